@@ -1,0 +1,39 @@
+# Options and compiler flags shared by all targets.
+
+option(OSTRA_BUILD_TESTS "Build the tests" ${PROJECT_IS_TOP_LEVEL})
+option(OSTRA_BUILD_BENCHMARKS "Build the benchmark program" ${PROJECT_IS_TOP_LEVEL})
+set(OSTRA_SANITIZE "" CACHE STRING "Sanitizers to build with: address,undefined or thread or leak")
+
+if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+  set(CMAKE_BUILD_TYPE Release CACHE STRING "" FORCE)
+endif()
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+# Everything that is run or loaded lies together, as in an installed tree.
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
+
+find_program(OSTRA_CCACHE ccache)
+if(OSTRA_CCACHE)
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${OSTRA_CCACHE})
+endif()
+
+add_library(ostra_flags INTERFACE)
+target_compile_options(ostra_flags INTERFACE -Wall -Wextra -Wpedantic -Werror -Wshadow=local -Wnon-virtual-dtor)
+# Host and module arithmetic is never contracted, so that CPU and GPU can give the same bits.
+target_compile_options(ostra_flags INTERFACE -ffp-contract=off -fno-math-errno)
+if(OSTRA_SANITIZE)
+  # Class information is hidden and so differs between shared objects: the vptr check would report false alarms.
+  add_compile_options(-fsanitize=${OSTRA_SANITIZE} -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${OSTRA_SANITIZE})
+  if(OSTRA_SANITIZE MATCHES "undefined")
+    add_compile_options(-fno-sanitize=vptr -fno-sanitize-recover=undefined)
+  endif()
+endif()

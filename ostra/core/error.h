@@ -1,0 +1,73 @@
+// Error: why an operation failed. One pointer wide, cheap to copy and move.
+//
+// Which kind to raise:
+//   IllegalArgument  the caller passed something wrong; calling again with the same values fails again
+//   IllegalState     the call came at the wrong time; fix the object's state first (add a kernel, open a context)
+//   OutOfMemory      an allocation failed; making this error allocates nothing
+//   NotImplemented   the operation does not exist on this class, now or ever
+//
+// A file that raises errors declares its unit once at its top and uses the macros:
+//
+//   OSTRA_UNIT("parallelprogram_cpu_impl");
+//   return OSTRA_ILLEGAL_STATE("no active kernel set");
+//   return OSTRA_ILLEGAL_ARGUMENT("source size @ must be a multiple of @.", size, 16);   // needs format.h
+//
+// Errors own copies of all their texts, so they outlive the module that raised them. Thread-safe to read and copy.
+#pragma once
+
+#include "ostra/core/id.h"
+
+namespace ostra {
+
+inline constexpr Id kIllegalStateError = "net.ostra.interface.illegalstateerror"_id;
+inline constexpr Id kIllegalArgumentError = "net.ostra.interface.illegalargumenterror"_id;
+inline constexpr Id kOutOfMemoryError = "net.ostra.interface.outofmemoryerror"_id;
+inline constexpr Id kNotImplementedError = "net.ostra.interface.notimplementederror"_id;
+
+struct ErrorRecord;
+
+class OSTRA_API Error {
+ public:
+  // An error of `kind` with the exact text `message`, raised in `unit` at `line`. When there is no memory for it, it
+  // becomes the out-of-memory error.
+  static Error Make(const Id& kind, std::string_view message, const char* unit, Int32 line);
+  static Error MakeOutOfMemory(const char* unit, Int32 line);
+
+  Error(const Error& other) noexcept;
+  Error(Error&& other) noexcept : _record(std::exchange(other._record, nullptr)) {}
+  Error& operator=(Error other) noexcept {
+    std::swap(_record, other._record);
+    return *this;
+  }
+  ~Error();
+
+  const Id& GetKind() const;
+  const String& GetMessage() const;
+  // The unit (a group of source files) and the source line where the error was raised.
+  const String& GetUnit() const;
+  Int32 GetLine() const;
+
+  // True for an object that was moved from; it has none of the values above.
+  Bool IsTaken() const { return !_record; }
+
+  // "message [unit:line]". Error: out of memory.
+  Result<String> ToString() const;
+
+ private:
+  explicit Error(ErrorRecord* record) : _record(record) {}
+  ErrorRecord* _record;  // null only after a move
+
+  template <class T>
+  friend class Result;
+};
+
+}  // namespace ostra
+
+// Names the unit that errors of this file are raised in.
+#define OSTRA_UNIT(name)                                \
+  namespace {                                           \
+  [[maybe_unused]] constexpr const char* kOstraUnit = name; \
+  }                                                     \
+  static_assert(true)
+
+#define OSTRA_OUT_OF_MEMORY() ::ostra::Error::MakeOutOfMemory(kOstraUnit, __LINE__)

@@ -1,0 +1,126 @@
+// Hash tables under the host's error contract. A thin facade: std::unordered_map does the work.
+//
+//   HashMap<InternedId, Kernel> kernels;
+//   OSTRA_ASSIGN_OR_RETURN(auto entry, kernels.Insert(id));      // entry.value, entry.isNew
+//   if (Kernel* kernel = kernels.Find(id)) ...
+//
+// The address of a value is stable until it is erased. HashMap is not synchronised; SynchronizedHashMap is.
+#pragma once
+
+#include <mutex>
+#include <unordered_map>
+#include <utility>
+
+#include "ostra/core/memory.h"
+#include "ostra/core/result.h"
+
+namespace ostra {
+
+// Hash of a key: its GetHashCode(), or the mixed value of an integer.
+struct HashOf {
+  template <class Key>
+  std::size_t operator()(const Key& key) const {
+    if constexpr (requires { key.GetHashCode(); }) return static_cast<std::size_t>(key.GetHashCode());
+    else return static_cast<std::size_t>(MixHash(static_cast<UInt64>(key)));
+  }
+};
+
+template <class Key, class Value>
+class HashMap {
+  using Table = std::unordered_map<Key, Value, HashOf, std::equal_to<Key>, HostAllocator<std::pair<const Key, Value>>>;
+
+ public:
+  struct Entry {
+    Value* value;
+    Bool isNew;
+  };
+
+  // The value of `key`, made with `arguments` when there is none. Error: out of memory; the table is then unchanged.
+  template <class... Arguments>
+  Result<Entry> Insert(const Key& key, Arguments&&... arguments) {
+    try {
+      auto [position, isNew] = _table.try_emplace(key, std::forward<Arguments>(arguments)...);
+      return Entry{&position->second, isNew};
+    } catch (const std::bad_alloc&) {
+      return Error::MakeOutOfMemory("hashmap", __LINE__);
+    }
+  }
+
+  // Null when absent.
+  Value* Find(const Key& key) {
+    const auto position = _table.find(key);
+    return position == _table.end() ? nullptr : &position->second;
+  }
+  const Value* Find(const Key& key) const { return const_cast<HashMap*>(this)->Find(key); }
+  Bool Contains(const Key& key) const { return Find(key); }
+
+  // True when the key was there.
+  Bool Erase(const Key& key) { return _table.erase(key) != 0; }
+  void Reset() { _table.clear(); }
+
+  // Prepares for `buckets` entries. Error: out of memory.
+  Result<void> Resize(Int buckets) {
+    try {
+      _table.reserve(static_cast<std::size_t>(buckets));
+      return OK;
+    } catch (const std::bad_alloc&) {
+      return Error::MakeOutOfMemory("hashmap", __LINE__);
+    }
+  }
+
+  Int GetCount() const { return static_cast<Int>(_table.size()); }
+  Bool IsEmpty() const { return _table.empty(); }
+
+  // Pairs of key (first) and value (second), in no particular order.
+  auto begin() { return _table.begin(); }
+  auto end() { return _table.end(); }
+  auto begin() const { return _table.begin(); }
+  auto end() const { return _table.end(); }
+
+ private:
+  Table _table;
+};
+
+// HashMap whose operations may be called from any thread. Values are handed out as copies, so Value should be a
+// reference or another cheap type.
+template <class Key, class Value>
+class SynchronizedHashMap {
+ public:
+  // True when the key was new. An existing value is kept.
+  Result<Bool> Insert(const Key& key, Value value) {
+    const std::scoped_lock lock(_mutex);
+    OSTRA_ASSIGN_OR_RETURN(auto entry, _map.Insert(key, std::move(value)));
+    return entry.isNew;
+  }
+  // Copies the value to `value`; false when the key is absent.
+  Bool Find(const Key& key, Value& value) const {
+    const std::scoped_lock lock(_mutex);
+    const Value* known = _map.Find(key);
+    if (known) value = *known;
+    return known;
+  }
+  Bool Erase(const Key& key) {
+    const std::scoped_lock lock(_mutex);
+    return _map.Erase(key);
+  }
+  void Reset() {
+    const std::scoped_lock lock(_mutex);
+    _map.Reset();
+  }
+  Int GetCount() const {
+    const std::scoped_lock lock(_mutex);
+    return _map.GetCount();
+  }
+  // Calls `visit(key, value)` for every entry, with the table locked.
+  template <class Visit>
+  void ForEach(Visit&& visit) const {
+    const std::scoped_lock lock(_mutex);
+    for (const auto& [key, value] : _map) visit(key, value);
+  }
+
+ private:
+  mutable std::mutex _mutex;
+  HashMap<Key, Value> _map;
+};
+
+}  // namespace ostra

@@ -1,0 +1,65 @@
+#include "ostra/core/memory.h"
+
+#include <atomic>
+
+namespace ostra {
+namespace {
+
+constexpr std::size_t kAlignment = 32;
+
+std::atomic<Int> g_allocationCount{0};
+std::atomic<Int> g_liveCount{0};
+// Number of the allocation that is to fail; 0 when none is.
+std::atomic<Int> g_failingAllocation{0};
+std::atomic<bool> g_faultFired{false};
+
+bool ShallFail() {
+  const Int number = g_allocationCount.fetch_add(1, std::memory_order_relaxed) + 1;
+  if (number != g_failingAllocation.load(std::memory_order_relaxed)) return false;
+  g_faultFired.store(true, std::memory_order_relaxed);
+  return true;
+}
+
+void* AllocAligned(Int bytes) {
+  const std::size_t size = bytes > 0 ? static_cast<std::size_t>(bytes) : 1;
+  return ::operator new(size, std::align_val_t(kAlignment), std::nothrow);
+}
+
+}  // namespace
+
+void* AllocMem(Int bytes) {
+  if (ShallFail() || bytes < 0) return nullptr;
+  void* memory = AllocAligned(bytes);
+  if (memory) g_liveCount.fetch_add(1, std::memory_order_relaxed);
+  return memory;
+}
+
+void* AllocZeroed(Int bytes) {
+  void* memory = AllocMem(bytes);
+  if (memory && bytes > 0) std::memset(memory, 0, static_cast<std::size_t>(bytes));
+  return memory;
+}
+
+void FreeMem(void* memory) {
+  if (!memory) return;
+  g_liveCount.fetch_sub(1, std::memory_order_relaxed);
+  ::operator delete(memory, std::align_val_t(kAlignment));
+}
+
+void* AllocForever(Int bytes) { return ShallFail() || bytes < 0 ? nullptr : AllocAligned(bytes); }
+
+namespace AllocationFaults {
+
+void FailNth(Int n) {
+  g_faultFired.store(false, std::memory_order_relaxed);
+  g_failingAllocation.store(n > 0 ? g_allocationCount.load(std::memory_order_relaxed) + n : 0,
+                            std::memory_order_relaxed);
+}
+
+void Disable() { g_failingAllocation.store(0, std::memory_order_relaxed); }
+Bool HasFired() { return g_faultFired.load(std::memory_order_relaxed); }
+Int GetCount() { return g_allocationCount.load(std::memory_order_relaxed); }
+Int GetLiveCount() { return g_liveCount.load(std::memory_order_relaxed); }
+
+}  // namespace AllocationFaults
+}  // namespace ostra
