@@ -1,0 +1,152 @@
+#include "ostra/core/array.h"
+
+#include "ostra/core/format.h"
+
+OSTRA_UNIT("array");
+
+namespace ostra {
+
+GenericBaseArray::~GenericBaseArray() {
+  if (_first && _count > 0) _type.Destruct(_first, _count);
+  FreeMem(_first);
+}
+
+void GenericBaseArray::Swap(GenericBaseArray& other) {
+  std::swap(_type, other._type);
+  std::swap(_first, other._first);
+  std::swap(_count, other._count);
+  std::swap(_capacity, other._capacity);
+}
+
+Result<GenericBaseArray> GenericBaseArray::Create(DataType type, Int count) {
+  GenericBaseArray array;
+  array._type = type;
+  OSTRA_RETURN_IF_ERROR(array.Resize(count));
+  return array;
+}
+
+Result<GenericBaseArray> GenericBaseArray::CreateCopy(DataType type, Block<const Generic> elements) {
+  OSTRA_ASSIGN_OR_RETURN(GenericBaseArray array, Create(type, elements.GetCount()));
+  OSTRA_RETURN_IF_ERROR(
+      type.Copy(array._first, type.GetSize(), elements.GetFirst(), elements.GetStride(), elements.GetCount()));
+  return array;
+}
+
+Result<void> GenericBaseArray::CopyFrom(const GenericBaseArray& other) {
+  const Block<Generic> block = other.GetBlock();
+  OSTRA_ASSIGN_OR_RETURN(GenericBaseArray copy,
+                         CreateCopy(other._type, {block.GetFirst(), block.GetCount(), block.GetStride()}));
+  *this = std::move(copy);
+  return OK;
+}
+
+Result<void> GenericBaseArray::Resize(Int count) {
+  if (count < 0) return OSTRA_ILLEGAL_ARGUMENT("An array cannot have @ elements.", count);
+  const Int size = _type.GetSize();
+  if (size > 0 && count > INT64_MAX / size) return OSTRA_OUT_OF_MEMORY();
+  if (count == _count && _first) return OK;
+  // Plain values of fresh memory are zero without a pass over them by the type.
+  void* memory = _type.IsPlain() ? AllocZeroed(count * size) : AllocMem(count * size);
+  if (!memory) return OSTRA_OUT_OF_MEMORY();
+  const Int kept = count < _count ? count : _count;
+  if (_type.IsPlain()) {
+    if (kept > 0) MemCopy(memory, _first, kept * size);
+  } else {
+    _type.Construct(memory, count);
+    _type.Move(memory, _first, kept);
+    if (_first) _type.Destruct(_first, _count);
+  }
+  FreeMem(_first);
+  _first = memory;
+  _count = count;
+  _capacity = count;
+  return OK;
+}
+
+ArrayInterface::~ArrayInterface() = default;
+
+namespace {
+
+class BaseArrayObject final : public ArrayInterface {
+ public:
+  explicit BaseArrayObject(GenericBaseArray&& elements) : _elements(std::move(elements)) {}
+
+  DataType GetElementType() const override { return _elements.GetElementType(); }
+  Int GetCount() const override { return _elements.GetCount(); }
+
+  Block<Generic> GetBlock(Int index) const override {
+    const Block<Generic> block = _elements.GetBlock();
+    auto* first = reinterpret_cast<Byte*>(block.GetFirst()) + index * block.GetStride();
+    return Block<Generic>(reinterpret_cast<Generic*>(first), block.GetCount() - index, block.GetStride());
+  }
+
+  Result<void> Resize(Int count, ResizeFlags) override { return _elements.Resize(count); }
+
+  Result<StrongRef<ArrayInterface>> Clone() const override {
+    GenericBaseArray copy;
+    OSTRA_RETURN_IF_ERROR(copy.CopyFrom(_elements));
+    auto* object = NewObj<BaseArrayObject>(std::move(copy));
+    if (!object) return OSTRA_OUT_OF_MEMORY();
+    return StrongRef<ArrayInterface>::Adopt(object);
+  }
+
+ private:
+  GenericBaseArray _elements;
+};
+
+}  // namespace
+
+Result<Array<Generic>> NewBaseArray(GenericBaseArray&& elements) {
+  ArrayInterface* object = NewObj<BaseArrayObject>(std::move(elements));
+  if (!object) return OSTRA_OUT_OF_MEMORY();
+  return Array<Generic>(StrongRef<ArrayInterface>::Adopt(object));
+}
+
+Result<Array<Generic>> NewBaseArray(DataType type) {
+  OSTRA_ASSIGN_OR_RETURN(GenericBaseArray elements, GenericBaseArray::Create(type, 0));
+  return NewBaseArray(std::move(elements));
+}
+
+Result<Array<Generic>> NewBaseArray(DataType type, Block<const Generic> elements) {
+  OSTRA_ASSIGN_OR_RETURN(GenericBaseArray copy, GenericBaseArray::CreateCopy(type, elements));
+  return NewBaseArray(std::move(copy));
+}
+
+namespace {
+
+// Not comparable: two references are told apart by the Data that holds them.
+DataTypeDescription DescribeReference() { return DescribeType<Array<Generic>>(Id(), String()); }
+
+DataTypeDescription DescribeArray() {
+  DataTypeDescription description;
+  return description;
+}
+
+}  // namespace
+
+DataType FindOrRegisterArrayType(DataType inner) {
+  const DataType array = FindOrRegisterParametric(DescribeArray(), kArrayParametricType, inner, 1);
+  return FindOrRegisterParametric(DescribeReference(), kCowParametricType, array, 1);
+}
+
+Result<DataType> DataType::MakeArray(DataType inner) {
+  OSTRA_ASSIGN_OR_RETURN(DataType array, MakeParametricType(DescribeArray(), kArrayParametricType, inner));
+  return MakeParametricType(DescribeReference(), kCowParametricType, array);
+}
+
+namespace {
+
+template <class... Types>
+void RegisterArrayTypes() {
+  (static_cast<void>(GetDataType<Array<Types>>()), ...);
+  (static_cast<void>(GetDataType<Array<Types>*>()), ...);
+}
+
+[[maybe_unused]] const Bool g_registered = [] {
+  RegisterArrayTypes<Generic, UInt8, Char, UInt16, Int16, UInt32, Int32, Int64, Float32, Float64>();
+  GetDataType<GenericBaseArray>();
+  return true;
+}();
+
+}  // namespace
+}  // namespace ostra

@@ -1,0 +1,255 @@
+#include "ostra/core/data_type.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <mutex>
+
+#include "ostra/core/diagnostics.h"
+#include "ostra/core/memory.h"
+
+OSTRA_UNIT("datatype");
+
+namespace ostra {
+
+struct DataType::Record {
+  DataTypeDescription description;
+  DataType inner;
+  Record* next = nullptr;
+  Bool erased = false;
+};
+
+// All descriptions ever registered. Erased ones stay, so that values of their type remain valid, and come back to
+// life when a module that was loaded again registers the same type.
+struct DataTypeTable {
+  using Record = DataType::Record;
+  std::mutex mutex;
+  Record* buckets[1024] = {};
+
+  static DataTypeTable& Get() {
+    static auto* table = new DataTypeTable;
+    return *table;
+  }
+
+  Record*& GetBucket(const Id& id) { return buckets[id.GetHashCode() % std::size(buckets)]; }
+
+  Record* FindRecord(const Id& id) {
+    for (Record* record = GetBucket(id); record; record = record->next) {
+      if (record->description.id == id) return record;
+    }
+    return nullptr;
+  }
+
+  // Owned copies: the description may come from a module that will be unloaded.
+  static Bool OwnTexts(DataTypeDescription& description) {
+    auto id = Id::Create(description.id.GetView());
+    auto name = String::Create(description.name.GetView());
+    if (!id || !name) return false;
+    description.id = *id;
+    description.name = *name;
+    return true;
+  }
+
+  // Null when memory is exhausted or, with `unique`, when the ID is taken.
+  Result<DataType> Add(const DataTypeDescription& description, DataType inner, Bool unique) {
+    const std::scoped_lock lock(mutex);
+    Record* record = FindRecord(description.id);
+    if (record && !record->erased) {
+      if (unique) return OSTRA_ILLEGAL_ARGUMENT("The data type \"@\" is already registered.", description.id);
+      return DataType(record);
+    }
+    DataTypeDescription owned = description;
+    if (!OwnTexts(owned)) return OSTRA_OUT_OF_MEMORY();
+    if (record) {
+      record->description = owned;
+      record->erased = false;
+      return DataType(record);
+    }
+    void* memory = AllocForever(static_cast<Int>(sizeof(Record)));
+    if (!memory) return OSTRA_OUT_OF_MEMORY();
+    Record*& bucket = GetBucket(owned.id);
+    bucket = ::new (memory) Record{owned, inner, bucket};
+    return DataType(bucket);
+  }
+
+  Result<DataType> Find(const Id& id) {
+    const std::scoped_lock lock(mutex);
+    Record* record = FindRecord(id);
+    if (!record || record->erased) return OSTRA_ILLEGAL_ARGUMENT("There is no data type \"@\".", id);
+    return DataType(record);
+  }
+
+  Bool Erase(const Id& id) {
+    const std::scoped_lock lock(mutex);
+    Record* record = FindRecord(id);
+    if (!record || record->erased) return false;
+    record->erased = true;
+    return true;
+  }
+};
+
+const Id& DataType::GetId() const { return _record->description.id; }
+const String& DataType::GetName() const { return _record->description.name; }
+std::string_view DataType::GetView() const { return _record ? GetName().GetView() : std::string_view("nothing"); }
+Int DataType::GetSize() const { return _record->description.size; }
+Int DataType::GetAlignment() const { return _record->description.alignment; }
+Bool DataType::IsPlain() const { return _record->description.isPlain; }
+const Id& DataType::GetParametricType() const { return _record->description.parametricType; }
+DataType DataType::GetInnerType() const { return _record->inner; }
+Int DataType::GetElementCount() const { return _record->description.elementCount; }
+
+void DataType::Construct(void* target, Int count) const {
+  _record->description.operations.construct(target, GetSize(), count);
+}
+
+void DataType::Destruct(void* target, Int count) const {
+  if (!IsPlain()) _record->description.operations.destruct(target, GetSize(), count);
+}
+
+Result<void> DataType::Copy(void* target, const void* source, Int count) const {
+  return Copy(target, GetSize(), source, GetSize(), count);
+}
+
+Result<void> DataType::Copy(void* target, Int targetStride, const void* source, Int sourceStride, Int count) const {
+  if (IsPlain() && targetStride == GetSize() && sourceStride == GetSize()) {
+    if (count > 0) MemMove(target, source, count * GetSize());
+    return OK;
+  }
+  if (!_record->description.operations.copy)
+    return OSTRA_NOT_IMPLEMENTED("Values of type \"@\" cannot be copied.", GetName());
+  return _record->description.operations.copy(target, targetStride, source, sourceStride, count);
+}
+
+void DataType::Move(void* target, void* source, Int count) const {
+  _record->description.operations.move(target, GetSize(), source, GetSize(), count);
+}
+
+Bool DataType::IsEqual(const void* a, const void* b) const {
+  if (auto isEqual = _record->description.operations.isEqual) return isEqual(a, b);
+  DebugStop("Stop: IsEqual not defined.");
+  return false;
+}
+
+std::partial_ordering DataType::Compare(const void* a, const void* b) const {
+  if (auto compare = _record->description.operations.compare) return compare(a, b);
+  DebugStop("Stop: Compare not defined.");
+  return std::partial_ordering::unordered;
+}
+
+UInt64 DataType::GetHashCode(const void* value) const {
+  if (auto hash = _record->description.operations.hash) return hash(value);
+  DebugStop("Stop: GetHashCode not defined.");
+  return 0;
+}
+
+void DataType::GetUniqueHashCode(const void* value, UniqueHashStream& stream) const {
+  if (auto uniqueHash = _record->description.operations.uniqueHash) return uniqueHash(value, stream);
+  DebugStop("Stop: GetUniqueHashCode not defined.");
+}
+
+Result<String> DataType::ToText(const void* value) const {
+  auto toText = _record->description.operations.toText;
+  return toText ? toText(value) : Result<String>(GetName());
+}
+
+Result<DataType> DataType::Register(const DataTypeDescription& description) {
+  return DataTypeTable::Get().Add(description, DataType(), true);
+}
+
+Result<DataType> DataType::Find(const Id& id) { return DataTypeTable::Get().Find(id); }
+Bool DataType::Erase(const Id& id) { return DataTypeTable::Get().Erase(id); }
+
+DataType DataType::FindOrRegister(const DataTypeDescription& description) {
+  return FindOrRegister(description, DataType());
+}
+
+DataType DataType::FindOrRegister(const DataTypeDescription& description, DataType inner) {
+  // A test may make one allocation fail; the second attempt then succeeds. Types cannot report failure here.
+  for (int attempt = 0; attempt < 2; ++attempt) {
+    if (auto type = DataTypeTable::Get().Add(description, inner, false)) return *type;
+  }
+  std::fputs("There is no memory for the data types of the program.\n", stderr);
+  std::abort();
+}
+
+namespace {
+
+Result<DataTypeDescription> NameParametric(DataTypeDescription description, const Id& parametricType, DataType inner,
+                                           Int elementCount) {
+  const std::string_view shortName = parametricType.GetView().substr(parametricType.GetView().rfind('.') + 1);
+  const std::string_view count = elementCount == 4 ? "4" : elementCount == 3 ? "3" : elementCount == 2 ? "2" : "";
+  OSTRA_ASSIGN_OR_RETURN(String id, Format("@@<@>", parametricType, count, inner.GetId()));
+  OSTRA_ASSIGN_OR_RETURN(description.name, Format("@@<@>", shortName, count, inner.GetName()));
+  description.id = Id(id);
+  description.parametricType = parametricType;
+  description.elementCount = elementCount;
+  return description;
+}
+
+}  // namespace
+
+DataType FindOrRegisterParametric(DataTypeDescription description, const Id& parametricType, DataType inner,
+                                  Int elementCount) {
+  for (int attempt = 0; attempt < 2; ++attempt) {
+    if (auto named = NameParametric(description, parametricType, inner, elementCount))
+      return DataType::FindOrRegister(*named, inner);
+  }
+  std::fputs("There is no memory for the data types of the program.\n", stderr);
+  std::abort();
+}
+
+Result<DataType> MakeParametricType(const DataTypeDescription& description, const Id& parametricType, DataType inner) {
+  OSTRA_ASSIGN_OR_RETURN(DataTypeDescription named, NameParametric(description, parametricType, inner, 1));
+  return DataTypeTable::Get().Add(named, inner, false);
+}
+
+Result<DataType> DataType::MakePointer(DataType inner) {
+  return MakeParametricType(DescribeType<void*>(Id(), String()), kPointerParametricType, inner);
+}
+
+Result<DataType> DataType::MakeBlock(DataType inner) {
+  return MakeParametricType(DescribeType<Block<const Byte>>(Id(), String()), kBlockParametricType, inner);
+}
+
+DataType DataTypeOf<Generic>::Make() {
+  DataTypeDescription description;
+  description.id = "net.ostra.datatype.generic"_id;
+  description.name = "generic"_s;
+  return DataType::FindOrRegister(description);
+}
+
+void UniqueHashStream::Write(UInt64 word) {
+  _low = MixHash(_low ^ word);
+  _high = MixHash(_high + word * 0x9E3779B97F4A7C15ULL + _low);
+}
+
+void UniqueHashStream::Write(const void* bytes, Int count) {
+  Write(HashText(std::string_view(static_cast<const char*>(bytes), static_cast<std::size_t>(count))));
+  Write(static_cast<UInt64>(count));
+}
+
+namespace {
+
+// The types that every module shares are described by the host, so that they outlive all modules.
+template <class... Types>
+void RegisterPlainTypes() {
+  (static_cast<void>(GetDataType<Types>()), ...);
+  (static_cast<void>(GetDataType<Types*>()), ...);
+  (static_cast<void>(GetDataType<Block<Types>>()), ...);
+  (static_cast<void>(GetDataType<BaseArray<Types>>()), ...);
+}
+
+[[maybe_unused]] const Bool g_registered = [] {
+  RegisterPlainTypes<Bool, UInt8, Char, Int8, UInt16, Int16, UInt32, Int32, UInt64, Int64, Float32, Float64>();
+  GetDataType<Generic>();
+  GetDataType<AtomicUInt32>();
+  GetDataType<AtomicUInt32*>();
+  GetDataType<AtomicInt32>();
+  GetDataType<String>();
+  GetDataType<CString>();
+  GetDataType<Id>();
+  GetDataType<InternedId>();
+  return true;
+}();
+
+}  // namespace
+}  // namespace ostra
