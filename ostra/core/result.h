@@ -29,9 +29,8 @@ inline constexpr OkType OK;
 template <>
 class [[nodiscard]] Result<void> {
  public:
-  Result(OkType) noexcept {}                                             // NOLINT(google-explicit-constructor)
-  Result(Error error) noexcept : _error(std::exchange(error._record, nullptr)) {}  // NOLINT
-  Result(const Result& other) noexcept : _error(Error(other._error)._record) {}
+  Result(OkType) noexcept {}                                  // NOLINT(google-explicit-constructor)
+  Result(Error error) noexcept : _error(std::move(error)) {}  // NOLINT(google-explicit-constructor)
 
   explicit operator bool() const { return !_error._record; }
   Bool IsOk() const { return !_error._record; }
