@@ -1,0 +1,109 @@
+#include "ostra/object/class.h"
+
+#include <algorithm>
+
+#include "ostra/core/base_array.h"
+#include "ostra/core/diagnostics.h"
+
+OSTRA_UNIT("class");
+
+namespace ostra {
+
+Error MakeCopyNotImplementedError(std::string_view component) {
+  Error error = OSTRA_NOT_IMPLEMENTED("Component @ has members, but CopyFrom is not implemented!", component);
+  WriteDiagnostic(DiagnosticLevel::Critical, error.GetMessage().GetView());
+  return error;
+}
+
+Result<ClassRef> Class::Create(const Id& id, CreateFunction create) {
+  // An own copy of the ID: the literal may lie in a module that is unloaded while an error still names the class.
+  OSTRA_ASSIGN_OR_RETURN(Id ownId, Id::Create(id.GetView()));
+  Class* object = NewObj<Class>(std::move(ownId), create);
+  if (!object) return OSTRA_OUT_OF_MEMORY();
+  return ClassRef::Adopt(object);
+}
+
+Error Class::MakeMissingInterfaceError(const Id& interfaceId) const {
+  return OSTRA_ILLEGAL_ARGUMENT("The class \"@\" does not have the interface \"@\".", _id, interfaceId);
+}
+
+// The registries themselves live until the process ends, so that references to them stay valid.
+struct RegistryTable {
+  std::mutex mutex;
+  HashMap<Id, ClassRegistry*> registries;
+
+  static RegistryTable& Get() {
+    static auto* table = new RegistryTable;
+    return *table;
+  }
+
+  Result<ClassRegistry*> FindOrAdd(const Id& id) {
+    if (ClassRegistry* const* known = registries.Find(id)) return *known;
+    OSTRA_ASSIGN_OR_RETURN(Id ownId, Id::Create(id.GetView()));
+    void* memory = AllocForever(static_cast<Int>(sizeof(ClassRegistry)));
+    if (!memory) return OSTRA_OUT_OF_MEMORY();
+    OSTRA_ASSIGN_OR_RETURN(auto entry, registries.Insert(ownId, nullptr));
+    *entry.value = ::new (memory) ClassRegistry(ownId);
+    return *entry.value;
+  }
+};
+
+ClassRegistry& ClassRegistry::GetClasses() {
+  static auto* registry = new ClassRegistry("net.ostra.registry.classes"_id);
+  return *registry;
+}
+
+Result<void> ClassRegistry::Declare(const Id& registryId) {
+  RegistryTable& table = RegistryTable::Get();
+  const std::scoped_lock lock(table.mutex);
+  OSTRA_ASSIGN_OR_RETURN(ClassRegistry * registry, table.FindOrAdd(registryId));
+  ++registry->_declarations;
+  return OK;
+}
+
+void ClassRegistry::Withdraw(const Id& registryId) {
+  RegistryTable& table = RegistryTable::Get();
+  const std::scoped_lock lock(table.mutex);
+  ClassRegistry* const* registry = table.registries.Find(registryId);
+  if (registry && (*registry)->_declarations > 0) --(*registry)->_declarations;
+}
+
+Result<ClassRegistry&> ClassRegistry::Find(const Id& registryId) {
+  if (registryId == GetClasses()._id) return GetClasses();
+  RegistryTable& table = RegistryTable::Get();
+  const std::scoped_lock lock(table.mutex);
+  ClassRegistry* const* registry = table.registries.Find(registryId);
+  if (!registry || (*registry)->_declarations == 0) return OSTRA_ILLEGAL_ARGUMENT("There is no registry \"@\".", registryId);
+  return **registry;
+}
+
+Result<void> ClassRegistry::Insert(const ClassRef& entry) { return Insert(entry->GetId(), entry); }
+
+Result<void> ClassRegistry::Insert(const Id& id, const ClassRef& entry) {
+  OSTRA_ASSIGN_OR_RETURN(Id ownId, Id::Create(id.GetView()));
+  OSTRA_ASSIGN_OR_RETURN(Bool isNew, _entries.Insert(ownId, entry));
+  if (!isNew) return OSTRA_ILLEGAL_ARGUMENT("The registry \"@\" already has an entry \"@\".", _id, id);
+  return OK;
+}
+
+Bool ClassRegistry::Erase(const Id& id) { return _entries.Erase(id); }
+
+Result<ClassRef> ClassRegistry::FindEntryValue(const Id& id) const {
+  ClassRef entry;
+  if (!_entries.Find(id, entry)) return OSTRA_ILLEGAL_ARGUMENT("The registry \"@\" has no entry \"@\".", _id, id);
+  return entry;
+}
+
+Result<BaseArray<Id>> ClassRegistry::GetIds() const {
+  BaseArray<Id> ids;
+  Result<void> result = OK;
+  _entries.ForEach([&](const Id& id, const ClassRef&) {
+    if (!result) return;
+    if (auto appended = ids.Append(id); !appended) result = appended.TakeError();
+  });
+  OSTRA_RETURN_IF_ERROR(std::move(result));
+  std::sort(ids.begin(), ids.end());
+  return ids;
+}
+
+}  // namespace ostra
