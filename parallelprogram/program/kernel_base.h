@@ -1,0 +1,62 @@
+// KernelBase: what every kernel class builds on. It keeps the parameters and the dispatch tuning values.
+//
+//   class Scale final : public KernelBase<Scale> {
+//    public:
+//     static constexpr const char* kComponentName = "com.example.scale";
+//     Result<void> Init() override {
+//       _workGroupSize = {64, 1, 1};
+//       OSTRA_RETURN_IF_ERROR(AddParameter("values", _values));     // Block<Float32> _values;
+//       return AddParameter("factor", _factor);                     // Float32 _factor = 1;
+//     }
+//     Result<void> Kernel(const Vec3<UInt32>& InGlobalInvocationID, const Vec3<UInt32>&, const Vec3<UInt32>&) override;
+//   };
+//
+// Header-only: kernel plug-ins share nothing with the module but the host.
+#pragma once
+
+#include "parallelprogram/program/kernel_interface.h"
+#include "parallelprogram/program/kernel_range_interface.h"
+
+namespace ostra {
+
+inline constexpr Id kKernelBaseClass = "net.ostra.kernelclasses.base"_id;
+
+template <class Derived, class... MoreInterfaces>
+class KernelBase : public Component<Derived, KernelInterface, MoreInterfaces...> {
+ public:
+  Result<void> Set(const CString& paramName, const void* data) override {
+    const KernelParameter* parameter = _parameters.Find(paramName);
+    if (!parameter) return OK;
+    if (parameter->type.IsPointer()) {
+      *static_cast<const void**>(parameter->address) = data;
+      return OK;
+    }
+    return parameter->type.Copy(parameter->address, data);
+  }
+
+  const KernelParameterMap& GetKernelParameterMap() const override { return _parameters; }
+  const Vec3<UInt32>& GetKernelWorkGroupSize() const override { return _workGroupSize; }
+  const Int& GetSingleThreadedThreshold() const override { return _singleThreadedThreshold; }
+  const Int& GetGranularity() const override { return _granularity; }
+
+ protected:
+  // Lets the program set `member` under `name`. Errors: out of memory; illegal argument for a name used twice.
+  template <class T>
+  Result<void> AddParameter(std::string_view name, T& member) {
+    OSTRA_ASSIGN_OR_RETURN(CString key, CString::Create(name));
+    OSTRA_ASSIGN_OR_RETURN(auto entry, _parameters.Insert(key));
+    if (!entry.isNew) {
+      return MakeError(kIllegalArgumentError, "kernelbase_impl", __LINE__, "The kernel \"@\" has two parameters \"@\".",
+                       Derived::kComponentName, name);
+    }
+    *entry.value = {GetDataType<T>(), &member};
+    return OK;
+  }
+
+  KernelParameterMap _parameters;
+  Vec3<UInt32> _workGroupSize{0, 0, 0};
+  Int _granularity = 16;
+  Int _singleThreadedThreshold = 0;
+};
+
+}  // namespace ostra

@@ -1,0 +1,72 @@
+// KernelInterface: the contract between a kernel object and the CPU program that runs it.
+#pragma once
+
+#include <array>
+
+#include "ostra/core/data_type.h"
+#include "ostra/core/hash_map.h"
+#include "ostra/math/vector.h"
+#include "ostra/object/reflection.h"
+
+namespace ostra {
+
+// The registry of all classes that implement KernelInterface.
+inline constexpr Id kKernelClassRegistry = "net.ostra.registry.kernelclasses"_id;
+
+// A parameter of a kernel: its type and the address of the member that receives the value.
+struct KernelParameter {
+  DataType type;
+  void* address = nullptr;
+};
+using KernelParameterMap = HashMap<CString, KernelParameter>;
+
+class KernelInterface : public ObjectInterface {
+ public:
+  static constexpr Id kInterfaceId = "net.ostra.interface.kernelinterface"_id;
+
+  // Computes one invocation. Global ID = work group ID * work group size + local ID, per component. Called from many
+  // threads at once; must not change the object except through parameters that point to shared buffers or counters.
+  // The first error ends the dispatch.
+  virtual Result<void> Kernel(const Vec3<UInt32>& InGlobalInvocationID, const Vec3<UInt32>& InLocalInvocationID,
+                              const Vec3<UInt32>& InWorkGroupID) = 0;
+
+  // Gives a parameter its value. A parameter of a pointer type receives `data` itself; any other is copied from one
+  // value of exactly its type at `data`. Unknown names are ignored. Error: that of copying the value.
+  virtual Result<void> Set(const CString& paramName, const void* data) = 0;
+
+  // One-time preparation after creation.
+  virtual Result<void> Init() = 0;
+
+  // The parameters by name, spelled as links and uniforms of the program spell them.
+  virtual const KernelParameterMap& GetKernelParameterMap() const = 0;
+
+  // Invocations of one work group per axis; every component at least 1 once the kernel can be dispatched.
+  virtual const Vec3<UInt32>& GetKernelWorkGroupSize() const = 0;
+
+  // One-dimensional dispatches of at most this many invocations run on the calling thread, in ascending order.
+  virtual const Int& GetSingleThreadedThreshold() const = 0;
+
+  // Invocations that a worker takes at a time, at least, in a one-dimensional parallel dispatch.
+  virtual const Int& GetGranularity() const = 0;
+};
+
+namespace Kernel {
+using KernelRef = StrongRef<KernelInterface>;
+}
+using Kernel::KernelRef;
+
+// The methods in slot order, for the reflection record.
+inline auto GetKernelInterfaceMethods() {
+  using I = KernelInterface;
+  return std::array{
+      DescribeMethod<&I::Kernel>("Kernel", {"InGlobalInvocationID", "InLocalInvocationID", "InWorkGroupID"}),
+      DescribeMethod<&I::Set>("Set", {"paramName", "data"}),
+      DescribeMethod<&I::Init>("Init", {}),
+      DescribeMethod<&I::GetKernelParameterMap>("GetKernelParameterMap", {}),
+      DescribeMethod<&I::GetKernelWorkGroupSize>("GetKernelWorkGroupSize", {}),
+      DescribeMethod<&I::GetSingleThreadedThreshold>("GetSingleThreadedThreshold", {}),
+      DescribeMethod<&I::GetGranularity>("GetGranularity", {}),
+  };
+}
+
+}  // namespace ostra
