@@ -5,7 +5,7 @@
 
 #include "ostra/core/data_type.h"
 #include "ostra/core/hash_map.h"
-#include "ostra/math/vector.h"
+#include "ostra/math/data_types.h"
 #include "ostra/object/reflection.h"
 
 namespace ostra {

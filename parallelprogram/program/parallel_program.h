@@ -24,7 +24,7 @@
 #include "ostra/core/data.h"
 #include "ostra/drawport/handles.h"
 #include "ostra/io/url.h"
-#include "ostra/math/vector.h"
+#include "ostra/math/data_types.h"
 #include "ostra/object/class.h"
 
 namespace ostra {
