@@ -1,0 +1,172 @@
+#include <ImfChannelList.h>
+#include <ImfFrameBuffer.h>
+#include <ImfHeader.h>
+#include <ImfIO.h>
+#include <ImfInputFile.h>
+#include <ImfOutputFile.h>
+#include <ImfTileDescription.h>
+#include <ImfVersion.h>
+#include <ImfXdr.h>
+
+#include <algorithm>
+#include <new>
+#include <stdexcept>
+
+#include "ostra/core/format.h"
+#include "ostra/image/image.h"
+#include "ostra/image/memory_sink.h"
+
+OSTRA_UNIT("exr");
+
+namespace ostra {
+
+namespace {
+
+constexpr std::string_view kDamaged = "the OpenEXR picture is damaged";
+
+class MemoryReader final : public Imf::IStream {
+ public:
+  explicit MemoryReader(Block<const Byte> bytes) : IStream("picture"), _bytes(bytes) {}
+
+  bool read(char* target, int count) override {
+    const auto end = static_cast<std::uint64_t>(_bytes.GetCount());
+    if (count < 0 || _position > end || end - _position < static_cast<std::uint64_t>(count))
+      throw std::runtime_error("the file ends too early");
+    if (count > 0) MemCopy(target, _bytes.GetFirst() + _position, count);
+    _position += static_cast<std::uint64_t>(count);
+    return _position < end;
+  }
+  std::uint64_t tellg() override { return _position; }
+  void seekg(std::uint64_t position) override { _position = position; }
+
+ private:
+  const Block<const Byte> _bytes;
+  std::uint64_t _position = 0;
+};
+
+class MemoryWriter final : public Imf::OStream {
+ public:
+  explicit MemoryWriter(MemorySink& sink) : OStream("picture"), _sink(sink) {}
+
+  void write(const char* source, int count) override {
+    if (!_sink.Write(source, count)) throw std::bad_alloc();
+  }
+  std::uint64_t tellp() override { return static_cast<std::uint64_t>(_sink.GetPosition()); }
+  void seekp(std::uint64_t position) override { _sink.SetPosition(static_cast<Int>(position)); }
+
+ private:
+  MemorySink& _sink;
+};
+
+// The library throws; this is where its exceptions end.
+template <class Value, class Work>
+Result<Value> CallLibrary(std::string_view prefix, const Work& work) {
+  try {
+    return work();
+  } catch (const std::bad_alloc&) {
+    return OSTRA_OUT_OF_MEMORY();
+  } catch (const std::exception& exception) {
+    return OSTRA_ILLEGAL_ARGUMENT("@: @.", prefix, exception.what());
+  }
+}
+
+// Reads the header alone and refuses what would take much memory, or is no plain picture.
+Result<void> CheckHeader(Block<const Byte> bytes) {
+  MemoryReader reader(bytes);
+  int magic = 0, version = 0;
+  Imf::Xdr::read<Imf::StreamIO>(reader, magic);
+  Imf::Xdr::read<Imf::StreamIO>(reader, version);
+  if (magic != Imf::MAGIC) return OSTRA_ILLEGAL_ARGUMENT("this is not an OpenEXR picture");
+  if (Imf::isMultiPart(version) || Imf::isNonImage(version))
+    return OSTRA_ILLEGAL_ARGUMENT("OpenEXR files with several parts or with deep pixels are not supported");
+  Imf::Header header;
+  header.readFrom(reader, version);
+  const Imath::Box2i& window = header.dataWindow();
+  const Int width = Int(window.max.x) - window.min.x + 1, height = Int(window.max.y) - window.min.y + 1;
+  if (width < 1 || height < 1) return OSTRA_ILLEGAL_ARGUMENT("@: its size is @ x @.", kDamaged, width, height);
+  const Bool hasHugeTiles =
+      header.hasTileDescription() &&
+      Int(header.tileDescription().xSize) > kMaxImagePixels / std::max(Int(header.tileDescription().ySize), Int(1));
+  if (width > kMaxImagePixels / height || hasHugeTiles)
+    return OSTRA_ILLEGAL_ARGUMENT("a picture of @ x @ pixels is too large, the limit is @ pixels", width, height,
+                                  kMaxImagePixels);
+  return OK;
+}
+
+// Where each of red, green, blue and alpha comes from.
+Result<void> FindChannels(const Imf::ChannelList& channels, const char* (&names)[4]) {
+  const Bool isGray = channels.findChannel("Y") && !channels.findChannel("R");
+  const char* const wanted[4] = {isGray ? "Y" : "R", isGray ? "Y" : "G", isGray ? "Y" : "B", "A"};
+  for (int i = 0; i < 4; ++i) {
+    const Imf::Channel* channel = channels.findChannel(wanted[i]);
+    if (!channel && i < 3) return OSTRA_ILLEGAL_ARGUMENT("the OpenEXR picture has no channel @", wanted[i]);
+    if (channel && (channel->xSampling != 1 || channel->ySampling != 1))
+      return OSTRA_ILLEGAL_ARGUMENT(
+          "channel @ of the OpenEXR picture is stored at a lower resolution, which is not supported", wanted[i]);
+    names[i] = wanted[i];
+  }
+  return OK;
+}
+
+// A frame buffer takes one place per channel name: gray is read as red and then copied.
+void CopyGray(Image& image) {
+  for (Int i = 0; i < image.rgba.GetCount(); i += 4) image.rgba[i + 1] = image.rgba[i + 2] = image.rgba[i];
+}
+
+Result<Image> ReadPixels(Block<const Byte> bytes) {
+  OSTRA_RETURN_IF_ERROR(CheckHeader(bytes));
+  MemoryReader reader(bytes);
+  Imf::InputFile file(reader, 0);
+  const char* names[4];
+  OSTRA_RETURN_IF_ERROR(FindChannels(file.header().channels(), names));
+  const Imath::Box2i window = file.header().dataWindow();
+  OSTRA_ASSIGN_OR_RETURN(Image image, Image::Create(window.max.x - window.min.x + 1, window.max.y - window.min.y + 1));
+  const Bool isGray = names[0] == std::string_view("Y");
+  const std::size_t pixelSize = 4 * sizeof(Float32);
+  Imf::FrameBuffer target;
+  for (int i = 0; i < 4; ++i) {
+    if (isGray && (i == 1 || i == 2)) continue;
+    target.insert(names[i], Imf::Slice::Make(Imf::FLOAT, image.rgba.GetFirst() + i, window, pixelSize,
+                                             pixelSize * static_cast<std::size_t>(image.width), 1, 1, 1.0));
+  }
+  file.setFrameBuffer(target);
+  file.readPixels(window.min.y, window.max.y);
+  if (isGray) CopyGray(image);
+  return image;
+}
+
+Result<BaseArray<Byte>> WritePixels(const Image& image) {
+  MemorySink sink;
+  {
+    const int width = static_cast<int>(image.width), height = static_cast<int>(image.height);
+    Imf::Header header(width, height);
+    header.compression() = Imf::ZIP_COMPRESSION;
+    Imf::FrameBuffer source;
+    const std::size_t pixelSize = 4 * sizeof(Float32);
+    for (int i = 0; i < 4; ++i) {
+      const char name[2] = {"RGBA"[i], 0};
+      header.channels().insert(name, Imf::Channel(Imf::FLOAT));
+      source.insert(name, Imf::Slice::Make(Imf::FLOAT, image.rgba.GetFirst() + i, header.dataWindow(), pixelSize,
+                                           pixelSize * static_cast<std::size_t>(image.width)));
+    }
+    MemoryWriter writer(sink);
+    Imf::OutputFile file(writer, header, 0);
+    file.setFrameBuffer(source);
+    file.writePixels(height);
+  }  // the file's table of lines is written when it is closed
+  return sink.Take();
+}
+
+}  // namespace
+
+Result<Image> DecodeExr(Block<const Byte> bytes) {
+  return CallLibrary<Image>(kDamaged, [bytes] { return ReadPixels(bytes); });
+}
+
+Result<BaseArray<Byte>> EncodeExr(const Image& image) {
+  OSTRA_CHECK_ARGUMENT(image.width > 0 && image.height > 0 && image.rgba.GetCount() == 4 * image.width * image.height);
+  return CallLibrary<BaseArray<Byte>>("the picture cannot be written as OpenEXR",
+                                      [&image] { return WritePixels(image); });
+}
+
+}  // namespace ostra

@@ -1,0 +1,99 @@
+#include <bit>
+
+#include "ostra/core/format.h"
+#include "ostra/image/image.h"
+#include "ostra/image/png_session.h"
+
+OSTRA_UNIT("png");
+
+namespace ostra {
+
+namespace {
+
+constexpr std::string_view kDamaged = "the PNG picture is damaged";
+
+struct Source {
+  const Byte* next;
+  std::size_t left;
+};
+
+struct Layout {
+  Int width, height;
+  Int bitDepth;     // of a channel, as libpng hands it out: 8 or 16
+  Int bitsInFile;   // of a pixel
+  Int bytesPerRow;  // as libpng hands them out
+  int passes;       // more than 1 for interlaced pictures
+};
+
+void ReadFromMemory(png_structp png, png_bytep target, std::size_t size) {
+  auto* source = static_cast<Source*>(png_get_io_ptr(png));
+  if (size > source->left) png_error(png, "the file ends too early");
+  MemCopy(target, source->next, static_cast<Int>(size));
+  source->next += size;
+  source->left -= size;
+}
+
+// Reads everything before the pixels and asks for red, green, blue, alpha of 8 or 16 bits.
+void ReadHeader(png_structp png, png_infop info, Source& source, Layout& layout) {
+  png_set_read_fn(png, &source, ReadFromMemory);
+  png_read_info(png, info);
+  layout.width = png_get_image_width(png, info);
+  layout.height = png_get_image_height(png, info);
+  layout.bitsInFile = Int(png_get_channels(png, info)) * png_get_bit_depth(png, info);
+  png_set_expand(png);
+  png_set_gray_to_rgb(png);
+  png_set_add_alpha(png, 0xFFFF, PNG_FILLER_AFTER);
+  if constexpr (std::endian::native == std::endian::little) png_set_swap(png);
+  layout.passes = png_set_interlace_handling(png);
+  png_read_update_info(png, info);
+  layout.bitDepth = png_get_bit_depth(png, info);
+  layout.bytesPerRow = static_cast<Int>(png_get_rowbytes(png, info));
+}
+
+// Refuses sizes that the file cannot hold, before memory is taken for them.
+Result<void> CheckLayout(const Layout& layout, Int fileSize) {
+  if (layout.width > kMaxImagePixels / layout.height)
+    return OSTRA_ILLEGAL_ARGUMENT("a picture of @ x @ pixels is too large, the limit is @ pixels", layout.width,
+                                  layout.height, kMaxImagePixels);
+  constexpr Int kLargestCompression = 1032;  // of the deflate format: 258 bytes for 2 bits
+  if (layout.width * layout.height / 8 * layout.bitsInFile > fileSize * kLargestCompression)
+    return OSTRA_ILLEGAL_ARGUMENT("@: @ bytes are too few for @ x @ pixels.", kDamaged, fileSize, layout.width,
+                                  layout.height);
+  if (layout.bytesPerRow != layout.width * 4 * layout.bitDepth / 8)
+    return OSTRA_ILLEGAL_ARGUMENT("@: its rows have @ bytes.", kDamaged, layout.bytesPerRow);
+  return OK;
+}
+
+template <class Value>
+void Widen(const Value* source, Float32* target, Int count) {
+  constexpr Float32 kLargest = static_cast<Float32>(static_cast<Value>(~Value(0)));
+  for (Int i = 0; i < count; ++i) target[i] = static_cast<Float32>(source[i]) / kLargest;
+}
+
+}  // namespace
+
+Result<Image> DecodePng(Block<const Byte> bytes) {
+  Source source{bytes.GetFirst(), static_cast<std::size_t>(bytes.GetCount())};
+  Layout layout{};
+  PngSession session(PngSession::Direction::Read);
+  if (!session.Run([&](png_structp png, png_infop info) { ReadHeader(png, info, source, layout); }))
+    return session.MakeError(kDamaged);
+  OSTRA_RETURN_IF_ERROR(CheckLayout(layout, bytes.GetCount()));
+  BaseArray<Byte> pixels;
+  OSTRA_RETURN_IF_ERROR(pixels.Resize(layout.bytesPerRow * layout.height));
+  // The rows of an interlaced picture are visited once for each pass.
+  const auto readPixels = [first = pixels.GetFirst(), layout](png_structp png, png_infop) {
+    for (int pass = 0; pass < layout.passes; ++pass)
+      for (Int y = 0; y < layout.height; ++y) png_read_row(png, first + y * layout.bytesPerRow, nullptr);
+    png_read_end(png, nullptr);
+  };
+  if (!session.Run(readPixels)) return session.MakeError(kDamaged);
+  OSTRA_ASSIGN_OR_RETURN(Image image, Image::Create(layout.width, layout.height));
+  if (layout.bitDepth == 16)
+    Widen(reinterpret_cast<const UInt16*>(pixels.GetFirst()), image.rgba.GetFirst(), image.rgba.GetCount());
+  else
+    Widen(pixels.GetFirst(), image.rgba.GetFirst(), image.rgba.GetCount());
+  return image;
+}
+
+}  // namespace ostra
