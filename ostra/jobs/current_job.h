@@ -1,0 +1,21 @@
+// Sets the current job of a thread for a while. Internal to this folder.
+#pragma once
+
+#include "ostra/core/types.h"
+
+namespace ostra {
+
+class Job;
+
+class CurrentJobScope {
+ public:
+  explicit CurrentJobScope(Job* job);
+  ~CurrentJobScope();
+  CurrentJobScope(const CurrentJobScope&) = delete;
+  CurrentJobScope& operator=(const CurrentJobScope&) = delete;
+
+ private:
+  Job* _previous;
+};
+
+}  // namespace ostra

@@ -1,0 +1,64 @@
+#include "ostra/jobs/parallel_for.h"
+
+#include <algorithm>
+
+#include "ostra/jobs/shared_loop.h"
+#include "ostra/jobs/worker_threads.h"
+
+namespace ostra::ParallelFor {
+namespace {
+
+// Calling a worker costs some microseconds until it works: neither earlier than this, nor for less work than this.
+constexpr UInt64 kAloneTicks = 3 * kTicksPerMicrosecond;
+constexpr UInt64 kWorthSharingTicks = 2 * kTicksPerMicrosecond;
+constexpr UInt64 kAlonePieceTicks = 2 * kTicksPerMicrosecond;
+constexpr UInt64 kLongPieceTicks = 64 * kTicksPerMicrosecond;
+
+constexpr Int kMaxQuarter = Int{1} << 60;  // four times this still is an Int
+
+Int GetThreadCount(Int wanted) {
+  const Int available = GetWorkerThreadCount();
+  return wanted < 0 || wanted > available ? available : std::max<Int>(wanted, 1);
+}
+
+// Works from work.begin on until others are worth calling, or to the end. Pieces grow from the granularity on, so that
+// short loops look at the clock only a few times.
+void RunAlone(LoopWork& work, Pace& pace) {
+  const UInt64 start = ReadTicks();
+  UInt64 last = start;
+  Int size = work.granularity;
+  for (;;) {
+    const Int left = work.count - work.begin;
+    const Int done = std::min(size, left);
+    work.function(work.context, work.begin, work.begin + done);
+    work.begin += done;
+    if (done == left) return;
+    const UInt64 now = ReadTicks();
+    pace.Measure(done, now - last);
+    last = now;
+    if (work.threadCount > 1 && now - start >= kAloneTicks && pace.GetIndexCount(kWorthSharingTicks) < left - done)
+      return;
+    const Int longest = pace.GetIndexCount(work.threadCount > 1 ? kAlonePieceTicks : kLongPieceTicks);
+    // Never all that is left at once: it may take much longer than what was measured.
+    const Int half = std::max((left - done) / 2, 8 * std::min<Int>(work.granularity, 64));
+    size = std::max(std::min({4 * std::min(done, kMaxQuarter), longest, half}), work.granularity);
+  }
+}
+
+}  // namespace
+
+void RunPieces(Int count, Int granularity, Int threadCount, PieceFunction* function, void* context) {
+  LoopWork work{function, context, 0, count, granularity, GetThreadCount(threadCount)};
+  Pace pace;
+  RunAlone(work, pace);
+  if (work.begin == count) return;
+  if (SharedLoop* loop = SharedLoop::Open(work, pace)) {
+    loop->Work();
+    loop->Close();
+    return;
+  }
+  work.threadCount = 1;
+  RunAlone(work, pace);
+}
+
+}  // namespace ostra::ParallelFor

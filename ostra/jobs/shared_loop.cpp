@@ -1,0 +1,137 @@
+#include "ostra/jobs/shared_loop.h"
+
+#include <array>
+#include <bit>
+
+#include "ostra/jobs/current_job.h"
+#include "ostra/jobs/job.h"
+#include "ostra/jobs/ticks.h"
+#include "ostra/jobs/worker_pool.h"
+
+namespace ostra {
+namespace {
+
+// One bit of a word for each loop; more loops than this at once are not shared.
+constexpr std::size_t kLoopCount = 64;
+constexpr UInt32 kSeat = 1U << 16;
+constexpr UInt32 kHelperMask = kSeat - 1;
+
+// A piece is long enough that taking it costs nothing, and short enough that a stop flag, which bodies look at once in
+// a piece, is seen soon and that no thread waits long for the last piece of another.
+constexpr UInt64 kShortPieceTicks = 1 * kTicksPerMicrosecond;
+constexpr UInt64 kLongPieceTicks = 64 * kTicksPerMicrosecond;
+// Calling a worker takes some microseconds.
+constexpr UInt64 kWorthCallingTicks = 8 * kTicksPerMicrosecond;
+constexpr UInt64 kWaitingTicks = 100 * kTicksPerMicrosecond;
+
+constinit std::array<SharedLoop, kLoopCount> g_loops;
+alignas(64) std::atomic<UInt64> g_usedLoops{0};
+alignas(64) std::atomic<UInt64> g_openLoops{0};
+
+SharedLoop* AcquireLoop() {
+  UInt64 used = g_usedLoops.load(std::memory_order_relaxed);
+  while (~used) {
+    const UInt64 bit = ~used & (used + 1);
+    if (g_usedLoops.compare_exchange_weak(used, used | bit, std::memory_order_acquire, std::memory_order_relaxed))
+      return &g_loops[static_cast<std::size_t>(std::countr_zero(bit))];
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+UInt64 SharedLoop::GetBit() const { return UInt64{1} << static_cast<UInt64>(this - g_loops.data()); }
+
+SharedLoop* SharedLoop::Open(const LoopWork& work, const Pace& pace) {
+  SharedLoop* loop = AcquireLoop();
+  if (!loop) return nullptr;
+  loop->_work = work;
+  loop->_pace = pace;
+  loop->_job = GetCurrentJob();
+  loop->_next.store(work.begin, std::memory_order_relaxed);
+  loop->_seats.store(static_cast<UInt32>(work.threadCount - 1) * kSeat, std::memory_order_release);
+  g_openLoops.fetch_or(loop->GetBit());
+  (void)WorkerPool::Announce();
+  return loop;
+}
+
+// Takes the next piece: large while there is plenty, smaller towards the end, so that all threads end together.
+Bool SharedLoop::Take(const Pace& pace, Int& begin, Int& end) {
+  begin = _next.load(std::memory_order_relaxed);
+  const Int shortest = pace.GetIndexCount(kShortPieceTicks);
+  const Int longest = pace.GetIndexCount(kLongPieceTicks);
+  do {
+    const Int left = _work.count - begin;
+    if (left <= 0) return false;
+    const Int share = std::max(left / (2 * _work.threadCount), std::min(shortest, left / _work.threadCount));
+    const Int size = std::max(std::min(share, longest), _work.granularity);
+    end = size < left ? begin + size : _work.count;
+  } while (!_next.compare_exchange_weak(begin, end, std::memory_order_relaxed));
+  return true;
+}
+
+void SharedLoop::Work(Pace pace) {
+  Int begin = 0;
+  Int end = 0;
+  UInt64 start = ReadTicks();
+  while (Take(pace, begin, end)) {
+    _work.function(_work.context, begin, end);
+    const UInt64 now = ReadTicks();
+    pace.Measure(end - begin, now - start);
+    start = now;
+    CallMore(pace);
+  }
+  Hide();
+}
+
+// Calls one more worker while there is work and a seat for it.
+void SharedLoop::CallMore(const Pace& pace) {
+  if ((g_openLoops.load(std::memory_order_relaxed) & GetBit()) == 0) return;
+  if (_work.count - _next.load(std::memory_order_relaxed) > pace.GetIndexCount(kWorthCallingTicks))
+    (void)WorkerPool::Announce();  // without a worker those inside do it all
+}
+
+void SharedLoop::Hide() {
+  if (g_openLoops.load(std::memory_order_relaxed) & GetBit()) g_openLoops.fetch_and(~GetBit());
+}
+
+void SharedLoop::Close() {
+  Hide();
+  UInt32 seats = _seats.fetch_and(kHelperMask, std::memory_order_acq_rel) & kHelperMask;
+  for (const UInt64 start = ReadTicks(); seats != 0 && ReadTicks() - start < kWaitingTicks;) {
+    PauseProcessor();
+    seats = _seats.load(std::memory_order_acquire);
+  }
+  for (; seats != 0; seats = _seats.load(std::memory_order_acquire)) _seats.wait(seats, std::memory_order_acquire);
+  g_usedLoops.fetch_and(~GetBit(), std::memory_order_release);
+}
+
+Bool SharedLoop::Join() {
+  UInt32 seats = _seats.load(std::memory_order_relaxed);
+  do {
+    if (seats < kSeat) return false;
+  } while (
+      !_seats.compare_exchange_weak(seats, seats - kSeat + 1, std::memory_order_acquire, std::memory_order_relaxed));
+  // Only while inside: the loop cannot be given to somebody else now.
+  if (seats < 2 * kSeat) Hide();
+  return true;
+}
+
+void SharedLoop::Leave() {
+  if (((_seats.fetch_sub(1, std::memory_order_release) - 1) & kHelperMask) == 0) _seats.notify_all();
+}
+
+Bool SharedLoop::HasOpenLoops() { return g_openLoops.load() != 0; }
+
+void SharedLoop::HelpOne() {
+  const UInt64 open = g_openLoops.load();
+  if (!open) return;
+  SharedLoop& loop = g_loops[static_cast<std::size_t>(std::countr_zero(open))];
+  if (!loop.Join()) return;
+  loop.CallMore(loop._pace);
+  const CurrentJobScope scope(loop._job);
+  loop.Work(loop._pace);
+  loop.Leave();
+}
+
+}  // namespace ostra

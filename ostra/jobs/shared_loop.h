@@ -1,0 +1,59 @@
+// A parallel loop that other threads can join. Internal to this folder.
+//
+// The calling thread opens a loop, works in it, closes it and waits until its helpers have left. Loops lie in a fixed
+// table that is never released: a worker may look at one that has just been closed, it only cannot join it.
+#pragma once
+
+#include <atomic>
+
+#include "ostra/jobs/pace.h"
+#include "ostra/jobs/parallel_for.h"
+
+namespace ostra {
+
+class Job;
+
+// What is to be done: [begin, count) in pieces of at least `granularity` indices.
+struct LoopWork {
+  PieceFunction* function;
+  void* context;
+  Int begin;
+  Int count;
+  Int granularity;
+  Int threadCount;  // threads that may take part, the caller included
+};
+
+class alignas(64) SharedLoop {
+ public:
+  // Opens a loop for others; null when too many are open, and then the caller works alone. `pace` is what is known
+  // about the duration of an index.
+  static SharedLoop* Open(const LoopWork& work, const Pace& pace);
+  // Works until no index is left.
+  void Work() { Work(_pace); }
+  // Lets nobody join any more, waits for the helpers and gives the loop back. After it, all effects of the helpers are
+  // visible to the caller.
+  void Close();
+
+  // For workers: joins one of the open loops and works in it until no index is left there.
+  static Bool HasOpenLoops();
+  static void HelpOne();
+
+ private:
+  void Work(Pace pace);
+  Bool Take(const Pace& pace, Int& begin, Int& end);
+  Bool Join();
+  void Leave();
+  void CallMore(const Pace& pace);
+  void Hide();
+  UInt64 GetBit() const;
+
+  // Free seats in the upper half, helpers inside in the lower half. A helper joins by taking a seat; without seats the
+  // loop is closed.
+  std::atomic<UInt32> _seats{0};
+  LoopWork _work{};
+  Pace _pace;
+  Job* _job = nullptr;  // the caller's job is the current job of its helpers, too
+  alignas(64) std::atomic<Int> _next{0};
+};
+
+}  // namespace ostra

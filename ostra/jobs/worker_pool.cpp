@@ -1,0 +1,108 @@
+#include "ostra/jobs/worker_pool.h"
+
+#include <algorithm>
+#include <atomic>
+
+#include "ostra/jobs/job_queue.h"
+#include "ostra/jobs/library_threads.h"
+#include "ostra/jobs/shared_loop.h"
+#include "ostra/jobs/ticks.h"
+#include "ostra/jobs/worker_threads.h"
+
+namespace ostra {
+namespace {
+
+constexpr UInt64 kLookingTicks = 100 * kTicksPerMicrosecond;
+
+// Workers called and not yet gone, and those of them that look for work.
+alignas(64) std::atomic<Int> g_presentCount{0};
+alignas(64) std::atomic<Int> g_lookingCount{0};
+// Threads that take part in parallel work, callers included; 0 until first asked for.
+alignas(64) std::atomic<Int> g_threadCount{0};
+std::atomic<bool> g_stopping{false};
+thread_local Bool t_isWorker = false;
+
+// A machine with one thread still has one worker, so that jobs run without being waited for.
+Int GetWorkerLimit() { return std::max<Int>(GetWorkerThreadCount() - 1, 1); }
+
+Bool HasWork() { return JobQueue::HasJobs() || SharedLoop::HasOpenLoops(); }
+
+Bool EnterPool() {
+  Int present = g_presentCount.load();
+  do {
+    if (present >= GetWorkerLimit() || g_stopping.load()) return false;
+  } while (!g_presentCount.compare_exchange_weak(present, present + 1));
+  return true;
+}
+
+void LeavePool() {
+  g_presentCount.fetch_sub(1);
+  if (g_stopping.load()) g_presentCount.notify_all();
+}
+
+Bool LookForWork() {
+  const UInt64 start = ReadTicks();
+  do {
+    for (Int round = 0; round < 16; ++round) {
+      if (g_stopping.load(std::memory_order_relaxed)) return false;
+      if (HasWork()) return true;
+      PauseProcessor();
+    }
+  } while (ReadTicks() - start < kLookingTicks && g_presentCount.load(std::memory_order_relaxed) <= GetWorkerLimit());
+  return false;
+}
+
+void RunWorker() {
+  t_isWorker = true;
+  for (;;) {
+    g_lookingCount.fetch_add(1);
+    const Bool found = LookForWork();
+    g_lookingCount.fetch_sub(1);
+    if (found) {
+      if (!JobQueue::RunOne()) SharedLoop::HelpOne();
+      continue;
+    }
+    LeavePool();
+    // Work announced since the last look may have counted on this worker.
+    if (!HasWork() || !EnterPool()) break;
+  }
+  t_isWorker = false;
+}
+
+}  // namespace
+
+Int GetWorkerThreadCount() {
+  const Int count = g_threadCount.load(std::memory_order_relaxed);
+  if (count > 0) return count;
+  Int unknown = 0;
+  g_threadCount.compare_exchange_strong(unknown, LibraryThreads::GetHardwareThreadCount());
+  return g_threadCount.load(std::memory_order_relaxed);
+}
+
+void SetWorkerThreadLimit(Int count) {
+  count = std::min(count, LibraryThreads::kMaxRunning);
+  if (count < 1) count = LibraryThreads::GetHardwareThreadCount();
+  LibraryThreads::SetLimit(count);
+  g_threadCount.store(count);
+}
+
+namespace WorkerPool {
+
+Bool Announce() {
+  if (g_lookingCount.load() > 0) return true;
+  if (!EnterPool()) return g_presentCount.load() > 0;
+  if (LibraryThreads::Run(&RunWorker)) return true;
+  LeavePool();
+  return g_presentCount.load() > 0;
+}
+
+void Stop() {
+  g_stopping.store(true);
+  if (t_isWorker) return;  // the process ends from inside a job, which cannot be waited for
+  for (Int present = g_presentCount.load(); present > 0; present = g_presentCount.load()) g_presentCount.wait(present);
+}
+
+Bool IsStopping() { return g_stopping.load(); }
+
+}  // namespace WorkerPool
+}  // namespace ostra

@@ -1,0 +1,22 @@
+// Workers: they run jobs and help in parallel loops. Internal to this folder.
+//
+// A worker is called onto a library thread when work is announced and nobody looks for work. It looks for more work
+// for at most 100 us before it gives the thread back.
+//
+// Whoever makes work visible calls Announce() afterwards. Work is never forgotten: either the announcing thread sees
+// that no worker looks, or the worker that stops looking sees the work. All functions are thread-safe.
+#pragma once
+
+#include "ostra/core/types.h"
+
+namespace ostra::WorkerPool {
+
+// Calls a worker when none looks for work and the limit allows one more. False when there is no worker at all and none
+// can be called.
+Bool Announce();
+
+// Ends all workers after what they run now and lets none be called again. Called once, at the end.
+void Stop();
+Bool IsStopping();
+
+}  // namespace ostra::WorkerPool
