@@ -40,11 +40,29 @@ Result<void> GenericBaseArray::CopyFrom(const GenericBaseArray& other) {
   return OK;
 }
 
+// Every BaseArray has the layout of a BaseArray of bytes.
+Block<Generic> GenericBaseArray::ViewBaseArray(DataType elementType, const void* baseArray) {
+  const auto& array = *static_cast<const BaseArray<Byte>*>(baseArray);
+  return Block<Generic>(reinterpret_cast<Generic*>(array._first), array._count, elementType.GetSize());
+}
+
+GenericBaseArray GenericBaseArray::AdoptBaseArray(DataType elementType, void* baseArray) {
+  auto& source = *static_cast<BaseArray<Byte>*>(baseArray);
+  GenericBaseArray array;
+  array._type = elementType;
+  array._first = std::exchange(source._first, nullptr);
+  array._count = std::exchange(source._count, 0);
+  array._capacity = std::exchange(source._capacity, 0);
+  return array;
+}
+
 Result<void> GenericBaseArray::Resize(Int count) {
   if (count < 0) return OSTRA_ILLEGAL_ARGUMENT("An array cannot have @ elements.", count);
   const Int size = _type.GetSize();
   if (size > 0 && count > INT64_MAX / size) return OSTRA_OUT_OF_MEMORY();
   if (count == _count && _first) return OK;
+  if (!_type.IsPlain() && !_type.IsDefaultConstructible())
+    return OSTRA_NOT_IMPLEMENTED("Values of type \"@\" have no default.", _type);
   // Plain values of fresh memory are zero without a pass over them by the type.
   void* memory = _type.IsPlain() ? AllocZeroed(count * size) : AllocMem(count * size);
   if (!memory) return OSTRA_OUT_OF_MEMORY();

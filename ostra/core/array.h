@@ -44,6 +44,11 @@ class OSTRA_API GenericBaseArray {
   static Result<GenericBaseArray> CreateCopy(DataType type, Block<const Generic> elements);
   Result<void> CopyFrom(const GenericBaseArray& other);
 
+  // The elements of a BaseArray of `elementType` whose C++ type is not known here: seen where they are, or taken over
+  // (the array is then empty).
+  static Block<Generic> ViewBaseArray(DataType elementType, const void* baseArray);
+  static GenericBaseArray AdoptBaseArray(DataType elementType, void* baseArray);
+
   // Keeps the first elements; new ones are default values. On error the array is unchanged.
   Result<void> Resize(Int count);
 

@@ -44,8 +44,11 @@ struct DataTypeTable {
     auto id = Id::Create(description.id.GetView());
     auto name = String::Create(description.name.GetView());
     if (!id || !name) return false;
+    auto parametricType = Id::Create(description.parametricType.GetView());
+    if (!parametricType) return false;
     description.id = *id;
     description.name = *name;
+    description.parametricType = *parametricType;
     return true;
   }
 
@@ -93,6 +96,7 @@ std::string_view DataType::GetView() const { return _record ? GetName().GetView(
 Int DataType::GetSize() const { return _record->description.size; }
 Int DataType::GetAlignment() const { return _record->description.alignment; }
 Bool DataType::IsPlain() const { return _record->description.isPlain; }
+Bool DataType::IsDefaultConstructible() const { return _record->description.operations.construct; }
 const Id& DataType::GetParametricType() const { return _record->description.parametricType; }
 DataType DataType::GetInnerType() const { return _record->inner; }
 Int DataType::GetElementCount() const { return _record->description.elementCount; }
@@ -157,6 +161,18 @@ Result<DataType> DataType::Register(const DataTypeDescription& description) {
 
 Result<DataType> DataType::Find(const Id& id) { return DataTypeTable::Get().Find(id); }
 Bool DataType::Erase(const Id& id) { return DataTypeTable::Get().Erase(id); }
+
+Bool DataType::AnyOperation(Bool (*matches)(const void* context, const void* operation), const void* context) {
+  DataTypeTable& table = DataTypeTable::Get();
+  const std::scoped_lock lock(table.mutex);
+  for (const Record* bucket : table.buckets) {
+    for (const Record* record = bucket; record; record = record->next) {
+      const auto destruct = record->description.operations.destruct;  // types that have operations have this one
+      if (!record->erased && destruct && matches(context, reinterpret_cast<const void*>(destruct))) return true;
+    }
+  }
+  return false;
+}
 
 DataType DataType::FindOrRegister(const DataTypeDescription& description) {
   return FindOrRegister(description, DataType());

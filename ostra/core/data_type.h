@@ -70,6 +70,7 @@ class OSTRA_API DataType {
   Int GetSize() const;               // bytes
   Int GetAlignment() const;          // bytes
   Bool IsPlain() const;
+  Bool IsDefaultConstructible() const;
   // The ID of the template that this type is made with, such as net.ostra.parametrictype.pointer; empty for others.
   const Id& GetParametricType() const;
   // What a parametric type is made of: T of a pointer to T.
@@ -103,6 +104,14 @@ class OSTRA_API DataType {
   static Result<DataType> Register(const DataTypeDescription& description);
   static Result<DataType> Find(const Id& id);
   static Bool Erase(const Id& id);
+  // Whether `matches` holds for an operation of a registered type: finds out who still needs a module's code.
+  template <class Matches>
+  static Bool AnyOperation(const Matches& matches) {
+    return AnyOperation([](const void* context, const void* operation) -> Bool {
+      return (*static_cast<const Matches*>(context))(operation);
+    }, &matches);
+  }
+  static Bool AnyOperation(Bool (*matches)(const void* context, const void* operation), const void* context);
 
   // The type registered under the description's ID; registers it when there is none. Ends the process when memory is
   // exhausted: used for types known when the program is written.

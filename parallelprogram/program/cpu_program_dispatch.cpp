@@ -1,0 +1,151 @@
+// Dispatch of the CPU program: spreads the invocations of a range over the worker threads.
+#include <algorithm>
+#include <atomic>
+#include <mutex>
+
+#include "ostra/core/format.h"
+#include "ostra/jobs/parallel_for.h"
+#include "parallelprogram/program/cpu_program_impl.h"
+
+OSTRA_UNIT("parallelprogram_cpu_impl");
+
+namespace ostra {
+namespace {
+
+constexpr Int kComplexGranularity = 64;
+
+// What the threads of one dispatch share. The stop flag ends pieces soon after a failure, not at once.
+struct Dispatch {
+  Dispatch(KernelInterface& dispatchedKernel, KernelRangeInterface* kernelRange, const Vec3<UInt32>& invocations)
+      : kernel(dispatchedKernel),
+        range(kernelRange),
+        extent(invocations),
+        workGroup(dispatchedKernel.GetKernelWorkGroupSize()) {}
+
+  KernelInterface& kernel;
+  KernelRangeInterface* range;
+  const Vec3<UInt32> extent;
+  const Vec3<UInt32> workGroup;
+  std::atomic<Byte> stop{0};
+  std::mutex errorMutex;
+  Result<void> result = OK;
+
+  void Fail(Error error) {
+    const std::scoped_lock lock(errorMutex);
+    result = std::move(error);  // the last error is the dispatch's
+    stop.store(1, std::memory_order_relaxed);
+  }
+};
+
+// The IDs of consecutive invocations, x first.
+class InvocationIds {
+ public:
+  InvocationIds(const Dispatch& dispatch, UInt32 index) : _dispatch(dispatch) {
+    const UInt32 row = index / dispatch.extent.x;
+    SetRow(row % dispatch.extent.y, row / dispatch.extent.y);
+    global.x = index % dispatch.extent.x;
+    local.x = global.x % dispatch.workGroup.x;
+    group.x = global.x / dispatch.workGroup.x;
+  }
+
+  void Advance() {
+    ++global.x;
+    if (++local.x == _dispatch.workGroup.x) {
+      local.x = 0;
+      ++group.x;
+    }
+    if (global.x < _dispatch.extent.x) return;
+    global.x = local.x = group.x = 0;
+    const Bool isLastRow = global.y + 1 == _dispatch.extent.y;
+    SetRow(isLastRow ? 0 : global.y + 1, isLastRow ? global.z + 1 : global.z);
+  }
+
+  Vec3<UInt32> global, local, group;
+
+ private:
+  void SetRow(UInt32 y, UInt32 z) {
+    global.y = y;
+    global.z = z;
+    local.y = y % _dispatch.workGroup.y;
+    local.z = z % _dispatch.workGroup.z;
+    group.y = y / _dispatch.workGroup.y;
+    group.z = z / _dispatch.workGroup.z;
+  }
+  const Dispatch& _dispatch;
+};
+
+// Runs the invocations first .. first + count - 1 on this thread and returns the first error.
+Result<void> RunInvocations(Dispatch& dispatch, UInt32 first, UInt32 count, Bool isOrdered) {
+  if (dispatch.range) return dispatch.range->RunRange({dispatch.extent, first, count, isOrdered, &dispatch.stop});
+  InvocationIds ids(dispatch, first);
+  for (UInt32 i = 0; i < count; ++i, ids.Advance()) {
+    if (dispatch.stop.load(std::memory_order_relaxed)) return OK;
+    OSTRA_RETURN_IF_ERROR(dispatch.kernel.Kernel(ids.global, ids.local, ids.group));
+  }
+  return OK;
+}
+
+Result<void> RunParallel(Dispatch& dispatch, UInt32 count, Int granularity) {
+  ParallelFor::Dynamic(
+      count,
+      [&dispatch](Int begin, Int end) {
+        if (dispatch.stop.load(std::memory_order_relaxed)) return;
+        auto result = RunInvocations(dispatch, static_cast<UInt32>(begin), static_cast<UInt32>(end - begin), false);
+        if (!result) dispatch.Fail(result.TakeError());
+      },
+      granularity);
+  return std::move(dispatch.result);
+}
+
+Result<void> CheckWorkGroup(const Vec3<UInt32>& size, const InternedId& kernelId) {
+  if (size.x == 0 || size.y == 0 || size.z == 0)
+    return OSTRA_ILLEGAL_STATE("The work group size (@, @, @) of the kernel \"@\" has a component 0.", size.x, size.y,
+                               size.z, kernelId);
+  return OK;
+}
+
+}  // namespace
+
+Result<void> ParallelProgramCPUImpl::DispatchKernel(UInt32 countX, UInt32 countY, UInt32 countZ, Bool) {
+  return countY == 1 && countZ == 1 ? DispatchKernelSimple(countX) : DispatchKernelComplex(countX, countY, countZ);
+}
+
+Result<void> ParallelProgramCPUImpl::DispatchKernelSimple(UInt32 count) {
+  OSTRA_ASSIGN_OR_RETURN(KernelEntry & entry, GetRunnableKernel());
+  if (count == 0) return OK;
+  OSTRA_RETURN_IF_ERROR(CheckWorkGroup(entry.kernel->GetKernelWorkGroupSize(), _activeKernelId));
+  Dispatch dispatch(*entry.kernel, entry.range, {count, 1, 1});
+  if (entry.kernel->GetSingleThreadedThreshold() >= Int{count}) return RunInvocations(dispatch, 0, count, true);
+  return RunParallel(dispatch, count, entry.kernel->GetGranularity());
+}
+
+// Every extent is raised to one work group, and the total wraps at 32 bits.
+Result<void> ParallelProgramCPUImpl::DispatchKernelComplex(UInt32 countX, UInt32 countY, UInt32 countZ) {
+  OSTRA_ASSIGN_OR_RETURN(KernelEntry & entry, GetRunnableKernel());
+  const Vec3<UInt32>& workGroup = entry.kernel->GetKernelWorkGroupSize();
+  OSTRA_RETURN_IF_ERROR(CheckWorkGroup(workGroup, _activeKernelId));
+  const Vec3<UInt32> extent(std::max(countX, workGroup.x), std::max(countY, workGroup.y),
+                            std::max(countZ, workGroup.z));
+  Dispatch dispatch(*entry.kernel, entry.range, extent);
+  return RunParallel(dispatch, extent.x * extent.y * extent.z, kComplexGranularity);
+}
+
+Result<void> ParallelProgramCPUImpl::DispatchIndirectKernel(const InternedId& buffer, UInt32 offset, Bool) {
+  OSTRA_ASSIGN_OR_RETURN(KernelEntry & entry, GetRunnableKernel());
+  const BufferSlot* slot = FindBuffer(_buffers, buffer);
+  if (!slot) return OSTRA_ILLEGAL_ARGUMENT("buffer for update could not be found");
+  if (slot->GetElementType() != GetDataType<Vec4<Int32>>())
+    return OSTRA_ILLEGAL_ARGUMENT("buffer is not of the correct type for dispatch indirect");
+  if (Int{offset} >= slot->GetCount()) return OSTRA_ILLEGAL_ARGUMENT("dispatch offset out of buffer range");
+  const auto& groups = slot->GetFirstBlock<Vec4<Int32>>()[offset];
+  const Vec3<UInt32>& workGroup = entry.kernel->GetKernelWorkGroupSize();
+  OSTRA_RETURN_IF_ERROR(CheckWorkGroup(workGroup, _activeKernelId));
+  auto invocations = [](Int32 groupCount, UInt32 size) { return static_cast<UInt32>(std::max(groupCount, 1)) * size; };
+  return DispatchKernel(invocations(groups.x, workGroup.x), invocations(groups.y, workGroup.y),
+                        invocations(groups.z, workGroup.z), false);
+}
+
+Result<void> ParallelProgramCPUImpl::AddMemoryBarrier() { return OK; }
+Result<void> ParallelProgramCPUImpl::AddTextureMemoryBarrier() { return OK; }
+
+}  // namespace ostra

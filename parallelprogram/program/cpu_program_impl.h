@@ -1,0 +1,145 @@
+// ParallelProgramCPUImpl: state and helpers. Its methods are grouped by file: kernels and links, buffers, resources
+// (counters, uniforms, hand-over to the kernel), textures, dispatch.
+#pragma once
+
+#include "ostra/core/atomic.h"
+#include "ostra/core/data_dictionary.h"
+#include "ostra/core/intrusive_list.h"
+#include "parallelprogram/program/kernel_interface.h"
+#include "parallelprogram/program/kernel_range_interface.h"
+#include "parallelprogram/program/parallel_program.h"
+
+namespace ostra {
+
+// The slot of a buffer's array. Tables and links hold its address, so a buffer that is resized stays linked.
+using BufferSlot = Array<Generic>;
+
+class ParallelProgramCPUImpl final : public Component<ParallelProgramCPUImpl, ParallelProgramInterface> {
+ public:
+  static constexpr const char* kComponentName = "ParallelProgramCPUImpl";
+
+  Result<void> Init(const Url& resourcePath, const DrawportContextRef* context, Int32 deviceIndex,
+                    Bool createOffscreenContext) override;
+  Result<void> Execute(Bool wait) override;
+  Result<void> AddKernel(const InternedId& kernelId, const Url& file, Bool wait) override;
+  Result<void> CopyKernel(const InternedId& sourceKernelId, const InternedId& newKernelId, Bool wait) override;
+  void WaitForKernelCompile() override;
+  Bool HasKernel(const InternedId& kernelId) override;
+  Int32 GetProgramCount(const String& programName) override;
+  void SetActiveKernel(const InternedId& kernelId) override;
+  InternedId GetActiveKernelId() const override;
+
+  Result<void> SetBufferToActiveKernelSameId(const InternedId& attr) override;
+  Result<void> SetBufferToActiveKernel(const InternedId& attr, const InternedId& attrKernel) override;
+  Result<void> SetGlobalBufferLink(const InternedId& attr, const Data& data) override;
+  Result<Data> GetGlobalBufferLink(const InternedId& attr) const override;
+  Result<Data> GetGlobalBufferData(const InternedId& attr) const override;
+  Result<Data> GetGlobalBufferData(const InternedId& attr, Int offset, Int count) const override;
+  Result<void> SetKernelBufferLink(const InternedId& attr, const Data& data) override;
+  Result<Data> GetKernelBufferLink(const InternedId& attr) const override;
+  Result<Data> GetKernelBufferData(const InternedId& attr) const override;
+  Result<void> CreateUniformBuffer(const InternedId& attr, const DataType& dataType, Int count) override;
+  Result<void> ResizeUniformBuffer(const InternedId& attr, Int count, Bool forceResize) override;
+  Result<void> StoreUniformBufferData(const InternedId& attr, ForwardingDataPtr&& data) override;
+  Result<void> StoreUniformBufferData(const InternedId& attr, const DataType& dataType,
+                                      GenericBaseArray&& data) override;
+  Result<void> UpdateUniformBufferData(const InternedId& attr, Int offset, ForwardingDataPtr&& data) override;
+  Result<void> CopyBufferData(const InternedId& sourceAttr, const InternedId& targetAttr, Int count, Int sourceOffset,
+                              Int targetOffset) override;
+  Result<void> CopyBufferDataBytes(const InternedId& sourceAttr, const InternedId& targetAttr, Int bytesCount,
+                                   Int sourceBytesOffset, Int targetBytesOffset) override;
+
+  Result<void> SetTextureOutOfCoreDeleteOrder(const BaseArray<InternedId>& deleteOrder) override;
+  Result<void> SetTextureToActiveKernelSameId(const InternedId& attr) override;
+  Result<void> SetTextureToActiveKernel(const InternedId& attr, const InternedId& attrKernel) override;
+  Result<void> StoreTextureBindData(const InternedId& attr, TextureBindData& texBindData, Bool outOfCore) override;
+  Result<DrawportTextureSampler*> GetTextureSamplerHandle(const InternedId& attr) override;
+  Result<DrawportTexture*> GetTextureHandle(const InternedId& attr) override;
+  Result<DrawportTextureSamplerItemRef> GetTextureSamplerCacheRef(const InternedId& attr) override;
+  Result<DrawportTextureItemRef> GetTextureCacheRef(const InternedId& attr) override;
+  Result<void> CreateTexture(const InternedId& attr, TextureBindData& texBindData) override;
+  Result<void> UpdateTextureBindData(const InternedId& attr, const TextureBindData& texBindData) override;
+  Result<void> SetKernelTextureLink(const InternedId& attr, const Data& data) override;
+  Result<Data> GetTextureData(const InternedId& attr, const Vec3<Int32>& regionMin,
+                              const Vec3<Int32>& regionMax) const override;
+  Result<void> CopyTextureBytes(const InternedId& sourceAttr, const InternedId& targetAttr, Int bytesCount,
+                                Int sourceBytesOffset, Int targetBytesOffset) override;
+
+  Result<void> AddAtomicCounter(const InternedId& attr, ForwardingDataPtr&& data) override;
+  Result<void> SetAtomicCounterToActiveKernel(const InternedId& attr) override;
+  Result<void> SetAtomicCounter(const InternedId& attr, UInt32 value) override;
+  Result<UInt32> GetAtomicCounter(const InternedId& attr) const override;
+
+  Result<void> SetUniform(const InternedId& attr, ForwardingDataPtr&& data) override;
+  Result<void> SwapBuffers(const InternedId& bufferOne, const InternedId& bufferTwo) override;
+  Result<void> SwapTextures(const InternedId& textureOne, const InternedId& textureTwo) override;
+  Result<void> DeleteTexture(const InternedId& textureId, Bool softDelete) override;
+  Result<void> DeleteUniformBuffer(const InternedId& bufferId) override;
+
+  Result<void> UpdateUniforms() override;
+  Result<void> DispatchKernel(UInt32 countX, UInt32 countY, UInt32 countZ, Bool disableBarrier) override;
+  Result<void> DispatchIndirectKernel(const InternedId& buffer, UInt32 offset, Bool disableBarrier) override;
+  Result<void> AddMemoryBarrier() override;
+  Result<void> AddTextureMemoryBarrier() override;
+  Result<void> CheckActiveKernelForUpdatedShaders() override;
+  Result<void> UpdateDrawportContext(const DrawportContextRef& newDrawportContext) override;
+  Result<void> Reset() override;
+  void ReloadKernels() override;
+  Bool GetMemoryInformation(Int64& freeMemory, Int64& totalMemory) const override;
+  void GetSupportReadWritePixelFormats(Bool& readWrite16bit, Bool& readWrite8bit) const override;
+  std::pair<Int64, Int64> GetAvailableAndTotalVRAMBudget() const override;
+
+ private:
+  struct BufferNode : ListNode<BufferNode> {
+    BufferSlot slot;
+  };
+  struct CounterNode : ListNode<CounterNode> {
+    AtomicUInt32 counter;
+  };
+
+  struct KernelEntry {
+    InternedId kernelId;  // of a copy: the ID of its source
+    Url file;
+    String sourceName;  // empty for a copy, which GetProgramCount does not count
+    DataDictionary bufferLinks;
+    DataDictionary uniforms;
+    DataDictionary atomicLinks;
+    DataDictionary textureLinks;
+    KernelRef kernel;                       // null in a copy whose creation failed
+    KernelRangeInterface* range = nullptr;  // the kernel's range interface, when it has one
+    BaseArray<Block<Generic>> bufferBlocks;
+  };
+
+  // The active kernel. Error: illegal state "no active kernel set".
+  Result<KernelEntry&> GetActiveKernel() const;
+  // The same, with a kernel object that can run.
+  Result<KernelEntry&> GetRunnableKernel() const;
+  // Creates the kernel object of `entry` from its class and prepares it.
+  static Result<void> CreateKernelObject(KernelEntry& entry, const Class& kernelClass);
+
+  // The buffer under a name of a table; null when there is none.
+  static BufferSlot* FindBuffer(const DataDictionary& table, const InternedId& attr);
+  // Makes `array` the program's buffer `attr`.
+  Result<void> AddBuffer(const InternedId& attr, Array<Generic> array);
+
+  Result<void> HandOverUniforms(KernelEntry& entry);
+  Result<void> HandOverBuffers(KernelEntry& entry);
+  Result<void> HandOverCounters(KernelEntry& entry);
+
+  Result<void> DispatchKernelSimple(UInt32 count);
+  Result<void> DispatchKernelComplex(UInt32 countX, UInt32 countY, UInt32 countZ);
+
+  // Storage outlives names: links keep working when a buffer or counter is replaced or deleted by name.
+  IntrusiveList<BufferNode> _bufferStorage;
+  IntrusiveList<CounterNode> _counterStorage;
+  DataDictionary _buffers;   // name -> BufferSlot*
+  DataDictionary _counters;  // name -> AtomicUInt32*
+  InternedId _activeKernelId;
+  InternedId _noiseDataName;
+  BaseArray<InternedId> _noiseModeNames;
+  BaseArray<InternedId> _noiseSeedNames;
+  KernelEntry* _activeKernel = nullptr;
+  HashMap<InternedId, KernelEntry> _kernels;
+};
+
+}  // namespace ostra

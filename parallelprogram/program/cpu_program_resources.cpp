@@ -1,0 +1,91 @@
+// Atomic counters and uniforms of the CPU program, and the hand-over of all resources to the kernel.
+#include "ostra/core/format.h"
+#include "parallelprogram/program/cpu_program_impl.h"
+
+OSTRA_UNIT("parallelprogram_cpu_impl");
+
+namespace ostra {
+namespace {
+
+AtomicUInt32* FindCounter(const DataDictionary& table, const InternedId& attr) {
+  const Data* data = table.FindData(attr);
+  AtomicUInt32* const* counter = data ? data->GetIf<AtomicUInt32*>() : nullptr;
+  return counter ? *counter : nullptr;
+}
+
+}  // namespace
+
+Result<void> ParallelProgramCPUImpl::AddAtomicCounter(const InternedId& attr, ForwardingDataPtr&&) {
+  CounterNode* node = NewObj<CounterNode>();
+  if (!node) return OSTRA_OUT_OF_MEMORY();
+  _counterStorage.Append(node);
+  if (auto set = _counters.Set(attr, &node->counter); !set) {
+    _counterStorage.Free(node);
+    return set;
+  }
+  return OK;
+}
+
+Result<void> ParallelProgramCPUImpl::SetAtomicCounterToActiveKernel(const InternedId& attr) {
+  OSTRA_ASSIGN_OR_RETURN(const Data& data, _counters.GetData(attr));
+  OSTRA_ASSIGN_OR_RETURN(KernelEntry & entry, GetActiveKernel());
+  OSTRA_RETURN_IF_ERROR(data.Get<AtomicUInt32*>());
+  return entry.atomicLinks.SetData(attr, data);
+}
+
+Result<void> ParallelProgramCPUImpl::SetAtomicCounter(const InternedId& attr, UInt32 value) {
+  AtomicUInt32* counter = FindCounter(_counters, attr);
+  if (!counter) return OSTRA_ILLEGAL_ARGUMENT("atomic identifier not found");
+  counter->Exchange(value);
+  return OK;
+}
+
+Result<UInt32> ParallelProgramCPUImpl::GetAtomicCounter(const InternedId& attr) const {
+  const AtomicUInt32* counter = FindCounter(_counters, attr);
+  if (!counter) return OSTRA_ILLEGAL_ARGUMENT("atomic identifier not found");
+  return counter->LoadRelaxed();
+}
+
+Result<void> ParallelProgramCPUImpl::SetUniform(const InternedId& attr, ForwardingDataPtr&& data) {
+  OSTRA_ASSIGN_OR_RETURN(KernelEntry & entry, GetActiveKernel());
+  if (data.IsEmpty()) return OSTRA_ILLEGAL_ARGUMENT("The uniform \"@\" was given no value.", attr);
+  OSTRA_ASSIGN_OR_RETURN(Data value, data.Take());
+  return entry.uniforms.SetData(attr, std::move(value));
+}
+
+Result<void> ParallelProgramCPUImpl::UpdateUniforms() {
+  OSTRA_ASSIGN_OR_RETURN(KernelEntry & entry, GetRunnableKernel());
+  OSTRA_RETURN_IF_ERROR(HandOverUniforms(entry));
+  OSTRA_RETURN_IF_ERROR(HandOverBuffers(entry));
+  return HandOverCounters(entry);
+}
+
+Result<void> ParallelProgramCPUImpl::HandOverUniforms(KernelEntry& entry) {
+  for (const auto& [name, value] : entry.uniforms)
+    OSTRA_RETURN_IF_ERROR(entry.kernel->Set(name.ToCString(), value.GetPointer()));
+  return OK;
+}
+
+// Kernels may keep the address of a block, so the blocks stay until the next hand-over.
+Result<void> ParallelProgramCPUImpl::HandOverBuffers(KernelEntry& entry) {
+  OSTRA_RETURN_IF_ERROR(entry.bufferBlocks.Resize(entry.bufferLinks.GetCount()));
+  Int index = 0;
+  for (const auto& [name, value] : entry.bufferLinks) {
+    OSTRA_ASSIGN_OR_RETURN(BufferSlot* const& slot, value.Get<BufferSlot*>());
+    if (!slot || slot->GetCount() == 0) return OSTRA_ILLEGAL_STATE("stored data block has size 0");
+    Block<Generic>& block = entry.bufferBlocks[index++];
+    block = slot->GetFirstBlock();
+    OSTRA_RETURN_IF_ERROR(entry.kernel->Set(name.ToCString(), &block));
+  }
+  return OK;
+}
+
+Result<void> ParallelProgramCPUImpl::HandOverCounters(KernelEntry& entry) {
+  for (const auto& [name, value] : entry.atomicLinks) {
+    OSTRA_ASSIGN_OR_RETURN(AtomicUInt32* const& counter, value.Get<AtomicUInt32*>());
+    OSTRA_RETURN_IF_ERROR(entry.kernel->Set(name.ToCString(), counter));
+  }
+  return OK;
+}
+
+}  // namespace ostra
