@@ -26,7 +26,7 @@ if(OSTRA_CCACHE)
 endif()
 
 add_library(ostra_flags INTERFACE)
-target_compile_options(ostra_flags INTERFACE -Wall -Wextra -Wpedantic -Werror -Wshadow=local)
+target_compile_options(ostra_flags INTERFACE -Wall -Wextra -Wpedantic -Werror $<$<CXX_COMPILER_ID:GNU>:-Wshadow=local>)
 # Host and module arithmetic is never contracted, so that CPU and GPU can give the same bits.
 target_compile_options(ostra_flags INTERFACE -ffp-contract=off -fno-math-errno)
 if(OSTRA_SANITIZE)
