@@ -1,0 +1,65 @@
+#include <dlfcn.h>
+#include <unistd.h>
+
+#include "ostra/core/data_type.h"
+#include "ostra/core/format.h"
+#include "ostra/object/loaded_module.h"
+
+OSTRA_UNIT("moduleloader");
+
+namespace ostra {
+namespace {
+
+const char* GetLoadError() {
+  const char* text = ::dlerror();
+  return text ? text : "unknown reason";
+}
+
+// Where the shared object that holds `address` begins; null for an unknown one.
+const void* FindBase(const void* address) {
+  Dl_info information;
+  return ::dladdr(address, &information) ? information.dli_fbase : nullptr;
+}
+
+}  // namespace
+
+Result<Library> Library::Open(std::string_view path) {
+  // A name without a directory would be searched for in the system's library folders.
+  const std::string_view folder = path.find('/') == std::string_view::npos ? "./" : "";
+  Library library;
+  OSTRA_ASSIGN_OR_RETURN(library._path, String::Concatenate(folder, path));
+  OSTRA_ASSIGN_OR_RETURN(CString file, CString::Create(library._path));
+  if (::access(file.GetCString(), F_OK) != 0) return OSTRA_ILLEGAL_ARGUMENT("There is no module file \"@\".", path);
+  library._handle = ::dlopen(file.GetCString(), RTLD_NOW | RTLD_LOCAL);
+  if (!library._handle)
+    return OSTRA_ILLEGAL_ARGUMENT("The module file \"@\" cannot be loaded: @", path, GetLoadError());
+  return library;
+}
+
+Library::~Library() {
+  if (!_handle) return;
+  if (ServesDataTypes()) return;
+  ::dlclose(_handle);
+}
+
+// Types that were described first in this module, and that others may use since, need its code: it then stays in
+// memory. Types that the module has erased do not count.
+Bool Library::ServesDataTypes() const {
+  const void* base = FindBase(::dlsym(_handle, "g_ostra"));
+  if (!base) return false;
+  return DataType::AnyOperation([base](const void* operation) { return FindBase(operation) == base; });
+}
+
+Result<ModuleDescriptor&> Library::FindDescriptor() const {
+  auto* descriptor = static_cast<ModuleDescriptor*>(::dlsym(_handle, "g_ostra"));
+  if (!descriptor) return OSTRA_ILLEGAL_ARGUMENT("The file \"@\" is not a module: it has no descriptor g_ostra.", _path);
+  if (descriptor->magic != ModuleDescriptor::MAGIC)
+    return OSTRA_ILLEGAL_ARGUMENT("The file \"@\" is not a module: its g_ostra is not a module descriptor.", _path);
+  if (descriptor->apiVersion != ModuleDescriptor::API_VERSION) {
+    return OSTRA_ILLEGAL_ARGUMENT("The module file \"@\" is made for module interface @; this host has @.", _path,
+                                  descriptor->apiVersion, ModuleDescriptor::API_VERSION);
+  }
+  return *descriptor;
+}
+
+}  // namespace ostra

@@ -1,0 +1,53 @@
+// The host's side of a module that is being, or has been, registered: remembers what to take back. Used by the loader
+// and by the registration functions only.
+#pragma once
+
+#include "ostra/core/base_array.h"
+#include "ostra/core/id.h"
+
+namespace ostra {
+
+class ModuleInitializer {
+ public:
+  using UndoFunction = void (*)(const Id& registryId, const Id& id);
+
+  explicit ModuleInitializer(Bool takesPartInConfiguration) : _takesPartInConfiguration(takesPartInConfiguration) {}
+  ~ModuleInitializer() { RollBack(0); }
+  ModuleInitializer(const ModuleInitializer&) = delete;
+  ModuleInitializer& operator=(const ModuleInitializer&) = delete;
+
+  Bool TakesPartInConfiguration() const { return _takesPartInConfiguration; }
+
+  // Runs `action` (→ Result<void>) and remembers how it is undone. Memory for that is taken first, so that nothing is
+  // ever registered without it.
+  template <class Action>
+  Result<void> Do(Action&& action, UndoFunction undo, const Id& registryId, const Id& id) {
+    OSTRA_RETURN_IF_ERROR(_done.Append(Done{undo, registryId, id}));
+    Result<void> result = action();
+    if (!result) DropLast();
+    return result;
+  }
+
+  Int GetCount() const { return _done.GetCount(); }
+  // Undoes everything after the first `count` actions, the latest first.
+  void RollBack(Int count) {
+    while (_done.GetCount() > count) {
+      const Done& last = _done[_done.GetCount() - 1];
+      last.undo(last.registryId, last.id);
+      DropLast();
+    }
+  }
+
+ private:
+  struct Done {
+    UndoFunction undo = nullptr;
+    Id registryId;
+    Id id;
+  };
+  void DropLast() { static_cast<void>(_done.Resize(_done.GetCount() - 1)); }  // shrinking cannot fail
+
+  BaseArray<Done> _done;
+  Bool _takesPartInConfiguration;
+};
+
+}  // namespace ostra

@@ -1,0 +1,99 @@
+#include "ostra/object/registration.h"
+
+#include <algorithm>
+
+#include "ostra/core/diagnostics.h"
+#include "ostra/core/hash_map.h"
+#include "ostra/object/module_initializer.h"
+
+OSTRA_UNIT("registration");
+
+namespace ostra {
+namespace {
+
+Result<ModuleInitializer&> FindInitializer(const ModuleDescriptor& module) {
+  if (ModuleInitializer* initializer = module.GetInitializer()) return *initializer;
+  DebugStop("Assertion failed: g_ostra.GetInitializer()");
+  return OSTRA_ILLEGAL_STATE("The module \"@\" registers something before the host has set up its descriptor.", module.id);
+}
+
+void EraseClass(const Id& registryId, const Id& id) {
+  if (auto registry = ClassRegistry::Find(registryId)) registry->Erase(id);
+}
+
+SynchronizedHashMap<Id, String>& GetInterfaces() {
+  static auto* interfaces = new SynchronizedHashMap<Id, String>;
+  return *interfaces;
+}
+
+}  // namespace
+
+Result<void> RegisterClass(ModuleDescriptor& module, const ClassRef& entry) {
+  return RegisterClass(module, "net.ostra.registry.classes"_id, entry);
+}
+
+Result<void> RegisterClass(ModuleDescriptor& module, const Id& registryId, const ClassRef& entry) {
+  OSTRA_ASSIGN_OR_RETURN(ModuleInitializer & initializer, FindInitializer(module));
+  OSTRA_ASSIGN_OR_RETURN(ClassRegistry & registry, ClassRegistry::Find(registryId));
+  return initializer.Do([&] { return registry.Insert(entry); }, &EraseClass, registryId, entry->GetId());
+}
+
+Result<void> RegisterRegistry(ModuleDescriptor& module, const Id& registryId) {
+  OSTRA_ASSIGN_OR_RETURN(ModuleInitializer & initializer, FindInitializer(module));
+  return initializer.Do([&] { return ClassRegistry::Declare(registryId); },
+                        [](const Id& registry, const Id&) { ClassRegistry::Withdraw(registry); }, registryId, Id());
+}
+
+Result<void> RegisterInterface(ModuleDescriptor& module, const Id& interfaceId, std::string_view name) {
+  OSTRA_ASSIGN_OR_RETURN(ModuleInitializer & initializer, FindInitializer(module));
+  return initializer.Do([&] { return InterfaceRegistry::Insert(interfaceId, name); },
+                        [](const Id&, const Id& id) { InterfaceRegistry::Erase(id); }, Id(), interfaceId);
+}
+
+Result<void> RegisterReflection(ModuleDescriptor& module, const Id& interfaceId, std::string_view name,
+                                std::span<const MethodDescription> methods) {
+  OSTRA_ASSIGN_OR_RETURN(ModuleInitializer & initializer, FindInitializer(module));
+  return initializer.Do([&] { return Reflection::Register(interfaceId, name, methods); },
+                        [](const Id&, const Id& id) { Reflection::Erase(id); }, Id(), interfaceId);
+}
+
+Result<void> RegisterDataType(ModuleDescriptor& module, const DataType& type) {
+  OSTRA_ASSIGN_OR_RETURN(ModuleInitializer & initializer, FindInitializer(module));
+  return initializer.Do([]() -> Result<void> { return OK; }, [](const Id&, const Id& id) { DataType::Erase(id); }, Id(),
+                        type.GetId());
+}
+
+Bool TakesPartInConfiguration(const ModuleDescriptor& module) {
+  return module.GetInitializer() && module.GetInitializer()->TakesPartInConfiguration();
+}
+
+Result<void> InterfaceRegistry::Insert(const Id& interfaceId, std::string_view name) {
+  OSTRA_ASSIGN_OR_RETURN(Id ownId, Id::Create(interfaceId.GetView()));
+  OSTRA_ASSIGN_OR_RETURN(String ownName, String::Create(name));
+  OSTRA_ASSIGN_OR_RETURN(Bool isNew, GetInterfaces().Insert(ownId, ownName));
+  if (!isNew) return OSTRA_ILLEGAL_ARGUMENT("The interface \"@\" is already registered.", interfaceId);
+  return OK;
+}
+
+Bool InterfaceRegistry::Erase(const Id& interfaceId) { return GetInterfaces().Erase(interfaceId); }
+
+Result<String> InterfaceRegistry::FindName(const Id& interfaceId) {
+  String name;
+  if (!GetInterfaces().Find(interfaceId, name))
+    return OSTRA_ILLEGAL_ARGUMENT("There is no interface \"@\".", interfaceId);
+  return name;
+}
+
+Result<BaseArray<Id>> InterfaceRegistry::GetIds() {
+  BaseArray<Id> ids;
+  Result<void> result = OK;
+  GetInterfaces().ForEach([&](const Id& id, const String&) {
+    if (!result) return;
+    if (auto appended = ids.Append(id); !appended) result = appended.TakeError();
+  });
+  OSTRA_RETURN_IF_ERROR(std::move(result));
+  std::sort(ids.begin(), ids.end());
+  return ids;
+}
+
+}  // namespace ostra
