@@ -34,7 +34,8 @@ struct JobLinks {
 //   running   its work has returned, its captures are released and its result is stored
 //   ended     never
 //
-// An error that the work returns is kept in the job and written as a diagnostic line.
+// An error that the work returns is kept in the job and written as a diagnostic line. The work must not throw and must
+// not call exit().
 class OSTRA_API Job : public RefCounted<Job> {
  public:
   // Error: out of memory.

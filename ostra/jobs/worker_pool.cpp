@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdlib>
 
+#include "ostra/core/diagnostics.h"
 #include "ostra/jobs/job_queue.h"
 #include "ostra/jobs/library_threads.h"
 #include "ostra/jobs/shared_loop.h"
@@ -98,7 +100,10 @@ Bool Announce() {
 
 void Stop() {
   g_stopping.store(true);
-  if (t_isWorker) return;  // the process ends from inside a job, which cannot be waited for
+  if (t_isWorker) {
+    CriticalOutput("A job must not end the process: exit() was called on a worker thread.");
+    std::abort();
+  }
   for (Int present = g_presentCount.load(); present > 0; present = g_presentCount.load()) g_presentCount.wait(present);
 }
 

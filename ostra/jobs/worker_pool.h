@@ -15,7 +15,8 @@ namespace ostra::WorkerPool {
 // can be called.
 Bool Announce();
 
-// Ends all workers after what they run now and lets none be called again. Called once, at the end.
+// Lets no worker be called again and waits until all have ended what they run. Called once, at the end, and not on a
+// worker, which could not wait for itself: that ends the process with a message.
 void Stop();
 Bool IsStopping();
 
