@@ -1,0 +1,29 @@
+// Array files of the .npy format, versions 1 to 3: little-endian numbers in C order.
+//
+// The format is described in "NEP 1 - A Simple File Format for NumPy Arrays" (2007).
+#pragma once
+
+#include <span>
+#include <vector>
+
+#include "apps/ostra/values/scalar_type.h"
+#include "ostra/core/base_array.h"
+
+namespace ostra::tool {
+
+struct NumberArray {
+  const ScalarType* scalar = nullptr;
+  std::vector<Int> shape;     // the last axis varies fastest; empty for a single number
+  Block<const Byte> numbers;  // the bytes of all numbers, inside the decoded file
+
+  Int GetCount() const { return scalar ? numbers.GetCount() / scalar->GetSize() : 0; }
+};
+
+// Errors: illegal argument with the reason, without the name of the file: damaged or cut off, big-endian numbers,
+// Fortran order, elements that are no plain numbers.
+Result<NumberArray> DecodeNpy(Block<const Byte> bytes);
+
+// A file of version 1 whose shape is `shape`. Error: out of memory.
+Result<BaseArray<Byte>> EncodeNpy(const ScalarType& scalar, std::span<const Int> shape, Block<const Byte> numbers);
+
+}  // namespace ostra::tool

@@ -1,0 +1,82 @@
+#include <unistd.h>
+
+#include <string>
+#include <vector>
+
+#include "apps/ostra/buffers/buffer_file.h"
+#include "apps/ostra/buffers/csv.h"
+#include "apps/ostra/buffers/file_kind.h"
+#include "apps/ostra/buffers/npy.h"
+#include "apps/ostra/tool_error.h"
+#include "ostra/image/image.h"
+#include "ostra/io/file.h"
+#include "ostra/math/data_types.h"
+
+OSTRA_UNIT("save_buffer");
+
+namespace ostra::tool {
+
+namespace {
+
+Result<void> SavePicture(const Url& file, Block<const Byte> bytes, const Extents& size) {
+  const Int count = bytes.GetCount() / Int(sizeof(Vector4d32));
+  if (size.depth != 1 || size.width * size.height != count)
+    return OSTRA_ILLEGAL_ARGUMENT("@ cannot be written: the buffer has @ elements, and a picture of @ needs @.", file,
+                                  count, size.ToText(), size.GetCount());
+  OSTRA_ASSIGN_OR_RETURN(Image image, Image::Create(size.width, size.height));
+  MemCopy(image.rgba.GetFirst(), bytes.GetFirst(), bytes.GetCount());
+  return WriteImage(file, image);
+}
+
+Result<void> SaveNpy(const Url& file, const ElementLayout& layout, Block<const Byte> bytes, const Extents& size) {
+  const Int count = bytes.GetCount() / (layout.scalar->GetSize() * layout.componentCount);
+  std::vector<Int> shape = {count};
+  if (size.GetCount() == count && size.depth > 1)
+    shape = {size.depth, size.height, size.width};
+  else if (size.GetCount() == count && size.height > 1)
+    shape = {size.height, size.width};
+  if (layout.componentCount > 1) shape.push_back(layout.componentCount);
+  OSTRA_ASSIGN_OR_RETURN(const BaseArray<Byte> contents, EncodeNpy(*layout.scalar, shape, bytes));
+  return WriteFileAtomically(file, contents.GetBlock());
+}
+
+Result<void> SaveCsv(const Url& file, const ElementLayout& layout, Block<const Byte> bytes) {
+  const std::string text = EncodeCsv(layout, bytes);
+  return WriteFileAtomically(file, {reinterpret_cast<const Byte*>(text.data()), static_cast<Int>(text.size())});
+}
+
+}  // namespace
+
+Result<void> CheckBufferTarget(const Url& file, DataType elementType) {
+  const FileKind kind = GetFileKind(file);
+  if (kind == FileKind::Unknown)
+    return OSTRA_USAGE_ERROR("@ has no suffix that says how to write it; known are @.", file, kKnownSuffixes);
+  if (kind == FileKind::Picture && elementType != GetDataType<Vector4d32>())
+    return OSTRA_ILLEGAL_ARGUMENT(
+        "@ cannot be written: a picture needs elements of 4 x float32, and the parameter has @.", file,
+        DescribeType(elementType));
+  if (!elementType.IsPlain())
+    return OSTRA_ILLEGAL_ARGUMENT("Elements of the type @ cannot be written to files.", elementType);
+  if (kind == FileKind::Npy || kind == FileKind::Csv) OSTRA_RETURN_IF_ERROR(GetElementLayout(elementType));
+  Url folder = file.GetDirectory();
+  if (folder.IsEmpty()) folder = Url("."_s);
+  if (IoDetect(folder) != IODETECT::DIRECTORY)
+    return OSTRA_ILLEGAL_STATE("@ cannot be written: there is no folder @.", file, folder);
+  OSTRA_ASSIGN_OR_RETURN(const CString path, CString::Create(folder.GetPath()));
+  if (access(path.GetCString(), W_OK) != 0)
+    return OSTRA_ILLEGAL_STATE("@ cannot be written: the folder @ is not writable.", file, folder);
+  return OK;
+}
+
+Result<void> SaveBuffer(const Url& file, DataType elementType, Block<const Generic> elements, const Extents& size) {
+  OSTRA_RETURN_IF_ERROR(CheckBufferTarget(file, elementType));
+  const Block<const Byte> bytes(reinterpret_cast<const Byte*>(elements.GetFirst()),
+                                elements.GetCount() * elementType.GetSize());
+  const FileKind kind = GetFileKind(file);
+  if (kind == FileKind::Picture) return SavePicture(file, bytes, size);
+  if (kind == FileKind::Raw) return WriteFileAtomically(file, bytes);
+  OSTRA_ASSIGN_OR_RETURN(const ElementLayout layout, GetElementLayout(elementType));
+  return kind == FileKind::Npy ? SaveNpy(file, layout, bytes, size) : SaveCsv(file, layout, bytes);
+}
+
+}  // namespace ostra::tool
