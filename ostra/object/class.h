@@ -8,6 +8,7 @@
 // Classes are immutable and registries are synchronised: all functions are thread-safe.
 #pragma once
 
+#include "ostra/core/base_array.h"
 #include "ostra/core/format.h"
 #include "ostra/core/hash_map.h"
 #include "ostra/object/interface.h"

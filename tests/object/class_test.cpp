@@ -5,6 +5,7 @@
 #include "tests/object/plugins/counter.h"
 #include "tests/support/diagnostic_recorder.h"
 #include "tests/support/result_matchers.h"
+#include "tests/support/texts.h"
 
 namespace ostra {
 namespace {
@@ -126,7 +127,7 @@ TEST(ClassRegistryTest, ARegistryIsThereAsLongAsItIsDeclaredAndKeepsItsEntries) 
   ASSERT_THAT(ClassRegistry::Declare(kRegistry), IsOk());
   auto ids = ClassRegistry::Find(kRegistry)->GetIds();
   ASSERT_THAT(ids, IsOk());
-  EXPECT_THAT(*ids, ElementsAre("com.example.step"_id));
+  EXPECT_THAT(GetTexts(*ids), ElementsAre("com.example.step"));
   EXPECT_TRUE(ClassRegistry::Find(kRegistry)->Erase("com.example.step"_id));
   ClassRegistry::Withdraw(kRegistry);
 }

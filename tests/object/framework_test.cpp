@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "tests/support/result_matchers.h"
+#include "tests/support/texts.h"
 
 namespace ostra {
 namespace {
@@ -20,12 +21,12 @@ TEST(FrameworkTest, TheHostPublishesOneFrameworkPerRoom) {
   ASSERT_THAT(Frameworks::PublishHostFrameworks(), IsOk());
   auto ids = Frameworks::GetIds();
   ASSERT_THAT(ids, IsOk());
-  EXPECT_THAT(*ids, testing::ElementsAre("net.ostra.core.framework"_id, "net.ostra.crypt.framework"_id,
-                                         "net.ostra.drawport.framework"_id,
-                                         "net.ostra.drawport_functioncache.framework"_id,
-                                         "net.ostra.drawport_misc.framework"_id, "net.ostra.image.framework"_id,
-                                         "net.ostra.math.framework"_id, "net.ostra.network.framework"_id,
-                                         "net.ostra.performancemonitor.framework"_id));
+  EXPECT_THAT(GetTexts(*ids), testing::ElementsAre("net.ostra.core.framework", "net.ostra.crypt.framework",
+                                         "net.ostra.drawport.framework",
+                                         "net.ostra.drawport_functioncache.framework",
+                                         "net.ostra.drawport_misc.framework", "net.ostra.image.framework",
+                                         "net.ostra.math.framework", "net.ostra.network.framework",
+                                         "net.ostra.performancemonitor.framework"));
   Frameworks::WithdrawHostFrameworks();
   EXPECT_EQ(Frameworks::GetIds()->GetCount(), 0);
 }

@@ -30,12 +30,12 @@ TEST(MachineInfoTest, FlagsAgreeWithWhatTheKernelSaysOfTheProcessor) {
   std::string line;
   std::string words;
   while (std::getline(file, line)) {
-    if (line.starts_with("flags")) words = line + " ";
+    if (line.starts_with("flags")) words = line.append(" ");
   }
   if (words.empty()) GTEST_SKIP() << "/proc/cpuinfo names no processor flags here";
   const char* names[] = {"sse2", "pni", "ssse3", "sse4_1", "sse4_2", "avx", "fma", "aes", "pclmulqdq", "avx2"};
   for (std::size_t i = 0; i < std::size(names); ++i) {
-    const bool expected = words.find(" " + std::string(names[i]) + " ") != std::string::npos;
+    const bool expected = words.find(std::string(" ").append(names[i]).append(" ")) != std::string::npos;
     EXPECT_EQ(*MachineInfo::GetFlag(MachineInfo::kFlags[i]), expected) << names[i];
   }
 }

@@ -108,7 +108,9 @@ TEST_F(ModuleLoaderTest, LoadingUnloadingAndLoadingAgainWorksAndLeaksNothing) {
     EXPECT_EQ(_recorder.GetLines().size(), 4U);
     ASSERT_THAT(ModuleLoader::Unload(*module), IsOk());
     // The first round interns what stays for the life of the process.
-    if (round > 0) EXPECT_EQ(AllocationFaults::GetLiveCount(), before);
+    if (round > 0) {
+      EXPECT_EQ(AllocationFaults::GetLiveCount(), before);
+    }
   }
 }
 

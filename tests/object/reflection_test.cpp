@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "tests/support/result_matchers.h"
+#include "tests/support/texts.h"
 
 namespace ostra {
 namespace {
@@ -49,7 +50,9 @@ TEST(ReflectionTest, AnInterfaceHasOneRecordUntilItIsErased) {
   ASSERT_THAT(Reflection::Register(ShelfInterface::kInterfaceId, "ShelfInterface", GetShelfMethods()), IsOk());
   EXPECT_THAT(Reflection::Register(ShelfInterface::kInterfaceId, "ShelfInterface", GetShelfMethods()),
               IsErrorOfKind(kIllegalArgumentError));
-  EXPECT_THAT(*Reflection::GetInterfaceIds(), testing::ElementsAre(ShelfInterface::kInterfaceId));
+  auto ids = Reflection::GetInterfaceIds();
+  ASSERT_THAT(ids, IsOk());
+  EXPECT_THAT(GetTexts(*ids), testing::ElementsAre("com.example.interface.shelf"));
   EXPECT_TRUE(Reflection::Erase(ShelfInterface::kInterfaceId));
   EXPECT_FALSE(Reflection::Erase(ShelfInterface::kInterfaceId));
   EXPECT_THAT(Reflection::Find(ShelfInterface::kInterfaceId), IsErrorOfKind(kIllegalArgumentError));

@@ -5,6 +5,7 @@
 #include "ostra/object/module_loader.h"
 #include "tests/support/diagnostic_recorder.h"
 #include "tests/support/result_matchers.h"
+#include "tests/support/texts.h"
 
 namespace ostra {
 namespace {
@@ -40,7 +41,7 @@ TEST(InterfaceRegistryTest, InterfacesAreKnownByNameUntilTheyAreErased) {
   EXPECT_EQ(*InterfaceRegistry::FindName("com.example.interface.lamp"_id), "LampInterface");
   auto ids = InterfaceRegistry::GetIds();
   ASSERT_THAT(ids, IsOk());
-  EXPECT_THAT(*ids, ElementsAre("com.example.interface.lamp"_id));
+  EXPECT_THAT(GetTexts(*ids), ElementsAre("com.example.interface.lamp"));
   EXPECT_TRUE(InterfaceRegistry::Erase("com.example.interface.lamp"_id));
   EXPECT_FALSE(InterfaceRegistry::Erase("com.example.interface.lamp"_id));
 }

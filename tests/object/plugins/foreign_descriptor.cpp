@@ -1,2 +1,4 @@
 // Exports something else under the name of the descriptor.
-extern "C" __attribute__((visibility("default"))) char g_ostra[256] = "not a descriptor";
+extern "C" {
+__attribute__((visibility("default"))) char g_ostra[256] = "not a descriptor";
+}
