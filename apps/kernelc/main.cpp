@@ -1,0 +1,122 @@
+// ostra-kernelc: turns kernel files into C++ when a target is built. ostra_add_kernels (cmake/OstraKernels.cmake) calls it.
+//
+//   ostra-kernelc [--id CLASSID] [--name SHOWN] [--type T] [--module] [--depfile D] IN.krn OUT.cpp
+//   ostra-kernelc --table NAME OUT.cpp OUT.h CLASSID...
+//
+// Exit status: 0 done, 1 failed, 2 wrong usage. Messages go to standard error as file:line: error: ...
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "parallelprogram/kernelfront/kernel_source.h"
+
+namespace {
+
+using namespace ostra;
+namespace fs = std::filesystem;
+
+struct Arguments {
+  std::string id, name, type, dependencyFile;
+  bool isModule = false;
+  std::vector<std::string> files;
+};
+
+int Report(const std::string& message) {
+  std::fprintf(stderr, "%s\n", message.c_str());
+  return 1;
+}
+
+std::optional<std::string> ReadFile(const fs::path& path) {
+  std::error_code error;
+  std::ifstream file(path, std::ios::binary);
+  if (!file || fs::is_directory(path, error)) return std::nullopt;
+  return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
+// Leaves a file with the same contents alone, so that nothing is built again for it.
+bool WriteFile(const fs::path& path, std::string_view text) {
+  if (ReadFile(path) == text) return true;
+  std::ofstream file(path, std::ios::binary);
+  file << text;
+  return static_cast<bool>(file.flush());
+}
+
+int WriteResult(const std::string& path, const Result<String>& text) {
+  if (!text) return Report(std::string(text.GetError().GetMessage().GetView()));
+  return WriteFile(path, text->GetView()) ? 0 : Report(path + ": error: the file cannot be written");
+}
+
+// For the build: OUT depends on the kernel file and the headers that were put in.
+bool WriteDependencies(const Arguments& arguments, const std::vector<std::string>& headers) {
+  if (arguments.dependencyFile.empty()) return true;
+  std::string text = arguments.files[1] + ": " + arguments.files[0];
+  for (const std::string& header : headers) text += " \\\n  " + header;
+  return WriteFile(arguments.dependencyFile, text + "\n");
+}
+
+int Translate(const Arguments& arguments) {
+  const std::string &in = arguments.files[0], &out = arguments.files[1];
+  const auto text = ReadFile(in);
+  if (!text) return Report(in + ": error: the file cannot be read");
+  const std::string name = arguments.name.empty() ? in : arguments.name;
+  std::vector<std::string> headers;
+  KernelSourceOptions options{.fileName = name,
+                              .classId = arguments.id,
+                              .templateArgument = arguments.type,
+                              .isModule = arguments.isModule,
+                              .readHeader = {}};
+  options.readHeader = [&](const std::string& header, const std::string& includingFile) -> std::optional<KernelHeader> {
+    const fs::path including = includingFile == name ? fs::path(in) : fs::path(includingFile);
+    const std::string path = (including.parent_path() / header).lexically_normal().string();
+    const auto contents = ReadFile(path);
+    if (!contents) return std::nullopt;
+    headers.push_back(path);
+    return KernelHeader{path, *contents};
+  };
+  const int status = WriteResult(out, GenerateKernelSource(options, *text));
+  if (status == 0 && !WriteDependencies(arguments, headers))
+    return Report(arguments.dependencyFile + ": error: the file cannot be written");
+  return status;
+}
+
+int WriteTable(const Arguments& arguments) {
+  const std::vector<std::string> ids(arguments.files.begin() + 2, arguments.files.end());
+  const int status = WriteResult(arguments.files[0], GenerateKernelTable(arguments.name, ids));
+  return status ? status : WriteResult(arguments.files[1], GenerateKernelTableHeader(arguments.name));
+}
+
+int ShowUsage() {
+  std::fputs(
+      "usage: ostra-kernelc [--id CLASSID] [--name SHOWN] [--type T] [--module] [--depfile D] IN.krn OUT.cpp\n"
+      "       ostra-kernelc --table NAME OUT.cpp OUT.h CLASSID...\n",
+      stderr);
+  return 2;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  Arguments arguments;
+  bool isTable = false;
+  for (int i = 1; i < argc; ++i) {
+    const std::string word = argv[i];
+    const bool hasValue = i + 1 < argc;
+    if (word == "--module") arguments.isModule = true;
+    else if (word == "--id" && hasValue) arguments.id = argv[++i];
+    else if (word == "--name" && hasValue) arguments.name = argv[++i];
+    else if (word == "--type" && hasValue) arguments.type = argv[++i];
+    else if (word == "--depfile" && hasValue) arguments.dependencyFile = argv[++i];
+    else if (word == "--table" && hasValue) isTable = true, arguments.name = argv[++i];
+    else if (word.starts_with("--")) return ShowUsage();
+    else arguments.files.push_back(word);
+  }
+  try {
+    if (isTable) return arguments.files.size() < 2 ? ShowUsage() : WriteTable(arguments);
+    return arguments.files.size() != 2 ? ShowUsage() : Translate(arguments);
+  } catch (const std::exception& exception) {
+    return Report(std::string("ostra-kernelc: error: ") + exception.what());
+  }
+}

@@ -1,0 +1,88 @@
+# ostra_add_kernels(TARGET FILE... [FAST] [TYPE T])
+# Makes each kernel file a kernel class of TARGET, with the file's whole name as its class ID, and puts the file, with the
+# headers beside it, into TARGET's resource folder "shaders" for the program that runs on the GPU.
+#
+#   #include "<TARGET>_kernels.h"      declares GetKernels_<TARGET>() (characters other than letters and digits: "_"),
+#   RegisterKernels(module, GetKernels_myapp())      which parallelprogram/program/kernel_registration.h registers.
+#
+# Arithmetic is as written, so that all processors and the GPU give the same bits. FAST allows the compiler to contract and
+# reorder it and to take approximate functions. TYPE is what TYPE stands for in the files.
+# May be called several times for one target.
+
+set(OSTRA_KERNEL_FLAGS -O3 -ffp-contract=off -fno-math-errno -fno-trapping-math)
+set(OSTRA_KERNEL_FAST_FLAGS -O3 -ffast-math -ffp-contract=fast)
+
+function(ostra_add_kernels target)
+  cmake_parse_arguments(PARSE_ARGV 1 kernels "FAST" "TYPE" "")
+  string(MAKE_C_IDENTIFIER ${target} name)
+  set(folder ${CMAKE_CURRENT_BINARY_DIR}/${target}_kernels)
+  set(flags ${OSTRA_KERNEL_FLAGS})
+  if(kernels_FAST)
+    set(flags ${OSTRA_KERNEL_FAST_FLAGS})
+  endif()
+  if(CMAKE_BUILD_TYPE STREQUAL "Debug")
+    list(REMOVE_ITEM flags -O3)
+  endif()
+  if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+    list(APPEND flags -Wno-pass-failed)
+  endif()
+  set(type)
+  if(kernels_TYPE)
+    set(type --type ${kernels_TYPE})
+  endif()
+
+  foreach(file IN LISTS kernels_UNPARSED_ARGUMENTS)
+    cmake_path(ABSOLUTE_PATH file BASE_DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR} NORMALIZE)
+    cmake_path(GET file FILENAME id)
+    set(source ${folder}/${id}.cpp)
+    add_custom_command(
+      OUTPUT ${source}
+      COMMAND ${CMAKE_COMMAND} -E make_directory ${folder}
+      COMMAND ostra::kernelc --id ${id} ${type} --depfile ${source}.d ${file} ${source}
+      DEPENDS ${file} ostra::kernelc
+      DEPFILE ${source}.d
+      COMMENT "Making the kernel class ${id}"
+      VERBATIM)
+    set_source_files_properties(${source} PROPERTIES COMPILE_OPTIONS "${flags}" SKIP_LINTING ON)
+    target_sources(${target} PRIVATE ${source})
+    set_property(TARGET ${target} APPEND PROPERTY OSTRA_KERNEL_IDS ${id})
+    ostra_add_kernel_resources(${target} ${file})
+  endforeach()
+
+  get_property(has_table TARGET ${target} PROPERTY OSTRA_KERNEL_TABLE)
+  if(NOT has_table)
+    set_property(TARGET ${target} PROPERTY OSTRA_KERNEL_TABLE ${name})
+    set(table ${folder}/${name}_kernels)
+    add_custom_command(
+      OUTPUT ${table}.cpp ${table}.h
+      COMMAND ${CMAKE_COMMAND} -E make_directory ${folder}
+      COMMAND ostra::kernelc --table ${name} ${table}.cpp ${table}.h "$<TARGET_PROPERTY:${target},OSTRA_KERNEL_IDS>"
+      DEPENDS ostra::kernelc
+      COMMENT "Listing the kernel classes of ${target}"
+      COMMAND_EXPAND_LISTS VERBATIM)
+    target_sources(${target} PRIVATE ${table}.cpp ${table}.h)
+    target_include_directories(${target} PRIVATE ${folder})
+  endif()
+endfunction()
+
+# Copies a kernel file, and the headers with its name, beside the target's binary whenever it is built.
+function(ostra_add_kernel_resources target file)
+  cmake_path(GET file PARENT_PATH source_folder)
+  cmake_path(GET file STEM LAST_ONLY stem)
+  set(copies ${file})
+  foreach(header ${source_folder}/${stem}.h ${source_folder}/${stem}_header)
+    if(EXISTS ${header})
+      list(APPEND copies ${header})
+    endif()
+  endforeach()
+  get_target_property(kind ${target} TYPE)
+  if(kind STREQUAL "OBJECT_LIBRARY")
+    return()  # no binary of its own: who links it adds the resources
+  endif()
+  set(shaders $<TARGET_FILE_DIR:${target}>/shaders)
+  add_custom_command(
+    TARGET ${target} POST_BUILD
+    COMMAND ${CMAKE_COMMAND} -E make_directory ${shaders}
+    COMMAND ${CMAKE_COMMAND} -E copy_if_different ${copies} ${shaders}
+    VERBATIM)
+endfunction()

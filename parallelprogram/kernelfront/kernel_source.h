@@ -1,0 +1,48 @@
+// The front step: turns a kernel file into the C++ source of a kernel class.
+//
+//   KernelSourceOptions options{.fileName = "net.example.blur.krn", .classId = "net.example.blur.krn"};
+//   OSTRA_ASSIGN_OR_RETURN(String source, GenerateKernelSource(options, text));
+//
+// The source includes parallelprogram/program/kernel_language.h and ends with OSTRA_KERNEL_ENTRY (kernel_entry.h), or
+// is a whole plug-in module. Lines keep their place (#line), so that compiler messages and debuggers show the kernel
+// file. What changes on the way: the parameters become a struct, the kernel a class, INOUT, inout and out parameters of
+// functions references, "0.5" a Float32, and headers beside the kernel file are put in where they are included.
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "ostra/core/format.h"
+
+namespace ostra {
+
+struct KernelHeader {
+  std::string path;  // for messages; two headers with the same path are the same header
+  std::string text;
+};
+
+struct KernelSourceOptions {
+  // How messages, debuggers and the compiler name the file.
+  std::string_view fileName = "kernel.krn";
+  // ID of the class, as a rule the file's whole name. Letters, digits, '.', '_' and '-'.
+  std::string_view classId;
+  // What TYPE stands for; empty: TYPE stays.
+  std::string_view templateArgument;
+  // Makes the source of a plug-in module with this one kernel class.
+  Bool isModule = false;
+  // Finds the header that `includingFile` names in quotes. Nothing: the #include stays for the compiler.
+  std::function<std::optional<KernelHeader>(const std::string& name, const std::string& includingFile)> readHeader;
+};
+
+// The C++ source of the kernel file `text`. Errors: illegal argument with "file:line: error: what is wrong"; out of
+// memory. Whatever else is wrong with the text, such as an unknown type, the compiler reports. Thread-safe.
+Result<String> GenerateKernelSource(const KernelSourceOptions& options, std::string_view text);
+
+// The source of a table of kernel classes, `GetKernels_<name>()`, and the header that declares it.
+// Errors: illegal argument for a name that is no C++ identifier; out of memory.
+Result<String> GenerateKernelTable(std::string_view name, const std::vector<std::string>& classIds);
+Result<String> GenerateKernelTableHeader(std::string_view name);
+
+}  // namespace ostra

@@ -1,0 +1,122 @@
+#include "parallelprogram/kernelfront/parameters.h"
+
+#include <algorithm>
+
+#include "parallelprogram/kernelfront/failure.h"
+#include "parallelprogram/kernelfront/rewrite.h"
+
+namespace ostra::kernelfront {
+namespace {
+
+bool IsCounter(std::string_view type) {
+  while (!type.empty() && (type.back() == '*' || type.back() == '&' || type.back() == ' ')) type.remove_suffix(1);
+  return type == "AtomicUInt32" || type == "const AtomicUInt32";
+}
+
+std::string MakeMember(const Parameter& parameter) {
+  const std::string prefix = IsCounter(parameter.type) ? "" : "ostraParameter_";
+  return Join({"::ostra::kernel::ParameterMember<", parameter.type, ">::Type ", prefix, parameter.name, "{};"});
+}
+
+// The type that the tokens [begin, end) spell, with one blank where there was any.
+std::string ReadType(const EditedText& text, std::size_t begin, std::size_t end, const std::string& file,
+                     std::string_view templateArgument) {
+  std::string type;
+  for (std::size_t i = begin; i < end; ++i) {
+    const Token& token = text.GetTokens()[i];
+    const std::string_view word = text.GetText(token);
+    if (word == "attribute" || word == "varying" || word == "out")
+      Fail(file, token.line, Join({"\"", word, "\" parameters belong to graphics shaders"}));
+    if (word.starts_with("TextureSampler"))
+      Fail(file, token.line, Join({"textures are not available to kernels on the CPU yet: ", word}));
+    if (word == "IGNORE_VARIABLE_GPU") continue;
+    if (!type.empty() && text.IsWord(i) && text.GetTokens()[i - 1].end < token.begin) type += ' ';
+    type += ReplaceType(word, templateArgument);
+  }
+  return type;
+}
+
+// The rest of the block: "}" and the records. The struct ends where its last declaration ended.
+std::string MakeStructEnd(const std::vector<Parameter>& parameters) {
+  return Join({" ", MakeParameterRecords(parameters), " };"});
+}
+
+// The translation for the GPU reads declarations until an empty line or the kernel.
+void CheckEndOfDefinition(const EditedText& text, const Token& last, const std::string& file) {
+  std::string_view next = text.GetLineAfter(last.end);
+  next.remove_prefix(std::min(next.find_first_not_of(" \t\r"), next.size()));
+  if (next.empty() || next.starts_with("OSTRA_PARALLEL_KERNEL") || next.starts_with("FP_KERNEL")) return;
+  Fail(file, last.line + 1,
+       "an empty line must follow KERNELINPUTS: the translation for the GPU reads on until there is one");
+}
+
+}  // namespace
+
+std::string MakeParameterRecords(const std::vector<Parameter>& parameters) {
+  std::string records = "template <class OstraAdd> ::ostra::Result<void> ForEach([[maybe_unused]] OstraAdd&& add) { ";
+  for (const Parameter& parameter : parameters)
+    records +=
+        Join({IsCounter(parameter.type) ? "OSTRA_COUNTER_RECORD(" : "OSTRA_PARAMETER_RECORD(", parameter.name, ") "});
+  return Join({records, "return ::ostra::OK; }"});
+}
+
+std::size_t RewriteDefineBlock(EditedText& text, std::size_t first, const std::string& file,
+                               std::string_view templateArgument) {
+  const auto& tokens = text.GetTokens();
+  std::vector<Parameter> parameters;
+  std::size_t i = first + 3;  // # define KERNELINPUTS
+  std::size_t begin = tokens[first].begin;
+  std::string head = Join({"struct ", kParameterStruct, " {"});
+  int line = tokens[first].line;
+  std::size_t last = first + 2;
+  while (i < tokens.size() && tokens[i].isInDirective) {
+    const std::size_t close = text.Is(i, "(") ? text.FindAfterClosing(i) : i;
+    if (close == i || !text.IsWord(close) || !tokens[close].isInDirective || close < i + 3)
+      Fail(file, tokens[i].line, "this line of KERNELINPUTS is not conforming to '(type) name'");
+    if (tokens[i].line == line) Fail(file, line, "each parameter of KERNELINPUTS needs a line of its own");
+    line = tokens[i].line;
+    parameters.push_back(
+        {ReadType(text, i + 1, close - 1, file, templateArgument), std::string(text.GetText(tokens[close])), line});
+    text.Replace(begin, tokens[i].begin, head);
+    head = MakeMember(parameters.back());
+    begin = tokens[i].begin;
+    last = close;
+    i = close + 1;
+    if (i < tokens.size() && tokens[i].isInDirective) {
+      if (!text.Is(i, ","))
+        Fail(file, tokens[i].line, Join({"a comma is missing after the parameter \"", parameters.back().name, "\""}));
+      last = i++;
+    }
+  }
+  CheckEndOfDefinition(text, tokens[last], file);
+  const std::size_t lineEnd = text.FindEndOfLine(tokens[last].begin);
+  text.Replace(begin, lineEnd, head + MakeStructEnd(parameters));
+  return i;
+}
+
+std::size_t RewriteStructBlock(EditedText& text, std::size_t first, const std::string& file,
+                               std::string_view templateArgument) {
+  const auto& tokens = text.GetTokens();
+  const Token& start = tokens[first];
+  const std::size_t open = first + 2;  // struct KernelInput
+  if (!text.Is(open, "{") || !tokens[open].isFirstInLine || tokens[open].line != start.line + 1)
+    Fail(file, start.line, "the opening brace of KernelInput must be alone on the next line");
+  const std::size_t after = text.FindAfterClosing(open);
+  if (!text.Is(after - 1, "}") || !text.Is(after, ";")) Fail(file, start.line, "struct KernelInput has no end \"};\"");
+  std::vector<Parameter> parameters;
+  for (std::size_t i = open + 1; i + 1 < after;) {
+    std::size_t end = i;
+    while (end < after && !text.Is(end, ";")) ++end;
+    if (end >= after || end < i + 2 || !text.IsWord(end - 1))
+      Fail(file, tokens[i].line, "this member of KernelInput is not conforming to 'type name;'");
+    parameters.push_back({ReadType(text, i, end - 1, file, templateArgument),
+                          std::string(text.GetText(tokens[end - 1])), tokens[i].line});
+    text.Replace(tokens[i].begin, tokens[end].end, MakeMember(parameters.back()));
+    i = end + 1;
+  }
+  text.Replace(tokens[first + 1].begin, tokens[first + 1].end, std::string(kParameterStruct));
+  text.Insert(tokens[after - 1].begin, Join({MakeParameterRecords(parameters), " "}));
+  return after + 1;
+}
+
+}  // namespace ostra::kernelfront

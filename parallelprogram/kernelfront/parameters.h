@@ -1,0 +1,26 @@
+// The parameter declarations of kernel files, and the struct that they become.
+#pragma once
+
+#include "parallelprogram/kernelfront/edited_text.h"
+
+namespace ostra::kernelfront {
+
+struct Parameter {
+  std::string type, name;
+  int line;
+};
+
+// The name of the struct with the parameters.
+inline constexpr std::string_view kParameterStruct = "OstraKernelParameters";
+
+// Changes the block that begins with the token `first` ("#" of #define KERNELINPUTS, or "struct" of struct KernelInput)
+// into that struct. Returns the token after the block. Ends in a Failure for what is no declaration.
+std::size_t RewriteDefineBlock(EditedText& text, std::size_t first, const std::string& file,
+                               std::string_view templateArgument);
+std::size_t RewriteStructBlock(EditedText& text, std::size_t first, const std::string& file,
+                               std::string_view templateArgument);
+
+// The end of the struct, after its members: what names the parameters.
+std::string MakeParameterRecords(const std::vector<Parameter>& parameters);
+
+}  // namespace ostra::kernelfront

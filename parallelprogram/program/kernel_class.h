@@ -1,0 +1,63 @@
+// KernelClass: the class of a kernel that is made from a kernel file.
+//
+// It runs a body, a struct derived from the record of parameters (kernel_parameters.h) with
+//
+//   static constexpr Bool kUsesLinearInvocation;
+//   void or Result<void> Run(global ID, local ID, work group ID, number of the invocation) const;
+//
+// one invocation at a time (Kernel) or over many (RunRange): there the body is inlined into a loop along x over a local
+// copy of the parameters, compiled for several instruction sets. Both give the same bits.
+#pragma once
+
+#include "parallelprogram/program/kernel_base.h"
+#include "parallelprogram/program/kernel_loops.h"
+
+namespace ostra::kernel {
+
+template <class GroupSize, class Granularity, class SingleThreadedThreshold>
+struct Tuning {
+  static_assert(GroupSize::kX >= 1 && GroupSize::kY >= 1 && GroupSize::kZ >= 1,
+                "Every component of GROUPSIZE must be at least 1.");
+  using Group = GroupSize;
+  static constexpr Int kGranularity = Granularity::kValue;
+  static constexpr Int kSingleThreadedThreshold = SingleThreadedThreshold::kValue;
+};
+
+template <class Derived, class Parameters, class Body, class Tuning>
+class KernelClass : public KernelBase<Derived, KernelRangeInterface> {
+ public:
+  Result<void> Init() override {
+    using Group = typename Tuning::Group;
+    this->_workGroupSize = {Group::kX, Group::kY, Group::kZ};
+    this->_granularity = Tuning::kGranularity;
+    this->_singleThreadedThreshold = Tuning::kSingleThreadedThreshold;
+    return _values.ForEach([this](const char* name, auto& member) { return this->AddParameter(name, member); });
+  }
+
+  Result<void> Kernel(const Vec3<UInt32>& global, const Vec3<UInt32>& local, const Vec3<UInt32>& group) override {
+    const Body body(_values);
+    const UInt32 linear = global.x + GetLinearOffset<typename Tuning::Group>(group.y);
+    if constexpr (std::is_void_v<decltype(body.Run(global, local, group, linear))>) {
+      body.Run(global, local, group, linear);
+      return OK;
+    } else {
+      return body.Run(global, local, group, linear);
+    }
+  }
+
+  Result<void> RunRange(const KernelRange& range) override {
+    using Loops = RangeLoops<Body, typename Tuning::Group>;
+    const Body body(_values);
+    if constexpr (Loops::kCanFail) {
+      return Loops::RunFallible(body, range);
+    } else {
+      Loops::Run(body, range);
+      return OK;
+    }
+  }
+
+ private:
+  Parameters _values;
+};
+
+}  // namespace ostra::kernel

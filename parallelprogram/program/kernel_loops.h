@@ -1,0 +1,176 @@
+// The loops that run a kernel's body over a range of invocations.
+//
+// Each body is compiled for several levels of the x86-64 instruction set, and the processor's best is taken at run
+// time. One level only is compiled where the compiler's flags already ask for a newer processor, without optimisation,
+// for other processors and under sanitizers.
+#pragma once
+
+#include <type_traits>
+
+#include "ostra/math/vector.h"
+#include "parallelprogram/program/kernel_range_interface.h"
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define OSTRA_KERNEL_IS_SANITIZED
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer) || __has_feature(memory_sanitizer)
+#define OSTRA_KERNEL_IS_SANITIZED
+#endif
+#endif
+#if defined(__x86_64__) && defined(__OPTIMIZE__) && !defined(__AVX2__) && !defined(OSTRA_KERNEL_IS_SANITIZED)
+#define OSTRA_KERNEL_LEVELS
+#endif
+
+#define OSTRA_KERNEL_INLINE inline __attribute__((always_inline))
+
+// Says of the loop that follows that its iterations are independent of each other.
+#ifdef __clang__
+#define OSTRA_INDEPENDENT_ITERATIONS _Pragma("clang loop vectorize(assume_safety)")
+#else
+#define OSTRA_INDEPENDENT_ITERATIONS _Pragma("GCC ivdep")
+#endif
+
+namespace ostra::kernel {
+
+// Instruction sets in ascending order: every x86-64 processor; with 256-bit vectors; with 512-bit vectors.
+enum class InstructionLevel { kBaseline, kVectors256, kVectors512 };
+
+// The level of this processor.
+inline InstructionLevel DetectInstructionLevel() {
+#ifdef OSTRA_KERNEL_LEVELS
+  __builtin_cpu_init();
+  if (!__builtin_cpu_supports("avx2") || !__builtin_cpu_supports("fma") || !__builtin_cpu_supports("bmi2"))
+    return InstructionLevel::kBaseline;
+  if (!__builtin_cpu_supports("avx512f") || !__builtin_cpu_supports("avx512bw") ||
+      !__builtin_cpu_supports("avx512dq") || !__builtin_cpu_supports("avx512vl"))
+    return InstructionLevel::kVectors256;
+  return InstructionLevel::kVectors512;
+#else
+  return InstructionLevel::kBaseline;
+#endif
+}
+
+// The level that kernels of this shared object run at. Tests lower it; not while a kernel runs.
+inline InstructionLevel g_instructionLevel = DetectInstructionLevel();
+
+// What LinearInvocation() adds to the global x for each row of groups.
+template <class Group>
+constexpr UInt32 GetLinearOffset(UInt32 groupY) {
+  return groupY * (65535u * Group::kX);
+}
+
+template <class Body, class Group>
+class RangeLoops {
+  using Ids = Vec3<UInt32>;
+  static constexpr UInt32 kLargest = 0xffffffffu;
+
+ public:
+  static constexpr Bool kCanFail =
+      !std::is_void_v<decltype(std::declval<const Body&>().Run(Ids(), Ids(), Ids(), UInt32()))>;
+
+  // Looks for a stop before each invocation and returns the first error.
+  static Result<void> RunFallible(const Body& body, const KernelRange& range) {
+    for (Rows rows(range); rows.IsInside(); rows.Next()) {
+      const Row row(rows);
+      for (UInt32 x = rows.begin; x < rows.end; ++x) {
+        if (range.stop->load(std::memory_order_relaxed)) return OK;
+        OSTRA_RETURN_IF_ERROR(row.Run(body, x, x + row.linearOffset));
+      }
+    }
+    return OK;
+  }
+
+  static void Run(const Body& body, const KernelRange& range) {
+    if (range.isOrdered) return RunOrdered(body, range);
+#ifdef OSTRA_KERNEL_LEVELS
+    if (g_instructionLevel == InstructionLevel::kVectors512) return RunVectors512(body, range);
+    if (g_instructionLevel == InstructionLevel::kVectors256) return RunVectors256(body, range);
+#endif
+    RunBaseline(body, range);
+  }
+
+ private:
+  // The pieces of rows that a range consists of: invocations begin ... end - 1 of the row (y, z).
+  struct Rows {
+    OSTRA_KERNEL_INLINE explicit Rows(const KernelRange& range) : extent(range.extent), left(range.count) {
+      const UInt32 row = range.first / extent.x;
+      begin = range.first - row * extent.x;
+      y = row % extent.y;
+      z = row / extent.y;
+      SetEnd();
+    }
+    OSTRA_KERNEL_INLINE Bool IsInside() const { return left != 0; }
+    OSTRA_KERNEL_INLINE void Next() {
+      left -= end - begin;
+      begin = 0;
+      if (++y == extent.y) {
+        y = 0;
+        ++z;
+      }
+      SetEnd();
+    }
+    OSTRA_KERNEL_INLINE void SetEnd() { end = left < extent.x - begin ? begin + left : extent.x; }
+
+    const Ids extent;
+    UInt32 left, begin, end, y, z;
+  };
+
+  // What the invocations of a row have in common.
+  struct Row {
+    OSTRA_KERNEL_INLINE explicit Row(const Rows& rows)
+        : y(rows.y), z(rows.z), linearOffset(GetLinearOffset<Group>(rows.y / Group::kY)) {}
+    OSTRA_KERNEL_INLINE auto Run(const Body& body, UInt32 x, UInt32 linear) const {
+      return body.Run(Ids(x, y, z), Ids(x % Group::kX, y % Group::kY, z % Group::kZ),
+                      Ids(x / Group::kX, y / Group::kY, z / Group::kZ), linear);
+    }
+    const UInt32 y, z, linearOffset;
+  };
+
+  OSTRA_KERNEL_INLINE static void RunRowInOrder(const Body& body, const Rows& rows) {
+    const Row row(rows);
+    for (UInt32 x = rows.begin; x < rows.end; ++x) row.Run(body, x, x + row.linearOffset);
+  }
+
+  // A loop becomes vector instructions when its variable is the index that the body uses; for LinearInvocation() that
+  // needs numbers which do not wrap.
+  OSTRA_KERNEL_INLINE static void RunRowIndependently(const Body& body, const Rows& rows) {
+    const Row row(rows);
+    if constexpr (Body::kUsesLinearInvocation) {
+      if (row.linearOffset > kLargest - rows.end) return RunRowInOrder(body, rows);
+      const UInt32 end = rows.end + row.linearOffset;
+      OSTRA_INDEPENDENT_ITERATIONS
+      for (UInt32 i = rows.begin + row.linearOffset; i < end; ++i) row.Run(body, i - row.linearOffset, i);
+    } else {
+      const UInt32 end = rows.end;
+      OSTRA_INDEPENDENT_ITERATIONS
+      for (UInt32 x = rows.begin; x < end; ++x) row.Run(body, x, 0);
+    }
+  }
+
+  // The parameters are copied, so that the compiler knows that stores to buffers do not change them.
+  OSTRA_KERNEL_INLINE static void RunIndependently(const Body& parameters, const KernelRange& range) {
+    const Body body = parameters;
+    for (Rows rows(range); rows.IsInside(); rows.Next()) RunRowIndependently(body, rows);
+  }
+
+  __attribute__((noinline, flatten)) static void RunOrdered(const Body& parameters, const KernelRange& range) {
+    const Body body = parameters;
+    for (Rows rows(range); rows.IsInside(); rows.Next()) RunRowInOrder(body, rows);
+  }
+
+  __attribute__((noinline, flatten)) static void RunBaseline(const Body& body, const KernelRange& range) {
+    RunIndependently(body, range);
+  }
+#ifdef OSTRA_KERNEL_LEVELS
+  __attribute__((noinline, flatten, target("avx2,fma,bmi,bmi2"))) static void RunVectors256(const Body& body,
+                                                                                            const KernelRange& range) {
+    RunIndependently(body, range);
+  }
+  __attribute__((noinline, flatten, target("avx512f,avx512bw,avx512dq,avx512vl,avx2,fma,bmi,bmi2"))) static void
+  RunVectors512(const Body& body, const KernelRange& range) {
+    RunIndependently(body, range);
+  }
+#endif
+};
+
+}  // namespace ostra::kernel

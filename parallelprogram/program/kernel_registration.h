@@ -1,0 +1,39 @@
+// Registers tables of kernel classes. ostra_add_kernels makes such a table for a target:
+//
+//   #include "myapp_kernels.h"
+//   static Result<void> EnterKernels(ModuleDescriptor& module) { return RegisterKernels(module, GetKernels_myapp()); }
+//   ... .units = {{"kernels", &EnterKernels}}
+//
+// The parallelprogram module must be loaded before: the registry is its.
+#pragma once
+
+#include <span>
+
+#include "ostra/object/registration.h"
+#include "parallelprogram/program/kernel_entry.h"
+#include "parallelprogram/program/kernel_interface.h"
+
+namespace ostra {
+
+using KernelTable = std::span<const kernelclasses::Entry>;
+
+// Enters the classes; they are taken back with the module. Errors: those of the registry (illegal argument for an ID
+// that is taken) and out of memory.
+inline Result<void> RegisterKernels(ModuleDescriptor& module, KernelTable kernels) {
+  for (const auto& kernel : kernels) {
+    OSTRA_ASSIGN_OR_RETURN(ClassRef kernelClass, kernel.create());
+    OSTRA_RETURN_IF_ERROR(RegisterClass(module, kKernelClassRegistry, kernelClass));
+  }
+  return OK;
+}
+
+}  // namespace ostra
+
+// A plug-in module with one kernel class.
+#define OSTRA_KERNEL_MODULE(identifier, classId)                                                               \
+  namespace ostra::kernelclasses {                                                                             \
+  static constexpr Entry kEntries[] = {{classId, &Create_##identifier}};                                       \
+  static constexpr ModuleEntry kUnits[] = {                                                                    \
+      {"kernel", [](ModuleDescriptor& module) -> Result<void> { return RegisterKernels(module, kEntries); }}}; \
+  }                                                                                                            \
+  OSTRA_MODULE_DESCRIPTOR = {.id = classId##_id, .version = "1", .units = ostra::kernelclasses::kUnits};
