@@ -4,6 +4,7 @@
 #include "ostra/jobs/current_job.h"
 #include "ostra/jobs/job_queue.h"
 #include "ostra/jobs/worker_pool.h"
+#include "ostra/monitor/monitor.h"
 
 OSTRA_UNIT("jobs");
 
@@ -47,6 +48,7 @@ void Job::Run() {
     _result = OSTRA_ILLEGAL_STATE("The job was cancelled before its work was called.");
   } else {
     const CurrentJobScope scope(this);
+    const MonitorScope monitorScope("job");
     _result = _work();
     if (!_result) {
       const Error& error = _result.GetError();

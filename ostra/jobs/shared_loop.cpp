@@ -7,6 +7,7 @@
 #include "ostra/jobs/job.h"
 #include "ostra/jobs/ticks.h"
 #include "ostra/jobs/worker_pool.h"
+#include "ostra/monitor/monitor.h"
 
 namespace ostra {
 namespace {
@@ -71,6 +72,7 @@ Bool SharedLoop::Take(const Pace& pace, Int& begin, Int& end) {
 }
 
 void SharedLoop::Work(Pace pace) {
+  const MonitorScope scope("parallel loop");
   Int begin = 0;
   Int end = 0;
   UInt64 start = ReadTicks();

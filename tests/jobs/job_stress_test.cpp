@@ -60,7 +60,7 @@ TEST(JobStressTest, GroupsWithLoopsFromManyThreadsAllEndWithRightSums) {
 }
 
 TEST(JobStressTest, NoJobIsForgottenWhenWorkersAreAboutToLeave) {
-  const ThreadLimit limit(3);
+  const ThreadLimit limit(2);
   for (int round = 0; round < 1500; ++round) {
     std::atomic<bool> called{false};
     auto job = *Job::Create([&]() -> Result<void> {
