@@ -19,6 +19,7 @@ void GenericBaseArray::Swap(GenericBaseArray& other) {
 }
 
 Result<GenericBaseArray> GenericBaseArray::Create(DataType type, Int count) {
+  if (!type.IsPopulated()) return OSTRA_ILLEGAL_ARGUMENT("An array needs an element type.");
   GenericBaseArray array;
   array._type = type;
   OSTRA_RETURN_IF_ERROR(array.Resize(count));
@@ -33,6 +34,10 @@ Result<GenericBaseArray> GenericBaseArray::CreateCopy(DataType type, Block<const
 }
 
 Result<void> GenericBaseArray::CopyFrom(const GenericBaseArray& other) {
+  if (!other._type.IsPopulated()) {
+    *this = GenericBaseArray();
+    return OK;
+  }
   const Block<Generic> block = other.GetBlock();
   OSTRA_ASSIGN_OR_RETURN(GenericBaseArray copy,
                          CreateCopy(other._type, {block.GetFirst(), block.GetCount(), block.GetStride()}));

@@ -114,8 +114,10 @@ class Array {
     return OK;
   }
 
-  // Makes the array writable and changes its count; other holders keep the old elements.
+  // Makes the array writable and changes its count; other holders keep the old elements. Error: illegal state when this
+  // refers to no array.
   Result<void> Resize(Int count, ResizeFlags flags = ResizeFlags::Exact) {
+    if (!_reference) return Error::Make(kIllegalStateError, "There is no array to resize.", "array", __LINE__);
     OSTRA_RETURN_IF_ERROR(MakeWritable());
     return _reference->Resize(count, flags);
   }

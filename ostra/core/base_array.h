@@ -88,11 +88,17 @@ class BaseArray {
     return OK;
   }
 
-  // Adds an element at the end and returns it. On error (out of memory) the array is unchanged.
+  // Adds an element at the end and returns it; `value` may be an element of this array. On error (out of memory) the
+  // array and `value` are unchanged.
   template <class Value = T>
   Result<T&> Append(Value&& value) {
-    if (_count == _capacity) OSTRA_RETURN_IF_ERROR(Reserve(_capacity < 8 ? 8 : _capacity * 2));
-    T* element = ::new (static_cast<void*>(_first + _count)) T(std::forward<Value>(value));
+    if (_count < _capacity) return *::new (static_cast<void*>(_first + _count++)) T(std::forward<Value>(value));
+    const Int capacity = _capacity < 8 ? 8 : _capacity * 2;
+    T* memory = Allocate(capacity);
+    if (!memory) return Error::MakeOutOfMemory("basearray", __LINE__);
+    // Made before the elements move, because `value` may be one of them.
+    T* element = ::new (static_cast<void*>(memory + _count)) T(std::forward<Value>(value));
+    MoveTo(memory, capacity);
     ++_count;
     return *element;
   }
@@ -109,17 +115,10 @@ class BaseArray {
 
   // Makes room for `count` elements without changing the contents. Error: out of memory.
   Result<void> Reserve(Int count) {
-    static_assert(alignof(T) <= 32 && std::is_nothrow_move_constructible_v<T>);
     if (count <= _capacity) return OK;
-    T* memory = static_cast<T*>(AllocMem(count * static_cast<Int>(sizeof(T))));
+    T* memory = Allocate(count);
     if (!memory) return Error::MakeOutOfMemory("basearray", __LINE__);
-    for (Int i = 0; i < _count; ++i) {
-      ::new (static_cast<void*>(memory + i)) T(std::move(_first[i]));
-      _first[i].~T();
-    }
-    FreeMem(_first);
-    _first = memory;
-    _capacity = count;
+    MoveTo(memory, count);
     return OK;
   }
 
@@ -147,6 +146,22 @@ class BaseArray {
   template <class Other>
   friend class BaseArray;
   friend class GenericBaseArray;
+
+  // Raw memory; null when there is none.
+  static T* Allocate(Int capacity) {
+    static_assert(alignof(T) <= 32 && std::is_nothrow_move_constructible_v<T>);
+    constexpr Int kElementSize = static_cast<Int>(sizeof(T));
+    return capacity > INT64_MAX / kElementSize ? nullptr : static_cast<T*>(AllocMem(capacity * kElementSize));
+  }
+  void MoveTo(T* memory, Int capacity) {
+    for (Int i = 0; i < _count; ++i) {
+      ::new (static_cast<void*>(memory + i)) T(std::move(_first[i]));
+      _first[i].~T();
+    }
+    FreeMem(_first);
+    _first = memory;
+    _capacity = capacity;
+  }
 
   T* _first = nullptr;
   Int _count = 0;

@@ -1,6 +1,7 @@
 // How DataTypeOperations are made from a C++ type, and the types of the arithmetic types. Included by data_type.h.
 #pragma once
 
+#include <bit>
 #include <concepts>
 #include <new>
 #include <utility>
@@ -60,10 +61,13 @@ std::partial_ordering Compare(const void* a, const void* b) {
   return At<T>(a, 0, 0) <=> At<T>(b, 0, 0);
 }
 
+// Both zeros are equal, so they have one hash.
+inline UInt64 HashFloat(Float64 value) { return MixHash(std::bit_cast<UInt64>(value == 0 ? 0.0 : value)); }
+
 template <class T>
 UInt64 Hash(const void* value) {
   if constexpr (std::is_arithmetic_v<T>) {
-    if constexpr (std::is_floating_point_v<T>) return HashText(std::string_view(static_cast<const char*>(value), sizeof(T)));
+    if constexpr (std::is_floating_point_v<T>) return HashFloat(At<T>(value, 0, 0));
     else return MixHash(static_cast<UInt64>(At<T>(value, 0, 0)));
   } else {
     return At<T>(value, 0, 0).GetHashCode();
@@ -103,7 +107,7 @@ constexpr DataTypeOperations MakeOperations() {
 }
 
 template <>
-struct DataTypeOf<Generic> {
+struct OSTRA_API DataTypeOf<Generic> {
   static DataType Make();
 };
 

@@ -58,8 +58,9 @@ class HashMap {
   Bool Erase(const Key& key) { return _table.erase(key) != 0; }
   void Reset() { _table.clear(); }
 
-  // Prepares for `buckets` entries. Error: out of memory.
+  // Prepares for `buckets` entries. Errors: out of memory; illegal argument for a negative count.
   Result<void> Resize(Int buckets) {
+    if (buckets < 0) return Error::Make(kIllegalArgumentError, "A table cannot have a negative count.", "hashmap", __LINE__);
     try {
       _table.reserve(static_cast<std::size_t>(buckets));
       return OK;

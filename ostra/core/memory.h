@@ -78,7 +78,7 @@ struct HostAllocator {
   template <class Other>
   HostAllocator(const HostAllocator<Other>&) {}  // NOLINT(google-explicit-constructor): allocators rebind implicitly
   T* allocate(std::size_t count) {
-    void* memory = AllocMem(static_cast<Int>(count * sizeof(T)));
+    void* memory = count > PTRDIFF_MAX / sizeof(T) ? nullptr : AllocMem(static_cast<Int>(count * sizeof(T)));
     if (!memory) throw std::bad_alloc();
     return static_cast<T*>(memory);
   }

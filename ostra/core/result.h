@@ -59,7 +59,7 @@ class [[nodiscard]] Result {
              !std::is_same_v<std::remove_cvref_t<Source>, Result> && !std::is_same_v<std::remove_cvref_t<Source>, Error>)
   Result(Source&& value) : _value(std::forward<Source>(value)) {}  // NOLINT(google-explicit-constructor)
 
-  Result(const Result& other) : _error(other._error) {
+  Result(const Result& other) : _error(other._error), _moved(other._moved) {
     if (other.IsOk()) ::new (&_value) Value(other._value);
   }
   Result(Result&& other) noexcept : _error(std::move(other._error)), _moved(other._moved) {

@@ -1,0 +1,80 @@
+#include "ostra/core/diagnostics.h"
+
+#include <optional>
+#include <thread>
+
+#include "ostra/core/host_flags.h"
+#include "tests/support/fault_injection.h"
+#include "tests/support/recorded_diagnostics.h"
+
+namespace ostra {
+namespace {
+
+using testing::ElementsAre;
+
+TEST(DiagnosticsTest, ListenersGetEveryLevelAndTheFormattedText) {
+  const RecordedDiagnostics diagnostics;
+  DiagnosticOutput("@ kernels", 3);
+  WarningOutput("slow");
+  CriticalOutput("KernelTextureLink not set before @", "start");
+  EXPECT_THAT(diagnostics.GetTexts(), ElementsAre("3 kernels", "slow", "KernelTextureLink not set before start"));
+  EXPECT_THAT(diagnostics.GetLevels(),
+              ElementsAre(DiagnosticLevel::Information, DiagnosticLevel::Warning, DiagnosticLevel::Critical));
+}
+
+TEST(DiagnosticsTest, SeveralListenersHearAndADestroyedOneNoLonger) {
+  const RecordedDiagnostics first;
+  std::optional<RecordedDiagnostics> second(std::in_place);
+  const RecordedDiagnostics third;
+  WriteDiagnostic(DiagnosticLevel::Warning, "one");
+  EXPECT_THAT(second->GetTexts(), ElementsAre("one"));
+  second.reset();
+  SetDiagnosticStreamLevel(DiagnosticLevel::Critical);
+  WriteDiagnostic(DiagnosticLevel::Warning, "two");
+  EXPECT_THAT(first.GetTexts(), ElementsAre("one", "two"));
+  EXPECT_THAT(third.GetTexts(), ElementsAre("one", "two"));
+}
+
+TEST(DiagnosticsTest, TheStreamGetsOnlyLinesOfItsLevel) {
+  testing::internal::CaptureStderr();
+  DiagnosticOutput("not shown");
+  WarningOutput("shown");
+  SetDiagnosticStreamLevel(DiagnosticLevel::Critical);
+  WarningOutput("no longer shown");
+  SetDiagnosticStreamLevel(DiagnosticLevel::Warning);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "shown\n");
+}
+
+TEST(DiagnosticsTest, WithoutMemoryTheTextKeepsItsPlaceholders) {
+  const RecordedDiagnostics diagnostics;
+  {
+    const FailingAllocation failure(1);
+    WarningOutput("The value is @.", 5);
+  }
+  EXPECT_THAT(diagnostics.GetTexts(), ElementsAre("The value is @."));
+}
+
+TEST(DiagnosticsTest, ADebugStopWritesACriticalLineAndReturns) {
+  const RecordedDiagnostics diagnostics;
+  const Bool before = g_enableDebugBreak;
+  g_enableDebugBreak = false;
+  DebugStop("Stop: reached.");
+  g_enableDebugBreak = before;
+  EXPECT_THAT(diagnostics.GetTexts(), ElementsAre("Stop: reached."));
+  EXPECT_THAT(diagnostics.GetLevels(), ElementsAre(DiagnosticLevel::Critical));
+}
+
+TEST(DiagnosticsTest, LinesOfManyThreadsAllArrive) {
+  const RecordedDiagnostics diagnostics;
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([] {
+      for (int i = 0; i < 200; ++i) DiagnosticOutput("line @", i);
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(diagnostics.GetTexts().size(), 800u);
+}
+
+}  // namespace
+}  // namespace ostra
