@@ -1,0 +1,15 @@
+#!/bin/sh
+# scripts/format.sh [--check]: formats all C++ files, or only says which ones are not formatted.
+# Kernel files and the text of the noises are other languages' sources too and keep their own form.
+set -eu
+
+cd "$(dirname "$0")/.."
+formatter=${CLANG_FORMAT:-clang-format}
+case ${1:-} in
+  "") options="-i" ;;
+  --check) options="--dry-run --Werror --ferror-limit=1" ;;
+  *) echo "Unknown option \"$1\"; --check is known." >&2; exit 2 ;;
+esac
+# shellcheck disable=SC2086  # several options
+find ostra parallelprogram apps kernels tests bench fuzz \( -name '*.h' -o -name '*.cpp' \) \
+  -not -path 'ostra/render/noise/*' -print0 | xargs -0 "$formatter" $options

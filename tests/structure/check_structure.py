@@ -1,0 +1,152 @@
+"""Checks that the sources keep to the plan of the repository.
+
+    check_structure.py ROOT [RULE...]
+
+Prints one line per violation, as file:line: text, and ends with 1 when there are any.
+"""
+
+import pathlib
+import re
+import sys
+
+# From the ground up: a room includes itself and those before it.
+HOST_ROOMS = ["core", "math", "object", "config", "monitor", "jobs", "io", "crypt", "image", "render", "drawport",
+              "drawport_vulkan"]
+
+# Further restrictions: what a folder must not include although it stands later.
+FORBIDDEN = [
+    ("ostra/", r"(parallelprogram|apps|kernels|tests|bench|fuzz)/"),
+    ("parallelprogram/", r"(apps|kernels|tests|bench|fuzz)/"),
+    ("parallelprogram/", r"ostra/drawport_vulkan/"),
+    ("parallelprogram/program/", r"ostra/drawport/(?!handles\.h)"),
+    ("parallelprogram/textures/", r"ostra/drawport/(?!handles\.h)"),
+    ("parallelprogram/kernelfront/", r"(ostra/(?!core/)|parallelprogram/(?!kernelfront/))"),
+    ("parallelprogram/shaderparser/", r"ostra/drawport"),
+]
+
+# Each outside library is reached through one room.
+LIBRARIES = [
+    (r"(oneapi/tbb|tbb)/", "ostra/jobs/"),
+    (r"glm/", "ostra/math/"),
+    (r"(png\.h|OpenEXR/|Imf|Imath|Iex|half\.h)", "ostra/image/"),
+    (r"openssl/", "ostra/crypt/"),
+    (r"(vulkan/|volk|glslang/|spirv)", "ostra/drawport_vulkan/"),
+]
+
+# The standard library's headers; the module uses nothing else from outside.
+STANDARD = set("""algorithm any array atomic barrier bit bitset cassert cctype cerrno cfenv cfloat charconv chrono cinttypes
+climits clocale cmath compare complex concepts condition_variable coroutine csetjmp csignal cstdarg cstddef cstdint cstdio
+cstdlib cstring ctime deque exception execution filesystem forward_list fstream functional future initializer_list iomanip
+ios iosfwd iostream istream iterator latch limits list locale map memory memory_resource mutex new numbers numeric optional
+ostream queue random ranges ratio regex scoped_allocator semaphore set shared_mutex span sstream stack stdexcept stop_token
+streambuf string string_view system_error thread tuple type_traits typeindex typeinfo unordered_map unordered_set utility
+valarray variant vector version""".split())
+
+# Headers of the compiler for the instructions of a processor.
+PROCESSOR = {"emmintrin.h", "immintrin.h", "arm_neon.h"}
+
+# Kernel files are written in this vocabulary, so including it is asking for it.
+OPENS_A_NAMESPACE = {"parallelprogram/program/kernel_language.h"}
+
+MAXIMAL_LINES = 700
+SOURCE_FOLDERS = ["ostra", "parallelprogram", "apps", "tests", "bench", "fuzz"]
+INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]')
+
+
+def find_sources(root, folders, suffixes=(".h", ".cpp")):
+    for folder in folders:
+        for path in sorted((root / folder).rglob("*")):
+            if path.suffix in suffixes and path.is_file():
+                yield path
+
+
+def find_includes(path):
+    for number, line in enumerate(path.read_text(encoding="utf-8").splitlines(), 1):
+        match = INCLUDE.match(line)
+        if match:
+            yield number, match.group(1) == "<", match.group(2)
+
+
+def check_arrows(root):
+    """Rooms include only themselves and rooms before them; nobody includes what is forbidden to it."""
+    for path in find_sources(root, ["ostra", "parallelprogram"]):
+        name = path.relative_to(root).as_posix()
+        parts = name.split("/")
+        room = parts[1] if parts[0] == "ostra" and len(parts) > 2 else None
+        if room and room not in HOST_ROOMS:
+            yield f"{name}:1: the room ostra/{room} is not in the list of rooms"
+            continue
+        for line, _, included in find_includes(path):
+            for folder, pattern in FORBIDDEN:
+                if name.startswith(folder) and re.match(pattern, included):
+                    yield f"{name}:{line}: {folder} must not include {included}"
+            target = re.match(r"ostra/(?:([^/]+)/)?", included)
+            if not room or not target:
+                continue
+            if target.group(1) is None:
+                yield f"{name}:{line}: a room must not include {included}, which stands above all rooms"
+            elif target.group(1) not in HOST_ROOMS or HOST_ROOMS.index(target.group(1)) > HOST_ROOMS.index(room):
+                yield f"{name}:{line}: ostra/{room} must not include {included}, a later room"
+
+
+def check_libraries(root):
+    """Outside libraries are reached through their room; the module uses none, and drawport names no Vulkan type."""
+    for path in find_sources(root, ["ostra", "parallelprogram"]):
+        name = path.relative_to(root).as_posix()
+        for line, _, included in find_includes(path):
+            for pattern, folder in LIBRARIES:
+                if re.match(pattern, included) and not name.startswith(folder):
+                    yield f"{name}:{line}: {included} belongs to {folder}"
+            own = included.startswith(("ostra/", "parallelprogram/")) or (path.parent / included).exists()
+            if name.startswith("parallelprogram/") and not own and included not in STANDARD | PROCESSOR:
+                yield f"{name}:{line}: the module uses the standard library and ostra only, not {included}"
+        if name.startswith("ostra/drawport/"):
+            for line, text in enumerate(path.read_text(encoding="utf-8").splitlines(), 1):
+                if re.search(r"\b(Vk[A-Z]\w*|VK_\w+|vk[A-Z]\w*)\b", text.split("//")[0]):
+                    yield f"{name}:{line}: drawport names a Vulkan type or function"
+
+
+def check_sizes(root):
+    """A file is read in one sitting."""
+    for path in find_sources(root, SOURCE_FOLDERS, (".h", ".cpp", ".py", ".cmake")):
+        lines = len(path.read_text(encoding="utf-8").splitlines())
+        if lines > MAXIMAL_LINES:
+            yield f"{path.relative_to(root).as_posix()}:1: {lines} lines; at most {MAXIMAL_LINES} are allowed"
+
+
+def check_readmes(root):
+    """Every room says what it is for."""
+    folders = [path for parent in ("ostra", "parallelprogram", "apps") for path in sorted((root / parent).iterdir())]
+    folders += [root / name for name in ("kernels", "tests", "bench", "fuzz", "scripts", "cmake")]
+    for folder in folders:
+        if folder.is_dir() and any(path.is_file() for path in folder.rglob("*")):
+            readme = folder / "README.md"
+            if not readme.is_file() or not readme.read_text(encoding="utf-8").strip():
+                yield f"{folder.relative_to(root).as_posix()}:1: README.md is missing or empty"
+
+
+def check_headers(root):
+    """Headers are included once, and never open a namespace for everybody."""
+    for path in find_sources(root, ["ostra", "parallelprogram", "apps"], (".h",)):
+        name = path.relative_to(root).as_posix()
+        text = path.read_text(encoding="utf-8")
+        if "/noise/" not in name and "#pragma once" not in text:
+            yield f"{name}:1: #pragma once is missing"
+        for number, line in enumerate(text.splitlines(), 1):
+            if re.match(r"using namespace ", line) and name not in OPENS_A_NAMESPACE:
+                yield f"{name}:{number}: a header opens a namespace for everybody who includes it"
+
+
+RULES = {"arrows": check_arrows, "libraries": check_libraries, "sizes": check_sizes, "readmes": check_readmes,
+         "headers": check_headers}
+
+
+def main(arguments):
+    root = pathlib.Path(arguments[0])
+    violations = [violation for name in arguments[1:] or RULES for violation in RULES[name](root)]
+    print("\n".join(violations) if violations else "no violations")
+    return 1 if violations else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv[1:]))

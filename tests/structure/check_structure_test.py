@@ -1,0 +1,93 @@
+"""Breaks each rule of check_structure.py in a small tree and expects the violation to be found."""
+
+import pathlib
+import tempfile
+import unittest
+
+import check_structure
+
+FOLDERS = ["ostra/core", "ostra/math", "ostra/jobs", "ostra/drawport", "parallelprogram/program", "apps/ostra", "kernels",
+           "tests", "bench", "fuzz", "scripts", "cmake"]
+
+
+class CheckStructureTest(unittest.TestCase):
+    def setUp(self):
+        self.folder = tempfile.TemporaryDirectory()
+        self.addCleanup(self.folder.cleanup)
+        self.root = pathlib.Path(self.folder.name)
+        for name in FOLDERS:
+            self.write(name + "/README.md", "# " + name)
+
+    def write(self, name, text):
+        path = self.root / name
+        path.parent.mkdir(parents=True, exist_ok=True)
+        path.write_text(text, encoding="utf-8")
+
+    def expect(self, rule, *violations):
+        self.assertEqual(list(check_structure.RULES[rule](self.root)), list(violations))
+
+    def test_a_tree_that_keeps_the_rules_has_no_violations(self):
+        self.write("ostra/core/a.h", '#pragma once\n#include <vector>\n')
+        self.write("ostra/jobs/b.h", '#pragma once\n#include "ostra/core/a.h"\n#include <tbb/task.h>\n')
+        self.write("parallelprogram/program/c.cpp", '#include "ostra/jobs/b.h"\n#include <vector>\n#include "c.inc"\n')
+        self.write("parallelprogram/program/c.inc", "")
+        for rule in check_structure.RULES:
+            self.expect(rule)
+
+    def test_a_room_that_includes_a_later_room_is_found(self):
+        self.write("ostra/core/a.cpp", '\n#include "ostra/jobs/b.h"\n')
+        self.expect("arrows", "ostra/core/a.cpp:2: ostra/core must not include ostra/jobs/b.h, a later room")
+
+    def test_a_room_that_includes_the_whole_host_is_found(self):
+        self.write("ostra/core/a.cpp", '#include "ostra/host.h"\n')
+        self.expect("arrows",
+                    "ostra/core/a.cpp:1: a room must not include ostra/host.h, which stands above all rooms")
+
+    def test_the_host_that_includes_the_module_is_found(self):
+        self.write("ostra/jobs/a.cpp", '#include "parallelprogram/program/p.h"\n')
+        self.expect("arrows", "ostra/jobs/a.cpp:1: ostra/ must not include parallelprogram/program/p.h")
+
+    def test_the_program_may_use_the_handles_of_drawport_only(self):
+        self.write("parallelprogram/program/a.cpp",
+                   '#include "ostra/drawport/handles.h"\n#include "ostra/drawport/context.h"\n')
+        self.expect("arrows",
+                    "parallelprogram/program/a.cpp:2: parallelprogram/program/ must not include ostra/drawport/context.h")
+
+    def test_an_unknown_room_is_found(self):
+        self.write("ostra/attic/a.cpp", "")
+        self.expect("arrows", "ostra/attic/a.cpp:1: the room ostra/attic is not in the list of rooms")
+
+    def test_a_library_outside_its_room_is_found(self):
+        self.write("ostra/core/a.cpp", "#include <oneapi/tbb/task_group.h>\n")
+        self.expect("libraries", "ostra/core/a.cpp:1: oneapi/tbb/task_group.h belongs to ostra/jobs/")
+
+    def test_the_module_that_uses_an_outside_library_is_found(self):
+        self.write("parallelprogram/program/a.cpp", "#include <unistd.h>\n")
+        self.expect("libraries", "parallelprogram/program/a.cpp:1: the module uses the standard library and ostra only, "
+                                 "not unistd.h")
+
+    def test_a_vulkan_type_in_drawport_is_found_but_not_in_a_comment(self):
+        self.write("ostra/drawport/a.h", "// like VkBuffer\nVkBuffer buffer;\n")
+        self.expect("libraries", "ostra/drawport/a.h:2: drawport names a Vulkan type or function")
+
+    def test_a_file_that_is_too_long_is_found(self):
+        self.write("ostra/core/a.cpp", "\n" * 700)
+        self.expect("sizes")
+        self.write("ostra/core/a.cpp", "\n" * 701)
+        self.expect("sizes", "ostra/core/a.cpp:1: 701 lines; at most 700 are allowed")
+
+    def test_a_room_without_a_readme_is_found(self):
+        (self.root / "ostra/math/README.md").unlink()
+        self.expect("readmes")
+        self.write("ostra/math/a.h", "#pragma once\n")
+        self.expect("readmes", "ostra/math:1: README.md is missing or empty")
+
+    def test_headers_without_a_guard_or_with_an_open_namespace_are_found(self):
+        self.write("ostra/math/a.h", "#pragma once\nusing namespace std;\n")
+        self.write("ostra/math/b.h", "int a;\n")
+        self.expect("headers", "ostra/math/a.h:2: a header opens a namespace for everybody who includes it",
+                    "ostra/math/b.h:1: #pragma once is missing")
+
+
+if __name__ == "__main__":
+    unittest.main()
