@@ -1,0 +1,158 @@
+#include "apps/ostra/command_line.h"
+
+#include <CLI/CLI.hpp>
+#include <string>
+#include <vector>
+
+#include "apps/ostra/info/info_command.h"
+#include "apps/ostra/output/standard_output.h"
+#include "apps/ostra/run/run_command.h"
+#include "apps/ostra/tool_error.h"
+#include "apps/ostra/values/text.h"
+
+OSTRA_UNIT("command_line");
+
+namespace ostra::tool {
+
+namespace {
+
+constexpr const char* kRunHelp =
+    "Runs a kernel file on data from files. Without --size there is one invocation per pixel of the first picture, or "
+    "per\n"
+    "element of the longest input. Buffers that are only written start as zeros and have as many elements as there "
+    "are\n"
+    "invocations. The uniforms width and height are those of the picture unless they are set.";
+
+constexpr const char* kRunExample =
+    "Files: .png and .exr (pictures, elements of 4 x float32), .npy, .csv, .raw; zeros:SIZE and ones:SIZE make "
+    "elements.\n"
+    "\n"
+    "Example:\n"
+    "  ostra run net.example.blur.krn --in image=photo.png --out result=blurred.png --set radius=3\n"
+    "  ostra run net.example.life.krn --in now=start.png --out next=end.png --swap now,next --iterations 100\n"
+    "\n"
+    "Exit status: 0 done, 1 failed, 2 wrong usage.";
+
+// The options as they stand on the command line.
+struct RunArguments {
+  std::string kernel, size, backend = "cpu", cacheFolder;
+  std::vector<std::string> inputs, outputs, settings, swaps;
+  Int repeatCount = 1, iterationCount = 1;
+  Bool isFast = false, isJson = false;
+};
+
+// The host reads these itself; here they only have to be known.
+void AddConfigurationOptions(CLI::App& command) {
+  static std::vector<std::string> ignored;
+  command.add_option("--config", ignored, "Set a configuration variable; 'ostra info' lists them")
+      ->type_name("NAME=VALUE")
+      ->allow_extra_args(false);
+  command.add_option("--config-file", ignored, "Read configuration variables from a file")
+      ->type_name("FILE")
+      ->allow_extra_args(false);
+}
+
+CLI::App& AddRunCommand(CLI::App& app, RunArguments& arguments) {
+  CLI::App& run = *app.add_subcommand("run", kRunHelp);
+  run.footer(kRunExample);
+  run.add_option("kernel", arguments.kernel, "The kernel file")->type_name("KERNEL.krn")->required();
+  const auto addList = [&run](const char* name, std::vector<std::string>& target, const char* help, const char* type) {
+    run.add_option(name, target, help)->type_name(type)->allow_extra_args(false);
+  };
+  addList("--in", arguments.inputs, "Elements of a buffer", "NAME=FILE");
+  addList("--out", arguments.outputs, "Where a buffer is written afterwards", "NAME=FILE");
+  addList("--set", arguments.settings, "Value of a uniform, or start of a counter", "NAME=VALUE,...");
+  run.add_option("--size", arguments.size, "Invocations of a dispatch")->type_name("WxHxD");
+  run.add_option("--iterations", arguments.iterationCount, "Dispatches, one after the other")
+      ->type_name("N")
+      ->check(CLI::Range(Int(1), Int(1000000000)));
+  addList("--swap", arguments.swaps, "Exchange two buffers between two dispatches", "NAME,NAME");
+  run.add_option("--repeat", arguments.repeatCount, "Do everything N times from the same start, to measure")
+      ->type_name("N")
+      ->check(CLI::Range(Int(1), Int(1000000)));
+  run.add_option("--backend", arguments.backend, "Where the kernel runs: cpu")
+      ->type_name("NAME")
+      ->check(CLI::IsMember({"cpu"}));
+  run.add_flag("--fast", arguments.isFast, "Allow the compiler to reorder floating-point arithmetic");
+  run.add_option("--cache-dir", arguments.cacheFolder,
+                 "Where compiled kernels are kept (default: $XDG_CACHE_HOME/ostra or ~/.cache/ostra)")
+      ->type_name("DIR");
+  run.add_flag("--json", arguments.isJson, "Report as JSON");
+  AddConfigurationOptions(run);
+  return run;
+}
+
+Result<Assignments> SplitAll(std::string_view option, const std::vector<std::string>& texts) {
+  Assignments assignments;
+  for (const std::string& text : texts) {
+    OSTRA_ASSIGN_OR_RETURN(const auto parts, SplitAssignment(option, text));
+    assignments.emplace_back(parts.first, parts.second);
+  }
+  return assignments;
+}
+
+Result<RunOptions> MakeRunOptions(const RunArguments& arguments) {
+  RunOptions options;
+  OSTRA_ASSIGN_OR_RETURN(options.kernelFile, Url::Create(arguments.kernel));
+  OSTRA_ASSIGN_OR_RETURN(options.inputs, SplitAll("--in", arguments.inputs));
+  OSTRA_ASSIGN_OR_RETURN(options.outputs, SplitAll("--out", arguments.outputs));
+  OSTRA_ASSIGN_OR_RETURN(options.settings, SplitAll("--set", arguments.settings));
+  if (!arguments.size.empty()) {
+    auto size = ParseExtents(arguments.size);
+    if (!size) return OSTRA_USAGE_ERROR("--size: @", size.GetError());
+    options.size = *size;
+  }
+  for (const std::string& swap : arguments.swaps) {
+    const std::vector<std::string_view> names = SplitText(swap, ',');
+    if (names.size() != 2 || names[0].empty() || names[1].empty())
+      return OSTRA_USAGE_ERROR("--swap needs the names of two buffers, but got \"@\"", swap);
+    options.swaps.emplace_back(names[0], names[1]);
+  }
+  options.repeatCount = arguments.repeatCount;
+  options.iterationCount = arguments.iterationCount;
+  options.isFast = arguments.isFast;
+  options.isJson = arguments.isJson;
+  options.cacheFolder = arguments.cacheFolder;
+  return options;
+}
+
+Result<void> RunKernel(const RunArguments& runArguments, std::span<const char* const> arguments) {
+  OSTRA_ASSIGN_OR_RETURN(const RunOptions options, MakeRunOptions(runArguments));
+  return Run(options, arguments);
+}
+
+int Finish(const Result<void>& result) {
+  if (result) return static_cast<int>(ExitStatus::Done);
+  WriteError(result.GetError());
+  return static_cast<int>(GetExitStatus(result.GetError()));
+}
+
+}  // namespace
+
+int RunCommandLine(std::span<const char* const> arguments) {
+  CLI::App app("Runs data-parallel kernels.");
+  app.name("ostra");
+  app.require_subcommand(1);
+  RunArguments runArguments;
+  CLI::App& run = AddRunCommand(app, runArguments);
+  CLI::App& info =
+      *app.add_subcommand("info", "Lists modules, classes, interfaces, configuration variables and threads.");
+  Bool isInfoJson = false;
+  info.add_flag("--json", isInfoJson, "Report as JSON");
+  AddConfigurationOptions(info);
+  try {
+    app.parse(static_cast<int>(arguments.size()), arguments.data());
+  } catch (const CLI::ParseError& error) {
+    if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) return app.exit(error);
+    WriteErrorLine(std::string(error.what()) + "; see ostra" +
+                   (run.parsed()    ? " run"
+                    : info.parsed() ? " info"
+                                    : "") +
+                   " --help");
+    return static_cast<int>(ExitStatus::BadUsage);
+  }
+  const auto rest = arguments.subspan(1);
+  return Finish(run.parsed() ? RunKernel(runArguments, rest) : ShowInfo(isInfoJson, rest));
+}
+
+}  // namespace ostra::tool

@@ -1,0 +1,120 @@
+#include "apps/ostra/kernels/compiler.h"
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
+#include "apps/ostra/values/text.h"
+#include "ostra/core/format.h"
+
+OSTRA_UNIT("compiler");
+
+extern "C" char** environ;
+
+namespace ostra::tool {
+
+namespace {
+
+// The file that would be run for `name`; empty when there is none.
+std::string FindProgram(const std::string& name) {
+  if (name.find('/') != std::string::npos) return access(name.c_str(), X_OK) == 0 ? name : std::string();
+  const char* path = std::getenv("PATH");
+  for (const std::string_view folder : SplitText(path ? path : "/usr/bin:/bin", ':')) {
+    std::string file(folder.empty() ? "." : folder);
+    file.append("/").append(name);
+    if (access(file.c_str(), X_OK) == 0) return file;
+  }
+  return {};
+}
+
+// Which file it is and when it was written: asking the program for its version would take longer than a cached run.
+std::string MakeStamp(const std::string& file) {
+  char* real = realpath(file.c_str(), nullptr);
+  std::string stamp = real ? real : file;
+  std::free(real);
+  struct stat state;
+  if (stat(file.c_str(), &state) != 0) return stamp;
+  for (const auto number : {Int(state.st_size), Int(state.st_mtim.tv_sec), Int(state.st_mtim.tv_nsec)})
+    stamp.append(" ").append(std::to_string(number));
+  return stamp;
+}
+
+Result<std::string> ReadToEnd(int file) {
+  std::string text;
+  char buffer[4096];
+  while (true) {
+    const ssize_t count = read(file, buffer, sizeof(buffer));
+    if (count == 0) return text;
+    if (count < 0 && errno != EINTR)
+      return OSTRA_ILLEGAL_STATE("The output of a program cannot be read: @.", std::strerror(errno));
+    if (count > 0) text.append(buffer, static_cast<std::size_t>(count));
+  }
+}
+
+// Starts the program with both outputs going to `output`; returns the error number.
+int Spawn(const std::vector<std::string>& command, int output, pid_t& process) {
+  std::vector<char*> arguments;
+  for (const std::string& argument : command) arguments.push_back(const_cast<char*>(argument.c_str()));
+  arguments.push_back(nullptr);
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+  posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
+  posix_spawn_file_actions_adddup2(&actions, output, STDERR_FILENO);
+  const int code = posix_spawnp(&process, arguments[0], &actions, nullptr, arguments.data(), environ);
+  posix_spawn_file_actions_destroy(&actions);
+  return code;
+}
+
+}  // namespace
+
+Result<Compiler> FindCompiler() {
+  const char* chosen = std::getenv("CXX");
+  Compiler compiler;
+  if (chosen && *chosen) {
+    for (const std::string_view word : SplitText(chosen, ' '))
+      if (!word.empty()) compiler.command.emplace_back(word);
+  } else {
+    for (const char* name : {"c++", "g++", "clang++"})
+      if (compiler.command.empty() && !FindProgram(name).empty()) compiler.command.emplace_back(name);
+  }
+  if (compiler.command.empty() || FindProgram(compiler.command[0]).empty())
+    return OSTRA_ILLEGAL_STATE(
+        "There is no C++ compiler @, which is needed to compile kernels; install one or name it in the environment "
+        "variable CXX.",
+        chosen && *chosen ? std::string_view(chosen) : std::string_view("c++, g++ or clang++"));
+  for (const std::string& word : compiler.command) {
+    const std::string program = FindProgram(word);
+    compiler.stamp += (program.empty() ? word : MakeStamp(program)) + "\n";
+  }
+  return compiler;
+}
+
+Result<CommandResult> RunCommand(const std::vector<std::string>& command) {
+  int ends[2];
+  if (pipe2(ends, O_CLOEXEC) != 0)
+    return OSTRA_ILLEGAL_STATE("@ cannot be started: @.", command[0], std::strerror(errno));
+  pid_t process = 0;
+  const int code = Spawn(command, ends[1], process);
+  close(ends[1]);
+  if (code != 0) {
+    close(ends[0]);
+    return OSTRA_ILLEGAL_STATE("@ cannot be started: @.", command[0], std::strerror(code));
+  }
+  auto output = ReadToEnd(ends[0]);
+  close(ends[0]);
+  int status = 0;
+  while (waitpid(process, &status, 0) < 0 && errno == EINTR) {
+  }
+  if (!output) return output.TakeError();
+  if (!WIFEXITED(status)) return OSTRA_ILLEGAL_STATE("@ was ended by signal @.", command[0], WTERMSIG(status));
+  return CommandResult{WEXITSTATUS(status), std::move(*output)};
+}
+
+}  // namespace ostra::tool

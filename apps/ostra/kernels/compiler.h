@@ -1,0 +1,29 @@
+// The system's C++ compiler, run without a shell.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "ostra/core/result.h"
+
+namespace ostra::tool {
+
+struct Compiler {
+  std::vector<std::string> command;  // the program and arguments that always come first
+  // Changes when another compiler, or another version of it, would be run.
+  std::string stamp;
+};
+
+// The compiler that the environment variable CXX names, else the first of c++, g++ and clang++ that is there.
+// Error: illegal state when there is none.
+Result<Compiler> FindCompiler();
+
+struct CommandResult {
+  int exitStatus = 0;
+  std::string output;  // standard output and standard error together
+};
+
+// Runs a program and waits for its end. Errors: illegal state when it cannot be started or is ended by a signal.
+Result<CommandResult> RunCommand(const std::vector<std::string>& command);
+
+}  // namespace ostra::tool

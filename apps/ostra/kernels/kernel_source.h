@@ -1,0 +1,12 @@
+// The C++ source of a kernel file, with the headers beside it put in.
+#pragma once
+
+#include "ostra/io/url.h"
+
+namespace ostra::tool {
+
+// The source of a plug-in module with the one kernel class. Errors: those of reading the file; illegal argument with
+// "file:line: error: ..."; out of memory.
+Result<String> ReadKernelSource(const Url& kernelFile);
+
+}  // namespace ostra::tool

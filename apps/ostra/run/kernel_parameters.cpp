@@ -1,0 +1,79 @@
+#include "apps/ostra/run/kernel_parameters.h"
+
+#include <algorithm>
+
+#include "apps/ostra/names/nearest_name.h"
+#include "apps/ostra/tool_error.h"
+#include "apps/ostra/values/scalar_type.h"
+#include "ostra/object/class.h"
+#include "parallelprogram/program/kernel_interface.h"
+
+OSTRA_UNIT("kernel_parameters");
+
+namespace ostra::tool {
+
+namespace {
+
+Parameter DescribeParameter(std::string_view name, DataType type) {
+  const std::string text(name);
+  if (type.IsMadeWith(kBlockParametricType)) return {text, ParameterKind::Buffer, type.GetInnerType()};
+  const Bool isCounter = type.IsPointer() && type.GetInnerType().IsMadeWith(kAtomicParametricType);
+  if (isCounter) return {text, ParameterKind::Counter, GetDataType<UInt32>()};
+  return {text, GetElementLayout(type) ? ParameterKind::Uniform : ParameterKind::Other, type};
+}
+
+}  // namespace
+
+const char* GetKindName(ParameterKind kind) {
+  switch (kind) {
+    case ParameterKind::Uniform:
+      return "uniform";
+    case ParameterKind::Buffer:
+      return "buffer";
+    case ParameterKind::Counter:
+      return "counter";
+    default:
+      return "parameter";
+  }
+}
+
+Result<KernelParameters> KernelParameters::Read(std::string_view classId) {
+  OSTRA_ASSIGN_OR_RETURN(const ClassRegistry& registry, ClassRegistry::Find(kKernelClassRegistry));
+  OSTRA_ASSIGN_OR_RETURN(const Id id, Id::Create(classId));
+  OSTRA_ASSIGN_OR_RETURN(const ClassRef kernelClass, registry.FindEntryValue(id));
+  OSTRA_ASSIGN_OR_RETURN(const KernelRef kernel, kernelClass->CreateObject<KernelInterface>());
+  OSTRA_RETURN_IF_ERROR(kernel->Init());
+  std::vector<Parameter> parameters;
+  for (const auto& [name, parameter] : kernel->GetKernelParameterMap())
+    parameters.push_back(DescribeParameter(name.GetView(), parameter.type));
+  return KernelParameters(std::move(parameters));
+}
+
+KernelParameters::KernelParameters(std::vector<Parameter> parameters) : _parameters(std::move(parameters)) {
+  std::sort(_parameters.begin(), _parameters.end(), [](const auto& a, const auto& b) { return a.name < b.name; });
+}
+
+const Parameter* KernelParameters::Find(std::string_view name) const {
+  for (const Parameter& parameter : _parameters)
+    if (parameter.name == name) return &parameter;
+  return nullptr;
+}
+
+Result<const Parameter&> KernelParameters::Get(std::string_view option, std::string_view name,
+                                               std::initializer_list<ParameterKind> kinds) const {
+  const auto fits = [&](const Parameter& parameter) {
+    return std::count(kinds.begin(), kinds.end(), parameter.kind) > 0;
+  };
+  const Parameter* found = Find(name);
+  if (found && fits(*found)) return *found;
+  if (found)
+    return OSTRA_USAGE_ERROR("@: \"@\" is a @, not a @", option, name, GetKindName(found->kind),
+                             GetKindName(*kinds.begin()));
+  std::vector<std::string> names;
+  for (const Parameter& parameter : _parameters)
+    if (fits(parameter)) names.push_back(parameter.name);
+  return OSTRA_USAGE_ERROR("@: the kernel has no @ \"@\"@", option, GetKindName(*kinds.begin()), name,
+                           SuggestName(name, names));
+}
+
+}  // namespace ostra::tool

@@ -1,0 +1,79 @@
+#include "apps/ostra/run/program_run.h"
+
+#include <chrono>
+
+#include "apps/ostra/output/progress.h"
+#include "ostra/object/class.h"
+
+OSTRA_UNIT("program_run");
+
+namespace ostra::tool {
+
+namespace {
+constexpr Bool kDisableBarrier = false;
+}
+
+Result<ProgramRun> ProgramRun::Create(const RunPlan& plan, const Id& programClass, const Url& kernelFile) {
+  ProgramRun run(plan);
+  OSTRA_ASSIGN_OR_RETURN(run._program, CreateObject<ParallelProgramInterface>(programClass));
+  OSTRA_RETURN_IF_ERROR(run._program->Init(Url(), nullptr, 0, false));
+  OSTRA_RETURN_IF_ERROR(run._program->AddKernel("kernel"_iid, kernelFile, true));
+  OSTRA_RETURN_IF_ERROR(run.StoreBuffers());
+  OSTRA_RETURN_IF_ERROR(run.SetValues());
+  return run;
+}
+
+Result<void> ProgramRun::StoreBuffers() {
+  for (const PlannedBuffer& buffer : _plan->buffers) {
+    GenericBaseArray copy;
+    OSTRA_RETURN_IF_ERROR(copy.CopyFrom(buffer.start));
+    OSTRA_RETURN_IF_ERROR(_program->StoreUniformBufferData(buffer.name, buffer.elementType, std::move(copy)));
+    OSTRA_RETURN_IF_ERROR(_program->SetBufferToActiveKernelSameId(buffer.name));
+  }
+  return OK;
+}
+
+Result<void> ProgramRun::SetValues() {
+  for (const PlannedUniform& uniform : _plan->uniforms)
+    OSTRA_RETURN_IF_ERROR(_program->SetUniform(uniform.name, uniform.value));
+  for (const PlannedCounter& counter : _plan->counters) {
+    OSTRA_RETURN_IF_ERROR(_program->AddAtomicCounter(counter.name, UInt32(0)));
+    OSTRA_RETURN_IF_ERROR(_program->SetAtomicCounterToActiveKernel(counter.name));
+    OSTRA_RETURN_IF_ERROR(_program->SetAtomicCounter(counter.name, counter.start));
+  }
+  return OK;
+}
+
+Result<void> ProgramRun::Restart() {
+  for (const PlannedBuffer& buffer : _plan->buffers) {
+    // In place: a stored buffer would be kept beside the old one.
+    OSTRA_RETURN_IF_ERROR(_program->UpdateUniformBufferData(buffer.name, 0, buffer.start));
+    OSTRA_RETURN_IF_ERROR(_program->SetBufferToActiveKernelSameId(buffer.name));
+  }
+  for (const PlannedCounter& counter : _plan->counters)
+    OSTRA_RETURN_IF_ERROR(_program->SetAtomicCounter(counter.name, counter.start));
+  return OK;
+}
+
+Result<Float64> ProgramRun::Run(Int iterations) {
+  const auto start = std::chrono::steady_clock::now();
+  Progress progress("running", iterations);
+  for (Int i = 0; i < iterations; ++i, progress.Advance()) {
+    if (i > 0)
+      for (const auto& [first, second] : _plan->swaps) OSTRA_RETURN_IF_ERROR(_program->SwapBuffers(first, second));
+    OSTRA_RETURN_IF_ERROR(_program->UpdateUniforms());
+    const auto side = [](Int length) { return static_cast<UInt32>(length); };
+    OSTRA_RETURN_IF_ERROR(_program->DispatchKernel(side(_plan->size.width), side(_plan->size.height),
+                                                   side(_plan->size.depth), kDisableBarrier));
+  }
+  OSTRA_RETURN_IF_ERROR(_program->Execute(true));
+  return std::chrono::duration<Float64, std::milli>(std::chrono::steady_clock::now() - start).count();
+}
+
+Result<Array<Generic>> ProgramRun::GetBuffer(InternedId name) const {
+  OSTRA_ASSIGN_OR_RETURN(const Data data, _program->GetKernelBufferData(name));
+  OSTRA_ASSIGN_OR_RETURN(const Array<Generic>& array, data.Get<Array<Generic>>());
+  return array;
+}
+
+}  // namespace ostra::tool

@@ -1,0 +1,64 @@
+#include "apps/ostra/run/run_command.h"
+
+#include "apps/ostra/kernels/kernel_cache.h"
+#include "apps/ostra/output/standard_output.h"
+#include "apps/ostra/run/program_run.h"
+#include "apps/ostra/run/run_report.h"
+#include "apps/ostra/start_host.h"
+#include "ostra/jobs/worker_threads.h"
+
+OSTRA_UNIT("run_command");
+
+namespace ostra::tool {
+
+namespace {
+
+Block<const Generic> AsConst(const Block<Generic>& block) {
+  return {block.GetFirst(), block.GetCount(), block.GetStride()};
+}
+
+Result<void> WriteOutputs(const RunPlan& plan, const ProgramRun& run) {
+  for (const PlannedBuffer& buffer : plan.buffers) {
+    if (!buffer.target) continue;
+    OSTRA_ASSIGN_OR_RETURN(const Array<Generic> elements, run.GetBuffer(buffer.name));
+    OSTRA_RETURN_IF_ERROR(SaveBuffer(*buffer.target, buffer.elementType, AsConst(elements.GetFirstBlock()), plan.size));
+  }
+  return OK;
+}
+
+// Everything that needs objects of the kernel's module, which are gone when this returns.
+Result<RunReport> Execute(const RunOptions& options, const RunPlan& plan) {
+  OSTRA_ASSIGN_OR_RETURN(ProgramRun run, ProgramRun::Create(plan, kCpuProgramClass, options.kernelFile));
+  RunReport report;
+  for (Int i = 0; i < options.repeatCount; ++i) {
+    if (i > 0) OSTRA_RETURN_IF_ERROR(run.Restart());
+    OSTRA_ASSIGN_OR_RETURN(const Float64 milliseconds, run.Run(options.iterationCount));
+    report.milliseconds.push_back(milliseconds);
+  }
+  OSTRA_RETURN_IF_ERROR(WriteOutputs(plan, run));
+  for (const PlannedCounter& counter : plan.counters) {
+    OSTRA_ASSIGN_OR_RETURN(const UInt32 value, run.GetCounter(counter.name));
+    report.counters.emplace_back(counter.name.GetView(), value);
+  }
+  return report;
+}
+
+}  // namespace
+
+Result<void> Run(const RunOptions& options, std::span<const char* const> arguments) {
+  OSTRA_ASSIGN_OR_RETURN(Host host, StartHost(arguments));
+  OSTRA_ASSIGN_OR_RETURN(const KernelModule module,
+                         MakeKernelModule({options.kernelFile, options.cacheFolder, options.isFast}));
+  OSTRA_RETURN_IF_ERROR(host.LoadModule(module.path));
+  OSTRA_ASSIGN_OR_RETURN(const KernelParameters parameters, KernelParameters::Read(module.classId));
+  OSTRA_ASSIGN_OR_RETURN(const RunPlan plan, MakeRunPlan(options, parameters));
+  OSTRA_ASSIGN_OR_RETURN(RunReport report, Execute(options, plan));
+  report.kernel = module.classId;
+  report.wasCompiled = module.wasCompiled;
+  report.threadCount = GetWorkerThreadCount();
+  const auto format = options.isJson ? FormatRunReportAsJson : FormatRunReport;
+  OSTRA_ASSIGN_OR_RETURN(const std::string text, format(report, options, plan));
+  return WriteOutput(text);
+}
+
+}  // namespace ostra::tool

@@ -1,0 +1,30 @@
+// What `ostra run` was asked to do.
+#pragma once
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "apps/ostra/values/extents.h"
+#include "ostra/io/url.h"
+
+namespace ostra::tool {
+
+// "name=value" of an option that may be given several times.
+using Assignments = std::vector<std::pair<std::string, std::string>>;
+
+struct RunOptions {
+  Url kernelFile;
+  Assignments inputs;      // buffer and where its elements come from
+  Assignments outputs;     // buffer and the file it is written to
+  Assignments settings;    // uniform or counter and its value
+  Extents size;            // of the dispatch; unknown: that of the first picture, else the longest input
+  Int repeatCount = 1;     // times that the whole run is made, each from the same start
+  Int iterationCount = 1;  // dispatches of one run
+  std::vector<std::pair<std::string, std::string>> swaps;  // buffers exchanged between two dispatches
+  Bool isFast = false;
+  Bool isJson = false;
+  std::string cacheFolder;
+};
+
+}  // namespace ostra::tool

@@ -1,0 +1,201 @@
+#include "apps/ostra/run/run_plan.h"
+
+#include <algorithm>
+#include <set>
+
+#include "apps/ostra/tool_error.h"
+#include "apps/ostra/values/scalar_type.h"
+#include "apps/ostra/values/typed_value.h"
+
+OSTRA_UNIT("run_plan");
+
+namespace ostra::tool {
+
+namespace {
+
+// Makes a plan step by step, in the order of the functions.
+class Planner {
+ public:
+  Planner(const RunOptions& options, const KernelParameters& parameters) : _options(options), _parameters(parameters) {}
+
+  Result<RunPlan> Make() {
+    OSTRA_RETURN_IF_ERROR(CheckNames());
+    OSTRA_RETURN_IF_ERROR(LoadInputs());
+    OSTRA_RETURN_IF_ERROR(ChooseSize());
+    OSTRA_RETURN_IF_ERROR(AddMissingBuffers());
+    OSTRA_RETURN_IF_ERROR(AddOutputs());
+    OSTRA_RETURN_IF_ERROR(AddSettings());
+    OSTRA_RETURN_IF_ERROR(AddAutomaticValues());
+    OSTRA_RETURN_IF_ERROR(CheckComplete());
+    return std::move(_plan);
+  }
+
+ private:
+  // Before files are read: names of all options.
+  Result<void> CheckNames() {
+    OSTRA_RETURN_IF_ERROR(CheckOption("--in", _options.inputs, {ParameterKind::Buffer}));
+    OSTRA_RETURN_IF_ERROR(CheckOption("--out", _options.outputs, {ParameterKind::Buffer}));
+    OSTRA_RETURN_IF_ERROR(CheckOption("--set", _options.settings, {ParameterKind::Uniform, ParameterKind::Counter}));
+    for (const auto& [first, second] : _options.swaps) {
+      OSTRA_ASSIGN_OR_RETURN(const Parameter& a, _parameters.Get("--swap", first, {ParameterKind::Buffer}));
+      OSTRA_ASSIGN_OR_RETURN(const Parameter& b, _parameters.Get("--swap", second, {ParameterKind::Buffer}));
+      if (a.type != b.type)
+        return OSTRA_USAGE_ERROR("--swap: \"@\" has elements of @, and \"@\" of @", first, DescribeType(a.type), second,
+                                 DescribeType(b.type));
+      OSTRA_ASSIGN_OR_RETURN(const InternedId firstName, InternedId::Create(first));
+      OSTRA_ASSIGN_OR_RETURN(const InternedId secondName, InternedId::Create(second));
+      _plan.swaps.emplace_back(firstName, secondName);
+    }
+    return OK;
+  }
+
+  Result<void> CheckOption(std::string_view option, const Assignments& assignments,
+                           std::initializer_list<ParameterKind> kinds) {
+    std::set<std::string> names;
+    for (const auto& [name, value] : assignments) {
+      OSTRA_RETURN_IF_ERROR(_parameters.Get(option, name, kinds));
+      if (!names.insert(name).second) return OSTRA_USAGE_ERROR("@: \"@\" is given twice", option, name);
+    }
+    return OK;
+  }
+
+  Result<void> LoadInputs() {
+    for (const auto& [name, source] : _options.inputs) {
+      const DataType type = _parameters.Find(name)->type;
+      auto contents = LoadBuffer(source, type);
+      if (!contents) {
+        if (contents.GetError().GetKind() != kUsageError) return contents.TakeError();
+        return OSTRA_USAGE_ERROR("--in @: @", name, contents.GetError());
+      }
+      OSTRA_RETURN_IF_ERROR(AddPictureSize(name, source, *contents));
+      _longest = std::max(_longest, contents->elements.GetCount());
+      OSTRA_ASSIGN_OR_RETURN(const InternedId id, InternedId::Create(name));
+      _plan.buffers.push_back({id, type, std::move(contents->elements), source, std::nullopt});
+    }
+    return OK;
+  }
+
+  // All pictures have one size, unless the size of the run is given.
+  Result<void> AddPictureSize(const std::string& name, const std::string& source, const BufferContents& contents) {
+    if (!contents.isPicture) return OK;
+    if (!_picture.IsKnown()) {
+      _picture = contents.size;
+      _pictureName = source;
+    } else if (!_options.size.IsKnown() && contents.size != _picture) {
+      return OSTRA_ILLEGAL_ARGUMENT(
+          "The picture @ for \"@\" has @ pixels, and @ has @; give the size of the run with --size.", source, name,
+          contents.size.ToText(), _pictureName, _picture.ToText());
+    }
+    return OK;
+  }
+
+  Result<void> ChooseSize() {
+    _plan.size = _options.size;
+    if (!_plan.size.IsKnown()) _plan.size = _picture;
+    if (!_plan.size.IsKnown()) _plan.size = {_longest, 1, 1};
+    if (!_plan.size.IsKnown()) return OSTRA_USAGE_ERROR("the size of the run is not known: give --size or an input");
+    return OK;
+  }
+
+  PlannedBuffer* FindBuffer(std::string_view name) {
+    for (PlannedBuffer& buffer : _plan.buffers)
+      if (buffer.name.GetView() == name) return &buffer;
+    return nullptr;
+  }
+
+  // What is only written, and the partners of exchanges, start as zeros.
+  Result<void> AddMissingBuffers() {
+    std::vector<std::string> names;
+    for (const auto& [name, file] : _options.outputs) names.push_back(name);
+    for (const auto& [first, second] : _options.swaps) names.insert(names.end(), {first, second});
+    for (const std::string& name : names) {
+      if (FindBuffer(name)) continue;
+      const DataType type = _parameters.Find(name)->type;
+      OSTRA_ASSIGN_OR_RETURN(GenericBaseArray zeros, GenericBaseArray::Create(type, _plan.size.GetCount()));
+      OSTRA_ASSIGN_OR_RETURN(const InternedId id, InternedId::Create(name));
+      _plan.buffers.push_back({id, type, std::move(zeros), "", std::nullopt});
+    }
+    return OK;
+  }
+
+  Result<void> AddOutputs() {
+    for (const auto& [name, file] : _options.outputs) {
+      PlannedBuffer& buffer = *FindBuffer(name);
+      OSTRA_ASSIGN_OR_RETURN(const Url target, Url::Create(file));
+      OSTRA_RETURN_IF_ERROR(CheckBufferTarget(target, buffer.elementType));
+      buffer.target = target;
+    }
+    return OK;
+  }
+
+  Result<void> AddSettings() {
+    for (const auto& [name, text] : _options.settings) {
+      const Parameter& parameter = *_parameters.Find(name);
+      auto value = ParseValue(parameter.type, text);
+      if (!value) return OSTRA_USAGE_ERROR("--set @: @", name, value.GetError());
+      OSTRA_ASSIGN_OR_RETURN(const InternedId id, InternedId::Create(name));
+      if (parameter.kind == ParameterKind::Uniform) {
+        _plan.uniforms.push_back({id, std::move(*value), false});
+      } else {
+        OSTRA_ASSIGN_OR_RETURN(const UInt32 start, value->ConvertTo<UInt32>());
+        _plan.counters.push_back({id, start});
+      }
+    }
+    return OK;
+  }
+
+  // Counters start at zero; "width" and "height" are those of the picture, or of the run.
+  Result<void> AddAutomaticValues() {
+    const Extents& size = _picture.IsKnown() ? _picture : _plan.size;
+    for (const Parameter& parameter : _parameters.GetAll()) {
+      if (IsSet(parameter.name)) continue;
+      OSTRA_ASSIGN_OR_RETURN(const InternedId id, InternedId::Create(parameter.name));
+      if (parameter.kind == ParameterKind::Counter) _plan.counters.push_back({id, 0});
+      const Bool isWidth = parameter.name == "width";
+      if (parameter.kind != ParameterKind::Uniform || (!isWidth && parameter.name != "height")) continue;
+      auto value = ParseValue(parameter.type, std::to_string(isWidth ? size.width : size.height));
+      if (value) _plan.uniforms.push_back({id, std::move(*value), true});
+    }
+    return OK;
+  }
+
+  Bool IsSet(std::string_view name) const {
+    return std::any_of(_options.settings.begin(), _options.settings.end(),
+                       [&](const auto& setting) { return setting.first == name; });
+  }
+
+  // A parameter that is left out would silently be zero or point nowhere.
+  Result<void> CheckComplete() {
+    for (const Parameter& parameter : _parameters.GetAll()) {
+      const std::string& name = parameter.name;
+      if (parameter.kind == ParameterKind::Buffer && !FindBuffer(name))
+        return OSTRA_USAGE_ERROR(
+            "the buffer \"@\" (@) has no elements: give --in @=FILE, --in @=zeros:SIZE or --out @=FILE", name,
+            DescribeType(parameter.type), name, name, name);
+      const auto hasName = [&](const PlannedUniform& uniform) { return uniform.name.GetView() == name; };
+      if (parameter.kind == ParameterKind::Uniform &&
+          std::none_of(_plan.uniforms.begin(), _plan.uniforms.end(), hasName))
+        return OSTRA_USAGE_ERROR("the uniform \"@\" (@) has no value: give --set @=VALUE", name,
+                                 DescribeType(parameter.type), name);
+      if (parameter.kind == ParameterKind::Other)
+        return OSTRA_ILLEGAL_ARGUMENT("The parameter \"@\" has the type @, which this command cannot fill.", name,
+                                      parameter.type);
+    }
+    return OK;
+  }
+
+  const RunOptions& _options;
+  const KernelParameters& _parameters;
+  RunPlan _plan;
+  Extents _picture;          // of the first picture; unknown without one
+  std::string _pictureName;  // its source
+  Int _longest = 0;          // count of the longest input
+};
+
+}  // namespace
+
+Result<RunPlan> MakeRunPlan(const RunOptions& options, const KernelParameters& parameters) {
+  return Planner(options, parameters).Make();
+}
+
+}  // namespace ostra::tool

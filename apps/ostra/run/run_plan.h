@@ -1,0 +1,45 @@
+// What a run needs, checked and read completely before anything is computed.
+#pragma once
+
+#include <optional>
+
+#include "apps/ostra/buffers/buffer_file.h"
+#include "apps/ostra/run/kernel_parameters.h"
+#include "apps/ostra/run/run_options.h"
+#include "ostra/core/data.h"
+#include "ostra/core/interned_id.h"
+
+namespace ostra::tool {
+
+struct PlannedBuffer {
+  InternedId name;
+  DataType elementType;
+  GenericBaseArray start;  // its elements before the first dispatch
+  std::string source;      // where they come from; empty for a buffer of zeros
+  std::optional<Url> target;
+};
+
+struct PlannedUniform {
+  InternedId name;
+  Data value;
+  Bool isAutomatic = false;  // taken from the size of the picture
+};
+
+struct PlannedCounter {
+  InternedId name;
+  UInt32 start = 0;
+};
+
+struct RunPlan {
+  Extents size;  // of the dispatch and of written pictures
+  std::vector<PlannedBuffer> buffers;
+  std::vector<PlannedUniform> uniforms;
+  std::vector<PlannedCounter> counters;
+  std::vector<std::pair<InternedId, InternedId>> swaps;
+};
+
+// Brings options and parameters together and loads the inputs. Errors: usage errors for names and values that do not
+// fit the kernel, parameters without a value and sizes that are not known; those of LoadBuffer and CheckBufferTarget.
+Result<RunPlan> MakeRunPlan(const RunOptions& options, const KernelParameters& parameters);
+
+}  // namespace ostra::tool

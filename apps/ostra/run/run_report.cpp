@@ -1,0 +1,85 @@
+#include "apps/ostra/run/run_report.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <nlohmann/json.hpp>
+
+#include "apps/ostra/output/table.h"
+#include "apps/ostra/values/scalar_type.h"
+#include "apps/ostra/values/typed_value.h"
+
+namespace ostra::tool {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+std::string FormatMilliseconds(Float64 milliseconds) {
+  char text[40];
+  std::snprintf(text, sizeof(text), milliseconds < 10 ? "%.3f ms" : "%.1f ms", milliseconds);
+  return text;
+}
+
+Float64 GetMedian(std::vector<Float64> values) {
+  const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+  std::nth_element(values.begin(), middle, values.end());
+  return *middle;
+}
+
+std::string FormatTime(const std::vector<Float64>& milliseconds) {
+  const Float64 best = *std::min_element(milliseconds.begin(), milliseconds.end());
+  if (milliseconds.size() == 1) return FormatMilliseconds(best);
+  return FormatMilliseconds(best) + " (best of " + std::to_string(milliseconds.size()) + ", median " +
+         FormatMilliseconds(GetMedian(milliseconds)) + ")";
+}
+
+std::string GetText(InternedId name) { return std::string(name.GetView()); }
+
+}  // namespace
+
+Result<std::string> FormatRunReport(const RunReport& report, const RunOptions& options, const RunPlan& plan) {
+  std::vector<std::vector<std::string>> rows = {{"kernel", report.kernel}, {"size", plan.size.ToText()}};
+  if (options.iterationCount > 1) rows.push_back({"dispatches", std::to_string(options.iterationCount)});
+  rows.push_back({"threads", std::to_string(report.threadCount)});
+  rows.push_back({"time", FormatTime(report.milliseconds)});
+  for (const auto& [name, value] : report.counters) rows.push_back({"counter", name + " = " + std::to_string(value)});
+  for (const PlannedBuffer& buffer : plan.buffers)
+    if (buffer.target)
+      rows.push_back({"written", std::string(buffer.target->GetView()) + " (" + GetText(buffer.name) + ", " +
+                                     std::to_string(buffer.start.GetCount()) + " elements of " +
+                                     DescribeType(buffer.elementType) + ")"});
+  return FormatTable(rows);
+}
+
+Result<std::string> FormatRunReportAsJson(const RunReport& report, const RunOptions& options, const RunPlan& plan) {
+  Json uniforms = Json::object(), inputs = Json::object(), outputs = Json::array(), counters = Json::object();
+  for (const PlannedUniform& uniform : plan.uniforms) {
+    OSTRA_ASSIGN_OR_RETURN(const std::string value, PrintValue(uniform.value));
+    uniforms[GetText(uniform.name)] = {{"type", DescribeType(uniform.value.GetType())}, {"value", value}};
+  }
+  for (const PlannedBuffer& buffer : plan.buffers) {
+    if (!buffer.source.empty()) inputs[GetText(buffer.name)] = buffer.source;
+    if (buffer.target)
+      outputs.push_back({{"buffer", GetText(buffer.name)},
+                         {"file", std::string(buffer.target->GetView())},
+                         {"type", DescribeType(buffer.elementType)},
+                         {"count", buffer.start.GetCount()}});
+  }
+  for (const auto& [name, value] : report.counters) counters[name] = value;
+  const Float64 best = *std::min_element(report.milliseconds.begin(), report.milliseconds.end());
+  const Json json = {
+      {"kernel", report.kernel},
+      {"backend", "cpu"},
+      {"compiled", report.wasCompiled},
+      {"size", {plan.size.width, plan.size.height, plan.size.depth}},
+      {"iterations", options.iterationCount},
+      {"threads", report.threadCount},
+      {"milliseconds", {{"best", best}, {"median", GetMedian(report.milliseconds)}, {"all", report.milliseconds}}},
+      {"uniforms", uniforms},
+      {"inputs", inputs},
+      {"outputs", outputs},
+      {"counters", counters}};
+  return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+}  // namespace ostra::tool
