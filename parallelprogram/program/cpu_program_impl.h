@@ -8,6 +8,7 @@
 #include "parallelprogram/program/kernel_interface.h"
 #include "parallelprogram/program/kernel_range_interface.h"
 #include "parallelprogram/program/parallel_program.h"
+#include "parallelprogram/textures/texture_factory.h"
 
 namespace ostra {
 
@@ -124,6 +125,8 @@ class ParallelProgramCPUImpl final : public Component<ParallelProgramCPUImpl, Pa
 
   Result<void> HandOverUniforms(KernelEntry& entry);
   Result<void> HandOverBuffers(KernelEntry& entry);
+  // Error: illegal argument when a texture is not of the kind that the kernel declares.
+  Result<void> HandOverTextures(KernelEntry& entry);
   Result<void> HandOverCounters(KernelEntry& entry);
 
   Result<void> DispatchKernelSimple(UInt32 count);
@@ -132,8 +135,10 @@ class ParallelProgramCPUImpl final : public Component<ParallelProgramCPUImpl, Pa
   // Storage outlives names: links keep working when a buffer or counter is replaced or deleted by name.
   IntrusiveList<BufferNode> _bufferStorage;
   IntrusiveList<CounterNode> _counterStorage;
+  IntrusiveList<SamplerNode> _samplerStorage;
   DataDictionary _buffers;   // name -> BufferSlot*
   DataDictionary _counters;  // name -> AtomicUInt32*
+  DataDictionary _textures;  // name -> TextureSamplerDataHelper*
   InternedId _activeKernelId;
   InternedId _noiseDataName;
   BaseArray<InternedId> _noiseModeNames;

@@ -120,6 +120,8 @@ Result<void> ParallelProgramCPUImpl::Reset() {
   _activeKernelId = InternedId();
   _bufferStorage.FreeAll();
   _buffers.Reset();
+  _samplerStorage.FreeAll();
+  _textures.Reset();
   _counters.Reset();
   return OK;
 }

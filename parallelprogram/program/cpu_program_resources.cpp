@@ -57,6 +57,7 @@ Result<void> ParallelProgramCPUImpl::UpdateUniforms() {
   OSTRA_ASSIGN_OR_RETURN(KernelEntry & entry, GetRunnableKernel());
   OSTRA_RETURN_IF_ERROR(HandOverUniforms(entry));
   OSTRA_RETURN_IF_ERROR(HandOverBuffers(entry));
+  OSTRA_RETURN_IF_ERROR(HandOverTextures(entry));
   return HandOverCounters(entry);
 }
 

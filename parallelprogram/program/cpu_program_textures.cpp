@@ -1,4 +1,4 @@
-// Textures of the CPU program. Its samplers do not exist yet: methods that would need them say so.
+// Textures of the CPU program: sampler objects with a copy of the texels, and links of kernels to them.
 #include "ostra/core/format.h"
 #include "parallelprogram/program/cpu_program_impl.h"
 
@@ -6,37 +6,141 @@ OSTRA_UNIT("parallelprogram_cpu_impl");
 
 namespace ostra {
 namespace {
-Error MakeUnsupportedError() { return OSTRA_NOT_IMPLEMENTED("Textures are not supported by the CPU program yet."); }
+
+TextureSamplerDataHelper* FindSampler(const DataDictionary& table, const InternedId& attr) {
+  const Data* data = table.FindData(attr);
+  TextureSamplerDataHelper* const* sampler = data ? data->GetIf<TextureSamplerDataHelper*>() : nullptr;
+  return sampler ? *sampler : nullptr;
+}
+
+// True when `count` bytes from `offset` on lie within `size` bytes. Of no bytes only the end is looked at.
+Bool IsWithin(Int size, Int offset, Int count) {
+  if (count > 0 && offset < 0) return false;
+  Int end = 0;
+  return !__builtin_add_overflow(offset, count, &end) && end <= size;
+}
+
+// Takes every link to `sampler` out of `links`, whatever its name.
+Result<void> EraseLinks(DataDictionary& links, const TextureSamplerDataHelper* sampler) {
+  BaseArray<InternedId> names;
+  for (const auto& [name, value] : links) {
+    TextureSamplerDataHelper* const* linked = value.GetIf<TextureSamplerDataHelper*>();
+    if (linked && *linked == sampler) OSTRA_RETURN_IF_ERROR(names.Append(name));
+  }
+  for (const InternedId& name : names) OSTRA_RETURN_IF_ERROR(links.EraseData(name));
+  return OK;
+}
+
+// A kernel parameter is given as a sampler object of its own type, or as what all of them have in common: anything else
+// would be read and written in the wrong size.
+Result<void> CheckKind(const KernelInterface& kernel, const CString& name, const TextureSamplerDataHelper& sampler) {
+  const KernelParameter* parameter = kernel.GetKernelParameterMap().Find(name);
+  if (!parameter || !parameter->type.IsPointer()) return OK;
+  const DataType wanted = parameter->type.GetInnerType();
+  const DataType given = GetSamplerType(sampler._kind);
+  if (wanted == given || !IsSamplerType(wanted)) return OK;
+  return OSTRA_ILLEGAL_ARGUMENT("The kernel's texture \"@\" is a @, but a @ is linked to it.", name, wanted, given);
+}
+
 }  // namespace
 
-Result<void> ParallelProgramCPUImpl::SetTextureToActiveKernelSameId(const InternedId&) {
-  return MakeUnsupportedError();
+Result<void> ParallelProgramCPUImpl::StoreTextureBindData(const InternedId& attr, TextureBindData& texBindData, Bool) {
+  return StoreTexture(_samplerStorage, _textures, attr, texBindData);
 }
-Result<void> ParallelProgramCPUImpl::SetTextureToActiveKernel(const InternedId&, const InternedId&) {
-  return MakeUnsupportedError();
+
+// The caller sees that there are no texels: the record is changed.
+Result<void> ParallelProgramCPUImpl::CreateTexture(const InternedId& attr, TextureBindData& texBindData) {
+  texBindData._data = nullptr;
+  return StoreTextureBindData(attr, texBindData, false);
 }
-Result<void> ParallelProgramCPUImpl::StoreTextureBindData(const InternedId&, TextureBindData&, Bool) {
-  return MakeUnsupportedError();
+
+Result<void> ParallelProgramCPUImpl::UpdateTextureBindData(const InternedId& attr, const TextureBindData& texBindData) {
+  const TextureSamplerDataHelper* sampler = FindSampler(_textures, attr);
+  if (!sampler) return OSTRA_ILLEGAL_ARGUMENT("texture sampler identifier not found");
+  const SamplingData& data = sampler->_samplingData;
+  if (data._dataSize != texBindData._dataSize)
+    return OSTRA_ILLEGAL_ARGUMENT("Size of input TextureBindData differs from the size of the stored texture.");
+  if (data._dataSize > 0 && data._texels && texBindData._data) MemMove(data._texels, texBindData._data, data._dataSize);
+  return OK;
 }
-Result<void> ParallelProgramCPUImpl::CreateTexture(const InternedId&, TextureBindData&) {
-  return MakeUnsupportedError();
+
+Result<void> ParallelProgramCPUImpl::SetKernelTextureLink(const InternedId& attr, const Data& data) {
+  OSTRA_ASSIGN_OR_RETURN(KernelEntry & entry, GetActiveKernel());
+  OSTRA_RETURN_IF_ERROR(data.Get<TextureSamplerDataHelper*>());
+  return entry.textureLinks.SetData(attr, data);
 }
-Result<void> ParallelProgramCPUImpl::UpdateTextureBindData(const InternedId&, const TextureBindData&) {
-  return MakeUnsupportedError();
+
+// The texture is looked up before the active kernel, so an unknown name is the first thing reported.
+Result<void> ParallelProgramCPUImpl::SetTextureToActiveKernel(const InternedId& attr, const InternedId& attrKernel) {
+  OSTRA_ASSIGN_OR_RETURN(const Data& data, _textures.GetData(attr));
+  return SetKernelTextureLink(attrKernel, data);
 }
-Result<void> ParallelProgramCPUImpl::SetKernelTextureLink(const InternedId&, const Data&) {
-  return MakeUnsupportedError();
+
+Result<void> ParallelProgramCPUImpl::SetTextureToActiveKernelSameId(const InternedId& attr) {
+  return SetTextureToActiveKernel(attr, attr);
 }
-Result<Data> ParallelProgramCPUImpl::GetTextureData(const InternedId&, const Vec3<Int32>&, const Vec3<Int32>&) const {
-  return MakeUnsupportedError();
+
+Result<void> ParallelProgramCPUImpl::SwapTextures(const InternedId& textureOne, const InternedId& textureTwo) {
+  TextureSamplerDataHelper* one = FindSampler(_textures, textureOne);
+  if (!one) return OSTRA_ILLEGAL_ARGUMENT("buffer one could not be found");
+  TextureSamplerDataHelper* two = FindSampler(_textures, textureTwo);
+  if (!two) return OSTRA_ILLEGAL_ARGUMENT("buffer two could not be found");
+  // Both names exist, so once the first is set the second cannot fail and leave the table half exchanged.
+  OSTRA_RETURN_IF_ERROR(_textures.Set(textureOne, two));
+  return _textures.Set(textureTwo, one);
 }
-Result<void> ParallelProgramCPUImpl::CopyTextureBytes(const InternedId&, const InternedId&, Int, Int, Int) {
-  return MakeUnsupportedError();
+
+Result<void> ParallelProgramCPUImpl::DeleteTexture(const InternedId& textureId, Bool) {
+  if (!_textures.Contains(textureId)) return OK;
+  const TextureSamplerDataHelper* sampler = FindSampler(_textures, textureId);
+  for (auto& [id, entry] : _kernels) OSTRA_RETURN_IF_ERROR(EraseLinks(entry.textureLinks, sampler));
+  OSTRA_RETURN_IF_ERROR(_textures.EraseData(textureId));
+  SamplerNode* node = _samplerStorage.GetFirst();
+  while (node && &node->sampler != sampler) node = node->GetNext();
+  if (node) _samplerStorage.Free(node);
+  return OK;
 }
-Result<void> ParallelProgramCPUImpl::SwapTextures(const InternedId&, const InternedId&) {
-  return MakeUnsupportedError();
+
+Result<Data> ParallelProgramCPUImpl::GetTextureData(const InternedId& attr, const Vec3<Int32>&,
+                                                    const Vec3<Int32>&) const {
+  const TextureSamplerDataHelper* sampler = FindSampler(_textures, attr);
+  if (!sampler) return OSTRA_ILLEGAL_ARGUMENT("texture sampler identifier not found");
+  SamplingData copy;
+  OSTRA_RETURN_IF_ERROR(copy.CopyFrom(sampler->_samplingData));
+  return Data::Create(std::move(copy));
 }
-Result<void> ParallelProgramCPUImpl::DeleteTexture(const InternedId&, Bool) { return MakeUnsupportedError(); }
+
+Result<void> ParallelProgramCPUImpl::CopyTextureBytes(const InternedId& sourceAttr, const InternedId& targetAttr,
+                                                      Int bytesCount, Int sourceBytesOffset, Int targetBytesOffset) {
+  const TextureSamplerDataHelper* sourceSampler = FindSampler(_textures, sourceAttr);
+  if (!sourceSampler) return OSTRA_ILLEGAL_ARGUMENT("source texture could not be found.");
+  const TextureSamplerDataHelper* targetSampler = FindSampler(_textures, targetAttr);
+  if (!targetSampler) return OSTRA_ILLEGAL_ARGUMENT("target texture could not be found.");
+  const SamplingData& source = sourceSampler->_samplingData;
+  const SamplingData& target = targetSampler->_samplingData;
+  if (bytesCount < 0) {
+    if (source._dataSize != target._dataSize)
+      return OSTRA_ILLEGAL_ARGUMENT("If bytesCount is negative, both textures should be of the same size.");
+    bytesCount = source._dataSize;
+    sourceBytesOffset = targetBytesOffset = 0;
+  }
+  if (!IsWithin(source._dataSize, sourceBytesOffset, bytesCount))
+    return OSTRA_ILLEGAL_ARGUMENT("bytesCount + sourceBytesOffset is larger than source texture size.");
+  if (!IsWithin(target._dataSize, targetBytesOffset, bytesCount))
+    return OSTRA_ILLEGAL_ARGUMENT("bytesCount + targetBytesOffset is larger than target texture size.");
+  if (bytesCount > 0 && source._texels && target._texels)
+    MemMove(target._texels + targetBytesOffset, source._texels + sourceBytesOffset, bytesCount);
+  return OK;
+}
+
+Result<void> ParallelProgramCPUImpl::HandOverTextures(KernelEntry& entry) {
+  for (const auto& [name, value] : entry.textureLinks) {
+    OSTRA_ASSIGN_OR_RETURN(TextureSamplerDataHelper* const& sampler, value.Get<TextureSamplerDataHelper*>());
+    if (sampler) OSTRA_RETURN_IF_ERROR(CheckKind(*entry.kernel, name.ToCString(), *sampler));
+    OSTRA_RETURN_IF_ERROR(entry.kernel->Set(name.ToCString(), sampler));
+  }
+  return OK;
+}
 
 // There is no device on the CPU: these never have anything to do or to give.
 Result<void> ParallelProgramCPUImpl::SetTextureOutOfCoreDeleteOrder(const BaseArray<InternedId>&) { return OK; }

@@ -1,0 +1,6 @@
+// The fetch functions that give 1 float.
+#include "parallelprogram/textures/sampler_selectors.h"
+
+OSTRA_FETCH_FUNCTIONS(1, 1)
+OSTRA_FETCH_FUNCTIONS(2, 1)
+OSTRA_FETCH_FUNCTIONS(3, 1)

@@ -1,0 +1,99 @@
+#include "parallelprogram/textures/sampler_functions.h"
+
+#include <cmath>
+
+namespace ostra::sampler {
+
+SrgbTables g_srgbTables;
+
+namespace {
+
+template <TextureFormat kFormat>
+void FillSrgbTable(Float32 (&tables)[2][256]) {
+  using Element = typename ElementOf<kFormat>::Type;
+  for (Int i = 0; i < 256; ++i) {
+    const Byte byte = static_cast<Byte>(i);
+    const Float32 value = static_cast<Float32>(Read<Element>(&byte));
+    tables[false][i] = DecodeSrgb(value);
+    tables[true][i] = DecodeSrgb(Normalize<kFormat>(value));
+  }
+}
+
+Bool FillSrgbTables() {
+  FillSrgbTable<TextureFormat::U8>(g_srgbTables.values[false]);
+  FillSrgbTable<TextureFormat::I8>(g_srgbTables.values[true]);
+  return true;
+}
+
+// The border colour as a value to blend.
+Float4 GetBorder(const SamplingData& data) { return Read<Float4>(reinterpret_cast<const Byte*>(data._borderColor)); }
+
+}  // namespace
+
+Float32 DecodeSrgb(Float32 value) {
+  if (0.04045f >= value) return value / 12.92f;
+  return std::pow((value + 0.055f) / 1.055f, 2.4f);
+}
+
+void PrepareSrgbTables() { [[maybe_unused]] static const Bool isFilled = FillSrgbTables(); }
+
+template <Int kDimensions>
+const Byte* FindNearest(const Float32* coordinates, UInt32 layer, const SamplingData& data, Int stride) {
+  UInt32 index[kDimensions];
+  for (Int i = 0; i < kDimensions; ++i) {
+    const UInt32 mode = GetWrapMode(data._flags._bits, i);
+    if (!ResolveNearest(coordinates[i], data._dimensions[static_cast<int>(i)], mode, index[i])) return nullptr;
+  }
+  return GetTexel(data, GetTexelNumber<kDimensions>(index, layer, data._dimensions), stride);
+}
+
+template <Int kDimensions>
+const Byte* FindOutside(const Int32* coordinates, UInt32 layer, const SamplingData& data, Int stride) {
+  UInt32 index[kDimensions];
+  for (Int i = 0; i < kDimensions; ++i) {
+    const UInt32 extent = data._dimensions[static_cast<int>(i)];
+    const UInt32 mode = GetWrapMode(data._flags._bits, i);
+    if (coordinates[i] >= 0 && coordinates[i] < static_cast<Int32>(extent))
+      index[i] = static_cast<UInt32>(coordinates[i]);
+    else if (!ResolveInteger(coordinates[i], extent, mode, index[i]))
+      return nullptr;
+  }
+  return GetTexel(data, GetTexelNumber<kDimensions>(index, layer, data._dimensions), stride);
+}
+
+template <Int kDimensions>
+void SampleNearest(Float32* result, const Float32* coordinates, UInt32 layer, const SamplingData& data, Int stride,
+                   DecodeFunction decode) {
+  const Byte* texel = FindNearest<kDimensions>(coordinates, layer, data, stride);
+  if (texel)
+    decode(result, texel);
+  else
+    std::memcpy(result, data._borderColor, sizeof(data._borderColor));
+}
+
+template <Int kDimensions>
+void BlendWithBorder(Float32* result, const Neighbours<kDimensions>& neighbours, UInt32 layer, const SamplingData& data,
+                     Int stride, DecodeFunction decode) {
+  const auto load = [&](UInt32 corner) {
+    for (Int i = 0; i < kDimensions; ++i) {
+      if (neighbours.axis[i].borders >> (corner >> i & 1) & 1) return GetBorder(data);
+    }
+    Float32 value[4];
+    decode(value, GetTexel(data, neighbours.GetTexelNumber(corner, layer, data._dimensions), stride));
+    return Read<Float4>(reinterpret_cast<const Byte*>(value));
+  };
+  const Float4 value = Blend<kDimensions>(neighbours, load);
+  std::memcpy(result, &value, sizeof(value));
+}
+
+#define OSTRA_SAMPLER_INSTANTIATE(dimensions)                                                                          \
+  template const Byte* FindNearest<dimensions>(const Float32*, UInt32, const SamplingData&, Int);                      \
+  template const Byte* FindOutside<dimensions>(const Int32*, UInt32, const SamplingData&, Int);                        \
+  template void SampleNearest<dimensions>(Float32*, const Float32*, UInt32, const SamplingData&, Int, DecodeFunction); \
+  template void BlendWithBorder<dimensions>(Float32*, const Neighbours<dimensions>&, UInt32, const SamplingData&, Int, \
+                                            DecodeFunction)
+OSTRA_SAMPLER_INSTANTIATE(1);
+OSTRA_SAMPLER_INSTANTIATE(2);
+OSTRA_SAMPLER_INSTANTIATE(3);
+
+}  // namespace ostra::sampler
