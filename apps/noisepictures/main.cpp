@@ -1,0 +1,39 @@
+// Draws a picture of every render noise: ostra-noise-pictures FOLDER
+#include <cstdio>
+#include <string>
+
+#include "apps/noisepictures/noise_picture.h"
+#include "ostra/core/format.h"
+#include "ostra/object/class.h"
+
+OSTRA_UNIT("noisepictures");
+
+namespace ostra {
+namespace {
+
+Result<void> DrawAll(std::string_view folder) {
+  OSTRA_ASSIGN_OR_RETURN(ClassRegistry & registry, ClassRegistry::Find(kRenderNoiseRegistry));
+  OSTRA_ASSIGN_OR_RETURN(const BaseArray<Id> ids, registry.GetIds());
+  for (const Id& id : ids) {
+    OSTRA_ASSIGN_OR_RETURN(const ClassRef noiseClass, registry.FindEntryValue(id));
+    OSTRA_ASSIGN_OR_RETURN(const Image picture, DrawNoisePicture(*noiseClass));
+    OSTRA_ASSIGN_OR_RETURN(const String name, Format("@/@.png", folder, GetNoiseName(id)));
+    OSTRA_ASSIGN_OR_RETURN(const Url file, Url::Create(name));
+    OSTRA_RETURN_IF_ERROR(WriteImage(file, picture));
+  }
+  return OK;
+}
+
+}  // namespace
+}  // namespace ostra
+
+int main(int count, char** arguments) {
+  if (count != 2) {
+    std::fputs("usage: ostra-noise-pictures FOLDER\n", stderr);
+    return 2;
+  }
+  const ostra::Result<void> result = ostra::DrawAll(arguments[1]);
+  if (result) return 0;
+  std::fprintf(stderr, "%s\n", std::string(result.GetError().GetMessage().GetView()).c_str());
+  return 1;
+}
