@@ -1,0 +1,97 @@
+// ostra-bench --list
+// ostra-bench --runs N [--peers a,b,...] WORKLOAD
+//
+// Prints one JSON object a line for each figure; checks every result first. Exit status 0 done, 1 wrong result or
+// failure, 2 bad usage.
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <exception>
+#include <sstream>
+
+#include "bench/workloads/virtual_kernels.h"
+#include "bench/workloads/workloads.h"
+#include "ostra/host.h"
+#include "ostra_bench_kernels.h"
+#include "parallelprogram/program/kernel_registration.h"
+
+namespace {
+
+struct Workload {
+  const char* name;
+  bool (*run)(const bench::Options& options);
+};
+
+constexpr Workload kWorkloads[] = {
+    {"saxpy", &bench::RunSaxpy}, {"blur5", &bench::RunBlur5},       {"mandelbrot", &bench::RunMandelbrot},
+    {"nbody", &bench::RunNBody}, {"dispatch", &bench::RunDispatch},
+};
+
+ostra::Result<void> EnterKernels(ostra::ModuleDescriptor& module) {
+  OSTRA_RETURN_IF_ERROR(ostra::RegisterKernels(module, GetKernels_ostra_bench()));
+  return bench::EnterVirtualKernels(module);
+}
+
+constexpr ostra::ModuleEntry kUnits[] = {{"kernels", &EnterKernels}};
+
+ostra::ModuleDescriptor& GetApplication() {
+  using namespace ostra::literals;
+  static ostra::ModuleDescriptor application = {.id = "net.ostra.bench"_id, .version = "1", .units = kUnits};
+  return application;
+}
+
+int Fail(const ostra::Error& error) {
+  std::fprintf(stderr, "ostra-bench: %.*s\n", static_cast<int>(error.GetMessage().GetCount()),
+               error.GetMessage().GetView().data());
+  return 1;
+}
+
+int Usage() {
+  std::fputs("usage: ostra-bench --list | [--runs N] [--peers NAME,...] WORKLOAD\n", stderr);
+  return 2;
+}
+
+int Run(const Workload& workload, const bench::Options& options) {
+  auto host = ostra::Host::Create();
+  if (!host) return Fail(host.GetError());
+  auto module = host->LoadModule("parallelprogram");
+  if (!module) return Fail(module.GetError());
+  auto application = host->RegisterApplication(GetApplication());
+  if (!application) return Fail(application.GetError());
+  try {
+    return workload.run(options) ? 0 : 1;
+  } catch (const std::exception& exception) {
+    std::fprintf(stderr, "ostra-bench: %s\n", exception.what());
+    return 1;
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  bench::Options options;
+  const char* name = nullptr;
+  for (int i = 1; i < argc; ++i) {
+    const bool hasValue = i + 1 < argc;
+    if (std::strcmp(argv[i], "--list") == 0) {
+      for (const Workload& workload : kWorkloads) std::puts(workload.name);
+      return 0;
+    }
+    if (std::strcmp(argv[i], "--runs") == 0 && hasValue) {
+      options.runs = std::atoi(argv[++i]);
+    } else if (std::strcmp(argv[i], "--peers") == 0 && hasValue) {
+      std::stringstream list(argv[++i]);
+      for (std::string peer; std::getline(list, peer, ',');) options.peers.push_back(peer);
+    } else if (argv[i][0] != '-' && !name) {
+      name = argv[i];
+    } else {
+      return Usage();
+    }
+  }
+  if (!name || options.runs < 1) return Usage();
+  for (const Workload& workload : kWorkloads) {
+    if (std::strcmp(workload.name, name) == 0) return Run(workload, options);
+  }
+  std::fprintf(stderr, "ostra-bench: there is no workload \"%s\"; --list names them.\n", name);
+  return 2;
+}

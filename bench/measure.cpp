@@ -1,0 +1,60 @@
+#include "bench/measure.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+
+namespace bench {
+
+void PrintFigure(const std::string& peer, const std::string& workload, const std::string& size,
+                 const std::string& metric, const std::string& unit, std::vector<double> values) {
+  std::sort(values.begin(), values.end());
+  const std::size_t middle = values.size() / 2;
+  const double median = values.size() % 2 ? values[middle] : (values[middle - 1] + values[middle]) / 2;
+  std::printf(
+      "{\"peer\":\"%s\",\"workload\":\"%s\",\"size\":\"%s\",\"metric\":\"%s\",\"value\":%.6g,\"unit\":\"%s\","
+      "\"runs\":%zu,\"min\":%.6g,\"median\":%.6g,\"max\":%.6g}\n",
+      peer.c_str(), workload.c_str(), size.c_str(), metric.c_str(), median, unit.c_str(), values.size(), values.front(),
+      median, values.back());
+  std::fflush(stdout);
+}
+
+double Time(const std::function<void()>& work) {
+  const auto start = std::chrono::steady_clock::now();
+  work();
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+Contest::Contest(std::string workload, std::string size, std::string metric, std::string unit)
+    : _workload(std::move(workload)), _size(std::move(size)), _metric(std::move(metric)), _unit(std::move(unit)) {}
+
+void Contest::Add(std::string peer, std::function<bool()> run, std::function<bool()> check) {
+  _peers.push_back({std::move(peer), std::move(run), std::move(check), {}});
+}
+
+bool Contest::Run(const Options& options, const std::function<double(double seconds)>& figure) {
+  if (!options.peers.empty()) {
+    std::erase_if(_peers,
+                  [&](const Peer& peer) { return std::ranges::find(options.peers, peer.name) == options.peers.end(); });
+  }
+  for (Peer& peer : _peers) {
+    if (peer.run() && peer.check()) continue;
+    std::fprintf(stderr, "%s: the result of \"%s\" is wrong.\n", _workload.c_str(), peer.name.c_str());
+    return false;
+  }
+  for (int run = 0; run < options.runs; ++run) {
+    for (Peer& peer : _peers) {
+      bool succeeded = true;
+      const double seconds = Time([&] { succeeded = peer.run(); });
+      if (!succeeded) {
+        std::fprintf(stderr, "%s: \"%s\" failed.\n", _workload.c_str(), peer.name.c_str());
+        return false;
+      }
+      peer.values.push_back(figure(seconds));
+    }
+  }
+  for (Peer& peer : _peers) PrintFigure(peer.name, _workload, _size, _metric, _unit, peer.values);
+  return true;
+}
+
+}  // namespace bench

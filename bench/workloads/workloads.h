@@ -1,0 +1,15 @@
+// The workloads. Each checks its results, prints its figures and returns false, with the reason on standard error,
+// when something is wrong.
+#pragma once
+
+#include "bench/measure.h"
+
+namespace bench {
+
+bool RunSaxpy(const Options& options);
+bool RunBlur5(const Options& options);
+bool RunMandelbrot(const Options& options);
+bool RunNBody(const Options& options);
+bool RunDispatch(const Options& options);
+
+}  // namespace bench
