@@ -35,7 +35,8 @@ Result<Data> ReadRange(const BufferSlot& slot, Int offset, Int count) {
   const DataType elementType = slot.GetElementType();
   OSTRA_ASSIGN_OR_RETURN(DataType arrayType, DataType::MakeArray(elementType));
   if (count == -1) return Data::CreateCopy(arrayType, &slot);
-  if (!IsWithin(slot.GetCount(), offset, count)) return OSTRA_ILLEGAL_ARGUMENT("Requested data range is out of bounds");
+  if (count < 0 || !IsWithin(slot.GetCount(), offset, count))
+    return OSTRA_ILLEGAL_ARGUMENT("Requested data range is out of bounds");
   OSTRA_ASSIGN_OR_RETURN(Array<Generic> part, NewBaseArray(elementType));
   OSTRA_RETURN_IF_ERROR(part.Resize(count));
   if (count > 0) {
