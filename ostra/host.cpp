@@ -83,8 +83,10 @@ Host::~Host() {
 }
 
 Result<Module&> Host::Keep(Result<Module&> module) {
-  if (module) _modules[_modules.GetCount() - 1] = &*module;
-  else static_cast<void>(_modules.Resize(_modules.GetCount() - 1));
+  if (module)
+    _modules[_modules.GetCount() - 1] = &*module;
+  else
+    static_cast<void>(_modules.Resize(_modules.GetCount() - 1));
   return module;
 }
 

@@ -85,7 +85,8 @@ void Configuration::Unregister(ConfigurationEntry& entry) {
 }
 
 Result<void> Configuration::SetValue(std::string_view name, std::string_view value, std::string_view source) {
-  if (name.empty()) return OSTRA_ILLEGAL_ARGUMENT("@: a configuration variable without a name is given a value.", source);
+  if (name.empty())
+    return OSTRA_ILLEGAL_ARGUMENT("@: a configuration variable without a name is given a value.", source);
   OSTRA_ASSIGN_OR_RETURN(Bool flag, ParseValue(name, value, source));
   Service& service = Service::Get();
   const std::scoped_lock lock(service.mutex);

@@ -44,6 +44,11 @@ class ConfigurationTable {
     return initialValue;
   }
 
+  // Takes the latest entry back.
+  void RemoveLast() {
+    if (_count > 0) _entries[static_cast<std::size_t>(--_count)] = ConfigurationEntry();
+  }
+
   std::span<ConfigurationEntry> GetEntries() { return std::span(_entries).first(static_cast<std::size_t>(_count)); }
   Int GetCount() const { return _count; }
 

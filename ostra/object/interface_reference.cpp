@@ -43,9 +43,12 @@ AnyFunction FindFunction(Methods functions, const HostMethodBase& method) {
 
 Error PrivateGetNullReturnError(NullReturnReason reason) {
   switch (reason) {
-    case NullReturnReason::UnresolvedInterface: return NullReturnErrors::Get().unresolved;
-    case NullReturnReason::OutOfMemory: return OSTRA_OUT_OF_MEMORY();
-    case NullReturnReason::NotImplemented: return NullReturnErrors::Get().notImplemented;
+    case NullReturnReason::UnresolvedInterface:
+      return NullReturnErrors::Get().unresolved;
+    case NullReturnReason::OutOfMemory:
+      return OSTRA_OUT_OF_MEMORY();
+    case NullReturnReason::NotImplemented:
+      return NullReturnErrors::Get().notImplemented;
   }
   DebugStop("Stop: reason not supported by PrivateGetNullReturnError.");
   return NullReturnErrors::Get().unresolved;

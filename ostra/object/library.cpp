@@ -52,7 +52,8 @@ Bool Library::ServesDataTypes() const {
 
 Result<ModuleDescriptor&> Library::FindDescriptor() const {
   auto* descriptor = static_cast<ModuleDescriptor*>(::dlsym(_handle, "g_ostra"));
-  if (!descriptor) return OSTRA_ILLEGAL_ARGUMENT("The file \"@\" is not a module: it has no descriptor g_ostra.", _path);
+  if (!descriptor)
+    return OSTRA_ILLEGAL_ARGUMENT("The file \"@\" is not a module: it has no descriptor g_ostra.", _path);
   if (descriptor->magic != ModuleDescriptor::MAGIC)
     return OSTRA_ILLEGAL_ARGUMENT("The file \"@\" is not a module: its g_ostra is not a module descriptor.", _path);
   if (descriptor->apiVersion != ModuleDescriptor::API_VERSION) {

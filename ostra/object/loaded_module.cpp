@@ -72,7 +72,7 @@ Result<void> LoadedModule::RunEntries() {
 Result<void> LoadedModule::RunEntry(const ModuleEntry& entry, std::string_view kind) {
   const Int registrationsBefore = _initializer.GetCount();
   OSTRA_RETURN_IF_ERROR(_running.Reserve(_running.GetCount() + 1));
-  if (auto entered = entry.enter(_descriptor); !entered) {
+  if (auto entered = entry.enter ? entry.enter(_descriptor) : Result<void>(OK); !entered) {
     _initializer.RollBack(registrationsBefore);
     return DescribeFailure(_descriptor, kind, entry.name, entered.GetError());
   }

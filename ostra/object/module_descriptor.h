@@ -1,5 +1,5 @@
-// ModuleDescriptor: the record through which the host knows a module. A plug-in exports one as `g_ostra`; an application
-// that contains classes of its own hands its to ModuleLoader::RegisterApplication.
+// ModuleDescriptor: the record through which the host knows a module. A plug-in exports one as `g_ostra`; an
+// application that contains classes of its own hands its to ModuleLoader::RegisterApplication.
 //
 //   static Result<void> EnterClasses(ModuleDescriptor& module) {
 //     OSTRA_ASSIGN_OR_RETURN(ClassRef counter, Class::Create<Counter>("com.example.counter"_id));
@@ -27,7 +27,8 @@ class ModuleInitializer;
 struct ModuleDescriptor;
 
 // A unit's registrations, or a start-up entry. What `enter` registers through registration.h is taken back by itself;
-// `leave` takes back the rest. It is called only for an entry that succeeded.
+// `leave` takes back the rest. It is called only for an entry that succeeded. Either may be null: an entry without
+// `enter` keeps its place in the order.
 struct ModuleEntry {
   const char* name;
   Result<void> (*enter)(ModuleDescriptor& module);

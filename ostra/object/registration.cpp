@@ -14,7 +14,8 @@ namespace {
 Result<ModuleInitializer&> FindInitializer(const ModuleDescriptor& module) {
   if (ModuleInitializer* initializer = module.GetInitializer()) return *initializer;
   DebugStop("Assertion failed: g_ostra.GetInitializer()");
-  return OSTRA_ILLEGAL_STATE("The module \"@\" registers something before the host has set up its descriptor.", module.id);
+  return OSTRA_ILLEGAL_STATE("The module \"@\" registers something before the host has set up its descriptor.",
+                             module.id);
 }
 
 void EraseClass(const Id& registryId, const Id& id) {

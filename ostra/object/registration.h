@@ -1,5 +1,5 @@
-// How a module enters what it offers. Each function belongs to the entry (unit or start-up entry) that is running and is
-// undone, in reverse order, when the module is unloaded or its load fails.
+// How a module enters what it offers. Each function belongs to the entry (unit or start-up entry) that is running and
+// is undone, in reverse order, when the module is unloaded or its load fails.
 //
 // Called on the loading thread by entries of the module's descriptor. Calling them before the host has set up the
 // descriptor writes "Assertion failed: g_ostra.GetInitializer()" and fails with illegal state; the other errors are

@@ -72,8 +72,9 @@ class AbsentInterface : public ObjectInterface {
 
 TEST(ClassTest, AskingForAnInterfaceTheClassLacksIsAnErrorAndLeavesNoObject) {
   EXPECT_THAT(MakeStepClass()->CreateObject<AbsentInterface>(),
-              IsErrorWith(kIllegalArgumentError, "The class \"com.example.step\" does not have the interface "
-                                                 "\"com.example.interface.absent\"."));
+              IsErrorWith(kIllegalArgumentError,
+                          "The class \"com.example.step\" does not have the interface "
+                          "\"com.example.interface.absent\"."));
   EXPECT_EQ(g_living, 0);
 }
 

@@ -21,12 +21,12 @@ TEST(FrameworkTest, TheHostPublishesOneFrameworkPerRoom) {
   ASSERT_THAT(Frameworks::PublishHostFrameworks(), IsOk());
   auto ids = Frameworks::GetIds();
   ASSERT_THAT(ids, IsOk());
-  EXPECT_THAT(GetTexts(*ids), testing::ElementsAre("net.ostra.core.framework", "net.ostra.crypt.framework",
-                                         "net.ostra.drawport.framework",
-                                         "net.ostra.drawport_functioncache.framework",
-                                         "net.ostra.drawport_misc.framework", "net.ostra.image.framework",
-                                         "net.ostra.math.framework", "net.ostra.network.framework",
-                                         "net.ostra.performancemonitor.framework"));
+  EXPECT_THAT(
+      GetTexts(*ids),
+      testing::ElementsAre("net.ostra.core.framework", "net.ostra.crypt.framework", "net.ostra.drawport.framework",
+                           "net.ostra.drawport_functioncache.framework", "net.ostra.drawport_misc.framework",
+                           "net.ostra.image.framework", "net.ostra.math.framework", "net.ostra.network.framework",
+                           "net.ostra.performancemonitor.framework"));
   Frameworks::WithdrawHostFrameworks();
   EXPECT_EQ(Frameworks::GetIds()->GetCount(), 0);
 }

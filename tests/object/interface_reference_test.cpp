@@ -96,8 +96,7 @@ TEST(NullReturnErrorTest, EveryReasonHasAReadyMadeErrorThatAllocatesNothing) {
 TEST(NullReturnErrorTest, AnUnknownReasonIsReported) {
   DiagnosticRecorder recorder;
   EXPECT_EQ(PrivateGetNullReturnError(static_cast<NullReturnReason>(77)).GetKind(), kIllegalStateError);
-  EXPECT_THAT(recorder.GetLines(),
-              ElementsAre("Stop: reason not supported by PrivateGetNullReturnError."));
+  EXPECT_THAT(recorder.GetLines(), ElementsAre("Stop: reason not supported by PrivateGetNullReturnError."));
 }
 
 }  // namespace

@@ -184,22 +184,25 @@ TEST_F(ModuleLoaderTest, AModuleOfAnotherInterfaceVersionIsRefusedWithBothVersio
 
 TEST_F(ModuleLoaderTest, AMissingFrameworkIsNamed) {
   EXPECT_THAT(ModuleLoader::Load(GetModulePath("test_missing_framework")),
-              IsErrorWith(kIllegalStateError, "The module \"com.example.needy\" needs the framework "
-                                              "\"com.example.absent.framework\", which is not published."));
+              IsErrorWith(kIllegalStateError,
+                          "The module \"com.example.needy\" needs the framework "
+                          "\"com.example.absent.framework\", which is not published."));
 }
 
 TEST_F(ModuleLoaderTest, ARefusedRegistrationFailsTheLoadAndUndoesTheEarlierOnes) {
-  EXPECT_THAT(ModuleLoader::Load(GetModulePath("test_refused_registration")),
-              IsErrorWith(kIllegalArgumentError,
-                          "The module \"com.example.refused\" cannot be loaded: the registration \"second\" failed: The "
-                          "registry \"net.ostra.registry.classes\" already has an entry \"com.example.nothing\"."));
+  EXPECT_THAT(
+      ModuleLoader::Load(GetModulePath("test_refused_registration")),
+      IsErrorWith(kIllegalArgumentError,
+                  "The module \"com.example.refused\" cannot be loaded: the registration \"second\" failed: The "
+                  "registry \"net.ostra.registry.classes\" already has an entry \"com.example.nothing\"."));
   EXPECT_THAT(_recorder.GetLines(), ElementsAre("leave first"));
 }
 
 TEST_F(ModuleLoaderTest, AFailingStartUpEntryFailsTheLoadAndUndoesEverythingInReverse) {
   EXPECT_THAT(ModuleLoader::Load(GetModulePath("test_failing_startup")),
-              IsErrorWith(kIllegalStateError, "The module \"com.example.failing\" cannot be loaded: the start-up entry "
-                                              "\"second\" failed: The lamp is broken."));
+              IsErrorWith(kIllegalStateError,
+                          "The module \"com.example.failing\" cannot be loaded: the start-up entry "
+                          "\"second\" failed: The lamp is broken."));
   EXPECT_THAT(_recorder.GetLines(), ElementsAre("stop first", "leave registry"));
 }
 
@@ -218,10 +221,11 @@ TEST_F(ModuleLoaderTest, AModuleThatAnotherOneNeedsIsNotUnloadedBeforeIt) {
   Module* good = LoadOrFail("test_good");
   Module* dependent = LoadOrFail("test_dependent");
   ASSERT_TRUE(good && dependent);
-  EXPECT_THAT(ModuleLoader::Unload(*good),
-              IsErrorWith(kIllegalStateError,
-                          "The module \"com.example.good\" cannot be unloaded: the module \"com.example.dependent\" needs "
-                          "its framework \"com.example.good.framework\"."));
+  EXPECT_THAT(
+      ModuleLoader::Unload(*good),
+      IsErrorWith(kIllegalStateError,
+                  "The module \"com.example.good\" cannot be unloaded: the module \"com.example.dependent\" needs "
+                  "its framework \"com.example.good.framework\"."));
   EXPECT_THAT(CreateObject<CounterInterface>(kCounterClass), IsOk());
   EXPECT_THAT(ModuleLoader::Unload(*dependent), IsOk());
   EXPECT_THAT(ModuleLoader::Unload(*good), IsOk());

@@ -17,8 +17,8 @@ TEST(RegistrationTest, RegisteringBeforeTheHostHasSetUpTheDescriptorIsReportedAn
   ModuleDescriptor module{.id = "com.example.early"_id};
   EXPECT_THAT(RegisterRegistry(module, "com.example.registry.early"_id), IsErrorOfKind(kIllegalStateError));
   EXPECT_THAT(RegisterInterface(module, "com.example.interface.early"_id, "Early"), IsErrorOfKind(kIllegalStateError));
-  EXPECT_THAT(recorder.GetLines(), ElementsAre("Assertion failed: g_ostra.GetInitializer()",
-                                               "Assertion failed: g_ostra.GetInitializer()"));
+  EXPECT_THAT(recorder.GetLines(),
+              ElementsAre("Assertion failed: g_ostra.GetInitializer()", "Assertion failed: g_ostra.GetInitializer()"));
   EXPECT_FALSE(ClassRegistry::Find("com.example.registry.early"_id));
   EXPECT_FALSE(InterfaceRegistry::FindName("com.example.interface.early"_id));
 }
@@ -36,8 +36,9 @@ TEST(RegistrationTest, AModuleTakesPartInConfigurationUnlessTheHostSaysOtherwise
 
 TEST(InterfaceRegistryTest, InterfacesAreKnownByNameUntilTheyAreErased) {
   ASSERT_THAT(InterfaceRegistry::Insert("com.example.interface.lamp"_id, "LampInterface"), IsOk());
-  EXPECT_THAT(InterfaceRegistry::Insert("com.example.interface.lamp"_id, "Other"),
-              IsErrorWith(kIllegalArgumentError, "The interface \"com.example.interface.lamp\" is already registered."));
+  EXPECT_THAT(
+      InterfaceRegistry::Insert("com.example.interface.lamp"_id, "Other"),
+      IsErrorWith(kIllegalArgumentError, "The interface \"com.example.interface.lamp\" is already registered."));
   EXPECT_EQ(*InterfaceRegistry::FindName("com.example.interface.lamp"_id), "LampInterface");
   auto ids = InterfaceRegistry::GetIds();
   ASSERT_THAT(ids, IsOk());

@@ -1,8 +1,8 @@
 // Needs the framework of the good module.
 #include <array>
 
-#include "tests/object/plugins/counter.h"
 #include "ostra/object/module_descriptor.h"
+#include "tests/object/plugins/counter.h"
 
 namespace ostra {
 namespace {
@@ -12,6 +12,4 @@ constexpr std::array kNeeds = {kGoodFramework};
 
 using namespace ostra::literals;
 
-OSTRA_MODULE_DESCRIPTOR = {.id = "com.example.dependent"_id,
-                           .version = "1.0",
-                           .requiredFrameworks = ostra::kNeeds};
+OSTRA_MODULE_DESCRIPTOR = {.id = "com.example.dependent"_id, .version = "1.0", .requiredFrameworks = ostra::kNeeds};

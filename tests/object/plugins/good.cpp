@@ -38,8 +38,10 @@ void LeaveRegistry(ModuleDescriptor&) { DiagnosticOutput("leave registry"); }
 
 Result<void> StartNumbers(ModuleDescriptor&) {
   auto number = DoubleNumber(21);
-  if (number) DiagnosticOutput("start numbers @", *number);
-  else DiagnosticOutput("start numbers without: @", number.GetError());
+  if (number)
+    DiagnosticOutput("start numbers @", *number);
+  else
+    DiagnosticOutput("start numbers without: @", number.GetError());
   return OK;
 }
 void StopNumbers(ModuleDescriptor&) { DiagnosticOutput("stop numbers"); }

@@ -1,0 +1,59 @@
+// The descriptor of the module: what it needs, what it registers and in which order.
+#include <array>
+
+#include "parallelprogram/module/configuration_variables.h"
+#include "parallelprogram/module/startup.h"
+#include "parallelprogram/module/units.h"
+
+namespace ostra {
+namespace {
+
+constexpr std::array kFrameworks = {
+    "net.ostra.core.framework"_id,
+    "net.ostra.math.framework"_id,
+    "net.ostra.crypt.framework"_id,
+    "net.ostra.network.framework"_id,
+    "net.ostra.image.framework"_id,
+    "net.ostra.drawport.framework"_id,
+    "net.ostra.drawport_misc.framework"_id,
+    "net.ostra.drawport_functioncache.framework"_id,
+    "net.ostra.performancemonitor.framework"_id,
+    "net.ostra.parallelprogram.framework"_id,
+};
+
+// Units without registrations keep their place: what they get later must come before the units below them.
+constexpr std::array<ModuleEntry, 11> kUnits = {{
+    {"general_shader_loader_impl", &EnterGeneralShaderLoader, &LeaveGeneralShaderLoader},
+    {"shader_data_entries", nullptr},
+    {"kernelbase_impl", &EnterKernelBase},
+    {"kernelinterface_texture", nullptr},
+    {"parallelprogram_cpu_impl", &EnterCpuProgram},
+    {"parallelprogram_gpu_impl", &EnterGpuProgram, &LeaveGpuProgram},
+    {"texture_sampling_structs", nullptr},
+    {"shaderparser", nullptr},
+    {"kernelclassregistry", &EnterKernelClassRegistry},
+    {"reflection", nullptr},
+    {"register", &EnterModuleFrame},
+}};
+
+constexpr std::array<ModuleEntry, 3> kStartup = {{
+    {"configuration", &StartConfiguration, &StopConfiguration},
+    {".cpuidinit", &ReadProcessorFlags},
+    {".reflection", &RegisterReflections},
+}};
+
+}  // namespace
+}  // namespace ostra
+
+using namespace ostra::literals;
+
+OSTRA_MODULE_DESCRIPTOR = {
+    .id = "net.ostra.parallelprogram"_id,
+    .version = OSTRA_MODULE_VERSION,
+    .requiredFrameworks = ostra::kFrameworks,
+    .publishedFramework = "net.ostra.parallelprogram.framework"_id,
+    .references = ostra::g_hostReferences,
+    .units = ostra::kUnits,
+    .startupEntries = ostra::kStartup,
+    .configuration = &ostra::g_configurationTable,
+};
