@@ -62,7 +62,7 @@ void KernelFile::Stop(int line, const std::string& message) const { Fail(_file, 
 
 std::string KernelFile::Generate() {
   RewriteWords(_text, _file, _options.templateArgument);
-  CheckWords(_text, _file);
+  CheckWords(_text);
   const auto& tokens = _text.GetTokens();
   for (std::size_t i = 0; i < tokens.size();) i = ReadOutside(i);
   if (_kernel.name.empty())
@@ -73,10 +73,11 @@ std::string KernelFile::Generate() {
   return MakeHead() + MakeBody() + MakeTail();
 }
 
-void KernelFile::CheckWords(const EditedText& text, const std::string& file) {
+void KernelFile::CheckWords(const EditedText& text) {
   for (const Token& token : text.GetTokens()) {
     const std::string_view word = text.GetText(token);
-    if (word == "ADDNOISECALL") Fail(file, token.line, "render noise is not available to kernels on the CPU yet");
+    _usesNoise = _usesNoise || word == "ADDNOISECALL";
+    _usesGradient = _usesGradient || word == "GradientRenderData";
     _usesLinearInvocation = _usesLinearInvocation || word == "LinearInvocation";
   }
 }
@@ -215,7 +216,7 @@ std::string KernelFile::MakeHeader(const KernelHeader& header, std::vector<std::
   includingHeaders.push_back(header.path);
   EditedText text(header.text);
   RewriteWords(text, header.path, _options.templateArgument);
-  CheckWords(text, header.path);
+  CheckWords(text);
   const auto& tokens = text.GetTokens();
   const bool isGuarded = text.Is(0, "#") && text.Is(1, "ifndef") && text.Is(3, "#") && text.Is(4, "define");
   if (isGuarded && text.GetText(tokens[2]) == text.GetText(tokens[std::min<std::size_t>(5, tokens.size() - 1)]))
@@ -289,12 +290,15 @@ std::size_t KernelFile::ReadMethodKernel(std::size_t i) {
 }
 
 std::string KernelFile::MakeClassHead() const {
-  return Join({"OSTRA_KERNEL_CLASS(", _kernel.name, ", ", kParameterStruct, ", ",
-               _usesLinearInvocation ? "true" : "false", ", ", _kernel.result, ")"});
+  const std::string parameters(kParameterStruct);
+  return Join({"OSTRA_KERNEL_CLASS(", _kernel.name, ", ", _usesNoise ? "WithNoise<" + parameters + ">" : parameters,
+               ", ", _usesLinearInvocation ? "true" : "false", ", ", _kernel.result, ")"});
 }
 
 std::string KernelFile::MakeHead() const {
   std::string head = "#include \"parallelprogram/program/kernel_language.h\"\n";
+  if (_usesNoise) head += "#include \"parallelprogram/program/kernel_noise.h\"\n";
+  if (_usesGradient) head += "#include \"ostra/render/gradient.h\"\n";
   if (_options.isModule) head += "#include \"parallelprogram/program/kernel_registration.h\"\n";
   head += Join({"\n", kOpenNamespaces, "\n", _directives});
   if (_parameterLine == 0) head += Join({"struct ", kParameterStruct, " { ", MakeParameterRecords({}), " };\n"});

@@ -43,7 +43,7 @@ class KernelFile {
   // translation for the GPU drops.
   void TakeDirective(const Token& directive, const std::string& line);
   void StartKernel(const Token& start, std::string_view name);
-  void CheckWords(const EditedText& text, const std::string& file);
+  void CheckWords(const EditedText& text);
   std::string MakeInclude(std::string_view directive, const std::string& includingFile, int line,
                           const std::vector<std::string>& includingHeaders);
   std::string MakeHeader(const KernelHeader& header, std::vector<std::string> includingHeaders);
@@ -67,6 +67,8 @@ class KernelFile {
   int _swallowedLine = 0;              // the line that the translation for the GPU drops
   bool _isNeededBeforeKernel = false;  // something after the kernel must come before it in C++
   bool _usesLinearInvocation = false;
+  bool _usesNoise = false;
+  bool _usesGradient = false;
 };
 
 // The C++ identifier that stands for a class ID.

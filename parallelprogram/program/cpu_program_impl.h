@@ -1,10 +1,11 @@
 // ParallelProgramCPUImpl: state and helpers. Its methods are grouped by file: kernels and links, buffers, resources
-// (counters, uniforms, hand-over to the kernel), textures, dispatch.
+// (counters, uniforms, hand-over to the kernel), noises, textures, dispatch.
 #pragma once
 
 #include "ostra/core/atomic.h"
 #include "ostra/core/data_dictionary.h"
 #include "ostra/core/intrusive_list.h"
+#include "ostra/render/render_noise.h"
 #include "parallelprogram/program/kernel_interface.h"
 #include "parallelprogram/program/kernel_range_interface.h"
 #include "parallelprogram/program/parallel_program.h"
@@ -109,6 +110,8 @@ class ParallelProgramCPUImpl final : public Component<ParallelProgramCPUImpl, Pa
     KernelRef kernel;                       // null in a copy whose creation failed
     KernelRangeInterface* range = nullptr;  // the kernel's range interface, when it has one
     BaseArray<Block<Generic>> bufferBlocks;
+    BaseArray<RenderNoiseRef> noises;  // its place stays, because kernels keep the block
+    Block<RenderNoiseRef> noiseBlock;
   };
 
   // The active kernel. Error: illegal state "no active kernel set".
@@ -128,6 +131,7 @@ class ParallelProgramCPUImpl final : public Component<ParallelProgramCPUImpl, Pa
   // Error: illegal argument when a texture is not of the kind that the kernel declares.
   Result<void> HandOverTextures(KernelEntry& entry);
   Result<void> HandOverCounters(KernelEntry& entry);
+  Result<void> HandOverNoises(KernelEntry& entry);
 
   Result<void> DispatchKernelSimple(UInt32 count);
   Result<void> DispatchKernelComplex(UInt32 countX, UInt32 countY, UInt32 countZ);

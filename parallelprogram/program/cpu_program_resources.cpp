@@ -58,7 +58,8 @@ Result<void> ParallelProgramCPUImpl::UpdateUniforms() {
   OSTRA_RETURN_IF_ERROR(HandOverUniforms(entry));
   OSTRA_RETURN_IF_ERROR(HandOverBuffers(entry));
   OSTRA_RETURN_IF_ERROR(HandOverTextures(entry));
-  return HandOverCounters(entry);
+  OSTRA_RETURN_IF_ERROR(HandOverCounters(entry));
+  return HandOverNoises(entry);
 }
 
 Result<void> ParallelProgramCPUImpl::HandOverUniforms(KernelEntry& entry) {

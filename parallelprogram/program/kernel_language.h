@@ -11,8 +11,8 @@
 //   OSTRA_KERNEL_ENTRY(net_example_scale_krn, Scale, "net.example.scale.krn")     // see kernel_entry.h
 //
 // That works for the #define KERNELINPUTS form, with GROUPSIZE and the CPU_ directives before the kernel, and without
-// INOUT parameters and noise. One namespace holds one kernel. In bodies InGlobalInvocationID, InLocalInvocationID,
-// InWorkGroupID and InWorkGroupSize are the IDs of the invocation.
+// INOUT parameters and noise (kernel_noise.h). One namespace holds one kernel. In bodies InGlobalInvocationID,
+// InLocalInvocationID, InWorkGroupID and InWorkGroupSize are the IDs of the invocation.
 #pragma once
 
 #include "ostra/math/vocabulary.h"

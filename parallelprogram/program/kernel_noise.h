@@ -1,0 +1,37 @@
+// Render noises in kernel files. A file with the line ADDNOISECALL may say
+//
+//   value = RenderNoise(0, position, time);
+//
+// in its kernel: noise number 0 at a position of one to four coordinates. The program makes the noises from the
+// uniforms "noiseMode_@" and "noiseSeed_@"; a noise that it was given none for is 0 everywhere.
+#pragma once
+
+#include "ostra/render/render_noise.h"
+#include "parallelprogram/program/kernel_parameters.h"
+
+namespace ostra::kernel {
+
+// A record of parameters with the noises as one more.
+template <class Parameters>
+struct WithNoise : Parameters {
+  template <class Add>
+  Result<void> ForEach(Add&& add) {
+    OSTRA_RETURN_IF_ERROR(Parameters::ForEach(add));
+    return add("noiseData", ostraNoises);
+  }
+
+  template <class Index, class Position>
+  Float32 RenderNoise(Index index, const Position& position, Float32 time) const {
+    const auto number = static_cast<Int>(index);
+    if (number < 0 || number >= ostraNoises.GetCount()) return 0;
+    const RenderNoiseRef& noise = ostraNoises[number];
+    return noise ? noise->Noise(position, time) : 0;
+  }
+
+  Block<RenderNoiseRef> ostraNoises;
+};
+
+}  // namespace ostra::kernel
+
+// Where the program puts the code of the noises on the GPU.
+#define ADDNOISECALL
