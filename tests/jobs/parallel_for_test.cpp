@@ -189,8 +189,8 @@ TEST(ParallelForTest, ManyThreadsMayRunLoopsAtOnce) {
 
 TEST(ParallelForTest, EffectsOfOneLoopAreSeenByTheNext) {
   const ThreadLimit limit(8);
-  std::vector<Int> values(2000, 0);
-  for (Int round = 0; round < 200; ++round) {
+  std::vector<UInt64> values(2000, 0);  // unsigned: they wrap around
+  for (UInt64 round = 0; round < 200; ++round) {
     ParallelFor::Dynamic(static_cast<Int>(values.size()), [&](Int begin, Int end) {
       for (Int i = begin; i < end; ++i) {
         auto& value = values[values.size() - 1 - static_cast<std::size_t>(i)];
@@ -198,7 +198,7 @@ TEST(ParallelForTest, EffectsOfOneLoopAreSeenByTheNext) {
       }
       WorkFor(std::chrono::microseconds(1));
     });
-    for (const Int value : values) ASSERT_EQ(value, values.front());
+    for (const UInt64 value : values) ASSERT_EQ(value, values.front());
   }
 }
 
