@@ -28,6 +28,12 @@ class EditedText {
   // The token after the bracket that closes the one at `open`; the number of tokens when it is not closed.
   std::size_t FindAfterClosing(std::size_t open) const;
 
+  // The token after the preprocessor directive that begins with the token `start`.
+  std::size_t FindAfterDirective(std::size_t start) const {
+    std::size_t i = start + 1;
+    while (i < _tokens.size() && _tokens[i].isInDirective && !_tokens[i].isFirstInLine) ++i;
+    return i;
+  }
   // The end of the line that `position` is in.
   std::size_t FindEndOfLine(std::size_t position) const { return std::min(_text.find('\n', position), _text.size()); }
   // The line after that, without its end; nothing after the last line.

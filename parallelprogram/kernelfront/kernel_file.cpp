@@ -186,8 +186,7 @@ std::size_t KernelFile::ReadInclude(std::size_t i) {
     const std::size_t end = _text.FindEndOfLine(start.begin);
     _text.Replace(start.begin, end, MakeInclude(_text.GetText(start.begin, end), _file, start.line, {}));
   }
-  while (i < _text.GetTokens().size() && At(i).isInDirective) ++i;
-  return i;
+  return _text.FindAfterDirective(i);
 }
 
 // What takes the place of an #include: the header's text, changed as this file is, or, for a header that only the

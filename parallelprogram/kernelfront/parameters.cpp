@@ -18,6 +18,25 @@ std::string MakeMember(const Parameter& parameter) {
   return Join({"::ostra::kernel::ParameterMember<", parameter.type, ">::Type ", prefix, parameter.name, "{};"});
 }
 
+// Texture types must be those of a sampler that the CPU program makes.
+void CheckTextureType(std::string_view word, const std::string& file, int line) {
+  if (!word.starts_with("TextureSampler")) return;
+  constexpr std::string_view kPrefix = "TextureSampler_";
+  constexpr std::string_view kKinds[] = {"R_U8_POINT",    "R_F32_POINT",    "R_F32_LINEAR",
+                                         "RG_F32_LINEAR", "RGB_F32_LINEAR", "RGBA_F32_LINEAR"};
+  for (const char dimensions : {'1', '2', '3'}) {
+    for (const std::string_view kind : kKinds) {
+      if (word == Join({kPrefix, std::string(1, dimensions), "D_", kind})) return;
+    }
+  }
+  Fail(
+      file, line,
+      Join(
+          {"kernels on the CPU have no texture type \"", word,
+           "\"; there are TextureSampler_<d>D_<kind> with 1, 2 or 3 for <d> and R_U8_POINT, R_F32_POINT, R_F32_LINEAR, "
+           "RG_F32_LINEAR, RGB_F32_LINEAR or RGBA_F32_LINEAR for <kind>"}));
+}
+
 // The type that the tokens [begin, end) spell, with one blank where there was any.
 std::string ReadType(const EditedText& text, std::size_t begin, std::size_t end, const std::string& file,
                      std::string_view templateArgument) {
@@ -27,8 +46,7 @@ std::string ReadType(const EditedText& text, std::size_t begin, std::size_t end,
     const std::string_view word = text.GetText(token);
     if (word == "attribute" || word == "varying" || word == "out")
       Fail(file, token.line, Join({"\"", word, "\" parameters belong to graphics shaders"}));
-    if (word.starts_with("TextureSampler"))
-      Fail(file, token.line, Join({"textures are not available to kernels on the CPU yet: ", word}));
+    CheckTextureType(word, file, token.line);
     if (word == "IGNORE_VARIABLE_GPU") continue;
     if (!type.empty() && text.IsWord(i) && text.GetTokens()[i - 1].end < token.begin) type += ' ';
     type += ReplaceType(word, templateArgument);
@@ -63,35 +81,29 @@ std::string MakeParameterRecords(const std::vector<Parameter>& parameters) {
 std::size_t RewriteDefineBlock(EditedText& text, std::size_t first, const std::string& file,
                                std::string_view templateArgument) {
   const auto& tokens = text.GetTokens();
+  const std::size_t after = text.FindAfterDirective(first);
   std::vector<Parameter> parameters;
-  std::size_t i = first + 3;  // # define KERNELINPUTS
-  std::size_t begin = tokens[first].begin;
-  std::string head = Join({"struct ", kParameterStruct, " {"});
-  int line = tokens[first].line;
-  std::size_t last = first + 2;
-  while (i < tokens.size() && tokens[i].isInDirective) {
-    const std::size_t close = text.Is(i, "(") ? text.FindAfterClosing(i) : i;
-    if (close == i || !text.IsWord(close) || !tokens[close].isInDirective || close < i + 3)
+  std::string replacement = Join({"struct ", kParameterStruct, " {"});
+  std::size_t begin = tokens[first].begin, last = first + 2;  // # define KERNELINPUTS
+  for (std::size_t i = first + 3; i < after;) {
+    const std::size_t name = text.Is(i, "(") ? text.FindAfterClosing(i) : i;
+    if (name < i + 3 || name >= after || !text.IsWord(name))
       Fail(file, tokens[i].line, "this line of KERNELINPUTS is not conforming to '(type) name'");
-    if (tokens[i].line == line) Fail(file, line, "each parameter of KERNELINPUTS needs a line of its own");
-    line = tokens[i].line;
+    if (tokens[i].line == tokens[last].line)
+      Fail(file, tokens[i].line, "each parameter of KERNELINPUTS needs a line of its own");
     parameters.push_back(
-        {ReadType(text, i + 1, close - 1, file, templateArgument), std::string(text.GetText(tokens[close])), line});
-    text.Replace(begin, tokens[i].begin, head);
-    head = MakeMember(parameters.back());
+        {ReadType(text, i + 1, name - 1, file, templateArgument), std::string(text.GetText(tokens[name]))});
+    text.Replace(begin, tokens[i].begin, replacement);
+    replacement = MakeMember(parameters.back());
     begin = tokens[i].begin;
-    last = close;
-    i = close + 1;
-    if (i < tokens.size() && tokens[i].isInDirective) {
-      if (!text.Is(i, ","))
-        Fail(file, tokens[i].line, Join({"a comma is missing after the parameter \"", parameters.back().name, "\""}));
-      last = i++;
-    }
+    last = name;
+    if (name + 1 < after && !text.Is(++last, ","))
+      Fail(file, tokens[last].line, Join({"a comma is missing after the parameter \"", parameters.back().name, "\""}));
+    i = last + 1;
   }
   CheckEndOfDefinition(text, tokens[last], file);
-  const std::size_t lineEnd = text.FindEndOfLine(tokens[last].begin);
-  text.Replace(begin, lineEnd, head + MakeStructEnd(parameters));
-  return i;
+  text.Replace(begin, text.FindEndOfLine(tokens[last].begin), replacement + MakeStructEnd(parameters));
+  return after;
 }
 
 std::size_t RewriteStructBlock(EditedText& text, std::size_t first, const std::string& file,
@@ -109,8 +121,8 @@ std::size_t RewriteStructBlock(EditedText& text, std::size_t first, const std::s
     while (end < after && !text.Is(end, ";")) ++end;
     if (end >= after || end < i + 2 || !text.IsWord(end - 1))
       Fail(file, tokens[i].line, "this member of KernelInput is not conforming to 'type name;'");
-    parameters.push_back({ReadType(text, i, end - 1, file, templateArgument),
-                          std::string(text.GetText(tokens[end - 1])), tokens[i].line});
+    parameters.push_back(
+        {ReadType(text, i, end - 1, file, templateArgument), std::string(text.GetText(tokens[end - 1]))});
     text.Replace(tokens[i].begin, tokens[end].end, MakeMember(parameters.back()));
     i = end + 1;
   }

@@ -7,7 +7,6 @@ namespace ostra::kernelfront {
 
 struct Parameter {
   std::string type, name;
-  int line;
 };
 
 // The name of the struct with the parameters.

@@ -1,0 +1,42 @@
+// Every kernel gives the same bits whichever way its invocations are run.
+#include <algorithm>
+
+#include "kernel_library_test_kernels.h"
+#include "tests/kernels/kernel_scenarios.h"
+
+namespace ostra::test {
+namespace {
+
+class KernelParityTest : public testing::TestWithParam<KernelScenario> {};
+
+TEST_P(KernelParityTest, RangesGiveTheBitsOfSingleInvocations) {
+  const KernelScenario& scenario = GetParam();
+  KernelRunner before(GetKernelId(scenario.name)), expected(GetKernelId(scenario.name));
+  scenario.prepare(before);
+  scenario.prepare(expected);
+  ASSERT_THAT(expected.Run(scenario.extent, Way::kOneByOne), IsOk());
+  ASSERT_NE(expected.GetState(), before.GetState()) << "The kernel did nothing.";
+  for (const Way way : kAllWays) {
+    KernelRunner runner(GetKernelId(scenario.name));
+    scenario.prepare(runner);
+    ASSERT_THAT(runner.Run(scenario.extent, way), IsOk());
+    EXPECT_EQ(runner.GetState(), expected.GetState()) << "way " << static_cast<int>(way);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Library, KernelParityTest, testing::ValuesIn(GetKernelScenarios()),
+                         [](const auto& test) { return std::string(test.param.name); });
+
+TEST(KernelParityTableTest, EveryKernelOfTheLibraryHasAScenario) {
+  const auto& scenarios = GetKernelScenarios();
+  for (const auto& kernel : GetKernels_kernel_library_test()) {
+    const std::string id = kernel.id;
+    if (!id.starts_with("net.ostra.kernels.")) continue;
+    const bool isKnown = std::any_of(scenarios.begin(), scenarios.end(),
+                                     [&](const KernelScenario& scenario) { return GetKernelId(scenario.name) == id; });
+    EXPECT_TRUE(isKnown) << id;
+  }
+}
+
+}  // namespace
+}  // namespace ostra::test

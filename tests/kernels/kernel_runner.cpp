@@ -1,0 +1,116 @@
+#include "tests/kernels/kernel_runner.h"
+
+#include <algorithm>
+
+#include "kernel_library_test_kernels.h"
+
+namespace ostra::test {
+
+namespace {
+
+ClassRef MakeKernelClass(const std::string& id) {
+  for (const auto& entry : GetKernels_kernel_library_test()) {
+    if (entry.id != id) continue;
+    auto kernelClass = entry.create();
+    EXPECT_THAT(kernelClass, IsOk());
+    EXPECT_EQ((*kernelClass)->GetId().GetView(), id);
+    return *kernelClass;
+  }
+  ADD_FAILURE() << "There is no kernel " << id;
+  std::abort();
+}
+
+}  // namespace
+
+KernelRunner::KernelRunner(const std::string& id) : KernelRunner(MakeKernelClass(id)) {}
+
+KernelRunner::KernelRunner(const ClassRef& kernelClass) : _class(kernelClass) {
+  auto kernel = _class->CreateObject<KernelInterface>();
+  EXPECT_THAT(kernel, IsOk());
+  _kernel = *kernel;
+  EXPECT_THAT(_kernel->Init(), IsOk());
+  _range = FindInterface<KernelRangeInterface>(*_kernel);
+  EXPECT_TRUE(_range);
+}
+
+void KernelRunner::SetCounter(const char* name, UInt32 value) {
+  const KernelParameter* parameter = FindParameter(name);
+  ASSERT_TRUE(parameter) << name;
+  ASSERT_TRUE(parameter->type == GetDataType<AtomicUInt32*>()) << name << " is a " << parameter->type.GetView();
+  _counters[name].Store(value);
+  EXPECT_THAT(_kernel->Set(MakeName(name), &_counters[name]), IsOk());
+}
+
+void KernelRunner::SetNoise(const Id& classId, Int32 seed) {
+  auto registry = ClassRegistry::Find(kRenderNoiseRegistry);
+  ASSERT_THAT(registry, IsOk());
+  auto noiseClass = registry->FindEntryValue(classId);
+  ASSERT_THAT(noiseClass, IsOk());
+  auto noise = (*noiseClass)->CreateObject<RenderNoiseInterface>();
+  ASSERT_THAT(noise, IsOk());
+  ASSERT_THAT((*noise)->Init(seed, kNoiseDepth, classId), IsOk());
+  _noise = *noise;
+  const Block<RenderNoiseRef> block(&_noise, 1);
+  EXPECT_THAT(_kernel->Set("noiseData", &block), IsOk());
+}
+
+Result<void> KernelRunner::Run(const Vec3<UInt32>& extent, Way way) {
+  const auto level = kernel::g_instructionLevel;
+  if (way == Way::kBaseline) kernel::g_instructionLevel = kernel::InstructionLevel::kBaseline;
+  if (way == Way::kVectors256) kernel::g_instructionLevel = std::min(level, kernel::InstructionLevel::kVectors256);
+  Result<void> result = way == Way::kOneByOne        ? RunOneByOne(extent)
+                        : way == Way::kInSmallPieces ? RunPieces(extent, 7, false)
+                                                     : RunPieces(extent, 0xffffffffu, way == Way::kOrdered);
+  kernel::g_instructionLevel = level;
+  return result;
+}
+
+Result<void> KernelRunner::RunRange(const KernelRange& range) {
+  KernelRange stoppable = range;
+  if (!range.stop) stoppable.stop = &_stop;
+  return _range->RunRange(stoppable);
+}
+
+std::vector<Byte> KernelRunner::GetState() const {
+  std::vector<Byte> state;
+  for (const auto& [name, bytes] : _buffers) state.insert(state.end(), bytes.begin(), bytes.end());
+  for (const auto& [name, counter] : _counters) {
+    const UInt32 value = counter.LoadRelaxed();
+    const auto* bytes = reinterpret_cast<const Byte*>(&value);
+    state.insert(state.end(), bytes, bytes + sizeof(value));
+  }
+  return state;
+}
+
+const KernelParameter* KernelRunner::FindParameter(const char* name) const {
+  return _kernel->GetKernelParameterMap().Find(MakeName(name));
+}
+
+CString KernelRunner::MakeName(const char* name) {
+  auto made = CString::Create(name);
+  EXPECT_THAT(made, IsOk());
+  return *made;
+}
+
+Result<void> KernelRunner::RunOneByOne(const Vec3<UInt32>& extent) {
+  const Vec3<UInt32>& size = _kernel->GetKernelWorkGroupSize();
+  for (UInt32 z = 0; z < extent.z; ++z)
+    for (UInt32 y = 0; y < extent.y; ++y)
+      for (UInt32 x = 0; x < extent.x; ++x)
+        OSTRA_RETURN_IF_ERROR(
+            _kernel->Kernel({x, y, z}, {x % size.x, y % size.y, z % size.z}, {x / size.x, y / size.y, z / size.z}));
+  return OK;
+}
+
+Result<void> KernelRunner::RunPieces(const Vec3<UInt32>& extent, UInt32 pieceSize, Bool isOrdered) {
+  const UInt32 total = extent.x * extent.y * extent.z;
+  for (UInt32 first = 0; first < total;) {
+    const UInt32 count = std::min(pieceSize, total - first);
+    OSTRA_RETURN_IF_ERROR(
+        RunRange({.extent = extent, .first = first, .count = count, .isOrdered = isOrdered, .stop = &_stop}));
+    first += count;
+  }
+  return OK;
+}
+
+}  // namespace ostra::test

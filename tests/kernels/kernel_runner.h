@@ -1,0 +1,93 @@
+// Runs one kernel object made from a kernel file: invocation by invocation, or over ranges.
+//
+//   KernelRunner runner("net.ostra.kernels.saxpy.krn");
+//   runner.SetValue("a", 2.0f);
+//   runner.SetBuffer<Float32>("y", {1, 2, 3});
+//   runner.Run({3, 1, 1}, Way::kUnordered);
+//   runner.GetBuffer<Float32>("y");
+//
+// What goes wrong on the way is a failure of the test.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "ostra/render/render_noise.h"
+#include "parallelprogram/program/kernel_loops.h"
+#include "parallelprogram/program/kernel_registration.h"
+#include "tests/support/result_matchers.h"
+
+namespace ostra::test {
+
+// How the invocations of a dispatch are run.
+enum class Way { kOneByOne, kOrdered, kUnordered, kInSmallPieces, kBaseline, kVectors256 };
+inline constexpr Way kAllWays[] = {Way::kOneByOne,      Way::kOrdered,  Way::kUnordered,
+                                   Way::kInSmallPieces, Way::kBaseline, Way::kVectors256};
+
+class KernelRunner {
+ public:
+  // Makes an object of the class `id`, which is linked with the test, and calls its Init.
+  explicit KernelRunner(const std::string& id);
+  explicit KernelRunner(const ClassRef& kernelClass);
+
+  template <class T>
+  void SetValue(const char* name, const T& value) {
+    const KernelParameter* parameter = FindParameter(name);
+    ASSERT_TRUE(parameter) << name;
+    ASSERT_TRUE(parameter->type == GetDataType<T>()) << name << " is a " << parameter->type.GetView();
+    EXPECT_THAT(_kernel->Set(MakeName(name), &value), IsOk());
+  }
+
+  template <class T>
+  void SetBuffer(const char* name, const std::vector<T>& elements) {
+    const KernelParameter* parameter = FindParameter(name);
+    ASSERT_TRUE(parameter) << name;
+    ASSERT_TRUE(parameter->type == GetDataType<Block<T>>()) << name << " is a " << parameter->type.GetView();
+    std::vector<Byte>& bytes = _buffers[name];
+    bytes.resize(elements.size() * sizeof(T));
+    std::memcpy(bytes.data(), elements.data(), bytes.size());
+    const Block<T> block(reinterpret_cast<T*>(bytes.data()), static_cast<Int>(elements.size()));
+    EXPECT_THAT(_kernel->Set(MakeName(name), &block), IsOk());
+  }
+
+  void SetCounter(const char* name, UInt32 value);
+  // Gives the kernel one noise under number 0.
+  void SetNoise(const Id& classId, Int32 seed);
+  UInt32 GetCounter(const char* name) const { return _counters.at(name).LoadRelaxed(); }
+
+  template <class T>
+  std::vector<T> GetBuffer(const char* name) const {
+    const std::vector<Byte>& bytes = _buffers.at(name);
+    std::vector<T> elements(bytes.size() / sizeof(T));
+    std::memcpy(elements.data(), bytes.data(), bytes.size());
+    return elements;
+  }
+
+  // Runs the invocations of the extent. Returns the first error.
+  Result<void> Run(const Vec3<UInt32>& extent, Way way = Way::kUnordered);
+  Result<void> RunRange(const KernelRange& range);
+
+  // The bytes of all buffers and the counters.
+  std::vector<Byte> GetState() const;
+  KernelInterface& GetKernel() { return *_kernel; }
+
+ private:
+  const KernelParameter* FindParameter(const char* name) const;
+  static CString MakeName(const char* name);
+  Result<void> RunOneByOne(const Vec3<UInt32>& extent);
+  Result<void> RunPieces(const Vec3<UInt32>& extent, UInt32 pieceSize, Bool isOrdered);
+
+  KernelRef _kernel;
+  ClassRef _class;
+  KernelRangeInterface* _range = nullptr;
+  std::atomic<Byte> _stop{0};
+  std::map<std::string, std::vector<Byte>> _buffers;
+  std::map<std::string, AtomicUInt32> _counters;
+  RenderNoiseRef _noise;
+};
+
+}  // namespace ostra::test
