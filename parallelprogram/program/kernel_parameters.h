@@ -15,6 +15,7 @@
 
 #include "ostra/core/atomic.h"
 #include "parallelprogram/program/kernel_buffer.h"
+#include "parallelprogram/textures/kernel_texture.h"
 
 namespace ostra::kernel {
 
@@ -39,6 +40,11 @@ template <class T>
 struct ParameterMember<BaseArray<T>> : ParameterMember<Block<T>> {};
 template <class T>
 struct ParameterMember<const BaseArray<T>> : ParameterMember<const Block<T>> {};
+template <class T>
+  requires std::is_base_of_v<TextureSamplerDataHelper, T>
+struct ParameterMember<T> {
+  using Type = KernelTexture<T>;
+};
 template <>
 struct ParameterMember<AtomicUInt32> {
   using Type = AtomicUInt32*;
@@ -52,6 +58,10 @@ T& GetParameterTarget(T& member) {
 template <class T>
 Block<std::remove_const_t<T>>& GetParameterTarget(KernelBuffer<T>& member) {
   return member;
+}
+template <class T>
+const T*& GetParameterTarget(KernelTexture<T>& member) {
+  return member.GetTarget();
 }
 
 }  // namespace ostra::kernel
