@@ -1,10 +1,12 @@
 #include "apps/ostra/command_line.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <string>
 #include <vector>
 
 #include "apps/ostra/info/info_command.h"
+#include "apps/ostra/names/nearest_name.h"
 #include "apps/ostra/output/standard_output.h"
 #include "apps/ostra/run/run_command.h"
 #include "apps/ostra/tool_error.h"
@@ -16,22 +18,23 @@ namespace ostra::tool {
 
 namespace {
 
-constexpr const char* kRunHelp =
-    "Runs a kernel file on data from files. Without --size there is one invocation per pixel of the first picture, or "
-    "per\n"
-    "element of the longest input. Buffers that are only written start as zeros and have as many elements as there "
-    "are\n"
-    "invocations. The uniforms width and height are those of the picture unless they are set.";
+constexpr const char* kRunSummary = "Run a kernel file on data from files";
 
-constexpr const char* kRunExample =
+constexpr const char* kRunDetails =
+    "Without --size there is one invocation per pixel of the first picture, or per element of the longest input. "
+    "Buffers\n"
+    "that are only written start as zeros and have one element per invocation. The uniforms width and height are those "
+    "of\n"
+    "the picture unless they are set.\n"
+    "\n"
     "Files: .png and .exr (pictures, elements of 4 x float32), .npy, .csv, .raw; zeros:SIZE and ones:SIZE make "
     "elements.\n"
     "\n"
-    "Example:\n"
+    "Examples:\n"
     "  ostra run net.example.blur.krn --in image=photo.png --out result=blurred.png --set radius=3\n"
-    "  ostra run net.example.life.krn --in now=start.png --out next=end.png --swap now,next --iterations 100\n"
+    "  ostra run net.example.life.krn --in now=start.npy --out next=end.npy --swap now,next --iterations 100\n"
     "\n"
-    "Exit status: 0 done, 1 failed, 2 wrong usage.";
+    "Exit status: 0 done, 1 failed, 2 wrong usage.\n";
 
 // The options as they stand on the command line.
 struct RunArguments {
@@ -53,8 +56,8 @@ void AddConfigurationOptions(CLI::App& command) {
 }
 
 CLI::App& AddRunCommand(CLI::App& app, RunArguments& arguments) {
-  CLI::App& run = *app.add_subcommand("run", kRunHelp);
-  run.footer(kRunExample);
+  CLI::App& run = *app.add_subcommand("run", kRunSummary);
+  run.footer(kRunDetails);
   run.add_option("kernel", arguments.kernel, "The kernel file")->type_name("KERNEL.krn")->required();
   const auto addList = [&run](const char* name, std::vector<std::string>& target, const char* help, const char* type) {
     run.add_option(name, target, help)->type_name(type)->allow_extra_args(false);
@@ -121,6 +124,11 @@ Result<void> RunKernel(const RunArguments& runArguments, std::span<const char* c
   return Run(options, arguments);
 }
 
+int FailUsage(std::string_view line) {
+  WriteErrorLine(line);
+  return static_cast<int>(ExitStatus::BadUsage);
+}
+
 int Finish(const Result<void>& result) {
   if (result) return static_cast<int>(ExitStatus::Done);
   WriteError(result.GetError());
@@ -136,20 +144,23 @@ int RunCommandLine(std::span<const char* const> arguments) {
   RunArguments runArguments;
   CLI::App& run = AddRunCommand(app, runArguments);
   CLI::App& info =
-      *app.add_subcommand("info", "Lists modules, classes, interfaces, configuration variables and threads.");
+      *app.add_subcommand("info", "List modules, classes, interfaces, configuration variables and threads");
   Bool isInfoJson = false;
   info.add_flag("--json", isInfoJson, "Report as JSON");
   AddConfigurationOptions(info);
+  const std::vector<std::string> commands = {run.get_name(), info.get_name()};
+  const std::string command = arguments.size() > 1 ? arguments[1] : "";
+  if (!command.empty() && command[0] != '-' && std::count(commands.begin(), commands.end(), command) == 0)
+    return FailUsage("there is no command \"" + command + "\"" + SuggestName(command, commands));
   try {
     app.parse(static_cast<int>(arguments.size()), arguments.data());
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) return app.exit(error);
-    WriteErrorLine(std::string(error.what()) + "; see ostra" +
-                   (run.parsed()    ? " run"
-                    : info.parsed() ? " info"
-                                    : "") +
-                   " --help");
-    return static_cast<int>(ExitStatus::BadUsage);
+    return FailUsage(std::string(error.what()) + "; see ostra " +
+                     (run.parsed()    ? "run "
+                      : info.parsed() ? "info "
+                                      : "") +
+                     "--help");
   }
   const auto rest = arguments.subspan(1);
   return Finish(run.parsed() ? RunKernel(runArguments, rest) : ShowInfo(isInfoJson, rest));

@@ -1,0 +1,149 @@
+// Wrong input of every kind: the exit status, one clear line on standard error, nothing on standard output, and no
+// file.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "ostra/image/image.h"
+#include "ostra/io/file.h"
+#include "tests/support/result_matchers.h"
+#include "tests/tool/temporary_folder.h"
+#include "tests/tool/tool_process.h"
+
+namespace ostra {
+namespace {
+
+using testing::HasSubstr;
+using testing::StartsWith;
+
+constexpr int kFailed = 1, kBadUsage = 2;
+
+class RunErrorsTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    Image image = Image::Create(4, 3).GetValue();
+    ASSERT_THAT(WriteImage(_folder.MakeUrl("a.png"), image), IsOk());
+    ASSERT_THAT(WriteImage(_folder.MakeUrl("b.png"), Image::Create(3, 4).GetValue()), IsOk());
+    _folder.Write("text.png", "no picture");
+    _folder.Write("values.csv", "1\n2\n-3\n");
+  }
+
+  // Runs a test kernel and expects one line that has `text` in it.
+  void Expect(int exitStatus, const std::string& text, const std::string& kernel,
+              const std::vector<std::string>& options) {
+    std::vector<std::string> arguments = {"run", kernel};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    ExpectResult(exitStatus, text, RunTool(arguments));
+  }
+  void ExpectResult(int exitStatus, const std::string& text, const ToolResult& result) {
+    EXPECT_EQ(result.exitStatus, exitStatus) << result.errors;
+    EXPECT_THAT(result.errors, StartsWith("ostra: "));
+    EXPECT_THAT(result.errors, HasSubstr(text));
+    EXPECT_EQ(std::count(result.errors.begin(), result.errors.end(), '\n'), 1) << result.errors;
+    EXPECT_EQ(result.output, "");
+    EXPECT_FALSE(std::filesystem::exists(_folder / "out.png"));
+  }
+
+  std::string In(const std::string& name, const std::string& file) const { return name + "=" + _folder / file; }
+
+  TemporaryFolder _folder;
+  const std::string _invert = GetTestKernel("net.example.invert.krn");
+  const std::string _blend = GetTestKernel("net.example.blend.krn");
+  const std::string _scale = GetTestKernel("net.example.scale.krn");
+};
+
+TEST_F(RunErrorsTest, FilesThatCannotBeReadFail) {
+  Expect(kFailed, "none.krn cannot be read: No such file", _folder / "none.krn", {});
+  Expect(kFailed, "cannot be read: Is a directory", _folder.GetPath().string(), {});
+  Expect(kFailed, "none.png cannot be read: No such file", _invert,
+         {"--in", In("image", "none.png"), "--out", In("result", "out.png")});
+  Expect(kFailed, "text.png cannot be read: this is neither a PNG", _invert,
+         {"--in", In("image", "text.png"), "--out", In("result", "out.png")});
+  Expect(kFailed, "line 1: \"no\" is not a number", _scale,
+         {"--in", "values=" + _folder.Write("bad.csv", "no"), "--set", "factor=1", "--set", "offset=0,0"});
+}
+
+TEST_F(RunErrorsTest, PicturesOfDifferentSizesFail) {
+  Expect(kFailed, "has 3 x 4 pixels", _blend,
+         {"--in", In("first", "a.png"), "--in", In("second", "b.png"), "--out", In("result", "out.png")});
+  Expect(kFailed, "a.png is a picture, which makes elements of 4 x float32, but the parameter needs float32", _scale,
+         {"--in", In("values", "a.png")});
+}
+
+TEST_F(RunErrorsTest, NamesThatTheKernelDoesNotHaveComeWithTheNearestOne) {
+  Expect(kBadUsage, "--in: the kernel has no buffer \"imag\"; did you mean \"image\"?", _invert,
+         {"--in", In("imag", "a.png")});
+  Expect(kBadUsage, "--out: the kernel has no buffer \"reslt\"; did you mean \"result\"?", _invert,
+         {"--out", In("reslt", "out.png")});
+  Expect(kBadUsage, "--set: the kernel has no uniform \"facto\"; did you mean \"factor\"?", _scale,
+         {"--set", "facto=1"});
+  Expect(kBadUsage, "--set: \"values\" is a buffer, not a uniform", _scale, {"--set", "values=1"});
+  Expect(kBadUsage, "--swap: the kernel has no buffer \"x\"", _blend, {"--swap", "x,first"});
+  Expect(kBadUsage, "there is no configuration variable \"g_trackSpinlock\"; did you mean \"g_trackSpinlocks\"?",
+         _scale, {"--config", "g_trackSpinlock=true"});
+  ExpectResult(kBadUsage, "there is no command \"rum\"; did you mean \"run\"?", RunTool({"rum"}));
+}
+
+TEST_F(RunErrorsTest, ValuesOfTheWrongTypeAreRefused) {
+  Expect(kBadUsage, "--set factor: \"red\" is not a number, and the type is float32", _scale,
+         {"--in", In("values", "values.csv"), "--set", "factor=red", "--set", "offset=1,2"});
+  Expect(kBadUsage, "--set offset: \"1\" has 1 numbers, and the type 2 x int32 has 2", _scale,
+         {"--in", In("values", "values.csv"), "--set", "factor=1", "--set", "offset=1"});
+  Expect(kBadUsage, "\"1.5\" is not a whole number", _scale,
+         {"--in", In("values", "values.csv"), "--set", "factor=1", "--set", "offset=1.5,1"});
+  Expect(kBadUsage, "--set: \"factor\" is given twice", _scale,
+         {"--in", In("values", "values.csv"), "--set", "factor=1", "--set", "factor=2"});
+}
+
+TEST_F(RunErrorsTest, ParametersWithoutAValueAreNamed) {
+  Expect(kBadUsage, "the uniform \"factor\" (float32) has no value: give --set factor=VALUE", _scale,
+         {"--in", In("values", "values.csv"), "--set", "offset=1,2"});
+  Expect(kBadUsage, "the buffer \"image\" (4 x float32) has no elements", _invert,
+         {"--size", "4x4", "--out", In("result", "out.png")});
+  Expect(kBadUsage, "the size of the run is not known", _invert, {"--out", In("result", "out.png")});
+}
+
+TEST_F(RunErrorsTest, OutputsThatCannotBeWrittenFailBeforeTheRun) {
+  Expect(kFailed, "there is no folder", _invert, {"--in", In("image", "a.png"), "--out", In("result", "none/out.png")});
+  Expect(kBadUsage, "has no suffix that says how to write it", _invert,
+         {"--in", In("image", "a.png"), "--out", In("result", "out.jpg")});
+  Expect(kFailed, "a picture needs elements of 4 x float32", _scale,
+         {"--in", In("values", "values.csv"), "--set", "factor=1", "--set", "offset=1,2", "--out",
+          In("values", "out.png")});
+  std::filesystem::create_directory(_folder / "folder.png");
+  Expect(kFailed, "folder.png cannot be written: Is a directory", _invert,
+         {"--in", In("image", "a.png"), "--out", In("result", "folder.png")});
+}
+
+TEST_F(RunErrorsTest, WrongUsageIsExplained) {
+  ExpectResult(kBadUsage, "see ostra --help", RunTool({}));
+  ExpectResult(kBadUsage, "kernel is required; see ostra run --help", RunTool({"run"}));
+  Expect(kBadUsage, "--blur", _invert, {"--blur"});
+  Expect(kBadUsage, "--backend", _invert, {"--backend", "tpu"});
+  Expect(kBadUsage, "--repeat", _invert, {"--repeat", "0"});
+  Expect(kBadUsage, "--iterations", _invert, {"--iterations", "many"});
+  Expect(kBadUsage, "--size: the size \"4x\" is not of the form", _invert, {"--size", "4x"});
+  Expect(kBadUsage, "--set needs name=value, but got \"factor\"", _scale, {"--set", "factor"});
+  Expect(kBadUsage, "--swap needs the names of two buffers", _blend, {"--swap", "first"});
+}
+
+TEST_F(RunErrorsTest, AnErrorOfTheKernelIsTheResult) {
+  Expect(kFailed, "element 2 is below zero", GetTestKernel("net.example.fail.krn"),
+         {"--in", In("values", "values.csv")});
+}
+
+TEST_F(RunErrorsTest, AFileThatIsNoKernelIsAnError) {
+  const std::string file = _folder.Write("none.krn", "int x;\n");
+  Expect(kFailed, "none.krn", file, {"--size", "1"});
+}
+
+TEST_F(RunErrorsTest, AFailedRunKeepsTheOldOutput) {
+  _folder.Write("old.npy", "old");
+  Expect(kFailed, "element 2 is below zero", GetTestKernel("net.example.fail.krn"),
+         {"--in", In("values", "values.csv"), "--out", In("values", "old.npy")});
+  EXPECT_EQ(_folder.Read("old.npy"), "old");
+}
+
+}  // namespace
+}  // namespace ostra

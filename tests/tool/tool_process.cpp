@@ -1,0 +1,25 @@
+#include "tests/tool/tool_process.h"
+
+#include <cstdlib>
+
+#include "apps/ostra/kernels/compiler.h"
+#include "tests/tool/temporary_folder.h"
+
+namespace ostra {
+
+ToolResult RunTool(const std::vector<std::string>& arguments) {
+  setenv("XDG_CACHE_HOME", OSTRA_TEST_CACHE, 1);
+  const TemporaryFolder folder;
+  const std::string errorFile = folder / "errors";
+  // The shell only parts the two outputs.
+  std::vector<std::string> command = {"/bin/sh", "-c",      "errors=\"$1\"; shift; exec \"$@\" 2>\"$errors\"",
+                                      "sh",      errorFile, OSTRA_TEST_TOOL};
+  command.insert(command.end(), arguments.begin(), arguments.end());
+  const auto result = tool::RunCommand(command);
+  if (!result) return {-1, "", std::string(result.GetError().GetMessage().GetView())};
+  return {result->exitStatus, result->output, folder.Read("errors")};
+}
+
+std::string GetTestKernel(const std::string& name) { return std::string(OSTRA_TEST_KERNELS) + "/" + name; }
+
+}  // namespace ostra
