@@ -3,6 +3,7 @@
 option(OSTRA_BUILD_TESTS "Build the tests" ${PROJECT_IS_TOP_LEVEL})
 option(OSTRA_BUILD_BENCHMARKS "Build the benchmark program" ${PROJECT_IS_TOP_LEVEL})
 set(OSTRA_SANITIZE "" CACHE STRING "Sanitizers to build with: address,undefined or thread or leak")
+option(OSTRA_FUZZ "Link the fuzz targets with libFuzzer (Clang), and let it see into everything" OFF)
 
 if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
   set(CMAKE_BUILD_TYPE Release CACHE STRING "" FORCE)
@@ -30,10 +31,17 @@ target_compile_options(ostra_flags INTERFACE -Wall -Wextra -Wpedantic -Werror $<
 # Host and module arithmetic is never contracted, so that CPU and GPU can give the same bits.
 target_compile_options(ostra_flags INTERFACE -ffp-contract=off -fno-math-errno)
 if(OSTRA_SANITIZE)
-  # Class information is hidden and so differs between shared objects: the vptr check would report false alarms.
   add_compile_options(-fsanitize=${OSTRA_SANITIZE} -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${OSTRA_SANITIZE})
   if(OSTRA_SANITIZE MATCHES "undefined")
+    # Class information is hidden and so differs between shared objects: the vptr check would report false alarms.
     add_compile_options(-fno-sanitize=vptr -fno-sanitize-recover=undefined)
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+      # With these checks GCC 12 refuses constexpr arrays of classes with a destructor; null is found by its access.
+      add_compile_options(-fno-sanitize=null,nonnull-attribute,returns-nonnull-attribute)
+    endif()
   endif()
+endif()
+if(OSTRA_FUZZ)
+  add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
