@@ -1,0 +1,35 @@
+#!/bin/sh
+# install_test.sh CMAKE BUILD_FOLDER COMPILER SANITIZERS
+set -eu
+
+cmake=$1
+build=$2
+compiler=$3
+sanitizers=$4
+here=$(cd "$(dirname "$0")" && pwd)
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+# Moved after the installation, because nothing in the tree may depend on where it was installed.
+"$cmake" --install "$build" --prefix "$work/first place" >"$work/install.log"
+mv "$work/first place" "$work/tree"
+
+for file in include/ostra/host.h include/parallelprogram/program/parallel_program.h lib/ostra/modules/parallelprogram.so \
+    bin/ostra bin/ostra-kernelc share/ostra/kernels/net.ostra.kernels.blur5.krn; do
+  found=$(find "$work/tree" -path "*/${file#lib/}" -print -quit)
+  [ -n "$found" ] || { echo "$file is not installed"; exit 1; }
+done
+"$work/tree/bin/ostra" info >"$work/info.log" || { cat "$work/info.log"; exit 1; }
+
+# The installed tool compiles an installed kernel against the installed headers: 2 * 1 + 1 everywhere.
+(cd "$work" && CXX=$compiler "$work/tree/bin/ostra" run tree/share/ostra/kernels/net.ostra.kernels.saxpy.krn \
+  --cache-dir cache --in x=ones:1000 --in y=ones:1000 --set a=2 --set count=1000 --out y=y.csv)
+[ "$(sort -u "$work/y.csv" | tr -d '\r')" = 3 ] || { echo "wrong results:"; sort -u "$work/y.csv" | head; exit 1; }
+[ "$(wc -l <"$work/y.csv")" -eq 1000 ] || { echo "the result does not have 1000 rows"; exit 1; }
+
+flags=
+[ -z "$sanitizers" ] || flags="-fsanitize=$sanitizers"
+"$cmake" -S "$here/outside" -B "$work/build" -G Ninja -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_BUILD_TYPE=Release \
+  -DCMAKE_PREFIX_PATH="$work/tree" -DCMAKE_CXX_FLAGS="$flags"
+"$cmake" --build "$work/build"
+"$work/build/outside" 1000
