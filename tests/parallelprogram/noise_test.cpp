@@ -1,91 +1,9 @@
-// Noises and gradients of the CPU program: from uniforms to what kernels compute.
-#include "cpu_noise_test_kernels.h"
-#include "ostra/render/gradient.h"
-#include "ostra/render/render_noise.h"
-#include "tests/parallelprogram/program_fixture.h"
+// Noises of the CPU program: from uniforms to what kernels are given.
+#include "tests/parallelprogram/noise_fixture.h"
 #include "tests/support/fault_injection.h"
-
-OSTRA_UNIT("cpu_noise_test");
 
 namespace ostra::test {
 namespace {
-
-// What the last kernel of the class below was given.
-Block<RenderNoiseRef> g_noiseData;
-
-// Keeps its noises where tests can see them.
-class NoiseKeeper final : public KernelBase<NoiseKeeper> {
- public:
-  static constexpr const char* kComponentName = "net.ostra.test.noisekeeper";
-  Result<void> Init() override {
-    _workGroupSize = {1, 1, 1};
-    OSTRA_RETURN_IF_ERROR(AddParameter("value", _value));
-    return AddParameter("noiseData", _noiseData);
-  }
-  Result<void> Kernel(const Vec3<UInt32>&, const Vec3<UInt32>&, const Vec3<UInt32>&) override {
-    g_noiseData = _noiseData;
-    return OK;
-  }
-
- private:
-  Int32 _value = 0;
-  Block<RenderNoiseRef> _noiseData;
-};
-
-Result<void> RegisterNoiseKernels() {
-  OSTRA_ASSIGN_OR_RETURN(ClassRegistry & registry, ClassRegistry::Find(kKernelClassRegistry));
-  OSTRA_ASSIGN_OR_RETURN(const ClassRef keeper, Class::Create<NoiseKeeper>("net.ostra.test.noisekeeper"_id));
-  OSTRA_RETURN_IF_ERROR(registry.Insert(keeper));
-  for (const auto& entry : GetKernels_cpu_noise_test()) {
-    OSTRA_ASSIGN_OR_RETURN(const ClassRef kernelClass, entry.create());
-    OSTRA_RETURN_IF_ERROR(registry.Insert(kernelClass));
-  }
-  return OK;
-}
-
-RenderNoiseRef MakeNoise(const Id& id, Int32 seed) {
-  auto registry = ClassRegistry::Find(kRenderNoiseRegistry);
-  EXPECT_THAT(registry, IsOk());
-  auto noise = (*registry->FindEntryValue(id))->CreateObject<RenderNoiseInterface>();
-  EXPECT_THAT(noise, IsOk());
-  EXPECT_THAT((*noise)->Init(seed, 10, id), IsOk());
-  return *noise;
-}
-
-class NoiseTest : public ProgramTest {
- protected:
-  void SetUp() override {
-    ProgramTest::SetUp();
-    static const Result<void> registered = RegisterNoiseKernels();
-    ASSERT_THAT(registered, IsOk());
-    g_noiseData = {};
-  }
-
-  void AddKernelFile(std::string_view name) {
-    auto file = Url::Create(name);
-    ASSERT_THAT(file, IsOk());
-    ASSERT_THAT(program->AddKernel("kernel"_iid, *file, true), IsOk());
-  }
-  void SetInteger(Int number, std::string_view pattern, Int32 value) {
-    auto name = InternedId::Create(pattern, number);
-    ASSERT_THAT(name, IsOk());
-    ASSERT_THAT(program->SetUniform(*name, Int32(value)), IsOk());
-  }
-  void SetNoise(Int number, Int32 mode, Int32 seed) {
-    SetInteger(number, "noiseMode_@", mode);
-    SetInteger(number, "noiseSeed_@", seed);
-  }
-  // Hands everything over and returns what the kernel sees.
-  Block<RenderNoiseRef> Update() {
-    EXPECT_THAT(program->UpdateUniforms(), IsOk());
-    EXPECT_THAT(program->DispatchKernel(1, 1, 1, false), IsOk());
-    return g_noiseData;
-  }
-  std::string GetNoiseClass(const Block<RenderNoiseRef>& noises, Int index = 0) {
-    const std::string text(noises[index]->GetClass().GetId().GetView());
-    return text.substr(text.rfind('.') + 1);
-  }
-};
 
 TEST_F(NoiseTest, AModeAndASeedGiveOneNoise) {
   AddKernelFile("net.ostra.test.noisekeeper");
@@ -287,61 +205,6 @@ TEST_F(NoiseTest, EveryAllocationFailureIsReported) {
     return fresh->Reset();
   });
   EXPECT_GE(failed, 10);
-}
-
-TEST_F(NoiseTest, KernelFilesEvaluateNoisesOfEveryDimension) {
-  AddKernelFile("net.ostra.test.fournoises.krn");
-  constexpr Int kCount = 300;
-  StoreBuffer<Vec4<Float32>>("values"_iid, std::vector<Vec4<Float32>>(kCount));
-  ASSERT_THAT(program->SetBufferToActiveKernelSameId("values"_iid), IsOk());
-  const Id ids[] = {kPerlinNoise, kGaseousNoise, kCellNoise, kBuyaNoise};
-  const Int32 modes[] = {0, 3, 24, 8};
-  std::vector<RenderNoiseRef> noises;
-  for (Int32 i = 0; i < 4; ++i) {
-    SetNoise(i, modes[i], 100 + i);
-    noises.push_back(MakeNoise(ids[i], 100 + i));
-  }
-  ASSERT_THAT(program->UpdateUniforms(), IsOk());
-  ASSERT_THAT(program->DispatchKernel(kCount, 1, 1, false), IsOk());
-  const auto values = ReadBuffer<Vec4<Float32>>("values"_iid);
-  for (Int i = 0; i < kCount; ++i) {
-    const Float32 x = 0.1f * static_cast<Float32>(i) + 0.05f;
-    ASSERT_EQ(values[i].x, noises[0]->Noise(x, 0.5f)) << i;
-    ASSERT_EQ(values[i].y, noises[1]->Noise(Vec2<Float32>(x, 0.3f), 0.5f)) << i;
-    ASSERT_EQ(values[i].z, noises[2]->Noise(Vec3<Float32>(x, 0.3f, 0.7f), 0.5f)) << i;
-    ASSERT_EQ(values[i].w, noises[3]->Noise(Vec4<Float32>(x, 0.3f, 0.7f, 0.2f), 0.5f)) << i;
-  }
-}
-
-TEST_F(NoiseTest, KernelFilesWithoutNoisesReadZeros) {
-  AddKernelFile("net.ostra.test.fournoises.krn");
-  StoreBuffer<Vec4<Float32>>("values"_iid, {Vec4<Float32>(9, 9, 9, 9)});
-  ASSERT_THAT(program->SetBufferToActiveKernelSameId("values"_iid), IsOk());
-  ASSERT_THAT(program->UpdateUniforms(), IsOk());
-  ASSERT_THAT(program->DispatchKernel(1, 1, 1, false), IsOk());
-  EXPECT_THAT(ReadBuffer<Vec4<Float32>>("values"_iid), testing::ElementsAre(Vec4<Float32>(0, 0, 0, 0)));
-}
-
-TEST_F(NoiseTest, KernelFilesReadGradients) {
-  auto gradient = CreateObject<GradientInterface>(kGradientClass);
-  ASSERT_THAT(gradient, IsOk());
-  ASSERT_THAT((*gradient)->InsertKnot({.color = Vector32(0, 0, 0), .position = 0}), IsOk());
-  ASSERT_THAT((*gradient)->InsertKnot({.color = Vector32(1, 0.5f, 0.25f), .position = 1}), IsOk());
-  auto ramp = (*gradient)->InitRender();
-  ASSERT_THAT(ramp, IsOk());
-  AddKernelFile("net.ostra.test.gradient.krn");
-  constexpr Int kCount = 257;
-  StoreBuffer<Vec4<Float32>>("colors"_iid, std::vector<Vec4<Float32>>(kCount));
-  ASSERT_THAT(program->SetBufferToActiveKernelSameId("colors"_iid), IsOk());
-  ASSERT_THAT(program->SetUniform("count"_iid, UInt32(kCount)), IsOk());
-  ASSERT_THAT(program->SetUniform("ramp"_iid, *ramp), IsOk());
-  ASSERT_THAT(program->UpdateUniforms(), IsOk());
-  ASSERT_THAT(program->DispatchKernel(kCount, 1, 1, false), IsOk());
-  const auto colors = ReadBuffer<Vec4<Float32>>("colors"_iid);
-  for (Int i = 0; i < kCount; ++i) {
-    const Vector32 expected = ramp->Sample(static_cast<Float32>(i) / static_cast<Float32>(kCount));
-    ASSERT_EQ(colors[i], Vec4<Float32>(expected.x, expected.y, expected.z, 1)) << i;
-  }
 }
 
 }  // namespace
