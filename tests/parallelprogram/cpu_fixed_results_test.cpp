@@ -156,7 +156,6 @@ TEST_F(NoKernelTest, EveryPerKernelMethodFailsAfterReset) {
 
 // A program before Init: everything but the noise names is there already.
 TEST(BeforeInitTest, AProgramCanBeAskedAndReleased) {
-  ASSERT_THAT(RegisterClasses(), IsOk());
   auto program = CreateObject<ParallelProgramInterface>(kCpuProgramClass);
   ASSERT_THAT(program, IsOk());
   EXPECT_FALSE((*program)->HasKernel("a"_iid));

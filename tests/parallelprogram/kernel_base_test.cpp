@@ -148,7 +148,6 @@ TEST_F(KernelBaseTest, RunningOutOfMemoryInInitIsAnErrorAndLeaksNothing) {
 }
 
 TEST(KernelFormsTest, OnlyKernelsWithRangesHaveTheRangeInterface) {
-  ASSERT_THAT(RegisterClasses(), IsOk());
   auto registry = ClassRegistry::Find(kKernelClassRegistry);
   ASSERT_THAT(registry, IsOk());
   for (const KernelForm form : {KernelForm::Call, KernelForm::Range}) {

@@ -1,27 +1,33 @@
 #include "tests/parallelprogram/program_fixture.h"
 
-#include "parallelprogram/program/cpu_program.h"
+#include <optional>
+
+#include "ostra/host.h"
 
 namespace ostra::test {
 namespace {
 
-Result<void> RegisterProgram() {
-  OSTRA_ASSIGN_OR_RETURN(const ClassRef programClass, CreateCpuProgramClass());
-  OSTRA_RETURN_IF_ERROR(ClassRegistry::GetClasses().Insert(programClass));
-  return ClassRegistry::Declare(kKernelClassRegistry);
-}
+// The host with the module, for the whole run of the test program.
+class HostEnvironment final : public testing::Environment {
+ public:
+  void SetUp() override {
+    auto host = Host::Create({.readsEnvironment = false});
+    ASSERT_THAT(host, IsOk());
+    _host.emplace(std::move(host).GetValue());
+    ASSERT_THAT(_host->LoadModule("parallelprogram"), IsOk());
+    ASSERT_THAT(RegisterTestKernels(), IsOk());
+  }
+  void TearDown() override { _host.reset(); }
 
-Result<void> RegisterAll() {
-  OSTRA_RETURN_IF_ERROR(RegisterProgram());
-  return RegisterTestKernels();
-}
+ private:
+  std::optional<Host> _host;
+};
+
+// GoogleTest owns the environment.
+[[maybe_unused]] const testing::Environment* const g_environment =
+    testing::AddGlobalTestEnvironment(new HostEnvironment);
 
 }  // namespace
-
-Result<void> RegisterClasses() {
-  static const Result<void> result = RegisterAll();
-  return result;
-}
 
 ParallelProgramRef MakeProgram() {
   auto program = CreateObject<ParallelProgramInterface>(kCpuProgramClass);

@@ -24,9 +24,6 @@ namespace ostra::test {
 
 inline constexpr const char* kNoActiveKernel = "no active kernel set";
 
-// Makes the program class and the test kernels known, once per process.
-Result<void> RegisterClasses();
-
 // A program after Init.
 ParallelProgramRef MakeProgram();
 
@@ -61,7 +58,6 @@ std::vector<T> GetElements(const Result<Data>& data) {
 class ProgramTest : public testing::Test {
  protected:
   void SetUp() override {
-    ASSERT_THAT(RegisterClasses(), IsOk());
     program = MakeProgram();
     ASSERT_TRUE(program);
   }
