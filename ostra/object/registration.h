@@ -22,7 +22,7 @@ OSTRA_API Result<void> RegisterRegistry(ModuleDescriptor& module, const Id& regi
 OSTRA_API Result<void> RegisterInterface(ModuleDescriptor& module, const Id& interfaceId, std::string_view name);
 OSTRA_API Result<void> RegisterReflection(ModuleDescriptor& module, const Id& interfaceId, std::string_view name,
                                           std::span<const MethodDescription> methods);
-// Takes over a type that is made with GetDataType: it is erased with the module.
+// Takes over a type that DataTypeOf<T>::Make() has described: it is erased with the module.
 OSTRA_API Result<void> RegisterDataType(ModuleDescriptor& module, const DataType& type);
 
 // Whether the module's configuration variables are to be handed to the configuration service.

@@ -7,6 +7,7 @@
 #include "parallelprogram/program/kernel_interface.h"
 #include "parallelprogram/program/parallel_program.h"
 #include "parallelprogram/shaderloader/general_shader_loader_interface.h"
+#include "parallelprogram/textures/texture_types.h"
 
 namespace ostra {
 
@@ -27,6 +28,10 @@ Result<void> EnterKernelBase(ModuleDescriptor& module) {
   return RegisterClass(module, kKernelClassRegistry, base);
 }
 
+Result<void> EnterKernelTextures(ModuleDescriptor& module) {
+  return ForEachSamplerType([&](DataType type) { return RegisterDataType(module, type); });
+}
+
 Result<void> EnterCpuProgram(ModuleDescriptor& module) {
   OSTRA_ASSIGN_OR_RETURN(ClassRef program, CreateCpuProgramClass());
   return RegisterClass(module, program);
@@ -45,6 +50,10 @@ Result<void> EnterGpuProgram(ModuleDescriptor&) {
 
 void LeaveGpuProgram(ModuleDescriptor&) {
   for (int i = 0; i < 3; ++i) g_configurationTable.RemoveLast();
+}
+
+Result<void> EnterTextureStructures(ModuleDescriptor& module) {
+  return ForEachTextureType([&](DataType type) { return RegisterDataType(module, type); });
 }
 
 Result<void> EnterKernelClassRegistry(ModuleDescriptor& module) {

@@ -9,11 +9,13 @@ Result<void> EnterGeneralShaderLoader(ModuleDescriptor& module);
 void LeaveGeneralShaderLoader(ModuleDescriptor& module);
 
 Result<void> EnterKernelBase(ModuleDescriptor& module);
+Result<void> EnterKernelTextures(ModuleDescriptor& module);
 Result<void> EnterCpuProgram(ModuleDescriptor& module);
 
 Result<void> EnterGpuProgram(ModuleDescriptor& module);
 void LeaveGpuProgram(ModuleDescriptor& module);
 
+Result<void> EnterTextureStructures(ModuleDescriptor& module);
 Result<void> EnterKernelClassRegistry(ModuleDescriptor& module);
 Result<void> EnterModuleFrame(ModuleDescriptor& module);
 

@@ -33,7 +33,10 @@ inline Result<void> RegisterKernels(ModuleDescriptor& module, KernelTable kernel
 #define OSTRA_KERNEL_MODULE(identifier, classId)                                                               \
   namespace ostra::kernelclasses {                                                                             \
   static constexpr Entry kEntries[] = {{classId, &Create_##identifier}};                                       \
+  static constexpr Id kNeeds[] = {"net.ostra.parallelprogram.framework"_id};                                   \
   static constexpr ModuleEntry kUnits[] = {                                                                    \
       {"kernel", [](ModuleDescriptor& module) -> Result<void> { return RegisterKernels(module, kEntries); }}}; \
   }                                                                                                            \
-  OSTRA_MODULE_DESCRIPTOR = {.id = classId##_id, .version = "1", .units = ostra::kernelclasses::kUnits};
+  OSTRA_MODULE_DESCRIPTOR = {.id = classId##_id, .version = "1",                                             \
+                             .requiredFrameworks = ostra::kernelclasses::kNeeds,                               \
+                             .units = ostra::kernelclasses::kUnits};

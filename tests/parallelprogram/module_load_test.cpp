@@ -1,0 +1,277 @@
+// The module as a program meets it: loaded by name through the host.
+#include <dlfcn.h>
+#include <gmock/gmock.h>
+
+#include <array>
+#include <string>
+
+#include "ostra/config/configuration.h"
+#include "ostra/host.h"
+#include "ostra/object/class.h"
+#include "ostra/object/framework.h"
+#include "ostra/object/reflection.h"
+#include "ostra/object/registration.h"
+#include "parallelprogram/program/kernel_base.h"
+#include "parallelprogram/program/parallel_program.h"
+#include "parallelprogram/shaderloader/general_shader_loader_interface.h"
+#include "tests/support/diagnostic_recorder.h"
+#include "tests/support/result_matchers.h"
+#include "tests/support/texts.h"
+
+namespace ostra {
+namespace {
+
+constexpr Id kFramework = "net.ostra.parallelprogram.framework"_id;
+
+class ModuleLoadTest : public testing::Test {
+ protected:
+  static Result<Host> StartHost(std::span<const char* const> arguments = {}) {
+    return Host::Create({.arguments = arguments, .readsEnvironment = false});
+  }
+};
+
+TEST_F(ModuleLoadTest, TheModuleIsFoundByNameAndPublishesItsFramework) {
+  auto host = StartHost();
+  ASSERT_THAT(host, IsOk());
+  auto module = host->LoadModule("parallelprogram");
+  ASSERT_THAT(module, IsOk());
+  EXPECT_EQ(module->GetId(), "net.ostra.parallelprogram"_id);
+  EXPECT_TRUE(module->GetVersion().IsPopulated());
+  EXPECT_TRUE(Frameworks::IsPublished(kFramework));
+  EXPECT_THAT(host->UnloadModule(*module), IsOk());
+  EXPECT_FALSE(Frameworks::IsPublished(kFramework));
+}
+
+TEST_F(ModuleLoadTest, WithoutTheHostsFrameworksTheModuleIsNotLoaded) {
+  auto folder = Host::GetLibraryFolder();
+  ASSERT_THAT(folder, IsOk());
+  EXPECT_THAT(ModuleLoader::Load(std::string(folder->GetView()) + "/parallelprogram.so"),
+              IsErrorWith(kIllegalStateError,
+                          "The module \"net.ostra.parallelprogram\" needs the framework "
+                          "\"net.ostra.core.framework\", which is not published."));
+}
+
+TEST_F(ModuleLoadTest, TheSharedObjectExportsItsDescriptorAndTheYieldDelegateOnly) {
+  auto host = StartHost();
+  ASSERT_THAT(host, IsOk());
+  auto module = host->LoadModule("parallelprogram");
+  ASSERT_THAT(module, IsOk());
+  auto path = CString::Create(module->GetPath());
+  ASSERT_THAT(path, IsOk());
+  void* library = dlopen(path->GetCString(), RTLD_NOW | RTLD_NOLOAD);
+  ASSERT_TRUE(library);
+  EXPECT_TRUE(dlsym(library, "g_ostra"));
+  auto* delegate = static_cast<void (**)(void*, void*)>(dlsym(library, "g_CpuYieldDelegate"));
+  ASSERT_TRUE(delegate);
+  (*delegate)(nullptr, nullptr);  // at first it returns at once
+  dlclose(library);
+}
+
+TEST_F(ModuleLoadTest, TheCpuProgramIsCreatedThroughItsClass) {
+  auto host = StartHost();
+  ASSERT_THAT(host, IsOk());
+  EXPECT_THAT(CreateObject<ParallelProgramInterface>(kCpuProgramClass), IsErrorOfKind(kIllegalArgumentError));
+  auto module = host->LoadModule("parallelprogram");
+  ASSERT_THAT(module, IsOk());
+  {
+    auto program = CreateObject<ParallelProgramInterface>(kCpuProgramClass);
+    ASSERT_THAT(program, IsOk());
+    EXPECT_THAT((*program)->Init(Url(), nullptr, 0, false), IsOk());
+  }
+  EXPECT_THAT(host->UnloadModule(*module), IsOk());
+  EXPECT_THAT(CreateObject<ParallelProgramInterface>(kCpuProgramClass), IsErrorOfKind(kIllegalArgumentError));
+}
+
+TEST_F(ModuleLoadTest, TheKernelBaseClassIsAKernelWithTheFixedTuningValues) {
+  DiagnosticRecorder recorder;
+  auto host = StartHost();
+  ASSERT_THAT(host, IsOk());
+  ASSERT_THAT(host->LoadModule("parallelprogram"), IsOk());
+  auto kernel = CreateObject<KernelInterface>(kKernelBaseClass);
+  ASSERT_THAT(kernel, IsOk());
+  EXPECT_THAT((*kernel)->Init(), IsOk());
+  EXPECT_EQ((*kernel)->GetGranularity(), 16);
+  EXPECT_EQ((*kernel)->GetSingleThreadedThreshold(), 0);
+  EXPECT_EQ((*kernel)->GetKernelWorkGroupSize(), Vec3<UInt32>(0, 0, 0));
+  EXPECT_TRUE((*kernel)->GetKernelParameterMap().IsEmpty());
+  EXPECT_THAT((*kernel)->Set("unknown", nullptr), IsOk());
+  EXPECT_THAT((*kernel)->Kernel({}, {}, {}), IsErrorOfKind(kNotImplementedError));
+  EXPECT_THAT((*kernel)->CopyFrom(**kernel),
+              IsErrorWith(kNotImplementedError,
+                          "Component net.ostra.kernelclasses.base has members, but CopyFrom is "
+                          "not implemented!"));
+  kernel->Detach()->Release();
+}
+
+TEST_F(ModuleLoadTest, UnloadingTakesTheBaseClassFromTheKernelRegistryAndLeavesOtherModulesKernels) {
+  auto host = StartHost();
+  ASSERT_THAT(host, IsOk());
+  auto module = host->LoadModule("parallelprogram");
+  ASSERT_THAT(module, IsOk());
+  ASSERT_THAT(ClassRegistry::Declare(kKernelClassRegistry), IsOk());
+  auto registry = ClassRegistry::Find(kKernelClassRegistry);
+  ASSERT_THAT(registry, IsOk());
+  EXPECT_THAT(registry->FindEntryValue(kKernelBaseClass), IsOk());
+  auto other = Class::Create("com.example.kernel"_id, [](const Class&) -> ObjectInterface* { return nullptr; });
+  ASSERT_THAT(other, IsOk());
+  ASSERT_THAT(registry->Insert(*other), IsOk());
+  EXPECT_THAT(host->UnloadModule(*module), IsOk());
+  EXPECT_THAT(GetTexts(*registry->GetIds()), testing::ElementsAre("com.example.kernel"));
+  EXPECT_TRUE(registry->Erase("com.example.kernel"_id));
+  ClassRegistry::Withdraw(kKernelClassRegistry);
+  EXPECT_FALSE(ClassRegistry::Find(kKernelClassRegistry));
+}
+
+TEST_F(ModuleLoadTest, TheTypesOfTexturesAreKnownWhileTheModuleIsLoadedAndItsCodeGoesWithThem) {
+  constexpr Id kSamplingData = "net.ostra.datatype.parallelprogram.textures.samplingdata"_id;
+  constexpr Id kSampler = "net.ostra.datatype.parallelprogram.textures.texturesamplerobj_2D_RGBA_F32_linear"_id;
+  auto host = StartHost();
+  ASSERT_THAT(host, IsOk());
+  for (int round = 0; round < 2; ++round) {
+    auto module = host->LoadModule("parallelprogram");
+    ASSERT_THAT(module, IsOk());
+    EXPECT_THAT(DataType::Find(kSamplingData), IsOk());
+    EXPECT_THAT(DataType::Find(kSampler), IsOk());
+    const std::string path(module->GetPath().GetView());
+    EXPECT_THAT(host->UnloadModule(*module), IsOk());
+    EXPECT_FALSE(DataType::Find(kSamplingData));
+    EXPECT_FALSE(DataType::Find(kSampler));
+    EXPECT_FALSE(dlopen(path.c_str(), RTLD_NOW | RTLD_NOLOAD));
+  }
+}
+
+struct ExpectedInterface {
+  Id id;
+  const char* name;
+  Int methodCount;
+  const char* firstMethod;
+  const char* lastMethod;
+};
+const ExpectedInterface kInterfaces[] = {
+    {ParallelProgramInterface::kInterfaceId, "ParallelProgramInterface", 59, "Init", "GetAvailableAndTotalVRAMBudget"},
+    {KernelInterface::kInterfaceId, "KernelInterface", 7, "Kernel", "GetGranularity"},
+    {GeneralShaderLoaderInterface::kInterfaceId, "GeneralShaderLoaderInterface", 58, "Init", "GetActiveAttributeSet"},
+};
+
+TEST_F(ModuleLoadTest, TheThreeInterfacesAreKnownWithTheirMethodsInSlotOrder) {
+  auto host = StartHost();
+  ASSERT_THAT(host, IsOk());
+  auto module = host->LoadModule("parallelprogram");
+  ASSERT_THAT(module, IsOk());
+  for (const ExpectedInterface& expected : kInterfaces) {
+    EXPECT_EQ(*InterfaceRegistry::FindName(expected.id), expected.name);
+    auto record = Reflection::Find(expected.id);
+    ASSERT_THAT(record, IsOk());
+    const BaseArray<MethodRecord>& methods = (*record)->methods;
+    ASSERT_EQ(methods.GetCount(), expected.methodCount);
+    EXPECT_EQ(methods[0].name, expected.firstMethod);
+    EXPECT_EQ(methods[methods.GetCount() - 1].name, expected.lastMethod);
+    for (Int i = 1; i < methods.GetCount(); ++i) EXPECT_EQ(methods[i].slot, methods[i - 1].slot + 1) << i;
+  }
+  EXPECT_THAT(host->UnloadModule(*module), IsOk());
+  for (const ExpectedInterface& expected : kInterfaces) {
+    EXPECT_FALSE(Reflection::Find(expected.id));
+    EXPECT_FALSE(InterfaceRegistry::FindName(expected.id));
+  }
+}
+
+// The module's own variables in the order of its units.
+constexpr const char* kVariables[][2] = {
+    {"g_checkActiveProgramForUpdatedShaders", "enables reloading of shader files from hd"},
+    {"g_reloadKernelsParallelProgram", "enables reloading of kernel files from hd"},
+    {"g_32bitOnlyParallelProgram", "sets all textures to 32-bit"},
+    {"g_outOfCoreParallelProgram", "enables out of core simulation"},
+};
+constexpr Int kHostVariableCount = 5;
+
+TEST_F(ModuleLoadTest, TheModulesVariablesAreOfferedInOrderAndFalseWithoutConfiguration) {
+  auto host = StartHost();
+  ASSERT_THAT(host, IsOk());
+  auto module = host->LoadModule("parallelprogram");
+  ASSERT_THAT(module, IsOk());
+  {
+    auto variables = Configuration::GetVariables();
+    ASSERT_THAT(variables, IsOk());
+    ASSERT_EQ(variables->GetCount(), kHostVariableCount + 4);
+    for (Int i = 0; i < 4; ++i) {
+      const ConfigurationInformation& variable = (*variables)[kHostVariableCount + i];
+      EXPECT_EQ(variable.name, kVariables[i][0]);
+      EXPECT_EQ(variable.help, kVariables[i][1]);
+      EXPECT_EQ(variable.kind, ConfigKind::Bool);
+      EXPECT_FALSE(variable.value);
+    }
+  }
+  EXPECT_THAT(host->UnloadModule(*module), IsOk());
+  EXPECT_EQ(Configuration::GetVariables()->GetCount(), kHostVariableCount);
+}
+
+TEST_F(ModuleLoadTest, ConfiguredValuesReachTheModulesVariablesAlsoWhenItIsLoadedAgain) {
+  const std::array arguments = {"--config", "g_outOfCoreParallelProgram=true"};
+  auto host = StartHost(arguments);
+  ASSERT_THAT(host, IsOk());
+  for (int round = 0; round < 2; ++round) {
+    auto module = host->LoadModule("parallelprogram");
+    ASSERT_THAT(module, IsOk());
+    auto variables = Configuration::GetVariables();
+    ASSERT_THAT(variables, IsOk());
+    ASSERT_EQ(variables->GetCount(), kHostVariableCount + 4);
+    EXPECT_TRUE((*variables)[kHostVariableCount + 3].value);
+    EXPECT_FALSE((*variables)[kHostVariableCount + 2].value);
+    EXPECT_EQ(Configuration::GetUnknownNames()->GetCount(), 0);
+    EXPECT_THAT(host->UnloadModule(*module), IsOk());
+  }
+}
+
+TEST_F(ModuleLoadTest, AModuleThatTakesNoPartInConfigurationOffersNothing) {
+  auto host = StartHost();
+  ASSERT_THAT(host, IsOk());
+  auto module = host->LoadModule("parallelprogram", {.takesPartInConfiguration = false});
+  ASSERT_THAT(module, IsOk());
+  EXPECT_EQ(Configuration::GetVariables()->GetCount(), kHostVariableCount);
+  EXPECT_THAT(host->UnloadModule(*module), IsOk());
+}
+
+TEST_F(ModuleLoadTest, AHostWithoutTheServicesTheModuleCallsMakesItsStartFailClearly) {
+  DiagnosticRecorder recorder;
+  auto host = StartHost();
+  ASSERT_THAT(host, IsOk());
+  ASSERT_TRUE(HostInterfaces::Withdraw(kConfigurationInterface));
+  EXPECT_THAT(host->LoadModule("parallelprogram"),
+              IsErrorWith(kIllegalStateError,
+                          "The module \"net.ostra.parallelprogram\" cannot be loaded: the start-up entry "
+                          "\"configuration\" failed: Method invocation of unresolvable interface"));
+  EXPECT_THAT(recorder.GetLines(), testing::Contains("net.ostra.interface.configuration"));
+  EXPECT_FALSE(Frameworks::IsPublished(kFramework));
+}
+
+TEST_F(ModuleLoadTest, EveryFailingAllocationFailsTheLoadAndLeavesNothing) {
+  auto host = StartHost();
+  ASSERT_THAT(host, IsOk());
+  for (int round = 0; round < 2; ++round) {  // interns names and describes types for good
+    auto module = host->LoadModule("parallelprogram");
+    ASSERT_THAT(module, IsOk());
+    ASSERT_THAT(host->UnloadModule(*module), IsOk());
+  }
+  const Int before = AllocationFaults::GetLiveCount();
+  Int failures = 0;
+  Int survivals = 0;  // describing a type is tried twice
+  for (Int n = 1;; ++n) {
+    ASSERT_LT(n, 10000);
+    AllocationFaults::FailNth(n);
+    auto module = host->LoadModule("parallelprogram");
+    AllocationFaults::Disable();
+    if (module) {
+      EXPECT_THAT(host->UnloadModule(*module), IsOk());
+    } else {
+      ASSERT_THAT(module, IsErrorOfKind(kOutOfMemoryError)) << "allocation " << n;
+    }
+    ASSERT_EQ(AllocationFaults::GetLiveCount(), before) << "allocation " << n;
+    ASSERT_EQ(Configuration::GetVariables()->GetCount(), kHostVariableCount);
+    if (!AllocationFaults::HasFired()) break;
+    ++(module ? survivals : failures);
+  }
+  EXPECT_GT(failures, survivals);
+}
+
+}  // namespace
+}  // namespace ostra
