@@ -1,4 +1,5 @@
-// ostra-kernelc: turns kernel files into C++ when a target is built. ostra_add_kernels (cmake/OstraKernels.cmake) calls it.
+// ostra-kernelc: turns kernel files into C++ when a target is built. ostra_add_kernels (cmake/OstraKernels.cmake) calls
+// it.
 //
 //   ostra-kernelc [--id CLASSID] [--name SHOWN] [--type T] [--module] [--depfile D] IN.krn OUT.cpp
 //   ostra-kernelc --table NAME OUT.cpp OUT.h CLASSID...
@@ -63,11 +64,8 @@ int Translate(const Arguments& arguments) {
   if (!text) return Report(in + ": error: the file cannot be read");
   const std::string name = arguments.name.empty() ? in : arguments.name;
   std::vector<std::string> headers;
-  KernelSourceOptions options{.fileName = name,
-                              .classId = arguments.id,
-                              .templateArgument = arguments.type,
-                              .isModule = arguments.isModule,
-                              .readHeader = {}};
+  KernelSourceOptions options{
+      .fileName = name, .classId = arguments.id, .templateArgument = arguments.type, .isModule = arguments.isModule};
   options.readHeader = [&](const std::string& header, const std::string& includingFile) -> std::optional<KernelHeader> {
     const fs::path including = includingFile == name ? fs::path(in) : fs::path(includingFile);
     const std::string path = (including.parent_path() / header).lexically_normal().string();
@@ -104,14 +102,22 @@ int main(int argc, char** argv) {
   for (int i = 1; i < argc; ++i) {
     const std::string word = argv[i];
     const bool hasValue = i + 1 < argc;
-    if (word == "--module") arguments.isModule = true;
-    else if (word == "--id" && hasValue) arguments.id = argv[++i];
-    else if (word == "--name" && hasValue) arguments.name = argv[++i];
-    else if (word == "--type" && hasValue) arguments.type = argv[++i];
-    else if (word == "--depfile" && hasValue) arguments.dependencyFile = argv[++i];
-    else if (word == "--table" && hasValue) isTable = true, arguments.name = argv[++i];
-    else if (word.starts_with("--")) return ShowUsage();
-    else arguments.files.push_back(word);
+    if (word == "--module")
+      arguments.isModule = true;
+    else if (word == "--id" && hasValue)
+      arguments.id = argv[++i];
+    else if (word == "--name" && hasValue)
+      arguments.name = argv[++i];
+    else if (word == "--type" && hasValue)
+      arguments.type = argv[++i];
+    else if (word == "--depfile" && hasValue)
+      arguments.dependencyFile = argv[++i];
+    else if (word == "--table" && hasValue)
+      isTable = true, arguments.name = argv[++i];
+    else if (word.starts_with("--"))
+      return ShowUsage();
+    else
+      arguments.files.push_back(word);
   }
   try {
     if (isTable) return arguments.files.size() < 2 ? ShowUsage() : WriteTable(arguments);

@@ -10,7 +10,7 @@ std::size_t EditedText::FindAfterClosing(std::size_t open) const {
     if (Is(i, opening)) ++depth;
     if (Is(i, closing) && --depth == 0) return i + 1;
   }
-  return _tokens.size();
+  return 0;
 }
 
 std::string_view EditedText::GetLineAfter(std::size_t position) const {

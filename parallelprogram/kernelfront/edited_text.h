@@ -25,7 +25,7 @@ class EditedText {
     return index < _tokens.size() && GetText(_tokens[index]) == text;
   }
   bool IsWord(std::size_t index) const { return index < _tokens.size() && _tokens[index].kind == Token::Kind::kWord; }
-  // The token after the bracket that closes the one at `open`; the number of tokens when it is not closed.
+  // The token after the bracket that closes the one at `open`; 0 when it is not closed.
   std::size_t FindAfterClosing(std::size_t open) const;
 
   // The token after the preprocessor directive that begins with the token `start`.

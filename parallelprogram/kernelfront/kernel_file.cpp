@@ -249,13 +249,13 @@ void KernelFile::StartKernel(const Token& start, std::string_view name) {
 std::size_t KernelFile::ReadMacroKernel(std::size_t i) {
   const Token& start = At(i);
   const std::string word(_text.GetText(start));
-  const std::size_t body = _text.Is(i + 1, "(") ? _text.FindAfterClosing(i + 1) : i;
+  const std::size_t body = _text.Is(i + 1, "(") ? _text.FindAfterClosing(i + 1) : 0;
   if (body < i + 4 || !_text.IsWord(i + 2))
     Stop(start.line, Join({word, " is not used in the form ", word, "(Name, KERNELINPUTS)"}));
   StartKernel(start, _text.GetText(At(i + 2)));
   const std::string endWord = word + "_END";
-  const std::size_t after = _text.Is(body, "{") ? _text.FindAfterClosing(body) : body;
-  if (after == body || !_text.Is(after, endWord)) {
+  const std::size_t after = _text.Is(body, "{") ? _text.FindAfterClosing(body) : 0;
+  if (after == 0 || !_text.Is(after, endWord)) {
     const auto& tokens = _text.GetTokens();
     const bool hasEnd =
         std::any_of(tokens.begin(), tokens.end(), [&](const Token& token) { return _text.GetText(token) == endWord; });
@@ -278,11 +278,11 @@ std::size_t KernelFile::ReadMethodKernel(std::size_t i) {
   if (!isKernel) return i + 1;
   StartKernel(start, "OstraKernel");
   const std::size_t body = _text.FindAfterClosing(name + 1);
-  const std::size_t after = _text.Is(body, "{") ? _text.FindAfterClosing(body) : body;
-  if (after == body || !_text.Is(after - 1, "}")) Stop(start.line, "the kernel's braces do not match");
+  const std::size_t after = body != 0 && _text.Is(body, "{") ? _text.FindAfterClosing(body) : 0;
+  if (after == 0) Stop(start.line, "the kernel's braces do not match");
   _kernel.bodyBegin = At(body - 1).end;
   _kernel.result = "::ostra::Result<void>";
-  _text.Insert(At(after - 1).end, " };");
+  _text.Replace(At(after - 1).begin, At(after - 1).end, "} };");
   _kernel.end = At(after - 1).end;
   _kernel.endLine = At(after - 1).line;
   return after;

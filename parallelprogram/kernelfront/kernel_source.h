@@ -13,6 +13,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "ostra/core/format.h"
 
@@ -27,13 +28,13 @@ struct KernelSourceOptions {
   // How messages, debuggers and the compiler name the file.
   std::string_view fileName = "kernel.krn";
   // ID of the class, as a rule the file's whole name. Letters, digits, '.', '_' and '-'.
-  std::string_view classId;
+  std::string_view classId = {};
   // What TYPE stands for; empty: TYPE stays.
-  std::string_view templateArgument;
+  std::string_view templateArgument = {};
   // Makes the source of a plug-in module with this one kernel class.
   Bool isModule = false;
   // Finds the header that `includingFile` names in quotes. Nothing: the #include stays for the compiler.
-  std::function<std::optional<KernelHeader>(const std::string& name, const std::string& includingFile)> readHeader;
+  std::function<std::optional<KernelHeader>(const std::string& name, const std::string& includingFile)> readHeader = {};
 };
 
 // The C++ source of the kernel file `text`. Errors: illegal argument with "file:line: error: what is wrong"; out of

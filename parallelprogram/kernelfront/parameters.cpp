@@ -114,7 +114,7 @@ std::size_t RewriteStructBlock(EditedText& text, std::size_t first, const std::s
   if (!text.Is(open, "{") || !tokens[open].isFirstInLine || tokens[open].line != start.line + 1)
     Fail(file, start.line, "the opening brace of KernelInput must be alone on the next line");
   const std::size_t after = text.FindAfterClosing(open);
-  if (!text.Is(after - 1, "}") || !text.Is(after, ";")) Fail(file, start.line, "struct KernelInput has no end \"};\"");
+  if (after == 0 || !text.Is(after, ";")) Fail(file, start.line, "struct KernelInput has no end \"};\"");
   std::vector<Parameter> parameters;
   for (std::size_t i = open + 1; i + 1 < after;) {
     std::size_t end = i;

@@ -1,0 +1,101 @@
+// What the front step refuses, and how it says so.
+#include <gtest/gtest.h>
+
+#include "parallelprogram/kernelfront/kernel_source.h"
+#include "tests/support/result_matchers.h"
+
+namespace ostra::test {
+namespace {
+
+struct Refusal {
+  const char* name;
+  const char* text;
+  const char* message;
+};
+
+const Refusal kRefusals[] = {
+    {"EmptyFile", "", "k.krn:1: error: the file has no kernel: OSTRA_PARALLEL_KERNEL(Name, KERNELINPUTS) is missing"},
+    {"NoKernel", "// one\nint a;\n",
+     "k.krn:2: error: the file has no kernel: OSTRA_PARALLEL_KERNEL(Name, KERNELINPUTS) is missing"},
+    {"SecondKernel",
+     "OSTRA_PARALLEL_KERNEL(A, K)\n{\n}\nOSTRA_PARALLEL_KERNEL_END\nFP_KERNEL(B, K)\n{\n}\nFP_KERNEL_END\n",
+     "k.krn:5: error: a second kernel: the first one is in line 1"},
+    {"KernelWithoutEnd", "OSTRA_PARALLEL_KERNEL(A, K)\n{\n}\n",
+     "k.krn:1: error: the kernel has no end: OSTRA_PARALLEL_KERNEL_END is missing"},
+    {"KernelWithoutStart", "OSTRA_PARALLEL_KERNEL_END\n", "k.krn:1: error: the kernel that ends here has no start"},
+    {"KernelWithoutName", "\nFP_KERNEL(, K)\n{\n}\nFP_KERNEL_END\n",
+     "k.krn:2: error: FP_KERNEL is not used in the form FP_KERNEL(Name, KERNELINPUTS)"},
+    {"BracesOfTheKernel", "FP_KERNEL(A, K)\n{\n\tif (a) {\n}\nFP_KERNEL_END\n",
+     "k.krn:1: error: the kernel's braces do not match"},
+    {"BracesOfTheMethod", "OSTRA_METHOD Result<void> Kernel()\n{\n\tif (a) {\n}\n",
+     "k.krn:1: error: the kernel's braces do not match"},
+    {"BraceBeforeTheKernel", "struct A {\nOSTRA_PARALLEL_KERNEL(A, K)\n{\n}\nOSTRA_PARALLEL_KERNEL_END\n",
+     "k.krn:2: error: a brace before the kernel is not closed"},
+    {"BraceTooMuch", "}\n", "k.krn:1: error: a brace is closed that is not open"},
+    {"BraceLeftOpen", "FP_KERNEL(A, K)\n{\n}\nFP_KERNEL_END\ninline int F()\n{\n",
+     "k.krn:6: error: a brace that is opened outside of the kernel is not closed"},
+    {"DeclarationWithoutType", "#define KERNELINPUTS \\\nFloat32 a\n\n",
+     "k.krn:2: error: this line of KERNELINPUTS is not conforming to '(type) name'"},
+    {"DeclarationWithoutName", "#define KERNELINPUTS \\\n(Float32), \\\n(Float32) b\n\n",
+     "k.krn:2: error: this line of KERNELINPUTS is not conforming to '(type) name'"},
+    {"DeclarationWithoutComma", "#define KERNELINPUTS \\\n(Float32) a \\\n(Float32) b\n\n",
+     "k.krn:3: error: a comma is missing after the parameter \"a\""},
+    {"DeclarationsOnOneLine", "#define KERNELINPUTS \\\n(Float32) a, (Float32) b\n\n",
+     "k.krn:2: error: each parameter of KERNELINPUTS needs a line of its own"},
+    {"NoLineAfterDeclarations", "#define KERNELINPUTS \\\n(Float32) a\nint b;\n",
+     "k.krn:3: error: an empty line must follow KERNELINPUTS: the translation for the GPU reads on until there is one"},
+    {"DeclarationsTwice", "#define KERNELINPUTS \\\n(Float32) a\n\nstruct KernelInput\n{\n};\n",
+     "k.krn:4: error: the parameters were declared before, in line 1"},
+    {"GraphicsParameter", "#define KERNELINPUTS \\\n(attribute Vector32) a\n\n",
+     "k.krn:2: error: \"attribute\" parameters belong to graphics shaders"},
+    {"MemberWithoutName", "struct KernelInput\n{\n\tFloat32;\n};\n",
+     "k.krn:3: error: this member of KernelInput is not conforming to 'type name;'"},
+    {"StructWithoutEnd", "struct KernelInput\n{\n\tFloat32 a;\n",
+     "k.krn:1: error: struct KernelInput has no end \"};\""},
+    {"BraceOnTheLineOfTheStruct", "struct KernelInput {\n\tFloat32 a;\n};\n",
+     "k.krn:1: error: the opening brace of KernelInput must be alone on the next line"},
+    {"GroupSizeWithoutBlanks", "GROUPSIZE(8,8,1)\n",
+     "k.krn:1: error: GROUPSIZE used wrong, please used the format GROUPSIZE(x, y, z) only"},
+    {"GroupSizeOfZero", "GROUPSIZE(8, 0, 1)\n", "k.krn:1: error: every component of GROUPSIZE must be at least 1"},
+    {"GroupSizeTooLarge", "GROUPSIZE(8, 5000000000, 1)\n",
+     "k.krn:1: error: GROUPSIZE used wrong, please used the format GROUPSIZE(x, y, z) only"},
+    {"GroupSizeWithSemicolon", "GROUPSIZE(8, 8, 1);\n",
+     "k.krn:1: error: GROUPSIZE used wrong, please used the format GROUPSIZE(x, y, z) only"},
+    {"CodeAfterADirective", "GROUPSIZE(8, 8, 1)\nint a;\n",
+     "k.krn:2: error: the line after GROUPSIZE must be empty: the translation for the GPU drops it"},
+    {"KernelAfterADroppedLine", "GROUPSIZE(8, 8, 1)\nOSTRA_PARALLEL_KERNEL(A, K)\n{\n}\nOSTRA_PARALLEL_KERNEL_END\n",
+     "k.krn:2: error: the line after GROUPSIZE must be empty: the translation for the GPU drops it"},
+    {"GranularityWithoutNumber", "CPU_GRANULARITY(many)\n",
+     "k.krn:1: error: CPU_GRANULARITY is not used in the form CPU_GRANULARITY(count)"},
+    {"ThresholdWithoutParentheses", "CPU_SINGLETHREADEDTHRESHOLD 5\n",
+     "k.krn:1: error: CPU_SINGLETHREADEDTHRESHOLD is not used in the form CPU_SINGLETHREADEDTHRESHOLD(count)"},
+    {"ScopeWithoutEnd", "FP_KERNEL(A, K)\n{\n\tCPU_SCOPE_START\n}\nFP_KERNEL_END\n",
+     "k.krn:3: error: CPU_SCOPE_START has no CPU_SCOPE_END"},
+    {"NamespaceBeforeCode", "namespace a {\nint b;\n}\n",
+     "k.krn:2: error: the line after a namespace must be its opening brace or empty: the translation for the GPU drops "
+     "it"},
+};
+
+class FrontStepErrorTest : public testing::TestWithParam<Refusal> {};
+
+TEST_P(FrontStepErrorTest, IsRefusedAtItsLine) {
+  EXPECT_THAT(GenerateKernelSource({.fileName = "k.krn"}, GetParam().text),
+              IsErrorWith(kIllegalArgumentError, GetParam().message));
+}
+
+INSTANTIATE_TEST_SUITE_P(Texts, FrontStepErrorTest, testing::ValuesIn(kRefusals),
+                         [](const auto& test) { return std::string(test.param.name); });
+
+TEST(FrontStepLimitsTest, HeadersWithoutEndAreRefused) {
+  KernelSourceOptions options{.fileName = "k.krn"};
+  int count = 0;
+  options.readHeader = [&count](const std::string&, const std::string&) -> std::optional<KernelHeader> {
+    return KernelHeader{std::string("h").append(std::to_string(count++)), "#include \"next.h\"\n"};
+  };
+  const auto result =
+      GenerateKernelSource(options, "#include \"first.h\"\n" + std::string("FP_KERNEL(A, K)\n{\n}\nFP_KERNEL_END\n"));
+  EXPECT_THAT(result, IsErrorWith(kIllegalArgumentError, "h999:1: error: more than 1000 headers are included"));
+}
+
+}  // namespace
+}  // namespace ostra::test

@@ -1,0 +1,141 @@
+// The front step against whole sources that it must make. With OSTRA_UPDATE_GOLDEN set in the environment the
+// sources are written instead; look at what changed before committing it.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "parallelprogram/kernelfront/kernel_source.h"
+#include "tests/support/result_matchers.h"
+
+namespace ostra::test {
+namespace {
+
+std::filesystem::path GetGoldenPath(const std::string& name) {
+  return std::filesystem::path(OSTRA_GOLDEN_FOLDER) / name;
+}
+
+std::string ReadGolden(const std::string& name) {
+  std::ifstream file(GetGoldenPath(name), std::ios::binary);
+  EXPECT_TRUE(file) << name;
+  return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
+std::string Generate(const KernelSourceOptions& options, const std::string& text) {
+  auto source = GenerateKernelSource(options, text);
+  EXPECT_THAT(source, IsOk());
+  return source ? std::string(source->GetView()) : std::string();
+}
+
+void ExpectGolden(const std::string& source, const std::string& name) {
+  if (std::getenv("OSTRA_UPDATE_GOLDEN")) {
+    std::ofstream(GetGoldenPath(name), std::ios::binary) << source;
+    GTEST_SKIP() << "wrote " << name;
+  }
+  EXPECT_EQ(source, ReadGolden(name));
+}
+
+TEST(FrontStepTest, DefineFormBecomesAClassWithItsHeaderPutIn) {
+  KernelSourceOptions options{.fileName = "define.krn", .classId = "net.example.define.krn"};
+  options.readHeader = [](const std::string& name, const std::string& file) -> std::optional<KernelHeader> {
+    if (file != "define.krn" || name != "define.h") return std::nullopt;
+    return KernelHeader{"folder/define.h", "#pragma once\ninline float Half(float x) { return x * 0.5; }\n"};
+  };
+  ExpectGolden(Generate(options, ReadGolden("define.krn")), "define.cpp");
+}
+
+TEST(FrontStepTest, StructFormBecomesAModuleAndFunctionsComeBeforeTheKernel) {
+  const KernelSourceOptions options{
+      .fileName = "struct.krn", .classId = "net.example.struct.krn", .templateArgument = "Vector32", .isModule = true};
+  ExpectGolden(Generate(options, ReadGolden("struct.krn")), "struct.cpp");
+}
+
+class FrontStepTextTest : public testing::Test {
+ protected:
+  static std::string Make(const std::string& text, const KernelSourceOptions& options = {}) {
+    return Generate(options, text);
+  }
+  // A kernel after the text.
+  static std::string WithKernel(std::string text) { return text.append(kKernel); }
+  static constexpr const char* kKernel = "OSTRA_PARALLEL_KERNEL(K, KERNELINPUTS)\n{\n}\nOSTRA_PARALLEL_KERNEL_END\n";
+};
+
+TEST_F(FrontStepTextTest, EveryLineKeepsItsNumber) {
+  const std::string text =
+      WithKernel("// one\n\n#define KERNELINPUTS \\\n(Float32) a\n\nGROUPSIZE(1, 2, 3)\n\n").append("// last\n");
+  const std::string source = Make(text, {.fileName = "lines.krn"});
+  const std::string mark = "#line 1 \"lines.krn\"\n";
+  ASSERT_NE(source.find(mark), std::string::npos);
+  const std::string rest = source.substr(source.find(mark) + mark.size());
+  auto lineOf = [](const std::string& where, const std::string& what) {
+    return std::count(where.begin(), where.begin() + static_cast<std::ptrdiff_t>(where.find(what)), '\n');
+  };
+  EXPECT_EQ(lineOf(rest, "OSTRA_KERNEL_CLASS"), lineOf(text, "OSTRA_PARALLEL_KERNEL"));
+  EXPECT_EQ(lineOf(rest, "// last"), lineOf(text, "// last"));
+  EXPECT_EQ(lineOf(rest, "ostraParameter_a"), lineOf(text, "(Float32)"));
+}
+
+TEST_F(FrontStepTextTest, FileNamesAreQuotedForTheCompiler) {
+  EXPECT_NE(Make(kKernel, {.fileName = "a \"b\"\\c\nd.krn"}).find("#line 1 \"a \\\"b\\\"\\\\c?d.krn\"\n"),
+            std::string::npos);
+}
+
+TEST_F(FrontStepTextTest, FloatingLiteralsAreFloat32ExceptWithSuffixOrInHexadecimal) {
+  const std::string source =
+      Make(WithKernel("float values[] = {1.0, .5, 2., 3e4, 5e-6f, 7, 0x1E, 1.0f, 0x1.8p3, \"1.0\"[0], v1.0};\n"));
+  EXPECT_NE(source.find("{1.0f, .5f, 2.f, 3e4f, 5e-6f, 7, 0x1E, 1.0f, 0x1.8p3, \"1.0\"[0], v1.0f}"), std::string::npos)
+      << source;
+}
+
+TEST_F(FrontStepTextTest, QualifiersOfParametersBecomeReferencesAndOtherWordsStay) {
+  const std::string source = Make(WithKernel(
+      "inline void F(inout Vec3<UInt32> a, in Float32 b, out Float32 c[4], INOUT T d)\n{\n\tG(out, inout);\n}\n"));
+  EXPECT_NE(source.find("void F( Vec3<UInt32> & a,  Float32 b,  Float32 (&c)[4],  T & d)"), std::string::npos)
+      << source;
+  EXPECT_NE(source.find("G(out, inout);"), std::string::npos);
+}
+
+TEST_F(FrontStepTextTest, WithoutDirectivesAndParametersNothingIsPutIn) {
+  const std::string source = Make(kKernel);
+  EXPECT_EQ(source.find("GROUPSIZE"), std::string::npos);
+  EXPECT_NE(source.find("struct OstraKernelParameters { template"), std::string::npos);
+  EXPECT_EQ(source.find("OSTRA_KERNEL_ENTRY"), std::string::npos);
+}
+
+TEST_F(FrontStepTextTest, HeadersThatIncludeEachOtherArePutInOnce) {
+  KernelSourceOptions options;
+  options.readHeader = [](const std::string& name, const std::string&) -> std::optional<KernelHeader> {
+    return KernelHeader{name, name == "a.h" ? "#include \"b.h\"\nint a;\n" : "#include \"a.h\"\nint b;\n"};
+  };
+  const std::string source = Make(WithKernel("#include \"a.h\"\n"), options);
+  EXPECT_EQ(source.find("int a;"), source.rfind("int a;"));
+  EXPECT_LT(source.find("int b;"), source.find("int a;"));
+}
+
+TEST_F(FrontStepTextTest, WhateverTheLinesEndWithTheKernelIsFound) {
+  std::string text;
+  for (const char c : WithKernel("#define KERNELINPUTS \\\n(Float32) a, \\\n(Block<Float32>) b\n\n")) {
+    if (c == '\n') text += '\r';
+    text += c;
+  }
+  const std::string source = Make(text);
+  EXPECT_NE(source.find("ParameterMember<Block<Float32>>::Type ostraParameter_b{};"), std::string::npos) << source;
+}
+
+TEST_F(FrontStepTextTest, TablesNameTheirClassesInOrder) {
+  auto table = GenerateKernelTable("my_app", {"net.example.b.krn", "net.example.a-1.krn"});
+  ASSERT_THAT(table, IsOk());
+  const std::string_view text = *table;
+  EXPECT_LT(text.find("{\"net.example.b.krn\", &Create_net_example_b_krn}"),
+            text.find("{\"net.example.a-1.krn\", &Create_net_example_a_x45_1_krn}"));
+  EXPECT_NE(text.find("ostra::KernelTable GetKernels_my_app()"), std::string::npos);
+  EXPECT_THAT(GenerateKernelTable("my app", {}), IsErrorOfKind(kIllegalArgumentError));
+  EXPECT_THAT(GenerateKernelTableHeader("1st"),
+              IsErrorWith(kIllegalArgumentError, "The name \"1st\" of a kernel table is no C++ identifier."));
+}
+
+}  // namespace
+}  // namespace ostra::test
