@@ -1,0 +1,84 @@
+// What must not compile as a kernel, and what the compiler says: for the author, its message is the interface. Runs the
+// front step and the compiler that built this test.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "parallelprogram/kernelfront/kernel_source.h"
+#include "tests/support/result_matchers.h"
+
+namespace ostra::test {
+namespace {
+
+struct Mistake {
+  const char* name;
+  const char* body;
+  const char* message;  // part of what the compiler says; empty: the body compiles
+  int line;             // of the body, which that message is about; 0: of a header of ours
+};
+
+const Mistake kMistakes[] = {
+    {"NoMistake", "\tUNIFORM_BUFFER(target)[0] = UNIFORM(factor) * UNIFORM_BUFFER(source)[0];\n", "", 0},
+    {"BareNameOfAParameter", "\n\tUNIFORM_BUFFER(target)[0] = factor;\n", "'factor' was not declared", 2},
+    {"BareNameOfABuffer", "\ttarget[0] = 1.0;\n", "'target' was not declared", 1},
+    {"ParameterThatIsNotThere", "\tUNIFORM_BUFFER(target)[0] = UNIFORM(width);\n", "ostraParameter_width", 1},
+    {"WritingAConstBuffer", "\tUNIFORM_BUFFER(source)[0] = 1.0;\n", "read-only", 1},
+    {"WritingAParameter", "\tUNIFORM(factor) = 1.0;\n", "read-only", 1},
+    {"OperatorOfMatrixAndVector", "\n\n\tvec4 v = UNIFORM(place) * vec4(1.0, 2.0, 3.0, 4.0);\n",
+     "no match for 'operator*'", 3},
+    {"GroupMemoryThatIsWritten", "\tGROUPSHAREDMEM(Float32, tile, 64)\n\ttile[0u] = 1.0;\n",
+     "invocations of a group cannot exchange", 0},
+    {"ValueOfKernelsThatCannotFail", "\tKERNEL_RETURN;\n", "return-statement with a value", 1},
+};
+
+std::string Compile(const std::string& body) {
+  auto text = String::Create(std::string("#define KERNELINPUTS \\\n(Float32) factor, \\\n(SquareMatrix4d32) place, \\\n"
+                                         "(const Block<Float32>) source, \\\n(Block<Float32>) target\n\n"
+                                         "OSTRA_PARALLEL_KERNEL(Tested, KERNELINPUTS)\n{\n")
+                                 .append(body)
+                                 .append("}\nOSTRA_PARALLEL_KERNEL_END\n"));
+  EXPECT_THAT(text, IsOk());
+  auto source = GenerateKernelSource({.fileName = "tested.krn", .classId = "tested.krn"}, *text);
+  EXPECT_THAT(source, IsOk());
+  const auto path = std::filesystem::temp_directory_path() / ("ostra_tested_" + std::to_string(getpid()) + ".cpp");
+  std::ofstream(path) << source->GetView();
+  const std::string command =
+      "LC_ALL=C " OSTRA_TEST_COMPILER " -std=c++20 -fsyntax-only -I" OSTRA_TEST_INCLUDES " " + path.string() + " 2>&1";
+  std::string output;
+  FILE* pipe = popen(command.c_str(), "r");
+  char buffer[4096];
+  while (pipe && std::fgets(buffer, sizeof(buffer), pipe)) output += buffer;
+  const int status = pipe ? pclose(pipe) : -1;
+  std::filesystem::remove(path);
+  EXPECT_EQ(status == 0, output.find("error:") == std::string::npos) << output;
+  return output;
+}
+
+class KernelCompileErrorTest : public testing::TestWithParam<Mistake> {};
+
+TEST_P(KernelCompileErrorTest, IsReportedAtItsLine) {
+  const Mistake& mistake = GetParam();
+  const std::string output = Compile(mistake.body);
+  if (!*mistake.message) {
+    EXPECT_EQ(output, "");
+    return;
+  }
+  const std::size_t error = output.find("error:");
+  ASSERT_NE(error, std::string::npos) << "It compiled.";
+  EXPECT_NE(output.find(mistake.message), std::string::npos) << output;
+  constexpr int kLinesBefore = 8;
+  if (mistake.line != 0) {
+    const std::string place = "tested.krn:" + std::to_string(kLinesBefore + mistake.line) + ":";
+    EXPECT_NE(output.find(place), std::string::npos) << place << " is not in\n" << output;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Mistakes, KernelCompileErrorTest, testing::ValuesIn(kMistakes),
+                         [](const auto& test) { return std::string(test.param.name); });
+
+}  // namespace
+}  // namespace ostra::test
