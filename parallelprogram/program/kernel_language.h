@@ -87,9 +87,9 @@ struct GroupMemory {
   };                                                                                                                \
   struct name##Body : parameters {                                                                                  \
     explicit name##Body(const parameters& values) : parameters(values) {}                                           \
-    static constexpr ::ostra::Bool kUsesLinearInvocation = usesLinearInvocation;                                    \
-    static constexpr ::ostra::Vec3<::ostra::UInt32> InWorkGroupSize{OstraGroupSize::kX, OstraGroupSize::kY,         \
-                                                                    OstraGroupSize::kZ};                            \
+    [[maybe_unused]] static constexpr ::ostra::Bool kUsesLinearInvocation = usesLinearInvocation;                   \
+    [[maybe_unused]] static constexpr ::ostra::Vec3<::ostra::UInt32> InWorkGroupSize{                               \
+        OstraGroupSize::kX, OstraGroupSize::kY, OstraGroupSize::kZ};                                                \
     OSTRA_KERNEL_INLINE result Run([[maybe_unused]] const ::ostra::Vec3<::ostra::UInt32>& InGlobalInvocationID,     \
                                    [[maybe_unused]] const ::ostra::Vec3<::ostra::UInt32>& InLocalInvocationID,      \
                                    [[maybe_unused]] const ::ostra::Vec3<::ostra::UInt32>& InWorkGroupID,            \

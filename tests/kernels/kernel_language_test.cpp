@@ -5,7 +5,8 @@
 
 namespace ostra::kernelclasses {
 Result<ClassRef> Create_by_hand();
-}
+Result<ClassRef> Create_by_hand_checked();
+}  // namespace ostra::kernelclasses
 
 namespace ostra::test {
 namespace {
@@ -179,6 +180,32 @@ TEST(KernelLanguageTest, AKernelIncludedByHandIsTheKernelThatTheFrontStepMakes) 
     EXPECT_EQ(runner->GetCounter("runs"), 45u);
   }
   EXPECT_EQ(byHand.GetState(), made.GetState());
+}
+
+TEST(KernelLanguageTest, AnIndexOutsideABufferStopsDebugBuildsAndNamesItsPlace) {
+  auto checked = kernelclasses::Create_by_hand_checked();
+  ASSERT_THAT(checked, IsOk());
+  KernelRunner runner(*checked);
+  runner.SetValue<UInt32>("offset", 1);
+  runner.SetBuffer("source", MakeNumbers(4, -1, 1));
+  runner.SetBuffer("target", std::vector<Float32>(4));
+  runner.SetCounter("runs", 0);
+  EXPECT_THAT(runner.Run({4, 1, 1}), IsOk());
+  EXPECT_DEATH(static_cast<void>(runner.Run({5, 1, 1}, Way::kOrdered)),
+               "net.ostra.test.byhand.krn:22: error: index 4 is outside the 4 elements of the buffer");
+}
+
+TEST(KernelLanguageTest, FastKernelsAreCloseToExactOnes) {
+  KernelRunner runner("net.ostra.test.fast.krn");
+  const auto source = MakeNumbers(100, -3, 3);
+  runner.SetBuffer("source", source);
+  runner.SetBuffer("target", std::vector<Float32>(100));
+  ASSERT_THAT(runner.Run({100, 1, 1}), IsOk());
+  const auto target = runner.GetBuffer<Float32>("target");
+  for (int i = 0; i < 100; ++i) {
+    const Float64 x = source[i], expected = std::exp(x) + std::pow(std::fabs(x), 1.5) * std::sin(x);
+    EXPECT_NEAR(target[i], expected, 2e-6 * (1 + std::fabs(expected))) << x;
+  }
 }
 
 }  // namespace
