@@ -179,7 +179,8 @@ TEST(ForwardingDataPtrTest, CopiesNamedValuesAndMovesTemporaries) {
 }
 
 TEST(ForwardingDataPtrTest, HandsOverAValueOnce) {
-  ForwardingDataPtr value(Int32(3));
+  Int32 number = 3;
+  ForwardingDataPtr value(std::move(number));
   EXPECT_EQ(*value.Take()->Get<Int32>(), 3);
   EXPECT_TRUE(value.Take()->IsEmpty());
 }

@@ -91,8 +91,12 @@ class Planner {
 
   Result<void> ChooseSize() {
     _plan.size = _options.size;
-    if (!_plan.size.IsKnown()) _plan.size = _picture;
+    // A kernel that is not told the width knows no rows: it gets its invocations in one line.
+    if (!_plan.size.IsKnown() && _picture.IsKnown())
+      _plan.size = _parameters.Find("width") ? _picture : Extents{_picture.GetCount(), 1, 1};
     if (!_plan.size.IsKnown()) _plan.size = {_longest, 1, 1};
+    const Bool hasPixelsOfPicture = _picture.IsKnown() && _picture.GetCount() == _plan.size.GetCount();
+    _plan.pictureSize = hasPixelsOfPicture ? _picture : _plan.size;
     if (!_plan.size.IsKnown()) return OSTRA_USAGE_ERROR("the size of the run is not known: give --size or an input");
     return OK;
   }

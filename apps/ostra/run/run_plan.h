@@ -31,7 +31,8 @@ struct PlannedCounter {
 };
 
 struct RunPlan {
-  Extents size;  // of the dispatch and of written pictures
+  Extents size;         // of the dispatch
+  Extents pictureSize;  // of written pictures
   std::vector<PlannedBuffer> buffers;
   std::vector<PlannedUniform> uniforms;
   std::vector<PlannedCounter> counters;
