@@ -21,11 +21,13 @@ namespace {
 constexpr const char* kRunSummary = "Run a kernel file on data from files";
 
 constexpr const char* kRunDetails =
-    "Without --size there is one invocation per pixel of the first picture, or per element of the longest input. "
-    "Buffers\n"
-    "that are only written start as zeros and have one element per invocation. The uniforms width and height are those "
-    "of\n"
-    "the picture unless they are set.\n"
+    "Without --size there is one invocation per pixel of the first picture, or per element of the longest input. A "
+    "kernel\n"
+    "with a uniform width gets those of a picture in rows, any other in one line. Buffers that are only written start "
+    "as\n"
+    "zeros and have one element per invocation. The uniforms width and height are those of the picture unless they "
+    "are\n"
+    "set.\n"
     "\n"
     "Files: .png and .exr (pictures, elements of 4 x float32), .npy, .csv, .raw; zeros:SIZE and ones:SIZE make "
     "elements.\n"

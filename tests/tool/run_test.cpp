@@ -113,6 +113,19 @@ TEST(RunTest, TheReportAsJsonNamesEverything) {
   EXPECT_EQ(LoadValues<Float32>(folder / "out.raw"), std::vector<Float32>(10, 4.0f));
 }
 
+TEST(RunTest, AKernelThatIsNotToldTheWidthGetsThePixelsOfAPictureInOneLine) {
+  const TemporaryFolder folder;
+  const Image picture = MakePicture(70, 5);
+  ASSERT_THAT(WriteImage(folder.MakeUrl("a.png"), picture), IsOk());
+  const ToolResult result = RunTool({"run", GetTestKernel("net.example.blend.krn"), "--in", "first=" + folder / "a.png",
+                                     "--in", "second=" + folder / "a.png", "--out", "result=" + folder / "out.png"});
+  ASSERT_EQ(result.exitStatus, 0) << result.errors;
+  const auto same = ReadImage(folder.MakeUrl("out.png"));
+  ASSERT_THAT(same, IsOk());
+  ASSERT_EQ(same->width, 70);
+  for (Int i = 0; i < picture.rgba.GetCount(); ++i) ASSERT_EQ(same->rgba[i], picture.rgba[i]) << i;
+}
+
 TEST(RunTest, TheSizeOfTheRunMayDifferFromThatOfThePictures) {
   const TemporaryFolder folder;
   ASSERT_THAT(WriteImage(folder.MakeUrl("a.png"), MakePicture(4, 4)), IsOk());

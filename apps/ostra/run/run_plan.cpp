@@ -95,9 +95,10 @@ class Planner {
     if (!_plan.size.IsKnown() && _picture.IsKnown())
       _plan.size = _parameters.Find("width") ? _picture : Extents{_picture.GetCount(), 1, 1};
     if (!_plan.size.IsKnown()) _plan.size = {_longest, 1, 1};
-    const Bool hasPixelsOfPicture = _picture.IsKnown() && _picture.GetCount() == _plan.size.GetCount();
-    _plan.pictureSize = hasPixelsOfPicture ? _picture : _plan.size;
     if (!_plan.size.IsKnown()) return OSTRA_USAGE_ERROR("the size of the run is not known: give --size or an input");
+    // One line of as many invocations as the picture has pixels makes a picture of the same sides.
+    const Bool isPictureInOneLine = _picture.IsKnown() && _plan.size == Extents{_picture.GetCount(), 1, 1};
+    _plan.pictureSize = isPictureInOneLine ? _picture : _plan.size;
     return OK;
   }
 
