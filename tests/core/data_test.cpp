@@ -148,6 +148,7 @@ TEST(DataTest, ValuesHaveATextForm) {
 TEST(DataTest, AValueThatCannotBeStoredIsLeftToTheCaller) {
   const auto token = std::make_shared<Int>(0);
   CountedValue value{token};
+  GetDataType<CountedValue>();  // registered before memory runs out
   {
     const FailingAllocation failure(1);
     EXPECT_THAT(Data::Create(std::move(value)), IsErrorOfKind(kOutOfMemoryError));
