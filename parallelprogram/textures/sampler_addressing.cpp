@@ -39,11 +39,29 @@ Bool ResolveNearest(Float32 coordinate, UInt32 extent, UInt32 mode, UInt32& inde
   return true;
 }
 
-void ResolveOutside(Float32 coordinate, UInt32 extent, UInt32 mode, AxisPair& pair) {
-  pair.weight = coordinate - std::floor(coordinate);
-  pair.borders = ResolveNearest(coordinate, extent, mode, pair.index[0]) ? 0 : 1;
-  pair.borders |= ResolveNearest(coordinate + 1.0f, extent, mode, pair.index[1]) ? 0 : 2;
+template <Int kDimensions>
+Borders FindNeighbours(const Float32* coordinates, const SamplingData& data, Neighbours& neighbours) {
+  const UInt32 flags = data._flags._bits;
+  Borders borders = {};
+  neighbours.first = neighbours.second = UInt4{};
+  neighbours.weight = Float4{};
+  for (Int i = 0; i < kDimensions; ++i) {
+    const UInt32 extent = data._dimensions[static_cast<int>(i)];
+    const Float32 position = ScaleCoordinate(coordinates[i], extent, flags) + -0.5f;
+    const UInt32 mode = GetWrapMode(flags, i);
+    neighbours.weight[i] = position - std::floor(position);
+    UInt32 first = 0, second = 0;
+    if (!ResolveNearest(position, extent, mode, first)) borders.axes[0] |= 1u << i;
+    if (!ResolveNearest(position + 1.0f, extent, mode, second)) borders.axes[1] |= 1u << i;
+    neighbours.first[i] = first;
+    neighbours.second[i] = second;
+  }
+  return borders;
 }
+
+template Borders FindNeighbours<1>(const Float32*, const SamplingData&, Neighbours&);
+template Borders FindNeighbours<2>(const Float32*, const SamplingData&, Neighbours&);
+template Borders FindNeighbours<3>(const Float32*, const SamplingData&, Neighbours&);
 
 Bool ResolveInteger(Int32 coordinate, UInt32 extent, UInt32 mode, UInt32& index) {
   switch (static_cast<TextureWrapMode>(mode)) {

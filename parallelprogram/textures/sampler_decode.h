@@ -7,17 +7,12 @@
 #include <algorithm>
 #include <cstring>
 
-#include "parallelprogram/textures/sampling_data.h"
+#include "parallelprogram/textures/sampler_addressing.h"
 
 namespace ostra::sampler {
 
-using Float4 = Float32 __attribute__((vector_size(16)));
-using Int4 = Int32 __attribute__((vector_size(16)));
-
 template <Int kChannels>
 using Value = std::conditional_t<kChannels == 1, Float32, Float4>;
-
-inline Float4 Broadcast(Float32 value) { return Float4{value, value, value, value}; }
 
 inline Float32 Lerp(Float32 a, Float32 b, Float32 weight) { return (b - a) * weight + a; }
 inline Float4 Lerp(Float4 a, Float4 b, Float32 weight) { return (b - a) * Broadcast(weight) + a; }
@@ -33,6 +28,12 @@ inline T Read(const Byte* bytes) {
   T value;
   std::memcpy(&value, bytes, sizeof(T));
   return value;
+}
+
+// Two floats of one place and two of another.
+inline Float4 LoadTwoPairs(const Byte* first, const Byte* second) {
+  using Pairs = Float64 __attribute__((vector_size(16)));  // only to move eight bytes at once
+  return reinterpret_cast<Float4>(Pairs{Read<Float64>(first), Read<Float64>(second)});
 }
 
 template <TextureFormat kFormat>
@@ -95,7 +96,7 @@ Float32 DecodeSrgb(Float32 value);
 struct SrgbTables {
   Float32 values[2][2][256];
 };
-extern SrgbTables g_srgbTables;
+[[gnu::visibility("hidden")]] extern SrgbTables g_srgbTables;  // read without a detour
 // Fills the tables; called before a function that reads them is handed out.
 void PrepareSrgbTables();
 
@@ -104,6 +105,8 @@ struct Decoder {
   using Element = typename ElementOf<kFormat>::Type;
   static constexpr Bool kIsFloat = std::is_same_v<Element, Float32>;
   static constexpr Bool kIsByte = sizeof(Element) == 1;
+  // Whether texels are values as they are.
+  static constexpr Bool kIsPlainFloat = kIsFloat && !kIsSrgb && kTexelChannels == 1;
   static constexpr Int kStride = kTexelChannels * static_cast<Int>(sizeof(Element));
 
   // One element.
@@ -131,9 +134,16 @@ struct Decoder {
     } else if constexpr (kCount == 4 && !kIsSrgb && sizeof(Element) < 4) {
       return LoadFour(texel);
     } else {
-      Float4 value{};
-      for (Int i = 0; i < kCount; ++i) value[i] = LoadElement(texel + i * static_cast<Int>(sizeof(Element)));
-      return value;
+      constexpr Int kSize = static_cast<Int>(sizeof(Element));
+      const auto load = [texel](Int i) { return LoadElement(texel + i * kSize); };
+      if constexpr (kCount == 1)
+        return Float4{load(0)};
+      else if constexpr (kCount == 2)
+        return Float4{load(0), load(1)};
+      else if constexpr (kCount == 3)
+        return Float4{load(0), load(1), load(2)};
+      else
+        return Float4{load(0), load(1), load(2), load(3)};
     }
   }
 

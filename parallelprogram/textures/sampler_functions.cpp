@@ -38,16 +38,6 @@ Float32 DecodeSrgb(Float32 value) {
 void PrepareSrgbTables() { [[maybe_unused]] static const Bool isFilled = FillSrgbTables(); }
 
 template <Int kDimensions>
-const Byte* FindNearest(const Float32* coordinates, UInt32 layer, const SamplingData& data, Int stride) {
-  UInt32 index[kDimensions];
-  for (Int i = 0; i < kDimensions; ++i) {
-    const UInt32 mode = GetWrapMode(data._flags._bits, i);
-    if (!ResolveNearest(coordinates[i], data._dimensions[static_cast<int>(i)], mode, index[i])) return nullptr;
-  }
-  return GetTexel(data, GetTexelNumber<kDimensions>(index, layer, data._dimensions), stride);
-}
-
-template <Int kDimensions>
 const Byte* FindOutside(const Int32* coordinates, UInt32 layer, const SamplingData& data, Int stride) {
   UInt32 index[kDimensions];
   for (Int i = 0; i < kDimensions; ++i) {
@@ -64,22 +54,25 @@ const Byte* FindOutside(const Int32* coordinates, UInt32 layer, const SamplingDa
 template <Int kDimensions>
 void SampleNearest(Float32* result, const Float32* coordinates, UInt32 layer, const SamplingData& data, Int stride,
                    DecodeFunction decode) {
-  const Byte* texel = FindNearest<kDimensions>(coordinates, layer, data, stride);
-  if (texel)
-    decode(result, texel);
-  else
+  const UInt32 flags = data._flags._bits;
+  UInt32 index[kDimensions];
+  for (Int i = 0; i < kDimensions; ++i) {
+    const UInt32 extent = data._dimensions[static_cast<int>(i)];
+    const Float32 position = ScaleCoordinate(coordinates[i], extent, flags);
+    if (ResolveNearest(position, extent, GetWrapMode(flags, i), index[i])) continue;
     std::memcpy(result, data._borderColor, sizeof(data._borderColor));
+    return;
+  }
+  decode(result, GetTexel(data, GetTexelNumber<kDimensions>(index, layer, data._dimensions), stride));
 }
 
 template <Int kDimensions>
-void BlendWithBorder(Float32* result, const Neighbours<kDimensions>& neighbours, UInt32 layer, const SamplingData& data,
-                     Int stride, DecodeFunction decode) {
+void BlendWithBorder(Float32* result, const Neighbours& neighbours, const Borders& borders, UInt32 layer,
+                     const SamplingData& data, Int stride, DecodeFunction decode) {
   const auto load = [&](UInt32 corner) {
-    for (Int i = 0; i < kDimensions; ++i) {
-      if (neighbours.axis[i].borders >> (corner >> i & 1) & 1) return GetBorder(data);
-    }
+    if ((corner & borders.axes[1]) != 0 || (~corner & borders.axes[0]) != 0) return GetBorder(data);
     Float32 value[4];
-    decode(value, GetTexel(data, neighbours.GetTexelNumber(corner, layer, data._dimensions), stride));
+    decode(value, GetTexel(data, neighbours.GetTexelNumber<kDimensions>(corner, layer, data._dimensions), stride));
     return Read<Float4>(reinterpret_cast<const Byte*>(value));
   };
   const Float4 value = Blend<kDimensions>(neighbours, load);
@@ -87,11 +80,10 @@ void BlendWithBorder(Float32* result, const Neighbours<kDimensions>& neighbours,
 }
 
 #define OSTRA_SAMPLER_INSTANTIATE(dimensions)                                                                          \
-  template const Byte* FindNearest<dimensions>(const Float32*, UInt32, const SamplingData&, Int);                      \
   template const Byte* FindOutside<dimensions>(const Int32*, UInt32, const SamplingData&, Int);                        \
   template void SampleNearest<dimensions>(Float32*, const Float32*, UInt32, const SamplingData&, Int, DecodeFunction); \
-  template void BlendWithBorder<dimensions>(Float32*, const Neighbours<dimensions>&, UInt32, const SamplingData&, Int, \
-                                            DecodeFunction)
+  template void BlendWithBorder<dimensions>(Float32*, const Neighbours&, const Borders&, UInt32, const SamplingData&,  \
+                                            Int, DecodeFunction)
 OSTRA_SAMPLER_INSTANTIATE(1);
 OSTRA_SAMPLER_INSTANTIATE(2);
 OSTRA_SAMPLER_INSTANTIATE(3);

@@ -6,53 +6,33 @@
 
 namespace ostra::sampler {
 
-// The neighbours of a coordinate along all axes.
-template <Int kDimensions>
-struct Neighbours {
-  AxisPair axis[kDimensions];
-
-  // The number of the neighbour that is the second one along the axes whose bit is set.
-  UInt32 GetTexelNumber(UInt32 corner, UInt32 layer, const Vec3<UInt32>& extent) const {
-    UInt32 index[kDimensions];
-    for (Int i = 0; i < kDimensions; ++i) index[i] = axis[i].index[corner >> i & 1];
-    return sampler::GetTexelNumber<kDimensions>(index, layer, extent);
-  }
-};
-
 // Blends the corners along x, then y, then z. `load` gives the value of a corner.
 template <Int kDimensions, class Load>
-inline auto Blend(const Neighbours<kDimensions>& neighbours, const Load& load) {
-  const auto along = [&](UInt32 corner) { return Lerp(load(corner), load(corner + 1), neighbours.axis[0].weight); };
+inline auto Blend(const Neighbours& neighbours, const Load& load) {
+  const auto along = [&](UInt32 corner) { return Lerp(load(corner), load(corner + 1), neighbours.weight[0]); };
   if constexpr (kDimensions == 1) {
     return along(0);
   } else {
-    const auto plane = [&](UInt32 corner) { return Lerp(along(corner), along(corner + 2), neighbours.axis[1].weight); };
+    const auto plane = [&](UInt32 corner) { return Lerp(along(corner), along(corner + 2), neighbours.weight[1]); };
     if constexpr (kDimensions == 2)
       return plane(0);
     else
-      return Lerp(plane(0), plane(4), neighbours.axis[2].weight);
+      return Lerp(plane(0), plane(4), neighbours.weight[2]);
   }
 }
 
 // Volumes of one channel: the four pairs along x are blended at once.
-template <class Load>
-inline Float32 BlendVolume(const Neighbours<3>& neighbours, const Load& load) {
-  const Float4 first{load(0), load(2), load(4), load(6)};
-  const Float4 second{load(1), load(3), load(5), load(7)};
-  const Float4 rows = Lerp(first, second, neighbours.axis[0].weight);
-  const Float32 front = Lerp(rows[0], rows[1], neighbours.axis[1].weight);
-  const Float32 back = Lerp(rows[2], rows[3], neighbours.axis[1].weight);
-  return Lerp(front, back, neighbours.axis[2].weight);
+inline Float32 BlendVolume(const Neighbours& neighbours, Float4 first, Float4 second) {
+  const Float4 rows = Lerp(first, second, neighbours.weight[0]);
+  const Float32 front = Lerp(rows[0], rows[1], neighbours.weight[1]);
+  const Float32 back = Lerp(rows[2], rows[3], neighbours.weight[1]);
+  return Lerp(front, back, neighbours.weight[2]);
 }
-
-// The texel that the coordinates (in texels) point into; null for the border.
-template <Int kDimensions>
-const Byte* FindNearest(const Float32* coordinates, UInt32 layer, const SamplingData& data, Int stride);
 
 // Like Blend with decoded texels, where some neighbours are the border colour. Writes four floats.
 template <Int kDimensions>
-void BlendWithBorder(Float32* result, const Neighbours<kDimensions>& neighbours, UInt32 layer, const SamplingData& data,
-                     Int stride, DecodeFunction decode);
+void BlendWithBorder(Float32* result, const Neighbours& neighbours, const Borders& borders, UInt32 layer,
+                     const SamplingData& data, Int stride, DecodeFunction decode);
 
 // The texel at integer coordinates of which some are outside; null for the border.
 template <Int kDimensions>
@@ -106,38 +86,56 @@ template <Int kDimensions>
 void SampleNearest(Float32* result, const Float32* coordinates, UInt32 layer, const SamplingData& data, Int stride,
                    DecodeFunction decode);
 
+// Blends the texels around a place that are all inside the texture (or repeated into it).
+template <Int kDimensions, Int kOutputs, class TexelDecoder>
+[[gnu::always_inline]] inline Value<kOutputs> BlendTexels(const Neighbours& neighbours, UInt32 layer,
+                                                          const SamplingData& data) {
+  const auto getTexel = [&](UInt32 corner) {
+    return GetTexel(data, neighbours.GetTexelNumber<kDimensions>(corner, layer, data._dimensions),
+                    TexelDecoder::kStride);
+  };
+  const auto load = [&](UInt32 corner) { return TexelDecoder::template Load<kOutputs>(getTexel(corner)); };
+  if constexpr (kDimensions == 3 && kOutputs == 1) {
+    if constexpr (TexelDecoder::kIsPlainFloat) {
+      if (neighbours.second[0] == neighbours.first[0] + 1) [[likely]] {
+        // Both neighbours along x lie side by side.
+        const Float4 front = LoadTwoPairs(getTexel(0), getTexel(2)), back = LoadTwoPairs(getTexel(4), getTexel(6));
+        return BlendVolume(neighbours, __builtin_shufflevector(front, back, 0, 2, 4, 6),
+                           __builtin_shufflevector(front, back, 1, 3, 5, 7));
+      }
+    }
+    return BlendVolume(neighbours, Float4{load(0), load(2), load(4), load(6)},
+                       Float4{load(1), load(3), load(5), load(7)});
+  } else {
+    return Blend<kDimensions>(neighbours, load);
+  }
+}
+
 template <Int kDimensions, Int kOutputs, class TexelDecoder>
 void* Sample(void* result, const Float32* coordinates, UInt32 layer, const SamplingData* data) {
   const UInt32 flags = data->_flags._bits;
-  const Vec3<UInt32> extent = data->_dimensions;
-  Float32 position[kDimensions];
-  for (Int i = 0; i < kDimensions; ++i) position[i] = coordinates[i];
-  if (flags >= PackedTextureFlags::kNormalizedCoordinates) {
-    for (Int i = 0; i < kDimensions; ++i) position[i] *= static_cast<Float32>(extent[static_cast<int>(i)]);
+  // Extents from 2^31 on become negative here, so that nothing is inside and the general way is taken.
+  const UInt4 size = LoadLanes<kDimensions, UInt4>(&data->_dimensions.x);
+  const Float4 extent = __builtin_convertvector(reinterpret_cast<Int4>(size), Float4);
+  Float4 position = LoadLanes<kDimensions, Float4>(coordinates);
+  if (flags >= PackedTextureFlags::kNormalizedCoordinates) position = position * extent;
+  const Bool isLinear = (flags & PackedTextureFlags::kFilterMask) == PackedTextureFlags::kLinearFilter;
+  Neighbours neighbours;
+  if (!isLinear || !FindNeighboursInside<kDimensions>(position + Broadcast(-0.5f), extent, neighbours)) [[unlikely]] {
+    Float32 shared[4];
+    if (!isLinear) {
+      SampleNearest<kDimensions>(shared, coordinates, layer, *data, TexelDecoder::kStride, &TexelDecoder::Decode);
+      return std::memcpy(result, shared, kOutputs * sizeof(Float32));
+    }
+    Neighbours found;
+    const Borders borders = FindNeighbours<kDimensions>(coordinates, *data, found);
+    if ((borders.axes[0] | borders.axes[1]) != 0) {
+      BlendWithBorder<kDimensions>(shared, found, borders, layer, *data, TexelDecoder::kStride, &TexelDecoder::Decode);
+      return std::memcpy(result, shared, kOutputs * sizeof(Float32));
+    }
+    neighbours = found;
   }
-  Float32 shared[4];
-  if ((flags & PackedTextureFlags::kFilterMask) != PackedTextureFlags::kLinearFilter) [[unlikely]] {
-    SampleNearest<kDimensions>(shared, position, layer, *data, TexelDecoder::kStride, &TexelDecoder::Decode);
-    return std::memcpy(result, shared, kOutputs * sizeof(Float32));
-  }
-  Neighbours<kDimensions> neighbours;
-  UInt32 borders = 0;
-  for (Int i = 0; i < kDimensions; ++i) {
-    ResolveAxis(position[i] + -0.5f, extent[static_cast<int>(i)], GetWrapMode(flags, i), neighbours.axis[i]);
-    borders |= neighbours.axis[i].borders;
-  }
-  if (borders != 0) [[unlikely]] {
-    BlendWithBorder<kDimensions>(shared, neighbours, layer, *data, TexelDecoder::kStride, &TexelDecoder::Decode);
-    return std::memcpy(result, shared, kOutputs * sizeof(Float32));
-  }
-  const auto load = [&](UInt32 corner) {
-    const UInt32 number = neighbours.GetTexelNumber(corner, layer, extent);
-    return TexelDecoder::template Load<kOutputs>(GetTexel(*data, number, TexelDecoder::kStride));
-  };
-  if constexpr (kDimensions == 3 && kOutputs == 1)
-    Store<1>(result, BlendVolume(neighbours, load));
-  else
-    Store<kOutputs>(result, Blend<kDimensions>(neighbours, load));
+  Store<kOutputs>(result, BlendTexels<kDimensions, kOutputs, TexelDecoder>(neighbours, layer, *data));
   return result;
 }
 

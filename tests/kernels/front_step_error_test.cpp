@@ -48,6 +48,10 @@ const Refusal kRefusals[] = {
      "k.krn:4: error: the parameters were declared before, in line 1"},
     {"GraphicsParameter", "#define KERNELINPUTS \\\n(attribute Vector32) a\n\n",
      "k.krn:2: error: \"attribute\" parameters belong to graphics shaders"},
+    {"TextureWithoutSampler", "#define KERNELINPUTS \\\n(const TextureSampler_2D_RG_F32_POINT) a\n\n",
+     "k.krn:2: error: kernels on the CPU have no texture type \"TextureSampler_2D_RG_F32_POINT\"; there are "
+     "TextureSampler_<d>D_<kind> with 1, 2 or 3 for <d> and R_U8_POINT, R_F32_POINT, R_F32_LINEAR, RG_F32_LINEAR, "
+     "RGB_F32_LINEAR or RGBA_F32_LINEAR for <kind>"},
     {"MemberWithoutName", "struct KernelInput\n{\n\tFloat32;\n};\n",
      "k.krn:3: error: this member of KernelInput is not conforming to 'type name;'"},
     {"StructWithoutEnd", "struct KernelInput\n{\n\tFloat32 a;\n",
