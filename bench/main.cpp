@@ -23,8 +23,17 @@ struct Workload {
 };
 
 constexpr Workload kWorkloads[] = {
-    {"saxpy", &bench::RunSaxpy}, {"blur5", &bench::RunBlur5},       {"mandelbrot", &bench::RunMandelbrot},
-    {"nbody", &bench::RunNBody}, {"dispatch", &bench::RunDispatch},
+    {"saxpy", &bench::RunSaxpy},
+    {"blur5", &bench::RunBlur5},
+    {"mandelbrot", &bench::RunMandelbrot},
+    {"nbody", &bench::RunNBody},
+    {"dispatch", &bench::RunDispatch},
+    {"tex2d_rgba32f_coherent", &bench::RunTextures},
+    {"tex2d_rgba32f_random", &bench::RunTextures},
+    {"tex3d_r32f_coherent", &bench::RunTextures},
+    {"tex3d_r32f_random", &bench::RunTextures},
+    {"tex2d_srgb8_coherent", &bench::RunTextures},
+    {"tex2d_srgb8_random", &bench::RunTextures},
 };
 
 ostra::Result<void> EnterKernels(ostra::ModuleDescriptor& module) {
@@ -89,6 +98,7 @@ int main(int argc, char** argv) {
     }
   }
   if (!name || options.runs < 1) return Usage();
+  options.workload = name;
   for (const Workload& workload : kWorkloads) {
     if (std::strcmp(workload.name, name) == 0) return Run(workload, options);
   }

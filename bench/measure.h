@@ -15,6 +15,7 @@
 namespace bench {
 
 struct Options {
+  std::string workload;
   int runs = 7;
   // Only contestants whose name is listed; all when empty.
   std::vector<std::string> peers;

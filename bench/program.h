@@ -6,6 +6,7 @@
 
 #include "ostra/core/data.h"
 #include "parallelprogram/program/parallel_program.h"
+#include "parallelprogram/textures/sampling_data.h"
 
 namespace bench {
 
@@ -38,6 +39,15 @@ class Program {
     Need(_program->StoreUniformBufferData(Name(name), std::move(elements)));
     Need(_program->SetBufferToActiveKernelSameId(Name(name)));
     return static_cast<T*>(GetBuffer(name));
+  }
+  // A texture, linked to the parameter of its name. Its texels are copied.
+  void AddTexture(const char* name, ostra::TextureBindData data) {
+    Need(_program->StoreTextureBindData(Name(name), data, false));
+    Need(_program->SetTextureToActiveKernelSameId(Name(name)));
+  }
+  // A sampler that the program did not make; it has to outlive the program.
+  void AddSampler(const char* name, ostra::TextureSamplerDataHelper* sampler) {
+    Need(_program->SetKernelTextureLink(Name(name), Need(ostra::Data::Create(sampler))));
   }
   // Hands everything to the kernel; before the first Dispatch.
   void Prepare() { Need(_program->UpdateUniforms()); }

@@ -11,5 +11,7 @@ bool RunBlur5(const Options& options);
 bool RunMandelbrot(const Options& options);
 bool RunNBody(const Options& options);
 bool RunDispatch(const Options& options);
+// All tex2d_ and tex3d_ workloads.
+bool RunTextures(const Options& options);
 
 }  // namespace bench
