@@ -1,7 +1,7 @@
 // The fetch functions that give a byte, and the errors of all selections.
 #include "parallelprogram/textures/sampler_selectors.h"
 
-OSTRA_UNIT("texture_sampling_family");
+OSTRA_UNIT("texture_sampling_structs");
 
 OSTRA_BYTE_FETCH_FUNCTIONS(1)
 OSTRA_BYTE_FETCH_FUNCTIONS(2)

@@ -4,7 +4,7 @@
 #include "parallelprogram/textures/sampler_family.h"
 #include "parallelprogram/textures/texture_records.h"
 
-OSTRA_UNIT("texture_sampling_factory");
+OSTRA_UNIT("parallelprogram_cpu_impl");
 
 namespace ostra {
 namespace {
