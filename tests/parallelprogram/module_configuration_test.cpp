@@ -44,7 +44,7 @@ TEST(ModuleConfigurationTest, The257thVariableIsNotOfferedToTheHost) {
   ASSERT_THAT(host, IsOk());
   ASSERT_THAT(host->RegisterApplication(g_ostra, {.takesPartInConfiguration = false}), IsOk());
   static Bool variables[253] = {};
-  static char names[253][8];
+  static char names[253][16];
   for (int i = 0; i < 253; ++i) {
     std::snprintf(names[i], sizeof(names[i]), "g_%d", i);
     EXPECT_TRUE(RegisterConfiguration(names[i], variables[i], true, ConfigKind::Bool, String()));
