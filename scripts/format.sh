@@ -1,6 +1,7 @@
 #!/bin/sh
 # scripts/format.sh [--check]: formats all C++ files, or only says which ones are not formatted.
-# Kernel files and the text of the noises are other languages' sources too and keep their own form.
+# Kernel files, their headers and the text of the noises are other languages' sources too and keep their own form; so does
+# the C++ that is made of kernel files.
 set -eu
 
 cd "$(dirname "$0")/.."
@@ -12,4 +13,4 @@ case ${1:-} in
 esac
 # shellcheck disable=SC2086  # several options
 find ostra parallelprogram apps kernels tests bench fuzz \( -name '*.h' -o -name '*.cpp' \) \
-  -not -path 'ostra/render/noise/*' -print0 | xargs -0 "$formatter" $options
+  -not -path 'ostra/render/noise/*' -not -path 'tests/kernels/golden/*' -not -path 'tests/kernels/files/*' -print0 | xargs -0 "$formatter" $options

@@ -87,8 +87,7 @@ class Array {
   explicit Array(StrongRef<ArrayInterface> reference) : _reference(std::move(reference)) {}
 
   // An array of the given values. Error: out of memory.
-  static Result<Array> Create(std::initializer_list<T> values)
-    requires(!std::is_same_v<T, Generic>);
+  static Result<Array> Create(std::initializer_list<T> values) requires(!std::is_same_v<T, Generic>);
 
   const StrongRef<ArrayInterface>& GetReference() const { return _reference; }
   Bool IsPopulated() const { return static_cast<Bool>(_reference); }
@@ -133,9 +132,7 @@ OSTRA_API Result<Array<Generic>> NewBaseArray(DataType type, Block<const Generic
 OSTRA_API Result<Array<Generic>> NewBaseArray(GenericBaseArray&& elements);
 
 template <class T>
-Result<Array<T>> Array<T>::Create(std::initializer_list<T> values)
-  requires(!std::is_same_v<T, Generic>)
-{
+Result<Array<T>> Array<T>::Create(std::initializer_list<T> values) requires(!std::is_same_v<T, Generic>) {
   OSTRA_ASSIGN_OR_RETURN(BaseArray<T> elements, BaseArray<T>::Create(values));
   OSTRA_ASSIGN_OR_RETURN(Array<Generic> array, NewBaseArray(GenericBaseArray(std::move(elements))));
   return Array<T>(array.GetReference());

@@ -40,8 +40,10 @@ class Block {
 
  private:
   static constexpr Int DefaultStride() {
-    if constexpr (std::is_same_v<std::remove_const_t<T>, Generic>) return 0;
-    else return static_cast<Int>(sizeof(T));
+    if constexpr (std::is_same_v<std::remove_const_t<T>, Generic>)
+      return 0;
+    else
+      return static_cast<Int>(sizeof(T));
   }
   T* _first = nullptr;
   Int _count = 0;
@@ -106,7 +108,8 @@ class BaseArray {
   // Changes the number of elements, keeping the first ones; new ones are value-initialised. Errors: out of memory;
   // illegal argument for a negative count. On error the array is unchanged.
   Result<void> Resize(Int count) {
-    if (count < 0) return Error::Make(kIllegalArgumentError, "An array cannot have a negative count.", "basearray", __LINE__);
+    if (count < 0)
+      return Error::Make(kIllegalArgumentError, "An array cannot have a negative count.", "basearray", __LINE__);
     OSTRA_RETURN_IF_ERROR(Reserve(count));
     while (_count > count) _first[--_count].~T();
     while (_count < count) ::new (static_cast<void*>(_first + _count++)) T();

@@ -130,8 +130,9 @@ void* ForwardingDataPtr::Release() {
 
 Result<Data> ForwardingDataPtr::Take() {
   if (IsEmpty()) return Data();
-  auto data = _data ? Result<Data>(*_data)
-                    : _isMovable ? Data::CreateMoved(_type, _value) : Data::CreateCopy(_type, _value);
+  auto data = _data        ? Result<Data>(*_data)
+              : _isMovable ? Data::CreateMoved(_type, _value)
+                           : Data::CreateCopy(_type, _value);
   if (data) Release();
   return data;
 }

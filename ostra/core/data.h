@@ -30,7 +30,8 @@ class OSTRA_API Data {
     using Value = std::remove_cvref_t<T>;
     if constexpr (std::is_lvalue_reference_v<T> || std::is_const_v<std::remove_reference_t<T>>)
       return CreateCopy(GetDataType<Value>(), &value);
-    else return CreateMoved(GetDataType<Value>(), &value);
+    else
+      return CreateMoved(GetDataType<Value>(), &value);
   }
   static Result<Data> CreateCopy(DataType type, const void* value);
   static Result<Data> CreateMoved(DataType type, void* value);
@@ -84,8 +85,8 @@ class OSTRA_API ForwardingDataPtr {
   // A temporary or std::move(value) is moved from when the value is taken; a named value is copied. The value must
   // outlive the call that it is passed to.
   template <class T>
-    requires(!std::is_same_v<std::remove_cvref_t<T>, ForwardingDataPtr> && !std::is_same_v<std::remove_cvref_t<T>, Data>)
-  ForwardingDataPtr(T&& value)  // NOLINT(google-explicit-constructor): values are handed over as they are
+  requires(!std::is_same_v<std::remove_cvref_t<T>, ForwardingDataPtr> && !std::is_same_v<std::remove_cvref_t<T>, Data>)
+      ForwardingDataPtr(T&& value)  // NOLINT(google-explicit-constructor): values are handed over as they are
       : _type(GetDataType<std::remove_cvref_t<T>>()),
         _value(const_cast<std::remove_cvref_t<T>*>(&value)),
         _isMovable(!std::is_lvalue_reference_v<T> && !std::is_const_v<std::remove_reference_t<T>>) {}

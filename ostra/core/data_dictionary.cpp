@@ -103,7 +103,9 @@ Result<void> DataDictionary::EraseData(InternedId key) {
 
 Int DataDictionary::GetCount() const { return _table ? _table->index.GetCount() : 0; }
 DataDictionary::Iterator DataDictionary::begin() const { return Iterator(_table ? _table->nodes.GetFirst() : nullptr); }
-const DataDictionary::Entry& DataDictionary::Iterator::operator*() const { return static_cast<const Node*>(_node)->entry; }
+const DataDictionary::Entry& DataDictionary::Iterator::operator*() const {
+  return static_cast<const Node*>(_node)->entry;
+}
 
 DataDictionary::Iterator& DataDictionary::Iterator::operator++() {
   _node = static_cast<const Node*>(_node)->GetNext();

@@ -51,8 +51,8 @@ struct DataTypeOperations {
 struct DataTypeDescription {
   Id id;
   String name;
-  Int size = 0;       // bytes
-  Int alignment = 1;  // bytes
+  Int size = 0;          // bytes
+  Int alignment = 1;     // bytes
   Bool isPlain = false;  // copied and destroyed by copying bytes
   Id parametricType;     // empty for types that are made from no other
   Int elementCount = 1;  // elements of a vector, columns of a matrix
@@ -107,9 +107,11 @@ class OSTRA_API DataType {
   // Whether `matches` holds for an operation of a registered type: finds out who still needs a module's code.
   template <class Matches>
   static Bool AnyOperation(const Matches& matches) {
-    return AnyOperation([](const void* context, const void* operation) -> Bool {
-      return (*static_cast<const Matches*>(context))(operation);
-    }, &matches);
+    return AnyOperation(
+        [](const void* context, const void* operation) -> Bool {
+          return (*static_cast<const Matches*>(context))(operation);
+        },
+        &matches);
   }
   static Bool AnyOperation(Bool (*matches)(const void* context, const void* operation), const void* context);
 
@@ -191,7 +193,9 @@ struct DataTypeOf<T*> {
 
 template <class T>
 struct DataTypeOf<Block<T>> {
-  static DataType Make() { return MakeParametric<Block<T>>(kBlockParametricType, GetDataType<std::remove_const_t<T>>()); }
+  static DataType Make() {
+    return MakeParametric<Block<T>>(kBlockParametricType, GetDataType<std::remove_const_t<T>>());
+  }
 };
 
 template <class T>
@@ -202,13 +206,13 @@ struct DataTypeOf<BaseArray<T>> {
 }  // namespace ostra
 
 // Gives a C++ type a DataType under an ID. At global scope, in one place that every user of the type includes.
-#define OSTRA_DATATYPE(Type, idText, nameText)                                                            \
-  template <>                                                                                             \
-  struct ostra::DataTypeOf<Type> {                                                                        \
-    static ::ostra::DataType Make() {                                                                     \
-      using namespace ::ostra::literals;                                                                  \
-      return ::ostra::DataType::FindOrRegister(::ostra::DescribeType<Type>(idText##_id, nameText##_s));   \
-    }                                                                                                     \
+#define OSTRA_DATATYPE(Type, idText, nameText)                                                          \
+  template <>                                                                                           \
+  struct ostra::DataTypeOf<Type> {                                                                      \
+    static ::ostra::DataType Make() {                                                                   \
+      using namespace ::ostra::literals;                                                                \
+      return ::ostra::DataType::FindOrRegister(::ostra::DescribeType<Type>(idText##_id, nameText##_s)); \
+    }                                                                                                   \
   }
 
 #include "ostra/core/data_type_operations.h"

@@ -37,7 +37,7 @@ void Destruct(void* target, Int stride, Int count) {
 template <class T>
 Result<void> Copy(void* target, Int targetStride, const void* source, Int sourceStride, Int count) {
   for (Int i = 0; i < count; ++i) {
-    if constexpr (requires(T& to, const T& from) { to.CopyFrom(from); }) {
+    if constexpr (requires(T & to, const T& from) { to.CopyFrom(from); }) {
       OSTRA_RETURN_IF_ERROR(At<T>(target, targetStride, i).CopyFrom(At<T>(source, sourceStride, i)));
     } else {
       At<T>(target, targetStride, i) = At<T>(source, sourceStride, i);
@@ -67,8 +67,10 @@ inline UInt64 HashFloat(Float64 value) { return MixHash(std::bit_cast<UInt64>(va
 template <class T>
 UInt64 Hash(const void* value) {
   if constexpr (std::is_arithmetic_v<T>) {
-    if constexpr (std::is_floating_point_v<T>) return HashFloat(At<T>(value, 0, 0));
-    else return MixHash(static_cast<UInt64>(At<T>(value, 0, 0)));
+    if constexpr (std::is_floating_point_v<T>)
+      return HashFloat(At<T>(value, 0, 0));
+    else
+      return MixHash(static_cast<UInt64>(At<T>(value, 0, 0)));
   } else {
     return At<T>(value, 0, 0).GetHashCode();
   }
@@ -76,8 +78,10 @@ UInt64 Hash(const void* value) {
 
 template <class T>
 void UniqueHash(const void* value, UniqueHashStream& stream) {
-  if constexpr (std::is_trivially_copyable_v<T>) stream.Write(value, static_cast<Int>(sizeof(T)));
-  else stream.Write(Hash<T>(value));
+  if constexpr (std::is_trivially_copyable_v<T>)
+    stream.Write(value, static_cast<Int>(sizeof(T)));
+  else
+    stream.Write(Hash<T>(value));
 }
 
 template <class T>
@@ -92,7 +96,7 @@ constexpr DataTypeOperations MakeOperations() {
   DataTypeOperations result;
   if constexpr (std::is_default_constructible_v<T>) result.construct = &operations::Construct<T>;
   result.destruct = &operations::Destruct<T>;
-  if constexpr (std::is_copy_assignable_v<T> || requires(T& to, const T& from) { to.CopyFrom(from); })
+  if constexpr (std::is_copy_assignable_v<T> || requires(T & to, const T& from) { to.CopyFrom(from); })
     result.copy = &operations::Copy<T>;
   if constexpr (std::is_move_assignable_v<T>) result.move = &operations::Move<T>;
   constexpr Bool hashable = std::is_arithmetic_v<T> || requires(const T& value) {

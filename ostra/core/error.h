@@ -64,10 +64,10 @@ class OSTRA_API Error {
 }  // namespace ostra
 
 // Names the unit that errors of this file are raised in.
-#define OSTRA_UNIT(name)                                \
-  namespace {                                           \
+#define OSTRA_UNIT(name)                                    \
+  namespace {                                               \
   [[maybe_unused]] constexpr const char* kOstraUnit = name; \
-  }                                                     \
+  }                                                         \
   static_assert(true)
 
 #define OSTRA_OUT_OF_MEMORY() ::ostra::Error::MakeOutOfMemory(kOstraUnit, __LINE__)

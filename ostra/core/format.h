@@ -19,26 +19,29 @@ namespace ostra {
 class OSTRA_API FormatArgument {
  public:
   template <class T>
-    requires std::integral<T>
-  FormatArgument(T value) {  // NOLINT(google-explicit-constructor)
-    if constexpr (std::is_same_v<T, bool>) _text = value ? "true" : "false";
-    else if constexpr (std::is_same_v<T, char>) SetCharacter(value);
-    else if constexpr (std::is_signed_v<T>) SetInteger(static_cast<Int64>(value));
-    else SetUnsigned(static_cast<UInt64>(value));
+  requires std::integral<T> FormatArgument(T value) {  // NOLINT(google-explicit-constructor)
+    if constexpr (std::is_same_v<T, bool>)
+      _text = value ? "true" : "false";
+    else if constexpr (std::is_same_v<T, char>)
+      SetCharacter(value);
+    else if constexpr (std::is_signed_v<T>)
+      SetInteger(static_cast<Int64>(value));
+    else
+      SetUnsigned(static_cast<UInt64>(value));
   }
-  FormatArgument(Float64 value) { SetFloat(value); }                                    // NOLINT
-  FormatArgument(std::string_view text) : _text(text) {}                                // NOLINT
+  FormatArgument(Float64 value) { SetFloat(value); }                                      // NOLINT
+  FormatArgument(std::string_view text) : _text(text) {}                                  // NOLINT
   FormatArgument(const char* text) : _text(text ? std::string_view(text) : "nullptr") {}  // NOLINT
-  FormatArgument(const Error& error) : _text(error.GetMessage()) {}                     // NOLINT
-  FormatArgument(std::nullptr_t) : _text("nullptr") {}                                  // NOLINT
+  FormatArgument(const Error& error) : _text(error.GetMessage()) {}                       // NOLINT
+  FormatArgument(std::nullptr_t) : _text("nullptr") {}                                    // NOLINT
   template <class T>
-    requires requires(const T& value) {
-      { value.GetView() } -> std::convertible_to<std::string_view>;
-    }
+  requires requires(const T& value) {
+    { value.GetView() } -> std::convertible_to<std::string_view>;
+  }
   FormatArgument(const T& value) : _text(value.GetView()) {}  // NOLINT(google-explicit-constructor)
   template <class T>
-    requires(!std::is_same_v<std::remove_const_t<T>, char>)
-  FormatArgument(T* pointer) {  // NOLINT(google-explicit-constructor)
+  requires(!std::is_same_v<std::remove_const_t<T>, char>)
+      FormatArgument(T* pointer) {  // NOLINT(google-explicit-constructor)
     SetPointer(reinterpret_cast<const void*>(pointer));
   }
 
@@ -78,23 +81,24 @@ Error MakeError(const Id& kind, const char* unit, Int32 line, std::string_view p
 
 }  // namespace ostra
 
-#define OSTRA_ILLEGAL_ARGUMENT(...) ::ostra::MakeError(::ostra::kIllegalArgumentError, kOstraUnit, __LINE__, __VA_ARGS__)
+#define OSTRA_ILLEGAL_ARGUMENT(...) \
+  ::ostra::MakeError(::ostra::kIllegalArgumentError, kOstraUnit, __LINE__, __VA_ARGS__)
 #define OSTRA_ILLEGAL_STATE(...) ::ostra::MakeError(::ostra::kIllegalStateError, kOstraUnit, __LINE__, __VA_ARGS__)
 #define OSTRA_NOT_IMPLEMENTED(...) ::ostra::MakeError(::ostra::kNotImplementedError, kOstraUnit, __LINE__, __VA_ARGS__)
 
 // Return an error that quotes the C++ expression when it does not hold.
-#define OSTRA_CHECK_ARGUMENT(condition)                                                                  \
-  do {                                                                                                   \
-    if (!(condition)) [[unlikely]]                                                                       \
-      return OSTRA_ILLEGAL_ARGUMENT("Illegal argument: Condition @ not fulfilled.", #condition);         \
+#define OSTRA_CHECK_ARGUMENT(condition)                                                          \
+  do {                                                                                           \
+    if (!(condition)) [[unlikely]]                                                               \
+      return OSTRA_ILLEGAL_ARGUMENT("Illegal argument: Condition @ not fulfilled.", #condition); \
   } while (false)
-#define OSTRA_CHECK_STATE(condition)                                                                     \
-  do {                                                                                                   \
-    if (!(condition)) [[unlikely]]                                                                       \
-      return OSTRA_ILLEGAL_STATE("Illegal state: Condition @ not fulfilled.", #condition);               \
+#define OSTRA_CHECK_STATE(condition)                                                       \
+  do {                                                                                     \
+    if (!(condition)) [[unlikely]]                                                         \
+      return OSTRA_ILLEGAL_STATE("Illegal state: Condition @ not fulfilled.", #condition); \
   } while (false)
-#define OSTRA_CHECK_STATE_EXPLAINED(condition, explanation)                                              \
-  do {                                                                                                   \
-    if (!(condition)) [[unlikely]]                                                                       \
+#define OSTRA_CHECK_STATE_EXPLAINED(condition, explanation)                                               \
+  do {                                                                                                    \
+    if (!(condition)) [[unlikely]]                                                                        \
       return OSTRA_ILLEGAL_STATE("Illegal state: Condition @ not fulfilled. @", #condition, explanation); \
   } while (false)

@@ -20,8 +20,10 @@ namespace ostra {
 struct HashOf {
   template <class Key>
   std::size_t operator()(const Key& key) const {
-    if constexpr (requires { key.GetHashCode(); }) return static_cast<std::size_t>(key.GetHashCode());
-    else return static_cast<std::size_t>(MixHash(static_cast<UInt64>(key)));
+    if constexpr (requires { key.GetHashCode(); })
+      return static_cast<std::size_t>(key.GetHashCode());
+    else
+      return static_cast<std::size_t>(MixHash(static_cast<UInt64>(key)));
   }
 };
 
@@ -60,7 +62,8 @@ class HashMap {
 
   // Prepares for `buckets` entries. Errors: out of memory; illegal argument for a negative count.
   Result<void> Resize(Int buckets) {
-    if (buckets < 0) return Error::Make(kIllegalArgumentError, "A table cannot have a negative count.", "hashmap", __LINE__);
+    if (buckets < 0)
+      return Error::Make(kIllegalArgumentError, "A table cannot have a negative count.", "hashmap", __LINE__);
     try {
       _table.reserve(static_cast<std::size_t>(buckets));
       return OK;

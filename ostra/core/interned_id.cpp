@@ -75,7 +75,8 @@ Result<InternedId> InternedId::Create(std::string_view pattern, Int number) {
 
 InternedId InternedId::FromLiteral(std::string_view text) {
   if (text.empty()) return InternedId();
-  const Node* node = InternTable::Get().FindOrAdd(text, [](Int bytes) { return std::malloc(static_cast<std::size_t>(bytes)); });
+  const Node* node =
+      InternTable::Get().FindOrAdd(text, [](Int bytes) { return std::malloc(static_cast<std::size_t>(bytes)); });
   if (!node) {
     std::fputs("There is no memory for the names of the program.\n", stderr);
     std::abort();

@@ -50,21 +50,25 @@ class [[nodiscard]] Result {
 
  public:
   Result(Error error) noexcept : _error(std::move(error)) {}  // NOLINT(google-explicit-constructor)
+  // clang-format off: the formatter takes the constraints for parts of the constructors
   template <class Source>
-    requires(IS_REFERENCE && std::is_convertible_v<Source&, T> && !std::is_same_v<std::remove_cvref_t<Source>, Result> &&
-             !std::is_same_v<std::remove_cvref_t<Source>, Error>)
+    requires(IS_REFERENCE && std::is_convertible_v<Source&, T> &&
+             !std::is_same_v<std::remove_cvref_t<Source>, Result> && !std::is_same_v<std::remove_cvref_t<Source>, Error>)
   Result(Source& value) noexcept : _value(&value) {}  // NOLINT(google-explicit-constructor)
   template <class Source = T>
-    requires(!IS_REFERENCE && std::is_convertible_v<Source &&, T> &&
+    requires(!IS_REFERENCE && std::is_convertible_v<Source&&, T> &&
              !std::is_same_v<std::remove_cvref_t<Source>, Result> && !std::is_same_v<std::remove_cvref_t<Source>, Error>)
   Result(Source&& value) : _value(std::forward<Source>(value)) {}  // NOLINT(google-explicit-constructor)
+  // clang-format on
 
   Result(const Result& other) : _error(other._error), _moved(other._moved) {
     if (other.IsOk()) ::new (&_value) Value(other._value);
   }
   Result(Result&& other) noexcept : _error(std::move(other._error)), _moved(other._moved) {
-    if (IsOk()) ::new (&_value) Value(std::move(other._value));
-    else other._moved = true;
+    if (IsOk())
+      ::new (&_value) Value(std::move(other._value));
+    else
+      other._moved = true;
   }
   Result& operator=(const Result&) = delete;
   Result& operator=(Result&& other) noexcept {
@@ -86,18 +90,24 @@ class [[nodiscard]] Result {
   // The value. Only for a successful result: anything else ends the process.
   Reference GetValue() & {
     Check();
-    if constexpr (IS_REFERENCE) return static_cast<T>(*_value);
-    else return _value;
+    if constexpr (IS_REFERENCE)
+      return static_cast<T>(*_value);
+    else
+      return _value;
   }
   ConstReference GetValue() const& {
     Check();
-    if constexpr (IS_REFERENCE) return static_cast<T>(*_value);
-    else return _value;
+    if constexpr (IS_REFERENCE)
+      return static_cast<T>(*_value);
+    else
+      return _value;
   }
   T GetValue() && {
     Check();
-    if constexpr (IS_REFERENCE) return static_cast<T>(*_value);
-    else return std::move(_value);
+    if constexpr (IS_REFERENCE)
+      return static_cast<T>(*_value);
+    else
+      return std::move(_value);
   }
   Reference operator*() & { return GetValue(); }
   ConstReference operator*() const& { return GetValue(); }
@@ -107,7 +117,8 @@ class [[nodiscard]] Result {
 
  private:
   void Check() const {
-    if (!IsOk()) [[unlikely]] FailValueAccess(_error);
+    if (!IsOk()) [[unlikely]]
+      FailValueAccess(_error);
   }
 
   Error _error{static_cast<ErrorRecord*>(nullptr)};
@@ -123,16 +134,17 @@ class [[nodiscard]] Result {
 #define OSTRA_CONCAT(a, b) OSTRA_CONCAT_INNER(a, b)
 
 // Evaluates a Result expression; on failure returns its error from the enclosing function.
-#define OSTRA_RETURN_IF_ERROR(...)                                             \
-  do {                                                                         \
-    if (auto ostraResult = (__VA_ARGS__); !ostraResult.IsOk()) [[unlikely]]    \
-      return ostraResult.TakeError();                                          \
+#define OSTRA_RETURN_IF_ERROR(...)                                          \
+  do {                                                                      \
+    if (auto ostraResult = (__VA_ARGS__); !ostraResult.IsOk()) [[unlikely]] \
+      return ostraResult.TakeError();                                       \
   } while (false)
 
 // OSTRA_ASSIGN_OR_RETURN(Int count, Count(text)): binds the value of a Result, or returns its error.
 #define OSTRA_ASSIGN_OR_RETURN(target, ...) \
   OSTRA_ASSIGN_OR_RETURN_INNER(OSTRA_CONCAT(ostraResult, __LINE__), target, __VA_ARGS__)
-#define OSTRA_ASSIGN_OR_RETURN_INNER(result, target, ...)      \
-  auto result = (__VA_ARGS__);                                 \
-  if (!result.IsOk()) [[unlikely]] return result.TakeError();  \
+#define OSTRA_ASSIGN_OR_RETURN_INNER(result, target, ...) \
+  auto result = (__VA_ARGS__);                            \
+  if (!result.IsOk()) [[unlikely]]                        \
+    return result.TakeError();                            \
   target = std::move(result).GetValue()

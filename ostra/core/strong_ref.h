@@ -30,8 +30,8 @@ class StrongRef {
   StrongRef(const StrongRef& other) : StrongRef(other._object) {}
   StrongRef(StrongRef&& other) noexcept : _object(std::exchange(other._object, nullptr)) {}
   template <class Derived>
-    requires std::is_convertible_v<Derived*, T*>
-  StrongRef(const StrongRef<Derived>& other) : StrongRef(static_cast<T*>(other.GetPointer())) {}  // NOLINT
+  requires std::is_convertible_v<Derived*, T*> StrongRef(const StrongRef<Derived>& other)
+      : StrongRef(static_cast<T*>(other.GetPointer())) {}  // NOLINT
   ~StrongRef() {
     if (_object) _object->Release();
   }

@@ -53,7 +53,7 @@ Result<void> MonitorStop(std::string_view path) {
   const std::scoped_lock lock(g_controlMutex);
   if (!g_monitorRecording.exchange(0, std::memory_order_relaxed)) return OSTRA_ILLEGAL_STATE("No recording runs.");
   TraceFile file;
-  const Result<void> opened = file.Open(path);
+  Result<void> opened = file.Open(path);
   EventBuffers::TakeAll(opened ? &file : nullptr);
   if (!opened) return opened;
   const Int lostCount = EventBuffers::TakeLostCount();

@@ -73,7 +73,8 @@ Result<ClassRegistry&> ClassRegistry::Find(const Id& registryId) {
   RegistryTable& table = RegistryTable::Get();
   const std::scoped_lock lock(table.mutex);
   ClassRegistry* const* registry = table.registries.Find(registryId);
-  if (!registry || (*registry)->_declarations == 0) return OSTRA_ILLEGAL_ARGUMENT("There is no registry \"@\".", registryId);
+  if (!registry || (*registry)->_declarations == 0)
+    return OSTRA_ILLEGAL_ARGUMENT("There is no registry \"@\".", registryId);
   return **registry;
 }
 

@@ -61,7 +61,9 @@ class Component : public Interfaces... {
     return found;
   }
   const Class& GetClass() const final { return *_class; }
-  Result<void> CopyFrom(const ObjectInterface&) override { return MakeCopyNotImplementedError(Derived::kComponentName); }
+  Result<void> CopyFrom(const ObjectInterface&) override {
+    return MakeCopyNotImplementedError(Derived::kComponentName);
+  }
 
   // Called once by the class that makes the object.
   void SetClass(const Class& objectClass) { _class = &objectClass; }

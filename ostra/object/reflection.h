@@ -5,7 +5,8 @@
 //
 //   inline const auto kCounterMethods = std::array{
 //       DescribeMethod<&CounterInterface::Next>("Next", {}),
-//       DescribeMethod<static_cast<Result<void> (CounterInterface::*)(Int)>(&CounterInterface::Add)>("Add", {"amount"}),
+//       DescribeMethod<static_cast<Result<void> (CounterInterface::*)(Int)>(&CounterInterface::Add)>("Add",
+//       {"amount"}),
 //   };
 //   OSTRA_RETURN_IF_ERROR(Reflection::Register(CounterInterface::kInterfaceId, "CounterInterface", kCounterMethods));
 //
@@ -61,7 +62,9 @@ MethodDescription Describe(const char* name, const std::array<const char*, sizeo
   method.name = name;
   method.resultType = GetTypeName<R>();
   std::size_t index = 0;
-  static_cast<void>(((method.parameterNames[index] = names[index], method.parameterTypes[index] = GetTypeName<Parameters>(), ++index), ...));
+  static_cast<void>(
+      ((method.parameterNames[index] = names[index], method.parameterTypes[index] = GetTypeName<Parameters>(), ++index),
+       ...));
   method.parameterCount = static_cast<Int>(index);
   return method;
 }
@@ -72,20 +75,25 @@ template <class R, class C, class... Parameters>
 struct MemberTraits<R (C::*)(Parameters...)> {
   using Names = std::array<const char*, sizeof...(Parameters)>;
   static constexpr Bool IS_CONST = false;
-  static MethodDescription Make(const char* name, const Names& names) { return Describe<R, Parameters...>(name, names); }
+  static MethodDescription Make(const char* name, const Names& names) {
+    return Describe<R, Parameters...>(name, names);
+  }
 };
 template <class R, class C, class... Parameters>
 struct MemberTraits<R (C::*)(Parameters...) const> {
   using Names = std::array<const char*, sizeof...(Parameters)>;
   static constexpr Bool IS_CONST = true;
-  static MethodDescription Make(const char* name, const Names& names) { return Describe<R, Parameters...>(name, names); }
+  static MethodDescription Make(const char* name, const Names& names) {
+    return Describe<R, Parameters...>(name, names);
+  }
 };
 
 }  // namespace reflection
 
 // The description of a virtual method; `names` has one name per parameter.
 template <auto member>
-MethodDescription DescribeMethod(const char* name, const typename reflection::MemberTraits<decltype(member)>::Names& names) {
+MethodDescription DescribeMethod(const char* name,
+                                 const typename reflection::MemberTraits<decltype(member)>::Names& names) {
   using Traits = reflection::MemberTraits<decltype(member)>;
   MethodDescription method = Traits::Make(name, names);
   method.isConst = Traits::IS_CONST;
@@ -114,7 +122,8 @@ using InterfaceRecordRef = StrongRef<const InterfaceRecord>;
 
 namespace Reflection {
 // Errors: illegal argument when the interface already has a record; out of memory.
-OSTRA_API Result<void> Register(const Id& interfaceId, std::string_view name, std::span<const MethodDescription> methods);
+OSTRA_API Result<void> Register(const Id& interfaceId, std::string_view name,
+                                std::span<const MethodDescription> methods);
 OSTRA_API Bool Erase(const Id& interfaceId);
 // Error: illegal argument when there is no record.
 OSTRA_API Result<InterfaceRecordRef> Find(const Id& interfaceId);

@@ -40,8 +40,7 @@ Result<Data> ReadRange(const BufferSlot& slot, Int offset, Int count) {
   OSTRA_ASSIGN_OR_RETURN(Array<Generic> part, NewBaseArray(elementType));
   OSTRA_RETURN_IF_ERROR(part.Resize(count));
   if (count > 0) {
-    OSTRA_RETURN_IF_ERROR(
-        elementType.Copy(GetBytes(part), GetBytes(slot) + offset * elementType.GetSize(), count));
+    OSTRA_RETURN_IF_ERROR(elementType.Copy(GetBytes(part), GetBytes(slot) + offset * elementType.GetSize(), count));
   }
   return Data::CreateMoved(arrayType, &part);
 }
@@ -98,8 +97,7 @@ Result<void> ParallelProgramCPUImpl::StoreUniformBufferData(const InternedId& at
   // The caller names another type for the same bytes.
   const Bool isSameLayout =
       dataType.IsPopulated() && dataType.GetSize() == own.GetSize() && dataType.IsPlain() && own.IsPlain();
-  if (!isSameLayout)
-    return OSTRA_ILLEGAL_ARGUMENT("Values of type \"@\" cannot be stored as \"@\".", own, dataType);
+  if (!isSameLayout) return OSTRA_ILLEGAL_ARGUMENT("Values of type \"@\" cannot be stored as \"@\".", own, dataType);
   const Block<Generic> block = elements.GetBlock();
   OSTRA_ASSIGN_OR_RETURN(Array<Generic> copy,
                          NewBaseArray(dataType, {block.GetFirst(), block.GetCount(), block.GetStride()}));
@@ -134,13 +132,12 @@ Result<void> ParallelProgramCPUImpl::CopyBufferData(const InternedId& sourceAttr
   const DataType type = source->GetElementType();
   if (type != target->GetElementType()) return OSTRA_ILLEGAL_ARGUMENT("Buffers have mismatching data types");
   if (count < 1) return OK;
-  return type.Copy(GetBytes(*target) + targetOffset * type.GetSize(),
-                   GetBytes(*source) + sourceOffset * type.GetSize(), count);
+  return type.Copy(GetBytes(*target) + targetOffset * type.GetSize(), GetBytes(*source) + sourceOffset * type.GetSize(),
+                   count);
 }
 
 Result<void> ParallelProgramCPUImpl::CopyBufferDataBytes(const InternedId& sourceAttr, const InternedId& targetAttr,
-                                                         Int bytesCount, Int sourceBytesOffset,
-                                                         Int targetBytesOffset) {
+                                                         Int bytesCount, Int sourceBytesOffset, Int targetBytesOffset) {
   const BufferSlot* source = FindBuffer(_buffers, sourceAttr);
   if (!source) return OSTRA_ILLEGAL_ARGUMENT("source buffer could not be found");
   const BufferSlot* target = FindBuffer(_buffers, targetAttr);

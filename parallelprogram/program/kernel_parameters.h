@@ -41,7 +41,7 @@ struct ParameterMember<BaseArray<T>> : ParameterMember<Block<T>> {};
 template <class T>
 struct ParameterMember<const BaseArray<T>> : ParameterMember<const Block<T>> {};
 template <class T>
-  requires std::is_base_of_v<TextureSamplerDataHelper, T>
+requires std::is_base_of_v<TextureSamplerDataHelper, T>
 struct ParameterMember<T> {
   using Type = KernelTexture<T>;
 };

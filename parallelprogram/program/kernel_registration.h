@@ -37,6 +37,7 @@ inline Result<void> RegisterKernels(ModuleDescriptor& module, KernelTable kernel
   static constexpr ModuleEntry kUnits[] = {                                                                    \
       {"kernel", [](ModuleDescriptor& module) -> Result<void> { return RegisterKernels(module, kEntries); }}}; \
   }                                                                                                            \
-  OSTRA_MODULE_DESCRIPTOR = {.id = classId##_id, .version = "1",                                             \
+  OSTRA_MODULE_DESCRIPTOR = {.id = classId##_id,                                                               \
+                             .version = "1",                                                                   \
                              .requiredFrameworks = ostra::kernelclasses::kNeeds,                               \
                              .units = ostra::kernelclasses::kUnits};

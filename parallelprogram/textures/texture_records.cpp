@@ -1,28 +1,12 @@
 #include "parallelprogram/textures/texture_records.h"
 
-#ifdef __linux__
-#include <sys/mman.h>
-#endif
-
-#include <cstdint>
-
 #include "ostra/core/format.h"
+#include "ostra/core/large_pages.h"
 
 OSTRA_UNIT("texture_sampling_structs");
 
 namespace ostra {
 namespace {
-
-// Large pages keep random lookups in large textures from missing the address cache. Only a hint: it may do nothing.
-void AdviseLargePages([[maybe_unused]] Byte* memory, [[maybe_unused]] Int size) {
-#ifdef __linux__
-  constexpr std::uintptr_t kPage = std::uintptr_t{1} << 21;
-  const auto address = reinterpret_cast<std::uintptr_t>(memory);
-  const std::uintptr_t first = (address + kPage - 1) & ~(kPage - 1);
-  const std::uintptr_t end = (address + static_cast<std::uintptr_t>(size)) & ~(kPage - 1);
-  if (first < end) madvise(reinterpret_cast<void*>(first), end - first, MADV_HUGEPAGE);
-#endif
-}
 
 UInt32 GetLowByte(TextureWrapMode mode) { return static_cast<UInt32>(mode) & 0xFF; }
 

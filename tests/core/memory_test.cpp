@@ -4,6 +4,7 @@
 
 #include <cstdint>
 
+#include "ostra/core/large_pages.h"
 #include "tests/support/fault_injection.h"
 
 namespace ostra {
@@ -71,6 +72,17 @@ TEST(MemoryTest, ObjectsAreConstructedAndDestroyed) {
   const FailingAllocation failure(1);
   EXPECT_EQ(NewObj<Counter>(alive), nullptr);
   EXPECT_EQ(alive, 0);
+}
+
+TEST(MemoryTest, TheHintForLargePagesKeepsTheContentsOfAreasOfAnySize) {
+  for (const Int size : {0, 100, 9 << 20}) {
+    auto* bytes = static_cast<Byte*>(AllocMem(size));
+    ASSERT_NE(bytes, nullptr);
+    for (Int i = 0; i < size; ++i) bytes[i] = static_cast<Byte>(i * 7);
+    AdviseLargePages(bytes, size);
+    for (Int i = 0; i < size; ++i) ASSERT_EQ(bytes[i], static_cast<Byte>(i * 7)) << i;
+    FreeMem(bytes);
+  }
 }
 
 TEST(MemoryTest, StandardContainersOverTheHostAllocatorRefuseSizesThatOverflow) {

@@ -29,7 +29,8 @@ static Result<Int> CountWrongValues(UInt32 count) {
   OSTRA_ASSIGN_OR_RETURN(const Data result, program->GetGlobalBufferData("values"_iid));
   OSTRA_ASSIGN_OR_RETURN(const Array<Generic>& numbers, result.Get<Array<Generic>>());
   Int wrong = numbers.GetCount() == count ? 0 : 1;
-  for (Int i = 0; i < numbers.GetCount(); ++i) wrong += numbers.operator[]<Float32>(i) != 1 + 2 * static_cast<Float32>(i);
+  for (Int i = 0; i < numbers.GetCount(); ++i)
+    wrong += numbers.operator[]<Float32>(i) != 1 + 2 * static_cast<Float32>(i);
   return wrong;
 }
 
@@ -42,7 +43,9 @@ static Result<Int> Run(UInt32 count) {
 
 int main(int argc, char** argv) {
   const auto wrong = Run(argc > 1 ? static_cast<UInt32>(std::atoi(argv[1])) : 100);
-  if (!wrong) std::fprintf(stderr, "%s\n", wrong.GetError().GetMessage().GetView().data());
-  else std::printf("%lld wrong values\n", static_cast<long long>(*wrong));
+  if (!wrong)
+    std::fprintf(stderr, "%s\n", wrong.GetError().GetMessage().GetView().data());
+  else
+    std::printf("%lld wrong values\n", static_cast<long long>(*wrong));
   return wrong && *wrong == 0 ? 0 : 1;
 }
