@@ -50,7 +50,8 @@ class [[nodiscard]] Result {
 
  public:
   Result(Error error) noexcept : _error(std::move(error)) {}  // NOLINT(google-explicit-constructor)
-  // clang-format off: the formatter takes the constraints for parts of the constructors
+  // The formatter takes constraints for parts of the constructors.
+  // clang-format off
   template <class Source>
     requires(IS_REFERENCE && std::is_convertible_v<Source&, T> &&
              !std::is_same_v<std::remove_cvref_t<Source>, Result> && !std::is_same_v<std::remove_cvref_t<Source>, Error>)
