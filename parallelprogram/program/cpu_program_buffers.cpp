@@ -2,19 +2,12 @@
 #include "ostra/core/format.h"
 #include "parallelprogram/program/buffer_source.h"
 #include "parallelprogram/program/cpu_program_impl.h"
+#include "parallelprogram/program/range_check.h"
 
 OSTRA_UNIT("parallelprogram_cpu_impl");
 
 namespace ostra {
 namespace {
-
-// True when `count` elements from `offset` on lie within `total`. A range of no elements reads nothing, so only its
-// end is looked at.
-Bool IsWithin(Int total, Int offset, Int count) {
-  if (count > 0 && offset < 0) return false;
-  Int end = 0;
-  return !__builtin_add_overflow(offset, count, &end) && end <= total;
-}
 
 Int GetByteSize(const BufferSlot& slot) { return slot.GetCount() * slot.GetElementType().GetSize(); }
 

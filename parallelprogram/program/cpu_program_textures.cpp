@@ -1,6 +1,7 @@
 // Textures of the CPU program: sampler objects with a copy of the texels, and links of kernels to them.
 #include "ostra/core/format.h"
 #include "parallelprogram/program/cpu_program_impl.h"
+#include "parallelprogram/program/range_check.h"
 
 OSTRA_UNIT("parallelprogram_cpu_impl");
 
@@ -11,13 +12,6 @@ TextureSamplerDataHelper* FindSampler(const DataDictionary& table, const Interne
   const Data* data = table.FindData(attr);
   TextureSamplerDataHelper* const* sampler = data ? data->GetIf<TextureSamplerDataHelper*>() : nullptr;
   return sampler ? *sampler : nullptr;
-}
-
-// True when `count` bytes from `offset` on lie within `size` bytes. Of no bytes only the end is looked at.
-Bool IsWithin(Int size, Int offset, Int count) {
-  if (count > 0 && offset < 0) return false;
-  Int end = 0;
-  return !__builtin_add_overflow(offset, count, &end) && end <= size;
 }
 
 // Takes every link to `sampler` out of `links`, whatever its name.
