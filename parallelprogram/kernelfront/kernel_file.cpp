@@ -4,6 +4,7 @@
 #include <charconv>
 
 #include "parallelprogram/kernelfront/failure.h"
+#include "parallelprogram/kernelfront/guard.h"
 #include "parallelprogram/kernelfront/parameters.h"
 #include "parallelprogram/kernelfront/rewrite.h"
 
@@ -70,6 +71,7 @@ std::string KernelFile::Generate() {
          "the file has no kernel: OSTRA_PARALLEL_KERNEL(Name, KERNELINPUTS) is missing");
   if (!_braces.empty()) Stop(tokens.back().line, "a brace that is opened outside of the kernel is not closed");
   _text.Replace(_kernel.begin, _kernel.bodyBegin, MakeClassHead());
+  if (_kernel.closeBrace != 0) _text.Replace(At(_kernel.closeBrace + 1).begin, _kernel.end, MakeClassEnd());
   return MakeHead() + MakeBody() + MakeTail();
 }
 
@@ -263,7 +265,8 @@ std::size_t KernelFile::ReadMacroKernel(std::size_t i) {
          hasEnd ? "the kernel's braces do not match" : Join({"the kernel has no end: ", endWord, " is missing"}));
   }
   _kernel.bodyBegin = At(body - 1).end;
-  _text.Replace(At(after).begin, At(after).end, "};");
+  _kernel.openBrace = body;
+  _kernel.closeBrace = after - 1;
   _kernel.end = At(after).end;
   _kernel.endLine = At(after).line;
   return after + 1;
@@ -292,6 +295,16 @@ std::string KernelFile::MakeClassHead() const {
   const std::string parameters(kParameterStruct);
   return Join({"OSTRA_KERNEL_CLASS(", _kernel.name, ", ", _usesNoise ? "WithNoise<" + parameters + ">" : parameters,
                ", ", _usesLinearInvocation ? "true" : "false", ", ", _kernel.result, ")"});
+}
+
+// The end of the class of a macro kernel. Its loops are split at the bound of its guard, which is known to hold in the
+// first part (kernel_loops.h).
+std::string KernelFile::MakeClassEnd() {
+  const auto guard = FindGuard(_text, _kernel.openBrace, _kernel.closeBrace, _usesLinearInvocation);
+  if (!guard) return "};";
+  _text.Insert(At(guard->first).begin, guard->isOpposite ? "(!OSTRA_IS_INSIDE && " : "(OSTRA_IS_INSIDE || ");
+  _text.Insert(At(guard->last).end, ")");
+  return Join({"OSTRA_KERNEL_BOUND(", guard->bound, ") };"});
 }
 
 std::string KernelFile::MakeHead() const {

@@ -23,6 +23,7 @@ class KernelFile {
   // The kernel: the place of its text from the head of its definition to the end, and what it needs to be a class.
   struct Kernel {
     std::size_t begin = 0, bodyBegin = 0, end = 0;
+    std::size_t openBrace = 0, closeBrace = 0;  // tokens of the body in a macro kernel
     int line = 0, endLine = 0;
     std::string name, result = "void";
   };
@@ -48,6 +49,7 @@ class KernelFile {
                           const std::vector<std::string>& includingHeaders);
   std::string MakeHeader(const KernelHeader& header, std::vector<std::string> includingHeaders);
   std::string MakeClassHead() const;
+  std::string MakeClassEnd();
   std::string MakeHead() const;
   std::string MakeBody() const;
   std::string MakeTail() const;

@@ -2,20 +2,20 @@
 #include "ostra/core/format.h"
 #include "parallelprogram/program/cpu_program.h"
 #include "parallelprogram/program/cpu_program_impl.h"
+#include "parallelprogram/program/noise_modes.h"
 
 OSTRA_UNIT("parallelprogram_cpu_impl");
 
 namespace ostra {
 namespace {
 
-constexpr Int kNoiseCount = 128;
 constexpr Int64 kAssumedMemory = Int64{1} << 40;  // bytes; the CPU program has no budget of its own
 
 // Adds the names made from `pattern` with 0 to 127. On error the array is as before.
 Result<void> AppendNumberedNames(BaseArray<InternedId>& names, std::string_view pattern) {
-  OSTRA_RETURN_IF_ERROR(names.Reserve(names.GetCount() + kNoiseCount));
+  OSTRA_RETURN_IF_ERROR(names.Reserve(names.GetCount() + kMaxNoises));
   BaseArray<InternedId> added;
-  for (Int i = 0; i < kNoiseCount; ++i) {
+  for (Int i = 0; i < kMaxNoises; ++i) {
     OSTRA_ASSIGN_OR_RETURN(InternedId name, InternedId::Create(pattern, i));
     OSTRA_RETURN_IF_ERROR(added.Append(name));
   }

@@ -1,51 +1,15 @@
 // Noises of the CPU program: the uniforms "noiseMode_@" and "noiseSeed_@" become noise objects of the host, and the
 // kernel gets them as its parameter "noiseData".
 #include <algorithm>
-#include <iterator>
 
 #include "ostra/core/format.h"
 #include "parallelprogram/program/cpu_program_impl.h"
+#include "parallelprogram/program/noise_modes.h"
 
 OSTRA_UNIT("parallelprogram_cpu_impl");
 
 namespace ostra {
 namespace {
-
-constexpr Int kMaxNoises = 128;
-
-// By mode. Modes 1 and 2 have no class of their own.
-constexpr Id kNoiseClasses[] = {
-    kPerlinNoise,
-    kTurbulenceNoise,
-    kTurbulenceNoise,
-    kGaseousNoise,
-    kElectricNoise,
-    kBoxNoise,
-    kBlisteredTurbulenceNoise,
-    kDisplacedTurbulenceNoise,
-    kBuyaNoise,
-    kCranalNoise,
-    kDentsNoise,
-    kHamaNoise,
-    kLukaNoise,
-    kModNoise,
-    kNakiNoise,
-    kNutousNoise,
-    kOberNoise,
-    kPezoNoise,
-    kPoxoNoise,
-    kSemaNoise,
-    kStuplNoise,
-    kVlNoise,
-    kWavyTurbulenceNoise,
-    kZadaNoise,
-    kCellNoise,
-};
-
-const Id& GetNoiseClass(Int32 mode) {
-  const auto index = static_cast<UInt32>(mode);
-  return index < std::size(kNoiseClasses) ? kNoiseClasses[index] : kTurbulenceNoise;
-}
 
 // The host may have no noises at all; only kernels that ask for one notice.
 Result<RenderNoiseRef> CreateNoise(Int32 mode, Int32 seed) {

@@ -3,7 +3,7 @@
 // It runs a body, a struct derived from the record of parameters (kernel_parameters.h) with
 //
 //   static constexpr Bool kUsesLinearInvocation;
-//   void or Result<void> Run(global ID, local ID, work group ID, number of the invocation) const;
+//   void or Result<void> Run(global ID, local ID, work group ID, number of the invocation, whether its guard holds) const;
 //
 // one invocation at a time (Kernel) or over many (RunRange): there the body is inlined into a loop along x over a local
 // copy of the parameters, compiled for several instruction sets. Both give the same bits.
@@ -37,11 +37,11 @@ class KernelClass : public KernelBase<Derived, KernelRangeInterface> {
   Result<void> Kernel(const Vec3<UInt32>& global, const Vec3<UInt32>& local, const Vec3<UInt32>& group) override {
     const Body body(_values);
     const UInt32 linear = global.x + GetLinearOffset<typename Tuning::Group>(group.y);
-    if constexpr (std::is_void_v<decltype(body.Run(global, local, group, linear))>) {
-      body.Run(global, local, group, linear);
+    if constexpr (std::is_void_v<decltype(body.Run(global, local, group, linear, false))>) {
+      body.Run(global, local, group, linear, false);
       return OK;
     } else {
-      return body.Run(global, local, group, linear);
+      return body.Run(global, local, group, linear, false);
     }
   }
 

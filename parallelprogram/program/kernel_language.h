@@ -93,7 +93,14 @@ struct GroupMemory {
     OSTRA_KERNEL_INLINE result Run([[maybe_unused]] const ::ostra::Vec3<::ostra::UInt32>& InGlobalInvocationID,     \
                                    [[maybe_unused]] const ::ostra::Vec3<::ostra::UInt32>& InLocalInvocationID,      \
                                    [[maybe_unused]] const ::ostra::Vec3<::ostra::UInt32>& InWorkGroupID,            \
-                                   [[maybe_unused]] ::ostra::UInt32 ostraLinearInvocation) const
+                                   [[maybe_unused]] ::ostra::UInt32 ostraLinearInvocation,                          \
+                                   [[maybe_unused]] ::ostra::Bool ostraIsInside) const
+
+// What the front step adds to a kernel with a guard: invocations from UNIFORM(name) on have nothing to do, and those
+// that run in the loop below it need not ask.
+#define OSTRA_IS_INSIDE ostraIsInside
+#define OSTRA_KERNEL_BOUND(name) \
+  auto GetOstraBound() const { return ostraParameter_##name; }
 
 // Parameters. Their members carry a prefix, so that a bare name is an error here as it is on the GPU.
 #define UNIFORM(name) ostraParameter_##name

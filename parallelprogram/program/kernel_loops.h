@@ -22,6 +22,7 @@
 #endif
 
 #define OSTRA_KERNEL_INLINE inline __attribute__((always_inline))
+#define OSTRA_KERNEL_FLAT __attribute__((always_inline))
 
 // Says of the loop that follows that its iterations are independent of each other.
 #ifdef __clang__
@@ -66,7 +67,7 @@ class RangeLoops {
 
  public:
   static constexpr Bool kCanFail =
-      !std::is_void_v<decltype(std::declval<const Body&>().Run(Ids(), Ids(), Ids(), UInt32()))>;
+      !std::is_void_v<decltype(std::declval<const Body&>().Run(Ids(), Ids(), Ids(), UInt32(), Bool()))>;
 
   // Looks for a stop before each invocation and returns the first error.
   static Result<void> RunFallible(const Body& body, const KernelRange& range) {
@@ -90,6 +91,15 @@ class RangeLoops {
   }
 
  private:
+  static constexpr Bool HasBound() {
+    if constexpr (requires(const Body& body) { body.GetOstraBound(); })
+      return std::is_same_v<decltype(std::declval<const Body&>().GetOstraBound()), UInt32>;
+    else
+      return false;
+  }
+  // Whether the kernel has a guard that compares as these loops count.
+  static constexpr Bool kHasBound = HasBound();
+
   // The pieces of rows that a range consists of: invocations begin ... end - 1 of the row (y, z).
   struct Rows {
     OSTRA_KERNEL_INLINE explicit Rows(const KernelRange& range) : extent(range.extent), left(range.count) {
@@ -119,9 +129,9 @@ class RangeLoops {
   struct Row {
     OSTRA_KERNEL_INLINE explicit Row(const Rows& rows)
         : y(rows.y), z(rows.z), linearOffset(GetLinearOffset<Group>(rows.y / Group::kY)) {}
-    OSTRA_KERNEL_INLINE auto Run(const Body& body, UInt32 x, UInt32 linear) const {
+    OSTRA_KERNEL_INLINE auto Run(const Body& body, UInt32 x, UInt32 linear, Bool isInside = false) const {
       return body.Run(Ids(x, y, z), Ids(x % Group::kX, y % Group::kY, z % Group::kZ),
-                      Ids(x / Group::kX, y / Group::kY, z / Group::kZ), linear);
+                      Ids(x / Group::kX, y / Group::kY, z / Group::kZ), linear, isInside);
     }
     const UInt32 y, z, linearOffset;
   };
@@ -131,26 +141,50 @@ class RangeLoops {
     for (UInt32 x = rows.begin; x < rows.end; ++x) row.Run(body, x, x + row.linearOffset);
   }
 
+  // The invocations at the end of a row that the kernel's own guard sends away, as a rule.
+  __attribute__((noinline, cold)) static void RunRest(const Body& body, Rows rows, UInt32 begin) {
+    rows.begin = begin;
+    RunRowInOrder(body, rows);
+  }
+
+  // Runs the invocations whose index is below the bound of the kernel's guard and returns the first that is not. No
+  // test is left in this loop, which would make masked stores: some processors execute them slowly.
+  template <class RunOne>
+  OSTRA_KERNEL_INLINE static UInt32 RunBelowBound(const Body& body, UInt32 begin, UInt32 end, RunOne&& run) {
+    if constexpr (kHasBound) {
+      const UInt32 bound = body.GetOstraBound();
+      end = bound < begin ? begin : bound < end ? bound : end;
+    }
+    OSTRA_INDEPENDENT_ITERATIONS
+    for (UInt32 i = begin; i < end; ++i) run(i);
+    return end;
+  }
+
   // A loop becomes vector instructions when its variable is the index that the body uses; for LinearInvocation() that
   // needs numbers which do not wrap.
-  OSTRA_KERNEL_INLINE static void RunRowIndependently(const Body& body, const Rows& rows) {
+  // What is not inlined gets `original`: a copy whose address went elsewhere could be changed by any store.
+  OSTRA_KERNEL_INLINE static void RunRowIndependently(const Body& body, const Body& original, const Rows& rows) {
     const Row row(rows);
+    UInt32 done;
     if constexpr (Body::kUsesLinearInvocation) {
-      if (row.linearOffset > kLargest - rows.end) return RunRowInOrder(body, rows);
-      const UInt32 end = rows.end + row.linearOffset;
-      OSTRA_INDEPENDENT_ITERATIONS
-      for (UInt32 i = rows.begin + row.linearOffset; i < end; ++i) row.Run(body, i - row.linearOffset, i);
+      const UInt32 offset = row.linearOffset;
+      if (offset > kLargest - rows.end) return RunRowInOrder(body, rows);
+      done = RunBelowBound(body, rows.begin + offset, rows.end + offset,
+                           [&](UInt32 i) OSTRA_KERNEL_FLAT { row.Run(body, i - offset, i, kHasBound); }) -
+             offset;
     } else {
-      const UInt32 end = rows.end;
-      OSTRA_INDEPENDENT_ITERATIONS
-      for (UInt32 x = rows.begin; x < end; ++x) row.Run(body, x, 0);
+      done = RunBelowBound(body, rows.begin, rows.end,
+                           [&](UInt32 x) OSTRA_KERNEL_FLAT { row.Run(body, x, 0, kHasBound); });
+    }
+    if constexpr (kHasBound) {
+      if (done < rows.end) RunRest(original, rows, done);
     }
   }
 
   // The parameters are copied, so that the compiler knows that stores to buffers do not change them.
   OSTRA_KERNEL_INLINE static void RunIndependently(const Body& parameters, const KernelRange& range) {
     const Body body = parameters;
-    for (Rows rows(range); rows.IsInside(); rows.Next()) RunRowIndependently(body, rows);
+    for (Rows rows(range); rows.IsInside(); rows.Next()) RunRowIndependently(body, parameters, rows);
   }
 
   __attribute__((noinline, flatten)) static void RunOrdered(const Body& parameters, const KernelRange& range) {

@@ -125,6 +125,57 @@ TEST_F(FrontStepTextTest, WhateverTheLinesEndWithTheKernelIsFound) {
   EXPECT_NE(source.find("ParameterMember<Block<Float32>>::Type ostraParameter_b{};"), std::string::npos) << source;
 }
 
+// The text of a kernel with this body.
+std::string MakeBody(const std::string& body) {
+  return "OSTRA_PARALLEL_KERNEL(K, KERNELINPUTS)\n{\n" + body + "\n}\nOSTRA_PARALLEL_KERNEL_END\n";
+}
+
+TEST_F(FrontStepTextTest, GuardsAtTheBeginningOfABodyBoundItsLoops) {
+  const struct {
+    std::string body, guard, bound;
+  } cases[] = {
+      {"uint i = LinearInvocation();\nif (i < UNIFORM(n))\n{\n\tF(i);\n}", "if ((OSTRA_IS_INSIDE || i < UNIFORM(n)))",
+       "n"},
+      {"uint x = InGlobalInvocationID.x;\nuint y = InGlobalInvocationID.y;\nif (x >= UNIFORM(w) || y >= UNIFORM(h)) "
+       "return;\nF(x);",
+       "if ((!OSTRA_IS_INSIDE && x >= UNIFORM(w)) || y >= UNIFORM(h))", "w"},
+      {"uint y = InGlobalInvocationID.y;\nuint x = InGlobalInvocationID.x;\nif (x < UNIFORM(w) && y < 4u) { F(x); }",
+       "if ((OSTRA_IS_INSIDE || x < UNIFORM(w)) && y < 4u)", "w"},
+      {"uint x = InGlobalInvocationID.x;\nif (x >= UNIFORM(w))\n{\n\treturn;\n}\nF(x);",
+       "if ((!OSTRA_IS_INSIDE && x >= UNIFORM(w)))", "w"},
+  };
+  for (const auto& example : cases) {
+    const std::string source = Make(MakeBody(example.body));
+    EXPECT_NE(source.find(example.guard), std::string::npos) << source;
+    EXPECT_NE(source.find("OSTRA_KERNEL_BOUND(" + example.bound + ") };"), std::string::npos) << source;
+  }
+}
+
+TEST_F(FrontStepTextTest, WhatMightNotBeAGuardBoundsNothing) {
+  const std::string linear = "uint i = LinearInvocation();\n", x = "uint x = InGlobalInvocationID.x;\n";
+  const std::string bodies[] = {
+      linear + "if (i < UNIFORM(n))\n{\n\tF(i);\n}\nG(i);",                    // something comes after it
+      linear + "if (i < UNIFORM(n))\n{\n\tF(i);\n}\nelse\n{\n\tG(i);\n}",      // there is another case
+      linear + "if (i < UNIFORM(n)) F(i);",                                    // no block
+      linear + "if (i < UNIFORM(n) || i == 9u)\n{\n\tF(i);\n}",                // more than the invocations below n
+      linear + "if (i >= UNIFORM(n) && i > 9u) return;\nF(i);",                // fewer than the invocations from n on
+      linear + "if (i < UNIFORM(n) + 1u)\n{\n\tF(i);\n}",                      // another bound
+      linear + "if (i < UNIFORM_BUFFER(n)[0])\n{\n\tF(i);\n}",                 // nothing that is known before
+      linear + "i = i + 1u;\nif (i < UNIFORM(n))\n{\n\tF(i);\n}",              // another index
+      linear + "Move(i);\nif (i < UNIFORM(n))\n{\n\tF(i);\n}",                 // perhaps another index
+      linear + "if (i >= UNIFORM(n)) { F(i); return; }\nG(i);",                // those beyond do something
+      x + "uint i = LinearInvocation();\nif (x < UNIFORM(n))\n{\n\tF(i);\n}",  // not the index that is counted
+      "uint y = InGlobalInvocationID.y;\nif (y < UNIFORM(n))\n{\n\tF(y);\n}",  // neither
+      "float i = LinearInvocation();\nif (i < UNIFORM(n))\n{\n\tF(i);\n}",     // compares rounded numbers
+      "if (InGlobalInvocationID.x < 4u)\n{\n\tF(1u);\n}",
+      ""};
+  for (const std::string& body : bodies) {
+    const std::string source = Make(MakeBody(body));
+    EXPECT_EQ(source.find("OSTRA_KERNEL_BOUND"), std::string::npos) << source;
+    EXPECT_EQ(source.find("OSTRA_IS_INSIDE"), std::string::npos) << source;
+  }
+}
+
 TEST_F(FrontStepTextTest, TablesNameTheirClassesInOrder) {
   auto table = GenerateKernelTable("my_app", {"net.example.b.krn", "net.example.a-1.krn"});
   ASSERT_THAT(table, IsOk());

@@ -93,6 +93,43 @@ TEST(KernelLanguageTest, NumbersOfInvocationsWrapWhereThirtyTwoBitsEnd) {
   }
 }
 
+TEST(KernelGuardTest, InvocationsBelowTheBoundRunAndNoOthersHoweverTheyAreCutUp) {
+  for (const Way way : kAllWays) {
+    for (const UInt32 count : {0u, 1u, 7u, 8u, 9u, 40u, 41u, 0xffffffffu}) {
+      for (const UInt32 width : {1u, 8u, 33u, 40u}) {
+        KernelRunner runner("net.ostra.test.guarded.krn");
+        runner.SetValue("count", count);
+        runner.SetValue<UInt32>("offset", 100);
+        runner.SetBuffer("values", std::vector<UInt32>(40, 7));
+        ASSERT_THAT(runner.Run({width, 1, 1}, way), IsOk());
+        const auto values = runner.GetBuffer<UInt32>("values");
+        for (UInt32 i = 0; i < 40; ++i)
+          ASSERT_EQ(values[i], i < width && i < count ? i + 100 : 7) << count << ", " << width;
+      }
+    }
+  }
+}
+
+TEST(KernelGuardTest, RowsBeyondTheBoundAndBoundsThatAreNoIntegersDoAsTheyShould) {
+  const Ids extent(5, 6, 1);
+  for (const Way way : kAllWays) {
+    for (const Float32 width : {0.0f, 2.5f, 9.0f}) {
+      KernelRunner runner("net.ostra.test.guarded2d.krn");
+      runner.SetValue("width", width);
+      runner.SetValue<UInt32>("columns", 4);
+      runner.SetValue<UInt32>("pitch", 5);
+      runner.SetValue<UInt32>("height", 3);
+      runner.SetBuffer("values", std::vector<UInt32>(30));
+      ASSERT_THAT(runner.Run(extent, way), IsOk());
+      const auto values = runner.GetBuffer<UInt32>("values");
+      for (UInt32 i = 0; i < 30; ++i) {
+        const UInt32 x = i % 5, y = i / 5;
+        ASSERT_EQ(values[i], static_cast<Float32>(x) < width && x < 4 && y < 3 ? 1 : 0) << i;
+      }
+    }
+  }
+}
+
 class StructFormTest : public testing::Test {
  protected:
   StructFormTest() : runner("net.ostra.test.structform.krn") {
