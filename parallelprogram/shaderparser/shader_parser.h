@@ -1,0 +1,80 @@
+// ShaderParser: translates one kernel file, or one stage file of a graphics program, for one target language.
+//
+//   OSTRA_ASSIGN_OR_RETURN(StrongRef<ShaderParser> parser, ShaderParser::Create(kTargetGlsl));
+//   OSTRA_RETURN_IF_ERROR(parser->Init(file, DataDictionary()));
+//   for (const ShaderInputEntry& input : parser->GetInputEntries()) ...
+//   parser->GetKernelCode();
+//
+// The result is not one text but the pieces of one: the kernel's body, functions, file-scope code, structs,
+// declarations. How a file is read and translated, line by line, is described in docs/translation.md.
+#pragma once
+
+#include "ostra/core/atomic.h"
+#include "ostra/core/data_dictionary.h"
+#include "ostra/core/strong_ref.h"
+#include "ostra/math/vector.h"
+#include "parallelprogram/shaderparser/shader_records.h"
+#include "parallelprogram/shaderparser/type_names.h"
+
+namespace ostra {
+
+// Options of a parse. A String that takes the place of TYPE (nothing is replaced without it), and an Int32 with the
+// number of samples of the framebuffer that a graphics shader reads.
+inline constexpr Id kShaderTemplateArgument = "net.ostra.shaderparser.templateargument"_id;
+inline constexpr Id kShaderMultisampling = "net.ostra.shaderparser.multisampling"_id;
+
+// What becomes of a source that a replacement meets again and again, such as `ATOMIC` with no blank after it.
+enum class EndlessSource : Int32 {
+  Repeat = 0,  // the parse does not end: such sources must not be given
+  Refuse = 1,  // the parse ends with an error that reads `file:line: error: ...`
+};
+
+class ShaderParser final : public RefCounted<ShaderParser> {
+ public:
+  // Error: out of memory.
+  static Result<StrongRef<ShaderParser>> Create(const Id& targetLanguage);
+  explicit ShaderParser(const Id& targetLanguage) : _targetLanguage(targetLanguage) {}
+
+  // Translates `file` and its headers. Once that has succeeded, later calls return at once, whatever they are given.
+  // Errors: illegal argument for a file that is none; those of reading, deciphering and decoding files; what is wrong
+  // in the source, worded as docs/translation.md lists it; out of memory. After an error the next call tries again, and
+  // adds to what was found before: use a new parser for a corrected file.
+  // May be called from any thread: one caller parses, the others wait for it.
+  Result<void> Init(const Url& file, const DataDictionary& options, EndlessSource endless = EndlessSource::Repeat);
+
+  // The rest may be called after Init has succeeded, from any thread.
+
+  const Id& GetTargetLanguage() const { return _targetLanguage; }
+  const CString& GetKernelCode() const { return _pieces.kernelCode; }
+  const BaseArray<CString>& GetGlobalCode() const { return _pieces.globalCode; }
+  const BaseArray<ShaderFunctionDefinition>& GetFunctions() const { return _pieces.functions; }
+  const BaseArray<ShaderInputEntry>& GetInputEntries() const { return _pieces.inputEntries; }
+  const BaseArray<ShaderTextureEntry>& GetTextureEntries() const { return _pieces.textureEntries; }
+  const BaseArray<ShaderStructDefinition>& GetStructs() const { return _pieces.structs; }
+  const BaseArray<String>& GetDefines() const { return _pieces.defines; }
+  const BaseArray<String>& GetGroupSharedDeclarations() const { return _pieces.groupSharedDeclarations; }
+  // (256, 1, 1) when the file says nothing.
+  Vec3<Int32> GetWorkGroupSize() const;
+  // Lines that begin with ADDNOISECALL.
+  Int GetNoiseCallCount() const { return _pieces.noiseCallCount; }
+  // Buffers and writable textures, counted for the limits of a Metal kernel.
+  Int32 GetMetalBufferCount() const { return _pieces.metalBufferCount; }
+  Int32 GetMetalImageCount() const { return _pieces.metalImageCount; }
+
+  // Where the pieces come from: the files, and for each piece the origins of its lines.
+  const BaseArray<Url>& GetFiles() const { return _pieces.files; }
+  const ShaderTextOrigins& GetKernelCodeOrigins() const { return _pieces.kernelCodeOrigins; }
+  const BaseArray<ShaderTextOrigins>& GetGlobalCodeOrigins() const { return _pieces.globalCodeOrigins; }
+  const BaseArray<ShaderTextOrigin>& GetDefineOrigins() const { return _pieces.defineOrigins; }
+  const BaseArray<ShaderTextOrigin>& GetGroupSharedDeclarationOrigins() const {
+    return _pieces.groupSharedDeclarationOrigins;
+  }
+  const ShaderPieces& GetPieces() const { return _pieces; }
+
+ private:
+  const Id _targetLanguage;
+  AtomicInt32 _initState{0};  // 0 not parsed, 1 a parse runs, 2 parsed
+  ShaderPieces _pieces;
+};
+
+}  // namespace ostra
