@@ -26,6 +26,11 @@ class Block {
   // `stride` in bytes; the default is tight packing.
   constexpr Block(T* first, Int count, Int stride = DefaultStride()) : _first(first), _count(count), _stride(stride) {}
 
+  // Elements that may be written are also elements that may be read.
+  template <class Other, class = std::enable_if_t<std::is_same_v<const Other, T> && !std::is_same_v<Other, T>>>
+  constexpr Block(const Block<Other>& other)  // NOLINT(google-explicit-constructor)
+      : _first(other.GetFirst()), _count(other.GetCount()), _stride(other.GetStride()) {}
+
   constexpr T* GetFirst() const { return _first; }
   constexpr Int GetCount() const { return _count; }
   constexpr Int GetStride() const { return _stride; }

@@ -31,14 +31,28 @@ class [[nodiscard]] Result<void> {
  public:
   Result(OkType) noexcept {}                                  // NOLINT(google-explicit-constructor)
   Result(Error error) noexcept : _error(std::move(error)) {}  // NOLINT(google-explicit-constructor)
+  Result(const Result&) = default;
+  Result(Result&& other) noexcept : _error(std::move(other._error)), _moved(other._moved) {
+    if (!IsOk()) other._moved = true;
+  }
+  Result& operator=(const Result&) = default;
+  Result& operator=(Result&& other) noexcept {
+    this->~Result();
+    return *::new (this) Result(std::move(other));
+  }
+  ~Result() = default;
 
-  explicit operator bool() const { return !_error._record; }
-  Bool IsOk() const { return !_error._record; }
+  explicit operator bool() const { return IsOk(); }
+  Bool IsOk() const { return !_error._record && !_moved; }
   const Error& GetError() const { return _error; }
-  Error TakeError() { return std::move(_error); }
+  Error TakeError() {
+    _moved = true;
+    return std::move(_error);
+  }
 
  private:
   Error _error{static_cast<ErrorRecord*>(nullptr)};
+  Bool _moved = false;  // the error was taken
 };
 
 template <class T>

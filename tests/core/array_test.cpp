@@ -98,6 +98,17 @@ TEST(ArrayTest, AnArrayOfARunTimeTypeCopiesElementsWithAnyStride) {
   for (Int32 i = 0; i < 3; ++i) EXPECT_EQ(array.operator[]<Int32>(i), i + 1);
 }
 
+TEST(ArrayTest, ABlockToWriteServesAsOneToReadAndNotTheOtherWayRound) {
+  Int32 numbers[4] = {1, 2, 3, 4};
+  const Block<Int32> every2nd(numbers, 2, 8);
+  const Block<const Int32> reading = every2nd;
+  EXPECT_EQ(reading.GetFirst(), numbers);
+  EXPECT_EQ(reading.GetCount(), 2);
+  EXPECT_EQ(reading[1], 3);
+  static_assert(!std::is_convertible_v<Block<const Int32>, Block<Int32>>);
+  static_assert(!std::is_convertible_v<Block<Int32>, Block<const Float32>>);
+}
+
 TEST(ArrayTest, ElementsCanBeTakenOverWithoutCopying) {
   BaseArray<Float32> elements = *BaseArray<Float32>::Create({1, 2, 3});
   const Float32* first = elements.GetFirst();

@@ -65,16 +65,25 @@ TEST(ResultTest, CopiesHoldTheirOwnReferenceToTheError) {
   EXPECT_THAT(first, IsErrorWith(kIllegalStateError, "too early"));
 }
 
-TEST(ResultTest, AFailedResultWhoseErrorWasTakenIsNeverOk) {
-  Result<String> result = Error::Make(kIllegalStateError, "too early", "unit", 1);
+template <class T>
+class TakenResultTest : public testing::Test {};
+using ResultValues = testing::Types<void, String, Int&>;
+TYPED_TEST_SUITE(TakenResultTest, ResultValues);
+
+TYPED_TEST(TakenResultTest, AFailedResultWhoseErrorWasTakenIsNeverOk) {
+  Result<TypeParam> result = Error::Make(kIllegalStateError, "too early", "unit", 1);
   const Error error = result.TakeError();
   EXPECT_EQ(error.GetMessage(), "too early");
   EXPECT_FALSE(result.IsOk());
   EXPECT_TRUE(result.GetError().IsTaken());
-  const Result<String> copy = result;
+  const Result<TypeParam> copy = result;
   EXPECT_FALSE(copy.IsOk());
-  const Result<String> moved = std::move(result);
+  Result<TypeParam> moved = std::move(result);
   EXPECT_FALSE(moved.IsOk());
+  Result<TypeParam> failed = error;
+  moved = std::move(failed);
+  EXPECT_FALSE(failed.IsOk());  // NOLINT(bugprone-use-after-move): that is what is asked
+  EXPECT_THAT(moved, IsErrorWith(kIllegalStateError, "too early"));
 }
 
 TEST(ResultTest, AssignmentReplacesAnErrorByAValueAndAValueByAnError) {
