@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "parallelprogram/kernelfront/kernel_source.h"
+#include "parallelprogram/shaderparser/container.h"
 
 namespace {
 
@@ -35,6 +36,27 @@ std::optional<std::string> ReadFile(const fs::path& path) {
   std::ifstream file(path, std::ios::binary);
   if (!file || fs::is_directory(path, error)) return std::nullopt;
   return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
+Result<std::string> DecodeSource(const std::string& contents) {
+  BaseArray<Byte> bytes;
+  OSTRA_RETURN_IF_ERROR(bytes.Resize(static_cast<Int>(contents.size())));
+  std::copy(contents.begin(), contents.end(), bytes.begin());
+  OSTRA_RETURN_IF_ERROR(DecodeContainer(bytes));
+  return std::string(bytes.begin(), bytes.end());
+}
+
+// Kernel files and headers may be encoded. Nothing, with a message, when the file cannot be read.
+std::optional<std::string> ReadSource(const std::string& path) {
+  const auto contents = ReadFile(path);
+  if (!contents) {
+    Report(path + ": error: the file cannot be read");
+    return std::nullopt;
+  }
+  auto source = DecodeSource(*contents);
+  if (source) return std::move(*source);
+  Report(path + ": error: the file cannot be read: " + std::string(source.GetError().GetMessage().GetView()));
+  return std::nullopt;
 }
 
 // Leaves a file with the same contents alone, so that nothing is built again for it.
@@ -60,8 +82,8 @@ bool WriteDependencies(const Arguments& arguments, const std::vector<std::string
 
 int Translate(const Arguments& arguments) {
   const std::string &in = arguments.files[0], &out = arguments.files[1];
-  const auto text = ReadFile(in);
-  if (!text) return Report(in + ": error: the file cannot be read");
+  const auto text = ReadSource(in);
+  if (!text) return 1;
   const std::string name = arguments.name.empty() ? in : arguments.name;
   std::vector<std::string> headers;
   KernelSourceOptions options{
@@ -69,7 +91,8 @@ int Translate(const Arguments& arguments) {
   options.readHeader = [&](const std::string& header, const std::string& includingFile) -> std::optional<KernelHeader> {
     const fs::path including = includingFile == name ? fs::path(in) : fs::path(includingFile);
     const std::string path = (including.parent_path() / header).lexically_normal().string();
-    const auto contents = ReadFile(path);
+    if (!fs::is_regular_file(path)) return std::nullopt;
+    const auto contents = ReadSource(path);
     if (!contents) return std::nullopt;
     headers.push_back(path);
     return KernelHeader{path, *contents};

@@ -1,0 +1,18 @@
+#include "apps/ostra/encode/decode_command.h"
+
+#include "apps/ostra/encode/source_file.h"
+#include "ostra/io/file.h"
+#include "parallelprogram/shaderparser/container.h"
+
+OSTRA_UNIT("decode_command");
+
+namespace ostra::tool {
+
+Result<void> DecodeFile(const Url& source, const Url& target) {
+  OSTRA_ASSIGN_OR_RETURN(BaseArray<Byte> bytes, ReadFileToMemory(source));
+  if (!IsContainer(bytes.GetBlock())) return OSTRA_ILLEGAL_ARGUMENT("@ is not encoded.", source);
+  OSTRA_RETURN_IF_ERROR(DecodeSourceFile(source, bytes));
+  return WriteFileAtomically(target, bytes.GetBlock());
+}
+
+}  // namespace ostra::tool

@@ -1,0 +1,18 @@
+// Source files as commands read them: plain or encoded.
+//
+//   OSTRA_ASSIGN_OR_RETURN(String text, ReadSourceText(kernelFile));
+#pragma once
+
+#include "ostra/core/base_array.h"
+#include "ostra/io/url.h"
+
+namespace ostra::tool {
+
+// The text of a source file. Errors: those of reading the file; illegal argument with the file and the reason for a
+// container that cannot be decoded and for a text that is not UTF-8.
+Result<String> ReadSourceText(const Url& file);
+
+// DecodeContainer, with the file's name in its errors.
+Result<void> DecodeSourceFile(const Url& file, BaseArray<Byte>& bytes);
+
+}  // namespace ostra::tool
