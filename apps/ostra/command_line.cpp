@@ -2,9 +2,12 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <functional>
 #include <string>
 #include <vector>
 
+#include "apps/ostra/encode/decode_command.h"
+#include "apps/ostra/encode/encode_command.h"
 #include "apps/ostra/info/info_command.h"
 #include "apps/ostra/names/nearest_name.h"
 #include "apps/ostra/output/standard_output.h"
@@ -35,6 +38,25 @@ constexpr const char* kRunDetails =
     "Examples:\n"
     "  ostra run net.example.blur.krn --in image=photo.png --out result=blurred.png --set radius=3\n"
     "  ostra run net.example.life.krn --in now=start.npy --out next=end.npy --swap now,next --iterations 100\n"
+    "\n"
+    "Exit status: 0 done, 1 failed, 2 wrong usage.\n";
+
+constexpr const char* kEncodeSummary = "Write a source file as an encoded container";
+constexpr const char* kEncodeDetails =
+    "Every command that reads a source reads an encoded one, whatever its name. Encoding keeps readers away and shows\n"
+    "damage, but it is no safe: every copy of this program can decode.\n"
+    "\n"
+    "Example:\n"
+    "  ostra encode net.example.blur.krn -o shipped/net.example.blur.krn\n"
+    "\n"
+    "Exit status: 0 done, 1 failed, 2 wrong usage.\n";
+
+constexpr const char* kDecodeSummary = "Write the text of an encoded container";
+constexpr const char* kDecodeDetails =
+    "A container that was cut or changed is refused, and a file that is not encoded, too.\n"
+    "\n"
+    "Example:\n"
+    "  ostra decode shipped/net.example.blur.krn -o net.example.blur.krn\n"
     "\n"
     "Exit status: 0 done, 1 failed, 2 wrong usage.\n";
 
@@ -126,6 +148,31 @@ Result<void> RunKernel(const RunArguments& runArguments, std::span<const char* c
   return Run(options, arguments);
 }
 
+// A command that turns one file into another.
+struct FileArguments {
+  std::string source, target;
+};
+
+CLI::App& AddFileCommand(CLI::App& app, const char* name, const char* summary, const char* details,
+                         FileArguments& arguments) {
+  CLI::App& command = *app.add_subcommand(name, summary);
+  command.footer(details);
+  command.add_option("file", arguments.source, "The file to read")->type_name("FILE")->required();
+  command.add_option("-o,--output", arguments.target, "The file to write")->type_name("FILE")->required();
+  return command;
+}
+
+Result<void> ConvertFile(const FileArguments& arguments, Result<void> (*convert)(const Url&, const Url&)) {
+  OSTRA_ASSIGN_OR_RETURN(const Url source, Url::Create(arguments.source));
+  OSTRA_ASSIGN_OR_RETURN(const Url target, Url::Create(arguments.target));
+  return convert(source, target);
+}
+
+struct Command {
+  CLI::App* app;
+  std::function<Result<void>()> run;
+};
+
 int FailUsage(std::string_view line) {
   WriteErrorLine(line);
   return static_cast<int>(ExitStatus::BadUsage);
@@ -150,22 +197,33 @@ int RunCommandLine(std::span<const char* const> arguments) {
   Bool isInfoJson = false;
   info.add_flag("--json", isInfoJson, "Report as JSON");
   AddConfigurationOptions(info);
-  const std::vector<std::string> commands = {run.get_name(), info.get_name()};
-  const std::string command = arguments.size() > 1 ? arguments[1] : "";
-  if (!command.empty() && command[0] != '-' && std::count(commands.begin(), commands.end(), command) == 0)
-    return FailUsage("there is no command \"" + command + "\"" + SuggestName(command, commands));
+  FileArguments encodeArguments, decodeArguments;
+  CLI::App& encode = AddFileCommand(app, "encode", kEncodeSummary, kEncodeDetails, encodeArguments);
+  CLI::App& decode = AddFileCommand(app, "decode", kDecodeSummary, kDecodeDetails, decodeArguments);
+  const auto rest = arguments.size() > 1 ? arguments.subspan(1) : arguments;
+  const std::vector<Command> commands = {
+      {&run, [&] { return RunKernel(runArguments, rest); }},
+      {&info, [&] { return ShowInfo(isInfoJson, rest); }},
+      {&encode, [&] { return ConvertFile(encodeArguments, &EncodeFile); }},
+      {&decode, [&] { return ConvertFile(decodeArguments, &DecodeFile); }},
+  };
+  std::vector<std::string> names;
+  for (const Command& command : commands) names.push_back(command.app->get_name());
+  const std::string name = arguments.size() > 1 ? arguments[1] : "";
+  if (!name.empty() && name[0] != '-' && std::count(names.begin(), names.end(), name) == 0)
+    return FailUsage("there is no command \"" + name + "\"" + SuggestName(name, names));
+  const auto findParsed = [&commands] {
+    return std::find_if(commands.begin(), commands.end(), [](const Command& command) { return command.app->parsed(); });
+  };
   try {
     app.parse(static_cast<int>(arguments.size()), arguments.data());
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) return app.exit(error);
-    return FailUsage(std::string(error.what()) + "; see ostra " +
-                     (run.parsed()    ? "run "
-                      : info.parsed() ? "info "
-                                      : "") +
-                     "--help");
+    const auto parsed = findParsed();
+    const std::string prefix = parsed == commands.end() ? "" : parsed->app->get_name() + " ";
+    return FailUsage(std::string(error.what()) + "; see ostra " + prefix + "--help");
   }
-  const auto rest = arguments.subspan(1);
-  return Finish(run.parsed() ? RunKernel(runArguments, rest) : ShowInfo(isInfoJson, rest));
+  return Finish(findParsed()->run());
 }
 
 }  // namespace ostra::tool
