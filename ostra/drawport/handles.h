@@ -1,33 +1,7 @@
-// The handle types of the GPU layer that the parallel program contract names. The layer itself adds its operations to
-// these interfaces; programs that run on the CPU only pass the handles on.
+// The handle types of the GPU layer that the parallel program contract names. Programs that run on the CPU only pass
+// them on; the layer's own headers say what can be done with them.
 #pragma once
 
-#include "ostra/object/interface.h"
-
-namespace ostra {
-
-// A rendering or compute context of one device. Compared by identity.
-class DrawportContextInterface : public ObjectInterface {
- public:
-  static constexpr Id kInterfaceId = "net.ostra.drawport.interface.drawportcontext"_id;
-};
-using DrawportContextRef = StrongRef<DrawportContextInterface>;
-
-// A texture and a sampler on the device. Not owned: valid while the cache item that yields them lives.
-class DrawportTexture;
-class DrawportTextureSampler;
-
-// The cache items that own them.
-class DrawportTextureItemInterface : public ObjectInterface {
- public:
-  static constexpr Id kInterfaceId = "net.ostra.drawport.interface.textureitem"_id;
-};
-using DrawportTextureItemRef = StrongRef<DrawportTextureItemInterface>;
-
-class DrawportTextureSamplerItemInterface : public ObjectInterface {
- public:
-  static constexpr Id kInterfaceId = "net.ostra.drawport.interface.texturesampleritem"_id;
-};
-using DrawportTextureSamplerItemRef = StrongRef<DrawportTextureSamplerItemInterface>;
-
-}  // namespace ostra
+#include "ostra/drawport/cache_items.h"
+#include "ostra/drawport/context.h"
+#include "ostra/drawport/resources.h"

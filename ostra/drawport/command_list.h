@@ -1,0 +1,82 @@
+// DrawportCommandList: records work for the device in the order of the calls, submits it, and moves bytes between host
+// and device.
+//
+//   OSTRA_ASSIGN_OR_RETURN(DrawportStagingBuffer* staging, cache->AllocStagingBuffer(context, {.bytes = bytes}));
+//   OSTRA_ASSIGN_OR_RETURN(Byte* memory, list.PrivateMapBuffer(*staging, DrawportMapMode::WriteDiscard, buffer, 0, 0,
+//   bytes)); MemCopy(memory, source, bytes); OSTRA_RETURN_IF_ERROR(list.UnmapBuffer(*staging,
+//   DrawportUnmapMode::Commit)); list.ReleaseStagingBuffer(staging);
+//
+// A list belongs to its context and is used by one thread at a time; mapped bytes may be written and read by many jobs.
+// Transfers carry their own barriers. Dispatches do not see each other's writes without AddMemoryBarrier.
+// Errors of every operation besides those named: out of memory; illegal state when the device is lost.
+#pragma once
+
+#include "ostra/drawport/resources.h"
+
+namespace ostra {
+
+class DrawportParameterValueSet;
+class DrawportProgramFactory;
+
+// Memory of the host for one transfer at a time; see DrawportCacheInterface::AllocStagingBuffer.
+class DrawportStagingBuffer {
+ public:
+  virtual Int GetSize() const = 0;  // bytes
+
+ protected:
+  ~DrawportStagingBuffer() = default;
+};
+
+class DrawportCommandList {
+ public:
+  // Work that is recorded later waits for what the bits name; see DrawportBarrierBits.
+  virtual Result<void> AddMemoryBarrier(DrawportBarrierBits bits) = 0;
+
+  // Submits what is recorded; with `wait` returns when the device has done everything of this list. Nothing recorded:
+  // success.
+  virtual Result<void> Execute(Bool wait) = 0;
+
+  // Bytes of the host that stand for [byteOffset, byteOffset + bytes) of `buffer`, until UnmapBuffer. Read: submits and
+  // waits, the bytes are final. WriteDiscard: undefined bytes that the device does not use, all of which are written
+  // before unmapping. `stagingOffset` is 0.
+  // Errors: illegal argument for a range outside the buffer, more bytes than the staging buffer has, or a mode that is
+  // not that of the staging buffer's use; illegal state while it is mapped.
+  virtual Result<Byte*> PrivateMapBuffer(DrawportStagingBuffer& staging, DrawportMapMode mode,
+                                         DrawportDeviceBuffer& buffer, Int stagingOffset, Int byteOffset,
+                                         Int bytes) = 0;
+  // After a write, the bytes reach the buffer after earlier and before later work of this list.
+  // Error: illegal state when no buffer is mapped.
+  virtual Result<void> UnmapBuffer(DrawportStagingBuffer& staging, DrawportUnmapMode mode) = 0;
+
+  // The same for a block of a texture. Rows lie a pitch apart: GetStagingBufferSize of the block / (height * depth).
+  // `level`, `layer` and the two that follow are 0.
+  virtual Result<Byte*> PrivateMapTexture(DrawportStagingBuffer& staging, DrawportMapMode mode,
+                                          DrawportTexture& texture, const DrawportRegion& region, Int level, Int layer,
+                                          Int stagingOffset, Int flags) = 0;
+  virtual Result<void> UnmapTexture(DrawportStagingBuffer& staging) = 0;
+
+  // Ends the use of a staging buffer, mapped or not; its memory is used again when the device is done with it.
+  virtual void ReleaseStagingBuffer(DrawportStagingBuffer* staging) = 0;
+
+  // Recorded in order. Reading submits, and waits for pending work.
+  virtual Result<void> SetAtomicCounterValue(DrawportAtomicCounter& counter, UInt32 value) = 0;
+  virtual Result<UInt32> GetAtomicCounterValue(DrawportAtomicCounter& counter) = 0;
+
+  // Runs x * y * z work groups of a compute program with the values that were published last. Group counts are 1 to
+  // 65535. Errors: illegal argument for other counts; illegal state for a program that is not of this list's device.
+  virtual Result<void> Dispatch(DrawportProgramFactory& program, DrawportParameterValueSet& values, UInt32 x, UInt32 y,
+                                UInt32 z) = 0;
+  // The group counts are the first three of four Int32 at `byteOffset` of `arguments`, read when the device gets there.
+  // Error: illegal argument when they are not inside the buffer or the offset is no multiple of 4.
+  virtual Result<void> DispatchIndirect(DrawportProgramFactory& program, DrawportParameterValueSet& values,
+                                        DrawportDeviceBuffer& arguments, Int byteOffset) = 0;
+
+ protected:
+  ~DrawportCommandList() = default;
+};
+
+// The list that is used where there is no context: accepts recording and Execute, and refuses to map (illegal state).
+// Thread-safe, as it keeps nothing.
+OSTRA_API DrawportCommandList& GetDefaultCommandList();
+
+}  // namespace ostra

@@ -1,0 +1,151 @@
+#include "ostra/drawport/gpu_compute.h"
+
+#include <atomic>
+
+#include "ostra/core/format.h"
+#include "ostra/object/class.h"
+
+OSTRA_UNIT("gpucompute");
+
+namespace ostra {
+namespace {
+
+constexpr UInt32 kMaxGroups = 65535;
+
+// Each object has programs of its own: equal hashes of two objects say nothing.
+UInt64 TakeObjectNumber() {
+  static constinit std::atomic<UInt64> counter{1};
+  return counter.fetch_add(1, std::memory_order_relaxed);
+}
+
+class GpuCompute final : public Component<GpuCompute, GpuComputeInterface> {
+ public:
+  static constexpr const char* kComponentName = "GpuCompute";
+
+  Result<void> Init(const DrawportContextRef& context, const GpuComputeCallbacks& callbacks,
+                    const GpuComputeOptions& options) override {
+    Reset();
+    if (!context) return OSTRA_ILLEGAL_STATE("A GPU program needs a drawport context.");
+    if (!callbacks.hash || !callbacks.build)
+      return OSTRA_ILLEGAL_ARGUMENT("A GPU program needs a hash callback and a builder.");
+    _callbacks = callbacks;
+    Result<void> built = Build(context);
+    if (built && !options.keepsCallbacks) {
+      _callbacks.hash = {};
+      _callbacks.build = {};
+    }
+    return built;
+  }
+
+  Result<void> UpdateUniforms(const DrawportContextRef& context, Bool setsAll) override {
+    if (!context) return OSTRA_ILLEGAL_STATE("A GPU program needs a drawport context.");
+    Bool isNew = false;
+    if (!_item) {
+      if (!_callbacks.build) return OSTRA_ILLEGAL_STATE("The GPU program has not been initialized.");
+      OSTRA_RETURN_IF_ERROR(Build(context));
+      isNew = true;
+    }
+    OSTRA_ASSIGN_OR_RETURN(DrawportProgramFactory * factory, _item->MakeValid(*context));
+    OSTRA_ASSIGN_OR_RETURN(DrawportParameterValueSet * values, factory->GetParameterValueSet(*context, _number, _hash));
+    isNew = isNew || factory != _factory || values != _values || !(_context == context);
+    if (setsAll || isNew) OSTRA_RETURN_IF_ERROR(Bind(*context, *factory, *values));
+    _factory = factory;
+    _values = values;
+    _context = context;
+    return OK;
+  }
+
+  Result<void> Dispatch(UInt32 x, UInt32 y, UInt32 z) override {
+    OSTRA_RETURN_IF_ERROR(CheckUpdated());
+    for (const UInt32 count : {x, y, z}) {
+      if (count < 1 || count > kMaxGroups)
+        return OSTRA_ILLEGAL_ARGUMENT("@ x @ x @ work groups are not between 1 and @ in each direction.", x, y, z,
+                                      kMaxGroups);
+    }
+    return _context->GetCommandList().Dispatch(*_factory, *_values, x, y, z);
+  }
+
+  Result<void> DispatchIndirect(DrawportCommandList& commandList, DrawportDeviceBuffer& buffer, Int offset) override {
+    OSTRA_RETURN_IF_ERROR(CheckUpdated());
+    constexpr Int kRecordSize = 4 * sizeof(Int32);
+    const Int count = buffer.GetSize() / kRecordSize;
+    if (offset < 0 || offset >= count)
+      return OSTRA_ILLEGAL_ARGUMENT("Element @ is outside a buffer of @ records of work group counts.", offset, count);
+    return commandList.DispatchIndirect(*_factory, *_values, buffer, offset * kRecordSize);
+  }
+
+  Result<void> ReloadProgramFactory(const DrawportContextRef& context) override {
+    if (!context) return OSTRA_ILLEGAL_STATE("A GPU program needs a drawport context.");
+    if (!_callbacks.hash) return OSTRA_ILLEGAL_STATE("The GPU program has no callbacks to be rebuilt with.");
+    DrawportHashStream stream;
+    OSTRA_RETURN_IF_ERROR(_callbacks.hash(stream));
+    if (_item && stream.GetHash() == _hash) return OK;
+    return Build(context);
+  }
+
+  void Reset() override {
+    DropProgram();
+    _item = {};
+    _context = {};
+    _callbacks = {};
+    _hash = 0;
+  }
+
+ private:
+  Result<void> Build(const DrawportContextRef& context) {
+    const DrawportRef drawport = context->GetDrawport();
+    DrawportHashStream stream;
+    OSTRA_RETURN_IF_ERROR(_callbacks.hash(stream));
+    DrawportCacheKey key = MakeDrawportCacheKey(drawport, DrawportCacheKeyKind::ProgramFactory);
+    key.Append(_number);
+    key.Append(stream.GetHash());
+    key.Append(_buildCount++);  // a hash may come back with other sources behind it
+    DrawportProgramFactoryItemRef item;
+    OSTRA_RETURN_IF_ERROR(drawport->GetDrawportCache()->GetProgramFactory(key, _callbacks.build, item, *context));
+    OSTRA_RETURN_IF_ERROR(item->MakeValid(*context));
+    // Only a program that compiled replaces the one that is in use.
+    DropProgram();
+    _item = std::move(item);
+    _hash = stream.GetHash();
+    return OK;
+  }
+
+  Result<void> Bind(DrawportContextInterface& context, DrawportProgramFactory& factory,
+                    DrawportParameterValueSet& values) {
+    const DrawportProgramDescription& program = _item->GetSpecification();
+    const DrawportParameterBinder& binder =
+        program.GetParameterBinder() ? program.GetParameterBinder() : _callbacks.bind;
+    OSTRA_RETURN_IF_ERROR(factory.StartSetParameters(context, values));
+    if (binder) OSTRA_RETURN_IF_ERROR(binder(factory, values, program.GetParameters().GetBlock()));
+    return factory.EndSetParameters(context, values);
+  }
+
+  Result<void> CheckUpdated() const {
+    if (_factory) return OK;
+    return OSTRA_ILLEGAL_STATE("The uniforms of the GPU program have not been updated.");
+  }
+
+  void DropProgram() {
+    _factory = nullptr;
+    _values = nullptr;
+  }
+
+  const UInt64 _number = TakeObjectNumber();
+  UInt64 _buildCount = 0;
+  GpuComputeCallbacks _callbacks;
+  UInt64 _hash = 0;
+  DrawportContextRef _context;
+  DrawportProgramFactoryItemRef _item;
+  DrawportProgramFactory* _factory = nullptr;  // of the item
+  DrawportParameterValueSet* _values = nullptr;
+};
+
+Result<void> RegisterGpuCompute() {
+  OSTRA_ASSIGN_OR_RETURN(ClassRef computeClass, Class::Create<GpuCompute>(kGpuComputeClass));
+  return ClassRegistry::GetClasses().Insert(computeClass);
+}
+
+[[maybe_unused]] const Bool g_registered = RegisterGpuCompute().IsOk();
+
+}  // namespace
+}  // namespace ostra

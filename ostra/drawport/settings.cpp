@@ -1,0 +1,24 @@
+#include "ostra/drawport/settings.h"
+
+#include <algorithm>
+#include <atomic>
+
+namespace ostra {
+namespace {
+
+constinit std::atomic<Int> g_memoryLimit{0};
+constinit std::atomic<Int> g_stagingCapacity{0};
+constinit std::atomic<Int> g_rowAlignment{1};
+
+}  // namespace
+
+void SetDrawportMemoryLimit(Int bytes) { g_memoryLimit = std::max<Int>(bytes, 0); }
+Int GetDrawportMemoryLimit() { return g_memoryLimit; }
+
+void SetDrawportStagingCapacity(Int bytes) { g_stagingCapacity = std::max<Int>(bytes, 0); }
+Int GetDrawportStagingCapacity() { return g_stagingCapacity; }
+
+void SetDrawportRowAlignment(Int bytes) { g_rowAlignment = std::max<Int>(bytes, 1); }
+Int GetDrawportRowAlignment() { return g_rowAlignment; }
+
+}  // namespace ostra

@@ -1,0 +1,25 @@
+// What programs and tests may change about the GPU layer. Thread-safe; a value counts from the next call that asks for
+// it.
+#pragma once
+
+#include "ostra/core/export.h"
+#include "ostra/core/types.h"
+
+namespace ostra {
+
+// Limits the device memory that is used, in bytes, below what the device has: allocations beyond it fail with out of
+// memory, and the budget of contexts says so. 0, the default, is no limit.
+OSTRA_API void SetDrawportMemoryLimit(Int bytes);
+OSTRA_API Int GetDrawportMemoryLimit();
+
+// The capabilities TextureStagingCapacity and ReadBackStagingCapacity and BufferTransferChunk of drawports that are
+// made from now on, in bytes; raised to 64 KiB. 0, the default, is the backend's choice.
+OSTRA_API void SetDrawportStagingCapacity(Int bytes);
+OSTRA_API Int GetDrawportStagingCapacity();
+
+// Rows of texels lie a multiple of so many bytes apart in staging buffers; 1, the default, packs them. For tests of
+// code that must cope with devices that pad rows.
+OSTRA_API void SetDrawportRowAlignment(Int bytes);
+OSTRA_API Int GetDrawportRowAlignment();
+
+}  // namespace ostra
