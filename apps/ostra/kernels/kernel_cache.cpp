@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "apps/ostra/kernels/cache_key.h"
+#include "apps/ostra/kernels/cache_trim.h"
 #include "apps/ostra/kernels/compiler.h"
 #include "apps/ostra/kernels/dependencies.h"
 #include "apps/ostra/kernels/kernel_source.h"
@@ -118,6 +119,8 @@ std::optional<fs::path> FindModule(const Recipe& recipe) {
                                                 static_cast<std::size_t>(list->GetCount())}));
   std::error_code code;
   if (!file || !fs::exists(*file, code)) return std::nullopt;
+  TouchCacheFile(*file);
+  TouchCacheFile(recipe.GetListFile());
   return std::move(*file);
 }
 
@@ -168,6 +171,7 @@ Result<fs::path> KeepModule(const Recipe& recipe, const WorkFolder& folder) {
   for (const std::string& header : headers) list += header + "\n";
   OSTRA_ASSIGN_OR_RETURN(const Url listFile, MakeUrl(recipe.GetListFile()));
   OSTRA_RETURN_IF_ERROR(WriteFileAtomically(listFile, BytesOf(list)));
+  TrimCache(recipe.folder);
   return file;
 }
 

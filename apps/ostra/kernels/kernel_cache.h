@@ -5,7 +5,7 @@
 //
 // A cached module is found by what it was made from: the kernel file with its headers, the options, the compiler, the
 // processor and the framework's headers. Several processes may use one cache at once: modules are written beside and
-// renamed. The cache may be deleted at any time.
+// renamed. The cache may be deleted at any time; the modules that were used longest ago are removed from it by and by.
 #pragma once
 
 #include <string>

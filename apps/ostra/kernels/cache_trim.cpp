@@ -1,0 +1,49 @@
+#include "apps/ostra/kernels/cache_trim.h"
+
+#include <algorithm>
+#include <chrono>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace ostra::tool {
+namespace {
+
+namespace fs = std::filesystem;
+using namespace std::chrono_literals;
+
+using Files = std::vector<std::pair<fs::file_time_type, fs::path>>;
+
+void RemoveOldest(Files files, std::size_t maximum) {
+  if (files.size() <= maximum) return;
+  std::sort(files.begin(), files.end());
+  files.resize(files.size() - maximum);
+  std::error_code code;
+  for (const auto& [time, path] : files) fs::remove(path, code);
+}
+
+}  // namespace
+
+void TouchCacheFile(const fs::path& file) {
+  std::error_code code;
+  fs::last_write_time(file, fs::file_time_type::clock::now(), code);
+}
+
+void TrimCache(const fs::path& folder, std::size_t maximum) {
+  Files modules, lists;
+  std::error_code code;
+  const auto yesterday = fs::file_time_type::clock::now() - 24h;
+  for (fs::directory_iterator entry(folder, code); !code && entry != fs::directory_iterator(); entry.increment(code)) {
+    const fs::path& path = entry->path();
+    std::error_code entryCode;
+    const auto time = fs::last_write_time(path, entryCode);
+    if (entryCode) continue;
+    if (path.extension() == ".so") modules.emplace_back(time, path);
+    if (path.extension() == ".headers") lists.emplace_back(time, path);
+    if (path.filename().native().starts_with("work_") && time < yesterday) fs::remove_all(path, entryCode);
+  }
+  RemoveOldest(std::move(modules), maximum);
+  RemoveOldest(std::move(lists), maximum);
+}
+
+}  // namespace ostra::tool

@@ -1,0 +1,19 @@
+// Keeps the kernel cache from growing for ever.
+#pragma once
+
+#include <cstddef>
+#include <filesystem>
+
+namespace ostra::tool {
+
+inline constexpr std::size_t kMaximalCachedModules = 256;
+
+// Says that a file of the cache is used.
+void TouchCacheFile(const std::filesystem::path& file);
+
+// Removes from `folder` the modules that were used longest ago until `maximum` are left, the lists through which they
+// are found likewise, and folders that compilations left more than a day ago when they were cut off. What cannot be
+// removed stays; other files are left alone. Several processes may do so at once.
+void TrimCache(const std::filesystem::path& folder, std::size_t maximum = kMaximalCachedModules);
+
+}  // namespace ostra::tool

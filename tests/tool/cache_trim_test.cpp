@@ -1,0 +1,55 @@
+#include "apps/ostra/kernels/cache_trim.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+
+#include "tests/tool/temporary_folder.h"
+
+namespace ostra::tool {
+namespace {
+
+namespace fs = std::filesystem;
+using namespace std::chrono_literals;
+
+class CacheTrimTest : public testing::Test {
+ protected:
+  void Make(const std::string& name, std::chrono::hours age) {
+    _folder.Write(name, "x");
+    fs::last_write_time(_folder / name, fs::file_time_type::clock::now() - age);
+  }
+  Bool Exists(const std::string& name) const { return fs::exists(_folder / name); }
+
+  TemporaryFolder _folder;
+};
+
+TEST_F(CacheTrimTest, ModulesAndListsThatWereUsedLongestAgoGoFirst) {
+  for (int age = 1; age <= 4; ++age) {
+    Make(std::to_string(age) + ".so", std::chrono::hours(age));
+    Make(std::to_string(age) + ".headers", std::chrono::hours(age));
+  }
+  TouchCacheFile(_folder / "4.so");
+  TrimCache(_folder.GetPath(), 2);
+  EXPECT_TRUE(Exists("1.so") && Exists("4.so") && Exists("1.headers") && Exists("2.headers"));
+  EXPECT_FALSE(Exists("2.so") || Exists("3.so") || Exists("3.headers") || Exists("4.headers"));
+}
+
+TEST_F(CacheTrimTest, WhatIsNotTheCachesStaysAndLeftoversOfCompilationsGoAfterADay) {
+  Make("notes.txt", 1000h);
+  Make("1.so", 1000h);
+  fs::create_directory(_folder / "work_old");
+  Make("work_old/kernel.cpp", 48h);
+  fs::last_write_time(_folder / "work_old", fs::file_time_type::clock::now() - 48h);
+  fs::create_directory(_folder / "work_new");
+  TrimCache(_folder.GetPath(), 2);
+  EXPECT_TRUE(Exists("notes.txt") && Exists("1.so") && Exists("work_new"));
+  EXPECT_FALSE(Exists("work_old"));
+}
+
+TEST_F(CacheTrimTest, AFolderThatIsNotThereIsNothingToTrim) {
+  TrimCache(fs::path(_folder / "missing"), 2);
+  EXPECT_FALSE(Exists("missing"));
+}
+
+}  // namespace
+}  // namespace ostra::tool

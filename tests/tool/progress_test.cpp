@@ -1,0 +1,66 @@
+#include "apps/ostra/output/progress.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <pty.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <thread>
+
+namespace ostra::tool {
+namespace {
+
+using testing::AllOf;
+using testing::EndsWith;
+using testing::HasSubstr;
+
+// What a process whose standard error is a terminal writes there.
+template <class Work>
+std::string ReadFromTerminal(Work&& work) {
+  int terminal = -1;
+  const pid_t process = forkpty(&terminal, nullptr, nullptr, nullptr);
+  EXPECT_GE(process, 0);
+  if (process == 0) {
+    work();
+    _exit(0);
+  }
+  std::string text;
+  char buffer[256];
+  // At the end of the other side a terminal answers with an error.
+  for (ssize_t count = 0; (count = read(terminal, buffer, sizeof(buffer))) > 0;)
+    text.append(buffer, static_cast<std::size_t>(count));
+  close(terminal);
+  int status = -1;
+  EXPECT_EQ(waitpid(process, &status, 0), process);
+  EXPECT_EQ(status, 0);
+  return text;
+}
+
+TEST(ProgressTest, WorkOfUnknownLengthIsAnnouncedAtOnceAndTheLineGoesAway) {
+  EXPECT_THAT(ReadFromTerminal([] { const Progress progress("compiling", 0); }),
+              AllOf(HasSubstr("compiling ..."), EndsWith("\r\033[K")));
+}
+
+TEST(ProgressTest, OnlyLongWorkShowsItsShare) {
+  EXPECT_EQ(ReadFromTerminal([] {
+              Progress progress("running", 4);
+              for (int i = 0; i < 4; ++i) progress.Advance();
+            }),
+            "");
+  EXPECT_THAT(ReadFromTerminal([] {
+                Progress progress("running", 4);
+                std::this_thread::sleep_for(std::chrono::milliseconds(600));
+                progress.Advance();
+              }),
+              AllOf(HasSubstr("running: 25 %"), EndsWith("\r\033[K")));
+}
+
+TEST(ProgressTest, NothingIsWrittenIntoAPipe) {
+  testing::internal::CaptureStderr();
+  { const Progress progress("compiling", 0); }
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+}  // namespace
+}  // namespace ostra::tool
