@@ -3,7 +3,8 @@
 // It runs a body, a struct derived from the record of parameters (kernel_parameters.h) with
 //
 //   static constexpr Bool kUsesLinearInvocation;
-//   void or Result<void> Run(global ID, local ID, work group ID, number of the invocation, whether its guard holds) const;
+//   void or Result<void> Run(global ID, local ID, work group ID, number of the invocation, guard is known to hold)
+//   const;
 //
 // one invocation at a time (Kernel) or over many (RunRange): there the body is inlined into a loop along x over a local
 // copy of the parameters, compiled for several instruction sets. Both give the same bits.
