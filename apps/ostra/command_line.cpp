@@ -12,6 +12,7 @@
 #include "apps/ostra/names/nearest_name.h"
 #include "apps/ostra/output/standard_output.h"
 #include "apps/ostra/run/run_command.h"
+#include "apps/ostra/run/run_help.h"
 #include "apps/ostra/tool_error.h"
 #include "apps/ostra/values/text.h"
 
@@ -20,26 +21,6 @@ OSTRA_UNIT("command_line");
 namespace ostra::tool {
 
 namespace {
-
-constexpr const char* kRunSummary = "Run a kernel file on data from files";
-
-constexpr const char* kRunDetails =
-    "Without --size there is one invocation per pixel of the first picture, or per element of the longest input. A "
-    "kernel\n"
-    "with a uniform width gets those of a picture in rows, any other in one line. Buffers that are only written start "
-    "as\n"
-    "zeros and have one element per invocation. The uniforms width and height are those of the picture unless they "
-    "are\n"
-    "set.\n"
-    "\n"
-    "Files: .png and .exr (pictures, elements of 4 x float32), .npy, .csv, .raw; zeros:SIZE and ones:SIZE make "
-    "elements.\n"
-    "\n"
-    "Examples:\n"
-    "  ostra run net.example.blur.krn --in image=photo.png --out result=blurred.png --set radius=3\n"
-    "  ostra run net.example.life.krn --in now=start.npy --out next=end.npy --swap now,next --iterations 100\n"
-    "\n"
-    "Exit status: 0 done, 1 failed, 2 wrong usage.\n";
 
 constexpr const char* kEncodeSummary = "Write a source file as an encoded container";
 constexpr const char* kEncodeDetails =
@@ -63,7 +44,7 @@ constexpr const char* kDecodeDetails =
 // The options as they stand on the command line.
 struct RunArguments {
   std::string kernel, size, backend = "cpu", cacheFolder;
-  std::vector<std::string> inputs, outputs, settings, swaps;
+  std::vector<std::string> inputs, outputs, settings, textures, swaps;
   Int repeatCount = 1, iterationCount = 1;
   Bool isFast = false, isJson = false;
 };
@@ -86,9 +67,10 @@ CLI::App& AddRunCommand(CLI::App& app, RunArguments& arguments) {
   const auto addList = [&run](const char* name, std::vector<std::string>& target, const char* help, const char* type) {
     run.add_option(name, target, help)->type_name(type)->allow_extra_args(false);
   };
-  addList("--in", arguments.inputs, "Elements of a buffer", "NAME=FILE");
+  addList("--in", arguments.inputs, "Elements of a buffer, or texels of a texture", "NAME=FILE");
   addList("--out", arguments.outputs, "Where a buffer is written afterwards", "NAME=FILE");
   addList("--set", arguments.settings, "Value of a uniform, or start of a counter", "NAME=VALUE,...");
+  addList("--texture", arguments.textures, "How a texture is read", "NAME:KEY=VALUE,...");
   run.add_option("--size", arguments.size, "Invocations of a dispatch")->type_name("WxHxD");
   run.add_option("--iterations", arguments.iterationCount, "Dispatches, one after the other")
       ->type_name("N")
@@ -124,6 +106,12 @@ Result<RunOptions> MakeRunOptions(const RunArguments& arguments) {
   OSTRA_ASSIGN_OR_RETURN(options.inputs, SplitAll("--in", arguments.inputs));
   OSTRA_ASSIGN_OR_RETURN(options.outputs, SplitAll("--out", arguments.outputs));
   OSTRA_ASSIGN_OR_RETURN(options.settings, SplitAll("--set", arguments.settings));
+  for (const std::string& texture : arguments.textures) {
+    const std::size_t mark = texture.find(':');
+    if (mark == std::string::npos || mark == 0)
+      return OSTRA_USAGE_ERROR("--texture needs NAME:KEY=VALUE,..., but got \"@\"", texture);
+    options.textures.emplace_back(texture.substr(0, mark), texture.substr(mark + 1));
+  }
   if (!arguments.size.empty()) {
     auto size = ParseExtents(arguments.size);
     if (!size) return OSTRA_USAGE_ERROR("--size: @", size.GetError());

@@ -4,7 +4,7 @@
 #include "apps/ostra/buffers/buffer_file.h"
 #include "apps/ostra/buffers/csv.h"
 #include "apps/ostra/buffers/file_kind.h"
-#include "apps/ostra/buffers/npy.h"
+#include "apps/ostra/buffers/npy_file.h"
 #include "apps/ostra/tool_error.h"
 #include "ostra/image/image.h"
 #include "ostra/io/file.h"
@@ -50,17 +50,13 @@ Extents GetArraySize(const NumberArray& array, const ElementLayout& layout) {
 }
 
 Result<BufferContents> LoadNpy(const Url& file, DataType type, const ElementLayout& layout) {
-  OSTRA_ASSIGN_OR_RETURN(const BaseArray<Byte> bytes, ReadFileToMemory(file));
-  auto array = DecodeNpy(bytes.GetBlock());
-  if (!array) return OSTRA_ILLEGAL_ARGUMENT("@ cannot be read: @.", file, array.GetError());
-  if (array->scalar->npyCode != layout.scalar->npyCode)
-    return OSTRA_ILLEGAL_ARGUMENT("@ holds numbers of the type @, but the parameter needs @.", file,
-                                  array->scalar->type, layout.scalar->type);
-  if (array->GetCount() % layout.componentCount != 0)
+  OSTRA_ASSIGN_OR_RETURN(const NumberFile contents, ReadNumberFile(file, *layout.scalar));
+  const NumberArray& array = contents.numbers;
+  if (array.GetCount() % layout.componentCount != 0)
     return OSTRA_ILLEGAL_ARGUMENT("@ holds @ numbers, which is no multiple of the @ numbers of an element.", file,
-                                  array->GetCount(), layout.componentCount);
-  OSTRA_ASSIGN_OR_RETURN(GenericBaseArray elements, MakeElements(type, array->numbers));
-  return BufferContents{std::move(elements), GetArraySize(*array, layout), false};
+                                  array.GetCount(), layout.componentCount);
+  OSTRA_ASSIGN_OR_RETURN(GenericBaseArray elements, MakeElements(type, array.numbers));
+  return BufferContents{std::move(elements), GetArraySize(array, layout), false};
 }
 
 Result<BufferContents> LoadCsv(const Url& file, DataType type, const ElementLayout& layout) {

@@ -6,6 +6,7 @@
 #include "apps/ostra/tool_error.h"
 #include "apps/ostra/values/scalar_type.h"
 #include "ostra/object/class.h"
+#include "ostra/render/render_noise.h"
 #include "parallelprogram/program/kernel_interface.h"
 
 OSTRA_UNIT("kernel_parameters");
@@ -16,9 +17,13 @@ namespace {
 
 Parameter DescribeParameter(std::string_view name, DataType type) {
   const std::string text(name);
+  if (type.IsMadeWith(kBlockParametricType) && type.GetInnerType() == GetDataType<RenderNoiseRef>())
+    return {text, ParameterKind::Noise, type};
   if (type.IsMadeWith(kBlockParametricType)) return {text, ParameterKind::Buffer, type.GetInnerType()};
   const Bool isCounter = type.IsPointer() && type.GetInnerType().IsMadeWith(kAtomicParametricType);
   if (isCounter) return {text, ParameterKind::Counter, GetDataType<UInt32>()};
+  const TextureLayout* texture = type.IsPointer() ? FindTextureLayout(type.GetInnerType()) : nullptr;
+  if (texture) return {text, ParameterKind::Texture, type.GetInnerType(), texture};
   return {text, GetElementLayout(type) ? ParameterKind::Uniform : ParameterKind::Other, type};
 }
 
@@ -30,6 +35,8 @@ const char* GetKindName(ParameterKind kind) {
       return "uniform";
     case ParameterKind::Buffer:
       return "buffer";
+    case ParameterKind::Texture:
+      return "texture";
     case ParameterKind::Counter:
       return "counter";
     default:
@@ -59,6 +66,22 @@ const Parameter* KernelParameters::Find(std::string_view name) const {
   return nullptr;
 }
 
+Bool KernelParameters::HasNoise() const {
+  return std::any_of(_parameters.begin(), _parameters.end(),
+                     [](const Parameter& parameter) { return parameter.kind == ParameterKind::Noise; });
+}
+
+// "buffer or texture": the kinds that this kernel has, or the first one when it has none.
+std::string KernelParameters::NameKinds(std::initializer_list<ParameterKind> kinds) const {
+  std::string text;
+  for (const ParameterKind kind : kinds) {
+    const Bool isThere = std::any_of(_parameters.begin(), _parameters.end(),
+                                     [kind](const Parameter& parameter) { return parameter.kind == kind; });
+    if (isThere) text += (text.empty() ? "" : " or ") + std::string(GetKindName(kind));
+  }
+  return text.empty() ? GetKindName(*kinds.begin()) : text;
+}
+
 Result<const Parameter&> KernelParameters::Get(std::string_view option, std::string_view name,
                                                std::initializer_list<ParameterKind> kinds) const {
   const auto fits = [&](const Parameter& parameter) {
@@ -67,13 +90,13 @@ Result<const Parameter&> KernelParameters::Get(std::string_view option, std::str
   const Parameter* found = Find(name);
   if (found && fits(*found)) return *found;
   if (found)
-    return OSTRA_USAGE_ERROR("@: \"@\" is a @, not a @", option, name, GetKindName(found->kind),
-                             GetKindName(*kinds.begin()));
+    return OSTRA_USAGE_ERROR("@: \"@\" is a @, not a @", option, name, GetKindName(found->kind), NameKinds(kinds));
   std::vector<std::string> names;
   for (const Parameter& parameter : _parameters)
     if (fits(parameter)) names.push_back(parameter.name);
-  return OSTRA_USAGE_ERROR("@: the kernel has no @ \"@\"@", option, GetKindName(*kinds.begin()), name,
-                           SuggestName(name, names));
+  const Bool isUniform = std::count(kinds.begin(), kinds.end(), ParameterKind::Uniform) > 0;
+  if (isUniform && HasNoise()) names.insert(names.end(), {"noiseMode_0", "noiseSeed_0"});
+  return OSTRA_USAGE_ERROR("@: the kernel has no @ \"@\"@", option, NameKinds(kinds), name, SuggestName(name, names));
 }
 
 }  // namespace ostra::tool

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "ostra/core/data_type.h"
+#include "apps/ostra/textures/texture_layout.h"
 #include "ostra/core/result.h"
 
 namespace ostra::tool {
@@ -13,14 +13,17 @@ namespace ostra::tool {
 enum class ParameterKind : Int32 {
   Uniform,  // one value
   Buffer,   // elements
+  Texture,  // texels with rules how to read them
   Counter,  // an atomic number that invocations share
-  Other,    // what cannot be given on a command line, such as a texture
+  Noise,    // the noises that the uniforms "noiseMode_0" and so on choose
+  Other,    // what cannot be given on a command line
 };
 
 struct Parameter {
   std::string name;
   ParameterKind kind = ParameterKind::Other;
   DataType type;  // of the value; of the elements of a buffer
+  const TextureLayout* texture = nullptr;
 };
 
 class KernelParameters {
@@ -33,16 +36,20 @@ class KernelParameters {
   const std::vector<Parameter>& GetAll() const { return _parameters; }
   // Null when there is none.
   const Parameter* Find(std::string_view name) const;
+  // Whether the kernel calls noises.
+  Bool HasNoise() const;
   // The parameter that an option names, which must be of one of the kinds. Error: usage error that names the option and
   // the nearest parameter.
   Result<const Parameter&> Get(std::string_view option, std::string_view name,
                                std::initializer_list<ParameterKind> kinds) const;
 
  private:
+  std::string NameKinds(std::initializer_list<ParameterKind> kinds) const;
+
   std::vector<Parameter> _parameters;
 };
 
-// "buffer", "uniform", "counter" or "parameter".
+// "buffer", "texture", "uniform", "counter" or "parameter".
 const char* GetKindName(ParameterKind kind);
 
 }  // namespace ostra::tool

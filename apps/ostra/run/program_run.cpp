@@ -19,6 +19,7 @@ Result<ProgramRun> ProgramRun::Create(const RunPlan& plan, const Id& programClas
   OSTRA_RETURN_IF_ERROR(run._program->Init(Url(), nullptr, 0, false));
   OSTRA_RETURN_IF_ERROR(run._program->AddKernel("kernel"_iid, kernelFile, true));
   OSTRA_RETURN_IF_ERROR(run.StoreBuffers());
+  OSTRA_RETURN_IF_ERROR(run.StoreTextures());
   OSTRA_RETURN_IF_ERROR(run.SetValues());
   return run;
 }
@@ -29,6 +30,16 @@ Result<void> ProgramRun::StoreBuffers() {
     OSTRA_RETURN_IF_ERROR(copy.CopyFrom(buffer.start));
     OSTRA_RETURN_IF_ERROR(_program->StoreUniformBufferData(buffer.name, buffer.elementType, std::move(copy)));
     OSTRA_RETURN_IF_ERROR(_program->SetBufferToActiveKernelSameId(buffer.name));
+  }
+  return OK;
+}
+
+Result<void> ProgramRun::StoreTextures() {
+  for (const PlannedTexture& texture : _plan->textures) {
+    TextureBindData description = texture.description;
+    description._data = texture.contents.texels.GetFirst();
+    OSTRA_RETURN_IF_ERROR(_program->StoreTextureBindData(texture.name, description, false));
+    OSTRA_RETURN_IF_ERROR(_program->SetTextureToActiveKernelSameId(texture.name));
   }
   return OK;
 }

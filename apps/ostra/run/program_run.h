@@ -24,6 +24,7 @@ class ProgramRun {
  private:
   explicit ProgramRun(const RunPlan& plan) : _plan(&plan) {}
   Result<void> StoreBuffers();
+  Result<void> StoreTextures();
   Result<void> SetValues();
 
   const RunPlan* _plan;

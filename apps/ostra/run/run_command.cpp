@@ -27,6 +27,12 @@ Result<void> WriteOutputs(const RunPlan& plan, const ProgramRun& run) {
   return OK;
 }
 
+// What was done to the inputs is said before the work, and not among the data on standard output.
+void WriteNotes(const RunPlan& plan) {
+  for (const PlannedTexture& texture : plan.textures)
+    for (const std::string& note : texture.contents.notes) WriteErrorLine("note: " + note);
+}
+
 // Everything that needs objects of the kernel's module, which are gone when this returns.
 Result<RunReport> Execute(const RunOptions& options, const RunPlan& plan) {
   OSTRA_ASSIGN_OR_RETURN(ProgramRun run, ProgramRun::Create(plan, kCpuProgramClass, options.kernelFile));
@@ -53,6 +59,7 @@ Result<void> Run(const RunOptions& options, std::span<const char* const> argumen
   OSTRA_RETURN_IF_ERROR(host.LoadModule(module.path));
   OSTRA_ASSIGN_OR_RETURN(const KernelParameters parameters, KernelParameters::Read(module.classId));
   OSTRA_ASSIGN_OR_RETURN(const RunPlan plan, MakeRunPlan(options, parameters));
+  WriteNotes(plan);
   OSTRA_ASSIGN_OR_RETURN(RunReport report, Execute(options, plan));
   report.kernel = module.classId;
   report.wasCompiled = module.wasCompiled;

@@ -15,12 +15,13 @@ using Assignments = std::vector<std::pair<std::string, std::string>>;
 
 struct RunOptions {
   Url kernelFile;
-  Assignments inputs;      // buffer and where its elements come from
-  Assignments outputs;     // buffer and the file it is written to
-  Assignments settings;    // uniform or counter and its value
-  Extents size;            // of the dispatch; unknown: that of the first picture, else the longest input
-  Int repeatCount = 1;     // times that the whole run is made, each from the same start
-  Int iterationCount = 1;  // dispatches of one run
+  Assignments inputs;    // buffer or texture and where its elements come from
+  Assignments outputs;   // buffer and the file it is written to
+  Assignments settings;  // uniform or counter and its value
+  Assignments textures;  // texture and how it is read
+  Extents size;  // of the dispatch; unknown: that of the first picture, else of a 2D texture or the longest input
+  Int repeatCount = 1;                                     // times that the whole run is made, each from the same start
+  Int iterationCount = 1;                                  // dispatches of one run
   std::vector<std::pair<std::string, std::string>> swaps;  // buffers exchanged between two dispatches
   Bool isFast = false;
   Bool isJson = false;

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <set>
 
+#include "apps/ostra/run/noise_settings.h"
+#include "apps/ostra/run/plan_textures.h"
 #include "apps/ostra/tool_error.h"
 #include "apps/ostra/values/scalar_type.h"
 #include "apps/ostra/values/typed_value.h"
@@ -21,10 +23,12 @@ class Planner {
   Result<RunPlan> Make() {
     OSTRA_RETURN_IF_ERROR(CheckNames());
     OSTRA_RETURN_IF_ERROR(LoadInputs());
+    OSTRA_RETURN_IF_ERROR(AddTextures());
     OSTRA_RETURN_IF_ERROR(ChooseSize());
     OSTRA_RETURN_IF_ERROR(AddMissingBuffers());
     OSTRA_RETURN_IF_ERROR(AddOutputs());
     OSTRA_RETURN_IF_ERROR(AddSettings());
+    OSTRA_RETURN_IF_ERROR(AddNoises());
     OSTRA_RETURN_IF_ERROR(AddAutomaticValues());
     OSTRA_RETURN_IF_ERROR(CheckComplete());
     return std::move(_plan);
@@ -33,7 +37,7 @@ class Planner {
  private:
   // Before files are read: names of all options.
   Result<void> CheckNames() {
-    OSTRA_RETURN_IF_ERROR(CheckOption("--in", _options.inputs, {ParameterKind::Buffer}));
+    OSTRA_RETURN_IF_ERROR(CheckOption("--in", _options.inputs, {ParameterKind::Buffer, ParameterKind::Texture}));
     OSTRA_RETURN_IF_ERROR(CheckOption("--out", _options.outputs, {ParameterKind::Buffer}));
     OSTRA_RETURN_IF_ERROR(CheckOption("--set", _options.settings, {ParameterKind::Uniform, ParameterKind::Counter}));
     for (const auto& [first, second] : _options.swaps) {
@@ -53,14 +57,27 @@ class Planner {
                            std::initializer_list<ParameterKind> kinds) {
     std::set<std::string> names;
     for (const auto& [name, value] : assignments) {
-      OSTRA_RETURN_IF_ERROR(_parameters.Get(option, name, kinds));
-      if (!names.insert(name).second) return OSTRA_USAGE_ERROR("@: \"@\" is given twice", option, name);
+      const Parameter* parameter = _parameters.Find(name);
+      if (!parameter && &assignments == &_options.settings && FindNoiseSetting(name)) {
+        OSTRA_RETURN_IF_ERROR(CheckNoise(name));
+      } else {
+        OSTRA_RETURN_IF_ERROR(_parameters.Get(option, name, kinds));
+      }
+      // Several files are the layers of a texture.
+      const Bool mayRepeat = parameter && parameter->kind == ParameterKind::Texture;
+      if (!names.insert(name).second && !mayRepeat) return OSTRA_USAGE_ERROR("@: \"@\" is given twice", option, name);
     }
     return OK;
   }
 
+  Result<void> CheckNoise(const std::string& name) {
+    if (_parameters.HasNoise()) return OK;
+    return OSTRA_USAGE_ERROR("--set: the kernel calls no noises, so that \"@\" would change nothing", name);
+  }
+
   Result<void> LoadInputs() {
     for (const auto& [name, source] : _options.inputs) {
+      if (_parameters.Find(name)->kind == ParameterKind::Texture) continue;
       const DataType type = _parameters.Find(name)->type;
       auto contents = LoadBuffer(source, type);
       if (!contents) {
@@ -86,6 +103,17 @@ class Planner {
           "The picture @ for \"@\" has @ pixels, and @ has @; give the size of the run with --size.", source, name,
           contents.size.ToText(), _pictureName, _picture.ToText());
     }
+    return OK;
+  }
+
+  // A texture may have any size. Without another picture that of the first one with two dimensions is taken.
+  Result<void> AddTextures() {
+    OSTRA_ASSIGN_OR_RETURN(_plan.textures, PlanTextures(_options, _parameters));
+    if (_picture.IsKnown()) return OK;
+    for (const auto& [name, source] : _options.inputs)
+      for (const PlannedTexture& texture : _plan.textures)
+        if (!_picture.IsKnown() && texture.name.GetView() == name && texture.layout->dimensions == 2)
+          _picture = texture.contents.sourceSize;
     return OK;
   }
 
@@ -135,6 +163,7 @@ class Planner {
 
   Result<void> AddSettings() {
     for (const auto& [name, text] : _options.settings) {
+      if (!_parameters.Find(name)) continue;  // a noise
       const Parameter& parameter = *_parameters.Find(name);
       auto value = ParseValue(parameter.type, text);
       if (!value) return OSTRA_USAGE_ERROR("--set @: @", name, value.GetError());
@@ -146,6 +175,14 @@ class Planner {
         _plan.counters.push_back({id, start});
       }
     }
+    return OK;
+  }
+
+  Result<void> AddNoises() {
+    if (!_parameters.HasNoise()) return OK;
+    OSTRA_ASSIGN_OR_RETURN(std::vector<PlannedUniform> noises, PlanNoises(_options.settings));
+    for (PlannedUniform& noise : noises)
+      if (!_parameters.Find(noise.name.GetView())) _plan.uniforms.push_back(std::move(noise));
     return OK;
   }
 
@@ -192,7 +229,7 @@ class Planner {
   const RunOptions& _options;
   const KernelParameters& _parameters;
   RunPlan _plan;
-  Extents _picture;          // of the first picture; unknown without one
+  Extents _picture;          // of the first picture, or 2D texture without one; unknown without both
   std::string _pictureName;  // its source
   Int _longest = 0;          // count of the longest input
 };

@@ -6,6 +6,7 @@
 #include "apps/ostra/buffers/buffer_file.h"
 #include "apps/ostra/run/kernel_parameters.h"
 #include "apps/ostra/run/run_options.h"
+#include "apps/ostra/textures/load_texture.h"
 #include "ostra/core/data.h"
 #include "ostra/core/interned_id.h"
 
@@ -19,10 +20,18 @@ struct PlannedBuffer {
   std::optional<Url> target;
 };
 
+struct PlannedTexture {
+  InternedId name;
+  const TextureLayout* layout = nullptr;
+  std::vector<std::string> sources;
+  TextureContents contents;
+  TextureBindData description;  // of `contents`, without the address of the texels
+};
+
 struct PlannedUniform {
   InternedId name;
   Data value;
-  Bool isAutomatic = false;  // taken from the size of the picture
+  Bool isAutomatic = false;  // not set by the user, but the size of the picture or a default
 };
 
 struct PlannedCounter {
@@ -34,13 +43,15 @@ struct RunPlan {
   Extents size;         // of the dispatch
   Extents pictureSize;  // of written pictures
   std::vector<PlannedBuffer> buffers;
+  std::vector<PlannedTexture> textures;
   std::vector<PlannedUniform> uniforms;
   std::vector<PlannedCounter> counters;
   std::vector<std::pair<InternedId, InternedId>> swaps;
 };
 
 // Brings options and parameters together and loads the inputs. Errors: usage errors for names and values that do not
-// fit the kernel, parameters without a value and sizes that are not known; those of LoadBuffer and CheckBufferTarget.
+// fit the kernel, parameters without a value and sizes that are not known; those of LoadBuffer, LoadTexture and
+// CheckBufferTarget.
 Result<RunPlan> MakeRunPlan(const RunOptions& options, const KernelParameters& parameters);
 
 }  // namespace ostra::tool

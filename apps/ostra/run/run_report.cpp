@@ -33,6 +33,8 @@ std::string FormatTime(const std::vector<Float64>& milliseconds) {
          FormatMilliseconds(GetMedian(milliseconds)) + ")";
 }
 
+std::string FormatLayers(Int count) { return count == 1 ? "" : ", " + std::to_string(count) + " layers"; }
+
 std::string GetText(InternedId name) { return std::string(name.GetView()); }
 
 }  // namespace
@@ -42,6 +44,9 @@ Result<std::string> FormatRunReport(const RunReport& report, const RunOptions& o
   if (options.iterationCount > 1) rows.push_back({"dispatches", std::to_string(options.iterationCount)});
   rows.push_back({"threads", std::to_string(report.threadCount)});
   rows.push_back({"time", FormatTime(report.milliseconds)});
+  for (const PlannedTexture& texture : plan.textures)
+    rows.push_back({"texture", GetText(texture.name) + ": " + std::string(texture.layout->name) + ", " +
+                                   texture.contents.size.ToText() + FormatLayers(texture.contents.layers)});
   for (const auto& [name, value] : report.counters) rows.push_back({"counter", name + " = " + std::to_string(value)});
   for (const PlannedBuffer& buffer : plan.buffers)
     if (buffer.target)
@@ -52,7 +57,8 @@ Result<std::string> FormatRunReport(const RunReport& report, const RunOptions& o
 }
 
 Result<std::string> FormatRunReportAsJson(const RunReport& report, const RunOptions& options, const RunPlan& plan) {
-  Json uniforms = Json::object(), inputs = Json::object(), outputs = Json::array(), counters = Json::object();
+  Json uniforms = Json::object(), inputs = Json::object(), outputs = Json::array(), counters = Json::object(),
+       textures = Json::object();
   for (const PlannedUniform& uniform : plan.uniforms) {
     OSTRA_ASSIGN_OR_RETURN(const std::string value, PrintValue(uniform.value));
     uniforms[GetText(uniform.name)] = {{"type", DescribeType(uniform.value.GetType())}, {"value", value}};
@@ -64,6 +70,13 @@ Result<std::string> FormatRunReportAsJson(const RunReport& report, const RunOpti
                          {"file", std::string(buffer.target->GetView())},
                          {"type", DescribeType(buffer.elementType)},
                          {"count", buffer.start.GetCount()}});
+  }
+  for (const PlannedTexture& texture : plan.textures) {
+    const Extents& size = texture.contents.size;
+    textures[GetText(texture.name)] = {{"type", texture.layout->name},
+                                       {"files", texture.sources},
+                                       {"size", {size.width, size.height, size.depth}},
+                                       {"layers", texture.contents.layers}};
   }
   for (const auto& [name, value] : report.counters) counters[name] = value;
   const Float64 best = *std::min_element(report.milliseconds.begin(), report.milliseconds.end());
@@ -77,6 +90,7 @@ Result<std::string> FormatRunReportAsJson(const RunReport& report, const RunOpti
       {"milliseconds", {{"best", best}, {"median", GetMedian(report.milliseconds)}, {"all", report.milliseconds}}},
       {"uniforms", uniforms},
       {"inputs", inputs},
+      {"textures", textures},
       {"outputs", outputs},
       {"counters", counters}};
   return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";

@@ -1,0 +1,68 @@
+#include "apps/ostra/run/plan_textures.h"
+
+#include <map>
+
+#include "apps/ostra/tool_error.h"
+
+OSTRA_UNIT("plan_textures");
+
+namespace ostra::tool {
+
+namespace {
+
+using SettingsByName = std::map<std::string, TextureSettings, std::less<>>;
+
+Result<SettingsByName> ReadSettings(const Assignments& options, const KernelParameters& parameters) {
+  SettingsByName all;
+  for (const auto& [name, text] : options) {
+    OSTRA_ASSIGN_OR_RETURN(const Parameter& parameter, parameters.Get("--texture", name, {ParameterKind::Texture}));
+    const auto added = AddTextureSettings(text, *parameter.texture, all[name]);
+    if (!added) return OSTRA_USAGE_ERROR("--texture @: @", name, added.GetError());
+  }
+  for (const auto& [name, settings] : all) {
+    const auto checked = CheckTextureSettings(*parameters.Find(name)->texture, settings);
+    if (!checked) return OSTRA_USAGE_ERROR("--texture @: @", name, checked.GetError());
+  }
+  return all;
+}
+
+TextureBindData Describe(const TextureLayout& layout, const TextureSettings& settings,
+                         const TextureContents& contents) {
+  TextureBindData description;
+  description._dataSize = contents.texels.GetCount();
+  description._dimensions = {static_cast<UInt32>(contents.size.width), static_cast<UInt32>(contents.size.height),
+                             static_cast<UInt32>(contents.size.depth)};
+  description._format = layout.format;
+  description._numChannels = static_cast<UInt32>(layout.channels);
+  description._filter = layout.filter;
+  description._normalizedCoordinates = settings.isNormalized;
+  description._sRGB = settings.isSrgb;
+  for (Int i = 0; i < 3; ++i) description._wrapModes[i] = settings.wrapModes[i];
+  for (Int i = 0; i < 4; ++i) description._borderColor[i] = settings.border[i];
+  return description;
+}
+
+}  // namespace
+
+Result<std::vector<PlannedTexture>> PlanTextures(const RunOptions& options, const KernelParameters& parameters) {
+  OSTRA_ASSIGN_OR_RETURN(SettingsByName settings, ReadSettings(options.textures, parameters));
+  std::vector<PlannedTexture> textures;
+  for (const Parameter& parameter : parameters.GetAll()) {
+    if (parameter.kind != ParameterKind::Texture) continue;
+    const TextureLayout& layout = *parameter.texture;
+    std::vector<std::string> sources;
+    for (const auto& [name, source] : options.inputs)
+      if (name == parameter.name) sources.push_back(source);
+    if (sources.empty())
+      return OSTRA_USAGE_ERROR("the texture \"@\" (@) has no texels: give --in @=FILE", parameter.name, layout.name,
+                               parameter.name);
+    OSTRA_ASSIGN_OR_RETURN(TextureContents contents,
+                           LoadTexture(parameter.name, sources, layout, settings[parameter.name]));
+    OSTRA_ASSIGN_OR_RETURN(const InternedId name, InternedId::Create(parameter.name));
+    const TextureBindData description = Describe(layout, settings[parameter.name], contents);
+    textures.push_back({name, &layout, std::move(sources), std::move(contents), description});
+  }
+  return textures;
+}
+
+}  // namespace ostra::tool

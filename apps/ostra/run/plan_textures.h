@@ -1,0 +1,12 @@
+// The textures of a run: which inputs are textures, because the kernel declares them, and how they are read.
+#pragma once
+
+#include "apps/ostra/run/run_plan.h"
+
+namespace ostra::tool {
+
+// Reads the inputs of all texture parameters. The names of inputs are those of parameters. Errors: usage errors for the
+// names and settings of --texture and for textures without an input; those of LoadTexture.
+Result<std::vector<PlannedTexture>> PlanTextures(const RunOptions& options, const KernelParameters& parameters);
+
+}  // namespace ostra::tool

@@ -1,0 +1,37 @@
+// What `ostra run --help` says.
+#pragma once
+
+namespace ostra::tool {
+
+inline constexpr const char* kRunSummary = "Run a kernel file on data from files";
+
+inline constexpr const char* kRunDetails =
+    R"(Without --size there is one invocation per pixel of the first picture, or of a 2D texture when there is no other picture,
+or per element of the longest input. A kernel with a uniform width gets those of a picture in rows, any other in one line.
+Buffers that are only written start as zeros and have one element per invocation. The uniforms width and height are those
+of the picture unless they are set.
+
+Files: .png and .exr (pictures, elements of 4 x float32), .npy, .csv, .raw; zeros:SIZE and ones:SIZE make elements.
+
+Textures: what the kernel declares as a texture is read as one. Pictures give the channels and numbers that it declares
+(0 to 1, or 0 to 255 for U8), .npy files their axes with the channels last. --in given several times makes layers, or the
+slices of a volume. --texture NAME:KEY=VALUE,... says how it is read:
+  wrap=repeat|clamp|border       beyond the edges; by axis: repeat/clamp (clamp)
+  border=R/G/B/A                 the value there with wrap=border (0)
+  coordinates=normalized|texels  what the kernel samples with (normalized: 0 to 1)
+  srgb=true|false                texels are decoded from the sRGB curve (false)
+  size=WxHxD, layers=N           of files that do not say it (.raw, .csv), or to read others differently
+  channels=LETTERS               which of a picture's r, g, b and a are taken (the first ones)
+
+Noises: a kernel with ADDNOISECALL takes --set noiseMode_0=MODE, a number or a name such as gaseous (perlin), and --set
+noiseSeed_0=SEED (0), and so on for noise number 1, 2, ...
+
+Examples:
+  ostra run net.example.blur.krn --in image=photo.png --out result=blurred.png --set radius=3
+  ostra run net.example.warp.krn --in image=photo.png --texture image:wrap=repeat,srgb=true --out result=out.png
+  ostra run net.example.life.krn --in now=start.npy --out next=end.npy --swap now,next --iterations 100
+
+Exit status: 0 done, 1 failed, 2 wrong usage.
+)";
+
+}  // namespace ostra::tool

@@ -1,0 +1,47 @@
+#include "apps/ostra/textures/texture_layout.h"
+
+#include "ostra/math/data_types.h"
+#include "parallelprogram/textures/sampler_types.h"
+
+namespace ostra::tool {
+
+namespace {
+
+#define OSTRA_DESCRIBE_LAYOUT(dimensions, channels, element, filter, Element, count, lowerFilter)   \
+  TextureLayout{GetDataType<TextureSamplerObj_##dimensions##D_##channels##_##element##_##filter>(), \
+                #dimensions "D " #channels " " #element " " #filter,                                \
+                dimensions,                                                                         \
+                count,                                                                              \
+                TextureFormat::element,                                                             \
+                TextureFilter::filter},
+
+const auto& GetLayouts() {
+  static const TextureLayout layouts[] = {OSTRA_FOR_EACH_SAMPLER_TYPE(OSTRA_DESCRIBE_LAYOUT)};
+  return layouts;
+}
+
+}  // namespace
+
+DataType TextureLayout::GetTexelType() const {
+  if (format == TextureFormat::U8) return GetDataType<UInt8>();
+  switch (channels) {
+    case 1:
+      return GetDataType<Float32>();
+    case 2:
+      return GetDataType<Vector2d32>();
+    case 3:
+      return GetDataType<Vector32>();
+    default:
+      return GetDataType<Vector4d32>();
+  }
+}
+
+const TextureLayout* FindTextureLayout(DataType type) {
+  for (const TextureLayout& layout : GetLayouts()) {
+    const Bool canBeMade = layout.format == TextureFormat::F32 || layout.format == TextureFormat::U8;
+    if (layout.sampler == type) return canBeMade ? &layout : nullptr;
+  }
+  return nullptr;
+}
+
+}  // namespace ostra::tool
