@@ -71,10 +71,17 @@ class ShaderParser final : public RefCounted<ShaderParser> {
   }
   const ShaderPieces& GetPieces() const { return _pieces; }
 
+  // After Init has failed, and before it is called again: an error of it with the place in front that the parse had
+  // come to, as `file:line: error: message`, or `file: error: message` when no line is to blame. Error: out of memory.
+  Result<String> DescribeError(const Error& error) const;
+
  private:
+  Result<void> Parse(const Url& file, const DataDictionary& options, EndlessSource endless);
+
   const Id _targetLanguage;
   AtomicInt32 _initState{0};  // 0 not parsed, 1 a parse runs, 2 parsed
   ShaderPieces _pieces;
+  ShaderTextOrigin _lastOrigin{-1, 0};  // where the last parse ended; no file before the first
 };
 
 }  // namespace ostra

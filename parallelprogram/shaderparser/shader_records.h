@@ -17,8 +17,7 @@ struct ShaderTextOrigin {
   friend Bool operator==(const ShaderTextOrigin&, const ShaderTextOrigin&) = default;
 };
 
-// The origins of the lines of a text, one for each. A text without lines has none; a line end at the end of the text
-// begins no further line.
+// The origins of the lines of a text in order. What follows the last line end may have none when it is empty.
 using ShaderTextOrigins = BaseArray<ShaderTextOrigin>;
 
 // Bits of ShaderInputEntry::kind; 0 is an input that may be written.

@@ -3,6 +3,7 @@
 #include "ostra/core/atomic.h"
 #include "ostra/math/data_types.h"
 #include "ostra/render/gradient.h"
+#include "parallelprogram/shaderparser/target_language.h"
 
 namespace ostra {
 namespace {
@@ -10,10 +11,8 @@ namespace {
 struct NamedType {
   const DataType& (*getType)();
   std::string_view names[3];  // in kernel files; unused ones are empty
-  CString shaderName;
+  CString shaderName;         // empty when the target language says it
 };
-
-constexpr CString kAtomicCounterOnMetal = "atomic_uint";
 
 constinit const NamedType kTypes[] = {
     {&GetDataType<Float32>, {"Float32", "float"}, "float"},
@@ -26,7 +25,7 @@ constinit const NamedType kTypes[] = {
     {&GetDataType<Int32>, {"Int32", "int"}, "int"},
     {&GetDataType<Vec4<UInt32>>, {"Vec4<UInt32>", "uint4"}, "uint4"},
     {&GetDataType<Vec4<Int32>>, {"Vec4<Int32>", "IntVector4d32", "int4"}, "int4"},
-    {&GetDataType<AtomicUInt32>, {"AtomicUInt32*", "AtomicUInt32"}, "uint"},
+    {&GetDataType<AtomicUInt32>, {"AtomicUInt32*", "AtomicUInt32"}, ""},
     {&GetDataType<GradientRenderData>, {"GradientRenderData*", "GradientRenderData"}, "GradientRenderData"},
     {&GetDataType<HalfFloat>, {"HalfFloat", "half"}, "half"},
     {&GetDataType<Vec2<HalfFloat>>, {"Vec2<HalfFloat>", "half2"}, "half2"},
@@ -46,7 +45,7 @@ DataType DataTypeFromTypeName(std::string_view name) {
 }
 
 CString ShaderTypeName(DataType type, const CString& fallback, const Id& targetLanguage) {
-  if (targetLanguage == kTargetMetal && type == GetDataType<AtomicUInt32>()) return kAtomicCounterOnMetal;
+  if (type == GetDataType<AtomicUInt32>()) return FindTargetLanguage(targetLanguage).atomicCounterType;
   for (const NamedType& known : kTypes)
     if (known.getType() == type) return known.shaderName;
   return fallback;

@@ -1,0 +1,40 @@
+#include "parallelprogram/shaderparser/parse_state.h"
+
+OSTRA_UNIT("shaderparser");
+
+namespace ostra {
+namespace {
+
+// Null when it is absent; a name that nobody has interned is in no dictionary.
+const Data* FindOption(const DataDictionary& options, const Id& option) {
+  const InternedId key = InternedId::Find(option.GetView());
+  return key.IsPopulated() ? options.FindData(key) : nullptr;
+}
+
+}  // namespace
+
+Result<Int32> ParseState::EnterFile(const Url& file) {
+  for (Int i = 0; i < pieces.files.GetCount(); ++i)
+    if (pieces.files[i] == file) return static_cast<Int32>(i);
+  OSTRA_RETURN_IF_ERROR(pieces.files.Append(file));
+  return static_cast<Int32>(pieces.files.GetCount() - 1);
+}
+
+Error ParseState::MakeLocatedError(std::string_view text) const {
+  return OSTRA_ILLEGAL_ARGUMENT("@:@: error: @", pieces.files[origin.file], origin.line, text);
+}
+
+Result<void> ReadOptions(ParseState& state, const DataDictionary& options) {
+  String argument;
+  if (const Data* data = FindOption(options, kShaderTemplateArgument)) {
+    OSTRA_ASSIGN_OR_RETURN(argument, data->Get<String>());
+  }
+  if (const Data* data = FindOption(options, kShaderMultisampling)) {
+    OSTRA_ASSIGN_OR_RETURN(state.multisampling, data->ConvertTo<Int32>());
+  }
+  if (argument.IsEmpty()) return OK;
+  OSTRA_RETURN_IF_ERROR(state.typeRules.Append({"TYPE"_s, &ReplaceKeyword, argument}));
+  return state.codeRules.Append({"TYPE"_s, &ReplaceKeyword, argument});
+}
+
+}  // namespace ostra

@@ -1,0 +1,48 @@
+// What the steps of one parse share.
+#pragma once
+
+#include "parallelprogram/shaderparser/line_rules.h"
+#include "parallelprogram/shaderparser/shader_parser.h"
+#include "parallelprogram/shaderparser/source_lines.h"
+#include "parallelprogram/shaderparser/target_language.h"
+
+namespace ostra {
+
+// The value of the multisampling option when it is absent.
+inline constexpr Int32 kNoMultisampling = -1;
+
+struct ParseState {
+  explicit ParseState(const TargetLanguage& theTarget, EndlessSource theEndless, ShaderPieces& thePieces)
+      : target(theTarget), endless(theEndless), pieces(thePieces) {}
+
+  const TargetLanguage& target;
+  const EndlessSource endless;
+  ShaderPieces& pieces;
+  Int32 multisampling = kNoMultisampling;
+
+  RuleList typeRules;         // for the types of declarations
+  RuleList declarationRules;  // for the first lines of functions; grows with the defines of include files
+  RuleList codeRules;         // for lines of code: the type rules, then those of bodies
+
+  // The line that is being read; 0 between lines.
+  ShaderTextOrigin origin;
+  // What a line is rewritten in.
+  LineText line;
+
+  // The number of a file in `pieces.files`; adds it when it is new. Error: out of memory.
+  Result<Int32> EnterFile(const Url& file);
+  // An illegal-argument error that reads `file:line: error: text` for the line that is being read.
+  Error MakeLocatedError(std::string_view text) const;
+};
+
+// Fills the rule lists. Errors: those of an option of a wrong type; out of memory.
+Result<void> ReadOptions(ParseState& state, const DataDictionary& options);
+Result<void> AddDeclarationRules(ParseState& state);
+Result<void> AddBodyRules(ParseState& state);
+
+// A line after the rules of a list. Valid until the next line is translated.
+Result<std::string_view> TranslateLine(ParseState& state, const RuleList& rules, std::string_view line);
+// The same as a text of its own.
+Result<String> CopyTranslated(ParseState& state, const RuleList& rules, std::string_view line);
+
+}  // namespace ostra

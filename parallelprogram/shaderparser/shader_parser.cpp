@@ -1,0 +1,75 @@
+#include "parallelprogram/shaderparser/shader_parser.h"
+
+#include "parallelprogram/module/spin.h"
+#include "parallelprogram/shaderparser/block_machine.h"
+#include "parallelprogram/shaderparser/include_parser.h"
+
+OSTRA_UNIT("shaderparser");
+
+namespace ostra {
+namespace {
+
+enum InitState : Int32 { kNotParsed = 0, kParsing = 1, kParsed = 2 };
+
+Result<void> ParseMainFile(ParseState& state, const Url& file, Int32 number) {
+  state.origin = {number, 0};
+  OSTRA_ASSIGN_OR_RETURN(const SourceFile source, ReadSourceFile(file));
+  OSTRA_ASSIGN_OR_RETURN(const SourceLines lines, SplitLines(source.text));
+  return BlockMachine(state, file, lines).Run();
+}
+
+Result<void> ParseFile(ParseState& state, const Url& file, const DataDictionary& options) {
+  OSTRA_ASSIGN_OR_RETURN(const Int32 number, state.EnterFile(file));
+  state.origin = {number, 0};
+  OSTRA_RETURN_IF_ERROR(ReadOptions(state, options));
+  OSTRA_RETURN_IF_ERROR(AddDeclarationRules(state));
+  OSTRA_RETURN_IF_ERROR(AddBodyRules(state));
+  OSTRA_ASSIGN_OR_RETURN(const BaseArray<IncludeFile> includes, ScanIncludes(state, file));
+  for (const IncludeFile& include : includes) OSTRA_RETURN_IF_ERROR(ParseIncludeFile(state, include));
+  return ParseMainFile(state, file, number);
+}
+
+}  // namespace
+
+Result<StrongRef<ShaderParser>> ShaderParser::Create(const Id& targetLanguage) {
+  ShaderParser* parser = NewObj<ShaderParser>(targetLanguage);
+  if (!parser) return OSTRA_OUT_OF_MEMORY();
+  return StrongRef<ShaderParser>::Adopt(parser);
+}
+
+Result<void> ShaderParser::Init(const Url& file, const DataDictionary& options, EndlessSource endless) {
+  if (IoDetect(file) != IODETECT::FILE)
+    return OSTRA_ILLEGAL_ARGUMENT("Illegal argument: Condition file.IoDetect() == IODETECT::FILE not fulfilled.");
+  SpinState wait;
+  while (true) {
+    Int32 state = kNotParsed;
+    if (_initState.CompareExchange(state, kParsing)) break;
+    if (state == kParsed) return OK;
+    while (_initState.Load() == kParsing) SpinWaitStep(wait);
+  }
+  Result<void> result = Parse(file, options, endless);
+  _initState.Store(result ? kParsed : kNotParsed);
+  return result;
+}
+
+Result<void> ShaderParser::Parse(const Url& file, const DataDictionary& options, EndlessSource endless) {
+  ParseState state(FindTargetLanguage(_targetLanguage), endless, _pieces);
+  Result<void> result = ParseFile(state, file, options);
+  _lastOrigin = state.origin;
+  return result;
+}
+
+Vec3<Int32> ShaderParser::GetWorkGroupSize() const {
+  const Int32* const size = _pieces.workGroupSize;
+  return size[0] == -1 ? Vec3<Int32>(256, 1, 1) : Vec3<Int32>(size[0], size[1], size[2]);
+}
+
+Result<String> ShaderParser::DescribeError(const Error& error) const {
+  if (_lastOrigin.file < 0 || _lastOrigin.file >= _pieces.files.GetCount()) return error.GetMessage();
+  OSTRA_ASSIGN_OR_RETURN(const String place, Format("@:@: error: ", _pieces.files[_lastOrigin.file], _lastOrigin.line));
+  if (error.GetMessage().StartsWith(place)) return error.GetMessage();
+  if (_lastOrigin.line == 0) return Format("@: error: @", _pieces.files[_lastOrigin.file], error);
+  return String::Concatenate(place, error.GetMessage());
+}
+
+}  // namespace ostra
