@@ -63,4 +63,44 @@ run "reaction, $steps steps" "$kernels/net.ostra.kernels.reactiondiffusion.krn" 
 run "  its colours" "$here/demo/net.ostra.demo.substancecolors.krn" --size ${side}x$side --set width=$side \
   --set height=$side --in substances="$work/pattern.raw" --out target="$out/reaction.png"
 
+# Textures: pictures, a table of colours and a volume that noise makes.
+run "warp" "$kernels/net.ostra.kernels.warp.krn" --in image="$out/tonemap.png" --texture image:wrap=repeat \
+  --set angle=3 --set radius=0.8 --out result="$out/warp.png" --repeat 5
+run "rotate, light blended" "$kernels/net.ostra.kernels.rotate.krn" --in image="$out/tonemap.png" \
+  --texture image:srgb=true,wrap=border,border=0.02/0.02/0.02/1 --set angle=0.3 --set scale=0.8 \
+  --out result="$out/rotate.png" --repeat 3
+# A table of colours with 17 steps along red, green and blue: dark colours become bluish, light ones warm.
+awk 'BEGIN { for (b = 0; b < 17; b++) for (g = 0; g < 17; g++) for (r = 0; r < 17; r++) {
+  light = (0.3 * r + 0.59 * g + 0.11 * b) / 16
+  print r / 16 * (0.8 + 0.25 * light) + 0.04 * light, g / 16 * (0.95 + 0.03 * light), b / 16 * (1.1 - 0.4 * light) } }' \
+  >"$work/grade.csv"
+run "colour table, 17^3" "$kernels/net.ostra.kernels.colourlookup.krn" --in table="$work/grade.csv" \
+  --texture table:size=17x17x17 --in source="$out/tonemap.png" --out target="$out/graded.png" --set count="$pixels" \
+  --repeat 5
+voxels=128
+run "cloud of noise" "$here/demo/net.ostra.demo.cloud.krn" --size ${voxels}x${voxels}x$voxels --set side=$voxels \
+  --set cells=4 --set noiseMode_0=gaseous --set noiseSeed_0=11 --out target="$work/cloud.npy"
+run "slice of the cloud" "$kernels/net.ostra.kernels.volumeslice.krn" --size ${width}x$height --set width=$width \
+  --set height=$height --in volume="$work/cloud.npy" --texture volume:wrap=border --set corner=-0.4,0,0.3 \
+  --set across=1.78,0,0 --set down=0,1,0.4 --out result="$work/slice.raw" --repeat 5
+run "  its colours" "$here/demo/net.ostra.demo.densitycolors.krn" --size ${width}x$height --in densities="$work/slice.raw" \
+  --set width=$width --set height=$height --out target="$out/slice.png"
+run "rays through the cloud" "$kernels/net.ostra.kernels.raymarch.krn" --size ${width}x$height --set width=$width \
+  --set height=$height --in volume="$work/cloud.npy" --texture volume:wrap=border --set steps=128 --set angle=0.6 \
+  --set density=6 --set colour=1.2,1.12,1 --out result="$out/cloud.png"
+run "terrain of noise" "$kernels/net.ostra.kernels.terrain.krn" --size ${width}x$height --set width=$width \
+  --set height=$height --set cells=5 --set time=0 --set waterLevel=0.4 --set steepness=0.5 --set light=-0.5,-0.5,0.9 \
+  --set noiseMode_0=naki --set noiseSeed_0=7 --out target="$out/terrain.png"
+set --
+mode=0
+while [ $mode -lt 25 ]; do
+  set -- "$@" --set noiseMode_$mode=$mode --set noiseSeed_$mode=1234
+  mode=$((mode + 1))
+done
+run "all noises" "$here/demo/net.ostra.demo.noises.krn" --size 640x640 --set width=640 --set height=640 --set cells=6 "$@" \
+  --out target="$out/noises.png"
+run "a sheet of six" "$here/demo/net.ostra.demo.sheet.krn" --size 960x360 --set width=960 --set height=360 \
+  --in first="$out/warp.png" --in second="$out/rotate.png" --in third="$out/graded.png" --in fourth="$out/slice.png" \
+  --in fifth="$out/cloud.png" --in sixth="$out/terrain.png" --out target="$out/textures.png"
+
 echo "The pictures are in $out."
