@@ -18,8 +18,7 @@ class HashHmac final : public StreamConversionBase<HashHmac> {
 
   Result<void> Start(const DataDictionary& settings) {
     OSTRA_ASSIGN_OR_RETURN(const Id& baseAlgorithm, settings.Get<Id>(kHmacBaseAlgorithm));
-    // The hash is there when its own class is; of all conversions this one hashes.
-    OSTRA_RETURN_IF_ERROR(CreateStreamConversion(baseAlgorithm));
+    OSTRA_RETURN_IF_ERROR(FindConversionClass(baseAlgorithm));
     if (baseAlgorithm != kHashSha256)
       return OSTRA_ILLEGAL_ARGUMENT("\"@\" is no hash that an HMAC can be made of.", baseAlgorithm);
     OSTRA_ASSIGN_OR_RETURN(const Array<Byte>& key, settings.Get<Array<Byte>>(kHmacKey));
