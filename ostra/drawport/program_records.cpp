@@ -176,7 +176,6 @@ Result<ShaderRecords> DrawportProgramDescription::MakeShaderRecords(DrawportStag
       OSTRA_RETURN_IF_ERROR(records.parameters.Append(parameter));
     for (const ShaderTexture& texture : given.textures) OSTRA_RETURN_IF_ERROR(records.textures.Append(texture));
     records.noiseTableCount = given.noiseTableCount;
-    records.sampleCount = given.sampleCount;
   }
   // Parameters that came with records stand in front, and are there already.
   const Int recorded = records.parameters.GetCount() + records.textures.GetCount();

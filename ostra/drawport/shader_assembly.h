@@ -87,6 +87,8 @@ struct ShaderTexture {
   Bool isImage = false;
   // An array of 1D or 2D textures, for the words with a layer.
   Bool hasLayers = false;
+  // A 2D texture of floats with several samples per pixel, for GetFramebufferTexel.
+  Bool isMultisampled = false;
   Int binding = -1;
   ShaderOrigin origin;
 };
@@ -109,8 +111,6 @@ struct ShaderRecords {
   // Noises 0 to noiseTableCount - 1 can be called with RenderNoise: for each the values noiseMode_i, noiseSeed_i and
   // noiseData_i are declared (unless a parameter has that name already) and the code of all noises is added.
   Int noiseTableCount = 0;
-  // Samples per pixel of framebuffer layers that are read.
-  Int sampleCount = 1;
 
   Int uniformBinding = 0;    // of the uniform buffer
   Int gradientBinding = -1;  // of the buffer with the segments of all gradients
