@@ -22,12 +22,13 @@ Result<void> DecodeSourceFile(const Url& file, BaseArray<Byte>& bytes) {
   return OK;
 }
 
-Result<String> ReadSourceText(const Url& file) {
+Result<SourceText> ReadSourceText(const Url& file) {
   OSTRA_ASSIGN_OR_RETURN(BaseArray<Byte> bytes, ReadFileToMemory(file));
+  const Bool isEncoded = IsContainer(bytes.GetBlock());
   OSTRA_RETURN_IF_ERROR(DecodeSourceFile(file, bytes));
   auto text = DecodeText(bytes.GetBlock());
   if (!text) return MakeReadError(file, text.GetError());
-  return text;
+  return SourceText{std::move(*text), isEncoded};
 }
 
 }  // namespace ostra::tool

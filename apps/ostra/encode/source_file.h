@@ -1,6 +1,7 @@
 // Source files as commands read them: plain or encoded.
 //
-//   OSTRA_ASSIGN_OR_RETURN(String text, ReadSourceText(kernelFile));
+//   OSTRA_ASSIGN_OR_RETURN(SourceText source, ReadSourceText(kernelFile));
+//   source.text ...
 #pragma once
 
 #include "ostra/core/base_array.h"
@@ -8,9 +9,14 @@
 
 namespace ostra::tool {
 
+struct SourceText {
+  String text;
+  Bool isEncoded = false;  // what stands in the file is not the text
+};
+
 // The text of a source file. Errors: those of reading the file; illegal argument with the file and the reason for a
 // container that cannot be decoded and for a text that is not UTF-8.
-Result<String> ReadSourceText(const Url& file);
+Result<SourceText> ReadSourceText(const Url& file);
 
 // DecodeContainer, with the file's name in its errors.
 Result<void> DecodeSourceFile(const Url& file, BaseArray<Byte>& bytes);

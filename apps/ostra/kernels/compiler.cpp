@@ -96,6 +96,14 @@ Result<Compiler> FindCompiler() {
   return compiler;
 }
 
+Result<std::string> FindSwitchAgainstExcerpts(const Compiler& compiler) {
+  std::vector<std::string> command = compiler.command;
+  command.emplace_back("--version");
+  OSTRA_ASSIGN_OR_RETURN(const CommandResult version, RunCommand(command));
+  const Bool isClang = version.output.find("clang") != std::string::npos;
+  return std::string(isClang ? "-fno-caret-diagnostics" : "-fno-diagnostics-show-caret");
+}
+
 Result<CommandResult> RunCommand(const std::vector<std::string>& command) {
   int ends[2];
   if (pipe2(ends, O_CLOEXEC) != 0)

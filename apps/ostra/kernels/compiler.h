@@ -18,6 +18,9 @@ struct Compiler {
 // Error: illegal state when there is none.
 Result<Compiler> FindCompiler();
 
+// The compiler's switch for messages that show no lines of the source. Error: illegal state when it cannot be started.
+Result<std::string> FindSwitchAgainstExcerpts(const Compiler& compiler);
+
 struct CommandResult {
   int exitStatus = 0;
   std::string output;  // standard output and standard error together

@@ -79,7 +79,7 @@ struct Recipe {
   fs::path folder;  // of the cache
   Compiler compiler;
   std::vector<std::string> flags;
-  String source;
+  KernelSource source;
   CacheKey key;
 
   // The list of the framework's headers that the source uses.
@@ -93,7 +93,7 @@ Result<Recipe> MakeRecipe(const KernelModuleOptions& options) {
   OSTRA_ASSIGN_OR_RETURN(recipe.compiler, FindCompiler());
   OSTRA_ASSIGN_OR_RETURN(const std::string headerFolder, FindHeaderFolder());
   recipe.flags = MakeFlags(headerFolder, options.isFast);
-  recipe.key.Add(recipe.source);
+  recipe.key.Add(recipe.source.text);
   recipe.key.Add(recipe.compiler.stamp);
   for (const std::string& flag : recipe.flags) recipe.key.Add(flag);
   recipe.key.AddProcessor();
@@ -145,11 +145,15 @@ class WorkFolder {
 
 Result<void> RunCompiler(const Recipe& recipe, const WorkFolder& folder, const Url& kernelFile) {
   OSTRA_ASSIGN_OR_RETURN(const Url sourceFile, MakeUrl(folder / "kernel.cpp"));
-  OSTRA_RETURN_IF_ERROR(WriteFileAtomically(sourceFile, BytesOf(recipe.source)));
+  OSTRA_RETURN_IF_ERROR(WriteFileAtomically(sourceFile, BytesOf(recipe.source.text)));
   std::vector<std::string> command = recipe.compiler.command;
   command.insert(command.end(), recipe.flags.begin(), recipe.flags.end());
   command.insert(command.end(), {"-MMD", "-MF", (folder / "kernel.d").native(), "-o", (folder / "kernel.so").native(),
                                  (folder / "kernel.cpp").native()});
+  if (recipe.source.hasEncodedFiles) {
+    OSTRA_ASSIGN_OR_RETURN(const std::string noExcerpts, FindSwitchAgainstExcerpts(recipe.compiler));
+    command.push_back(noExcerpts);
+  }
   const Progress progress("compiling " + std::string(kernelFile.GetName().GetView()), 0);
   OSTRA_ASSIGN_OR_RETURN(const CommandResult result, RunCommand(command));
   if (result.exitStatus != 0) return OSTRA_ILLEGAL_ARGUMENT("@@ does not compile.", result.output, kernelFile);

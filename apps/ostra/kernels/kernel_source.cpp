@@ -13,36 +13,47 @@ namespace ostra::tool {
 
 namespace {
 
-// Headers are looked for beside the file that includes them; what is not there is left to the compiler. `failure`
-// keeps why a header that is there could not be read, which the compiler would not tell.
-std::optional<KernelHeader> ReadHeader(const std::string& name, const std::string& includingFile,
-                                       Result<void>& failure) {
-  const auto file = Url(String::FromStatic(includingFile.c_str(), includingFile.size())).GetDirectory() + name;
-  if (!file || IoDetect(*file) != IODETECT::FILE) return std::nullopt;
-  auto text = ReadSourceText(*file);
-  if (!text) {
-    failure = text.TakeError();
-    return std::nullopt;
+// Headers are looked for beside the file that includes them; what is not there is left to the compiler.
+class HeaderReader {
+ public:
+  std::optional<KernelHeader> Read(const std::string& name, const std::string& includingFile) {
+    const auto file = Url(String::FromStatic(includingFile.c_str(), includingFile.size())).GetDirectory() + name;
+    if (!file || IoDetect(*file) != IODETECT::FILE) return std::nullopt;
+    const auto source = ReadSourceText(*file);
+    if (!source) {
+      _failure = source.GetError();
+      return std::nullopt;
+    }
+    _hasEncodedFiles |= source->isEncoded;
+    return KernelHeader{std::string(file->GetView()), std::string(source->text.GetView())};
   }
-  return KernelHeader{std::string(file->GetView()), std::string(text->GetView())};
-}
+
+  // Why a header that is there could not be read, which the compiler would not tell.
+  const Result<void>& GetFailure() const { return _failure; }
+  Bool HasEncodedFiles() const { return _hasEncodedFiles; }
+
+ private:
+  Result<void> _failure = OK;
+  Bool _hasEncodedFiles = false;
+};
 
 }  // namespace
 
-Result<String> ReadKernelSource(const Url& kernelFile) {
-  OSTRA_ASSIGN_OR_RETURN(const String text, ReadSourceText(kernelFile));
+Result<KernelSource> ReadKernelSource(const Url& kernelFile) {
+  OSTRA_ASSIGN_OR_RETURN(const SourceText source, ReadSourceText(kernelFile));
   const String classId = kernelFile.GetName();
-  Result<void> headers = OK;
+  HeaderReader headers;
   KernelSourceOptions options;
   options.fileName = kernelFile.GetView();
   options.classId = classId.GetView();
   options.isModule = true;
   options.readHeader = [&headers](const std::string& name, const std::string& includingFile) {
-    return ReadHeader(name, includingFile, headers);
+    return headers.Read(name, includingFile);
   };
-  auto source = GenerateKernelSource(options, text.GetView());
-  OSTRA_RETURN_IF_ERROR(std::move(headers));
-  return source;
+  auto text = GenerateKernelSource(options, source.text.GetView());
+  if (!headers.GetFailure()) return headers.GetFailure().GetError();
+  if (!text) return text.TakeError();
+  return KernelSource{std::move(*text), source.isEncoded || headers.HasEncodedFiles()};
 }
 
 }  // namespace ostra::tool

@@ -5,8 +5,14 @@
 
 namespace ostra::tool {
 
+struct KernelSource {
+  String text;
+  // The kernel file or a header is encoded, so that its lines cannot be shown from the file.
+  Bool hasEncodedFiles = false;
+};
+
 // The source of a plug-in module with the one kernel class. Errors: those of reading the file; illegal argument with
 // "file:line: error: ..."; out of memory.
-Result<String> ReadKernelSource(const Url& kernelFile);
+Result<KernelSource> ReadKernelSource(const Url& kernelFile);
 
 }  // namespace ostra::tool
