@@ -11,7 +11,7 @@ import sys
 
 # From the ground up: a room includes itself and those before it.
 HOST_ROOMS = ["core", "math", "object", "config", "monitor", "jobs", "io", "crypt", "image", "render", "drawport",
-              "drawport_vulkan"]
+              "shadercompiler", "drawport_vulkan"]
 
 # Further restrictions: what a folder must not include although it stands later.
 FORBIDDEN = [
@@ -30,7 +30,8 @@ LIBRARIES = [
     (r"glm/", "ostra/math/"),
     (r"(png\.h|OpenEXR/|Imf|Imath|Iex|half\.h)", "ostra/image/"),
     (r"openssl/", "ostra/crypt/"),
-    (r"(vulkan/|volk|glslang/|spirv)", "ostra/drawport_vulkan/"),
+    (r"(glslang/|spirv)", "ostra/shadercompiler/"),
+    (r"(vulkan/|volk)", "ostra/drawport_vulkan/"),
 ]
 
 # The standard library's headers; the module uses nothing else from outside.

@@ -1,0 +1,107 @@
+#include "ostra/shadercompiler/glslang_front.h"
+
+#include <glslang/Public/ResourceLimits.h>
+#include <glslang/Public/ShaderLang.h>
+#include <glslang/SPIRV/GlslangToSpv.h>
+
+#include <charconv>
+#include <new>
+
+namespace ostra::shadercompiler {
+
+namespace {
+
+EShLanguage GetStage(DrawportStage stage) {
+  switch (stage) {
+    case DrawportStage::Vertex:
+      return EShLangVertex;
+    case DrawportStage::Fragment:
+      return EShLangFragment;
+    default:
+      return EShLangCompute;
+  }
+}
+
+String MakeText(std::string_view text) {
+  auto copy = String::Create(text);
+  if (!copy) throw std::bad_alloc();
+  return std::move(*copy);
+}
+
+// The library numbers its sources: "0:12: " stands for line 12 of the only one. Returns 0 without a number.
+Int TakeLineNumber(std::string_view& text) {
+  constexpr std::string_view kSource = "0:";
+  if (!text.starts_with(kSource)) return 0;
+  Int line = 0;
+  const auto [end, code] = std::from_chars(text.data() + kSource.size(), text.data() + text.size(), line);
+  if (code != std::errc() || end == text.data() + text.size() || *end != ':') return 0;
+  text.remove_prefix(static_cast<std::size_t>(end - text.data()) + 1);
+  while (text.starts_with(' ')) text.remove_prefix(1);
+  return line;
+}
+
+// Lines that only sum up what the others say.
+Bool IsSummary(std::string_view text) {
+  return text.find("compilation errors.") != std::string_view::npos ||
+         text.find("compilation terminated") != std::string_view::npos;
+}
+
+}  // namespace
+
+void ReadLog(std::string_view log, std::vector<ShaderMessage>& messages) {
+  while (!log.empty()) {
+    const std::size_t end = log.find('\n');
+    std::string_view line = log.substr(0, end);
+    log = end == std::string_view::npos ? std::string_view() : log.substr(end + 1);
+    constexpr std::string_view kError = "ERROR: ", kWarning = "WARNING: ";
+    const Bool isError = line.starts_with(kError);
+    if (!isError && !line.starts_with(kWarning)) continue;
+    line.remove_prefix(isError ? kError.size() : kWarning.size());
+    while (line.ends_with(' ')) line.remove_suffix(1);
+    if (IsSummary(line)) continue;
+    const Int number = TakeLineNumber(line);
+    messages.push_back({isError, number, MakeText(line)});
+  }
+}
+
+std::vector<UInt32> TranslateToSpirv(Bool isHlsl, DrawportStage stage, std::string_view text,
+                                     const ShaderCompilerOptions& options, std::vector<ShaderMessage>& messages) {
+  // Kept until the process ends: starting the library again would take as long as compiling.
+  [[maybe_unused]] static const Bool isStarted = glslang::InitializeProcess();
+  const EShLanguage language = GetStage(stage);
+  glslang::TShader shader(language);
+  const char* const source = text.data();
+  const int size = static_cast<int>(text.size());
+  shader.setStringsWithLengths(&source, &size, 1);
+  shader.setEntryPoint("main");
+  shader.setEnvInput(isHlsl ? glslang::EShSourceHlsl : glslang::EShSourceGlsl, language, glslang::EShClientVulkan, 100);
+  shader.setEnvClient(glslang::EShClientVulkan, isHlsl ? glslang::EShTargetVulkan_1_1 : glslang::EShTargetVulkan_1_2);
+  shader.setEnvTarget(glslang::EShTargetSpv, isHlsl ? glslang::EShTargetSpv_1_3 : glslang::EShTargetSpv_1_5);
+  if (isHlsl) shader.setTextureSamplerTransformMode(EShTexSampTransUpgradeTextureRemoveSampler);
+  auto rules = static_cast<EShMessages>(EShMsgSpvRules | EShMsgVulkanRules);
+  if (isHlsl) rules = static_cast<EShMessages>(rules | EShMsgReadHlsl | EShMsgHlslEnable16BitTypes);
+
+  constexpr int kDefaultVersion = 450;
+  const Bool isParsed = shader.parse(GetDefaultResources(), kDefaultVersion, false, rules);
+  ReadLog(shader.getInfoLog(), messages);
+  if (!isParsed) {
+    if (messages.empty()) messages.push_back({true, 0, MakeText(shader.getInfoLog())});
+    return {};
+  }
+  glslang::TProgram program;
+  program.addShader(&shader);
+  const Bool isLinked = program.link(rules);
+  ReadLog(program.getInfoLog(), messages);
+  if (!isLinked) {
+    if (messages.empty()) messages.push_back({true, 0, MakeText(program.getInfoLog())});
+    return {};
+  }
+  std::vector<unsigned int> words;
+  glslang::SpvOptions spirvOptions;
+  spirvOptions.disableOptimizer = true;
+  spirvOptions.stripDebugInfo = !options.keepsNames;
+  glslang::GlslangToSpv(*program.getIntermediate(language), words, &spirvOptions);
+  return words;
+}
+
+}  // namespace ostra::shadercompiler

@@ -1,0 +1,219 @@
+#include "parallelprogram/shaderassembly/assembly_records.h"
+
+#include <algorithm>
+#include <charconv>
+
+#include "ostra/core/format.h"
+#include "parallelprogram/shaderparser/function_definition.h"
+
+OSTRA_UNIT("shader_assembly_records");
+
+namespace ostra {
+
+namespace {
+
+constexpr Bool IsWordCharacter(char c) {
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';
+}
+
+void SkipBlanks(std::string_view& text) {
+  while (!text.empty() && (text.front() == ' ' || text.front() == '\t')) text.remove_prefix(1);
+}
+
+// The first argument of a call whose parenthesis was just passed; of "UNIFORM(name)" the name.
+std::string_view GetFirstArgument(std::string_view text) {
+  constexpr std::string_view kUniform = "UNIFORM(";
+  SkipBlanks(text);
+  if (text.starts_with(kUniform)) text.remove_prefix(kUniform.size());
+  SkipBlanks(text);
+  std::size_t size = 0;
+  while (size < text.size() && IsWordCharacter(text[size])) ++size;
+  return text.substr(0, size);
+}
+
+// Calls `use` with what follows each occurrence of `word`.
+template <class Use>
+void ForEachCall(std::string_view text, std::string_view word, Use&& use) {
+  for (std::size_t at = text.find(word); at != std::string_view::npos; at = text.find(word, at + 1))
+    use(text.substr(at + word.size()));
+}
+
+Bool IsReadWithLayer(const ShaderParser& parser, std::string_view texture) {
+  Bool found = false;
+  const auto search = [&](std::string_view text) {
+    for (const std::string_view word : {"SampleTextureLayer(", "FetchTextureLayer("})
+      ForEachCall(text, word, [&](std::string_view rest) { found = found || GetFirstArgument(rest) == texture; });
+  };
+  search(parser.GetKernelCode());
+  for (const String& define : parser.GetDefines()) search(define);
+  return found;
+}
+
+Int CountNoiseTables(const ShaderParser& parser) {
+  Int count = parser.GetNoiseCallCount();
+  if (count == 0) return 0;
+  ForEachCall(parser.GetKernelCode(), "RenderNoise(", [&count](std::string_view rest) {
+    const std::string_view number = GetFirstArgument(rest);
+    Int index = 0;
+    const auto [end, code] = std::from_chars(number.data(), number.data() + number.size(), index);
+    if (code == std::errc()) count = std::max(count, index + 1);
+  });
+  return std::min(count, kMaxNoiseTables);
+}
+
+class RecordMaker {
+ public:
+  RecordMaker(const ShaderParser& parser, DrawportStage stage) : _parser(parser) {
+    _records.language = parser.GetTargetLanguage();
+    _records.stage = stage;
+  }
+
+  Result<ShaderRecords> Make() {
+    OSTRA_RETURN_IF_ERROR(SetWorkGroupSize());
+    OSTRA_RETURN_IF_ERROR(AddTexts(_parser.GetDefines(), _parser.GetDefineOrigins(), _records.defines));
+    OSTRA_RETURN_IF_ERROR(AddTexts(_parser.GetGroupSharedDeclarations(), _parser.GetGroupSharedDeclarationOrigins(),
+                                   _records.groupShared));
+    for (const ShaderStructDefinition& definition : _parser.GetStructs()) OSTRA_RETURN_IF_ERROR(AddStruct(definition));
+    for (const ShaderFunctionDefinition& function : _parser.GetFunctions())
+      OSTRA_RETURN_IF_ERROR(AddFunction(function));
+    for (const ShaderInputEntry& input : _parser.GetInputEntries()) OSTRA_RETURN_IF_ERROR(AddInput(input));
+    for (const ShaderTextureEntry& texture : _parser.GetTextureEntries()) OSTRA_RETURN_IF_ERROR(AddTexture(texture));
+    for (Int i = 0; i < _parser.GetGlobalCode().GetCount(); ++i) {
+      OSTRA_ASSIGN_OR_RETURN(ShaderCode code,
+                             MakeCode(_parser.GetGlobalCode()[i].GetString(), _parser.GetGlobalCodeOrigins()[i]));
+      OSTRA_RETURN_IF_ERROR(_records.fileScope.Append(std::move(code)));
+    }
+    OSTRA_ASSIGN_OR_RETURN(_records.body,
+                           MakeCode(_parser.GetKernelCode().GetString(), _parser.GetKernelCodeOrigins()));
+    _records.noiseTableCount = CountNoiseTables(_parser);
+    AssignBindings(_records);
+    return std::move(_records);
+  }
+
+ private:
+  ShaderOrigin MakeOrigin(const ShaderTextOrigin& origin) const {
+    if (origin.line == 0 || origin.file < 0 || origin.file >= _parser.GetFiles().GetCount()) return {};
+    return {_parser.GetFiles()[origin.file].GetText(), origin.line};
+  }
+
+  Result<ShaderCode> MakeCode(const String& text, const ShaderTextOrigins& origins) const {
+    ShaderCode code{text, {}};
+    OSTRA_RETURN_IF_ERROR(code.origins.Reserve(origins.GetCount()));
+    for (const ShaderTextOrigin& origin : origins) OSTRA_RETURN_IF_ERROR(code.origins.Append(MakeOrigin(origin)));
+    return code;
+  }
+
+  Result<void> SetWorkGroupSize() {
+    const Vec3<Int32> size = _parser.GetWorkGroupSize();
+    if (std::min({size.x, size.y, size.z}) < 1)
+      return OSTRA_ILLEGAL_ARGUMENT("@: error: a work group of @ x @ x @ invocations cannot run",
+                                    _parser.GetFiles().IsEmpty() ? Url() : _parser.GetFiles()[0], size.x, size.y,
+                                    size.z);
+    _records.workGroupSize =
+        Vec3<UInt32>(static_cast<UInt32>(size.x), static_cast<UInt32>(size.y), static_cast<UInt32>(size.z));
+    return OK;
+  }
+
+  // Texts of which each comes from one line.
+  Result<void> AddTexts(const BaseArray<String>& texts, const BaseArray<ShaderTextOrigin>& origins,
+                        BaseArray<ShaderCode>& target) const {
+    for (Int i = 0; i < texts.GetCount(); ++i) {
+      ShaderCode code{texts[i], {}};
+      OSTRA_RETURN_IF_ERROR(code.origins.Append(MakeOrigin(origins[i])));
+      OSTRA_RETURN_IF_ERROR(target.Append(std::move(code)));
+    }
+    return OK;
+  }
+
+  Result<void> AddStruct(const ShaderStructDefinition& definition) {
+    ShaderStruct added{definition.name.GetString(), {}, MakeOrigin(definition.origin)};
+    for (const ShaderInputEntry& member : definition.members) {
+      const CString type = ShaderTypeName(member.dataType, member.typeName, _parser.GetTargetLanguage());
+      OSTRA_RETURN_IF_ERROR(
+          added.members.Append(ShaderMember{type.GetString(), member.name.GetString(), MakeOrigin(member.origin)}));
+    }
+    OSTRA_RETURN_IF_ERROR(_records.structs.Append(std::move(added)));
+    return OK;
+  }
+
+  Result<void> AddFunction(const ShaderFunctionDefinition& function) {
+    const ShaderOrigin origin = MakeOrigin(function.declarationOrigin);
+    OSTRA_ASSIGN_OR_RETURN(const CString text, CString::Create(function.declaration));
+    auto declaration = ParseFunctionDeclaration(text);
+    if (!declaration) return OSTRA_ILLEGAL_ARGUMENT("@:@: error: @", origin.file, origin.line, declaration.GetError());
+    OSTRA_ASSIGN_OR_RETURN(const InternedId language, InternedId::Create(_parser.GetTargetLanguage().GetView()));
+    ShaderCode code;
+    OSTRA_ASSIGN_OR_RETURN(code.text, BuildFunctionDefinition(language, *declaration, function.body));
+    OSTRA_RETURN_IF_ERROR(code.origins.Append(origin));
+    for (const ShaderTextOrigin& line : function.bodyOrigins)
+      OSTRA_RETURN_IF_ERROR(code.origins.Append(MakeOrigin(line)));
+    OSTRA_RETURN_IF_ERROR(_records.functions.Append(std::move(code)));
+    return OK;
+  }
+
+  Result<void> AddInput(const ShaderInputEntry& input) {
+    ShaderParameter parameter;
+    parameter.name = input.name.GetString();
+    parameter.origin = MakeOrigin(input.origin);
+    if ((input.kind & kShaderInputReadOnly) != 0) parameter.access = DrawportBufferAccess::ReadOnly;
+    if (!input.dataType.IsPopulated()) {
+      parameter.kind = ShaderParameterKind::Buffer;
+      parameter.elementType = input.typeName.GetString();
+    } else {
+      SetValue(input, parameter);
+    }
+    OSTRA_RETURN_IF_ERROR(_records.parameters.Append(std::move(parameter)));
+    return OK;
+  }
+
+  void SetValue(const ShaderInputEntry& input, ShaderParameter& parameter) const {
+    const ShaderValueForm form = GetShaderValueForm(input.dataType);
+    parameter.valueType = form.type;
+    if ((input.kind & kShaderInputAttribute) != 0) {
+      parameter.kind = ShaderParameterKind::Attribute;
+    } else if ((input.kind & kShaderInputVarying) != 0) {
+      parameter.kind = ShaderParameterKind::Varying;
+    } else if ((input.kind & kShaderInputOut) != 0) {
+      parameter.kind = ShaderParameterKind::Output;
+    } else if (form.kind == ShaderValueForm::Kind::Counter) {
+      parameter.kind = ShaderParameterKind::Counter;
+    } else if (form.kind == ShaderValueForm::Kind::ValueBuffer) {
+      parameter.kind = ShaderParameterKind::Buffer;
+      parameter.isValue = true;
+      parameter.elementType = ShaderTypeName(input.dataType, CString(), _parser.GetTargetLanguage()).GetString();
+    }
+  }
+
+  Result<void> AddTexture(const ShaderTextureEntry& entry) {
+    ShaderTexture texture;
+    texture.name = entry.name.GetString();
+    texture.textureType = static_cast<DrawportTextureType>(entry.textureType);
+    texture.format = entry.format;
+    texture.isLinear = entry.linear;
+    texture.isImage = !entry.readOnly;
+    texture.hasLayers = !texture.isImage && IsReadWithLayer(_parser, texture.name);
+    texture.origin = MakeOrigin(entry.origin);
+    OSTRA_RETURN_IF_ERROR(_records.textures.Append(std::move(texture)));
+    return OK;
+  }
+
+  const ShaderParser& _parser;
+  ShaderRecords _records;
+};
+
+}  // namespace
+
+DrawportStage GetStageOfFile(const Url& file) {
+  const String suffix = file.GetSuffix();
+  if (suffix == "vert") return DrawportStage::Vertex;
+  if (suffix == "frag") return DrawportStage::Fragment;
+  if (suffix == "tsc") return DrawportStage::TessellationControl;
+  if (suffix == "tse") return DrawportStage::TessellationEvaluation;
+  return DrawportStage::Compute;
+}
+
+Result<ShaderRecords> MakeShaderRecords(const ShaderParser& parser, DrawportStage stage) {
+  return RecordMaker(parser, stage).Make();
+}
+
+}  // namespace ostra
