@@ -34,6 +34,7 @@ constexpr Workload kWorkloads[] = {
     {"tex3d_r32f_random", &bench::RunTextures},
     {"tex2d_srgb8_coherent", &bench::RunTextures},
     {"tex2d_srgb8_random", &bench::RunTextures},
+    {"decode", &bench::RunDecode},
 };
 
 ostra::Result<void> EnterKernels(ostra::ModuleDescriptor& module) {

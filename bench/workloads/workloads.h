@@ -13,5 +13,7 @@ bool RunNBody(const Options& options);
 bool RunDispatch(const Options& options);
 // All tex2d_ and tex3d_ workloads.
 bool RunTextures(const Options& options);
+// An encoded container beside libcrypto's own calls.
+bool RunDecode(const Options& options);
 
 }  // namespace bench
