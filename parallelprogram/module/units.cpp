@@ -6,6 +6,7 @@
 #include "parallelprogram/program/cpu_program.h"
 #include "parallelprogram/program/kernel_interface.h"
 #include "parallelprogram/program/parallel_program.h"
+#include "parallelprogram/program/shader_data_entries.h"
 #include "parallelprogram/shaderloader/general_shader_loader_interface.h"
 #include "parallelprogram/textures/texture_types.h"
 
@@ -19,6 +20,11 @@ Result<void> EnterGeneralShaderLoader(ModuleDescriptor&) {
 }
 
 void LeaveGeneralShaderLoader(ModuleDescriptor&) { g_configurationTable.RemoveLast(); }
+
+Result<void> EnterShaderDataEntries(ModuleDescriptor& module) {
+  OSTRA_RETURN_IF_ERROR(RegisterDataType(module, DataTypeOf<DataBufferEntry>::Make()));
+  return RegisterDataType(module, DataTypeOf<TextureSamplerEntry>::Make());
+}
 
 Result<void> EnterKernelBase(ModuleDescriptor& module) {
   // The unit of the registry comes later and declares it again: a registry may be declared by everyone who needs it.

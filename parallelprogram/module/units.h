@@ -8,6 +8,8 @@ namespace ostra {
 Result<void> EnterGeneralShaderLoader(ModuleDescriptor& module);
 void LeaveGeneralShaderLoader(ModuleDescriptor& module);
 
+Result<void> EnterShaderDataEntries(ModuleDescriptor& module);
+
 Result<void> EnterKernelBase(ModuleDescriptor& module);
 Result<void> EnterKernelTextures(ModuleDescriptor& module);
 Result<void> EnterCpuProgram(ModuleDescriptor& module);

@@ -1,0 +1,65 @@
+// DataBufferEntry and TextureSamplerEntry: one buffer, and one texture with its sampler, as programs that run on the
+// GPU keep them in their tables. They travel inside Data and DataDictionary.
+//
+//   OSTRA_ASSIGN_OR_RETURN(Data link, program->GetGlobalBufferLink("image"_iid));
+//   OSTRA_ASSIGN_OR_RETURN(const DataBufferEntry& entry, link.Get<DataBufferEntry>());
+//   entry._count;
+//
+// A copied entry is another holder of the same storage on the device. Not synchronised.
+#pragma once
+
+#include "ostra/core/data_type.h"
+#include "ostra/drawport/handles.h"
+#include "parallelprogram/textures/sampling_data.h"
+
+namespace ostra {
+
+struct DataBufferEntry {
+  void* _data = nullptr;                          // not owned; null when no data of the host is attached
+  DrawportVertexBufferItemRef _item;              // owns the storage on the device
+  DrawportDeviceBuffer* _deviceBuffer = nullptr;  // what kernels bind; valid while _item is held
+  Int _capacity = 0;                              // elements that there is room for
+  Int _count = 0;                                 // elements
+  DataType _elementType;
+  InternedId _bufferId;  // the name that the buffer was made under, which a link may have another name for
+
+  // Pointers and references are equal when they are the same.
+  friend Bool operator==(const DataBufferEntry&, const DataBufferEntry&) = default;
+  // Feeds the fields in their order.
+  void WriteUniqueHash(UniqueHashStream& stream) const;
+  UInt64 GetHashCode() const;
+  // "(data,item,buffer,capacity,count,type,name)"; what is not there is "nullptr". Error: out of memory.
+  Result<String> ToText() const;
+};
+static_assert(sizeof(DataBufferEntry) == 7 * 8);
+
+struct TextureSamplerEntry {
+  // Bits of _state.
+  static constexpr UInt64 kWritable = 1;  // the kernel that this entry belongs to writes the texture
+
+  DrawportTexture* _texture = nullptr;         // valid while _textureItem is held
+  DrawportTextureSampler* _sampler = nullptr;  // valid while _samplerItem is held
+  DrawportTextureItemRef _textureItem;
+  DrawportTextureSamplerItemRef _samplerItem;
+  SamplingData _samplingData;  // describes the texture; without texels
+  UInt64 _state = 0;
+  InternedId _textureId;  // the name of the texture
+
+  TextureSamplerEntry() { _samplingData._format = TextureFormat::U8; }
+  // The copy describes the same texture and has no texels, even where the source has some.
+  TextureSamplerEntry(const TextureSamplerEntry& other) { *this = other; }
+  TextureSamplerEntry(TextureSamplerEntry&&) noexcept = default;
+  TextureSamplerEntry& operator=(const TextureSamplerEntry& other);
+  TextureSamplerEntry& operator=(TextureSamplerEntry&&) noexcept = default;
+  ~TextureSamplerEntry() = default;
+};
+
+template <>
+struct DataTypeOf<DataBufferEntry> {
+  static DataType Make();
+};
+
+}  // namespace ostra
+
+OSTRA_DATATYPE(ostra::TextureSamplerEntry, "net.ostra.datatype.shaderdataentries.texturesamplerentry",
+               "ostra::TextureSamplerEntry");
