@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "apps/ostra/kernels/compiler.h"
 #include "tests/support/bytes.h"
 #include "tests/tool/temporary_folder.h"
 #include "tests/tool/tool_process.h"
@@ -112,6 +113,27 @@ TEST_F(EncodeTest, WhatTheFrontStepFindsInAnEncodedKernelNamesItsLine) {
   Write("test.krn", "\n\nOSTRA_PARALLEL_KERNEL_END\n");
   Encode("test.krn");
   EXPECT_THAT(RunKernel("test.krn").errors, HasSubstr("test.krn:3: error: "));
+}
+
+// What the build makes of a kernel file that is added to a target.
+TEST_F(EncodeTest, TheBuildReadsEncodedKernelsAndHeaders) {
+  Write("one.h", "#define ONE 3.0\n");
+  Write("test.krn", MakeKernel("ONE", "#include \"one.h\"\n"));
+  const auto translate = [this] {
+    return tool::RunCommand({OSTRA_TEST_KERNELC, "--id", "test.krn", At("test.krn"), At("test.cpp")});
+  };
+  ASSERT_EQ(translate()->exitStatus, 0);
+  const std::string plain = _folder.Read("test.cpp");
+  EXPECT_THAT(plain, HasSubstr("#define ONE"));
+  Encode("test.krn");
+  Encode("one.h");
+  std::filesystem::remove(_folder / "test.cpp");
+  ASSERT_EQ(translate()->exitStatus, 0);
+  EXPECT_EQ(_folder.Read("test.cpp"), plain);
+  Write("test.krn", _folder.Read("test.krn").substr(0, 100));
+  const auto damaged = translate();
+  EXPECT_EQ(damaged->exitStatus, kFailed);
+  EXPECT_THAT(damaged->output, HasSubstr("test.krn: error: the file cannot be read: hmac different"));
 }
 
 TEST_F(EncodeTest, ADamagedKernelIsNotRun) {
