@@ -1,6 +1,10 @@
 // The encoded container: its layout byte for byte, every damage, every padding.
 #include "parallelprogram/shaderparser/container.h"
 
+#include <atomic>
+#include <thread>
+#include <vector>
+
 #include "ostra/crypt/stream_conversion.h"
 #include "ostra/object/class.h"
 #include "tests/support/bytes.h"
@@ -226,6 +230,18 @@ TEST(ContainerTest, EveryAllocationMayFail) {
               return decoded;
             }),
             8);
+}
+
+TEST(ContainerTest, ManyThreadsDecodeAtOnce) {
+  const std::string text = MakeRandomBytes(100000, 1), container = Encode(text);
+  std::vector<std::thread> threads;
+  std::atomic<int> rightCount = 0;
+  for (int i = 0; i < 8; ++i)
+    threads.emplace_back([&] {
+      for (int round = 0; round < 20; ++round) rightCount += Decode(container) == text;
+    });
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(rightCount, 160);
 }
 
 TEST(ContainerTest, DecodingNeedsNoSecondCopyOfTheText) {
