@@ -23,7 +23,7 @@ namespace ostra {
 namespace {
 
 TEST(DataTest, AnEmptyDataHoldsNothing) {
-  const Data data;
+  const Data data{};
   EXPECT_TRUE(data.IsEmpty());
   EXPECT_EQ(data.GetPointer(), nullptr);
   EXPECT_EQ(*data.ToText(), "");

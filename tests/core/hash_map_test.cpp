@@ -52,15 +52,14 @@ TEST(HashMapTest, BehavesLikeAnOrderedMapUnderRandomOperations) {
 }
 
 TEST(HashMapTest, AFailedInsertionLeavesTheTableAsItWas) {
-  HashMap<Int, Int> map;
-  Int next = 0;
-  const Int failures = ExpectEveryAllocationFailureIsReported([&map]() -> Result<void> {
-    HashMap<Int, Int> other;
-    for (Int i = 0; i < 50; ++i) OSTRA_RETURN_IF_ERROR(other.Insert(i, i));
+  const Int failures = ExpectEveryAllocationFailureIsReported([]() -> Result<void> {
+    HashMap<Int, Int> map;
+    for (Int i = 0; i < 50; ++i) OSTRA_RETURN_IF_ERROR(map.Insert(i, i));
     return OK;
   });
   EXPECT_GE(failures, 50);
-  for (; next < 100; ++next) {
+  HashMap<Int, Int> map;
+  for (Int next = 0; next < 100; ++next) {
     {
       const FailingAllocation failure(1);
       ASSERT_THAT(map.Insert(next, next), IsErrorOfKind(kOutOfMemoryError));
