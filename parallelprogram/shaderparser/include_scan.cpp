@@ -50,7 +50,8 @@ Bool IsGraphicsShader(const Url& file) {
 Result<Url> FindHeader(const Url& file) {
   Url header = file;
   header.ClearSuffix();
-  if (header.GetName().IsEmpty()) return Url();
+  // A quote is left in the name by an include line with a carriage return at its end: no file is called so.
+  if (header.GetName().IsEmpty() || file.GetSuffix().EndsWith("\"")) return Url();
   const Bool isGraphicsShader = IsGraphicsShader(file);
   OSTRA_ASSIGN_OR_RETURN(const String name,
                          String::Concatenate(header.GetName(), isGraphicsShader ? "_inc" : "_header"));
