@@ -6,6 +6,7 @@
 #include "ostra/core/format.h"
 #include "ostra/shadercompiler/contraction.h"
 #include "ostra/shadercompiler/glslang_front.h"
+#include "ostra/shadercompiler/inlining.h"
 #include "ostra/shadercompiler/spirv_checks.h"
 
 OSTRA_UNIT("shader_compiler");
@@ -25,6 +26,7 @@ std::vector<UInt32> Compile(Bool isHlsl, DrawportStage stage, std::string_view t
   // Before the optimiser, which then leaves arithmetic alone, and after it for what it has copied.
   shadercompiler::ForbidContraction(words);
   if (options.isOptimized) {
+    shadercompiler::LimitInlining(words);
     shadercompiler::OptimizeSpirv(isHlsl, words);
     shadercompiler::ForbidContraction(words);
   }

@@ -1,0 +1,17 @@
+// Which functions the optimiser may put into their callers.
+#pragma once
+
+#include <vector>
+
+#include "ostra/core/types.h"
+
+namespace ostra::shadercompiler {
+
+// A program whose calls would all be replaced by the bodies of the functions could become thousands of times as long:
+// the noises call each other in several layers. When it would exceed kMaxInlinedWords, functions of more than
+// kMaxCopiedWords words are marked to stay functions. Words that are no SPIR-V stay as they are.
+inline constexpr UInt64 kMaxInlinedWords = 50000;
+inline constexpr UInt64 kMaxCopiedWords = 300;
+void LimitInlining(std::vector<UInt32>& words);
+
+}  // namespace ostra::shadercompiler

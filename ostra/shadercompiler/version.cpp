@@ -1,0 +1,15 @@
+#include "ostra/shadercompiler/version.h"
+
+#include <glslang/build_info.h>
+#include <spirv-tools/libspirv.h>
+
+#include "ostra/core/format.h"
+
+namespace ostra {
+
+Result<String> GetShaderCompilerVersion() {
+  return Format("glslang @.@.@@, @", GLSLANG_VERSION_MAJOR, GLSLANG_VERSION_MINOR, GLSLANG_VERSION_PATCH,
+                GLSLANG_VERSION_FLAVOR, spvSoftwareVersionString());
+}
+
+}  // namespace ostra
