@@ -35,7 +35,7 @@ class DrawportInterface : public DrawportObject {
  public:
   virtual DrawportCacheRef GetDrawportCache() const = 0;
   // A context without a window. `sharesWithCaller`: the caller has a context of its own; contexts of one device always
-  // share what is on it. `deviceIndex` counts the devices from the one that suits best; 0 is this drawport's own.
+  // share what is on it. `deviceIndex` counts the devices from the one that suits best, which is 0.
   // Errors: illegal argument for an index without a device, with the number of devices; illegal state when the device
   // does not start; not implemented without a backend; out of memory.
   virtual Result<DrawportContextRef> CreateOffscreenRenderContext(Bool sharesWithCaller, Int32 deviceIndex) = 0;

@@ -31,7 +31,7 @@ class DrawportParameterValueSet {
 
 class DrawportProgramFactory {
  public:
-  // Empty for unknown names and for another kind of parameter.
+  // Empty for unknown names. The first finds every parameter, the others those of their kind only.
   virtual DrawportParameterHandle GetParameterHandle(InternedId name) const = 0;
   virtual DrawportParameterHandle GetBufferParameterHandle(InternedId name) const = 0;
   virtual DrawportParameterHandle GetImageParameterHandle(InternedId name) const = 0;

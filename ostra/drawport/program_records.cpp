@@ -188,6 +188,15 @@ Result<ShaderRecords> DrawportProgramDescription::MakeShaderRecords(DrawportStag
     }
     OSTRA_RETURN_IF_ERROR(records.parameters.Append(MakeParameter(parameter)));
   }
+  // Noises that were added one by one: as many tables as there are uniforms for them.
+  Bool hasNoises = false;
+  for (const DrawportNoiseFunction& noise : _noises) hasNoises = hasNoises || noise.stage == stage;
+  if (hasNoises && records.noiseTableCount == 0) {
+    for (const DrawportParameter& parameter : _parameters) {
+      if (parameter.stage == stage && parameter.valueType == DrawportShaderValueType::NoiseTable)
+        ++records.noiseTableCount;
+    }
+  }
   for (const DrawportCode& piece : _code) {
     if (piece.stage != stage || piece.section == DrawportCodeSection::Structs) continue;
     if (piece.section == DrawportCodeSection::Body) {
