@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <cstring>
 #include <utility>
@@ -100,10 +101,16 @@ Result<void> WriteBesideAndRename(const Url& url, const CString& path, Block<con
 
 }  // namespace
 
+// Allocates nothing, so that a lack of memory cannot look like a lack of the file. A path that does not fit is longer
+// than any that can be opened.
 IODETECT IoDetect(const Url& url) {
-  auto path = GetSystemPath(url);
+  char path[PATH_MAX];
+  const std::string_view text = url.GetPath();
+  const Bool isPath = url.GetScheme() == "file" && !text.empty() && text.find('\0') == std::string_view::npos;
+  if (!isPath || text.size() >= sizeof(path)) return IODETECT::NONE;
+  path[text.copy(path, text.size())] = 0;
   struct stat state;
-  if (!path || stat(path->GetCString(), &state) != 0) return IODETECT::NONE;
+  if (stat(path, &state) != 0) return IODETECT::NONE;
   return S_ISDIR(state.st_mode) ? IODETECT::DIRECTORY : IODETECT::FILE;
 }
 

@@ -1,4 +1,6 @@
 // Decoding of text files.
+#include <cstring>
+
 #include "ostra/io/file.h"
 
 OSTRA_UNIT("text");
@@ -25,6 +27,14 @@ Int GetCharacterSize(std::string_view text) {
   return size;
 }
 
+// Whether the next eight bytes are characters of one byte each, as most of a text are.
+Bool IsAsciiWord(std::string_view text, std::size_t position) {
+  UInt64 word;
+  if (text.size() - position < sizeof(word)) return false;
+  std::memcpy(&word, text.data() + position, sizeof(word));
+  return (word & 0x8080808080808080) == 0;
+}
+
 }  // namespace
 
 Result<String> DecodeText(Block<const Byte> bytes) {
@@ -33,6 +43,10 @@ Result<String> DecodeText(Block<const Byte> bytes) {
     text = {reinterpret_cast<const char*>(bytes.GetFirst()), static_cast<std::size_t>(bytes.GetCount())};
   constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
   for (std::size_t i = 0; i < text.size();) {
+    if (IsAsciiWord(text, i)) {
+      i += sizeof(UInt64);
+      continue;
+    }
     const Int size = GetCharacterSize(text.substr(i));
     if (size == 0)
       return OSTRA_ILLEGAL_ARGUMENT("The text is not UTF-8: byte @ has the value @.", i,

@@ -105,6 +105,15 @@ TEST_F(FileTest, DetectionTellsFilesFromDirectories) {
   EXPECT_EQ(IoDetect(Url("relative://a.bin"_s)), IODETECT::NONE);
 }
 
+TEST_F(FileTest, LookingAtAFileNeedsNoMemory) {
+  ASSERT_TRUE(WriteFileAtomically(MakeUrl("a.bin"), BytesOf("x")).IsOk());
+  const Url file = MakeUrl("a.bin");
+  const Int before = AllocationFaults::GetCount();
+  EXPECT_EQ(IoDetect(file), IODETECT::FILE);
+  EXPECT_EQ(AllocationFaults::GetCount(), before);
+  EXPECT_EQ(IoDetect(Url(String::Create(std::string(5000, 'x')).GetValue())), IODETECT::NONE);
+}
+
 TEST_F(FileTest, TheModificationStampCountsNanosecondsSince1970) {
   ASSERT_TRUE(WriteFileAtomically(MakeUrl("a.bin"), BytesOf("x")).IsOk());
   const timespec times[2] = {{0, UTIME_OMIT}, {1234567890, 123456789}};

@@ -52,6 +52,10 @@ TEST(TextTest, CutAndOverlongCharactersAreRefusedWithTheirPosition) {
   for (const char* text : {"\xC0\x80", "\xC1\xBF", "\xE0\x80\x80", "\xF0\x80\x80\x80", "\xFF"})
     EXPECT_FALSE(Decode(text).IsOk());
   EXPECT_EQ(Decode("abc\xFF").GetError().GetMessage(), "The text is not UTF-8: byte 3 has the value 255.");
+  for (std::size_t position = 0; position < 40; ++position) {
+    EXPECT_EQ(Decode(std::string(position, 'x') + "\xFFyyyyyyyyyyyyyyyyyy").GetError().GetMessage().GetView(),
+              "The text is not UTF-8: byte " + std::to_string(position) + " has the value 255.");
+  }
 }
 
 }  // namespace
