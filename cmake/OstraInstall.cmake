@@ -3,12 +3,12 @@ include(CMakePackageConfigHelpers)
 
 # Programs and modules find libostra beside themselves, wherever the tree is put.
 set_target_properties(ostra_program ostra-kernelc PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
-set_target_properties(parallelprogram PROPERTIES INSTALL_RPATH "$ORIGIN/../..")
+set_target_properties(parallelprogram drawport_vulkan PROPERTIES INSTALL_RPATH "$ORIGIN/../..")
 
 install(TARGETS ostra ostra-kernelc EXPORT ostraTargets
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(TARGETS parallelprogram LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/ostra/modules)
+install(TARGETS parallelprogram drawport_vulkan LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/ostra/modules)
 foreach(folder ostra parallelprogram)
   install(DIRECTORY ${PROJECT_SOURCE_DIR}/${folder} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
 endforeach()

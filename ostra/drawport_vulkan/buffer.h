@@ -1,0 +1,53 @@
+// BufferResource: a buffer with its memory.
+#pragma once
+
+#include "ostra/drawport/resources.h"
+#include "ostra/drawport_vulkan/resource.h"
+
+namespace ostra::vulkan {
+
+class BufferResource final : public DeviceResource, public DrawportDeviceBuffer {
+ public:
+  // `bytes` bytes whose contents are undefined, or with `isZero` read as zero. Errors: out of memory; illegal argument
+  // for a size below 1.
+  static Result<StrongRef<BufferResource>> Create(Device& device, Int bytes, MemoryUse use, Bool isZero);
+
+  explicit BufferResource(DeviceRef device) : DeviceResource(std::move(device)) {}
+  ~BufferResource() override;
+
+  VkBuffer GetHandle() const { return _buffer; }
+  Int GetSize() const override { return _size; }
+  // The size with the bytes up to the next multiple of 16 that belong to the buffer too.
+  Int GetPaddedSize() const { return _paddedSize; }
+  // Where the host sees the buffer; null when it does not.
+  Byte* GetMapped() const { return _piece.mapped; }
+  Bool IsHostCached() const { return _piece.isHostCached; }
+  void SetName(const CString& name) const;
+
+  // Bytes from here on have never been written and are to read as zero. Kept by the list that writes: `serial` is the
+  // batch that does it, so that it can be taken back when the batch is never submitted; 0 when the host has done it.
+  Int GetZeroBegin() const { return _zeroBegin; }
+  void SetZeroBegin(Int begin, UInt64 serial) {
+    if (_zeroedBy != serial) _zeroBeginBefore = _zeroBegin;
+    _zeroedBy = serial;
+    _zeroBegin = begin;
+  }
+  void ForgetBatch(UInt64 serial) override {
+    if (_zeroedBy == serial) _zeroBegin = _zeroBeginBefore;
+  }
+
+ private:
+  Result<void> Init(Int bytes, MemoryUse use);
+
+  VkBuffer _buffer = VK_NULL_HANDLE;
+  MemoryPiece _piece;
+  Int _size = 0;
+  Int _paddedSize = 0;
+  Int _zeroBegin = 0;
+  Int _zeroBeginBefore = 0;
+  UInt64 _zeroedBy = 0;
+};
+
+using BufferRef = StrongRef<BufferResource>;
+
+}  // namespace ostra::vulkan

@@ -1,0 +1,122 @@
+#include "ostra/drawport_vulkan/cache_items.h"
+
+#include <bit>
+
+OSTRA_UNIT("drawport_vulkan");
+
+namespace ostra::vulkan {
+namespace {
+
+const char* GetFeatureName(DrawportFeature feature) {
+  switch (feature) {
+    case DrawportFeature::ComputeShader:
+      return "compute shaders";
+    case DrawportFeature::ShaderStorageBuffer:
+      return "shader storage buffers";
+    case DrawportFeature::MultisampleTexture:
+      return "multisample textures";
+    case DrawportFeature::ImageLoadStore:
+      return "image load and store";
+    case DrawportFeature::AtomicOperations:
+      return "atomic operations";
+    case DrawportFeature::ShaderHalfFloat:
+      return "shader half floats";
+  }
+  return "an unknown feature";
+}
+
+}  // namespace
+
+VertexBufferItem::~VertexBufferItem() { _cache->vertexBuffers.Forget(_key, this); }
+
+Result<DrawportVertexBuffer*> VertexBufferItem::MakeValid(DrawportContextInterface& context,
+                                                          const DrawportVertexBufferFill& fill) {
+  OSTRA_RETURN_IF_ERROR(FindContext(context));
+  if (fill) OSTRA_RETURN_IF_ERROR(fill(*this));
+  return this;
+}
+
+DrawportVertexBufferSpecification VertexBufferItem::GetSpecification() const {
+  DrawportVertexBufferSpecification specification;
+  specification.subBufferCount = _buffers.GetCount();
+  for (const BufferRef& buffer : _buffers) specification.size += buffer->GetSize();
+  return specification;
+}
+
+Result<void> VertexBufferItem::SetDebugLabel(std::string_view label) {
+  OSTRA_ASSIGN_OR_RETURN(_label, CString::Create(label));
+  for (const BufferRef& buffer : _buffers) buffer->SetName(_label);
+  return OK;
+}
+
+Result<DrawportDeviceBuffer*> VertexBufferItem::AllocSubBuffer(DrawportContextInterface& context,
+                                                               DrawportSubBufferUse use, Int bytes, Int alignment) {
+  OSTRA_ASSIGN_OR_RETURN(Context * found, FindContext(context));
+  if (use != DrawportSubBufferUse::General)
+    return OSTRA_ILLEGAL_ARGUMENT("There are no sub-buffers for use @.", static_cast<Int32>(use));
+  if (alignment < 1 || !std::has_single_bit(static_cast<UInt64>(alignment)))
+    return OSTRA_ILLEGAL_ARGUMENT("The alignment @ is not a power of two.", alignment);
+  for (const BufferRef& buffer : _buffers) {
+    if (buffer->GetSize() == bytes && &buffer->GetDevice() == &found->GetDevice())
+      return static_cast<DrawportDeviceBuffer*>(buffer.GetPointer());
+  }
+  // A sub-buffer is a buffer of its own, so that it begins where every use may begin.
+  OSTRA_ASSIGN_OR_RETURN(BufferRef buffer, BufferResource::Create(found->GetDevice(), bytes, MemoryUse::Device, true));
+  buffer->SetName(_label);
+  OSTRA_ASSIGN_OR_RETURN(BufferRef & added, _buffers.Append(std::move(buffer)));
+  return static_cast<DrawportDeviceBuffer*>(added.GetPointer());
+}
+
+TextureItem::~TextureItem() { _cache->textures.Forget(_key, this); }
+
+Result<DrawportTexture*> TextureItem::MakeValid(DrawportContextInterface& context, const DrawportTextureFill& fill) {
+  OSTRA_ASSIGN_OR_RETURN(Context * found, FindContext(context));
+  if (!_image || &_image->GetDevice() != &found->GetDevice()) {
+    OSTRA_ASSIGN_OR_RETURN(_image, ImageResource::Create(found->GetDevice(), _description));
+  }
+  if (fill) fill(*_image);
+  return static_cast<DrawportTexture*>(_image.GetPointer());
+}
+
+SamplerItem::~SamplerItem() { _cache->samplers.Forget(_key, this); }
+
+Result<DrawportTextureSampler*> SamplerItem::MakeValid(DrawportContextInterface& context) {
+  OSTRA_ASSIGN_OR_RETURN(Context * found, FindContext(context));
+  if (!_sampler || &_sampler->GetDevice() != &found->GetDevice()) {
+    OSTRA_ASSIGN_OR_RETURN(_sampler, SamplerResource::Create(found->GetDevice(), _key));
+  }
+  return static_cast<DrawportTextureSampler*>(_sampler.GetPointer());
+}
+
+CounterItem::~CounterItem() { _cache->counters.Forget(_key, this); }
+
+Result<DrawportAtomicCounter*> CounterItem::MakeValid(DrawportContextInterface& context) {
+  OSTRA_ASSIGN_OR_RETURN(Context * found, FindContext(context));
+  if (!_counter || &_counter->GetDevice() != &found->GetDevice()) {
+    OSTRA_ASSIGN_OR_RETURN(_counter, CounterResource::Create(found->GetDevice()));
+  }
+  return static_cast<DrawportAtomicCounter*>(_counter.GetPointer());
+}
+
+ProgramItem::~ProgramItem() {
+  _cache->programs.Forget(_key, this);
+  DeleteObj(_factory);
+}
+
+Result<DrawportProgramFactory*> ProgramItem::MakeValid(DrawportContextInterface& context) {
+  OSTRA_ASSIGN_OR_RETURN(Context * found, FindContext(context));
+  // Programs that share an item may come from several jobs: the first one builds.
+  const std::scoped_lock lock(_mutex);
+  if (_factory && &_factory->GetDevice() == &found->GetDevice()) return static_cast<DrawportProgramFactory*>(_factory);
+  for (const DrawportRequiredFeature& required : _description.GetRequiredFeatures()) {
+    if (!context.IsFeatureSupported(required.feature))
+      return OSTRA_ILLEGAL_STATE("The GPU device does not support @, which the program requires.",
+                                 GetFeatureName(required.feature));
+  }
+  OSTRA_ASSIGN_OR_RETURN(ProgramFactory * factory, ProgramFactory::Create(found->GetDevice(), _description));
+  DeleteObj(_factory);
+  _factory = factory;
+  return static_cast<DrawportProgramFactory*>(_factory);
+}
+
+}  // namespace ostra::vulkan

@@ -1,0 +1,224 @@
+#include "ostra/drawport_vulkan/command_list.h"
+
+#include "ostra/drawport_vulkan/program_factory.h"
+
+OSTRA_UNIT("drawport_vulkan");
+
+namespace ostra::vulkan {
+namespace {
+
+// Room for the uniforms of several thousand dispatches that the device has not done yet.
+constexpr Int kUniformRingSize = Int(4) << 20;
+
+UInt32 TakeListNumber() {
+  static constinit std::atomic<UInt32> counter{1};
+  return counter.fetch_add(1, std::memory_order_relaxed);
+}
+
+}  // namespace
+
+Result<void> CommandList::Init() {
+  _number = TakeListNumber();
+  for (Batch& batch : _batches) {
+    VkCommandPoolCreateInfo pool = {VK_STRUCTURE_TYPE_COMMAND_POOL_CREATE_INFO};
+    pool.flags = VK_COMMAND_POOL_CREATE_TRANSIENT_BIT;
+    pool.queueFamilyIndex = _device->GetQueueFamily();
+    OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkCreateCommandPool(_device->GetHandle(), &pool, nullptr, &batch.pool)));
+    VkCommandBufferAllocateInfo commands = {VK_STRUCTURE_TYPE_COMMAND_BUFFER_ALLOCATE_INFO};
+    commands.commandPool = batch.pool;
+    commands.level = VK_COMMAND_BUFFER_LEVEL_PRIMARY;
+    commands.commandBufferCount = 1;
+    OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkAllocateCommandBuffers(_device->GetHandle(), &commands, &batch.commands)));
+  }
+  OSTRA_ASSIGN_OR_RETURN(_uniforms, BufferResource::Create(*_device, kUniformRingSize, MemoryUse::Upload, false));
+  ++_device->GetListCount();
+  return OK;
+}
+
+CommandList::~CommandList() {
+  // Work that was recorded but never submitted is dropped; what was submitted is awaited.
+  if (_current) Abandon(*_current);
+  for (Batch& batch : _batches) {
+    if (batch.isInFlight) {
+      static_cast<void>(_device->Wait(batch.timelineValue));  // on failure the device is lost: nothing is running
+      Retire(batch);
+    }
+    if (batch.pool) vkDestroyCommandPool(_device->GetHandle(), batch.pool, nullptr);
+  }
+  for (StagingBuffer* staging : _stagingBuffers) DeleteObj(staging);
+  for (StagingMemory* memory : _stagingMemory) DeleteObj(memory);
+  if (_uniforms) --_device->GetListCount();
+}
+
+void CommandList::Retire(Batch& batch) {
+  batch.kept.Clear();
+  batch.isInFlight = false;
+  _completedSerial = batch.serial;
+  _uniformTail = batch.uniformEnd;
+  _oldest = (_oldest + 1) % kBatchCount;
+}
+
+void CommandList::RetireReached() {
+  if (!_batches[_oldest].isInFlight) return;
+  const UInt64 reached = _device->GetReachedValue();
+  while (_batches[_oldest].isInFlight && _batches[_oldest].timelineValue <= reached) Retire(_batches[_oldest]);
+}
+
+Result<void> CommandList::WaitForOldest() {
+  Batch& batch = _batches[_oldest];
+  if (!batch.isInFlight) return OK;
+  OSTRA_RETURN_IF_ERROR(_device->Wait(batch.timelineValue));
+  Retire(batch);
+  return OK;
+}
+
+UInt64 CommandList::GetCompletedSerial() {
+  RetireReached();
+  // A batch that was given up is over as well.
+  if (!_current && !_batches[_oldest].isInFlight) _completedSerial = _serial;
+  return _completedSerial;
+}
+
+void CommandList::Abandon(Batch& batch) {
+  for (const DeviceResourceRef& resource : batch.kept) resource->ForgetBatch(batch.serial);
+  batch.kept.Clear();
+  _uniformHead = batch.uniformEnd;  // where the batch began
+  _current = nullptr;
+  // The barriers that it recorded have gone with it.
+  _hasUnseenDispatch = true;
+  _transfersMissDispatches = true;
+  _dispatchesMissTransfers = true;
+}
+
+Result<UInt64> CommandList::BeginBatch() {
+  if (_current) return _current->serial;
+  if (_device->IsLost()) return MakeDeviceLostError(kOstraUnit, __LINE__);
+  RetireReached();
+  Batch& batch = _batches[_next];
+  if (batch.isInFlight) OSTRA_RETURN_IF_ERROR(WaitForOldest());
+  OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkResetCommandPool(_device->GetHandle(), batch.pool, 0)));
+  VkCommandBufferBeginInfo info = {VK_STRUCTURE_TYPE_COMMAND_BUFFER_BEGIN_INFO};
+  info.flags = VK_COMMAND_BUFFER_USAGE_ONE_TIME_SUBMIT_BIT;
+  OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkBeginCommandBuffer(batch.commands, &info)));
+  batch.serial = ++_serial;
+  batch.uniformEnd = _uniformHead;
+  _boundPipeline = VK_NULL_HANDLE;
+  _current = &batch;
+  // Other lists may have written what this one reads.
+  if (_device->GetListCount().load(std::memory_order_relaxed) > 1)
+    RecordBarrier(VK_PIPELINE_STAGE_ALL_COMMANDS_BIT, VK_ACCESS_MEMORY_WRITE_BIT, VK_PIPELINE_STAGE_ALL_COMMANDS_BIT,
+                  VK_ACCESS_MEMORY_READ_BIT | VK_ACCESS_MEMORY_WRITE_BIT);
+  return batch.serial;
+}
+
+Result<void> CommandList::Keep(DeviceResource& resource) {
+  const UInt64 serial = _current->serial;
+  OSTRA_RETURN_IF_ERROR(_current->kept.Append(DeviceResourceRef(&resource)));
+  if (!resource.MarkUse(_number, serial)) static_cast<void>(_current->kept.Resize(_current->kept.GetCount() - 1));
+  return OK;
+}
+
+Result<void> CommandList::Submit() {
+  if (!_current) return OK;
+  Batch& batch = *_current;
+  ShowWritesToHost();
+  Result<void> ended = OSTRA_VULKAN(vkEndCommandBuffer(batch.commands));
+  Result<UInt64> value = ended ? _device->Submit(batch.commands) : Result<UInt64>(ended.TakeError());
+  if (!value) {
+    Abandon(batch);
+    return value.TakeError();
+  }
+  batch.timelineValue = *value;
+  batch.uniformEnd = _uniformHead;
+  batch.isInFlight = true;
+  _next = (_next + 1) % kBatchCount;
+  _current = nullptr;
+  return OK;
+}
+
+Result<void> CommandList::Execute(Bool wait) {
+  OSTRA_RETURN_IF_ERROR(Submit());
+  if (!wait) {
+    RetireReached();
+    return OK;
+  }
+  while (_batches[_oldest].isInFlight) OSTRA_RETURN_IF_ERROR(WaitForOldest());
+  return OK;
+}
+
+Result<void> CommandList::Finish() { return Execute(true); }
+
+Result<CommandList::UniformSlice> CommandList::AllocateUniforms(Int bytes) {
+  const Int alignment = static_cast<Int>(std::max<UInt64>(_device->GetLimits().minUniformBufferOffsetAlignment,
+                                                          _device->GetLimits().minStorageBufferOffsetAlignment));
+  const UInt64 size = static_cast<UInt64>((bytes + alignment - 1) / alignment * alignment);
+  constexpr UInt64 kRing = kUniformRingSize;
+  if (size > kRing / 4) return OSTRA_ILLEGAL_ARGUMENT("Uniforms of @ bytes are more than a dispatch can have.", bytes);
+  while (true) {
+    OSTRA_RETURN_IF_ERROR(BeginBatch());
+    UInt64 begin = _uniformHead;
+    if (begin % kRing + size > kRing) begin += kRing - begin % kRing;  // slices do not go round the end
+    if (begin + size - _uniformTail <= kRing) {
+      _uniformHead = begin + size;
+      const UInt64 offset = begin % kRing;
+      return UniformSlice{_uniforms->GetMapped() + offset, static_cast<UInt32>(offset)};
+    }
+    RetireReached();
+    if (begin + size - _uniformTail <= kRing) continue;
+    // The ring is full of work that is not done: let the device do it.
+    OSTRA_RETURN_IF_ERROR(Submit());
+    OSTRA_RETURN_IF_ERROR(WaitForOldest());
+  }
+}
+
+Result<ProgramFactory*> CommandList::PrepareDispatch(DrawportProgramFactory& program,
+                                                     DrawportParameterValueSet& values) {
+  auto& factory = static_cast<ProgramFactory&>(program);
+  auto& set = static_cast<ValueSet&>(values);
+  if (&factory.GetDevice() != _device.GetPointer())
+    return OSTRA_ILLEGAL_STATE("The GPU program was built for another device.");
+  OSTRA_ASSIGN_OR_RETURN(const ValueSet::Binding binding, set.Prepare(*this));
+  OSTRA_RETURN_IF_ERROR(Keep(factory.GetPipeline()));
+  ShowTransfersToDispatches();
+  const Pipeline& pipeline = factory.GetPipeline();
+  if (_boundPipeline != pipeline.GetHandle()) {
+    vkCmdBindPipeline(_current->commands, VK_PIPELINE_BIND_POINT_COMPUTE, pipeline.GetHandle());
+    _boundPipeline = pipeline.GetHandle();
+  }
+  if (binding.set)
+    vkCmdBindDescriptorSets(_current->commands, VK_PIPELINE_BIND_POINT_COMPUTE, pipeline.GetLayout(), 0, 1,
+                            &binding.set, binding.dynamicOffsetCount, binding.dynamicOffsets);
+  return &factory;
+}
+
+Result<void> CommandList::Dispatch(DrawportProgramFactory& program, DrawportParameterValueSet& values, UInt32 x,
+                                   UInt32 y, UInt32 z) {
+  constexpr UInt32 kMaxGroups = 65535;
+  if (x < 1 || y < 1 || z < 1 || x > kMaxGroups || y > kMaxGroups || z > kMaxGroups)
+    return OSTRA_ILLEGAL_ARGUMENT("@ x @ x @ work groups are not between 1 and @ in each direction.", x, y, z,
+                                  kMaxGroups);
+  OSTRA_RETURN_IF_ERROR(PrepareDispatch(program, values));
+  vkCmdDispatch(_current->commands, x, y, z);
+  _hasUnseenDispatch = true;
+  _transfersMissDispatches = true;
+  return OK;
+}
+
+Result<void> CommandList::DispatchIndirect(DrawportProgramFactory& program, DrawportParameterValueSet& values,
+                                           DrawportDeviceBuffer& arguments, Int byteOffset) {
+  auto& buffer = static_cast<BufferResource&>(arguments);
+  constexpr Int kRecordSize = 4 * sizeof(Int32);
+  if (byteOffset < 0 || byteOffset % 4 != 0 || byteOffset > buffer.GetSize() - kRecordSize)
+    return OSTRA_ILLEGAL_ARGUMENT("There are no work group counts at byte @ of a buffer of @ bytes.", byteOffset,
+                                  buffer.GetSize());
+  OSTRA_RETURN_IF_ERROR(BeginBatch());
+  OSTRA_RETURN_IF_ERROR(EnsureZeroed(buffer));
+  OSTRA_RETURN_IF_ERROR(PrepareDispatch(program, values));
+  OSTRA_RETURN_IF_ERROR(Keep(buffer));
+  vkCmdDispatchIndirect(_current->commands, buffer.GetHandle(), static_cast<VkDeviceSize>(byteOffset));
+  _hasUnseenDispatch = true;
+  _transfersMissDispatches = true;
+  return OK;
+}
+
+}  // namespace ostra::vulkan

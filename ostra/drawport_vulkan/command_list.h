@@ -1,0 +1,146 @@
+// CommandList: records batches of work, submits them and moves bytes.
+//
+// A batch holds what its work names until the device has done it. Batches and the memory of transfers and uniforms go
+// round: once a program is warm, recording allocates nothing.
+//
+// command_list.cpp has batches and dispatches, barriers.cpp what must wait for what, transfers.cpp the movement of
+// bytes.
+#pragma once
+
+#include "ostra/drawport/command_list.h"
+#include "ostra/drawport_vulkan/buffer.h"
+#include "ostra/drawport_vulkan/image.h"
+#include "ostra/drawport_vulkan/staging.h"
+
+namespace ostra::vulkan {
+
+class CommandList final : public DrawportCommandList {
+ public:
+  explicit CommandList(DeviceRef device) : _device(std::move(device)) {}
+  CommandList(const CommandList&) = delete;
+  ~CommandList();
+  Result<void> Init();
+
+  Result<void> AddMemoryBarrier(DrawportBarrierBits bits) override;
+  Result<void> Execute(Bool wait) override;
+  Result<Byte*> PrivateMapBuffer(DrawportStagingBuffer& staging, DrawportMapMode mode, DrawportDeviceBuffer& buffer,
+                                 Int stagingOffset, Int byteOffset, Int bytes) override;
+  Result<void> UnmapBuffer(DrawportStagingBuffer& staging, DrawportUnmapMode mode) override;
+  Result<Byte*> PrivateMapTexture(DrawportStagingBuffer& staging, DrawportMapMode mode, DrawportTexture& texture,
+                                  const DrawportRegion& region, Int level, Int layer, Int stagingOffset,
+                                  Int flags) override;
+  Result<void> UnmapTexture(DrawportStagingBuffer& staging) override;
+  void ReleaseStagingBuffer(DrawportStagingBuffer* staging) override;
+  Result<void> SetAtomicCounterValue(DrawportAtomicCounter& counter, UInt32 value) override;
+  Result<UInt32> GetAtomicCounterValue(DrawportAtomicCounter& counter) override;
+  Result<void> Dispatch(DrawportProgramFactory& program, DrawportParameterValueSet& values, UInt32 x, UInt32 y,
+                        UInt32 z) override;
+  Result<void> DispatchIndirect(DrawportProgramFactory& program, DrawportParameterValueSet& values,
+                                DrawportDeviceBuffer& arguments, Int byteOffset) override;
+
+  Device& GetDevice() const { return *_device; }
+  UInt32 GetNumber() const { return _number; }
+
+  // A staging buffer of at least `bytes`. Error: out of memory.
+  Result<DrawportStagingBuffer*> AllocStagingBuffer(Int bytes, DrawportStagingUse use);
+
+  // What value sets need. The serial of the batch that is being recorded; begins one if there is none.
+  Result<UInt64> BeginBatch();
+  UInt64 GetCompletedSerial();
+  // Holds a resource until the batch that is being recorded is done.
+  Result<void> Keep(DeviceResource& resource);
+  // Memory for the uniforms of one dispatch of the current batch. May submit, so it comes before anything is recorded.
+  struct UniformSlice {
+    Byte* memory;
+    UInt32 offset;  // in the buffer of GetUniformBuffer
+  };
+  Result<UniformSlice> AllocateUniforms(Int bytes);
+  BufferResource& GetUniformBuffer() { return *_uniforms; }
+
+  // Makes what was never written read as zero, before the device reads it.
+  Result<void> EnsureZeroed(BufferResource& buffer);
+  Result<void> EnsureCleared(ImageResource& image);
+
+  // Submits, and waits until the device has done everything of this list; resources that only work held go.
+  Result<void> Finish();
+  // Frees memory that is only kept to be used again.
+  void FreeSpareMemory();
+
+ private:
+  static constexpr Int kBatchCount = 16;
+  static constexpr Int kTouchCount = 32;
+
+  struct Batch {
+    VkCommandPool pool = VK_NULL_HANDLE;
+    VkCommandBuffer commands = VK_NULL_HANDLE;
+    UInt64 serial = 0;
+    UInt64 timelineValue = 0;
+    UInt64 uniformEnd = 0;
+    Bool isInFlight = false;
+    BaseArray<DeviceResourceRef> kept;
+  };
+
+  // Part of a resource that a transfer touches: bytes of a buffer along x, texels of an image.
+  struct Touch {
+    const DeviceResource* resource = nullptr;
+    DrawportRegion region;
+    Bool isWrite = false;
+  };
+
+  // command_list.cpp
+  Result<void> Submit();
+  void Retire(Batch& batch);
+  void RetireReached();
+  Result<void> WaitForOldest();
+  void Abandon(Batch& batch);
+  Result<class ProgramFactory*> PrepareDispatch(DrawportProgramFactory& program, DrawportParameterValueSet& values);
+
+  // barriers.cpp
+  void RecordBarrier(VkPipelineStageFlags from, VkAccessFlags fromAccess, VkPipelineStageFlags to,
+                     VkAccessFlags toAccess);
+  // Before a transfer that reads or writes `region`, and before a dispatch.
+  void PrepareTransfer(const DeviceResource& resource, const DrawportRegion& region, Bool isWrite);
+  void ShowTransfersToDispatches();
+  void ShowWritesToHost();
+
+  // transfers.cpp
+  Result<StagingMemory*> TakeStagingMemory(Int bytes, MemoryUse use);
+  Result<Byte*> MapForReading(StagingBuffer& staging, BufferResource& buffer, Int byteOffset, Int bytes);
+  Result<Byte*> MapForWriting(StagingBuffer& staging, BufferResource& buffer, Int byteOffset, Int bytes);
+  Result<Byte*> ReadTexture(StagingBuffer& staging, ImageResource& image, const DrawportRegion& region, Int hostSize);
+  Result<void> CommitBuffer(StagingBuffer& staging);
+  Result<void> CommitTexture(StagingBuffer& staging);
+  Result<void> FillWithZeros(BufferResource& buffer);
+  // Waits until no work of this list names the resource.
+  Result<void> WaitFor(const DeviceResource& resource);
+  Bool IsIdle(const DeviceResource& resource);
+
+  DeviceRef _device;
+  UInt32 _number = 0;  // tells lists apart
+  Batch _batches[kBatchCount];
+  Int _oldest = 0;  // of the batches in flight
+  Int _next = 0;    // where the next batch is recorded
+  Batch* _current = nullptr;
+  UInt64 _serial = 0;
+  UInt64 _completedSerial = 0;
+
+  // What the current batch has bound.
+  VkPipeline _boundPipeline = VK_NULL_HANDLE;
+
+  // Uniforms: a ring of positions that only grow; the place in the buffer is the rest by its size.
+  BufferRef _uniforms;
+  UInt64 _uniformHead = 0;
+  UInt64 _uniformTail = 0;
+
+  // Barriers that are owed.
+  Bool _hasUnseenDispatch = false;        // since the last barrier between dispatches
+  Bool _transfersMissDispatches = false;  // transfers do not wait for dispatches yet
+  Bool _dispatchesMissTransfers = false;
+  Touch _touches[kTouchCount];
+  Int _touchCount = 0;
+
+  BaseArray<StagingBuffer*> _stagingBuffers;  // owned
+  BaseArray<StagingMemory*> _stagingMemory;   // owned
+};
+
+}  // namespace ostra::vulkan

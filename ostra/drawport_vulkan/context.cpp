@@ -1,0 +1,84 @@
+#include "ostra/drawport_vulkan/context.h"
+
+#include <algorithm>
+
+#include "ostra/drawport/settings.h"
+
+OSTRA_UNIT("drawport_vulkan");
+
+namespace ostra::vulkan {
+namespace {
+
+constexpr Int kStagingCapacity = Int(8) << 20;
+constexpr Int kMinStagingCapacity = Int(64) << 10;
+
+DrawportCapabilities MakeCapabilities(const Device& device) {
+  const Int wanted = GetDrawportStagingCapacity();
+  const Int capacity = wanted > 0 ? std::max(wanted, kMinStagingCapacity) : kStagingCapacity;
+  const auto alignment = static_cast<Int>(device.GetLimits().minStorageBufferOffsetAlignment);
+  return DrawportCapabilities({{DrawportCapability::BufferTransferChunk, capacity},
+                               {DrawportCapability::TextureStagingCapacity, capacity},
+                               {DrawportCapability::ReadBackStagingCapacity, capacity},
+                               {DrawportCapability::SubBufferAlignment, std::max<Int>(alignment, 16)}});
+}
+
+}  // namespace
+
+Result<StrongRef<Context>> Context::Create(DrawportRef drawport, Device& device) {
+  Context* context = NewObj<Context>(std::move(drawport), device);
+  if (!context) return OSTRA_OUT_OF_MEMORY();
+  auto held = StrongRef<Context>::Adopt(context);
+  OSTRA_RETURN_IF_ERROR(context->_commands.Init());
+  return held;
+}
+
+Bool Context::IsFeatureSupported(DrawportFeature feature) const {
+  switch (feature) {
+    case DrawportFeature::ComputeShader:
+    case DrawportFeature::ShaderStorageBuffer:
+    case DrawportFeature::ImageLoadStore:
+    case DrawportFeature::AtomicOperations:
+      return true;  // what every device of the plan can do
+    case DrawportFeature::ShaderHalfFloat:
+      return GetDevice().HasHalfFloats();
+    case DrawportFeature::MultisampleTexture:
+      break;  // textures here have one sample
+  }
+  return false;
+}
+
+DrawportPixelFormatAccess Context::GetPixelFormatAccessFlags(PixelFormatRef format, Bool isFloatingPoint) const {
+  if (!format || (format->valueClass == PixelValueClass::FloatingPoint) != isFloatingPoint)
+    return DrawportPixelFormatAccess::None;
+  return GetFormatAccess(GetDevice().GetPhysicalDevice(), format);
+}
+
+VideoMemoryBudget Context::GetAvailableAndTotalVRAMBudget() const { return GetDevice().GetMemory().GetBudget(); }
+
+Result<Context*> FindContext(DrawportContextInterface& context) {
+  if (context.GetDrawport()->GetDrawportCache()->GetCacheType() == kDrawportTypeVulkan)
+    return static_cast<Context*>(&context);
+  return OSTRA_ILLEGAL_STATE("The context belongs to another GPU backend.");
+}
+
+Drawport::Drawport(DrawportCacheRef cache, DeviceRef device)
+    : _cache(std::move(cache)), _device(std::move(device)), _capabilities(MakeCapabilities(*_device)) {}
+
+Result<DrawportRef> Drawport::Create(DrawportCacheRef cache, DeviceRef device) {
+  Drawport* drawport = NewObj<Drawport>(std::move(cache), std::move(device));
+  if (!drawport) return OSTRA_OUT_OF_MEMORY();
+  return DrawportRef::Adopt(drawport);
+}
+
+Result<DrawportContextRef> Drawport::CreateOffscreenRenderContext(Bool, Int32 deviceIndex) {
+  DrawportRef drawport(this);
+  DeviceRef device = _device;
+  if (deviceIndex != _device->GetIndex() || _device->IsLost()) {
+    OSTRA_ASSIGN_OR_RETURN(device, Device::Open(deviceIndex));
+    OSTRA_ASSIGN_OR_RETURN(drawport, Drawport::Create(_cache, device));
+  }
+  OSTRA_ASSIGN_OR_RETURN(StrongRef<Context> context, Context::Create(std::move(drawport), *device));
+  return DrawportContextRef(context);
+}
+
+}  // namespace ostra::vulkan

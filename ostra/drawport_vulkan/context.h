@@ -1,0 +1,49 @@
+// Context and Drawport of the backend.
+#pragma once
+
+#include "ostra/drawport/drawport.h"
+#include "ostra/drawport_vulkan/command_list.h"
+
+namespace ostra::vulkan {
+
+class Context final : public DrawportCounted<Context, DrawportContextInterface> {
+ public:
+  // Error: out of memory.
+  static Result<StrongRef<Context>> Create(DrawportRef drawport, Device& device);
+  Context(DrawportRef drawport, Device& device) : _drawport(std::move(drawport)), _commands(DeviceRef(&device)) {}
+
+  DrawportRef GetDrawport() const override { return _drawport; }
+  Bool IsFeatureSupported(DrawportFeature feature) const override;
+  DrawportPixelFormatAccess GetPixelFormatAccessFlags(PixelFormatRef format, Bool isFloatingPoint) const override;
+  DrawportCommandList& GetCommandList() override { return _commands; }
+  VideoMemoryBudget GetAvailableAndTotalVRAMBudget() const override;
+
+  CommandList& GetCommands() { return _commands; }
+  Device& GetDevice() const { return _commands.GetDevice(); }
+
+ private:
+  DrawportRef _drawport;
+  CommandList _commands;
+};
+
+// The context behind an interface. Error: illegal state for a context of another backend.
+Result<Context*> FindContext(DrawportContextInterface& context);
+
+class Drawport final : public DrawportCounted<Drawport, DrawportInterface> {
+ public:
+  // Error: out of memory.
+  static Result<DrawportRef> Create(DrawportCacheRef cache, DeviceRef device);
+  Drawport(DrawportCacheRef cache, DeviceRef device);
+
+  DrawportCacheRef GetDrawportCache() const override { return _cache; }
+  Result<DrawportContextRef> CreateOffscreenRenderContext(Bool sharesWithCaller, Int32 deviceIndex) override;
+  const Id& GetShadingLanguage() const override { return kShadingLanguageGlsl; }
+  const DrawportCapabilities& GetCapabilities() const override { return _capabilities; }
+
+ private:
+  DrawportCacheRef _cache;
+  DeviceRef _device;
+  DrawportCapabilities _capabilities;
+};
+
+}  // namespace ostra::vulkan

@@ -1,0 +1,175 @@
+#include "ostra/drawport_vulkan/device.h"
+
+#include "ostra/core/diagnostics.h"
+#include "ostra/drawport_vulkan/program_store.h"
+
+OSTRA_UNIT("drawport_vulkan");
+
+namespace ostra::vulkan {
+namespace {
+
+constexpr Int kMaxDevices = 32;
+
+constinit std::mutex g_mutex;
+constinit Device* g_running[kMaxDevices] = {};  // not counted; by place in the plan
+
+Result<Bool> HasDeviceExtension(VkPhysicalDevice device, std::string_view name) {
+  UInt32 count = 0;
+  OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkEnumerateDeviceExtensionProperties(device, nullptr, &count, nullptr)));
+  BaseArray<VkExtensionProperties> extensions;
+  OSTRA_RETURN_IF_ERROR(extensions.Resize(count));
+  OSTRA_RETURN_IF_ERROR(
+      OSTRA_VULKAN(vkEnumerateDeviceExtensionProperties(device, nullptr, &count, extensions.GetFirst())));
+  for (const VkExtensionProperties& extension : extensions)
+    if (name == extension.extensionName) return true;
+  return false;
+}
+
+}  // namespace
+
+Result<DeviceRef> Device::Open(Int index) {
+  OSTRA_ASSIGN_OR_RETURN(DriverRef driver, Driver::Get());
+  if (index < 0 || index >= std::min(driver->GetDeviceCount(), kMaxDevices))
+    return OSTRA_ILLEGAL_ARGUMENT("There is no GPU device @; there are @.", index, driver->GetDeviceCount());
+  const std::scoped_lock lock(g_mutex);
+  Device*& running = g_running[index];
+  // A lost device stays lost: whoever asks again gets a fresh one.
+  if (running && !running->IsLost() && running->TryAddRef()) return DeviceRef::Adopt(running);
+  Device* device = NewObj<Device>(std::move(driver));
+  if (!device) return OSTRA_OUT_OF_MEMORY();
+  DeviceRef held = DeviceRef::Adopt(device);
+  OSTRA_RETURN_IF_ERROR(device->Init(index));
+  running = device;
+  return held;
+}
+
+Device::~Device() {
+  {
+    const std::scoped_lock lock(g_mutex);
+    for (Device*& running : g_running)
+      if (running == this) running = nullptr;
+  }
+  if (!_device) return;
+  vkDeviceWaitIdle(_device);
+  DeleteObj(_programs);
+  if (_timeline) vkDestroySemaphore(_device, _timeline, nullptr);
+  _memory.Release();
+  vkDestroyDevice(_device, nullptr);
+}
+
+Result<void> Device::Init(Int index) {
+  _index = index;
+  _physicalDevice = _driver->GetPhysicalDevice(index);
+  _queueFamily = static_cast<UInt32>(PlanQueueFamily(_driver->GetSnapshot(index)));
+  vkGetPhysicalDeviceProperties(_physicalDevice, &_properties);
+  OSTRA_RETURN_IF_ERROR(CreateDevice());
+  vkGetDeviceQueue(_device, _queueFamily, 0, &_queue);
+  _memory.Init(_physicalDevice, _device, _driver->GetSnapshot(index), _hasBudgetExtension);
+
+  VkSemaphoreTypeCreateInfo type = {VK_STRUCTURE_TYPE_SEMAPHORE_TYPE_CREATE_INFO};
+  type.semaphoreType = VK_SEMAPHORE_TYPE_TIMELINE;
+  VkSemaphoreCreateInfo info = {VK_STRUCTURE_TYPE_SEMAPHORE_CREATE_INFO};
+  info.pNext = &type;
+  OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkCreateSemaphore(_device, &info, nullptr, &_timeline)));
+  OSTRA_ASSIGN_OR_RETURN(_programs, ProgramStore::Create(*this));
+  return OK;
+}
+
+Result<void> Device::CreateDevice() {
+  VkPhysicalDeviceVulkan12Features has12 = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_VULKAN_1_2_FEATURES};
+  VkPhysicalDeviceVulkan11Features has11 = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_VULKAN_1_1_FEATURES};
+  VkPhysicalDeviceFeatures2 has = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_FEATURES_2};
+  has.pNext = &has11;
+  has11.pNext = &has12;
+  vkGetPhysicalDeviceFeatures2(_physicalDevice, &has);
+
+  // What programs may use is switched on where it is there; nothing else.
+  VkPhysicalDeviceVulkan12Features wants12 = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_VULKAN_1_2_FEATURES};
+  wants12.timelineSemaphore = VK_TRUE;
+  wants12.scalarBlockLayout = VK_TRUE;
+  wants12.shaderFloat16 = has12.shaderFloat16;
+  wants12.shaderInt8 = has12.shaderInt8;
+  wants12.storageBuffer8BitAccess = has12.storageBuffer8BitAccess;
+  wants12.uniformAndStorageBuffer8BitAccess = has12.uniformAndStorageBuffer8BitAccess;
+  VkPhysicalDeviceVulkan11Features wants11 = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_VULKAN_1_1_FEATURES};
+  wants11.storageBuffer16BitAccess = has11.storageBuffer16BitAccess;
+  wants11.uniformAndStorageBuffer16BitAccess = has11.uniformAndStorageBuffer16BitAccess;
+  VkPhysicalDeviceFeatures2 wants = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_FEATURES_2};
+  wants.features.robustBufferAccess = has.features.robustBufferAccess;
+  wants.features.shaderInt16 = has.features.shaderInt16;
+  wants.features.shaderInt64 = has.features.shaderInt64;
+  wants.features.shaderStorageImageReadWithoutFormat = has.features.shaderStorageImageReadWithoutFormat;
+  wants.features.shaderStorageImageWriteWithoutFormat = has.features.shaderStorageImageWriteWithoutFormat;
+  wants.features.shaderStorageImageExtendedFormats = has.features.shaderStorageImageExtendedFormats;
+  wants.pNext = &wants11;
+  wants11.pNext = &wants12;
+  _hasHalfFloats = wants12.shaderFloat16 && wants11.storageBuffer16BitAccess;
+  _hasFormatlessImages =
+      wants.features.shaderStorageImageReadWithoutFormat && wants.features.shaderStorageImageWriteWithoutFormat;
+
+  OSTRA_ASSIGN_OR_RETURN(_hasBudgetExtension, HasDeviceExtension(_physicalDevice, VK_EXT_MEMORY_BUDGET_EXTENSION_NAME));
+  const char* const extensions[] = {VK_EXT_MEMORY_BUDGET_EXTENSION_NAME};
+  const Float32 priority = 1;
+  VkDeviceQueueCreateInfo queue = {VK_STRUCTURE_TYPE_DEVICE_QUEUE_CREATE_INFO};
+  queue.queueFamilyIndex = _queueFamily;
+  queue.queueCount = 1;
+  queue.pQueuePriorities = &priority;
+  VkDeviceCreateInfo info = {VK_STRUCTURE_TYPE_DEVICE_CREATE_INFO};
+  info.pNext = &wants;
+  info.queueCreateInfoCount = 1;
+  info.pQueueCreateInfos = &queue;
+  info.enabledExtensionCount = _hasBudgetExtension ? 1 : 0;
+  info.ppEnabledExtensionNames = extensions;
+  return OSTRA_VULKAN(vkCreateDevice(_physicalDevice, &info, nullptr, &_device));
+}
+
+Result<void> Device::Watch(Result<void> result) {
+  if (!result && IsDeviceLost(result.GetError())) _isLost = true;
+  return result;
+}
+
+Result<UInt64> Device::Submit(VkCommandBuffer commands) {
+  if (IsLost()) return MakeDeviceLostError(kOstraUnit, __LINE__);
+  const std::scoped_lock lock(_queueMutex);
+  const UInt64 value = _submittedValue + 1;
+  VkTimelineSemaphoreSubmitInfo timeline = {VK_STRUCTURE_TYPE_TIMELINE_SEMAPHORE_SUBMIT_INFO};
+  timeline.signalSemaphoreValueCount = 1;
+  timeline.pSignalSemaphoreValues = &value;
+  VkSubmitInfo info = {VK_STRUCTURE_TYPE_SUBMIT_INFO};
+  info.pNext = &timeline;
+  info.commandBufferCount = 1;
+  info.pCommandBuffers = &commands;
+  info.signalSemaphoreCount = 1;
+  info.pSignalSemaphores = &_timeline;
+  OSTRA_RETURN_IF_ERROR(Watch(OSTRA_VULKAN(vkQueueSubmit(_queue, 1, &info, VK_NULL_HANDLE))));
+  _submittedValue = value;
+  return value;
+}
+
+Result<void> Device::Wait(UInt64 value) {
+  if (IsLost()) return MakeDeviceLostError(kOstraUnit, __LINE__);
+  VkSemaphoreWaitInfo info = {VK_STRUCTURE_TYPE_SEMAPHORE_WAIT_INFO};
+  info.semaphoreCount = 1;
+  info.pSemaphores = &_timeline;
+  info.pValues = &value;
+  return Watch(OSTRA_VULKAN(vkWaitSemaphores(_device, &info, UINT64_MAX)));
+}
+
+UInt64 Device::GetReachedValue() {
+  if (IsLost()) return UINT64_MAX;
+  UInt64 value = 0;
+  const Result<void> asked = Watch(OSTRA_VULKAN(vkGetSemaphoreCounterValue(_device, _timeline, &value)));
+  if (asked) return value;
+  return IsLost() ? UINT64_MAX : 0;
+}
+
+void Device::SetName(VkObjectType type, UInt64 handle, const CString& name) const {
+  if (!_driver->HasDebugUtils() || name.IsEmpty()) return;
+  VkDebugUtilsObjectNameInfoEXT info = {VK_STRUCTURE_TYPE_DEBUG_UTILS_OBJECT_NAME_INFO_EXT};
+  info.objectType = type;
+  info.objectHandle = handle;
+  info.pObjectName = name.GetCString();
+  static_cast<void>(vkSetDebugUtilsObjectNameEXT(_device, &info));  // a name that is missing hurts nobody
+}
+
+}  // namespace ostra::vulkan

@@ -1,0 +1,78 @@
+// Device: a logical device with one queue. Shared by all contexts of a physical device, as long as one of them lives.
+// Thread-safe.
+#pragma once
+
+#include "ostra/drawport_vulkan/driver.h"
+#include "ostra/drawport_vulkan/memory.h"
+
+namespace ostra::vulkan {
+
+class ProgramStore;
+
+class Device final : public DrawportCounted<Device, DrawportObject> {
+ public:
+  // The device of the plan's place `index`, running or new. Errors: illegal argument when there is no such place;
+  // illegal state when it does not start; out of memory.
+  static Result<StrongRef<Device>> Open(Int index);
+
+  explicit Device(DriverRef driver) : _driver(std::move(driver)) {}
+  Device(const Device&) = delete;
+  ~Device();
+
+  VkDevice GetHandle() const { return _device; }
+  VkPhysicalDevice GetPhysicalDevice() const { return _physicalDevice; }
+  UInt32 GetQueueFamily() const { return _queueFamily; }
+  const VkPhysicalDeviceLimits& GetLimits() const { return _properties.limits; }
+  const VkPhysicalDeviceProperties& GetProperties() const { return _properties; }
+  Int GetIndex() const { return _index; }
+  MemoryPool& GetMemory() { return _memory; }
+  // Compiled programs.
+  ProgramStore& GetPrograms() { return *_programs; }
+
+  Bool HasHalfFloats() const { return _hasHalfFloats; }
+  Bool HasFormatlessImages() const { return _hasFormatlessImages; }
+
+  // Hands recorded work to the queue. The returned value of the timeline is reached when the work is done.
+  Result<UInt64> Submit(VkCommandBuffer commands);
+  // Waits until the timeline has reached `value`. Error: illegal state when the device is lost.
+  Result<void> Wait(UInt64 value);
+  // The value that the timeline has reached. Everything counts as done on a lost device: nothing will be.
+  UInt64 GetReachedValue();
+  Bool IsLost() const { return _isLost.load(std::memory_order_relaxed); }
+  // Remembers a lost device; → the result as it is.
+  Result<void> Watch(Result<void> result);
+
+  // Names an object for debuggers. `handle` is a Vulkan handle of `type`.
+  void SetName(VkObjectType type, UInt64 handle, const CString& name) const;
+
+  // Number of command lists; several must not take each other's order for granted.
+  std::atomic<Int>& GetListCount() { return _listCount; }
+
+ private:
+  Result<void> Init(Int index);
+  Result<void> CreateDevice();
+
+  DriverRef _driver;
+  Int _index = 0;
+  VkPhysicalDevice _physicalDevice = VK_NULL_HANDLE;
+  VkPhysicalDeviceProperties _properties = {};
+  VkDevice _device = VK_NULL_HANDLE;
+  VkQueue _queue = VK_NULL_HANDLE;
+  UInt32 _queueFamily = 0;
+  Bool _hasHalfFloats = false;
+  Bool _hasFormatlessImages = false;
+  Bool _hasBudgetExtension = false;
+
+  std::mutex _queueMutex;
+  VkSemaphore _timeline = VK_NULL_HANDLE;
+  UInt64 _submittedValue = 0;  // guarded by _queueMutex
+  std::atomic<bool> _isLost{false};
+  std::atomic<Int> _listCount{0};
+
+  MemoryPool _memory;
+  ProgramStore* _programs = nullptr;
+};
+
+using DeviceRef = StrongRef<Device>;
+
+}  // namespace ostra::vulkan

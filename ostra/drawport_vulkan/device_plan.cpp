@@ -1,0 +1,112 @@
+#include "ostra/drawport_vulkan/device_plan.h"
+
+#include <algorithm>
+
+#include "ostra/core/format.h"
+
+OSTRA_UNIT("drawport_vulkan");
+
+namespace ostra::vulkan {
+namespace {
+
+char ToLower(char character) {
+  return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a') : character;
+}
+
+Bool ContainsText(std::string_view text, std::string_view part) {
+  const auto equal = [](char a, char b) { return ToLower(a) == ToLower(b); };
+  return std::search(text.begin(), text.end(), part.begin(), part.end(), equal) != text.end();
+}
+
+Bool IsNumber(std::string_view text) {
+  return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
+}
+
+Error MakeUnknownDeviceError(Block<const DeviceSnapshot> devices, std::string_view wanted) {
+  String names;
+  for (Int i = 0; i < devices.GetCount(); ++i) {
+    const auto name = Format("@@ (@)", i == 0 ? "" : ", ", devices[i].name, i);
+    if (!name || !names.Append(*name)) return OSTRA_OUT_OF_MEMORY();
+  }
+  return OSTRA_ILLEGAL_ARGUMENT("No usable GPU device is \"@\". There are: @.", wanted,
+                                names.IsEmpty() ? std::string_view("none") : names.GetView());
+}
+
+// How well a memory type serves, larger is better; 0: not at all.
+Int RateMemory(const DeviceSnapshot& device, const MemoryTypeSnapshot& type, MemoryUse use) {
+  if (use == MemoryUse::Device) {
+    if (!type.isDeviceLocal) return 1;
+    const Int budgetHeap = PlanBudgetHeap(device);
+    // A small window into device memory is soon full; what is as large as the rest can be used for everything.
+    const Bool isLarge = type.heap < device.heaps.GetCount() && budgetHeap >= 0 &&
+                         device.heaps[type.heap].size >= device.heaps[budgetHeap].size / 2;
+    if (type.isHostVisible) return isLarge ? 4 + type.isHostCached : 2;
+    return 3;
+  }
+  if (!type.isHostVisible) return 0;
+  if (use == MemoryUse::Upload) return type.isDeviceLocal ? 1 : 2 + !type.isHostCached;
+  return 1 + 2 * type.isHostCached + !type.isDeviceLocal;
+}
+
+}  // namespace
+
+Bool IsUsable(const DeviceSnapshot& device) {
+  const Bool isNewEnough = device.majorVersion > 1 || (device.majorVersion == 1 && device.minorVersion >= 2);
+  return isNewEnough && device.hasTimelineSemaphores && device.hasScalarBlockLayout && PlanQueueFamily(device) >= 0;
+}
+
+Result<BaseArray<Int>> PlanDevices(Block<const DeviceSnapshot> devices, std::string_view wanted) {
+  BaseArray<Int> order;
+  const auto isWanted = [&](Int index) -> Bool {
+    if (wanted.empty()) return true;
+    if (!IsNumber(wanted)) return ContainsText(devices[index].name, wanted);
+    const auto number = Format("@", index);
+    return number && *number == wanted;
+  };
+  Bool isAnyWanted = wanted.empty();
+  for (const Bool takesWanted : {true, false}) {
+    for (Int kind = 0; kind <= static_cast<Int>(DeviceKind::Software); ++kind) {
+      for (Int i = 0; i < devices.GetCount(); ++i) {
+        if (static_cast<Int>(devices[i].kind) != kind || !IsUsable(devices[i]) || isWanted(i) != takesWanted) continue;
+        isAnyWanted = isAnyWanted || takesWanted;
+        OSTRA_RETURN_IF_ERROR(order.Append(i));
+      }
+    }
+  }
+  if (!isAnyWanted) return MakeUnknownDeviceError(devices, wanted);
+  return order;
+}
+
+Int PlanQueueFamily(const DeviceSnapshot& device) {
+  Int found = -1;
+  for (Int i = 0; i < device.queueFamilies.GetCount(); ++i) {
+    if (!device.queueFamilies[i].hasCompute) continue;
+    if (device.queueFamilies[i].hasGraphics) return i;
+    if (found < 0) found = i;
+  }
+  return found;
+}
+
+Int PlanMemoryType(const DeviceSnapshot& device, MemoryUse use, UInt32 allowed) {
+  Int best = -1;
+  Int bestRate = 0;
+  for (Int i = 0; i < device.memoryTypes.GetCount(); ++i) {
+    if (!(allowed & (UInt32(1) << i))) continue;
+    const Int rate = RateMemory(device, device.memoryTypes[i], use);
+    if (rate <= bestRate) continue;
+    best = i;
+    bestRate = rate;
+  }
+  return best;
+}
+
+Int PlanBudgetHeap(const DeviceSnapshot& device) {
+  Int found = -1;
+  for (Int i = 0; i < device.heaps.GetCount(); ++i) {
+    if (!device.heaps[i].isDeviceLocal) continue;
+    if (found < 0 || device.heaps[i].size > device.heaps[found].size) found = i;
+  }
+  return found;
+}
+
+}  // namespace ostra::vulkan

@@ -1,0 +1,65 @@
+// Which device is used, and which of its memory for what: decisions from plain snapshots, so that they can be tested on
+// machines without a GPU.
+#pragma once
+
+#include "ostra/core/base_array.h"
+#include "ostra/core/string.h"
+
+namespace ostra::vulkan {
+
+enum class DeviceKind : Int32 { Discrete, Integrated, Virtual, Other, Software };
+
+struct QueueFamilySnapshot {
+  Bool hasGraphics = false;
+  Bool hasCompute = false;
+};
+
+struct MemoryHeapSnapshot {
+  Int size = 0;  // bytes
+  Bool isDeviceLocal = false;
+};
+
+struct MemoryTypeSnapshot {
+  Int heap = 0;
+  Bool isDeviceLocal = false;
+  Bool isHostVisible = false;  // and coherent
+  Bool isHostCached = false;
+};
+
+struct DeviceSnapshot {
+  String name;
+  DeviceKind kind = DeviceKind::Other;
+  UInt32 majorVersion = 0;  // of the API
+  UInt32 minorVersion = 0;
+  Bool hasTimelineSemaphores = false;
+  Bool hasScalarBlockLayout = false;
+  BaseArray<QueueFamilySnapshot> queueFamilies;
+  BaseArray<MemoryHeapSnapshot> heaps;
+  BaseArray<MemoryTypeSnapshot> memoryTypes;
+};
+
+// True for devices of at least version 1.2 with timeline semaphores, scalar block layout and a compute queue.
+Bool IsUsable(const DeviceSnapshot& device);
+
+// Indices of the usable devices, from the one that suits best: discrete, integrated, virtual, others, software;
+// otherwise in the order given. `wanted` (the environment variable OSTRA_VULKAN_DEVICE) moves devices to the front: a
+// number is an index into `devices`, any other text a part of the name, letters of either case.
+// Errors: illegal argument when `wanted` fits no usable device; out of memory.
+Result<BaseArray<Int>> PlanDevices(Block<const DeviceSnapshot> devices, std::string_view wanted);
+
+// A queue family that computes, best one that also draws; -1 for none.
+Int PlanQueueFamily(const DeviceSnapshot& device);
+
+enum class MemoryUse : Int32 {
+  Device,    // buffers and textures; host-visible as well when that is not a small window only
+  Upload,    // written by the host, read by the device
+  ReadBack,  // written by the device, read by the host
+};
+
+// The memory type for `use` among those whose bit is set in `allowed`; -1 for none.
+Int PlanMemoryType(const DeviceSnapshot& device, MemoryUse use, UInt32 allowed);
+
+// The heap that budgets are about: the largest device-local one; -1 for none.
+Int PlanBudgetHeap(const DeviceSnapshot& device);
+
+}  // namespace ostra::vulkan

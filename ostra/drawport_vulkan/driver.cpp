@@ -1,0 +1,150 @@
+#include "ostra/drawport_vulkan/driver.h"
+
+#include <cstdlib>
+#include <mutex>
+#include <span>
+
+#include "ostra/core/diagnostics.h"
+#include "ostra/drawport_vulkan/snapshot.h"
+
+OSTRA_UNIT("drawport_vulkan");
+
+namespace ostra::vulkan {
+namespace {
+
+constexpr const char* kValidationLayer = "VK_LAYER_KHRONOS_validation";
+
+constinit std::mutex g_mutex;
+constinit Driver* g_running = nullptr;  // not counted
+
+VKAPI_ATTR VkBool32 VKAPI_CALL WriteMessage(VkDebugUtilsMessageSeverityFlagBitsEXT, VkDebugUtilsMessageTypeFlagsEXT,
+                                            const VkDebugUtilsMessengerCallbackDataEXT* data, void*) {
+  CriticalOutput("Vulkan: @", data->pMessage);
+  return VK_FALSE;
+}
+
+Bool IsValidationWanted() {
+  const char* value = std::getenv("OSTRA_VULKAN_VALIDATION");
+  return value && std::string_view(value) != "" && std::string_view(value) != "0";
+}
+
+// Names come as fixed arrays in records of different types.
+template <class Record, class GetName>
+Bool Contains(const BaseArray<Record>& records, std::string_view name, GetName getName) {
+  for (const Record& record : records)
+    if (getName(record) == name) return true;
+  return false;
+}
+
+Result<Bool> HasLayer(std::string_view name) {
+  UInt32 count = 0;
+  OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkEnumerateInstanceLayerProperties(&count, nullptr)));
+  BaseArray<VkLayerProperties> layers;
+  OSTRA_RETURN_IF_ERROR(layers.Resize(count));
+  OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkEnumerateInstanceLayerProperties(&count, layers.GetFirst())));
+  return Contains(layers, name, [](const auto& layer) { return std::string_view(layer.layerName); });
+}
+
+Result<Bool> HasExtension(const char* layer, std::string_view name) {
+  UInt32 count = 0;
+  OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkEnumerateInstanceExtensionProperties(layer, &count, nullptr)));
+  BaseArray<VkExtensionProperties> extensions;
+  OSTRA_RETURN_IF_ERROR(extensions.Resize(count));
+  OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkEnumerateInstanceExtensionProperties(layer, &count, extensions.GetFirst())));
+  return Contains(extensions, name, [](const auto& extension) { return std::string_view(extension.extensionName); });
+}
+
+VkDebugUtilsMessengerCreateInfoEXT MakeMessengerInfo() {
+  VkDebugUtilsMessengerCreateInfoEXT info = {VK_STRUCTURE_TYPE_DEBUG_UTILS_MESSENGER_CREATE_INFO_EXT};
+  info.messageSeverity =
+      VK_DEBUG_UTILS_MESSAGE_SEVERITY_WARNING_BIT_EXT | VK_DEBUG_UTILS_MESSAGE_SEVERITY_ERROR_BIT_EXT;
+  info.messageType = VK_DEBUG_UTILS_MESSAGE_TYPE_VALIDATION_BIT_EXT;
+  info.pfnUserCallback = &WriteMessage;
+  return info;
+}
+
+}  // namespace
+
+Result<DriverRef> Driver::Get() {
+  const std::scoped_lock lock(g_mutex);
+  // A driver whose last holder just let go is past help; its destructor waits for the lock.
+  if (g_running && g_running->TryAddRef()) return DriverRef::Adopt(g_running);
+  Driver* driver = NewObj<Driver>();
+  if (!driver) return OSTRA_OUT_OF_MEMORY();
+  DriverRef held = DriverRef::Adopt(driver);
+  OSTRA_RETURN_IF_ERROR(driver->Init());
+  g_running = driver;
+  return held;
+}
+
+Driver::~Driver() {
+  {
+    const std::scoped_lock lock(g_mutex);
+    if (g_running == this) g_running = nullptr;
+  }
+  if (_messenger) vkDestroyDebugUtilsMessengerEXT(_instance, _messenger, nullptr);
+  if (_instance) vkDestroyInstance(_instance, nullptr);
+}
+
+Result<void> Driver::Init() {
+  if (volkInitialize() != VK_SUCCESS) return OSTRA_ILLEGAL_STATE("There is no Vulkan loader on this machine.");
+  if (volkGetInstanceVersion() < VK_API_VERSION_1_2)
+    return OSTRA_ILLEGAL_STATE("The Vulkan loader of this machine is older than version 1.2.");
+  OSTRA_RETURN_IF_ERROR(CreateInstance());
+  return LookAtDevices();
+}
+
+Result<void> Driver::CreateInstance() {
+  VkApplicationInfo application = {VK_STRUCTURE_TYPE_APPLICATION_INFO};
+  application.pApplicationName = "ostra";
+  application.apiVersion = VK_API_VERSION_1_2;
+
+  Bool validates = false;
+  if (IsValidationWanted()) {
+    OSTRA_ASSIGN_OR_RETURN(validates, HasLayer(kValidationLayer));
+    if (!validates) WarningOutput("Vulkan: the validation layer is not installed.");
+  }
+  OSTRA_ASSIGN_OR_RETURN(_hasDebugUtils, HasExtension(nullptr, VK_EXT_DEBUG_UTILS_EXTENSION_NAME));
+  const char* const extensions[] = {VK_EXT_DEBUG_UTILS_EXTENSION_NAME};
+
+  const VkValidationFeatureEnableEXT enabled[] = {VK_VALIDATION_FEATURE_ENABLE_SYNCHRONIZATION_VALIDATION_EXT};
+  VkValidationFeaturesEXT features = {VK_STRUCTURE_TYPE_VALIDATION_FEATURES_EXT};
+  features.enabledValidationFeatureCount = static_cast<UInt32>(std::size(enabled));
+  features.pEnabledValidationFeatures = enabled;
+
+  VkDebugUtilsMessengerCreateInfoEXT messenger = MakeMessengerInfo();
+  VkInstanceCreateInfo info = {VK_STRUCTURE_TYPE_INSTANCE_CREATE_INFO};
+  info.pApplicationInfo = &application;
+  info.enabledExtensionCount = _hasDebugUtils ? 1 : 0;
+  info.ppEnabledExtensionNames = extensions;
+  if (validates) {
+    info.enabledLayerCount = 1;
+    info.ppEnabledLayerNames = &kValidationLayer;
+    info.pNext = &features;
+    if (_hasDebugUtils) features.pNext = &messenger;  // also for what is said while the instance is made
+  }
+  OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkCreateInstance(&info, nullptr, &_instance)));
+  // Functions found through the instance serve all devices.
+  volkLoadInstance(_instance);
+  if (!validates || !_hasDebugUtils) return OK;
+  return OSTRA_VULKAN(vkCreateDebugUtilsMessengerEXT(_instance, &messenger, nullptr, &_messenger));
+}
+
+Result<void> Driver::LookAtDevices() {
+  UInt32 count = 0;
+  OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkEnumeratePhysicalDevices(_instance, &count, nullptr)));
+  OSTRA_RETURN_IF_ERROR(_physicalDevices.Resize(count));
+  OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkEnumeratePhysicalDevices(_instance, &count, _physicalDevices.GetFirst())));
+  OSTRA_RETURN_IF_ERROR(_physicalDevices.Resize(count));
+  for (const VkPhysicalDevice device : _physicalDevices) {
+    OSTRA_ASSIGN_OR_RETURN(DeviceSnapshot snapshot, TakeSnapshot(device));
+    OSTRA_RETURN_IF_ERROR(_snapshots.Append(std::move(snapshot)));
+  }
+  const char* wanted = std::getenv("OSTRA_VULKAN_DEVICE");
+  OSTRA_ASSIGN_OR_RETURN(_order, PlanDevices(Block<const DeviceSnapshot>(_snapshots.GetFirst(), _snapshots.GetCount()),
+                                             wanted ? std::string_view(wanted) : std::string_view()));
+  if (_order.IsEmpty()) return OSTRA_ILLEGAL_STATE("There is no usable GPU device on this machine.");
+  return OK;
+}
+
+}  // namespace ostra::vulkan

@@ -1,0 +1,48 @@
+// VulkanDriver: the Vulkan loader and the devices that it knows. One for the process, as long as somebody holds it.
+//
+// OSTRA_VULKAN_DEVICE chooses the device that is taken first, by number or part of its name. With
+// OSTRA_VULKAN_VALIDATION=1 the validation layer looks at every call; what it says is written as critical diagnostics,
+// "Vulkan: ...".
+#pragma once
+
+#include "ostra/drawport/object.h"
+#include "ostra/drawport_vulkan/api.h"
+#include "ostra/drawport_vulkan/device_plan.h"
+
+namespace ostra::vulkan {
+
+class Driver final : public DrawportCounted<Driver, DrawportObject> {
+ public:
+  // The driver that is running, or a new one. Errors: illegal state without a Vulkan loader or one that is too old;
+  // those of PlanDevices; out of memory. Thread-safe.
+  static Result<StrongRef<Driver>> Get();
+
+  Driver() = default;
+  Driver(const Driver&) = delete;
+  ~Driver();
+
+  VkInstance GetInstance() const { return _instance; }
+  // Usable devices, from the one that suits best.
+  Int GetDeviceCount() const { return _order.GetCount(); }
+  VkPhysicalDevice GetPhysicalDevice(Int index) const { return _physicalDevices[_order[index]]; }
+  const DeviceSnapshot& GetSnapshot(Int index) const { return _snapshots[_order[index]]; }
+
+  // Objects have names, and validation messages are heard.
+  Bool HasDebugUtils() const { return _hasDebugUtils; }
+
+ private:
+  Result<void> Init();
+  Result<void> CreateInstance();
+  Result<void> LookAtDevices();
+
+  VkInstance _instance = VK_NULL_HANDLE;
+  VkDebugUtilsMessengerEXT _messenger = VK_NULL_HANDLE;
+  Bool _hasDebugUtils = false;
+  BaseArray<VkPhysicalDevice> _physicalDevices;
+  BaseArray<DeviceSnapshot> _snapshots;
+  BaseArray<Int> _order;
+};
+
+using DriverRef = StrongRef<Driver>;
+
+}  // namespace ostra::vulkan

@@ -1,0 +1,184 @@
+#include "ostra/drawport_vulkan/image.h"
+
+#include "ostra/drawport/settings.h"
+#include "ostra/drawport_vulkan/buffer.h"
+
+OSTRA_UNIT("drawport_vulkan");
+
+namespace ostra::vulkan {
+namespace {
+
+VkImageType GetImageType(DrawportTextureType type) {
+  if (type == DrawportTextureType::Texture1D) return VK_IMAGE_TYPE_1D;
+  return type == DrawportTextureType::Texture2D ? VK_IMAGE_TYPE_2D : VK_IMAGE_TYPE_3D;
+}
+
+VkImageViewType GetViewType(DrawportTextureType type, Bool isLayered) {
+  if (type == DrawportTextureType::Texture1D) return isLayered ? VK_IMAGE_VIEW_TYPE_1D_ARRAY : VK_IMAGE_VIEW_TYPE_1D;
+  if (type == DrawportTextureType::Texture2D) return isLayered ? VK_IMAGE_VIEW_TYPE_2D_ARRAY : VK_IMAGE_VIEW_TYPE_2D;
+  return VK_IMAGE_VIEW_TYPE_3D;
+}
+
+// The address mode of one axis: both bits of the key, moved down.
+VkSamplerAddressMode GetAddressMode(UInt32 bits) {
+  if (bits == 0) return VK_SAMPLER_ADDRESS_MODE_REPEAT;
+  return bits == 3 ? VK_SAMPLER_ADDRESS_MODE_CLAMP_TO_BORDER : VK_SAMPLER_ADDRESS_MODE_CLAMP_TO_EDGE;
+}
+
+}  // namespace
+
+Result<ImageRef> ImageResource::Create(Device& device, const DrawportTextureDescription& description) {
+  if (!description.format) return OSTRA_ILLEGAL_ARGUMENT("A texture needs a pixel format.");
+  ImageResource* image = NewObj<ImageResource>(DeviceRef(&device), description);
+  if (!image) return OSTRA_OUT_OF_MEMORY();
+  ImageRef held = ImageRef::Adopt(image);
+  OSTRA_RETURN_IF_ERROR(image->Check());
+  OSTRA_RETURN_IF_ERROR(image->Init());
+  return held;
+}
+
+ImageResource::~ImageResource() {
+  const VkDevice device = GetDevice().GetHandle();
+  if (_view) vkDestroyImageView(device, _view, nullptr);
+  if (_layeredView) vkDestroyImageView(device, _layeredView, nullptr);
+  if (_image) vkDestroyImage(device, _image, nullptr);
+  GetDevice().GetMemory().Free(_piece);
+}
+
+Result<void> ImageResource::Check() const {
+  const auto& [width, height, depth] = _description.extent;
+  const DrawportTextureType type = _description.type;
+  const VkPhysicalDeviceLimits& limits = GetDevice().GetLimits();
+  const Bool is1D = type == DrawportTextureType::Texture1D;
+  const Bool is2D = type == DrawportTextureType::Texture2D;
+  const Int limit = is1D ? limits.maxImageDimension1D : is2D ? limits.maxImageDimension2D : limits.maxImageDimension3D;
+  const Int layerLimit = limits.maxImageArrayLayers;
+  const Int heightLimit = is1D ? layerLimit : limit;
+  const Int depthLimit = is1D ? 1 : is2D ? layerLimit : limit;
+  if (width < 1 || height < 1 || depth < 1 || width > limit || height > heightLimit || depth > depthLimit)
+    return OSTRA_ILLEGAL_ARGUMENT(
+        "A texture of @ x @ x @ texels is not possible; the GPU device has at most @ x @ x @.", width, height, depth,
+        limit, heightLimit, depthLimit);
+  const DrawportPixelFormatAccess access = GetFormatAccess(GetDevice().GetPhysicalDevice(), _description.format);
+  const auto needed =
+      _description.isImage ? DrawportPixelFormatAccess::ShaderReadWrite : DrawportPixelFormatAccess::Sampled;
+  if (!HasAccess(access, needed))
+    return OSTRA_ILLEGAL_ARGUMENT("The GPU device cannot @ textures of the pixel format @.",
+                                  _description.isImage ? "read and write" : "sample", _description.format->id);
+  return OK;
+}
+
+Result<void> ImageResource::Init() {
+  const VkDevice device = GetDevice().GetHandle();
+  VkImageCreateInfo info = {VK_STRUCTURE_TYPE_IMAGE_CREATE_INFO};
+  info.imageType = GetImageType(_description.type);
+  info.format = _format.format;
+  const Int layerCount = GetLayerCount();
+  const auto& [origin, extent] = GetRegionInLayer({{}, _description.extent});
+  info.extent = {static_cast<UInt32>(extent.width), static_cast<UInt32>(extent.height),
+                 static_cast<UInt32>(extent.depth)};
+  info.mipLevels = 1;
+  info.arrayLayers = static_cast<UInt32>(layerCount);
+  info.samples = VK_SAMPLE_COUNT_1_BIT;
+  info.usage = VK_IMAGE_USAGE_TRANSFER_SRC_BIT | VK_IMAGE_USAGE_TRANSFER_DST_BIT;
+  const DrawportPixelFormatAccess access = GetFormatAccess(GetDevice().GetPhysicalDevice(), _description.format);
+  if (HasAccess(access, DrawportPixelFormatAccess::Sampled)) info.usage |= VK_IMAGE_USAGE_SAMPLED_BIT;
+  if (_description.isImage) info.usage |= VK_IMAGE_USAGE_STORAGE_BIT;
+  OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkCreateImage(device, &info, nullptr, &_image)));
+
+  VkMemoryRequirements requirements;
+  vkGetImageMemoryRequirements(device, _image, &requirements);
+  OSTRA_ASSIGN_OR_RETURN(_piece,
+                         GetDevice().GetMemory().Allocate(requirements, MemoryUse::Device, MemoryContent::Image));
+  OSTRA_RETURN_IF_ERROR(
+      OSTRA_VULKAN(vkBindImageMemory(device, _image, _piece.memory, static_cast<VkDeviceSize>(_piece.offset))));
+
+  OSTRA_ASSIGN_OR_RETURN(_view, CreateView(false));
+  if (_description.type == DrawportTextureType::Texture3D) return OK;
+  OSTRA_ASSIGN_OR_RETURN(_layeredView, CreateView(true));
+  return OK;
+}
+
+Result<VkImageView> ImageResource::CreateView(Bool isLayered) const {
+  VkImageViewCreateInfo info = {VK_STRUCTURE_TYPE_IMAGE_VIEW_CREATE_INFO};
+  info.image = _image;
+  info.viewType = GetViewType(_description.type, isLayered);
+  info.format = _format.format;
+  info.subresourceRange = {VK_IMAGE_ASPECT_COLOR_BIT, 0, 1, 0, isLayered ? static_cast<UInt32>(GetLayerCount()) : 1};
+  VkImageView view = VK_NULL_HANDLE;
+  OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkCreateImageView(GetDevice().GetHandle(), &info, nullptr, &view)));
+  return view;
+}
+
+Int ImageResource::GetLayerCount() const {
+  if (_description.type == DrawportTextureType::Texture1D) return _description.extent.height;
+  return _description.type == DrawportTextureType::Texture2D ? _description.extent.depth : 1;
+}
+
+VkImageSubresourceLayers ImageResource::GetLayers(const DrawportRegion& region) const {
+  const Bool is1D = _description.type == DrawportTextureType::Texture1D;
+  if (_description.type == DrawportTextureType::Texture3D) return {VK_IMAGE_ASPECT_COLOR_BIT, 0, 0, 1};
+  return {VK_IMAGE_ASPECT_COLOR_BIT, 0, static_cast<UInt32>(is1D ? region.origin.y : region.origin.z),
+          static_cast<UInt32>(is1D ? region.extent.height : region.extent.depth)};
+}
+
+DrawportRegion ImageResource::GetRegionInLayer(const DrawportRegion& region) const {
+  DrawportRegion inside = region;
+  if (_description.type == DrawportTextureType::Texture1D) {
+    inside.origin.y = 0;
+    inside.extent.height = 1;
+  } else if (_description.type == DrawportTextureType::Texture2D) {
+    inside.origin.z = 0;
+    inside.extent.depth = 1;
+  }
+  return inside;
+}
+
+Int ImageResource::GetPitch(Int width) const {
+  const Int alignment = GetDrawportRowAlignment();
+  return (width * _format.hostTexelSize + alignment - 1) / alignment * alignment;
+}
+
+Result<Int> ImageResource::GetStagingBufferSize(const DrawportOrigin& origin, const DrawportExtent& extent, Int level,
+                                                Int layer) const {
+  if (level != 0 || layer != 0) return OSTRA_ILLEGAL_ARGUMENT("The texture has no level @ and layer @.", level, layer);
+  const DrawportExtent& size = _description.extent;
+  const auto isInside = [](Int begin, Int count, Int all) { return begin >= 0 && count >= 1 && begin <= all - count; };
+  if (!isInside(origin.x, extent.width, size.width) || !isInside(origin.y, extent.height, size.height) ||
+      !isInside(origin.z, extent.depth, size.depth))
+    return OSTRA_ILLEGAL_ARGUMENT("A block of @ x @ x @ texels at (@, @, @) is not inside a texture of @ x @ x @.",
+                                  extent.width, extent.height, extent.depth, origin.x, origin.y, origin.z, size.width,
+                                  size.height, size.depth);
+  return GetPitch(extent.width) * extent.height * extent.depth;
+}
+
+Result<SamplerRef> SamplerResource::Create(Device& device, UInt8 key) {
+  SamplerResource* sampler = NewObj<SamplerResource>(DeviceRef(&device), key);
+  if (!sampler) return OSTRA_OUT_OF_MEMORY();
+  SamplerRef held = SamplerRef::Adopt(sampler);
+  const Bool isLinear = (key & DrawportSamplerKey::kLinear) == DrawportSamplerKey::kLinear;
+  VkSamplerCreateInfo info = {VK_STRUCTURE_TYPE_SAMPLER_CREATE_INFO};
+  info.magFilter = isLinear ? VK_FILTER_LINEAR : VK_FILTER_NEAREST;
+  info.minFilter = info.magFilter;
+  info.mipmapMode = VK_SAMPLER_MIPMAP_MODE_NEAREST;
+  info.addressModeU = GetAddressMode((key >> 2) & 3);
+  info.addressModeV = GetAddressMode((key >> 4) & 3);
+  info.addressModeW = GetAddressMode((key >> 6) & 3);
+  info.borderColor = VK_BORDER_COLOR_FLOAT_TRANSPARENT_BLACK;
+  OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkCreateSampler(device.GetHandle(), &info, nullptr, &sampler->_sampler)));
+  return held;
+}
+
+SamplerResource::~SamplerResource() {
+  if (_sampler) vkDestroySampler(GetDevice().GetHandle(), _sampler, nullptr);
+}
+
+Result<CounterRef> CounterResource::Create(Device& device) {
+  CounterResource* counter = NewObj<CounterResource>(DeviceRef(&device));
+  if (!counter) return OSTRA_OUT_OF_MEMORY();
+  CounterRef held = CounterRef::Adopt(counter);
+  OSTRA_ASSIGN_OR_RETURN(counter->_buffer, BufferResource::Create(device, sizeof(UInt32), MemoryUse::Device, true));
+  return held;
+}
+
+}  // namespace ostra::vulkan

@@ -1,0 +1,93 @@
+// ImageResource: a texture with its memory and the view through which programs see it; SamplerResource: a sampler.
+#pragma once
+
+#include "ostra/drawport/resources.h"
+#include "ostra/drawport_vulkan/formats.h"
+#include "ostra/drawport_vulkan/resource.h"
+
+namespace ostra::vulkan {
+
+class ImageResource final : public DeviceResource, public DrawportTexture {
+ public:
+  // Errors: illegal argument for a description that the device cannot do; out of memory.
+  static Result<StrongRef<ImageResource>> Create(Device& device, const DrawportTextureDescription& description);
+
+  ImageResource(DeviceRef device, const DrawportTextureDescription& description)
+      : DeviceResource(std::move(device)), _description(description), _format(GetFormatInfo(description.format)) {}
+  ~ImageResource() override;
+
+  const DrawportTextureDescription& GetDescription() const override { return _description; }
+  Result<Int> GetStagingBufferSize(const DrawportOrigin& origin, const DrawportExtent& extent, Int level,
+                                   Int layer) const override;
+
+  VkImage GetHandle() const { return _image; }
+  // The view of one texture, or of the array of its layers.
+  VkImageView GetView(Bool isLayered) const { return isLayered ? _layeredView : _view; }
+  // Textures of one and two dimensions have layers along the next dimension of their extent.
+  Int GetLayerCount() const;
+  // A block as layers (first, count) and what is left of it in each.
+  VkImageSubresourceLayers GetLayers(const DrawportRegion& region) const;
+  DrawportRegion GetRegionInLayer(const DrawportRegion& region) const;
+  const FormatInfo& GetFormat() const { return _format; }
+  // Bytes from one row of `width` texels to the next in staging buffers.
+  Int GetPitch(Int width) const;
+
+  // Whether work was recorded that gives the texels a layout and makes them zero.
+  Bool IsCleared() const { return _isCleared; }
+  void SetClearedBy(UInt64 serial) {
+    _isCleared = true;
+    _clearedBy = serial;
+  }
+  void ForgetBatch(UInt64 serial) override {
+    if (_clearedBy == serial) _isCleared = false;
+  }
+
+ private:
+  Result<void> Check() const;
+  Result<void> Init();
+  Result<VkImageView> CreateView(Bool isLayered) const;
+
+  DrawportTextureDescription _description;
+  FormatInfo _format;
+  VkImage _image = VK_NULL_HANDLE;
+  VkImageView _view = VK_NULL_HANDLE;
+  VkImageView _layeredView = VK_NULL_HANDLE;  // 1D and 2D only
+  MemoryPiece _piece;
+  Bool _isCleared = false;
+  UInt64 _clearedBy = 0;
+};
+using ImageRef = StrongRef<ImageResource>;
+
+class SamplerResource final : public DeviceResource, public DrawportTextureSampler {
+ public:
+  // `key`: see DrawportSamplerKey. Error: out of memory.
+  static Result<StrongRef<SamplerResource>> Create(Device& device, UInt8 key);
+
+  SamplerResource(DeviceRef device, UInt8 key) : DeviceResource(std::move(device)), _key(key) {}
+  ~SamplerResource() override;
+
+  VkSampler GetHandle() const { return _sampler; }
+  UInt8 GetKey() const { return _key; }
+
+ private:
+  UInt8 _key;
+  VkSampler _sampler = VK_NULL_HANDLE;
+};
+using SamplerRef = StrongRef<SamplerResource>;
+
+// A counter is a buffer of one word.
+class CounterResource final : public DeviceResource, public DrawportAtomicCounter {
+ public:
+  // Error: out of memory.
+  static Result<StrongRef<CounterResource>> Create(Device& device);
+  explicit CounterResource(DeviceRef device) : DeviceResource(std::move(device)) {}
+  class BufferResource& GetBuffer() const {
+    return *_buffer;
+  }
+
+ private:
+  StrongRef<class BufferResource> _buffer;
+};
+using CounterRef = StrongRef<CounterResource>;
+
+}  // namespace ostra::vulkan

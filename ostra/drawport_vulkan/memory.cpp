@@ -1,0 +1,170 @@
+#include "ostra/drawport_vulkan/memory.h"
+
+#include <algorithm>
+
+#include "ostra/drawport/settings.h"
+
+OSTRA_UNIT("drawport_vulkan");
+
+namespace ostra::vulkan {
+
+struct MemoryBlock {
+  VkDeviceMemory memory = VK_NULL_HANDLE;
+  Byte* mapped = nullptr;
+  Int size = 0;
+  UInt32 type = 0;
+  MemoryUse use = MemoryUse::Device;
+  MemoryContent content = MemoryContent::Linear;
+  RangeAllocator ranges;
+};
+
+namespace {
+
+constexpr Int kBlockSize = Int(64) << 20;
+// What is larger than this part of a block gets memory of its own, so that it is given back with it.
+constexpr Int kDedicatedFraction = 4;
+
+}  // namespace
+
+void MemoryPool::Release() {
+  while (_blocks.IsPopulated()) RemoveBlock(_blocks.GetCount() - 1);
+}
+
+void MemoryPool::Init(VkPhysicalDevice physicalDevice, VkDevice device, const DeviceSnapshot& snapshot,
+                      Bool hasBudgetExtension) {
+  _physicalDevice = physicalDevice;
+  _device = device;
+  _snapshot = &snapshot;
+  _hasBudgetExtension = hasBudgetExtension;
+}
+
+Int MemoryPool::GetBlockSize(Int wanted) const {
+  Int size = kBlockSize;
+  // A small limit must not be passed by blocks that are mostly empty.
+  if (const Int limit = GetDrawportMemoryLimit(); limit > 0) size = std::clamp<Int>(limit / 8, 1 << 20, size);
+  return wanted > size / kDedicatedFraction ? wanted : size;
+}
+
+Result<MemoryPiece> MemoryPool::Allocate(const VkMemoryRequirements& requirements, MemoryUse use,
+                                         MemoryContent content) {
+  const Int size = static_cast<Int>(requirements.size);
+  const Int alignment = static_cast<Int>(requirements.alignment);
+  const Int type = PlanMemoryType(*_snapshot, use, requirements.memoryTypeBits);
+  if (type < 0) return OSTRA_ILLEGAL_STATE("The GPU device has no memory of the kind that is needed.");
+
+  const std::scoped_lock lock(_mutex);
+  const Int limit = GetDrawportMemoryLimit();
+  if (use == MemoryUse::Device && limit > 0 && _usedSize + size > limit) return OSTRA_OUT_OF_MEMORY();
+
+  MemoryBlock* found = nullptr;
+  Int offset = RangeAllocator::kFull;
+  const Int blockSize = GetBlockSize(size);
+  if (blockSize > size) {
+    for (MemoryBlock* block : _blocks) {
+      if (block->type != static_cast<UInt32>(type) || block->use != use || block->content != content) continue;
+      OSTRA_ASSIGN_OR_RETURN(offset, block->ranges.Allocate(size, alignment));
+      if (offset == RangeAllocator::kFull) continue;
+      found = block;
+      break;
+    }
+  }
+  if (!found) {
+    OSTRA_ASSIGN_OR_RETURN(found, AddBlock(blockSize, static_cast<UInt32>(type), use, content));
+    OSTRA_ASSIGN_OR_RETURN(offset, found->ranges.Allocate(size, alignment));
+  }
+  if (use == MemoryUse::Device) _usedSize += size;
+  return MemoryPiece{.memory = found->memory,
+                     .offset = offset,
+                     .size = size,
+                     .mapped = found->mapped ? found->mapped + offset : nullptr,
+                     .isHostCached = _snapshot->memoryTypes[type].isHostCached,
+                     .block = found};
+}
+
+Result<MemoryBlock*> MemoryPool::AddBlock(Int size, UInt32 type, MemoryUse use, MemoryContent content) {
+  OSTRA_RETURN_IF_ERROR(_blocks.Append(nullptr));
+  const Int index = _blocks.GetCount() - 1;
+  MemoryBlock* block = NewObj<MemoryBlock>();
+  _blocks[index] = block;
+  const auto fill = [&]() -> Result<void> {
+    if (!block) return OSTRA_OUT_OF_MEMORY();
+    block->size = size;
+    block->type = type;
+    block->use = use;
+    block->content = content;
+    OSTRA_RETURN_IF_ERROR(block->ranges.Init(size));
+    VkMemoryAllocateInfo info = {VK_STRUCTURE_TYPE_MEMORY_ALLOCATE_INFO};
+    info.allocationSize = static_cast<VkDeviceSize>(size);
+    info.memoryTypeIndex = type;
+    OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkAllocateMemory(_device, &info, nullptr, &block->memory)));
+    if (!_snapshot->memoryTypes[type].isHostVisible || content == MemoryContent::Image) return OK;
+    void* mapped = nullptr;
+    OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkMapMemory(_device, block->memory, 0, VK_WHOLE_SIZE, 0, &mapped)));
+    block->mapped = static_cast<Byte*>(mapped);
+    return OK;
+  };
+  Result<void> filled = fill();
+  if (!filled) {
+    RemoveBlock(index);
+    return filled.TakeError();
+  }
+  return block;
+}
+
+void MemoryPool::RemoveBlock(Int index) {
+  MemoryBlock* block = _blocks[index];
+  _blocks[index] = _blocks[_blocks.GetCount() - 1];
+  static_cast<void>(_blocks.Resize(_blocks.GetCount() - 1));  // shrinking cannot fail
+  if (block && block->memory) vkFreeMemory(_device, block->memory, nullptr);
+  DeleteObj(block);
+}
+
+void MemoryPool::Free(const MemoryPiece& piece) {
+  if (!piece.block) return;
+  const std::scoped_lock lock(_mutex);
+  MemoryBlock* block = piece.block;
+  block->ranges.Free(piece.offset, piece.size);
+  if (block->use == MemoryUse::Device) _usedSize -= piece.size;
+  // An empty block of the common size is kept for the next one; memory of a single piece goes with it.
+  if (!block->ranges.IsEmpty() || block->size != piece.size) return;
+  for (Int i = 0; i < _blocks.GetCount(); ++i) {
+    if (_blocks[i] != block) continue;
+    RemoveBlock(i);
+    return;
+  }
+}
+
+void MemoryPool::FreeEmptyBlocks() {
+  const std::scoped_lock lock(_mutex);
+  for (Int i = _blocks.GetCount() - 1; i >= 0; --i)
+    if (_blocks[i]->ranges.IsEmpty()) RemoveBlock(i);
+}
+
+Int MemoryPool::GetUsedSize() const {
+  const std::scoped_lock lock(_mutex);
+  return _usedSize;
+}
+
+VideoMemoryBudget MemoryPool::GetBudget() const {
+  const Int heap = PlanBudgetHeap(*_snapshot);
+  if (heap < 0) return {};
+  const Int used = GetUsedSize();
+  Int total = _snapshot->heaps[heap].size;
+  Int available = total - used;
+  if (_hasBudgetExtension) {
+    // What other programs use counts as well.
+    VkPhysicalDeviceMemoryBudgetPropertiesEXT budget = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_MEMORY_BUDGET_PROPERTIES_EXT};
+    VkPhysicalDeviceMemoryProperties2 properties = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_MEMORY_PROPERTIES_2};
+    properties.pNext = &budget;
+    vkGetPhysicalDeviceMemoryProperties2(_physicalDevice, &properties);
+    const Int free = static_cast<Int>(budget.heapBudget[heap]) - static_cast<Int>(budget.heapUsage[heap]);
+    available = std::min(available, free);
+  }
+  if (const Int limit = GetDrawportMemoryLimit(); limit > 0) {
+    total = std::min(total, limit);
+    available = std::min(available, limit - used);
+  }
+  return {.available = std::max<Int>(available, 0), .total = total};
+}
+
+}  // namespace ostra::vulkan

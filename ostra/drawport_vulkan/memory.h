@@ -1,0 +1,63 @@
+// Device memory: large blocks from the driver, cut into pieces for buffers and textures. Thread-safe.
+#pragma once
+
+#include <mutex>
+
+#include "ostra/drawport/context.h"
+#include "ostra/drawport_vulkan/api.h"
+#include "ostra/drawport_vulkan/device_plan.h"
+#include "ostra/drawport_vulkan/range_allocator.h"
+
+namespace ostra::vulkan {
+
+struct MemoryBlock;
+
+// Memory of one buffer or texture.
+struct MemoryPiece {
+  VkDeviceMemory memory = VK_NULL_HANDLE;
+  Int offset = 0;  // bytes from the beginning of `memory`
+  Int size = 0;
+  Byte* mapped = nullptr;  // where the host sees the piece; null when it does not
+  Bool isHostCached = false;
+  MemoryBlock* block = nullptr;
+};
+
+enum class MemoryContent : Int32 {
+  Linear,
+  Image
+};  // the two never share a block: devices ask for distance between them
+
+class MemoryPool {
+ public:
+  MemoryPool() = default;
+  MemoryPool(const MemoryPool&) = delete;
+  void Init(VkPhysicalDevice physicalDevice, VkDevice device, const DeviceSnapshot& snapshot, Bool hasBudgetExtension);
+
+  // Gives everything back, before the device goes.
+  void Release();
+
+  // Errors: out of memory, also when the limit of SetDrawportMemoryLimit would be passed.
+  Result<MemoryPiece> Allocate(const VkMemoryRequirements& requirements, MemoryUse use, MemoryContent content);
+  void Free(const MemoryPiece& piece);
+  // Gives blocks back that nothing lies in.
+  void FreeEmptyBlocks();
+
+  VideoMemoryBudget GetBudget() const;
+  // Bytes of pieces that lie in device memory.
+  Int GetUsedSize() const;
+
+ private:
+  Result<MemoryBlock*> AddBlock(Int size, UInt32 type, MemoryUse use, MemoryContent content);
+  void RemoveBlock(Int index);
+  Int GetBlockSize(Int wanted) const;
+
+  mutable std::mutex _mutex;
+  VkPhysicalDevice _physicalDevice = VK_NULL_HANDLE;
+  VkDevice _device = VK_NULL_HANDLE;
+  const DeviceSnapshot* _snapshot = nullptr;  // the driver's
+  Bool _hasBudgetExtension = false;
+  BaseArray<MemoryBlock*> _blocks;
+  Int _usedSize = 0;
+};
+
+}  // namespace ostra::vulkan

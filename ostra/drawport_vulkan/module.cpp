@@ -1,0 +1,39 @@
+// The descriptor of the module: the cache and the selector test of the backend.
+#include <array>
+
+#include "ostra/drawport/selector_test.h"
+#include "ostra/drawport_vulkan/cache_items.h"
+#include "ostra/object/registration.h"
+
+namespace ostra {
+namespace {
+
+class SelectorTest final : public Component<SelectorTest, DrawportSelectorTestInterface> {
+ public:
+  static constexpr const char* kComponentName = "VulkanSelectorTest";
+  Bool IsSupported() const override { return vulkan::Driver::Get().IsOk(); }
+};
+
+Result<void> EnterBackend(ModuleDescriptor& module) {
+  OSTRA_ASSIGN_OR_RETURN(ClassRef cache, Class::Create<vulkan::Cache>("net.ostra.drawport.cache.vulkan"_id));
+  OSTRA_RETURN_IF_ERROR(RegisterClass(module, cache));
+  OSTRA_ASSIGN_OR_RETURN(ClassRef test, Class::Create<SelectorTest>("net.ostra.drawport.selectortestclass.vulkan"_id));
+  return RegisterClass(module, test);
+}
+
+constexpr std::array kFrameworks = {"net.ostra.core.framework"_id, "net.ostra.image.framework"_id,
+                                    "net.ostra.drawport.framework"_id};
+constexpr std::array<ModuleEntry, 1> kUnits = {{{"drawport_vulkan", &EnterBackend}}};
+
+}  // namespace
+}  // namespace ostra
+
+using namespace ostra::literals;
+
+OSTRA_MODULE_DESCRIPTOR = {
+    .id = "net.ostra.drawport.vulkan"_id,
+    .version = OSTRA_MODULE_VERSION,
+    .requiredFrameworks = ostra::kFrameworks,
+    .publishedFramework = "net.ostra.drawport.vulkan.framework"_id,
+    .units = ostra::kUnits,
+};

@@ -1,0 +1,184 @@
+// ProgramFactory: a compiled program with the places of its parameters; ValueSet: the values of one of its users.
+#pragma once
+
+#include "ostra/drawport/program_factory.h"
+#include "ostra/drawport/program_factory_item.h"
+#include "ostra/drawport_vulkan/buffer.h"
+#include "ostra/drawport_vulkan/image.h"
+#include "ostra/drawport_vulkan/pipeline.h"
+
+namespace ostra::vulkan {
+
+class CommandList;
+class ProgramFactory;
+
+// Where a parameter's value goes.
+struct ParameterPlace {
+  DrawportParameter parameter;
+  Int uniformOffset = -1;  // in the uniform buffer; -1: not there
+  Int binding = -1;        // index in the pipeline's bindings; -1: the program does not use it
+  Int valueOffset = -1;    // behind the uniform buffer, of a buffer that is set as a value
+  Int valueSize = 0;       // bytes there
+  Int wrapOffset = -1;     // in the uniform buffer, of the wrap modes of a texture
+};
+
+// What is bound to one binding.
+struct BoundObject {
+  BufferRef buffer;
+  CounterRef counter;  // holds `buffer`
+  ImageRef image;
+  SamplerRef sampler;
+  Bool isLayered = false;
+  friend Bool operator==(const BoundObject&, const BoundObject&) = default;
+};
+
+class ValueSet final : public DrawportParameterValueSet {
+ public:
+  // What a dispatch binds. `set` is null for a program without bindings.
+  struct Binding {
+    VkDescriptorSet set = VK_NULL_HANDLE;
+    UInt32 dynamicOffsetCount = 0;
+    const UInt32* dynamicOffsets = nullptr;  // valid until the next Prepare
+  };
+
+  ValueSet(ProgramFactory& factory, UInt32 list, UInt64 owner, UInt64 programHash)
+      : _factory(factory), _list(list), _owner(owner), _programHash(programHash) {}
+  ValueSet(const ValueSet&) = delete;
+  Result<void> Init();
+
+  Bool IsOf(UInt32 list, UInt64 owner, UInt64 programHash) const {
+    return _list == list && _owner == owner && _programHash == programHash;
+  }
+
+  // Setters write here; nothing counts before Publish.
+  void Clear();
+  Byte* GetBytes() { return _nextBytes.GetFirst(); }
+  BoundObject& GetObject(Int binding) { return _nextObjects[binding]; }
+  void Publish();
+
+  // Readies everything for a dispatch of the batch that `list` records; afterwards nothing else may be recorded before
+  // it. Error: illegal state for another list, or a resource that is not set.
+  Result<Binding> Prepare(CommandList& list);
+
+ private:
+  struct Set {
+    VkDescriptorSet set = VK_NULL_HANDLE;
+    UInt64 busyUntil = 0;
+  };
+
+  Result<void> PrepareObjects(CommandList& list);
+  Result<void> CheckIsSet(Int binding) const;
+  Result<void> TakeSet(CommandList& list);
+  void WriteSet(CommandList& list);
+  // The value behind a dynamic storage binding.
+  const ParameterPlace* FindValue(Int binding) const;
+
+  ProgramFactory& _factory;
+  UInt32 _list;
+  UInt64 _owner;
+  UInt64 _programHash;
+
+  BaseArray<Byte> _nextBytes, _bytes;  // uniform buffer and values behind it
+  BaseArray<BoundObject> _nextObjects, _objects;
+
+  // The uniforms' place for batch _sliceSerial; another batch gets another copy.
+  UInt64 _sliceSerial = 0;
+  UInt32 _sliceOffset = 0;
+  BaseArray<UInt32> _dynamicOffsets;
+
+  // Descriptor sets in turn: one is written again when the device is done with it.
+  BaseArray<DescriptorPoolRef> _pools;
+  Int _setsLeft = 0;  // in the last pool
+  BaseArray<Set> _sets;
+  Int _current = -1;  // the set that has the published objects; -1: none
+  UInt64 _keptSerial = 0;
+  BaseArray<VkWriteDescriptorSet> _writes;
+  BaseArray<VkDescriptorBufferInfo> _bufferInfos;
+  BaseArray<VkDescriptorImageInfo> _imageInfos;
+};
+
+class ProgramFactory final : public DrawportProgramFactory {
+ public:
+  // Assembles, compiles and lays out. Errors: those of the description, the compiler and the device.
+  static Result<ProgramFactory*> Create(Device& device, const DrawportProgramDescription& description);
+
+  ProgramFactory() = default;
+  ProgramFactory(const ProgramFactory&) = delete;
+  ~ProgramFactory();
+
+  Device& GetDevice() const { return _pipeline->GetDevice(); }
+  Pipeline& GetPipeline() const { return *_pipeline; }
+  Int GetUniformSize() const { return _uniformSize; }
+  Int GetSliceSize() const { return _sliceSize; }
+  const BaseArray<ParameterPlace>& GetPlaces() const { return _places; }
+  // For programs that read gradients which nobody set.
+  BufferResource* GetNoGradients() const { return _noGradients.GetPointer(); }
+  UInt32 GetGradientBinding() const { return _gradientBinding; }
+
+  DrawportParameterHandle GetParameterHandle(InternedId name) const override;
+  DrawportParameterHandle GetBufferParameterHandle(InternedId name) const override;
+  DrawportParameterHandle GetImageParameterHandle(InternedId name) const override;
+  Result<DrawportParameterValueSet*> GetParameterValueSet(DrawportContextInterface& context, UInt64 owner,
+                                                          UInt64 programHash) override;
+  Result<void> StartSetParameters(DrawportContextInterface& context, DrawportParameterValueSet& values) override;
+  Result<void> EndSetParameters(DrawportContextInterface& context, DrawportParameterValueSet& values) override;
+  Result<void> SetParameterFloat(DrawportParameterValueSet& values, DrawportParameterHandle handle,
+                                 Float32 value) override;
+  Result<void> SetParameterFloat2(DrawportParameterValueSet& values, DrawportParameterHandle handle,
+                                  const Vector2d32& value) override;
+  Result<void> SetParameterVector(DrawportParameterValueSet& values, DrawportParameterHandle handle,
+                                  const Vector32& value) override;
+  Result<void> SetParameterVector(DrawportParameterValueSet& values, DrawportParameterHandle handle,
+                                  const Vector4d32& value) override;
+  Result<void> SetParameterUInt(DrawportParameterValueSet& values, DrawportParameterHandle handle,
+                                UInt32 value) override;
+  Result<void> SetParameterUInt3(DrawportParameterValueSet& values, DrawportParameterHandle handle,
+                                 const Vec3<UInt32>& value) override;
+  Result<void> SetParameterUInt4(DrawportParameterValueSet& values, DrawportParameterHandle handle,
+                                 const Vec4<UInt32>& value) override;
+  Result<void> SetParameterInt(DrawportParameterValueSet& values, DrawportParameterHandle handle, Int32 value) override;
+  Result<void> SetParameterInt3(DrawportParameterValueSet& values, DrawportParameterHandle handle,
+                                const Vec3<Int32>& value) override;
+  Result<void> SetParameterInt4(DrawportParameterValueSet& values, DrawportParameterHandle handle,
+                                const Vec4<Int32>& value) override;
+  using DrawportProgramFactory::SetParameterMatrix;
+  Result<void> SetParameterMatrix(DrawportParameterValueSet& values, DrawportParameterHandle handle,
+                                  const SquareMatrix32& value) override;
+  Result<void> SetParameterMatrix(DrawportParameterValueSet& values, DrawportParameterHandle handle,
+                                  const SquareMatrix4d32& value) override;
+  Result<void> SetParameterBuffer(DrawportParameterValueSet& values, DrawportParameterHandle handle,
+                                  DrawportDeviceBuffer* buffer) override;
+  Result<void> SetParameterTexture(DrawportParameterValueSet& values, DrawportParameterHandle handle,
+                                   DrawportTexture* texture, DrawportTextureSampler* sampler) override;
+  Result<void> SetParameterImage(DrawportParameterValueSet& values, DrawportParameterHandle handle,
+                                 DrawportTexture* texture) override;
+  Result<void> SetParameterAtomicCounter(DrawportParameterValueSet& values, DrawportParameterHandle handle,
+                                         DrawportAtomicCounter* counter) override;
+  Result<void> SetParameterNoise(DrawportParameterValueSet& values, DrawportParameterHandle handle, Int32 seed,
+                                 Int32 depth) override;
+  Result<void> SetParameterGradient(DrawportParameterValueSet& values, DrawportParameterHandle handle,
+                                    const GradientRenderData& gradient) override;
+
+ private:
+  // program_layout.cpp
+  Result<void> Init(Device& device, const DrawportProgramDescription& description);
+  Result<void> AddPlaces(const DrawportProgramDescription& description, const AssembledShader& shader);
+  Result<void> LayOut(const ShaderRecords& records, const AssembledShader& shader);
+
+  // Writes `bytes` bytes of a value. Error: illegal argument when the parameter is of another type.
+  Result<void> SetValue(DrawportParameterValueSet& values, DrawportParameterHandle handle, DrawportShaderValueType type,
+                        const void* value, Int bytes);
+  // The place of a parameter of the given kind; null for an empty handle. Error: illegal argument for another kind.
+  Result<const ParameterPlace*> FindPlace(DrawportParameterHandle handle, DrawportParameterKind kind) const;
+  Result<void> CheckTexture(const ParameterPlace& place, const ImageResource& image) const;
+
+  PipelineRef _pipeline;
+  BaseArray<ParameterPlace> _places;
+  Int _uniformSize = 0;
+  Int _sliceSize = 0;
+  UInt32 _gradientBinding = 0;
+  BufferRef _noGradients;
+  BaseArray<ValueSet*> _valueSets;  // owned
+};
+
+}  // namespace ostra::vulkan

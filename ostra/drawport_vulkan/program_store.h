@@ -1,0 +1,54 @@
+// ProgramStore: the compiled programs of a device. A text that is running somewhere is not compiled again; the results
+// of the compiler and of the driver are kept on disk, so that a later start compiles nothing.
+#pragma once
+
+#include "ostra/core/hash_map.h"
+#include "ostra/drawport_vulkan/pipeline.h"
+
+namespace ostra::vulkan {
+
+// Counts of what was really done; for tests and reports.
+struct ProgramStatistics {
+  Int compiled = 0;  // texts that the compiler worked on
+  Int loaded = 0;    // SPIR-V found on disk
+  Int shared = 0;    // programs that were running already
+};
+
+class ProgramStore {
+ public:
+  // OSTRA_GPU_CACHE names the folder of the disk caches; "off" keeps nothing. Otherwise it is the folder "gpu" of the
+  // user's cache folder. A folder that cannot be used is a warning, not an error. Error: out of memory.
+  static Result<ProgramStore*> Create(Device& device);
+
+  explicit ProgramStore(Device& device) : _device(device) {}
+  ProgramStore(const ProgramStore&) = delete;
+  ~ProgramStore();
+
+  // The pipeline of an assembled text with bindings. `name` stands in messages about the text as a whole, and in
+  // debuggers. Errors: illegal argument with the messages of the compiler; those of Pipeline::Create. Thread-safe.
+  Result<PipelineRef> GetPipeline(const AssembledShader& shader, Block<const PipelineBinding> declared,
+                                  const String& name);
+  // Called by a pipeline that goes.
+  void Forget(const Pipeline& pipeline);
+
+  ProgramStatistics GetStatistics() const;
+
+ private:
+  Result<void> Init();
+  Result<BaseArray<UInt32>> GetSpirv(const ContentKey& key, const AssembledShader& shader, const String& name);
+  PipelineRef FindRunning(const ContentKey& key);
+  void SaveDriverCache();
+
+  Device& _device;
+  ContentStore _store;
+  ContentKey _driverKey;    // of this device and driver
+  ContentKey _compilerKey;  // of the compiler and its options
+  VkPipelineCache _driverCache = VK_NULL_HANDLE;
+
+  mutable std::mutex _mutex;
+  HashMap<ContentKey, Pipeline*> _running;  // not counted
+  ProgramStatistics _statistics;
+  Bool _hasNewPipelines = false;
+};
+
+}  // namespace ostra::vulkan

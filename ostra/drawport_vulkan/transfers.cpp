@@ -1,0 +1,426 @@
+// How bytes get to the device and back. Where the host sees a buffer and nothing that was recorded names it, the host
+// reads and writes the buffer itself; otherwise bytes go through staging memory, of which several pieces are on their
+// way at once.
+#include <algorithm>
+#include <bit>
+
+#include "ostra/drawport_vulkan/command_list.h"
+
+OSTRA_UNIT("drawport_vulkan");
+
+namespace ostra::vulkan {
+namespace {
+
+// Staging memory of one list. More waits until the device is done with some of it.
+constexpr Int kMaxStagingMemory = Int(64) << 20;
+constexpr Int kMinStagingMemory = Int(64) << 10;
+constexpr Int kTexelAlignment = 256;  // of texels behind each other in one staging memory
+constexpr Int kSlowFill = Int(1) << 20;
+
+DrawportRegion MakeRange(Int begin, Int count) { return {{begin, 0, 0}, {count, 1, 1}}; }
+
+Bool Serves(DrawportStagingUse use, DrawportMapMode mode) {
+  if (use == DrawportStagingUse::BufferUpload) return mode == DrawportMapMode::WriteDiscard;
+  if (use == DrawportStagingUse::HostRead) return mode == DrawportMapMode::Read;
+  return mode == DrawportMapMode::Read || mode == DrawportMapMode::WriteDiscard;
+}
+
+Result<void> CheckMapping(const StagingBuffer& staging, DrawportMapMode mode, Int bytes) {
+  if (staging.state != StagingBuffer::State::Idle)
+    return OSTRA_ILLEGAL_STATE(staging.state == StagingBuffer::State::Released
+                                   ? "The staging buffer has been released."
+                                   : "The staging buffer is mapped already.");
+  if (!Serves(staging.use, mode))
+    return OSTRA_ILLEGAL_ARGUMENT("A staging buffer for use @ cannot be mapped in mode @.",
+                                  static_cast<Int>(staging.use), static_cast<Int>(mode));
+  if (bytes < 1 || bytes > staging.size)
+    return OSTRA_ILLEGAL_ARGUMENT("@ bytes cannot be mapped in a staging buffer of @ bytes.", bytes, staging.size);
+  return OK;
+}
+
+// Whether the device cannot copy the rows as the host has them.
+Bool NeedsRepacking(const ImageResource& image, Int width) {
+  return image.GetFormat().IsWidened() || image.GetPitch(width) % image.GetFormat().hostTexelSize != 0;
+}
+
+Int GetDeviceSize(const ImageResource& image, const DrawportExtent& extent) {
+  return extent.width * extent.height * extent.depth * image.GetFormat().deviceTexelSize;
+}
+
+Int AlignTexels(Int size) { return (size + kTexelAlignment - 1) / kTexelAlignment * kTexelAlignment; }
+
+// Between the rows of the host, a pitch apart, and the packed texels of the device.
+void Repack(const ImageResource& image, const DrawportExtent& extent, Byte* host, Byte* device, Bool toDevice) {
+  const FormatInfo& format = image.GetFormat();
+  const Int pitch = image.GetPitch(extent.width);
+  const Int deviceRow = extent.width * format.deviceTexelSize;
+  for (Int row = 0; row < extent.height * extent.depth; ++row, host += pitch, device += deviceRow) {
+    if (!format.IsWidened())
+      toDevice ? MemCopy(device, host, deviceRow) : MemCopy(host, device, deviceRow);
+    else if (toDevice)
+      WidenTexels(format, host, device, extent.width);
+    else
+      NarrowTexels(format, device, host, extent.width);
+  }
+}
+
+VkBufferImageCopy MakeCopy(const ImageResource& image, const DrawportRegion& region, Int deviceOffset) {
+  const auto& [origin, extent] = image.GetRegionInLayer(region);
+  VkBufferImageCopy copy = {};
+  copy.bufferOffset = static_cast<VkDeviceSize>(deviceOffset);
+  if (!NeedsRepacking(image, extent.width))
+    copy.bufferRowLength = static_cast<UInt32>(image.GetPitch(extent.width) / image.GetFormat().hostTexelSize);
+  copy.imageSubresource = image.GetLayers(region);
+  copy.imageOffset = {static_cast<Int32>(origin.x), static_cast<Int32>(origin.y), static_cast<Int32>(origin.z)};
+  copy.imageExtent = {static_cast<UInt32>(extent.width), static_cast<UInt32>(extent.height),
+                      static_cast<UInt32>(extent.depth)};
+  return copy;
+}
+
+}  // namespace
+
+Result<DrawportStagingBuffer*> CommandList::AllocStagingBuffer(Int bytes, DrawportStagingUse use) {
+  StagingBuffer* found = nullptr;
+  for (StagingBuffer* staging : _stagingBuffers)
+    if (staging->state == StagingBuffer::State::Released) found = staging;
+  if (!found) {
+    OSTRA_RETURN_IF_ERROR(_stagingBuffers.Append(nullptr));
+    found = NewObj<StagingBuffer>();
+    _stagingBuffers[_stagingBuffers.GetCount() - 1] = found;
+    if (!found) {
+      static_cast<void>(_stagingBuffers.Resize(_stagingBuffers.GetCount() - 1));  // shrinking cannot fail
+      return OSTRA_OUT_OF_MEMORY();
+    }
+  }
+  found->state = StagingBuffer::State::Idle;
+  found->size = bytes;
+  found->use = use;
+  return found;
+}
+
+Result<StagingMemory*> CommandList::TakeStagingMemory(Int bytes, MemoryUse use) {
+  const Int wanted = static_cast<Int>(std::bit_ceil(static_cast<UInt64>(std::max(bytes, kMinStagingMemory))));
+  while (true) {
+    const UInt64 completed = GetCompletedSerial();
+    StagingMemory* best = nullptr;
+    Int total = 0;
+    Bool isAnyBusy = false;
+    for (StagingMemory* memory : _stagingMemory) {
+      total += memory->buffer->GetSize();
+      const Bool isBusy = memory->busyUntil > completed;
+      isAnyBusy = isAnyBusy || isBusy;
+      if (isBusy || memory->isMapped || memory->use != use || memory->buffer->GetSize() < bytes) continue;
+      if (!best || memory->buffer->GetSize() < best->buffer->GetSize()) best = memory;
+    }
+    if (best) {
+      best->isMapped = true;
+      return best;
+    }
+    if (total + wanted <= kMaxStagingMemory || !isAnyBusy) break;
+    OSTRA_RETURN_IF_ERROR(Submit());
+    OSTRA_RETURN_IF_ERROR(WaitForOldest());
+  }
+  FreeSpareMemory();  // what is there does not fit
+  OSTRA_ASSIGN_OR_RETURN(BufferRef buffer, BufferResource::Create(*_device, wanted, use, false));
+  OSTRA_RETURN_IF_ERROR(_stagingMemory.Append(nullptr));
+  StagingMemory* memory = NewObj<StagingMemory>();
+  if (!memory) {
+    static_cast<void>(_stagingMemory.Resize(_stagingMemory.GetCount() - 1));  // shrinking cannot fail
+    return OSTRA_OUT_OF_MEMORY();
+  }
+  _stagingMemory[_stagingMemory.GetCount() - 1] = memory;
+  memory->buffer = std::move(buffer);
+  memory->use = use;
+  memory->isMapped = true;
+  return memory;
+}
+
+void CommandList::FreeSpareMemory() {
+  const UInt64 completed = GetCompletedSerial();
+  Int total = 0;
+  for (const StagingMemory* memory : _stagingMemory) total += memory->buffer->GetSize();
+  for (Int i = _stagingMemory.GetCount() - 1; i >= 0 && total > kMaxStagingMemory / 2; --i) {
+    StagingMemory* memory = _stagingMemory[i];
+    if (memory->isMapped || memory->busyUntil > completed) continue;
+    total -= memory->buffer->GetSize();
+    DeleteObj(memory);
+    _stagingMemory[i] = _stagingMemory[_stagingMemory.GetCount() - 1];
+    static_cast<void>(_stagingMemory.Resize(_stagingMemory.GetCount() - 1));  // shrinking cannot fail
+  }
+}
+
+Bool CommandList::IsIdle(const DeviceResource& resource) { return !resource.IsBusy(_number, GetCompletedSerial()); }
+
+Result<void> CommandList::WaitFor(const DeviceResource& resource) {
+  if (resource.IsShared(_number)) return Execute(true);
+  if (IsIdle(resource)) return OK;
+  OSTRA_RETURN_IF_ERROR(Submit());
+  while (!IsIdle(resource) && _batches[_oldest].isInFlight) OSTRA_RETURN_IF_ERROR(WaitForOldest());
+  return OK;
+}
+
+Result<void> CommandList::FillWithZeros(BufferResource& buffer) {
+  const Int begin = buffer.GetZeroBegin();
+  const Int wordBegin = (begin + 3) / 4 * 4;
+  // Only the host leaves off between words, so it sees the buffer.
+  if (begin < wordBegin) std::fill(buffer.GetMapped() + begin, buffer.GetMapped() + wordBegin, Byte(0));
+  const Int end = buffer.GetPaddedSize();
+  if (wordBegin >= end) return OK;
+  OSTRA_ASSIGN_OR_RETURN(const UInt64 serial, BeginBatch());
+  OSTRA_RETURN_IF_ERROR(Keep(buffer));
+  PrepareTransfer(buffer, MakeRange(wordBegin, end - wordBegin), true);
+  vkCmdFillBuffer(_current->commands, buffer.GetHandle(), static_cast<VkDeviceSize>(wordBegin),
+                  static_cast<VkDeviceSize>(end - wordBegin), 0);
+  buffer.SetZeroBegin(end, serial);
+  return OK;
+}
+
+Result<void> CommandList::EnsureZeroed(BufferResource& buffer) {
+  const Int begin = buffer.GetZeroBegin();
+  const Int end = buffer.GetPaddedSize();
+  if (begin >= end) return OK;
+  const Bool isQuick = buffer.IsHostCached() || end - begin <= kSlowFill;
+  if (!buffer.GetMapped() || !isQuick || !IsIdle(buffer)) return FillWithZeros(buffer);
+  std::fill(buffer.GetMapped() + begin, buffer.GetMapped() + end, Byte(0));
+  buffer.SetZeroBegin(end, 0);
+  return OK;
+}
+
+Result<void> CommandList::EnsureCleared(ImageResource& image) {
+  if (image.IsCleared()) return OK;
+  OSTRA_ASSIGN_OR_RETURN(const UInt64 serial, BeginBatch());
+  OSTRA_RETURN_IF_ERROR(Keep(image));
+  VkImageMemoryBarrier barrier = {VK_STRUCTURE_TYPE_IMAGE_MEMORY_BARRIER};
+  barrier.dstAccessMask = VK_ACCESS_TRANSFER_WRITE_BIT;
+  barrier.newLayout = VK_IMAGE_LAYOUT_GENERAL;  // for good: one layout serves transfers, sampling and images
+  barrier.srcQueueFamilyIndex = VK_QUEUE_FAMILY_IGNORED;
+  barrier.dstQueueFamilyIndex = VK_QUEUE_FAMILY_IGNORED;
+  barrier.image = image.GetHandle();
+  barrier.subresourceRange = {VK_IMAGE_ASPECT_COLOR_BIT, 0, 1, 0, VK_REMAINING_ARRAY_LAYERS};
+  PrepareTransfer(image, {{}, image.GetDescription().extent}, true);
+  vkCmdPipelineBarrier(_current->commands, VK_PIPELINE_STAGE_TOP_OF_PIPE_BIT, VK_PIPELINE_STAGE_TRANSFER_BIT, 0, 0,
+                       nullptr, 0, nullptr, 1, &barrier);
+  const VkClearColorValue zero = {};
+  vkCmdClearColorImage(_current->commands, image.GetHandle(), VK_IMAGE_LAYOUT_GENERAL, &zero, 1,
+                       &barrier.subresourceRange);
+  image.SetClearedBy(serial);
+  return OK;
+}
+
+Result<Byte*> CommandList::MapForReading(StagingBuffer& staging, BufferResource& buffer, Int byteOffset, Int bytes) {
+  OSTRA_RETURN_IF_ERROR(EnsureZeroed(buffer));
+  if (buffer.GetMapped() && buffer.IsHostCached()) {
+    OSTRA_RETURN_IF_ERROR(WaitFor(buffer));
+    return buffer.GetMapped() + byteOffset;
+  }
+  OSTRA_ASSIGN_OR_RETURN(StagingMemory * memory, TakeStagingMemory(bytes, MemoryUse::ReadBack));
+  staging.memory = memory;
+  OSTRA_ASSIGN_OR_RETURN(memory->busyUntil, BeginBatch());
+  OSTRA_RETURN_IF_ERROR(Keep(buffer));
+  OSTRA_RETURN_IF_ERROR(Keep(*memory->buffer));
+  PrepareTransfer(buffer, MakeRange(byteOffset, bytes), false);
+  VkBufferCopy copy = {static_cast<VkDeviceSize>(byteOffset), 0, static_cast<VkDeviceSize>(bytes)};
+  vkCmdCopyBuffer(_current->commands, buffer.GetHandle(), memory->buffer->GetHandle(), 1, &copy);
+  OSTRA_RETURN_IF_ERROR(Execute(true));
+  return memory->buffer->GetMapped();
+}
+
+Result<Byte*> CommandList::MapForWriting(StagingBuffer& staging, BufferResource& buffer, Int byteOffset, Int bytes) {
+  if (buffer.GetMapped() && IsIdle(buffer)) {
+    const Int zeroBegin = buffer.GetZeroBegin();
+    if (byteOffset > zeroBegin) std::fill(buffer.GetMapped() + zeroBegin, buffer.GetMapped() + byteOffset, Byte(0));
+    const Int end = byteOffset + bytes;
+    buffer.SetZeroBegin(std::max(zeroBegin, end == buffer.GetSize() ? buffer.GetPaddedSize() : end), 0);
+    return buffer.GetMapped() + byteOffset;
+  }
+  OSTRA_ASSIGN_OR_RETURN(staging.memory, TakeStagingMemory(bytes, MemoryUse::Upload));
+  return staging.memory->buffer->GetMapped();
+}
+
+Result<Byte*> CommandList::PrivateMapBuffer(DrawportStagingBuffer& stagingBuffer, DrawportMapMode mode,
+                                            DrawportDeviceBuffer& deviceBuffer, Int stagingOffset, Int byteOffset,
+                                            Int bytes) {
+  auto& staging = static_cast<StagingBuffer&>(stagingBuffer);
+  auto& buffer = static_cast<BufferResource&>(deviceBuffer);
+  OSTRA_RETURN_IF_ERROR(CheckMapping(staging, mode, bytes));
+  if (stagingOffset != 0)
+    return OSTRA_ILLEGAL_ARGUMENT("A staging buffer is mapped from its beginning, not from byte @.", stagingOffset);
+  if (byteOffset < 0 || byteOffset > buffer.GetSize() - bytes)
+    return OSTRA_ILLEGAL_ARGUMENT("@ bytes from byte @ on are not inside a device buffer of @ bytes.", bytes,
+                                  byteOffset, buffer.GetSize());
+  if (_device->IsLost()) return MakeDeviceLostError(kOstraUnit, __LINE__);
+  staging.memory = nullptr;
+  const Bool isRead = mode == DrawportMapMode::Read;
+  Result<Byte*> mapped =
+      isRead ? MapForReading(staging, buffer, byteOffset, bytes) : MapForWriting(staging, buffer, byteOffset, bytes);
+  if (!mapped) {
+    if (staging.memory) staging.memory->isMapped = false;
+    return mapped;
+  }
+  staging.state = StagingBuffer::State::Buffer;
+  staging.mode = mode;
+  staging.buffer = BufferRef(&buffer);
+  staging.byteOffset = byteOffset;
+  staging.bytes = bytes;
+  return mapped;
+}
+
+Result<void> CommandList::CommitBuffer(StagingBuffer& staging) {
+  BufferResource& buffer = *staging.buffer;
+  const Int end = staging.byteOffset + staging.bytes;
+  const Int zeroBegin = buffer.GetZeroBegin();
+  const Bool isLast = end == buffer.GetSize();
+  // Zeros are filled in words: before bytes that leave a gap, or that end inside a word.
+  if (staging.byteOffset > zeroBegin || (end > zeroBegin && end % 4 != 0 && !isLast))
+    OSTRA_RETURN_IF_ERROR(FillWithZeros(buffer));
+  OSTRA_ASSIGN_OR_RETURN(const UInt64 serial, BeginBatch());
+  OSTRA_RETURN_IF_ERROR(Keep(buffer));
+  OSTRA_RETURN_IF_ERROR(Keep(*staging.memory->buffer));
+  PrepareTransfer(buffer, MakeRange(staging.byteOffset, staging.bytes), true);
+  VkBufferCopy copy = {0, static_cast<VkDeviceSize>(staging.byteOffset), static_cast<VkDeviceSize>(staging.bytes)};
+  vkCmdCopyBuffer(_current->commands, staging.memory->buffer->GetHandle(), buffer.GetHandle(), 1, &copy);
+  staging.memory->busyUntil = serial;
+  if (end > buffer.GetZeroBegin()) buffer.SetZeroBegin(isLast ? buffer.GetPaddedSize() : end, serial);
+  return OK;
+}
+
+Result<void> CommandList::UnmapBuffer(DrawportStagingBuffer& stagingBuffer, DrawportUnmapMode) {
+  auto& staging = static_cast<StagingBuffer&>(stagingBuffer);
+  if (staging.state != StagingBuffer::State::Buffer)
+    return OSTRA_ILLEGAL_STATE("No buffer is mapped in this staging buffer.");
+  Result<void> result = OK;
+  if (staging.memory) {
+    if (staging.mode == DrawportMapMode::WriteDiscard) result = CommitBuffer(staging);
+    staging.memory->isMapped = false;
+    // On its way at once, so that the device copies while the host fills the next piece.
+    if (result && staging.mode == DrawportMapMode::WriteDiscard && staging.bytes >= kSlowFill) result = Submit();
+  }
+  staging.memory = nullptr;
+  staging.buffer = {};
+  staging.state = StagingBuffer::State::Idle;
+  return result;
+}
+
+Result<Byte*> CommandList::ReadTexture(StagingBuffer& staging, ImageResource& image, const DrawportRegion& region,
+                                       Int hostSize) {
+  const Bool isRepacked = NeedsRepacking(image, region.extent.width);
+  staging.deviceOffset = isRepacked ? AlignTexels(hostSize) : 0;
+  const Int size = isRepacked ? staging.deviceOffset + GetDeviceSize(image, region.extent) : hostSize;
+  OSTRA_ASSIGN_OR_RETURN(StagingMemory * memory, TakeStagingMemory(size, MemoryUse::ReadBack));
+  staging.memory = memory;
+  OSTRA_RETURN_IF_ERROR(EnsureCleared(image));
+  OSTRA_ASSIGN_OR_RETURN(memory->busyUntil, BeginBatch());
+  OSTRA_RETURN_IF_ERROR(Keep(image));
+  OSTRA_RETURN_IF_ERROR(Keep(*memory->buffer));
+  PrepareTransfer(image, region, false);
+  const VkBufferImageCopy copy = MakeCopy(image, region, staging.deviceOffset);
+  vkCmdCopyImageToBuffer(_current->commands, image.GetHandle(), VK_IMAGE_LAYOUT_GENERAL, memory->buffer->GetHandle(), 1,
+                         &copy);
+  OSTRA_RETURN_IF_ERROR(Execute(true));
+  Byte* host = memory->buffer->GetMapped();
+  if (isRepacked) Repack(image, region.extent, host, host + staging.deviceOffset, false);
+  return host;
+}
+
+Result<Byte*> CommandList::PrivateMapTexture(DrawportStagingBuffer& stagingBuffer, DrawportMapMode mode,
+                                             DrawportTexture& texture, const DrawportRegion& region, Int level,
+                                             Int layer, Int stagingOffset, Int flags) {
+  auto& staging = static_cast<StagingBuffer&>(stagingBuffer);
+  auto& image = static_cast<ImageResource&>(texture);
+  OSTRA_ASSIGN_OR_RETURN(const Int hostSize, image.GetStagingBufferSize(region.origin, region.extent, level, layer));
+  OSTRA_RETURN_IF_ERROR(CheckMapping(staging, mode, hostSize));
+  if (stagingOffset != 0 || flags != 0)
+    return OSTRA_ILLEGAL_ARGUMENT("A staging buffer is mapped from its beginning and without flags, not with @ and @.",
+                                  stagingOffset, flags);
+  if (_device->IsLost()) return MakeDeviceLostError(kOstraUnit, __LINE__);
+  staging.memory = nullptr;
+  const auto map = [&]() -> Result<Byte*> {
+    if (mode == DrawportMapMode::Read) return ReadTexture(staging, image, region, hostSize);
+    const Bool isRepacked = NeedsRepacking(image, region.extent.width);
+    staging.deviceOffset = isRepacked ? AlignTexels(hostSize) : 0;
+    const Int size = isRepacked ? staging.deviceOffset + GetDeviceSize(image, region.extent) : hostSize;
+    OSTRA_ASSIGN_OR_RETURN(staging.memory, TakeStagingMemory(size, MemoryUse::Upload));
+    return staging.memory->buffer->GetMapped();
+  };
+  Result<Byte*> mapped = map();
+  if (!mapped) {
+    if (staging.memory) staging.memory->isMapped = false;
+    return mapped;
+  }
+  staging.state = StagingBuffer::State::Texture;
+  staging.mode = mode;
+  staging.image = ImageRef(&image);
+  staging.region = region;
+  staging.bytes = hostSize;
+  return mapped;
+}
+
+Result<void> CommandList::CommitTexture(StagingBuffer& staging) {
+  ImageResource& image = *staging.image;
+  BufferResource& memory = *staging.memory->buffer;
+  if (staging.deviceOffset != 0)
+    Repack(image, staging.region.extent, memory.GetMapped(), memory.GetMapped() + staging.deviceOffset, true);
+  OSTRA_RETURN_IF_ERROR(EnsureCleared(image));
+  OSTRA_ASSIGN_OR_RETURN(const UInt64 serial, BeginBatch());
+  OSTRA_RETURN_IF_ERROR(Keep(image));
+  OSTRA_RETURN_IF_ERROR(Keep(memory));
+  PrepareTransfer(image, staging.region, true);
+  const VkBufferImageCopy copy = MakeCopy(image, staging.region, staging.deviceOffset);
+  vkCmdCopyBufferToImage(_current->commands, memory.GetHandle(), image.GetHandle(), VK_IMAGE_LAYOUT_GENERAL, 1, &copy);
+  staging.memory->busyUntil = serial;
+  return OK;
+}
+
+Result<void> CommandList::UnmapTexture(DrawportStagingBuffer& stagingBuffer) {
+  auto& staging = static_cast<StagingBuffer&>(stagingBuffer);
+  if (staging.state != StagingBuffer::State::Texture)
+    return OSTRA_ILLEGAL_STATE("No texture is mapped in this staging buffer.");
+  Result<void> result = OK;
+  if (staging.mode == DrawportMapMode::WriteDiscard) {
+    result = CommitTexture(staging);
+    if (result && staging.bytes >= kSlowFill) result = Submit();
+  }
+  staging.memory->isMapped = false;
+  staging.memory = nullptr;
+  staging.image = {};
+  staging.state = StagingBuffer::State::Idle;
+  return result;
+}
+
+void CommandList::ReleaseStagingBuffer(DrawportStagingBuffer* stagingBuffer) {
+  auto* staging = static_cast<StagingBuffer*>(stagingBuffer);
+  if (!staging) return;
+  if (staging->memory) staging->memory->isMapped = false;
+  staging->memory = nullptr;
+  staging->buffer = {};
+  staging->image = {};
+  staging->state = StagingBuffer::State::Released;
+}
+
+Result<void> CommandList::SetAtomicCounterValue(DrawportAtomicCounter& counter, UInt32 value) {
+  BufferResource& buffer = static_cast<CounterResource&>(counter).GetBuffer();
+  OSTRA_RETURN_IF_ERROR(EnsureZeroed(buffer));
+  if (buffer.GetMapped() && IsIdle(buffer)) {
+    MemCopy(buffer.GetMapped(), &value, sizeof(value));
+    return OK;
+  }
+  OSTRA_RETURN_IF_ERROR(BeginBatch());
+  OSTRA_RETURN_IF_ERROR(Keep(buffer));
+  PrepareTransfer(buffer, MakeRange(0, sizeof(value)), true);
+  vkCmdUpdateBuffer(_current->commands, buffer.GetHandle(), 0, sizeof(value), &value);
+  return OK;
+}
+
+Result<UInt32> CommandList::GetAtomicCounterValue(DrawportAtomicCounter& counter) {
+  BufferResource& buffer = static_cast<CounterResource&>(counter).GetBuffer();
+  if (_device->IsLost()) return MakeDeviceLostError(kOstraUnit, __LINE__);
+  StagingBuffer staging;
+  auto mapped = MapForReading(staging, buffer, 0, sizeof(UInt32));
+  if (staging.memory) staging.memory->isMapped = false;
+  if (!mapped) return mapped.TakeError();
+  UInt32 value = 0;
+  MemCopy(&value, *mapped, sizeof(value));
+  return value;
+}
+
+}  // namespace ostra::vulkan
