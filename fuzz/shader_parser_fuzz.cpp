@@ -1,0 +1,94 @@
+// Any texts as a kernel file and two headers, for every target: the parse must end with pieces or an error. The first
+// byte chooses target and options; bytes of value 1 part the files.
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string_view>
+
+#include "ostra/core/diagnostics.h"
+#include "parallelprogram/shaderparser/shader_parser.h"
+
+using namespace ostra;
+
+namespace {
+
+constexpr unsigned char kFileEnd = 1;
+// Lines that grow with every rule are for the tests; here they only take time.
+constexpr std::size_t kMostBytes = 4096;
+
+// Keeps what the parser says about endless headers and full tables from the terminal.
+struct Silence : DiagnosticListener {
+  Silence() { SetDiagnosticStreamLevel(static_cast<DiagnosticLevel>(100)); }
+  void Notify(DiagnosticLevel, std::string_view) override {}
+};
+
+class Folder {
+ public:
+  Folder() {
+    std::string pattern = (std::filesystem::temp_directory_path() / "ostra_fuzz_XXXXXX").string();
+    if (mkdtemp(pattern.data()) == nullptr) std::abort();
+    _path = pattern;
+  }
+  ~Folder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(_path, ignored);
+  }
+  // The text up to the next file end; takes it off `texts`.
+  void Write(const char* name, std::string_view& texts) const {
+    const std::size_t end = std::min(texts.find(static_cast<char>(kFileEnd)), texts.size());
+    std::ofstream(_path / name, std::ios::binary).write(texts.data(), static_cast<std::streamsize>(end));
+    texts.remove_prefix(std::min(end + 1, texts.size()));
+  }
+  Url GetUrl(const char* name) const { return Url::Create((_path / name).string()).GetValue(); }
+
+ private:
+  std::filesystem::path _path;
+};
+
+void Check(bool condition) {
+  if (!condition) std::abort();
+}
+
+// Every line of a text knows where it came from, in a file that there is.
+void CheckOrigins(const ShaderParser& parser, std::string_view text, const ShaderTextOrigins& origins) {
+  Check(origins.GetCount() >= std::count(text.begin(), text.end(), '\n'));
+  for (const ShaderTextOrigin& origin : origins)
+    Check(origin.file >= 0 && origin.file < parser.GetFiles().GetCount() && origin.line >= 0);
+}
+
+void CheckPieces(const ShaderParser& parser) {
+  CheckOrigins(parser, parser.GetKernelCode(), parser.GetKernelCodeOrigins());
+  Check(parser.GetGlobalCode().GetCount() == parser.GetGlobalCodeOrigins().GetCount());
+  for (Int i = 0; i < parser.GetGlobalCode().GetCount(); ++i)
+    CheckOrigins(parser, parser.GetGlobalCode()[i], parser.GetGlobalCodeOrigins()[i]);
+  for (const ShaderFunctionDefinition& function : parser.GetFunctions())
+    CheckOrigins(parser, function.body, function.bodyOrigins);
+  for (const ShaderStructDefinition& found : parser.GetStructs())
+    Check(found.members.GetCount() == found.memberLines.GetCount());
+  for (const ShaderTextureEntry& texture : parser.GetTextureEntries()) Check(texture.format != nullptr);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
+  if (size == 0 || size > kMostBytes) return 0;
+  static const Silence silence;
+  static const Folder folder;
+  std::string_view texts(reinterpret_cast<const char*>(data) + 1, size - 1);
+  folder.Write("k.krn", texts);
+  folder.Write("k.h", texts);
+  folder.Write("b.h", texts);
+
+  DataDictionary options;
+  if (data[0] & 4) Check(options.Set(kShaderTemplateArgument, "Float32"_s).IsOk());
+  if (data[0] & 8) Check(options.Set(kShaderMultisampling, Int32(data[0] >> 6)).IsOk());
+  static const Id targets[] = {kTargetHlsl, kTargetGlsl, kTargetMetal, "OTHER"_id};
+  const auto parser = ShaderParser::Create(targets[data[0] & 3]).GetValue();
+  const auto result = parser->Init(folder.GetUrl("k.krn"), options, EndlessSource::Refuse);
+  if (result)
+    CheckPieces(*parser);
+  else
+    Check(parser->DescribeError(result.GetError()).IsOk());
+  return 0;
+}
