@@ -32,8 +32,10 @@
 #define OSTRA_KERNEL_CLEAR_UPPER_HALVES static_cast<void>(0)
 #endif
 
-// Says of the loop that follows that its iterations are independent of each other.
+// Says of the loop that follows that its iterations are independent of each other. Bodies that do not become vector
+// instructions are no mistake.
 #ifdef __clang__
+#pragma clang diagnostic ignored "-Wpass-failed"
 #define OSTRA_INDEPENDENT_ITERATIONS _Pragma("clang loop vectorize(assume_safety)")
 #else
 #define OSTRA_INDEPENDENT_ITERATIONS _Pragma("GCC ivdep")
