@@ -1,4 +1,7 @@
 // Buffers of the CPU program: every buffer is one contiguous array in the program's storage.
+#include <algorithm>
+#include <functional>
+
 #include "ostra/core/format.h"
 #include "parallelprogram/program/buffer_source.h"
 #include "parallelprogram/program/cpu_program_impl.h"
@@ -9,33 +12,70 @@ OSTRA_UNIT("parallelprogram_cpu_impl");
 namespace ostra {
 namespace {
 
-Int GetByteSize(const BufferSlot& slot) { return slot.GetCount() * slot.GetElementType().GetSize(); }
+// The elements of a buffer that methods and kernels reach: those in its first piece of memory. The program's own arrays
+// have no other. One that a client links may be in pieces or have gaps; what lies behind them is out of range.
+struct Elements {
+  explicit Elements(const BufferSlot& slot) : type(slot.GetElementType()) {
+    const Block<Generic> block = slot.GetFirstBlock();
+    first = reinterpret_cast<Byte*>(block.GetFirst());
+    count = block.GetStride() == type.GetSize() ? block.GetCount() : std::min(block.GetCount(), Int{1});
+  }
+  Byte* At(Int index) const { return first + index * type.GetSize(); }
+  Int GetByteSize() const { return count * type.GetSize(); }
 
-Byte* GetBytes(const BufferSlot& slot) { return reinterpret_cast<Byte*>(slot.GetFirstBlock().GetFirst()); }
+  DataType type;
+  Byte* first = nullptr;
+  Int count = 0;
+};
 
-// Writes plain bytes, whatever the target's type is; values that own something are assigned one by one and must have
-// the target's type.
-Result<void> WriteElements(const BufferSlot& target, Int offset, const BufferSource& source) {
+// Whether a byte of `elements`, which are `elementSize` bytes each, is one of the `byteCount` bytes at `place`.
+Bool DoOverlap(const Block<const Generic>& elements, Int elementSize, const Byte* place, Int byteCount) {
+  const auto* first = reinterpret_cast<const Byte*>(elements.GetFirst());
+  const auto* last = first + (elements.GetCount() - 1) * elements.GetStride();
+  const std::less<> isBefore;
+  return isBefore(std::min(first, last, isBefore), place + byteCount) &&
+         isBefore(place, std::max(first, last, isBefore) + elementSize);
+}
+
+// Writes plain bytes, whatever the target's type is. Values that own something must have the target's type; they are
+// copied before the first is assigned, so that a copy that fails changes nothing. The source may be part of the target.
+Result<void> WriteElements(const Elements& target, Int offset, const BufferSource& source) {
   const DataType type = source.elementType;
-  if (type != target.GetElementType() && !(type.IsPlain() && target.GetElementType().IsPlain()))
-    return OSTRA_ILLEGAL_ARGUMENT("Values of type \"@\" cannot be written into a buffer of \"@\".", type,
-                                  target.GetElementType());
-  return type.Copy(GetBytes(target) + offset * type.GetSize(), type.GetSize(), source.elements.GetFirst(),
-                   source.elements.GetStride(), source.elements.GetCount());
+  const Int size = type.GetSize();
+  const Int count = source.elements.GetCount();
+  if (type != target.type && !(type.IsPlain() && target.type.IsPlain()))
+    return OSTRA_ILLEGAL_ARGUMENT("Values of type \"@\" cannot be written into a buffer of \"@\".", type, target.type);
+  Byte* place = target.first + offset * size;
+  const Bool isMemoryMove = type.IsPlain() && source.elements.GetStride() == size;
+  const Bool needsNoCopies = type.IsPlain() || !type.IsDefaultConstructible();
+  if (isMemoryMove || (needsNoCopies && !DoOverlap(source.elements, size, place, count * size)))
+    return type.Copy(place, size, source.elements.GetFirst(), source.elements.GetStride(), count);
+  OSTRA_ASSIGN_OR_RETURN(GenericBaseArray copies, GenericBaseArray::CreateCopy(type, source.elements));
+  if (type.IsPlain()) return type.Copy(place, copies.GetFirst(), count);
+  type.Move(place, copies.GetFirst(), count);
+  return OK;
 }
 
 Result<Data> ReadRange(const BufferSlot& slot, Int offset, Int count) {
-  const DataType elementType = slot.GetElementType();
-  OSTRA_ASSIGN_OR_RETURN(DataType arrayType, DataType::MakeArray(elementType));
+  const Elements elements(slot);
+  OSTRA_ASSIGN_OR_RETURN(DataType arrayType, DataType::MakeArray(elements.type));
   if (count == -1) return Data::CreateCopy(arrayType, &slot);
-  if (count < 0 || !IsWithin(slot.GetCount(), offset, count))
+  if (count < 0 || !IsWithin(elements.count, offset, count))
     return OSTRA_ILLEGAL_ARGUMENT("Requested data range is out of bounds");
-  OSTRA_ASSIGN_OR_RETURN(Array<Generic> part, NewBaseArray(elementType));
+  OSTRA_ASSIGN_OR_RETURN(Array<Generic> part, NewBaseArray(elements.type));
   OSTRA_RETURN_IF_ERROR(part.Resize(count));
-  if (count > 0) {
-    OSTRA_RETURN_IF_ERROR(elementType.Copy(GetBytes(part), GetBytes(slot) + offset * elementType.GetSize(), count));
-  }
+  if (count > 0) OSTRA_RETURN_IF_ERROR(elements.type.Copy(Elements(part).first, elements.At(offset), count));
   return Data::CreateMoved(arrayType, &part);
+}
+
+// A shared array stays where it is until its resized copy is there: on error the buffer shares what it shared, and
+// blocks that kernels hold stay valid.
+Result<void> ResizeArray(BufferSlot& slot, Int count) {
+  if (slot.GetReference()->IsUnique()) return slot.Resize(count, ResizeFlags::Exact);
+  OSTRA_ASSIGN_OR_RETURN(StrongRef<ArrayInterface> copy, slot.GetReference()->Clone());
+  OSTRA_RETURN_IF_ERROR(copy->Resize(count, ResizeFlags::Exact));
+  slot = BufferSlot(std::move(copy));
+  return OK;
 }
 
 }  // namespace
@@ -43,7 +83,7 @@ Result<Data> ReadRange(const BufferSlot& slot, Int offset, Int count) {
 BufferSlot* ParallelProgramCPUImpl::FindBuffer(const DataDictionary& table, const InternedId& attr) {
   const Data* data = table.FindData(attr);
   BufferSlot* const* slot = data ? data->GetIf<BufferSlot*>() : nullptr;
-  return slot && *slot ? *slot : nullptr;
+  return slot && *slot && (*slot)->IsPopulated() ? *slot : nullptr;
 }
 
 Result<void> ParallelProgramCPUImpl::AddBuffer(const InternedId& attr, Array<Generic> array) {
@@ -70,7 +110,7 @@ Result<void> ParallelProgramCPUImpl::ResizeUniformBuffer(const InternedId& attr,
   BufferSlot* slot = FindBuffer(_buffers, attr);
   if (!slot) return OSTRA_ILLEGAL_ARGUMENT("buffer for resize could not be found");
   if (count < 1) return OSTRA_ILLEGAL_ARGUMENT("Buffer cannot be resized to 0 size.");
-  return slot->Resize(count, ResizeFlags::Exact);
+  return ResizeArray(*slot, count);
 }
 
 Result<void> ParallelProgramCPUImpl::StoreUniformBufferData(const InternedId& attr, ForwardingDataPtr&& data) {
@@ -98,7 +138,7 @@ Result<void> ParallelProgramCPUImpl::StoreUniformBufferData(const InternedId& at
 }
 
 // The data's own element size counts, not the buffer's: an update of another type writes raw bytes. It never leaves
-// the buffer.
+// the buffer, and may come from it.
 Result<void> ParallelProgramCPUImpl::UpdateUniformBufferData(const InternedId& attr, Int offset,
                                                              ForwardingDataPtr&& data) {
   OSTRA_ASSIGN_OR_RETURN(BufferSource source, BufferSource::FromValue(data));
@@ -106,43 +146,47 @@ Result<void> ParallelProgramCPUImpl::UpdateUniformBufferData(const InternedId& a
   if (!slot) return OSTRA_ILLEGAL_ARGUMENT("buffer for update could not be found");
   const Int count = source.elements.GetCount();
   OSTRA_RETURN_IF_ERROR(CheckNotEmpty(count));
-  if (!IsWithin(slot->GetCount(), offset, count) ||
-      !IsWithin(GetByteSize(*slot) / source.elementType.GetSize(), offset, count))
+  const Elements target(*slot);
+  if (!IsWithin(target.count, offset, count) ||
+      !IsWithin(target.GetByteSize() / source.elementType.GetSize(), offset, count))
     return OSTRA_ILLEGAL_ARGUMENT("Data update does not fit into existing buffer");
-  return WriteElements(*slot, offset, source);
+  return WriteElements(target, offset, source);
 }
 
 Result<void> ParallelProgramCPUImpl::CopyBufferData(const InternedId& sourceAttr, const InternedId& targetAttr,
                                                     Int count, Int sourceOffset, Int targetOffset) {
-  const BufferSlot* source = FindBuffer(_buffers, sourceAttr);
-  if (!source) return OSTRA_ILLEGAL_ARGUMENT("source buffer could not be found");
-  const BufferSlot* target = FindBuffer(_buffers, targetAttr);
-  if (!target) return OSTRA_ILLEGAL_ARGUMENT("target buffer could not be found");
-  if (!IsWithin(source->GetCount(), sourceOffset, count))
+  const BufferSlot* sourceSlot = FindBuffer(_buffers, sourceAttr);
+  if (!sourceSlot) return OSTRA_ILLEGAL_ARGUMENT("source buffer could not be found");
+  const BufferSlot* targetSlot = FindBuffer(_buffers, targetAttr);
+  if (!targetSlot) return OSTRA_ILLEGAL_ARGUMENT("target buffer could not be found");
+  const Elements source(*sourceSlot);
+  const Elements target(*targetSlot);
+  if (!IsWithin(source.count, sourceOffset, count))
     return OSTRA_ILLEGAL_ARGUMENT("count and offset out of range for source buffer");
-  if (!IsWithin(target->GetCount(), targetOffset, count))
+  if (!IsWithin(target.count, targetOffset, count))
     return OSTRA_ILLEGAL_ARGUMENT("count and offset out of range for target buffer");
-  const DataType type = source->GetElementType();
-  if (type != target->GetElementType()) return OSTRA_ILLEGAL_ARGUMENT("Buffers have mismatching data types");
+  if (source.type != target.type) return OSTRA_ILLEGAL_ARGUMENT("Buffers have mismatching data types");
   if (count < 1) return OK;
-  return type.Copy(GetBytes(*target) + targetOffset * type.GetSize(), GetBytes(*source) + sourceOffset * type.GetSize(),
-                   count);
+  const auto* first = reinterpret_cast<const Generic*>(source.At(sourceOffset));
+  return WriteElements(target, targetOffset, {source.type, {first, count, source.type.GetSize()}});
 }
 
 Result<void> ParallelProgramCPUImpl::CopyBufferDataBytes(const InternedId& sourceAttr, const InternedId& targetAttr,
                                                          Int bytesCount, Int sourceBytesOffset, Int targetBytesOffset) {
-  const BufferSlot* source = FindBuffer(_buffers, sourceAttr);
-  if (!source) return OSTRA_ILLEGAL_ARGUMENT("source buffer could not be found");
-  const BufferSlot* target = FindBuffer(_buffers, targetAttr);
-  if (!target) return OSTRA_ILLEGAL_ARGUMENT("target buffer could not be found");
-  if (!IsWithin(GetByteSize(*source), sourceBytesOffset, bytesCount))
+  const BufferSlot* sourceSlot = FindBuffer(_buffers, sourceAttr);
+  if (!sourceSlot) return OSTRA_ILLEGAL_ARGUMENT("source buffer could not be found");
+  const BufferSlot* targetSlot = FindBuffer(_buffers, targetAttr);
+  if (!targetSlot) return OSTRA_ILLEGAL_ARGUMENT("target buffer could not be found");
+  const Elements source(*sourceSlot);
+  const Elements target(*targetSlot);
+  if (!IsWithin(source.GetByteSize(), sourceBytesOffset, bytesCount))
     return OSTRA_ILLEGAL_ARGUMENT("count and offset out of range for source buffer");
-  if (!IsWithin(GetByteSize(*target), targetBytesOffset, bytesCount))
+  if (!IsWithin(target.GetByteSize(), targetBytesOffset, bytesCount))
     return OSTRA_ILLEGAL_ARGUMENT("count and offset out of range for target buffer");
-  if (!source->GetElementType().IsPlain() || !target->GetElementType().IsPlain())
-    return OSTRA_ILLEGAL_ARGUMENT("Bytes of \"@\" cannot be copied into a buffer of \"@\".", source->GetElementType(),
-                                  target->GetElementType());
-  if (bytesCount > 0) MemMove(GetBytes(*target) + targetBytesOffset, GetBytes(*source) + sourceBytesOffset, bytesCount);
+  if (bytesCount < 1) return OK;
+  if (!source.type.IsPlain() || !target.type.IsPlain())
+    return OSTRA_ILLEGAL_ARGUMENT("Bytes of \"@\" cannot be copied into a buffer of \"@\".", source.type, target.type);
+  MemMove(target.first + targetBytesOffset, source.first + sourceBytesOffset, bytesCount);
   return OK;
 }
 

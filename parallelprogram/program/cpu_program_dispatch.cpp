@@ -97,6 +97,7 @@ Result<void> RunParallel(Dispatch& dispatch, UInt32 count, Int granularity) {
   return std::move(dispatch.result);
 }
 
+// The IDs of every axis are divided by the size of a group, in one dimension too.
 Result<void> CheckWorkGroup(const Vec3<UInt32>& size, const InternedId& kernelId) {
   if (size.x == 0 || size.y == 0 || size.z == 0)
     return OSTRA_ILLEGAL_STATE("The work group size (@, @, @) of the kernel \"@\" has a component 0.", size.x, size.y,
@@ -136,8 +137,9 @@ Result<void> ParallelProgramCPUImpl::DispatchIndirectKernel(const InternedId& bu
   if (!slot) return OSTRA_ILLEGAL_ARGUMENT("buffer for update could not be found");
   if (slot->GetElementType() != GetDataType<Vec4<Int32>>())
     return OSTRA_ILLEGAL_ARGUMENT("buffer is not of the correct type for dispatch indirect");
-  if (Int{offset} >= slot->GetCount()) return OSTRA_ILLEGAL_ARGUMENT("dispatch offset out of buffer range");
-  const auto& groups = slot->GetFirstBlock<Vec4<Int32>>()[offset];
+  const Block<Vec4<Int32>> elements = slot->GetFirstBlock<Vec4<Int32>>();
+  if (Int{offset} >= elements.GetCount()) return OSTRA_ILLEGAL_ARGUMENT("dispatch offset out of buffer range");
+  const Vec4<Int32>& groups = elements[offset];
   const Vec3<UInt32>& workGroup = entry.kernel->GetKernelWorkGroupSize();
   OSTRA_RETURN_IF_ERROR(CheckWorkGroup(workGroup, _activeKernelId));
   auto invocations = [](Int32 groupCount, UInt32 size) { return static_cast<UInt32>(std::max(groupCount, 1)) * size; };

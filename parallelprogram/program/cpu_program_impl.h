@@ -121,7 +121,7 @@ class ParallelProgramCPUImpl final : public Component<ParallelProgramCPUImpl, Pa
   // Creates the kernel object of `entry` from its class and prepares it.
   static Result<void> CreateKernelObject(KernelEntry& entry, const Class& kernelClass);
 
-  // The buffer under a name of a table; null when there is none.
+  // The buffer under a name of a table; null when there is none, or a place without an array is linked there.
   static BufferSlot* FindBuffer(const DataDictionary& table, const InternedId& attr);
   // Makes `array` the program's buffer `attr`.
   Result<void> AddBuffer(const InternedId& attr, Array<Generic> array);
@@ -136,13 +136,13 @@ class ParallelProgramCPUImpl final : public Component<ParallelProgramCPUImpl, Pa
   Result<void> DispatchKernelSimple(UInt32 count);
   Result<void> DispatchKernelComplex(UInt32 countX, UInt32 countY, UInt32 countZ);
 
-  // Storage outlives names: links keep working when a buffer or counter is replaced or deleted by name.
-  IntrusiveList<BufferNode> _bufferStorage;
-  IntrusiveList<CounterNode> _counterStorage;
-  IntrusiveList<SamplerNode> _samplerStorage;
-  DataDictionary _buffers;   // name -> BufferSlot*
-  DataDictionary _counters;  // name -> AtomicUInt32*
-  DataDictionary _textures;  // name -> TextureSamplerDataHelper*
+  // Storage outlives names: links keep working when a resource is replaced by name.
+  IntrusiveList<BufferNode> _bufferStorage;    // freed by Reset
+  IntrusiveList<CounterNode> _counterStorage;  // freed with the program
+  IntrusiveList<SamplerNode> _samplerStorage;  // freed by Reset; a single one by DeleteTexture, with its links
+  DataDictionary _buffers;                     // name -> BufferSlot*
+  DataDictionary _counters;                    // name -> AtomicUInt32*
+  DataDictionary _textures;                    // name -> TextureSamplerDataHelper*
   InternedId _activeKernelId;
   InternedId _noiseDataName;
   BaseArray<InternedId> _noiseModeNames;

@@ -113,7 +113,8 @@ Result<ParallelProgramCPUImpl::KernelEntry&> ParallelProgramCPUImpl::GetRunnable
   return entry;
 }
 
-// Counters are kept: kernels of other owners may still count there. So are the names made by Init.
+// What is kept: the noise names, so that the program needs no other Init, and the storage of the counters, whose
+// addresses are good as long as the program. The counters' names are forgotten.
 Result<void> ParallelProgramCPUImpl::Reset() {
   _kernels.Reset();
   _activeKernel = nullptr;

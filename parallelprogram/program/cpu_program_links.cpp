@@ -7,7 +7,8 @@ OSTRA_UNIT("parallelprogram_cpu_impl");
 namespace ostra {
 namespace {
 
-// Stores the buffer address held by `data`, after checking that it is one.
+// Stores the buffer address held by `data`, after checking that it is one. What it points to is looked at by those who
+// use the link: a place that holds no array is no buffer to them.
 Result<void> SetLink(DataDictionary& table, const InternedId& attr, const Data& data) {
   OSTRA_RETURN_IF_ERROR(data.Get<BufferSlot*>());
   return table.SetData(attr, data);

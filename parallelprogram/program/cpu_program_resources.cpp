@@ -74,9 +74,9 @@ Result<void> ParallelProgramCPUImpl::HandOverBuffers(KernelEntry& entry) {
   Int index = 0;
   for (const auto& [name, value] : entry.bufferLinks) {
     OSTRA_ASSIGN_OR_RETURN(BufferSlot* const& slot, value.Get<BufferSlot*>());
-    if (!slot || slot->GetCount() == 0) return OSTRA_ILLEGAL_STATE("stored data block has size 0");
     Block<Generic>& block = entry.bufferBlocks[index++];
-    block = slot->GetFirstBlock();
+    block = slot ? slot->GetFirstBlock() : Block<Generic>();
+    if (block.GetCount() < 1) return OSTRA_ILLEGAL_STATE("stored data block has size 0");
     OSTRA_RETURN_IF_ERROR(entry.kernel->Set(name.ToCString(), &block));
   }
   return OK;

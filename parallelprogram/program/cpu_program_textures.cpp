@@ -14,15 +14,13 @@ TextureSamplerDataHelper* FindSampler(const DataDictionary& table, const Interne
   return sampler ? *sampler : nullptr;
 }
 
-// Takes every link to `sampler` out of `links`, whatever its name.
-Result<void> EraseLinks(DataDictionary& links, const TextureSamplerDataHelper* sampler) {
-  BaseArray<InternedId> names;
-  for (const auto& [name, value] : links) {
-    TextureSamplerDataHelper* const* linked = value.GetIf<TextureSamplerDataHelper*>();
-    if (linked && *linked == sampler) OSTRA_RETURN_IF_ERROR(names.Append(name));
+// A link to `sampler`, whatever its name; null when there is none.
+const DataDictionary::Entry* FindLink(const DataDictionary& links, const TextureSamplerDataHelper* sampler) {
+  for (const DataDictionary::Entry& link : links) {
+    TextureSamplerDataHelper* const* linked = link.value.GetIf<TextureSamplerDataHelper*>();
+    if (linked && *linked == sampler) return &link;
   }
-  for (const InternedId& name : names) OSTRA_RETURN_IF_ERROR(links.EraseData(name));
-  return OK;
+  return nullptr;
 }
 
 // A kernel parameter is given as a sampler object of its own type, or as what all of them have in common: anything else
@@ -85,10 +83,19 @@ Result<void> ParallelProgramCPUImpl::SwapTextures(const InternedId& textureOne, 
 }
 
 Result<void> ParallelProgramCPUImpl::DeleteTexture(const InternedId& textureId, Bool) {
-  if (!_textures.Contains(textureId)) return OK;
   const TextureSamplerDataHelper* sampler = FindSampler(_textures, textureId);
-  for (auto& [id, entry] : _kernels) OSTRA_RETURN_IF_ERROR(EraseLinks(entry.textureLinks, sampler));
+  if (!sampler) return OK;
+  // Setting a link to what it is gives its kernel a table of its own. Erasing then takes no memory, so the texture goes
+  // from everywhere or, when memory is exhausted, from nowhere.
+  for (auto& [id, entry] : _kernels) {
+    if (const DataDictionary::Entry* link = FindLink(entry.textureLinks, sampler))
+      OSTRA_RETURN_IF_ERROR(entry.textureLinks.SetData(link->key, Data(link->value)));
+  }
   OSTRA_RETURN_IF_ERROR(_textures.EraseData(textureId));
+  for (auto& [id, entry] : _kernels) {
+    while (const DataDictionary::Entry* link = FindLink(entry.textureLinks, sampler))
+      OSTRA_RETURN_IF_ERROR(entry.textureLinks.EraseData(link->key));
+  }
   SamplerNode* node = _samplerStorage.GetFirst();
   while (node && &node->sampler != sampler) node = node->GetNext();
   if (node) _samplerStorage.Free(node);
