@@ -35,6 +35,7 @@ constexpr Workload kWorkloads[] = {
     {"tex2d_srgb8_coherent", &bench::RunTextures},
     {"tex2d_srgb8_random", &bench::RunTextures},
     {"decode", &bench::RunDecode},
+    {"translate", &bench::RunTranslate},
 };
 
 ostra::Result<void> EnterKernels(ostra::ModuleDescriptor& module) {

@@ -15,5 +15,7 @@ bool RunDispatch(const Options& options);
 bool RunTextures(const Options& options);
 // An encoded container beside libcrypto's own calls.
 bool RunDecode(const Options& options);
+// A kernel file with three headers through the shader parser.
+bool RunTranslate(const Options& options);
 
 }  // namespace bench
