@@ -39,10 +39,58 @@ Bool ResolveNearest(Float32 coordinate, UInt32 extent, UInt32 mode, UInt32& inde
   return true;
 }
 
+namespace {
+
+Float4 Select(Int4 mask, Float4 a, Float4 b) {
+  return reinterpret_cast<Float4>((mask & reinterpret_cast<Int4>(a)) | (~mask & reinterpret_cast<Int4>(b)));
+}
+
+// The axes with a wrap mode.
+Int4 FindAxes(UInt32 flags, TextureWrapMode mode) {
+  const UInt32 number = static_cast<UInt32>(mode);
+  const UInt4 modes = UInt4{flags, flags, flags, flags} & UInt4{3, 3 << 2, 3 << 4, 0};
+  return reinterpret_cast<Int4>(modes == UInt4{number, number << 2, number << 4, 0});
+}
+
+// All axes at once, for positions less than one extent outside: remainders are then a sum or a difference, without
+// rounding but for that of the sum. False for others, and for what is no number.
+template <Int kDimensions>
+Bool FindNeighboursNearby(Float4 position, Float4 extent, UInt32 flags, Neighbours& neighbours, Borders& borders) {
+  constexpr Float32 kLargest = 268435456.0f;  // doubled, it fits into an integer
+  const Float4 next = position + Broadcast(1.0f);
+  if (!AreAllSet<kDimensions>((position > -extent) & (next < extent + extent) & (extent <= Broadcast(kLargest))))
+    return false;
+  const Int4 isRepeated = FindAxes(flags, TextureWrapMode::REPEAT);
+  const Int4 isClamped = FindAxes(flags, TextureWrapMode::CLAMP);
+  const Int4 hasBorder = FindAxes(flags, TextureWrapMode::BORDER);
+  const auto resolve = [&](Float4 place, UInt32& border) {
+    const Int4 isBelow = place < Broadcast(0.0f);
+    const Int4 isOutside = isBelow | (place >= extent);
+    const Float4 repeated = Select(isBelow, extent + place, place - extent);
+    const Float4 clamped = Select(isBelow, Broadcast(0.0f), extent + Broadcast(-1.0f));
+    border = GetBits<kDimensions>(isOutside & hasBorder);
+    const Float4 wrapped = Select(isOutside & isRepeated, repeated, Select(isOutside & isClamped, clamped, place));
+    return reinterpret_cast<UInt4>(__builtin_convertvector(wrapped, Int4));
+  };
+  neighbours.first = resolve(position, borders.axes[0]);
+  neighbours.second = resolve(next, borders.axes[1]);
+  const Float4 whole = __builtin_convertvector(__builtin_convertvector(position, Int4), Float4);
+  neighbours.weight = position - Select(whole > position, whole - Broadcast(1.0f), whole);
+  return true;
+}
+
+}  // namespace
+
 template <Int kDimensions>
 Borders FindNeighbours(const Float32* coordinates, const SamplingData& data, Neighbours& neighbours) {
   const UInt32 flags = data._flags._bits;
   Borders borders = {};
+  const UInt4 size = LoadLanes<kDimensions, UInt4>(&data._dimensions.x);
+  // As in Sample, extents from 2^31 on become negative and nothing is near.
+  const Float4 extents = __builtin_convertvector(reinterpret_cast<Int4>(size), Float4);
+  Float4 place = LoadLanes<kDimensions, Float4>(coordinates);
+  if (flags >= PackedTextureFlags::kNormalizedCoordinates) place = place * extents;
+  if (FindNeighboursNearby<kDimensions>(place + Broadcast(-0.5f), extents, flags, neighbours, borders)) return borders;
   neighbours.first = neighbours.second = UInt4{};
   neighbours.weight = Float4{};
   for (Int i = 0; i < kDimensions; ++i) {

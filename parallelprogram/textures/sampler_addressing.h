@@ -1,5 +1,8 @@
 // Which texels a lookup reads. Coordinates inside the texture are answered inline; the rest goes through functions that
 // do not depend on the texel format.
+//
+// What the common way needs is inlined by force: with hundreds of callers compilers would rather call it, and pass
+// vectors through memory.
 #pragma once
 
 #include "parallelprogram/textures/sampling_data.h"
@@ -8,13 +11,15 @@
 #include <emmintrin.h>
 #endif
 
+#define OSTRA_SAMPLER_INLINE [[gnu::always_inline]] inline
+
 namespace ostra::sampler {
 
 using Float4 = Float32 __attribute__((vector_size(16)));
 using Int4 = Int32 __attribute__((vector_size(16)));
 using UInt4 = UInt32 __attribute__((vector_size(16)));
 
-inline Float4 Broadcast(Float32 value) { return Float4{value, value, value, value}; }
+OSTRA_SAMPLER_INLINE Float4 Broadcast(Float32 value) { return Float4{value, value, value, value}; }
 
 // The low 32 bits of `value` truncated to 64 bits; 0 for NaN and beyond 64 bits.
 inline UInt32 TruncateToIndex(Float32 value) {
@@ -29,7 +34,7 @@ inline UInt32 TruncateToIndex(Float32 value) {
 
 // The first values of an array, followed by zeros.
 template <Int kCount, class Lanes, class T>
-inline Lanes LoadLanes(const T* values) {
+OSTRA_SAMPLER_INLINE Lanes LoadLanes(const T* values) {
   if constexpr (kCount == 1)
     return Lanes{values[0]};
   else if constexpr (kCount == 2)
@@ -38,22 +43,29 @@ inline Lanes LoadLanes(const T* values) {
     return Lanes{values[0], values[1], values[2]};
 }
 
+// A bit for each of the first `kCount` comparisons that holds.
+template <Int kCount>
+OSTRA_SAMPLER_INLINE UInt32 GetBits(Int4 comparisons) {
+  constexpr UInt32 kMask = (1u << kCount) - 1;
+#if defined(__SSE2__)
+  return static_cast<UInt32>(_mm_movemask_ps(reinterpret_cast<__m128>(comparisons))) & kMask;
+#else
+  UInt32 bits = 0;
+  for (Int i = 0; i < kCount; ++i) bits |= static_cast<UInt32>(comparisons[i] != 0) << i;
+  return bits & kMask;
+#endif
+}
+
 // Whether the first `kCount` comparisons hold.
 template <Int kCount>
-inline Bool AreAllSet(Int4 comparisons) {
-  constexpr int kMask = (1 << kCount) - 1;
-#if defined(__SSE2__)
-  return (_mm_movemask_ps(reinterpret_cast<__m128>(comparisons)) & kMask) == kMask;
-#else
-  Bool result = true;
-  for (Int i = 0; i < kCount; ++i) result &= comparisons[i] != 0;
-  return result;
-#endif
+OSTRA_SAMPLER_INLINE Bool AreAllSet(Int4 comparisons) {
+  return GetBits<kCount>(comparisons) == (1u << kCount) - 1;
 }
 
 // The number of the texel at `index` (one per dimension) in a layer. Like the numbers of all texels, it has 32 bits.
 template <Int kDimensions>
-inline UInt32 GetTexelNumber(const UInt32 (&index)[kDimensions], UInt32 layer, const Vec3<UInt32>& extent) {
+OSTRA_SAMPLER_INLINE UInt32 GetTexelNumber(const UInt32 (&index)[kDimensions], UInt32 layer,
+                                           const Vec3<UInt32>& extent) {
   if constexpr (kDimensions == 1)
     return extent.x * layer + index[0];
   else if constexpr (kDimensions == 2)
@@ -73,7 +85,7 @@ struct Neighbours {
 
   // The number of the neighbour that is the second one along the axes whose bit is set.
   template <Int kDimensions>
-  UInt32 GetTexelNumber(UInt32 corner, UInt32 layer, const Vec3<UInt32>& extent) const {
+  OSTRA_SAMPLER_INLINE UInt32 GetTexelNumber(UInt32 corner, UInt32 layer, const Vec3<UInt32>& extent) const {
     const auto select = [&](int axis) { return (corner >> axis & 1 ? second : first)[axis]; };
     if constexpr (kDimensions == 1)
       return sampler::GetTexelNumber<1>({select(0)}, layer, extent);
@@ -96,7 +108,7 @@ Borders FindNeighbours(const Float32* coordinates, const SamplingData& data, Nei
 // The same when all neighbours are inside. `position` is in texels, half a texel less than where it points. False when
 // one is outside.
 template <Int kDimensions>
-inline Bool FindNeighboursInside(Float4 position, Float4 extent, Neighbours& neighbours) {
+OSTRA_SAMPLER_INLINE Bool FindNeighboursInside(Float4 position, Float4 extent, Neighbours& neighbours) {
   const Float4 next = position + Broadcast(1.0f);
   if (!AreAllSet<kDimensions>((position >= Broadcast(0.0f)) & (next < extent))) return false;
   const Int4 first = __builtin_convertvector(position, Int4);

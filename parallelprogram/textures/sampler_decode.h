@@ -14,8 +14,8 @@ namespace ostra::sampler {
 template <Int kChannels>
 using Value = std::conditional_t<kChannels == 1, Float32, Float4>;
 
-inline Float32 Lerp(Float32 a, Float32 b, Float32 weight) { return (b - a) * weight + a; }
-inline Float4 Lerp(Float4 a, Float4 b, Float32 weight) { return (b - a) * Broadcast(weight) + a; }
+OSTRA_SAMPLER_INLINE Float32 Lerp(Float32 a, Float32 b, Float32 weight) { return (b - a) * weight + a; }
+OSTRA_SAMPLER_INLINE Float4 Lerp(Float4 a, Float4 b, Float32 weight) { return (b - a) * Broadcast(weight) + a; }
 
 // Writes the first channels of `value`.
 template <Int kChannels>
@@ -92,9 +92,11 @@ inline T Normalize(T value) {
 // takes longer than a call, and there are many callers.
 Float32 DecodeSrgb(Float32 value);
 
-// What the 8-bit formats decode to with the sRGB curve, by signedness, normalization and byte: powf is slow.
+// What the 8-bit formats decode to with the sRGB curve, by signedness, normalization and byte: powf is slow. The value
+// stands at kMiddle with zeros around it, so that four floats that begin earlier have it in a later lane.
 struct SrgbTables {
-  Float32 values[2][2][256];
+  static constexpr Int kMiddle = 3;
+  alignas(32) Float32 values[2][2][256][8];
 };
 [[gnu::visibility("hidden")]] extern SrgbTables g_srgbTables;  // read without a detour
 // Fills the tables; called before a function that reads them is handed out.
@@ -112,7 +114,7 @@ struct Decoder {
   // One element.
   static Float32 LoadElement(const Byte* element) {
     if constexpr (kIsSrgb && kIsByte) {
-      return g_srgbTables.values[std::is_signed_v<Element>][kIsNormalized][*element];
+      return GetSrgbEntry(*element)[SrgbTables::kMiddle];
     } else {
       Float32 value = static_cast<Float32>(Read<Element>(element));
       if constexpr (kIsNormalized && !kIsFloat) value = Normalize<kFormat>(value);
@@ -134,6 +136,7 @@ struct Decoder {
     } else if constexpr (kCount == 4 && !kIsSrgb && sizeof(Element) < 4) {
       return LoadFour(texel);
     } else {
+      if constexpr (kIsSrgb && kIsByte) return LoadSrgb<kCount>(texel);
       constexpr Int kSize = static_cast<Int>(sizeof(Element));
       const auto load = [texel](Int i) { return LoadElement(texel + i * kSize); };
       if constexpr (kCount == 1)
@@ -154,6 +157,28 @@ struct Decoder {
   }
 
  private:
+  static const Float32* GetSrgbEntry(Byte byte) {
+    return g_srgbTables.values[std::is_signed_v<Element>][kIsNormalized][byte];
+  }
+
+  // The lanes are joined by their bits, because the others are zero.
+  template <Int kCount>
+  OSTRA_SAMPLER_INLINE static Float4 LoadSrgb(const Byte* texel) {
+    const auto load = [](UInt32 byte, Int lane) {
+      return reinterpret_cast<UInt4>(Read<Float4>(
+          reinterpret_cast<const Byte*>(GetSrgbEntry(static_cast<Byte>(byte)) + SrgbTables::kMiddle - lane)));
+    };
+    if constexpr (kCount == 4) {
+      const UInt32 bytes = Read<UInt32>(texel);  // little-endian
+      return reinterpret_cast<Float4>((load(bytes & 255, 0) | load(bytes >> 8 & 255, 1)) |
+                                      (load(bytes >> 16 & 255, 2) | load(bytes >> 24, 3)));
+    } else {
+      UInt4 value = load(texel[0], 0);
+      for (Int i = 1; i < kCount; ++i) value |= load(texel[i], i);
+      return reinterpret_cast<Float4>(value);
+    }
+  }
+
   static Float4 LoadFour(const Byte* texel) {
     Element elements[4];
     std::memcpy(elements, texel, sizeof(elements));

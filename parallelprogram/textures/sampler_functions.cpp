@@ -9,13 +9,13 @@ SrgbTables g_srgbTables;
 namespace {
 
 template <TextureFormat kFormat>
-void FillSrgbTable(Float32 (&tables)[2][256]) {
+void FillSrgbTable(Float32 (&tables)[2][256][8]) {
   using Element = typename ElementOf<kFormat>::Type;
   for (Int i = 0; i < 256; ++i) {
     const Byte byte = static_cast<Byte>(i);
     const Float32 value = static_cast<Float32>(Read<Element>(&byte));
-    tables[false][i] = DecodeSrgb(value);
-    tables[true][i] = DecodeSrgb(Normalize<kFormat>(value));
+    tables[false][i][SrgbTables::kMiddle] = DecodeSrgb(value);
+    tables[true][i][SrgbTables::kMiddle] = DecodeSrgb(Normalize<kFormat>(value));
   }
 }
 
@@ -75,7 +75,11 @@ void BlendWithBorder(Float32* result, const Neighbours& neighbours, const Border
     decode(value, GetTexel(data, neighbours.GetTexelNumber<kDimensions>(corner, layer, data._dimensions), stride));
     return Read<Float4>(reinterpret_cast<const Byte*>(value));
   };
-  const Float4 value = Blend<kDimensions>(neighbours, load);
+  // Where all neighbours along an axis are the border, all corners are.
+  const Bool isBorder = (borders.axes[0] & borders.axes[1]) != 0;
+  const Float4 border = GetBorder(data);
+  const Float4 value = isBorder ? Blend<kDimensions>(neighbours, [border](UInt32) { return border; })
+                                : Blend<kDimensions>(neighbours, load);
   std::memcpy(result, &value, sizeof(value));
 }
 

@@ -8,7 +8,7 @@ namespace ostra::sampler {
 
 // Blends the corners along x, then y, then z. `load` gives the value of a corner.
 template <Int kDimensions, class Load>
-inline auto Blend(const Neighbours& neighbours, const Load& load) {
+OSTRA_SAMPLER_INLINE auto Blend(const Neighbours& neighbours, const Load& load) {
   const auto along = [&](UInt32 corner) { return Lerp(load(corner), load(corner + 1), neighbours.weight[0]); };
   if constexpr (kDimensions == 1) {
     return along(0);
@@ -22,7 +22,7 @@ inline auto Blend(const Neighbours& neighbours, const Load& load) {
 }
 
 // Volumes of one channel: the four pairs along x are blended at once.
-inline Float32 BlendVolume(const Neighbours& neighbours, Float4 first, Float4 second) {
+OSTRA_SAMPLER_INLINE Float32 BlendVolume(const Neighbours& neighbours, Float4 first, Float4 second) {
   const Float4 rows = Lerp(first, second, neighbours.weight[0]);
   const Float32 front = Lerp(rows[0], rows[1], neighbours.weight[1]);
   const Float32 back = Lerp(rows[2], rows[3], neighbours.weight[1]);
@@ -38,7 +38,7 @@ void BlendWithBorder(Float32* result, const Neighbours& neighbours, const Border
 template <Int kDimensions>
 const Byte* FindOutside(const Int32* coordinates, UInt32 layer, const SamplingData& data, Int stride);
 
-inline const Byte* GetTexel(const SamplingData& data, UInt32 number, Int stride) {
+OSTRA_SAMPLER_INLINE const Byte* GetTexel(const SamplingData& data, UInt32 number, Int stride) {
   return data._texels + Int{number} * stride;
 }
 
@@ -88,8 +88,7 @@ void SampleNearest(Float32* result, const Float32* coordinates, UInt32 layer, co
 
 // Blends the texels around a place that are all inside the texture (or repeated into it).
 template <Int kDimensions, Int kOutputs, class TexelDecoder>
-[[gnu::always_inline]] inline Value<kOutputs> BlendTexels(const Neighbours& neighbours, UInt32 layer,
-                                                          const SamplingData& data) {
+OSTRA_SAMPLER_INLINE Value<kOutputs> BlendTexels(const Neighbours& neighbours, UInt32 layer, const SamplingData& data) {
   const auto getTexel = [&](UInt32 corner) {
     return GetTexel(data, neighbours.GetTexelNumber<kDimensions>(corner, layer, data._dimensions),
                     TexelDecoder::kStride);
@@ -111,6 +110,27 @@ template <Int kDimensions, Int kOutputs, class TexelDecoder>
   }
 }
 
+// A lookup that is not linear, or not inside. Apart from the common way, which then needs no memory for its own use.
+template <Int kDimensions, Int kOutputs, class TexelDecoder>
+[[gnu::noinline]] void* SampleOutside(void* result, const Float32* coordinates, UInt32 layer,
+                                      const SamplingData* data) {
+  Float32 shared[4];
+  const Bool isLinear = (data->_flags._bits & PackedTextureFlags::kFilterMask) == PackedTextureFlags::kLinearFilter;
+  if (!isLinear) {
+    SampleNearest<kDimensions>(shared, coordinates, layer, *data, TexelDecoder::kStride, &TexelDecoder::Decode);
+    return std::memcpy(result, shared, kOutputs * sizeof(Float32));
+  }
+  Neighbours neighbours;
+  const Borders borders = FindNeighbours<kDimensions>(coordinates, *data, neighbours);
+  if ((borders.axes[0] | borders.axes[1]) != 0) {
+    BlendWithBorder<kDimensions>(shared, neighbours, borders, layer, *data, TexelDecoder::kStride,
+                                 &TexelDecoder::Decode);
+    return std::memcpy(result, shared, kOutputs * sizeof(Float32));
+  }
+  Store<kOutputs>(result, BlendTexels<kDimensions, kOutputs, TexelDecoder>(neighbours, layer, *data));
+  return result;
+}
+
 template <Int kDimensions, Int kOutputs, class TexelDecoder>
 void* Sample(void* result, const Float32* coordinates, UInt32 layer, const SamplingData* data) {
   const UInt32 flags = data->_flags._bits;
@@ -121,20 +141,8 @@ void* Sample(void* result, const Float32* coordinates, UInt32 layer, const Sampl
   if (flags >= PackedTextureFlags::kNormalizedCoordinates) position = position * extent;
   const Bool isLinear = (flags & PackedTextureFlags::kFilterMask) == PackedTextureFlags::kLinearFilter;
   Neighbours neighbours;
-  if (!isLinear || !FindNeighboursInside<kDimensions>(position + Broadcast(-0.5f), extent, neighbours)) [[unlikely]] {
-    Float32 shared[4];
-    if (!isLinear) {
-      SampleNearest<kDimensions>(shared, coordinates, layer, *data, TexelDecoder::kStride, &TexelDecoder::Decode);
-      return std::memcpy(result, shared, kOutputs * sizeof(Float32));
-    }
-    Neighbours found;
-    const Borders borders = FindNeighbours<kDimensions>(coordinates, *data, found);
-    if ((borders.axes[0] | borders.axes[1]) != 0) {
-      BlendWithBorder<kDimensions>(shared, found, borders, layer, *data, TexelDecoder::kStride, &TexelDecoder::Decode);
-      return std::memcpy(result, shared, kOutputs * sizeof(Float32));
-    }
-    neighbours = found;
-  }
+  if (!isLinear || !FindNeighboursInside<kDimensions>(position + Broadcast(-0.5f), extent, neighbours)) [[unlikely]]
+    return SampleOutside<kDimensions, kOutputs, TexelDecoder>(result, coordinates, layer, data);
   Store<kOutputs>(result, BlendTexels<kDimensions, kOutputs, TexelDecoder>(neighbours, layer, *data));
   return result;
 }
