@@ -9,6 +9,7 @@ namespace {
 constinit std::atomic<Int> g_memoryLimit{0};
 constinit std::atomic<Int> g_stagingCapacity{0};
 constinit std::atomic<Int> g_rowAlignment{1};
+constinit std::atomic<bool> g_isDirect{true};
 
 }  // namespace
 
@@ -20,5 +21,8 @@ Int GetDrawportStagingCapacity() { return g_stagingCapacity; }
 
 void SetDrawportRowAlignment(Int bytes) { g_rowAlignment = std::max<Int>(bytes, 1); }
 Int GetDrawportRowAlignment() { return g_rowAlignment; }
+
+void SetDrawportDirectMapping(Bool isOn) { g_isDirect = isOn; }
+Bool GetDrawportDirectMapping() { return g_isDirect; }
 
 }  // namespace ostra

@@ -22,4 +22,9 @@ OSTRA_API Int GetDrawportStagingCapacity();
 OSTRA_API void SetDrawportRowAlignment(Int bytes);
 OSTRA_API Int GetDrawportRowAlignment();
 
+// False: device buffers that are made from now on are never read and written by the host itself, even where it sees
+// their memory; all bytes go through staging memory. For tests of that way. Default: true.
+OSTRA_API void SetDrawportDirectMapping(Bool isOn);
+OSTRA_API Bool GetDrawportDirectMapping();
+
 }  // namespace ostra

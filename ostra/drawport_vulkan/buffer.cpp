@@ -1,5 +1,7 @@
 #include "ostra/drawport_vulkan/buffer.h"
 
+#include "ostra/drawport/settings.h"
+
 OSTRA_UNIT("drawport_vulkan");
 
 namespace ostra::vulkan {
@@ -41,6 +43,7 @@ Result<void> BufferResource::Init(Int bytes, MemoryUse use) {
   VkMemoryRequirements requirements;
   vkGetBufferMemoryRequirements(device, _buffer, &requirements);
   OSTRA_ASSIGN_OR_RETURN(_piece, GetDevice().GetMemory().Allocate(requirements, use, MemoryContent::Linear));
+  if (use == MemoryUse::Device && !GetDrawportDirectMapping()) _piece.mapped = nullptr;
   return OSTRA_VULKAN(vkBindBufferMemory(device, _buffer, _piece.memory, static_cast<VkDeviceSize>(_piece.offset)));
 }
 

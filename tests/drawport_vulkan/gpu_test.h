@@ -30,7 +30,7 @@ inline void Take(Result<void> result) {
 }
 
 class GpuTest : public testing::Test {
- protected:
+ public:
   void SetUp() override {
     setenv("OSTRA_VULKAN_VALIDATION", "1", 1);
     setenv("OSTRA_GPU_CACHE", "off", 0);
@@ -51,6 +51,7 @@ class GpuTest : public testing::Test {
     SetDrawportMemoryLimit(0);
     SetDrawportStagingCapacity(0);
     SetDrawportRowAlignment(1);
+    SetDrawportDirectMapping(true);
     for (const std::string& line : diagnostics.GetLines())
       EXPECT_THAT(line, testing::Not(testing::StartsWith("Vulkan")));
   }
@@ -115,21 +116,6 @@ class GpuTest : public testing::Test {
     std::vector<T> values(bytes.size() / sizeof(T));
     MemCopy(values.data(), bytes.data(), static_cast<Int>(bytes.size()));
     return values;
-  }
-
-  // A program of the given builder and binder.
-  template <class Build, class Bind>
-  GpuComputeRef MakeProgram(Build build, Bind bind) {
-    auto compute = Take(CreateObject<GpuComputeInterface>(kGpuComputeClass));
-    GpuComputeCallbacks callbacks;
-    callbacks.hash = Take(Delegate<Result<void>(DrawportHashStream&)>::Create([](DrawportHashStream& stream) {
-      stream.Write(1);
-      return Result<void>(OK);
-    }));
-    callbacks.build = Take(DrawportProgramBuilder::Create(build));
-    callbacks.bind = Take(DrawportParameterBinder::Create(bind));
-    Take(compute->Init(_context, callbacks, {}));
-    return compute;
   }
 
   DiagnosticRecorder diagnostics;
