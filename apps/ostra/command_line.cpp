@@ -13,6 +13,7 @@
 #include "apps/ostra/output/standard_output.h"
 #include "apps/ostra/run/run_command.h"
 #include "apps/ostra/run/run_help.h"
+#include "apps/ostra/shader_command_line.h"
 #include "apps/ostra/tool_error.h"
 #include "apps/ostra/values/text.h"
 
@@ -188,12 +189,18 @@ int RunCommandLine(std::span<const char* const> arguments) {
   FileArguments encodeArguments, decodeArguments;
   CLI::App& encode = AddFileCommand(app, "encode", kEncodeSummary, kEncodeDetails, encodeArguments);
   CLI::App& decode = AddFileCommand(app, "decode", kDecodeSummary, kDecodeDetails, decodeArguments);
+  TranslateArguments translateArguments;
+  CheckArguments checkArguments;
+  CLI::App& translate = AddTranslateCommand(app, translateArguments);
+  CLI::App& check = AddCheckCommand(app, checkArguments);
   const auto rest = arguments.size() > 1 ? arguments.subspan(1) : arguments;
   const std::vector<Command> commands = {
       {&run, [&] { return RunKernel(runArguments, rest); }},
       {&info, [&] { return ShowInfo(isInfoJson, rest); }},
       {&encode, [&] { return ConvertFile(encodeArguments, &EncodeFile); }},
       {&decode, [&] { return ConvertFile(decodeArguments, &DecodeFile); }},
+      {&translate, [&] { return RunTranslate(translateArguments); }},
+      {&check, [&] { return RunCheck(checkArguments); }},
   };
   std::vector<std::string> names;
   for (const Command& command : commands) names.push_back(command.app->get_name());

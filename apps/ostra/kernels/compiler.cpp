@@ -21,18 +21,6 @@ namespace ostra::tool {
 
 namespace {
 
-// The file that would be run for `name`; empty when there is none.
-std::string FindProgram(const std::string& name) {
-  if (name.find('/') != std::string::npos) return access(name.c_str(), X_OK) == 0 ? name : std::string();
-  const char* path = std::getenv("PATH");
-  for (const std::string_view folder : SplitText(path ? path : "/usr/bin:/bin", ':')) {
-    std::string file(folder.empty() ? "." : folder);
-    file.append("/").append(name);
-    if (access(file.c_str(), X_OK) == 0) return file;
-  }
-  return {};
-}
-
 // Which file it is and when it was written: asking the program for its version would take longer than a cached run.
 std::string MakeStamp(const std::string& file) {
   char* real = realpath(file.c_str(), nullptr);
@@ -73,6 +61,17 @@ int Spawn(const std::vector<std::string>& command, int output, pid_t& process) {
 }
 
 }  // namespace
+
+std::string FindProgram(const std::string& name) {
+  if (name.find('/') != std::string::npos) return access(name.c_str(), X_OK) == 0 ? name : std::string();
+  const char* path = std::getenv("PATH");
+  for (const std::string_view folder : SplitText(path ? path : "/usr/bin:/bin", ':')) {
+    std::string file(folder.empty() ? "." : folder);
+    file.append("/").append(name);
+    if (access(file.c_str(), X_OK) == 0) return file;
+  }
+  return {};
+}
 
 Result<Compiler> FindCompiler() {
   const char* chosen = std::getenv("CXX");

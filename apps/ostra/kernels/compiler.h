@@ -8,6 +8,9 @@
 
 namespace ostra::tool {
 
+// The file that would be run for a program's name, looked for in PATH; empty when there is none.
+std::string FindProgram(const std::string& name);
+
 struct Compiler {
   std::vector<std::string> command;  // the program and arguments that always come first
   // Changes when another compiler, or another version of it, would be run.

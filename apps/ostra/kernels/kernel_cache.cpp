@@ -11,10 +11,10 @@
 #include "apps/ostra/kernels/cache_trim.h"
 #include "apps/ostra/kernels/compiler.h"
 #include "apps/ostra/kernels/dependencies.h"
+#include "apps/ostra/kernels/header_folder.h"
 #include "apps/ostra/kernels/kernel_source.h"
 #include "apps/ostra/output/progress.h"
 #include "ostra/core/format.h"
-#include "ostra/host.h"
 #include "ostra/io/file.h"
 
 OSTRA_UNIT("kernel_cache");
@@ -46,19 +46,6 @@ Result<fs::path> OpenCacheFolder(const std::string& chosen) {
     return OSTRA_ILLEGAL_STATE(
         "The folder @ for compiled kernels cannot be written; name another one with --cache-dir.", folder.native());
   return folder;
-}
-
-// The folder that kernels' #include lines start from: beside the host's library in a build, in the prefix once
-// installed.
-Result<std::string> FindHeaderFolder() {
-  OSTRA_ASSIGN_OR_RETURN(const String libraryFolder, Host::GetLibraryFolder());
-  fs::path folder = libraryFolder.GetView();
-  for (int level = 0; level < 3; ++level, folder = folder.parent_path()) {
-    const fs::path headers = folder / "include";
-    std::error_code code;
-    if (fs::exists(headers / "parallelprogram/program/kernel_language.h", code)) return headers.native();
-  }
-  return OSTRA_ILLEGAL_STATE("The headers that kernels are compiled with are not found near @.", libraryFolder);
 }
 
 std::vector<std::string> MakeFlags(const std::string& headerFolder, Bool isFast) {

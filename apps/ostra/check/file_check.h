@@ -1,0 +1,47 @@
+// The check of one file: lints, translation, assembly and compilation for each target.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "apps/ostra/check/findings.h"
+#include "apps/ostra/check/lints.h"
+#include "apps/ostra/check/metal_compiler.h"
+#include "apps/ostra/translate/translation.h"
+
+namespace ostra::tool {
+
+// A file for one target. Made in two steps: the first writes diagnostics and runs for one file at a time, the second
+// may run beside others.
+struct TargetCheck {
+  Id target;
+  Translation translation;
+  std::optional<ShaderRecords> records;
+  std::optional<AssembledShader> assembled;
+  Findings findings;
+};
+
+struct FileCheck {
+  std::string file;
+  String source;  // deciphered
+  Findings findings;
+  std::vector<TargetCheck> targets;
+};
+
+struct CheckOptions {
+  std::vector<std::string> files;
+  std::vector<Id> targets;
+  std::optional<std::string> templateArgument;
+  std::optional<Int32> multisampling;
+  // "original", "translated" or "assembled": texts to show; empty for none.
+  std::string shown;
+};
+
+// Reads, lints, translates and assembles. What is wrong is in the findings. Error: out of memory.
+Result<FileCheck> PrepareCheck(const CheckOptions& options, const std::string& file);
+
+// Compiles what was assembled; Metal text only with a compiler for it. Errors: those of running compilers.
+Result<void> CompileTarget(TargetCheck& check, const std::string& file, const MetalCompiler* metal);
+
+}  // namespace ostra::tool

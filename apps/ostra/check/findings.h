@@ -1,0 +1,45 @@
+// What `ostra check` has to say about files.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "ostra/core/types.h"
+
+namespace ostra::tool {
+
+enum class Severity { Warning, Error };
+
+struct Finding {
+  std::string file;
+  Int line = 0;  // 0: about the whole file
+  Severity severity = Severity::Error;
+  std::string text;
+};
+
+// A list without repetitions: what is wrong for all targets is said once.
+class Findings {
+ public:
+  void Add(Finding finding);
+  // A line that reads "file:line: error: text", as translator and compilers write them; anything else is an error about
+  // `file`.
+  void AddMessage(std::string_view message, std::string_view file);
+  void AddAll(const Findings& other);
+
+  const std::vector<Finding>& GetAll() const { return _findings; }
+  Int Count(Severity severity) const;
+  // By file in order of appearance, then by line.
+  void Sort();
+
+ private:
+  std::vector<Finding> _findings;
+};
+
+// The name in double quotes.
+std::string Quote(std::string_view name);
+
+// "file:line: error: text".
+std::string FormatFinding(const Finding& finding);
+
+}  // namespace ostra::tool

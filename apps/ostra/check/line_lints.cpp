@@ -1,0 +1,123 @@
+#include <algorithm>
+
+#include "apps/ostra/check/lints.h"
+
+namespace ostra::tool {
+
+namespace {
+
+// The translator replaces these words wherever their letters stand. TYPE is one only where there is a template
+// argument, which a lint cannot know: names that hold it are left alone unless the file uses the word itself.
+constexpr std::string_view kRuleWords[] = {
+    "CPU_CONSTREF", "CPU_PASS_BUFFER", "INOUT",  "GetAtomicCounter", "Sqrt",   "sqmat",
+    "MAKELOCAL",    "LOCALDATA",       "ATOMIC", "GROUPSHAREDMEM",   "matoff", "ONLY_USE_FIRST_MSAA_SAMPLE",
+};
+
+constexpr std::string_view kVectorTypes[] = {
+    "vec2", "vec3",  "vec4",  "float2", "float3", "float4",     "int2",     "int3",
+    "int4", "uint2", "uint3", "uint4",  "half2",  "Vector2d32", "Vector32", "Vector4d32",
+};
+
+class LineLinter {
+ public:
+  LineLinter(const LintedFile& file, Findings& findings) : _file(file), _findings(findings) {}
+
+  void Lint() {
+    for (const SourceLine& line : _file.lines) _usesType = _usesType || HasName(line.code, "TYPE");
+    for (const SourceLine& line : _file.lines) {
+      if (line.code.empty()) continue;
+      LintRuleWords(line);
+      LintArguments(line);
+      LintConstructors(line);
+      LintSwizzles(line);
+      LintWords(line);
+    }
+  }
+
+ private:
+  void Warn(const SourceLine& line, std::string text) {
+    _findings.Add({_file.name, line.number, Severity::Warning, std::move(text)});
+  }
+  void Fail(const SourceLine& line, std::string text) {
+    _findings.Add({_file.name, line.number, Severity::Error, std::move(text)});
+  }
+
+  void LintRuleWords(const SourceLine& line) {
+    ForEachName(line.code, [&](std::string_view name, std::size_t) {
+      for (const std::string_view word : kRuleWords) LintRuleWord(line, name, word);
+      if (_usesType) LintRuleWord(line, name, "TYPE");
+    });
+  }
+  void LintRuleWord(const SourceLine& line, std::string_view name, std::string_view word) {
+    if (name != word && name.find(word) != std::string_view::npos)
+      Warn(line, "the translator replaces \"" + std::string(word) + "\" inside the name \"" + std::string(name) + "\"");
+  }
+
+  // Macros whose arguments end at the first parenthesis.
+  void LintArguments(const SourceLine& line) {
+    for (const std::string_view word : {"LOCALDATA", "MAKELOCAL", "GROUPSHAREDMEM"}) {
+      std::string_view arguments;
+      if (!HasName(line.code, word) || !GetArguments(line.code, line.code.find(word), arguments)) continue;
+      if (arguments.find('(') != std::string_view::npos)
+        Fail(line, "the arguments of " + std::string(word) +
+                       " end at the first \")\": they cannot hold parentheses; give the value a name before");
+    }
+  }
+
+  void LintConstructors(const SourceLine& line) {
+    ForEachName(line.code, [&](std::string_view name, std::size_t at) {
+      if (std::find(std::begin(kVectorTypes), std::end(kVectorTypes), name) == std::end(kVectorTypes)) return;
+      const std::size_t next = at + name.size();
+      std::string_view arguments;
+      if (next >= line.code.size() || line.code[next] != '(' || !GetArguments(line.code, next, arguments)) return;
+      if (IsScalar(arguments))
+        Warn(line, "not every language makes a vector of one number: give " + std::string(name) +
+                       " all its components instead of \"" + std::string(arguments) + "\"");
+    });
+  }
+  // A number, or a component such as p.x.
+  static Bool IsScalar(std::string_view text) {
+    while (text.starts_with(' ') || text.starts_with('-')) text.remove_prefix(1);
+    if (text.empty() || text.find(',') != std::string_view::npos) return false;
+    if (text.front() >= '0' && text.front() <= '9')
+      return text.find_first_not_of("0123456789.eEfuxX+-") == std::string_view::npos;
+    const std::size_t dot = text.rfind('.');
+    return dot != std::string_view::npos && dot + 2 == text.size() &&
+           std::string_view("xyzw").find(text.back()) != std::string_view::npos &&
+           std::all_of(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(dot),
+                       [](char c) { return IsNameCharacter(c) || c == '.'; });
+  }
+
+  void LintSwizzles(const SourceLine& line) {
+    if (line.code.starts_with('#')) return;
+    ForEachName(line.code, [&](std::string_view name, std::size_t at) {
+      if (at == 0 || line.code[at - 1] != '.' || name.size() < 2 || name.size() > 4) return;
+      if (name.find_first_not_of("xyzw") == std::string_view::npos)
+        Fail(line, "\"." + std::string(name) + "\": vectors have no swizzles on the CPU; name the components");
+    });
+  }
+
+  void LintWords(const SourceLine& line) {
+    if (HasName(line.code, "matoff"))
+      Warn(line, "matoff is translated as text, with an unbalanced parenthesis: write MatrixOffset");
+    if (HasName(line.code, "CPU_PASS_BUFFER"))
+      Warn(line,
+           "buffers cannot be passed to functions on every GPU: read them in the kernel, or through a macro of the "
+           "header");
+    if (line.firstWord == "inline" && HasName(line.code, "ATOMIC"))
+      Warn(line, "ATOMIC is not translated in declarations; functions take no counters");
+    const std::size_t texel = line.code.find("GetFramebufferTexel(");
+    if (texel != std::string::npos && texel > 0 && line.code[texel - 1] != ' ' && !line.code.starts_with('#'))
+      Warn(line, "without a blank before it, GetFramebufferTexel is not translated for several samples per pixel");
+  }
+
+  const LintedFile& _file;
+  Findings& _findings;
+  Bool _usesType = false;
+};
+
+}  // namespace
+
+void LintLines(const LintedFile& file, Findings& findings) { LineLinter(file, findings).Lint(); }
+
+}  // namespace ostra::tool

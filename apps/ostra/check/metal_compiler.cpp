@@ -1,0 +1,123 @@
+#include "apps/ostra/check/metal_compiler.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <charconv>
+#include <cstring>
+#include <filesystem>
+#include <new>
+
+#include "apps/ostra/kernels/compiler.h"
+#include "apps/ostra/kernels/header_folder.h"
+#include "ostra/core/format.h"
+
+OSTRA_UNIT("metal_compiler");
+
+namespace ostra::tool {
+
+namespace {
+
+// A file with a text, gone at the end.
+class TextFile {
+ public:
+  static Result<TextFile> Create(std::string_view text) {
+    std::error_code code;
+    std::string name = (std::filesystem::temp_directory_path(code) / "ostra_check_XXXXXX").native();
+    const int file = mkstemp(name.data());
+    if (file < 0) return OSTRA_ILLEGAL_STATE("@ cannot be written: @.", name, std::strerror(errno));
+    TextFile result(name);
+    Bool isWritten = true;
+    while (!text.empty() && isWritten) {
+      const ssize_t count = write(file, text.data(), text.size());
+      isWritten = count > 0 || (count < 0 && errno == EINTR);
+      if (count > 0) text.remove_prefix(static_cast<std::size_t>(count));
+    }
+    const int reason = errno;
+    close(file);
+    if (!isWritten) return OSTRA_ILLEGAL_STATE("@ cannot be written: @.", name, std::strerror(reason));
+    return result;
+  }
+  TextFile(TextFile&& other) noexcept : _name(std::exchange(other._name, {})) {}
+  TextFile(const TextFile&) = delete;
+  TextFile& operator=(const TextFile&) = delete;
+  ~TextFile() {
+    if (!_name.empty()) unlink(_name.c_str());
+  }
+  const std::string& GetName() const { return _name; }
+
+ private:
+  explicit TextFile(std::string name) : _name(std::move(name)) {}
+  std::string _name;
+};
+
+Bool TakeNumber(std::string_view& text, Int& number) {
+  const auto [end, code] = std::from_chars(text.data(), text.data() + text.size(), number);
+  if (code != std::errc() || end == text.data() + text.size() || *end != ':') return false;
+  text.remove_prefix(static_cast<std::size_t>(end - text.data()) + 1);
+  return true;
+}
+
+ShaderMessage MakeMessage(Bool isError, Int line, std::string_view text) {
+  auto copy = String::Create(text);
+  if (!copy) throw std::bad_alloc();  // ends the tool, as everywhere in it
+  return {isError, line, std::move(*copy)};
+}
+
+}  // namespace
+
+Result<MetalCompiler> MetalCompiler::Find() {
+  OSTRA_ASSIGN_OR_RETURN(const std::string headers, FindHeaderFolder());
+  const std::string folder = headers + "/ostra/shadercompiler/metal";
+  std::error_code code;
+  if (!std::filesystem::exists(folder + "/metal_stdlib", code))
+    return OSTRA_ILLEGAL_STATE("The declarations that Metal text is compiled with are not in @.", folder);
+  std::string clang;
+  for (const char* name : {"clang++", "clang++-14", "clang"})
+    if (clang.empty()) clang = FindProgram(name);
+  if (clang.empty()) return OSTRA_ILLEGAL_STATE("There is no clang, which compiles Metal text to check it.");
+  MetalCompiler compiler;
+  compiler._command = {clang, "-x", "c++", "-std=c++14", "-fsyntax-only", "-nostdinc",
+                       // A number without a suffix is a float there.
+                       "-Xclang", "-cl-single-precision-constant",
+                       // Attributes say what the entry point's arguments are bound to.
+                       "-Wno-unknown-attributes", "-Wno-unknown-pragmas", "-fno-caret-diagnostics",
+                       "-fno-color-diagnostics", "-I" + folder};
+  return compiler;
+}
+
+Result<std::vector<ShaderMessage>> MetalCompiler::Compile(std::string_view text) const {
+  OSTRA_ASSIGN_OR_RETURN(const TextFile file, TextFile::Create(text));
+  std::vector<std::string> command = _command;
+  command.push_back(file.GetName());
+  OSTRA_ASSIGN_OR_RETURN(const CommandResult result, RunCommand(command));
+  std::vector<ShaderMessage> messages = ReadClangReport(result.output, file.GetName());
+  if (result.exitStatus != 0 && messages.empty())
+    return OSTRA_ILLEGAL_STATE("clang failed and said nothing about the text: @", result.output);
+  return messages;
+}
+
+std::vector<ShaderMessage> ReadClangReport(std::string_view report, std::string_view file) {
+  std::vector<ShaderMessage> messages;
+  while (!report.empty()) {
+    const std::size_t end = report.find('\n');
+    std::string_view line = report.substr(0, end);
+    report = end == std::string_view::npos ? std::string_view() : report.substr(end + 1);
+    Int number = 0, column = 0;
+    if (line.starts_with(file) && line.substr(file.size()).starts_with(':')) {
+      line.remove_prefix(file.size() + 1);
+      if (!TakeNumber(line, number) || !TakeNumber(line, column)) continue;
+    } else {
+      // In the stand-in itself: about no line of the text.
+      const std::size_t at = line.find(": error: ");
+      if (at == std::string_view::npos) continue;
+      line.remove_prefix(at + 1);
+    }
+    constexpr std::string_view kError = " error: ", kFatal = " fatal error: ", kWarning = " warning: ";
+    for (const std::string_view kind : {kError, kFatal, kWarning})
+      if (line.starts_with(kind)) messages.push_back(MakeMessage(kind != kWarning, number, line.substr(kind.size())));
+  }
+  return messages;
+}
+
+}  // namespace ostra::tool

@@ -1,0 +1,70 @@
+#include "apps/ostra/check/source_lines.h"
+
+#include "apps/ostra/values/text.h"
+
+namespace ostra::tool {
+
+namespace {
+
+std::string_view TrimLine(std::string_view line) {
+  if (line.ends_with('\r')) line.remove_suffix(1);
+  return TrimText(line);
+}
+
+// Blanks out comments; `isInside` says whether a comment is open at the end of the line before.
+std::string RemoveComments(std::string_view line, Bool& isInside) {
+  std::string code(line);
+  for (std::size_t at = 0; at < code.size(); ++at) {
+    if (isInside) {
+      const Bool isEnd = code.compare(at, 2, "*/") == 0;
+      code[at] = ' ';
+      if (isEnd) code[++at] = ' ';
+      isInside = !isEnd;
+    } else if (code.compare(at, 2, "//") == 0) {
+      code.resize(at);
+    } else if (code.compare(at, 2, "/*") == 0) {
+      code[at] = code[at + 1] = ' ';
+      ++at;
+      isInside = true;
+    }
+  }
+  return code;
+}
+
+}  // namespace
+
+std::vector<SourceLine> SplitSource(std::string_view source) {
+  std::vector<SourceLine> lines;
+  Bool isInside = false;
+  Int number = 0;
+  while (!source.empty()) {
+    const std::size_t end = source.find('\n');
+    const std::string_view text = TrimLine(source.substr(0, end));
+    source = end == std::string_view::npos ? std::string_view() : source.substr(end + 1);
+    lines.push_back(
+        {++number, std::string(text), RemoveComments(text, isInside), std::string(text.substr(0, text.find(' ')))});
+  }
+  return lines;
+}
+
+Bool HasName(std::string_view code, std::string_view name) {
+  Bool found = false;
+  ForEachName(code, [&](std::string_view known, std::size_t) { found = found || known == name; });
+  return found;
+}
+
+Bool GetArguments(std::string_view code, std::size_t position, std::string_view& arguments) {
+  const std::size_t open = code.find('(', position);
+  if (open == std::string_view::npos) return false;
+  Int depth = 0;
+  for (std::size_t at = open; at < code.size(); ++at) {
+    if (code[at] == '(') ++depth;
+    if (code[at] == ')' && --depth == 0) {
+      arguments = code.substr(open + 1, at - open - 1);
+      return true;
+    }
+  }
+  return false;
+}
+
+}  // namespace ostra::tool

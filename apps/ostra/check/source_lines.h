@@ -1,0 +1,47 @@
+// The lines of a source as lints look at them.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "ostra/core/types.h"
+
+namespace ostra::tool {
+
+struct SourceLine {
+  Int number = 0;         // from 1
+  std::string text;       // as written, without white space at both ends
+  std::string code;       // the same with comments replaced by blanks
+  std::string firstWord;  // of the text, up to the first blank
+};
+
+std::vector<SourceLine> SplitSource(std::string_view source);
+
+// A name in code: letters, digits and underscores.
+constexpr Bool IsNameCharacter(char c) {
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';
+}
+
+// Calls `use(name, position)` for every name in `code`; numbers such as 1u are none.
+template <class Use>
+void ForEachName(std::string_view code, Use&& use) {
+  for (std::size_t at = 0; at < code.size();) {
+    if (!IsNameCharacter(code[at])) {
+      ++at;
+      continue;
+    }
+    std::size_t end = at;
+    while (end < code.size() && IsNameCharacter(code[end])) ++end;
+    if (code[at] < '0' || code[at] > '9') use(code.substr(at, end - at), at);
+    at = end;
+  }
+}
+
+// Whether the name stands in the code, as a name of its own.
+Bool HasName(std::string_view code, std::string_view name);
+
+// The text between the parenthesis at or after `position` and its counterpart; false when there is none.
+Bool GetArguments(std::string_view code, std::size_t position, std::string_view& arguments);
+
+}  // namespace ostra::tool

@@ -1,0 +1,109 @@
+#include <algorithm>
+
+#include "apps/ostra/check/lints.h"
+#include "ostra/math/data_types.h"
+
+namespace ostra::tool {
+
+namespace {
+
+// The argument of a word such as SampleTexture(name, ...) or SampleTexture(UNIFORM(name), ...).
+std::string_view GetTextureName(std::string_view arguments) {
+  std::string_view name = arguments.substr(0, arguments.find(','));
+  std::string_view inner;
+  if (name.find("UNIFORM") != std::string_view::npos && GetArguments(name, 0, inner)) name = inner;
+  while (name.starts_with(' ')) name.remove_prefix(1);
+  while (name.ends_with(' ')) name.remove_suffix(1);
+  return name;
+}
+
+Bool IsPointTexture(const ShaderParser& parser, std::string_view name) {
+  for (const ShaderTextureEntry& texture : parser.GetTextureEntries())
+    if (texture.name == name) return !texture.linear;
+  return false;
+}
+
+// "*" beside what stands at `begin` up to `end`, which is then multiplied as a matrix.
+Bool IsFactor(std::string_view code, std::size_t begin, std::size_t end) {
+  while (begin > 0 && code[begin - 1] == ' ') --begin;
+  while (end < code.size() && code[end] == ' ') ++end;
+  return (begin > 0 && code[begin - 1] == '*') || (end < code.size() && code[end] == '*');
+}
+
+class UseLinter {
+ public:
+  UseLinter(const LintedFile& file, const ShaderParser& parser, Findings& findings)
+      : _file(file), _parser(parser), _findings(findings) {}
+
+  void Lint() {
+    for (const SourceLine& line : _file.lines) {
+      LintTextures(line);
+      CollectMatrices(line);
+      LintMatrices(line);
+    }
+  }
+
+ private:
+  void LintTextures(const SourceLine& line) {
+    ForEachName(line.code, [&](std::string_view name, std::size_t at) {
+      std::string_view arguments;
+      if ((name != "SampleTexture" && name != "SampleTextureLayer") || !GetArguments(line.code, at, arguments)) return;
+      const std::string_view texture = GetTextureName(arguments);
+      if (IsPointTexture(_parser, texture))
+        _findings.Add({_file.name, line.number, Severity::Error,
+                       Quote(texture) + " is a POINT texture, which has no filtered value: read it with "
+                                        "FetchTexture, or declare it with a LINEAR type"});
+    });
+  }
+
+  // Local variables of a matrix type. Names may be used for something else elsewhere; a warning is all that follows.
+  void CollectMatrices(const SourceLine& line) {
+    Bool isType = false;
+    ForEachName(line.code, [&](std::string_view name, std::size_t at) {
+      const std::size_t end = at + name.size();
+      if (isType && (end == line.code.size() || line.code[end] != '(')) _matrices.emplace_back(name);
+      isType = (name == "mat3" || name == "mat4" || name == "Matrix32" || name == "SquareMatrix32" ||
+                name == "SquareMatrix4d32" || name == "sqmat") &&
+               end < line.code.size() && line.code[end] == ' ';
+    });
+  }
+
+  void LintMatrices(const SourceLine& line) {
+    const auto warn = [&](std::string_view name) {
+      _findings.Add({_file.name, line.number, Severity::Warning,
+                     "languages disagree about \"*\" with the matrix \"" + std::string(name) + "\": write mul(m, v)"});
+    };
+    ForEachName(line.code, [&](std::string_view name, std::size_t at) {
+      std::size_t end = at + name.size();
+      if (name == "UNIFORM") {
+        std::string_view argument;
+        if (!GetArguments(line.code, at, argument) || !IsMatrixUniform(argument)) return;
+        end = static_cast<std::size_t>(argument.data() - line.code.data()) + argument.size() + 1;
+        if (IsFactor(line.code, at, end)) warn(argument);
+        return;
+      }
+      const Bool isMatrix = std::find(_matrices.begin(), _matrices.end(), name) != _matrices.end();
+      if (isMatrix && IsFactor(line.code, at, end)) warn(name);
+    });
+  }
+
+  Bool IsMatrixUniform(std::string_view name) const {
+    for (const ShaderInputEntry& input : _parser.GetInputEntries())
+      if (input.name == name)
+        return input.dataType == GetDataType<SquareMatrix32>() || input.dataType == GetDataType<SquareMatrix4d32>();
+    return false;
+  }
+
+  const LintedFile& _file;
+  const ShaderParser& _parser;
+  Findings& _findings;
+  std::vector<std::string> _matrices;
+};
+
+}  // namespace
+
+void LintUses(const LintedFile& file, const ShaderParser& parser, Findings& findings) {
+  UseLinter(file, parser, findings).Lint();
+}
+
+}  // namespace ostra::tool

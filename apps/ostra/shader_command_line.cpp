@@ -1,0 +1,94 @@
+#include "apps/ostra/shader_command_line.h"
+
+#include "apps/ostra/check/check_command.h"
+#include "apps/ostra/translate/translate_command.h"
+
+namespace ostra::tool {
+
+namespace {
+
+constexpr const char* kTranslateDetails =
+    "Shows the pieces that a kernel file or a stage file is cut into for one language, as a GPU program gets them.\n"
+    "\n"
+    "Example:\n"
+    "  ostra translate net.example.blur.krn --target METAL\n"
+    "\n"
+    "Exit status: 0 done, 1 failed, 2 wrong usage.\n";
+
+constexpr const char* kCheckDetails =
+    "Every file is translated for every target, assembled to a whole shader and compiled: GLSL and HLSL with glslang "
+    "(the\n"
+    "results are checked by SPIRV-Tools), Metal as C++ with clang. Messages name the lines of the files, headers "
+    "included.\n"
+    "Warnings tell what works on some devices only, or means something else there.\n"
+    "\n"
+    "Examples:\n"
+    "  ostra check kernels/*.krn\n"
+    "  ostra check net.example.blur.krn --target METAL --show assembled\n"
+    "\n"
+    "Exit status: 0 no errors, 1 errors or failed, 2 wrong usage.\n";
+
+const std::vector<std::string> kTargets = {"HLSL", "GLSL", "METAL"};
+
+template <class Arguments>
+void AddParserOptions(CLI::App& command, Arguments& arguments) {
+  command.add_option("--template-argument", arguments.templateArgument, "What takes the place of TYPE")
+      ->type_name("TEXT");
+  command.add_option("--multisampling", arguments.multisampling, "Samples per pixel of the framebuffer")
+      ->type_name("N")
+      ->check(CLI::Range(Int32(0), Int32(64)));
+}
+
+}  // namespace
+
+CLI::App& AddTranslateCommand(CLI::App& app, TranslateArguments& arguments) {
+  CLI::App& command = *app.add_subcommand("translate", "Show what becomes of a kernel file for a shading language");
+  command.footer(kTranslateDetails);
+  command.add_option("file", arguments.file, "The kernel file or stage file")->type_name("FILE")->required();
+  command.add_option("--target", arguments.target, "The language: HLSL, GLSL or METAL")
+      ->type_name("NAME")
+      ->required()
+      ->check(CLI::IsMember(kTargets));
+  AddParserOptions(command, arguments);
+  command.add_flag("--json", arguments.isJson, "Report as JSON");
+  return command;
+}
+
+Result<void> RunTranslate(const TranslateArguments& arguments) {
+  TranslationOptions options;
+  OSTRA_ASSIGN_OR_RETURN(options.file, Url::Create(arguments.file));
+  OSTRA_ASSIGN_OR_RETURN(options.target, Id::Create(arguments.target));
+  options.templateArgument = arguments.templateArgument;
+  options.multisampling = arguments.multisampling;
+  return ShowTranslation(options, arguments.isJson);
+}
+
+CLI::App& AddCheckCommand(CLI::App& app, CheckArguments& arguments) {
+  CLI::App& command = *app.add_subcommand("check", "Compile kernel files for every shading language");
+  command.footer(kCheckDetails);
+  command.add_option("files", arguments.files, "The kernel files and stage files")->type_name("FILE")->required();
+  command.add_option("--target", arguments.targets, "Only this language: HLSL, GLSL or METAL; may be repeated")
+      ->type_name("NAME")
+      ->allow_extra_args(false)
+      ->check(CLI::IsMember(kTargets));
+  command.add_option("--show", arguments.shown, "Write a text, too: original, translated or assembled")
+      ->type_name("TEXT")
+      ->check(CLI::IsMember({"original", "translated", "assembled"}));
+  AddParserOptions(command, arguments);
+  return command;
+}
+
+Result<void> RunCheck(const CheckArguments& arguments) {
+  CheckOptions options;
+  options.files = arguments.files;
+  for (const std::string& target : arguments.targets.empty() ? kTargets : arguments.targets) {
+    OSTRA_ASSIGN_OR_RETURN(Id id, Id::Create(target));
+    options.targets.push_back(std::move(id));
+  }
+  options.templateArgument = arguments.templateArgument;
+  options.multisampling = arguments.multisampling;
+  options.shown = arguments.shown;
+  return CheckFiles(options);
+}
+
+}  // namespace ostra::tool

@@ -1,0 +1,45 @@
+#include "apps/ostra/translate/translation.h"
+
+#include "ostra/core/diagnostics.h"
+#include "parallelprogram/shaderparser/function_definition.h"
+
+namespace ostra::tool {
+
+namespace {
+
+class DiagnosticRecorder final : public DiagnosticListener {
+ public:
+  void Notify(DiagnosticLevel, std::string_view text) override { lines.emplace_back(text); }
+  std::vector<std::string> lines;
+};
+
+Result<DataDictionary> MakeParserOptions(const TranslationOptions& options) {
+  DataDictionary dictionary;
+  if (options.templateArgument) {
+    OSTRA_ASSIGN_OR_RETURN(String argument, String::Create(*options.templateArgument));
+    OSTRA_RETURN_IF_ERROR(dictionary.Set(kShaderTemplateArgument, std::move(argument)));
+  }
+  if (options.multisampling) OSTRA_RETURN_IF_ERROR(dictionary.Set(kShaderMultisampling, Int32{*options.multisampling}));
+  return dictionary;
+}
+
+}  // namespace
+
+Result<Translation> Translate(const TranslationOptions& options) {
+  OSTRA_ASSIGN_OR_RETURN(const DataDictionary dictionary, MakeParserOptions(options));
+  Translation translation;
+  OSTRA_ASSIGN_OR_RETURN(translation.parser, ShaderParser::Create(options.target));
+  DiagnosticRecorder recorder;
+  translation.result = translation.parser->Init(options.file, dictionary, EndlessSource::Refuse);
+  translation.diagnostics = std::move(recorder.lines);
+  return translation;
+}
+
+Result<String> MakeFunctionDefinition(const ShaderParser& parser, const ShaderFunctionDefinition& function) {
+  OSTRA_ASSIGN_OR_RETURN(const CString text, CString::Create(function.declaration));
+  OSTRA_ASSIGN_OR_RETURN(const FunctionDeclaration declaration, ParseFunctionDeclaration(text));
+  OSTRA_ASSIGN_OR_RETURN(const InternedId language, InternedId::Create(parser.GetTargetLanguage().GetView()));
+  return BuildFunctionDefinition(language, declaration, function.body);
+}
+
+}  // namespace ostra::tool

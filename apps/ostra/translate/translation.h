@@ -1,0 +1,33 @@
+// One run of the translator on one file, with everything it said.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "parallelprogram/shaderparser/shader_parser.h"
+
+namespace ostra::tool {
+
+struct TranslationOptions {
+  Url file;
+  Id target;                                    // GLSL, HLSL or METAL
+  std::optional<std::string> templateArgument;  // what takes the place of TYPE
+  std::optional<Int32> multisampling;           // samples of the framebuffer
+};
+
+struct Translation {
+  StrongRef<ShaderParser> parser;
+  Result<void> result = OK;
+  std::vector<std::string> diagnostics;  // what the parse wrote to the host's diagnostic output, in order
+};
+
+// Translates the file; sources on which the translator would not end are refused. What goes wrong in the file is the
+// translation's own result. Error: out of memory.
+// Diagnostics are those of the whole process: one translation at a time.
+Result<Translation> Translate(const TranslationOptions& options);
+
+// A function as the target language needs it. Error: illegal argument for a declaration that cannot be taken apart.
+Result<String> MakeFunctionDefinition(const ShaderParser& parser, const ShaderFunctionDefinition& function);
+
+}  // namespace ostra::tool
