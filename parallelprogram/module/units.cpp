@@ -1,6 +1,8 @@
 #include "parallelprogram/module/units.h"
 
 #include "ostra/object/registration.h"
+#include "parallelprogram/gpu/gpu_program.h"
+#include "parallelprogram/gpu/parser_cache.h"
 #include "parallelprogram/module/configuration_variables.h"
 #include "parallelprogram/module/kernel_base_class.h"
 #include "parallelprogram/program/cpu_program.h"
@@ -43,7 +45,10 @@ Result<void> EnterCpuProgram(ModuleDescriptor& module) {
   return RegisterClass(module, program);
 }
 
-Result<void> EnterGpuProgram(ModuleDescriptor&) {
+Result<void> EnterGpuProgram(ModuleDescriptor& module) {
+  // First what can fail: nothing takes the variables back from a unit that was not entered.
+  OSTRA_ASSIGN_OR_RETURN(ClassRef program, CreateGpuProgramClass());
+  OSTRA_RETURN_IF_ERROR(RegisterClass(module, program));
   g_reloadKernelsParallelProgram =
       RegisterConfiguration("g_reloadKernelsParallelProgram", g_reloadKernelsParallelProgram, false, ConfigKind::Bool,
                             "enables reloading of kernel files from hd"_s);
@@ -55,6 +60,7 @@ Result<void> EnterGpuProgram(ModuleDescriptor&) {
 }
 
 void LeaveGpuProgram(ModuleDescriptor&) {
+  ResetParserCache();
   for (int i = 0; i < 3; ++i) g_configurationTable.RemoveLast();
 }
 

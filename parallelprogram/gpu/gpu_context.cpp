@@ -1,0 +1,21 @@
+#include "parallelprogram/gpu/gpu_context.h"
+
+OSTRA_UNIT("parallelprogram_gpu_impl");
+
+namespace ostra {
+
+Result<void> CheckHasContext(const GpuContextData& data) {
+  if (data.context && data.cache && data.drawport) return OK;
+  return OSTRA_ILLEGAL_STATE("The GPU program has no drawport context.");
+}
+
+Result<StagingBuffer> StagingBuffer::Create(const GpuContextData& data, Int bytes, DrawportStagingUse use) {
+  OSTRA_RETURN_IF_ERROR(CheckHasContext(data));
+  DrawportStagingOptions options;
+  options.bytes = bytes;
+  options.use = use;
+  OSTRA_ASSIGN_OR_RETURN(DrawportStagingBuffer * buffer, data.cache->AllocStagingBuffer(*data.context, options));
+  return StagingBuffer(&data.GetCommandList(), buffer);
+}
+
+}  // namespace ostra

@@ -1,0 +1,80 @@
+#include "parallelprogram/gpu/gpu_kernel.h"
+
+#include "ostra/core/format.h"
+#include "parallelprogram/program/shader_data_entries.h"
+
+OSTRA_UNIT("parallelprogram_gpu_impl");
+
+namespace ostra {
+
+Result<KernelDescription> DescribeKernel(const ParsedKernel& parsed) {
+  const ShaderParser& parser = *parsed.parser;
+  KernelDescription description;
+  const Vec3<Int32> size = parser.GetWorkGroupSize();
+  if (size.x < 1 || size.y < 1 || size.z < 1)
+    return OSTRA_ILLEGAL_ARGUMENT("A work group of @ x @ x @ invocations cannot run.", size.x, size.y, size.z);
+  description.workGroupSize = {static_cast<UInt32>(size.x), static_cast<UInt32>(size.y), static_cast<UInt32>(size.z)};
+  description.usesNoise = parser.GetNoiseCallCount() > 0;
+  description.stamp = parsed.stamp;
+  OSTRA_RETURN_IF_ERROR(description.files.CopyFrom(parser.GetFiles()));
+  for (const ShaderTextureEntry& texture : parser.GetTextureEntries()) {
+    OSTRA_ASSIGN_OR_RETURN(const InternedId name, InternedId::Create(texture.name));
+    OSTRA_RETURN_IF_ERROR(description.textures.Append(KernelDescription::Texture{name, !texture.readOnly}));
+  }
+  return description;
+}
+
+void GpuKernel::EndCompile(const Result<void>& result, Bool keepsProgram) {
+  const std::scoped_lock guard(lock);
+  compileError.reset();
+  if (result) {
+    state = CompileState::Ready;
+    return;
+  }
+  described.reset();
+  if (keepsProgram && state == CompileState::Ready) return;
+  state = CompileState::Failed;
+  compileError = result.GetError();
+}
+
+void GpuKernel::SetDescription(KernelDescription description) {
+  const std::scoped_lock guard(lock);
+  described = std::move(description);
+}
+
+Bool GpuKernel::HasDescription() const {
+  const std::scoped_lock guard(lock);
+  return described.has_value();
+}
+
+CompileState GpuKernel::GetState() const {
+  const std::scoped_lock guard(lock);
+  return state;
+}
+
+Result<void> GpuKernel::Settle() {
+  const std::scoped_lock guard(lock);
+  if (state != CompileState::Ready || !described) return OK;
+  for (const KernelDescription::Texture& texture : described->textures) {
+    TextureSamplerEntry entry;
+    entry._state = texture.isWritable ? TextureSamplerEntry::kWritable : 0;
+    // A link that was set while the kernel was compiled stays.
+    if (!textures.Contains(texture.name)) OSTRA_RETURN_IF_ERROR(textures.Set(texture.name, std::move(entry)));
+  }
+  workGroupSize = described->workGroupSize;
+  usesNoise = described->usesNoise;
+  stamp = described->stamp;
+  files = std::move(described->files);
+  described.reset();
+  return OK;
+}
+
+Result<void> GpuKernel::CheckCompiled() const {
+  const std::scoped_lock guard(lock);
+  if (state == CompileState::Ready) return OK;
+  if (compileError)
+    return OSTRA_ILLEGAL_STATE("The kernel \"@\" cannot run because it could not be compiled: @", id, *compileError);
+  return OSTRA_ILLEGAL_STATE("The kernel \"@\" cannot run because its compilation has not ended.", id);
+}
+
+}  // namespace ostra

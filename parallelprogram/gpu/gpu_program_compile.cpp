@@ -1,0 +1,181 @@
+// Compilation of kernels: the job, the callbacks that describe a program to the GPU layer, and reloading.
+#include "ostra/core/diagnostics.h"
+#include "parallelprogram/gpu/cache_keys.h"
+#include "parallelprogram/gpu/gpu_program_impl.h"
+#include "parallelprogram/module/configuration_variables.h"
+#include "parallelprogram/shaderassembly/assembly_records.h"
+
+OSTRA_UNIT("parallelprogram_gpu_impl");
+
+namespace ostra {
+namespace {
+
+constexpr DrawportStage kCompute = DrawportStage::Compute;
+
+constexpr DrawportFeature kRequiredFeatures[] = {DrawportFeature::ComputeShader, DrawportFeature::ShaderStorageBuffer,
+                                                 DrawportFeature::AtomicOperations, DrawportFeature::ImageLoadStore};
+
+struct NoiseFunctionUse {
+  Id id;
+  Int32 variant;
+};
+
+// In the order in which the GPU layer is given them. Sema comes twice: its second variant is a function of its own.
+constexpr NoiseFunctionUse kNoiseFunctions[] = {
+    {"net.ostra.drawport.noise.turbulence4d"_id, 0},
+    {"net.ostra.render.rendernoiseclass.gaseous"_id, 0},
+    {"net.ostra.render.rendernoiseclass.electric"_id, 0},
+    {"net.ostra.render.rendernoiseclass.box"_id, 0},
+    {"net.ostra.render.rendernoiseclass.blisteredturbulence"_id, 0},
+    {"net.ostra.render.rendernoiseclass.cranal"_id, 0},
+    {"net.ostra.render.rendernoiseclass.buya"_id, 0},
+    {"net.ostra.render.rendernoiseclass.dents"_id, 0},
+    {"net.ostra.render.rendernoiseclass.cell"_id, 0},
+    {"net.ostra.render.rendernoiseclass.displacedturbulence"_id, 0},
+    {"net.ostra.render.rendernoiseclass.hama"_id, 0},
+    {"net.ostra.render.rendernoiseclass.luka"_id, 0},
+    {"net.ostra.render.rendernoiseclass.mod"_id, 0},
+    {"net.ostra.render.rendernoiseclass.naki"_id, 0},
+    {"net.ostra.render.rendernoiseclass.nutous"_id, 0},
+    {"net.ostra.render.rendernoiseclass.ober"_id, 0},
+    {"net.ostra.render.rendernoiseclass.pezo"_id, 0},
+    {"net.ostra.render.rendernoiseclass.poxo"_id, 0},
+    {"net.ostra.render.rendernoiseclass.sema"_id, 0},
+    {"net.ostra.render.rendernoiseclass.stupl"_id, 0},
+    {"net.ostra.render.rendernoiseclass.vl"_id, 0},
+    {"net.ostra.render.rendernoiseclass.wavyturbulence"_id, 0},
+    {"net.ostra.render.rendernoiseclass.zada"_id, 0},
+    {"net.ostra.render.rendernoiseclass.sema"_id, 2},
+};
+
+Bool IsDeclared(const DrawportProgramDescription& program, const InternedId& name) {
+  for (const DrawportParameter& parameter : program.GetParameters())
+    if (parameter.stage == kCompute && parameter.name == name) return true;
+  return false;
+}
+
+// A kernel may declare the values of a noise itself.
+Result<void> AddNoiseUniform(DrawportProgramDescription& program, std::string_view pattern, Int number,
+                             DrawportShaderValueType type) {
+  OSTRA_ASSIGN_OR_RETURN(const InternedId name, InternedId::Create(pattern, number));
+  return IsDeclared(program, name) ? Result<void>(OK) : program.AddUniformParameter(kCompute, type, name);
+}
+
+Result<void> AddNoises(DrawportProgramDescription& program, Int tableCount) {
+  for (const NoiseFunctionUse& use : kNoiseFunctions)
+    OSTRA_RETURN_IF_ERROR(program.AddNoiseFunction(kCompute, use.id, use.variant));
+  for (Int i = 0; i < tableCount; ++i) {
+    OSTRA_RETURN_IF_ERROR(AddNoiseUniform(program, "noiseMode_@", i, DrawportShaderValueType::Int));
+    OSTRA_RETURN_IF_ERROR(AddNoiseUniform(program, "noiseSeed_@", i, DrawportShaderValueType::Int));
+    OSTRA_RETURN_IF_ERROR(AddNoiseUniform(program, "noiseData_@", i, DrawportShaderValueType::NoiseTable));
+  }
+  return OK;
+}
+
+UInt64 HashProgram(const GpuKernel& kernel) {
+  return AppendToKey(MixKey(kernel.fileName.GetHashCode()), MixKey(kernel.stamp));
+}
+
+}  // namespace
+
+Result<void> ParallelProgramGPUImpl::CompileKernel(const InternedId& kernelId, Bool wait) {
+  OSTRA_ASSIGN_OR_RETURN(const GpuKernelRef kernel, FindKernel(kernelId));
+  const auto compile = [&]() -> Result<void> {
+    OSTRA_ASSIGN_OR_RETURN(const GpuComputeCallbacks callbacks, MakeCallbacks(*kernel));
+    GpuComputeOptions options;
+    options.wait = wait;
+    OSTRA_RETURN_IF_ERROR(kernel->compute->Init(_current.context, callbacks, options));
+    const Job* job = GetCurrentJob();
+    if ((job && job->IsCancelled()) || kernel->HasDescription()) return OK;
+    // The program was there already, so nobody has asked for the sources.
+    OSTRA_ASSIGN_OR_RETURN(const ParsedKernel parsed, Parse(*kernel, kernel->file.GetHashCode()));
+    OSTRA_ASSIGN_OR_RETURN(KernelDescription description, DescribeKernel(parsed));
+    kernel->SetDescription(std::move(description));
+    return OK;
+  };
+  Result<void> result = compile();
+  kernel->EndCompile(result, false);
+  return result;
+}
+
+Result<GpuComputeCallbacks> ParallelProgramGPUImpl::MakeCallbacks(const GpuKernel& kernel) {
+  GpuComputeCallbacks callbacks;
+  const InternedId id = kernel.id;
+  OSTRA_ASSIGN_OR_RETURN(callbacks.hash, Delegate<Result<void>(DrawportHashStream&)>::Create(
+                                             [this, id](DrawportHashStream& stream) -> Result<void> {
+                                               OSTRA_ASSIGN_OR_RETURN(const GpuKernelRef found, FindKernel(id));
+                                               stream.Write(HashProgram(*found));
+                                               return OK;
+                                             }));
+  OSTRA_ASSIGN_OR_RETURN(
+      callbacks.bind,
+      DrawportParameterBinder::Create([this, id](DrawportProgramFactory& factory, DrawportParameterValueSet& values,
+                                                 Block<const DrawportParameter> parameters) {
+        return BindParameters(id, factory, values, parameters);
+      }));
+  OSTRA_ASSIGN_OR_RETURN(callbacks.build, DrawportProgramBuilder::Create(
+                                              [this, id, binder = callbacks.bind](DrawportProgramDescription& program) {
+                                                return BuildProgram(id, program, binder);
+                                              }));
+  return callbacks;
+}
+
+Result<void> ParallelProgramGPUImpl::BuildProgram(const InternedId& kernelId, DrawportProgramDescription& program,
+                                                  const DrawportParameterBinder& binder) {
+  OSTRA_RETURN_IF_ERROR(program.ReinitializeDrawportNoise(0));
+  OSTRA_RETURN_IF_ERROR(program.SetParameterInitializationHandler(binder, kernelId.GetHashCode()));
+  for (const DrawportFeature feature : kRequiredFeatures)
+    OSTRA_RETURN_IF_ERROR(program.AddRequiredFeature(kCompute, feature));
+
+  OSTRA_ASSIGN_OR_RETURN(const GpuKernelRef kernel, FindKernel(kernelId));
+  OSTRA_ASSIGN_OR_RETURN(const ParsedKernel parsed, Parse(*kernel, kernel->fileName.GetHashCode()));
+  OSTRA_ASSIGN_OR_RETURN(KernelDescription description, DescribeKernel(parsed));
+  OSTRA_ASSIGN_OR_RETURN(ShaderRecords records, MakeShaderRecords(*parsed.parser, kCompute));
+  for (ShaderTexture& texture : records.textures) {
+    OSTRA_ASSIGN_OR_RETURN(texture.format, FindStoredFormat(texture.format, _narrow));
+  }
+  const Int noiseTableCount = records.noiseTableCount;
+  OSTRA_RETURN_IF_ERROR(program.SetShaderRecords(std::move(records)));
+  if (description.usesNoise) OSTRA_RETURN_IF_ERROR(AddNoises(program, noiseTableCount));
+  const WorkGroupSize size = description.workGroupSize;
+  OSTRA_RETURN_IF_ERROR(program.SetComputeShaderProperties(size.x, size.y, size.z));
+  kernel->SetDescription(std::move(description));
+  return program.SetDebugLabel(kernelId.GetView());
+}
+
+Result<ParsedKernel> ParallelProgramGPUImpl::Parse(const GpuKernel& kernel, UInt64 hash) {
+  KernelSource source;
+  source.file = kernel.file;
+  source.templateArgument = kernel.templateArgument;
+  if (_current.drawport) source.language = _current.drawport->GetShadingLanguage();
+  source.key = MakeParserKey(hash, kernel.id.GetHashCode(), kernel.stamp);
+  return ParseKernel(source, _parserLock);
+}
+
+// Looks at every kernel, not only at the active one. The stamp is kept before the program is rebuilt: a source that
+// does not compile is reported once, and looked at again when it has changed again.
+Result<void> ParallelProgramGPUImpl::ReloadChangedKernels() {
+  if (!g_reloadKernelsParallelProgram) return OK;
+  OSTRA_ASSIGN_OR_RETURN(const BaseArray<GpuKernelRef> kernels, GetKernels());
+  for (const GpuKernelRef& kernel : kernels) {
+    const CompileState state = kernel->GetState();
+    if (state != CompileState::Ready && state != CompileState::Failed) continue;
+    OSTRA_RETURN_IF_ERROR(kernel->Settle());
+    OSTRA_ASSIGN_OR_RETURN(const UInt64 stamp, MakeSourcesStamp(kernel->file, kernel->files));
+    if (stamp == kernel->stamp) continue;
+    kernel->stamp = stamp;
+    Result<void> reloaded = kernel->compute->ReloadProgramFactory(_current.context);
+    kernel->EndCompile(reloaded, true);
+    if (!reloaded) return reloaded;
+    OSTRA_RETURN_IF_ERROR(kernel->Settle());
+  }
+  return OK;
+}
+
+Result<void> ParallelProgramGPUImpl::CheckActiveKernelForUpdatedShaders() { return ReloadChangedKernels(); }
+
+void ParallelProgramGPUImpl::ReloadKernels() {
+  if (auto reloaded = ReloadChangedKernels(); !reloaded) CriticalOutput("@", reloaded.GetError());
+}
+
+}  // namespace ostra

@@ -1,0 +1,183 @@
+// The GPU program's context: where it comes from, what it must be able to do, and its replacement.
+#include "ostra/drawport/selector_test.h"
+#include "parallelprogram/gpu/gpu_program.h"
+#include "parallelprogram/gpu/gpu_program_impl.h"
+#include "parallelprogram/module/configuration_variables.h"
+#include "parallelprogram/program/noise_modes.h"
+
+OSTRA_UNIT("parallelprogram_gpu_impl");
+
+namespace ostra {
+namespace {
+
+struct NeededFeature {
+  DrawportFeature feature;
+  const char* message;
+};
+
+constexpr NeededFeature kNeededFeatures[] = {
+    {DrawportFeature::AtomicOperations, "Atomic Operations not supported, please fall back to CPU mode"},
+    {DrawportFeature::ComputeShader, "Compute Shaders not supported, please fall back to CPU mode"},
+    {DrawportFeature::ShaderStorageBuffer, "Shader Storage Buffers not supported, please fall back to CPU mode"},
+    {DrawportFeature::ImageLoadStore, "Image Load Store not supported, please fall back to CPU mode"},
+    {DrawportFeature::ShaderHalfFloat, "Shader half float not supported, please fall back to CPU mode"},
+};
+
+UInt64 TakeIdentity() {
+  static constinit std::atomic<UInt64> counter{1};
+  return counter.fetch_add(1, std::memory_order_relaxed);
+}
+
+Result<BaseArray<InternedId>> MakeNumberedNames(std::string_view pattern) {
+  BaseArray<InternedId> names;
+  OSTRA_RETURN_IF_ERROR(names.Reserve(kMaxNoises));
+  for (Int i = 0; i < kMaxNoises; ++i) {
+    OSTRA_ASSIGN_OR_RETURN(const InternedId name, InternedId::Create(pattern, i));
+    OSTRA_RETURN_IF_ERROR(names.Append(name));
+  }
+  return names;
+}
+
+// "directx" where it can be used, otherwise what the host thinks best.
+Result<DrawportCacheRef> ChooseCache() {
+  OSTRA_ASSIGN_OR_RETURN(DrawportCacheRef cache, FindSupportedCache("directx"));
+  return cache ? Result<DrawportCacheRef>(std::move(cache)) : GetDefaultDrawportCache();
+}
+
+Result<DrawportRef> AllocDrawport(DrawportCacheInterface& cache) {
+  const Id& type = cache.GetCacheType();
+  for (const Id& known : {kDrawportTypeOpenGL, kDrawportTypeVulkan, kDrawportTypeMetal, kDrawportTypeDirectX})
+    if (type == known) return cache.AllocDrawport(type, kDrawportSubtypeSystem);
+  return DrawportRef();
+}
+
+Result<void> CheckFeatures(const DrawportContextRef& context) {
+  for (const NeededFeature& needed : kNeededFeatures)
+    if (!context || !context->IsFeatureSupported(needed.feature)) return OSTRA_ILLEGAL_STATE(needed.message);
+  return OK;
+}
+
+Bool CanReadAndWrite(DrawportContextInterface& context, const Id& formatId, Bool isFloatingPoint) {
+  const auto format = GetPixelFormat(formatId);
+  return format && HasAccess(context.GetPixelFormatAccessFlags(*format, isFloatingPoint),
+                             DrawportPixelFormatAccess::ShaderReadWrite);
+}
+
+}  // namespace
+
+Result<ClassRef> CreateGpuProgramClass() { return Class::Create<ParallelProgramGPUImpl>(kGpuProgramClass); }
+
+ParallelProgramGPUImpl::ParallelProgramGPUImpl() : _identity(TakeIdentity()) {}
+
+// Compile jobs use the program until they have ended.
+ParallelProgramGPUImpl::~ParallelProgramGPUImpl() { WaitForKernelCompile(); }
+
+Result<void> ParallelProgramGPUImpl::Init(const Url& resourcePath, const DrawportContextRef* context, Int32 deviceIndex,
+                                          Bool createOffscreenContext) {
+  if (_noiseSeedNames.IsEmpty()) {
+    OSTRA_ASSIGN_OR_RETURN(BaseArray<InternedId> seeds, MakeNumberedNames("noiseSeed_@"));
+    OSTRA_ASSIGN_OR_RETURN(_noiseDataNames, MakeNumberedNames("noiseData_@"));
+    _noiseSeedNames = std::move(seeds);
+  }
+  if (_current.context) {
+    _resourcePath = resourcePath;
+    _previous = _current;
+    return OK;
+  }
+
+  GpuContextData data;
+  NarrowTexels narrow = _narrow;
+  if (createOffscreenContext) {
+    OSTRA_RETURN_IF_ERROR(CreateOwnContext(context, deviceIndex, data, narrow));
+  } else if (context && *context) {
+    data.context = *context;
+    data.drawport = data.context->GetDrawport();
+    data.cache = data.drawport->GetDrawportCache();
+    data.contextReplaceable = true;
+  } else {
+    data.contextReplaceable = true;  // a context may come later
+  }
+  if (data.context) OSTRA_RETURN_IF_ERROR(BuildCopyKernel(data));
+  _resourcePath = resourcePath;
+  _narrow = narrow;
+  _current = data;
+  _previous = std::move(data);
+  return OK;
+}
+
+Result<void> ParallelProgramGPUImpl::CreateOwnContext(const DrawportContextRef* context, Int32 deviceIndex,
+                                                      GpuContextData& data, NarrowTexels& narrow) const {
+  OSTRA_ASSIGN_OR_RETURN(data.cache, ChooseCache());
+  OSTRA_ASSIGN_OR_RETURN(data.drawport, AllocDrawport(*data.cache));
+  if (data.drawport) {
+    OSTRA_ASSIGN_OR_RETURN(data.context, data.drawport->CreateOffscreenRenderContext(context != nullptr, deviceIndex));
+    // Another device than the drawport's has a drawport and a cache of its own.
+    if (data.context) data.drawport = data.context->GetDrawport();
+    data.cache = data.drawport->GetDrawportCache();
+  }
+  OSTRA_RETURN_IF_ERROR(CheckFeatures(data.context));
+  narrow.with16bit = CanReadAndWrite(*data.context, "net.ostra.image.pixelformat.dynamic.redf16"_id, true);
+  narrow.with8bit = CanReadAndWrite(*data.context, "net.ostra.image.pixelformat.dynamic.redu8"_id, false);
+  if (g_32bitOnlyParallelProgram) narrow = {false, false};
+  data.contextReplaceable = deviceIndex == 0 && context;
+  data.ownsOffscreenContext = true;
+  return OK;
+}
+
+Result<void> ParallelProgramGPUImpl::BuildCopyKernel(const GpuContextData& data) {
+  OSTRA_ASSIGN_OR_RETURN(const StrongRef<JobGroup> group, GetCompileGroup());
+  OSTRA_ASSIGN_OR_RETURN(const StrongRef<Job> job,
+                         Job::Create([this, &data]() -> Result<void> { return _copyKernel.Build(data); }));
+  OSTRA_RETURN_IF_ERROR(group->AddJob(job));
+  WaitForKernelCompile();
+  return job->GetResult();
+}
+
+Result<void> ParallelProgramGPUImpl::UpdateDrawportContext(const DrawportContextRef& newDrawportContext) {
+  if (!_current.contextReplaceable || !newDrawportContext || newDrawportContext == _current.context) return OK;
+  GpuContextData data = _current;
+  data.context = newDrawportContext;
+  data.drawport = data.context->GetDrawport();
+  data.cache = data.drawport->GetDrawportCache();
+  data.ownsOffscreenContext = false;
+  OSTRA_RETURN_IF_ERROR(BuildCopyKernel(data));
+  if (_current.ownsOffscreenContext) _previous = _current;
+  _current = std::move(data);
+  return OK;
+}
+
+// Counters, the names of noises, the order of deletion and the widths of texels stay.
+Result<void> ParallelProgramGPUImpl::Reset() {
+  WaitForKernelCompile();
+  _copyKernel.Reset();
+  _activeKernel = nullptr;
+  _activeKernelId = InternedId();
+  _kernels.Reset();
+  _evictedTextures.Reset();
+  _textures.Reset();
+  _buffers.Reset();
+  _previous = GpuContextData();
+  _current = GpuContextData();
+  return OK;
+}
+
+Bool ParallelProgramGPUImpl::GetMemoryInformation(Int64& freeMemory, Int64& totalMemory) const {
+  const VideoMemoryBudget budget =
+      _current.context ? _current.context->GetAvailableAndTotalVRAMBudget() : GetDefaultVRAMBudget();
+  freeMemory = g_outOfCoreParallelProgram ? budget.available + budget.total / 2 : budget.available;
+  totalMemory = budget.total;
+  return freeMemory != -1;
+}
+
+std::pair<Int64, Int64> ParallelProgramGPUImpl::GetAvailableAndTotalVRAMBudget() const {
+  if (!_previous.context) return {0, 0};
+  const VideoMemoryBudget budget = _previous.context->GetAvailableAndTotalVRAMBudget();
+  return {budget.available, budget.total};
+}
+
+void ParallelProgramGPUImpl::GetSupportReadWritePixelFormats(Bool& readWrite16bit, Bool& readWrite8bit) const {
+  readWrite16bit = _narrow.with16bit;
+  readWrite8bit = _narrow.with8bit;
+}
+
+}  // namespace ostra

@@ -1,0 +1,76 @@
+// Dispatch of the GPU program: uniform values, work group counts, barriers, submission.
+#include <algorithm>
+
+#include "ostra/core/format.h"
+#include "parallelprogram/gpu/gpu_program_impl.h"
+#include "parallelprogram/gpu/work_group_counts.h"
+#include "parallelprogram/module/configuration_variables.h"
+
+OSTRA_UNIT("parallelprogram_gpu_impl");
+
+namespace ostra {
+namespace {
+
+constexpr UInt64 kMaxGroups = 65535;  // in each direction
+
+UInt64 DivideUp(UInt64 count, UInt64 size) { return count == 0 ? 0 : (count - 1) / size + 1; }
+
+UInt32 Clamp(UInt64 count) { return static_cast<UInt32>(std::min(count, kMaxGroups)); }
+
+}  // namespace
+
+WorkGroupCounts GetWorkGroupCounts(UInt32 countX, UInt32 countY, UInt32 countZ, const WorkGroupSize& size) {
+  if (countY <= 1 && countZ <= 1) {
+    if (countX == 0) return {};
+    const UInt64 last = (countX - 1) / size.x;
+    return {Clamp(last + 1), Clamp(last / kMaxGroups + 1), 1};
+  }
+  const UInt64 x = DivideUp(countX, size.x);
+  UInt64 y = DivideUp(countY, size.y);
+  if (x != 0) y *= (x - 1) / kMaxGroups + 1;
+  return {Clamp(x), Clamp(y), Clamp(DivideUp(countZ, size.z))};
+}
+
+Result<void> ParallelProgramGPUImpl::SetUniform(const InternedId& attr, ForwardingDataPtr&& data) {
+  OSTRA_ASSIGN_OR_RETURN(GpuKernel & kernel, GetActiveKernel());
+  if (data.IsEmpty()) return OSTRA_ILLEGAL_ARGUMENT("The uniform \"@\" was given no value.", attr);
+  OSTRA_ASSIGN_OR_RETURN(Data value, data.Take());
+  return kernel.uniforms.SetData(attr, std::move(value));
+}
+
+Result<void> ParallelProgramGPUImpl::UpdateUniforms() {
+  OSTRA_ASSIGN_OR_RETURN(GpuKernel & kernel, GetRunnableKernel());
+  kernel.texturesChanged = false;
+  return kernel.compute->UpdateUniforms(_current.context, true);
+}
+
+Result<void> ParallelProgramGPUImpl::DispatchKernel(UInt32 countX, UInt32 countY, UInt32 countZ, Bool disableBarrier) {
+  OSTRA_ASSIGN_OR_RETURN(GpuKernel & kernel, GetRunnableKernel());
+  // Textures that were evicted since the last update come back with it.
+  if (g_outOfCoreParallelProgram) OSTRA_RETURN_IF_ERROR(UpdateUniforms());
+  if (!disableBarrier) OSTRA_RETURN_IF_ERROR(AddMemoryBarrier());
+  const WorkGroupCounts counts = GetWorkGroupCounts(countX, countY, countZ, kernel.workGroupSize);
+  if (counts.x == 0 || counts.y == 0 || counts.z == 0) return OK;
+  return kernel.compute->Dispatch(counts.x, counts.y, counts.z);
+}
+
+Result<void> ParallelProgramGPUImpl::DispatchIndirectKernel(const InternedId& buffer, UInt32 offset,
+                                                            Bool disableBarrier) {
+  OSTRA_ASSIGN_OR_RETURN(GpuKernel & kernel, GetRunnableKernel());
+  if (!disableBarrier) OSTRA_RETURN_IF_ERROR(AddMemoryBarrier());
+  const DataBufferEntry* entry = FindBufferEntry(_buffers, buffer);
+  if (!entry || !entry->_deviceBuffer) return OSTRA_ILLEGAL_STATE("trying to dispatch indirect from unknown buffer");
+  return kernel.compute->DispatchIndirect(_current.GetCommandList(), *entry->_deviceBuffer, offset);
+}
+
+Result<void> ParallelProgramGPUImpl::AddMemoryBarrier() {
+  return _current.GetCommandList().AddMemoryBarrier(DrawportBarrierBits::StorageBuffer);
+}
+
+Result<void> ParallelProgramGPUImpl::AddTextureMemoryBarrier() {
+  return _current.GetCommandList().AddMemoryBarrier(DrawportBarrierBits::Texture);
+}
+
+Result<void> ParallelProgramGPUImpl::Execute(Bool wait) { return _current.GetCommandList().Execute(wait); }
+
+}  // namespace ostra

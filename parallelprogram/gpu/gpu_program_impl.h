@@ -1,0 +1,192 @@
+// ParallelProgramGPUImpl: state and helpers. Its methods are grouped by file: context, kernels, compilation, builder
+// and binder of kernels, buffers, links, textures, out-of-core textures, dispatch.
+//
+// Everything but compile jobs happens on the thread that drives the program. A compile job writes only the part of its
+// kernel that `GpuKernel::lock` guards; the driving thread takes it over with Settle.
+#pragma once
+
+#include "ostra/jobs/job_group.h"
+#include "parallelprogram/gpu/buffer_values.h"
+#include "parallelprogram/gpu/copy_kernel.h"
+#include "parallelprogram/gpu/gpu_kernel.h"
+#include "parallelprogram/gpu/texture_storage.h"
+#include "parallelprogram/program/parallel_program.h"
+#include "parallelprogram/program/shader_data_entries.h"
+
+namespace ostra {
+
+class ParallelProgramGPUImpl final : public Component<ParallelProgramGPUImpl, ParallelProgramInterface> {
+ public:
+  static constexpr const char* kComponentName = "ParallelProgramGPUImpl";
+
+  ParallelProgramGPUImpl();
+  ~ParallelProgramGPUImpl() override;
+
+  Result<void> Init(const Url& resourcePath, const DrawportContextRef* context, Int32 deviceIndex,
+                    Bool createOffscreenContext) override;
+  Result<void> Execute(Bool wait) override;
+  Result<void> AddKernel(const InternedId& kernelId, const Url& file, Bool wait) override;
+  Result<void> CopyKernel(const InternedId& sourceKernelId, const InternedId& newKernelId, Bool wait) override;
+  void WaitForKernelCompile() override;
+  Bool HasKernel(const InternedId& kernelId) override;
+  Int32 GetProgramCount(const String& programName) override;
+  void SetActiveKernel(const InternedId& kernelId) override;
+  InternedId GetActiveKernelId() const override;
+
+  Result<void> SetBufferToActiveKernelSameId(const InternedId& attr) override;
+  Result<void> SetBufferToActiveKernel(const InternedId& attr, const InternedId& attrKernel) override;
+  Result<void> SetGlobalBufferLink(const InternedId& attr, const Data& data) override;
+  Result<Data> GetGlobalBufferLink(const InternedId& attr) const override;
+  Result<Data> GetGlobalBufferData(const InternedId& attr) const override;
+  Result<Data> GetGlobalBufferData(const InternedId& attr, Int offset, Int count) const override;
+  Result<void> SetKernelBufferLink(const InternedId& attr, const Data& data) override;
+  Result<Data> GetKernelBufferLink(const InternedId& attr) const override;
+  Result<Data> GetKernelBufferData(const InternedId& attr) const override;
+  Result<void> CreateUniformBuffer(const InternedId& attr, const DataType& dataType, Int count) override;
+  Result<void> ResizeUniformBuffer(const InternedId& attr, Int count, Bool forceResize) override;
+  Result<void> StoreUniformBufferData(const InternedId& attr, ForwardingDataPtr&& data) override;
+  Result<void> StoreUniformBufferData(const InternedId& attr, const DataType& dataType,
+                                      GenericBaseArray&& data) override;
+  Result<void> UpdateUniformBufferData(const InternedId& attr, Int offset, ForwardingDataPtr&& data) override;
+  Result<void> CopyBufferData(const InternedId& sourceAttr, const InternedId& targetAttr, Int count, Int sourceOffset,
+                              Int targetOffset) override;
+  Result<void> CopyBufferDataBytes(const InternedId& sourceAttr, const InternedId& targetAttr, Int bytesCount,
+                                   Int sourceBytesOffset, Int targetBytesOffset) override;
+
+  Result<void> SetTextureOutOfCoreDeleteOrder(const BaseArray<InternedId>& deleteOrder) override;
+  Result<void> SetTextureToActiveKernelSameId(const InternedId& attr) override;
+  Result<void> SetTextureToActiveKernel(const InternedId& attr, const InternedId& attrKernel) override;
+  Result<void> StoreTextureBindData(const InternedId& attr, TextureBindData& texBindData, Bool outOfCore) override;
+  Result<DrawportTextureSampler*> GetTextureSamplerHandle(const InternedId& attr) override;
+  Result<DrawportTexture*> GetTextureHandle(const InternedId& attr) override;
+  Result<DrawportTextureSamplerItemRef> GetTextureSamplerCacheRef(const InternedId& attr) override;
+  Result<DrawportTextureItemRef> GetTextureCacheRef(const InternedId& attr) override;
+  Result<void> CreateTexture(const InternedId& attr, TextureBindData& texBindData) override;
+  Result<void> UpdateTextureBindData(const InternedId& attr, const TextureBindData& texBindData) override;
+  Result<void> SetKernelTextureLink(const InternedId& attr, const Data& data) override;
+  Result<Data> GetTextureData(const InternedId& attr, const Vec3<Int32>& regionMin,
+                              const Vec3<Int32>& regionMax) const override;
+  Result<void> CopyTextureBytes(const InternedId& sourceAttr, const InternedId& targetAttr, Int bytesCount,
+                                Int sourceBytesOffset, Int targetBytesOffset) override;
+
+  Result<void> AddAtomicCounter(const InternedId& attr, ForwardingDataPtr&& data) override;
+  Result<void> SetAtomicCounterToActiveKernel(const InternedId& attr) override;
+  Result<void> SetAtomicCounter(const InternedId& attr, UInt32 value) override;
+  Result<UInt32> GetAtomicCounter(const InternedId& attr) const override;
+
+  Result<void> SetUniform(const InternedId& attr, ForwardingDataPtr&& data) override;
+  Result<void> SwapBuffers(const InternedId& bufferOne, const InternedId& bufferTwo) override;
+  Result<void> SwapTextures(const InternedId& textureOne, const InternedId& textureTwo) override;
+  Result<void> DeleteTexture(const InternedId& textureId, Bool softDelete) override;
+  Result<void> DeleteUniformBuffer(const InternedId& bufferId) override;
+
+  Result<void> UpdateUniforms() override;
+  Result<void> DispatchKernel(UInt32 countX, UInt32 countY, UInt32 countZ, Bool disableBarrier) override;
+  Result<void> DispatchIndirectKernel(const InternedId& buffer, UInt32 offset, Bool disableBarrier) override;
+  Result<void> AddMemoryBarrier() override;
+  Result<void> AddTextureMemoryBarrier() override;
+  Result<void> CheckActiveKernelForUpdatedShaders() override;
+  Result<void> UpdateDrawportContext(const DrawportContextRef& newDrawportContext) override;
+  Result<void> Reset() override;
+  void ReloadKernels() override;
+  Bool GetMemoryInformation(Int64& freeMemory, Int64& totalMemory) const override;
+  void GetSupportReadWritePixelFormats(Bool& readWrite16bit, Bool& readWrite8bit) const override;
+  std::pair<Int64, Int64> GetAvailableAndTotalVRAMBudget() const override;
+
+ private:
+  // Context.
+
+  // A context of the program's own. Errors: those of the cache and the drawport; illegal state for a missing feature.
+  Result<void> CreateOwnContext(const DrawportContextRef* context, Int32 deviceIndex, GpuContextData& data,
+                                NarrowTexels& narrow) const;
+  // Builds the copy kernel in a job and returns the job's error.
+  Result<void> BuildCopyKernel(const GpuContextData& data);
+  // A number that no other program of the process has.
+  UInt64 GetIdentity() const { return _identity; }
+
+  // Kernels.
+
+  // The active kernel, with what its compile job has found. Error: illegal state "no active kernel set".
+  Result<GpuKernel&> GetActiveKernel() const;
+  // The same, ready to run. Errors also: illegal state while it is compiled, or when that has failed.
+  Result<GpuKernel&> GetRunnableKernel() const;
+  Result<void> AddKernelFile(const InternedId& kernelId, const Url& file, const String& templateArgument, Bool wait);
+  Result<void> PrepareKernel(GpuKernel& kernel) const;
+  // Runs the compile job, or hands it to the compile group.
+  Result<void> StartCompileJob(GpuKernel& kernel, Bool wait);
+  Result<StrongRef<JobGroup>> GetCompileGroup();
+  // References to all kernels, for loops that must not hold the table's lock. Error: out of memory.
+  Result<BaseArray<GpuKernelRef>> GetKernels() const;
+  // Error: illegal state "kernel not found".
+  Result<GpuKernelRef> FindKernel(const InternedId& kernelId) const;
+
+  // Compilation; on a job's thread.
+
+  Result<void> CompileKernel(const InternedId& kernelId, Bool wait);
+  Result<GpuComputeCallbacks> MakeCallbacks(const GpuKernel& kernel);
+  Result<void> BuildProgram(const InternedId& kernelId, DrawportProgramDescription& program,
+                            const DrawportParameterBinder& binder);
+  // Parses the kernel's file. `hash`: see MakeParserKey.
+  Result<ParsedKernel> Parse(const GpuKernel& kernel, UInt64 hash);
+  Result<void> ReloadChangedKernels();
+
+  // Binder: sets the current values of a kernel's parameters.
+  Result<void> BindParameters(const InternedId& kernelId, DrawportProgramFactory& factory,
+                              DrawportParameterValueSet& values, Block<const DrawportParameter> parameters);
+  Result<void> BindBuffer(GpuKernel& kernel, const ParameterTarget& target, const DrawportParameter& parameter) const;
+  Result<void> BindTexture(GpuKernel& kernel, const ParameterTarget& target, const DrawportParameter& parameter) const;
+  Result<void> BindNoises(const GpuKernel& kernel, const ParameterTarget& target) const;
+
+  // Buffers.
+
+  // Gives `entry` device memory of `count` elements of its type, with the packed `bytes` in it, or zeros when there are
+  // none. Memory that `keep` names is left as it is.
+  Result<void> AllocateBuffer(const InternedId& attr, Int count, const Byte* bytes, DataBufferEntry& entry,
+                              const DrawportDeviceBuffer* keep = nullptr) const;
+  // Writes `source` into the buffer of `entry`, or into a new one.
+  Result<void> Upload(const InternedId& attr, const UploadSource& source, DataBufferEntry& entry, Bool newBuffer,
+                      Int offset) const;
+  Result<void> Store(const InternedId& attr, const UploadSource& source);
+  // The elements as an array. Error: illegal argument "Requested data range is out of bounds".
+  Result<Data> Download(const DataBufferEntry& entry, Int offset, Int count) const;
+  Result<void> CopyWords(const DataBufferEntry& source, const DataBufferEntry& target, const DeviceCopy::Range& range);
+
+  // Textures.
+
+  // The entry of a texture as `bindData` describes it, on the device and filled.
+  Result<TextureSamplerEntry> MakeTextureEntry(const InternedId& attr, TextureBindData& bindData) const;
+  // Links `entry` to a kernel's texture parameter.
+  static Result<void> LinkTexture(GpuKernel& kernel, const InternedId& attr, const TextureSamplerEntry& entry);
+  Result<Data> ReadTextureData(const InternedId& attr, const TextureSamplerEntry& entry, const Vec3<Int32>& end) const;
+  // Evicts textures until `bytes` bytes fit or nothing is left to evict; textures of `spared` stay. Returns whether
+  // they fit.
+  Result<Bool> MakeRoom(Int bytes, const GpuKernel* spared);
+  Result<void> EvictTexture(const InternedId& attr);
+  // Makes evicted textures of the kernel again.
+  Result<void> RestoreTextures(GpuKernel& kernel);
+
+  const UInt64 _identity;
+  Url _resourcePath;
+  DataDictionary _buffers;   // name -> DataBufferEntry
+  DataDictionary _textures;  // name -> TextureSamplerEntry
+  HashMap<InternedId, GpuCounter> _counters;
+  GpuContextData _current;
+  GpuContextData _previous;
+  InternedId _activeKernelId;
+  GpuKernelRef _activeKernel;
+  SynchronizedHashMap<InternedId, GpuKernelRef> _kernels;
+  DeviceCopy _copyKernel;
+  StrongRef<JobGroup> _compileGroup;  // null when nothing is pending
+  AtomicInt32 _parserLock{0};
+  BaseArray<InternedId> _noiseSeedNames;
+  BaseArray<InternedId> _noiseDataNames;
+  HashMap<InternedId, Data> _evictedTextures;  // SamplingData with texels
+  BaseArray<InternedId> _deleteOrder;
+  NarrowTexels _narrow;
+};
+
+// The entry under a name; null when there is none.
+const DataBufferEntry* FindBufferEntry(const DataDictionary& table, const InternedId& attr);
+const TextureSamplerEntry* FindTextureEntry(const DataDictionary& table, const InternedId& attr);
+
+}  // namespace ostra

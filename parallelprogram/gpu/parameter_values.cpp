@@ -1,0 +1,36 @@
+// How values of clients reach the parameters of a program.
+#include "ostra/core/format.h"
+#include "ostra/math/data_types.h"
+#include "ostra/render/gradient.h"
+#include "parallelprogram/gpu/gpu_kernel.h"
+
+OSTRA_UNIT("parallelprogram_gpu_impl");
+
+namespace ostra {
+
+Result<void> SetParameterValue(const ParameterTarget& target, DrawportParameterHandle handle, const InternedId& name,
+                               const Data& data) {
+  DrawportProgramFactory& factory = target.factory;
+  DrawportParameterValueSet& values = target.values;
+  if (const auto* value = data.GetIf<Float32>()) return factory.SetParameterFloat(values, handle, *value);
+  if (const auto* value = data.GetIf<HalfFloat>()) return factory.SetParameterFloat(values, handle, Float32(*value));
+  if (const auto* value = data.GetIf<Vec2<Float32>>()) return factory.SetParameterFloat2(values, handle, *value);
+  if (const auto* value = data.GetIf<Vec3<Float32>>()) return factory.SetParameterVector(values, handle, *value);
+  if (const auto* value = data.GetIf<Vec4<Float32>>()) return factory.SetParameterVector(values, handle, *value);
+  if (const auto* value = data.GetIf<Vec4<HalfFloat>>())
+    return factory.SetParameterVector(
+        values, handle, Vector4d32(Float32(value->x), Float32(value->y), Float32(value->z), Float32(value->w)));
+  if (const auto* value = data.GetIf<UInt32>()) return factory.SetParameterUInt(values, handle, *value);
+  if (const auto* value = data.GetIf<Int32>()) return factory.SetParameterInt(values, handle, *value);
+  if (const auto* value = data.GetIf<Vec3<UInt32>>()) return factory.SetParameterUInt3(values, handle, *value);
+  if (const auto* value = data.GetIf<Vec4<UInt32>>()) return factory.SetParameterUInt4(values, handle, *value);
+  if (const auto* value = data.GetIf<Vec3<Int32>>()) return factory.SetParameterInt3(values, handle, *value);
+  if (const auto* value = data.GetIf<Vec4<Int32>>()) return factory.SetParameterInt4(values, handle, *value);
+  if (const auto* value = data.GetIf<SquareMatrix32>()) return factory.SetParameterMatrix(values, handle, *value);
+  if (const auto* value = data.GetIf<SquareMatrix4d32>()) return factory.SetParameterMatrix(values, handle, *value);
+  if (const auto* value = data.GetIf<AffineMatrix32>()) return factory.SetParameterMatrix(values, handle, *value);
+  if (data.GetIf<GradientRenderData>()) return OK;
+  return OSTRA_ILLEGAL_ARGUMENT("The uniform \"@\" cannot be given a value of type \"@\".", name, data.GetType());
+}
+
+}  // namespace ostra

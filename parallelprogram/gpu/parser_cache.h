@@ -1,0 +1,43 @@
+// The parsers of all GPU programs of the process: a kernel file that several programs use is translated once.
+//
+//   OSTRA_ASSIGN_OR_RETURN(const ParsedKernel parsed, ParseKernel({.file = file, .templateArgument = "float"_s,
+//                                                                  .language = kTargetGlsl, .key = key}, lock));
+//   parsed.parser->GetKernelCode();
+//
+// Thread-safe. Parsers that are held stay alive when the cache is emptied.
+#pragma once
+
+#include "parallelprogram/shaderparser/shader_parser.h"
+
+namespace ostra {
+
+struct KernelSource {
+  Url file;
+  String templateArgument;
+  Id language;
+  UInt64 key = 0;  // see MakeParserKey
+};
+
+struct ParsedKernel {
+  StrongRef<ShaderParser> parser;
+  UInt64 stamp = 0;  // of the file and the headers that were read; see MakeSourcesStamp
+};
+
+// `hash` is that of the file's location or of its name.
+UInt64 MakeParserKey(UInt64 hash, UInt64 kernelIdHash, UInt64 stamp);
+
+// When the file and the headers that a parse of it has read were last changed, as one number: the file's own stamp when
+// there are no other files. Headers that have gone count as never changed. Error: the file has gone.
+Result<UInt64> MakeSourcesStamp(const Url& file, const BaseArray<Url>& files);
+
+// The parser of a file, after its parse: a cached one when it was made for the same language and template argument and
+// the files it read have not changed since, otherwise a new one, which is cached. A parser whose parse fails is
+// forgotten. `lock` is that of the program that asks.
+// Errors: illegal state "parser could not be build" for a language without translation; those of the parse.
+Result<ParsedKernel> ParseKernel(const KernelSource& source, AtomicInt32& lock);
+
+// Forgets all parsers.
+void ResetParserCache();
+Int GetCachedParserCount();
+
+}  // namespace ostra

@@ -1,0 +1,214 @@
+#include "parallelprogram/gpu/texture_storage.h"
+
+#include <algorithm>
+
+#include "ostra/core/format.h"
+#include "ostra/jobs/parallel_for.h"
+#include "ostra/math/half_float.h"
+#include "parallelprogram/gpu/cache_keys.h"
+
+OSTRA_UNIT("parallelprogram_gpu_impl");
+
+namespace ostra {
+namespace {
+
+constexpr Int kMostChannels = 4;
+
+struct FormatFamily {
+  Id formats[kMostChannels];  // of one to four channels
+};
+
+constexpr FormatFamily kF32 = {{"net.ostra.image.pixelformat.dynamic.redf32"_id,
+                                "net.ostra.image.pixelformat.dynamic.redgreenf32"_id,
+                                "net.ostra.image.pixelformat.rgb.f32"_id, "net.ostra.image.pixelformat.rgba.f32"_id}};
+constexpr FormatFamily kF16 = {{"net.ostra.image.pixelformat.dynamic.redf16"_id,
+                                "net.ostra.image.pixelformat.dynamic.redgreenf16"_id,
+                                "net.ostra.image.pixelformat.rgb.f16"_id, "net.ostra.image.pixelformat.rgba.f16"_id}};
+constexpr FormatFamily kU32 = {{"net.ostra.image.pixelformat.dynamic.redu32"_id,
+                                "net.ostra.image.pixelformat.dynamic.redgreenu32"_id,
+                                "net.ostra.image.pixelformat.rgb.u32"_id, "net.ostra.image.pixelformat.rgba.u32"_id}};
+constexpr FormatFamily kS32 = {{"net.ostra.image.pixelformat.dynamic.reds32"_id,
+                                "net.ostra.image.pixelformat.dynamic.redgreens32"_id,
+                                "net.ostra.image.pixelformat.rgb.s32"_id, "net.ostra.image.pixelformat.rgba.s32"_id}};
+constexpr FormatFamily kU16 = {{"net.ostra.image.pixelformat.dynamic.redu16"_id,
+                                "net.ostra.image.pixelformat.dynamic.redgreenu16"_id,
+                                "net.ostra.image.pixelformat.rgb.u16"_id, "net.ostra.image.pixelformat.rgba.u16"_id}};
+constexpr FormatFamily kU8 = {{"net.ostra.image.pixelformat.dynamic.redu8"_id,
+                               "net.ostra.image.pixelformat.dynamic.redgreenu8"_id,
+                               "net.ostra.image.pixelformat.rgb.u8"_id, "net.ostra.image.pixelformat.rgba.u8"_id}};
+// There are no signed formats of three and four channels.
+constexpr FormatFamily kS8 = {{"net.ostra.image.pixelformat.dynamic.reds8"_id,
+                               "net.ostra.image.pixelformat.dynamic.redgreens8"_id,
+                               "net.ostra.image.pixelformat.rgb.u8"_id, "net.ostra.image.pixelformat.rgba.u8"_id}};
+
+// Null for formats that the device has nothing for.
+const FormatFamily* FindFamily(TextureFormat format, const NarrowTexels& narrow) {
+  switch (format) {
+    case TextureFormat::F32:
+      return &kF32;
+    case TextureFormat::F16:
+      return narrow.with16bit ? &kF16 : &kF32;
+    case TextureFormat::U32:
+      return &kU32;
+    case TextureFormat::I32:
+      return &kS32;
+    case TextureFormat::U8:
+      return narrow.with8bit ? &kU8 : &kU32;
+    case TextureFormat::I8:
+      return narrow.with8bit ? &kS8 : &kS32;
+    case TextureFormat::U16:
+      return narrow.with8bit ? &kU16 : &kU32;
+    default:
+      return nullptr;
+  }
+}
+
+TextureFormat GetTextureFormat(const PixelFormat& format) {
+  const Bool isNarrow = format.bitsPerChannel < 32;
+  switch (format.valueClass) {
+    case PixelValueClass::FloatingPoint:
+      return isNarrow ? TextureFormat::F16 : TextureFormat::F32;
+    case PixelValueClass::SignedInteger:
+      return isNarrow ? TextureFormat::I8 : TextureFormat::I32;
+    default:
+      return format.bitsPerChannel == 8 ? TextureFormat::U8 : isNarrow ? TextureFormat::U16 : TextureFormat::U32;
+  }
+}
+
+Int CountElements(const TextureBindData& bindData) {
+  const Vec3<UInt32>& size = bindData._dimensions;
+  Int count = bindData._numChannels;
+  for (const UInt32 extent : {size.x, size.y, size.z})
+    if (__builtin_mul_overflow(count, Int{extent}, &count)) return 0;
+  return count;
+}
+
+// Bytes of an element as it is given. Halves may come as halves or as floats, and texels that were read back have the
+// width that they are stored in: the size tells.
+Int GetGivenElementSize(const TextureBindData& bindData, Int elementCount, Int storedSize) {
+  if (elementCount > 0 && bindData._dataSize == elementCount * storedSize) return storedSize;
+  const Bool isHalf = bindData._format == TextureFormat::F16 && bindData._dataSize == elementCount * 2;
+  return isHalf ? 2 : GetElementSize(bindData._format);
+}
+
+template <class From, class To, class Convert>
+void ConvertElements(const Byte* source, Byte* target, Int count, Convert&& convert) {
+  constexpr Int kGranularity = Int{1} << 16;
+  ParallelFor::Dynamic(
+      count,
+      [&](Int begin, Int end) {
+        for (Int i = begin; i < end; ++i) {
+          From from;
+          MemCopy(&from, source + i * static_cast<Int>(sizeof(From)), sizeof(From));
+          const To to = convert(from);
+          MemCopy(target + i * static_cast<Int>(sizeof(To)), &to, sizeof(To));
+        }
+      },
+      kGranularity);
+}
+
+template <class From, class To>
+void Widen(const Byte* source, Byte* target, Int count) {
+  ConvertElements<From, To>(source, target, count, [](From value) { return static_cast<To>(value); });
+}
+
+void ConvertTexels(TextureFormat format, Int givenSize, const Byte* source, Byte* target, Int count) {
+  if (format == TextureFormat::F16 && givenSize == 4)
+    ConvertElements<Float32, UInt16>(source, target, count, [](Float32 value) { return HalfFloat(value).GetBits(); });
+  else if (format == TextureFormat::F16)
+    ConvertElements<UInt16, Float32>(source, target, count,
+                                     [](UInt16 bits) { return Float32(HalfFloat::FromBits(bits)); });
+  else if (format == TextureFormat::I8)
+    Widen<signed char, Int32>(source, target, count);
+  else if (format == TextureFormat::U8)
+    Widen<UInt8, UInt32>(source, target, count);
+  else
+    Widen<UInt16, UInt32>(source, target, count);
+}
+
+}  // namespace
+
+UInt8 MakeSamplerKey(const TextureBindData& bindData) {
+  constexpr UInt8 kWrapKeys[3][3] = {
+      {0, DrawportSamplerKey::kClampX, DrawportSamplerKey::kBorderX},
+      {0, DrawportSamplerKey::kClampY, DrawportSamplerKey::kBorderY},
+      {0, DrawportSamplerKey::kClampZ, DrawportSamplerKey::kBorderZ},
+  };
+  UInt32 key = bindData._filter == TextureFilter::LINEAR ? DrawportSamplerKey::kLinear : 0;
+  for (int axis = 0; axis < 3; ++axis) {
+    const auto mode = static_cast<UInt32>(bindData._wrapModes[axis]);
+    if (mode <= 2) key |= kWrapKeys[axis][mode];
+  }
+  return static_cast<UInt8>(key);
+}
+
+Int GetBytesPerChannel(TextureFormat format, const NarrowTexels& narrow) {
+  const Bool isIn16bit = format == TextureFormat::U16 || format == TextureFormat::I16 || format == TextureFormat::F16;
+  if (narrow.with16bit && isIn16bit) return 2;
+  return narrow.with8bit && (format == TextureFormat::U8 || format == TextureFormat::I8) ? 1 : 4;
+}
+
+Result<PixelFormatRef> FindTextureFormat(const TextureBindData& bindData, const NarrowTexels& narrow) {
+  const FormatFamily* family = FindFamily(bindData._format, narrow);
+  if (!family || bindData._numChannels < 1 || bindData._numChannels > kMostChannels)
+    return OSTRA_ILLEGAL_ARGUMENT("wrong combination of _numChannels and _format to determine the PixelFormat");
+  return GetPixelFormat(family->formats[bindData._numChannels - 1]);
+}
+
+Result<PixelFormatRef> FindStoredFormat(PixelFormatRef declared, const NarrowTexels& narrow) {
+  const FormatFamily* family = declared ? FindFamily(GetTextureFormat(*declared), narrow) : nullptr;
+  if (!family) return declared;
+  return GetPixelFormat(family->formats[declared->channels - 1]);
+}
+
+Result<DrawportResourceKey> MakeTextureKey(UInt64 nameKey, const TextureBindData& bindData,
+                                           const NarrowTexels& narrow) {
+  const Vec3<UInt32>& size = bindData._dimensions;
+  const auto bytes = static_cast<UInt32>(GetBytesPerChannel(bindData._format, narrow)) * size.x * size.y * size.z;
+  UInt64 content = 0;
+  if (bindData._data && bindData._dataSize > 0) {
+    const Int leading = std::min<Int>(bindData._dataSize / 4 + 1, bindData._dataSize);
+    OSTRA_ASSIGN_OR_RETURN(content, FoldBytes(bindData._data, leading));
+  }
+  return DrawportResourceKey{{nameKey, bytes, content}};
+}
+
+DrawportTextureType GetTextureType(const TextureBindData& bindData) {
+  if (bindData._dimensions.z > 1) return DrawportTextureType::Texture3D;
+  return bindData._dimensions.y > 1 ? DrawportTextureType::Texture2D : DrawportTextureType::Texture1D;
+}
+
+Result<StoredTexels> MakeStoredTexels(const TextureBindData& bindData, const PixelFormat& format) {
+  StoredTexels texels;
+  const Int storedSize = format.bitsPerChannel / 8;
+  const Int elementCount = CountElements(bindData);
+  const Int givenSize = GetGivenElementSize(bindData, elementCount, storedSize);
+  const Int givenCount = std::min(std::max<Int>(bindData._dataSize, 0) / givenSize, elementCount);
+  texels.size = givenCount * storedSize;
+  texels.data = bindData._data;
+  if (!bindData._data || givenSize == storedSize) return texels;
+  OSTRA_RETURN_IF_ERROR(texels.converted.Resize(texels.size));
+  texels.data = texels.converted.GetFirst();
+  ConvertTexels(bindData._format, givenSize, bindData._data, texels.converted.GetFirst(), givenCount);
+  return texels;
+}
+
+TextureBindData MakeBindData(const SamplingData& data) {
+  TextureBindData bindData;
+  bindData._data = data._texels;
+  bindData._dataSize = data._dataSize;
+  bindData._dimensions = data._dimensions;
+  bindData._format = data._format;
+  bindData._numChannels = data._numChannels;
+  const UInt32 bits = data._flags._bits;
+  for (int axis = 0; axis < 3; ++axis)
+    bindData._wrapModes[axis] = static_cast<TextureWrapMode>((bits >> (2 * axis)) & PackedTextureFlags::kWrapMask);
+  bindData._filter = (bits & PackedTextureFlags::kFilterMask) == PackedTextureFlags::kLinearFilter
+                         ? TextureFilter::LINEAR
+                         : TextureFilter::POINT;
+  bindData._normalizedCoordinates = bits >= PackedTextureFlags::kNormalizedCoordinates;
+  for (int i = 0; i < 4; ++i) bindData._borderColor[i] = data._borderColor[i];
+  return bindData;
+}
+
+}  // namespace ostra
