@@ -11,8 +11,8 @@
 // Configuration is read from a file (--config-file PATH, or the environment variable OSTRA_CONFIG_FILE), from the
 // environment variable OSTRA_CONFIG ("a=true,b=false") and from the arguments (--config name=value), the later winning.
 //
-// There is one host at a time. Its functions are called by the thread that made it; objects of a module's classes must
-// be released before the host ends.
+// There is one host at a time. Its functions are called by the thread that made it; objects of a module's classes and
+// values of its data types must be gone before the module is unloaded or the host ends.
 #pragma once
 
 #include <span>

@@ -1,5 +1,7 @@
 #include "ostra/core/array.h"
 
+#include <algorithm>
+
 #include "ostra/core/format.h"
 
 OSTRA_UNIT("array");
@@ -26,10 +28,24 @@ Result<GenericBaseArray> GenericBaseArray::Create(DataType type, Int count) {
   return array;
 }
 
+Result<void*> GenericBaseArray::Allocate(Int count, Bool isZeroed) const {
+  if (count < 0) return OSTRA_ILLEGAL_ARGUMENT("An array cannot have @ elements.", count);
+  const Int size = _type.GetSize();
+  if (size > 0 && count > INT64_MAX / size) return OSTRA_OUT_OF_MEMORY();
+  void* memory = isZeroed ? AllocZeroed(count * size) : AllocMem(count * size);
+  if (!memory) return OSTRA_OUT_OF_MEMORY();
+  return memory;
+}
+
 Result<GenericBaseArray> GenericBaseArray::CreateCopy(DataType type, Block<const Generic> elements) {
-  OSTRA_ASSIGN_OR_RETURN(GenericBaseArray array, Create(type, elements.GetCount()));
+  if (!type.IsPopulated()) return OSTRA_ILLEGAL_ARGUMENT("An array needs an element type.");
+  GenericBaseArray array;
+  array._type = type;
+  OSTRA_ASSIGN_OR_RETURN(array._first, array.Allocate(elements.GetCount(), false));
   OSTRA_RETURN_IF_ERROR(
-      type.Copy(array._first, type.GetSize(), elements.GetFirst(), elements.GetStride(), elements.GetCount()));
+      type.ConstructCopy(array._first, elements.GetFirst(), elements.GetStride(), elements.GetCount()));
+  array._count = elements.GetCount();
+  array._capacity = array._count;
   return array;
 }
 
@@ -61,24 +77,33 @@ GenericBaseArray GenericBaseArray::AdoptBaseArray(DataType elementType, void* ba
   return array;
 }
 
+namespace {
+
+// New elements in raw memory, which is zeroed for plain types: most of those have a default of zeros, and the first
+// element shows whether they do. A pass over large memory by the type is then spared.
+void ConstructDefaults(DataType type, Byte* first, Int count) {
+  if (!type.IsPlain()) return type.Construct(first, count);
+  const Int size = type.GetSize();
+  type.Construct(first);
+  const Bool isZero = std::all_of(first, first + size, [](Byte byte) { return byte == Byte{}; });
+  if (!isZero && count > 1) type.Construct(first + size, count - 1);
+}
+
+}  // namespace
+
 Result<void> GenericBaseArray::Resize(Int count) {
-  if (count < 0) return OSTRA_ILLEGAL_ARGUMENT("An array cannot have @ elements.", count);
-  const Int size = _type.GetSize();
-  if (size > 0 && count > INT64_MAX / size) return OSTRA_OUT_OF_MEMORY();
+  if (!_type.IsPopulated()) return OSTRA_ILLEGAL_STATE("An array without an element type cannot be resized.");
   if (count == _count && _first) return OK;
-  if (!_type.IsPlain() && !_type.IsDefaultConstructible())
-    return OSTRA_NOT_IMPLEMENTED("Values of type \"@\" have no default.", _type);
-  // Plain values of fresh memory are zero without a pass over them by the type.
-  void* memory = _type.IsPlain() ? AllocZeroed(count * size) : AllocMem(count * size);
-  if (!memory) return OSTRA_OUT_OF_MEMORY();
   const Int kept = count < _count ? count : _count;
-  if (_type.IsPlain()) {
-    if (kept > 0) MemCopy(memory, _first, kept * size);
-  } else {
-    _type.Construct(memory, count);
-    _type.Move(memory, _first, kept);
-    if (_first) _type.Destruct(_first, _count);
+  if (count > kept && !_type.IsDefaultConstructible())
+    return OSTRA_NOT_IMPLEMENTED("Values of type \"@\" have no default.", _type);
+  OSTRA_ASSIGN_OR_RETURN(void* memory, Allocate(count, _type.IsPlain()));
+  if (auto moved = _type.ConstructMoved(memory, _first, kept); !moved) {
+    FreeMem(memory);
+    return moved;
   }
+  if (count > kept) ConstructDefaults(_type, static_cast<Byte*>(memory) + kept * _type.GetSize(), count - kept);
+  if (_first) _type.Destruct(_first, _count);
   FreeMem(_first);
   _first = memory;
   _count = count;

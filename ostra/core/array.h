@@ -49,7 +49,9 @@ class OSTRA_API GenericBaseArray {
   static Block<Generic> ViewBaseArray(DataType elementType, const void* baseArray);
   static GenericBaseArray AdoptBaseArray(DataType elementType, void* baseArray);
 
-  // Keeps the first elements; new ones are default values. On error the array is unchanged.
+  // Keeps the first elements; new ones are default values. Errors: out of memory; illegal argument for a negative
+  // count; illegal state without an element type; not implemented for values without a default (that cannot be moved).
+  // On error the array is unchanged.
   Result<void> Resize(Int count);
 
   DataType GetElementType() const { return _type; }
@@ -61,6 +63,8 @@ class OSTRA_API GenericBaseArray {
 
  private:
   void Swap(GenericBaseArray& other);
+  // Raw memory for elements. Errors: out of memory; illegal argument for a negative count.
+  Result<void*> Allocate(Int count, Bool isZeroed) const;
   DataType _type;
   void* _first = nullptr;
   Int _count = 0;

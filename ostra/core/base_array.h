@@ -86,11 +86,20 @@ class BaseArray {
     return array;
   }
 
-  // Replaces the contents by copies of `other`'s elements. On error (out of memory) the array is unchanged.
-  Result<void> CopyFrom(const BaseArray& other) {
+  // Replaces the contents by copies of `other`'s elements, which are copied with CopyFrom when they cannot be copied
+  // otherwise. On error (out of memory, or that of CopyFrom) the array is unchanged.
+  Result<void> CopyFrom(const BaseArray& other) requires(std::is_copy_constructible_v<T> ||
+                                                         requires(T & to, const T& from) { to.CopyFrom(from); }) {
     BaseArray copy;
     OSTRA_RETURN_IF_ERROR(copy.Reserve(other._count));
-    for (const T& value : other) OSTRA_RETURN_IF_ERROR(copy.Append(value));
+    for (const T& value : other) {
+      if constexpr (std::is_copy_constructible_v<T>) {
+        OSTRA_RETURN_IF_ERROR(copy.Append(value));
+      } else {
+        OSTRA_ASSIGN_OR_RETURN(T & element, copy.Append(T()));
+        OSTRA_RETURN_IF_ERROR(element.CopyFrom(value));
+      }
+    }
     *this = std::move(copy);
     return OK;
   }

@@ -37,50 +37,35 @@ Data::~Data() {
   DeleteObj(_box);
 }
 
-namespace {
-
-// Empty values of a type are made in `target` before `assign` gives them their contents.
-template <class Assign>
-Result<void> MakeValue(DataType type, void* target, Assign&& assign) {
-  type.Construct(target);
-  auto result = assign(target);
-  if (!result) type.Destruct(target);
-  return result;
-}
-
-}  // namespace
-
-Result<Data> Data::CreateCopy(DataType type, const void* value) {
-  Data data;
-  if (type.IsPlain() && type.GetSize() <= 8) {
-    data._type = type;
-    MemCopy(data._inline, value, type.GetSize());
-    return data;
-  }
+// `make` constructs the value in raw memory.
+template <class Make>
+Result<Data> Data::CreateBoxed(DataType type, const Make& make) {
   void* memory = AllocMem(static_cast<Int>(sizeof(Box)) + type.GetSize());
   if (!memory) return OSTRA_OUT_OF_MEMORY();
   Box* box = ::new (memory) Box{.type = type};
-  auto result = MakeValue(type, box->GetValue(), [&](void* target) { return type.Copy(target, value); });
-  if (!result) {
+  if (auto made = make(box->GetValue()); !made) {
     DeleteObj(box);
-    return result.TakeError();
+    return made.TakeError();
   }
+  Data data;
   data._type = type;
   data._box = box;
+  return data;
+}
+
+Result<Data> Data::CreateCopy(DataType type, const void* value) {
+  if (!type.IsPopulated()) return OSTRA_ILLEGAL_ARGUMENT("A value needs a type.");
+  if (!type.IsPlain() || type.GetSize() > 8)
+    return CreateBoxed(type, [&](void* target) { return type.ConstructCopy(target, value); });
+  Data data;
+  data._type = type;
+  MemCopy(data._inline, value, type.GetSize());
   return data;
 }
 
 Result<Data> Data::CreateMoved(DataType type, void* value) {
-  if (type.IsPlain()) return CreateCopy(type, value);
-  void* memory = AllocMem(static_cast<Int>(sizeof(Box)) + type.GetSize());
-  if (!memory) return OSTRA_OUT_OF_MEMORY();
-  Box* box = ::new (memory) Box{.type = type};
-  type.Construct(box->GetValue());
-  type.Move(box->GetValue(), value);
-  Data data;
-  data._type = type;
-  data._box = box;
-  return data;
+  if (!type.IsPopulated() || type.IsPlain()) return CreateCopy(type, value);
+  return CreateBoxed(type, [&](void* target) { return type.ConstructMoved(target, value); });
 }
 
 const void* Data::GetPointer() const {

@@ -24,7 +24,8 @@ class OSTRA_API Data {
   Data& operator=(Data other) noexcept;
   ~Data();
 
-  // Error: out of memory (never for plain values of at most eight bytes), or that of copying the value.
+  // Errors: out of memory (never for plain values of at most eight bytes); that of copying the value; not implemented
+  // for a type that can be neither copied nor moved; illegal argument for no type.
   template <class T>
   static Result<Data> Create(T&& value) {
     using Value = std::remove_cvref_t<T>;
@@ -42,7 +43,8 @@ class OSTRA_API Data {
   // The value; null when empty. Valid while this object or a copy of it lives unchanged.
   const void* GetPointer() const;
 
-  // The value as T. Array<Generic> is given for every Array<T>. Error: illegal argument for another type.
+  // The value, which must be a T: nothing is converted, not even between integers; that is what ConvertTo is for.
+  // Array<Generic> is given for every Array<T>. Error: illegal argument for another type.
   template <class T>
   Result<const T&> Get() const {
     const T* value = GetIf<T>();
@@ -54,9 +56,11 @@ class OSTRA_API Data {
   const T* GetIf() const {
     return HoldsCompatible(GetDataType<T>()) ? static_cast<const T*>(GetPointer()) : nullptr;
   }
-  // The value as an integer type, when it is an integer that fits exactly. Error: illegal argument.
+  // The value as an integer type, when it is an integer that fits exactly. Characters and Bool are no integers. Error:
+  // illegal argument.
   template <std::integral T>
-  Result<T> ConvertTo() const {
+  requires(!std::is_same_v<T, Bool> && !std::is_same_v<T, Char>) Result<T> ConvertTo()
+  const {
     if (const T* value = GetIf<T>()) return *value;
     Int64 wide = 0;
     if (!ReadInteger(wide) || !std::in_range<T>(wide)) return MakeTypeError(GetDataType<T>());
@@ -67,6 +71,8 @@ class OSTRA_API Data {
 
  private:
   struct Box;
+  template <class Make>
+  static Result<Data> CreateBoxed(DataType type, const Make& make);
   Bool IsInline() const;
   Bool HoldsCompatible(DataType type) const;
   Bool ReadInteger(Int64& value) const;

@@ -40,7 +40,8 @@ class OSTRA_API DataDictionary {
   DataDictionary& operator=(DataDictionary other) noexcept;
   ~DataDictionary();
 
-  // The value of `key`; its address is stable until the entry changes. Error: illegal argument when absent.
+  // The value of `key`. Its address is stable until this dictionary is changed for the first time after it was copied,
+  // which gives it a table of its own, and otherwise until the entry changes. Error: illegal argument when absent.
   Result<const Data&> GetData(InternedId key) const;
   Result<const Data&> GetData(const Id& key) const;
   // Null when absent.

@@ -15,11 +15,12 @@ struct DataType::Record {
   DataTypeDescription description;
   DataType inner;
   Record* next = nullptr;
-  Bool erased = false;
+  Bool isListed = true;
 };
 
-// All descriptions ever registered. Erased ones stay, so that values of their type remain valid, and come back to
-// life when a module that was loaded again registers the same type.
+// All descriptions ever made; those that are listed are the registry, with at most one for an ID. Erased ones stay, so
+// that values of their type remain valid, and are listed again when a module that was loaded again registers the same
+// type. One that came when its ID was taken serves whoever described it, without being listed.
 struct DataTypeTable {
   using Record = DataType::Record;
   std::mutex mutex;
@@ -32,9 +33,29 @@ struct DataTypeTable {
 
   Record*& GetBucket(const Id& id) { return buckets[id.GetHashCode() % std::size(buckets)]; }
 
-  Record* FindRecord(const Id& id) {
+  Record* FindListed(const Id& id) {
     for (Record* record = GetBucket(id); record; record = record->next) {
-      if (record->description.id == id) return record;
+      if (record->isListed && record->description.id == id) return record;
+    }
+    return nullptr;
+  }
+
+  // Whether values of both can stand for each other: the same type, seen by two shared objects.
+  static Bool IsSame(const Record& record, const DataTypeDescription& description, DataType inner) {
+    const DataTypeDescription& known = record.description;
+    const DataTypeOperations& a = known.operations;
+    const DataTypeOperations& b = description.operations;
+    return known.size == description.size && known.alignment == description.alignment &&
+           known.isPlain == description.isPlain && known.elementCount == description.elementCount &&
+           record.inner == inner && known.name == description.name &&
+           known.parametricType == description.parametricType && !a.construct == !b.construct &&
+           !a.destruct == !b.destruct && !a.copy == !b.copy && !a.move == !b.move;
+  }
+
+  Record* FindUnlisted(const DataTypeDescription& description, DataType inner) {
+    for (Record* record = GetBucket(description.id); record; record = record->next) {
+      if (!record->isListed && record->description.id == description.id && IsSame(*record, description, inner))
+        return record;
     }
     return nullptr;
   }
@@ -52,40 +73,50 @@ struct DataTypeTable {
     return true;
   }
 
-  // Null when memory is exhausted or, with `unique`, when the ID is taken.
+  // Errors: out of memory; illegal argument when the ID is taken and `unique` is asked for.
   Result<DataType> Add(const DataTypeDescription& description, DataType inner, Bool unique) {
     const std::scoped_lock lock(mutex);
-    Record* record = FindRecord(description.id);
-    if (record && !record->erased) {
-      if (unique) return OSTRA_ILLEGAL_ARGUMENT("The data type \"@\" is already registered.", description.id);
-      return DataType(record);
-    }
-    DataTypeDescription owned = description;
-    if (!OwnTexts(owned)) return OSTRA_OUT_OF_MEMORY();
+    Record* listed = FindListed(description.id);
+    if (listed && unique) return OSTRA_ILLEGAL_ARGUMENT("The data type \"@\" is already registered.", description.id);
+    if (listed && IsSame(*listed, description, inner)) return DataType(listed);
+    Record* record = FindUnlisted(description, inner);
     if (record) {
-      record->description = owned;
-      record->erased = false;
-      return DataType(record);
+      record->description.operations = description.operations;  // those it had may be unloaded
+    } else {
+      DataTypeDescription owned = description;
+      if (!OwnTexts(owned)) return OSTRA_OUT_OF_MEMORY();
+      void* memory = AllocForever(static_cast<Int>(sizeof(Record)));
+      if (!memory) return OSTRA_OUT_OF_MEMORY();
+      Record*& bucket = GetBucket(owned.id);
+      bucket = record = ::new (memory) Record{owned, inner, bucket};
     }
-    void* memory = AllocForever(static_cast<Int>(sizeof(Record)));
-    if (!memory) return OSTRA_OUT_OF_MEMORY();
-    Record*& bucket = GetBucket(owned.id);
-    bucket = ::new (memory) Record{owned, inner, bucket};
-    return DataType(bucket);
+    record->isListed = !listed;
+    return DataType(record);
   }
 
   Result<DataType> Find(const Id& id) {
     const std::scoped_lock lock(mutex);
-    Record* record = FindRecord(id);
-    if (!record || record->erased) return OSTRA_ILLEGAL_ARGUMENT("There is no data type \"@\".", id);
+    Record* record = FindListed(id);
+    if (!record) return OSTRA_ILLEGAL_ARGUMENT("There is no data type \"@\".", id);
     return DataType(record);
+  }
+
+  static Bool IsMadeWith(const Record* record, const Record* part) {
+    for (; record; record = record->inner._record) {
+      if (record == part) return true;
+    }
+    return false;
   }
 
   Bool Erase(const Id& id) {
     const std::scoped_lock lock(mutex);
-    Record* record = FindRecord(id);
-    if (!record || record->erased) return false;
-    record->erased = true;
+    const Record* erased = FindListed(id);
+    if (!erased) return false;
+    for (Record* bucket : buckets) {
+      for (Record* record = bucket; record; record = record->next) {
+        if (IsMadeWith(record, erased)) record->isListed = false;
+      }
+    }
     return true;
   }
 };
@@ -100,6 +131,7 @@ Bool DataType::IsDefaultConstructible() const { return _record->description.oper
 const Id& DataType::GetParametricType() const { return _record->description.parametricType; }
 DataType DataType::GetInnerType() const { return _record->inner; }
 Int DataType::GetElementCount() const { return _record->description.elementCount; }
+const DataTypeOperations& DataType::GetOperations() const { return _record->description.operations; }
 
 void DataType::Construct(void* target, Int count) const {
   _record->description.operations.construct(target, GetSize(), count);
@@ -125,6 +157,39 @@ Result<void> DataType::Copy(void* target, Int targetStride, const void* source, 
 
 void DataType::Move(void* target, void* source, Int count) const {
   _record->description.operations.move(target, GetSize(), source, GetSize(), count);
+}
+
+Result<void> DataType::ConstructCopy(void* target, const void* source, Int count) const {
+  return ConstructCopy(target, source, GetSize(), count);
+}
+
+Result<void> DataType::ConstructCopy(void* target, const void* source, Int sourceStride, Int count) const {
+  const DataTypeOperations& operations = GetOperations();
+  if (IsPlain() && sourceStride == GetSize()) {
+    if (count > 0) MemMove(target, source, count * GetSize());
+    return OK;
+  }
+  if (operations.constructCopy) return operations.constructCopy(target, GetSize(), source, sourceStride, count);
+  if (!operations.construct || !operations.copy)
+    return OSTRA_NOT_IMPLEMENTED("Values of type \"@\" cannot be copied.", GetName());
+  Construct(target, count);
+  auto copied = Copy(target, GetSize(), source, sourceStride, count);
+  if (!copied) Destruct(target, count);
+  return copied;
+}
+
+Result<void> DataType::ConstructMoved(void* target, void* source, Int count) const {
+  if (IsPlain()) return ConstructCopy(target, source, count);
+  const DataTypeOperations& operations = GetOperations();
+  if (operations.constructMoved) {
+    operations.constructMoved(target, GetSize(), source, GetSize(), count);
+    return OK;
+  }
+  if (!operations.construct || !operations.move)
+    return OSTRA_NOT_IMPLEMENTED("Values of type \"@\" cannot be moved.", GetName());
+  Construct(target, count);
+  Move(target, source, count);
+  return OK;
 }
 
 Bool DataType::IsEqual(const void* a, const void* b) const {
@@ -168,7 +233,7 @@ Bool DataType::AnyOperation(Bool (*matches)(const void* context, const void* ope
   for (const Record* bucket : table.buckets) {
     for (const Record* record = bucket; record; record = record->next) {
       const auto destruct = record->description.operations.destruct;  // types that have operations have this one
-      if (!record->erased && destruct && matches(context, reinterpret_cast<const void*>(destruct))) return true;
+      if (record->isListed && destruct && matches(context, reinterpret_cast<const void*>(destruct))) return true;
     }
   }
   return false;
@@ -191,6 +256,7 @@ namespace {
 
 Result<DataTypeDescription> NameParametric(DataTypeDescription description, const Id& parametricType, DataType inner,
                                            Int elementCount) {
+  if (!inner.IsPopulated()) return OSTRA_ILLEGAL_ARGUMENT("A type cannot be made with \"@\".", inner);
   const std::string_view shortName = parametricType.GetView().substr(parametricType.GetView().rfind('.') + 1);
   const std::string_view count = elementCount == 4 ? "4" : elementCount == 3 ? "3" : elementCount == 2 ? "2" : "";
   OSTRA_ASSIGN_OR_RETURN(String id, Format("@@<@>", parametricType, count, inner.GetId()));
@@ -218,12 +284,28 @@ Result<DataType> MakeParametricType(const DataTypeDescription& description, cons
   return DataTypeTable::Get().Add(named, inner, false);
 }
 
+namespace {
+
+// What all pointers, and all blocks, are like.
+DataTypeDescription DescribePointer() { return DescribeType<void*>(Id(), String()); }
+DataTypeDescription DescribeBlock() { return DescribeType<Block<const Byte>>(Id(), String()); }
+
+}  // namespace
+
+DataType FindOrRegisterPointerType(DataType inner) {
+  return FindOrRegisterParametric(DescribePointer(), kPointerParametricType, inner, 1);
+}
+
+DataType FindOrRegisterBlockType(DataType inner) {
+  return FindOrRegisterParametric(DescribeBlock(), kBlockParametricType, inner, 1);
+}
+
 Result<DataType> DataType::MakePointer(DataType inner) {
-  return MakeParametricType(DescribeType<void*>(Id(), String()), kPointerParametricType, inner);
+  return MakeParametricType(DescribePointer(), kPointerParametricType, inner);
 }
 
 Result<DataType> DataType::MakeBlock(DataType inner) {
-  return MakeParametricType(DescribeType<Block<const Byte>>(Id(), String()), kBlockParametricType, inner);
+  return MakeParametricType(DescribeBlock(), kBlockParametricType, inner);
 }
 
 DataType DataTypeOf<Generic>::Make() {

@@ -34,12 +34,16 @@ inline constexpr Id kBaseArrayParametricType = "net.ostra.parametrictype.basearr
 
 // What can be done with values of a type. Strides are distances between elements in bytes.
 struct DataTypeOperations {
-  // Makes default values in raw memory. Plain types become zero.
+  // Makes default values in raw memory; types whose members have no initialisers become zero.
   void (*construct)(void* target, Int stride, Int count) = nullptr;
   void (*destruct)(void* target, Int stride, Int count) = nullptr;
   // Assigns to existing values. A copy stops at the first element that fails and returns its error.
   Result<void> (*copy)(void* target, Int targetStride, const void* source, Int sourceStride, Int count) = nullptr;
   void (*move)(void* target, Int targetStride, void* source, Int sourceStride, Int count) = nullptr;
+  // Makes values in raw memory out of existing ones. A copy that fails leaves raw memory.
+  Result<void> (*constructCopy)(void* target, Int targetStride, const void* source, Int sourceStride,
+                                Int count) = nullptr;
+  void (*constructMoved)(void* target, Int targetStride, void* source, Int sourceStride, Int count) = nullptr;
   // The rest is optional.
   Bool (*isEqual)(const void* a, const void* b) = nullptr;
   std::partial_ordering (*compare)(const void* a, const void* b) = nullptr;
@@ -80,12 +84,19 @@ class OSTRA_API DataType {
   Bool IsMadeWith(const Id& parametricType) const { return IsPopulated() && GetParametricType() == parametricType; }
   constexpr Bool IsPopulated() const { return _record; }
 
+  const DataTypeOperations& GetOperations() const;
+
   // Operations on values; see DataTypeOperations. `count` values, `stride` bytes apart.
   void Construct(void* target, Int count = 1) const;
   void Destruct(void* target, Int count = 1) const;
   Result<void> Copy(void* target, const void* source, Int count = 1) const;
   Result<void> Copy(void* target, Int targetStride, const void* source, Int sourceStride, Int count) const;
   void Move(void* target, void* source, Int count = 1) const;
+  // Values in raw memory, made out of existing ones; on error the memory stays raw. Errors: not implemented for a type
+  // that cannot be copied (moved); those of copying a value.
+  Result<void> ConstructCopy(void* target, const void* source, Int count = 1) const;
+  Result<void> ConstructCopy(void* target, const void* source, Int sourceStride, Int count) const;
+  Result<void> ConstructMoved(void* target, void* source, Int count = 1) const;
   // A type without the operation writes "Stop: IsEqual not defined." (and so on) and answers false, no order or zero.
   Bool IsEqual(const void* a, const void* b) const;
   std::partial_ordering Compare(const void* a, const void* b) const;
@@ -94,13 +105,14 @@ class OSTRA_API DataType {
   // Types without a text form give their name.
   Result<String> ToText(const void* value) const;
 
-  // Types made at run time. The same arguments give the same type. Error: out of memory.
+  // Types made at run time. The same arguments give the same type. Errors: illegal argument for no type; out of memory.
   static Result<DataType> MakePointer(DataType inner);
   static Result<DataType> MakeArray(DataType inner);
   static Result<DataType> MakeBlock(DataType inner);
 
   // The registry net.ostra.registry.datatypes. Register refuses an ID that is taken (illegal argument); Find fails with
-  // illegal argument for an unknown one. An erased type stays valid for values that still exist.
+  // illegal argument for an unknown one. Erase also takes out the types that are made with the type. An erased type
+  // stays valid for values that still exist while the code of its operations is loaded.
   static Result<DataType> Register(const DataTypeDescription& description);
   static Result<DataType> Find(const Id& id);
   static Bool Erase(const Id& id);
@@ -115,8 +127,9 @@ class OSTRA_API DataType {
   }
   static Bool AnyOperation(Bool (*matches)(const void* context, const void* operation), const void* context);
 
-  // The type registered under the description's ID; registers it when there is none. Ends the process when memory is
-  // exhausted: used for types known when the program is written.
+  // The type of this description: the registered one, or a new one, which is registered when its ID is free. When a
+  // type with other properties has the ID, the new one stays outside of the registry: Find does not give it. Ends the
+  // process when memory is exhausted: used for types known when the program is written.
   static DataType FindOrRegister(const DataTypeDescription& description);
   static DataType FindOrRegister(const DataTypeDescription& description, DataType inner);
 
@@ -134,7 +147,8 @@ class OSTRA_API UniqueHashStream {
  public:
   void Write(UInt64 word);
   void Write(const void* bytes, Int count);
-  void Write(DataType type) { Write(type.GetId().GetHashCode()); }
+  // No type counts as zero.
+  void Write(DataType type) { Write(type.IsPopulated() ? type.GetId().GetHashCode() : 0); }
   struct Value {
     UInt64 low, high;
     friend bool operator==(const Value&, const Value&) = default;
@@ -177,7 +191,7 @@ DataTypeDescription DescribeType(const Id& id, const String& name) {
 OSTRA_API DataType FindOrRegisterParametric(DataTypeDescription description, const Id& parametricType, DataType inner,
                                             Int elementCount);
 
-// The same at run time. Error: out of memory.
+// The same at run time. Errors: illegal argument when there is no inner type; out of memory.
 OSTRA_API Result<DataType> MakeParametricType(const DataTypeDescription& description, const Id& parametricType,
                                               DataType inner);
 
@@ -186,16 +200,18 @@ DataType MakeParametric(const Id& parametricType, DataType inner, Int elementCou
   return FindOrRegisterParametric(DescribeType<T>(Id(), String()), parametricType, inner, elementCount);
 }
 
+// Pointers and blocks are described by the host, so that using one does not keep a module in memory.
+OSTRA_API DataType FindOrRegisterPointerType(DataType inner);
+OSTRA_API DataType FindOrRegisterBlockType(DataType inner);
+
 template <class T>
 struct DataTypeOf<T*> {
-  static DataType Make() { return MakeParametric<T*>(kPointerParametricType, GetDataType<std::remove_const_t<T>>()); }
+  static DataType Make() { return FindOrRegisterPointerType(GetDataType<std::remove_const_t<T>>()); }
 };
 
 template <class T>
 struct DataTypeOf<Block<T>> {
-  static DataType Make() {
-    return MakeParametric<Block<T>>(kBlockParametricType, GetDataType<std::remove_const_t<T>>());
-  }
+  static DataType Make() { return FindOrRegisterBlockType(GetDataType<std::remove_const_t<T>>()); }
 };
 
 template <class T>

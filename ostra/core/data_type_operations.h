@@ -51,6 +51,38 @@ void Move(void* target, Int targetStride, void* source, Int sourceStride, Int co
   for (Int i = 0; i < count; ++i) At<T>(target, targetStride, i) = std::move(At<T>(source, sourceStride, i));
 }
 
+// Values whose copying can fail have a member function for it.
+template <class T>
+concept CopiedByMember = requires(T& to, const T& from) {
+  { to.CopyFrom(from) } -> std::same_as<Result<void>>;
+};
+template <class T>
+concept ConstructibleCopy = std::is_copy_constructible_v<T> ||(CopiedByMember<T>&& std::is_default_constructible_v<T>);
+
+template <class T>
+Result<void> ConstructCopy(void* target, Int targetStride, const void* source, Int sourceStride, Int count) {
+  for (Int i = 0; i < count; ++i) {
+    T* to = &At<T>(target, targetStride, i);
+    const T& from = At<T>(source, sourceStride, i);
+    if constexpr (CopiedByMember<T> && std::is_default_constructible_v<T>) {
+      ::new (static_cast<void*>(to)) T();
+      if (auto copied = to->CopyFrom(from); !copied) {
+        Destruct<T>(target, targetStride, i + 1);
+        return copied;
+      }
+    } else {
+      ::new (static_cast<void*>(to)) T(from);
+    }
+  }
+  return OK;
+}
+
+template <class T>
+void ConstructMoved(void* target, Int targetStride, void* source, Int sourceStride, Int count) {
+  for (Int i = 0; i < count; ++i)
+    ::new (static_cast<void*>(&At<T>(target, targetStride, i))) T(std::move(At<T>(source, sourceStride, i)));
+}
+
 template <class T>
 Bool IsEqual(const void* a, const void* b) {
   return At<T>(a, 0, 0) == At<T>(b, 0, 0);
@@ -99,6 +131,8 @@ constexpr DataTypeOperations MakeOperations() {
   if constexpr (std::is_copy_assignable_v<T> || requires(T & to, const T& from) { to.CopyFrom(from); })
     result.copy = &operations::Copy<T>;
   if constexpr (std::is_move_assignable_v<T>) result.move = &operations::Move<T>;
+  if constexpr (operations::ConstructibleCopy<T>) result.constructCopy = &operations::ConstructCopy<T>;
+  if constexpr (std::is_move_constructible_v<T>) result.constructMoved = &operations::ConstructMoved<T>;
   constexpr Bool hashable = std::is_arithmetic_v<T> || requires(const T& value) {
     { value.GetHashCode() } -> std::same_as<UInt64>;
   };

@@ -51,12 +51,14 @@ void WarningOutput(std::string_view pattern, const Arguments&... arguments) {
   WriteFormatted(DiagnosticLevel::Warning, pattern, arguments...);
 }
 
-template <class... Arguments>
-void CriticalOutput(std::string_view pattern, const Arguments&... arguments) {
-  WriteFormatted(DiagnosticLevel::Critical, pattern, arguments...);
-}
-
 // Writes a critical line, stops in the debugger when one is attached and g_enableDebugBreak is set, and returns.
 OSTRA_API void DebugStop(std::string_view text);
+
+// The same with a message that says what went wrong.
+template <class... Arguments>
+void CriticalOutput(std::string_view pattern, const Arguments&... arguments) {
+  auto text = Format(pattern, arguments...);
+  DebugStop(text ? text->GetView() : pattern);
+}
 
 }  // namespace ostra

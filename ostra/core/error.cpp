@@ -20,9 +20,8 @@ struct ErrorRecord {
   Bool pooled = false;
   Id kind;
   String message;
-  String unit;
   Int32 line = 0;
-  char unitText[kUnitSize] = {};
+  char unit[kUnitSize] = {};
 };
 
 namespace {
@@ -55,8 +54,7 @@ OutOfMemoryPool& GetPool() {
 [[maybe_unused]] const OutOfMemoryPool& g_poolMadeAtLoad = GetPool();
 
 void SetLocation(ErrorRecord& record, const char* unit, Int32 line) {
-  std::snprintf(record.unitText, kUnitSize, "%s", unit);
-  record.unit = String::FromStatic(record.unitText, std::strlen(record.unitText));
+  std::snprintf(record.unit, kUnitSize, "%s", unit);
   record.line = line;
 }
 
@@ -88,18 +86,15 @@ Error Error::Make(const Id& kind, std::string_view message, const char* unit, In
   return Error(record);
 }
 
-Error::Error(const Error& other) noexcept : _record(other._record) {
-  if (_record) _record->references.fetch_add(1, std::memory_order_relaxed);
-}
+void Error::AddRef(ErrorRecord* record) { record->references.fetch_add(1, std::memory_order_relaxed); }
 
-Error::~Error() {
-  if (!_record) return;
-  if (_record->references.fetch_sub(1, std::memory_order_acq_rel) == 1 && !_record->pooled) DeleteObj(_record);
+void Error::Release(ErrorRecord* record) {
+  if (record->references.fetch_sub(1, std::memory_order_acq_rel) == 1 && !record->pooled) DeleteObj(record);
 }
 
 const Id& Error::GetKind() const { return _record->kind; }
 const String& Error::GetMessage() const { return _record->message; }
-const String& Error::GetUnit() const { return _record->unit; }
+std::string_view Error::GetUnit() const { return _record->unit; }
 Int32 Error::GetLine() const { return _record->line; }
 
 Result<String> Error::ToString() const { return Format("@ [@:@]", GetMessage(), GetUnit(), GetLine()); }

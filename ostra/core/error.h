@@ -15,6 +15,8 @@
 // Errors own copies of all their texts, so they outlive the module that raised them. Thread-safe to read and copy.
 #pragma once
 
+#include <cstdint>
+
 #include "ostra/core/id.h"
 
 namespace ostra {
@@ -33,29 +35,47 @@ class OSTRA_API Error {
   static Error Make(const Id& kind, std::string_view message, const char* unit, Int32 line);
   static Error MakeOutOfMemory(const char* unit, Int32 line);
 
-  Error(const Error& other) noexcept;
-  Error(Error&& other) noexcept : _record(std::exchange(other._record, nullptr)) {}
+  Error(const Error& other) noexcept : _record(other._record) {
+    if (!IsTaken()) AddRef(_record);
+  }
+  Error(Error&& other) noexcept : _record(other._record) {
+    if (!IsTaken()) other._record = GetTakenMark();
+  }
   Error& operator=(Error other) noexcept {
     std::swap(_record, other._record);
     return *this;
   }
-  ~Error();
+  ~Error() {
+    if (!IsTaken()) Release(_record);
+  }
 
   const Id& GetKind() const;
   const String& GetMessage() const;
-  // The unit (a group of source files) and the source line where the error was raised.
-  const String& GetUnit() const;
+  // The unit (a group of source files) and the source line where the error was raised. The text lives as long as this
+  // error or a copy of it; at most 63 bytes of the unit's name are kept.
+  std::string_view GetUnit() const;
   Int32 GetLine() const;
 
   // True for an object that was moved from; it has none of the values above.
-  Bool IsTaken() const { return !_record; }
+  Bool IsTaken() const { return reinterpret_cast<std::uintptr_t>(_record) <= TAKEN; }
 
   // "message [unit:line]". Error: out of memory.
   Result<String> ToString() const;
 
  private:
+  // No record has this address. A Result that is OK holds null instead, and stays OK when it is moved from.
+  static constexpr std::uintptr_t TAKEN = 1;
+  static ErrorRecord* GetTakenMark() { return reinterpret_cast<ErrorRecord*>(TAKEN); }
+  // An error that is never taken for success.
+  static Error Failed(Error error) {
+    if (!error._record) error._record = GetTakenMark();
+    return error;
+  }
+  static void AddRef(ErrorRecord* record);
+  static void Release(ErrorRecord* record);
+
   explicit Error(ErrorRecord* record) : _record(record) {}
-  ErrorRecord* _record;  // null only after a move
+  ErrorRecord* _record;
 
   template <class T>
   friend class Result;

@@ -16,12 +16,14 @@
 
 namespace ostra {
 
-// Hash of a key: its GetHashCode(), or the mixed value of an integer.
+// Hash of a key: its GetHashCode(), or the mixed value of an integer or an address.
 struct HashOf {
   template <class Key>
   std::size_t operator()(const Key& key) const {
     if constexpr (requires { key.GetHashCode(); })
       return static_cast<std::size_t>(key.GetHashCode());
+    else if constexpr (std::is_pointer_v<Key>)
+      return static_cast<std::size_t>(MixHash(reinterpret_cast<UInt64>(key)));
     else
       return static_cast<std::size_t>(MixHash(static_cast<UInt64>(key)));
   }
@@ -110,6 +112,11 @@ class SynchronizedHashMap {
   void Reset() {
     const std::scoped_lock lock(_mutex);
     _map.Reset();
+  }
+  // Prepares for `buckets` entries. Errors: as of HashMap.
+  Result<void> Resize(Int buckets) {
+    const std::scoped_lock lock(_mutex);
+    return _map.Resize(buckets);
   }
   Int GetCount() const {
     const std::scoped_lock lock(_mutex);

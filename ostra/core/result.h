@@ -29,31 +29,20 @@ inline constexpr OkType OK;
 template <>
 class [[nodiscard]] Result<void> {
  public:
-  Result(OkType) noexcept {}                                  // NOLINT(google-explicit-constructor)
-  Result(Error error) noexcept : _error(std::move(error)) {}  // NOLINT(google-explicit-constructor)
-  Result(const Result&) = default;
-  Result(Result&& other) noexcept : _error(std::move(other._error)), _moved(other._moved) {
-    if (!IsOk()) other._moved = true;
-  }
-  Result& operator=(const Result&) = default;
-  Result& operator=(Result&& other) noexcept {
-    this->~Result();
-    return *::new (this) Result(std::move(other));
-  }
-  ~Result() = default;
+  Result(OkType) noexcept {}                                                 // NOLINT(google-explicit-constructor)
+  Result(Error error) noexcept : _error(Error::Failed(std::move(error))) {}  // NOLINT(google-explicit-constructor)
 
   explicit operator bool() const { return IsOk(); }
-  Bool IsOk() const { return !_error._record && !_moved; }
+  Bool IsOk() const { return !_error._record; }
   const Error& GetError() const { return _error; }
-  Error TakeError() {
-    _moved = true;
-    return std::move(_error);
-  }
+  // Only for a failed result, which stays failed.
+  Error TakeError() { return std::move(_error); }
 
  private:
   Error _error{static_cast<ErrorRecord*>(nullptr)};
-  Bool _moved = false;  // the error was taken
 };
+// Kernels return one per invocation.
+static_assert(sizeof(Result<void>) == sizeof(void*));
 
 template <class T>
 class [[nodiscard]] Result {
@@ -63,7 +52,7 @@ class [[nodiscard]] Result {
   using ConstReference = std::conditional_t<IS_REFERENCE, T, const T&>;
 
  public:
-  Result(Error error) noexcept : _error(std::move(error)) {}  // NOLINT(google-explicit-constructor)
+  Result(Error error) noexcept : _error(Error::Failed(std::move(error))) {}  // NOLINT(google-explicit-constructor)
   // The formatter takes constraints for parts of the constructors.
   // clang-format off
   template <class Source>
@@ -76,14 +65,11 @@ class [[nodiscard]] Result {
   Result(Source&& value) : _value(std::forward<Source>(value)) {}  // NOLINT(google-explicit-constructor)
   // clang-format on
 
-  Result(const Result& other) : _error(other._error), _moved(other._moved) {
+  Result(const Result& other) : _error(other._error) {
     if (other.IsOk()) ::new (&_value) Value(other._value);
   }
-  Result(Result&& other) noexcept : _error(std::move(other._error)), _moved(other._moved) {
-    if (IsOk())
-      ::new (&_value) Value(std::move(other._value));
-    else
-      other._moved = true;
+  Result(Result&& other) noexcept : _error(std::move(other._error)) {
+    if (IsOk()) ::new (&_value) Value(std::move(other._value));
   }
   Result& operator=(const Result&) = delete;
   Result& operator=(Result&& other) noexcept {
@@ -95,12 +81,10 @@ class [[nodiscard]] Result {
   }
 
   explicit operator bool() const { return IsOk(); }
-  Bool IsOk() const { return !_error._record && !_moved; }
+  Bool IsOk() const { return !_error._record; }
   const Error& GetError() const { return _error; }
-  Error TakeError() {
-    _moved = true;
-    return std::move(_error);
-  }
+  // Only for a failed result, which stays failed.
+  Error TakeError() { return std::move(_error); }
 
   // The value. Only for a successful result: anything else ends the process.
   Reference GetValue() & {
@@ -137,7 +121,6 @@ class [[nodiscard]] Result {
   }
 
   Error _error{static_cast<ErrorRecord*>(nullptr)};
-  Bool _moved = false;  // the error was taken: neither a value nor an error is left
   union {
     Value _value;
   };

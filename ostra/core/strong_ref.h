@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <utility>
 
+#include "ostra/core/hash.h"
 #include "ostra/core/memory.h"
 
 namespace ostra {
@@ -47,7 +48,9 @@ class StrongRef {
   // Gives the count to the caller; the reference is then empty.
   [[nodiscard]] T* Detach() { return std::exchange(_object, nullptr); }
 
+  // References to one object are equal, whatever it holds.
   friend bool operator==(const StrongRef& a, const StrongRef& b) { return a._object == b._object; }
+  UInt64 GetHashCode() const { return MixHash(reinterpret_cast<UInt64>(_object)); }
 
  private:
   T* _object = nullptr;

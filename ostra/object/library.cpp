@@ -4,6 +4,7 @@
 #include "ostra/core/data_type.h"
 #include "ostra/core/format.h"
 #include "ostra/object/loaded_module.h"
+#include "ostra/object/shared_object.h"
 
 OSTRA_UNIT("moduleloader");
 
@@ -15,13 +16,12 @@ const char* GetLoadError() {
   return text ? text : "unknown reason";
 }
 
-// Where the shared object that holds `address` begins; null for an unknown one.
-const void* FindBase(const void* address) {
+}  // namespace
+
+const void* FindSharedObject(const void* address) {
   Dl_info information;
   return ::dladdr(address, &information) ? information.dli_fbase : nullptr;
 }
-
-}  // namespace
 
 Result<Library> Library::Open(std::string_view path) {
   // A name without a directory would be searched for in the system's library folders.
@@ -38,16 +38,17 @@ Result<Library> Library::Open(std::string_view path) {
 
 Library::~Library() {
   if (!_handle) return;
-  if (ServesDataTypes()) return;
+  if (_wasStarted && ServesDataTypes()) return;
   ::dlclose(_handle);
 }
 
 // Types that were described first in this module, and that others may use since, need its code: it then stays in
-// memory. Types that the module has erased do not count.
+// memory. Types that the module has erased do not count. A file that was opened once more and never started decides
+// nothing: the types of the module that runs from it are no reason to keep this handle.
 Bool Library::ServesDataTypes() const {
-  const void* base = FindBase(::dlsym(_handle, "g_ostra"));
+  const void* base = FindSharedObject(::dlsym(_handle, "g_ostra"));
   if (!base) return false;
-  return DataType::AnyOperation([base](const void* operation) { return FindBase(operation) == base; });
+  return DataType::AnyOperation([base](const void* operation) { return FindSharedObject(operation) == base; });
 }
 
 Result<ModuleDescriptor&> Library::FindDescriptor() const {

@@ -8,11 +8,11 @@ OSTRA_UNIT("moduleloader");
 namespace ostra {
 namespace {
 
-// The error of an entry with the place in front; exhausted memory stays what it is.
+// The error of an entry with what failed in front, still raised where it was; exhausted memory stays what it is.
 Error DescribeFailure(const ModuleDescriptor& module, std::string_view kind, const char* name, const Error& error) {
   if (error.GetKind() == kOutOfMemoryError) return error;
-  return MakeError(error.GetKind(), kOstraUnit, __LINE__, "The module \"@\" cannot be loaded: the @ \"@\" failed: @",
-                   module.id, kind, name, error);
+  return MakeError(error.GetKind(), error.GetUnit().data(), error.GetLine(),
+                   "The module \"@\" cannot be loaded: the @ \"@\" failed: @", module.id, kind, name, error);
 }
 
 }  // namespace
@@ -47,6 +47,7 @@ Result<void> LoadedModule::CheckFrameworks() const {
 
 Result<void> LoadedModule::Start() {
   OSTRA_RETURN_IF_ERROR(CheckFrameworks());
+  _library.SetStarted();
   _descriptor.initializer = &_initializer;
   // A reference that cannot be resolved is no reason to refuse the module: only a call through it fails.
   for (InterfaceReference* reference : _descriptor.references) HostInterfaces::Resolve(*reference);

@@ -13,7 +13,8 @@ namespace ostra {
 class Library {
  public:
   Library() = default;
-  Library(Library&& other) noexcept : _handle(std::exchange(other._handle, nullptr)), _path(std::move(other._path)) {}
+  Library(Library&& other) noexcept
+      : _handle(std::exchange(other._handle, nullptr)), _path(std::move(other._path)), _wasStarted(other._wasStarted) {}
   Library& operator=(Library&&) = delete;
   ~Library();
 
@@ -22,11 +23,14 @@ class Library {
   // The descriptor, if it is one of this host's version.
   Result<ModuleDescriptor&> FindDescriptor() const;
   const String& GetPath() const { return _path; }
+  // Called before anything of the module runs: from then on its code may be needed by others.
+  void SetStarted() { _wasStarted = true; }
 
  private:
   Bool ServesDataTypes() const;
   void* _handle = nullptr;
   String _path;
+  Bool _wasStarted = false;
 };
 
 class LoadedModule;

@@ -37,8 +37,8 @@ struct ModuleEntry {
 
 struct ModuleDescriptor {
   static constexpr UInt64 MAGIC = 0x6172'7473'6F5F'676DULL;
-  // Raised when this record or a record that it refers to changes.
-  static constexpr UInt32 API_VERSION = 1;
+  // Raised when this record, a record that it refers to, or Result and Error change their layout.
+  static constexpr UInt32 API_VERSION = 2;
 
   // These two stay first in every version, so that a module of another version is recognised.
   UInt64 magic = MAGIC;

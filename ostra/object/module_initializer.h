@@ -22,10 +22,16 @@ class ModuleInitializer {
   // ever registered without it.
   template <class Action>
   Result<void> Do(Action&& action, UndoFunction undo, const Id& registryId, const Id& id) {
-    OSTRA_RETURN_IF_ERROR(_done.Append(Done{undo, registryId, id}));
+    OSTRA_RETURN_IF_ERROR(_done.Append(Done{undo, nullptr, registryId, id}));
     Result<void> result = action();
     if (!result) DropLast();
     return result;
+  }
+
+  // Remembers something that is undone without knowing what was registered.
+  Result<void> Remember(void (*undo)()) {
+    OSTRA_RETURN_IF_ERROR(_done.Append(Done{nullptr, undo, {}, {}}));
+    return OK;
   }
 
   Int GetCount() const { return _done.GetCount(); }
@@ -33,7 +39,8 @@ class ModuleInitializer {
   void RollBack(Int count) {
     while (_done.GetCount() > count) {
       const Done& last = _done[_done.GetCount() - 1];
-      last.undo(last.registryId, last.id);
+      if (last.undo) last.undo(last.registryId, last.id);
+      if (last.simpleUndo) last.simpleUndo();
       DropLast();
     }
   }
@@ -41,6 +48,7 @@ class ModuleInitializer {
  private:
   struct Done {
     UndoFunction undo = nullptr;
+    void (*simpleUndo)() = nullptr;
     Id registryId;
     Id id;
   };

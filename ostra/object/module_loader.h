@@ -8,7 +8,8 @@
 // registrations and its start-up entries, and publishes its framework. What fails is undone in reverse order, and the
 // error says at which step. Unloading does all of it backwards. A module may be loaded again afterwards.
 //
-// Objects of a module's classes must be released before the module is unloaded. One thread loads and unloads;
+// Objects of a module's classes, and values of its data types (in a Data, say), must be gone before the module is
+// unloaded. One thread loads and unloads;
 // GetModules may be called from any thread.
 #pragma once
 

@@ -15,24 +15,17 @@ SynchronizedHashMap<Id, InterfaceRecordRef>& GetRecords() {
   return *records;
 }
 
-// Type names without "ostra::": a module's interfaces are read by people who know where they are.
-Result<String> MakeTypeText(std::string_view type) {
-  OSTRA_ASSIGN_OR_RETURN(String text, String::Create(type));
-  OSTRA_ASSIGN_OR_RETURN(BaseArray<String> parts, text.Split("ostra::"));
-  return String::Join(parts, "");
-}
-
 Result<MethodRecord> MakeMethod(const MethodDescription& description) {
   MethodRecord method;
   method.isConst = description.isConst;
   method.slot = description.slot;
   OSTRA_ASSIGN_OR_RETURN(method.name, String::Create(description.name));
-  OSTRA_ASSIGN_OR_RETURN(method.resultType, MakeTypeText(description.resultType));
+  OSTRA_ASSIGN_OR_RETURN(method.resultType, String::Create(description.resultType));
   for (Int i = 0; i < description.parameterCount; ++i) {
     const auto index = static_cast<std::size_t>(i);
     ParameterRecord parameter;
     OSTRA_ASSIGN_OR_RETURN(parameter.name, String::Create(description.parameterNames[index]));
-    OSTRA_ASSIGN_OR_RETURN(parameter.type, MakeTypeText(description.parameterTypes[index]));
+    OSTRA_ASSIGN_OR_RETURN(parameter.type, String::Create(description.parameterTypes[index]));
     OSTRA_RETURN_IF_ERROR(method.parameters.Append(std::move(parameter)));
   }
   return method;

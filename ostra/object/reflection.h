@@ -21,17 +21,9 @@
 #include "ostra/core/base_array.h"
 #include "ostra/core/id.h"
 #include "ostra/object/interface.h"
+#include "ostra/object/type_name.h"
 
 namespace ostra {
-
-// The spelling of a type, without the host's namespace.
-template <class T>
-constexpr std::string_view GetTypeName() {
-  constexpr std::string_view text = __PRETTY_FUNCTION__;
-  constexpr std::size_t start = text.find("T = ") + 4;
-  constexpr std::size_t end = text.find_first_of(";]", start);
-  return text.substr(start, end - start);
-}
 
 // One method as its declaration has it. Plain pointers, so that tables cost nothing until they are registered.
 struct MethodDescription {

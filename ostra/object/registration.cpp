@@ -5,6 +5,7 @@
 #include "ostra/core/diagnostics.h"
 #include "ostra/core/hash_map.h"
 #include "ostra/object/module_initializer.h"
+#include "ostra/object/shared_object.h"
 
 OSTRA_UNIT("registration");
 
@@ -60,8 +61,19 @@ Result<void> RegisterReflection(ModuleDescriptor& module, const Id& interfaceId,
 
 Result<void> RegisterDataType(ModuleDescriptor& module, const DataType& type) {
   OSTRA_ASSIGN_OR_RETURN(ModuleInitializer & initializer, FindInitializer(module));
+  auto listed = DataType::Find(type.GetId());
+  if (!listed || *listed != type)
+    return OSTRA_ILLEGAL_ARGUMENT("The data type \"@\" is already registered.", type.GetId());
+  // A type that was first described by somebody else works with their code, and stays with them.
+  const auto* operation = reinterpret_cast<const void*>(type.GetOperations().destruct);
+  if (FindSharedObject(operation) != FindSharedObject(&module)) return OK;
   return initializer.Do([]() -> Result<void> { return OK; }, [](const Id&, const Id& id) { DataType::Erase(id); }, Id(),
                         type.GetId());
+}
+
+Result<void> RegisterUndo(ModuleDescriptor& module, void (*undo)()) {
+  OSTRA_ASSIGN_OR_RETURN(ModuleInitializer & initializer, FindInitializer(module));
+  return initializer.Remember(undo);
 }
 
 Bool TakesPartInConfiguration(const ModuleDescriptor& module) {

@@ -22,8 +22,13 @@ OSTRA_API Result<void> RegisterRegistry(ModuleDescriptor& module, const Id& regi
 OSTRA_API Result<void> RegisterInterface(ModuleDescriptor& module, const Id& interfaceId, std::string_view name);
 OSTRA_API Result<void> RegisterReflection(ModuleDescriptor& module, const Id& interfaceId, std::string_view name,
                                           std::span<const MethodDescription> methods);
-// Takes over a type that DataTypeOf<T>::Make() has described: it is erased with the module.
+// Enters a type that DataTypeOf<T>::Make() has described: it is erased with the module, unless it was described by
+// somebody else before, who then keeps it. Refused (illegal argument) when a type with other properties has the ID.
 OSTRA_API Result<void> RegisterDataType(ModuleDescriptor& module, const DataType& type);
+
+// Has `undo` called for something that the module keeps itself. Called before that is done, so that it is never done
+// without being undone.
+OSTRA_API Result<void> RegisterUndo(ModuleDescriptor& module, void (*undo)());
 
 // Whether the module's configuration variables are to be handed to the configuration service.
 OSTRA_API Bool TakesPartInConfiguration(const ModuleDescriptor& module);

@@ -41,7 +41,7 @@ bool DescribeError(const R& result, testing::MatchResultListener& listener) {
     return false;
   }
   listener << "which failed with " << GetKindName(error.GetKind()) << " \"" << error.GetMessage().GetView()
-           << "\", raised in " << error.GetUnit().GetView() << ":" << error.GetLine();
+           << "\", raised in " << error.GetUnit() << ":" << error.GetLine();
   return true;
 }
 

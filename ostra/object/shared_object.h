@@ -1,0 +1,9 @@
+// Which shared object something lies in: tells the code of a module from everybody else's.
+#pragma once
+
+namespace ostra {
+
+// The start of the shared object that holds `address`; null for an unknown address. Thread-safe.
+const void* FindSharedObject(const void* address);
+
+}  // namespace ostra
