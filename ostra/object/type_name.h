@@ -8,12 +8,12 @@
 #pragma once
 
 #include <array>
-#include <glm/detail/qualifier.hpp>
 #include <span>
 #include <string_view>
 #include <type_traits>
 
 #include "ostra/core/types.h"
+#include "ostra/math/vector.h"
 
 namespace ostra {
 
@@ -118,19 +118,21 @@ OSTRA_TYPE_NAME(Float64, "Float64");
 OSTRA_TYPE_NAME(std::string_view, "std::string_view");
 #undef OSTRA_TYPE_NAME
 
-template <glm::length_t count>
-struct VectorName {
-  static constexpr std::string_view kText = count == 2 ? "Vec2<" : count == 3 ? "Vec3<" : "Vec4<";
-};
-template <glm::length_t count, class T, glm::qualifier qualifier>
-struct TypeName<glm::vec<count, T, qualifier>>
-    : JoinedText<VectorName<count>::kText, TypeName<T>::kText, NameSign::kGreater> {};
-
-struct SpanName {
-  static constexpr std::string_view kText = "std::span<";
+struct TemplateName {
+  static constexpr std::string_view kVec2 = "Vec2";
+  static constexpr std::string_view kVec3 = "Vec3";
+  static constexpr std::string_view kVec4 = "Vec4";
+  static constexpr std::string_view kSpan = "std::span";
 };
 template <class T>
-struct TypeName<std::span<T>> : JoinedText<SpanName::kText, TypeName<T>::kText, NameSign::kGreater> {};
+struct TypeName<Vec2<T>> : JoinedText<TemplateName::kVec2, NameSign::kLess, TypeName<T>::kText, NameSign::kGreater> {};
+template <class T>
+struct TypeName<Vec3<T>> : JoinedText<TemplateName::kVec3, NameSign::kLess, TypeName<T>::kText, NameSign::kGreater> {};
+template <class T>
+struct TypeName<Vec4<T>> : JoinedText<TemplateName::kVec4, NameSign::kLess, TypeName<T>::kText, NameSign::kGreater> {};
+template <class T>
+struct TypeName<std::span<T>>
+    : JoinedText<TemplateName::kSpan, NameSign::kLess, TypeName<T>::kText, NameSign::kGreater> {};
 
 }  // namespace reflection
 
