@@ -115,6 +115,26 @@ TEST_F(EncodeTest, WhatTheFrontStepFindsInAnEncodedKernelNamesItsLine) {
   EXPECT_THAT(RunKernel("test.krn").errors, HasSubstr("test.krn:3: error: "));
 }
 
+TEST_F(EncodeTest, EncodedKernelsAndHeadersAreTranslatedAndCheckedLikePlainOnes) {
+  Write("test.h", "#define ONE 3.0\n");
+  Write("test.krn", MakeKernel("ONE"));
+  const std::vector<std::vector<std::string>> commands = {{"translate", At("test.krn"), "--target", "HLSL", "--json"},
+                                                          {"translate", At("test.krn"), "--target", "METAL"},
+                                                          {"check", At("test.krn"), "--target", "GLSL"},
+                                                          {"check", At("test.krn"), "--show", "original"}};
+  std::vector<ToolResult> plain;
+  for (const auto& command : commands) plain.push_back(RunTool(command));
+  EXPECT_THAT(plain[0].output, HasSubstr("3.0"));
+  Encode("test.krn");
+  Encode("test.h");
+  for (std::size_t i = 0; i < commands.size(); ++i) {
+    const ToolResult encoded = RunTool(commands[i]);
+    EXPECT_EQ(encoded.exitStatus, plain[i].exitStatus);
+    EXPECT_EQ(encoded.output, plain[i].output);
+    EXPECT_EQ(encoded.errors, plain[i].errors);
+  }
+}
+
 // What the build makes of a kernel file that is added to a target.
 TEST_F(EncodeTest, TheBuildReadsEncodedKernelsAndHeaders) {
   Write("one.h", "#define ONE 3.0\n");
