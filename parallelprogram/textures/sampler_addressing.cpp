@@ -57,8 +57,9 @@ Int4 FindAxes(UInt32 flags, TextureWrapMode mode) {
 template <Int kDimensions>
 Bool FindNeighboursNearby(Float4 position, Float4 extent, UInt32 flags, Neighbours& neighbours, Borders& borders) {
   constexpr Float32 kLargest = 268435456.0f;  // doubled, it fits into an integer
-  const Float4 next = position + Broadcast(1.0f);
-  if (!AreAllSet<kDimensions>((position > -extent) & (next < extent + extent) & (extent <= Broadcast(kLargest))))
+  const Float4 next = position + kNextTexel;
+  if (!AreAllSet<kDimensions>((position > -extent) & (next < extent + extent) & (extent > Broadcast(0)) &
+                              (extent <= Broadcast(kLargest))))
     return false;
   const Int4 isRepeated = FindAxes(flags, TextureWrapMode::REPEAT);
   const Int4 isClamped = FindAxes(flags, TextureWrapMode::CLAMP);
@@ -85,12 +86,10 @@ template <Int kDimensions>
 Borders FindNeighbours(const Float32* coordinates, const SamplingData& data, Neighbours& neighbours) {
   const UInt32 flags = data._flags._bits;
   Borders borders = {};
-  const UInt4 size = LoadLanes<kDimensions, UInt4>(&data._dimensions.x);
-  // As in Sample, extents from 2^31 on become negative and nothing is near.
-  const Float4 extents = __builtin_convertvector(reinterpret_cast<Int4>(size), Float4);
+  const Float4 extents = LoadExtents(data);
   Float4 place = LoadLanes<kDimensions, Float4>(coordinates);
   if (flags >= PackedTextureFlags::kNormalizedCoordinates) place = place * extents;
-  if (FindNeighboursNearby<kDimensions>(place + Broadcast(-0.5f), extents, flags, neighbours, borders)) return borders;
+  if (FindNeighboursNearby<kDimensions>(place + kHalfTexel, extents, flags, neighbours, borders)) return borders;
   neighbours.first = neighbours.second = UInt4{};
   neighbours.weight = Float4{};
   for (Int i = 0; i < kDimensions; ++i) {

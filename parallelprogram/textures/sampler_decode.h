@@ -23,15 +23,8 @@ inline void Store(void* result, Value<kChannels> value) {
   std::memcpy(result, &value, kChannels * sizeof(Float32));
 }
 
-template <class T>
-inline T Read(const Byte* bytes) {
-  T value;
-  std::memcpy(&value, bytes, sizeof(T));
-  return value;
-}
-
 // Two floats of one place and two of another.
-inline Float4 LoadTwoPairs(const Byte* first, const Byte* second) {
+OSTRA_SAMPLER_INLINE Float4 LoadTwoPairs(const Byte* first, const Byte* second) {
   using Pairs = Float64 __attribute__((vector_size(16)));  // only to move eight bytes at once
   return reinterpret_cast<Float4>(Pairs{Read<Float64>(first), Read<Float64>(second)});
 }
@@ -92,11 +85,10 @@ inline T Normalize(T value) {
 // takes longer than a call, and there are many callers.
 Float32 DecodeSrgb(Float32 value);
 
-// What the 8-bit formats decode to with the sRGB curve, by signedness, normalization and byte: powf is slow. The value
-// stands at kMiddle with zeros around it, so that four floats that begin earlier have it in a later lane.
+// What the 8-bit formats decode to with the sRGB curve, by signedness, normalization, lane and byte: powf is slow. The
+// value stands in its lane and the others are zero, so that texels are joined by their bits.
 struct SrgbTables {
-  static constexpr Int kMiddle = 3;
-  alignas(32) Float32 values[2][2][256][8];
+  alignas(16) Float32 values[2][2][4][256][4];
 };
 [[gnu::visibility("hidden")]] extern SrgbTables g_srgbTables;  // read without a detour
 // Fills the tables; called before a function that reads them is handed out.
@@ -114,7 +106,7 @@ struct Decoder {
   // One element.
   static Float32 LoadElement(const Byte* element) {
     if constexpr (kIsSrgb && kIsByte) {
-      return GetSrgbEntry(*element)[SrgbTables::kMiddle];
+      return GetSrgbEntry(0, *element)[0];
     } else {
       Float32 value = static_cast<Float32>(Read<Element>(element));
       if constexpr (kIsNormalized && !kIsFloat) value = Normalize<kFormat>(value);
@@ -123,9 +115,10 @@ struct Decoder {
     }
   }
 
-  // The texel as a value of kOutputs channels: further channels are ignored, missing ones are zero.
+  // The texel as a value of kOutputs channels: further channels are ignored, missing ones are zero. What takes a few
+  // instructions is inlined by force, because there are many callers.
   template <Int kOutputs>
-  static Value<kOutputs> Load(const Byte* texel) {
+  OSTRA_SAMPLER_INLINE static Value<kOutputs> Load(const Byte* texel) {
     constexpr Int kCount = std::min(kOutputs, kTexelChannels);
     if constexpr (kOutputs == 1) {
       return LoadElement(texel);
@@ -133,20 +126,12 @@ struct Decoder {
       Float4 value{};
       std::memcpy(&value, texel, kCount * sizeof(Float32));
       return value;
+    } else if constexpr (kIsSrgb && kIsByte) {
+      return LoadSrgb<kCount>(texel);
     } else if constexpr (kCount == 4 && !kIsSrgb && sizeof(Element) < 4) {
       return LoadFour(texel);
     } else {
-      if constexpr (kIsSrgb && kIsByte) return LoadSrgb<kCount>(texel);
-      constexpr Int kSize = static_cast<Int>(sizeof(Element));
-      const auto load = [texel](Int i) { return LoadElement(texel + i * kSize); };
-      if constexpr (kCount == 1)
-        return Float4{load(0)};
-      else if constexpr (kCount == 2)
-        return Float4{load(0), load(1)};
-      else if constexpr (kCount == 3)
-        return Float4{load(0), load(1), load(2)};
-      else
-        return Float4{load(0), load(1), load(2), load(3)};
+      return LoadElements<kCount>(texel);
     }
   }
 
@@ -157,29 +142,41 @@ struct Decoder {
   }
 
  private:
-  static const Float32* GetSrgbEntry(Byte byte) {
-    return g_srgbTables.values[std::is_signed_v<Element>][kIsNormalized][byte];
+  static const Float32* GetSrgbEntry(Int lane, UInt32 byte) {
+    return g_srgbTables.values[std::is_signed_v<Element>][kIsNormalized][lane][byte];
   }
 
-  // The lanes are joined by their bits, because the others are zero.
   template <Int kCount>
   OSTRA_SAMPLER_INLINE static Float4 LoadSrgb(const Byte* texel) {
-    const auto load = [](UInt32 byte, Int lane) {
-      return reinterpret_cast<UInt4>(Read<Float4>(
-          reinterpret_cast<const Byte*>(GetSrgbEntry(static_cast<Byte>(byte)) + SrgbTables::kMiddle - lane)));
+    const auto load = [](Int lane, UInt32 byte) {
+      return *static_cast<const Int4*>(static_cast<const void*>(GetSrgbEntry(lane, byte)));
     };
+    Int4 value;
     if constexpr (kCount == 4) {
-      const UInt32 bytes = Read<UInt32>(texel);  // little-endian
-      return reinterpret_cast<Float4>((load(bytes & 255, 0) | load(bytes >> 8 & 255, 1)) |
-                                      (load(bytes >> 16 & 255, 2) | load(bytes >> 24, 3)));
+      const UInt32 bytes = Read<UInt32>(texel);  // the first byte is the lowest
+      value = (load(0, bytes & 255) | load(1, bytes >> 8 & 255)) | (load(2, bytes >> 16 & 255) | load(3, bytes >> 24));
     } else {
-      UInt4 value = load(texel[0], 0);
-      for (Int i = 1; i < kCount; ++i) value |= load(texel[i], i);
-      return reinterpret_cast<Float4>(value);
+      value = load(0, texel[0]);
+      for (Int i = 1; i < kCount; ++i) value |= load(i, texel[i]);
     }
+    return reinterpret_cast<Float4>(value);
   }
 
-  static Float4 LoadFour(const Byte* texel) {
+  template <Int kCount>
+  static Float4 LoadElements(const Byte* texel) {
+    constexpr Int kSize = static_cast<Int>(sizeof(Element));
+    const auto load = [texel](Int i) { return LoadElement(texel + i * kSize); };
+    if constexpr (kCount == 1)
+      return Float4{load(0)};
+    else if constexpr (kCount == 2)
+      return Float4{load(0), load(1)};
+    else if constexpr (kCount == 3)
+      return Float4{load(0), load(1), load(2)};
+    else
+      return Float4{load(0), load(1), load(2), load(3)};
+  }
+
+  OSTRA_SAMPLER_INLINE static Float4 LoadFour(const Byte* texel) {
     Element elements[4];
     std::memcpy(elements, texel, sizeof(elements));
     const Float4 value = __builtin_convertvector((Int4{elements[0], elements[1], elements[2], elements[3]}), Float4);

@@ -9,13 +9,15 @@ SrgbTables g_srgbTables;
 namespace {
 
 template <TextureFormat kFormat>
-void FillSrgbTable(Float32 (&tables)[2][256][8]) {
+void FillSrgbTable(Float32 (&tables)[2][4][256][4]) {
   using Element = typename ElementOf<kFormat>::Type;
   for (Int i = 0; i < 256; ++i) {
     const Byte byte = static_cast<Byte>(i);
     const Float32 value = static_cast<Float32>(Read<Element>(&byte));
-    tables[false][i][SrgbTables::kMiddle] = DecodeSrgb(value);
-    tables[true][i][SrgbTables::kMiddle] = DecodeSrgb(Normalize<kFormat>(value));
+    for (Int lane = 0; lane < 4; ++lane) {
+      tables[false][lane][i][lane] = DecodeSrgb(value);
+      tables[true][lane][i][lane] = DecodeSrgb(Normalize<kFormat>(value));
+    }
   }
 }
 
@@ -26,7 +28,7 @@ Bool FillSrgbTables() {
 }
 
 // The border colour as a value to blend.
-Float4 GetBorder(const SamplingData& data) { return Read<Float4>(reinterpret_cast<const Byte*>(data._borderColor)); }
+Float4 GetBorder(const SamplingData& data) { return Read<Float4>(data._borderColor); }
 
 }  // namespace
 
@@ -73,13 +75,13 @@ void BlendWithBorder(Float32* result, const Neighbours& neighbours, const Border
     if ((corner & borders.axes[1]) != 0 || (~corner & borders.axes[0]) != 0) return GetBorder(data);
     Float32 value[4];
     decode(value, GetTexel(data, neighbours.GetTexelNumber<kDimensions>(corner, layer, data._dimensions), stride));
-    return Read<Float4>(reinterpret_cast<const Byte*>(value));
+    return Read<Float4>(value);
   };
   // Where all neighbours along an axis are the border, all corners are.
   const Bool isBorder = (borders.axes[0] & borders.axes[1]) != 0;
   const Float4 border = GetBorder(data);
-  const Float4 value = isBorder ? Blend<kDimensions>(neighbours, [border](UInt32) { return border; })
-                                : Blend<kDimensions>(neighbours, load);
+  const Float4 value = isBorder ? Blend<kDimensions>(neighbours.weight, [border](UInt32) { return border; })
+                                : Blend<kDimensions>(neighbours.weight, load);
   std::memcpy(result, &value, sizeof(value));
 }
 

@@ -8,25 +8,24 @@ namespace ostra::sampler {
 
 // Blends the corners along x, then y, then z. `load` gives the value of a corner.
 template <Int kDimensions, class Load>
-OSTRA_SAMPLER_INLINE auto Blend(const Neighbours& neighbours, const Load& load) {
-  const auto along = [&](UInt32 corner) { return Lerp(load(corner), load(corner + 1), neighbours.weight[0]); };
+OSTRA_SAMPLER_INLINE auto Blend(Float4 weight, const Load& load) {
+  const auto along = [&](UInt32 corner) { return Lerp(load(corner), load(corner + 1), weight[0]); };
   if constexpr (kDimensions == 1) {
     return along(0);
   } else {
-    const auto plane = [&](UInt32 corner) { return Lerp(along(corner), along(corner + 2), neighbours.weight[1]); };
+    const auto plane = [&](UInt32 corner) { return Lerp(along(corner), along(corner + 2), weight[1]); };
     if constexpr (kDimensions == 2)
       return plane(0);
     else
-      return Lerp(plane(0), plane(4), neighbours.weight[2]);
+      return Lerp(plane(0), plane(4), weight[2]);
   }
 }
 
-// Volumes of one channel: the four pairs along x are blended at once.
-OSTRA_SAMPLER_INLINE Float32 BlendVolume(const Neighbours& neighbours, Float4 first, Float4 second) {
-  const Float4 rows = Lerp(first, second, neighbours.weight[0]);
-  const Float32 front = Lerp(rows[0], rows[1], neighbours.weight[1]);
-  const Float32 back = Lerp(rows[2], rows[3], neighbours.weight[1]);
-  return Lerp(front, back, neighbours.weight[2]);
+// Volumes of one channel: the four pairs along x, of rows 0, 2, 1 and 3, are blended at once, then the two along y.
+OSTRA_SAMPLER_INLINE Float32 BlendVolume(Float4 weight, Float4 first, Float4 second) {
+  const Float4 rows = Lerp(first, second, weight[0]);
+  const Float4 planes = Lerp(rows, __builtin_shufflevector(rows, rows, 2, 3, 2, 3), weight[1]);
+  return Lerp(planes[0], planes[1], weight[2]);
 }
 
 // Like Blend with decoded texels, where some neighbours are the border colour. Writes four floats.
@@ -86,27 +85,20 @@ template <Int kDimensions>
 void SampleNearest(Float32* result, const Float32* coordinates, UInt32 layer, const SamplingData& data, Int stride,
                    DecodeFunction decode);
 
-// Blends the texels around a place that are all inside the texture (or repeated into it).
-template <Int kDimensions, Int kOutputs, class TexelDecoder>
-OSTRA_SAMPLER_INLINE Value<kOutputs> BlendTexels(const Neighbours& neighbours, UInt32 layer, const SamplingData& data) {
-  const auto getTexel = [&](UInt32 corner) {
-    return GetTexel(data, neighbours.GetTexelNumber<kDimensions>(corner, layer, data._dimensions),
-                    TexelDecoder::kStride);
-  };
+// Blends the texels around a place. `getTexel` says where those of the corners are; with kIsSideBySide both along x are
+// one behind the other.
+template <Int kDimensions, Int kOutputs, class TexelDecoder, Bool kIsSideBySide, class GetTexel>
+OSTRA_SAMPLER_INLINE Value<kOutputs> BlendTexels(Float4 weight, const GetTexel& getTexel) {
   const auto load = [&](UInt32 corner) { return TexelDecoder::template Load<kOutputs>(getTexel(corner)); };
   if constexpr (kDimensions == 3 && kOutputs == 1) {
-    if constexpr (TexelDecoder::kIsPlainFloat) {
-      if (neighbours.second[0] == neighbours.first[0] + 1) [[likely]] {
-        // Both neighbours along x lie side by side.
-        const Float4 front = LoadTwoPairs(getTexel(0), getTexel(2)), back = LoadTwoPairs(getTexel(4), getTexel(6));
-        return BlendVolume(neighbours, __builtin_shufflevector(front, back, 0, 2, 4, 6),
-                           __builtin_shufflevector(front, back, 1, 3, 5, 7));
-      }
+    if constexpr (TexelDecoder::kIsPlainFloat && kIsSideBySide) {
+      const Float4 upper = LoadTwoPairs(getTexel(0), getTexel(4)), lower = LoadTwoPairs(getTexel(2), getTexel(6));
+      return BlendVolume(weight, __builtin_shufflevector(upper, lower, 0, 2, 4, 6),
+                         __builtin_shufflevector(upper, lower, 1, 3, 5, 7));
     }
-    return BlendVolume(neighbours, Float4{load(0), load(2), load(4), load(6)},
-                       Float4{load(1), load(3), load(5), load(7)});
+    return BlendVolume(weight, Float4{load(0), load(4), load(2), load(6)}, Float4{load(1), load(5), load(3), load(7)});
   } else {
-    return Blend<kDimensions>(neighbours, load);
+    return Blend<kDimensions>(weight, load);
   }
 }
 
@@ -127,23 +119,28 @@ template <Int kDimensions, Int kOutputs, class TexelDecoder>
                                  &TexelDecoder::Decode);
     return std::memcpy(result, shared, kOutputs * sizeof(Float32));
   }
-  Store<kOutputs>(result, BlendTexels<kDimensions, kOutputs, TexelDecoder>(neighbours, layer, *data));
+  const auto getTexel = [&](UInt32 corner) {
+    return GetTexel(*data, neighbours.GetTexelNumber<kDimensions>(corner, layer, data->_dimensions),
+                    TexelDecoder::kStride);
+  };
+  Store<kOutputs>(result, BlendTexels<kDimensions, kOutputs, TexelDecoder, false>(neighbours.weight, getTexel));
   return result;
 }
 
 template <Int kDimensions, Int kOutputs, class TexelDecoder>
 void* Sample(void* result, const Float32* coordinates, UInt32 layer, const SamplingData* data) {
   const UInt32 flags = data->_flags._bits;
-  // Extents from 2^31 on become negative here, so that nothing is inside and the general way is taken.
-  const UInt4 size = LoadLanes<kDimensions, UInt4>(&data->_dimensions.x);
-  const Float4 extent = __builtin_convertvector(reinterpret_cast<Int4>(size), Float4);
+  const Float4 extents = LoadExtents(*data);
   Float4 position = LoadLanes<kDimensions, Float4>(coordinates);
-  if (flags >= PackedTextureFlags::kNormalizedCoordinates) position = position * extent;
+  if (flags >= PackedTextureFlags::kNormalizedCoordinates) position = position * extents;
   const Bool isLinear = (flags & PackedTextureFlags::kFilterMask) == PackedTextureFlags::kLinearFilter;
-  Neighbours neighbours;
-  if (!isLinear || !FindNeighboursInside<kDimensions>(position + Broadcast(-0.5f), extent, neighbours)) [[unlikely]]
+  Int4 first;
+  Float4 weight;
+  if (!isLinear || !FindNeighboursInside<kDimensions>(position + kHalfTexel, extents, first, weight)) [[unlikely]]
     return SampleOutside<kDimensions, kOutputs, TexelDecoder>(result, coordinates, layer, data);
-  Store<kOutputs>(result, BlendTexels<kDimensions, kOutputs, TexelDecoder>(neighbours, layer, *data));
+  const TexelBlock<kDimensions, TexelDecoder::kStride> block(first, layer, *data);
+  const auto getTexel = [&](UInt32 corner) { return block.GetTexel(corner); };
+  Store<kOutputs>(result, BlendTexels<kDimensions, kOutputs, TexelDecoder, true>(weight, getTexel));
   return result;
 }
 
