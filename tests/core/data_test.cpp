@@ -139,6 +139,18 @@ TEST(DataTest, FloatsTruthValuesAndTextsDoNotConvertToIntegers) {
   EXPECT_THAT(Data().ConvertTo<Int32>(), IsErrorOfKind(kIllegalArgumentError));
 }
 
+template <class T>
+concept OfferedConversion = requires(const Data& data) {
+  data.ConvertTo<T>();
+};
+
+TEST(DataTest, OnlyIntegerTypesAreConvertedTo) {
+  static_assert(OfferedConversion<Int8> && OfferedConversion<UInt8> && OfferedConversion<Int>);
+  static_assert(!OfferedConversion<Bool> && !OfferedConversion<Char> && !OfferedConversion<Float32>);
+  EXPECT_THAT(Data::Create(Int32(7))->Get<Int>(), IsErrorOfKind(kIllegalArgumentError));
+  EXPECT_EQ(*Data::Create(Int32(7))->ConvertTo<Int>(), 7);
+}
+
 TEST(DataTest, ValuesHaveATextForm) {
   EXPECT_EQ(*Data::Create(Int32(-3))->ToText(), "-3");
   EXPECT_EQ(*Data::Create("text"_s)->ToText(), "text");

@@ -6,6 +6,7 @@
 
 #include "ostra/core/array.h"
 #include "ostra/core/data.h"
+#include "ostra/math/data_types.h"
 #include "tests/support/fault_injection.h"
 #include "tests/support/recorded_diagnostics.h"
 
@@ -29,6 +30,71 @@ TEST(DataTypeTest, DescribesTheArithmeticTypes) {
   EXPECT_FALSE(GetDataType<String>().IsPlain());
   EXPECT_FALSE(DataType().IsPopulated());
   EXPECT_EQ(DataType().GetView(), "nothing");
+}
+
+template <class T>
+std::string NameOf() {
+  return std::string(GetDataType<T>().GetName().GetView()) + " " + std::string(GetDataType<T>().GetId().GetView());
+}
+
+TEST(DataTypeTest, TheCommonTypesHaveTheirNamesAndIds) {
+  EXPECT_EQ(NameOf<Bool>(), "bool net.ostra.datatype.bool");
+  EXPECT_EQ(NameOf<UInt8>(), "uchar net.ostra.datatype.uchar");
+  EXPECT_EQ(NameOf<Char>(), "char net.ostra.datatype.char");
+  EXPECT_EQ(NameOf<Int8>(), "int8 net.ostra.datatype.int8");
+  EXPECT_EQ(NameOf<UInt16>(), "uint16 net.ostra.datatype.uint16");
+  EXPECT_EQ(NameOf<Int16>(), "int16 net.ostra.datatype.int16");
+  EXPECT_EQ(NameOf<UInt32>(), "uint32 net.ostra.datatype.uint32");
+  EXPECT_EQ(NameOf<Int32>(), "int32 net.ostra.datatype.int32");
+  EXPECT_EQ(NameOf<UInt64>(), "uint64 net.ostra.datatype.uint64");
+  EXPECT_EQ(NameOf<Int>(), "int net.ostra.datatype.int");
+  EXPECT_EQ(NameOf<Float32>(), "float32 net.ostra.datatype.float32");
+  EXPECT_EQ(NameOf<HalfFloat>(), "float16 net.ostra.datatype.float16");
+  EXPECT_EQ(NameOf<Float64>(), "float64 net.ostra.datatype.float64");
+  EXPECT_EQ(NameOf<Generic>(), "generic net.ostra.datatype.generic");
+}
+
+TEST(DataTypeTest, ParametricTypesHaveIdsOfTheirTemplateAndTheirElements) {
+  const auto getId = [](DataType type) { return std::string(type.GetId().GetView()); };
+  EXPECT_EQ(getId(GetDataType<Int32*>()), "net.ostra.parametrictype.pointer<net.ostra.datatype.int32>");
+  EXPECT_EQ(getId(GetDataType<Array<Int32>>()),
+            "net.ostra.parametrictype.cow<net.ostra.parametrictype.array<net.ostra.datatype.int32>>");
+  EXPECT_EQ(getId(GetDataType<AtomicUInt32>()), "net.ostra.parametrictype.atomic<net.ostra.datatype.uint32>");
+  EXPECT_EQ(getId(GetDataType<Vec3<Int32>>()), "net.ostra.parametrictype.vec3<net.ostra.datatype.int32>");
+  EXPECT_EQ(getId(GetDataType<SquareMatrix32>()),
+            "net.ostra.parametrictype.sqmat3<net.ostra.parametrictype.vec3<net.ostra.datatype.float32>>");
+  EXPECT_EQ(getId(GetDataType<SquareMatrix4d32>()),
+            "net.ostra.parametrictype.sqmat4<net.ostra.parametrictype.vec4<net.ostra.datatype.float32>>");
+  EXPECT_EQ(getId(GetDataType<AffineMatrix32>()),
+            "net.ostra.parametrictype.mat4<net.ostra.parametrictype.vec3<net.ostra.datatype.float32>>");
+  EXPECT_EQ(getId(GetDataType<Block<Int32>>()), "net.ostra.parametrictype.block<net.ostra.datatype.int32>");
+  EXPECT_EQ(getId(GetDataType<BaseArray<Int32>>()), "net.ostra.parametrictype.basearray<net.ostra.datatype.int32>");
+  // The templates themselves, as they are compared.
+  EXPECT_EQ(kPointerParametricType, "net.ostra.parametrictype.pointer"_id);
+  EXPECT_EQ(kCowParametricType, "net.ostra.parametrictype.cow"_id);
+  EXPECT_EQ(kArrayParametricType, "net.ostra.parametrictype.array"_id);
+  EXPECT_EQ(kAtomicParametricType, "net.ostra.parametrictype.atomic"_id);
+  EXPECT_EQ(kVectorParametricType, "net.ostra.parametrictype.vec"_id);
+  EXPECT_EQ(kSquareMatrixParametricType, "net.ostra.parametrictype.sqmat"_id);
+  EXPECT_EQ(kMatrixParametricType, "net.ostra.parametrictype.mat"_id);
+  EXPECT_EQ(kBlockParametricType, "net.ostra.parametrictype.block"_id);
+  EXPECT_EQ(kBaseArrayParametricType, "net.ostra.parametrictype.basearray"_id);
+}
+
+TEST(DataTypeTest, MatricesAreMadeWithTheirColumns) {
+  EXPECT_TRUE(GetDataType<SquareMatrix32>().IsMadeWith(kSquareMatrixParametricType));
+  EXPECT_EQ(GetDataType<SquareMatrix32>().GetInnerType(), GetDataType<Vector32>());
+  EXPECT_EQ(GetDataType<SquareMatrix32>().GetElementCount(), 3);
+  EXPECT_TRUE(GetDataType<AffineMatrix32>().IsMadeWith(kMatrixParametricType));
+  EXPECT_EQ(GetDataType<AffineMatrix32>().GetInnerType(), GetDataType<Vector32>());
+  EXPECT_EQ(GetDataType<AffineMatrix32>().GetElementCount(), 4);
+}
+
+TEST(DataTypeTest, NoTypeIsMadeOfNoType) {
+  EXPECT_THAT(DataType::MakeArray(DataType()), IsErrorOfKind(kIllegalArgumentError));
+  EXPECT_THAT(DataType::MakeBlock(DataType()), IsErrorOfKind(kIllegalArgumentError));
+  EXPECT_THAT(DataType::MakePointer(DataType()),
+              IsErrorWith(kIllegalArgumentError, "A type cannot be made with \"nothing\"."));
 }
 
 TEST(DataTypeTest, OneTypeIsOneObjectHoweverItIsReached) {
@@ -157,6 +223,79 @@ TEST(DataTypeRegistryTest, AnIdIsRegisteredOnce) {
   EXPECT_TRUE(DataType::Erase("test.registered"_id));
 }
 
+struct Wide {
+  Int numbers[5];
+};
+
+TEST(DataTypeRegistryTest, AnotherTypeUnderATakenIdIsATypeOfItsOwnOutsideOfTheRegistry) {
+  const DataType first = *DataType::Register(DescribeOpaque("test.rival"_id));
+  const DataType second = DataType::FindOrRegister(DescribeType<Wide>("test.rival"_id, "opaque"_s));
+  EXPECT_FALSE(second == first);
+  EXPECT_EQ(second.GetSize(), 5 * static_cast<Int>(sizeof(Int)));
+  EXPECT_EQ(first.GetSize(), 3 * static_cast<Int>(sizeof(Int)));
+  EXPECT_EQ(*DataType::Find("test.rival"_id), first);
+  EXPECT_EQ(DataType::FindOrRegister(DescribeType<Wide>("test.rival"_id, "opaque"_s)), second);
+  EXPECT_TRUE(DataType::Erase("test.rival"_id));
+  EXPECT_FALSE(DataType::Find("test.rival"_id));
+  // Now that the ID is free it may have it.
+  EXPECT_EQ(*DataType::Register(DescribeType<Wide>("test.rival"_id, "opaque"_s)), second);
+  EXPECT_EQ(*DataType::Find("test.rival"_id), second);
+  EXPECT_TRUE(DataType::Erase("test.rival"_id));
+}
+
+TEST(DataTypeRegistryTest, EveryPropertyTellsTypesApart) {
+  const Id id = "test.properties"_id;
+  const DataTypeDescription known = DescribeOpaque(id);
+  const DataType type = *DataType::Register(known);
+  DataTypeDescription other = known;
+  other.size += 8;
+  EXPECT_FALSE(DataType::FindOrRegister(other) == type) << "size";
+  other = known;
+  other.alignment *= 2;
+  EXPECT_FALSE(DataType::FindOrRegister(other) == type) << "alignment";
+  other = known;
+  other.isPlain = false;
+  EXPECT_FALSE(DataType::FindOrRegister(other) == type) << "plain";
+  other = known;
+  other.name = "another"_s;
+  EXPECT_FALSE(DataType::FindOrRegister(other) == type) << "name";
+  other = known;
+  other.operations.copy = nullptr;
+  EXPECT_FALSE(DataType::FindOrRegister(other) == type) << "operations";
+  // What another shared object says of the same type: operations of its own that do the same.
+  other = known;
+  other.operations.destruct = [](void*, Int, Int) {};
+  EXPECT_EQ(DataType::FindOrRegister(other), type);
+  EXPECT_FALSE(type.GetOperations().destruct == other.operations.destruct);
+  EXPECT_TRUE(DataType::Erase(id));
+}
+
+TEST(DataTypeRegistryTest, AnErasedTypeTakesTheTypesMadeWithItAlong) {
+  const DataType type = *DataType::Register(DescribeOpaque("test.inner"_id));
+  const DataType pointer = *DataType::MakePointer(type);
+  const DataType array = *DataType::MakeArray(pointer);
+  EXPECT_THAT(DataType::Find(pointer.GetId()), IsOk());
+  EXPECT_THAT(DataType::Find(array.GetId()), IsOk());
+  EXPECT_TRUE(DataType::Erase("test.inner"_id));
+  EXPECT_FALSE(DataType::Find(pointer.GetId()));
+  EXPECT_FALSE(DataType::Find(array.GetId()));
+  EXPECT_FALSE(DataType::Find(array.GetInnerType().GetId()));
+  EXPECT_THAT(DataType::Find(GetDataType<Int32*>().GetId()), IsOk());
+  // They come back with it.
+  EXPECT_EQ(*DataType::Register(DescribeOpaque("test.inner"_id)), type);
+  EXPECT_EQ(*DataType::MakePointer(type), pointer);
+  EXPECT_EQ(*DataType::Find(pointer.GetId()), pointer);
+  EXPECT_TRUE(DataType::Erase("test.inner"_id));
+}
+
+TEST(DataTypeRegistryTest, PointersAndBlocksAreDescribedByTheHost) {
+  const DataTypeDescription own = DescribeType<Opaque*>(Id(), String());
+  EXPECT_FALSE(GetDataType<Int32*>().GetOperations().destruct == own.operations.destruct);
+  EXPECT_EQ(GetDataType<Int32*>().GetOperations().destruct, GetDataType<Float32**>().GetOperations().destruct);
+  EXPECT_EQ(GetDataType<Block<Int32>>().GetOperations().destruct,
+            GetDataType<Block<const String>>().GetOperations().destruct);
+}
+
 TEST(DataTypeRegistryTest, AnErasedTypeIsNotFoundButServesItsValuesAndCanComeBack) {
   const DataType type = *DataType::Register(DescribeOpaque("test.erased"_id));
   EXPECT_TRUE(DataType::Erase("test.erased"_id));
@@ -233,6 +372,13 @@ TEST(UniqueHashStreamTest, TheWayBytesAreCutIntoPiecesCounts) {
   pieces.Write("cd", 2);
   EXPECT_FALSE(whole.GetValue() == pieces.GetValue());
   EXPECT_FALSE(whole.GetValue() == empty.GetValue());
+}
+
+TEST(UniqueHashStreamTest, NoTypeCountsAsZero) {
+  UniqueHashStream nothing, zero;
+  nothing.Write(DataType());
+  zero.Write(UInt64{0});
+  EXPECT_EQ(nothing.GetValue(), zero.GetValue());
 }
 
 TEST(UniqueHashStreamTest, TakesTypesAndValues) {

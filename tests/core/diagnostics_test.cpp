@@ -1,5 +1,10 @@
 #include "ostra/core/diagnostics.h"
 
+#include <sys/ptrace.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
 #include <optional>
 #include <thread>
 
@@ -62,6 +67,48 @@ TEST(DiagnosticsTest, ADebugStopWritesACriticalLineAndReturns) {
   g_enableDebugBreak = before;
   EXPECT_THAT(diagnostics.GetTexts(), ElementsAre("Stop: reached."));
   EXPECT_THAT(diagnostics.GetLevels(), ElementsAre(DiagnosticLevel::Critical));
+}
+
+// What becomes of a process that runs `action` with a debugger attached.
+enum class Fate { Stopped, Ended, NotTraced };
+Fate RunTraced(Bool breaks, void (*action)()) {
+  const pid_t child = fork();
+  if (child == 0) {
+    if (ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) _exit(77);
+    g_enableDebugBreak = breaks;
+    action();
+    _exit(0);
+  }
+  int status = 0;
+  EXPECT_EQ(waitpid(child, &status, 0), child);
+  if (WIFEXITED(status)) {
+    EXPECT_TRUE(WEXITSTATUS(status) == 0 || WEXITSTATUS(status) == 77);
+    return WEXITSTATUS(status) == 77 ? Fate::NotTraced : Fate::Ended;
+  }
+  EXPECT_TRUE(WIFSTOPPED(status));
+  EXPECT_EQ(WSTOPSIG(status), SIGTRAP);
+  kill(child, SIGKILL);
+  waitpid(child, &status, 0);
+  return Fate::Stopped;
+}
+
+TEST(DiagnosticsTest, AfterACriticalMessageADebuggerStopsUnlessItIsSwitchedOff) {
+  const auto stop = [] { DebugStop("Stop: seen by a debugger."); };
+  const auto report = [] { CriticalOutput("reported to a @", "debugger"); };
+  const auto warn = [] { WarningOutput("no reason to stop"); };
+  if (RunTraced(false, warn) == Fate::NotTraced) GTEST_SKIP() << "processes cannot be traced here";
+  EXPECT_EQ(RunTraced(true, stop), Fate::Stopped);
+  EXPECT_EQ(RunTraced(true, report), Fate::Stopped);
+  EXPECT_EQ(RunTraced(true, warn), Fate::Ended);
+  EXPECT_EQ(RunTraced(false, stop), Fate::Ended);
+  EXPECT_EQ(RunTraced(false, report), Fate::Ended);
+}
+
+TEST(DiagnosticsTest, WithoutADebuggerACriticalMessageStopsNothing) {
+  const RecordedDiagnostics diagnostics;
+  ASSERT_TRUE(g_enableDebugBreak);
+  CriticalOutput("nobody stops here");
+  EXPECT_THAT(diagnostics.GetTexts(), ElementsAre("nobody stops here"));
 }
 
 TEST(DiagnosticsTest, LinesOfManyThreadsAllArrive) {

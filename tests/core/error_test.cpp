@@ -1,6 +1,7 @@
 #include "ostra/core/error.h"
 
 #include <optional>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -47,6 +48,33 @@ TEST(ErrorTest, ConditionsAreQuotedInTheMessage) {
               IsErrorWith(kIllegalStateError, "Illegal state: Condition !isOpen not fulfilled. Close it first."));
 }
 
+TEST(ErrorTest, AnEmptyExplanationLeavesItsBlank) {
+  const auto check = [](Bool isOpen) -> Result<void> {
+    OSTRA_CHECK_STATE_EXPLAINED(isOpen, "");
+    return OK;
+  };
+  EXPECT_THAT(check(false), IsErrorWith(kIllegalStateError, "Illegal state: Condition isOpen not fulfilled. "));
+}
+
+TEST(ErrorTest, TheUnitLivesAsLongAsACopyOfTheError) {
+  std::string_view unit;
+  std::optional<Error> copy;
+  {
+    std::string text = "a unit of a module that goes";
+    const Error error = Error::Make(kIllegalStateError, "message", text.c_str(), 3);
+    unit = error.GetUnit();
+    copy = error;
+    text.assign(text.size(), 'X');
+  }
+  EXPECT_EQ(unit, "a unit of a module that goes");
+  EXPECT_EQ(copy->GetUnit().data(), unit.data());
+}
+
+TEST(ErrorTest, OfALongUnitTheFirst63BytesAreKept) {
+  const std::string unit(100, 'u');
+  EXPECT_EQ(Error::Make(kIllegalStateError, "message", unit.c_str(), 3).GetUnit(), std::string(63, 'u'));
+}
+
 TEST(ErrorTest, OwnsItsTexts) {
   char message[] = "short lived";
   char unit[] = "unit";
@@ -61,6 +89,11 @@ TEST(ErrorTest, CopiesShareAndMovesEmpty) {
   const Error copy = error;
   const Error moved = std::move(error);
   EXPECT_TRUE(error.IsTaken());
+  EXPECT_FALSE(moved.IsTaken());
+  const Error copyOfNothing = error;
+  EXPECT_TRUE(copyOfNothing.IsTaken());
+  error = copy;
+  EXPECT_FALSE(error.IsTaken());
   EXPECT_EQ(&copy.GetMessage(), &moved.GetMessage());
 }
 

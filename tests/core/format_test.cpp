@@ -3,6 +3,9 @@
 #include <string>
 
 #include "ostra/core/data_type.h"
+#include "ostra/core/interned_id.h"
+#include "ostra/core/lexer.h"
+#include "ostra/io/url.h"
 #include "tests/support/result_matchers.h"
 
 namespace ostra {
@@ -37,6 +40,15 @@ TEST(FormatTest, WritesPointersInHexadecimalAndNullAsNullptr) {
   const char* noText = nullptr;
   EXPECT_EQ(*Format("@ @ @", null, noText, nullptr), "nullptr nullptr nullptr");
   EXPECT_EQ(*Format("@", reinterpret_cast<void*>(0x1f)), "0x1f");
+}
+
+TEST(FormatTest, WritesNamesOfEveryKind) {
+  const CString name("texels");
+  EXPECT_EQ(*Format("@ @ @ @", "radius"_iid, name, "a.b"_id, *Url::Create("shaders/blur.krn")),
+            "radius texels a.b shaders/blur.krn");
+  EXPECT_EQ(*Format("@ @", GetName(LEXERSYMBOL::SQUAREBRACKET_OPEN), GetName(LEXERSYMBOL::IDENTIFIER)),
+            "SQUAREBRACKET_OPEN IDENTIFIER");
+  EXPECT_EQ(*Format("[@][@][@]", InternedId(), CString(), Id()), "[][][]");
 }
 
 TEST(FormatTest, WritesErrorsByTheirMessageAndNamedThingsByTheirName) {

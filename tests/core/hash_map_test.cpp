@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "ostra/core/interned_id.h"
+#include "ostra/core/strong_ref.h"
 #include "tests/support/fault_injection.h"
 
 namespace ostra {
@@ -76,6 +77,35 @@ TEST(HashMapTest, SizesThatCannotBeAreOutOfMemory) {
   EXPECT_THAT(map.Resize(INT64_MAX / 4), IsErrorOfKind(kOutOfMemoryError));
   EXPECT_THAT(map.Resize(-1), IsErrorWith(kIllegalArgumentError, "A table cannot have a negative count."));
   EXPECT_THAT(map.Insert(1, 2), IsOk());
+}
+
+struct Thing : RefCounted<Thing> {
+  Int number = 0;
+};
+
+TEST(HashMapTest, ReferencesAndAddressesAreKeysByIdentity) {
+  const auto first = StrongRef<Thing>::Adopt(NewObj<Thing>());
+  const auto second = StrongRef<Thing>::Adopt(NewObj<Thing>());
+  HashMap<StrongRef<Thing>, Int> byReference;
+  HashMap<const Thing*, Int> byAddress;
+  Int next = 0;
+  for (const StrongRef<Thing>& thing : {first, second, StrongRef<Thing>()}) {
+    EXPECT_TRUE(byReference.Insert(thing, next)->isNew);
+    EXPECT_TRUE(byAddress.Insert(thing.GetPointer(), next++)->isNew);
+  }
+  first->number = 7;
+  EXPECT_EQ(*byReference.Find(first), 0);
+  EXPECT_EQ(*byReference.Find(StrongRef<Thing>(second.GetPointer())), 1);
+  EXPECT_EQ(*byReference.Find(nullptr), 2);
+  EXPECT_EQ(*byAddress.Find(second.GetPointer()), 1);
+}
+
+TEST(SynchronizedHashMapTest, PreparesForEntries) {
+  SynchronizedHashMap<Int, Int> map;
+  EXPECT_THAT(map.Resize(256), IsOk());
+  EXPECT_THAT(map.Resize(-1), IsErrorWith(kIllegalArgumentError, "A table cannot have a negative count."));
+  EXPECT_TRUE(*map.Insert(1, 10));
+  EXPECT_EQ(map.GetCount(), 1);
 }
 
 TEST(SynchronizedHashMapTest, KeepsTheFirstOfSeveralValues) {

@@ -65,6 +65,22 @@ TEST(ResultTest, CopiesHoldTheirOwnReferenceToTheError) {
   EXPECT_THAT(first, IsErrorWith(kIllegalStateError, "too early"));
 }
 
+TEST(ResultTest, ASuccessIsAsWideAsAPointerAndStaysOneWhenItIsMoved) {
+  static_assert(sizeof(Result<void>) == sizeof(void*));
+  static_assert(sizeof(Result<Int>) == 2 * sizeof(void*));
+  Result<void> result = OK;
+  const Result<void> moved = std::move(result);
+  EXPECT_TRUE(moved.IsOk());
+  EXPECT_TRUE(result.IsOk());  // NOLINT(bugprone-use-after-move): that is what is asked
+}
+
+TEST(ResultTest, NoErrorIsTakenForSuccess) {
+  const Result<void> fine = OK;
+  const Result<String> result = fine.GetError();
+  EXPECT_FALSE(result.IsOk());
+  EXPECT_TRUE(result.GetError().IsTaken());
+}
+
 template <class T>
 class TakenResultTest : public testing::Test {};
 using ResultValues = testing::Types<void, String, Int&>;
