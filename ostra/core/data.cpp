@@ -122,4 +122,10 @@ Result<Data> ForwardingDataPtr::Take() {
   return data;
 }
 
+namespace {
+
+// Described by the host, so that it outlives all modules.
+[[maybe_unused]] const Bool g_registered = GetDataType<Data>().IsPopulated();
+
+}  // namespace
 }  // namespace ostra

@@ -19,6 +19,16 @@ Result<ModuleInitializer&> FindInitializer(const ModuleDescriptor& module) {
                              module.id);
 }
 
+// The shared object of the module's entries; the descriptor itself may lie anywhere.
+const void* FindCode(const ModuleDescriptor& module) {
+  for (const auto entries : {module.units, module.startupEntries}) {
+    for (const ModuleEntry& entry : entries) {
+      if (entry.enter) return FindSharedObject(reinterpret_cast<const void*>(entry.enter));
+    }
+  }
+  return nullptr;
+}
+
 void EraseClass(const Id& registryId, const Id& id) {
   if (auto registry = ClassRegistry::Find(registryId)) registry->Erase(id);
 }
@@ -66,7 +76,7 @@ Result<void> RegisterDataType(ModuleDescriptor& module, const DataType& type) {
     return OSTRA_ILLEGAL_ARGUMENT("The data type \"@\" is already registered.", type.GetId());
   // A type that was first described by somebody else works with their code, and stays with them.
   const auto* operation = reinterpret_cast<const void*>(type.GetOperations().destruct);
-  if (FindSharedObject(operation) != FindSharedObject(&module)) return OK;
+  if (FindSharedObject(operation) != FindCode(module)) return OK;
   return initializer.Do([]() -> Result<void> { return OK; }, [](const Id&, const Id& id) { DataType::Erase(id); }, Id(),
                         type.GetId());
 }

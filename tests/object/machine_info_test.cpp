@@ -14,8 +14,13 @@ namespace {
 
 TEST(MachineInfoTest, TheTenFlagsComeInTheirOrder) {
   ASSERT_EQ(MachineInfo::kFlags.size(), 10U);
-  EXPECT_EQ(MachineInfo::kFlags[0], "net.ostra.machineinfo.supportsse2"_id);
-  EXPECT_EQ(MachineInfo::kFlags[9], "net.ostra.machineinfo.supportavx2"_id);
+  EXPECT_THAT(
+      MachineInfo::kFlags,
+      testing::ElementsAre("net.ostra.machineinfo.supportsse2"_id, "net.ostra.machineinfo.supportsse3"_id,
+                           "net.ostra.machineinfo.supportssse3"_id, "net.ostra.machineinfo.supportsse41"_id,
+                           "net.ostra.machineinfo.supportsse42"_id, "net.ostra.machineinfo.supportavx"_id,
+                           "net.ostra.machineinfo.supportfma"_id, "net.ostra.machineinfo.supportaes"_id,
+                           "net.ostra.machineinfo.supportpclmulqdq"_id, "net.ostra.machineinfo.supportavx2"_id));
   for (const Id& flag : MachineInfo::kFlags) EXPECT_THAT(MachineInfo::GetFlag(flag), IsOk());
 }
 

@@ -114,17 +114,30 @@ TEST_F(ModuleLoaderTest, LoadingUnloadingAndLoadingAgainWorksAndLeaksNothing) {
   }
 }
 
+bool IsMapped(const std::string& name) {
+  void* handle = dlopen(GetModulePath(name).c_str(), RTLD_NOW | RTLD_NOLOAD);
+  if (handle) dlclose(handle);
+  return handle != nullptr;
+}
+
 TEST_F(ModuleLoaderTest, AnUnloadedModuleIsGoneFromMemory) {
   Module* module = LoadOrFail("test_good");
   ASSERT_TRUE(module);
-  const auto isMapped = [] {
-    void* handle = dlopen(GetModulePath("test_good").c_str(), RTLD_NOW | RTLD_NOLOAD);
-    if (handle) dlclose(handle);
-    return handle != nullptr;
-  };
-  EXPECT_TRUE(isMapped());
+  EXPECT_TRUE(IsMapped("test_good"));
   EXPECT_THAT(ModuleLoader::Unload(*module), IsOk());
-  EXPECT_FALSE(isMapped());
+  EXPECT_FALSE(IsMapped("test_good"));
+}
+
+TEST_F(ModuleLoaderTest, AModuleWithTypesIsGoneFromMemoryAlsoAfterASecondLoadWasRefused) {
+  for (int round = 0; round < 2; ++round) {
+    Module* module = LoadOrFail("test_type_owner");
+    ASSERT_TRUE(module);
+    EXPECT_THAT(DataType::Find("com.example.datatype.owned"_id), IsOk());
+    EXPECT_THAT(ModuleLoader::Load(GetModulePath("test_type_owner")), IsErrorOfKind(kIllegalStateError));
+    EXPECT_THAT(ModuleLoader::Unload(*module), IsOk());
+    EXPECT_FALSE(DataType::Find("com.example.datatype.owned"_id));
+    EXPECT_FALSE(IsMapped("test_type_owner"));
+  }
 }
 
 TEST_F(ModuleLoaderTest, AModuleWhoseTypesAreStillKnownStaysInMemorySoThatTheyWork) {
@@ -179,7 +192,7 @@ TEST_F(ModuleLoaderTest, AnotherSymbolOfTheDescriptorsNameIsNotTakenForOne) {
 
 TEST_F(ModuleLoaderTest, AModuleOfAnotherInterfaceVersionIsRefusedWithBothVersions) {
   EXPECT_THAT(ModuleLoader::Load(GetModulePath("test_wrong_version")),
-              IsErrorContaining(kIllegalArgumentError, "is made for module interface 4711; this host has 1."));
+              IsErrorContaining(kIllegalArgumentError, "is made for module interface 4711; this host has 2."));
 }
 
 TEST_F(ModuleLoaderTest, AMissingFrameworkIsNamed) {
@@ -204,6 +217,13 @@ TEST_F(ModuleLoaderTest, AFailingStartUpEntryFailsTheLoadAndUndoesEverythingInRe
                           "The module \"com.example.failing\" cannot be loaded: the start-up entry "
                           "\"second\" failed: The lamp is broken."));
   EXPECT_THAT(_recorder.GetLines(), ElementsAre("stop first", "leave registry"));
+}
+
+TEST_F(ModuleLoaderTest, TheErrorOfAnEntryStillSaysWhereItWasRaised) {
+  const auto module = ModuleLoader::Load(GetModulePath("test_failing_startup"));
+  ASSERT_FALSE(module);
+  EXPECT_EQ(module.GetError().GetUnit(), "failingstartup");
+  EXPECT_EQ(module.GetError().GetLine(), 17);  // in plugins/failing_startup.cpp
 }
 
 TEST_F(ModuleLoaderTest, AnUnresolvableReferenceDoesNotPreventLoadingButFailsWhenCalled) {
