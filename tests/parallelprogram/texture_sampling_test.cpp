@@ -216,8 +216,9 @@ TEST_F(SampleTest, FilterBitsOtherThanLinearGiveTheNearestTexel) {
 // Coordinates that are no numbers, infinite, huge or close to edges, with every wrap mode, in all dimensions: bits of
 // the reference, and under the address sanitizer nothing but the texels and their slack is read.
 TEST_F(SampleTest, StrangeCoordinatesStayInside) {
-  const Float32 strange[] = {kNan,    kInfinity, -kInfinity, 3e38f,       -3e38f, 9.3e18f, -9.3e18f,    2147483648.0f,
-                             -1e-30f, -1.0f,     -4.0f,      0.99999994f, 4.0f,   1e-45f,  16777217.0f, 0.25f};
+  const Float32 strange[] = {kNan,        -kNan,    kInfinity,     -kInfinity,  3e38f, -3e38f,
+                             9.3e18f,     -9.3e18f, 2147483648.0f, -1e-30f,     -1.0f, -4.0f,
+                             0.99999994f, 4.0f,     1e-45f,        16777217.0f, 0.25f};
   std::mt19937 random(7);
   for (Int dimensions = 1; dimensions <= 3; ++dimensions) {
     for (int i = 0; i < 4000; ++i) {
@@ -237,6 +238,57 @@ TEST_F(SampleTest, CoordinatesJustBelowWholeNumbersUseTheRoundedNeighbour) {
   texture.bindData._normalizedCoordinates = false;
   for (const Float32 at : {1.4999999f, 2.4999998f, 0.49999997f}) {
     EXPECT_TRUE(HaveSameBits(SampleAt({at}), ReferenceSample(texture, 1, {at}, 0))) << at;
+  }
+}
+
+// Lookups one period away take another way than those that are further outside; both give the bits of the reference.
+TEST_F(SampleTest, RepeatedTexturesGoOnFarAwayAndNearby) {
+  std::mt19937 random(11);
+  for (Int dimensions = 1; dimensions <= 3; ++dimensions) {
+    texture = MakeCountingTexture({5, dimensions > 1 ? 3u : 1u, dimensions > 2 ? 4u : 1u}, 2);
+    for (const Float32 reach : {0.01f, 1.0f, 2.0f, 50.0f, 1e6f}) {
+      std::uniform_real_distribution<Float32> distribution(-reach, 1 + reach);
+      for (int i = 0; i < 600; ++i) {
+        for (Int axis = 0; axis < 3; ++axis) SetMode(axis, static_cast<TextureWrapMode>(i % 7 == 0 ? random() % 3 : 0));
+        std::vector<Float32> at;
+        for (Int axis = 0; axis < dimensions; ++axis) at.push_back(distribution(random));
+        ASSERT_TRUE(HaveSameBits(SampleAt(at, 2), ReferenceSample(texture, 2, at, 0))) << testing::PrintToString(at);
+      }
+    }
+  }
+}
+
+// Beyond 2^24 texels floats do not reach every texel.
+TEST_F(SampleTest, AxesMayBeLongerThanFloatsCount) {
+  texture.bindData._dimensions = {(1u << 25) + 3, 1, 1};
+  texture.bindData._format = TextureFormat::U8;
+  texture.bindData._normalizedCoordinates = false;
+  texture.texels.resize((1u << 25) + 3);
+  for (std::size_t i = 0; i < texture.texels.size(); ++i) texture.texels[i] = static_cast<Byte>(i * 7);
+  const SamplingData data = texture.Build();
+  const auto function = SelectSampleFunction<1, 1>(texture.bindData);
+  ASSERT_THAT(function, IsOk());
+  for (Int i = -40; i <= 8; ++i) {
+    for (const Int middle : {Int{1} << 23, Int{1} << 24, Int{1} << 25}) {
+      for (const Float32 part : {0.0f, 0.5f}) {
+        const std::vector<Float32> at = {static_cast<Float32>(middle + i) + part};
+        ASSERT_TRUE(HaveSameBits(Call(*function, 1, at, 0, data), ReferenceSample(texture, 1, at, 0))) << at[0];
+      }
+    }
+  }
+}
+
+TEST_F(SampleTest, BordersAllAroundGiveTheBorder) {
+  for (Int dimensions = 1; dimensions <= 3; ++dimensions) {
+    texture = MakeCountingTexture({4, dimensions > 1 ? 3u : 1u, dimensions > 2 ? 2u : 1u}, 4);
+    for (Int axis = 0; axis < 3; ++axis) SetMode(axis, TextureWrapMode::BORDER);
+    const Float32 border[] = {-0.0f, kInfinity, 3.5f, kNan};
+    MemCopy(texture.bindData._borderColor, border, sizeof(border));
+    for (const Float32 first : {-3.0f, -0.3f, 1.4f, 70.0f, kNan}) {
+      std::vector<Float32> at(static_cast<std::size_t>(dimensions), 0.4f);
+      at.back() = first;
+      ASSERT_TRUE(HaveSameBits(SampleAt(at, 4), ReferenceSample(texture, 4, at, 0))) << dimensions << " " << first;
+    }
   }
 }
 
