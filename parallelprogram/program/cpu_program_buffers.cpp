@@ -46,9 +46,8 @@ Result<void> WriteElements(const Elements& target, Int offset, const BufferSourc
   if (type != target.type && !(type.IsPlain() && target.type.IsPlain()))
     return OSTRA_ILLEGAL_ARGUMENT("Values of type \"@\" cannot be written into a buffer of \"@\".", type, target.type);
   Byte* place = target.first + offset * size;
-  const Bool isMemoryMove = type.IsPlain() && source.elements.GetStride() == size;
-  const Bool needsNoCopies = type.IsPlain() || !type.IsDefaultConstructible();
-  if (isMemoryMove || (needsNoCopies && !DoOverlap(source.elements, size, place, count * size)))
+  const Bool isMemoryMove = source.elements.GetStride() == size;
+  if (type.IsPlain() && (isMemoryMove || !DoOverlap(source.elements, size, place, count * size)))
     return type.Copy(place, size, source.elements.GetFirst(), source.elements.GetStride(), count);
   OSTRA_ASSIGN_OR_RETURN(GenericBaseArray copies, GenericBaseArray::CreateCopy(type, source.elements));
   if (type.IsPlain()) return type.Copy(place, copies.GetFirst(), count);

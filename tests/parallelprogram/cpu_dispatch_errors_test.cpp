@@ -113,6 +113,27 @@ TEST_P(DispatchErrorTest, AZeroWorkGroupSizeIsFoundBelowTheThresholdToo) {
   EXPECT_EQ(TakeCalls(), 0u);
 }
 
+TEST_P(DispatchErrorTest, AZeroAlongYOrZIsFoundInOneDimensionToo) {
+  for (const Vec3<UInt32>& size : {Vec3<UInt32>(4, 0, 0), Vec3<UInt32>(4, 0, 1), Vec3<UInt32>(4, 1, 0)}) {
+    Tune("workGroupSize"_iid, size);
+    EXPECT_THAT(program->DispatchKernel(5, 1, 1, false), IsErrorContaining(kIllegalStateError, "recorder"));
+  }
+  Tune("workGroupSize"_iid, Vec3<UInt32>(4, 0, 0));
+  EXPECT_THAT(
+      program->DispatchKernel(5, 1, 1, false),
+      IsErrorWith(kIllegalStateError, "The work group size (4, 0, 0) of the kernel \"recorder\" has a component 0."));
+  EXPECT_EQ(TakeCalls(), 0u);
+}
+
+TEST_P(DispatchErrorTest, WithoutInvocationsAZeroWorkGroupSizeIsNoErrorInOneDimensionOnly) {
+  AddKernel("unsized"_iid, kNoWorkGroup);
+  EXPECT_THAT(program->DispatchKernel(0, 1, 1, false), IsOk());
+  // In three dimensions every extent is raised to one work group.
+  EXPECT_THAT(
+      program->DispatchKernel(0, 1, 0, false),
+      IsErrorWith(kIllegalStateError, "The work group size (0, 0, 0) of the kernel \"unsized\" has a component 0."));
+}
+
 OSTRA_TEST_BOTH_FORMS(DispatchErrorTest);
 
 class IndirectDispatchTest : public DispatchErrorTest {
@@ -148,6 +169,8 @@ TEST_P(IndirectDispatchTest, CountsAreWorkGroupsOnEveryAxis) {
 TEST_P(IndirectDispatchTest, InvocationCountsWrapAt32Bits) {
   EXPECT_EQ(CountFor(Counts(0x20000001, 1, 1, 0)), 8u);
   EXPECT_EQ(CountFor(Counts(0x20000000, 1, 1, 0)), 0u);
+  // Three-dimensional: no invocations along x are raised to a work group.
+  EXPECT_EQ(CountFor(Counts(0x20000000, 2, 1, 0)), 16u);
 }
 
 TEST_P(IndirectDispatchTest, TheOffsetSelectsTheElement) {

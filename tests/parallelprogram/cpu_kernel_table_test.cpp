@@ -332,6 +332,26 @@ TEST_F(ResetTest, ValuesReadBeforeStayReadable) {
   EXPECT_EQ(GetElements<Float32>(data), (std::vector<Float32>{1, 2}));
 }
 
+TEST_F(ResetTest, KeepsTheMemoryOfCountersUntilTheProgramEnds) {
+  AddKernel("k"_iid, kTyped);
+  LinkCounter("counter"_iid);
+  ASSERT_THAT(program->Reset(), IsOk());  // what is made once is made
+  const Int before = AllocationFaults::GetLiveCount();
+  AddKernel("k"_iid, kTyped);
+  LinkCounter("counter"_iid);
+  ASSERT_THAT(program->AddAtomicCounter("other"_iid, Int32(0)), IsOk());
+  ASSERT_THAT(program->SetAtomicCounter("counter"_iid, 42), IsOk());
+  ASSERT_THAT(program->UpdateUniforms(), IsOk());
+  ASSERT_THAT(program->DispatchKernel(1, 1, 1, false), IsOk());
+  const AtomicUInt32* counter = TypedValues::seen.counter;
+  ASSERT_TRUE(counter);
+  ASSERT_THAT(program->Reset(), IsOk());
+  EXPECT_EQ(counter->LoadRelaxed(), 42u);
+  EXPECT_EQ(AllocationFaults::GetLiveCount(), before + 2);
+  program = nullptr;
+  EXPECT_LT(AllocationFaults::GetLiveCount(), before);
+}
+
 TEST_F(ResetTest, ReleasingTheProgramReleasesItsKernels) {
   const Int kernels = g_liveKernels;
   AddKernel("a"_iid, kScale);

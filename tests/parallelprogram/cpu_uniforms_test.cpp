@@ -106,6 +106,35 @@ TEST_P(UniformsTest, APointerParameterReceivesTheSameAddressOnEveryUpdate) {
   EXPECT_EQ(second.counter, first.counter);
 }
 
+// A parameter of a pointer type that is fed by a buffer holds the address of the program's block.
+TEST_P(UniformsTest, AKernelMayKeepTheAddressOfABlockUntilTheNextUpdate) {
+  AddKernel("k"_iid, kTyped);
+  StoreBuffer<Int32>("first"_iid, {1});
+  StoreBuffer<Int32>("pointer"_iid, {7, 8, 9});
+  StoreBuffer<Int32>("counter"_iid, {4, 5});
+  StoreBuffer<Int32>("last"_iid, {6});
+  for (const InternedId name : {"first"_iid, "pointer"_iid, "counter"_iid, "last"_iid})
+    ASSERT_THAT(program->SetBufferToActiveKernelSameId(name), IsOk());
+  for (int round = 0; round < 2; ++round) {
+    const TypedValues seen = Look();
+    // Other buffers, links and dispatches do not move the blocks.
+    for (Int32 i = 0; i < 100; ++i) {
+      const auto name = InternedId::Create("more@", i);
+      ASSERT_THAT(name, IsOk());
+      StoreBuffer<Int32>(*name, {i});
+      ASSERT_THAT(program->SetBufferToActiveKernelSameId(*name), IsOk());
+    }
+    EXPECT_EQ(LookWithoutUpdate().pointer, seen.pointer);
+    const auto& block = *reinterpret_cast<const Block<Int32>*>(seen.pointer);
+    ASSERT_EQ(block.GetCount(), 3);
+    EXPECT_EQ(block.GetStride(), 4);
+    EXPECT_EQ(block[2], 9);
+    const auto& other = *reinterpret_cast<const Block<Int32>*>(seen.counter);
+    ASSERT_EQ(other.GetCount(), 2);
+    EXPECT_EQ(other[1], 5);
+  }
+}
+
 TEST_P(UniformsTest, KernelErrorsEndTheUpdate) {
   AddKernel("k"_iid, kFailingSet);
   StoreBuffer<Float32>("values"_iid, {1});

@@ -106,7 +106,10 @@ TEST_F(KernelBaseTest, UnknownNamesAreIgnored) {
 
 TEST_F(KernelBaseTest, ANameThatIsUsedTwiceIsRefused) {
   ASSERT_THAT(object->Init(), IsOk());
-  EXPECT_THAT(kernel->AddTwice(), IsErrorContaining(kIllegalArgumentError, "number"));
+  const auto twice = kernel->AddTwice();
+  ASSERT_THAT(twice,
+              IsErrorWith(kIllegalArgumentError, "The kernel \"net.ostra.test.probe\" has two parameters \"number\"."));
+  EXPECT_EQ(twice.GetError().GetUnit(), "kernelbase_impl");
   EXPECT_EQ(object->GetKernelParameterMap().GetCount(), 4);
   const Int32 number = 7;
   ASSERT_THAT(object->Set("number", &number), IsOk());

@@ -108,6 +108,34 @@ TEST_F(NoiseTest, AtMost128NoisesAreMade) {
   EXPECT_EQ(Update().GetCount(), 128);
 }
 
+TEST_F(NoiseTest, ASecondInitChangesNothing) {
+  ASSERT_THAT(program->Init(Url(), nullptr, 0, false), IsOk());
+  AddKernelFile("net.ostra.test.noisekeeper");
+  SetNoise(0, 3, 1);
+  SetNoise(2, 4, 1);
+  EXPECT_EQ(Update().GetCount(), 1);
+  SetNoise(1, 5, 1);
+  const auto three = Update();
+  ASSERT_EQ(three.GetCount(), 3);
+  EXPECT_EQ(GetNoiseClass(three, 0), "gaseous");
+  EXPECT_EQ(GetNoiseClass(three, 1), "box");
+  EXPECT_EQ(GetNoiseClass(three, 2), "electric");
+  for (Int i = 0; i < 130; ++i) SetNoise(i, 0, static_cast<Int32>(i));
+  EXPECT_EQ(Update().GetCount(), 128);
+}
+
+TEST_F(NoiseTest, AfterResetNoisesAreMadeWithoutAnotherInit) {
+  AddKernelFile("net.ostra.test.noisekeeper");
+  SetNoise(0, 3, 1);
+  ASSERT_EQ(Update().GetCount(), 1);
+  ASSERT_THAT(program->Reset(), IsOk());
+  AddKernelFile("net.ostra.test.noisekeeper");
+  SetNoise(0, 5, 1);
+  const auto noises = Update();
+  ASSERT_EQ(noises.GetCount(), 1);
+  EXPECT_EQ(GetNoiseClass(noises), "box");
+}
+
 TEST_F(NoiseTest, NewModesAndSeedsCountAtTheNextUpdate) {
   AddKernelFile("net.ostra.test.noisekeeper");
   SetNoise(0, 0, 1);

@@ -53,7 +53,7 @@ class RangeForm : public KernelBase<Derived, KernelRangeInterface> {
       const UInt32 index = range.first + i;
       const Vec3<UInt32> global(index % range.extent.x, index / range.extent.x % range.extent.y,
                                 index / range.extent.x / range.extent.y);
-      // Components, because a group may be (n, 0, 0) for one-dimensional work in a class that is wrong on purpose.
+      // The IDs as the program makes them; it lets no work group size with a 0 through.
       const Vec3<UInt32> local(global.x % size.x, global.y % size.y, global.z % size.z);
       const Vec3<UInt32> group(global.x / size.x, global.y / size.y, global.z / size.z);
       OSTRA_RETURN_IF_ERROR(static_cast<Derived*>(this)->Kernel(global, local, group));

@@ -19,6 +19,18 @@ class AnySampler final : public KernelBase<AnySampler> {
   Result<void> Kernel(const Vec3<UInt32>&, const Vec3<UInt32>&, const Vec3<UInt32>&) override { return OK; }
 };
 
+class ThreeSamplersKernel final : public KernelBase<ThreeSamplersKernel> {
+ public:
+  static constexpr const char* kComponentName = kThreeSamplers;
+  Result<void> Init() override {
+    _workGroupSize = {1, 1, 1};
+    OSTRA_RETURN_IF_ERROR(AddParameter("one", SeenSamplers()[0]));
+    OSTRA_RETURN_IF_ERROR(AddParameter("two", SeenSamplers()[1]));
+    return AddParameter("three", SeenSamplers()[2]);
+  }
+  Result<void> Kernel(const Vec3<UInt32>&, const Vec3<UInt32>&, const Vec3<UInt32>&) override { return OK; }
+};
+
 class CopyTexture final : public KernelBase<CopyTexture> {
  public:
   static constexpr const char* kComponentName = "net.ostra.test.copytexture";
@@ -53,6 +65,7 @@ Result<void> RegisterOne(ClassRegistry& registry) {
 Result<void> RegisterAll() {
   OSTRA_ASSIGN_OR_RETURN(ClassRegistry & registry, ClassRegistry::Find(kKernelClassRegistry));
   OSTRA_RETURN_IF_ERROR(RegisterOne<AnySampler>(registry));
+  OSTRA_RETURN_IF_ERROR(RegisterOne<ThreeSamplersKernel>(registry));
   return RegisterOne<CopyTexture>(registry);
 }
 
@@ -60,6 +73,11 @@ Result<void> RegisterAll() {
 
 const TextureSamplerDataHelper*& SeenSampler() {
   static const TextureSamplerDataHelper* seen = nullptr;
+  return seen;
+}
+
+ThreeSamplers& SeenSamplers() {
+  static ThreeSamplers seen{};
   return seen;
 }
 
