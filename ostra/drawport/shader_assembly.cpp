@@ -183,8 +183,18 @@ class Assembler {
   AssembledShader _shader;
 };
 
-std::string_view GetProgramSection(DrawportStage stage) {
-  switch (stage) {
+Bool HasOutputs(const ShaderRecords& records) {
+  for (const ShaderParameter& parameter : records.parameters)
+    if (parameter.kind == ShaderParameterKind::Output) return true;
+  return false;
+}
+
+std::string_view GetProgramSection(const ShaderRecords& records, const Sections& sections) {
+  // Some languages have no empty structs.
+  constexpr std::string_view kWithoutOutputs = "program fragment without outputs";
+  if (records.stage == DrawportStage::Fragment && !HasOutputs(records) && sections.Find(kWithoutOutputs))
+    return kWithoutOutputs;
+  switch (records.stage) {
     case DrawportStage::Compute:
       return "program compute";
     case DrawportStage::Vertex:
@@ -224,7 +234,7 @@ Result<AssembledShader> AssembleShader(const ShaderRecords& records) {
     return OSTRA_ILLEGAL_ARGUMENT("A program cannot have @ noises; at most @ are allowed.", records.noiseTableCount,
                                   kMaxNoiseTables);
   OSTRA_ASSIGN_OR_RETURN(const Sections sections, Sections::Open(records.language));
-  const std::string_view* const program = sections.Find(GetProgramSection(records.stage));
+  const std::string_view* const program = sections.Find(GetProgramSection(records, sections));
   if (!program)
     return OSTRA_ILLEGAL_ARGUMENT("There is no support code for the stage @ of a program in \"@\".",
                                   static_cast<Int32>(records.stage), records.language);

@@ -46,6 +46,9 @@ Bool IsSummary(std::string_view text) {
          text.find("compilation terminated") != std::string_view::npos;
 }
 
+// The library makes an empty program of a text without the function "main".
+Bool IsFailure(std::string_view warning) { return warning.find("Entry point not found") != std::string_view::npos; }
+
 }  // namespace
 
 void ReadLog(std::string_view log, std::vector<ShaderMessage>& messages) {
@@ -60,7 +63,7 @@ void ReadLog(std::string_view log, std::vector<ShaderMessage>& messages) {
     while (line.ends_with(' ')) line.remove_suffix(1);
     if (IsSummary(line)) continue;
     const Int number = TakeLineNumber(line);
-    messages.push_back({isError, number, MakeText(line)});
+    messages.push_back({isError || IsFailure(line), number, MakeText(line)});
   }
 }
 

@@ -1,0 +1,204 @@
+// The compiler: messages on lines of kernel files, and arithmetic that stays as written.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <set>
+#include <span>
+
+#include "ostra/shadercompiler/contraction.h"
+#include "ostra/shadercompiler/inlining.h"
+#include "tests/drawport/assembly_fixture.h"
+#include "tests/support/result_matchers.h"
+
+namespace ostra::test {
+namespace {
+
+using testing::HasSubstr;
+using testing::StartsWith;
+
+// Calls `use(opcode, words of the instruction)`.
+template <class Words, class Use>
+void ForEachInstruction(const Words& words, Use&& use) {
+  const std::vector<UInt32> all(words.begin(), words.end());
+  for (std::size_t at = 5; at < all.size();) {
+    const std::size_t size = all[at] >> 16;
+    ASSERT_GT(size, 0u);
+    ASSERT_LE(at + size, all.size());
+    use(all[at] & 0xFFFFu, std::span(all).subspan(at, size));
+    at += size;
+  }
+}
+
+constexpr UInt32 kOpDecorate = 71, kNoContraction = 42, kOpFunction = 54, kOpFAdd = 129, kOpFMul = 133;
+
+struct Arithmetic {
+  Int operations = 0;
+  Int unmarked = 0;
+  Int functions = 0;
+};
+Arithmetic CountArithmetic(const BaseArray<UInt32>& words) {
+  std::set<UInt32> marked;
+  Arithmetic count;
+  ForEachInstruction(words, [&](UInt32 opcode, std::span<const UInt32> instruction) {
+    if (opcode == kOpDecorate && instruction[2] == kNoContraction) marked.insert(instruction[1]);
+  });
+  ForEachInstruction(words, [&](UInt32 opcode, std::span<const UInt32> instruction) {
+    if (opcode == kOpFunction) ++count.functions;
+    if (opcode != kOpFAdd && opcode != kOpFMul) return;
+    ++count.operations;
+    if (!marked.contains(instruction[2])) ++count.unmarked;
+  });
+  return count;
+}
+
+ShaderRecords MakeSumRecords(const Id& language) {
+  ShaderRecords records = MakeRecords(
+      language, "uint i = InGlobalInvocationID.x;\nUNIFORM_BUFFER(a)[i] = Fused(UNIFORM_BUFFER(a)[i], 2.0);");
+  AddFunction(records, "float Fused(float x, float y)\n{\nreturn x * y + x;\n}\n");
+  AddBuffer(records, "a", "float");
+  return records;
+}
+
+Result<CompiledShader> CompileRecords(ShaderRecords& records, const ShaderCompilerOptions& options = {}) {
+  const AssembledShader shader = Assemble(records);
+  return CompileShader(records.language, records.stage, shader, options);
+}
+
+TEST(ShaderCompilerTest, AProgramBecomesSpirv) {
+  for (const Id* language : {&kShadingLanguageGlsl, &kShadingLanguageHlsl}) {
+    ShaderRecords records = MakeSumRecords(*language);
+    auto compiled = CompileRecords(records);
+    ASSERT_THAT(compiled, IsOk());
+    ASSERT_TRUE(compiled->IsCompiled());
+    EXPECT_EQ(compiled->words[0], 0x07230203u);
+    EXPECT_TRUE(compiled->messages.IsEmpty());
+  }
+}
+
+TEST(ShaderCompilerTest, NoArithmeticIsContracted) {
+  for (const Id* language : {&kShadingLanguageGlsl, &kShadingLanguageHlsl}) {
+    for (const Bool isOptimized : {false, true}) {
+      ShaderRecords records = MakeSumRecords(*language);
+      auto compiled = CompileRecords(records, {.isOptimized = isOptimized});
+      ASSERT_THAT(compiled, IsOk());
+      const Arithmetic arithmetic = CountArithmetic(compiled->words);
+      EXPECT_GE(arithmetic.operations, 2);
+      EXPECT_EQ(arithmetic.unmarked, 0);
+    }
+  }
+}
+
+TEST(ShaderCompilerTest, SmallFunctionsAreInlinedAndNoisesStayFunctions) {
+  ShaderRecords small = MakeSumRecords(kShadingLanguageGlsl);
+  auto compiled = CompileRecords(small);
+  ASSERT_THAT(compiled, IsOk());
+  EXPECT_EQ(CountArithmetic(compiled->words).functions, 1);
+
+  ShaderRecords noises =
+      MakeRecords(kShadingLanguageGlsl,
+                  "UNIFORM_BUFFER(a)[0] = RenderNoise(0, 0.5, 0.0);\nUNIFORM_BUFFER(a)[1] = RenderNoise(0, 0.7, 0.0);");
+  AddBuffer(noises, "a", "float");
+  noises.noiseTableCount = 1;
+  auto large = CompileRecords(noises);
+  ASSERT_THAT(large, IsOk());
+  ASSERT_TRUE(large->IsCompiled());
+  EXPECT_GT(CountArithmetic(large->words).functions, 20);
+  EXPECT_EQ(CountArithmetic(large->words).unmarked, 0);
+  EXPECT_LT(large->words.GetCount(), 60000);
+}
+
+TEST(ShaderCompilerTest, NamesAreKeptOnlyForWhoAsks) {
+  constexpr UInt32 kOpName = 5;
+  const auto countNames = [](const ShaderCompilerOptions& options) {
+    ShaderRecords records = MakeSumRecords(kShadingLanguageGlsl);
+    auto compiled = CompileRecords(records, options);
+    Int count = 0;
+    ForEachInstruction(compiled->words, [&](UInt32 opcode, std::span<const UInt32>) { count += opcode == kOpName; });
+    return count;
+  };
+  EXPECT_EQ(countNames({.isOptimized = false}), 0);
+  EXPECT_GT(countNames({.isOptimized = false, .keepsNames = true}), 0);
+}
+
+TEST(ShaderCompilerTest, AMistakeIsReportedOnTheLineOfTheKernelFile) {
+  for (const Id* language : {&kShadingLanguageGlsl, &kShadingLanguageHlsl}) {
+    ShaderRecords records = MakeRecords(*language, "int a = 1;\nfloat b = UNIFORM(missing);");
+    for (Int line = 10; line < 14; ++line)
+      ASSERT_THAT(records.body.origins.Append(ShaderOrigin{"folder/k.krn"_s, line}), IsOk());
+    const AssembledShader shader = Assemble(records);
+    auto compiled = CompileShader(*language, DrawportStage::Compute, shader);
+    ASSERT_THAT(compiled, IsOk());
+    EXPECT_FALSE(compiled->IsCompiled());
+    ASSERT_GE(compiled->messages.GetCount(), 1);
+    const String message = FormatShaderMessage(shader, compiled->messages[0], "fallback.krn").GetValue();
+    EXPECT_THAT(std::string(message.GetView()), StartsWith("folder/k.krn:12: error: "));
+    EXPECT_THAT(std::string(message.GetView()), HasSubstr("UNIFORM(missing)"));
+    const Error error = MakeCompileError(shader, *compiled, "fallback.krn");
+    EXPECT_EQ(error.GetKind(), kIllegalArgumentError);
+    EXPECT_THAT(std::string(error.GetMessage().GetView()), StartsWith(std::string(message.GetView())));
+  }
+}
+
+TEST(ShaderCompilerTest, AMistakeOutsideOfKernelFilesNamesTheKernelFileAsAWhole) {
+  ShaderRecords records = MakeRecords(kShadingLanguageGlsl, "int a = missing;");
+  const AssembledShader shader = Assemble(records);
+  auto compiled = CompileShader(kShadingLanguageGlsl, DrawportStage::Compute, shader);
+  ASSERT_THAT(compiled, IsOk());
+  const std::string message(FormatShaderMessage(shader, compiled->messages[0], "k.krn").GetValue().GetView());
+  EXPECT_THAT(message, StartsWith("k.krn: error: 'missing' : undeclared identifier (line "));
+  EXPECT_EQ(FormatShaderMessage(shader, {false, 0, "odd"_s}, "k.krn").GetValue(), "k.krn: warning: odd");
+}
+
+TEST(ShaderCompilerTest, OtherLanguagesAndStagesAreRefused) {
+  ShaderRecords records = MakeSumRecords(kShadingLanguageGlsl);
+  const AssembledShader shader = Assemble(records);
+  EXPECT_THAT(CompileShader(kShadingLanguageMetal, DrawportStage::Compute, shader),
+              IsErrorWith(kIllegalArgumentError, "Shaders in the language \"METAL\" cannot be compiled."));
+  EXPECT_THAT(CompileShader(kShadingLanguageGlsl, DrawportStage::TessellationControl, shader),
+              IsErrorOfKind(kIllegalArgumentError));
+}
+
+TEST(ShaderCompilerTest, TextThatIsNoShaderIsAMessageAndNoError) {
+  for (const char* text : {"", "nonsense", "\x01\xFF", "#version 450\nvoid main() {"}) {
+    AssembledShader shader;
+    shader.text = MakeText(text);
+    for (const Id* language : {&kShadingLanguageGlsl, &kShadingLanguageHlsl}) {
+      auto compiled = CompileShader(*language, DrawportStage::Compute, shader);
+      ASSERT_THAT(compiled, IsOk());
+      EXPECT_FALSE(compiled->IsCompiled());
+      EXPECT_FALSE(compiled->messages.IsEmpty()) << text << " " << language->GetView();
+    }
+  }
+}
+
+TEST(ContractionTest, WordsThatAreNoSpirvStayAsTheyAre) {
+  for (const std::vector<UInt32>& words :
+       {std::vector<UInt32>{}, std::vector<UInt32>{1, 2, 3}, std::vector<UInt32>{1, 2, 3, 4, 5, 0},
+        std::vector<UInt32>{1, 2, 3, 4, 5, 0xFFFF0081u}}) {
+    std::vector<UInt32> changed = words;
+    shadercompiler::ForbidContraction(changed);
+    EXPECT_EQ(changed, words);
+    shadercompiler::LimitInlining(changed);
+    EXPECT_EQ(changed, words);
+  }
+}
+
+TEST(ClangReportTest, ErrorsAndWarningsAreTakenAndNotesLeftOut) {
+  const std::vector<ShaderMessage> messages = tool::ReadClangReport(
+      "/tmp/x:12:5: error: use of undeclared identifier 'a'\n/tmp/x:3:1: note: here\n/tmp/x:14:5: warning: odd\n"
+      "/other:1:2: error: inside\n/tmp/x:1:10: fatal error: no file\n2 errors generated.\n",
+      "/tmp/x");
+  ASSERT_EQ(messages.size(), 4u);
+  EXPECT_TRUE(messages[0].isError);
+  EXPECT_EQ(messages[0].line, 12);
+  EXPECT_EQ(messages[0].text, "use of undeclared identifier 'a'");
+  EXPECT_FALSE(messages[1].isError);
+  EXPECT_EQ(messages[1].line, 14);
+  EXPECT_EQ(messages[2].line, 0);
+  EXPECT_EQ(messages[2].text, "inside");
+  EXPECT_EQ(messages[3].text, "no file");
+}
+
+}  // namespace
+}  // namespace ostra::test
