@@ -11,8 +11,17 @@ namespace {
 // line by little, and the few that repeat it do so once.
 Int GetLongestEnd(Int count) { return 4 * count + 65536; }
 
+// What one rule may cost on one line: bytes looked at and moved. Only lines of many thousands of nested keywords, whose
+// cost grows with the square of their length, come near.
+constexpr Int kMostWork = Int(1) << 30;
+
 Error MakeEndlessError(const ParseState& state, const LineRule& rule, std::string_view reason) {
   const auto text = Format("the replacement of \"@\" meets this line again and again: @", rule.keyword, reason);
+  return text ? state.MakeLocatedError(*text) : text.GetError();
+}
+
+Error MakeWorkError(const ParseState& state, const LineRule& rule) {
+  const auto text = Format("the replacement of \"@\" takes too long in this line", rule.keyword);
   return text ? state.MakeLocatedError(*text) : text.GetError();
 }
 
@@ -20,11 +29,13 @@ Result<void> ApplyRule(ParseState& state, const LineRule& rule, LineText& line) 
   const Bool refuses = state.endless == EndlessSource::Refuse;
   const Bool isReplacement = rule.handler == &ReplaceKeyword;
   const Int longest = GetLongestEnd(line.GetCount());
+  const Int mostWork = line.GetWork() + kMostWork;
   for (Int at = line.Find(rule.keyword, 0); at != NOT_FOUND; at = line.Find(rule.keyword, at)) {
     if (refuses && isReplacement && rule.replacement.Contains(rule.keyword))
       return MakeEndlessError(state, rule, "what takes its place holds it again");
     OSTRA_ASSIGN_OR_RETURN(const RuleOutcome outcome, rule.handler({state, rule, line, at}));
     if (refuses && outcome == RuleOutcome::Unchanged) return MakeEndlessError(state, rule, rule.whyUnchanged);
+    if (refuses && line.GetWork() > mostWork) return MakeWorkError(state, rule);
     if (refuses && !isReplacement && line.GetCount() > longest)
       return MakeEndlessError(state, rule, "what takes its place holds it again");
   }

@@ -1,6 +1,7 @@
 #include "parallelprogram/shaderparser/line_text.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 
 #include "ostra/core/memory.h"
@@ -17,6 +18,7 @@ Result<void> LineText::Assign(std::string_view line) {
   _gap = 0;
   _gapEnd = _capacity - count;
   line.copy(_memory + _gapEnd, line.size());
+  _work += count;
   return OK;
 }
 
@@ -28,12 +30,16 @@ std::string_view LineText::ViewFrom(Int position) {
 
 Int LineText::Find(std::string_view part, Int start) {
   if (start > GetCount()) return NOT_FOUND;
-  const std::size_t found = ViewFrom(start).find(part);
+  const std::string_view rest = ViewFrom(start);
+  const std::size_t found = rest.find(part);
+  _work += static_cast<Int>(std::min(found, rest.size()));
   return found == std::string_view::npos ? NOT_FOUND : start + static_cast<Int>(found);
 }
 
 Int LineText::FindLast(std::string_view part) {
-  const std::size_t found = GetView().rfind(part);
+  const std::string_view text = GetView();
+  const std::size_t found = text.rfind(part);
+  _work += static_cast<Int>(text.size() - std::min(found, text.size()));
   return found == std::string_view::npos ? NOT_FOUND : static_cast<Int>(found);
 }
 
@@ -51,6 +57,7 @@ Result<void> LineText::Replace(Int position, Int count, std::string_view text) {
 void LineText::MoveGap(Int position) {
   if (position == _gap) return;
   const Int distance = position - _gap;
+  _work += std::abs(distance);
   if (distance > 0)
     std::memmove(_memory + _gap, _memory + _gapEnd, static_cast<std::size_t>(distance));
   else

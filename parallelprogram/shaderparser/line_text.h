@@ -20,6 +20,8 @@ class LineText {
   Result<void> Assign(std::string_view line);
 
   Int GetCount() const { return _gap + _capacity - _gapEnd; }
+  // How many bytes were looked at or moved so far: what a line has cost.
+  Int GetWork() const { return _work; }
   // The text from byte `position` on. Valid until the next call of any other function.
   std::string_view ViewFrom(Int position);
   std::string_view GetView() { return ViewFrom(0); }
@@ -41,6 +43,7 @@ class LineText {
   Int _capacity = 0;
   Int _gap = 0;     // bytes before the gap
   Int _gapEnd = 0;  // the rest of the text is from here to the end of the memory
+  Int _work = 0;
 };
 
 }  // namespace ostra

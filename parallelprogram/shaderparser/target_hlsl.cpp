@@ -12,8 +12,9 @@ constexpr Int kConstReach = 7;
 constexpr Int kConstSize = 6;
 
 Result<void> WriteBlockType(LineText& line, Int position, Int close) {
-  const Int constant = line.Find(kConst, std::max<Int>(0, position - kConstReach));
-  if (constant == NOT_FOUND || constant + static_cast<Int>(kConst.size()) > close)
+  const Int reach = std::max<Int>(0, position - kConstReach);
+  const std::string_view place = line.ViewFrom(reach).substr(0, static_cast<std::size_t>(close - reach));
+  if (place.find(kConst) == std::string_view::npos)
     return line.Replace(position, static_cast<Int>(kBlockKeyword.size()), "RWStructuredBuffer<");
   const Int start = std::max<Int>(0, position - kConstSize);
   return line.Replace(start, position - start + static_cast<Int>(kBlockKeyword.size()), "StructuredBuffer<");

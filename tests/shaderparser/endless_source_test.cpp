@@ -95,6 +95,14 @@ TEST_F(EndlessSourceTest, ALineThatGrowsAndEndsIsTranslated) {
   EXPECT_EQ(TranslateLine(many, {.templateArgument = "a type with a long name"}), longer);
 }
 
+TEST_F(EndlessSourceTest, ALineThatWouldTakeForHoursIsRefused) {
+  std::string blocks = "f(";
+  for (int i = 0; i < 150000; ++i) blocks += "Block<";
+  EXPECT_THAT(TryDeclaration(blocks + "> x)", {.target = kTargetHlsl}),
+              IsErrorWith(kIllegalArgumentError,
+                          GetPath("k.krn") + ":1: error: the replacement of \"Block<\" takes too long in this line"));
+}
+
 TEST_F(EndlessSourceTest, TheErrorDescribesItselfOnce) {
   Write("k.krn", "FP_KERNEL(K)\nATOMIC\n");
   const ParserRef parser = MakeParser(kTargetGlsl);

@@ -66,6 +66,18 @@ TEST(LineTextTest, DoesWhatAStringDoes) {
   }
 }
 
+TEST(LineTextTest, WorkFromLeftToRightGrowsWithTheLengthOnly) {
+  std::string text;
+  for (int i = 0; i < 10000; ++i) text += "abcdefghij";
+  LineText line;
+  ASSERT_THAT(line.Assign(text), IsOk());
+  Int replaced = 0;
+  for (Int at = line.Find("def", 0); at != NOT_FOUND; at = line.Find("def", at), ++replaced)
+    ASSERT_THAT(line.Replace(at, 3, "x"), IsOk());
+  EXPECT_EQ(replaced, 10000);
+  EXPECT_LT(line.GetWork(), 5 * static_cast<Int>(text.size()));
+}
+
 TEST(LineTextTest, StaysAsItIsWhenThereIsNoMemory) {
   const std::string longText(2000, 'x');
   LineText line;
