@@ -72,6 +72,7 @@ Result<void> Configuration::Register(ConfigurationEntry& entry) {
     return OSTRA_ILLEGAL_ARGUMENT("The configuration variable @ is already registered.", entry.name);
   OSTRA_ASSIGN_OR_RETURN(String name, String::Create(entry.name));
   OSTRA_RETURN_IF_ERROR(service.entries.Append(&entry));
+  entry.state = ConfigState::Default;  // also when it was configured before
   if (const Bool* value = service.values.Find(name)) Apply(entry, *value);
   return OK;
 }

@@ -44,9 +44,16 @@ class ConfigurationTable {
     return initialValue;
   }
 
-  // Takes the latest entry back.
-  void RemoveLast() {
-    if (_count > 0) _entries[static_cast<std::size_t>(--_count)] = ConfigurationEntry();
+  // Takes back the entry of a variable, if it has one; the others keep their order. The configuration service refers to
+  // the entries it knows, so it must know none of this table.
+  void Remove(const Bool& variable) {
+    std::span<ConfigurationEntry> entries = GetEntries();
+    std::size_t place = 0;
+    while (place < entries.size() && entries[place].variable != &variable) ++place;
+    if (place == entries.size()) return;
+    for (; place + 1 < entries.size(); ++place) entries[place] = entries[place + 1];
+    entries[place] = ConfigurationEntry();
+    --_count;
   }
 
   std::span<ConfigurationEntry> GetEntries() { return std::span(_entries).first(static_cast<std::size_t>(_count)); }

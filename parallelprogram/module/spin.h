@@ -27,7 +27,8 @@ struct SpinState {
 using CpuYieldDelegate = void (*)(void* stateOrReason, void* context);
 
 extern "C" {
-// At first a function that returns at once; the host may replace it while nothing runs.
+// At first a function that returns at once. The host may replace it at any time when no thread is in a function of this
+// file: it is read without synchronisation.
 extern OSTRA_API CpuYieldDelegate g_CpuYieldDelegate;
 }
 

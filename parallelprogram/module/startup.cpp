@@ -2,10 +2,8 @@
 
 #include <array>
 
-#include "ostra/config/configuration.h"
 #include "ostra/object/machine_info.h"
 #include "ostra/object/registration.h"
-#include "parallelprogram/module/configuration_variables.h"
 #include "parallelprogram/program/kernel_interface.h"
 #include "parallelprogram/program/parallel_program_reflection.h"
 #include "parallelprogram/shaderloader/general_shader_loader_reflection.h"
@@ -15,11 +13,6 @@ OSTRA_UNIT("register");
 namespace ostra {
 namespace {
 
-constinit HostMethod<Result<void>(ConfigurationEntry&)> ConfigurationRegister("ConfigurationRegister");
-constinit HostMethod<void(ConfigurationEntry&)> ConfigurationUnregister("ConfigurationUnregister");
-constinit std::array<HostMethodBase*, 2> g_configurationMethods = {&ConfigurationRegister, &ConfigurationUnregister};
-constinit InterfaceReference g_configuration{kConfigurationInterface, g_configurationMethods};
-
 constinit HostMethod<Result<Bool>(const Id&)> GetFlag("GetFlag");
 constinit std::array<HostMethodBase*, 1> g_machineInfoMethods = {&GetFlag};
 constinit InterfaceReference g_machineInfo{kMachineInfoInterface, g_machineInfoMethods};
@@ -28,25 +21,7 @@ constinit ProcessorFlags g_processorFlags{};
 
 }  // namespace
 
-constinit std::array<InterfaceReference*, 2> g_hostReferences = {&g_configuration, &g_machineInfo};
-
-Result<void> StartConfiguration(ModuleDescriptor& module) {
-  if (!TakesPartInConfiguration(module)) return OK;
-  for (ConfigurationEntry& entry : g_configurationTable.GetEntries()) {
-    auto registered = ConfigurationRegister(entry);
-    if (registered) continue;
-    StopConfiguration(module);
-    return registered.TakeError();
-  }
-  return OK;
-}
-
-void StopConfiguration(ModuleDescriptor& module) {
-  if (TakesPartInConfiguration(module)) {
-    for (ConfigurationEntry& entry : g_configurationTable.GetEntries()) ConfigurationUnregister(entry);
-  }
-  g_configurationTable.DropHelp();
-}
+constinit std::array<InterfaceReference*, 2> g_hostReferences = {&g_configurationReference, &g_machineInfo};
 
 Result<void> ReadProcessorFlags(ModuleDescriptor&) {
   ProcessorFlags& flags = g_processorFlags;

@@ -10,6 +10,9 @@ namespace ostra {
 // The references of the module's descriptor.
 extern std::array<InterfaceReference*, 2> g_hostReferences;
 
+// The one of them that the entry below calls.
+extern InterfaceReference g_configurationReference;
+
 // "configuration": hands the module's variables to the host's configuration service, in the order of their
 // registration, unless the module does not take part; takes them back and lets go of their help texts.
 Result<void> StartConfiguration(ModuleDescriptor& module);

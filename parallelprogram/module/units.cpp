@@ -14,14 +14,22 @@
 
 namespace ostra {
 
-Result<void> EnterGeneralShaderLoader(ModuleDescriptor&) {
-  g_checkActiveProgramForUpdatedShaders =
-      RegisterConfiguration("g_checkActiveProgramForUpdatedShaders", g_checkActiveProgramForUpdatedShaders, false,
-                            ConfigKind::Bool, "enables reloading of shader files from hd"_s);
+namespace {
+
+// A variable that is false by default. It is taken back with the registrations of its unit.
+template <Bool* variable>
+Result<void> RegisterVariable(ModuleDescriptor& module, const char* name, const String& help) {
+  OSTRA_RETURN_IF_ERROR(RegisterUndo(module, [] { g_configurationTable.Remove(*variable); }));
+  *variable = RegisterConfiguration(name, *variable, false, ConfigKind::Bool, help);
   return OK;
 }
 
-void LeaveGeneralShaderLoader(ModuleDescriptor&) { g_configurationTable.RemoveLast(); }
+}  // namespace
+
+Result<void> EnterGeneralShaderLoader(ModuleDescriptor& module) {
+  return RegisterVariable<&g_checkActiveProgramForUpdatedShaders>(module, "g_checkActiveProgramForUpdatedShaders",
+                                                                  "enables reloading of shader files from hd"_s);
+}
 
 Result<void> EnterShaderDataEntries(ModuleDescriptor& module) {
   OSTRA_RETURN_IF_ERROR(RegisterDataType(module, DataTypeOf<DataBufferEntry>::Make()));
@@ -46,23 +54,17 @@ Result<void> EnterCpuProgram(ModuleDescriptor& module) {
 }
 
 Result<void> EnterGpuProgram(ModuleDescriptor& module) {
-  // First what can fail: nothing takes the variables back from a unit that was not entered.
   OSTRA_ASSIGN_OR_RETURN(ClassRef program, CreateGpuProgramClass());
   OSTRA_RETURN_IF_ERROR(RegisterClass(module, program));
-  g_reloadKernelsParallelProgram =
-      RegisterConfiguration("g_reloadKernelsParallelProgram", g_reloadKernelsParallelProgram, false, ConfigKind::Bool,
-                            "enables reloading of kernel files from hd"_s);
-  g_32bitOnlyParallelProgram = RegisterConfiguration("g_32bitOnlyParallelProgram", g_32bitOnlyParallelProgram, false,
-                                                     ConfigKind::Bool, "sets all textures to 32-bit"_s);
-  g_outOfCoreParallelProgram = RegisterConfiguration("g_outOfCoreParallelProgram", g_outOfCoreParallelProgram, false,
-                                                     ConfigKind::Bool, "enables out of core simulation"_s);
-  return OK;
+  OSTRA_RETURN_IF_ERROR(RegisterVariable<&g_reloadKernelsParallelProgram>(
+      module, "g_reloadKernelsParallelProgram", "enables reloading of kernel files from hd"_s));
+  OSTRA_RETURN_IF_ERROR(RegisterVariable<&g_32bitOnlyParallelProgram>(module, "g_32bitOnlyParallelProgram",
+                                                                      "sets all textures to 32-bit"_s));
+  return RegisterVariable<&g_outOfCoreParallelProgram>(module, "g_outOfCoreParallelProgram",
+                                                       "enables out of core simulation"_s);
 }
 
-void LeaveGpuProgram(ModuleDescriptor&) {
-  ResetParserCache();
-  for (int i = 0; i < 3; ++i) g_configurationTable.RemoveLast();
-}
+void LeaveGpuProgram(ModuleDescriptor&) { ResetParserCache(); }
 
 Result<void> EnterTextureStructures(ModuleDescriptor& module) {
   return ForEachTextureType([&](DataType type) { return RegisterDataType(module, type); });

@@ -6,7 +6,6 @@
 namespace ostra {
 
 Result<void> EnterGeneralShaderLoader(ModuleDescriptor& module);
-void LeaveGeneralShaderLoader(ModuleDescriptor& module);
 
 Result<void> EnterShaderDataEntries(ModuleDescriptor& module);
 

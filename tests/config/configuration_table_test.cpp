@@ -52,10 +52,25 @@ TEST(ConfigurationTableTest, HelpTextsAreReleasedWithoutTheEntries) {
   table.DropHelp();
   EXPECT_EQ(AllocationFaults::GetLiveCount(), before);
   EXPECT_EQ(table.GetCount(), 1);
-  table.RemoveLast();
+}
+
+TEST(ConfigurationTableTest, AVariableIsTakenBackFromAnyPlace) {
+  static constinit ConfigurationTable table;
+  Bool variables[3] = {};
+  const char* names[] = {"first", "second", "third"};
+  for (int i = 0; i < 3; ++i) table.Register(names[i], variables[i], false, ConfigKind::Bool, "help"_s);
+  table.Remove(variables[0]);
+  ASSERT_EQ(table.GetCount(), 2);
+  EXPECT_STREQ(table.GetEntries()[0].name, "second");
+  EXPECT_EQ(table.GetEntries()[1].variable, &variables[2]);
+  table.Remove(variables[0]);  // it is not there any more
+  EXPECT_EQ(table.GetCount(), 2);
+  table.Remove(variables[2]);
+  table.Remove(variables[1]);
   EXPECT_EQ(table.GetCount(), 0);
-  table.RemoveLast();
-  EXPECT_EQ(table.GetCount(), 0);
+  // The place it had is as good as new.
+  table.Register("again", variables[0], true, ConfigKind::Bool, String());
+  EXPECT_EQ(table.GetEntries()[0].state, ConfigState::Default);
 }
 
 }  // namespace

@@ -41,6 +41,22 @@ TEST_F(ConfigurationTest, AValueIsAppliedAtOnceToARegisteredVariable) {
   EXPECT_EQ(_lamp.state, ConfigState::Configured);
 }
 
+TEST_F(ConfigurationTest, AVariableThatComesAgainHasItsValueAgainUnlessThatWasForgotten) {
+  ASSERT_THAT(Configuration::Register(_lamp), IsOk());
+  ASSERT_THAT(Configuration::SetValue("g_lamp", "true", "test"), IsOk());
+  Configuration::Unregister(_lamp);
+  _isLampOn = false;  // as a module that is loaded again begins
+  ASSERT_THAT(Configuration::Register(_lamp), IsOk());
+  EXPECT_TRUE(_isLampOn);
+  EXPECT_EQ(_lamp.state, ConfigState::Configured);
+  Configuration::Unregister(_lamp);
+  Configuration::ForgetValues();
+  _isLampOn = false;
+  ASSERT_THAT(Configuration::Register(_lamp), IsOk());
+  EXPECT_FALSE(_isLampOn);
+  EXPECT_EQ(_lamp.state, ConfigState::Default);
+}
+
 TEST_F(ConfigurationTest, AnEarlierValueWaitsForItsVariable) {
   ASSERT_THAT(Configuration::SetValue("g_lamp", "on", "test"), IsOk());
   ASSERT_THAT(Configuration::SetValue("g_door", "off", "test"), IsOk());

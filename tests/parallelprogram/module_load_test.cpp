@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdio>
 #include <string>
+#include <vector>
 
 #include "ostra/config/configuration.h"
 #include "ostra/host.h"
@@ -16,6 +17,7 @@
 #include "parallelprogram/program/kernel_loops.h"
 #include "parallelprogram/program/parallel_program.h"
 #include "parallelprogram/shaderloader/general_shader_loader_interface.h"
+#include "parallelprogram/textures/texture_bind_data.h"
 #include "tests/support/diagnostic_recorder.h"
 #include "tests/support/result_matchers.h"
 #include "tests/support/texts.h"
@@ -31,6 +33,12 @@ class ModuleLoadTest : public testing::Test {
     return Host::Create({.arguments = arguments, .readsEnvironment = false});
   }
 };
+
+Bool IsMapped(const std::string& path) {
+  void* handle = dlopen(path.c_str(), RTLD_NOW | RTLD_NOLOAD);
+  if (handle) dlclose(handle);
+  return handle;
+}
 
 TEST_F(ModuleLoadTest, TheModuleIsFoundByNameAndPublishesItsFramework) {
   auto host = StartHost();
@@ -154,8 +162,88 @@ TEST_F(ModuleLoadTest, TheTypesOfTexturesAreKnownWhileTheModuleIsLoadedAndItsCod
     EXPECT_THAT(host->UnloadModule(*module), IsOk());
     EXPECT_FALSE(DataType::Find(kSamplingData));
     EXPECT_FALSE(DataType::Find(kSampler));
-    EXPECT_FALSE(dlopen(path.c_str(), RTLD_NOW | RTLD_NOLOAD));
+    EXPECT_FALSE(IsMapped(path));
   }
+}
+
+// A program that has stored, described and read a texture and buffers: what makes types be described on the way.
+void UseAProgram() {
+  auto program = CreateObject<ParallelProgramInterface>(kCpuProgramClass);
+  ASSERT_THAT(program, IsOk());
+  ASSERT_THAT((*program)->Init(Url(), nullptr, 0, false), IsOk());
+  Float32 texels[16] = {1, 2, 3};
+  TextureBindData texture;
+  texture._data = reinterpret_cast<Byte*>(texels);
+  texture._dataSize = sizeof(texels);
+  texture._dimensions = {4, 4, 1};
+  texture._format = TextureFormat::F32;
+  texture._numChannels = 1;
+  ASSERT_THAT((*program)->StoreTextureBindData("texture"_iid, texture, false), IsOk());
+  ASSERT_THAT((*program)->GetTextureData("texture"_iid, {0, 0, 0}, {4, 4, 1}), IsOk());
+  ASSERT_THAT((*program)->CreateUniformBuffer("buffer"_iid, GetDataType<Float32>(), 100), IsOk());
+  ASSERT_THAT((*program)->AddAtomicCounter("counter"_iid, Int32(1)), IsOk());
+  ASSERT_THAT((*program)->GetGlobalBufferData("buffer"_iid), IsOk());
+}
+
+TEST_F(ModuleLoadTest, AfterUseAndARefusedSecondLoadTheModuleLeavesMemoryAndCanBeLoadedAgain) {
+  auto host = StartHost();
+  ASSERT_THAT(host, IsOk());
+  for (int round = 0; round < 2; ++round) {
+    auto module = host->LoadModule("parallelprogram");
+    ASSERT_THAT(module, IsOk());
+    const std::string path(module->GetPath().GetView());
+    UseAProgram();
+    EXPECT_THAT(host->LoadModule("parallelprogram"),
+                IsErrorWith(kIllegalStateError, "The module \"net.ostra.parallelprogram\" is already loaded."));
+    UseAProgram();
+    EXPECT_TRUE(IsMapped(path));
+    EXPECT_THAT(host->UnloadModule(*module), IsOk());
+    EXPECT_FALSE(IsMapped(path));
+  }
+}
+
+TEST_F(ModuleLoadTest, EveryRegisteredDataTypeIsThereWhileTheModuleIsLoaded) {
+  const std::string textures = "net.ostra.datatype.parallelprogram.textures.";
+  std::vector<std::string> ids = {"net.ostra.datatype.shaderdataentries.databufferentry",
+                                  "net.ostra.datatype.shaderdataentries.texturesamplerentry"};
+  for (const char* name :
+       {"imagestoragebuffer", "samplingdata", "packedtextureflags", "texturebinddata", "texturesamplerdatahelper"})
+    ids.push_back(textures + name);
+  for (const char* kind : {"R_F32_point", "R_F32_linear", "RG_F32_linear", "RGB_F32_linear", "RGBA_F32_linear",
+                           "R_I32_point", "R_U16_point", "R_U8_point"}) {
+    for (const char* dimensions : {"1D_", "2D_", "3D_"})
+      ids.push_back(textures + "texturesamplerobj_" + dimensions + kind);
+  }
+  ASSERT_EQ(ids.size(), 31U);
+  auto host = StartHost();
+  ASSERT_THAT(host, IsOk());
+  auto module = host->LoadModule("parallelprogram");
+  ASSERT_THAT(module, IsOk());
+  for (const std::string& id : ids) EXPECT_THAT(DataType::Find(*Id::Create(id)), IsOk()) << id;
+  EXPECT_THAT(host->UnloadModule(*module), IsOk());
+  for (const std::string& id : ids) EXPECT_FALSE(DataType::Find(*Id::Create(id))) << id;
+}
+
+TEST_F(ModuleLoadTest, ADataTypeWhoseIdIsTakenFailsTheLoadAndStaysWithItsOwner) {
+  struct Rival {
+    Int32 number;
+  };
+  constexpr Id kSamplingData = "net.ostra.datatype.parallelprogram.textures.samplingdata"_id;
+  auto host = StartHost();
+  ASSERT_THAT(host, IsOk());
+  const auto rival = DataType::Register(DescribeType<Rival>(kSamplingData, "Rival"_s));
+  ASSERT_THAT(rival, IsOk());
+  EXPECT_THAT(host->LoadModule("parallelprogram"),
+              IsErrorWith(kIllegalArgumentError,
+                          "The module \"net.ostra.parallelprogram\" cannot be loaded: the registration "
+                          "\"texture_sampling_structs\" failed: The data type "
+                          "\"net.ostra.datatype.parallelprogram.textures.samplingdata\" is already registered."));
+  EXPECT_EQ(*DataType::Find(kSamplingData), *rival);
+  EXPECT_TRUE(DataType::Erase(kSamplingData));
+  auto module = host->LoadModule("parallelprogram");
+  ASSERT_THAT(module, IsOk());
+  EXPECT_EQ(DataType::Find(kSamplingData)->GetName(), "ostra::SamplingData");
+  EXPECT_THAT(host->UnloadModule(*module), IsOk());
 }
 
 struct ExpectedInterface {

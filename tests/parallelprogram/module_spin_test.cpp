@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "ostra/core/host_flags.h"
+#include "parallelprogram/module/spin_step.h"
 
 namespace ostra {
 namespace {
@@ -100,6 +101,43 @@ TEST_F(SpinTest, TrackedWaitsCallTheDelegateOnceBeforeTheFirstPause) {
   EXPECT_EQ(g_calls.size(), 1U);
 }
 
+TEST_F(SpinTest, TheDelegateIsCalledBeforeThePausesOfATrackedWait) {
+  g_trackCpuYield = true;
+  SpinState state;
+  Int pauses = 0;
+  std::size_t callsBeforeFirstPause = 0;
+  SpinWaitStepWith(state, [&] {
+    if (pauses++ == 0) callsBeforeFirstPause = g_calls.size();
+  });
+  EXPECT_EQ(callsBeforeFirstPause, 1U);
+  EXPECT_THAT(g_calls, ElementsAre(Call{&state, nullptr}));
+  EXPECT_EQ(pauses, 16);
+}
+
+TEST_F(SpinTest, EachStepSpendsTheProcessorPausesThatItCounts) {
+  SpinState state;
+  for (const Int32 expected : {16, 32, 64, 128, 256, 512, 1024, 2048, 16}) {
+    Int32 pauses = 0;
+    SpinWaitStepWith(state, [&] { ++pauses; });
+    EXPECT_EQ(pauses, expected);
+  }
+  // Past the limit there is no pause.
+  state.count = 262145;
+  SpinWaitStepWith(state, [] { ADD_FAILURE() << "a pause past the limit"; });
+}
+
+TEST_F(SpinTest, PausesComeInRoundsOfEight) {
+  const auto count = [](Int32 wanted) {
+    Int32 pauses = 0;
+    PauseInRounds(wanted, [&] { ++pauses; });
+    return pauses;
+  };
+  EXPECT_EQ(count(0), 0);
+  EXPECT_EQ(count(7), 0);
+  EXPECT_EQ(count(8), 8);
+  EXPECT_EQ(count(23), 16);
+}
+
 TEST_F(SpinTest, AFreeLockIsTakenWithoutWaiting) {
   g_trackCpuYield = true;
   AtomicInt32 lock;
@@ -134,6 +172,32 @@ TEST_F(SpinTest, TrackedLocksReportEveryAcquisition) {
   AtomicInt32 lock;
   SpinLock(lock);
   EXPECT_THAT(g_calls, ElementsAre(Call{MakeReason(YieldReason::LockAcquired), &lock}));
+  SpinUnlock(lock);
+}
+
+TEST_F(SpinTest, WithBothSwitchesTheEndOfAWaitIsReportedBeforeTheLock) {
+  SpinLock(g_lock);
+  g_trackCpuYield = true;
+  g_trackSpinlocks = true;
+  g_CpuYieldDelegate = &ReleaseInDelegate;
+  SpinLock(g_lock);
+  ASSERT_EQ(g_calls.size(), 3U);
+  EXPECT_EQ(g_calls[1], g_calls[0]);  // the state of the wait, at its begin and at its end
+  EXPECT_NE(g_calls[0].stateOrReason, MakeReason(YieldReason::LockAcquired));
+  EXPECT_EQ(g_calls[2], (Call{MakeReason(YieldReason::LockAcquired), &g_lock}));
+  SpinUnlock(g_lock);
+}
+
+TEST_F(SpinTest, InTheCrashHandlerALockThatIsHeldIsPassed) {
+  AtomicInt32 lock;
+  SpinLock(lock);
+  g_inCrashhandler = true;
+  g_trackSpinlocks = true;
+  g_trackCpuYield = true;
+  SpinLock(lock);  // would wait for ever
+  EXPECT_EQ(lock.Load(), -1);
+  EXPECT_TRUE(g_calls.empty());
+  g_inCrashhandler = false;
   SpinUnlock(lock);
 }
 
