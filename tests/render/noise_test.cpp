@@ -28,6 +28,11 @@ TEST(RenderNoiseTest, AnUnknownClassIsAnError) {
               IsErrorOfKind(kIllegalArgumentError));
 }
 
+TEST(RenderNoiseTest, ProgramsMakeTheirNoisesWithADepthOfTen) {
+  static_assert(kNoiseDepth == 10);
+  EXPECT_THAT(CreateNoise(kPerlinNoise)->Init(1, kNoiseDepth, kPerlinNoise), IsOk());
+}
+
 TEST(RenderNoiseTest, InitRefusesADepthOutsideTheLimits) {
   const RenderNoiseRef noise = CreateNoise(kPerlinNoise);
   EXPECT_THAT(noise->Init(1, 0, kPerlinNoise),
