@@ -12,6 +12,9 @@ install(TARGETS parallelprogram drawport_vulkan LIBRARY DESTINATION ${CMAKE_INST
 foreach(folder ostra parallelprogram)
   install(DIRECTORY ${PROJECT_SOURCE_DIR}/${folder} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
 endforeach()
+# What `ostra check` compiles Metal text with; it has the name that Metal text includes.
+install(FILES ${PROJECT_SOURCE_DIR}/ostra/shadercompiler/metal/metal_stdlib
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/ostra/shadercompiler/metal)
 
 set(package ${CMAKE_INSTALL_LIBDIR}/cmake/ostra)
 install(EXPORT ostraTargets NAMESPACE ostra:: DESTINATION ${package})

@@ -4,6 +4,7 @@
 #include <glslang/Public/ShaderLang.h>
 #include <glslang/SPIRV/GlslangToSpv.h>
 
+#include <algorithm>
 #include <charconv>
 #include <new>
 
@@ -49,6 +50,19 @@ Bool IsSummary(std::string_view text) {
 // The library makes an empty program of a text without the function "main".
 Bool IsFailure(std::string_view warning) { return warning.find("Entry point not found") != std::string_view::npos; }
 
+// The library reads on behind a mistake and reports what it no longer understands: the first message about a line is
+// the one that helps.
+void KeepFirstOfEachLine(std::vector<ShaderMessage>& messages) {
+  std::vector<ShaderMessage> kept;
+  for (ShaderMessage& message : messages) {
+    const Bool isFirst = std::none_of(kept.begin(), kept.end(), [&message](const ShaderMessage& known) {
+      return message.line > 0 && known.line == message.line && known.isError && message.isError;
+    });
+    if (isFirst) kept.push_back(std::move(message));
+  }
+  messages = std::move(kept);
+}
+
 }  // namespace
 
 void ReadLog(std::string_view log, std::vector<ShaderMessage>& messages) {
@@ -87,6 +101,7 @@ std::vector<UInt32> TranslateToSpirv(Bool isHlsl, DrawportStage stage, std::stri
   constexpr int kDefaultVersion = 450;
   const Bool isParsed = shader.parse(GetDefaultResources(), kDefaultVersion, false, rules);
   ReadLog(shader.getInfoLog(), messages);
+  KeepFirstOfEachLine(messages);
   if (!isParsed) {
     if (messages.empty()) messages.push_back({true, 0, MakeText(shader.getInfoLog())});
     return {};

@@ -27,6 +27,11 @@ done
 [ "$(sort -u "$work/y.csv" | tr -d '\r')" = 3 ] || { echo "wrong results:"; sort -u "$work/y.csv" | head; exit 1; }
 [ "$(wc -l <"$work/y.csv")" -eq 1000 ] || { echo "the result does not have 1000 rows"; exit 1; }
 
+# It checks installed kernels with what was installed to compile Metal text.
+"$work/tree/bin/ostra" check "$work"/tree/share/ostra/kernels/net.ostra.kernels.s*.krn 2>"$work/check.log" ||
+  { cat "$work/check.log"; exit 1; }
+[ ! -s "$work/check.log" ] || { echo "ostra check says:"; cat "$work/check.log"; exit 1; }
+
 flags=
 [ -z "$sanitizers" ] || flags="-fsanitize=$sanitizers"
 "$cmake" -S "$here/outside" -B "$work/build" -G Ninja -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_BUILD_TYPE=Release \

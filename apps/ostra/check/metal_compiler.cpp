@@ -82,7 +82,7 @@ Result<MetalCompiler> MetalCompiler::Find() {
                        "-Xclang", "-cl-single-precision-constant",
                        // Attributes say what the entry point's arguments are bound to.
                        "-Wno-unknown-attributes", "-Wno-unknown-pragmas", "-fno-caret-diagnostics",
-                       "-fno-color-diagnostics", "-I" + folder};
+                       "-fno-spell-checking", "-fno-color-diagnostics", "-I" + folder};
   return compiler;
 }
 

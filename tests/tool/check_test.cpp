@@ -1,0 +1,192 @@
+// ostra check: messages on the lines of kernel files and headers, its switches and its exit status.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "apps/ostra/check/metal_compiler.h"
+#include "tests/tool/temporary_folder.h"
+#include "tests/tool/tool_process.h"
+
+namespace ostra {
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+constexpr int kFailed = 1, kBadUsage = 2;
+
+class CheckTest : public testing::Test {
+ protected:
+  static std::string MakeKernel(const std::string& body, const std::string& before = "") {
+    return before +
+           "#define KERNELINPUTS \\\n(Float32) factor, \\\n(Block<Float32>) values\n\nGROUPSIZE(64, 1, 1)\n\n" +
+           "OSTRA_PARALLEL_KERNEL(Test, KERNELINPUTS)\n{\n" + body + "\n}\nOSTRA_PARALLEL_KERNEL_END\n";
+  }
+  ToolResult Check(const std::string& source, std::vector<std::string> options = {}) {
+    _folder.Write("k.krn", source);
+    options.insert(options.begin(), {"check", _folder / "k.krn"});
+    return RunTool(options);
+  }
+  // The place of a line of the kernel file or header, as messages begin.
+  std::string At(const char* file, int line) const { return (_folder / file) + ":" + std::to_string(line); }
+
+  TemporaryFolder _folder;
+};
+
+TEST_F(CheckTest, AKernelThatWorksEverywhereIsDone) {
+  const ToolResult result = Check(MakeKernel("\tUNIFORM_BUFFER(values)[InGlobalInvocationID.x] = UNIFORM(factor);"));
+  EXPECT_EQ(result.exitStatus, 0) << result.errors;
+  EXPECT_EQ(result.output, "1 file, 3 targets: 0 errors, 0 warnings\n");
+}
+
+TEST_F(CheckTest, AMistakeIsShownOnItsLineForEveryTarget) {
+  const ToolResult result = Check(MakeKernel("\tint a = 1;\n\tUNIFORM_BUFFER(values)[0] = missing;"));
+  EXPECT_EQ(result.exitStatus, kFailed);
+  EXPECT_THAT(result.errors, HasSubstr(At("k.krn", 10) + ": error: 'missing' : undeclared identifier [GLSL]\n"));
+  EXPECT_THAT(result.errors, HasSubstr(At("k.krn", 10) + ": error: 'missing' : unknown variable [HLSL]\n"));
+  if (tool::MetalCompiler::Find()) {
+    EXPECT_THAT(result.errors,
+                HasSubstr(At("k.krn", 10) + ": error: use of undeclared identifier 'missing' [METAL]\n"));
+  }
+  EXPECT_THAT(result.errors, HasSubstr("ostra: the check found "));
+}
+
+TEST_F(CheckTest, AnUnknownParameterIsNamedByTheWordsOfTheKernel) {
+  const ToolResult result = Check(MakeKernel("\tUNIFORM_BUFFER(values)[0] = UNIFORM(gain);"), {"--target", "GLSL"});
+  EXPECT_THAT(result.errors, StartsWith(At("k.krn", 9) + ": error: 'UNIFORM(gain)' : undeclared identifier [GLSL]\n"));
+}
+
+TEST_F(CheckTest, AMistakeInAHeaderIsShownInTheHeader) {
+  _folder.Write("k.h", "#define TWICE(x) (2.0 * (x))\n\ninline Float32 Half(Float32 x)\n{\n\treturn 0.5 * y;\n}\n");
+  const ToolResult result = Check(MakeKernel("\tUNIFORM_BUFFER(values)[0] = TWICE(Half(UNIFORM(factor)));"));
+  EXPECT_EQ(result.exitStatus, kFailed);
+  EXPECT_THAT(result.errors, HasSubstr(At("k.h", 5) + ": error: 'y' : undeclared identifier [GLSL]\n"));
+  EXPECT_THAT(result.errors, HasSubstr(At("k.h", 5) + ": error: 'y' : unknown variable [HLSL]\n"));
+}
+
+TEST_F(CheckTest, AMistakeInAMacroOfAHeaderIsShownWhereItIsUsed) {
+  _folder.Write("k.h", "#define VALUE_AT(i) UNIFORM_BUFFER(valeus)[i]\n#define UNUSED(x) nonsense(((x)\n");
+  const ToolResult result = Check(MakeKernel("\tint a = 1;\n\n\tVALUE_AT(0) = 1.0;"), {"--target", "GLSL"});
+  EXPECT_EQ(result.exitStatus, kFailed);
+  EXPECT_THAT(result.errors, StartsWith(At("k.krn", 11) + ": error: 'UNIFORM_BUFFER(valeus)' : undeclared identifier"));
+}
+
+TEST_F(CheckTest, LinesAreRightBehindDroppedAndReplacedOnes) {
+  const ToolResult result =
+      Check(MakeKernel("\tCPU_SCOPE_START\n\tint b;\n\tCPU_SCOPE_END\n\n\tGROUPSHAREDMEM(float, values, 64)\n"
+                       "\tMAKELOCAL(values, 64, Index);\n\tint c = missing;",
+                       "inline uint Index(uint3 global, uint local)\n{\n\treturn local;\n}\n\n"),
+            {"--target", "GLSL"});
+  EXPECT_THAT(result.errors, StartsWith(At("k.krn", 20) + ": error: 'missing'"));
+}
+
+TEST_F(CheckTest, AMistakeInADeclarationIsShownThere) {
+  const ToolResult result = Check(
+      "#define KERNELINPUTS \\\n(Float32) a, \\\n(Block<Unknown>) b\n\nOSTRA_PARALLEL_KERNEL(K, "
+      "KERNELINPUTS)\n{\n}\nOSTRA_PARALLEL_KERNEL_END\n",
+      {"--target", "GLSL"});
+  EXPECT_EQ(result.exitStatus, kFailed);
+  EXPECT_THAT(result.errors, StartsWith(At("k.krn", 3) + ": error: "));
+}
+
+TEST_F(CheckTest, AFunctionThatCannotBeDeclaredIsShownOnItsLine) {
+  const ToolResult result = Check(MakeKernel("", "inline Float32 Pick(Float32 a Float32 b)\n{\n\treturn a;\n}\n\n"));
+  EXPECT_EQ(result.exitStatus, kFailed);
+  EXPECT_THAT(result.errors, StartsWith(At("k.krn", 1) + ": error: Expected comma, got IDENTIFIER. "));
+}
+
+TEST_F(CheckTest, WhatAllTargetsSayIsSaidOnce) {
+  const ToolResult result = Check("GROUPSIZE(8,8,1)\n");
+  EXPECT_EQ(result.errors, At("k.krn", 1) +
+                               ": error: GROUPSIZE used wrong, please used the format GROUPSIZE(x, y, z) only\n"
+                               "ostra: the check found 1 error\n");
+}
+
+TEST_F(CheckTest, WarningsAloneAreDone) {
+  const ToolResult result = Check(MakeKernel("\tvec2 a = vec2(1.0);"));
+  EXPECT_EQ(result.exitStatus, 0) << result.errors;
+  EXPECT_THAT(result.errors, StartsWith(At("k.krn", 9) + ": warning: not every language makes a vector of one number"));
+  EXPECT_THAT(result.output, HasSubstr("0 errors, 1 warning\n"));
+}
+
+TEST_F(CheckTest, EndlessSourcesAreRefusedAtOnce) {
+  for (const char* line : {"\tATOMIC", "\tint a; ATOMIC"}) {
+    const ToolResult result = Check(MakeKernel(line));
+    EXPECT_EQ(result.exitStatus, kFailed);
+    EXPECT_THAT(result.errors, StartsWith(At("k.krn", 9) + ": error: "));
+  }
+  const ToolResult result = Check(MakeKernel("", "inline void F(Block<Float32 v)\n{\n}\n"));
+  EXPECT_EQ(result.exitStatus, kFailed);
+  EXPECT_THAT(result.errors, HasSubstr(At("k.krn", 1) + ": error: "));
+}
+
+TEST_F(CheckTest, OneSwitchShowsTheTexts) {
+  const std::string source = MakeKernel("\tUNIFORM_BUFFER(values)[0] = Sqrt(UNIFORM(factor));");
+  EXPECT_THAT(Check(source, {"--show", "original"}).output, HasSubstr(source));
+  const std::string translated = Check(source, {"--show", "translated", "--target", "HLSL"}).output;
+  EXPECT_THAT(translated, StartsWith("=== " + (_folder / "k.krn") + " (HLSL)\n"));
+  EXPECT_THAT(translated, HasSubstr("UNIFORM_BUFFER(values)[0] = sqrt(UNIFORM(factor));"));
+  const std::string assembled = Check(source, {"--show", "assembled", "--target", "GLSL"}).output;
+  EXPECT_THAT(assembled, HasSubstr("#version 450"));
+  EXPECT_THAT(assembled, HasSubstr("layout(local_size_x = 64"));
+  EXPECT_EQ(Check(source, {"--show", "nothing"}).exitStatus, kBadUsage);
+}
+
+TEST_F(CheckTest, TheTextIsShownEvenWhenItDoesNotCompile) {
+  const ToolResult result = Check(MakeKernel("\tint a = missing;"), {"--show", "assembled", "--target", "GLSL"});
+  EXPECT_EQ(result.exitStatus, kFailed);
+  EXPECT_THAT(result.output, HasSubstr("int a = missing;"));
+}
+
+TEST_F(CheckTest, SeveralFilesAreCheckedTogether) {
+  const std::string good = _folder.Write("a.krn", MakeKernel(""));
+  const std::string bad = _folder.Write("b.krn", MakeKernel("\tint a = missing;"));
+  const ToolResult result = RunTool({"check", good, bad, _folder / "missing.krn", _folder / "", "--target", "GLSL"});
+  EXPECT_EQ(result.exitStatus, kFailed);
+  EXPECT_THAT(result.errors, HasSubstr(bad + ":9: error: "));
+  EXPECT_THAT(result.errors, HasSubstr("missing.krn: error: "));
+  EXPECT_THAT(result.output, StartsWith("4 files, 1 target: 3 errors"));
+}
+
+TEST_F(CheckTest, TemplateArgumentsAreGivenToTheTranslator) {
+  const std::string source = MakeKernel("\tTYPE a = TYPE(UNIFORM(factor));\n\tUNIFORM_BUFFER(values)[0] = a;");
+  EXPECT_EQ(Check(source, {"--target", "GLSL"}).exitStatus, kFailed);
+  EXPECT_EQ(Check(source, {"--target", "GLSL", "--template-argument", "float"}).exitStatus, 0);
+}
+
+TEST_F(CheckTest, GraphicsStagesAreChecked) {
+  const std::string vertex = _folder.Write(
+      "s.vert",
+      "#define KERNELINPUTS \\\n(attribute Vector32) position, \\\n(varying Float32) shade, \\\n(Matrix32) view\n\n"
+      "OSTRA_PARALLEL_KERNEL(V, KERNELINPUTS)\n{\n\tshade = position.x;\n\tOutPosition = mul(UNIFORM(view), "
+      "vec4(position.x, position.y, position.z, 1.0));\n}\nOSTRA_PARALLEL_KERNEL_END\n");
+  const std::string fragment = _folder.Write(
+      "s.frag",
+      "#define KERNELINPUTS \\\n(varying Float32) shade, \\\n(out Vector4d32) color\n\nOSTRA_PARALLEL_KERNEL(F, "
+      "KERNELINPUTS)\n{\n\tONLY_USE_FIRST_MSAA_SAMPLE\n\tcolor = vec4(shade, shade, shade, "
+      "1.0);\n}\nOSTRA_PARALLEL_KERNEL_END\n");
+  const ToolResult result = RunTool({"check", vertex, fragment, "--multisampling", "4"});
+  EXPECT_EQ(result.exitStatus, 0) << result.errors;
+}
+
+TEST_F(CheckTest, OddFilesGiveALineAndNoCrash) {
+  for (const std::string& source :
+       {std::string(), std::string("\0\0\0", 3), std::string("\xFF\xFE"), std::string(1 << 20, 'x'),
+        std::string("encoded"), std::string("encoded") + std::string(100, 'a'), std::string(5000, '{'),
+        std::string("inline"), std::string("#define KERNELINPUTS")}) {
+    const ToolResult result = Check(source);
+    EXPECT_EQ(result.exitStatus, kFailed);
+    EXPECT_THAT(result.errors, HasSubstr("error: "));
+  }
+}
+
+TEST_F(CheckTest, WrongUsageIsExitStatus2) {
+  EXPECT_EQ(RunTool({"check"}).exitStatus, kBadUsage);
+  EXPECT_EQ(Check(MakeKernel(""), {"--target", "WGSL"}).exitStatus, kBadUsage);
+  EXPECT_EQ(RunTool({"check", "--help"}).exitStatus, 0);
+}
+
+}  // namespace
+}  // namespace ostra

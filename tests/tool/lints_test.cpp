@@ -1,0 +1,242 @@
+// What `ostra check` warns of beforehand, one lint after the other.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "apps/ostra/check/file_check.h"
+#include "tests/support/result_matchers.h"
+#include "tests/tool/temporary_folder.h"
+
+namespace ostra::tool {
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::StartsWith;
+
+// A kernel with a declaration block and a body.
+std::string MakeKernel(const std::string& declarations, const std::string& body, const std::string& before = "") {
+  return "#define KERNELINPUTS \\\n" + declarations + "\n\n" + before +
+         "OSTRA_PARALLEL_KERNEL(Test, KERNELINPUTS)\n{\n" + body + "\n}\nOSTRA_PARALLEL_KERNEL_END\n";
+}
+
+class LintsTest : public testing::Test {
+ protected:
+  // The findings in a kernel file without their folder: "k.krn:3: warning: text". Nothing is compiled.
+  std::vector<std::string> Check(const std::string& source, const std::string& header = "") {
+    _folder.Write("k.krn", source);
+    if (!header.empty()) _folder.Write("k.h", header);
+    CheckOptions options;
+    options.targets = {kTargetGlsl};
+    auto check = PrepareCheck(options, _folder / "k.krn");
+    EXPECT_THAT(check, IsOk());
+    Findings findings = check->findings;
+    for (const TargetCheck& target : check->targets) findings.AddAll(target.findings);
+    findings.Sort();
+    std::vector<std::string> lines;
+    for (const Finding& finding : findings.GetAll()) {
+      std::string line = FormatFinding(finding);
+      const std::string folder = _folder.GetPath().native() + "/";
+      if (line.starts_with(folder)) line.erase(0, folder.size());
+      lines.push_back(line);
+    }
+    return lines;
+  }
+
+  TemporaryFolder _folder;
+};
+
+TEST_F(LintsTest, AnOrdinaryKernelGivesNoReasonToWarn) {
+  EXPECT_THAT(Check(MakeKernel("(Float32) factor, \\\n(const Block<Vector32>) source, \\\n(Block<Vector32>) target",
+                               "\tuint i = InGlobalInvocationID.x;\n\tUNIFORM_BUFFER(target)[i] = "
+                               "UNIFORM_BUFFER(source)[i] * UNIFORM(factor) + vec3(1.0, 2.0, 3.0);",
+                               "GROUPSIZE(64, 1, 1)\n\ninline Float32 Half(Float32 x)\n{\n\treturn 0.5 * x;\n}\n\n")),
+              IsEmpty());
+}
+
+TEST_F(LintsTest, ADeclarationThatMakesNoParameterIsFound) {
+  EXPECT_THAT(
+      Check(MakeKernel("(const Float32) factor, \\\n(MyType) thing, \\\n(IGNORE_VARIABLE_GPU Float64) precise, \\\n"
+                       "(Float32) used",
+                       "\tfloat x = UNIFORM(used);")),
+      ElementsAre("k.krn:2: warning: the declaration of \"factor\" makes no parameter on the GPU: only buffers and "
+                  "textures can be const",
+                  "k.krn:3: warning: the declaration of \"thing\" makes no parameter on the GPU"));
+}
+
+TEST_F(LintsTest, LettersOfAQualifierInsideATypeAreFound) {
+  EXPECT_THAT(Check(MakeKernel("(Block<Router>) routes", "")),
+              Contains(HasSubstr("k.krn:2: warning: the letters \"out\" in \"(Block<Router>)\"")));
+}
+
+TEST_F(LintsTest, ElementTypesInAngleBracketsAreFound) {
+  EXPECT_THAT(Check(MakeKernel("(Block<Vec3<UInt32>>) ids", "")),
+              Contains(StartsWith("k.krn:2: error: the elements of \"ids\"")));
+}
+
+TEST_F(LintsTest, RuleWordsInsideLongerNamesAreFound) {
+  EXPECT_THAT(Check(MakeKernel("(Float32) a", "\tuint MY_ATOMIC_ADD = 1u;\n\tfloat InverseSqrt = 2.0;")),
+              ElementsAre("k.krn:6: warning: the translator replaces \"ATOMIC\" inside the name \"MY_ATOMIC_ADD\"",
+                          "k.krn:7: warning: the translator replaces \"Sqrt\" inside the name \"InverseSqrt\""));
+}
+
+TEST_F(LintsTest, TypeInsideLongerNamesIsFoundWhereTheWordIsUsed) {
+  EXPECT_THAT(Check(MakeKernel("(Float32) a", "\tfloat MYTYPE = 2.0;")), IsEmpty());
+  EXPECT_THAT(Check(MakeKernel("(Float32) a", "\tTYPE x;\n\tfloat MYTYPE = 2.0;")),
+              Contains("k.krn:7: warning: the translator replaces \"TYPE\" inside the name \"MYTYPE\""));
+}
+
+TEST_F(LintsTest, WordsInCommentsAreLeftAlone) {
+  EXPECT_THAT(Check(MakeKernel("(Float32) a", "\t// MY_ATOMIC_ADD p.xyz\n\t/* vec3(1.0)\n\t v.xy */ float b = 1.0;")),
+              IsEmpty());
+}
+
+TEST_F(LintsTest, DirectivesStandAloneAndWithoutSemicolon) {
+  EXPECT_THAT(Check(MakeKernel("(Float32) a", "", "GROUPSIZE(8, 8, 1)\ninline Float32 F()\n{\n\treturn 1.0;\n}\n")),
+              Contains("k.krn:5: warning: the translator drops the line after GROUPSIZE: leave it empty"));
+  EXPECT_THAT(Check(MakeKernel("(Float32) a", "", "GROUPSIZE(8, 8, 1);\n\n")),
+              Contains(StartsWith("k.krn:4: error: GROUPSIZE stands without a semicolon")));
+  EXPECT_THAT(Check(MakeKernel("(Float32) a", "", "CPU_GRANULARITY(8)\nfloat x;\n")),
+              Contains(StartsWith("k.krn:5: warning: the translator drops the line after CPU_GRANULARITY")));
+}
+
+TEST_F(LintsTest, CodeAfterTheLastBlockIsFound) {
+  EXPECT_THAT(Check(MakeKernel("(Float32) a", "") + "\nconst float kLost = 1.0;\n"),
+              ElementsAre("k.krn:10: warning: code after the last block of the file never reaches the GPU"));
+  EXPECT_THAT(Check(MakeKernel("(Float32) a", "", "const float kKept = 1.0;\n")), IsEmpty());
+  EXPECT_THAT(Check(MakeKernel("(Float32) a", "") + "\n// only a comment\n#define X 1\n}\n"), IsEmpty());
+}
+
+TEST_F(LintsTest, ATexelWithoutABlankBeforeItIsFound) {
+  const auto isFound = Contains(HasSubstr("without a blank before it, GetFramebufferTexel is not translated"));
+  EXPECT_THAT(Check(MakeKernel("(Float32) a", "\tvec4 c = (GetFramebufferTexel(layer, at));")), isFound);
+  EXPECT_THAT(Check(MakeKernel("(Float32) a", "\tvec4 c = GetFramebufferTexel(layer, at);")), Not(isFound));
+}
+
+TEST_F(LintsTest, PointTexturesAreNotSampled) {
+  const std::string declaration = "(const TextureSampler_2D_R_F32_POINT) image";
+  EXPECT_THAT(Check(MakeKernel(declaration, "\tfloat a = SampleTexture(image, vec2(0.5, 0.5));")),
+              Contains(StartsWith("k.krn:6: error: \"image\" is a POINT texture")));
+  EXPECT_THAT(Check(MakeKernel(declaration, "\tfloat a = SampleTexture(UNIFORM(image), vec2(0.5, 0.5));")),
+              Contains(StartsWith("k.krn:6: error: \"image\" is a POINT texture")));
+  EXPECT_THAT(Check(MakeKernel(declaration, "\tfloat a = FetchTexture(image, int2(1, 1));")), IsEmpty());
+}
+
+TEST_F(LintsTest, MatoffAndBuffersOfFunctionsAreFound) {
+  EXPECT_THAT(Check(MakeKernel("(Matrix32) m", "\tvec3 o = matoff(UNIFORM(m));")),
+              Contains(StartsWith("k.krn:6: warning: matoff is translated as text")));
+  EXPECT_THAT(Check(MakeKernel("(Float32) a", "", "inline Float32 F(const Block<Float32> v)\n{\n\treturn v[0];\n}\n")),
+              Contains(StartsWith("k.krn:4: warning: functions cannot take buffers on every GPU")));
+  EXPECT_THAT(Check(MakeKernel("(Block<Float32>) b", "\tF(CPU_PASS_BUFFER(b));")),
+              Contains(StartsWith("k.krn:6: warning: buffers cannot be passed to functions")));
+  EXPECT_THAT(Check(MakeKernel("(Float32) a", "", "inline void F(ATOMIC uint c)\n{\n}\n")),
+              Contains(StartsWith("k.krn:4: warning: ATOMIC is not translated in declarations")));
+}
+
+TEST_F(LintsTest, MacrosCannotHoldParentheses) {
+  EXPECT_THAT(Check(MakeKernel("(Block<Float32>) b", "\tfloat x = LOCALDATA(b, F(1), 2);")),
+              Contains(StartsWith("k.krn:6: error: the arguments of LOCALDATA end at the first \")\"")));
+}
+
+TEST_F(LintsTest, CopiesIntoGroupMemoryAreLookedAt) {
+  const std::string copy = "\tMAKELOCAL(b, 64, Index);\n";
+  EXPECT_THAT(Check(MakeKernel("(Block<Float32>) b", copy + copy, "GROUPSIZE(64, 1, 1)\n\n")),
+              Contains(StartsWith("k.krn:9: error: two MAKELOCAL in one block")));
+  EXPECT_THAT(
+      Check(MakeKernel("(Block<Float32>) b", "\t{\n" + copy + "\t}\n\t{\n" + copy + "\t}", "GROUPSIZE(64, 1, 1)\n\n")),
+      IsEmpty());
+  EXPECT_THAT(Check(MakeKernel("(Block<Float32>) b", copy, "GROUPSIZE(8, 4, 1)\n\n")),
+              Contains(HasSubstr("a group has 32 invocations and each copies one element: 64 are more than that")));
+  EXPECT_THAT(Check(MakeKernel("(Block<Float32>) b", "\tif (a) return;\n" + copy, "GROUPSIZE(64, 1, 1)\n\n")),
+              Contains(HasSubstr("some invocations may have returned (line 8)")));
+}
+
+TEST_F(LintsTest, VectorsTakeAllTheirComponents) {
+  const auto isFound = Contains(HasSubstr("not every language makes a vector of one number"));
+  EXPECT_THAT(Check(MakeKernel("(Float32) a", "\tvec3 v = vec3(1.0);")), isFound);
+  EXPECT_THAT(Check(MakeKernel("(Float32) a", "\tvec3 v = vec3(-1);")), isFound);
+  EXPECT_THAT(Check(MakeKernel("(Float32) a", "\tvec3 v = vec3(p.x);")), isFound);
+  EXPECT_THAT(Check(MakeKernel("(Float32) a", "\tvec3 v = vec3(1.0, 2.0, 3.0);")), Not(isFound));
+  EXPECT_THAT(Check(MakeKernel("(Float32) a", "\tint3 v = int3(other);")), Not(isFound));
+}
+
+TEST_F(LintsTest, VectorsHaveNoSwizzles) {
+  EXPECT_THAT(Check(MakeKernel("(Float32) a", "\tvec2 v = p.xy;")),
+              Contains("k.krn:6: error: \".xy\": vectors have no swizzles on the CPU; name the components"));
+  EXPECT_THAT(Check(MakeKernel("(Float32) a", "\tfloat v = p.x + q.wide;")), IsEmpty());
+}
+
+TEST_F(LintsTest, MatricesAreMultipliedWithMul) {
+  const auto isFound = Contains(HasSubstr("languages disagree about \"*\" with the matrix \"m\""));
+  EXPECT_THAT(Check(MakeKernel("(SquareMatrix32) m", "\tvec3 v = UNIFORM(m) * p;")), isFound);
+  EXPECT_THAT(Check(MakeKernel("(SquareMatrix32) m", "\tvec3 v = p * UNIFORM(m);")), isFound);
+  EXPECT_THAT(Check(MakeKernel("(SquareMatrix32) m", "\tvec3 v = mul(UNIFORM(m), p) * 2.0;")), Not(isFound));
+  EXPECT_THAT(Check(MakeKernel("(Float32) a", "\tmat3 m = Make();\n\tvec3 v = m * p;")), isFound);
+}
+
+TEST_F(LintsTest, FunctionsOnOneLineAndOpenScopesAreErrors) {
+  EXPECT_THAT(Check(MakeKernel("(Float32) a", "", "inline Float32 One() { return 1.0; }\n\n")),
+              Contains(StartsWith("k.krn:4: error: a function on one line has no body on the GPU")));
+  EXPECT_THAT(Check(MakeKernel("(Float32) a", "\tCPU_SCOPE_START\n\tint x;")),
+              Contains(StartsWith("k.krn:6: error: CPU_SCOPE_START without CPU_SCOPE_END")));
+}
+
+TEST_F(LintsTest, AFileWithoutAKernelIsAnError) {
+  EXPECT_THAT(Check("int a;\n"), Contains("k.krn: error: there is no kernel in this file, or it does not end"));
+  EXPECT_THAT(Check(""), Contains("k.krn: error: there is no kernel in this file, or it does not end"));
+}
+
+TEST_F(LintsTest, HeadersAreLookedAt) {
+  const std::string kernel = MakeKernel("(Float32) a", "");
+  EXPECT_THAT(Check(kernel, "inline Float32 F(Float32 x)\n{\n\tvec2 v = p.xy;\n\treturn x;\n}\n"),
+              Contains("k.h:3: error: \".xy\": vectors have no swizzles on the CPU; name the components"));
+}
+
+// The translator's messages name no line: clients compare them. The check finds the line.
+TEST_F(LintsTest, MessagesOfTheTranslatorGetTheirLine) {
+  EXPECT_THAT(Check(MakeKernel("(Float32) a", "", "GROUPSIZE(8,8,1)\n\n")),
+              Contains("k.krn:4: error: GROUPSIZE used wrong, please used the format GROUPSIZE(x, y, z) only"));
+  EXPECT_THAT(Check(MakeKernel("(Block<Float32>) b", "\tMAKELOCAL(b, 64)")),
+              Contains("k.krn:6: error: MAKELOCAL macro needs three parameters"));
+  EXPECT_THAT(Check(MakeKernel("(Block<Float32>) b", "\tint a;\n\tLOCALDATA(b, 1, 2")),
+              Contains("k.krn:7: error: LOCALDATA missing )"));
+  EXPECT_THAT(Check(MakeKernel("(Block<Float32>) b", "\tGROUPSHAREDMEM(float, b)")),
+              Contains("k.krn:6: error: GROUPSHAREDMEM macro needs two parameters"));
+  EXPECT_THAT(Check(MakeKernel("(Float32) a, \\\n\\", "")),
+              Contains("k.krn:3: error: struct entry is not conforming to '(type) name' structure"));
+  EXPECT_THAT(Check(MakeKernel("(TextureSampler_2D_RGBA_S8_LINEAR) t", "")),
+              Contains("k.krn:2: error: wrong combination of numChannels and format string"));
+  const std::string twice =
+      MakeKernel("(Float32) a", "") + "OSTRA_PARALLEL_KERNEL(Other, KERNELINPUTS)\n{\n}\nOSTRA_PARALLEL_KERNEL_END\n";
+  EXPECT_THAT(Check(twice),
+              Contains(StartsWith("k.krn:9: error: Illegal state: Parser Error: Second Kernel function at line 8")));
+}
+
+TEST_F(LintsTest, WhateverTheLinesEndWithTheFindingsAreTheSame) {
+  std::string source;
+  for (const char c : MakeKernel("(Float32) a", "\tvec2 v = p.xy;")) {
+    if (c == '\n') source += '\r';
+    source += c;
+  }
+  EXPECT_THAT(Check(source),
+              Contains("k.krn:6: error: \".xy\": vectors have no swizzles on the CPU; name the components"));
+}
+
+TEST(FindingsTest, MessagesAreTakenApart) {
+  Findings findings;
+  findings.AddMessage("a/b.krn:12: error: text: with colons", "x.krn");
+  findings.AddMessage("a/b.krn: warning: text", "x.krn");
+  findings.AddMessage("something else", "x.krn");
+  findings.AddMessage("something else", "x.krn");
+  ASSERT_EQ(findings.GetAll().size(), 3u);
+  EXPECT_EQ(FormatFinding(findings.GetAll()[0]), "a/b.krn:12: error: text: with colons");
+  EXPECT_EQ(FormatFinding(findings.GetAll()[1]), "a/b.krn: warning: text");
+  EXPECT_EQ(FormatFinding(findings.GetAll()[2]), "x.krn: error: something else");
+  EXPECT_EQ(findings.Count(Severity::Error), 2);
+  EXPECT_EQ(findings.Count(Severity::Warning), 1);
+}
+
+}  // namespace
+}  // namespace ostra::tool
