@@ -81,7 +81,9 @@ struct DataTypeTable {
     if (listed && IsSame(*listed, description, inner)) return DataType(listed);
     Record* record = FindUnlisted(description, inner);
     if (record) {
-      record->description.operations = description.operations;  // those it had may be unloaded
+      // The operations it had may be unloaded. Others may read them meanwhile, so the same ones are left alone.
+      if (record->description.operations.destruct != description.operations.destruct)
+        record->description.operations = description.operations;
     } else {
       DataTypeDescription owned = description;
       if (!OwnTexts(owned)) return OSTRA_OUT_OF_MEMORY();

@@ -9,7 +9,9 @@ namespace ostra {
 
 JobGroup::~JobGroup() = default;
 
-Result<StrongRef<JobGroup>> JobGroup::Create() {
+Result<StrongRef<JobGroup>> JobGroup::Create(JobGroupFlags flags) {
+  if (flags != JobGroupFlags::OpenForJobs)
+    return OSTRA_ILLEGAL_ARGUMENT("A job group with the flags @ could never get a job.", static_cast<Int32>(flags));
   JobGroup* group = NewObj<JobGroup>();
   if (!group) return OSTRA_OUT_OF_MEMORY();
   return StrongRef<JobGroup>::Adopt(group);

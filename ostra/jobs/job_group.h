@@ -12,14 +12,21 @@
 
 namespace ostra {
 
+enum class JobGroupFlags : Int32 {
+  None = 0,
+  // Jobs may be added after the group was enqueued.
+  OpenForJobs = 4,
+};
+
 // state     jobs can be added   left by
 // created   no                  EnqueueGroup
 // open      yes                 WaitGroup
 // closed    no                  never
 class OSTRA_API JobGroup : public RefCounted<JobGroup> {
  public:
-  // Error: out of memory.
-  static Result<StrongRef<JobGroup>> Create();
+  // A group without a parent, for the only queue there is. Errors: illegal argument without OpenForJobs, because such a
+  // group could never get a job; out of memory.
+  static Result<StrongRef<JobGroup>> Create(JobGroupFlags flags = JobGroupFlags::OpenForJobs);
   JobGroup(const JobGroup&) = delete;
   JobGroup& operator=(const JobGroup&) = delete;
   ~JobGroup();

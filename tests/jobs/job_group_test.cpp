@@ -27,6 +27,15 @@ TEST(JobGroupTest, AnEmptyOpenGroupHasNotEnded) {
   EXPECT_TRUE(group->HasEnded());
 }
 
+TEST(JobGroupTest, AGroupIsMadeOpenForJobs) {
+  static_assert(static_cast<Int32>(JobGroupFlags::OpenForJobs) == 4);
+  EXPECT_TRUE(JobGroup::Create(JobGroupFlags::OpenForJobs).IsOk());
+  const auto closed = JobGroup::Create(JobGroupFlags::None);
+  ASSERT_FALSE(closed.IsOk());
+  EXPECT_EQ(closed.GetError().GetKind(), kIllegalArgumentError);
+  EXPECT_EQ(closed.GetError().GetMessage(), "A job group with the flags 0 could never get a job.");
+}
+
 TEST(JobGroupTest, AGroupWhoseJobsHaveEndedIsStillOpen) {
   auto group = MakeOpenGroup();
   for (int round = 0; round < 2; ++round) {
