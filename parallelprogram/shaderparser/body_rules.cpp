@@ -1,4 +1,6 @@
 // The rules for lines of code.
+#include <algorithm>
+
 #include "parallelprogram/shaderparser/macro_arguments.h"
 #include "parallelprogram/shaderparser/parse_state.h"
 #include "parallelprogram/shaderparser/text_buffer.h"
@@ -88,14 +90,14 @@ Result<RuleOutcome> HandleGroupSharedMemory(const RuleMatch& match) {
 // first that matches does not end the walk.
 Result<void> CollectParenthesized(std::string_view text, TextBuffer& collected) {
   Int depth = 0;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    if (text[i] == '(') ++depth;
-    if (text[i] == ')')
-      --depth;
-    else if (depth > 0)
-      OSTRA_RETURN_IF_ERROR(collected.Append(text.substr(i, 1)));
+  while (true) {
+    const std::size_t size = std::min(text.find_first_of("()"), text.size());
+    if (depth > 0) OSTRA_RETURN_IF_ERROR(collected.Append(text.substr(0, size)));
+    if (size == text.size()) return OK;
+    depth += text[size] == '(' ? 1 : -1;
+    if (text[size] == '(' && depth > 0) OSTRA_RETURN_IF_ERROR(collected.Append("("));
+    text.remove_prefix(size + 1);
   }
-  return OK;
 }
 
 Result<RuleOutcome> HandleMatrixOffset(const RuleMatch& match) {

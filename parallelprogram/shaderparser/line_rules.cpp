@@ -9,7 +9,7 @@ namespace {
 
 // A line that is longer than this after a rule was applied to it is growing without end: rules that do end lengthen a
 // line by little, and the few that repeat it do so once.
-Int GetLongestEnd(Int count) { return 4 * count + 65536; }
+Int GetLongestEnd(Int count) { return 4 * count + 8192; }
 
 // What one rule may cost on one line: bytes looked at and moved. Only lines of many thousands of nested keywords, whose
 // cost grows with the square of their length, come near.
