@@ -41,10 +41,12 @@ Result<BufferSource> BufferSource::FromValue(const ForwardingDataPtr& data) {
   } else if (type.IsMadeWith(kBlockParametricType)) {
     source = {type.GetInnerType(), AsConst(*static_cast<const Block<Generic>*>(value))};
   } else if (IsArrayReference(type)) {
-    return FromArray(*static_cast<const Array<Generic>*>(value));
+    OSTRA_ASSIGN_OR_RETURN(source, FromArray(*static_cast<const Array<Generic>*>(value)));
   } else if (type.IsPointer() && IsArrayReference(type.GetInnerType())) {
     const auto* array = *static_cast<const Array<Generic>* const*>(value);
-    if (array) return FromArray(*array);
+    if (array) {
+      OSTRA_ASSIGN_OR_RETURN(source, FromArray(*array));
+    }
   }
   const Bool hasElements = source.elementType.IsPopulated() && source.elementType.GetSize() > 0;
   if (!hasElements || (source.elements.GetCount() > 0 && !source.elements.GetFirst()))

@@ -72,7 +72,32 @@ TEST_F(RefusalsTest, BuffersOfNoType) {
   EXPECT_THAT(program->CreateUniformBuffer("numbers"_iid, DataType(), 3), refused);
   EXPECT_THAT(program->CreateUniformBuffer("numbers"_iid, DataType(), 0), refused);
   EXPECT_THAT(program->CreateUniformBuffer("new"_iid, DataType(), 3), refused);
+  ASSERT_EQ(GetDataType<Generic>().GetSize(), 0);
+  EXPECT_THAT(program->CreateUniformBuffer("numbers"_iid, GetDataType<Generic>(), 3), refused);
+  EXPECT_THAT(program->CreateUniformBuffer("new"_iid, GetDataType<Generic>(), 3), refused);
   EXPECT_THAT(program->GetGlobalBufferLink("new"_iid), IsErrorOfKind(kIllegalArgumentError));
+  ExpectUnchanged();
+}
+
+// An array of elements that have no size.
+class SizelessArray final : public ArrayInterface {
+ public:
+  DataType GetElementType() const override { return GetDataType<Generic>(); }
+  Int GetCount() const override { return 1; }
+  Block<Generic> GetBlock(Int) const override { return Block<Generic>(reinterpret_cast<Generic*>(&_place), 1); }
+  Result<void> Resize(Int, ResizeFlags) override { return OK; }
+  Result<StrongRef<ArrayInterface>> Clone() const override { return StrongRef<ArrayInterface>(); }
+
+ private:
+  mutable Byte _place = 0;
+};
+
+TEST_F(RefusalsTest, ElementsWithoutASize) {
+  const auto refused = IsErrorWith(kIllegalArgumentError, "data is not an base array or block");
+  Array<Generic> array(StrongRef<ArrayInterface>::Adopt(NewObj<SizelessArray>()));
+  EXPECT_THAT(program->StoreUniformBufferData("numbers"_iid, array), refused);
+  EXPECT_THAT(program->StoreUniformBufferData("numbers"_iid, &array), refused);
+  EXPECT_THAT(program->UpdateUniformBufferData("numbers"_iid, 0, array), refused);
   ExpectUnchanged();
 }
 
