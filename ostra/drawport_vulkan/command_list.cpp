@@ -40,7 +40,7 @@ CommandList::~CommandList() {
   if (_current) Abandon(*_current);
   for (Batch& batch : _batches) {
     if (batch.isInFlight) {
-      static_cast<void>(_device->Wait(batch.timelineValue));  // on failure the device is lost: nothing is running
+      if (!_device->Wait(batch.timelineValue)) _device->WaitUntilIdle();
       Retire(batch);
     }
     if (batch.pool) vkDestroyCommandPool(_device->GetHandle(), batch.pool, nullptr);

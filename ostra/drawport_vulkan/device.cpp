@@ -1,6 +1,7 @@
 #include "ostra/drawport_vulkan/device.h"
 
 #include "ostra/core/diagnostics.h"
+#include "ostra/drawport_vulkan/program_factory.h"
 #include "ostra/drawport_vulkan/program_store.h"
 
 OSTRA_UNIT("drawport_vulkan");
@@ -31,13 +32,14 @@ Result<DeviceRef> Device::Open(Int index) {
   OSTRA_ASSIGN_OR_RETURN(DriverRef driver, Driver::Get());
   if (index < 0 || index >= std::min(driver->GetDeviceCount(), kMaxDevices))
     return OSTRA_ILLEGAL_ARGUMENT("There is no GPU device @; there are @.", index, driver->GetDeviceCount());
+  DeviceRef held;  // destroyed after the lock: the destructor of a device that did not start needs it
   const std::scoped_lock lock(g_mutex);
   Device*& running = g_running[index];
   // A lost device stays lost: whoever asks again gets a fresh one.
   if (running && !running->IsLost() && running->TryAddRef()) return DeviceRef::Adopt(running);
   Device* device = NewObj<Device>(std::move(driver));
   if (!device) return OSTRA_OUT_OF_MEMORY();
-  DeviceRef held = DeviceRef::Adopt(device);
+  held = DeviceRef::Adopt(device);
   OSTRA_RETURN_IF_ERROR(device->Init(index));
   running = device;
   return held;
@@ -124,7 +126,9 @@ Result<void> Device::CreateDevice() {
 }
 
 Result<void> Device::Watch(Result<void> result) {
-  if (!result && IsDeviceLost(result.GetError())) _isLost = true;
+  if (result || !IsDeviceLost(result.GetError()) || _isLost.exchange(true)) return result;
+  // What runs is over before anybody takes it for done. A device that is really lost answers at once.
+  static_cast<void>(vkDeviceWaitIdle(_device));
   return result;
 }
 
@@ -152,14 +156,45 @@ Result<void> Device::Wait(UInt64 value) {
   info.semaphoreCount = 1;
   info.pSemaphores = &_timeline;
   info.pValues = &value;
-  return Watch(OSTRA_VULKAN(vkWaitSemaphores(_device, &info, UINT64_MAX)));
+  Result<void> waited = OSTRA_VULKAN(vkWaitSemaphores(_device, &info, UINT64_MAX));
+  if (waited) return waited;
+  const std::scoped_lock lock(_queueMutex);
+  return Watch(std::move(waited));
+}
+
+void Device::WaitUntilIdle() {
+  const std::scoped_lock lock(_queueMutex);
+  static_cast<void>(vkDeviceWaitIdle(_device));
+}
+
+void Device::Enter(ValueSet& set) {
+  const std::scoped_lock lock(_valueSetMutex);
+  set.next = _valueSets;
+  _valueSets = &set;
+}
+
+void Device::Leave(ValueSet& set) {
+  const std::scoped_lock lock(_valueSetMutex);
+  for (ValueSet** place = &_valueSets; *place; place = &(*place)->next) {
+    if (*place != &set) continue;
+    *place = set.next;
+    return;
+  }
+}
+
+void Device::DropUnheldValues(UInt32 list) {
+  const std::scoped_lock lock(_valueSetMutex);
+  for (ValueSet* set = _valueSets; set; set = set->next)
+    if (set->IsOfList(list)) set->DropUnheld();
 }
 
 UInt64 Device::GetReachedValue() {
   if (IsLost()) return UINT64_MAX;
   UInt64 value = 0;
-  const Result<void> asked = Watch(OSTRA_VULKAN(vkGetSemaphoreCounterValue(_device, _timeline, &value)));
+  Result<void> asked = OSTRA_VULKAN(vkGetSemaphoreCounterValue(_device, _timeline, &value));
   if (asked) return value;
+  const std::scoped_lock lock(_queueMutex);
+  static_cast<void>(Watch(std::move(asked)));
   return IsLost() ? UINT64_MAX : 0;
 }
 

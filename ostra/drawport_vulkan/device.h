@@ -8,6 +8,7 @@
 namespace ostra::vulkan {
 
 class ProgramStore;
+class ValueSet;
 
 class Device final : public DrawportCounted<Device, DrawportObject> {
  public:
@@ -38,12 +39,17 @@ class Device final : public DrawportCounted<Device, DrawportObject> {
   Result<void> Wait(UInt64 value);
   // The value that the timeline has reached. Everything counts as done on a lost device: nothing will be.
   UInt64 GetReachedValue();
+  // For the end of a list whose work could not be awaited.
+  void WaitUntilIdle();
   Bool IsLost() const { return _isLost.load(std::memory_order_relaxed); }
-  // Remembers a lost device; → the result as it is.
-  Result<void> Watch(Result<void> result);
 
   // Names an object for debuggers. `handle` is a Vulkan handle of `type`.
   void SetName(VkObjectType type, UInt64 handle, const CString& name) const;
+
+  // The value sets of this device. What only values hold is let go for those of a list: it counts as trash.
+  void Enter(ValueSet& set);
+  void Leave(ValueSet& set);
+  void DropUnheldValues(UInt32 list);
 
   // Number of command lists; several must not take each other's order for granted.
   std::atomic<Int>& GetListCount() { return _listCount; }
@@ -51,6 +57,8 @@ class Device final : public DrawportCounted<Device, DrawportObject> {
  private:
   Result<void> Init(Int index);
   Result<void> CreateDevice();
+  // Remembers a lost device; → the result as it is. With the queue locked.
+  Result<void> Watch(Result<void> result);
 
   DriverRef _driver;
   Int _index = 0;
@@ -68,6 +76,9 @@ class Device final : public DrawportCounted<Device, DrawportObject> {
   UInt64 _submittedValue = 0;  // guarded by _queueMutex
   std::atomic<bool> _isLost{false};
   std::atomic<Int> _listCount{0};
+
+  std::mutex _valueSetMutex;
+  ValueSet* _valueSets = nullptr;
 
   MemoryPool _memory;
   ProgramStore* _programs = nullptr;

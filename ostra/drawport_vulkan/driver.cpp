@@ -66,12 +66,13 @@ VkDebugUtilsMessengerCreateInfoEXT MakeMessengerInfo() {
 }  // namespace
 
 Result<DriverRef> Driver::Get() {
+  DriverRef held;  // destroyed after the lock: the destructor of a driver that did not start needs it
   const std::scoped_lock lock(g_mutex);
   // A driver whose last holder just let go is past help; its destructor waits for the lock.
   if (g_running && g_running->TryAddRef()) return DriverRef::Adopt(g_running);
   Driver* driver = NewObj<Driver>();
   if (!driver) return OSTRA_OUT_OF_MEMORY();
-  DriverRef held = DriverRef::Adopt(driver);
+  held = DriverRef::Adopt(driver);
   OSTRA_RETURN_IF_ERROR(driver->Init());
   g_running = driver;
   return held;

@@ -3,9 +3,7 @@
 #include <algorithm>
 #include <span>
 
-#include "ostra/drawport/command_list.h"
-#include "ostra/drawport/context.h"
-#include "ostra/drawport_vulkan/command_list.h"
+#include "ostra/drawport_vulkan/context.h"
 
 OSTRA_UNIT("drawport_vulkan");
 
@@ -59,7 +57,8 @@ DrawportParameterHandle ProgramFactory::GetImageParameterHandle(InternedId name)
 
 Result<DrawportParameterValueSet*> ProgramFactory::GetParameterValueSet(DrawportContextInterface& context, UInt64 owner,
                                                                         UInt64 programHash) {
-  const UInt32 list = static_cast<CommandList&>(context.GetCommandList()).GetNumber();
+  OSTRA_ASSIGN_OR_RETURN(Context * found, FindContext(context));
+  const UInt32 list = found->GetCommands().GetNumber();
   for (ValueSet* set : _valueSets)
     if (set->IsOf(list, owner, programHash)) return set;
   OSTRA_RETURN_IF_ERROR(_valueSets.Reserve(_valueSets.GetCount() + 1));

@@ -44,11 +44,17 @@ class ValueSet final : public DrawportParameterValueSet {
   ValueSet(ProgramFactory& factory, UInt32 list, UInt64 owner, UInt64 programHash)
       : _factory(factory), _list(list), _owner(owner), _programHash(programHash) {}
   ValueSet(const ValueSet&) = delete;
+  ~ValueSet();
   Result<void> Init();
 
   Bool IsOf(UInt32 list, UInt64 owner, UInt64 programHash) const {
     return _list == list && _owner == owner && _programHash == programHash;
   }
+
+  Bool IsOfList(UInt32 list) const { return _list == list; }
+
+  // Lets go of objects that nobody else holds. A later dispatch needs them set again.
+  void DropUnheld();
 
   // Setters write here; nothing counts before Publish.
   void Clear();
@@ -59,6 +65,8 @@ class ValueSet final : public DrawportParameterValueSet {
   // Readies everything for a dispatch of the batch that `list` records; afterwards nothing else may be recorded before
   // it. Error: illegal state for another list, or a resource that is not set.
   Result<Binding> Prepare(CommandList& list);
+
+  ValueSet* next = nullptr;  // the device's
 
  private:
   struct Set {

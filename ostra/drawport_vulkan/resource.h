@@ -16,6 +16,7 @@ class DeviceResource {
   void Release() const {
     if (_references.fetch_sub(1, std::memory_order_acq_rel) == 1) DeleteObj(this);
   }
+  Bool IsUnique() const { return _references.load(std::memory_order_acquire) == 1; }
   // As DrawportCounted::TryAddRef.
   Bool TryAddRef() const {
     Int32 count = _references.load(std::memory_order_relaxed);

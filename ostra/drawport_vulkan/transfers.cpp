@@ -255,6 +255,7 @@ Result<Byte*> CommandList::PrivateMapBuffer(DrawportStagingBuffer& stagingBuffer
       isRead ? MapForReading(staging, buffer, byteOffset, bytes) : MapForWriting(staging, buffer, byteOffset, bytes);
   if (!mapped) {
     if (staging.memory) staging.memory->isMapped = false;
+    staging.memory = nullptr;
     return mapped;
   }
   staging.state = StagingBuffer::State::Buffer;
@@ -345,6 +346,7 @@ Result<Byte*> CommandList::PrivateMapTexture(DrawportStagingBuffer& stagingBuffe
   Result<Byte*> mapped = map();
   if (!mapped) {
     if (staging.memory) staging.memory->isMapped = false;
+    staging.memory = nullptr;
     return mapped;
   }
   staging.state = StagingBuffer::State::Texture;

@@ -29,9 +29,22 @@ Result<void> ValueSet::Init() {
   OSTRA_RETURN_IF_ERROR(_bufferInfos.Resize(count));
   OSTRA_RETURN_IF_ERROR(_imageInfos.Resize(count));
   OSTRA_RETURN_IF_ERROR(_dynamicOffsets.Reserve(count));
-  Clear();
-  Publish();
+  _factory.GetDevice().Enter(*this);
   return OK;
+}
+
+ValueSet::~ValueSet() { _factory.GetDevice().Leave(*this); }
+
+void ValueSet::DropUnheld() {
+  for (BoundObject& object : _objects) {
+    const Bool isBufferHeld =
+        object.counter ? !object.counter->IsUnique() : object.buffer && !object.buffer->IsUnique();
+    const Bool isHeld = isBufferHeld || (object.image && !object.image->IsUnique());
+    const Bool isEmpty = !object.buffer && !object.image;
+    if (isHeld || isEmpty) continue;
+    object = {};
+    _current = -1;
+  }
 }
 
 void ValueSet::Clear() {
@@ -44,10 +57,13 @@ void ValueSet::Publish() {
     std::copy(_nextBytes.begin(), _nextBytes.end(), _bytes.begin());
     _sliceSerial = 0;
   }
-  if (std::equal(_nextObjects.begin(), _nextObjects.end(), _objects.begin())) return;
-  std::copy(_nextObjects.begin(), _nextObjects.end(), _objects.begin());
-  _current = -1;
-  _keptSerial = 0;
+  if (!std::equal(_nextObjects.begin(), _nextObjects.end(), _objects.begin())) {
+    std::swap(_nextObjects, _objects);
+    _current = -1;
+    _keptSerial = 0;
+  }
+  // Objects are held once, so that it can be seen when nobody else holds them.
+  for (BoundObject& object : _nextObjects) object = {};
 }
 
 Result<void> ValueSet::CheckIsSet(Int binding) const {

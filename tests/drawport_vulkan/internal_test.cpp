@@ -1,0 +1,275 @@
+// Looks inside the backend: what the driver's failures lead to, what is compiled and kept, whether validation listens.
+#include <filesystem>
+#include <fstream>
+
+#include "ostra/drawport_vulkan/cache_items.h"
+#include "ostra/drawport_vulkan/program_store.h"
+#include "tests/drawport_vulkan/program_builder.h"
+
+using namespace ostra;
+using namespace ostra::vulkan;
+using testing::AnyOf;
+using testing::Contains;
+using testing::Each;
+using testing::StartsWith;
+
+namespace {
+
+namespace fs = std::filesystem;
+
+class InternalTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    _folder = fs::temp_directory_path() / ("ostra_gpu_cache_" + std::to_string(getpid()));
+    fs::remove_all(_folder);
+    setenv("OSTRA_GPU_CACHE", _folder.c_str(), 1);
+    setenv("OSTRA_VULKAN_VALIDATION", "1", 1);
+    auto driver = Driver::Get();
+    if (!driver) GTEST_SKIP() << driver.GetError().GetMessage().GetView();
+    _driver = *driver;
+    _cacheClass = Take(Class::Create<Cache>("net.ostra.drawport.cache.vulkan"_id));
+  }
+  void TearDown() override {
+    CallFaults::Disable();
+    SetDrawportDirectMapping(true);
+    _driver = {};
+    fs::remove_all(_folder);
+    for (const std::string& line : diagnostics.GetLines()) EXPECT_THAT(line, testing::Not(StartsWith("Vulkan")));
+  }
+
+  Result<DrawportContextRef> MakeContext() {
+    OSTRA_ASSIGN_OR_RETURN(DrawportCacheRef cache, _cacheClass->CreateObject<DrawportCacheInterface>());
+    OSTRA_ASSIGN_OR_RETURN(DrawportRef drawport, cache->AllocDrawport(kDrawportTypeVulkan, kDrawportSubtypeSystem));
+    return drawport->CreateOffscreenRenderContext(false, 0);
+  }
+  static ProgramStatistics GetStatistics(const DrawportContextRef& context) {
+    return static_cast<Context&>(*context).GetDevice().GetPrograms().GetStatistics();
+  }
+
+  // A program data[i] = data[i] * 2 + texel, built for `context`.
+  static Result<GpuComputeRef> MakeProgram(const DrawportContextRef& context, DrawportDeviceBuffer*& data,
+                                           DrawportTexture*& texture, DrawportTextureSampler*& sampler) {
+    constexpr DrawportStage kStage = DrawportStage::Compute;
+    GpuComputeCallbacks callbacks;
+    OSTRA_ASSIGN_OR_RETURN(callbacks.hash,
+                           Delegate<Result<void>(DrawportHashStream&)>::Create([](DrawportHashStream& stream) {
+                             stream.Write(1);
+                             return Result<void>(OK);
+                           }));
+    OSTRA_ASSIGN_OR_RETURN(
+        callbacks.build, DrawportProgramBuilder::Create([](DrawportProgramDescription& program) -> Result<void> {
+          OSTRA_ASSIGN_OR_RETURN(const PixelFormatRef format,
+                                 GetPixelFormat("net.ostra.image.pixelformat.rgba.f32"_id));
+          OSTRA_RETURN_IF_ERROR(program.AddBufferParameter(kStage, {.typeName = "uint"_s, .members = {}, .byteSize = 4},
+                                                           "data"_iid, DrawportBufferAccess::ReadWrite));
+          OSTRA_RETURN_IF_ERROR(program.AddUniformParameter(kStage, DrawportShaderValueType::UInt, "factor"_iid));
+          OSTRA_RETURN_IF_ERROR(
+              program.AddTextureParameter(kStage, DrawportTextureType::Texture2D, format, true, "picture"_iid));
+          OSTRA_RETURN_IF_ERROR(program.AddCode(
+              kStage, kAppendCode,
+              "UNIFORM_BUFFER(data)[InGlobalInvocationID.x] = UNIFORM_BUFFER(data)[InGlobalInvocationID.x] * "
+              "UNIFORM(factor) + uint(FetchTexture(picture, int2(0, 0)).x);\n"_s));
+          return program.SetComputeShaderProperties(64, 1, 1);
+        }));
+    OSTRA_ASSIGN_OR_RETURN(
+        callbacks.bind,
+        DrawportParameterBinder::Create([&](DrawportProgramFactory& factory, DrawportParameterValueSet& values,
+                                            Block<const DrawportParameter>) -> Result<void> {
+          OSTRA_RETURN_IF_ERROR(factory.SetParameterUInt(values, factory.GetParameterHandle("factor"_iid), 2));
+          OSTRA_RETURN_IF_ERROR(
+              factory.SetParameterTexture(values, factory.GetParameterHandle("picture"_iid), texture, sampler));
+          return factory.SetParameterBuffer(values, factory.GetBufferParameterHandle("data"_iid), data);
+        }));
+    OSTRA_ASSIGN_OR_RETURN(GpuComputeRef compute, CreateObject<GpuComputeInterface>(kGpuComputeClass));
+    OSTRA_RETURN_IF_ERROR(compute->Init(context, callbacks, {}));
+    return compute;
+  }
+
+  // Everything that a program does with the layer, with a fresh device.
+  Result<void> RunScenario() {
+    OSTRA_ASSIGN_OR_RETURN(const DrawportContextRef context, MakeContext());
+    const DrawportCacheRef cache = context->GetDrawport()->GetDrawportCache();
+    DrawportCommandList& list = context->GetCommandList();
+    DrawportDeviceBuffer* data = nullptr;
+    const std::vector<UInt32> input(64, 20);
+    OSTRA_ASSIGN_OR_RETURN(auto item, cache->GetVertexbuffer({{1, 1, 1}}));
+    OSTRA_ASSIGN_OR_RETURN(
+        auto fill, DrawportVertexBufferFill::Create([&](DrawportVertexBuffer& buffer) -> Result<void> {
+          OSTRA_ASSIGN_OR_RETURN(data, buffer.AllocSubBuffer(*context, DrawportSubBufferUse::General, 256, 16));
+          OSTRA_ASSIGN_OR_RETURN(DrawportStagingBuffer * staging, cache->AllocStagingBuffer(*context, {.bytes = 256}));
+          Result<void> done = [&]() -> Result<void> {
+            OSTRA_ASSIGN_OR_RETURN(Byte * mapped,
+                                   list.PrivateMapBuffer(*staging, DrawportMapMode::WriteDiscard, *data, 0, 0, 256));
+            MemCopy(mapped, input.data(), 256);
+            return list.UnmapBuffer(*staging, DrawportUnmapMode::Commit);
+          }();
+          list.ReleaseStagingBuffer(staging);
+          return done;
+        }));
+    OSTRA_RETURN_IF_ERROR(item->MakeValid(*context, fill));
+    OSTRA_ASSIGN_OR_RETURN(auto describe, DrawportTextureDescribe::Create([](DrawportTextureDescription& description) {
+                             description.format = *GetPixelFormat("net.ostra.image.pixelformat.rgba.f32"_id);
+                             description.extent = {4, 4, 1};
+                           }));
+    OSTRA_ASSIGN_OR_RETURN(auto textureItem, cache->GetTexture({{2, 1, 1}}, describe));
+    OSTRA_ASSIGN_OR_RETURN(DrawportTexture * texture, textureItem->MakeValid(*context, {}));
+    OSTRA_ASSIGN_OR_RETURN(auto samplerItem, cache->GetTextureSampler(0));
+    OSTRA_ASSIGN_OR_RETURN(DrawportTextureSampler * sampler, samplerItem->MakeValid(*context));
+    OSTRA_ASSIGN_OR_RETURN(auto counterItem, cache->GetAtomicCounter({"c"_iid, 1}));
+    OSTRA_ASSIGN_OR_RETURN(DrawportAtomicCounter * counter, counterItem->MakeValid(*context));
+    OSTRA_RETURN_IF_ERROR(list.SetAtomicCounterValue(*counter, 77));
+    OSTRA_ASSIGN_OR_RETURN(const GpuComputeRef compute, MakeProgram(context, data, texture, sampler));
+    OSTRA_RETURN_IF_ERROR(compute->UpdateUniforms(context, true));
+    OSTRA_RETURN_IF_ERROR(compute->Dispatch(1, 1, 1));
+    OSTRA_RETURN_IF_ERROR(list.AddMemoryBarrier(DrawportBarrierBits::StorageBuffer));
+    OSTRA_RETURN_IF_ERROR(compute->Dispatch(1, 1, 1));
+    OSTRA_ASSIGN_OR_RETURN(const UInt32 count, list.GetAtomicCounterValue(*counter));
+    EXPECT_EQ(count, 77u);
+    OSTRA_ASSIGN_OR_RETURN(DrawportStagingBuffer * staging,
+                           cache->AllocStagingBuffer(*context, {.bytes = 256, .use = DrawportStagingUse::HostRead}));
+    auto mapped = list.PrivateMapBuffer(*staging, DrawportMapMode::Read, *data, 0, 0, 256);
+    if (mapped) {
+      EXPECT_EQ(*reinterpret_cast<const UInt32*>(*mapped), 80u);
+    }
+    list.ReleaseStagingBuffer(staging);
+    if (!mapped) return mapped.TakeError();
+    return cache->FreeTrashCaches(*context);
+  }
+
+  // True when the fault was met. A question for progress that fails is asked again later; all other failures are
+  // reported.
+  Bool RunAndCheck(VkResult fault) {
+    const Result<void> result = RunScenario();
+    if (!CallFaults::HasFired()) {
+      EXPECT_THAT(result, IsOk());
+      return false;
+    }
+    if (!result) {
+      EXPECT_EQ(result.GetError().GetKind(), fault == VK_ERROR_DEVICE_LOST ? kIllegalStateError : kOutOfMemoryError)
+          << result.GetError().GetMessage().GetView();
+    }
+    return true;
+  }
+
+  // Lets each call in turn fail with `fault`.
+  void FailEveryCall(VkResult fault, Bool isDirect) {
+    SetDrawportDirectMapping(isDirect);
+    ASSERT_THAT(RunScenario(), IsOk());  // names, and what is kept on disk
+    const Int liveBefore = AllocationFaults::GetLiveCount();
+    for (Int n = 1;; ++n) {
+      SCOPED_TRACE(testing::Message() << "call " << n << " fails with " << GetResultName(fault));
+      ASSERT_LT(n, 1000);
+      CallFaults::FailNth(n, fault);
+      const Bool fired = RunAndCheck(fault);
+      CallFaults::Disable();
+      if (!fired) {
+        EXPECT_GT(n, 50);
+        return;
+      }
+      EXPECT_EQ(AllocationFaults::GetLiveCount(), liveBefore);
+      if (HasFailure()) return;
+    }
+  }
+
+  DiagnosticRecorder diagnostics;
+  fs::path _folder;
+  DriverRef _driver;
+  ClassRef _cacheClass;
+};
+
+TEST_F(InternalTest, AFailureOfAnyCallIsAnErrorAndLeavesNothingBehind) {
+  FailEveryCall(VK_ERROR_OUT_OF_DEVICE_MEMORY, true);
+}
+
+TEST_F(InternalTest, AFailureOfAnyCallIsAnErrorAlsoWhenBytesGoThroughStagingMemory) {
+  FailEveryCall(VK_ERROR_OUT_OF_DEVICE_MEMORY, false);
+}
+
+TEST_F(InternalTest, ALostDeviceIsAnErrorAndTheNextContextGetsAFreshOne) {
+  FailEveryCall(VK_ERROR_DEVICE_LOST, false);
+  EXPECT_THAT(RunScenario(), IsOk());
+}
+
+TEST_F(InternalTest, ALostDeviceAnswersEverythingWithTheSameError) {
+  const DrawportContextRef context = Take(MakeContext());
+  Context& inside = static_cast<Context&>(*context);
+  const BufferRef buffer = Take(BufferResource::Create(inside.GetDevice(), 64, MemoryUse::Device, false));
+  Take(inside.GetCommands().BeginBatch());
+  CallFaults::FailNth(2, VK_ERROR_DEVICE_LOST);  // after the end of recording
+  EXPECT_THAT(inside.GetCommands().Execute(true), IsErrorWith(kIllegalStateError, "The GPU device is lost."));
+  CallFaults::Disable();
+  EXPECT_TRUE(inside.GetDevice().IsLost());
+  EXPECT_THAT(inside.GetCommands().BeginBatch(), IsErrorWith(kIllegalStateError, "The GPU device is lost."));
+  EXPECT_THAT(RunScenario(), IsOk());  // others go on with a fresh device
+}
+
+TEST_F(InternalTest, TheSameTextIsCompiledOnceAndFoundOnDiskByTheNextStart) {
+  DrawportDeviceBuffer* data = nullptr;
+  DrawportTexture* texture = nullptr;
+  DrawportTextureSampler* sampler = nullptr;
+  {
+    const DrawportContextRef context = Take(MakeContext());
+    const GpuComputeRef first = Take(MakeProgram(context, data, texture, sampler));
+    const GpuComputeRef second = Take(MakeProgram(context, data, texture, sampler));
+    const ProgramStatistics statistics = GetStatistics(context);
+    EXPECT_EQ(statistics.compiled, 1);
+    EXPECT_EQ(statistics.loaded, 0);
+    EXPECT_EQ(statistics.shared, 1);
+  }
+  {
+    const DrawportContextRef context = Take(MakeContext());
+    const GpuComputeRef first = Take(MakeProgram(context, data, texture, sampler));
+    EXPECT_EQ(GetStatistics(context).compiled, 0);
+    EXPECT_EQ(GetStatistics(context).loaded, 1);
+  }
+}
+
+TEST_F(InternalTest, DamagedFilesOfTheDiskCacheAreMadeAgain) {
+  DrawportDeviceBuffer* data = nullptr;
+  DrawportTexture* texture = nullptr;
+  DrawportTextureSampler* sampler = nullptr;
+  const auto countCompiled = [&] {
+    const DrawportContextRef context = Take(MakeContext());
+    const GpuComputeRef program = Take(MakeProgram(context, data, texture, sampler));
+    return GetStatistics(context).compiled;
+  };
+  EXPECT_EQ(countCompiled(), 1);
+  for (const auto& entry : fs::directory_iterator(_folder)) {
+    std::fstream file(entry.path(), std::ios::in | std::ios::out | std::ios::binary);
+    file.seekp(60);
+    file.put('\x55');
+  }
+  EXPECT_EQ(countCompiled(), 1);
+  for (const auto& entry : fs::directory_iterator(_folder)) fs::resize_file(entry.path(), 10);
+  EXPECT_EQ(countCompiled(), 1);
+  EXPECT_EQ(countCompiled(), 0);
+}
+
+TEST_F(InternalTest, FindsTheBindingsThatTheOptimiserLeft) {
+  const UInt32 words[] = {0x07230203,      0x10500, 0,  10, 0,  // header
+                          (4u << 16) | 71, 5,       33, 7,      // OpDecorate %5 Binding 7
+                          (4u << 16) | 71, 5,       34, 0,      // OpDecorate %5 DescriptorSet 0
+                          (4u << 16) | 71, 6,       33, 2};     // OpDecorate %6 Binding 2
+  auto numbers = Take(FindBindings(Block<const UInt32>(words, 17)));
+  EXPECT_THAT(std::vector<UInt32>(numbers.begin(), numbers.end()), testing::ElementsAre(2, 7));
+  EXPECT_EQ(Take(FindBindings(Block<const UInt32>(words, 11))).GetCount(), 1);  // cut off
+  const UInt32 other[] = {1, 2, 3, 4, 5, 6};
+  EXPECT_EQ(Take(FindBindings(Block<const UInt32>(other, 6))).GetCount(), 0);
+}
+
+// Without this the silence of the layer would say nothing.
+TEST(Validation, SpeaksWhenACallIsWrong) {
+  setenv("OSTRA_VULKAN_VALIDATION", "1", 1);
+  DiagnosticRecorder diagnostics;
+  auto driver = Driver::Get();
+  if (!driver) GTEST_SKIP() << driver.GetError().GetMessage().GetView();
+  const DeviceRef device = Take(Device::Open(0));
+  VkBufferCreateInfo info = {VK_STRUCTURE_TYPE_BUFFER_CREATE_INFO};
+  info.usage = VK_BUFFER_USAGE_TRANSFER_SRC_BIT;  // of 0 bytes
+  VkBuffer buffer = VK_NULL_HANDLE;
+  if (vkCreateBuffer(device->GetHandle(), &info, nullptr, &buffer) == VK_SUCCESS)
+    vkDestroyBuffer(device->GetHandle(), buffer, nullptr);
+  EXPECT_THAT(diagnostics.GetLines(), Contains(StartsWith("Vulkan: ")));
+}
+
+}  // namespace
