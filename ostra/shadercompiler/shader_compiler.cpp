@@ -7,6 +7,7 @@
 #include "ostra/shadercompiler/contraction.h"
 #include "ostra/shadercompiler/glslang_front.h"
 #include "ostra/shadercompiler/inlining.h"
+#include "ostra/shadercompiler/scalar_layout.h"
 #include "ostra/shadercompiler/spirv_checks.h"
 
 OSTRA_UNIT("shader_compiler");
@@ -23,6 +24,7 @@ std::vector<UInt32> Compile(Bool isHlsl, DrawportStage stage, std::string_view t
                             const ShaderCompilerOptions& options, std::vector<ShaderMessage>& messages) {
   std::vector<UInt32> words = shadercompiler::TranslateToSpirv(isHlsl, stage, text, options, messages);
   if (HasErrors(messages)) return {};
+  if (isHlsl) shadercompiler::PackStructuredBuffers(words);
   // Before the optimiser, which then leaves arithmetic alone, and after it for what it has copied.
   shadercompiler::ForbidContraction(words);
   if (options.isOptimized) {
