@@ -1,6 +1,7 @@
 // What the words of the dialect mean on the CPU.
 #include <cmath>
 
+#include "tests/kernels/kernel_runner.h"
 #include "tests/kernels/kernel_scenarios.h"
 
 namespace ostra::kernelclasses {

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <numeric>
 
+#include "tests/kernels/kernel_runner.h"
 #include "tests/kernels/kernel_scenarios.h"
 
 namespace ostra::test {

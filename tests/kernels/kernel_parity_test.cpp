@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "kernel_library_test_kernels.h"
+#include "tests/kernels/kernel_runner.h"
 #include "tests/kernels/kernel_scenarios.h"
 
 namespace ostra::test {

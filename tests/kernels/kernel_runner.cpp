@@ -33,6 +33,25 @@ KernelRunner::KernelRunner(const ClassRef& kernelClass) : _class(kernelClass) {
   EXPECT_TRUE(_range);
 }
 
+void KernelRunner::SetTypedValue(const char* name, const DataType& type, const void* value) {
+  const KernelParameter* parameter = FindParameter(name);
+  ASSERT_TRUE(parameter) << name;
+  ASSERT_TRUE(parameter->type == type) << name << " is a " << parameter->type.GetView();
+  EXPECT_THAT(_kernel->Set(MakeName(name), value), IsOk());
+}
+
+void KernelRunner::SetTypedBuffer(const char* name, const BufferElements& elements) {
+  const KernelParameter* parameter = FindParameter(name);
+  ASSERT_TRUE(parameter) << name;
+  ASSERT_TRUE(parameter->type == elements.blockType) << name << " is a " << parameter->type.GetView();
+  std::vector<Byte>& bytes = _buffers[name];
+  const Int size = elements.elementType.GetSize();
+  bytes.resize(static_cast<std::size_t>(elements.count * size));
+  std::memcpy(bytes.data(), elements.first, bytes.size());
+  const Block<Generic> block(reinterpret_cast<Generic*>(bytes.data()), elements.count, size);
+  EXPECT_THAT(_kernel->Set(MakeName(name), &block), IsOk());
+}
+
 void KernelRunner::SetCounter(const char* name, UInt32 value) {
   const KernelParameter* parameter = FindParameter(name);
   ASSERT_TRUE(parameter) << name;

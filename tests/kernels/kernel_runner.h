@@ -19,6 +19,7 @@
 #include "ostra/render/render_noise.h"
 #include "parallelprogram/program/kernel_loops.h"
 #include "parallelprogram/program/kernel_registration.h"
+#include "tests/kernels/scenario_target.h"
 #include "tests/support/result_matchers.h"
 
 namespace ostra::test {
@@ -28,35 +29,14 @@ enum class Way { kOneByOne, kOrdered, kUnordered, kInSmallPieces, kBaseline, kVe
 inline constexpr Way kAllWays[] = {Way::kOneByOne,      Way::kOrdered,  Way::kUnordered,
                                    Way::kInSmallPieces, Way::kBaseline, Way::kVectors256};
 
-class KernelRunner {
+class KernelRunner final : public ScenarioTarget {
  public:
   // Makes an object of the class `id`, which is linked with the test, and calls its Init.
   explicit KernelRunner(const std::string& id);
   explicit KernelRunner(const ClassRef& kernelClass);
 
-  template <class T>
-  void SetValue(const char* name, const T& value) {
-    const KernelParameter* parameter = FindParameter(name);
-    ASSERT_TRUE(parameter) << name;
-    ASSERT_TRUE(parameter->type == GetDataType<T>()) << name << " is a " << parameter->type.GetView();
-    EXPECT_THAT(_kernel->Set(MakeName(name), &value), IsOk());
-  }
-
-  template <class T>
-  void SetBuffer(const char* name, const std::vector<T>& elements) {
-    const KernelParameter* parameter = FindParameter(name);
-    ASSERT_TRUE(parameter) << name;
-    ASSERT_TRUE(parameter->type == GetDataType<Block<T>>()) << name << " is a " << parameter->type.GetView();
-    std::vector<Byte>& bytes = _buffers[name];
-    bytes.resize(elements.size() * sizeof(T));
-    std::memcpy(bytes.data(), elements.data(), bytes.size());
-    const Block<T> block(reinterpret_cast<T*>(bytes.data()), static_cast<Int>(elements.size()));
-    EXPECT_THAT(_kernel->Set(MakeName(name), &block), IsOk());
-  }
-
-  void SetCounter(const char* name, UInt32 value);
-  // Gives the kernel one noise under number 0.
-  void SetNoise(const Id& classId, Int32 seed);
+  void SetCounter(const char* name, UInt32 value) override;
+  void SetNoise(const Id& classId, Int32 seed) override;
   UInt32 GetCounter(const char* name) const { return _counters.at(name).LoadRelaxed(); }
 
   template <class T>
@@ -74,6 +54,9 @@ class KernelRunner {
   // The bytes of all buffers and the counters.
   std::vector<Byte> GetState() const;
   KernelInterface& GetKernel() { return *_kernel; }
+
+  void SetTypedValue(const char* name, const DataType& type, const void* value) override;
+  void SetTypedBuffer(const char* name, const BufferElements& elements) override;
 
  private:
   const KernelParameter* FindParameter(const char* name) const;

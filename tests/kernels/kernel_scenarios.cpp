@@ -2,6 +2,8 @@
 
 #include <random>
 
+#include "ostra/render/render_noise.h"
+
 namespace ostra::test {
 namespace {
 
@@ -9,146 +11,146 @@ constexpr Int kPixelCount = Int{kWidth} * kHeight;
 const Vec3<UInt32> kPicture(48, 32, 1);  // whole groups of 16 x 16
 const Vec3<UInt32> kLine(kCount, 1, 1);
 
-void SetPictureSize(KernelRunner& runner) {
-  runner.SetValue<Int32>("width", kWidth);
-  runner.SetValue<Int32>("height", kHeight);
+void SetPictureSize(ScenarioTarget& target) {
+  target.SetValue<Int32>("width", kWidth);
+  target.SetValue<Int32>("height", kHeight);
 }
 
-void SetPictures(KernelRunner& runner) {
-  SetPictureSize(runner);
-  runner.SetBuffer("source", MakePixels(kPixelCount, 1.5f));
-  runner.SetBuffer("target", std::vector<Vec4<Float32>>(kPixelCount));
+void SetPictures(ScenarioTarget& target) {
+  SetPictureSize(target);
+  target.SetBuffer("source", MakePixels(kPixelCount, 1.5f));
+  target.SetBuffer("target", std::vector<Vec4<Float32>>(kPixelCount));
 }
 
-void PrepareSaxpy(KernelRunner& runner) {
-  runner.SetValue<UInt32>("count", kCount - 2);
-  runner.SetValue("a", 1.7f);
-  runner.SetBuffer("x", MakeNumbers(kCount, -5, 5));
-  runner.SetBuffer("y", MakeNumbers(kCount, -9, 2));
+void PrepareSaxpy(ScenarioTarget& target) {
+  target.SetValue<UInt32>("count", kCount - 2);
+  target.SetValue("a", 1.7f);
+  target.SetBuffer("x", MakeNumbers(kCount, -5, 5));
+  target.SetBuffer("y", MakeNumbers(kCount, -9, 2));
 }
 
-void PrepareIndex(KernelRunner& runner) {
-  runner.SetValue<UInt32>("count", kCount - 2);
-  runner.SetBuffer("values", std::vector<UInt32>(kCount, 7));
+void PrepareIndex(ScenarioTarget& target) {
+  target.SetValue<UInt32>("count", kCount - 2);
+  target.SetBuffer("values", std::vector<UInt32>(kCount, 7));
 }
 
-void PrepareBlur5(KernelRunner& runner) {
-  SetPictures(runner);
-  runner.SetBuffer("taps", MakeNumbers(25, 0, 0.08f));
+void PrepareBlur5(ScenarioTarget& target) {
+  SetPictures(target);
+  target.SetBuffer("taps", MakeNumbers(25, 0, 0.08f));
 }
 
-void PrepareBilateral(KernelRunner& runner) {
-  SetPictures(runner);
-  runner.SetValue<Int32>("radius", 3);
-  runner.SetValue("sigmaSpace", 1.5f);
-  runner.SetValue("sigmaColor", 0.3f);
+void PrepareBilateral(ScenarioTarget& target) {
+  SetPictures(target);
+  target.SetValue<Int32>("radius", 3);
+  target.SetValue("sigmaSpace", 1.5f);
+  target.SetValue("sigmaColor", 0.3f);
 }
 
-void PrepareTonemap(KernelRunner& runner) {
-  runner.SetValue<UInt32>("count", kCount - 2);
-  runner.SetValue("exposure", 1.3f);
-  runner.SetValue("white", 4.0f);
-  runner.SetValue("gamma", 2.2f);
-  runner.SetBuffer("source", MakePixels(kCount, 8.0f));
-  runner.SetBuffer("target", std::vector<Vec4<Float32>>(kCount));
-  runner.SetCounter("clipped", 5);
+void PrepareTonemap(ScenarioTarget& target) {
+  target.SetValue<UInt32>("count", kCount - 2);
+  target.SetValue("exposure", 1.3f);
+  target.SetValue("white", 4.0f);
+  target.SetValue("gamma", 2.2f);
+  target.SetBuffer("source", MakePixels(kCount, 8.0f));
+  target.SetBuffer("target", std::vector<Vec4<Float32>>(kCount));
+  target.SetCounter("clipped", 5);
 }
 
-void PrepareHistogram(KernelRunner& runner) {
-  runner.SetValue<UInt32>("count", kCount - 2);
-  runner.SetValue<UInt32>("binCount", 16);
-  runner.SetValue("brightest", 3.0f);
-  runner.SetBuffer("source", MakePixels(kCount, 4.0f));
-  runner.SetBuffer("bins", std::vector<UInt32>(16));
+void PrepareHistogram(ScenarioTarget& target) {
+  target.SetValue<UInt32>("count", kCount - 2);
+  target.SetValue<UInt32>("binCount", 16);
+  target.SetValue("brightest", 3.0f);
+  target.SetBuffer("source", MakePixels(kCount, 4.0f));
+  target.SetBuffer("bins", std::vector<UInt32>(16));
 }
 
-void PrepareMandelbrot(KernelRunner& runner) {
-  runner.SetValue<UInt32>("width", kWidth);
-  runner.SetValue<UInt32>("height", kHeight);
-  runner.SetValue("left", -2.2f);
-  runner.SetValue("top", -1.2f);
-  runner.SetValue("pixelSize", 0.1f);
-  runner.SetValue<UInt32>("maximum", 64);
-  runner.SetBuffer("steps", std::vector<UInt32>(kPixelCount));
+void PrepareMandelbrot(ScenarioTarget& target) {
+  target.SetValue<UInt32>("width", kWidth);
+  target.SetValue<UInt32>("height", kHeight);
+  target.SetValue("left", -2.2f);
+  target.SetValue("top", -1.2f);
+  target.SetValue("pixelSize", 0.1f);
+  target.SetValue<UInt32>("maximum", 64);
+  target.SetBuffer("steps", std::vector<UInt32>(kPixelCount));
 }
 
-void PrepareNoisePicture(KernelRunner& runner) {
-  SetPictureSize(runner);
-  runner.SetValue("cells", 5.0f);
-  runner.SetValue("time", 0.25f);
-  runner.SetBuffer("target", std::vector<Vec4<Float32>>(kPixelCount));
+void PrepareNoisePicture(ScenarioTarget& target) {
+  SetPictureSize(target);
+  target.SetValue("cells", 5.0f);
+  target.SetValue("time", 0.25f);
+  target.SetBuffer("target", std::vector<Vec4<Float32>>(kPixelCount));
 }
 
-void PrepareNoise(KernelRunner& runner) {
-  PrepareNoisePicture(runner);
-  runner.SetNoise(kGaseousNoise, 7);
+void PrepareNoise(ScenarioTarget& target) {
+  PrepareNoisePicture(target);
+  target.SetNoise(kGaseousNoise, 7);
 }
 
-void PrepareTerrain(KernelRunner& runner) {
-  PrepareNoisePicture(runner);
-  runner.SetNoise(kTurbulenceNoise, 11);
-  runner.SetValue("waterLevel", 0.45f);
-  runner.SetValue("steepness", 2.0f);
-  runner.SetValue("light", Vector32(-1, -1, 1));
+void PrepareTerrain(ScenarioTarget& target) {
+  PrepareNoisePicture(target);
+  target.SetNoise(kTurbulenceNoise, 11);
+  target.SetValue("waterLevel", 0.45f);
+  target.SetValue("steepness", 2.0f);
+  target.SetValue("light", Vector32(-1, -1, 1));
 }
 
-void PrepareReactionDiffusion(KernelRunner& runner) {
-  SetPictureSize(runner);
-  runner.SetValue("feed", 0.055f);
-  runner.SetValue("kill", 0.062f);
-  runner.SetValue("spreadX", 1.0f);
-  runner.SetValue("spreadY", 0.5f);
-  runner.SetValue("timeStep", 0.9f);
+void PrepareReactionDiffusion(ScenarioTarget& target) {
+  SetPictureSize(target);
+  target.SetValue("feed", 0.055f);
+  target.SetValue("kill", 0.062f);
+  target.SetValue("spreadX", 1.0f);
+  target.SetValue("spreadY", 0.5f);
+  target.SetValue("timeStep", 0.9f);
   std::vector<Vec2<Float32>> cells;
   for (const auto& pixel : MakePixels(kPixelCount, 1.0f)) cells.emplace_back(pixel.x, pixel.y);
-  runner.SetBuffer("source", cells);
-  runner.SetBuffer("target", std::vector<Vec2<Float32>>(kPixelCount));
+  target.SetBuffer("source", cells);
+  target.SetBuffer("target", std::vector<Vec2<Float32>>(kPixelCount));
 }
 
-void PrepareNBody(KernelRunner& runner) {
+void PrepareNBody(ScenarioTarget& target) {
   constexpr UInt32 kBodies = 256;
-  runner.SetValue<UInt32>("count", kBodies);
-  runner.SetValue("softening", 0.01f);
-  runner.SetValue("timeStep", 0.02f);
-  runner.SetBuffer("positions", MakePixels(kBodies, 1.0f));
-  runner.SetBuffer("velocities", MakePixels(kBodies, 0.1f));
-  runner.SetBuffer("nextPositions", std::vector<Vec4<Float32>>(kBodies));
-  runner.SetBuffer("nextVelocities", std::vector<Vec4<Float32>>(kBodies));
+  target.SetValue<UInt32>("count", kBodies);
+  target.SetValue("softening", 0.01f);
+  target.SetValue("timeStep", 0.02f);
+  target.SetBuffer("positions", MakePixels(kBodies, 1.0f));
+  target.SetBuffer("velocities", MakePixels(kBodies, 0.1f));
+  target.SetBuffer("nextPositions", std::vector<Vec4<Float32>>(kBodies));
+  target.SetBuffer("nextVelocities", std::vector<Vec4<Float32>>(kBodies));
 }
 
-void PrepareReduction(KernelRunner& runner) {
-  runner.SetValue<UInt32>("count", kCount);
-  runner.SetValue<UInt32>("run", 16);
-  runner.SetBuffer("values", MakeNumbers(kCount, -1, 1));
-  runner.SetBuffer("sums", std::vector<Float32>(64));
+void PrepareReduction(ScenarioTarget& target) {
+  target.SetValue<UInt32>("count", kCount);
+  target.SetValue<UInt32>("run", 16);
+  target.SetBuffer("values", MakeNumbers(kCount, -1, 1));
+  target.SetBuffer("sums", std::vector<Float32>(64));
 }
 
-void PreparePrefixSum(KernelRunner& runner) {
-  runner.SetValue<UInt32>("count", kCount - 2);
-  runner.SetValue<UInt32>("distance", 4);
+void PreparePrefixSum(ScenarioTarget& target) {
+  target.SetValue<UInt32>("count", kCount - 2);
+  target.SetValue<UInt32>("distance", 4);
   std::vector<UInt32> source(kCount);
   for (UInt32 i = 0; i < kCount; ++i) source[i] = i * i;
-  runner.SetBuffer("source", source);
-  runner.SetBuffer("target", std::vector<UInt32>(kCount));
+  target.SetBuffer("source", source);
+  target.SetBuffer("target", std::vector<UInt32>(kCount));
 }
 
-void PrepareCompact(KernelRunner& runner) {
-  runner.SetValue<UInt32>("count", kCount - 2);
-  runner.SetValue("limit", 0.25f);
-  runner.SetBuffer("values", MakeNumbers(kCount, -1, 1));
-  runner.SetBuffer("found", std::vector<Float32>(kCount));
-  runner.SetBuffer("counts", std::vector<UInt32>(1));
+void PrepareCompact(ScenarioTarget& target) {
+  target.SetValue<UInt32>("count", kCount - 2);
+  target.SetValue("limit", 0.25f);
+  target.SetBuffer("values", MakeNumbers(kCount, -1, 1));
+  target.SetBuffer("found", std::vector<Float32>(kCount));
+  target.SetBuffer("counts", std::vector<UInt32>(1));
 }
 
-void PrepareDispatchArguments(KernelRunner& runner) {
-  runner.SetValue<Int32>("groupSize", 64);
-  runner.SetBuffer("counts", std::vector<UInt32>{130});
-  runner.SetBuffer("arguments", std::vector<Vec4<Int32>>(1));
+void PrepareDispatchArguments(ScenarioTarget& target) {
+  target.SetValue<Int32>("groupSize", 64);
+  target.SetBuffer("counts", std::vector<UInt32>{130});
+  target.SetBuffer("arguments", std::vector<Vec4<Int32>>(1));
 }
 
-void PrepareSquareRoots(KernelRunner& runner) {
-  runner.SetBuffer("counts", std::vector<UInt32>{kCount - 2});
-  runner.SetBuffer("values", MakeNumbers(kCount, 0, 100));
+void PrepareSquareRoots(ScenarioTarget& target) {
+  target.SetBuffer("counts", std::vector<UInt32>{kCount - 2});
+  target.SetBuffer("values", MakeNumbers(kCount, 0, 100));
 }
 
 }  // namespace

@@ -1,14 +1,17 @@
 // What each kernel of the library is run on in tests: values of every kind, sizes that are no multiple of anything.
 #pragma once
 
-#include "tests/kernels/kernel_runner.h"
+#include <string>
+#include <vector>
+
+#include "tests/kernels/scenario_target.h"
 
 namespace ostra::test {
 
 struct KernelScenario {
   const char* name;  // of the kernel, in net.ostra.kernels.NAME.krn
   Vec3<UInt32> extent;
-  void (*prepare)(KernelRunner& runner);
+  void (*prepare)(ScenarioTarget& target);
 };
 
 std::string GetKernelId(const char* name);

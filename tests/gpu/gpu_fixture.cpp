@@ -1,0 +1,77 @@
+#include "tests/gpu/gpu_fixture.h"
+
+#include <cstdlib>
+#include <optional>
+
+#include "gpu_parity_test_kernels.h"
+#include "ostra/drawport/cache.h"
+#include "ostra/host.h"
+#include "parallelprogram/program/kernel_registration.h"
+
+namespace ostra::test {
+namespace {
+
+// The host with the modules, for the whole run of the test program.
+class HostEnvironment final : public testing::Environment {
+ public:
+  void SetUp() override {
+    setenv("OSTRA_VULKAN_VALIDATION", "1", 0);
+    setenv("OSTRA_GPU_CACHE", "off", 0);
+    auto host = Host::Create({.readsEnvironment = false});
+    ASSERT_THAT(host, IsOk());
+    _host.emplace(std::move(host).GetValue());
+    ASSERT_THAT(_host->LoadModule("parallelprogram"), IsOk());
+    ASSERT_THAT(_host->LoadModule("drawport_vulkan"), IsOk());
+    auto registry = ClassRegistry::Find(kKernelClassRegistry);
+    ASSERT_THAT(registry, IsOk());
+    for (const auto& kernel : GetKernels_gpu_parity_test()) {
+      auto kernelClass = kernel.create();
+      ASSERT_THAT(kernelClass, IsOk());
+      ASSERT_THAT(registry->Insert(*kernelClass), IsOk());
+    }
+  }
+  void TearDown() override { _host.reset(); }
+
+ private:
+  std::optional<Host> _host;
+};
+
+// GoogleTest owns the environment.
+[[maybe_unused]] const testing::Environment* const g_environment =
+    testing::AddGlobalTestEnvironment(new HostEnvironment);
+
+}  // namespace
+
+Bool HasDevice() {
+  const auto cache = GetDefaultDrawportCache();
+  return cache && !(*cache)->GetCacheType().IsEmpty();
+}
+
+ParallelProgramRef MakeProgram(const Id& programClass) {
+  auto program = CreateObject<ParallelProgramInterface>(programClass);
+  EXPECT_THAT(program, IsOk());
+  if (!program) return nullptr;
+  const Result<void> prepared = (*program)->Init(*Url::Create(OSTRA_TEST_RESOURCES), nullptr, 0, true);
+  EXPECT_THAT(prepared, IsOk());
+  return prepared ? *program : ParallelProgramRef();
+}
+
+void AddKernel(ParallelProgramInterface& program, InternedId id, std::string_view name) {
+  auto file = Url::Create("relative://" + std::string(name));
+  ASSERT_THAT(file, IsOk());
+  ASSERT_THAT(program.AddKernel(id, *file, true), IsOk());
+}
+
+std::vector<Byte> GetBytes(const Result<Data>& data) {
+  EXPECT_THAT(data, IsOk());
+  const auto* array = data ? data->GetIf<Array<Generic>>() : nullptr;
+  if (!array) {
+    ADD_FAILURE() << "The value is no array.";
+    return {};
+  }
+  const Block<Generic> block = array->GetFirstBlock();
+  const auto* first = reinterpret_cast<const Byte*>(block.GetFirst());
+  return {first, first + block.GetCount() * block.GetStride()};
+}
+
+}  // namespace ostra::test

@@ -1,0 +1,77 @@
+// The host with the module and the backend, and programs of both classes: what runs on one runs on the other.
+//
+//   ParallelProgramRef program = MakeProgram(kGpuProgramClass);
+//   AddKernel(*program, "k"_iid, "net.ostra.kernels.saxpy.krn");
+//
+// Tests are skipped where no device is found.
+#pragma once
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "ostra/math/data_types.h"
+#include "parallelprogram/program/parallel_program.h"
+#include "tests/support/result_matchers.h"
+
+namespace ostra::test {
+
+// Whether there is a GPU backend with a device.
+Bool HasDevice();
+
+// A program after Init, on a context of its own. `programClass` is one of the two classes.
+ParallelProgramRef MakeProgram(const Id& programClass);
+
+// Adds a kernel file that is linked with the test and lies beside it.
+void AddKernel(ParallelProgramInterface& program, InternedId id, std::string_view name);
+
+template <class T>
+BaseArray<T> MakeArray(const std::vector<T>& values) {
+  BaseArray<T> array;
+  for (const T& value : values) EXPECT_THAT(array.Append(value), IsOk());
+  return array;
+}
+
+template <class T>
+void StoreBuffer(ParallelProgramInterface& program, InternedId id, const std::vector<T>& values) {
+  ASSERT_THAT(program.StoreUniformBufferData(id, MakeArray(values)), IsOk());
+}
+
+// The bytes of an Array.
+std::vector<Byte> GetBytes(const Result<Data>& data);
+
+template <class T>
+std::vector<T> GetElements(const Result<Data>& data) {
+  const std::vector<Byte> bytes = GetBytes(data);
+  std::vector<T> elements(bytes.size() / sizeof(T));
+  if (!elements.empty()) MemCopy(elements.data(), bytes.data(), static_cast<Int>(bytes.size()));
+  return elements;
+}
+
+template <class T>
+std::vector<T> ReadBuffer(ParallelProgramInterface& program, InternedId id) {
+  return GetElements<T>(program.GetGlobalBufferData(id));
+}
+
+// A test that runs once per program class.
+class BothProgramsTest : public testing::TestWithParam<Id> {
+ protected:
+  void SetUp() override {
+    if (IsGpu() && !HasDevice()) GTEST_SKIP() << "There is no GPU device on this machine.";
+    program = MakeProgram(GetParam());
+    ASSERT_TRUE(program);
+  }
+  Bool IsGpu() const { return GetParam() == kGpuProgramClass; }
+
+  ParallelProgramRef program;
+};
+
+#define OSTRA_TEST_BOTH_PROGRAMS(Suite)                                                                      \
+  INSTANTIATE_TEST_SUITE_P(                                                                                  \
+      , Suite, testing::Values(::ostra::kCpuProgramClass, ::ostra::kGpuProgramClass), [](const auto& test) { \
+        return std::string(test.param == ::ostra::kCpuProgramClass ? "CpuProgram" : "GpuProgram");           \
+      })
+
+}  // namespace ostra::test
