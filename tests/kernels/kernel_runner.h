@@ -29,7 +29,7 @@ enum class Way { kOneByOne, kOrdered, kUnordered, kInSmallPieces, kBaseline, kVe
 inline constexpr Way kAllWays[] = {Way::kOneByOne,      Way::kOrdered,  Way::kUnordered,
                                    Way::kInSmallPieces, Way::kBaseline, Way::kVectors256};
 
-class KernelRunner final : public ScenarioTarget {
+class KernelRunner : public ScenarioTarget {
  public:
   // Makes an object of the class `id`, which is linked with the test, and calls its Init.
   explicit KernelRunner(const std::string& id);
