@@ -80,7 +80,8 @@ Result<void> DrawportProgramDescription::AddBufferParameter(DrawportStage stage,
 }
 
 Result<void> DrawportProgramDescription::AddTextureParameter(DrawportStage stage, DrawportTextureType type,
-                                                             PixelFormatRef format, Bool isLinear, InternedId name) {
+                                                             PixelFormatRef format, Bool isLinear, InternedId name,
+                                                             Bool hasLayers) {
   return AddParameter({.stage = stage,
                        .kind = DrawportParameterKind::Texture,
                        .name = name,
@@ -88,7 +89,8 @@ Result<void> DrawportProgramDescription::AddTextureParameter(DrawportStage stage
                        .access = DrawportBufferAccess::ReadOnly,
                        .textureType = type,
                        .format = format,
-                       .isLinear = isLinear});
+                       .isLinear = isLinear,
+                       .hasLayers = hasLayers});
 }
 
 Result<void> DrawportProgramDescription::AddImageParameter(DrawportStage stage, DrawportTextureType type,

@@ -73,9 +73,10 @@ class OSTRA_API DrawportProgramDescription {
   // type code. Error: a size below 1.
   Result<void> AddBufferParameter(DrawportStage stage, const DrawportStructLayout& layout, InternedId name,
                                   DrawportBufferAccess access, Bool isValue = false);
-  // A texture with its sampler; `isLinear` is what the program expects of the sampler.
+  // A texture with its sampler; `isLinear` is what the program expects of the sampler. With `hasLayers` it is an array
+  // of textures of one or two dimensions: the layers of a texture lie along the next dimension of its extent.
   Result<void> AddTextureParameter(DrawportStage stage, DrawportTextureType type, PixelFormatRef format, Bool isLinear,
-                                   InternedId name);
+                                   InternedId name, Bool hasLayers = false);
   // A texture that is read and written. Error: no format.
   Result<void> AddImageParameter(DrawportStage stage, DrawportTextureType type, PixelFormatRef format, InternedId name);
 

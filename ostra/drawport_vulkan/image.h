@@ -2,8 +2,8 @@
 #pragma once
 
 #include "ostra/drawport/resources.h"
+#include "ostra/drawport_vulkan/buffer.h"
 #include "ostra/drawport_vulkan/formats.h"
-#include "ostra/drawport_vulkan/resource.h"
 
 namespace ostra::vulkan {
 
@@ -81,12 +81,10 @@ class CounterResource final : public DeviceResource, public DrawportAtomicCounte
   // Error: out of memory.
   static Result<StrongRef<CounterResource>> Create(Device& device);
   explicit CounterResource(DeviceRef device) : DeviceResource(std::move(device)) {}
-  class BufferResource& GetBuffer() const {
-    return *_buffer;
-  }
+  BufferResource& GetBuffer() const { return *_buffer; }
 
  private:
-  StrongRef<class BufferResource> _buffer;
+  BufferRef _buffer;
 };
 using CounterRef = StrongRef<CounterResource>;
 

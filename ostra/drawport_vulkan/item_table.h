@@ -4,6 +4,7 @@
 #include <mutex>
 
 #include "ostra/core/hash_map.h"
+#include "ostra/core/strong_ref.h"
 
 namespace ostra::vulkan {
 

@@ -13,11 +13,12 @@
 #include "ostra/drawport/handles.h"
 #include "ostra/io/url.h"
 #include "ostra/math/vector.h"
+#include "ostra/object/interface.h"
 
 namespace ostra {
 
 struct TextureBindData;
-class DrawportBuffer;
+class DrawportDeviceBuffer;
 class DrawportDrawPass;
 class DrawportParameterValueSet;
 class DrawportProgramFactory;
@@ -156,7 +157,7 @@ class GeneralShaderLoaderInterface : public ObjectInterface {
   virtual Result<DrawportParameterValueSet*> GetActiveValueSet() const = 0;
   virtual Result<DrawportVertexBuffer*> GetActiveVertexBuffer() const = 0;
   virtual Result<Int> GetActiveVertexBufferCount() const = 0;
-  virtual Result<DrawportBuffer*> GetActiveAttributeBuffer() const = 0;
+  virtual Result<DrawportDeviceBuffer*> GetActiveAttributeBuffer() const = 0;
   virtual Result<DrawportProgramFactory*> GetActiveProgramFactory() const = 0;
   virtual Result<DrawportVertexAttributeSet*> GetActiveAttributeSet() const = 0;
 };

@@ -1,4 +1,5 @@
 // Programs: parameters of every kind, what a dispatch sees and when, and what is refused.
+#include "ostra/render/render_noise.h"
 #include "tests/drawport_vulkan/gpu_test.h"
 #include "tests/drawport_vulkan/program_builder.h"
 
@@ -118,6 +119,43 @@ TEST_F(ComputeTest, ReadsZeroFromValuesThatNobodySet) {
       "UNIFORM_BUFFER(target)[1] = SampleGradient(UNIFORM(ramp), 0.5).x;\n",
       1, [&](ProgramValues& values) { values.SetBuffer("target", target); });
   EXPECT_THAT(Download<Float32>(*target), ElementsAre(0, 0));
+}
+
+TEST_F(ComputeTest, GivesTheNoisesOfTheHostBitForBit) {
+  std::vector<Vector4d32> places;
+  for (int i = 0; i < 64; ++i) {
+    const Float32 x = static_cast<Float32>(i);
+    places.emplace_back(x * 0.37f, x * -1.7f, 0.5f + x * x, 0);
+  }
+  DrawportDeviceBuffer* source = MakeBuffer(places);
+  DrawportDeviceBuffer* target = MakeBuffer(64 * 4);
+  Int32 mode = 0;
+  ProgramBuilder program(*this);
+  program.Noises().Uniform(Type::NoiseTable, "noiseData_0").Reads("source", "vec4", 16).Writes("target", "float", 4);
+  GpuComputeRef compute = program.Make(
+      "uint i = InGlobalInvocationID.x;\n"
+      "UNIFORM_BUFFER(target)[i] = RenderNoise(0, UNIFORM_BUFFER(source)[i].xyz, 0.25);\n",
+      [&](ProgramValues& values) {
+        values.Set("noiseMode_0", mode);
+        values.SetNoise("noiseData_0", 42, kNoiseDepth);
+        values.SetBuffer("source", source);
+        values.SetBuffer("target", target);
+      });
+  const ClassRegistry& noises = Take(ClassRegistry::Find(kRenderNoiseRegistry));
+  for (const auto& [number, id] : {std::pair<Int32, Id>{0, kPerlinNoise},
+                                   {1, kTurbulenceNoise},
+                                   {5, kBoxNoise},
+                                   {19, kSemaNoise},
+                                   {24, kCellNoise}}) {
+    mode = number;
+    Take(compute->UpdateUniforms(_context, true));
+    Take(compute->Dispatch(1, 1, 1));
+    const std::vector<Float32> output = Download<Float32>(*target);
+    const auto noise = Take(Take(noises.FindEntryValue(id))->CreateObject<RenderNoiseInterface>());
+    Take(noise->Init(42, kNoiseDepth, id));
+    for (std::size_t i = 0; i < output.size(); ++i)
+      EXPECT_EQ(output[i], noise->Noise(Vector32(places[i].x, places[i].y, places[i].z), 0.25f)) << id.GetView() << i;
+  }
 }
 
 TEST_F(ComputeTest, KeepsTheValuesThatEachDispatchWasRecordedWith) {

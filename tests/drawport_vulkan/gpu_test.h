@@ -25,6 +25,11 @@ T Take(Result<T> result) {
   if (!result) throw std::runtime_error(std::string(result.GetError().GetMessage().GetView()));
   return std::move(result).GetValue();
 }
+template <class T>
+T& Take(Result<T&> result) {
+  if (!result) throw std::runtime_error(std::string(result.GetError().GetMessage().GetView()));
+  return result.GetValue();
+}
 inline void Take(Result<void> result) {
   if (!result) throw std::runtime_error(std::string(result.GetError().GetMessage().GetView()));
 }

@@ -95,10 +95,11 @@ class ProgramBuilder {
   ProgramBuilder& Value(std::string_view name, std::string_view type, Int bytes) {
     return Buffer(name, type, bytes, DrawportBufferAccess::ReadOnly, true);
   }
-  ProgramBuilder& Texture(std::string_view name, DrawportTextureType type, PixelFormatRef format, Bool isLinear) {
+  ProgramBuilder& Texture(std::string_view name, DrawportTextureType type, PixelFormatRef format, Bool isLinear,
+                          Bool hasLayers = false) {
     const InternedId id = Take(InternedId::Create(name));
     return Add([=](DrawportProgramDescription& program) {
-      return program.AddTextureParameter(kStage, type, format, isLinear, id);
+      return program.AddTextureParameter(kStage, type, format, isLinear, id, hasLayers);
     });
   }
   ProgramBuilder& Image(std::string_view name, DrawportTextureType type, PixelFormatRef format) {
@@ -110,6 +111,13 @@ class ProgramBuilder {
     const String code = Take(String::Create(text));
     return Add([=](DrawportProgramDescription& program) {
       return program.AddCode(kStage, kAppendCode, code, DrawportCodeSection::GroupShared);
+    });
+  }
+  // Adds the code of noises; tables are uniforms of their own.
+  ProgramBuilder& Noises() {
+    return Add([](DrawportProgramDescription& program) -> Result<void> {
+      OSTRA_RETURN_IF_ERROR(program.ReinitializeDrawportNoise(0));
+      return program.AddNoiseFunction(kStage, "net.ostra.drawport.noise.turbulence4d"_id, 0);
     });
   }
   ProgramBuilder& Requires(DrawportFeature feature) {

@@ -202,6 +202,39 @@ TEST_F(TextureTest, FetchesApplyTheWrapModesOfTheSampler) {
   }
 }
 
+TEST_F(TextureTest, LayersLieAlongTheNextDimension) {
+  const std::pair<DrawportTextureType, DrawportExtent> shapes[] = {{DrawportTextureType::Texture1D, {4, 3, 1}},
+                                                                   {DrawportTextureType::Texture2D, {4, 1, 3}}};
+  for (const auto& [type, extent] : shapes) {
+    const Bool is1D = type == DrawportTextureType::Texture1D;
+    DrawportTexture* texture = MakeTexture(type, Find("dynamic.redf32"), extent);
+    std::vector<Float32> texels(12);
+    std::iota(texels.begin(), texels.end(), 1.0f);
+    Fill(*texture, texels.data(), {{}, extent});
+    // The middle layer is written again by itself.
+    const Float32 middle[] = {50, 60, 70, 80};
+    Fill(*texture, middle, is1D ? DrawportRegion{{0, 1, 0}, {4, 1, 1}} : DrawportRegion{{0, 0, 1}, {4, 1, 1}});
+    std::copy(std::begin(middle), std::end(middle), texels.begin() + 4);
+    const std::vector<Byte> bytes = Read(*texture, {{}, extent});
+    EXPECT_EQ(std::memcmp(bytes.data(), texels.data(), bytes.size()), 0);
+
+    DrawportDeviceBuffer* output = MakeBuffer(12 * 4);
+    DrawportTextureSampler* sampler = MakeSampler(0);
+    ProgramBuilder program(*this);
+    program.Texture("picture", type, Find("dynamic.redf32"), true, true).Writes("values", "float", 4);
+    const std::string at = is1D ? "int(i % 4u)" : "int2(int(i % 4u), 0)";
+    program.Run(
+        "uint i = InGlobalInvocationID.x;\n"
+        "if (i < 12u) UNIFORM_BUFFER(values)[i] = FetchTextureLayer(picture, " +
+            at + ", i / 4u);\n",
+        1, [&](ProgramValues& values) {
+          values.SetTexture("picture", texture, sampler);
+          values.SetBuffer("values", output);
+        });
+    EXPECT_EQ(Download<Float32>(*output), texels);
+  }
+}
+
 TEST_F(TextureTest, ThreeChannelsAreReadAsThree) {
   DrawportTexture* texture = MakeTexture(DrawportTextureType::Texture2D, Find("rgb.f32"), {2, 1, 1});
   const std::vector<Vector32> texels = {{1, 2, 3}, {4, 5, 6}};
