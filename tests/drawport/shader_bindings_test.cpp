@@ -104,8 +104,8 @@ TEST(UniformLayoutTest, EveryPairOfTypesIsAcceptedByEveryLanguage) {
     Int number = 0;
     for (const DrawportShaderValueType first : types) {
       for (const DrawportShaderValueType second : types) {
-        AddValue(records, ("v" + std::to_string(number++)).c_str(), first);
-        AddValue(records, ("v" + std::to_string(number++)).c_str(), second);
+        AddValue(records, (std::string("v").append(std::to_string(number++))).c_str(), first);
+        AddValue(records, (std::string("v").append(std::to_string(number++))).c_str(), second);
       }
     }
     EXPECT_EQ(Compile(records), "") << language->GetView();

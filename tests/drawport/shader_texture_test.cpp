@@ -34,7 +34,7 @@ std::string GetFetchedType(const PixelFormat& format) {
   return (format.valueClass == PixelValueClass::SignedInteger ? "int" : "uint") + count;
 }
 std::string GetSampledType(const PixelFormat& format) {
-  return format.channels == 1 ? "float" : "vec" + std::to_string(format.channels);
+  return format.channels == 1 ? "float" : std::string("vec").append(std::to_string(format.channels));
 }
 
 class ShaderTextureTest : public testing::TestWithParam<const Id*> {};
@@ -46,7 +46,7 @@ TEST_P(ShaderTextureTest, EveryFormatCanBeSampledAndFetched) {
     Int number = 0;
     for (const PixelFormat& format : std::span(GetPixelFormats().GetFirst(), kPixelFormatCount)) {
       if (!IsInKernels(format)) continue;
-      const std::string name = "t" + std::to_string(number++);
+      const std::string name = std::string("t").append(std::to_string(number++));
       AddTexture(records, name.c_str(), shape.type, format.id);
       code += GetFetchedType(format) + " f_" + name + " = FetchTexture(" + name + ", " + shape.texel + ");\n";
       if (format.bitsPerChannel < 32 || format.valueClass == PixelValueClass::FloatingPoint)
@@ -68,7 +68,7 @@ TEST_P(ShaderTextureTest, EveryFormatCanBeAnImage) {
     Int number = 0;
     for (const PixelFormat& format : std::span(GetPixelFormats().GetFirst(), kPixelFormatCount)) {
       if (!IsInKernels(format)) continue;
-      const std::string name = "t" + std::to_string(number++);
+      const std::string name = std::string("t").append(std::to_string(number++));
       AddTexture(records, name.c_str(), shape.type, format.id, true);
       code += GetFetchedType(format) + " f_" + name + " = FetchTexture(" + name + ", " + shape.texel + ");\n";
       code += "StoreImage(" + name + ", " + shape.texel + ", f_" + name + ");\n";
