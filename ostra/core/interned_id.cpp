@@ -19,6 +19,7 @@ struct InternTable {
   static constexpr std::size_t kBuckets = 1 << 14;
 
   std::array<std::atomic<Node*>, kBuckets> heads{};
+  std::atomic<Node*> unused{nullptr};
 
   static InternTable& Get() {
     static InternTable table;
@@ -38,6 +39,14 @@ struct InternTable {
     return FindIn(heads[hash % kBuckets].load(std::memory_order_acquire), nullptr, text, hash);
   }
 
+  // Nodes that came too late are few and are not used again, but they are not lost either: leak checkers would say so.
+  void KeepUnused(Node& node) {
+    Node* first = unused.load(std::memory_order_relaxed);
+    do {
+      node.next = first;
+    } while (!unused.compare_exchange_weak(first, &node, std::memory_order_release, std::memory_order_relaxed));
+  }
+
   // The node of `text`, added when there is none; null when `allocate` fails.
   const Node* FindOrAdd(std::string_view text, Allocate allocate) {
     const UInt64 hash = HashText(text);
@@ -52,8 +61,11 @@ struct InternTable {
     characters[text.size()] = 0;
     const Node* searched = first;
     while (!head.compare_exchange_weak(first, node, std::memory_order_acq_rel, std::memory_order_acquire)) {
-      // Another thread was faster; it may have added the same text. The unused node is not worth a free list.
-      if (const Node* known = FindIn(first, searched, text, hash)) return known;
+      // Another thread was faster; it may have added the same text.
+      if (const Node* known = FindIn(first, searched, text, hash)) {
+        KeepUnused(*node);
+        return known;
+      }
       searched = first;
       node->next = first;
     }
