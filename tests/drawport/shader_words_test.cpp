@@ -77,8 +77,8 @@ constexpr const char* kStatements[] = {
     "AtomicXor(UNIFORM_BUFFER(bins)[0], 1u, old); AtomicExchange(UNIFORM_BUFFER(bins)[0], 1u, old);",
     "AtomicCompareExchange(UNIFORM_BUFFER(bins)[0], 1u, 2u, old);",
     "AtomicCompareExchange(GetAtomicCounter(hits), 1u, 2u, old);",
-    "int before = 0; AtomicMin(UNIFORM_BUFFER(signeds)[0], -1, before); AtomicAdd(UNIFORM_BUFFER(signeds)[0], 1, "
-    "before);",
+    "int before = 0; AtomicMin(UNIFORM_BUFFER(signeds)[0], -1, before);",
+    "AtomicAdd(UNIFORM_BUFFER(signeds)[0], 1, before);",
     // Textures.
     "vec4 s = SampleTexture(image, vec2(0.5, 0.5)) + SampleTexture(UNIFORM(image), vec2(0.5, 0.5));",
     "vec4 t = FetchTexture(image, int2(1, 2)); int2 extent = TextureSize(image);",
