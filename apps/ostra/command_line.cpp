@@ -80,9 +80,9 @@ CLI::App& AddRunCommand(CLI::App& app, RunArguments& arguments) {
   run.add_option("--repeat", arguments.repeatCount, "Do everything N times from the same start, to measure")
       ->type_name("N")
       ->check(CLI::Range(Int(1), Int(1000000)));
-  run.add_option("--backend", arguments.backend, "Where the kernel runs: cpu")
+  run.add_option("--backend", arguments.backend, "Where the kernel runs: cpu, gpu, or both to compare them")
       ->type_name("NAME")
-      ->check(CLI::IsMember({"cpu"}));
+      ->check(CLI::IsMember({"cpu", "gpu", "both"}));
   run.add_flag("--fast", arguments.isFast, "Allow the compiler to reorder floating-point arithmetic");
   run.add_option("--cache-dir", arguments.cacheFolder,
                  "Where compiled kernels are kept (default: $XDG_CACHE_HOME/ostra or ~/.cache/ostra)")
@@ -129,6 +129,9 @@ Result<RunOptions> MakeRunOptions(const RunArguments& arguments) {
   options.isFast = arguments.isFast;
   options.isJson = arguments.isJson;
   options.cacheFolder = arguments.cacheFolder;
+  options.backend = arguments.backend == "gpu"    ? Backend::Gpu
+                    : arguments.backend == "both" ? Backend::Both
+                                                  : Backend::Cpu;
   return options;
 }
 

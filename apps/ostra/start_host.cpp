@@ -6,6 +6,7 @@
 #include "apps/ostra/names/nearest_name.h"
 #include "apps/ostra/tool_error.h"
 #include "ostra/config/configuration.h"
+#include "ostra/drawport/cache.h"
 
 OSTRA_UNIT("start_host");
 
@@ -32,6 +33,15 @@ Result<Host> StartHost(std::span<const char* const> arguments) {
   OSTRA_RETURN_IF_ERROR(host.LoadModule("parallelprogram"));
   OSTRA_RETURN_IF_ERROR(CheckConfigurationNames());
   return host;
+}
+
+Result<void> StartGpu(Host& host) {
+  constexpr std::string_view kHint = "--backend cpu runs the kernel without one";
+  if (auto loaded = host.LoadModule("drawport_vulkan"); !loaded)
+    return OSTRA_ILLEGAL_STATE("there is no GPU backend (@): @", kHint, loaded.GetError());
+  OSTRA_ASSIGN_OR_RETURN(const DrawportCacheRef cache, GetDefaultDrawportCache());
+  if (cache->GetCacheType().IsEmpty()) return OSTRA_ILLEGAL_STATE("there is no GPU device (@)", kHint);
+  return OK;
 }
 
 }  // namespace ostra::tool

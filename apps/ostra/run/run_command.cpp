@@ -2,6 +2,7 @@
 
 #include "apps/ostra/kernels/kernel_cache.h"
 #include "apps/ostra/output/standard_output.h"
+#include "apps/ostra/run/compare_runs.h"
 #include "apps/ostra/run/program_run.h"
 #include "apps/ostra/run/run_report.h"
 #include "apps/ostra/start_host.h"
@@ -33,14 +34,28 @@ void WriteNotes(const RunPlan& plan) {
     for (const std::string& note : texture.contents.notes) WriteErrorLine("note: " + note);
 }
 
-// Everything that needs objects of the kernel's module, which are gone when this returns.
-Result<RunReport> Execute(const RunOptions& options, const RunPlan& plan) {
-  OSTRA_ASSIGN_OR_RETURN(ProgramRun run, ProgramRun::Create(plan, kCpuProgramClass, options.kernelFile));
-  RunReport report;
+// Makes all repetitions and returns how long each took.
+Result<std::vector<Float64>> Repeat(const RunOptions& options, ProgramRun& run) {
+  std::vector<Float64> times;
   for (Int i = 0; i < options.repeatCount; ++i) {
     if (i > 0) OSTRA_RETURN_IF_ERROR(run.Restart());
     OSTRA_ASSIGN_OR_RETURN(const Float64 milliseconds, run.Run(options.iterationCount));
-    report.milliseconds.push_back(milliseconds);
+    times.push_back(milliseconds);
+  }
+  return times;
+}
+
+// Everything that needs objects of the kernel's module, which are gone when this returns.
+Result<RunReport> Execute(const RunOptions& options, const RunPlan& plan) {
+  const Id& firstClass = options.backend == Backend::Gpu ? kGpuProgramClass : kCpuProgramClass;
+  OSTRA_ASSIGN_OR_RETURN(ProgramRun run, ProgramRun::Create(plan, firstClass, options.kernelFile));
+  RunReport report;
+  OSTRA_ASSIGN_OR_RETURN(report.milliseconds, Repeat(options, run));
+  if (options.backend == Backend::Both) {
+    OSTRA_ASSIGN_OR_RETURN(ProgramRun gpuRun, ProgramRun::Create(plan, kGpuProgramClass, options.kernelFile));
+    OSTRA_ASSIGN_OR_RETURN(report.gpuMilliseconds, Repeat(options, gpuRun));
+    OSTRA_ASSIGN_OR_RETURN(report.difference, CompareRuns(plan, run, gpuRun));
+    run = std::move(gpuRun);
   }
   OSTRA_RETURN_IF_ERROR(WriteOutputs(plan, run));
   for (const PlannedCounter& counter : plan.counters) {
@@ -54,6 +69,7 @@ Result<RunReport> Execute(const RunOptions& options, const RunPlan& plan) {
 
 Result<void> Run(const RunOptions& options, std::span<const char* const> arguments) {
   OSTRA_ASSIGN_OR_RETURN(Host host, StartHost(arguments));
+  if (options.backend != Backend::Cpu) OSTRA_RETURN_IF_ERROR(StartGpu(host));
   OSTRA_ASSIGN_OR_RETURN(const KernelModule module,
                          MakeKernelModule({options.kernelFile, options.cacheFolder, options.isFast}));
   OSTRA_RETURN_IF_ERROR(host.LoadModule(module.path));

@@ -26,6 +26,9 @@ slices of a volume. --texture NAME:KEY=VALUE,... says how it is read:
 Noises: a kernel with ADDNOISECALL takes --set noiseMode_0=MODE, a number or a name such as gaseous (perlin), and --set
 noiseSeed_0=SEED (0), and so on for noise number 1, 2, ...
 
+Backends: gpu runs the same file on the GPU. The first dispatch there includes what the driver compiles; --repeat shows the
+time without. both runs it on the CPU and on the GPU, writes what the GPU has computed, and says how far they differ.
+
 Examples:
   ostra run net.example.blur.krn --in image=photo.png --out result=blurred.png --set radius=3
   ostra run net.example.warp.krn --in image=photo.png --texture image:wrap=repeat,srgb=true --out result=out.png

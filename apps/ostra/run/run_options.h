@@ -13,6 +13,9 @@ namespace ostra::tool {
 // "name=value" of an option that may be given several times.
 using Assignments = std::vector<std::pair<std::string, std::string>>;
 
+// Where a kernel runs. Both: on the CPU, then on the GPU, whose results are written and compared with those of the CPU.
+enum class Backend { Cpu, Gpu, Both };
+
 struct RunOptions {
   Url kernelFile;
   Assignments inputs;    // buffer or texture and where its elements come from
@@ -23,6 +26,7 @@ struct RunOptions {
   Int repeatCount = 1;                                     // times that the whole run is made, each from the same start
   Int iterationCount = 1;                                  // dispatches of one run
   std::vector<std::pair<std::string, std::string>> swaps;  // buffers exchanged between two dispatches
+  Backend backend = Backend::Cpu;
   Bool isFast = false;
   Bool isJson = false;
   std::string cacheFolder;

@@ -35,6 +35,22 @@ std::string FormatTime(const std::vector<Float64>& milliseconds) {
 
 std::string FormatLayers(Int count) { return count == 1 ? "" : ", " + std::to_string(count) + " layers"; }
 
+std::string FormatDifference(const RunDifference& difference) {
+  if (difference.place.empty()) return "none, all bits are the same";
+  char text[40];
+  std::snprintf(text, sizeof(text), "%g", difference.largest);
+  return std::string(text) + " at most, at " + difference.place;
+}
+
+Json MakeTimes(const std::vector<Float64>& milliseconds) {
+  const Float64 best = *std::min_element(milliseconds.begin(), milliseconds.end());
+  return {{"best", best}, {"median", GetMedian(milliseconds)}, {"all", milliseconds}};
+}
+
+const char* GetBackendName(Backend backend) {
+  return backend == Backend::Cpu ? "cpu" : backend == Backend::Gpu ? "gpu" : "both";
+}
+
 std::string GetText(InternedId name) { return std::string(name.GetView()); }
 
 }  // namespace
@@ -42,8 +58,14 @@ std::string GetText(InternedId name) { return std::string(name.GetView()); }
 Result<std::string> FormatRunReport(const RunReport& report, const RunOptions& options, const RunPlan& plan) {
   std::vector<std::vector<std::string>> rows = {{"kernel", report.kernel}, {"size", plan.size.ToText()}};
   if (options.iterationCount > 1) rows.push_back({"dispatches", std::to_string(options.iterationCount)});
-  rows.push_back({"threads", std::to_string(report.threadCount)});
-  rows.push_back({"time", FormatTime(report.milliseconds)});
+  if (options.backend != Backend::Gpu) rows.push_back({"threads", std::to_string(report.threadCount)});
+  if (options.backend == Backend::Both) {
+    rows.push_back({"time on the CPU", FormatTime(report.milliseconds)});
+    rows.push_back({"time on the GPU", FormatTime(report.gpuMilliseconds)});
+    rows.push_back({"difference", FormatDifference(report.difference)});
+  } else {
+    rows.push_back({options.backend == Backend::Gpu ? "time on the GPU" : "time", FormatTime(report.milliseconds)});
+  }
   for (const PlannedTexture& texture : plan.textures)
     rows.push_back({"texture", GetText(texture.name) + ": " + std::string(texture.layout->name) + ", " +
                                    texture.contents.size.ToText() + FormatLayers(texture.contents.layers)});
@@ -79,20 +101,22 @@ Result<std::string> FormatRunReportAsJson(const RunReport& report, const RunOpti
                                        {"layers", texture.contents.layers}};
   }
   for (const auto& [name, value] : report.counters) counters[name] = value;
-  const Float64 best = *std::min_element(report.milliseconds.begin(), report.milliseconds.end());
-  const Json json = {
-      {"kernel", report.kernel},
-      {"backend", "cpu"},
-      {"compiled", report.wasCompiled},
-      {"size", {plan.size.width, plan.size.height, plan.size.depth}},
-      {"iterations", options.iterationCount},
-      {"threads", report.threadCount},
-      {"milliseconds", {{"best", best}, {"median", GetMedian(report.milliseconds)}, {"all", report.milliseconds}}},
-      {"uniforms", uniforms},
-      {"inputs", inputs},
-      {"textures", textures},
-      {"outputs", outputs},
-      {"counters", counters}};
+  Json json = {{"kernel", report.kernel},
+               {"backend", GetBackendName(options.backend)},
+               {"compiled", report.wasCompiled},
+               {"size", {plan.size.width, plan.size.height, plan.size.depth}},
+               {"iterations", options.iterationCount},
+               {"threads", report.threadCount},
+               {"milliseconds", MakeTimes(report.milliseconds)},
+               {"uniforms", uniforms},
+               {"inputs", inputs},
+               {"textures", textures},
+               {"outputs", outputs},
+               {"counters", counters}};
+  if (options.backend == Backend::Both) {
+    json["gpuMilliseconds"] = MakeTimes(report.gpuMilliseconds);
+    json["difference"] = {{"largest", report.difference.largest}, {"place", report.difference.place}};
+  }
   return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 

@@ -8,12 +8,20 @@
 
 namespace ostra::tool {
 
+// How far the results of the GPU are from those of the CPU.
+struct RunDifference {
+  Float64 largest = 0;  // distance of two numbers; infinite when one of them is no number
+  std::string place;    // of that, as "result[12]"; empty when all bits are the same
+};
+
 struct RunReport {
   std::string kernel;
   Bool wasCompiled = false;
   Int threadCount = 1;
   std::vector<Float64> milliseconds;                     // of every repetition, in order; at least one
+  std::vector<Float64> gpuMilliseconds;                  // the same on the GPU, when the kernel ran on both
   std::vector<std::pair<std::string, UInt32>> counters;  // their values at the end
+  RunDifference difference;                              // when the kernel ran on both
 };
 
 // A table of what was run, how long it took, what was written and what was counted.

@@ -1,0 +1,76 @@
+// `ostra run` on the GPU, and on both.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+#include "tests/tool/temporary_folder.h"
+#include "tests/tool/tool_process.h"
+
+namespace ostra {
+namespace {
+
+using nlohmann::json;
+using testing::HasSubstr;
+
+// Whether the tool finds a device. What it says when it does not is looked at here, too.
+bool HasDevice(const ToolResult& result) {
+  if (result.exitStatus == 0) return true;
+  EXPECT_EQ(result.exitStatus, 1);
+  EXPECT_THAT(result.errors, HasSubstr("--backend cpu runs the kernel without one"));
+  return false;
+}
+
+ToolResult RunScale(const TemporaryFolder& folder, const std::string& backend, const std::string& target) {
+  folder.Write("in.csv", "1\n2\n-3.5\n");
+  return RunTool({"run", GetTestKernel("net.example.scale.krn"), "--in", "values=" + folder / "in.csv", "--set",
+                  "factor=2.5", "--set", "offset=100,-1", "--out", "values=" + folder / target, "--backend", backend,
+                  "--json"});
+}
+
+TEST(RunGpuTest, TheSameFileRunsOnTheGpu) {
+  const TemporaryFolder folder;
+  const ToolResult result = RunTool({"run", GetTestKernel("net.example.invert.krn"), "--in", "image=zeros:17x5",
+                                     "--out", "result=" + folder / "out.csv", "--size", "17x5", "--set", "width=17",
+                                     "--set", "height=5", "--backend", "gpu", "--json"});
+  if (!HasDevice(result)) GTEST_SKIP() << "There is no GPU device on this machine.";
+  const json report = json::parse(result.output);
+  EXPECT_EQ(report["backend"], "gpu");
+  const ToolResult cpu =
+      RunTool({"run", GetTestKernel("net.example.invert.krn"), "--in", "image=zeros:17x5", "--out",
+               "result=" + folder / "cpu.csv", "--size", "17x5", "--set", "width=17", "--set", "height=5"});
+  ASSERT_EQ(cpu.exitStatus, 0) << cpu.errors;
+  EXPECT_EQ(folder.Read("out.csv"), folder.Read("cpu.csv"));
+}
+
+TEST(RunGpuTest, BothAreComparedAndTimed) {
+  const TemporaryFolder folder;
+  const ToolResult result = RunTool({"run", GetTestKernel("net.example.invert.krn"), "--in", "image=ones:17x5", "--out",
+                                     "result=" + folder / "out.csv", "--size", "17x5", "--set", "width=17", "--set",
+                                     "height=5", "--backend", "both", "--json", "--repeat", "2"});
+  if (!HasDevice(result)) GTEST_SKIP() << "There is no GPU device on this machine.";
+  const json report = json::parse(result.output);
+  EXPECT_EQ(report["backend"], "both");
+  EXPECT_EQ(report["milliseconds"]["all"].size(), 2u);
+  EXPECT_EQ(report["gpuMilliseconds"]["all"].size(), 2u);
+  EXPECT_EQ(report["difference"]["largest"], 0.0);
+  EXPECT_EQ(report["difference"]["place"], "");
+}
+
+TEST(RunGpuTest, AKernelThatIsNoShaderSaysWhere) {
+  const TemporaryFolder folder;
+  const ToolResult cpu = RunScale(folder, "cpu", "out.csv");
+  ASSERT_EQ(cpu.exitStatus, 0) << cpu.errors;
+  // Vec2<Int32> is a type that kernels have on the CPU only.
+  const ToolResult gpu = RunScale(folder, "gpu", "out.csv");
+  ASSERT_EQ(gpu.exitStatus, 1);
+  if (gpu.errors.find("--backend cpu") != std::string::npos) GTEST_SKIP() << "There is no GPU device on this machine.";
+  EXPECT_THAT(gpu.errors, HasSubstr("net.example.scale.krn:"));
+}
+
+TEST(RunGpuTest, AnUnknownBackendIsWrongUsage) {
+  EXPECT_EQ(RunTool({"run", GetTestKernel("net.example.invert.krn"), "--backend", "abacus"}).exitStatus, 2);
+}
+
+}  // namespace
+}  // namespace ostra
