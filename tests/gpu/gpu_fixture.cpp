@@ -4,12 +4,21 @@
 #include <optional>
 
 #include "gpu_parity_test_kernels.h"
+#include "ostra/core/diagnostics.h"
 #include "ostra/drawport/cache.h"
 #include "ostra/host.h"
 #include "parallelprogram/program/kernel_registration.h"
 
 namespace ostra::test {
 namespace {
+
+// Fails the test that runs when the validation layer says a word.
+class ValidationListener final : public DiagnosticListener {
+ public:
+  void Notify(DiagnosticLevel, std::string_view text) override {
+    if (text.starts_with("Vulkan")) ADD_FAILURE() << text;
+  }
+};
 
 // The host with the modules, for the whole run of the test program.
 class HostEnvironment final : public testing::Environment {
@@ -30,9 +39,13 @@ class HostEnvironment final : public testing::Environment {
       ASSERT_THAT(registry->Insert(*kernelClass), IsOk());
     }
   }
-  void TearDown() override { _host.reset(); }
+  void TearDown() override {
+    _host.reset();
+    _listener.reset();
+  }
 
  private:
+  std::optional<ValidationListener> _listener{std::in_place};
   std::optional<Host> _host;
 };
 
