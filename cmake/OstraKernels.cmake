@@ -7,13 +7,14 @@
 #
 # Arithmetic is as written, so that all processors and the GPU give the same bits. FAST allows the compiler to contract and
 # reorder it and to take approximate functions. TYPE is what TYPE stands for in the files.
-# May be called several times for one target.
+# May be called several times for one target. What cannot be meant stops the configuration with a message.
 
 set(OSTRA_KERNEL_FLAGS -O3 -ffp-contract=off -fno-math-errno -fno-trapping-math)
 set(OSTRA_KERNEL_FAST_FLAGS -O3 -ffast-math -ffp-contract=fast)
 
 function(ostra_add_kernels target)
   cmake_parse_arguments(PARSE_ARGV 1 kernels "FAST" "TYPE" "")
+  ostra_check_kernel_arguments()
   string(MAKE_C_IDENTIFIER ${target} name)
   set(folder ${CMAKE_CURRENT_BINARY_DIR}/${target}_kernels)
   set(flags ${OSTRA_KERNEL_FLAGS})
@@ -65,6 +66,28 @@ function(ostra_add_kernels target)
     target_include_directories(${target} PRIVATE ${folder})
   endif()
 endfunction()
+
+# Looks at the arguments of ostra_add_kernels, in its scope.
+macro(ostra_check_kernel_arguments)
+  if(NOT TARGET ${target})
+    message(FATAL_ERROR "ostra_add_kernels: there is no target \"${target}\"")
+  endif()
+  if(kernels_KEYWORDS_MISSING_VALUES)
+    message(FATAL_ERROR "ostra_add_kernels(${target}): TYPE needs a value")
+  endif()
+  if(NOT kernels_UNPARSED_ARGUMENTS)
+    message(FATAL_ERROR "ostra_add_kernels(${target}): there are no kernel files")
+  endif()
+  foreach(file IN LISTS kernels_UNPARSED_ARGUMENTS)
+    cmake_path(ABSOLUTE_PATH file BASE_DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR} NORMALIZE OUTPUT_VARIABLE path)
+    get_source_file_property(is_generated ${path} GENERATED)
+    if(file MATCHES "^-*[A-Z_]+$" AND NOT EXISTS ${path})
+      message(FATAL_ERROR "ostra_add_kernels(${target}): there is no option ${file}; the options are FAST and TYPE")
+    elseif(NOT is_generated AND (NOT EXISTS ${path} OR IS_DIRECTORY ${path}))
+      message(FATAL_ERROR "ostra_add_kernels(${target}): there is no kernel file ${path}")
+    endif()
+  endforeach()
+endmacro()
 
 # Copies a kernel file, and the headers with its name, beside the target's binary whenever it is built.
 function(ostra_add_kernel_resources target file)
