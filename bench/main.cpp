@@ -57,9 +57,9 @@ int Fail(const ostra::Error& error) {
   return 1;
 }
 
-int Usage() {
-  std::fputs("usage: ostra-bench --list | [--runs N] [--peers NAME,...] WORKLOAD\n", stderr);
-  return 2;
+int Usage(bool isWanted) {
+  std::fputs("usage: ostra-bench --list | [--runs N] [--peers NAME,...] WORKLOAD\n", isWanted ? stdout : stderr);
+  return isWanted ? 0 : 2;
 }
 
 int Run(const Workload& workload, const bench::Options& options) {
@@ -84,6 +84,7 @@ int main(int argc, char** argv) {
   const char* name = nullptr;
   for (int i = 1; i < argc; ++i) {
     const bool hasValue = i + 1 < argc;
+    if (std::strcmp(argv[i], "--help") == 0) return Usage(true);
     if (std::strcmp(argv[i], "--list") == 0) {
       for (const Workload& workload : kWorkloads) std::puts(workload.name);
       return 0;
@@ -96,10 +97,10 @@ int main(int argc, char** argv) {
     } else if (argv[i][0] != '-' && !name) {
       name = argv[i];
     } else {
-      return Usage();
+      return Usage(false);
     }
   }
-  if (!name || options.runs < 1) return Usage();
+  if (!name || options.runs < 1) return Usage(false);
   options.workload = name;
   for (const Workload& workload : kWorkloads) {
     if (std::strcmp(workload.name, name) == 0) return Run(workload, options);

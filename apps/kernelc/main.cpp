@@ -109,12 +109,12 @@ int WriteTable(const Arguments& arguments) {
   return status ? status : WriteResult(arguments.files[1], GenerateKernelTableHeader(arguments.name));
 }
 
-int ShowUsage() {
+int ShowUsage(bool isWanted) {
   std::fputs(
       "usage: ostra-kernelc [--id CLASSID] [--name SHOWN] [--type T] [--module] [--depfile D] IN.krn OUT.cpp\n"
       "       ostra-kernelc --table NAME OUT.cpp OUT.h CLASSID...\n",
-      stderr);
-  return 2;
+      isWanted ? stdout : stderr);
+  return isWanted ? 0 : 2;
 }
 
 }  // namespace
@@ -125,6 +125,7 @@ int main(int argc, char** argv) {
   for (int i = 1; i < argc; ++i) {
     const std::string word = argv[i];
     const bool hasValue = i + 1 < argc;
+    if (word == "--help") return ShowUsage(true);
     if (word == "--module")
       arguments.isModule = true;
     else if (word == "--id" && hasValue)
@@ -138,13 +139,13 @@ int main(int argc, char** argv) {
     else if (word == "--table" && hasValue)
       isTable = true, arguments.name = argv[++i];
     else if (word.starts_with("--"))
-      return ShowUsage();
+      return ShowUsage(false);
     else
       arguments.files.push_back(word);
   }
   try {
-    if (isTable) return arguments.files.size() < 2 ? ShowUsage() : WriteTable(arguments);
-    return arguments.files.size() != 2 ? ShowUsage() : Translate(arguments);
+    if (isTable) return arguments.files.size() < 2 ? ShowUsage(false) : WriteTable(arguments);
+    return arguments.files.size() != 2 ? ShowUsage(false) : Translate(arguments);
   } catch (const std::exception& exception) {
     return Report(std::string("ostra-kernelc: error: ") + exception.what());
   }

@@ -1,6 +1,7 @@
 // Draws a picture of every render noise: ostra-noise-pictures FOLDER
 #include <cstdio>
 #include <string>
+#include <string_view>
 
 #include "apps/noisepictures/noise_picture.h"
 #include "ostra/core/format.h"
@@ -28,9 +29,10 @@ Result<void> DrawAll(std::string_view folder) {
 }  // namespace ostra
 
 int main(int count, char** arguments) {
-  if (count != 2) {
-    std::fputs("usage: ostra-noise-pictures FOLDER\n", stderr);
-    return 2;
+  const bool isHelpWanted = count == 2 && std::string_view(arguments[1]) == "--help";
+  if (count != 2 || arguments[1][0] == '-') {
+    std::fputs("usage: ostra-noise-pictures FOLDER\n", isHelpWanted ? stdout : stderr);
+    return isHelpWanted ? 0 : 2;
   }
   const ostra::Result<void> result = ostra::DrawAll(arguments[1]);
   if (result) return 0;

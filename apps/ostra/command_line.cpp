@@ -10,12 +10,14 @@
 #include "apps/ostra/encode/encode_command.h"
 #include "apps/ostra/info/info_command.h"
 #include "apps/ostra/names/nearest_name.h"
+#include "apps/ostra/names/one_of.h"
 #include "apps/ostra/output/standard_output.h"
 #include "apps/ostra/run/run_command.h"
 #include "apps/ostra/run/run_help.h"
 #include "apps/ostra/shader_command_line.h"
 #include "apps/ostra/tool_error.h"
 #include "apps/ostra/values/text.h"
+#include "ostra/config/configuration.h"
 
 OSTRA_UNIT("command_line");
 
@@ -50,18 +52,30 @@ struct RunArguments {
   Bool isFast = false, isJson = false;
 };
 
-// The host reads these itself; here they only have to be known.
-void AddConfigurationOptions(CLI::App& command) {
-  static std::vector<std::string> ignored;
-  command.add_option("--config", ignored, "Set a configuration variable; 'ostra info' lists them")
+// The host reads these itself; here they have to be known, and sound before anything starts.
+struct ConfigurationArguments {
+  std::vector<std::string> assignments, files;
+};
+
+void AddConfigurationOptions(CLI::App& command, ConfigurationArguments& arguments) {
+  command.add_option("--config", arguments.assignments, "Set a configuration variable; 'ostra info' lists them")
       ->type_name("NAME=VALUE")
       ->allow_extra_args(false);
-  command.add_option("--config-file", ignored, "Read configuration variables from a file")
+  command.add_option("--config-file", arguments.files, "Read configuration variables from a file")
       ->type_name("FILE")
       ->allow_extra_args(false);
 }
 
-CLI::App& AddRunCommand(CLI::App& app, RunArguments& arguments) {
+Result<void> CheckConfiguration(const ConfigurationArguments& arguments) {
+  for (const std::string& assignment : arguments.assignments)
+    if (auto read = Configuration::ReadAssignment(assignment, "--config"); !read)
+      return OSTRA_USAGE_ERROR("@", read.GetError());
+  // The host reads them in their turn, after weaker sources.
+  Configuration::ForgetValues();
+  return OK;
+}
+
+CLI::App& AddRunCommand(CLI::App& app, RunArguments& arguments, ConfigurationArguments& configuration) {
   CLI::App& run = *app.add_subcommand("run", kRunSummary);
   run.footer(kRunDetails);
   run.add_option("kernel", arguments.kernel, "The kernel file")->type_name("KERNEL.krn")->required();
@@ -82,13 +96,13 @@ CLI::App& AddRunCommand(CLI::App& app, RunArguments& arguments) {
       ->check(CLI::Range(Int(1), Int(1000000)));
   run.add_option("--backend", arguments.backend, "Where the kernel runs: cpu, gpu, or both to compare them")
       ->type_name("NAME")
-      ->check(CLI::IsMember({"cpu", "gpu", "both"}));
+      ->check(OneOf({"cpu", "gpu", "both"}));
   run.add_flag("--fast", arguments.isFast, "Allow the compiler to reorder floating-point arithmetic");
   run.add_option("--cache-dir", arguments.cacheFolder,
                  "Where compiled kernels are kept (default: $XDG_CACHE_HOME/ostra or ~/.cache/ostra)")
       ->type_name("DIR");
   run.add_flag("--json", arguments.isJson, "Report as JSON");
-  AddConfigurationOptions(run);
+  AddConfigurationOptions(run, configuration);
   return run;
 }
 
@@ -183,12 +197,14 @@ int RunCommandLine(std::span<const char* const> arguments) {
   app.name("ostra");
   app.require_subcommand(1);
   RunArguments runArguments;
-  CLI::App& run = AddRunCommand(app, runArguments);
+  ConfigurationArguments configuration;
+  CLI::App& run = AddRunCommand(app, runArguments, configuration);
   CLI::App& info =
       *app.add_subcommand("info", "List modules, classes, interfaces, configuration variables and threads");
   Bool isInfoJson = false;
   info.add_flag("--json", isInfoJson, "Report as JSON");
-  AddConfigurationOptions(info);
+  AddConfigurationOptions(info, configuration);
+  app.set_version_flag("--version", "ostra " OSTRA_VERSION);
   FileArguments encodeArguments, decodeArguments;
   CLI::App& encode = AddFileCommand(app, "encode", kEncodeSummary, kEncodeDetails, encodeArguments);
   CLI::App& decode = AddFileCommand(app, "decode", kDecodeSummary, kDecodeDetails, decodeArguments);
@@ -218,10 +234,10 @@ int RunCommandLine(std::span<const char* const> arguments) {
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) return app.exit(error);
     const auto parsed = findParsed();
-    const std::string prefix = parsed == commands.end() ? "" : parsed->app->get_name() + " ";
-    return FailUsage(std::string(error.what()) + "; see ostra " + prefix + "--help");
+    return FailUsage(DescribeParseError(parsed == commands.end() ? app : *parsed->app, error));
   }
   return Finish(findParsed()->run());
 }
 
 }  // namespace ostra::tool
+  if (const auto checked = CheckConfiguration(configuration); !checked) return Finish(checked);

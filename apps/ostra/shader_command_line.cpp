@@ -1,6 +1,7 @@
 #include "apps/ostra/shader_command_line.h"
 
 #include "apps/ostra/check/check_command.h"
+#include "apps/ostra/names/one_of.h"
 #include "apps/ostra/translate/translate_command.h"
 
 namespace ostra::tool {
@@ -48,7 +49,7 @@ CLI::App& AddTranslateCommand(CLI::App& app, TranslateArguments& arguments) {
   command.add_option("--target", arguments.target, "The language: HLSL, GLSL or METAL")
       ->type_name("NAME")
       ->required()
-      ->check(CLI::IsMember(kTargets));
+      ->check(OneOf(kTargets));
   AddParserOptions(command, arguments);
   command.add_flag("--json", arguments.isJson, "Report as JSON");
   return command;
@@ -70,10 +71,10 @@ CLI::App& AddCheckCommand(CLI::App& app, CheckArguments& arguments) {
   command.add_option("--target", arguments.targets, "Only this language: HLSL, GLSL or METAL; may be repeated")
       ->type_name("NAME")
       ->allow_extra_args(false)
-      ->check(CLI::IsMember(kTargets));
+      ->check(OneOf(kTargets));
   command.add_option("--show", arguments.shown, "Write a text, too: original, translated or assembled")
       ->type_name("TEXT")
-      ->check(CLI::IsMember({"original", "translated", "assembled"}));
+      ->check(OneOf({"original", "translated", "assembled"}));
   AddParserOptions(command, arguments);
   return command;
 }

@@ -52,6 +52,13 @@ class EncodeTest : public testing::Test {
   TemporaryFolder _folder;
 };
 
+TEST_F(EncodeTest, AFolderThatIsNotThereIsNamed) {
+  Write("a.krn", "text");
+  for (const char* command : {"encode", "decode"})
+    ExpectOneLine(RunTool({command, At("a.krn"), "-o", At("none/a.krn")}), kFailed,
+                  At("none/a.krn") + " cannot be written: there is no folder " + At("none") + ".");
+}
+
 TEST_F(EncodeTest, AFileComesBackByteForByte) {
   for (const std::size_t size : {0u, 1u, 16u, 1000u, 200000u}) {
     const std::string text = MakeRandomBytes(size, 1);
@@ -217,7 +224,7 @@ TEST_F(EncodeTest, FilesThatCannotBeReadOrWrittenSayWhy) {
     ExpectOneLine(RunTool({command, At("missing.krn"), "-o", At("b.krn")}), kFailed, "No such file or directory");
     ExpectOneLine(RunTool({command, _folder.GetPath().string(), "-o", At("b.krn")}), kFailed, "Is a directory");
   }
-  ExpectOneLine(RunTool({"encode", At("a.krn"), "-o", At("none/b.krn")}), kFailed, "No such file or directory");
+  ExpectOneLine(RunTool({"encode", At("a.krn"), "-o", At("none/b.krn")}), kFailed, "there is no folder");
   ExpectOneLine(RunTool({"encode", At("a.krn"), "-o", _folder.GetPath().string()}), kFailed, "Is a directory");
   ExpectOneLine(RunTool({"encode", At("a.krn"), "-o", "/dev/full"}), kFailed, "No space left on device");
   EXPECT_FALSE(Exists("b.krn"));

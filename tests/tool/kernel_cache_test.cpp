@@ -95,6 +95,34 @@ TEST_F(KernelCacheTest, CompilerErrorsNameTheLineOfTheKernelFileAndLeaveNothingB
   EXPECT_TRUE(std::filesystem::is_empty(_folder / "cache"));
 }
 
+TEST_F(KernelCacheTest, ACompilationThatIsCutOffLeavesNoSourceBehind) {
+  // A compiler that ends the tool, which can then not clean up.
+  const std::string compiler = _folder.Write("compiler", "#!/bin/sh\ncat >/dev/null\nkill -9 $PPID\n");
+  std::filesystem::permissions(compiler, std::filesystem::perms::owner_all);
+  Write(MakeKernel("Float32(1.0 + 0x5EC2E7)"));
+  setenv("CXX", compiler.c_str(), 1);
+  const ToolResult result = Run();
+  unsetenv("CXX");
+  EXPECT_EQ(result.exitStatus, -1) << "the tool was not cut off: " << result.errors;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(_folder / "cache")) {
+    if (!entry.is_regular_file()) continue;
+    const std::string name = std::filesystem::relative(entry.path(), _folder.GetPath()).string();
+    EXPECT_THAT(_folder.Read(name), testing::Not(HasSubstr("0x5EC2E7"))) << name;
+  }
+}
+
+TEST_F(KernelCacheTest, HeadersOfTheCurrentFolderAreNoHeadersOfTheFramework) {
+  Write(MakeKernel("1.0"));
+  std::filesystem::create_directories(_folder / "parallelprogram/program");
+  std::filesystem::create_directories(_folder / "ostra/core");
+  for (const char* header : {"parallelprogram/program/kernel_language.h", "ostra/core/types.h"})
+    _folder.Write(header, "#error a header of the current folder\n");
+  const std::filesystem::path before = std::filesystem::current_path();
+  std::filesystem::current_path(_folder.GetPath());
+  EXPECT_EQ(Compute(), std::pair(true, std::string("1\n")));
+  std::filesystem::current_path(before);
+}
+
 TEST_F(KernelCacheTest, AMissingCompilerAndAFolderThatCannotBeWrittenAreErrors) {
   Write(MakeKernel("1.0"));
   setenv("CXX", "no-such-compiler", 1);

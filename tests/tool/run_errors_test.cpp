@@ -5,6 +5,7 @@
 
 #include <algorithm>
 
+#include "apps/ostra/kernels/compiler.h"
 #include "ostra/image/image.h"
 #include "ostra/io/file.h"
 #include "tests/support/result_matchers.h"
@@ -79,7 +80,7 @@ TEST_F(RunErrorsTest, NamesThatTheKernelDoesNotHaveComeWithTheNearestOne) {
   Expect(kBadUsage, "--set: the kernel has no uniform \"facto\"; did you mean \"factor\"?", _scale,
          {"--set", "facto=1"});
   Expect(kBadUsage, "--set: \"values\" is a buffer, not a uniform", _scale, {"--set", "values=1"});
-  Expect(kBadUsage, "--swap: the kernel has no buffer \"x\"", _blend, {"--swap", "x,first"});
+  Expect(kBadUsage, "--swap: the kernel has no buffer \"x\"", _blend, {"--swap", "x,first", "--iterations", "2"});
   Expect(kBadUsage, "there is no configuration variable \"g_trackSpinlock\"; did you mean \"g_trackSpinlocks\"?",
          _scale, {"--config", "g_trackSpinlock=true"});
   ExpectResult(kBadUsage, "there is no command \"rum\"; did you mean \"run\"?", RunTool({"rum"}));
@@ -125,7 +126,64 @@ TEST_F(RunErrorsTest, WrongUsageIsExplained) {
   Expect(kBadUsage, "--iterations", _invert, {"--iterations", "many"});
   Expect(kBadUsage, "--size: the size \"4x\" is not of the form", _invert, {"--size", "4x"});
   Expect(kBadUsage, "--set needs name=value, but got \"factor\"", _scale, {"--set", "factor"});
-  Expect(kBadUsage, "--swap needs the names of two buffers", _blend, {"--swap", "first"});
+  Expect(kBadUsage, "--swap needs the names of two buffers", _blend, {"--swap", "first", "--iterations", "2"});
+}
+
+TEST_F(RunErrorsTest, MisspeltOptionsAndTheirWordsComeWithTheNearestOne) {
+  Expect(kBadUsage, "there is no option \"--bakend\"; did you mean \"--backend\"?\n", _invert, {"--bakend", "cpu"});
+  Expect(kBadUsage, "there is no option \"--iteration\"; did you mean \"--iterations\"?\n", _invert, {"--iteration=2"});
+  Expect(kBadUsage, "there is no option \"--blur\"; see ostra run --help\n", _invert, {"--blur"});
+  ExpectResult(kBadUsage, "there is no option \"--verison\"; did you mean \"--version\"?\n", RunTool({"--verison"}));
+  Expect(kBadUsage, "--backend: there is no \"gup\"; did you mean \"gpu\"?\n", _invert, {"--backend", "gup"});
+  Expect(kBadUsage,
+         "--backend: there is no \"nothing\"; there are \"cpu\", \"gpu\" and \"both\"; see ostra run --help\n", _invert,
+         {"--backend", "nothing"});
+  ExpectResult(kBadUsage, "--target: there is no \"METL\"; did you mean \"METAL\"?\n",
+               RunTool({"translate", _invert, "--target", "METL"}));
+  ExpectResult(kBadUsage, "there is no option \"--tagret\"; did you mean \"--target\"?\n",
+               RunTool({"translate", _invert, "--tagret", "METAL"}));
+  ExpectResult(kBadUsage, "--show: there is no \"asembled\"; did you mean \"assembled\"?\n",
+               RunTool({"check", _invert, "--show", "asembled"}));
+}
+
+TEST_F(RunErrorsTest, AKernelFileThatIsNotThereComesWithASimilarOne) {
+  _folder.Write("net.example.glow.krn", "");
+  const std::string hint = "; did you mean \"" + _folder / "net.example.glow.krn" + "\"?\n";
+  for (const char* name : {"net.example.glwo.krn", "net.exmple.glow.krn", "glow.krn", "net.example.glow"}) {
+    Expect(kFailed, std::string(name) + " cannot be read: No such file or directory" + hint, _folder / name, {});
+    ExpectResult(kFailed, hint, RunTool({"encode", _folder / name, "-o", _folder / "encoded"}));
+  }
+  Expect(kFailed, "net.example.blur.krn cannot be read: No such file or directory.\n", _folder / "net.example.blur.krn",
+         {});
+}
+
+TEST_F(RunErrorsTest, ValuesThatAConfigurationVariableCannotHaveAreBadUsage) {
+  Expect(kBadUsage, "--config: the value \"maybe\" of g_trackSpinlocks is not one of", _scale,
+         {"--config", "g_trackSpinlocks=maybe"});
+  Expect(kBadUsage, "--config: \"g_trackSpinlocks\" is not of the form name=value", _scale,
+         {"--config", "g_trackSpinlocks"});
+  ExpectResult(kBadUsage, "is not one of", RunTool({"info", "--config", "g_trackSpinlocks=2"}));
+}
+
+TEST_F(RunErrorsTest, TheVersionIsAnswered) {
+  const ToolResult result = RunTool({"--version"});
+  EXPECT_EQ(result.exitStatus, 0);
+  EXPECT_EQ(result.output, "ostra " OSTRA_TEST_VERSION "\n");
+  EXPECT_EQ(result.errors, "");
+}
+
+TEST_F(RunErrorsTest, HelpOfTheSmallProgramsIsAnswerAndNoWork) {
+  const std::filesystem::path before = std::filesystem::current_path();
+  std::filesystem::current_path(_folder.GetPath());
+  for (const char* program : {OSTRA_TEST_KERNELC, OSTRA_TEST_NOISE_PICTURES}) {
+    const auto result = tool::RunCommand({program, "--help"});
+    ASSERT_THAT(result, IsOk());
+    EXPECT_EQ(result->exitStatus, 0) << program;
+    EXPECT_THAT(result->output, StartsWith("usage: ")) << program;
+    EXPECT_EQ(tool::RunCommand({program, "--hlep"})->exitStatus, kBadUsage) << program;
+  }
+  std::filesystem::current_path(before);
+  EXPECT_FALSE(std::filesystem::exists(_folder / "--help"));
 }
 
 TEST_F(RunErrorsTest, AnErrorOfTheKernelIsTheResult) {

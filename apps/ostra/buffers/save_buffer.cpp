@@ -1,5 +1,3 @@
-#include <unistd.h>
-
 #include <string>
 #include <vector>
 
@@ -7,6 +5,7 @@
 #include "apps/ostra/buffers/csv.h"
 #include "apps/ostra/buffers/file_kind.h"
 #include "apps/ostra/buffers/npy.h"
+#include "apps/ostra/output/target_folder.h"
 #include "apps/ostra/tool_error.h"
 #include "ostra/image/image.h"
 #include "ostra/io/file.h"
@@ -58,14 +57,7 @@ Result<void> CheckBufferTarget(const Url& file, DataType elementType) {
   if (!elementType.IsPlain())
     return OSTRA_ILLEGAL_ARGUMENT("Elements of the type @ cannot be written to files.", elementType);
   if (kind == FileKind::Npy || kind == FileKind::Csv) OSTRA_RETURN_IF_ERROR(GetElementLayout(elementType));
-  Url folder = file.GetDirectory();
-  if (folder.IsEmpty()) folder = Url("."_s);
-  if (IoDetect(folder) != IODETECT::DIRECTORY)
-    return OSTRA_ILLEGAL_STATE("@ cannot be written: there is no folder @.", file, folder);
-  OSTRA_ASSIGN_OR_RETURN(const CString path, CString::Create(folder.GetPath()));
-  if (access(path.GetCString(), W_OK) != 0)
-    return OSTRA_ILLEGAL_STATE("@ cannot be written: the folder @ is not writable.", file, folder);
-  return OK;
+  return CheckTargetFolder(file);
 }
 
 Result<void> SaveBuffer(const Url& file, DataType elementType, Block<const Generic> elements, const Extents& size) {

@@ -46,13 +46,16 @@ Result<std::string> ReadToEnd(int file) {
 }
 
 // Starts the program with both outputs going to `output`; returns the error number.
-int Spawn(const std::vector<std::string>& command, int output, pid_t& process) {
+int Spawn(const std::vector<std::string>& command, int input, int output, pid_t& process) {
   std::vector<char*> arguments;
   for (const std::string& argument : command) arguments.push_back(const_cast<char*>(argument.c_str()));
   arguments.push_back(nullptr);
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+  if (input < 0)
+    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+  else
+    posix_spawn_file_actions_adddup2(&actions, input, STDIN_FILENO);
   posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
   posix_spawn_file_actions_adddup2(&actions, output, STDERR_FILENO);
   const int code = posix_spawnp(&process, arguments[0], &actions, nullptr, arguments.data(), environ);
@@ -103,12 +106,12 @@ Result<std::string> FindSwitchAgainstExcerpts(const Compiler& compiler) {
   return std::string(isClang ? "-fno-caret-diagnostics" : "-fno-diagnostics-show-caret");
 }
 
-Result<CommandResult> RunCommand(const std::vector<std::string>& command) {
+Result<CommandResult> RunCommand(const std::vector<std::string>& command, int input) {
   int ends[2];
   if (pipe2(ends, O_CLOEXEC) != 0)
     return OSTRA_ILLEGAL_STATE("@ cannot be started: @.", command[0], std::strerror(errno));
   pid_t process = 0;
-  const int code = Spawn(command, ends[1], process);
+  const int code = Spawn(command, input, ends[1], process);
   close(ends[1]);
   if (code != 0) {
     close(ends[0]);

@@ -29,7 +29,8 @@ struct CommandResult {
   std::string output;  // standard output and standard error together
 };
 
-// Runs a program and waits for its end. Errors: illegal state when it cannot be started or is ended by a signal.
-Result<CommandResult> RunCommand(const std::vector<std::string>& command);
+// Runs a program and waits for its end; `input` is the file that it gets as standard input, -1 for none. Errors:
+// illegal state when it cannot be started or is ended by a signal.
+Result<CommandResult> RunCommand(const std::vector<std::string>& command, int input = -1);
 
 }  // namespace ostra::tool

@@ -13,6 +13,7 @@
 #include "apps/ostra/kernels/dependencies.h"
 #include "apps/ostra/kernels/header_folder.h"
 #include "apps/ostra/kernels/kernel_source.h"
+#include "apps/ostra/kernels/nameless_file.h"
 #include "apps/ostra/output/progress.h"
 #include "ostra/core/format.h"
 #include "ostra/io/file.h"
@@ -131,18 +132,18 @@ class WorkFolder {
 };
 
 Result<void> RunCompiler(const Recipe& recipe, const WorkFolder& folder, const Url& kernelFile) {
-  OSTRA_ASSIGN_OR_RETURN(const Url sourceFile, MakeUrl(folder / "kernel.cpp"));
-  OSTRA_RETURN_IF_ERROR(WriteFileAtomically(sourceFile, BytesOf(recipe.source.text)));
+  // The source of an encoded kernel must not be left behind, even if this process is ended while the compiler runs.
+  OSTRA_ASSIGN_OR_RETURN(const NamelessFile source, NamelessFile::Create(folder / "", recipe.source.text));
   std::vector<std::string> command = recipe.compiler.command;
   command.insert(command.end(), recipe.flags.begin(), recipe.flags.end());
   command.insert(command.end(), {"-MMD", "-MF", (folder / "kernel.d").native(), "-o", (folder / "kernel.so").native(),
-                                 (folder / "kernel.cpp").native()});
+                                 "-x", "c++", kStandardInputFile});
   if (recipe.source.hasEncodedFiles) {
     OSTRA_ASSIGN_OR_RETURN(const std::string noExcerpts, FindSwitchAgainstExcerpts(recipe.compiler));
     command.push_back(noExcerpts);
   }
   const Progress progress("compiling " + std::string(kernelFile.GetName().GetView()), 0);
-  OSTRA_ASSIGN_OR_RETURN(const CommandResult result, RunCommand(command));
+  OSTRA_ASSIGN_OR_RETURN(const CommandResult result, RunCommand(command, source.GetDescriptor()));
   if (result.exitStatus != 0) return OSTRA_ILLEGAL_ARGUMENT("@@ does not compile.", result.output, kernelFile);
   return OK;
 }
@@ -153,7 +154,7 @@ Result<fs::path> KeepModule(const Recipe& recipe, const WorkFolder& folder) {
   OSTRA_ASSIGN_OR_RETURN(const BaseArray<Byte> dependencies, ReadFileToMemory(dependencyFile));
   std::vector<std::string> headers = ParseDependencies(
       {reinterpret_cast<const char*>(dependencies.GetFirst()), static_cast<std::size_t>(dependencies.GetCount())});
-  std::erase(headers, (folder / "kernel.cpp").native());
+  std::erase(headers, kStandardInputFile);
   OSTRA_ASSIGN_OR_RETURN(const fs::path file, GetModuleFile(recipe, headers));
   std::error_code code;
   fs::rename(folder / "kernel.so", file, code);

@@ -1,0 +1,34 @@
+// A file that other programs can read, but that no name in a folder leads to.
+#pragma once
+
+#include <filesystem>
+#include <string_view>
+
+#include "ostra/core/result.h"
+
+namespace ostra::tool {
+
+// How a program reads its standard input when it wants a file's name. Folders that it looks into beside this one have
+// nothing to find, which the current folder could have.
+inline constexpr const char* kStandardInputFile = "/proc/self/fd/0";
+
+// Gone without a trace when the last process that has it open ends, whatever ends it.
+class NamelessFile {
+ public:
+  // With `text` in it, in the file system of `folder`. Error: illegal state when it cannot be written.
+  static Result<NamelessFile> Create(const std::filesystem::path& folder, std::string_view text);
+
+  NamelessFile(NamelessFile&& other) noexcept : _file(other._file) { other._file = -1; }
+  NamelessFile& operator=(NamelessFile&& other) = delete;
+  ~NamelessFile();
+
+  // At its beginning; belongs to this object.
+  int GetDescriptor() const { return _file; }
+
+ private:
+  explicit NamelessFile(int file) : _file(file) {}
+
+  int _file;
+};
+
+}  // namespace ostra::tool
