@@ -196,6 +196,7 @@ int RunCommandLine(std::span<const char* const> arguments) {
   CLI::App app("Runs data-parallel kernels.");
   app.name("ostra");
   app.require_subcommand(1);
+  app.set_version_flag("--version", "ostra " OSTRA_VERSION);
   RunArguments runArguments;
   ConfigurationArguments configuration;
   CLI::App& run = AddRunCommand(app, runArguments, configuration);
@@ -204,7 +205,6 @@ int RunCommandLine(std::span<const char* const> arguments) {
   Bool isInfoJson = false;
   info.add_flag("--json", isInfoJson, "Report as JSON");
   AddConfigurationOptions(info, configuration);
-  app.set_version_flag("--version", "ostra " OSTRA_VERSION);
   FileArguments encodeArguments, decodeArguments;
   CLI::App& encode = AddFileCommand(app, "encode", kEncodeSummary, kEncodeDetails, encodeArguments);
   CLI::App& decode = AddFileCommand(app, "decode", kDecodeSummary, kDecodeDetails, decodeArguments);
@@ -236,8 +236,8 @@ int RunCommandLine(std::span<const char* const> arguments) {
     const auto parsed = findParsed();
     return FailUsage(DescribeParseError(parsed == commands.end() ? app : *parsed->app, error));
   }
+  if (const auto checked = CheckConfiguration(configuration); !checked) return Finish(checked);
   return Finish(findParsed()->run());
 }
 
 }  // namespace ostra::tool
-  if (const auto checked = CheckConfiguration(configuration); !checked) return Finish(checked);
