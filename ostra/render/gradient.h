@@ -6,7 +6,7 @@
 //   OSTRA_ASSIGN_OR_RETURN(GradientRenderData ramp, gradient->InitRender());
 //   Vector32 gray = SampleGradient(ramp, 0.25f);
 //
-// In a kernel file the parameter is `(const GradientRenderData) ramp, \` and the word SampleGradient(UNIFORM(ramp), t).
+// In a kernel file the parameter is `(GradientRenderData) ramp, \` and the word SampleGradient(UNIFORM(ramp), t).
 #pragma once
 
 #include "ostra/core/data_type.h"
