@@ -35,7 +35,8 @@ class ShaderParser final : public RefCounted<ShaderParser> {
   static Result<StrongRef<ShaderParser>> Create(const Id& targetLanguage);
   explicit ShaderParser(const Id& targetLanguage) : _targetLanguage(targetLanguage) {}
 
-  // Translates `file` and its headers. Once that has succeeded, later calls return at once, whatever they are given.
+  // Translates `file` and its headers. Once that has succeeded, later calls return at once, whatever options they are
+  // given, as long as there is such a file: one that is gone fails before that.
   // Errors: illegal argument for a file that is none; those of reading, deciphering and decoding files; what is wrong
   // in the source, worded as docs/translation.md lists it; out of memory. After an error the next call tries again, and
   // adds to what was found before: use a new parser for a corrected file.

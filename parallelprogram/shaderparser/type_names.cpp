@@ -44,6 +44,13 @@ DataType DataTypeFromTypeName(std::string_view name) {
   return DataType();
 }
 
+std::string_view GetTypeName(Int index) {
+  for (const NamedType& type : kTypes)
+    for (const std::string_view name : type.names)
+      if (!name.empty() && index-- == 0) return name;
+  return {};
+}
+
 CString ShaderTypeName(DataType type, const CString& fallback, const Id& targetLanguage) {
   if (type == GetDataType<AtomicUInt32>()) return FindTargetLanguage(targetLanguage).atomicCounterType;
   for (const NamedType& known : kTypes)

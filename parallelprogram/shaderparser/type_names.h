@@ -18,6 +18,9 @@ inline constexpr Id kTargetMetal = "METAL"_id;
 // The type that a kernel file calls `name`, exactly as it is written; no type for an unknown name.
 DataType DataTypeFromTypeName(std::string_view name);
 
+// Every name that DataTypeFromTypeName knows, by a number from 0; empty beyond the last.
+std::string_view GetTypeName(Int index);
+
 // The name of `type` in generated declarations; `fallback` for a type that kernel files have no name for. All languages
 // share the names but for the atomic counter.
 CString ShaderTypeName(DataType type, const CString& fallback, const Id& targetLanguage);

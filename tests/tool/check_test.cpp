@@ -134,6 +134,23 @@ TEST_F(CheckTest, OneSwitchShowsTheTexts) {
   EXPECT_EQ(Check(source, {"--show", "nothing"}).exitStatus, kBadUsage);
 }
 
+TEST_F(CheckTest, TheSummaryIsNoPartOfTheShownTexts) {
+  const std::string source = MakeKernel("");
+  const ToolResult result = Check(source, {"--show", "original"});
+  EXPECT_EQ(result.output, "=== " + (_folder / "k.krn") + "\n" + source);
+  EXPECT_EQ(result.errors, "ostra: 1 file, 3 targets: 0 errors, 0 warnings\n");
+}
+
+TEST_F(CheckTest, TooManyBuffersAreReportedOnce) {
+  std::string source = "#define KERNELINPUTS \\\n";
+  for (int i = 0; i < 32; ++i) source += "(Block<Float32>) b" + std::to_string(i) + (i < 31 ? ", \\\n" : "\n\n");
+  const std::string errors =
+      Check(source + "OSTRA_PARALLEL_KERNEL(K, KERNELINPUTS)\n{\n}\nOSTRA_PARALLEL_KERNEL_END\n").errors;
+  const std::size_t first = errors.find("Assertion failed");
+  ASSERT_NE(first, std::string::npos);
+  EXPECT_EQ(errors.find("Assertion failed", first + 1), std::string::npos) << errors;
+}
+
 TEST_F(CheckTest, TheTextIsShownEvenWhenItDoesNotCompile) {
   const ToolResult result = Check(MakeKernel("\tint a = missing;"), {"--show", "assembled", "--target", "GLSL"});
   EXPECT_EQ(result.exitStatus, kFailed);

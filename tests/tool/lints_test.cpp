@@ -61,14 +61,19 @@ TEST_F(LintsTest, ADeclarationThatMakesNoParameterIsFound) {
       Check(MakeKernel("(const Float32) factor, \\\n(MyType) thing, \\\n(IGNORE_VARIABLE_GPU Float64) precise, \\\n"
                        "(Float32) used",
                        "\tfloat x = UNIFORM(used);")),
-      ElementsAre("k.krn:2: warning: the declaration of \"factor\" makes no parameter on the GPU: only buffers and "
-                  "textures can be const",
-                  "k.krn:3: warning: the declaration of \"thing\" makes no parameter on the GPU"));
+      ElementsAre(
+          "k.krn:2: warning: the declaration of \"factor\" makes no parameter on the GPU: only buffers and "
+          "textures can be const",
+          "k.krn:3: warning: the declaration of \"thing\" makes no parameter on the GPU: the type \"MyType\" is "
+          "not known"));
 }
 
 TEST_F(LintsTest, LettersOfAQualifierInsideATypeAreFound) {
-  EXPECT_THAT(Check(MakeKernel("(Block<Router>) routes", "")),
-              Contains(HasSubstr("k.krn:2: warning: the letters \"out\" in \"(Block<Router>)\"")));
+  EXPECT_THAT(
+      Check(MakeKernel("(Block<Router>) routes", "")),
+      ElementsAre("k.krn:2: warning: the letters \"out\" in \"(Block<Router>)\" make \"routes\" an output on the "
+                  "GPU: rename the type"));
+  EXPECT_THAT(Check(MakeKernel("(Block<varyings>) y", "")), Contains(HasSubstr("make \"y\" a varying on the GPU")));
 }
 
 TEST_F(LintsTest, ElementTypesInAngleBracketsAreFound) {
@@ -89,8 +94,9 @@ TEST_F(LintsTest, TypeInsideLongerNamesIsFoundWhereTheWordIsUsed) {
 }
 
 TEST_F(LintsTest, WordsInCommentsAreLeftAlone) {
-  EXPECT_THAT(Check(MakeKernel("(Float32) a", "\t// MY_ATOMIC_ADD p.xyz\n\t/* vec3(1.0)\n\t v.xy */ float b = 1.0;")),
-              IsEmpty());
+  EXPECT_THAT(
+      Check(MakeKernel("(Float32) a", "\t// MYTYPE sqrt vec2(1.0) p.xyz\n\t/* vec3(1.0)\n\t v.xy */ float b = 1.0;")),
+      IsEmpty());
 }
 
 TEST_F(LintsTest, DirectivesStandAloneAndWithoutSemicolon) {
@@ -106,7 +112,10 @@ TEST_F(LintsTest, CodeAfterTheLastBlockIsFound) {
   EXPECT_THAT(Check(MakeKernel("(Float32) a", "") + "\nconst float kLost = 1.0;\n"),
               ElementsAre("k.krn:10: warning: code after the last block of the file never reaches the GPU"));
   EXPECT_THAT(Check(MakeKernel("(Float32) a", "", "const float kKept = 1.0;\n")), IsEmpty());
-  EXPECT_THAT(Check(MakeKernel("(Float32) a", "") + "\n// only a comment\n#define X 1\n}\n"), IsEmpty());
+  EXPECT_THAT(Check(MakeKernel("(Float32) a", "") + "\n// only a comment\n#define X 1\n"), IsEmpty());
+  EXPECT_THAT(Check("#define KERNELINPUTS \\\n(Float32) a\nOSTRA_PARALLEL_KERNEL(Test, "
+                    "KERNELINPUTS)\n{\n}\nOSTRA_PARALLEL_KERNEL_END\n\ninline float F()\n\n{\n\treturn 1.0;\n}\n"),
+              IsEmpty());
 }
 
 TEST_F(LintsTest, ATexelWithoutABlankBeforeItIsFound) {
@@ -176,6 +185,117 @@ TEST_F(LintsTest, MatricesAreMultipliedWithMul) {
   EXPECT_THAT(Check(MakeKernel("(Float32) a", "\tmat3 m = Make();\n\tvec3 v = m * p;")), isFound);
 }
 
+TEST_F(LintsTest, ANumberOfAParameterMakesNoVectorEither) {
+  const auto isFound = Contains(HasSubstr("not every language makes a vector of one number"));
+  EXPECT_THAT(Check(MakeKernel("(Float32) a", "\thalf3 v = half3(1.0);")), isFound);
+  EXPECT_THAT(Check(MakeKernel("(Float32) a", "\tvec3 v = vec3(UNIFORM(a));")), isFound);
+  EXPECT_THAT(Check(MakeKernel("(Vector32) a", "\tvec3 v = vec3(UNIFORM(a));")), Not(isFound));
+  EXPECT_THAT(Check(MakeKernel("(Float32) a", "\tvec2 v = vec2(UNIFORM(a), UNIFORM(a));")), Not(isFound));
+}
+
+TEST_F(LintsTest, MatricesInBuffersAreMultipliedWithMul) {
+  const auto isFound = Contains(HasSubstr("languages disagree about \"*\" with the matrix \"m\""));
+  EXPECT_THAT(Check(MakeKernel("(Block<Matrix32>) m", "\tvec4 v = UNIFORM_BUFFER(m)[i[0]] * p;")), isFound);
+  EXPECT_THAT(Check(MakeKernel("(Block<Matrix32>) m", "\tvec4 v = mul(UNIFORM_BUFFER(m)[0], p) * 2.0;")), Not(isFound));
+  EXPECT_THAT(Check(MakeKernel("(Block<Vector32>) m", "\tvec3 v = UNIFORM_BUFFER(m)[0] * p;")), Not(isFound));
+}
+
+TEST_F(LintsTest, RuleWordsInCommentsAreFound) {
+  const std::pair<const char*, const char*> comments[] = {{"MAKELOCAL(b, 64, Index)", "MAKELOCAL"},
+                                                          {"GROUPSHAREDMEM(float, b, 64)", "GROUPSHAREDMEM"},
+                                                          {"matoff(m)", "matoff"},
+                                                          {"LOCALDATA(b, i, j)", "LOCALDATA"},
+                                                          {"ATOMIC uint", "ATOMIC"},
+                                                          {" GetFramebufferTexel(a, b)", "GetFramebufferTexel"}};
+  for (const auto& [comment, name] : comments) {
+    const std::string start = "k.krn:6: warning: \"" + std::string(name) + "\" is replaced in comments, too: ";
+    EXPECT_THAT(Check(MakeKernel("(Float32) a", "\t// see " + std::string(comment))), ElementsAre(StartsWith(start)));
+    EXPECT_THAT(
+        Check(MakeKernel("(Float32) a", "\tCPU_SCOPE_START\n\t// see " + std::string(comment) + "\n\tCPU_SCOPE_END")),
+        IsEmpty());
+  }
+  EXPECT_THAT(Check(MakeKernel("(Float32) a", "", "// see matoff(m)\n")),
+              Contains(StartsWith("k.krn:4: warning: \"matoff\" is replaced in comments")));
+}
+
+TEST_F(LintsTest, BracesInCommentsAreFoundWhereTheyAreCounted) {
+  const auto isFound = Contains(
+      "k.krn:6: warning: braces in comments are counted like others: this one changes where "
+      "the block ends");
+  EXPECT_THAT(Check(MakeKernel("(Float32) a", "\t// }")), isFound);
+  EXPECT_THAT(Check(MakeKernel("(Float32) a", "\tint a; /* { */")), isFound);
+  EXPECT_THAT(Check(MakeKernel("(Float32) a", "\t// {}")), IsEmpty());
+  EXPECT_THAT(Check(MakeKernel("(Float32) a", "", "\n\n// {\n\n")), IsEmpty());
+}
+
+TEST_F(LintsTest, CodeForTheCpuIsNotTakenForCodeForTheGpu) {
+  const auto inScope = [](const std::string& line) {
+    return MakeKernel("(Matrix32) m", "\tCPU_SCOPE_START\n\t" + line + "\n\tCPU_SCOPE_END");
+  };
+  EXPECT_THAT(Check(inScope("vec4 v = UNIFORM(m) * vec4(1.0); matoff(m);")), IsEmpty());
+  EXPECT_THAT(Check(inScope("vec2 v = p.xy;")), Contains(StartsWith("k.krn:7: error: \".xy\"")));
+}
+
+TEST_F(LintsTest, ADirectiveMayBeFollowedByAComment) {
+  EXPECT_THAT(Check(MakeKernel("(Float32) a", "", "GROUPSIZE(8, 8, 1)\n// a comment\n\n")), IsEmpty());
+}
+
+TEST_F(LintsTest, BracesOnTheFirstLineOfABlockAreErrors) {
+  EXPECT_THAT(Check("struct KernelInput {\nFloat32 a;\n};\n"),
+              Contains(StartsWith("k.krn:1: error: the brace belongs on a line of its own")));
+  EXPECT_THAT(Check("OSTRA_METHOD Result<void> Kernel(int a) {\nint a;\n}\n"),
+              Contains(StartsWith("k.krn:1: error: the brace belongs on a line of its own")));
+  EXPECT_THAT(Check(MakeKernel("(Float32) a", "", "inline float F() {\n\treturn 1.0;\n}\n\n")),
+              Contains(StartsWith("k.krn:4: error: the brace of a function belongs on a line of its own")));
+}
+
+TEST_F(LintsTest, AMethodThatDoesNotBeginItsLineIsAnError) {
+  EXPECT_THAT(Check("virtual OSTRA_METHOD Result<void> Kernel(int a)\n{\n}\n"),
+              Contains("k.krn:1: error: OSTRA_METHOD must begin its line: this is no kernel on the GPU"));
+}
+
+TEST_F(LintsTest, WhatTheTranslatorDropsAtFileScopeIsFound) {
+  EXPECT_THAT(
+      Check(MakeKernel("(Float32) a", "", "struct Pair\n{\nfloat a;\n};\n\n")),
+      Contains(StartsWith("k.krn:7: error: the translator drops this line, and the brace of line 5 stays open")));
+  EXPECT_THAT(Check(MakeKernel("(Float32) a", "", "float Half(float x)\n{\n\treturn 0.5 * x;\n}\n\n")),
+              Contains(StartsWith("k.krn:4: error: \"inline\" is missing in front of the function")));
+}
+
+TEST_F(LintsTest, GroupMemoryIsACopyOfABuffer) {
+  EXPECT_THAT(Check(MakeKernel("(Block<Float32>) b", "\tGROUPSHAREDMEM(float, cache, 64)")),
+              Contains(StartsWith("k.krn:6: warning: GROUPSHAREDMEM is a copy of a buffer, but \"cache\" names none")));
+  EXPECT_THAT(Check(MakeKernel("(Block<Float32>) b", "\tGROUPSHAREDMEM(float, b, 64)")), IsEmpty());
+}
+
+TEST_F(LintsTest, EveryTexelOfALineIsLookedAt) {
+  const auto isFound = Contains(HasSubstr("without a blank before it, GetFramebufferTexel is not translated"));
+  EXPECT_THAT(Check(MakeKernel("(Float32) a", "\tGetFramebufferTexel(layer, at);")), isFound);
+  EXPECT_THAT(Check(MakeKernel("(Float32) a", "\tF( GetFramebufferTexel(l, a),GetFramebufferTexel(l, a));")), isFound);
+}
+
+TEST_F(LintsTest, ParametersAreDeclaredOnce) {
+  EXPECT_THAT(Check(MakeKernel("(Float32) a, \\\n(Int32) a", "")),
+              Contains("k.krn:3: error: the parameter \"a\" is declared twice: before in line 2"));
+}
+
+TEST_F(LintsTest, TypesThatAreNotKnownAreNamed) {
+  EXPECT_THAT(Check(MakeKernel("(Flot32) a", "")),
+              ElementsAre("k.krn:2: warning: the declaration of \"a\" makes no parameter on the GPU: the type "
+                          "\"Flot32\" is not known; did you mean \"Float32\"?"));
+}
+
+TEST_F(LintsTest, TexturesWithoutConstAreNotSampled) {
+  EXPECT_THAT(Check(MakeKernel("(TextureSampler_2D_R_F32_LINEAR) image", "\tfloat a = SampleTexture(image, p);")),
+              Contains(StartsWith("k.krn:6: error: \"image\" is declared without const")));
+}
+
+TEST_F(LintsTest, WhatRunRefusesIsRefused) {
+  EXPECT_THAT(Check(MakeKernel("(Float32) a \\\n(Float32) b", "")),
+              Contains("k.krn:3: error: a comma is missing after the parameter \"a\" [CPU]"));
+  EXPECT_THAT(Check(MakeKernel("(Float32) a,\n(Float32) b", "")), Contains(HasSubstr(" [CPU]")));
+}
+
 TEST_F(LintsTest, FunctionsOnOneLineAndOpenScopesAreErrors) {
   EXPECT_THAT(Check(MakeKernel("(Float32) a", "", "inline Float32 One() { return 1.0; }\n\n")),
               Contains(StartsWith("k.krn:4: error: a function on one line has no body on the GPU")));
@@ -194,7 +314,7 @@ TEST_F(LintsTest, HeadersAreLookedAt) {
               Contains("k.h:3: error: \".xy\": vectors have no swizzles on the CPU; name the components"));
 }
 
-// The translator's messages name no line: clients compare them. The check finds the line.
+// The translator's messages name no line: clients compare them. The check asks for the line.
 TEST_F(LintsTest, MessagesOfTheTranslatorGetTheirLine) {
   EXPECT_THAT(Check(MakeKernel("(Float32) a", "", "GROUPSIZE(8,8,1)\n\n")),
               Contains("k.krn:4: error: GROUPSIZE used wrong, please used the format GROUPSIZE(x, y, z) only"));
@@ -208,10 +328,21 @@ TEST_F(LintsTest, MessagesOfTheTranslatorGetTheirLine) {
               Contains("k.krn:3: error: struct entry is not conforming to '(type) name' structure"));
   EXPECT_THAT(Check(MakeKernel("(TextureSampler_2D_RGBA_S8_LINEAR) t", "")),
               Contains("k.krn:2: error: wrong combination of numChannels and format string"));
+  EXPECT_THAT(
+      Check(MakeKernel("(Block<Float32>) b", "\tCPU_SCOPE_START\n\tMAKELOCAL(b)\n\tCPU_SCOPE_END\n\tMAKELOCAL(b)")),
+      Contains("k.krn:9: error: MAKELOCAL macro needs three parameters"));
+  EXPECT_THAT(Check(MakeKernel("(Block<Float32>) b", "\tint x = LOCALDATA(b, 1, 2) + LOCALDATA(b, 1);")),
+              Contains("k.krn:6: error: LOCALDATA macro needs three parameters"));
+  EXPECT_THAT(Check(MakeKernel("(Float32)", "")),
+              Contains("k.krn:2: error: struct entry is not conforming to '(type) name' structure"));
+  EXPECT_THAT(Check("\nGROUPSIZE(x, 8, 1)\n"), Contains(StartsWith("k.krn:2: error: ")));
+  EXPECT_THAT(Check("\r\nGROUPSIZE(8, 8, 1)\r\n"), Contains(StartsWith("k.krn:2: error: ")));
   const std::string twice =
       MakeKernel("(Float32) a", "") + "OSTRA_PARALLEL_KERNEL(Other, KERNELINPUTS)\n{\n}\nOSTRA_PARALLEL_KERNEL_END\n";
   EXPECT_THAT(Check(twice),
               Contains(StartsWith("k.krn:9: error: Illegal state: Parser Error: Second Kernel function at line 8")));
+  EXPECT_THAT(Check(MakeKernel("(Float32) a", ""), "\nstruct A\n{\nstruct B\n"),
+              Contains(StartsWith("k.h:4: error: ")));
 }
 
 TEST_F(LintsTest, WhateverTheLinesEndWithTheFindingsAreTheSame) {
@@ -222,6 +353,7 @@ TEST_F(LintsTest, WhateverTheLinesEndWithTheFindingsAreTheSame) {
   }
   EXPECT_THAT(Check(source),
               Contains("k.krn:6: error: \".xy\": vectors have no swizzles on the CPU; name the components"));
+  EXPECT_THAT(Check(source), Contains(StartsWith("k.krn:1: warning: the lines end with CRLF")));
 }
 
 TEST(FindingsTest, MessagesAreTakenApart) {

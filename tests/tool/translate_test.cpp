@@ -168,6 +168,46 @@ TEST_F(TranslateTest, AFailureIsAnObjectWithTheErrorAndALineForPeople) {
   EXPECT_EQ(result.errors, "ostra: GROUPSIZE used wrong, please used the format GROUPSIZE(x, y, z) only\n");
 }
 
+TEST_F(TranslateTest, PeopleAreToldThePlaceOfAFailure) {
+  _folder.Write("k.krn", "\nGROUPSIZE(8,8,1)\n");
+  EXPECT_EQ(Translate({"--target", "HLSL"}).errors,
+            "ostra: " + (_folder / "k.krn") +
+                ":2: error: GROUPSIZE used wrong, please used the format GROUPSIZE(x, y, z) only\n");
+  _folder.Write("k.h", "\nstruct A\n{\nstruct B\n");
+  EXPECT_THAT(Translate({"--target", "HLSL"}).errors, StartsWith("ostra: " + (_folder / "k.h") + ":4: error: "));
+}
+
+TEST_F(TranslateTest, AFileWithoutAKernelIsSaidToBeOne) {
+  _folder.Write("k.krn", "int a;\n");
+  const ToolResult result = Translate({"--target", "HLSL"});
+  EXPECT_EQ(result.exitStatus, 0);
+  EXPECT_EQ(result.errors,
+            "ostra: " + (_folder / "k.krn") + ": warning: there is no kernel in this file, or it does not end\n");
+}
+
+TEST_F(TranslateTest, WhatCannotBeReadIsCalledAsByOtherCommands) {
+  for (const char* name : {"missing.krn", ""})
+    EXPECT_EQ(RunTool({"translate", _folder / name, "--target", "GLSL"}).errors,
+              RunTool({"run", _folder / name, "--set", "count=1"}).errors);
+}
+
+TEST_F(TranslateTest, AMissingFileIsAnObjectToo) {
+  const ToolResult result = RunTool({"translate", _folder / "missing.krn", "--target", "GLSL", "--json"});
+  EXPECT_EQ(result.exitStatus, kFailed);
+  const Json json = Json::parse(result.output, nullptr, false);
+  ASSERT_FALSE(json.is_discarded()) << result.output;
+  EXPECT_EQ(json["error"]["kind"], "net.ostra.interface.illegalargumenterror");
+}
+
+TEST_F(TranslateTest, TheKindOfAnErrorIsTold) {
+  _folder.Write("k.krn", "GROUPSIZE(8,8,1)\n");
+  EXPECT_EQ(TranslateToJson({"--target", "HLSL"}, kFailed)["error"]["kind"],
+            "net.ostra.interface.illegalargumenterror");
+  const std::string kernel = "OSTRA_PARALLEL_KERNEL(K, K)\n{\n}\nOSTRA_PARALLEL_KERNEL_END\n";
+  _folder.Write("k.krn", kernel + kernel);
+  EXPECT_EQ(TranslateToJson({"--target", "HLSL"}, kFailed)["error"]["kind"], "net.ostra.interface.illegalstateerror");
+}
+
 TEST_F(TranslateTest, DiagnosticsAreListed) {
   _folder.Write("k.h", "struct Open\n{\nFloat32 a;\n");
   const Json json = TranslateToJson({"--target", "HLSL"}, kFailed);

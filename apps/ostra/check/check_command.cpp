@@ -93,7 +93,12 @@ Result<void> CheckFiles(const CheckOptions& options) {
   const std::string summary = Count(static_cast<Int>(options.files.size()), "file") + ", " +
                               Count(static_cast<Int>(options.targets.size()), "target") + ": " +
                               Count(errors, "error") + ", " + Count(findings.Count(Severity::Warning), "warning");
-  OSTRA_RETURN_IF_ERROR(WriteOutput(shown + summary + "\n"));
+  // The texts are what was asked for then; they go into files and pipes without a line that is none of theirs.
+  if (options.shown.empty()) OSTRA_RETURN_IF_ERROR(WriteOutput(summary + "\n"));
+  if (!options.shown.empty()) {
+    OSTRA_RETURN_IF_ERROR(WriteOutput(shown));
+    WriteErrorLine(summary);
+  }
   if (errors > 0) return OSTRA_ILLEGAL_ARGUMENT("the check found @", Count(errors, "error"));
   return OK;
 }

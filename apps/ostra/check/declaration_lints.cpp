@@ -1,7 +1,10 @@
 #include <algorithm>
+#include <map>
+#include <string>
 #include <vector>
 
 #include "apps/ostra/check/lints.h"
+#include "apps/ostra/names/nearest_name.h"
 #include "apps/ostra/values/text.h"
 
 namespace ostra::tool {
@@ -25,6 +28,21 @@ std::string_view TakeName(std::string_view declaration, std::string_view& before
   return declaration.substr(begin);
 }
 
+// The type in what stands before a name, without parentheses and const.
+std::string_view TakeType(std::string_view before) {
+  constexpr std::string_view kConst = "const ";
+  while (!before.empty() && (before.front() == '(' || before.front() == ' ')) before.remove_prefix(1);
+  while (!before.empty() && (before.back() == ')' || before.back() == ' ')) before.remove_suffix(1);
+  if (before.starts_with(kConst)) before.remove_prefix(kConst.size());
+  return before;
+}
+
+std::vector<std::string> ListTypeNames() {
+  std::vector<std::string> names;
+  for (Int i = 0; !GetTypeName(i).empty(); ++i) names.emplace_back(GetTypeName(i));
+  return names;
+}
+
 void LintDeclaration(const LintedFile& file, const SourceLine& line, const ShaderParser& parser, Findings& findings) {
   if (line.code.empty() || line.code == "{" || line.code == "}" || line.code == "};") return;
   std::string_view before;
@@ -36,9 +54,14 @@ void LintDeclaration(const LintedFile& file, const SourceLine& line, const Shade
     const Bool isWord = first.size() > word.size() && first.substr(1) == word;
     if (!isWord && first.find(word) != std::string_view::npos && first.starts_with("("))
       findings.Add({file.name, line.number, Severity::Warning,
-                    "the letters \"" + std::string(word) + "\" in \"" + std::string(first) + "\" make \"" +
-                        std::string(name) + "\" an " + (word == "out" ? "output" : std::string(word)) +
+                    "the letters \"" + std::string(word) + "\" in \"" + std::string(first) + "\" make " + Quote(name) +
+                        (word == "out"       ? " an output"
+                         : word == "varying" ? " a varying"
+                                             : " an attribute") +
                         " on the GPU: rename the type"});
+    else
+      continue;
+    return;
   }
   if (name.empty() || HasParameter(parser, name)) {
     const std::size_t inner = line.code.find('<');
@@ -51,7 +74,16 @@ void LintDeclaration(const LintedFile& file, const SourceLine& line, const Shade
     return;
   }
   std::string text = "the declaration of \"" + std::string(name) + "\" makes no parameter on the GPU";
-  if (before.find("const") != std::string_view::npos) text += ": only buffers and textures can be const";
+  const std::string_view type = TakeType(before);
+  if (DataTypeFromTypeName(type).IsPopulated()) {
+    if (before.find("const") != std::string_view::npos) text += ": only buffers and textures can be const";
+  } else if (!type.empty() && type.find_first_of("<> ") == std::string_view::npos && type != "TYPE" &&
+             !type.starts_with("TextureSampler")) {
+    text += ": the type " + Quote(type) + " is not known";
+    const std::vector<std::string> names = ListTypeNames();
+    const std::string_view nearest = FindNearestName(type, names);
+    if (!nearest.empty()) text += "; did you mean " + Quote(nearest) + "?";
+  }
   findings.Add({file.name, line.number, Severity::Warning, std::move(text)});
 }
 
@@ -59,19 +91,28 @@ void LintDeclaration(const LintedFile& file, const SourceLine& line, const Shade
 
 void LintDeclarations(const LintedFile& file, const ShaderParser& parser, Findings& findings) {
   enum class Block { None, Define, Struct } block = Block::None;
+  std::map<std::string_view, Int> known;  // names and their lines
   for (const SourceLine& line : file.lines) {
     if (block == Block::None) {
       if (line.text.starts_with("#define KERNELINPUTS")) block = Block::Define;
       if (line.text.starts_with("struct KernelInput")) block = Block::Struct;
+      known.clear();
       continue;
     }
     const Bool isEnd = block == Block::Define ? line.text.empty() || line.text.starts_with("OSTRA_PARALLEL_KERNEL") ||
                                                     line.text.starts_with("FP_KERNEL")
                                               : line.text.starts_with("}");
-    if (isEnd)
-      block = Block::None;
-    else
-      LintDeclaration(file, line, parser, findings);
+    if (isEnd) block = Block::None;
+    if (isEnd || line.place == LinePlace::CpuScope) continue;
+    LintDeclaration(file, line, parser, findings);
+    std::string_view before;
+    const std::string_view name = TakeName(line.code, before);
+    if (name.empty() || before.find_first_not_of(" (") == std::string_view::npos) continue;
+    const auto [first, isNew] = known.try_emplace(name, line.number);
+    if (!isNew)
+      findings.Add(
+          {file.name, line.number, Severity::Error,
+           "the parameter " + Quote(name) + " is declared twice: before in line " + std::to_string(first->second)});
   }
 }
 

@@ -1,6 +1,9 @@
 #include "apps/ostra/check/file_check.h"
 
+#include <algorithm>
+
 #include "apps/ostra/encode/source_file.h"
+#include "apps/ostra/kernels/kernel_source.h"
 #include "ostra/core/format.h"
 #include "parallelprogram/shaderassembly/assembly_records.h"
 
@@ -12,7 +15,7 @@ std::string TextOf(std::string_view text) { return std::string(text); }
 
 Result<LintedFile> ReadLintedFile(const Url& url, Bool isHeader) {
   OSTRA_ASSIGN_OR_RETURN(const SourceText source, ReadSourceText(url));
-  return LintedFile{TextOf(url.GetView()), SplitSource(source.text), isHeader};
+  return LintedFile{TextOf(url.GetView()), SplitSource(source.text), isHeader, false};
 }
 
 // The lints need to know what the parser found: they run once, with the first translation that came to an end.
@@ -21,26 +24,29 @@ void LintFiles(const FileCheck& check, const LintedFile& kernel, const ShaderPar
     const Bool isHeader = url.GetView() != check.file;
     auto header = isHeader ? ReadLintedFile(url, true) : Result<LintedFile>(kernel);
     if (!header) continue;  // the translator has read it and will have said what is wrong
+    header->hasTemplateArgument = kernel.hasTemplateArgument;
     LintLines(*header, findings);
     LintStructure(*header, findings);
     LintUses(*header, parser, findings);
   }
+  LintComments(kernel, findings);
   LintDeclarations(kernel, parser, findings);
 }
 
 // Without a parser that has finished, only what needs none.
 void LintKernelAlone(const LintedFile& kernel, Findings& findings) {
   LintLines(kernel, findings);
+  LintComments(kernel, findings);
   LintStructure(kernel, findings);
 }
 
-void AddParseError(const Error& error, const std::string& file, const LintedFile& kernel, Findings& findings) {
-  const std::string message = TextOf(error.GetMessage());
-  const Int line = LocateParseError(kernel, message);
-  if (line > 0)
-    findings.Add({file, line, Severity::Error, message});
-  else
-    findings.AddMessage(message, file);
+// What the CPU's way of reading the file has to say, which is another one than the translator's.
+Result<void> AddFrontStep(const FileCheck& check, const Url& url, Findings& findings) {
+  const auto source = ReadKernelSource(url);
+  if (source) return OK;
+  if (source.GetError().GetKind() == kOutOfMemoryError) return source.GetError();
+  findings.AddMessage(TextOf(source.GetError().GetMessage()) + " [CPU]", check.file);
+  return OK;
 }
 
 Result<void> Assemble(TargetCheck& check, const Url& url, const std::string& file) {
@@ -76,10 +82,17 @@ Result<void> AddTarget(FileCheck& check, const CheckOptions& options, const Id& 
       added.findings.Add({check.file, 0, Severity::Warning, line});
   if (!added.translation.result) {
     if (added.translation.result.GetError().GetKind() == kOutOfMemoryError) return added.translation.result.TakeError();
-    AddParseError(added.translation.result.GetError(), check.file, kernel, added.findings);
+    OSTRA_ASSIGN_OR_RETURN(const String message,
+                           added.translation.parser->DescribeError(added.translation.result.GetError()));
+    added.findings.AddMessage(message, check.file);
     return OK;
   }
-  if (!std::exchange(isLinted, true)) LintFiles(check, kernel, *added.translation.parser, check.findings);
+  if (!std::exchange(isLinted, true)) {
+    const ShaderParser& parser = *added.translation.parser;
+    LintFiles(check, kernel, parser, check.findings);
+    if (GetStageOfFile(url) == DrawportStage::Compute && !parser.GetKernelCode().IsEmpty())
+      OSTRA_RETURN_IF_ERROR(AddFrontStep(check, url, check.findings));
+  }
   return Assemble(added, url, check.file);
 }
 
@@ -95,7 +108,13 @@ Result<FileCheck> PrepareCheck(const CheckOptions& options, const std::string& f
     return check;
   }
   check.source = source->text;
-  const LintedFile kernel{file, SplitSource(check.source), false};
+  LintedFile kernel{file, SplitSource(check.source), false, options.templateArgument.has_value()};
+  PlaceLines(kernel.lines);
+  if (const std::size_t at = check.source.GetView().find("\r\n"); at != std::string_view::npos)
+    check.findings.Add({file, std::count(check.source.GetView().begin(), check.source.GetView().begin() + at, '\n') + 1,
+                        Severity::Warning,
+                        "the lines end with CRLF, of which the translator takes the CR for a part of the last word: "
+                        "write LF"});
   Bool isLinted = false;
   for (const Id& target : options.targets)
     OSTRA_RETURN_IF_ERROR(AddTarget(check, options, target, url, kernel, isLinted));

@@ -6,16 +6,16 @@ namespace ostra::tool {
 
 namespace {
 
-// The translator replaces these words wherever their letters stand. TYPE is one only where there is a template
-// argument, which a lint cannot know: names that hold it are left alone unless the file uses the word itself.
+// The translator replaces these words wherever their letters stand. TYPE is one only with a template argument: names
+// that hold it are looked at when there is one, or when the file uses the word itself and so will be given one.
 constexpr std::string_view kRuleWords[] = {
     "CPU_CONSTREF", "CPU_PASS_BUFFER", "INOUT",  "GetAtomicCounter", "Sqrt",   "sqmat",
     "MAKELOCAL",    "LOCALDATA",       "ATOMIC", "GROUPSHAREDMEM",   "matoff", "ONLY_USE_FIRST_MSAA_SAMPLE",
 };
 
 constexpr std::string_view kVectorTypes[] = {
-    "vec2", "vec3",  "vec4",  "float2", "float3", "float4",     "int2",     "int3",
-    "int4", "uint2", "uint3", "uint4",  "half2",  "Vector2d32", "Vector32", "Vector4d32",
+    "vec2",  "vec3",  "vec4",  "float2", "float3", "float4", "int2",       "int3",     "int4",
+    "uint2", "uint3", "uint4", "half2",  "half3",  "half4",  "Vector2d32", "Vector32", "Vector4d32",
 };
 
 class LineLinter {
@@ -23,13 +23,15 @@ class LineLinter {
   LineLinter(const LintedFile& file, Findings& findings) : _file(file), _findings(findings) {}
 
   void Lint() {
+    _usesType = _file.hasTemplateArgument;
     for (const SourceLine& line : _file.lines) _usesType = _usesType || HasName(line.code, "TYPE");
     for (const SourceLine& line : _file.lines) {
       if (line.code.empty()) continue;
+      LintSwizzles(line);
+      if (line.place == LinePlace::CpuScope) continue;
       LintRuleWords(line);
       LintArguments(line);
       LintConstructors(line);
-      LintSwizzles(line);
       LintWords(line);
     }
   }
@@ -66,13 +68,11 @@ class LineLinter {
 
   void LintConstructors(const SourceLine& line) {
     ForEachName(line.code, [&](std::string_view name, std::size_t at) {
-      if (std::find(std::begin(kVectorTypes), std::end(kVectorTypes), name) == std::end(kVectorTypes)) return;
+      if (!IsVectorType(name)) return;
       const std::size_t next = at + name.size();
       std::string_view arguments;
       if (next >= line.code.size() || line.code[next] != '(' || !GetArguments(line.code, next, arguments)) return;
-      if (IsScalar(arguments))
-        Warn(line, "not every language makes a vector of one number: give " + std::string(name) +
-                       " all its components instead of \"" + std::string(arguments) + "\"");
+      if (IsScalar(arguments)) Warn(line, MakeSplatText(name, arguments));
     });
   }
   // A number, or a component such as p.x.
@@ -106,9 +106,11 @@ class LineLinter {
            "header");
     if (line.firstWord == "inline" && HasName(line.code, "ATOMIC"))
       Warn(line, "ATOMIC is not translated in declarations; functions take no counters");
-    const std::size_t texel = line.code.find("GetFramebufferTexel(");
-    if (texel != std::string::npos && texel > 0 && line.code[texel - 1] != ' ' && !line.code.starts_with('#'))
-      Warn(line, "without a blank before it, GetFramebufferTexel is not translated for several samples per pixel");
+    constexpr std::string_view kTexel = "GetFramebufferTexel(";
+    if (line.code.starts_with('#')) return;
+    for (std::size_t at = line.code.find(kTexel); at != std::string::npos; at = line.code.find(kTexel, at + 1))
+      if (at == 0 || line.code[at - 1] != ' ')
+        Warn(line, "without a blank before it, GetFramebufferTexel is not translated for several samples per pixel");
   }
 
   const LintedFile& _file;
@@ -117,6 +119,15 @@ class LineLinter {
 };
 
 }  // namespace
+
+Bool IsVectorType(std::string_view name) {
+  return std::find(std::begin(kVectorTypes), std::end(kVectorTypes), name) != std::end(kVectorTypes);
+}
+
+std::string MakeSplatText(std::string_view name, std::string_view argument) {
+  return "not every language makes a vector of one number: give " + std::string(name) +
+         " all its components instead of " + Quote(argument);
+}
 
 void LintLines(const LintedFile& file, Findings& findings) { LineLinter(file, findings).Lint(); }
 

@@ -13,11 +13,15 @@ struct LintedFile {
   std::string name;
   std::vector<SourceLine> lines;
   Bool isHeader = false;
+  Bool hasTemplateArgument = false;  // for the word TYPE
 };
 
 // Lints of single lines: words inside longer names, constructors and operators that languages disagree about, macros
 // with arguments that the translator cannot take apart.
 void LintLines(const LintedFile& file, Findings& findings);
+
+// Lints of comments, which the translator reads like code.
+void LintComments(const LintedFile& file, Findings& findings);
 
 // Lints of declarations, against what the parser made of them.
 void LintDeclarations(const LintedFile& file, const ShaderParser& parser, Findings& findings);
@@ -28,7 +32,8 @@ void LintStructure(const LintedFile& file, Findings& findings);
 // Lints of the words that take parameters: POINT textures, matrices, functions.
 void LintUses(const LintedFile& file, const ShaderParser& parser, Findings& findings);
 
-// Where in the file the translator failed, for its messages that name no line; 0 when it cannot be told.
-Int LocateParseError(const LintedFile& file, std::string_view message);
+// Whether `name` is the constructor of a vector, and what to say of one with a single number as argument.
+Bool IsVectorType(std::string_view name);
+std::string MakeSplatText(std::string_view name, std::string_view argument);
 
 }  // namespace ostra::tool

@@ -9,14 +9,37 @@
 
 namespace ostra::tool {
 
+// What the translator makes of a line of a kernel file.
+enum class LinePlace {
+  Empty,
+  Outside,    // file-scope code
+  Start,      // begins a block
+  Inside,     // of a block
+  CpuScope,   // from CPU_SCOPE_START to CPU_SCOPE_END, inside of a block
+  Dropped,    // a directive and the like
+  Swallowed,  // goes with the line before it, whatever it holds
+};
+enum class BlockKind { None, Kernel, Function, InputStruct, InputDefine };
+
 struct SourceLine {
   Int number = 0;         // from 1
   std::string text;       // as written, without white space at both ends
   std::string code;       // the same with comments replaced by blanks
   std::string firstWord;  // of the text, up to the first blank
+  // Known in kernel files; lines of headers are all the same.
+  LinePlace place = LinePlace::Inside;
+  BlockKind block = BlockKind::None;  // that the line begins, or stands in
 };
 
 std::vector<SourceLine> SplitSource(std::string_view source);
+
+// Finds out what becomes of each line of a kernel file.
+void PlaceLines(std::vector<SourceLine>& lines);
+
+// The words that begin and end kernels; end macros begin with the words of start macros, too.
+Bool IsKernelStart(std::string_view text);
+Bool IsKernelEnd(std::string_view text);
+Bool IsKernelMethod(std::string_view text);
 
 // A name in code: letters, digits and underscores.
 constexpr Bool IsNameCharacter(char c) {

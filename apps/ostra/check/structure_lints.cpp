@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <charconv>
+#include <vector>
 
 #include "apps/ostra/check/lints.h"
 #include "apps/ostra/values/text.h"
@@ -8,21 +9,9 @@ namespace ostra::tool {
 
 namespace {
 
-Bool IsKernelEnd(std::string_view text) {
-  return text.starts_with("OSTRA_PARALLEL_KERNEL_END") || text.starts_with("FP_KERNEL_END");
-}
-Bool IsKernelStart(std::string_view text) {
-  if (IsKernelEnd(text)) return false;
-  return text.starts_with("OSTRA_PARALLEL_KERNEL") || text.starts_with("FP_KERNEL") ||
-         text.starts_with("OSTRA_METHOD Result<void> Kernel");
-}
 Bool IsDirective(std::string_view text) {
   return text.starts_with("GROUPSIZE") || text.starts_with("CPU_GRANULARITY") ||
          text.starts_with("CPU_SINGLETHREADEDTHRESHOLD");
-}
-Bool StartsBlock(const SourceLine& line) {
-  return IsKernelStart(line.text) || line.firstWord == "inline" || line.text.starts_with("#define KERNELINPUTS") ||
-         line.text.starts_with("struct KernelInput");
 }
 Int CountBraces(std::string_view code) {
   return std::count(code.begin(), code.end(), '{') - std::count(code.begin(), code.end(), '}');
@@ -34,13 +23,17 @@ class StructureLinter {
 
   void Lint() {
     for (std::size_t i = 0; i < _file.lines.size(); ++i) {
+      if (_file.lines[i].place == LinePlace::CpuScope && _file.lines[i].firstWord != "CPU_SCOPE_START") continue;
       LintDirective(i);
       LintFunction(i);
+      LintFirstBrace(i);
       LintScope(i);
     }
     if (!_file.isHeader) {
       LintKernel();
+      LintMethod();
       LintLostCode();
+      LintFileScope();
     }
   }
 
@@ -58,8 +51,14 @@ class StructureLinter {
       Add(line, Severity::Error,
           name + " stands without a semicolon: the translator takes it for a part of the number");
     const SourceLine* const next = GetNext(i);
-    if (next && !next->text.empty())
+    if (next && !next->text.empty() && !IsWholeComment(*next))
       Add(*next, Severity::Warning, "the translator drops the line after " + name + ": leave it empty");
+  }
+
+  // Nothing is missed when it is dropped.
+  static Bool IsWholeComment(const SourceLine& line) {
+    return line.code.find_first_not_of(' ') == std::string::npos &&
+           (line.text.starts_with("//") || (line.text.starts_with("/*") && line.text.ends_with("*/")));
   }
 
   void LintFunction(std::size_t i) {
@@ -71,6 +70,28 @@ class StructureLinter {
     if (line.code.find("Block<") != std::string::npos || line.code.find("BaseArray<") != std::string::npos)
       Add(line, Severity::Warning,
           "functions cannot take buffers on every GPU: read them in the kernel, or through a macro of the header");
+  }
+
+  void LintFirstBrace(std::size_t i) {
+    const SourceLine& line = _file.lines[i];
+    if (CountBraces(line.code) <= 0) return;
+    const Bool isMethod = !_file.isHeader && line.place == LinePlace::Start && IsKernelMethod(line.text);
+    const Bool isStruct = _file.isHeader ? line.firstWord == "struct" : line.text.starts_with("struct KernelInput");
+    if (isMethod || isStruct)
+      Add(line, Severity::Error,
+          "the brace belongs on a line of its own: the translator takes the next line for it, and counts this one in "
+          "addition");
+    else if (line.firstWord == "inline")
+      Add(line, Severity::Error,
+          "the brace of a function belongs on a line of its own: here it is left out on the GPU");
+  }
+
+  // The translator knows methods by the first word of their line.
+  void LintMethod() {
+    for (const SourceLine& line : _file.lines)
+      if (line.place != LinePlace::CpuScope && HasName(line.code, "OSTRA_METHOD") && HasName(line.code, "Kernel") &&
+          !line.text.starts_with("OSTRA_METHOD") && !line.code.starts_with('#'))
+        Add(line, Severity::Error, "OSTRA_METHOD must begin its line: this is no kernel on the GPU");
   }
 
   void LintScope(std::size_t i) {
@@ -85,11 +106,8 @@ class StructureLinter {
   void LintKernel() {
     const SourceLine* firstReturn = nullptr;
     const SourceLine* lastCopy = nullptr;
-    Bool isKernel = false;
     for (const SourceLine& line : _file.lines) {
-      if (IsKernelStart(line.text)) isKernel = true;
-      if (IsKernelEnd(line.text)) isKernel = false;
-      if (!isKernel) continue;
+      if (line.block != BlockKind::Kernel || line.place == LinePlace::CpuScope) continue;
       const Bool isCopy = HasName(line.code, "MAKELOCAL");
       if (!firstReturn && (HasName(line.code, "return") || HasName(line.code, "KERNEL_RETURN"))) firstReturn = &line;
       if (firstReturn && (isCopy || HasName(line.code, "groupSharedBarrier")))
@@ -139,36 +157,55 @@ class StructureLinter {
 
   // Code after the last block never reaches a GPU.
   void LintLostCode() {
-    Int depth = 0;
-    Bool isOpen = false;
-    Bool isMacroKernel = false;
-    std::vector<const SourceLine*> lost;
+    const SourceLine* lost = nullptr;
+    for (const SourceLine& line : _file.lines) {
+      if (line.place == LinePlace::Start) lost = nullptr;
+      const Bool isCode = line.code.find_first_not_of(' ') != std::string::npos && line.code != "{";
+      if (!lost && isCode && line.place == LinePlace::Outside) lost = &line;
+    }
+    if (lost) Add(*lost, Severity::Warning, "code after the last block of the file never reaches the GPU");
+  }
+
+  // Of the braces at file scope, lines that begin with a closing one are dropped.
+  void LintFileScope() {
+    std::vector<const SourceLine*> open;  // the lines of open braces; null in functions, which have their own message
     for (std::size_t i = 0; i < _file.lines.size(); ++i) {
       const SourceLine& line = _file.lines[i];
-      if (!isOpen && StartsBlock(line)) {
-        lost.clear();
-        isOpen = true;
-        depth = 0;
-        isMacroKernel = IsKernelStart(line.text) && !line.text.starts_with("OSTRA_METHOD");
-      } else if (!isOpen && !line.code.empty() && !line.code.starts_with('#') && !line.code.starts_with('}') &&
-                 !IsDirective(line.text) && line.firstWord != "namespace" && line.firstWord != "ADDNOISECALL" &&
-                 line.code != "{") {
-        lost.push_back(&line);
+      const Bool isClosing = line.place == LinePlace::Dropped && line.code.starts_with('}');
+      if (line.place != LinePlace::Outside && !isClosing) continue;
+      if (IsFunction(i)) {
+        Add(line, Severity::Error,
+            "\"inline\" is missing in front of the function: without it the translator takes it for file-scope code "
+            "and drops the line of its closing brace");
+        _isInFunction = true;
       }
-      if (!isOpen) continue;
-      const Int before = depth;
-      depth += CountBraces(line.code);
-      const Bool isDefineEnd = line.text.empty() && before == 0 && !isMacroKernel;
-      if (IsKernelEnd(line.text) || isDefineEnd ||
-          (!isMacroKernel && line.code.find('}') != std::string::npos && depth <= 0))
-        isOpen = false;
+      if (isClosing && !open.empty() && open.back())
+        Add(line, Severity::Error,
+            "the translator drops this line, and the brace of line " + std::to_string(open.back()->number) +
+                " stays open: put structs into headers");
+      for (const char c : line.code) {
+        if (c == '{') open.push_back(_isInFunction ? nullptr : &line);
+        if (c == '}' && !open.empty()) open.pop_back();
+      }
+      if (open.empty() && line.code.find('}') != std::string::npos) _isInFunction = false;
     }
-    if (!lost.empty())
-      Add(*lost.front(), Severity::Warning, "code after the last block of the file never reaches the GPU");
+  }
+
+  // `Type Name(...)` with a brace behind it or on the next line.
+  Bool IsFunction(std::size_t i) const {
+    std::string_view code = TrimText(_file.lines[i].code);
+    const SourceLine* const next = GetNext(i);
+    const Bool hasBrace = code.ends_with('{');
+    if (!hasBrace && (!next || TrimText(next->code) != "{")) return false;
+    if (hasBrace) code = TrimText(code.substr(0, code.size() - 1));
+    Int nameCount = 0;
+    ForEachName(code.substr(0, code.find('(')), [&](std::string_view, std::size_t) { ++nameCount; });
+    return code.ends_with(')') && nameCount >= 2 && code.find_first_of("=;") == std::string_view::npos;
   }
 
   const LintedFile& _file;
   Findings& _findings;
+  Bool _isInFunction = false;
 };
 
 }  // namespace

@@ -1,6 +1,8 @@
 #include <algorithm>
+#include <vector>
 
 #include "apps/ostra/check/lints.h"
+#include "apps/ostra/values/text.h"
 #include "ostra/math/data_types.h"
 
 namespace ostra::tool {
@@ -23,6 +25,12 @@ Bool IsPointTexture(const ShaderParser& parser, std::string_view name) {
   return false;
 }
 
+Bool IsWritableTexture(const ShaderParser& parser, std::string_view name) {
+  for (const ShaderTextureEntry& texture : parser.GetTextureEntries())
+    if (texture.name == name) return !texture.readOnly;
+  return false;
+}
+
 // "*" beside what stands at `begin` up to `end`, which is then multiplied as a matrix.
 Bool IsFactor(std::string_view code, std::size_t begin, std::size_t end) {
   while (begin > 0 && code[begin - 1] == ' ') --begin;
@@ -37,7 +45,10 @@ class UseLinter {
 
   void Lint() {
     for (const SourceLine& line : _file.lines) {
+      if (line.place == LinePlace::CpuScope) continue;
       LintTextures(line);
+      LintSplats(line);
+      LintSharedMemory(line);
       CollectMatrices(line);
       LintMatrices(line);
     }
@@ -49,11 +60,54 @@ class UseLinter {
       std::string_view arguments;
       if ((name != "SampleTexture" && name != "SampleTextureLayer") || !GetArguments(line.code, at, arguments)) return;
       const std::string_view texture = GetTextureName(arguments);
+      if (IsWritableTexture(_parser, texture))
+        _findings.Add({_file.name, line.number, Severity::Error,
+                       Quote(texture) + " is declared without const, which makes it an image to write on the GPU; to "
+                                        "sample it, declare it (const TextureSampler_...)"});
       if (IsPointTexture(_parser, texture))
         _findings.Add({_file.name, line.number, Severity::Error,
                        Quote(texture) + " is a POINT texture, which has no filtered value: read it with "
                                         "FetchTexture, or declare it with a LINEAR type"});
     });
+  }
+
+  // Vectors of one value; those of one number are found without the declarations.
+  void LintSplats(const SourceLine& line) {
+    ForEachName(line.code, [&](std::string_view name, std::size_t at) {
+      std::string_view arguments, parameter;
+      const std::size_t next = at + name.size();
+      if (!IsVectorType(name) || next >= line.code.size() || line.code[next] != '(') return;
+      if (!GetArguments(line.code, next, arguments) || !arguments.starts_with("UNIFORM(")) return;
+      if (!GetArguments(arguments, 0, parameter) || parameter.size() + 9 != arguments.size()) return;
+      if (IsScalarUniform(parameter))
+        _findings.Add({_file.name, line.number, Severity::Warning, MakeSplatText(name, arguments)});
+    });
+  }
+
+  Bool IsScalarUniform(std::string_view name) const {
+    const ShaderInputEntry* const input = FindInput(name);
+    return input && (input->dataType == GetDataType<Float32>() || input->dataType == GetDataType<HalfFloat>() ||
+                     input->dataType == GetDataType<Int32>() || input->dataType == GetDataType<UInt32>());
+  }
+
+  // On the CPU the elements are read from the buffer itself.
+  void LintSharedMemory(const SourceLine& line) {
+    std::string_view arguments;
+    if (!HasName(line.code, "GROUPSHAREDMEM") || line.code.starts_with('#')) return;
+    if (!GetArguments(line.code, line.code.find("GROUPSHAREDMEM"), arguments)) return;
+    const std::vector<std::string_view> parts = SplitText(arguments, ',');
+    if (parts.size() != 3) return;
+    const ShaderInputEntry* const input = FindInput(parts[1]);
+    if (!input || input->typeName.IsEmpty())
+      _findings.Add({_file.name, line.number, Severity::Warning,
+                     "GROUPSHAREDMEM is a copy of a buffer, but " + Quote(parts[1]) +
+                         " names none: the CPU reads the buffer itself"});
+  }
+
+  const ShaderInputEntry* FindInput(std::string_view name) const {
+    for (const ShaderInputEntry& input : _parser.GetInputEntries())
+      if (input.name == name) return &input;
+    return nullptr;
   }
 
   // Local variables of a matrix type. Names may be used for something else elsewhere; a warning is all that follows.
@@ -82,16 +136,39 @@ class UseLinter {
         if (IsFactor(line.code, at, end)) warn(argument);
         return;
       }
+      if (name == "UNIFORM_BUFFER") {
+        std::string_view argument;
+        if (!GetArguments(line.code, at, argument) || !IsMatrixBuffer(argument)) return;
+        end = FindEndOfIndex(line.code, static_cast<std::size_t>(argument.data() - line.code.data()) + argument.size());
+        if (IsFactor(line.code, at, end)) warn(argument);
+        return;
+      }
       const Bool isMatrix = std::find(_matrices.begin(), _matrices.end(), name) != _matrices.end();
       if (isMatrix && IsFactor(line.code, at, end)) warn(name);
     });
   }
 
   Bool IsMatrixUniform(std::string_view name) const {
-    for (const ShaderInputEntry& input : _parser.GetInputEntries())
-      if (input.name == name)
-        return input.dataType == GetDataType<SquareMatrix32>() || input.dataType == GetDataType<SquareMatrix4d32>();
-    return false;
+    const ShaderInputEntry* const input = FindInput(name);
+    return input && IsMatrixType(input->dataType);
+  }
+  Bool IsMatrixBuffer(std::string_view name) const {
+    const ShaderInputEntry* const input = FindInput(name);
+    return input && IsMatrixType(DataTypeFromTypeName(input->typeName.GetView()));
+  }
+  static Bool IsMatrixType(DataType type) {
+    return type == GetDataType<SquareMatrix32>() || type == GetDataType<SquareMatrix4d32>();
+  }
+
+  // Behind the "]" of the index that follows the parenthesis at `close`.
+  static std::size_t FindEndOfIndex(std::string_view code, std::size_t close) {
+    if (close + 1 >= code.size() || code[close + 1] != '[') return close + 1;
+    Int depth = 0;
+    for (std::size_t at = close + 1; at < code.size(); ++at) {
+      if (code[at] == '[') ++depth;
+      if (code[at] == ']' && --depth == 0) return at + 1;
+    }
+    return code.size();
   }
 
   const LintedFile& _file;

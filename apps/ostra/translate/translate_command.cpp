@@ -1,9 +1,27 @@
 #include "apps/ostra/translate/translate_command.h"
 
+#include "apps/ostra/encode/source_file.h"
 #include "apps/ostra/output/standard_output.h"
 #include "apps/ostra/translate/translation_report.h"
+#include "ostra/core/format.h"
+#include "ostra/io/file.h"
+
+OSTRA_UNIT("translate_command");
 
 namespace ostra::tool {
+
+namespace {
+
+// The error with the place that the translator had come to; for a file that cannot be read, what every command says.
+Result<void> MakePlacedError(const Url& file, const Translation& translation) {
+  if (IoDetect(file) != IODETECT::FILE)
+    if (auto source = ReadSourceText(file); !source) return source.TakeError();
+  const Error& error = translation.result.GetError();
+  OSTRA_ASSIGN_OR_RETURN(const String message, translation.parser->DescribeError(error));
+  return MakeError(error.GetKind(), kOstraUnit, __LINE__, "@", message);
+}
+
+}  // namespace
 
 Result<void> ShowTranslation(const TranslationOptions& options, Bool isJson) {
   OSTRA_ASSIGN_OR_RETURN(const Translation translation, Translate(options));
@@ -11,7 +29,11 @@ Result<void> ShowTranslation(const TranslationOptions& options, Bool isJson) {
     OSTRA_ASSIGN_OR_RETURN(const std::string json, FormatTranslationAsJson(translation));
     OSTRA_RETURN_IF_ERROR(WriteOutput(json));
   }
-  if (!translation.result || isJson) return translation.result;
+  if (isJson) return translation.result;
+  if (!translation.result) return MakePlacedError(options.file, translation);
+  if (translation.parser->GetKernelCode().IsEmpty())
+    WriteErrorLine(std::string(options.file.GetView()) +
+                   ": warning: there is no kernel in this file, or it does not end");
   OSTRA_ASSIGN_OR_RETURN(const std::string text, FormatTranslation(translation));
   return WriteOutput(text);
 }

@@ -7,6 +7,9 @@ namespace ostra::tool {
 
 namespace {
 
+// Above every level.
+constexpr auto kNoDiagnosticStream = DiagnosticLevel(static_cast<Int32>(DiagnosticLevel::Critical) + 1);
+
 class DiagnosticRecorder final : public DiagnosticListener {
  public:
   void Notify(DiagnosticLevel, std::string_view text) override { lines.emplace_back(text); }
@@ -30,7 +33,10 @@ Result<Translation> Translate(const TranslationOptions& options) {
   Translation translation;
   OSTRA_ASSIGN_OR_RETURN(translation.parser, ShaderParser::Create(options.target));
   DiagnosticRecorder recorder;
+  // What is recorded is reported with the translation: on the standard error stream it would be said once a target.
+  SetDiagnosticStreamLevel(kNoDiagnosticStream);
   translation.result = translation.parser->Init(options.file, dictionary, EndlessSource::Refuse);
+  SetDiagnosticStreamLevel(DiagnosticLevel::Warning);
   translation.diagnostics = std::move(recorder.lines);
   return translation;
 }

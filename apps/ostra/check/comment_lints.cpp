@@ -1,0 +1,65 @@
+// The translator does not know what a comment is: it replaces words and counts braces in comments, too.
+#include <algorithm>
+
+#include "apps/ostra/check/lints.h"
+
+namespace ostra::tool {
+
+namespace {
+
+struct CommentRule {
+  std::string_view keyword;
+  std::string_view name;
+  std::string_view effect;
+};
+
+constexpr CommentRule kRules[] = {
+    {"MAKELOCAL", "MAKELOCAL", "the whole line becomes a copy into group-shared memory"},
+    {"GROUPSHAREDMEM", "GROUPSHAREDMEM", "it declares group-shared memory, and the whole line goes"},
+    {"matoff", "matoff", "the whole line becomes a vector"},
+    {"LOCALDATA", "LOCALDATA", "its arguments are taken apart"},
+    {" GetFramebufferTexel(", "GetFramebufferTexel", "its arguments are changed"},
+    {"ATOMIC", "ATOMIC", "everything up to the next blank goes"},
+};
+
+// What of the line is comment; blanks for the rest.
+std::string TakeComment(const SourceLine& line) {
+  std::string comment = line.text;
+  for (std::size_t i = 0; i < line.code.size(); ++i)
+    if (line.code[i] == line.text[i]) comment[i] = ' ';
+  return comment;
+}
+
+// Braces that leave the depth as it is, and never go below it, change nothing.
+Bool ChangesDepth(std::string_view comment) {
+  Int depth = 0;
+  for (const char c : comment) {
+    if (c == '{') ++depth;
+    if (c == '}' && --depth < 0) return true;
+  }
+  return depth != 0;
+}
+
+Bool IsTranslated(const SourceLine& line) {
+  const Bool isCode = line.block != BlockKind::InputDefine && line.block != BlockKind::InputStruct;
+  return line.place == LinePlace::Outside || (line.place == LinePlace::Inside && isCode);
+}
+
+}  // namespace
+
+void LintComments(const LintedFile& file, Findings& findings) {
+  for (const SourceLine& line : file.lines) {
+    if (line.code == line.text) continue;
+    const std::string comment = TakeComment(line);
+    for (const CommentRule& rule : kRules)
+      if (IsTranslated(line) && comment.find(rule.keyword) != std::string::npos)
+        findings.Add({file.name, line.number, Severity::Warning,
+                      Quote(rule.name) + " is replaced in comments, too: " + std::string(rule.effect)});
+    const Bool isCounted = line.place == LinePlace::Start || line.place == LinePlace::Inside;
+    if (isCounted && ChangesDepth(comment))
+      findings.Add({file.name, line.number, Severity::Warning,
+                    "braces in comments are counted like others: this one changes where the block ends"});
+  }
+}
+
+}  // namespace ostra::tool
