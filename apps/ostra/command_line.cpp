@@ -49,7 +49,7 @@ struct RunArguments {
   std::string kernel, size, backend = "cpu", cacheFolder;
   std::vector<std::string> inputs, outputs, settings, textures, swaps;
   Int repeatCount = 1, iterationCount = 1;
-  Bool isFast = false, isJson = false;
+  Bool isFast = false, isChecked = false, isJson = false;
 };
 
 // The host reads these itself; here they have to be known, and sound before anything starts.
@@ -91,6 +91,8 @@ CLI::App& AddRunCommand(CLI::App& app, RunArguments& arguments, ConfigurationArg
       ->type_name("N")
       ->check(CLI::Range(Int(1), Int(1000000000)));
   addList("--swap", arguments.swaps, "Exchange two buffers between two dispatches", "NAME,NAME");
+  // With one dispatch nothing would be exchanged, and nobody would be told.
+  run.get_option("--swap")->needs("--iterations");
   run.add_option("--repeat", arguments.repeatCount, "Do everything N times from the same start, to measure")
       ->type_name("N")
       ->check(CLI::Range(Int(1), Int(1000000)));
@@ -98,6 +100,8 @@ CLI::App& AddRunCommand(CLI::App& app, RunArguments& arguments, ConfigurationArg
       ->type_name("NAME")
       ->check(OneOf({"cpu", "gpu", "both"}));
   run.add_flag("--fast", arguments.isFast, "Allow the compiler to reorder floating-point arithmetic");
+  run.add_flag("--checked", arguments.isChecked,
+               "Check the index of every access to a buffer; slower, on the CPU only");
   run.add_option("--cache-dir", arguments.cacheFolder,
                  "Where compiled kernels are kept (default: $XDG_CACHE_HOME/ostra or ~/.cache/ostra)")
       ->type_name("DIR");
@@ -141,11 +145,14 @@ Result<RunOptions> MakeRunOptions(const RunArguments& arguments) {
   options.repeatCount = arguments.repeatCount;
   options.iterationCount = arguments.iterationCount;
   options.isFast = arguments.isFast;
+  options.isChecked = arguments.isChecked;
   options.isJson = arguments.isJson;
   options.cacheFolder = arguments.cacheFolder;
   options.backend = arguments.backend == "gpu"    ? Backend::Gpu
                     : arguments.backend == "both" ? Backend::Both
                                                   : Backend::Cpu;
+  if (options.isChecked && options.backend == Backend::Gpu)
+    return OSTRA_USAGE_ERROR("--checked: kernels are checked on the CPU only: leave out --backend gpu or give both");
   return options;
 }
 

@@ -195,7 +195,8 @@ TEST_F(RunTextureTest, NamesThatAreNoTexturesComeWithTheNearestOne) {
   ExpectRefused(kBadUsage, "--texture: \"result\" is a buffer, not a texture", kernel,
                 {"--in", In("image", "in.png"), "--texture", "result:wrap=clamp", "--out", In("result", "out.png")});
   ExpectRefused(kBadUsage, "--out: \"image\" is a texture, not a buffer", kernel, {"--out", In("image", "out.png")});
-  ExpectRefused(kBadUsage, "--swap: \"image\" is a texture, not a buffer", kernel, {"--swap", "image,result"});
+  ExpectRefused(kBadUsage, "--swap: \"image\" is a texture, not a buffer", kernel,
+                {"--swap", "image,result", "--iterations", "2"});
   ExpectRefused(kBadUsage, "--texture: the kernel has no texture \"picture\"; there are none", "net.example.invert.krn",
                 {"--texture", "picture:wrap=clamp"});
 }

@@ -49,16 +49,17 @@ Result<fs::path> OpenCacheFolder(const std::string& chosen) {
   return folder;
 }
 
-std::vector<std::string> MakeFlags(const std::string& headerFolder, Bool isFast) {
+std::vector<std::string> MakeFlags(const std::string& headerFolder, const KernelModuleOptions& options) {
   std::vector<std::string> flags = {
       "-std=c++20",    "-shared",  "-fPIC",           "-fvisibility=hidden", "-O3",
       "-march=native", "-DNDEBUG", "-fno-math-errno", "-fno-trapping-math",  "-I" + headerFolder};
   // The usual switch for fast arithmetic would also link code that changes how the whole process treats tiny numbers.
-  if (isFast)
+  if (options.isFast)
     flags.insert(flags.end(), {"-ffp-contract=fast", "-fassociative-math", "-freciprocal-math", "-fno-signed-zeros",
                                "-fno-trapping-math"});
   else
     flags.emplace_back("-ffp-contract=off");
+  if (options.isChecked) flags.emplace_back("-DOSTRA_CHECK_KERNEL_INDICES");
   return flags;
 }
 
@@ -80,7 +81,7 @@ Result<Recipe> MakeRecipe(const KernelModuleOptions& options) {
   OSTRA_ASSIGN_OR_RETURN(recipe.folder, OpenCacheFolder(options.cacheFolder));
   OSTRA_ASSIGN_OR_RETURN(recipe.compiler, FindCompiler());
   OSTRA_ASSIGN_OR_RETURN(const std::string headerFolder, FindHeaderFolder());
-  recipe.flags = MakeFlags(headerFolder, options.isFast);
+  recipe.flags = MakeFlags(headerFolder, options);
   recipe.key.Add(recipe.source.text);
   recipe.key.Add(recipe.compiler.stamp);
   for (const std::string& flag : recipe.flags) recipe.key.Add(flag);

@@ -19,6 +19,8 @@ struct KernelModuleOptions {
   std::string cacheFolder;  // empty: $XDG_CACHE_HOME/ostra, else ~/.cache/ostra
   // Lets the compiler reorder floating-point arithmetic: faster, and the last bits differ.
   Bool isFast = false;
+  // Lets the kernel end the process with a message at an index outside of a buffer.
+  Bool isChecked = false;
 };
 
 struct KernelModule {

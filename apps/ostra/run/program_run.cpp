@@ -3,6 +3,8 @@
 #include <chrono>
 
 #include "apps/ostra/output/progress.h"
+#include "apps/ostra/run/crash_guard.h"
+#include "apps/ostra/run/fenced_array.h"
 #include "ostra/object/class.h"
 
 OSTRA_UNIT("program_run");
@@ -14,7 +16,7 @@ constexpr Bool kDisableBarrier = false;
 }
 
 Result<ProgramRun> ProgramRun::Create(const RunPlan& plan, const Id& programClass, const Url& kernelFile) {
-  ProgramRun run(plan);
+  ProgramRun run(plan, programClass == kCpuProgramClass);
   OSTRA_ASSIGN_OR_RETURN(run._program, CreateObject<ParallelProgramInterface>(programClass));
   OSTRA_RETURN_IF_ERROR(run._program->Init(Url(), nullptr, 0, programClass == kGpuProgramClass));
   OSTRA_RETURN_IF_ERROR(run._program->AddKernel("kernel"_iid, kernelFile, true));
@@ -26,11 +28,28 @@ Result<ProgramRun> ProgramRun::Create(const RunPlan& plan, const Id& programClas
 
 Result<void> ProgramRun::StoreBuffers() {
   for (const PlannedBuffer& buffer : _plan->buffers) {
-    GenericBaseArray copy;
-    OSTRA_RETURN_IF_ERROR(copy.CopyFrom(buffer.start));
-    OSTRA_RETURN_IF_ERROR(_program->StoreUniformBufferData(buffer.name, buffer.elementType, std::move(copy)));
+    OSTRA_RETURN_IF_ERROR(StoreBuffer(buffer));
     OSTRA_RETURN_IF_ERROR(_program->SetBufferToActiveKernelSameId(buffer.name));
   }
+  return OK;
+}
+
+Result<void> ProgramRun::StoreBuffer(const PlannedBuffer& buffer) {
+  if (!_hasFences || !buffer.elementType.IsPlain() || buffer.start.GetCount() == 0) {
+    GenericBaseArray copy;
+    OSTRA_RETURN_IF_ERROR(copy.CopyFrom(buffer.start));
+    return _program->StoreUniformBufferData(buffer.name, buffer.elementType, std::move(copy));
+  }
+  OSTRA_ASSIGN_OR_RETURN(StrongRef<ArrayInterface> elements, FencedArray::Create(buffer.start));
+  _fencedBuffers.push_back(std::make_unique<Array<Generic>>(std::move(elements)));
+  OSTRA_ASSIGN_OR_RETURN(const Data link, Data::Create(_fencedBuffers.back().get()));
+  return _program->SetGlobalBufferLink(buffer.name, link);
+}
+
+Result<void> ProgramRun::CheckBufferEnds() const {
+  for (const auto& buffer : _fencedBuffers)
+    if (!static_cast<const FencedArray&>(*buffer->GetReference()).AreMarginsWhole())
+      return OSTRA_ILLEGAL_STATE("@", kOutsideOfBuffers);
   return OK;
 }
 

@@ -1,6 +1,8 @@
 // Carries a plan out on a parallel program.
 #pragma once
 
+#include <memory>
+
 #include "apps/ostra/run/run_plan.h"
 #include "parallelprogram/program/parallel_program.h"
 
@@ -17,17 +19,25 @@ class ProgramRun {
   // milliseconds. Shows progress on a terminal.
   Result<Float64> Run(Int iterations);
 
+  // Error: illegal state when a kernel wrote close to a buffer; farther away it is a fault at
+  // once. CPU only.
+  Result<void> CheckBufferEnds() const;
+
   // The elements that the kernel sees under this name after the last dispatch.
   Result<Array<Generic>> GetBuffer(InternedId name) const;
   Result<UInt32> GetCounter(InternedId name) const { return _program->GetAtomicCounter(name); }
 
  private:
-  explicit ProgramRun(const RunPlan& plan) : _plan(&plan) {}
+  ProgramRun(const RunPlan& plan, Bool hasFences) : _plan(&plan), _hasFences(hasFences) {}
+  Result<void> StoreBuffer(const PlannedBuffer& buffer);
   Result<void> StoreBuffers();
   Result<void> StoreTextures();
   Result<void> SetValues();
 
   const RunPlan* _plan;
+  Bool _hasFences;
+  // Buffers with fences, which the program only links.
+  std::vector<std::unique_ptr<Array<Generic>>> _fencedBuffers;
   ParallelProgramRef _program;
 };
 

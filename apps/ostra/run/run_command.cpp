@@ -1,8 +1,11 @@
 #include "apps/ostra/run/run_command.h"
 
+#include <memory>
+
 #include "apps/ostra/kernels/kernel_cache.h"
 #include "apps/ostra/output/standard_output.h"
 #include "apps/ostra/run/compare_runs.h"
+#include "apps/ostra/run/crash_guard.h"
 #include "apps/ostra/run/program_run.h"
 #include "apps/ostra/run/run_report.h"
 #include "apps/ostra/start_host.h"
@@ -50,7 +53,12 @@ Result<RunReport> Execute(const RunOptions& options, const RunPlan& plan) {
   const Id& firstClass = options.backend == Backend::Gpu ? kGpuProgramClass : kCpuProgramClass;
   OSTRA_ASSIGN_OR_RETURN(ProgramRun run, ProgramRun::Create(plan, firstClass, options.kernelFile));
   RunReport report;
-  OSTRA_ASSIGN_OR_RETURN(report.milliseconds, Repeat(options, run));
+  {
+    // Drivers of GPUs are no business of the guard.
+    const auto guard = options.backend == Backend::Gpu ? nullptr : std::make_unique<CrashGuard>(options.isChecked);
+    OSTRA_ASSIGN_OR_RETURN(report.milliseconds, Repeat(options, run));
+    OSTRA_RETURN_IF_ERROR(run.CheckBufferEnds());
+  }
   if (options.backend == Backend::Both) {
     OSTRA_ASSIGN_OR_RETURN(ProgramRun gpuRun, ProgramRun::Create(plan, kGpuProgramClass, options.kernelFile));
     OSTRA_ASSIGN_OR_RETURN(report.gpuMilliseconds, Repeat(options, gpuRun));
@@ -70,8 +78,8 @@ Result<RunReport> Execute(const RunOptions& options, const RunPlan& plan) {
 Result<void> Run(const RunOptions& options, std::span<const char* const> arguments) {
   OSTRA_ASSIGN_OR_RETURN(Host host, StartHost(arguments));
   if (options.backend != Backend::Cpu) OSTRA_RETURN_IF_ERROR(StartGpu(host));
-  OSTRA_ASSIGN_OR_RETURN(const KernelModule module,
-                         MakeKernelModule({options.kernelFile, options.cacheFolder, options.isFast}));
+  OSTRA_ASSIGN_OR_RETURN(const KernelModule module, MakeKernelModule({options.kernelFile, options.cacheFolder,
+                                                                      options.isFast, options.isChecked}));
   OSTRA_RETURN_IF_ERROR(host.LoadModule(module.path));
   OSTRA_ASSIGN_OR_RETURN(const KernelParameters parameters, KernelParameters::Read(module.classId));
   OSTRA_ASSIGN_OR_RETURN(const RunPlan plan, MakeRunPlan(options, parameters));

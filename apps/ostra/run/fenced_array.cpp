@@ -1,0 +1,82 @@
+#include "apps/ostra/run/fenced_array.h"
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include "ostra/core/format.h"
+
+OSTRA_UNIT("fenced_array");
+
+namespace ostra::tool {
+
+namespace {
+
+// Address space only. Kernels that are told a wrong width or count mostly end up within it.
+constexpr Int kFenceSize = Int(256) << 20;
+constexpr Int kAlignment = 64;
+
+Int RoundUp(Int size, Int unit) { return (size + unit - 1) / unit * unit; }
+
+// Bytes that no likely element repeats.
+Byte GetMarginByte(Int i) { return static_cast<Byte>(0xA5 ^ (i * 167)); }
+
+}  // namespace
+
+template <class Visit>
+void FencedArray::VisitMargins(Visit&& visit) const {
+  const auto visitAll = [&](Byte* begin, const Byte* end) {
+    for (Byte* at = begin; at < end; ++at) visit(*at, GetMarginByte(at - _memory));
+  };
+  visitAll(_memory + kFenceSize, _first);
+  visitAll(_first + _count * _type.GetSize(), _memory + _memorySize - kFenceSize);
+}
+
+Result<StrongRef<ArrayInterface>> FencedArray::Create(const GenericBaseArray& elements) {
+  const DataType type = elements.GetElementType();
+  const Int size = elements.GetCount() * type.GetSize();
+  const Int usedSize = RoundUp(size, sysconf(_SC_PAGESIZE)), memorySize = usedSize + 2 * kFenceSize;
+  void* memory = mmap(nullptr, static_cast<std::size_t>(memorySize), PROT_NONE,
+                      MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  if (memory == MAP_FAILED) return OSTRA_OUT_OF_MEMORY();
+  Byte* used = static_cast<Byte*>(memory) + kFenceSize;
+  FencedArray* array = nullptr;
+  if (mprotect(used, static_cast<std::size_t>(usedSize), PROT_READ | PROT_WRITE) == 0)
+    array = NewObj<FencedArray>(type, elements.GetCount(), static_cast<Byte*>(memory), memorySize);
+  if (!array) {
+    munmap(memory, static_cast<std::size_t>(memorySize));
+    return OSTRA_OUT_OF_MEMORY();
+  }
+  if (size > 0) MemCopy(array->_first, elements.GetBlock().GetFirst(), size);
+  array->VisitMargins([](Byte& byte, Byte expected) { byte = expected; });
+  return StrongRef<ArrayInterface>::Adopt(array);
+}
+
+FencedArray::FencedArray(DataType type, Int count, Byte* memory, Int memorySize)
+    : _type(type), _count(count), _memory(memory), _memorySize(memorySize) {
+  _first = memory + memorySize - kFenceSize - RoundUp(count * type.GetSize(), kAlignment);
+}
+
+FencedArray::~FencedArray() { munmap(_memory, static_cast<std::size_t>(_memorySize)); }
+
+Block<Generic> FencedArray::GetBlock(Int index) const {
+  return {reinterpret_cast<Generic*>(_first + index * _type.GetSize()), _count - index, _type.GetSize()};
+}
+
+Result<void> FencedArray::Resize(Int, ResizeFlags) {
+  return OSTRA_NOT_IMPLEMENTED("An array with fences keeps its @ elements.", _count);
+}
+
+Result<StrongRef<ArrayInterface>> FencedArray::Clone() const {
+  const Block<Generic> block = GetBlock(0);
+  OSTRA_ASSIGN_OR_RETURN(const Array<Generic> copy,
+                         NewBaseArray(_type, {block.GetFirst(), block.GetCount(), block.GetStride()}));
+  return copy.GetReference();
+}
+
+Bool FencedArray::AreMarginsWhole() const {
+  Bool isWhole = true;
+  VisitMargins([&](const Byte& byte, Byte expected) { isWhole = isWhole && byte == expected; });
+  return isWhole;
+}
+
+}  // namespace ostra::tool

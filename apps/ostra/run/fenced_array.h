@@ -1,0 +1,41 @@
+// An array with fences: memory that nobody can touch before its first element and behind its last one, so that reading
+// or writing there is a fault at once. Fences are whole pages; what remains of a page before the elements, and up to 63
+// bytes behind them, are known bytes, which show afterwards whether somebody wrote there.
+#pragma once
+
+#include "ostra/core/array.h"
+
+namespace ostra::tool {
+
+class FencedArray final : public ArrayInterface {
+ public:
+  // Copies of elements of a plain type. Error: out of memory.
+  static Result<StrongRef<ArrayInterface>> Create(const GenericBaseArray& elements);
+  // Takes over `memory`; Create calls it.
+  FencedArray(DataType type, Int count, Byte* memory, Int memorySize);
+  ~FencedArray() override;
+
+  DataType GetElementType() const override { return _type; }
+  Int GetCount() const override { return _count; }
+  Block<Generic> GetBlock(Int index) const override;
+  // Not implemented: the fence stays where it is.
+  Result<void> Resize(Int count, ResizeFlags flags) override;
+  // A copy without a fence.
+  Result<StrongRef<ArrayInterface>> Clone() const override;
+
+  // Whether the bytes between the elements and the fences are what they were.
+  Bool AreMarginsWhole() const;
+
+ private:
+  // Calls visit(byte, what it should be) for every byte of the margins.
+  template <class Visit>
+  void VisitMargins(Visit&& visit) const;
+
+  DataType _type;
+  Int _count;
+  Byte* _memory;  // everything, the fences included
+  Int _memorySize;
+  Byte* _first;  // element
+};
+
+}  // namespace ostra::tool

@@ -1,0 +1,128 @@
+// Kernels that leave their buffers, and options that would change nothing or lose a result: one line, and no file.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "tests/support/result_matchers.h"
+#include "tests/tool/temporary_folder.h"
+#include "tests/tool/tool_process.h"
+
+namespace ostra {
+namespace {
+
+using testing::EndsWith;
+using testing::HasSubstr;
+
+constexpr int kDone = 0, kFailed = 1, kBadUsage = 2;
+constexpr const char* kOutside =
+    "ostra: the kernel reads or writes outside of its buffers; run it with --checked to see where\n";
+
+class RunGuardTest : public testing::Test {
+ protected:
+  ToolResult Run(const std::string& kernel, std::vector<std::string> options) {
+    options.insert(options.begin(), {"run", GetTestKernel(kernel)});
+    return RunTool(options);
+  }
+  // Two elements, from `first` on `count` of which are written.
+  ToolResult Fill(const std::string& first, const std::string& count, const std::vector<std::string>& more = {}) {
+    std::vector<std::string> options = {"--in",  "target=ones:2",  "--set", "first=" + first,
+                                        "--set", "count=" + count, "--out", "target=" + _folder / "out.csv"};
+    options.insert(options.end(), more.begin(), more.end());
+    if (std::find(more.begin(), more.end(), "divisor=0") == more.end())
+      options.insert(options.end(), {"--set", "divisor=1"});
+    return Run("net.example.fill.krn", options);
+  }
+  void ExpectOneLine(const ToolResult& result, int exitStatus) {
+    EXPECT_EQ(result.exitStatus, exitStatus) << result.errors;
+    EXPECT_EQ(std::count(result.errors.begin(), result.errors.end(), '\n'), 1) << result.errors;
+    EXPECT_EQ(result.output, "");
+    EXPECT_FALSE(std::filesystem::exists(_folder / "out.csv"));
+  }
+  void ExpectOutside(const ToolResult& result) {
+    ExpectOneLine(result, kFailed);
+    EXPECT_EQ(result.errors, kOutside);
+  }
+
+  TemporaryFolder _folder;
+};
+
+TEST_F(RunGuardTest, AKernelThatStaysInItsBuffersRuns) {
+  for (const std::vector<std::string>& more : {std::vector<std::string>{}, {"--checked"}}) {
+    const ToolResult result = Fill("0", "2", more);
+    EXPECT_EQ(result.exitStatus, kDone) << result.errors;
+    EXPECT_EQ(result.errors, "");
+    EXPECT_EQ(_folder.Read("out.csv"), "7\n7\n");
+  }
+}
+
+TEST_F(RunGuardTest, ElementsWrittenRightBehindTheEndAreFound) {
+  ExpectOutside(Fill("0", "3"));
+  ExpectOutside(Fill("15", "1"));
+  ExpectOutside(Fill("2", "1", {"--repeat", "3", "--iterations", "2"}));
+}
+
+TEST_F(RunGuardTest, WhatIsFarOutsideEndsTheRunWithALine) {
+#ifdef OSTRA_SANITIZED
+  GTEST_SKIP() << "sanitizers handle faults themselves";
+#endif
+  ExpectOutside(Fill("0", "17"));
+  ExpectOutside(Fill("16", "1"));
+  ExpectOutside(Fill("60000000", "1"));
+  ExpectOutside(Fill("-15", "1"));
+  ExpectOutside(Fill("-60000000", "1"));
+  const ToolResult zero = Fill("0", "2", {"--set", "divisor=0"});
+  ExpectOneLine(zero, kFailed);
+  EXPECT_EQ(zero.errors, "ostra: the kernel divides a whole number by zero\n");
+}
+
+TEST_F(RunGuardTest, ReadingBehindTheEndIsFoundToo) {
+#ifdef OSTRA_SANITIZED
+  GTEST_SKIP() << "sanitizers handle faults themselves";
+#endif
+  ExpectOutside(Run("net.example.step.krn", {"--in", "now=ones:16", "--in", "next=zeros:1000", "--size", "1000",
+                                             "--set", "width=1000", "--out", "next=" + _folder / "out.csv"}));
+}
+
+TEST_F(RunGuardTest, ACheckedKernelNamesLineIndexAndBuffer) {
+  const ToolResult behind = Fill("0", "3", {"--checked"});
+  ExpectOneLine(behind, kFailed);
+  EXPECT_THAT(behind.errors, EndsWith("net.example.fill.krn:16: error: index 2 is outside the 2 elements of the buffer "
+                                      "\"target\"\n"));
+  EXPECT_THAT(Fill("-1", "1", {"--checked"}).errors, HasSubstr("index -1 is outside the 2 elements"));
+}
+
+TEST_F(RunGuardTest, SeveralThreadsThatFailSayOneLine) {
+  ExpectOneLine(Run("net.example.step.krn", {"--checked", "--in", "now=ones:16", "--size", "100000", "--set", "width=5",
+                                             "--in", "next=zeros:100000", "--out", "next=" + _folder / "out.csv"}),
+                kFailed);
+}
+
+TEST_F(RunGuardTest, ACheckedKernelIsKeptBesideTheOther) {
+  const std::string cache = _folder / "cache";
+  const auto isCompiled = [&](const std::vector<std::string>& flags) {
+    std::vector<std::string> more = {"--cache-dir", cache, "--json"};
+    more.insert(more.end(), flags.begin(), flags.end());
+    return Fill("0", "1", more).output;
+  };
+  const auto first = isCompiled({}), checked = isCompiled({"--checked"});
+  EXPECT_THAT(first, HasSubstr("\"compiled\": true"));
+  EXPECT_THAT(checked, HasSubstr("\"compiled\": true"));
+  EXPECT_THAT(isCompiled({}), HasSubstr("\"compiled\": false"));
+  EXPECT_THAT(isCompiled({"--checked"}), HasSubstr("\"compiled\": false"));
+}
+
+TEST_F(RunGuardTest, ChecksNeedTheCpu) {
+  const ToolResult result = Fill("0", "1", {"--checked", "--backend", "gpu"});
+  ExpectOneLine(result, kBadUsage);
+  EXPECT_THAT(result.errors, HasSubstr("--checked: kernels are checked on the CPU only"));
+}
+
+TEST_F(RunGuardTest, ExchangesNeedSeveralDispatches) {
+  const ToolResult result = Fill("0", "1", {"--swap", "target,target"});
+  ExpectOneLine(result, kBadUsage);
+  EXPECT_THAT(result.errors, HasSubstr("--swap requires --iterations"));
+}
+
+}  // namespace
+}  // namespace ostra
