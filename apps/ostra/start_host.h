@@ -11,8 +11,8 @@ namespace ostra::tool {
 // with the nearest one; those of Host::Create and Host::LoadModule.
 Result<Host> StartHost(std::span<const char* const> arguments);
 
-// Loads the backend that GPU programs run on, and finds out whether it has a device. Error: illegal state that offers the
-// CPU.
+// Loads the backend that GPU programs run on, and finds out whether it has a device. Error: illegal state that offers
+// the CPU.
 Result<void> StartGpu(Host& host);
 
 }  // namespace ostra::tool
