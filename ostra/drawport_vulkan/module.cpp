@@ -1,8 +1,9 @@
-// The descriptor of the module: the cache and the selector test of the backend.
+// The descriptor of the module: the cache, the selector test and the device list of the backend.
 #include <array>
 
 #include "ostra/drawport/selector_test.h"
 #include "ostra/drawport_vulkan/cache_items.h"
+#include "ostra/drawport_vulkan/device_list.h"
 #include "ostra/object/registration.h"
 
 namespace ostra {
@@ -14,11 +15,19 @@ class SelectorTest final : public Component<SelectorTest, DrawportSelectorTestIn
   Bool IsSupported() const override { return vulkan::Driver::Get().IsOk(); }
 };
 
+class DeviceList final : public Component<DeviceList, DrawportDeviceListInterface> {
+ public:
+  static constexpr const char* kComponentName = "VulkanDeviceList";
+  Result<BaseArray<DrawportDeviceInformation>> GetDevices() const override { return vulkan::ListDevices(); }
+};
+
 Result<void> EnterBackend(ModuleDescriptor& module) {
   OSTRA_ASSIGN_OR_RETURN(ClassRef cache, Class::Create<vulkan::Cache>("net.ostra.drawport.cache.vulkan"_id));
   OSTRA_RETURN_IF_ERROR(RegisterClass(module, cache));
   OSTRA_ASSIGN_OR_RETURN(ClassRef test, Class::Create<SelectorTest>("net.ostra.drawport.selectortestclass.vulkan"_id));
-  return RegisterClass(module, test);
+  OSTRA_RETURN_IF_ERROR(RegisterClass(module, test));
+  OSTRA_ASSIGN_OR_RETURN(ClassRef devices, Class::Create<DeviceList>("net.ostra.drawport.devicelist.vulkan"_id));
+  return RegisterClass(module, devices);
 }
 
 constexpr std::array kFrameworks = {"net.ostra.core.framework"_id, "net.ostra.image.framework"_id,

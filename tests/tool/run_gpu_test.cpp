@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <nlohmann/json.hpp>
 
 #include "tests/tool/temporary_folder.h"
@@ -66,6 +67,41 @@ TEST(RunGpuTest, AKernelThatIsNoShaderSaysWhere) {
   ASSERT_EQ(gpu.exitStatus, 1);
   if (gpu.errors.find("--backend cpu") != std::string::npos) GTEST_SKIP() << "There is no GPU device on this machine.";
   EXPECT_THAT(gpu.errors, HasSubstr("net.example.scale.krn:"));
+}
+
+TEST(InfoGpuTest, EveryDeviceIsListedWithWhatItCanDoOrTheReasonWhyThereIsNone) {
+  const ToolResult table = RunTool({"info"});
+  ASSERT_EQ(table.exitStatus, 0) << table.errors;
+  const ToolResult result = RunTool({"info", "--json"});
+  ASSERT_EQ(result.exitStatus, 0) << result.errors;
+  const json information = json::parse(result.output);
+  const json& devices = information.at("devices");
+  if (devices.empty()) {
+    const auto reason = information.at("noDevice").get<std::string>();
+    EXPECT_NE(reason, "");
+    EXPECT_THAT(table.output, HasSubstr("  no device: " + reason + "\n"));
+    GTEST_SKIP() << "There is no GPU device on this machine: " << reason;
+  }
+  EXPECT_EQ(information.at("noDevice"), "");
+  for (const json& device : devices) {
+    EXPECT_THAT(table.output, HasSubstr(device.at("name").get<std::string>()));
+    EXPECT_THAT(device.at("kind"), testing::AnyOf("discrete", "integrated", "virtual", "other", "software"));
+    EXPECT_EQ(device.at("backend"), "Vulkan");
+    EXPECT_GT(device.at("memory").at("total").get<Int64>(), 0);
+    EXPECT_THAT(device.at("features"), testing::Contains("compute shaders"));
+    // Floats and bytes with four channels can be sampled everywhere.
+    EXPECT_GE(device.at("formats").at("sampled").get<Int>(), 2);
+    EXPECT_LE(device.at("formats").at("shaderReadWrite"), 26);
+  }
+}
+
+TEST(InfoGpuTest, WithoutADriverTheReasonIsOneLine) {
+  // The tool inherits the environment; both names, as loaders of either age read them.
+  for (const char* name : {"VK_DRIVER_FILES", "VK_ICD_FILENAMES"}) ASSERT_EQ(setenv(name, "/nonexistent.json", 1), 0);
+  const ToolResult result = RunTool({"info"});
+  for (const char* name : {"VK_DRIVER_FILES", "VK_ICD_FILENAMES"}) ASSERT_EQ(unsetenv(name), 0);
+  ASSERT_EQ(result.exitStatus, 0) << result.errors;
+  EXPECT_THAT(result.output, HasSubstr("GPU devices\n  no device: "));
 }
 
 TEST(RunGpuTest, AnUnknownBackendIsWrongUsage) {

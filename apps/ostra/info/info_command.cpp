@@ -8,6 +8,7 @@
 #include "apps/ostra/output/table.h"
 #include "apps/ostra/start_host.h"
 #include "ostra/config/configuration.h"
+#include "ostra/drawport/device_list.h"
 #include "ostra/jobs/worker_threads.h"
 #include "ostra/object/class.h"
 #include "ostra/object/registration.h"
@@ -29,10 +30,23 @@ struct Information {
   BaseArray<Id> interfaces;
   BaseArray<ConfigurationInformation> variables;
   Int threadCount = 0;
+  BaseArray<DrawportDeviceInformation> devices;
+  std::string noDevice;  // why there is none
 };
 
-Result<Information> Collect() {
+// A machine without a GPU is no failure: the reason is what the user wants to know.
+void CollectDevices(Host& host, Information& information) {
+  auto loaded = host.LoadModule("drawport_vulkan");
+  auto devices = loaded ? GetDrawportDevices() : Result<BaseArray<DrawportDeviceInformation>>(loaded.TakeError());
+  if (devices)
+    information.devices = std::move(devices).GetValue();
+  else
+    information.noDevice = TextOf(devices.GetError().GetMessage().GetView());
+}
+
+Result<Information> Collect(Host& host) {
   Information information;
+  CollectDevices(host, information);
   OSTRA_ASSIGN_OR_RETURN(information.modules, ModuleLoader::GetModules());
   OSTRA_ASSIGN_OR_RETURN(information.classes, ClassRegistry::GetClasses().GetIds());
   OSTRA_ASSIGN_OR_RETURN(const ClassRegistry& kernelClasses, ClassRegistry::Find(kKernelClassRegistry));
@@ -49,6 +63,38 @@ std::string FormatIds(const char* title, const BaseArray<Id>& ids) {
   return text;
 }
 
+std::string FormatSize(Int64 bytes) {
+  return bytes < 0 ? std::string("unknown") : std::to_string(bytes >> 20) + " MiB";
+}
+
+std::string ListFeatures(const DrawportDeviceInformation& device) {
+  std::string text;
+  for (const DrawportFeature feature : device.features)
+    text += (text.empty() ? "" : ", ") + TextOf(GetDrawportFeatureText(feature));
+  return text.empty() ? "none" : text;
+}
+
+std::string FormatFormats(const DrawportFormatCounts& formats) {
+  return std::to_string(formats.sampled) + " of " + std::to_string(kPixelFormatCount) + " sampled, " +
+         std::to_string(formats.filtered) + " filtered, " + std::to_string(formats.shaderReadWrite) +
+         " read and written by kernels";
+}
+
+std::string FormatDevices(const Information& information) {
+  std::string text = "\nGPU devices\n";
+  if (information.devices.IsEmpty()) return text + "  no device: " + information.noDevice + "\n";
+  for (Int i = 0; i < information.devices.GetCount(); ++i) {
+    const DrawportDeviceInformation& device = information.devices[i];
+    text += "  " + std::to_string(i) + "  " + TextOf(device.name) + "\n";
+    text += FormatTable(
+        {{"     kind", TextOf(device.kind) + ", " + TextOf(device.backend.GetView()) + " " + TextOf(device.apiVersion)},
+         {"     memory", FormatSize(device.memory.total) + ", " + FormatSize(device.memory.available) + " available"},
+         {"     features", ListFeatures(device)},
+         {"     formats", FormatFormats(device.formats)}});
+  }
+  return text;
+}
+
 std::string FormatTables(const Information& information) {
   std::string text = "threads  " + std::to_string(information.threadCount) + "\n\nmodules\n";
   Rows modules, variables;
@@ -57,6 +103,7 @@ std::string FormatTables(const Information& information) {
   text += FormatTable(modules);
   text += FormatIds("classes", information.classes) + FormatIds("kernel classes", information.kernelClasses) +
           FormatIds("interfaces", information.interfaces);
+  text += FormatDevices(information);
   text += "\nconfiguration\n";
   for (const ConfigurationInformation& variable : information.variables)
     variables.push_back({"  " + TextOf(variable.name), variable.value ? "true" : "false",
@@ -67,6 +114,25 @@ std::string FormatTables(const Information& information) {
 Json ListIds(const BaseArray<Id>& ids) {
   Json list = Json::array();
   for (const Id& id : ids) list.push_back(TextOf(id.GetView()));
+  return list;
+}
+
+Json ListDevices(const BaseArray<DrawportDeviceInformation>& devices) {
+  Json list = Json::array();
+  for (const DrawportDeviceInformation& device : devices) {
+    Json features = Json::array();
+    for (const DrawportFeature feature : device.features) features.push_back(TextOf(GetDrawportFeatureText(feature)));
+    list.push_back({{"name", TextOf(device.name)},
+                    {"kind", TextOf(device.kind)},
+                    {"backend", TextOf(device.backend.GetView())},
+                    {"apiVersion", TextOf(device.apiVersion)},
+                    {"memory", {{"total", device.memory.total}, {"available", device.memory.available}}},
+                    {"features", features},
+                    {"formats",
+                     {{"sampled", device.formats.sampled},
+                      {"filtered", device.formats.filtered},
+                      {"shaderReadWrite", device.formats.shaderReadWrite}}}});
+  }
   return list;
 }
 
@@ -81,6 +147,8 @@ std::string FormatJson(const Information& information) {
                          {"configured", variable.state == ConfigState::Configured},
                          {"help", TextOf(variable.help)}});
   const Json json = {{"threads", information.threadCount},
+                     {"devices", ListDevices(information.devices)},
+                     {"noDevice", information.noDevice},
                      {"modules", modules},
                      {"classes", ListIds(information.classes)},
                      {"kernelClasses", ListIds(information.kernelClasses)},
@@ -92,8 +160,8 @@ std::string FormatJson(const Information& information) {
 }  // namespace
 
 Result<void> ShowInfo(Bool isJson, std::span<const char* const> arguments) {
-  OSTRA_ASSIGN_OR_RETURN(const Host host, StartHost(arguments));
-  OSTRA_ASSIGN_OR_RETURN(const Information information, Collect());
+  OSTRA_ASSIGN_OR_RETURN(Host host, StartHost(arguments));
+  OSTRA_ASSIGN_OR_RETURN(const Information information, Collect(host));
   return WriteOutput(isJson ? FormatJson(information) : FormatTables(information));
 }
 

@@ -1,0 +1,56 @@
+// The devices that a backend can use, for people who want to know before they choose one.
+//
+//   OSTRA_ASSIGN_OR_RETURN(const BaseArray<DrawportDeviceInformation> devices, GetDrawportDevices());
+//   for (const DrawportDeviceInformation& device : devices) Show(device.name, device.memory.total);
+#pragma once
+
+#include "ostra/core/base_array.h"
+#include "ostra/core/string.h"
+#include "ostra/drawport/context.h"
+#include "ostra/object/interface.h"
+
+namespace ostra {
+
+// Pixel formats of the tables in ostra/image that textures can have on a device, by what can be done with them.
+struct DrawportFormatCounts {
+  Int sampled = 0;
+  Int filtered = 0;
+  Int shaderReadWrite = 0;
+};
+
+struct DrawportDeviceInformation {
+  Id backend;  // type of the cache, such as "Vulkan"
+  String name;
+  String kind;        // "discrete", "integrated", "virtual", "other" or "software"
+  String apiVersion;  // "1.3"
+  VideoMemoryBudget memory;
+  BaseArray<DrawportFeature> features;  // those that are there
+  DrawportFormatCounts formats;
+};
+
+// A backend NAME registers the class net.ostra.drawport.devicelist.NAME. Any thread.
+class DrawportDeviceListInterface : public ObjectInterface {
+ public:
+  static constexpr Id kInterfaceId = "net.ostra.drawport.interface.devicelist"_id;
+  // The usable devices; the place is the device index of contexts. Every device is started for it. Errors: illegal
+  // state without a driver or a usable device, with the reason; those of starting a device; out of memory.
+  virtual Result<BaseArray<DrawportDeviceInformation>> GetDevices() const = 0;
+};
+using DrawportDeviceListRef = StrongRef<DrawportDeviceListInterface>;
+
+inline constexpr std::string_view kDrawportDeviceListClassPrefix = "net.ostra.drawport.devicelist.";
+
+// The devices of the backends that are loaded, in the order in which GetDefaultDrawportCache tries them. Errors: that
+// of the last backend when none has a device; illegal state "There is no GPU backend." without any; out of memory.
+OSTRA_API Result<BaseArray<DrawportDeviceInformation>> GetDrawportDevices();
+
+// "compute shaders" and so on; never empty.
+OSTRA_API std::string_view GetDrawportFeatureText(DrawportFeature feature);
+
+// All features that a device may have, in the order of their numbers.
+inline constexpr DrawportFeature kAllDrawportFeatures[] = {
+    DrawportFeature::ComputeShader,  DrawportFeature::ShaderStorageBuffer, DrawportFeature::MultisampleTexture,
+    DrawportFeature::ImageLoadStore, DrawportFeature::AtomicOperations,    DrawportFeature::ShaderHalfFloat,
+};
+
+}  // namespace ostra

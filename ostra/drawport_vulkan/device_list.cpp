@@ -1,0 +1,71 @@
+#include "ostra/drawport_vulkan/device_list.h"
+
+#include "ostra/core/format.h"
+#include "ostra/drawport_vulkan/cache_items.h"
+#include "ostra/object/class.h"
+
+OSTRA_UNIT("drawport_vulkan");
+
+namespace ostra::vulkan {
+namespace {
+
+String GetKindText(DeviceKind kind) {
+  switch (kind) {
+    case DeviceKind::Discrete:
+      return "discrete"_s;
+    case DeviceKind::Integrated:
+      return "integrated"_s;
+    case DeviceKind::Virtual:
+      return "virtual"_s;
+    case DeviceKind::Software:
+      return "software"_s;
+    case DeviceKind::Other:
+      break;
+  }
+  return "other"_s;
+}
+
+DrawportFormatCounts CountFormats(const DrawportContextInterface& context) {
+  DrawportFormatCounts counts;
+  for (Int i = 0; i < kPixelFormatCount; ++i) {
+    const PixelFormatRef format = GetPixelFormats().GetFirst() + i;
+    const DrawportPixelFormatAccess access =
+        context.GetPixelFormatAccessFlags(format, format->valueClass == PixelValueClass::FloatingPoint);
+    counts.sampled += HasAccess(access, DrawportPixelFormatAccess::Sampled);
+    counts.filtered += HasAccess(access, DrawportPixelFormatAccess::Filtered);
+    counts.shaderReadWrite += HasAccess(access, DrawportPixelFormatAccess::ShaderReadWrite);
+  }
+  return counts;
+}
+
+Result<DrawportDeviceInformation> Describe(const DeviceSnapshot& snapshot, const DrawportContextInterface& context) {
+  DrawportDeviceInformation information;
+  information.backend = kDrawportTypeVulkan;
+  information.name = snapshot.name;
+  information.kind = GetKindText(snapshot.kind);
+  OSTRA_ASSIGN_OR_RETURN(information.apiVersion, Format("@.@", snapshot.majorVersion, snapshot.minorVersion));
+  information.memory = context.GetAvailableAndTotalVRAMBudget();
+  for (const DrawportFeature feature : kAllDrawportFeatures)
+    if (context.IsFeatureSupported(feature)) OSTRA_RETURN_IF_ERROR(information.features.Append(feature));
+  information.formats = CountFormats(context);
+  return information;
+}
+
+}  // namespace
+
+Result<BaseArray<DrawportDeviceInformation>> ListDevices() {
+  OSTRA_ASSIGN_OR_RETURN(const DriverRef driver, Driver::Get());
+  OSTRA_ASSIGN_OR_RETURN(const DrawportCacheRef cache,
+                         CreateObject<DrawportCacheInterface>("net.ostra.drawport.cache.vulkan"_id));
+  OSTRA_ASSIGN_OR_RETURN(const DrawportRef drawport, cache->AllocDrawport(kDrawportTypeVulkan, kDrawportSubtypeSystem));
+  BaseArray<DrawportDeviceInformation> devices;
+  for (Int i = 0; i < driver->GetDeviceCount(); ++i) {
+    OSTRA_ASSIGN_OR_RETURN(const DrawportContextRef context,
+                           drawport->CreateOffscreenRenderContext(false, static_cast<Int32>(i)));
+    OSTRA_ASSIGN_OR_RETURN(DrawportDeviceInformation device, Describe(driver->GetSnapshot(i), *context));
+    OSTRA_RETURN_IF_ERROR(devices.Append(std::move(device)));
+  }
+  return devices;
+}
+
+}  // namespace ostra::vulkan
