@@ -16,6 +16,8 @@ endforeach()
 install(FILES ${PROJECT_SOURCE_DIR}/ostra/shadercompiler/metal/metal_stdlib
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/ostra/shadercompiler/metal)
 
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/tests/install/outside DESTINATION ${CMAKE_INSTALL_DATADIR}/ostra/examples)
+
 set(package ${CMAKE_INSTALL_LIBDIR}/cmake/ostra)
 install(EXPORT ostraTargets NAMESPACE ostra:: DESTINATION ${package})
 configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/ostraConfig.cmake.in ${CMAKE_CURRENT_BINARY_DIR}/ostraConfig.cmake

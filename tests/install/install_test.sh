@@ -15,7 +15,8 @@ trap 'rm -rf "$work"' EXIT
 mv "$work/first place" "$work/tree"
 
 for file in include/ostra/host.h include/parallelprogram/program/parallel_program.h lib/ostra/modules/parallelprogram.so \
-    bin/ostra bin/ostra-kernelc share/ostra/kernels/net.ostra.kernels.blur5.krn; do
+    bin/ostra bin/ostra-kernelc share/ostra/kernels/net.ostra.kernels.blur5.krn \
+    share/ostra/examples/outside/CMakeLists.txt; do
   found=$(find "$work/tree" -path "*/${file#lib/}" -print -quit)
   [ -n "$found" ] || { echo "$file is not installed"; exit 1; }
 done
