@@ -135,6 +135,21 @@ TEST_F(IncludeTest, AnIncludeSectionMayStayOpenAndHoldOtherLines) {
   EXPECT_THAT(DefinesOf(parser), ElementsAre("#define B 1", "#define A 1"));
 }
 
+TEST_F(IncludeTest, ASectionMayOpenAgain) {
+  Write("b.h", "#define B 1\n");
+  Write("c.h", "#define C 1\n");
+  const std::string begin = "// INCLUDE_STRUCTS_BEGIN\n", end = "// INCLUDE_STRUCTS_END\n";
+  const ParserRef parser = ParseHeader(begin + "#include \"b.h\"\n" + end + begin + "#include \"c.h\"\n" + end);
+  EXPECT_THAT(DefinesOf(parser), ElementsAre("#define B 1", "#define C 1"));
+}
+
+TEST_F(IncludeTest, AGuardInsideOfTheSectionIsNone) {
+  Write("b.h", "#ifndef G\n#define G\n#define B 1\n#endif\n");
+  EXPECT_THAT(DefinesOf(ParseHeader("// INCLUDE_STRUCTS_BEGIN\n#ifndef G\n#define G\n#include \"b.h\"\n")),
+              ElementsAre("#define B 1"));
+  EXPECT_THAT(DefinesOf(ParseHeader("#ifndef G\n#define G\n// INCLUDE_STRUCTS_BEGIN\n#include \"b.h\"\n")), IsEmpty());
+}
+
 TEST_F(IncludeTest, CarriageReturnsHideIncludes) {
   Write("b.h", "#define B 1\r\n");
   // The section itself is not seen: the marker word has a carriage return.

@@ -177,6 +177,23 @@ TEST_F(InputDeclarationsTest, AStructEndsAtItsBrace) {
               ElementsAre("float32 a"));
 }
 
+TEST_F(InputDeclarationsTest, ABraceOnTheLineOfTheStructCountsInAddition) {
+  const std::string text = "struct KernelInput {\nFloat32 lost;\nFloat32 a;\n};\n";
+  EXPECT_THAT(Describe(Parse(text)->GetInputEntries()), IsEmpty());
+  EXPECT_THAT(Describe(Parse(text + "}\n")->GetInputEntries()), ElementsAre("float32 a"));
+}
+
+TEST_F(InputDeclarationsTest, TheTemplateArgumentReachesTextures) {
+  const ParseSettings settings{.templateArgument = "RGBA_F32"};
+  const ParserRef parser = Parse(MakeDefine("(TextureSampler_2D_TYPE_LINEAR) t"), settings);
+  EXPECT_THAT(Describe(parser->GetTextureEntries()), ElementsAre("6 net.ostra.image.pixelformat.rgba.f32 t linear"));
+}
+
+TEST_F(InputDeclarationsTest, ATextureOfAStageMayBeAnOutput) {
+  EXPECT_THAT(TexturesOf("(out TextureSampler_2D_RGBA_F32_LINEAR) t"),
+              ElementsAre("6 net.ostra.image.pixelformat.rgba.f32 t linear"));
+}
+
 TEST_F(InputDeclarationsTest, ADefineEndsAtAnEmptyLineOrTheKernel) {
   const ParserRef parser =
       Parse("#define KERNELINPUTS \\\n(Float32) a, \\\n \t\n(Float32) b;\nFP_KERNEL(K)\nx;\nFP_KERNEL_END\n");

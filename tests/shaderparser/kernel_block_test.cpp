@@ -206,6 +206,24 @@ TEST_F(KernelBlockTest, NoiseCallsAreCounted) {
   EXPECT_THAT(GetTexts(parser->GetGlobalCode()), ElementsAre("ADDNOISECALL(0)\n"));
 }
 
+TEST_F(KernelBlockTest, NoiseCallsOfFunctionsCountToo) {
+  const ParserRef parser = Parse("inline void F()\n{\nADDNOISECALL\n}\n");
+  EXPECT_EQ(parser->GetNoiseCallCount(), 1);
+  ASSERT_EQ(parser->GetFunctions().GetCount(), 1);
+  EXPECT_EQ(ToText(parser->GetFunctions()[0].body), "{\nADDNOISECALL\n}");
+}
+
+TEST_F(KernelBlockTest, ABraceOnTheLineOfAMethodCountsInAddition) {
+  EXPECT_EQ(KernelOf("OSTRA_METHOD Result<void> Kernel() {\nlost;\na;\n}\nb;\n}\nrest;\n"), "a;\n}\nb;");
+}
+
+TEST_F(KernelBlockTest, BracesThatAKernelLeavesOpenDoNotMatterAfterwards) {
+  const ParserRef parser = Parse("FP_KERNEL(K)\n{\n{\na;\nFP_KERNEL_END\ninline f()\n{\nb;\n}\n");
+  EXPECT_EQ(ToText(parser->GetKernelCode()), "{\n{\na;");
+  ASSERT_EQ(parser->GetFunctions().GetCount(), 1);
+  EXPECT_EQ(ToText(parser->GetFunctions()[0].body), "{\nb;\n}");
+}
+
 TEST_F(KernelBlockTest, CpuScopesNeverReachTheGpu) {
   EXPECT_EQ(KernelOf("FP_KERNEL(K)\na;\nCPU_SCOPE_START\n}}}\n\nFP_KERNEL_END\nCPU_SCOPE_END\nb;\nFP_KERNEL_END\n"),
             "a;\nb;");
