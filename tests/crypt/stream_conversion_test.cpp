@@ -34,6 +34,22 @@ class MissingFactory {
   ClassRef _class;
 };
 
+// A conversion that notes how many bytes each call brings.
+class CountingConversion final : public Component<CountingConversion, StreamConversionInterface> {
+ public:
+  static constexpr const char* kComponentName = "CountingConversion";
+  static inline std::vector<Int> sizes;
+
+  Result<void> Init(const DataDictionary&) final { return OK; }
+  Int GetBlockSize() const final { return 1; }
+  Int GetResultSize() const final { return 0; }
+  Result<void> Convert(Block<const Byte> source, Block<Byte>) final {
+    sizes.push_back(source.GetCount());
+    return OK;
+  }
+  Result<void> Finish(Block<Byte>) final { return OK; }
+};
+
 TEST(StreamConversionTest, TheRegistryHoldsExactlyTheKnownClasses) {
   const auto registry = ClassRegistry::Find("net.ostra.registry.streamconversions"_id);
   ASSERT_THAT(registry, IsOk());
@@ -43,6 +59,25 @@ TEST(StreamConversionTest, TheRegistryHoldsExactlyTheKnownClasses) {
               testing::ElementsAre("net.ostra.streamconversion.aes.decoder", "net.ostra.streamconversion.aes.encoder",
                                    "net.ostra.streamconversion.cryptokey", "net.ostra.streamconversion.hashhmac",
                                    "net.ostra.streamconversion.hashsha256"));
+}
+
+TEST(StreamConversionTest, StreamsAreFedInPiecesAndAShortRest) {
+  const Id id = "net.ostra.test.streamconversion.counting"_id;
+  const auto countingClass = Class::Create<CountingConversion>(id);
+  ASSERT_THAT(countingClass, IsOk());
+  auto registry = ClassRegistry::Find(kStreamConversionRegistry);
+  ASSERT_THAT(registry->Insert(*countingClass), IsOk());
+  CountingConversion::sizes.clear();
+  {
+    const auto conversion = CreateStreamConversion(id);
+    ASSERT_THAT(conversion, IsOk());
+    EXPECT_THAT(ConvertStream(**conversion, BytesOf(std::string(65537, 'x')), {}), IsOk());
+    EXPECT_THAT(CountingConversion::sizes, testing::ElementsAre(65536, 1));
+    CountingConversion::sizes.clear();
+    EXPECT_THAT(ConvertStream(**conversion, BytesOf(std::string(65536, 'x')), {}), IsOk());
+    EXPECT_THAT(CountingConversion::sizes, testing::ElementsAre(65536));
+  }
+  EXPECT_TRUE(registry->Erase(id));
 }
 
 TEST(StreamConversionTest, AMissingFactorySaysSo) {

@@ -68,5 +68,14 @@ TEST(TypeNamesTest, OtherTypesHaveTheNameOfTheCaller) {
   EXPECT_EQ(ShaderTypeName(DataType(), "none", kTargetGlsl).GetView(), "none");
 }
 
+TEST(TypeNamesTest, EveryNameOfTheListIsKnown) {
+  Int count = 0;
+  for (; !GetTypeName(count).empty(); ++count)
+    EXPECT_TRUE(DataTypeFromTypeName(GetTypeName(count)).IsPopulated()) << GetTypeName(count);
+  EXPECT_EQ(GetTypeName(0), "Float32");
+  EXPECT_GT(count, 30);
+  EXPECT_EQ(GetTypeName(count + 1), "");
+}
+
 }  // namespace
 }  // namespace ostra::test
