@@ -34,6 +34,9 @@ constexpr Workload kWorkloads[] = {
     {"tex3d_r32f_random", &bench::RunTextures},
     {"tex2d_srgb8_coherent", &bench::RunTextures},
     {"tex2d_srgb8_random", &bench::RunTextures},
+    {"upload", &bench::RunUpload},
+    {"readback", &bench::RunReadBack},
+    {"gpu_submit", &bench::RunGpuSubmit},
     {"decode", &bench::RunDecode},
     {"translate", &bench::RunTranslate},
 };
@@ -67,6 +70,9 @@ int Run(const Workload& workload, const bench::Options& options) {
   if (!host) return Fail(host.GetError());
   auto module = host->LoadModule("parallelprogram");
   if (!module) return Fail(module.GetError());
+  // Without a backend the workloads of the GPU say so.
+  auto backend = host->LoadModule("drawport_vulkan");
+  if (!backend) Fail(backend.GetError());
   auto application = host->RegisterApplication(GetApplication());
   if (!application) return Fail(application.GetError());
   try {

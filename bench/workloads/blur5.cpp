@@ -3,7 +3,7 @@
 #include <memory>
 #include <vector>
 
-#include "bench/program.h"
+#include "bench/gpu_program.h"
 #include "bench/workloads/styles.h"
 #include "bench/workloads/workloads.h"
 #include "ostra/math/data_types.h"
@@ -40,13 +40,15 @@ bool IsRight(const float* target) {
   return true;
 }
 
+ostra::Vector4d32 GetPixel(std::int64_t i) {
+  return {GetChannel(i * 4), GetChannel(i * 4 + 1), GetChannel(i * 4 + 2), GetChannel(i * 4 + 3)};
+}
+
 void AddProgram(Contest& contest, const char* name, const char* kernel) {
   using ostra::Vector4d32;
   auto program = std::make_shared<Program>(kernel);
   program->AddBuffer<float>("taps", 25, GetTap);
-  program->AddBuffer<Vector4d32>("source", kPixels, [](std::int64_t i) {
-    return Vector4d32(GetChannel(i * 4), GetChannel(i * 4 + 1), GetChannel(i * 4 + 2), GetChannel(i * 4 + 3));
-  });
+  program->AddBuffer<Vector4d32>("source", kPixels, GetPixel);
   const auto* target =
       program->AddBuffer<Vector4d32>("target", kPixels, [](std::int64_t) { return Vector4d32(0, 0, 0, 0); });
   program->SetUniform("width", kSize);
@@ -56,12 +58,25 @@ void AddProgram(Contest& contest, const char* name, const char* kernel) {
       name, [program] { return program->Dispatch(kSize, kSize); }, [target] { return IsRight(&target->x); });
 }
 
+void AddGpu(Contest& contest, const Options& options) {
+  using ostra::Vector4d32;
+  GpuWork work("net.ostra.kernels.blur5.krn", "target");
+  if (!work.Start(options)) return;
+  work.AddBuffer<float>("taps", 25, GetTap);
+  work.AddBuffer<Vector4d32>("source", kPixels, GetPixel);
+  work.AddBuffer<Vector4d32>("target", kPixels, [](std::int64_t) { return Vector4d32(0, 0, 0, 0); });
+  work.SetUniform("width", kSize);
+  work.SetUniform("height", kSize);
+  work.AddPeers(contest, kSize, kSize, [](const void* target) { return IsRight(static_cast<const float*>(target)); });
+}
+
 }  // namespace
 
 bool RunBlur5(const Options& options) {
   Contest contest("blur5", "2048^2", "throughput", "Mpixel/s");
   AddProgram(contest, "ours", "net.ostra.kernels.blur5.krn");
   AddProgram(contest, "ours-fast", "net.ostra.kernels.blur5.fast.krn");
+  AddGpu(contest, options);
   std::vector<float> taps(25), source(kPixels * 4), target(kPixels * 4);
   for (int i = 0; i < 25; ++i) taps[static_cast<std::size_t>(i)] = GetTap(i);
   for (std::int64_t i = 0; i < kPixels * 4; ++i) source[static_cast<std::size_t>(i)] = GetChannel(i);

@@ -1,7 +1,7 @@
 #include <memory>
 #include <vector>
 
-#include "bench/program.h"
+#include "bench/gpu_program.h"
 #include "bench/workloads/styles.h"
 #include "bench/workloads/workloads.h"
 
@@ -40,12 +40,27 @@ void AddProgram(Contest& contest, const char* name, const char* kernel) {
       name, [program] { return program->Dispatch(kSize, kSize); }, [steps] { return IsRight(steps); });
 }
 
+void AddGpu(Contest& contest, const Options& options) {
+  GpuWork work("net.ostra.kernels.mandelbrot.krn", "steps");
+  if (!work.Start(options)) return;
+  work.AddBuffer<ostra::UInt32>("steps", kPixels, [](std::int64_t) { return 0u; });
+  work.SetUniform("width", ostra::UInt32{kSize});
+  work.SetUniform("height", ostra::UInt32{kSize});
+  work.SetUniform("left", kPlane.left);
+  work.SetUniform("top", kPlane.top);
+  work.SetUniform("pixelSize", kPlane.pixel);
+  work.SetUniform("maximum", ostra::UInt32{kLimit});
+  work.AddPeers(contest, kSize, kSize,
+                [](const void* steps) { return IsRight(static_cast<const std::uint32_t*>(steps)); });
+}
+
 }  // namespace
 
 bool RunMandelbrot(const Options& options) {
   Contest contest("mandelbrot", "1024^2", "throughput", "Mpixel/s");
   AddProgram(contest, "ours", "net.ostra.kernels.mandelbrot.krn");
   AddProgram(contest, "ours-fast", "net.ostra.kernels.mandelbrot.fast.krn");
+  AddGpu(contest, options);
   std::vector<std::uint32_t> iterations(kPixels);
   for (const NamedStyle& style : kInlinedStyles) {
     contest.Add(

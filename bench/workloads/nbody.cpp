@@ -2,7 +2,7 @@
 #include <memory>
 #include <vector>
 
-#include "bench/program.h"
+#include "bench/gpu_program.h"
 #include "bench/workloads/styles.h"
 #include "bench/workloads/workloads.h"
 #include "ostra/math/data_types.h"
@@ -42,17 +42,18 @@ bool IsRight(const float* nextPositions) {
   return true;
 }
 
+ostra::Vector4d32 GetBody(std::int64_t i) {
+  return {GetPosition(i * 4), GetPosition(i * 4 + 1), GetPosition(i * 4 + 2), GetPosition(i * 4 + 3)};
+}
+ostra::Vector4d32 GetZero(std::int64_t) { return {0, 0, 0, 0}; }
+
 void AddProgram(Contest& contest, const char* name, const char* kernel) {
   using ostra::Vector4d32;
   auto program = std::make_shared<Program>(kernel);
-  auto position = [](std::int64_t i) {
-    return Vector4d32(GetPosition(i * 4), GetPosition(i * 4 + 1), GetPosition(i * 4 + 2), GetPosition(i * 4 + 3));
-  };
-  auto zero = [](std::int64_t) { return Vector4d32(0, 0, 0, 0); };
-  program->AddBuffer<Vector4d32>("positions", kCount, position);
-  program->AddBuffer<Vector4d32>("velocities", kCount, zero);
-  const auto* next = program->AddBuffer<Vector4d32>("nextPositions", kCount, zero);
-  program->AddBuffer<Vector4d32>("nextVelocities", kCount, zero);
+  program->AddBuffer<Vector4d32>("positions", kCount, GetBody);
+  program->AddBuffer<Vector4d32>("velocities", kCount, GetZero);
+  const auto* next = program->AddBuffer<Vector4d32>("nextPositions", kCount, GetZero);
+  program->AddBuffer<Vector4d32>("nextVelocities", kCount, GetZero);
   program->SetUniform("count", ostra::UInt32{kCount});
   program->SetUniform("softening", kSoftening);
   program->SetUniform("timeStep", kTimeStep);
@@ -61,12 +62,26 @@ void AddProgram(Contest& contest, const char* name, const char* kernel) {
       name, [program] { return program->Dispatch(kCount); }, [next] { return IsRight(&next->x); });
 }
 
+void AddGpu(Contest& contest, const Options& options) {
+  using ostra::Vector4d32;
+  GpuWork work("net.ostra.kernels.nbody.krn", "nextPositions");
+  if (!work.Start(options)) return;
+  work.AddBuffer<Vector4d32>("positions", kCount, GetBody);
+  for (const char* name : {"velocities", "nextPositions", "nextVelocities"})
+    work.AddBuffer<Vector4d32>(name, kCount, GetZero);
+  work.SetUniform("count", ostra::UInt32{kCount});
+  work.SetUniform("softening", kSoftening);
+  work.SetUniform("timeStep", kTimeStep);
+  work.AddPeers(contest, kCount, 1, [](const void* next) { return IsRight(static_cast<const float*>(next)); });
+}
+
 }  // namespace
 
 bool RunNBody(const Options& options) {
   Contest contest("nbody", "4096", "throughput", "Ginteraction/s");
   AddProgram(contest, "ours", "net.ostra.kernels.nbody.krn");
   AddProgram(contest, "ours-fast", "net.ostra.kernels.nbody.fast.krn");
+  AddGpu(contest, options);
   std::vector<float> positions(kCount * 4), velocities(kCount * 4), nextPositions(kCount * 4),
       nextVelocities(kCount * 4);
   for (int i = 0; i < kCount * 4; ++i) positions[static_cast<std::size_t>(i)] = GetPosition(i);

@@ -2,7 +2,7 @@
 #include <memory>
 #include <vector>
 
-#include "bench/program.h"
+#include "bench/gpu_program.h"
 #include "bench/workloads/styles.h"
 #include "bench/workloads/virtual_kernels.h"
 #include "bench/workloads/workloads.h"
@@ -51,6 +51,16 @@ void AddReference(Contest& contest, const NamedStyle& style) {
       [y] { return IsRight(y->data()); });
 }
 
+void AddGpu(Contest& contest, const Options& options) {
+  GpuWork work("net.ostra.kernels.saxpy.krn", "y");
+  if (!work.Start(options)) return;
+  work.AddBuffer<float>("x", kCount, GetX);
+  work.AddBuffer<float>("y", kCount, GetY);
+  work.SetUniform("a", kFactor);
+  work.SetUniform("count", static_cast<ostra::UInt32>(kCount));
+  work.AddPeers(contest, kCount, 1, [](const void* y) { return IsRight(static_cast<const float*>(y)); });
+}
+
 }  // namespace
 
 bool RunSaxpy(const Options& options) {
@@ -59,6 +69,7 @@ bool RunSaxpy(const Options& options) {
   AddProgram(contest, "ours-virtual", kVirtualSaxpy);
   for (const NamedStyle& style : kInlinedStyles) AddReference(contest, style);
   AddReference(contest, kVirtualStyle);
+  AddGpu(contest, options);
   return contest.Run(options, [](double seconds) { return 12.0 * kCount / seconds / 1e9; });
 }
 

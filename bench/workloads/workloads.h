@@ -13,6 +13,11 @@ bool RunNBody(const Options& options);
 bool RunDispatch(const Options& options);
 // All tex2d_ and tex3d_ workloads.
 bool RunTextures(const Options& options);
+// 256 MiB to the device and back, beside transfers written by hand.
+bool RunUpload(const Options& options);
+bool RunReadBack(const Options& options);
+// Empty work, from recording to its end.
+bool RunGpuSubmit(const Options& options);
 // An encoded container beside libcrypto's own calls.
 bool RunDecode(const Options& options);
 // A kernel file with three headers through the shader parser.

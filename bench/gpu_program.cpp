@@ -1,0 +1,86 @@
+#include "bench/gpu_program.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+
+#include "ostra/drawport/device_list.h"
+
+namespace bench {
+
+using namespace ostra;
+
+namespace {
+
+std::filesystem::path GetProgramFolder() { return std::filesystem::read_symlink("/proc/self/exe").parent_path(); }
+
+bool IsWanted(const Options& options) {
+  return options.peers.empty() || std::ranges::any_of(options.peers, [](const std::string& peer) {
+           return peer == "ours-gpu" || peer.starts_with("vulkan");
+         });
+}
+
+}  // namespace
+
+std::string FindGpu(const Options& options) {
+  if (!IsWanted(options)) return {};
+  const auto devices = GetDrawportDevices();
+  if (devices && devices->IsPopulated()) return std::string((*devices)[0].name.GetView());
+  std::fprintf(stderr, "%s: the GPU is skipped: %s\n", options.workload.c_str(),
+               devices ? "There is no device." : std::string(devices.GetError().GetMessage().GetView()).c_str());
+  return {};
+}
+
+std::string GetKernelPath(const char* kernel) { return (GetProgramFolder() / "shaders" / kernel).string(); }
+
+ParallelProgramRef MakeGpuProgram(const char* kernel) {
+  ParallelProgramRef program = Need(CreateObject<ParallelProgramInterface>(kGpuProgramClass));
+  Need(program->Init(Need(Url::Create(GetProgramFolder().string())), nullptr, 0, true));
+  Need(program->AddKernel("kernel"_iid, Need(Url::Create(std::string("relative://") + kernel)), true));
+  return program;
+}
+
+std::vector<std::uint8_t> ReadBuffer(ParallelProgramInterface& program, const std::string& name) {
+  const Data data = Need(program.GetGlobalBufferData(Need(InternedId::Create(name))));
+  const Block<Generic> block = Need(data.Get<Array<Generic>>()).GetFirstBlock();
+  const auto* first = reinterpret_cast<const std::uint8_t*>(block.GetFirst());
+  return {first, first + block.GetCount() * block.GetStride()};
+}
+
+bool GpuWork::Start(const Options& options) {
+  const std::string device = FindGpu(options);
+  if (device.empty()) return false;
+  _program = MakeGpuProgram(_kernel);
+  _device = std::make_shared<RawDevice>(device);
+  _raw = std::make_shared<RawKernel>(_device, MakeShader(GetKernelPath(_kernel)));
+  return true;
+}
+
+void GpuWork::AddPeers(Contest& contest, std::uint32_t x, std::uint32_t y, std::function<bool(const void*)> isRight,
+                       int dispatches, int repeats) {
+  contest.Add(
+      "ours-gpu",
+      [program = _program, x, y, dispatches, repeats] {
+        for (int repeat = 0; repeat < repeats; ++repeat) {
+          if (!program->UpdateUniforms().IsOk()) return false;
+          for (int i = 0; i < dispatches; ++i)
+            if (!program->DispatchKernel(x, y, 1, false).IsOk()) return false;
+          if (!program->Execute(true).IsOk()) return false;
+        }
+        return true;
+      },
+      [program = _program, name = _result, isRight] { return isRight(ReadBuffer(*program, name).data()); });
+  contest.Add(
+      "vulkan",
+      [raw = _raw, groups = GetGroupCounts(_raw->GetShader(), x, y), dispatches, repeats] {
+        for (int repeat = 0; repeat < repeats; ++repeat) raw->Run(groups, dispatches);
+        return true;
+      },
+      [result = _rawResult, isRight] {
+        std::vector<std::uint8_t> bytes(result->GetSize());
+        result->Read(bytes.data());
+        return isRight(bytes.data());
+      });
+}
+
+}  // namespace bench

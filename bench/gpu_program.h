@@ -1,0 +1,74 @@
+// The GPU program and the raw reference as contestants of a workload.
+//
+//   GpuWork work("net.ostra.kernels.saxpy.krn", "y");
+//   if (work.Start(options)) {
+//     work.AddBuffer<float>("x", count, GetX);
+//     work.AddBuffer<float>("y", count, GetY);
+//     work.SetUniform("a", 0.5f);
+//     work.AddPeers(contest, count, 1, [](const void* y) { return IsRight(y); });
+//   }
+#pragma once
+
+#include <cstring>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "bench/measure.h"
+#include "bench/program.h"
+#include "bench/vulkan/raw_vulkan.h"
+
+namespace bench {
+
+// The name of the device that is measured; empty, with the reason on standard error, when there is none.
+std::string FindGpu(const Options& options);
+
+// A GPU program after Init, with the kernel; kernels lie in the folder "shaders" beside this program.
+ostra::ParallelProgramRef MakeGpuProgram(const char* kernel);
+std::string GetKernelPath(const char* kernel);
+
+// The bytes of a program's buffer, copied from the device.
+std::vector<std::uint8_t> ReadBuffer(ostra::ParallelProgramInterface& program, const std::string& name);
+
+// A kernel with its buffers and values, for both contestants.
+class GpuWork {
+ public:
+  GpuWork(const char* kernel, const char* result) : _kernel(kernel), _result(result) {}
+
+  template <class T, class Fill>
+  void AddBuffer(const char* name, ostra::Int count, Fill&& fill) {
+    ostra::BaseArray<T> elements;
+    Need(elements.Resize(count));
+    for (ostra::Int i = 0; i < count; ++i) elements[i] = fill(i);
+    Need(_program->StoreUniformBufferData(Name(name), elements));
+    Need(_program->SetBufferToActiveKernelSameId(Name(name)));
+    const auto buffer = std::make_shared<RawBuffer>(_device, sizeof(T) * count, RawMemory::Device);
+    buffer->Write(elements.GetFirst());
+    _raw->SetBuffer(name, buffer);
+    if (name == _result) _rawResult = buffer;
+  }
+  template <class T>
+  void SetUniform(const char* name, T value) {
+    Need(_program->SetUniform(Name(name), value));
+    _raw->SetUniform(name, &value, sizeof(T));
+  }
+
+  // Starts both; before anything is added. False when there is no device.
+  bool Start(const Options& options);
+
+  // One run is `dispatches` dispatches, recorded, submitted and awaited; `repeats` times that.
+  void AddPeers(Contest& contest, std::uint32_t x, std::uint32_t y, std::function<bool(const void*)> isRight,
+                int dispatches = 1, int repeats = 1);
+
+ private:
+  static ostra::InternedId Name(const char* name) { return Need(ostra::InternedId::Create(name)); }
+
+  const char* _kernel;
+  std::string _result;
+  ostra::ParallelProgramRef _program;
+  RawDeviceRef _device;
+  std::shared_ptr<RawKernel> _raw;
+  RawBufferRef _rawResult;
+};
+
+}  // namespace bench

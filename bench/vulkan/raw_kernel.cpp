@@ -1,0 +1,123 @@
+#include <cstring>
+#include <stdexcept>
+
+#include "bench/vulkan/raw_vulkan.h"
+
+namespace bench {
+namespace {
+
+#define BENCH_VULKAN(call) CheckVulkan(call, #call)
+
+std::uint32_t Find(const std::vector<Shader::Place>& places, const std::string& name) {
+  for (const Shader::Place& place : places)
+    if (place.name == name) return place.number;
+  throw std::runtime_error("The shader has no parameter \"" + name + "\".");
+}
+
+}  // namespace
+
+RawKernel::RawKernel(RawDeviceRef device, Shader shader) : _device(std::move(device)), _shader(std::move(shader)) {
+  const VkDevice handle = _device->GetHandle();
+  std::vector<VkDescriptorSetLayoutBinding> bindings;
+  const auto add = [&](std::uint32_t number, VkDescriptorType type) {
+    bindings.push_back({number, type, 1, VK_SHADER_STAGE_COMPUTE_BIT, nullptr});
+  };
+  if (_shader.uniformBytes > 0) add(_shader.uniformBinding, VK_DESCRIPTOR_TYPE_UNIFORM_BUFFER);
+  for (const Shader::Place& buffer : _shader.buffers) add(buffer.number, VK_DESCRIPTOR_TYPE_STORAGE_BUFFER);
+  VkDescriptorSetLayoutCreateInfo setInfo = {VK_STRUCTURE_TYPE_DESCRIPTOR_SET_LAYOUT_CREATE_INFO};
+  setInfo.bindingCount = static_cast<std::uint32_t>(bindings.size());
+  setInfo.pBindings = bindings.data();
+  BENCH_VULKAN(vkCreateDescriptorSetLayout(handle, &setInfo, nullptr, &_setLayout));
+  VkPipelineLayoutCreateInfo layoutInfo = {VK_STRUCTURE_TYPE_PIPELINE_LAYOUT_CREATE_INFO};
+  layoutInfo.setLayoutCount = 1;
+  layoutInfo.pSetLayouts = &_setLayout;
+  BENCH_VULKAN(vkCreatePipelineLayout(handle, &layoutInfo, nullptr, &_layout));
+
+  VkShaderModuleCreateInfo moduleInfo = {VK_STRUCTURE_TYPE_SHADER_MODULE_CREATE_INFO};
+  moduleInfo.codeSize = _shader.words.size() * sizeof(std::uint32_t);
+  moduleInfo.pCode = _shader.words.data();
+  VkShaderModule module = VK_NULL_HANDLE;
+  BENCH_VULKAN(vkCreateShaderModule(handle, &moduleInfo, nullptr, &module));
+  VkComputePipelineCreateInfo info = {VK_STRUCTURE_TYPE_COMPUTE_PIPELINE_CREATE_INFO};
+  info.stage = {VK_STRUCTURE_TYPE_PIPELINE_SHADER_STAGE_CREATE_INFO};
+  info.stage.stage = VK_SHADER_STAGE_COMPUTE_BIT;
+  info.stage.module = module;
+  info.stage.pName = "main";
+  info.layout = _layout;
+  const VkResult result = vkCreateComputePipelines(handle, VK_NULL_HANDLE, 1, &info, nullptr, &_pipeline);
+  vkDestroyShaderModule(handle, module, nullptr);
+  CheckVulkan(result, "vkCreateComputePipelines");
+
+  const VkDescriptorPoolSize sizes[] = {
+      {VK_DESCRIPTOR_TYPE_UNIFORM_BUFFER, 1},
+      {VK_DESCRIPTOR_TYPE_STORAGE_BUFFER, static_cast<std::uint32_t>(_shader.buffers.size())}};
+  VkDescriptorPoolCreateInfo poolInfo = {VK_STRUCTURE_TYPE_DESCRIPTOR_POOL_CREATE_INFO};
+  poolInfo.maxSets = 1;
+  poolInfo.poolSizeCount = 2;
+  poolInfo.pPoolSizes = sizes;
+  BENCH_VULKAN(vkCreateDescriptorPool(handle, &poolInfo, nullptr, &_pool));
+  VkDescriptorSetAllocateInfo allocation = {VK_STRUCTURE_TYPE_DESCRIPTOR_SET_ALLOCATE_INFO};
+  allocation.descriptorPool = _pool;
+  allocation.descriptorSetCount = 1;
+  allocation.pSetLayouts = &_setLayout;
+  BENCH_VULKAN(vkAllocateDescriptorSets(handle, &allocation, &_set));
+
+  _commands = _device->MakeCommandBuffer();
+  _fence = _device->MakeFence();
+  if (_shader.uniformBytes == 0) return;
+  _values.resize(_shader.uniformBytes);
+  _uniforms = std::make_unique<RawBuffer>(_device, _shader.uniformBytes, RawMemory::Upload);
+  VkDescriptorBufferInfo buffer = {_uniforms->GetHandle(), 0, _shader.uniformBytes};
+  VkWriteDescriptorSet write = {VK_STRUCTURE_TYPE_WRITE_DESCRIPTOR_SET};
+  write.dstSet = _set;
+  write.dstBinding = _shader.uniformBinding;
+  write.descriptorCount = 1;
+  write.descriptorType = VK_DESCRIPTOR_TYPE_UNIFORM_BUFFER;
+  write.pBufferInfo = &buffer;
+  vkUpdateDescriptorSets(handle, 1, &write, 0, nullptr);
+}
+
+RawKernel::~RawKernel() {
+  const VkDevice handle = _device->GetHandle();
+  vkDeviceWaitIdle(handle);
+  vkDestroyDescriptorPool(handle, _pool, nullptr);
+  vkDestroyPipeline(handle, _pipeline, nullptr);
+  vkDestroyPipelineLayout(handle, _layout, nullptr);
+  vkDestroyDescriptorSetLayout(handle, _setLayout, nullptr);
+}
+
+void RawKernel::SetBuffer(const std::string& name, RawBufferRef buffer) {
+  VkDescriptorBufferInfo info = {buffer->GetHandle(), 0, buffer->GetSize()};
+  VkWriteDescriptorSet write = {VK_STRUCTURE_TYPE_WRITE_DESCRIPTOR_SET};
+  write.dstSet = _set;
+  write.dstBinding = Find(_shader.buffers, name);
+  write.descriptorCount = 1;
+  write.descriptorType = VK_DESCRIPTOR_TYPE_STORAGE_BUFFER;
+  write.pBufferInfo = &info;
+  vkUpdateDescriptorSets(_device->GetHandle(), 1, &write, 0, nullptr);
+  _buffers.push_back(std::move(buffer));
+}
+
+void RawKernel::SetUniform(const std::string& name, const void* value, std::size_t bytes) {
+  std::memcpy(_values.data() + Find(_shader.uniforms, name), value, bytes);
+}
+
+void RawKernel::Run(GroupCounts groups, int dispatches) {
+  if (!_values.empty()) std::memcpy(_uniforms->GetMapped(), _values.data(), _values.size());
+  BeginCommands(_commands);
+  vkCmdBindPipeline(_commands, VK_PIPELINE_BIND_POINT_COMPUTE, _pipeline);
+  vkCmdBindDescriptorSets(_commands, VK_PIPELINE_BIND_POINT_COMPUTE, _layout, 0, 1, &_set, 0, nullptr);
+  VkMemoryBarrier barrier = {VK_STRUCTURE_TYPE_MEMORY_BARRIER};
+  barrier.srcAccessMask = VK_ACCESS_SHADER_WRITE_BIT;
+  barrier.dstAccessMask = VK_ACCESS_SHADER_READ_BIT | VK_ACCESS_SHADER_WRITE_BIT;
+  for (int i = 0; i < dispatches; ++i) {
+    vkCmdPipelineBarrier(_commands, VK_PIPELINE_STAGE_COMPUTE_SHADER_BIT, VK_PIPELINE_STAGE_COMPUTE_SHADER_BIT, 0, 1,
+                         &barrier, 0, nullptr, 0, nullptr);
+    vkCmdDispatch(_commands, groups.x, groups.y, 1);
+  }
+  BENCH_VULKAN(vkEndCommandBuffer(_commands));
+  _device->Submit(_commands, _fence);
+  _device->Wait(_fence);
+}
+
+}  // namespace bench

@@ -1,0 +1,107 @@
+// What a program would write by hand on Vulkan: the reference for the GPU program. Failures are exceptions.
+#pragma once
+
+#include <volk.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "bench/vulkan/shader.h"
+
+namespace bench {
+
+// A device with one queue. One thread.
+class RawDevice {
+ public:
+  // The device of this name.
+  explicit RawDevice(const std::string& name);
+  RawDevice(const RawDevice&) = delete;
+  ~RawDevice();
+
+  VkDevice GetHandle() const { return _device; }
+  // A memory type among `allowed` that has all of `needed`, best one that has `wished` too; -1 for none.
+  int FindMemoryType(std::uint32_t allowed, VkMemoryPropertyFlags needed, VkMemoryPropertyFlags wished) const;
+
+  VkCommandBuffer MakeCommandBuffer();
+  VkFence MakeFence();
+  void Submit(VkCommandBuffer commands, VkFence fence);
+  // Waits for a fence that was submitted, and makes it ready for the next time.
+  void Wait(VkFence fence);
+
+ private:
+  VkInstance _instance = VK_NULL_HANDLE;
+  VkPhysicalDevice _physicalDevice = VK_NULL_HANDLE;
+  VkPhysicalDeviceMemoryProperties _memory = {};
+  VkDevice _device = VK_NULL_HANDLE;
+  VkQueue _queue = VK_NULL_HANDLE;
+  VkCommandPool _pool = VK_NULL_HANDLE;
+  std::vector<VkFence> _fences;
+};
+using RawDeviceRef = std::shared_ptr<RawDevice>;
+
+enum class RawMemory {
+  Device,    // best for kernels
+  Mapped,    // on the device and mapped; not on every machine
+  Upload,    // mapped, written by the host
+  ReadBack,  // mapped, read by the host
+};
+
+class RawBuffer {
+ public:
+  RawBuffer(RawDeviceRef device, VkDeviceSize bytes, RawMemory kind);
+  RawBuffer(const RawBuffer&) = delete;
+  ~RawBuffer();
+
+  VkBuffer GetHandle() const { return _buffer; }
+  VkDeviceSize GetSize() const { return _bytes; }
+  // Null for RawMemory::Device.
+  void* GetMapped() const { return _mapped; }
+  // Through a staging buffer, for what is not measured.
+  void Write(const void* source);
+  void Read(void* target);
+
+ private:
+  RawDeviceRef _device;
+  VkDeviceSize _bytes;
+  VkBuffer _buffer = VK_NULL_HANDLE;
+  VkDeviceMemory _memory = VK_NULL_HANDLE;
+  void* _mapped = nullptr;
+};
+using RawBufferRef = std::shared_ptr<RawBuffer>;
+
+// A pipeline with everything that it is bound to, and a command buffer for its dispatches.
+class RawKernel {
+ public:
+  RawKernel(RawDeviceRef device, Shader shader);
+  RawKernel(const RawKernel&) = delete;
+  ~RawKernel();
+
+  const Shader& GetShader() const { return _shader; }
+  void SetBuffer(const std::string& name, RawBufferRef buffer);
+  void SetUniform(const std::string& name, const void* value, std::size_t bytes);
+  // Records, submits and awaits `dispatches` of them, with a barrier before each.
+  void Run(GroupCounts groups, int dispatches);
+
+ private:
+  RawDeviceRef _device;
+  Shader _shader;
+  VkDescriptorSetLayout _setLayout = VK_NULL_HANDLE;
+  VkPipelineLayout _layout = VK_NULL_HANDLE;
+  VkPipeline _pipeline = VK_NULL_HANDLE;
+  VkDescriptorPool _pool = VK_NULL_HANDLE;
+  VkDescriptorSet _set = VK_NULL_HANDLE;
+  VkCommandBuffer _commands = VK_NULL_HANDLE;
+  VkFence _fence = VK_NULL_HANDLE;
+  std::vector<std::uint8_t> _values;
+  std::unique_ptr<RawBuffer> _uniforms;
+  std::vector<RawBufferRef> _buffers;
+};
+
+// Throws for codes that are no success.
+void CheckVulkan(VkResult result, const char* call);
+
+// Starts recording anew.
+void BeginCommands(VkCommandBuffer commands);
+
+}  // namespace bench

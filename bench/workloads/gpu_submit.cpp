@@ -1,0 +1,41 @@
+// What it costs to record, submit and await dispatches that do next to nothing.
+#include "bench/gpu_program.h"
+#include "bench/workloads/workloads.h"
+
+namespace bench {
+namespace {
+
+constexpr int kElements = 64;
+
+// Submissions of a run, so that a run is long enough to be timed.
+int GetRepeats(int dispatches) { return dispatches < 10 ? 500 : dispatches < 100 ? 50 : 5; }
+
+bool RunCount(const Options& options, int dispatches) {
+  const int repeats = GetRepeats(dispatches);
+  Contest contest("gpu_submit", std::to_string(dispatches), "latency", "us");
+  GpuWork work("net.ostra.bench.count.krn", "values");
+  if (!work.Start(options)) return true;
+  work.AddBuffer<ostra::UInt32>("values", kElements, [](std::int64_t) { return 0u; });
+  work.SetUniform("count", ostra::UInt32{kElements});
+  // Every dispatch adds one: none is lost, and none has overtaken another.
+  const auto isRight = [expected = static_cast<std::uint32_t>(dispatches * repeats)](const void* values) {
+    const auto* counts = static_cast<const std::uint32_t*>(values);
+    for (int i = 0; i < kElements; ++i) {
+      if (counts[i] != expected) return false;
+    }
+    return true;
+  };
+  work.AddPeers(contest, kElements, 1, isRight, dispatches, repeats);
+  return contest.Run(options, [=](double seconds) { return seconds / repeats * 1e6; });
+}
+
+}  // namespace
+
+bool RunGpuSubmit(const Options& options) {
+  for (const int dispatches : {0, 1, 64, 1000}) {
+    if (!RunCount(options, dispatches)) return false;
+  }
+  return true;
+}
+
+}  // namespace bench
