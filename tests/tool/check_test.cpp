@@ -173,6 +173,13 @@ TEST_F(CheckTest, TemplateArgumentsAreGivenToTheTranslator) {
   EXPECT_EQ(Check(source, {"--target", "GLSL", "--template-argument", "float"}).exitStatus, 0);
 }
 
+TEST_F(CheckTest, NamesThatHoldTypeAreFoundWithATemplateArgument) {
+  const std::string source = MakeKernel("\tfloat MYTYPE = 1.0;");
+  const auto isFound = HasSubstr("the translator replaces \"TYPE\" inside the name \"MYTYPE\"");
+  EXPECT_THAT(Check(source, {"--target", "GLSL"}).errors, Not(isFound));
+  EXPECT_THAT(Check(source, {"--target", "GLSL", "--template-argument", "float"}).errors, isFound);
+}
+
 TEST_F(CheckTest, GraphicsStagesAreChecked) {
   const std::string vertex = _folder.Write(
       "s.vert",
