@@ -122,5 +122,26 @@ TEST(BufferFileTest, TargetsThatCannotBeWrittenAreFoundBeforehand) {
   EXPECT_TRUE(std::filesystem::is_empty(folder.GetPath()));
 }
 
+TEST(BufferFileTest, AxesThatDoNotHoldElementsAreRefused) {
+  const TemporaryFolder folder;
+  const auto load = [&](std::initializer_list<Int> shape) {
+    const std::vector<Float32> numbers(12, 1.0f);
+    const std::vector<Int> axes(shape);
+    const auto bytes =
+        EncodeNpy(*FindScalarType(GetDataType<Float32>()), axes, {reinterpret_cast<const Byte*>(numbers.data()), 48});
+    folder.Write("a.npy",
+                 {reinterpret_cast<const char*>(bytes->GetFirst()), static_cast<std::size_t>(bytes->GetCount())});
+    return LoadBuffer(folder / "a.npy", GetDataType<Vector4d32>());
+  };
+  for (const auto shape : {std::initializer_list<Int>{12}, {3, 4}, {3, 1, 4}, {3, 2, 2}}) {
+    const auto contents = load(shape);
+    ASSERT_THAT(contents, IsOk());
+    EXPECT_EQ(contents->elements.GetCount(), 3);
+  }
+  EXPECT_THAT(MessageOf(load({4, 3})),
+              HasSubstr("a.npy has 2 axes, of which the last ones do not hold the 4 numbers of an element"));
+  EXPECT_THAT(MessageOf(load({4, 1, 3})), HasSubstr("has 3 axes"));
+}
+
 }  // namespace
 }  // namespace ostra::tool

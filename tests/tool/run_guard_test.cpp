@@ -124,5 +124,29 @@ TEST_F(RunGuardTest, ExchangesNeedSeveralDispatches) {
   EXPECT_THAT(result.errors, HasSubstr("--swap requires --iterations"));
 }
 
+TEST_F(RunGuardTest, TwoOutputsGoToTwoFiles) {
+  std::filesystem::create_directory(_folder / "sub");
+  const std::string same = _folder / "sub" + "/../out.csv";
+  const ToolResult result = Run("net.example.step.krn",
+                                {"--in", "now=ones:4", "--out", "now=" + same, "--out", "next=" + _folder / "out.csv"});
+  ExpectOneLine(result, kBadUsage);
+  EXPECT_THAT(result.errors, HasSubstr("--out: \"now\" and \"next\" would be written to the same file"));
+}
+
+TEST_F(RunGuardTest, NoisesThatTheKernelNeverCallsAreRefused) {
+  const std::vector<std::string> options = {
+      "--size",        "4",     "--set",         "step=0.3", "--set",
+      "noiseMode_0=1", "--set", "noiseMode_1=1", "--out",    "values=" + _folder / "out.csv"};
+  const ToolResult good = Run("net.example.noises.krn", options);
+  EXPECT_EQ(good.exitStatus, kDone) << good.errors;
+  std::filesystem::remove(_folder / "out.csv");
+  auto more = options;
+  more.insert(more.end(), {"--set", "noiseMode_2=1"});
+  const ToolResult result = Run("net.example.noises.krn", more);
+  ExpectOneLine(result, kBadUsage);
+  EXPECT_THAT(result.errors,
+              HasSubstr("--set: the kernel calls no noise 2, so that \"noiseMode_2\" would change nothing"));
+}
+
 }  // namespace
 }  // namespace ostra

@@ -212,7 +212,7 @@ TEST_F(RunTextureTest, SettingsThatAreNoneAreRefusedBeforeAnythingIsRead) {
   expect("--texture image: wrap: \"mirror\" is not known; there are \"repeat\", \"clamp\" and \"border\"",
          "image:wrap=mirror");
   expect("--texture image: \"wrap\" is set twice", "image:wrap=clamp,wrap=clamp");
-  expect("--texture image: border: only wrap=border shows a border", "image:border=1");
+  expect("--texture image: border: only wrap=border shows a border", "image:border=1/1/1/1");
   expect("--texture image: size: \"4\" has 1 sides, and the texture has 2 axes", "image:size=4");
 }
 

@@ -61,7 +61,7 @@ TEST(TextureSettingsTest, WithoutAnyTheyAreThoseOfADescription) {
 
 TEST(TextureSettingsTest, AllKeysAreRead) {
   const auto settings =
-      Read("wrap=border, border=1/0.5/-2,coordinates=texels,srgb=true,size=640x480,layers=3", GetPicture());
+      Read("wrap=border, border=1/0.5/-2/0,coordinates=texels,srgb=true,size=640x480,layers=3", GetPicture());
   ASSERT_THAT(settings, IsOk());
   EXPECT_THAT(settings->wrapModes,
               ElementsAre(TextureWrapMode::BORDER, TextureWrapMode::BORDER, TextureWrapMode::CLAMP));
@@ -102,7 +102,10 @@ TEST(TextureSettingsTest, WrongKeysAndValuesAreExplained) {
   ExpectRefused("wrap=3", GetPicture(), "wrap: \"3\" is not known; there are \"repeat\", \"clamp\" and \"border\"");
   ExpectRefused("coordinates=pixels", GetPicture(), "coordinates: \"pixels\" is not known; did you mean \"texels\"?");
   ExpectRefused("srgb=perhaps", GetPicture(), "srgb: \"perhaps\" is neither true nor false, and the type is bool");
-  ExpectRefused("wrap=border,border=red", GetPicture(), "border: \"red\" is not a number, and the type is float32");
+  ExpectRefused("wrap=border,border=red/0/0/1", GetPicture(),
+                "border: \"red\" is not a number, and the type is float32");
+  ExpectRefused("wrap=border,border=1/2/3", GetPicture(),
+                "border: \"1/2/3\" has 3 numbers, and the texture has 4 channels");
   ExpectRefused("wrap=border,border=1/2", GetVolume(), "border: \"1/2\" has 2 numbers, and the texture has 1 channels");
   ExpectRefused("layers=0", GetPicture(), "layers: \"0\" is no number of layers: there is at least 1");
   ExpectRefused("layers=two", GetPicture(), "layers: \"two\" is not a whole number, and the type is int32");

@@ -49,12 +49,26 @@ Extents GetArraySize(const NumberArray& array, const ElementLayout& layout) {
   return {shape[2], shape[1], shape[0]};
 }
 
+// Whether the last axes, or the last one, hold the numbers of one element. Numbers in one row are elements one by one.
+Bool HasElementAxes(const NumberArray& array, const ElementLayout& layout) {
+  if (layout.componentCount == 1 || array.shape.size() < 2) return true;
+  Int count = 1;
+  for (std::size_t i = array.shape.size(); i > 0 && count < layout.componentCount; --i) count *= array.shape[i - 1];
+  return count == layout.componentCount;
+}
+
 Result<BufferContents> LoadNpy(const Url& file, DataType type, const ElementLayout& layout) {
   OSTRA_ASSIGN_OR_RETURN(const NumberFile contents, ReadNumberFile(file, *layout.scalar));
   const NumberArray& array = contents.numbers;
   if (array.GetCount() % layout.componentCount != 0)
     return OSTRA_ILLEGAL_ARGUMENT("@ holds @ numbers, which is no multiple of the @ numbers of an element.", file,
                                   array.GetCount(), layout.componentCount);
+  if (!HasElementAxes(array, layout))
+    return OSTRA_ILLEGAL_ARGUMENT(
+        "@ has @ axes, of which the last ones do not hold the @ numbers of an element; only an array of one axis is "
+        "cut "
+        "into elements.",
+        file, array.shape.size(), layout.componentCount);
   OSTRA_ASSIGN_OR_RETURN(GenericBaseArray elements, MakeElements(type, array.numbers));
   return BufferContents{std::move(elements), GetArraySize(array, layout), false};
 }

@@ -1,13 +1,17 @@
 #include "apps/ostra/run/run_plan.h"
 
 #include <algorithm>
+#include <filesystem>
+#include <map>
 #include <set>
 
+#include "apps/ostra/kernels/kernel_source.h"
 #include "apps/ostra/run/noise_settings.h"
 #include "apps/ostra/run/plan_textures.h"
 #include "apps/ostra/tool_error.h"
 #include "apps/ostra/values/scalar_type.h"
 #include "apps/ostra/values/typed_value.h"
+#include "parallelprogram/program/noise_modes.h"
 
 OSTRA_UNIT("run_plan");
 
@@ -152,10 +156,17 @@ class Planner {
   }
 
   Result<void> AddOutputs() {
+    std::map<std::string, std::string> names;  // of buffers, by file
     for (const auto& [name, file] : _options.outputs) {
       PlannedBuffer& buffer = *FindBuffer(name);
       OSTRA_ASSIGN_OR_RETURN(const Url target, Url::Create(file));
       OSTRA_RETURN_IF_ERROR(CheckBufferTarget(target, buffer.elementType));
+      std::error_code code;
+      const std::filesystem::path place = std::filesystem::weakly_canonical(file, code);
+      const auto [other, isNew] = names.emplace(code ? file : place.native(), name);
+      if (!isNew)
+        return OSTRA_USAGE_ERROR("--out: \"@\" and \"@\" would be written to the same file @", other->second, name,
+                                 file);
       buffer.target = target;
     }
     return OK;
@@ -183,6 +194,23 @@ class Planner {
     OSTRA_ASSIGN_OR_RETURN(std::vector<PlannedUniform> noises, PlanNoises(_options.settings));
     for (PlannedUniform& noise : noises)
       if (!_parameters.Find(noise.name.GetView())) _plan.uniforms.push_back(std::move(noise));
+    return CheckNoiseNumbers();
+  }
+
+  // What a kernel with plain numbers in its calls never asks for.
+  Result<void> CheckNoiseNumbers() {
+    std::optional<Int> count;
+    for (const auto& [name, text] : _options.settings) {
+      const auto setting = FindNoiseSetting(name);
+      if (!setting || setting->number == 0 || _parameters.Find(name)) continue;
+      if (!count) {
+        OSTRA_ASSIGN_OR_RETURN(const KernelSource source, ReadKernelSource(_options.kernelFile));
+        count = CountNoises(source.text.GetView()).value_or(kMaxNoises);
+      }
+      if (setting->number >= *count)
+        return OSTRA_USAGE_ERROR("--set: the kernel calls no noise @, so that \"@\" would change nothing",
+                                 setting->number, name);
+    }
     return OK;
   }
 

@@ -44,7 +44,7 @@ Result<void> ParseWrapModes(std::string_view text, const TextureLayout& layout, 
 
 Result<void> ParseBorder(std::string_view text, const TextureLayout& layout, TextureSettings& settings) {
   const std::vector<std::string_view> parts = SplitText(text, '/');
-  if (static_cast<Int>(parts.size()) > layout.channels)
+  if (static_cast<Int>(parts.size()) != layout.channels)
     return OSTRA_USAGE_ERROR("\"@\" has @ numbers, and the texture has @ channels", text, parts.size(),
                              layout.channels);
   for (std::size_t i = 0; i < parts.size(); ++i) {

@@ -4,7 +4,7 @@
 //   --texture volume:size=64x64x64,wrap=border/border/clamp,border=1
 //
 //   wrap         repeat, clamp or border, for all axes or one after the other: repeat/clamp. Without it: clamp
-//   border       the value beyond the edges with wrap=border: R/G/B/A; channels that are left out are 0
+//   border       the value beyond the edges with wrap=border: R/G/B/A, a number for each channel. Without it: 0
 //   coordinates  normalized (0 to 1 over the texture) or texels. Without it: normalized
 //   srgb         true: texels are decoded from the sRGB curve. Without it: false
 //   size         WIDTHxHEIGHTxDEPTH of the texels in the file, where the file does not say it
