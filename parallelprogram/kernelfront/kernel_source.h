@@ -38,7 +38,7 @@ struct KernelSourceOptions {
 };
 
 // The C++ source of the kernel file `text`. Errors: illegal argument with "file:line: error: what is wrong"; out of
-// memory. Whatever else is wrong with the text, such as an unknown type, the compiler reports. Thread-safe.
+// memory. Whatever else is wrong with the text the compiler reports. Thread-safe.
 Result<String> GenerateKernelSource(const KernelSourceOptions& options, std::string_view text);
 
 // The source of a table of kernel classes, `GetKernels_<name>()`, and the header that declares it.

@@ -4,6 +4,7 @@
 
 #include "parallelprogram/kernelfront/failure.h"
 #include "parallelprogram/kernelfront/rewrite.h"
+#include "parallelprogram/kernelfront/type_names.h"
 
 namespace ostra::kernelfront {
 namespace {
@@ -16,6 +17,13 @@ bool IsCounter(std::string_view type) {
 std::string MakeMember(const Parameter& parameter) {
   const std::string prefix = IsCounter(parameter.type) ? "" : "ostraParameter_";
   return Join({"::ostra::kernel::ParameterMember<", parameter.type, ">::Type ", prefix, parameter.name, "{};"});
+}
+
+// Adds the parameter; two of one name would be two members of one name to the compiler.
+void AddParameter(std::vector<Parameter>& parameters, Parameter parameter, const std::string& file, int line) {
+  for (const Parameter& other : parameters)
+    if (other.name == parameter.name) Fail(file, line, Join({"there is a parameter \"", parameter.name, "\" already"}));
+  parameters.push_back(std::move(parameter));
 }
 
 // Texture types must be those of a sampler that the CPU program makes.
@@ -47,6 +55,7 @@ std::string ReadType(const EditedText& text, std::size_t begin, std::size_t end,
     if (word == "attribute" || word == "varying" || word == "out")
       Fail(file, token.line, Join({"\"", word, "\" parameters belong to graphics shaders"}));
     CheckTextureType(word, file, token.line);
+    CheckTypeName(text, i, file);
     if (word == "IGNORE_VARIABLE_GPU") continue;
     if (!type.empty() && text.IsWord(i) && text.GetTokens()[i - 1].end < token.begin) type += ' ';
     type += ReplaceType(word, templateArgument);
@@ -91,8 +100,9 @@ std::size_t RewriteDefineBlock(EditedText& text, std::size_t first, const std::s
       Fail(file, tokens[i].line, "this line of KERNELINPUTS is not conforming to '(type) name'");
     if (tokens[i].line == tokens[last].line)
       Fail(file, tokens[i].line, "each parameter of KERNELINPUTS needs a line of its own");
-    parameters.push_back(
-        {ReadType(text, i + 1, name - 1, file, templateArgument), std::string(text.GetText(tokens[name]))});
+    AddParameter(parameters,
+                 {ReadType(text, i + 1, name - 1, file, templateArgument), std::string(text.GetText(tokens[name]))},
+                 file, tokens[i].line);
     text.Replace(begin, tokens[i].begin, replacement);
     replacement = MakeMember(parameters.back());
     begin = tokens[i].begin;
@@ -121,8 +131,9 @@ std::size_t RewriteStructBlock(EditedText& text, std::size_t first, const std::s
     while (end < after && !text.Is(end, ";")) ++end;
     if (end >= after || end < i + 2 || !text.IsWord(end - 1))
       Fail(file, tokens[i].line, "this member of KernelInput is not conforming to 'type name;'");
-    parameters.push_back(
-        {ReadType(text, i, end - 1, file, templateArgument), std::string(text.GetText(tokens[end - 1]))});
+    AddParameter(parameters,
+                 {ReadType(text, i, end - 1, file, templateArgument), std::string(text.GetText(tokens[end - 1]))}, file,
+                 tokens[i].line);
     text.Replace(tokens[i].begin, tokens[end].end, MakeMember(parameters.back()));
     i = end + 1;
   }

@@ -282,7 +282,8 @@ TEST_F(LintsTest, ParametersAreDeclaredOnce) {
 TEST_F(LintsTest, TypesThatAreNotKnownAreNamed) {
   EXPECT_THAT(Check(MakeKernel("(Flot32) a", "")),
               ElementsAre("k.krn:2: warning: the declaration of \"a\" makes no parameter on the GPU: the type "
-                          "\"Flot32\" is not known; did you mean \"Float32\"?"));
+                          "\"Flot32\" is not known; did you mean \"Float32\"?",
+                          "k.krn:2: error: unknown type \"Flot32\"; did you mean \"Float32\"? [CPU]"));
 }
 
 TEST_F(LintsTest, TexturesWithoutConstAreNotSampled) {
