@@ -70,10 +70,20 @@ void GpuWork::AddPeers(Contest& contest, std::uint32_t x, std::uint32_t y, std::
         return true;
       },
       [program = _program, name = _result, isRight] { return isRight(ReadBuffer(*program, name).data()); });
+  AddRawPeer(contest, "vulkan", x, y, std::move(isRight), dispatches, repeats, false);
+}
+
+void GpuWork::AddTimelinePeer(Contest& contest, std::uint32_t x, std::function<bool(const void*)> isRight,
+                              int dispatches, int repeats) {
+  AddRawPeer(contest, "vulkan-timeline", x, 1, std::move(isRight), dispatches, repeats, true);
+}
+
+void GpuWork::AddRawPeer(Contest& contest, const char* peer, std::uint32_t x, std::uint32_t y,
+                         std::function<bool(const void*)> isRight, int dispatches, int repeats, bool usesTimeline) {
   contest.Add(
-      "vulkan",
-      [raw = _raw, groups = GetGroupCounts(_raw->GetShader(), x, y), dispatches, repeats] {
-        for (int repeat = 0; repeat < repeats; ++repeat) raw->Run(groups, dispatches);
+      peer,
+      [raw = _raw, groups = GetGroupCounts(_raw->GetShader(), x, y), dispatches, repeats, usesTimeline] {
+        for (int repeat = 0; repeat < repeats; ++repeat) raw->Run(groups, dispatches, usesTimeline);
         return true;
       },
       [result = _rawResult, isRight] {

@@ -56,11 +56,16 @@ class GpuWork {
   // Starts both; before anything is added. False when there is no device.
   bool Start(const Options& options);
 
+  // A peer "vulkan-timeline" waits as the GPU program does, on a timeline semaphore, where the reference has a fence.
+  void AddTimelinePeer(Contest& contest, std::uint32_t x, std::function<bool(const void*)> isRight, int dispatches,
+                       int repeats);
   // One run is `dispatches` dispatches, recorded, submitted and awaited; `repeats` times that.
   void AddPeers(Contest& contest, std::uint32_t x, std::uint32_t y, std::function<bool(const void*)> isRight,
                 int dispatches = 1, int repeats = 1);
 
  private:
+  void AddRawPeer(Contest& contest, const char* peer, std::uint32_t x, std::uint32_t y,
+                  std::function<bool(const void*)> isRight, int dispatches, int repeats, bool usesTimeline);
   static ostra::InternedId Name(const char* name) { return Need(ostra::InternedId::Create(name)); }
 
   const char* _kernel;

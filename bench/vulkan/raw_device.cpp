@@ -58,6 +58,7 @@ RawDevice::RawDevice(const std::string& name) {
   queue.pQueuePriorities = &priority;
   VkPhysicalDeviceVulkan12Features features12 = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_VULKAN_1_2_FEATURES};
   features12.scalarBlockLayout = VK_TRUE;
+  features12.timelineSemaphore = VK_TRUE;
   VkDeviceCreateInfo info = {VK_STRUCTURE_TYPE_DEVICE_CREATE_INFO};
   info.pNext = &features12;
   info.queueCreateInfoCount = 1;
@@ -69,12 +70,18 @@ RawDevice::RawDevice(const std::string& name) {
   pool.flags = VK_COMMAND_POOL_CREATE_RESET_COMMAND_BUFFER_BIT;
   pool.queueFamilyIndex = queue.queueFamilyIndex;
   BENCH_VULKAN(vkCreateCommandPool(_device, &pool, nullptr, &_pool));
+  VkSemaphoreTypeCreateInfo type = {VK_STRUCTURE_TYPE_SEMAPHORE_TYPE_CREATE_INFO};
+  type.semaphoreType = VK_SEMAPHORE_TYPE_TIMELINE;
+  VkSemaphoreCreateInfo semaphore = {VK_STRUCTURE_TYPE_SEMAPHORE_CREATE_INFO};
+  semaphore.pNext = &type;
+  BENCH_VULKAN(vkCreateSemaphore(_device, &semaphore, nullptr, &_timeline));
 }
 
 RawDevice::~RawDevice() {
   if (_device) {
     vkDeviceWaitIdle(_device);
     for (const VkFence fence : _fences) vkDestroyFence(_device, fence, nullptr);
+    if (_timeline) vkDestroySemaphore(_device, _timeline, nullptr);
     if (_pool) vkDestroyCommandPool(_device, _pool, nullptr);
     vkDestroyDevice(_device, nullptr);
   }
@@ -118,6 +125,25 @@ void RawDevice::Submit(VkCommandBuffer commands, VkFence fence) {
 void RawDevice::Wait(VkFence fence) {
   BENCH_VULKAN(vkWaitForFences(_device, 1, &fence, VK_TRUE, UINT64_MAX));
   BENCH_VULKAN(vkResetFences(_device, 1, &fence));
+}
+
+void RawDevice::SubmitAndWaitOnTimeline(VkCommandBuffer commands) {
+  ++_timelineValue;
+  VkTimelineSemaphoreSubmitInfo timeline = {VK_STRUCTURE_TYPE_TIMELINE_SEMAPHORE_SUBMIT_INFO};
+  timeline.signalSemaphoreValueCount = 1;
+  timeline.pSignalSemaphoreValues = &_timelineValue;
+  VkSubmitInfo info = {VK_STRUCTURE_TYPE_SUBMIT_INFO};
+  info.pNext = &timeline;
+  info.commandBufferCount = 1;
+  info.pCommandBuffers = &commands;
+  info.signalSemaphoreCount = 1;
+  info.pSignalSemaphores = &_timeline;
+  BENCH_VULKAN(vkQueueSubmit(_queue, 1, &info, VK_NULL_HANDLE));
+  VkSemaphoreWaitInfo wait = {VK_STRUCTURE_TYPE_SEMAPHORE_WAIT_INFO};
+  wait.semaphoreCount = 1;
+  wait.pSemaphores = &_timeline;
+  wait.pValues = &_timelineValue;
+  BENCH_VULKAN(vkWaitSemaphores(_device, &wait, UINT64_MAX));
 }
 
 RawBuffer::RawBuffer(RawDeviceRef device, VkDeviceSize bytes, RawMemory kind)

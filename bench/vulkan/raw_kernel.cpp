@@ -102,7 +102,7 @@ void RawKernel::SetUniform(const std::string& name, const void* value, std::size
   std::memcpy(_values.data() + Find(_shader.uniforms, name), value, bytes);
 }
 
-void RawKernel::Run(GroupCounts groups, int dispatches) {
+void RawKernel::Run(GroupCounts groups, int dispatches, bool usesTimeline) {
   if (!_values.empty()) std::memcpy(_uniforms->GetMapped(), _values.data(), _values.size());
   BeginCommands(_commands);
   vkCmdBindPipeline(_commands, VK_PIPELINE_BIND_POINT_COMPUTE, _pipeline);
@@ -116,6 +116,7 @@ void RawKernel::Run(GroupCounts groups, int dispatches) {
     vkCmdDispatch(_commands, groups.x, groups.y, 1);
   }
   BENCH_VULKAN(vkEndCommandBuffer(_commands));
+  if (usesTimeline) return _device->SubmitAndWaitOnTimeline(_commands);
   _device->Submit(_commands, _fence);
   _device->Wait(_fence);
 }

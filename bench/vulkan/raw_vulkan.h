@@ -28,6 +28,8 @@ class RawDevice {
   void Submit(VkCommandBuffer commands, VkFence fence);
   // Waits for a fence that was submitted, and makes it ready for the next time.
   void Wait(VkFence fence);
+  // The same with the next value of a timeline semaphore in place of a fence.
+  void SubmitAndWaitOnTimeline(VkCommandBuffer commands);
 
  private:
   VkInstance _instance = VK_NULL_HANDLE;
@@ -37,6 +39,8 @@ class RawDevice {
   VkQueue _queue = VK_NULL_HANDLE;
   VkCommandPool _pool = VK_NULL_HANDLE;
   std::vector<VkFence> _fences;
+  VkSemaphore _timeline = VK_NULL_HANDLE;
+  std::uint64_t _timelineValue = 0;
 };
 using RawDeviceRef = std::shared_ptr<RawDevice>;
 
@@ -81,7 +85,7 @@ class RawKernel {
   void SetBuffer(const std::string& name, RawBufferRef buffer);
   void SetUniform(const std::string& name, const void* value, std::size_t bytes);
   // Records, submits and awaits `dispatches` of them, with a barrier before each.
-  void Run(GroupCounts groups, int dispatches);
+  void Run(GroupCounts groups, int dispatches, bool usesTimeline = false);
 
  private:
   RawDeviceRef _device;

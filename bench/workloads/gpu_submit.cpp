@@ -1,4 +1,6 @@
 // What it costs to record, submit and await dispatches that do next to nothing.
+#include <functional>
+
 #include "bench/gpu_program.h"
 #include "bench/workloads/workloads.h"
 
@@ -10,22 +12,28 @@ constexpr int kElements = 64;
 // Submissions of a run, so that a run is long enough to be timed.
 int GetRepeats(int dispatches) { return dispatches < 10 ? 500 : dispatches < 100 ? 50 : 5; }
 
-bool RunCount(const Options& options, int dispatches) {
-  const int repeats = GetRepeats(dispatches);
-  Contest contest("gpu_submit", std::to_string(dispatches), "latency", "us");
-  GpuWork work("net.ostra.bench.count.krn", "values");
-  if (!work.Start(options)) return true;
-  work.AddBuffer<ostra::UInt32>("values", kElements, [](std::int64_t) { return 0u; });
-  work.SetUniform("count", ostra::UInt32{kElements});
-  // Every dispatch adds one: none is lost, and none has overtaken another.
-  const auto isRight = [expected = static_cast<std::uint32_t>(dispatches * repeats)](const void* values) {
+// Every dispatch adds one: none is lost, and none has overtaken another.
+std::function<bool(const void*)> ExpectCount(int count) {
+  return [expected = static_cast<std::uint32_t>(count)](const void* values) {
     const auto* counts = static_cast<const std::uint32_t*>(values);
     for (int i = 0; i < kElements; ++i) {
       if (counts[i] != expected) return false;
     }
     return true;
   };
-  work.AddPeers(contest, kElements, 1, isRight, dispatches, repeats);
+}
+
+bool RunCount(const Options& options, int dispatches) {
+  const int repeats = GetRepeats(dispatches);
+  Contest contest("gpu_submit", std::to_string(dispatches), "latency", "us");
+  GpuWork work("net.ostra.bench.count.krn", "values"), timelineWork("net.ostra.bench.count.krn", "values");
+  for (GpuWork* each : {&work, &timelineWork}) {
+    if (!each->Start(options)) return true;
+    each->AddBuffer<ostra::UInt32>("values", kElements, [](std::int64_t) { return 0u; });
+    each->SetUniform("count", ostra::UInt32{kElements});
+  }
+  work.AddPeers(contest, kElements, 1, ExpectCount(dispatches * repeats), dispatches, repeats);
+  timelineWork.AddTimelinePeer(contest, kElements, ExpectCount(dispatches * repeats), dispatches, repeats);
   return contest.Run(options, [=](double seconds) { return seconds / repeats * 1e6; });
 }
 
