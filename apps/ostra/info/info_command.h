@@ -7,8 +7,8 @@
 
 namespace ostra::tool {
 
-// Writes GPU devices, or why there is none, modules, classes, interfaces, configuration variables and threads to standard output, as tables or as one JSON
-// object. Errors: those of StartHost.
+// Writes GPU devices, or why there is none, modules, classes, interfaces, configuration variables and threads to
+// standard output, as tables or as one JSON object. Errors: those of StartHost.
 Result<void> ShowInfo(Bool isJson, std::span<const char* const> arguments);
 
 }  // namespace ostra::tool
