@@ -18,7 +18,7 @@ add_custom_target(app)
 include($sources/cmake/OstraKernels.cmake)
 $2
 EOF
-  if COLUMNS=1000 "$cmake" -S "$work" -B "$work/build" >"$work/log" 2>&1; then
+  if COLUMNS=1000 "$cmake" -G Ninja -S "$work" -B "$work/build" >"$work/log" 2>&1; then
     echo "$2 is accepted"
     exit 1
   fi
