@@ -37,7 +37,7 @@ std::string ReadFromTerminal(Work&& work) {
   return text;
 }
 
-class ProgressTest : public testing::Test {
+class TerminalProgressTest : public testing::Test {
  protected:
   void SetUp() override {
     int terminal = -1, other = -1;
@@ -48,12 +48,12 @@ class ProgressTest : public testing::Test {
   }
 };
 
-TEST_F(ProgressTest, WorkOfUnknownLengthIsAnnouncedAtOnceAndTheLineGoesAway) {
+TEST_F(TerminalProgressTest, WorkOfUnknownLengthIsAnnouncedAtOnceAndTheLineGoesAway) {
   EXPECT_THAT(ReadFromTerminal([] { const Progress progress("compiling", 0); }),
               AllOf(HasSubstr("compiling ..."), EndsWith("\r\033[K")));
 }
 
-TEST_F(ProgressTest, OnlyLongWorkShowsItsShare) {
+TEST_F(TerminalProgressTest, OnlyLongWorkShowsItsShare) {
   EXPECT_EQ(ReadFromTerminal([] {
               Progress progress("running", 4);
               for (int i = 0; i < 4; ++i) progress.Advance();
@@ -67,7 +67,7 @@ TEST_F(ProgressTest, OnlyLongWorkShowsItsShare) {
               AllOf(HasSubstr("running: 25 %"), EndsWith("\r\033[K")));
 }
 
-TEST_F(ProgressTest, NothingIsWrittenIntoAPipe) {
+TEST(ProgressTest, NothingIsWrittenIntoAPipe) {
   testing::internal::CaptureStderr();
   { const Progress progress("compiling", 0); }
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
