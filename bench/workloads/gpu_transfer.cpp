@@ -8,6 +8,7 @@
 
 #include "bench/gpu_program.h"
 #include "bench/workloads/workloads.h"
+#include "ostra/core/large_pages.h"
 
 namespace bench {
 namespace {
@@ -214,13 +215,14 @@ bool RunReadBack(const Options& options) {
   const auto staged = std::make_shared<StagedTransfer>(device, buffer, RawMemory::ReadBack);
   const auto mapped = TryMapped(options, device);
   if (mapped) mapped->Write(source->GetFirst());
-  const auto add = [&](const char* peer, std::function<void(std::uint8_t*)> read) {
+  const auto add = [&](const char* peer, std::function<void(std::uint8_t*)> read, bool hasLargePages = false) {
     const auto target = std::make_shared<Bytes>();
     contest.Add(
         peer,
         [=] {
           target->reset();
           target->reset(new std::uint8_t[kBytes]);
+          if (hasLargePages) ostra::AdviseLargePages(target->get(), kBytes);
           read(target->get());
           return true;
         },
@@ -229,7 +231,9 @@ bool RunReadBack(const Options& options) {
   add("vulkan-staged", [=](std::uint8_t* target) { staged->ReadBack(target); });
   if (mapped) {
     add("vulkan-mapped", [=](std::uint8_t* target) { std::memcpy(target, mapped->GetMapped(), kBytes); });
-    add("vulkan-mapped-openmp", [=](std::uint8_t* target) { CopyWithAllThreads(target, mapped->GetMapped()); });
+    const auto copy = [=](std::uint8_t* target) { CopyWithAllThreads(target, mapped->GetMapped()); };
+    add("vulkan-mapped-openmp", copy);
+    add("vulkan-mapped-large", copy, true);
   }
   return contest.Run(options, &GetThroughput);
 }

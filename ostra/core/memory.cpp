@@ -2,6 +2,8 @@
 
 #include <atomic>
 
+#include "ostra/core/zero_memory.h"
+
 namespace ostra {
 namespace {
 
@@ -36,7 +38,7 @@ void* AllocMem(Int bytes) {
 
 void* AllocZeroed(Int bytes) {
   void* memory = AllocMem(bytes);
-  if (memory && bytes > 0) std::memset(memory, 0, static_cast<std::size_t>(bytes));
+  if (memory) ZeroNewMemory(memory, bytes);
   return memory;
 }
 

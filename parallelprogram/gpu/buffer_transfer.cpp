@@ -3,12 +3,16 @@
 #include <algorithm>
 #include <cstring>
 
+#include "ostra/core/stream_copy.h"
 #include "ostra/jobs/parallel_for.h"
 
 OSTRA_UNIT("parallelprogram_gpu_impl");
 
 namespace ostra {
 namespace {
+
+// From here on the bytes have left the caches before the device, or the program, reads them.
+constexpr Int kLargeTransfer = Int(4) << 20;
 
 // The size of whole chunks.
 Int GetChunkSize(const GpuContextData& data, DrawportCapability capability, Int elementSize) {
@@ -53,10 +57,12 @@ Result<void> UploadBytes(const GpuContextData& data, DrawportDeviceBuffer* buffe
     OSTRA_ASSIGN_OR_RETURN(Byte * mapped, list.PrivateMapBuffer(*staging, DrawportMapMode::WriteDiscard, *buffer, 0,
                                                                 byteOffset + done, chunk));
     MovePieces(chunk, capacity, [&](Int offset, Int count) {
-      if (source)
-        MemCopy(mapped + offset, source + done + offset, count);
-      else
+      if (!source)
         std::memset(mapped + offset, 0, static_cast<std::size_t>(count));
+      else if (bytes >= kLargeTransfer)
+        StreamCopy(mapped + offset, source + done + offset, count);
+      else
+        MemCopy(mapped + offset, source + done + offset, count);
     });
     OSTRA_RETURN_IF_ERROR(list.UnmapBuffer(*staging, DrawportUnmapMode::Commit));
     done += chunk;

@@ -2,9 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
+#include <cstring>
 
+#include "ostra/core/base_array.h"
 #include "ostra/core/large_pages.h"
+#include "ostra/core/stream_copy.h"
 #include "tests/support/fault_injection.h"
 
 namespace ostra {
@@ -82,6 +86,44 @@ TEST(MemoryTest, TheHintForLargePagesKeepsTheContentsOfAreasOfAnySize) {
     AdviseLargePages(bytes, size);
     for (Int i = 0; i < size; ++i) ASSERT_EQ(bytes[i], static_cast<Byte>(i * 7)) << i;
     FreeMem(bytes);
+  }
+}
+
+// The area was used before, and ends off the pages.
+TEST(MemoryTest, LargeAreasThatAreAskedForZeroedHoldZerosToTheLastByte) {
+  for (const Int size : {(Int(32) << 20) - 1, Int(32) << 20, (Int(40) << 20) + 13}) {
+    auto* used = static_cast<Byte*>(AllocMem(size));
+    ASSERT_NE(used, nullptr);
+    std::memset(used, 0xA5, static_cast<std::size_t>(size));
+    FreeMem(used);
+    auto* bytes = static_cast<Byte*>(AllocZeroed(size));
+    ASSERT_NE(bytes, nullptr);
+    EXPECT_EQ(std::count(bytes, bytes + size, Byte(0)), size);
+    std::memset(bytes, 0x5A, static_cast<std::size_t>(size));
+    EXPECT_EQ(std::count(bytes, bytes + size, Byte(0x5A)), size);
+    FreeMem(bytes);
+  }
+}
+
+TEST(MemoryTest, CopiesPastTheCachesCopyEveryByteAndNoOther) {
+  constexpr Int kRoom = 100'000;
+  constexpr Int kMargin = 128;
+  BaseArray<Byte> source;
+  BaseArray<Byte> target;
+  ASSERT_TRUE(source.Resize(kRoom));
+  ASSERT_TRUE(target.Resize(kRoom));
+  for (Int i = 0; i < kRoom; ++i) source[i] = static_cast<Byte>((i * 131) >> 3);
+  for (const Int size : {0, 1, 63, 64, 8191, 8192, 8193, 16383, 16384, 16385, 16384 + 64, 65536, 65600, 90'001}) {
+    for (const Int targetOffset : {0, 1, 15, 32, 63}) {
+      for (const Int sourceOffset : {0, 7, 16}) {
+        std::fill(target.begin(), target.end(), Byte(0xEE));
+        Byte* first = &target[kMargin + targetOffset];
+        StreamCopy(first, &source[kMargin + sourceOffset], size);
+        ASSERT_TRUE(std::equal(first, first + size, &source[kMargin + sourceOffset])) << size << " " << targetOffset;
+        ASSERT_TRUE(std::all_of(target.begin(), first, [](Byte byte) { return byte == Byte(0xEE); })) << size;
+        ASSERT_TRUE(std::all_of(first + size, target.end(), [](Byte byte) { return byte == Byte(0xEE); })) << size;
+      }
+    }
   }
 }
 
