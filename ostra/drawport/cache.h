@@ -4,6 +4,9 @@
 #include "ostra/core/delegate.h"
 #include "ostra/drawport/cache_items.h"
 #include "ostra/drawport/command_list.h"
+#include "ostra/drawport/draw_pass.h"
+#include "ostra/drawport/state_object_item.h"
+#include "ostra/drawport/vertex_attributes.h"
 #include "ostra/object/interface.h"
 
 namespace ostra {
@@ -50,6 +53,11 @@ inline DrawportCacheKey MakeDrawportCacheKey(const DrawportRef& drawport, Drawpo
   return key;
 }
 
+// The same for what is made for the targets of a draw pass (null, or a pass without targets: for any): their formats
+// and sample count are part of the key.
+OSTRA_API DrawportCacheKey MakeDrawportCacheKey(const DrawportRef& drawport, DrawportCacheKeyKind kind,
+                                                const DrawportDrawPass* pass);
+
 struct DrawportStagingOptions {
   Int bytes = 0;  // at most the capability for `use`
   DrawportStagingUse use = DrawportStagingUse::BufferUpload;
@@ -83,6 +91,26 @@ class DrawportCacheInterface : public ObjectInterface {
   // there; on error the slot is as before.
   virtual Result<void> GetProgramFactory(const DrawportCacheKey& key, const DrawportProgramBuilder& builder,
                                          DrawportProgramFactoryItemRef& slot, DrawportContextInterface& context) = 0;
+
+  // How vertices are read, as `describe` says; equal layouts may be one object. Errors: those of the callback; out of
+  // memory.
+  virtual Result<DrawportVertexAttributeLayoutItemRef> GetVertexAttributeLayout(
+      const DrawportVertexAttributeLayoutDescribe& describe) = 0;
+  // Puts a new set of a layout's attributes into `slot`; `describe` is kept and run by its MakeValid. On error the slot
+  // is as before. Errors: illegal argument without a layout; out of memory.
+  virtual Result<void> GetVertexAttributeSet(const DrawportVertexAttributeLayoutItemRef& layout,
+                                             const DrawportVertexAttributeSetDescribe& describe,
+                                             DrawportVertexAttributeSetItemRef& slot,
+                                             DrawportContextInterface& context) = 0;
+  // Puts the state object of `key` into `slot` and returns it; `describe` is called for a new one only. On error the
+  // slot is as before.
+  virtual Result<DrawportStateObject*> GetStateObject(const DrawportCacheKey& key,
+                                                      const DrawportStateDescribe& describe,
+                                                      DrawportStateObjectItemRef& slot) = 0;
+  // Targets of their own for each caller. Errors: illegal argument for a size, format or sample count that the device
+  // cannot do; illegal state for a device that cannot draw; out of memory.
+  virtual Result<DrawportRenderTargetRef> CreateRenderTarget(DrawportContextInterface& context,
+                                                             const DrawportRenderTargetDescription& description) = 0;
 
   // A buffer of the host for transfers. Give it back with DrawportCommandList::ReleaseStagingBuffer.
   // Errors: illegal argument for a size below 1 or above the capability; out of memory.

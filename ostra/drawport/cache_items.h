@@ -14,6 +14,7 @@
 
 #include "ostra/core/delegate.h"
 #include "ostra/drawport/context.h"
+#include "ostra/drawport/graphics_objects.h"
 #include "ostra/drawport/program_factory_item.h"
 
 namespace ostra {
@@ -73,7 +74,12 @@ class DrawportProgramFactoryItemInterface : public DrawportObject {
   // Compiles the program that the description says; for another context than before, there. A program that is valid
   // stays until the new one is. Errors: those of the compiler, as illegal arguments `file:line: error: text`; illegal
   // state when the device lacks a feature that the description requires.
-  virtual Result<DrawportProgramFactory*> MakeValid(DrawportContextInterface& context) = 0;
+  // A graphics program is checked against the attributes and targets that it will be used with; null: with any. Errors:
+  // illegal argument for an attribute that the set does not have or has as another type, and for a colour that the
+  // targets have no place for.
+  virtual Result<DrawportProgramFactory*> MakeValid(DrawportContextInterface& context,
+                                                    const DrawportVertexAttributeSet* attributes = nullptr,
+                                                    const DrawportFramebufferTargetSet* targets = nullptr) = 0;
   // What the builder has filled in.
   virtual const DrawportProgramDescription& GetSpecification() const = 0;
 

@@ -11,12 +11,14 @@
 // Errors of every operation besides those named: out of memory; illegal state when the device is lost.
 #pragma once
 
+#include "ostra/drawport/draw_call.h"
 #include "ostra/drawport/resources.h"
 
 namespace ostra {
 
 class DrawportParameterValueSet;
 class DrawportProgramFactory;
+class DrawportRenderTarget;
 
 // Memory of the host for one transfer at a time; see DrawportCacheInterface::AllocStagingBuffer.
 class DrawportStagingBuffer {
@@ -70,6 +72,18 @@ class DrawportCommandList {
   // Error: illegal argument when they are not inside the buffer or the offset is no multiple of 4.
   virtual Result<void> DispatchIndirect(DrawportProgramFactory& program, DrawportParameterValueSet& values,
                                         DrawportDeviceBuffer& arguments, Int byteOffset) = 0;
+
+  // Draws between Begin and End go into `target`, one after another. A pass sees everything that was recorded before
+  // it, and what is recorded after it sees its targets and what its stages have written, without barriers. Other work
+  // may be recorded in between, which costs what ending a pass and beginning it again costs.
+  // Errors: illegal state inside of another pass, or for a target of another device.
+  virtual Result<void> BeginDrawPass(DrawportRenderTarget& target, const DrawportClearValues& clear) = 0;
+  // Draws with the values that were published last. Errors: illegal state outside of a pass, for a program of another
+  // device, for a parameter that is not set; illegal argument for a program that does not fit the attributes, the
+  // targets or the topology, and for vertices that are not in the buffer. Nothing is drawn then, and the pass goes on.
+  virtual Result<void> Draw(const DrawportDrawCall& call) = 0;
+  // Error: illegal state outside of a pass.
+  virtual Result<void> EndDrawPass() = 0;
 
  protected:
   ~DrawportCommandList() = default;

@@ -33,6 +33,11 @@ class DefaultCommandList final : public DrawportCommandList {
                                 Int) override {
     return MakeNoContextError();
   }
+  Result<void> BeginDrawPass(DrawportRenderTarget&, const DrawportClearValues&) override {
+    return MakeNoContextError();
+  }
+  Result<void> Draw(const DrawportDrawCall&) override { return MakeNoContextError(); }
+  Result<void> EndDrawPass() override { return MakeNoContextError(); }
 
  private:
   static Error MakeNoContextError() { return OSTRA_ILLEGAL_STATE("There is no drawport context."); }

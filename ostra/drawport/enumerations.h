@@ -134,6 +134,19 @@ enum class DrawportFrontFace : Int32 { CounterClockwise = 0, Clockwise = 1 };
 enum class DrawportAlphaBlendingMode : Int32 { Off = 0, On = 1 };
 enum class DrawportDepthWriteMode : Int32 { Off = 0, On = 1 };
 
+// What is drawn from the vertices of a draw.
+enum class DrawportTopology : Int32 {
+  Points = 0,
+  Lines = 1,  // of two vertices each
+  LineStrip = 2,
+  Triangles = 3,
+  TriangleStrip = 4,
+  Patches = 5,  // for programs with tessellation stages, and only for them
+};
+
+// Depth targets. Depths are numbers from 0 (near) to 1 (far).
+enum class DrawportDepthFormat : Int32 { None = 0, Float32 = 1, Unorm16 = 2 };
+
 // Types of caches and drawports. An empty type means that there is no GPU.
 inline constexpr Id kDrawportTypeOpenGL = "OpenGL"_id;
 inline constexpr Id kDrawportTypeVulkan = "Vulkan"_id;

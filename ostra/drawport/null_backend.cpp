@@ -35,6 +35,23 @@ class NullCache final : public Component<NullCache, DrawportCacheInterface> {
                                  DrawportContextInterface&) override {
     return MakeUnsupportedError();
   }
+  Result<DrawportVertexAttributeLayoutItemRef> GetVertexAttributeLayout(
+      const DrawportVertexAttributeLayoutDescribe&) override {
+    return MakeUnsupportedError();
+  }
+  Result<void> GetVertexAttributeSet(const DrawportVertexAttributeLayoutItemRef&,
+                                     const DrawportVertexAttributeSetDescribe&, DrawportVertexAttributeSetItemRef&,
+                                     DrawportContextInterface&) override {
+    return MakeUnsupportedError();
+  }
+  Result<DrawportStateObject*> GetStateObject(const DrawportCacheKey&, const DrawportStateDescribe&,
+                                              DrawportStateObjectItemRef&) override {
+    return MakeUnsupportedError();
+  }
+  Result<DrawportRenderTargetRef> CreateRenderTarget(DrawportContextInterface&,
+                                                     const DrawportRenderTargetDescription&) override {
+    return MakeUnsupportedError();
+  }
   Result<DrawportStagingBuffer*> AllocStagingBuffer(DrawportContextInterface&, const DrawportStagingOptions&) override {
     return MakeUnsupportedError();
   }

@@ -33,6 +33,7 @@ struct DrawportParameter {
   PixelFormatRef format = nullptr;
   Bool isLinear = false;
   Bool hasLayers = false;
+  Bool isMultisampled = false;  // a texture whose samples are read one by one
 };
 
 // Stands for one parameter of one program factory: a value that is good for that factory only. Empty for a name that

@@ -81,7 +81,7 @@ Result<void> DrawportProgramDescription::AddBufferParameter(DrawportStage stage,
 
 Result<void> DrawportProgramDescription::AddTextureParameter(DrawportStage stage, DrawportTextureType type,
                                                              PixelFormatRef format, Bool isLinear, InternedId name,
-                                                             Bool hasLayers) {
+                                                             Bool hasLayers, Bool isMultisampled) {
   return AddParameter({.stage = stage,
                        .kind = DrawportParameterKind::Texture,
                        .name = name,
@@ -90,7 +90,8 @@ Result<void> DrawportProgramDescription::AddTextureParameter(DrawportStage stage
                        .textureType = type,
                        .format = format,
                        .isLinear = isLinear,
-                       .hasLayers = hasLayers});
+                       .hasLayers = hasLayers,
+                       .isMultisampled = isMultisampled});
 }
 
 Result<void> DrawportProgramDescription::AddImageParameter(DrawportStage stage, DrawportTextureType type,

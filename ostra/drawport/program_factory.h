@@ -35,6 +35,8 @@ class DrawportProgramFactory {
   virtual DrawportParameterHandle GetParameterHandle(InternedId name) const = 0;
   virtual DrawportParameterHandle GetBufferParameterHandle(InternedId name) const = 0;
   virtual DrawportParameterHandle GetImageParameterHandle(InternedId name) const = 0;
+  // Of a graphics program, whose stages may have parameters of one name: that of one stage, of any kind.
+  virtual DrawportParameterHandle GetStageParameterHandle(DrawportStage stage, InternedId name) const = 0;
 
   // The values of (context, owner, programHash): the same arguments give the same set, which lives as long as the
   // factory. Error: out of memory.
@@ -85,6 +87,7 @@ class DrawportProgramFactory {
   // The table of noise `handle` for `seed`.
   virtual Result<void> SetParameterNoise(DrawportParameterValueSet& values, DrawportParameterHandle handle, Int32 seed,
                                          Int32 depth) = 0;
+  // An empty gradient reads as black, as one that was never set.
   virtual Result<void> SetParameterGradient(DrawportParameterValueSet& values, DrawportParameterHandle handle,
                                             const GradientRenderData& gradient) = 0;
 

@@ -16,6 +16,7 @@
 #include "ostra/core/delegate.h"
 #include "ostra/core/interned_id.h"
 #include "ostra/drawport/function_cache.h"
+#include "ostra/drawport/graphics_objects.h"
 #include "ostra/drawport/parameters.h"
 #include "ostra/drawport/shader_assembly.h"
 
@@ -44,6 +45,19 @@ struct DrawportRequiredFeature {
 struct DrawportFunctionUse {
   DrawportStage stage = DrawportStage::Compute;
   DrawportFunctionId id;
+};
+
+// What the stages of a graphics program hand to each other, besides what their records declare.
+struct DrawportVarying {
+  DrawportStage from = DrawportStage::Vertex;
+  DrawportStage to = DrawportStage::Fragment;
+  DrawportShaderValueType type = DrawportShaderValueType::Float;
+  InternedId name;
+};
+
+struct DrawportColorOutput {
+  Int32 target = 0;
+  InternedId name;
 };
 
 class OSTRA_API DrawportProgramDescription {
@@ -75,8 +89,9 @@ class OSTRA_API DrawportProgramDescription {
                                   DrawportBufferAccess access, Bool isValue = false);
   // A texture with its sampler; `isLinear` is what the program expects of the sampler. With `hasLayers` it is an array
   // of textures of one or two dimensions: the layers of a texture lie along the next dimension of its extent.
+  // With `isMultisampled` it is one of a target with several samples, see GetFramebufferTexel.
   Result<void> AddTextureParameter(DrawportStage stage, DrawportTextureType type, PixelFormatRef format, Bool isLinear,
-                                   InternedId name, Bool hasLayers = false);
+                                   InternedId name, Bool hasLayers = false, Bool isMultisampled = false);
   // A texture that is read and written. Error: no format.
   Result<void> AddImageParameter(DrawportStage stage, DrawportTextureType type, PixelFormatRef format, InternedId name);
 
@@ -85,6 +100,24 @@ class OSTRA_API DrawportProgramDescription {
   Result<void> AddFunction(DrawportStage stage, DrawportFunctionId id);
   // Work group size. Error: a size of 0.
   Result<void> SetComputeShaderProperties(UInt32 x, UInt32 y, UInt32 z);
+
+  // Graphics programs. A program has graphics stages as soon as one of these calls, code or records name one; it needs
+  // a vertex stage, and tessellation stages come in pairs. What the records of a stage declare already is not declared
+  // a second time, so callers may name everything here again.
+
+  // An input of each vertex. Errors: illegal argument for another stage than the vertex stage, a type that is no scalar
+  // or vector, or a name that is taken by another type.
+  Result<void> AddAttribute(DrawportStage stage, DrawportShaderValueType type, InternedId name);
+  // What stage `from` gives and the later stage `to` receives under the same name. The same one may be added again.
+  // Errors: illegal argument for stages in another order, a type that no varying can have, or two types of one name.
+  Result<void> AddVaryingVariable(DrawportStage from, DrawportStage to, DrawportShaderValueType type, InternedId name);
+  // The variable of the fragment stage that is the colour of target number `target`. "f_transparency" stands for the
+  // one whose name holds "transparency". One that no records declare has four components. Error: illegal argument for a
+  // target outside 0 to 7, or one that has a variable.
+  Result<void> AddOutputColorVariable(Int32 target, InternedId name);
+  // 1: the fragment stage computes the depth; see DrawportStateDescription. Error: illegal argument for other numbers.
+  Result<void> SetDepthWriteMode(Int32 mode);
+
   // Name for debuggers.
   Result<void> SetDebugLabel(std::string_view label);
 
@@ -94,6 +127,12 @@ class OSTRA_API DrawportProgramDescription {
   const BaseArray<DrawportParameter>& GetParameters() const { return _parameters; }
   const BaseArray<DrawportNoiseFunction>& GetNoiseFunctions() const { return _noises; }
   const BaseArray<DrawportFunctionUse>& GetFunctions() const { return _functions; }
+  const BaseArray<DrawportVertexAttribute>& GetAttributes() const { return _attributes; }  // of AddAttribute
+  const BaseArray<DrawportVarying>& GetVaryings() const { return _varyings; }
+  const BaseArray<DrawportColorOutput>& GetColorOutputs() const { return _outputs; }
+  DrawportDepthWriteMode GetDepthWriteMode() const { return _depthWrite; }
+  // Whether anything was added for a stage.
+  Bool HasStage(DrawportStage stage) const;
   const UInt32 (&GetWorkGroupSize() const)[3] { return _workGroupSize; }
   const String& GetDebugLabel() const { return _label; }
   const DrawportParameterBinder& GetParameterBinder() const { return _binder; }
@@ -106,6 +145,8 @@ class OSTRA_API DrawportProgramDescription {
  private:
   Result<void> AddParameter(DrawportParameter parameter);
   Result<void> AddRecordedParameters(const ShaderRecords& records);
+  // program_graphics.cpp: what stages hand on, in addition to what `records` have already.
+  Result<void> AddStageVariables(ShaderRecords& records) const;
 
   BaseArray<DrawportRequiredFeature> _features;
   BaseArray<ShaderRecords> _records;  // of SetShaderRecords, one per stage; their parameters are in _parameters
@@ -113,6 +154,10 @@ class OSTRA_API DrawportProgramDescription {
   BaseArray<DrawportParameter> _parameters;
   BaseArray<DrawportNoiseFunction> _noises;
   BaseArray<DrawportFunctionUse> _functions;
+  BaseArray<DrawportVertexAttribute> _attributes;
+  BaseArray<DrawportVarying> _varyings;
+  BaseArray<DrawportColorOutput> _outputs;
+  DrawportDepthWriteMode _depthWrite = DrawportDepthWriteMode::Off;
   UInt32 _workGroupSize[3] = {0, 0, 0};
   String _label;
   DrawportParameterBinder _binder;

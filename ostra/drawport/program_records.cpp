@@ -60,6 +60,7 @@ ShaderTexture MakeTexture(const DrawportParameter& parameter) {
                        .isLinear = parameter.isLinear,
                        .isImage = parameter.kind == DrawportParameterKind::Image,
                        .hasLayers = parameter.hasLayers,
+                       .isMultisampled = parameter.isMultisampled,
                        .origin = {}};
 }
 
@@ -72,6 +73,12 @@ ShaderParameter MakeParameter(const DrawportParameter& parameter) {
                          .access = parameter.access,
                          .isValue = parameter.isValue,
                          .origin = {}};
+}
+
+// What stages hand to each other is not bound.
+Bool IsBound(ShaderParameterKind kind) {
+  return kind == ShaderParameterKind::Value || kind == ShaderParameterKind::Buffer ||
+         kind == ShaderParameterKind::Counter;
 }
 
 // Declarations of structs that came as text, in front of all functions, as those may name them.
@@ -109,8 +116,8 @@ Result<void> DrawportProgramDescription::AddRecordedParameters(const ShaderRecor
       added.layout.typeName = parameter.elementType;
       added.access = parameter.access;
       added.isValue = parameter.isValue;
-    } else if (parameter.kind != ShaderParameterKind::Value) {
-      continue;  // what stages hand to each other is not bound
+    } else if (!IsBound(parameter.kind)) {
+      continue;
     }
     OSTRA_RETURN_IF_ERROR(AddParameter(std::move(added)));
   }
@@ -125,7 +132,8 @@ Result<void> DrawportProgramDescription::AddRecordedParameters(const ShaderRecor
                       .textureType = texture.textureType,
                       .format = texture.format,
                       .isLinear = texture.isLinear,
-                      .hasLayers = texture.hasLayers}));
+                      .hasLayers = texture.hasLayers,
+                      .isMultisampled = texture.isMultisampled}));
   }
   return OK;
 }
@@ -177,8 +185,9 @@ Result<ShaderRecords> DrawportProgramDescription::MakeShaderRecords(DrawportStag
     for (const ShaderTexture& texture : given.textures) OSTRA_RETURN_IF_ERROR(records.textures.Append(texture));
     records.noiseTableCount = given.noiseTableCount;
   }
-  // Parameters that came with records stand in front, and are there already.
-  const Int recorded = records.parameters.GetCount() + records.textures.GetCount();
+  // Parameters that came with records stand in front, and are there already. What stages hand on is none of them.
+  Int recorded = records.textures.GetCount();
+  for (const ShaderParameter& parameter : records.parameters) recorded += IsBound(parameter.kind);
   Int seen = 0;
   for (const DrawportParameter& parameter : _parameters) {
     if (parameter.stage != stage || seen++ < recorded) continue;
@@ -208,6 +217,7 @@ Result<ShaderRecords> DrawportProgramDescription::MakeShaderRecords(DrawportStag
     OSTRA_ASSIGN_OR_RETURN(ShaderCode copy, Copy(piece.code));
     OSTRA_RETURN_IF_ERROR(pieces.Append(std::move(copy)));
   }
+  OSTRA_RETURN_IF_ERROR(AddStageVariables(records));
   return records;
 }
 

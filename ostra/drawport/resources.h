@@ -50,6 +50,9 @@ struct DrawportTextureDescription {
   PixelFormatRef format = nullptr;
   DrawportExtent extent;
   Bool isImage = false;  // kernels read and write it: needs DrawportPixelFormatAccess::ShaderReadWrite
+  // Of textures that a render target hands out.
+  DrawportDepthFormat depthFormat = DrawportDepthFormat::None;
+  Int32 sampleCount = 1;
 };
 
 class DrawportTexture {

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <atomic>
 
+#include "ostra/drawport/enumerations.h"
+
 namespace ostra {
 namespace {
 
@@ -10,6 +12,7 @@ constinit std::atomic<Int> g_memoryLimit{0};
 constinit std::atomic<Int> g_stagingCapacity{0};
 constinit std::atomic<Int> g_rowAlignment{1};
 constinit std::atomic<bool> g_isDirect{true};
+constinit std::atomic<bool> g_isHlsl{false};
 
 }  // namespace
 
@@ -24,5 +27,8 @@ Int GetDrawportRowAlignment() { return g_rowAlignment; }
 
 void SetDrawportDirectMapping(Bool isOn) { g_isDirect = isOn; }
 Bool GetDrawportDirectMapping() { return g_isDirect; }
+
+void SetDrawportShadingLanguage(const Id& language) { g_isHlsl = language == kShadingLanguageHlsl; }
+const Id& GetDrawportShadingLanguage() { return g_isHlsl ? kShadingLanguageHlsl : kShadingLanguageGlsl; }
 
 }  // namespace ostra

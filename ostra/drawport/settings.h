@@ -2,8 +2,7 @@
 // it.
 #pragma once
 
-#include "ostra/core/export.h"
-#include "ostra/core/types.h"
+#include "ostra/core/id.h"
 
 namespace ostra {
 
@@ -26,5 +25,10 @@ OSTRA_API Int GetDrawportRowAlignment();
 // their memory; all bytes go through staging memory. For tests of that way. Default: true.
 OSTRA_API void SetDrawportDirectMapping(Bool isOn);
 OSTRA_API Bool GetDrawportDirectMapping();
+
+// The language that drawports which are made from now on ask programs for, where the backend can compile several:
+// kShadingLanguageGlsl, the default, or kShadingLanguageHlsl; anything else is the default. Results are the same.
+OSTRA_API void SetDrawportShadingLanguage(const Id& language);
+OSTRA_API const Id& GetDrawportShadingLanguage();
 
 }  // namespace ostra

@@ -199,6 +199,10 @@ std::string_view GetProgramSection(const ShaderRecords& records, const Sections&
       return "program compute";
     case DrawportStage::Vertex:
       return "program vertex";
+    case DrawportStage::TessellationControl:
+      return "program tessellation control";
+    case DrawportStage::TessellationEvaluation:
+      return "program tessellation evaluation";
     case DrawportStage::Fragment:
       return "program fragment";
     default:
@@ -224,6 +228,7 @@ constexpr Prefix kPrefixes[] = {
     {"ostraFetch_", "FetchTexture"},
     {"ostraSize_", "TextureSize"},
     {"ostraStore_", "StoreImage"},
+    {"ostraIn_", "InPatch"},
     {"ostraCounter_", "GetAtomicCounter"},
 };
 

@@ -59,8 +59,10 @@ enum class ShaderParameterKind : Int32 {
   Buffer,     // UNIFORM_BUFFER(name)[i]
   Counter,    // AtomicAdd(GetAtomicCounter(name), 1u, old): a buffer of one UInt32
   Attribute,  // vertex stage: input of each vertex
-  Varying,    // handed on to the fragment stage, interpolated there
-  Output,     // fragment stage: colour of a target; the depth when the name contains "depth"
+  // Handed on to the next stage under the same name; interpolated on the way to the fragment stage. Stages of
+  // tessellation read what they receive with InPatch(name, i), one for each control point.
+  Varying,
+  Output,  // fragment stage: colour of a target; the depth when the name contains "depth"
 };
 
 struct ShaderParameter {
@@ -122,6 +124,9 @@ inline constexpr Int kMaxNoiseTables = 128;
 // follow buffers and counters, textures and images, and the segments of gradients, each in the order of the records.
 // Attributes, varyings and outputs are counted by themselves, from location 0.
 OSTRA_API void AssignBindings(ShaderRecords& records);
+
+// Locations that an attribute or varying takes: one, and one for each column of a matrix.
+OSTRA_API Int GetLocationCount(DrawportShaderValueType type);
 
 // A value of the uniform buffer.
 struct ShaderUniform {

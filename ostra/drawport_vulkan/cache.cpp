@@ -68,6 +68,38 @@ Result<void> Cache::GetProgramFactory(const DrawportCacheKey& key, const Drawpor
   return OK;
 }
 
+StateObjectItem::~StateObjectItem() { _cache->stateObjects.Forget(_key, this); }
+
+Result<DrawportVertexAttributeLayoutItemRef> Cache::GetVertexAttributeLayout(
+    const DrawportVertexAttributeLayoutDescribe& describe) {
+  return MakeVertexAttributeLayout(describe);
+}
+
+Result<void> Cache::GetVertexAttributeSet(const DrawportVertexAttributeLayoutItemRef& layout,
+                                          const DrawportVertexAttributeSetDescribe& describe,
+                                          DrawportVertexAttributeSetItemRef& slot, DrawportContextInterface&) {
+  OSTRA_ASSIGN_OR_RETURN(DrawportVertexAttributeSetItemRef item, MakeVertexAttributeSet(layout, describe));
+  slot = std::move(item);
+  return OK;
+}
+
+Result<DrawportStateObject*> Cache::GetStateObject(const DrawportCacheKey& key, const DrawportStateDescribe& describe,
+                                                   DrawportStateObjectItemRef& slot) {
+  const auto create = [&]() -> Result<StrongRef<StateObjectItem>> {
+    OSTRA_ASSIGN_OR_RETURN(StrongRef<StateObjectItem> item, NewItem<StateObjectItem>(*this, key));
+    OSTRA_RETURN_IF_ERROR(item->Describe(describe));
+    return item;
+  };
+  OSTRA_ASSIGN_OR_RETURN(auto item, FindOrCreate(stateObjects, key, create));
+  slot = DrawportStateObjectItemRef(item);
+  return static_cast<DrawportStateObject*>(item.GetPointer());
+}
+
+Result<DrawportRenderTargetRef> Cache::CreateRenderTarget(DrawportContextInterface&,
+                                                          const DrawportRenderTargetDescription&) {
+  return OSTRA_NOT_IMPLEMENTED("This GPU backend does not draw.");
+}
+
 Result<DrawportStagingBuffer*> Cache::AllocStagingBuffer(DrawportContextInterface& context,
                                                          const DrawportStagingOptions& options) {
   OSTRA_ASSIGN_OR_RETURN(Context * found, FindContext(context));

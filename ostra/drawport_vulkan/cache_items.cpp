@@ -103,7 +103,9 @@ ProgramItem::~ProgramItem() {
   DeleteObj(_factory);
 }
 
-Result<DrawportProgramFactory*> ProgramItem::MakeValid(DrawportContextInterface& context) {
+Result<DrawportProgramFactory*> ProgramItem::MakeValid(DrawportContextInterface& context,
+                                                       const DrawportVertexAttributeSet*,
+                                                       const DrawportFramebufferTargetSet*) {
   OSTRA_ASSIGN_OR_RETURN(Context * found, FindContext(context));
   // Programs that share an item may come from several jobs: the first one builds.
   const std::scoped_lock lock(_mutex);
@@ -113,7 +115,8 @@ Result<DrawportProgramFactory*> ProgramItem::MakeValid(DrawportContextInterface&
       return OSTRA_ILLEGAL_STATE("The GPU device does not support @, which the program requires.",
                                  GetFeatureName(required.feature));
   }
-  OSTRA_ASSIGN_OR_RETURN(ProgramFactory * factory, ProgramFactory::Create(found->GetDevice(), _description));
+  OSTRA_ASSIGN_OR_RETURN(ProgramFactory * factory, ProgramFactory::Create(found->GetDevice(), _description,
+                                                                          found->GetDrawport()->GetShadingLanguage()));
   DeleteObj(_factory);
   _factory = factory;
   return static_cast<DrawportProgramFactory*>(_factory);

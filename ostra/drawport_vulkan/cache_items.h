@@ -81,7 +81,9 @@ class ProgramItem final : public DrawportCounted<ProgramItem, DrawportProgramFac
   // Lets the builder fill the description.
   Result<void> Build(const DrawportProgramBuilder& builder) { return builder(_description); }
 
-  Result<DrawportProgramFactory*> MakeValid(DrawportContextInterface& context) override;
+  Result<DrawportProgramFactory*> MakeValid(DrawportContextInterface& context,
+                                            const DrawportVertexAttributeSet* attributes = nullptr,
+                                            const DrawportFramebufferTargetSet* targets = nullptr) override;
   const DrawportProgramDescription& GetSpecification() const override { return _description; }
 
  private:
@@ -90,6 +92,24 @@ class ProgramItem final : public DrawportCounted<ProgramItem, DrawportProgramFac
   DrawportProgramDescription _description;
   std::mutex _mutex;
   ProgramFactory* _factory = nullptr;  // owned
+};
+
+// The same for every device: what it describes becomes part of a pipeline when something is drawn.
+class StateObjectItem final : public DrawportCounted<StateObjectItem, DrawportStateObjectItemInterface>,
+                              public DrawportStateObject {
+ public:
+  StateObjectItem(CacheRef cache, const DrawportCacheKey& key) : _cache(std::move(cache)), _key(key) {}
+  ~StateObjectItem();
+  // Before anybody else sees the item.
+  Result<void> Describe(const DrawportStateDescribe& describe) { return describe(_description); }
+
+  DrawportStateObject& GetStateObject() override { return *this; }
+  const DrawportStateDescription& GetDescription() const override { return _description; }
+
+ private:
+  CacheRef _cache;
+  DrawportCacheKey _key;
+  DrawportStateDescription _description;
 };
 
 // The cache: class net.ostra.drawport.cache.vulkan.
@@ -106,6 +126,16 @@ class Cache final : public Component<Cache, DrawportCacheInterface> {
   Result<DrawportAtomicCounterItemRef> GetAtomicCounter(const DrawportCounterKey& key) override;
   Result<void> GetProgramFactory(const DrawportCacheKey& key, const DrawportProgramBuilder& builder,
                                  DrawportProgramFactoryItemRef& slot, DrawportContextInterface& context) override;
+  Result<DrawportVertexAttributeLayoutItemRef> GetVertexAttributeLayout(
+      const DrawportVertexAttributeLayoutDescribe& describe) override;
+  Result<void> GetVertexAttributeSet(const DrawportVertexAttributeLayoutItemRef& layout,
+                                     const DrawportVertexAttributeSetDescribe& describe,
+                                     DrawportVertexAttributeSetItemRef& slot,
+                                     DrawportContextInterface& context) override;
+  Result<DrawportStateObject*> GetStateObject(const DrawportCacheKey& key, const DrawportStateDescribe& describe,
+                                              DrawportStateObjectItemRef& slot) override;
+  Result<DrawportRenderTargetRef> CreateRenderTarget(DrawportContextInterface& context,
+                                                     const DrawportRenderTargetDescription& description) override;
   Result<DrawportStagingBuffer*> AllocStagingBuffer(DrawportContextInterface& context,
                                                     const DrawportStagingOptions& options) override;
   Result<void> FreeTrashCaches(DrawportContextInterface& context) override;
@@ -115,6 +145,7 @@ class Cache final : public Component<Cache, DrawportCacheInterface> {
   ItemTable<UInt8, SamplerItem> samplers;
   ItemTable<DrawportCounterKey, CounterItem> counters;
   ItemTable<DrawportCacheKey, ProgramItem> programs;
+  ItemTable<DrawportCacheKey, StateObjectItem> stateObjects;
 };
 
 }  // namespace ostra::vulkan

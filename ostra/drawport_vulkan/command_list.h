@@ -37,6 +37,9 @@ class CommandList final : public DrawportCommandList {
                         UInt32 z) override;
   Result<void> DispatchIndirect(DrawportProgramFactory& program, DrawportParameterValueSet& values,
                                 DrawportDeviceBuffer& arguments, Int byteOffset) override;
+  Result<void> BeginDrawPass(DrawportRenderTarget& target, const DrawportClearValues& clear) override;
+  Result<void> Draw(const DrawportDrawCall& call) override;
+  Result<void> EndDrawPass() override;
 
   Device& GetDevice() const { return *_device; }
   UInt32 GetNumber() const { return _number; }

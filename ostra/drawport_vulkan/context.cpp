@@ -62,7 +62,10 @@ Result<Context*> FindContext(DrawportContextInterface& context) {
 }
 
 Drawport::Drawport(DrawportCacheRef cache, DeviceRef device)
-    : _cache(std::move(cache)), _device(std::move(device)), _capabilities(MakeCapabilities(*_device)) {}
+    : _cache(std::move(cache)),
+      _device(std::move(device)),
+      _language(GetDrawportShadingLanguage()),
+      _capabilities(MakeCapabilities(*_device)) {}
 
 Result<DrawportRef> Drawport::Create(DrawportCacheRef cache, DeviceRef device) {
   Drawport* drawport = NewObj<Drawport>(std::move(cache), std::move(device));

@@ -37,12 +37,13 @@ class Drawport final : public DrawportCounted<Drawport, DrawportInterface> {
 
   DrawportCacheRef GetDrawportCache() const override { return _cache; }
   Result<DrawportContextRef> CreateOffscreenRenderContext(Bool sharesWithCaller, Int32 deviceIndex) override;
-  const Id& GetShadingLanguage() const override { return kShadingLanguageGlsl; }
+  const Id& GetShadingLanguage() const override { return _language; }
   const DrawportCapabilities& GetCapabilities() const override { return _capabilities; }
 
  private:
   DrawportCacheRef _cache;
   DeviceRef _device;
+  const Id& _language;
   DrawportCapabilities _capabilities;
 };
 

@@ -55,6 +55,12 @@ DrawportParameterHandle ProgramFactory::GetImageParameterHandle(InternedId name)
   return handle;
 }
 
+DrawportParameterHandle ProgramFactory::GetStageParameterHandle(DrawportStage stage, InternedId name) const {
+  for (Int i = 0; i < _places.GetCount(); ++i)
+    if (_places[i].parameter.stage == stage && _places[i].parameter.name == name) return {static_cast<Int32>(i)};
+  return {};
+}
+
 Result<DrawportParameterValueSet*> ProgramFactory::GetParameterValueSet(DrawportContextInterface& context, UInt64 owner,
                                                                         UInt64 programHash) {
   OSTRA_ASSIGN_OR_RETURN(Context * found, FindContext(context));

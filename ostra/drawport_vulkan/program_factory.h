@@ -107,8 +107,10 @@ class ValueSet final : public DrawportParameterValueSet {
 
 class ProgramFactory final : public DrawportProgramFactory {
  public:
-  // Assembles, compiles and lays out. Errors: those of the description, the compiler and the device.
-  static Result<ProgramFactory*> Create(Device& device, const DrawportProgramDescription& description);
+  // Assembles, compiles and lays out; `language` is the drawport's. Errors: those of the description, the compiler and
+  // the device.
+  static Result<ProgramFactory*> Create(Device& device, const DrawportProgramDescription& description,
+                                        const Id& language);
 
   ProgramFactory() = default;
   ProgramFactory(const ProgramFactory&) = delete;
@@ -126,6 +128,7 @@ class ProgramFactory final : public DrawportProgramFactory {
   DrawportParameterHandle GetParameterHandle(InternedId name) const override;
   DrawportParameterHandle GetBufferParameterHandle(InternedId name) const override;
   DrawportParameterHandle GetImageParameterHandle(InternedId name) const override;
+  DrawportParameterHandle GetStageParameterHandle(DrawportStage stage, InternedId name) const override;
   Result<DrawportParameterValueSet*> GetParameterValueSet(DrawportContextInterface& context, UInt64 owner,
                                                           UInt64 programHash) override;
   Result<void> StartSetParameters(DrawportContextInterface& context, DrawportParameterValueSet& values) override;
@@ -169,7 +172,7 @@ class ProgramFactory final : public DrawportProgramFactory {
 
  private:
   // program_layout.cpp
-  Result<void> Init(Device& device, const DrawportProgramDescription& description);
+  Result<void> Init(Device& device, const DrawportProgramDescription& description, const Id& language);
   Result<void> AddPlaces(const DrawportProgramDescription& description, const AssembledShader& shader);
   Result<void> LayOut(const ShaderRecords& records, const AssembledShader& shader);
 

@@ -64,10 +64,11 @@ Int FindBinding(const BaseArray<PipelineBinding>& bindings, Int number) {
 
 }  // namespace
 
-Result<ProgramFactory*> ProgramFactory::Create(Device& device, const DrawportProgramDescription& description) {
+Result<ProgramFactory*> ProgramFactory::Create(Device& device, const DrawportProgramDescription& description,
+                                               const Id& language) {
   ProgramFactory* factory = NewObj<ProgramFactory>();
   if (!factory) return OSTRA_OUT_OF_MEMORY();
-  Result<void> made = factory->Init(device, description);
+  Result<void> made = factory->Init(device, description, language);
   if (made) return factory;
   DeleteObj(factory);
   return made.TakeError();
@@ -77,17 +78,16 @@ ProgramFactory::~ProgramFactory() {
   for (ValueSet* set : _valueSets) DeleteObj(set);
 }
 
-Result<void> ProgramFactory::Init(Device& device, const DrawportProgramDescription& description) {
+Result<void> ProgramFactory::Init(Device& device, const DrawportProgramDescription& description, const Id& language) {
   OSTRA_RETURN_IF_ERROR(CheckWorkGroup(device, description.GetWorkGroupSize()));
-  OSTRA_ASSIGN_OR_RETURN(ShaderRecords records,
-                         description.MakeShaderRecords(DrawportStage::Compute, kShadingLanguageGlsl));
+  OSTRA_ASSIGN_OR_RETURN(ShaderRecords records, description.MakeShaderRecords(DrawportStage::Compute, language));
   AssignBindings(records);
   OSTRA_ASSIGN_OR_RETURN(const AssembledShader shader, AssembleShader(records));
   OSTRA_ASSIGN_OR_RETURN(const BaseArray<PipelineBinding> bindings, ListBindings(records, shader));
   const String name = description.GetDebugLabel().IsPopulated() ? description.GetDebugLabel() : "kernel"_s;
-  OSTRA_ASSIGN_OR_RETURN(_pipeline,
-                         device.GetPrograms().GetPipeline(
-                             shader, Block<const PipelineBinding>(bindings.GetFirst(), bindings.GetCount()), name));
+  OSTRA_ASSIGN_OR_RETURN(
+      _pipeline, device.GetPrograms().GetPipeline(
+                     language, shader, Block<const PipelineBinding>(bindings.GetFirst(), bindings.GetCount()), name));
   OSTRA_RETURN_IF_ERROR(AddPlaces(description, shader));
   OSTRA_RETURN_IF_ERROR(LayOut(records, shader));
   if (FindBinding(_pipeline->GetBindings(), records.gradientBinding) < 0) return OK;

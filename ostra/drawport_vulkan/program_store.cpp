@@ -99,8 +99,8 @@ ProgramStatistics ProgramStore::GetStatistics() const {
   return _statistics;
 }
 
-Result<BaseArray<UInt32>> ProgramStore::GetSpirv(const ContentKey& key, const AssembledShader& shader,
-                                                 const String& name) {
+Result<BaseArray<UInt32>> ProgramStore::GetSpirv(const ContentKey& key, const Id& language,
+                                                 const AssembledShader& shader, const String& name) {
   BaseArray<UInt32> words;
   OSTRA_ASSIGN_OR_RETURN(const BaseArray<Byte> kept, _store.Load(key));
   if (kept.IsPopulated() && kept.GetCount() % static_cast<Int>(sizeof(UInt32)) == 0) {
@@ -111,7 +111,7 @@ Result<BaseArray<UInt32>> ProgramStore::GetSpirv(const ContentKey& key, const As
     return words;
   }
   const MonitorScope scope("compile shader");
-  OSTRA_ASSIGN_OR_RETURN(CompiledShader compiled, CompileShader(kShadingLanguageGlsl, DrawportStage::Compute, shader));
+  OSTRA_ASSIGN_OR_RETURN(CompiledShader compiled, CompileShader(language, DrawportStage::Compute, shader));
   {
     const std::scoped_lock lock(_mutex);
     ++_statistics.compiled;
@@ -123,9 +123,10 @@ Result<BaseArray<UInt32>> ProgramStore::GetSpirv(const ContentKey& key, const As
   return words;
 }
 
-Result<PipelineRef> ProgramStore::GetPipeline(const AssembledShader& shader, Block<const PipelineBinding> declared,
-                                              const String& name) {
+Result<PipelineRef> ProgramStore::GetPipeline(const Id& language, const AssembledShader& shader,
+                                              Block<const PipelineBinding> declared, const String& name) {
   ContentKey spirvKey = _compilerKey;
+  spirvKey.Add(language.GetView());
   spirvKey.Add(shader.text.GetView());
   ContentKey key = spirvKey;
   for (Int i = 0; i < declared.GetCount(); ++i) {
@@ -134,7 +135,7 @@ Result<PipelineRef> ProgramStore::GetPipeline(const AssembledShader& shader, Blo
   }
   if (PipelineRef running = FindRunning(key)) return running;
 
-  OSTRA_ASSIGN_OR_RETURN(const BaseArray<UInt32> spirv, GetSpirv(spirvKey, shader, name));
+  OSTRA_ASSIGN_OR_RETURN(const BaseArray<UInt32> spirv, GetSpirv(spirvKey, language, shader, name));
   OSTRA_ASSIGN_OR_RETURN(const BaseArray<UInt32> numbers,
                          FindBindings(Block<const UInt32>(spirv.GetFirst(), spirv.GetCount())));
   BaseArray<PipelineBinding> used;

@@ -26,8 +26,8 @@ class ProgramStore {
 
   // The pipeline of an assembled text with bindings. `name` stands in messages about the text as a whole, and in
   // debuggers. Errors: illegal argument with the messages of the compiler; those of Pipeline::Create. Thread-safe.
-  Result<PipelineRef> GetPipeline(const AssembledShader& shader, Block<const PipelineBinding> declared,
-                                  const String& name);
+  Result<PipelineRef> GetPipeline(const Id& language, const AssembledShader& shader,
+                                  Block<const PipelineBinding> declared, const String& name);
   // Called by a pipeline that goes.
   void Forget(const Pipeline& pipeline);
 
@@ -35,7 +35,8 @@ class ProgramStore {
 
  private:
   Result<void> Init();
-  Result<BaseArray<UInt32>> GetSpirv(const ContentKey& key, const AssembledShader& shader, const String& name);
+  Result<BaseArray<UInt32>> GetSpirv(const ContentKey& key, const Id& language, const AssembledShader& shader,
+                                     const String& name);
   PipelineRef FindRunning(const ContentKey& key);
   void SaveDriverCache();
 

@@ -16,6 +16,10 @@ EShLanguage GetStage(DrawportStage stage) {
   switch (stage) {
     case DrawportStage::Vertex:
       return EShLangVertex;
+    case DrawportStage::TessellationControl:
+      return EShLangTessControl;
+    case DrawportStage::TessellationEvaluation:
+      return EShLangTessEvaluation;
     case DrawportStage::Fragment:
       return EShLangFragment;
     default:

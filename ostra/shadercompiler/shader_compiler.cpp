@@ -44,7 +44,10 @@ Result<CompiledShader> CompileShader(const Id& language, DrawportStage stage, co
   const Bool isHlsl = language == kShadingLanguageHlsl;
   if (!isHlsl && !(language == kShadingLanguageGlsl))
     return OSTRA_ILLEGAL_ARGUMENT("Shaders in the language \"@\" cannot be compiled.", language);
-  if (stage != DrawportStage::Compute && stage != DrawportStage::Vertex && stage != DrawportStage::Fragment)
+  const Bool isStage = stage == DrawportStage::Compute || stage == DrawportStage::Vertex ||
+                       stage == DrawportStage::TessellationControl ||
+                       stage == DrawportStage::TessellationEvaluation || stage == DrawportStage::Fragment;
+  if (!isStage)
     return OSTRA_ILLEGAL_ARGUMENT("Shaders of the stage @ cannot be compiled.", static_cast<Int32>(stage));
   CompiledShader compiled;
   try {

@@ -190,6 +190,82 @@ TEST(ShaderAssemblyTest, GraphicsStagesCompile) {
   }
 }
 
+ShaderRecords MakeStage(const Id& language, DrawportStage stage, std::string_view code) {
+  ShaderRecords records = MakeRecords(language, code);
+  records.stage = stage;
+  for (const auto& [name, type] :
+       {std::pair("shade", DrawportShaderValueType::Float), std::pair("number", DrawportShaderValueType::Int),
+        std::pair("frame", DrawportShaderValueType::Matrix3)}) {
+    ShaderParameter parameter;
+    parameter.kind = ShaderParameterKind::Varying;
+    parameter.name = MakeText(name);
+    parameter.valueType = type;
+    AddParameter(records, std::move(parameter));
+  }
+  return records;
+}
+
+void AddDefines(ShaderRecords& records, std::string_view text) {
+  ASSERT_THAT(records.defines.Append(ShaderCode{MakeText(text), {}}), IsOk());
+}
+
+TEST(ShaderAssemblyTest, TessellationStagesCompile) {
+  constexpr std::string_view kControl =
+      "shade = InPatch(shade, InInvocationID) * 2.0;\nnumber = InPatch(number, 0u);\n"
+      "frame = InPatch(frame, InInvocationID);\nOutPosition = InPatchPosition(InInvocationID);\n"
+      "OutTessLevelOuter[0] = UNIFORM(level);\nOutTessLevelOuter[1] = UNIFORM(level);\n"
+      "OutTessLevelOuter[2] = float(InPatchSize);\nOutTessLevelInner[0] = float(InPrimitiveID);\n"
+      "if (shade < 0.0) return;\nshade = 1.0;";
+  constexpr std::string_view kEvaluation =
+      "OutPosition = InPatchPosition(0) * InTessCoord.x + InPatchPosition(1) * InTessCoord.y;\n"
+      "shade = InPatch(shade, 0) * InTessCoord.x + InPatch(shade, 1) * InTessCoord.y;\n"
+      "number = InPatch(number, 0) + int(InPatchSize);\nframe = InPatch(frame, 0);\n"
+      "if (shade < UNIFORM(level)) return;\nshade = 1.0;";
+  for (const Id* language : {&kShadingLanguageGlsl, &kShadingLanguageHlsl}) {
+    for (const std::string_view defines :
+         {"", "#define PATCH_POINTS 4\n#define PATCH_DOMAIN quads\n#define PATCH_SPACING fractional_odd_spacing\n",
+          "#define PATCH_POINTS 2\n#define PATCH_DOMAIN isolines\n#define PATCH_WINDING cw\n"}) {
+      ShaderRecords control = MakeStage(*language, DrawportStage::TessellationControl, kControl);
+      AddValue(control, "level", DrawportShaderValueType::Float);
+      AddDefines(control, defines);
+      EXPECT_EQ(Compile(control), "") << language->GetView() << defines;
+      ShaderRecords evaluation = MakeStage(*language, DrawportStage::TessellationEvaluation, kEvaluation);
+      AddValue(evaluation, "level", DrawportShaderValueType::Float);
+      AddDefines(evaluation, defines);
+      EXPECT_EQ(Compile(evaluation), "") << language->GetView() << defines;
+    }
+  }
+}
+
+TEST(ShaderAssemblyTest, PointSizesAreWritten) {
+  for (const Id* language : kLanguages) {
+    ShaderRecords vertex = MakeRecords(*language, "OutPosition = vec4(0.0, 0.0, 0.0, 1.0);\nOutPointSize = 4.0;");
+    vertex.stage = DrawportStage::Vertex;
+    EXPECT_EQ(Compile(vertex), "") << language->GetView();
+  }
+}
+
+TEST(ShaderAssemblyTest, OneWordPassesTexturesWithOneAndWithSeveralSamples) {
+  for (const Id* language : kLanguages) {
+    for (const Bool isMultisampled : {false, true}) {
+      ShaderRecords records = MakeRecords(
+          *language,
+          isMultisampled
+              ? "color = GetFramebufferTexel(PassTexture(layer), int2(InFragCoord.x, InFragCoord.y), InSampleID);"
+              : "color = GetFramebufferTexel(PassTexture(layer), int2(InFragCoord.x, InFragCoord.y));");
+      records.stage = DrawportStage::Fragment;
+      AddTexture(records, "layer", DrawportTextureType::Texture2D, "net.ostra.image.pixelformat.rgba.f32"_id);
+      records.textures[0].isMultisampled = isMultisampled;
+      ShaderParameter color;
+      color.kind = ShaderParameterKind::Output;
+      color.name = "color"_s;
+      color.valueType = DrawportShaderValueType::Float4;
+      AddParameter(records, std::move(color));
+      EXPECT_EQ(Compile(records), "") << language->GetView() << isMultisampled;
+    }
+  }
+}
+
 TEST(ShaderAssemblyTest, TheSampleNumberIsAskedForOnlyWhereItIsUsed) {
   for (const Id* language : {&kShadingLanguageHlsl, &kShadingLanguageMetal}) {
     ShaderRecords records = MakeRecords(*language, "");
@@ -208,9 +284,9 @@ TEST(ShaderAssemblyErrorTest, LanguagesWithoutSupportCodeAreRefused) {
 }
 
 TEST(ShaderAssemblyErrorTest, StagesWithoutSupportCodeAreRefused) {
-  for (const Id* language : kLanguages) {
-    ShaderRecords records = MakeRecords(*language, "");
-    records.stage = DrawportStage::TessellationControl;
+  for (const DrawportStage stage : {DrawportStage::TessellationControl, DrawportStage::TessellationEvaluation}) {
+    ShaderRecords records = MakeRecords(kShadingLanguageMetal, "");
+    records.stage = stage;
     EXPECT_THAT(AssembleShader(records), IsErrorOfKind(kIllegalArgumentError));
   }
 }

@@ -156,7 +156,7 @@ TEST(ShaderCompilerTest, OtherLanguagesAndStagesAreRefused) {
   const AssembledShader shader = Assemble(records);
   EXPECT_THAT(CompileShader(kShadingLanguageMetal, DrawportStage::Compute, shader),
               IsErrorWith(kIllegalArgumentError, "Shaders in the language \"METAL\" cannot be compiled."));
-  EXPECT_THAT(CompileShader(kShadingLanguageGlsl, DrawportStage::TessellationControl, shader),
+  EXPECT_THAT(CompileShader(kShadingLanguageGlsl, static_cast<DrawportStage>(4), shader),
               IsErrorOfKind(kIllegalArgumentError));
 }
 

@@ -184,6 +184,12 @@ class RecordingProgram final : public DrawportProgramFactory {
   }
   DrawportParameterHandle GetBufferParameterHandle(InternedId name) const override { return GetParameterHandle(name); }
   DrawportParameterHandle GetImageParameterHandle(InternedId name) const override { return GetParameterHandle(name); }
+  DrawportParameterHandle GetStageParameterHandle(DrawportStage stage, InternedId name) const override {
+    const auto& parameters = _description.GetParameters();
+    for (Int i = 0; i < parameters.GetCount(); ++i)
+      if (parameters[i].stage == stage && parameters[i].name == name) return {static_cast<Int32>(i)};
+    return {};
+  }
   Result<DrawportParameterValueSet*> GetParameterValueSet(DrawportContextInterface&, UInt64, UInt64) override {
     return &_values;
   }
@@ -260,10 +266,34 @@ class RecordingProgram final : public DrawportProgramFactory {
 class RecordingProgramItem final : public DrawportCounted<RecordingProgramItem, DrawportProgramFactoryItemInterface> {
  public:
   explicit RecordingProgramItem(RecordingDevice& device) : program(device, description) {}
-  Result<DrawportProgramFactory*> MakeValid(DrawportContextInterface&) override { return &program; }
+  Result<DrawportProgramFactory*> MakeValid(DrawportContextInterface&, const DrawportVertexAttributeSet*,
+                                            const DrawportFramebufferTargetSet*) override {
+    return &program;
+  }
   const DrawportProgramDescription& GetSpecification() const override { return description; }
   DrawportProgramDescription description;
   RecordingProgram program;
+};
+
+class RecordingStateItem final : public DrawportCounted<RecordingStateItem, DrawportStateObjectItemInterface>,
+                                 public DrawportStateObject {
+ public:
+  DrawportStateObject& GetStateObject() override { return *this; }
+  const DrawportStateDescription& GetDescription() const override { return description; }
+  DrawportStateDescription description;
+};
+
+// A draw pass of a renderer: only says what it draws into.
+class RecordingDrawPass final : public DrawportDrawPass, public DrawportFramebufferTargetSet {
+ public:
+  const DrawportFramebufferTargetSet* GetDefaultFramebufferTargetSet() const override { return this; }
+  Int GetColorCount() const override { return static_cast<Int>(formats.size()); }
+  PixelFormatRef GetColorFormat(Int index) const override { return formats[static_cast<std::size_t>(index)]; }
+  DrawportDepthFormat GetDepthFormat() const override { return depthFormat; }
+  Int32 GetSampleCount() const override { return sampleCount; }
+  std::vector<PixelFormatRef> formats;
+  DrawportDepthFormat depthFormat = DrawportDepthFormat::None;
+  Int32 sampleCount = 1;
 };
 
 class RecordingList final : public DrawportCommandList {
@@ -328,6 +358,11 @@ class RecordingList final : public DrawportCommandList {
                                 Int byteOffset) override {
     return _device.Call("dispatch indirect @", byteOffset);
   }
+  Result<void> BeginDrawPass(DrawportRenderTarget&, const DrawportClearValues&) override {
+    return _device.Call("begin pass");
+  }
+  Result<void> Draw(const DrawportDrawCall& call) override { return _device.Call("draw @", call.count); }
+  Result<void> EndDrawPass() override { return _device.Call("end pass"); }
 
  private:
   template <class Move>
@@ -385,6 +420,35 @@ class RecordingCache final : public Component<RecordingCache, DrawportCacheInter
     slot = item;
     return OK;
   }
+  Result<DrawportVertexAttributeLayoutItemRef> GetVertexAttributeLayout(
+      const DrawportVertexAttributeLayoutDescribe& describe) override {
+    OSTRA_RETURN_IF_ERROR(device->Call("vertex layout"));
+    return MakeVertexAttributeLayout(describe);
+  }
+  Result<void> GetVertexAttributeSet(const DrawportVertexAttributeLayoutItemRef& layout,
+                                     const DrawportVertexAttributeSetDescribe& describe,
+                                     DrawportVertexAttributeSetItemRef& slot, DrawportContextInterface&) override {
+    OSTRA_RETURN_IF_ERROR(device->Call("vertex set"));
+    OSTRA_ASSIGN_OR_RETURN(slot, MakeVertexAttributeSet(layout, describe));
+    return OK;
+  }
+  Result<DrawportStateObject*> GetStateObject(const DrawportCacheKey& key, const DrawportStateDescribe& describe,
+                                              DrawportStateObjectItemRef& slot) override {
+    OSTRA_RETURN_IF_ERROR(device->Call("state object"));
+    stateKeys.push_back(key);
+    auto& item = _states[key.GetHashCode()];
+    if (!item) {
+      auto made = StrongRef<RecordingStateItem>::Adopt(NewObj<RecordingStateItem>());
+      OSTRA_RETURN_IF_ERROR(describe(made->description));
+      item = made;
+    }
+    slot = DrawportStateObjectItemRef(item);
+    return static_cast<DrawportStateObject*>(item.GetPointer());
+  }
+  Result<DrawportRenderTargetRef> CreateRenderTarget(DrawportContextInterface&,
+                                                     const DrawportRenderTargetDescription&) override {
+    return Error::MakeOutOfMemory("recording", 5);
+  }
   Result<DrawportStagingBuffer*> AllocStagingBuffer(DrawportContextInterface&,
                                                     const DrawportStagingOptions& options) override {
     OSTRA_RETURN_IF_ERROR(device->Call("staging @ use @", options.bytes, static_cast<Int32>(options.use)));
@@ -395,12 +459,14 @@ class RecordingCache final : public Component<RecordingCache, DrawportCacheInter
   Result<void> FreeTrashCaches(DrawportContextInterface&) override { return device->Call("free trash"); }
 
   std::vector<DrawportResourceKey> bufferKeys;
+  std::vector<DrawportCacheKey> stateKeys;
   std::map<std::string, StrongRef<RecordingProgramItem>> programs;  // by label
 
  private:
   std::map<UInt64, StrongRef<RecordingBufferItem>> _buffers;
   std::map<UInt64, StrongRef<RecordingTextureItem>> _textures;
   std::map<UInt64, StrongRef<RecordingCounterItem>> _counters;
+  std::map<UInt64, StrongRef<RecordingStateItem>> _states;
 };
 
 class RecordingDrawport final : public DrawportCounted<RecordingDrawport, DrawportInterface> {

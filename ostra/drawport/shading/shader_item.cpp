@@ -178,6 +178,10 @@ class ItemMaker {
       return std::string_view("varying out");
     if (parameter.kind == ShaderParameterKind::Varying && stage == DrawportStage::Fragment)
       return std::string_view("varying in");
+    if (parameter.kind == ShaderParameterKind::Varying && stage == DrawportStage::TessellationControl)
+      return std::string_view("control varying");
+    if (parameter.kind == ShaderParameterKind::Varying && stage == DrawportStage::TessellationEvaluation)
+      return std::string_view("evaluation varying");
     if (parameter.kind == ShaderParameterKind::Output && stage == DrawportStage::Fragment)
       return std::string_view(parameter.name.Contains("depth") ? "depth" : "colour");
     return OSTRA_ILLEGAL_ARGUMENT("The parameter \"@\" cannot stand in this stage of a program.", parameter.name);
@@ -236,6 +240,11 @@ Int GetUniformSize(DrawportShaderValueType type) {
 
 Result<String> MakeWrapUniformName(std::string_view textureName) { return Format("wrapModesOf_@", textureName); }
 
+Int GetLocationCount(DrawportShaderValueType type) {
+  if (type == DrawportShaderValueType::Matrix4) return 4;
+  return type == DrawportShaderValueType::Matrix3 ? 3 : 1;
+}
+
 void AssignBindings(ShaderRecords& records) {
   Int next = 0, location = 0, target = 0;
   if (records.uniformBinding < 0) records.uniformBinding = 0;
@@ -264,8 +273,11 @@ void AssignBindings(ShaderRecords& records) {
   if (records.gradientBinding < 0) records.gradientBinding = takeNext();
   for (const ShaderParameterKind kind : {ShaderParameterKind::Attribute, ShaderParameterKind::Varying}) {
     location = 0;
-    for (ShaderParameter& parameter : records.parameters)
-      if (parameter.kind == kind && parameter.binding < 0) parameter.binding = location++;
+    for (ShaderParameter& parameter : records.parameters) {
+      if (parameter.kind != kind || parameter.binding >= 0) continue;
+      parameter.binding = location;
+      location += GetLocationCount(parameter.valueType);
+    }
   }
 }
 
