@@ -85,10 +85,9 @@ inline T Normalize(T value) {
 // takes longer than a call, and there are many callers.
 Float32 DecodeSrgb(Float32 value);
 
-// What the 8-bit formats decode to with the sRGB curve, by signedness, normalization, lane and byte: powf is slow. The
-// value stands in its lane and the others are zero, so that texels are joined by their bits.
+// What the 8-bit formats decode to with the sRGB curve, by signedness, normalization and byte: powf is slow.
 struct SrgbTables {
-  alignas(16) Float32 values[2][2][4][256][4];
+  Float32 values[2][2][256];
 };
 [[gnu::visibility("hidden")]] extern SrgbTables g_srgbTables;  // read without a detour
 // Fills the tables; called before a function that reads them is handed out.
@@ -106,7 +105,7 @@ struct Decoder {
   // One element.
   static Float32 LoadElement(const Byte* element) {
     if constexpr (kIsSrgb && kIsByte) {
-      return GetSrgbEntry(0, *element)[0];
+      return GetSrgbTable()[*element];
     } else {
       Float32 value = static_cast<Float32>(Read<Element>(element));
       if constexpr (kIsNormalized && !kIsFloat) value = Normalize<kFormat>(value);
@@ -126,8 +125,8 @@ struct Decoder {
       Float4 value{};
       std::memcpy(&value, texel, kCount * sizeof(Float32));
       return value;
-    } else if constexpr (kIsSrgb && kIsByte) {
-      return LoadSrgb<kCount>(texel);
+    } else if constexpr (kIsSrgb && kIsByte && kCount == 4) {
+      return LoadSrgb(texel);
     } else if constexpr (kCount == 4 && !kIsSrgb && sizeof(Element) < 4) {
       return LoadFour(texel);
     } else {
@@ -142,24 +141,12 @@ struct Decoder {
   }
 
  private:
-  static const Float32* GetSrgbEntry(Int lane, UInt32 byte) {
-    return g_srgbTables.values[std::is_signed_v<Element>][kIsNormalized][lane][byte];
-  }
+  static const Float32* GetSrgbTable() { return g_srgbTables.values[std::is_signed_v<Element>][kIsNormalized]; }
 
-  template <Int kCount>
   OSTRA_SAMPLER_INLINE static Float4 LoadSrgb(const Byte* texel) {
-    const auto load = [](Int lane, UInt32 byte) {
-      return *static_cast<const Int4*>(static_cast<const void*>(GetSrgbEntry(lane, byte)));
-    };
-    Int4 value;
-    if constexpr (kCount == 4) {
-      const UInt32 bytes = Read<UInt32>(texel);  // the first byte is the lowest
-      value = (load(0, bytes & 255) | load(1, bytes >> 8 & 255)) | (load(2, bytes >> 16 & 255) | load(3, bytes >> 24));
-    } else {
-      value = load(0, texel[0]);
-      for (Int i = 1; i < kCount; ++i) value |= load(i, texel[i]);
-    }
-    return reinterpret_cast<Float4>(value);
+    const Float32* table = GetSrgbTable();
+    const UInt64 bytes = Read<UInt32>(texel);  // the first byte is the lowest
+    return Float4{table[bytes & 255], table[bytes >> 8 & 255], table[bytes >> 16 & 255], table[bytes >> 24]};
   }
 
   template <Int kCount>

@@ -9,15 +9,13 @@ SrgbTables g_srgbTables;
 namespace {
 
 template <TextureFormat kFormat>
-void FillSrgbTable(Float32 (&tables)[2][4][256][4]) {
+void FillSrgbTable(Float32 (&tables)[2][256]) {
   using Element = typename ElementOf<kFormat>::Type;
   for (Int i = 0; i < 256; ++i) {
     const Byte byte = static_cast<Byte>(i);
     const Float32 value = static_cast<Float32>(Read<Element>(&byte));
-    for (Int lane = 0; lane < 4; ++lane) {
-      tables[false][lane][i][lane] = DecodeSrgb(value);
-      tables[true][lane][i][lane] = DecodeSrgb(Normalize<kFormat>(value));
-    }
+    tables[false][i] = DecodeSrgb(value);
+    tables[true][i] = DecodeSrgb(Normalize<kFormat>(value));
   }
 }
 
