@@ -3,6 +3,7 @@
 #include <iterator>
 
 #include "ostra/core/format.h"
+#include "ostra/image/pixel_format_search.h"
 
 OSTRA_UNIT("pixelformat");
 
@@ -53,6 +54,13 @@ Result<PixelFormatRef> GetPixelFormat(const Id& id) {
   for (const PixelFormat& format : kPixelFormats)
     if (format.id == id) return &format;
   return OSTRA_ILLEGAL_ARGUMENT("There is no pixel format @.", id);
+}
+
+PixelFormatRef FindPixelFormat(Int channels, const PixelChannel& channel) {
+  for (const PixelFormat& format : kPixelFormats)
+    if (format.channels == channels && PixelChannel{format.valueClass, format.bitsPerChannel} == channel)
+      return &format;
+  return nullptr;
 }
 
 }  // namespace ostra

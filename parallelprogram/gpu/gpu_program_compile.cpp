@@ -131,9 +131,7 @@ Result<void> ParallelProgramGPUImpl::BuildProgram(const InternedId& kernelId, Dr
   OSTRA_ASSIGN_OR_RETURN(const ParsedKernel parsed, Parse(*kernel, kernel->fileName.GetHashCode()));
   OSTRA_ASSIGN_OR_RETURN(KernelDescription description, DescribeKernel(parsed));
   OSTRA_ASSIGN_OR_RETURN(ShaderRecords records, MakeShaderRecords(*parsed.parser, kCompute));
-  for (ShaderTexture& texture : records.textures) {
-    OSTRA_ASSIGN_OR_RETURN(texture.format, FindStoredFormat(texture.format, _narrow));
-  }
+  for (ShaderTexture& texture : records.textures) texture.format = FindStoredFormat(texture.format, _narrow);
   const Int noiseTableCount = records.noiseTableCount;
   OSTRA_RETURN_IF_ERROR(program.SetShaderRecords(std::move(records)));
   if (description.usesNoise) OSTRA_RETURN_IF_ERROR(AddNoises(program, noiseTableCount));

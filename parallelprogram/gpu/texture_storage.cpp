@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "ostra/core/format.h"
+#include "ostra/image/pixel_format_search.h"
 #include "ostra/jobs/parallel_for.h"
 #include "ostra/math/half_float.h"
 #include "parallelprogram/gpu/cache_keys.h"
@@ -12,55 +13,34 @@ OSTRA_UNIT("parallelprogram_gpu_impl");
 namespace ostra {
 namespace {
 
-constexpr Int kMostChannels = 4;
-
-struct FormatFamily {
-  Id formats[kMostChannels];  // of one to four channels
-};
-
-constexpr FormatFamily kF32 = {{"net.ostra.image.pixelformat.dynamic.redf32"_id,
-                                "net.ostra.image.pixelformat.dynamic.redgreenf32"_id,
-                                "net.ostra.image.pixelformat.rgb.f32"_id, "net.ostra.image.pixelformat.rgba.f32"_id}};
-constexpr FormatFamily kF16 = {{"net.ostra.image.pixelformat.dynamic.redf16"_id,
-                                "net.ostra.image.pixelformat.dynamic.redgreenf16"_id,
-                                "net.ostra.image.pixelformat.rgb.f16"_id, "net.ostra.image.pixelformat.rgba.f16"_id}};
-constexpr FormatFamily kU32 = {{"net.ostra.image.pixelformat.dynamic.redu32"_id,
-                                "net.ostra.image.pixelformat.dynamic.redgreenu32"_id,
-                                "net.ostra.image.pixelformat.rgb.u32"_id, "net.ostra.image.pixelformat.rgba.u32"_id}};
-constexpr FormatFamily kS32 = {{"net.ostra.image.pixelformat.dynamic.reds32"_id,
-                                "net.ostra.image.pixelformat.dynamic.redgreens32"_id,
-                                "net.ostra.image.pixelformat.rgb.s32"_id, "net.ostra.image.pixelformat.rgba.s32"_id}};
-constexpr FormatFamily kU16 = {{"net.ostra.image.pixelformat.dynamic.redu16"_id,
-                                "net.ostra.image.pixelformat.dynamic.redgreenu16"_id,
-                                "net.ostra.image.pixelformat.rgb.u16"_id, "net.ostra.image.pixelformat.rgba.u16"_id}};
-constexpr FormatFamily kU8 = {{"net.ostra.image.pixelformat.dynamic.redu8"_id,
-                               "net.ostra.image.pixelformat.dynamic.redgreenu8"_id,
-                               "net.ostra.image.pixelformat.rgb.u8"_id, "net.ostra.image.pixelformat.rgba.u8"_id}};
-// There are no signed formats of three and four channels.
-constexpr FormatFamily kS8 = {{"net.ostra.image.pixelformat.dynamic.reds8"_id,
-                               "net.ostra.image.pixelformat.dynamic.redgreens8"_id,
-                               "net.ostra.image.pixelformat.rgb.u8"_id, "net.ostra.image.pixelformat.rgba.u8"_id}};
-
-// Null for formats that the device has nothing for.
-const FormatFamily* FindFamily(TextureFormat format, const NarrowTexels& narrow) {
+// No bits for formats that the device has nothing for.
+PixelChannel FindChannel(TextureFormat format, const NarrowTexels& narrow) {
   switch (format) {
     case TextureFormat::F32:
-      return &kF32;
+      return kFloat32Channel;
     case TextureFormat::F16:
-      return narrow.with16bit ? &kF16 : &kF32;
+      return narrow.with16bit ? kFloat16Channel : kFloat32Channel;
     case TextureFormat::U32:
-      return &kU32;
+      return kUInt32Channel;
     case TextureFormat::I32:
-      return &kS32;
+      return kInt32Channel;
     case TextureFormat::U8:
-      return narrow.with8bit ? &kU8 : &kU32;
+      return narrow.with8bit ? kUInt8Channel : kUInt32Channel;
     case TextureFormat::I8:
-      return narrow.with8bit ? &kS8 : &kS32;
+      return narrow.with8bit ? kInt8Channel : kInt32Channel;
     case TextureFormat::U16:
-      return narrow.with8bit ? &kU16 : &kU32;
+      return narrow.with8bit ? kUInt16Channel : kUInt32Channel;
     default:
-      return nullptr;
+      return {};
   }
+}
+
+// Null when there is none.
+PixelFormatRef FindFormat(TextureFormat format, Int channels, const NarrowTexels& narrow) {
+  const PixelChannel channel = FindChannel(format, narrow);
+  // There are no signed formats of three and four channels of 8 bits.
+  const Bool isUnsigned = channel == kInt8Channel && channels > 2;
+  return FindPixelFormat(channels, isUnsigned ? kUInt8Channel : channel);
 }
 
 TextureFormat GetTextureFormat(const PixelFormat& format) {
@@ -149,16 +129,14 @@ Int GetBytesPerChannel(TextureFormat format, const NarrowTexels& narrow) {
 }
 
 Result<PixelFormatRef> FindTextureFormat(const TextureBindData& bindData, const NarrowTexels& narrow) {
-  const FormatFamily* family = FindFamily(bindData._format, narrow);
-  if (!family || bindData._numChannels < 1 || bindData._numChannels > kMostChannels)
-    return OSTRA_ILLEGAL_ARGUMENT("wrong combination of _numChannels and _format to determine the PixelFormat");
-  return GetPixelFormat(family->formats[bindData._numChannels - 1]);
+  if (const PixelFormatRef format = FindFormat(bindData._format, bindData._numChannels, narrow)) return format;
+  return OSTRA_ILLEGAL_ARGUMENT("wrong combination of _numChannels and _format to determine the PixelFormat");
 }
 
-Result<PixelFormatRef> FindStoredFormat(PixelFormatRef declared, const NarrowTexels& narrow) {
-  const FormatFamily* family = declared ? FindFamily(GetTextureFormat(*declared), narrow) : nullptr;
-  if (!family) return declared;
-  return GetPixelFormat(family->formats[declared->channels - 1]);
+PixelFormatRef FindStoredFormat(PixelFormatRef declared, const NarrowTexels& narrow) {
+  if (!declared) return nullptr;
+  const PixelFormatRef stored = FindFormat(GetTextureFormat(*declared), declared->channels, narrow);
+  return stored ? stored : declared;
 }
 
 Result<DrawportResourceKey> MakeTextureKey(UInt64 nameKey, const TextureBindData& bindData,

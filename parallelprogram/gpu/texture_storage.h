@@ -26,8 +26,8 @@ Int GetBytesPerChannel(TextureFormat format, const NarrowTexels& narrow);
 // Error: illegal argument "wrong combination of _numChannels and _format to determine the PixelFormat".
 Result<PixelFormatRef> FindTextureFormat(const TextureBindData& bindData, const NarrowTexels& narrow);
 
-// What a texture that kernels declare with `declared` is stored as. Error: out of memory.
-Result<PixelFormatRef> FindStoredFormat(PixelFormatRef declared, const NarrowTexels& narrow);
+// What a texture that kernels declare with `declared` is stored as; null for no format.
+PixelFormatRef FindStoredFormat(PixelFormatRef declared, const NarrowTexels& narrow);
 
 // `nameKey`: see MakeNameKey. The dimensions are at least 1. Only the leading bytes of the texels count.
 // Error: out of memory.

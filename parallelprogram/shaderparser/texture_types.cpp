@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <array>
 
+#include "ostra/image/pixel_format_search.h"
 #include "parallelprogram/shaderparser/input_declarations.h"
 
 OSTRA_UNIT("shaderparser");
@@ -9,38 +10,19 @@ OSTRA_UNIT("shaderparser");
 namespace ostra {
 namespace {
 
-constexpr Int kMostChannels = 4;
-
-struct ComponentFormats {
-  std::string_view name;      // in texture types
-  Id formats[kMostChannels];  // of one to four channels
+struct ComponentName {
+  std::string_view name;  // in texture types
+  PixelChannel channel;
 };
 
-constexpr ComponentFormats kComponents[] = {
-    {"F32",
-     {"net.ostra.image.pixelformat.dynamic.redf32"_id, "net.ostra.image.pixelformat.dynamic.redgreenf32"_id,
-      "net.ostra.image.pixelformat.rgb.f32"_id, "net.ostra.image.pixelformat.rgba.f32"_id}},
-    {"F16",
-     {"net.ostra.image.pixelformat.dynamic.redf16"_id, "net.ostra.image.pixelformat.dynamic.redgreenf16"_id,
-      "net.ostra.image.pixelformat.rgb.f16"_id, "net.ostra.image.pixelformat.rgba.f16"_id}},
-    {"U8",
-     {"net.ostra.image.pixelformat.dynamic.redu8"_id, "net.ostra.image.pixelformat.dynamic.redgreenu8"_id,
-      "net.ostra.image.pixelformat.rgb.u8"_id, "net.ostra.image.pixelformat.rgba.u8"_id}},
-    {"U16",
-     {"net.ostra.image.pixelformat.dynamic.redu16"_id, "net.ostra.image.pixelformat.dynamic.redgreenu16"_id,
-      "net.ostra.image.pixelformat.rgb.u16"_id, "net.ostra.image.pixelformat.rgba.u16"_id}},
-    {"U32",
-     {"net.ostra.image.pixelformat.dynamic.redu32"_id, "net.ostra.image.pixelformat.dynamic.redgreenu32"_id,
-      "net.ostra.image.pixelformat.rgb.u32"_id, "net.ostra.image.pixelformat.rgba.u32"_id}},
-    {"S32",
-     {"net.ostra.image.pixelformat.dynamic.reds32"_id, "net.ostra.image.pixelformat.dynamic.redgreens32"_id,
-      "net.ostra.image.pixelformat.rgb.s32"_id, "net.ostra.image.pixelformat.rgba.s32"_id}},
-};
+constexpr ComponentName kComponents[] = {{"F32", kFloat32Channel}, {"F16", kFloat16Channel}, {"U8", kUInt8Channel},
+                                         {"U16", kUInt16Channel},  {"U32", kUInt32Channel},  {"S32", kInt32Channel}};
 
 Result<PixelFormatRef> FindFormat(std::size_t channels, std::string_view component) {
-  for (const ComponentFormats& known : kComponents)
-    if (known.name == component && channels >= 1 && channels <= kMostChannels)
-      return GetPixelFormat(known.formats[channels - 1]);
+  for (const ComponentName& known : kComponents) {
+    if (known.name != component) continue;
+    if (const PixelFormatRef format = FindPixelFormat(static_cast<Int>(channels), known.channel)) return format;
+  }
   return OSTRA_ILLEGAL_ARGUMENT("wrong combination of numChannels and format string");
 }
 

@@ -1,4 +1,4 @@
-#include "ostra/image/pixel_format.h"
+#include "ostra/image/pixel_format_search.h"
 
 #include <gtest/gtest.h>
 
@@ -47,6 +47,17 @@ TEST(PixelFormatTest, FormatsThatDevicesLackAreRefusedByName) {
     ASSERT_FALSE(format.IsOk());
     EXPECT_EQ(format.GetError().GetMessage(), ("There is no pixel format " + std::string(id) + ".").c_str());
   }
+}
+
+TEST(PixelFormatTest, EveryFormatIsFoundByItsChannels) {
+  for (Int i = 0; i < kPixelFormatCount; ++i) {
+    const PixelFormat& format = GetPixelFormats().GetFirst()[i];
+    EXPECT_EQ(FindPixelFormat(format.channels, {format.valueClass, format.bitsPerChannel}), &format)
+        << format.id.GetView();
+  }
+  EXPECT_EQ(FindPixelFormat(4, kFloat16Channel)->id.GetView(), "net.ostra.image.pixelformat.rgba.f16");
+  EXPECT_EQ(FindPixelFormat(3, kInt8Channel), nullptr);
+  for (const Int channels : {-1, 0, 5}) EXPECT_EQ(FindPixelFormat(channels, kUInt8Channel), nullptr);
 }
 
 }  // namespace
