@@ -56,6 +56,18 @@ bool GpuWork::Start(const Options& options) {
   return true;
 }
 
+void GpuWork::AddTexture(const char* name, TextureBindData data) {
+  Need(_program->StoreTextureBindData(Name(name), data, false));
+  Need(_program->SetTextureToActiveKernelSameId(Name(name)));
+  if (data._format != TextureFormat::F32) throw std::logic_error("The reference has textures of floats only.");
+  const VkFormat format = data._numChannels == 1 ? VK_FORMAT_R32_SFLOAT : VK_FORMAT_R32G32B32A32_SFLOAT;
+  const VkSamplerAddressMode wrap = data._wrapModes[0] == TextureWrapMode::CLAMP ? VK_SAMPLER_ADDRESS_MODE_CLAMP_TO_EDGE
+                                                                                 : VK_SAMPLER_ADDRESS_MODE_REPEAT;
+  const VkExtent3D extent = {data._dimensions.x, data._dimensions.y, data._dimensions.z};
+  _raw->SetTexture(name, std::make_shared<RawTexture>(_device, format, extent, wrap, data._data,
+                                                      static_cast<VkDeviceSize>(data._dataSize)));
+}
+
 void GpuWork::AddPeers(Contest& contest, std::uint32_t x, std::uint32_t y, std::function<bool(const void*)> isRight,
                        int dispatches, int repeats) {
   contest.Add(

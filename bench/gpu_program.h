@@ -47,6 +47,8 @@ class GpuWork {
     _raw->SetBuffer(name, buffer);
     if (name == _result) _rawResult = buffer;
   }
+  // A texture that is filtered, of 1 or 4 channels of floats. Its texels are copied.
+  void AddTexture(const char* name, ostra::TextureBindData data);
   template <class T>
   void SetUniform(const char* name, T value) {
     Need(_program->SetUniform(Name(name), value));

@@ -24,6 +24,7 @@ RawKernel::RawKernel(RawDeviceRef device, Shader shader) : _device(std::move(dev
   };
   if (_shader.uniformBytes > 0) add(_shader.uniformBinding, VK_DESCRIPTOR_TYPE_UNIFORM_BUFFER);
   for (const Shader::Place& buffer : _shader.buffers) add(buffer.number, VK_DESCRIPTOR_TYPE_STORAGE_BUFFER);
+  for (const Shader::Place& texture : _shader.textures) add(texture.number, VK_DESCRIPTOR_TYPE_COMBINED_IMAGE_SAMPLER);
   VkDescriptorSetLayoutCreateInfo setInfo = {VK_STRUCTURE_TYPE_DESCRIPTOR_SET_LAYOUT_CREATE_INFO};
   setInfo.bindingCount = static_cast<std::uint32_t>(bindings.size());
   setInfo.pBindings = bindings.data();
@@ -48,13 +49,12 @@ RawKernel::RawKernel(RawDeviceRef device, Shader shader) : _device(std::move(dev
   vkDestroyShaderModule(handle, module, nullptr);
   CheckVulkan(result, "vkCreateComputePipelines");
 
-  const VkDescriptorPoolSize sizes[] = {
-      {VK_DESCRIPTOR_TYPE_UNIFORM_BUFFER, 1},
-      {VK_DESCRIPTOR_TYPE_STORAGE_BUFFER, static_cast<std::uint32_t>(_shader.buffers.size())}};
+  std::vector<VkDescriptorPoolSize> sizes = {{VK_DESCRIPTOR_TYPE_UNIFORM_BUFFER, 1}};
+  for (const VkDescriptorSetLayoutBinding& binding : bindings) sizes.push_back({binding.descriptorType, 1});
   VkDescriptorPoolCreateInfo poolInfo = {VK_STRUCTURE_TYPE_DESCRIPTOR_POOL_CREATE_INFO};
   poolInfo.maxSets = 1;
-  poolInfo.poolSizeCount = 2;
-  poolInfo.pPoolSizes = sizes;
+  poolInfo.poolSizeCount = static_cast<std::uint32_t>(sizes.size());
+  poolInfo.pPoolSizes = sizes.data();
   BENCH_VULKAN(vkCreateDescriptorPool(handle, &poolInfo, nullptr, &_pool));
   VkDescriptorSetAllocateInfo allocation = {VK_STRUCTURE_TYPE_DESCRIPTOR_SET_ALLOCATE_INFO};
   allocation.descriptorPool = _pool;
@@ -96,6 +96,18 @@ void RawKernel::SetBuffer(const std::string& name, RawBufferRef buffer) {
   write.pBufferInfo = &info;
   vkUpdateDescriptorSets(_device->GetHandle(), 1, &write, 0, nullptr);
   _buffers.push_back(std::move(buffer));
+}
+
+void RawKernel::SetTexture(const std::string& name, RawTextureRef texture) {
+  const VkDescriptorImageInfo info = texture->GetDescription();
+  VkWriteDescriptorSet write = {VK_STRUCTURE_TYPE_WRITE_DESCRIPTOR_SET};
+  write.dstSet = _set;
+  write.dstBinding = Find(_shader.textures, name);
+  write.descriptorCount = 1;
+  write.descriptorType = VK_DESCRIPTOR_TYPE_COMBINED_IMAGE_SAMPLER;
+  write.pImageInfo = &info;
+  vkUpdateDescriptorSets(_device->GetHandle(), 1, &write, 0, nullptr);
+  _textures.push_back(std::move(texture));
 }
 
 void RawKernel::SetUniform(const std::string& name, const void* value, std::size_t bytes) {

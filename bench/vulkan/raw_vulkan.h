@@ -74,6 +74,27 @@ class RawBuffer {
 };
 using RawBufferRef = std::shared_ptr<RawBuffer>;
 
+// A texture of 2 or, with more than one slice, 3 dimensions, with a linear sampler. Its texels are copied.
+class RawTexture {
+ public:
+  RawTexture(RawDeviceRef device, VkFormat format, VkExtent3D extent, VkSamplerAddressMode wrap, const void* texels,
+             VkDeviceSize bytes);
+  RawTexture(const RawTexture&) = delete;
+  ~RawTexture();
+
+  VkDescriptorImageInfo GetDescription() const { return {_sampler, _view, VK_IMAGE_LAYOUT_SHADER_READ_ONLY_OPTIMAL}; }
+
+ private:
+  void Fill(VkExtent3D extent, const void* texels, VkDeviceSize bytes);
+
+  RawDeviceRef _device;
+  VkImage _image = VK_NULL_HANDLE;
+  VkDeviceMemory _memory = VK_NULL_HANDLE;
+  VkImageView _view = VK_NULL_HANDLE;
+  VkSampler _sampler = VK_NULL_HANDLE;
+};
+using RawTextureRef = std::shared_ptr<RawTexture>;
+
 // A pipeline with everything that it is bound to, and a command buffer for its dispatches.
 class RawKernel {
  public:
@@ -83,6 +104,7 @@ class RawKernel {
 
   const Shader& GetShader() const { return _shader; }
   void SetBuffer(const std::string& name, RawBufferRef buffer);
+  void SetTexture(const std::string& name, RawTextureRef texture);
   void SetUniform(const std::string& name, const void* value, std::size_t bytes);
   // Records, submits and awaits `dispatches` of them, with a barrier before each.
   void Run(GroupCounts groups, int dispatches, bool usesTimeline = false);
@@ -100,6 +122,7 @@ class RawKernel {
   std::vector<std::uint8_t> _values;
   std::unique_ptr<RawBuffer> _uniforms;
   std::vector<RawBufferRef> _buffers;
+  std::vector<RawTextureRef> _textures;
 };
 
 // Throws for codes that are no success.

@@ -22,6 +22,8 @@ Shader MakeShader(const std::string& kernelPath) {
     if (parameter.kind == ShaderParameterKind::Buffer)
       shader.buffers.push_back({std::string(parameter.name.GetView()), static_cast<std::uint32_t>(parameter.binding)});
   }
+  for (const ShaderTexture& texture : records.textures)
+    shader.textures.push_back({std::string(texture.name.GetView()), static_cast<std::uint32_t>(texture.binding)});
   for (const ShaderUniform& uniform : assembled.uniforms)
     shader.uniforms.push_back({std::string(uniform.name.GetView()), static_cast<std::uint32_t>(uniform.offset)});
   shader.uniformBinding = static_cast<std::uint32_t>(records.uniformBinding);

@@ -10,11 +10,12 @@ namespace bench {
 struct Shader {
   struct Place {
     std::string name;
-    std::uint32_t number;  // binding of a buffer; byte offset of a uniform
+    std::uint32_t number;  // binding of a buffer or texture; byte offset of a uniform
   };
 
   std::vector<std::uint32_t> words;  // SPIR-V
   std::vector<Place> buffers;
+  std::vector<Place> textures;  // with their samplers
   std::vector<Place> uniforms;
   std::uint32_t uniformBinding = 0;
   std::uint32_t uniformBytes = 0;
