@@ -14,12 +14,6 @@ namespace {
 // From here on the bytes have left the caches before the device, or the program, reads them.
 constexpr Int kLargeTransfer = Int(4) << 20;
 
-// The size of whole chunks.
-Int GetChunkSize(const GpuContextData& data, DrawportCapability capability, Int elementSize) {
-  const Int capacity = data.GetCapability(capability);
-  return elementSize > 0 && elementSize <= capacity ? capacity - capacity % elementSize : capacity;
-}
-
 // Calls move(offset, bytes) for the pieces of a chunk, several at once.
 template <class Move>
 void MovePieces(Int chunk, Int capacity, Move&& move) {
@@ -33,6 +27,11 @@ void MovePieces(Int chunk, Int capacity, Move&& move) {
 }
 
 }  // namespace
+
+Int GetTransferChunkSize(const GpuContextData& data, DrawportCapability capability, Int elementSize) {
+  const Int capacity = data.GetCapability(capability);
+  return elementSize > 0 && elementSize <= capacity ? capacity - capacity % elementSize : capacity;
+}
 
 TransferPieces CutChunk(Int chunk, Int capacity) {
   constexpr Int kPieces = 64;
@@ -49,7 +48,7 @@ Result<void> UploadBytes(const GpuContextData& data, DrawportDeviceBuffer* buffe
   if (!buffer) return OSTRA_ILLEGAL_STATE("no device buffer found to copy data into");
   OSTRA_RETURN_IF_ERROR(CheckHasContext(data));
   DrawportCommandList& list = data.GetCommandList();
-  const Int capacity = GetChunkSize(data, DrawportCapability::BufferTransferChunk, elementSize);
+  const Int capacity = GetTransferChunkSize(data, DrawportCapability::BufferTransferChunk, elementSize);
   for (Int done = 0; done < bytes;) {
     const Int chunk = std::min(bytes - done, capacity);
     OSTRA_ASSIGN_OR_RETURN(const StagingBuffer staging,
@@ -75,7 +74,7 @@ Result<void> DownloadBytes(const GpuContextData& data, DrawportDeviceBuffer* buf
   if (!buffer) return OSTRA_ILLEGAL_STATE("no device buffer found to copy data from");
   OSTRA_RETURN_IF_ERROR(CheckHasContext(data));
   DrawportCommandList& list = data.GetCommandList();
-  const Int capacity = GetChunkSize(data, DrawportCapability::ReadBackStagingCapacity, elementSize);
+  const Int capacity = GetTransferChunkSize(data, DrawportCapability::ReadBackStagingCapacity, elementSize);
   for (Int done = 0; done < bytes;) {
     const Int chunk = std::min(bytes - done, capacity);
     OSTRA_ASSIGN_OR_RETURN(const StagingBuffer staging,

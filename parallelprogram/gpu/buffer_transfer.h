@@ -5,6 +5,9 @@
 
 namespace ostra {
 
+// Bytes of whole chunks: as many elements as the device's `capability` has room for.
+Int GetTransferChunkSize(const GpuContextData& data, DrawportCapability capability, Int elementSize);
+
 // How a chunk is cut into the pieces that jobs move: `count` pieces of `size` bytes, the last one with what is left.
 struct TransferPieces {
   Int size = 0;

@@ -1,12 +1,19 @@
 #include "parallelprogram/gpu/gpu_context.h"
 
+#include <atomic>
+
 OSTRA_UNIT("parallelprogram_gpu_impl");
 
 namespace ostra {
 
+UInt64 TakeDeviceOwnerIdentity() {
+  static constinit std::atomic<UInt64> counter{1};
+  return counter.fetch_add(1, std::memory_order_relaxed);
+}
+
 Result<void> CheckHasContext(const GpuContextData& data) {
   if (data.context && data.cache && data.drawport) return OK;
-  return OSTRA_ILLEGAL_STATE("The GPU program has no drawport context.");
+  return OSTRA_ILLEGAL_STATE("There is no drawport context.");
 }
 
 Result<StagingBuffer> StagingBuffer::Create(const GpuContextData& data, Int bytes, DrawportStagingUse use) {

@@ -1,4 +1,4 @@
-// What a GPU program works on: a context with its drawport and cache.
+// What a GPU program or a shader loader works on: a context with its drawport and cache.
 #pragma once
 
 #include "ostra/core/format.h"
@@ -20,6 +20,10 @@ struct GpuContextData {
     return drawport ? drawport->GetCapabilities().GetValue(capability) : 0;
   }
 };
+
+// A number that nobody else of the process has: what a program or loader keeps on a device is told by it from what
+// others keep. Thread-safe.
+UInt64 TakeDeviceOwnerIdentity();
 
 // Error: illegal state when there is no context.
 Result<void> CheckHasContext(const GpuContextData& data);

@@ -4,18 +4,11 @@
 #include <mutex>
 #include <optional>
 
-#include "ostra/core/data_dictionary.h"
-#include "ostra/core/hash_map.h"
 #include "ostra/drawport/gpu_compute.h"
+#include "parallelprogram/gpu/parameter_binding.h"
 #include "parallelprogram/gpu/parser_cache.h"
 
 namespace ostra {
-
-// An atomic counter of a program, or a kernel's link to it.
-struct GpuCounter {
-  DrawportAtomicCounterItemRef item;
-  DrawportAtomicCounter* counter = nullptr;  // of the item
-};
 
 struct WorkGroupSize {
   UInt32 x = 0, y = 0, z = 0;  // 0 until the kernel was built
@@ -38,7 +31,7 @@ Result<KernelDescription> DescribeKernel(const ParsedKernel& parsed);
 
 enum class CompileState { NotStarted, Running, Failed, Ready };
 
-struct GpuKernel : RefCounted<GpuKernel> {
+struct GpuKernel : RefCounted<GpuKernel>, ParameterLinks {
   InternedId id;
   Url file;                 // where it was found
   String templateArgument;  // takes the place of TYPE
@@ -46,10 +39,6 @@ struct GpuKernel : RefCounted<GpuKernel> {
   UInt64 stamp = 0;  // of the file and the headers that the last good parse read
   BaseArray<Url> files;
   GpuComputeRef compute;
-  DataDictionary buffers;   // parameter name -> DataBufferEntry
-  DataDictionary textures;  // parameter name -> TextureSamplerEntry
-  DataDictionary uniforms;
-  HashMap<InternedId, GpuCounter> counters;  // by parameter name
   WorkGroupSize workGroupSize;
   Bool usesNoise = false;
   Bool texturesChanged = false;  // a texture was deleted since the last UpdateUniforms
@@ -73,16 +62,5 @@ struct GpuKernel : RefCounted<GpuKernel> {
   Result<void> CheckCompiled() const;
 };
 using GpuKernelRef = StrongRef<GpuKernel>;
-
-// Where a binder sets parameters.
-struct ParameterTarget {
-  DrawportProgramFactory& factory;
-  DrawportParameterValueSet& values;
-};
-
-// Sets a value with the setter for its type. Gradients are left out: compute programs read black. Error: illegal
-// argument for a type without setter; those of the setter.
-Result<void> SetParameterValue(const ParameterTarget& target, DrawportParameterHandle handle, const InternedId& name,
-                               const Data& value);
 
 }  // namespace ostra

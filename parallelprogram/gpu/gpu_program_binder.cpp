@@ -12,25 +12,6 @@ namespace {
 
 constexpr Int32 kDefaultNoiseSeed = 42;
 
-const char* GetTextureTypeName(DrawportTextureType type) {
-  switch (type) {
-    case DrawportTextureType::Texture1D:
-      return "1D";
-    case DrawportTextureType::Texture2D:
-      return "2D";
-    default:
-      return "3D";
-  }
-}
-
-// Shaders read a texture with the number of dimensions that they declare.
-Result<void> CheckTextureType(const DrawportParameter& parameter, const DrawportTexture& texture) {
-  const DrawportTextureType given = texture.GetDescription().type;
-  if (given == parameter.textureType) return OK;
-  return OSTRA_ILLEGAL_ARGUMENT("The kernel's texture \"@\" is a @ texture, but a @ texture is linked to it.",
-                                parameter.name, GetTextureTypeName(parameter.textureType), GetTextureTypeName(given));
-}
-
 Result<void> BindUniforms(const GpuKernel& kernel, const ParameterTarget& target) {
   for (const auto& [name, value] : kernel.uniforms) {
     const DrawportParameterHandle handle = target.factory.GetParameterHandle(name);
@@ -55,54 +36,23 @@ Result<void> ParallelProgramGPUImpl::BindParameters(const InternedId& kernelId, 
   OSTRA_ASSIGN_OR_RETURN(const GpuKernelRef kernel, FindKernel(kernelId));
   const ParameterTarget target{factory, values};
   OSTRA_RETURN_IF_ERROR(BindUniforms(*kernel, target));
-  for (Int i = 0; i < parameters.GetCount(); ++i)
-    if (parameters[i].kind == DrawportParameterKind::Buffer && !parameters[i].isValue)
-      OSTRA_RETURN_IF_ERROR(BindBuffer(*kernel, target, parameters[i]));
+  for (Int i = 0; i < parameters.GetCount(); ++i) {
+    const DrawportParameter& parameter = parameters[i];
+    if (parameter.kind != DrawportParameterKind::Buffer || parameter.isValue) continue;
+    const DrawportParameterHandle handle = factory.GetBufferParameterHandle(parameter.name);
+    OSTRA_RETURN_IF_ERROR(BindBuffer(target, handle, parameter, *kernel, _buffers));
+  }
   if (g_outOfCoreParallelProgram) OSTRA_RETURN_IF_ERROR(RestoreTextures(*kernel));
-  for (Int i = 0; i < parameters.GetCount(); ++i)
-    if (parameters[i].kind == DrawportParameterKind::Texture || parameters[i].kind == DrawportParameterKind::Image)
-      OSTRA_RETURN_IF_ERROR(BindTexture(*kernel, target, parameters[i]));
+  for (Int i = 0; i < parameters.GetCount(); ++i) {
+    const DrawportParameter& parameter = parameters[i];
+    const Bool isImage = parameter.kind == DrawportParameterKind::Image;
+    if (!isImage && parameter.kind != DrawportParameterKind::Texture) continue;
+    const DrawportParameterHandle handle =
+        isImage ? factory.GetImageParameterHandle(parameter.name) : factory.GetParameterHandle(parameter.name);
+    OSTRA_RETURN_IF_ERROR(BindTexture(target, handle, parameter, *kernel, _textures, "kernel"));
+  }
   OSTRA_RETURN_IF_ERROR(BindCounters(*kernel, target));
   return kernel->usesNoise ? BindNoises(*kernel, target) : Result<void>(OK);
-}
-
-// A link to the program's buffer of the same name follows that name, so that the newest one is used; links to other
-// buffers and exchanged ones stay.
-Result<void> ParallelProgramGPUImpl::BindBuffer(GpuKernel& kernel, const ParameterTarget& target,
-                                                const DrawportParameter& parameter) const {
-  const DataBufferEntry* linked = FindBufferEntry(kernel.buffers, parameter.name);
-  if (!linked || linked->_bufferId == parameter.name) {
-    const Data* global = _buffers.FindData(parameter.name);
-    const DataBufferEntry* entry = global ? global->GetIf<DataBufferEntry>() : nullptr;
-    if (entry && (!linked || !(*linked == *entry))) {
-      OSTRA_RETURN_IF_ERROR(kernel.buffers.SetData(parameter.name, *global));
-      linked = FindBufferEntry(kernel.buffers, parameter.name);
-    }
-  }
-  const DrawportParameterHandle handle = target.factory.GetBufferParameterHandle(parameter.name);
-  return target.factory.SetParameterBuffer(target.values, handle, linked ? linked->_deviceBuffer : nullptr);
-}
-
-// A link whose texture was deleted leads to the program's texture of that name, once there is one again; a parameter
-// without link to the texture of its own name.
-Result<void> ParallelProgramGPUImpl::BindTexture(GpuKernel& kernel, const ParameterTarget& target,
-                                                 const DrawportParameter& parameter) const {
-  const TextureSamplerEntry* linked = FindTextureEntry(kernel.textures, parameter.name);
-  if (!linked || !linked->_texture) {
-    const Bool hasName = linked && linked->_textureId.IsPopulated();
-    const TextureSamplerEntry* global = FindTextureEntry(_textures, hasName ? linked->_textureId : parameter.name);
-    if (global) {
-      OSTRA_RETURN_IF_ERROR(LinkTexture(kernel, parameter.name, *global));
-      linked = FindTextureEntry(kernel.textures, parameter.name);
-    }
-  }
-  DrawportTexture* texture = linked ? linked->_texture : nullptr;
-  if (texture) OSTRA_RETURN_IF_ERROR(CheckTextureType(parameter, *texture));
-  DrawportProgramFactory& factory = target.factory;
-  if (parameter.kind == DrawportParameterKind::Image)
-    return factory.SetParameterImage(target.values, factory.GetImageParameterHandle(parameter.name), texture);
-  return factory.SetParameterTexture(target.values, factory.GetParameterHandle(parameter.name), texture,
-                                     linked ? linked->_sampler : nullptr);
 }
 
 Result<void> ParallelProgramGPUImpl::BindNoises(const GpuKernel& kernel, const ParameterTarget& target) const {

@@ -23,11 +23,6 @@ constexpr NeededFeature kNeededFeatures[] = {
     {DrawportFeature::ShaderHalfFloat, "Shader half float not supported, please fall back to CPU mode"},
 };
 
-UInt64 TakeIdentity() {
-  static constinit std::atomic<UInt64> counter{1};
-  return counter.fetch_add(1, std::memory_order_relaxed);
-}
-
 Result<BaseArray<InternedId>> MakeNumberedNames(std::string_view pattern) {
   BaseArray<InternedId> names;
   OSTRA_RETURN_IF_ERROR(names.Reserve(kMaxNoises));
@@ -67,7 +62,7 @@ Bool CanReadAndWrite(DrawportContextInterface& context, const Id& formatId, Bool
 
 Result<ClassRef> CreateGpuProgramClass() { return Class::Create<ParallelProgramGPUImpl>(kGpuProgramClass); }
 
-ParallelProgramGPUImpl::ParallelProgramGPUImpl() : _identity(TakeIdentity()) {}
+ParallelProgramGPUImpl::ParallelProgramGPUImpl() : _identity(TakeDeviceOwnerIdentity()) {}
 
 // Compile jobs use the program until they have ended.
 ParallelProgramGPUImpl::~ParallelProgramGPUImpl() { WaitForKernelCompile(); }

@@ -8,10 +8,9 @@
 #include "ostra/jobs/job_group.h"
 #include "parallelprogram/gpu/buffer_values.h"
 #include "parallelprogram/gpu/copy_kernel.h"
+#include "parallelprogram/gpu/device_textures.h"
 #include "parallelprogram/gpu/gpu_kernel.h"
-#include "parallelprogram/gpu/texture_storage.h"
 #include "parallelprogram/program/parallel_program.h"
-#include "parallelprogram/program/shader_data_entries.h"
 
 namespace ostra {
 
@@ -101,8 +100,7 @@ class ParallelProgramGPUImpl final : public Component<ParallelProgramGPUImpl, Pa
                                 NarrowTexels& narrow) const;
   // Builds the copy kernel in a job and returns the job's error.
   Result<void> BuildCopyKernel(const GpuContextData& data);
-  // A number that no other program of the process has.
-  UInt64 GetIdentity() const { return _identity; }
+  DeviceOwner GetOwner() const { return {_current, _identity}; }
 
   // Kernels.
 
@@ -133,30 +131,18 @@ class ParallelProgramGPUImpl final : public Component<ParallelProgramGPUImpl, Pa
   // Binder: sets the current values of a kernel's parameters.
   Result<void> BindParameters(const InternedId& kernelId, DrawportProgramFactory& factory,
                               DrawportParameterValueSet& values, Block<const DrawportParameter> parameters);
-  Result<void> BindBuffer(GpuKernel& kernel, const ParameterTarget& target, const DrawportParameter& parameter) const;
-  Result<void> BindTexture(GpuKernel& kernel, const ParameterTarget& target, const DrawportParameter& parameter) const;
   Result<void> BindNoises(const GpuKernel& kernel, const ParameterTarget& target) const;
 
   // Buffers.
 
-  // Gives `entry` device memory of `count` elements of its type, with the packed `bytes` in it, or zeros when there are
-  // none. Memory that `keep` names is left as it is.
-  Result<void> AllocateBuffer(const InternedId& attr, Int count, const Byte* bytes, DataBufferEntry& entry,
-                              const DrawportDeviceBuffer* keep = nullptr) const;
   // Writes `source` into the buffer of `entry`, or into a new one.
   Result<void> Upload(const InternedId& attr, const UploadSource& source, DataBufferEntry& entry, Bool newBuffer,
                       Int offset) const;
   Result<void> Store(const InternedId& attr, const UploadSource& source);
-  // The elements as an array. Error: illegal argument "Requested data range is out of bounds".
-  Result<Data> Download(const DataBufferEntry& entry, Int offset, Int count) const;
   Result<void> CopyWords(const DataBufferEntry& source, const DataBufferEntry& target, const DeviceCopy::Range& range);
 
   // Textures.
 
-  // The entry of a texture as `bindData` describes it, on the device and filled.
-  Result<TextureSamplerEntry> MakeTextureEntry(const InternedId& attr, TextureBindData& bindData) const;
-  // Links `entry` to a kernel's texture parameter.
-  static Result<void> LinkTexture(GpuKernel& kernel, const InternedId& attr, const TextureSamplerEntry& entry);
   Result<Data> ReadTextureData(const InternedId& attr, const TextureSamplerEntry& entry, const Vec3<Int32>& end) const;
   // Evicts textures until `bytes` bytes fit or nothing is left to evict; textures of `spared` stay. Returns whether
   // they fit.
@@ -169,7 +155,7 @@ class ParallelProgramGPUImpl final : public Component<ParallelProgramGPUImpl, Pa
   Url _resourcePath;
   DataDictionary _buffers;   // name -> DataBufferEntry
   DataDictionary _textures;  // name -> TextureSamplerEntry
-  HashMap<InternedId, GpuCounter> _counters;
+  GpuCounterTable _counters;
   GpuContextData _current;
   GpuContextData _previous;
   InternedId _activeKernelId;
@@ -184,9 +170,5 @@ class ParallelProgramGPUImpl final : public Component<ParallelProgramGPUImpl, Pa
   BaseArray<InternedId> _deleteOrder;
   NarrowTexels _narrow;
 };
-
-// The entry under a name; null when there is none.
-const DataBufferEntry* FindBufferEntry(const DataDictionary& table, const InternedId& attr);
-const TextureSamplerEntry* FindTextureEntry(const DataDictionary& table, const InternedId& attr);
 
 }  // namespace ostra

@@ -1,4 +1,4 @@
-// The parsers of all GPU programs of the process: a kernel file that several programs use is translated once.
+// Parsers that are shared: a kernel file or stage file that several programs use is translated once.
 //
 //   OSTRA_ASSIGN_OR_RETURN(const ParsedKernel parsed, ParseKernel({.file = file, .templateArgument = "float"_s,
 //                                                                  .language = kTargetGlsl, .key = key}, lock));
@@ -7,6 +7,7 @@
 // Thread-safe. Parsers that are held stay alive when the cache is emptied.
 #pragma once
 
+#include "ostra/core/hash_map.h"
 #include "parallelprogram/shaderparser/shader_parser.h"
 
 namespace ostra {
@@ -15,7 +16,8 @@ struct KernelSource {
   Url file;
   String templateArgument;
   Id language;
-  UInt64 key = 0;  // see MakeParserKey
+  UInt64 key = 0;          // see MakeParserKey
+  Int32 sampleCount = -1;  // of the framebuffer that a fragment stage reads; -1 for kernels
 };
 
 struct ParsedKernel {
@@ -30,13 +32,33 @@ UInt64 MakeParserKey(UInt64 hash, UInt64 kernelIdHash, UInt64 stamp);
 // there are no other files. Headers that have gone count as never changed. Error: the file has gone.
 Result<UInt64> MakeSourcesStamp(const Url& file, const BaseArray<Url>& files);
 
-// The parser of a file, after its parse: a cached one when it was made for the same language and template argument and
-// the files it read have not changed since, otherwise a new one, which is cached. A parser whose parse fails is
-// forgotten. `lock` is that of the program that asks.
-// Errors: illegal state "parser could not be build" for a language without translation; those of the parse.
-Result<ParsedKernel> ParseKernel(const KernelSource& source, AtomicInt32& lock);
+class ParserCache {
+ public:
+  ParserCache();
+  ~ParserCache();
+  ParserCache(const ParserCache&) = delete;
+  ParserCache& operator=(const ParserCache&) = delete;
 
-// Forgets all parsers.
+  // The parser of a file, after its parse: a cached one when it was made for the same file, language and options and
+  // the files it read have not changed since, otherwise a new one, which is cached. A parser whose parse fails is
+  // forgotten. `lock` guards the cache while it is looked into.
+  // Errors: illegal state "parser could not be build" for a language without translation; those of the parse.
+  Result<ParsedKernel> Parse(const KernelSource& source, AtomicInt32& lock);
+  // Forgets all parsers.
+  void Reset();
+  Int GetCount() const;
+
+ private:
+  struct Entry;
+  using EntryRef = StrongRef<Entry>;
+  static Bool Fits(const Entry& entry, const KernelSource& source);
+  Result<EntryRef> Find(const KernelSource& source, AtomicInt32& lock);
+
+  SynchronizedHashMap<UInt64, EntryRef> _entries;
+};
+
+// The parsers of all GPU programs of the process. `lock` is that of the program that asks.
+Result<ParsedKernel> ParseKernel(const KernelSource& source, AtomicInt32& lock);
 void ResetParserCache();
 Int GetCachedParserCount();
 

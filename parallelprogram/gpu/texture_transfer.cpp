@@ -52,6 +52,12 @@ Result<StagingBuffer> CreateStaging(const GpuContextData& data, const DrawportTe
 
 }  // namespace
 
+Error MakeTexelOverrunError() {
+  return OSTRA_ILLEGAL_STATE(
+      "Tried to copy more bytes than allocated in parallelProgramGPU.GetTextureData(). Texture maybe too small "
+      "(Minimum of 256 bytes per line)?");
+}
+
 Int GetBlockWidth(Int width, Int texelSize, Int capacity) {
   return texelSize < 1 ? 0 : std::min(width * texelSize, capacity) / texelSize;
 }
@@ -104,10 +110,7 @@ Result<void> ReadTexture(const GpuContextData& data, DrawportTexture& texture, c
     if (!mapped) return OSTRA_ILLEGAL_STATE("MapTexture in GetTextureData failed");
     const Int rowCount = block.GetRowCount();
     const Byte* source = *mapped;
-    if (offset + rowCount * rowSize > size)
-      return OSTRA_ILLEGAL_STATE(
-          "Tried to copy more bytes than allocated in parallelProgramGPU.GetTextureData(). Texture maybe too small "
-          "(Minimum of 256 bytes per line)?");
+    if (offset + rowCount * rowSize > size) return MakeTexelOverrunError();
     ParallelFor::Dynamic(rowCount, [&](Int begin, Int end) {
       for (Int i = begin; i < end; ++i) MemCopy(target + offset + i * rowSize, source + i * block.pitch, rowSize);
     });

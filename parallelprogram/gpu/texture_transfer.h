@@ -32,4 +32,7 @@ Result<void> FillTexture(const GpuContextData& data, DrawportTexture& texture, c
 Result<void> ReadTexture(const GpuContextData& data, DrawportTexture& texture, const DrawportExtent& extent,
                          Byte* target, Int size);
 
+// What reading back says when there is no room for what comes: illegal state.
+Error MakeTexelOverrunError();
+
 }  // namespace ostra

@@ -85,6 +85,23 @@ class FakeCache final : public Component<FakeCache, DrawportCacheInterface> {
     g_device.calls.push_back("program " + std::string(program.GetDebugLabel().GetView()));
     return Fail();
   }
+  Result<DrawportVertexAttributeLayoutItemRef> GetVertexAttributeLayout(
+      const DrawportVertexAttributeLayoutDescribe&) override {
+    return Fail();
+  }
+  Result<void> GetVertexAttributeSet(const DrawportVertexAttributeLayoutItemRef&,
+                                     const DrawportVertexAttributeSetDescribe&, DrawportVertexAttributeSetItemRef&,
+                                     DrawportContextInterface&) override {
+    return Fail();
+  }
+  Result<DrawportStateObject*> GetStateObject(const DrawportCacheKey&, const DrawportStateDescribe&,
+                                              DrawportStateObjectItemRef&) override {
+    return Fail();
+  }
+  Result<DrawportRenderTargetRef> CreateRenderTarget(DrawportContextInterface&,
+                                                     const DrawportRenderTargetDescription&) override {
+    return Fail();
+  }
   Result<DrawportStagingBuffer*> AllocStagingBuffer(DrawportContextInterface&, const DrawportStagingOptions&) override {
     return Fail();
   }
@@ -181,7 +198,7 @@ TEST_F(GpuFeaturesTest, AGivenContextPointerAndDeviceReachTheBackend) {
 
 TEST_F(GpuFeaturesTest, AProgramWithoutContextIsMadeButHasNoDevice) {
   ASSERT_THAT(program->Init(Url(), nullptr, 0, false), IsOk());
-  constexpr const char* kNoContext = "The GPU program has no drawport context.";
+  constexpr const char* kNoContext = "There is no drawport context.";
   EXPECT_THAT(program->CreateUniformBuffer("a"_iid, GetDataType<Float32>(), 4),
               IsErrorWith(kIllegalStateError, kNoContext));
   EXPECT_THAT(program->AddAtomicCounter("a"_iid, UInt32(0)), IsErrorWith(kIllegalStateError, kNoContext));

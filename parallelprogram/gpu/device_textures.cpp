@@ -1,0 +1,138 @@
+#include "parallelprogram/gpu/device_textures.h"
+
+#include <algorithm>
+
+#include "ostra/core/diagnostics.h"
+#include "parallelprogram/gpu/cache_keys.h"
+#include "parallelprogram/gpu/texture_transfer.h"
+#include "parallelprogram/textures/texture_records.h"
+
+OSTRA_UNIT("parallelprogram_gpu_impl");
+
+namespace ostra {
+namespace {
+
+Bool IsSame(const DrawportTextureDescription& a, const DrawportTextureDescription& b) {
+  return a.type == b.type && a.format == b.format && a.isImage == b.isImage && a.extent.width == b.extent.width &&
+         a.extent.height == b.extent.height && a.extent.depth == b.extent.depth;
+}
+
+DrawportTextureDescription DescribeTexture(const TextureBindData& bindData, PixelFormatRef format,
+                                           DrawportContextInterface& context) {
+  DrawportTextureDescription description;
+  description.type = GetTextureType(bindData);
+  description.format = format;
+  const Vec3<UInt32>& size = bindData._dimensions;
+  description.extent = {size.x, size.y, size.z};
+  const Bool isFloatingPoint = format->valueClass == PixelValueClass::FloatingPoint;
+  description.isImage =
+      HasAccess(context.GetPixelFormatAccessFlags(format, isFloatingPoint), DrawportPixelFormatAccess::ShaderReadWrite);
+  return description;
+}
+
+Int GetByteSize(const DrawportTextureDescription& description) {
+  const DrawportExtent& extent = description.extent;
+  return extent.width * extent.height * extent.depth * description.format->GetBytesPerPixel();
+}
+
+// Fills an item's texture. What fails in that does not fail the call: it is written as a diagnostic.
+Result<DrawportTexture*> MakeFilled(const GpuContextData& data, DrawportTextureItemInterface& item,
+                                    const TexelBytes& texels, const InternedId& attr) {
+  OSTRA_ASSIGN_OR_RETURN(const DrawportTextureFill fill, DrawportTextureFill::Create([&](DrawportTexture& texture) {
+                           if (auto filled = FillTexture(data, texture, texels); !filled)
+                             CriticalOutput("@, at attribute @", filled.GetError(), attr);
+                         }));
+  return item.MakeValid(*data.context, fill);
+}
+
+}  // namespace
+
+const TextureSamplerEntry* FindTextureEntry(const DataDictionary& table, const InternedId& attr) {
+  const Data* data = table.FindData(attr);
+  return data ? data->GetIf<TextureSamplerEntry>() : nullptr;
+}
+
+void RaiseDimensions(TextureBindData& bindData) {
+  for (UInt32* extent : {&bindData._dimensions.x, &bindData._dimensions.y, &bindData._dimensions.z})
+    *extent = std::max<UInt32>(*extent, 1);
+}
+
+Result<TextureSamplerEntry> MakeTextureEntry(const GpuContextData& data, const InternedId& attr,
+                                             const TextureBindData& bindData, const NarrowTexels& narrow,
+                                             DrawportResourceKey key) {
+  DrawportContextInterface& context = *data.context;
+  TextureSamplerEntry entry;
+  OSTRA_ASSIGN_OR_RETURN(entry._samplerItem, data.cache->GetTextureSampler(MakeSamplerKey(bindData)));
+  OSTRA_ASSIGN_OR_RETURN(const PixelFormatRef format, FindTextureFormat(bindData, narrow));
+  OSTRA_ASSIGN_OR_RETURN(const StoredTexels stored, MakeStoredTexels(bindData, *format));
+  const DrawportTextureDescription wanted = DescribeTexture(bindData, format, context);
+
+  Bool isNew = false;
+  OSTRA_ASSIGN_OR_RETURN(const DrawportTextureDescribe describe,
+                         DrawportTextureDescribe::Create([&](DrawportTextureDescription& description) {
+                           description = wanted;
+                           isNew = true;
+                         }));
+  OSTRA_ASSIGN_OR_RETURN(entry._textureItem, data.cache->GetTexture(key, describe));
+  const TexelBytes texels{stored.data, stored.size};
+  if (isNew) {
+    OSTRA_ASSIGN_OR_RETURN(entry._texture, MakeFilled(data, *entry._textureItem, texels, attr));
+  } else {
+    OSTRA_ASSIGN_OR_RETURN(entry._texture, entry._textureItem->MakeValid(context, DrawportTextureFill()));
+    // Channels and formats are no part of the key: a texture that is still held may be of another kind.
+    if (!IsSame(entry._texture->GetDescription(), wanted)) {
+      key.values[1] |= static_cast<UInt64>(format - GetPixelFormats().GetFirst() + 1) << 32;
+      key.values[2] = AppendToKey(
+          key.values[2], static_cast<UInt64>(wanted.extent.width) << 32 | static_cast<UInt64>(wanted.extent.height));
+      OSTRA_ASSIGN_OR_RETURN(entry._textureItem, data.cache->GetTexture(key, describe));
+    }
+    BaseArray<Byte> zeros;
+    if (!texels.data && !isNew) OSTRA_RETURN_IF_ERROR(zeros.Resize(GetByteSize(wanted)));
+    const TexelBytes fill = texels.data ? texels : TexelBytes{zeros.GetFirst(), zeros.GetCount()};
+    OSTRA_ASSIGN_OR_RETURN(entry._texture, MakeFilled(data, *entry._textureItem, fill, attr));
+  }
+  OSTRA_ASSIGN_OR_RETURN(entry._sampler, entry._samplerItem->MakeValid(context));
+  OSTRA_ASSIGN_OR_RETURN(entry._samplingData, BuildSamplingData(bindData, false));
+  entry._samplingData._dataSize = stored.size;
+  entry._textureId = attr;
+  return entry;
+}
+
+Result<void> UpdateTexture(const GpuContextData& data, DataDictionary& table, const InternedId& attr,
+                           const TextureBindData& texBindData, const NarrowTexels& narrow) {
+  const TextureSamplerEntry* known = FindTextureEntry(table, attr);
+  if (!known || !known->_texture || !known->_textureItem)
+    return OSTRA_ILLEGAL_ARGUMENT("texture for update could not be found");
+  OSTRA_RETURN_IF_ERROR(CheckHasContext(data));
+  TextureBindData bindData = texBindData;
+  RaiseDimensions(bindData);
+  OSTRA_ASSIGN_OR_RETURN(const PixelFormatRef format, FindTextureFormat(bindData, narrow));
+  if (!IsSame(known->_texture->GetDescription(), DescribeTexture(bindData, format, *data.context)))
+    return OSTRA_ILLEGAL_ARGUMENT("Size of input TextureBindData differs from the size of the stored texture.");
+  OSTRA_ASSIGN_OR_RETURN(const StoredTexels stored, MakeStoredTexels(bindData, *format));
+  TextureSamplerEntry entry = *known;
+  OSTRA_ASSIGN_OR_RETURN(entry._texture, MakeFilled(data, *entry._textureItem, {stored.data, stored.size}, attr));
+  OSTRA_ASSIGN_OR_RETURN(entry._samplingData, BuildSamplingData(bindData, false));
+  entry._samplingData._dataSize = stored.size;
+  return table.Set(attr, std::move(entry));
+}
+
+Result<Bool> EmptyTextureLinks(DataDictionary& links, const DrawportTexture* texture, const InternedId& textureId) {
+  BaseArray<InternedId> names;
+  for (const auto& [name, value] : links) {
+    const auto* entry = value.GetIf<TextureSamplerEntry>();
+    if (entry && entry->_texture == texture) OSTRA_RETURN_IF_ERROR(names.Append(name));
+  }
+  for (const InternedId& name : names) {
+    TextureSamplerEntry entry = *FindTextureEntry(links, name);
+    entry._texture = nullptr;
+    entry._sampler = nullptr;
+    entry._textureItem = nullptr;
+    entry._samplerItem = nullptr;
+    entry._textureId = textureId;
+    OSTRA_RETURN_IF_ERROR(links.Set(name, std::move(entry)));
+  }
+  return !names.IsEmpty();
+}
+
+}  // namespace ostra

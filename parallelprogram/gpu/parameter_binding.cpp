@@ -1,0 +1,77 @@
+#include "parallelprogram/gpu/parameter_binding.h"
+
+#include "ostra/core/format.h"
+#include "parallelprogram/gpu/device_textures.h"
+
+OSTRA_UNIT("parallelprogram_gpu_impl");
+
+namespace ostra {
+namespace {
+
+const char* GetTextureTypeName(DrawportTextureType type) {
+  switch (type) {
+    case DrawportTextureType::Texture1D:
+      return "1D";
+    case DrawportTextureType::Texture2D:
+      return "2D";
+    default:
+      return "3D";
+  }
+}
+
+}  // namespace
+
+// Shaders read a texture with the number of dimensions that they declare.
+Result<void> CheckTextureType(const DrawportParameter& parameter, const DrawportTexture& texture,
+                              std::string_view user) {
+  const DrawportTextureType given = texture.GetDescription().type;
+  if (given == parameter.textureType) return OK;
+  return OSTRA_ILLEGAL_ARGUMENT("The @'s texture \"@\" is a @ texture, but a @ texture is linked to it.", user,
+                                parameter.name, GetTextureTypeName(parameter.textureType), GetTextureTypeName(given));
+}
+
+Result<void> LinkTexture(DataDictionary& links, const InternedId& attr, const TextureSamplerEntry& entry) {
+  const TextureSamplerEntry* known = FindTextureEntry(links, attr);
+  TextureSamplerEntry link = entry;
+  link._state = known ? known->_state : 0;  // whether this kernel writes the texture
+  return links.Set(attr, std::move(link));
+}
+
+// A link to the program's buffer of the same name follows that name, so that the newest one is used; links to other
+// buffers and exchanged ones stay.
+Result<void> BindBuffer(const ParameterTarget& target, DrawportParameterHandle handle,
+                        const DrawportParameter& parameter, ParameterLinks& links, const DataDictionary& globals) {
+  const DataBufferEntry* linked = FindBufferEntry(links.buffers, parameter.name);
+  if (!linked || linked->_bufferId == parameter.name) {
+    const Data* global = globals.FindData(parameter.name);
+    const DataBufferEntry* entry = global ? global->GetIf<DataBufferEntry>() : nullptr;
+    if (entry && (!linked || !(*linked == *entry))) {
+      OSTRA_RETURN_IF_ERROR(links.buffers.SetData(parameter.name, *global));
+      linked = FindBufferEntry(links.buffers, parameter.name);
+    }
+  }
+  return target.factory.SetParameterBuffer(target.values, handle, linked ? linked->_deviceBuffer : nullptr);
+}
+
+// A link whose texture was deleted leads to the program's texture of that name, once there is one again; a parameter
+// without link to the texture of its own name.
+Result<void> BindTexture(const ParameterTarget& target, DrawportParameterHandle handle,
+                         const DrawportParameter& parameter, ParameterLinks& links, const DataDictionary& globals,
+                         std::string_view user) {
+  const TextureSamplerEntry* linked = FindTextureEntry(links.textures, parameter.name);
+  if (!linked || !linked->_texture) {
+    const Bool hasName = linked && linked->_textureId.IsPopulated();
+    const TextureSamplerEntry* global = FindTextureEntry(globals, hasName ? linked->_textureId : parameter.name);
+    if (global) {
+      OSTRA_RETURN_IF_ERROR(LinkTexture(links.textures, parameter.name, *global));
+      linked = FindTextureEntry(links.textures, parameter.name);
+    }
+  }
+  DrawportTexture* texture = linked ? linked->_texture : nullptr;
+  if (texture) OSTRA_RETURN_IF_ERROR(CheckTextureType(parameter, *texture, user));
+  if (parameter.kind == DrawportParameterKind::Image)
+    return target.factory.SetParameterImage(target.values, handle, texture);
+  return target.factory.SetParameterTexture(target.values, handle, texture, linked ? linked->_sampler : nullptr);
+}
+
+}  // namespace ostra

@@ -1,0 +1,46 @@
+// How links and values of clients reach the parameters of a program.
+#pragma once
+
+#include "ostra/drawport/program_factory.h"
+#include "parallelprogram/gpu/device_counters.h"
+
+namespace ostra {
+
+// What the parameters of a kernel, or of a stage of a graphics program, are linked to: by parameter name.
+struct ParameterLinks {
+  DataDictionary buffers;   // DataBufferEntry
+  DataDictionary textures;  // TextureSamplerEntry
+  DataDictionary uniforms;
+  GpuCounterTable counters;
+};
+
+// Where a binder sets parameters.
+struct ParameterTarget {
+  DrawportProgramFactory& factory;
+  DrawportParameterValueSet& values;
+};
+
+// Sets a value with the setter for its type. Gradients are left out: compute programs read black. Error: illegal
+// argument for a type without setter; those of the setter.
+Result<void> SetParameterValue(const ParameterTarget& target, DrawportParameterHandle handle, const InternedId& name,
+                               const Data& value);
+
+// Links `entry` to a texture parameter.
+Result<void> LinkTexture(DataDictionary& links, const InternedId& attr, const TextureSamplerEntry& entry);
+
+// Binds a buffer: the linked one, and where the link is to the buffer of the parameter's own name, or missing, what
+// `globals` have under that name now. Errors: out of memory; those of the setter.
+Result<void> BindBuffer(const ParameterTarget& target, DrawportParameterHandle handle,
+                        const DrawportParameter& parameter, ParameterLinks& links, const DataDictionary& globals);
+
+// The same for a texture or image. `user` is what the program is for its client, "kernel" or "stage". Error also:
+// illegal argument when a texture of other dimensions is linked.
+Result<void> BindTexture(const ParameterTarget& target, DrawportParameterHandle handle,
+                         const DrawportParameter& parameter, ParameterLinks& links, const DataDictionary& globals,
+                         std::string_view user);
+
+// Error: illegal argument for a texture of other dimensions than the parameter's; `user` as above.
+Result<void> CheckTextureType(const DrawportParameter& parameter, const DrawportTexture& texture,
+                              std::string_view user);
+
+}  // namespace ostra
