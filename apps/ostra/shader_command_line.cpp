@@ -21,10 +21,13 @@ constexpr const char* kCheckDetails =
     "(the\n"
     "results are checked by SPIRV-Tools), Metal as C++ with clang. Messages name the lines of the files, headers "
     "included.\n"
-    "Warnings tell what works on some devices only, or means something else there.\n"
+    "Warnings tell what works on some devices only, or means something else there. Stage files of one name "
+    "(model.vert,\n"
+    "model.frag) are also checked together: what one receives the one before it must hand on.\n"
     "\n"
     "Examples:\n"
     "  ostra check kernels/*.krn\n"
+    "  ostra check kernels/stages/net.ostra.stages.lit.*\n"
     "  ostra check net.example.blur.krn --target METAL --show assembled\n"
     "\n"
     "Exit status: 0 no errors, 1 errors or failed, 2 wrong usage.\n";
@@ -43,7 +46,8 @@ void AddParserOptions(CLI::App& command, Arguments& arguments) {
 }  // namespace
 
 CLI::App& AddTranslateCommand(CLI::App& app, TranslateArguments& arguments) {
-  CLI::App& command = *app.add_subcommand("translate", "Show what becomes of a kernel file for a shading language");
+  CLI::App& command =
+      *app.add_subcommand("translate", "Show what becomes of a kernel file or stage file for a shading language");
   command.footer(kTranslateDetails);
   command.add_option("file", arguments.file, "The kernel file or stage file")->type_name("FILE")->required();
   command.add_option("--target", arguments.target, "The language: HLSL, GLSL or METAL")
@@ -65,7 +69,7 @@ Result<void> RunTranslate(const TranslateArguments& arguments) {
 }
 
 CLI::App& AddCheckCommand(CLI::App& app, CheckArguments& arguments) {
-  CLI::App& command = *app.add_subcommand("check", "Compile kernel files for every shading language");
+  CLI::App& command = *app.add_subcommand("check", "Compile kernel files and stage files for every shading language");
   command.footer(kCheckDetails);
   command.add_option("files", arguments.files, "The kernel files and stage files")->type_name("FILE")->required();
   command.add_option("--target", arguments.targets, "Only this language: HLSL, GLSL or METAL; may be repeated")

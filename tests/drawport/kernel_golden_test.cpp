@@ -1,6 +1,6 @@
-// The kernel library in every language: what is assembled, without the support code, is compared with files beside the
-// kernels, and the whole compiles. With OSTRA_UPDATE_GOLDEN set in the environment the files are written instead; look
-// at what changed before committing it.
+// The kernel library and the stage files in every language: what is assembled, without the support code, is compared
+// with files beside the kernels, and the whole compiles. With OSTRA_UPDATE_GOLDEN set in the environment the files are
+// written instead; look at what changed before committing it.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -26,6 +26,16 @@ std::vector<fs::path> FindKernels() {
   return files;
 }
 
+std::vector<fs::path> FindStages() {
+  std::vector<fs::path> files;
+  for (const fs::directory_entry& entry : fs::directory_iterator(fs::path(OSTRA_KERNEL_FOLDER) / "stages"))
+    if (entry.is_regular_file() &&
+        GetStageOfFile(Url::Create(entry.path().native()).GetValue()) != DrawportStage::Compute)
+      files.push_back(entry.path());
+  std::sort(files.begin(), files.end());
+  return files;
+}
+
 struct Language {
   const Id* id;
   const char* suffix;
@@ -35,6 +45,18 @@ constexpr Language kGoldenLanguages[] = {
 
 class KernelGoldenTest : public testing::TestWithParam<fs::path> {
  protected:
+  static DrawportStage GetStage() { return GetStageOfFile(Url::Create(GetParam().native()).GetValue()); }
+  // Metal divides patches in kernels of their own, not in stages.
+  static Bool HasLanguage(const Id& language) {
+    const Bool isTessellation =
+        GetStage() == DrawportStage::TessellationControl || GetStage() == DrawportStage::TessellationEvaluation;
+    return !isTessellation || !(language == kShadingLanguageMetal);
+  }
+  // Beside the file: a kernel's name without its suffix, a stage's whole.
+  static fs::path GetGolden(const Language& language) {
+    const fs::path name = GetStage() == DrawportStage::Compute ? GetParam().stem() : GetParam().filename();
+    return GetParam().parent_path() / "golden" / (name.native() + "." + language.suffix);
+  }
   static ShaderRecords MakeRecords(const Id& language) {
     const Url file = Url::Create(GetParam().native()).GetValue();
     const auto parser = ShaderParser::Create(language).GetValue();
@@ -47,13 +69,13 @@ class KernelGoldenTest : public testing::TestWithParam<fs::path> {
 
 TEST_P(KernelGoldenTest, IsTranslatedAsBefore) {
   for (const Language& language : kGoldenLanguages) {
+    if (!HasLanguage(*language.id)) continue;
     const AssembledShader shader = AssembleShader(MakeRecords(*language.id)).GetValue();
     const std::vector<std::string> lines = GetLines(shader.text);
     std::string own;
     for (std::size_t i = static_cast<std::size_t>(shader.supportLineCount); i < lines.size(); ++i)
       own += lines[i] + "\n";
-    const fs::path golden =
-        fs::path(OSTRA_KERNEL_FOLDER) / "golden" / (GetParam().stem().native() + "." + language.suffix);
+    const fs::path golden = GetGolden(language);
     if (std::getenv("OSTRA_UPDATE_GOLDEN")) {
       std::ofstream(golden, std::ios::binary) << own;
       continue;
@@ -66,6 +88,7 @@ TEST_P(KernelGoldenTest, IsTranslatedAsBefore) {
 
 TEST_P(KernelGoldenTest, CompilesForEveryLanguage) {
   for (const Language& language : kGoldenLanguages) {
+    if (!HasLanguage(*language.id)) continue;
     ShaderRecords records = MakeRecords(*language.id);
     EXPECT_EQ(Compile(records), "") << language.suffix;
   }
@@ -84,7 +107,12 @@ std::string GetTestName(const testing::TestParamInfo<fs::path>& info) {
   return name;
 }
 
+std::string GetStageTestName(const testing::TestParamInfo<fs::path>& info) {
+  return GetTestName(info) + "_" + info.param.extension().native().substr(1);
+}
+
 INSTANTIATE_TEST_SUITE_P(Kernels, KernelGoldenTest, testing::ValuesIn(FindKernels()), GetTestName);
+INSTANTIATE_TEST_SUITE_P(Stages, KernelGoldenTest, testing::ValuesIn(FindStages()), GetStageTestName);
 
 }  // namespace
 }  // namespace ostra::test

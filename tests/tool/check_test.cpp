@@ -195,6 +195,52 @@ TEST_F(CheckTest, GraphicsStagesAreChecked) {
   EXPECT_EQ(result.exitStatus, 0) << result.errors;
 }
 
+TEST_F(CheckTest, StagesOfOneNameMustHandOnWhatTheOthersReceive) {
+  const auto makeStage = [](const std::string& inputs, const std::string& code) {
+    return "#define KERNELINPUTS \\\n" + inputs + "\n\nOSTRA_PARALLEL_KERNEL(S, KERNELINPUTS)\n{\n" + code +
+           "\n}\nOSTRA_PARALLEL_KERNEL_END\n";
+  };
+  const std::string vertex = _folder.Write(
+      "m.vert", makeStage("(attribute Vector32) position, \\\n(varying Float32) shade, \\\n(varying Vector32) place",
+                          "\tshade = position.x;\n\tplace = position;\n\tOutPosition = vec4(0.0, 0.0, 0.0, 1.0);"));
+  const std::string fragment = _folder.Write(
+      "m.frag", makeStage("(varying Float32) shad, \\\n(varying Vector4d32) place, \\\n(out Vector4d32) color",
+                          "\tcolor = place * shad;"));
+  const ToolResult both = RunTool({"check", fragment, vertex, "--target", "GLSL"});
+  EXPECT_EQ(both.exitStatus, kFailed);
+  EXPECT_THAT(both.errors, HasSubstr("m.frag:2: error: the varying \"shad\" is not handed on by " + vertex +
+                                     "; did you mean \"shade\"?"));
+  EXPECT_THAT(both.errors,
+              HasSubstr("m.frag:3: error: the varying \"place\" is 4 x float32 here, and 3 x float32 in " + vertex));
+  // Alone, nothing is known of the other one.
+  EXPECT_EQ(RunTool({"check", fragment, "--target", "GLSL"}).exitStatus, 0);
+
+  const std::string control = _folder.Write("m.tsc", makeStage("(varying Float32) shade",
+                                                               "\tshade = InPatch(shades, InInvocationID);\n"
+                                                               "\tOutPosition = InPatchPosition(InInvocationID);"));
+  EXPECT_THAT(RunTool({"check", vertex, control, "--target", "GLSL"}).errors,
+              HasSubstr("m.tsc:6: error: the varying \"shades\" is not handed on by " + vertex));
+}
+
+TEST_F(CheckTest, AStageWithoutAKernelIsAnError) {
+  const std::string file = _folder.Write("empty.vert", "float f = 1.0;\n");
+  EXPECT_THAT(RunTool({"check", file, "--target", "GLSL"}).errors, HasSubstr("there is no kernel in this file"));
+}
+
+TEST_F(CheckTest, TessellationStagesAreCheckedForAllLanguagesThatHaveThem) {
+  const std::string file =
+      _folder.Write("p.tsc",
+                    "#define KERNELINPUTS \\\n(Float32) detail\n\nOSTRA_PARALLEL_KERNEL(C, KERNELINPUTS)\n{\n"
+                    "\tOutPosition = InPatchPosition(InInvocationID);\n\tOutTessLevelInner[0] = UNIFORM(detial);\n}\n"
+                    "OSTRA_PARALLEL_KERNEL_END\n");
+  const ToolResult result = RunTool({"check", file});
+  EXPECT_EQ(result.exitStatus, kFailed);
+  EXPECT_THAT(result.errors, HasSubstr("p.tsc:7: error: "));
+  EXPECT_THAT(result.errors, HasSubstr("[GLSL]"));
+  EXPECT_THAT(result.errors, HasSubstr("[HLSL]"));
+  EXPECT_THAT(result.errors, HasSubstr("p.tsc: warning: Metal has no stages of this kind"));
+}
+
 TEST_F(CheckTest, OddFilesGiveALineAndNoCrash) {
   for (const std::string& source :
        {std::string(), std::string("\0\0\0", 3), std::string("\xFF\xFE"), std::string(1 << 20, 'x'),

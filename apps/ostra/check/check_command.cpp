@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <thread>
 
+#include "apps/ostra/check/program_check.h"
 #include "apps/ostra/output/standard_output.h"
 #include "apps/ostra/translate/translation_report.h"
 #include "ostra/core/format.h"
@@ -86,6 +87,7 @@ Result<void> CheckFiles(const CheckOptions& options) {
     findings.AddAll(check.findings);
     for (const TargetCheck& target : check.targets) findings.AddAll(target.findings);
   }
+  CheckPrograms(checks, findings);
   findings.Sort();
   for (const Finding& finding : findings.GetAll()) std::fprintf(stderr, "%s\n", FormatFinding(finding).c_str());
   OSTRA_ASSIGN_OR_RETURN(const std::string shown, MakeShownTexts(options, checks));

@@ -51,8 +51,16 @@ Result<void> AddFrontStep(const FileCheck& check, const Url& url, Findings& find
 
 Result<void> Assemble(TargetCheck& check, const Url& url, const std::string& file) {
   const DrawportStage stage = GetStageOfFile(url);
-  if (check.translation.parser->GetKernelCode().IsEmpty() && stage == DrawportStage::Compute) {
+  if (check.translation.parser->GetKernelCode().IsEmpty()) {
     check.findings.Add({file, 0, Severity::Error, "there is no kernel in this file, or it does not end"});
+    return OK;
+  }
+  const Bool isTessellation =
+      stage == DrawportStage::TessellationControl || stage == DrawportStage::TessellationEvaluation;
+  if (isTessellation && check.target == kTargetMetal) {
+    check.findings.Add({file, 0, Severity::Warning,
+                        "Metal has no stages of this kind: patches are divided by compute kernels there, which is not "
+                        "made from stage files [METAL]"});
     return OK;
   }
   auto records = MakeShaderRecords(*check.translation.parser, stage);

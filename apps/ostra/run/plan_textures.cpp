@@ -26,22 +26,6 @@ Result<SettingsByName> ReadSettings(const Assignments& options, const KernelPara
   return all;
 }
 
-TextureBindData Describe(const TextureLayout& layout, const TextureSettings& settings,
-                         const TextureContents& contents) {
-  TextureBindData description;
-  description._dataSize = contents.texels.GetCount();
-  description._dimensions = {static_cast<UInt32>(contents.size.width), static_cast<UInt32>(contents.size.height),
-                             static_cast<UInt32>(contents.size.depth)};
-  description._format = layout.format;
-  description._numChannels = static_cast<UInt32>(layout.channels);
-  description._filter = layout.filter;
-  description._normalizedCoordinates = settings.isNormalized;
-  description._sRGB = settings.isSrgb;
-  for (Int i = 0; i < 3; ++i) description._wrapModes[i] = settings.wrapModes[i];
-  for (Int i = 0; i < 4; ++i) description._borderColor[i] = settings.border[i];
-  return description;
-}
-
 }  // namespace
 
 Result<std::vector<PlannedTexture>> PlanTextures(const RunOptions& options, const KernelParameters& parameters) {
@@ -59,7 +43,7 @@ Result<std::vector<PlannedTexture>> PlanTextures(const RunOptions& options, cons
     OSTRA_ASSIGN_OR_RETURN(TextureContents contents,
                            LoadTexture(parameter.name, sources, layout, settings[parameter.name]));
     OSTRA_ASSIGN_OR_RETURN(const InternedId name, InternedId::Create(parameter.name));
-    const TextureBindData description = Describe(layout, settings[parameter.name], contents);
+    const TextureBindData description = DescribeTexture(layout, settings[parameter.name], contents);
     textures.push_back({name, &layout, std::move(sources), std::move(contents), description});
   }
   return textures;

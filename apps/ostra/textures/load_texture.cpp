@@ -239,4 +239,20 @@ Result<TextureContents> LoadTexture(std::string_view name, const std::vector<std
   return TextureLoader(name, layout, settings).Load(sources);
 }
 
+TextureBindData DescribeTexture(const TextureLayout& layout, const TextureSettings& settings,
+                                const TextureContents& contents) {
+  TextureBindData description;
+  description._dataSize = contents.texels.GetCount();
+  description._dimensions = {static_cast<UInt32>(contents.size.width), static_cast<UInt32>(contents.size.height),
+                             static_cast<UInt32>(contents.size.depth)};
+  description._format = layout.format;
+  description._numChannels = static_cast<UInt32>(layout.channels);
+  description._filter = layout.filter;
+  description._normalizedCoordinates = settings.isNormalized;
+  description._sRGB = settings.isSrgb;
+  for (Int i = 0; i < 3; ++i) description._wrapModes[i] = settings.wrapModes[i];
+  for (Int i = 0; i < 4; ++i) description._borderColor[i] = settings.border[i];
+  return description;
+}
+
 }  // namespace ostra::tool

@@ -28,4 +28,8 @@ struct TextureContents {
 Result<TextureContents> LoadTexture(std::string_view name, const std::vector<std::string>& sources,
                                     const TextureLayout& layout, const TextureSettings& settings);
 
+// How programs are told about loaded texels; without their address.
+TextureBindData DescribeTexture(const TextureLayout& layout, const TextureSettings& settings,
+                                const TextureContents& contents);
+
 }  // namespace ostra::tool

@@ -36,11 +36,20 @@ DataType TextureLayout::GetTexelType() const {
   }
 }
 
+static Bool CanBeMade(TextureFormat format) { return format == TextureFormat::F32 || format == TextureFormat::U8; }
+
 const TextureLayout* FindTextureLayout(DataType type) {
-  for (const TextureLayout& layout : GetLayouts()) {
-    const Bool canBeMade = layout.format == TextureFormat::F32 || layout.format == TextureFormat::U8;
-    if (layout.sampler == type) return canBeMade ? &layout : nullptr;
-  }
+  for (const TextureLayout& layout : GetLayouts())
+    if (layout.sampler == type) return CanBeMade(layout.format) ? &layout : nullptr;
+  return nullptr;
+}
+
+const TextureLayout* FindTextureLayout(Int dimensions, Int channels, TextureFormat format, TextureFilter filter) {
+  if (format == TextureFormat::F16) format = TextureFormat::F32;
+  for (const TextureLayout& layout : GetLayouts())
+    if (layout.dimensions == dimensions && layout.channels == channels && layout.format == format &&
+        layout.filter == filter)
+      return CanBeMade(format) ? &layout : nullptr;
   return nullptr;
 }
 

@@ -24,5 +24,7 @@ struct TextureLayout {
 
 // Null when `type` is no texture that programs make: there are none of 16- and 32-bit integers. Thread-safe.
 const TextureLayout* FindTextureLayout(DataType type);
+// The same for what a stage file declares. Halves are given as floats.
+const TextureLayout* FindTextureLayout(Int dimensions, Int channels, TextureFormat format, TextureFilter filter);
 
 }  // namespace ostra::tool

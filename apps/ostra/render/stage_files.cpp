@@ -1,0 +1,124 @@
+#include "apps/ostra/render/stage_files.h"
+
+#include <algorithm>
+
+#include "apps/ostra/encode/source_file.h"
+#include "ostra/core/atomic.h"
+#include "ostra/core/format.h"
+#include "parallelprogram/shaderassembly/assembly_records.h"
+
+OSTRA_UNIT("stage_files");
+
+namespace ostra::tool {
+
+namespace {
+
+constexpr Int32 kPassedOn = kShaderInputVarying | kShaderInputOut | kShaderInputAttribute;
+
+class StageReader {
+ public:
+  StageReader(const Scene& scene, const SceneDraw& draw, const Url& folder)
+      : _scene(scene), _draw(draw), _folder(folder) {}
+
+  Result<std::vector<StageFile>> Read() {
+    for (std::size_t i = 0; i < _draw.stages.size(); ++i) {
+      const std::string path = _draw.path + ".stages[" + std::to_string(i) + "]";
+      OSTRA_ASSIGN_OR_RETURN(const Url file, FindSceneFile(_folder, _draw.stages[i]));
+      const DrawportStage stage = GetStageOfFile(file);
+      if (stage == DrawportStage::Compute)
+        return MakeError(path,
+                         std::string(file.GetView()) + " is no stage: these are .vert, .frag, .tsc and .tse files");
+      if (Has(stage))
+        return MakeError(path, "the program has two ." + std::string(file.GetSuffix().GetView()) + " files");
+      const auto source = ReadSourceBytes(file);
+      if (!source) return MakeError(path, source.GetError().GetMessage().GetView());
+      OSTRA_ASSIGN_OR_RETURN(StrongRef<ShaderParser> parser, Parse(file));
+      if (parser->GetKernelCode().IsEmpty())
+        return OSTRA_ILLEGAL_ARGUMENT("@: error: there is no kernel in this file, or it does not end", file);
+      if (parser->GetNoiseCallCount() > 0)
+        return OSTRA_ILLEGAL_ARGUMENT(
+            "@: error: graphics programs have no noises: let a kernel write them into a buffer", file);
+      _stages.push_back({file, stage, std::move(parser)});
+    }
+    OSTRA_RETURN_IF_ERROR(CheckStages());
+    return std::move(_stages);
+  }
+
+ private:
+  Error MakeError(std::string_view path, std::string_view text) const {
+    return OSTRA_ILLEGAL_ARGUMENT("@: @: @", _scene.file, path, text);
+  }
+
+  Bool Has(DrawportStage stage) const {
+    return std::any_of(_stages.begin(), _stages.end(), [stage](const StageFile& file) { return file.stage == stage; });
+  }
+
+  static Result<StrongRef<ShaderParser>> Parse(const Url& file) {
+    OSTRA_ASSIGN_OR_RETURN(StrongRef<ShaderParser> parser, ShaderParser::Create(kTargetGlsl));
+    const auto parsed = parser->Init(file, DataDictionary(), EndlessSource::Refuse);
+    if (parsed) return parser;
+    OSTRA_ASSIGN_OR_RETURN(const String message, parser->DescribeError(parsed.GetError()));
+    return OSTRA_ILLEGAL_ARGUMENT("@", message);
+  }
+
+  Result<void> CheckStages() const {
+    const std::string path = _draw.path + ".stages";
+    const Bool hasControl = Has(DrawportStage::TessellationControl);
+    const Bool hasEvaluation = Has(DrawportStage::TessellationEvaluation);
+    if (!Has(DrawportStage::Vertex)) return MakeError(path, "a program needs a .vert file");
+    if (hasControl != hasEvaluation)
+      return MakeError(path, "a program that divides patches needs a .tsc and a .tse file");
+    if (hasEvaluation != (_draw.topology == SceneTopology::Patches))
+      return MakeError(_draw.path + ".topology", hasEvaluation
+                                                     ? R"(a program with .tsc and .tse files draws "patches")"
+                                                     : R"(only programs with .tsc and .tse files draw "patches")");
+    return OK;
+  }
+
+  const Scene& _scene;
+  const SceneDraw& _draw;
+  const Url& _folder;
+  std::vector<StageFile> _stages;
+};
+
+}  // namespace
+
+Result<Url> FindSceneFile(const Url& folder, const std::string& name) {
+  if (name.starts_with('/') || folder.IsEmpty()) return Url::Create(name);
+  return folder + name;
+}
+
+Result<std::vector<StageFile>> ReadStageFiles(const Scene& scene, const SceneDraw& draw, const Url& folder) {
+  return StageReader(scene, draw, folder).Read();
+}
+
+Bool IsCounter(const ShaderInputEntry& input) {
+  return (input.kind & kPassedOn) == 0 && input.dataType == GetDataType<AtomicUInt32>();
+}
+Bool IsUniform(const ShaderInputEntry& input) {
+  return (input.kind & kPassedOn) == 0 && input.dataType.IsPopulated() && !IsCounter(input);
+}
+Bool IsBuffer(const ShaderInputEntry& input) { return !input.dataType.IsPopulated(); }
+Bool IsAttribute(const ShaderInputEntry& input) { return (input.kind & kShaderInputAttribute) != 0; }
+
+std::vector<std::string> ListInputs(const std::vector<StageFile>& stages, Bool (*isMeant)(const ShaderInputEntry&)) {
+  std::vector<std::string> names;
+  for (const StageFile& stage : stages)
+    for (const ShaderInputEntry& input : stage.parser->GetInputEntries())
+      if (isMeant(input)) names.emplace_back(input.name.GetString().GetView());
+  std::sort(names.begin(), names.end());
+  names.erase(std::unique(names.begin(), names.end()), names.end());
+  return names;
+}
+
+std::vector<std::string> ListTextures(const std::vector<StageFile>& stages) {
+  std::vector<std::string> names;
+  for (const StageFile& stage : stages)
+    for (const ShaderTextureEntry& texture : stage.parser->GetTextureEntries())
+      names.emplace_back(texture.name.GetString().GetView());
+  std::sort(names.begin(), names.end());
+  names.erase(std::unique(names.begin(), names.end()), names.end());
+  return names;
+}
+
+}  // namespace ostra::tool

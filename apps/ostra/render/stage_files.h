@@ -1,0 +1,37 @@
+// The stage files of a draw, and what they declare.
+#pragma once
+
+#include <vector>
+
+#include "apps/ostra/render/scene.h"
+#include "ostra/drawport/enumerations.h"
+#include "ostra/io/url.h"
+#include "parallelprogram/shaderparser/shader_parser.h"
+
+namespace ostra::tool {
+
+struct StageFile {
+  Url file;
+  DrawportStage stage = DrawportStage::Vertex;
+  StrongRef<ShaderParser> parser;  // has parsed the file
+};
+
+// Where a file of a scene is: beside the scene file unless its name begins at the root. Error: out of memory.
+Result<Url> FindSceneFile(const Url& folder, const std::string& name);
+
+// Reads the files in the order of the draw. Errors: illegal argument "FILE: PATH: ..." for files that are not there or
+// no stages, a stage that stands twice and a program without one that it needs; "file:line: error: ..." for what is
+// wrong in a file.
+Result<std::vector<StageFile>> ReadStageFiles(const Scene& scene, const SceneDraw& draw, const Url& folder);
+
+// The names of what all stages together declare, for suggestions.
+std::vector<std::string> ListInputs(const std::vector<StageFile>& stages, Bool (*isMeant)(const ShaderInputEntry&));
+std::vector<std::string> ListTextures(const std::vector<StageFile>& stages);
+
+// What an entry of the inputs is.
+Bool IsUniform(const ShaderInputEntry& input);
+Bool IsBuffer(const ShaderInputEntry& input);
+Bool IsAttribute(const ShaderInputEntry& input);
+Bool IsCounter(const ShaderInputEntry& input);
+
+}  // namespace ostra::tool

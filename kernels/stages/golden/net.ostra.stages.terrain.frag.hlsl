@@ -1,0 +1,131 @@
+#define PATCH_POINTS 4
+#define PATCH_DOMAIN quads
+#define PATCH_SPACING fractional_even_spacing
+float TerrainDice(int x, int y)
+{
+uint h = uint(x) * 0x8DA6B343u + uint(y) * 0xD8163841u;
+h = (h ^ (h >> 15u)) * 0x2C1B3C6Du;
+h = (h ^ (h >> 12u)) * 0x297A2D39u;
+h = h ^ (h >> 15u);
+return float(h >> 8u) / 16777216.0;
+}
+float TerrainNoise(vec2 at)
+{
+vec2 cell = floor(at);
+vec2 t = at - cell;
+vec2 s = t * t * t * (t * (t * 6.0 - vec2(15.0, 15.0)) + vec2(10.0, 10.0));
+int x = int(cell.x);
+int y = int(cell.y);
+float low = mix(TerrainDice(x, y), TerrainDice(x + 1, y), s.x);
+float high = mix(TerrainDice(x, y + 1), TerrainDice(x + 1, y + 1), s.x);
+return mix(low, high, s.y);
+}
+float TerrainHeight(vec2 at)
+{
+float height = 0.0;
+float size = 0.5;
+float weight = 1.0;
+vec2 place = at;
+for (int i = 0; i < 8; i++)
+{
+float ridge = 1.0 - abs(2.0 * TerrainNoise(place) - 1.0);
+ridge = ridge * ridge * weight;
+weight = clamp(ridge * 1.6, 0.0, 1.0);
+height = height + ridge * size;
+size = size * 0.48;
+place = vec2(place.x * 1.6 - place.y * 1.2, place.x * 1.2 + place.y * 1.6) + vec2(17.3, 5.1);
+}
+return height;
+}
+[[vk::binding(0, 0)]] cbuffer OstraUniforms : register(b0)
+{
+	uint2 ostraGradientTable_colors : packoffset(c0.x);
+	float3 ostraUniform_eye : packoffset(c1.x);
+	float3 ostraUniform_sun : packoffset(c2.x);
+	float3 ostraUniform_haze : packoffset(c3.x);
+	float ostraUniform_height : packoffset(c4.x);
+	float ostraUniform_sight : packoffset(c4.y);
+};
+struct OstraGradientSegment
+{
+	float position;
+	float scale;
+	float bias;
+	float lowSlope;
+	float highSlope;
+	int interpolation;
+	float color0;
+	float color1;
+	float color2;
+	float change0;
+	float change1;
+	float change2;
+};
+[[vk::binding(1, 0)]] StructuredBuffer<OstraGradientSegment> ostraGradientSegments : register(t1);
+GradientRenderData ostraGradient(uint2 table)
+{
+	GradientRenderData gradient;
+	gradient.first = table.x;
+	gradient.count = table.y;
+	return gradient;
+}
+float3 SampleGradient(GradientRenderData gradient, float position)
+{
+	uint low = 0u;
+	uint high = gradient.count;
+	if (high == 0u) return float3(0.0, 0.0, 0.0);
+	while (low < high)
+	{
+		uint middle = (low + high) / 2u;
+		if (position >= ostraGradientSegments[gradient.first + middle].position)
+			low = middle + 1u;
+		else
+			high = middle;
+	}
+	OstraGradientSegment segment = ostraGradientSegments[gradient.first + max(low, 1u) - 1u];
+	float3 color = float3(segment.color0, segment.color1, segment.color2);
+	if (low == 0u) return color;
+	float t = (min(position, 1.0) - segment.position) * segment.scale;
+	float part = t < segment.bias ? segment.lowSlope * t : 1.0 - segment.highSlope * (1.0 - t);
+	if (segment.interpolation == 0) part = 0.0;
+	if (segment.interpolation == 2) part = part * part * (3.0 - 2.0 * part);
+	return color + float3(segment.change0, segment.change1, segment.change2) * part;
+}
+static float3 place;
+static float3 facing;
+static float4 color;
+#define ostraUniform_colors ostraGradient(ostraGradientTable_colors)
+// A terrain: colours by height and steepness, in the light of a low sun and behind haze.
+void ostraMain()
+{
+{
+vec3 n = normalize(facing);
+float grain = TerrainNoise(vec2(place.x, place.z) * 40.0) - 0.5;
+float level = clamp(place.y / UNIFORM(height) + grain * 0.05, 0.0, 1.0);
+vec3 ground = SampleGradient(UNIFORM(colors), level);
+vec3 rock = vec3(0.21, 0.19, 0.18) * (1.0 + grain * 0.4);
+ground = mix(rock, ground, smoothstep(0.55, 0.8, n.y + grain * 0.1));
+float light = max(dot(n, normalize(UNIFORM(sun))), 0.0);
+vec3 c = ground * (vec3(1.25, 1.05, 0.8) * light + vec3(0.16, 0.2, 0.28) * (0.5 + 0.5 * n.y));
+float away = length(UNIFORM(eye) - place) / UNIFORM(sight);
+c = mix(c, UNIFORM(haze), clamp(1.0 - exp(-away * away), 0.0, 1.0));
+color = vec4(sqrt(c.x), sqrt(c.y), sqrt(c.z), 1.0);
+}
+}
+struct OstraOutputs
+{
+	float4 ostraOutput_color : SV_Target0;
+};
+OstraOutputs main(float4 ostraPosition : SV_Position
+	, [[vk::location(0)]]  float3 ostraInput_place : VARYING0
+	, [[vk::location(1)]]  float3 ostraInput_facing : VARYING1
+)
+{
+	InFragCoord = ostraPosition;
+	place = ostraInput_place;
+	facing = ostraInput_facing;
+	ostraMain();
+	OstraOutputs outputs;
+	outputs.ostraOutput_color = color;
+	return outputs;
+}

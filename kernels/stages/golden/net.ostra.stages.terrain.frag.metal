@@ -1,0 +1,141 @@
+#define PATCH_POINTS 4
+#define PATCH_DOMAIN quads
+#define PATCH_SPACING fractional_even_spacing
+float TerrainDice(int x, int y)
+{
+uint h = uint(x) * 0x8DA6B343u + uint(y) * 0xD8163841u;
+h = (h ^ (h >> 15u)) * 0x2C1B3C6Du;
+h = (h ^ (h >> 12u)) * 0x297A2D39u;
+h = h ^ (h >> 15u);
+return float(h >> 8u) / 16777216.0;
+}
+float TerrainNoise(vec2 at)
+{
+vec2 cell = floor(at);
+vec2 t = at - cell;
+vec2 s = t * t * t * (t * (t * 6.0 - vec2(15.0, 15.0)) + vec2(10.0, 10.0));
+int x = int(cell.x);
+int y = int(cell.y);
+float low = mix(TerrainDice(x, y), TerrainDice(x + 1, y), s.x);
+float high = mix(TerrainDice(x, y + 1), TerrainDice(x + 1, y + 1), s.x);
+return mix(low, high, s.y);
+}
+float TerrainHeight(vec2 at)
+{
+float height = 0.0;
+float size = 0.5;
+float weight = 1.0;
+vec2 place = at;
+for (int i = 0; i < 8; i++)
+{
+float ridge = 1.0 - abs(2.0 * TerrainNoise(place) - 1.0);
+ridge = ridge * ridge * weight;
+weight = clamp(ridge * 1.6, 0.0, 1.0);
+height = height + ridge * size;
+size = size * 0.48;
+place = vec2(place.x * 1.6 - place.y * 1.2, place.x * 1.2 + place.y * 1.6) + vec2(17.3, 5.1);
+}
+return height;
+}
+struct OstraUniforms
+{
+	uint2 value_colors;
+	float3 value_eye;
+	float3 value_sun;
+	float3 value_haze;
+	float value_height;
+	float value_sight;
+};
+#define ostraUniform_eye ostraUniforms.value_eye
+#define ostraUniform_sun ostraUniforms.value_sun
+#define ostraUniform_haze ostraUniforms.value_haze
+#define ostraUniform_height ostraUniforms.value_height
+#define ostraUniform_sight ostraUniforms.value_sight
+struct OstraGradientSegment
+{
+	float position;
+	float scale;
+	float bias;
+	float lowSlope;
+	float highSlope;
+	int interpolation;
+	packed_float3 color;
+	packed_float3 change;
+};
+// The segments of one gradient.
+struct GradientRenderData
+{
+	device const OstraGradientSegment* segments;
+	uint count;
+};
+#define ostraGradient(table) GradientRenderData{ostraGradientSegments + (table).x, (table).y}
+inline float3 SampleGradient(GradientRenderData gradient, float position)
+{
+	uint low = 0u;
+	uint high = gradient.count;
+	if (high == 0u) return float3(0.0, 0.0, 0.0);
+	while (low < high)
+	{
+		uint middle = (low + high) / 2u;
+		if (position >= gradient.segments[middle].position)
+			low = middle + 1u;
+		else
+			high = middle;
+	}
+	OstraGradientSegment segment = gradient.segments[max(low, 1u) - 1u];
+	if (low == 0u) return segment.color;
+	float t = (min(position, 1.0) - segment.position) * segment.scale;
+	float part = t < segment.bias ? segment.lowSlope * t : 1.0 - segment.highSlope * (1.0 - t);
+	if (segment.interpolation == 0) part = 0.0;
+	if (segment.interpolation == 2) part = part * part * (3.0 - 2.0 * part);
+	return segment.color + segment.change * part;
+}
+#define ostraUniform_colors ostraGradient(ostraUniforms.value_colors)
+// A terrain: colours by height and steepness, in the light of a low sun and behind haze.
+void ostraBody(float4 InFragCoord
+	, constant OstraUniforms& ostraUniforms
+	, device const OstraGradientSegment* ostraGradientSegments
+	, float3 place
+	, float3 facing
+	, thread float4& color
+	)
+{
+{
+vec3 n = normalize(facing);
+float grain = TerrainNoise(vec2(place.x, place.z) * 40.0) - 0.5;
+float level = clamp(place.y / UNIFORM(height) + grain * 0.05, 0.0, 1.0);
+vec3 ground = SampleGradient(UNIFORM(colors), level);
+vec3 rock = vec3(0.21, 0.19, 0.18) * (1.0 + grain * 0.4);
+ground = mix(rock, ground, smoothstep(0.55, 0.8, n.y + grain * 0.1));
+float light = max(dot(n, normalize(UNIFORM(sun))), 0.0);
+vec3 c = ground * (vec3(1.25, 1.05, 0.8) * light + vec3(0.16, 0.2, 0.28) * (0.5 + 0.5 * n.y));
+float away = length(UNIFORM(eye) - place) / UNIFORM(sight);
+c = mix(c, UNIFORM(haze), clamp(1.0 - exp(-away * away), 0.0, 1.0));
+color = vec4(sqrt(c.x), sqrt(c.y), sqrt(c.z), 1.0);
+}
+}
+struct OstraInputs
+{
+	float3 value_place [[user(varying0)]];
+	float3 value_facing [[user(varying1)]];
+};
+struct OstraOutputs
+{
+	float4 value_color [[color(0)]];
+};
+fragment OstraOutputs ostraMain(float4 ostraPosition [[position]]
+	, constant OstraUniforms& ostraUniforms [[buffer(0)]]
+	, device const OstraGradientSegment* ostraGradientSegments [[buffer(1)]]
+	, OstraInputs ostraInputs [[stage_in]]
+	)
+{
+	OstraOutputs ostraOutputs;
+	ostraBody(ostraPosition
+	, ostraUniforms
+	, ostraGradientSegments
+	, ostraInputs.value_place
+	, ostraInputs.value_facing
+	, ostraOutputs.value_color
+	);
+	return ostraOutputs;
+}

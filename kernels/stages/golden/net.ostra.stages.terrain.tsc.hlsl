@@ -1,0 +1,147 @@
+#define PATCH_POINTS 4
+#define PATCH_DOMAIN quads
+#define PATCH_SPACING fractional_even_spacing
+// What a patch is, where stages of tessellation do not say otherwise.
+#ifndef PATCH_POINTS
+#define PATCH_POINTS 3
+#endif
+#ifndef PATCH_INPUT_POINTS
+#define PATCH_INPUT_POINTS PATCH_POINTS
+#endif
+#ifndef PATCH_DOMAIN
+#define PATCH_DOMAIN triangles
+#endif
+#ifndef PATCH_SPACING
+#define PATCH_SPACING equal_spacing
+#endif
+#ifndef PATCH_WINDING
+#define PATCH_WINDING ccw
+#endif
+static float4 ostraPositions[PATCH_INPUT_POINTS];
+#define InPatchSize uint(PATCH_INPUT_POINTS)
+float TerrainDice(int x, int y)
+{
+uint h = uint(x) * 0x8DA6B343u + uint(y) * 0xD8163841u;
+h = (h ^ (h >> 15u)) * 0x2C1B3C6Du;
+h = (h ^ (h >> 12u)) * 0x297A2D39u;
+h = h ^ (h >> 15u);
+return float(h >> 8u) / 16777216.0;
+}
+float TerrainNoise(vec2 at)
+{
+vec2 cell = floor(at);
+vec2 t = at - cell;
+vec2 s = t * t * t * (t * (t * 6.0 - vec2(15.0, 15.0)) + vec2(10.0, 10.0));
+int x = int(cell.x);
+int y = int(cell.y);
+float low = mix(TerrainDice(x, y), TerrainDice(x + 1, y), s.x);
+float high = mix(TerrainDice(x, y + 1), TerrainDice(x + 1, y + 1), s.x);
+return mix(low, high, s.y);
+}
+float TerrainHeight(vec2 at)
+{
+float height = 0.0;
+float size = 0.5;
+float weight = 1.0;
+vec2 place = at;
+for (int i = 0; i < 8; i++)
+{
+float ridge = 1.0 - abs(2.0 * TerrainNoise(place) - 1.0);
+ridge = ridge * ridge * weight;
+weight = clamp(ridge * 1.6, 0.0, 1.0);
+height = height + ridge * size;
+size = size * 0.48;
+place = vec2(place.x * 1.6 - place.y * 1.2, place.x * 1.2 + place.y * 1.6) + vec2(17.3, 5.1);
+}
+return height;
+}
+float TerrainDivision(vec3 a, vec3 b, vec3 eyePlace, float fineness)
+{
+vec3 middle = (a + b) * 0.5;
+float distance2 = dot(middle - eyePlace, middle - eyePlace);
+return clamp(fineness * length(a - b) * inversesqrt(distance2 + 0.01), 1.0, 64.0);
+}
+[[vk::binding(0, 0)]] cbuffer OstraUniforms : register(b0)
+{
+	float3 ostraUniform_eye : packoffset(c0.x);
+	float ostraUniform_detail : packoffset(c1.x);
+};
+static float3 ostraIn_corner[PATCH_INPUT_POINTS];
+static float3 corner;
+// A terrain of patches: divides the sides of a patch the finer the nearer they are. Neighbours divide a common side alike.
+void ostraMain()
+{
+{
+corner = InPatch(corner, InInvocationID);
+OutPosition = InPatchPosition(InInvocationID);
+if (InInvocationID == 0u)
+{
+vec3 a = InPatch(corner, 0);
+vec3 b = InPatch(corner, 1);
+vec3 c = InPatch(corner, 2);
+vec3 d = InPatch(corner, 3);
+float ab = TerrainDivision(a, b, UNIFORM(eye), UNIFORM(detail));
+float bc = TerrainDivision(b, c, UNIFORM(eye), UNIFORM(detail));
+float cd = TerrainDivision(c, d, UNIFORM(eye), UNIFORM(detail));
+float da = TerrainDivision(d, a, UNIFORM(eye), UNIFORM(detail));
+// Sides of u = 0, v = 0, u = 1, v = 1; then inside along u and along v.
+OutTessLevelOuter[0] = ab;
+OutTessLevelOuter[1] = da;
+OutTessLevelOuter[2] = cd;
+OutTessLevelOuter[3] = bc;
+OutTessLevelInner[0] = max(da, bc);
+OutTessLevelInner[1] = max(ab, cd);
+}
+}
+}
+struct OstraInputs
+{
+	float4 ostraPosition : SV_Position;
+	[[vk::location(0)]] float3 ostraInput_corner : VARYING0;
+};
+struct OstraOutputs
+{
+	float4 ostraPosition : SV_Position;
+	[[vk::location(0)]] float3 ostraOutput_corner : VARYING0;
+};
+struct OstraLevels
+{
+	float outer[ostraOuterCount(PATCH_DOMAIN)] : SV_TessFactor;
+	ostraInner(PATCH_DOMAIN)
+};
+void ostraEnter(InputPatch<OstraInputs, PATCH_INPUT_POINTS> patch)
+{
+	for (int i = 0; i < PATCH_INPUT_POINTS; ++i)
+	{
+		ostraPositions[i] = patch[i].ostraPosition;
+		ostraIn_corner[i] = patch[i].ostraInput_corner;
+	}
+}
+// The body gives the levels too: it is run once more for them, as the first control point.
+OstraLevels ostraPatchMain(InputPatch<OstraInputs, PATCH_INPUT_POINTS> patch, uint ostraPrimitive : SV_PrimitiveID)
+{
+	ostraEnter(patch);
+	InPrimitiveID = ostraPrimitive;
+	InInvocationID = 0u;
+	ostraMain();
+	OstraLevels levels;
+	for (int i = 0; i < ostraOuterCount(PATCH_DOMAIN); ++i) levels.outer[i] = OutTessLevelOuter[i];
+	ostraSetInner(PATCH_DOMAIN)
+	return levels;
+}
+[domain(ostraDomain(PATCH_DOMAIN))]
+[partitioning(ostraPartitioning(PATCH_SPACING))]
+[outputtopology(ostraTopology(PATCH_DOMAIN, PATCH_WINDING))]
+[outputcontrolpoints(PATCH_POINTS)]
+[patchconstantfunc("ostraPatchMain")]
+OstraOutputs main(InputPatch<OstraInputs, PATCH_INPUT_POINTS> patch, uint ostraInvocation : SV_OutputControlPointID, uint ostraPrimitive : SV_PrimitiveID)
+{
+	ostraEnter(patch);
+	InPrimitiveID = ostraPrimitive;
+	InInvocationID = ostraInvocation;
+	ostraMain();
+	OstraOutputs outputs;
+	outputs.ostraPosition = OutPosition;
+	outputs.ostraOutput_corner = corner;
+	return outputs;
+}

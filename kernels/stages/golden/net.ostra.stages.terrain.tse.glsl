@@ -1,0 +1,88 @@
+#define PATCH_POINTS 4
+#define PATCH_DOMAIN quads
+#define PATCH_SPACING fractional_even_spacing
+// What a patch is, where stages of tessellation do not say otherwise.
+#ifndef PATCH_POINTS
+#define PATCH_POINTS 3
+#endif
+#ifndef PATCH_INPUT_POINTS
+#define PATCH_INPUT_POINTS PATCH_POINTS
+#endif
+#ifndef PATCH_DOMAIN
+#define PATCH_DOMAIN triangles
+#endif
+#ifndef PATCH_SPACING
+#define PATCH_SPACING equal_spacing
+#endif
+#ifndef PATCH_WINDING
+#define PATCH_WINDING ccw
+#endif
+layout(PATCH_DOMAIN, PATCH_SPACING, PATCH_WINDING) in;
+float TerrainDice(int x, int y)
+{
+uint h = uint(x) * 0x8DA6B343u + uint(y) * 0xD8163841u;
+h = (h ^ (h >> 15u)) * 0x2C1B3C6Du;
+h = (h ^ (h >> 12u)) * 0x297A2D39u;
+h = h ^ (h >> 15u);
+return float(h >> 8u) / 16777216.0;
+}
+float TerrainNoise(vec2 at)
+{
+vec2 cell = floor(at);
+vec2 t = at - cell;
+vec2 s = t * t * t * (t * (t * 6.0 - vec2(15.0, 15.0)) + vec2(10.0, 10.0));
+int x = int(cell.x);
+int y = int(cell.y);
+float low = mix(TerrainDice(x, y), TerrainDice(x + 1, y), s.x);
+float high = mix(TerrainDice(x, y + 1), TerrainDice(x + 1, y + 1), s.x);
+return mix(low, high, s.y);
+}
+float TerrainHeight(vec2 at)
+{
+float height = 0.0;
+float size = 0.5;
+float weight = 1.0;
+vec2 place = at;
+for (int i = 0; i < 8; i++)
+{
+float ridge = 1.0 - abs(2.0 * TerrainNoise(place) - 1.0);
+ridge = ridge * ridge * weight;
+weight = clamp(ridge * 1.6, 0.0, 1.0);
+height = height + ridge * size;
+size = size * 0.48;
+place = vec2(place.x * 1.6 - place.y * 1.2, place.x * 1.2 + place.y * 1.6) + vec2(17.3, 5.1);
+}
+return height;
+}
+layout(set = 0, binding = 0, std140) uniform OstraUniforms
+{
+	layout(offset = 0) mat4 ostraUniform_camera;
+	layout(offset = 64) vec2 ostraUniform_offset;
+	layout(offset = 72) float ostraUniform_scale;
+	layout(offset = 76) float ostraUniform_height;
+};
+layout(location = 0) in vec3 ostraIn_corner[];
+layout(location = 0)  out vec3 corner;
+layout(location = 1) in vec3 ostraIn_place[];
+layout(location = 1)  out vec3 place;
+layout(location = 2) in vec3 ostraIn_facing[];
+layout(location = 2)  out vec3 facing;
+// A terrain of patches: lifts the new vertices to their heights.
+void main()
+{
+{
+vec3 left = mix(InPatch(corner, 0), InPatch(corner, 1), InTessCoord.y);
+vec3 right = mix(InPatch(corner, 3), InPatch(corner, 2), InTessCoord.y);
+vec3 flat0 = mix(left, right, InTessCoord.x);
+float near0 = 0.01;
+vec2 at = vec2(flat0.x * UNIFORM(scale), flat0.z * UNIFORM(scale)) + UNIFORM(offset);
+float h = TerrainHeight(at) * UNIFORM(height);
+float hx = TerrainHeight(at + vec2(near0, 0.0)) * UNIFORM(height);
+float hz = TerrainHeight(at + vec2(0.0, near0)) * UNIFORM(height);
+float slope = UNIFORM(scale) / near0;
+corner = flat0;
+place = vec3(flat0.x, flat0.y + h, flat0.z);
+facing = normalize(vec3((h - hx) * slope, 1.0, (h - hz) * slope));
+OutPosition = mul(UNIFORM(camera), vec4(place.x, place.y, place.z, 1.0));
+}
+}

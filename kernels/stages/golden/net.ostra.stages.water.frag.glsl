@@ -1,0 +1,26 @@
+layout(set = 0, binding = 0, std140) uniform OstraUniforms
+{
+	layout(offset = 0) vec3 ostraUniform_eye;
+	layout(offset = 16) vec3 ostraUniform_sun;
+	layout(offset = 32) vec3 ostraUniform_haze;
+	layout(offset = 48) float ostraUniform_sight;
+};
+layout(location = 0)  in vec3 place;
+layout(location = 0) out vec4 color;
+// A level of water, clear from above and a mirror of the sky along it; it is blended over what lies below.
+void main()
+{
+{
+vec3 toEye = normalize(UNIFORM(eye) - place);
+vec3 toSun = normalize(UNIFORM(sun));
+float waves = sin(place.x * 90.0 + place.z * 40.0) + sin(place.z * 110.0 - place.x * 35.0);
+vec3 n = normalize(vec3(waves * 0.02, 1.0, waves * 0.015));
+float mirror = 0.04 + 0.96 * pow(1.0 - max(dot(n, toEye), 0.0), 5.0);
+float glitter = pow(max(dot(n, normalize(toEye + toSun)), 0.0), 400.0);
+vec3 c = mix(vec3(0.01, 0.06, 0.09), UNIFORM(haze), mirror) + vec3(1.2, 1.0, 0.7) * glitter;
+float away = length(UNIFORM(eye) - place) / UNIFORM(sight);
+float veil = clamp(1.0 - exp(-away * away), 0.0, 1.0);
+c = mix(c, UNIFORM(haze), veil);
+color = vec4(sqrt(c.x), sqrt(c.y), sqrt(c.z), clamp(0.62 + mirror + veil + glitter, 0.0, 1.0));
+}
+}

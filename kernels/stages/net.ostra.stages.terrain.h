@@ -1,0 +1,51 @@
+// What the stages of the terrain share: the form of its patches and its heights.
+#ifndef NET_OSTRA_STAGES_TERRAIN_H__
+#define NET_OSTRA_STAGES_TERRAIN_H__
+
+#define PATCH_POINTS 4
+#define PATCH_DOMAIN quads
+#define PATCH_SPACING fractional_even_spacing
+
+// A number from 0 to 1 for each point of a grid, the same on every device.
+inline float TerrainDice(int x, int y)
+{
+	uint h = uint(x) * 0x8DA6B343u + uint(y) * 0xD8163841u;
+	h = (h ^ (h >> 15u)) * 0x2C1B3C6Du;
+	h = (h ^ (h >> 12u)) * 0x297A2D39u;
+	h = h ^ (h >> 15u);
+	return float(h >> 8u) / 16777216.0;
+}
+
+// Smooth between the points of the grid.
+inline float TerrainNoise(vec2 at)
+{
+	vec2 cell = floor(at);
+	vec2 t = at - cell;
+	vec2 s = t * t * t * (t * (t * 6.0 - vec2(15.0, 15.0)) + vec2(10.0, 10.0));
+	int x = int(cell.x);
+	int y = int(cell.y);
+	float low = mix(TerrainDice(x, y), TerrainDice(x + 1, y), s.x);
+	float high = mix(TerrainDice(x, y + 1), TerrainDice(x + 1, y + 1), s.x);
+	return mix(low, high, s.y);
+}
+
+// Ridges on ridges, rougher where it is high.
+inline float TerrainHeight(vec2 at)
+{
+	float height = 0.0;
+	float size = 0.5;
+	float weight = 1.0;
+	vec2 place = at;
+	for (int i = 0; i < 8; i++)
+	{
+		float ridge = 1.0 - abs(2.0 * TerrainNoise(place) - 1.0);
+		ridge = ridge * ridge * weight;
+		weight = clamp(ridge * 1.6, 0.0, 1.0);
+		height = height + ridge * size;
+		size = size * 0.48;
+		place = vec2(place.x * 1.6 - place.y * 1.2, place.x * 1.2 + place.y * 1.6) + vec2(17.3, 5.1);
+	}
+	return height;
+}
+
+#endif
