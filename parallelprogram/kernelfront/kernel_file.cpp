@@ -5,7 +5,6 @@
 
 #include "parallelprogram/kernelfront/failure.h"
 #include "parallelprogram/kernelfront/guard.h"
-#include "parallelprogram/kernelfront/parameters.h"
 #include "parallelprogram/kernelfront/rewrite.h"
 
 namespace ostra::kernelfront {
@@ -70,6 +69,7 @@ std::string KernelFile::Generate() {
     Stop(tokens.empty() ? 1 : tokens.back().line,
          "the file has no kernel: OSTRA_PARALLEL_KERNEL(Name, KERNELINPUTS) is missing");
   if (!_braces.empty()) Stop(tokens.back().line, "a brace that is opened outside of the kernel is not closed");
+  CheckParameterUses(_text, _parameters, _file);
   _text.Replace(_kernel.begin, _kernel.bodyBegin, MakeClassHead());
   if (_kernel.closeBrace != 0) _text.Replace(At(_kernel.closeBrace + 1).begin, _kernel.end, MakeClassEnd());
   return MakeHead() + MakeBody() + MakeTail();
@@ -132,8 +132,8 @@ std::size_t KernelFile::ReadParameters(std::size_t i, bool isDefinition) {
     Stop(At(i).line, Join({"the parameters were declared before, in line ", std::to_string(_parameterLine)}));
   _parameterLine = At(i).line;
   if (!_kernel.name.empty()) _isNeededBeforeKernel = true;
-  return isDefinition ? RewriteDefineBlock(_text, i, _file, _options.templateArgument)
-                      : RewriteStructBlock(_text, i, _file, _options.templateArgument);
+  return isDefinition ? RewriteDefineBlock(_text, i, _file, _options.templateArgument, _parameters)
+                      : RewriteStructBlock(_text, i, _file, _options.templateArgument, _parameters);
 }
 
 void KernelFile::TakeDirective(const Token& directive, const std::string& line) {

@@ -5,6 +5,7 @@
 
 #include "parallelprogram/kernelfront/edited_text.h"
 #include "parallelprogram/kernelfront/kernel_source.h"
+#include "parallelprogram/kernelfront/parameters.h"
 
 namespace ostra::kernelfront {
 
@@ -64,6 +65,7 @@ class KernelFile {
   std::vector<bool> _braces;           // open ones outside of parts; true for those of a namespace
   std::string _directives;             // GROUPSIZE and so on
   Kernel _kernel;
+  std::vector<Parameter> _parameters;
   int _headerCount = 0;
   int _parameterLine = 0;              // 0: no declarations yet
   int _swallowedLine = 0;              // the line that the translation for the GPU drops

@@ -88,10 +88,9 @@ std::string MakeParameterRecords(const std::vector<Parameter>& parameters) {
 }
 
 std::size_t RewriteDefineBlock(EditedText& text, std::size_t first, const std::string& file,
-                               std::string_view templateArgument) {
+                               std::string_view templateArgument, std::vector<Parameter>& parameters) {
   const auto& tokens = text.GetTokens();
   const std::size_t after = text.FindAfterDirective(first);
-  std::vector<Parameter> parameters;
   std::string replacement = Join({"struct ", kParameterStruct, " {"});
   std::size_t begin = tokens[first].begin, last = first + 2;  // # define KERNELINPUTS
   for (std::size_t i = first + 3; i < after;) {
@@ -117,7 +116,7 @@ std::size_t RewriteDefineBlock(EditedText& text, std::size_t first, const std::s
 }
 
 std::size_t RewriteStructBlock(EditedText& text, std::size_t first, const std::string& file,
-                               std::string_view templateArgument) {
+                               std::string_view templateArgument, std::vector<Parameter>& parameters) {
   const auto& tokens = text.GetTokens();
   const Token& start = tokens[first];
   const std::size_t open = first + 2;  // struct KernelInput
@@ -125,7 +124,6 @@ std::size_t RewriteStructBlock(EditedText& text, std::size_t first, const std::s
     Fail(file, start.line, "the opening brace of KernelInput must be alone on the next line");
   const std::size_t after = text.FindAfterClosing(open);
   if (after == 0 || !text.Is(after, ";")) Fail(file, start.line, "struct KernelInput has no end \"};\"");
-  std::vector<Parameter> parameters;
   for (std::size_t i = open + 1; i + 1 < after;) {
     std::size_t end = i;
     while (end < after && !text.Is(end, ";")) ++end;

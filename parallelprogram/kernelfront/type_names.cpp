@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <iterator>
-#include <vector>
 
 #include "parallelprogram/kernelfront/failure.h"
+#include "parallelprogram/kernelfront/nearest_word.h"
 
 namespace ostra::kernelfront {
 namespace {
@@ -76,36 +76,12 @@ constexpr std::string_view kOtherWords[] = {"AtomicInt32", "const",     "double"
                                             "char32_t",    "float_t",   "double_t",
                                             "size_t",      "ssize_t",   "IGNORE_VARIABLE_GPU"};
 
-char ToLower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
-
-// Letters to insert, remove or replace; upper and lower case are the same.
-std::size_t GetDistance(std::string_view a, std::string_view b) {
-  std::vector<std::size_t> row(b.size() + 1);
-  for (std::size_t j = 0; j <= b.size(); ++j) row[j] = j;
-  for (std::size_t i = 1; i <= a.size(); ++i) {
-    std::size_t diagonal = row[0];
-    row[0] = i;
-    for (std::size_t j = 1; j <= b.size(); ++j) {
-      const std::size_t replaced = diagonal + (ToLower(a[i - 1]) == ToLower(b[j - 1]) ? 0 : 1);
-      diagonal = row[j];
-      row[j] = std::min({replaced, row[j] + 1, row[j - 1] + 1});
-    }
-  }
-  return row[b.size()];
-}
-
 // The type that is almost `word`; empty: none.
 std::string_view FindNearestType(std::string_view word) {
   if (word.size() < 4) return {};
-  std::size_t best = word.size() < 8 ? 2 : 3;
-  std::string_view nearest;
-  for (const std::string_view type : kParameterTypes) {
-    const std::size_t distance = GetDistance(word, type);
-    if (distance >= best) continue;
-    best = distance;
-    nearest = type;
-  }
-  return nearest;
+  NearestWord nearest(word, word.size() < 8 ? 2 : 3);
+  for (const std::string_view type : kParameterTypes) nearest.Try(type);
+  return nearest.Get();
 }
 
 bool IsIn(std::string_view word, const std::string_view* begin, const std::string_view* end) {

@@ -64,6 +64,14 @@ const Refusal kRefusals[] = {
      "k.krn:2: error: kernels on the CPU have no texture type \"TextureSampler_2D_RG_F32_POINT\"; there are "
      "TextureSampler_<d>D_<kind> with 1, 2 or 3 for <d> and R_U8_POINT, R_F32_POINT, R_F32_LINEAR, RG_F32_LINEAR, "
      "RGB_F32_LINEAR or RGBA_F32_LINEAR for <kind>"},
+    {"MisspeltValue",
+     "#define KERNELINPUTS \\\n(Float32) radius\n\nFP_KERNEL(A, K)\n{\n\tfloat r = "
+     "UNIFORM(radios);\n}\nFP_KERNEL_END\n",
+     "k.krn:6: error: there is no parameter \"radios\"; did you mean \"radius\"?"},
+    {"MisspeltBuffer",
+     "#define KERNELINPUTS \\\n(Block<Float32>) v\n\nFP_KERNEL(A, K)\n{\n\tUNIFORM_BUFFER(values)[0] = "
+     "1.0;\n}\nFP_KERNEL_END\n",
+     "k.krn:6: error: there is no parameter \"values\""},
     {"MemberWithoutName", "struct KernelInput\n{\n\tFloat32;\n};\n",
      "k.krn:3: error: this member of KernelInput is not conforming to 'type name;'"},
     {"StructWithoutEnd", "struct KernelInput\n{\n\tFloat32 a;\n",
@@ -111,6 +119,16 @@ TEST(FrontStepLimitsTest, HeadersWithoutEndAreRefused) {
   const auto result =
       GenerateKernelSource(options, "#include \"first.h\"\n" + std::string("FP_KERNEL(A, K)\n{\n}\nFP_KERNEL_END\n"));
   EXPECT_THAT(result, IsErrorWith(kIllegalArgumentError, "h999:1: error: more than 1000 headers are included"));
+}
+
+TEST(FrontStepUsesTest, NamesThatSomethingElseMayStandBehindAreLeftToTheCompiler) {
+  const std::string head = "#define KERNELINPUTS \\\n(Float32) radius\n\n";
+  const std::string kernel = "FP_KERNEL(A, K)\n{\n\tfloat r = UNIFORM(size);\n}\nFP_KERNEL_END\n";
+  const KernelSourceOptions options{.fileName = "k.krn"};
+  EXPECT_THAT(GenerateKernelSource(options, head + kernel),
+              IsErrorWith(kIllegalArgumentError, "k.krn:6: error: there is no parameter \"size\""));
+  for (const char* line : {"#define size radius\n", "#include \"sizes.h\"\n", "#define VALUE(x) UNIFORM(x##us)\n"})
+    EXPECT_THAT(GenerateKernelSource(options, head + line + kernel), IsOk()) << line;
 }
 
 }  // namespace
