@@ -12,8 +12,6 @@ using namespace ostra;
 
 namespace {
 
-std::filesystem::path GetProgramFolder() { return std::filesystem::read_symlink("/proc/self/exe").parent_path(); }
-
 bool IsWanted(const Options& options) {
   return options.peers.empty() || std::ranges::any_of(options.peers, [](const std::string& peer) {
            return peer == "ours-gpu" || peer.starts_with("vulkan");
@@ -31,11 +29,13 @@ std::string FindGpu(const Options& options) {
   return {};
 }
 
-std::string GetKernelPath(const char* kernel) { return (GetProgramFolder() / "shaders" / kernel).string(); }
+std::string GetProgramFolder() { return std::filesystem::read_symlink("/proc/self/exe").parent_path().string(); }
+
+std::string GetKernelPath(const char* kernel) { return GetProgramFolder() + "/shaders/" + kernel; }
 
 ParallelProgramRef MakeGpuProgram(const char* kernel) {
   ParallelProgramRef program = Need(CreateObject<ParallelProgramInterface>(kGpuProgramClass));
-  Need(program->Init(Need(Url::Create(GetProgramFolder().string())), nullptr, 0, true));
+  Need(program->Init(Need(Url::Create(GetProgramFolder())), nullptr, 0, true));
   Need(program->AddKernel("kernel"_iid, Need(Url::Create(std::string("relative://") + kernel)), true));
   return program;
 }

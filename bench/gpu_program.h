@@ -23,6 +23,9 @@ namespace bench {
 // The name of the device that is measured; empty, with the reason on standard error, when there is none.
 std::string FindGpu(const Options& options);
 
+// The folder of this program, without a slash at its end.
+std::string GetProgramFolder();
+
 // A GPU program after Init, with the kernel; kernels lie in the folder "shaders" beside this program.
 ostra::ParallelProgramRef MakeGpuProgram(const char* kernel);
 std::string GetKernelPath(const char* kernel);

@@ -1,5 +1,6 @@
 // ostra-bench --list
 // ostra-bench --runs N [--peers a,b,...] WORKLOAD
+// ostra-bench --part NAME              what a workload runs in a process of its own
 //
 // Prints one JSON object a line for each figure; checks every result first. Exit status 0 done, 1 wrong result or
 // failure, 2 bad usage.
@@ -7,8 +8,10 @@
 #include <cstdlib>
 #include <cstring>
 #include <exception>
+#include <span>
 #include <sstream>
 
+#include "bench/workloads/shader_compile.h"
 #include "bench/workloads/virtual_kernels.h"
 #include "bench/workloads/workloads.h"
 #include "ostra/host.h"
@@ -37,8 +40,18 @@ constexpr Workload kWorkloads[] = {
     {"upload", &bench::RunUpload},
     {"readback", &bench::RunReadBack},
     {"gpu_submit", &bench::RunGpuSubmit},
+    {"shader_compile", &bench::RunShaderCompile},
     {"decode", &bench::RunDecode},
     {"translate", &bench::RunTranslate},
+};
+
+constexpr Workload kParts[] = {
+    {"first_dispatch", &bench::RunFirstDispatch},
+    {"raw_first_dispatch", &bench::RunRawFirstDispatch},
+    {"compile_in_jobs", &bench::RunCompileInJobs},
+    {"compile_in_turn", &bench::RunCompileInTurn},
+    {"compile_noises_in_jobs", &bench::RunCompileNoisesInJobs},
+    {"compile_noises_in_turn", &bench::RunCompileNoisesInTurn},
 };
 
 ostra::Result<void> EnterKernels(ostra::ModuleDescriptor& module) {
@@ -88,6 +101,7 @@ int Run(const Workload& workload, const bench::Options& options) {
 int main(int argc, char** argv) {
   bench::Options options;
   const char* name = nullptr;
+  bool isPart = false;
   for (int i = 1; i < argc; ++i) {
     const bool hasValue = i + 1 < argc;
     if (std::strcmp(argv[i], "--help") == 0) return Usage(true);
@@ -100,6 +114,9 @@ int main(int argc, char** argv) {
     } else if (std::strcmp(argv[i], "--peers") == 0 && hasValue) {
       std::stringstream list(argv[++i]);
       for (std::string peer; std::getline(list, peer, ',');) options.peers.push_back(peer);
+    } else if (std::strcmp(argv[i], "--part") == 0 && hasValue && !name) {
+      name = argv[++i];
+      isPart = true;
     } else if (argv[i][0] != '-' && !name) {
       name = argv[i];
     } else {
@@ -108,7 +125,7 @@ int main(int argc, char** argv) {
   }
   if (!name || options.runs < 1) return Usage(false);
   options.workload = name;
-  for (const Workload& workload : kWorkloads) {
+  for (const Workload& workload : isPart ? std::span<const Workload>(kParts) : std::span<const Workload>(kWorkloads)) {
     if (std::strcmp(workload.name, name) == 0) return Run(workload, options);
   }
   std::fprintf(stderr, "ostra-bench: there is no workload \"%s\"; --list names them.\n", name);

@@ -18,6 +18,8 @@ bool RunUpload(const Options& options);
 bool RunReadBack(const Options& options);
 // Empty work, from recording to its end.
 bool RunGpuSubmit(const Options& options);
+// Kernel files to programs of the device, with empty and with full caches.
+bool RunShaderCompile(const Options& options);
 // An encoded container beside libcrypto's own calls.
 bool RunDecode(const Options& options);
 // A kernel file with three headers through the shader parser.
