@@ -12,6 +12,7 @@
 #include "apps/ostra/names/nearest_name.h"
 #include "apps/ostra/names/one_of.h"
 #include "apps/ostra/output/standard_output.h"
+#include "apps/ostra/render_command_line.h"
 #include "apps/ostra/run/run_command.h"
 #include "apps/ostra/run/run_help.h"
 #include "apps/ostra/shader_command_line.h"
@@ -217,8 +218,11 @@ int RunCommandLine(std::span<const char* const> arguments) {
   CLI::App& decode = AddFileCommand(app, "decode", kDecodeSummary, kDecodeDetails, decodeArguments);
   TranslateArguments translateArguments;
   CheckArguments checkArguments;
+  RenderArguments renderArguments;
   CLI::App& translate = AddTranslateCommand(app, translateArguments);
   CLI::App& check = AddCheckCommand(app, checkArguments);
+  CLI::App& render = AddRenderCommand(app, renderArguments);
+  AddConfigurationOptions(render, configuration);
   const auto rest = arguments.size() > 1 ? arguments.subspan(1) : arguments;
   const std::vector<Command> commands = {
       {&run, [&] { return RunKernel(runArguments, rest); }},
@@ -227,6 +231,7 @@ int RunCommandLine(std::span<const char* const> arguments) {
       {&decode, [&] { return ConvertFile(decodeArguments, &DecodeFile); }},
       {&translate, [&] { return RunTranslate(translateArguments); }},
       {&check, [&] { return RunCheck(checkArguments); }},
+      {&render, [&] { return RunRender(renderArguments, rest); }},
   };
   std::vector<std::string> names;
   for (const Command& command : commands) names.push_back(command.app->get_name());

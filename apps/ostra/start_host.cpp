@@ -35,12 +35,11 @@ Result<Host> StartHost(std::span<const char* const> arguments) {
   return host;
 }
 
-Result<void> StartGpu(Host& host) {
-  constexpr std::string_view kHint = "--backend cpu runs the kernel without one";
+Result<void> StartGpu(Host& host, std::string_view hint) {
   if (auto loaded = host.LoadModule("drawport_vulkan"); !loaded)
-    return OSTRA_ILLEGAL_STATE("there is no GPU backend (@): @", kHint, loaded.GetError());
+    return OSTRA_ILLEGAL_STATE("there is no GPU backend (@): @", hint, loaded.GetError());
   OSTRA_ASSIGN_OR_RETURN(const DrawportCacheRef cache, GetDefaultDrawportCache());
-  if (cache->GetCacheType().IsEmpty()) return OSTRA_ILLEGAL_STATE("there is no GPU device (@)", kHint);
+  if (cache->GetCacheType().IsEmpty()) return OSTRA_ILLEGAL_STATE("there is no GPU device (@)", hint);
   return OK;
 }
 

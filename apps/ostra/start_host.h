@@ -2,6 +2,7 @@
 #pragma once
 
 #include <span>
+#include <string_view>
 
 #include "ostra/host.h"
 
@@ -11,8 +12,10 @@ namespace ostra::tool {
 // with the nearest one; those of Host::Create and Host::LoadModule.
 Result<Host> StartHost(std::span<const char* const> arguments);
 
-// Loads the backend that GPU programs run on, and finds out whether it has a device. Error: illegal state that offers
-// the CPU.
-Result<void> StartGpu(Host& host);
+inline constexpr std::string_view kCpuHint = "--backend cpu runs the kernel without one";
+
+// Loads the backend that GPU programs run on, and finds out whether it has a device. Error: illegal state with the hint
+// what to do without.
+Result<void> StartGpu(Host& host, std::string_view hint = kCpuHint);
 
 }  // namespace ostra::tool

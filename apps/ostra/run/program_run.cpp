@@ -15,10 +15,11 @@ namespace {
 constexpr Bool kDisableBarrier = false;
 }
 
-Result<ProgramRun> ProgramRun::Create(const RunPlan& plan, const Id& programClass, const Url& kernelFile) {
+Result<ProgramRun> ProgramRun::Create(const RunPlan& plan, const Id& programClass, const Url& kernelFile,
+                                      const DrawportContextRef* context) {
   ProgramRun run(plan, programClass == kCpuProgramClass);
   OSTRA_ASSIGN_OR_RETURN(run._program, CreateObject<ParallelProgramInterface>(programClass));
-  OSTRA_RETURN_IF_ERROR(run._program->Init(Url(), nullptr, 0, programClass == kGpuProgramClass));
+  OSTRA_RETURN_IF_ERROR(run._program->Init(Url(), context, 0, programClass == kGpuProgramClass && !context));
   OSTRA_RETURN_IF_ERROR(run._program->AddKernel("kernel"_iid, kernelFile, true));
   OSTRA_RETURN_IF_ERROR(run.StoreBuffers());
   OSTRA_RETURN_IF_ERROR(run.StoreTextures());

@@ -10,8 +10,9 @@ namespace ostra::tool {
 
 class ProgramRun {
  public:
-  // `plan` must outlive the object. Errors: those of the program.
-  static Result<ProgramRun> Create(const RunPlan& plan, const Id& programClass, const Url& kernelFile);
+  // `plan` must outlive the object. Without a context the program makes one of its own. Errors: those of the program.
+  static Result<ProgramRun> Create(const RunPlan& plan, const Id& programClass, const Url& kernelFile,
+                                   const DrawportContextRef* context = nullptr);
 
   // Puts buffers, links and counters back to their start, which is also where they are after Create.
   Result<void> Restart();
@@ -25,6 +26,8 @@ class ProgramRun {
 
   // The elements that the kernel sees under this name after the last dispatch.
   Result<Array<Generic>> GetBuffer(InternedId name) const;
+  // The same where they are, for others who use the context; valid while this object lives.
+  Result<Data> GetBufferLink(InternedId name) const { return _program->GetKernelBufferLink(name); }
   Result<UInt32> GetCounter(InternedId name) const { return _program->GetAtomicCounter(name); }
 
  private:

@@ -1,0 +1,87 @@
+#include "apps/ostra/render/scene_kernels.h"
+
+#include "apps/ostra/encode/source_file.h"
+#include "apps/ostra/kernels/kernel_cache.h"
+#include "apps/ostra/names/nearest_name.h"
+#include "apps/ostra/render/stage_files.h"
+#include "ostra/core/format.h"
+
+OSTRA_UNIT("scene_kernels");
+
+namespace ostra::tool {
+
+namespace {
+
+Bool IsGenerated(std::string_view source) { return source.starts_with("zeros:") || source.starts_with("ones:"); }
+
+std::string MakeZeros(const Extents& size) {
+  return "zeros:" + std::to_string(size.width) + "x" + std::to_string(size.height) + "x" + std::to_string(size.depth);
+}
+
+// The kernel in the words of `ostra run`.
+Result<RunOptions> MakeOptions(const SceneKernel& kernel, const Url& file, const Url& folder,
+                               const KernelParameters& parameters) {
+  RunOptions options;
+  options.kernelFile = file;
+  options.backend = Backend::Gpu;
+  options.size = kernel.size;
+  options.iterationCount = kernel.iterationCount;
+  options.swaps = kernel.swaps;
+  for (const auto& [name, value] : kernel.settings) options.settings.emplace_back(name, value);
+  for (const auto& [name, source] : kernel.inputs) {
+    OSTRA_ASSIGN_OR_RETURN(const Url url, FindSceneFile(folder, source));
+    options.inputs.emplace_back(name, IsGenerated(source) ? std::string_view(source) : url.GetView());
+  }
+  // What is given nothing starts as zeros, one for each invocation.
+  for (const Parameter& parameter : parameters.GetAll())
+    if (parameter.kind == ParameterKind::Buffer && !kernel.inputs.contains(parameter.name) && kernel.size.IsKnown())
+      options.inputs.emplace_back(parameter.name, MakeZeros(kernel.size));
+  return options;
+}
+
+}  // namespace
+
+Result<SceneKernels> SceneKernels::Run(const Scene& scene, const Url& folder, const std::string& cacheFolder,
+                                       Host& host, const DrawportContextRef& context) {
+  SceneKernels kernels(scene);
+  for (const auto& [name, kernel] : scene.kernels)
+    OSTRA_RETURN_IF_ERROR(kernels.RunKernel(name, kernel, folder, cacheFolder, host, context));
+  return kernels;
+}
+
+Result<void> SceneKernels::RunKernel(const std::string& name, const SceneKernel& kernel, const Url& folder,
+                                     const std::string& cacheFolder, Host& host, const DrawportContextRef& context) {
+  const auto fail = [&](const Error& error) {
+    return OSTRA_ILLEGAL_ARGUMENT("@: @: @", _scene->file, kernel.path, error);
+  };
+  OSTRA_ASSIGN_OR_RETURN(const Url file, FindSceneFile(folder, kernel.file));
+  if (const auto source = ReadSourceBytes(file); !source) return fail(source.GetError());
+  OSTRA_ASSIGN_OR_RETURN(const KernelModule module, MakeKernelModule({file, cacheFolder}));
+  OSTRA_RETURN_IF_ERROR(host.LoadModule(module.path));
+  OSTRA_ASSIGN_OR_RETURN(const KernelParameters parameters, KernelParameters::Read(module.classId));
+  OSTRA_ASSIGN_OR_RETURN(const RunOptions options, MakeOptions(kernel, file, folder, parameters));
+  auto plan = MakeRunPlan(options, parameters);
+  if (!plan) return fail(plan.GetError());
+  auto made = std::make_unique<Kernel>();
+  made->plan = std::move(*plan);
+  OSTRA_ASSIGN_OR_RETURN(ProgramRun run, ProgramRun::Create(made->plan, kGpuProgramClass, file, &context));
+  made->run.emplace(std::move(run));
+  OSTRA_RETURN_IF_ERROR(made->run->Run(kernel.iterationCount));
+  _kernels[name] = std::move(made);
+  return OK;
+}
+
+Result<SceneKernels::Buffer> SceneKernels::GetBuffer(const SceneKernelBuffer& source, const ScenePath& path) const {
+  const Kernel& kernel = *_kernels.find(source.kernel)->second;
+  std::vector<std::string> names;
+  for (const PlannedBuffer& buffer : kernel.plan.buffers) {
+    names.emplace_back(buffer.name.GetView());
+    if (buffer.name.GetView() != source.buffer) continue;
+    OSTRA_ASSIGN_OR_RETURN(Data link, kernel.run->GetBufferLink(buffer.name));
+    return Buffer{std::move(link), buffer.elementType, buffer.start.GetCount()};
+  }
+  return OSTRA_ILLEGAL_ARGUMENT("@: @.buffer: the kernel \"@\" has no buffer \"@\"@", _scene->file, path, source.kernel,
+                                source.buffer, SuggestName(source.buffer, names));
+}
+
+}  // namespace ostra::tool
