@@ -16,7 +16,7 @@ using testing::Pair;
 using testing::StartsWith;
 
 constexpr const char* kWhole = R"({
-  "size": [640, 360],
+  "size": [640, 360], "stageFolder": "../stages",
   "values": {"view": {"lookAt": {"eye": [0, 1, 5], "target": [0, 0, 0]}},
              "lens": {"perspective": {"fieldOfView": 45, "near": 0.1, "far": 50}}},
   "kernels": {"swarm": {"file": "swarm.krn", "size": [4096], "iterations": 3, "swap": [["from", "to"]],
@@ -39,6 +39,7 @@ TEST(SceneFileTest, EverythingThatAFileSaysIsRead) {
   ASSERT_THAT(parsed, IsOk());
   const Scene& scene = *parsed;
   EXPECT_EQ(scene.size, (Extents{640, 360, 1}));
+  EXPECT_EQ(scene.stageFolder, "../stages");
   EXPECT_EQ(scene.values.at("view").numbers, (std::vector<Float64>{0, 1, 5, 0, 0, 0, 0, 1, 0}));
   const SceneKernel& kernel = scene.kernels.at("swarm");
   EXPECT_EQ(kernel.file, "swarm.krn");

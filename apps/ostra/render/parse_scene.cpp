@@ -28,9 +28,12 @@ class SceneReader {
   explicit SceneReader(std::string_view file) { _scene.file = file; }
 
   Result<Scene> Read(const JsonPlace& root) {
-    OSTRA_RETURN_IF_ERROR(root.CheckKeys({"size", "values", "kernels", "passes"}));
+    OSTRA_RETURN_IF_ERROR(root.CheckKeys({"size", "stageFolder", "values", "kernels", "passes"}));
     if (const auto size = root.Find("size")) {
       OSTRA_ASSIGN_OR_RETURN(_scene.size, ReadSize(*size));
+    }
+    if (const auto stageFolder = root.Find("stageFolder")) {
+      OSTRA_ASSIGN_OR_RETURN(_scene.stageFolder, ReadFileName(*stageFolder));
     }
     if (const auto values = root.Find("values")) OSTRA_RETURN_IF_ERROR(ReadValues(*values));
     if (const auto kernels = root.Find("kernels")) OSTRA_RETURN_IF_ERROR(ReadKernels(*kernels));

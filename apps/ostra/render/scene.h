@@ -145,6 +145,7 @@ struct ScenePass {
 struct Scene {
   std::string file;  // for messages
   Extents size{1280, 720, 1};
+  std::string stageFolder;  // where stage files are, from the folder of the scene; empty: there
   SceneValues values;
   std::map<std::string, SceneKernel> kernels;
   std::vector<ScenePass> passes;  // the last one draws the picture

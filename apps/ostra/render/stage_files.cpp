@@ -23,7 +23,7 @@ class StageReader {
   Result<std::vector<StageFile>> Read() {
     for (std::size_t i = 0; i < _draw.stages.size(); ++i) {
       const std::string path = _draw.path + ".stages[" + std::to_string(i) + "]";
-      OSTRA_ASSIGN_OR_RETURN(const Url file, FindSceneFile(_folder, _draw.stages[i]));
+      OSTRA_ASSIGN_OR_RETURN(const Url file, FindStage(_draw.stages[i]));
       const DrawportStage stage = GetStageOfFile(file);
       if (stage == DrawportStage::Compute)
         return MakeError(path,
@@ -47,6 +47,12 @@ class StageReader {
  private:
   Error MakeError(std::string_view path, std::string_view text) const {
     return OSTRA_ILLEGAL_ARGUMENT("@: @: @", _scene.file, path, text);
+  }
+
+  Result<Url> FindStage(const std::string& name) const {
+    if (_scene.stageFolder.empty()) return FindSceneFile(_folder, name);
+    OSTRA_ASSIGN_OR_RETURN(const Url stages, FindSceneFile(_folder, _scene.stageFolder));
+    return FindSceneFile(stages, name);
   }
 
   Bool Has(DrawportStage stage) const {
