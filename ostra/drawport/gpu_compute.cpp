@@ -46,8 +46,9 @@ class GpuCompute final : public Component<GpuCompute, GpuComputeInterface> {
       isNew = true;
     }
     OSTRA_ASSIGN_OR_RETURN(DrawportProgramFactory * factory, _item->MakeValid(*context));
+    if (factory != _factory) DropProgram();  // the factory for another device has gone
     OSTRA_ASSIGN_OR_RETURN(DrawportParameterValueSet * values, factory->GetParameterValueSet(*context, _number, _hash));
-    isNew = isNew || factory != _factory || values != _values || !(_context == context);
+    isNew = isNew || values != _values || !(_context == context);
     if (setsAll || isNew) OSTRA_RETURN_IF_ERROR(Bind(*context, *factory, *values));
     _factory = factory;
     _values = values;

@@ -8,8 +8,10 @@
 //
 // Setters take effect together at EndSetParameters, for dispatches that are recorded afterwards: those before keep what
 // they had. An empty handle, and one of a parameter that the compiler found unused, sets nothing. A parameter that was
-// never set reads as zero; a buffer or texture that was never set makes the dispatch fail.
-// Errors of setters: illegal argument for a handle of another kind of parameter or a value that does not fit its type.
+// never set reads as zero; a buffer or texture that was never set, or has gone with its item since, makes the dispatch
+// fail: values name objects, they do not hold them.
+// Errors of setters: illegal argument for a handle of another kind of parameter or a value that does not fit its type;
+// illegal state for an object of another device.
 // Driver thread.
 #pragma once
 

@@ -1,6 +1,7 @@
 // What lies on the device: buffers, textures, samplers, counters. Cache items (cache_items.h) own them and hand out
-// plain pointers, valid while the item lives. What recorded work names stays until the device has finished it, also
-// when its item has gone.
+// plain pointers, valid while the item lives, also after it was made valid for another device. What recorded work names
+// stays until the device has finished it, also when its item has gone. What is on another device than the context that
+// it is used in is refused with an illegal state.
 #pragma once
 
 #include "ostra/core/result.h"

@@ -21,7 +21,7 @@ Result<BufferRef> BufferResource::Create(Device& device, Int bytes, MemoryUse us
   return held;
 }
 
-BufferResource::~BufferResource() {
+void BufferResource::Free() {
   if (_buffer) vkDestroyBuffer(GetDevice().GetHandle(), _buffer, nullptr);
   GetDevice().GetMemory().Free(_piece);
 }

@@ -13,7 +13,6 @@ class BufferResource final : public DeviceResource, public DrawportDeviceBuffer 
   static Result<StrongRef<BufferResource>> Create(Device& device, Int bytes, MemoryUse use, Bool isZero);
 
   explicit BufferResource(DeviceRef device) : DeviceResource(std::move(device)) {}
-  ~BufferResource() override;
 
   VkBuffer GetHandle() const { return _buffer; }
   Int GetSize() const override { return _size; }
@@ -38,6 +37,7 @@ class BufferResource final : public DeviceResource, public DrawportDeviceBuffer 
 
  private:
   Result<void> Init(Int bytes, MemoryUse use);
+  void Free() override;
 
   VkBuffer _buffer = VK_NULL_HANDLE;
   MemoryPiece _piece;

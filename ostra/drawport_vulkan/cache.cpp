@@ -115,12 +115,7 @@ Result<DrawportStagingBuffer*> Cache::AllocStagingBuffer(DrawportContextInterfac
 
 Result<void> Cache::FreeTrashCaches(DrawportContextInterface& context) {
   OSTRA_ASSIGN_OR_RETURN(Context * found, FindContext(context));
-  // What nobody holds is only waiting for the device.
-  OSTRA_RETURN_IF_ERROR(found->GetCommands().Finish());
-  found->GetDevice().DropUnheldValues(found->GetCommands().GetNumber());
-  found->GetCommands().FreeSpareMemory();
-  found->GetDevice().GetMemory().FreeEmptyBlocks();
-  return OK;
+  return found->FreeTrash();
 }
 
 }  // namespace ostra::vulkan

@@ -61,7 +61,9 @@ Result<DrawportDeviceBuffer*> VertexBufferItem::AllocSubBuffer(DrawportContextIn
       return static_cast<DrawportDeviceBuffer*>(buffer.GetPointer());
   }
   // A sub-buffer is a buffer of its own, so that it begins where every use may begin.
-  OSTRA_ASSIGN_OR_RETURN(BufferRef buffer, BufferResource::Create(found->GetDevice(), bytes, MemoryUse::Device, true));
+  OSTRA_ASSIGN_OR_RETURN(BufferRef buffer, found->MakeWithRoom([&] {
+    return BufferResource::Create(found->GetDevice(), bytes, MemoryUse::Device, true);
+  }));
   buffer->SetName(_label);
   OSTRA_ASSIGN_OR_RETURN(BufferRef & added, _buffers.Append(std::move(buffer)));
   return static_cast<DrawportDeviceBuffer*>(added.GetPointer());
@@ -71,31 +73,31 @@ TextureItem::~TextureItem() { _cache->textures.Forget(_key, this); }
 
 Result<DrawportTexture*> TextureItem::MakeValid(DrawportContextInterface& context, const DrawportTextureFill& fill) {
   OSTRA_ASSIGN_OR_RETURN(Context * found, FindContext(context));
-  if (!_image || &_image->GetDevice() != &found->GetDevice()) {
-    OSTRA_ASSIGN_OR_RETURN(_image, ImageResource::Create(found->GetDevice(), _description));
-  }
-  if (fill) fill(*_image);
-  return static_cast<DrawportTexture*>(_image.GetPointer());
+  Device& device = found->GetDevice();
+  const auto create = [&] { return ImageResource::Create(device, _description); };
+  OSTRA_ASSIGN_OR_RETURN(ImageResource * image, _images.Get(device, [&] { return found->MakeWithRoom(create); }));
+  if (fill) fill(*image);
+  return static_cast<DrawportTexture*>(image);
 }
 
 SamplerItem::~SamplerItem() { _cache->samplers.Forget(_key, this); }
 
 Result<DrawportTextureSampler*> SamplerItem::MakeValid(DrawportContextInterface& context) {
   OSTRA_ASSIGN_OR_RETURN(Context * found, FindContext(context));
-  if (!_sampler || &_sampler->GetDevice() != &found->GetDevice()) {
-    OSTRA_ASSIGN_OR_RETURN(_sampler, SamplerResource::Create(found->GetDevice(), _key));
-  }
-  return static_cast<DrawportTextureSampler*>(_sampler.GetPointer());
+  Device& device = found->GetDevice();
+  OSTRA_ASSIGN_OR_RETURN(SamplerResource * sampler,
+                         _samplers.Get(device, [&] { return SamplerResource::Create(device, _key); }));
+  return static_cast<DrawportTextureSampler*>(sampler);
 }
 
 CounterItem::~CounterItem() { _cache->counters.Forget(_key, this); }
 
 Result<DrawportAtomicCounter*> CounterItem::MakeValid(DrawportContextInterface& context) {
   OSTRA_ASSIGN_OR_RETURN(Context * found, FindContext(context));
-  if (!_counter || &_counter->GetDevice() != &found->GetDevice()) {
-    OSTRA_ASSIGN_OR_RETURN(_counter, CounterResource::Create(found->GetDevice()));
-  }
-  return static_cast<DrawportAtomicCounter*>(_counter.GetPointer());
+  Device& device = found->GetDevice();
+  OSTRA_ASSIGN_OR_RETURN(CounterResource * counter,
+                         _counters.Get(device, [&] { return CounterResource::Create(device); }));
+  return static_cast<DrawportAtomicCounter*>(counter);
 }
 
 ProgramItem::~ProgramItem() {

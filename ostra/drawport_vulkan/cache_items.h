@@ -5,6 +5,7 @@
 #include "ostra/drawport/cache.h"
 #include "ostra/drawport_vulkan/context.h"
 #include "ostra/drawport_vulkan/item_table.h"
+#include "ostra/drawport_vulkan/per_device.h"
 #include "ostra/drawport_vulkan/program_factory.h"
 
 namespace ostra::vulkan {
@@ -45,7 +46,7 @@ class TextureItem final : public DrawportCounted<TextureItem, DrawportTextureIte
   CacheRef _cache;
   DrawportResourceKey _key;
   DrawportTextureDescription _description;
-  ImageRef _image;
+  PerDevice<ImageResource> _images;
 };
 
 class SamplerItem final : public DrawportCounted<SamplerItem, DrawportTextureSamplerItemInterface> {
@@ -58,7 +59,7 @@ class SamplerItem final : public DrawportCounted<SamplerItem, DrawportTextureSam
  private:
   CacheRef _cache;
   UInt8 _key;
-  SamplerRef _sampler;
+  PerDevice<SamplerResource> _samplers;  // programs share samplers
 };
 
 class CounterItem final : public DrawportCounted<CounterItem, DrawportAtomicCounterItemInterface> {
@@ -71,7 +72,7 @@ class CounterItem final : public DrawportCounted<CounterItem, DrawportAtomicCoun
  private:
   CacheRef _cache;
   DrawportCounterKey _key;
-  CounterRef _counter;
+  PerDevice<CounterResource> _counters;
 };
 
 class ProgramItem final : public DrawportCounted<ProgramItem, DrawportProgramFactoryItemInterface> {

@@ -10,15 +10,10 @@ namespace {
 // Room for the uniforms of several thousand dispatches that the device has not done yet.
 constexpr Int kUniformRingSize = Int(4) << 20;
 
-UInt32 TakeListNumber() {
-  static constinit std::atomic<UInt32> counter{1};
-  return counter.fetch_add(1, std::memory_order_relaxed);
-}
-
 }  // namespace
 
 Result<void> CommandList::Init() {
-  _number = TakeListNumber();
+  OSTRA_ASSIGN_OR_RETURN(_number, _device->EnterList());
   for (Batch& batch : _batches) {
     VkCommandPoolCreateInfo pool = {VK_STRUCTURE_TYPE_COMMAND_POOL_CREATE_INFO};
     pool.flags = VK_COMMAND_POOL_CREATE_TRANSIENT_BIT;
@@ -31,7 +26,6 @@ Result<void> CommandList::Init() {
     OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkAllocateCommandBuffers(_device->GetHandle(), &commands, &batch.commands)));
   }
   OSTRA_ASSIGN_OR_RETURN(_uniforms, BufferResource::Create(*_device, kUniformRingSize, MemoryUse::Upload, false));
-  ++_device->GetListCount();
   return OK;
 }
 
@@ -47,7 +41,7 @@ CommandList::~CommandList() {
   }
   for (StagingBuffer* staging : _stagingBuffers) DeleteObj(staging);
   for (StagingMemory* memory : _stagingMemory) DeleteObj(memory);
-  if (_uniforms) --_device->GetListCount();
+  _device->LeaveList(_number);
 }
 
 void CommandList::Retire(Batch& batch) {
@@ -105,7 +99,7 @@ Result<UInt64> CommandList::BeginBatch() {
   _boundPipeline = VK_NULL_HANDLE;
   _current = &batch;
   // Other lists may have written what this one reads.
-  if (_device->GetListCount().load(std::memory_order_relaxed) > 1)
+  if (_device->HasSeveralLists())
     RecordBarrier(VK_PIPELINE_STAGE_ALL_COMMANDS_BIT, VK_ACCESS_MEMORY_WRITE_BIT, VK_PIPELINE_STAGE_ALL_COMMANDS_BIT,
                   VK_ACCESS_MEMORY_READ_BIT | VK_ACCESS_MEMORY_WRITE_BIT);
   return batch.serial;
@@ -211,6 +205,7 @@ Result<void> CommandList::DispatchIndirect(DrawportProgramFactory& program, Draw
   if (byteOffset < 0 || byteOffset % 4 != 0 || byteOffset > buffer.GetSize() - kRecordSize)
     return OSTRA_ILLEGAL_ARGUMENT("There are no work group counts at byte @ of a buffer of @ bytes.", byteOffset,
                                   buffer.GetSize());
+  OSTRA_RETURN_IF_ERROR(buffer.CheckIsOn(*_device));
   OSTRA_RETURN_IF_ERROR(BeginBatch());
   OSTRA_RETURN_IF_ERROR(EnsureZeroed(buffer));
   OSTRA_RETURN_IF_ERROR(PrepareDispatch(program, values));

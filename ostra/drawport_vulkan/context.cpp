@@ -55,6 +55,13 @@ DrawportPixelFormatAccess Context::GetPixelFormatAccessFlags(PixelFormatRef form
 
 VideoMemoryBudget Context::GetAvailableAndTotalVRAMBudget() const { return GetDevice().GetMemory().GetBudget(); }
 
+Result<void> Context::FreeTrash() {
+  OSTRA_RETURN_IF_ERROR(_commands.Finish());
+  _commands.FreeSpareMemory();
+  GetDevice().GetMemory().FreeEmptyBlocks();
+  return OK;
+}
+
 Result<Context*> FindContext(DrawportContextInterface& context) {
   if (context.GetDrawport()->GetDrawportCache()->GetCacheType() == kDrawportTypeVulkan)
     return static_cast<Context*>(&context);

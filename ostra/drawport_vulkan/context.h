@@ -21,6 +21,17 @@ class Context final : public DrawportCounted<Context, DrawportContextInterface> 
   CommandList& GetCommands() { return _commands; }
   Device& GetDevice() const { return _commands.GetDevice(); }
 
+  // Gives back the memory of what nobody holds; waits for the device, which may still work with it.
+  Result<void> FreeTrash();
+  // What create() (→ Result) makes; when there is no memory for it, once more after FreeTrash.
+  template <class Create>
+  auto MakeWithRoom(Create&& create) -> decltype(create()) {
+    auto made = create();
+    if (made || !(made.GetError().GetKind() == kOutOfMemoryError)) return made;
+    OSTRA_RETURN_IF_ERROR(FreeTrash());
+    return create();
+  }
+
  private:
   DrawportRef _drawport;
   CommandList _commands;

@@ -1,7 +1,8 @@
 #include "ostra/drawport_vulkan/device.h"
 
+#include <algorithm>
+
 #include "ostra/core/diagnostics.h"
-#include "ostra/drawport_vulkan/program_factory.h"
 #include "ostra/drawport_vulkan/program_store.h"
 
 OSTRA_UNIT("drawport_vulkan");
@@ -162,30 +163,41 @@ Result<void> Device::Wait(UInt64 value) {
   return Watch(std::move(waited));
 }
 
+Result<void> Device::WaitForSubmitted() {
+  UInt64 value = 0;
+  {
+    const std::scoped_lock lock(_queueMutex);
+    value = _submittedValue;
+  }
+  return Wait(value);
+}
+
 void Device::WaitUntilIdle() {
   const std::scoped_lock lock(_queueMutex);
   static_cast<void>(vkDeviceWaitIdle(_device));
 }
 
-void Device::Enter(ValueSet& set) {
-  const std::scoped_lock lock(_valueSetMutex);
-  set.next = _valueSets;
-  _valueSets = &set;
+Result<UInt32> Device::EnterList() {
+  static constinit std::atomic<UInt32> counter{1};
+  const UInt32 number = counter.fetch_add(1, std::memory_order_relaxed);
+  const std::scoped_lock lock(_listMutex);
+  OSTRA_RETURN_IF_ERROR(_lists.Append(number));
+  ++_listCount;
+  return number;
 }
 
-void Device::Leave(ValueSet& set) {
-  const std::scoped_lock lock(_valueSetMutex);
-  for (ValueSet** place = &_valueSets; *place; place = &(*place)->next) {
-    if (*place != &set) continue;
-    *place = set.next;
-    return;
-  }
+void Device::LeaveList(UInt32 number) {
+  const std::scoped_lock lock(_listMutex);
+  UInt32* const place = std::find(_lists.begin(), _lists.end(), number);
+  if (place == _lists.end()) return;
+  *place = _lists[_lists.GetCount() - 1];
+  static_cast<void>(_lists.Resize(_lists.GetCount() - 1));  // shrinking cannot fail
+  --_listCount;
 }
 
-void Device::DropUnheldValues(UInt32 list) {
-  const std::scoped_lock lock(_valueSetMutex);
-  for (ValueSet* set = _valueSets; set; set = set->next)
-    if (set->IsOfList(list)) set->DropUnheld();
+Bool Device::HasList(UInt32 number) {
+  const std::scoped_lock lock(_listMutex);
+  return std::find(_lists.begin(), _lists.end(), number) != _lists.end();
 }
 
 UInt64 Device::GetReachedValue() {

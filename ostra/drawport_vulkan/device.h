@@ -8,7 +8,6 @@
 namespace ostra::vulkan {
 
 class ProgramStore;
-class ValueSet;
 
 class Device final : public DrawportCounted<Device, DrawportObject> {
  public:
@@ -37,6 +36,8 @@ class Device final : public DrawportCounted<Device, DrawportObject> {
   Result<UInt64> Submit(VkCommandBuffer commands);
   // Waits until the timeline has reached `value`. Error: illegal state when the device is lost.
   Result<void> Wait(UInt64 value);
+  // The same for all that was handed to the queue so far, by whatever list.
+  Result<void> WaitForSubmitted();
   // The value that the timeline has reached. Everything counts as done on a lost device: nothing will be.
   UInt64 GetReachedValue();
   // For the end of a list whose work could not be awaited.
@@ -46,13 +47,12 @@ class Device final : public DrawportCounted<Device, DrawportObject> {
   // Names an object for debuggers. `handle` is a Vulkan handle of `type`.
   void SetName(VkObjectType type, UInt64 handle, const CString& name) const;
 
-  // The value sets of this device. What only values hold is let go for those of a list: it counts as trash.
-  void Enter(ValueSet& set);
-  void Leave(ValueSet& set);
-  void DropUnheldValues(UInt32 list);
-
-  // Number of command lists; several must not take each other's order for granted.
-  std::atomic<Int>& GetListCount() { return _listCount; }
+  // Command lists: a number that tells a new one from all others of the process, until it leaves.
+  Result<UInt32> EnterList();
+  void LeaveList(UInt32 number);
+  Bool HasList(UInt32 number);
+  // Several must not take each other's order for granted.
+  Bool HasSeveralLists() const { return _listCount.load(std::memory_order_relaxed) > 1; }
 
  private:
   Result<void> Init(Int index);
@@ -75,10 +75,10 @@ class Device final : public DrawportCounted<Device, DrawportObject> {
   VkSemaphore _timeline = VK_NULL_HANDLE;
   UInt64 _submittedValue = 0;  // guarded by _queueMutex
   std::atomic<bool> _isLost{false};
-  std::atomic<Int> _listCount{0};
 
-  std::mutex _valueSetMutex;
-  ValueSet* _valueSets = nullptr;
+  std::mutex _listMutex;
+  BaseArray<UInt32> _lists;  // their numbers
+  std::atomic<Int> _listCount{0};
 
   MemoryPool _memory;
   ProgramStore* _programs = nullptr;

@@ -37,7 +37,7 @@ Result<ImageRef> ImageResource::Create(Device& device, const DrawportTextureDesc
   return held;
 }
 
-ImageResource::~ImageResource() {
+void ImageResource::Free() {
   const VkDevice device = GetDevice().GetHandle();
   if (_view) vkDestroyImageView(device, _view, nullptr);
   if (_layeredView) vkDestroyImageView(device, _layeredView, nullptr);
@@ -169,7 +169,7 @@ Result<SamplerRef> SamplerResource::Create(Device& device, UInt8 key) {
   return held;
 }
 
-SamplerResource::~SamplerResource() {
+void SamplerResource::Free() {
   if (_sampler) vkDestroySampler(GetDevice().GetHandle(), _sampler, nullptr);
 }
 

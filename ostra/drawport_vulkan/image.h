@@ -14,7 +14,6 @@ class ImageResource final : public DeviceResource, public DrawportTexture {
 
   ImageResource(DeviceRef device, const DrawportTextureDescription& description)
       : DeviceResource(std::move(device)), _description(description), _format(GetFormatInfo(description.format)) {}
-  ~ImageResource() override;
 
   const DrawportTextureDescription& GetDescription() const override { return _description; }
   Result<Int> GetStagingBufferSize(const DrawportOrigin& origin, const DrawportExtent& extent, Int level,
@@ -45,6 +44,7 @@ class ImageResource final : public DeviceResource, public DrawportTexture {
  private:
   Result<void> Check() const;
   Result<void> Init();
+  void Free() override;
   Result<VkImageView> CreateView(Bool isLayered) const;
 
   DrawportTextureDescription _description;
@@ -64,12 +64,13 @@ class SamplerResource final : public DeviceResource, public DrawportTextureSampl
   static Result<StrongRef<SamplerResource>> Create(Device& device, UInt8 key);
 
   SamplerResource(DeviceRef device, UInt8 key) : DeviceResource(std::move(device)), _key(key) {}
-  ~SamplerResource() override;
 
   VkSampler GetHandle() const { return _sampler; }
   UInt8 GetKey() const { return _key; }
 
  private:
+  void Free() override;
+
   UInt8 _key;
   VkSampler _sampler = VK_NULL_HANDLE;
 };
@@ -84,6 +85,8 @@ class CounterResource final : public DeviceResource, public DrawportAtomicCounte
   BufferResource& GetBuffer() const { return *_buffer; }
 
  private:
+  void Free() override { _buffer = {}; }
+
   BufferRef _buffer;
 };
 using CounterRef = StrongRef<CounterResource>;

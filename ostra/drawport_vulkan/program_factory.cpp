@@ -67,6 +67,7 @@ Result<DrawportParameterValueSet*> ProgramFactory::GetParameterValueSet(Drawport
   const UInt32 list = found->GetCommands().GetNumber();
   for (ValueSet* set : _valueSets)
     if (set->IsOf(list, owner, programHash)) return set;
+  DropValueSets();
   OSTRA_RETURN_IF_ERROR(_valueSets.Reserve(_valueSets.GetCount() + 1));
   ValueSet* set = NewObj<ValueSet>(*this, list, owner, programHash);
   if (!set) return OSTRA_OUT_OF_MEMORY();
@@ -76,6 +77,15 @@ Result<DrawportParameterValueSet*> ProgramFactory::GetParameterValueSet(Drawport
   }
   OSTRA_RETURN_IF_ERROR(_valueSets.Append(set));
   return set;
+}
+
+void ProgramFactory::DropValueSets() {
+  for (Int i = _valueSets.GetCount() - 1; i >= 0; --i) {
+    if (GetDevice().HasList(_valueSets[i]->GetList())) continue;
+    DeleteObj(_valueSets[i]);
+    _valueSets[i] = _valueSets[_valueSets.GetCount() - 1];
+    static_cast<void>(_valueSets.Resize(_valueSets.GetCount() - 1));  // shrinking cannot fail
+  }
 }
 
 Result<void> ProgramFactory::StartSetParameters(DrawportContextInterface&, DrawportParameterValueSet& values) {
@@ -178,16 +188,24 @@ Result<void> ProgramFactory::SetParameterBuffer(DrawportParameterValueSet& value
   OSTRA_ASSIGN_OR_RETURN(const ParameterPlace* place, FindPlace(handle, DrawportParameterKind::Buffer));
   if (!place || place->binding < 0) return OK;
   auto* resource = static_cast<BufferResource*>(buffer);
+  OSTRA_RETURN_IF_ERROR(CheckDevice(*place, resource));
   const UInt32 limit = GetDevice().GetLimits().maxStorageBufferRange;
   if (resource && resource->GetSize() > static_cast<Int>(limit))
     return OSTRA_ILLEGAL_ARGUMENT("The buffer \"@\" has @ bytes; a kernel sees at most @ on this GPU device.",
                                   place->parameter.name, resource->GetSize(), limit);
   static_cast<ValueSet&>(values).GetObject(place->binding) = {
-      .buffer = BufferRef(resource), .counter = {}, .image = {}, .sampler = {}};
+      .buffer = WeakRef<BufferResource>(resource), .image = {}, .sampler = {}};
   return OK;
 }
 
+Result<void> ProgramFactory::CheckDevice(const ParameterPlace& place, const DeviceResource* object) const {
+  if (!object || &object->GetDevice() == &GetDevice()) return OK;
+  return OSTRA_ILLEGAL_STATE("What is set as parameter \"@\" lies on another GPU device than the program.",
+                             place.parameter.name);
+}
+
 Result<void> ProgramFactory::CheckTexture(const ParameterPlace& place, const ImageResource& image) const {
+  OSTRA_RETURN_IF_ERROR(CheckDevice(place, &image));
   const DrawportTextureDescription& texture = image.GetDescription();
   const DrawportParameter& parameter = place.parameter;
   if (texture.type != parameter.textureType)
@@ -215,15 +233,15 @@ Result<void> ProgramFactory::SetParameterTexture(DrawportParameterValueSet& valu
   auto* image = static_cast<ImageResource*>(texture);
   auto* state = static_cast<SamplerResource*>(sampler);
   if (image) OSTRA_RETURN_IF_ERROR(CheckTexture(*place, *image));
+  OSTRA_RETURN_IF_ERROR(CheckDevice(*place, state));
   if (place->wrapOffset >= 0) {
     const UInt32 key = state ? state->GetKey() : 0;
     MemCopy(set.GetBytes() + place->wrapOffset, &key, sizeof(key));
   }
   if (place->binding < 0) return OK;
   set.GetObject(place->binding) = {.buffer = {},
-                                   .counter = {},
-                                   .image = ImageRef(image),
-                                   .sampler = SamplerRef(state),
+                                   .image = WeakRef<ImageResource>(image),
+                                   .sampler = WeakRef<SamplerResource>(state),
                                    .isLayered = place->parameter.hasLayers};
   return OK;
 }
@@ -236,7 +254,7 @@ Result<void> ProgramFactory::SetParameterImage(DrawportParameterValueSet& values
   if (image) OSTRA_RETURN_IF_ERROR(CheckTexture(*place, *image));
   if (place->binding < 0) return OK;
   static_cast<ValueSet&>(values).GetObject(place->binding) = {
-      .buffer = {}, .counter = {}, .image = ImageRef(image), .sampler = {}};
+      .buffer = {}, .image = WeakRef<ImageResource>(image), .sampler = {}};
   return OK;
 }
 
@@ -248,9 +266,9 @@ Result<void> ProgramFactory::SetParameterAtomicCounter(DrawportParameterValueSet
     return OSTRA_ILLEGAL_ARGUMENT("The parameter \"@\" of the GPU program is of another type.", place->parameter.name);
   if (place->binding < 0) return OK;
   auto* resource = static_cast<CounterResource*>(counter);
-  BufferResource* buffer = resource ? &resource->GetBuffer() : nullptr;
+  OSTRA_RETURN_IF_ERROR(CheckDevice(*place, resource));
   static_cast<ValueSet&>(values).GetObject(place->binding) = {
-      .buffer = BufferRef(buffer), .counter = CounterRef(resource), .image = {}, .sampler = {}};
+      .buffer = WeakRef<BufferResource>(resource ? &resource->GetBuffer() : nullptr), .image = {}, .sampler = {}};
   return OK;
 }
 

@@ -22,12 +22,11 @@ struct ParameterPlace {
   Int wrapOffset = -1;     // in the uniform buffer, of the wrap modes of a texture
 };
 
-// What is bound to one binding.
+// What is bound to one binding. Held by its item and by recorded work; a dispatch needs what has gone set again.
 struct BoundObject {
-  BufferRef buffer;
-  CounterRef counter;  // holds `buffer`
-  ImageRef image;
-  SamplerRef sampler;
+  WeakRef<BufferResource> buffer;
+  WeakRef<ImageResource> image;
+  WeakRef<SamplerResource> sampler;
   Bool isLayered = false;
   friend Bool operator==(const BoundObject&, const BoundObject&) = default;
 };
@@ -44,17 +43,13 @@ class ValueSet final : public DrawportParameterValueSet {
   ValueSet(ProgramFactory& factory, UInt32 list, UInt64 owner, UInt64 programHash)
       : _factory(factory), _list(list), _owner(owner), _programHash(programHash) {}
   ValueSet(const ValueSet&) = delete;
-  ~ValueSet();
   Result<void> Init();
 
   Bool IsOf(UInt32 list, UInt64 owner, UInt64 programHash) const {
     return _list == list && _owner == owner && _programHash == programHash;
   }
 
-  Bool IsOfList(UInt32 list) const { return _list == list; }
-
-  // Lets go of objects that nobody else holds. A later dispatch needs them set again.
-  void DropUnheld();
+  UInt32 GetList() const { return _list; }
 
   // Setters write here; nothing counts before Publish.
   void Clear();
@@ -66,16 +61,16 @@ class ValueSet final : public DrawportParameterValueSet {
   // it. Error: illegal state for another list, or a resource that is not set.
   Result<Binding> Prepare(CommandList& list);
 
-  ValueSet* next = nullptr;  // the device's
-
  private:
   struct Set {
     VkDescriptorSet set = VK_NULL_HANDLE;
     UInt64 busyUntil = 0;
   };
 
-  Result<void> PrepareObjects(CommandList& list);
-  Result<void> CheckIsSet(Int binding) const;
+  // Readies the objects and lets the batch hold them.
+  Result<void> KeepObjects(CommandList& list);
+  // Error: illegal state, with the parameter's name.
+  Result<void> MakeUnsetError(Int binding) const;
   Result<void> TakeSet(CommandList& list);
   void WriteSet(CommandList& list);
   // The value behind a dynamic storage binding.
@@ -182,6 +177,10 @@ class ProgramFactory final : public DrawportProgramFactory {
   // The place of a parameter of the given kind; null for an empty handle. Error: illegal argument for another kind.
   Result<const ParameterPlace*> FindPlace(DrawportParameterHandle handle, DrawportParameterKind kind) const;
   Result<void> CheckTexture(const ParameterPlace& place, const ImageResource& image) const;
+  // Error: illegal state for an object of another device.
+  Result<void> CheckDevice(const ParameterPlace& place, const DeviceResource* object) const;
+  // Sets of lists that have gone.
+  void DropValueSets();
 
   PipelineRef _pipeline;
   BaseArray<ParameterPlace> _places;

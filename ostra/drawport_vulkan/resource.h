@@ -1,5 +1,6 @@
-// DeviceResource: an object on the device that recorded work can name. Counted: whoever uses it holds it, and so does
-// every batch of work that names it, until the device has done the batch.
+// DeviceResource: an object on the device that recorded work can name. Its items hold it, and so does every batch of
+// work that names it until the device has done the batch; what it has on the device goes with the last holder. Values
+// of programs only name it: they hold the record, which says that the object has gone.
 #pragma once
 
 #include "ostra/drawport_vulkan/device.h"
@@ -12,21 +13,29 @@ class DeviceResource {
   DeviceResource(const DeviceResource&) = delete;
   virtual ~DeviceResource() = default;
 
-  void AddRef() const { _references.fetch_add(1, std::memory_order_relaxed); }
+  void AddRef() const { _holders.fetch_add(1, std::memory_order_relaxed); }
   void Release() const {
-    if (_references.fetch_sub(1, std::memory_order_acq_rel) == 1) DeleteObj(this);
+    if (_holders.fetch_sub(1, std::memory_order_acq_rel) != 1) return;
+    const_cast<DeviceResource*>(this)->Free();
+    ReleaseWeak();
   }
-  Bool IsUnique() const { return _references.load(std::memory_order_acquire) == 1; }
   // As DrawportCounted::TryAddRef.
   Bool TryAddRef() const {
-    Int32 count = _references.load(std::memory_order_relaxed);
+    Int32 count = _holders.load(std::memory_order_relaxed);
     while (count > 0) {
-      if (_references.compare_exchange_weak(count, count + 1, std::memory_order_relaxed)) return true;
+      if (_holders.compare_exchange_weak(count, count + 1, std::memory_order_relaxed)) return true;
     }
     return false;
   }
+  // Of WeakRef.
+  void AddWeak() const { _weak.fetch_add(1, std::memory_order_relaxed); }
+  void ReleaseWeak() const {
+    if (_weak.fetch_sub(1, std::memory_order_acq_rel) == 1) DeleteObj(this);
+  }
 
   Device& GetDevice() const { return *_device; }
+  // Error: illegal state when the object is on another device.
+  Result<void> CheckIsOn(const Device& device) const;
 
   // Called when batch `serial` of a list was recorded but could not be submitted: what it would have done is undone.
   virtual void ForgetBatch(UInt64 serial) { static_cast<void>(serial); }
@@ -52,14 +61,49 @@ class DeviceResource {
     return _isShared.load(std::memory_order_relaxed) || (last != 0 && last >> kSerialBits != list);
   }
 
+ protected:
+  // Gives back what the object has on the device: nobody holds it any more.
+  virtual void Free() {}
+
  private:
   static constexpr int kSerialBits = 40;
-  mutable std::atomic<Int32> _references{1};
+  mutable std::atomic<Int32> _holders{1};
+  mutable std::atomic<Int32> _weak{1};  // WeakRefs, and one for all holders together
   DeviceRef _device;
   std::atomic<UInt64> _lastUse{0};  // list number and serial; 0: never
   std::atomic<bool> _isShared{false};
 };
 
 using DeviceResourceRef = StrongRef<DeviceResource>;
+
+// Names an object without holding it. References to one object are equal, also when it has gone.
+template <class T>
+class WeakRef {
+ public:
+  constexpr WeakRef() = default;
+  explicit WeakRef(T* object) : _object(object) {
+    if (_object) _object->AddWeak();
+  }
+  WeakRef(const WeakRef& other) : WeakRef(other._object) {}
+  WeakRef(WeakRef&& other) noexcept : _object(std::exchange(other._object, nullptr)) {}
+  ~WeakRef() {
+    if (_object) _object->ReleaseWeak();
+  }
+  WeakRef& operator=(WeakRef other) noexcept {
+    std::swap(_object, other._object);
+    return *this;
+  }
+
+  // The object, held; null when it has gone, or none is named.
+  StrongRef<T> Lock() const { return _object && _object->TryAddRef() ? StrongRef<T>::Adopt(_object) : StrongRef<T>(); }
+  // Only while somebody else holds the object.
+  T* operator->() const { return _object; }
+  // Whether one is named.
+  explicit operator bool() const { return _object; }
+  friend bool operator==(const WeakRef& a, const WeakRef& b) { return a._object == b._object; }
+
+ private:
+  T* _object = nullptr;
+};
 
 }  // namespace ostra::vulkan

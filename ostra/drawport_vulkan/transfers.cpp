@@ -152,7 +152,11 @@ void CommandList::FreeSpareMemory() {
 Bool CommandList::IsIdle(const DeviceResource& resource) { return !resource.IsBusy(_number, GetCompletedSerial()); }
 
 Result<void> CommandList::WaitFor(const DeviceResource& resource) {
-  if (resource.IsShared(_number)) return Execute(true);
+  // Another list has named it too: what that one has submitted counts as well.
+  if (resource.IsShared(_number)) {
+    OSTRA_RETURN_IF_ERROR(Execute(true));
+    return _device->WaitForSubmitted();
+  }
   if (IsIdle(resource)) return OK;
   OSTRA_RETURN_IF_ERROR(Submit());
   while (!IsIdle(resource) && _batches[_oldest].isInFlight) OSTRA_RETURN_IF_ERROR(WaitForOldest());
@@ -248,6 +252,7 @@ Result<Byte*> CommandList::PrivateMapBuffer(DrawportStagingBuffer& stagingBuffer
   if (byteOffset < 0 || byteOffset > buffer.GetSize() - bytes)
     return OSTRA_ILLEGAL_ARGUMENT("@ bytes from byte @ on are not inside a device buffer of @ bytes.", bytes,
                                   byteOffset, buffer.GetSize());
+  OSTRA_RETURN_IF_ERROR(buffer.CheckIsOn(*_device));
   if (_device->IsLost()) return MakeDeviceLostError(kOstraUnit, __LINE__);
   staging.memory = nullptr;
   const Bool isRead = mode == DrawportMapMode::Read;
@@ -333,6 +338,7 @@ Result<Byte*> CommandList::PrivateMapTexture(DrawportStagingBuffer& stagingBuffe
   if (stagingOffset != 0 || flags != 0)
     return OSTRA_ILLEGAL_ARGUMENT("A staging buffer is mapped from its beginning and without flags, not with @ and @.",
                                   stagingOffset, flags);
+  OSTRA_RETURN_IF_ERROR(image.CheckIsOn(*_device));
   if (_device->IsLost()) return MakeDeviceLostError(kOstraUnit, __LINE__);
   staging.memory = nullptr;
   const auto map = [&]() -> Result<Byte*> {
@@ -401,6 +407,7 @@ void CommandList::ReleaseStagingBuffer(DrawportStagingBuffer* stagingBuffer) {
 
 Result<void> CommandList::SetAtomicCounterValue(DrawportAtomicCounter& counter, UInt32 value) {
   BufferResource& buffer = static_cast<CounterResource&>(counter).GetBuffer();
+  OSTRA_RETURN_IF_ERROR(buffer.CheckIsOn(*_device));
   OSTRA_RETURN_IF_ERROR(EnsureZeroed(buffer));
   if (buffer.GetMapped() && IsIdle(buffer)) {
     MemCopy(buffer.GetMapped(), &value, sizeof(value));
@@ -415,6 +422,7 @@ Result<void> CommandList::SetAtomicCounterValue(DrawportAtomicCounter& counter, 
 
 Result<UInt32> CommandList::GetAtomicCounterValue(DrawportAtomicCounter& counter) {
   BufferResource& buffer = static_cast<CounterResource&>(counter).GetBuffer();
+  OSTRA_RETURN_IF_ERROR(buffer.CheckIsOn(*_device));
   if (_device->IsLost()) return MakeDeviceLostError(kOstraUnit, __LINE__);
   StagingBuffer staging;
   auto mapped = MapForReading(staging, buffer, 0, sizeof(UInt32));

@@ -29,22 +29,7 @@ Result<void> ValueSet::Init() {
   OSTRA_RETURN_IF_ERROR(_bufferInfos.Resize(count));
   OSTRA_RETURN_IF_ERROR(_imageInfos.Resize(count));
   OSTRA_RETURN_IF_ERROR(_dynamicOffsets.Reserve(count));
-  _factory.GetDevice().Enter(*this);
   return OK;
-}
-
-ValueSet::~ValueSet() { _factory.GetDevice().Leave(*this); }
-
-void ValueSet::DropUnheld() {
-  for (BoundObject& object : _objects) {
-    const Bool isBufferHeld =
-        object.counter ? !object.counter->IsUnique() : object.buffer && !object.buffer->IsUnique();
-    const Bool isHeld = isBufferHeld || (object.image && !object.image->IsUnique());
-    const Bool isEmpty = !object.buffer && !object.image;
-    if (isHeld || isEmpty) continue;
-    object = {};
-    _current = -1;
-  }
 }
 
 void ValueSet::Clear() {
@@ -62,18 +47,9 @@ void ValueSet::Publish() {
     _current = -1;
     _keptSerial = 0;
   }
-  // Objects are held once, so that it can be seen when nobody else holds them.
-  for (BoundObject& object : _nextObjects) object = {};
 }
 
-Result<void> ValueSet::CheckIsSet(Int binding) const {
-  const PipelineBinding& description = _factory.GetPipeline().GetBindings()[binding];
-  const BoundObject& object = _objects[binding];
-  const Bool needsImage = !IsBuffer(description.type);
-  const Bool needsSampler = description.type == VK_DESCRIPTOR_TYPE_COMBINED_IMAGE_SAMPLER;
-  const Bool isOwn =
-      IsDynamic(description.type) || (_factory.GetNoGradients() && description.number == _factory.GetGradientBinding());
-  if (needsImage ? object.image && (!needsSampler || object.sampler) : isOwn || object.buffer) return OK;
+Result<void> ValueSet::MakeUnsetError(Int binding) const {
   for (const ParameterPlace& place : _factory.GetPlaces()) {
     if (place.binding == binding)
       return OSTRA_ILLEGAL_STATE("The parameter \"@\" of the GPU program is not set.", place.parameter.name);
@@ -81,20 +57,36 @@ Result<void> ValueSet::CheckIsSet(Int binding) const {
   return OSTRA_ILLEGAL_STATE("A parameter of the GPU program is not set.");
 }
 
-Result<void> ValueSet::PrepareObjects(CommandList& list) {
+Result<void> ValueSet::KeepObjects(CommandList& list) {
+  const BaseArray<PipelineBinding>& bindings = _factory.GetPipeline().GetBindings();
   for (Int i = 0; i < _objects.GetCount(); ++i) {
-    OSTRA_RETURN_IF_ERROR(CheckIsSet(i));
-    if (_objects[i].buffer) OSTRA_RETURN_IF_ERROR(list.EnsureZeroed(*_objects[i].buffer));
-    if (_objects[i].image) OSTRA_RETURN_IF_ERROR(list.EnsureCleared(*_objects[i].image));
+    const VkDescriptorType type = bindings[i].type;
+    const BufferRef buffer = _objects[i].buffer.Lock();
+    const ImageRef image = _objects[i].image.Lock();
+    const SamplerRef sampler = _objects[i].sampler.Lock();
+    const Bool isOwn =
+        !_objects[i].buffer &&
+        (IsDynamic(type) || (_factory.GetNoGradients() && bindings[i].number == _factory.GetGradientBinding()));
+    const Bool needsSampler = type == VK_DESCRIPTOR_TYPE_COMBINED_IMAGE_SAMPLER;
+    const Bool isSet = IsBuffer(type) ? isOwn || buffer : image && (!needsSampler || sampler);
+    if (!isSet) return MakeUnsetError(i);
+    if (buffer) OSTRA_RETURN_IF_ERROR(list.EnsureZeroed(*buffer));
+    if (image) OSTRA_RETURN_IF_ERROR(list.EnsureCleared(*image));
+    for (const DeviceResourceRef& object :
+         {DeviceResourceRef(buffer), DeviceResourceRef(image), DeviceResourceRef(sampler)})
+      if (object) OSTRA_RETURN_IF_ERROR(list.Keep(*object));
   }
-  if (BufferResource* none = _factory.GetNoGradients()) OSTRA_RETURN_IF_ERROR(list.EnsureZeroed(*none));
+  for (const DescriptorPoolRef& pool : _pools) OSTRA_RETURN_IF_ERROR(list.Keep(*pool));
+  if (BufferResource* none = _factory.GetNoGradients()) {
+    OSTRA_RETURN_IF_ERROR(list.EnsureZeroed(*none));
+    OSTRA_RETURN_IF_ERROR(list.Keep(*none));
+  }
   return OK;
 }
 
 Result<ValueSet::Binding> ValueSet::Prepare(CommandList& list) {
   if (list.GetNumber() != _list)
     return OSTRA_ILLEGAL_STATE("The parameters of the GPU program were set for another context.");
-  OSTRA_RETURN_IF_ERROR(PrepareObjects(list));
   const BaseArray<PipelineBinding>& bindings = _factory.GetPipeline().GetBindings();
   OSTRA_ASSIGN_OR_RETURN(UInt64 serial, list.BeginBatch());
   if (bindings.IsEmpty()) return Binding{};
@@ -106,19 +98,14 @@ Result<ValueSet::Binding> ValueSet::Prepare(CommandList& list) {
     _sliceSerial = serial;
     _sliceOffset = slice.offset;
   }
+  // What the batch holds already is there and ready.
+  if (_keptSerial != serial) {
+    OSTRA_RETURN_IF_ERROR(KeepObjects(list));
+    _keptSerial = serial;
+  }
   if (_current < 0) {
     OSTRA_RETURN_IF_ERROR(TakeSet(list));
     WriteSet(list);
-  }
-  if (_keptSerial != serial) {
-    for (const BoundObject& object : _objects) {
-      if (object.buffer) OSTRA_RETURN_IF_ERROR(list.Keep(*object.buffer));
-      if (object.image) OSTRA_RETURN_IF_ERROR(list.Keep(*object.image));
-      if (object.sampler) OSTRA_RETURN_IF_ERROR(list.Keep(*object.sampler));
-    }
-    for (const DescriptorPoolRef& pool : _pools) OSTRA_RETURN_IF_ERROR(list.Keep(*pool));
-    if (BufferResource* none = _factory.GetNoGradients()) OSTRA_RETURN_IF_ERROR(list.Keep(*none));
-    _keptSerial = serial;
   }
   _sets[_current].busyUntil = serial;
 
@@ -157,9 +144,9 @@ Result<void> ValueSet::TakeSet(CommandList& list) {
         DescriptorPoolRef pool,
         DescriptorPool::Create(_factory.GetDevice(),
                                Block<const PipelineBinding>(bindings.GetFirst(), bindings.GetCount()), count));
+    OSTRA_RETURN_IF_ERROR(list.Keep(*pool));
     OSTRA_RETURN_IF_ERROR(_pools.Append(std::move(pool)));
     _setsLeft = count;
-    _keptSerial = 0;
   }
   Set added;
   OSTRA_ASSIGN_OR_RETURN(added.set, _pools[_pools.GetCount() - 1]->Allocate(pipeline.GetSetLayout()));
