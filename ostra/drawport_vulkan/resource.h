@@ -98,6 +98,8 @@ class WeakRef {
   StrongRef<T> Lock() const { return _object && _object->TryAddRef() ? StrongRef<T>::Adopt(_object) : StrongRef<T>(); }
   // Only while somebody else holds the object.
   T* operator->() const { return _object; }
+  // To be compared: the object may have gone.
+  T* GetPointer() const { return _object; }
   // Whether one is named.
   explicit operator bool() const { return _object; }
   friend bool operator==(const WeakRef& a, const WeakRef& b) { return a._object == b._object; }
