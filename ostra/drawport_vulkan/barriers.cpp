@@ -11,6 +11,8 @@ constexpr VkPipelineStageFlags kDispatchStages =
     VK_PIPELINE_STAGE_COMPUTE_SHADER_BIT | VK_PIPELINE_STAGE_DRAW_INDIRECT_BIT;
 constexpr VkAccessFlags kDispatchAccess =
     VK_ACCESS_SHADER_READ_BIT | VK_ACCESS_SHADER_WRITE_BIT | VK_ACCESS_INDIRECT_COMMAND_READ_BIT;
+constexpr VkAccessFlags kDrawWrites =
+    VK_ACCESS_SHADER_WRITE_BIT | VK_ACCESS_COLOR_ATTACHMENT_WRITE_BIT | VK_ACCESS_DEPTH_STENCIL_ATTACHMENT_WRITE_BIT;
 constexpr VkAccessFlags kTransferAccess = VK_ACCESS_TRANSFER_READ_BIT | VK_ACCESS_TRANSFER_WRITE_BIT;
 
 Bool Overlap(Int begin1, Int count1, Int begin2, Int count2) {
@@ -27,6 +29,7 @@ Bool Overlap(const DrawportRegion& a, const DrawportRegion& b) {
 
 void CommandList::RecordBarrier(VkPipelineStageFlags from, VkAccessFlags fromAccess, VkPipelineStageFlags to,
                                 VkAccessFlags toAccess) {
+  SuspendPass();
   VkMemoryBarrier barrier = {VK_STRUCTURE_TYPE_MEMORY_BARRIER};
   barrier.srcAccessMask = fromAccess;
   barrier.dstAccessMask = toAccess;
@@ -47,10 +50,11 @@ Result<void> CommandList::AddMemoryBarrier(DrawportBarrierBits bits) {
 }
 
 void CommandList::PrepareTransfer(const DeviceResource& resource, const DrawportRegion& region, Bool isWrite) {
+  SuspendPass();
   if (_transfersMissDispatches) {
-    RecordBarrier(kDispatchStages | VK_PIPELINE_STAGE_TRANSFER_BIT,
-                  VK_ACCESS_SHADER_WRITE_BIT | VK_ACCESS_TRANSFER_WRITE_BIT, VK_PIPELINE_STAGE_TRANSFER_BIT,
-                  kTransferAccess);
+    RecordBarrier(kDispatchStages | GetDrawStages() | VK_PIPELINE_STAGE_TRANSFER_BIT,
+                  VK_ACCESS_SHADER_WRITE_BIT | VK_ACCESS_TRANSFER_WRITE_BIT | (_hasDrawn ? kDrawWrites : 0),
+                  VK_PIPELINE_STAGE_TRANSFER_BIT, kTransferAccess);
     _transfersMissDispatches = false;
     _touchCount = 0;
   }
@@ -70,12 +74,20 @@ void CommandList::PrepareTransfer(const DeviceResource& resource, const Drawport
 
 void CommandList::ShowTransfersToDispatches() {
   if (!_dispatchesMissTransfers) return;
-  RecordBarrier(VK_PIPELINE_STAGE_TRANSFER_BIT, VK_ACCESS_TRANSFER_WRITE_BIT, kDispatchStages, kDispatchAccess);
+  RecordBarrier(VK_PIPELINE_STAGE_TRANSFER_BIT | GetDrawStages(),
+                VK_ACCESS_TRANSFER_WRITE_BIT | (_hasDrawn ? kDrawWrites : 0), kDispatchStages, kDispatchAccess);
   _dispatchesMissTransfers = false;
 }
 
+void CommandList::ShowWorkToPass() {
+  // One barrier a pass: what was written before it may be vertices, uniforms, textures or targets in it.
+  RecordBarrier(kDispatchStages | VK_PIPELINE_STAGE_TRANSFER_BIT | VK_PIPELINE_STAGE_ALL_GRAPHICS_BIT,
+                VK_ACCESS_TRANSFER_WRITE_BIT | kDrawWrites, VK_PIPELINE_STAGE_ALL_GRAPHICS_BIT,
+                VK_ACCESS_MEMORY_READ_BIT | VK_ACCESS_MEMORY_WRITE_BIT);
+}
+
 void CommandList::ShowWritesToHost() {
-  RecordBarrier(VK_PIPELINE_STAGE_COMPUTE_SHADER_BIT | VK_PIPELINE_STAGE_TRANSFER_BIT,
+  RecordBarrier(VK_PIPELINE_STAGE_COMPUTE_SHADER_BIT | VK_PIPELINE_STAGE_TRANSFER_BIT | GetDrawStages(),
                 VK_ACCESS_SHADER_WRITE_BIT | VK_ACCESS_TRANSFER_WRITE_BIT, VK_PIPELINE_STAGE_HOST_BIT,
                 VK_ACCESS_HOST_READ_BIT);
 }

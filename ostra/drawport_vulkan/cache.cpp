@@ -95,9 +95,11 @@ Result<DrawportStateObject*> Cache::GetStateObject(const DrawportCacheKey& key, 
   return static_cast<DrawportStateObject*>(item.GetPointer());
 }
 
-Result<DrawportRenderTargetRef> Cache::CreateRenderTarget(DrawportContextInterface&,
-                                                          const DrawportRenderTargetDescription&) {
-  return OSTRA_NOT_IMPLEMENTED("This GPU backend does not draw.");
+Result<DrawportRenderTargetRef> Cache::CreateRenderTarget(DrawportContextInterface& context,
+                                                          const DrawportRenderTargetDescription& description) {
+  OSTRA_ASSIGN_OR_RETURN(Context * found, FindContext(context));
+  OSTRA_ASSIGN_OR_RETURN(RenderTargetRef target, RenderTarget::Create(found->GetDevice(), description));
+  return DrawportRenderTargetRef(target);
 }
 
 Result<DrawportStagingBuffer*> Cache::AllocStagingBuffer(DrawportContextInterface& context,

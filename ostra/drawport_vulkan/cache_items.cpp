@@ -106,22 +106,29 @@ ProgramItem::~ProgramItem() {
 }
 
 Result<DrawportProgramFactory*> ProgramItem::MakeValid(DrawportContextInterface& context,
-                                                       const DrawportVertexAttributeSet*,
-                                                       const DrawportFramebufferTargetSet*) {
+                                                       const DrawportVertexAttributeSet* attributes,
+                                                       const DrawportFramebufferTargetSet* targets) {
   OSTRA_ASSIGN_OR_RETURN(Context * found, FindContext(context));
+  OSTRA_ASSIGN_OR_RETURN(ProgramFactory * factory, BuildFor(*found));
+  if (attributes) OSTRA_RETURN_IF_ERROR(factory->CheckAttributes(*attributes));
+  if (targets) OSTRA_RETURN_IF_ERROR(factory->CheckTargets(*targets));
+  return static_cast<DrawportProgramFactory*>(factory);
+}
+
+Result<ProgramFactory*> ProgramItem::BuildFor(Context& context) {
   // Programs that share an item may come from several jobs: the first one builds.
   const std::scoped_lock lock(_mutex);
-  if (_factory && &_factory->GetDevice() == &found->GetDevice()) return static_cast<DrawportProgramFactory*>(_factory);
+  if (_factory && &_factory->GetDevice() == &context.GetDevice()) return _factory;
   for (const DrawportRequiredFeature& required : _description.GetRequiredFeatures()) {
     if (!context.IsFeatureSupported(required.feature))
       return OSTRA_ILLEGAL_STATE("The GPU device does not support @, which the program requires.",
                                  GetFeatureName(required.feature));
   }
-  OSTRA_ASSIGN_OR_RETURN(ProgramFactory * factory, ProgramFactory::Create(found->GetDevice(), _description,
-                                                                          found->GetDrawport()->GetShadingLanguage()));
+  OSTRA_ASSIGN_OR_RETURN(ProgramFactory * factory, ProgramFactory::Create(context.GetDevice(), _description,
+                                                                          context.GetDrawport()->GetShadingLanguage()));
   DeleteObj(_factory);
   _factory = factory;
-  return static_cast<DrawportProgramFactory*>(_factory);
+  return _factory;
 }
 
 }  // namespace ostra::vulkan

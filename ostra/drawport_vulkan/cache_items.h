@@ -88,6 +88,8 @@ class ProgramItem final : public DrawportCounted<ProgramItem, DrawportProgramFac
   const DrawportProgramDescription& GetSpecification() const override { return _description; }
 
  private:
+  Result<ProgramFactory*> BuildFor(Context& context);
+
   CacheRef _cache;
   DrawportCacheKey _key;
   DrawportProgramDescription _description;

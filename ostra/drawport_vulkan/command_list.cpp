@@ -76,6 +76,7 @@ UInt64 CommandList::GetCompletedSerial() {
 void CommandList::Abandon(Batch& batch) {
   for (const DeviceResourceRef& resource : batch.kept) resource->ForgetBatch(batch.serial);
   batch.kept.Clear();
+  _isRendering = false;
   _uniformHead = batch.uniformEnd;  // where the batch began
   _current = nullptr;
   // The barriers that it recorded have gone with it.
@@ -114,6 +115,7 @@ Result<void> CommandList::Keep(DeviceResource& resource) {
 
 Result<void> CommandList::Submit() {
   if (!_current) return OK;
+  SuspendPass();
   Batch& batch = *_current;
   ShowWritesToHost();
   Result<void> ended = OSTRA_VULKAN(vkEndCommandBuffer(batch.commands));
@@ -171,6 +173,9 @@ Result<ProgramFactory*> CommandList::PrepareDispatch(DrawportProgramFactory& pro
   auto& set = static_cast<ValueSet&>(values);
   if (&factory.GetDevice() != _device.GetPointer())
     return OSTRA_ILLEGAL_STATE("The GPU program was built for another device.");
+  if (factory.GetPipeline().IsGraphics())
+    return OSTRA_ILLEGAL_ARGUMENT("The GPU program draws; it has no compute stage to dispatch.");
+  SuspendPass();
   OSTRA_ASSIGN_OR_RETURN(const ValueSet::Binding binding, set.Prepare(*this));
   OSTRA_RETURN_IF_ERROR(Keep(factory.GetPipeline()));
   ShowTransfersToDispatches();

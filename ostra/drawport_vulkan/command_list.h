@@ -3,13 +3,15 @@
 // A batch holds what its work names until the device has done it. Batches and the memory of transfers and uniforms go
 // round: once a program is warm, recording allocates nothing.
 //
-// command_list.cpp has batches and dispatches, barriers.cpp what must wait for what, transfers.cpp the movement of
-// bytes.
+// command_list.cpp has batches and dispatches, draw.cpp passes and draws, barriers.cpp what must wait for what,
+// transfers.cpp the movement of bytes.
 #pragma once
 
 #include "ostra/drawport/command_list.h"
 #include "ostra/drawport_vulkan/buffer.h"
 #include "ostra/drawport_vulkan/image.h"
+#include "ostra/drawport_vulkan/pipeline.h"
+#include "ostra/drawport_vulkan/render_target.h"
 #include "ostra/drawport_vulkan/staging.h"
 
 namespace ostra::vulkan {
@@ -98,7 +100,17 @@ class CommandList final : public DrawportCommandList {
   void Abandon(Batch& batch);
   Result<class ProgramFactory*> PrepareDispatch(DrawportProgramFactory& program, DrawportParameterValueSet& values);
 
+  // draw.cpp
+  Result<void> ResumePass();
+  // Ends what ResumePass has begun, so that other work can be recorded; the pass goes on.
+  void SuspendPass();
+  void BeginRendering(RenderTarget& target);
+  Result<void> CheckDraw(const DrawportDrawCall& call, class ProgramFactory& factory) const;
+  Result<BufferResource*> FindVertices(const DrawportDrawCall& call, const class ProgramFactory& factory) const;
+
   // barriers.cpp
+  VkPipelineStageFlags GetDrawStages() const { return _hasDrawn ? VK_PIPELINE_STAGE_ALL_GRAPHICS_BIT : 0; }
+  void ShowWorkToPass();
   void RecordBarrier(VkPipelineStageFlags from, VkAccessFlags fromAccess, VkPipelineStageFlags to,
                      VkAccessFlags toAccess);
   // Before a transfer that reads or writes `region`, and before a dispatch.
@@ -127,8 +139,21 @@ class CommandList final : public DrawportCommandList {
   UInt64 _serial = 0;
   UInt64 _completedSerial = 0;
 
-  // What the current batch has bound.
+  // What the current batch has bound: for compute, and for draws since ResumePass.
   VkPipeline _boundPipeline = VK_NULL_HANDLE;
+  VkPipeline _boundVariant = VK_NULL_HANDLE;
+  BufferResource* _boundVertices = nullptr;
+
+  // The pass. Rendering begins with its first draw, and again after other work.
+  RenderTargetRef _target;
+  DrawportClearValues _clear;
+  Bool _isCleared = false;
+  Bool _isRendering = false;
+  Bool _hasDrawn = false;  // ever
+  // The state of the last draw with its pipeline: most draws differ in their values alone.
+  GraphicsState _lastState;
+  PipelineRef _lastPipeline;
+  VkPipeline _lastVariant = VK_NULL_HANDLE;
 
   // Uniforms: a ring of positions that only grow; the place in the buffer is the rest by its size.
   BufferRef _uniforms;

@@ -42,7 +42,7 @@ Bool Context::IsFeatureSupported(DrawportFeature feature) const {
     case DrawportFeature::ShaderHalfFloat:
       return GetDevice().HasHalfFloats();
     case DrawportFeature::MultisampleTexture:
-      break;  // textures here have one sample
+      return GetDevice().CanDraw() && GetDevice().HasSampleShading();
   }
   return false;
 }

@@ -84,6 +84,11 @@ Result<void> Device::CreateDevice() {
   VkPhysicalDeviceFeatures2 has = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_FEATURES_2};
   has.pNext = &has11;
   has11.pNext = &has12;
+  OSTRA_ASSIGN_OR_RETURN(const Bool hasRenderingExtension,
+                         HasDeviceExtension(_physicalDevice, VK_KHR_DYNAMIC_RENDERING_EXTENSION_NAME));
+  VkPhysicalDeviceDynamicRenderingFeaturesKHR hasRendering = {
+      VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_DYNAMIC_RENDERING_FEATURES_KHR};
+  if (hasRenderingExtension) has12.pNext = &hasRendering;
   vkGetPhysicalDeviceFeatures2(_physicalDevice, &has);
 
   // What programs may use is switched on where it is there; nothing else.
@@ -104,14 +109,30 @@ Result<void> Device::CreateDevice() {
   wants.features.shaderStorageImageReadWithoutFormat = has.features.shaderStorageImageReadWithoutFormat;
   wants.features.shaderStorageImageWriteWithoutFormat = has.features.shaderStorageImageWriteWithoutFormat;
   wants.features.shaderStorageImageExtendedFormats = has.features.shaderStorageImageExtendedFormats;
+  wants.features.vertexPipelineStoresAndAtomics = has.features.vertexPipelineStoresAndAtomics;
+  wants.features.fragmentStoresAndAtomics = has.features.fragmentStoresAndAtomics;
+  wants.features.tessellationShader = has.features.tessellationShader;
+  wants.features.sampleRateShading = has.features.sampleRateShading;
+  wants.features.independentBlend = has.features.independentBlend;
+  wants.features.largePoints = has.features.largePoints;
   wants.pNext = &wants11;
   wants11.pNext = &wants12;
+  VkPhysicalDeviceDynamicRenderingFeaturesKHR wantsRendering = {
+      VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_DYNAMIC_RENDERING_FEATURES_KHR};
+  wantsRendering.dynamicRendering = VK_TRUE;
+  _canDraw = hasRendering.dynamicRendering && _driver->GetSnapshot(_index).queueFamilies[_queueFamily].hasGraphics;
+  if (_canDraw) wants12.pNext = &wantsRendering;
+  _hasTessellation = wants.features.tessellationShader;
+  _hasSampleShading = wants.features.sampleRateShading;
   _hasHalfFloats = wants12.shaderFloat16 && wants11.storageBuffer16BitAccess;
   _hasFormatlessImages =
       wants.features.shaderStorageImageReadWithoutFormat && wants.features.shaderStorageImageWriteWithoutFormat;
 
   OSTRA_ASSIGN_OR_RETURN(_hasBudgetExtension, HasDeviceExtension(_physicalDevice, VK_EXT_MEMORY_BUDGET_EXTENSION_NAME));
-  const char* const extensions[] = {VK_EXT_MEMORY_BUDGET_EXTENSION_NAME};
+  const char* extensions[2];
+  UInt32 extensionCount = 0;
+  if (_hasBudgetExtension) extensions[extensionCount++] = VK_EXT_MEMORY_BUDGET_EXTENSION_NAME;
+  if (_canDraw) extensions[extensionCount++] = VK_KHR_DYNAMIC_RENDERING_EXTENSION_NAME;
   const Float32 priority = 1;
   VkDeviceQueueCreateInfo queue = {VK_STRUCTURE_TYPE_DEVICE_QUEUE_CREATE_INFO};
   queue.queueFamilyIndex = _queueFamily;
@@ -121,7 +142,7 @@ Result<void> Device::CreateDevice() {
   info.pNext = &wants;
   info.queueCreateInfoCount = 1;
   info.pQueueCreateInfos = &queue;
-  info.enabledExtensionCount = _hasBudgetExtension ? 1 : 0;
+  info.enabledExtensionCount = extensionCount;
   info.ppEnabledExtensionNames = extensions;
   return OSTRA_VULKAN(vkCreateDevice(_physicalDevice, &info, nullptr, &_device));
 }

@@ -31,6 +31,10 @@ class Device final : public DrawportCounted<Device, DrawportObject> {
 
   Bool HasHalfFloats() const { return _hasHalfFloats; }
   Bool HasFormatlessImages() const { return _hasFormatlessImages; }
+  // Whether there are graphics at all: a queue that draws, and passes that begin without an object of their own.
+  Bool CanDraw() const { return _canDraw; }
+  Bool HasTessellation() const { return _hasTessellation; }
+  Bool HasSampleShading() const { return _hasSampleShading; }
 
   // Hands recorded work to the queue. The returned value of the timeline is reached when the work is done.
   Result<UInt64> Submit(VkCommandBuffer commands);
@@ -70,6 +74,9 @@ class Device final : public DrawportCounted<Device, DrawportObject> {
   Bool _hasHalfFloats = false;
   Bool _hasFormatlessImages = false;
   Bool _hasBudgetExtension = false;
+  Bool _canDraw = false;
+  Bool _hasTessellation = false;
+  Bool _hasSampleShading = false;
 
   std::mutex _queueMutex;
   VkSemaphore _timeline = VK_NULL_HANDLE;

@@ -1,18 +1,232 @@
-// Draw passes.
+// Passes and draws. Rendering begins with the first draw of a pass. Everything else that is recorded ends it for a
+// moment; the next draw begins it again with what the targets have by then.
+#include <limits>
+
 #include "ostra/drawport_vulkan/command_list.h"
+#include "ostra/drawport_vulkan/program_factory.h"
 
 OSTRA_UNIT("drawport_vulkan");
 
 namespace ostra::vulkan {
+namespace {
 
-Result<void> CommandList::BeginDrawPass(DrawportRenderTarget&, const DrawportClearValues&) {
-  return OSTRA_NOT_IMPLEMENTED("This GPU backend does not draw.");
+Bool HasIntegers(PixelFormatRef format) {
+  return format->valueClass != PixelValueClass::FloatingPoint && format->bitsPerChannel == 32;
 }
 
-Result<void> CommandList::Draw(const DrawportDrawCall&) {
-  return OSTRA_NOT_IMPLEMENTED("This GPU backend does not draw.");
+// A number that is converted as far as it fits.
+template <class Number>
+Number Convert(Float32 value) {
+  if (!(value > static_cast<Float32>(std::numeric_limits<Number>::min()))) return std::numeric_limits<Number>::min();
+  if (value >= static_cast<Float32>(std::numeric_limits<Number>::max())) return std::numeric_limits<Number>::max();
+  return static_cast<Number>(value);
 }
 
-Result<void> CommandList::EndDrawPass() { return OSTRA_NOT_IMPLEMENTED("This GPU backend does not draw."); }
+VkClearColorValue MakeClearColor(PixelFormatRef format, const Vector4d32& color) {
+  VkClearColorValue value = {};
+  const Float32 channels[4] = {color.x, color.y, color.z, color.w};
+  for (int i = 0; i < 4; ++i) {
+    if (!HasIntegers(format))
+      value.float32[i] = channels[i];
+    else if (format->valueClass == PixelValueClass::SignedInteger)
+      value.int32[i] = Convert<Int32>(channels[i]);
+    else
+      value.uint32[i] = Convert<UInt32>(channels[i]);
+  }
+  return value;
+}
+
+VkRenderingAttachmentInfoKHR MakeAttachment(const RenderTarget::Attachment& attachment, Bool clears,
+                                            VkResolveModeFlagBits resolveMode) {
+  VkRenderingAttachmentInfoKHR info = {VK_STRUCTURE_TYPE_RENDERING_ATTACHMENT_INFO_KHR};
+  info.imageView = attachment.image->GetView(false);
+  info.imageLayout = VK_IMAGE_LAYOUT_GENERAL;
+  info.loadOp = clears ? VK_ATTACHMENT_LOAD_OP_CLEAR : VK_ATTACHMENT_LOAD_OP_LOAD;
+  info.storeOp = VK_ATTACHMENT_STORE_OP_STORE;
+  if (attachment.resolved) {
+    info.resolveMode = resolveMode;
+    info.resolveImageView = attachment.resolved->GetView(false);
+    info.resolveImageLayout = VK_IMAGE_LAYOUT_GENERAL;
+  }
+  return info;
+}
+
+}  // namespace
+
+Result<void> CommandList::BeginDrawPass(DrawportRenderTarget& renderTarget, const DrawportClearValues& clear) {
+  auto& target = static_cast<RenderTarget&>(renderTarget);
+  if (_target) return OSTRA_ILLEGAL_STATE("A draw pass begins inside of another one.");
+  if (&target.GetDevice() != _device.GetPointer())
+    return OSTRA_ILLEGAL_STATE("The render target was made for another device.");
+  if (_device->IsLost()) return MakeDeviceLostError(kOstraUnit, __LINE__);
+  if (clear.clearsDepth && target.GetDepthFormat() != DrawportDepthFormat::None &&
+      !(clear.depth >= 0 && clear.depth <= 1))
+    return OSTRA_ILLEGAL_ARGUMENT("A depth is between 0 and 1, not @.", Float64(clear.depth));
+  _target = RenderTargetRef(&target);
+  _clear = clear;
+  _isCleared = false;
+  return OK;
+}
+
+Result<void> CommandList::EndDrawPass() {
+  if (!_target) return OSTRA_ILLEGAL_STATE("There is no draw pass.");
+  // A pass without draws still clears.
+  Result<void> result = _isCleared ? Result<void>(OK) : ResumePass();
+  SuspendPass();
+  _target = {};
+  _lastPipeline = {};
+  return result;
+}
+
+Result<void> CommandList::ResumePass() {
+  if (_isRendering) return OK;
+  OSTRA_RETURN_IF_ERROR(BeginBatch());
+  const RenderTarget& target = *_target;
+  const auto prepare = [this](ImageResource& image) -> Result<void> {
+    OSTRA_RETURN_IF_ERROR(EnsureCleared(image));
+    return Keep(image);
+  };
+  OSTRA_RETURN_IF_ERROR(target.ForEachImage(prepare));
+  ShowWorkToPass();
+  BeginRendering(*_target);
+  return OK;
+}
+
+void CommandList::BeginRendering(RenderTarget& target) {
+  VkRenderingAttachmentInfoKHR colors[kMaxColorTargets];
+  for (Int i = 0; i < target.GetColorCount(); ++i) {
+    const PixelFormatRef format = target.GetColorFormat(i);
+    colors[i] = MakeAttachment(target.GetColor(i), !_isCleared && _clear.clearsColor,
+                               HasIntegers(format) ? VK_RESOLVE_MODE_SAMPLE_ZERO_BIT : VK_RESOLVE_MODE_AVERAGE_BIT);
+    colors[i].clearValue.color = MakeClearColor(format, _clear.colors[i]);
+  }
+  VkRenderingAttachmentInfoKHR depth;
+  const DrawportRenderTargetDescription& description = target.GetDescription();
+  VkRenderingInfoKHR info = {VK_STRUCTURE_TYPE_RENDERING_INFO_KHR};
+  info.renderArea.extent = {static_cast<UInt32>(description.width), static_cast<UInt32>(description.height)};
+  info.layerCount = 1;
+  info.colorAttachmentCount = static_cast<UInt32>(target.GetColorCount());
+  info.pColorAttachments = colors;
+  if (target.GetDepth().image) {
+    depth = MakeAttachment(target.GetDepth(), !_isCleared && _clear.clearsDepth, VK_RESOLVE_MODE_SAMPLE_ZERO_BIT);
+    depth.clearValue.depthStencil = {_clear.depth, 0};
+    info.pDepthAttachment = &depth;
+  }
+  vkCmdBeginRenderingKHR(_current->commands, &info);
+  // Row 0 is the top of the picture, y of positions grows upwards: the viewport is turned over.
+  const VkViewport viewport = {0,
+                               static_cast<Float32>(description.height),
+                               static_cast<Float32>(description.width),
+                               -static_cast<Float32>(description.height),
+                               0,
+                               1};
+  vkCmdSetViewport(_current->commands, 0, 1, &viewport);
+  vkCmdSetScissor(_current->commands, 0, 1, &info.renderArea);
+  _boundVariant = VK_NULL_HANDLE;
+  _boundVertices = nullptr;
+  _isCleared = true;
+  _isRendering = true;
+  _hasDrawn = true;
+}
+
+void CommandList::SuspendPass() {
+  if (!_isRendering) return;
+  _isRendering = false;
+  vkCmdEndRenderingKHR(_current->commands);
+  _transfersMissDispatches = true;
+  _dispatchesMissTransfers = true;
+}
+
+Result<void> CommandList::CheckDraw(const DrawportDrawCall& call, ProgramFactory& factory) const {
+  if (&factory.GetDevice() != _device.GetPointer())
+    return OSTRA_ILLEGAL_STATE("The GPU program was built for another device.");
+  if (!factory.GetPipeline().IsGraphics())
+    return OSTRA_ILLEGAL_ARGUMENT("The GPU program has a compute stage; it does not draw.");
+  if (call.count < 1 || call.first < 0 || call.instanceCount < 1)
+    return OSTRA_ILLEGAL_ARGUMENT("@ vertices from @ on and @ instances cannot be drawn.", call.count, call.first,
+                                  call.instanceCount);
+  constexpr Int kMost = std::numeric_limits<Int32>::max();
+  if (call.count > kMost || call.first > kMost - call.count || call.instanceCount > kMost)
+    return OSTRA_ILLEGAL_ARGUMENT("@ vertices from @ on and @ instances are more than a draw can have.", call.count,
+                                  call.first, call.instanceCount);
+  const Bool arePatches = call.topology == DrawportTopology::Patches;
+  if (arePatches != factory.HasTessellation())
+    return OSTRA_ILLEGAL_ARGUMENT(arePatches ? "Patches are drawn by programs with tessellation stages only."
+                                             : "A GPU program with tessellation stages draws patches only.");
+  const UInt32 limit = _device->GetLimits().maxTessellationPatchSize;
+  if (arePatches && (call.patchSize < 1 || call.patchSize > static_cast<Int>(limit)))
+    return OSTRA_ILLEGAL_ARGUMENT("A patch of @ control points is not possible; there are 1 to @.", call.patchSize,
+                                  limit);
+  return factory.CheckTargets(*_target);
+}
+
+Result<BufferResource*> CommandList::FindVertices(const DrawportDrawCall& call, const ProgramFactory& factory) const {
+  if (!factory.HasAttributes()) return nullptr;
+  if (!call.attributes) return OSTRA_ILLEGAL_ARGUMENT("The GPU program reads vertices; the draw has no attributes.");
+  DrawportDeviceBuffer* const buffer = call.vertices ? call.vertices : call.attributes->GetDeviceBuffer();
+  if (!buffer) return OSTRA_ILLEGAL_ARGUMENT("The GPU program reads vertices; the draw has no vertex buffer.");
+  auto* vertices = static_cast<BufferResource*>(buffer);
+  if (&vertices->GetDevice() != _device.GetPointer())
+    return OSTRA_ILLEGAL_STATE("The vertex buffer belongs to another device.");
+  const DrawportVertexAttributeLayout& layout = call.attributes->GetLayout();
+  const Int needed = layout.IsPerInstance() ? call.instanceCount : call.first + call.count;
+  if (vertices->GetSize() / layout.GetStride() < needed)
+    return OSTRA_ILLEGAL_ARGUMENT("The draw needs @ vertices of @ bytes; the vertex buffer has @ bytes.", needed,
+                                  layout.GetStride(), vertices->GetSize());
+  return vertices;
+}
+
+Result<void> CommandList::Draw(const DrawportDrawCall& call) {
+  if (!_target) return OSTRA_ILLEGAL_STATE("There is no draw pass.");
+  if (!call.program || !call.values) return OSTRA_ILLEGAL_ARGUMENT("A draw needs a GPU program and its values.");
+  auto& factory = static_cast<ProgramFactory&>(*call.program);
+  auto& values = static_cast<ValueSet&>(*call.values);
+  OSTRA_RETURN_IF_ERROR(CheckDraw(call, factory));
+  OSTRA_ASSIGN_OR_RETURN(BufferResource* const vertices, FindVertices(call, factory));
+  if (values.Reads(*_target))
+    return OSTRA_ILLEGAL_STATE("The GPU program reads a texture of the target that it draws into.");
+
+  GraphicsState state;
+  if (call.state) state.state = call.state->GetDescription();
+  state.topology = call.topology;
+  if (call.topology == DrawportTopology::Patches) state.patchSize = static_cast<UInt32>(call.patchSize);
+  state.targets = _target->GetFormats();
+  factory.AddTargets(state);
+  OSTRA_RETURN_IF_ERROR(factory.AddAttributes(call.attributes, state));
+  Pipeline& pipeline = factory.GetPipeline();
+  if (_lastPipeline.GetPointer() != &pipeline || !(_lastState == state)) {
+    OSTRA_ASSIGN_OR_RETURN(_lastVariant, pipeline.GetVariant(state));
+    _lastPipeline = PipelineRef(&pipeline);
+    _lastState = state;
+  }
+
+  // All of this may record something else, or begin another batch: only then does rendering go on.
+  if (vertices) OSTRA_RETURN_IF_ERROR(EnsureZeroed(*vertices));
+  OSTRA_ASSIGN_OR_RETURN(ValueSet::Binding binding, values.Prepare(*this));
+  if (!_isRendering) {
+    OSTRA_RETURN_IF_ERROR(ResumePass());
+    // Clearing the targets may have submitted the batch that the values were prepared for.
+    OSTRA_ASSIGN_OR_RETURN(binding, values.Prepare(*this));
+  }
+  OSTRA_RETURN_IF_ERROR(Keep(pipeline));
+  if (vertices) OSTRA_RETURN_IF_ERROR(Keep(*vertices));
+  const VkCommandBuffer commands = _current->commands;
+  if (_boundVariant != _lastVariant) {
+    vkCmdBindPipeline(commands, VK_PIPELINE_BIND_POINT_GRAPHICS, _lastVariant);
+    _boundVariant = _lastVariant;
+  }
+  if (binding.set)
+    vkCmdBindDescriptorSets(commands, VK_PIPELINE_BIND_POINT_GRAPHICS, pipeline.GetLayout(), 0, 1, &binding.set,
+                            binding.dynamicOffsetCount, binding.dynamicOffsets);
+  if (vertices && _boundVertices != vertices) {
+    const VkBuffer buffer = vertices->GetHandle();
+    const VkDeviceSize offset = 0;
+    vkCmdBindVertexBuffers(commands, 0, 1, &buffer, &offset);
+    _boundVertices = vertices;
+  }
+  vkCmdDraw(commands, static_cast<UInt32>(call.count), static_cast<UInt32>(call.instanceCount),
+            static_cast<UInt32>(call.first), 0);
+  return OK;
+}
 
 }  // namespace ostra::vulkan

@@ -64,10 +64,13 @@ void Narrow(const Byte* source, Byte* target, Int count) {
 
 }  // namespace
 
-FormatInfo GetFormatInfo(PixelFormatRef format) {
+FormatInfo GetFormatInfo(PixelFormatRef format, DrawportDepthFormat depth) {
   const Int index = format - GetPixelFormats().GetFirst();
   const Int channelSize = format->bitsPerChannel / 8;
-  return FormatInfo{.format = kFormats[index],
+  const VkFormat deviceFormat = depth == DrawportDepthFormat::None      ? kFormats[index]
+                                : depth == DrawportDepthFormat::Float32 ? VK_FORMAT_D32_SFLOAT
+                                                                        : VK_FORMAT_D16_UNORM;
+  return FormatInfo{.format = deviceFormat,
                     .hostTexelSize = format->GetBytesPerPixel(),
                     .deviceTexelSize = (format->channels == 3 ? 4 : format->channels) * channelSize,
                     .channelSize = channelSize,

@@ -17,7 +17,8 @@ struct FormatInfo {
   Bool IsWidened() const { return hostTexelSize != deviceTexelSize; }
 };
 
-FormatInfo GetFormatInfo(PixelFormatRef format);
+// `depth`: of depths that are read as `format`.
+FormatInfo GetFormatInfo(PixelFormatRef format, DrawportDepthFormat depth = DrawportDepthFormat::None);
 
 // What `physicalDevice` can do with textures of a format in optimal layout.
 DrawportPixelFormatAccess GetFormatAccess(VkPhysicalDevice physicalDevice, PixelFormatRef format);

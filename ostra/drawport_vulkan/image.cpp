@@ -29,10 +29,21 @@ VkSamplerAddressMode GetAddressMode(UInt32 bits) {
 
 Result<ImageRef> ImageResource::Create(Device& device, const DrawportTextureDescription& description) {
   if (!description.format) return OSTRA_ILLEGAL_ARGUMENT("A texture needs a pixel format.");
-  ImageResource* image = NewObj<ImageResource>(DeviceRef(&device), description);
+  if (description.depthFormat != DrawportDepthFormat::None || description.sampleCount != 1)
+    return OSTRA_ILLEGAL_ARGUMENT("Only render targets have depths or several samples.");
+  ImageResource* image = NewObj<ImageResource>(DeviceRef(&device), description, false);
   if (!image) return OSTRA_OUT_OF_MEMORY();
   ImageRef held = ImageRef::Adopt(image);
   OSTRA_RETURN_IF_ERROR(image->Check());
+  OSTRA_RETURN_IF_ERROR(image->Init());
+  return held;
+}
+
+Result<ImageRef> ImageResource::CreateTarget(Device& device, const DrawportTextureDescription& description) {
+  ImageResource* image = NewObj<ImageResource>(DeviceRef(&device), description, true);
+  if (!image) return OSTRA_OUT_OF_MEMORY();
+  ImageRef held = ImageRef::Adopt(image);
+  OSTRA_RETURN_IF_ERROR(image->CheckTarget());
   OSTRA_RETURN_IF_ERROR(image->Init());
   return held;
 }
@@ -68,6 +79,41 @@ Result<void> ImageResource::Check() const {
   return OK;
 }
 
+Result<void> ImageResource::CheckTarget() const {
+  const VkPhysicalDevice device = GetDevice().GetPhysicalDevice();
+  VkFormatProperties properties;
+  vkGetPhysicalDeviceFormatProperties(device, _format.format, &properties);
+  const VkFormatFeatureFlags needed =
+      VK_FORMAT_FEATURE_SAMPLED_IMAGE_BIT | VK_FORMAT_FEATURE_TRANSFER_SRC_BIT | VK_FORMAT_FEATURE_TRANSFER_DST_BIT |
+      (IsDepth() ? VK_FORMAT_FEATURE_DEPTH_STENCIL_ATTACHMENT_BIT : VK_FORMAT_FEATURE_COLOR_ATTACHMENT_BIT);
+  VkImageFormatProperties limits = {};
+  const Bool isPossible =
+      (properties.optimalTilingFeatures & needed) == needed &&
+      vkGetPhysicalDeviceImageFormatProperties(device, _format.format, VK_IMAGE_TYPE_2D, VK_IMAGE_TILING_OPTIMAL,
+                                               GetUsage(), 0, &limits) == VK_SUCCESS;
+  if (!isPossible)
+    return OSTRA_ILLEGAL_ARGUMENT("The GPU device cannot draw into the pixel format @.", _description.format->id);
+  if (!(limits.sampleCounts & static_cast<UInt32>(_description.sampleCount)))
+    return OSTRA_ILLEGAL_ARGUMENT("The GPU device cannot draw @ samples a pixel into the pixel format @.",
+                                  _description.sampleCount, _description.format->id);
+  const DrawportExtent& extent = _description.extent;
+  if (extent.width > limits.maxExtent.width || extent.height > limits.maxExtent.height)
+    return OSTRA_ILLEGAL_ARGUMENT("A render target of @ x @ pixels is not possible; the GPU device has at most @ x @.",
+                                  extent.width, extent.height, limits.maxExtent.width, limits.maxExtent.height);
+  return OK;
+}
+
+VkImageUsageFlags ImageResource::GetUsage() const {
+  VkImageUsageFlags usage = VK_IMAGE_USAGE_TRANSFER_SRC_BIT | VK_IMAGE_USAGE_TRANSFER_DST_BIT;
+  if (_isTarget)
+    return usage | VK_IMAGE_USAGE_SAMPLED_BIT |
+           (IsDepth() ? VK_IMAGE_USAGE_DEPTH_STENCIL_ATTACHMENT_BIT : VK_IMAGE_USAGE_COLOR_ATTACHMENT_BIT);
+  const DrawportPixelFormatAccess access = GetFormatAccess(GetDevice().GetPhysicalDevice(), _description.format);
+  if (HasAccess(access, DrawportPixelFormatAccess::Sampled)) usage |= VK_IMAGE_USAGE_SAMPLED_BIT;
+  if (_description.isImage) usage |= VK_IMAGE_USAGE_STORAGE_BIT;
+  return usage;
+}
+
 Result<void> ImageResource::Init() {
   const VkDevice device = GetDevice().GetHandle();
   VkImageCreateInfo info = {VK_STRUCTURE_TYPE_IMAGE_CREATE_INFO};
@@ -79,11 +125,8 @@ Result<void> ImageResource::Init() {
                  static_cast<UInt32>(extent.depth)};
   info.mipLevels = 1;
   info.arrayLayers = static_cast<UInt32>(layerCount);
-  info.samples = VK_SAMPLE_COUNT_1_BIT;
-  info.usage = VK_IMAGE_USAGE_TRANSFER_SRC_BIT | VK_IMAGE_USAGE_TRANSFER_DST_BIT;
-  const DrawportPixelFormatAccess access = GetFormatAccess(GetDevice().GetPhysicalDevice(), _description.format);
-  if (HasAccess(access, DrawportPixelFormatAccess::Sampled)) info.usage |= VK_IMAGE_USAGE_SAMPLED_BIT;
-  if (_description.isImage) info.usage |= VK_IMAGE_USAGE_STORAGE_BIT;
+  info.samples = static_cast<VkSampleCountFlagBits>(_description.sampleCount);  // the bits are the counts
+  info.usage = GetUsage();
   OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkCreateImage(device, &info, nullptr, &_image)));
 
   VkMemoryRequirements requirements;
@@ -104,7 +147,7 @@ Result<VkImageView> ImageResource::CreateView(Bool isLayered) const {
   info.image = _image;
   info.viewType = GetViewType(_description.type, isLayered);
   info.format = _format.format;
-  info.subresourceRange = {VK_IMAGE_ASPECT_COLOR_BIT, 0, 1, 0, isLayered ? static_cast<UInt32>(GetLayerCount()) : 1};
+  info.subresourceRange = {GetAspect(), 0, 1, 0, isLayered ? static_cast<UInt32>(GetLayerCount()) : 1};
   VkImageView view = VK_NULL_HANDLE;
   OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkCreateImageView(GetDevice().GetHandle(), &info, nullptr, &view)));
   return view;
@@ -117,8 +160,8 @@ Int ImageResource::GetLayerCount() const {
 
 VkImageSubresourceLayers ImageResource::GetLayers(const DrawportRegion& region) const {
   const Bool is1D = _description.type == DrawportTextureType::Texture1D;
-  if (_description.type == DrawportTextureType::Texture3D) return {VK_IMAGE_ASPECT_COLOR_BIT, 0, 0, 1};
-  return {VK_IMAGE_ASPECT_COLOR_BIT, 0, static_cast<UInt32>(is1D ? region.origin.y : region.origin.z),
+  if (_description.type == DrawportTextureType::Texture3D) return {GetAspect(), 0, 0, 1};
+  return {GetAspect(), 0, static_cast<UInt32>(is1D ? region.origin.y : region.origin.z),
           static_cast<UInt32>(is1D ? region.extent.height : region.extent.depth)};
 }
 
@@ -141,6 +184,8 @@ Int ImageResource::GetPitch(Int width) const {
 
 Result<Int> ImageResource::GetStagingBufferSize(const DrawportOrigin& origin, const DrawportExtent& extent, Int level,
                                                 Int layer) const {
+  if (_description.sampleCount > 1)
+    return OSTRA_ILLEGAL_ARGUMENT("A texture with @ samples a pixel cannot be mapped.", _description.sampleCount);
   if (level != 0 || layer != 0) return OSTRA_ILLEGAL_ARGUMENT("The texture has no level @ and layer @.", level, layer);
   const DrawportExtent& size = _description.extent;
   const auto isInside = [](Int begin, Int count, Int all) { return begin >= 0 && count >= 1 && begin <= all - count; };

@@ -11,9 +11,14 @@ class ImageResource final : public DeviceResource, public DrawportTexture {
  public:
   // Errors: illegal argument for a description that the device cannot do; out of memory.
   static Result<StrongRef<ImageResource>> Create(Device& device, const DrawportTextureDescription& description);
+  // One that passes draw into: these also have depths and several samples.
+  static Result<StrongRef<ImageResource>> CreateTarget(Device& device, const DrawportTextureDescription& description);
 
-  ImageResource(DeviceRef device, const DrawportTextureDescription& description)
-      : DeviceResource(std::move(device)), _description(description), _format(GetFormatInfo(description.format)) {}
+  ImageResource(DeviceRef device, const DrawportTextureDescription& description, Bool isTarget)
+      : DeviceResource(std::move(device)),
+        _description(description),
+        _format(GetFormatInfo(description.format, description.depthFormat)),
+        _isTarget(isTarget) {}
 
   const DrawportTextureDescription& GetDescription() const override { return _description; }
   Result<Int> GetStagingBufferSize(const DrawportOrigin& origin, const DrawportExtent& extent, Int level,
@@ -28,6 +33,8 @@ class ImageResource final : public DeviceResource, public DrawportTexture {
   VkImageSubresourceLayers GetLayers(const DrawportRegion& region) const;
   DrawportRegion GetRegionInLayer(const DrawportRegion& region) const;
   const FormatInfo& GetFormat() const { return _format; }
+  Bool IsDepth() const { return _description.depthFormat != DrawportDepthFormat::None; }
+  VkImageAspectFlags GetAspect() const { return IsDepth() ? VK_IMAGE_ASPECT_DEPTH_BIT : VK_IMAGE_ASPECT_COLOR_BIT; }
   // Bytes from one row of `width` texels to the next in staging buffers.
   Int GetPitch(Int width) const;
 
@@ -43,12 +50,15 @@ class ImageResource final : public DeviceResource, public DrawportTexture {
 
  private:
   Result<void> Check() const;
+  Result<void> CheckTarget() const;
   Result<void> Init();
+  VkImageUsageFlags GetUsage() const;
   void Free() override;
   Result<VkImageView> CreateView(Bool isLayered) const;
 
   DrawportTextureDescription _description;
   FormatInfo _format;
+  Bool _isTarget;
   VkImage _image = VK_NULL_HANDLE;
   VkImageView _view = VK_NULL_HANDLE;
   VkImageView _layeredView = VK_NULL_HANDLE;  // 1D and 2D only

@@ -12,21 +12,26 @@ namespace {
 constexpr UInt32 kSpirvMagic = 0x07230203;
 constexpr Int kSpirvHeaderWords = 5;
 constexpr UInt32 kOpDecorate = 71;
+constexpr UInt32 kOpVariable = 59;
+constexpr UInt32 kDecorationLocation = 30;
 constexpr UInt32 kDecorationBinding = 33;
+constexpr UInt32 kStorageInput = 1;
+constexpr UInt32 kStorageOutput = 3;
 
-// Destroys a shader module at the end of a block: a pipeline keeps what it needs of it.
-class ShaderModule {
- public:
-  explicit ShaderModule(VkDevice device) : _device(device) {}
-  ShaderModule(const ShaderModule&) = delete;
-  ~ShaderModule() {
-    if (module) vkDestroyShaderModule(_device, module, nullptr);
+// Calls `use` (→ Result<void>) with the number of each instruction of SPIR-V words, its operands and their count.
+template <class Use>
+Result<void> ForEachInstruction(Block<const UInt32> spirv, Use&& use) {
+  const UInt32* words = spirv.GetFirst();
+  const Int count = spirv.GetCount();
+  if (count < kSpirvHeaderWords || words[0] != kSpirvMagic) return OK;
+  for (Int i = kSpirvHeaderWords; i < count;) {
+    const Int length = words[i] >> 16;
+    if (length == 0 || i + length > count) break;
+    OSTRA_RETURN_IF_ERROR(use(words[i] & 0xFFFF, words + i + 1, length - 1));
+    i += length;
   }
-  VkShaderModule module = VK_NULL_HANDLE;
-
- private:
-  VkDevice _device;
-};
+  return OK;
+}
 
 struct KindLimit {
   VkDescriptorType type;
@@ -55,42 +60,81 @@ Result<void> CheckLimits(const Device& device, const BaseArray<PipelineBinding>&
 
 }  // namespace
 
+VkShaderStageFlagBits GetStageFlag(DrawportStage stage) {
+  switch (stage) {
+    case DrawportStage::Vertex:
+      return VK_SHADER_STAGE_VERTEX_BIT;
+    case DrawportStage::TessellationControl:
+      return VK_SHADER_STAGE_TESSELLATION_CONTROL_BIT;
+    case DrawportStage::TessellationEvaluation:
+      return VK_SHADER_STAGE_TESSELLATION_EVALUATION_BIT;
+    case DrawportStage::Fragment:
+      return VK_SHADER_STAGE_FRAGMENT_BIT;
+    case DrawportStage::Compute:
+      break;
+  }
+  return VK_SHADER_STAGE_COMPUTE_BIT;
+}
+
 Result<BaseArray<UInt32>> FindBindings(Block<const UInt32> spirv) {
   BaseArray<UInt32> numbers;
-  const UInt32* words = spirv.GetFirst();
-  const Int count = spirv.GetCount();
-  if (count < kSpirvHeaderWords || words[0] != kSpirvMagic) return numbers;
-  for (Int i = kSpirvHeaderWords; i < count;) {
-    const Int length = words[i] >> 16;
-    if (length == 0 || i + length > count) break;
-    if ((words[i] & 0xFFFF) == kOpDecorate && length == 4 && words[i + 2] == kDecorationBinding)
-      OSTRA_RETURN_IF_ERROR(numbers.Append(words[i + 3]));
-    i += length;
-  }
+  const auto add = [&numbers](UInt32 instruction, const UInt32* operands, Int count) -> Result<void> {
+    if (instruction == kOpDecorate && count == 3 && operands[1] == kDecorationBinding)
+      OSTRA_RETURN_IF_ERROR(numbers.Append(operands[2]));
+    return OK;
+  };
+  OSTRA_RETURN_IF_ERROR(ForEachInstruction(spirv, add));
   std::sort(numbers.begin(), numbers.end());
   return numbers;
 }
 
-Result<PipelineRef> Pipeline::Create(Device& device, const ContentKey& key, Block<const UInt32> spirv,
+Result<BaseArray<UInt32>> FindLocations(Block<const UInt32> spirv, Bool ofInputs) {
+  struct Decoration {
+    UInt32 variable;
+    UInt32 location;
+  };
+  BaseArray<Decoration> decorations;
+  BaseArray<UInt32> locations;
+  // Decorations stand in front of the variables.
+  const auto add = [&](UInt32 instruction, const UInt32* operands, Int count) -> Result<void> {
+    if (instruction == kOpDecorate && count == 3 && operands[1] == kDecorationLocation)
+      OSTRA_RETURN_IF_ERROR(decorations.Append(Decoration{operands[0], operands[2]}));
+    if (instruction != kOpVariable || count < 3 || operands[2] != (ofInputs ? kStorageInput : kStorageOutput))
+      return OK;
+    for (const Decoration& decoration : decorations)
+      if (decoration.variable == operands[1]) OSTRA_RETURN_IF_ERROR(locations.Append(decoration.location));
+    return OK;
+  };
+  OSTRA_RETURN_IF_ERROR(ForEachInstruction(spirv, add));
+  std::sort(locations.begin(), locations.end());
+  return locations;
+}
+
+Result<PipelineRef> Pipeline::Create(Device& device, const ContentKey& key, BaseArray<PipelineStage> stages,
                                      Block<const PipelineBinding> bindings, VkPipelineCache cache) {
   Pipeline* pipeline = NewObj<Pipeline>(DeviceRef(&device), key);
   if (!pipeline) return OSTRA_OUT_OF_MEMORY();
   PipelineRef held = PipelineRef::Adopt(pipeline);
   for (Int i = 0; i < bindings.GetCount(); ++i) OSTRA_RETURN_IF_ERROR(pipeline->_bindings.Append(bindings[i]));
   OSTRA_RETURN_IF_ERROR(CheckLimits(device, pipeline->_bindings));
-  OSTRA_RETURN_IF_ERROR(pipeline->Init(spirv, cache));
+  pipeline->_stages = std::move(stages);
+  OSTRA_RETURN_IF_ERROR(pipeline->Init(cache));
   return held;
 }
 
 Pipeline::~Pipeline() {
   GetDevice().GetPrograms().Forget(*this);
   const VkDevice device = GetDevice().GetHandle();
+  for (const Variant& variant : _variants) vkDestroyPipeline(device, variant.pipeline, nullptr);
   if (_pipeline) vkDestroyPipeline(device, _pipeline, nullptr);
+  for (const VkShaderModule module : _modules)
+    if (module) vkDestroyShaderModule(device, module, nullptr);
   if (_layout) vkDestroyPipelineLayout(device, _layout, nullptr);
   if (_setLayout) vkDestroyDescriptorSetLayout(device, _setLayout, nullptr);
 }
 
-Result<void> Pipeline::Init(Block<const UInt32> spirv, VkPipelineCache cache) {
+Result<void> Pipeline::Init(VkPipelineCache cache) {
+  _cache = cache;
   const VkDevice device = GetDevice().GetHandle();
   BaseArray<VkDescriptorSetLayoutBinding> bindings;
   for (const PipelineBinding& binding : _bindings) {
@@ -98,7 +142,7 @@ Result<void> Pipeline::Init(Block<const UInt32> spirv, VkPipelineCache cache) {
     description.binding = binding.number;
     description.descriptorType = binding.type;
     description.descriptorCount = 1;
-    description.stageFlags = VK_SHADER_STAGE_COMPUTE_BIT;
+    description.stageFlags = binding.stages;
     OSTRA_RETURN_IF_ERROR(bindings.Append(description));
   }
   VkDescriptorSetLayoutCreateInfo setInfo = {VK_STRUCTURE_TYPE_DESCRIPTOR_SET_LAYOUT_CREATE_INFO};
@@ -111,23 +155,51 @@ Result<void> Pipeline::Init(Block<const UInt32> spirv, VkPipelineCache cache) {
   layoutInfo.pSetLayouts = &_setLayout;
   OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkCreatePipelineLayout(device, &layoutInfo, nullptr, &_layout)));
 
-  VkShaderModuleCreateInfo moduleInfo = {VK_STRUCTURE_TYPE_SHADER_MODULE_CREATE_INFO};
-  moduleInfo.codeSize = static_cast<std::size_t>(spirv.GetCount()) * sizeof(UInt32);
-  moduleInfo.pCode = spirv.GetFirst();
-  ShaderModule shader(device);
-  OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkCreateShaderModule(device, &moduleInfo, nullptr, &shader.module)));
+  OSTRA_RETURN_IF_ERROR(_modules.Resize(_stages.GetCount()));
+  for (Int i = 0; i < _stages.GetCount(); ++i) {
+    VkShaderModuleCreateInfo moduleInfo = {VK_STRUCTURE_TYPE_SHADER_MODULE_CREATE_INFO};
+    moduleInfo.codeSize = static_cast<std::size_t>(_stages[i].words.GetCount()) * sizeof(UInt32);
+    moduleInfo.pCode = _stages[i].words.GetFirst();
+    OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkCreateShaderModule(device, &moduleInfo, nullptr, &_modules[i])));
+    _stages[i].words = {};
+  }
+  return IsGraphics() ? Result<void>(OK) : InitCompute();
+}
 
+Result<void> Pipeline::InitCompute() {
+  const VkDevice device = GetDevice().GetHandle();
   VkComputePipelineCreateInfo info = {VK_STRUCTURE_TYPE_COMPUTE_PIPELINE_CREATE_INFO};
   info.stage.sType = VK_STRUCTURE_TYPE_PIPELINE_SHADER_STAGE_CREATE_INFO;
   info.stage.stage = VK_SHADER_STAGE_COMPUTE_BIT;
-  info.stage.module = shader.module;
+  info.stage.module = _modules[0];
   info.stage.pName = "main";
   info.layout = _layout;
-  return OSTRA_VULKAN(vkCreateComputePipelines(device, cache, 1, &info, nullptr, &_pipeline));
+  OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkCreateComputePipelines(device, _cache, 1, &info, nullptr, &_pipeline)));
+  // Nothing else is made of it.
+  vkDestroyShaderModule(device, std::exchange(_modules[0], VK_NULL_HANDLE), nullptr);
+  return OK;
 }
 
-void Pipeline::SetName(const CString& name) const {
-  GetDevice().SetName(VK_OBJECT_TYPE_PIPELINE, reinterpret_cast<UInt64>(_pipeline), name);
+const PipelineStage* Pipeline::FindStage(DrawportStage stage) const {
+  for (const PipelineStage& known : _stages)
+    if (known.stage == stage) return &known;
+  return nullptr;
+}
+
+Result<VkPipeline> Pipeline::GetVariant(const GraphicsState& state) {
+  const std::scoped_lock lock(_mutex);
+  for (const Variant& known : _variants)
+    if (known.state == state) return known.pipeline;
+  OSTRA_RETURN_IF_ERROR(_variants.Reserve(_variants.GetCount() + 1));
+  OSTRA_ASSIGN_OR_RETURN(VkPipeline made, CreateVariant(state));
+  GetDevice().SetName(VK_OBJECT_TYPE_PIPELINE, reinterpret_cast<UInt64>(made), _name);
+  OSTRA_RETURN_IF_ERROR(_variants.Append(Variant{state, made}));  // there is room
+  return made;
+}
+
+void Pipeline::SetName(const CString& name) {
+  _name = name;
+  if (_pipeline) GetDevice().SetName(VK_OBJECT_TYPE_PIPELINE, reinterpret_cast<UInt64>(_pipeline), name);
 }
 
 Result<DescriptorPoolRef> DescriptorPool::Create(Device& device, Block<const PipelineBinding> bindings, Int setCount) {

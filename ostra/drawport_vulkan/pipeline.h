@@ -1,7 +1,10 @@
-// Pipeline: a compute program in the form that the device runs. Shared by all programs with the same text.
+// Pipeline: a program in the form that the device runs. Shared by all programs with the same text.
 #pragma once
 
+#include <mutex>
+
 #include "ostra/drawport/shader_assembly.h"
+#include "ostra/drawport_vulkan/graphics_state.h"
 #include "ostra/drawport_vulkan/resource.h"
 #include "ostra/io/content_store.h"
 
@@ -11,32 +14,66 @@ namespace ostra::vulkan {
 struct PipelineBinding {
   UInt32 number = 0;
   VkDescriptorType type = VK_DESCRIPTOR_TYPE_STORAGE_BUFFER;
+  VkShaderStageFlags stages = VK_SHADER_STAGE_COMPUTE_BIT;
 };
+
+// A compiled stage with the locations that the optimiser has left of its variables.
+struct PipelineStage {
+  DrawportStage stage = DrawportStage::Compute;
+  BaseArray<UInt32> words;  // not kept by a pipeline
+  BaseArray<UInt32> inputs;
+  BaseArray<UInt32> outputs;
+};
+
+VkShaderStageFlagBits GetStageFlag(DrawportStage stage);
 
 class Pipeline final : public DeviceResource {
  public:
-  // `bindings` sorted by number. Errors: illegal argument when the device has not so many of a kind; out of memory.
-  static Result<StrongRef<Pipeline>> Create(Device& device, const ContentKey& key, Block<const UInt32> spirv,
+  // A compute stage, or all stages of a graphics program. `bindings` sorted by number. Errors: illegal argument when
+  // the device has not so many of a kind; out of memory.
+  static Result<StrongRef<Pipeline>> Create(Device& device, const ContentKey& key, BaseArray<PipelineStage> stages,
                                             Block<const PipelineBinding> bindings, VkPipelineCache cache);
 
   Pipeline(DeviceRef device, const ContentKey& key) : DeviceResource(std::move(device)), _key(key) {}
   ~Pipeline() override;
 
+  Bool IsGraphics() const { return _stages[0].stage != DrawportStage::Compute; }
+  // Of a compute program.
   VkPipeline GetHandle() const { return _pipeline; }
+  // Of a graphics program: the variant for one state, made when it is first asked for. Thread-safe. Error: out of
+  // memory.
+  Result<VkPipeline> GetVariant(const GraphicsState& state);
   VkPipelineLayout GetLayout() const { return _layout; }
   VkDescriptorSetLayout GetSetLayout() const { return _setLayout; }
   const BaseArray<PipelineBinding>& GetBindings() const { return _bindings; }
+  const BaseArray<PipelineStage>& GetStages() const { return _stages; }
+  // Null when the program has no such stage.
+  const PipelineStage* FindStage(DrawportStage stage) const;
   const ContentKey& GetKey() const { return _key; }
-  void SetName(const CString& name) const;
+  // Names the pipelines for debuggers, before they are used.
+  void SetName(const CString& name);
 
  private:
-  Result<void> Init(Block<const UInt32> spirv, VkPipelineCache cache);
+  struct Variant {
+    GraphicsState state;
+    VkPipeline pipeline = VK_NULL_HANDLE;
+  };
+  Result<void> Init(VkPipelineCache cache);
+  Result<void> InitCompute();
+  // graphics_pipeline.cpp
+  Result<VkPipeline> CreateVariant(const GraphicsState& state) const;
 
   ContentKey _key;
+  CString _name;
+  BaseArray<PipelineStage> _stages;
+  BaseArray<VkShaderModule> _modules;  // by stage
   BaseArray<PipelineBinding> _bindings;
+  VkPipelineCache _cache = VK_NULL_HANDLE;  // the device's
   VkDescriptorSetLayout _setLayout = VK_NULL_HANDLE;
   VkPipelineLayout _layout = VK_NULL_HANDLE;
   VkPipeline _pipeline = VK_NULL_HANDLE;
+  std::mutex _mutex;
+  BaseArray<Variant> _variants;
 };
 using PipelineRef = StrongRef<Pipeline>;
 
@@ -59,5 +96,8 @@ using DescriptorPoolRef = StrongRef<DescriptorPool>;
 // The binding numbers that variables of SPIR-V words have: what the optimiser left of the declarations. Words that are
 // no SPIR-V have none. Error: out of memory.
 Result<BaseArray<UInt32>> FindBindings(Block<const UInt32> spirv);
+
+// The locations of the inputs, or of the outputs, of SPIR-V words; of matrices the first one. Error: out of memory.
+Result<BaseArray<UInt32>> FindLocations(Block<const UInt32> spirv, Bool ofInputs);
 
 }  // namespace ostra::vulkan

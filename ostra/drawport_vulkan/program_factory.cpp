@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <span>
 
+#include "ostra/drawport/gradient_segments.h"
 #include "ostra/drawport_vulkan/context.h"
 
 OSTRA_UNIT("drawport_vulkan");
@@ -210,6 +211,11 @@ Result<void> ProgramFactory::CheckTexture(const ParameterPlace& place, const Ima
   const DrawportParameter& parameter = place.parameter;
   if (texture.type != parameter.textureType)
     return OSTRA_ILLEGAL_ARGUMENT("The texture \"@\" of the GPU program has other dimensions.", parameter.name);
+  if (parameter.isMultisampled != (texture.sampleCount > 1))
+    return OSTRA_ILLEGAL_ARGUMENT(parameter.isMultisampled
+                                      ? "The texture \"@\" of the GPU program has one sample a pixel, not several."
+                                      : "The texture \"@\" of the GPU program has several samples a pixel, not one.",
+                                  parameter.name);
   if (parameter.kind == DrawportParameterKind::Image) {
     if (!texture.isImage)
       return OSTRA_ILLEGAL_ARGUMENT("The texture that is set as image \"@\" was not made to be written by kernels.",
@@ -278,9 +284,19 @@ Result<void> ProgramFactory::SetParameterNoise(DrawportParameterValueSet& values
   return SetValue(values, handle, DrawportShaderValueType::NoiseTable, table, sizeof(table));
 }
 
-Result<void> ProgramFactory::SetParameterGradient(DrawportParameterValueSet&, DrawportParameterHandle,
-                                                  const GradientRenderData&) {
-  return OSTRA_NOT_IMPLEMENTED("Gradients are set by graphics programs, which this GPU backend does not have.");
+Result<void> ProgramFactory::SetParameterGradient(DrawportParameterValueSet& values, DrawportParameterHandle handle,
+                                                  const GradientRenderData& gradient) {
+  if (!handle) return OK;
+  // Segments of all gradients lie one behind the other; what a program has is where its own begin, and their number.
+  BaseArray<ShaderGradientSegment>& segments = static_cast<ValueSet&>(values).GetGradients();
+  const Int first = segments.GetCount();
+  OSTRA_RETURN_IF_ERROR(AppendGradientSegments(gradient, segments));
+  const UInt32 table[2] = {static_cast<UInt32>(first), static_cast<UInt32>(segments.GetCount() - first)};
+  return SetValue(values, handle, DrawportShaderValueType::Gradient, table, sizeof(table));
+}
+
+Bool ProgramFactory::IsGradientBinding(UInt32 number) const {
+  return std::find(_gradientBindings.begin(), _gradientBindings.end(), number) != _gradientBindings.end();
 }
 
 }  // namespace ostra::vulkan

@@ -11,6 +11,7 @@ namespace ostra::vulkan {
 
 class CommandList;
 class ProgramFactory;
+struct ProgramStage;
 
 // Where a parameter's value goes.
 struct ParameterPlace {
@@ -22,6 +23,13 @@ struct ParameterPlace {
   Int wrapOffset = -1;     // in the uniform buffer, of the wrap modes of a texture
 };
 
+// The uniform buffer of a stage: a part of the bytes that a draw or dispatch is given.
+struct UniformBlock {
+  UInt32 number = 0;  // of its binding
+  Int offset = 0;
+  Int size = 0;
+};
+
 // What is bound to one binding. Held by its item and by recorded work; a dispatch needs what has gone set again.
 struct BoundObject {
   WeakRef<BufferResource> buffer;
@@ -29,6 +37,13 @@ struct BoundObject {
   WeakRef<SamplerResource> sampler;
   Bool isLayered = false;
   friend Bool operator==(const BoundObject&, const BoundObject&) = default;
+};
+
+// An attribute or a colour of a graphics program.
+struct StageVariable {
+  InternedId name;
+  DrawportShaderValueType type = DrawportShaderValueType::Float;
+  UInt32 location = 0;
 };
 
 class ValueSet final : public DrawportParameterValueSet {
@@ -51,9 +66,13 @@ class ValueSet final : public DrawportParameterValueSet {
 
   UInt32 GetList() const { return _list; }
 
+  // Whether a texture of the target is among what is set.
+  Bool Reads(const class RenderTarget& target) const;
+
   // Setters write here; nothing counts before Publish.
   void Clear();
   Byte* GetBytes() { return _nextBytes.GetFirst(); }
+  BaseArray<ShaderGradientSegment>& GetGradients() { return _nextGradients; }
   BoundObject& GetObject(Int binding) { return _nextObjects[binding]; }
   void Publish();
 
@@ -75,6 +94,12 @@ class ValueSet final : public DrawportParameterValueSet {
   void WriteSet(CommandList& list);
   // The value behind a dynamic storage binding.
   const ParameterPlace* FindValue(Int binding) const;
+  // The part of the slice that a dynamic binding without a buffer of its own sees.
+  struct Range {
+    Int offset = 0, size = 0;
+  };
+  Range FindRange(Int binding) const;
+  Int GetSliceSize() const;
 
   ProgramFactory& _factory;
   UInt32 _list;
@@ -83,6 +108,8 @@ class ValueSet final : public DrawportParameterValueSet {
 
   BaseArray<Byte> _nextBytes, _bytes;  // uniform buffer and values behind it
   BaseArray<BoundObject> _nextObjects, _objects;
+  BaseArray<ShaderGradientSegment> _nextGradients, _gradients;
+  Int _gradientRoom = 0;  // segments that descriptor sets have room for
 
   // The uniforms' place for batch _sliceSerial; another batch gets another copy.
   UInt64 _sliceSerial = 0;
@@ -113,12 +140,23 @@ class ProgramFactory final : public DrawportProgramFactory {
 
   Device& GetDevice() const { return _pipeline->GetDevice(); }
   Pipeline& GetPipeline() const { return *_pipeline; }
-  Int GetUniformSize() const { return _uniformSize; }
+  const BaseArray<UniformBlock>& GetUniformBlocks() const { return _uniformBlocks; }
   Int GetSliceSize() const { return _sliceSize; }
   const BaseArray<ParameterPlace>& GetPlaces() const { return _places; }
-  // For programs that read gradients which nobody set.
-  BufferResource* GetNoGradients() const { return _noGradients.GetPointer(); }
-  UInt32 GetGradientBinding() const { return _gradientBinding; }
+  // Whether a stage reads gradients, and whether a binding is that of their segments. All stages share the segments,
+  // which lie behind the slice.
+  Bool HasGradients() const { return _gradientBindings.IsPopulated(); }
+  Bool IsGradientBinding(UInt32 number) const;
+
+  // Of graphics programs. Whether vertices have the attributes that the program reads, and targets a place for its
+  // colours. Errors: illegal argument that names what is missing.
+  Result<void> CheckAttributes(const DrawportVertexAttributeSet& attributes) const;
+  Result<void> CheckTargets(const DrawportFramebufferTargetSet& targets) const;
+  // The same while they become part of the state that the program is drawn with.
+  Result<void> AddAttributes(const DrawportVertexAttributeSet* attributes, GraphicsState& state) const;
+  void AddTargets(GraphicsState& state) const;
+  Bool HasAttributes() const { return _attributes.IsPopulated(); }
+  Bool HasTessellation() const { return _pipeline->FindStage(DrawportStage::TessellationControl) != nullptr; }
 
   DrawportParameterHandle GetParameterHandle(InternedId name) const override;
   DrawportParameterHandle GetBufferParameterHandle(InternedId name) const override;
@@ -168,8 +206,10 @@ class ProgramFactory final : public DrawportProgramFactory {
  private:
   // program_layout.cpp
   Result<void> Init(Device& device, const DrawportProgramDescription& description, const Id& language);
-  Result<void> AddPlaces(const DrawportProgramDescription& description, const AssembledShader& shader);
-  Result<void> LayOut(const ShaderRecords& records, const AssembledShader& shader);
+  Result<void> AddPlaces(const DrawportProgramDescription& description, const BaseArray<ProgramStage>& stages);
+  Result<void> LayOut(const ProgramStage& stage);
+  // program_graphics.cpp
+  Result<void> FindVariables(const BaseArray<ProgramStage>& stages);
 
   // Writes `bytes` bytes of a value. Error: illegal argument when the parameter is of another type.
   Result<void> SetValue(DrawportParameterValueSet& values, DrawportParameterHandle handle, DrawportShaderValueType type,
@@ -184,10 +224,11 @@ class ProgramFactory final : public DrawportProgramFactory {
 
   PipelineRef _pipeline;
   BaseArray<ParameterPlace> _places;
-  Int _uniformSize = 0;
+  BaseArray<UniformBlock> _uniformBlocks;
   Int _sliceSize = 0;
-  UInt32 _gradientBinding = 0;
-  BufferRef _noGradients;
+  BaseArray<UInt32> _gradientBindings;            // that are used
+  BaseArray<StageVariable> _attributes, _colors;  // that are used
+  Bool _writesDepth = false;
   BaseArray<ValueSet*> _valueSets;  // owned
 };
 

@@ -1,7 +1,8 @@
 // How a description becomes a program: assembly, compilation, and the place of every parameter.
-#include <algorithm>
+#include <tuple>
 
 #include "ostra/drawport_vulkan/program_factory.h"
+#include "ostra/drawport_vulkan/program_stages.h"
 #include "ostra/drawport_vulkan/program_store.h"
 
 OSTRA_UNIT("drawport_vulkan");
@@ -25,41 +26,35 @@ Result<void> CheckWorkGroup(const Device& device, const UInt32 (&size)[3]) {
   return OK;
 }
 
-template <class Record>
-const Record* FindByName(const BaseArray<Record>& records, std::string_view name) {
-  for (const Record& record : records)
-    if (record.name == name) return &record;
-  return nullptr;
-}
-
-// What the records declare, whether the compiler keeps it or not.
-Result<BaseArray<PipelineBinding>> ListBindings(const ShaderRecords& records, const AssembledShader& shader) {
-  BaseArray<PipelineBinding> bindings;
-  const auto add = [&](Int number, VkDescriptorType type) -> Result<void> {
-    if (number < 0) return OK;
-    OSTRA_RETURN_IF_ERROR(bindings.Append(PipelineBinding{static_cast<UInt32>(number), type}));
-    return OK;
-  };
-  if (shader.uniformByteCount > 0)
-    OSTRA_RETURN_IF_ERROR(add(records.uniformBinding, VK_DESCRIPTOR_TYPE_UNIFORM_BUFFER_DYNAMIC));
-  for (const ShaderParameter& parameter : records.parameters) {
-    OSTRA_RETURN_IF_ERROR(add(parameter.binding, parameter.isValue ? VK_DESCRIPTOR_TYPE_STORAGE_BUFFER_DYNAMIC
-                                                                   : VK_DESCRIPTOR_TYPE_STORAGE_BUFFER));
-  }
-  for (const ShaderTexture& texture : records.textures) {
-    OSTRA_RETURN_IF_ERROR(add(texture.binding, texture.isImage ? VK_DESCRIPTOR_TYPE_STORAGE_IMAGE
-                                                               : VK_DESCRIPTOR_TYPE_COMBINED_IMAGE_SAMPLER));
-  }
-  OSTRA_RETURN_IF_ERROR(add(records.gradientBinding, VK_DESCRIPTOR_TYPE_STORAGE_BUFFER));
-  std::sort(bindings.begin(), bindings.end(),
-            [](const PipelineBinding& a, const PipelineBinding& b) { return a.number < b.number; });
-  return bindings;
-}
-
 Int FindBinding(const BaseArray<PipelineBinding>& bindings, Int number) {
   for (Int i = 0; i < bindings.GetCount(); ++i)
     if (static_cast<Int>(bindings[i].number) == number) return i;
   return -1;
+}
+
+Result<void> CheckGraphics(const Device& device, const BaseArray<ProgramStage>& stages) {
+  const VkPhysicalDeviceLimits& limits = device.GetLimits();
+  if (!device.CanDraw()) return OSTRA_ILLEGAL_STATE("The GPU device cannot draw.");
+  for (const ProgramStage& stage : stages) {
+    if (stage.stage == DrawportStage::TessellationControl && !device.HasTessellation())
+      return OSTRA_ILLEGAL_STATE("The GPU device does not support tessellation, which the program requires.");
+    Int attributes = 0;
+    for (const ShaderParameter& parameter : stage.records.parameters) {
+      attributes += parameter.kind == ShaderParameterKind::Attribute;
+      const Bool isVarying = parameter.kind == ShaderParameterKind::Varying;
+      const Int end = parameter.binding + GetLocationCount(parameter.valueType);
+      if (isVarying && 4 * end > static_cast<Int>(limits.maxVertexOutputComponents))
+        return OSTRA_ILLEGAL_ARGUMENT("The varyings of the GPU program take more than the @ places of the GPU device.",
+                                      limits.maxVertexOutputComponents / 4);
+      if (parameter.kind == ShaderParameterKind::Output && parameter.binding >= kMaxColorTargets)
+        return OSTRA_ILLEGAL_ARGUMENT("The fragment stage of the GPU program has more than @ colours.",
+                                      kMaxColorTargets);
+    }
+    if (attributes > kMaxVertexAttributes)
+      return OSTRA_ILLEGAL_ARGUMENT("The vertex stage of the GPU program has @ attributes; there are at most @.",
+                                    attributes, kMaxVertexAttributes);
+  }
+  return OK;
 }
 
 }  // namespace
@@ -79,58 +74,76 @@ ProgramFactory::~ProgramFactory() {
 }
 
 Result<void> ProgramFactory::Init(Device& device, const DrawportProgramDescription& description, const Id& language) {
-  OSTRA_RETURN_IF_ERROR(CheckWorkGroup(device, description.GetWorkGroupSize()));
-  OSTRA_ASSIGN_OR_RETURN(ShaderRecords records, description.MakeShaderRecords(DrawportStage::Compute, language));
-  AssignBindings(records);
-  OSTRA_ASSIGN_OR_RETURN(const AssembledShader shader, AssembleShader(records));
-  OSTRA_ASSIGN_OR_RETURN(const BaseArray<PipelineBinding> bindings, ListBindings(records, shader));
+  OSTRA_ASSIGN_OR_RETURN(const BaseArray<ProgramStage> stages, MakeProgramStages(description, language));
+  if (stages[0].stage == DrawportStage::Compute)
+    OSTRA_RETURN_IF_ERROR(CheckWorkGroup(device, description.GetWorkGroupSize()));
+  else
+    OSTRA_RETURN_IF_ERROR(CheckGraphics(device, stages));
+  OSTRA_ASSIGN_OR_RETURN(const BaseArray<PipelineBinding> bindings, ListBindings(stages));
+  BaseArray<StageText> texts;
+  for (const ProgramStage& stage : stages) OSTRA_RETURN_IF_ERROR(texts.Append(StageText{stage.stage, &stage.shader}));
   const String name = description.GetDebugLabel().IsPopulated() ? description.GetDebugLabel() : "kernel"_s;
-  OSTRA_ASSIGN_OR_RETURN(
-      _pipeline, device.GetPrograms().GetPipeline(
-                     language, shader, Block<const PipelineBinding>(bindings.GetFirst(), bindings.GetCount()), name));
-  OSTRA_RETURN_IF_ERROR(AddPlaces(description, shader));
-  OSTRA_RETURN_IF_ERROR(LayOut(records, shader));
-  if (FindBinding(_pipeline->GetBindings(), records.gradientBinding) < 0) return OK;
-  _gradientBinding = static_cast<UInt32>(records.gradientBinding);
-  OSTRA_ASSIGN_OR_RETURN(_noGradients,
-                         BufferResource::Create(device, sizeof(ShaderGradientSegment), MemoryUse::Device, true));
-  return OK;
+  OSTRA_ASSIGN_OR_RETURN(_pipeline, device.GetPrograms().GetPipeline(
+                                        language, Block<const StageText>(texts.GetFirst(), texts.GetCount()),
+                                        Block<const PipelineBinding>(bindings.GetFirst(), bindings.GetCount()), name));
+  OSTRA_RETURN_IF_ERROR(CheckVaryings(stages, *_pipeline));
+  OSTRA_RETURN_IF_ERROR(AddPlaces(description, stages));
+  for (const ProgramStage& stage : stages) OSTRA_RETURN_IF_ERROR(LayOut(stage));
+  if (HasGradients()) {
+    const Int alignment = static_cast<Int>(device.GetLimits().minStorageBufferOffsetAlignment);
+    _sliceSize = (_sliceSize + alignment - 1) / alignment * alignment;
+  }
+  if (!_pipeline->IsGraphics()) return OK;
+  _writesDepth = description.GetDepthWriteMode() == DrawportDepthWriteMode::On;
+  return FindVariables(stages);
 }
 
-Result<void> ProgramFactory::AddPlaces(const DrawportProgramDescription& description, const AssembledShader& shader) {
+Result<void> ProgramFactory::AddPlaces(const DrawportProgramDescription& description,
+                                       const BaseArray<ProgramStage>& stages) {
   for (const DrawportParameter& parameter : description.GetParameters()) {
     ParameterPlace place;
     place.parameter = parameter;
     OSTRA_RETURN_IF_ERROR(_places.Append(std::move(place)));
   }
   // Assembly declares values of its own, such as those of noises.
-  for (const ShaderUniform& uniform : shader.uniforms) {
-    OSTRA_ASSIGN_OR_RETURN(const InternedId name, InternedId::Create(uniform.name));
-    Bool isKnown = false;
-    for (const ParameterPlace& place : _places) isKnown = isKnown || place.parameter.name == name;
-    if (isKnown) continue;
-    ParameterPlace place;
-    place.parameter.name = name;
-    place.parameter.valueType = uniform.type;
-    OSTRA_RETURN_IF_ERROR(_places.Append(std::move(place)));
+  for (const ProgramStage& stage : stages) {
+    for (const ShaderUniform& uniform : stage.shader.uniforms) {
+      OSTRA_ASSIGN_OR_RETURN(const InternedId name, InternedId::Create(uniform.name));
+      if (GetStageParameterHandle(stage.stage, name)) continue;
+      ParameterPlace place;
+      place.parameter.stage = stage.stage;
+      place.parameter.name = name;
+      place.parameter.valueType = uniform.type;
+      OSTRA_RETURN_IF_ERROR(_places.Append(std::move(place)));
+    }
   }
   return OK;
 }
 
-Result<void> ProgramFactory::LayOut(const ShaderRecords& records, const AssembledShader& shader) {
-  _uniformSize = shader.uniformByteCount;
-  _sliceSize = _uniformSize;
-  const Int alignment = static_cast<Int>(GetDevice().GetLimits().minStorageBufferOffsetAlignment);
+Result<void> ProgramFactory::LayOut(const ProgramStage& stage) {
+  const VkPhysicalDeviceLimits& limits = GetDevice().GetLimits();
+  const Int alignment = static_cast<Int>(limits.minStorageBufferOffsetAlignment);
+  const Int blockAlignment = static_cast<Int>(limits.minUniformBufferOffsetAlignment);
+  const auto [records, shader] = std::tie(stage.records, stage.shader);
   const BaseArray<PipelineBinding>& bindings = _pipeline->GetBindings();
+  const Int begin = (_sliceSize + blockAlignment - 1) / blockAlignment * blockAlignment;
+  if (shader.uniformByteCount > 0) {
+    OSTRA_RETURN_IF_ERROR(_uniformBlocks.Append(
+        UniformBlock{static_cast<UInt32>(records.uniformBinding), begin, shader.uniformByteCount}));
+    _sliceSize = begin + shader.uniformByteCount;
+  }
+  if (FindBinding(bindings, records.gradientBinding) >= 0)
+    OSTRA_RETURN_IF_ERROR(_gradientBindings.Append(static_cast<UInt32>(records.gradientBinding)));
   for (ParameterPlace& place : _places) {
+    if (place.parameter.stage != stage.stage) continue;
     const std::string_view name = place.parameter.name.GetView();
-    if (const ShaderUniform* uniform = FindByName(shader.uniforms, name)) place.uniformOffset = uniform->offset;
-    if (const ShaderParameter* parameter = FindByName(records.parameters, name); parameter && parameter->binding >= 0)
-      place.binding = FindBinding(bindings, parameter->binding);
+    if (const ShaderUniform* uniform = FindByName(shader.uniforms, name)) place.uniformOffset = begin + uniform->offset;
+    const ShaderParameter* parameter = FindByName(records.parameters, name);
+    if (parameter && parameter->binding >= 0) place.binding = FindBinding(bindings, parameter->binding);
     if (const ShaderTexture* texture = FindByName(records.textures, name)) {
       place.binding = FindBinding(bindings, texture->binding);
       OSTRA_ASSIGN_OR_RETURN(const String wrapName, MakeWrapUniformName(name));
-      if (const ShaderUniform* wrap = FindByName(shader.uniforms, wrapName)) place.wrapOffset = wrap->offset;
+      if (const ShaderUniform* wrap = FindByName(shader.uniforms, wrapName)) place.wrapOffset = begin + wrap->offset;
     }
     if (place.parameter.isValue && place.binding >= 0) {
       constexpr Int kLargestValue = 64;  // for a value whose size nobody knows: a matrix

@@ -99,8 +99,11 @@ ProgramStatistics ProgramStore::GetStatistics() const {
   return _statistics;
 }
 
-Result<BaseArray<UInt32>> ProgramStore::GetSpirv(const ContentKey& key, const Id& language,
-                                                 const AssembledShader& shader, const String& name) {
+Result<BaseArray<UInt32>> ProgramStore::GetSpirv(const Id& language, const StageText& text, const String& name) {
+  ContentKey key = _compilerKey;
+  key.Add(language.GetView());
+  key.Add(static_cast<UInt64>(text.stage));
+  key.Add(text.shader->text.GetView());
   BaseArray<UInt32> words;
   OSTRA_ASSIGN_OR_RETURN(const BaseArray<Byte> kept, _store.Load(key));
   if (kept.IsPopulated() && kept.GetCount() % static_cast<Int>(sizeof(UInt32)) == 0) {
@@ -111,41 +114,55 @@ Result<BaseArray<UInt32>> ProgramStore::GetSpirv(const ContentKey& key, const Id
     return words;
   }
   const MonitorScope scope("compile shader");
-  OSTRA_ASSIGN_OR_RETURN(CompiledShader compiled, CompileShader(language, DrawportStage::Compute, shader));
+  OSTRA_ASSIGN_OR_RETURN(CompiledShader compiled, CompileShader(language, text.stage, *text.shader));
   {
     const std::scoped_lock lock(_mutex);
     ++_statistics.compiled;
   }
-  if (!compiled.IsCompiled()) return MakeCompileError(shader, compiled, name);
+  if (!compiled.IsCompiled()) return MakeCompileError(*text.shader, compiled, name);
   words = std::move(compiled.words);
   _store.Save(key, Block<const Byte>(reinterpret_cast<const Byte*>(words.GetFirst()),
                                      words.GetCount() * static_cast<Int>(sizeof(UInt32))));
   return words;
 }
 
-Result<PipelineRef> ProgramStore::GetPipeline(const Id& language, const AssembledShader& shader,
+Result<PipelineRef> ProgramStore::GetPipeline(const Id& language, Block<const StageText> stages,
                                               Block<const PipelineBinding> declared, const String& name) {
-  ContentKey spirvKey = _compilerKey;
-  spirvKey.Add(language.GetView());
-  spirvKey.Add(shader.text.GetView());
-  ContentKey key = spirvKey;
+  ContentKey key = _compilerKey;
+  key.Add(language.GetView());
+  for (Int i = 0; i < stages.GetCount(); ++i) {
+    key.Add(static_cast<UInt64>(stages[i].stage));
+    key.Add(stages[i].shader->text.GetView());
+  }
   for (Int i = 0; i < declared.GetCount(); ++i) {
     key.Add(static_cast<UInt64>(declared[i].number));
     key.Add(static_cast<UInt64>(declared[i].type));
   }
   if (PipelineRef running = FindRunning(key)) return running;
 
-  OSTRA_ASSIGN_OR_RETURN(const BaseArray<UInt32> spirv, GetSpirv(spirvKey, language, shader, name));
-  OSTRA_ASSIGN_OR_RETURN(const BaseArray<UInt32> numbers,
-                         FindBindings(Block<const UInt32>(spirv.GetFirst(), spirv.GetCount())));
+  BaseArray<PipelineStage> compiled;
   BaseArray<PipelineBinding> used;
-  for (const UInt32 number : numbers) {
-    for (Int i = 0; i < declared.GetCount(); ++i)
-      if (declared[i].number == number) OSTRA_RETURN_IF_ERROR(used.Append(declared[i]));
+  for (Int i = 0; i < stages.GetCount(); ++i) {
+    PipelineStage stage;
+    stage.stage = stages[i].stage;
+    OSTRA_ASSIGN_OR_RETURN(stage.words, GetSpirv(language, stages[i], name));
+    const Block<const UInt32> words(stage.words.GetFirst(), stage.words.GetCount());
+    OSTRA_ASSIGN_OR_RETURN(stage.inputs, FindLocations(words, true));
+    OSTRA_ASSIGN_OR_RETURN(stage.outputs, FindLocations(words, false));
+    OSTRA_ASSIGN_OR_RETURN(const BaseArray<UInt32> numbers, FindBindings(words));
+    for (const UInt32 number : numbers) {
+      for (Int k = 0; k < declared.GetCount(); ++k) {
+        if (declared[k].number != number) continue;
+        if (used.IsPopulated() && used[used.GetCount() - 1].number == number) break;
+        OSTRA_RETURN_IF_ERROR(used.Append(PipelineBinding{number, declared[k].type, GetStageFlag(stage.stage)}));
+        break;
+      }
+    }
+    OSTRA_RETURN_IF_ERROR(compiled.Append(std::move(stage)));
   }
   OSTRA_ASSIGN_OR_RETURN(
       PipelineRef pipeline,
-      Pipeline::Create(_device, key, Block<const UInt32>(spirv.GetFirst(), spirv.GetCount()),
+      Pipeline::Create(_device, key, std::move(compiled),
                        Block<const PipelineBinding>(used.GetFirst(), used.GetCount()), _driverCache));
   if (const auto label = CString::Create(name)) pipeline->SetName(*label);
   const std::scoped_lock lock(_mutex);

@@ -14,6 +14,12 @@ struct ProgramStatistics {
   Int shared = 0;    // programs that were running already
 };
 
+// A stage on its way to the compiler.
+struct StageText {
+  DrawportStage stage = DrawportStage::Compute;
+  const AssembledShader* shader = nullptr;
+};
+
 class ProgramStore {
  public:
   // OSTRA_GPU_CACHE names the folder of the disk caches; "off" keeps nothing. Otherwise it is the folder "gpu" of the
@@ -24,9 +30,10 @@ class ProgramStore {
   ProgramStore(const ProgramStore&) = delete;
   ~ProgramStore();
 
-  // The pipeline of an assembled text with bindings. `name` stands in messages about the text as a whole, and in
-  // debuggers. Errors: illegal argument with the messages of the compiler; those of Pipeline::Create. Thread-safe.
-  Result<PipelineRef> GetPipeline(const Id& language, const AssembledShader& shader,
+  // The pipeline of the assembled texts of all stages with their bindings. `name` stands in messages about a text as a
+  // whole, and in debuggers. Errors: illegal argument with the messages of the compiler; those of Pipeline::Create.
+  // Thread-safe.
+  Result<PipelineRef> GetPipeline(const Id& language, Block<const StageText> stages,
                                   Block<const PipelineBinding> declared, const String& name);
   // Called by a pipeline that goes.
   void Forget(const Pipeline& pipeline);
@@ -35,8 +42,7 @@ class ProgramStore {
 
  private:
   Result<void> Init();
-  Result<BaseArray<UInt32>> GetSpirv(const ContentKey& key, const Id& language, const AssembledShader& shader,
-                                     const String& name);
+  Result<BaseArray<UInt32>> GetSpirv(const Id& language, const StageText& text, const String& name);
   PipelineRef FindRunning(const ContentKey& key);
   void SaveDriverCache();
 

@@ -200,13 +200,18 @@ Result<void> CommandList::EnsureCleared(ImageResource& image) {
   barrier.srcQueueFamilyIndex = VK_QUEUE_FAMILY_IGNORED;
   barrier.dstQueueFamilyIndex = VK_QUEUE_FAMILY_IGNORED;
   barrier.image = image.GetHandle();
-  barrier.subresourceRange = {VK_IMAGE_ASPECT_COLOR_BIT, 0, 1, 0, VK_REMAINING_ARRAY_LAYERS};
+  barrier.subresourceRange = {image.GetAspect(), 0, 1, 0, VK_REMAINING_ARRAY_LAYERS};
   PrepareTransfer(image, {{}, image.GetDescription().extent}, true);
   vkCmdPipelineBarrier(_current->commands, VK_PIPELINE_STAGE_TOP_OF_PIPE_BIT, VK_PIPELINE_STAGE_TRANSFER_BIT, 0, 0,
                        nullptr, 0, nullptr, 1, &barrier);
   const VkClearColorValue zero = {};
-  vkCmdClearColorImage(_current->commands, image.GetHandle(), VK_IMAGE_LAYOUT_GENERAL, &zero, 1,
-                       &barrier.subresourceRange);
+  const VkClearDepthStencilValue near = {};
+  if (image.IsDepth())
+    vkCmdClearDepthStencilImage(_current->commands, image.GetHandle(), VK_IMAGE_LAYOUT_GENERAL, &near, 1,
+                                &barrier.subresourceRange);
+  else
+    vkCmdClearColorImage(_current->commands, image.GetHandle(), VK_IMAGE_LAYOUT_GENERAL, &zero, 1,
+                         &barrier.subresourceRange);
   image.SetClearedBy(serial);
   return OK;
 }

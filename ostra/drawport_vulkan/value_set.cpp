@@ -1,7 +1,10 @@
 #include <algorithm>
+#include <bit>
+#include <cstring>
 
 #include "ostra/drawport_vulkan/command_list.h"
 #include "ostra/drawport_vulkan/program_factory.h"
+#include "ostra/drawport_vulkan/render_target.h"
 
 OSTRA_UNIT("drawport_vulkan");
 
@@ -32,12 +35,27 @@ Result<void> ValueSet::Init() {
   return OK;
 }
 
+Bool ValueSet::Reads(const RenderTarget& target) const {
+  for (const BoundObject& object : _objects)
+    if (object.image && target.Has(*object.image.GetPointer())) return true;
+  return false;
+}
+
 void ValueSet::Clear() {
+  _nextGradients.Clear();
   std::fill(_nextBytes.begin(), _nextBytes.end(), Byte(0));
   for (BoundObject& object : _nextObjects) object = {};
 }
 
 void ValueSet::Publish() {
+  const Bool areSame = _nextGradients.GetCount() == _gradients.GetCount() &&
+                       (_gradients.IsEmpty() ||
+                        std::memcmp(_nextGradients.GetFirst(), _gradients.GetFirst(),
+                                    static_cast<std::size_t>(_gradients.GetCount()) * sizeof(_gradients[0])) == 0);
+  if (!areSame) {
+    std::swap(_nextGradients, _gradients);
+    _sliceSerial = 0;
+  }
   if (!std::equal(_nextBytes.begin(), _nextBytes.end(), _bytes.begin())) {
     std::copy(_nextBytes.begin(), _nextBytes.end(), _bytes.begin());
     _sliceSerial = 0;
@@ -64,9 +82,7 @@ Result<void> ValueSet::KeepObjects(CommandList& list) {
     const BufferRef buffer = _objects[i].buffer.Lock();
     const ImageRef image = _objects[i].image.Lock();
     const SamplerRef sampler = _objects[i].sampler.Lock();
-    const Bool isOwn =
-        !_objects[i].buffer &&
-        (IsDynamic(type) || (_factory.GetNoGradients() && bindings[i].number == _factory.GetGradientBinding()));
+    const Bool isOwn = !_objects[i].buffer && IsDynamic(type);
     const Bool needsSampler = type == VK_DESCRIPTOR_TYPE_COMBINED_IMAGE_SAMPLER;
     const Bool isSet = IsBuffer(type) ? isOwn || buffer : image && (!needsSampler || sampler);
     if (!isSet) return MakeUnsetError(i);
@@ -77,11 +93,23 @@ Result<void> ValueSet::KeepObjects(CommandList& list) {
       if (object) OSTRA_RETURN_IF_ERROR(list.Keep(*object));
   }
   for (const DescriptorPoolRef& pool : _pools) OSTRA_RETURN_IF_ERROR(list.Keep(*pool));
-  if (BufferResource* none = _factory.GetNoGradients()) {
-    OSTRA_RETURN_IF_ERROR(list.EnsureZeroed(*none));
-    OSTRA_RETURN_IF_ERROR(list.Keep(*none));
-  }
   return OK;
+}
+
+Int ValueSet::GetSliceSize() const {
+  return _factory.GetSliceSize() + _gradientRoom * static_cast<Int>(sizeof(ShaderGradientSegment));
+}
+
+ValueSet::Range ValueSet::FindRange(Int binding) const {
+  const PipelineBinding& description = _factory.GetPipeline().GetBindings()[binding];
+  if (description.type == VK_DESCRIPTOR_TYPE_UNIFORM_BUFFER_DYNAMIC) {
+    for (const UniformBlock& block : _factory.GetUniformBlocks())
+      if (block.number == description.number) return {block.offset, block.size};
+  }
+  if (_factory.IsGradientBinding(description.number))
+    return {_factory.GetSliceSize(), _gradientRoom * static_cast<Int>(sizeof(ShaderGradientSegment))};
+  const ParameterPlace& place = *FindValue(binding);
+  return {place.valueOffset, place.valueSize};
 }
 
 Result<ValueSet::Binding> ValueSet::Prepare(CommandList& list) {
@@ -91,9 +119,17 @@ Result<ValueSet::Binding> ValueSet::Prepare(CommandList& list) {
   OSTRA_ASSIGN_OR_RETURN(UInt64 serial, list.BeginBatch());
   if (bindings.IsEmpty()) return Binding{};
 
-  if (_factory.GetSliceSize() > 0 && _sliceSerial != serial) {
-    OSTRA_ASSIGN_OR_RETURN(const CommandList::UniformSlice slice, list.AllocateUniforms(_factory.GetSliceSize()));
+  if (_factory.HasGradients() && _gradientRoom < std::max<Int>(_gradients.GetCount(), 1)) {
+    _gradientRoom = static_cast<Int>(std::bit_ceil(static_cast<UInt64>(std::max<Int>(_gradients.GetCount(), 1))));
+    _sliceSerial = 0;
+    _current = -1;  // the set ends too early
+  }
+  if (GetSliceSize() > 0 && _sliceSerial != serial) {
+    OSTRA_ASSIGN_OR_RETURN(const CommandList::UniformSlice slice, list.AllocateUniforms(GetSliceSize()));
     MemCopy(slice.memory, _bytes.GetFirst(), _bytes.GetCount());
+    if (_gradients.IsPopulated())
+      MemCopy(slice.memory + _factory.GetSliceSize(), _gradients.GetFirst(),
+              _gradients.GetCount() * static_cast<Int>(sizeof(ShaderGradientSegment)));
     OSTRA_ASSIGN_OR_RETURN(serial, list.BeginBatch());  // the ring may have needed a new batch
     _sliceSerial = serial;
     _sliceOffset = slice.offset;
@@ -111,11 +147,9 @@ Result<ValueSet::Binding> ValueSet::Prepare(CommandList& list) {
 
   _dynamicOffsets.Clear();
   for (Int i = 0; i < bindings.GetCount(); ++i) {
-    if (bindings[i].type == VK_DESCRIPTOR_TYPE_UNIFORM_BUFFER_DYNAMIC)
-      OSTRA_RETURN_IF_ERROR(_dynamicOffsets.Append(_sliceOffset));
-    if (bindings[i].type != VK_DESCRIPTOR_TYPE_STORAGE_BUFFER_DYNAMIC) continue;
+    if (!IsDynamic(bindings[i].type)) continue;
     // A buffer that was set is bound from its beginning.
-    const Int offset = _objects[i].buffer ? 0 : _sliceOffset + FindValue(i)->valueOffset;
+    const Int offset = _objects[i].buffer ? 0 : _sliceOffset + FindRange(i).offset;
     OSTRA_RETURN_IF_ERROR(_dynamicOffsets.Append(static_cast<UInt32>(offset)));
   }
   return Binding{_sets[_current].set, static_cast<UInt32>(_dynamicOffsets.GetCount()), _dynamicOffsets.GetFirst()};
@@ -168,14 +202,10 @@ void ValueSet::WriteSet(CommandList& list) {
     write.descriptorType = bindings[i].type;
     if (IsBuffer(bindings[i].type)) {
       VkDescriptorBufferInfo& info = _bufferInfos[i];
-      const Bool isUniform = bindings[i].type == VK_DESCRIPTOR_TYPE_UNIFORM_BUFFER_DYNAMIC;
-      info = {list.GetUniformBuffer().GetHandle(), 0, static_cast<VkDeviceSize>(_factory.GetUniformSize())};
       if (object.buffer)
         info = {object.buffer->GetHandle(), 0, static_cast<VkDeviceSize>(object.buffer->GetSize())};
-      else if (bindings[i].type == VK_DESCRIPTOR_TYPE_STORAGE_BUFFER)
-        info = {_factory.GetNoGradients()->GetHandle(), 0, VK_WHOLE_SIZE};
-      else if (!isUniform)
-        info.range = static_cast<VkDeviceSize>(FindValue(i)->valueSize);
+      else
+        info = {list.GetUniformBuffer().GetHandle(), 0, static_cast<VkDeviceSize>(FindRange(i).size)};
       write.pBufferInfo = &info;
     } else {
       VkDescriptorImageInfo& info = _imageInfos[i];

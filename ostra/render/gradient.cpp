@@ -82,6 +82,8 @@ GradientRenderData& GradientRenderData::operator=(GradientRenderData other) noex
 }
 GradientRenderData::~GradientRenderData() = default;
 
+const GradientTable* GradientRenderData::GetTable() const { return _table.GetPointer(); }
+
 Vector32 GradientRenderData::Sample(Float32 position) const {
   return _table ? _table->Sample(position) : Vector32(0, 0, 0);
 }
