@@ -23,7 +23,7 @@ constexpr std::array kFrameworks = {
 
 // Units without registrations keep their place: what they get later must come before the units below them.
 constexpr std::array<ModuleEntry, 11> kUnits = {{
-    {"general_shader_loader_impl", &EnterGeneralShaderLoader},
+    {"general_shader_loader_impl", &EnterGeneralShaderLoader, &LeaveGeneralShaderLoader},
     {"shader_data_entries", &EnterShaderDataEntries},
     {"kernelbase_impl", &EnterKernelBase},
     {"kernelinterface_texture", &EnterKernelTextures},

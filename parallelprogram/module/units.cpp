@@ -9,6 +9,7 @@
 #include "parallelprogram/program/kernel_interface.h"
 #include "parallelprogram/program/parallel_program.h"
 #include "parallelprogram/program/shader_data_entries.h"
+#include "parallelprogram/shaderloader/general_shader_loader.h"
 #include "parallelprogram/shaderloader/general_shader_loader_interface.h"
 #include "parallelprogram/textures/texture_types.h"
 
@@ -27,9 +28,13 @@ Result<void> RegisterVariable(ModuleDescriptor& module, const char* name, const 
 }  // namespace
 
 Result<void> EnterGeneralShaderLoader(ModuleDescriptor& module) {
+  OSTRA_ASSIGN_OR_RETURN(ClassRef loader, CreateGeneralShaderLoaderClass());
+  OSTRA_RETURN_IF_ERROR(RegisterClass(module, loader));
   return RegisterVariable<&g_checkActiveProgramForUpdatedShaders>(module, "g_checkActiveProgramForUpdatedShaders",
                                                                   "enables reloading of shader files from hd"_s);
 }
+
+void LeaveGeneralShaderLoader(ModuleDescriptor&) { ResetStageParserCache(); }
 
 Result<void> EnterShaderDataEntries(ModuleDescriptor& module) {
   OSTRA_RETURN_IF_ERROR(RegisterDataType(module, DataTypeOf<DataBufferEntry>::Make()));

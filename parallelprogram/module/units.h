@@ -6,6 +6,7 @@
 namespace ostra {
 
 Result<void> EnterGeneralShaderLoader(ModuleDescriptor& module);
+void LeaveGeneralShaderLoader(ModuleDescriptor& module);
 
 Result<void> EnterShaderDataEntries(ModuleDescriptor& module);
 

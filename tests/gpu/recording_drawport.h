@@ -19,6 +19,7 @@
 #include "ostra/drawport/cache.h"
 #include "ostra/drawport/drawport.h"
 #include "ostra/drawport/program_factory.h"
+#include "ostra/render/gradient.h"
 
 namespace ostra::test {
 
@@ -68,6 +69,11 @@ class RecordingDevice {
   Int capacity = 65536;  // of every kind of staging buffer, bytes
   Int rowAlignment = 1;  // of rows of texels in staging buffers, bytes
   std::string failing;   // calls that begin with this fail
+  // Graphics: programs of one key are one, and what only they are asked is written down as well, with the number of the
+  // stage in front of the names of parameters.
+  Bool drawsGraphics = false;
+  Bool hasFactories = true;                          // otherwise items are valid without a factory
+  std::vector<std::pair<UInt64, UInt64>> valueSets;  // that were asked for: owner and program hash
   VideoMemoryBudget budget{1 << 30, 1 << 30};
 
   DrawportContextRef MakeContext();
@@ -81,6 +87,7 @@ class RecordingDevice {
   template <class... Arguments>
   Result<void> Call(std::string_view pattern, const Arguments&... arguments) {
     const auto text = Format(pattern, arguments...);
+    if (!text) return Error::MakeOutOfMemory("recording", 6);
     const std::scoped_lock lock(_mutex);
     _calls.emplace_back(text->GetView());
     if (!failing.empty() && _calls.back().starts_with(failing))
@@ -92,6 +99,16 @@ class RecordingDevice {
   std::mutex _mutex;
   std::vector<std::string> _calls;
 };
+
+// Puts a new object into an empty `slot`. Error: out of memory.
+template <class T, class... Arguments>
+Result<void> FillSlot(StrongRef<T>& slot, Arguments&&... arguments) {
+  if (slot) return OK;
+  T* made = NewObj<T>(std::forward<Arguments>(arguments)...);
+  if (!made) return Error::MakeOutOfMemory("recording", 7);
+  slot = StrongRef<T>::Adopt(made);
+  return OK;
+}
 
 class RecordingVertexBuffer final : public DrawportVertexBuffer {
  public:
@@ -190,11 +207,18 @@ class RecordingProgram final : public DrawportProgramFactory {
       if (parameters[i].stage == stage && parameters[i].name == name) return {static_cast<Int32>(i)};
     return {};
   }
-  Result<DrawportParameterValueSet*> GetParameterValueSet(DrawportContextInterface&, UInt64, UInt64) override {
-    return &_values;
+  Result<DrawportParameterValueSet*> GetParameterValueSet(DrawportContextInterface&, UInt64 owner,
+                                                          UInt64 hash) override {
+    OSTRA_RETURN_IF_ERROR(CallGraphics("value set"));
+    _device.valueSets.emplace_back(owner, hash);
+    return &_values[{owner, hash}];
   }
-  Result<void> StartSetParameters(DrawportContextInterface&, DrawportParameterValueSet&) override { return OK; }
-  Result<void> EndSetParameters(DrawportContextInterface&, DrawportParameterValueSet&) override { return OK; }
+  Result<void> StartSetParameters(DrawportContextInterface&, DrawportParameterValueSet&) override {
+    return CallGraphics("start");
+  }
+  Result<void> EndSetParameters(DrawportContextInterface&, DrawportParameterValueSet&) override {
+    return CallGraphics("end");
+  }
   using Values = DrawportParameterValueSet;
   using Handle = DrawportParameterHandle;
   Result<void> SetParameterFloat(Values&, Handle handle, Float32 value) override {
@@ -245,34 +269,49 @@ class RecordingProgram final : public DrawportProgramFactory {
     OSTRA_RETURN_IF_ERROR(Set("noise", handle, seed));
     return depth == 10 ? Result<void>(OK) : Result<void>(Error::MakeOutOfMemory("recording", 2));
   }
-  Result<void> SetParameterGradient(Values&, Handle handle, const GradientRenderData&) override {
-    return Set("gradient", handle, 0);
+  // Written down is the red of the middle.
+  Result<void> SetParameterGradient(Values&, Handle handle, const GradientRenderData& gradient) override {
+    return Set("gradient", handle, gradient.Sample(0.5f).x);
   }
 
  private:
   template <class T>
   Result<void> Set(std::string_view kind, Handle handle, T value) {
-    const InternedId name = handle ? _description.GetParameters()[handle.index].name : InternedId();
+    std::string name;
+    if (handle) {
+      const DrawportParameter& parameter = _description.GetParameters()[handle.index];
+      if (_device.drawsGraphics) name = std::to_string(static_cast<int>(parameter.stage)) + ".";
+      name += parameter.name.GetView();
+    }
     if constexpr (std::is_floating_point_v<T>)
       return _device.Call("@ @ = @", kind, name, static_cast<Float64>(value));
     else
       return _device.Call("@ @ = @", kind, name, value);
   }
+  Result<void> CallGraphics(std::string_view text) {
+    return _device.drawsGraphics ? _device.Call(text) : Result<void>(OK);
+  }
   RecordingDevice& _device;
   const DrawportProgramDescription& _description;
-  RecordingValues _values;
+  std::map<std::pair<UInt64, UInt64>, RecordingValues> _values;
 };
 
 class RecordingProgramItem final : public DrawportCounted<RecordingProgramItem, DrawportProgramFactoryItemInterface> {
  public:
-  explicit RecordingProgramItem(RecordingDevice& device) : program(device, description) {}
-  Result<DrawportProgramFactory*> MakeValid(DrawportContextInterface&, const DrawportVertexAttributeSet*,
-                                            const DrawportFramebufferTargetSet*) override {
-    return &program;
+  explicit RecordingProgramItem(RecordingDevice& device) : program(device, description), _device(device) {}
+  Result<DrawportProgramFactory*> MakeValid(DrawportContextInterface&, const DrawportVertexAttributeSet* attributes,
+                                            const DrawportFramebufferTargetSet* targets) override {
+    if (_device.drawsGraphics)
+      OSTRA_RETURN_IF_ERROR(
+          _device.Call("valid program for@@", attributes ? " attributes" : "", targets ? " targets" : ""));
+    return _device.hasFactories ? &program : nullptr;
   }
   const DrawportProgramDescription& GetSpecification() const override { return description; }
   DrawportProgramDescription description;
   RecordingProgram program;
+
+ private:
+  RecordingDevice& _device;
 };
 
 class RecordingStateItem final : public DrawportCounted<RecordingStateItem, DrawportStateObjectItemInterface>,
@@ -389,34 +428,47 @@ class RecordingCache final : public Component<RecordingCache, DrawportCacheInter
     OSTRA_RETURN_IF_ERROR(device->Call("get buffer @", key.values[1]));
     bufferKeys.push_back(key);
     auto& item = _buffers[key.GetHashCode()];
-    if (!item) item = StrongRef<RecordingBufferItem>::Adopt(NewObj<RecordingBufferItem>(*device));
+    OSTRA_RETURN_IF_ERROR(FillSlot(item, *device));
     return DrawportVertexBufferItemRef(item);
   }
   Result<DrawportTextureItemRef> GetTexture(const DrawportResourceKey& key,
                                             const DrawportTextureDescribe& describe) override {
     OSTRA_RETURN_IF_ERROR(device->Call("get texture @", key.values[1]));
+    textureKeys.push_back(key);
     auto& item = _textures[key.GetHashCode()];
     if (!item) {
-      item = StrongRef<RecordingTextureItem>::Adopt(NewObj<RecordingTextureItem>(*device));
+      OSTRA_RETURN_IF_ERROR(FillSlot(item, *device));
       describe(item->texture.description);
     }
     return DrawportTextureItemRef(item);
   }
   Result<DrawportTextureSamplerItemRef> GetTextureSampler(UInt8 key) override {
     OSTRA_RETURN_IF_ERROR(device->Call("get sampler @", Int32{key}));
-    return DrawportTextureSamplerItemRef(StrongRef<RecordingSamplerItem>::Adopt(NewObj<RecordingSamplerItem>(*device)));
+    StrongRef<RecordingSamplerItem> item;
+    OSTRA_RETURN_IF_ERROR(FillSlot(item, *device));
+    return DrawportTextureSamplerItemRef(item);
   }
   Result<DrawportAtomicCounterItemRef> GetAtomicCounter(const DrawportCounterKey& key) override {
     auto& item = _counters[key.GetHashCode()];
-    if (!item) item = StrongRef<RecordingCounterItem>::Adopt(NewObj<RecordingCounterItem>());
+    OSTRA_RETURN_IF_ERROR(FillSlot(item));
     return DrawportAtomicCounterItemRef(item);
   }
-  Result<void> GetProgramFactory(const DrawportCacheKey&, const DrawportProgramBuilder& builder,
+  Result<void> GetProgramFactory(const DrawportCacheKey& key, const DrawportProgramBuilder& builder,
                                  DrawportProgramFactoryItemRef& slot, DrawportContextInterface&) override {
-    auto item = StrongRef<RecordingProgramItem>::Adopt(NewObj<RecordingProgramItem>(*device));
+    if (device->drawsGraphics) {
+      OSTRA_RETURN_IF_ERROR(device->Call("get program"));
+      programKeys.push_back(key);
+      if (const auto known = _programs.find(key.GetHashCode()); known != _programs.end()) {
+        slot = known->second;
+        return OK;
+      }
+    }
+    StrongRef<RecordingProgramItem> item;
+    OSTRA_RETURN_IF_ERROR(FillSlot(item, *device));
     OSTRA_RETURN_IF_ERROR(builder(item->description));
     OSTRA_RETURN_IF_ERROR(device->Call("program @", item->description.GetDebugLabel()));
     programs[std::string(item->description.GetDebugLabel().GetView())] = item;
+    if (device->drawsGraphics) _programs[key.GetHashCode()] = item;
     slot = item;
     return OK;
   }
@@ -438,7 +490,8 @@ class RecordingCache final : public Component<RecordingCache, DrawportCacheInter
     stateKeys.push_back(key);
     auto& item = _states[key.GetHashCode()];
     if (!item) {
-      auto made = StrongRef<RecordingStateItem>::Adopt(NewObj<RecordingStateItem>());
+      StrongRef<RecordingStateItem> made;
+      OSTRA_RETURN_IF_ERROR(FillSlot(made));
       OSTRA_RETURN_IF_ERROR(describe(made->description));
       item = made;
     }
@@ -459,6 +512,8 @@ class RecordingCache final : public Component<RecordingCache, DrawportCacheInter
   Result<void> FreeTrashCaches(DrawportContextInterface&) override { return device->Call("free trash"); }
 
   std::vector<DrawportResourceKey> bufferKeys;
+  std::vector<DrawportResourceKey> textureKeys;
+  std::vector<DrawportCacheKey> programKeys;
   std::vector<DrawportCacheKey> stateKeys;
   std::map<std::string, StrongRef<RecordingProgramItem>> programs;  // by label
 
@@ -467,6 +522,7 @@ class RecordingCache final : public Component<RecordingCache, DrawportCacheInter
   std::map<UInt64, StrongRef<RecordingTextureItem>> _textures;
   std::map<UInt64, StrongRef<RecordingCounterItem>> _counters;
   std::map<UInt64, StrongRef<RecordingStateItem>> _states;
+  std::map<UInt64, StrongRef<RecordingProgramItem>> _programs;
 };
 
 class RecordingDrawport final : public DrawportCounted<RecordingDrawport, DrawportInterface> {

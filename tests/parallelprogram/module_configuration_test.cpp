@@ -181,11 +181,16 @@ TEST(ModuleConfigurationTest, EachEntryRunsTheFunctionOfItsName) {
     Result<void> (*enter)(ModuleDescriptor& module);
     void (*leave)(ModuleDescriptor& module);
   };
-  const Functions kUnits[] = {{&EnterGeneralShaderLoader, nullptr}, {&EnterShaderDataEntries, nullptr},
-                              {&EnterKernelBase, nullptr},          {&EnterKernelTextures, nullptr},
-                              {&EnterCpuProgram, nullptr},          {&EnterGpuProgram, &LeaveGpuProgram},
-                              {&EnterTextureStructures, nullptr},   {nullptr, nullptr},
-                              {&EnterKernelClassRegistry, nullptr}, {nullptr, nullptr},
+  const Functions kUnits[] = {{&EnterGeneralShaderLoader, &LeaveGeneralShaderLoader},
+                              {&EnterShaderDataEntries, nullptr},
+                              {&EnterKernelBase, nullptr},
+                              {&EnterKernelTextures, nullptr},
+                              {&EnterCpuProgram, nullptr},
+                              {&EnterGpuProgram, &LeaveGpuProgram},
+                              {&EnterTextureStructures, nullptr},
+                              {nullptr, nullptr},
+                              {&EnterKernelClassRegistry, nullptr},
+                              {nullptr, nullptr},
                               {&EnterModuleFrame, nullptr}};
   const Functions kStartup[] = {
       {&StartConfiguration, &StopConfiguration}, {&ReadProcessorFlags, nullptr}, {&RegisterReflections, nullptr}};

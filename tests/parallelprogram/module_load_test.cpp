@@ -108,6 +108,26 @@ TEST_F(ModuleLoadTest, TheCpuProgramIsCreatedThroughItsClass) {
   EXPECT_THAT(CreateObject<ParallelProgramInterface>(kCpuProgramClass), IsErrorOfKind(kIllegalArgumentError));
 }
 
+TEST_F(ModuleLoadTest, TheShaderLoaderIsCreatedThroughItsClassAndLeavesWithTheModule) {
+  auto host = StartHost();
+  ASSERT_THAT(host, IsOk());
+  EXPECT_THAT(CreateObject<GeneralShaderLoaderInterface>(kGeneralShaderLoaderClass),
+              IsErrorOfKind(kIllegalArgumentError));
+  auto module = host->LoadModule("parallelprogram");
+  ASSERT_THAT(module, IsOk());
+  const std::string path(module->GetPath().GetView());
+  {
+    auto loader = CreateObject<GeneralShaderLoaderInterface>(kGeneralShaderLoaderClass);
+    ASSERT_THAT(loader, IsOk());
+    EXPECT_THAT((*loader)->Init(Url(), nullptr), IsOk());
+    EXPECT_THAT((*loader)->Reset(), IsOk());
+  }
+  EXPECT_THAT(host->UnloadModule(*module), IsOk());
+  EXPECT_THAT(CreateObject<GeneralShaderLoaderInterface>(kGeneralShaderLoaderClass),
+              IsErrorOfKind(kIllegalArgumentError));
+  EXPECT_FALSE(IsMapped(path));
+}
+
 TEST_F(ModuleLoadTest, TheKernelBaseClassIsAKernelWithTheFixedTuningValues) {
   DiagnosticRecorder recorder;
   auto host = StartHost();

@@ -1,0 +1,149 @@
+// Buffers of the shader loader, and the links of stages to them.
+#include <algorithm>
+
+#include "parallelprogram/gpu/buffer_transfer.h"
+#include "parallelprogram/gpu/buffer_values.h"
+#include "parallelprogram/shaderloader/general_shader_loader_impl.h"
+
+OSTRA_UNIT("general_shader_loader_impl");
+
+namespace ostra {
+namespace {
+
+// Loaders read little and seldom: each chunk is copied at once, by the calling thread.
+Result<void> DownloadPlainly(const GpuContextData& data, DrawportDeviceBuffer* buffer, Int byteOffset, Byte* target,
+                             Int bytes, Int elementSize) {
+  if (!buffer) return OSTRA_ILLEGAL_STATE("no device buffer found to copy data from");
+  OSTRA_RETURN_IF_ERROR(CheckHasContext(data));
+  DrawportCommandList& list = data.GetCommandList();
+  const Int capacity = GetTransferChunkSize(data, DrawportCapability::TextureStagingCapacity, elementSize);
+  for (Int done = 0; done < bytes;) {
+    const Int chunk = std::min(bytes - done, capacity);
+    OSTRA_ASSIGN_OR_RETURN(const StagingBuffer staging,
+                           StagingBuffer::Create(data, chunk, DrawportStagingUse::HostReadWrite));
+    OSTRA_ASSIGN_OR_RETURN(const Byte* mapped, list.PrivateMapBuffer(*staging, DrawportMapMode::Read, *buffer, 0,
+                                                                     byteOffset + done, chunk));
+    MemCopy(target + done, mapped, chunk);
+    OSTRA_RETURN_IF_ERROR(list.UnmapBuffer(*staging, DrawportUnmapMode::Commit));
+    done += chunk;
+  }
+  return OK;
+}
+
+}  // namespace
+
+Result<void> GeneralShaderLoaderImpl::CreateUniformBuffer(const InternedId& attr, const DataType& dataType, Int count) {
+  return CreateBuffer(GetOwner(), _buffers, attr, dataType, count);
+}
+
+// An entry with vertex data also knows the vertex buffer that its memory is part of.
+Result<void> GeneralShaderLoaderImpl::StoreBuffer(const InternedId& attr, const ForwardingDataPtr& data,
+                                                  Bool isVertexData) {
+  OSTRA_ASSIGN_OR_RETURN(const UploadSource source, UploadSource::FromValue(data));
+  DataBufferEntry entry;
+  entry._elementType = source.elementType;
+  OSTRA_ASSIGN_OR_RETURN(DrawportVertexBuffer * vertexBuffer,
+                         AllocateBuffer(GetOwner(), attr, source.count, source.bytes, entry));
+  if (isVertexData) entry._data = vertexBuffer;
+  return _buffers.Set(attr, std::move(entry));
+}
+
+Result<void> GeneralShaderLoaderImpl::StoreUniformBufferData(const InternedId& attr, ForwardingDataPtr&& data) {
+  return StoreBuffer(attr, data, false);
+}
+
+Result<void> GeneralShaderLoaderImpl::StoreVertexBufferData(const InternedId& attr, ForwardingDataPtr&& data) {
+  return StoreBuffer(attr, data, true);
+}
+
+Result<void> GeneralShaderLoaderImpl::UpdateUniformBufferData(const InternedId& attr, ForwardingDataPtr&& data,
+                                                              Int offset) {
+  const DataBufferEntry* known = FindBufferEntry(_buffers, attr);
+  if (!known) return OSTRA_ILLEGAL_ARGUMENT("buffer for update could not be found");
+  OSTRA_ASSIGN_OR_RETURN(const UploadSource source, UploadSource::FromValue(data));
+  DataBufferEntry entry = *known;
+  ChangeElementType(entry, source.elementType);
+  Int end = 0;
+  if (offset < 0 || __builtin_add_overflow(offset, source.count, &end) || end > entry._count)
+    return OSTRA_ILLEGAL_ARGUMENT("Data update does not fit into existing buffer");
+  const Int elementSize = source.elementType.GetSize();
+  if (entry._deviceBuffer && end * elementSize > entry._deviceBuffer->GetSize())
+    return OSTRA_ILLEGAL_ARGUMENT("Data update does not fit into existing buffer");
+  OSTRA_RETURN_IF_ERROR(
+      UploadBytes(_data, entry._deviceBuffer, offset * elementSize, source.bytes, source.GetByteCount(), elementSize));
+  return entry == *known ? Result<void>(OK) : _buffers.Set(attr, std::move(entry));
+}
+
+Result<void> GeneralShaderLoaderImpl::SetGlobalBufferLink(const InternedId& attr, const Data& data) {
+  return SetBufferLink(_buffers, attr, data);
+}
+
+Result<Data> GeneralShaderLoaderImpl::GetGlobalBufferLink(const InternedId& attr) const {
+  return GetBufferLink(_buffers, attr);
+}
+
+Result<Data> GeneralShaderLoaderImpl::GetGlobalBufferData(const InternedId& attr) const {
+  return GetGlobalBufferData(attr, 0, -1);
+}
+
+Result<Data> GeneralShaderLoaderImpl::GetGlobalBufferData(const InternedId& attr, Int offset, Int count) const {
+  const DataBufferEntry* entry = FindBufferEntry(_buffers, attr);
+  if (!entry) return OSTRA_ILLEGAL_ARGUMENT("buffer identifier not found");
+  return DownloadBuffer(_data, *entry, offset, count, &DownloadPlainly);
+}
+
+Result<void> GeneralShaderLoaderImpl::SetProgramBufferLink(const InternedId& attr, const Data& entry,
+                                                           Int32 shaderIndex) {
+  OSTRA_ASSIGN_OR_RETURN(ShaderStage & stage, GetActiveStage(shaderIndex));
+  return SetBufferLink(stage.buffers, attr, entry);
+}
+
+Result<Data> GeneralShaderLoaderImpl::GetProgramBufferLink(const InternedId& attr, Int32 shaderIndex) const {
+  OSTRA_ASSIGN_OR_RETURN(const ShaderStage& stage, GetActiveStage(shaderIndex));
+  return GetBufferLink(stage.buffers, attr);
+}
+
+Result<Data> GeneralShaderLoaderImpl::GetProgramBufferData(const InternedId& attr, Int32 shaderIndex) const {
+  OSTRA_ASSIGN_OR_RETURN(const ShaderStage& stage, GetActiveStage(shaderIndex));
+  const DataBufferEntry* entry = FindBufferEntry(stage.buffers, attr);
+  if (!entry) return OSTRA_ILLEGAL_ARGUMENT("buffer identifier not found");
+  return DownloadBuffer(_data, *entry, 0, -1, &DownloadPlainly);
+}
+
+Result<void> GeneralShaderLoaderImpl::SetBufferToActiveProgram(const InternedId& attr, const InternedId& attrProgram,
+                                                               Int32 shaderIndex) {
+  OSTRA_ASSIGN_OR_RETURN(ShaderStage & stage, GetActiveStage(shaderIndex));
+  OSTRA_ASSIGN_OR_RETURN(const Data entry, GetGlobalBufferLink(attr));
+  return SetBufferLink(stage.buffers, attrProgram, entry);
+}
+
+Result<void> GeneralShaderLoaderImpl::SetBufferToActiveProgramSameId(const InternedId& attr, Int32 shaderIndex) {
+  return SetBufferToActiveProgram(attr, attr, shaderIndex);
+}
+
+Result<void> GeneralShaderLoaderImpl::SetVertexBufferToActiveProgramSameId(const InternedId& attr) {
+  OSTRA_ASSIGN_OR_RETURN(GraphicsProgram & program, GetActiveProgram());
+  const DataBufferEntry* entry = FindBufferEntry(_buffers, attr);
+  if (!entry) return OSTRA_ILLEGAL_ARGUMENT("buffer identifier not found");
+  program.vertexBuffer = *entry;
+  return OK;
+}
+
+// What a program draws from stays with it until it is given another buffer.
+Result<void> GeneralShaderLoaderImpl::DeleteUniformBuffer(const InternedId& attr) {
+  const DataBufferEntry* entry = FindBufferEntry(_buffers, attr);
+  if (!entry) return OK;
+  const DrawportDeviceBuffer* deviceBuffer = entry->_deviceBuffer;
+  OSTRA_ASSIGN_OR_RETURN(const BaseArray<GraphicsProgramRef> programs, GetPrograms());
+  for (const GraphicsProgramRef& program : programs)
+    for (ShaderStage& stage : program->stages) OSTRA_RETURN_IF_ERROR(EraseBufferLinks(stage.buffers, deviceBuffer));
+  return _buffers.EraseData(attr);
+}
+
+Result<void> GeneralShaderLoaderImpl::SwapInternedIDValues(const InternedId& IdOne, const InternedId& IdTwo,
+                                                           Int32 shaderIndex) {
+  OSTRA_ASSIGN_OR_RETURN(ShaderStage & stage, GetActiveStage(shaderIndex));
+  return SwapBufferLinks(stage.buffers, IdOne, IdTwo);
+}
+
+}  // namespace ostra
