@@ -13,7 +13,7 @@
 OSTRA_PARALLEL_KERNEL(TerrainFragment, KERNELINPUTS)
 {
 	vec3 n = normalize(facing);
-	float grain = TerrainNoise(vec2(place.x, place.z) * 40.0) - 0.5;
+	float grain = 0.5 * TerrainNoise(vec2(place.x, place.z) * 40.0);
 	float level = clamp(place.y / UNIFORM(height) + grain * 0.05, 0.0, 1.0);
 	vec3 ground = SampleGradient(UNIFORM(colors), level);
 	vec3 rock = vec3(0.21, 0.19, 0.18) * (1.0 + grain * 0.4);

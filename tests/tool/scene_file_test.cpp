@@ -20,7 +20,7 @@ constexpr const char* kWhole = R"({
   "values": {"view": {"lookAt": {"eye": [0, 1, 5], "target": [0, 0, 0]}},
              "lens": {"perspective": {"fieldOfView": 45, "near": 0.1, "far": 50}}},
   "kernels": {"swarm": {"file": "swarm.krn", "size": [4096], "iterations": 3, "swap": [["from", "to"]],
-                        "set": {"time": 1.5, "offset": [1, 2.25], "noiseMode_0": "gaseous"}, "in": {"seeds": "a.npy"}}},
+                        "set": {"time": 1.5, "count": 1000000, "offset": [1, 2.25], "noiseMode_0": "gaseous"}, "in": {"seeds": "a.npy"}}},
   "passes": [
     {"name": "back", "size": [64, 32], "colors": ["rgba.f16", "rgba.u8"], "samples": 4, "depth": true,
      "clear": {"colors": [[0, 0, 0, 1], [1, 0.5, 0, 1]], "depth": 0.5},
@@ -47,7 +47,7 @@ TEST(SceneFileTest, EverythingThatAFileSaysIsRead) {
   EXPECT_EQ(kernel.iterationCount, 3);
   EXPECT_THAT(kernel.swaps, ElementsAre(Pair("from", "to")));
   EXPECT_THAT(kernel.settings,
-              ElementsAre(Pair("noiseMode_0", "gaseous"), Pair("offset", "1,2.25"), Pair("time", "1.5")));
+              ElementsAre(Pair("count", "1000000"), Pair("noiseMode_0", "gaseous"), Pair("offset", "1,2.25"), Pair("time", "1.5")));
   EXPECT_THAT(kernel.inputs, ElementsAre(Pair("seeds", "a.npy")));
 
   ASSERT_EQ(scene.passes.size(), 2u);

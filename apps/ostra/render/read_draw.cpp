@@ -1,6 +1,7 @@
 #include "apps/ostra/render/read_draw.h"
 
 #include <charconv>
+#include <cmath>
 
 #include "apps/ostra/names/nearest_name.h"
 #include "apps/ostra/render/scene_values.h"
@@ -132,7 +133,10 @@ std::string FormatNumbers(const std::vector<Float64>& numbers) {
   std::string text;
   for (const Float64 number : numbers) {
     char digits[40];
-    const auto end = std::to_chars(digits, digits + sizeof(digits), number).ptr;
+    // Whole numbers as such: readers of integers know no exponents.
+    const Bool isWhole = number == std::floor(number) && std::abs(number) < 1e15;
+    const auto end = isWhole ? std::to_chars(digits, digits + sizeof(digits), static_cast<Int>(number)).ptr
+                             : std::to_chars(digits, digits + sizeof(digits), number).ptr;
     text.append(text.empty() ? "" : ",").append(digits, end);
   }
   return text;
