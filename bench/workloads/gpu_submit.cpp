@@ -10,7 +10,7 @@ namespace {
 constexpr int kElements = 64;
 
 // Submissions of a run, so that a run is long enough to be timed.
-int GetRepeats(int dispatches) { return dispatches < 10 ? 500 : dispatches < 100 ? 50 : 5; }
+int GetRepeats(int dispatches) { return dispatches < 10 ? 2000 : dispatches < 100 ? 100 : 20; }
 
 // Every dispatch adds one: none is lost, and none has overtaken another.
 std::function<bool(const void*)> ExpectCount(int count) {

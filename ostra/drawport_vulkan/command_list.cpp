@@ -98,6 +98,8 @@ Result<UInt64> CommandList::BeginBatch() {
   batch.serial = ++_serial;
   batch.uniformEnd = _uniformHead;
   _boundPipeline = VK_NULL_HANDLE;
+  _boundSet = {};
+  _boundDrawSet = {};
   _current = &batch;
   // Other lists may have written what this one reads.
   if (_device->HasSeveralLists())
@@ -108,6 +110,7 @@ Result<UInt64> CommandList::BeginBatch() {
 
 Result<void> CommandList::Keep(DeviceResource& resource) {
   const UInt64 serial = _current->serial;
+  if (resource.IsMarked(_number, serial)) return OK;
   OSTRA_RETURN_IF_ERROR(_current->kept.Append(DeviceResourceRef(&resource)));
   if (!resource.MarkUse(_number, serial)) static_cast<void>(_current->kept.Resize(_current->kept.GetCount() - 1));
   return OK;
@@ -184,9 +187,7 @@ Result<ProgramFactory*> CommandList::PrepareDispatch(DrawportProgramFactory& pro
     vkCmdBindPipeline(_current->commands, VK_PIPELINE_BIND_POINT_COMPUTE, pipeline.GetHandle());
     _boundPipeline = pipeline.GetHandle();
   }
-  if (binding.set)
-    vkCmdBindDescriptorSets(_current->commands, VK_PIPELINE_BIND_POINT_COMPUTE, pipeline.GetLayout(), 0, 1,
-                            &binding.set, binding.dynamicOffsetCount, binding.dynamicOffsets);
+  binding.Record(_current->commands, VK_PIPELINE_BIND_POINT_COMPUTE, pipeline.GetLayout(), _boundSet);
   return &factory;
 }
 

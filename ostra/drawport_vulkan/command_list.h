@@ -16,6 +16,13 @@
 
 namespace ostra::vulkan {
 
+// The descriptor set that is in force at a bind point.
+struct BoundSet {
+  VkPipelineLayout layout = VK_NULL_HANDLE;
+  VkDescriptorSet set = VK_NULL_HANDLE;
+  UInt32 uniformOffset = 0;
+};
+
 class CommandList final : public DrawportCommandList {
  public:
   explicit CommandList(DeviceRef device) : _device(std::move(device)) {}
@@ -141,6 +148,8 @@ class CommandList final : public DrawportCommandList {
 
   // What the current batch has bound: for compute, and for draws since ResumePass.
   VkPipeline _boundPipeline = VK_NULL_HANDLE;
+  BoundSet _boundSet;
+  BoundSet _boundDrawSet;
   VkPipeline _boundVariant = VK_NULL_HANDLE;
   BufferResource* _boundVertices = nullptr;
 

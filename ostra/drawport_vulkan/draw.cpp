@@ -215,9 +215,7 @@ Result<void> CommandList::Draw(const DrawportDrawCall& call) {
     vkCmdBindPipeline(commands, VK_PIPELINE_BIND_POINT_GRAPHICS, _lastVariant);
     _boundVariant = _lastVariant;
   }
-  if (binding.set)
-    vkCmdBindDescriptorSets(commands, VK_PIPELINE_BIND_POINT_GRAPHICS, pipeline.GetLayout(), 0, 1, &binding.set,
-                            binding.dynamicOffsetCount, binding.dynamicOffsets);
+  binding.Record(commands, VK_PIPELINE_BIND_POINT_GRAPHICS, pipeline.GetLayout(), _boundDrawSet);
   if (vertices && _boundVertices != vertices) {
     const VkBuffer buffer = vertices->GetHandle();
     const VkDeviceSize offset = 0;

@@ -9,6 +9,7 @@
 
 namespace ostra::vulkan {
 
+struct BoundSet;
 class CommandList;
 class ProgramFactory;
 struct ProgramStage;
@@ -51,8 +52,12 @@ class ValueSet final : public DrawportParameterValueSet {
   // What a dispatch binds. `set` is null for a program without bindings.
   struct Binding {
     VkDescriptorSet set = VK_NULL_HANDLE;
+    UInt32 uniformOffset = 0;  // which the dynamic offsets follow from
     UInt32 dynamicOffsetCount = 0;
     const UInt32* dynamicOffsets = nullptr;  // valid until the next Prepare
+
+    // Records the binding unless it is in force already: drivers make a record of each.
+    void Record(VkCommandBuffer commands, VkPipelineBindPoint point, VkPipelineLayout layout, BoundSet& bound) const;
   };
 
   ValueSet(ProgramFactory& factory, UInt32 list, UInt64 owner, UInt64 programHash)

@@ -40,6 +40,10 @@ class DeviceResource {
   // Called when batch `serial` of a list was recorded but could not be submitted: what it would have done is undone.
   virtual void ForgetBatch(UInt64 serial) { static_cast<void>(serial); }
 
+  // Whether MarkUse would return false.
+  Bool IsMarked(UInt32 list, UInt64 serial) const {
+    return _lastUse.load(std::memory_order_relaxed) == ((static_cast<UInt64>(list) << kSerialBits) | serial);
+  }
   // Notes that batch `serial` of list number `list` names the resource; false when that was known.
   Bool MarkUse(UInt32 list, UInt64 serial) {
     const UInt64 stamp = (static_cast<UInt64>(list) << kSerialBits) | serial;

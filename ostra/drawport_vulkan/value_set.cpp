@@ -152,7 +152,15 @@ Result<ValueSet::Binding> ValueSet::Prepare(CommandList& list) {
     const Int offset = _objects[i].buffer ? 0 : _sliceOffset + FindRange(i).offset;
     OSTRA_RETURN_IF_ERROR(_dynamicOffsets.Append(static_cast<UInt32>(offset)));
   }
-  return Binding{_sets[_current].set, static_cast<UInt32>(_dynamicOffsets.GetCount()), _dynamicOffsets.GetFirst()};
+  return Binding{_sets[_current].set, _sliceOffset, static_cast<UInt32>(_dynamicOffsets.GetCount()),
+                 _dynamicOffsets.GetFirst()};
+}
+
+void ValueSet::Binding::Record(VkCommandBuffer commands, VkPipelineBindPoint point, VkPipelineLayout layout,
+                               BoundSet& bound) const {
+  if (!set || (bound.set == set && bound.layout == layout && bound.uniformOffset == uniformOffset)) return;
+  vkCmdBindDescriptorSets(commands, point, layout, 0, 1, &set, dynamicOffsetCount, dynamicOffsets);
+  bound = {layout, set, uniformOffset};
 }
 
 const ParameterPlace* ValueSet::FindValue(Int binding) const {
