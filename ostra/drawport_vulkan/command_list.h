@@ -113,6 +113,8 @@ class CommandList final : public DrawportCommandList {
   void SuspendPass();
   void BeginRendering(RenderTarget& target);
   Result<void> CheckDraw(const DrawportDrawCall& call, class ProgramFactory& factory) const;
+  // Vertices of one call of the driver.
+  Int GetMostVertices(const DrawportDrawCall& call) const;
   Result<BufferResource*> FindVertices(const DrawportDrawCall& call, const class ProgramFactory& factory) const;
 
   // barriers.cpp

@@ -64,7 +64,12 @@ Result<void> Device::Init(Int index) {
   _index = index;
   _physicalDevice = _driver->GetPhysicalDevice(index);
   _queueFamily = static_cast<UInt32>(PlanQueueFamily(_driver->GetSnapshot(index)));
-  vkGetPhysicalDeviceProperties(_physicalDevice, &_properties);
+  VkPhysicalDeviceDriverProperties driver = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_DRIVER_PROPERTIES};
+  VkPhysicalDeviceProperties2 properties = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_PROPERTIES_2};
+  properties.pNext = &driver;
+  vkGetPhysicalDeviceProperties2(_physicalDevice, &properties);
+  _properties = properties.properties;
+  _miscountsPatches = driver.driverID == VK_DRIVER_ID_MESA_LLVMPIPE;
   OSTRA_RETURN_IF_ERROR(CreateDevice());
   vkGetDeviceQueue(_device, _queueFamily, 0, &_queue);
   _memory.Init(_physicalDevice, _device, _driver->GetSnapshot(index), _hasBudgetExtension);

@@ -35,6 +35,8 @@ class Device final : public DrawportCounted<Device, DrawportObject> {
   Bool CanDraw() const { return _canDraw; }
   Bool HasTessellation() const { return _hasTessellation; }
   Bool HasSampleShading() const { return _hasSampleShading; }
+  // A fault of Mesa's software driver: it counts the vertices that a draw of patches is divided into in 16 bits.
+  Bool MiscountsPatches() const { return _miscountsPatches; }
 
   // Hands recorded work to the queue. The returned value of the timeline is reached when the work is done.
   Result<UInt64> Submit(VkCommandBuffer commands);
@@ -77,6 +79,7 @@ class Device final : public DrawportCounted<Device, DrawportObject> {
   Bool _canDraw = false;
   Bool _hasTessellation = false;
   Bool _hasSampleShading = false;
+  Bool _miscountsPatches = false;
 
   std::mutex _queueMutex;
   VkSemaphore _timeline = VK_NULL_HANDLE;

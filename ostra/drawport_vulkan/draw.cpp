@@ -1,5 +1,6 @@
 // Passes and draws. Rendering begins with the first draw of a pass. Everything else that is recorded ends it for a
 // moment; the next draw begins it again with what the targets have by then.
+#include <algorithm>
 #include <limits>
 
 #include "ostra/drawport_vulkan/command_list.h"
@@ -176,13 +177,19 @@ Result<BufferResource*> CommandList::FindVertices(const DrawportDrawCall& call, 
   return vertices;
 }
 
+Int CommandList::GetMostVertices(const DrawportDrawCall& call) const {
+  if (call.topology != DrawportTopology::Patches || !_device->MiscountsPatches()) return call.count;
+  // As many patches as cannot make more vertices than 16 bits count.
+  const Int most = static_cast<Int>(_device->GetLimits().maxTessellationGenerationLevel) + 1;
+  return std::max<Int>(65535 / (most * most), 1) * call.patchSize;
+}
+
 Result<void> CommandList::Draw(const DrawportDrawCall& call) {
   if (!_target) return OSTRA_ILLEGAL_STATE("There is no draw pass.");
   if (!call.program || !call.values) return OSTRA_ILLEGAL_ARGUMENT("A draw needs a GPU program and its values.");
   auto& factory = static_cast<ProgramFactory&>(*call.program);
   auto& values = static_cast<ValueSet&>(*call.values);
   OSTRA_RETURN_IF_ERROR(CheckDraw(call, factory));
-  OSTRA_ASSIGN_OR_RETURN(BufferResource* const vertices, FindVertices(call, factory));
   if (values.Reads(*_target))
     return OSTRA_ILLEGAL_STATE("The GPU program reads a texture of the target that it draws into.");
 
@@ -193,6 +200,7 @@ Result<void> CommandList::Draw(const DrawportDrawCall& call) {
   state.targets = _target->GetFormats();
   factory.AddTargets(state);
   OSTRA_RETURN_IF_ERROR(factory.AddAttributes(call.attributes, state));
+  OSTRA_ASSIGN_OR_RETURN(BufferResource* const vertices, FindVertices(call, factory));
   Pipeline& pipeline = factory.GetPipeline();
   if (_lastPipeline.GetPointer() != &pipeline || !(_lastState == state)) {
     OSTRA_ASSIGN_OR_RETURN(_lastVariant, pipeline.GetVariant(state));
@@ -222,8 +230,10 @@ Result<void> CommandList::Draw(const DrawportDrawCall& call) {
     vkCmdBindVertexBuffers(commands, 0, 1, &buffer, &offset);
     _boundVertices = vertices;
   }
-  vkCmdDraw(commands, static_cast<UInt32>(call.count), static_cast<UInt32>(call.instanceCount),
-            static_cast<UInt32>(call.first), 0);
+  const Int most = GetMostVertices(call);
+  for (Int done = 0; done < call.count; done += most)
+    vkCmdDraw(commands, static_cast<UInt32>(std::min(most, call.count - done)), static_cast<UInt32>(call.instanceCount),
+              static_cast<UInt32>(call.first + done), 0);
   return OK;
 }
 

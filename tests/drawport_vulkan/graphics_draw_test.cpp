@@ -2,7 +2,6 @@
 #include "tests/drawport_vulkan/graphics_fixture.h"
 
 using namespace ostra;
-using testing::HasSubstr;
 
 namespace {
 
@@ -115,8 +114,7 @@ TEST_F(GraphicsTest, AFragmentStageMayComputeTheDepth) {
     const ShaderParameter color = MakeOutput("color", DrawportShaderValueType::Float4);
     program.Attribute(DrawportShaderValueType::Float2, "position")
         .Vertex("OutPosition = vec4(position.x, position.y, 0.5, 1.0);\n")
-        .Stage(DrawportStage::Fragment, "", "{\ndepth = 0.125;\ncolor = vec4(1.0, 0.0, 0.0, 1.0);\n}",
-               {color, depth})
+        .Stage(DrawportStage::Fragment, "", "{\ndepth = 0.125;\ncolor = vec4(1.0, 0.0, 0.0, 1.0);\n}", {color, depth})
         .Add([](DrawportProgramDescription& p) { return p.SetDepthWriteMode(1); });
     const auto state = [isTested](DrawportStateDescription& s) { Take(s.SetDepthTestMode(isTested ? 1 : 0)); };
     Draw(program, {.vertices = MakeRectangle(-1, -1, 1, 1), .count = 6, .state = state});
