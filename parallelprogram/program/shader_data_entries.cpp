@@ -38,26 +38,6 @@ Result<String> DataBufferEntry::ToText() const {
                 type, _bufferId);
 }
 
-TextureSamplerEntry& TextureSamplerEntry::operator=(const TextureSamplerEntry& other) {
-  if (this == &other) return *this;
-  _texture = other._texture;
-  _sampler = other._sampler;
-  _textureItem = other._textureItem;
-  _samplerItem = other._samplerItem;
-  const SamplingData& source = other._samplingData;
-  SamplingData description;
-  for (Int i = 0; i < 4; ++i) description._borderColor[i] = source._borderColor[i];
-  description._numChannels = source._numChannels;
-  description._dataSize = source._dataSize;
-  description._dimensions = source._dimensions;
-  description._flags = source._flags;
-  description._format = source._format;
-  _samplingData = std::move(description);
-  _state = other._state;
-  _textureId = other._textureId;
-  return *this;
-}
-
 DataType DataTypeOf<DataBufferEntry>::Make() {
   DataTypeDescription description = DescribeType<DataBufferEntry>(
       "net.ostra.datatype.shaderdataentries.databufferentry"_id, "ostra::DataBufferEntry"_s);

@@ -49,10 +49,31 @@ struct TextureSamplerEntry {
   // The copy describes the same texture and has no texels, even where the source has some.
   TextureSamplerEntry(const TextureSamplerEntry& other) { *this = other; }
   TextureSamplerEntry(TextureSamplerEntry&&) noexcept = default;
-  TextureSamplerEntry& operator=(const TextureSamplerEntry& other);
+  inline TextureSamplerEntry& operator=(const TextureSamplerEntry& other);
   TextureSamplerEntry& operator=(TextureSamplerEntry&&) noexcept = default;
   ~TextureSamplerEntry() = default;
 };
+
+// Here, because clients outside of the module make entries of textures that they have from elsewhere.
+inline TextureSamplerEntry& TextureSamplerEntry::operator=(const TextureSamplerEntry& other) {
+  if (this == &other) return *this;
+  _texture = other._texture;
+  _sampler = other._sampler;
+  _textureItem = other._textureItem;
+  _samplerItem = other._samplerItem;
+  const SamplingData& source = other._samplingData;
+  SamplingData description;
+  for (Int i = 0; i < 4; ++i) description._borderColor[i] = source._borderColor[i];
+  description._numChannels = source._numChannels;
+  description._dataSize = source._dataSize;
+  description._dimensions = source._dimensions;
+  description._flags = source._flags;
+  description._format = source._format;
+  _samplingData = std::move(description);
+  _state = other._state;
+  _textureId = other._textureId;
+  return *this;
+}
 
 template <>
 struct DataTypeOf<DataBufferEntry> {

@@ -21,17 +21,11 @@
 #include "parallelprogram/shaderloader/general_shader_loader.h"
 #include "parallelprogram/shaderloader/general_shader_loader_interface.h"
 #include "tests/gpu/recording_drawport.h"
+#include "tests/shaderloader/stage_text.h"
 #include "tests/support/diagnostic_recorder.h"
 #include "tests/support/result_matchers.h"
 
 namespace ostra::test {
-
-// A stage file: its inputs, one "(type) name" each, and its body.
-inline std::string MakeStageText(const std::vector<std::string>& inputs, const std::string& body) {
-  std::string text = "#define KERNELINPUTS \\\n";
-  for (std::size_t i = 0; i < inputs.size(); ++i) text += inputs[i] + (i + 1 < inputs.size() ? ", \\\n" : "\n");
-  return text + "\nOSTRA_PARALLEL_KERNEL(Stage, KERNELINPUTS)\n{\n" + body + "}\nOSTRA_PARALLEL_KERNEL_END\n";
-}
 
 class LoaderTest : public testing::Test {
  protected:
