@@ -41,6 +41,7 @@ constexpr Workload kWorkloads[] = {
     {"readback", &bench::RunReadBack},
     {"gpu_submit", &bench::RunGpuSubmit},
     {"shader_compile", &bench::RunShaderCompile},
+    {"draws", &bench::RunDraws},
     {"decode", &bench::RunDecode},
     {"translate", &bench::RunTranslate},
 };

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstring>
 #include <stdexcept>
 
@@ -18,6 +19,20 @@ void BeginCommands(VkCommandBuffer commands) {
   BENCH_VULKAN(vkBeginCommandBuffer(commands, &info));
 }
 
+namespace {
+
+bool HasExtension(VkPhysicalDevice device, const char* name) {
+  std::uint32_t count = 0;
+  BENCH_VULKAN(vkEnumerateDeviceExtensionProperties(device, nullptr, &count, nullptr));
+  std::vector<VkExtensionProperties> extensions(count);
+  BENCH_VULKAN(vkEnumerateDeviceExtensionProperties(device, nullptr, &count, extensions.data()));
+  return std::ranges::any_of(extensions, [name](const VkExtensionProperties& extension) {
+    return std::strcmp(extension.extensionName, name) == 0;
+  });
+}
+
+}  // namespace
+
 RawDevice::RawDevice(const std::string& name) {
   BENCH_VULKAN(volkInitialize());
   VkApplicationInfo application = {VK_STRUCTURE_TYPE_APPLICATION_INFO};
@@ -34,7 +49,9 @@ RawDevice::RawDevice(const std::string& name) {
   for (const VkPhysicalDevice device : devices) {
     VkPhysicalDeviceProperties properties;
     vkGetPhysicalDeviceProperties(device, &properties);
-    if (!_physicalDevice && name == properties.deviceName) _physicalDevice = device;
+    if (_physicalDevice || name != properties.deviceName) continue;
+    _physicalDevice = device;
+    _limits = properties.limits;
   }
   if (!_physicalDevice) throw std::runtime_error("The reference does not find the device \"" + name + "\".");
   vkGetPhysicalDeviceMemoryProperties(_physicalDevice, &_memory);
@@ -63,6 +80,16 @@ RawDevice::RawDevice(const std::string& name) {
   info.pNext = &features12;
   info.queueCreateInfoCount = 1;
   info.pQueueCreateInfos = &queue;
+  // For drawing; what does not draw does without.
+  VkPhysicalDeviceDynamicRenderingFeaturesKHR rendering = {
+      VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_DYNAMIC_RENDERING_FEATURES_KHR};
+  rendering.dynamicRendering = VK_TRUE;
+  const char* const extension = VK_KHR_DYNAMIC_RENDERING_EXTENSION_NAME;
+  if (HasExtension(_physicalDevice, extension)) {
+    features12.pNext = &rendering;
+    info.enabledExtensionCount = 1;
+    info.ppEnabledExtensionNames = &extension;
+  }
   BENCH_VULKAN(vkCreateDevice(_physicalDevice, &info, nullptr, &_device));
   vkGetDeviceQueue(_device, queue.queueFamilyIndex, 0, &_queue);
 

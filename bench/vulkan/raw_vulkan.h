@@ -20,6 +20,7 @@ class RawDevice {
   ~RawDevice();
 
   VkDevice GetHandle() const { return _device; }
+  const VkPhysicalDeviceLimits& GetLimits() const { return _limits; }
   // A memory type among `allowed` that has all of `needed`, best one that has `wished` too; -1 for none.
   int FindMemoryType(std::uint32_t allowed, VkMemoryPropertyFlags needed, VkMemoryPropertyFlags wished) const;
 
@@ -35,6 +36,7 @@ class RawDevice {
   VkInstance _instance = VK_NULL_HANDLE;
   VkPhysicalDevice _physicalDevice = VK_NULL_HANDLE;
   VkPhysicalDeviceMemoryProperties _memory = {};
+  VkPhysicalDeviceLimits _limits = {};
   VkDevice _device = VK_NULL_HANDLE;
   VkQueue _queue = VK_NULL_HANDLE;
   VkCommandPool _pool = VK_NULL_HANDLE;

@@ -34,6 +34,15 @@ Shader MakeShader(const std::string& kernelPath) {
   return shader;
 }
 
+std::vector<std::uint32_t> CompileGlsl(const std::string& text, bool isVertex) {
+  AssembledShader assembled;
+  assembled.text = Need(String::Create(text));
+  const CompiledShader compiled =
+      Need(CompileShader(kShadingLanguageGlsl, isVertex ? DrawportStage::Vertex : DrawportStage::Fragment, assembled));
+  if (!compiled.IsCompiled()) throw Failure(MakeCompileError(assembled, compiled, "reference"));
+  return {compiled.words.begin(), compiled.words.end()};
+}
+
 GroupCounts GetGroupCounts(const Shader& shader, std::uint32_t x, std::uint32_t y) {
   constexpr std::uint32_t kMaxGroups = 65535;
   const std::uint32_t columns = (x - 1) / shader.groupSize[0] + 1;

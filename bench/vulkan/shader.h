@@ -25,6 +25,9 @@ struct Shader {
 // Translates and compiles a kernel file with the same rooms as the GPU program. Throws Failure.
 Shader MakeShader(const std::string& kernelPath);
 
+// SPIR-V of GLSL that was written by hand, from the same compiler. Throws Failure.
+std::vector<std::uint32_t> CompileGlsl(const std::string& text, bool isVertex);
+
 // Work groups for `x` invocations, or `x` by `y` ones, as the GPU program counts them.
 struct GroupCounts {
   std::uint32_t x, y;

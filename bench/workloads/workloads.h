@@ -20,6 +20,8 @@ bool RunReadBack(const Options& options);
 bool RunGpuSubmit(const Options& options);
 // Kernel files to programs of the device, with empty and with full caches.
 bool RunShaderCompile(const Options& options);
+// Draws with values of their own, in one pass.
+bool RunDraws(const Options& options);
 // An encoded container beside libcrypto's own calls.
 bool RunDecode(const Options& options);
 // A kernel file with three headers through the shader parser.
