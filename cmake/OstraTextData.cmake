@@ -31,3 +31,28 @@ function(ostra_text_data source)
     COMMENT "Putting texts into ${source}"
     VERBATIM)
 endfunction()
+
+# ostra_text_table(SOURCE HEADER header NAMESPACE namespace TABLE name FILE...)
+# Makes the C++ file SOURCE in the build folder, which defines the table `name` that `header` declares: the names of the
+# files, without folders, and their texts.
+#
+#   namespace ostra::parity { struct TextFile { std::string_view name, text; }; extern const std::span<const TextFile> kFiles; }
+set(OSTRA_TEXT_TABLE_SCRIPT ${CMAKE_CURRENT_LIST_DIR}/MakeTextTable.cmake)
+
+function(ostra_text_table source)
+  cmake_parse_arguments(PARSE_ARGV 1 table "" "HEADER;NAMESPACE;TABLE" "")
+  set(output ${CMAKE_CURRENT_BINARY_DIR}/${source})
+  set(files)
+  foreach(file IN LISTS table_UNPARSED_ARGUMENTS)
+    cmake_path(ABSOLUTE_PATH file BASE_DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR} NORMALIZE)
+    list(APPEND files ${file})
+  endforeach()
+  string(REPLACE ";" "|" list "${files}")
+  add_custom_command(
+    OUTPUT ${output}
+    COMMAND ${CMAKE_COMMAND} -DOUTPUT=${output} -DHEADER=${table_HEADER} -DNAMESPACE=${table_NAMESPACE}
+            -DTABLE=${table_TABLE} "-DFILES=${list}" -P ${OSTRA_TEXT_TABLE_SCRIPT}
+    DEPENDS ${files} ${OSTRA_TEXT_TABLE_SCRIPT}
+    COMMENT "Putting texts into ${source}"
+    VERBATIM)
+endfunction()

@@ -12,6 +12,7 @@
 #include "apps/ostra/names/nearest_name.h"
 #include "apps/ostra/names/one_of.h"
 #include "apps/ostra/output/standard_output.h"
+#include "apps/ostra/parity/parity_command.h"
 #include "apps/ostra/render_command_line.h"
 #include "apps/ostra/run/run_command.h"
 #include "apps/ostra/run/run_help.h"
@@ -219,10 +220,13 @@ int RunCommandLine(std::span<const char* const> arguments) {
   TranslateArguments translateArguments;
   CheckArguments checkArguments;
   RenderArguments renderArguments;
+  ParityArguments parityArguments;
   CLI::App& translate = AddTranslateCommand(app, translateArguments);
   CLI::App& check = AddCheckCommand(app, checkArguments);
   CLI::App& render = AddRenderCommand(app, renderArguments);
   AddConfigurationOptions(render, configuration);
+  CLI::App& parity = AddParityCommand(app, parityArguments);
+  AddConfigurationOptions(parity, configuration);
   const auto rest = arguments.size() > 1 ? arguments.subspan(1) : arguments;
   const std::vector<Command> commands = {
       {&run, [&] { return RunKernel(runArguments, rest); }},
@@ -232,6 +236,7 @@ int RunCommandLine(std::span<const char* const> arguments) {
       {&translate, [&] { return RunTranslate(translateArguments); }},
       {&check, [&] { return RunCheck(checkArguments); }},
       {&render, [&] { return RunRender(renderArguments, rest); }},
+      {&parity, [&] { return RunParity(parityArguments, rest); }},
   };
   std::vector<std::string> names;
   for (const Command& command : commands) names.push_back(command.app->get_name());

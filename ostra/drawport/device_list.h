@@ -26,6 +26,7 @@ struct DrawportDeviceInformation {
   VideoMemoryBudget memory;
   BaseArray<DrawportFeature> features;  // those that are there
   DrawportFormatCounts formats;
+  Int filterWeightBits = 0;  // bits behind the point of the weights with which neighbouring texels are blended
 };
 
 // A backend NAME registers the class net.ostra.drawport.devicelist.NAME. Any thread.

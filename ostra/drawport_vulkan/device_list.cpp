@@ -38,7 +38,7 @@ DrawportFormatCounts CountFormats(const DrawportContextInterface& context) {
   return counts;
 }
 
-Result<DrawportDeviceInformation> Describe(const DeviceSnapshot& snapshot, const DrawportContextInterface& context) {
+Result<DrawportDeviceInformation> Describe(const DeviceSnapshot& snapshot, DrawportContextInterface& context) {
   DrawportDeviceInformation information;
   information.backend = kDrawportTypeVulkan;
   information.name = snapshot.name;
@@ -48,6 +48,8 @@ Result<DrawportDeviceInformation> Describe(const DeviceSnapshot& snapshot, const
   for (const DrawportFeature feature : kAllDrawportFeatures)
     if (context.IsFeatureSupported(feature)) OSTRA_RETURN_IF_ERROR(information.features.Append(feature));
   information.formats = CountFormats(context);
+  OSTRA_ASSIGN_OR_RETURN(const Context* found, FindContext(context));
+  information.filterWeightBits = found->GetDevice().GetLimits().subTexelPrecisionBits;
   return information;
 }
 

@@ -3,11 +3,10 @@
 #include <cstdlib>
 #include <optional>
 
-#include "gpu_parity_test_kernels.h"
+#include "apps/ostra/parity/kernel_folder.h"
 #include "ostra/core/diagnostics.h"
 #include "ostra/drawport/cache.h"
 #include "ostra/host.h"
-#include "parallelprogram/program/kernel_registration.h"
 
 namespace ostra::test {
 namespace {
@@ -20,6 +19,8 @@ class ValidationListener final : public DiagnosticListener {
   }
 };
 
+std::optional<parity::KernelFolder> g_kernels;
+
 // The host with the modules, for the whole run of the test program.
 class HostEnvironment final : public testing::Environment {
  public:
@@ -31,15 +32,13 @@ class HostEnvironment final : public testing::Environment {
     _host.emplace(std::move(host).GetValue());
     ASSERT_THAT(_host->LoadModule("parallelprogram"), IsOk());
     ASSERT_THAT(_host->LoadModule("drawport_vulkan"), IsOk());
-    auto registry = ClassRegistry::Find(kKernelClassRegistry);
-    ASSERT_THAT(registry, IsOk());
-    for (const auto& kernel : GetKernels_gpu_parity_test()) {
-      auto kernelClass = kernel.create();
-      ASSERT_THAT(kernelClass, IsOk());
-      ASSERT_THAT(registry->Insert(*kernelClass), IsOk());
-    }
+    ASSERT_THAT(parity::RegisterParityKernels(), IsOk());
+    auto kernels = parity::KernelFolder::Create();
+    ASSERT_THAT(kernels, IsOk());
+    g_kernels.emplace(std::move(*kernels));
   }
   void TearDown() override {
+    g_kernels.reset();
     _host.reset();
     _listener.reset();
   }
@@ -55,6 +54,8 @@ class HostEnvironment final : public testing::Environment {
 
 }  // namespace
 
+const Url& GetKernelFolder() { return g_kernels->GetUrl(); }
+
 Bool HasDevice() {
   const auto cache = GetDefaultDrawportCache();
   return cache && !(*cache)->GetCacheType().IsEmpty();
@@ -64,7 +65,7 @@ ParallelProgramRef MakeProgram(const Id& programClass) {
   auto program = CreateObject<ParallelProgramInterface>(programClass);
   EXPECT_THAT(program, IsOk());
   if (!program) return nullptr;
-  const Result<void> prepared = (*program)->Init(*Url::Create(OSTRA_TEST_RESOURCES), nullptr, 0, true);
+  const Result<void> prepared = (*program)->Init(GetKernelFolder(), nullptr, 0, true);
   EXPECT_THAT(prepared, IsOk());
   return prepared ? *program : ParallelProgramRef();
 }

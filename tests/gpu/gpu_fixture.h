@@ -1,4 +1,4 @@
-// The host with the module and the backend, and programs of both classes: what runs on one runs on the other.
+// The host with the module and the backend, and programs on them.
 //
 //   ParallelProgramRef program = MakeProgram(kGpuProgramClass);
 //   AddKernel(*program, "k"_iid, "net.ostra.kernels.saxpy.krn");
@@ -24,7 +24,10 @@ Bool HasDevice();
 // A program after Init, on a context of its own. `programClass` is one of the two classes.
 ParallelProgramRef MakeProgram(const Id& programClass);
 
-// Adds a kernel file that is linked with the test and lies beside it.
+// The folder with the kernels of the parity suite, whose classes are registered: a resource path.
+const Url& GetKernelFolder();
+
+// Adds a kernel of that folder.
 void AddKernel(ParallelProgramInterface& program, InternedId id, std::string_view name);
 
 template <class T>
@@ -54,24 +57,5 @@ template <class T>
 std::vector<T> ReadBuffer(ParallelProgramInterface& program, InternedId id) {
   return GetElements<T>(program.GetGlobalBufferData(id));
 }
-
-// A test that runs once per program class.
-class BothProgramsTest : public testing::TestWithParam<Id> {
- protected:
-  void SetUp() override {
-    if (IsGpu() && !HasDevice()) GTEST_SKIP() << "There is no GPU device on this machine.";
-    program = MakeProgram(GetParam());
-    ASSERT_TRUE(program);
-  }
-  Bool IsGpu() const { return GetParam() == kGpuProgramClass; }
-
-  ParallelProgramRef program;
-};
-
-#define OSTRA_TEST_BOTH_PROGRAMS(Suite)                                                                      \
-  INSTANTIATE_TEST_SUITE_P(                                                                                  \
-      , Suite, testing::Values(::ostra::kCpuProgramClass, ::ostra::kGpuProgramClass), [](const auto& test) { \
-        return std::string(test.param == ::ostra::kCpuProgramClass ? "CpuProgram" : "GpuProgram");           \
-      })
 
 }  // namespace ostra::test

@@ -2,7 +2,7 @@
 #include <cmath>
 
 #include "tests/kernels/kernel_runner.h"
-#include "tests/kernels/kernel_scenarios.h"
+#include "apps/ostra/parity/kernel_scenarios.h"
 
 namespace ostra::kernelclasses {
 Result<ClassRef> Create_by_hand();
@@ -11,6 +11,8 @@ Result<ClassRef> Create_by_hand_checked();
 
 namespace ostra::test {
 namespace {
+
+using namespace parity;
 
 using Ids = Vec3<UInt32>;
 

@@ -4,10 +4,12 @@
 #include <numeric>
 
 #include "tests/kernels/kernel_runner.h"
-#include "tests/kernels/kernel_scenarios.h"
+#include "apps/ostra/parity/kernel_scenarios.h"
 
 namespace ostra::test {
 namespace {
+
+using namespace parity;
 
 // A kernel after its scenario has run.
 class FinishedKernel : public KernelRunner {

@@ -3,10 +3,12 @@
 
 #include "kernel_library_test_kernels.h"
 #include "tests/kernels/kernel_runner.h"
-#include "tests/kernels/kernel_scenarios.h"
+#include "apps/ostra/parity/kernel_scenarios.h"
 
 namespace ostra::test {
 namespace {
+
+using namespace parity;
 
 class KernelParityTest : public testing::TestWithParam<KernelScenario> {};
 

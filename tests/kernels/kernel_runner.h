@@ -16,10 +16,10 @@
 #include <string>
 #include <vector>
 
+#include "apps/ostra/parity/scenario_target.h"
 #include "ostra/render/render_noise.h"
 #include "parallelprogram/program/kernel_loops.h"
 #include "parallelprogram/program/kernel_registration.h"
-#include "tests/kernels/scenario_target.h"
 #include "tests/support/result_matchers.h"
 
 namespace ostra::test {
@@ -29,7 +29,7 @@ enum class Way { kOneByOne, kOrdered, kUnordered, kInSmallPieces, kBaseline, kVe
 inline constexpr Way kAllWays[] = {Way::kOneByOne,      Way::kOrdered,  Way::kUnordered,
                                    Way::kInSmallPieces, Way::kBaseline, Way::kVectors256};
 
-class KernelRunner : public ScenarioTarget {
+class KernelRunner : public parity::ScenarioTarget {
  public:
   // Makes an object of the class `id`, which is linked with the test, and calls its Init.
   explicit KernelRunner(const std::string& id);
@@ -56,7 +56,7 @@ class KernelRunner : public ScenarioTarget {
   KernelInterface& GetKernel() { return *_kernel; }
 
   void SetTypedValue(const char* name, const DataType& type, const void* value) override;
-  void SetTypedBuffer(const char* name, const BufferElements& elements) override;
+  void SetTypedBuffer(const char* name, const parity::BufferElements& elements) override;
 
  private:
   const KernelParameter* FindParameter(const char* name) const;

@@ -131,7 +131,8 @@ Json ListDevices(const BaseArray<DrawportDeviceInformation>& devices) {
                     {"formats",
                      {{"sampled", device.formats.sampled},
                       {"filtered", device.formats.filtered},
-                      {"shaderReadWrite", device.formats.shaderReadWrite}}}});
+                      {"shaderReadWrite", device.formats.shaderReadWrite}}},
+                    {"filterWeightBits", device.filterWeightBits}});
   }
   return list;
 }

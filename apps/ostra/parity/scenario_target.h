@@ -6,7 +6,7 @@
 #include "ostra/core/data_type.h"
 #include "ostra/math/data_types.h"
 
-namespace ostra::test {
+namespace ostra::parity {
 
 struct BufferElements {
   DataType elementType;
@@ -37,4 +37,4 @@ class ScenarioTarget {
   ~ScenarioTarget() = default;
 };
 
-}  // namespace ostra::test
+}  // namespace ostra::parity

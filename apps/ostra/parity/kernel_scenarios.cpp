@@ -1,10 +1,10 @@
-#include "tests/kernels/kernel_scenarios.h"
+#include "apps/ostra/parity/kernel_scenarios.h"
 
 #include <random>
 
 #include "ostra/render/render_noise.h"
 
-namespace ostra::test {
+namespace ostra::parity {
 namespace {
 
 constexpr Int kPixelCount = Int{kWidth} * kHeight;
@@ -162,19 +162,19 @@ const std::vector<KernelScenario>& GetKernelScenarios() {
       {"saxpy", kLine, PrepareSaxpy},
       {"index", kLine, PrepareIndex},
       {"blur5", kPicture, PrepareBlur5},
-      {"bilateral", kPicture, PrepareBilateral},
-      {"tonemap", kLine, PrepareTonemap},
+      {"bilateral", kPicture, PrepareBilateral, 1e-5f, "exponentials"},
+      {"tonemap", kLine, PrepareTonemap, 1e-5f, "powers and quotients"},
       {"histogram", kLine, PrepareHistogram},
       {"mandelbrot", kPicture, PrepareMandelbrot},
       {"reactiondiffusion", kPicture, PrepareReactionDiffusion},
-      {"nbody", {256, 1, 1}, PrepareNBody},
+      {"nbody", {256, 1, 1}, PrepareNBody, 1e-5f, "quotients and square roots over 256 bodies"},
       {"reduction", {64, 1, 1}, PrepareReduction},
       {"prefixsum", kLine, PreparePrefixSum},
       {"compact", kLine, PrepareCompact},
       {"dispatcharguments", {1, 1, 1}, PrepareDispatchArguments},
-      {"squareroots", {1024, 1, 1}, PrepareSquareRoots},
+      {"squareroots", {1024, 1, 1}, PrepareSquareRoots, 1e-6f, "square roots"},
       {"noise", kPicture, PrepareNoise},
-      {"terrain", kPicture, PrepareTerrain},
+      {"terrain", kPicture, PrepareTerrain, 1e-5f, "vectors of length 1"},
   };
   return scenarios;
 }
@@ -195,4 +195,4 @@ std::vector<Vec4<Float32>> MakePixels(Int count, Float32 brightest) {
   return pixels;
 }
 
-}  // namespace ostra::test
+}  // namespace ostra::parity

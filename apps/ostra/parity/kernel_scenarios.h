@@ -1,17 +1,23 @@
-// What each kernel of the library is run on in tests: values of every kind, sizes that are no multiple of anything.
+// What each kernel of the library is run on, here and in tests: values of every kind, sizes that are no multiple of
+// anything.
 #pragma once
 
 #include <string>
 #include <vector>
 
-#include "tests/kernels/scenario_target.h"
+#include "apps/ostra/parity/scenario_target.h"
 
-namespace ostra::test {
+namespace ostra::parity {
 
 struct KernelScenario {
   const char* name;  // of the kernel, in net.ostra.kernels.NAME.krn
   Vec3<UInt32> extent;
   void (*prepare)(ScenarioTarget& target);
+  // How far numbers may be from those of the CPU where a device rounds in its own way, relative to values above 1; 0:
+  // the same bits.
+  Float32 distance = 0;
+  // What of the kernel is rounded so.
+  const char* inexact = "";
 };
 
 std::string GetKernelId(const char* name);
@@ -26,4 +32,4 @@ std::vector<Vec4<Float32>> MakePixels(Int count, Float32 brightest);
 inline constexpr Int32 kWidth = 37, kHeight = 19;
 inline constexpr UInt32 kCount = 1003;
 
-}  // namespace ostra::test
+}  // namespace ostra::parity

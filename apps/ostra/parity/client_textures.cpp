@@ -1,0 +1,71 @@
+// Textures: stored, updated, created, swapped, deleted, and sampled by a kernel.
+#include <cmath>
+
+#include "apps/ostra/parity/client_scenarios.h"
+
+namespace ostra::parity {
+namespace {
+
+Floats ReadTexture(ClientRun& run, const InternedId& id) {
+  return run.GetTexels(run->GetTextureData(id, Vec3<Int32>(0), Vec3<Int32>(kAll)));
+}
+
+void TexturesAreReadBackAsTheyWereStored(ClientRun& run) {
+  const Floats texels = MakeTexels(37, 19);
+  TextureBindData data = DescribeTexels(texels, 37, 19);
+  PARITY_OK(run, run->StoreTextureBindData("t"_iid, data, false));
+  PARITY_HOLDS(run, ReadTexture(run, "t"_iid) == texels);
+
+  const Floats others(texels.size(), 0.5f);
+  PARITY_OK(run, run->UpdateTextureBindData("t"_iid, DescribeTexels(others, 37, 19)));
+  PARITY_HOLDS(run, run.GetTexels(run->GetTextureData("t"_iid, Vec3<Int32>(10), Vec3<Int32>(kAll))) == others);
+
+  TextureBindData empty = DescribeTexels(texels, 37, 19);
+  PARITY_OK(run, run->CreateTexture("t"_iid, empty));
+  PARITY_HOLDS(run, ReadTexture(run, "t"_iid) == Floats(texels.size(), 0.0f));
+}
+
+void SwappedTexturesAreKnownByTheOtherName(ClientRun& run) {
+  const Floats ones(4 * 4 * 4, 1.0f), twos(4 * 4 * 4, 2.0f);
+  TextureBindData one = DescribeTexels(ones, 4, 4), two = DescribeTexels(twos, 4, 4);
+  PARITY_OK(run, run->StoreTextureBindData("one"_iid, one, false));
+  PARITY_OK(run, run->StoreTextureBindData("two"_iid, two, false));
+  PARITY_OK(run, run->SwapTextures("one"_iid, "two"_iid));
+  PARITY_HOLDS(run, ReadTexture(run, "one"_iid) == twos);
+  PARITY_OK(run, run->DeleteTexture("one"_iid, false));
+  PARITY_FAILS(run, kIllegalArgumentError, "", run->GetTextureData("one"_iid, Vec3<Int32>(0), Vec3<Int32>(kAll)));
+  PARITY_HOLDS(run, ReadTexture(run, "two"_iid) == ones);
+}
+
+void KernelsSampleTextures(ClientRun& run) {
+  constexpr UInt32 kSize = 16;
+  run.AddKernel("rotate"_iid, "net.ostra.kernels.rotate.krn");
+  const Floats grey(kSize * kSize * 4, 0.25f);
+  TextureBindData data = DescribeTexels(grey, kSize, kSize);
+  PARITY_OK(run, run->StoreTextureBindData("image"_iid, data, false));
+  PARITY_OK(run, run->SetTextureToActiveKernelSameId("image"_iid));
+  PARITY_OK(run, run->CreateUniformBuffer("result"_iid, GetDataType<Vector4d32>(), kSize * kSize));
+  PARITY_OK(run, run->SetBufferToActiveKernelSameId("result"_iid));
+  PARITY_OK(run, run->SetUniform("width"_iid, Int32(kSize)));
+  PARITY_OK(run, run->SetUniform("height"_iid, Int32(kSize)));
+  PARITY_OK(run, run->SetUniform("angle"_iid, Float32(0.3f)));
+  PARITY_OK(run, run->SetUniform("scale"_iid, Float32(1)));
+  PARITY_OK(run, run->UpdateUniforms());
+  PARITY_OK(run, run->DispatchKernel(kSize, kSize, 1, false));
+  const Float32 encoded = 1.055f * std::pow(0.25f, 1.0f / 2.4f) - 0.055f;
+  const Floats values = run.Read<Float32>("result"_iid);
+  PARITY_HOLDS(run, values.size() == std::size_t{kSize} * kSize * 4);
+  for (const Float32 value : values) PARITY_HOLDS(run, std::abs(value - encoded) <= 1e-5f);
+}
+
+constexpr ClientScenario kScenarios[] = {
+    {"TexturesAreReadBackAsTheyWereStored", &TexturesAreReadBackAsTheyWereStored},
+    {"SwappedTexturesAreKnownByTheOtherName", &SwappedTexturesAreKnownByTheOtherName},
+    {"KernelsSampleTextures", &KernelsSampleTextures},
+};
+
+}  // namespace
+
+std::span<const ClientScenario> GetTextureScenarios() { return kScenarios; }
+
+}  // namespace ostra::parity

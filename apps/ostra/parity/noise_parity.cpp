@@ -1,0 +1,48 @@
+// Noises of all modes, still and moving.
+#include "apps/ostra/parity/parity_runs.h"
+#include "apps/ostra/parity/program_runner.h"
+#include "parallelprogram/program/noise_modes.h"
+
+namespace ostra::parity {
+namespace {
+
+// One program for all modes: its kernel is compiled once.
+class NoiseRunner {
+ public:
+  NoiseRunner(const Id& programClass, const Url& kernels)
+      : _runner(programClass, kernels, "net.ostra.kernels.noise.krn") {}
+
+  std::vector<Byte> Draw(Int mode, Float32 time) {
+    _runner.SetValue<Int32>("width", kWidth);
+    _runner.SetValue<Int32>("height", kHeight);
+    _runner.SetValue("cells", 7.0f);
+    _runner.SetValue("time", time);
+    _runner.SetBuffer("target", std::vector<Vec4<Float32>>(std::size_t{kWidth} * kHeight));
+    _runner.SetValue<Int32>("noiseMode_0", static_cast<Int32>(mode));
+    _runner.SetValue<Int32>("noiseSeed_0", 1000 + static_cast<Int32>(mode));
+    _runner.Run({48, 32, 1});
+    return _runner.ReadBytes("target");
+  }
+  const std::string& GetFailure() const { return _runner.GetFailure(); }
+
+ private:
+  ProgramRunner _runner;
+};
+
+}  // namespace
+
+std::vector<ParityRow> CompareNoises(const Url& kernels) {
+  const std::string what = std::to_string(kNoiseModeCount) + " modes of RenderNoise";
+  NoiseRunner cpu(kCpuProgramClass, kernels), gpu(kGpuProgramClass, kernels);
+  std::string others;
+  for (Int mode = 0; mode < kNoiseModeCount; ++mode) {
+    Bool isSame = true;
+    for (const Float32 time : {0.0f, 0.6f}) isSame = isSame && cpu.Draw(mode, time) == gpu.Draw(mode, time);
+    if (!isSame) others += (others.empty() ? "other bits in mode " : ", ") + std::to_string(mode);
+  }
+  for (const std::string* failure : {&cpu.GetFailure(), &gpu.GetFailure()})
+    if (!failure->empty()) others = *failure;
+  return {{"noises", what, kSameBits, others.empty() ? kSameBits : others, others.empty()}};
+}
+
+}  // namespace ostra::parity

@@ -1,0 +1,165 @@
+// Operations one by one, and integers.
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstdio>
+#include <limits>
+
+#include "apps/ostra/parity/parity_runs.h"
+#include "apps/ostra/parity/program_runner.h"
+
+namespace ostra::parity {
+namespace {
+
+using Floats = std::vector<Float32>;
+
+Floats Collect(const std::vector<Operands>& operands, Float32 Operands::*member) {
+  Floats values;
+  for (const Operands& each : operands) values.push_back(each.*member);
+  return values;
+}
+
+struct Results {
+  Floats values;  // of all operations, element after element
+  std::string failure;
+};
+
+Results RunOperations(const Id& programClass, const OperationGroup& group, const std::vector<Operands>& operands,
+                      const Url& kernels) {
+  const auto count = static_cast<UInt32>(operands.size());
+  ProgramRunner runner(programClass, kernels, group.kernel);
+  runner.SetValue<UInt32>("count", count);
+  runner.SetBuffer("a", Collect(operands, &Operands::x));
+  runner.SetBuffer("b", Collect(operands, &Operands::y));
+  runner.SetBuffer("c", Collect(operands, &Operands::z));
+  runner.SetBuffer("results", Floats(operands.size() * group.operations.size(), std::numeric_limits<Float32>::max()));
+  runner.Run({count, 1, 1});
+  Results results{runner.Read<Float32>("results"), runner.GetFailure()};
+  if (results.failure.empty() && results.values.size() != operands.size() * group.operations.size())
+    results.failure = "there are not as many results as expected";
+  return results;
+}
+
+// Zeros of either sign are the same.
+Bool HasSameBits(Float32 a, Float32 b) {
+  return (a == 0 && b == 0) || std::bit_cast<UInt32>(a) == std::bit_cast<UInt32>(b);
+}
+
+// A device that gives no number is infinitely far away.
+Float64 GetDistance(Float64 a, Float64 b) {
+  const Float64 distance = std::abs(a - b);
+  return std::isnan(distance) ? std::numeric_limits<Float64>::infinity() : distance;
+}
+
+// The results of one operation.
+struct Column {
+  const std::vector<Operands>& operands;
+  const Floats& cpu;
+  const Floats& gpu;
+  std::size_t place, width;
+  Float32 GetCpu(std::size_t i) const { return cpu[i * width + place]; }
+  Float32 GetGpu(std::size_t i) const { return gpu[i * width + place]; }
+};
+
+void CompareBits(const Column& column, ParityRow& row) {
+  std::size_t others = 0;
+  for (std::size_t i = 0; i < column.operands.size(); ++i) others += !HasSameBits(column.GetCpu(i), column.GetGpu(i));
+  row.isHeld = others == 0;
+  row.reached =
+      row.isHeld ? kSameBits : std::to_string(others) + " of " + std::to_string(column.operands.size()) + " differ";
+}
+
+void Measure(const Operation& operation, const Column& column, ParityRow& row) {
+  Float64 fromExact = 0, fromCpu = 0, share = 0;
+  for (std::size_t i = 0; i < column.operands.size(); ++i) {
+    const Float64 exact = operation.exact(column.operands[i]);
+    const Float64 unit = operation.unit == DistanceUnit::Absolute ? 1 : GetLastPlace(exact);
+    const Float64 distance = GetDistance(column.GetGpu(i), exact);
+    fromExact = std::max(fromExact, distance / unit);
+    fromCpu = std::max(fromCpu, GetDistance(column.GetGpu(i), column.GetCpu(i)) / unit);
+    share = std::max(share, distance / operation.allowance(column.operands[i], exact));
+  }
+  row.isHeld = share <= 1;
+  const char* units = operation.unit == DistanceUnit::Absolute ? "" : " units";
+  char percent[16];
+  std::snprintf(percent, sizeof(percent), "%.3g", 100 * share);
+  row.reached = FormatFigure(fromExact) + units + ", " + percent + " % of what is allowed; " + FormatFigure(fromCpu) +
+                units + " from the CPU";
+}
+
+std::vector<UInt32> MakeWords(UInt32 seed, UInt32 count) {
+  std::vector<UInt32> words;
+  UInt32 state = seed;
+  for (UInt32 i = 0; i < count; ++i) {
+    state = state * 1664525u + 1013904223u;
+    words.push_back(state ^ (state >> 13));
+  }
+  return words;
+}
+
+}  // namespace
+
+std::string FormatFigure(Float64 figure) {
+  char text[32];
+  std::snprintf(text, sizeof(text), "%.3g", figure);
+  return text;
+}
+
+ParityRow MakeFailedRow(std::string group, std::string what, std::string promised, std::string failure) {
+  return {std::move(group), std::move(what), std::move(promised), std::move(failure), false};
+}
+
+std::vector<ParityRow> CompareOperations(const OperationGroup& group, const Url& kernels) {
+  const std::vector<Operands> operands = group.makeOperands();
+  const Results cpu = RunOperations(kCpuProgramClass, group, operands, kernels);
+  const Results gpu = RunOperations(kGpuProgramClass, group, operands, kernels);
+  std::vector<ParityRow> rows;
+  for (std::size_t i = 0; i < group.operations.size(); ++i) {
+    const Operation& operation = group.operations[i];
+    ParityRow row{group.name, operation.name, operation.promise ? operation.promise : kSameBits, {}, false};
+    const Column column{operands, cpu.values, gpu.values, i, group.operations.size()};
+    if (!cpu.failure.empty() || !gpu.failure.empty())
+      row.reached = cpu.failure.empty() ? gpu.failure : cpu.failure;
+    else if (operation.exact)
+      Measure(operation, column, row);
+    else
+      CompareBits(column, row);
+    rows.push_back(std::move(row));
+  }
+  return rows;
+}
+
+std::vector<ParityRow> CompareIntegers(const Url& kernels) {
+  constexpr UInt32 kElements = 10007, kResults = 12;
+  constexpr const char* kGroup = "integers";
+  constexpr const char* kWhat = "+ - * / % & | ^ ~ << >>, conversions, atomics";
+  const auto run = [&](const Id& programClass, std::string& failure) {
+    ProgramRunner runner(programClass, kernels, "net.ostra.parity.integers.krn");
+    runner.SetValue<UInt32>("count", kElements);
+    runner.SetBuffer("a", MakeWords(1, kElements));
+    runner.SetBuffer("b", MakeWords(2, kElements));
+    runner.SetBuffer("results", std::vector<UInt32>(std::size_t{kElements} * kResults, 7));
+    runner.SetBuffer("counts", std::vector<UInt32>(64));
+    runner.SetCounter("odd", 3);
+    runner.Run({kElements, 1, 1});
+    std::vector<UInt32> all = runner.Read<UInt32>("results");
+    for (const UInt32 count : runner.Read<UInt32>("counts")) all.push_back(count);
+    all.push_back(runner.ReadCounter("odd"));
+    failure = runner.GetFailure();
+    return all;
+  };
+  std::string cpuFailure, gpuFailure;
+  const std::vector<UInt32> cpu = run(kCpuProgramClass, cpuFailure);
+  const std::vector<UInt32> gpu = run(kGpuProgramClass, gpuFailure);
+  if (!cpuFailure.empty() || !gpuFailure.empty())
+    return {MakeFailedRow(kGroup, kWhat, kSameBits, cpuFailure.empty() ? gpuFailure : cpuFailure)};
+  if (cpu.size() != gpu.size()) return {MakeFailedRow(kGroup, kWhat, kSameBits, "other numbers of results")};
+  for (std::size_t i = 0; i < cpu.size(); ++i)
+    if (cpu[i] != gpu[i])
+      return {MakeFailedRow(kGroup, kWhat, kSameBits,
+                            "result " + std::to_string(i % kResults) + " of element " + std::to_string(i / kResults) +
+                                " is " + std::to_string(gpu[i]) + ", not " + std::to_string(cpu[i]))};
+  return {{kGroup, kWhat, kSameBits, kSameBits, true}};
+}
+
+}  // namespace ostra::parity

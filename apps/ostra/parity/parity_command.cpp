@@ -1,0 +1,88 @@
+#include "apps/ostra/parity/parity_command.h"
+
+#include "apps/ostra/names/one_of.h"
+#include "apps/ostra/output/progress.h"
+#include "apps/ostra/output/standard_output.h"
+#include "apps/ostra/parity/kernel_folder.h"
+#include "apps/ostra/parity/parity_report.h"
+#include "apps/ostra/parity/suite.h"
+#include "apps/ostra/start_host.h"
+#include "ostra/core/diagnostics.h"
+#include "ostra/core/format.h"
+#include "ostra/drawport/device_list.h"
+#include "ostra/drawport/settings.h"
+
+OSTRA_UNIT("parity_command");
+
+namespace ostra::tool {
+
+namespace {
+
+constexpr const char* kDetails =
+    "Runs the same kernels and the same client code on the CPU and on the GPU of this machine, and shows beside every\n"
+    "promise what was reached: the same bits for sums, products, integers, noises and texels; for quotients, roots "
+    "and\n"
+    "functions what Vulkan demands of devices; for values between texels one step of the device's weights.\n"
+    "\n"
+    "Examples:\n"
+    "  ostra parity\n"
+    "  ostra parity --language HLSL --json\n"
+    "\n"
+    "Exit status: 0 everything is held, 1 something is not or failed, 2 wrong usage.\n";
+
+// What scenarios do wrong on purpose is no news for the user: not even critical lines are.
+class SilentDiagnostics {
+ public:
+  SilentDiagnostics() {
+    SetDiagnosticStreamLevel(static_cast<DiagnosticLevel>(static_cast<Int32>(DiagnosticLevel::Critical) + 1));
+  }
+  SilentDiagnostics(const SilentDiagnostics&) = delete;
+  ~SilentDiagnostics() { SetDiagnosticStreamLevel(DiagnosticLevel::Warning); }
+};
+
+void RunSuite(const parity::ParitySetting& setting, const Id& language, std::vector<parity::ParityRow>& rows) {
+  const SilentDiagnostics silence;
+  const std::vector<parity::ParityCase> cases = parity::GetParityCases();
+  Progress progress("comparing", static_cast<Int>(cases.size()) + 2);
+  for (const parity::ParityCase& each : cases) {
+    const std::string reason = parity::FindReasonAgainst(each.name, language);
+    if (reason.empty())
+      for (parity::ParityRow& row : each.run(setting)) rows.push_back(std::move(row));
+    else
+      rows.push_back({"not run", each.name, "", reason, true});
+    progress.Advance();
+  }
+  rows.push_back(parity::RunClientScenarios(setting));
+  progress.Advance();
+  rows.push_back(parity::RunDifferences(setting));
+  progress.Advance();
+}
+
+}  // namespace
+
+CLI::App& AddParityCommand(CLI::App& app, ParityArguments& arguments) {
+  CLI::App& command = *app.add_subcommand("parity", "Compare the results of the GPU with those of the CPU");
+  command.footer(kDetails);
+  command.add_option("--language", arguments.language, "What kernels are translated to on their way: GLSL or HLSL")
+      ->type_name("NAME")
+      ->check(OneOf({"GLSL", "HLSL"}));
+  command.add_flag("--json", arguments.isJson, "Report as JSON");
+  return command;
+}
+
+Result<void> RunParity(const ParityArguments& arguments, std::span<const char* const> processArguments) {
+  OSTRA_ASSIGN_OR_RETURN(Host host, StartHost(processArguments));
+  OSTRA_RETURN_IF_ERROR(StartGpu(host, "there is nothing to compare with the CPU"));
+  OSTRA_ASSIGN_OR_RETURN(const BaseArray<DrawportDeviceInformation> devices, GetDrawportDevices());
+  if (devices.IsEmpty()) return OSTRA_ILLEGAL_STATE("there is no GPU device");
+  OSTRA_ASSIGN_OR_RETURN(const Id language, Id::Create(arguments.language));
+  SetDrawportShadingLanguage(language);
+  OSTRA_RETURN_IF_ERROR(parity::RegisterParityKernels());
+  OSTRA_ASSIGN_OR_RETURN(const parity::KernelFolder kernels, parity::KernelFolder::Create());
+  ParityReport report{std::string(devices[0].name.GetView()), arguments.language, {}};
+  RunSuite({kernels.GetUrl(), devices[0].filterWeightBits}, language, report.rows);
+  OSTRA_RETURN_IF_ERROR(WriteOutput(arguments.isJson ? FormatParityReportAsJson(report) : FormatParityReport(report)));
+  return CheckParityReport(report);
+}
+
+}  // namespace ostra::tool

@@ -1,0 +1,84 @@
+#include "apps/ostra/parity/suite.h"
+
+#include <cstdlib>
+
+#include "apps/ostra/parity/client_scenarios.h"
+#include "apps/ostra/parity/differences.h"
+#include "apps/ostra/parity/parity_runs.h"
+
+namespace ostra::parity {
+namespace {
+
+// Runs checks on both classes and counts those that hold.
+class CheckCounter {
+ public:
+  explicit CheckCounter(const ParitySetting& setting) : _setting(setting) {}
+
+  void Run(const char* name, void (*check)(ClientRun&)) {
+    Bool isHeld = true;
+    for (const Id& programClass : {kCpuProgramClass, kGpuProgramClass}) {
+      for (const std::string& failure : RunClient(check, programClass, _setting.kernels)) {
+        _failures += (_failures.empty() ? "" : "; ") + std::string(name) +
+                     (programClass == kGpuProgramClass ? " on the GPU: " : " on the CPU: ") + failure;
+        isHeld = false;
+      }
+    }
+    ++_count;
+    _held += isHeld;
+  }
+  ParityRow MakeRow(const char* group, const char* what, const char* promised) const {
+    ParityRow row{group, what, promised, std::to_string(_held) + " of " + std::to_string(_count), _failures.empty()};
+    if (!row.isHeld) row.reached += ": " + _failures;
+    return row;
+  }
+
+ private:
+  const ParitySetting& _setting;
+  Int _count = 0, _held = 0;
+  std::string _failures;
+};
+
+std::string Capitalize(std::string word) {
+  if (!word.empty() && word[0] >= 'a' && word[0] <= 'z') word[0] = static_cast<char>(word[0] - 'a' + 'A');
+  return word;
+}
+
+}  // namespace
+
+std::vector<ParityCase> GetParityCases() {
+  std::vector<ParityCase> cases;
+  for (const OperationGroup& group : GetOperationGroups())
+    cases.push_back(
+        {group.test, [&group](const ParitySetting& setting) { return CompareOperations(group, setting.kernels); }});
+  cases.push_back({"Integers", [](const ParitySetting& setting) { return CompareIntegers(setting.kernels); }});
+  cases.push_back({"Noises", [](const ParitySetting& setting) { return CompareNoises(setting.kernels); }});
+  for (const int dimensions : {1, 2, 3})
+    cases.push_back({"Textures" + std::to_string(dimensions) + "D", [dimensions](const ParitySetting& setting) {
+                       return CompareTextures(dimensions, setting.weightBits, setting.kernels);
+                     }});
+  cases.push_back({"Texels", [](const ParitySetting& setting) { return CompareTexels(setting.kernels); }});
+  for (const KernelScenario& scenario : GetKernelScenarios())
+    cases.push_back({"Kernel" + Capitalize(scenario.name),
+                     [&scenario](const ParitySetting& setting) { return CompareKernel(scenario, setting.kernels); }});
+  return cases;
+}
+
+ParityRow RunClientScenarios(const ParitySetting& setting) {
+  CheckCounter counter(setting);
+  for (const ClientScenario& scenario : GetClientScenarios()) counter.Run(scenario.name, scenario.run);
+  return counter.MakeRow("clients", "scenarios on both programs", "the same results and messages");
+}
+
+ParityRow RunDifferences(const ParitySetting& setting) {
+  CheckCounter counter(setting);
+  for (const Difference& difference : GetDifferences()) counter.Run(difference.test, difference.check);
+  return counter.MakeRow("differences", "rows of the table", "each class by its own rule");
+}
+
+std::string FindReasonAgainst(const std::string& caseName, const Id&) {
+  if (caseName == "KernelTerrain" && !std::getenv("OSTRA_TEST_SLOW"))
+    return "software devices compile three calls of all noises for minutes; OSTRA_TEST_SLOW=1 runs it";
+  return {};
+}
+
+}  // namespace ostra::parity

@@ -1,0 +1,12 @@
+# Run by ostra_text_table at build time: writes OUTPUT, the table TABLE of the names and texts of FILES, "file|file".
+string(REPLACE "|" ";" FILES "${FILES}")
+list(LENGTH FILES count)
+set(source "#include \"${HEADER}\"\n\nnamespace ${NAMESPACE} {\n\nnamespace {\nconstexpr TextFile kFiles[] = {\n")
+foreach(file IN LISTS FILES)
+  cmake_path(GET file FILENAME name)
+  file(READ ${file} text)
+  string(APPEND source "    {\"${name}\", R\"ostra(${text})ostra\"},\n")
+endforeach()
+string(APPEND source "};\n}  // namespace\n\n")
+string(APPEND source "const std::span<const TextFile> ${TABLE}(kFiles, ${count});\n\n}  // namespace ${NAMESPACE}\n")
+file(WRITE ${OUTPUT} "${source}")
