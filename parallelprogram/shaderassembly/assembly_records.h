@@ -18,8 +18,9 @@ DrawportStage GetStageOfFile(const Url& file);
 // The records of a parsed file, in the parser's target language, with all bindings assigned. Buffers and counters get
 // bindings in the order of their declaration, then textures; the uniform buffer has binding 0. A file that calls noises
 // has as many noise tables as it has lines with ADDNOISECALL, and at least those that it names by number. A texture
-// that is read with a layer is an array. Errors: illegal argument, worded "file:line: error: ...", for a function whose
-// declaration cannot be taken apart and for a work group without invocations; out of memory.
+// that is read with a layer is an array, and one whose samples are read by number is multisampled. Errors: illegal
+// argument, worded "file:line: error: ...", for a function whose declaration cannot be taken apart and for a work group
+// without invocations; out of memory.
 Result<ShaderRecords> MakeShaderRecords(const ShaderParser& parser, DrawportStage stage);
 
 // How a value of a kernel reaches a shader.
