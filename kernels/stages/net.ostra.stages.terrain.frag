@@ -19,7 +19,7 @@ OSTRA_PARALLEL_KERNEL(TerrainFragment, KERNELINPUTS)
 	vec3 rock = vec3(0.21, 0.19, 0.18) * (1.0 + grain * 0.4);
 	ground = mix(rock, ground, smoothstep(0.55, 0.8, n.y + grain * 0.1));
 	float light = max(dot(n, normalize(UNIFORM(sun))), 0.0);
-	vec3 c = ground * (vec3(1.25, 1.05, 0.8) * light + vec3(0.16, 0.2, 0.28) * (0.5 + 0.5 * n.y));
+	vec3 c = ground * (vec3(1.9, 1.5, 1.05) * light + vec3(0.14, 0.19, 0.28) * (0.5 + 0.5 * n.y));
 	float away = length(UNIFORM(eye) - place) / UNIFORM(sight);
 	c = mix(c, UNIFORM(haze), clamp(1.0 - exp(-away * away), 0.0, 1.0));
 	color = vec4(sqrt(c.x), sqrt(c.y), sqrt(c.z), 1.0);

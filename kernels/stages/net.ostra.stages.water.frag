@@ -11,8 +11,9 @@ OSTRA_PARALLEL_KERNEL(WaterFragment, KERNELINPUTS)
 {
 	vec3 toEye = normalize(UNIFORM(eye) - place);
 	vec3 toSun = normalize(UNIFORM(sun));
-	float waves = sin(place.x * 90.0 + place.z * 40.0) + sin(place.z * 110.0 - place.x * 35.0);
-	vec3 n = normalize(vec3(waves * 0.02, 1.0, waves * 0.015));
+	float swell = sin(place.x * 7.0 + place.z * 11.0) + sin(place.x * 13.0 - place.z * 5.0);
+	float waves = sin(place.x * 61.0 + place.z * 90.0 + swell) + sin(place.z * 131.0 - place.x * 35.0 - 1.7 * swell);
+	vec3 n = normalize(vec3(waves * 0.012 + swell * 0.01, 1.0, waves * 0.012));
 	float mirror = 0.04 + 0.96 * pow(1.0 - max(dot(n, toEye), 0.0), 5.0);
 	float glitter = pow(max(dot(n, normalize(toEye + toSun)), 0.0), 400.0);
 	vec3 c = mix(vec3(0.01, 0.06, 0.09), UNIFORM(haze), mirror) + vec3(1.2, 1.0, 0.7) * glitter;

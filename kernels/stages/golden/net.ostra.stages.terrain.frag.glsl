@@ -28,13 +28,13 @@ float height = 0.0;
 float size = 0.5;
 float weight = 1.0;
 vec2 place = at;
-for (int i = 0; i < 7; i++)
+for (int i = 0; i < 8; i++)
 {
 float ridge = 1.0 - abs(TerrainNoise(place));
 ridge = ridge * ridge * weight;
-weight = clamp(ridge * 1.4, 0.0, 1.0);
+weight = clamp(ridge * 1.8, 0.0, 1.0);
 height = height + ridge * size;
-size = size * 0.5;
+size = size * 0.52;
 place = vec2(place.x * 1.6 - place.y * 1.2, place.x * 1.2 + place.y * 1.6) + vec2(17.3, 5.1);
 }
 return 0.3 * hills + height * (0.12 + 0.75 * mountains);
@@ -100,7 +100,7 @@ vec3 ground = SampleGradient(UNIFORM(colors), level);
 vec3 rock = vec3(0.21, 0.19, 0.18) * (1.0 + grain * 0.4);
 ground = mix(rock, ground, smoothstep(0.55, 0.8, n.y + grain * 0.1));
 float light = max(dot(n, normalize(UNIFORM(sun))), 0.0);
-vec3 c = ground * (vec3(1.25, 1.05, 0.8) * light + vec3(0.16, 0.2, 0.28) * (0.5 + 0.5 * n.y));
+vec3 c = ground * (vec3(1.9, 1.5, 1.05) * light + vec3(0.14, 0.19, 0.28) * (0.5 + 0.5 * n.y));
 float away = length(UNIFORM(eye) - place) / UNIFORM(sight);
 c = mix(c, UNIFORM(haze), clamp(1.0 - exp(-away * away), 0.0, 1.0));
 color = vec4(sqrt(c.x), sqrt(c.y), sqrt(c.z), 1.0);

@@ -45,13 +45,13 @@ float height = 0.0;
 float size = 0.5;
 float weight = 1.0;
 vec2 place = at;
-for (int i = 0; i < 7; i++)
+for (int i = 0; i < 8; i++)
 {
 float ridge = 1.0 - abs(TerrainNoise(place));
 ridge = ridge * ridge * weight;
-weight = clamp(ridge * 1.4, 0.0, 1.0);
+weight = clamp(ridge * 1.8, 0.0, 1.0);
 height = height + ridge * size;
-size = size * 0.5;
+size = size * 0.52;
 place = vec2(place.x * 1.6 - place.y * 1.2, place.x * 1.2 + place.y * 1.6) + vec2(17.3, 5.1);
 }
 return 0.3 * hills + height * (0.12 + 0.75 * mountains);
