@@ -25,10 +25,10 @@ class GpuCompute final : public Component<GpuCompute, GpuComputeInterface> {
   Result<void> Init(const DrawportContextRef& context, const GpuComputeCallbacks& callbacks,
                     const GpuComputeOptions& options) override {
     Reset();
+    const Bool isComplete = callbacks.hash && callbacks.build;
+    if (isComplete) _callbacks = callbacks;  // a context may come later
     if (!context) return OSTRA_ILLEGAL_STATE("A GPU program needs a drawport context.");
-    if (!callbacks.hash || !callbacks.build)
-      return OSTRA_ILLEGAL_ARGUMENT("A GPU program needs a hash callback and a builder.");
-    _callbacks = callbacks;
+    if (!isComplete) return OSTRA_ILLEGAL_ARGUMENT("A GPU program needs a hash callback and a builder.");
     Result<void> built = Build(context);
     if (built && !options.keepsCallbacks) {
       _callbacks.hash = {};

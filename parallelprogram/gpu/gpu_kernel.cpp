@@ -15,8 +15,6 @@ Result<KernelDescription> DescribeKernel(const ParsedKernel& parsed) {
     return OSTRA_ILLEGAL_ARGUMENT("A work group of @ x @ x @ invocations cannot run.", size.x, size.y, size.z);
   description.workGroupSize = {static_cast<UInt32>(size.x), static_cast<UInt32>(size.y), static_cast<UInt32>(size.z)};
   description.usesNoise = parser.GetNoiseCallCount() > 0;
-  description.stamp = parsed.stamp;
-  OSTRA_RETURN_IF_ERROR(description.files.CopyFrom(parser.GetFiles()));
   for (const ShaderTextureEntry& texture : parser.GetTextureEntries()) {
     OSTRA_ASSIGN_OR_RETURN(const InternedId name, InternedId::Create(texture.name));
     OSTRA_RETURN_IF_ERROR(description.textures.Append(KernelDescription::Texture{name, !texture.readOnly}));
@@ -42,6 +40,11 @@ void GpuKernel::SetDescription(KernelDescription description) {
   described = std::move(description);
 }
 
+void GpuKernel::SetRead(SourcesRead parsed) {
+  const std::scoped_lock guard(lock);
+  if (parsed.files.IsPopulated()) read = std::move(parsed);
+}
+
 Bool GpuKernel::HasDescription() const {
   const std::scoped_lock guard(lock);
   return described.has_value();
@@ -52,8 +55,23 @@ CompileState GpuKernel::GetState() const {
   return state;
 }
 
+Bool GpuKernel::IsWorthCompiling() const {
+  const std::scoped_lock guard(lock);
+  if (state == CompileState::NotStarted) return true;
+  // What is wrong in a source is an illegal argument.
+  return state == CompileState::Failed && compileError && !(compileError->GetKind() == kIllegalArgumentError);
+}
+
 Result<void> GpuKernel::Settle() {
   const std::scoped_lock guard(lock);
+  return SettleLocked();
+}
+
+Result<void> GpuKernel::SettleLocked() {
+  if (state != CompileState::Running && read) {
+    sources = std::move(*read);
+    read.reset();
+  }
   if (state != CompileState::Ready || !described) return OK;
   for (const KernelDescription::Texture& texture : described->textures) {
     TextureSamplerEntry entry;
@@ -63,17 +81,19 @@ Result<void> GpuKernel::Settle() {
   }
   workGroupSize = described->workGroupSize;
   usesNoise = described->usesNoise;
-  stamp = described->stamp;
-  files = std::move(described->files);
   described.reset();
   return OK;
 }
 
-Result<void> GpuKernel::CheckCompiled() const {
+// Under one lock: a compilation that ends in between would have its program run with the work group size of none.
+Result<void> GpuKernel::SettleCompiled() {
   const std::scoped_lock guard(lock);
+  OSTRA_RETURN_IF_ERROR(SettleLocked());
   if (state == CompileState::Ready) return OK;
   if (compileError)
     return OSTRA_ILLEGAL_STATE("The kernel \"@\" cannot run because it could not be compiled: @", id, *compileError);
+  if (state == CompileState::NotStarted)
+    return OSTRA_ILLEGAL_STATE("The kernel \"@\" cannot run because its compilation has not begun.", id);
   return OSTRA_ILLEGAL_STATE("The kernel \"@\" cannot run because its compilation has not ended.", id);
 }
 

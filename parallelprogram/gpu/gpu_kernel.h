@@ -22,8 +22,6 @@ struct KernelDescription {
   };
   WorkGroupSize workGroupSize;
   Bool usesNoise = false;
-  UInt64 stamp = 0;             // of the file and the headers
-  BaseArray<Url> files;         // that were read
   BaseArray<Texture> textures;  // that the kernel declares
 };
 
@@ -36,30 +34,38 @@ struct GpuKernel : RefCounted<GpuKernel>, ParameterLinks {
   Url file;                 // where it was found
   String templateArgument;  // takes the place of TYPE
   String fileName;
-  UInt64 stamp = 0;  // of the file and the headers that the last good parse read
-  BaseArray<Url> files;
+  SourcesRead sources;  // by the last parse, good or bad
   GpuComputeRef compute;
   WorkGroupSize workGroupSize;
   Bool usesNoise = false;
   Bool texturesChanged = false;  // a texture was deleted since the last UpdateUniforms
+  DrawportContextRef context;    // of the last UpdateUniforms
 
   // Between compile job and driving thread.
   mutable std::mutex lock;
   CompileState state = CompileState::NotStarted;
   std::optional<Error> compileError;           // of the last compilation
   std::optional<KernelDescription> described;  // by the last builder; of use once the state is Ready
+  std::optional<SourcesRead> read;             // by the last parse; of use once the state is not Running
 
   // Ends a compilation: its description counts, or its error does. With `keepsProgram` an earlier program stays in use
   // when the new one failed.
   void EndCompile(const Result<void>& result, Bool keepsProgram);
   void SetDescription(KernelDescription description);
+  void SetRead(SourcesRead parsed);
   Bool HasDescription() const;
   CompileState GetState() const;
+  // Whether a compilation may succeed now, although nothing was edited: there was none, or there was no context for it,
+  // no device or no memory.
+  Bool IsWorthCompiling() const;
 
-  // Takes over the description of a compilation that has ended. Error: out of memory.
+  // Takes over what a compilation that has ended has found. Error: out of memory.
   Result<void> Settle();
-  // Error: illegal state while the kernel is compiled, and when that has failed.
-  Result<void> CheckCompiled() const;
+  // The same, and looks how it has ended. Error: illegal state while the kernel is compiled, and when that has failed.
+  Result<void> SettleCompiled();
+
+ private:
+  Result<void> SettleLocked();
 };
 using GpuKernelRef = StrongRef<GpuKernel>;
 

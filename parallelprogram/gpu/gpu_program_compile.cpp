@@ -73,7 +73,7 @@ Result<void> AddNoises(DrawportProgramDescription& program, Int tableCount) {
 }
 
 UInt64 HashProgram(const GpuKernel& kernel) {
-  return AppendToKey(MixKey(kernel.fileName.GetHashCode()), MixKey(kernel.stamp));
+  return AppendToKey(MixKey(kernel.fileName.GetHashCode()), MixKey(kernel.sources.stamp));
 }
 
 }  // namespace
@@ -141,13 +141,20 @@ Result<void> ParallelProgramGPUImpl::BuildProgram(const InternedId& kernelId, Dr
   return program.SetDebugLabel(kernelId.GetView());
 }
 
-Result<ParsedKernel> ParallelProgramGPUImpl::Parse(const GpuKernel& kernel, UInt64 hash) {
+Result<ParsedKernel> ParallelProgramGPUImpl::Parse(GpuKernel& kernel, UInt64 hash) {
   KernelSource source;
   source.file = kernel.file;
   source.templateArgument = kernel.templateArgument;
   if (_current.drawport) source.language = _current.drawport->GetShadingLanguage();
-  source.key = MakeParserKey(hash, kernel.id.GetHashCode(), kernel.stamp);
-  return ParseKernel(source, _parserLock);
+  source.key = MakeParserKey(hash, kernel.id.GetHashCode(), kernel.sources.stamp);
+  SourcesRead read;
+  auto parsed = ParseKernel(source, _parserLock, &read);
+  if (parsed) {
+    read.stamp = parsed->stamp;
+    OSTRA_RETURN_IF_ERROR(read.files.CopyFrom(parsed->parser->GetFiles()));
+  }
+  kernel.SetRead(std::move(read));
+  return parsed;
 }
 
 // Looks at every kernel, not only at the active one. The stamp is kept before the program is rebuilt: a source that
@@ -159,13 +166,13 @@ Result<void> ParallelProgramGPUImpl::ReloadChangedKernels() {
     const CompileState state = kernel->GetState();
     if (state != CompileState::Ready && state != CompileState::Failed) continue;
     OSTRA_RETURN_IF_ERROR(kernel->Settle());
-    OSTRA_ASSIGN_OR_RETURN(const UInt64 stamp, MakeSourcesStamp(kernel->file, kernel->files));
-    if (stamp == kernel->stamp) continue;
-    kernel->stamp = stamp;
+    OSTRA_ASSIGN_OR_RETURN(const UInt64 stamp, MakeSourcesStamp(kernel->file, kernel->sources.files));
+    if (stamp == kernel->sources.stamp) continue;
+    kernel->sources.stamp = stamp;
     Result<void> reloaded = kernel->compute->ReloadProgramFactory(_current.context);
     kernel->EndCompile(reloaded, true);
-    if (!reloaded) return reloaded;
     OSTRA_RETURN_IF_ERROR(kernel->Settle());
+    if (!reloaded) return reloaded;
   }
   return OK;
 }

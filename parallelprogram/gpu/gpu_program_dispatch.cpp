@@ -38,16 +38,29 @@ Result<void> ParallelProgramGPUImpl::SetUniform(const InternedId& attr, Forwardi
   return kernel.uniforms.SetData(attr, std::move(value));
 }
 
+// A kernel that could not be compiled for a reason that may be over by now is compiled here.
 Result<void> ParallelProgramGPUImpl::UpdateUniforms() {
+  if (_activeKernel && _current.context && _activeKernel->IsWorthCompiling())
+    static_cast<void>(CompileKernel(_activeKernelId, true));  // the kernel keeps the error
   OSTRA_ASSIGN_OR_RETURN(GpuKernel & kernel, GetRunnableKernel());
   kernel.texturesChanged = false;
-  return kernel.compute->UpdateUniforms(_current.context, true);
+  OSTRA_RETURN_IF_ERROR(kernel.compute->UpdateUniforms(_current.context, true));
+  kernel.context = _current.context;
+  return OK;
+}
+
+// What would be recorded for the context before would never be submitted.
+Result<void> ParallelProgramGPUImpl::CheckContext(const GpuKernel& kernel) const {
+  if (!kernel.context || kernel.context == _current.context) return OK;
+  return OSTRA_ILLEGAL_STATE("The uniforms of the kernel \"@\" have not been updated since the context was replaced.",
+                             kernel.id);
 }
 
 Result<void> ParallelProgramGPUImpl::DispatchKernel(UInt32 countX, UInt32 countY, UInt32 countZ, Bool disableBarrier) {
   OSTRA_ASSIGN_OR_RETURN(GpuKernel & kernel, GetRunnableKernel());
   // Textures that were evicted since the last update come back with it.
   if (g_outOfCoreParallelProgram) OSTRA_RETURN_IF_ERROR(UpdateUniforms());
+  OSTRA_RETURN_IF_ERROR(CheckContext(kernel));
   if (!disableBarrier) OSTRA_RETURN_IF_ERROR(AddMemoryBarrier());
   const WorkGroupCounts counts = GetWorkGroupCounts(countX, countY, countZ, kernel.workGroupSize);
   if (counts.x == 0 || counts.y == 0 || counts.z == 0) return OK;
@@ -57,6 +70,7 @@ Result<void> ParallelProgramGPUImpl::DispatchKernel(UInt32 countX, UInt32 countY
 Result<void> ParallelProgramGPUImpl::DispatchIndirectKernel(const InternedId& buffer, UInt32 offset,
                                                             Bool disableBarrier) {
   OSTRA_ASSIGN_OR_RETURN(GpuKernel & kernel, GetRunnableKernel());
+  OSTRA_RETURN_IF_ERROR(CheckContext(kernel));
   if (!disableBarrier) OSTRA_RETURN_IF_ERROR(AddMemoryBarrier());
   const DataBufferEntry* entry = FindBufferEntry(_buffers, buffer);
   if (!entry || !entry->_deviceBuffer) return OSTRA_ILLEGAL_STATE("trying to dispatch indirect from unknown buffer");

@@ -108,6 +108,8 @@ class ParallelProgramGPUImpl final : public Component<ParallelProgramGPUImpl, Pa
   Result<GpuKernel&> GetActiveKernel() const;
   // The same, ready to run. Errors also: illegal state while it is compiled, or when that has failed.
   Result<GpuKernel&> GetRunnableKernel() const;
+  // Error: illegal state when the kernel's parameters were set in another context than the current one.
+  Result<void> CheckContext(const GpuKernel& kernel) const;
   Result<void> AddKernelFile(const InternedId& kernelId, const Url& file, const String& templateArgument, Bool wait);
   Result<void> PrepareKernel(GpuKernel& kernel) const;
   // Runs the compile job, or hands it to the compile group.
@@ -125,7 +127,7 @@ class ParallelProgramGPUImpl final : public Component<ParallelProgramGPUImpl, Pa
   Result<void> BuildProgram(const InternedId& kernelId, DrawportProgramDescription& program,
                             const DrawportParameterBinder& binder);
   // Parses the kernel's file. `hash`: see MakeParserKey.
-  Result<ParsedKernel> Parse(const GpuKernel& kernel, UInt64 hash);
+  Result<ParsedKernel> Parse(GpuKernel& kernel, UInt64 hash);
   Result<void> ReloadChangedKernels();
 
   // Binder: sets the current values of a kernel's parameters.

@@ -54,7 +54,7 @@ Result<void> ParallelProgramGPUImpl::AddKernelFile(const InternedId& kernelId, c
 
 Result<void> ParallelProgramGPUImpl::PrepareKernel(GpuKernel& kernel) const {
   kernel.fileName = kernel.file.GetName();
-  OSTRA_ASSIGN_OR_RETURN(kernel.stamp, GetModificationStamp(kernel.file));
+  OSTRA_ASSIGN_OR_RETURN(kernel.sources.stamp, GetModificationStamp(kernel.file));
   OSTRA_ASSIGN_OR_RETURN(kernel.compute, CreateObject<GpuComputeInterface>(kGpuComputeClass));
   return OK;
 }
@@ -120,9 +120,9 @@ Result<GpuKernel&> ParallelProgramGPUImpl::GetActiveKernel() const {
 }
 
 Result<GpuKernel&> ParallelProgramGPUImpl::GetRunnableKernel() const {
-  OSTRA_ASSIGN_OR_RETURN(GpuKernel & kernel, GetActiveKernel());
-  OSTRA_RETURN_IF_ERROR(kernel.CheckCompiled());
-  return kernel;
+  if (!_activeKernel) return OSTRA_ILLEGAL_STATE("no active kernel set");
+  OSTRA_RETURN_IF_ERROR(_activeKernel->SettleCompiled());
+  return *_activeKernel;
 }
 
 Result<GpuKernelRef> ParallelProgramGPUImpl::FindKernel(const InternedId& kernelId) const {

@@ -1,5 +1,7 @@
 #include "parallelprogram/gpu/parser_cache.h"
 
+#include <mutex>
+
 #include "ostra/io/file.h"
 #include "parallelprogram/gpu/cache_keys.h"
 #include "parallelprogram/module/spin.h"
@@ -10,6 +12,15 @@ namespace ostra {
 namespace {
 
 ParserCache g_parsers;
+
+// As MakeSourcesStamp was when the parser began to read.
+UInt64 MakeReadStamp(const ShaderParser& parser) {
+  const BaseArray<UInt64>& stamps = parser.GetFileStamps();
+  if (stamps.IsEmpty()) return 0;
+  UInt64 stamp = stamps[0];
+  for (Int i = 1; i < stamps.GetCount(); ++i) stamp = AppendToKey(stamp, MixKey(stamps[i]));
+  return stamp;
+}
 
 Bool IsTargetLanguage(const Id& language) {
   return language == kTargetGlsl || language == kTargetHlsl || language == kTargetMetal;
@@ -29,6 +40,9 @@ struct ParserCache::Entry : RefCounted<Entry> {
   const String templateArgument;
   const Int32 sampleCount;
   std::atomic<UInt64> stamp{0};  // 0 until it has parsed
+
+  std::mutex mutex;        // of whoever parses
+  Bool hasFailed = false;  // guarded by it: the parser has parts of what a failed parse has found
 };
 
 ParserCache::ParserCache() = default;
@@ -77,28 +91,40 @@ Result<UInt64> MakeSourcesStamp(const Url& file, const BaseArray<Url>& files) {
   return stamp;
 }
 
-Result<ParsedKernel> ParserCache::Parse(const KernelSource& source, AtomicInt32& lock) {
-  OSTRA_ASSIGN_OR_RETURN(const EntryRef entry, Find(source, lock));
+Result<ParsedKernel> ParserCache::Parse(const KernelSource& source, AtomicInt32& lock, SourcesRead* failed) {
   DataDictionary options;
   if (source.templateArgument.IsPopulated())
     OSTRA_RETURN_IF_ERROR(options.Set(kShaderTemplateArgument, source.templateArgument));
   if (source.sampleCount >= 0) OSTRA_RETURN_IF_ERROR(options.Set(kShaderMultisampling, source.sampleCount));
-  // A source that would be replaced for ever must not keep a worker for ever.
-  if (auto parsed = entry->parser->Init(source.file, options, EndlessSource::Refuse); !parsed) {
-    const SpinGuard guard(lock);
-    _entries.Erase(source.key);
+  while (true) {
+    OSTRA_ASSIGN_OR_RETURN(const EntryRef entry, Find(source, lock));
+    const std::scoped_lock parsing(entry->mutex);
+    if (entry->hasFailed) continue;  // while this caller waited; a new parser begins from the beginning
+    // A source that would be replaced for ever must not keep a worker for ever.
+    Result<void> parsed = entry->parser->Init(source.file, options, EndlessSource::Refuse);
+    const UInt64 stamp = MakeReadStamp(*entry->parser);
+    if (parsed) {
+      entry->stamp.store(stamp, std::memory_order_release);
+      return ParsedKernel{entry->parser, stamp};
+    }
+    entry->hasFailed = true;
+    {
+      const SpinGuard guard(lock);
+      _entries.Erase(source.key);
+    }
+    if (failed) {
+      OSTRA_RETURN_IF_ERROR(failed->files.CopyFrom(entry->parser->GetFiles()));
+      failed->stamp = stamp;
+    }
     return parsed.TakeError();
   }
-  OSTRA_ASSIGN_OR_RETURN(const UInt64 stamp, MakeSourcesStamp(source.file, entry->parser->GetFiles()));
-  entry->stamp.store(stamp, std::memory_order_release);
-  return ParsedKernel{entry->parser, stamp};
 }
 
 void ParserCache::Reset() { _entries.Reset(); }
 Int ParserCache::GetCount() const { return _entries.GetCount(); }
 
-Result<ParsedKernel> ParseKernel(const KernelSource& source, AtomicInt32& lock) {
-  return g_parsers.Parse(source, lock);
+Result<ParsedKernel> ParseKernel(const KernelSource& source, AtomicInt32& lock, SourcesRead* failed) {
+  return g_parsers.Parse(source, lock, failed);
 }
 void ResetParserCache() { g_parsers.Reset(); }
 Int GetCachedParserCount() { return g_parsers.GetCount(); }

@@ -20,9 +20,15 @@ struct KernelSource {
   Int32 sampleCount = -1;  // of the framebuffer that a fragment stage reads; -1 for kernels
 };
 
+// What a parse has read: the file, then its headers.
+struct SourcesRead {
+  UInt64 stamp = 0;  // when they were last changed before that, see MakeSourcesStamp; 0 when nothing was read
+  BaseArray<Url> files;
+};
+
 struct ParsedKernel {
   StrongRef<ShaderParser> parser;
-  UInt64 stamp = 0;  // of the file and the headers that were read; see MakeSourcesStamp
+  UInt64 stamp = 0;  // of SourcesRead
 };
 
 // `hash` is that of the file's location or of its name.
@@ -41,9 +47,9 @@ class ParserCache {
 
   // The parser of a file, after its parse: a cached one when it was made for the same file, language and options and
   // the files it read have not changed since, otherwise a new one, which is cached. A parser whose parse fails is
-  // forgotten. `lock` guards the cache while it is looked into.
+  // forgotten; what it has read so far is put into `failed`. `lock` guards the cache while it is looked into.
   // Errors: illegal state "parser could not be build" for a language without translation; those of the parse.
-  Result<ParsedKernel> Parse(const KernelSource& source, AtomicInt32& lock);
+  Result<ParsedKernel> Parse(const KernelSource& source, AtomicInt32& lock, SourcesRead* failed = nullptr);
   // Forgets all parsers.
   void Reset();
   Int GetCount() const;
@@ -58,7 +64,7 @@ class ParserCache {
 };
 
 // The parsers of all GPU programs of the process. `lock` is that of the program that asks.
-Result<ParsedKernel> ParseKernel(const KernelSource& source, AtomicInt32& lock);
+Result<ParsedKernel> ParseKernel(const KernelSource& source, AtomicInt32& lock, SourcesRead* failed = nullptr);
 void ResetParserCache();
 Int GetCachedParserCount();
 

@@ -1,5 +1,7 @@
 #include "parallelprogram/shaderparser/parse_state.h"
 
+#include "ostra/io/file.h"
+
 OSTRA_UNIT("shaderparser");
 
 namespace ostra {
@@ -16,6 +18,9 @@ const Data* FindOption(const DataDictionary& options, const Id& option) {
 Result<Int32> ParseState::EnterFile(const Url& file) {
   for (Int i = 0; i < pieces.files.GetCount(); ++i)
     if (pieces.files[i] == file) return static_cast<Int32>(i);
+  auto stamp = GetModificationStamp(file);
+  if (!stamp && stamp.GetError().GetKind() == kOutOfMemoryError) return stamp.TakeError();
+  OSTRA_RETURN_IF_ERROR(pieces.fileStamps.Append(stamp ? *stamp : 0));
   OSTRA_RETURN_IF_ERROR(pieces.files.Append(file));
   return static_cast<Int32>(pieces.files.GetCount() - 1);
 }

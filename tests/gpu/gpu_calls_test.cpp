@@ -1,87 +1,10 @@
 // What the GPU program asks of the GPU layer, call by call.
-#include <gmock/gmock.h>
-
-#include <filesystem>
-#include <fstream>
-
-#include "ostra/math/data_types.h"
-#include "parallelprogram/gpu/gpu_program.h"
-#include "parallelprogram/gpu/parser_cache.h"
-#include "parallelprogram/module/configuration_variables.h"
-#include "parallelprogram/program/parallel_program.h"
-#include "parallelprogram/textures/sampling_data.h"
-#include "tests/gpu/recording_drawport.h"
-#include "tests/support/diagnostic_recorder.h"
-#include "tests/support/result_matchers.h"
+#include "tests/gpu/calls_fixture.h"
 
 namespace ostra::test {
 namespace {
 
 using testing::ElementsAre;
-
-class GpuCallsTest : public testing::Test {
- protected:
-  void SetUp() override { Start(); }
-  void TearDown() override {
-    program = nullptr;
-    context = nullptr;
-    g_outOfCoreParallelProgram = false;
-    ResetParserCache();
-  }
-  void Start() {
-    programClass = *CreateGpuProgramClass();
-    program = *programClass->CreateObject<ParallelProgramInterface>();
-    context = device.MakeContext();
-    ASSERT_THAT(program->Init(Url(), &context, 0, false), IsOk());
-    calls = device.TakeCalls();
-  }
-  RecordingCache& GetCache() { return static_cast<RecordingCache&>(*context->GetDrawport()->GetDrawportCache()); }
-  std::vector<std::string> TakeCalls() { return device.TakeCalls(); }
-  Result<void> Store(InternedId id, Int count) {
-    BaseArray<Float32> values;
-    OSTRA_RETURN_IF_ERROR(values.Resize(count));
-    for (Int i = 0; i < count; ++i) values[i] = static_cast<Float32>(i);
-    return program->StoreUniformBufferData(id, std::move(values));
-  }
-  void AddKernel(InternedId id, const std::string& text) {
-    const std::string path = testing::TempDir() + "net.ostra.test.calls_" +
-                             testing::UnitTest::GetInstance()->current_test_info()->name() + ".krn";
-    std::ofstream(path) << text;
-    ASSERT_THAT(program->AddKernel(id, *Url::Create(path), true), IsOk());
-    std::filesystem::remove(path);
-  }
-  static TextureBindData Describe(UInt32 width, UInt32 height) {
-    TextureBindData data;
-    data._dimensions = Vec3<UInt32>(width, height, 1);
-    data._format = TextureFormat::F32;
-    data._numChannels = 1;
-    data._dataSize = Int64{4} * width * height;
-    return data;
-  }
-
-  RecordingDevice device;
-  ClassRef programClass;
-  DrawportContextRef context;
-  ParallelProgramRef program;
-  std::vector<std::string> calls;
-};
-
-constexpr const char* kKernel = R"(#define KERNELINPUTS \
-(UInt32) count, \
-(Float32) factor, \
-(Vector4d32) color, \
-(AtomicUInt32*) hits, \
-(Block<Float32>) values, \
-(const TextureSampler_2D_R_F32_LINEAR) image
-
-GROUPSIZE(8, 4, 1)
-
-OSTRA_PARALLEL_KERNEL(Calls, KERNELINPUTS)
-{
-	UNIFORM_BUFFER(values)[0] = UNIFORM(factor);
-}
-OSTRA_PARALLEL_KERNEL_END
-)";
 
 TEST_F(GpuCallsTest, InitBuildsTheCopyKernel) {
   EXPECT_THAT(calls, ElementsAre("program net.ostra.kernel.copy"));

@@ -92,6 +92,30 @@ TEST_F(GpuDeviceTest, AKernelIsPickedUpWhenItsHeaderWasEdited) {
   EXPECT_EQ(Run(), 5);
 }
 
+TEST_F(GpuDeviceTest, AHeaderThatDoesNotCompileIsPickedUpOnceItWasCorrected) {
+  Set("g_reloadKernelsParallelProgram", "true");
+  program = MakeProgram(kGpuProgramClass);
+  StoreBuffer<Float32>(*program, "y"_iid, {0});
+  Write("k.h", "#define VALUE rubbish\n");
+  Write("k.krn", MakeKernel("VALUE"));
+  {
+    const DiagnosticRecorder diagnostics;
+    Add("k"_iid, "k.krn");
+  }
+  EXPECT_THAT(program->UpdateUniforms(), IsErrorOfKind(kIllegalStateError));
+  Write("k.h", "#define VALUE 6.0\n");
+  ASSERT_THAT(program->CheckActiveKernelForUpdatedShaders(), IsOk());
+  EXPECT_EQ(Run(), 6);
+  // And one that only a failed edit has brought in.
+  Write("k.h", "// INCLUDE_STRUCTS_BEGIN\n#include \"inner.h\"\n// INCLUDE_STRUCTS_END\n");
+  Write("inner.h", "#define VALUE nonsense\n");
+  EXPECT_THAT(program->CheckActiveKernelForUpdatedShaders(), IsErrorOfKind(kIllegalArgumentError));
+  EXPECT_EQ(Run(), 6);
+  Write("inner.h", "#define VALUE 7.0\n");
+  ASSERT_THAT(program->CheckActiveKernelForUpdatedShaders(), IsOk());
+  EXPECT_EQ(Run(), 7);
+}
+
 TEST_F(GpuDeviceTest, AnEditThatDoesNotCompileLeavesTheLastGoodKernel) {
   Set("g_reloadKernelsParallelProgram", "true");
   program = MakeProgram(kGpuProgramClass);

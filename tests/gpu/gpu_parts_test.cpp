@@ -315,6 +315,7 @@ TEST_F(KernelLocationTest, ParsersAreSharedUntilAFileChanges) {
   ASSERT_THAT(first, IsOk());
   EXPECT_EQ(first->parser->GetWorkGroupSize(), Vec3<Int32>(8, 4, 2));
   EXPECT_TRUE(ParseKernel(source, lock)->parser == first->parser);
+  EXPECT_EQ(first->stamp, *MakeSourcesStamp(source.file, first->parser->GetFiles()));
   EXPECT_EQ(GetCachedParserCount(), 1);
 
   source.templateArgument = "float"_s;

@@ -39,6 +39,24 @@ TEST(GpuThreadsTest, ProgramsOnOneDeviceDoNotDisturbEachOther) {
   EXPECT_EQ(rightRounds, kThreads * kRounds);
 }
 
+TEST(GpuThreadsTest, AKernelMayBeDispatchedAsSoonAsItIsCompiled) {
+  if (!HasDevice()) GTEST_SKIP() << "There is no GPU device on this machine.";
+  const ParallelProgramRef program = MakeProgram(kGpuProgramClass);
+  ASSERT_TRUE(program);
+  const auto file = Url::Create("relative://net.ostra.kernels.saxpy.krn");
+  for (int i = 0; i < 8; ++i) {
+    ASSERT_THAT(program->AddKernel(*InternedId::Create("k@", i), *file, false), IsOk());
+    // Nothing was updated: it never runs, and is refused for one of two reasons.
+    while (true) {
+      const Result<void> result = program->DispatchKernel(1, 1, 1, true);
+      ASSERT_FALSE(result);
+      EXPECT_EQ(result.GetError().GetKind(), kIllegalStateError);
+      if (result.GetError().GetMessage().Contains("have not been updated")) break;
+      std::this_thread::yield();
+    }
+  }
+}
+
 TEST(GpuThreadsTest, AProgramThatGoesWaitsForItsCompileJobs) {
   if (!HasDevice()) GTEST_SKIP() << "There is no GPU device on this machine.";
   for (int i = 0; i < 4; ++i) {

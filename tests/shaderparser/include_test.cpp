@@ -52,6 +52,21 @@ TEST_F(IncludeTest, AKernelFileHasAHeader) {
   EXPECT_THAT(DefinesOf(ParseFile("blur.krn")), ElementsAre("#define FROM h"));
 }
 
+TEST_F(IncludeTest, FilesKeepTheStampsThatTheyHadWhenTheyWereRead) {
+  Write("k.h", "#define FROM header\n");
+  Write("k.krn", "");
+  const auto header = GetModificationStamp(MakeUrl("k.h")), file = GetModificationStamp(MakeUrl("k.krn"));
+  ASSERT_THAT(header, IsOk());
+  const ParserRef parser = ParseFile("k.krn");
+  std::filesystem::last_write_time(ToText(MakeUrl("k.h").GetText()),
+                                   std::filesystem::file_time_type(std::chrono::seconds(7)));
+  EXPECT_NE(*GetModificationStamp(MakeUrl("k.h")), *header);
+  EXPECT_THAT(Init(*parser, "k.krn"), IsOk());  // read already
+  EXPECT_THAT(FilesOf(parser), ElementsAre("k.krn", "k.h"));
+  EXPECT_EQ(parser->GetFileStamps()[0], *file);
+  EXPECT_EQ(parser->GetFileStamps()[1], *header);
+}
+
 TEST_F(IncludeTest, OnlyTheLastSuffixIsReplaced) {
   Write("net.example.blur.krn", "");
   Write("net.example.h", "#define WRONG 1\n");

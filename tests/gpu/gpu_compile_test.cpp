@@ -1,0 +1,203 @@
+// When kernels of the GPU program are compiled, and what becomes of those that could not be.
+#include <thread>
+
+#include "parallelprogram/gpu/gpu_kernel.h"
+#include "tests/gpu/calls_fixture.h"
+
+namespace ostra::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+constexpr const char* kPlain = R"(#define KERNELINPUTS \
+(Block<Float32>) values
+
+GROUPSIZE(8, 4, 1)
+
+OSTRA_PARALLEL_KERNEL(Plain, KERNELINPUTS)
+{
+	UNIFORM_BUFFER(values)[0] = 1.0;
+}
+OSTRA_PARALLEL_KERNEL_END
+)";
+
+constexpr const char* kIncludesInner = "// INCLUDE_STRUCTS_BEGIN\n#include \"inner.h\"\n// INCLUDE_STRUCTS_END\n";
+constexpr const char* kIncludesK = "// INCLUDE_STRUCTS_BEGIN\n#include \"k.h\"\n// INCLUDE_STRUCTS_END\n";
+
+KernelDescription MakeDescription() {
+  KernelDescription description;
+  description.workGroupSize = {8, 4, 1};
+  return description;
+}
+
+TEST(GpuKernelTest, AKernelThatIsSaidToBeCompiledHasAWorkGroupSize) {
+  // The compile job ends while the driving thread asks.
+  for (int round = 0; round < 200; ++round) {
+    GpuKernel kernel;
+    kernel.state = CompileState::Running;
+    std::thread job([&] {
+      kernel.SetDescription(MakeDescription());
+      kernel.EndCompile(OK, false);
+    });
+    while (!kernel.SettleCompiled()) std::this_thread::yield();
+    EXPECT_EQ(kernel.workGroupSize.x, 8u);
+    job.join();
+  }
+  // The same, one step at a time.
+  GpuKernel kernel;
+  kernel.state = CompileState::Running;
+  ASSERT_THAT(kernel.Settle(), IsOk());
+  kernel.SetDescription(MakeDescription());
+  kernel.EndCompile(OK, false);
+  ASSERT_THAT(kernel.SettleCompiled(), IsOk());
+  EXPECT_EQ(kernel.workGroupSize.x, 8u);
+}
+
+class GpuCompileTest : public GpuCallsTest {
+ protected:
+  // Updates the active kernel and runs it once.
+  Result<void> Run() {
+    OSTRA_RETURN_IF_ERROR(program->UpdateUniforms());
+    return program->DispatchKernel(8, 1, 1, true);
+  }
+};
+
+TEST_F(GpuCompileTest, AKernelThatWasAddedBeforeThereWasAContextIsCompiledWithTheFirstOne) {
+  program = *programClass->CreateObject<ParallelProgramInterface>();
+  ASSERT_THAT(program->Init(Url(), nullptr, 0, false), IsOk());
+  const DiagnosticRecorder diagnostics;
+  ASSERT_THAT(program->AddKernel("k"_iid, Write("k.krn", kPlain), true), IsOk());
+  EXPECT_THAT(
+      program->UpdateUniforms(),
+      IsErrorWith(kIllegalStateError,
+                  "The kernel \"k\" cannot run because it could not be compiled: A GPU program needs a drawport "
+                  "context."));
+  ASSERT_THAT(program->UpdateDrawportContext(context), IsOk());
+  ASSERT_THAT(Store("values"_iid, 3), IsOk());
+  EXPECT_THAT(program->DispatchKernel(8, 1, 1, true), IsErrorOfKind(kIllegalStateError));
+  TakeCalls();
+  ASSERT_THAT(Run(), IsOk());
+  EXPECT_THAT(TakeCalls(), ElementsAre("program k", "buffer values = 12", "dispatch 1 1 1"));
+}
+
+TEST_F(GpuCompileTest, AKernelIsCompiledOnceThereIsNoReasonAgainstIt) {
+  ASSERT_THAT(Store("values"_iid, 3), IsOk());
+  {
+    const DiagnosticRecorder diagnostics;
+    device.failing = "program";  // such as a device that is lost
+    ASSERT_THAT(program->AddKernel("k"_iid, Write("k.krn", kPlain), true), IsOk());
+    EXPECT_THAT(Run(), IsErrorWith(kIllegalStateError,
+                                   "The kernel \"k\" cannot run because it could not be compiled: made-up failure"));
+  }
+  device.failing = "";
+  EXPECT_THAT(Run(), IsOk());
+}
+
+TEST_F(GpuCompileTest, ASourceThatIsWrongIsNotCompiledAgainAndAgain) {
+  ASSERT_THAT(Store("values"_iid, 3), IsOk());
+  const DiagnosticRecorder diagnostics;
+  ASSERT_THAT(program->AddKernel("k"_iid,
+                                 Write("k.krn",
+                                       "GROUPSIZE(0, 1, 1)\n\nOSTRA_PARALLEL_KERNEL(K, KERNELINPUTS)\n"
+                                       "{\n}\nOSTRA_PARALLEL_KERNEL_END\n"),
+                                 true),
+              IsOk());
+  const Result<void> first = program->UpdateUniforms();
+  ASSERT_FALSE(first);
+  EXPECT_THAT(std::string(first.GetError().GetMessage().GetView()), HasSubstr("A work group of 0 x 1 x 1"));
+  const std::size_t said = diagnostics.GetLines().size();
+  EXPECT_THAT(program->UpdateUniforms(), IsErrorOfKind(kIllegalStateError));
+  EXPECT_THAT(program->DispatchKernel(1, 1, 1, true), IsErrorOfKind(kIllegalStateError));
+  EXPECT_EQ(diagnostics.GetLines().size(), said);
+}
+
+TEST_F(GpuCompileTest, AHeaderThatWasWrongIsReadAgainOnceItWasEdited) {
+  g_reloadKernelsParallelProgram = true;
+  ASSERT_THAT(Store("values"_iid, 3), IsOk());
+  const DiagnosticRecorder diagnostics;
+  Write("k.h", kIncludesInner);
+  Write("inner.h", kIncludesK);
+  const Url file = Write("k.krn", kPlain);
+  ASSERT_THAT(program->AddKernel("k"_iid, file, true), IsOk());
+  EXPECT_THAT(Run(), IsErrorContaining(kIllegalStateError, "includes itself and has no guard"));
+  ASSERT_THAT(program->CheckActiveKernelForUpdatedShaders(), IsOk());  // said once
+  Write("inner.h", "\n");
+  ASSERT_THAT(program->CheckActiveKernelForUpdatedShaders(), IsOk());
+  EXPECT_THAT(Run(), IsOk());
+  // The same for a header that only the edit has brought in.
+  Write("inner.h", "\n// INCLUDE_STRUCTS_BEGIN\n#include \"other.h\"\n// INCLUDE_STRUCTS_END\n");
+  Write("other.h", kIncludesK);
+  EXPECT_THAT(program->CheckActiveKernelForUpdatedShaders(),
+              IsErrorContaining(kIllegalArgumentError, "includes itself and has no guard"));
+  EXPECT_THAT(Run(), IsOk());  // the last good one
+  ASSERT_THAT(program->CheckActiveKernelForUpdatedShaders(), IsOk());
+  TakeCalls();
+  Write("other.h", "\n");
+  ASSERT_THAT(program->CheckActiveKernelForUpdatedShaders(), IsOk());
+  EXPECT_THAT(TakeCalls(), ElementsAre("program k"));
+}
+
+TEST_F(GpuCompileTest, ReloadingLooksAtEveryKernelAndEndsWithTheFirstError) {
+  const Url one = Write("one.krn", kPlain), two = Write("two.krn", kPlain);
+  ASSERT_THAT(program->AddKernel("one"_iid, one, true), IsOk());
+  ASSERT_THAT(program->AddKernel("two"_iid, two, true), IsOk());
+  Write("one.krn", kPlain);
+  Write("two.krn", kPlain);
+  TakeCalls();
+  ASSERT_THAT(program->CheckActiveKernelForUpdatedShaders(), IsOk());
+  EXPECT_THAT(TakeCalls(), ElementsAre());  // nobody has asked for it
+  g_reloadKernelsParallelProgram = true;
+  ASSERT_THAT(program->CheckActiveKernelForUpdatedShaders(), IsOk());
+  EXPECT_THAT(TakeCalls(), testing::UnorderedElementsAre("program one", "program two"));
+  Write("one.krn", kPlain);
+  Write("two.krn", kPlain);
+  device.failing = "program";
+  const DiagnosticRecorder diagnostics;
+  program->ReloadKernels();
+  EXPECT_THAT(diagnostics.GetLines(), ElementsAre("made-up failure"));
+  EXPECT_EQ(TakeCalls().size(), 1u);
+}
+
+TEST_F(GpuCompileTest, WhatWasSetInAnotherContextIsNotDispatched) {
+  AddKernel("k"_iid, kPlain);
+  ASSERT_THAT(Store("values"_iid, 3), IsOk());
+  EXPECT_THAT(program->DispatchKernel(8, 1, 1, true),
+              IsErrorWith(kIllegalStateError, "The uniforms of the GPU program have not been updated."));
+  ASSERT_THAT(Run(), IsOk());
+  ASSERT_THAT(program->UpdateDrawportContext(device.MakeContext()), IsOk());
+  TakeCalls();
+  const auto isOld = IsErrorWith(
+      kIllegalStateError, "The uniforms of the kernel \"k\" have not been updated since the context was replaced.");
+  EXPECT_THAT(program->DispatchKernel(8, 1, 1, false), isOld);
+  EXPECT_THAT(program->DispatchIndirectKernel("values"_iid, 0, false), isOld);
+  EXPECT_THAT(TakeCalls(), ElementsAre());
+  EXPECT_THAT(Run(), IsOk());
+}
+
+TEST_F(GpuCompileTest, ParsersThatFailTogetherLeaveNothingOfWhatTheyFound) {
+  Write("k.h", kIncludesInner);
+  Write("inner.h", kIncludesK);
+  const Url file = Write("k.krn", kPlain);
+  const KernelSource source{file, String(), kTargetGlsl, 77};
+  for (int round = 0; round < 20; ++round) {
+    std::vector<std::thread> threads;
+    std::atomic<int> failures{0};
+    for (int i = 0; i < 4; ++i) {
+      threads.emplace_back([&] {
+        AtomicInt32 lock;
+        SourcesRead read;
+        if (ParseKernel(source, lock, &read)) return;
+        ++failures;
+        EXPECT_EQ(read.files.GetCount(), 3);
+        EXPECT_EQ(read.stamp, *MakeSourcesStamp(file, read.files));
+      });
+    }
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(failures, 4);
+  }
+  EXPECT_EQ(GetCachedParserCount(), 0);
+}
+
+}  // namespace
+}  // namespace ostra::test
