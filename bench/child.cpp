@@ -3,6 +3,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <sstream>
@@ -54,6 +55,28 @@ std::vector<double> RunPart(const std::string& name, const CacheFolder& folder) 
   std::istringstream stream(text);
   std::vector<double> numbers;
   for (double number = 0; stream >> number;) numbers.push_back(number);
+  return numbers;
+}
+
+void ColdAndWarm::RunRound() {
+  const CacheFolder folder;
+  const std::vector<double> cold = Measure(folder), warm = Measure(folder);
+  _cold.push_back(cold[0]);
+  _warm.push_back(warm[0]);
+  _compiledCold = std::max(_compiledCold, static_cast<int>(cold[1]));
+  _compiledWarm = std::max(_compiledWarm, static_cast<int>(warm[1]));
+}
+
+bool ColdAndWarm::IsRight() const {
+  if (_compiledCold > 0 && _compiledWarm == 0) return true;
+  std::fprintf(stderr, "\"%s\" compiled %d texts with empty caches and %d with full ones.\n", _part.c_str(),
+               _compiledCold, _compiledWarm);
+  return false;
+}
+
+std::vector<double> ColdAndWarm::Measure(const CacheFolder& folder) const {
+  std::vector<double> numbers = RunPart(_part, folder);
+  if (numbers.size() != 2) throw std::runtime_error("The part \"" + _part + "\" printed no figures.");
   return numbers;
 }
 

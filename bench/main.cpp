@@ -11,6 +11,7 @@
 #include <span>
 #include <sstream>
 
+#include "bench/workloads/program_build.h"
 #include "bench/workloads/shader_compile.h"
 #include "bench/workloads/virtual_kernels.h"
 #include "bench/workloads/workloads.h"
@@ -42,6 +43,8 @@ constexpr Workload kWorkloads[] = {
     {"gpu_submit", &bench::RunGpuSubmit},
     {"shader_compile", &bench::RunShaderCompile},
     {"draws", &bench::RunDraws},
+    {"program_build", &bench::RunProgramBuild},
+    {"terrain", &bench::RunTerrain},
     {"decode", &bench::RunDecode},
     {"translate", &bench::RunTranslate},
 };
@@ -53,6 +56,9 @@ constexpr Workload kParts[] = {
     {"compile_in_turn", &bench::RunCompileInTurn},
     {"compile_noises_in_jobs", &bench::RunCompileNoisesInJobs},
     {"compile_noises_in_turn", &bench::RunCompileNoisesInTurn},
+    {"first_tile", &bench::RunFirstTile},
+    {"raw_first_tile", &bench::RunRawFirstTile},
+    {"first_terrain", &bench::RunFirstTerrain},
 };
 
 ostra::Result<void> EnterKernels(ostra::ModuleDescriptor& module) {

@@ -34,10 +34,7 @@ void Barrier(VkCommandBuffer commands, VkPipelineStageFlags from, VkAccessFlags 
 
 RawDrawing::RawDrawing(RawDeviceRef device, const RawStages& stages, std::uint32_t size, std::size_t uniformBytes,
                        int draws, const std::vector<float>& vertices)
-    : _device(std::move(device)),
-      _size(size),
-      _draws(draws),
-      _vertexCount(static_cast<std::uint32_t>(vertices.size() / 2)) {
+    : _device(std::move(device)), _size(size), _vertexCount(static_cast<std::uint32_t>(vertices.size() / 2)) {
   const auto alignment = static_cast<std::int64_t>(_device->GetLimits().minUniformBufferOffsetAlignment);
   _stride = (static_cast<std::int64_t>(uniformBytes) + alignment - 1) / alignment * alignment;
   _uniforms = std::make_unique<RawBuffer>(_device, static_cast<VkDeviceSize>(_stride * draws), RawMemory::Upload);

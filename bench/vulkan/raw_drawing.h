@@ -12,18 +12,18 @@ struct RawStages {
 
 class RawDrawing {
  public:
-  // `draws` slices of `uniformBytes`; all draws read the same vertices, two floats each.
+  // At most `draws` draws a pass, with slices of `uniformBytes`; all draws read the same vertices, two floats each.
   RawDrawing(RawDeviceRef device, const RawStages& stages, std::uint32_t size, std::size_t uniformBytes, int draws,
              const std::vector<float>& vertices);
   RawDrawing(const RawDrawing&) = delete;
   ~RawDrawing();
 
-  // One pass over a cleared target, submitted and awaited. `fill(draw, slice)` writes the uniforms of a draw just
-  // before it is recorded.
+  // One pass of `draws` draws over a cleared target, submitted and awaited. `fill(draw, slice)` writes the uniforms of
+  // a draw just before it is recorded.
   template <class Fill>
-  void Run(Fill&& fill) {
+  void Run(int draws, Fill&& fill) {
     Begin();
-    for (int draw = 0; draw < _draws; ++draw) {
+    for (int draw = 0; draw < draws; ++draw) {
       fill(draw, static_cast<std::uint8_t*>(_uniforms->GetMapped()) + draw * _stride);
       Draw(static_cast<std::uint32_t>(draw * _stride));
     }
@@ -46,7 +46,6 @@ class RawDrawing {
 
   RawDeviceRef _device;
   std::uint32_t _size;
-  int _draws;
   std::int64_t _stride = 0;
   std::uint32_t _vertexCount;
   std::unique_ptr<RawBuffer> _uniforms, _vertices;

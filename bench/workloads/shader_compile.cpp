@@ -21,47 +21,6 @@ bool RunSourceToSpirv(const Options& options) {
   return contest.Run(options, [](double seconds) { return seconds * 1e3; });
 }
 
-// What a part takes in processes of its own, first with empty caches, then with those that the first one has left.
-class ColdAndWarm {
- public:
-  explicit ColdAndWarm(std::string part) : _part(std::move(part)) {}
-
-  void RunRound() {
-    const CacheFolder folder;
-    const std::vector<double> cold = Measure(folder), warm = Measure(folder);
-    _cold.push_back(cold[0]);
-    _warm.push_back(warm[0]);
-    _compiledCold = static_cast<int>(cold[1]);
-    _compiledWarm = std::max(_compiledWarm, static_cast<int>(warm[1]));
-  }
-
-  const std::string& GetName() const { return _part; }
-  const std::vector<double>& GetCold() const { return _cold; }
-  const std::vector<double>& GetWarm() const { return _warm; }
-  int GetCompiledCold() const { return _compiledCold; }
-  // The most of any round.
-  int GetCompiledWarm() const { return _compiledWarm; }
-
- private:
-  std::vector<double> Measure(const CacheFolder& folder) const {
-    std::vector<double> numbers = RunPart(_part, folder);
-    if (numbers.size() != 2) throw std::runtime_error("The part \"" + _part + "\" printed no figures.");
-    return numbers;
-  }
-
-  std::string _part;
-  std::vector<double> _cold, _warm;
-  int _compiledCold = 0, _compiledWarm = 0;
-};
-
-// The compiler works when there is nothing, and never again.
-bool IsRight(const ColdAndWarm& part) {
-  if (part.GetCompiledCold() > 0 && part.GetCompiledWarm() == 0) return true;
-  std::fprintf(stderr, "%s: \"%s\" compiled %d texts with empty caches and %d with full ones.\n", kWorkload,
-               part.GetName().c_str(), part.GetCompiledCold(), part.GetCompiledWarm());
-  return false;
-}
-
 }  // namespace
 
 bool RunShaderCompile(const Options& options) {
@@ -73,7 +32,7 @@ bool RunShaderCompile(const Options& options) {
   for (int run = 0; run < options.runs; ++run)
     for (ColdAndWarm* part : all) part->RunRound();
   // The reference compiles for itself.
-  if (!std::ranges::all_of(all, [&](const ColdAndWarm* part) { return part == &raw || IsRight(*part); })) return false;
+  if (!std::ranges::all_of(all, [&](const ColdAndWarm* part) { return part == &raw || part->IsRight(); })) return false;
 
   if (!RunSourceToSpirv(options)) return false;
   const auto print = [](const char* peer, const std::string& size, const ColdAndWarm& part, const std::string& metric) {

@@ -1,15 +1,10 @@
-#include <unistd.h>
-
 #include <algorithm>
-#include <chrono>
-#include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <stdexcept>
 
 #include "bench/gpu_program.h"
+#include "bench/workloads/compiler_watch.h"
 #include "bench/workloads/shader_compile.h"
-#include "ostra/monitor/monitor.h"
 
 namespace bench {
 namespace {
@@ -18,31 +13,6 @@ using namespace ostra;
 
 constexpr UInt32 kCount = 4096;
 const char* const kSmallKernel = "net.ostra.kernels.index.krn";
-
-// Watches what the compiler does, from construction to Print.
-class Watch {
- public:
-  Watch() { Need(MonitorStart()); }
-  void Start() { _start = std::chrono::steady_clock::now(); }
-  void Stop() { _milliseconds = std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - _start); }
-
-  void Print() const {
-    const std::string path =
-        (std::filesystem::temp_directory_path() / ("ostra_bench_trace_" + std::to_string(getpid()))).string();
-    Need(MonitorStop(path));
-    std::ifstream file(path);
-    const std::string trace((std::istreambuf_iterator<char>(file)), {});
-    std::filesystem::remove(path);
-    int compiled = 0;
-    const std::string scope = "\"compile shader\"";
-    for (std::size_t at = trace.find(scope); at != std::string::npos; at = trace.find(scope, at + 1)) ++compiled;
-    std::printf("%.6f %d\n", _milliseconds.count(), compiled);
-  }
-
- private:
-  std::chrono::steady_clock::time_point _start;
-  std::chrono::duration<double, std::milli> _milliseconds{};
-};
 
 ParallelProgramRef MakeProgram() {
   ParallelProgramRef program = Need(CreateObject<ParallelProgramInterface>(kGpuProgramClass));
@@ -69,7 +39,7 @@ std::vector<std::string> FindLibrary(bool withNoises) {
 
 bool CompileAll(bool inJobs, bool withNoises) {
   const std::vector<std::string> files = FindLibrary(withNoises);
-  Watch watch;
+  CompilerWatch watch;
   const ParallelProgramRef program = MakeProgram();
   watch.Start();
   for (const std::string& file : files)
@@ -95,7 +65,7 @@ bool AreIndices(const std::vector<std::uint8_t>& bytes) {
 }  // namespace
 
 bool RunFirstDispatch(const Options&) {
-  Watch watch;
+  CompilerWatch watch;
   const ParallelProgramRef program = MakeProgram();
   watch.Start();
   Need(program->AddKernel("index"_iid, Need(Url::Create(std::string("relative://") + kSmallKernel)), true));
@@ -113,7 +83,7 @@ bool RunFirstDispatch(const Options&) {
 bool RunRawFirstDispatch(const Options& options) {
   const auto device = std::make_shared<RawDevice>(FindGpu(options));
   const Shader shader = MakeShader(GetKernelPath(kSmallKernel));
-  Watch watch;
+  CompilerWatch watch;
   watch.Start();
   RawKernel kernel(device, shader);
   const auto buffer = std::make_shared<RawBuffer>(device, kCount * sizeof(std::uint32_t), RawMemory::Device);

@@ -22,6 +22,10 @@ bool RunGpuSubmit(const Options& options);
 bool RunShaderCompile(const Options& options);
 // Draws with values of their own, in one pass.
 bool RunDraws(const Options& options);
+// Stage files to programs that have drawn, with empty and with full caches.
+bool RunProgramBuild(const Options& options);
+// A tessellated terrain.
+bool RunTerrain(const Options& options);
 // An encoded container beside libcrypto's own calls.
 bool RunDecode(const Options& options);
 // A kernel file with three headers through the shader parser.
