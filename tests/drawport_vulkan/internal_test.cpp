@@ -1,10 +1,7 @@
 // Looks inside the backend: what the driver's failures lead to, what is compiled and kept, whether validation listens.
-#include <filesystem>
 #include <fstream>
 
-#include "ostra/drawport_vulkan/cache_items.h"
-#include "ostra/drawport_vulkan/program_store.h"
-#include "tests/drawport_vulkan/program_builder.h"
+#include "tests/drawport_vulkan/internal_fixture.h"
 
 using namespace ostra;
 using namespace ostra::vulkan;
@@ -17,35 +14,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-class InternalTest : public testing::Test {
+class InternalTest : public DriverTest {
  protected:
-  void SetUp() override {
-    _folder = fs::temp_directory_path() / ("ostra_gpu_cache_" + std::to_string(getpid()));
-    fs::remove_all(_folder);
-    setenv("OSTRA_GPU_CACHE", _folder.c_str(), 1);
-    setenv("OSTRA_VULKAN_VALIDATION", "1", 1);
-    auto driver = Driver::Get();
-    if (!driver) GTEST_SKIP() << driver.GetError().GetMessage().GetView();
-    _driver = *driver;
-    _cacheClass = Take(Class::Create<Cache>("net.ostra.drawport.cache.vulkan"_id));
-  }
-  void TearDown() override {
-    CallFaults::Disable();
-    SetDrawportDirectMapping(true);
-    _driver = {};
-    fs::remove_all(_folder);
-    ExpectSilentValidation(diagnostics);
-  }
-
-  Result<DrawportContextRef> MakeContext() {
-    OSTRA_ASSIGN_OR_RETURN(DrawportCacheRef cache, _cacheClass->CreateObject<DrawportCacheInterface>());
-    OSTRA_ASSIGN_OR_RETURN(DrawportRef drawport, cache->AllocDrawport(kDrawportTypeVulkan, kDrawportSubtypeSystem));
-    return drawport->CreateOffscreenRenderContext(false, 0);
-  }
-  static ProgramStatistics GetStatistics(const DrawportContextRef& context) {
-    return static_cast<Context&>(*context).GetDevice().GetPrograms().GetStatistics();
-  }
-
   // A program data[i] = data[i] * 2 + texel, built for `context`.
   static Result<GpuComputeRef> MakeProgram(const DrawportContextRef& context, DrawportDeviceBuffer*& data,
                                            DrawportTexture*& texture, DrawportTextureSampler*& sampler) {
@@ -136,57 +106,21 @@ class InternalTest : public testing::Test {
     return cache->FreeTrashCaches(*context);
   }
 
-  // True when the fault was met. A question for progress that fails is asked again later; all other failures are
-  // reported.
-  Bool RunAndCheck(VkResult fault) {
-    const Result<void> result = RunScenario();
-    if (!CallFaults::HasFired()) {
-      EXPECT_THAT(result, IsOk());
-      return false;
-    }
-    if (!result) {
-      EXPECT_EQ(result.GetError().GetKind(), fault == VK_ERROR_DEVICE_LOST ? kIllegalStateError : kOutOfMemoryError)
-          << result.GetError().GetMessage().GetView();
-    }
-    return true;
+  void FailEveryCallOfScenario(VkResult fault, Bool isDirect) {
+    FailEveryCall(fault, isDirect, [this] { return RunScenario(); });
   }
-
-  // Lets each call in turn fail with `fault`.
-  void FailEveryCall(VkResult fault, Bool isDirect) {
-    SetDrawportDirectMapping(isDirect);
-    ASSERT_THAT(RunScenario(), IsOk());  // names, and what is kept on disk
-    const Int liveBefore = AllocationFaults::GetLiveCount();
-    for (Int n = 1;; ++n) {
-      SCOPED_TRACE(testing::Message() << "call " << n << " fails with " << GetResultName(fault));
-      ASSERT_LT(n, 1000);
-      CallFaults::FailNth(n, fault);
-      const Bool fired = RunAndCheck(fault);
-      CallFaults::Disable();
-      if (!fired) {
-        EXPECT_GT(n, 50);
-        return;
-      }
-      EXPECT_EQ(AllocationFaults::GetLiveCount(), liveBefore);
-      if (HasFailure()) return;
-    }
-  }
-
-  DiagnosticRecorder diagnostics;
-  fs::path _folder;
-  DriverRef _driver;
-  ClassRef _cacheClass;
 };
 
 TEST_F(InternalTest, AFailureOfAnyCallIsAnErrorAndLeavesNothingBehind) {
-  FailEveryCall(VK_ERROR_OUT_OF_DEVICE_MEMORY, true);
+  FailEveryCallOfScenario(VK_ERROR_OUT_OF_DEVICE_MEMORY, true);
 }
 
 TEST_F(InternalTest, AFailureOfAnyCallIsAnErrorAlsoWhenBytesGoThroughStagingMemory) {
-  FailEveryCall(VK_ERROR_OUT_OF_DEVICE_MEMORY, false);
+  FailEveryCallOfScenario(VK_ERROR_OUT_OF_DEVICE_MEMORY, false);
 }
 
 TEST_F(InternalTest, ALostDeviceIsAnErrorAndTheNextContextGetsAFreshOne) {
-  FailEveryCall(VK_ERROR_DEVICE_LOST, false);
+  FailEveryCallOfScenario(VK_ERROR_DEVICE_LOST, false);
   EXPECT_THAT(RunScenario(), IsOk());
 }
 
