@@ -1,7 +1,7 @@
 #!/bin/sh
 # scripts/demo.sh OSTRA_TOOL OUTPUT_FOLDER [PICTURE.png]
 # Runs kernels through the tool, on the CPU and on the GPU, and leaves pictures and times.txt: both times and how far the
-# results are apart. Without a GPU, or a driver that plays one, it says so and goes on with the CPU. Without a picture of
+# results are apart. Then scenes of graphics programs are drawn. Without a GPU, or a driver that plays one, it says so and goes on with the CPU. Without a picture of
 # the caller's it works on one that is rendered here: nothing in this repository is a photograph.
 set -eu
 
@@ -139,6 +139,27 @@ measure "$slow" "all noises" "$here/demo/net.ostra.demo.noises.krn" --size 640x6
 run "a sheet of six" "$here/demo/net.ostra.demo.sheet.krn" --size 960x360 --set width=960 --set height=360 \
   --in first="$out/warp.png" --in second="$out/rotate.png" --in third="$out/graded.png" --in fourth="$out/slice.png" \
   --in fifth="$out/cloud.png" --in sixth="$out/terrain.png" --out target="$out/textures.png"
+
+# draw LABEL SCENE: graphics programs of stage files, drawn on the device. Scenes name files from their own folder, so a copy
+# is drawn that lies beside the pictures.
+draw() {
+  sed "s|\.\./\.\./\.\./kernels/stages|$kernels/stages|; s|\.\./net\.|$here/demo/net.|" \
+    "$here/demo/scenes/$2.json" >"$out/$2.json"
+  "$tool" render "$out/$2.json" --out "$out/$2.png" >"$work/report" || { cat "$work/report"; exit 1; }
+  rm "$out/$2.json"
+  line "$1" "$(field size)" - "$(field time | sed 's/,.*//')" -
+}
+
+if [ "$backend" = both ]; then
+  run "tiles" "$here/demo/net.ostra.demo.tiles.krn" --size 512x512 --set width=512 --set height=512 --out target="$out/tiles.png"
+  draw "model with a texture" torus
+  draw "terrain and water" terrain
+  draw "drawing from depths" ink
+  draw "points of a kernel" points
+  draw "a sheet of the four" sheet
+else
+  echo "Scenes of graphics programs need a GPU and are left out." | tee -a "$out/times.txt"
+fi
 
 if [ "$backend" = both ]; then
   cat <<'END' | tee -a "$out/times.txt"

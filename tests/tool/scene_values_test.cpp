@@ -58,6 +58,18 @@ TEST(SceneValuesTest, PointsAreMovedScaledAndTurned) {
   ExpectNear(MovedBy(R"({"rotate": {"axis": [1, 0, 0], "degrees": 90}})", {0, 1, 0}), {0, 0, 1});
 }
 
+TEST(SceneValuesTest, WaysFactorsAxesAndAnglesMayBeNamed) {
+  const std::string values = R"({"way": [1, 2, 3], "twice": 2, "turn": 90, "axis": [0, 0, 1], "eye": [0, 0, 5]})";
+  const auto moved = [&values](const char* value, const Numbers& point) {
+    return Move(Evaluate(value, values).GetValue(), point);
+  };
+  ExpectNear(moved(R"({"translate": "way"})", {1, 1, 1}), {2, 3, 4});
+  ExpectNear(moved(R"({"scale": "twice"})", {1, 2, 3}), {2, 4, 6});
+  ExpectNear(moved(R"({"scale": "way"})", {1, 1, 1}), {1, 2, 3});
+  ExpectNear(moved(R"({"rotate": {"axis": "axis", "degrees": "turn"}})", {1, 0, 0}), {0, 1, 0});
+  ExpectNear(moved(R"({"lookAt": {"eye": "eye", "target": [0, 0, 0]}})", {1, 2, 0}), {1, 2, -5});
+}
+
 TEST(SceneValuesTest, TheLastFactorOfAProductIsAppliedFirst) {
   ExpectNear(MovedBy(R"({"product": [{"translate": [1, 0, 0]}, {"scale": 2}]})", {1, 1, 1}), {3, 2, 2});
   ExpectNear(MovedBy(R"({"product": [{"scale": 2}, {"translate": [1, 0, 0]}]})", {1, 1, 1}), {4, 2, 2});
@@ -110,6 +122,9 @@ TEST(SceneValuesTest, WhatCannotBeComputedNamesItsPlace) {
   expect(R"({"inverse": {"scale": 0}})", "s.json: passes[0].draws[0].uniforms.x: the matrix has no inverse");
   expect(R"({"product": [{"scale": 1}, [1, 2, 3]]})",
          "s.json: passes[0].draws[0].uniforms.x.product[1]: needs a matrix of 9 or 16 numbers, but there are 3");
+  expect(R"({"rotate": {"axis": [0, 0, 0], "degrees": 1}})", "uniforms.x.rotate.axis: an axis needs a direction");
+  expect(R"({"translate": "small"})", "uniforms.x.translate: needs 3 numbers, but there are 2");
+  expect(R"({"scale": "small"})", "uniforms.x: needs 1 or 3 numbers, but there are 2");
   expect(R"({"inverse": "small"})", "uniforms.x.inverse: needs a matrix");
   expect(R"({"lookAt": {"eye": [1, 1, 1], "target": [1, 1, 1]}})", "a camera needs a target beside its eye");
   expect(R"({"lookAt": {"eye": [0, 5, 0], "target": [0, 0, 0]}})", "an up that is not its direction");

@@ -28,9 +28,6 @@ Vector Normalize(const Vector& a) {
   const Float64 length = std::sqrt(Dot(a, a));
   return {a[0] / length, a[1] / length, a[2] / length};
 }
-Vector TakeVector(const std::vector<Float64>& numbers, std::size_t first) {
-  return {numbers[first], numbers[first + 1], numbers[first + 2]};
-}
 Float64 ToRadians(Float64 degrees) { return degrees * std::numbers::pi / 180; }
 
 Matrix Multiply(const Matrix& a, const Matrix& b) {
@@ -81,7 +78,7 @@ Matrix MakeOrthographic(Float64 height, Float64 nearPlane, Float64 farPlane, Flo
 }
 
 // About an axis through the origin, counterclockwise for who looks against it (formula of Rodrigues).
-Matrix MakeRotation(const Vector& direction, Float64 degrees) {
+Matrix MakeTurn(const Vector& direction, Float64 degrees) {
   const Vector axis = Normalize(direction);
   const Float64 c = std::cos(ToRadians(degrees)), s = std::sin(ToRadians(degrees)), t = 1 - c;
   const auto [x, y, z] = axis;
@@ -148,12 +145,14 @@ class Evaluator {
         return MakeOrthographic(n[0], n[1], n[2], n[3] > 0 ? n[3] : _aspect);
       case Kind::LookAt:
         return MakeView(value);
-      case Kind::Translate:
-        return Matrix{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, n[0], n[1], n[2], 1};
+      case Kind::Translate: {
+        OSTRA_ASSIGN_OR_RETURN(const Vector way, TakeVector(value.parts[0]));
+        return Matrix{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, way[0], way[1], way[2], 1};
+      }
       case Kind::Scale:
-        return Matrix{n[0], 0, 0, 0, 0, n[1], 0, 0, 0, 0, n[2], 0, 0, 0, 0, 1};
+        return MakeScale(value);
       case Kind::Rotate:
-        return MakeRotation(TakeVector(n, 0), n[3]);
+        return MakeRotation(value);
       case Kind::Product:
         return MakeProduct(value);
       case Kind::Inverse:
@@ -170,10 +169,38 @@ class Evaluator {
     return matrix;
   }
 
-  Result<Matrix> MakeView(const SceneValue& value) const {
-    const Vector eye = TakeVector(value.numbers, 0), target = TakeVector(value.numbers, 3);
+  Result<std::vector<Float64>> TakeNumbers(const SceneValue& value, std::size_t count) {
+    OSTRA_ASSIGN_OR_RETURN(std::vector<Float64> numbers, Evaluate(value));
+    if (numbers.size() == count) return numbers;
+    return MakeError(value,
+                     "needs " + std::to_string(count) + " numbers, but there are " + std::to_string(numbers.size()));
+  }
+  Result<Vector> TakeVector(const SceneValue& value) {
+    OSTRA_ASSIGN_OR_RETURN(const std::vector<Float64> numbers, TakeNumbers(value, 3));
+    return Vector{numbers[0], numbers[1], numbers[2]};
+  }
+
+  Result<Matrix> MakeScale(const SceneValue& value) {
+    OSTRA_ASSIGN_OR_RETURN(std::vector<Float64> factors, Evaluate(value.parts[0]));
+    if (factors.size() == 1) factors.assign(3, factors[0]);
+    if (factors.size() != 3)
+      return MakeError(value, "needs 1 or 3 numbers, but there are " + std::to_string(factors.size()));
+    return Matrix{factors[0], 0, 0, 0, 0, factors[1], 0, 0, 0, 0, factors[2], 0, 0, 0, 0, 1};
+  }
+
+  Result<Matrix> MakeRotation(const SceneValue& value) {
+    OSTRA_ASSIGN_OR_RETURN(const Vector axis, TakeVector(value.parts[0]));
+    OSTRA_ASSIGN_OR_RETURN(const std::vector<Float64> degrees, TakeNumbers(value.parts[1], 1));
+    if (axis == Vector{0, 0, 0}) return MakeError(value.parts[0], "an axis needs a direction");
+    return MakeTurn(axis, degrees[0]);
+  }
+
+  Result<Matrix> MakeView(const SceneValue& value) {
+    OSTRA_ASSIGN_OR_RETURN(const Vector eye, TakeVector(value.parts[0]));
+    OSTRA_ASSIGN_OR_RETURN(const Vector target, TakeVector(value.parts[1]));
+    OSTRA_ASSIGN_OR_RETURN(const Vector above, TakeVector(value.parts[2]));
     const Vector back = Normalize(Subtract(eye, target));
-    const Vector right = Normalize(Cross(TakeVector(value.numbers, 6), back));
+    const Vector right = Normalize(Cross(above, back));
     if (!std::isfinite(Dot(right, right)))
       return MakeError(value, "a camera needs a target beside its eye, and an up that is not its direction");
     const Vector up = Cross(back, right);

@@ -109,9 +109,24 @@ class ValueReader {
         return OK;
       }
       default:
-        break;
+        return AddArgument(argument, 3, value);
     }
-    OSTRA_ASSIGN_OR_RETURN(value.numbers, argument.GetNumbers(3, 3));
+  }
+
+  // Numbers, or the name of a value that is some.
+  Result<void> AddArgument(const JsonPlace& place, Int count, SceneValue& value) {
+    SceneValue argument;
+    argument.path = place.GetPath();
+    if (place.IsText()) {
+      argument.kind = Kind::Name;
+      OSTRA_ASSIGN_OR_RETURN(argument.name, place.GetText());
+    } else if (count == 1) {
+      OSTRA_ASSIGN_OR_RETURN(const Float64 number, place.GetNumber());
+      argument.numbers = {number};
+    } else {
+      OSTRA_ASSIGN_OR_RETURN(argument.numbers, place.GetNumbers(count, count));
+    }
+    value.parts.push_back(std::move(argument));
     return OK;
   }
 
@@ -139,42 +154,28 @@ class ValueReader {
     return OK;
   }
 
-  Result<void> AddVector(const JsonPlace& place, SceneValue& value) {
-    OSTRA_ASSIGN_OR_RETURN(const std::vector<Float64> numbers, place.GetNumbers(3, 3));
-    value.numbers.insert(value.numbers.end(), numbers.begin(), numbers.end());
-    return OK;
-  }
-
   Result<void> ReadLookAt(const JsonPlace& place, SceneValue& value) {
     OSTRA_RETURN_IF_ERROR(place.CheckKeys({"eye", "target", "up"}));
     for (const char* key : {"eye", "target"}) {
       OSTRA_ASSIGN_OR_RETURN(const JsonPlace member, place.Get(key));
-      OSTRA_RETURN_IF_ERROR(AddVector(member, value));
+      OSTRA_RETURN_IF_ERROR(AddArgument(member, 3, value));
     }
-    if (const auto up = place.Find("up")) return AddVector(*up, value);
-    value.numbers.insert(value.numbers.end(), {0, 1, 0});
+    if (const auto up = place.Find("up")) return AddArgument(*up, 3, value);
+    value.parts.push_back({place.GetPath(), Kind::Numbers, {0, 1, 0}, {}, {}});
     return OK;
   }
 
   Result<void> ReadRotation(const JsonPlace& place, SceneValue& value) {
     OSTRA_RETURN_IF_ERROR(place.CheckKeys({"axis", "degrees"}));
     OSTRA_ASSIGN_OR_RETURN(const JsonPlace axis, place.Get("axis"));
-    OSTRA_RETURN_IF_ERROR(AddVector(axis, value));
-    if (value.numbers == std::vector<Float64>{0, 0, 0}) return axis.MakeError("an axis needs a direction");
+    OSTRA_RETURN_IF_ERROR(AddArgument(axis, 3, value));
     OSTRA_ASSIGN_OR_RETURN(const JsonPlace degrees, place.Get("degrees"));
-    OSTRA_ASSIGN_OR_RETURN(const Float64 angle, degrees.GetNumber());
-    value.numbers.push_back(angle);
-    return OK;
+    return AddArgument(degrees, 1, value);
   }
 
+  // A number scales all directions alike.
   Result<void> ReadScale(const JsonPlace& place, SceneValue& value) {
-    if (!place.IsNumber()) {
-      OSTRA_ASSIGN_OR_RETURN(value.numbers, place.GetNumbers(3, 3));
-      return OK;
-    }
-    OSTRA_ASSIGN_OR_RETURN(const Float64 factor, place.GetNumber());
-    value.numbers = {factor, factor, factor};
-    return OK;
+    return AddArgument(place, place.IsNumber() ? 1 : 3, value);
   }
 
   Result<void> ReadProduct(const JsonPlace& place, Int nesting, SceneValue& value) {

@@ -28,10 +28,10 @@ struct SceneValue {
     Name,          // the scene's value of this `name`
     Perspective,   // numbers: field of view from bottom to top in degrees, near, far, aspect (0: that of the pass)
     Orthographic,  // numbers: height, near, far, aspect (0: that of the pass)
-    LookAt,        // numbers: eye, target, up
-    Translate,     // numbers: way
-    Scale,         // numbers: factors
-    Rotate,        // numbers: axis, degrees
+    LookAt,        // parts: eye, target, up
+    Translate,     // the only part: way
+    Scale,         // the only part: one factor, or three
+    Rotate,        // parts: axis, degrees
     Product,       // of `parts`, the last one applied first
     Inverse,       // of the only part
     Normals,       // 3 x 3, for normals where points are moved by the only part
