@@ -1,6 +1,8 @@
 #include "ostra/core/memory.h"
 
 #include <atomic>
+#include <cstddef>
+#include <cstdint>
 
 #include "ostra/core/zero_memory.h"
 
@@ -22,9 +24,41 @@ bool ShallFail() {
   return true;
 }
 
+#if defined(__SANITIZE_ADDRESS__)
+constexpr Bool kFindsOverruns = true;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+constexpr Bool kFindsOverruns = true;
+#else
+constexpr Bool kFindsOverruns = false;
+#endif
+#else
+constexpr Bool kFindsOverruns = false;
+#endif
+
+// Aligned allocation of the C library is several times slower than plain one. So there is room for one step of
+// alignment in front, at least half of it, and its size stands in the word before the memory. Not where a sanitizer
+// looks at the end of each area.
+static_assert(alignof(std::max_align_t) == kAlignment / 2);
+using Distance = std::uint64_t;
+
 void* AllocAligned(Int bytes) {
   const std::size_t size = bytes > 0 ? static_cast<std::size_t>(bytes) : 1;
-  return ::operator new(size, std::align_val_t(kAlignment), std::nothrow);
+  if constexpr (kFindsOverruns) return ::operator new(size, std::align_val_t(kAlignment), std::nothrow);
+  auto* const base = static_cast<Byte*>(std::malloc(size + kAlignment));
+  if (!base) return nullptr;
+  const Distance distance = kAlignment - reinterpret_cast<std::uintptr_t>(base) % kAlignment;
+  Byte* const memory = base + distance;
+  std::memcpy(memory - sizeof(distance), &distance, sizeof(distance));
+  return memory;
+}
+
+void FreeAligned(void* memory) {
+  if constexpr (kFindsOverruns) return ::operator delete(memory, std::align_val_t(kAlignment));
+  auto* const bytes = static_cast<Byte*>(memory);
+  Distance distance = 0;
+  std::memcpy(&distance, bytes - sizeof(distance), sizeof(distance));
+  std::free(bytes - distance);
 }
 
 }  // namespace
@@ -45,7 +79,7 @@ void* AllocZeroed(Int bytes) {
 void FreeMem(void* memory) {
   if (!memory) return;
   g_liveCount.fetch_sub(1, std::memory_order_relaxed);
-  ::operator delete(memory, std::align_val_t(kAlignment));
+  FreeAligned(memory);
 }
 
 void* AllocForever(Int bytes) { return ShallFail() || bytes < 0 ? nullptr : AllocAligned(bytes); }
