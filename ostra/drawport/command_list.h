@@ -79,8 +79,9 @@ class DrawportCommandList {
   // Errors: illegal state inside of another pass, or for a target of another device.
   virtual Result<void> BeginDrawPass(DrawportRenderTarget& target, const DrawportClearValues& clear) = 0;
   // Draws with the values that were published last. Errors: illegal state outside of a pass, for a program of another
-  // device, for a parameter that is not set; illegal argument for a program that does not fit the attributes, the
-  // targets or the topology, and for vertices that are not in the buffer. Nothing is drawn then, and the pass goes on.
+  // device, for a parameter that is not set; illegal argument for values of another program, for a program that does
+  // not fit the attributes, the targets or the topology, and for vertices that are not in the buffer. Nothing is drawn
+  // then, and the pass goes on.
   virtual Result<void> Draw(const DrawportDrawCall& call) = 0;
   // Error: illegal state outside of a pass.
   virtual Result<void> EndDrawPass() = 0;

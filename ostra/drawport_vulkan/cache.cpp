@@ -98,7 +98,8 @@ Result<DrawportStateObject*> Cache::GetStateObject(const DrawportCacheKey& key, 
 Result<DrawportRenderTargetRef> Cache::CreateRenderTarget(DrawportContextInterface& context,
                                                           const DrawportRenderTargetDescription& description) {
   OSTRA_ASSIGN_OR_RETURN(Context * found, FindContext(context));
-  OSTRA_ASSIGN_OR_RETURN(RenderTargetRef target, RenderTarget::Create(found->GetDevice(), description));
+  const auto create = [&] { return RenderTarget::Create(found->GetDevice(), description); };
+  OSTRA_ASSIGN_OR_RETURN(RenderTargetRef target, found->MakeWithRoom(create));
   return DrawportRenderTargetRef(target);
 }
 

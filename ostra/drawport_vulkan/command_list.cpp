@@ -176,6 +176,8 @@ Result<ProgramFactory*> CommandList::PrepareDispatch(DrawportProgramFactory& pro
   auto& set = static_cast<ValueSet&>(values);
   if (&factory.GetDevice() != _device.GetPointer())
     return OSTRA_ILLEGAL_STATE("The GPU program was built for another device.");
+  if (!set.IsOfProgram(factory))
+    return OSTRA_ILLEGAL_ARGUMENT("The values of the dispatch are those of another GPU program.");
   if (factory.GetPipeline().IsGraphics())
     return OSTRA_ILLEGAL_ARGUMENT("The GPU program draws; it has no compute stage to dispatch.");
   SuspendPass();

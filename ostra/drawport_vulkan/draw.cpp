@@ -141,6 +141,8 @@ void CommandList::SuspendPass() {
 Result<void> CommandList::CheckDraw(const DrawportDrawCall& call, ProgramFactory& factory) const {
   if (&factory.GetDevice() != _device.GetPointer())
     return OSTRA_ILLEGAL_STATE("The GPU program was built for another device.");
+  if (!static_cast<const ValueSet&>(*call.values).IsOfProgram(factory))
+    return OSTRA_ILLEGAL_ARGUMENT("The values of the draw are those of another GPU program.");
   if (!factory.GetPipeline().IsGraphics())
     return OSTRA_ILLEGAL_ARGUMENT("The GPU program has a compute stage; it does not draw.");
   if (call.count < 1 || call.first < 0 || call.instanceCount < 1)

@@ -74,6 +74,8 @@ class ValueSet final : public DrawportParameterValueSet {
   // Whether a texture of the target is among what is set.
   Bool Reads(const class RenderTarget& target) const;
 
+  Bool IsOfProgram(const ProgramFactory& factory) const { return &_factory == &factory; }
+
   // Setters write here; nothing counts before Publish.
   void Clear();
   Byte* GetBytes() { return _nextBytes.GetFirst(); }

@@ -220,6 +220,19 @@ TEST_F(GraphicsErrorTest, KernelsDoNotDrawAndDrawnProgramsAreNotDispatched) {
               IsErrorWith(kIllegalArgumentError, "A GPU program is either one of compute or one of graphics stages."));
 }
 
+TEST_F(GraphicsErrorTest, ValuesBelongToTheirProgram) {
+  GraphicsBuilder first = MakePlain();
+  GraphicsBuilder second = MakePlain("vec4(UNIFORM(shade), 0.0, 0.0, 1.0)");
+  second.Uniform(DrawportStage::Fragment, Type::Float, "shade");
+  DrawportDrawCall call = Take(TryMakeCall(first, {.vertices = MakeRectangle(-1, -1, 1, 1), .count = 6}));
+  call.values = Take(TryMakeCall(second, {})).values;
+  target = MakeTarget(2, 2);
+  Take(renderer->Begin(target, {}));
+  EXPECT_THAT(renderer->Draw(call),
+              IsErrorWith(kIllegalArgumentError, "The values of the draw are those of another GPU program."));
+  Take(renderer->End());
+}
+
 TEST_F(GraphicsErrorTest, AParameterThatIsNotSetIsNamedAndThePassGoesOn) {
   GraphicsBuilder program(*this);
   program.Vertex("OutPosition = vec4(0.0, 0.0, 0.5, 1.0);\n")

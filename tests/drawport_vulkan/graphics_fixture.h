@@ -143,12 +143,17 @@ class GraphicsTest : public GpuTest {
     if (_context) renderer.emplace(_context);
   }
   void TearDown() override {
-    _programs.clear();
-    _sets.clear();
-    _states.clear();
+    DropPrograms();
     target = {};
     renderer.reset();
     GpuTest::TearDown();
+  }
+
+  // Lets go of the programs of all calls, with their attributes and states.
+  void DropPrograms() {
+    _programs.clear();
+    _sets.clear();
+    _states.clear();
   }
 
   DrawportRenderTargetRef MakeTarget(Int width, Int height, Int32 sampleCount = 1,
