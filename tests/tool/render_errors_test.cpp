@@ -116,6 +116,20 @@ TEST_F(RenderErrorsTest, ParametersWithoutAValueAreNamed) {
       makeDraw(R"(, "buffers": {"table": "t.csv"}, "textures": {"picture": {"file": "no.png", "wrap": "round"}})"));
 }
 
+TEST_F(RenderErrorsTest, SingleSamplesAreReadOfPassesThatHaveThem) {
+  WriteStage("copy.frag", {"(const TextureSampler_2D_RGBA_F32_POINT) layer", "(out Vector4d32) color"},
+             "\tint2 at = int2(1, 1);\n\tcolor = GetFramebufferTexel(PassTexture(layer), at);");
+  const auto makeScene = [](const std::string& texture) {
+    return R"({"passes": [{"name": "first", "draws": []}, {"samples": 4, "draws": [{"stages": ["flat.vert", "copy.frag"],
+        "vertices": {"shape": "quad"}, "uniforms": {"depth": 0}, "textures": {"layer": )" +
+           texture + "}}]}]}";
+  };
+  for (const char* texture : {R"({"pass": "first"})", R"("a.png")"})
+    Expect(kFailed,
+           R"(passes[1].draws[0].textures.layer: the stage reads single samples of "layer", which only what a pass)",
+           Run(makeScene(texture)));
+}
+
 TEST_F(RenderErrorsTest, ValuesMustHaveTheTypeOfTheirUniform) {
   ExpectDraw(std::string(kDraw) + ".uniforms.tint: the uniform is 4 x float32, but there are 3 numbers",
              MakeFlatDraw(kWholeQuad, "[1, 0, 0]"));

@@ -1,5 +1,6 @@
 // `ostra render`: what a scene draws.
 #include <algorithm>
+#include <fstream>
 #include <nlohmann/json.hpp>
 #include <set>
 
@@ -222,6 +223,35 @@ TEST_F(RenderTest, PatchesAreDivided) {
   EXPECT_NEAR(GetPixel(draw("1"), 8, 8)[0], 128, 1);
   EXPECT_NEAR(GetPixel(draw("2"), 8, 8)[0], 191, 12);
   EXPECT_NEAR(GetPixel(draw("2"), 0, 0)[0], 128, 12);
+}
+
+// The blocks between ``` lines of docs/scene-files.md.
+std::vector<std::string> ReadDocumentedBlocks() {
+  std::ifstream stream(OSTRA_TEST_SCENE_DOCS);
+  std::vector<std::string> blocks;
+  Bool isInside = false;
+  for (std::string line; std::getline(stream, line);) {
+    if (line.starts_with("```")) {
+      isInside = !isInside;
+      if (isInside) blocks.emplace_back();
+    } else if (isInside) {
+      blocks.back() += line + "\n";
+    }
+  }
+  return blocks;
+}
+
+TEST_F(RenderTest, TheDocumentedExampleDrawsItsTriangle) {
+  std::string scene;
+  for (const std::string& block : ReadDocumentedBlocks()) {
+    if (block.find("KERNEL(FlatVertex") != std::string::npos) _folder.Write("flat.vert", block);
+    if (block.find("KERNEL(FlatFragment") != std::string::npos) _folder.Write("flat.frag", block);
+    if (block.find("\"passes\"") != std::string::npos) scene = block;
+  }
+  const Image image = Draw(scene, {});
+  EXPECT_EQ(image.width, 640);
+  EXPECT_EQ(GetPixel(image, 320, 180), kRedPixel);
+  EXPECT_THAT(GetPixel(image, 5, 5), ElementsAre(testing::AnyOf(25, 26), testing::AnyOf(25, 26), 51, 255));
 }
 
 TEST_F(RenderTest, TheReportSaysWhatWasDrawn) {

@@ -92,6 +92,28 @@ TEST_F(RenderTextureTest, APassReadsTheDepthOfAnEarlierOne) {
   }
 }
 
+// The same file: with one sample it reads the mean, with four each sample reads its own.
+TEST_F(RenderTextureTest, APassReadsSampleBySampleWhereItHasSeveral) {
+  WriteStage("copy.frag", {"(const TextureSampler_2D_RGBA_F32_POINT) layer", "(out Vector4d32) color"},
+             "\tint2 at = int2(int(InFragCoord.x), int(InFragCoord.y));\n"
+             "\tvec4 texel = GetFramebufferTexel(PassTexture(layer), at);\n"
+             "\tcolor = vec4(step(0.5, texel.x), texel.y, texel.z, 1.0);");
+  const auto draw = [&](const char* samples) {
+    const std::string first =
+        R"({"name": "first", "samples": 4, "draws": [)" +
+        MakeFlatDraw(R"({"attributes": {"position": [-1, -1, 0.7, -1, -0.3, 0.9]}})", "[1, 0, 0, 1]") + "]}";
+    const Image image = Draw(R"({"passes": [)" + first + R"(, {"samples": )" + samples + R"(, "draws": [
+        {"stages": ["flat.vert", "copy.frag"], "vertices": {"shape": "quad"}, "uniforms": {"depth": 0},
+         "textures": {"layer": {"pass": "first"}}}]}]})");
+    Int between = 0;
+    for (Int i = 0; i < image.width * image.height; ++i) between += image.rgba[4 * i] > 0 && image.rgba[4 * i] < 1;
+    return between;
+  };
+  // What is cut off after the mean has hard edges; cut off before, smooth ones.
+  EXPECT_EQ(draw("1"), 0);
+  EXPECT_GT(draw("4"), 4);
+}
+
 TEST_F(RenderTextureTest, APassMayHaveSeveralColourTargets) {
   WriteStage("two.frag", {"(out Vector4d32) color0", "(out Vector4d32) color1"},
              "\tcolor0 = vec4(1.0, 0.0, 0.0, 1.0);\n\tcolor1 = vec4(0.0, 1.0, 0.0, 1.0);");

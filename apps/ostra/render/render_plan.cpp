@@ -44,7 +44,7 @@ class Planner {
       planned.size = pass.size.IsKnown() ? pass.size : _scene.size;
       _aspect = static_cast<Float64>(planned.size.width) / static_cast<Float64>(planned.size.height);
       for (const SceneDraw& draw : pass.draws) {
-        OSTRA_ASSIGN_OR_RETURN(PlannedDraw plannedDraw, PlanDraw(draw));
+        OSTRA_ASSIGN_OR_RETURN(PlannedDraw plannedDraw, PlanDraw(draw, pass.sampleCount));
         planned.draws.push_back(std::move(plannedDraw));
       }
       _plan.passes.push_back(std::move(planned));
@@ -57,10 +57,10 @@ class Planner {
     return OSTRA_ILLEGAL_ARGUMENT("@: @: @", _scene.file, path, text);
   }
 
-  Result<PlannedDraw> PlanDraw(const SceneDraw& draw) {
+  Result<PlannedDraw> PlanDraw(const SceneDraw& draw, Int sampleCount) {
     PlannedDraw planned;
     planned.scene = &draw;
-    OSTRA_ASSIGN_OR_RETURN(planned.stages, ReadStageFiles(_scene, draw, _folder));
+    OSTRA_ASSIGN_OR_RETURN(planned.stages, ReadStageFiles(_scene, draw, sampleCount, _folder));
     OSTRA_ASSIGN_OR_RETURN(planned.program, InternedId::Create(draw.path));
     OSTRA_RETURN_IF_ERROR(CheckNames(draw, planned.stages));
     const auto vertexStage = std::find_if(planned.stages.begin(), planned.stages.end(),
@@ -177,15 +177,18 @@ class Planner {
     OSTRA_ASSIGN_OR_RETURN(texture.name, InternedId::Create(name));
     if (!entry.readOnly)
       return MakeError(source.path, "the stage declares \"" + name + "\" without const, as an image that it writes");
+    const std::vector<std::string>& sampled = planned.stages[static_cast<std::size_t>(stage)].multisampledTextures;
+    texture.hasSamples = std::find(sampled.begin(), sampled.end(), name) != sampled.end();
+    if (texture.hasSamples && (source.pass < 0 || GetPass(source).sampleCount == 1))
+      return MakeError(source.path, "the stage reads single samples of \"" + name +
+                                        "\", which only what a pass with several of them has drawn has");
     if (source.pass < 0) {
       OSTRA_ASSIGN_OR_RETURN(texture.source, LoadFiles(source, name, entry));
     } else {
       if (entry.textureType != kShaderTexture2D)
         return MakeError(source.path, "what a pass draws is a 2D texture, and the stage declares another one");
       if (entry.format->valueClass != PixelValueClass::FloatingPoint && !source.isDepth &&
-          !_scene.passes[static_cast<std::size_t>(source.pass)]
-               .colorFormats[static_cast<std::size_t>(source.target)]
-               .ends_with("u8"))
+          !GetPass(source).colorFormats[static_cast<std::size_t>(source.target)].ends_with("u8"))
         return MakeError(source.path,
                          "the pass draws numbers of another kind than the texture that the stage declares");
       OSTRA_ASSIGN_OR_RETURN(texture.source, InternedId::Create(source.path + "/" + std::to_string(stage)));
@@ -196,6 +199,10 @@ class Planner {
     }
     planned.textures.push_back(std::move(texture));
     return OK;
+  }
+
+  const ScenePass& GetPass(const SceneTexture& source) const {
+    return _scene.passes[static_cast<std::size_t>(source.pass)];
   }
 
   // Files are loaded once for all stages that read them in the same way.

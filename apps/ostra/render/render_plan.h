@@ -33,6 +33,7 @@ struct PlannedStageTexture {
   Bool isDepth = false;
   Int target = 0;
   Bool isLinear = false;
+  Bool hasSamples = false;  // the stage reads them one by one
 };
 
 struct PlannedStageBuffer {

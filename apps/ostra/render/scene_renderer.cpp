@@ -19,7 +19,7 @@ Result<DataDictionary> MakePassParameters(const SceneState& state, Int sampleCou
   if (state.frontFace) OSTRA_RETURN_IF_ERROR(parameters.Set("frontFace"_iid, Int32{*state.frontFace}));
   if (state.useAlphaBlending)
     OSTRA_RETURN_IF_ERROR(parameters.Set("useAlphaBlending"_iid, Bool{*state.useAlphaBlending}));
-  if (sampleCount > 1) OSTRA_RETURN_IF_ERROR(parameters.Set("multiSampling"_iid, static_cast<Int32>(sampleCount)));
+  OSTRA_RETURN_IF_ERROR(parameters.Set("multiSampling"_iid, static_cast<Int32>(sampleCount)));
   return parameters;
 }
 
@@ -135,7 +135,8 @@ Result<void> SceneRenderer::LinkTexture(const PlannedStageTexture& texture) {
     const UInt8 filter = texture.isLinear ? kLinear : UInt8(0);
     OSTRA_ASSIGN_OR_RETURN(DrawportTextureSampler* const sampler,
                            _renderer.GetSampler(static_cast<UInt8>(filter | kClampX | kClampY | kClampZ)));
-    DrawportTexture* const drawn = texture.isDepth ? source.GetDepthTexture() : source.GetColorTexture(texture.target);
+    DrawportTexture* drawn = texture.isDepth ? source.GetDepthTexture() : source.GetColorTexture(texture.target);
+    if (texture.hasSamples) drawn = texture.isDepth ? source.GetDepthSamples() : source.GetColorSamples(texture.target);
     OSTRA_RETURN_IF_ERROR(_loader->SetSamplerAndTextureHandle(texture.source, drawn, sampler, {}, {}));
   }
   return _loader->SetTextureToActiveProgram(texture.source, texture.name, texture.stage);

@@ -17,8 +17,8 @@ constexpr Int32 kPassedOn = kShaderInputVarying | kShaderInputOut | kShaderInput
 
 class StageReader {
  public:
-  StageReader(const Scene& scene, const SceneDraw& draw, const Url& folder)
-      : _scene(scene), _draw(draw), _folder(folder) {}
+  StageReader(const Scene& scene, const SceneDraw& draw, Int sampleCount, const Url& folder)
+      : _scene(scene), _draw(draw), _sampleCount(sampleCount), _folder(folder) {}
 
   Result<std::vector<StageFile>> Read() {
     for (std::size_t i = 0; i < _draw.stages.size(); ++i) {
@@ -38,7 +38,10 @@ class StageReader {
       if (parser->GetNoiseCallCount() > 0)
         return OSTRA_ILLEGAL_ARGUMENT(
             "@: error: graphics programs have no noises: let a kernel write them into a buffer", file);
-      _stages.push_back({file, stage, std::move(parser)});
+      OSTRA_ASSIGN_OR_RETURN(const ShaderRecords records, MakeShaderRecords(*parser, stage));
+      StageFile& added = _stages.emplace_back(StageFile{file, stage, std::move(parser), {}});
+      for (const ShaderTexture& texture : records.textures)
+        if (texture.isMultisampled) added.multisampledTextures.emplace_back(texture.name.GetView());
     }
     OSTRA_RETURN_IF_ERROR(CheckStages());
     return std::move(_stages);
@@ -59,9 +62,11 @@ class StageReader {
     return std::any_of(_stages.begin(), _stages.end(), [stage](const StageFile& file) { return file.stage == stage; });
   }
 
-  static Result<StrongRef<ShaderParser>> Parse(const Url& file) {
+  Result<StrongRef<ShaderParser>> Parse(const Url& file) const {
     OSTRA_ASSIGN_OR_RETURN(StrongRef<ShaderParser> parser, ShaderParser::Create(kTargetGlsl));
-    const auto parsed = parser->Init(file, DataDictionary(), EndlessSource::Refuse);
+    DataDictionary options;
+    OSTRA_RETURN_IF_ERROR(options.Set(kShaderMultisampling, static_cast<Int32>(_sampleCount)));
+    const auto parsed = parser->Init(file, options, EndlessSource::Refuse);
     if (parsed) return parser;
     OSTRA_ASSIGN_OR_RETURN(const String message, parser->DescribeError(parsed.GetError()));
     return OSTRA_ILLEGAL_ARGUMENT("@", message);
@@ -83,6 +88,7 @@ class StageReader {
 
   const Scene& _scene;
   const SceneDraw& _draw;
+  const Int _sampleCount;
   const Url& _folder;
   std::vector<StageFile> _stages;
 };
@@ -94,8 +100,9 @@ Result<Url> FindSceneFile(const Url& folder, const std::string& name) {
   return folder + name;
 }
 
-Result<std::vector<StageFile>> ReadStageFiles(const Scene& scene, const SceneDraw& draw, const Url& folder) {
-  return StageReader(scene, draw, folder).Read();
+Result<std::vector<StageFile>> ReadStageFiles(const Scene& scene, const SceneDraw& draw, Int sampleCount,
+                                              const Url& folder) {
+  return StageReader(scene, draw, sampleCount, folder).Read();
 }
 
 Bool IsCounter(const ShaderInputEntry& input) {

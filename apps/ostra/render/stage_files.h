@@ -14,15 +14,18 @@ struct StageFile {
   Url file;
   DrawportStage stage = DrawportStage::Vertex;
   StrongRef<ShaderParser> parser;  // has parsed the file
+  // Textures of which it reads single samples.
+  std::vector<std::string> multisampledTextures;
 };
 
 // Where a file of a scene is: beside the scene file unless its name begins at the root. Error: out of memory.
 Result<Url> FindSceneFile(const Url& folder, const std::string& name);
 
-// Reads the files in the order of the draw. Errors: illegal argument "FILE: PATH: ..." for files that are not there or
-// no stages, a stage that stands twice and a program without one that it needs; "file:line: error: ..." for what is
-// wrong in a file.
-Result<std::vector<StageFile>> ReadStageFiles(const Scene& scene, const SceneDraw& draw, const Url& folder);
+// Reads the files in the order of the draw, translated for a pass with so many samples. Errors: illegal argument "FILE:
+// PATH: ..." for files that are not there or no stages, a stage that stands twice and a program without one that it
+// needs; "file:line: error: ..." for what is wrong in a file.
+Result<std::vector<StageFile>> ReadStageFiles(const Scene& scene, const SceneDraw& draw, Int sampleCount,
+                                              const Url& folder);
 
 // The names of what all stages together declare, for suggestions.
 std::vector<std::string> ListInputs(const std::vector<StageFile>& stages, Bool (*isMeant)(const ShaderInputEntry&));
