@@ -39,6 +39,7 @@ constexpr Workload kWorkloads[] = {
     {"tex2d_srgb8_coherent", &bench::RunTextures},
     {"tex2d_srgb8_random", &bench::RunTextures},
     {"upload", &bench::RunUpload},
+    {"store", &bench::RunStore},
     {"readback", &bench::RunReadBack},
     {"gpu_submit", &bench::RunGpuSubmit},
     {"shader_compile", &bench::RunShaderCompile},

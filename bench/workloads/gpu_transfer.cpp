@@ -1,4 +1,4 @@
-// 256 MiB from the host to a buffer of the device, and back into memory that is new each time.
+// 256 MiB from the host to a buffer of the device, into a new one, and back into memory that is new each time.
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
@@ -181,6 +181,46 @@ bool RunUpload(const Options& options) {
           return true;
         },
         [=] { return CheckBuffer(mapped); });
+  }
+  return contest.Run(options, &GetThroughput);
+}
+
+// Into a buffer that is new each time: the GPU program finds buffers by what was stored in them.
+bool RunStore(const Options& options) {
+  const std::string name = FindGpu(options);
+  if (name.empty()) return true;
+  Contest contest("store", "2^28", "throughput", "GB/s");
+  const auto source = MakeElements();
+  const auto program = MakeGpuProgram("net.ostra.bench.count.krn");
+  const auto data = Need(ostra::InternedId::Create("data"));
+  const auto last = std::make_shared<std::int64_t>(kCount - 1);
+  contest.Add(
+      "ours-gpu",
+      [=] {
+        // An element that nobody looks at makes other bytes of them.
+        (*source)[kCount - 1] = GetValue(++*last);
+        return program->StoreUniformBufferData(data, *source).IsOk() && program->Execute(true).IsOk();
+      },
+      [=] {
+        const std::vector<std::uint8_t> bytes = ReadBuffer(*program, "data");
+        return std::memcmp(bytes.data(), source->GetFirst(), kBytes) == 0;
+      });
+  const auto device = std::make_shared<RawDevice>(name);
+  if (TryMapped(options, device)) {
+    const auto buffer = std::make_shared<RawBufferRef>();
+    contest.Add(
+        "vulkan-mapped",
+        [=] {
+          buffer->reset();
+          *buffer = std::make_shared<RawBuffer>(device, kBytes, RawMemory::Mapped);
+          std::memcpy((*buffer)->GetMapped(), source->GetFirst(), kBytes);
+          return true;
+        },
+        [=] {
+          const Bytes bytes(new std::uint8_t[kBytes]);
+          (*buffer)->Read(bytes.get());
+          return std::memcmp(bytes.get(), source->GetFirst(), kBytes) == 0;
+        });
   }
   return contest.Run(options, &GetThroughput);
 }

@@ -15,6 +15,7 @@ bool RunDispatch(const Options& options);
 bool RunTextures(const Options& options);
 // 256 MiB to the device and back, beside transfers written by hand.
 bool RunUpload(const Options& options);
+bool RunStore(const Options& options);
 bool RunReadBack(const Options& options);
 // Empty work, from recording to its end.
 bool RunGpuSubmit(const Options& options);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "ostra/core/large_pages.h"
 #include "ostra/drawport/settings.h"
 
 OSTRA_UNIT("drawport_vulkan");
@@ -101,6 +102,8 @@ Result<MemoryBlock*> MemoryPool::AddBlock(Int size, UInt32 type, MemoryUse use, 
     void* mapped = nullptr;
     OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkMapMemory(_device, block->memory, 0, VK_WHOLE_SIZE, 0, &mapped)));
     block->mapped = static_cast<Byte*>(mapped);
+    // The memory of software devices is the host's own; elsewhere this says nothing.
+    AdviseLargePages(mapped, size);
     return OK;
   };
   Result<void> filled = fill();
