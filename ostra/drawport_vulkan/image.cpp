@@ -114,6 +114,20 @@ VkImageUsageFlags ImageResource::GetUsage() const {
   return usage;
 }
 
+Result<void> ImageResource::CheckSize(const VkImageCreateInfo& info) const {
+  VkImageFormatProperties limits = {};
+  const VkResult known = vkGetPhysicalDeviceImageFormatProperties(
+      GetDevice().GetPhysicalDevice(), info.format, info.imageType, info.tiling, info.usage, info.flags, &limits);
+  if (known != VK_SUCCESS) return OK;  // says nothing about sizes
+  const auto& [width, height, depth] = _description.extent;
+  const Int texels = width * height * depth * _description.sampleCount;  // no side has more than 2^16
+  if (static_cast<UInt64>(texels) <= limits.maxResourceSize / static_cast<UInt64>(_format.deviceTexelSize)) return OK;
+  return OSTRA_ILLEGAL_ARGUMENT(
+      "A texture of @ x @ x @ texels with @ samples is larger than the @ bytes that the GPU "
+      "device can give one.",
+      width, height, depth, _description.sampleCount, limits.maxResourceSize);
+}
+
 Result<void> ImageResource::Init() {
   const VkDevice device = GetDevice().GetHandle();
   VkImageCreateInfo info = {VK_STRUCTURE_TYPE_IMAGE_CREATE_INFO};
@@ -127,6 +141,7 @@ Result<void> ImageResource::Init() {
   info.arrayLayers = static_cast<UInt32>(layerCount);
   info.samples = static_cast<VkSampleCountFlagBits>(_description.sampleCount);  // the bits are the counts
   info.usage = GetUsage();
+  OSTRA_RETURN_IF_ERROR(CheckSize(info));
   OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkCreateImage(device, &info, nullptr, &_image)));
 
   VkMemoryRequirements requirements;

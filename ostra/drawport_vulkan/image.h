@@ -53,6 +53,7 @@ class ImageResource final : public DeviceResource, public DrawportTexture {
   Result<void> CheckTarget() const;
   Result<void> Init();
   VkImageUsageFlags GetUsage() const;
+  Result<void> CheckSize(const VkImageCreateInfo& info) const;
   void Free() override;
   Result<VkImageView> CreateView(Bool isLayered) const;
 

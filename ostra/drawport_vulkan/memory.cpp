@@ -93,6 +93,7 @@ Result<MemoryBlock*> MemoryPool::AddBlock(Int size, UInt32 type, MemoryUse use, 
     block->type = type;
     block->use = use;
     block->content = content;
+    if (size > _snapshot->heaps[_snapshot->memoryTypes[type].heap].size) return OSTRA_OUT_OF_MEMORY();
     OSTRA_RETURN_IF_ERROR(block->ranges.Init(size));
     VkMemoryAllocateInfo info = {VK_STRUCTURE_TYPE_MEMORY_ALLOCATE_INFO};
     info.allocationSize = static_cast<VkDeviceSize>(size);

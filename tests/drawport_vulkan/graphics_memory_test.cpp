@@ -93,6 +93,18 @@ TEST_F(GraphicsMemoryTest, MemoryThatRunsOutIsAnErrorAndTheNextDrawWorks) {
   EXPECT_THAT(draw(), IsOk());
 }
 
+TEST_F(GraphicsMemoryTest, ATargetThatNoDeviceHasRoomForIsRefusedBeforeTheDriverIsAsked) {
+  DrawportRenderTargetDescription description{.width = 16384, .height = 16384};
+  description.colorFormats[0] = FindFormat(kRgba32);
+  description.sampleCount = 4;
+  const auto made = renderer->CreateTarget(description);
+  if (made) {
+    std::cout << "This device has room for 16 GiB of samples.\n";
+    return;
+  }
+  EXPECT_THAT(made.GetError().GetKind(), testing::AnyOf(kIllegalArgumentError, kOutOfMemoryError));
+}
+
 TEST_F(GraphicsMemoryTest, ATargetDoesNotGrowBeyondTheMemoryLimit) {
   SetDrawportMemoryLimit(1 << 20);
   DrawportRenderTargetDescription description{.width = 4096, .height = 4096};
