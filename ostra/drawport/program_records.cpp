@@ -184,6 +184,7 @@ Result<ShaderRecords> DrawportProgramDescription::MakeShaderRecords(DrawportStag
       OSTRA_RETURN_IF_ERROR(records.parameters.Append(parameter));
     for (const ShaderTexture& texture : given.textures) OSTRA_RETURN_IF_ERROR(records.textures.Append(texture));
     records.noiseTableCount = given.noiseTableCount;
+    OSTRA_RETURN_IF_ERROR(records.noiseModes.CopyFrom(given.noiseModes));
   }
   // Parameters that came with records stand in front, and are there already. What stages hand on is none of them.
   Int recorded = records.textures.GetCount();

@@ -2,6 +2,8 @@
 // but a directive in "$" is replaced by what the directive stands for.
 #include "ostra/drawport/shader_assembly.h"
 
+#include <charconv>
+
 #include "ostra/core/format.h"
 #include "ostra/drawport/shading/sections.h"
 #include "ostra/drawport/shading/shader_item.h"
@@ -134,12 +136,36 @@ class Assembler {
   }
 
   Result<void> WriteNoiseTables() {
+    const Bool isKnown = _records.noiseModes.IsPopulated();
+    OSTRA_RETURN_IF_ERROR(WriteNamedSection(isKnown ? "known noise begin" : "noise begin", _program));
     for (Int i = 0; i < _records.noiseTableCount; ++i) {
       ShaderItem table;
       OSTRA_RETURN_IF_ERROR(table.Set("index", i));
-      OSTRA_RETURN_IF_ERROR(WriteNamedSection("noise table", table));
+      if (isKnown) {
+        OSTRA_ASSIGN_OR_RETURN(String function, String::Create(FindNoiseFunction(_records.noiseModes[i])));
+        OSTRA_RETURN_IF_ERROR(table.Set("noise", std::move(function)));
+      }
+      OSTRA_RETURN_IF_ERROR(WriteNamedSection(isKnown ? "known noise table" : "noise table", table));
     }
-    return OK;
+    return WriteNamedSection(isKnown ? "known noise end" : "noise end", _program);
+  }
+
+  // The function that ostra/render/noise/modes.h calls for a mode: the last one for modes that are not listed.
+  static std::string_view FindNoiseFunction(Int32 mode) {
+    std::string_view text = shading::kNoise, function;
+    while (!text.empty()) {
+      const std::string_view line = shading::TakeLine(text);
+      constexpr std::string_view kCondition = "  if (mode == ", kReturn = "return ";
+      const std::size_t call = line.find(kReturn);
+      if (call == std::string_view::npos) continue;
+      function = line.substr(call + kReturn.size());
+      function = function.substr(0, function.find('('));
+      Int32 listed = -1;
+      if (!line.starts_with(kCondition)) continue;
+      std::from_chars(line.data() + kCondition.size(), line.data() + line.size(), listed);
+      if (listed == mode) break;
+    }
+    return function;
   }
 
   Result<void> WriteStructs() {
@@ -238,6 +264,9 @@ Result<AssembledShader> AssembleShader(const ShaderRecords& records) {
   if (records.noiseTableCount > kMaxNoiseTables)
     return OSTRA_ILLEGAL_ARGUMENT("A program cannot have @ noises; at most @ are allowed.", records.noiseTableCount,
                                   kMaxNoiseTables);
+  if (records.noiseModes.IsPopulated() && records.noiseModes.GetCount() != records.noiseTableCount)
+    return OSTRA_ILLEGAL_ARGUMENT("There are @ modes for @ noises.", records.noiseModes.GetCount(),
+                                  records.noiseTableCount);
   OSTRA_ASSIGN_OR_RETURN(const Sections sections, Sections::Open(records.language));
   const std::string_view* const program = sections.Find(GetProgramSection(records, sections));
   if (!program)

@@ -113,6 +113,9 @@ struct ShaderRecords {
   // Noises 0 to noiseTableCount - 1 can be called with RenderNoise: for each the values noiseMode_i, noiseSeed_i and
   // noiseData_i are declared (unless a parameter has that name already) and the code of all noises is added.
   Int noiseTableCount = 0;
+  // The values of noiseMode_i, for all tables, when they are known: only these noises are then part of the program,
+  // which drivers compile many times faster than a choice of all. Empty: the program chooses as it runs.
+  BaseArray<Int32> noiseModes;
 
   Int uniformBinding = 0;    // of the uniform buffer
   Int gradientBinding = -1;  // of the buffer with the segments of all gradients

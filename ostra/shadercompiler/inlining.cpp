@@ -9,6 +9,7 @@ namespace ostra::shadercompiler {
 namespace {
 
 constexpr std::size_t kHeaderSize = 5;
+constexpr UInt32 kOpEntryPoint = 15;
 constexpr UInt32 kOpFunction = 54;
 constexpr UInt32 kOpFunctionEnd = 56;
 constexpr UInt32 kOpFunctionCall = 57;
@@ -43,6 +44,17 @@ Functions FindFunctions(const std::vector<UInt32>& words) {
   return functions;
 }
 
+std::vector<UInt32> FindEntryPoints(const std::vector<UInt32>& words) {
+  std::vector<UInt32> ids;
+  for (std::size_t at = kHeaderSize; at < words.size();) {
+    const std::size_t size = words[at] >> 16;
+    if (size == 0 || at + size > words.size()) break;
+    if ((words[at] & 0xFFFFu) == kOpEntryPoint && size > 3) ids.push_back(words[at + 2]);
+    at += size;
+  }
+  return ids;
+}
+
 // Shaders know no recursion, so this ends.
 UInt64 GetInlinedSize(Functions& functions, UInt32 id) {
   constexpr UInt64 kFar = UInt64{1} << 40;  // beyond every limit, and far from overflow
@@ -58,11 +70,10 @@ UInt64 GetInlinedSize(Functions& functions, UInt32 id) {
 
 void LimitInlining(std::vector<UInt32>& words) {
   Functions functions = FindFunctions(words);
-  UInt64 largest = 0;
-  std::vector<UInt32> ids;
-  for (const auto& [id, function] : functions) ids.push_back(id);
-  for (const UInt32 id : ids) largest = std::max(largest, GetInlinedSize(functions, id));
-  if (largest <= kMaxInlinedWords) return;
+  // What is never called goes anyway.
+  UInt64 size = 0;
+  for (const UInt32 id : FindEntryPoints(words)) size += GetInlinedSize(functions, id);
+  if (size <= kMaxInlinedWords) return;
   for (const auto& [id, function] : functions)
     if (function.controlWord != 0 && function.inlinedSize > kMaxCopiedWords) words[function.controlWord] |= kDontInline;
 }

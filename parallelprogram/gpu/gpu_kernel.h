@@ -38,6 +38,11 @@ struct GpuKernel : RefCounted<GpuKernel>, ParameterLinks {
   GpuComputeRef compute;
   WorkGroupSize workGroupSize;
   Bool usesNoise = false;
+  // The modes of all noises that the program is built for; empty: it chooses as it runs. Only changes while nothing is
+  // compiled.
+  BaseArray<Int32> noiseModes;
+  Bool hasKnownModes = true;  // false: they have changed too often
+  Int modeChanges = 0;
   Bool texturesChanged = false;  // a texture was deleted since the last UpdateUniforms
   DrawportContextRef context;    // of the last UpdateUniforms
 

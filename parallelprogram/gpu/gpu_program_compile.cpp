@@ -1,8 +1,11 @@
 // Compilation of kernels: the job, the callbacks that describe a program to the GPU layer, and reloading.
+#include <algorithm>
+
 #include "ostra/core/diagnostics.h"
 #include "parallelprogram/gpu/cache_keys.h"
 #include "parallelprogram/gpu/gpu_program_impl.h"
 #include "parallelprogram/module/configuration_variables.h"
+#include "parallelprogram/program/noise_modes.h"
 #include "parallelprogram/shaderassembly/assembly_records.h"
 
 OSTRA_UNIT("parallelprogram_gpu_impl");
@@ -73,7 +76,18 @@ Result<void> AddNoises(DrawportProgramDescription& program, Int tableCount) {
 }
 
 UInt64 HashProgram(const GpuKernel& kernel) {
-  return AppendToKey(MixKey(kernel.fileName.GetHashCode()), MixKey(kernel.sources.stamp));
+  UInt64 hash = AppendToKey(MixKey(kernel.fileName.GetHashCode()), MixKey(kernel.sources.stamp));
+  for (const Int32 mode : kernel.noiseModes) hash = AppendToKey(hash, MixKey(static_cast<UInt32>(mode)));
+  return kernel.hasKnownModes ? hash : ~hash;
+}
+
+// The modes that a program of `count` noises is built for: those that were set last, and 0 before.
+Result<BaseArray<Int32>> MakeNoiseModes(const GpuKernel& kernel, Int count) {
+  BaseArray<Int32> modes;
+  if (!kernel.hasKnownModes) return modes;
+  OSTRA_RETURN_IF_ERROR(modes.Resize(count));
+  for (Int i = 0; i < count; ++i) modes[i] = i < kernel.noiseModes.GetCount() ? kernel.noiseModes[i] : 0;
+  return modes;
 }
 
 }  // namespace
@@ -133,12 +147,38 @@ Result<void> ParallelProgramGPUImpl::BuildProgram(const InternedId& kernelId, Dr
   OSTRA_ASSIGN_OR_RETURN(ShaderRecords records, MakeShaderRecords(*parsed.parser, kCompute));
   for (ShaderTexture& texture : records.textures) texture.format = FindStoredFormat(texture.format, _narrow);
   const Int noiseTableCount = records.noiseTableCount;
+  OSTRA_ASSIGN_OR_RETURN(records.noiseModes, MakeNoiseModes(*kernel, noiseTableCount));
   OSTRA_RETURN_IF_ERROR(program.SetShaderRecords(std::move(records)));
   if (description.usesNoise) OSTRA_RETURN_IF_ERROR(AddNoises(program, noiseTableCount));
   const WorkGroupSize size = description.workGroupSize;
   OSTRA_RETURN_IF_ERROR(program.SetComputeShaderProperties(size.x, size.y, size.z));
   kernel->SetDescription(std::move(description));
   return program.SetDebugLabel(kernelId.GetView());
+}
+
+// A program with all noises takes drivers up to minutes to compile, one with those that are chosen a moment.
+Result<void> ParallelProgramGPUImpl::UpdateNoiseModes(GpuKernel& kernel) {
+  constexpr Int kMostModeChanges = 32;
+  if (!kernel.usesNoise || !kernel.hasKnownModes) return OK;
+  Int32 modes[kMaxNoises];
+  Int used = 0;  // those behind are 0
+  for (Int i = 0; i < _noiseModeNames.GetCount(); ++i) {
+    const Data* value = kernel.uniforms.FindData(_noiseModeNames[i]);
+    const auto mode = value ? value->ConvertTo<Int32>() : Result<Int32>(0);
+    modes[i] = mode ? *mode : 0;
+    if (modes[i] != 0) used = i + 1;
+  }
+  if (std::equal(modes, modes + used, kernel.noiseModes.begin(), kernel.noiseModes.end())) return OK;
+  BaseArray<Int32> changed;
+  OSTRA_RETURN_IF_ERROR(changed.Resize(used));
+  std::copy(modes, modes + used, changed.begin());
+  std::swap(kernel.noiseModes, changed);
+  kernel.hasKnownModes = ++kernel.modeChanges <= kMostModeChanges;
+  Result<void> rebuilt = kernel.compute->ReloadProgramFactory(_current.context);
+  kernel.EndCompile(rebuilt, true);
+  if (rebuilt) return kernel.Settle();
+  std::swap(kernel.noiseModes, changed);  // those of the program that is still there
+  return rebuilt;
 }
 
 Result<ParsedKernel> ParallelProgramGPUImpl::Parse(GpuKernel& kernel, UInt64 hash) {

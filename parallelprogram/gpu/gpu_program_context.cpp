@@ -72,6 +72,7 @@ Result<void> ParallelProgramGPUImpl::Init(const Url& resourcePath, const Drawpor
   if (_noiseSeedNames.IsEmpty()) {
     OSTRA_ASSIGN_OR_RETURN(BaseArray<InternedId> seeds, MakeNumberedNames("noiseSeed_@"));
     OSTRA_ASSIGN_OR_RETURN(_noiseDataNames, MakeNumberedNames("noiseData_@"));
+    OSTRA_ASSIGN_OR_RETURN(_noiseModeNames, MakeNumberedNames("noiseMode_@"));
     _noiseSeedNames = std::move(seeds);
   }
   if (_current.context) {

@@ -44,6 +44,7 @@ Result<void> ParallelProgramGPUImpl::UpdateUniforms() {
     static_cast<void>(CompileKernel(_activeKernelId, true));  // the kernel keeps the error
   OSTRA_ASSIGN_OR_RETURN(GpuKernel & kernel, GetRunnableKernel());
   kernel.texturesChanged = false;
+  OSTRA_RETURN_IF_ERROR(UpdateNoiseModes(kernel));
   OSTRA_RETURN_IF_ERROR(kernel.compute->UpdateUniforms(_current.context, true));
   kernel.context = _current.context;
   return OK;

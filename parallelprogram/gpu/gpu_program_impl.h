@@ -129,6 +129,8 @@ class ParallelProgramGPUImpl final : public Component<ParallelProgramGPUImpl, Pa
   // Parses the kernel's file. `hash`: see MakeParserKey.
   Result<ParsedKernel> Parse(GpuKernel& kernel, UInt64 hash);
   Result<void> ReloadChangedKernels();
+  // Builds the program for the modes of noises that are set now, when they are others. On the driving thread.
+  Result<void> UpdateNoiseModes(GpuKernel& kernel);
 
   // Binder: sets the current values of a kernel's parameters.
   Result<void> BindParameters(const InternedId& kernelId, DrawportProgramFactory& factory,
@@ -168,6 +170,7 @@ class ParallelProgramGPUImpl final : public Component<ParallelProgramGPUImpl, Pa
   AtomicInt32 _parserLock{0};
   BaseArray<InternedId> _noiseSeedNames;
   BaseArray<InternedId> _noiseDataNames;
+  BaseArray<InternedId> _noiseModeNames;
   HashMap<InternedId, Data> _evictedTextures;  // SamplingData with texels
   BaseArray<InternedId> _deleteOrder;
   NarrowTexels _narrow;

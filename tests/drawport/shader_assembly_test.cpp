@@ -150,6 +150,54 @@ TEST(ShaderAssemblyTest, ANoiseValueThatIsDeclaredAlreadyIsDeclaredOnce) {
   EXPECT_EQ(Assemble(records).uniforms.GetCount(), 3);
 }
 
+constexpr const char* kThreeNoises =
+    "float x = RenderNoise(0, vec3(0.0, 0.0, 0.0), 0.0) + RenderNoise(1, 0.5, 0.0) + RenderNoise(0, vec2(1.0, 2.0), "
+    "0.0);\n"
+    "UNIFORM_BUFFER(values)[0] = x;";
+
+TEST(ShaderAssemblyTest, NoisesOfKnownModesAreCalledDirectly) {
+  for (const Id* language : kLanguages) {
+    ShaderRecords records = MakeRecords(*language, kThreeNoises);
+    AddBuffer(records, "values", "float");
+    records.noiseTableCount = 2;
+    for (const Int32 mode : {14, 99}) ASSERT_THAT(records.noiseModes.Append(mode), IsOk());
+    EXPECT_EQ(Compile(records), "");
+    const std::string text(Assemble(records).text.GetView());
+    EXPECT_THAT(text, HasSubstr("value = NoiseNaki(NoiseKey(uint(ostraUniform_noiseData_0.x)"));
+    EXPECT_THAT(text, HasSubstr("value = NoiseTurbulence(NoiseKey(uint(ostraUniform_noiseData_1.x)"));
+    EXPECT_THAT(text, Not(HasSubstr("return ostraNoise(mode, table")));
+    EXPECT_THAT(text, HasSubstr("noiseMode_1"));  // the value stays a parameter
+  }
+}
+
+TEST(ShaderAssemblyTest, ModesOfNoisesAreKnownForAllOrForNone) {
+  ShaderRecords records = MakeRecords(kShadingLanguageGlsl, kThreeNoises);
+  records.noiseTableCount = 2;
+  ASSERT_THAT(records.noiseModes.Append(3), IsOk());
+  EXPECT_THAT(AssembleShader(records), IsErrorWith(kIllegalArgumentError, "There are 1 modes for 2 noises."));
+}
+
+// Functions that are never called do not make a program long.
+TEST(ShaderAssemblyTest, AProgramWithOneNoiseHasNoCallsLeft) {
+  const auto countCalls = [](const std::vector<Int32>& modes) {
+    ShaderRecords records = MakeRecords(kShadingLanguageGlsl, "UNIFORM_BUFFER(values)[0] = RenderNoise(0, 0.5, 0.0);");
+    AddBuffer(records, "values", "float");
+    records.noiseTableCount = 1;
+    for (const Int32 mode : modes) EXPECT_THAT(records.noiseModes.Append(mode), IsOk());
+    const AssembledShader shader = Assemble(records);
+    const auto compiled = CompileShader(kShadingLanguageGlsl, DrawportStage::Compute, shader);
+    EXPECT_THAT(compiled, IsOk());
+    constexpr UInt32 kOpFunctionCall = 57;
+    constexpr Int kHeaderWords = 5;
+    Int calls = 0;
+    for (Int at = kHeaderWords; compiled && at < compiled->words.GetCount(); at += compiled->words[at] >> 16)
+      calls += (compiled->words[at] & 0xFFFF) == kOpFunctionCall;
+    return calls;
+  };
+  EXPECT_EQ(countCalls({14}), 0);
+  EXPECT_GT(countCalls({}), 0);
+}
+
 TEST(ShaderAssemblyTest, GraphicsStagesCompile) {
   for (const Id* language : kLanguages) {
     ShaderRecords vertex =

@@ -157,8 +157,14 @@ TEST_F(GpuCallsTest, NoisesComeWithAllTheirFunctionsAndSeeds) {
   ASSERT_THAT(program->SetUniform("noiseMode_1"_iid, Int32(3)), IsOk());
   TakeCalls();
   ASSERT_THAT(program->UpdateUniforms(), IsOk());
-  EXPECT_THAT(TakeCalls(), ElementsAre("int noiseSeed_1 = 7", "int noiseMode_1 = 3", "buffer values = 4",
+  EXPECT_THAT(TakeCalls(), ElementsAre("program k", "int noiseSeed_1 = 7", "int noiseMode_1 = 3", "buffer values = 4",
                                        "noise noiseData_0 = 42", "noise noiseData_1 = 7"));
+  // The program was built for the modes that are set now; others are another program, the same ones are not.
+  ASSERT_THAT(program->UpdateUniforms(), IsOk());
+  EXPECT_THAT(TakeCalls(), testing::Not(testing::Contains("program k")));
+  ASSERT_THAT(program->SetUniform("noiseMode_0"_iid, Int32(24)), IsOk());
+  ASSERT_THAT(program->UpdateUniforms(), IsOk());
+  EXPECT_THAT(TakeCalls(), testing::Contains("program k"));
 }
 
 TEST_F(GpuCallsTest, ACreatedTextureIsThereWhenTheCallReturns) {

@@ -44,6 +44,34 @@ TEST_F(GpuProgramTest, AKernelThatDoesNotCompileSaysWhereAndStaysInTheTable) {
   EXPECT_THAT(ReadBuffer<UInt32>(*program, "values"_iid), ElementsAre(0, 1));
 }
 
+// A program is built for the modes that are set; one whose modes change all the time chooses as it runs.
+TEST_F(GpuProgramTest, ModesOfNoisesMayChangeAsOftenAsOneLikes) {
+  const ParallelProgramRef cpu = MakeProgram(kCpuProgramClass);
+  ASSERT_TRUE(cpu);
+  for (ParallelProgramInterface* each : {cpu.GetPointer(), program.GetPointer()}) {
+    AddKernel(*each, "noise"_iid, "net.ostra.kernels.noise.krn");
+    StoreBuffer(*each, "target"_iid, std::vector<Vec4<Float32>>(16));
+    ASSERT_THAT(each->SetBufferToActiveKernelSameId("target"_iid), IsOk());
+    for (const auto& [name, value] : {std::pair("width"_iid, 16), std::pair("height"_iid, 1)})
+      ASSERT_THAT(each->SetUniform(name, Int32(value)), IsOk());
+    for (const auto& [name, value] : {std::pair("cells"_iid, 9.0f), std::pair("time"_iid, 0.25f)})
+      ASSERT_THAT(each->SetUniform(name, Float32(value)), IsOk());
+    ASSERT_THAT(each->SetUniform("noiseSeed_0"_iid, Int32(5)), IsOk());
+  }
+  const auto draw = [](ParallelProgramInterface& each, Int32 mode) {
+    EXPECT_THAT(each.SetUniform("noiseMode_0"_iid, Int32(mode)), IsOk());
+    EXPECT_THAT(each.UpdateUniforms(), IsOk());
+    EXPECT_THAT(each.DispatchKernel(16, 1, 1, false), IsOk());
+    return ReadBuffer<Float32>(each, "target"_iid);
+  };
+  const std::vector<Float32> perlin = draw(*cpu, 0), cells = draw(*cpu, 24);
+  ASSERT_NE(perlin, cells);
+  for (int round = 0; round < 20; ++round) {
+    ASSERT_EQ(draw(*program, 24), cells) << round;
+    ASSERT_EQ(draw(*program, 0), perlin) << round;
+  }
+}
+
 TEST_F(GpuProgramTest, MemoryIsKnown) {
   Int64 available = 0, total = 0;
   EXPECT_TRUE(program->GetMemoryInformation(available, total));

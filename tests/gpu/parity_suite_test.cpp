@@ -25,10 +25,8 @@ constexpr Language kLanguages[] = {{"Glsl", kShadingLanguageGlsl}, {"Hlsl", kSha
 class LanguageTest : public testing::Test {
  protected:
   ~LanguageTest() override { SetDrawportShadingLanguage(kShadingLanguageGlsl); }
-  void Choose(const Language& language, const std::string& name) {
+  void Choose(const Language& language) {
     if (!HasDevice()) GTEST_SKIP() << "There is no GPU device on this machine.";
-    const std::string reason = FindReasonAgainst(name, language.id);
-    if (!reason.empty()) GTEST_SKIP() << reason;
     SetDrawportShadingLanguage(language.id);
   }
 };
@@ -40,7 +38,7 @@ struct NumbersParameter {
 
 class NumbersParityTest : public LanguageTest, public testing::WithParamInterface<NumbersParameter> {
  protected:
-  void SetUp() override { Choose(GetParam().language, GetParam().parityCase.name); }
+  void SetUp() override { Choose(GetParam().language); }
 };
 
 TEST_P(NumbersParityTest, EveryBoundIsHeld) {
@@ -76,7 +74,7 @@ struct ClientParameter {
 class ClientParityTest : public LanguageTest, public testing::WithParamInterface<ClientParameter> {
  protected:
   void SetUp() override {
-    if (GetParam().programClass == kGpuProgramClass) Choose(GetParam().language, GetParam().name);
+    if (GetParam().programClass == kGpuProgramClass) Choose(GetParam().language);
   }
   void RunClients() {
     for (const std::string& failure : RunClient(GetParam().run, GetParam().programClass, GetKernelFolder()))
@@ -172,19 +170,6 @@ TEST(DifferencesTableTest, ThePageHasTheTableOfTheSuite) {
   for (const Difference& difference : GetDifferences())
     table += std::string("| ") + difference.what + " | " + difference.onCpu + " | " + difference.onGpu + " |\n";
   EXPECT_THAT(ReadPage(), testing::HasSubstr(table));
-}
-
-// Why something is not run in a language stands on the page, too.
-TEST(DifferencesTableTest, ThePageSaysWhatALanguageCannotRun) {
-  const std::string page = ReadPage();
-  const auto look = [&page](const std::string& name) {
-    for (const Language& language : kLanguages) {
-      const std::string reason = FindReasonAgainst(name, language.id);
-      EXPECT_THAT(page, testing::HasSubstr(reason)) << name;
-    }
-  };
-  for (const ParityCase& parityCase : GetParityCases()) look(parityCase.name);
-  for (const ClientScenario& scenario : GetClientScenarios()) look(scenario.name);
 }
 
 }  // namespace

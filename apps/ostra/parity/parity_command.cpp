@@ -40,16 +40,12 @@ class SilentDiagnostics {
   ~SilentDiagnostics() { SetDiagnosticStreamLevel(DiagnosticLevel::Warning); }
 };
 
-void RunSuite(const parity::ParitySetting& setting, const Id& language, std::vector<parity::ParityRow>& rows) {
+void RunSuite(const parity::ParitySetting& setting, std::vector<parity::ParityRow>& rows) {
   const SilentDiagnostics silence;
   const std::vector<parity::ParityCase> cases = parity::GetParityCases();
   Progress progress("comparing", static_cast<Int>(cases.size()) + 2);
   for (const parity::ParityCase& each : cases) {
-    const std::string reason = parity::FindReasonAgainst(each.name, language);
-    if (reason.empty())
-      for (parity::ParityRow& row : each.run(setting)) rows.push_back(std::move(row));
-    else
-      rows.push_back({"not run", each.name, "", reason, true});
+    for (parity::ParityRow& row : each.run(setting)) rows.push_back(std::move(row));
     progress.Advance();
   }
   rows.push_back(parity::RunClientScenarios(setting));
@@ -80,7 +76,7 @@ Result<void> RunParity(const ParityArguments& arguments, std::span<const char* c
   OSTRA_RETURN_IF_ERROR(parity::RegisterParityKernels());
   OSTRA_ASSIGN_OR_RETURN(const parity::KernelFolder kernels, parity::KernelFolder::Create());
   ParityReport report{std::string(devices[0].name.GetView()), arguments.language, {}};
-  RunSuite({kernels.GetUrl(), devices[0].filterWeightBits}, language, report.rows);
+  RunSuite({kernels.GetUrl(), devices[0].filterWeightBits}, report.rows);
   OSTRA_RETURN_IF_ERROR(WriteOutput(arguments.isJson ? FormatParityReportAsJson(report) : FormatParityReport(report)));
   return CheckParityReport(report);
 }

@@ -1,7 +1,5 @@
 #include "apps/ostra/parity/suite.h"
 
-#include <cstdlib>
-
 #include "apps/ostra/parity/client_scenarios.h"
 #include "apps/ostra/parity/differences.h"
 #include "apps/ostra/parity/parity_runs.h"
@@ -73,12 +71,6 @@ ParityRow RunDifferences(const ParitySetting& setting) {
   CheckCounter counter(setting);
   for (const Difference& difference : GetDifferences()) counter.Run(difference.test, difference.check);
   return counter.MakeRow("differences", "rows of the table", "each class by its own rule");
-}
-
-std::string FindReasonAgainst(const std::string& caseName, const Id&) {
-  if (caseName == "KernelTerrain" && !std::getenv("OSTRA_TEST_SLOW"))
-    return "software devices compile three calls of all noises for minutes; OSTRA_TEST_SLOW=1 runs it";
-  return {};
 }
 
 }  // namespace ostra::parity

@@ -11,7 +11,6 @@
 #include <functional>
 
 #include "apps/ostra/parity/parity_row.h"
-#include "ostra/core/id.h"
 #include "ostra/io/url.h"
 
 namespace ostra::parity {
@@ -33,8 +32,5 @@ std::vector<ParityCase> GetParityCases();
 // says on which class and where.
 ParityRow RunClientScenarios(const ParitySetting& setting);
 ParityRow RunDifferences(const ParitySetting& setting);
-
-// Why a case cannot run when kernels are translated to `language`; empty when it can.
-std::string FindReasonAgainst(const std::string& caseName, const Id& language);
 
 }  // namespace ostra::parity
