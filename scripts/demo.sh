@@ -20,12 +20,9 @@ trap 'rm -rf "$work"' EXIT
 device=$(sed -n 's/^  0  //p' "$work/info")
 if [ -n "$device" ]; then
   backend=both
-  # A processor that plays a GPU takes minutes to compile kernels with many noises.
-  slow=$(grep -q '^ *kind  *software' "$work/info" && echo cpu || echo both)
   echo "GPU: $device" | tee -a "$out/times.txt"
 else
   backend=cpu
-  slow=cpu
   echo "There is no GPU ($(sed -n 's/^  no device: //p' "$work/info")): everything runs on the CPU." | tee -a "$out/times.txt"
 fi
 
@@ -125,7 +122,7 @@ run "  its colours" "$here/demo/net.ostra.demo.densitycolors.krn" --size ${width
 run "rays through the cloud" "$kernels/net.ostra.kernels.raymarch.krn" --size ${width}x$height --set width=$width \
   --set height=$height --in volume="$work/cloud.npy" --texture volume:wrap=border --set steps=128 --set angle=0.6 \
   --set density=6 --set colour=1.2,1.12,1 --repeat 1 --out result="$out/cloud.png"
-measure "$slow" "terrain of noise" "$kernels/net.ostra.kernels.terrain.krn" --size ${width}x$height --set width=$width \
+run "terrain of noise" "$kernels/net.ostra.kernels.terrain.krn" --size ${width}x$height --set width=$width \
   --set height=$height --set cells=5 --set time=0 --set waterLevel=0.4 --set steepness=0.5 --set light=-0.5,-0.5,0.9 \
   --set noiseMode_0=naki --set noiseSeed_0=7 --out target="$out/terrain.png"
 set --
@@ -134,7 +131,7 @@ while [ $mode -lt 25 ]; do
   set -- "$@" --set noiseMode_$mode=$mode --set noiseSeed_$mode=1234
   mode=$((mode + 1))
 done
-measure "$slow" "all noises" "$here/demo/net.ostra.demo.noises.krn" --size 640x640 --set width=640 --set height=640 --set cells=6 "$@" \
+run "all noises" "$here/demo/net.ostra.demo.noises.krn" --size 640x640 --set width=640 --set height=640 --set cells=6 "$@" \
   --out target="$out/noises.png"
 run "a sheet of six" "$here/demo/net.ostra.demo.sheet.krn" --size 960x360 --set width=960 --set height=360 \
   --in first="$out/warp.png" --in second="$out/rotate.png" --in third="$out/graded.png" --in fourth="$out/slice.png" \

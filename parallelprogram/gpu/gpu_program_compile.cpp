@@ -146,6 +146,8 @@ Result<void> ParallelProgramGPUImpl::BuildProgram(const InternedId& kernelId, Dr
   OSTRA_ASSIGN_OR_RETURN(KernelDescription description, DescribeKernel(parsed));
   OSTRA_ASSIGN_OR_RETURN(ShaderRecords records, MakeShaderRecords(*parsed.parser, kCompute));
   for (ShaderTexture& texture : records.textures) texture.format = FindStoredFormat(texture.format, _narrow);
+  // A kernel may compute the number of a noise: there are then as many as have been set.
+  if (description.usesNoise) records.noiseTableCount = std::max(records.noiseTableCount, kernel->noiseModes.GetCount());
   const Int noiseTableCount = records.noiseTableCount;
   OSTRA_ASSIGN_OR_RETURN(records.noiseModes, MakeNoiseModes(*kernel, noiseTableCount));
   OSTRA_RETURN_IF_ERROR(program.SetShaderRecords(std::move(records)));
@@ -161,12 +163,12 @@ Result<void> ParallelProgramGPUImpl::UpdateNoiseModes(GpuKernel& kernel) {
   constexpr Int kMostModeChanges = 32;
   if (!kernel.usesNoise || !kernel.hasKnownModes) return OK;
   Int32 modes[kMaxNoises];
-  Int used = 0;  // those behind are 0
+  Int used = 0;
   for (Int i = 0; i < _noiseModeNames.GetCount(); ++i) {
     const Data* value = kernel.uniforms.FindData(_noiseModeNames[i]);
     const auto mode = value ? value->ConvertTo<Int32>() : Result<Int32>(0);
     modes[i] = mode ? *mode : 0;
-    if (modes[i] != 0) used = i + 1;
+    if (value || kernel.uniforms.FindData(_noiseSeedNames[i])) used = i + 1;
   }
   if (std::equal(modes, modes + used, kernel.noiseModes.begin(), kernel.noiseModes.end())) return OK;
   BaseArray<Int32> changed;

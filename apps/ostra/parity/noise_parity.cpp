@@ -29,6 +29,33 @@ class NoiseRunner {
   ProgramRunner _runner;
 };
 
+// All noises by a number that the kernel computes.
+std::vector<Byte> RunComputedNumbers(const Id& programClass, const Url& kernels, std::string& failure) {
+  constexpr UInt32 kValues = 1000;
+  ProgramRunner runner(programClass, kernels, "net.ostra.parity.noises.krn");
+  runner.SetValue<UInt32>("count", kValues);
+  runner.SetValue<Int32>("noises", static_cast<Int32>(kNoiseModeCount));
+  runner.SetBuffer("values", std::vector<Float32>(kValues));
+  for (Int32 mode = 0; mode < kNoiseModeCount; ++mode) {
+    runner.SetValue(("noiseMode_" + std::to_string(mode)).c_str(), mode);
+    runner.SetValue<Int32>(("noiseSeed_" + std::to_string(mode)).c_str(), 50 - mode);
+  }
+  runner.Run({kValues, 1, 1});
+  std::vector<Byte> values = runner.ReadBytes("values");
+  failure = runner.GetFailure();
+  return values;
+}
+
+ParityRow CompareComputedNumbers(const Url& kernels) {
+  std::string cpuFailure, gpuFailure;
+  const Bool isSame = RunComputedNumbers(kCpuProgramClass, kernels, cpuFailure) ==
+                      RunComputedNumbers(kGpuProgramClass, kernels, gpuFailure);
+  ParityRow row{"noises", "chosen by a computed number", kSameBits, isSame ? kSameBits : "other bits", isSame};
+  for (const std::string& failure : {cpuFailure, gpuFailure})
+    if (!failure.empty()) row = MakeFailedRow(row.group, row.what, row.promised, failure);
+  return row;
+}
+
 }  // namespace
 
 std::vector<ParityRow> CompareNoises(const Url& kernels) {
@@ -42,7 +69,8 @@ std::vector<ParityRow> CompareNoises(const Url& kernels) {
   }
   for (const std::string* failure : {&cpu.GetFailure(), &gpu.GetFailure()})
     if (!failure->empty()) others = *failure;
-  return {{"noises", what, kSameBits, others.empty() ? kSameBits : others, others.empty()}};
+  return {{"noises", what, kSameBits, others.empty() ? kSameBits : others, others.empty()},
+          CompareComputedNumbers(kernels)};
 }
 
 }  // namespace ostra::parity

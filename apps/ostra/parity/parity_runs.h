@@ -21,7 +21,7 @@ std::vector<ParityRow> CompareOperations(const OperationGroup& group, const Url&
 // One row: results of integer arithmetic, counts of atomics and a counter.
 std::vector<ParityRow> CompareIntegers(const Url& kernels);
 
-// One row for all modes.
+// One row for all modes, and one for noises whose number is computed.
 std::vector<ParityRow> CompareNoises(const Url& kernels);
 
 // Whole texels, and places between texels, in 1, 2 or 3 dimensions; `weightBits` is the precision of the device's
