@@ -55,7 +55,8 @@ TEST_F(CheckTest, AMistakeIsShownOnItsLineForEveryTarget) {
 
 TEST_F(CheckTest, AnUnknownParameterIsNamedByTheWordsOfTheKernel) {
   const ToolResult result = Check(MakeKernel("\tUNIFORM_BUFFER(values)[0] = UNIFORM(gain);"), {"--target", "GLSL"});
-  EXPECT_THAT(result.errors, StartsWith(At("k.krn", 9) + ": error: 'UNIFORM(gain)' : undeclared identifier [GLSL]\n"));
+  EXPECT_THAT(result.errors, StartsWith(At("k.krn", 9) + ": error: there is no parameter \"gain\" [CPU]\n"));
+  EXPECT_THAT(result.errors, HasSubstr(At("k.krn", 9) + ": error: 'UNIFORM(gain)' : undeclared identifier [GLSL]\n"));
 }
 
 TEST_F(CheckTest, AMistakeInAHeaderIsShownInTheHeader) {
