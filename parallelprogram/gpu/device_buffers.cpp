@@ -114,11 +114,12 @@ Result<void> SwapBufferLinks(DataDictionary& table, const InternedId& one, const
   return table.SetData(two, first);
 }
 
-Result<void> EraseBufferLinks(DataDictionary& table, const DrawportDeviceBuffer* buffer) {
+Result<void> EraseBufferLinks(DataDictionary& table, const InternedId& attr, const DataBufferEntry& entry) {
   BaseArray<InternedId> names;
   for (const auto& [name, value] : table) {
     const auto* linked = value.GetIf<DataBufferEntry>();
-    if (linked && linked->_deviceBuffer == buffer) OSTRA_RETURN_IF_ERROR(names.Append(name));
+    if (!linked || linked->_deviceBuffer != entry._deviceBuffer) continue;
+    if (entry._deviceBuffer || (name == attr && *linked == entry)) OSTRA_RETURN_IF_ERROR(names.Append(name));
   }
   for (const InternedId& name : names) OSTRA_RETURN_IF_ERROR(table.EraseData(name));
   return OK;

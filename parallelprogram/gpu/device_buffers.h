@@ -51,7 +51,8 @@ Result<void> SetBufferLink(DataDictionary& table, const InternedId& attr, const 
 Result<Data> GetBufferLink(const DataDictionary& table, const InternedId& attr);
 // Errors: illegal argument "buffer one (two) could not be found".
 Result<void> SwapBufferLinks(DataDictionary& table, const InternedId& one, const InternedId& two);
-// Erases every link to a buffer, whatever its name.
-Result<void> EraseBufferLinks(DataDictionary& table, const DrawportDeviceBuffer* buffer);
+// Erases every link to the buffer `attr`, whatever the names of the links; of one that is on no device only that of its
+// own name.
+Result<void> EraseBufferLinks(DataDictionary& table, const InternedId& attr, const DataBufferEntry& entry);
 
 }  // namespace ostra

@@ -84,6 +84,7 @@ Result<TextureSamplerEntry> MakeTextureEntry(const GpuContextData& data, const I
       key.values[1] |= static_cast<UInt64>(format - GetPixelFormats().GetFirst() + 1) << 32;
       key.values[2] = AppendToKey(
           key.values[2], static_cast<UInt64>(wanted.extent.width) << 32 | static_cast<UInt64>(wanted.extent.height));
+      key.values[2] = AppendToKey(key.values[2], static_cast<UInt64>(wanted.extent.depth));
       OSTRA_ASSIGN_OR_RETURN(entry._textureItem, data.cache->GetTexture(key, describe));
     }
     BaseArray<Byte> zeros;

@@ -135,11 +135,11 @@ Result<void> ParallelProgramGPUImpl::CopyBufferDataBytes(const InternedId& sourc
 }
 
 Result<void> ParallelProgramGPUImpl::DeleteUniformBuffer(const InternedId& bufferId) {
-  const DataBufferEntry* entry = FindBufferEntry(_buffers, bufferId);
-  if (!entry) return OK;
-  const DrawportDeviceBuffer* deviceBuffer = entry->_deviceBuffer;
+  const DataBufferEntry* known = FindBufferEntry(_buffers, bufferId);
+  if (!known) return OK;
+  const DataBufferEntry entry = *known;
   OSTRA_ASSIGN_OR_RETURN(const BaseArray<GpuKernelRef> kernels, GetKernels());
-  for (const GpuKernelRef& kernel : kernels) OSTRA_RETURN_IF_ERROR(EraseBufferLinks(kernel->buffers, deviceBuffer));
+  for (const GpuKernelRef& kernel : kernels) OSTRA_RETURN_IF_ERROR(EraseBufferLinks(kernel->buffers, bufferId, entry));
   return _buffers.EraseData(bufferId);
 }
 

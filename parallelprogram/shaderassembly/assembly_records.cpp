@@ -49,26 +49,6 @@ Bool IsReadWithLayer(const ShaderParser& parser, std::string_view texture) {
   return found;
 }
 
-// "GetFramebufferTexel(PassTexture(name), at, InSampleID)": what the multisampling option makes of the reads of a
-// stage.
-Bool IsReadBySample(const ShaderParser& parser, std::string_view texture) {
-  Bool found = false;
-  const auto search = [&](std::string_view text) {
-    ForEachCall(text, "GetFramebufferTexel(", [&](std::string_view rest) {
-      const std::string_view line = rest.substr(0, rest.find('\n'));
-      SkipBlanks(rest);
-      constexpr std::string_view kPass = "PassTexture(", kPassSamples = "PassMultisampledTexture(";
-      const Bool hasNumber = line.find("InSampleID") != std::string_view::npos && rest.starts_with(kPass);
-      if (!hasNumber && !rest.starts_with(kPassSamples)) return;
-      rest.remove_prefix(hasNumber ? kPass.size() : kPassSamples.size());
-      found = found || GetFirstArgument(rest) == texture;
-    });
-  };
-  search(parser.GetKernelCode());
-  for (const String& define : parser.GetDefines()) search(define);
-  return found;
-}
-
 Int CountNoiseTables(const ShaderParser& parser) {
   Int count = parser.GetNoiseCallCount();
   if (count == 0) return 0;
@@ -223,6 +203,24 @@ class RecordMaker {
 };
 
 }  // namespace
+
+Bool IsReadBySample(const ShaderParser& parser, std::string_view texture) {
+  Bool found = false;
+  const auto search = [&](std::string_view text) {
+    ForEachCall(text, "GetFramebufferTexel(", [&](std::string_view rest) {
+      const std::string_view line = rest.substr(0, rest.find('\n'));
+      SkipBlanks(rest);
+      constexpr std::string_view kPass = "PassTexture(", kPassSamples = "PassMultisampledTexture(";
+      const Bool hasNumber = line.find("InSampleID") != std::string_view::npos && rest.starts_with(kPass);
+      if (!hasNumber && !rest.starts_with(kPassSamples)) return;
+      rest.remove_prefix(hasNumber ? kPass.size() : kPassSamples.size());
+      found = found || GetFirstArgument(rest) == texture;
+    });
+  };
+  search(parser.GetKernelCode());
+  for (const String& define : parser.GetDefines()) search(define);
+  return found;
+}
 
 DrawportStage GetStageOfFile(const Url& file) {
   const String suffix = file.GetSuffix();

@@ -23,6 +23,10 @@ DrawportStage GetStageOfFile(const Url& file);
 // without invocations; out of memory.
 Result<ShaderRecords> MakeShaderRecords(const ShaderParser& parser, DrawportStage stage);
 
+// Whether a texture is read as "GetFramebufferTexel(PassTexture(name), at, InSampleID)", which is what the
+// multisampling option makes of the reads of a stage.
+Bool IsReadBySample(const ShaderParser& parser, std::string_view texture);
+
 // How a value of a kernel reaches a shader.
 struct ShaderValueForm {
   enum class Kind { Uniform, Counter, ValueBuffer };

@@ -30,6 +30,13 @@ Result<void> DownloadPlainly(const GpuContextData& data, DrawportDeviceBuffer* b
   return OK;
 }
 
+// Elements of another size must fill the buffer as those before do: otherwise its end would be lost.
+Bool CanHoldElements(const DataBufferEntry& entry, Int size) {
+  Int bytes = 0;
+  return !entry._elementType.IsPopulated() ||
+         (!__builtin_mul_overflow(entry._count, entry._elementType.GetSize(), &bytes) && bytes % size == 0);
+}
+
 }  // namespace
 
 Result<void> GeneralShaderLoaderImpl::CreateUniformBuffer(const InternedId& attr, const DataType& dataType, Int count) {
@@ -62,12 +69,14 @@ Result<void> GeneralShaderLoaderImpl::UpdateUniformBufferData(const InternedId& 
   if (!known) return OSTRA_ILLEGAL_ARGUMENT("buffer for update could not be found");
   OSTRA_ASSIGN_OR_RETURN(const UploadSource source, UploadSource::FromValue(data));
   DataBufferEntry entry = *known;
-  ChangeElementType(entry, source.elementType);
-  Int end = 0;
-  if (offset < 0 || __builtin_add_overflow(offset, source.count, &end) || end > entry._count)
+  if (!CanHoldElements(entry, source.elementType.GetSize()))
     return OSTRA_ILLEGAL_ARGUMENT("Data update does not fit into existing buffer");
+  ChangeElementType(entry, source.elementType);
+  Int end = 0, endByte = 0;
   const Int elementSize = source.elementType.GetSize();
-  if (entry._deviceBuffer && end * elementSize > entry._deviceBuffer->GetSize())
+  if (offset < 0 || __builtin_add_overflow(offset, source.count, &end) || end > entry._count ||
+      __builtin_mul_overflow(end, elementSize, &endByte) ||
+      (entry._deviceBuffer && endByte > entry._deviceBuffer->GetSize()))
     return OSTRA_ILLEGAL_ARGUMENT("Data update does not fit into existing buffer");
   OSTRA_RETURN_IF_ERROR(
       UploadBytes(_data, entry._deviceBuffer, offset * elementSize, source.bytes, source.GetByteCount(), elementSize));
@@ -131,13 +140,13 @@ Result<void> GeneralShaderLoaderImpl::SetVertexBufferToActiveProgramSameId(const
 
 // What a program draws from stays with it until it is given another buffer.
 Result<void> GeneralShaderLoaderImpl::DeleteUniformBuffer(const InternedId& attr) {
-  const DataBufferEntry* entry = FindBufferEntry(_buffers, attr);
-  if (!entry) return OK;
-  const DrawportDeviceBuffer* deviceBuffer = entry->_deviceBuffer;
-  OSTRA_ASSIGN_OR_RETURN(const BaseArray<GraphicsProgramRef> programs, GetPrograms());
-  for (const GraphicsProgramRef& program : programs)
-    for (ShaderStage& stage : program->stages) OSTRA_RETURN_IF_ERROR(EraseBufferLinks(stage.buffers, deviceBuffer));
-  return _buffers.EraseData(attr);
+  const DataBufferEntry* known = FindBufferEntry(_buffers, attr);
+  if (!known) return OK;
+  const DataBufferEntry entry = *known;
+  OSTRA_ASSIGN_OR_RETURN(const ChangeTable erase, ChangeTable::Create([&](DataDictionary& links) {
+                           return EraseBufferLinks(links, attr, entry);
+                         }));
+  return ChangeAllStages(&ParameterLinks::buffers, erase, _buffers, attr);
 }
 
 Result<void> GeneralShaderLoaderImpl::SwapInternedIDValues(const InternedId& IdOne, const InternedId& IdTwo,

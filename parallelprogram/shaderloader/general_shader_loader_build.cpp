@@ -9,14 +9,14 @@ OSTRA_UNIT("general_shader_loader_impl");
 namespace ostra {
 namespace {
 
-// What a program is made of beside the contents of its files. Programs of other files may have the same name and, their
-// files being as old, the same stamps.
+// What a program is made of: programs of other files may have the same name and stamps with the same sum.
 UInt64 HashSources(const GraphicsProgram& program, Int32 sampleCount) {
   UInt64 hash = static_cast<UInt64>(sampleCount);
   for (const ShaderStage& stage : program.stages) {
     hash = AppendToKey(hash, MixKey(static_cast<UInt64>(stage.stage)));
     hash = AppendToKey(hash, MixKey(stage.file.GetHashCode()));
     hash = AppendToKey(hash, MixKey(stage.templateArgument.GetHashCode()));
+    hash = AppendToKey(hash, MixKey(stage.stamp));
   }
   return hash;
 }
@@ -45,18 +45,28 @@ Result<DrawportVertexAttributeLayoutItemRef> MakeLayout(const GpuContextData& da
 
 }  // namespace
 
-Result<BaseArray<ParsedKernel>> GeneralShaderLoaderImpl::ParseStages(const GraphicsProgram& program,
+Result<BaseArray<ParsedKernel>> GeneralShaderLoaderImpl::ParseStages(GraphicsProgram& program,
                                                                      Int32 sampleCount) const {
   BaseArray<ParsedKernel> parsed;
-  for (const ShaderStage& stage : program.stages) {
+  for (ShaderStage& stage : program.stages) {
     KernelSource source;
     source.file = stage.file;
     source.templateArgument = stage.templateArgument;
     source.sampleCount = sampleCount;
     source.language = _data.drawport->GetShadingLanguage();
-    source.key = MakeParserKey(stage.file.GetHashCode(), program.id.GetHashCode(), stage.stamp);
-    OSTRA_ASSIGN_OR_RETURN(ParsedKernel result, GetStageParsers().Parse(source, GetStageParserLock()));
-    OSTRA_RETURN_IF_ERROR(parsed.Append(std::move(result)));
+    source.key = stage.parserKey;
+    SourcesRead failed;
+    auto result = GetStageParsers().Parse(source, GetStageParserLock(), &failed);
+    if (!result) {
+      if (!failed.files.IsEmpty()) {
+        stage.files = std::move(failed.files);
+        stage.stamp = failed.stamp;
+      }
+      return result.TakeError();
+    }
+    OSTRA_RETURN_IF_ERROR(stage.files.CopyFrom(result->parser->GetFiles()));
+    stage.stamp = result->stamp;
+    OSTRA_RETURN_IF_ERROR(parsed.Append(std::move(*result)));
   }
   return parsed;
 }
@@ -136,10 +146,7 @@ Result<void> GeneralShaderLoaderImpl::UpdateActiveProgram(UInt64 hashCode, const
   program.attributeSet = attributeSet;
   program.factory = factory;
   program.valueSet = valueSet;
-  for (Int i = 0; i < parsed.GetCount(); ++i) {
-    program.stages[i].parser = parsed[i].parser;
-    program.stages[i].stamp = parsed[i].stamp;
-  }
+  program.isOfOtherDrawport = false;
   return OK;
 }
 

@@ -53,9 +53,17 @@ Result<void> GeneralShaderLoaderImpl::Init(const Url& resourcePath, const Drawpo
 
 Bool GeneralShaderLoaderImpl::UpdateContext(const DrawportContextRef& newDrawportContext) {
   if (!newDrawportContext || newDrawportContext == _data.context) return false;
+  const DrawportRef before = _data.drawport;
   _data.context = newDrawportContext;
   _data.drawport = _data.context->GetDrawport();
   _data.cache = _data.drawport ? _data.drawport->GetDrawportCache() : DrawportCacheRef();
+  // Values are those of a context, programs those of a drawport. The next UpdateUniforms makes them anew.
+  _programs.ForEach([&](const InternedId&, const GraphicsProgramRef& program) {
+    program->valueSet = nullptr;
+    if (_data.drawport == before) return;
+    program->factory = nullptr;
+    program->isOfOtherDrawport = true;
+  });
   return true;
 }
 

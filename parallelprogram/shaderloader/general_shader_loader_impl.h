@@ -103,6 +103,11 @@ class GeneralShaderLoaderImpl final : public Component<GeneralShaderLoaderImpl, 
 
   // Programs.
 
+  // Adds a program whose stages `prepare` fills in, builds it and makes it active. On failure the table and the active
+  // program are as before.
+  using PrepareStages = Delegate<Result<void>(GraphicsProgram& program)>;
+  Result<void> AddProgram(const InternedId& programId, const PrepareStages& prepare, const DrawportDrawPass* drawPass,
+                          const DataDictionary& drawPassParameters);
   // Error: illegal state "no active kernel set".
   Result<GraphicsProgram&> GetActiveProgram() const;
   // A stage of the active program. Errors: as above; illegal argument for an index outside its files.
@@ -110,11 +115,15 @@ class GeneralShaderLoaderImpl final : public Component<GeneralShaderLoaderImpl, 
   // References to all programs. Error: out of memory.
   Result<BaseArray<GraphicsProgramRef>> GetPrograms() const;
   void MakeActive(const GraphicsProgramRef& program);
+  // Changes a table of every stage of every program, and then erases `attr` from `globals`: everything or nothing.
+  using ChangeTable = Delegate<Result<void>(DataDictionary& table)>;
+  Result<void> ChangeAllStages(DataDictionary ParameterLinks::*table, const ChangeTable& change,
+                               DataDictionary& globals, const InternedId& attr);
 
   // Building.
 
-  // The stages in the language of the device, in their order.
-  Result<BaseArray<ParsedKernel>> ParseStages(const GraphicsProgram& program, Int32 sampleCount) const;
+  // The stages in the language of the device, in their order. Each remembers what it has read, also when it fails.
+  Result<BaseArray<ParsedKernel>> ParseStages(GraphicsProgram& program, Int32 sampleCount) const;
   Result<void> DescribeProgram(DrawportProgramDescription& description, const GraphicsProgram& program,
                                const BaseArray<ParsedKernel>& parsed, Int32 sampleCount);
   // A set of the program's attributes in `slot`, with its vertex buffer.

@@ -85,7 +85,7 @@ class GeneralShaderLoaderInterface : public ObjectInterface {
   // found".
   virtual Result<void> SetGlobalBufferLink(const InternedId& attr, const Data& data) = 0;
   virtual Result<Data> GetGlobalBufferLink(const InternedId& attr) const = 0;
-  // The contents of a buffer, or of a part of it (count -1: to the end), as an Array of its element type. Errors:
+  // The contents of a buffer, or of a part of it (count -1: all of it), as an Array of its element type. Errors:
   // illegal argument "buffer identifier not found", "Requested data range is out of bounds".
   virtual Result<Data> GetGlobalBufferData(const InternedId& attr) const = 0;
   virtual Result<Data> GetGlobalBufferData(const InternedId& attr, Int offset, Int count) const = 0;

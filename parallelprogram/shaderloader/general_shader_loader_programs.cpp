@@ -8,35 +8,43 @@ OSTRA_UNIT("general_shader_loader_impl");
 
 namespace ostra {
 
-// On failure the table and the active program are as before.
 Result<Bool> GeneralShaderLoaderImpl::AddShaders(const InternedId& kernelId, const BaseArray<Url>& files, UInt64,
                                                  const DrawportDrawPass* drawpass,
                                                  const DataDictionary& drawPassParameters, Bool) {
+  OSTRA_ASSIGN_OR_RETURN(const PrepareStages prepare,
+                         PrepareStages::Create([&](GraphicsProgram& program) -> Result<void> {
+                           OSTRA_RETURN_IF_ERROR(AddStages(program, files));
+                           return LocateStages(program, _resourcePath);
+                         }));
+  OSTRA_RETURN_IF_ERROR(AddProgram(kernelId, prepare, drawpass, drawPassParameters));
+  return true;
+}
+
+Result<void> GeneralShaderLoaderImpl::AddProgram(const InternedId& programId, const PrepareStages& prepare,
+                                                 const DrawportDrawPass* drawPass,
+                                                 const DataDictionary& drawPassParameters) {
   GraphicsProgram* made = NewObj<GraphicsProgram>();
   if (!made) return OSTRA_OUT_OF_MEMORY();
   const GraphicsProgramRef program = GraphicsProgramRef::Adopt(made);
-  program->id = kernelId;
+  program->id = programId;
   program->drawPassParameters = drawPassParameters;
-  OSTRA_ASSIGN_OR_RETURN(const Bool isNew, _programs.Insert(kernelId, program));
+  OSTRA_ASSIGN_OR_RETURN(const Bool isNew, _programs.Insert(programId, program));
   if (!isNew) return OSTRA_ILLEGAL_ARGUMENT("Shaders have already been added under the given kernelId.");
 
   const GraphicsProgramRef previous = _activeProgram;
   const auto add = [&]() -> Result<void> {
-    OSTRA_RETURN_IF_ERROR(AddStages(*program, files));
-    OSTRA_RETURN_IF_ERROR(LocateStages(*program, _resourcePath));
-    program->name = program->stages[0].name;
-    program->nameHash = program->name.GetHashCode();
-    program->hash = AppendToKey(MixKey(program->nameHash), kernelId.GetHashCode());
+    OSTRA_RETURN_IF_ERROR(prepare(*program));
+    OSTRA_RETURN_IF_ERROR(IdentifyProgram(*program));
     MakeActive(program);
-    OSTRA_RETURN_IF_ERROR(UpdateActiveProgram(program->nameHash, drawpass));
+    OSTRA_RETURN_IF_ERROR(UpdateActiveProgram(program->nameHash, drawPass));
     return UpdateActiveStateSet(program->nameHash, drawPassParameters);
   };
-  if (auto added = add(); !added) {
-    _programs.Erase(kernelId);
+  Result<void> added = add();
+  if (!added) {
+    _programs.Erase(programId);
     MakeActive(previous);
-    return added.TakeError();
   }
-  return true;
+  return added;
 }
 
 Result<void> GeneralShaderLoaderImpl::RemoveProgram(const InternedId& programId) {
@@ -45,16 +53,16 @@ Result<void> GeneralShaderLoaderImpl::RemoveProgram(const InternedId& programId)
   return OK;
 }
 
-// The copy is drawn with the default state, whatever the source is drawn with.
+// The copy is made of the files that the source was found in, and is drawn with the default state, whatever the source
+// is drawn with.
 Result<void> GeneralShaderLoaderImpl::CopyShader(const InternedId& sourceProgramId, const InternedId& newProgramId,
-                                                 UInt64 hashCode, const DrawportDrawPass* drawpass, Bool) {
+                                                 UInt64, const DrawportDrawPass* drawpass, Bool) {
   if (sourceProgramId == newProgramId) return OK;
   GraphicsProgramRef source;
   if (!_programs.Find(sourceProgramId, source)) return OSTRA_ILLEGAL_ARGUMENT("source kernel could not be found");
-  BaseArray<Url> files;
-  for (const ShaderStage& stage : source->stages) OSTRA_RETURN_IF_ERROR(files.Append(stage.source));
-  OSTRA_RETURN_IF_ERROR(AddShaders(newProgramId, files, hashCode, drawpass, DataDictionary(), false));
-  return OK;
+  OSTRA_ASSIGN_OR_RETURN(const PrepareStages prepare,
+                         PrepareStages::Create([&](GraphicsProgram& program) { return CopyStages(program, *source); }));
+  return AddProgram(newProgramId, prepare, drawpass, DataDictionary());
 }
 
 // Programs are built by the calls that ask for them: none is ever on its way.
@@ -87,7 +95,7 @@ Result<void> GeneralShaderLoaderImpl::CheckActiveProgramForUpdatedShaders(const 
   BaseArray<UInt64> stamps;
   Bool hasChanged = false;
   for (const ShaderStage& stage : program.stages) {
-    OSTRA_ASSIGN_OR_RETURN(const UInt64 stamp, MakeSourcesStamp(stage.file, stage.parser->GetFiles()));
+    OSTRA_ASSIGN_OR_RETURN(const UInt64 stamp, MakeSourcesStamp(stage.file, stage.files));
     hasChanged = hasChanged || stamp != stage.stamp;
     OSTRA_RETURN_IF_ERROR(stamps.Append(stamp));
   }
@@ -123,6 +131,26 @@ Result<BaseArray<GraphicsProgramRef>> GeneralShaderLoaderImpl::GetPrograms() con
   });
   OSTRA_RETURN_IF_ERROR(std::move(result));
   return programs;
+}
+
+Result<void> GeneralShaderLoaderImpl::ChangeAllStages(DataDictionary ParameterLinks::*table, const ChangeTable& change,
+                                                      DataDictionary& globals, const InternedId& attr) {
+  struct ChangedTable {
+    DataDictionary* target;
+    DataDictionary value;
+  };
+  BaseArray<ChangedTable> changed;
+  OSTRA_ASSIGN_OR_RETURN(const BaseArray<GraphicsProgramRef> programs, GetPrograms());
+  for (const GraphicsProgramRef& program : programs) {
+    for (ShaderStage& stage : program->stages) {
+      ChangedTable entry{&(stage.*table), stage.*table};
+      OSTRA_RETURN_IF_ERROR(change(entry.value));
+      OSTRA_RETURN_IF_ERROR(changed.Append(std::move(entry)));
+    }
+  }
+  OSTRA_RETURN_IF_ERROR(globals.EraseData(attr));
+  for (ChangedTable& entry : changed) *entry.target = std::move(entry.value);
+  return OK;
 }
 
 void GeneralShaderLoaderImpl::MakeActive(const GraphicsProgramRef& program) {

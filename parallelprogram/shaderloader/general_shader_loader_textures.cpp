@@ -21,7 +21,8 @@ Result<void> ReadWholeTexture(const GpuContextData& data, DrawportTexture& textu
   const Int capacity = data.GetCapability(DrawportCapability::TextureStagingCapacity);
   const Int width = GetBlockWidth(extent.width, texelSize, capacity);
   if (width < 1) return OSTRA_ILLEGAL_STATE("The texture has no texel that fits the staging capacity.");
-  const TextureBlocks blocks = GetBlocks(extent, width, extent.width * texelSize, capacity);
+  TextureBlocks blocks = GetBlocks(extent, width, extent.width * texelSize, capacity);
+  if (width < extent.width) blocks = {width, 1, 1};
 
   DrawportCommandList& list = data.GetCommandList();
   OSTRA_ASSIGN_OR_RETURN(const Int wanted, texture.GetStagingBufferSize({}, extent, 0, 0));
@@ -36,7 +37,9 @@ Result<void> ReadWholeTexture(const GpuContextData& data, DrawportTexture& textu
             {std::min(blocks.width, extent.width - x), std::min(blocks.height, extent.height - y),
              std::min(blocks.depth, extent.depth - z)}};
         OSTRA_ASSIGN_OR_RETURN(const Int bytes, texture.GetStagingBufferSize(region.origin, region.extent, 0, 0));
-        if (offset + bytes > record._dataSize) return MakeTexelOverrunError();
+        // A row with gaps is wider than its texels.
+        const Int tight = region.extent.width * region.extent.height * region.extent.depth * texelSize;
+        if (bytes > tight || offset + bytes > record._dataSize) return MakeTexelOverrunError();
         const auto mapped = list.PrivateMapTexture(*staging, DrawportMapMode::Read, texture, region, 0, 0, 0, 0);
         if (!mapped) return OSTRA_ILLEGAL_STATE("MapTexture in GetTextureData failed");
         MemCopy(record._texels + offset, *mapped, bytes);
@@ -65,8 +68,11 @@ Result<void> GeneralShaderLoaderImpl::StoreTextureBindData(const InternedId& att
 // The caller sees that there are no texels: the record is changed.
 Result<void> GeneralShaderLoaderImpl::CreateTexture(const InternedId& attr, TextureBindData& texBindData) {
   texBindData._data = nullptr;
+  const DataDictionary before = _textures;
   OSTRA_RETURN_IF_ERROR(StoreTextureBindData(attr, texBindData, false));
-  return _data.GetCommandList().Execute(true);
+  Result<void> executed = _data.GetCommandList().Execute(true);
+  if (!executed) _textures = before;
+  return executed;
 }
 
 Result<void> GeneralShaderLoaderImpl::UpdateTextureBindData(const InternedId& attr,
@@ -140,11 +146,13 @@ Result<DrawportTexture*> GeneralShaderLoaderImpl::GetTextureHandle(const Interne
 Result<void> GeneralShaderLoaderImpl::DeleteTexture(const InternedId& textureId) {
   const TextureSamplerEntry* entry = FindTextureEntry(_textures, textureId);
   if (!entry) return OK;
-  OSTRA_ASSIGN_OR_RETURN(const BaseArray<GraphicsProgramRef> programs, GetPrograms());
-  for (const GraphicsProgramRef& program : programs)
-    for (ShaderStage& stage : program->stages)
-      OSTRA_RETURN_IF_ERROR(EmptyTextureLinks(stage.textures, entry->_texture, textureId));
-  return _textures.EraseData(textureId);
+  OSTRA_ASSIGN_OR_RETURN(
+      const ChangeTable empty,
+      ChangeTable::Create([texture = entry->_texture, &textureId](DataDictionary& links) -> Result<void> {
+        OSTRA_RETURN_IF_ERROR(EmptyTextureLinks(links, texture, textureId));
+        return OK;
+      }));
+  return ChangeAllStages(&ParameterLinks::textures, empty, _textures, textureId);
 }
 
 // The region is not looked at.
@@ -155,7 +163,8 @@ Result<Data> GeneralShaderLoaderImpl::GetTextureData(const InternedId& attr, con
   OSTRA_ASSIGN_OR_RETURN(const TextureSamplerEntry& entry, _textures.Get<TextureSamplerEntry>(attr));
   if (!entry._texture) return OSTRA_ILLEGAL_STATE("The texture is not on the device.");
   const Vec3<UInt32>& size = entry._samplingData._dimensions;
-  if (size.x < 1 || size.y < 1 || size.z < 1)
+  const DrawportExtent& extent = entry._texture->GetDescription().extent;
+  if (extent.width != size.x || extent.height != size.y || extent.depth != size.z)
     return OSTRA_ILLEGAL_STATE("The texture \"@\" was made elsewhere; nothing is known about its texels.", attr);
   TextureSamplerEntry copy = entry;
   SamplingData& record = copy._samplingData;

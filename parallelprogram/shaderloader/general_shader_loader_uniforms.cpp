@@ -33,6 +33,7 @@ Result<void> GeneralShaderLoaderImpl::SetUniform(const InternedId& attr, Forward
 // A shared program keeps the handler of the loader that has built it, so nobody is asked but this loader.
 Result<void> GeneralShaderLoaderImpl::UpdateUniforms(const DrawportDrawPass* drawPass) {
   OSTRA_ASSIGN_OR_RETURN(GraphicsProgram & program, GetActiveProgram());
+  if (program.isOfOtherDrawport) OSTRA_RETURN_IF_ERROR(UpdateActiveProgram(program.nameHash, drawPass));
   if (!program.factory) return OSTRA_ILLEGAL_STATE("Program factory not initialized");
   DrawportContextInterface& context = *_data.context;
   OSTRA_ASSIGN_OR_RETURN(program.attributeSet, program.attributeSetItem->MakeValid(context));

@@ -2,6 +2,7 @@
 
 #include "ostra/core/format.h"
 #include "ostra/io/file.h"
+#include "parallelprogram/gpu/cache_keys.h"
 #include "parallelprogram/gpu/kernel_location.h"
 
 OSTRA_UNIT("general_shader_loader_impl");
@@ -29,6 +30,18 @@ Error MakeNoLocationError() {
   return OSTRA_ILLEGAL_STATE("shader location needs to be set for initialization of kernel");
 }
 
+Result<void> CheckStagesDiffer(const GraphicsProgram& program) {
+  const BaseArray<ShaderStage>& stages = program.stages;
+  for (Int i = 0; i < stages.GetCount(); ++i) {
+    for (Int k = 0; k < i; ++k) {
+      if (stages[i].stage == stages[k].stage)
+        return OSTRA_ILLEGAL_ARGUMENT("\"@\" and \"@\" are files of the same stage.", stages[k].source.GetName(),
+                                      stages[i].source.GetName());
+    }
+  }
+  return OK;
+}
+
 }  // namespace
 
 DrawportStage GraphicsProgram::GetNextStage(DrawportStage stage) const {
@@ -44,18 +57,13 @@ Result<void> AddStages(GraphicsProgram& program, const BaseArray<Url>& files) {
     if (file.IsEmpty()) return MakeNoLocationError();
     ShaderStage added;
     OSTRA_ASSIGN_OR_RETURN(added.stage, GetStageOfName(file.GetName()));
-    for (const ShaderStage& known : program.stages) {
-      if (known.stage == added.stage)
-        return OSTRA_ILLEGAL_ARGUMENT("\"@\" and \"@\" are files of the same stage.", known.source.GetName(),
-                                      file.GetName());
-    }
     added.source = file;
     Url bare = file;
     bare.ClearSuffix();
     added.name = bare.GetName();
     OSTRA_RETURN_IF_ERROR(program.stages.Append(std::move(added)));
   }
-  return OK;
+  return CheckStagesDiffer(program);
 }
 
 Result<void> LocateStages(GraphicsProgram& program, const Url& resourcePath) {
@@ -63,7 +71,30 @@ Result<void> LocateStages(GraphicsProgram& program, const Url& resourcePath) {
     OSTRA_ASSIGN_OR_RETURN(const KernelLocation location, LocateKernel(resourcePath, stage.source));
     stage.file = location.file;
     stage.templateArgument = location.templateArgument;
+  }
+  return OK;
+}
+
+Result<void> CopyStages(GraphicsProgram& program, const GraphicsProgram& source) {
+  for (const ShaderStage& stage : source.stages) {
+    ShaderStage added;
+    added.stage = stage.stage;
+    added.source = stage.source;
+    added.file = stage.file;
+    added.templateArgument = stage.templateArgument;
+    added.name = stage.name;
+    OSTRA_RETURN_IF_ERROR(program.stages.Append(std::move(added)));
+  }
+  return OK;
+}
+
+Result<void> IdentifyProgram(GraphicsProgram& program) {
+  program.name = program.stages[0].name;
+  program.nameHash = program.name.GetHashCode();
+  program.hash = AppendToKey(MixKey(program.nameHash), program.id.GetHashCode());
+  for (ShaderStage& stage : program.stages) {
     OSTRA_ASSIGN_OR_RETURN(stage.stamp, GetModificationStamp(stage.file));
+    stage.parserKey = MakeParserKey(stage.file.GetHashCode(), program.id.GetHashCode(), stage.stamp);
   }
   return OK;
 }

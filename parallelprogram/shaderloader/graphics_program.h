@@ -15,8 +15,9 @@ struct ShaderStage : ParameterLinks {
   Url file;                          // where it was found
   String templateArgument;           // takes the place of TYPE
   String name;                       // of `source`, without suffix
-  UInt64 stamp = 0;                  // of the file and the headers that the last good parse read
-  StrongRef<ShaderParser> parser;    // of the last good build
+  UInt64 parserKey = 0;              // in the cache of parsers
+  UInt64 stamp = 0;                  // of the files below
+  BaseArray<Url> files;              // that the last parse has read, good or not
   TextureSamplerEntry depthTexture;  // of the draw pass: only the handles count
   TextureSamplerEntry colorTexture;
 };
@@ -40,6 +41,7 @@ struct GraphicsProgram : RefCounted<GraphicsProgram> {
   DrawportVertexAttributeSetItemRef attributeSetItem;
   DrawportProgramFactoryItemRef factoryItem;
   DrawportStateObjectItemRef stateObjectItem;
+  Bool isOfOtherDrawport = false;  // the loader has another one since: what was built is of no use to it
 
   // The stage that gets what `stage` hands on; the stage itself when it is the last one.
   DrawportStage GetNextStage(DrawportStage stage) const;
@@ -50,8 +52,12 @@ using GraphicsProgramRef = StrongRef<GraphicsProgram>;
 // an empty location or an empty list; illegal argument "Invalid shader type received. (None of
 // .vert/.frag/.tsc/.tse)", or for two files of one kind.
 Result<void> AddStages(GraphicsProgram& program, const BaseArray<Url>& files);
-// Finds the files, see LocateKernel, and when they were last changed. Error: a file is missing.
+// Finds the files, see LocateKernel.
 Result<void> LocateStages(GraphicsProgram& program, const Url& resourcePath);
+// Adds the stages of another program, whose files have been found, without what they are linked to.
+Result<void> CopyStages(GraphicsProgram& program, const GraphicsProgram& source);
+// Names the program after its first file, and looks at when its files were last changed. Error: a file is missing.
+Result<void> IdentifyProgram(GraphicsProgram& program);
 
 // A number that a draw pass comes with; 0 when it is absent. Error: illegal argument for something else.
 Result<Int32> GetPassNumber(const DataDictionary& drawPassParameters, InternedId name);

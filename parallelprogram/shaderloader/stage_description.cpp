@@ -1,5 +1,6 @@
 // What the stages of a graphics program are for the GPU layer.
 #include "ostra/core/format.h"
+#include "ostra/math/data_types.h"
 #include "parallelprogram/shaderassembly/assembly_records.h"
 #include "parallelprogram/shaderloader/graphics_program.h"
 
@@ -34,8 +35,8 @@ Bool HasWord(const ShaderRecords& records, std::string_view word) {
 }
 
 // A texture of the draw pass is there for every stage that names it, declared or not.
-Result<void> AddPassTexture(ShaderRecords& records, const InternedId& name, const Id& formatId, Bool isLinear,
-                            Bool isMultisampled) {
+Result<void> AddPassTexture(ShaderRecords& records, const ShaderParser& parser, const InternedId& name,
+                            const Id& formatId, Bool isLinear) {
   for (const ShaderTexture& texture : records.textures)
     if (texture.name == name.GetView()) return OK;
   if (!HasWord(records, name.GetView())) return OK;
@@ -44,7 +45,7 @@ Result<void> AddPassTexture(ShaderRecords& records, const InternedId& name, cons
                                                               .textureType = DrawportTextureType::Texture2D,
                                                               .format = format,
                                                               .isLinear = isLinear,
-                                                              .isMultisampled = isMultisampled,
+                                                              .isMultisampled = IsReadBySample(parser, name.GetView()),
                                                               .origin = {}}));
   return OK;
 }
@@ -55,10 +56,14 @@ Result<void> AddFeatures(DrawportProgramDescription& description, DrawportStage 
   return description.AddRequiredFeature(stage, DrawportFeature::ShaderStorageBuffer);
 }
 
-// What a stage gets from another one or hands on. Error: illegal argument for types that stay within a stage.
+// What a stage gets from another one or hands on. Error: illegal argument for types that stay within a stage, and for
+// vertices of halves: they would be read as floats.
 Result<DrawportShaderValueType> GetVariableType(const ShaderInputEntry& variable) {
   const ShaderValueForm form = GetShaderValueForm(variable.dataType);
-  if (form.kind == ShaderValueForm::Kind::Uniform && form.type != DrawportShaderValueType::Gradient) return form.type;
+  const Bool isHalf =
+      variable.dataType == GetDataType<HalfFloat>() || variable.dataType == GetDataType<Vec4<HalfFloat>>();
+  const Bool isValue = form.kind == ShaderValueForm::Kind::Uniform && form.type != DrawportShaderValueType::Gradient;
+  if (isValue && !(isHalf && variable.kind == kShaderInputAttribute)) return form.type;
   return OSTRA_ILLEGAL_ARGUMENT("The variable \"@\" cannot have the type \"@\".", variable.name, variable.dataType);
 }
 
@@ -67,6 +72,8 @@ class OutputCounter {
  public:
   Result<void> Add(DrawportProgramDescription& description, const ShaderInputEntry& variable) {
     const String& name = variable.name.GetString();
+    if (name.Contains("depth") && (name.Contains("color") || name.Contains("transparency")))
+      return OSTRA_ILLEGAL_ARGUMENT("The name of the out variable \"@\" says two things.", name);
     if (name.Contains("color")) {
       OSTRA_ASSIGN_OR_RETURN(const InternedId id, InternedId::Create(name));
       return description.AddOutputColorVariable(_colorCount++, id);
@@ -92,7 +99,8 @@ class OutputCounter {
 
 Result<void> CheckKinds(const ShaderParser& parser, DrawportStage stage) {
   for (const ShaderInputEntry& variable : parser.GetInputEntries()) {
-    if (!variable.dataType.IsPopulated()) continue;
+    const Bool isBuffer = !variable.dataType.IsPopulated();
+    if (isBuffer && (variable.kind == kUniformKind || variable.kind == kShaderInputReadOnly)) continue;
     switch (variable.kind) {
       case kUniformKind:
       case kShaderInputVarying:
@@ -108,6 +116,8 @@ Result<void> CheckKinds(const ShaderParser& parser, DrawportStage stage) {
       default:
         return OSTRA_ILLEGAL_ARGUMENT("UniformTypeMask was not correctly set.");
     }
+    // What stages hand on are values.
+    if (isBuffer) return OSTRA_ILLEGAL_ARGUMENT("UniformTypeMask was not correctly set.");
   }
   return OK;
 }
@@ -139,10 +149,10 @@ Result<void> DescribeStage(DrawportProgramDescription& description, const Graphi
   if (parser.GetNoiseCallCount() > 0)
     return OSTRA_ILLEGAL_ARGUMENT("@: error: stages of graphics programs have no noises", parser.GetFiles()[0]);
   OSTRA_ASSIGN_OR_RETURN(ShaderRecords records, MakeShaderRecords(parser, stage));
-  OSTRA_RETURN_IF_ERROR(AddPassTexture(records, GetDepthTextureName(), "net.ostra.image.pixelformat.dynamic.redf32"_id,
-                                       false, isMultisampled));
   OSTRA_RETURN_IF_ERROR(
-      AddPassTexture(records, GetColorTextureName(), "net.ostra.image.pixelformat.rgba.f32"_id, true, isMultisampled));
+      AddPassTexture(records, parser, GetDepthTextureName(), "net.ostra.image.pixelformat.dynamic.redf32"_id, false));
+  OSTRA_RETURN_IF_ERROR(
+      AddPassTexture(records, parser, GetColorTextureName(), "net.ostra.image.pixelformat.rgba.f32"_id, true));
   OSTRA_RETURN_IF_ERROR(description.SetShaderRecords(std::move(records)));
   return AddVariables(description, program, parser, stage);
 }

@@ -68,7 +68,8 @@ class RecordingDevice {
  public:
   Int capacity = 65536;  // of every kind of staging buffer, bytes
   Int rowAlignment = 1;  // of rows of texels in staging buffers, bytes
-  std::string failing;   // calls that begin with this fail
+  Id language = kShadingLanguageGlsl;
+  std::string failing;  // calls that begin with this fail
   // Graphics: programs of one key are one, and what only they are asked is written down as well, with the number of the
   // stage in front of the names of parameters.
   Bool drawsGraphics = false;
@@ -528,7 +529,8 @@ class RecordingCache final : public Component<RecordingCache, DrawportCacheInter
 class RecordingDrawport final : public DrawportCounted<RecordingDrawport, DrawportInterface> {
  public:
   RecordingDrawport(RecordingDevice& device, DrawportCacheRef cache)
-      : _cache(std::move(cache)),
+      : _language(device.language),
+        _cache(std::move(cache)),
         _capabilities({{DrawportCapability::BufferTransferChunk, device.capacity},
                        {DrawportCapability::TextureStagingCapacity, device.capacity},
                        {DrawportCapability::ReadBackStagingCapacity, device.capacity},
@@ -537,10 +539,11 @@ class RecordingDrawport final : public DrawportCounted<RecordingDrawport, Drawpo
   Result<DrawportContextRef> CreateOffscreenRenderContext(Bool, Int32) override {
     return Error::MakeOutOfMemory("recording", 4);
   }
-  const Id& GetShadingLanguage() const override { return kShadingLanguageGlsl; }
+  const Id& GetShadingLanguage() const override { return _language; }
   const DrawportCapabilities& GetCapabilities() const override { return _capabilities; }
 
  private:
+  Id _language;
   DrawportCacheRef _cache;
   DrawportCapabilities _capabilities;
 };

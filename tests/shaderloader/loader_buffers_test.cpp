@@ -58,6 +58,7 @@ TEST_F(LoaderBuffersTest, RangesEndWithTheBuffer) {
   EXPECT_THAT(loader->GetGlobalBufferData("a"_iid, -1, 2), isOutside);
   EXPECT_THAT(loader->GetGlobalBufferData("a"_iid, 0, -2), isOutside);
   EXPECT_EQ(Read(loader->GetGlobalBufferData("a"_iid, 0, -1)).size(), 8u);
+  EXPECT_EQ(Read(loader->GetGlobalBufferData("a"_iid, 6, -1)).size(), 8u);  // everything, whatever the offset
   const auto isUnknown = IsErrorWith(kIllegalArgumentError, "buffer identifier not found");
   EXPECT_THAT(loader->GetGlobalBufferData("b"_iid), isUnknown);
   EXPECT_THAT(loader->GetGlobalBufferData("b"_iid, 0, 1), isUnknown);
@@ -265,6 +266,38 @@ TEST_F(LoaderBuffersTest, ABufferOfAComputingProgramIsDrawnFromWithoutACopy) {
             (*program->GetGlobalBufferLink("points"_iid)->Get<DataBufferEntry>())._deviceBuffer);
   EXPECT_EQ(*loader->GetActiveVertexBufferCount(), 6);
   EXPECT_THAT(loader->UpdateUniforms(&pass), IsOk());
+}
+
+TEST_F(LoaderBuffersTest, AnUpdateWithOtherElementsKeepsTheEndOfTheBuffer) {
+  ASSERT_THAT(loader->StoreUniformBufferData("a"_iid, MakeFloats(3)), IsOk());
+  BaseArray<Vec2<Float32>> pair;
+  ASSERT_THAT(pair.Append(Vec2<Float32>(7, 8)), IsOk());
+  const Block<const Vec2<Float32>> block(pair.GetFirst(), 1);
+  EXPECT_THAT(loader->UpdateUniformBufferData("a"_iid, block, 0),
+              IsErrorWith(kIllegalArgumentError, "Data update does not fit into existing buffer"));
+  EXPECT_EQ(Read(loader->GetGlobalBufferData("a"_iid)).size(), 3u);
+  ASSERT_THAT(loader->StoreUniformBufferData("b"_iid, MakeFloats(4)), IsOk());
+  ASSERT_THAT(loader->UpdateUniformBufferData("b"_iid, block, 1), IsOk());
+  EXPECT_EQ(GetEntry("b"_iid)._count, 2);
+  ASSERT_THAT(loader->UpdateUniformBufferData("b"_iid, MakeFloats(1), 3), IsOk());
+  EXPECT_THAT(Read(loader->GetGlobalBufferData("b"_iid)), ElementsAre(0, 1, 7, 0));
+  // Counts that nobody has counted.
+  DataBufferEntry boundless = GetEntry("b"_iid);
+  boundless._count = Int{1} << 62;
+  ASSERT_THAT(loader->SetGlobalBufferLink("c"_iid, *Data::Create(std::move(boundless))), IsOk());
+  EXPECT_THAT(loader->UpdateUniformBufferData("c"_iid, MakeFloats(1), Int{1} << 61),
+              IsErrorOfKind(kIllegalArgumentError));
+}
+
+TEST_F(LoaderBuffersTest, DeletingABufferOnNoDeviceTakesItsOwnLinkOnly) {
+  AddStages();
+  ASSERT_THAT(loader->SetGlobalBufferLink("values"_iid, *Data::Create(DataBufferEntry())), IsOk());
+  ASSERT_THAT(loader->SetGlobalBufferLink("b"_iid, *Data::Create(DataBufferEntry())), IsOk());
+  ASSERT_THAT(loader->SetBufferToActiveProgramSameId("values"_iid, 1), IsOk());
+  ASSERT_THAT(loader->SetBufferToActiveProgramSameId("b"_iid, 1), IsOk());
+  ASSERT_THAT(loader->DeleteUniformBuffer("values"_iid), IsOk());
+  EXPECT_FALSE(loader->GetProgramBufferLink("values"_iid, 1));
+  EXPECT_THAT(loader->GetProgramBufferLink("b"_iid, 1), IsOk());
 }
 
 }  // namespace

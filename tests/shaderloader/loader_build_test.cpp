@@ -11,6 +11,7 @@ using testing::Not;
 
 class LoaderBuildTest : public LoaderTest {
  protected:
+  int halfStamp = 200;
   static std::vector<std::string> GetFeatures(const DrawportProgramDescription& description) {
     std::vector<std::string> features;
     for (const auto& use : description.GetRequiredFeatures())
@@ -101,6 +102,9 @@ TEST_F(LoaderBuildTest, OutVariablesAreColoursTransparencyAndDepthByTheirNames) 
               IsErrorWith(kIllegalArgumentError,
                           "The out variable \"albedo\" is none: the name of one holds \"color\", \"transparency\" or "
                           "\"depth\"."));
+  WriteStage("both.frag", {"(out Vector4d32) color_depth"});
+  EXPECT_THAT(TryAddProgram("q"_iid, {"o.vert", "both.frag"}),
+              IsErrorWith(kIllegalArgumentError, "The name of the out variable \"color_depth\" says two things."));
 }
 
 TEST_F(LoaderBuildTest, VariablesInTheWrongStageAreRefused) {
@@ -114,6 +118,16 @@ TEST_F(LoaderBuildTest, VariablesInTheWrongStageAreRefused) {
   EXPECT_THAT(TryAddProgram("p"_iid, {"simple.vert", "attribute.frag"}),
               IsErrorWith(kIllegalArgumentError, kAttribute));
   EXPECT_THAT(TryAddProgram("p"_iid, {"simple.vert", "attribute.tse"}), IsErrorWith(kIllegalArgumentError, kAttribute));
+  // So are buffers, which no stage hands on.
+  WriteStage("buffer.vert", {"(out Block<Float32>) values"});
+  WriteStage("buffer.frag", {"(attribute Block<Float32>) values"});
+  WriteStage("varying.frag", {"(varying Block<Float32>) values"});
+  WriteStage("output.frag", {"(out Block<Float32>) values"});
+  constexpr const char* kMask = "UniformTypeMask was not correctly set.";
+  EXPECT_THAT(TryAddProgram("p"_iid, {"buffer.vert", "simple.frag"}), IsErrorWith(kIllegalArgumentError, kOut));
+  EXPECT_THAT(TryAddProgram("p"_iid, {"simple.vert", "buffer.frag"}), IsErrorWith(kIllegalArgumentError, kAttribute));
+  EXPECT_THAT(TryAddProgram("p"_iid, {"simple.vert", "varying.frag"}), IsErrorWith(kIllegalArgumentError, kMask));
+  EXPECT_THAT(TryAddProgram("p"_iid, {"simple.vert", "output.frag"}), IsErrorWith(kIllegalArgumentError, kMask));
   EXPECT_FALSE(loader->HasProgram("p"_iid));
 }
 
@@ -126,6 +140,10 @@ TEST_F(LoaderBuildTest, NoisesAndOddTypesOfVariablesAreRefused) {
               testing::EndsWith("noise.frag: error: stages of graphics programs have no noises"));
   WriteStage("half.vert", {"(attribute Vec2<HalfFloat>) place"});
   EXPECT_THAT(TryAddProgram("p"_iid, {"half.vert", "simple.frag"}), IsErrorOfKind(kIllegalArgumentError));
+  for (const char* type : {"HalfFloat", "half4"}) {
+    WriteStage("half.vert", {"(attribute " + std::string(type) + ") place"}, "", ++halfStamp);
+    EXPECT_THAT(TryAddProgram("p"_iid, {"half.vert", "simple.frag"}), IsErrorOfKind(kIllegalArgumentError)) << type;
+  }
   EXPECT_FALSE(loader->HasProgram("p"_iid));
 }
 
@@ -284,6 +302,29 @@ TEST_F(LoaderBuildTest, HashCodesAndWaitingAreIgnored) {
   ASSERT_THAT(loader->AddShaders("q"_iid, MakeFiles({"simple.vert", "simple.frag"}), 2, &pass, DataDictionary(), true),
               IsOk());
   EXPECT_TRUE(GetCache().programKeys[0] == GetCache().programKeys[1]);
+}
+
+// The sum of the stamps stays the same.
+TEST_F(LoaderBuildTest, FilesThatHaveExchangedTheirStampsHaveChanged) {
+  WriteSimpleProgram();
+  WriteStage("simple.frag", {"(Float32) before", "(out Vector4d32) f_color"}, "", 200);
+  AddProgram("p"_iid, {"simple.vert", "simple.frag"});
+  WriteStage("simple.vert", {"(attribute Vector32) position"}, "", 200);
+  WriteStage("simple.frag", {"(Float32) after", "(out Vector4d32) f_color"}, "", 100);
+  g_checkActiveProgramForUpdatedShaders = true;
+  ASSERT_THAT(loader->CheckActiveProgramForUpdatedShaders(&pass), IsOk());
+  EXPECT_TRUE(FindParameter(GetDescription("p"), DrawportStage::Fragment, "after"_iid));
+  EXPECT_EQ(GetCachedStageParserCount(), 2);  // in place of those before
+}
+
+TEST_F(LoaderBuildTest, ADeviceWithoutTranslationSaysSo) {
+  WriteSimpleProgram();
+  device.language = kShadingLanguageGlslEs;
+  context = device.MakeContext();
+  loader = MakeLoader();
+  EXPECT_THAT(TryAddProgram("p"_iid, {"simple.vert", "simple.frag"}),
+              IsErrorWith(kIllegalStateError, "parser could not be build"));
+  EXPECT_FALSE(loader->HasProgram("p"_iid));
 }
 
 }  // namespace

@@ -78,6 +78,33 @@ TEST_F(LoaderPassesTest, OnlyTheFirstSampleIsDrawnWhereAStageAsksForIt) {
   EXPECT_EQ(Draw(6).Count({0.25f, 0, 0, 0.25f}), 64);
 }
 
+// The same file reads the samples of an earlier pass one by one, or its only one.
+TEST_F(LoaderPassesTest, SamplesOfAnEarlierPassAreReadOneByOne) {
+  WritePlainVertexStage("p.vert");
+  WriteColor("p.frag", "vec4(1.0, 0.0, 0.0, 1.0)");
+  Write("copy.frag", {"(out Vector4d32) f_color"},
+        "\tint2 pixel = int2(int(InFragCoord.x), int(InFragCoord.y));\n"
+        "\tf_color = GetFramebufferTexel(PassTexture(colorTexture), pixel);\n");
+  for (const Int32 sampleCount : {1, 4}) {
+    DataDictionary parameters;
+    Take(parameters.Set("multiSampling"_iid, sampleCount));
+    const std::string number = std::to_string(sampleCount);
+    target = MakeTarget(8, 8, sampleCount);
+    Add(*InternedId::Create("first" + number), {"p.vert", "p.frag"}, parameters);
+    StoreVertices({-1, -1, 1, -1, -1, 0.6f});
+    const Picture first = Draw(3);
+    const DrawportRenderTargetRef earlier = target;
+    target = MakeTarget(8, 8, sampleCount);
+    Take(parameters.Set("useAlphaBlending"_iid, false));
+    Add(*InternedId::Create("copy" + number), {"p.vert", "copy.frag"}, parameters);
+    StoreAll();
+    Take(loader->SetColorTextureHandleActiveProgram("c"_iid, Adopt("c"_iid, earlier->GetColorSamples(0))));
+    const Picture copy = Draw(6);
+    EXPECT_EQ(copy.pixels, first.pixels) << sampleCount;
+    EXPECT_EQ(copy.Count(kRed) + copy.Count(kEmpty) == 64, sampleCount == 1);
+  }
+}
+
 // The corners alone would leave the middle of the patch where it is.
 TEST_F(LoaderPassesTest, ATessellatedPatchIsBentByItsEvaluationStage) {
   Write("t.vert", {"(attribute Vector2d32) position", "(varying Vector2d32) corner"},

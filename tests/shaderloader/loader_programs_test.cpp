@@ -69,6 +69,10 @@ TEST_F(LoaderProgramsTest, AMissingFileAndTwoFilesOfOneStageAddNoProgram) {
   EXPECT_THAT(TryAddProgram("p"_iid, {"simple.vert", "missing.frag"}), Not(IsOk()));
   EXPECT_THAT(TryAddProgram("p"_iid, {"simple.vert", "other.vert"}),
               IsErrorWith(kIllegalArgumentError, "\"simple.vert\" and \"other.vert\" are files of the same stage."));
+  // What is wrong with a single file comes first.
+  EXPECT_THAT(TryAddProgram("p"_iid, {"simple.vert", "other.vert", "c.geom"}),
+              IsErrorWith(kIllegalArgumentError, "Invalid shader type received. (None of .vert/.frag/.tsc/.tse)"));
+  EXPECT_THAT(TryAddProgram("p"_iid, {"simple.vert", "other.vert", ""}), IsErrorOfKind(kIllegalStateError));
   EXPECT_FALSE(loader->HasProgram("p"_iid));
 }
 
@@ -277,6 +281,65 @@ TEST_F(LoaderProgramsTest, AfterResetTheLoaderStartsAnew) {
   AddProgram("p"_iid, {"simple.vert", "simple.frag"});
 }
 
+// The next Init has another resource folder, in which there is nothing.
+TEST_F(LoaderProgramsTest, ACopyIsMadeOfTheFilesThatTheSourceWasFoundIn) {
+  WriteSimpleProgram();
+  AddProgram("p"_iid, {"simple.vert", "simple.frag"});
+  WriteStage("simple_gpu.frag", {"(Int32) newer", "(out Vector4d32) f_color"});
+  ASSERT_THAT(loader->Init(*Url::Create((folder / "elsewhere").string()), &context), IsOk());
+  EXPECT_THAT(TryAddProgram("q"_iid, {"simple.vert", "simple.frag"}), Not(IsOk()));
+  ASSERT_THAT(loader->CopyShader("p"_iid, "q"_iid, 0, &pass, true), IsOk());
+  EXPECT_EQ(*loader->GetActiveProgramFactory(),
+            (loader->SetActiveProgram("p"_iid), *loader->GetActiveProgramFactory()));
+}
+
+TEST_F(LoaderProgramsTest, AnotherContextTakesBackValuesAndAnotherDrawportPrograms) {
+  WriteSimpleProgram();
+  AddProgram("p"_iid, {"simple.vert", "simple.frag"});
+  ASSERT_THAT(loader->CopyShader("p"_iid, "copy"_iid, 0, &pass, true), IsOk());
+  ASSERT_THAT(loader->SetUniform("scale"_iid, 3.0f, 0), IsOk());
+  DrawportProgramFactory* factory = *loader->GetActiveProgramFactory();
+  const DrawportContextRef first = context;
+  context = DrawportContextRef::Adopt(NewObj<RecordingContext>(device, first->GetDrawport()));
+  ASSERT_TRUE(loader->UpdateContext(context));
+  for (const InternedId id : {"p"_iid, "copy"_iid}) {
+    loader->SetActiveProgram(id);
+    EXPECT_EQ(*loader->GetActiveValueSet(), nullptr);
+    EXPECT_EQ(*loader->GetActiveProgramFactory(), factory);
+  }
+  TakeCalls();
+  ASSERT_THAT(loader->UpdateUniforms(&pass), IsOk());
+  EXPECT_TRUE(*loader->GetActiveValueSet());
+  EXPECT_THAT(TakeCalls(), Not(Contains("get program")));
+
+  const DrawportContextRef second = context;
+  context = device.MakeContext();  // of another drawport
+  ASSERT_TRUE(loader->UpdateContext(context));
+  EXPECT_EQ(*loader->GetActiveProgramFactory(), nullptr);
+  EXPECT_EQ(*loader->GetActiveValueSet(), nullptr);
+  TakeCalls();
+  ASSERT_THAT(loader->UpdateUniforms(&pass), IsOk());
+  const std::vector<std::string> calls = TakeCalls();
+  EXPECT_THAT(calls, Contains("program copy"));
+  EXPECT_THAT(calls, Contains("float 0.scale = 3"));
+  EXPECT_NE(*loader->GetActiveProgramFactory(), factory);
+}
+
+TEST_F(LoaderProgramsTest, ResetForgetsTexturesAndKeepsCounters) {
+  TextureBindData texture;
+  texture._dimensions = Vec3<UInt32>(2, 2, 1);
+  texture._format = TextureFormat::F32;
+  texture._numChannels = 1;
+  texture._dataSize = 16;
+  ASSERT_THAT(loader->CreateTexture("t"_iid, texture), IsOk());
+  ASSERT_THAT(loader->AddAtomicCounter("c"_iid), IsOk());
+  ASSERT_THAT(loader->SetAtomicCounter("c"_iid, 5), IsOk());
+  ASSERT_THAT(loader->Reset(), IsOk());
+  EXPECT_EQ(*loader->GetTextureHandle("t"_iid), nullptr);
+  EXPECT_TRUE(loader->UpdateContext(context));
+  EXPECT_EQ(*loader->GetAtomicCounter("c"_iid), 5u);
+}
+
 class LoaderReloadTest : public LoaderTest {
  protected:
   void SetUp() override {
@@ -372,6 +435,41 @@ TEST_F(LoaderReloadTest, AChangedHeaderIsAChange) {
   WriteFile("headed.inc", "#define KINDNESS 2\n", 200);
   ASSERT_THAT(loader->CheckActiveProgramForUpdatedShaders(&pass), IsOk());
   EXPECT_THAT(TakeCalls(), Contains("program headed"));
+}
+
+// The header that is wrong is new: the last good parse has not read it.
+TEST_F(LoaderReloadTest, AWrongHeaderOfAChangedFileIsLookedAtAgain) {
+  WriteFile("simple.inc", "struct Open\n{\n\tfloat x;\n", 200);
+  ChangeFragmentStage();
+  EXPECT_THAT(loader->CheckActiveProgramForUpdatedShaders(&pass), IsErrorOfKind(kIllegalArgumentError));
+  EXPECT_THAT(loader->CheckActiveProgramForUpdatedShaders(&pass), IsOk());  // said once
+  WriteFile("simple.inc", "#define KINDNESS 1\n", 300);
+  TakeCalls();
+  EXPECT_THAT(loader->CheckActiveProgramForUpdatedShaders(&pass), IsOk());
+  EXPECT_THAT(TakeCalls(), Contains("program p"));
+}
+
+// It translates, but what the device makes of it fails.
+TEST_F(LoaderReloadTest, AHeaderThatTheCompilerRefusesIsLookedAtAgain) {
+  WriteFile("simple.inc", "#define KINDNESS missing\n", 200);
+  ChangeFragmentStage();
+  device.failing = "valid program";
+  EXPECT_THAT(loader->CheckActiveProgramForUpdatedShaders(&pass), IsErrorWith(kIllegalStateError, "made-up failure"));
+  device.failing = "";
+  WriteFile("simple.inc", "#define KINDNESS 1\n", 300);
+  TakeCalls();
+  EXPECT_THAT(loader->CheckActiveProgramForUpdatedShaders(&pass), IsOk());
+  EXPECT_THAT(TakeCalls(), Contains("program p"));
+}
+
+TEST_F(LoaderReloadTest, AnUpdateOfTheProgramBuildsWhatTheFilesHoldNow) {
+  g_checkActiveProgramForUpdatedShaders = false;
+  ChangeFragmentStage();
+  ASSERT_THAT(loader->UpdateActiveProgram("simple"_s.GetHashCode(), &pass), IsOk());
+  EXPECT_THAT(TakeCalls(), Contains("program p"));
+  g_checkActiveProgramForUpdatedShaders = true;
+  EXPECT_THAT(loader->CheckActiveProgramForUpdatedShaders(&pass), IsOk());
+  EXPECT_THAT(TakeCalls(), ElementsAre());
 }
 
 }  // namespace

@@ -75,6 +75,19 @@ TEST_F(LoaderTexturesTest, ASingleRowMayBeReadInParts) {
   EXPECT_THAT(TakeCalls(), ElementsAre("staging 65536 use 4", "map texture 1 at 0,0,0 of 16384x1x1",
                                        "map texture 1 at 16384,0,0 of 3616x1x1", "map texture 1 at 0,1,0 of 16384x1x1",
                                        "map texture 1 at 16384,1,0 of 3616x1x1", "release"));
+  TextureBindData row = Describe(20000, 1);
+  ASSERT_THAT(loader->CreateTexture("row"_iid, row), IsOk());
+  TakeCalls();
+  ASSERT_THAT(ReadBack("row"_iid), IsOk());
+  EXPECT_THAT(TakeCalls(), ElementsAre("staging 65536 use 4", "map texture 1 at 0,0,0 of 16384x1x1",
+                                       "map texture 1 at 16384,0,0 of 3616x1x1", "release"));
+  TextureBindData slices = Describe(20000, 1);
+  slices._dimensions.z = 2;
+  slices._dataSize *= 2;
+  ASSERT_THAT(loader->CreateTexture("slices"_iid, slices), IsOk());
+  TakeCalls();
+  ASSERT_THAT(ReadBack("slices"_iid), IsOk());
+  EXPECT_EQ(TakeCalls().size(), 6u);
 }
 
 TEST_F(LoaderTexturesTest, RowsWithGapsAreRefusedInsteadOfOverrunning) {
@@ -88,6 +101,12 @@ TEST_F(LoaderTexturesTest, RowsWithGapsAreRefusedInsteadOfOverrunning) {
   EXPECT_EQ(TakeCalls().back(), "release");
   Store("aligned"_iid, 64, 3);
   EXPECT_THAT(ReadBack("aligned"_iid), IsOk());
+  // Blocks whose gaps would not even fit the staging memory.
+  TextureBindData large = Describe(60, 1000);
+  ASSERT_THAT(loader->CreateTexture("large"_iid, large), IsOk());
+  TakeCalls();
+  EXPECT_THAT(ReadBack("large"_iid), IsErrorOfKind(kIllegalStateError));
+  EXPECT_THAT(TakeCalls(), ElementsAre("staging 65536 use 4", "release"));
 }
 
 TEST_F(LoaderTexturesTest, AReadThatFailsSaysSoAndReleasesItsStagingBuffer) {
@@ -172,6 +191,33 @@ TEST_F(LoaderTexturesTest, ACreatedTextureIsThereWhenTheCallReturns) {
   const auto read = ReadBack("t"_iid);
   ASSERT_THAT(read, IsOk());
   EXPECT_EQ(reinterpret_cast<const Float32*>(read->GetIf<SamplingData>()->_texels)[0], 0.0f);
+  // A texture that the device has not been told of is none.
+  device.failing = "execute";
+  TextureBindData other = Describe(8, 8);
+  EXPECT_THAT(loader->CreateTexture("t"_iid, other), IsErrorWith(kIllegalStateError, "made-up failure"));
+  EXPECT_THAT(loader->CreateTexture("u"_iid, other), IsErrorWith(kIllegalStateError, "made-up failure"));
+  EXPECT_EQ((*loader->GetTextureHandle("t"_iid))->GetDescription().extent.width, 4);
+  EXPECT_EQ(*loader->GetTextureHandle("u"_iid), nullptr);
+}
+
+// Size and bytes are those of the texture that is held.
+TEST_F(LoaderTexturesTest, TexturesOfOneKeyButOtherExtentsAreOthers) {
+  AddStages();
+  const auto create = [&](UInt32 width, UInt32 height, UInt32 depth) {
+    TextureBindData data = Describe(width, height);
+    data._dimensions.z = depth;
+    data._dataSize = 0;
+    ASSERT_THAT(loader->CreateTexture("t"_iid, data), IsOk());
+    const DrawportExtent& extent = (*loader->GetTextureHandle("t"_iid))->GetDescription().extent;
+    EXPECT_EQ(extent.width, width);
+    EXPECT_EQ(extent.height, height);
+    EXPECT_EQ(extent.depth, depth);
+  };
+  create(8, 8, 1);
+  ASSERT_THAT(loader->SetTextureToActiveProgram("t"_iid, "image"_iid, 1), IsOk());
+  create(4, 4, 1);
+  ASSERT_THAT(loader->SetTextureToActiveProgram("t"_iid, "image"_iid, 0), IsOk());
+  create(4, 4, 4);
 }
 
 TEST_F(LoaderTexturesTest, AnUpdateReplacesTheTexels) {
@@ -250,9 +296,15 @@ TEST_F(LoaderTexturesTest, TexturesOfOthersAreAdoptedWithBothHandlesOnly) {
       IsErrorWith(kIllegalStateError, "The texture \"image\" was made elsewhere; nothing is known about its texels."));
   EXPECT_THAT(loader->UpdateTextureBindData("image"_iid, Describe(4, 2)),
               IsErrorWith(kIllegalArgumentError, "texture for update could not be found"));
-  // An entry that is there keeps what it describes.
+  // An entry that is there keeps what it describes, and stays when a handle is missing.
   ASSERT_THAT(loader->SetSamplerAndTextureHandle("own"_iid, texture, sampler, {}, {}), IsOk());
   EXPECT_THAT(ReadBack("own"_iid), IsOk());
+  Store("larger"_iid, 8, 8);
+  DrawportTexture* larger = *loader->GetTextureHandle("larger"_iid);
+  EXPECT_THAT(loader->SetSamplerAndTextureHandle("own"_iid, larger, nullptr, {}, {}), isNull);
+  EXPECT_EQ(*loader->GetTextureHandle("own"_iid), texture);
+  ASSERT_THAT(loader->SetSamplerAndTextureHandle("own"_iid, larger, sampler, {}, {}), IsOk());
+  EXPECT_THAT(ReadBack("own"_iid), IsErrorOfKind(kIllegalStateError));
 }
 
 TEST_F(LoaderTexturesTest, TexturesOfTheDrawPassReachEveryStageThatNamesThem) {
@@ -291,6 +343,23 @@ TEST_F(LoaderTexturesTest, DeletedTexturesLeaveTheirDescriptionInLinks) {
   ASSERT_THAT(loader->UpdateUniforms(&pass), IsOk());
   EXPECT_THAT(TakeCalls(), Contains("texture 6.image = 8"));
   EXPECT_THAT(loader->DeleteTexture("nothing"_iid), IsOk());
+}
+
+TEST_F(LoaderTexturesTest, DeletedTexturesLeaveTheLinksOfAllPrograms) {
+  AddStages();
+  Store("a"_iid, 4, 2);
+  ASSERT_THAT(loader->SetTextureToActiveProgram("a"_iid, "image"_iid, 0), IsOk());
+  ASSERT_THAT(loader->SetTextureToActiveProgram("a"_iid, "image"_iid, 1), IsOk());
+  AddProgram("q"_iid, {"t.vert", "t.frag"});
+  ASSERT_THAT(loader->SetTextureToActiveProgram("a"_iid, "image"_iid, 1), IsOk());
+  ASSERT_THAT(loader->DeleteTexture("a"_iid), IsOk());
+  TakeCalls();
+  ASSERT_THAT(loader->UpdateUniforms(&pass), IsOk());
+  EXPECT_THAT(TakeCalls(), Contains("texture 6.image = -1"));
+  loader->SetActiveProgram("p"_iid);
+  TakeCalls();
+  ASSERT_THAT(loader->UpdateUniforms(&pass), IsOk());
+  EXPECT_THAT(TakeCalls(), IsSupersetOf({"texture 0.image = -1", "texture 6.image = -1"}));
 }
 
 TEST_F(LoaderTexturesTest, CopyingTexelsDoesNothing) {
