@@ -72,6 +72,7 @@ Result<void> DrawportRenderer::Execute(Bool wait) {
 }
 
 Result<BaseArray<Byte>> DrawportRenderer::ReadTexture(DrawportTexture& texture) {
+  if (!_context) return OSTRA_ILLEGAL_STATE("A renderer needs a drawport context.");
   const DrawportTextureDescription& description = texture.GetDescription();
   const auto [width, height, depth] = description.extent;
   const Int rowSize = width * description.format->GetBytesPerPixel();

@@ -88,9 +88,16 @@ Result<void> DrawportVertexAttributeLayoutDescription::InitVertexAttributes(Int3
 Result<void> DrawportVertexAttributeSetDescription::Assign(InternedId name, DrawportVertexBuffer* buffer,
                                                            DrawportDeviceBuffer* subBuffer) {
   const BaseArray<DrawportVertexAttribute>& attributes = _layout.GetAttributes();
+  const auto hasName = [&](std::string_view wanted) {
+    for (const DrawportVertexAttribute& attribute : attributes)
+      if (attribute.name.GetView() == wanted) return true;
+    return false;
+  };
+  const std::string_view meant = name.GetView() == "texUv" && !hasName("texUv") ? "uv" : name.GetView();
+  if (subBuffer && _subBuffer && subBuffer != _subBuffer)
+    return OSTRA_ILLEGAL_ARGUMENT("The attribute \"@\" lies in another buffer than those before it.", name);
   for (Int i = 0; i < attributes.GetCount(); ++i) {
-    const Bool isOtherName = name.GetView() == "texUv" && attributes[i].name.GetView() == "uv";
-    if (attributes[i].name != name && !isOtherName) continue;
+    if (attributes[i].name.GetView() != meant) continue;
     if (_buffers.GetCount() <= i) OSTRA_RETURN_IF_ERROR(_buffers.Resize(attributes.GetCount()));
     _buffers[i] = buffer;
     if (!_subBuffer) _subBuffer = subBuffer;

@@ -56,7 +56,8 @@ class OSTRA_API DrawportVertexAttributeSetDescription {
   explicit DrawportVertexAttributeSetDescription(const DrawportVertexAttributeLayout& layout) : _layout(layout) {}
 
   // The buffer of an attribute, and which of its sub-buffers; null while there is none. The attribute "uv" is also
-  // called "texUv". Errors: illegal argument for a name that the layout does not have; out of memory.
+  // called "texUv". Errors: illegal argument for a name that the layout does not have, or another sub-buffer than that
+  // of other attributes; out of memory.
   Result<void> Assign(InternedId name, DrawportVertexBuffer* buffer, DrawportDeviceBuffer* subBuffer = nullptr);
 
   // Forgets all buffers.

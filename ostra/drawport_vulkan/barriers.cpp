@@ -38,6 +38,7 @@ void CommandList::RecordBarrier(VkPipelineStageFlags from, VkAccessFlags fromAcc
 
 Result<void> CommandList::AddMemoryBarrier(DrawportBarrierBits bits) {
   if (!HasAnyBit(bits, DrawportBarrierBits::StorageBuffer | DrawportBarrierBits::Texture)) return OK;
+  SuspendPass();                       // beginning again shows all that draws have written
   if (!_hasUnseenDispatch) return OK;  // nothing was written since the last one
   OSTRA_RETURN_IF_ERROR(BeginBatch());
   const Bool isForStorage = HasAnyBit(bits, DrawportBarrierBits::StorageBuffer);

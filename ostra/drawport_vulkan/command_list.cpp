@@ -77,7 +77,8 @@ void CommandList::Abandon(Batch& batch) {
   for (const DeviceResourceRef& resource : batch.kept) resource->ForgetBatch(batch.serial);
   batch.kept.Clear();
   _isRendering = false;
-  _uniformHead = batch.uniformEnd;  // where the batch began
+  if (_clearedBy == batch.serial) _isCleared = false;  // the pass clears once more
+  _uniformHead = batch.uniformEnd;                     // where the batch began
   _current = nullptr;
   // The barriers that it recorded have gone with it.
   _hasUnseenDispatch = true;

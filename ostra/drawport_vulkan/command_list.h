@@ -159,6 +159,7 @@ class CommandList final : public DrawportCommandList {
   RenderTargetRef _target;
   DrawportClearValues _clear;
   Bool _isCleared = false;
+  UInt64 _clearedBy = 0;  // batch
   Bool _isRendering = false;
   Bool _hasDrawn = false;  // ever
   // The state of the last draw with its pipeline: most draws differ in their values alone.

@@ -43,7 +43,7 @@ Bool Context::IsFeatureSupported(DrawportFeature feature) const {
     case DrawportFeature::ShaderHalfFloat:
       return GetDevice().HasHalfFloats();
     case DrawportFeature::MultisampleTexture:
-      return GetDevice().CanDraw() && GetDevice().HasSampleShading();
+      return GetDevice().GetGraphics().canDraw && GetDevice().GetGraphics().hasSampleShading;
   }
   return false;
 }

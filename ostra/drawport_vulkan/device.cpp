@@ -125,10 +125,14 @@ Result<void> Device::CreateDevice() {
   VkPhysicalDeviceDynamicRenderingFeaturesKHR wantsRendering = {
       VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_DYNAMIC_RENDERING_FEATURES_KHR};
   wantsRendering.dynamicRendering = VK_TRUE;
-  _canDraw = hasRendering.dynamicRendering && _driver->GetSnapshot(_index).queueFamilies[_queueFamily].hasGraphics;
-  if (_canDraw) wants12.pNext = &wantsRendering;
-  _hasTessellation = wants.features.tessellationShader;
-  _hasSampleShading = wants.features.sampleRateShading;
+  _graphics.canDraw =
+      hasRendering.dynamicRendering && _driver->GetSnapshot(_index).queueFamilies[_queueFamily].hasGraphics;
+  if (_graphics.canDraw) wants12.pNext = &wantsRendering;
+  _graphics.hasTessellation = wants.features.tessellationShader;
+  _graphics.hasSampleShading = wants.features.sampleRateShading;
+  _graphics.hasVertexStores = wants.features.vertexPipelineStoresAndAtomics;
+  _graphics.hasFragmentStores = wants.features.fragmentStoresAndAtomics;
+  _graphics.hasIndependentBlend = wants.features.independentBlend;
   _hasHalfFloats = wants12.shaderFloat16 && wants11.storageBuffer16BitAccess;
   _hasFormatlessImages =
       wants.features.shaderStorageImageReadWithoutFormat && wants.features.shaderStorageImageWriteWithoutFormat;
@@ -137,7 +141,7 @@ Result<void> Device::CreateDevice() {
   const char* extensions[2];
   UInt32 extensionCount = 0;
   if (_hasBudgetExtension) extensions[extensionCount++] = VK_EXT_MEMORY_BUDGET_EXTENSION_NAME;
-  if (_canDraw) extensions[extensionCount++] = VK_KHR_DYNAMIC_RENDERING_EXTENSION_NAME;
+  if (_graphics.canDraw) extensions[extensionCount++] = VK_KHR_DYNAMIC_RENDERING_EXTENSION_NAME;
   const Float32 priority = 1;
   VkDeviceQueueCreateInfo queue = {VK_STRUCTURE_TYPE_DEVICE_QUEUE_CREATE_INFO};
   queue.queueFamilyIndex = _queueFamily;

@@ -9,6 +9,16 @@ namespace ostra::vulkan {
 
 class ProgramStore;
 
+// What of graphics a device has.
+struct GraphicsFeatures {
+  Bool canDraw = false;  // a queue that draws, and passes that begin without an object of their own
+  Bool hasTessellation = false;
+  Bool hasSampleShading = false;
+  Bool hasVertexStores = false;  // all stages before the fragment stage
+  Bool hasFragmentStores = false;
+  Bool hasIndependentBlend = false;  // targets may differ in what is written and mixed
+};
+
 class Device final : public DrawportCounted<Device, DrawportObject> {
  public:
   // The device of the plan's place `index`, running or new. Errors: illegal argument when there is no such place;
@@ -31,10 +41,9 @@ class Device final : public DrawportCounted<Device, DrawportObject> {
 
   Bool HasHalfFloats() const { return _hasHalfFloats; }
   Bool HasFormatlessImages() const { return _hasFormatlessImages; }
-  // Whether there are graphics at all: a queue that draws, and passes that begin without an object of their own.
-  Bool CanDraw() const { return _canDraw; }
-  Bool HasTessellation() const { return _hasTessellation; }
-  Bool HasSampleShading() const { return _hasSampleShading; }
+  const GraphicsFeatures& GetGraphics() const { return _graphics; }
+  // For tests: what another device would have. Before anything is drawn.
+  void SetGraphics(const GraphicsFeatures& graphics) { _graphics = graphics; }
   // A fault of Mesa's software driver: it counts the vertices that a draw of patches is divided into in 16 bits.
   Bool MiscountsPatches() const { return _miscountsPatches; }
 
@@ -76,9 +85,7 @@ class Device final : public DrawportCounted<Device, DrawportObject> {
   Bool _hasHalfFloats = false;
   Bool _hasFormatlessImages = false;
   Bool _hasBudgetExtension = false;
-  Bool _canDraw = false;
-  Bool _hasTessellation = false;
-  Bool _hasSampleShading = false;
+  GraphicsFeatures _graphics;
   Bool _miscountsPatches = false;
 
   std::mutex _queueMutex;

@@ -66,6 +66,7 @@ Result<void> CommandList::BeginDrawPass(DrawportRenderTarget& renderTarget, cons
   _target = RenderTargetRef(&target);
   _clear = clear;
   _isCleared = false;
+  _clearedBy = 0;
   return OK;
 }
 
@@ -125,6 +126,7 @@ void CommandList::BeginRendering(RenderTarget& target) {
   vkCmdSetScissor(_current->commands, 0, 1, &info.renderArea);
   _boundVariant = VK_NULL_HANDLE;
   _boundVertices = nullptr;
+  if (!_isCleared) _clearedBy = _current->serial;
   _isCleared = true;
   _isRendering = true;
   _hasDrawn = true;
@@ -152,6 +154,8 @@ Result<void> CommandList::CheckDraw(const DrawportDrawCall& call, ProgramFactory
   if (call.count > kMost || call.first > kMost - call.count || call.instanceCount > kMost)
     return OSTRA_ILLEGAL_ARGUMENT("@ vertices from @ on and @ instances are more than a draw can have.", call.count,
                                   call.first, call.instanceCount);
+  if (static_cast<Int32>(call.topology) < 0 || call.topology > DrawportTopology::Patches)
+    return OSTRA_ILLEGAL_ARGUMENT("@ is no topology; there are 0 to 5.", static_cast<Int32>(call.topology));
   const Bool arePatches = call.topology == DrawportTopology::Patches;
   if (arePatches != factory.HasTessellation())
     return OSTRA_ILLEGAL_ARGUMENT(arePatches ? "Patches are drawn by programs with tessellation stages only."

@@ -39,25 +39,11 @@ VkCompareOp GetCompare(DrawportDepthTestMode mode) {
   return kCompares[static_cast<Int32>(mode)];
 }
 
-Bool HasIntegers(VkFormat format) {
-  switch (format) {
-    case VK_FORMAT_R32_UINT:
-    case VK_FORMAT_R32_SINT:
-    case VK_FORMAT_R32G32_UINT:
-    case VK_FORMAT_R32G32_SINT:
-    case VK_FORMAT_R32G32B32A32_UINT:
-    case VK_FORMAT_R32G32B32A32_SINT:
-      return true;
-    default:
-      return false;
-  }
-}
-
 VkPipelineColorBlendAttachmentState MakeBlending(const GraphicsState& graphics, UInt32 target) {
   const DrawportStateDescription& state = graphics.state;
   VkPipelineColorBlendAttachmentState blending = {};
   blending.blendEnable = state.GetAlphaBlendingMode() == DrawportAlphaBlendingMode::On &&
-                         !HasIntegers(graphics.targets.colors[target]);  // there is nothing to mix
+                         (graphics.targets.blendMask & (1u << target)) != 0;
   blending.srcColorBlendFactor = GetFactor(state.GetSourceColorFactor());
   blending.dstColorBlendFactor = GetFactor(state.GetTargetColorFactor());
   blending.colorBlendOp = VK_BLEND_OP_ADD;
@@ -168,7 +154,15 @@ Result<VkPipeline> Pipeline::CreateVariant(const GraphicsState& state) const {
   const VkPipelineDepthStencilStateCreateInfo depthTest = MakeDepthTest(state);
 
   VkPipelineColorBlendAttachmentState blending[kMaxColorTargets];
-  for (UInt32 i = 0; i < state.targets.colorCount; ++i) blending[i] = MakeBlending(state, i);
+  for (UInt32 i = 0; i < state.targets.colorCount; ++i) {
+    blending[i] = MakeBlending(state, i);
+    const Bool isDifferent =
+        blending[i].blendEnable != blending[0].blendEnable || blending[i].colorWriteMask != blending[0].colorWriteMask;
+    if (isDifferent && !GetDevice().GetGraphics().hasIndependentBlend)
+      return OSTRA_ILLEGAL_STATE(
+          "The GPU device treats all targets alike: the program must give the colours of all, in "
+          "formats that are all mixed or all not.");
+  }
   VkPipelineColorBlendStateCreateInfo blendInfo = {VK_STRUCTURE_TYPE_PIPELINE_COLOR_BLEND_STATE_CREATE_INFO};
   blendInfo.attachmentCount = state.targets.colorCount;
   blendInfo.pAttachments = blending;

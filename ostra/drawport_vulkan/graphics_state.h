@@ -18,6 +18,7 @@ struct VertexInput {
 struct TargetFormats {
   VkFormat colors[kMaxColorTargets] = {};
   UInt32 colorCount = 0;
+  UInt32 blendMask = 0;  // bit by target: the device can mix its format
   VkFormat depth = VK_FORMAT_UNDEFINED;
   VkSampleCountFlagBits samples = VK_SAMPLE_COUNT_1_BIT;
   friend Bool operator==(const TargetFormats&, const TargetFormats&) = default;

@@ -144,6 +144,10 @@ Result<void> ImageResource::Init() {
   OSTRA_RETURN_IF_ERROR(CheckSize(info));
   OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkCreateImage(device, &info, nullptr, &_image)));
 
+  VkFormatProperties properties;
+  vkGetPhysicalDeviceFormatProperties(GetDevice().GetPhysicalDevice(), _format.format, &properties);
+  _isFilterable = (properties.optimalTilingFeatures & VK_FORMAT_FEATURE_SAMPLED_IMAGE_FILTER_LINEAR_BIT) != 0;
+
   VkMemoryRequirements requirements;
   vkGetImageMemoryRequirements(device, _image, &requirements);
   OSTRA_ASSIGN_OR_RETURN(_piece,
@@ -226,11 +230,16 @@ Result<SamplerRef> SamplerResource::Create(Device& device, UInt8 key) {
   info.addressModeW = GetAddressMode((key >> 6) & 3);
   info.borderColor = VK_BORDER_COLOR_FLOAT_TRANSPARENT_BLACK;
   OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkCreateSampler(device.GetHandle(), &info, nullptr, &sampler->_sampler)));
+  if (!isLinear) return held;
+  info.magFilter = VK_FILTER_NEAREST;
+  info.minFilter = VK_FILTER_NEAREST;
+  OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkCreateSampler(device.GetHandle(), &info, nullptr, &sampler->_nearest)));
   return held;
 }
 
 void SamplerResource::Free() {
-  if (_sampler) vkDestroySampler(GetDevice().GetHandle(), _sampler, nullptr);
+  for (const VkSampler sampler : {_sampler, _nearest})
+    if (sampler) vkDestroySampler(GetDevice().GetHandle(), sampler, nullptr);
 }
 
 Result<CounterRef> CounterResource::Create(Device& device) {

@@ -33,6 +33,7 @@ class ImageResource final : public DeviceResource, public DrawportTexture {
   VkImageSubresourceLayers GetLayers(const DrawportRegion& region) const;
   DrawportRegion GetRegionInLayer(const DrawportRegion& region) const;
   const FormatInfo& GetFormat() const { return _format; }
+  Bool IsFilterable() const { return _isFilterable; }
   Bool IsDepth() const { return _description.depthFormat != DrawportDepthFormat::None; }
   VkImageAspectFlags GetAspect() const { return IsDepth() ? VK_IMAGE_ASPECT_DEPTH_BIT : VK_IMAGE_ASPECT_COLOR_BIT; }
   // Bytes from one row of `width` texels to the next in staging buffers.
@@ -60,6 +61,7 @@ class ImageResource final : public DeviceResource, public DrawportTexture {
   DrawportTextureDescription _description;
   FormatInfo _format;
   Bool _isTarget;
+  Bool _isFilterable = false;
   VkImage _image = VK_NULL_HANDLE;
   VkImageView _view = VK_NULL_HANDLE;
   VkImageView _layeredView = VK_NULL_HANDLE;  // 1D and 2D only
@@ -76,7 +78,8 @@ class SamplerResource final : public DeviceResource, public DrawportTextureSampl
 
   SamplerResource(DeviceRef device, UInt8 key) : DeviceResource(std::move(device)), _key(key) {}
 
-  VkSampler GetHandle() const { return _sampler; }
+  // What filters, or its twin that does not, for textures that the device cannot filter.
+  VkSampler GetHandle(Bool isFilterable) const { return isFilterable || !_nearest ? _sampler : _nearest; }
   UInt8 GetKey() const { return _key; }
 
  private:
@@ -84,6 +87,7 @@ class SamplerResource final : public DeviceResource, public DrawportTextureSampl
 
   UInt8 _key;
   VkSampler _sampler = VK_NULL_HANDLE;
+  VkSampler _nearest = VK_NULL_HANDLE;  // of one that filters
 };
 using SamplerRef = StrongRef<SamplerResource>;
 

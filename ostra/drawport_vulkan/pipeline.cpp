@@ -11,10 +11,14 @@ namespace {
 
 constexpr UInt32 kSpirvMagic = 0x07230203;
 constexpr Int kSpirvHeaderWords = 5;
+constexpr UInt32 kOpExecutionMode = 16;
+constexpr UInt32 kOpCapability = 17;
 constexpr UInt32 kOpDecorate = 71;
 constexpr UInt32 kOpVariable = 59;
 constexpr UInt32 kDecorationLocation = 30;
 constexpr UInt32 kDecorationBinding = 33;
+constexpr UInt32 kModeDepthReplacing = 12;
+constexpr UInt32 kCapabilitySampleRateShading = 35;
 constexpr UInt32 kStorageInput = 1;
 constexpr UInt32 kStorageOutput = 3;
 
@@ -36,24 +40,37 @@ Result<void> ForEachInstruction(Block<const UInt32> spirv, Use&& use) {
 struct KindLimit {
   VkDescriptorType type;
   UInt32 VkPhysicalDeviceLimits::*limit;
+  Bool isPerStage;
   const char* name;
 };
 constexpr KindLimit kKindLimits[] = {
-    {VK_DESCRIPTOR_TYPE_STORAGE_BUFFER, &VkPhysicalDeviceLimits::maxPerStageDescriptorStorageBuffers, "buffers"},
-    {VK_DESCRIPTOR_TYPE_STORAGE_BUFFER_DYNAMIC, &VkPhysicalDeviceLimits::maxDescriptorSetStorageBuffersDynamic,
-     "values without a type code"},
-    {VK_DESCRIPTOR_TYPE_COMBINED_IMAGE_SAMPLER, &VkPhysicalDeviceLimits::maxPerStageDescriptorSampledImages,
+    {VK_DESCRIPTOR_TYPE_STORAGE_BUFFER, &VkPhysicalDeviceLimits::maxPerStageDescriptorStorageBuffers, true, "buffers"},
+    {VK_DESCRIPTOR_TYPE_STORAGE_BUFFER_DYNAMIC, &VkPhysicalDeviceLimits::maxDescriptorSetStorageBuffersDynamic, false,
+     "values without a type code and stages with gradients"},
+    {VK_DESCRIPTOR_TYPE_COMBINED_IMAGE_SAMPLER, &VkPhysicalDeviceLimits::maxPerStageDescriptorSampledImages, true,
      "textures"},
-    {VK_DESCRIPTOR_TYPE_STORAGE_IMAGE, &VkPhysicalDeviceLimits::maxPerStageDescriptorStorageImages, "images"},
+    {VK_DESCRIPTOR_TYPE_COMBINED_IMAGE_SAMPLER, &VkPhysicalDeviceLimits::maxPerStageDescriptorSamplers, true,
+     "textures"},
+    {VK_DESCRIPTOR_TYPE_STORAGE_IMAGE, &VkPhysicalDeviceLimits::maxPerStageDescriptorStorageImages, true, "images"},
 };
 
-Result<void> CheckLimits(const Device& device, const BaseArray<PipelineBinding>& bindings) {
+Result<void> CheckLimits(const Device& device, const BaseArray<PipelineStage>& stages,
+                         const BaseArray<PipelineBinding>& bindings) {
   for (const KindLimit& kind : kKindLimits) {
-    const auto count = static_cast<UInt32>(std::count_if(
-        bindings.begin(), bindings.end(), [&](const PipelineBinding& binding) { return binding.type == kind.type; }));
+    UInt32 all = 0, most = 0;  // of one stage
+    for (const PipelineStage& stage : stages) {
+      const auto count =
+          static_cast<UInt32>(std::count_if(bindings.begin(), bindings.end(), [&](const PipelineBinding& binding) {
+            return binding.type == kind.type && (binding.stages & GetStageFlag(stage.stage)) != 0;
+          }));
+      all += count;
+      most = std::max(most, count);
+    }
+    const UInt32 count = kind.isPerStage ? most : all;
     const UInt32 limit = device.GetLimits().*kind.limit;
     if (count > limit)
-      return OSTRA_ILLEGAL_ARGUMENT("The kernel uses @ @; the GPU device has room for @.", count, kind.name, limit);
+      return OSTRA_ILLEGAL_ARGUMENT("The GPU program uses @ @@; the GPU device has room for @.", count, kind.name,
+                                    kind.isPerStage && stages.GetCount() > 1 ? " in one stage" : "", limit);
   }
   return OK;
 }
@@ -110,14 +127,32 @@ Result<BaseArray<UInt32>> FindLocations(Block<const UInt32> spirv, Bool ofInputs
   return locations;
 }
 
+Bool WritesDepth(Block<const UInt32> spirv) {
+  Bool found = false;
+  static_cast<void>(ForEachInstruction(spirv, [&](UInt32 instruction, const UInt32* operands, Int count) {
+    found = found || (instruction == kOpExecutionMode && count >= 2 && operands[1] == kModeDepthReplacing);
+    return Result<void>(OK);
+  }));
+  return found;
+}
+
+Bool RunsForSamples(Block<const UInt32> spirv) {
+  Bool found = false;
+  static_cast<void>(ForEachInstruction(spirv, [&](UInt32 instruction, const UInt32* operands, Int count) {
+    found = found || (instruction == kOpCapability && count >= 1 && operands[0] == kCapabilitySampleRateShading);
+    return Result<void>(OK);
+  }));
+  return found;
+}
+
 Result<PipelineRef> Pipeline::Create(Device& device, const ContentKey& key, BaseArray<PipelineStage> stages,
                                      Block<const PipelineBinding> bindings, VkPipelineCache cache) {
   Pipeline* pipeline = NewObj<Pipeline>(DeviceRef(&device), key);
   if (!pipeline) return OSTRA_OUT_OF_MEMORY();
   PipelineRef held = PipelineRef::Adopt(pipeline);
   for (Int i = 0; i < bindings.GetCount(); ++i) OSTRA_RETURN_IF_ERROR(pipeline->_bindings.Append(bindings[i]));
-  OSTRA_RETURN_IF_ERROR(CheckLimits(device, pipeline->_bindings));
   pipeline->_stages = std::move(stages);
+  OSTRA_RETURN_IF_ERROR(CheckLimits(device, pipeline->_stages, pipeline->_bindings));
   OSTRA_RETURN_IF_ERROR(pipeline->Init(cache));
   return held;
 }

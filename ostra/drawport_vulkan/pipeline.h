@@ -23,6 +23,7 @@ struct PipelineStage {
   BaseArray<UInt32> words;  // not kept by a pipeline
   BaseArray<UInt32> inputs;
   BaseArray<UInt32> outputs;
+  Bool writesDepth = false;
 };
 
 VkShaderStageFlagBits GetStageFlag(DrawportStage stage);
@@ -99,5 +100,9 @@ Result<BaseArray<UInt32>> FindBindings(Block<const UInt32> spirv);
 
 // The locations of the inputs, or of the outputs, of SPIR-V words; of matrices the first one. Error: out of memory.
 Result<BaseArray<UInt32>> FindLocations(Block<const UInt32> spirv, Bool ofInputs);
+
+// Whether the words compute the depth of a pixel, and whether they run for each sample.
+Bool WritesDepth(Block<const UInt32> spirv);
+Bool RunsForSamples(Block<const UInt32> spirv);
 
 }  // namespace ostra::vulkan

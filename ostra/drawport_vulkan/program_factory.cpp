@@ -286,6 +286,9 @@ Result<void> ProgramFactory::SetParameterNoise(DrawportParameterValueSet& values
 
 Result<void> ProgramFactory::SetParameterGradient(DrawportParameterValueSet& values, DrawportParameterHandle handle,
                                                   const GradientRenderData& gradient) {
+  // Where the compiler has left no reader there is no room for segments either.
+  constexpr UInt32 kNone[2] = {0, 0};
+  if (!HasGradients()) return SetValue(values, handle, DrawportShaderValueType::Gradient, kNone, sizeof(kNone));
   if (!handle) return OK;
   // Segments of all gradients lie one behind the other; what a program has is where its own begin, and their number.
   BaseArray<ShaderGradientSegment>& segments = static_cast<ValueSet&>(values).GetGradients();

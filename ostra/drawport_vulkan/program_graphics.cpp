@@ -61,10 +61,7 @@ Result<void> ProgramFactory::FindVariables(const BaseArray<ProgramStage>& stages
       OSTRA_RETURN_IF_ERROR(
           (isAttribute ? _attributes : _colors).Append(StageVariable{name, parameter.valueType, location}));
     }
-    // A depth that is written counts, whether somebody said so or not.
-    for (const ShaderParameter& parameter : stages[i].records.parameters)
-      _writesDepth =
-          _writesDepth || (parameter.kind == ShaderParameterKind::Output && parameter.name.Contains("depth"));
+    _writesDepth = _writesDepth || compiled.writesDepth;
   }
   return OK;
 }
@@ -94,6 +91,10 @@ Result<void> ProgramFactory::AddAttributes(const DrawportVertexAttributeSet* att
                                         static_cast<UInt32>(attribute->offset)};
   }
   if (_attributes.IsEmpty()) return OK;
+  const VkPhysicalDeviceLimits& limits = GetDevice().GetLimits();
+  const Int stride = attributes->GetLayout().GetStride();
+  if (stride > limits.maxVertexInputBindingStride || stride > limits.maxVertexInputAttributeOffset)
+    return OSTRA_ILLEGAL_ARGUMENT("Vertices of @ bytes are larger than those of the GPU device.", stride);
   state.stride = static_cast<UInt32>(attributes->GetLayout().GetStride());
   state.isPerInstance = attributes->GetLayout().IsPerInstance();
   return OK;

@@ -1,4 +1,5 @@
 // How a description becomes a program: assembly, compilation, and the place of every parameter.
+#include <algorithm>
 #include <tuple>
 
 #include "ostra/drawport_vulkan/program_factory.h"
@@ -32,23 +33,61 @@ Int FindBinding(const BaseArray<PipelineBinding>& bindings, Int number) {
   return -1;
 }
 
+// Locations between this stage and its neighbours.
+UInt32 GetVaryingLimit(const VkPhysicalDeviceLimits& limits, DrawportStage stage) {
+  switch (stage) {
+    case DrawportStage::TessellationControl:
+      return std::min(limits.maxTessellationControlPerVertexInputComponents,
+                      limits.maxTessellationControlPerVertexOutputComponents) /
+             4;
+    case DrawportStage::TessellationEvaluation:
+      return std::min(limits.maxTessellationEvaluationInputComponents,
+                      limits.maxTessellationEvaluationOutputComponents) /
+             4;
+    case DrawportStage::Fragment:
+      return limits.maxFragmentInputComponents / 4;
+    default:
+      return limits.maxVertexOutputComponents / 4;
+  }
+}
+
+Bool IsWritten(const ShaderParameter& parameter) {
+  if (parameter.kind == ShaderParameterKind::Buffer)
+    return !parameter.isValue && parameter.access == DrawportBufferAccess::ReadWrite;
+  return parameter.kind == ShaderParameterKind::Counter ||
+         (parameter.kind == ShaderParameterKind::Value && parameter.valueType == DrawportShaderValueType::AtomicUInt);
+}
+
+Result<void> CheckWrites(const GraphicsFeatures& features, const ProgramStage& stage) {
+  if (stage.stage == DrawportStage::Fragment ? features.hasFragmentStores : features.hasVertexStores) return OK;
+  for (const ShaderParameter& parameter : stage.records.parameters) {
+    if (IsWritten(parameter))
+      return OSTRA_ILLEGAL_STATE("The GPU device cannot write in the @: \"@\" must be const.",
+                                 GetStageName(stage.stage), parameter.name);
+  }
+  for (const ShaderTexture& texture : stage.records.textures) {
+    if (texture.isImage)
+      return OSTRA_ILLEGAL_STATE("The GPU device cannot write in the @, which has the image \"@\".",
+                                 GetStageName(stage.stage), texture.name);
+  }
+  return OK;
+}
+
 Result<void> CheckGraphics(const Device& device, const BaseArray<ProgramStage>& stages) {
-  const VkPhysicalDeviceLimits& limits = device.GetLimits();
-  if (!device.CanDraw()) return OSTRA_ILLEGAL_STATE("The GPU device cannot draw.");
+  const GraphicsFeatures& features = device.GetGraphics();
+  if (!features.canDraw) return OSTRA_ILLEGAL_STATE("The GPU device cannot draw.");
   for (const ProgramStage& stage : stages) {
-    if (stage.stage == DrawportStage::TessellationControl && !device.HasTessellation())
+    if (stage.stage == DrawportStage::TessellationControl && !features.hasTessellation)
       return OSTRA_ILLEGAL_STATE("The GPU device does not support tessellation, which the program requires.");
+    OSTRA_RETURN_IF_ERROR(CheckWrites(features, stage));
+    const Int limit = GetVaryingLimit(device.GetLimits(), stage.stage);
     Int attributes = 0;
     for (const ShaderParameter& parameter : stage.records.parameters) {
       attributes += parameter.kind == ShaderParameterKind::Attribute;
-      const Bool isVarying = parameter.kind == ShaderParameterKind::Varying;
-      const Int end = parameter.binding + GetLocationCount(parameter.valueType);
-      if (isVarying && 4 * end > static_cast<Int>(limits.maxVertexOutputComponents))
-        return OSTRA_ILLEGAL_ARGUMENT("The varyings of the GPU program take more than the @ places of the GPU device.",
-                                      limits.maxVertexOutputComponents / 4);
-      if (parameter.kind == ShaderParameterKind::Output && parameter.binding >= kMaxColorTargets)
-        return OSTRA_ILLEGAL_ARGUMENT("The fragment stage of the GPU program has more than @ colours.",
-                                      kMaxColorTargets);
+      if (parameter.kind == ShaderParameterKind::Varying &&
+          parameter.binding + GetLocationCount(parameter.valueType) > limit)
+        return OSTRA_ILLEGAL_ARGUMENT("The varyings of the GPU program take more than the @ places that the @ has.",
+                                      limit, GetStageName(stage.stage));
     }
     if (attributes > kMaxVertexAttributes)
       return OSTRA_ILLEGAL_ARGUMENT("The vertex stage of the GPU program has @ attributes; there are at most @.",
@@ -94,7 +133,6 @@ Result<void> ProgramFactory::Init(Device& device, const DrawportProgramDescripti
     _sliceSize = (_sliceSize + alignment - 1) / alignment * alignment;
   }
   if (!_pipeline->IsGraphics()) return OK;
-  _writesDepth = description.GetDepthWriteMode() == DrawportDepthWriteMode::On;
   return FindVariables(stages);
 }
 
@@ -127,6 +165,9 @@ Result<void> ProgramFactory::LayOut(const ProgramStage& stage) {
   const auto [records, shader] = std::tie(stage.records, stage.shader);
   const BaseArray<PipelineBinding>& bindings = _pipeline->GetBindings();
   const Int begin = (_sliceSize + blockAlignment - 1) / blockAlignment * blockAlignment;
+  if (shader.uniformByteCount > static_cast<Int>(limits.maxUniformBufferRange))
+    return OSTRA_ILLEGAL_ARGUMENT("The values of the @ have @ bytes; the GPU device has room for @.",
+                                  GetStageName(stage.stage), shader.uniformByteCount, limits.maxUniformBufferRange);
   if (shader.uniformByteCount > 0) {
     OSTRA_RETURN_IF_ERROR(_uniformBlocks.Append(
         UniformBlock{static_cast<UInt32>(records.uniformBinding), begin, shader.uniformByteCount}));

@@ -32,7 +32,8 @@ Bool IsResource(const ShaderParameter& parameter) {
          (parameter.kind == ShaderParameterKind::Value && parameter.valueType == DrawportShaderValueType::AtomicUInt);
 }
 
-Bool IsDepth(const ShaderParameter& parameter) { return parameter.name.Contains("depth"); }
+// A colour that was given a target is one, whatever its name.
+Bool IsDepth(const ShaderParameter& parameter) { return parameter.binding < 0 && parameter.name.Contains("depth"); }
 
 // In the order in which AssignBindings numbers the resources of a single stage.
 void NumberResources(ShaderRecords& records, Int& next) {
@@ -44,7 +45,7 @@ void NumberResources(ShaderRecords& records, Int& next) {
 }
 
 // Outputs that have no target, or that of an earlier one, take the first that is free.
-void NumberOutputs(ShaderRecords& records, const DrawportProgramDescription& description) {
+Result<void> NumberOutputs(ShaderRecords& records, const DrawportProgramDescription& description) {
   UInt32 taken = 0;
   for (const DrawportColorOutput& output : description.GetColorOutputs()) taken |= 1u << output.target;
   const auto isGiven = [&](const ShaderParameter& parameter) {
@@ -58,9 +59,12 @@ void NumberOutputs(ShaderRecords& records, const DrawportProgramDescription& des
   for (ShaderParameter& parameter : records.parameters) {
     if (parameter.kind != ShaderParameterKind::Output || IsDepth(parameter) || isGiven(parameter)) continue;
     parameter.binding = 0;
-    while (taken & (1u << parameter.binding)) ++parameter.binding;
+    while (parameter.binding < kMaxColorTargets && (taken & (1u << parameter.binding))) ++parameter.binding;
+    if (parameter.binding == kMaxColorTargets)
+      return OSTRA_ILLEGAL_ARGUMENT("The fragment stage of the GPU program has more than @ colours.", kMaxColorTargets);
     taken |= 1u << parameter.binding;
   }
+  return OK;
 }
 
 // The locations of varyings, by name: the same in all stages.
@@ -154,7 +158,7 @@ Result<BaseArray<ProgramStage>> MakeProgramStages(const DrawportProgramDescripti
     stage.stage = kind;
     OSTRA_ASSIGN_OR_RETURN(stage.records, description.MakeShaderRecords(kind, language));
     NumberResources(stage.records, next);
-    NumberOutputs(stage.records, description);
+    OSTRA_RETURN_IF_ERROR(NumberOutputs(stage.records, description));
     OSTRA_RETURN_IF_ERROR(varyings.Number(stage.records));
     OSTRA_ASSIGN_OR_RETURN(stage.shader, AssembleShader(stage.records));
     OSTRA_RETURN_IF_ERROR(stages.Append(std::move(stage)));

@@ -147,6 +147,9 @@ Result<PipelineRef> ProgramStore::GetPipeline(const Id& language, Block<const St
     stage.stage = stages[i].stage;
     OSTRA_ASSIGN_OR_RETURN(stage.words, GetSpirv(language, stages[i], name));
     const Block<const UInt32> words(stage.words.GetFirst(), stage.words.GetCount());
+    if (RunsForSamples(words) && !_device.GetGraphics().hasSampleShading)
+      return OSTRA_ILLEGAL_STATE("The GPU device cannot run a stage for each sample, which InSampleID asks for.");
+    stage.writesDepth = WritesDepth(words);
     OSTRA_ASSIGN_OR_RETURN(stage.inputs, FindLocations(words, true));
     OSTRA_ASSIGN_OR_RETURN(stage.outputs, FindLocations(words, false));
     OSTRA_ASSIGN_OR_RETURN(const BaseArray<UInt32> numbers, FindBindings(words));

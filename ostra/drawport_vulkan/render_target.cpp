@@ -5,6 +5,15 @@
 OSTRA_UNIT("drawport_vulkan");
 
 namespace ostra::vulkan {
+namespace {
+
+Bool CanBlend(VkPhysicalDevice device, VkFormat format) {
+  VkFormatProperties properties;
+  vkGetPhysicalDeviceFormatProperties(device, format, &properties);
+  return (properties.optimalTilingFeatures & VK_FORMAT_FEATURE_COLOR_ATTACHMENT_BLEND_BIT) != 0;
+}
+
+}  // namespace
 
 Result<RenderTargetRef> RenderTarget::Create(Device& device, const DrawportRenderTargetDescription& description) {
   RenderTarget* target = NewObj<RenderTarget>(DeviceRef(&device), description);
@@ -19,7 +28,7 @@ Result<RenderTargetRef> RenderTarget::Create(Device& device, const DrawportRende
 Result<void> RenderTarget::Check() const {
   const auto& [width, height, formats, depthFormat, sampleCount] = _description;
   const VkPhysicalDeviceLimits& limits = _device->GetLimits();
-  if (!_device->CanDraw()) return OSTRA_ILLEGAL_STATE("The GPU device cannot draw.");
+  if (!_device->GetGraphics().canDraw) return OSTRA_ILLEGAL_STATE("The GPU device cannot draw.");
   if (_colorCount == 0 && depthFormat == DrawportDepthFormat::None)
     return OSTRA_ILLEGAL_ARGUMENT("A render target needs a colour or a depth.");
   if (_colorCount > static_cast<Int>(limits.maxColorAttachments))
@@ -29,6 +38,8 @@ Result<void> RenderTarget::Check() const {
       height > static_cast<Int>(limits.maxFramebufferHeight))
     return OSTRA_ILLEGAL_ARGUMENT("A render target of @ x @ pixels is not possible; the GPU device has at most @ x @.",
                                   width, height, limits.maxFramebufferWidth, limits.maxFramebufferHeight);
+  if (static_cast<Int32>(depthFormat) < 0 || depthFormat > DrawportDepthFormat::Unorm16)
+    return OSTRA_ILLEGAL_ARGUMENT("@ is no depth format; there are 0 to 2.", static_cast<Int32>(depthFormat));
   if (sampleCount != 1 && sampleCount != 2 && sampleCount != 4 && sampleCount != 8)
     return OSTRA_ILLEGAL_ARGUMENT("A pixel has 1, 2, 4 or 8 samples, not @.", sampleCount);
   return OK;
@@ -52,6 +63,7 @@ Result<void> RenderTarget::Init() {
       OSTRA_ASSIGN_OR_RETURN(_colorSamples[i], CreateImage(format, DrawportDepthFormat::None, sampleCount));
     }
     _formats.colors[i] = _colors[i]->GetFormat().format;
+    if (CanBlend(_device->GetPhysicalDevice(), _formats.colors[i])) _formats.blendMask |= 1u << i;
   }
   _formats.colorCount = static_cast<UInt32>(_colorCount);
   _formats.samples = static_cast<VkSampleCountFlagBits>(sampleCount);  // the bits are the counts

@@ -127,7 +127,7 @@ Result<ValueSet::Binding> ValueSet::Prepare(CommandList& list) {
   if (GetSliceSize() > 0 && _sliceSerial != serial) {
     OSTRA_ASSIGN_OR_RETURN(const CommandList::UniformSlice slice, list.AllocateUniforms(GetSliceSize()));
     MemCopy(slice.memory, _bytes.GetFirst(), _bytes.GetCount());
-    if (_gradients.IsPopulated())
+    if (_gradients.IsPopulated() && _gradients.GetCount() <= _gradientRoom)
       MemCopy(slice.memory + _factory.GetSliceSize(), _gradients.GetFirst(),
               _gradients.GetCount() * static_cast<Int>(sizeof(ShaderGradientSegment)));
     OSTRA_ASSIGN_OR_RETURN(serial, list.BeginBatch());  // the ring may have needed a new batch
@@ -217,8 +217,8 @@ void ValueSet::WriteSet(CommandList& list) {
       write.pBufferInfo = &info;
     } else {
       VkDescriptorImageInfo& info = _imageInfos[i];
-      info = {object.sampler ? object.sampler->GetHandle() : VK_NULL_HANDLE, object.image->GetView(object.isLayered),
-              VK_IMAGE_LAYOUT_GENERAL};
+      info = {object.sampler ? object.sampler->GetHandle(object.image->IsFilterable()) : VK_NULL_HANDLE,
+              object.image->GetView(object.isLayered), VK_IMAGE_LAYOUT_GENERAL};
       write.pImageInfo = &info;
     }
   }

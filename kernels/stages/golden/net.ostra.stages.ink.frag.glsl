@@ -13,7 +13,8 @@ layout(set = 0, binding = 0, std140) uniform OstraUniforms
 	layout(offset = 56) uint ostraUniform_wrapModesOf_depths;
 };
 layout(location = 0)  in vec2 at;
-layout(location = 0) out vec4 color;
+vec4 color = vec4(0);
+layout(location = 0) out vec4 ostraOut_color;
 layout(set = 0, binding = 1) uniform sampler2D ostraTexture_scene;
 ivec2 ostraSize_scene() { return textureSize(ostraTexture_scene, 0); }
 vec4 ostraSample_scene(vec2 at) { return textureLod(ostraTexture_scene, at, 0.0).xyzw; }
@@ -35,7 +36,7 @@ float ostraFetch_depths(ivec2 at)
 	return outside ? float(0.0) : texelFetch(ostraTexture_depths, place, 0).x;
 }
 // A drawing of what an earlier pass has drawn: lines where the depth jumps, haze with the distance, darker corners.
-void main()
+void ostraMain()
 {
 {
 int2 size = TextureSize(depths);
@@ -56,4 +57,9 @@ vec2 fromMiddle = at - vec2(0.5, 0.5);
 c = c * (1.0 - 0.9 * dot(fromMiddle, fromMiddle));
 color = vec4(c.x, c.y, c.z, 1.0);
 }
+}
+void main()
+{
+	ostraMain();
+	ostraOut_color = vec4(color);
 }

@@ -13,7 +13,7 @@ return nearPlane * farPlane / (farPlane - depth * (farPlane - nearPlane));
 	uint ostraUniform_wrapModesOf_depths : packoffset(c3.z);
 };
 static float2 at;
-static float4 color;
+static float4 color = (float4)0;
 [[vk::binding(1, 0)]] Texture2D<float4> ostraTexture_scene : register(t1);
 [[vk::binding(1, 0)]] SamplerState ostraSampler_scene : register(s1);
 #define ostraSample_ostraUniform_scene ostraSample_scene
@@ -91,6 +91,6 @@ OstraOutputs main(float4 ostraPosition : SV_Position
 	at = ostraInput_at;
 	ostraMain();
 	OstraOutputs outputs;
-	outputs.ostraOutput_color = color;
+	outputs.ostraOutput_color = float4(color);
 	return outputs;
 }

@@ -70,12 +70,14 @@ fragment OstraOutputs ostraMain(float4 ostraPosition [[position]]
 	)
 {
 	OstraOutputs ostraOutputs;
+	float4 ostraColour_color = float4(0);
 	ostraBody(ostraPosition
 	, ostraUniforms
 	, ostraInputs.value_at
-	, ostraOutputs.value_color
+	, ostraColour_color
 	, ostraTexture_scene, ostraSampler_scene
 	, ostraTexture_depths, ostraSampler_depths
 	);
+	ostraOutputs.value_color = float4(ostraColour_color);
 	return ostraOutputs;
 }

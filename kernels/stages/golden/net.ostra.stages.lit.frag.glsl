@@ -10,7 +10,8 @@ layout(set = 0, binding = 0, std140) uniform OstraUniforms
 layout(location = 0)  in vec3 place;
 layout(location = 1)  in vec3 facing;
 layout(location = 2)  in vec2 picturePlace;
-layout(location = 0) out vec4 color;
+vec4 color = vec4(0);
+layout(location = 0) out vec4 ostraOut_color;
 layout(set = 0, binding = 1) uniform sampler2D ostraTexture_picture;
 ivec2 ostraSize_picture() { return textureSize(ostraTexture_picture, 0); }
 vec4 ostraSample_picture(vec2 at) { return textureLod(ostraTexture_picture, at, 0.0).xyzw; }
@@ -22,7 +23,7 @@ vec4 ostraFetch_picture(ivec2 at)
 	return outside ? vec4(0.0) : texelFetch(ostraTexture_picture, place, 0).xyzw;
 }
 // A model with a texture in the light of a sun and of the sky: colours the pixels.
-void main()
+void ostraMain()
 {
 {
 vec4 texel = SampleTexture(picture, picturePlace);
@@ -39,4 +40,9 @@ vec3 c = base * (UNIFORM(sunColor) * light + UNIFORM(skyColor) * (0.35 + 0.65 * 
 c = c + UNIFORM(sunColor) * shine + UNIFORM(skyColor) * (rim * 0.35);
 color = vec4(sqrt(c.x), sqrt(c.y), sqrt(c.z), texel.w);
 }
+}
+void main()
+{
+	ostraMain();
+	ostraOut_color = vec4(color);
 }

@@ -10,7 +10,7 @@
 static float3 place;
 static float3 facing;
 static float2 picturePlace;
-static float4 color;
+static float4 color = (float4)0;
 [[vk::binding(1, 0)]] Texture2D<float4> ostraTexture_picture : register(t1);
 [[vk::binding(1, 0)]] SamplerState ostraSampler_picture : register(s1);
 #define ostraSample_ostraUniform_picture ostraSample_picture
@@ -67,6 +67,6 @@ OstraOutputs main(float4 ostraPosition : SV_Position
 	picturePlace = ostraInput_picturePlace;
 	ostraMain();
 	OstraOutputs outputs;
-	outputs.ostraOutput_color = color;
+	outputs.ostraOutput_color = float4(color);
 	return outputs;
 }

@@ -59,13 +59,15 @@ fragment OstraOutputs ostraMain(float4 ostraPosition [[position]]
 	)
 {
 	OstraOutputs ostraOutputs;
+	float4 ostraColour_color = float4(0);
 	ostraBody(ostraPosition
 	, ostraUniforms
 	, ostraInputs.value_place
 	, ostraInputs.value_facing
 	, ostraInputs.value_picturePlace
-	, ostraOutputs.value_color
+	, ostraColour_color
 	, ostraTexture_picture, ostraSampler_picture
 	);
+	ostraOutputs.value_color = float4(ostraColour_color);
 	return ostraOutputs;
 }

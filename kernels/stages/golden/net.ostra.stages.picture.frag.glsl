@@ -3,7 +3,8 @@ layout(set = 0, binding = 0, std140) uniform OstraUniforms
 	layout(offset = 0) uint ostraUniform_wrapModesOf_picture;
 };
 layout(location = 0)  in vec2 at;
-layout(location = 0) out vec4 color;
+vec4 color = vec4(0);
+layout(location = 0) out vec4 ostraOut_color;
 layout(set = 0, binding = 1) uniform sampler2D ostraTexture_picture;
 ivec2 ostraSize_picture() { return textureSize(ostraTexture_picture, 0); }
 vec4 ostraSample_picture(vec2 at) { return textureLod(ostraTexture_picture, at, 0.0).xyzw; }
@@ -15,9 +16,14 @@ vec4 ostraFetch_picture(ivec2 at)
 	return outside ? vec4(0.0) : texelFetch(ostraTexture_picture, place, 0).xyzw;
 }
 // A picture as it is.
-void main()
+void ostraMain()
 {
 {
 color = SampleTexture(picture, at);
 }
+}
+void main()
+{
+	ostraMain();
+	ostraOut_color = vec4(color);
 }

@@ -3,7 +3,7 @@
 	uint ostraUniform_wrapModesOf_picture : packoffset(c0.x);
 };
 static float2 at;
-static float4 color;
+static float4 color = (float4)0;
 [[vk::binding(1, 0)]] Texture2D<float4> ostraTexture_picture : register(t1);
 [[vk::binding(1, 0)]] SamplerState ostraSampler_picture : register(s1);
 #define ostraSample_ostraUniform_picture ostraSample_picture
@@ -44,6 +44,6 @@ OstraOutputs main(float4 ostraPosition : SV_Position
 	at = ostraInput_at;
 	ostraMain();
 	OstraOutputs outputs;
-	outputs.ostraOutput_color = color;
+	outputs.ostraOutput_color = float4(color);
 	return outputs;
 }

@@ -33,11 +33,13 @@ fragment OstraOutputs ostraMain(float4 ostraPosition [[position]]
 	)
 {
 	OstraOutputs ostraOutputs;
+	float4 ostraColour_color = float4(0);
 	ostraBody(ostraPosition
 	, ostraUniforms
 	, ostraInputs.value_at
-	, ostraOutputs.value_color
+	, ostraColour_color
 	, ostraTexture_picture, ostraSampler_picture
 	);
+	ostraOutputs.value_color = float4(ostraColour_color);
 	return ostraOutputs;
 }

@@ -41,13 +41,19 @@ vec3 SampleGradient(GradientRenderData gradient, float position)
 	return segment.color + segment.change * part;
 }
 layout(location = 0)  in float tone;
-layout(location = 0) out vec4 color;
+vec4 color = vec4(0);
+layout(location = 0) out vec4 ostraOut_color;
 #define ostraUniform_colors ostraGradient(ostraGradientTable_colors)
 // Points in the colours of a gradient; light adds up where many lie one behind the other.
-void main()
+void ostraMain()
 {
 {
 vec3 c = SampleGradient(UNIFORM(colors), tone);
 color = vec4(c.x, c.y, c.z, UNIFORM(opacity));
 }
+}
+void main()
+{
+	ostraMain();
+	ostraOut_color = vec4(color);
 }

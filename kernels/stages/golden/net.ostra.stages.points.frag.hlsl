@@ -49,7 +49,7 @@ float3 SampleGradient(GradientRenderData gradient, float position)
 	return color + float3(segment.change0, segment.change1, segment.change2) * part;
 }
 static float tone;
-static float4 color;
+static float4 color = (float4)0;
 #define ostraUniform_colors ostraGradient(ostraGradientTable_colors)
 // Points in the colours of a gradient; light adds up where many lie one behind the other.
 void ostraMain()
@@ -71,6 +71,6 @@ OstraOutputs main(float4 ostraPosition : SV_Position
 	tone = ostraInput_tone;
 	ostraMain();
 	OstraOutputs outputs;
-	outputs.ostraOutput_color = color;
+	outputs.ostraOutput_color = float4(color);
 	return outputs;
 }

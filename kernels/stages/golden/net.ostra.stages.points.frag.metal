@@ -72,11 +72,13 @@ fragment OstraOutputs ostraMain(float4 ostraPosition [[position]]
 	)
 {
 	OstraOutputs ostraOutputs;
+	float4 ostraColour_color = float4(0);
 	ostraBody(ostraPosition
 	, ostraUniforms
 	, ostraGradientSegments
 	, ostraInputs.value_tone
-	, ostraOutputs.value_color
+	, ostraColour_color
 	);
+	ostraOutputs.value_color = float4(ostraColour_color);
 	return ostraOutputs;
 }

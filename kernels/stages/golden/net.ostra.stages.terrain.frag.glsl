@@ -87,10 +87,11 @@ vec3 SampleGradient(GradientRenderData gradient, float position)
 }
 layout(location = 0)  in vec3 place;
 layout(location = 1)  in vec3 facing;
-layout(location = 0) out vec4 color;
+vec4 color = vec4(0);
+layout(location = 0) out vec4 ostraOut_color;
 #define ostraUniform_colors ostraGradient(ostraGradientTable_colors)
 // A terrain: colours by height and steepness, in the light of a low sun and behind haze.
-void main()
+void ostraMain()
 {
 {
 vec3 n = normalize(facing);
@@ -105,4 +106,9 @@ float away = length(UNIFORM(eye) - place) / UNIFORM(sight);
 c = mix(c, UNIFORM(haze), clamp(1.0 - exp(-away * away), 0.0, 1.0));
 color = vec4(sqrt(c.x), sqrt(c.y), sqrt(c.z), 1.0);
 }
+}
+void main()
+{
+	ostraMain();
+	ostraOut_color = vec4(color);
 }

@@ -95,7 +95,7 @@ float3 SampleGradient(GradientRenderData gradient, float position)
 }
 static float3 place;
 static float3 facing;
-static float4 color;
+static float4 color = (float4)0;
 #define ostraUniform_colors ostraGradient(ostraGradientTable_colors)
 // A terrain: colours by height and steepness, in the light of a low sun and behind haze.
 void ostraMain()
@@ -128,6 +128,6 @@ OstraOutputs main(float4 ostraPosition : SV_Position
 	facing = ostraInput_facing;
 	ostraMain();
 	OstraOutputs outputs;
-	outputs.ostraOutput_color = color;
+	outputs.ostraOutput_color = float4(color);
 	return outputs;
 }

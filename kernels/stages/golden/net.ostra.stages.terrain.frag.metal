@@ -132,12 +132,14 @@ fragment OstraOutputs ostraMain(float4 ostraPosition [[position]]
 	)
 {
 	OstraOutputs ostraOutputs;
+	float4 ostraColour_color = float4(0);
 	ostraBody(ostraPosition
 	, ostraUniforms
 	, ostraGradientSegments
 	, ostraInputs.value_place
 	, ostraInputs.value_facing
-	, ostraOutputs.value_color
+	, ostraColour_color
 	);
+	ostraOutputs.value_color = float4(ostraColour_color);
 	return ostraOutputs;
 }

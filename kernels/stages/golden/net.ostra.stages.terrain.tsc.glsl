@@ -98,6 +98,7 @@ OutTessLevelInner[1] = max(ab, cd);
 }
 void main()
 {
+	corner = ostraIn_corner[gl_InvocationID];
 	ostraMain();
 	ostraOut_corner[gl_InvocationID] = corner;
 }

@@ -125,6 +125,7 @@ OstraLevels ostraPatchMain(InputPatch<OstraInputs, PATCH_INPUT_POINTS> patch, ui
 	ostraEnter(patch);
 	InPrimitiveID = ostraPrimitive;
 	InInvocationID = 0u;
+	corner = ostraIn_corner[InInvocationID];
 	ostraMain();
 	OstraLevels levels;
 	for (int i = 0; i < ostraOuterCount(PATCH_DOMAIN); ++i) levels.outer[i] = OutTessLevelOuter[i];
@@ -141,6 +142,7 @@ OstraOutputs main(InputPatch<OstraInputs, PATCH_INPUT_POINTS> patch, uint ostraI
 	ostraEnter(patch);
 	InPrimitiveID = ostraPrimitive;
 	InInvocationID = ostraInvocation;
+	corner = ostraIn_corner[InInvocationID];
 	ostraMain();
 	OstraOutputs outputs;
 	outputs.ostraPosition = OutPosition;

@@ -6,9 +6,10 @@ layout(set = 0, binding = 0, std140) uniform OstraUniforms
 	layout(offset = 48) float ostraUniform_sight;
 };
 layout(location = 0)  in vec3 place;
-layout(location = 0) out vec4 color;
+vec4 color = vec4(0);
+layout(location = 0) out vec4 ostraOut_color;
 // A level of water, clear from above and a mirror of the sky along it; it is blended over what lies below.
-void main()
+void ostraMain()
 {
 {
 vec3 toEye = normalize(UNIFORM(eye) - place);
@@ -24,4 +25,9 @@ float veil = clamp(1.0 - exp(-away * away), 0.0, 1.0);
 c = mix(c, UNIFORM(haze), veil);
 color = vec4(sqrt(c.x), sqrt(c.y), sqrt(c.z), clamp(0.62 + mirror + veil + glitter, 0.0, 1.0));
 }
+}
+void main()
+{
+	ostraMain();
+	ostraOut_color = vec4(color);
 }

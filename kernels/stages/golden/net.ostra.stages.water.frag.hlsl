@@ -6,7 +6,7 @@
 	float ostraUniform_sight : packoffset(c3.x);
 };
 static float3 place;
-static float4 color;
+static float4 color = (float4)0;
 // A level of water, clear from above and a mirror of the sky along it; it is blended over what lies below.
 void ostraMain()
 {
@@ -37,6 +37,6 @@ OstraOutputs main(float4 ostraPosition : SV_Position
 	place = ostraInput_place;
 	ostraMain();
 	OstraOutputs outputs;
-	outputs.ostraOutput_color = color;
+	outputs.ostraOutput_color = float4(color);
 	return outputs;
 }

@@ -164,7 +164,16 @@ class ItemMaker {
     if (IsCounter(parameter)) return OK;
     OSTRA_ASSIGN_OR_RETURN(const ValueType* const type, GetValueType(parameter.name, parameter.valueType));
     OSTRA_RETURN_IF_ERROR(item.SetStatic("type", _sections.GetName("type", type->name)));
+    if (parameter.kind == ShaderParameterKind::Output) OSTRA_RETURN_IF_ERROR(SetFilling(*type, item));
     return item.SetStatic("flat", type->isInteger ? _sections.GetName("flat", "") : std::string_view());
+  }
+
+  // Devices leave components open that a stage does not give: all four are written.
+  Result<void> SetFilling(const ValueType& type, ShaderItem& item) {
+    const Int channels = std::clamp<Int>(type.size / 4, 1, 4);
+    const std::string_view four = !type.isInteger ? "Float4" : type.name.starts_with("UInt") ? "UInt4" : "Int4";
+    OSTRA_RETURN_IF_ERROR(item.SetStatic("four", _sections.GetName("type", four)));
+    return item.SetStatic("filling", GetFilling(channels, type.isInteger));
   }
 
   Result<std::string_view> GetSection(const ShaderParameter& parameter) {
@@ -183,7 +192,7 @@ class ItemMaker {
     if (parameter.kind == ShaderParameterKind::Varying && stage == DrawportStage::TessellationEvaluation)
       return std::string_view("evaluation varying");
     if (parameter.kind == ShaderParameterKind::Output && stage == DrawportStage::Fragment)
-      return std::string_view(parameter.name.Contains("depth") ? "depth" : "colour");
+      return std::string_view(parameter.name.Contains("depth") && parameter.binding < 0 ? "depth" : "colour");
     return OSTRA_ILLEGAL_ARGUMENT("The parameter \"@\" cannot stand in this stage of a program.", parameter.name);
   }
 
@@ -191,6 +200,7 @@ class ItemMaker {
   Result<void> AddSampleNumber() {
     constexpr std::string_view kWord = "InSampleID";
     Bool isUsed = _records.body.text.Contains(kWord);
+    for (const ShaderCode& code : _records.defines) isUsed = isUsed || code.text.Contains(kWord);
     for (const ShaderCode& code : _records.functions) isUsed = isUsed || code.text.Contains(kWord);
     for (const ShaderCode& code : _records.fileScope) isUsed = isUsed || code.text.Contains(kWord);
     if (isUsed) OSTRA_RETURN_IF_ERROR(AddItem("sample", 0));

@@ -44,6 +44,9 @@ struct ShaderItems {
 // Errors: see AssembleShader.
 Result<ShaderItems> MakeShaderItems(const ShaderRecords& records, const Sections& sections);
 
+// What makes a value four components: nothing for colours, full opacity for alpha.
+std::string_view GetFilling(Int channels, Bool isInteger);
+
 // Adds the items of one texture. Errors: see AssembleShader.
 Result<void> AddTextureItem(const ShaderTexture& texture, const Sections& sections, BaseArray<ShaderItem>& items);
 

@@ -81,14 +81,13 @@ std::string_view GetTypeOf(const Sections& sections, std::string_view numbers, I
   return sections.GetName(numbers, kCounts[count - 1]);
 }
 
-// What makes a value four components: nothing for colours, full opacity for alpha.
+}  // namespace
+
 std::string_view GetFilling(Int channels, Bool isInteger) {
   constexpr std::string_view kFloats[] = {", 0.0, 0.0, 1.0", ", 0.0, 1.0", ", 1.0", ""};
   constexpr std::string_view kIntegers[] = {", 0, 0, 1", ", 0, 1", ", 1", ""};
   return (isInteger ? kIntegers : kFloats)[channels - 1];
 }
-
-}  // namespace
 
 Result<void> AddTextureItem(const ShaderTexture& texture, const Sections& sections, BaseArray<ShaderItem>& items) {
   OSTRA_ASSIGN_OR_RETURN(const TextureWords words, Describe(texture));
