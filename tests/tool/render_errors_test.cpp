@@ -60,6 +60,11 @@ TEST_F(RenderErrorsTest, FilesThatAreNotThereAreNamed) {
   ExpectDraw(
       std::string(kDraw) + ".vertices.attributes.position: " + _folder / "p.npy" + " cannot be read: No such file",
       MakeFlatDraw(R"({"attributes": {"position": "p.npy"}})", "[1, 0, 0, 1]"));
+  ExpectDraw(std::string(kDraw) + ".vertices.model: " + _folder / "m.obj" + " cannot be read: No such file",
+             MakeFlatDraw(R"({"model": "m.obj"})", "[1, 0, 0, 1]"));
+  _folder.Write("m.obj", "v 1 2\n");
+  ExpectDraw("m.obj cannot be read: line 1: there are too few numbers",
+             MakeFlatDraw(R"({"model": "m.obj"})", "[1, 0, 0, 1]"));
   Expect(kFailed, "scene.json: kernels.k: " + _folder / "k.krn" + " cannot be read: No such file",
          Run(R"({"kernels": {"k": {"file": "k.krn"}}, "passes": [{"draws": []}]})"));
 }

@@ -57,6 +57,14 @@ TEST_F(RenderTest, AttributesComeFromArrayFilesAndTextFiles) {
   }
 }
 
+TEST_F(RenderTest, ModelsAreDrawnFromTheirFiles) {
+  _folder.Write("half.obj", "v -1 -1 0\nv 0 -1 0\nv 0 1 0\nv -1 1 0\nf 1 2 3 4\n");
+  const Image image =
+      Draw(MakeScene(MakeFlatDraw(R"({"model": "half.obj"})", kRed, "0.5", R"("state": {"cullMode": "back"})")));
+  EXPECT_EQ(CountDrawnPixels(image), 128);
+  EXPECT_EQ(GetPixel(image, 7, 8), kRedPixel);
+}
+
 TEST_F(RenderTest, TheDepthTestChoosesWhatIsSeen) {
   const auto draw = [](const char* test) {
     const std::string state = R"("state": {"depthTest": )" + std::string(test) + "}";

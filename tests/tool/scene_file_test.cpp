@@ -98,6 +98,13 @@ TEST(SceneFileTest, WhatIsNotSaidHasADefault) {
   EXPECT_FALSE(pass.draws[0].state.useAlphaBlending);
 }
 
+TEST(SceneFileTest, AModelIsAFile) {
+  const auto scene = ParseScene(
+      R"({"passes": [{"draws": [{"stages": ["a.vert"], "vertices": {"model": "vase.obj"}}]}]})", "scene.json");
+  ASSERT_THAT(scene, IsOk());
+  EXPECT_EQ(scene->passes[0].draws[0].vertices.model, "vase.obj");
+}
+
 TEST(SceneFileTest, AttributesAreNumbersInARowOrAnArrayForEachVertexOrAFile) {
   const auto scene = ParseScene(
       R"({"passes": [{"draws": [{"stages": ["a.vert"], "vertices": {"attributes": {

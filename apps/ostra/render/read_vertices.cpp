@@ -109,6 +109,9 @@ Result<SceneVertices> ReadSceneVertices(const JsonPlace& place, const Scene& sce
   vertices.path = place.GetPath();
   if (place.Find("shape")) {
     OSTRA_ASSIGN_OR_RETURN(vertices.shape, ReadShape(place));
+  } else if (const auto model = place.Find("model")) {
+    OSTRA_RETURN_IF_ERROR(place.CheckKeys({"model"}));
+    OSTRA_ASSIGN_OR_RETURN(vertices.model, ReadFileName(*model));
   } else if (place.Find("kernel")) {
     OSTRA_RETURN_IF_ERROR(place.CheckKeys({"kernel", "buffer", "count"}));
     OSTRA_ASSIGN_OR_RETURN(vertices.kernelBuffer, ReadSceneKernelBuffer(place, scene));
@@ -116,7 +119,7 @@ Result<SceneVertices> ReadSceneVertices(const JsonPlace& place, const Scene& sce
       OSTRA_ASSIGN_OR_RETURN(vertices.count, count->GetInteger(1, kMaxSceneVertices));
     }
   } else {
-    OSTRA_RETURN_IF_ERROR(place.CheckKeys({"attributes", "shape", "kernel"}));
+    OSTRA_RETURN_IF_ERROR(place.CheckKeys({"attributes", "shape", "model", "kernel"}));
     OSTRA_ASSIGN_OR_RETURN(const JsonPlace attributes, place.Get("attributes"));
     OSTRA_ASSIGN_OR_RETURN(const auto members, attributes.GetMembers());
     if (members.empty()) return attributes.MakeError("there are no attributes");

@@ -83,8 +83,9 @@ struct SceneAttribute {
 
 struct SceneVertices {
   ScenePath path;
-  // One of these three.
+  // One of these four.
   std::optional<SceneShapeSettings> shape;
+  std::string model;  // file
   std::map<std::string, SceneAttribute> attributes;
   std::optional<SceneKernelBuffer> kernelBuffer;
   Int count = 0;  // 0: as many as there are

@@ -7,9 +7,11 @@
 
 #include "apps/ostra/buffers/buffer_file.h"
 #include "apps/ostra/names/nearest_name.h"
+#include "apps/ostra/render/obj_file.h"
 #include "apps/ostra/render/shapes.h"
 #include "apps/ostra/values/scalar_type.h"
 #include "ostra/core/format.h"
+#include "ostra/io/file.h"
 
 OSTRA_UNIT("vertex_data");
 
@@ -38,10 +40,14 @@ class VertexMaker {
       data.count = _vertices.count;
       return data;
     }
-    if (_vertices.shape)
-      OSTRA_RETURN_IF_ERROR(TakeShape());
-    else
+    if (_vertices.shape) {
+      OSTRA_RETURN_IF_ERROR(TakeShape(MakeShape(*_vertices.shape, _draw.topology), "shapes"));
+    } else if (!_vertices.model.empty()) {
+      OSTRA_ASSIGN_OR_RETURN(const ShapeVertices model, LoadModel());
+      OSTRA_RETURN_IF_ERROR(TakeShape(model, "models"));
+    } else {
       OSTRA_RETURN_IF_ERROR(TakeNumbers());
+    }
     data.count = _count;
     return Join(std::move(data));
   }
@@ -78,18 +84,29 @@ class VertexMaker {
     return names;
   }
 
-  Result<void> TakeShape() {
-    const ShapeVertices shape = MakeShape(*_vertices.shape, _draw.topology);
+  Result<ShapeVertices> LoadModel() const {
+    OSTRA_ASSIGN_OR_RETURN(const Url file, FindSceneFile(_folder, _vertices.model));
+    const auto bytes = ReadFileToMemory(file);
+    if (!bytes) return MakeError(_vertices.path + ".model", bytes.GetError().GetMessage().GetView());
+    auto model =
+        DecodeObj({reinterpret_cast<const char*>(bytes->GetFirst()), static_cast<std::size_t>(bytes->GetCount())});
+    if (!model)
+      return MakeError(_vertices.path + ".model", std::string(file.GetView()) + " cannot be read: " +
+                                                      std::string(model.GetError().GetMessage().GetView()));
+    return model;
+  }
+
+  Result<void> TakeShape(const ShapeVertices& shape, const std::string& kind) {
     _count = shape.GetCount();
     for (Attribute& attribute : _attributes) {
       Int componentCount = 0;
       const std::vector<Float32>* const found = shape.Find(attribute.name, componentCount);
       if (!found)
-        return MakeError(_vertices.path, "shapes have no attribute \"" + attribute.name + "\"" +
+        return MakeError(_vertices.path, kind + " have no attribute \"" + attribute.name + "\"" +
                                              SuggestName(attribute.name, ListShapeAttributes()));
       if (!(attribute.layout.scalar->type == GetDataType<Float32>()))
-        return MakeError(_vertices.path, "the attribute \"" + attribute.name + "\" of shapes is made of float32, not " +
-                                             DescribeType(attribute.type));
+        return MakeError(_vertices.path, "the attribute \"" + attribute.name + "\" of " + kind +
+                                             " is made of float32, not " + DescribeType(attribute.type));
       Widen(*found, componentCount, attribute);
     }
     return OK;
