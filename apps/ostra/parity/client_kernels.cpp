@@ -98,6 +98,16 @@ void WithoutAnActiveKernelNothingIsDone(ClientRun& run) {
   PARITY_HOLDS(run, run.Read<Float32>("a"_iid) == Floats{1});
 }
 
+// Black also when the parameter was never set: nothing of an earlier program is left in it.
+void AnUnsetGradientReadsBlack(ClientRun& run) {
+  run.AddKernel("gradient"_iid, "net.ostra.parity.gradient.krn");
+  run.Store<Float32>("reds"_iid, {9, 9});
+  PARITY_OK(run, run->SetBufferToActiveKernelSameId("reds"_iid));
+  PARITY_OK(run, run->UpdateUniforms());
+  PARITY_OK(run, run->DispatchKernel(1, 1, 1, false));
+  PARITY_HOLDS(run, run.Read<Float32>("reds"_iid) == Floats{0, 9});
+}
+
 constexpr ClientScenario kScenarios[] = {
     {"EveryDispatchSeesTheValuesOfItsUpdate", &EveryDispatchSeesTheValuesOfItsUpdate},
     {"ALongLineIsOneRange", &ALongLineIsOneRange},
@@ -105,6 +115,7 @@ constexpr ClientScenario kScenarios[] = {
     {"KernelsAreKeptByName", &KernelsAreKeptByName},
     {"KernelsThatAreCompiledInTheBackgroundAreWaitedFor", &KernelsThatAreCompiledInTheBackgroundAreWaitedFor},
     {"AProgramThatWasResetHasNothing", &AProgramThatWasResetHasNothing},
+    {"AnUnsetGradientReadsBlack", &AnUnsetGradientReadsBlack},
     {"WithoutAnActiveKernelNothingIsDone", &WithoutAnActiveKernelNothingIsDone},
 };
 
