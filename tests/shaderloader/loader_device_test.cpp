@@ -281,5 +281,40 @@ TEST_F(LoaderDeviceTest, CopiesAndOtherLoadersDrawTheSharedProgramWithTheirOwnVa
   EXPECT_EQ(Draw(6).Count(kRed), 64);
 }
 
+// Values belong to a context; the program is that of the device.
+TEST_F(LoaderDeviceTest, AnotherContextOfTheDeviceDrawsOn) {
+  WritePlainVertexStage("p.vert");
+  Write("p.frag", {"(Vector4d32) tint", "(out Vector4d32) f_color"}, "\tf_color = UNIFORM(tint);\n");
+  Add("p"_iid, {"p.vert", "p.frag"});
+  StoreAll();
+  Take(loader->SetUniform("tint"_iid, Vector4d32(1, 0, 0, 1), 1));
+  Take(loader->CopyShader("p"_iid, "copy"_iid, 0, target.GetPointer(), true));
+  Take(loader->SetVertexBufferToActiveProgramSameId("vertices"_iid));
+  Take(loader->SetUniform("tint"_iid, Vector4d32(0, 1, 0, 1), 1));
+  EXPECT_EQ(Draw(6).Count(kGreen), 64);
+
+  const DrawportContextRef first = _context;
+  _context = Take(_drawport->CreateOffscreenRenderContext(false, 0));
+  ASSERT_TRUE(loader->UpdateContext(_context));
+  EXPECT_EQ(Take(loader->GetActiveValueSet()), nullptr);
+  DrawportRenderer other(_context);
+  DrawportRenderTargetRef otherTarget;
+  {
+    DrawportRenderTargetDescription description = target->GetDescription();
+    otherTarget = Take(other.CreateTarget(description));
+  }
+  for (const auto& [id, color] : {std::pair("p"_iid, kRed), std::pair("copy"_iid, kGreen)}) {
+    loader->SetActiveProgram(id);
+    Take(other.Begin(otherTarget, {}));
+    EXPECT_FALSE(other.Draw(GetCall(6)));  // its values are gone
+    Take(loader->UpdateUniforms(otherTarget.GetPointer()));
+    Take(other.Draw(GetCall(6)));
+    Take(other.End());
+    const Image image = Take(other.ReadImage(*otherTarget, 0));
+    EXPECT_EQ(image.rgba[0], color.r);
+    EXPECT_EQ(image.rgba[1], color.g);
+  }
+}
+
 }  // namespace
 }  // namespace ostra::test
