@@ -99,6 +99,7 @@ class ValueSet final : public DrawportParameterValueSet {
   Result<void> MakeUnsetError(Int binding) const;
   Result<void> TakeSet(CommandList& list);
   void WriteSet(CommandList& list);
+  void FindDynamicPlaces();
   // The value behind a dynamic storage binding.
   const ParameterPlace* FindValue(Int binding) const;
   // The part of the slice that a dynamic binding without a buffer of its own sees.
@@ -122,6 +123,7 @@ class ValueSet final : public DrawportParameterValueSet {
   UInt64 _sliceSerial = 0;
   UInt32 _sliceOffset = 0;
   BaseArray<UInt32> _dynamicOffsets;
+  BaseArray<Int> _dynamicPlaces;  // the same from the beginning of the slice; -1: offset 0
 
   // Descriptor sets in turn: one is written again when the device is done with it.
   BaseArray<DescriptorPoolRef> _pools;

@@ -31,7 +31,10 @@ Result<void> ValueSet::Init() {
   OSTRA_RETURN_IF_ERROR(_writes.Resize(count));
   OSTRA_RETURN_IF_ERROR(_bufferInfos.Resize(count));
   OSTRA_RETURN_IF_ERROR(_imageInfos.Resize(count));
-  OSTRA_RETURN_IF_ERROR(_dynamicOffsets.Reserve(count));
+  const Int dynamicCount = std::count_if(bindings.begin(), bindings.end(),
+                                         [](const PipelineBinding& binding) { return IsDynamic(binding.type); });
+  OSTRA_RETURN_IF_ERROR(_dynamicPlaces.Resize(dynamicCount));
+  OSTRA_RETURN_IF_ERROR(_dynamicOffsets.Resize(dynamicCount));
   return OK;
 }
 
@@ -142,18 +145,26 @@ Result<ValueSet::Binding> ValueSet::Prepare(CommandList& list) {
   if (_current < 0) {
     OSTRA_RETURN_IF_ERROR(TakeSet(list));
     WriteSet(list);
+    FindDynamicPlaces();
   }
   _sets[_current].busyUntil = serial;
-
-  _dynamicOffsets.Clear();
-  for (Int i = 0; i < bindings.GetCount(); ++i) {
-    if (!IsDynamic(bindings[i].type)) continue;
-    // A buffer that was set is bound from its beginning.
-    const Int offset = _objects[i].buffer ? 0 : _sliceOffset + FindRange(i).offset;
-    OSTRA_RETURN_IF_ERROR(_dynamicOffsets.Append(static_cast<UInt32>(offset)));
+  for (Int i = 0; i < _dynamicPlaces.GetCount(); ++i) {
+    const Int place = _dynamicPlaces[i];
+    _dynamicOffsets[i] = place < 0 ? 0 : _sliceOffset + static_cast<UInt32>(place);
   }
   return Binding{_sets[_current].set, _sliceOffset, static_cast<UInt32>(_dynamicOffsets.GetCount()),
                  _dynamicOffsets.GetFirst()};
+}
+
+// Those of a descriptor set: draws that differ in their values alone find them again.
+void ValueSet::FindDynamicPlaces() {
+  const BaseArray<PipelineBinding>& bindings = _factory.GetPipeline().GetBindings();
+  Int count = 0;
+  for (Int i = 0; i < bindings.GetCount(); ++i) {
+    if (!IsDynamic(bindings[i].type)) continue;
+    // A buffer that was set is bound from its beginning.
+    _dynamicPlaces[count++] = _objects[i].buffer ? -1 : FindRange(i).offset;
+  }
 }
 
 void ValueSet::Binding::Record(VkCommandBuffer commands, VkPipelineBindPoint point, VkPipelineLayout layout,

@@ -44,8 +44,9 @@ Result<void> GeneralShaderLoaderImpl::UpdateUniforms(const DrawportDrawPass* dra
   OSTRA_ASSIGN_OR_RETURN(program.valueSet, program.factory->GetParameterValueSet(context, _identity, program.hash));
   const BaseArray<DrawportParameter>& parameters = program.factoryItem->GetSpecification().GetParameters();
   OSTRA_RETURN_IF_ERROR(program.factory->StartSetParameters(context, *program.valueSet));
-  OSTRA_RETURN_IF_ERROR(BindProgram(program.id, {*program.factory, *program.valueSet},
-                                    Block<const DrawportParameter>(parameters.GetFirst(), parameters.GetCount())));
+  const Block<const DrawportParameter> all(parameters.GetFirst(), parameters.GetCount());
+  for (ShaderStage& stage : program.stages)
+    OSTRA_RETURN_IF_ERROR(BindStage(stage, {*program.factory, *program.valueSet}, all));
   return program.factory->EndSetParameters(context, *program.valueSet);
 }
 
