@@ -44,6 +44,9 @@ class DrawportProgramFactory {
   // factory. Error: out of memory.
   virtual Result<DrawportParameterValueSet*> GetParameterValueSet(DrawportContextInterface& context, UInt64 owner,
                                                                   UInt64 programHash) = 0;
+  // Ends the use of a set; work that was recorded with it keeps what it has. A set that the factory does not know is
+  // ignored.
+  virtual void ReleaseParameterValueSet(DrawportParameterValueSet& values) { static_cast<void>(values); }
   // Bracket all setters. Start forgets what the last bracket set.
   virtual Result<void> StartSetParameters(DrawportContextInterface& context, DrawportParameterValueSet& values) = 0;
   virtual Result<void> EndSetParameters(DrawportContextInterface& context, DrawportParameterValueSet& values) = 0;

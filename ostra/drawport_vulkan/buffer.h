@@ -23,16 +23,17 @@ class BufferResource final : public DeviceResource, public DrawportDeviceBuffer 
   Bool IsHostCached() const { return _piece.isHostCached; }
   void SetName(const CString& name) const;
 
-  // Bytes from here on have never been written and are to read as zero. Kept by the list that writes: `serial` is the
-  // batch that does it, so that it can be taken back when the batch is never submitted; 0 when the host has done it.
+  // Bytes from here on have never been written and are to read as zero. Kept by the list that writes: `stamp` is that
+  // of the batch that does it, so that it can be taken back when the batch is never submitted; 0 when the host has done
+  // it.
   Int GetZeroBegin() const { return _zeroBegin; }
-  void SetZeroBegin(Int begin, UInt64 serial) {
-    if (_zeroedBy != serial) _zeroBeginBefore = _zeroBegin;
-    _zeroedBy = serial;
+  void SetZeroBegin(Int begin, UInt64 stamp) {
+    if (_zeroedBy != stamp) _zeroBeginBefore = _zeroBegin;
+    _zeroedBy = stamp;
     _zeroBegin = begin;
   }
-  void ForgetBatch(UInt64 serial) override {
-    if (_zeroedBy == serial) _zeroBegin = _zeroBeginBefore;
+  void ForgetBatch(UInt64 stamp) override {
+    if (_zeroedBy == stamp) _zeroBegin = _zeroBeginBefore;
   }
 
  private:

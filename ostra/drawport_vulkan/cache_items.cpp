@@ -102,7 +102,7 @@ Result<DrawportAtomicCounter*> CounterItem::MakeValid(DrawportContextInterface& 
 
 ProgramItem::~ProgramItem() {
   _cache->programs.Forget(_key, this);
-  DeleteObj(_factory);
+  for (ProgramFactory* factory : _factories) DeleteObj(factory);
 }
 
 Result<DrawportProgramFactory*> ProgramItem::MakeValid(DrawportContextInterface& context,
@@ -118,17 +118,18 @@ Result<DrawportProgramFactory*> ProgramItem::MakeValid(DrawportContextInterface&
 Result<ProgramFactory*> ProgramItem::BuildFor(Context& context) {
   // Programs that share an item may come from several jobs: the first one builds.
   const std::scoped_lock lock(_mutex);
-  if (_factory && &_factory->GetDevice() == &context.GetDevice()) return _factory;
+  for (ProgramFactory* known : _factories)
+    if (&known->GetDevice() == &context.GetDevice()) return known;
   for (const DrawportRequiredFeature& required : _description.GetRequiredFeatures()) {
     if (!context.IsFeatureSupported(required.feature))
       return OSTRA_ILLEGAL_STATE("The GPU device does not support @, which the program requires.",
                                  GetFeatureName(required.feature));
   }
+  OSTRA_RETURN_IF_ERROR(_factories.Reserve(_factories.GetCount() + 1));
   OSTRA_ASSIGN_OR_RETURN(ProgramFactory * factory, ProgramFactory::Create(context.GetDevice(), _description,
                                                                           context.GetDrawport()->GetShadingLanguage()));
-  DeleteObj(_factory);
-  _factory = factory;
-  return _factory;
+  OSTRA_RETURN_IF_ERROR(_factories.Append(factory));  // there is room
+  return factory;
 }
 
 }  // namespace ostra::vulkan

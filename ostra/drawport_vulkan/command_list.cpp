@@ -74,7 +74,8 @@ UInt64 CommandList::GetCompletedSerial() {
 }
 
 void CommandList::Abandon(Batch& batch) {
-  for (const DeviceResourceRef& resource : batch.kept) resource->ForgetBatch(batch.serial);
+  for (const DeviceResourceRef& resource : batch.kept)
+    resource->ForgetBatch(DeviceResource::MakeStamp(_number, batch.serial));
   batch.kept.Clear();
   _isRendering = false;
   if (_clearedBy == batch.serial) _isCleared = false;  // the pass clears once more

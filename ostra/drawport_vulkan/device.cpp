@@ -157,9 +157,10 @@ Result<void> Device::CreateDevice() {
 }
 
 Result<void> Device::Watch(Result<void> result) {
-  if (result || !IsDeviceLost(result.GetError()) || _isLost.exchange(true)) return result;
+  if (result || !IsDeviceLost(result.GetError()) || IsLost()) return result;
   // What runs is over before anybody takes it for done. A device that is really lost answers at once.
   static_cast<void>(vkDeviceWaitIdle(_device));
+  _isLost = true;
   return result;
 }
 

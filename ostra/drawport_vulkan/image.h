@@ -41,12 +41,12 @@ class ImageResource final : public DeviceResource, public DrawportTexture {
 
   // Whether work was recorded that gives the texels a layout and makes them zero.
   Bool IsCleared() const { return _isCleared; }
-  void SetClearedBy(UInt64 serial) {
+  void SetClearedBy(UInt64 stamp) {
     _isCleared = true;
-    _clearedBy = serial;
+    _clearedBy = stamp;
   }
-  void ForgetBatch(UInt64 serial) override {
-    if (_clearedBy == serial) _isCleared = false;
+  void ForgetBatch(UInt64 stamp) override {
+    if (_clearedBy == stamp) _isCleared = false;
   }
 
  private:

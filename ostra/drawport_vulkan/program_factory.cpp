@@ -66,6 +66,7 @@ Result<DrawportParameterValueSet*> ProgramFactory::GetParameterValueSet(Drawport
                                                                         UInt64 programHash) {
   OSTRA_ASSIGN_OR_RETURN(Context * found, FindContext(context));
   const UInt32 list = found->GetCommands().GetNumber();
+  const std::scoped_lock lock(_valueSetMutex);
   for (ValueSet* set : _valueSets)
     if (set->IsOf(list, owner, programHash)) return set;
   DropValueSets();
@@ -78,6 +79,18 @@ Result<DrawportParameterValueSet*> ProgramFactory::GetParameterValueSet(Drawport
   }
   OSTRA_RETURN_IF_ERROR(_valueSets.Append(set));
   return set;
+}
+
+void ProgramFactory::ReleaseParameterValueSet(DrawportParameterValueSet& values) {
+  const std::scoped_lock lock(_valueSetMutex);
+  for (Int i = 0; i < _valueSets.GetCount(); ++i) {
+    if (_valueSets[i] != &values) continue;
+    // What was recorded keeps the descriptors and its part of the ring.
+    DeleteObj(_valueSets[i]);
+    _valueSets[i] = _valueSets[_valueSets.GetCount() - 1];
+    static_cast<void>(_valueSets.Resize(_valueSets.GetCount() - 1));  // shrinking cannot fail
+    return;
+  }
 }
 
 void ProgramFactory::DropValueSets() {

@@ -173,6 +173,7 @@ class ProgramFactory final : public DrawportProgramFactory {
   DrawportParameterHandle GetStageParameterHandle(DrawportStage stage, InternedId name) const override;
   Result<DrawportParameterValueSet*> GetParameterValueSet(DrawportContextInterface& context, UInt64 owner,
                                                           UInt64 programHash) override;
+  void ReleaseParameterValueSet(DrawportParameterValueSet& values) override;
   Result<void> StartSetParameters(DrawportContextInterface& context, DrawportParameterValueSet& values) override;
   Result<void> EndSetParameters(DrawportContextInterface& context, DrawportParameterValueSet& values) override;
   Result<void> SetParameterFloat(DrawportParameterValueSet& values, DrawportParameterHandle handle,
@@ -229,7 +230,7 @@ class ProgramFactory final : public DrawportProgramFactory {
   // Error: illegal state for an object of another device.
   Result<void> CheckDevice(const ParameterPlace& place, const DeviceResource* object) const;
   // Sets of lists that have gone.
-  void DropValueSets();
+  void DropValueSets();  // with the lock held
 
   PipelineRef _pipeline;
   BaseArray<ParameterPlace> _places;
@@ -238,6 +239,7 @@ class ProgramFactory final : public DrawportProgramFactory {
   BaseArray<UInt32> _gradientBindings;            // that are used
   BaseArray<StageVariable> _attributes, _colors;  // that are used
   Bool _writesDepth = false;
+  std::mutex _valueSetMutex;        // users of a program may have contexts and threads of their own
   BaseArray<ValueSet*> _valueSets;  // owned
 };
 

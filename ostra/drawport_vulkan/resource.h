@@ -37,8 +37,10 @@ class DeviceResource {
   // Error: illegal state when the object is on another device.
   Result<void> CheckIsOn(const Device& device) const;
 
-  // Called when batch `serial` of a list was recorded but could not be submitted: what it would have done is undone.
-  virtual void ForgetBatch(UInt64 serial) { static_cast<void>(serial); }
+  // Tells a batch from those of all lists.
+  static UInt64 MakeStamp(UInt32 list, UInt64 serial) { return (static_cast<UInt64>(list) << kSerialBits) | serial; }
+  // Called when batch `stamp` of a list was recorded but could not be submitted: what it would have done is undone.
+  virtual void ForgetBatch(UInt64 stamp) { static_cast<void>(stamp); }
 
   // Whether MarkUse would return false.
   Bool IsMarked(UInt32 list, UInt64 serial) const {

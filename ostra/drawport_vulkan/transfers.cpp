@@ -175,7 +175,7 @@ Result<void> CommandList::FillWithZeros(BufferResource& buffer) {
   PrepareTransfer(buffer, MakeRange(wordBegin, end - wordBegin), true);
   vkCmdFillBuffer(_current->commands, buffer.GetHandle(), static_cast<VkDeviceSize>(wordBegin),
                   static_cast<VkDeviceSize>(end - wordBegin), 0);
-  buffer.SetZeroBegin(end, serial);
+  buffer.SetZeroBegin(end, DeviceResource::MakeStamp(_number, serial));
   return OK;
 }
 
@@ -212,7 +212,7 @@ Result<void> CommandList::EnsureCleared(ImageResource& image) {
   else
     vkCmdClearColorImage(_current->commands, image.GetHandle(), VK_IMAGE_LAYOUT_GENERAL, &zero, 1,
                          &barrier.subresourceRange);
-  image.SetClearedBy(serial);
+  image.SetClearedBy(DeviceResource::MakeStamp(_number, serial));
   return OK;
 }
 
@@ -291,7 +291,8 @@ Result<void> CommandList::CommitBuffer(StagingBuffer& staging) {
   VkBufferCopy copy = {0, static_cast<VkDeviceSize>(staging.byteOffset), static_cast<VkDeviceSize>(staging.bytes)};
   vkCmdCopyBuffer(_current->commands, staging.memory->buffer->GetHandle(), buffer.GetHandle(), 1, &copy);
   staging.memory->busyUntil = serial;
-  if (end > buffer.GetZeroBegin()) buffer.SetZeroBegin(isLast ? buffer.GetPaddedSize() : end, serial);
+  if (end > buffer.GetZeroBegin())
+    buffer.SetZeroBegin(isLast ? buffer.GetPaddedSize() : end, DeviceResource::MakeStamp(_number, serial));
   return OK;
 }
 

@@ -351,6 +351,27 @@ TEST_F(GraphicsTest, ColoursGoToTheirTargetsAndOthersStay) {
   EXPECT_EQ(Read(target, 2).Count(kGreen), 4);
 }
 
+TEST_F(GraphicsTest, ComponentsThatAColourDoesNotHaveAreThoseOfBlack) {
+  const auto alpha = [](DrawportStateDescription& state) {
+    Take(state.SetBlendFunction(DrawportBlendFactor::SourceAlpha, DrawportBlendFactor::OneMinusSourceAlpha,
+                                DrawportBlendFactor::One, DrawportBlendFactor::One));
+    Take(state.SetAlphaBlendingMode(1));
+  };
+  using Type = DrawportShaderValueType;
+  for (const auto& [type, value, expected] :
+       {std::tuple(Type::Float, "0.5", Rgba{0.5f, 0, 0, 1}),
+        std::tuple(Type::Float2, "vec2(0.5, 0.25)", Rgba{0.5f, 0.25f, 0, 1}),
+        std::tuple(Type::Float3, "vec3(0.5, 0.25, 1.0)", Rgba{0.5f, 0.25f, 1, 1})}) {
+    GraphicsBuilder program(*this);
+    program.Attribute(Type::Float2, "position")
+        .Vertex("OutPosition = vec4(position.x, position.y, 0.5, 1.0);\n")
+        .Stage(DrawportStage::Fragment, "",
+               "{\nif (InFragCoord.x < 0.0) return;\ncolor = " + std::string(value) + ";\n}",
+               {MakeOutput("color", type)});
+    EXPECT_EQ(Draw(program, {.vertices = MakeRectangle(-1, -1, 1, 1), .count = 6, .state = alpha}).Count(expected), 64);
+  }
+}
+
 TEST_F(GraphicsTest, TargetsOfEveryKindOfFormatAreDrawnInto) {
   using Type = DrawportShaderValueType;
   for (const auto& [format, type, value, expected] :

@@ -220,6 +220,46 @@ TEST_F(GraphicsErrorTest, KernelsDoNotDrawAndDrawnProgramsAreNotDispatched) {
               IsErrorWith(kIllegalArgumentError, "A GPU program is either one of compute or one of graphics stages."));
 }
 
+TEST_F(GraphicsErrorTest, AStageHasAtMostEightColours) {
+  for (const Int count : {9, 40}) {
+    std::vector<ShaderParameter> outputs;
+    std::string body = "{\n";
+    for (Int i = 0; i < count; ++i) {
+      outputs.push_back(MakeOutput("transparency" + std::to_string(i), Type::Float4));
+      body += "transparency" + std::to_string(i) + " = vec4(0.0, 0.0, 0.0, 1.0);\n";
+    }
+    GraphicsBuilder program(*this);
+    program.Vertex("OutPosition = vec4(0.0, 0.0, 0.5, 1.0);\n").Stage(DrawportStage::Fragment, "", body + "}", outputs);
+    EXPECT_THAT(program.TryBuild(),
+                IsErrorWith(kIllegalArgumentError, "The fragment stage of the GPU program has more than 8 colours."));
+  }
+}
+
+TEST_F(GraphicsErrorTest, ValuesBeyondTheLimitOfUniformsAreRefused) {
+  GraphicsBuilder program = MakePlain("UNIFORM(value0)[0] + UNIFORM(value4199)[0]");
+  for (Int i = 0; i < 4200; ++i) program.Uniform(DrawportStage::Fragment, Type::Matrix4, "value" + std::to_string(i));
+  const auto built = program.TryBuild();
+  if (built) {
+    std::cout << "This device has room for 268800 bytes of values.\n";
+    return;
+  }
+  EXPECT_THAT(built, IsErrorContaining(kIllegalArgumentError, "The values of the fragment stage have 268800 bytes"));
+}
+
+TEST_F(GraphicsErrorTest, NumbersOutsideOfTheirEnumerationsAreRefused) {
+  GraphicsBuilder program = MakePlain();
+  DrawportDrawCall call = Take(TryMakeCall(program, {.vertices = MakeRectangle(-1, -1, 1, 1), .count = 6}));
+  target = MakeTarget(2, 2);
+  Take(renderer->Begin(target, {}));
+  for (const int number : {-1, 6}) {
+    call.topology = static_cast<DrawportTopology>(number);
+    EXPECT_THAT(renderer->Draw(call), IsErrorOfKind(kIllegalArgumentError));
+  }
+  Take(renderer->End());
+  EXPECT_THAT(renderer->CreateTarget({.width = 1, .height = 1, .depthFormat = static_cast<DrawportDepthFormat>(3)}),
+              IsErrorWith(kIllegalArgumentError, "3 is no depth format; there are 0 to 2."));
+}
+
 TEST_F(GraphicsErrorTest, ValuesBelongToTheirProgram) {
   GraphicsBuilder first = MakePlain();
   GraphicsBuilder second = MakePlain("vec4(UNIFORM(shade), 0.0, 0.0, 1.0)");

@@ -214,6 +214,52 @@ TEST_F(GraphicsPassTest, OtherWorkMayStandInTheMiddleOfAPass) {
   }
 }
 
+TEST_F(GraphicsPassTest, ABarrierBetweenTwoDrawsShowsWhatTheFirstHasWritten) {
+  // The first draw counts into a buffer, the second one reads the count as its colour.
+  DrawportDeviceBuffer* count = MakeBuffer(4);
+  const auto make = [&](std::string_view code, DrawportBufferAccess access) {
+    GraphicsBuilder program(*this);
+    program.Attribute(Type::Float2, "position")
+        .Vertex("OutPosition = vec4(position.x, position.y, 0.5, 1.0);\n")
+        .Color("color")
+        .Add([=](DrawportProgramDescription& p) {
+          return p.AddBufferParameter(DrawportStage::Fragment, {.typeName = "uint"_s, .members = {}, .byteSize = 4},
+                                      "count"_iid, access);
+        })
+        .Fragment(code);
+    return Take(TryMakeCall(program, {.vertices = MakeRectangle(-1, -1, 1, 1),
+                                      .count = 6,
+                                      .values = [&](ProgramValues& values) { values.SetBuffer("count", count); }}));
+  };
+  const DrawportDrawCall first =
+      make("uint old;\nAtomicAdd(UNIFORM_BUFFER(count)[0], 1u, old);\ncolor = vec4(1.0, 1.0, 1.0, 1.0);\n",
+           DrawportBufferAccess::ReadWrite);
+  const DrawportDrawCall second =
+      make("color = vec4(float(UNIFORM_BUFFER(count)[0]), 0.0, 0.0, 1.0);\n", DrawportBufferAccess::ReadOnly);
+  target = MakeTarget(4, 4);
+  Take(renderer->Begin(target, {}));
+  Take(renderer->Draw(first));
+  Take(GetList().AddMemoryBarrier(DrawportBarrierBits::StorageBuffer));
+  Take(renderer->Draw(second));
+  Take(renderer->End());
+  EXPECT_EQ(Read(target).Count({16, 0, 0, 1}), 16);
+}
+
+TEST_F(GraphicsPassTest, AValueSetMayGoBehindItsDraw) {
+  GraphicsBuilder program = MakePlain("UNIFORM(paint)");
+  program.Uniform(DrawportStage::Fragment, Type::Float4, "paint");
+  target = MakeTarget(4, 4);
+  DrawportDrawCall call = Take(
+      TryMakeCall(program, {.vertices = MakeRectangle(-1, -1, 1, 1), .count = 6, .values = [](ProgramValues& values) {
+                              values.Set("paint", Vector4d32{1, 0, 0, 1});
+                            }}));
+  DrawInto(target, {call});
+  call.program->ReleaseParameterValueSet(*call.values);
+  call.values = Take(call.program->GetParameterValueSet(*_context, 77, 1));  // in its place
+  Bind(call, {.values = [](ProgramValues& values) { values.Set("paint", Vector4d32{0, 1, 0, 1}); }});
+  EXPECT_EQ(Read(target).Count(kRed), 16);
+}
+
 TEST_F(GraphicsPassTest, ValuesAreThoseOfTheirDraw) {
   // More uniforms than the ring holds: 20,000 draws of 256 bytes and more.
   constexpr Int kSide = 100;

@@ -179,6 +179,39 @@ TEST_F(TessellationTest, StagesComeInPairsAndBehindAVertexStage) {
   EXPECT_THAT(headless.TryBuild(), IsErrorWith(kIllegalArgumentError, "A graphics program needs a vertex stage."));
 }
 
+TEST_F(TessellationTest, VaryingsThatAControlStageDoesNotGiveAreHandedOn) {
+  const auto make = [&](bool isGiven) {
+    GraphicsBuilder program(*this);
+    program.Attribute(Type::Float2, "position");
+    if (isGiven) program.Varying(Type::Float, "tone", DrawportStage::Vertex, kControl);
+    program
+        .Vertex(std::string("OutPosition = vec4(position.x, position.y, 0.5, 1.0);\n") +
+                (isGiven ? "tone = 0.5;\n" : ""))
+        .Stage(
+            kControl, "",
+            "{ OutPosition = InPatchPosition(InInvocationID); OutTessLevelOuter[0] = 1.0; OutTessLevelOuter[1] = 1.0; "
+            "OutTessLevelOuter[2] = 1.0; OutTessLevelInner[0] = 1.0; }",
+            {MakeVarying("tone", Type::Float)})
+        .Stage(kEvaluation, "",
+               "{ OutPosition = InPatchPosition(0) * InTessCoord.x + InPatchPosition(1) * InTessCoord.y + "
+               "InPatchPosition(2) * InTessCoord.z; tone = InPatch(tone, 1); }",
+               {MakeVarying("tone", Type::Float)})
+        .Varying(Type::Float, "tone", kEvaluation, DrawportStage::Fragment)
+        .Color("color")
+        .Fragment("color = vec4(tone, 0.0, 0.0, 1.0);\n");
+    return program;
+  };
+  const Picture picture = Draw(
+      make(true),
+      {.vertices = MakeBuffer<Float32>({-1, -1, 3, -1, -1, 3}), .count = 3, .topology = DrawportTopology::Patches});
+  EXPECT_EQ(picture.Count({0.5f, 0, 0, 1}), 64);
+  EXPECT_THAT(
+      make(false).TryBuild(),
+      IsErrorWith(
+          kIllegalArgumentError,
+          "the tessellation control stage receives the varying \"tone\", which the vertex stage does not give"));
+}
+
 TEST_F(TessellationTest, WhatAStageReceivesMustBeGiven) {
   GraphicsBuilder program(*this);
   program.Vertex("OutPosition = vec4(0.0, 0.0, 0.0, 1.0);\n")
