@@ -24,7 +24,7 @@ class DefaultCommandList final : public DrawportCommandList {
   }
   Result<void> UnmapTexture(DrawportStagingBuffer&) override { return MakeNoContextError(); }
   void ReleaseStagingBuffer(DrawportStagingBuffer*) override {}
-  Result<void> SetAtomicCounterValue(DrawportAtomicCounter&, UInt32) override { return MakeNoContextError(); }
+  Result<void> SetAtomicCounterValue(DrawportAtomicCounter&, UInt32) override { return OK; }
   Result<UInt32> GetAtomicCounterValue(DrawportAtomicCounter&) override { return MakeNoContextError(); }
   Result<void> Dispatch(DrawportProgramFactory&, DrawportParameterValueSet&, UInt32, UInt32, UInt32) override {
     return MakeNoContextError();

@@ -114,6 +114,7 @@ Result<void> DrawportProgramDescription::AddRecordedParameters(const ShaderRecor
     } else if (parameter.kind == ShaderParameterKind::Buffer) {
       added.kind = DrawportParameterKind::Buffer;
       added.layout.typeName = parameter.elementType;
+      added.layout.byteSize = parameter.byteSize;
       added.access = parameter.access;
       added.isValue = parameter.isValue;
     } else if (!IsBound(parameter.kind)) {

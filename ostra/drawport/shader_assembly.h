@@ -75,6 +75,7 @@ struct ShaderParameter {
   DrawportBufferAccess access = DrawportBufferAccess::ReadWrite;
   // A buffer with one element that is read as UNIFORM(name): for values that the uniform buffer has no code for.
   Bool isValue = false;
+  Int byteSize = 0;  // of such a value; 0 when nobody knows
   // Binding of buffers and counters; location of attributes, varyings and outputs. See AssignBindings.
   Int binding = -1;
   ShaderOrigin origin;

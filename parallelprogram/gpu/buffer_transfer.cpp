@@ -28,8 +28,9 @@ void MovePieces(Int chunk, Int capacity, Move&& move) {
 
 }  // namespace
 
-Int GetTransferChunkSize(const GpuContextData& data, DrawportCapability capability, Int elementSize) {
+Result<Int> GetTransferChunkSize(const GpuContextData& data, DrawportCapability capability, Int elementSize) {
   const Int capacity = data.GetCapability(capability);
+  if (capacity < 1) return OSTRA_ILLEGAL_STATE("The GPU layer has no staging memory.");
   return elementSize > 0 && elementSize <= capacity ? capacity - capacity % elementSize : capacity;
 }
 
@@ -48,7 +49,8 @@ Result<void> UploadBytes(const GpuContextData& data, DrawportDeviceBuffer* buffe
   if (!buffer) return OSTRA_ILLEGAL_STATE("no device buffer found to copy data into");
   OSTRA_RETURN_IF_ERROR(CheckHasContext(data));
   DrawportCommandList& list = data.GetCommandList();
-  const Int capacity = GetTransferChunkSize(data, DrawportCapability::BufferTransferChunk, elementSize);
+  OSTRA_ASSIGN_OR_RETURN(const Int capacity,
+                         GetTransferChunkSize(data, DrawportCapability::BufferTransferChunk, elementSize));
   for (Int done = 0; done < bytes;) {
     const Int chunk = std::min(bytes - done, capacity);
     OSTRA_ASSIGN_OR_RETURN(const StagingBuffer staging,
@@ -74,7 +76,8 @@ Result<void> DownloadBytes(const GpuContextData& data, DrawportDeviceBuffer* buf
   if (!buffer) return OSTRA_ILLEGAL_STATE("no device buffer found to copy data from");
   OSTRA_RETURN_IF_ERROR(CheckHasContext(data));
   DrawportCommandList& list = data.GetCommandList();
-  const Int capacity = GetTransferChunkSize(data, DrawportCapability::ReadBackStagingCapacity, elementSize);
+  OSTRA_ASSIGN_OR_RETURN(const Int capacity,
+                         GetTransferChunkSize(data, DrawportCapability::ReadBackStagingCapacity, elementSize));
   for (Int done = 0; done < bytes;) {
     const Int chunk = std::min(bytes - done, capacity);
     OSTRA_ASSIGN_OR_RETURN(const StagingBuffer staging,

@@ -5,8 +5,9 @@
 
 namespace ostra {
 
-// Bytes of whole chunks: as many elements as the device's `capability` has room for.
-Int GetTransferChunkSize(const GpuContextData& data, DrawportCapability capability, Int elementSize);
+// Bytes of whole chunks: as many elements as the device's `capability` has room for. Error: illegal state when it has
+// none, with which a transfer would never end.
+Result<Int> GetTransferChunkSize(const GpuContextData& data, DrawportCapability capability, Int elementSize);
 
 // How a chunk is cut into the pieces that jobs move: `count` pieces of `size` bytes, the last one with what is left.
 struct TransferPieces {

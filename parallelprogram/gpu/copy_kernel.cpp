@@ -82,9 +82,11 @@ Result<void> DeviceCopy::Build(const GpuContextData& data) {
   return OK;
 }
 
+UInt32 DeviceCopy::GetWordCount(const Range& range) { return ToWords(range.count, range.wordsPerElement); }
+
 Result<void> DeviceCopy::Run(const GpuContextData& data, DrawportDeviceBuffer& source, DrawportDeviceBuffer& target,
                              const Range& range) {
-  _copyCount = ToWords(range.count, range.wordsPerElement);
+  _copyCount = GetWordCount(range);
   if (_copyCount == 0) return OK;
   _sourceOffset = ToWords(range.sourceOffset, range.wordsPerElement);
   _targetOffset = ToWords(range.targetOffset, range.wordsPerElement);

@@ -26,6 +26,8 @@ class DeviceCopy {
   DeviceCopy& operator=(const DeviceCopy&) = delete;
   ~DeviceCopy() { Reset(); }
 
+  // Whole words of a range; 0 when there is nothing to copy.
+  static UInt32 GetWordCount(const Range& range);
   // Builds the kernel for the context; the one that there was stays in use on error. Errors: those of the build.
   Result<void> Build(const GpuContextData& data);
   Bool IsBuilt() const { return static_cast<Bool>(_compute); }

@@ -8,6 +8,25 @@
 OSTRA_UNIT("parallelprogram_gpu_impl");
 
 namespace ostra {
+namespace {
+
+// The names of a buffer's links: a table must not change while it is walked through.
+Result<BaseArray<InternedId>> FindBufferLinks(const DataDictionary& table, const InternedId& attr,
+                                              const DataBufferEntry& entry) {
+  BaseArray<InternedId> names;
+  for (const auto& [name, value] : table) {
+    const auto* linked = value.GetIf<DataBufferEntry>();
+    if (!linked || linked->_deviceBuffer != entry._deviceBuffer) continue;
+    if (entry._deviceBuffer || (name == attr && *linked == entry)) OSTRA_RETURN_IF_ERROR(names.Append(name));
+  }
+  return names;
+}
+
+}  // namespace
+
+Int GetElementSize(const DataBufferEntry& entry) {
+  return entry._elementType.IsPopulated() ? entry._elementType.GetSize() : 0;
+}
 
 const DataBufferEntry* FindBufferEntry(const DataDictionary& table, const InternedId& attr) {
   const Data* data = table.FindData(attr);
@@ -21,7 +40,8 @@ Result<DrawportVertexBuffer*> AllocateBuffer(const DeviceOwner& owner, const Int
                                              const DrawportDeviceBuffer* keep) {
   const GpuContextData& data = owner.data;
   OSTRA_RETURN_IF_ERROR(CheckHasContext(data));
-  const Int elementSize = entry._elementType.GetSize();
+  const Int elementSize = GetElementSize(entry);
+  if (elementSize < 1) return OSTRA_ILLEGAL_ARGUMENT("DataType not specified or 0 size");
   Int byteCount = 0;
   if (__builtin_mul_overflow(count, elementSize, &byteCount)) return OSTRA_OUT_OF_MEMORY();
   UInt64 content = 0;
@@ -83,6 +103,7 @@ Result<Data> DownloadBuffer(const GpuContextData& data, const DataBufferEntry& e
   if (count < 0 || !IsWithin(entry._count, offset, count))
     return OSTRA_ILLEGAL_ARGUMENT("Requested data range is out of bounds");
   const DataType type = entry._elementType;
+  if (GetElementSize(entry) < 1) return OSTRA_ILLEGAL_ARGUMENT("DataType not specified or 0 size");
   OSTRA_ASSIGN_OR_RETURN(const DataType arrayType, DataType::MakeArray(type));
   OSTRA_ASSIGN_OR_RETURN(Array<Generic> array, NewBaseArray(type));
   OSTRA_RETURN_IF_ERROR(array.Resize(count, ResizeFlags::Exact));
@@ -115,13 +136,14 @@ Result<void> SwapBufferLinks(DataDictionary& table, const InternedId& one, const
 }
 
 Result<void> EraseBufferLinks(DataDictionary& table, const InternedId& attr, const DataBufferEntry& entry) {
-  BaseArray<InternedId> names;
-  for (const auto& [name, value] : table) {
-    const auto* linked = value.GetIf<DataBufferEntry>();
-    if (!linked || linked->_deviceBuffer != entry._deviceBuffer) continue;
-    if (entry._deviceBuffer || (name == attr && *linked == entry)) OSTRA_RETURN_IF_ERROR(names.Append(name));
-  }
+  OSTRA_ASSIGN_OR_RETURN(const BaseArray<InternedId> names, FindBufferLinks(table, attr, entry));
   for (const InternedId& name : names) OSTRA_RETURN_IF_ERROR(table.EraseData(name));
+  return OK;
+}
+
+Result<void> ClearBufferLinks(DataDictionary& table, const InternedId& attr, const DataBufferEntry& entry) {
+  OSTRA_ASSIGN_OR_RETURN(const BaseArray<InternedId> names, FindBufferLinks(table, attr, entry));
+  for (const InternedId& name : names) OSTRA_RETURN_IF_ERROR(table.Set(name, DataBufferEntry()));
   return OK;
 }
 

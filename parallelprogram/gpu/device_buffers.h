@@ -21,9 +21,13 @@ struct DeviceOwner {
 // Null when there is no entry of this name.
 const DataBufferEntry* FindBufferEntry(const DataDictionary& table, const InternedId& attr);
 
+// Bytes of an element; 0 for an entry without a type, which clients may make.
+Int GetElementSize(const DataBufferEntry& entry);
+
 // Gives `entry` device memory of `count` elements of its type, with the packed `bytes` in it, or zeros when there are
 // none. Memory that `keep` names is left as it is. Returns the vertex buffer that the memory is part of; it lives as
-// long as the entry's item. Errors: illegal state without a context; those of the cache and of the upload.
+// long as the entry's item. Errors: illegal argument "DataType not specified or 0 size"; illegal state without a
+// context; those of the cache and of the upload.
 Result<DrawportVertexBuffer*> AllocateBuffer(const DeviceOwner& owner, const InternedId& attr, Int count,
                                              const Byte* bytes, DataBufferEntry& entry,
                                              const DrawportDeviceBuffer* keep = nullptr);
@@ -52,7 +56,8 @@ Result<Data> GetBufferLink(const DataDictionary& table, const InternedId& attr);
 // Errors: illegal argument "buffer one (two) could not be found".
 Result<void> SwapBufferLinks(DataDictionary& table, const InternedId& one, const InternedId& two);
 // Erases every link to the buffer `attr`, whatever the names of the links; of one that is on no device only that of its
-// own name.
+// own name. The second leaves empty entries under the names.
 Result<void> EraseBufferLinks(DataDictionary& table, const InternedId& attr, const DataBufferEntry& entry);
+Result<void> ClearBufferLinks(DataDictionary& table, const InternedId& attr, const DataBufferEntry& entry);
 
 }  // namespace ostra

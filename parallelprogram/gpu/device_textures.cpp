@@ -37,12 +37,51 @@ Int GetByteSize(const DrawportTextureDescription& description) {
 
 // Fills an item's texture. What fails in that does not fail the call: it is written as a diagnostic.
 Result<DrawportTexture*> MakeFilled(const GpuContextData& data, DrawportTextureItemInterface& item,
-                                    const TexelBytes& texels, const InternedId& attr) {
+                                    const DrawportExtent& extent, const TexelBytes& texels, const InternedId& attr) {
   OSTRA_ASSIGN_OR_RETURN(const DrawportTextureFill fill, DrawportTextureFill::Create([&](DrawportTexture& texture) {
-                           if (auto filled = FillTexture(data, texture, texels); !filled)
+                           if (auto filled = FillTexture(data, texture, extent, texels); !filled)
                              CriticalOutput("@, at attribute @", filled.GetError(), attr);
                          }));
   return item.MakeValid(*data.context, fill);
+}
+
+// A texture keeps its key when it gets another name: to store something under the first name again is to make another.
+Bool HasOtherName(const DataDictionary& table, const InternedId& attr, const DrawportTextureItemRef& item) {
+  for (const auto& [name, value] : table) {
+    const auto* entry = value.GetIf<TextureSamplerEntry>();
+    if (entry && entry->_textureItem == item && !(name == attr)) return true;
+  }
+  return false;
+}
+
+// The key of a texture that is no other one with its key, the `number`-th of them.
+DrawportResourceKey MakeOtherKey(DrawportResourceKey key, const DrawportTextureDescription& wanted, UInt64 number) {
+  key.values[1] |= static_cast<UInt64>(wanted.format - GetPixelFormats().GetFirst() + 1) << 32;
+  const DrawportExtent& extent = wanted.extent;
+  key.values[2] =
+      AppendToKey(key.values[2], static_cast<UInt64>(extent.width) << 32 | static_cast<UInt64>(extent.height));
+  key.values[2] = AppendToKey(key.values[2], static_cast<UInt64>(extent.depth));
+  key.values[2] = AppendToKey(key.values[2], number);
+  return key;
+}
+
+// Channels and formats are no part of the key: a texture that is still held may be of another kind.
+Result<DrawportTextureItemRef> FindTextureItem(const GpuContextData& data, const DataDictionary& table,
+                                               const InternedId& attr, const DrawportTextureDescription& wanted,
+                                               const DrawportResourceKey& key, Bool& isNew) {
+  OSTRA_ASSIGN_OR_RETURN(const DrawportTextureDescribe describe,
+                         DrawportTextureDescribe::Create([&](DrawportTextureDescription& description) {
+                           description = wanted;
+                           isNew = true;
+                         }));
+  DrawportResourceKey tried = key;
+  for (UInt64 number = 1;; ++number) {
+    OSTRA_ASSIGN_OR_RETURN(DrawportTextureItemRef item, data.cache->GetTexture(tried, describe));
+    if (isNew) return item;
+    OSTRA_ASSIGN_OR_RETURN(const DrawportTexture* texture, item->MakeValid(*data.context, DrawportTextureFill()));
+    if (IsSame(texture->GetDescription(), wanted) && !HasOtherName(table, attr, item)) return item;
+    tried = MakeOtherKey(key, wanted, number);
+  }
 }
 
 }  // namespace
@@ -57,42 +96,27 @@ void RaiseDimensions(TextureBindData& bindData) {
     *extent = std::max<UInt32>(*extent, 1);
 }
 
-Result<TextureSamplerEntry> MakeTextureEntry(const GpuContextData& data, const InternedId& attr,
-                                             const TextureBindData& bindData, const NarrowTexels& narrow,
-                                             DrawportResourceKey key) {
-  DrawportContextInterface& context = *data.context;
+Result<TextureSamplerEntry> MakeTextureEntry(const GpuContextData& data, const DataDictionary& table,
+                                             const InternedId& attr, const TextureBindData& bindData,
+                                             const NarrowTexels& narrow, const DrawportResourceKey& key,
+                                             const MakeTextureRoom& makeRoom) {
   TextureSamplerEntry entry;
   OSTRA_ASSIGN_OR_RETURN(entry._samplerItem, data.cache->GetTextureSampler(MakeSamplerKey(bindData)));
   OSTRA_ASSIGN_OR_RETURN(const PixelFormatRef format, FindTextureFormat(bindData, narrow));
   OSTRA_ASSIGN_OR_RETURN(const StoredTexels stored, MakeStoredTexels(bindData, *format));
-  const DrawportTextureDescription wanted = DescribeTexture(bindData, format, context);
+  const DrawportTextureDescription wanted = DescribeTexture(bindData, format, *data.context);
 
   Bool isNew = false;
-  OSTRA_ASSIGN_OR_RETURN(const DrawportTextureDescribe describe,
-                         DrawportTextureDescribe::Create([&](DrawportTextureDescription& description) {
-                           description = wanted;
-                           isNew = true;
-                         }));
-  OSTRA_ASSIGN_OR_RETURN(entry._textureItem, data.cache->GetTexture(key, describe));
-  const TexelBytes texels{stored.data, stored.size};
-  if (isNew) {
-    OSTRA_ASSIGN_OR_RETURN(entry._texture, MakeFilled(data, *entry._textureItem, texels, attr));
-  } else {
-    OSTRA_ASSIGN_OR_RETURN(entry._texture, entry._textureItem->MakeValid(context, DrawportTextureFill()));
-    // Channels and formats are no part of the key: a texture that is still held may be of another kind.
-    if (!IsSame(entry._texture->GetDescription(), wanted)) {
-      key.values[1] |= static_cast<UInt64>(format - GetPixelFormats().GetFirst() + 1) << 32;
-      key.values[2] = AppendToKey(
-          key.values[2], static_cast<UInt64>(wanted.extent.width) << 32 | static_cast<UInt64>(wanted.extent.height));
-      key.values[2] = AppendToKey(key.values[2], static_cast<UInt64>(wanted.extent.depth));
-      OSTRA_ASSIGN_OR_RETURN(entry._textureItem, data.cache->GetTexture(key, describe));
-    }
-    BaseArray<Byte> zeros;
-    if (!texels.data && !isNew) OSTRA_RETURN_IF_ERROR(zeros.Resize(GetByteSize(wanted)));
-    const TexelBytes fill = texels.data ? texels : TexelBytes{zeros.GetFirst(), zeros.GetCount()};
-    OSTRA_ASSIGN_OR_RETURN(entry._texture, MakeFilled(data, *entry._textureItem, fill, attr));
+  OSTRA_ASSIGN_OR_RETURN(entry._textureItem, FindTextureItem(data, table, attr, wanted, key, isNew));
+  if (isNew && makeRoom) OSTRA_RETURN_IF_ERROR(makeRoom());
+  TexelBytes texels{stored.data, stored.size};
+  BaseArray<Byte> zeros;  // what a new texture has already
+  if (!texels.data && !isNew) {
+    OSTRA_RETURN_IF_ERROR(zeros.Resize(GetByteSize(wanted)));
+    texels = {zeros.GetFirst(), zeros.GetCount()};
   }
-  OSTRA_ASSIGN_OR_RETURN(entry._sampler, entry._samplerItem->MakeValid(context));
+  OSTRA_ASSIGN_OR_RETURN(entry._texture, MakeFilled(data, *entry._textureItem, wanted.extent, texels, attr));
+  OSTRA_ASSIGN_OR_RETURN(entry._sampler, entry._samplerItem->MakeValid(*data.context));
   OSTRA_ASSIGN_OR_RETURN(entry._samplingData, BuildSamplingData(bindData, false));
   entry._samplingData._dataSize = stored.size;
   entry._textureId = attr;
@@ -107,12 +131,19 @@ Result<void> UpdateTexture(const GpuContextData& data, DataDictionary& table, co
   OSTRA_RETURN_IF_ERROR(CheckHasContext(data));
   TextureBindData bindData = texBindData;
   RaiseDimensions(bindData);
-  OSTRA_ASSIGN_OR_RETURN(const PixelFormatRef format, FindTextureFormat(bindData, narrow));
-  if (!IsSame(known->_texture->GetDescription(), DescribeTexture(bindData, format, *data.context)))
-    return OSTRA_ILLEGAL_ARGUMENT("Size of input TextureBindData differs from the size of the stored texture.");
-  OSTRA_ASSIGN_OR_RETURN(const StoredTexels stored, MakeStoredTexels(bindData, *format));
+  StoredTexels stored;
+  stored.data = bindData._data;
+  stored.size = std::max<Int>(bindData._dataSize, 0);
+  const auto format = FindTextureFormat(bindData, narrow);
+  if (format && (*format)->bitsPerChannel == known->_texture->GetDescription().format->bitsPerChannel) {
+    OSTRA_ASSIGN_OR_RETURN(stored, MakeStoredTexels(bindData, **format));
+  }
   TextureSamplerEntry entry = *known;
-  OSTRA_ASSIGN_OR_RETURN(entry._texture, MakeFilled(data, *entry._textureItem, {stored.data, stored.size}, attr));
+  OSTRA_ASSIGN_OR_RETURN(entry._samplerItem, data.cache->GetTextureSampler(MakeSamplerKey(bindData)));
+  OSTRA_ASSIGN_OR_RETURN(entry._sampler, entry._samplerItem->MakeValid(*data.context));
+  const DrawportExtent extent{bindData._dimensions.x, bindData._dimensions.y, bindData._dimensions.z};
+  OSTRA_ASSIGN_OR_RETURN(entry._texture,
+                         MakeFilled(data, *entry._textureItem, extent, {stored.data, stored.size}, attr));
   OSTRA_ASSIGN_OR_RETURN(entry._samplingData, BuildSamplingData(bindData, false));
   entry._samplingData._dataSize = stored.size;
   return table.Set(attr, std::move(entry));

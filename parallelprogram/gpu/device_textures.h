@@ -13,15 +13,21 @@ const TextureSamplerEntry* FindTextureEntry(const DataDictionary& table, const I
 // Extents below 1 become 1.
 void RaiseDimensions(TextureBindData& bindData);
 
-// The entry of a texture as `bindData`, whose extents are at least 1, describes it: on the device and filled. Textures
-// that are still held are found again by `key`, see MakeTextureKey. What fails while it is filled is written as a
-// diagnostic. Errors: those of FindTextureFormat and of the cache; out of memory.
-Result<TextureSamplerEntry> MakeTextureEntry(const GpuContextData& data, const InternedId& attr,
-                                             const TextureBindData& bindData, const NarrowTexels& narrow,
-                                             DrawportResourceKey key);
+// Makes room for a new texture before it gets its memory.
+using MakeTextureRoom = Delegate<Result<void>()>;
 
-// Replaces the texels of a texture in `table`. Errors: illegal argument "texture for update could not be found", and
-// for another size or format.
+// The entry of `table` for a texture as `bindData`, whose extents are at least 1, describes it: on the device and
+// filled. A texture that is still held is found again by `key`, see MakeTextureKey, unless it is of another kind or has
+// another name by now. What fails while it is filled is written as a diagnostic. Errors: those of FindTextureFormat, of
+// `makeRoom` and of the cache; out of memory.
+Result<TextureSamplerEntry> MakeTextureEntry(const GpuContextData& data, const DataDictionary& table,
+                                             const InternedId& attr, const TextureBindData& bindData,
+                                             const NarrowTexels& narrow, const DrawportResourceKey& key,
+                                             const MakeTextureRoom& makeRoom = {});
+
+// Writes other texels into a texture of `table`, as far as they reach, and describes it by `texBindData` from now on.
+// Texels of another format are taken as bytes. What fails while it is filled is written as a diagnostic. Error: illegal
+// argument "texture for update could not be found".
 Result<void> UpdateTexture(const GpuContextData& data, DataDictionary& table, const InternedId& attr,
                            const TextureBindData& texBindData, const NarrowTexels& narrow);
 

@@ -12,6 +12,13 @@ namespace {
 
 constexpr Int32 kDefaultNoiseSeed = 42;
 
+// The kernel's own noiseSeed_N has the same bits.
+Int32 GetSeed(const Data& value) {
+  if (const auto* bits = value.GetIf<UInt32>()) return static_cast<Int32>(*bits);
+  const auto seed = value.ConvertTo<Int32>();
+  return seed ? *seed : kDefaultNoiseSeed;
+}
+
 Result<void> BindUniforms(const GpuKernel& kernel, const ParameterTarget& target) {
   for (const auto& [name, value] : kernel.uniforms) {
     const DrawportParameterHandle handle = target.factory.GetParameterHandle(name);
@@ -62,8 +69,7 @@ Result<void> ParallelProgramGPUImpl::BindNoises(const GpuKernel& kernel, const P
   };
   for (Int i = 0; i < _noiseDataNames.GetCount(); ++i) {
     const Data* value = kernel.uniforms.FindData(_noiseSeedNames[i]);
-    const auto seed = value ? value->ConvertTo<Int32>() : Result<Int32>(kDefaultNoiseSeed);
-    OSTRA_RETURN_IF_ERROR(bind(_noiseDataNames[i], seed ? *seed : kDefaultNoiseSeed));
+    OSTRA_RETURN_IF_ERROR(bind(_noiseDataNames[i], value ? GetSeed(*value) : kDefaultNoiseSeed));
   }
   return bind("noiseData"_iid, kDefaultNoiseSeed);
 }

@@ -14,8 +14,19 @@ namespace {
 
 constexpr Int kWordSize = 4;
 
-Int GetByteSize(const DataBufferEntry& entry) {
-  return entry._elementType.IsPopulated() ? entry._count * entry._elementType.GetSize() : 0;
+Int GetByteSize(const DataBufferEntry& entry) { return entry._count * GetElementSize(entry); }
+
+Float32 GetWordsPerElement(const DataBufferEntry& entry) {
+  return static_cast<Float32>(GetElementSize(entry)) / static_cast<Float32>(kWordSize);
+}
+
+// Gives the entry another type of elements. Their number stays, as far as the device memory has room for them.
+void TakeElementType(DataBufferEntry& entry, const DataType& type) {
+  entry._elementType = type;
+  if (!entry._deviceBuffer) return;
+  const Int room = entry._deviceBuffer->GetSize() / type.GetSize();
+  entry._capacity = std::min(entry._capacity, room);
+  entry._count = std::min(entry._count, room);
 }
 
 }  // namespace
@@ -35,17 +46,19 @@ Result<void> ParallelProgramGPUImpl::ResizeUniformBuffer(const InternedId& attr,
   if (entry._deviceBuffer != old._deviceBuffer) {
     DeviceCopy::Range range;
     range.count = std::min(old._count, count);
-    range.wordsPerElement = static_cast<Float32>(old._elementType.GetSize()) / static_cast<Float32>(kWordSize);
+    range.wordsPerElement = GetWordsPerElement(old);
     OSTRA_RETURN_IF_ERROR(CopyWords(old, entry, range));
   }
   return _buffers.Set(attr, std::move(entry));
 }
 
+// Capacity and count are numbers of elements, whatever their type is from now on.
 Result<void> ParallelProgramGPUImpl::Upload(const InternedId& attr, const UploadSource& source, DataBufferEntry& entry,
                                             Bool newBuffer, Int offset) const {
-  ChangeElementType(entry, source.elementType);
+  const Int capacity = entry._capacity;
+  TakeElementType(entry, source.elementType);
   Int end = 0;
-  const Bool isBeyond = offset < 0 || __builtin_add_overflow(offset, source.count, &end) || end > entry._capacity;
+  const Bool isBeyond = offset < 0 || __builtin_add_overflow(offset, source.count, &end) || end > capacity;
   if (newBuffer || (isBeyond && offset == 0)) {
     OSTRA_RETURN_IF_ERROR(AllocateBuffer(GetOwner(), attr, source.count, source.bytes, entry));
     return OK;
@@ -91,6 +104,7 @@ Result<void> ParallelProgramGPUImpl::UpdateUniformBufferData(const InternedId& a
 
 Result<void> ParallelProgramGPUImpl::CopyWords(const DataBufferEntry& source, const DataBufferEntry& target,
                                                const DeviceCopy::Range& range) {
+  if (DeviceCopy::GetWordCount(range) == 0) return OK;
   if (!source._deviceBuffer || !target._deviceBuffer)
     return OSTRA_ILLEGAL_STATE("no device buffer found to copy data into");
   return _copyKernel.Run(_current, *source._deviceBuffer, *target._deviceBuffer, range);
@@ -110,7 +124,7 @@ Result<void> ParallelProgramGPUImpl::CopyBufferData(const InternedId& sourceAttr
     return OSTRA_ILLEGAL_ARGUMENT("count and offset out of range for target buffer");
   if (count < 1) return OK;
   DeviceCopy::Range range{count, sourceOffset, targetOffset, 1};
-  range.wordsPerElement = static_cast<Float32>(source->_elementType.GetSize()) / static_cast<Float32>(kWordSize);
+  range.wordsPerElement = GetWordsPerElement(*source);
   return CopyWords(*source, *target, range);
 }
 
@@ -125,9 +139,9 @@ Result<void> ParallelProgramGPUImpl::CopyBufferDataBytes(const InternedId& sourc
     return OSTRA_ILLEGAL_ARGUMENT("count and offset out of range for source buffer");
   if (!IsWithin(GetByteSize(*target), targetBytesOffset, bytesCount))
     return OSTRA_ILLEGAL_ARGUMENT("count and offset out of range for target buffer");
-  if (source->_elementType.GetSize() % 2 != 0)
+  if (GetElementSize(*source) % 2 != 0)
     return OSTRA_ILLEGAL_ARGUMENT("source buffer datatype's size must be a multiple of 16 bits");
-  if (target->_elementType.GetSize() % 2 != 0)
+  if (GetElementSize(*target) % 2 != 0)
     return OSTRA_ILLEGAL_ARGUMENT("target buffer datatype's size must be a multiple of 16 bits");
   if (bytesCount < kWordSize) return OK;
   return CopyWords(*source, *target,
@@ -139,7 +153,7 @@ Result<void> ParallelProgramGPUImpl::DeleteUniformBuffer(const InternedId& buffe
   if (!known) return OK;
   const DataBufferEntry entry = *known;
   OSTRA_ASSIGN_OR_RETURN(const BaseArray<GpuKernelRef> kernels, GetKernels());
-  for (const GpuKernelRef& kernel : kernels) OSTRA_RETURN_IF_ERROR(EraseBufferLinks(kernel->buffers, bufferId, entry));
+  for (const GpuKernelRef& kernel : kernels) OSTRA_RETURN_IF_ERROR(ClearBufferLinks(kernel->buffers, bufferId, entry));
   return _buffers.EraseData(bufferId);
 }
 

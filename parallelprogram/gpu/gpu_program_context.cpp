@@ -69,6 +69,7 @@ ParallelProgramGPUImpl::~ParallelProgramGPUImpl() { WaitForKernelCompile(); }
 
 Result<void> ParallelProgramGPUImpl::Init(const Url& resourcePath, const DrawportContextRef* context, Int32 deviceIndex,
                                           Bool createOffscreenContext) {
+  _resourcePath = resourcePath;
   if (_noiseSeedNames.IsEmpty()) {
     OSTRA_ASSIGN_OR_RETURN(BaseArray<InternedId> seeds, MakeNumberedNames("noiseSeed_@"));
     OSTRA_ASSIGN_OR_RETURN(_noiseDataNames, MakeNumberedNames("noiseData_@"));
@@ -76,7 +77,6 @@ Result<void> ParallelProgramGPUImpl::Init(const Url& resourcePath, const Drawpor
     _noiseSeedNames = std::move(seeds);
   }
   if (_current.context) {
-    _resourcePath = resourcePath;
     _previous = _current;
     return OK;
   }
@@ -94,7 +94,6 @@ Result<void> ParallelProgramGPUImpl::Init(const Url& resourcePath, const Drawpor
     data.contextReplaceable = true;  // a context may come later
   }
   if (data.context) OSTRA_RETURN_IF_ERROR(BuildCopyKernel(data));
-  _resourcePath = resourcePath;
   _narrow = narrow;
   _current = data;
   _previous = std::move(data);

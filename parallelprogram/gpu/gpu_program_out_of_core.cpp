@@ -1,7 +1,8 @@
 // Out-of-core textures of the GPU program: textures that make room for others are kept on the host, and come back to
 // the device when a kernel that reads them runs.
-#include <limits>
+#include <algorithm>
 
+#include "parallelprogram/gpu/cache_keys.h"
 #include "parallelprogram/gpu/gpu_program_impl.h"
 
 OSTRA_UNIT("parallelprogram_gpu_impl");
@@ -21,23 +22,33 @@ Bool Holds(const GpuKernel& kernel, const DrawportTexture* texture) {
   return false;
 }
 
+// Of texels that were never given nothing can be kept: reading has no room for them.
+Bool IsWhole(const TextureSamplerEntry& entry) {
+  if (!entry._texture) return false;
+  const DrawportTextureDescription& texture = entry._texture->GetDescription();
+  const DrawportExtent& extent = texture.extent;
+  return entry._samplingData._dataSize >=
+         extent.width * extent.height * extent.depth * texture.format->GetBytesPerPixel();
+}
+
 }  // namespace
 
+Bool ParallelProgramGPUImpl::IsEvictable(const InternedId& attr, const GpuKernel* spared) const {
+  const TextureSamplerEntry* entry = FindTextureEntry(_textures, attr);
+  return entry && entry->_samplingData._dataSize >= kSmallestEvicted && IsWhole(*entry) &&
+         !(spared && Holds(*spared, entry->_texture));
+}
+
+// A budget that nobody knows is no reason to evict anything.
 Result<Bool> ParallelProgramGPUImpl::MakeRoom(Int bytes, const GpuKernel* spared) {
-  Int64 available = GetAvailableAndTotalVRAMBudget().first;
-  const auto fits = [&](Int64 total) {
+  for (Int i = 0;; ++i) {
+    const auto [available, total] = GetAvailableAndTotalVRAMBudget();
     const auto reserve = static_cast<Int64>(static_cast<Float64>(total) * kReserve);
-    return reserve + bytes <= available;
-  };
-  for (Int i = 0; !fits(GetAvailableAndTotalVRAMBudget().second) && i < _deleteOrder.GetCount(); ++i) {
-    const InternedId attr = _deleteOrder[i];
-    const TextureSamplerEntry* entry = FindTextureEntry(_textures, attr);
-    if (!entry || entry->_samplingData._dataSize < kSmallestEvicted) continue;
-    if (spared && Holds(*spared, entry->_texture)) continue;
-    OSTRA_RETURN_IF_ERROR(EvictTexture(attr));
-    available = GetAvailableAndTotalVRAMBudget().first;
+    if (total < 1 || bytes <= available - reserve) return true;
+    while (i < _deleteOrder.GetCount() && !IsEvictable(_deleteOrder[i], spared)) ++i;
+    if (i == _deleteOrder.GetCount()) return bytes <= available;
+    OSTRA_RETURN_IF_ERROR(EvictTexture(_deleteOrder[i]));
   }
-  return bytes <= available;
 }
 
 Result<void> ParallelProgramGPUImpl::EvictTexture(const InternedId& attr) {
@@ -49,25 +60,28 @@ Result<void> ParallelProgramGPUImpl::EvictTexture(const InternedId& attr) {
   return _current.cache->FreeTrashCaches(*_current.context);
 }
 
+// A texture that is linked to several parameters counts once.
 Result<void> ParallelProgramGPUImpl::RestoreTextures(GpuKernel& kernel) {
   Int size = 0;
   BaseArray<InternedId> evicted;
+  HashMap<UInt64, Bool> counted;
   for (const auto& [name, value] : kernel.textures) {
     const auto* entry = value.GetIf<TextureSamplerEntry>();
     if (!entry) continue;
-    size += entry->_samplingData._dataSize;
     const InternedId textureId = entry->_textureId.IsPopulated() ? entry->_textureId : name;
+    const UInt64 identity =
+        entry->_texture ? reinterpret_cast<UInt64>(entry->_texture) : MixKey(textureId.GetHashCode());
+    OSTRA_ASSIGN_OR_RETURN(const auto position, counted.Insert(identity, true));
+    if (!position.isNew) continue;
+    if (__builtin_add_overflow(size, std::max<Int>(entry->_samplingData._dataSize, 0), &size)) size = INT64_MAX;
     if (!entry->_texture && _evictedTextures.Contains(textureId)) OSTRA_RETURN_IF_ERROR(evicted.Append(textureId));
   }
   if (size > 0) OSTRA_RETURN_IF_ERROR(MakeRoom(size, &kernel));
   for (const InternedId& attr : evicted) {
-    const Data* stored = _evictedTextures.Find(attr);
-    if (!stored) continue;  // two parameters of one texture
-    const Data texels = *stored;
+    const Data texels = *_evictedTextures.Find(attr);
     OSTRA_ASSIGN_OR_RETURN(const SamplingData& data, texels.Get<SamplingData>());
     OSTRA_RETURN_IF_ERROR(_current.GetCommandList().Execute(true));
-    TextureBindData bindData = MakeBindData(data);
-    OSTRA_RETURN_IF_ERROR(StoreTextureBindData(attr, bindData, true));
+    OSTRA_RETURN_IF_ERROR(StoreTexture(attr, MakeBindData(data), &kernel));
     OSTRA_RETURN_IF_ERROR(_current.GetCommandList().Execute(true));
   }
   return OK;

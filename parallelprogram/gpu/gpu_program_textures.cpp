@@ -13,11 +13,23 @@ namespace ostra {
 // Whether a texture is kept on the host when the device is full depends on the delete order, not on `outOfCore`.
 Result<void> ParallelProgramGPUImpl::StoreTextureBindData(const InternedId& attr, TextureBindData& texBindData, Bool) {
   RaiseDimensions(texBindData);
+  return StoreTexture(attr, texBindData, nullptr);
+}
+
+Result<void> ParallelProgramGPUImpl::StoreTexture(const InternedId& attr, const TextureBindData& bindData,
+                                                  const GpuKernel* spared) {
   OSTRA_RETURN_IF_ERROR(CheckHasContext(_current));
-  if (g_outOfCoreParallelProgram) OSTRA_RETURN_IF_ERROR(MakeRoom(texBindData._dataSize, nullptr));
   OSTRA_ASSIGN_OR_RETURN(const DrawportResourceKey key,
-                         MakeTextureKey(MakeNameKey(attr.GetHashCode(), _identity), texBindData, _narrow));
-  OSTRA_ASSIGN_OR_RETURN(TextureSamplerEntry entry, MakeTextureEntry(_current, attr, texBindData, _narrow, key));
+                         MakeTextureKey(MakeNameKey(attr.GetHashCode(), _identity), bindData, _narrow));
+  MakeTextureRoom makeRoom;
+  if (g_outOfCoreParallelProgram) {
+    OSTRA_ASSIGN_OR_RETURN(makeRoom, MakeTextureRoom::Create([this, &bindData, spared]() -> Result<void> {
+                             OSTRA_RETURN_IF_ERROR(MakeRoom(bindData._dataSize, spared));
+                             return OK;
+                           }));
+  }
+  OSTRA_ASSIGN_OR_RETURN(TextureSamplerEntry entry,
+                         MakeTextureEntry(_current, _textures, attr, bindData, _narrow, key, makeRoom));
   OSTRA_RETURN_IF_ERROR(_textures.Set(attr, std::move(entry)));
   _evictedTextures.Erase(attr);
   return OK;

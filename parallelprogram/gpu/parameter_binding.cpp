@@ -38,11 +38,11 @@ Result<void> LinkTexture(DataDictionary& links, const InternedId& attr, const Te
 }
 
 // A link to the program's buffer of the same name follows that name, so that the newest one is used; links to other
-// buffers and exchanged ones stay.
+// buffers and exchanged ones stay. One whose buffer was deleted is none.
 Result<void> BindBuffer(const ParameterTarget& target, DrawportParameterHandle handle,
                         const DrawportParameter& parameter, ParameterLinks& links, const DataDictionary& globals) {
   const DataBufferEntry* linked = FindBufferEntry(links.buffers, parameter.name);
-  if (!linked || linked->_bufferId == parameter.name) {
+  if (!linked || !linked->_deviceBuffer || linked->_bufferId == parameter.name) {
     const Data* global = globals.FindData(parameter.name);
     const DataBufferEntry* entry = global ? global->GetIf<DataBufferEntry>() : nullptr;
     if (entry && (!linked || !(*linked == *entry))) {
@@ -53,15 +53,16 @@ Result<void> BindBuffer(const ParameterTarget& target, DrawportParameterHandle h
   return target.factory.SetParameterBuffer(target.values, handle, linked ? linked->_deviceBuffer : nullptr);
 }
 
-// A link whose texture was deleted leads to the program's texture of that name, once there is one again; a parameter
-// without link to the texture of its own name.
+// A link whose texture was deleted leads to the program's texture of that name, once there is one again. Otherwise it
+// is none, and a parameter without link leads to the texture of its own name.
 Result<void> BindTexture(const ParameterTarget& target, DrawportParameterHandle handle,
                          const DrawportParameter& parameter, ParameterLinks& links, const DataDictionary& globals,
                          std::string_view user) {
   const TextureSamplerEntry* linked = FindTextureEntry(links.textures, parameter.name);
   if (!linked || !linked->_texture) {
     const Bool hasName = linked && linked->_textureId.IsPopulated();
-    const TextureSamplerEntry* global = FindTextureEntry(globals, hasName ? linked->_textureId : parameter.name);
+    const TextureSamplerEntry* global = hasName ? FindTextureEntry(globals, linked->_textureId) : nullptr;
+    if (!global) global = FindTextureEntry(globals, parameter.name);
     if (global) {
       OSTRA_RETURN_IF_ERROR(LinkTexture(links.textures, parameter.name, *global));
       linked = FindTextureEntry(links.textures, parameter.name);

@@ -72,9 +72,9 @@ TextureBlocks GetBlocks(const DrawportExtent& extent, Int blockWidth, Int pitch,
   return blocks;
 }
 
-Result<void> FillTexture(const GpuContextData& data, DrawportTexture& texture, const TexelBytes& texels) {
+Result<void> FillTexture(const GpuContextData& data, DrawportTexture& texture, const DrawportExtent& extent,
+                         const TexelBytes& texels) {
   if (!texels.data || texels.size < 1) return OK;
-  const DrawportExtent& extent = texture.GetDescription().extent;
   const Int capacity = data.GetCapability(DrawportCapability::TextureStagingCapacity);
   OSTRA_ASSIGN_OR_RETURN(const StagingBuffer staging,
                          CreateStaging(data, texture, extent, capacity, DrawportStagingUse::HostReadWrite));

@@ -22,10 +22,11 @@ struct TexelBytes {
   Int size = 0;  // bytes
 };
 
-// Writes the texels of a whole texture. Blocks that `texels` does not reach to the end of are left as they are.
-// Recorded, not executed. Errors: illegal state for a texture whose rows do not fit a staging buffer; those of staging
-// and mapping.
-Result<void> FillTexture(const GpuContextData& data, DrawportTexture& texture, const TexelBytes& texels);
+// Writes the block of a texture from the origin to `extent`. Blocks that `texels` does not reach to the end of are left
+// as they are. Recorded, not executed. Errors: illegal state for a texture whose rows do not fit a staging buffer;
+// those of staging and mapping.
+Result<void> FillTexture(const GpuContextData& data, DrawportTexture& texture, const DrawportExtent& extent,
+                         const TexelBytes& texels);
 
 // Reads the block from the origin to `extent`, packed, into `target` of `size` bytes. Errors: illegal state when
 // mapping fails, or when there are more texels than bytes to read them into; those of staging.

@@ -56,7 +56,7 @@ Int CountNoiseTables(const ShaderParser& parser) {
     const std::string_view number = GetFirstArgument(rest);
     Int index = 0;
     const auto [end, code] = std::from_chars(number.data(), number.data() + number.size(), index);
-    if (code == std::errc()) count = std::max(count, index + 1);
+    if (code == std::errc()) count = std::max(count, std::min(index, kMaxNoiseTables - 1) + 1);
   });
   return std::min(count, kMaxNoiseTables);
 }
@@ -180,6 +180,7 @@ class RecordMaker {
     } else if (form.kind == ShaderValueForm::Kind::ValueBuffer) {
       parameter.kind = ShaderParameterKind::Buffer;
       parameter.isValue = true;
+      parameter.byteSize = input.dataType.IsPopulated() ? input.dataType.GetSize() : 0;
       parameter.elementType = ShaderTypeName(input.dataType, CString(), _parser.GetTargetLanguage()).GetString();
     }
   }

@@ -16,7 +16,8 @@ Result<void> DownloadPlainly(const GpuContextData& data, DrawportDeviceBuffer* b
   if (!buffer) return OSTRA_ILLEGAL_STATE("no device buffer found to copy data from");
   OSTRA_RETURN_IF_ERROR(CheckHasContext(data));
   DrawportCommandList& list = data.GetCommandList();
-  const Int capacity = GetTransferChunkSize(data, DrawportCapability::TextureStagingCapacity, elementSize);
+  OSTRA_ASSIGN_OR_RETURN(const Int capacity,
+                         GetTransferChunkSize(data, DrawportCapability::TextureStagingCapacity, elementSize));
   for (Int done = 0; done < bytes;) {
     const Int chunk = std::min(bytes - done, capacity);
     OSTRA_ASSIGN_OR_RETURN(const StagingBuffer staging,

@@ -61,7 +61,8 @@ Result<void> GeneralShaderLoaderImpl::StoreTextureBindData(const InternedId& att
                          MakeTextureKey(MakeNameKey(attr.GetHashCode(), _identity), texBindData, kAllTexels));
   key.values[0] = AppendToKey(key.values[0], MixKey(reinterpret_cast<UInt64>(_data.context.GetPointer())));
   key.values[1] = static_cast<UInt64>(texBindData._dataSize);
-  OSTRA_ASSIGN_OR_RETURN(TextureSamplerEntry entry, MakeTextureEntry(_data, attr, texBindData, kAllTexels, key));
+  OSTRA_ASSIGN_OR_RETURN(TextureSamplerEntry entry,
+                         MakeTextureEntry(_data, _textures, attr, texBindData, kAllTexels, key));
   return _textures.Set(attr, std::move(entry));
 }
 

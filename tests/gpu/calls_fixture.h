@@ -66,7 +66,7 @@ class GpuCallsTest : public testing::Test {
   }
   // Writes a file of the test's folder with a stamp of its own.
   Url Write(const std::string& name, const std::string& text) {
-    std::filesystem::create_directories(folder);
+    std::filesystem::create_directories((folder / name).parent_path());
     std::ofstream(folder / name) << text;
     const auto time = std::filesystem::file_time_type(std::chrono::seconds(1'000'000 + ++stamp));
     std::filesystem::last_write_time(folder / name, time);

@@ -76,6 +76,8 @@ class RecordingDevice {
   Bool hasFactories = true;                          // otherwise items are valid without a factory
   std::vector<std::pair<UInt64, UInt64>> valueSets;  // that were asked for: owner and program hash
   VideoMemoryBudget budget{1 << 30, 1 << 30};
+  Bool countsTextures = false;  // textures then take from the budget, and give back when trash is freed
+  Int trash = 0;                // bytes
 
   DrawportContextRef MakeContext();
 
@@ -151,14 +153,23 @@ class RecordingBufferItem final : public DrawportCounted<RecordingBufferItem, Dr
 
 class RecordingTextureItem final : public DrawportCounted<RecordingTextureItem, DrawportTextureItemInterface> {
  public:
-  explicit RecordingTextureItem(RecordingDevice& device) : _device(device) {
+  // Items by key, as long as somebody holds them.
+  using Table = std::shared_ptr<std::map<UInt64, RecordingTextureItem*>>;
+  RecordingTextureItem(RecordingDevice& device, Table table, UInt64 key)
+      : _device(device), _table(std::move(table)), _key(key) {
     texture.rowAlignment = device.rowAlignment;
+    (*_table)[_key] = this;
+  }
+  ~RecordingTextureItem() {
+    _table->erase(_key);
+    if (_device.countsTextures) _device.trash += static_cast<Int>(texture.bytes.size());
   }
   Result<DrawportTexture*> MakeValid(DrawportContextInterface&, const DrawportTextureFill& fill) override {
     OSTRA_RETURN_IF_ERROR(_device.Call("valid texture"));
     const DrawportExtent& extent = texture.description.extent;
-    texture.bytes.resize(static_cast<std::size_t>(extent.width * extent.height * extent.depth *
-                                                  texture.description.format->GetBytesPerPixel()));
+    const Int size = extent.width * extent.height * extent.depth * texture.description.format->GetBytesPerPixel();
+    if (_device.countsTextures) _device.budget.available -= size - static_cast<Int>(texture.bytes.size());
+    texture.bytes.resize(static_cast<std::size_t>(size));
     if (fill) fill(texture);
     return &texture;
   }
@@ -166,6 +177,8 @@ class RecordingTextureItem final : public DrawportCounted<RecordingTextureItem, 
 
  private:
   RecordingDevice& _device;
+  Table _table;
+  UInt64 _key;
 };
 
 class RecordingSamplerItem final : public DrawportCounted<RecordingSamplerItem, DrawportTextureSamplerItemInterface> {
@@ -436,11 +449,11 @@ class RecordingCache final : public Component<RecordingCache, DrawportCacheInter
                                             const DrawportTextureDescribe& describe) override {
     OSTRA_RETURN_IF_ERROR(device->Call("get texture @", key.values[1]));
     textureKeys.push_back(key);
-    auto& item = _textures[key.GetHashCode()];
-    if (!item) {
-      OSTRA_RETURN_IF_ERROR(FillSlot(item, *device));
-      describe(item->texture.description);
-    }
+    const auto known = _textures->find(key.GetHashCode());
+    if (known != _textures->end()) return DrawportTextureItemRef(StrongRef<RecordingTextureItem>(known->second));
+    StrongRef<RecordingTextureItem> item;
+    OSTRA_RETURN_IF_ERROR(FillSlot(item, *device, _textures, key.GetHashCode()));
+    describe(item->texture.description);
     return DrawportTextureItemRef(item);
   }
   Result<DrawportTextureSamplerItemRef> GetTextureSampler(UInt8 key) override {
@@ -510,7 +523,10 @@ class RecordingCache final : public Component<RecordingCache, DrawportCacheInter
     staging->bytes.resize(static_cast<std::size_t>(options.bytes), 0xEE);
     return staging;
   }
-  Result<void> FreeTrashCaches(DrawportContextInterface&) override { return device->Call("free trash"); }
+  Result<void> FreeTrashCaches(DrawportContextInterface&) override {
+    device->budget.available += std::exchange(device->trash, 0);
+    return device->Call("free trash");
+  }
 
   std::vector<DrawportResourceKey> bufferKeys;
   std::vector<DrawportResourceKey> textureKeys;
@@ -520,7 +536,7 @@ class RecordingCache final : public Component<RecordingCache, DrawportCacheInter
 
  private:
   std::map<UInt64, StrongRef<RecordingBufferItem>> _buffers;
-  std::map<UInt64, StrongRef<RecordingTextureItem>> _textures;
+  RecordingTextureItem::Table _textures = std::make_shared<std::map<UInt64, RecordingTextureItem*>>();
   std::map<UInt64, StrongRef<RecordingCounterItem>> _counters;
   std::map<UInt64, StrongRef<RecordingStateItem>> _states;
   std::map<UInt64, StrongRef<RecordingProgramItem>> _programs;
