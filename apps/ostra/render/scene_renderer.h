@@ -27,7 +27,7 @@ class SceneRenderer {
  private:
   Result<void> StoreTextures();
   Result<void> MakeTarget(const PlannedPass& pass);
-  Result<void> PrepareDraw(PlannedDraw const& draw, const ScenePass& pass);
+  Result<void> PrepareDraw(const PlannedDraw& draw, const ScenePass& pass);
   Result<void> LinkVertices(const PlannedDraw& draw);
   Result<void> LinkParameters(const PlannedDraw& draw);
   Result<void> LinkTexture(const PlannedStageTexture& texture);
