@@ -44,7 +44,7 @@ class BufferResource final : public DeviceResource, public DrawportDeviceBuffer 
   MemoryPiece _piece;
   Int _size = 0;
   Int _paddedSize = 0;
-  Int _zeroBegin = 0;
+  std::atomic<Int> _zeroBegin{0};  // lists of other threads look at it
   Int _zeroBeginBefore = 0;
   UInt64 _zeroedBy = 0;
 };

@@ -39,6 +39,8 @@ CommandList::~CommandList() {
     }
     if (batch.pool) vkDestroyCommandPool(_device->GetHandle(), batch.pool, nullptr);
   }
+  if (_aheadValue != 0 && !_device->Wait(_aheadValue)) _device->WaitUntilIdle();
+  if (_aheadPool) vkDestroyCommandPool(_device->GetHandle(), _aheadPool, nullptr);
   for (StagingBuffer* staging : _stagingBuffers) DeleteObj(staging);
   for (StagingMemory* memory : _stagingMemory) DeleteObj(memory);
   _device->LeaveList(_number);
@@ -53,8 +55,12 @@ void CommandList::Retire(Batch& batch) {
 }
 
 void CommandList::RetireReached() {
-  if (!_batches[_oldest].isInFlight) return;
+  if (!_batches[_oldest].isInFlight && _aheadValue == 0) return;
   const UInt64 reached = _device->GetReachedValue();
+  if (_aheadValue != 0 && _aheadValue <= reached) {
+    _aheadValue = 0;
+    _aheadKept.Clear();
+  }
   while (_batches[_oldest].isInFlight && _batches[_oldest].timelineValue <= reached) Retire(_batches[_oldest]);
 }
 
@@ -144,6 +150,10 @@ Result<void> CommandList::Execute(Bool wait) {
     return OK;
   }
   while (_batches[_oldest].isInFlight) OSTRA_RETURN_IF_ERROR(WaitForOldest());
+  if (_aheadValue != 0) {
+    OSTRA_RETURN_IF_ERROR(_device->Wait(_aheadValue));
+    RetireReached();
+  }
   return OK;
 }
 

@@ -107,6 +107,11 @@ class CommandList final : public DrawportCommandList {
   void Abandon(Batch& batch);
   Result<class ProgramFactory*> PrepareDispatch(DrawportProgramFactory& program, DrawportParameterValueSet& values);
 
+  // setup.cpp: first use of what several lists may know. Runs in front of everything that any list has not submitted
+  // yet, so that no list can see it half done or have its work undone by it. With the setup mutex held.
+  Result<VkCommandBuffer> BeginAhead();
+  Result<void> SubmitAhead(DeviceResource& resource);
+
   // draw.cpp
   Result<void> ResumePass();
   // Ends what ResumePass has begun, so that other work can be recorded; the pass goes on.
@@ -154,6 +159,12 @@ class CommandList final : public DrawportCommandList {
   BoundSet _boundDrawSet;
   VkPipeline _boundVariant = VK_NULL_HANDLE;
   BufferResource* _boundVertices = nullptr;
+
+  // Of SubmitAhead.
+  VkCommandPool _aheadPool = VK_NULL_HANDLE;
+  VkCommandBuffer _aheadCommands = VK_NULL_HANDLE;
+  UInt64 _aheadValue = 0;  // of the timeline; 0: nothing is on its way
+  BaseArray<DeviceResourceRef> _aheadKept;
 
   // The pass. Rendering begins with its first draw, and again after other work.
   RenderTargetRef _target;

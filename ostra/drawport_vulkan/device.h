@@ -55,6 +55,8 @@ class Device final : public DrawportCounted<Device, DrawportObject> {
   Result<void> WaitForSubmitted();
   // The value that the timeline has reached. Everything counts as done on a lost device: nothing will be.
   UInt64 GetReachedValue();
+  // Held while something is made ready for its first use; see CommandList::SubmitAhead.
+  std::mutex& GetSetupMutex() { return _setupMutex; }
   // For the end of a list whose work could not be awaited.
   void WaitUntilIdle();
   Bool IsLost() const { return _isLost.load(std::memory_order_relaxed); }
@@ -88,6 +90,7 @@ class Device final : public DrawportCounted<Device, DrawportObject> {
   GraphicsFeatures _graphics;
   Bool _miscountsPatches = false;
 
+  std::mutex _setupMutex;
   std::mutex _queueMutex;
   VkSemaphore _timeline = VK_NULL_HANDLE;
   UInt64 _submittedValue = 0;  // guarded by _queueMutex

@@ -66,7 +66,7 @@ class ImageResource final : public DeviceResource, public DrawportTexture {
   VkImageView _view = VK_NULL_HANDLE;
   VkImageView _layeredView = VK_NULL_HANDLE;  // 1D and 2D only
   MemoryPiece _piece;
-  Bool _isCleared = false;
+  std::atomic<bool> _isCleared{false};  // lists of other threads look at it
   UInt64 _clearedBy = 0;
 };
 using ImageRef = StrongRef<ImageResource>;

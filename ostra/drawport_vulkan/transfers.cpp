@@ -77,6 +77,26 @@ VkBufferImageCopy MakeCopy(const ImageResource& image, const DrawportRegion& reg
   return copy;
 }
 
+// Gives an image its layout and makes it zero.
+void RecordClear(VkCommandBuffer commands, ImageResource& image) {
+  VkImageMemoryBarrier barrier = {VK_STRUCTURE_TYPE_IMAGE_MEMORY_BARRIER};
+  barrier.dstAccessMask = VK_ACCESS_TRANSFER_WRITE_BIT;
+  barrier.newLayout = VK_IMAGE_LAYOUT_GENERAL;  // for good: one layout serves transfers, sampling and images
+  barrier.srcQueueFamilyIndex = VK_QUEUE_FAMILY_IGNORED;
+  barrier.dstQueueFamilyIndex = VK_QUEUE_FAMILY_IGNORED;
+  barrier.image = image.GetHandle();
+  barrier.subresourceRange = {image.GetAspect(), 0, 1, 0, VK_REMAINING_ARRAY_LAYERS};
+  vkCmdPipelineBarrier(commands, VK_PIPELINE_STAGE_TOP_OF_PIPE_BIT, VK_PIPELINE_STAGE_TRANSFER_BIT, 0, 0, nullptr, 0,
+                       nullptr, 1, &barrier);
+  const VkClearColorValue zero = {};
+  const VkClearDepthStencilValue near = {};
+  if (image.IsDepth())
+    vkCmdClearDepthStencilImage(commands, image.GetHandle(), VK_IMAGE_LAYOUT_GENERAL, &near, 1,
+                                &barrier.subresourceRange);
+  else
+    vkCmdClearColorImage(commands, image.GetHandle(), VK_IMAGE_LAYOUT_GENERAL, &zero, 1, &barrier.subresourceRange);
+}
+
 }  // namespace
 
 Result<DrawportStagingBuffer*> CommandList::AllocStagingBuffer(Int bytes, DrawportStagingUse use) {
@@ -172,6 +192,16 @@ Result<void> CommandList::FillWithZeros(BufferResource& buffer) {
   if (wordBegin >= end) return OK;
   OSTRA_ASSIGN_OR_RETURN(const UInt64 serial, BeginBatch());
   OSTRA_RETURN_IF_ERROR(Keep(buffer));
+  if (_device->HasSeveralLists()) {
+    const std::scoped_lock lock(_device->GetSetupMutex());
+    if (buffer.GetZeroBegin() >= end) return OK;
+    OSTRA_ASSIGN_OR_RETURN(VkCommandBuffer commands, BeginAhead());
+    vkCmdFillBuffer(commands, buffer.GetHandle(), static_cast<VkDeviceSize>(wordBegin),
+                    static_cast<VkDeviceSize>(end - wordBegin), 0);
+    OSTRA_RETURN_IF_ERROR(SubmitAhead(buffer));
+    buffer.SetZeroBegin(end, 0);
+    return OK;
+  }
   PrepareTransfer(buffer, MakeRange(wordBegin, end - wordBegin), true);
   vkCmdFillBuffer(_current->commands, buffer.GetHandle(), static_cast<VkDeviceSize>(wordBegin),
                   static_cast<VkDeviceSize>(end - wordBegin), 0);
@@ -194,24 +224,17 @@ Result<void> CommandList::EnsureCleared(ImageResource& image) {
   if (image.IsCleared()) return OK;
   OSTRA_ASSIGN_OR_RETURN(const UInt64 serial, BeginBatch());
   OSTRA_RETURN_IF_ERROR(Keep(image));
-  VkImageMemoryBarrier barrier = {VK_STRUCTURE_TYPE_IMAGE_MEMORY_BARRIER};
-  barrier.dstAccessMask = VK_ACCESS_TRANSFER_WRITE_BIT;
-  barrier.newLayout = VK_IMAGE_LAYOUT_GENERAL;  // for good: one layout serves transfers, sampling and images
-  barrier.srcQueueFamilyIndex = VK_QUEUE_FAMILY_IGNORED;
-  barrier.dstQueueFamilyIndex = VK_QUEUE_FAMILY_IGNORED;
-  barrier.image = image.GetHandle();
-  barrier.subresourceRange = {image.GetAspect(), 0, 1, 0, VK_REMAINING_ARRAY_LAYERS};
+  if (_device->HasSeveralLists()) {
+    const std::scoped_lock lock(_device->GetSetupMutex());
+    if (image.IsCleared()) return OK;
+    OSTRA_ASSIGN_OR_RETURN(VkCommandBuffer commands, BeginAhead());
+    RecordClear(commands, image);
+    OSTRA_RETURN_IF_ERROR(SubmitAhead(image));
+    image.SetClearedBy(0);
+    return OK;
+  }
   PrepareTransfer(image, {{}, image.GetDescription().extent}, true);
-  vkCmdPipelineBarrier(_current->commands, VK_PIPELINE_STAGE_TOP_OF_PIPE_BIT, VK_PIPELINE_STAGE_TRANSFER_BIT, 0, 0,
-                       nullptr, 0, nullptr, 1, &barrier);
-  const VkClearColorValue zero = {};
-  const VkClearDepthStencilValue near = {};
-  if (image.IsDepth())
-    vkCmdClearDepthStencilImage(_current->commands, image.GetHandle(), VK_IMAGE_LAYOUT_GENERAL, &near, 1,
-                                &barrier.subresourceRange);
-  else
-    vkCmdClearColorImage(_current->commands, image.GetHandle(), VK_IMAGE_LAYOUT_GENERAL, &zero, 1,
-                         &barrier.subresourceRange);
+  RecordClear(_current->commands, image);
   image.SetClearedBy(DeviceResource::MakeStamp(_number, serial));
   return OK;
 }

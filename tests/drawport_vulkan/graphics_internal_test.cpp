@@ -196,6 +196,21 @@ TEST_F(GraphicsInternalTest, WhatADroppedContextHadRecordedDoesNotUndoTheWorkOfA
   EXPECT_EQ(Take(renderer.ReadImage(*pass.target, 0)).rgba[0], 0.5f);
 }
 
+TEST_F(GraphicsInternalTest, TheFirstUseByOneContextDoesNotWipeWhatAnotherHasDrawn) {
+  const DrawportContextRef first = Take(MakeContext());
+  DrawportRenderer renderer(first);
+  DrawportRenderer other(Take(first->GetDrawport()->CreateOffscreenRenderContext(true, 0)));
+  DrawnPass pass = Take(MakePass(renderer, "color = UNIFORM(tint);\n", false));
+  // The first context only names the target, and submits last.
+  Take(renderer.Begin(pass.target, {.clearsColor = false, .clearsDepth = false}));
+  Take(renderer.End());
+  Take(other.Begin(pass.target, pass.clear));
+  Take(other.End());
+  Take(other.Execute(true));
+  Take(renderer.Execute(true));
+  EXPECT_EQ(Take(other.ReadImage(*pass.target, 0)).rgba[0], 0.5f);
+}
+
 TEST_F(GraphicsInternalTest, ProgramsOfALostDeviceStayThereForThoseWhoStillHoldThem) {
   const DrawportContextRef first = Take(MakeContext());
   DrawportRenderer renderer(first);
