@@ -140,6 +140,7 @@ Result<void> GeneralShaderLoaderImpl::UpdateActiveProgram(UInt64 hashCode, const
     OSTRA_ASSIGN_OR_RETURN(valueSet, factory->GetParameterValueSet(context, _identity, program.hash));
   }
 
+  if (program.factory != factory) program.ReleaseValues();
   program.layoutItem = layoutItem;
   program.attributeSetItem = setItem;
   program.factoryItem = factoryItem;

@@ -59,7 +59,7 @@ Bool GeneralShaderLoaderImpl::UpdateContext(const DrawportContextRef& newDrawpor
   _data.cache = _data.drawport ? _data.drawport->GetDrawportCache() : DrawportCacheRef();
   // Values are those of a context, programs those of a drawport. The next UpdateUniforms makes them anew.
   _programs.ForEach([&](const InternedId&, const GraphicsProgramRef& program) {
-    program->valueSet = nullptr;
+    program->ReleaseValues();
     if (_data.drawport == before) return;
     program->factory = nullptr;
     program->isOfOtherDrawport = true;

@@ -44,6 +44,11 @@ Result<void> CheckStagesDiffer(const GraphicsProgram& program) {
 
 }  // namespace
 
+void GraphicsProgram::ReleaseValues() {
+  if (factory && valueSet) factory->ReleaseParameterValueSet(*valueSet);
+  valueSet = nullptr;
+}
+
 DrawportStage GraphicsProgram::GetNextStage(DrawportStage stage) const {
   DrawportStage next = stage;
   for (const ShaderStage& other : stages)

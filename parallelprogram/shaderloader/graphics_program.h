@@ -43,6 +43,9 @@ struct GraphicsProgram : RefCounted<GraphicsProgram> {
   DrawportStateObjectItemRef stateObjectItem;
   Bool isOfOtherDrawport = false;  // the loader has another one since: what was built is of no use to it
 
+  ~GraphicsProgram() { ReleaseValues(); }
+  // Gives the value set back: the program may be shared, and sets stay with it.
+  void ReleaseValues();
   // The stage that gets what `stage` hands on; the stage itself when it is the last one.
   DrawportStage GetNextStage(DrawportStage stage) const;
 };

@@ -227,6 +227,10 @@ class RecordingProgram final : public DrawportProgramFactory {
     _device.valueSets.emplace_back(owner, hash);
     return &_values[{owner, hash}];
   }
+  void ReleaseParameterValueSet(DrawportParameterValueSet& values) override {
+    std::erase_if(_values, [&](const auto& known) { return &known.second == &values; });
+  }
+  Int GetValueSetCount() const { return static_cast<Int>(_values.size()); }
   Result<void> StartSetParameters(DrawportContextInterface&, DrawportParameterValueSet&) override {
     return CallGraphics("start");
   }

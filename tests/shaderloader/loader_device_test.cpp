@@ -316,5 +316,29 @@ TEST_F(LoaderDeviceTest, AnotherContextOfTheDeviceDrawsOn) {
   }
 }
 
+// The values of a program go with it; draws that are recorded keep theirs.
+TEST_F(LoaderDeviceTest, WhatARemovedProgramHasDrawnStays) {
+  WritePlainVertexStage("p.vert");
+  Write("p.frag", {"(Vector4d32) tint", "(out Vector4d32) f_color"}, "\tf_color = UNIFORM(tint);\n");
+  Add("p"_iid, {"p.vert", "p.frag"});
+  const std::vector<Rgba> colors = {kRed, kGreen, kBlue, kRed};
+  Take(renderer->Begin(target, {}));
+  for (std::size_t i = 0; i < colors.size(); ++i) {
+    const InternedId id = *InternedId::Create("copy@", static_cast<Int>(i));
+    Take(loader->CopyShader("p"_iid, id, 0, target.GetPointer(), true));
+    const Float32 left = -1 + 0.5f * static_cast<Float32>(i), right = left + 0.5f;
+    Take(loader->StoreVertexBufferData(id, MakeArray({left, -1, right, -1, right, 1, left, -1, right, 1, left, 1})));
+    Take(loader->SetVertexBufferToActiveProgramSameId(id));
+    Take(loader->SetUniform("tint"_iid, Vector4d32(colors[i].r, colors[i].g, colors[i].b, 1), 1));
+    Take(loader->UpdateUniforms(target.GetPointer()));
+    Take(renderer->Draw(GetCall(6)));
+    Take(loader->RemoveProgram(id));
+    Take(loader->DeleteUniformBuffer(id));
+  }
+  Take(renderer->End());
+  const Picture picture = Read(target);
+  for (Int x = 0; x < 8; ++x) EXPECT_EQ(picture.At(x, 4), colors[static_cast<std::size_t>(x / 2)]) << x;
+}
+
 }  // namespace
 }  // namespace ostra::test

@@ -281,6 +281,27 @@ TEST_F(LoaderProgramsTest, AfterResetTheLoaderStartsAnew) {
   AddProgram("p"_iid, {"simple.vert", "simple.frag"});
 }
 
+TEST_F(LoaderProgramsTest, ProgramsThatGoLeaveNoValuesWithTheSharedOne) {
+  WriteSimpleProgram();
+  AddProgram("p"_iid, {"simple.vert", "simple.frag"});
+  const auto* shared = static_cast<RecordingProgram*>(*loader->GetActiveProgramFactory());
+  for (int i = 0; i < 3; ++i) {
+    const InternedId id = *InternedId::Create("copy@", i);
+    ASSERT_THAT(loader->CopyShader("p"_iid, id, 0, &pass, true), IsOk());
+    ASSERT_THAT(loader->UpdateUniforms(&pass), IsOk());
+    EXPECT_EQ(shared->GetValueSetCount(), 2);
+    ASSERT_THAT(loader->RemoveProgram(id), IsOk());
+    EXPECT_EQ(shared->GetValueSetCount(), 1);
+  }
+  {
+    const GeneralShaderLoaderRef other = MakeLoader();
+    ASSERT_THAT(other->AddShaders("p"_iid, MakeFiles({"simple.vert", "simple.frag"}), 0, &pass, DataDictionary(), true),
+                IsOk());
+    EXPECT_EQ(shared->GetValueSetCount(), 2);
+  }
+  EXPECT_EQ(shared->GetValueSetCount(), 1);
+}
+
 // The next Init has another resource folder, in which there is nothing.
 TEST_F(LoaderProgramsTest, ACopyIsMadeOfTheFilesThatTheSourceWasFoundIn) {
   WriteSimpleProgram();
