@@ -16,7 +16,11 @@ endforeach()
 install(FILES ${PROJECT_SOURCE_DIR}/ostra/shadercompiler/metal/metal_stdlib
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/ostra/shadercompiler/metal)
 
+# The programs of the pages: each is built and run by a test.
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/tests/install/outside DESTINATION ${CMAKE_INSTALL_DATADIR}/ostra/examples)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/tests/shaderloader/example/
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/ostra/examples/triangle)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR})
 
 set(package ${CMAKE_INSTALL_LIBDIR}/cmake/ostra)
 install(EXPORT ostraTargets NAMESPACE ostra:: DESTINATION ${package})

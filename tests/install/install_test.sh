@@ -16,7 +16,8 @@ mv "$work/first place" "$work/tree"
 
 for file in include/ostra/host.h include/parallelprogram/program/parallel_program.h lib/ostra/modules/parallelprogram.so \
     bin/ostra bin/ostra-kernelc share/ostra/kernels/net.ostra.kernels.blur5.krn \
-    share/ostra/examples/outside/CMakeLists.txt; do
+    share/ostra/examples/outside/CMakeLists.txt share/ostra/examples/triangle/shaders/net.example.triangle.vert \
+    share/doc/ostra/scene-files.md; do
   found=$(find "$work/tree" -path "*/${file#lib/}" -print -quit)
   [ -n "$found" ] || { echo "$file is not installed"; exit 1; }
 done
@@ -39,3 +40,8 @@ flags=
   -DCMAKE_PREFIX_PATH="$work/tree" -DCMAKE_CXX_FLAGS="$flags"
 "$cmake" --build "$work/build"
 "$work/build/outside" 1000
+
+# The program of the page on the shader loader builds from what is installed; a test of the loader lets it draw.
+"$cmake" -S "$work/tree/share/ostra/examples/triangle" -B "$work/triangle" -G Ninja -DCMAKE_CXX_COMPILER="$compiler" \
+  -DCMAKE_BUILD_TYPE=Release -DCMAKE_PREFIX_PATH="$work/tree" -DCMAKE_CXX_FLAGS="$flags"
+"$cmake" --build "$work/triangle"
