@@ -2,7 +2,7 @@
 //
 //   OSTRA_ASSIGN_OR_RETURN(ParallelProgramRef program, CreateObject<ParallelProgramInterface>(kCpuProgramClass));
 //   OSTRA_RETURN_IF_ERROR(program->Init(Url(), nullptr, 0, false));
-//   OSTRA_RETURN_IF_ERROR(program->AddKernel("scale"_iid, Url("net.example.scale.krn"), true));
+//   OSTRA_RETURN_IF_ERROR(program->AddKernel("scale"_iid, Url("net.example.scale.krn"_s), true));
 //   OSTRA_RETURN_IF_ERROR(program->StoreUniformBufferData("values"_iid, std::move(values)));   // BaseArray<Float32>
 //   OSTRA_RETURN_IF_ERROR(program->SetBufferToActiveKernelSameId("values"_iid));
 //   OSTRA_RETURN_IF_ERROR(program->SetUniform("factor"_iid, 2.0f));

@@ -43,9 +43,11 @@ static Result<Int> Run(UInt32 count) {
 
 int main(int argc, char** argv) {
   const auto wrong = Run(argc > 1 ? static_cast<UInt32>(std::atoi(argv[1])) : 100);
-  if (!wrong)
-    std::fprintf(stderr, "%s\n", wrong.GetError().GetMessage().GetView().data());
-  else
-    std::printf("%lld wrong values\n", static_cast<long long>(*wrong));
-  return wrong && *wrong == 0 ? 0 : 1;
+  if (!wrong) {
+    const std::string_view message = wrong.GetError().GetMessage().GetView();
+    std::fprintf(stderr, "%.*s\n", static_cast<int>(message.size()), message.data());
+    return 1;
+  }
+  std::printf("%lld wrong values\n", static_cast<long long>(*wrong));
+  return *wrong == 0 ? 0 : 1;
 }
