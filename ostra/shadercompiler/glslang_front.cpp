@@ -12,6 +12,14 @@ namespace ostra::shadercompiler {
 
 namespace {
 
+// Started once: starting the library again would take as long as compiling. Its tables go with the process, or with the
+// module that it is linked with.
+struct Library {
+  Library() { glslang::InitializeProcess(); }
+  Library(const Library&) = delete;
+  ~Library() { glslang::FinalizeProcess(); }
+};
+
 EShLanguage GetStage(DrawportStage stage) {
   switch (stage) {
     case DrawportStage::Vertex:
@@ -87,8 +95,7 @@ void ReadLog(std::string_view log, std::vector<ShaderMessage>& messages) {
 
 std::vector<UInt32> TranslateToSpirv(Bool isHlsl, DrawportStage stage, std::string_view text,
                                      const ShaderCompilerOptions& options, std::vector<ShaderMessage>& messages) {
-  // Kept until the process ends: starting the library again would take as long as compiling.
-  [[maybe_unused]] static const Bool isStarted = glslang::InitializeProcess();
+  [[maybe_unused]] static const Library library;
   const EShLanguage language = GetStage(stage);
   glslang::TShader shader(language);
   const char* const source = text.data();
