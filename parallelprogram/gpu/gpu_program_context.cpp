@@ -136,6 +136,8 @@ Result<void> ParallelProgramGPUImpl::UpdateDrawportContext(const DrawportContext
   data.cache = data.drawport->GetDrawportCache();
   data.ownsOffscreenContext = false;
   OSTRA_RETURN_IF_ERROR(BuildCopyKernel(data));
+  // What was only recorded would be missing in the new context. A device that is lost has lost it anyway.
+  static_cast<void>(_current.GetCommandList().Execute(false));
   if (_current.ownsOffscreenContext) _previous = _current;
   _current = std::move(data);
   return OK;

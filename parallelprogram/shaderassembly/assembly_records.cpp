@@ -38,26 +38,33 @@ void ForEachCall(std::string_view text, std::string_view word, Use&& use) {
     use(text.substr(at + word.size()));
 }
 
-Bool IsReadWithLayer(const ShaderParser& parser, std::string_view texture) {
-  Bool found = false;
-  const auto search = [&](std::string_view text) {
-    for (const std::string_view word : {"SampleTextureLayer(", "FetchTextureLayer("})
-      ForEachCall(text, word, [&](std::string_view rest) { found = found || GetFirstArgument(rest) == texture; });
-  };
+// Calls `search` with every text in which a kernel may call something.
+template <class Search>
+void ForEachText(const ShaderParser& parser, Search&& search) {
   search(parser.GetKernelCode());
   for (const String& define : parser.GetDefines()) search(define);
+  for (const ShaderFunctionDefinition& function : parser.GetFunctions()) search(function.body);
+}
+
+Bool IsReadWithLayer(const ShaderParser& parser, std::string_view texture) {
+  Bool found = false;
+  ForEachText(parser, [&](std::string_view text) {
+    for (const std::string_view word : {"SampleTextureLayer(", "FetchTextureLayer("})
+      ForEachCall(text, word, [&](std::string_view rest) { found = found || GetFirstArgument(rest) == texture; });
+  });
   return found;
 }
 
 Int CountNoiseTables(const ShaderParser& parser) {
   Int count = parser.GetNoiseCallCount();
   if (count == 0) return 0;
-  ForEachCall(parser.GetKernelCode(), "RenderNoise(", [&count](std::string_view rest) {
+  const auto look = [&count](std::string_view rest) {
     const std::string_view number = GetFirstArgument(rest);
     Int index = 0;
     const auto [end, code] = std::from_chars(number.data(), number.data() + number.size(), index);
     if (code == std::errc()) count = std::max(count, std::min(index, kMaxNoiseTables - 1) + 1);
-  });
+  };
+  ForEachText(parser, [&](std::string_view text) { ForEachCall(text, "RenderNoise(", look); });
   return std::min(count, kMaxNoiseTables);
 }
 

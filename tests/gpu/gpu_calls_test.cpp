@@ -254,7 +254,7 @@ TEST_F(GpuCallsTest, TexturesOfOneKeyButOtherChannelsAreTwoTextures) {
 TEST_F(GpuCallsTest, AnotherContextTakesOverWhereThatIsAllowed) {
   const DrawportContextRef other = device.MakeContext();
   ASSERT_THAT(program->UpdateDrawportContext(other), IsOk());
-  EXPECT_THAT(TakeCalls(), ElementsAre("program net.ostra.kernel.copy"));
+  EXPECT_THAT(TakeCalls(), ElementsAre("program net.ostra.kernel.copy", "execute 0"));
   ASSERT_THAT(program->UpdateDrawportContext(other), IsOk());
   ASSERT_THAT(program->UpdateDrawportContext(DrawportContextRef()), IsOk());
   EXPECT_THAT(TakeCalls(), ElementsAre());

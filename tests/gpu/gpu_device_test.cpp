@@ -4,6 +4,8 @@
 #include <fstream>
 
 #include "ostra/config/configuration.h"
+#include "ostra/drawport/cache.h"
+#include "ostra/drawport/drawport.h"
 #include "ostra/drawport/settings.h"
 #include "parallelprogram/textures/sampling_data.h"
 #include "tests/gpu/gpu_fixture.h"
@@ -255,6 +257,43 @@ TEST_F(GpuDeviceTest, TexturesThatDoNotFitTogetherComeBackWhenTheyAreRead) {
     ASSERT_EQ(record->_dataSize, static_cast<Int64>(texels.size() * sizeof(Float32)));
     EXPECT_EQ(std::memcmp(record->_texels, texels.data(), static_cast<std::size_t>(record->_dataSize)), 0) << i;
   }
+}
+
+TEST_F(GpuDeviceTest, AnotherContextOfTheDeviceFindsWhatWasStored) {
+  for (const bool isDirect : {true, false}) {
+    SetDrawportDirectMapping(isDirect);
+    const auto cache = GetDefaultDrawportCache();
+    ASSERT_THAT(cache, IsOk());
+    const auto drawport = (*cache)->AllocDrawport((*cache)->GetCacheType(), kDrawportSubtypeSystem);
+    ASSERT_THAT(drawport, IsOk());
+    auto one = (*drawport)->CreateOffscreenRenderContext(true, 0);
+    const auto two = (*drawport)->CreateOffscreenRenderContext(true, 0);
+    ASSERT_THAT(one, IsOk());
+    ASSERT_THAT(two, IsOk());
+    auto made = CreateObject<ParallelProgramInterface>(kGpuProgramClass);
+    ASSERT_THAT(made, IsOk());
+    program = *made;
+    ASSERT_THAT(program->Init(Url(), &*one, 0, false), IsOk());
+    // Recorded in the first context and never executed by the client.
+    const std::vector<Float32> texels(4 * 4 * 4, 0.5f);
+    TextureBindData data = Describe(texels, 4, 4);
+    ASSERT_THAT(program->StoreTextureBindData("image"_iid, data, false), IsOk());
+    StoreBuffer<Float32>(*program, "found"_iid, {0, 0});
+    Write("read.krn", kReadTexture);
+    Add("read"_iid, "read.krn");
+    ASSERT_THAT(program->SetUniform("x"_iid, Int32(3)), IsOk());
+    ASSERT_THAT(program->SetUniform("y"_iid, Int32(3)), IsOk());
+    ASSERT_THAT(program->UpdateDrawportContext(*two), IsOk());
+    ASSERT_THAT(program->UpdateUniforms(), IsOk());
+    ASSERT_THAT(program->DispatchKernel(1, 1, 1, false), IsOk());
+    EXPECT_THAT(ReadBuffer<Float32>(*program, "found"_iid), ElementsAre(0.5f, 0.5f));
+    // Memory comes back, also of what the first context had.
+    one = DrawportContextRef();
+    ASSERT_THAT(program->DeleteTexture("image"_iid, false), IsOk());
+    EXPECT_THAT(program->DispatchKernel(1, 1, 1, false), IsErrorOfKind(kIllegalStateError));
+    program = nullptr;
+  }
+  SetDrawportDirectMapping(true);
 }
 
 TEST_F(GpuDeviceTest, LinkingATextureThatTheKernelDoesNotDeclareIsSaid) {

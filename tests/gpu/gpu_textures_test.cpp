@@ -311,5 +311,22 @@ TEST_F(GpuTexturesTest, ANoiseSeedHasTheBitsOfItsUniform) {
                                                   "noise noiseData_127 = 42"}));
 }
 
+TEST_F(GpuTexturesTest, FunctionsOfHeadersAreLookedThroughForLayersAndNoises) {
+  Write("net.ostra.test.calls.h",
+        "inline float look(float x)\n{\n\tfloat noise = RenderNoise(5, vec3(x, 0.0, 0.0), 0.0);\n"
+        "\treturn noise + FetchTextureLayer(image, int2(0, 0), 0).x;\n}\n");
+  AddKernel("k"_iid,
+            "#define KERNELINPUTS \\\n(const TextureSampler_2D_R_F32_LINEAR) image, \\\n(Block<Float32>) values\n\n"
+            "OSTRA_PARALLEL_KERNEL(K, KERNELINPUTS)\n{\n\tfloat x = 0.0;\n\tADDNOISECALL\n\tx = look(1.0);\n\t"
+            "UNIFORM_BUFFER(values)[0] = x;\n}\nOSTRA_PARALLEL_KERNEL_END\n");
+  Bool hasLayers = false, hasNoise = false;
+  for (const DrawportParameter& parameter : GetCache().programs["k"]->description.GetParameters()) {
+    hasLayers = hasLayers || (parameter.name == "image"_iid && parameter.hasLayers);
+    hasNoise = hasNoise || parameter.name == "noiseData_5"_iid;
+  }
+  EXPECT_TRUE(hasLayers);
+  EXPECT_TRUE(hasNoise);
+}
+
 }  // namespace
 }  // namespace ostra::test
