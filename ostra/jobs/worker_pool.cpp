@@ -3,11 +3,13 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdlib>
+#include <optional>
 
 #include "ostra/core/diagnostics.h"
 #include "ostra/jobs/job_queue.h"
 #include "ostra/jobs/library_threads.h"
 #include "ostra/jobs/shared_loop.h"
+#include "ostra/jobs/signal_stack.h"
 #include "ostra/jobs/ticks.h"
 #include "ostra/jobs/worker_threads.h"
 
@@ -56,11 +58,13 @@ Bool LookForWork() {
 
 void RunWorker() {
   t_isWorker = true;
+  std::optional<SignalStack> signalStack;
   for (;;) {
     g_lookingCount.fetch_add(1);
     const Bool found = LookForWork();
     g_lookingCount.fetch_sub(1);
     if (found) {
+      if (!signalStack && SignalStack::IsRequestedForWorkers()) signalStack.emplace();
       if (!JobQueue::RunOne()) SharedLoop::HelpOne();
       continue;
     }

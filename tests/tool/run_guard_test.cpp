@@ -33,6 +33,14 @@ class RunGuardTest : public testing::Test {
       options.insert(options.end(), {"--set", "divisor=1"});
     return Run("net.example.fill.krn", options);
   }
+  // 100000 elements, on all threads, with a kernel of one line.
+  ToolResult RunBody(const std::string& body, const std::string& functions = {}) {
+    _folder.Write("body.krn", "#define KERNELINPUTS \\\n(Int32) unused, \\\n(Block<Int32>) target\n\n" + functions +
+                                  "OSTRA_PARALLEL_KERNEL(Body, KERNELINPUTS)\n{\n\tuint i = LinearInvocation();\n\t" +
+                                  body + "\n}\nOSTRA_PARALLEL_KERNEL_END\n");
+    return RunTool({"run", _folder / "body.krn", "--in", "target=zeros:100000", "--set", "unused=0", "--out",
+                    "target=" + _folder / "out.csv"});
+  }
   void ExpectOneLine(const ToolResult& result, int exitStatus) {
     EXPECT_EQ(result.exitStatus, exitStatus) << result.errors;
     EXPECT_EQ(std::count(result.errors.begin(), result.errors.end(), '\n'), 1) << result.errors;
@@ -73,7 +81,40 @@ TEST_F(RunGuardTest, WhatIsFarOutsideEndsTheRunWithALine) {
   ExpectOutside(Fill("-60000000", "1"));
   const ToolResult zero = Fill("0", "2", {"--set", "divisor=0"});
   ExpectOneLine(zero, kFailed);
-  EXPECT_EQ(zero.errors, "ostra: the kernel divides a whole number by zero\n");
+  EXPECT_EQ(zero.errors, "ostra: the kernel divides a whole number by zero, or the smallest one by -1\n");
+}
+
+TEST_F(RunGuardTest, ADivisionByAZeroThatTheCompilerSeesEndsTheRunWithALine) {
+#ifdef OSTRA_SANITIZED
+  GTEST_SKIP() << "sanitizers handle faults themselves";
+#endif
+  const ToolResult result = RunBody("UNIFORM_BUFFER(target)[i] = int(i) / (int(i) - int(i));");
+  ExpectOneLine(result, kFailed);
+  EXPECT_THAT(result.errors, HasSubstr("ostra: the kernel divides a whole number by zero, or "));
+}
+
+TEST_F(RunGuardTest, AKernelThatNeedsMoreStackThanThereIsEndsTheRunWithALine) {
+#ifdef OSTRA_SANITIZED
+  GTEST_SKIP() << "sanitizers handle faults themselves";
+#endif
+  const ToolResult result =
+      RunBody("int big[8000000]; big[i] = int(i); big[i * 2u] = 3; UNIFORM_BUFFER(target)[i] = big[i * 3u % 7u];");
+  ExpectOneLine(result, kFailed);
+  EXPECT_EQ(result.errors,
+            "ostra: the kernel needs more stack than a thread has: its arrays are too large, or a function calls "
+            "itself\n");
+}
+
+TEST_F(RunGuardTest, AFunctionThatCallsItselfWithoutEndEndsTheRunWithALine) {
+#ifdef OSTRA_SANITIZED
+  GTEST_SKIP() << "sanitizers handle faults themselves";
+#endif
+  const ToolResult result =
+      RunBody("UNIFORM_BUFFER(target)[i] = Descend(int(i));",
+              "inline int Descend(int x)\n{\n\tint room[64];\n\troom[x & 63] = x;\n\tif (x < 0)\n\t\treturn 0;\n"
+              "\treturn Descend((x + 1) & 0xFFFF) + room[(x * 7) & 63];\n}\n\n");
+  ExpectOneLine(result, kFailed);
+  EXPECT_THAT(result.errors, HasSubstr("ostra: the kernel needs more stack than a thread has"));
 }
 
 TEST_F(RunGuardTest, ReadingBehindTheEndIsFoundToo) {

@@ -3,16 +3,17 @@
 
 #include <csignal>
 
-#include "ostra/core/types.h"
+#include "ostra/jobs/signal_stack.h"
 
 namespace ostra::tool {
 
 inline constexpr const char* kOutsideOfBuffers =
     "the kernel reads or writes outside of its buffers; run it with --checked to see where";
 
-// While it lives, a kernel that touches memory outside of everything, divides a whole number by zero, or is stopped by
-// a check ends the process with a line on standard error and exit status 1. Outputs are written later, so that none is
-// left in halves. Handlers that are there already, such as those of a sanitizer, stay. One at a time in a process.
+// While it lives, a kernel that touches memory outside of everything, divides a whole number by zero, needs more stack
+// than there is, or is stopped by a check ends the process with a line on standard error and exit status 1. Outputs are
+// written later, so that none is left in halves. Handlers that are there already, such as those of a sanitizer, stay.
+// One at a time in a process.
 class CrashGuard {
  public:
   // `isChecked`: the kernel is compiled with checks, which write their line themselves.
@@ -22,8 +23,11 @@ class CrashGuard {
   ~CrashGuard();
 
  private:
-  static constexpr int kSignals[] = {SIGSEGV, SIGBUS, SIGFPE, SIGABRT};
-  struct sigaction _former[4];
+  // Where a compiler sees that a division is one by zero, it writes an instruction that no processor has, or a trap.
+  static constexpr int kSignals[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGABRT};
+
+  SignalStack _signalStack;
+  struct sigaction _former[6];
 };
 
 }  // namespace ostra::tool
