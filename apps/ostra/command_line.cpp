@@ -46,6 +46,20 @@ constexpr const char* kDecodeDetails =
     "\n"
     "Exit status: 0 done, 1 failed, 2 wrong usage.\n";
 
+constexpr const char* kInfoDetails =
+    "The first GPU device is the one that all commands take; without one it says why.\n"
+    "\n"
+    "Environment:\n"
+    "  OSTRA_VULKAN_DEVICE=NAME      the device to put first: part of its name, or its number as Vulkan counts; a\n"
+    "                                name that no device has is answered with all of them\n"
+    "  OSTRA_VULKAN_VALIDATION=1     Vulkan's validation layer, where it is installed, looks at every call\n"
+    "  OSTRA_GPU_CACHE=DIR           where compiled GPU programs are kept; off keeps none\n"
+    "                                (default: gpu in $XDG_CACHE_HOME/ostra or ~/.cache/ostra)\n"
+    "  OSTRA_CONFIG=NAME=VALUE,...   configuration variables; --config goes before them\n"
+    "  OSTRA_CONFIG_FILE=FILE        the file of --config-file\n"
+    "\n"
+    "Exit status: 0 done, 1 failed, 2 wrong usage.\n";
+
 // The options as they stand on the command line.
 struct RunArguments {
   std::string kernel, size, backend = "cpu", cacheFolder;
@@ -209,8 +223,9 @@ int RunCommandLine(std::span<const char* const> arguments) {
   RunArguments runArguments;
   ConfigurationArguments configuration;
   CLI::App& run = AddRunCommand(app, runArguments, configuration);
-  CLI::App& info =
-      *app.add_subcommand("info", "List modules, classes, interfaces, configuration variables and threads");
+  CLI::App& info = *app.add_subcommand(
+      "info", "List GPU devices, modules, classes, interfaces, configuration variables and threads");
+  info.footer(kInfoDetails);
   Bool isInfoJson = false;
   info.add_flag("--json", isInfoJson, "Report as JSON");
   AddConfigurationOptions(info, configuration);

@@ -7,6 +7,7 @@
 #include "apps/ostra/tool_error.h"
 #include "ostra/config/configuration.h"
 #include "ostra/drawport/cache.h"
+#include "ostra/drawport/device_list.h"
 
 OSTRA_UNIT("start_host");
 
@@ -39,8 +40,10 @@ Result<void> StartGpu(Host& host, std::string_view hint) {
   if (auto loaded = host.LoadModule("drawport_vulkan"); !loaded)
     return OSTRA_ILLEGAL_STATE("there is no GPU backend (@): @", hint, loaded.GetError());
   OSTRA_ASSIGN_OR_RETURN(const DrawportCacheRef cache, GetDefaultDrawportCache());
-  if (cache->GetCacheType().IsEmpty()) return OSTRA_ILLEGAL_STATE("there is no GPU device (@)", hint);
-  return OK;
+  if (!cache->GetCacheType().IsEmpty()) return OK;
+  const auto devices = GetDrawportDevices();  // says why
+  if (devices) return OSTRA_ILLEGAL_STATE("there is no GPU device (@)", hint);
+  return OSTRA_ILLEGAL_STATE("there is no GPU device (@): @", hint, devices.GetError());
 }
 
 }  // namespace ostra::tool

@@ -10,9 +10,11 @@ inline constexpr const char* kRenderDetails =
 targets; the last one draws the picture. Each draw names its stage files (.vert, .frag, and .tsc, .tse to divide patches),
 its vertices (a shape, numbers, files, or the buffer of a kernel), the values of its uniforms (numbers, or cameras and other
 matrices as they are made), its textures (pictures, or what an earlier pass has drawn) and its state. Names of files count
-from the folder of the scene. docs/scene-files.md lists every key.
+from the folder of the scene. The page scene-files.md lists every key; it is in docs/ of the sources, in share/doc/ostra once
+installed.
 
---set replaces a value that stands under "values" in the scene.
+--set replaces a value that stands under "values" in the scene. OSTRA_VULKAN_DEVICE in the environment chooses among several
+GPUs; see 'ostra info --help'.
 
 Example:
   ostra render scene.json --out picture.png --size 1280x720

@@ -17,9 +17,9 @@ Textures: what the kernel declares as a texture is read as one. Pictures give th
 (0 to 1, or 0 to 255 for U8), .npy files their axes with the channels last. --in given several times makes layers, or the
 slices of a volume. --texture NAME:KEY=VALUE,... says how it is read:
   wrap=repeat|clamp|border       beyond the edges; by axis: repeat/clamp (clamp)
-  border=R/G/B/A                 the value there with wrap=border (0)
-  coordinates=normalized|texels  what the kernel samples with (normalized: 0 to 1)
-  srgb=true|false                texels are decoded from the sRGB curve (false)
+  border=R/G/B/A                 the value there with wrap=border (0); 0 on every GPU
+  coordinates=normalized|texels  what the kernel samples with (normalized: 0 to 1); on the CPU only
+  srgb=true|false                texels are decoded from the sRGB curve (false); on the CPU only
   size=WxHxD, layers=N           of files that do not say it (.raw, .csv), or to read others differently
   channels=LETTERS               which of a picture's r, g, b and a are taken (the first ones)
 
@@ -28,6 +28,7 @@ noiseSeed_0=SEED (0), and so on for noise number 1, 2, ...
 
 Backends: gpu runs the same file on the GPU. The first dispatch there includes what the driver compiles; --repeat shows the
 time without. both runs it on the CPU and on the GPU, writes what the GPU has computed, and says how far they differ.
+OSTRA_VULKAN_DEVICE in the environment chooses among several GPUs; see 'ostra info --help'.
 
 Examples:
   ostra run net.example.blur.krn --in image=photo.png --out result=blurred.png --set radius=3
