@@ -1,13 +1,13 @@
 // DrawportProgramDescription: what a builder fills in to say what a program is. Plain records in the order of the
 // calls; backends read them, tests compare them.
 //
-//   OSTRA_RETURN_IF_ERROR(program.AddRequiredFeature(DrawportStage::Compute, DrawportFeature::ComputeShader));
-//   OSTRA_RETURN_IF_ERROR(program.AddUniformParameter(DrawportStage::Compute, DrawportShaderValueType::UInt,
-//   "count"_iid)); OSTRA_RETURN_IF_ERROR(program.AddBufferParameter(DrawportStage::Compute, {.typeName = "float"_s,
-//   .byteSize = 4},
-//                                                    "values"_iid, DrawportBufferAccess::ReadWrite));
-//   OSTRA_RETURN_IF_ERROR(program.AddCode(DrawportStage::Compute, kAppendCode, "UNIFORM_BUFFER(values)[...] =
-//   ...;"_s)); OSTRA_RETURN_IF_ERROR(program.SetComputeShaderProperties(256, 1, 1));
+//   const DrawportStage stage = DrawportStage::Compute;
+//   OSTRA_RETURN_IF_ERROR(program.AddRequiredFeature(stage, DrawportFeature::ComputeShader));
+//   OSTRA_RETURN_IF_ERROR(program.AddUniformParameter(stage, DrawportShaderValueType::UInt, "count"_iid));
+//   const DrawportStructLayout element{.typeName = "float"_s, .byteSize = 4};
+//   OSTRA_RETURN_IF_ERROR(program.AddBufferParameter(stage, element, "values"_iid, DrawportBufferAccess::ReadWrite));
+//   OSTRA_RETURN_IF_ERROR(program.AddCode(stage, kAppendCode, "UNIFORM_BUFFER(values)[0] = 1.0;"_s));
+//   OSTRA_RETURN_IF_ERROR(program.SetComputeShaderProperties(256, 1, 1));
 //
 // Filled by one thread. Errors: illegal argument, named at each operation; out of memory.
 #pragma once
