@@ -175,6 +175,42 @@ TEST_F(GpuCompileTest, WhatWasSetInAnotherContextIsNotDispatched) {
   EXPECT_THAT(Run(), IsOk());
 }
 
+TEST_F(GpuCompileTest, ValuesReachTheSetterOfTheirType) {
+  std::string text = "#define KERNELINPUTS \\\n";
+  for (char name = 'a'; name <= 'm'; ++name) text += std::string("(Float32) ") + name + ", \\\n";
+  text +=
+      "(half2) pair, \\\n(Block<Float32>) values\n\nOSTRA_PARALLEL_KERNEL(K, KERNELINPUTS)\n{\n\t"
+      "UNIFORM_BUFFER(values)[0] = 1.0;\n}\nOSTRA_PARALLEL_KERNEL_END\n";
+  AddKernel("k"_iid, text);
+  ASSERT_THAT(program->SetUniform("a"_iid, Float32(1)), IsOk());
+  ASSERT_THAT(program->SetUniform("b"_iid, HalfFloat(2.0f)), IsOk());
+  ASSERT_THAT(program->SetUniform("c"_iid, Vec2<Float32>(3, 0)), IsOk());
+  ASSERT_THAT(program->SetUniform("d"_iid, Vec3<Float32>(4, 0, 0)), IsOk());
+  ASSERT_THAT(program->SetUniform("e"_iid, Vec4<Float32>(5, 0, 0, 0)), IsOk());
+  ASSERT_THAT(program->SetUniform("f"_iid, Vec4<HalfFloat>(HalfFloat(6.0f))), IsOk());
+  ASSERT_THAT(program->SetUniform("g"_iid, UInt32(7)), IsOk());
+  ASSERT_THAT(program->SetUniform("h"_iid, Int32(-8)), IsOk());
+  ASSERT_THAT(program->SetUniform("i"_iid, Vec3<UInt32>(9, 0, 0)), IsOk());
+  ASSERT_THAT(program->SetUniform("j"_iid, Vec4<UInt32>(10, 0, 0, 0)), IsOk());
+  ASSERT_THAT(program->SetUniform("k"_iid, Vec3<Int32>(-11, 0, 0)), IsOk());
+  ASSERT_THAT(program->SetUniform("l"_iid, Vec4<Int32>(-12, 0, 0, 0)), IsOk());
+  ASSERT_THAT(program->SetUniform("m"_iid, SquareMatrix4d32()), IsOk());
+  TakeCalls();
+  ASSERT_THAT(program->UpdateUniforms(), IsOk());
+  EXPECT_THAT(TakeCalls(), testing::UnorderedElementsAre("float a = 1", "float b = 2", "float2 c = 3", "float3 d = 4",
+                                                         "float4 e = 5", "float4 f = 6", "uint g = 7", "int h = -8",
+                                                         "uint3 i = 9", "uint4 j = 10", "int3 k = -11", "int4 l = -12",
+                                                         "mat4 m = 0", "buffer values = -1"));
+  // Two halves have no setter; that they have four bytes keeps setters of other sizes away.
+  for (const DrawportParameter& parameter : GetCache().programs["k"]->description.GetParameters()) {
+    if (!(parameter.name == "pair"_iid)) continue;
+    EXPECT_TRUE(parameter.isValue);
+    EXPECT_EQ(parameter.layout.byteSize, 4);
+  }
+  ASSERT_THAT(program->SetUniform("pair"_iid, Vec2<HalfFloat>(HalfFloat(1.0f))), IsOk());
+  EXPECT_THAT(program->UpdateUniforms(), IsErrorOfKind(kIllegalArgumentError));
+}
+
 TEST_F(GpuCompileTest, ParsersThatFailTogetherLeaveNothingOfWhatTheyFound) {
   Write("k.h", kIncludesInner);
   Write("inner.h", kIncludesK);
