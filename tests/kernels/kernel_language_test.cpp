@@ -1,8 +1,8 @@
 // What the words of the dialect mean on the CPU.
 #include <cmath>
 
-#include "tests/kernels/kernel_runner.h"
 #include "apps/ostra/parity/kernel_scenarios.h"
+#include "tests/kernels/kernel_runner.h"
 
 namespace ostra::kernelclasses {
 Result<ClassRef> Create_by_hand();

@@ -3,8 +3,8 @@
 #include <cmath>
 #include <numeric>
 
-#include "tests/kernels/kernel_runner.h"
 #include "apps/ostra/parity/kernel_scenarios.h"
+#include "tests/kernels/kernel_runner.h"
 
 namespace ostra::test {
 namespace {

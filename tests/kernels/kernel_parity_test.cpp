@@ -1,9 +1,9 @@
 // Every kernel gives the same bits whichever way its invocations are run.
 #include <algorithm>
 
+#include "apps/ostra/parity/kernel_scenarios.h"
 #include "kernel_library_test_kernels.h"
 #include "tests/kernels/kernel_runner.h"
-#include "apps/ostra/parity/kernel_scenarios.h"
 
 namespace ostra::test {
 namespace {
