@@ -45,10 +45,9 @@ Result<CompiledShader> CompileShader(const Id& language, DrawportStage stage, co
   if (!isHlsl && !(language == kShadingLanguageGlsl))
     return OSTRA_ILLEGAL_ARGUMENT("Shaders in the language \"@\" cannot be compiled.", language);
   const Bool isStage = stage == DrawportStage::Compute || stage == DrawportStage::Vertex ||
-                       stage == DrawportStage::TessellationControl ||
-                       stage == DrawportStage::TessellationEvaluation || stage == DrawportStage::Fragment;
-  if (!isStage)
-    return OSTRA_ILLEGAL_ARGUMENT("Shaders of the stage @ cannot be compiled.", static_cast<Int32>(stage));
+                       stage == DrawportStage::TessellationControl || stage == DrawportStage::TessellationEvaluation ||
+                       stage == DrawportStage::Fragment;
+  if (!isStage) return OSTRA_ILLEGAL_ARGUMENT("Shaders of the stage @ cannot be compiled.", static_cast<Int32>(stage));
   CompiledShader compiled;
   try {
     std::vector<ShaderMessage> messages;

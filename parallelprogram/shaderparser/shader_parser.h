@@ -62,8 +62,8 @@ class ShaderParser final : public RefCounted<ShaderParser> {
   Int32 GetMetalBufferCount() const { return _pieces.metalBufferCount; }
   Int32 GetMetalImageCount() const { return _pieces.metalImageCount; }
 
-  // Where the pieces come from: the files, and for each piece the origins of its lines. After Init has failed, and before
-  // it is called again: the files that the parse has come to.
+  // Where the pieces come from: the files, and for each piece the origins of its lines. After Init has failed, and
+  // before it is called again: the files that the parse has come to.
   const BaseArray<Url>& GetFiles() const { return _pieces.files; }
   // The modification stamps that the files had before they were read, 0 for one that has none: what is saved during the
   // parse has a later one.

@@ -81,8 +81,8 @@ struct ShaderPieces {
   Int32 metalBufferCount = 0;
   Int32 metalImageCount = 0;
 
-  BaseArray<Url> files;           // what origins count in
-  BaseArray<UInt64> fileStamps;   // of each file before it was read; 0 for one that cannot be asked
+  BaseArray<Url> files;          // what origins count in
+  BaseArray<UInt64> fileStamps;  // of each file before it was read; 0 for one that cannot be asked
   BaseArray<ShaderTextOrigins> globalCodeOrigins;
   ShaderTextOrigins kernelCodeOrigins;
   BaseArray<ShaderTextOrigin> defineOrigins;
