@@ -5,6 +5,7 @@
 #include "apps/ostra/render/scene.h"
 #include "apps/ostra/tool_error.h"
 #include "apps/ostra/values/text.h"
+#include "ostra/image/image.h"
 
 OSTRA_UNIT("render_command_line");
 
@@ -37,6 +38,8 @@ Result<void> RunRender(const RenderArguments& arguments, std::span<const char* c
     if (size->depth != 1 || size->width > kMaxSceneSide || size->height > kMaxSceneSide)
       return OSTRA_USAGE_ERROR("--size: a picture has two sides of at most @ pixels, not @", kMaxSceneSide,
                                size->ToText());
+    if (size->GetCount() > kMaxImagePixels)
+      return OSTRA_USAGE_ERROR("--size: a picture has at most @ pixels, not @", kMaxImagePixels, size->ToText());
     options.size = *size;
   }
   for (const std::string& value : arguments.values) {

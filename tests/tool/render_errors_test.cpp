@@ -41,6 +41,8 @@ TEST_F(RenderErrorsTest, TheCommandLineIsChecked) {
   Expect(kBadUsage, "--size: a picture has two sides of at most 16384 pixels, not 2 x 2 x 2",
          Run(MakeScene(""), {"--size", "2x2x2"}));
   Expect(kBadUsage, "--size: a picture has two sides", Run(MakeScene(""), {"--size", "99999x2"}));
+  Expect(kBadUsage, "--size: a picture has at most 134217728 pixels, not 16384 x 16384",
+         Run(MakeScene(""), {"--size", "16384x16384"}));
   Expect(kBadUsage, "--set: the scene has no value \"angel\"; did you mean \"angle\"?",
          Run(R"({"values": {"angle": 1}, "passes": [{"draws": []}]})", {"--set", "angel=2"}));
   Expect(kBadUsage, "--set angle: \"two\" is not a number",

@@ -171,6 +171,7 @@ INSTANTIATE_TEST_SUITE_P(
         BadScene{R"({"size": [640], "passes": []})", " size: needs two numbers: width and height"},
         BadScene{R"({"size": [640, 0], "passes": []})",
                  " size[1]: needs a whole number from 1 to 16384, but this is 0"},
+        BadScene{R"({"size": [16384, 8193], "passes": []})", " size: a picture has at most 134217728 pixels"},
         BadScene{R"({"size": [640, 1.5], "passes": []})",
                  " size[1]: needs a whole number from 1 to 16384, but this is 1.5"},
         BadScene{R"({"size": [640, "x"], "passes": []})", " size[1]: needs a number, but this is a text"}));
@@ -188,7 +189,7 @@ INSTANTIATE_TEST_SUITE_P(
         BadScene{WithPass(R"("clear": {"color": [1, 2, 3]})"),
                  " passes[0].clear.color: needs 4 numbers, but there are 3"},
         BadScene{WithPass(R"("clear": {"depth": 2})"), " passes[0].clear.depth: depths lie between 0 and 1"},
-        BadScene{WithPass(R"("clear": {"colors": []})"), " passes[0].clear.colors: the pass has 1 colour targets"},
+        BadScene{WithPass(R"("clear": {"colors": []})"), " passes[0].clear.colors: the pass has 1 colour target"},
         BadScene{WithPass(R"("name": "a\nb")"), " passes[0].name: texts cannot have line ends"},
         BadScene{R"({"passes": [{"name": "a", "draws": []}, {"name": "a", "draws": []}]})",
                  R"( passes[1].name: another pass has the name "a")"}));

@@ -81,7 +81,10 @@ TEST(ValuesTest, WhatIsNoNumberOfTheTypeIsAUsageErrorThatSaysSo) {
   EXPECT_THAT(ParseValue(GetDataType<Int32>(), "1.5"), IsErrorOfKind(kUsageError));
   EXPECT_THAT(MessageOf(ParseValue(GetDataType<Int32>(), "1.5")), HasSubstr("\"1.5\" is not a whole number"));
   EXPECT_THAT(MessageOf(ParseValue(GetDataType<Int32>(), "3000000000")), HasSubstr("from -2147483648 to 2147483647"));
-  EXPECT_THAT(MessageOf(ParseValue(GetDataType<UInt32>(), "-1")), HasSubstr("uint32"));
+  EXPECT_THAT(MessageOf(ParseValue(GetDataType<UInt32>(), "-1")),
+              HasSubstr("-1 does not fit into uint32, which goes from 0 to 4294967295"));
+  EXPECT_THAT(MessageOf(ParseValue(GetDataType<UInt32>(), "-1.5")), HasSubstr("\"-1.5\" is not a whole number"));
+  EXPECT_THAT(MessageOf(ParseValue(GetDataType<UInt32>(), "-")), HasSubstr("\"-\" is not a whole number"));
   EXPECT_THAT(MessageOf(ParseValue(GetDataType<Float32>(), "1e99")), HasSubstr("does not fit"));
   EXPECT_THAT(MessageOf(ParseValue(GetDataType<Float32>(), "abc")), HasSubstr("\"abc\" is not a number"));
   EXPECT_THAT(MessageOf(ParseValue(GetDataType<Float32>(), "")), HasSubstr("not a number"));

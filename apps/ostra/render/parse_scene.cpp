@@ -3,6 +3,7 @@
 #include "apps/ostra/render/read_draw.h"
 #include "apps/ostra/render/scene_values.h"
 #include "ostra/core/format.h"
+#include "ostra/image/image.h"
 #include "ostra/image/pixel_format.h"
 
 OSTRA_UNIT("scene");
@@ -31,6 +32,8 @@ class SceneReader {
     OSTRA_RETURN_IF_ERROR(root.CheckKeys({"size", "stageFolder", "values", "kernels", "passes"}));
     if (const auto size = root.Find("size")) {
       OSTRA_ASSIGN_OR_RETURN(_scene.size, ReadSize(*size));
+      if (_scene.size.GetCount() > kMaxImagePixels)
+        return size->MakeError("a picture has at most " + std::to_string(kMaxImagePixels) + " pixels");
     }
     if (const auto stageFolder = root.Find("stageFolder")) {
       OSTRA_ASSIGN_OR_RETURN(_scene.stageFolder, ReadFileName(*stageFolder));
@@ -200,7 +203,8 @@ class SceneReader {
       if (place.Find("color")) return place.MakeError("give \"color\" or \"colors\"");
       OSTRA_ASSIGN_OR_RETURN(const std::vector<JsonPlace> elements, colors->GetElements());
       if (elements.size() != pass.colorFormats.size())
-        return colors->MakeError("the pass has " + std::to_string(pass.colorFormats.size()) + " colour targets");
+        return colors->MakeError("the pass has " + std::to_string(pass.colorFormats.size()) +
+                                 (pass.colorFormats.size() == 1 ? " colour target" : " colour targets"));
       for (std::size_t i = 0; i < elements.size(); ++i) {
         OSTRA_ASSIGN_OR_RETURN(pass.clearColors[i], elements[i].GetNumbers(4, 4));
       }

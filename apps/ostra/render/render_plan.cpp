@@ -123,8 +123,10 @@ class Planner {
     const auto layout = GetElementLayout(type);
     if (!layout) return MakeError(given.path, "the tool cannot set a uniform of " + DescribeType(type));
     if (static_cast<Int>(numbers.size()) != layout->componentCount)
-      return MakeError(given.path, "the uniform is " + DescribeType(type) + ", but there are " +
-                                       std::to_string(numbers.size()) + " numbers");
+      return MakeError(given.path,
+                       "the uniform is " + DescribeType(type) +
+                           (numbers.size() == 1 ? ", but there is 1 number"
+                                                : ", but there are " + std::to_string(numbers.size()) + " numbers"));
     auto value = ParseValue(type, FormatNumbers(numbers));
     if (!value) return MakeError(given.path, value.GetError().GetMessage().GetView());
     return std::move(*value);

@@ -28,7 +28,11 @@ Result<void> ParseInteger(std::string_view text, void* target) {
   T value{};
   const auto [end, code] = ReadInteger(digits, value);
   using Limits = std::numeric_limits<T>;
-  if (code == std::errc::result_out_of_range)
+  // Readers of unsigned numbers know no minus: a number below 0 is a number all the same.
+  const Bool isBelow = std::is_unsigned_v<T> && text.starts_with('-') &&
+                       text.find_first_not_of("0123456789", 1) == std::string_view::npos &&
+                       text.find_first_not_of('0', 1) != std::string_view::npos;
+  if (isBelow || code == std::errc::result_out_of_range)
     return OSTRA_USAGE_ERROR("@ does not fit into @, which goes from @ to @", text, GetDataType<T>(), +Limits::min(),
                              +Limits::max());
   if (code != std::errc() || end != digits.data() + digits.size())
