@@ -223,6 +223,46 @@ TEST_F(CheckTest, StagesOfOneNameMustHandOnWhatTheOthersReceive) {
               HasSubstr("m.tsc:6: error: the varying \"shades\" is not handed on by " + vertex));
 }
 
+TEST_F(CheckTest, StagesBetweenWhichAnotherOneLiesAreNotCompared) {
+  const auto makeStage = [](const std::string& inputs, const std::string& code) {
+    return "#define KERNELINPUTS \\\n" + inputs + "\n\nOSTRA_PARALLEL_KERNEL(S, KERNELINPUTS)\n{\n" + code +
+           "\n}\nOSTRA_PARALLEL_KERNEL_END\n";
+  };
+  const std::string vertex =
+      _folder.Write("t.vert", makeStage("(attribute Vector32) position", "\tOutPosition = vec4(0.0, 0.0, 0.0, 1.0);"));
+  const std::string fragment = _folder.Write("t.frag", makeStage("(varying Vector32) place, \\\n(out Vector4d32) color",
+                                                                 "\tcolor = vec4(place.x, place.y, place.z, 1.0);"));
+  EXPECT_EQ(RunTool({"check", vertex, fragment, "--target", "GLSL"}).exitStatus, kFailed);
+  _folder.Write("t.tse", "");
+  const ToolResult result = RunTool({"check", vertex, fragment, "--target", "GLSL"});
+  EXPECT_EQ(result.exitStatus, 0) << result.errors;
+}
+
+TEST_F(CheckTest, DefinesOfPatchesInAStageFileAreWarnedOf) {
+  const std::string file =
+      _folder.Write("d.tsc",
+                    "#define PATCH_POINTS 4\n\n#define KERNELINPUTS \\\n(Float32) detail\n\n"
+                    "OSTRA_PARALLEL_KERNEL(C, KERNELINPUTS)\n{\n"
+                    "\tOutPosition = InPatchPosition(InInvocationID);\n\tOutTessLevelInner[0] = UNIFORM(detail);\n}\n"
+                    "OSTRA_PARALLEL_KERNEL_END\n");
+  const std::string warning = file +
+                              ":1: warning: this line does not reach the GPU: \"PATCH_POINTS\" counts only in the "
+                              "header, d.h\n";
+  EXPECT_THAT(RunTool({"check", file, "--target", "GLSL"}).errors, HasSubstr(warning));
+  _folder.Write("d.h", "#define PATCH_POINTS 4\n");
+  EXPECT_THAT(RunTool({"check", file, "--target", "GLSL"}).errors, Not(HasSubstr("PATCH_POINTS")));
+}
+
+TEST_F(CheckTest, FilesThatAreNeitherKernelNorStageGiveOneLine) {
+  const std::string scene = _folder.Write("a.json", "{\n  \"size\": [1, 2],\n  \"passes\": [\n  {\n  }\n  ]\n}\n");
+  const std::string header = _folder.Write("a.h", "#define HALF 0.5\n");
+  const ToolResult result = RunTool({"check", scene, header});
+  EXPECT_EQ(result.exitStatus, kFailed);
+  EXPECT_EQ(result.errors, scene + ": error: this is neither a kernel file nor a stage file\n" + header +
+                               ": error: this is neither a kernel file nor a stage file\n"
+                               "ostra: the check found 2 errors\n");
+}
+
 TEST_F(CheckTest, AStageWithoutAKernelIsAnError) {
   const std::string file = _folder.Write("empty.vert", "float f = 1.0;\n");
   EXPECT_THAT(RunTool({"check", file, "--target", "GLSL"}).errors, HasSubstr("there is no kernel in this file"));

@@ -357,6 +357,22 @@ TEST_F(LintsTest, WhateverTheLinesEndWithTheFindingsAreTheSame) {
   EXPECT_THAT(Check(source), Contains(StartsWith("k.krn:1: warning: the lines end with CRLF")));
 }
 
+TEST_F(LintsTest, TheLastParameterOfALineWithCrIsAParameter) {
+  EXPECT_THAT(Check("#define KERNELINPUTS \\\r\n(Float32) a\r\n\r\nOSTRA_PARALLEL_KERNEL(T, KERNELINPUTS)\r\n{\r\n}\r\n"
+                    "OSTRA_PARALLEL_KERNEL_END\r\n"),
+              Not(Contains(HasSubstr("makes no parameter"))));
+}
+
+TEST_F(LintsTest, DefinesOfTheKernelFileThatItUsesAreFound) {
+  const std::string kernel =
+      MakeKernel("(Float32) a", "\tfloat x = HALF;\n\tCPU_SCOPE_START\n\tx = ONLY_CPU;\n\tCPU_SCOPE_END",
+                 "#define HALF 0.5\n#define ONLY_CPU 2.0\n#define HALF_OF_IT 3.0\n\n");
+  EXPECT_THAT(Check(kernel), ElementsAre("k.krn:4: warning: this line does not reach the GPU: \"HALF\" counts only in "
+                                         "the header, k.h"));
+  // Where both define it, both know it.
+  EXPECT_THAT(Check(kernel, "#define HALF 0.5\n"), IsEmpty());
+}
+
 TEST(FindingsTest, MessagesAreTakenApart) {
   Findings findings;
   findings.AddMessage("a/b.krn:12: error: text: with colons", "x.krn");

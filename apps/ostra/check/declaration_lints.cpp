@@ -11,11 +11,14 @@ namespace ostra::tool {
 
 namespace {
 
+// Lines that end with CRLF leave the CR at the parser's name, of which another warning tells.
 Bool HasParameter(const ShaderParser& parser, std::string_view name) {
+  const std::string withCr = std::string(name) + "\r";
+  const auto isNamed = [&](const CString& found) { return found == name || found == std::string_view(withCr); };
   for (const ShaderInputEntry& input : parser.GetInputEntries())
-    if (input.name == name) return true;
+    if (isNamed(input.name)) return true;
   for (const ShaderTextureEntry& texture : parser.GetTextureEntries())
-    if (texture.name == name) return true;
+    if (isNamed(texture.name)) return true;
   return false;
 }
 

@@ -31,6 +31,7 @@ void LintFiles(const FileCheck& check, const LintedFile& kernel, const ShaderPar
   }
   LintComments(kernel, findings);
   LintDeclarations(kernel, parser, findings);
+  LintDefines(kernel, parser, findings);
 }
 
 // Without a parser that has finished, only what needs none.
@@ -47,6 +48,13 @@ Result<void> AddFrontStep(const FileCheck& check, const Url& url, Findings& find
   if (source.GetError().GetKind() == kOutOfMemoryError) return source.GetError();
   findings.AddMessage(TextOf(source.GetError().GetMessage()) + " [CPU]", check.file);
   return OK;
+}
+
+// Patterns such as blur.* take pictures and headers, too.
+Bool IsKernelOrStage(const Url& url, const LintedFile& file) {
+  if (GetStageOfFile(url) != DrawportStage::Compute || url.GetSuffix() == "krn") return true;
+  return std::any_of(file.lines.begin(), file.lines.end(),
+                     [](const SourceLine& line) { return IsKernelStart(line.text) || IsKernelMethod(line.text); });
 }
 
 Result<void> Assemble(TargetCheck& check, const Url& url, const std::string& file) {
@@ -117,6 +125,10 @@ Result<FileCheck> PrepareCheck(const CheckOptions& options, const std::string& f
   }
   check.source = source->text;
   LintedFile kernel{file, SplitSource(check.source), false, options.templateArgument.has_value()};
+  if (!IsKernelOrStage(url, kernel)) {
+    check.findings.Add({file, 0, Severity::Error, "this is neither a kernel file nor a stage file"});
+    return check;
+  }
   PlaceLines(kernel.lines);
   if (const std::size_t at = check.source.GetView().find("\r\n"); at != std::string_view::npos)
     check.findings.Add({file, std::count(check.source.GetView().begin(), check.source.GetView().begin() + at, '\n') + 1,

@@ -2,6 +2,8 @@
 // it does not do what its author meant on the CPU or on a GPU.
 #pragma once
 
+#include <optional>
+
 #include "apps/ostra/check/findings.h"
 #include "apps/ostra/check/source_lines.h"
 #include "parallelprogram/shaderparser/shader_parser.h"
@@ -25,6 +27,14 @@ void LintComments(const LintedFile& file, Findings& findings);
 
 // Lints of declarations, against what the parser made of them.
 void LintDeclarations(const LintedFile& file, const ShaderParser& parser, Findings& findings);
+
+// Lints of #define lines that the translator drops although the file uses them.
+void LintDefines(const LintedFile& file, const ShaderParser& parser, Findings& findings);
+
+// The first define of a stage file that says how patches are divided, and that the translator drops; of a file whose
+// lines have their places.
+std::optional<Finding> FindDroppedPatchDefine(const LintedFile& file);
+std::string MakeDroppedDefineText(const LintedFile& file, std::string_view name);
 
 // Lints of the order of lines: directives and what follows them, code outside of blocks, barriers.
 void LintStructure(const LintedFile& file, Findings& findings);

@@ -1,5 +1,6 @@
 #include "apps/ostra/check/program_check.h"
 
+#include <filesystem>
 #include <map>
 #include <set>
 
@@ -50,6 +51,18 @@ std::vector<std::pair<Int, std::string>> ListReceived(const Stage& stage, Drawpo
   return received;
 }
 
+// A file of a stage between two others, which was not given: those do not meet then.
+Bool IsStageLeftOut(const std::string& file, DrawportStage before, DrawportStage after) {
+  for (const auto& [suffix, stage] : {std::pair(".tsc", DrawportStage::TessellationControl),
+                                      std::pair(".tse", DrawportStage::TessellationEvaluation)}) {
+    std::error_code ignored;
+    if (before < stage && stage < after &&
+        std::filesystem::exists(std::filesystem::path(file).replace_extension(suffix), ignored))
+      return true;
+  }
+  return false;
+}
+
 void CheckStage(const Stage& before, const Stage& stage, DrawportStage kind, Findings& findings) {
   const auto add = [&](Int line, std::string text) {
     findings.Add({stage.check->file, line, Severity::Error, std::move(text)});
@@ -85,9 +98,11 @@ void CheckPrograms(const std::vector<FileCheck>& checks, Findings& findings) {
   }
   for (const auto& [name, program] : programs) {
     const Stage* before = nullptr;
+    DrawportStage kindBefore = DrawportStage::Vertex;
     for (const auto& [kind, stage] : program) {
-      if (before) CheckStage(*before, stage, kind, findings);
+      if (before && !IsStageLeftOut(stage.check->file, kindBefore, kind)) CheckStage(*before, stage, kind, findings);
       before = &stage;
+      kindBefore = kind;
     }
   }
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "apps/ostra/check/lints.h"
 #include "apps/ostra/encode/source_file.h"
 #include "ostra/core/atomic.h"
 #include "ostra/core/format.h"
@@ -33,6 +34,7 @@ class StageReader {
       const auto source = ReadSourceBytes(file);
       if (!source) return MakeError(path, source.GetError().GetMessage().GetView());
       OSTRA_ASSIGN_OR_RETURN(StrongRef<ShaderParser> parser, Parse(file));
+      OSTRA_RETURN_IF_ERROR(CheckPatchDefines(file, stage));
       if (parser->GetKernelCode().IsEmpty())
         return OSTRA_ILLEGAL_ARGUMENT("@: error: there is no kernel in this file, or it does not end", file);
       if (parser->GetNoiseCallCount() > 0)
@@ -70,6 +72,16 @@ class StageReader {
     if (parsed) return parser;
     OSTRA_ASSIGN_OR_RETURN(const String message, parser->DescribeError(parsed.GetError()));
     return OSTRA_ILLEGAL_ARGUMENT("@", message);
+  }
+
+  // Patches would be divided in another way than the file says.
+  Result<void> CheckPatchDefines(const Url& file, DrawportStage stage) const {
+    if (stage != DrawportStage::TessellationControl && stage != DrawportStage::TessellationEvaluation) return OK;
+    OSTRA_ASSIGN_OR_RETURN(const SourceText source, ReadSourceText(file));
+    LintedFile linted{std::string(file.GetView()), SplitSource(source.text), false, false};
+    PlaceLines(linted.lines);
+    const std::optional<Finding> found = FindDroppedPatchDefine(linted);
+    return found ? OSTRA_ILLEGAL_ARGUMENT("@", FormatFinding(*found)) : Result<void>(OK);
   }
 
   Result<void> CheckStages() const {
