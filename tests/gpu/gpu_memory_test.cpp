@@ -4,7 +4,7 @@
 
 #include "tests/gpu/gpu_fixture.h"
 #include "tests/support/diagnostic_recorder.h"
-#include "tests/support/fault_injection.h"
+#include "tests/support/surviving_scenario.h"
 
 namespace ostra::test {
 namespace {
@@ -18,28 +18,6 @@ class GpuMemoryTest : public testing::Test {
     program = MakeProgram(kGpuProgramClass);
     ASSERT_TRUE(program);
   }
-  // Lets each allocation of `scenario` fail in turn: the program must say so and stay usable.
-  template <class Scenario>
-  void ExpectErrors(Scenario&& scenario) {
-    ASSERT_THAT(scenario(), IsOk());
-    const DiagnosticRecorder diagnostics;
-    Int failures = 0;
-    for (Int n = 1; n < 2000; ++n) {
-      Bool fired = false;
-      {
-        const FailingAllocation failure(n);
-        const Result<void> result = scenario();
-        fired = AllocationFaults::HasFired();
-        if (fired && !result) ++failures;
-        if (!fired) {
-          EXPECT_THAT(result, IsOk());
-        }
-      }
-      if (!fired) break;
-      ASSERT_THAT(scenario(), IsOk()) << "after the failure of allocation " << n;
-    }
-    EXPECT_GT(failures, 0);
-  }
 
   ParallelProgramRef program;
 };
@@ -47,7 +25,7 @@ class GpuMemoryTest : public testing::Test {
 TEST_F(GpuMemoryTest, BuffersSurviveFailingAllocations) {
   std::vector<Float32> values(100, 2.0f);
   const Block<Float32> block(values.data(), 100);
-  ExpectErrors([&]() -> Result<void> {
+  ExpectScenarioSurvives([&]() -> Result<void> {
     OSTRA_RETURN_IF_ERROR(program->CreateUniformBuffer("a"_iid, GetDataType<Float32>(), 100));
     OSTRA_RETURN_IF_ERROR(program->StoreUniformBufferData("b"_iid, block));
     OSTRA_RETURN_IF_ERROR(program->CopyBufferData("b"_iid, "a"_iid, 100, 0, 0));
@@ -60,7 +38,7 @@ TEST_F(GpuMemoryTest, ADispatchSurvivesFailingAllocations) {
   AddKernel(*program, "saxpy"_iid, kSaxpy);
   StoreBuffer<Float32>(*program, "x"_iid, {1, 2, 3});
   StoreBuffer<Float32>(*program, "y"_iid, {1, 2, 3});
-  ExpectErrors([&]() -> Result<void> {
+  ExpectScenarioSurvives([&]() -> Result<void> {
     OSTRA_RETURN_IF_ERROR(program->SetBufferToActiveKernelSameId("x"_iid));
     OSTRA_RETURN_IF_ERROR(program->SetUniform("count"_iid, UInt32(3)));
     OSTRA_RETURN_IF_ERROR(program->SetUniform("a"_iid, Float32(0)));

@@ -1,42 +1,16 @@
 // The loader when memory runs out: each allocation of a scenario fails in turn.
 #include "tests/shaderloader/loader_fixture.h"
-#include "tests/support/fault_injection.h"
+#include "tests/support/surviving_scenario.h"
 
 namespace ostra::test {
 namespace {
 
-class LoaderMemoryTest : public LoaderTest {
- protected:
-  // The loader must say so, keep its tables as they were, and stay usable.
-  template <class Scenario>
-  void ExpectErrors(Scenario&& scenario) {
-    ASSERT_THAT(scenario(), IsOk());
-    const DiagnosticRecorder diagnostics;
-    Int failures = 0;
-    Int n = 1;
-    for (; n < 5000; ++n) {
-      Bool fired = false;
-      {
-        const FailingAllocation failure(n);
-        const Result<void> result = scenario();
-        fired = AllocationFaults::HasFired();
-        if (fired && !result) ++failures;
-        if (!fired) {
-          EXPECT_THAT(result, IsOk());
-        }
-      }
-      if (!fired) break;
-      ASSERT_THAT(scenario(), IsOk()) << "after the failure of allocation " << n;
-    }
-    EXPECT_GT(failures, 0);
-    EXPECT_LT(n, 5000);
-  }
-};
+using LoaderMemoryTest = LoaderTest;
 
 TEST_F(LoaderMemoryTest, AProgramIsThereWholeOrNotAtAll) {
   WriteSimpleProgram();
   const BaseArray<Url> files = MakeFiles({"simple.vert", "simple.frag"});
-  ExpectErrors([&]() -> Result<void> {
+  ExpectScenarioSurvives([&]() -> Result<void> {
     ResetStageParserCache();
     OSTRA_RETURN_IF_ERROR(loader->RemoveProgram("p"_iid));
     auto added = loader->AddShaders("p"_iid, files, 0, &pass, DataDictionary(), true);
@@ -59,7 +33,7 @@ TEST_F(LoaderMemoryTest, LinksAndValuesSurviveFailingAllocations) {
   texture._format = TextureFormat::F32;
   texture._numChannels = 1;
   texture._dataSize = 64;
-  ExpectErrors([&]() -> Result<void> {
+  ExpectScenarioSurvives([&]() -> Result<void> {
     OSTRA_RETURN_IF_ERROR(loader->StoreVertexBufferData("vertices"_iid, block));
     OSTRA_RETURN_IF_ERROR(loader->CreateUniformBuffer("values"_iid, GetDataType<Float32>(), 100));
     OSTRA_RETURN_IF_ERROR(loader->UpdateUniformBufferData("values"_iid, block, 0));
@@ -80,7 +54,7 @@ TEST_F(LoaderMemoryTest, LinksAndValuesSurviveFailingAllocations) {
 }
 
 TEST_F(LoaderMemoryTest, ALoaderWithoutMemoryForItsGradientSaysSo) {
-  ExpectErrors([&]() -> Result<void> {
+  ExpectScenarioSurvives([&]() -> Result<void> {
     OSTRA_ASSIGN_OR_RETURN(const GeneralShaderLoaderRef made,
                            loaderClass->CreateObject<GeneralShaderLoaderInterface>());
     OSTRA_RETURN_IF_ERROR(made->Init(Url(), &context));
