@@ -55,6 +55,7 @@ constexpr const char* kInfoDetails =
     "  OSTRA_VULKAN_VALIDATION=1     Vulkan's validation layer, where it is installed, looks at every call\n"
     "  OSTRA_GPU_CACHE=DIR           where compiled GPU programs are kept; off keeps none\n"
     "                                (default: gpu in $XDG_CACHE_HOME/ostra or ~/.cache/ostra)\n"
+    "  CXX=COMPILER                  compiles kernels for the CPU (default: c++, g++ or clang++)\n"
     "  OSTRA_CONFIG=NAME=VALUE,...   configuration variables; --config goes before them\n"
     "  OSTRA_CONFIG_FILE=FILE        the file of --config-file\n"
     "\n"

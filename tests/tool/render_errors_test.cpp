@@ -53,6 +53,13 @@ TEST_F(RenderErrorsTest, TheCommandLineIsChecked) {
   Expect(kBadUsage, "there is no option \"--ste\"; did you mean \"--set\"?", Run(MakeScene(""), {"--ste", "a=1"}));
 }
 
+TEST_F(RenderErrorsTest, AMachineWithoutADriverIsToldTheReason) {
+  for (const char* variable : {"VK_ICD_FILENAMES", "VK_DRIVER_FILES"}) setenv(variable, "/no/driver.json", 1);
+  Expect(kFailed,
+         "there is no GPU device (scenes are drawn on a GPU, or by a driver that plays one): ", Run(MakeScene("")));
+  for (const char* variable : {"VK_ICD_FILENAMES", "VK_DRIVER_FILES"}) unsetenv(variable);
+}
+
 TEST_F(RenderErrorsTest, FilesThatAreNotThereAreNamed) {
   Expect(kFailed, "none.json cannot be read: No such file",
          RunTool({"render", _folder / "none.json", "--out", _folder / "out.png"}));
