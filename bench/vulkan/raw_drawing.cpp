@@ -1,7 +1,6 @@
 #include "bench/vulkan/raw_drawing.h"
 
 #include <cstring>
-#include <stdexcept>
 
 namespace bench {
 namespace {
@@ -9,7 +8,6 @@ namespace {
 #define BENCH_VULKAN(call) CheckVulkan(call, #call)
 
 constexpr VkFormat kFormat = VK_FORMAT_R32G32B32A32_SFLOAT;
-constexpr VkImageSubresourceRange kWhole = {VK_IMAGE_ASPECT_COLOR_BIT, 0, 1, 0, 1};
 constexpr std::int64_t kTexelSize = 4 * sizeof(float);
 
 VkShaderModule MakeModule(VkDevice device, const std::string& text, bool isVertex) {
@@ -34,13 +32,16 @@ void Barrier(VkCommandBuffer commands, VkPipelineStageFlags from, VkAccessFlags 
 
 RawDrawing::RawDrawing(RawDeviceRef device, const RawStages& stages, std::uint32_t size, std::size_t uniformBytes,
                        int draws, const std::vector<float>& vertices)
-    : _device(std::move(device)), _size(size), _vertexCount(static_cast<std::uint32_t>(vertices.size() / 2)) {
+    : _device(device),
+      _size(size),
+      _vertexCount(static_cast<std::uint32_t>(vertices.size() / 2)),
+      _target(std::move(device), kFormat, {size, size, 1},
+              VK_IMAGE_USAGE_COLOR_ATTACHMENT_BIT | VK_IMAGE_USAGE_TRANSFER_SRC_BIT) {
   const auto alignment = static_cast<std::int64_t>(_device->GetLimits().minUniformBufferOffsetAlignment);
   _stride = (static_cast<std::int64_t>(uniformBytes) + alignment - 1) / alignment * alignment;
   _uniforms = std::make_unique<RawBuffer>(_device, static_cast<VkDeviceSize>(_stride * draws), RawMemory::Upload);
   _vertices = std::make_unique<RawBuffer>(_device, vertices.size() * sizeof(float), RawMemory::Device);
   _vertices->Write(vertices.data());
-  MakeTarget();
   MakeSet(uniformBytes);
   MakePipeline(stages);
   _commands = _device->MakeCommandBuffer();
@@ -54,37 +55,6 @@ RawDrawing::~RawDrawing() {
   if (_layout) vkDestroyPipelineLayout(handle, _layout, nullptr);
   if (_pool) vkDestroyDescriptorPool(handle, _pool, nullptr);
   if (_setLayout) vkDestroyDescriptorSetLayout(handle, _setLayout, nullptr);
-  if (_view) vkDestroyImageView(handle, _view, nullptr);
-  if (_image) vkDestroyImage(handle, _image, nullptr);
-  if (_memory) vkFreeMemory(handle, _memory, nullptr);
-}
-
-void RawDrawing::MakeTarget() {
-  const VkDevice handle = _device->GetHandle();
-  VkImageCreateInfo info = {VK_STRUCTURE_TYPE_IMAGE_CREATE_INFO};
-  info.imageType = VK_IMAGE_TYPE_2D;
-  info.format = kFormat;
-  info.extent = {_size, _size, 1};
-  info.mipLevels = 1;
-  info.arrayLayers = 1;
-  info.samples = VK_SAMPLE_COUNT_1_BIT;
-  info.usage = VK_IMAGE_USAGE_COLOR_ATTACHMENT_BIT | VK_IMAGE_USAGE_TRANSFER_SRC_BIT;
-  BENCH_VULKAN(vkCreateImage(handle, &info, nullptr, &_image));
-  VkMemoryRequirements requirements;
-  vkGetImageMemoryRequirements(handle, _image, &requirements);
-  const int type = _device->FindMemoryType(requirements.memoryTypeBits, VK_MEMORY_PROPERTY_DEVICE_LOCAL_BIT, 0);
-  if (type < 0) throw std::runtime_error("The device has no memory for targets.");
-  VkMemoryAllocateInfo allocation = {VK_STRUCTURE_TYPE_MEMORY_ALLOCATE_INFO};
-  allocation.allocationSize = requirements.size;
-  allocation.memoryTypeIndex = static_cast<std::uint32_t>(type);
-  BENCH_VULKAN(vkAllocateMemory(handle, &allocation, nullptr, &_memory));
-  BENCH_VULKAN(vkBindImageMemory(handle, _image, _memory, 0));
-  VkImageViewCreateInfo view = {VK_STRUCTURE_TYPE_IMAGE_VIEW_CREATE_INFO};
-  view.image = _image;
-  view.viewType = VK_IMAGE_VIEW_TYPE_2D;
-  view.format = kFormat;
-  view.subresourceRange = kWhole;
-  BENCH_VULKAN(vkCreateImageView(handle, &view, nullptr, &_view));
 }
 
 void RawDrawing::MakeSet(std::size_t uniformBytes) {
@@ -183,12 +153,12 @@ void RawDrawing::Begin() {
   barrier.newLayout = VK_IMAGE_LAYOUT_GENERAL;
   barrier.srcQueueFamilyIndex = VK_QUEUE_FAMILY_IGNORED;
   barrier.dstQueueFamilyIndex = VK_QUEUE_FAMILY_IGNORED;
-  barrier.image = _image;
-  barrier.subresourceRange = kWhole;
+  barrier.image = _target.GetHandle();
+  barrier.subresourceRange = RawImage::kWhole;
   vkCmdPipelineBarrier(_commands, VK_PIPELINE_STAGE_ALL_COMMANDS_BIT, VK_PIPELINE_STAGE_COLOR_ATTACHMENT_OUTPUT_BIT, 0,
                        0, nullptr, 0, nullptr, 1, &barrier);
   VkRenderingAttachmentInfoKHR color = {VK_STRUCTURE_TYPE_RENDERING_ATTACHMENT_INFO_KHR};
-  color.imageView = _view;
+  color.imageView = _target.GetView();
   color.imageLayout = VK_IMAGE_LAYOUT_GENERAL;
   color.loadOp = VK_ATTACHMENT_LOAD_OP_CLEAR;
   color.storeOp = VK_ATTACHMENT_STORE_OP_STORE;
@@ -220,7 +190,7 @@ std::vector<float> RawDrawing::Read() {
   VkBufferImageCopy region = {};
   region.imageSubresource = {VK_IMAGE_ASPECT_COLOR_BIT, 0, 0, 1};
   region.imageExtent = {_size, _size, 1};
-  vkCmdCopyImageToBuffer(_commands, _image, VK_IMAGE_LAYOUT_GENERAL, staging.GetHandle(), 1, &region);
+  vkCmdCopyImageToBuffer(_commands, _target.GetHandle(), VK_IMAGE_LAYOUT_GENERAL, staging.GetHandle(), 1, &region);
   Barrier(_commands, VK_PIPELINE_STAGE_TRANSFER_BIT, VK_ACCESS_TRANSFER_WRITE_BIT, VK_PIPELINE_STAGE_HOST_BIT,
           VK_ACCESS_HOST_READ_BIT);
   BENCH_VULKAN(vkEndCommandBuffer(_commands));

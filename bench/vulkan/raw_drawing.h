@@ -34,7 +34,6 @@ class RawDrawing {
   std::vector<float> Read();
 
  private:
-  void MakeTarget();
   void MakePipeline(const RawStages& stages);
   void MakeSet(std::size_t uniformBytes);
   void Begin();
@@ -49,9 +48,7 @@ class RawDrawing {
   std::int64_t _stride = 0;
   std::uint32_t _vertexCount;
   std::unique_ptr<RawBuffer> _uniforms, _vertices;
-  VkImage _image = VK_NULL_HANDLE;
-  VkDeviceMemory _memory = VK_NULL_HANDLE;
-  VkImageView _view = VK_NULL_HANDLE;
+  RawImage _target;
   VkDescriptorSetLayout _setLayout = VK_NULL_HANDLE;
   VkDescriptorPool _pool = VK_NULL_HANDLE;
   VkDescriptorSet _set = VK_NULL_HANDLE;

@@ -76,6 +76,25 @@ class RawBuffer {
 };
 using RawBufferRef = std::shared_ptr<RawBuffer>;
 
+// An image of 2 or, with more than one slice, 3 dimensions, in memory of the device.
+class RawImage {
+ public:
+  static constexpr VkImageSubresourceRange kWhole = {VK_IMAGE_ASPECT_COLOR_BIT, 0, 1, 0, 1};
+
+  RawImage(RawDeviceRef device, VkFormat format, VkExtent3D extent, VkImageUsageFlags usage);
+  RawImage(const RawImage&) = delete;
+  ~RawImage();
+
+  VkImage GetHandle() const { return _image; }
+  VkImageView GetView() const { return _view; }
+
+ private:
+  RawDeviceRef _device;
+  VkImage _image = VK_NULL_HANDLE;
+  VkDeviceMemory _memory = VK_NULL_HANDLE;
+  VkImageView _view = VK_NULL_HANDLE;
+};
+
 // A texture of 2 or, with more than one slice, 3 dimensions, with a linear sampler. Its texels are copied.
 class RawTexture {
  public:
@@ -84,15 +103,15 @@ class RawTexture {
   RawTexture(const RawTexture&) = delete;
   ~RawTexture();
 
-  VkDescriptorImageInfo GetDescription() const { return {_sampler, _view, VK_IMAGE_LAYOUT_SHADER_READ_ONLY_OPTIMAL}; }
+  VkDescriptorImageInfo GetDescription() const {
+    return {_sampler, _image.GetView(), VK_IMAGE_LAYOUT_SHADER_READ_ONLY_OPTIMAL};
+  }
 
  private:
   void Fill(VkExtent3D extent, const void* texels, VkDeviceSize bytes);
 
   RawDeviceRef _device;
-  VkImage _image = VK_NULL_HANDLE;
-  VkDeviceMemory _memory = VK_NULL_HANDLE;
-  VkImageView _view = VK_NULL_HANDLE;
+  RawImage _image;
   VkSampler _sampler = VK_NULL_HANDLE;
 };
 using RawTextureRef = std::shared_ptr<RawTexture>;
