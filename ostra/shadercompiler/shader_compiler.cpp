@@ -37,6 +37,27 @@ std::vector<UInt32> Compile(Bool isHlsl, DrawportStage stage, std::string_view t
   return words;
 }
 
+// Number of the line that ends the kernel's body; 0 without one. Lines of declarations come behind it, too, but stand
+// further up in the file.
+Int FindEndOfBody(const AssembledShader& shader) {
+  const auto& lines = shader.lines;
+  Int last = lines.GetCount();
+  while (last > 0 && lines[last - 1].line <= 0) --last;
+  if (last == 0) return 0;
+  Int end = last;
+  for (Int i = last - 1; i > 0; --i)
+    if (lines[i - 1].line > lines[end - 1].line && lines[i - 1].file == lines[last - 1].file) end = i;
+  return end;
+}
+
+// Where a brace stays open, compilers stumble over what was added behind the body.
+Bool IsOfOpenBrace(const ShaderMessage& message, Int endOfBody) {
+  if (!message.isError || endOfBody == 0) return false;
+  const std::string_view text = message.text.GetView();
+  const auto has = [text](std::string_view part) { return text.find(part) != std::string_view::npos; };
+  return has("end of file") || (message.line > endOfBody && (has("xpected") || has("not allowed here")));
+}
+
 }  // namespace
 
 Result<CompiledShader> CompileShader(const Id& language, DrawportStage stage, const AssembledShader& shader,
@@ -65,6 +86,10 @@ Result<String> FormatShaderMessage(const AssembledShader& shader, const ShaderMe
                                    std::string_view fallbackFile) {
   const std::string_view severity = message.isError ? "error" : "warning";
   OSTRA_ASSIGN_OR_RETURN(const String text, RestoreShaderWords(message.text));
+  if (const Int end = FindEndOfBody(shader); IsOfOpenBrace(message, end)) {
+    const ShaderOrigin& origin = shader.lines[end - 1];
+    return Format("@:@: @: @ (behind the last line: is a brace left open?)", origin.file, origin.line, severity, text);
+  }
   const Bool isLine = message.line > 0 && message.line <= shader.lines.GetCount();
   if (isLine && shader.lines[message.line - 1].line > 0) {
     const ShaderOrigin& origin = shader.lines[message.line - 1];

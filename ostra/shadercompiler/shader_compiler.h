@@ -38,8 +38,9 @@ struct ShaderCompilerOptions {
 Result<CompiledShader> CompileShader(const Id& language, DrawportStage stage, const AssembledShader& shader,
                                      const ShaderCompilerOptions& options = {});
 
-// "file:line: error: text" with the file and line that the assembled line came from, in the words of kernel files. A
-// message about support code or about no line reads "fallbackFile: error: text". Error: out of memory.
+// "file:line: error: text" with the file and line that the assembled line came from, in the words of kernel files. What
+// a brace that stays open leads to gets the last line of the body. A message about support code or about no line reads
+// "fallbackFile: error: text". Error: out of memory.
 Result<String> FormatShaderMessage(const AssembledShader& shader, const ShaderMessage& message,
                                    std::string_view fallbackFile);
 

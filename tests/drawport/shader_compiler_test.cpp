@@ -141,6 +141,18 @@ TEST(ShaderCompilerTest, AMistakeIsReportedOnTheLineOfTheKernelFile) {
   }
 }
 
+TEST(ShaderCompilerTest, ABraceThatStaysOpenIsReportedOnTheLastLine) {
+  ShaderRecords records = MakeRecords(kShadingLanguageGlsl, "int a = 1;\nif (a > 0) {");
+  for (Int line = 10; line < 14; ++line)
+    ASSERT_THAT(records.body.origins.Append(ShaderOrigin{"folder/k.krn"_s, line}), IsOk());
+  const AssembledShader shader = Assemble(records);
+  auto compiled = CompileShader(kShadingLanguageGlsl, DrawportStage::Compute, shader);
+  ASSERT_THAT(compiled, IsOk());
+  const std::string message(MakeCompileError(shader, *compiled, "fallback.krn").GetMessage().GetView());
+  EXPECT_THAT(message, StartsWith("folder/k.krn:1"));
+  EXPECT_THAT(message, HasSubstr("(behind the last line: is a brace left open?)"));
+}
+
 TEST(ShaderCompilerTest, AMistakeOutsideOfKernelFilesNamesTheKernelFileAsAWhole) {
   ShaderRecords records = MakeRecords(kShadingLanguageGlsl, "int a = missing;");
   const AssembledShader shader = Assemble(records);
