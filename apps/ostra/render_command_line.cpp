@@ -35,6 +35,9 @@ Result<void> RunRender(const RenderArguments& arguments, std::span<const char* c
   if (!arguments.size.empty()) {
     auto size = ParseExtents(arguments.size);
     if (!size) return OSTRA_USAGE_ERROR("--size: @", size.GetError());
+    if (arguments.size.find('x') == std::string::npos)
+      return OSTRA_USAGE_ERROR("--size: a picture has a width and a height, such as @x@", arguments.size,
+                               arguments.size);
     if (size->depth != 1 || size->width > kMaxSceneSide || size->height > kMaxSceneSide)
       return OSTRA_USAGE_ERROR("--size: a picture has two sides of at most @ pixels, not @", kMaxSceneSide,
                                size->ToText());

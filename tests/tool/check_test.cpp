@@ -223,6 +223,22 @@ TEST_F(CheckTest, StagesOfOneNameMustHandOnWhatTheOthersReceive) {
               HasSubstr("m.tsc:6: error: the varying \"shades\" is not handed on by " + vertex));
 }
 
+TEST_F(CheckTest, ABraceThatStaysOpenIsShownInTheFile) {
+  const ToolResult result = Check(MakeKernel("\tif (UNIFORM(factor) > 1.0) {"), {"--target", "GLSL"});
+  EXPECT_EQ(result.exitStatus, kFailed);
+  EXPECT_THAT(result.errors, HasSubstr("k.krn:10: error: "));
+  EXPECT_THAT(result.errors, HasSubstr("(behind the last line: is a brace left open?) [GLSL]"));
+}
+
+TEST_F(CheckTest, ParametersThatAStageCannotHaveAreShownOnTheirLine) {
+  const std::string file = _folder.Write(
+      "a.frag",
+      "#define KERNELINPUTS \\\n(attribute Vector4d32) tint, \\\n(out Vector4d32) color\n\nOSTRA_PARALLEL_KERNEL(F, "
+      "KERNELINPUTS)\n{\n\tcolor = tint;\n}\nOSTRA_PARALLEL_KERNEL_END\n");
+  EXPECT_THAT(RunTool({"check", file}).errors,
+              StartsWith(file + ":2: error: the parameter \"tint\" is an attribute, which only vertex stages have\n"));
+}
+
 TEST_F(CheckTest, StagesBetweenWhichAnotherOneLiesAreNotCompared) {
   const auto makeStage = [](const std::string& inputs, const std::string& code) {
     return "#define KERNELINPUTS \\\n" + inputs + "\n\nOSTRA_PARALLEL_KERNEL(S, KERNELINPUTS)\n{\n" + code +

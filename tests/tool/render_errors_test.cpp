@@ -53,6 +53,55 @@ TEST_F(RenderErrorsTest, TheCommandLineIsChecked) {
   Expect(kBadUsage, "there is no option \"--ste\"; did you mean \"--set\"?", Run(MakeScene(""), {"--ste", "a=1"}));
 }
 
+TEST_F(RenderErrorsTest, APictureHasTwoSides) {
+  Expect(kBadUsage, "--size: a picture has a width and a height, such as 64x64", Run(MakeScene(""), {"--size", "64"}));
+}
+
+TEST_F(RenderErrorsTest, VerticesThatWouldNotBeDrawnAreRefused) {
+  const auto expect = [&](const std::string& text, const char* positions, const std::string& topology) {
+    ExpectDraw(std::string(kDraw) + ".vertices: " + text,
+               MakeFlatDraw(R"({"attributes": {"position": )" + std::string(positions) + "}}", "[1, 0, 0, 1]", "0.5",
+                            R"("topology": ")" + topology + "\""));
+  };
+  constexpr const char *kOne = "[[0, 0]]", *kTwo = "[[0, 0], [1, 0]]", *kThree = "[[0, 0], [1, 0], [0, 1]]",
+                       *kFour = "[[0, 0], [1, 0], [0, 1], [1, 1]]";
+  expect("the 2 vertices are no multiple of the 3 corners of a triangle", kTwo, "triangles");
+  expect("the 4 vertices are no multiple of the 3 corners of a triangle", kFour, "triangles");
+  expect("the 3 vertices are no multiple of the 2 ends of a line", kThree, "lines");
+  expect("a triangleStrip needs at least 3 vertices, not 2", kTwo, "triangleStrip");
+  expect("a lineStrip needs at least 2 vertices, not 1", kOne, "lineStrip");
+}
+
+TEST_F(RenderErrorsTest, ADepthTestNeedsADepth) {
+  const std::string draw = MakeFlatDraw(kWholeQuad, "[1, 0, 0, 1]", "0.5", R"("state": {"depthTest": "less"})");
+  Expect(kFailed, std::string(kDraw) + ".state.depthTest: the pass has no depth to test: leave out \"depth\": false",
+         Run(MakeScene(draw, R"("depth": false)")));
+}
+
+TEST_F(RenderErrorsTest, ADeclarationWithoutATypeIsBlamedAndNotTheScene) {
+  WriteStage("flat.frag", {"(Vektor4d32) tint", "(out Vector4d32) color"}, "\tcolor = UNIFORM(tint);");
+  ExpectDraw(
+      "flat.frag:2: error: the declaration of \"tint\" makes no parameter on the GPU: the type \"Vektor4d32\" is "
+      "not known; did you mean \"Vector4d32\"?",
+      MakeFlatDraw(kWholeQuad, "[1, 0, 0, 1]"));
+  WriteStage("flat.frag", {"(attribute Vector4d32) tint", "(out Vector4d32) color"}, "\tcolor = tint;");
+  ExpectDraw("flat.frag:2: error: the parameter \"tint\" is an attribute, which only vertex stages have",
+             MakeFlatDraw(kWholeQuad, "[1, 0, 0, 1]"));
+}
+
+TEST_F(RenderErrorsTest, ABraceInACommentIsBlamed) {
+  WriteStage("flat.frag", {"(Vector4d32) tint", "(out Vector4d32) color"}, "\t// }\n\tcolor = UNIFORM(tint);");
+  ExpectDraw("flat.frag:7: error: braces in comments are counted like others",
+             MakeFlatDraw(kWholeQuad, "[1, 0, 0, 1]"));
+}
+
+TEST_F(RenderErrorsTest, DefinesOfPatchesBelongIntoTheHeader) {
+  WriteStage("flat.tsc", {"(Float32) detail"}, "\tOutPosition = InPatchPosition(InInvocationID);");
+  _folder.Write("flat.tsc", "#define PATCH_DOMAIN quads\n\n" + _folder.Read("flat.tsc"));
+  ExpectDraw("flat.tsc:1: error: this line does not reach the GPU: \"PATCH_DOMAIN\" counts only in the header, flat.h",
+             R"({"stages": ["flat.vert", "flat.tsc"], "topology": "patches", "vertices": {"shape": "quad"}})");
+}
+
 TEST_F(RenderErrorsTest, AMachineWithoutADriverIsToldTheReason) {
   for (const char* variable : {"VK_ICD_FILENAMES", "VK_DRIVER_FILES"}) setenv(variable, "/no/driver.json", 1);
   Expect(kFailed,

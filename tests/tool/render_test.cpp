@@ -116,6 +116,15 @@ TEST_F(RenderTest, SeveralSamplesMakeEdgesSmooth) {
   for (const int red : four) EXPECT_THAT((std::vector<int>{0, 64, 128, 191, 255}), testing::Contains(red));
 }
 
+TEST_F(RenderTest, ABraceThatStaysOpenIsNamedWithItsFile) {
+  WriteStage("flat.frag", {"(Vector4d32) tint", "(out Vector4d32) color"},
+             "\tif (UNIFORM(tint).x > 0.5) {\n\tcolor = UNIFORM(tint);");
+  const ToolResult result = Run(MakeScene(MakeFlatDraw(kWholeQuad, kRed)));
+  EXPECT_EQ(result.exitStatus, 1);
+  EXPECT_THAT(result.errors, testing::StartsWith("ostra: " + _folder / "flat.frag" + ":9: error: "));
+  EXPECT_THAT(result.errors, testing::HasSubstr("(behind the last line: is a brace left open?)"));
+}
+
 TEST_F(RenderTest, PointsAndLinesAreDrawn) {
   const auto count = [&](const char* positions, const char* topology) {
     return CountDrawnPixels(

@@ -92,6 +92,21 @@ void LintDeclaration(const LintedFile& file, const SourceLine& line, const Shade
 
 }  // namespace
 
+std::optional<Finding> FindMisplacedParameter(const ShaderParser& parser, DrawportStage stage) {
+  if (stage == DrawportStage::Compute) return {};
+  for (const ShaderInputEntry& input : parser.GetInputEntries()) {
+    const char* what = nullptr;
+    if ((input.kind & kShaderInputAttribute) != 0 && stage != DrawportStage::Vertex)
+      what = "an attribute, which only vertex stages have";
+    if ((input.kind & kShaderInputOut) != 0 && stage != DrawportStage::Fragment)
+      what = "an output, which only fragment stages have";
+    if (!what || input.origin.file < 0 || input.origin.file >= parser.GetFiles().GetCount()) continue;
+    return Finding{std::string(parser.GetFiles()[input.origin.file].GetView()), input.origin.line, Severity::Error,
+                   "the parameter " + Quote(input.name.GetString().GetView()) + " is " + what};
+  }
+  return {};
+}
+
 void LintDeclarations(const LintedFile& file, const ShaderParser& parser, Findings& findings) {
   enum class Block { None, Define, Struct } block = Block::None;
   std::map<std::string_view, Int> known;  // names and their lines

@@ -71,6 +71,10 @@ Result<void> Assemble(TargetCheck& check, const Url& url, const std::string& fil
                         "made from stage files [METAL]"});
     return OK;
   }
+  if (const auto misplaced = FindMisplacedParameter(*check.translation.parser, stage)) {
+    check.findings.Add(*misplaced);
+    return OK;
+  }
   auto records = MakeShaderRecords(*check.translation.parser, stage);
   if (!records) {
     if (records.GetError().GetKind() == kOutOfMemoryError) return records.TakeError();

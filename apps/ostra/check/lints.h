@@ -6,6 +6,7 @@
 
 #include "apps/ostra/check/findings.h"
 #include "apps/ostra/check/source_lines.h"
+#include "ostra/drawport/enumerations.h"
 #include "parallelprogram/shaderparser/shader_parser.h"
 
 namespace ostra::tool {
@@ -27,6 +28,9 @@ void LintComments(const LintedFile& file, Findings& findings);
 
 // Lints of declarations, against what the parser made of them.
 void LintDeclarations(const LintedFile& file, const ShaderParser& parser, Findings& findings);
+
+// The first parameter of a stage that stages of its kind do not have: attributes and outputs.
+std::optional<Finding> FindMisplacedParameter(const ShaderParser& parser, DrawportStage stage);
 
 // Lints of #define lines that the translator drops although the file uses them.
 void LintDefines(const LintedFile& file, const ShaderParser& parser, Findings& findings);

@@ -161,6 +161,9 @@ class SceneReader {
     OSTRA_ASSIGN_OR_RETURN(const std::vector<JsonPlace> elements, draws.GetElements());
     for (const JsonPlace& element : elements) {
       OSTRA_ASSIGN_OR_RETURN(SceneDraw draw, ReadSceneDraw(element, _scene));
+      if (!pass.hasDepth && draw.state.depthTest.value_or(0) != 0)
+        return OSTRA_ILLEGAL_ARGUMENT("@: @.state.depthTest: the pass has no depth to test: leave out \"depth\": false",
+                                      _scene.file, draw.path);
       pass.draws.push_back(std::move(draw));
     }
     _scene.passes.push_back(std::move(pass));

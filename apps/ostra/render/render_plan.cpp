@@ -81,17 +81,21 @@ class Planner {
 
   // Every name that is given must be declared: it would change nothing otherwise.
   Result<void> CheckNames(const SceneDraw& draw, const std::vector<StageFile>& stages) const {
-    OSTRA_RETURN_IF_ERROR(CheckNames(draw.uniforms, "uniform", ListInputs(stages, &IsUniform)));
-    OSTRA_RETURN_IF_ERROR(CheckNames(draw.buffers, "buffer", ListInputs(stages, &IsBuffer)));
-    return CheckNames(draw.textures, "texture", ListTextures(stages));
+    OSTRA_RETURN_IF_ERROR(CheckNames(draw.uniforms, "uniform", ListInputs(stages, &IsUniform), stages));
+    OSTRA_RETURN_IF_ERROR(CheckNames(draw.buffers, "buffer", ListInputs(stages, &IsBuffer), stages));
+    return CheckNames(draw.textures, "texture", ListTextures(stages), stages);
   }
 
   template <class Given>
-  Result<void> CheckNames(const Given& given, const char* kind, const std::vector<std::string>& names) const {
-    for (const auto& [name, value] : given)
-      if (std::find(names.begin(), names.end(), name) == names.end())
-        return MakeError(value.path,
-                         "the stages have no " + std::string(kind) + " \"" + name + "\"" + SuggestName(name, names));
+  Result<void> CheckNames(const Given& given, const char* kind, const std::vector<std::string>& names,
+                          const std::vector<StageFile>& stages) const {
+    for (const auto& [name, value] : given) {
+      if (std::find(names.begin(), names.end(), name) != names.end()) continue;
+      if (const std::string lost = FindLostDeclaration(stages, name); !lost.empty())
+        return OSTRA_ILLEGAL_ARGUMENT("@", lost);
+      return MakeError(value.path,
+                       "the stages have no " + std::string(kind) + " \"" + name + "\"" + SuggestName(name, names));
+    }
     return OK;
   }
 

@@ -2,6 +2,7 @@
 
 #include <chrono>
 
+#include "apps/ostra/render/vertex_data.h"
 #include "ostra/core/format.h"
 #include "ostra/object/class.h"
 #include "parallelprogram/textures/texture_bind_data.h"
@@ -44,9 +45,11 @@ Result<RenderedScene> SceneRenderer::Render() {
   const auto start = std::chrono::steady_clock::now();
   const auto place = [&](const ScenePath& path, const Result<void>& result) -> Result<void> {
     if (result) return OK;
-    const std::string_view message = result.GetError().GetMessage().GetView();
+    std::string_view message = result.GetError().GetMessage().GetView();
     if (message.starts_with(_scene.file + ":") || NamesALine(message)) return result.GetError();
-    return OSTRA_ILLEGAL_STATE("@: @: @", _scene.file, path, result.GetError());
+    // Programs have the name of their draw.
+    if (message.starts_with(path + ": ")) message.remove_prefix(path.size() + 2);
+    return OSTRA_ILLEGAL_STATE("@: @: @", _scene.file, path, message);
   };
   for (const PlannedPass& pass : _plan.passes) {
     OSTRA_RETURN_IF_ERROR(place(pass.scene->path, MakeTarget(pass)));
@@ -108,6 +111,8 @@ Result<void> SceneRenderer::LinkVertices(const PlannedDraw& draw) {
           "@: @: the buffer has @ bytes, and a vertex has @@", _scene.file, vertices.path, bytes, draw.stride,
           draw.vertexCount > 0 ? ", of which there should be " + std::to_string(draw.vertexCount) : "");
     if (count == 0) count = bytes / draw.stride;
+    if (const std::string wrong = DescribeWrongCount(*draw.scene, count); !wrong.empty())
+      return OSTRA_ILLEGAL_ARGUMENT("@: @: @", _scene.file, vertices.path, wrong);
     OSTRA_RETURN_IF_ERROR(_loader->SetGlobalBufferLink(draw.program, buffer.link));
   } else {
     OSTRA_RETURN_IF_ERROR(_loader->StoreVertexBufferData(draw.program, draw.vertexNumbers));

@@ -16,6 +16,13 @@ namespace {
 
 constexpr Int32 kPassedOn = kShaderInputVarying | kShaderInputOut | kShaderInputAttribute;
 
+Result<LintedFile> ReadLines(const Url& file) {
+  OSTRA_ASSIGN_OR_RETURN(const SourceText source, ReadSourceText(file));
+  LintedFile linted{std::string(file.GetView()), SplitSource(source.text), false, false};
+  PlaceLines(linted.lines);
+  return linted;
+}
+
 class StageReader {
  public:
   StageReader(const Scene& scene, const SceneDraw& draw, Int sampleCount, const Url& folder)
@@ -40,6 +47,8 @@ class StageReader {
       if (parser->GetNoiseCallCount() > 0)
         return OSTRA_ILLEGAL_ARGUMENT(
             "@: error: graphics programs have no noises: let a kernel write them into a buffer", file);
+      if (const auto misplaced = FindMisplacedParameter(*parser, stage))
+        return OSTRA_ILLEGAL_ARGUMENT("@", FormatFinding(*misplaced));
       OSTRA_ASSIGN_OR_RETURN(const ShaderRecords records, MakeShaderRecords(*parser, stage));
       StageFile& added = _stages.emplace_back(StageFile{file, stage, std::move(parser), {}});
       for (const ShaderTexture& texture : records.textures)
@@ -70,6 +79,14 @@ class StageReader {
     OSTRA_RETURN_IF_ERROR(options.Set(kShaderMultisampling, static_cast<Int32>(_sampleCount)));
     const auto parsed = parser->Init(file, options, EndlessSource::Refuse);
     if (parsed) return parser;
+    // A brace in a comment that ends a block early leaves a message about something else further down.
+    if (const auto linted = ReadLines(file)) {
+      Findings comments;
+      LintComments(*linted, comments);
+      for (const Finding& finding : comments.GetAll())
+        if (finding.text.starts_with("braces in comments"))
+          return OSTRA_ILLEGAL_ARGUMENT("@:@: error: @", finding.file, finding.line, finding.text);
+    }
     OSTRA_ASSIGN_OR_RETURN(const String message, parser->DescribeError(parsed.GetError()));
     return OSTRA_ILLEGAL_ARGUMENT("@", message);
   }
@@ -77,9 +94,7 @@ class StageReader {
   // Patches would be divided in another way than the file says.
   Result<void> CheckPatchDefines(const Url& file, DrawportStage stage) const {
     if (stage != DrawportStage::TessellationControl && stage != DrawportStage::TessellationEvaluation) return OK;
-    OSTRA_ASSIGN_OR_RETURN(const SourceText source, ReadSourceText(file));
-    LintedFile linted{std::string(file.GetView()), SplitSource(source.text), false, false};
-    PlaceLines(linted.lines);
+    OSTRA_ASSIGN_OR_RETURN(const LintedFile linted, ReadLines(file));
     const std::optional<Finding> found = FindDroppedPatchDefine(linted);
     return found ? OSTRA_ILLEGAL_ARGUMENT("@", FormatFinding(*found)) : Result<void>(OK);
   }
@@ -115,6 +130,19 @@ Result<Url> FindSceneFile(const Url& folder, const std::string& name) {
 Result<std::vector<StageFile>> ReadStageFiles(const Scene& scene, const SceneDraw& draw, Int sampleCount,
                                               const Url& folder) {
   return StageReader(scene, draw, sampleCount, folder).Read();
+}
+
+std::string FindLostDeclaration(const std::vector<StageFile>& stages, std::string_view name) {
+  for (const StageFile& stage : stages) {
+    const auto linted = ReadLines(stage.file);
+    if (!linted) continue;
+    Findings findings;
+    LintDeclarations(*linted, *stage.parser, findings);
+    for (const Finding& finding : findings.GetAll())
+      if (finding.text.starts_with("the declaration of " + Quote(name) + " makes no parameter"))
+        return finding.file + ":" + std::to_string(finding.line) + ": error: " + finding.text;
+  }
+  return {};
 }
 
 Bool IsCounter(const ShaderInputEntry& input) {

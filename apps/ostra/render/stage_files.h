@@ -31,6 +31,10 @@ Result<std::vector<StageFile>> ReadStageFiles(const Scene& scene, const SceneDra
 std::vector<std::string> ListInputs(const std::vector<StageFile>& stages, Bool (*isMeant)(const ShaderInputEntry&));
 std::vector<std::string> ListTextures(const std::vector<StageFile>& stages);
 
+// What is wrong with a declaration of `name` that makes no parameter, as "file:line: error: ..."; empty when there is
+// none.
+std::string FindLostDeclaration(const std::vector<StageFile>& stages, std::string_view name);
+
 // What an entry of the inputs is.
 Bool IsUniform(const ShaderInputEntry& input);
 Bool IsBuffer(const ShaderInputEntry& input);

@@ -178,9 +178,8 @@ class VertexMaker {
   Result<VertexData> Join(VertexData data) const {
     if (_count > kMaxSceneVertices)
       return MakeError(_vertices.path, "these are more than " + std::to_string(kMaxSceneVertices) + " vertices");
-    if (_draw.topology == SceneTopology::Patches && _count % _draw.patchSize != 0)
-      return MakeError(_vertices.path, "the " + std::to_string(_count) + " vertices are no multiple of the " +
-                                           std::to_string(_draw.patchSize) + " control points of a patch");
+    if (const std::string wrong = DescribeWrongCount(_draw, _count); !wrong.empty())
+      return MakeError(_vertices.path, wrong);
     const Int numbersPerVertex = data.stride / Int(sizeof(UInt32));
     OSTRA_RETURN_IF_ERROR(data.numbers.Resize(_count * numbersPerVertex));
     for (const Attribute& attribute : _attributes) {
@@ -202,6 +201,34 @@ class VertexMaker {
 };
 
 }  // namespace
+
+std::string DescribeWrongCount(const SceneDraw& draw, Int count) {
+  const auto multiple = [count](Int factor, const char* what) {
+    return count > 0 && count % factor == 0 ? std::string()
+                                            : "the " + std::to_string(count) + " vertices are no multiple of the " +
+                                                  std::to_string(factor) + " " + what;
+  };
+  const auto least = [count](Int number, const char* what) {
+    return count >= number ? std::string()
+                           : std::string(what) + " needs at least " + std::to_string(number) + " vertices, not " +
+                                 std::to_string(count);
+  };
+  switch (draw.topology) {
+    case SceneTopology::Points:
+      return {};
+    case SceneTopology::Lines:
+      return multiple(2, "ends of a line");
+    case SceneTopology::LineStrip:
+      return least(2, "a lineStrip");
+    case SceneTopology::Triangles:
+      return multiple(3, "corners of a triangle");
+    case SceneTopology::TriangleStrip:
+      return least(3, "a triangleStrip");
+    case SceneTopology::Patches:
+      return multiple(draw.patchSize, "control points of a patch");
+  }
+  return {};
+}
 
 Result<VertexData> MakeVertexData(const Scene& scene, const SceneDraw& draw, const StageFile& vertexStage,
                                   const Url& folder) {

@@ -12,6 +12,10 @@ struct VertexData {
   Int count = 0;
 };
 
+// What is wrong with so many vertices, of which a topology would leave some away or draw nothing; empty when all are
+// drawn.
+std::string DescribeWrongCount(const SceneDraw& draw, Int count);
+
 // Errors: illegal argument "FILE: PATH: ..." for attributes that are missing, not declared, of another length than
 // others, or of types that vertices cannot have; those of LoadBuffer, worded so.
 Result<VertexData> MakeVertexData(const Scene& scene, const SceneDraw& draw, const StageFile& vertexStage,
