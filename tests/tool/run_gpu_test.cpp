@@ -66,7 +66,10 @@ TEST(RunGpuTest, AKernelThatIsNoShaderSaysWhere) {
   const ToolResult gpu = RunScale(folder, "gpu", "out.csv");
   ASSERT_EQ(gpu.exitStatus, 1);
   if (gpu.errors.find("--backend cpu") != std::string::npos) GTEST_SKIP() << "There is no GPU device on this machine.";
+  EXPECT_THAT(gpu.errors, testing::StartsWith("ostra: The kernel \"net.example.scale.krn\" cannot run because it could "
+                                              "not be compiled: "));
   EXPECT_THAT(gpu.errors, HasSubstr("net.example.scale.krn:"));
+  EXPECT_EQ(gpu.errors.find("A job failed"), std::string::npos) << gpu.errors;
 }
 
 TEST(InfoGpuTest, EveryDeviceIsListedWithWhatItCanDoOrTheReasonWhyThereIsNone) {

@@ -1,10 +1,15 @@
 #include "apps/ostra/run/program_run.h"
 
 #include <chrono>
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <vector>
 
 #include "apps/ostra/output/progress.h"
 #include "apps/ostra/run/crash_guard.h"
 #include "apps/ostra/run/fenced_array.h"
+#include "ostra/core/diagnostics.h"
 #include "ostra/object/class.h"
 
 OSTRA_UNIT("program_run");
@@ -13,14 +18,38 @@ namespace ostra::tool {
 
 namespace {
 constexpr Bool kDisableBarrier = false;
-}
+
+// While it lives, nothing is said of a job that failed: the next call to the program ends with the same words, and
+// those are the tool's line. Other diagnostics are said when it ends.
+class QuietCompilation final : public DiagnosticListener {
+ public:
+  QuietCompilation() { SetDiagnosticStreamLevel(kNone); }
+  ~QuietCompilation() override {
+    SetDiagnosticStreamLevel(DiagnosticLevel::Warning);
+    for (const std::string& line : _lines) std::fprintf(stderr, "%s\n", line.c_str());
+  }
+  void Notify(DiagnosticLevel level, std::string_view text) override {
+    if (level >= DiagnosticLevel::Warning && !text.starts_with("A job failed: ")) _lines.emplace_back(text);
+  }
+
+ private:
+  static constexpr auto kNone = static_cast<DiagnosticLevel>(static_cast<Int32>(DiagnosticLevel::Critical) + 1);
+
+  std::vector<std::string> _lines;  // guarded by the list of listeners, which is locked while they are told
+};
+
+}  // namespace
 
 Result<ProgramRun> ProgramRun::Create(const RunPlan& plan, const Id& programClass, const Url& kernelFile,
                                       const DrawportContextRef* context) {
   ProgramRun run(plan, programClass == kCpuProgramClass);
   OSTRA_ASSIGN_OR_RETURN(run._program, CreateObject<ParallelProgramInterface>(programClass));
   OSTRA_RETURN_IF_ERROR(run._program->Init(Url(), context, 0, programClass == kGpuProgramClass && !context));
-  OSTRA_RETURN_IF_ERROR(run._program->AddKernel("kernel"_iid, kernelFile, true));
+  OSTRA_ASSIGN_OR_RETURN(const InternedId name, InternedId::Create(kernelFile.GetName().GetView()));
+  {
+    const auto quiet = programClass == kGpuProgramClass ? std::make_unique<QuietCompilation>() : nullptr;
+    OSTRA_RETURN_IF_ERROR(run._program->AddKernel(name, kernelFile, true));
+  }
   OSTRA_RETURN_IF_ERROR(run.StoreBuffers());
   OSTRA_RETURN_IF_ERROR(run.StoreTextures());
   OSTRA_RETURN_IF_ERROR(run.SetValues());
