@@ -43,9 +43,10 @@ std::string GetHeaderName(const std::string& file) {
 
 }  // namespace
 
-std::optional<Finding> FindDroppedPatchDefine(const LintedFile& file) {
+std::optional<Finding> FindDroppedPatchDefine(const LintedFile& file, const ShaderParser& parser) {
   for (const SourceLine& line : file.lines)
-    if (line.place == LinePlace::Dropped && GetDefinedName(line.code).starts_with("PATCH_"))
+    if (line.place == LinePlace::Dropped && GetDefinedName(line.code).starts_with("PATCH_") &&
+        !IsInHeader(parser, GetDefinedName(line.code)))
       return Finding{file.name, line.number, Severity::Error, MakeDroppedDefineText(file, GetDefinedName(line.code))};
   return {};
 }

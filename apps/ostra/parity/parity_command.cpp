@@ -2,12 +2,12 @@
 
 #include "apps/ostra/names/one_of.h"
 #include "apps/ostra/output/progress.h"
+#include "apps/ostra/output/silent_diagnostics.h"
 #include "apps/ostra/output/standard_output.h"
 #include "apps/ostra/parity/kernel_folder.h"
 #include "apps/ostra/parity/parity_report.h"
 #include "apps/ostra/parity/suite.h"
 #include "apps/ostra/start_host.h"
-#include "ostra/core/diagnostics.h"
 #include "ostra/core/format.h"
 #include "ostra/drawport/device_list.h"
 #include "ostra/drawport/settings.h"
@@ -33,17 +33,8 @@ constexpr const char* kDetails =
     "\n"
     "Exit status: 0 everything is held, 1 something is not or failed, 2 wrong usage.\n";
 
-// What scenarios do wrong on purpose is no news for the user: not even critical lines are.
-class SilentDiagnostics {
- public:
-  SilentDiagnostics() {
-    SetDiagnosticStreamLevel(static_cast<DiagnosticLevel>(static_cast<Int32>(DiagnosticLevel::Critical) + 1));
-  }
-  SilentDiagnostics(const SilentDiagnostics&) = delete;
-  ~SilentDiagnostics() { SetDiagnosticStreamLevel(DiagnosticLevel::Warning); }
-};
-
 void RunSuite(const parity::ParitySetting& setting, std::vector<parity::ParityRow>& rows) {
+  // What scenarios do wrong on purpose is no news for the user: not even critical lines are.
   const SilentDiagnostics silence;
   const std::vector<parity::ParityCase> cases = parity::GetParityCases();
   Progress progress("comparing", static_cast<Int>(cases.size()) + 2);

@@ -41,7 +41,7 @@ class StageReader {
       const auto source = ReadSourceBytes(file);
       if (!source) return MakeError(path, source.GetError().GetMessage().GetView());
       OSTRA_ASSIGN_OR_RETURN(StrongRef<ShaderParser> parser, Parse(file));
-      OSTRA_RETURN_IF_ERROR(CheckPatchDefines(file, stage));
+      OSTRA_RETURN_IF_ERROR(CheckPatchDefines(file, stage, *parser));
       if (parser->GetKernelCode().IsEmpty())
         return OSTRA_ILLEGAL_ARGUMENT("@: error: there is no kernel in this file, or it does not end", file);
       if (parser->GetNoiseCallCount() > 0)
@@ -92,10 +92,10 @@ class StageReader {
   }
 
   // Patches would be divided in another way than the file says.
-  Result<void> CheckPatchDefines(const Url& file, DrawportStage stage) const {
+  Result<void> CheckPatchDefines(const Url& file, DrawportStage stage, const ShaderParser& parser) const {
     if (stage != DrawportStage::TessellationControl && stage != DrawportStage::TessellationEvaluation) return OK;
     OSTRA_ASSIGN_OR_RETURN(const LintedFile linted, ReadLines(file));
-    const std::optional<Finding> found = FindDroppedPatchDefine(linted);
+    const std::optional<Finding> found = FindDroppedPatchDefine(linted, parser);
     return found ? OSTRA_ILLEGAL_ARGUMENT("@", FormatFinding(*found)) : Result<void>(OK);
   }
 

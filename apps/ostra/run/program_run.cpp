@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "apps/ostra/output/progress.h"
+#include "apps/ostra/output/silent_diagnostics.h"
 #include "apps/ostra/run/crash_guard.h"
 #include "apps/ostra/run/fenced_array.h"
-#include "ostra/core/diagnostics.h"
 #include "ostra/object/class.h"
 
 OSTRA_UNIT("program_run");
@@ -23,9 +23,7 @@ constexpr Bool kDisableBarrier = false;
 // those are the tool's line. Other diagnostics are said when it ends.
 class QuietCompilation final : public DiagnosticListener {
  public:
-  QuietCompilation() { SetDiagnosticStreamLevel(kNone); }
   ~QuietCompilation() override {
-    SetDiagnosticStreamLevel(DiagnosticLevel::Warning);
     for (const std::string& line : _lines) std::fprintf(stderr, "%s\n", line.c_str());
   }
   void Notify(DiagnosticLevel level, std::string_view text) override {
@@ -33,8 +31,7 @@ class QuietCompilation final : public DiagnosticListener {
   }
 
  private:
-  static constexpr auto kNone = static_cast<DiagnosticLevel>(static_cast<Int32>(DiagnosticLevel::Critical) + 1);
-
+  SilentDiagnostics _silence;
   std::vector<std::string> _lines;  // guarded by the list of listeners, which is locked while they are told
 };
 

@@ -1,14 +1,11 @@
 #include "apps/ostra/translate/translation.h"
 
-#include "ostra/core/diagnostics.h"
+#include "apps/ostra/output/silent_diagnostics.h"
 #include "parallelprogram/shaderparser/function_definition.h"
 
 namespace ostra::tool {
 
 namespace {
-
-// Above every level.
-constexpr auto kNoDiagnosticStream = DiagnosticLevel(static_cast<Int32>(DiagnosticLevel::Critical) + 1);
 
 class DiagnosticRecorder final : public DiagnosticListener {
  public:
@@ -34,9 +31,10 @@ Result<Translation> Translate(const TranslationOptions& options) {
   OSTRA_ASSIGN_OR_RETURN(translation.parser, ShaderParser::Create(options.target));
   DiagnosticRecorder recorder;
   // What is recorded is reported with the translation: on the standard error stream it would be said once a target.
-  SetDiagnosticStreamLevel(kNoDiagnosticStream);
-  translation.result = translation.parser->Init(options.file, dictionary, EndlessSource::Refuse);
-  SetDiagnosticStreamLevel(DiagnosticLevel::Warning);
+  {
+    const SilentDiagnostics silence;
+    translation.result = translation.parser->Init(options.file, dictionary, EndlessSource::Refuse);
+  }
   translation.diagnostics = std::move(recorder.lines);
   return translation;
 }
