@@ -25,7 +25,6 @@ const Mistake kMistakes[] = {
     {"NoMistake", "\tUNIFORM_BUFFER(target)[0] = UNIFORM(factor) * UNIFORM_BUFFER(source)[0];\n", "", 0},
     {"BareNameOfAParameter", "\n\tUNIFORM_BUFFER(target)[0] = factor;\n", "'factor' was not declared", 2},
     {"BareNameOfABuffer", "\ttarget[0] = 1.0;\n", "'target' was not declared", 1},
-    {"ParameterThatIsNotThere", "\tUNIFORM_BUFFER(target)[0] = UNIFORM(width);\n", "ostraParameter_width", 1},
     {"WritingAConstBuffer", "\tUNIFORM_BUFFER(source)[0] = 1.0;\n", "read-only", 1},
     {"WritingAParameter", "\tUNIFORM(factor) = 1.0;\n", "read-only", 1},
     {"OperatorOfMatrixAndVector", "\n\n\tvec4 v = UNIFORM(place) * vec4(1.0, 2.0, 3.0, 4.0);\n",
