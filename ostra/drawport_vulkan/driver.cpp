@@ -79,10 +79,9 @@ Result<DriverRef> Driver::Get() {
 }
 
 Driver::~Driver() {
-  {
-    const std::scoped_lock lock(g_mutex);
-    if (g_running == this) g_running = nullptr;
-  }
+  // The next driver starts when this one is gone: the loader's functions are the same variables for both.
+  const std::scoped_lock lock(g_mutex);
+  if (g_running == this) g_running = nullptr;
   if (_messenger) vkDestroyDebugUtilsMessengerEXT(_instance, _messenger, nullptr);
   if (_instance) vkDestroyInstance(_instance, nullptr);
 }

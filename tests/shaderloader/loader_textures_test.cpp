@@ -278,9 +278,10 @@ TEST_F(LoaderTexturesTest, ATextureOfOtherDimensionsIsRefusedWhenItIsBound) {
 
 TEST_F(LoaderTexturesTest, TexturesOfOthersAreAdoptedWithBothHandlesOnly) {
   AddStages();
+  Store("other"_iid, 4, 2);  // stays, and keeps alive what is adopted
+  DrawportTexture* texture = *loader->GetTextureHandle("other"_iid);
+  DrawportTextureSampler* sampler = *loader->GetTextureSamplerHandle("other"_iid);
   Store("own"_iid, 4, 2);
-  DrawportTexture* texture = *loader->GetTextureHandle("own"_iid);
-  DrawportTextureSampler* sampler = *loader->GetTextureSamplerHandle("own"_iid);
   ASSERT_TRUE(texture && sampler);
   const auto isNull = IsErrorWith(kIllegalArgumentError, "texture or sampler is nullptr");
   EXPECT_THAT(loader->SetSamplerAndTextureHandle("image"_iid, texture, nullptr, {}, {}), isNull);
