@@ -37,6 +37,17 @@ Result<void> ForEachInstruction(Block<const UInt32> spirv, Use&& use) {
   return OK;
 }
 
+// Whether `matches` holds for some instruction.
+template <class Matches>
+Bool HasInstruction(Block<const UInt32> spirv, Matches&& matches) {
+  Bool found = false;
+  static_cast<void>(ForEachInstruction(spirv, [&](UInt32 instruction, const UInt32* operands, Int count) {
+    found = found || matches(instruction, operands, count);
+    return Result<void>(OK);
+  }));
+  return found;
+}
+
 struct KindLimit {
   VkDescriptorType type;
   UInt32 VkPhysicalDeviceLimits::*limit;
@@ -128,21 +139,15 @@ Result<BaseArray<UInt32>> FindLocations(Block<const UInt32> spirv, Bool ofInputs
 }
 
 Bool WritesDepth(Block<const UInt32> spirv) {
-  Bool found = false;
-  static_cast<void>(ForEachInstruction(spirv, [&](UInt32 instruction, const UInt32* operands, Int count) {
-    found = found || (instruction == kOpExecutionMode && count >= 2 && operands[1] == kModeDepthReplacing);
-    return Result<void>(OK);
-  }));
-  return found;
+  return HasInstruction(spirv, [](UInt32 instruction, const UInt32* operands, Int count) {
+    return instruction == kOpExecutionMode && count >= 2 && operands[1] == kModeDepthReplacing;
+  });
 }
 
 Bool RunsForSamples(Block<const UInt32> spirv) {
-  Bool found = false;
-  static_cast<void>(ForEachInstruction(spirv, [&](UInt32 instruction, const UInt32* operands, Int count) {
-    found = found || (instruction == kOpCapability && count >= 1 && operands[0] == kCapabilitySampleRateShading);
-    return Result<void>(OK);
-  }));
-  return found;
+  return HasInstruction(spirv, [](UInt32 instruction, const UInt32* operands, Int count) {
+    return instruction == kOpCapability && count >= 1 && operands[0] == kCapabilitySampleRateShading;
+  });
 }
 
 Result<PipelineRef> Pipeline::Create(Device& device, const ContentKey& key, BaseArray<PipelineStage> stages,

@@ -71,21 +71,26 @@ Result<void> UploadBytes(const GpuContextData& data, DrawportDeviceBuffer* buffe
   return OK;
 }
 
-Result<void> DownloadBytes(const GpuContextData& data, DrawportDeviceBuffer* buffer, Int byteOffset, Byte* target,
-                           Int bytes, Int elementSize) {
+Result<void> DownloadBytes(const GpuContextData& data, BufferReader reader, DrawportDeviceBuffer* buffer,
+                           Int byteOffset, Byte* target, Int bytes, Int elementSize) {
   if (!buffer) return OSTRA_ILLEGAL_STATE("no device buffer found to copy data from");
   OSTRA_RETURN_IF_ERROR(CheckHasContext(data));
+  const Bool isLoader = reader == BufferReader::ShaderLoader;
+  const auto capability =
+      isLoader ? DrawportCapability::TextureStagingCapacity : DrawportCapability::ReadBackStagingCapacity;
+  const auto use = isLoader ? DrawportStagingUse::HostReadWrite : DrawportStagingUse::HostRead;
   DrawportCommandList& list = data.GetCommandList();
-  OSTRA_ASSIGN_OR_RETURN(const Int capacity,
-                         GetTransferChunkSize(data, DrawportCapability::ReadBackStagingCapacity, elementSize));
+  OSTRA_ASSIGN_OR_RETURN(const Int capacity, GetTransferChunkSize(data, capability, elementSize));
   for (Int done = 0; done < bytes;) {
     const Int chunk = std::min(bytes - done, capacity);
-    OSTRA_ASSIGN_OR_RETURN(const StagingBuffer staging,
-                           StagingBuffer::Create(data, chunk, DrawportStagingUse::HostRead));
+    OSTRA_ASSIGN_OR_RETURN(const StagingBuffer staging, StagingBuffer::Create(data, chunk, use));
     OSTRA_ASSIGN_OR_RETURN(const Byte* mapped, list.PrivateMapBuffer(*staging, DrawportMapMode::Read, *buffer, 0,
                                                                      byteOffset + done, chunk));
-    MovePieces(chunk, capacity,
-               [&](Int offset, Int count) { MemCopy(target + done + offset, mapped + offset, count); });
+    const auto copy = [&](Int offset, Int count) { MemCopy(target + done + offset, mapped + offset, count); };
+    if (isLoader)
+      copy(0, chunk);
+    else
+      MovePieces(chunk, capacity, copy);
     OSTRA_RETURN_IF_ERROR(list.UnmapBuffer(*staging, DrawportUnmapMode::Commit));
     done += chunk;
   }

@@ -25,8 +25,13 @@ TransferPieces CutChunk(Int chunk, Int capacity);
 Result<void> UploadBytes(const GpuContextData& data, DrawportDeviceBuffer* buffer, Int byteOffset, const Byte* source,
                          Int bytes, Int elementSize);
 
-// Reads `bytes` bytes of `buffer` from `byteOffset` on. Everything recorded before has happened then.
-Result<void> DownloadBytes(const GpuContextData& data, DrawportDeviceBuffer* buffer, Int byteOffset, Byte* target,
-                           Int bytes, Int elementSize);
+// Who reads a buffer: GPU programs move a chunk in pieces, by several jobs. The shader loader reads little and seldom,
+// through the staging memory of textures, and copies a chunk at once on the calling thread.
+enum class BufferReader : Int32 { GpuProgram, ShaderLoader };
+
+// Reads `bytes` bytes of `buffer` from `byteOffset` on. Everything recorded before has happened then. Errors: illegal
+// state "no device buffer found to copy data from", or without a context; those of staging and mapping.
+Result<void> DownloadBytes(const GpuContextData& data, BufferReader reader, DrawportDeviceBuffer* buffer,
+                           Int byteOffset, Byte* target, Int bytes, Int elementSize);
 
 }  // namespace ostra

@@ -94,7 +94,7 @@ void ChangeElementType(DataBufferEntry& entry, const DataType& type) {
 }
 
 Result<Data> DownloadBuffer(const GpuContextData& data, const DataBufferEntry& entry, Int offset, Int count,
-                            DownloadFunction download) {
+                            BufferReader reader) {
   if (entry._count == 0) return Data();
   if (count == -1) {
     offset = 0;
@@ -108,9 +108,9 @@ Result<Data> DownloadBuffer(const GpuContextData& data, const DataBufferEntry& e
   OSTRA_ASSIGN_OR_RETURN(Array<Generic> array, NewBaseArray(type));
   OSTRA_RETURN_IF_ERROR(array.Resize(count, ResizeFlags::Exact));
   if (count > 0) {
-    OSTRA_RETURN_IF_ERROR(download(data, entry._deviceBuffer, offset * type.GetSize(),
-                                   reinterpret_cast<Byte*>(array.GetFirstBlock().GetFirst()), count * type.GetSize(),
-                                   type.GetSize()));
+    OSTRA_RETURN_IF_ERROR(DownloadBytes(data, reader, entry._deviceBuffer, offset * type.GetSize(),
+                                        reinterpret_cast<Byte*>(array.GetFirstBlock().GetFirst()),
+                                        count * type.GetSize(), type.GetSize()));
   }
   return Data::CreateMoved(arrayType, &array);
 }

@@ -7,6 +7,7 @@
 #pragma once
 
 #include "ostra/core/data_dictionary.h"
+#include "parallelprogram/gpu/buffer_transfer.h"
 #include "parallelprogram/gpu/gpu_context.h"
 #include "parallelprogram/program/shader_data_entries.h"
 
@@ -40,14 +41,10 @@ Result<void> CreateBuffer(const DeviceOwner& owner, DataDictionary& table, const
 // Elements of another size count the same bytes.
 void ChangeElementType(DataBufferEntry& entry, const DataType& type);
 
-// Reads `bytes` bytes of a buffer; see DownloadBytes.
-using DownloadFunction = Result<void> (*)(const GpuContextData& data, DrawportDeviceBuffer* buffer, Int byteOffset,
-                                          Byte* target, Int bytes, Int elementSize);
-
 // Elements of a buffer as an array, all of them when `count` is -1; no value for an empty buffer. Error: illegal
-// argument "Requested data range is out of bounds"; those of `download`.
+// argument "Requested data range is out of bounds"; those of DownloadBytes.
 Result<Data> DownloadBuffer(const GpuContextData& data, const DataBufferEntry& entry, Int offset, Int count,
-                            DownloadFunction download);
+                            BufferReader reader);
 
 // Sets the link to the entry in `data`. Error: illegal argument when it is none.
 Result<void> SetBufferLink(DataDictionary& table, const InternedId& attr, const Data& data);

@@ -164,14 +164,14 @@ Result<Data> ParallelProgramGPUImpl::GetGlobalBufferData(const InternedId& attr)
 Result<Data> ParallelProgramGPUImpl::GetGlobalBufferData(const InternedId& attr, Int offset, Int count) const {
   const DataBufferEntry* entry = FindBufferEntry(_buffers, attr);
   if (!entry) return OSTRA_ILLEGAL_ARGUMENT("buffer identifier not found");
-  return DownloadBuffer(_current, *entry, offset, count, &DownloadBytes);
+  return DownloadBuffer(_current, *entry, offset, count, BufferReader::GpuProgram);
 }
 
 Result<Data> ParallelProgramGPUImpl::GetKernelBufferData(const InternedId& attr) const {
   OSTRA_ASSIGN_OR_RETURN(const GpuKernel& kernel, GetActiveKernel());
   const DataBufferEntry* entry = FindBufferEntry(kernel.buffers, attr);
   if (!entry) return OSTRA_ILLEGAL_ARGUMENT("buffer identifier not found");
-  return DownloadBuffer(_current, *entry, 0, -1, &DownloadBytes);
+  return DownloadBuffer(_current, *entry, 0, -1, BufferReader::GpuProgram);
 }
 
 }  // namespace ostra

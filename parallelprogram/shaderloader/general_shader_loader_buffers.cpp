@@ -1,6 +1,4 @@
 // Buffers of the shader loader, and the links of stages to them.
-#include <algorithm>
-
 #include "parallelprogram/gpu/buffer_transfer.h"
 #include "parallelprogram/gpu/buffer_values.h"
 #include "parallelprogram/shaderloader/general_shader_loader_impl.h"
@@ -9,27 +7,6 @@ OSTRA_UNIT("general_shader_loader_impl");
 
 namespace ostra {
 namespace {
-
-// Loaders read little and seldom: each chunk is copied at once, by the calling thread.
-Result<void> DownloadPlainly(const GpuContextData& data, DrawportDeviceBuffer* buffer, Int byteOffset, Byte* target,
-                             Int bytes, Int elementSize) {
-  if (!buffer) return OSTRA_ILLEGAL_STATE("no device buffer found to copy data from");
-  OSTRA_RETURN_IF_ERROR(CheckHasContext(data));
-  DrawportCommandList& list = data.GetCommandList();
-  OSTRA_ASSIGN_OR_RETURN(const Int capacity,
-                         GetTransferChunkSize(data, DrawportCapability::TextureStagingCapacity, elementSize));
-  for (Int done = 0; done < bytes;) {
-    const Int chunk = std::min(bytes - done, capacity);
-    OSTRA_ASSIGN_OR_RETURN(const StagingBuffer staging,
-                           StagingBuffer::Create(data, chunk, DrawportStagingUse::HostReadWrite));
-    OSTRA_ASSIGN_OR_RETURN(const Byte* mapped, list.PrivateMapBuffer(*staging, DrawportMapMode::Read, *buffer, 0,
-                                                                     byteOffset + done, chunk));
-    MemCopy(target + done, mapped, chunk);
-    OSTRA_RETURN_IF_ERROR(list.UnmapBuffer(*staging, DrawportUnmapMode::Commit));
-    done += chunk;
-  }
-  return OK;
-}
 
 // Elements of another size must fill the buffer as those before do: otherwise its end would be lost.
 Bool CanHoldElements(const DataBufferEntry& entry, Int size) {
@@ -99,7 +76,7 @@ Result<Data> GeneralShaderLoaderImpl::GetGlobalBufferData(const InternedId& attr
 Result<Data> GeneralShaderLoaderImpl::GetGlobalBufferData(const InternedId& attr, Int offset, Int count) const {
   const DataBufferEntry* entry = FindBufferEntry(_buffers, attr);
   if (!entry) return OSTRA_ILLEGAL_ARGUMENT("buffer identifier not found");
-  return DownloadBuffer(_data, *entry, offset, count, &DownloadPlainly);
+  return DownloadBuffer(_data, *entry, offset, count, BufferReader::ShaderLoader);
 }
 
 Result<void> GeneralShaderLoaderImpl::SetProgramBufferLink(const InternedId& attr, const Data& entry,
@@ -117,7 +94,7 @@ Result<Data> GeneralShaderLoaderImpl::GetProgramBufferData(const InternedId& att
   OSTRA_ASSIGN_OR_RETURN(const ShaderStage& stage, GetActiveStage(shaderIndex));
   const DataBufferEntry* entry = FindBufferEntry(stage.buffers, attr);
   if (!entry) return OSTRA_ILLEGAL_ARGUMENT("buffer identifier not found");
-  return DownloadBuffer(_data, *entry, 0, -1, &DownloadPlainly);
+  return DownloadBuffer(_data, *entry, 0, -1, BufferReader::ShaderLoader);
 }
 
 Result<void> GeneralShaderLoaderImpl::SetBufferToActiveProgram(const InternedId& attr, const InternedId& attrProgram,

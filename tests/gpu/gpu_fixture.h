@@ -58,4 +58,16 @@ std::vector<T> ReadBuffer(ParallelProgramInterface& program, InternedId id) {
   return GetElements<T>(program.GetGlobalBufferData(id));
 }
 
+// A GPU program on the device of this machine; skipped without one.
+class DeviceProgramTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (!HasDevice()) GTEST_SKIP() << "There is no GPU device on this machine.";
+    program = MakeProgram(kGpuProgramClass);
+    ASSERT_TRUE(program);
+  }
+
+  ParallelProgramRef program;
+};
+
 }  // namespace ostra::test

@@ -10,15 +10,7 @@ namespace {
 constexpr const char* kIndex = "net.ostra.kernels.index.krn";
 using testing::ElementsAre;
 
-class GpuProgramTest : public testing::Test {
- protected:
-  void SetUp() override {
-    if (!HasDevice()) GTEST_SKIP() << "There is no GPU device on this machine.";
-    program = MakeProgram(kGpuProgramClass);
-    ASSERT_TRUE(program);
-  }
-  ParallelProgramRef program;
-};
+using GpuProgramTest = DeviceProgramTest;
 
 TEST_F(GpuProgramTest, AKernelThatDoesNotCompileSaysWhereAndStaysInTheTable) {
   const std::string path = testing::TempDir() + "net.ostra.test.broken.krn";

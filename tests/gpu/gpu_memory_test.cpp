@@ -11,16 +11,7 @@ namespace {
 
 constexpr const char* kSaxpy = "net.ostra.kernels.saxpy.krn";
 
-class GpuMemoryTest : public testing::Test {
- protected:
-  void SetUp() override {
-    if (!HasDevice()) GTEST_SKIP() << "There is no GPU device on this machine.";
-    program = MakeProgram(kGpuProgramClass);
-    ASSERT_TRUE(program);
-  }
-
-  ParallelProgramRef program;
-};
+using GpuMemoryTest = DeviceProgramTest;
 
 TEST_F(GpuMemoryTest, BuffersSurviveFailingAllocations) {
   std::vector<Float32> values(100, 2.0f);
