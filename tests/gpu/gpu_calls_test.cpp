@@ -251,15 +251,6 @@ TEST_F(GpuCallsTest, TexturesOfOneKeyButOtherChannelsAreTwoTextures) {
   EXPECT_EQ(second->GetDescription().format->channels, 4);
 }
 
-TEST_F(GpuCallsTest, AnotherContextTakesOverWhereThatIsAllowed) {
-  const DrawportContextRef other = device.MakeContext();
-  ASSERT_THAT(program->UpdateDrawportContext(other), IsOk());
-  EXPECT_THAT(TakeCalls(), ElementsAre("program net.ostra.kernel.copy", "execute 0"));
-  ASSERT_THAT(program->UpdateDrawportContext(other), IsOk());
-  ASSERT_THAT(program->UpdateDrawportContext(DrawportContextRef()), IsOk());
-  EXPECT_THAT(TakeCalls(), ElementsAre());
-}
-
 TEST_F(GpuCallsTest, MemoryIsThatOfTheContext) {
   device.budget = {1000, 4000};
   Int64 available = 0, total = 0;

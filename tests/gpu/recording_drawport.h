@@ -438,10 +438,11 @@ class RecordingList final : public DrawportCommandList {
 class RecordingCache final : public Component<RecordingCache, DrawportCacheInterface> {
  public:
   static constexpr const char* kComponentName = "RecordingCache";
-  RecordingDevice* device = nullptr;
+  inline static RecordingDevice* installed = nullptr;  // of caches that a class makes
+  RecordingDevice* device = installed;
 
   const Id& GetCacheType() const override { return kDrawportTypeVulkan; }
-  Result<DrawportRef> AllocDrawport(const Id&, const Id&) override { return Error::MakeOutOfMemory("recording", 3); }
+  Result<DrawportRef> AllocDrawport(const Id&, const Id&) override;
   Result<DrawportVertexBufferItemRef> GetVertexbuffer(const DrawportResourceKey& key) override {
     OSTRA_RETURN_IF_ERROR(device->Call("get buffer @", key.values[1]));
     bufferKeys.push_back(key);
@@ -549,24 +550,28 @@ class RecordingCache final : public Component<RecordingCache, DrawportCacheInter
 class RecordingDrawport final : public DrawportCounted<RecordingDrawport, DrawportInterface> {
  public:
   RecordingDrawport(RecordingDevice& device, DrawportCacheRef cache)
-      : _language(device.language),
+      : _device(device),
+        _language(device.language),
         _cache(std::move(cache)),
         _capabilities({{DrawportCapability::BufferTransferChunk, device.capacity},
                        {DrawportCapability::TextureStagingCapacity, device.capacity},
                        {DrawportCapability::ReadBackStagingCapacity, device.capacity},
                        {DrawportCapability::SubBufferAlignment, 256}}) {}
   DrawportCacheRef GetDrawportCache() const override { return _cache; }
-  Result<DrawportContextRef> CreateOffscreenRenderContext(Bool, Int32) override {
-    return Error::MakeOutOfMemory("recording", 4);
-  }
+  Result<DrawportContextRef> CreateOffscreenRenderContext(Bool sharesWithCaller, Int32 deviceIndex) override;
   const Id& GetShadingLanguage() const override { return _language; }
   const DrawportCapabilities& GetCapabilities() const override { return _capabilities; }
 
  private:
+  RecordingDevice& _device;
   Id _language;
   DrawportCacheRef _cache;
   DrawportCapabilities _capabilities;
 };
+
+inline Result<DrawportRef> RecordingCache::AllocDrawport(const Id&, const Id&) {
+  return DrawportRef::Adopt(NewObj<RecordingDrawport>(*device, DrawportCacheRef(this)));
+}
 
 class RecordingContext final : public DrawportCounted<RecordingContext, DrawportContextInterface> {
  public:
@@ -585,6 +590,12 @@ class RecordingContext final : public DrawportCounted<RecordingContext, Drawport
   DrawportRef _drawport;
   RecordingList _list;
 };
+
+inline Result<DrawportContextRef> RecordingDrawport::CreateOffscreenRenderContext(Bool sharesWithCaller,
+                                                                                  Int32 deviceIndex) {
+  OSTRA_RETURN_IF_ERROR(_device.Call("context @ @", sharesWithCaller ? 1 : 0, deviceIndex));
+  return DrawportContextRef::Adopt(NewObj<RecordingContext>(_device, DrawportRef(this)));
+}
 
 inline DrawportContextRef RecordingDevice::MakeContext() {
   auto* cache = NewObj<RecordingCache>();
