@@ -5,6 +5,7 @@
 
 #include "ostra/core/stream_copy.h"
 #include "ostra/jobs/parallel_for.h"
+#include "ostra/jobs/touch_pages.h"
 
 OSTRA_UNIT("parallelprogram_gpu_impl");
 
@@ -13,6 +14,10 @@ namespace {
 
 // From here on the bytes have left the caches before the device, or the program, reads them.
 constexpr Int kLargeTransfer = Int(4) << 20;
+
+void CopyPiece(Byte* target, const Byte* source, Int count, Int wholeTransfer) {
+  wholeTransfer >= kLargeTransfer ? StreamCopy(target, source, count) : MemCopy(target, source, count);
+}
 
 // Calls move(offset, bytes) for the pieces of a chunk, several at once.
 template <class Move>
@@ -58,12 +63,10 @@ Result<void> UploadBytes(const GpuContextData& data, DrawportDeviceBuffer* buffe
     OSTRA_ASSIGN_OR_RETURN(Byte * mapped, list.PrivateMapBuffer(*staging, DrawportMapMode::WriteDiscard, *buffer, 0,
                                                                 byteOffset + done, chunk));
     MovePieces(chunk, capacity, [&](Int offset, Int count) {
-      if (!source)
-        std::memset(mapped + offset, 0, static_cast<std::size_t>(count));
-      else if (bytes >= kLargeTransfer)
-        StreamCopy(mapped + offset, source + done + offset, count);
+      if (source)
+        CopyPiece(mapped + offset, source + done + offset, count, bytes);
       else
-        MemCopy(mapped + offset, source + done + offset, count);
+        std::memset(mapped + offset, 0, static_cast<std::size_t>(count));
     });
     OSTRA_RETURN_IF_ERROR(list.UnmapBuffer(*staging, DrawportUnmapMode::Commit));
     done += chunk;
@@ -81,12 +84,13 @@ Result<void> DownloadBytes(const GpuContextData& data, BufferReader reader, Draw
   const auto use = isLoader ? DrawportStagingUse::HostReadWrite : DrawportStagingUse::HostRead;
   DrawportCommandList& list = data.GetCommandList();
   OSTRA_ASSIGN_OR_RETURN(const Int capacity, GetTransferChunkSize(data, capability, elementSize));
+  if (bytes >= kLargeTransfer) TouchPages(target, bytes);
   for (Int done = 0; done < bytes;) {
     const Int chunk = std::min(bytes - done, capacity);
     OSTRA_ASSIGN_OR_RETURN(const StagingBuffer staging, StagingBuffer::Create(data, chunk, use));
     OSTRA_ASSIGN_OR_RETURN(const Byte* mapped, list.PrivateMapBuffer(*staging, DrawportMapMode::Read, *buffer, 0,
                                                                      byteOffset + done, chunk));
-    const auto copy = [&](Int offset, Int count) { MemCopy(target + done + offset, mapped + offset, count); };
+    const auto copy = [&](Int offset, Int count) { CopyPiece(target + done + offset, mapped + offset, count, bytes); };
     if (isLoader)
       copy(0, chunk);
     else
