@@ -26,10 +26,10 @@ function(ostra_test name)
     set(test_TIMEOUT 120)
   endif()
   add_executable(${name} ${test_SOURCES})
-  # A third less time for half of all files. Kernels and libraries that a test has with it stay as they are shipped.
-  # With fewer steps GCC takes members for uninitialized that nobody reads.
+  # Much less time for half of all files. Kernels and libraries that a test has with it stay as they are
+  # shipped. With fewer steps GCC takes members for uninitialized that nobody reads.
   set_source_files_properties(${test_SOURCES} PROPERTIES
-    COMPILE_OPTIONS "$<$<CONFIG:Release>:-O1;-Wno-maybe-uninitialized>")
+    COMPILE_OPTIONS "$<$<CONFIG:Release>:-Og;-Wno-maybe-uninitialized>")
   target_link_libraries(${name} PRIVATE ostra_flags ostra ${test_LIBRARIES} GTest::gmock GTest::gtest_main)
   # Tests ask for sizes that cannot be had; a sanitizer must answer like an allocator, not end the process.
   set(environment)
