@@ -1,6 +1,7 @@
 #include "ostra/core/data.h"
 
 #include <atomic>
+#include <cstring>
 #include <utility>
 
 #include "ostra/core/format.h"
@@ -9,7 +10,8 @@ OSTRA_UNIT("data");
 
 namespace ostra {
 
-// A shared, unchanging value that does not fit into a Data. The value follows at the next multiple of 32 bytes.
+// A value, unchanging while it is shared, that does not fit into a Data. The value follows at the next multiple of 32
+// bytes.
 struct alignas(32) Data::Box {
   std::atomic<Int32> references{1};
   DataType type;
@@ -71,6 +73,14 @@ Result<Data> Data::CreateMoved(DataType type, void* value) {
 const void* Data::GetPointer() const {
   if (IsEmpty()) return nullptr;
   return IsInline() ? static_cast<const void*>(_inline) : _box->GetValue();
+}
+
+Bool Data::TryOverwrite(DataType type, const void* value) {
+  if (IsEmpty() || _type != type || !_type.IsPlain()) return false;
+  if (!IsInline() && _box->references.load(std::memory_order_acquire) != 1) return false;
+  // The value may be the own one.
+  std::memmove(const_cast<void*>(GetPointer()), value, static_cast<std::size_t>(_type.GetSize()));
+  return true;
 }
 
 Bool Data::HoldsCompatible(DataType type) const {

@@ -1,4 +1,4 @@
-// Data: one value of any type. Copies share the value, which never changes, so copying cannot fail.
+// Data: one value of any type. Copies share the value, which does not change then, so copying cannot fail.
 //
 //   OSTRA_ASSIGN_OR_RETURN(Data data, Data::Create(Float32(2)));
 //   OSTRA_ASSIGN_OR_RETURN(const Float32& value, data.Get<Float32>());
@@ -66,6 +66,11 @@ class OSTRA_API Data {
     if (!ReadInteger(wide) || !std::in_range<T>(wide)) return MakeTypeError(GetDataType<T>());
     return static_cast<T>(wide);
   }
+
+  // Takes over a value of the type that this already has, in place and without memory. False, and nothing has changed,
+  // for another type, for values that are more than their bytes, and while a copy shares the value: it would change
+  // too.
+  Bool TryOverwrite(DataType type, const void* value);
 
   Result<String> ToText() const;
 

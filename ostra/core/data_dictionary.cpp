@@ -93,6 +93,17 @@ Result<void> DataDictionary::SetData(const Id& key, Data value) {
   return SetData(name, std::move(value));
 }
 
+Result<void> DataDictionary::SetValue(InternedId key, ForwardingDataPtr&& value) {
+  OSTRA_RETURN_IF_ERROR(MakeWritable());
+  Node* const* node = _table->index.Find(key);
+  if (node && (*node)->entry.value.TryOverwrite(value.GetType(), value.GetPointer())) {
+    static_cast<void>(value.Release());
+    return OK;
+  }
+  OSTRA_ASSIGN_OR_RETURN(Data data, value.Take());
+  return _table->Set(key, std::move(data));
+}
+
 Result<void> DataDictionary::EraseData(InternedId key) {
   if (!Contains(key)) return OSTRA_ILLEGAL_ARGUMENT("The dictionary has no entry \"@\".", key);
   OSTRA_RETURN_IF_ERROR(MakeWritable());

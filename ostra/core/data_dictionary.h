@@ -57,6 +57,9 @@ class OSTRA_API DataDictionary {
   // Sets or replaces a value; a replaced one keeps its place. Error: out of memory; the dictionary is then unchanged.
   Result<void> SetData(InternedId key, Data value);
   Result<void> SetData(const Id& key, Data value);
+  // Takes a value over. One that is its bytes only replaces another of its type without memory: values that are set
+  // again and again cost none.
+  Result<void> SetValue(InternedId key, ForwardingDataPtr&& value);
   template <class T, class Key>
   Result<void> Set(const Key& key, T&& value) {
     OSTRA_ASSIGN_OR_RETURN(Data data, Data::Create(std::forward<T>(value)));

@@ -34,8 +34,7 @@ WorkGroupCounts GetWorkGroupCounts(UInt32 countX, UInt32 countY, UInt32 countZ, 
 Result<void> ParallelProgramGPUImpl::SetUniform(const InternedId& attr, ForwardingDataPtr&& data) {
   OSTRA_ASSIGN_OR_RETURN(GpuKernel & kernel, GetActiveKernel());
   if (data.IsEmpty()) return OSTRA_ILLEGAL_ARGUMENT("The uniform \"@\" was given no value.", attr);
-  OSTRA_ASSIGN_OR_RETURN(Data value, data.Take());
-  return kernel.uniforms.SetData(attr, std::move(value));
+  return kernel.uniforms.SetValue(attr, std::move(data));
 }
 
 // A kernel that could not be compiled for a reason that may be over by now is compiled here.

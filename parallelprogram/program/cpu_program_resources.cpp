@@ -49,8 +49,7 @@ Result<UInt32> ParallelProgramCPUImpl::GetAtomicCounter(const InternedId& attr) 
 Result<void> ParallelProgramCPUImpl::SetUniform(const InternedId& attr, ForwardingDataPtr&& data) {
   OSTRA_ASSIGN_OR_RETURN(KernelEntry & entry, GetActiveKernel());
   if (data.IsEmpty()) return OSTRA_ILLEGAL_ARGUMENT("The uniform \"@\" was given no value.", attr);
-  OSTRA_ASSIGN_OR_RETURN(Data value, data.Take());
-  return entry.uniforms.SetData(attr, std::move(value));
+  return entry.uniforms.SetValue(attr, std::move(data));
 }
 
 Result<void> ParallelProgramCPUImpl::UpdateUniforms() {

@@ -26,8 +26,7 @@ Result<UInt32> GeneralShaderLoaderImpl::GetAtomicCounter(const InternedId& attr)
 Result<void> GeneralShaderLoaderImpl::SetUniform(const InternedId& attr, ForwardingDataPtr&& value, Int32 shaderIndex) {
   OSTRA_ASSIGN_OR_RETURN(ShaderStage & stage, GetActiveStage(shaderIndex));
   if (value.IsEmpty()) return OSTRA_ILLEGAL_ARGUMENT("The uniform \"@\" was given no value.", attr);
-  OSTRA_ASSIGN_OR_RETURN(Data data, value.Take());
-  return stage.uniforms.SetData(attr, std::move(data));
+  return stage.uniforms.SetValue(attr, std::move(value));
 }
 
 // A shared program keeps the handler of the loader that has built it, so nobody is asked but this loader.

@@ -9,6 +9,16 @@
 #include "tests/support/fault_injection.h"
 
 namespace ostra {
+
+struct ManyNumbers {
+  Float32 numbers[16];
+};
+
+}  // namespace ostra
+
+OSTRA_DATATYPE(ostra::ManyNumbers, "test.datatype.manynumbers", "manynumbers");
+
+namespace ostra {
 namespace {
 
 using testing::ElementsAre;
@@ -32,6 +42,29 @@ TEST(DataDictionaryTest, GivesBackWhatWasSet) {
   EXPECT_EQ(*dictionary.Get<Float32>("radius"_iid), 3.0F);
   EXPECT_TRUE(dictionary.Contains("radius"_iid));
   EXPECT_EQ(dictionary.GetCount(), 1);
+}
+
+TEST(DataDictionaryTest, AValueThatIsSetAgainNeedsNoMemory) {
+  DataDictionary dictionary;
+  ASSERT_THAT(dictionary.SetValue("matrix"_iid, ManyNumbers{{1}}), IsOk());
+  const Int allocations = AllocationFaults::GetCount();
+  for (int i = 2; i < 10; ++i)
+    ASSERT_THAT(dictionary.SetValue("matrix"_iid, ManyNumbers{{static_cast<Float32>(i)}}), IsOk());
+  EXPECT_EQ(AllocationFaults::GetCount(), allocations);
+  EXPECT_EQ((*dictionary.Get<ManyNumbers>("matrix"_iid)).numbers[0], 9.0F);
+}
+
+TEST(DataDictionaryTest, AValueThatIsSetAgainDoesNotReachCopies) {
+  DataDictionary dictionary;
+  ASSERT_THAT(dictionary.SetValue("matrix"_iid, ManyNumbers{{1}}), IsOk());
+  const DataDictionary copy = dictionary;
+  const Data value = *dictionary.GetData("matrix"_iid);
+  ASSERT_THAT(dictionary.SetValue("matrix"_iid, ManyNumbers{{2}}), IsOk());
+  EXPECT_EQ((*copy.Get<ManyNumbers>("matrix"_iid)).numbers[0], 1.0F);
+  EXPECT_EQ(value.GetIf<ManyNumbers>()->numbers[0], 1.0F);
+  EXPECT_EQ((*dictionary.Get<ManyNumbers>("matrix"_iid)).numbers[0], 2.0F);
+  ASSERT_THAT(dictionary.SetValue("matrix"_iid, String("none"_s)), IsOk());
+  EXPECT_EQ(*dictionary.Get<String>("matrix"_iid), "none"_s);
 }
 
 TEST(DataDictionaryTest, MissingKeysAndOtherTypesAreErrors) {

@@ -1,5 +1,6 @@
 #include "ostra/core/data.h"
 
+#include <cstring>
 #include <memory>
 #include <type_traits>
 
@@ -66,6 +67,41 @@ TEST(DataTest, ObjectsLiveAsLongAsTheLastCopy) {
     EXPECT_EQ(copy.Get<CountedValue>()->token, token);
   }
   EXPECT_EQ(token.use_count(), 1);
+}
+
+TEST(DataTest, ValuesThatAreTheirBytesAreOverwrittenInPlace) {
+  for (const bool isBoxed : {false, true}) {
+    Data data = isBoxed ? *Data::Create(WideValue{{1, 2, 3}}) : *Data::Create(Float32(1));
+    const Data other = isBoxed ? *Data::Create(WideValue{{4, 5, 6}}) : *Data::Create(Float32(4));
+    const void* before = data.GetPointer();
+    const Int allocations = AllocationFaults::GetCount();
+    EXPECT_TRUE(data.TryOverwrite(other.GetType(), other.GetPointer()));
+    EXPECT_TRUE(data.TryOverwrite(data.GetType(), data.GetPointer()));
+    EXPECT_EQ(AllocationFaults::GetCount(), allocations);
+    EXPECT_EQ(data.GetPointer(), before);
+    EXPECT_EQ(std::memcmp(before, other.GetPointer(), static_cast<std::size_t>(other.GetType().GetSize())), 0);
+  }
+}
+
+TEST(DataTest, WhatIsSharedOrOfAnotherTypeIsNotOverwritten) {
+  Data data = *Data::Create(WideValue{{1, 2, 3}});
+  const WideValue other{{4, 5, 6}};
+  {
+    const Data copy = data;
+    EXPECT_FALSE(data.TryOverwrite(GetDataType<WideValue>(), &other));
+    EXPECT_EQ(copy.GetIf<WideValue>()->numbers[0], 1);
+  }
+  const Float32 number = 4;
+  EXPECT_FALSE(data.TryOverwrite(GetDataType<Float32>(), &number));
+  EXPECT_FALSE(data.TryOverwrite(DataType(), nullptr));
+  EXPECT_EQ(data.GetIf<WideValue>()->numbers[0], 1);
+  EXPECT_FALSE(Data().TryOverwrite(GetDataType<Float32>(), &number));
+  EXPECT_FALSE(Data().TryOverwrite(DataType(), nullptr));
+  Data text = *Data::Create("one"_s);
+  const String two = "two"_s;
+  EXPECT_FALSE(text.TryOverwrite(GetDataType<String>(), &two));
+  EXPECT_TRUE(data.TryOverwrite(GetDataType<WideValue>(), &other));  // the copy has gone
+  EXPECT_EQ(data.GetIf<WideValue>()->numbers[0], 4);
 }
 
 TEST(DataTest, MovingEmptiesTheSource) {

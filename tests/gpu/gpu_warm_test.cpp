@@ -19,6 +19,9 @@ TEST(GpuWarmTest, ADispatchWithNewValuesAllocatesNothing) {
   const auto run = [&] {
     for (int i = 0; i < 10; ++i) {
       ASSERT_THAT(program->SetUniform("a"_iid, static_cast<Float32>(i)), IsOk());
+      // No parameters of this kernel, but values like those of others.
+      ASSERT_THAT(program->SetUniform("color"_iid, Vec4<Float32>(static_cast<Float32>(i))), IsOk());
+      ASSERT_THAT(program->SetUniform("view"_iid, SquareMatrix4d32()), IsOk());
       ASSERT_THAT(program->UpdateUniforms(), IsOk());
       ASSERT_THAT(program->DispatchKernel(UInt32(kCount), 1, 1, false), IsOk());
       expected += static_cast<Float32>(i);
