@@ -32,5 +32,6 @@ install(FILES
   ${CMAKE_CURRENT_BINARY_DIR}/ostraConfigVersion.cmake
   ${CMAKE_CURRENT_LIST_DIR}/OstraKernels.cmake
   ${CMAKE_CURRENT_LIST_DIR}/OstraModule.cmake
+  ${CMAKE_CURRENT_LIST_DIR}/kernel_flags.txt
   ${CMAKE_CURRENT_LIST_DIR}/module_exports.map
   DESTINATION ${package})

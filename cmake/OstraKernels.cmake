@@ -6,20 +6,25 @@
 #   RegisterKernels(module, GetKernels_myapp())      which parallelprogram/program/kernel_registration.h registers.
 #
 # Arithmetic is as written, so that all processors and the GPU give the same bits. FAST allows the compiler to contract and
-# reorder it and to take approximate functions. TYPE is what TYPE stands for in the files.
+# reorder it, as --fast of the tool does. TYPE is what TYPE stands for in the files.
 # May be called several times for one target. What cannot be meant stops the configuration with a message.
 
-set(OSTRA_KERNEL_FLAGS -O3 -ffp-contract=off -fno-math-errno -fno-trapping-math)
-set(OSTRA_KERNEL_FAST_FLAGS -O3 -ffast-math -ffp-contract=fast)
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${CMAKE_CURRENT_LIST_DIR}/kernel_flags.txt)
+file(STRINGS ${CMAKE_CURRENT_LIST_DIR}/kernel_flags.txt lines REGEX "^[a-z]")
+foreach(line IN LISTS lines)
+  separate_arguments(flags UNIX_COMMAND "${line}")
+  list(POP_FRONT flags group)
+  set(OSTRA_KERNEL_FLAGS_${group} ${flags})
+endforeach()
 
 function(ostra_add_kernels target)
   cmake_parse_arguments(PARSE_ARGV 1 kernels "FAST" "TYPE" "")
   ostra_check_kernel_arguments()
   string(MAKE_C_IDENTIFIER ${target} name)
   set(folder ${CMAKE_CURRENT_BINARY_DIR}/${target}_kernels)
-  set(flags ${OSTRA_KERNEL_FLAGS})
+  set(flags ${OSTRA_KERNEL_FLAGS_all} ${OSTRA_KERNEL_FLAGS_exact})
   if(kernels_FAST)
-    set(flags ${OSTRA_KERNEL_FAST_FLAGS})
+    set(flags ${OSTRA_KERNEL_FLAGS_all} ${OSTRA_KERNEL_FLAGS_fast})
   endif()
   if(CMAKE_BUILD_TYPE STREQUAL "Debug")
     list(REMOVE_ITEM flags -O3)

@@ -1,5 +1,6 @@
 // What the words of the dialect mean on the CPU.
 #include <cmath>
+#include <limits>
 
 #include "apps/ostra/parity/kernel_scenarios.h"
 #include "tests/kernels/kernel_runner.h"
@@ -240,12 +241,23 @@ TEST(KernelLanguageTest, FastKernelsAreCloseToExactOnes) {
   const auto source = MakeNumbers(100, -3, 3);
   runner.SetBuffer("source", source);
   runner.SetBuffer("target", std::vector<Float32>(100));
+  runner.SetBuffer("kinds", std::vector<Float32>(100));
   ASSERT_THAT(runner.Run({100, 1, 1}), IsOk());
   const auto target = runner.GetBuffer<Float32>("target");
   for (int i = 0; i < 100; ++i) {
     const Float64 x = source[i], expected = std::exp(x) + std::pow(std::fabs(x), 1.5) * std::sin(x);
     EXPECT_NEAR(target[i], expected, 2e-6 * (1 + std::fabs(expected))) << x;
   }
+}
+
+TEST(KernelLanguageTest, FastKernelsKnowInfinitiesAndWhatIsNoNumber) {
+  constexpr Float32 kInfinity = std::numeric_limits<Float32>::infinity();
+  KernelRunner runner("net.ostra.test.fast.krn");
+  runner.SetBuffer("source", std::vector<Float32>{kInfinity, -kInfinity, std::nanf(""), 1});
+  runner.SetBuffer("target", std::vector<Float32>(4));
+  runner.SetBuffer("kinds", std::vector<Float32>(4));
+  ASSERT_THAT(runner.Run({4, 1, 1}), IsOk());
+  EXPECT_EQ(runner.GetBuffer<Float32>("kinds"), (std::vector<Float32>{2, 2, 1, 0}));
 }
 
 }  // namespace

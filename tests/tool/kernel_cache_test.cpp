@@ -69,6 +69,11 @@ TEST_F(KernelCacheTest, AChangedHeaderOrOptionIsNoticed) {
   EXPECT_EQ(Compute({"--fast"}), std::pair(false, std::string("3\n")));
 }
 
+TEST_F(KernelCacheTest, FastKernelsKnowInfinities) {
+  Write(MakeKernel("isinf(1.0 / UNIFORM_BUFFER(values)[0]) ? 7.0 : 8.0"));
+  EXPECT_EQ(Compute({"--fast"}), std::pair(true, std::string("7\n")));
+}
+
 TEST_F(KernelCacheTest, SeveralProcessesMayFillTheCacheAtOnce) {
   Write(MakeKernel("5.0"));
   std::vector<std::thread> threads;

@@ -12,6 +12,7 @@
 #include "apps/ostra/kernels/compiler.h"
 #include "apps/ostra/kernels/dependencies.h"
 #include "apps/ostra/kernels/header_folder.h"
+#include "apps/ostra/kernels/kernel_flags.h"
 #include "apps/ostra/kernels/kernel_source.h"
 #include "apps/ostra/kernels/nameless_file.h"
 #include "apps/ostra/output/progress.h"
@@ -50,15 +51,11 @@ Result<fs::path> OpenCacheFolder(const std::string& chosen) {
 }
 
 std::vector<std::string> MakeFlags(const std::string& headerFolder, const KernelModuleOptions& options) {
-  std::vector<std::string> flags = {
-      "-std=c++20",    "-shared",  "-fPIC",           "-fvisibility=hidden", "-O3",
-      "-march=native", "-DNDEBUG", "-fno-math-errno", "-fno-trapping-math",  "-I" + headerFolder};
-  // The usual switch for fast arithmetic would also link code that changes how the whole process treats tiny numbers.
-  if (options.isFast)
-    flags.insert(flags.end(), {"-ffp-contract=fast", "-fassociative-math", "-freciprocal-math", "-fno-signed-zeros",
-                               "-fno-trapping-math"});
-  else
-    flags.emplace_back("-ffp-contract=off");
+  std::vector<std::string> flags = {"-std=c++20", "-shared",          "-fPIC", "-fvisibility=hidden", "-march=native",
+                                    "-DNDEBUG",   "-I" + headerFolder};
+  for (const char* group : {"all", options.isFast ? "fast" : "exact"}) {
+    for (std::string& flag : GetKernelFlags(group)) flags.push_back(std::move(flag));
+  }
   if (options.isChecked) flags.emplace_back("-DOSTRA_CHECK_KERNEL_INDICES");
   return flags;
 }
