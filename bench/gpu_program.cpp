@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
+#include <iterator>
+#include <string_view>
 
 #include "ostra/drawport/device_list.h"
 
@@ -12,9 +14,13 @@ using namespace ostra;
 
 namespace {
 
+// Contestants for which no device has to be started.
+constexpr std::string_view kProcessorPeers[] = {"ours", "ours-fast",   "ours-virtual", "serial",    "openmp",
+                                                "tbb",  "tbb-virtual", "inlined",      "eight-wide"};
+
 bool IsWanted(const Options& options) {
   return options.peers.empty() || std::ranges::any_of(options.peers, [](const std::string& peer) {
-           return peer == "ours-gpu" || peer.starts_with("vulkan");
+           return std::ranges::find(kProcessorPeers, peer) == std::end(kProcessorPeers);
          });
 }
 

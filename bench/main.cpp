@@ -4,8 +4,8 @@
 //
 // Prints one JSON object a line for each figure; checks every result first. Exit status 0 done, 1 wrong result or
 // failure, 2 bad usage.
+#include <charconv>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <exception>
 #include <span>
@@ -81,6 +81,15 @@ int Fail(const ostra::Error& error) {
   return 1;
 }
 
+// False, with the reason on standard error, for what is no number of rounds.
+bool ReadRuns(const char* text, int& runs) {
+  const char* const end = text + std::strlen(text);
+  const auto result = std::from_chars(text, end, runs);
+  if (result.ec == std::errc() && result.ptr == end && runs >= 1) return true;
+  std::fprintf(stderr, "ostra-bench: --runs is \"%s\" and has to be a whole number from 1 on.\n", text);
+  return false;
+}
+
 int Usage(bool isWanted) {
   std::fputs("usage: ostra-bench --list | [--runs N] [--peers NAME,...] WORKLOAD\n", isWanted ? stdout : stderr);
   return isWanted ? 0 : 2;
@@ -97,7 +106,7 @@ int Run(const Workload& workload, const bench::Options& options) {
   auto application = host->RegisterApplication(GetApplication());
   if (!application) return Fail(application.GetError());
   try {
-    return workload.run(options) ? 0 : 1;
+    return workload.run(options) && bench::WereAllOffered(options) ? 0 : 1;
   } catch (const std::exception& exception) {
     std::fprintf(stderr, "ostra-bench: %s\n", exception.what());
     return 1;
@@ -118,7 +127,7 @@ int main(int argc, char** argv) {
       return 0;
     }
     if (std::strcmp(argv[i], "--runs") == 0 && hasValue) {
-      options.runs = std::atoi(argv[++i]);
+      if (!ReadRuns(argv[++i], options.runs)) return 2;
     } else if (std::strcmp(argv[i], "--peers") == 0 && hasValue) {
       std::stringstream list(argv[++i]);
       for (std::string peer; std::getline(list, peer, ',');) options.peers.push_back(peer);
@@ -131,7 +140,7 @@ int main(int argc, char** argv) {
       return Usage(false);
     }
   }
-  if (!name || options.runs < 1) return Usage(false);
+  if (!name) return Usage(false);
   options.workload = name;
   for (const Workload& workload : isPart ? std::span<const Workload>(kParts) : std::span<const Workload>(kWorkloads)) {
     if (std::strcmp(workload.name, name) == 0) return Run(workload, options);

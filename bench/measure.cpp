@@ -17,6 +17,24 @@ void WaitForSpinningThreads() {
 
 }  // namespace
 
+bool Wants(const Options& options, const std::string& peer) {
+  options.offered->insert(peer);
+  return options.peers.empty() || std::ranges::find(options.peers, peer) != options.peers.end();
+}
+
+bool WereAllOffered(const Options& options) {
+  std::string offered;
+  for (const std::string& peer : *options.offered) offered += (offered.empty() ? "" : ", ") + peer;
+  if (offered.empty()) offered = "none";
+  for (const std::string& peer : options.peers) {
+    if (options.offered->contains(peer)) continue;
+    std::fprintf(stderr, "ostra-bench: \"%s\" has no contestant \"%s\" here; there are: %s.\n",
+                 options.workload.c_str(), peer.c_str(), offered.c_str());
+    return false;
+  }
+  return true;
+}
+
 void PrintFigure(const std::string& peer, const std::string& workload, const std::string& size,
                  const std::string& metric, const std::string& unit, std::vector<double> values) {
   std::sort(values.begin(), values.end());
@@ -44,10 +62,7 @@ void Contest::Add(std::string peer, std::function<bool()> run, std::function<boo
 }
 
 bool Contest::Run(const Options& options, const std::function<double(double seconds)>& figure) {
-  if (!options.peers.empty()) {
-    std::erase_if(_peers,
-                  [&](const Peer& peer) { return std::ranges::find(options.peers, peer.name) == options.peers.end(); });
-  }
+  std::erase_if(_peers, [&](const Peer& peer) { return !Wants(options, peer.name); });
   for (Peer& peer : _peers) {
     if (peer.run() && peer.check()) continue;
     std::fprintf(stderr, "%s: the result of \"%s\" is wrong.\n", _workload.c_str(), peer.name.c_str());

@@ -9,6 +9,8 @@
 #pragma once
 
 #include <functional>
+#include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -19,7 +21,15 @@ struct Options {
   int runs = 7;
   // Only contestants whose name is listed; all when empty.
   std::vector<std::string> peers;
+  // All contestants that were there to choose from, whether chosen or not; Wants notes them.
+  std::shared_ptr<std::set<std::string>> offered = std::make_shared<std::set<std::string>>();
 };
+
+// Whether a contestant takes part.
+bool Wants(const Options& options, const std::string& peer);
+
+// After the workload has run: false, with the reason on standard error, when a chosen contestant was never offered.
+bool WereAllOffered(const Options& options);
 
 // Prints one figure as a JSON object on a line of its own. `values` has one value per run.
 void PrintFigure(const std::string& peer, const std::string& workload, const std::string& size,
@@ -37,7 +47,8 @@ class Contest {
 
   // Runs every contestant once and checks it, then measures `options.runs` rounds and prints a line each. `figure`
   // turns the seconds of a run into the reported unit. False, with the reason on standard error, when a contestant
-  // fails or its result is wrong; nothing is printed then.
+  // fails or its result is wrong; nothing is printed then. Of several contests of a workload some may have none of the
+  // chosen contestants.
   bool Run(const Options& options, const std::function<double(double seconds)>& figure);
 
  private:

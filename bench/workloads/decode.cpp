@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -63,11 +62,7 @@ bool RunDecode(const Options& options) {
   if (!container) return false;
   std::vector<Decoder> decoders = {{"ours", &DecodeOurs, 0, {}},
                                    {"libcrypto", &DecodeDirectly, ostra::kContainerTextStart, {}}};
-  if (!options.peers.empty()) {
-    std::erase_if(decoders, [&](const Decoder& decoder) {
-      return std::ranges::find(options.peers, decoder.name) == options.peers.end();
-    });
-  }
+  std::erase_if(decoders, [&](const Decoder& decoder) { return !Wants(options, decoder.name); });
   ostra::BaseArray<ostra::Byte> bytes;
   // The first round is the one that is checked.
   for (int round = 0; round <= options.runs; ++round) {

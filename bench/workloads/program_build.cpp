@@ -50,7 +50,8 @@ bool RunProgramBuild(const Options& options) {
   for (int run = 0; run < options.runs; ++run)
     for (ColdAndWarm* part : {&tile, &raw, &terrain}) part->RunRound();
   if (!tile.IsRight() || !terrain.IsRight()) return false;
-  const auto print = [](const char* peer, const char* size, const ColdAndWarm& part) {
+  const auto print = [&](const char* peer, const char* size, const ColdAndWarm& part) {
+    if (!Wants(options, peer)) return;
     PrintFigure(peer, "program_build", size, "first_picture_cold", "ms", part.GetCold());
     PrintFigure(peer, "program_build", size, "first_picture_warm", "ms", part.GetWarm());
   };

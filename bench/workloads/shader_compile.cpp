@@ -35,7 +35,9 @@ bool RunShaderCompile(const Options& options) {
   if (!std::ranges::all_of(all, [&](const ColdAndWarm* part) { return part == &raw || part->IsRight(); })) return false;
 
   if (!RunSourceToSpirv(options)) return false;
-  const auto print = [](const char* peer, const std::string& size, const ColdAndWarm& part, const std::string& metric) {
+  const auto print = [&](const char* peer, const std::string& size, const ColdAndWarm& part,
+                         const std::string& metric) {
+    if (!Wants(options, peer)) return;
     PrintFigure(peer, kWorkload, size, metric + "_cold", "ms", part.GetCold());
     PrintFigure(peer, kWorkload, size, metric + "_warm", "ms", part.GetWarm());
   };
