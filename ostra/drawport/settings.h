@@ -12,7 +12,8 @@ OSTRA_API void SetDrawportMemoryLimit(Int bytes);
 OSTRA_API Int GetDrawportMemoryLimit();
 
 // The capabilities TextureStagingCapacity and ReadBackStagingCapacity and BufferTransferChunk of drawports that are
-// made from now on, in bytes; raised to 64 KiB. 0, the default, is the backend's choice.
+// made from now on, in bytes; raised to 64 KiB and to the longest row of a texture. 0, the default, is the backend's
+// choice.
 OSTRA_API void SetDrawportStagingCapacity(Int bytes);
 OSTRA_API Int GetDrawportStagingCapacity();
 

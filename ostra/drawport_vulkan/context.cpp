@@ -13,9 +13,18 @@ namespace {
 constexpr Int kStagingCapacity = Int(8) << 20;
 constexpr Int kMinStagingCapacity = Int(64) << 10;
 
+// Textures are moved in whole rows, so that each must fit; 256 KiB on most devices.
+Int GetLongestRow(const Device& device) {
+  constexpr Int kLargestTexel = 16;
+  const VkPhysicalDeviceLimits& limits = device.GetLimits();
+  const Int texels = std::max(limits.maxImageDimension1D, limits.maxImageDimension2D);
+  const Int alignment = GetDrawportRowAlignment();
+  return (texels * kLargestTexel + alignment - 1) / alignment * alignment;
+}
+
 DrawportCapabilities MakeCapabilities(const Device& device) {
   const Int wanted = GetDrawportStagingCapacity();
-  const Int capacity = wanted > 0 ? std::max(wanted, kMinStagingCapacity) : kStagingCapacity;
+  const Int capacity = std::max({wanted > 0 ? wanted : kStagingCapacity, kMinStagingCapacity, GetLongestRow(device)});
   const auto alignment = static_cast<Int>(device.GetLimits().minStorageBufferOffsetAlignment);
   return DrawportCapabilities({{DrawportCapability::BufferTransferChunk, capacity},
                                {DrawportCapability::TextureStagingCapacity, capacity},

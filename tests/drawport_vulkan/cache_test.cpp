@@ -40,7 +40,10 @@ TEST_F(CacheTest, HasLimitsThatProgramsCanDivide) {
   EXPECT_EQ(alignment & (alignment - 1), 0);
   SetDrawportStagingCapacity(1);
   const DrawportRef small = Take(_cache->AllocDrawport(kDrawportTypeVulkan, kDrawportSubtypeSystem));
-  EXPECT_EQ(small->GetCapabilities().GetValue(DrawportCapability::TextureStagingCapacity), 65536);
+  // A row of the longest texture is moved at once, so that it must fit.
+  const Int capacity = small->GetCapabilities().GetValue(DrawportCapability::TextureStagingCapacity);
+  EXPECT_GE(capacity, 16 * 4096);
+  EXPECT_LE(capacity, 16 * 65536);
 }
 
 TEST_F(CacheTest, HasTheFeaturesThatComputeProgramsNeed) {
