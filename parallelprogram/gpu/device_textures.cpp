@@ -119,6 +119,7 @@ Result<TextureSamplerEntry> MakeTextureEntry(const GpuContextData& data, const D
   OSTRA_ASSIGN_OR_RETURN(entry._sampler, entry._samplerItem->MakeValid(*data.context));
   OSTRA_ASSIGN_OR_RETURN(entry._samplingData, BuildSamplingData(bindData, false));
   entry._samplingData._dataSize = stored.size;
+  if (HasFurtherLayers(bindData, *format)) entry._state |= TextureSamplerEntry::kHasLayers;
   entry._textureId = attr;
   return entry;
 }
@@ -139,6 +140,11 @@ Result<void> UpdateTexture(const GpuContextData& data, DataDictionary& table, co
     OSTRA_ASSIGN_OR_RETURN(stored, MakeStoredTexels(bindData, **format));
   }
   TextureSamplerEntry entry = *known;
+  // Links that were made before do not know of them, so that kernels are not told.
+  if (format && HasFurtherLayers(bindData, **format) && (entry._state & TextureSamplerEntry::kHasLayers) == 0) {
+    CriticalOutput("Textures on the GPU have one layer; further ones are left out, at attribute @", attr);
+    entry._state |= TextureSamplerEntry::kHasLayers;
+  }
   OSTRA_ASSIGN_OR_RETURN(entry._samplerItem, data.cache->GetTextureSampler(MakeSamplerKey(bindData)));
   OSTRA_ASSIGN_OR_RETURN(entry._sampler, entry._samplerItem->MakeValid(*data.context));
   const DrawportExtent extent{bindData._dimensions.x, bindData._dimensions.y, bindData._dimensions.z};

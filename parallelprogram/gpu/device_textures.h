@@ -18,15 +18,17 @@ using MakeTextureRoom = Delegate<Result<void>()>;
 
 // The entry of `table` for a texture as `bindData`, whose extents are at least 1, describes it: on the device and
 // filled. A texture that is still held is found again by `key`, see MakeTextureKey, unless it is of another kind or has
-// another name by now. What fails while it is filled is written as a diagnostic. Errors: those of FindTextureFormat, of
-// `makeRoom` and of the cache; out of memory.
+// another name by now. What fails while it is filled is written as a diagnostic. It has one layer: texels of further
+// ones are left out, which the entry notes (kHasLayers). Errors: those of FindTextureFormat, of `makeRoom` and of the
+// cache; out of memory.
 Result<TextureSamplerEntry> MakeTextureEntry(const GpuContextData& data, const DataDictionary& table,
                                              const InternedId& attr, const TextureBindData& bindData,
                                              const NarrowTexels& narrow, const DrawportResourceKey& key,
                                              const MakeTextureRoom& makeRoom = {});
 
 // Writes other texels into a texture of `table`, as far as they reach, and describes it by `texBindData` from now on.
-// Texels of another format are taken as bytes. What fails while it is filled is written as a diagnostic. Error: illegal
+// Texels of another format are taken as bytes. What fails while it is filled is written as a diagnostic, and so is that
+// there are further layers, which are left out, when there were none before. Error: illegal
 // argument "texture for update could not be found".
 Result<void> UpdateTexture(const GpuContextData& data, DataDictionary& table, const InternedId& attr,
                            const TextureBindData& texBindData, const NarrowTexels& narrow);

@@ -19,6 +19,15 @@ const char* GetTextureTypeName(DrawportTextureType type) {
   }
 }
 
+// Other layers than the first would be read as if they were the first.
+Result<void> CheckLayers(const DrawportParameter& parameter, const TextureSamplerEntry& entry, std::string_view user) {
+  if (!parameter.hasLayers || (entry._state & TextureSamplerEntry::kHasLayers) == 0) return OK;
+  return OSTRA_ILLEGAL_ARGUMENT(
+      "The @'s texture \"@\" is read by layer, but a texture with several layers is linked to it: textures on the GPU "
+      "have one.",
+      user, parameter.name);
+}
+
 }  // namespace
 
 // Shaders read a texture with the number of dimensions that they declare.
@@ -33,7 +42,8 @@ Result<void> CheckTextureType(const DrawportParameter& parameter, const Drawport
 Result<void> LinkTexture(DataDictionary& links, const InternedId& attr, const TextureSamplerEntry& entry) {
   const TextureSamplerEntry* known = FindTextureEntry(links, attr);
   TextureSamplerEntry link = entry;
-  link._state = known ? known->_state : 0;  // whether this kernel writes the texture
+  constexpr UInt64 kOfKernel = TextureSamplerEntry::kWritable;
+  link._state = (entry._state & ~kOfKernel) | (known ? known->_state & kOfKernel : 0);
   return links.Set(attr, std::move(link));
 }
 
@@ -71,6 +81,7 @@ Result<void> BindTexture(const ParameterTarget& target, DrawportParameterHandle 
   DrawportTexture* texture = linked ? linked->_texture : nullptr;
   if (texture) OSTRA_RETURN_IF_ERROR(CheckTextureType(parameter, *texture, user));
   if (parameter.kind == DrawportParameterKind::Image)
+  if (texture) OSTRA_RETURN_IF_ERROR(CheckLayers(parameter, *linked, user));
     return target.factory.SetParameterImage(target.values, handle, texture);
   return target.factory.SetParameterTexture(target.values, handle, texture, linked ? linked->_sampler : nullptr);
 }

@@ -173,6 +173,12 @@ Result<StoredTexels> MakeStoredTexels(const TextureBindData& bindData, const Pix
   return texels;
 }
 
+Bool HasFurtherLayers(const TextureBindData& bindData, const PixelFormat& format) {
+  const Int elementCount = CountElements(bindData);
+  const Int givenSize = GetGivenElementSize(bindData, elementCount, format.bitsPerChannel / 8);
+  return elementCount > 0 && bindData._dataSize > elementCount * givenSize;
+}
+
 TextureBindData MakeBindData(const SamplingData& data) {
   TextureBindData bindData;
   bindData._data = data._texels;

@@ -48,6 +48,10 @@ struct StoredTexels {
 // texels, only those that are there. Error: out of memory.
 Result<StoredTexels> MakeStoredTexels(const TextureBindData& bindData, const PixelFormat& format);
 
+// Whether there are more texels than the extents have place for: those of further layers. As many bytes as the texels
+// have in storage are one layer, however wide its elements are by their format.
+Bool HasFurtherLayers(const TextureBindData& bindData, const PixelFormat& format);
+
 // The description that leads to the same texture and sampler.
 TextureBindData MakeBindData(const SamplingData& data);
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "ostra/core/diagnostics.h"
 #include "ostra/jobs/parallel_for.h"
 
 OSTRA_UNIT("parallelprogram_gpu_impl");
@@ -107,7 +108,10 @@ Result<void> ReadTexture(const GpuContextData& data, DrawportTexture& texture, c
   Int offset = 0;
   return ForEachBlock(texture, extent, texelSize, capacity, [&](const StagedBlock& block) -> Result<void> {
     const auto mapped = list.PrivateMapTexture(*staging, DrawportMapMode::Read, texture, block.region, 0, 0, 0, 0);
-    if (!mapped) return OSTRA_ILLEGAL_STATE("MapTexture in GetTextureData failed");
+    if (!mapped) {
+      CriticalOutput("MapTexture in GetTextureData: @", mapped.GetError());  // which the error's text does not tell
+      return OSTRA_ILLEGAL_STATE("MapTexture in GetTextureData failed");
+    }
     const Int rowCount = block.GetRowCount();
     const Byte* source = *mapped;
     if (offset + rowCount * rowSize > size) return MakeTexelOverrunError();

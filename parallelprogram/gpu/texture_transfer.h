@@ -29,7 +29,8 @@ Result<void> FillTexture(const GpuContextData& data, DrawportTexture& texture, c
                          const TexelBytes& texels);
 
 // Reads the block from the origin to `extent`, packed, into `target` of `size` bytes. Errors: illegal state when
-// mapping fails, or when there are more texels than bytes to read them into; those of staging.
+// mapping fails, with the cause as a diagnostic, or when there are more texels than bytes to read them into; those of
+// staging.
 Result<void> ReadTexture(const GpuContextData& data, DrawportTexture& texture, const DrawportExtent& extent,
                          Byte* target, Int size);
 

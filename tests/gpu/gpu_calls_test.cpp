@@ -236,7 +236,8 @@ TEST_F(GpuCallsTest, AFillThatFailsIsSaidAndAReadThatFailsIsAnError) {
               IsErrorWith(kIllegalStateError, "MapTexture in GetTextureData failed"));
   EXPECT_EQ(TakeCalls().back(), "release");
   EXPECT_THAT(diagnostics.GetLines(),
-              ElementsAre("made-up failure, at attribute t", "MapTexture in GetTextureData failed, at attribute t"));
+              ElementsAre("made-up failure, at attribute t", "MapTexture in GetTextureData: made-up failure",
+                          "MapTexture in GetTextureData failed, at attribute t"));
 }
 
 TEST_F(GpuCallsTest, TexturesOfOneKeyButOtherChannelsAreTwoTextures) {

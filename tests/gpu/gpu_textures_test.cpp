@@ -1,5 +1,5 @@
 // Textures of the GPU program: whose texture a name stands for, updates, and textures that make room for others.
-#include "tests/gpu/calls_fixture.h"
+#include "tests/gpu/textures_fixture.h"
 
 namespace ostra::test {
 namespace {
@@ -7,47 +7,6 @@ namespace {
 using testing::Contains;
 using testing::ElementsAre;
 using testing::Not;
-
-constexpr Int kMiB = Int(1) << 20;
-
-class GpuTexturesTest : public GpuCallsTest {
- protected:
-  // Bind data with texels of its own, all of one value.
-  TextureBindData Fill(UInt32 width, UInt32 height, Float32 value) {
-    texels.emplace_back(std::size_t{width} * height, value);
-    TextureBindData data = Describe(width, height);
-    data._data = reinterpret_cast<const Byte*>(texels.back().data());
-    return data;
-  }
-  Result<void> StoreTexture(InternedId id, UInt32 width, UInt32 height, Float32 value) {
-    TextureBindData data = Fill(width, height, value);
-    return program->StoreTextureBindData(id, data, false);
-  }
-  // One of 16 MiB.
-  Result<void> StoreLarge(InternedId id, Float32 value) { return StoreTexture(id, 2048, 2048, value); }
-  Result<Data> Read(InternedId id) { return program->GetTextureData(id, Vec3<Int32>(0), Vec3<Int32>(1 << 30)); }
-  Float32 GetFirst(InternedId id) {
-    const auto data = Read(id);
-    EXPECT_THAT(data, IsOk());
-    Float32 value = -1;
-    if (data) MemCopy(&value, data->GetIf<SamplingData>()->_texels, 4);
-    return value;
-  }
-  Bool IsOnDevice(InternedId id) { return *program->GetTextureHandle(id) != nullptr; }
-  void StartOutOfCore(Int available, Int total, const std::vector<InternedId>& order) {
-    g_outOfCoreParallelProgram = true;
-    device.capacity = 64 * kMiB;
-    device.countsTextures = true;
-    Start();
-    device.budget = {available, total};
-    BaseArray<InternedId> ids;
-    for (const InternedId& id : order) ASSERT_THAT(ids.Append(id), IsOk());
-    ASSERT_THAT(program->SetTextureOutOfCoreDeleteOrder(ids), IsOk());
-    TakeCalls();
-  }
-
-  std::vector<std::vector<Float32>> texels;
-};
 
 TEST_F(GpuTexturesTest, AfterASwapEachNameHasATextureOfItsOwn) {
   ASSERT_THAT(StoreTexture("a"_iid, 4, 4, 1), IsOk());
@@ -295,20 +254,6 @@ TEST_F(GpuTexturesTest, ADispatchOutOfCoreUpdatesFirst) {
   ASSERT_THAT(program->SetUniform("factor"_iid, Float64(2)), IsOk());
   EXPECT_THAT(program->DispatchKernel(1, 1, 1, false), IsErrorOfKind(kIllegalArgumentError));
   EXPECT_THAT(TakeCalls(), Not(Contains("barrier 16384")));
-}
-
-TEST_F(GpuTexturesTest, ANoiseSeedHasTheBitsOfItsUniform) {
-  AddKernel(
-      "k"_iid,
-      "#define KERNELINPUTS \\\n(Block<Float32>) values\n\nOSTRA_PARALLEL_KERNEL(K, KERNELINPUTS)\n{\n\tfloat x = "
-      "0.0;\n\tADDNOISECALL\n\tx = RenderNoise(9223372036854775807, vec3(0.0, 0.0, 0.0), 0.0);\n\t"
-      "UNIFORM_BUFFER(values)[0] = x;\n}\nOSTRA_PARALLEL_KERNEL_END\n");
-  ASSERT_THAT(Store("values"_iid, 1), IsOk());
-  ASSERT_THAT(program->SetUniform("noiseSeed_0"_iid, UInt32(4000000000u)), IsOk());
-  TakeCalls();
-  ASSERT_THAT(program->UpdateUniforms(), IsOk());
-  EXPECT_THAT(TakeCalls(), testing::IsSupersetOf({"uint noiseSeed_0 = 4000000000", "noise noiseData_0 = -294967296",
-                                                  "noise noiseData_127 = 42"}));
 }
 
 TEST_F(GpuTexturesTest, FunctionsOfHeadersAreLookedThroughForLayersAndNoises) {

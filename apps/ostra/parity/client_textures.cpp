@@ -58,10 +58,40 @@ void KernelsSampleTextures(ClientRun& run) {
   for (const Float32 value : values) PARITY_HOLDS(run, std::abs(value - encoded) <= 1e-5f);
 }
 
+// A kernel that writes a texture on the GPU and a buffer on the CPU; each dispatch reads what the one before has
+// written.
+void WhatOneDispatchPaintsTheNextOneFinds(ClientRun& run) {
+  constexpr UInt32 kWidth = 13, kHeight = 7;
+  run.AddKernel("paint"_iid, "net.ostra.parity.paint.krn");
+  Floats texels(kWidth * kHeight);
+  for (std::size_t i = 0; i < texels.size(); ++i) texels[i] = static_cast<Float32>(i);
+  if (run.IsGpu()) {
+    TextureBindData data = DescribeTexels(texels, kWidth, kHeight);
+    data._numChannels = 1;
+    data._filter = TextureFilter::POINT;
+    PARITY_OK(run, run->StoreTextureBindData("painted"_iid, data, false));
+    PARITY_OK(run, run->SetTextureToActiveKernelSameId("painted"_iid));
+  } else {
+    run.Store("painted"_iid, texels);
+    PARITY_OK(run, run->SetBufferToActiveKernelSameId("painted"_iid));
+  }
+  PARITY_OK(run, run->SetUniform("width"_iid, UInt32(kWidth)));
+  PARITY_OK(run, run->SetUniform("count"_iid, UInt32(kWidth * kHeight)));
+  PARITY_OK(run, run->UpdateUniforms());
+  for (int i = 0; i < 3; ++i) {
+    PARITY_OK(run, run->DispatchKernel(kWidth * kHeight, 1, 1, true));
+    PARITY_OK(run, run->AddTextureMemoryBarrier());
+    for (std::size_t texel = 0; texel < texels.size(); ++texel)
+      texels[texel] = texels[texel] * 2 + static_cast<Float32>(texel % kWidth) + 0.5f;
+  }
+  PARITY_HOLDS(run, (run.IsGpu() ? ReadTexture(run, "painted"_iid) : run.Read<Float32>("painted"_iid)) == texels);
+}
+
 constexpr ClientScenario kScenarios[] = {
     {"TexturesAreReadBackAsTheyWereStored", &TexturesAreReadBackAsTheyWereStored},
     {"SwappedTexturesAreKnownByTheOtherName", &SwappedTexturesAreKnownByTheOtherName},
     {"KernelsSampleTextures", &KernelsSampleTextures},
+    {"WhatOneDispatchPaintsTheNextOneFinds", &WhatOneDispatchPaintsTheNextOneFinds},
 };
 
 }  // namespace

@@ -234,6 +234,32 @@ void CheckColumns(ClientRun& run) {
     PARITY_FAILS(run, kIllegalArgumentError, "", updated);
 }
 
+void CheckLayers(ClientRun& run) {
+  Floats texels(2 * 4 * 4);
+  for (std::size_t i = 0; i < texels.size(); ++i) texels[i] = static_cast<Float32>(i);
+  TextureBindData data = DescribeTexels(texels, 4, 4);
+  data._numChannels = 1;
+  run.AddKernel("read"_iid, "net.ostra.parity.layers.krn");
+  run.Store("found"_iid, Floats{-1});
+  PARITY_OK(run, run->StoreTextureBindData("image"_iid, data, false));
+  PARITY_OK(run, run->SetTextureToActiveKernelSameId("image"_iid));
+  PARITY_OK(run, run->SetBufferToActiveKernelSameId("found"_iid));
+  const Result<void> updated = run->UpdateUniforms();
+  const Floats read = run.GetTexels(run->GetTextureData("image"_iid, Vec3<Int32>(0), Vec3<Int32>(kAll)));
+  if (run.IsGpu()) {
+    PARITY_FAILS(run, kIllegalArgumentError,
+                 "The kernel's texture \"image\" is read by layer, but a texture with several layers is linked to it: "
+                 "textures on the GPU have one.",
+                 updated);
+    PARITY_HOLDS(run, read == Floats(texels.begin(), texels.begin() + 16));
+    return;
+  }
+  PARITY_OK(run, updated);
+  PARITY_OK(run, run->DispatchKernel(1, 1, 1, false));
+  PARITY_HOLDS(run, run.Read<Float32>("found"_iid) == Floats{25});
+  PARITY_HOLDS(run, read == texels);
+}
+
 constexpr Difference kBuffers[] = {
     {"`CreateUniformBuffer` of no elements", "an empty buffer", "\"Empty buffers are not allowed to be added.\"",
      &CheckEmptyBuffers, "EmptyBuffers"},
@@ -266,6 +292,8 @@ constexpr Difference kTextures[] = {
     {"`REPEAT` at exact multiples of the extent below 0", "one texel too far", "repeated", &CheckRepeatedMultiples,
      "RepeatedMultiples"},
     {"a 1 x N texture", "one-dimensional", "two-dimensional", &CheckColumns, "Columns"},
+    {"a texture of several layers", "has them all",
+     "has the first, and is refused by `UpdateUniforms` for a kernel that reads by layer", &CheckLayers, "Layers"},
 };
 
 }  // namespace
