@@ -1,7 +1,5 @@
 #include "ostra/drawport_vulkan/api.h"
 
-#include <string_view>
-
 namespace ostra::vulkan {
 namespace {
 
@@ -10,7 +8,9 @@ constexpr std::string_view kDeviceLost = "The GPU device is lost.";
 constinit std::atomic<Int> g_callCount{0};
 constinit std::atomic<Int> g_failingCall{0};  // 0: none
 constinit std::atomic<Int32> g_fault{VK_SUCCESS};
-constinit std::atomic<bool> g_hasFired{false};
+constinit std::atomic<const char*> g_firedCall{nullptr};
+
+std::string_view GetFunction(std::string_view call) { return call.substr(0, call.find('(')); }
 
 }  // namespace
 
@@ -64,29 +64,30 @@ Result<void> CheckResult(VkResult result, const char* call, const char* unit, In
       return Error::MakeOutOfMemory(unit, line);
     case VK_ERROR_DEVICE_LOST:
       return MakeDeviceLostError(unit, line);
-    default: {
-      const std::string_view text = call;
-      return MakeError(kIllegalStateError, unit, line, "@ failed with @.", text.substr(0, text.find('(')),
-                       GetResultName(result));
-    }
+    default:
+      return MakeError(kIllegalStateError, unit, line, "@ failed with @.", GetFunction(call), GetResultName(result));
   }
 }
 
 void CallFaults::FailNth(Int n, VkResult result) {
-  g_hasFired = false;
+  g_firedCall = nullptr;
   g_fault = result;
   g_failingCall = g_callCount.load() + n;
 }
 
 void CallFaults::Disable() { g_failingCall = 0; }
-Bool CallFaults::HasFired() { return g_hasFired; }
+Bool CallFaults::HasFired() { return g_firedCall.load() != nullptr; }
+std::string_view CallFaults::GetFiredCall() {
+  const char* call = g_firedCall;
+  return call ? GetFunction(call) : std::string_view();
+}
 Int CallFaults::GetCount() { return g_callCount; }
 
-VkResult CallFaults::TakeFault() {
+VkResult CallFaults::TakeFault(const char* call) {
   const Int number = g_callCount.fetch_add(1, std::memory_order_relaxed) + 1;
   if (number != g_failingCall.load(std::memory_order_relaxed)) [[likely]]
     return VK_SUCCESS;
-  g_hasFired = true;
+  g_firedCall = call;
   return static_cast<VkResult>(g_fault.load());
 }
 

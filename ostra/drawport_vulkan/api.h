@@ -12,6 +12,7 @@
 #include <volk.h>
 
 #include <atomic>
+#include <string_view>
 
 #include "ostra/core/base_array.h"
 #include "ostra/core/format.h"
@@ -34,12 +35,13 @@ namespace CallFaults {
 // Lets the `n`-th call from now on fail with `result`, counted from 1 over all threads. Only that one fails.
 void FailNth(Int n, VkResult result);
 void Disable();
-// True when the call chosen by FailNth was reached.
+// True when the call chosen by FailNth was reached, and which function that was.
 Bool HasFired();
+std::string_view GetFiredCall();
 // Calls so far.
 Int GetCount();
-// The result that this call is to fail with; VK_SUCCESS for none. Counts the call.
-VkResult TakeFault();
+// The result that this call is to fail with; VK_SUCCESS for none. Counts the call. `call` is a literal.
+VkResult TakeFault(const char* call);
 }  // namespace CallFaults
 
 }  // namespace ostra::vulkan
@@ -47,7 +49,7 @@ VkResult TakeFault();
 // Calls a Vulkan function that returns VkResult; → Result<void>. Needs OSTRA_UNIT.
 #define OSTRA_VULKAN(...)                                                                  \
   [&]() -> ::ostra::Result<void> {                                                         \
-    VkResult vulkanResult = ::ostra::vulkan::CallFaults::TakeFault();                      \
+    VkResult vulkanResult = ::ostra::vulkan::CallFaults::TakeFault(#__VA_ARGS__);          \
     if (vulkanResult == VK_SUCCESS) [[likely]]                                             \
       vulkanResult = (__VA_ARGS__);                                                        \
     if (vulkanResult == VK_SUCCESS) [[likely]]                                             \

@@ -37,16 +37,14 @@ void CommandList::RecordBarrier(VkPipelineStageFlags from, VkAccessFlags fromAcc
 }
 
 Result<void> CommandList::AddMemoryBarrier(DrawportBarrierBits bits) {
+  if (_device->IsLost()) return MakeDeviceLostError(kOstraUnit, __LINE__);
   if (!HasAnyBit(bits, DrawportBarrierBits::StorageBuffer | DrawportBarrierBits::Texture)) return OK;
   SuspendPass();                       // beginning again shows all that draws have written
   if (!_hasUnseenDispatch) return OK;  // nothing was written since the last one
   OSTRA_RETURN_IF_ERROR(BeginBatch());
-  const Bool isForStorage = HasAnyBit(bits, DrawportBarrierBits::StorageBuffer);
-  RecordBarrier(VK_PIPELINE_STAGE_COMPUTE_SHADER_BIT, VK_ACCESS_SHADER_WRITE_BIT,
-                isForStorage ? kDispatchStages : VkPipelineStageFlags(VK_PIPELINE_STAGE_COMPUTE_SHADER_BIT),
-                isForStorage ? kDispatchAccess : VK_ACCESS_SHADER_READ_BIT | VK_ACCESS_SHADER_WRITE_BIT);
-  // A barrier for textures does not reach indirect arguments: one for buffers may still have to follow.
-  if (isForStorage) _hasUnseenDispatch = false;
+  // One kind for buffers and textures: clients ask for both, one after the other, and the second then costs nothing.
+  RecordBarrier(VK_PIPELINE_STAGE_COMPUTE_SHADER_BIT, VK_ACCESS_SHADER_WRITE_BIT, kDispatchStages, kDispatchAccess);
+  _hasUnseenDispatch = false;
   return OK;
 }
 

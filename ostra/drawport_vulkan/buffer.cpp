@@ -30,6 +30,10 @@ Result<void> BufferResource::Init(Int bytes, MemoryUse use) {
   if (bytes > INT64_MAX - kPadding) return OSTRA_OUT_OF_MEMORY();
   _size = bytes;
   _paddedSize = (bytes + kPadding - 1) / kPadding * kPadding;
+  if (static_cast<UInt64>(_paddedSize) > GetDevice().GetMaxBufferSize())
+    return OSTRA_ILLEGAL_ARGUMENT(
+        "A device buffer of @ bytes is larger than the @ bytes that the GPU device can give one.", bytes,
+        GetDevice().GetMaxBufferSize());
   const VkDevice device = GetDevice().GetHandle();
   VkBufferCreateInfo info = {VK_STRUCTURE_TYPE_BUFFER_CREATE_INFO};
   info.size = static_cast<VkDeviceSize>(_paddedSize);

@@ -25,13 +25,20 @@ const char* GetFeatureName(DrawportFeature feature) {
   return "an unknown feature";
 }
 
+// The context behind an interface, for something that is made valid or made on its device.
+Result<Context*> FindWorkingContext(DrawportContextInterface& context) {
+  OSTRA_ASSIGN_OR_RETURN(Context * found, FindContext(context));
+  if (found->GetDevice().IsLost()) return MakeDeviceLostError(kOstraUnit, __LINE__);
+  return found;
+}
+
 }  // namespace
 
 VertexBufferItem::~VertexBufferItem() { _cache->vertexBuffers.Forget(_key, this); }
 
 Result<DrawportVertexBuffer*> VertexBufferItem::MakeValid(DrawportContextInterface& context,
                                                           const DrawportVertexBufferFill& fill) {
-  OSTRA_RETURN_IF_ERROR(FindContext(context));
+  OSTRA_RETURN_IF_ERROR(FindWorkingContext(context));
   if (fill) OSTRA_RETURN_IF_ERROR(fill(*this));
   return this;
 }
@@ -51,7 +58,7 @@ Result<void> VertexBufferItem::SetDebugLabel(std::string_view label) {
 
 Result<DrawportDeviceBuffer*> VertexBufferItem::AllocSubBuffer(DrawportContextInterface& context,
                                                                DrawportSubBufferUse use, Int bytes, Int alignment) {
-  OSTRA_ASSIGN_OR_RETURN(Context * found, FindContext(context));
+  OSTRA_ASSIGN_OR_RETURN(Context * found, FindWorkingContext(context));
   if (use != DrawportSubBufferUse::General)
     return OSTRA_ILLEGAL_ARGUMENT("There are no sub-buffers for use @.", static_cast<Int32>(use));
   if (alignment < 1 || !std::has_single_bit(static_cast<UInt64>(alignment)))
@@ -72,7 +79,7 @@ Result<DrawportDeviceBuffer*> VertexBufferItem::AllocSubBuffer(DrawportContextIn
 TextureItem::~TextureItem() { _cache->textures.Forget(_key, this); }
 
 Result<DrawportTexture*> TextureItem::MakeValid(DrawportContextInterface& context, const DrawportTextureFill& fill) {
-  OSTRA_ASSIGN_OR_RETURN(Context * found, FindContext(context));
+  OSTRA_ASSIGN_OR_RETURN(Context * found, FindWorkingContext(context));
   Device& device = found->GetDevice();
   const auto create = [&] { return ImageResource::Create(device, _description); };
   OSTRA_ASSIGN_OR_RETURN(ImageResource * image, _images.Get(device, [&] { return found->MakeWithRoom(create); }));
@@ -83,7 +90,7 @@ Result<DrawportTexture*> TextureItem::MakeValid(DrawportContextInterface& contex
 SamplerItem::~SamplerItem() { _cache->samplers.Forget(_key, this); }
 
 Result<DrawportTextureSampler*> SamplerItem::MakeValid(DrawportContextInterface& context) {
-  OSTRA_ASSIGN_OR_RETURN(Context * found, FindContext(context));
+  OSTRA_ASSIGN_OR_RETURN(Context * found, FindWorkingContext(context));
   Device& device = found->GetDevice();
   OSTRA_ASSIGN_OR_RETURN(SamplerResource * sampler,
                          _samplers.Get(device, [&] { return SamplerResource::Create(device, _key); }));
@@ -93,7 +100,7 @@ Result<DrawportTextureSampler*> SamplerItem::MakeValid(DrawportContextInterface&
 CounterItem::~CounterItem() { _cache->counters.Forget(_key, this); }
 
 Result<DrawportAtomicCounter*> CounterItem::MakeValid(DrawportContextInterface& context) {
-  OSTRA_ASSIGN_OR_RETURN(Context * found, FindContext(context));
+  OSTRA_ASSIGN_OR_RETURN(Context * found, FindWorkingContext(context));
   Device& device = found->GetDevice();
   OSTRA_ASSIGN_OR_RETURN(CounterResource * counter,
                          _counters.Get(device, [&] { return CounterResource::Create(device); }));
@@ -108,7 +115,7 @@ ProgramItem::~ProgramItem() {
 Result<DrawportProgramFactory*> ProgramItem::MakeValid(DrawportContextInterface& context,
                                                        const DrawportVertexAttributeSet* attributes,
                                                        const DrawportFramebufferTargetSet* targets) {
-  OSTRA_ASSIGN_OR_RETURN(Context * found, FindContext(context));
+  OSTRA_ASSIGN_OR_RETURN(Context * found, FindWorkingContext(context));
   OSTRA_ASSIGN_OR_RETURN(ProgramFactory * factory, BuildFor(*found));
   if (attributes) OSTRA_RETURN_IF_ERROR(factory->CheckAttributes(*attributes));
   if (targets) OSTRA_RETURN_IF_ERROR(factory->CheckTargets(*targets));

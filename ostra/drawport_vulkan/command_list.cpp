@@ -94,8 +94,8 @@ void CommandList::Abandon(Batch& batch) {
 }
 
 Result<UInt64> CommandList::BeginBatch() {
-  if (_current) return _current->serial;
   if (_device->IsLost()) return MakeDeviceLostError(kOstraUnit, __LINE__);
+  if (_current) return _current->serial;
   RetireReached();
   Batch& batch = _batches[_next];
   if (batch.isInFlight) OSTRA_RETURN_IF_ERROR(WaitForOldest());
@@ -145,10 +145,9 @@ Result<void> CommandList::Submit() {
 
 Result<void> CommandList::Execute(Bool wait) {
   OSTRA_RETURN_IF_ERROR(Submit());
-  if (!wait) {
-    RetireReached();
-    return OK;
-  }
+  if (!wait || _device->IsLost()) RetireReached();
+  if (_device->IsLost()) return MakeDeviceLostError(kOstraUnit, __LINE__);
+  if (!wait) return OK;
   while (_batches[_oldest].isInFlight) OSTRA_RETURN_IF_ERROR(WaitForOldest());
   if (_aheadValue != 0) {
     OSTRA_RETURN_IF_ERROR(_device->Wait(_aheadValue));

@@ -4,7 +4,7 @@
 // round: once a program is warm, recording allocates nothing.
 //
 // command_list.cpp has batches and dispatches, draw.cpp passes and draws, barriers.cpp what must wait for what,
-// transfers.cpp the movement of bytes.
+// transfers.cpp and texture_transfers.cpp the movement of bytes.
 #pragma once
 
 #include "ostra/drawport/command_list.h"
@@ -136,13 +136,15 @@ class CommandList final : public DrawportCommandList {
   Result<StagingMemory*> TakeStagingMemory(Int bytes, MemoryUse use);
   Result<Byte*> MapForReading(StagingBuffer& staging, BufferResource& buffer, Int byteOffset, Int bytes);
   Result<Byte*> MapForWriting(StagingBuffer& staging, BufferResource& buffer, Int byteOffset, Int bytes);
-  Result<Byte*> ReadTexture(StagingBuffer& staging, ImageResource& image, const DrawportRegion& region, Int hostSize);
   Result<void> CommitBuffer(StagingBuffer& staging);
-  Result<void> CommitTexture(StagingBuffer& staging);
   Result<void> FillWithZeros(BufferResource& buffer);
   // Waits until no work of this list names the resource.
   Result<void> WaitFor(const DeviceResource& resource);
   Bool IsIdle(const DeviceResource& resource);
+
+  // texture_transfers.cpp
+  Result<Byte*> ReadTexture(StagingBuffer& staging, ImageResource& image, const DrawportRegion& region, Int hostSize);
+  Result<void> CommitTexture(StagingBuffer& staging);
 
   DeviceRef _device;
   UInt32 _number = 0;  // tells lists apart

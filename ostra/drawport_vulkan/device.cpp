@@ -70,6 +70,7 @@ Result<void> Device::Init(Int index) {
   vkGetPhysicalDeviceProperties2(_physicalDevice, &properties);
   _properties = properties.properties;
   _miscountsPatches = driver.driverID == VK_DRIVER_ID_MESA_LLVMPIPE;
+  OSTRA_RETURN_IF_ERROR(LookAtLimits());
   OSTRA_RETURN_IF_ERROR(CreateDevice());
   vkGetDeviceQueue(_device, _queueFamily, 0, &_queue);
   _memory.Init(_physicalDevice, _device, _driver->GetSnapshot(index), _hasBudgetExtension);
@@ -83,43 +84,54 @@ Result<void> Device::Init(Int index) {
   return OK;
 }
 
+Result<void> Device::LookAtLimits() {
+  OSTRA_ASSIGN_OR_RETURN(const Bool isKnown, HasDeviceExtension(_physicalDevice, VK_KHR_MAINTENANCE_4_EXTENSION_NAME));
+  if (!isKnown) return OK;
+  VkPhysicalDeviceMaintenance4PropertiesKHR limits = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_MAINTENANCE_4_PROPERTIES_KHR};
+  VkPhysicalDeviceProperties2 properties = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_PROPERTIES_2};
+  properties.pNext = &limits;
+  vkGetPhysicalDeviceProperties2(_physicalDevice, &properties);
+  _maxBufferSize = limits.maxBufferSize;
+  return OK;
+}
+
+void Device::LookAtSubgroups(ShaderFeatures& features) const {
+  VkPhysicalDeviceSubgroupProperties subgroups = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_SUBGROUP_PROPERTIES};
+  VkPhysicalDeviceProperties2 properties = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_PROPERTIES_2};
+  properties.pNext = &subgroups;
+  vkGetPhysicalDeviceProperties2(_physicalDevice, &properties);
+  features.subgroupOperations = subgroups.supportedOperations;
+  features.subgroupStages = subgroups.supportedStages;
+}
+
 Result<void> Device::CreateDevice() {
-  VkPhysicalDeviceVulkan12Features has12 = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_VULKAN_1_2_FEATURES};
-  VkPhysicalDeviceVulkan11Features has11 = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_VULKAN_1_1_FEATURES};
-  VkPhysicalDeviceFeatures2 has = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_FEATURES_2};
-  has.pNext = &has11;
-  has11.pNext = &has12;
+  ShaderFeatures has;
+  VkPhysicalDeviceFeatures2 all = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_FEATURES_2};
+  all.pNext = &has.since11;
+  has.since11.pNext = &has.since12;
   OSTRA_ASSIGN_OR_RETURN(const Bool hasRenderingExtension,
                          HasDeviceExtension(_physicalDevice, VK_KHR_DYNAMIC_RENDERING_EXTENSION_NAME));
   VkPhysicalDeviceDynamicRenderingFeaturesKHR hasRendering = {
       VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_DYNAMIC_RENDERING_FEATURES_KHR};
-  if (hasRenderingExtension) has12.pNext = &hasRendering;
-  vkGetPhysicalDeviceFeatures2(_physicalDevice, &has);
+  if (hasRenderingExtension) has.since12.pNext = &hasRendering;
+  vkGetPhysicalDeviceFeatures2(_physicalDevice, &all);
+  has.core = all.features;
+  LookAtSubgroups(has);
+  has.maxSharedBytes = GetLimits().maxComputeSharedMemorySize;
 
   // What programs may use is switched on where it is there; nothing else.
-  VkPhysicalDeviceVulkan12Features wants12 = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_VULKAN_1_2_FEATURES};
+  _shaderFeatures = SelectShaderFeatures(has);
+  VkPhysicalDeviceVulkan12Features wants12 = _shaderFeatures.since12;
   wants12.timelineSemaphore = VK_TRUE;
   wants12.scalarBlockLayout = VK_TRUE;
-  wants12.shaderFloat16 = has12.shaderFloat16;
-  wants12.shaderInt8 = has12.shaderInt8;
-  wants12.storageBuffer8BitAccess = has12.storageBuffer8BitAccess;
-  wants12.uniformAndStorageBuffer8BitAccess = has12.uniformAndStorageBuffer8BitAccess;
-  VkPhysicalDeviceVulkan11Features wants11 = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_VULKAN_1_1_FEATURES};
-  wants11.storageBuffer16BitAccess = has11.storageBuffer16BitAccess;
-  wants11.uniformAndStorageBuffer16BitAccess = has11.uniformAndStorageBuffer16BitAccess;
+  VkPhysicalDeviceVulkan11Features wants11 = _shaderFeatures.since11;
   VkPhysicalDeviceFeatures2 wants = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_FEATURES_2};
-  wants.features.robustBufferAccess = has.features.robustBufferAccess;
-  wants.features.shaderInt16 = has.features.shaderInt16;
-  wants.features.shaderInt64 = has.features.shaderInt64;
-  wants.features.shaderStorageImageReadWithoutFormat = has.features.shaderStorageImageReadWithoutFormat;
-  wants.features.shaderStorageImageWriteWithoutFormat = has.features.shaderStorageImageWriteWithoutFormat;
-  wants.features.shaderStorageImageExtendedFormats = has.features.shaderStorageImageExtendedFormats;
-  wants.features.vertexPipelineStoresAndAtomics = has.features.vertexPipelineStoresAndAtomics;
-  wants.features.fragmentStoresAndAtomics = has.features.fragmentStoresAndAtomics;
-  wants.features.tessellationShader = has.features.tessellationShader;
-  wants.features.sampleRateShading = has.features.sampleRateShading;
-  wants.features.independentBlend = has.features.independentBlend;
-  wants.features.largePoints = has.features.largePoints;
+  wants.features = _shaderFeatures.core;
+  wants.features.robustBufferAccess = has.core.robustBufferAccess;
+  wants.features.vertexPipelineStoresAndAtomics = has.core.vertexPipelineStoresAndAtomics;
+  wants.features.fragmentStoresAndAtomics = has.core.fragmentStoresAndAtomics;
+  wants.features.independentBlend = has.core.independentBlend;
+  wants.features.largePoints = has.core.largePoints;
   wants.pNext = &wants11;
   wants11.pNext = &wants12;
   VkPhysicalDeviceDynamicRenderingFeaturesKHR wantsRendering = {
@@ -134,8 +146,6 @@ Result<void> Device::CreateDevice() {
   _graphics.hasFragmentStores = wants.features.fragmentStoresAndAtomics;
   _graphics.hasIndependentBlend = wants.features.independentBlend;
   _hasHalfFloats = wants12.shaderFloat16 && wants11.storageBuffer16BitAccess;
-  _hasFormatlessImages =
-      wants.features.shaderStorageImageReadWithoutFormat && wants.features.shaderStorageImageWriteWithoutFormat;
 
   OSTRA_ASSIGN_OR_RETURN(_hasBudgetExtension, HasDeviceExtension(_physicalDevice, VK_EXT_MEMORY_BUDGET_EXTENSION_NAME));
   const char* extensions[2];

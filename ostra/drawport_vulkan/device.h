@@ -4,6 +4,7 @@
 
 #include "ostra/drawport_vulkan/driver.h"
 #include "ostra/drawport_vulkan/memory.h"
+#include "ostra/drawport_vulkan/shader_features.h"
 
 namespace ostra::vulkan {
 
@@ -39,8 +40,11 @@ class Device final : public DrawportCounted<Device, DrawportObject> {
   // Compiled programs.
   ProgramStore& GetPrograms() { return *_programs; }
 
+  // Bytes that a buffer can have.
+  UInt64 GetMaxBufferSize() const { return _maxBufferSize; }
   Bool HasHalfFloats() const { return _hasHalfFloats; }
-  Bool HasFormatlessImages() const { return _hasFormatlessImages; }
+  // What programs may use.
+  const ShaderFeatures& GetShaderFeatures() const { return _shaderFeatures; }
   const GraphicsFeatures& GetGraphics() const { return _graphics; }
   // For tests: what another device would have. Before anything is drawn.
   void SetGraphics(const GraphicsFeatures& graphics) { _graphics = graphics; }
@@ -74,6 +78,8 @@ class Device final : public DrawportCounted<Device, DrawportObject> {
  private:
   Result<void> Init(Int index);
   Result<void> CreateDevice();
+  Result<void> LookAtLimits();
+  void LookAtSubgroups(ShaderFeatures& features) const;
   // Remembers a lost device; → the result as it is. With the queue locked.
   Result<void> Watch(Result<void> result);
 
@@ -84,9 +90,10 @@ class Device final : public DrawportCounted<Device, DrawportObject> {
   VkDevice _device = VK_NULL_HANDLE;
   VkQueue _queue = VK_NULL_HANDLE;
   UInt32 _queueFamily = 0;
+  UInt64 _maxBufferSize = UINT64_MAX;
   Bool _hasHalfFloats = false;
-  Bool _hasFormatlessImages = false;
   Bool _hasBudgetExtension = false;
+  ShaderFeatures _shaderFeatures;
   GraphicsFeatures _graphics;
   Bool _miscountsPatches = false;
 

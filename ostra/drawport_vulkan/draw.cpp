@@ -77,6 +77,7 @@ Result<void> CommandList::EndDrawPass() {
   SuspendPass();
   _target = {};
   _lastPipeline = {};
+  if (result && _device->IsLost()) return MakeDeviceLostError(kOstraUnit, __LINE__);
   return result;
 }
 

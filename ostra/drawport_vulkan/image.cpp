@@ -118,8 +118,19 @@ Result<void> ImageResource::CheckSize(const VkImageCreateInfo& info) const {
   VkImageFormatProperties limits = {};
   const VkResult known = vkGetPhysicalDeviceImageFormatProperties(
       GetDevice().GetPhysicalDevice(), info.format, info.imageType, info.tiling, info.usage, info.flags, &limits);
-  if (known != VK_SUCCESS) return OK;  // says nothing about sizes
+  if (known == VK_ERROR_FORMAT_NOT_SUPPORTED)
+    return OSTRA_ILLEGAL_ARGUMENT("The GPU device has no textures of this kind of the pixel format @.",
+                                  _description.format->id);
+  if (known != VK_SUCCESS) return CheckResult(known, "vkGetPhysicalDeviceImageFormatProperties", kOstraUnit, __LINE__);
   const auto& [width, height, depth] = _description.extent;
+  // Formats and uses may have less than what holds for textures in general.
+  const VkExtent3D& most = limits.maxExtent;
+  if (info.extent.width > most.width || info.extent.height > most.height || info.extent.depth > most.depth ||
+      info.arrayLayers > limits.maxArrayLayers)
+    return OSTRA_ILLEGAL_ARGUMENT(
+        "A texture of @ x @ x @ texels of the pixel format @ is not possible; the GPU device has at most @ x @ x @ and "
+        "@ layers.",
+        width, height, depth, _description.format->id, most.width, most.height, most.depth, limits.maxArrayLayers);
   const Int texels = width * height * depth * _description.sampleCount;  // no side has more than 2^16
   if (static_cast<UInt64>(texels) <= limits.maxResourceSize / static_cast<UInt64>(_format.deviceTexelSize)) return OK;
   return OSTRA_ILLEGAL_ARGUMENT(

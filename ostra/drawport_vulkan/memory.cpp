@@ -25,6 +25,11 @@ constexpr Int kBlockSize = Int(64) << 20;
 // What is larger than this part of a block gets memory of its own, so that it is given back with it.
 constexpr Int kDedicatedFraction = 4;
 
+template <class T>
+Bool IsOutOfMemory(const Result<T>& result) {
+  return result.GetError().GetKind() == kOutOfMemoryError;
+}
+
 }  // namespace
 
 void MemoryPool::Release() {
@@ -46,23 +51,38 @@ Int MemoryPool::GetBlockSize(Int wanted) const {
   return wanted > size / kDedicatedFraction ? wanted : size;
 }
 
+Bool MemoryPool::IsCounted(const MemoryBlock& block) const {
+  return block.use == MemoryUse::Device && _snapshot->memoryTypes[block.type].isDeviceLocal;
+}
+
 Result<MemoryPiece> MemoryPool::Allocate(const VkMemoryRequirements& requirements, MemoryUse use,
                                          MemoryContent content) {
   const Int size = static_cast<Int>(requirements.size);
   const Int alignment = static_cast<Int>(requirements.alignment);
-  const Int type = PlanMemoryType(*_snapshot, use, requirements.memoryTypeBits);
+  UInt32 allowed = requirements.memoryTypeBits;
+  Int type = PlanMemoryType(*_snapshot, use, allowed);
   if (type < 0) return OSTRA_ILLEGAL_STATE("The GPU device has no memory of the kind that is needed.");
 
   const std::scoped_lock lock(_mutex);
   const Int limit = GetDrawportMemoryLimit();
   if (use == MemoryUse::Device && limit > 0 && _usedSize + size > limit) return OSTRA_OUT_OF_MEMORY();
+  while (true) {
+    Result<MemoryPiece> piece = AllocateOfType(size, alignment, static_cast<UInt32>(type), use, content);
+    if (piece || !IsOutOfMemory(piece)) return piece;
+    // What is slower is better than nothing.
+    allowed &= ~(UInt32(1) << type);
+    type = PlanMemoryType(*_snapshot, use, allowed);
+    if (type < 0) return piece;
+  }
+}
 
+Result<MemoryPiece> MemoryPool::AllocateOfType(Int size, Int alignment, UInt32 type, MemoryUse use,
+                                               MemoryContent content) {
   MemoryBlock* found = nullptr;
   Int offset = RangeAllocator::kFull;
-  const Int blockSize = GetBlockSize(size);
-  if (blockSize > size) {
+  if (GetBlockSize(size) > size) {
     for (MemoryBlock* block : _blocks) {
-      if (block->type != static_cast<UInt32>(type) || block->use != use || block->content != content) continue;
+      if (block->type != type || block->use != use || block->content != content) continue;
       OSTRA_ASSIGN_OR_RETURN(offset, block->ranges.Allocate(size, alignment));
       if (offset == RangeAllocator::kFull) continue;
       found = block;
@@ -70,16 +90,28 @@ Result<MemoryPiece> MemoryPool::Allocate(const VkMemoryRequirements& requirement
     }
   }
   if (!found) {
-    OSTRA_ASSIGN_OR_RETURN(found, AddBlock(blockSize, static_cast<UInt32>(type), use, content));
+    OSTRA_ASSIGN_OR_RETURN(found, AddBlockFor(size, type, use, content));
     OSTRA_ASSIGN_OR_RETURN(offset, found->ranges.Allocate(size, alignment));
   }
-  if (use == MemoryUse::Device) _usedSize += size;
+  if (IsCounted(*found)) _usedSize += size;
   return MemoryPiece{.memory = found->memory,
                      .offset = offset,
                      .size = size,
                      .mapped = found->mapped ? found->mapped + offset : nullptr,
                      .isHostCached = _snapshot->memoryTypes[type].isHostCached,
                      .block = found};
+}
+
+Result<MemoryBlock*> MemoryPool::AddBlockFor(Int size, UInt32 type, MemoryUse use, MemoryContent content) {
+  Int blockSize = GetBlockSize(size);
+  Result<MemoryBlock*> block = AddBlock(blockSize, type, use, content);
+  if (!block && IsOutOfMemory(block) && FreeEmptyBlocksLocked()) block = AddBlock(blockSize, type, use, content);
+  // Where a whole block does not fit any more, the piece itself still may.
+  while (!block && IsOutOfMemory(block) && blockSize > size) {
+    blockSize = std::max(blockSize / 2, size);
+    block = AddBlock(blockSize, type, use, content);
+  }
+  return block;
 }
 
 Result<MemoryBlock*> MemoryPool::AddBlock(Int size, UInt32 type, MemoryUse use, MemoryContent content) {
@@ -128,7 +160,7 @@ void MemoryPool::Free(const MemoryPiece& piece) {
   const std::scoped_lock lock(_mutex);
   MemoryBlock* block = piece.block;
   block->ranges.Free(piece.offset, piece.size);
-  if (block->use == MemoryUse::Device) _usedSize -= piece.size;
+  if (IsCounted(*block)) _usedSize -= piece.size;
   // An empty block of the common size is kept for the next one; memory of a single piece goes with it.
   if (!block->ranges.IsEmpty() || block->size != piece.size) return;
   for (Int i = 0; i < _blocks.GetCount(); ++i) {
@@ -140,8 +172,14 @@ void MemoryPool::Free(const MemoryPiece& piece) {
 
 void MemoryPool::FreeEmptyBlocks() {
   const std::scoped_lock lock(_mutex);
-  for (Int i = _blocks.GetCount() - 1; i >= 0; --i)
+  FreeEmptyBlocksLocked();
+}
+
+Bool MemoryPool::FreeEmptyBlocksLocked() {
+  const Int before = _blocks.GetCount();
+  for (Int i = before - 1; i >= 0; --i)
     if (_blocks[i]->ranges.IsEmpty()) RemoveBlock(i);
+  return _blocks.GetCount() < before;
 }
 
 Int MemoryPool::GetUsedSize() const {

@@ -47,7 +47,13 @@ class MemoryPool {
   Int GetUsedSize() const;
 
  private:
+  Result<MemoryPiece> AllocateOfType(Int size, Int alignment, UInt32 type, MemoryUse use, MemoryContent content);
+  // A block that has room for `size` bytes, of the common size where that can be had.
+  Result<MemoryBlock*> AddBlockFor(Int size, UInt32 type, MemoryUse use, MemoryContent content);
   Result<MemoryBlock*> AddBlock(Int size, UInt32 type, MemoryUse use, MemoryContent content);
+  Bool FreeEmptyBlocksLocked();
+  // Whether pieces of the block count as device memory.
+  Bool IsCounted(const MemoryBlock& block) const;
   void RemoveBlock(Int index);
   Int GetBlockSize(Int wanted) const;
 

@@ -9,45 +9,6 @@ OSTRA_UNIT("drawport_vulkan");
 namespace ostra::vulkan {
 namespace {
 
-constexpr UInt32 kSpirvMagic = 0x07230203;
-constexpr Int kSpirvHeaderWords = 5;
-constexpr UInt32 kOpExecutionMode = 16;
-constexpr UInt32 kOpCapability = 17;
-constexpr UInt32 kOpDecorate = 71;
-constexpr UInt32 kOpVariable = 59;
-constexpr UInt32 kDecorationLocation = 30;
-constexpr UInt32 kDecorationBinding = 33;
-constexpr UInt32 kModeDepthReplacing = 12;
-constexpr UInt32 kCapabilitySampleRateShading = 35;
-constexpr UInt32 kStorageInput = 1;
-constexpr UInt32 kStorageOutput = 3;
-
-// Calls `use` (→ Result<void>) with the number of each instruction of SPIR-V words, its operands and their count.
-template <class Use>
-Result<void> ForEachInstruction(Block<const UInt32> spirv, Use&& use) {
-  const UInt32* words = spirv.GetFirst();
-  const Int count = spirv.GetCount();
-  if (count < kSpirvHeaderWords || words[0] != kSpirvMagic) return OK;
-  for (Int i = kSpirvHeaderWords; i < count;) {
-    const Int length = words[i] >> 16;
-    if (length == 0 || i + length > count) break;
-    OSTRA_RETURN_IF_ERROR(use(words[i] & 0xFFFF, words + i + 1, length - 1));
-    i += length;
-  }
-  return OK;
-}
-
-// Whether `matches` holds for some instruction.
-template <class Matches>
-Bool HasInstruction(Block<const UInt32> spirv, Matches&& matches) {
-  Bool found = false;
-  static_cast<void>(ForEachInstruction(spirv, [&](UInt32 instruction, const UInt32* operands, Int count) {
-    found = found || matches(instruction, operands, count);
-    return Result<void>(OK);
-  }));
-  return found;
-}
-
 struct KindLimit {
   VkDescriptorType type;
   UInt32 VkPhysicalDeviceLimits::*limit;
@@ -102,52 +63,6 @@ VkShaderStageFlagBits GetStageFlag(DrawportStage stage) {
       break;
   }
   return VK_SHADER_STAGE_COMPUTE_BIT;
-}
-
-Result<BaseArray<UInt32>> FindBindings(Block<const UInt32> spirv) {
-  BaseArray<UInt32> numbers;
-  const auto add = [&numbers](UInt32 instruction, const UInt32* operands, Int count) -> Result<void> {
-    if (instruction == kOpDecorate && count == 3 && operands[1] == kDecorationBinding)
-      OSTRA_RETURN_IF_ERROR(numbers.Append(operands[2]));
-    return OK;
-  };
-  OSTRA_RETURN_IF_ERROR(ForEachInstruction(spirv, add));
-  std::sort(numbers.begin(), numbers.end());
-  return numbers;
-}
-
-Result<BaseArray<UInt32>> FindLocations(Block<const UInt32> spirv, Bool ofInputs) {
-  struct Decoration {
-    UInt32 variable;
-    UInt32 location;
-  };
-  BaseArray<Decoration> decorations;
-  BaseArray<UInt32> locations;
-  // Decorations stand in front of the variables.
-  const auto add = [&](UInt32 instruction, const UInt32* operands, Int count) -> Result<void> {
-    if (instruction == kOpDecorate && count == 3 && operands[1] == kDecorationLocation)
-      OSTRA_RETURN_IF_ERROR(decorations.Append(Decoration{operands[0], operands[2]}));
-    if (instruction != kOpVariable || count < 3 || operands[2] != (ofInputs ? kStorageInput : kStorageOutput))
-      return OK;
-    for (const Decoration& decoration : decorations)
-      if (decoration.variable == operands[1]) OSTRA_RETURN_IF_ERROR(locations.Append(decoration.location));
-    return OK;
-  };
-  OSTRA_RETURN_IF_ERROR(ForEachInstruction(spirv, add));
-  std::sort(locations.begin(), locations.end());
-  return locations;
-}
-
-Bool WritesDepth(Block<const UInt32> spirv) {
-  return HasInstruction(spirv, [](UInt32 instruction, const UInt32* operands, Int count) {
-    return instruction == kOpExecutionMode && count >= 2 && operands[1] == kModeDepthReplacing;
-  });
-}
-
-Bool RunsForSamples(Block<const UInt32> spirv) {
-  return HasInstruction(spirv, [](UInt32 instruction, const UInt32* operands, Int count) {
-    return instruction == kOpCapability && count >= 1 && operands[0] == kCapabilitySampleRateShading;
-  });
 }
 
 Result<PipelineRef> Pipeline::Create(Device& device, const ContentKey& key, BaseArray<PipelineStage> stages,

@@ -94,15 +94,4 @@ class DescriptorPool final : public DeviceResource {
 };
 using DescriptorPoolRef = StrongRef<DescriptorPool>;
 
-// The binding numbers that variables of SPIR-V words have: what the optimiser left of the declarations. Words that are
-// no SPIR-V have none. Error: out of memory.
-Result<BaseArray<UInt32>> FindBindings(Block<const UInt32> spirv);
-
-// The locations of the inputs, or of the outputs, of SPIR-V words; of matrices the first one. Error: out of memory.
-Result<BaseArray<UInt32>> FindLocations(Block<const UInt32> spirv, Bool ofInputs);
-
-// Whether the words compute the depth of a pixel, and whether they run for each sample.
-Bool WritesDepth(Block<const UInt32> spirv);
-Bool RunsForSamples(Block<const UInt32> spirv);
-
 }  // namespace ostra::vulkan

@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "ostra/core/diagnostics.h"
+#include "ostra/drawport_vulkan/spirv.h"
 #include "ostra/monitor/monitor.h"
 #include "ostra/shadercompiler/shader_compiler.h"
 #include "ostra/shadercompiler/version.h"
@@ -13,8 +14,6 @@ namespace ostra::vulkan {
 namespace {
 
 constexpr Int kStoreLimit = Int(256) << 20;
-
-std::string_view GetBytes(const void* first, std::size_t size) { return {static_cast<const char*>(first), size}; }
 
 Result<String> FindStoreFolder() {
   const char* chosen = std::getenv("OSTRA_GPU_CACHE");
@@ -27,6 +26,16 @@ Result<String> FindStoreFolder() {
 
 }  // namespace
 
+ContentKey MakeSpirvKey(std::string_view compiler, const Id& language, DrawportStage stage, std::string_view text) {
+  ContentKey key;
+  key.Add(std::string_view("spirv"));
+  key.Add(compiler);
+  key.Add(language.GetView());
+  key.Add(static_cast<UInt64>(stage));
+  key.Add(text);
+  return key;
+}
+
 Result<ProgramStore*> ProgramStore::Create(Device& device) {
   ProgramStore* store = NewObj<ProgramStore>(device);
   if (!store) return OSTRA_OUT_OF_MEMORY();
@@ -37,8 +46,7 @@ Result<ProgramStore*> ProgramStore::Create(Device& device) {
 }
 
 ProgramStore::~ProgramStore() {
-  SaveDriverCache();
-  if (_driverCache) vkDestroyPipelineCache(_device.GetHandle(), _driverCache, nullptr);
+  if (_hasNewPipelines) _driverCache.Save(_store);
 }
 
 Result<void> ProgramStore::Init() {
@@ -51,32 +59,8 @@ Result<void> ProgramStore::Init() {
   else
     WarningOutput("Compiled GPU programs are not kept: @", store.GetError());
 
-  const VkPhysicalDeviceProperties& properties = _device.GetProperties();
-  _driverKey.Add(std::string_view("pipelines"));
-  _driverKey.Add(GetBytes(properties.pipelineCacheUUID, sizeof(properties.pipelineCacheUUID)));
-  _driverKey.Add(std::string_view(properties.deviceName));
-  for (const UInt32 number : {properties.vendorID, properties.deviceID, properties.driverVersion})
-    _driverKey.Add(static_cast<UInt64>(number));
-  OSTRA_ASSIGN_OR_RETURN(const String version, GetShaderCompilerVersion());
-  _compilerKey.Add(std::string_view("spirv"));
-  _compilerKey.Add(version.GetView());
-
-  // The driver looks at the data and leaves alone what is not its own.
-  OSTRA_ASSIGN_OR_RETURN(const BaseArray<Byte> data, _store.Load(_driverKey));
-  VkPipelineCacheCreateInfo info = {VK_STRUCTURE_TYPE_PIPELINE_CACHE_CREATE_INFO};
-  info.initialDataSize = static_cast<std::size_t>(data.GetCount());
-  info.pInitialData = data.GetFirst();
-  return OSTRA_VULKAN(vkCreatePipelineCache(_device.GetHandle(), &info, nullptr, &_driverCache));
-}
-
-void ProgramStore::SaveDriverCache() {
-  if (!_hasNewPipelines || _device.IsLost()) return;
-  std::size_t size = 0;
-  if (vkGetPipelineCacheData(_device.GetHandle(), _driverCache, &size, nullptr) != VK_SUCCESS || size == 0) return;
-  BaseArray<Byte> data;
-  if (!data.Resize(static_cast<Int>(size))) return;
-  if (vkGetPipelineCacheData(_device.GetHandle(), _driverCache, &size, data.GetFirst()) != VK_SUCCESS) return;
-  _store.Save(_driverKey, Block<const Byte>(data.GetFirst(), static_cast<Int>(size)));
+  OSTRA_ASSIGN_OR_RETURN(_compiler, GetShaderCompilerVersion());
+  return _driverCache.Load(_store);
 }
 
 PipelineRef ProgramStore::FindRunning(const ContentKey& key) {
@@ -100,10 +84,7 @@ ProgramStatistics ProgramStore::GetStatistics() const {
 }
 
 Result<BaseArray<UInt32>> ProgramStore::GetSpirv(const Id& language, const StageText& text, const String& name) {
-  ContentKey key = _compilerKey;
-  key.Add(language.GetView());
-  key.Add(static_cast<UInt64>(text.stage));
-  key.Add(text.shader->text.GetView());
+  const ContentKey key = MakeSpirvKey(_compiler, language, text.stage, text.shader->text);
   BaseArray<UInt32> words;
   OSTRA_ASSIGN_OR_RETURN(const BaseArray<Byte> kept, _store.Load(key));
   if (kept.IsPopulated() && kept.GetCount() % static_cast<Int>(sizeof(UInt32)) == 0) {
@@ -128,7 +109,7 @@ Result<BaseArray<UInt32>> ProgramStore::GetSpirv(const Id& language, const Stage
 
 Result<PipelineRef> ProgramStore::GetPipeline(const Id& language, Block<const StageText> stages,
                                               Block<const PipelineBinding> declared, const String& name) {
-  ContentKey key = _compilerKey;
+  ContentKey key;
   key.Add(language.GetView());
   for (Int i = 0; i < stages.GetCount(); ++i) {
     key.Add(static_cast<UInt64>(stages[i].stage));
@@ -149,6 +130,7 @@ Result<PipelineRef> ProgramStore::GetPipeline(const Id& language, Block<const St
     const Block<const UInt32> words(stage.words.GetFirst(), stage.words.GetCount());
     if (RunsForSamples(words) && !_device.GetGraphics().hasSampleShading)
       return OSTRA_ILLEGAL_STATE("The GPU device cannot run a stage for each sample, which InSampleID asks for.");
+    OSTRA_RETURN_IF_ERROR(CheckShader(_device.GetShaderFeatures(), GetStageFlag(stage.stage), words, name));
     stage.writesDepth = WritesDepth(words);
     OSTRA_ASSIGN_OR_RETURN(stage.inputs, FindLocations(words, true));
     OSTRA_ASSIGN_OR_RETURN(stage.outputs, FindLocations(words, false));
@@ -166,7 +148,7 @@ Result<PipelineRef> ProgramStore::GetPipeline(const Id& language, Block<const St
   OSTRA_ASSIGN_OR_RETURN(
       PipelineRef pipeline,
       Pipeline::Create(_device, key, std::move(compiled),
-                       Block<const PipelineBinding>(used.GetFirst(), used.GetCount()), _driverCache));
+                       Block<const PipelineBinding>(used.GetFirst(), used.GetCount()), _driverCache.GetHandle()));
   if (const auto label = CString::Create(name)) pipeline->SetName(*label);
   const std::scoped_lock lock(_mutex);
   _hasNewPipelines = true;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "ostra/core/hash_map.h"
+#include "ostra/drawport_vulkan/driver_cache.h"
 #include "ostra/drawport_vulkan/pipeline.h"
 
 namespace ostra::vulkan {
@@ -20,13 +21,17 @@ struct StageText {
   const AssembledShader* shader = nullptr;
 };
 
+// The key of the words that `compiler` makes of a stage's text. Another compiler, or another version of it, makes
+// others.
+ContentKey MakeSpirvKey(std::string_view compiler, const Id& language, DrawportStage stage, std::string_view text);
+
 class ProgramStore {
  public:
   // OSTRA_GPU_CACHE names the folder of the disk caches; "off" keeps nothing. Otherwise it is the folder "gpu" of the
   // user's cache folder. A folder that cannot be used is a warning, not an error. Error: out of memory.
   static Result<ProgramStore*> Create(Device& device);
 
-  explicit ProgramStore(Device& device) : _device(device) {}
+  explicit ProgramStore(Device& device) : _device(device), _driverCache(device) {}
   ProgramStore(const ProgramStore&) = delete;
   ~ProgramStore();
 
@@ -44,13 +49,11 @@ class ProgramStore {
   Result<void> Init();
   Result<BaseArray<UInt32>> GetSpirv(const Id& language, const StageText& text, const String& name);
   PipelineRef FindRunning(const ContentKey& key);
-  void SaveDriverCache();
 
   Device& _device;
   ContentStore _store;
-  ContentKey _driverKey;    // of this device and driver
-  ContentKey _compilerKey;  // of the compiler and its options
-  VkPipelineCache _driverCache = VK_NULL_HANDLE;
+  String _compiler;
+  DriverCache _driverCache;
 
   mutable std::mutex _mutex;
   HashMap<ContentKey, Pipeline*> _running;  // not counted

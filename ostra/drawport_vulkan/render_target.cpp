@@ -16,6 +16,7 @@ Bool CanBlend(VkPhysicalDevice device, VkFormat format) {
 }  // namespace
 
 Result<RenderTargetRef> RenderTarget::Create(Device& device, const DrawportRenderTargetDescription& description) {
+  if (device.IsLost()) return MakeDeviceLostError(kOstraUnit, __LINE__);
   RenderTarget* target = NewObj<RenderTarget>(DeviceRef(&device), description);
   if (!target) return OSTRA_OUT_OF_MEMORY();
   RenderTargetRef held = RenderTargetRef::Adopt(target);

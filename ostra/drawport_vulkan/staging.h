@@ -7,6 +7,9 @@
 
 namespace ostra::vulkan {
 
+// A transfer of this many bytes is worth a submission of its own, and too long for the host to wait for.
+inline constexpr Int kLargeTransfer = Int(1) << 20;
+
 // Memory for one transfer. Free again when batch `busyUntil` is done.
 struct StagingMemory {
   BufferRef buffer;
@@ -22,6 +25,9 @@ class StagingBuffer final : public DrawportStagingBuffer {
 
   Int GetSize() const override { return size; }
 
+  // Whether so many bytes can be mapped in this mode now. Errors: illegal argument, illegal state.
+  Result<void> CheckMapping(DrawportMapMode mode, Int mappedBytes) const;
+
   State state = State::Released;
   Int size = 0;
   DrawportStagingUse use = DrawportStagingUse::BufferUpload;
@@ -34,7 +40,9 @@ class StagingBuffer final : public DrawportStagingBuffer {
   Int bytes = 0;
   ImageRef image;
   DrawportRegion region;
-  Int deviceOffset = 0;  // in `memory`: where the texels of a widened texture lie as the device has them
+  // What the client sees of a texture that the device has in another form: memory that is shared with the device may be
+  // slow to read. Kept when the staging buffer is released.
+  BaseArray<Byte> texels;
 };
 
 }  // namespace ostra::vulkan

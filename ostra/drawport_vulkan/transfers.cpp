@@ -14,68 +14,8 @@ namespace {
 // Staging memory of one list. More waits until the device is done with some of it.
 constexpr Int kMaxStagingMemory = Int(64) << 20;
 constexpr Int kMinStagingMemory = Int(64) << 10;
-constexpr Int kTexelAlignment = 256;  // of texels behind each other in one staging memory
-constexpr Int kSlowFill = Int(1) << 20;
 
 DrawportRegion MakeRange(Int begin, Int count) { return {{begin, 0, 0}, {count, 1, 1}}; }
-
-Bool Serves(DrawportStagingUse use, DrawportMapMode mode) {
-  if (use == DrawportStagingUse::BufferUpload) return mode == DrawportMapMode::WriteDiscard;
-  if (use == DrawportStagingUse::HostRead) return mode == DrawportMapMode::Read;
-  return mode == DrawportMapMode::Read || mode == DrawportMapMode::WriteDiscard;
-}
-
-Result<void> CheckMapping(const StagingBuffer& staging, DrawportMapMode mode, Int bytes) {
-  if (staging.state != StagingBuffer::State::Idle)
-    return OSTRA_ILLEGAL_STATE(staging.state == StagingBuffer::State::Released
-                                   ? "The staging buffer has been released."
-                                   : "The staging buffer is mapped already.");
-  if (!Serves(staging.use, mode))
-    return OSTRA_ILLEGAL_ARGUMENT("A staging buffer for use @ cannot be mapped in mode @.",
-                                  static_cast<Int>(staging.use), static_cast<Int>(mode));
-  if (bytes < 1 || bytes > staging.size)
-    return OSTRA_ILLEGAL_ARGUMENT("@ bytes cannot be mapped in a staging buffer of @ bytes.", bytes, staging.size);
-  return OK;
-}
-
-// Whether the device cannot copy the rows as the host has them.
-Bool NeedsRepacking(const ImageResource& image, Int width) {
-  return image.GetFormat().IsWidened() || image.GetPitch(width) % image.GetFormat().hostTexelSize != 0;
-}
-
-Int GetDeviceSize(const ImageResource& image, const DrawportExtent& extent) {
-  return extent.width * extent.height * extent.depth * image.GetFormat().deviceTexelSize;
-}
-
-Int AlignTexels(Int size) { return (size + kTexelAlignment - 1) / kTexelAlignment * kTexelAlignment; }
-
-// Between the rows of the host, a pitch apart, and the packed texels of the device.
-void Repack(const ImageResource& image, const DrawportExtent& extent, Byte* host, Byte* device, Bool toDevice) {
-  const FormatInfo& format = image.GetFormat();
-  const Int pitch = image.GetPitch(extent.width);
-  const Int deviceRow = extent.width * format.deviceTexelSize;
-  for (Int row = 0; row < extent.height * extent.depth; ++row, host += pitch, device += deviceRow) {
-    if (!format.IsWidened())
-      toDevice ? MemCopy(device, host, deviceRow) : MemCopy(host, device, deviceRow);
-    else if (toDevice)
-      WidenTexels(format, host, device, extent.width);
-    else
-      NarrowTexels(format, device, host, extent.width);
-  }
-}
-
-VkBufferImageCopy MakeCopy(const ImageResource& image, const DrawportRegion& region, Int deviceOffset) {
-  const auto& [origin, extent] = image.GetRegionInLayer(region);
-  VkBufferImageCopy copy = {};
-  copy.bufferOffset = static_cast<VkDeviceSize>(deviceOffset);
-  if (!NeedsRepacking(image, extent.width))
-    copy.bufferRowLength = static_cast<UInt32>(image.GetPitch(extent.width) / image.GetFormat().hostTexelSize);
-  copy.imageSubresource = image.GetLayers(region);
-  copy.imageOffset = {static_cast<Int32>(origin.x), static_cast<Int32>(origin.y), static_cast<Int32>(origin.z)};
-  copy.imageExtent = {static_cast<UInt32>(extent.width), static_cast<UInt32>(extent.height),
-                      static_cast<UInt32>(extent.depth)};
-  return copy;
-}
 
 // Gives an image its layout and makes it zero.
 void RecordClear(VkCommandBuffer commands, ImageResource& image) {
@@ -159,6 +99,8 @@ void CommandList::FreeSpareMemory() {
   const UInt64 completed = GetCompletedSerial();
   Int total = 0;
   for (const StagingMemory* memory : _stagingMemory) total += memory->buffer->GetSize();
+  for (StagingBuffer* staging : _stagingBuffers)
+    if (staging->state == StagingBuffer::State::Released) staging->texels = {};
   for (Int i = _stagingMemory.GetCount() - 1; i >= 0 && total > kMaxStagingMemory / 2; --i) {
     StagingMemory* memory = _stagingMemory[i];
     if (memory->isMapped || memory->busyUntil > completed) continue;
@@ -213,7 +155,7 @@ Result<void> CommandList::EnsureZeroed(BufferResource& buffer) {
   const Int begin = buffer.GetZeroBegin();
   const Int end = buffer.GetPaddedSize();
   if (begin >= end) return OK;
-  const Bool isQuick = buffer.IsHostCached() || end - begin <= kSlowFill;
+  const Bool isQuick = buffer.IsHostCached() || end - begin <= kLargeTransfer;
   if (!buffer.GetMapped() || !isQuick || !IsIdle(buffer)) return FillWithZeros(buffer);
   std::fill(buffer.GetMapped() + begin, buffer.GetMapped() + end, Byte(0));
   buffer.SetZeroBegin(end, 0);
@@ -274,7 +216,7 @@ Result<Byte*> CommandList::PrivateMapBuffer(DrawportStagingBuffer& stagingBuffer
                                             Int bytes) {
   auto& staging = static_cast<StagingBuffer&>(stagingBuffer);
   auto& buffer = static_cast<BufferResource&>(deviceBuffer);
-  OSTRA_RETURN_IF_ERROR(CheckMapping(staging, mode, bytes));
+  OSTRA_RETURN_IF_ERROR(staging.CheckMapping(mode, bytes));
   if (stagingOffset != 0)
     return OSTRA_ILLEGAL_ARGUMENT("A staging buffer is mapped from its beginning, not from byte @.", stagingOffset);
   if (byteOffset < 0 || byteOffset > buffer.GetSize() - bytes)
@@ -324,102 +266,17 @@ Result<void> CommandList::UnmapBuffer(DrawportStagingBuffer& stagingBuffer, Draw
   if (staging.state != StagingBuffer::State::Buffer)
     return OSTRA_ILLEGAL_STATE("No buffer is mapped in this staging buffer.");
   Result<void> result = OK;
+  // What the host has written itself goes with the device as well.
+  if (staging.mode == DrawportMapMode::WriteDiscard && _device->IsLost())
+    result = MakeDeviceLostError(kOstraUnit, __LINE__);
   if (staging.memory) {
-    if (staging.mode == DrawportMapMode::WriteDiscard) result = CommitBuffer(staging);
+    if (result && staging.mode == DrawportMapMode::WriteDiscard) result = CommitBuffer(staging);
     staging.memory->isMapped = false;
     // On its way at once, so that the device copies while the host fills the next piece.
-    if (result && staging.mode == DrawportMapMode::WriteDiscard && staging.bytes >= kSlowFill) result = Submit();
+    if (result && staging.mode == DrawportMapMode::WriteDiscard && staging.bytes >= kLargeTransfer) result = Submit();
   }
   staging.memory = nullptr;
   staging.buffer = {};
-  staging.state = StagingBuffer::State::Idle;
-  return result;
-}
-
-Result<Byte*> CommandList::ReadTexture(StagingBuffer& staging, ImageResource& image, const DrawportRegion& region,
-                                       Int hostSize) {
-  const Bool isRepacked = NeedsRepacking(image, region.extent.width);
-  staging.deviceOffset = isRepacked ? AlignTexels(hostSize) : 0;
-  const Int size = isRepacked ? staging.deviceOffset + GetDeviceSize(image, region.extent) : hostSize;
-  OSTRA_ASSIGN_OR_RETURN(StagingMemory * memory, TakeStagingMemory(size, MemoryUse::ReadBack));
-  staging.memory = memory;
-  OSTRA_RETURN_IF_ERROR(EnsureCleared(image));
-  OSTRA_ASSIGN_OR_RETURN(memory->busyUntil, BeginBatch());
-  OSTRA_RETURN_IF_ERROR(Keep(image));
-  OSTRA_RETURN_IF_ERROR(Keep(*memory->buffer));
-  PrepareTransfer(image, region, false);
-  const VkBufferImageCopy copy = MakeCopy(image, region, staging.deviceOffset);
-  vkCmdCopyImageToBuffer(_current->commands, image.GetHandle(), VK_IMAGE_LAYOUT_GENERAL, memory->buffer->GetHandle(), 1,
-                         &copy);
-  OSTRA_RETURN_IF_ERROR(Execute(true));
-  Byte* host = memory->buffer->GetMapped();
-  if (isRepacked) Repack(image, region.extent, host, host + staging.deviceOffset, false);
-  return host;
-}
-
-Result<Byte*> CommandList::PrivateMapTexture(DrawportStagingBuffer& stagingBuffer, DrawportMapMode mode,
-                                             DrawportTexture& texture, const DrawportRegion& region, Int level,
-                                             Int layer, Int stagingOffset, Int flags) {
-  auto& staging = static_cast<StagingBuffer&>(stagingBuffer);
-  auto& image = static_cast<ImageResource&>(texture);
-  OSTRA_ASSIGN_OR_RETURN(const Int hostSize, image.GetStagingBufferSize(region.origin, region.extent, level, layer));
-  OSTRA_RETURN_IF_ERROR(CheckMapping(staging, mode, hostSize));
-  if (stagingOffset != 0 || flags != 0)
-    return OSTRA_ILLEGAL_ARGUMENT("A staging buffer is mapped from its beginning and without flags, not with @ and @.",
-                                  stagingOffset, flags);
-  OSTRA_RETURN_IF_ERROR(image.CheckIsOn(*_device));
-  if (_device->IsLost()) return MakeDeviceLostError(kOstraUnit, __LINE__);
-  staging.memory = nullptr;
-  const auto map = [&]() -> Result<Byte*> {
-    if (mode == DrawportMapMode::Read) return ReadTexture(staging, image, region, hostSize);
-    const Bool isRepacked = NeedsRepacking(image, region.extent.width);
-    staging.deviceOffset = isRepacked ? AlignTexels(hostSize) : 0;
-    const Int size = isRepacked ? staging.deviceOffset + GetDeviceSize(image, region.extent) : hostSize;
-    OSTRA_ASSIGN_OR_RETURN(staging.memory, TakeStagingMemory(size, MemoryUse::Upload));
-    return staging.memory->buffer->GetMapped();
-  };
-  Result<Byte*> mapped = map();
-  if (!mapped) {
-    if (staging.memory) staging.memory->isMapped = false;
-    staging.memory = nullptr;
-    return mapped;
-  }
-  staging.state = StagingBuffer::State::Texture;
-  staging.mode = mode;
-  staging.image = ImageRef(&image);
-  staging.region = region;
-  staging.bytes = hostSize;
-  return mapped;
-}
-
-Result<void> CommandList::CommitTexture(StagingBuffer& staging) {
-  ImageResource& image = *staging.image;
-  BufferResource& memory = *staging.memory->buffer;
-  if (staging.deviceOffset != 0)
-    Repack(image, staging.region.extent, memory.GetMapped(), memory.GetMapped() + staging.deviceOffset, true);
-  OSTRA_RETURN_IF_ERROR(EnsureCleared(image));
-  OSTRA_ASSIGN_OR_RETURN(const UInt64 serial, BeginBatch());
-  OSTRA_RETURN_IF_ERROR(Keep(image));
-  OSTRA_RETURN_IF_ERROR(Keep(memory));
-  PrepareTransfer(image, staging.region, true);
-  const VkBufferImageCopy copy = MakeCopy(image, staging.region, staging.deviceOffset);
-  vkCmdCopyBufferToImage(_current->commands, memory.GetHandle(), image.GetHandle(), VK_IMAGE_LAYOUT_GENERAL, 1, &copy);
-  staging.memory->busyUntil = serial;
-  return OK;
-}
-
-Result<void> CommandList::UnmapTexture(DrawportStagingBuffer& stagingBuffer) {
-  auto& staging = static_cast<StagingBuffer&>(stagingBuffer);
-  if (staging.state != StagingBuffer::State::Texture)
-    return OSTRA_ILLEGAL_STATE("No texture is mapped in this staging buffer.");
-  Result<void> result = OK;
-  if (staging.mode == DrawportMapMode::WriteDiscard) {
-    result = CommitTexture(staging);
-    if (result && staging.bytes >= kSlowFill) result = Submit();
-  }
-  staging.memory->isMapped = false;
-  staging.memory = nullptr;
-  staging.image = {};
   staging.state = StagingBuffer::State::Idle;
   return result;
 }
@@ -437,6 +294,7 @@ void CommandList::ReleaseStagingBuffer(DrawportStagingBuffer* stagingBuffer) {
 Result<void> CommandList::SetAtomicCounterValue(DrawportAtomicCounter& counter, UInt32 value) {
   BufferResource& buffer = static_cast<CounterResource&>(counter).GetBuffer();
   OSTRA_RETURN_IF_ERROR(buffer.CheckIsOn(*_device));
+  if (_device->IsLost()) return MakeDeviceLostError(kOstraUnit, __LINE__);
   OSTRA_RETURN_IF_ERROR(EnsureZeroed(buffer));
   if (buffer.GetMapped() && IsIdle(buffer)) {
     MemCopy(buffer.GetMapped(), &value, sizeof(value));

@@ -8,8 +8,8 @@
 namespace ostra {
 
 Result<String> GetShaderCompilerVersion() {
-  return Format("glslang @.@.@@, @", GLSLANG_VERSION_MAJOR, GLSLANG_VERSION_MINOR, GLSLANG_VERSION_PATCH,
-                GLSLANG_VERSION_FLAVOR, spvSoftwareVersionString());
+  return Format("glslang @.@.@@, @, passes @", GLSLANG_VERSION_MAJOR, GLSLANG_VERSION_MINOR, GLSLANG_VERSION_PATCH,
+                GLSLANG_VERSION_FLAVOR, spvSoftwareVersionString(), OSTRA_SHADER_PASSES);
 }
 
 }  // namespace ostra

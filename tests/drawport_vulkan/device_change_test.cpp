@@ -33,13 +33,17 @@ class DeviceChangeTest : public testing::Test {
     ExpectSilentValidation(diagnostics);
   }
 
-  // Loses the device of the context and returns a context on a fresh one, of the same cache.
-  DrawportContextRef LoseDevice() {
+  // Loses the device of the context.
+  void Lose() {
     Context& inside = static_cast<Context&>(*_context);
     Take(inside.GetCommands().BeginBatch());
     CallFaults::FailNth(2, VK_ERROR_DEVICE_LOST);  // after the end of recording
     EXPECT_THAT(inside.GetCommands().Execute(true), IsErrorWith(kIllegalStateError, "The GPU device is lost."));
     CallFaults::Disable();
+  }
+  // The same, and returns a context on a fresh one, of the same cache.
+  DrawportContextRef LoseDevice() {
+    Lose();
     DrawportContextRef fresh = Take(_drawport->CreateOffscreenRenderContext(true, 0));
     EXPECT_EQ(fresh->GetDrawport()->GetDrawportCache(), _cache);
     return fresh;
@@ -122,6 +126,70 @@ TEST_F(DeviceChangeTest, PointersHoldAsLongAsTheirItemAndAreRefusedElsewhere) {
   EXPECT_THAT(list.PrivateMapTexture(*staging, DrawportMapMode::WriteDiscard, *texture, {{}, {4, 4, 1}}, 0, 0, 0, 0),
               isElsewhere);
   list.ReleaseStagingBuffer(staging);
+}
+
+TEST_F(DeviceChangeTest, OnALostDeviceNothingSucceeds) {
+  const auto describe = Take(DrawportTextureDescribe::Create([](DrawportTextureDescription& description) {
+    description.format = *GetPixelFormat("net.ostra.image.pixelformat.rgba.f32"_id);
+    description.extent = {4, 4, 1};
+  }));
+  const auto texture = Take(_cache->GetTexture({{2, 1, 1}}, describe));
+  const auto newTexture = Take(_cache->GetTexture({{2, 1, 2}}, describe));
+  const auto sampler = Take(_cache->GetTextureSampler(0));
+  const auto newSampler = Take(_cache->GetTextureSampler(1));
+  const auto counterItem = Take(_cache->GetAtomicCounter({"c"_iid, 1}));
+  const auto newCounter = Take(_cache->GetAtomicCounter({"d"_iid, 1}));
+  const auto bufferItem = Take(_cache->GetVertexbuffer({{1, 1, 1}}));
+  Take(texture->MakeValid(*_context, {}));
+  Take(sampler->MakeValid(*_context));
+  DrawportAtomicCounter* const counter = Take(counterItem->MakeValid(*_context));
+  DrawportDeviceBuffer* const buffer = MakeValid(bufferItem, _context);
+  DrawportProgramFactoryItemRef program;
+  Take(_cache->GetProgramFactory(MakeDrawportCacheKey(_drawport, DrawportCacheKeyKind::ProgramFactory),
+                                 MakeCallbacks({}).build, program, *_context));
+  Take(program->MakeValid(*_context));
+  DrawportCommandList& list = _context->GetCommandList();
+  DrawportStagingBuffer* staging = Take(_cache->AllocStagingBuffer(*_context, {.bytes = 64}));
+  Take(list.PrivateMapBuffer(*staging, DrawportMapMode::WriteDiscard, *buffer, 0, 0, 64));
+  Lose();
+
+  const auto isLost = IsErrorWith(kIllegalStateError, "The GPU device is lost.");
+  EXPECT_THAT(list.UnmapBuffer(*staging, DrawportUnmapMode::Commit), isLost);
+  list.ReleaseStagingBuffer(staging);
+  Bool isFilled = false;
+  const auto fill = Take(DrawportVertexBufferFill::Create([&](DrawportVertexBuffer&) {
+    isFilled = true;
+    return Result<void>(OK);
+  }));
+  EXPECT_THAT(bufferItem->MakeValid(*_context, fill), isLost);
+  EXPECT_FALSE(isFilled);
+  EXPECT_THAT(texture->MakeValid(*_context, {}), isLost);
+  EXPECT_THAT(newTexture->MakeValid(*_context, {}), isLost);
+  EXPECT_THAT(sampler->MakeValid(*_context), isLost);
+  EXPECT_THAT(newSampler->MakeValid(*_context), isLost);
+  EXPECT_THAT(counterItem->MakeValid(*_context), isLost);
+  EXPECT_THAT(newCounter->MakeValid(*_context), isLost);
+  EXPECT_THAT(program->MakeValid(*_context), isLost);
+  DrawportRenderTargetDescription target{.width = 4, .height = 4};
+  target.colorFormats[0] = Take(GetPixelFormat("net.ostra.image.pixelformat.rgba.f32"_id));
+  EXPECT_THAT(_cache->CreateRenderTarget(*_context, target), isLost);
+  EXPECT_THAT(_cache->FreeTrashCaches(*_context), isLost);
+  EXPECT_THAT(list.Execute(false), isLost);
+  EXPECT_THAT(list.Execute(true), isLost);
+  EXPECT_THAT(list.AddMemoryBarrier(DrawportBarrierBits::StorageBuffer), isLost);
+  EXPECT_THAT(list.SetAtomicCounterValue(*counter, 1), isLost);
+  EXPECT_THAT(list.GetAtomicCounterValue(*counter), isLost);
+  EXPECT_THAT(Map(_context, DrawportStagingUse::HostRead, DrawportMapMode::Read, *buffer), isLost);
+}
+
+TEST_F(DeviceChangeTest, WhatIsRecordedWhenTheDeviceIsLostEndsWithItsError) {
+  const DrawportContextRef other = Take(_drawport->CreateOffscreenRenderContext(true, 0));
+  Take(static_cast<Context&>(*other).GetCommands().BeginBatch());
+  Lose();
+  const auto isLost = IsErrorWith(kIllegalStateError, "The GPU device is lost.");
+  EXPECT_THAT(static_cast<Context&>(*other).GetCommands().BeginBatch(), isLost);
+  EXPECT_THAT(other->GetCommandList().Execute(false), isLost);
+  EXPECT_THAT(other->GetCommandList().Execute(false), isLost);
 }
 
 TEST_F(DeviceChangeTest, AProgramThatCannotBeBoundOnTheNewDeviceForgetsTheOldOne) {

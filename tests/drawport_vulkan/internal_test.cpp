@@ -179,18 +179,6 @@ TEST_F(InternalTest, DamagedFilesOfTheDiskCacheAreMadeAgain) {
   EXPECT_EQ(countCompiled(), 0);
 }
 
-TEST_F(InternalTest, FindsTheBindingsThatTheOptimiserLeft) {
-  const UInt32 words[] = {0x07230203,      0x10500, 0,  10, 0,  // header
-                          (4u << 16) | 71, 5,       33, 7,      // OpDecorate %5 Binding 7
-                          (4u << 16) | 71, 5,       34, 0,      // OpDecorate %5 DescriptorSet 0
-                          (4u << 16) | 71, 6,       33, 2};     // OpDecorate %6 Binding 2
-  auto numbers = Take(FindBindings(Block<const UInt32>(words, 17)));
-  EXPECT_THAT(std::vector<UInt32>(numbers.begin(), numbers.end()), testing::ElementsAre(2, 7));
-  EXPECT_EQ(Take(FindBindings(Block<const UInt32>(words, 11))).GetCount(), 1);  // cut off
-  const UInt32 other[] = {1, 2, 3, 4, 5, 6};
-  EXPECT_EQ(Take(FindBindings(Block<const UInt32>(other, 6))).GetCount(), 0);
-}
-
 // Without this the silence of the layer would say nothing.
 TEST(Validation, SpeaksWhenACallIsWrong) {
   setenv("OSTRA_VULKAN_VALIDATION", "1", 1);

@@ -1,0 +1,141 @@
+// How texels get to the device and back, always through staging memory.
+#include "ostra/drawport_vulkan/command_list.h"
+#include "ostra/jobs/parallel_for.h"
+
+OSTRA_UNIT("drawport_vulkan");
+
+namespace ostra::vulkan {
+namespace {
+
+// Whether the device cannot copy the rows as the host has them.
+Bool NeedsRepacking(const ImageResource& image, Int width) {
+  return image.GetFormat().IsWidened() || image.GetPitch(width) % image.GetFormat().hostTexelSize != 0;
+}
+
+Int GetDeviceSize(const ImageResource& image, const DrawportExtent& extent) {
+  return extent.width * extent.height * extent.depth * image.GetFormat().deviceTexelSize;
+}
+
+// Between the rows of the host, a pitch apart, and the packed texels of the device.
+void Repack(const ImageResource& image, const DrawportExtent& extent, Byte* hostTexels, Byte* deviceTexels,
+            Bool toDevice) {
+  const FormatInfo& format = image.GetFormat();
+  const Int pitch = image.GetPitch(extent.width);
+  const Int deviceRow = extent.width * format.deviceTexelSize;
+  ParallelFor::Dynamic(extent.height * extent.depth, [&](Int begin, Int end) {
+    for (Int row = begin; row < end; ++row) {
+      Byte* host = hostTexels + row * pitch;
+      Byte* device = deviceTexels + row * deviceRow;
+      if (!format.IsWidened())
+        toDevice ? MemCopy(device, host, deviceRow) : MemCopy(host, device, deviceRow);
+      else if (toDevice)
+        WidenTexels(format, host, device, extent.width);
+      else
+        NarrowTexels(format, device, host, extent.width);
+    }
+  });
+}
+
+VkBufferImageCopy MakeCopy(const ImageResource& image, const DrawportRegion& region) {
+  const auto& [origin, extent] = image.GetRegionInLayer(region);
+  VkBufferImageCopy copy = {};
+  if (!NeedsRepacking(image, extent.width))
+    copy.bufferRowLength = static_cast<UInt32>(image.GetPitch(extent.width) / image.GetFormat().hostTexelSize);
+  copy.imageSubresource = image.GetLayers(region);
+  copy.imageOffset = {static_cast<Int32>(origin.x), static_cast<Int32>(origin.y), static_cast<Int32>(origin.z)};
+  copy.imageExtent = {static_cast<UInt32>(extent.width), static_cast<UInt32>(extent.height),
+                      static_cast<UInt32>(extent.depth)};
+  return copy;
+}
+
+}  // namespace
+
+Result<Byte*> CommandList::ReadTexture(StagingBuffer& staging, ImageResource& image, const DrawportRegion& region,
+                                       Int hostSize) {
+  const Bool isRepacked = NeedsRepacking(image, region.extent.width);
+  if (isRepacked) OSTRA_RETURN_IF_ERROR(staging.texels.Resize(hostSize));
+  const Int size = isRepacked ? GetDeviceSize(image, region.extent) : hostSize;
+  OSTRA_ASSIGN_OR_RETURN(StagingMemory * memory, TakeStagingMemory(size, MemoryUse::ReadBack));
+  staging.memory = memory;
+  OSTRA_RETURN_IF_ERROR(EnsureCleared(image));
+  OSTRA_ASSIGN_OR_RETURN(memory->busyUntil, BeginBatch());
+  OSTRA_RETURN_IF_ERROR(Keep(image));
+  OSTRA_RETURN_IF_ERROR(Keep(*memory->buffer));
+  PrepareTransfer(image, region, false);
+  const VkBufferImageCopy copy = MakeCopy(image, region);
+  vkCmdCopyImageToBuffer(_current->commands, image.GetHandle(), VK_IMAGE_LAYOUT_GENERAL, memory->buffer->GetHandle(), 1,
+                         &copy);
+  OSTRA_RETURN_IF_ERROR(Execute(true));
+  if (!isRepacked) return memory->buffer->GetMapped();
+  Repack(image, region.extent, staging.texels.GetFirst(), memory->buffer->GetMapped(), false);
+  return staging.texels.GetFirst();
+}
+
+Result<Byte*> CommandList::PrivateMapTexture(DrawportStagingBuffer& stagingBuffer, DrawportMapMode mode,
+                                             DrawportTexture& texture, const DrawportRegion& region, Int level,
+                                             Int layer, Int stagingOffset, Int flags) {
+  auto& staging = static_cast<StagingBuffer&>(stagingBuffer);
+  auto& image = static_cast<ImageResource&>(texture);
+  OSTRA_ASSIGN_OR_RETURN(const Int hostSize, image.GetStagingBufferSize(region.origin, region.extent, level, layer));
+  OSTRA_RETURN_IF_ERROR(staging.CheckMapping(mode, hostSize));
+  if (stagingOffset != 0 || flags != 0)
+    return OSTRA_ILLEGAL_ARGUMENT("A staging buffer is mapped from its beginning and without flags, not with @ and @.",
+                                  stagingOffset, flags);
+  OSTRA_RETURN_IF_ERROR(image.CheckIsOn(*_device));
+  if (_device->IsLost()) return MakeDeviceLostError(kOstraUnit, __LINE__);
+  staging.memory = nullptr;
+  const auto map = [&]() -> Result<Byte*> {
+    if (mode == DrawportMapMode::Read) return ReadTexture(staging, image, region, hostSize);
+    const Bool isRepacked = NeedsRepacking(image, region.extent.width);
+    if (isRepacked) OSTRA_RETURN_IF_ERROR(staging.texels.Resize(hostSize));
+    const Int size = isRepacked ? GetDeviceSize(image, region.extent) : hostSize;
+    OSTRA_ASSIGN_OR_RETURN(staging.memory, TakeStagingMemory(size, MemoryUse::Upload));
+    return isRepacked ? staging.texels.GetFirst() : staging.memory->buffer->GetMapped();
+  };
+  Result<Byte*> mapped = map();
+  if (!mapped) {
+    if (staging.memory) staging.memory->isMapped = false;
+    staging.memory = nullptr;
+    return mapped;
+  }
+  staging.state = StagingBuffer::State::Texture;
+  staging.mode = mode;
+  staging.image = ImageRef(&image);
+  staging.region = region;
+  staging.bytes = hostSize;
+  return mapped;
+}
+
+Result<void> CommandList::CommitTexture(StagingBuffer& staging) {
+  ImageResource& image = *staging.image;
+  BufferResource& memory = *staging.memory->buffer;
+  if (NeedsRepacking(image, staging.region.extent.width))
+    Repack(image, staging.region.extent, staging.texels.GetFirst(), memory.GetMapped(), true);
+  OSTRA_RETURN_IF_ERROR(EnsureCleared(image));
+  OSTRA_ASSIGN_OR_RETURN(const UInt64 serial, BeginBatch());
+  OSTRA_RETURN_IF_ERROR(Keep(image));
+  OSTRA_RETURN_IF_ERROR(Keep(memory));
+  PrepareTransfer(image, staging.region, true);
+  const VkBufferImageCopy copy = MakeCopy(image, staging.region);
+  vkCmdCopyBufferToImage(_current->commands, memory.GetHandle(), image.GetHandle(), VK_IMAGE_LAYOUT_GENERAL, 1, &copy);
+  staging.memory->busyUntil = serial;
+  return OK;
+}
+
+Result<void> CommandList::UnmapTexture(DrawportStagingBuffer& stagingBuffer) {
+  auto& staging = static_cast<StagingBuffer&>(stagingBuffer);
+  if (staging.state != StagingBuffer::State::Texture)
+    return OSTRA_ILLEGAL_STATE("No texture is mapped in this staging buffer.");
+  Result<void> result = OK;
+  if (staging.mode == DrawportMapMode::WriteDiscard) {
+    result = CommitTexture(staging);
+    if (result && staging.bytes >= kLargeTransfer) result = Submit();
+  }
+  staging.memory->isMapped = false;
+  staging.memory = nullptr;
+  staging.image = {};
+  staging.state = StagingBuffer::State::Idle;
+  return result;
+}
+
+}  // namespace ostra::vulkan

@@ -1,0 +1,197 @@
+// What compiled programs say about themselves, and what becomes of those that ask for more than the device has.
+#include "ostra/drawport_vulkan/shader_features.h"
+
+#include "ostra/drawport_vulkan/spirv.h"
+#include "tests/drawport_vulkan/internal_fixture.h"
+
+using namespace ostra;
+using namespace ostra::vulkan;
+using testing::ElementsAre;
+
+namespace {
+
+using Words = std::vector<UInt32>;
+
+constexpr UInt32 Op(UInt32 number, UInt32 length) { return length << 16 | number; }
+
+Words MakeWords(std::initializer_list<UInt32> instructions) {
+  Words words = {0x07230203, 0x10500, 0, 100, 0};
+  words.insert(words.end(), instructions);
+  return words;
+}
+Block<const UInt32> GetBlock(const Words& words) { return {words.data(), static_cast<Int>(words.size())}; }
+
+TEST(Spirv, SaysWhichBindingsTheOptimiserHasLeft) {
+  const Words words = MakeWords({Op(71, 4), 5, 33, 7,    // OpDecorate %5 Binding 7
+                                 Op(71, 4), 5, 34, 0,    // OpDecorate %5 DescriptorSet 0
+                                 Op(71, 4), 6, 33, 2});  // OpDecorate %6 Binding 2
+  const auto numbers = Take(FindBindings(GetBlock(words)));
+  EXPECT_THAT(Words(numbers.begin(), numbers.end()), ElementsAre(2, 7));
+  EXPECT_EQ(Take(FindBindings({words.data(), 11})).GetCount(), 1);  // cut off
+  const UInt32 other[] = {1, 2, 3, 4, 5, 6};
+  EXPECT_EQ(Take(FindBindings({other, 6})).GetCount(), 0);
+}
+
+TEST(Spirv, CountsTheBytesOfAllVariablesThatAGroupShares) {
+  const Words words = MakeWords({
+      Op(22, 3), 1,  32,      // float
+      Op(21, 4), 2,  32, 0,   // uint
+      Op(23, 4), 3,  1,  3,   // vec3
+      Op(24, 4), 4,  3,  2,   // two columns of it
+      Op(20, 2), 5,           // bool
+      Op(43, 4), 2,  6,  10,  // 10
+      Op(28, 4), 7,  4,  6,   // array of 10 matrices: 240
+      Op(30, 4), 8,  7,  5,   // struct of that and a bool: 244
+      Op(32, 4), 9,  4,  8,   // pointers
+      Op(32, 4), 10, 4,  2,   //
+      Op(59, 4), 9,  11, 4,   // shared: 244
+      Op(59, 4), 10, 12, 4,   // shared: 4
+      Op(59, 4), 10, 13, 6,   // one invocation's own
+  });
+  EXPECT_EQ(Take(CountSharedBytes(GetBlock(words))), 248u);
+  EXPECT_EQ(Take(CountSharedBytes({words.data(), 12})), 0u);
+}
+
+TEST(Spirv, AnArrayWithoutEndIsLargerThanEveryDevice) {
+  const Words words =
+      MakeWords({Op(21, 4), 1, 32, 0, Op(43, 4), 1, 2, 0xFFFFFFFF, Op(28, 4), 3, 1, 2, Op(28, 4), 4, 3, 2,
+                 Op(28, 4), 5, 4,  2, Op(32, 4), 6, 4, 5,          Op(59, 4), 6, 7, 4});
+  EXPECT_GT(Take(CountSharedBytes(GetBlock(words))), UInt64(1) << 39);
+}
+
+Result<void> Check(const ShaderFeatures& features, UInt32 capability) {
+  const Words words = MakeWords({Op(17, 2), 1, Op(17, 2), capability});
+  return CheckShader(features, VK_SHADER_STAGE_COMPUTE_BIT, GetBlock(words), "blur");
+}
+
+TEST(ShaderFeatures, WhatIsMissingIsNamedWithTheProgram) {
+  ShaderFeatures features;
+  EXPECT_THAT(Check(features, 10),
+              IsErrorWith(kIllegalArgumentError,
+                          "The GPU program \"blur\" uses 64-bit floats, which the GPU device does not support."));
+  features.core.shaderFloat64 = VK_TRUE;
+  EXPECT_THAT(Check(features, 10), IsOk());
+  EXPECT_THAT(Check(features, 49), IsErrorWith(kIllegalArgumentError,
+                                               "The GPU program \"blur\" uses images of the less common formats, "
+                                               "which the GPU device does not support."));
+  features.core.shaderStorageImageExtendedFormats = VK_TRUE;
+  EXPECT_THAT(Check(features, 49), IsOk());
+  EXPECT_THAT(Check(features, 11), IsErrorOfKind(kIllegalArgumentError));
+  features.core.shaderInt64 = VK_TRUE;
+  EXPECT_THAT(Check(features, 11), IsOk());
+  EXPECT_THAT(Check(features, 9), IsErrorOfKind(kIllegalArgumentError));
+  features.since12.shaderFloat16 = VK_TRUE;
+  EXPECT_THAT(Check(features, 9), IsOk());
+  EXPECT_THAT(Check(features, 4433), IsErrorOfKind(kIllegalArgumentError));
+  features.since11.storageBuffer16BitAccess = VK_TRUE;
+  EXPECT_THAT(Check(features, 4433), IsOk());
+}
+
+TEST(ShaderFeatures, WhatNobodyAsksADeviceForIsRefusedByItsNumber) {
+  EXPECT_THAT(
+      Check({}, 4479),
+      IsErrorWith(kIllegalArgumentError,
+                  "The GPU program \"blur\" uses capability 4479 of SPIR-V, which no GPU device is asked for."));
+  EXPECT_THAT(Check({}, 50), IsOk());  // sizes of images: everywhere
+}
+
+TEST(ShaderFeatures, OperationsOfSubgroupsNeedTheStageAsWell) {
+  ShaderFeatures features;
+  EXPECT_THAT(Check(features, 63), IsErrorOfKind(kIllegalArgumentError));
+  features.subgroupOperations = VK_SUBGROUP_FEATURE_ARITHMETIC_BIT;
+  EXPECT_THAT(Check(features, 63), IsErrorOfKind(kIllegalArgumentError));
+  features.subgroupStages = VK_SHADER_STAGE_COMPUTE_BIT;
+  EXPECT_THAT(Check(features, 63), IsOk());
+  EXPECT_THAT(Check(features, 64), IsErrorOfKind(kIllegalArgumentError));
+}
+
+TEST(ShaderFeatures, ADeviceIsMadeWithWhatProgramsCanAskForAlone) {
+  ShaderFeatures has;
+  has.core.shaderFloat64 = VK_TRUE;
+  has.core.geometryShader = VK_TRUE;
+  has.since12.shaderInt8 = VK_TRUE;
+  has.since12.bufferDeviceAddress = VK_TRUE;
+  has.maxSharedBytes = 4;
+  const ShaderFeatures selected = SelectShaderFeatures(has);
+  EXPECT_TRUE(selected.core.shaderFloat64);
+  EXPECT_TRUE(selected.since12.shaderInt8);
+  EXPECT_FALSE(selected.core.geometryShader);
+  EXPECT_FALSE(selected.since12.bufferDeviceAddress);
+  EXPECT_FALSE(selected.core.shaderInt64);
+  EXPECT_EQ(selected.maxSharedBytes, 4u);
+}
+
+class ShaderFeaturesTest : public DriverTest {
+ protected:
+  // A program of one invocation that sets the first numbers of the buffer "data".
+  Result<std::vector<UInt32>> Run(const String& shared, const String& code) {
+    OSTRA_ASSIGN_OR_RETURN(const DrawportContextRef context, MakeContext());
+    const BufferRef buffer =
+        Take(BufferResource::Create(static_cast<Context&>(*context).GetDevice(), 64, MemoryUse::Device, true));
+    OSTRA_ASSIGN_OR_RETURN(
+        const GpuComputeRef compute,
+        MakeCompute(
+            context,
+            [=](DrawportProgramDescription& program) -> Result<void> {
+              constexpr DrawportStage kStage = DrawportStage::Compute;
+              OSTRA_RETURN_IF_ERROR(program.SetDebugLabel("net.ostra.test.krn"));
+              OSTRA_RETURN_IF_ERROR(program.AddBufferParameter(kStage,
+                                                               {.typeName = "uint"_s, .members = {}, .byteSize = 4},
+                                                               "data"_iid, DrawportBufferAccess::ReadWrite));
+              if (shared.IsPopulated())
+                OSTRA_RETURN_IF_ERROR(program.AddCode(kStage, kAppendCode, shared, DrawportCodeSection::GroupShared));
+              OSTRA_RETURN_IF_ERROR(program.AddCode(kStage, kAppendCode, code));
+              return program.SetComputeShaderProperties(1, 1, 1);
+            },
+            [&](DrawportProgramFactory& factory, DrawportParameterValueSet& values) {
+              return factory.SetParameterBuffer(values, factory.GetBufferParameterHandle("data"_iid),
+                                                buffer.GetPointer());
+            }));
+    OSTRA_RETURN_IF_ERROR(compute->Dispatch(1, 1, 1));
+    OSTRA_ASSIGN_OR_RETURN(DrawportStagingBuffer * staging,
+                           context->GetDrawport()->GetDrawportCache()->AllocStagingBuffer(
+                               *context, {.bytes = 64, .use = DrawportStagingUse::HostRead}));
+    OSTRA_ASSIGN_OR_RETURN(
+        Byte * mapped, context->GetCommandList().PrivateMapBuffer(*staging, DrawportMapMode::Read, *buffer, 0, 0, 64));
+    std::vector<UInt32> values(16);
+    MemCopy(values.data(), mapped, 64);
+    return values;
+  }
+};
+
+TEST_F(ShaderFeaturesTest, DoublesRunWhereTheDeviceHasThem) {
+  const auto values = Run({},
+                          "double x = double(UNIFORM_BUFFER(data)[1]) + 0.1lf;\n"
+                          "UNIFORM_BUFFER(data)[0] = uint(x * 1.0e9lf);\n"_s);
+  if (values) {
+    EXPECT_EQ((*values)[0], 100000000u);
+  } else {
+    EXPECT_THAT(values, IsErrorWith(kIllegalArgumentError,
+                                    "The GPU program \"net.ostra.test.krn\" uses 64-bit floats, "
+                                    "which the GPU device does not support."));
+  }
+}
+
+TEST_F(ShaderFeaturesTest, MoreSharedMemoryThanTheDeviceHasIsRefusedBeforeTheDriverSeesIt) {
+  UInt32 room = 0;
+  {
+    const DrawportContextRef context = Take(MakeContext());
+    room = static_cast<Context&>(*context).GetDevice().GetLimits().maxComputeSharedMemorySize;
+  }
+  const auto run = [&](UInt32 count) {
+    // An index that is known would let the optimiser shorten the array.
+    return Run(Take(Format("groupSharedMemory uint scratch[@];\n", count)),
+               Take(Format("uint place = UNIFORM_BUFFER(data)[1] + @u;\nscratch[place] = 9u;\n"
+                           "UNIFORM_BUFFER(data)[0] = scratch[place];\n",
+                           count - 1)));
+  };
+  EXPECT_EQ(Take(run(room / 4))[0], 9u);
+  EXPECT_THAT(run(room / 4 + 1),
+              IsErrorWith(kIllegalArgumentError,
+                          Take(Format("The GPU program \"net.ostra.test.krn\" shares @ bytes in a work group; the GPU "
+                                      "device has room for @.",
+                                      room + 4, room))
+                              .GetView()));
+}
+
+}  // namespace
