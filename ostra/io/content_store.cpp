@@ -1,6 +1,7 @@
 #include "ostra/io/content_store.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <new>
@@ -17,6 +18,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::string_view kSuffix = ".content";
+constexpr std::chrono::hours kLongestWrite(1);
 
 // In front of the bytes of every file.
 struct Header {
@@ -29,6 +31,12 @@ struct Header {
 
 UInt64 CheckBytes(Block<const Byte> bytes) {
   return HashText({reinterpret_cast<const char*>(bytes.GetFirst()), static_cast<std::size_t>(bytes.GetCount())});
+}
+
+// What a process that was killed while it saved has left behind.
+Bool IsLeftOver(const fs::path& file, fs::file_time_type time) {
+  return file.extension().native() == ".tmp" && file.native().find(std::string(kSuffix) + '.') != std::string::npos &&
+         time < fs::file_time_type::clock::now() - kLongestWrite;
 }
 
 }  // namespace
@@ -136,10 +144,11 @@ void ContentStore::Trim() const {
     std::error_code code;
     for (fs::directory_iterator i(fs::path(_folder.GetView()), code), end; !code && i != end; i.increment(code)) {
       std::error_code entryCode;
+      const auto time = i->last_write_time(entryCode);
+      if (entryCode) continue;
+      if (IsLeftOver(i->path(), time)) fs::remove(i->path(), entryCode);
       if (i->path().extension().native() != kSuffix) continue;
       const auto size = i->file_size(entryCode);
-      if (entryCode) continue;
-      const auto time = i->last_write_time(entryCode);
       if (entryCode) continue;
       entries.push_back({i->path(), time, static_cast<Int>(size)});
       total += static_cast<Int>(size);

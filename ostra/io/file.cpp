@@ -89,8 +89,15 @@ Result<void> WriteInPlace(const Url& url, const CString& path, Block<const Byte>
 }
 
 Result<void> WriteBesideAndRename(const Url& url, const CString& path, Block<const Byte> bytes) {
-  OSTRA_ASSIGN_OR_RETURN(const CString temporary, MakeTemporaryPath(path));
-  Descriptor file(open(temporary.GetCString(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+  OSTRA_ASSIGN_OR_RETURN(CString temporary, MakeTemporaryPath(path));
+  const auto create = [&] { return open(temporary.GetCString(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666); };
+  int opened = create();
+  // A process of the same number may have been killed while it wrote.
+  while (opened < 0 && errno == EEXIST) {
+    OSTRA_ASSIGN_OR_RETURN(temporary, MakeTemporaryPath(path));
+    opened = create();
+  }
+  Descriptor file(opened);
   if (!file.IsOpen()) return MakeFileError("written", url, errno);
   if (WriteBytes(file.Get(), bytes) && file.Close() && rename(temporary.GetCString(), path.GetCString()) == 0)
     return OK;
