@@ -46,6 +46,7 @@ class GpuCallsTest : public testing::Test {
     context = nullptr;
     g_outOfCoreParallelProgram = false;
     g_reloadKernelsParallelProgram = false;
+    g_32bitOnlyParallelProgram = false;
     ResetParserCache();
     std::filesystem::remove_all(folder);
   }
