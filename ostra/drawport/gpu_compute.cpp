@@ -38,7 +38,11 @@ class GpuCompute final : public Component<GpuCompute, GpuComputeInterface> {
   }
 
   Result<void> UpdateUniforms(const DrawportContextRef& context, Bool setsAll) override {
-    if (!context) return OSTRA_ILLEGAL_STATE("A GPU program needs a drawport context.");
+    if (!context) {
+      DropProgram();
+      _context = {};
+      return OSTRA_ILLEGAL_STATE("A GPU program needs a drawport context.");
+    }
     Bool isNew = false;
     if (!_item) {
       if (!_callbacks.build) return OSTRA_ILLEGAL_STATE("The GPU program has not been initialized.");

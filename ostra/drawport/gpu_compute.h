@@ -51,7 +51,8 @@ class GpuComputeInterface : public ObjectInterface {
   virtual Result<void> Init(const DrawportContextRef& context, const GpuComputeCallbacks& callbacks,
                             const GpuComputeOptions& options) = 0;
   // Sets the parameters through the callback; first builds the program if there is none for this context. With
-  // `setsAll` false only a program that was just built is given its parameters. Errors: illegal state before Init.
+  // `setsAll` false only a program that was just built is given its parameters. Errors: illegal state before Init, and
+  // without a context, after which the one before is not held any longer.
   virtual Result<void> UpdateUniforms(const DrawportContextRef& context, Bool setsAll) = 0;
   // Records x * y * z work groups on the command list of the last UpdateUniforms, with its values.
   // Errors: illegal state before UpdateUniforms; illegal argument for counts outside 1 to 65535.

@@ -19,6 +19,7 @@ Result<KernelDescription> DescribeKernel(const ParsedKernel& parsed) {
     OSTRA_ASSIGN_OR_RETURN(const InternedId name, InternedId::Create(texture.name));
     OSTRA_RETURN_IF_ERROR(description.textures.Append(KernelDescription::Texture{name, !texture.readOnly}));
   }
+  description.parsed = parsed;
   return description;
 }
 
@@ -58,8 +59,10 @@ CompileState GpuKernel::GetState() const {
 Bool GpuKernel::IsWorthCompiling() const {
   const std::scoped_lock guard(lock);
   if (state == CompileState::NotStarted) return true;
-  // What is wrong in a source is an illegal argument.
-  return state == CompileState::Failed && compileError && !(compileError->GetKind() == kIllegalArgumentError);
+  if (state != CompileState::Failed || !compileError) return false;
+  // What is wrong in a source is an illegal argument. So is a file that is gone, which may come back.
+  const Bool hasReadNothing = sources.files.IsEmpty() && !read;
+  return hasReadNothing || !(compileError->GetKind() == kIllegalArgumentError);
 }
 
 Result<void> GpuKernel::Settle() {
@@ -81,6 +84,7 @@ Result<void> GpuKernel::SettleLocked() {
   }
   workGroupSize = described->workGroupSize;
   usesNoise = described->usesNoise;
+  parsed = std::move(described->parsed);
   described.reset();
   return OK;
 }
@@ -89,7 +93,8 @@ Result<void> GpuKernel::SettleLocked() {
 Result<void> GpuKernel::SettleCompiled() {
   const std::scoped_lock guard(lock);
   OSTRA_RETURN_IF_ERROR(SettleLocked());
-  if (state == CompileState::Ready) return OK;
+  // Without a size there is nothing to divide a dispatch by: the job was cancelled.
+  if (state == CompileState::Ready && workGroupSize.x > 0) return OK;
   if (compileError)
     return OSTRA_ILLEGAL_STATE("The kernel \"@\" cannot run because it could not be compiled: @", id, *compileError);
   if (state == CompileState::NotStarted)

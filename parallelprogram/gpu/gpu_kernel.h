@@ -23,6 +23,7 @@ struct KernelDescription {
   WorkGroupSize workGroupSize;
   Bool usesNoise = false;
   BaseArray<Texture> textures;  // that the kernel declares
+  ParsedKernel parsed;
 };
 
 Result<KernelDescription> DescribeKernel(const ParsedKernel& parsed);
@@ -38,13 +39,15 @@ struct GpuKernel : RefCounted<GpuKernel>, ParameterLinks {
   GpuComputeRef compute;
   WorkGroupSize workGroupSize;
   Bool usesNoise = false;
-  // The modes of all noises that the program is built for; empty: it chooses as it runs. Only changes while nothing is
-  // compiled.
+  ParsedKernel parsed;  // what the program that runs was made from
+  // The modes of all noises that the program is built for; empty: it chooses as it runs. This and the next two only
+  // change while nothing is compiled.
   BaseArray<Int32> noiseModes;
-  Bool hasKnownModes = true;  // false: they have changed too often
+  Bool hasKnownModes = true;     // false: they have changed too often
+  Bool isChangingModes = false;  // what is built now is made from the same sources
   Int modeChanges = 0;
   Bool texturesChanged = false;  // a texture was deleted since the last UpdateUniforms
-  DrawportContextRef context;    // of the last UpdateUniforms
+  Int contextNumber = 0;         // of the context of the last UpdateUniforms; 0 before
 
   // Between compile job and driving thread.
   mutable std::mutex lock;
@@ -61,7 +64,7 @@ struct GpuKernel : RefCounted<GpuKernel>, ParameterLinks {
   Bool HasDescription() const;
   CompileState GetState() const;
   // Whether a compilation may succeed now, although nothing was edited: there was none, or there was no context for it,
-  // no device or no memory.
+  // no device, no memory or no file.
   Bool IsWorthCompiling() const;
 
   // Takes over what a compilation that has ended has found. Error: out of memory.

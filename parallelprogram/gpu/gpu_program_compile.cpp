@@ -142,7 +142,10 @@ Result<void> ParallelProgramGPUImpl::BuildProgram(const InternedId& kernelId, Dr
     OSTRA_RETURN_IF_ERROR(program.AddRequiredFeature(kCompute, feature));
 
   OSTRA_ASSIGN_OR_RETURN(const GpuKernelRef kernel, FindKernel(kernelId));
-  OSTRA_ASSIGN_OR_RETURN(const ParsedKernel parsed, Parse(*kernel, kernel->fileName.GetHashCode()));
+  ParsedKernel parsed = kernel->parsed;
+  if (!kernel->isChangingModes) {
+    OSTRA_ASSIGN_OR_RETURN(parsed, Parse(*kernel, kernel->fileName.GetHashCode()));
+  }
   OSTRA_ASSIGN_OR_RETURN(KernelDescription description, DescribeKernel(parsed));
   OSTRA_ASSIGN_OR_RETURN(ShaderRecords records, MakeShaderRecords(*parsed.parser, kCompute));
   for (ShaderTexture& texture : records.textures) texture.format = FindStoredFormat(texture.format, _narrow);
@@ -158,7 +161,8 @@ Result<void> ParallelProgramGPUImpl::BuildProgram(const InternedId& kernelId, Dr
   return program.SetDebugLabel(kernelId.GetView());
 }
 
-// A program with all noises takes drivers up to minutes to compile, one with those that are chosen a moment.
+// A program with all noises takes drivers up to minutes to compile, one with those that are chosen a moment. No file is
+// looked at: modes are values, and a kernel that was edited meanwhile is no affair of theirs.
 Result<void> ParallelProgramGPUImpl::UpdateNoiseModes(GpuKernel& kernel) {
   constexpr Int kMostModeChanges = 32;
   if (!kernel.usesNoise || !kernel.hasKnownModes) return OK;
@@ -175,12 +179,19 @@ Result<void> ParallelProgramGPUImpl::UpdateNoiseModes(GpuKernel& kernel) {
   OSTRA_RETURN_IF_ERROR(changed.Resize(used));
   std::copy(modes, modes + used, changed.begin());
   std::swap(kernel.noiseModes, changed);
-  kernel.hasKnownModes = ++kernel.modeChanges <= kMostModeChanges;
+  kernel.hasKnownModes = kernel.modeChanges < kMostModeChanges;
+  kernel.isChangingModes = true;
   Result<void> rebuilt = kernel.compute->ReloadProgramFactory(_current.context);
+  kernel.isChangingModes = false;
   kernel.EndCompile(rebuilt, true);
-  if (rebuilt) return kernel.Settle();
-  std::swap(kernel.noiseModes, changed);  // those of the program that is still there
-  return rebuilt;
+  if (!rebuilt) {
+    // Those of the program that is still there, so that the next update tries again.
+    std::swap(kernel.noiseModes, changed);
+    kernel.hasKnownModes = true;
+    return rebuilt;
+  }
+  ++kernel.modeChanges;
+  return kernel.Settle();
 }
 
 Result<ParsedKernel> ParallelProgramGPUImpl::Parse(GpuKernel& kernel, UInt64 hash) {

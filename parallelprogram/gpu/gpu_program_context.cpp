@@ -135,11 +135,19 @@ Result<void> ParallelProgramGPUImpl::UpdateDrawportContext(const DrawportContext
   data.drawport = data.context->GetDrawport();
   data.cache = data.drawport->GetDrawportCache();
   data.ownsOffscreenContext = false;
-  OSTRA_RETURN_IF_ERROR(BuildCopyKernel(data));
-  // What was only recorded would be missing in the new context. A device that is lost has lost it anyway.
-  static_cast<void>(_current.GetCommandList().Execute(false));
+  // What was only recorded would be missing in the new context. A device that is lost, which is an illegal state, has
+  // lost it anyway.
+  if (auto executed = _current.GetCommandList().Execute(false);
+      !executed && !(executed.GetError().GetKind() == kIllegalStateError))
+    return executed;
+  OSTRA_RETURN_IF_ERROR(BuildCopyKernel(data));  // nothing is compiled any more when this returns
   if (_current.ownsOffscreenContext) _previous = _current;
   _current = std::move(data);
+  ++_contextNumber;
+  // Kernels that nobody uses any more would keep the context before.
+  _kernels.ForEach([](const InternedId&, const GpuKernelRef& kernel) {
+    static_cast<void>(kernel->compute->UpdateUniforms(DrawportContextRef(), false));
+  });
   return OK;
 }
 

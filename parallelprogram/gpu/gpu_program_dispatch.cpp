@@ -45,21 +45,21 @@ Result<void> ParallelProgramGPUImpl::UpdateUniforms() {
   kernel.texturesChanged = false;
   OSTRA_RETURN_IF_ERROR(UpdateNoiseModes(kernel));
   OSTRA_RETURN_IF_ERROR(kernel.compute->UpdateUniforms(_current.context, true));
-  kernel.context = _current.context;
+  kernel.contextNumber = _contextNumber;
   return OK;
 }
 
 // What would be recorded for the context before would never be submitted.
 Result<void> ParallelProgramGPUImpl::CheckContext(const GpuKernel& kernel) const {
-  if (!kernel.context || kernel.context == _current.context) return OK;
+  if (kernel.contextNumber == 0 || kernel.contextNumber == _contextNumber) return OK;
   return OSTRA_ILLEGAL_STATE("The uniforms of the kernel \"@\" have not been updated since the context was replaced.",
                              kernel.id);
 }
 
 Result<void> ParallelProgramGPUImpl::DispatchKernel(UInt32 countX, UInt32 countY, UInt32 countZ, Bool disableBarrier) {
-  OSTRA_ASSIGN_OR_RETURN(GpuKernel & kernel, GetRunnableKernel());
   // Textures that were evicted since the last update come back with it.
   if (g_outOfCoreParallelProgram) OSTRA_RETURN_IF_ERROR(UpdateUniforms());
+  OSTRA_ASSIGN_OR_RETURN(GpuKernel & kernel, GetRunnableKernel());
   OSTRA_RETURN_IF_ERROR(CheckContext(kernel));
   if (!disableBarrier) OSTRA_RETURN_IF_ERROR(AddMemoryBarrier());
   const WorkGroupCounts counts = GetWorkGroupCounts(countX, countY, countZ, kernel.workGroupSize);

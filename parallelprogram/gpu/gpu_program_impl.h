@@ -165,6 +165,7 @@ class ParallelProgramGPUImpl final : public Component<ParallelProgramGPUImpl, Pa
   GpuCounterTable _counters;
   GpuContextData _current;
   GpuContextData _previous;
+  Int _contextNumber = 1;  // counts the contexts that have taken the place of others
   InternedId _activeKernelId;
   GpuKernelRef _activeKernel;
   SynchronizedHashMap<InternedId, GpuKernelRef> _kernels;

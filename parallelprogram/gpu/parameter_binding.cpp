@@ -48,15 +48,16 @@ Result<void> LinkTexture(DataDictionary& links, const InternedId& attr, const Te
 }
 
 // A link to the program's buffer of the same name follows that name, so that the newest one is used; links to other
-// buffers and exchanged ones stay. One whose buffer was deleted is none.
+// buffers and exchanged ones stay. One whose buffer was deleted is none. A link that is made here follows as well,
+// whatever the buffer was called when it was made: it gets the parameter's name.
 Result<void> BindBuffer(const ParameterTarget& target, DrawportParameterHandle handle,
                         const DrawportParameter& parameter, ParameterLinks& links, const DataDictionary& globals) {
   const DataBufferEntry* linked = FindBufferEntry(links.buffers, parameter.name);
   if (!linked || !linked->_deviceBuffer || linked->_bufferId == parameter.name) {
-    const Data* global = globals.FindData(parameter.name);
-    const DataBufferEntry* entry = global ? global->GetIf<DataBufferEntry>() : nullptr;
-    if (entry && (!linked || !(*linked == *entry))) {
-      OSTRA_RETURN_IF_ERROR(links.buffers.SetData(parameter.name, *global));
+    if (const DataBufferEntry* global = FindBufferEntry(globals, parameter.name)) {
+      DataBufferEntry link = *global;
+      link._bufferId = parameter.name;
+      if (!linked || !(*linked == link)) OSTRA_RETURN_IF_ERROR(links.buffers.Set(parameter.name, std::move(link)));
       linked = FindBufferEntry(links.buffers, parameter.name);
     }
   }

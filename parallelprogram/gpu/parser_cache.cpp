@@ -48,9 +48,12 @@ struct ParserCache::Entry : RefCounted<Entry> {
 ParserCache::ParserCache() = default;
 ParserCache::~ParserCache() = default;
 
-Bool ParserCache::Fits(const Entry& entry, const KernelSource& source) {
-  if (!(entry.parser->GetTargetLanguage() == source.language) || !(entry.file == source.file)) return false;
-  if (!(entry.templateArgument == source.templateArgument) || entry.sampleCount != source.sampleCount) return false;
+Bool ParserCache::IsFor(const Entry& entry, const KernelSource& source) {
+  return entry.parser->GetTargetLanguage() == source.language && entry.file == source.file &&
+         entry.templateArgument == source.templateArgument && entry.sampleCount == source.sampleCount;
+}
+
+Bool ParserCache::IsUpToDate(const Entry& entry, const KernelSource& source) {
   const UInt64 parsed = entry.stamp.load(std::memory_order_acquire);
   if (parsed == 0) return true;
   const auto current = MakeSourcesStamp(source.file, entry.parser->GetFiles());
@@ -64,7 +67,7 @@ Result<ParserCache::EntryRef> ParserCache::Find(const KernelSource& source, Atom
     _entries.Find(source.key, known);
   }
   // Looking at files takes long, so it happens outside of the lock.
-  if (known && Fits(*known, source)) return known;
+  if (known && IsFor(*known, source) && IsUpToDate(*known, source)) return known;
 
   if (!IsTargetLanguage(source.language)) return OSTRA_ILLEGAL_STATE("parser could not be build");
   OSTRA_ASSIGN_OR_RETURN(StrongRef<ShaderParser> parser, ShaderParser::Create(source.language));
@@ -72,9 +75,20 @@ Result<ParserCache::EntryRef> ParserCache::Find(const KernelSource& source, Atom
   if (!entry) return OSTRA_OUT_OF_MEMORY();
   const EntryRef added = EntryRef::Adopt(entry);
   const SpinGuard guard(lock);
+  const std::scoped_lock adding(_adding);  // programs have locks of their own
+  // Somebody who has missed it as well may have been faster.
+  EntryRef present;
+  if (_entries.Find(source.key, present) && !(present == known) && IsFor(*present, source)) return present;
   _entries.Erase(source.key);
   OSTRA_RETURN_IF_ERROR(_entries.Insert(source.key, added));
   return added;
+}
+
+void ParserCache::Forget(UInt64 key, const EntryRef& entry, AtomicInt32& lock) {
+  const SpinGuard guard(lock);
+  const std::scoped_lock adding(_adding);
+  EntryRef present;
+  if (_entries.Find(key, present) && present == entry) _entries.Erase(key);
 }
 
 UInt64 MakeParserKey(UInt64 hash, UInt64 kernelIdHash, UInt64 stamp) {
@@ -108,10 +122,7 @@ Result<ParsedKernel> ParserCache::Parse(const KernelSource& source, AtomicInt32&
       return ParsedKernel{entry->parser, stamp};
     }
     entry->hasFailed = true;
-    {
-      const SpinGuard guard(lock);
-      _entries.Erase(source.key);
-    }
+    Forget(source.key, entry, lock);
     if (failed) {
       OSTRA_RETURN_IF_ERROR(failed->files.CopyFrom(entry->parser->GetFiles()));
       failed->stamp = stamp;

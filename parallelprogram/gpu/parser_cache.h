@@ -7,6 +7,8 @@
 // Thread-safe. Parsers that are held stay alive when the cache is emptied.
 #pragma once
 
+#include <mutex>
+
 #include "ostra/core/hash_map.h"
 #include "parallelprogram/shaderparser/shader_parser.h"
 
@@ -57,10 +59,13 @@ class ParserCache {
  private:
   struct Entry;
   using EntryRef = StrongRef<Entry>;
-  static Bool Fits(const Entry& entry, const KernelSource& source);
+  static Bool IsFor(const Entry& entry, const KernelSource& source);
+  static Bool IsUpToDate(const Entry& entry, const KernelSource& source);
   Result<EntryRef> Find(const KernelSource& source, AtomicInt32& lock);
+  void Forget(UInt64 key, const EntryRef& entry, AtomicInt32& lock);
 
   SynchronizedHashMap<UInt64, EntryRef> _entries;
+  std::mutex _adding;  // of whoever puts an entry in or takes one out
 };
 
 // The parsers of all GPU programs of the process. `lock` is that of the program that asks.

@@ -134,39 +134,6 @@ TEST_F(GpuCallsTest, AValueWithoutSetterIsNamed) {
       IsErrorWith(kIllegalArgumentError, "The uniform \"factor\" cannot be given a value of type \"float64\"."));
 }
 
-TEST_F(GpuCallsTest, NoisesComeWithAllTheirFunctionsAndSeeds) {
-  AddKernel(
-      "k"_iid,
-      "#define KERNELINPUTS \\\n(Block<Float32>) values\n\nOSTRA_PARALLEL_KERNEL(K, KERNELINPUTS)\n{\n\tfloat x = "
-      "0.0;\n\tADDNOISECALL\n\tx = RenderNoise(0, vec3(0.0, 0.0, 0.0), 0.0);\n\tADDNOISECALL\n\tx = RenderNoise(1, "
-      "vec3(0.0, 0.0, 0.0), 0.0);\n\tUNIFORM_BUFFER(values)[0] = x;\n}\nOSTRA_PARALLEL_KERNEL_END\n");
-  const DrawportProgramDescription& kernel = GetCache().programs["k"]->description;
-  const auto& noises = kernel.GetNoiseFunctions();
-  ASSERT_EQ(noises.GetCount(), 24);
-  EXPECT_EQ(noises[0].id, "net.ostra.drawport.noise.turbulence4d"_id);
-  EXPECT_EQ(noises[1].id, "net.ostra.render.rendernoiseclass.gaseous"_id);
-  EXPECT_EQ(noises[22].id, "net.ostra.render.rendernoiseclass.zada"_id);
-  EXPECT_EQ(noises[23].id, "net.ostra.render.rendernoiseclass.sema"_id);
-  EXPECT_EQ(noises[23].variant, 2);
-  std::vector<DrawportFeature> features;
-  for (const auto& use : kernel.GetRequiredFeatures()) features.push_back(use.feature);
-  EXPECT_THAT(features, ElementsAre(DrawportFeature::ComputeShader, DrawportFeature::ShaderStorageBuffer,
-                                    DrawportFeature::AtomicOperations, DrawportFeature::ImageLoadStore));
-  ASSERT_THAT(Store("values"_iid, 1), IsOk());
-  ASSERT_THAT(program->SetUniform("noiseSeed_1"_iid, Int32(7)), IsOk());
-  ASSERT_THAT(program->SetUniform("noiseMode_1"_iid, Int32(3)), IsOk());
-  TakeCalls();
-  ASSERT_THAT(program->UpdateUniforms(), IsOk());
-  EXPECT_THAT(TakeCalls(), ElementsAre("program k", "int noiseSeed_1 = 7", "int noiseMode_1 = 3", "buffer values = 4",
-                                       "noise noiseData_0 = 42", "noise noiseData_1 = 7"));
-  // The program was built for the modes that are set now; others are another program, the same ones are not.
-  ASSERT_THAT(program->UpdateUniforms(), IsOk());
-  EXPECT_THAT(TakeCalls(), testing::Not(testing::Contains("program k")));
-  ASSERT_THAT(program->SetUniform("noiseMode_0"_iid, Int32(24)), IsOk());
-  ASSERT_THAT(program->UpdateUniforms(), IsOk());
-  EXPECT_THAT(TakeCalls(), testing::Contains("program k"));
-}
-
 TEST_F(GpuCallsTest, ACreatedTextureIsThereWhenTheCallReturns) {
   TextureBindData texture = Describe(16, 8);
   ASSERT_THAT(program->CreateTexture("t"_iid, texture), IsOk());

@@ -54,6 +54,17 @@ TEST(GpuKernelTest, AKernelThatIsSaidToBeCompiledHasAWorkGroupSize) {
   EXPECT_EQ(kernel.workGroupSize.x, 8u);
 }
 
+TEST(GpuKernelTest, AKernelWhoseJobWasCancelledDoesNotRun) {
+  // It has ended without an error, and nobody knows the size of its work groups.
+  GpuKernel kernel;
+  kernel.state = CompileState::Running;
+  kernel.EndCompile(OK, false);
+  EXPECT_THAT(kernel.SettleCompiled(),
+              IsErrorWith(kIllegalStateError, "The kernel \"\" cannot run because its compilation has not ended."));
+  kernel.SetDescription(MakeDescription());
+  EXPECT_THAT(kernel.SettleCompiled(), IsOk());
+}
+
 class GpuCompileTest : public GpuCallsTest {
  protected:
   // Updates the active kernel and runs it once.
