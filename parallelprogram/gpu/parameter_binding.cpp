@@ -81,8 +81,8 @@ Result<void> BindTexture(const ParameterTarget& target, DrawportParameterHandle 
   }
   DrawportTexture* texture = linked ? linked->_texture : nullptr;
   if (texture) OSTRA_RETURN_IF_ERROR(CheckTextureType(parameter, *texture, user));
-  if (parameter.kind == DrawportParameterKind::Image)
   if (texture) OSTRA_RETURN_IF_ERROR(CheckLayers(parameter, *linked, user));
+  if (parameter.kind == DrawportParameterKind::Image)
     return target.factory.SetParameterImage(target.values, handle, texture);
   return target.factory.SetParameterTexture(target.values, handle, texture, linked ? linked->_sampler : nullptr);
 }
