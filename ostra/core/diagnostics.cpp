@@ -7,6 +7,7 @@
 #include <mutex>
 
 #include "ostra/core/host_flags.h"
+#include "ostra/core/silent_diagnostics.h"
 
 namespace ostra {
 
@@ -20,6 +21,7 @@ struct DiagnosticList {
   std::mutex mutex;
   DiagnosticListener* first = nullptr;
   std::atomic<DiagnosticLevel> streamLevel{DiagnosticLevel::Warning};
+  std::atomic<Int32> silences{0};  // how many keep everything off the stream
 
   static DiagnosticList& Get() {
     static auto* list = new DiagnosticList;  // outlives every listener
@@ -41,7 +43,7 @@ struct DiagnosticList {
 
   void Write(DiagnosticLevel level, std::string_view text) {
     const std::scoped_lock lock(mutex);
-    if (level >= streamLevel.load(std::memory_order_relaxed))
+    if (silences.load(std::memory_order_relaxed) == 0 && level >= streamLevel.load(std::memory_order_relaxed))
       std::fprintf(stderr, "%.*s\n", static_cast<int>(text.size()), text.data());
     for (DiagnosticListener* listener = first; listener; listener = listener->_next) listener->Notify(level, text);
   }
@@ -49,6 +51,9 @@ struct DiagnosticList {
 
 DiagnosticListener::DiagnosticListener() { DiagnosticList::Get().Add(*this); }
 DiagnosticListener::~DiagnosticListener() { DiagnosticList::Get().Remove(*this); }
+
+SilentDiagnosticStream::SilentDiagnosticStream() { ++DiagnosticList::Get().silences; }
+SilentDiagnosticStream::~SilentDiagnosticStream() { --DiagnosticList::Get().silences; }
 
 void SetDiagnosticStreamLevel(DiagnosticLevel level) { DiagnosticList::Get().streamLevel = level; }
 void WriteDiagnostic(DiagnosticLevel level, std::string_view text) { DiagnosticList::Get().Write(level, text); }

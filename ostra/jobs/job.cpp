@@ -2,6 +2,7 @@
 
 #include "ostra/core/diagnostics.h"
 #include "ostra/jobs/current_job.h"
+#include "ostra/jobs/job_failure.h"
 #include "ostra/jobs/job_queue.h"
 #include "ostra/jobs/worker_pool.h"
 #include "ostra/monitor/monitor.h"
@@ -52,7 +53,7 @@ void Job::Run() {
     _result = _work();
     if (!_result) {
       const Error& error = _result.GetError();
-      CriticalOutput("A job failed: @ [@:@]", error, error.GetUnit(), error.GetLine());
+      CriticalOutput(kJobFailurePattern, error, error.GetUnit(), error.GetLine());
     }
   }
   // Before anybody is told: the code behind the captures may be unloaded as soon as the job has ended.

@@ -7,8 +7,8 @@
 #include "ostra/core/array.h"
 #include "ostra/core/data.h"
 #include "ostra/math/data_types.h"
+#include "tests/support/diagnostic_recorder.h"
 #include "tests/support/fault_injection.h"
-#include "tests/support/recorded_diagnostics.h"
 
 namespace ostra {
 namespace {
@@ -200,7 +200,7 @@ TEST(DataTypeTest, EqualValuesHaveEqualHashesAlsoForBothZeros) {
 TEST(DataTypeTest, MissingOperationsStopInTheDebuggerAndAnswerNeutrally) {
   const DataType type = *DataType::Register(DescribeOpaque("test.missing"_id));
   const Opaque value{};
-  const RecordedDiagnostics diagnostics;
+  const DiagnosticRecorder diagnostics;
   EXPECT_FALSE(type.IsEqual(&value, &value));
   EXPECT_TRUE(type.Compare(&value, &value) == std::partial_ordering::unordered);
   EXPECT_EQ(type.GetHashCode(&value), 0u);
@@ -208,7 +208,7 @@ TEST(DataTypeTest, MissingOperationsStopInTheDebuggerAndAnswerNeutrally) {
   type.GetUniqueHashCode(&value, stream);
   EXPECT_EQ(stream.GetValue(), UniqueHashStream().GetValue());
   EXPECT_EQ(*type.ToText(&value), "opaque");
-  EXPECT_THAT(diagnostics.GetTexts(),
+  EXPECT_THAT(diagnostics.GetLines(),
               ElementsAre("Stop: IsEqual not defined.", "Stop: Compare not defined.", "Stop: GetHashCode not defined.",
                           "Stop: GetUniqueHashCode not defined."));
   EXPECT_TRUE(DataType::Erase("test.missing"_id));

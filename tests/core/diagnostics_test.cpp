@@ -9,8 +9,8 @@
 #include <thread>
 
 #include "ostra/core/host_flags.h"
+#include "tests/support/diagnostic_recorder.h"
 #include "tests/support/fault_injection.h"
-#include "tests/support/recorded_diagnostics.h"
 
 namespace ostra {
 namespace {
@@ -18,26 +18,27 @@ namespace {
 using testing::ElementsAre;
 
 TEST(DiagnosticsTest, ListenersGetEveryLevelAndTheFormattedText) {
-  const RecordedDiagnostics diagnostics;
+  const DiagnosticRecorder diagnostics;
   DiagnosticOutput("@ kernels", 3);
   WarningOutput("slow");
   CriticalOutput("KernelTextureLink not set before @", "start");
-  EXPECT_THAT(diagnostics.GetTexts(), ElementsAre("3 kernels", "slow", "KernelTextureLink not set before start"));
+  EXPECT_THAT(diagnostics.GetLines(), ElementsAre("3 kernels", "slow", "KernelTextureLink not set before start"));
   EXPECT_THAT(diagnostics.GetLevels(),
               ElementsAre(DiagnosticLevel::Information, DiagnosticLevel::Warning, DiagnosticLevel::Critical));
 }
 
 TEST(DiagnosticsTest, SeveralListenersHearAndADestroyedOneNoLonger) {
-  const RecordedDiagnostics first;
-  std::optional<RecordedDiagnostics> second(std::in_place);
-  const RecordedDiagnostics third;
+  const DiagnosticRecorder first;
+  std::optional<DiagnosticRecorder> second(std::in_place);
+  const DiagnosticRecorder third;
   WriteDiagnostic(DiagnosticLevel::Warning, "one");
-  EXPECT_THAT(second->GetTexts(), ElementsAre("one"));
+  EXPECT_THAT(second->GetLines(), ElementsAre("one"));
   second.reset();
   SetDiagnosticStreamLevel(DiagnosticLevel::Critical);
   WriteDiagnostic(DiagnosticLevel::Warning, "two");
-  EXPECT_THAT(first.GetTexts(), ElementsAre("one", "two"));
-  EXPECT_THAT(third.GetTexts(), ElementsAre("one", "two"));
+  SetDiagnosticStreamLevel(DiagnosticLevel::Warning);
+  EXPECT_THAT(first.GetLines(), ElementsAre("one", "two"));
+  EXPECT_THAT(third.GetLines(), ElementsAre("one", "two"));
 }
 
 TEST(DiagnosticsTest, TheStreamGetsOnlyLinesOfItsLevel) {
@@ -50,22 +51,35 @@ TEST(DiagnosticsTest, TheStreamGetsOnlyLinesOfItsLevel) {
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "shown\n");
 }
 
+TEST(DiagnosticsTest, TheStreamIsSilentUntilTheLastSilenceEndsAndThenHasItsOldLevel) {
+  testing::internal::CaptureStderr();
+  SetDiagnosticStreamLevel(DiagnosticLevel::Information);
+  std::optional<SilentDiagnosticStream> first(std::in_place), second(std::in_place);
+  DebugStop("one");
+  first.reset();
+  DebugStop("two");
+  second.reset();
+  DiagnosticOutput("three");
+  SetDiagnosticStreamLevel(DiagnosticLevel::Warning);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "three\n");
+}
+
 TEST(DiagnosticsTest, WithoutMemoryTheTextKeepsItsPlaceholders) {
-  const RecordedDiagnostics diagnostics;
+  const DiagnosticRecorder diagnostics;
   {
     const FailingAllocation failure(1);
     WarningOutput("The value is @.", 5);
   }
-  EXPECT_THAT(diagnostics.GetTexts(), ElementsAre("The value is @."));
+  EXPECT_THAT(diagnostics.GetLines(), ElementsAre("The value is @."));
 }
 
 TEST(DiagnosticsTest, ADebugStopWritesACriticalLineAndReturns) {
-  const RecordedDiagnostics diagnostics;
+  const DiagnosticRecorder diagnostics;
   const Bool before = g_enableDebugBreak;
   g_enableDebugBreak = false;
   DebugStop("Stop: reached.");
   g_enableDebugBreak = before;
-  EXPECT_THAT(diagnostics.GetTexts(), ElementsAre("Stop: reached."));
+  EXPECT_THAT(diagnostics.GetLines(), ElementsAre("Stop: reached."));
   EXPECT_THAT(diagnostics.GetLevels(), ElementsAre(DiagnosticLevel::Critical));
 }
 
@@ -105,14 +119,14 @@ TEST(DiagnosticsTest, AfterACriticalMessageADebuggerStopsUnlessItIsSwitchedOff) 
 }
 
 TEST(DiagnosticsTest, WithoutADebuggerACriticalMessageStopsNothing) {
-  const RecordedDiagnostics diagnostics;
+  const DiagnosticRecorder diagnostics;
   ASSERT_TRUE(g_enableDebugBreak);
   CriticalOutput("nobody stops here");
-  EXPECT_THAT(diagnostics.GetTexts(), ElementsAre("nobody stops here"));
+  EXPECT_THAT(diagnostics.GetLines(), ElementsAre("nobody stops here"));
 }
 
 TEST(DiagnosticsTest, LinesOfManyThreadsAllArrive) {
-  const RecordedDiagnostics diagnostics;
+  const DiagnosticRecorder diagnostics;
   std::vector<std::thread> threads;
   for (int t = 0; t < 4; ++t) {
     threads.emplace_back([] {
@@ -120,7 +134,7 @@ TEST(DiagnosticsTest, LinesOfManyThreadsAllArrive) {
     });
   }
   for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(diagnostics.GetTexts().size(), 800u);
+  EXPECT_EQ(diagnostics.GetLines().size(), 800u);
 }
 
 }  // namespace

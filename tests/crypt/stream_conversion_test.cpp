@@ -2,8 +2,8 @@
 #include "ostra/object/class.h"
 #include "ostra/object/framework.h"
 #include "tests/crypt/conversions.h"
+#include "tests/support/diagnostic_recorder.h"
 #include "tests/support/fault_injection.h"
-#include "tests/support/recorded_diagnostics.h"
 #include "tests/support/texts.h"
 
 namespace ostra {
@@ -146,13 +146,13 @@ TEST(StreamConversionTest, AHashNeedsRoomForItsValue) {
 }
 
 TEST(StreamConversionTest, ConversionsAreNotCopied) {
-  const RecordedDiagnostics diagnostics;
+  const DiagnosticRecorder diagnostics;
   for (const Id& id : kConversions) {
     const auto conversion = CreateStreamConversion(id, MakeAllSettings());
     ASSERT_THAT(conversion, IsOk());
     EXPECT_THAT((*conversion)->CopyFrom(**conversion), IsErrorOfKind(kNotImplementedError));
   }
-  EXPECT_EQ(diagnostics.GetTexts().size(), 4u);
+  EXPECT_EQ(diagnostics.GetLines().size(), 4u);
 }
 
 TEST(StreamConversionTest, EveryAllocationMayFail) {

@@ -11,9 +11,10 @@
 #include <thread>
 #include <vector>
 
-#include "ostra/core/diagnostics.h"
+#include "ostra/jobs/job_failure.h"
 #include "ostra/jobs/parallel_for.h"
 #include "tests/jobs/thread_limit.h"
+#include "tests/support/diagnostic_recorder.h"
 
 OSTRA_UNIT("job_test");
 
@@ -44,11 +45,6 @@ class BusyWorker {
   StrongRef<Job> _job;
 };
 
-struct Recorder : DiagnosticListener {
-  void Notify(DiagnosticLevel, std::string_view text) override { lines.emplace_back(text); }
-  std::vector<std::string> lines;
-};
-
 TEST(JobTest, AWorkerRunsAJobThatNobodyWaitsFor) {
   std::latch done{1};
   std::thread::id thread;
@@ -66,7 +62,7 @@ TEST(JobTest, AWorkerRunsAJobThatNobodyWaitsFor) {
 }
 
 TEST(JobTest, TheErrorIsKeptInTheJobAndWrittenAsADiagnosticLine) {
-  Recorder recorder;
+  const DiagnosticRecorder recorder;
   auto job = *Job::Create([]() -> Result<void> { return OSTRA_ILLEGAL_ARGUMENT("kernel @ is broken", "blur"); });
   ASSERT_TRUE(Enqueue(job));
   ASSERT_TRUE(Wait(*job));
@@ -74,7 +70,9 @@ TEST(JobTest, TheErrorIsKeptInTheJobAndWrittenAsADiagnosticLine) {
   ASSERT_FALSE(result);
   EXPECT_EQ(result.GetError().GetKind(), kIllegalArgumentError);
   EXPECT_EQ(result.GetError().GetMessage().GetView(), "kernel blur is broken");
-  EXPECT_THAT(recorder.lines, testing::ElementsAre(testing::HasSubstr("kernel blur is broken")));
+  EXPECT_THAT(recorder.GetLines(), testing::ElementsAre(testing::HasSubstr("kernel blur is broken")));
+  EXPECT_TRUE(IsJobFailure(recorder.GetLines()[0]));
+  EXPECT_FALSE(IsJobFailure("The kernel blur is broken."));
 }
 
 TEST(JobTest, AJobThatHasNotEndedHasNoResult) {
@@ -146,7 +144,7 @@ TEST(JobTest, AJobCannotWaitForItself) {
 }
 
 TEST(JobTest, ACancelledJobThatHasNotBegunIsNotCalled) {
-  Recorder recorder;
+  const DiagnosticRecorder recorder;
   StrongRef<Job> job;
   {
     const BusyWorker busy;
@@ -161,7 +159,7 @@ TEST(JobTest, ACancelledJobThatHasNotBegunIsNotCalled) {
   const Result<void> result = job->GetResult();
   ASSERT_FALSE(result);
   EXPECT_EQ(result.GetError().GetKind(), kIllegalStateError);
-  EXPECT_TRUE(recorder.lines.empty());  // asked for, so nothing went wrong
+  EXPECT_TRUE(recorder.GetLines().empty());  // asked for, so nothing went wrong
 }
 
 TEST(JobTest, ARunningJobSeesThatItIsCancelled) {

@@ -1,7 +1,7 @@
 // What the CPU program answers where it has nothing to do, and where something is missing.
-#include "ostra/core/diagnostics.h"
 #include "parallelprogram/textures/texture_bind_data.h"
 #include "tests/parallelprogram/program_fixture.h"
+#include "tests/support/diagnostic_recorder.h"
 
 namespace ostra::test {
 namespace {
@@ -58,18 +58,13 @@ TEST_F(FixedResultsTest, MemoryAndFormatsAreFixed) {
   EXPECT_EQ(total, Int64{1099511627776});
 }
 
-struct Recorder final : DiagnosticListener {
-  void Notify(DiagnosticLevel, std::string_view text) override { lines.emplace_back(text); }
-  std::vector<std::string> lines;
-};
-
 TEST_F(FixedResultsTest, AProgramCannotBeCopied) {
   constexpr const char* kMessage = "Component ParallelProgramCPUImpl has members, but CopyFrom is not implemented!";
   AddKernel("a"_iid, kScale);
   ParallelProgramRef other = MakeProgram();
-  Recorder recorder;
+  const DiagnosticRecorder recorder;
   EXPECT_THAT(other->CopyFrom(*program), IsErrorWith(kNotImplementedError, kMessage));
-  EXPECT_THAT(recorder.lines, testing::Contains(std::string(kMessage)));
+  EXPECT_THAT(recorder.GetLines(), testing::Contains(std::string(kMessage)));
   EXPECT_FALSE(other->HasKernel("a"_iid));
 }
 

@@ -1,6 +1,6 @@
 // KernelBase: how values reach the members of kernel objects, and what a kernel object offers besides.
-#include "ostra/core/diagnostics.h"
 #include "tests/parallelprogram/program_fixture.h"
+#include "tests/support/diagnostic_recorder.h"
 
 namespace ostra::test {
 namespace {
@@ -116,18 +116,13 @@ TEST_F(KernelBaseTest, ANameThatIsUsedTwiceIsRefused) {
   EXPECT_EQ(kernel->number, 7);
 }
 
-struct Recorder final : DiagnosticListener {
-  void Notify(DiagnosticLevel, std::string_view text) override { lines.emplace_back(text); }
-  std::vector<std::string> lines;
-};
-
 TEST_F(KernelBaseTest, AKernelObjectCannotBeCopied) {
   constexpr const char* kMessage = "Component net.ostra.test.probe has members, but CopyFrom is not implemented!";
   auto other = _class->CreateObject<KernelInterface>();
   ASSERT_THAT(other, IsOk());
-  Recorder recorder;
+  const DiagnosticRecorder recorder;
   EXPECT_THAT((*other)->CopyFrom(*object), IsErrorWith(kNotImplementedError, kMessage));
-  EXPECT_THAT(recorder.lines, testing::Contains(std::string(kMessage)));
+  EXPECT_THAT(recorder.GetLines(), testing::Contains(std::string(kMessage)));
 }
 
 TEST_F(KernelBaseTest, RunningOutOfMemoryInInitIsAnErrorAndLeaksNothing) {

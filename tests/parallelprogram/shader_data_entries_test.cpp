@@ -7,8 +7,8 @@
 #include "ostra/core/format.h"
 #include "ostra/drawport/null_backend.h"
 #include "parallelprogram/program/shader_data_entries.h"
+#include "tests/support/diagnostic_recorder.h"
 #include "tests/support/fault_injection.h"
-#include "tests/support/recorded_diagnostics.h"
 #include "tests/support/result_matchers.h"
 
 namespace ostra {
@@ -113,9 +113,9 @@ TEST_F(ShaderDataEntriesTest, BufferEntriesAreEqualWhenAllFieldsAre) {
 }
 
 TEST_F(ShaderDataEntriesTest, BufferEntriesHaveNoOrder) {
-  const RecordedDiagnostics diagnostics;
+  const DiagnosticRecorder diagnostics;
   EXPECT_EQ(GetDataType<DataBufferEntry>().Compare(&entry, &entry), std::partial_ordering::unordered);
-  EXPECT_THAT(diagnostics.GetTexts(), ElementsAre("Stop: Compare not defined."));
+  EXPECT_THAT(diagnostics.GetLines(), ElementsAre("Stop: Compare not defined."));
 }
 
 TEST_F(ShaderDataEntriesTest, ABufferEntryIsWrittenAsItsFields) {
@@ -212,7 +212,7 @@ TEST_F(ShaderDataEntriesTest, AssigningATextureEntryFreesTheTexelsThatItHad) {
 }
 
 TEST_F(ShaderDataEntriesTest, TextureEntriesCannotBeComparedOrHashed) {
-  const RecordedDiagnostics diagnostics;
+  const DiagnosticRecorder diagnostics;
   const DataType type = GetDataType<TextureSamplerEntry>();
   const TextureSamplerEntry texture;
   UniqueHashStream stream;
@@ -220,7 +220,7 @@ TEST_F(ShaderDataEntriesTest, TextureEntriesCannotBeComparedOrHashed) {
   EXPECT_EQ(type.GetHashCode(&texture), 0u);
   type.GetUniqueHashCode(&texture, stream);
   EXPECT_EQ(stream.GetValue(), UniqueHashStream().GetValue());
-  EXPECT_THAT(diagnostics.GetTexts(), ElementsAre("Stop: IsEqual not defined.", "Stop: GetHashCode not defined.",
+  EXPECT_THAT(diagnostics.GetLines(), ElementsAre("Stop: IsEqual not defined.", "Stop: GetHashCode not defined.",
                                                   "Stop: GetUniqueHashCode not defined."));
 }
 

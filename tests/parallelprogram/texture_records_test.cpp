@@ -1,8 +1,8 @@
 // The records that describe textures: defaults, checks, packing, copies, data types.
 #include "parallelprogram/textures/texture_types.h"
 #include "tests/parallelprogram/texture_family.h"
+#include "tests/support/diagnostic_recorder.h"
 #include "tests/support/fault_injection.h"
-#include "tests/support/recorded_diagnostics.h"
 
 namespace ostra::test {
 namespace {
@@ -232,7 +232,7 @@ TEST(TextureTypesTest, VisitingStopsAtTheFirstError) {
 }
 
 TEST(TextureTypesTest, RecordsCannotBeComparedOrHashed) {
-  RecordedDiagnostics diagnostics;
+  DiagnosticRecorder diagnostics;
   const DataType& type = GetDataType<TextureBindData>();
   const TextureBindData a, b;
   EXPECT_FALSE(type.IsEqual(&a, &b));
@@ -240,7 +240,7 @@ TEST(TextureTypesTest, RecordsCannotBeComparedOrHashed) {
   type.GetHashCode(&a);
   UniqueHashStream stream;
   type.GetUniqueHashCode(&a, stream);
-  EXPECT_THAT(diagnostics.GetTexts(),
+  EXPECT_THAT(diagnostics.GetLines(),
               testing::ElementsAre("Stop: IsEqual not defined.", "Stop: Compare not defined.",
                                    "Stop: GetHashCode not defined.", "Stop: GetUniqueHashCode not defined."));
 }

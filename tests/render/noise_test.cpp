@@ -3,7 +3,7 @@
 #include <iterator>
 
 #include "tests/render/noise_fixture.h"
-#include "tests/support/recorded_diagnostics.h"
+#include "tests/support/diagnostic_recorder.h"
 
 namespace ostra::test {
 namespace {
@@ -67,9 +67,9 @@ TEST(RenderNoiseTest, WithoutInitANoiseHasTheSeedZero) {
 
 TEST(RenderNoiseTest, ANoiseIsNotCopied) {
   const RenderNoiseRef source = MakeNoise(kPerlinNoise, 1);
-  const RecordedDiagnostics diagnostics;
+  const DiagnosticRecorder diagnostics;
   EXPECT_THAT(CreateNoise(kPerlinNoise)->CopyFrom(*source), IsErrorOfKind(kNotImplementedError));
-  EXPECT_EQ(diagnostics.GetTexts().size(), 1u);
+  EXPECT_EQ(diagnostics.GetLines().size(), 1u);
 }
 
 // Bits at one position off and one on the lattice planes. Shaders run the same text and must give them, too.

@@ -3,7 +3,7 @@
 #include <random>
 
 #include "tests/shaderparser/parser_fixture.h"
-#include "tests/support/recorded_diagnostics.h"
+#include "tests/support/diagnostic_recorder.h"
 
 namespace ostra::test {
 namespace {
@@ -156,7 +156,7 @@ std::string MakeText(std::mt19937& random, int pieces) {
 }
 
 TEST_F(BadSourceTest, RandomSourcesEndWithPiecesOrAMessage) {
-  const RecordedDiagnostics diagnostics;
+  const DiagnosticRecorder diagnostics;
   std::mt19937 random(17);
   int good = 0, bad = 0;
   for (int round = 0; round < 400; ++round) {

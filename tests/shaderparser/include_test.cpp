@@ -1,7 +1,7 @@
 // Which headers belong to a file, how they include each other, and what is taken from them.
 #include "ostra/io/file.h"
 #include "tests/shaderparser/parser_fixture.h"
-#include "tests/support/recorded_diagnostics.h"
+#include "tests/support/diagnostic_recorder.h"
 #include "tests/support/texts.h"
 
 namespace ostra::test {
@@ -326,14 +326,14 @@ TEST_F(IncludeTest, HeadersComeBeforeTheFile) {
 }
 
 TEST_F(IncludeTest, ErrorsInHeadersAreAlsoDiagnostics) {
-  RecordedDiagnostics diagnostics;
+  DiagnosticRecorder diagnostics;
   const char* const message = "could not find end of a struct. missing }; as single line";
   EXPECT_THAT(TryParseHeader("struct S\n{\n"), IsErrorWith(kIllegalArgumentError, message));
-  EXPECT_THAT(diagnostics.GetTexts(), ElementsAre("Error parsing shader " + GetPath("k.h") + ": " + message));
+  EXPECT_THAT(diagnostics.GetLines(), ElementsAre("Error parsing shader " + GetPath("k.h") + ": " + message));
   // Those of the file itself are not.
   Write("k.h", "");
   EXPECT_FALSE(TryParse("GROUPSIZE\n"));
-  EXPECT_EQ(diagnostics.GetTexts().size(), 1u);
+  EXPECT_EQ(diagnostics.GetLines().size(), 1u);
 }
 
 TEST_F(IncludeTest, AContainerThatIsNoneIsRefused) {

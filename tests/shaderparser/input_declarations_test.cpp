@@ -5,7 +5,7 @@
 #include "ostra/math/data_types.h"
 #include "ostra/render/gradient.h"
 #include "tests/shaderparser/parser_fixture.h"
-#include "tests/support/recorded_diagnostics.h"
+#include "tests/support/diagnostic_recorder.h"
 
 namespace ostra::test {
 namespace {
@@ -273,24 +273,24 @@ TEST_F(InputDeclarationsTest, AThirtyFirstBufferIsADiagnosticForEveryTarget) {
   for (int i = 0; i < 30; ++i)
     lines += (i % 2 ? "(Block<Float32>) b" : "(const BaseArray<Int32>) b") + std::to_string(i) + ", \\\n";
   for (const Id& target : {kTargetHlsl, kTargetGlsl, kTargetMetal}) {
-    RecordedDiagnostics diagnostics;
+    DiagnosticRecorder diagnostics;
     EXPECT_EQ(InputsOf(lines, {.target = target}).size(), 30u);
-    EXPECT_THAT(diagnostics.GetTexts(), IsEmpty());
+    EXPECT_THAT(diagnostics.GetLines(), IsEmpty());
     const ParserRef parser =
         Parse(MakeDefine(lines + "(Block<Float32>) x, \\\n(Block<Float32>) y"), {.target = target});
     EXPECT_EQ(parser->GetInputEntries().GetCount(), 32);
     EXPECT_EQ(parser->GetMetalBufferCount(), 32);
-    EXPECT_THAT(diagnostics.GetTexts(), ElementsAre(message, message));
+    EXPECT_THAT(diagnostics.GetLines(), ElementsAre(message, message));
     EXPECT_THAT(diagnostics.GetLevels(), ElementsAre(DiagnosticLevel::Critical, DiagnosticLevel::Critical));
   }
 }
 
 TEST_F(InputDeclarationsTest, BuffersOfTheStructFormCountToo) {
-  RecordedDiagnostics diagnostics;
+  DiagnosticRecorder diagnostics;
   std::string lines;
   for (int i = 0; i < 31; ++i) lines += "Block<Float32> b" + std::to_string(i) + ";\n";
   EXPECT_EQ(MembersOf(lines).size(), 31u);
-  EXPECT_THAT(diagnostics.GetTexts(),
+  EXPECT_THAT(diagnostics.GetLines(),
               ElementsAre("Assertion failed: Too many buffers bound to kernel(>30). Metal compile will fail."));
 }
 
@@ -298,11 +298,11 @@ TEST_F(InputDeclarationsTest, ANinthWritableTextureIsADiagnostic) {
   std::string lines;
   for (int i = 0; i < 8; ++i) lines += "(TextureSampler_2D_R_F32_POINT) w" + std::to_string(i) + ", \\\n";
   for (int i = 0; i < 8; ++i) lines += "(const TextureSampler_2D_R_F32_POINT) r" + std::to_string(i) + ", \\\n";
-  RecordedDiagnostics diagnostics;
+  DiagnosticRecorder diagnostics;
   EXPECT_EQ(TexturesOf(lines).size(), 16u);
-  EXPECT_THAT(diagnostics.GetTexts(), IsEmpty());
+  EXPECT_THAT(diagnostics.GetLines(), IsEmpty());
   EXPECT_EQ(TexturesOf(lines + "(TextureSampler_2D_R_F32_POINT) x").size(), 17u);
-  EXPECT_THAT(diagnostics.GetTexts(),
+  EXPECT_THAT(diagnostics.GetLines(),
               ElementsAre("Assertion failed: Too many UAV textures bound to kernel(>8). Metal compile will fail."));
 }
 

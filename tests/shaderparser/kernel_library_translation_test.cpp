@@ -4,7 +4,7 @@
 #include <iterator>
 
 #include "tests/shaderparser/parser_fixture.h"
-#include "tests/support/recorded_diagnostics.h"
+#include "tests/support/diagnostic_recorder.h"
 
 namespace ostra::test {
 namespace {
@@ -17,7 +17,7 @@ std::string ReadText(const std::filesystem::path& path) {
 }
 
 TEST_F(KernelLibraryTranslationTest, EveryKernelHasABodyAndEntriesAndNothingToComplainAbout) {
-  const RecordedDiagnostics diagnostics;
+  const DiagnosticRecorder diagnostics;
   int kernels = 0;
   for (const auto& entry : std::filesystem::directory_iterator(OSTRA_KERNEL_FOLDER)) {
     if (entry.path().extension() != ".krn") continue;
@@ -38,7 +38,7 @@ TEST_F(KernelLibraryTranslationTest, EveryKernelHasABodyAndEntriesAndNothingToCo
     }
   }
   EXPECT_GT(kernels, 15);
-  EXPECT_THAT(diagnostics.GetTexts(), testing::IsEmpty());
+  EXPECT_THAT(diagnostics.GetLines(), testing::IsEmpty());
 }
 
 // A line of the kernel comes from the line of the file that it is, where no rule has changed it.

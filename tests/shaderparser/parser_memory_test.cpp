@@ -1,7 +1,7 @@
 // A parse when memory runs out: at every allocation.
 #include "tests/shaderparser/parser_fixture.h"
+#include "tests/support/diagnostic_recorder.h"
 #include "tests/support/fault_injection.h"
-#include "tests/support/recorded_diagnostics.h"
 
 namespace ostra::test {
 namespace {
@@ -33,7 +33,7 @@ TEST_F(ParserMemoryTest, EveryAllocationMayFailAndNothingLeaks) {
   const Url file = MakeUrl("k.krn");
   for (const Id& target : {kTargetHlsl, kTargetGlsl, kTargetMetal}) {
     const DataDictionary options = MakeOptions({.templateArgument = "Float32", .multisampling = 4});
-    const RecordedDiagnostics diagnostics;
+    const DiagnosticRecorder diagnostics;
     const Int failures = ExpectEveryAllocationFailureIsReported([&]() -> Result<void> {
       OSTRA_ASSIGN_OR_RETURN(const ParserRef parser, ShaderParser::Create(target));
       return parser->Init(file, options);
@@ -46,7 +46,7 @@ TEST_F(ParserMemoryTest, AParserThatFailedForMemoryParsesTheNextTime) {
   WriteEverything();
   const Url file = MakeUrl("k.krn");
   const DataDictionary options = MakeOptions({.templateArgument = "Float32", .multisampling = 4});
-  const RecordedDiagnostics diagnostics;
+  const DiagnosticRecorder diagnostics;
   const ParserRef expected = MakeParser(kTargetHlsl);
   ASSERT_THAT(expected->Init(file, options), IsOk());
   for (Int n = 1; n < 10000; ++n) {

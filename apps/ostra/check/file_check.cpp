@@ -97,9 +97,9 @@ Result<void> AddTarget(FileCheck& check, const CheckOptions& options, const Id& 
   OSTRA_ASSIGN_OR_RETURN(Translation translation,
                          Translate({url, target, options.templateArgument, options.multisampling}));
   TargetCheck& added = check.targets.emplace_back(TargetCheck{target, std::move(translation), {}, {}, {}});
-  for (const std::string& line : added.translation.diagnostics)
-    if (line.find("Error parsing shader") == std::string::npos)
-      added.findings.Add({check.file, 0, Severity::Warning, line});
+  // What is only information says of a header what the result says again.
+  for (const Diagnostic& line : added.translation.diagnostics)
+    if (line.level >= DiagnosticLevel::Warning) added.findings.Add({check.file, 0, Severity::Warning, line.text});
   if (!added.translation.result) {
     if (added.translation.result.GetError().GetKind() == kOutOfMemoryError) return added.translation.result.TakeError();
     OSTRA_ASSIGN_OR_RETURN(const String message,

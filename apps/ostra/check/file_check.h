@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "apps/ostra/check/findings.h"
-#include "apps/ostra/check/lints.h"
 #include "apps/ostra/check/metal_compiler.h"
+#include "apps/ostra/lints/findings.h"
+#include "apps/ostra/lints/lints.h"
 #include "apps/ostra/translate/translation.h"
 
 namespace ostra::tool {

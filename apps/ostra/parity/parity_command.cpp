@@ -2,13 +2,13 @@
 
 #include "apps/ostra/names/one_of.h"
 #include "apps/ostra/output/progress.h"
-#include "apps/ostra/output/silent_diagnostics.h"
 #include "apps/ostra/output/standard_output.h"
 #include "apps/ostra/parity/kernel_folder.h"
 #include "apps/ostra/parity/parity_report.h"
 #include "apps/ostra/parity/suite.h"
 #include "apps/ostra/start_host.h"
 #include "ostra/core/format.h"
+#include "ostra/core/silent_diagnostics.h"
 #include "ostra/drawport/device_list.h"
 #include "ostra/drawport/settings.h"
 
@@ -35,7 +35,7 @@ constexpr const char* kDetails =
 
 void RunSuite(const parity::ParitySetting& setting, std::vector<parity::ParityRow>& rows) {
   // What scenarios do wrong on purpose is no news for the user: not even critical lines are.
-  const SilentDiagnostics silence;
+  const SilentDiagnosticStream silence;
   const std::vector<parity::ParityCase> cases = parity::GetParityCases();
   Progress progress("comparing", static_cast<Int>(cases.size()) + 2);
   for (const parity::ParityCase& each : cases) {

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "apps/ostra/check/lints.h"
 #include "apps/ostra/encode/source_file.h"
+#include "apps/ostra/lints/lints.h"
 #include "ostra/core/atomic.h"
 #include "ostra/core/format.h"
 #include "parallelprogram/shaderassembly/assembly_records.h"
@@ -84,7 +84,7 @@ class StageReader {
       Findings comments;
       LintComments(*linted, comments);
       for (const Finding& finding : comments.GetAll())
-        if (finding.text.starts_with("braces in comments"))
+        if (finding.kind == FindingKind::BraceInComment)
           return OSTRA_ILLEGAL_ARGUMENT("@:@: error: @", finding.file, finding.line, finding.text);
     }
     OSTRA_ASSIGN_OR_RETURN(const String message, parser->DescribeError(parsed.GetError()));
@@ -139,7 +139,7 @@ std::string FindLostDeclaration(const std::vector<StageFile>& stages, std::strin
     Findings findings;
     LintDeclarations(*linted, *stage.parser, findings);
     for (const Finding& finding : findings.GetAll())
-      if (finding.text.starts_with("the declaration of " + Quote(name) + " makes no parameter"))
+      if (finding.kind == FindingKind::LostDeclaration && finding.name == name)
         return finding.file + ":" + std::to_string(finding.line) + ": error: " + finding.text;
   }
   return {};

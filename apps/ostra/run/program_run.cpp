@@ -7,9 +7,11 @@
 #include <vector>
 
 #include "apps/ostra/output/progress.h"
-#include "apps/ostra/output/silent_diagnostics.h"
 #include "apps/ostra/run/crash_guard.h"
 #include "apps/ostra/run/fenced_array.h"
+#include "ostra/core/diagnostics.h"
+#include "ostra/core/silent_diagnostics.h"
+#include "ostra/jobs/job_failure.h"
 #include "ostra/object/class.h"
 
 OSTRA_UNIT("program_run");
@@ -27,11 +29,11 @@ class QuietCompilation final : public DiagnosticListener {
     for (const std::string& line : _lines) std::fprintf(stderr, "%s\n", line.c_str());
   }
   void Notify(DiagnosticLevel level, std::string_view text) override {
-    if (level >= DiagnosticLevel::Warning && !text.starts_with("A job failed: ")) _lines.emplace_back(text);
+    if (level >= DiagnosticLevel::Warning && !IsJobFailure(text)) _lines.emplace_back(text);
   }
 
  private:
-  SilentDiagnostics _silence;
+  SilentDiagnosticStream _silence;
   std::vector<std::string> _lines;  // guarded by the list of listeners, which is locked while they are told
 };
 

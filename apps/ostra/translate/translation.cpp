@@ -1,6 +1,6 @@
 #include "apps/ostra/translate/translation.h"
 
-#include "apps/ostra/output/silent_diagnostics.h"
+#include "ostra/core/silent_diagnostics.h"
 #include "parallelprogram/shaderparser/function_definition.h"
 
 namespace ostra::tool {
@@ -9,8 +9,8 @@ namespace {
 
 class DiagnosticRecorder final : public DiagnosticListener {
  public:
-  void Notify(DiagnosticLevel, std::string_view text) override { lines.emplace_back(text); }
-  std::vector<std::string> lines;
+  void Notify(DiagnosticLevel level, std::string_view text) override { lines.push_back({level, std::string(text)}); }
+  std::vector<Diagnostic> lines;
 };
 
 Result<DataDictionary> MakeParserOptions(const TranslationOptions& options) {
@@ -32,7 +32,7 @@ Result<Translation> Translate(const TranslationOptions& options) {
   DiagnosticRecorder recorder;
   // What is recorded is reported with the translation: on the standard error stream it would be said once a target.
   {
-    const SilentDiagnostics silence;
+    const SilentDiagnosticStream silence;
     translation.result = translation.parser->Init(options.file, dictionary, EndlessSource::Refuse);
   }
   translation.diagnostics = std::move(recorder.lines);

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "ostra/core/diagnostics.h"
 #include "parallelprogram/shaderparser/shader_parser.h"
 
 namespace ostra::tool {
@@ -16,10 +17,15 @@ struct TranslationOptions {
   std::optional<Int32> multisampling;           // samples of the framebuffer
 };
 
+struct Diagnostic {
+  DiagnosticLevel level;
+  std::string text;
+};
+
 struct Translation {
   StrongRef<ShaderParser> parser;
   Result<void> result = OK;
-  std::vector<std::string> diagnostics;  // what the parse wrote to the host's diagnostic output, in order
+  std::vector<Diagnostic> diagnostics;  // what the parse wrote to the host's diagnostic output, in order
 };
 
 // Translates the file; sources on which the translator would not end are refused. What goes wrong in the file is the

@@ -130,7 +130,8 @@ Result<std::string> FormatTranslationAsJson(const Translation& translation) {
                      {"unit", TextOf(error.GetUnit())},
                      {"line", error.GetLine()}};
   }
-  json["diagnostics"] = ListTexts(translation.diagnostics);
+  json["diagnostics"] = Json::array();
+  for (const Diagnostic& line : translation.diagnostics) json["diagnostics"].push_back(line.text);
   return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 

@@ -82,7 +82,7 @@ Result<std::string> FormatTranslation(const Translation& translation) {
   for (const CString& code : parser.GetGlobalCode()) AddPiece(report, "file scope", code);
   AddPiece(report, "group-shared memory", shared);
   AddPiece(report, "kernel", parser.GetKernelCode());
-  for (const std::string& line : translation.diagnostics) AddPiece(report, "diagnostic", line);
+  for (const Diagnostic& line : translation.diagnostics) AddPiece(report, "diagnostic", line.text);
   return report;
 }
 

@@ -1,4 +1,4 @@
-#include "apps/ostra/check/findings.h"
+#include "apps/ostra/lints/findings.h"
 
 #include <algorithm>
 #include <charconv>

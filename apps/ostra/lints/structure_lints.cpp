@@ -2,7 +2,7 @@
 #include <charconv>
 #include <vector>
 
-#include "apps/ostra/check/lints.h"
+#include "apps/ostra/lints/lints.h"
 #include "apps/ostra/values/text.h"
 
 namespace ostra::tool {

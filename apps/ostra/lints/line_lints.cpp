@@ -1,6 +1,6 @@
 #include <algorithm>
 
-#include "apps/ostra/check/lints.h"
+#include "apps/ostra/lints/lints.h"
 
 namespace ostra::tool {
 

@@ -1,7 +1,7 @@
 // The translator does not know what a comment is: it replaces words and counts braces in comments, too.
 #include <algorithm>
 
-#include "apps/ostra/check/lints.h"
+#include "apps/ostra/lints/lints.h"
 
 namespace ostra::tool {
 
@@ -58,7 +58,8 @@ void LintComments(const LintedFile& file, Findings& findings) {
     const Bool isCounted = line.place == LinePlace::Start || line.place == LinePlace::Inside;
     if (isCounted && ChangesDepth(comment))
       findings.Add({file.name, line.number, Severity::Warning,
-                    "braces in comments are counted like others: this one changes where the block ends"});
+                    "braces in comments are counted like others: this one changes where the block ends",
+                    FindingKind::BraceInComment});
   }
 }
 

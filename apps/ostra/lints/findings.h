@@ -11,11 +11,16 @@ namespace ostra::tool {
 
 enum class Severity { Warning, Error };
 
+// What a finding is about, for those who look for one.
+enum class FindingKind { Other, BraceInComment, LostDeclaration };
+
 struct Finding {
   std::string file;
   Int line = 0;  // 0: about the whole file
   Severity severity = Severity::Error;
   std::string text;
+  FindingKind kind = FindingKind::Other;
+  std::string name = {};  // the parameter of a lost declaration
 };
 
 // A list without repetitions: what is wrong for all targets is said once.

@@ -1,6 +1,6 @@
 // Cuts a kernel file into blocks as the translator does (docs/translation.md), so that lints know what becomes of a
 // line.
-#include "apps/ostra/check/source_lines.h"
+#include "apps/ostra/lints/source_lines.h"
 
 namespace ostra::tool {
 

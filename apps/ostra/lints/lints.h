@@ -4,8 +4,8 @@
 
 #include <optional>
 
-#include "apps/ostra/check/findings.h"
-#include "apps/ostra/check/source_lines.h"
+#include "apps/ostra/lints/findings.h"
+#include "apps/ostra/lints/source_lines.h"
 #include "ostra/drawport/enumerations.h"
 #include "parallelprogram/shaderparser/shader_parser.h"
 

@@ -1,4 +1,4 @@
-#include "apps/ostra/check/source_lines.h"
+#include "apps/ostra/lints/source_lines.h"
 
 #include "apps/ostra/values/text.h"
 

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "apps/ostra/check/lints.h"
+#include "apps/ostra/lints/lints.h"
 #include "apps/ostra/names/nearest_name.h"
 #include "apps/ostra/values/text.h"
 
@@ -87,7 +87,8 @@ void LintDeclaration(const LintedFile& file, const SourceLine& line, const Shade
     const std::string_view nearest = FindNearestName(type, names);
     if (!nearest.empty()) text += "; did you mean " + Quote(nearest) + "?";
   }
-  findings.Add({file.name, line.number, Severity::Warning, std::move(text)});
+  findings.Add(
+      {file.name, line.number, Severity::Warning, std::move(text), FindingKind::LostDeclaration, std::string(name)});
 }
 
 }  // namespace

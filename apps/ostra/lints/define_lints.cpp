@@ -2,7 +2,7 @@
 // of the header alone.
 #include <algorithm>
 
-#include "apps/ostra/check/lints.h"
+#include "apps/ostra/lints/lints.h"
 
 namespace ostra::tool {
 

@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <vector>
 
-#include "apps/ostra/check/lints.h"
+#include "apps/ostra/lints/lints.h"
 #include "apps/ostra/values/text.h"
 #include "ostra/math/data_types.h"
 
