@@ -12,6 +12,7 @@ constinit std::atomic<Int> g_memoryLimit{0};
 constinit std::atomic<Int> g_stagingCapacity{0};
 constinit std::atomic<Int> g_rowAlignment{1};
 constinit std::atomic<bool> g_isDirect{true};
+constinit std::atomic<bool> g_readsDirectly{true};
 constinit std::atomic<bool> g_isHlsl{false};
 
 }  // namespace
@@ -27,6 +28,9 @@ Int GetDrawportRowAlignment() { return g_rowAlignment; }
 
 void SetDrawportDirectMapping(Bool isOn) { g_isDirect = isOn; }
 Bool GetDrawportDirectMapping() { return g_isDirect; }
+
+void SetDrawportDirectReading(Bool isOn) { g_readsDirectly = isOn; }
+Bool GetDrawportDirectReading() { return g_readsDirectly; }
 
 void SetDrawportShadingLanguage(const Id& language) { g_isHlsl = language == kShadingLanguageHlsl; }
 const Id& GetDrawportShadingLanguage() { return g_isHlsl ? kShadingLanguageHlsl : kShadingLanguageGlsl; }

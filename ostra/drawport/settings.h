@@ -27,6 +27,11 @@ OSTRA_API Int GetDrawportRowAlignment();
 OSTRA_API void SetDrawportDirectMapping(Bool isOn);
 OSTRA_API Bool GetDrawportDirectMapping();
 
+// False: device buffers that are made from now on are read through staging memory, even where the host sees and writes
+// their memory itself, as on devices whose memory the host sees but does not cache. For tests of that way. Default: true.
+OSTRA_API void SetDrawportDirectReading(Bool isOn);
+OSTRA_API Bool GetDrawportDirectReading();
+
 // The language that drawports which are made from now on ask programs for, where the backend can compile several:
 // kShadingLanguageGlsl, the default, or kShadingLanguageHlsl; anything else is the default. Results are the same.
 OSTRA_API void SetDrawportShadingLanguage(const Id& language);

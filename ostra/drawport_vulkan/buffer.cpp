@@ -48,6 +48,7 @@ Result<void> BufferResource::Init(Int bytes, MemoryUse use) {
   vkGetBufferMemoryRequirements(device, _buffer, &requirements);
   OSTRA_ASSIGN_OR_RETURN(_piece, GetDevice().GetMemory().Allocate(requirements, use, MemoryContent::Linear));
   if (use == MemoryUse::Device && !GetDrawportDirectMapping()) _piece.mapped = nullptr;
+  if (use == MemoryUse::Device && !GetDrawportDirectReading()) _piece.isHostCached = false;
   return OSTRA_VULKAN(vkBindBufferMemory(device, _buffer, _piece.memory, static_cast<VkDeviceSize>(_piece.offset)));
 }
 

@@ -35,6 +35,18 @@ class BufferResource final : public DeviceResource, public DrawportDeviceBuffer 
   void ForgetBatch(UInt64 stamp) override {
     if (_zeroedBy == stamp) _zeroBegin = _zeroBeginBefore;
   }
+  // The same without what batch `stamp` writes, which was not submitted yet.
+  Int GetUnwrittenBegin(UInt64 stamp) const { return _zeroedBy == stamp ? _zeroBeginBefore : _zeroBegin.load(); }
+  // Zeros from `begin` on were planned; with the setup mutex held.
+  void SetZeroedBySetup(Int begin) {
+    _fillBegin = begin;
+    SetZeroBegin(_paddedSize, 0);
+  }
+  void RecordSetup(VkCommandBuffer commands) override;
+
+  // Counts what the host has written to the mapped memory, and is about to.
+  void NoteHostWrite() { _hostWrites.fetch_add(1, std::memory_order_relaxed); }
+  UInt64 GetHostWrites() const { return _hostWrites.load(std::memory_order_relaxed); }
 
  private:
   Result<void> Init(Int bytes, MemoryUse use);
@@ -47,6 +59,8 @@ class BufferResource final : public DeviceResource, public DrawportDeviceBuffer 
   std::atomic<Int> _zeroBegin{0};  // lists of other threads look at it
   Int _zeroBeginBefore = 0;
   UInt64 _zeroedBy = 0;
+  Int _fillBegin = 0;
+  std::atomic<UInt64> _hostWrites{0};
 };
 
 using BufferRef = StrongRef<BufferResource>;

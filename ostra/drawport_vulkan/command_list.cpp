@@ -13,7 +13,7 @@ constexpr Int kUniformRingSize = Int(4) << 20;
 }  // namespace
 
 Result<void> CommandList::Init() {
-  OSTRA_ASSIGN_OR_RETURN(_number, _device->EnterList());
+  OSTRA_ASSIGN_OR_RETURN(_number, _device->EnterList(*this));
   for (Batch& batch : _batches) {
     VkCommandPoolCreateInfo pool = {VK_STRUCTURE_TYPE_COMMAND_POOL_CREATE_INFO};
     pool.flags = VK_COMMAND_POOL_CREATE_TRANSIENT_BIT;
@@ -22,8 +22,11 @@ Result<void> CommandList::Init() {
     VkCommandBufferAllocateInfo commands = {VK_STRUCTURE_TYPE_COMMAND_BUFFER_ALLOCATE_INFO};
     commands.commandPool = batch.pool;
     commands.level = VK_COMMAND_BUFFER_LEVEL_PRIMARY;
-    commands.commandBufferCount = 1;
-    OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkAllocateCommandBuffers(_device->GetHandle(), &commands, &batch.commands)));
+    VkCommandBuffer allocated[2] = {};
+    commands.commandBufferCount = 2;
+    OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkAllocateCommandBuffers(_device->GetHandle(), &commands, allocated)));
+    batch.commands = allocated[0];
+    batch.setup = allocated[1];
   }
   OSTRA_ASSIGN_OR_RETURN(_uniforms, BufferResource::Create(*_device, kUniformRingSize, MemoryUse::Upload, false));
   return OK;
@@ -32,35 +35,42 @@ Result<void> CommandList::Init() {
 CommandList::~CommandList() {
   // Work that was recorded but never submitted is dropped; what was submitted is awaited.
   if (_current) Abandon(*_current);
+  for (const Batch& batch : _batches)
+    if (batch.isInFlight && !_device->Wait(batch.timelineValue)) _device->WaitUntilIdle();
+  _device->LeaveList(_number);  // from here on no other thread looks into the batches
   for (Batch& batch : _batches) {
-    if (batch.isInFlight) {
-      if (!_device->Wait(batch.timelineValue)) _device->WaitUntilIdle();
-      Retire(batch);
-    }
+    ReleaseKept(batch);
     if (batch.pool) vkDestroyCommandPool(_device->GetHandle(), batch.pool, nullptr);
   }
-  if (_aheadValue != 0 && !_device->Wait(_aheadValue)) _device->WaitUntilIdle();
-  if (_aheadPool) vkDestroyCommandPool(_device->GetHandle(), _aheadPool, nullptr);
   for (StagingBuffer* staging : _stagingBuffers) DeleteObj(staging);
   for (StagingMemory* memory : _stagingMemory) DeleteObj(memory);
-  _device->LeaveList(_number);
+}
+
+void CommandList::ReleaseKept(Batch& batch) {
+  for (const DeviceResourceRef& resource : batch.kept) resource->EndUse();
+  batch.kept.Clear();
+}
+
+void CommandList::ReleaseDone(UInt64 reached) {
+  const std::scoped_lock lock(_keptMutex);
+  for (Batch& batch : _batches)
+    if (batch.isInFlight && batch.timelineValue <= reached) ReleaseKept(batch);
 }
 
 void CommandList::Retire(Batch& batch) {
-  batch.kept.Clear();
-  batch.isInFlight = false;
+  {
+    const std::scoped_lock lock(_keptMutex);
+    ReleaseKept(batch);
+    batch.isInFlight = false;
+  }
   _completedSerial = batch.serial;
   _uniformTail = batch.uniformEnd;
   _oldest = (_oldest + 1) % kBatchCount;
 }
 
 void CommandList::RetireReached() {
-  if (!_batches[_oldest].isInFlight && _aheadValue == 0) return;
+  if (!_batches[_oldest].isInFlight) return;
   const UInt64 reached = _device->GetReachedValue();
-  if (_aheadValue != 0 && _aheadValue <= reached) {
-    _aheadValue = 0;
-    _aheadKept.Clear();
-  }
   while (_batches[_oldest].isInFlight && _batches[_oldest].timelineValue <= reached) Retire(_batches[_oldest]);
 }
 
@@ -82,7 +92,7 @@ UInt64 CommandList::GetCompletedSerial() {
 void CommandList::Abandon(Batch& batch) {
   for (const DeviceResourceRef& resource : batch.kept)
     resource->ForgetBatch(DeviceResource::MakeStamp(_number, batch.serial));
-  batch.kept.Clear();
+  ReleaseKept(batch);
   _isRendering = false;
   if (_clearedBy == batch.serial) _isCleared = false;  // the pass clears once more
   _uniformHead = batch.uniformEnd;                     // where the batch began
@@ -109,18 +119,14 @@ Result<UInt64> CommandList::BeginBatch() {
   _boundSet = {};
   _boundDrawSet = {};
   _current = &batch;
-  // Other lists may have written what this one reads.
-  if (_device->HasSeveralLists())
-    RecordBarrier(VK_PIPELINE_STAGE_ALL_COMMANDS_BIT, VK_ACCESS_MEMORY_WRITE_BIT, VK_PIPELINE_STAGE_ALL_COMMANDS_BIT,
-                  VK_ACCESS_MEMORY_READ_BIT | VK_ACCESS_MEMORY_WRITE_BIT);
   return batch.serial;
 }
 
 Result<void> CommandList::Keep(DeviceResource& resource) {
-  const UInt64 serial = _current->serial;
-  if (resource.IsMarked(_number, serial)) return OK;
+  const UInt64 stamp = DeviceResource::MakeStamp(_number, _current->serial);
+  if (resource.WasLastUsedBy(stamp)) return OK;
   OSTRA_RETURN_IF_ERROR(_current->kept.Append(DeviceResourceRef(&resource)));
-  if (!resource.MarkUse(_number, serial)) static_cast<void>(_current->kept.Resize(_current->kept.GetCount() - 1));
+  resource.BeginUse(stamp);
   return OK;
 }
 
@@ -130,14 +136,17 @@ Result<void> CommandList::Submit() {
   Batch& batch = *_current;
   ShowWritesToHost();
   Result<void> ended = OSTRA_VULKAN(vkEndCommandBuffer(batch.commands));
-  Result<UInt64> value = ended ? _device->Submit(batch.commands) : Result<UInt64>(ended.TakeError());
+  Result<UInt64> value = ended ? SubmitBehindSetup(batch) : Result<UInt64>(ended.TakeError());
   if (!value) {
     Abandon(batch);
     return value.TakeError();
   }
-  batch.timelineValue = *value;
   batch.uniformEnd = _uniformHead;
-  batch.isInFlight = true;
+  {
+    const std::scoped_lock lock(_keptMutex);
+    batch.timelineValue = *value;
+    batch.isInFlight = true;
+  }
   _next = (_next + 1) % kBatchCount;
   _current = nullptr;
   return OK;
@@ -149,10 +158,6 @@ Result<void> CommandList::Execute(Bool wait) {
   if (_device->IsLost()) return MakeDeviceLostError(kOstraUnit, __LINE__);
   if (!wait) return OK;
   while (_batches[_oldest].isInFlight) OSTRA_RETURN_IF_ERROR(WaitForOldest());
-  if (_aheadValue != 0) {
-    OSTRA_RETURN_IF_ERROR(_device->Wait(_aheadValue));
-    RetireReached();
-  }
   return OK;
 }
 

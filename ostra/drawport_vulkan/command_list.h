@@ -4,7 +4,7 @@
 // round: once a program is warm, recording allocates nothing.
 //
 // command_list.cpp has batches and dispatches, draw.cpp passes and draws, barriers.cpp what must wait for what,
-// transfers.cpp and texture_transfers.cpp the movement of bytes.
+// transfers.cpp the movement of bytes, read_ahead.cpp what is read from buffers, setup.cpp the first use of resources.
 #pragma once
 
 #include "ostra/drawport/command_list.h"
@@ -77,6 +77,8 @@ class CommandList final : public DrawportCommandList {
   Result<void> Finish();
   // Frees memory that is only kept to be used again.
   void FreeSpareMemory();
+  // Lets go of what batches hold that are done when the timeline is at `reached`. Any thread.
+  void ReleaseDone(UInt64 reached);
 
  private:
   static constexpr Int kBatchCount = 16;
@@ -85,9 +87,11 @@ class CommandList final : public DrawportCommandList {
   struct Batch {
     VkCommandPool pool = VK_NULL_HANDLE;
     VkCommandBuffer commands = VK_NULL_HANDLE;
+    VkCommandBuffer setup = VK_NULL_HANDLE;  // submitted with `commands`, before them
     UInt64 serial = 0;
-    UInt64 timelineValue = 0;
     UInt64 uniformEnd = 0;
+    // Other threads look at these, with _keptMutex held, when the batch is in flight; the list's own changes them so.
+    UInt64 timelineValue = 0;
     Bool isInFlight = false;
     BaseArray<DeviceResourceRef> kept;
   };
@@ -107,10 +111,11 @@ class CommandList final : public DrawportCommandList {
   void Abandon(Batch& batch);
   Result<class ProgramFactory*> PrepareDispatch(DrawportProgramFactory& program, DrawportParameterValueSet& values);
 
-  // setup.cpp: first use of what several lists may know. Runs in front of everything that any list has not submitted
-  // yet, so that no list can see it half done or have its work undone by it. With the setup mutex held.
-  Result<VkCommandBuffer> BeginAhead();
-  Result<void> SubmitAhead(DeviceResource& resource);
+  static void ReleaseKept(Batch& batch);
+
+  // setup.cpp
+  Result<UInt64> SubmitBehindSetup(Batch& batch);
+  Result<void> RecordSetup(Batch& batch, Bool isAfterOthers);
 
   // draw.cpp
   Result<void> ResumePass();
@@ -134,17 +139,34 @@ class CommandList final : public DrawportCommandList {
 
   // transfers.cpp
   Result<StagingMemory*> TakeStagingMemory(Int bytes, MemoryUse use);
-  Result<Byte*> MapForReading(StagingBuffer& staging, BufferResource& buffer, Int byteOffset, Int bytes);
   Result<Byte*> MapForWriting(StagingBuffer& staging, BufferResource& buffer, Int byteOffset, Int bytes);
   Result<void> CommitBuffer(StagingBuffer& staging);
   Result<void> FillWithZeros(BufferResource& buffer);
-  // Waits until no work of this list names the resource.
+  // Waits until no submitted work names the resource. What other lists have only recorded comes later.
   Result<void> WaitFor(const DeviceResource& resource);
+  // Whether no work of any list names the resource.
   Bool IsIdle(const DeviceResource& resource);
 
   // texture_transfers.cpp
   Result<Byte*> ReadTexture(StagingBuffer& staging, ImageResource& image, const DrawportRegion& region, Int hostSize);
   Result<void> CommitTexture(StagingBuffer& staging);
+
+  // read_ahead.cpp
+  struct CopiedAhead {
+    WeakRef<BufferResource> buffer;
+    Int byteOffset = 0;
+    Int bytes = 0;
+    StagingMemory* memory = nullptr;  // counts as mapped; null when nothing is read ahead
+    UInt64 submittedValue = 0;        // of the device, with the copy
+    UInt64 hostWrites = 0;            // to the buffer, before the copy
+  };
+  Result<Byte*> MapForReading(StagingBuffer& staging, BufferResource& buffer, Int byteOffset, Int bytes);
+  // Submits a copy of the bytes. The staging memory counts as mapped.
+  Result<StagingMemory*> SubmitRead(BufferResource& buffer, Int byteOffset, Int bytes);
+  void ReadAhead(BufferResource& buffer, Int byteOffset, Int mostBytes);
+  // The memory with exactly these bytes, null unless they are still those of the buffer.
+  StagingMemory* TakeReadAhead(const BufferResource& buffer, Int byteOffset, Int bytes);
+  void DropReadAhead();
 
   DeviceRef _device;
   UInt32 _number = 0;  // tells lists apart
@@ -152,6 +174,8 @@ class CommandList final : public DrawportCommandList {
   Int _oldest = 0;  // of the batches in flight
   Int _next = 0;    // where the next batch is recorded
   Batch* _current = nullptr;
+  std::mutex _keptMutex;
+  UInt64 _submittedValue = 0;  // of the device, with the last batch
   UInt64 _serial = 0;
   UInt64 _completedSerial = 0;
 
@@ -161,12 +185,6 @@ class CommandList final : public DrawportCommandList {
   BoundSet _boundDrawSet;
   VkPipeline _boundVariant = VK_NULL_HANDLE;
   BufferResource* _boundVertices = nullptr;
-
-  // Of SubmitAhead.
-  VkCommandPool _aheadPool = VK_NULL_HANDLE;
-  VkCommandBuffer _aheadCommands = VK_NULL_HANDLE;
-  UInt64 _aheadValue = 0;  // of the timeline; 0: nothing is on its way
-  BaseArray<DeviceResourceRef> _aheadKept;
 
   // The pass. Rendering begins with its first draw, and again after other work.
   RenderTargetRef _target;
@@ -194,6 +212,7 @@ class CommandList final : public DrawportCommandList {
 
   BaseArray<StagingBuffer*> _stagingBuffers;  // owned
   BaseArray<StagingMemory*> _stagingMemory;   // owned
+  CopiedAhead _readAhead;
 };
 
 }  // namespace ostra::vulkan

@@ -67,6 +67,9 @@ VideoMemoryBudget Context::GetAvailableAndTotalVRAMBudget() const { return GetDe
 
 Result<void> Context::FreeTrash() {
   OSTRA_RETURN_IF_ERROR(_commands.Finish());
+  // Work of other contexts holds things as well, and some of them never ask whether it is done.
+  OSTRA_RETURN_IF_ERROR(GetDevice().WaitForSubmitted());
+  GetDevice().ReleaseDone();
   _commands.FreeSpareMemory();
   GetDevice().GetMemory().FreeEmptyBlocks();
   return OK;

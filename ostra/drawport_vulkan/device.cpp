@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "ostra/core/diagnostics.h"
+#include "ostra/drawport_vulkan/command_list.h"
 #include "ostra/drawport_vulkan/program_store.h"
 
 OSTRA_UNIT("drawport_vulkan");
@@ -174,7 +175,7 @@ Result<void> Device::Watch(Result<void> result) {
   return result;
 }
 
-Result<UInt64> Device::Submit(VkCommandBuffer commands) {
+Result<UInt64> Device::Submit(const VkCommandBuffer* commands, UInt32 count) {
   if (IsLost()) return MakeDeviceLostError(kOstraUnit, __LINE__);
   const std::scoped_lock lock(_queueMutex);
   const UInt64 value = _submittedValue + 1;
@@ -183,8 +184,8 @@ Result<UInt64> Device::Submit(VkCommandBuffer commands) {
   timeline.pSignalSemaphoreValues = &value;
   VkSubmitInfo info = {VK_STRUCTURE_TYPE_SUBMIT_INFO};
   info.pNext = &timeline;
-  info.commandBufferCount = 1;
-  info.pCommandBuffers = &commands;
+  info.commandBufferCount = count;
+  info.pCommandBuffers = commands;
   info.signalSemaphoreCount = 1;
   info.pSignalSemaphores = &_timeline;
   OSTRA_RETURN_IF_ERROR(Watch(OSTRA_VULKAN(vkQueueSubmit(_queue, 1, &info, VK_NULL_HANDLE))));
@@ -204,32 +205,34 @@ Result<void> Device::Wait(UInt64 value) {
   return Watch(std::move(waited));
 }
 
-Result<void> Device::WaitForSubmitted() {
-  UInt64 value = 0;
-  {
-    const std::scoped_lock lock(_queueMutex);
-    value = _submittedValue;
-  }
-  return Wait(value);
+UInt64 Device::GetSubmittedValue() {
+  const std::scoped_lock lock(_queueMutex);
+  return _submittedValue;
 }
+
+Result<void> Device::WaitForSubmitted() { return Wait(GetSubmittedValue()); }
 
 void Device::WaitUntilIdle() {
   const std::scoped_lock lock(_queueMutex);
   static_cast<void>(vkDeviceWaitIdle(_device));
 }
 
-Result<UInt32> Device::EnterList() {
+Result<UInt32> Device::EnterList(CommandList& list) {
   static constinit std::atomic<UInt32> counter{1};
   const UInt32 number = counter.fetch_add(1, std::memory_order_relaxed);
   const std::scoped_lock lock(_listMutex);
-  OSTRA_RETURN_IF_ERROR(_lists.Append(number));
+  OSTRA_RETURN_IF_ERROR(_lists.Append(EnteredList{number, &list}));
   ++_listCount;
   return number;
 }
 
+Device::EnteredList* Device::FindList(UInt32 number) {
+  return std::find_if(_lists.begin(), _lists.end(), [=](const EnteredList& list) { return list.number == number; });
+}
+
 void Device::LeaveList(UInt32 number) {
   const std::scoped_lock lock(_listMutex);
-  UInt32* const place = std::find(_lists.begin(), _lists.end(), number);
+  EnteredList* const place = FindList(number);
   if (place == _lists.end()) return;
   *place = _lists[_lists.GetCount() - 1];
   static_cast<void>(_lists.Resize(_lists.GetCount() - 1));  // shrinking cannot fail
@@ -238,7 +241,13 @@ void Device::LeaveList(UInt32 number) {
 
 Bool Device::HasList(UInt32 number) {
   const std::scoped_lock lock(_listMutex);
-  return std::find(_lists.begin(), _lists.end(), number) != _lists.end();
+  return FindList(number) != _lists.end();
+}
+
+void Device::ReleaseDone() {
+  const UInt64 reached = GetReachedValue();
+  const std::scoped_lock lock(_listMutex);
+  for (const EnteredList& entered : _lists) entered.list->ReleaseDone(reached);
 }
 
 UInt64 Device::GetReachedValue() {

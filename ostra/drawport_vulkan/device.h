@@ -4,10 +4,12 @@
 
 #include "ostra/drawport_vulkan/driver.h"
 #include "ostra/drawport_vulkan/memory.h"
+#include "ostra/drawport_vulkan/setup.h"
 #include "ostra/drawport_vulkan/shader_features.h"
 
 namespace ostra::vulkan {
 
+class CommandList;
 class ProgramStore;
 
 // What of graphics a device has.
@@ -52,15 +54,16 @@ class Device final : public DrawportCounted<Device, DrawportObject> {
   Bool MiscountsPatches() const { return _miscountsPatches; }
 
   // Hands recorded work to the queue. The returned value of the timeline is reached when the work is done.
-  Result<UInt64> Submit(VkCommandBuffer commands);
+  Result<UInt64> Submit(const VkCommandBuffer* commands, UInt32 count);
+  // That of the last submission of any list; 0 before the first.
+  UInt64 GetSubmittedValue();
   // Waits until the timeline has reached `value`. Error: illegal state when the device is lost.
   Result<void> Wait(UInt64 value);
   // The same for all that was handed to the queue so far, by whatever list.
   Result<void> WaitForSubmitted();
   // The value that the timeline has reached. Everything counts as done on a lost device: nothing will be.
   UInt64 GetReachedValue();
-  // Held while something is made ready for its first use; see CommandList::SubmitAhead.
-  std::mutex& GetSetupMutex() { return _setupMutex; }
+  Setup& GetSetup() { return _setup; }
   // For the end of a list whose work could not be awaited.
   void WaitUntilIdle();
   Bool IsLost() const { return _isLost.load(std::memory_order_relaxed); }
@@ -69,11 +72,12 @@ class Device final : public DrawportCounted<Device, DrawportObject> {
   void SetName(VkObjectType type, UInt64 handle, const CString& name) const;
 
   // Command lists: a number that tells a new one from all others of the process, until it leaves.
-  Result<UInt32> EnterList();
+  Result<UInt32> EnterList(CommandList& list);
   void LeaveList(UInt32 number);
   Bool HasList(UInt32 number);
-  // Several must not take each other's order for granted.
   Bool HasSeveralLists() const { return _listCount.load(std::memory_order_relaxed) > 1; }
+  // Lets go of what the work of all lists holds that the device has done, also of lists that nobody asks any more.
+  void ReleaseDone();
 
  private:
   Result<void> Init(Int index);
@@ -97,14 +101,19 @@ class Device final : public DrawportCounted<Device, DrawportObject> {
   GraphicsFeatures _graphics;
   Bool _miscountsPatches = false;
 
-  std::mutex _setupMutex;
+  Setup _setup;
   std::mutex _queueMutex;
   VkSemaphore _timeline = VK_NULL_HANDLE;
   UInt64 _submittedValue = 0;  // guarded by _queueMutex
   std::atomic<bool> _isLost{false};
 
+  struct EnteredList {
+    UInt32 number;
+    CommandList* list;
+  };
+  EnteredList* FindList(UInt32 number);
   std::mutex _listMutex;
-  BaseArray<UInt32> _lists;  // their numbers
+  BaseArray<EnteredList> _lists;
   std::atomic<Int> _listCount{0};
 
   MemoryPool _memory;

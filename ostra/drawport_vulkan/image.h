@@ -39,15 +39,10 @@ class ImageResource final : public DeviceResource, public DrawportTexture {
   // Bytes from one row of `width` texels to the next in staging buffers.
   Int GetPitch(Int width) const;
 
-  // Whether work was recorded that gives the texels a layout and makes them zero.
-  Bool IsCleared() const { return _isCleared; }
-  void SetClearedBy(UInt64 stamp) {
-    _isCleared = true;
-    _clearedBy = stamp;
-  }
-  void ForgetBatch(UInt64 stamp) override {
-    if (_clearedBy == stamp) _isCleared = false;
-  }
+  // Whether the texels have a layout and are zero in whatever is submitted from now on.
+  Bool IsCleared() const { return _isCleared.load(std::memory_order_acquire); }
+  void SetCleared() { _isCleared.store(true, std::memory_order_release); }
+  void RecordSetup(VkCommandBuffer commands) override;
 
  private:
   Result<void> Check() const;
@@ -67,7 +62,6 @@ class ImageResource final : public DeviceResource, public DrawportTexture {
   VkImageView _layeredView = VK_NULL_HANDLE;  // 1D and 2D only
   MemoryPiece _piece;
   std::atomic<bool> _isCleared{false};  // lists of other threads look at it
-  UInt64 _clearedBy = 0;
 };
 using ImageRef = StrongRef<ImageResource>;
 

@@ -16,7 +16,7 @@ class DeviceResource {
   void AddRef() const { _holders.fetch_add(1, std::memory_order_relaxed); }
   void Release() const {
     if (_holders.fetch_sub(1, std::memory_order_acq_rel) != 1) return;
-    const_cast<DeviceResource*>(this)->Free();
+    const_cast<DeviceResource*>(this)->Go();
     ReleaseWeak();
   }
   // As DrawportCounted::TryAddRef.
@@ -42,42 +42,37 @@ class DeviceResource {
   // Called when batch `stamp` of a list was recorded but could not be submitted: what it would have done is undone.
   virtual void ForgetBatch(UInt64 stamp) { static_cast<void>(stamp); }
 
-  // Whether MarkUse would return false.
-  Bool IsMarked(UInt32 list, UInt64 serial) const {
-    return _lastUse.load(std::memory_order_relaxed) == ((static_cast<UInt64>(list) << kSerialBits) | serial);
+  // Batches of work that hold the object, of all lists: from when they name it until the device has done them.
+  // BeginUse notes that batch `stamp` does.
+  void BeginUse(UInt64 stamp) {
+    _uses.fetch_add(1, std::memory_order_relaxed);
+    _lastUse.store(stamp, std::memory_order_relaxed);
   }
-  // Notes that batch `serial` of list number `list` names the resource; false when that was known.
-  Bool MarkUse(UInt32 list, UInt64 serial) {
-    const UInt64 stamp = (static_cast<UInt64>(list) << kSerialBits) | serial;
-    const UInt64 last = _lastUse.exchange(stamp, std::memory_order_relaxed);
-    if (last == stamp) return false;
-    if (last != 0 && last >> kSerialBits != list) _isShared.store(true, std::memory_order_relaxed);
-    return true;
-  }
-  // Whether work of list number `list` beyond batch `completed`, or of any other list, may still name the resource.
-  Bool IsBusy(UInt32 list, UInt64 completed) const {
-    const UInt64 last = _lastUse.load(std::memory_order_relaxed);
-    if (last == 0) return false;
-    if (_isShared.load(std::memory_order_relaxed) || last >> kSerialBits != list) return true;
-    return (last & ((UInt64(1) << kSerialBits) - 1)) > completed;
-  }
-  // True when more than one list has named it: then nobody knows when it is idle.
-  Bool IsShared(UInt32 list) const {
-    const UInt64 last = _lastUse.load(std::memory_order_relaxed);
-    return _isShared.load(std::memory_order_relaxed) || (last != 0 && last >> kSerialBits != list);
-  }
+  void EndUse() { _uses.fetch_sub(1, std::memory_order_release); }
+  // True when batch `stamp` was the last to name it.
+  Bool WasLastUsedBy(UInt64 stamp) const { return _lastUse.load(std::memory_order_relaxed) == stamp; }
+  // Whether the device may work with it, now or when something is submitted next.
+  Bool IsInUse() const { return _uses.load(std::memory_order_acquire) != 0 || IsPlanned(); }
+
+  // See Setup. RecordSetup records what makes the object ready.
+  virtual void RecordSetup(VkCommandBuffer commands) { static_cast<void>(commands); }
+  Bool IsPlanned() const { return _isPlanned.load(std::memory_order_acquire); }
+  void SetPlanned(Bool isPlanned) { _isPlanned.store(isPlanned, std::memory_order_release); }
 
  protected:
   // Gives back what the object has on the device: nobody holds it any more.
   virtual void Free() {}
 
  private:
+  void Go();
+
   static constexpr int kSerialBits = 40;
   mutable std::atomic<Int32> _holders{1};
   mutable std::atomic<Int32> _weak{1};  // WeakRefs, and one for all holders together
   DeviceRef _device;
-  std::atomic<UInt64> _lastUse{0};  // list number and serial; 0: never
-  std::atomic<bool> _isShared{false};
+  std::atomic<UInt64> _lastUse{0};  // stamp of a batch; 0: never
+  std::atomic<Int32> _uses{0};
+  std::atomic<bool> _isPlanned{false};
 };
 
 using DeviceResourceRef = StrongRef<DeviceResource>;

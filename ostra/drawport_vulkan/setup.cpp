@@ -1,47 +1,123 @@
-// What several lists may know is made ready at once, in a batch of its own, and not with the batch that is recorded.
+#include "ostra/drawport_vulkan/setup.h"
+
+#include <algorithm>
+
 #include "ostra/drawport_vulkan/command_list.h"
 
 OSTRA_UNIT("drawport_vulkan");
 
 namespace ostra::vulkan {
+namespace {
 
-Result<VkCommandBuffer> CommandList::BeginAhead() {
-  const VkDevice device = _device->GetHandle();
-  if (_aheadValue != 0) OSTRA_RETURN_IF_ERROR(_device->Wait(_aheadValue));
-  _aheadValue = 0;
-  _aheadKept.Clear();
-  OSTRA_RETURN_IF_ERROR(_aheadKept.Reserve(1));
-  if (!_aheadPool) {
-    VkCommandPoolCreateInfo pool = {VK_STRUCTURE_TYPE_COMMAND_POOL_CREATE_INFO};
-    pool.flags = VK_COMMAND_POOL_CREATE_TRANSIENT_BIT;
-    pool.queueFamilyIndex = _device->GetQueueFamily();
-    OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkCreateCommandPool(device, &pool, nullptr, &_aheadPool)));
-  }
-  if (!_aheadCommands) {
-    VkCommandBufferAllocateInfo commands = {VK_STRUCTURE_TYPE_COMMAND_BUFFER_ALLOCATE_INFO};
-    commands.commandPool = _aheadPool;
-    commands.level = VK_COMMAND_BUFFER_LEVEL_PRIMARY;
-    commands.commandBufferCount = 1;
-    OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkAllocateCommandBuffers(device, &commands, &_aheadCommands)));
-  }
-  OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkResetCommandPool(device, _aheadPool, 0)));
-  VkCommandBufferBeginInfo info = {VK_STRUCTURE_TYPE_COMMAND_BUFFER_BEGIN_INFO};
-  info.flags = VK_COMMAND_BUFFER_USAGE_ONE_TIME_SUBMIT_BIT;
-  OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkBeginCommandBuffer(_aheadCommands, &info)));
-  return _aheadCommands;
+void RecordFullBarrier(VkCommandBuffer commands, VkPipelineStageFlags from, VkAccessFlags fromAccess) {
+  VkMemoryBarrier barrier = {VK_STRUCTURE_TYPE_MEMORY_BARRIER};
+  barrier.srcAccessMask = fromAccess;
+  barrier.dstAccessMask = VK_ACCESS_MEMORY_READ_BIT | VK_ACCESS_MEMORY_WRITE_BIT;
+  vkCmdPipelineBarrier(commands, from, VK_PIPELINE_STAGE_ALL_COMMANDS_BIT, 0, 1, &barrier, 0, nullptr, 0, nullptr);
 }
 
-Result<void> CommandList::SubmitAhead(DeviceResource& resource) {
-  // Everything that is submitted later waits for it.
-  VkMemoryBarrier barrier = {VK_STRUCTURE_TYPE_MEMORY_BARRIER};
-  barrier.srcAccessMask = VK_ACCESS_TRANSFER_WRITE_BIT;
-  barrier.dstAccessMask = VK_ACCESS_MEMORY_READ_BIT | VK_ACCESS_MEMORY_WRITE_BIT;
-  vkCmdPipelineBarrier(_aheadCommands, VK_PIPELINE_STAGE_TRANSFER_BIT, VK_PIPELINE_STAGE_ALL_COMMANDS_BIT, 0, 1,
-                       &barrier, 0, nullptr, 0, nullptr);
-  OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkEndCommandBuffer(_aheadCommands)));
-  OSTRA_ASSIGN_OR_RETURN(_aheadValue, _device->Submit(_aheadCommands));
-  OSTRA_RETURN_IF_ERROR(_aheadKept.Append(DeviceResourceRef(&resource)));  // there is room
+}  // namespace
+
+Result<void> Setup::Plan(DeviceResource& resource) {
+  OSTRA_RETURN_IF_ERROR(_planned.Append(&resource));
+  resource.SetPlanned(true);
   return OK;
+}
+
+void Setup::Clear() {
+  for (DeviceResource* resource : _planned) resource->SetPlanned(false);
+  _planned.Clear();
+}
+
+void Setup::Remove(const DeviceResource& resource) {
+  const std::scoped_lock lock(_mutex);
+  DeviceResource** const place = std::find(_planned.begin(), _planned.end(), &resource);
+  if (place == _planned.end()) return;
+  *place = _planned[_planned.GetCount() - 1];
+  static_cast<void>(_planned.Resize(_planned.GetCount() - 1));  // shrinking cannot fail
+}
+
+void BufferResource::RecordSetup(VkCommandBuffer commands) {
+  vkCmdFillBuffer(commands, _buffer, static_cast<VkDeviceSize>(_fillBegin),
+                  static_cast<VkDeviceSize>(_paddedSize - _fillBegin), 0);
+}
+
+// Gives an image its layout and makes it zero.
+void ImageResource::RecordSetup(VkCommandBuffer commands) {
+  VkImageMemoryBarrier barrier = {VK_STRUCTURE_TYPE_IMAGE_MEMORY_BARRIER};
+  barrier.dstAccessMask = VK_ACCESS_TRANSFER_WRITE_BIT;
+  barrier.newLayout = VK_IMAGE_LAYOUT_GENERAL;  // for good: one layout serves transfers, sampling and images
+  barrier.srcQueueFamilyIndex = VK_QUEUE_FAMILY_IGNORED;
+  barrier.dstQueueFamilyIndex = VK_QUEUE_FAMILY_IGNORED;
+  barrier.image = _image;
+  barrier.subresourceRange = {GetAspect(), 0, 1, 0, VK_REMAINING_ARRAY_LAYERS};
+  vkCmdPipelineBarrier(commands, VK_PIPELINE_STAGE_TOP_OF_PIPE_BIT, VK_PIPELINE_STAGE_TRANSFER_BIT, 0, 0, nullptr, 0,
+                       nullptr, 1, &barrier);
+  const VkClearColorValue zero = {};
+  const VkClearDepthStencilValue near = {};
+  if (IsDepth())
+    vkCmdClearDepthStencilImage(commands, _image, VK_IMAGE_LAYOUT_GENERAL, &near, 1, &barrier.subresourceRange);
+  else
+    vkCmdClearColorImage(commands, _image, VK_IMAGE_LAYOUT_GENERAL, &zero, 1, &barrier.subresourceRange);
+}
+
+Result<void> CommandList::EnsureCleared(ImageResource& image) {
+  if (image.IsCleared()) return OK;
+  OSTRA_RETURN_IF_ERROR(BeginBatch());
+  OSTRA_RETURN_IF_ERROR(Keep(image));
+  Setup& setup = _device->GetSetup();
+  const std::scoped_lock lock(setup.GetMutex());
+  if (image.IsCleared()) return OK;
+  OSTRA_RETURN_IF_ERROR(setup.Plan(image));
+  image.SetCleared();
+  return OK;
+}
+
+Result<void> CommandList::FillWithZeros(BufferResource& buffer) {
+  OSTRA_ASSIGN_OR_RETURN(const UInt64 serial, BeginBatch());
+  OSTRA_RETURN_IF_ERROR(Keep(buffer));
+  Setup& setup = _device->GetSetup();
+  const std::scoped_lock lock(setup.GetMutex());
+  const Int begin = buffer.GetUnwrittenBegin(DeviceResource::MakeStamp(_number, serial));
+  const Int end = buffer.GetPaddedSize();
+  const Int wordBegin = (begin + 3) / 4 * 4;
+  // Only the host leaves off between words, so it sees the buffer.
+  if (begin < wordBegin) std::fill(buffer.GetMapped() + begin, buffer.GetMapped() + wordBegin, Byte(0));
+  if (wordBegin >= end) return OK;
+  OSTRA_RETURN_IF_ERROR(setup.Plan(buffer));
+  buffer.SetZeroedBySetup(wordBegin);
+  return OK;
+}
+
+Result<void> CommandList::RecordSetup(Batch& batch, Bool isAfterOthers) {
+  const BaseArray<DeviceResource*>& planned = _device->GetSetup().GetPlanned();
+  OSTRA_RETURN_IF_ERROR(batch.kept.Reserve(batch.kept.GetCount() + planned.GetCount()));
+  VkCommandBufferBeginInfo info = {VK_STRUCTURE_TYPE_COMMAND_BUFFER_BEGIN_INFO};
+  info.flags = VK_COMMAND_BUFFER_USAGE_ONE_TIME_SUBMIT_BIT;
+  OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkBeginCommandBuffer(batch.setup, &info)));
+  if (isAfterOthers) RecordFullBarrier(batch.setup, VK_PIPELINE_STAGE_ALL_COMMANDS_BIT, VK_ACCESS_MEMORY_WRITE_BIT);
+  for (DeviceResource* resource : planned) {
+    if (!resource->TryAddRef()) continue;                                      // goes, and waits for the mutex
+    static_cast<void>(batch.kept.Append(DeviceResourceRef::Adopt(resource)));  // there is room
+    resource->BeginUse(DeviceResource::MakeStamp(_number, batch.serial));
+    resource->RecordSetup(batch.setup);
+  }
+  if (planned.IsPopulated())
+    RecordFullBarrier(batch.setup, VK_PIPELINE_STAGE_TRANSFER_BIT, VK_ACCESS_TRANSFER_WRITE_BIT);
+  return OSTRA_VULKAN(vkEndCommandBuffer(batch.setup));
+}
+
+Result<UInt64> CommandList::SubmitBehindSetup(Batch& batch) {
+  Setup& setup = _device->GetSetup();
+  const std::scoped_lock lock(setup.GetMutex());
+  // What other lists have submitted since this one did may have written what this one reads.
+  const Bool isAfterOthers = _device->GetSubmittedValue() != _submittedValue;
+  const Bool hasSetup = isAfterOthers || setup.GetPlanned().IsPopulated();
+  if (hasSetup) OSTRA_RETURN_IF_ERROR(RecordSetup(batch, isAfterOthers));
+  const VkCommandBuffer commands[] = {batch.setup, batch.commands};
+  OSTRA_ASSIGN_OR_RETURN(_submittedValue, _device->Submit(commands + !hasSetup, 1u + hasSetup));
+  setup.Clear();
+  return _submittedValue;
 }
 
 }  // namespace ostra::vulkan

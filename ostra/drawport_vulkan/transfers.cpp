@@ -17,26 +17,6 @@ constexpr Int kMinStagingMemory = Int(64) << 10;
 
 DrawportRegion MakeRange(Int begin, Int count) { return {{begin, 0, 0}, {count, 1, 1}}; }
 
-// Gives an image its layout and makes it zero.
-void RecordClear(VkCommandBuffer commands, ImageResource& image) {
-  VkImageMemoryBarrier barrier = {VK_STRUCTURE_TYPE_IMAGE_MEMORY_BARRIER};
-  barrier.dstAccessMask = VK_ACCESS_TRANSFER_WRITE_BIT;
-  barrier.newLayout = VK_IMAGE_LAYOUT_GENERAL;  // for good: one layout serves transfers, sampling and images
-  barrier.srcQueueFamilyIndex = VK_QUEUE_FAMILY_IGNORED;
-  barrier.dstQueueFamilyIndex = VK_QUEUE_FAMILY_IGNORED;
-  barrier.image = image.GetHandle();
-  barrier.subresourceRange = {image.GetAspect(), 0, 1, 0, VK_REMAINING_ARRAY_LAYERS};
-  vkCmdPipelineBarrier(commands, VK_PIPELINE_STAGE_TOP_OF_PIPE_BIT, VK_PIPELINE_STAGE_TRANSFER_BIT, 0, 0, nullptr, 0,
-                       nullptr, 1, &barrier);
-  const VkClearColorValue zero = {};
-  const VkClearDepthStencilValue near = {};
-  if (image.IsDepth())
-    vkCmdClearDepthStencilImage(commands, image.GetHandle(), VK_IMAGE_LAYOUT_GENERAL, &near, 1,
-                                &barrier.subresourceRange);
-  else
-    vkCmdClearColorImage(commands, image.GetHandle(), VK_IMAGE_LAYOUT_GENERAL, &zero, 1, &barrier.subresourceRange);
-}
-
 }  // namespace
 
 Result<DrawportStagingBuffer*> CommandList::AllocStagingBuffer(Int bytes, DrawportStagingUse use) {
@@ -96,6 +76,7 @@ Result<StagingMemory*> CommandList::TakeStagingMemory(Int bytes, MemoryUse use) 
 }
 
 void CommandList::FreeSpareMemory() {
+  DropReadAhead();
   const UInt64 completed = GetCompletedSerial();
   Int total = 0;
   for (const StagingMemory* memory : _stagingMemory) total += memory->buffer->GetSize();
@@ -111,44 +92,20 @@ void CommandList::FreeSpareMemory() {
   }
 }
 
-Bool CommandList::IsIdle(const DeviceResource& resource) { return !resource.IsBusy(_number, GetCompletedSerial()); }
-
-Result<void> CommandList::WaitFor(const DeviceResource& resource) {
-  // Another list has named it too: what that one has submitted counts as well.
-  if (resource.IsShared(_number)) {
-    OSTRA_RETURN_IF_ERROR(Execute(true));
-    return _device->WaitForSubmitted();
-  }
-  if (IsIdle(resource)) return OK;
-  OSTRA_RETURN_IF_ERROR(Submit());
-  while (!IsIdle(resource) && _batches[_oldest].isInFlight) OSTRA_RETURN_IF_ERROR(WaitForOldest());
-  return OK;
+Bool CommandList::IsIdle(const DeviceResource& resource) {
+  RetireReached();
+  if (!resource.IsInUse()) return true;
+  if (!_device->HasSeveralLists()) return false;
+  _device->ReleaseDone();
+  return !resource.IsInUse();
 }
 
-Result<void> CommandList::FillWithZeros(BufferResource& buffer) {
-  const Int begin = buffer.GetZeroBegin();
-  const Int wordBegin = (begin + 3) / 4 * 4;
-  // Only the host leaves off between words, so it sees the buffer.
-  if (begin < wordBegin) std::fill(buffer.GetMapped() + begin, buffer.GetMapped() + wordBegin, Byte(0));
-  const Int end = buffer.GetPaddedSize();
-  if (wordBegin >= end) return OK;
-  OSTRA_ASSIGN_OR_RETURN(const UInt64 serial, BeginBatch());
-  OSTRA_RETURN_IF_ERROR(Keep(buffer));
-  if (_device->HasSeveralLists()) {
-    const std::scoped_lock lock(_device->GetSetupMutex());
-    if (buffer.GetZeroBegin() >= end) return OK;
-    OSTRA_ASSIGN_OR_RETURN(VkCommandBuffer commands, BeginAhead());
-    vkCmdFillBuffer(commands, buffer.GetHandle(), static_cast<VkDeviceSize>(wordBegin),
-                    static_cast<VkDeviceSize>(end - wordBegin), 0);
-    OSTRA_RETURN_IF_ERROR(SubmitAhead(buffer));
-    buffer.SetZeroBegin(end, 0);
-    return OK;
-  }
-  PrepareTransfer(buffer, MakeRange(wordBegin, end - wordBegin), true);
-  vkCmdFillBuffer(_current->commands, buffer.GetHandle(), static_cast<VkDeviceSize>(wordBegin),
-                  static_cast<VkDeviceSize>(end - wordBegin), 0);
-  buffer.SetZeroBegin(end, DeviceResource::MakeStamp(_number, serial));
-  return OK;
+Result<void> CommandList::WaitFor(const DeviceResource& resource) {
+  if (IsIdle(resource)) return OK;
+  if (resource.IsPlanned()) OSTRA_RETURN_IF_ERROR(BeginBatch());  // for its setup to go with
+  OSTRA_RETURN_IF_ERROR(Submit());
+  while (!IsIdle(resource) && _batches[_oldest].isInFlight) OSTRA_RETURN_IF_ERROR(WaitForOldest());
+  return IsIdle(resource) ? Result<void>(OK) : _device->WaitForSubmitted();
 }
 
 Result<void> CommandList::EnsureZeroed(BufferResource& buffer) {
@@ -162,49 +119,13 @@ Result<void> CommandList::EnsureZeroed(BufferResource& buffer) {
   return OK;
 }
 
-Result<void> CommandList::EnsureCleared(ImageResource& image) {
-  if (image.IsCleared()) return OK;
-  OSTRA_ASSIGN_OR_RETURN(const UInt64 serial, BeginBatch());
-  OSTRA_RETURN_IF_ERROR(Keep(image));
-  if (_device->HasSeveralLists()) {
-    const std::scoped_lock lock(_device->GetSetupMutex());
-    if (image.IsCleared()) return OK;
-    OSTRA_ASSIGN_OR_RETURN(VkCommandBuffer commands, BeginAhead());
-    RecordClear(commands, image);
-    OSTRA_RETURN_IF_ERROR(SubmitAhead(image));
-    image.SetClearedBy(0);
-    return OK;
-  }
-  PrepareTransfer(image, {{}, image.GetDescription().extent}, true);
-  RecordClear(_current->commands, image);
-  image.SetClearedBy(DeviceResource::MakeStamp(_number, serial));
-  return OK;
-}
-
-Result<Byte*> CommandList::MapForReading(StagingBuffer& staging, BufferResource& buffer, Int byteOffset, Int bytes) {
-  OSTRA_RETURN_IF_ERROR(EnsureZeroed(buffer));
-  if (buffer.GetMapped() && buffer.IsHostCached()) {
-    OSTRA_RETURN_IF_ERROR(WaitFor(buffer));
-    return buffer.GetMapped() + byteOffset;
-  }
-  OSTRA_ASSIGN_OR_RETURN(StagingMemory * memory, TakeStagingMemory(bytes, MemoryUse::ReadBack));
-  staging.memory = memory;
-  OSTRA_ASSIGN_OR_RETURN(memory->busyUntil, BeginBatch());
-  OSTRA_RETURN_IF_ERROR(Keep(buffer));
-  OSTRA_RETURN_IF_ERROR(Keep(*memory->buffer));
-  PrepareTransfer(buffer, MakeRange(byteOffset, bytes), false);
-  VkBufferCopy copy = {static_cast<VkDeviceSize>(byteOffset), 0, static_cast<VkDeviceSize>(bytes)};
-  vkCmdCopyBuffer(_current->commands, buffer.GetHandle(), memory->buffer->GetHandle(), 1, &copy);
-  OSTRA_RETURN_IF_ERROR(Execute(true));
-  return memory->buffer->GetMapped();
-}
-
 Result<Byte*> CommandList::MapForWriting(StagingBuffer& staging, BufferResource& buffer, Int byteOffset, Int bytes) {
   if (buffer.GetMapped() && IsIdle(buffer)) {
     const Int zeroBegin = buffer.GetZeroBegin();
     if (byteOffset > zeroBegin) std::fill(buffer.GetMapped() + zeroBegin, buffer.GetMapped() + byteOffset, Byte(0));
     const Int end = byteOffset + bytes;
     buffer.SetZeroBegin(std::max(zeroBegin, end == buffer.GetSize() ? buffer.GetPaddedSize() : end), 0);
+    buffer.NoteHostWrite();
     return buffer.GetMapped() + byteOffset;
   }
   OSTRA_ASSIGN_OR_RETURN(staging.memory, TakeStagingMemory(bytes, MemoryUse::Upload));
@@ -274,7 +195,8 @@ Result<void> CommandList::UnmapBuffer(DrawportStagingBuffer& stagingBuffer, Draw
     staging.memory->isMapped = false;
     // On its way at once, so that the device copies while the host fills the next piece.
     if (result && staging.mode == DrawportMapMode::WriteDiscard && staging.bytes >= kLargeTransfer) result = Submit();
-  }
+  } else if (staging.mode == DrawportMapMode::WriteDiscard)
+    staging.buffer->NoteHostWrite();
   staging.memory = nullptr;
   staging.buffer = {};
   staging.state = StagingBuffer::State::Idle;
@@ -284,6 +206,8 @@ Result<void> CommandList::UnmapBuffer(DrawportStagingBuffer& stagingBuffer, Draw
 void CommandList::ReleaseStagingBuffer(DrawportStagingBuffer* stagingBuffer) {
   auto* staging = static_cast<StagingBuffer*>(stagingBuffer);
   if (!staging) return;
+  // Mapped still: there may be bytes.
+  if (staging->buffer && staging->mode == DrawportMapMode::WriteDiscard) staging->buffer->NoteHostWrite();
   if (staging->memory) staging->memory->isMapped = false;
   staging->memory = nullptr;
   staging->buffer = {};

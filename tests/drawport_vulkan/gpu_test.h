@@ -67,6 +67,7 @@ class GpuTest : public testing::Test {
     SetDrawportStagingCapacity(0);
     SetDrawportRowAlignment(1);
     SetDrawportDirectMapping(true);
+    SetDrawportDirectReading(true);
     ExpectSilentValidation(diagnostics);
   }
 

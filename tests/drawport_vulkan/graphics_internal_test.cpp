@@ -217,7 +217,7 @@ TEST_F(GraphicsInternalTest, ProgramsOfALostDeviceStayThereForThoseWhoStillHoldT
   DrawnPass pass = Take(MakePass(renderer, "color = UNIFORM(tint);\n", false));
   Take(renderer.Begin(pass.target, pass.clear));
   Take(renderer.End());
-  CallFaults::FailNth(2, VK_ERROR_DEVICE_LOST);  // after the end of recording
+  CallFaults::FailNth(4, VK_ERROR_DEVICE_LOST);  // after the end of recording, and of the setup of the target
   EXPECT_THAT(renderer.Execute(true), IsErrorOfKind(kIllegalStateError));
   CallFaults::Disable();
   const DrawportContextRef fresh = Take(first->GetDrawport()->CreateOffscreenRenderContext(false, 0));

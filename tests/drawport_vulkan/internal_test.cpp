@@ -1,6 +1,7 @@
 // Looks inside the backend: what the driver's failures lead to, what is compiled and kept, whether validation listens.
 #include <fstream>
 
+#include "ostra/drawport_vulkan/spirv.h"
 #include "tests/drawport_vulkan/internal_fixture.h"
 
 using namespace ostra;

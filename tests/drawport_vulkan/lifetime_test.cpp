@@ -124,6 +124,31 @@ TEST_F(LifetimeTest, MemoryOfWhatHasGoneServesTheNextAllocation) {
   }
 }
 
+TEST_F(LifetimeTest, FinishedWorkOfAContextThatDoesNothingMoreHoldsNothing) {
+  const DrawportContextRef other = Take(_drawport->CreateOffscreenRenderContext(true, 0));
+  DrawportDeviceBuffer* data = MakeBuffer(16 * kMiB);
+  const GpuComputeRef program = MakeWriter(data);
+  Take(program->UpdateUniforms(other, true));
+  Take(program->Dispatch(1, 1, 1));
+  Take(other->GetCommandList().Execute(false));
+  const Int before = GetAvailable();
+  _items.clear();
+  Take(_cache->FreeTrashCaches(*_context));
+  EXPECT_GE(GetAvailable(), before + 16 * kMiB);
+}
+
+TEST_F(LifetimeTest, MemoryThatWorkOfAnotherContextHoldsServesTheNextAllocation) {
+  SetDrawportMemoryLimit(64 * kMiB);
+  const DrawportContextRef other = Take(_drawport->CreateOffscreenRenderContext(true, 0));
+  DrawportDeviceBuffer* data = MakeBuffer(40 * kMiB);
+  const GpuComputeRef program = MakeWriter(data);
+  Take(program->UpdateUniforms(other, true));
+  Take(program->Dispatch(1, 1, 1));
+  Take(other->GetCommandList().Execute(false));
+  _items.clear();
+  EXPECT_EQ(MakeBuffer(40 * kMiB)->GetSize(), 40 * kMiB);
+}
+
 TEST_F(LifetimeTest, WorkThatWasRecordedHoldsWhatItNames) {
   DrawportDeviceBuffer* data = MakeBuffer(std::vector<UInt32>(64, 0));
   DrawportDeviceBuffer* copied = MakeBuffer(256);

@@ -1,4 +1,5 @@
-// Bytes on their way to the device and back: each test runs with memory that the host sees, and through staging memory.
+// Bytes on their way to the device and back: each test runs with memory that the host sees, with memory that it only
+// writes, and through staging memory.
 #include "tests/drawport_vulkan/program_builder.h"
 
 using namespace ostra;
@@ -7,11 +8,14 @@ using testing::ElementsAre;
 
 namespace {
 
-class TransferTest : public GpuTest, public testing::WithParamInterface<bool> {
+enum class Way { Direct, DirectlyWritten, Staged };
+
+class TransferTest : public GpuTest, public testing::WithParamInterface<Way> {
  protected:
   void SetUp() override {
     GpuTest::SetUp();
-    SetDrawportDirectMapping(GetParam());
+    SetDrawportDirectMapping(GetParam() != Way::Staged);
+    SetDrawportDirectReading(GetParam() == Way::Direct);
   }
 
   std::vector<Byte> MakeBytes(Int count, UInt32 seed) {
@@ -30,8 +34,12 @@ class TransferTest : public GpuTest, public testing::WithParamInterface<bool> {
     return compute;
   }
 };
-INSTANTIATE_TEST_SUITE_P(Memory, TransferTest, testing::Bool(),
-                         [](const testing::TestParamInfo<bool>& memory) { return memory.param ? "Direct" : "Staged"; });
+INSTANTIATE_TEST_SUITE_P(Memory, TransferTest, testing::Values(Way::Direct, Way::DirectlyWritten, Way::Staged),
+                         [](const testing::TestParamInfo<Way>& memory) {
+                           return memory.param == Way::Direct            ? "Direct"
+                                  : memory.param == Way::DirectlyWritten ? "DirectlyWritten"
+                                                                         : "Staged";
+                         });
 
 TEST_P(TransferTest, ABufferThatNobodyFilledIsZero) {
   DrawportDeviceBuffer* buffer = MakeBuffer(100001);

@@ -1,0 +1,38 @@
+// Setup: what resources need before the device uses them for the first time. It is no part of the work of the list that
+// uses a resource first. It runs in front of whatever is submitted next, by whatever list: no list sees it half done,
+// and none has its work undone by it.
+#pragma once
+
+#include <mutex>
+
+#include "ostra/core/base_array.h"
+
+namespace ostra::vulkan {
+
+class DeviceResource;
+
+class Setup {
+ public:
+  Setup() = default;
+  Setup(const Setup&) = delete;
+
+  // Held while something is planned, and while a list submits: what is planned goes with exactly one submission. Who
+  // holds it must not let go of resources.
+  std::mutex& GetMutex() { return _mutex; }
+
+  // The following with the mutex held. Has RecordSetup called in front of the next submission; only names the resource.
+  // Error: out of memory.
+  Result<void> Plan(DeviceResource& resource);
+  const BaseArray<DeviceResource*>& GetPlanned() const { return _planned; }
+  // All of it has been submitted.
+  void Clear();
+
+  // For a resource that goes. Without the mutex.
+  void Remove(const DeviceResource& resource);
+
+ private:
+  std::mutex _mutex;
+  BaseArray<DeviceResource*> _planned;  // those that go wait for the mutex
+};
+
+}  // namespace ostra::vulkan
