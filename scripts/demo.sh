@@ -1,8 +1,9 @@
 #!/bin/sh
 # scripts/demo.sh OSTRA_TOOL OUTPUT_FOLDER [PICTURE.png]
 # Runs kernels through the tool, on the CPU and on the GPU, and leaves pictures and times.txt: both times and how far the
-# results are apart. Then scenes of graphics programs are drawn. Without a GPU, or a driver that plays one, it says so and goes on with the CPU. Without a picture of
-# the caller's it works on one that is rendered here: nothing in this repository is a photograph.
+# results are apart. Then scenes of graphics programs are drawn. Without a GPU, or a driver that plays one, it says so and
+# goes on with the CPU. Without a picture of the caller's it works on one that is rendered here: nothing in this
+# repository is a photograph.
 set -eu
 
 tool=$(realpath "$1")
