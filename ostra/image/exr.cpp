@@ -76,9 +76,9 @@ Result<void> CheckHeader(Block<const Byte> bytes) {
   int magic = 0, version = 0;
   Imf::Xdr::read<Imf::StreamIO>(reader, magic);
   Imf::Xdr::read<Imf::StreamIO>(reader, version);
-  if (magic != Imf::MAGIC) return OSTRA_ILLEGAL_ARGUMENT("this is not an OpenEXR picture");
+  if (magic != Imf::MAGIC) return OSTRA_ILLEGAL_ARGUMENT("this is not an OpenEXR picture.");
   if (Imf::isMultiPart(version) || Imf::isNonImage(version))
-    return OSTRA_ILLEGAL_ARGUMENT("OpenEXR files with several parts or with deep pixels are not supported");
+    return OSTRA_ILLEGAL_ARGUMENT("OpenEXR files with several parts or with deep pixels are not supported.");
   Imf::Header header;
   header.readFrom(reader, version);
   const Imath::Box2i& window = header.dataWindow();
@@ -88,7 +88,7 @@ Result<void> CheckHeader(Block<const Byte> bytes) {
       header.hasTileDescription() &&
       Int(header.tileDescription().xSize) > kMaxImagePixels / std::max(Int(header.tileDescription().ySize), Int(1));
   if (width > kMaxImagePixels / height || hasHugeTiles)
-    return OSTRA_ILLEGAL_ARGUMENT("a picture of @ x @ pixels is too large, the limit is @ pixels", width, height,
+    return OSTRA_ILLEGAL_ARGUMENT("a picture of @ x @ pixels is too large, the limit is @ pixels.", width, height,
                                   kMaxImagePixels);
   return OK;
 }
@@ -99,10 +99,10 @@ Result<void> FindChannels(const Imf::ChannelList& channels, const char* (&names)
   const char* const wanted[4] = {isGray ? "Y" : "R", isGray ? "Y" : "G", isGray ? "Y" : "B", "A"};
   for (int i = 0; i < 4; ++i) {
     const Imf::Channel* channel = channels.findChannel(wanted[i]);
-    if (!channel && i < 3) return OSTRA_ILLEGAL_ARGUMENT("the OpenEXR picture has no channel @", wanted[i]);
+    if (!channel && i < 3) return OSTRA_ILLEGAL_ARGUMENT("the OpenEXR picture has no channel @.", wanted[i]);
     if (channel && (channel->xSampling != 1 || channel->ySampling != 1))
       return OSTRA_ILLEGAL_ARGUMENT(
-          "channel @ of the OpenEXR picture is stored at a lower resolution, which is not supported", wanted[i]);
+          "channel @ of the OpenEXR picture is stored at a lower resolution, which is not supported.", wanted[i]);
     names[i] = wanted[i];
   }
   return OK;

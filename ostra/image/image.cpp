@@ -22,7 +22,7 @@ Bool StartsWith(Block<const Byte> bytes, const Byte (&start)[SIZE]) {
 Result<Image> Decode(Block<const Byte> bytes) {
   if (StartsWith(bytes, kPngStart)) return DecodePng(bytes);
   if (StartsWith(bytes, kExrStart)) return DecodeExr(bytes);
-  return OSTRA_ILLEGAL_ARGUMENT("this is neither a PNG nor an OpenEXR picture");
+  return OSTRA_ILLEGAL_ARGUMENT("this is neither a PNG nor an OpenEXR picture.");
 }
 
 Result<BaseArray<Byte>> Encode(const Url& url, const Image& image) {

@@ -53,7 +53,7 @@ void ReadHeader(png_structp png, png_infop info, Source& source, Layout& layout)
 // Refuses sizes that the file cannot hold, before memory is taken for them.
 Result<void> CheckLayout(const Layout& layout, Int fileSize) {
   if (layout.width > kMaxImagePixels / layout.height)
-    return OSTRA_ILLEGAL_ARGUMENT("a picture of @ x @ pixels is too large, the limit is @ pixels", layout.width,
+    return OSTRA_ILLEGAL_ARGUMENT("a picture of @ x @ pixels is too large, the limit is @ pixels.", layout.width,
                                   layout.height, kMaxImagePixels);
   constexpr Int kLargestCompression = 1032;  // of the deflate format: 258 bytes for 2 bits
   if (layout.width * layout.height / 8 * layout.bitsInFile > fileSize * kLargestCompression)
