@@ -28,8 +28,8 @@ enum class DrawportStage : Int32 {
 // Keys of DrawportCapabilities. All values are bytes.
 enum class DrawportCapability : Int32 {
   BufferTransferChunk = 0xC9,      // the largest staging buffer for an upload into a device buffer
-  TextureStagingCapacity = 0xCA,   // the largest staging buffer for StagingUse::HostReadWrite, in both directions
-  ReadBackStagingCapacity = 0xCB,  // the largest staging buffer for StagingUse::HostRead
+  TextureStagingCapacity = 0xCA,   // the largest staging buffer for DrawportStagingUse::HostReadWrite, both ways
+  ReadBackStagingCapacity = 0xCB,  // the largest staging buffer for DrawportStagingUse::HostRead
   SubBufferAlignment = 0x405,      // of AllocSubBuffer; a power of two
 };
 

@@ -153,7 +153,7 @@ struct AssembledShader {
 OSTRA_API Int GetUniformSize(DrawportShaderValueType type);
 
 // The wrap modes of a sampled texture, which FetchTexture applies, are a UInt of the uniform buffer with this name: the
-// key of the sampler as DrawportCache::GetTextureSampler takes it. Error: out of memory.
+// key of the sampler as DrawportCacheInterface::GetTextureSampler takes it. Error: out of memory.
 OSTRA_API Result<String> MakeWrapUniformName(std::string_view textureName);
 
 // A segment of a gradient as shaders read it: sorted by position, see GradientTable.
