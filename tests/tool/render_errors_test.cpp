@@ -179,6 +179,15 @@ TEST_F(RenderErrorsTest, ParametersWithoutAValueAreNamed) {
       makeDraw(R"(, "buffers": {"table": "t.csv"}, "textures": {"picture": {"file": "no.png", "wrap": "round"}})"));
 }
 
+TEST_F(RenderErrorsTest, TexturesHaveNoLayers) {
+  WriteStage("t.frag", {"(const TextureSampler_2D_R_F32_LINEAR) picture", "(out Vector4d32) color"},
+             "\tcolor = SampleTexture(picture, vec2(0.5, 0.5)) * vec4(1.0, 1.0, 1.0, 1.0);");
+  ExpectDraw(
+      std::string(kDraw) + ".textures.picture: the files are 2 layers, and textures on the GPU have one",
+      R"({"stages": ["flat.vert", "t.frag"], "vertices": {"shape": "quad"}, "uniforms": {"depth": 0}, "textures": {
+                 "picture": {"file": ["zeros:4x4", "zeros:4x4"]}}})");
+}
+
 TEST_F(RenderErrorsTest, SingleSamplesAreReadOfPassesThatHaveThem) {
   WriteStage("copy.frag", {"(const TextureSampler_2D_RGBA_F32_POINT) layer", "(out Vector4d32) color"},
              "\tint2 at = int2(1, 1);\n\tcolor = GetFramebufferTexel(PassTexture(layer), at);");

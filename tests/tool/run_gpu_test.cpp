@@ -107,6 +107,20 @@ TEST(InfoGpuTest, WithoutADriverTheReasonIsOneLine) {
   EXPECT_THAT(result.output, HasSubstr("GPU devices\n  no device: "));
 }
 
+TEST(RunGpuTest, TexturesOfSeveralLayersAreRefusedBeforeAnythingRuns) {
+  const TemporaryFolder folder;
+  for (const char* backend : {"gpu", "both"}) {
+    const ToolResult result = RunTool({"run", GetTestKernel("net.example.layers.krn"), "--in", "sheets=zeros:3x2",
+                                       "--in", "sheets=ones:3x2", "--texture", "sheets:size=3x2", "--size", "3",
+                                       "--out", "corners=" + folder / "out.csv", "--backend", backend});
+    if (result.exitStatus == 1 && !HasDevice(result)) GTEST_SKIP() << "There is no GPU device on this machine.";
+    EXPECT_EQ(result.exitStatus, 2);
+    EXPECT_EQ(result.errors,
+              "ostra: --backend: the texture \"sheets\" has 2 layers, and textures on the GPU have one\n");
+    EXPECT_FALSE(std::filesystem::exists(folder / "out.csv"));
+  }
+}
+
 TEST(RunGpuTest, AnUnknownBackendIsWrongUsage) {
   EXPECT_EQ(RunTool({"run", GetTestKernel("net.example.invert.krn"), "--backend", "abacus"}).exitStatus, 2);
 }

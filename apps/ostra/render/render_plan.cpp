@@ -234,6 +234,9 @@ class Planner {
     if (!added) return MakeError(source.path, added.GetError().GetMessage().GetView());
     auto contents = LoadTexture(name, files, *layout, settings);
     if (!contents) return MakeError(source.path, contents.GetError().GetMessage().GetView());
+    if (contents->layers > 1)
+      return MakeError(source.path, "the files are " + std::to_string(contents->layers) +
+                                        " layers, and textures on the GPU have one");
     PlannedFileTexture texture;
     OSTRA_ASSIGN_OR_RETURN(texture.name, InternedId::Create(source.path + "/" + std::to_string(_plan.textures.size())));
     texture.contents = std::move(*contents);

@@ -42,6 +42,9 @@ Result<std::vector<PlannedTexture>> PlanTextures(const RunOptions& options, cons
                                parameter.name);
     OSTRA_ASSIGN_OR_RETURN(TextureContents contents,
                            LoadTexture(parameter.name, sources, layout, settings[parameter.name]));
+    if (contents.layers > 1 && options.backend != Backend::Cpu)
+      return OSTRA_USAGE_ERROR("--backend: the texture \"@\" has @ layers, and textures on the GPU have one",
+                               parameter.name, contents.layers);
     OSTRA_ASSIGN_OR_RETURN(const InternedId name, InternedId::Create(parameter.name));
     const TextureBindData description = DescribeTexture(layout, settings[parameter.name], contents);
     textures.push_back({name, &layout, std::move(sources), std::move(contents), description});

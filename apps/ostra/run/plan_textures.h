@@ -6,7 +6,8 @@
 namespace ostra::tool {
 
 // Reads the inputs of all texture parameters. The names of inputs are those of parameters. Errors: usage errors for the
-// names and settings of --texture and for textures without an input; those of LoadTexture.
+// names and settings of --texture, for textures without an input and for several layers on the GPU; those of
+// LoadTexture.
 Result<std::vector<PlannedTexture>> PlanTextures(const RunOptions& options, const KernelParameters& parameters);
 
 }  // namespace ostra::tool
