@@ -30,12 +30,24 @@ class Numbers {
   std::mt19937 _engine{7};
 };
 
+struct WrapModes {
+  TextureWrapMode axes[3];
+};
+// What a device does along one axis must not depend on the others: every mode on every axis, alone and beside others.
+constexpr TextureWrapMode kClamp = TextureWrapMode::CLAMP, kRepeat = TextureWrapMode::REPEAT,
+                          kBorder = TextureWrapMode::BORDER;
+constexpr WrapModes kWrapModes[] = {{{kClamp, kClamp, kClamp}},
+                                    {{kRepeat, kRepeat, kRepeat}},
+                                    {{kRepeat, kClamp, kBorder}},
+                                    {{kClamp, kBorder, kRepeat}},
+                                    {{kBorder, kRepeat, kClamp}}};
+
 struct Picture {
   int dimensions = 2;
   Int channels = 4;
   Vec3<UInt32> size{1, 1, 1};
   TextureFormat format = TextureFormat::F32;
-  TextureWrapMode wrap = TextureWrapMode::CLAMP;
+  WrapModes wrap = kWrapModes[0];
   std::vector<Float32> texels;
 
   Int32 GetExtent(int axis) const { return static_cast<Int32>(axis == 0 ? size.x : axis == 1 ? size.y : size.z); }
@@ -47,23 +59,26 @@ struct Picture {
     data._dimensions = size;
     data._format = format;
     data._numChannels = static_cast<UInt32>(channels);
-    for (TextureWrapMode& mode : data._wrapModes) mode = wrap;
+    std::copy(std::begin(wrap.axes), std::end(wrap.axes), data._wrapModes);
     return data;
   }
 
+  // -1 for the border.
   Int32 Wrap(Int32 at, int axis) const {
     const Int32 extent = GetExtent(axis);
-    if (wrap == TextureWrapMode::CLAMP) return std::clamp(at, 0, extent - 1);
-    return (at % extent + extent) % extent;
+    if (at >= 0 && at < extent) return at;
+    if (wrap.axes[axis] == kBorder) return -1;
+    return wrap.axes[axis] == kClamp ? std::clamp(at, 0, extent - 1) : (at % extent + extent) % extent;
   }
   Float32 GetTexel(const Int32 (&at)[3], Int channel) const {
+    if (std::min({at[0], at[1], at[2]}) < 0) return 0;
     const Int place = (Int{at[2]} * size.y + at[1]) * size.x + at[0];
     return texels[static_cast<std::size_t>(place * channels + channel)];
   }
 };
 
 // Texels that 16-bit floats hold exactly, so that both programs have the same ones.
-Picture MakePicture(int dimensions, TextureFormat format, TextureWrapMode wrap) {
+Picture MakePicture(int dimensions, TextureFormat format, const WrapModes& wrap) {
   constexpr Int kChannels[] = {2, 4, 3};
   const Vec3<UInt32> sizes[] = {{61, 1, 1}, {37, 23, 1}, {13, 9, 7}};
   Picture picture;
@@ -192,7 +207,7 @@ class FilterMeasure {
 }  // namespace
 
 std::vector<ParityRow> CompareTextures(int dimensions, Int weightBits, const Url& kernels) {
-  const std::string axes = " " + std::to_string(dimensions) + "D, F32 and F16, clamp and repeat";
+  const std::string axes = " " + std::to_string(dimensions) + "D, F32 and F16, clamp, repeat, black border";
   ParityRow fetches{kGroup, "FetchTexture" + axes, kSameBits, kSameBits, true};
   ParityRow samples{
       kGroup,
@@ -202,7 +217,7 @@ std::vector<ParityRow> CompareTextures(int dimensions, Int weightBits, const Url
       true};
   FilterMeasure measure(dimensions, weightBits);
   for (const TextureFormat format : {TextureFormat::F32, TextureFormat::F16}) {
-    for (const TextureWrapMode wrap : {TextureWrapMode::CLAMP, TextureWrapMode::REPEAT}) {
+    for (const WrapModes& wrap : kWrapModes) {
       const Picture picture = MakePicture(dimensions, format, wrap);
       const Places places = MakePlaces(picture);
       const Texels texels = MakeTexels(picture);
@@ -228,7 +243,7 @@ std::vector<ParityRow> CompareTextures(int dimensions, Int weightBits, const Url
 std::vector<ParityRow> CompareTexels(const Url& kernels) {
   constexpr UInt32 kWidth = 37, kHeight = 23;
   constexpr const char* kWhat = "FetchTexture 2D, F32 and U8 of one channel, point";
-  Picture numbers = MakePicture(2, TextureFormat::F32, TextureWrapMode::REPEAT);
+  Picture numbers = MakePicture(2, TextureFormat::F32, kWrapModes[1]);
   numbers.channels = 1;
   numbers.texels.resize(std::size_t{kWidth} * kHeight);
   std::vector<UInt8> bytes;
