@@ -1,0 +1,182 @@
+// Device memory of a driver that gives what a test says: no device is needed.
+#include "ostra/drawport_vulkan/memory.h"
+
+#include <gmock/gmock.h>
+
+#include <map>
+
+#include "ostra/drawport/settings.h"
+#include "tests/drawport_vulkan/gpu_test.h"
+#include "tests/drawport_vulkan/replaced_function.h"
+
+using namespace ostra;
+using namespace ostra::vulkan;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+constexpr Int kMiB = Int(1) << 20;
+
+// What the driver has been asked for, and what it has left.
+struct FakeDriver {
+  struct Memory {
+    UInt32 type;
+    Int size;
+  };
+  Int room[2] = {1024 * kMiB, 1024 * kMiB};  // of the heaps
+  std::vector<Int> asked;                    // MiB, of each allocation that was tried
+  std::map<UInt64, Memory> live;
+  UInt64 next = 1;
+  VkResult answer = VK_SUCCESS;
+};
+FakeDriver g_driver;
+constexpr UInt32 kHeapOfType[] = {0, 0, 1};
+
+VKAPI_ATTR VkResult VKAPI_CALL Allocate(VkDevice, const VkMemoryAllocateInfo* info, const VkAllocationCallbacks*,
+                                        VkDeviceMemory* memory) {
+  const Int size = static_cast<Int>(info->allocationSize);
+  g_driver.asked.push_back(size / kMiB);
+  if (g_driver.answer != VK_SUCCESS) return g_driver.answer;
+  Int& room = g_driver.room[kHeapOfType[info->memoryTypeIndex]];
+  if (size > room) return VK_ERROR_OUT_OF_DEVICE_MEMORY;
+  room -= size;
+  g_driver.live[g_driver.next] = {info->memoryTypeIndex, size};
+  *memory = reinterpret_cast<VkDeviceMemory>(g_driver.next++);
+  return VK_SUCCESS;
+}
+VKAPI_ATTR void VKAPI_CALL Free(VkDevice, VkDeviceMemory memory, const VkAllocationCallbacks*) {
+  const auto known = g_driver.live.find(reinterpret_cast<UInt64>(memory));
+  ASSERT_NE(known, g_driver.live.end());
+  g_driver.room[kHeapOfType[known->second.type]] += known->second.size;
+  g_driver.live.erase(known);
+}
+VKAPI_ATTR VkResult VKAPI_CALL Map(VkDevice, VkDeviceMemory, VkDeviceSize, VkDeviceSize, VkMemoryMapFlags,
+                                   void** mapped) {
+  static Byte bytes[16];
+  *mapped = bytes;
+  return VK_SUCCESS;
+}
+
+class MemoryTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    g_driver = {};
+    Take(_snapshot.heaps.Append(MemoryHeapSnapshot{.size = 4096 * kMiB, .isDeviceLocal = true}));
+    Take(_snapshot.heaps.Append(MemoryHeapSnapshot{.size = 4096 * kMiB, .isDeviceLocal = false}));
+    Take(_snapshot.memoryTypes.Append(MemoryTypeSnapshot{.heap = 0, .isDeviceLocal = true}));
+    Take(_snapshot.memoryTypes.Append(MemoryTypeSnapshot{.heap = 0, .isDeviceLocal = true}));
+    Take(_snapshot.memoryTypes.Append(MemoryTypeSnapshot{.heap = 1, .isHostVisible = true}));
+    _pool.Init(VK_NULL_HANDLE, VK_NULL_HANDLE, _snapshot, false);
+  }
+  void TearDown() override {
+    _pool.Release();
+    EXPECT_THAT(g_driver.live, IsEmpty());
+    SetDrawportMemoryLimit(0);
+  }
+  Result<MemoryPiece> Get(Int size, MemoryUse use = MemoryUse::Device, MemoryContent content = MemoryContent::Linear,
+                          UInt32 types = 0b101) {
+    VkMemoryRequirements requirements = {};
+    requirements.size = static_cast<VkDeviceSize>(size);
+    requirements.alignment = 256;
+    requirements.memoryTypeBits = types;
+    return _pool.Allocate(requirements, use, content);
+  }
+  UInt32 GetType(const MemoryPiece& piece) { return g_driver.live.at(reinterpret_cast<UInt64>(piece.memory)).type; }
+
+  const ReplacedFunction<PFN_vkAllocateMemory> _allocate{vkAllocateMemory, &Allocate};
+  const ReplacedFunction<PFN_vkFreeMemory> _free{vkFreeMemory, &Free};
+  const ReplacedFunction<PFN_vkMapMemory> _map{vkMapMemory, &Map};
+  DeviceSnapshot _snapshot;
+  MemoryPool _pool;
+};
+
+TEST_F(MemoryTest, SmallPiecesShareABlockAndLargeOnesGiveTheirsBackAtOnce) {
+  const MemoryPiece first = Take(Get(1000));
+  const MemoryPiece second = Take(Get(1000));
+  EXPECT_EQ(first.memory, second.memory);
+  EXPECT_GE(second.offset, first.offset + 1000);
+  const MemoryPiece large = Take(Get(200 * kMiB));
+  EXPECT_NE(large.memory, first.memory);
+  EXPECT_EQ(_pool.GetUsedSize(), 2000 + 200 * kMiB);
+  EXPECT_THAT(g_driver.asked, ElementsAre(64, 200));
+  _pool.Free(large);
+  _pool.Free(first);
+  _pool.Free(second);
+  EXPECT_EQ(g_driver.live.size(), 1u);  // the common one is kept
+  EXPECT_EQ(_pool.GetUsedSize(), 0);
+  _pool.FreeEmptyBlocks();
+  EXPECT_THAT(g_driver.live, IsEmpty());
+}
+
+TEST_F(MemoryTest, BuffersAndImagesAreNeverInOneBlock) {
+  EXPECT_NE(Take(Get(1000)).memory, Take(Get(1000, MemoryUse::Device, MemoryContent::Image)).memory);
+}
+
+TEST_F(MemoryTest, WhereAWholeBlockDoesNotFitASmallerOneServes) {
+  g_driver.room[0] = 5 * kMiB;
+  const MemoryPiece piece = Take(Get(1000));
+  EXPECT_THAT(g_driver.asked, ElementsAre(64, 32, 16, 8, 4));
+  EXPECT_EQ(Take(Get(1000)).memory, piece.memory);
+  g_driver.asked.clear();
+  EXPECT_EQ(GetType(Take(Get(3 * kMiB))), 0u);  // what is left of it
+  EXPECT_THAT(g_driver.asked, IsEmpty());
+}
+
+TEST_F(MemoryTest, ThePieceAloneIsTheLeastThatIsTried) {
+  g_driver.room[0] = 3 * kMiB;
+  EXPECT_EQ(GetType(Take(Get(3 * kMiB))), 0u);
+  EXPECT_THAT(g_driver.asked, ElementsAre(64, 32, 16, 8, 4, 3));
+}
+
+TEST_F(MemoryTest, BlocksThatNothingLiesInAreGivenBackFirst) {
+  g_driver.room[0] = 100 * kMiB;
+  _pool.Free(Take(Get(1000)));
+  EXPECT_EQ(g_driver.live.size(), 1u);
+  const MemoryPiece image = Take(Get(1000, MemoryUse::Device, MemoryContent::Image));
+  EXPECT_THAT(g_driver.asked, ElementsAre(64, 64, 64));
+  EXPECT_EQ(GetType(image), 0u);
+  EXPECT_EQ(g_driver.live.size(), 1u);
+}
+
+TEST_F(MemoryTest, TheNextKindOfMemoryServesWhenTheBestIsUsedUp) {
+  g_driver.room[0] = 0;
+  const MemoryPiece piece = Take(Get(1000));
+  EXPECT_EQ(GetType(piece), 2u);
+  EXPECT_TRUE(piece.mapped);
+  EXPECT_EQ(_pool.GetUsedSize(), 0);  // of the device
+  _pool.Free(piece);
+  EXPECT_EQ(_pool.GetUsedSize(), 0);
+}
+
+TEST_F(MemoryTest, WithoutAnyRoomItIsOutOfMemory) {
+  g_driver.room[0] = 0;
+  g_driver.room[1] = 0;
+  EXPECT_THAT(Get(1000), IsErrorOfKind(kOutOfMemoryError));
+  EXPECT_THAT(Get(1000, MemoryUse::Device, MemoryContent::Linear, 1), IsErrorOfKind(kOutOfMemoryError));
+  EXPECT_THAT(Get(1000, MemoryUse::Upload), IsErrorOfKind(kOutOfMemoryError));
+  EXPECT_THAT(g_driver.live, IsEmpty());
+  g_driver.room[0] = 64 * kMiB;
+  EXPECT_THAT(Get(1000), IsOk());
+}
+
+TEST_F(MemoryTest, APieceThatIsLargerThanTheHeapIsNotAskedFor) {
+  EXPECT_THAT(Get(8192 * kMiB), IsErrorOfKind(kOutOfMemoryError));
+  EXPECT_THAT(g_driver.asked, IsEmpty());
+}
+
+TEST_F(MemoryTest, OtherFailuresAreAnsweredAtOnce) {
+  g_driver.answer = VK_ERROR_DEVICE_LOST;
+  EXPECT_THAT(Get(1000), IsErrorWith(kIllegalStateError, "The GPU device is lost."));
+  EXPECT_THAT(g_driver.asked, ElementsAre(64));
+}
+
+TEST_F(MemoryTest, TheLimitHoldsWhateverThereIs) {
+  SetDrawportMemoryLimit(10 * kMiB);
+  const MemoryPiece piece = Take(Get(8 * kMiB));
+  EXPECT_THAT(Get(3 * kMiB), IsErrorOfKind(kOutOfMemoryError));
+  _pool.Free(piece);
+  EXPECT_THAT(Get(3 * kMiB), IsOk());
+}
+
+}  // namespace
