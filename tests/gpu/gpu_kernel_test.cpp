@@ -54,9 +54,9 @@ TEST_F(GpuProgramTest, ModesOfNoisesMayChangeAsOftenAsOneLikes) {
     EXPECT_THAT(each.SetUniform("noiseMode_0"_iid, Int32(mode)), IsOk());
     EXPECT_THAT(each.UpdateUniforms(), IsOk());
     EXPECT_THAT(each.DispatchKernel(16, 1, 1, false), IsOk());
-    return ReadBuffer<Float32>(each, "target"_iid);
+    return ReadBuffer<Vec4<Float32>>(each, "target"_iid);
   };
-  const std::vector<Float32> perlin = draw(*cpu, 0), cells = draw(*cpu, 24);
+  const std::vector<Vec4<Float32>> perlin = draw(*cpu, 0), cells = draw(*cpu, 24);
   ASSERT_NE(perlin, cells);
   for (int round = 0; round < 20; ++round) {
     ASSERT_EQ(draw(*program, 24), cells) << round;

@@ -22,7 +22,11 @@ TEST(GpuWarmTest, ADispatchWithNewValuesAllocatesNothing) {
       // No parameters of this kernel, but values like those of others.
       ASSERT_THAT(program->SetUniform("color"_iid, Vec4<Float32>(static_cast<Float32>(i))), IsOk());
       ASSERT_THAT(program->SetUniform("view"_iid, SquareMatrix4d32()), IsOk());
-      ASSERT_THAT(program->UpdateUniforms(), IsOk());
+      // Links that are exchanged, bound, and exchanged again.
+      for (int k = 0; k < 2; ++k) {
+        ASSERT_THAT(program->SwapBuffers("x"_iid, "y"_iid), IsOk());
+        ASSERT_THAT(program->UpdateUniforms(), IsOk());
+      }
       ASSERT_THAT(program->DispatchKernel(UInt32(kCount), 1, 1, false), IsOk());
       expected += static_cast<Float32>(i);
     }
