@@ -4,6 +4,9 @@
 #include <fstream>
 
 #include "ostra/config/configuration.h"
+#include "ostra/drawport/cache.h"
+#include "ostra/drawport/drawport.h"
+#include "ostra/drawport/settings.h"
 #include "ostra/math/half_float.h"
 #include "parallelprogram/textures/sampling_data.h"
 #include "tests/gpu/gpu_fixture.h"
@@ -25,6 +28,7 @@ class GpuImagesTest : public DeviceProgramTest {
  protected:
   void TearDown() override {
     program = nullptr;
+    SetDrawportShadingLanguage(kShadingLanguageGlsl);
     EXPECT_THAT(Configuration::SetValue("g_32bitOnlyParallelProgram", "false", "test"), IsOk());
     std::filesystem::remove_all(folder);
   }
@@ -201,6 +205,27 @@ TEST_F(GpuImagesTest, NarrowTexelsAreWrittenIn32BitsWhenThatIsAskedFor) {
     ExpectWritten(kU16, 2, channels, 4);
   }
   ExpectWritten(kU8, 3, 1, 4);
+}
+
+TEST_F(GpuImagesTest, TheOtherLanguageWritesTheSame) {
+  program = nullptr;  // with the drawport of the first language
+  SetDrawportShadingLanguage(kShadingLanguageHlsl);
+  const auto cache = GetDefaultDrawportCache();
+  ASSERT_THAT(cache, IsOk());
+  const auto drawport = (*cache)->AllocDrawport(kDrawportTypeVulkan, kDrawportSubtypeSystem);
+  ASSERT_THAT(drawport, IsOk());
+  ASSERT_EQ((*drawport)->GetShadingLanguage(), kShadingLanguageHlsl);
+  program = MakeProgram(kGpuProgramClass);
+  ASSERT_TRUE(program);
+  for (const UInt32 channels : {1u, 4u}) {
+    ExpectWritten(kF32, 2, channels, 4);
+    ExpectWritten(kI32, 2, channels, 4);
+  }
+  ExpectWritten(kF32, 1, 2, 4);
+  ExpectWritten(kF32, 3, 3, 4);
+  Make32BitOnly();
+  ExpectWritten(kU8, 2, 1, 4);
+  ExpectWritten(kF16, 2, 4, 4);
 }
 
 TEST_F(GpuImagesTest, AnImageOfAnotherFormatThanDeclaredIsRefused) {

@@ -267,6 +267,23 @@ TEST_F(LoaderTexturesTest, ALinkToSomethingElseIsSaidAndFails) {
   EXPECT_THAT(diagnostics.GetLines(), ElementsAre("Texture link not found!"));
 }
 
+TEST_F(LoaderTexturesTest, ATextureOfSeveralLayersIsRefusedToAStageThatReadsByLayer) {
+  WriteStage("l.vert", {"(attribute Vector32) position", "(const TextureSampler_2D_R_F32_LINEAR) image"});
+  WriteStage("l.frag", {"(const TextureSampler_2D_R_F32_LINEAR) image", "(out Vector4d32) f_color"},
+             "\tf_color = vec4(FetchTextureLayer(image, int2(0, 0), 1u), 0.0, 0.0, 1.0);\n");
+  AddProgram("p"_iid, {"l.vert", "l.frag"});
+  TextureBindData data = Describe(8, 4);
+  data._dataSize *= 2;
+  ASSERT_THAT(loader->CreateTexture("layers"_iid, data), IsOk());
+  ASSERT_THAT(loader->SetTextureToActiveProgram("layers"_iid, "image"_iid, 0), IsOk());
+  EXPECT_THAT(loader->UpdateUniforms(&pass), IsOk());
+  ASSERT_THAT(loader->SetTextureToActiveProgram("layers"_iid, "image"_iid, 1), IsOk());
+  EXPECT_THAT(loader->UpdateUniforms(&pass),
+              IsErrorWith(kIllegalArgumentError,
+                          "The stage's texture \"image\" is read by layer, but a texture with several layers is linked "
+                          "to it: textures on the GPU have one."));
+}
+
 TEST_F(LoaderTexturesTest, ATextureOfOtherDimensionsIsRefusedWhenItIsBound) {
   AddStages();
   Store("row"_iid, 8, 1);

@@ -14,8 +14,8 @@ of the picture unless they are set.
 Files: .png and .exr (pictures, elements of 4 x float32), .npy, .csv, .raw; zeros:SIZE and ones:SIZE make elements.
 
 Textures: what the kernel declares as a texture is read as one. Pictures give the channels and numbers that it declares
-(0 to 1, or 0 to 255 for U8), .npy files their axes with the channels last. --in given several times makes layers, or the
-slices of a volume. --texture NAME:KEY=VALUE,... says how it is read:
+(0 to 1, or 0 to 255 for U8), .npy files their axes with the channels last. --in given several times makes layers, on
+the CPU only, or the slices of a volume. --texture NAME:KEY=VALUE,... says how it is read:
   wrap=repeat|clamp|border       beyond the edges; by axis: repeat/clamp (clamp)
   border=R/G/B/A                 the value there with wrap=border (0); 0 on every GPU
   coordinates=normalized|texels  what the kernel samples with (normalized: 0 to 1); on the CPU only
