@@ -48,6 +48,22 @@ TEST_F(GpuParsersTest, CallersThatMissTogetherAreGivenOneParser) {
   EXPECT_EQ(GetCachedParserCount(), 200);
 }
 
+TEST_F(GpuParsersTest, ATranslationIsSharedByKernelsOfOneIdAndFile) {
+  const Url file = Write("k.krn", kKernel);
+  ASSERT_THAT(program->AddKernel("k"_iid, file, true), IsOk());
+  EXPECT_EQ(GetCachedParserCount(), 1);
+  const ParallelProgramRef neighbour = *programClass->CreateObject<ParallelProgramInterface>();
+  ASSERT_THAT(neighbour->Init(Url(), &context, 0, false), IsOk());
+  ASSERT_THAT(neighbour->AddKernel("k"_iid, file, true), IsOk());
+  EXPECT_EQ(GetCachedParserCount(), 1);
+  // Another ID is another key, as is another stamp.
+  ASSERT_THAT(program->CopyKernel("k"_iid, "copy"_iid, true), IsOk());
+  EXPECT_EQ(GetCachedParserCount(), 2);
+  Write("k.krn", kKernel);
+  ASSERT_THAT(neighbour->CopyKernel("k"_iid, "copy"_iid, true), IsOk());
+  EXPECT_EQ(GetCachedParserCount(), 3);
+}
+
 TEST_F(GpuParsersTest, AnotherFileOfTheSameKeyIsNotTakenForTheFirst) {
   KernelSource one{Write("one.krn", MakeKernel(8)), String(), kTargetGlsl, 77};
   KernelSource two = one;
