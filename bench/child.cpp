@@ -25,15 +25,7 @@ namespace {
 }  // namespace
 
 CacheFolder::CacheFolder() {
-  std::string pattern = (std::filesystem::temp_directory_path() / "ostra_bench_XXXXXX").string();
-  if (!mkdtemp(pattern.data())) throw std::runtime_error("no folder for temporary files");
-  _path = pattern;
-  for (const char* name : {"programs", "driver"}) std::filesystem::create_directory(_path / name);
-}
-
-CacheFolder::~CacheFolder() {
-  std::error_code ignored;
-  std::filesystem::remove_all(_path, ignored);
+  for (const char* name : {"programs", "driver"}) std::filesystem::create_directory(GetPath() / name);
 }
 
 std::vector<double> RunPart(const std::string& name, const CacheFolder& folder) {

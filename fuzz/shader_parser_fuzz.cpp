@@ -2,12 +2,11 @@
 // byte chooses target and options; bytes of value 1 part the files.
 #include <algorithm>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <string_view>
 
-#include "ostra/core/diagnostics.h"
+#include "ostra/core/silent_diagnostics.h"
 #include "parallelprogram/shaderparser/shader_parser.h"
+#include "tests/support/temporary_folder.h"
 
 using namespace ostra;
 
@@ -17,33 +16,18 @@ constexpr unsigned char kFileEnd = 1;
 // Lines that grow with every rule are for the tests; here they only take time.
 constexpr std::size_t kMostBytes = 4096;
 
-// Keeps what the parser says about endless headers and full tables from the terminal.
-struct Silence : DiagnosticListener {
-  Silence() { SetDiagnosticStreamLevel(static_cast<DiagnosticLevel>(100)); }
-  void Notify(DiagnosticLevel, std::string_view) override {}
-};
-
 class Folder {
  public:
-  Folder() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "ostra_fuzz_XXXXXX").string();
-    if (mkdtemp(pattern.data()) == nullptr) std::abort();
-    _path = pattern;
-  }
-  ~Folder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(_path, ignored);
-  }
   // The text up to the next file end; takes it off `texts`.
   void Write(const char* name, std::string_view& texts) const {
     const std::size_t end = std::min(texts.find(static_cast<char>(kFileEnd)), texts.size());
-    std::ofstream(_path / name, std::ios::binary).write(texts.data(), static_cast<std::streamsize>(end));
+    _folder.Write(name, texts.substr(0, end));
     texts.remove_prefix(std::min(end + 1, texts.size()));
   }
-  Url GetUrl(const char* name) const { return Url::Create((_path / name).string()).GetValue(); }
+  Url GetUrl(const char* name) const { return _folder.MakeUrl(name); }
 
  private:
-  std::filesystem::path _path;
+  TemporaryFolder _folder;
 };
 
 void Check(bool condition) {
@@ -73,7 +57,8 @@ void CheckPieces(const ShaderParser& parser) {
 
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
   if (size == 0 || size > kMostBytes) return 0;
-  static const Silence silence;
+  // What the parser says about endless headers and full tables stays off the terminal.
+  static const SilentDiagnosticStream silence;
   static const Folder folder;
   std::string_view texts(reinterpret_cast<const char*>(data) + 1, size - 1);
   folder.Write("k.krn", texts);

@@ -1,13 +1,12 @@
 // The shader parser over a kernel file of ten thousand lines with three headers, and many threads at its gate.
 #include <atomic>
-#include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <memory>
 #include <string>
 #include <thread>
 
 #include "bench/program.h"
+#include "bench/temporary_folder.h"
 #include "bench/workloads/workloads.h"
 #include "ostra/io/file.h"
 #include "parallelprogram/shaderparser/shader_parser.h"
@@ -72,9 +71,6 @@ std::string MakeHeader(const std::string& name, const std::string& includes) {
 class Sources {
  public:
   Sources() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "ostra_bench_XXXXXX").string();
-    if (!mkdtemp(pattern.data())) throw std::runtime_error("no folder for temporary files");
-    _folder = pattern;
     Write("k.krn", "GROUPSIZE(64, 1, 1)\n\n#define KERNELINPUTS \\\n(Int32) width, \\\n(Block<Vector4d32>) target\n\n" +
                        MakeFunctions(kLines / 2, "F") + "OSTRA_PARALLEL_KERNEL(K, KERNELINPUTS)\n{\n" +
                        MakeLines(kLines / 2) + "}\nOSTRA_PARALLEL_KERNEL_END\n");
@@ -82,22 +78,16 @@ class Sources {
     Write("b.h", MakeHeader("B", ""));
     Write("c.h", MakeHeader("C", ""));
   }
-  ~Sources() {
-    std::error_code ignored;
-    std::filesystem::remove_all(_folder, ignored);
-  }
-  Sources(const Sources&) = delete;
-  Sources& operator=(const Sources&) = delete;
 
-  Url GetUrl(const char* name) const { return Need(Url::Create((_folder / name).string())); }
+  Url GetUrl(const char* name) const { return Need(Url::Create((_folder.GetPath() / name).string())); }
   double GetBytes() const { return _bytes; }
 
  private:
   void Write(const char* name, const std::string& text) {
-    std::ofstream(_folder / name, std::ios::binary) << text;
+    std::ofstream(_folder.GetPath() / name, std::ios::binary) << text;
     _bytes += static_cast<double>(text.size());
   }
-  std::filesystem::path _folder;
+  TemporaryFolder _folder;
   double _bytes = 0;
 };
 

@@ -1,18 +1,16 @@
 // One stage file for targets with one and with several samples: what the translation writes is what assembly declares.
 #include <gmock/gmock.h>
 
-#include <filesystem>
-#include <fstream>
 #include <optional>
 
 #include "parallelprogram/shaderassembly/assembly_records.h"
 #include "tests/drawport/assembly_fixture.h"
 #include "tests/support/result_matchers.h"
+#include "tests/support/temporary_folder.h"
 
 namespace ostra::test {
 namespace {
 
-namespace fs = std::filesystem;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -33,23 +31,18 @@ OSTRA_PARALLEL_KERNEL_END
 
 class StageSamplesTest : public testing::Test {
  protected:
-  void SetUp() override {
-    _file = fs::temp_directory_path() / ("net.ostra.test.samples" + std::to_string(getpid()) + ".frag");
-    std::ofstream(_file) << kStage;
-  }
-  void TearDown() override { fs::remove(_file); }
-
   ShaderRecords Translate(const Id& language, std::optional<Int32> sampleCount) {
     DataDictionary options;
     if (sampleCount) {
       EXPECT_THAT(options.Set(kShaderMultisampling, *sampleCount), IsOk());
     }
     const auto parser = ShaderParser::Create(language).GetValue();
-    EXPECT_THAT(parser->Init(Url::Create(_file.native()).GetValue(), options), IsOk());
+    EXPECT_THAT(parser->Init(Url::Create(_file).GetValue(), options), IsOk());
     return MakeShaderRecords(*parser, DrawportStage::Fragment).GetValue();
   }
 
-  fs::path _file;
+  TemporaryFolder _folder;
+  const std::string _file = _folder.Write("net.ostra.test.samples.frag", kStage);
 };
 
 TEST_F(StageSamplesTest, TheOptionDecidesWhetherALayerHasSeveralSamples) {

@@ -76,16 +76,4 @@ void AddKernel(ParallelProgramInterface& program, InternedId id, std::string_vie
   ASSERT_THAT(program.AddKernel(id, *file, true), IsOk());
 }
 
-std::vector<Byte> GetBytes(const Result<Data>& data) {
-  EXPECT_THAT(data, IsOk());
-  const auto* array = data ? data->GetIf<Array<Generic>>() : nullptr;
-  if (!array) {
-    ADD_FAILURE() << "The value is no array.";
-    return {};
-  }
-  const Block<Generic> block = array->GetFirstBlock();
-  const auto* first = reinterpret_cast<const Byte*>(block.GetFirst());
-  return {first, first + block.GetCount() * block.GetStride()};
-}
-
 }  // namespace ostra::test

@@ -14,6 +14,7 @@
 
 #include "ostra/math/data_types.h"
 #include "parallelprogram/program/parallel_program.h"
+#include "tests/support/arrays.h"
 #include "tests/support/result_matchers.h"
 
 namespace ostra::test {
@@ -31,26 +32,8 @@ const Url& GetKernelFolder();
 void AddKernel(ParallelProgramInterface& program, InternedId id, std::string_view name);
 
 template <class T>
-BaseArray<T> MakeArray(const std::vector<T>& values) {
-  BaseArray<T> array;
-  for (const T& value : values) EXPECT_THAT(array.Append(value), IsOk());
-  return array;
-}
-
-template <class T>
 void StoreBuffer(ParallelProgramInterface& program, InternedId id, const std::vector<T>& values) {
   ASSERT_THAT(program.StoreUniformBufferData(id, MakeArray(values)), IsOk());
-}
-
-// The bytes of an Array.
-std::vector<Byte> GetBytes(const Result<Data>& data);
-
-template <class T>
-std::vector<T> GetElements(const Result<Data>& data) {
-  const std::vector<Byte> bytes = GetBytes(data);
-  std::vector<T> elements(bytes.size() / sizeof(T));
-  if (!elements.empty()) MemCopy(elements.data(), bytes.data(), static_cast<Int>(bytes.size()));
-  return elements;
 }
 
 template <class T>

@@ -6,6 +6,7 @@
 
 #include "ostra/image/image.h"
 #include "ostra/io/file.h"
+#include "tests/support/temporary_folder.h"
 
 namespace ostra {
 namespace {
@@ -15,15 +16,9 @@ using testing::HasSubstr;
 
 class ImageFileTest : public testing::Test {
  protected:
-  void SetUp() override {
-    std::string pattern = (std::filesystem::temp_directory_path() / "ostra_image_XXXXXX").string();
-    ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-    _folder = pattern;
-  }
-  void TearDown() override { std::filesystem::remove_all(_folder); }
-  Url MakeUrl(std::string_view name) const { return Url::Create((_folder / name).string()).GetValue(); }
+  Url MakeUrl(std::string_view name) const { return _folder.MakeUrl(name); }
 
-  std::filesystem::path _folder;
+  TemporaryFolder _folder;
 };
 
 template <class T>

@@ -1,7 +1,6 @@
 #include "ostra/io/content_store.h"
 
 #include <gmock/gmock.h>
-#include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -12,6 +11,7 @@
 
 #include "tests/support/fault_injection.h"
 #include "tests/support/result_matchers.h"
+#include "tests/support/temporary_folder.h"
 
 using namespace ostra;
 using testing::IsEmpty;
@@ -29,12 +29,6 @@ ContentKey MakeKey(std::string_view text) {
 
 class ContentStoreTest : public testing::Test {
  protected:
-  void SetUp() override {
-    _folder = fs::temp_directory_path() / ("ostra_content_" + std::to_string(getpid()));
-    fs::remove_all(_folder);
-  }
-  void TearDown() override { fs::remove_all(_folder); }
-
   ContentStore Open(Int limit = 1 << 20) {
     auto store = ContentStore::Open((_folder / "inner").native(), limit);
     EXPECT_THAT(store, IsOk());
@@ -54,7 +48,8 @@ class ContentStoreTest : public testing::Test {
     return files;
   }
 
-  fs::path _folder;
+  TemporaryFolder _temporary;
+  const fs::path _folder = _temporary.GetPath() / "outer";  // made by the store
 };
 
 TEST(ContentKey, TellsSeriesOfTextsAndNumbersApart) {

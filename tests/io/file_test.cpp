@@ -14,6 +14,8 @@
 #include <thread>
 #include <vector>
 
+#include "tests/support/temporary_folder.h"
+
 namespace ostra {
 namespace {
 
@@ -23,26 +25,15 @@ Block<const Byte> BytesOf(std::string_view text) {
   return {reinterpret_cast<const Byte*>(text.data()), static_cast<Int>(text.size())};
 }
 
-// A folder of its own for each test, removed afterwards.
 class FileTest : public testing::Test {
  protected:
-  void SetUp() override {
-    std::string pattern = (std::filesystem::temp_directory_path() / "ostra_io_XXXXXX").string();
-    ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-    _folder = pattern;
-  }
-  void TearDown() override { std::filesystem::remove_all(_folder); }
-
-  Url MakeUrl(std::string_view name) const { return Url::Create((_folder / name).string()).GetValue(); }
-  std::string Read(std::string_view name) const {
-    std::ifstream stream(_folder / name, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-  }
+  Url MakeUrl(std::string_view name) const { return _folder.MakeUrl(name); }
+  std::string Read(std::string_view name) const { return _folder.Read(name); }
   Int CountFiles() const {
-    return std::distance(std::filesystem::directory_iterator(_folder), std::filesystem::directory_iterator());
+    return std::distance(std::filesystem::directory_iterator(_folder.GetPath()), std::filesystem::directory_iterator());
   }
 
-  std::filesystem::path _folder;
+  TemporaryFolder _folder;
 };
 
 template <class T>
@@ -66,7 +57,8 @@ TEST_F(FileTest, WhatWasWrittenIsReadBack) {
 TEST_F(FileTest, MissingFilesFoldersAndUnreadableFilesSayWhy) {
   EXPECT_THAT(MessageOf(ReadFileToMemory(MakeUrl("missing.bin"))),
               testing::AllOf(HasSubstr("missing.bin cannot be read"), HasSubstr("No such file or directory")));
-  EXPECT_THAT(MessageOf(ReadFileToMemory(Url::Create(_folder.string()).GetValue())), HasSubstr("Is a directory"));
+  EXPECT_THAT(MessageOf(ReadFileToMemory(Url::Create(_folder.GetPath().string()).GetValue())),
+              HasSubstr("Is a directory"));
   // The start of a process' address space is a file that opens but never reads.
   EXPECT_THAT(MessageOf(ReadFileToMemory(Url("/proc/self/mem"_s))), HasSubstr("Input/output error"));
   EXPECT_THAT(MessageOf(ReadFileToMemory(Url())), HasSubstr("the url is empty"));
@@ -82,7 +74,7 @@ TEST_F(FileTest, AFileWithoutPermissionSaysSo) {
 }
 
 TEST_F(FileTest, PipesAreReadToTheirEnd) {
-  const std::string path = (_folder / "pipe").string();
+  const std::string path = _folder / "pipe";
   ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
   const std::string contents(300000, 'p');
   std::thread writer([&] { std::ofstream(path) << contents; });

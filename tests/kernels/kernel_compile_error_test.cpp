@@ -1,15 +1,13 @@
 // What must not compile as a kernel, and what the compiler says: for the author, its message is the interface. Runs the
 // front step and the compiler that built this test.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cstdio>
-#include <filesystem>
-#include <fstream>
 #include <string>
 
 #include "parallelprogram/kernelfront/kernel_source.h"
 #include "tests/support/result_matchers.h"
+#include "tests/support/temporary_folder.h"
 
 namespace ostra::test {
 namespace {
@@ -43,16 +41,15 @@ std::string Compile(const std::string& body) {
   EXPECT_THAT(text, IsOk());
   auto source = GenerateKernelSource({.fileName = "tested.krn", .classId = "tested.krn"}, *text);
   EXPECT_THAT(source, IsOk());
-  const auto path = std::filesystem::temp_directory_path() / ("ostra_tested_" + std::to_string(getpid()) + ".cpp");
-  std::ofstream(path) << source->GetView();
+  const TemporaryFolder folder;
+  const std::string path = folder.Write("tested.cpp", source->GetView());
   const std::string command =
-      "LC_ALL=C " OSTRA_TEST_COMPILER " -std=c++20 -fsyntax-only -I" OSTRA_TEST_INCLUDES " " + path.string() + " 2>&1";
+      "LC_ALL=C " OSTRA_TEST_COMPILER " -std=c++20 -fsyntax-only -I" OSTRA_TEST_INCLUDES " " + path + " 2>&1";
   std::string output;
   FILE* pipe = popen(command.c_str(), "r");
   char buffer[4096];
   while (pipe && std::fgets(buffer, sizeof(buffer), pipe)) output += buffer;
   const int status = pipe ? pclose(pipe) : -1;
-  std::filesystem::remove(path);
   EXPECT_EQ(status == 0, output.find("error:") == std::string::npos) << output;
   return output;
 }

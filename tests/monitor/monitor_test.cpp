@@ -2,7 +2,6 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -12,6 +11,7 @@
 #include <vector>
 
 #include "ostra/core/memory.h"
+#include "tests/support/temporary_folder.h"
 
 namespace ostra {
 namespace {
@@ -20,10 +20,7 @@ using nlohmann::json;
 
 class MonitorTest : public testing::Test {
  protected:
-  MonitorTest() { std::filesystem::create_directory(_folder); }
-  ~MonitorTest() override { std::filesystem::remove_all(_folder); }
-
-  std::string GetPath() const { return (_folder / "trace.json").string(); }
+  std::string GetPath() const { return _folder / "trace.json"; }
 
   // Ends the recording and reads its file.
   json Stop() {
@@ -33,13 +30,11 @@ class MonitorTest : public testing::Test {
   }
 
   std::size_t CountFiles() const {
-    return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(_folder), {}));
+    return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(_folder.GetPath()), {}));
   }
 
  private:
-  std::filesystem::path _folder =
-      std::filesystem::temp_directory_path() / ("monitor_test." + std::to_string(getpid()) + "." +
-                                                testing::UnitTest::GetInstance()->current_test_info()->name());
+  TemporaryFolder _folder;
 };
 
 std::map<std::string, int> CountNames(const json& trace) {

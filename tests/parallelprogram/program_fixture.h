@@ -18,6 +18,7 @@
 
 #include "parallelprogram/program/parallel_program.h"
 #include "tests/parallelprogram/test_kernels.h"
+#include "tests/support/arrays.h"
 #include "tests/support/result_matchers.h"
 
 namespace ostra::test {
@@ -26,34 +27,6 @@ inline constexpr const char* kNoActiveKernel = "no active kernel set";
 
 // A program after Init.
 ParallelProgramRef MakeProgram();
-
-// A base array with the given elements.
-template <class T>
-BaseArray<T> MakeArray(const std::vector<T>& values) {
-  BaseArray<T> array;
-  for (const T& value : values) EXPECT_THAT(array.Append(value), IsOk());
-  return array;
-}
-
-// The elements of an Array inside a Data.
-template <class T>
-std::vector<T> GetElements(const Data& data) {
-  const auto* array = data.GetIf<Array<T>>();
-  if (!array) {
-    ADD_FAILURE() << "The value is a " << data.GetType().GetView();
-    return {};
-  }
-  const Block<T> block = array->GetFirstBlock();
-  std::vector<T> elements;
-  for (Int i = 0; i < block.GetCount(); ++i) elements.push_back(block[i]);
-  return elements;
-}
-
-template <class T>
-std::vector<T> GetElements(const Result<Data>& data) {
-  EXPECT_THAT(data, IsOk());
-  return data ? GetElements<T>(*data) : std::vector<T>();
-}
 
 class ProgramTest : public testing::Test {
  protected:

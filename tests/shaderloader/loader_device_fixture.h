@@ -18,6 +18,8 @@
 #include "parallelprogram/shaderloader/general_shader_loader_interface.h"
 #include "tests/drawport_vulkan/graphics_fixture.h"
 #include "tests/shaderloader/stage_text.h"
+#include "tests/support/arrays.h"
+#include "tests/support/temporary_folder.h"
 
 namespace ostra::test {
 
@@ -27,16 +29,12 @@ class LoaderDeviceTest : public GraphicsTest {
     GraphicsTest::SetUp();
     if (!_context) return;
     Take(_host->LoadModule("parallelprogram"));
-    folder = std::filesystem::path(testing::TempDir()) /
-             ("ostra_loader_" + std::string(testing::UnitTest::GetInstance()->current_test_info()->name()));
-    std::filesystem::remove_all(folder);
     std::filesystem::create_directories(folder / "shaders");
     loader = MakeLoader();
     target = MakeTarget(8, 8);
   }
   void TearDown() override {
     loader = nullptr;
-    if (!folder.empty()) std::filesystem::remove_all(folder);
     GraphicsTest::TearDown();
   }
   GeneralShaderLoaderRef MakeLoader() {
@@ -78,11 +76,6 @@ class LoaderDeviceTest : public GraphicsTest {
   void Add(InternedId id, const std::vector<std::string>& names, const DataDictionary& parameters = DataDictionary()) {
     Take(TryAdd(id, names, parameters));
   }
-  static BaseArray<Float32> MakeArray(const std::vector<Float32>& values) {
-    BaseArray<Float32> array;
-    for (const Float32 value : values) Take(array.Append(value));
-    return array;
-  }
   // Makes `values` what the active program is drawn from.
   void StoreVertices(const std::vector<Float32>& values) {
     Take(loader->StoreVertexBufferData("vertices"_iid, MakeArray(values)));
@@ -111,7 +104,8 @@ class LoaderDeviceTest : public GraphicsTest {
     return Read(target);
   }
 
-  std::filesystem::path folder;
+  TemporaryFolder temporary;
+  const std::filesystem::path folder = temporary.GetPath();
   int stamp = 0;
   GeneralShaderLoaderRef loader;
 };

@@ -13,7 +13,7 @@ TEST_F(LoaderDeviceTest, AFrameSurvivesFailingAllocations) {
         "\tvec3 c = SampleGradient(UNIFORM(ramp), 2.0);\n"
         "\tf_color = UNIFORM(tint) * c.x + vec4(FetchTexture(image, ivec2(0, 0)), 0.0, 0.0, 0.0);\n");
   Add("p"_iid, {"p.vert", "p.frag"});
-  const BaseArray<Float32> vertices = MakeArray({-1, -1, 1, -1, 1, 1, -1, -1, 1, 1, -1, 1});
+  const BaseArray<Float32> vertices = MakeArray<Float32>({-1, -1, 1, -1, 1, 1, -1, -1, 1, 1, -1, 1});
   const Block<const Float32> block(vertices.GetFirst(), vertices.GetCount());
   TextureBindData texture;
   texture._dimensions = Vec3<UInt32>(2, 2, 1);

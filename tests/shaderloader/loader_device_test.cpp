@@ -327,7 +327,8 @@ TEST_F(LoaderDeviceTest, WhatARemovedProgramHasDrawnStays) {
     const InternedId id = *InternedId::Create("copy@", static_cast<Int>(i));
     Take(loader->CopyShader("p"_iid, id, 0, target.GetPointer(), true));
     const Float32 left = -1 + 0.5f * static_cast<Float32>(i), right = left + 0.5f;
-    Take(loader->StoreVertexBufferData(id, MakeArray({left, -1, right, -1, right, 1, left, -1, right, 1, left, 1})));
+    Take(loader->StoreVertexBufferData(
+        id, MakeArray<Float32>({left, -1, right, -1, right, 1, left, -1, right, 1, left, 1})));
     Take(loader->SetVertexBufferToActiveProgramSameId(id));
     Take(loader->SetUniform("tint"_iid, Vector4d32(colors[i].r, colors[i].g, colors[i].b, 1), 1));
     Take(loader->UpdateUniforms(target.GetPointer()));

@@ -24,6 +24,7 @@
 #include "tests/shaderloader/stage_text.h"
 #include "tests/support/diagnostic_recorder.h"
 #include "tests/support/result_matchers.h"
+#include "tests/support/temporary_folder.h"
 
 namespace ostra::test {
 
@@ -31,10 +32,6 @@ class LoaderTest : public testing::Test {
  protected:
   void SetUp() override {
     device.drawsGraphics = true;
-    const auto* test = testing::UnitTest::GetInstance()->current_test_info();
-    folder = std::filesystem::path(testing::TempDir()) /
-             ("ostra_loader_" + std::string(test->test_suite_name()) + "_" + test->name());
-    std::filesystem::remove_all(folder);
     std::filesystem::create_directories(folder / "shaders");
     loaderClass = *CreateGeneralShaderLoaderClass();
     context = device.MakeContext();
@@ -45,7 +42,6 @@ class LoaderTest : public testing::Test {
     context = nullptr;
     g_checkActiveProgramForUpdatedShaders = false;
     ResetStageParserCache();
-    std::filesystem::remove_all(folder);
   }
   GeneralShaderLoaderRef MakeLoader() {
     auto made = *loaderClass->CreateObject<GeneralShaderLoaderInterface>();
@@ -102,7 +98,8 @@ class LoaderTest : public testing::Test {
 
   RecordingDevice device;
   RecordingDrawPass pass;
-  std::filesystem::path folder;
+  TemporaryFolder temporary;
+  const std::filesystem::path folder = temporary.GetPath();
   ClassRef loaderClass;
   DrawportContextRef context;
   GeneralShaderLoaderRef loader;

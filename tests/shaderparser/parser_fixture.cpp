@@ -1,21 +1,10 @@
 #include "tests/shaderparser/parser_fixture.h"
 
-#include <cstdlib>
 #include <fstream>
 
 #include "tests/support/texts.h"
 
 namespace ostra::test {
-
-ParserTest::ParserTest() {
-  std::string pattern = (std::filesystem::temp_directory_path() / "ostra_parser_XXXXXX").string();
-  if (mkdtemp(pattern.data()) == nullptr) std::abort();
-  _folder = pattern;
-}
-
-ParserTest::~ParserTest() { std::filesystem::remove_all(_folder); }
-
-Url ParserTest::MakeUrl(std::string_view name) const { return Url::Create(GetPath(name)).GetValue(); }
 
 void ParserTest::Write(std::string_view name, std::string_view text) const {
   std::filesystem::create_directories((_folder / name).parent_path());

@@ -10,6 +10,7 @@
 
 #include "parallelprogram/shaderparser/shader_parser.h"
 #include "tests/support/result_matchers.h"
+#include "tests/support/temporary_folder.h"
 
 namespace ostra::test {
 
@@ -25,11 +26,8 @@ struct ParseSettings {
 
 class ParserTest : public testing::Test {
  protected:
-  ParserTest();
-  ~ParserTest() override;
-
-  Url MakeUrl(std::string_view name) const;
-  std::string GetPath(std::string_view name) const { return (_folder / name).string(); }
+  Url MakeUrl(std::string_view name) const { return _temporary.MakeUrl(name); }
+  std::string GetPath(std::string_view name) const { return _temporary / name; }
   void Write(std::string_view name, std::string_view text) const;
 
   static ParserRef MakeParser(const Id& target);
@@ -52,7 +50,8 @@ class ParserTest : public testing::Test {
   // What becomes of the declaration of an inline function, given without the word inline.
   std::string TranslateDeclaration(std::string_view line, const ParseSettings& settings = {}) const;
 
-  std::filesystem::path _folder;
+  TemporaryFolder _temporary;
+  const std::filesystem::path _folder = _temporary.GetPath();
 };
 
 inline std::string ToText(const CString& text) { return std::string(text.GetView()); }

@@ -4,7 +4,7 @@
 
 #include <chrono>
 
-#include "tests/tool/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 
 namespace ostra::tool {
 namespace {

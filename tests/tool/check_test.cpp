@@ -5,7 +5,7 @@
 #include <algorithm>
 
 #include "apps/ostra/check/metal_compiler.h"
-#include "tests/tool/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 #include "tests/tool/tool_process.h"
 
 namespace ostra {

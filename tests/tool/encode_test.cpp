@@ -6,7 +6,7 @@
 
 #include "apps/ostra/kernels/compiler.h"
 #include "tests/support/bytes.h"
-#include "tests/tool/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 #include "tests/tool/tool_process.h"
 
 namespace ostra {

@@ -5,7 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <thread>
 
-#include "tests/tool/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 #include "tests/tool/tool_process.h"
 
 namespace ostra {

@@ -4,7 +4,7 @@
 
 #include "apps/ostra/check/file_check.h"
 #include "tests/support/result_matchers.h"
-#include "tests/tool/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 
 namespace ostra::tool {
 namespace {
@@ -26,15 +26,8 @@ class LintsTest : public testing::Test {
  protected:
   // The findings in a kernel file without their folder: "k.krn:3: warning: text". Nothing is compiled.
   std::vector<std::string> Check(const std::string& source, const std::string& header = "") {
-    _folder.Write("k.krn", source);
     if (!header.empty()) _folder.Write("k.h", header);
-    CheckOptions options;
-    options.targets = {kTargetGlsl};
-    auto check = PrepareCheck(options, _folder / "k.krn");
-    EXPECT_THAT(check, IsOk());
-    Findings findings = check->findings;
-    for (const TargetCheck& target : check->targets) findings.AddAll(target.findings);
-    findings.Sort();
+    const Findings findings = Find(source);
     std::vector<std::string> lines;
     for (const Finding& finding : findings.GetAll()) {
       std::string line = FormatFinding(finding);
@@ -43,6 +36,17 @@ class LintsTest : public testing::Test {
       lines.push_back(line);
     }
     return lines;
+  }
+  Findings Find(const std::string& source) {
+    _folder.Write("k.krn", source);
+    CheckOptions options;
+    options.targets = {kTargetGlsl};
+    auto check = PrepareCheck(options, _folder / "k.krn");
+    EXPECT_THAT(check, IsOk());
+    Findings findings = check->findings;
+    for (const TargetCheck& target : check->targets) findings.AddAll(target.findings);
+    findings.Sort();
+    return findings;
   }
 
   TemporaryFolder _folder;
@@ -54,6 +58,16 @@ TEST_F(LintsTest, AnOrdinaryKernelGivesNoReasonToWarn) {
                                "UNIFORM_BUFFER(source)[i] * UNIFORM(factor) + vec3(1.0, 2.0, 3.0);",
                                "GROUPSIZE(64, 1, 1)\n\ninline Float32 Half(Float32 x)\n{\n\treturn 0.5 * x;\n}\n\n")),
               IsEmpty());
+}
+
+TEST_F(LintsTest, FindingsThatOthersLookForAreKnownByTheirKind) {
+  const Findings lost = Find(MakeKernel("(Flaot32) factor, \\\n(Block<Vector32>) target", "\tuint i = 0u;"));
+  ASSERT_EQ(lost.GetAll().size(), 1u);
+  EXPECT_EQ(lost.GetAll()[0].kind, FindingKind::LostDeclaration);
+  EXPECT_EQ(lost.GetAll()[0].name, "factor");
+  const Findings brace = Find(MakeKernel("(Float32) factor", "\t// {\n\tuint i = 0u; // }"));
+  ASSERT_EQ(brace.GetAll().size(), 2u);
+  for (const Finding& finding : brace.GetAll()) EXPECT_EQ(finding.kind, FindingKind::BraceInComment);
 }
 
 TEST_F(LintsTest, ADeclarationThatMakesNoParameterIsFound) {

@@ -6,7 +6,7 @@
 #include <cstdlib>
 
 #include "tests/support/result_matchers.h"
-#include "tests/tool/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 
 namespace ostra {
 namespace {

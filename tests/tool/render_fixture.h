@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "ostra/image/image.h"
-#include "tests/tool/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 #include "tests/tool/tool_process.h"
 
 namespace ostra {

@@ -9,7 +9,7 @@
 #include "ostra/image/image.h"
 #include "ostra/io/file.h"
 #include "tests/support/result_matchers.h"
-#include "tests/tool/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 #include "tests/tool/tool_process.h"
 
 namespace ostra {

@@ -5,7 +5,7 @@
 #include <algorithm>
 
 #include "tests/support/result_matchers.h"
-#include "tests/tool/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 #include "tests/tool/tool_process.h"
 
 namespace ostra {

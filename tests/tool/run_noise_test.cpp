@@ -9,7 +9,7 @@
 #include "ostra/object/class.h"
 #include "ostra/render/render_noise.h"
 #include "tests/support/result_matchers.h"
-#include "tests/tool/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 #include "tests/tool/tool_process.h"
 
 namespace ostra {

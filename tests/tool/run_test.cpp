@@ -8,7 +8,7 @@
 #include "ostra/io/file.h"
 #include "ostra/math/data_types.h"
 #include "tests/support/result_matchers.h"
-#include "tests/tool/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 #include "tests/tool/tool_process.h"
 
 namespace ostra {

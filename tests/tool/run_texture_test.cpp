@@ -11,7 +11,7 @@
 #include "parallelprogram/textures/sampler_family.h"
 #include "parallelprogram/textures/texture_records.h"
 #include "tests/support/result_matchers.h"
-#include "tests/tool/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 #include "tests/tool/tool_process.h"
 
 namespace ostra {

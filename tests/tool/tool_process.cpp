@@ -3,7 +3,7 @@
 #include <cstdlib>
 
 #include "apps/ostra/kernels/compiler.h"
-#include "tests/tool/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 
 namespace ostra {
 

@@ -1,8 +1,6 @@
 // A folder of its own for a test, removed afterwards.
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -17,13 +15,16 @@ namespace ostra {
 class TemporaryFolder {
  public:
   TemporaryFolder() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "ostra_tool_XXXXXX").string();
+    std::string pattern = (std::filesystem::temp_directory_path() / "ostra_test_XXXXXX").string();
     if (!mkdtemp(pattern.data())) std::abort();
     _path = pattern;
   }
   TemporaryFolder(const TemporaryFolder&) = delete;
   TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-  ~TemporaryFolder() { std::filesystem::remove_all(_path); }
+  ~TemporaryFolder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(_path, ignored);
+  }
 
   const std::filesystem::path& GetPath() const { return _path; }
   std::string operator/(std::string_view name) const { return (_path / name).string(); }
