@@ -34,8 +34,8 @@ Result<void> BindBuffer(const ParameterTarget& target, DrawportParameterHandle h
                         const DrawportParameter& parameter, ParameterLinks& links, const DataDictionary& globals);
 
 // The same for a texture or image. `user` is what the program is for its client, "kernel" or "stage". Error also:
-// illegal argument when a texture of other dimensions is linked, or one of several layers to a parameter that is read by
-// layer.
+// illegal argument when a texture of other dimensions is linked, or one of several layers to a parameter that is read
+// by layer.
 Result<void> BindTexture(const ParameterTarget& target, DrawportParameterHandle handle,
                          const DrawportParameter& parameter, ParameterLinks& links, const DataDictionary& globals,
                          std::string_view user);
