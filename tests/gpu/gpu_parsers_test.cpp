@@ -76,7 +76,7 @@ TEST_F(GpuParsersTest, AnotherFileOfTheSameKeyIsNotTakenForTheFirst) {
 }
 
 TEST_F(GpuParsersTest, AnotherFileIsNotTakenForTheOneThatIsBeingRead) {
-  KernelSource large{Write("large.krn", MakeKernel(8, 4000)), String(), kTargetGlsl, 77};
+  KernelSource large{Write("large.krn", MakeKernel(8, 60000)), String(), kTargetGlsl, 77};
   KernelSource small = large;
   small.file = Write("small.krn", MakeKernel(16));
   std::filesystem::last_write_time(folder / "small.krn", std::filesystem::last_write_time(folder / "large.krn"));
