@@ -64,7 +64,7 @@ class DriverTest : public testing::Test {
   using Scenario = std::function<Result<void>()>;
 
   // Whether something may go well although this call has failed. All other failures are reported.
-  static Bool MayBeOvercome(VkResult fault, std::string_view call) {
+  virtual Bool MayBeOvercome(VkResult fault, std::string_view call) const {
     // Progress is asked for again; what is kept for the next start may be missing there.
     for (const std::string_view name :
          {"vkGetSemaphoreCounterValue", "vkGetPipelineCacheData", "vkMergePipelineCaches"})
