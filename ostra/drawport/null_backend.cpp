@@ -77,7 +77,9 @@ class NullDrawport final : public DrawportCounted<NullDrawport, DrawportInterfac
  public:
   explicit NullDrawport(DrawportCacheRef cache) : _cache(std::move(cache)) {}
   DrawportCacheRef GetDrawportCache() const override { return _cache; }
-  Result<DrawportContextRef> CreateOffscreenRenderContext(Bool, Int32) override {
+  Result<DrawportContextRef> CreateOffscreenRenderContext(Bool, Int32 deviceIndex) override {
+    // The first one stands for none.
+    if (deviceIndex != 0) return OSTRA_ILLEGAL_ARGUMENT("There is no GPU device @.", deviceIndex);
     auto* context = NewObj<NullContext>(DrawportRef(this));
     if (!context) return OSTRA_OUT_OF_MEMORY();
     return DrawportContextRef::Adopt(context);

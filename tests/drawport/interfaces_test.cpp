@@ -32,10 +32,41 @@ static_assert(static_cast<int>(DrawportCapability::SubBufferAlignment) == 0x405)
 static_assert(static_cast<unsigned>(DrawportBarrierBits::StorageBuffer) == 0x4000);
 static_assert(static_cast<unsigned>(DrawportBarrierBits::Texture) == 0x88);
 static_assert(static_cast<int>(DrawportStage::Fragment) == 6 && static_cast<int>(DrawportStage::Compute) == 7);
-static_assert(static_cast<int>(DrawportShaderValueType::Matrix4) == 7);
-static_assert(static_cast<int>(DrawportShaderValueType::UInt4) == 21);
-static_assert(static_cast<int>(DrawportShaderValueType::NoiseTable) == 30);
-static_assert(static_cast<int>(DrawportCacheKeyKind::ProgramFactory) == 53);
+static_assert(static_cast<int>(DrawportStage::Vertex) == 0 &&
+              static_cast<int>(DrawportStage::TessellationControl) == 1 &&
+              static_cast<int>(DrawportStage::TessellationEvaluation) == 2);
+static_assert(static_cast<unsigned>(DrawportPixelFormatAccess::Sampled) == 1 &&
+              static_cast<unsigned>(DrawportPixelFormatAccess::Filtered) == 2 &&
+              static_cast<unsigned>(DrawportPixelFormatAccess::ShaderReadWrite) == 4 &&
+              static_cast<unsigned>(DrawportPixelFormatAccess::RenderTarget) == 8);
+static_assert(static_cast<unsigned>(DrawportBarrierBits::TextureFetch) == 0x08 &&
+              static_cast<unsigned>(DrawportBarrierBits::TextureUpdate) == 0x80);
+static_assert(static_cast<int>(DrawportMapMode::Read) == 1 && static_cast<int>(DrawportMapMode::WriteDiscard) == 8 &&
+              static_cast<int>(DrawportUnmapMode::Commit) == 1);
+static_assert(static_cast<int>(DrawportStagingUse::BufferUpload) == 0 &&
+              static_cast<int>(DrawportStagingUse::HostReadWrite) == 4 &&
+              static_cast<int>(DrawportStagingUse::HostRead) == 0x20 &&
+              static_cast<int>(DrawportSubBufferUse::General) == 4);
+static_assert(static_cast<int>(DrawportShaderValueType::Float) == 1 &&
+              static_cast<int>(DrawportShaderValueType::Float2) == 2 &&
+              static_cast<int>(DrawportShaderValueType::Float3) == 3 &&
+              static_cast<int>(DrawportShaderValueType::Float4) == 4 &&
+              static_cast<int>(DrawportShaderValueType::Matrix2) == 5 &&
+              static_cast<int>(DrawportShaderValueType::Matrix3) == 6 &&
+              static_cast<int>(DrawportShaderValueType::Matrix4) == 7);
+static_assert(
+    static_cast<int>(DrawportShaderValueType::Int) == 14 && static_cast<int>(DrawportShaderValueType::Int2) == 15 &&
+    static_cast<int>(DrawportShaderValueType::Int3) == 16 && static_cast<int>(DrawportShaderValueType::Int4) == 17 &&
+    static_cast<int>(DrawportShaderValueType::UInt) == 18 && static_cast<int>(DrawportShaderValueType::UInt2) == 19 &&
+    static_cast<int>(DrawportShaderValueType::UInt3) == 20 && static_cast<int>(DrawportShaderValueType::UInt4) == 21);
+static_assert(static_cast<int>(DrawportShaderValueType::Gradient) == 28 &&
+              static_cast<int>(DrawportShaderValueType::AtomicUInt) == 29 &&
+              static_cast<int>(DrawportShaderValueType::NoiseTable) == 30);
+static_assert(static_cast<int>(DrawportTextureType::Texture1D) == 1 &&
+              static_cast<int>(DrawportTextureType::Texture2D) == 6 &&
+              static_cast<int>(DrawportTextureType::Texture3D) == 10);
+static_assert(static_cast<int>(DrawportCacheKeyKind::StateObject) == 0 &&
+              static_cast<int>(DrawportCacheKeyKind::ProgramFactory) == 53);
 
 TEST(NullBackend, IsTheDefaultWithoutABackend) {
   const auto cache = GetDefaultDrawportCache();
@@ -73,6 +104,14 @@ TEST(NullBackend, ItsContextHasNoFeatureAndNoMemory) {
   EXPECT_EQ(context->GetDrawport(), drawport);
   EXPECT_EQ(drawport->GetCapabilities().GetValue(DrawportCapability::SubBufferAlignment), 0);
   EXPECT_EQ(&context->GetCommandList(), &GetDefaultCommandList());
+}
+
+TEST(NullBackend, HasNoDeviceButTheFirst) {
+  const DrawportRef drawport = *CreateNullDrawport();
+  for (const Int32 index : {-1, 1, 7})
+    EXPECT_THAT(drawport->CreateOffscreenRenderContext(false, index),
+                IsErrorWith(kIllegalArgumentError, "There is no GPU device " + std::to_string(index) + "."));
+  EXPECT_THAT(drawport->CreateOffscreenRenderContext(true, 0), IsOk());
 }
 
 TEST(DefaultCommandList, RecordsAndExecutesNothingAndRefusesToMap) {

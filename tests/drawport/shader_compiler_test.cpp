@@ -9,6 +9,7 @@
 #include "ostra/shadercompiler/contraction.h"
 #include "ostra/shadercompiler/inlining.h"
 #include "ostra/shadercompiler/scalar_layout.h"
+#include "ostra/shadercompiler/version.h"
 #include "tests/drawport/assembly_fixture.h"
 #include "tests/support/result_matchers.h"
 
@@ -247,6 +248,16 @@ TEST(ClangReportTest, ErrorsAndWarningsAreTakenAndNotesLeftOut) {
   EXPECT_EQ(messages[2].line, 0);
   EXPECT_EQ(messages[2].text, "inside");
   EXPECT_EQ(messages[3].text, "no file");
+}
+
+// What is kept of the compiler's results is found by this.
+TEST(ShaderCompiler, ItsVersionNamesTheLibrariesAndTheFilesOfItsOwnPasses) {
+  const auto version = GetShaderCompilerVersion();
+  ASSERT_THAT(version, IsOk());
+  EXPECT_THAT(std::string(version->GetView()),
+              testing::MatchesRegex("glslang [0-9]+\\.[0-9]+\\.[0-9]+.*, .*, passes [0-9a-f]+"));
+  const std::string_view text = version->GetView();
+  EXPECT_EQ(text.size() - text.rfind(' ') - 1, 16u);
 }
 
 }  // namespace

@@ -253,6 +253,29 @@ TEST_F(TextureTest, ThreeChannelsAreReadAsThree) {
   EXPECT_THAT(Download<Float32>(*output), ElementsAre(1, 2, 3, 4, 5, 6));
 }
 
+TEST_F(TextureTest, BlocksOfThreeChannelsInsideOfATextureAreChangedOverInPaddedRows) {
+  for (const Int alignment : {1, 4, 256}) {
+    SetDrawportRowAlignment(alignment);
+    for (const char* name : {"rgb.u8", "rgb.u16", "rgb.f16", "rgb.u32", "rgb.f32"}) {
+      const PixelFormatRef format = Find(name);
+      const DrawportExtent extent = {301, 203, 1};
+      DrawportTexture* texture = MakeTexture(DrawportTextureType::Texture2D, format, extent);
+      const DrawportRegion block{{17, 5, 0}, {211, 190, 1}};
+      const Int texelSize = format->GetBytesPerPixel();
+      const std::vector<Byte> texels = MakeTexels(block.extent.width * block.extent.height * texelSize, 3);
+      Fill(*texture, texels.data(), block);
+      EXPECT_EQ(Read(*texture, block), texels) << name << " " << alignment;
+      // Around it nothing has changed.
+      const std::vector<Byte> all = Read(*texture, {{}, extent});
+      std::vector<Byte> wanted(all.size(), 0);
+      for (Int row = 0; row < block.extent.height; ++row)
+        MemCopy(wanted.data() + ((row + block.origin.y) * extent.width + block.origin.x) * texelSize,
+                texels.data() + row * block.extent.width * texelSize, block.extent.width * texelSize);
+      EXPECT_EQ(all, wanted) << name << " " << alignment;
+    }
+  }
+}
+
 TEST_F(TextureTest, ImagesAreWrittenByOneDispatchAndReadByTheNextAfterABarrier) {
   DrawportTexture* texture = MakeTexture(DrawportTextureType::Texture2D, Find("dynamic.redf32"), {8, 8, 1}, true);
   ProgramBuilder program(*this);

@@ -1,11 +1,10 @@
 // The GPU program while calls of the driver fail, and on a device that is lost.
-#include <fstream>
-
 #include "parallelprogram/gpu/gpu_program.h"
 #include "parallelprogram/gpu/parser_cache.h"
 #include "parallelprogram/program/parallel_program.h"
 #include "parallelprogram/textures/texture_bind_data.h"
 #include "tests/drawport_vulkan/internal_fixture.h"
+#include "tests/support/temporary_folder.h"
 
 namespace ostra::test {
 namespace {
@@ -32,15 +31,10 @@ class GpuFaultsTest : public vulkan::DriverTest {
     DriverTest::SetUp();
     if (IsSkipped()) return;
     _programClass = Take(CreateGpuProgramClass());
-    _sources = _folder.native() + "_sources";
-    std::filesystem::create_directories(_sources);
-    const std::filesystem::path file = _sources / "net.ostra.test.faults.krn";
-    std::ofstream(file) << kKernel;
-    _kernel = Take(Url::Create(file.native()));
+    _kernel = Take(Url::Create(_sources.Write("net.ostra.test.faults.krn", kKernel)));
   }
   void TearDown() override {
     ResetParserCache();
-    std::filesystem::remove_all(_sources);
     DriverTest::TearDown();
   }
 
@@ -111,7 +105,7 @@ class GpuFaultsTest : public vulkan::DriverTest {
   }
 
   ClassRef _programClass;
-  std::filesystem::path _sources;
+  TemporaryFolder _sources;
   Url _kernel;
   Bool _hasWritten = false;
 };
