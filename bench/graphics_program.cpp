@@ -12,7 +12,8 @@ using namespace ostra;
 GraphicsProgram::GraphicsProgram(Int width, Int height, bool hasDepth) : _hasDepth(hasDepth) {
   const DrawportCacheRef cache = Need(GetDefaultDrawportCache());
   const DrawportRef drawport = Need(cache->AllocDrawport(cache->GetCacheType(), kDrawportSubtypeSystem));
-  _renderer = std::make_unique<DrawportRenderer>(Need(drawport->CreateOffscreenRenderContext(false, 0)));
+  _renderer = std::make_unique<DrawportRenderer>(
+      Need(drawport->CreateOffscreenRenderContext(false, drawport->GetDrawingDevice())));
   DrawportRenderTargetDescription description;
   description.width = width;
   description.height = height;

@@ -26,6 +26,10 @@ struct DrawportDeviceInformation {
   VideoMemoryBudget memory;
   BaseArray<DrawportFeature> features;  // those that are there
   DrawportFormatCounts formats;
+  Bool canDraw = false;
+  // Why the device does not start; empty for one that works. Without a start, memory, features, formats and weights are
+  // not known.
+  String problem;
   Int filterWeightBits = 0;  // bits behind the point of the weights with which neighbouring texels are blended
 };
 
@@ -33,8 +37,9 @@ struct DrawportDeviceInformation {
 class DrawportDeviceListInterface : public ObjectInterface {
  public:
   static constexpr Id kInterfaceId = "net.ostra.drawport.interface.devicelist"_id;
-  // The usable devices; the place is the device index of contexts. Every device is started for it. Errors: illegal
-  // state without a driver or a usable device, with the reason; those of starting a device; out of memory.
+  // The usable devices; the place is the device index of contexts. Every device is started for it; those that do not
+  // start are in the list with the reason. Errors: illegal state without a driver or a usable device, with the reason;
+  // when no device starts, that of the first; out of memory.
   virtual Result<BaseArray<DrawportDeviceInformation>> GetDevices() const = 0;
 };
 using DrawportDeviceListRef = StrongRef<DrawportDeviceListInterface>;

@@ -39,6 +39,8 @@ class DrawportInterface : public DrawportObject {
   // Errors: illegal argument for an index without a device, with the number of devices; illegal state when the device
   // does not start; not implemented without a backend; out of memory.
   virtual Result<DrawportContextRef> CreateOffscreenRenderContext(Bool sharesWithCaller, Int32 deviceIndex) = 0;
+  // The device index for contexts that draw: the first device that can draw; 0 when none can. No device is started.
+  virtual Int32 GetDrawingDevice() const { return 0; }
   // What programs are written in.
   virtual const Id& GetShadingLanguage() const = 0;
   virtual const DrawportCapabilities& GetCapabilities() const = 0;

@@ -28,7 +28,8 @@ OSTRA_API void SetDrawportDirectMapping(Bool isOn);
 OSTRA_API Bool GetDrawportDirectMapping();
 
 // False: device buffers that are made from now on are read through staging memory, even where the host sees and writes
-// their memory itself, as on devices whose memory the host sees but does not cache. For tests of that way. Default: true.
+// their memory itself, as on devices whose memory the host sees but does not cache. For tests of that way. Default:
+// true.
 OSTRA_API void SetDrawportDirectReading(Bool isOn);
 OSTRA_API Bool GetDrawportDirectReading();
 

@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "ostra/drawport_vulkan/cache_items.h"
 
 OSTRA_UNIT("drawport_vulkan");
@@ -25,8 +27,26 @@ Result<StrongRef<Item>> NewItem(Cache& cache, const Key& key) {
 Result<DrawportRef> Cache::AllocDrawport(const Id& type, const Id& subtype) {
   if (!(type == kDrawportTypeVulkan) || !(subtype == kDrawportSubtypeSystem))
     return OSTRA_ILLEGAL_ARGUMENT("The Vulkan backend has no drawport of type \"@\" and subtype \"@\".", type, subtype);
-  OSTRA_ASSIGN_OR_RETURN(DeviceRef device, Device::Open(0));
-  return Drawport::Create(DrawportCacheRef(this), std::move(device));
+  return GetDrawport(0, {});
+}
+
+Result<DrawportRef> Cache::GetDrawport(Int index, const DeviceRef& device) {
+  StrongRef<Drawport> made;  // goes after the lock, for which it asks then
+  const std::scoped_lock lock(_drawportMutex);
+  for (Drawport* known : _drawports)
+    if (known->Serves(index, device) && known->TryAddRef()) return DrawportRef(StrongRef<Drawport>::Adopt(known));
+  OSTRA_ASSIGN_OR_RETURN(made, Drawport::Create(DrawportCacheRef(this), index));
+  OSTRA_RETURN_IF_ERROR(_drawports.Append(made.GetPointer()));
+  made->Serves(index, device);
+  return DrawportRef(made);
+}
+
+void Cache::Forget(const Drawport& drawport) {
+  const std::scoped_lock lock(_drawportMutex);
+  Drawport** const place = std::find(_drawports.begin(), _drawports.end(), &drawport);
+  if (place == _drawports.end()) return;
+  *place = _drawports[_drawports.GetCount() - 1];
+  static_cast<void>(_drawports.Resize(_drawports.GetCount() - 1));  // shrinking cannot fail
 }
 
 Result<DrawportVertexBufferItemRef> Cache::GetVertexbuffer(const DrawportResourceKey& key) {

@@ -143,12 +143,22 @@ class Cache final : public Component<Cache, DrawportCacheInterface> {
                                                     const DrawportStagingOptions& options) override;
   Result<void> FreeTrashCaches(DrawportContextInterface& context) override;
 
+  // The drawport of place `index` in the plan of devices, which exists, for the settings that are in force: a drawport
+  // is the same for all contexts of a device, as keys of items hold it. See Drawport::Serves for `device`. Thread-safe.
+  Result<DrawportRef> GetDrawport(Int index, const DeviceRef& device);
+  // Called by a drawport that goes.
+  void Forget(const Drawport& drawport);
+
   ItemTable<DrawportResourceKey, VertexBufferItem> vertexBuffers;
   ItemTable<DrawportResourceKey, TextureItem> textures;
   ItemTable<UInt8, SamplerItem> samplers;
   ItemTable<DrawportCounterKey, CounterItem> counters;
   ItemTable<DrawportCacheKey, ProgramItem> programs;
   ItemTable<DrawportCacheKey, StateObjectItem> stateObjects;
+
+ private:
+  std::mutex _drawportMutex;
+  BaseArray<Drawport*> _drawports;  // not counted
 };
 
 }  // namespace ostra::vulkan

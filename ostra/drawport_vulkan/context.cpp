@@ -4,6 +4,7 @@
 #include <typeinfo>
 
 #include "ostra/drawport/settings.h"
+#include "ostra/drawport_vulkan/cache_items.h"
 
 OSTRA_UNIT("drawport_vulkan");
 
@@ -14,18 +15,20 @@ constexpr Int kStagingCapacity = Int(8) << 20;
 constexpr Int kMinStagingCapacity = Int(64) << 10;
 
 // Textures are moved in whole rows, so that each must fit; 256 KiB on most devices.
-Int GetLongestRow(const Device& device) {
+Int GetLongestRow(const VkPhysicalDeviceLimits& limits) {
   constexpr Int kLargestTexel = 16;
-  const VkPhysicalDeviceLimits& limits = device.GetLimits();
   const Int texels = std::max(limits.maxImageDimension1D, limits.maxImageDimension2D);
   const Int alignment = GetDrawportRowAlignment();
   return (texels * kLargestTexel + alignment - 1) / alignment * alignment;
 }
 
-DrawportCapabilities MakeCapabilities(const Device& device) {
+DrawportCapabilities MakeCapabilities(VkPhysicalDevice device) {
+  VkPhysicalDeviceProperties properties;
+  vkGetPhysicalDeviceProperties(device, &properties);
   const Int wanted = GetDrawportStagingCapacity();
-  const Int capacity = std::max({wanted > 0 ? wanted : kStagingCapacity, kMinStagingCapacity, GetLongestRow(device)});
-  const auto alignment = static_cast<Int>(device.GetLimits().minStorageBufferOffsetAlignment);
+  const Int capacity =
+      std::max({wanted > 0 ? wanted : kStagingCapacity, kMinStagingCapacity, GetLongestRow(properties.limits)});
+  const auto alignment = static_cast<Int>(properties.limits.minStorageBufferOffsetAlignment);
   return DrawportCapabilities({{DrawportCapability::BufferTransferChunk, capacity},
                                {DrawportCapability::TextureStagingCapacity, capacity},
                                {DrawportCapability::ReadBackStagingCapacity, capacity},
@@ -81,27 +84,50 @@ Result<Context*> FindContext(DrawportContextInterface& context) {
   return OSTRA_ILLEGAL_STATE("The context belongs to another GPU backend.");
 }
 
-Drawport::Drawport(DrawportCacheRef cache, DeviceRef device)
+Drawport::Drawport(DrawportCacheRef cache, DriverRef driver, Int index)
     : _cache(std::move(cache)),
-      _device(std::move(device)),
+      _driver(std::move(driver)),
+      _index(index),
       _language(GetDrawportShadingLanguage()),
-      _capabilities(MakeCapabilities(*_device)) {}
+      _stagingCapacity(GetDrawportStagingCapacity()),
+      _capabilities(MakeCapabilities(_driver->GetPhysicalDevice(index))) {}
 
-Result<DrawportRef> Drawport::Create(DrawportCacheRef cache, DeviceRef device) {
-  Drawport* drawport = NewObj<Drawport>(std::move(cache), std::move(device));
+Drawport::~Drawport() { static_cast<Cache&>(*_cache).Forget(*this); }
+
+Result<StrongRef<Drawport>> Drawport::Create(DrawportCacheRef cache, Int index) {
+  OSTRA_ASSIGN_OR_RETURN(DriverRef driver, Driver::Get());
+  Drawport* drawport = NewObj<Drawport>(std::move(cache), std::move(driver), index);
   if (!drawport) return OSTRA_OUT_OF_MEMORY();
-  return DrawportRef::Adopt(drawport);
+  return StrongRef<Drawport>::Adopt(drawport);
+}
+
+Bool Drawport::TakesDevice(const DeviceRef& device) {
+  const std::scoped_lock lock(_mutex);
+  if (!device) return !_device || !_device->IsLost();
+  if (!_device) _device = device;
+  return _device == device;
+}
+
+Bool Drawport::Serves(Int index, const DeviceRef& device) {
+  return index == _index && _language == GetDrawportShadingLanguage() &&
+         _stagingCapacity == GetDrawportStagingCapacity() && TakesDevice(device);
 }
 
 Result<DrawportContextRef> Drawport::CreateOffscreenRenderContext(Bool, Int32 deviceIndex) {
+  OSTRA_ASSIGN_OR_RETURN(const DeviceRef device, Device::Open(deviceIndex));
   DrawportRef drawport(this);
-  DeviceRef device = _device;
-  if (deviceIndex != _device->GetIndex() || _device->IsLost()) {
-    OSTRA_ASSIGN_OR_RETURN(device, Device::Open(deviceIndex));
-    OSTRA_ASSIGN_OR_RETURN(drawport, Drawport::Create(_cache, device));
+  // Of another device, or a fresh one in the place of one that is lost.
+  if (deviceIndex != _index || !TakesDevice(device)) {
+    OSTRA_ASSIGN_OR_RETURN(drawport, static_cast<Cache&>(*_cache).GetDrawport(deviceIndex, device));
   }
   OSTRA_ASSIGN_OR_RETURN(StrongRef<Context> context, Context::Create(std::move(drawport), *device));
   return DrawportContextRef(context);
+}
+
+Int32 Drawport::GetDrawingDevice() const {
+  for (Int i = 0; i < _driver->GetDeviceCount(); ++i)
+    if (CanDraw(_driver->GetSnapshot(i))) return static_cast<Int32>(i);
+  return 0;
 }
 
 }  // namespace ostra::vulkan

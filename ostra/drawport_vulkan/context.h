@@ -40,22 +40,36 @@ class Context final : public DrawportCounted<Context, DrawportContextInterface> 
 // The context behind an interface. Error: illegal state for a context of another backend.
 Result<Context*> FindContext(DrawportContextInterface& context);
 
+// A place in the plan of devices. The cache keeps one for each (see Cache::GetDrawport) while somebody holds it; the
+// device starts with the first context.
 class Drawport final : public DrawportCounted<Drawport, DrawportInterface> {
  public:
-  // Error: out of memory.
-  static Result<DrawportRef> Create(DrawportCacheRef cache, DeviceRef device);
-  Drawport(DrawportCacheRef cache, DeviceRef device);
+  // For a place that exists. Error: out of memory; those of Driver::Get.
+  static Result<StrongRef<Drawport>> Create(DrawportCacheRef cache, Int index);
+  Drawport(DrawportCacheRef cache, DriverRef driver, Int index);
+  ~Drawport();
+
+  // Whether this is the drawport for the place `index` and the settings that are in force. With a `device`: and for
+  // that one, which it takes when it has none yet; without: and for whatever device is there, unless that is lost.
+  Bool Serves(Int index, const DeviceRef& device);
 
   DrawportCacheRef GetDrawportCache() const override { return _cache; }
   Result<DrawportContextRef> CreateOffscreenRenderContext(Bool sharesWithCaller, Int32 deviceIndex) override;
+  Int32 GetDrawingDevice() const override;
   const Id& GetShadingLanguage() const override { return _language; }
   const DrawportCapabilities& GetCapabilities() const override { return _capabilities; }
 
  private:
+  Bool TakesDevice(const DeviceRef& device);
+
   DrawportCacheRef _cache;
-  DeviceRef _device;
+  DriverRef _driver;
+  Int _index;
   const Id& _language;
+  Int _stagingCapacity;  // the setting
   DrawportCapabilities _capabilities;
+  std::mutex _mutex;
+  DeviceRef _device;  // null before the first context
 };
 
 }  // namespace ostra::vulkan

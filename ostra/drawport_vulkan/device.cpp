@@ -5,6 +5,7 @@
 #include "ostra/core/diagnostics.h"
 #include "ostra/drawport_vulkan/command_list.h"
 #include "ostra/drawport_vulkan/program_store.h"
+#include "ostra/drawport_vulkan/snapshot.h"
 
 OSTRA_UNIT("drawport_vulkan");
 
@@ -15,18 +16,6 @@ constexpr Int kMaxDevices = 32;
 
 constinit std::mutex g_mutex;
 constinit Device* g_running[kMaxDevices] = {};  // not counted; by place in the plan
-
-Result<Bool> HasDeviceExtension(VkPhysicalDevice device, std::string_view name) {
-  UInt32 count = 0;
-  OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkEnumerateDeviceExtensionProperties(device, nullptr, &count, nullptr)));
-  BaseArray<VkExtensionProperties> extensions;
-  OSTRA_RETURN_IF_ERROR(extensions.Resize(count));
-  OSTRA_RETURN_IF_ERROR(
-      OSTRA_VULKAN(vkEnumerateDeviceExtensionProperties(device, nullptr, &count, extensions.GetFirst())));
-  for (const VkExtensionProperties& extension : extensions)
-    if (name == extension.extensionName) return true;
-  return false;
-}
 
 }  // namespace
 
@@ -110,11 +99,6 @@ Result<void> Device::CreateDevice() {
   VkPhysicalDeviceFeatures2 all = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_FEATURES_2};
   all.pNext = &has.since11;
   has.since11.pNext = &has.since12;
-  OSTRA_ASSIGN_OR_RETURN(const Bool hasRenderingExtension,
-                         HasDeviceExtension(_physicalDevice, VK_KHR_DYNAMIC_RENDERING_EXTENSION_NAME));
-  VkPhysicalDeviceDynamicRenderingFeaturesKHR hasRendering = {
-      VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_DYNAMIC_RENDERING_FEATURES_KHR};
-  if (hasRenderingExtension) has.since12.pNext = &hasRendering;
   vkGetPhysicalDeviceFeatures2(_physicalDevice, &all);
   has.core = all.features;
   LookAtSubgroups(has);
@@ -138,8 +122,9 @@ Result<void> Device::CreateDevice() {
   VkPhysicalDeviceDynamicRenderingFeaturesKHR wantsRendering = {
       VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_DYNAMIC_RENDERING_FEATURES_KHR};
   wantsRendering.dynamicRendering = VK_TRUE;
-  _graphics.canDraw =
-      hasRendering.dynamicRendering && _driver->GetSnapshot(_index).queueFamilies[_queueFamily].hasGraphics;
+  const DeviceSnapshot& snapshot = _driver->GetSnapshot(_index);
+  _graphics.canDraw = CanDraw(snapshot);
+  _isRenderingCore = snapshot.rendering == RenderingSupport::Core;
   if (_graphics.canDraw) wants12.pNext = &wantsRendering;
   _graphics.hasTessellation = wants.features.tessellationShader;
   _graphics.hasSampleShading = wants.features.sampleRateShading;
@@ -152,7 +137,7 @@ Result<void> Device::CreateDevice() {
   const char* extensions[2];
   UInt32 extensionCount = 0;
   if (_hasBudgetExtension) extensions[extensionCount++] = VK_EXT_MEMORY_BUDGET_EXTENSION_NAME;
-  if (_graphics.canDraw) extensions[extensionCount++] = VK_KHR_DYNAMIC_RENDERING_EXTENSION_NAME;
+  if (_graphics.canDraw && !_isRenderingCore) extensions[extensionCount++] = VK_KHR_DYNAMIC_RENDERING_EXTENSION_NAME;
   const Float32 priority = 1;
   VkDeviceQueueCreateInfo queue = {VK_STRUCTURE_TYPE_DEVICE_QUEUE_CREATE_INFO};
   queue.queueFamilyIndex = _queueFamily;
@@ -258,6 +243,14 @@ UInt64 Device::GetReachedValue() {
   const std::scoped_lock lock(_queueMutex);
   static_cast<void>(Watch(std::move(asked)));
   return IsLost() ? UINT64_MAX : 0;
+}
+
+void Device::BeginRendering(VkCommandBuffer commands, const VkRenderingInfo& info) const {
+  (_isRenderingCore ? vkCmdBeginRendering : vkCmdBeginRenderingKHR)(commands, &info);
+}
+
+void Device::EndRendering(VkCommandBuffer commands) const {
+  (_isRenderingCore ? vkCmdEndRendering : vkCmdEndRenderingKHR)(commands);
 }
 
 void Device::SetName(VkObjectType type, UInt64 handle, const CString& name) const {

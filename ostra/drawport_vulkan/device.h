@@ -68,6 +68,10 @@ class Device final : public DrawportCounted<Device, DrawportObject> {
   void WaitUntilIdle();
   Bool IsLost() const { return _isLost.load(std::memory_order_relaxed); }
 
+  // vkCmdBeginRendering and vkCmdEndRendering, for devices that can draw.
+  void BeginRendering(VkCommandBuffer commands, const VkRenderingInfo& info) const;
+  void EndRendering(VkCommandBuffer commands) const;
+
   // Names an object for debuggers. `handle` is a Vulkan handle of `type`.
   void SetName(VkObjectType type, UInt64 handle, const CString& name) const;
 
@@ -99,6 +103,7 @@ class Device final : public DrawportCounted<Device, DrawportObject> {
   Bool _hasBudgetExtension = false;
   ShaderFeatures _shaderFeatures;
   GraphicsFeatures _graphics;
+  Bool _isRenderingCore = false;
   Bool _miscountsPatches = false;
 
   Setup _setup;

@@ -2,7 +2,6 @@
 
 #include "ostra/core/format.h"
 #include "ostra/drawport_vulkan/cache_items.h"
-#include "ostra/object/class.h"
 
 OSTRA_UNIT("drawport_vulkan");
 
@@ -38,35 +37,43 @@ DrawportFormatCounts CountFormats(const DrawportContextInterface& context) {
   return counts;
 }
 
-Result<DrawportDeviceInformation> Describe(const DeviceSnapshot& snapshot, DrawportContextInterface& context) {
-  DrawportDeviceInformation information;
-  information.backend = kDrawportTypeVulkan;
-  information.name = snapshot.name;
-  information.kind = GetKindText(snapshot.kind);
-  OSTRA_ASSIGN_OR_RETURN(information.apiVersion, Format("@.@", snapshot.majorVersion, snapshot.minorVersion));
+Result<void> DescribeContext(DrawportContextInterface& context, DrawportDeviceInformation& information) {
   information.memory = context.GetAvailableAndTotalVRAMBudget();
   for (const DrawportFeature feature : kAllDrawportFeatures)
     if (context.IsFeatureSupported(feature)) OSTRA_RETURN_IF_ERROR(information.features.Append(feature));
   information.formats = CountFormats(context);
   OSTRA_ASSIGN_OR_RETURN(const Context* found, FindContext(context));
   information.filterWeightBits = found->GetDevice().GetLimits().subTexelPrecisionBits;
-  return information;
+  return OK;
 }
 
 }  // namespace
 
-Result<BaseArray<DrawportDeviceInformation>> ListDevices() {
+Result<BaseArray<DrawportDeviceInformation>> ListDevices(DrawportCacheInterface& cache) {
   OSTRA_ASSIGN_OR_RETURN(const DriverRef driver, Driver::Get());
-  OSTRA_ASSIGN_OR_RETURN(const DrawportCacheRef cache,
-                         CreateObject<DrawportCacheInterface>("net.ostra.drawport.cache.vulkan"_id));
-  OSTRA_ASSIGN_OR_RETURN(const DrawportRef drawport, cache->AllocDrawport(kDrawportTypeVulkan, kDrawportSubtypeSystem));
+  OSTRA_ASSIGN_OR_RETURN(const DrawportRef drawport, cache.AllocDrawport(kDrawportTypeVulkan, kDrawportSubtypeSystem));
   BaseArray<DrawportDeviceInformation> devices;
+  Result<void> failed = OK;  // the first that did
+  Bool isAnyWorking = false;
   for (Int i = 0; i < driver->GetDeviceCount(); ++i) {
-    OSTRA_ASSIGN_OR_RETURN(const DrawportContextRef context,
-                           drawport->CreateOffscreenRenderContext(false, static_cast<Int32>(i)));
-    OSTRA_ASSIGN_OR_RETURN(DrawportDeviceInformation device, Describe(driver->GetSnapshot(i), *context));
-    OSTRA_RETURN_IF_ERROR(devices.Append(std::move(device)));
+    const DeviceSnapshot& snapshot = driver->GetSnapshot(i);
+    DrawportDeviceInformation information;
+    information.backend = kDrawportTypeVulkan;
+    information.name = snapshot.name;
+    information.kind = GetKindText(snapshot.kind);
+    OSTRA_ASSIGN_OR_RETURN(information.apiVersion, Format("@.@", snapshot.majorVersion, snapshot.minorVersion));
+    information.canDraw = CanDraw(snapshot);
+    auto context = drawport->CreateOffscreenRenderContext(false, static_cast<Int32>(i));
+    if (context) {
+      OSTRA_RETURN_IF_ERROR(DescribeContext(**context, information));
+      isAnyWorking = true;
+    } else {
+      information.problem = context.GetError().GetMessage();
+      if (failed) failed = context.TakeError();
+    }
+    OSTRA_RETURN_IF_ERROR(devices.Append(std::move(information)));
   }
+  if (!isAnyWorking && !failed) return failed.TakeError();
   return devices;
 }
 

@@ -55,6 +55,11 @@ Bool IsUsable(const DeviceSnapshot& device) {
   return isNewEnough && device.hasTimelineSemaphores && device.hasScalarBlockLayout && PlanQueueFamily(device) >= 0;
 }
 
+Bool CanDraw(const DeviceSnapshot& device) {
+  const Int family = PlanQueueFamily(device);
+  return device.rendering != RenderingSupport::None && family >= 0 && device.queueFamilies[family].hasGraphics;
+}
+
 Result<BaseArray<Int>> PlanDevices(Block<const DeviceSnapshot> devices, std::string_view wanted) {
   BaseArray<Int> order;
   const auto isWanted = [&](Int index) -> Bool {

@@ -26,6 +26,9 @@ struct MemoryTypeSnapshot {
   Bool isHostCached = false;
 };
 
+// Whether passes can begin without an object of their own, and where the functions for it are found.
+enum class RenderingSupport : Int32 { None, Extension, Core };
+
 struct DeviceSnapshot {
   String name;
   DeviceKind kind = DeviceKind::Other;
@@ -33,6 +36,7 @@ struct DeviceSnapshot {
   UInt32 minorVersion = 0;
   Bool hasTimelineSemaphores = false;
   Bool hasScalarBlockLayout = false;
+  RenderingSupport rendering = RenderingSupport::None;
   BaseArray<QueueFamilySnapshot> queueFamilies;
   BaseArray<MemoryHeapSnapshot> heaps;
   BaseArray<MemoryTypeSnapshot> memoryTypes;
@@ -40,6 +44,9 @@ struct DeviceSnapshot {
 
 // True for devices of at least version 1.2 with timeline semaphores, scalar block layout and a compute queue.
 Bool IsUsable(const DeviceSnapshot& device);
+
+// True when the device draws as well: passes can begin, and its queue has graphics.
+Bool CanDraw(const DeviceSnapshot& device);
 
 // Indices of the usable devices, from the one that suits best: discrete, integrated, virtual, others, software;
 // otherwise in the order given. `wanted` (the environment variable OSTRA_VULKAN_DEVICE) moves devices to the front: a

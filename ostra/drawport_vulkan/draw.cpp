@@ -115,7 +115,7 @@ void CommandList::BeginRendering(RenderTarget& target) {
     depth.clearValue.depthStencil = {_clear.depth, 0};
     info.pDepthAttachment = &depth;
   }
-  vkCmdBeginRenderingKHR(_current->commands, &info);
+  _device->BeginRendering(_current->commands, info);
   // Row 0 is the top of the picture, y of positions grows upwards: the viewport is turned over.
   const VkViewport viewport = {0,
                                static_cast<Float32>(description.height),
@@ -136,7 +136,7 @@ void CommandList::BeginRendering(RenderTarget& target) {
 void CommandList::SuspendPass() {
   if (!_isRendering) return;
   _isRendering = false;
-  vkCmdEndRenderingKHR(_current->commands);
+  _device->EndRendering(_current->commands);
   _transfersMissDispatches = true;
   _dispatchesMissTransfers = true;
 }

@@ -16,6 +16,7 @@ constexpr const char* kValidationLayer = "VK_LAYER_KHRONOS_validation";
 
 constinit std::mutex g_mutex;
 constinit Driver* g_running = nullptr;  // not counted
+constinit PretendedMachine g_pretended;
 
 VKAPI_ATTR VkBool32 VKAPI_CALL WriteMessage(VkDebugUtilsMessageSeverityFlagBitsEXT, VkDebugUtilsMessageTypeFlagsEXT,
                                             const VkDebugUtilsMessengerCallbackDataEXT* data, void*) {
@@ -78,6 +79,11 @@ Result<DriverRef> Driver::Get() {
   return held;
 }
 
+void Driver::Pretend(const PretendedMachine& machine) {
+  const std::scoped_lock lock(g_mutex);
+  g_pretended = machine;
+}
+
 Driver::~Driver() {
   // The next driver starts when this one is gone: the loader's functions are the same variables for both.
   const std::scoped_lock lock(g_mutex);
@@ -97,7 +103,9 @@ Result<void> Driver::Init() {
 Result<void> Driver::CreateInstance() {
   VkApplicationInfo application = {VK_STRUCTURE_TYPE_APPLICATION_INFO};
   application.pApplicationName = "ostra";
-  application.apiVersion = VK_API_VERSION_1_2;
+  // Nothing of 1.3 is needed, but what was an extension before is used as what it has become.
+  if (volkGetInstanceVersion() >= VK_API_VERSION_1_3 && !g_pretended.isOld) _apiVersion = VK_API_VERSION_1_3;
+  application.apiVersion = _apiVersion;
 
   Bool validates = false;
   if (IsValidationWanted()) {
@@ -136,10 +144,15 @@ Result<void> Driver::LookAtDevices() {
   OSTRA_RETURN_IF_ERROR(_physicalDevices.Resize(count));
   OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkEnumeratePhysicalDevices(_instance, &count, _physicalDevices.GetFirst())));
   OSTRA_RETURN_IF_ERROR(_physicalDevices.Resize(count));
+  if (g_pretended.hasEveryDeviceTwice) {
+    OSTRA_RETURN_IF_ERROR(_physicalDevices.Reserve(2 * _physicalDevices.GetCount()));
+    for (UInt32 i = 0; i < count; ++i) OSTRA_RETURN_IF_ERROR(_physicalDevices.Append(_physicalDevices[i]));
+  }
   for (const VkPhysicalDevice device : _physicalDevices) {
-    OSTRA_ASSIGN_OR_RETURN(DeviceSnapshot snapshot, TakeSnapshot(device));
+    OSTRA_ASSIGN_OR_RETURN(DeviceSnapshot snapshot, TakeSnapshot(device, _apiVersion));
     OSTRA_RETURN_IF_ERROR(_snapshots.Append(std::move(snapshot)));
   }
+  if (g_pretended.firstCannotDraw && _snapshots.IsPopulated()) _snapshots[0].rendering = RenderingSupport::None;
   const char* wanted = std::getenv("OSTRA_VULKAN_DEVICE");
   OSTRA_ASSIGN_OR_RETURN(_order, PlanDevices(Block<const DeviceSnapshot>(_snapshots.GetFirst(), _snapshots.GetCount()),
                                              wanted ? std::string_view(wanted) : std::string_view()));

@@ -11,6 +11,13 @@
 
 namespace ostra::vulkan {
 
+// For tests: what a machine would be like.
+struct PretendedMachine {
+  Bool hasEveryDeviceTwice = false;
+  Bool firstCannotDraw = false;
+  Bool isOld = false;  // the loader knows version 1.2 only
+};
+
 class Driver final : public DrawportCounted<Driver, DrawportObject> {
  public:
   // The driver that is running, or a new one. Errors: illegal state without a Vulkan loader or one that is too old;
@@ -27,6 +34,9 @@ class Driver final : public DrawportCounted<Driver, DrawportObject> {
   VkPhysicalDevice GetPhysicalDevice(Int index) const { return _physicalDevices[_order[index]]; }
   const DeviceSnapshot& GetSnapshot(Int index) const { return _snapshots[_order[index]]; }
 
+  // Counts for the next driver that starts.
+  static void Pretend(const PretendedMachine& machine);
+
   // Objects have names, and validation messages are heard.
   Bool HasDebugUtils() const { return _hasDebugUtils; }
 
@@ -36,6 +46,7 @@ class Driver final : public DrawportCounted<Driver, DrawportObject> {
   Result<void> LookAtDevices();
 
   VkInstance _instance = VK_NULL_HANDLE;
+  UInt32 _apiVersion = VK_API_VERSION_1_2;
   VkDebugUtilsMessengerEXT _messenger = VK_NULL_HANDLE;
   Bool _hasDebugUtils = false;
   BaseArray<VkPhysicalDevice> _physicalDevices;

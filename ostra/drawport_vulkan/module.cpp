@@ -4,6 +4,7 @@
 #include "ostra/drawport/selector_test.h"
 #include "ostra/drawport_vulkan/cache_items.h"
 #include "ostra/drawport_vulkan/device_list.h"
+#include "ostra/object/class.h"
 #include "ostra/object/registration.h"
 
 namespace ostra {
@@ -18,7 +19,11 @@ class SelectorTest final : public Component<SelectorTest, DrawportSelectorTestIn
 class DeviceList final : public Component<DeviceList, DrawportDeviceListInterface> {
  public:
   static constexpr const char* kComponentName = "VulkanDeviceList";
-  Result<BaseArray<DrawportDeviceInformation>> GetDevices() const override { return vulkan::ListDevices(); }
+  Result<BaseArray<DrawportDeviceInformation>> GetDevices() const override {
+    OSTRA_ASSIGN_OR_RETURN(const DrawportCacheRef cache,
+                           CreateObject<DrawportCacheInterface>("net.ostra.drawport.cache.vulkan"_id));
+    return vulkan::ListDevices(*cache);
+  }
 };
 
 Result<void> EnterBackend(ModuleDescriptor& module) {

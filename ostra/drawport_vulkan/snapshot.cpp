@@ -1,5 +1,7 @@
 #include "ostra/drawport_vulkan/snapshot.h"
 
+#include <algorithm>
+
 OSTRA_UNIT("drawport_vulkan");
 
 namespace ostra::vulkan {
@@ -58,7 +60,19 @@ Result<void> TakeMemory(VkPhysicalDevice device, DeviceSnapshot& snapshot) {
 
 }  // namespace
 
-Result<DeviceSnapshot> TakeSnapshot(VkPhysicalDevice device) {
+Result<Bool> HasDeviceExtension(VkPhysicalDevice device, std::string_view name) {
+  UInt32 count = 0;
+  OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkEnumerateDeviceExtensionProperties(device, nullptr, &count, nullptr)));
+  BaseArray<VkExtensionProperties> extensions;
+  OSTRA_RETURN_IF_ERROR(extensions.Resize(count));
+  OSTRA_RETURN_IF_ERROR(
+      OSTRA_VULKAN(vkEnumerateDeviceExtensionProperties(device, nullptr, &count, extensions.GetFirst())));
+  for (const VkExtensionProperties& extension : extensions)
+    if (name == extension.extensionName) return true;
+  return false;
+}
+
+Result<DeviceSnapshot> TakeSnapshot(VkPhysicalDevice device, UInt32 apiVersion) {
   VkPhysicalDeviceProperties properties;
   vkGetPhysicalDeviceProperties(device, &properties);
   DeviceSnapshot snapshot;
@@ -70,7 +84,13 @@ Result<DeviceSnapshot> TakeSnapshot(VkPhysicalDevice device) {
     VkPhysicalDeviceVulkan12Features features12 = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_VULKAN_1_2_FEATURES};
     VkPhysicalDeviceFeatures2 features = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_FEATURES_2};
     features.pNext = &features12;
+    // Devices of version 1.3 need not name the extension any more.
+    const Bool isCore = std::min(properties.apiVersion, apiVersion) >= VK_API_VERSION_1_3;
+    OSTRA_ASSIGN_OR_RETURN(const Bool isExtension, HasDeviceExtension(device, VK_KHR_DYNAMIC_RENDERING_EXTENSION_NAME));
+    VkPhysicalDeviceDynamicRenderingFeatures rendering = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_DYNAMIC_RENDERING_FEATURES};
+    if (isCore || isExtension) features12.pNext = &rendering;
     vkGetPhysicalDeviceFeatures2(device, &features);
+    if (rendering.dynamicRendering) snapshot.rendering = isCore ? RenderingSupport::Core : RenderingSupport::Extension;
     snapshot.hasTimelineSemaphores = features12.timelineSemaphore;
     snapshot.hasScalarBlockLayout = features12.scalarBlockLayout;
   }

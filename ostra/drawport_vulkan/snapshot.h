@@ -6,7 +6,9 @@
 
 namespace ostra::vulkan {
 
-// Error: out of memory.
-Result<DeviceSnapshot> TakeSnapshot(VkPhysicalDevice device);
+// `apiVersion` is that of the instance: what is newer in the device cannot be used. Error: out of memory.
+Result<DeviceSnapshot> TakeSnapshot(VkPhysicalDevice device, UInt32 apiVersion);
+
+Result<Bool> HasDeviceExtension(VkPhysicalDevice device, std::string_view name);
 
 }  // namespace ostra::vulkan

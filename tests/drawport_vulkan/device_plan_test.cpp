@@ -96,6 +96,20 @@ TEST_F(PlanTest, PrefersAQueueThatAlsoDraws) {
   EXPECT_EQ(PlanQueueFamily(device), 2);
 }
 
+TEST_F(PlanTest, ADeviceDrawsWithAQueueForItAndPassesThatBegin) {
+  DeviceSnapshot device = MakeDevice("d", DeviceKind::Discrete);
+  EXPECT_FALSE(CanDraw(device));
+  for (const RenderingSupport rendering : {RenderingSupport::Extension, RenderingSupport::Core}) {
+    device.rendering = rendering;
+    EXPECT_TRUE(CanDraw(device));
+  }
+  device.queueFamilies.Clear();
+  EXPECT_FALSE(CanDraw(device));
+  EXPECT_THAT(device.queueFamilies.Append(QueueFamilySnapshot{true, false}), IsOk());
+  EXPECT_THAT(device.queueFamilies.Append(QueueFamilySnapshot{false, true}), IsOk());
+  EXPECT_FALSE(CanDraw(device));  // one family draws, another one computes
+}
+
 // Memory as a discrete device has it: its own, the host's, and a window into its own of the given size.
 DeviceSnapshot MakeMemory(Int windowSize) {
   constexpr Int kGiB = Int(1) << 30;

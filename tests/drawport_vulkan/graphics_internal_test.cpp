@@ -248,6 +248,17 @@ TEST_F(GraphicsInternalTest, DevicesWithFewerFeaturesSayWhatTheyLack) {
   EXPECT_THAT(MakePass(renderer, "color = UNIFORM(tint);\n", false), IsOk());
 }
 
+TEST_F(GraphicsInternalTest, LoadersThatKnowNoNewerVersionDrawWithTheExtension) {
+  _driver = {};
+  Driver::Pretend({.isOld = true});
+  _driver = Take(Driver::Get());
+  EXPECT_NE(_driver->GetSnapshot(0).rendering, RenderingSupport::Core);
+  const Bool canDraw = CanDraw(_driver->GetSnapshot(0));
+  EXPECT_THAT(RunScenario(), canDraw ? testing::Matcher<Result<void>>(IsOk()) : IsErrorOfKind(kIllegalStateError));
+  _driver = {};
+  Driver::Pretend({});
+}
+
 TEST_F(GraphicsInternalTest, StagesAreCompiledOnceAndFoundOnDiskByTheNextStart) {
   for (const auto& [compiled, loaded] : {std::pair(2, 0), std::pair(0, 2)}) {
     const DrawportContextRef context = Take(MakeContext());

@@ -91,6 +91,11 @@ TEST(InfoGpuTest, EveryDeviceIsListedWithWhatItCanDoOrTheReasonWhyThereIsNone) {
     EXPECT_THAT(device.at("kind"), testing::AnyOf("discrete", "integrated", "virtual", "other", "software"));
     EXPECT_EQ(device.at("backend"), "Vulkan");
     EXPECT_GT(device.at("memory").at("total").get<Int64>(), 0);
+    EXPECT_TRUE(device.at("canDraw").is_boolean());
+    if (const auto problem = device.at("problem").get<std::string>(); problem != "") {
+      EXPECT_THAT(table.output, HasSubstr("     does not start: " + problem + "\n"));
+      continue;
+    }
     EXPECT_THAT(device.at("features"), testing::Contains("compute shaders"));
     // Floats and bytes with four channels can be sampled everywhere.
     EXPECT_GE(device.at("formats").at("sampled").get<Int>(), 2);

@@ -86,10 +86,14 @@ std::string FormatDevices(const Information& information) {
   for (Int i = 0; i < information.devices.GetCount(); ++i) {
     const DrawportDeviceInformation& device = information.devices[i];
     text += "  " + std::to_string(i) + "  " + TextOf(device.name) + "\n";
+    if (device.problem.IsPopulated()) {
+      text += "     does not start: " + TextOf(device.problem) + "\n";
+      continue;
+    }
     text += FormatTable(
         {{"     kind", TextOf(device.kind) + ", " + TextOf(device.backend.GetView()) + " " + TextOf(device.apiVersion)},
          {"     memory", FormatSize(device.memory.total) + ", " + FormatSize(device.memory.available) + " available"},
-         {"     features", ListFeatures(device)},
+         {"     features", ListFeatures(device) + (device.canDraw ? ", drawing" : "")},
          {"     formats", FormatFormats(device.formats)}});
   }
   return text;
@@ -127,6 +131,8 @@ Json ListDevices(const BaseArray<DrawportDeviceInformation>& devices) {
                     {"backend", TextOf(device.backend.GetView())},
                     {"apiVersion", TextOf(device.apiVersion)},
                     {"memory", {{"total", device.memory.total}, {"available", device.memory.available}}},
+                    {"problem", TextOf(device.problem)},
+                    {"canDraw", device.canDraw},
                     {"features", features},
                     {"formats",
                      {{"sampled", device.formats.sampled},

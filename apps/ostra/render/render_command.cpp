@@ -67,13 +67,14 @@ Result<DrawportContextRef> MakeContext() {
   OSTRA_ASSIGN_OR_RETURN(const DrawportCacheRef cache, GetDefaultDrawportCache());
   OSTRA_ASSIGN_OR_RETURN(const DrawportRef drawport,
                          cache->AllocDrawport(cache->GetCacheType(), kDrawportSubtypeSystem));
-  return drawport->CreateOffscreenRenderContext(false, 0);
+  return drawport->CreateOffscreenRenderContext(false, drawport->GetDrawingDevice());
 }
 
 Result<void> Report(const RenderOptions& options, const Scene& scene, const RenderPlan& plan,
-                    const RenderedScene& rendered) {
+                    const RenderedScene& rendered, const DrawportInterface& drawport) {
   OSTRA_ASSIGN_OR_RETURN(const BaseArray<DrawportDeviceInformation> devices, GetDrawportDevices());
-  const std::string device = devices.IsEmpty() ? "" : std::string(devices[0].name.GetView());
+  const Int index = drawport.GetDrawingDevice();
+  const std::string device = index < devices.GetCount() ? std::string(devices[index].name.GetView()) : "";
   Int draws = 0;
   for (const PlannedPass& pass : plan.passes) draws += static_cast<Int>(pass.draws.size());
   const Extents size{rendered.image.width, rendered.image.height, 1};
@@ -118,7 +119,7 @@ Result<void> Render(const RenderOptions& options, std::span<const char* const> a
                          SceneKernels::Run(scene, folder, options.cacheFolder, host, context));
   OSTRA_ASSIGN_OR_RETURN(const RenderedScene rendered, SceneRenderer(scene, plan, kernels, context).Render());
   OSTRA_RETURN_IF_ERROR(WriteImage(options.target, rendered.image));
-  return Report(options, scene, plan, rendered);
+  return Report(options, scene, plan, rendered, *context->GetDrawport());
 }
 
 }  // namespace ostra::tool
