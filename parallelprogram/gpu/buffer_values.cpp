@@ -17,10 +17,6 @@ Result<void> CheckSource(const DataType& type, Int count) {
   return CheckDeviceType(type);
 }
 
-Block<const Generic> AsConst(const Block<Generic>& block) {
-  return {block.GetFirst(), block.GetCount(), block.GetStride()};
-}
-
 Result<UploadSource> FromBlock(const DataType& type, const Block<const Generic>& block) {
   OSTRA_RETURN_IF_ERROR(CheckSource(type, block.GetCount()));
   if (!block.GetFirst()) return MakeNoSourceError();
@@ -35,7 +31,7 @@ Result<UploadSource> FromBlock(const DataType& type, const Block<const Generic>&
 Result<UploadSource> FromArray(const Array<Generic>& array) {
   if (!array.IsPopulated()) return MakeNoSourceError();
   const DataType type = array.GetElementType();
-  const Block<const Generic> first = AsConst(array.GetFirstBlock());
+  const Block<const Generic> first = array.GetFirstBlock();
   if (first.GetCount() == array.GetCount()) return FromBlock(type, first);
   OSTRA_RETURN_IF_ERROR(CheckSource(type, array.GetCount()));
   UploadSource source{type, array.GetCount(), nullptr, {}};
@@ -64,12 +60,12 @@ Result<UploadSource> UploadSource::FromValue(const ForwardingDataPtr& data) {
   const void* value = data.GetPointer();
   if (type == GetDataType<GenericBaseArray>()) {
     const auto& array = *static_cast<const GenericBaseArray*>(value);
-    return FromBlock(array.GetElementType(), AsConst(array.GetBlock()));
+    return FromBlock(array.GetElementType(), array.GetBlock());
   }
   if (type.IsMadeWith(kBaseArrayParametricType))
-    return FromBlock(type.GetInnerType(), AsConst(GenericBaseArray::ViewBaseArray(type.GetInnerType(), value)));
+    return FromBlock(type.GetInnerType(), GenericBaseArray::ViewBaseArray(type.GetInnerType(), value));
   if (type.IsMadeWith(kBlockParametricType))
-    return FromBlock(type.GetInnerType(), AsConst(*static_cast<const Block<Generic>*>(value)));
+    return FromBlock(type.GetInnerType(), *static_cast<const Block<Generic>*>(value));
   if (type.IsMadeWith(kCowParametricType)) {
     if (!type.GetInnerType().IsMadeWith(kArrayParametricType))
       return OSTRA_ILLEGAL_ARGUMENT("only array container references are supported");

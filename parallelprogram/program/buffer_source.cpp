@@ -7,10 +7,6 @@ OSTRA_UNIT("parallelprogram_cpu_impl");
 namespace ostra {
 namespace {
 
-Block<const Generic> AsConst(const Block<Generic>& block) {
-  return {block.GetFirst(), block.GetCount(), block.GetStride()};
-}
-
 Bool IsArrayReference(DataType type) {
   return type.IsMadeWith(kCowParametricType) && type.GetInnerType().IsMadeWith(kArrayParametricType);
 }
@@ -20,7 +16,7 @@ Result<BufferSource> FromArray(const Array<Generic>& array) {
   const Block<Generic> block = array.GetFirstBlock();
   if (block.GetCount() != array.GetCount())
     return OSTRA_ILLEGAL_ARGUMENT("only arrays with one continuous memory block are supported");
-  return BufferSource{array.GetElementType(), AsConst(block)};
+  return BufferSource{array.GetElementType(), block};
 }
 
 Bool IsBaseArray(DataType type) {
@@ -35,11 +31,11 @@ Result<BufferSource> BufferSource::FromValue(const ForwardingDataPtr& data) {
   BufferSource source;
   if (type == GetDataType<GenericBaseArray>()) {
     const auto& array = *static_cast<const GenericBaseArray*>(value);
-    source = {array.GetElementType(), AsConst(array.GetBlock())};
+    source = {array.GetElementType(), array.GetBlock()};
   } else if (type.IsMadeWith(kBaseArrayParametricType)) {
-    source = {type.GetInnerType(), AsConst(GenericBaseArray::ViewBaseArray(type.GetInnerType(), value))};
+    source = {type.GetInnerType(), GenericBaseArray::ViewBaseArray(type.GetInnerType(), value)};
   } else if (type.IsMadeWith(kBlockParametricType)) {
-    source = {type.GetInnerType(), AsConst(*static_cast<const Block<Generic>*>(value))};
+    source = {type.GetInnerType(), *static_cast<const Block<Generic>*>(value)};
   } else if (IsArrayReference(type)) {
     OSTRA_ASSIGN_OR_RETURN(source, FromArray(*static_cast<const Array<Generic>*>(value)));
   } else if (type.IsPointer() && IsArrayReference(type.GetInnerType())) {

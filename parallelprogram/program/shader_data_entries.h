@@ -62,14 +62,8 @@ inline TextureSamplerEntry& TextureSamplerEntry::operator=(const TextureSamplerE
   _sampler = other._sampler;
   _textureItem = other._textureItem;
   _samplerItem = other._samplerItem;
-  const SamplingData& source = other._samplingData;
   SamplingData description;
-  for (Int i = 0; i < 4; ++i) description._borderColor[i] = source._borderColor[i];
-  description._numChannels = source._numChannels;
-  description._dataSize = source._dataSize;
-  description._dimensions = source._dimensions;
-  description._flags = source._flags;
-  description._format = source._format;
+  description.CopyDescription(other._samplingData);
   _samplingData = std::move(description);
   _state = other._state;
   _textureId = other._textureId;

@@ -42,14 +42,7 @@ struct SamplingData {
   // Becomes a copy of `other`, texels included. Error: out of memory; there are then no texels.
   inline Result<void> CopyFrom(const SamplingData& other);
 
-  // Gives the record memory for _dataSize bytes and the slack, which is zero; the texels are zero on demand.
-  // Uses the size, the dimensions and the texel size. Error: out of memory.
-  inline Result<void> AllocateTexels(Bool zeroed);
-
-  // Zero bytes behind the texels.
-  inline Int GetSlack() const;
-
- private:
+  // Takes everything over but the texels.
   void CopyDescription(const SamplingData& other) {
     for (Int i = 0; i < 4; ++i) _borderColor[i] = other._borderColor[i];
     _numChannels = other._numChannels;
@@ -58,6 +51,13 @@ struct SamplingData {
     _flags = other._flags;
     _format = other._format;
   }
+
+  // Gives the record memory for _dataSize bytes and the slack, which is zero; the texels are zero on demand.
+  // Uses the size, the dimensions and the texel size. Error: out of memory.
+  inline Result<void> AllocateTexels(Bool zeroed);
+
+  // Zero bytes behind the texels.
+  inline Int GetSlack() const;
 };
 
 // Bytes of one element; 4 for a value that is no format.

@@ -17,16 +17,11 @@ namespace ostra::tool {
 
 namespace {
 
-Block<const Generic> AsConst(const Block<Generic>& block) {
-  return {block.GetFirst(), block.GetCount(), block.GetStride()};
-}
-
 Result<void> WriteOutputs(const RunPlan& plan, const ProgramRun& run) {
   for (const PlannedBuffer& buffer : plan.buffers) {
     if (!buffer.target) continue;
     OSTRA_ASSIGN_OR_RETURN(const Array<Generic> elements, run.GetBuffer(buffer.name));
-    OSTRA_RETURN_IF_ERROR(
-        SaveBuffer(*buffer.target, buffer.elementType, AsConst(elements.GetFirstBlock()), plan.pictureSize));
+    OSTRA_RETURN_IF_ERROR(SaveBuffer(*buffer.target, buffer.elementType, elements.GetFirstBlock(), plan.pictureSize));
   }
   return OK;
 }
