@@ -26,29 +26,29 @@ struct NoiseFunctionUse {
 // In the order in which the GPU layer is given them. Sema comes twice: its second variant is a function of its own.
 constexpr NoiseFunctionUse kNoiseFunctions[] = {
     {"net.ostra.drawport.noise.turbulence4d"_id, 0},
-    {"net.ostra.render.rendernoiseclass.gaseous"_id, 0},
-    {"net.ostra.render.rendernoiseclass.electric"_id, 0},
-    {"net.ostra.render.rendernoiseclass.box"_id, 0},
-    {"net.ostra.render.rendernoiseclass.blisteredturbulence"_id, 0},
-    {"net.ostra.render.rendernoiseclass.cranal"_id, 0},
-    {"net.ostra.render.rendernoiseclass.buya"_id, 0},
-    {"net.ostra.render.rendernoiseclass.dents"_id, 0},
-    {"net.ostra.render.rendernoiseclass.cell"_id, 0},
-    {"net.ostra.render.rendernoiseclass.displacedturbulence"_id, 0},
-    {"net.ostra.render.rendernoiseclass.hama"_id, 0},
-    {"net.ostra.render.rendernoiseclass.luka"_id, 0},
-    {"net.ostra.render.rendernoiseclass.mod"_id, 0},
-    {"net.ostra.render.rendernoiseclass.naki"_id, 0},
-    {"net.ostra.render.rendernoiseclass.nutous"_id, 0},
-    {"net.ostra.render.rendernoiseclass.ober"_id, 0},
-    {"net.ostra.render.rendernoiseclass.pezo"_id, 0},
-    {"net.ostra.render.rendernoiseclass.poxo"_id, 0},
-    {"net.ostra.render.rendernoiseclass.sema"_id, 0},
-    {"net.ostra.render.rendernoiseclass.stupl"_id, 0},
-    {"net.ostra.render.rendernoiseclass.vl"_id, 0},
-    {"net.ostra.render.rendernoiseclass.wavyturbulence"_id, 0},
-    {"net.ostra.render.rendernoiseclass.zada"_id, 0},
-    {"net.ostra.render.rendernoiseclass.sema"_id, 2},
+    {kGaseousNoise, 0},
+    {kElectricNoise, 0},
+    {kBoxNoise, 0},
+    {kBlisteredTurbulenceNoise, 0},
+    {kCranalNoise, 0},
+    {kBuyaNoise, 0},
+    {kDentsNoise, 0},
+    {kCellNoise, 0},
+    {kDisplacedTurbulenceNoise, 0},
+    {kHamaNoise, 0},
+    {kLukaNoise, 0},
+    {kModNoise, 0},
+    {kNakiNoise, 0},
+    {kNutousNoise, 0},
+    {kOberNoise, 0},
+    {kPezoNoise, 0},
+    {kPoxoNoise, 0},
+    {kSemaNoise, 0},
+    {kStuplNoise, 0},
+    {kVlNoise, 0},
+    {kWavyTurbulenceNoise, 0},
+    {kZadaNoise, 0},
+    {kSemaNoise, 2},
 };
 
 Bool IsDeclared(const DrawportProgramDescription& program, const InternedId& name) {
@@ -68,8 +68,8 @@ Result<void> AddNoises(DrawportProgramDescription& program, Int tableCount) {
   for (const NoiseFunctionUse& use : kNoiseFunctions)
     OSTRA_RETURN_IF_ERROR(program.AddNoiseFunction(kCompute, use.id, use.variant));
   for (Int i = 0; i < tableCount; ++i) {
-    OSTRA_RETURN_IF_ERROR(AddNoiseUniform(program, "noiseMode_@", i, DrawportShaderValueType::Int));
-    OSTRA_RETURN_IF_ERROR(AddNoiseUniform(program, "noiseSeed_@", i, DrawportShaderValueType::Int));
+    OSTRA_RETURN_IF_ERROR(AddNoiseUniform(program, kNoiseModePattern, i, DrawportShaderValueType::Int));
+    OSTRA_RETURN_IF_ERROR(AddNoiseUniform(program, kNoiseSeedPattern, i, DrawportShaderValueType::Int));
     OSTRA_RETURN_IF_ERROR(AddNoiseUniform(program, "noiseData_@", i, DrawportShaderValueType::NoiseTable));
   }
   return OK;

@@ -23,16 +23,6 @@ constexpr NeededFeature kNeededFeatures[] = {
     {DrawportFeature::ShaderHalfFloat, "Shader half float not supported, please fall back to CPU mode"},
 };
 
-Result<BaseArray<InternedId>> MakeNumberedNames(std::string_view pattern) {
-  BaseArray<InternedId> names;
-  OSTRA_RETURN_IF_ERROR(names.Reserve(kMaxNoises));
-  for (Int i = 0; i < kMaxNoises; ++i) {
-    OSTRA_ASSIGN_OR_RETURN(const InternedId name, InternedId::Create(pattern, i));
-    OSTRA_RETURN_IF_ERROR(names.Append(name));
-  }
-  return names;
-}
-
 // "directx" where it can be used, otherwise what the host thinks best.
 Result<DrawportCacheRef> ChooseCache() {
   OSTRA_ASSIGN_OR_RETURN(DrawportCacheRef cache, FindSupportedCache("directx"));
@@ -71,9 +61,9 @@ Result<void> ParallelProgramGPUImpl::Init(const Url& resourcePath, const Drawpor
                                           Bool createOffscreenContext) {
   _resourcePath = resourcePath;
   if (_noiseSeedNames.IsEmpty()) {
-    OSTRA_ASSIGN_OR_RETURN(BaseArray<InternedId> seeds, MakeNumberedNames("noiseSeed_@"));
-    OSTRA_ASSIGN_OR_RETURN(_noiseDataNames, MakeNumberedNames("noiseData_@"));
-    OSTRA_ASSIGN_OR_RETURN(_noiseModeNames, MakeNumberedNames("noiseMode_@"));
+    OSTRA_ASSIGN_OR_RETURN(BaseArray<InternedId> seeds, MakeNoiseNames(kNoiseSeedPattern));
+    OSTRA_ASSIGN_OR_RETURN(_noiseDataNames, MakeNoiseNames("noiseData_@"));
+    OSTRA_ASSIGN_OR_RETURN(_noiseModeNames, MakeNoiseNames(kNoiseModePattern));
     _noiseSeedNames = std::move(seeds);
   }
   if (_current.context) {

@@ -11,14 +11,10 @@ namespace {
 
 constexpr Int64 kAssumedMemory = Int64{1} << 40;  // bytes; the CPU program has no budget of its own
 
-// Adds the names made from `pattern` with 0 to 127. On error the array is as before.
+// Adds the names of a pattern for all noises. On error the array is as before.
 Result<void> AppendNumberedNames(BaseArray<InternedId>& names, std::string_view pattern) {
   OSTRA_RETURN_IF_ERROR(names.Reserve(names.GetCount() + kMaxNoises));
-  BaseArray<InternedId> added;
-  for (Int i = 0; i < kMaxNoises; ++i) {
-    OSTRA_ASSIGN_OR_RETURN(InternedId name, InternedId::Create(pattern, i));
-    OSTRA_RETURN_IF_ERROR(added.Append(name));
-  }
+  OSTRA_ASSIGN_OR_RETURN(const BaseArray<InternedId> added, MakeNoiseNames(pattern));
   for (const InternedId& name : added) OSTRA_RETURN_IF_ERROR(names.Append(name));
   return OK;
 }
@@ -30,8 +26,8 @@ Result<ClassRef> CreateCpuProgramClass() { return Class::Create<ParallelProgramC
 // Calling Init again appends the names again; only the first 128 are ever read.
 Result<void> ParallelProgramCPUImpl::Init(const Url&, const DrawportContextRef*, Int32, Bool) {
   OSTRA_ASSIGN_OR_RETURN(_noiseDataName, InternedId::Create("noiseData"));
-  OSTRA_RETURN_IF_ERROR(AppendNumberedNames(_noiseModeNames, "noiseMode_@"));
-  return AppendNumberedNames(_noiseSeedNames, "noiseSeed_@");
+  OSTRA_RETURN_IF_ERROR(AppendNumberedNames(_noiseModeNames, kNoiseModePattern));
+  return AppendNumberedNames(_noiseSeedNames, kNoiseSeedPattern);
 }
 
 Result<void> ParallelProgramCPUImpl::CreateKernelObject(KernelEntry& entry, const Class& kernelClass) {

@@ -3,13 +3,31 @@
 #pragma once
 
 #include <iterator>
+#include <string_view>
 
+#include "ostra/core/base_array.h"
+#include "ostra/core/interned_id.h"
 #include "ostra/render/render_noise.h"
 
 namespace ostra {
 
 // A kernel has at most so many noises.
 inline constexpr Int kMaxNoises = 128;
+
+// The uniforms of a noise, with its number for the "@".
+inline constexpr std::string_view kNoiseModePattern = "noiseMode_@";
+inline constexpr std::string_view kNoiseSeedPattern = "noiseSeed_@";
+
+// The names of a pattern for all noises. Error: out of memory.
+inline Result<BaseArray<InternedId>> MakeNoiseNames(std::string_view pattern) {
+  BaseArray<InternedId> names;
+  OSTRA_RETURN_IF_ERROR(names.Reserve(kMaxNoises));
+  for (Int i = 0; i < kMaxNoises; ++i) {
+    OSTRA_ASSIGN_OR_RETURN(const InternedId name, InternedId::Create(pattern, i));
+    OSTRA_RETURN_IF_ERROR(names.Append(name));
+  }
+  return names;
+}
 
 // By mode. Modes 1 and 2 have no class of their own.
 inline constexpr Id kNoiseClasses[] = {
