@@ -60,7 +60,7 @@ Result<DrawportCacheRef> FindSupportedCache(std::string_view name) {
 }
 
 Result<DrawportCacheRef> GetDefaultDrawportCache() {
-  for (const std::string_view name : {"directx", "metal", "vulkan", "opengl"}) {
+  for (const std::string_view name : kDrawportBackendNames) {
     OSTRA_ASSIGN_OR_RETURN(DrawportCacheRef cache, FindSupportedCache(name));
     if (cache) return cache;
   }

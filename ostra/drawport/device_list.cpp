@@ -1,6 +1,7 @@
 #include "ostra/drawport/device_list.h"
 
 #include "ostra/core/format.h"
+#include "ostra/drawport/selector_test.h"
 #include "ostra/object/class.h"
 
 OSTRA_UNIT("drawport");
@@ -10,7 +11,7 @@ namespace ostra {
 Result<BaseArray<DrawportDeviceInformation>> GetDrawportDevices() {
   BaseArray<DrawportDeviceInformation> all;
   Result<void> last = OSTRA_ILLEGAL_STATE("There is no GPU backend.");
-  for (const std::string_view name : {"directx", "metal", "vulkan", "opengl"}) {
+  for (const std::string_view name : kDrawportBackendNames) {
     OSTRA_ASSIGN_OR_RETURN(const String className, String::Concatenate(kDrawportDeviceListClassPrefix, name));
     const auto listClass = ClassRegistry::GetClasses().FindEntryValue(Id(className));
     if (!listClass) continue;

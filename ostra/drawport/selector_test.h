@@ -14,6 +14,9 @@ class DrawportSelectorTestInterface : public ObjectInterface {
 };
 using DrawportSelectorTestRef = StrongRef<DrawportSelectorTestInterface>;
 
+// The backends that there may be, in the order in which they are asked.
+inline constexpr std::string_view kDrawportBackendNames[] = {"directx", "metal", "vulkan", "opengl"};
+
 inline constexpr std::string_view kSelectorTestClassPrefix = "net.ostra.drawport.selectortestclass.";
 inline constexpr std::string_view kDrawportCacheClassPrefix = "net.ostra.drawport.cache.";
 

@@ -2,28 +2,12 @@
 
 #include <bit>
 
+#include "ostra/drawport/device_list.h"
+
 OSTRA_UNIT("drawport_vulkan");
 
 namespace ostra::vulkan {
 namespace {
-
-const char* GetFeatureName(DrawportFeature feature) {
-  switch (feature) {
-    case DrawportFeature::ComputeShader:
-      return "compute shaders";
-    case DrawportFeature::ShaderStorageBuffer:
-      return "shader storage buffers";
-    case DrawportFeature::MultisampleTexture:
-      return "multisample textures";
-    case DrawportFeature::ImageLoadStore:
-      return "image load and store";
-    case DrawportFeature::AtomicOperations:
-      return "atomic operations";
-    case DrawportFeature::ShaderHalfFloat:
-      return "shader half floats";
-  }
-  return "an unknown feature";
-}
 
 // The context behind an interface, for something that is made valid or made on its device.
 Result<Context*> FindWorkingContext(DrawportContextInterface& context) {
@@ -130,7 +114,7 @@ Result<ProgramFactory*> ProgramItem::BuildFor(Context& context) {
   for (const DrawportRequiredFeature& required : _description.GetRequiredFeatures()) {
     if (!context.IsFeatureSupported(required.feature))
       return OSTRA_ILLEGAL_STATE("The GPU device does not support @, which the program requires.",
-                                 GetFeatureName(required.feature));
+                                 GetDrawportFeatureText(required.feature));
   }
   OSTRA_RETURN_IF_ERROR(_factories.Reserve(_factories.GetCount() + 1));
   OSTRA_ASSIGN_OR_RETURN(ProgramFactory * factory, ProgramFactory::Create(context.GetDevice(), _description,
