@@ -5,6 +5,7 @@
 #include "ostra/drawport_vulkan/cache_items.h"
 #include "ostra/drawport_vulkan/device_list.h"
 #include "ostra/object/class.h"
+#include "ostra/object/host_frameworks.h"
 #include "ostra/object/registration.h"
 
 namespace ostra {
@@ -35,8 +36,7 @@ Result<void> EnterBackend(ModuleDescriptor& module) {
   return RegisterClass(module, devices);
 }
 
-constexpr std::array kFrameworks = {"net.ostra.core.framework"_id, "net.ostra.image.framework"_id,
-                                    "net.ostra.drawport.framework"_id};
+constexpr std::array kFrameworks = {kCoreFramework, kImageFramework, kDrawportFramework};
 constexpr std::array<ModuleEntry, 1> kUnits = {{{"drawport_vulkan", &EnterBackend}}};
 
 }  // namespace

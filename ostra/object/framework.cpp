@@ -5,6 +5,7 @@
 
 #include "ostra/core/format.h"
 #include "ostra/core/hash_map.h"
+#include "ostra/object/host_frameworks.h"
 
 OSTRA_UNIT("framework");
 
@@ -12,15 +13,9 @@ namespace ostra {
 namespace {
 
 constexpr std::array kHostFrameworks = {
-    "net.ostra.core.framework"_id,
-    "net.ostra.math.framework"_id,
-    "net.ostra.crypt.framework"_id,
-    "net.ostra.network.framework"_id,
-    "net.ostra.image.framework"_id,
-    "net.ostra.drawport.framework"_id,
-    "net.ostra.drawport_misc.framework"_id,
-    "net.ostra.drawport_functioncache.framework"_id,
-    "net.ostra.performancemonitor.framework"_id,
+    kCoreFramework,         kMathFramework,          kCryptFramework,
+    kNetworkFramework,      kImageFramework,         kDrawportFramework,
+    kDrawportMiscFramework, kFunctionCacheFramework, kPerformanceMonitorFramework,
 };
 
 SynchronizedHashMap<Id, Bool>& GetFrameworks() {

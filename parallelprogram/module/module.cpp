@@ -1,6 +1,7 @@
 // The descriptor of the module: what it needs, what it registers and in which order.
 #include <array>
 
+#include "ostra/object/host_frameworks.h"
 #include "parallelprogram/module/configuration_variables.h"
 #include "parallelprogram/module/startup.h"
 #include "parallelprogram/module/units.h"
@@ -9,15 +10,15 @@ namespace ostra {
 namespace {
 
 constexpr std::array kFrameworks = {
-    "net.ostra.core.framework"_id,
-    "net.ostra.math.framework"_id,
-    "net.ostra.crypt.framework"_id,
-    "net.ostra.network.framework"_id,
-    "net.ostra.image.framework"_id,
-    "net.ostra.drawport.framework"_id,
-    "net.ostra.drawport_misc.framework"_id,
-    "net.ostra.drawport_functioncache.framework"_id,
-    "net.ostra.performancemonitor.framework"_id,
+    kCoreFramework,
+    kMathFramework,
+    kCryptFramework,
+    kNetworkFramework,
+    kImageFramework,
+    kDrawportFramework,
+    kDrawportMiscFramework,
+    kFunctionCacheFramework,
+    kPerformanceMonitorFramework,
     "net.ostra.parallelprogram.framework"_id,
 };
 
