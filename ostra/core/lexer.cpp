@@ -4,16 +4,12 @@
 #include <charconv>
 
 #include "ostra/core/format.h"
+#include "ostra/core/text_characters.h"
 
 OSTRA_UNIT("lexer");
 
 namespace ostra {
 namespace {
-
-// Independent of the process' language settings, unlike the functions of the C library.
-Bool IsDigit(char c) { return c >= '0' && c <= '9'; }
-Bool IsLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_'; }
-Bool IsInName(char c) { return IsLetter(c) || IsDigit(c); }
 
 template <class Is>
 std::size_t CountLeading(std::string_view text, Is is) {
@@ -39,8 +35,8 @@ LEXERSYMBOL ClassifyCharacter(char c) {
 
 // The symbol that `rest`, which is not empty, starts with.
 LEXERSYMBOL Classify(std::string_view rest, std::size_t& size) {
-  if (IsLetter(rest[0])) {
-    size = CountLeading(rest, IsInName);
+  if (IsWordStart(rest[0])) {
+    size = CountLeading(rest, IsWordCharacter);
     return LEXERSYMBOL::IDENTIFIER;
   }
   if (IsDigit(rest[0])) {

@@ -5,6 +5,7 @@
 #include <charconv>
 
 #include "ostra/core/format.h"
+#include "ostra/core/text_characters.h"
 #include "ostra/drawport/shading/sections.h"
 #include "ostra/drawport/shading/shader_item.h"
 #include "ostra/drawport/shading/support_text.h"
@@ -234,10 +235,6 @@ std::string_view GetProgramSection(const ShaderRecords& records, const Sections&
     default:
       return {};
   }
-}
-
-constexpr Bool IsWordCharacter(char c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';
 }
 
 // What support code calls a parameter, and the word of kernel files for it.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 
+#include "ostra/core/text_characters.h"
 #include "parallelprogram/kernelfront/failure.h"
 #include "parallelprogram/kernelfront/guard.h"
 #include "parallelprogram/kernelfront/rewrite.h"
@@ -47,8 +48,7 @@ bool MayBeDropped(std::string_view line) {
 std::string MakeIdentifier(std::string_view classId) {
   std::string identifier;
   for (const char c : classId) {
-    const bool isPlain = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';
-    if (isPlain)
+    if (IsWordCharacter(c))
       identifier += c;
     else if (c == '.')
       identifier += '_';

@@ -1,5 +1,5 @@
+#include "ostra/core/nearest_word.h"
 #include "parallelprogram/kernelfront/failure.h"
-#include "parallelprogram/kernelfront/nearest_word.h"
 #include "parallelprogram/kernelfront/parameters.h"
 
 namespace ostra::kernelfront {

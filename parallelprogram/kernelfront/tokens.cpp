@@ -1,11 +1,10 @@
 #include "parallelprogram/kernelfront/tokens.h"
 
+#include "ostra/core/text_characters.h"
+
 namespace ostra::kernelfront {
 namespace {
 
-bool IsDigit(char c) { return c >= '0' && c <= '9'; }
-bool IsWordStart(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_'; }
-bool IsWordPart(char c) { return IsWordStart(c) || IsDigit(c); }
 bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\v' || c == '\f'; }
 
 class Reader {
@@ -65,7 +64,7 @@ class Reader {
     Token::Kind kind = Token::Kind::kSign;
     if (IsWordStart(c)) {
       kind = Token::Kind::kWord;
-      while (IsWordPart(Peek())) ++_at;
+      while (IsWordCharacter(Peek())) ++_at;
     } else if (IsDigit(c) || (c == '.' && IsDigit(Peek(1)))) {
       kind = Token::Kind::kNumber;
       ReadNumber();
@@ -80,7 +79,7 @@ class Reader {
   }
 
   void ReadNumber() {
-    while (IsWordPart(Peek()) || Peek() == '.' || Peek() == '\'') {
+    while (IsWordCharacter(Peek()) || Peek() == '.' || Peek() == '\'') {
       const bool isExponent = Peek() == 'e' || Peek() == 'E' || Peek() == 'p' || Peek() == 'P';
       ++_at;
       if (isExponent && (Peek() == '+' || Peek() == '-')) ++_at;

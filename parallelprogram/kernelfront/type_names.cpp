@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <iterator>
 
+#include "ostra/core/nearest_word.h"
 #include "parallelprogram/kernelfront/failure.h"
-#include "parallelprogram/kernelfront/nearest_word.h"
 
 namespace ostra::kernelfront {
 namespace {

@@ -1,5 +1,6 @@
 // What the stages of a graphics program are for the GPU layer.
 #include "ostra/core/format.h"
+#include "ostra/core/text_characters.h"
 #include "ostra/math/data_types.h"
 #include "parallelprogram/shaderassembly/assembly_records.h"
 #include "parallelprogram/shaderloader/graphics_program.h"
@@ -11,10 +12,6 @@ namespace {
 
 constexpr Int32 kUniformKind = 0;
 constexpr std::string_view kTransparencyTarget = "f_transparency";
-
-Bool IsWordCharacter(char c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';
-}
 
 Bool HasWord(std::string_view text, std::string_view word) {
   for (std::size_t at = text.find(word); at != std::string_view::npos; at = text.find(word, at + 1)) {

@@ -50,6 +50,8 @@ const Refusal kRefusals[] = {
      "k.krn:4: error: there is a parameter \"a\" already"},
     {"MisspeltType", "#define KERNELINPUTS \\\n(Flot32) gain\n\n",
      "k.krn:2: error: unknown type \"Flot32\"; did you mean \"Float32\"?"},
+    {"ExchangedLettersOfAType", "#define KERNELINPUTS \\\n(Flaot32) gain\n\n",
+     "k.krn:2: error: unknown type \"Flaot32\"; did you mean \"Float32\"?"},
     {"MisspeltElementType", "#define KERNELINPUTS \\\n(UInt32) a, \\\n(const Block<Vector4d3>) b\n\n",
      "k.krn:3: error: unknown type \"Vector4d3\"; did you mean \"Vector4d32\"?"},
     {"MisspeltBlock", "#define KERNELINPUTS \\\n(Blok<Float32>) b\n\n",

@@ -2,7 +2,7 @@
 
 #include <filesystem>
 
-#include "apps/ostra/names/nearest_name.h"
+#include "ostra/core/nearest_word.h"
 #include "ostra/io/file.h"
 #include "parallelprogram/shaderparser/container.h"
 
