@@ -131,8 +131,9 @@ TEST_F(DriverCallsTest, LabelsReachTheDriver) {
   const ReplacedFunction<PFN_vkSetDebugUtilsObjectNameEXT> replaced(vkSetDebugUtilsObjectNameEXT, &HearName);
   const auto item = Take(context->GetDrawport()->GetDrawportCache()->GetVertexbuffer({{1, 1, 1}}));
   const auto fill = Take(DrawportVertexBufferFill::Create([&](DrawportVertexBuffer& buffer) -> Result<void> {
-    return buffer.AllocSubBuffer(*context, DrawportSubBufferUse::General, 64, 16) ? Result<void>(OK)
-                                                                                  : Error::MakeOutOfMemory("test", __LINE__);
+    return buffer.AllocSubBuffer(*context, DrawportSubBufferUse::General, 64, 16)
+               ? Result<void>(OK)
+               : Error::MakeOutOfMemory("test", __LINE__);
   }));
   Take(item->SetDebugLabel("positions"));
   EXPECT_THAT(g_heard.names, ElementsAre());
