@@ -1,6 +1,8 @@
 // Several devices: drawports of each, when they start, and what is said about those that do not. Every device of the
 // machine is there twice, so that one is enough.
+#include <atomic>
 #include <set>
+#include <thread>
 
 #include "ostra/drawport_vulkan/device_list.h"
 #include "tests/drawport_vulkan/internal_fixture.h"
@@ -62,6 +64,27 @@ TEST_F(DevicesTest, DrawportsGoWithTheirHolders) {
   const Int before = AllocationFaults::GetLiveCount();
   for (int i = 0; i < 3; ++i) visit();
   EXPECT_EQ(AllocationFaults::GetLiveCount(), before);
+}
+
+TEST_F(DevicesTest, SeveralThreadsGetTheSameDrawports) {
+  const DrawportRef drawport = AllocDrawport();
+  const DrawportContextRef other = Take(drawport->CreateOffscreenRenderContext(true, 1));
+  std::atomic<Int> wrong{0};
+  std::vector<std::thread> threads;
+  for (int thread = 0; thread < 3; ++thread) {
+    threads.emplace_back([&, thread] {
+      const DrawportCacheRef own = Take(_cacheClass->CreateObject<DrawportCacheInterface>());
+      for (int i = 0; i < 6; ++i) {
+        // Those of the common cache are held, those of the thread's own come and go.
+        const DrawportContextRef context = Take(AllocDrawport()->CreateOffscreenRenderContext(true, (thread + i) % 2));
+        wrong += context->GetDrawport() != ((thread + i) % 2 == 0 ? drawport : other->GetDrawport());
+        const DrawportRef mine = Take(own->AllocDrawport(kDrawportTypeVulkan, kDrawportSubtypeSystem));
+        wrong += Take(mine->CreateOffscreenRenderContext(true, 1))->GetDrawport() == mine;
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(wrong, 0);
 }
 
 TEST_F(DevicesTest, OtherSettingsMakeAnotherDrawport) {
