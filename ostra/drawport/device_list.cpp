@@ -42,7 +42,7 @@ std::string_view GetDrawportFeatureText(DrawportFeature feature) {
     case DrawportFeature::ShaderHalfFloat:
       return "half floats";
   }
-  return "unknown";
+  return "an unknown feature";
 }
 
 }  // namespace ostra
