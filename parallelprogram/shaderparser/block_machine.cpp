@@ -55,12 +55,12 @@ Result<void> BlockMachine::ReadOutside(std::string_view line) {
 }
 
 Result<Bool> BlockMachine::BeginBlock(std::string_view line) {
-  if (IsFirstWord(line, "struct") && SourceWords(line)[1] == "KernelInput") {
+  if (IsInputStruct(line)) {
     BeginInputs(BlockKind::InputStruct);
     TakeBraceOfNextLine();
     return true;
   }
-  if (IsFirstWord(line, "#define") && SourceWords(line)[1] == "KERNELINPUTS") {
+  if (IsInputDefine(line)) {
     BeginInputs(BlockKind::InputDefine);
     return true;
   }
@@ -102,10 +102,8 @@ Result<void> BlockMachine::BeginFunction(std::string_view line) {
 }
 
 Result<Bool> BlockMachine::ReadDirective(std::string_view line) {
-  const Bool isGroupSize = line.starts_with("GROUPSIZE");
-  if (isGroupSize) OSTRA_RETURN_IF_ERROR(ReadGroupSize(line));
-  const Bool isForCpu = line.starts_with("CPU_GRANULARITY") || line.starts_with("CPU_SINGLETHREADEDTHRESHOLD");
-  if (isGroupSize || isForCpu || IsFirstWord(line, "namespace")) {
+  if (IsGroupSize(line)) OSTRA_RETURN_IF_ERROR(ReadGroupSize(line));
+  if (IsDirective(line) || IsFirstWord(line, "namespace")) {
     // The next line goes, too, whatever it holds.
     ++_index;
     return true;

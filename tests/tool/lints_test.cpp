@@ -60,8 +60,14 @@ TEST_F(LintsTest, AnOrdinaryKernelGivesNoReasonToWarn) {
               IsEmpty());
 }
 
+TEST_F(LintsTest, OnlyTheWordItselfBeginsTheParameters) {
+  EXPECT_THAT(Check("#define KERNELINPUTS_COUNT 3\nconst int kOffset = 3;\n\n" +
+                    MakeKernel("(Float32) factor", "\tfloat x = UNIFORM(factor);")),
+              IsEmpty());
+}
+
 TEST_F(LintsTest, FindingsThatOthersLookForAreKnownByTheirKind) {
-  const Findings lost = Find(MakeKernel("(Flaot32) factor, \\\n(Block<Vector32>) target", "\tuint i = 0u;"));
+  const Findings lost = Find(MakeKernel("(Quaternion) factor, \\\n(Block<Vector32>) target", "\tuint i = 0u;"));
   ASSERT_EQ(lost.GetAll().size(), 1u);
   EXPECT_EQ(lost.GetAll()[0].kind, FindingKind::LostDeclaration);
   EXPECT_EQ(lost.GetAll()[0].name, "factor");

@@ -4,14 +4,14 @@
 
 #include "apps/ostra/encode/source_file.h"
 #include "apps/ostra/kernels/kernel_source.h"
+#include "apps/ostra/values/text.h"
 #include "ostra/core/format.h"
 #include "parallelprogram/shaderassembly/assembly_records.h"
+#include "parallelprogram/shaderparser/kernel_words.h"
 
 namespace ostra::tool {
 
 namespace {
-
-std::string TextOf(std::string_view text) { return std::string(text); }
 
 Result<LintedFile> ReadLintedFile(const Url& url, Bool isHeader) {
   OSTRA_ASSIGN_OR_RETURN(const SourceText source, ReadSourceText(url));

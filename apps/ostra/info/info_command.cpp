@@ -7,6 +7,7 @@
 #include "apps/ostra/output/standard_output.h"
 #include "apps/ostra/output/table.h"
 #include "apps/ostra/start_host.h"
+#include "apps/ostra/values/text.h"
 #include "ostra/config/configuration.h"
 #include "ostra/drawport/device_list.h"
 #include "ostra/jobs/worker_threads.h"
@@ -20,8 +21,6 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 using Rows = std::vector<std::vector<std::string>>;
-
-std::string TextOf(std::string_view text) { return std::string(text); }
 
 struct Information {
   BaseArray<ModuleInformation> modules;

@@ -6,6 +6,7 @@
 #include "apps/ostra/lints/lints.h"
 #include "apps/ostra/names/nearest_name.h"
 #include "apps/ostra/values/text.h"
+#include "parallelprogram/shaderparser/kernel_words.h"
 
 namespace ostra::tool {
 
@@ -24,9 +25,9 @@ Bool HasParameter(const ShaderParser& parser, std::string_view name) {
 
 // The name that a declaration ends with; what stands before it in `before`.
 std::string_view TakeName(std::string_view declaration, std::string_view& before) {
-  while (!declaration.empty() && !IsNameCharacter(declaration.back())) declaration.remove_suffix(1);
+  while (!declaration.empty() && !IsWordCharacter(declaration.back())) declaration.remove_suffix(1);
   std::size_t begin = declaration.size();
-  while (begin > 0 && IsNameCharacter(declaration[begin - 1])) --begin;
+  while (begin > 0 && IsWordCharacter(declaration[begin - 1])) --begin;
   before = declaration.substr(0, begin);
   return declaration.substr(begin);
 }
@@ -113,14 +114,13 @@ void LintDeclarations(const LintedFile& file, const ShaderParser& parser, Findin
   std::map<std::string_view, Int> known;  // names and their lines
   for (const SourceLine& line : file.lines) {
     if (block == Block::None) {
-      if (line.text.starts_with("#define KERNELINPUTS")) block = Block::Define;
-      if (line.text.starts_with("struct KernelInput")) block = Block::Struct;
+      if (IsInputDefine(line.text)) block = Block::Define;
+      if (IsInputStruct(line.text)) block = Block::Struct;
       known.clear();
       continue;
     }
-    const Bool isEnd = block == Block::Define ? line.text.empty() || line.text.starts_with("OSTRA_PARALLEL_KERNEL") ||
-                                                    line.text.starts_with("FP_KERNEL")
-                                              : line.text.starts_with("}");
+    const Bool isEnd =
+        block == Block::Define ? line.text.empty() || IsKernelStart(line.text) : line.text.starts_with("}");
     if (isEnd) block = Block::None;
     if (isEnd || line.place == LinePlace::CpuScope) continue;
     LintDeclaration(file, line, parser, findings);

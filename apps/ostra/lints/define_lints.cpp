@@ -12,10 +12,10 @@ constexpr std::string_view kDefine = "#define";
 
 // The name that a line defines; empty when it defines none.
 std::string_view GetDefinedName(std::string_view line) {
-  if (!line.starts_with(kDefine) || line.size() == kDefine.size() || IsNameCharacter(line[kDefine.size()])) return {};
+  if (!line.starts_with(kDefine) || line.size() == kDefine.size() || IsWordCharacter(line[kDefine.size()])) return {};
   line.remove_prefix(std::min(line.find_first_not_of(" \t", kDefine.size()), line.size()));
   std::size_t end = 0;
-  while (end < line.size() && IsNameCharacter(line[end])) ++end;
+  while (end < line.size() && IsWordCharacter(line[end])) ++end;
   return line.substr(0, end);
 }
 
@@ -41,6 +41,10 @@ std::string GetHeaderName(const std::string& file) {
   return name.substr(0, name.size() - suffix.size()) + (isGraphics ? ".inc" : ".h");
 }
 
+std::string MakeDroppedDefineText(const LintedFile& file, std::string_view name) {
+  return "this line does not reach the GPU: " + Quote(name) + " counts only in the header, " + GetHeaderName(file.name);
+}
+
 }  // namespace
 
 std::optional<Finding> FindDroppedPatchDefine(const LintedFile& file, const ShaderParser& parser) {
@@ -49,10 +53,6 @@ std::optional<Finding> FindDroppedPatchDefine(const LintedFile& file, const Shad
         !IsInHeader(parser, GetDefinedName(line.code)))
       return Finding{file.name, line.number, Severity::Error, MakeDroppedDefineText(file, GetDefinedName(line.code))};
   return {};
-}
-
-std::string MakeDroppedDefineText(const LintedFile& file, std::string_view name) {
-  return "this line does not reach the GPU: " + Quote(name) + " counts only in the header, " + GetHeaderName(file.name);
 }
 
 void LintDefines(const LintedFile& file, const ShaderParser& parser, Findings& findings) {

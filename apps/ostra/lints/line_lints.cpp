@@ -85,7 +85,7 @@ class LineLinter {
     return dot != std::string_view::npos && dot + 2 == text.size() &&
            std::string_view("xyzw").find(text.back()) != std::string_view::npos &&
            std::all_of(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(dot),
-                       [](char c) { return IsNameCharacter(c) || c == '.'; });
+                       [](char c) { return IsWordCharacter(c) || c == '.'; });
   }
 
   void LintSwizzles(const SourceLine& line) {

@@ -1,15 +1,11 @@
 // Cuts a kernel file into blocks as the translator does (docs/translation.md), so that lints know what becomes of a
 // line.
 #include "apps/ostra/lints/source_lines.h"
+#include "parallelprogram/shaderparser/kernel_words.h"
 
 namespace ostra::tool {
 
 namespace {
-
-Bool IsDirective(std::string_view text) {
-  return text.starts_with("GROUPSIZE") || text.starts_with("CPU_GRANULARITY") ||
-         text.starts_with("CPU_SINGLETHREADEDTHRESHOLD");
-}
 
 class LinePlacer {
  public:
@@ -39,11 +35,11 @@ class LinePlacer {
   }
 
   void ReadOutside(const SourceLine& line) {
-    if (line.text.starts_with("struct KernelInput"))
+    if (IsInputStruct(line.text))
       BeginWithBrace(BlockKind::InputStruct, line);
     else if (IsKernelMethod(line.text))
       BeginWithBrace(BlockKind::Kernel, line);
-    else if (line.text.starts_with("#define KERNELINPUTS"))
+    else if (IsInputDefine(line.text))
       Begin(BlockKind::InputDefine, line, _closingDepth);
     else if (IsKernelStart(line.text))
       Begin(BlockKind::Kernel, line, _depth - 1);
@@ -104,16 +100,6 @@ class LinePlacer {
 };
 
 }  // namespace
-
-Bool IsKernelEnd(std::string_view text) {
-  return text.starts_with("OSTRA_PARALLEL_KERNEL_END") || text.starts_with("FP_KERNEL_END");
-}
-
-Bool IsKernelStart(std::string_view text) {
-  return text.starts_with("OSTRA_PARALLEL_KERNEL") || text.starts_with("FP_KERNEL");
-}
-
-Bool IsKernelMethod(std::string_view text) { return text.starts_with("OSTRA_METHOD Result<void> Kernel"); }
 
 void PlaceLines(std::vector<SourceLine>& lines) { LinePlacer(lines).Run(); }
 

@@ -38,7 +38,6 @@ void LintDefines(const LintedFile& file, const ShaderParser& parser, Findings& f
 // The first define of a stage file that says how patches are divided, and that the translator drops; of a file whose
 // lines have their places.
 std::optional<Finding> FindDroppedPatchDefine(const LintedFile& file, const ShaderParser& parser);
-std::string MakeDroppedDefineText(const LintedFile& file, std::string_view name);
 
 // Lints of the order of lines: directives and what follows them, code outside of blocks, barriers.
 void LintStructure(const LintedFile& file, Findings& findings);

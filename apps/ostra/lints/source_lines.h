@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "ostra/core/types.h"
+#include "ostra/core/text_characters.h"
 
 namespace ostra::tool {
 
@@ -36,27 +36,17 @@ std::vector<SourceLine> SplitSource(std::string_view source);
 // Finds out what becomes of each line of a kernel file.
 void PlaceLines(std::vector<SourceLine>& lines);
 
-// The words that begin and end kernels; end macros begin with the words of start macros, too.
-Bool IsKernelStart(std::string_view text);
-Bool IsKernelEnd(std::string_view text);
-Bool IsKernelMethod(std::string_view text);
-
-// A name in code: letters, digits and underscores.
-constexpr Bool IsNameCharacter(char c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';
-}
-
 // Calls `use(name, position)` for every name in `code`; numbers such as 1u are none.
 template <class Use>
 void ForEachName(std::string_view code, Use&& use) {
   for (std::size_t at = 0; at < code.size();) {
-    if (!IsNameCharacter(code[at])) {
+    if (!IsWordCharacter(code[at])) {
       ++at;
       continue;
     }
     std::size_t end = at;
-    while (end < code.size() && IsNameCharacter(code[end])) ++end;
-    if (code[at] < '0' || code[at] > '9') use(code.substr(at, end - at), at);
+    while (end < code.size() && IsWordCharacter(code[end])) ++end;
+    if (!IsDigit(code[at])) use(code.substr(at, end - at), at);
     at = end;
   }
 }

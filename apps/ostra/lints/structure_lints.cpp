@@ -4,15 +4,12 @@
 
 #include "apps/ostra/lints/lints.h"
 #include "apps/ostra/values/text.h"
+#include "parallelprogram/shaderparser/kernel_words.h"
 
 namespace ostra::tool {
 
 namespace {
 
-Bool IsDirective(std::string_view text) {
-  return text.starts_with("GROUPSIZE") || text.starts_with("CPU_GRANULARITY") ||
-         text.starts_with("CPU_SINGLETHREADEDTHRESHOLD");
-}
 Int CountBraces(std::string_view code) {
   return std::count(code.begin(), code.end(), '{') - std::count(code.begin(), code.end(), '}');
 }
@@ -76,7 +73,7 @@ class StructureLinter {
     const SourceLine& line = _file.lines[i];
     if (CountBraces(line.code) <= 0) return;
     const Bool isMethod = !_file.isHeader && line.place == LinePlace::Start && IsKernelMethod(line.text);
-    const Bool isStruct = _file.isHeader ? line.firstWord == "struct" : line.text.starts_with("struct KernelInput");
+    const Bool isStruct = _file.isHeader ? line.firstWord == "struct" : IsInputStruct(line.text);
     if (isMethod || isStruct)
       Add(line, Severity::Error,
           "the brace belongs on a line of its own: the translator takes the next line for it, and counts this one in "

@@ -1,6 +1,7 @@
 // Small operations on the texts of command lines and data files.
 #pragma once
 
+#include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -8,6 +9,9 @@
 #include "ostra/core/result.h"
 
 namespace ostra::tool {
+
+// For texts of the host, which become views by themselves.
+inline std::string TextOf(std::string_view text) { return std::string(text); }
 
 // Without blanks and tabs at both ends.
 std::string_view TrimText(std::string_view text);
