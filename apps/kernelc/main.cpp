@@ -12,8 +12,12 @@
 #include <string>
 #include <vector>
 
+#include "ostra/core/format.h"
+#include "ostra/io/file.h"
 #include "parallelprogram/kernelfront/kernel_source.h"
 #include "parallelprogram/shaderparser/container.h"
+
+OSTRA_UNIT("kernelc");
 
 namespace {
 
@@ -38,24 +42,20 @@ std::optional<std::string> ReadFile(const fs::path& path) {
   return std::string(std::istreambuf_iterator<char>(file), {});
 }
 
-Result<std::string> DecodeSource(const std::string& contents) {
-  BaseArray<Byte> bytes;
-  OSTRA_RETURN_IF_ERROR(bytes.Resize(static_cast<Int>(contents.size())));
-  std::copy(contents.begin(), contents.end(), bytes.begin());
-  OSTRA_RETURN_IF_ERROR(DecodeContainer(bytes));
+Result<std::string> ReadBytes(const std::string& path) {
+  OSTRA_ASSIGN_OR_RETURN(const Url file, Url::Create(path));
+  OSTRA_ASSIGN_OR_RETURN(BaseArray<Byte> bytes, ReadFileToMemory(file));
+  if (const auto decoded = DecodeContainer(bytes); !decoded)
+    return MakeError(decoded.GetError().GetKind(), kOstraUnit, __LINE__, "the file cannot be read: @",
+                     decoded.GetError());
   return std::string(bytes.begin(), bytes.end());
 }
 
 // Kernel files and headers may be encoded. Nothing, with a message, when the file cannot be read.
 std::optional<std::string> ReadSource(const std::string& path) {
-  const auto contents = ReadFile(path);
-  if (!contents) {
-    Report(path + ": error: the file cannot be read");
-    return std::nullopt;
-  }
-  auto source = DecodeSource(*contents);
+  auto source = ReadBytes(path);
   if (source) return std::move(*source);
-  Report(path + ": error: the file cannot be read: " + std::string(source.GetError().GetMessage().GetView()));
+  Report(path + ": error: " + std::string(source.GetError().GetMessage().GetView()));
   return std::nullopt;
 }
 

@@ -4,6 +4,7 @@
 #include <charconv>
 
 #include "ostra/core/format.h"
+#include "ostra/core/text_characters.h"
 #include "parallelprogram/shaderparser/function_definition.h"
 
 OSTRA_UNIT("shader_assembly_records");
@@ -11,10 +12,6 @@ OSTRA_UNIT("shader_assembly_records");
 namespace ostra {
 
 namespace {
-
-constexpr Bool IsWordCharacter(char c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';
-}
 
 void SkipBlanks(std::string_view& text) {
   while (!text.empty() && (text.front() == ' ' || text.front() == '\t')) text.remove_prefix(1);
@@ -145,12 +142,11 @@ class RecordMaker {
 
   Result<void> AddFunction(const ShaderFunctionDefinition& function) {
     const ShaderOrigin origin = MakeOrigin(function.declarationOrigin);
-    OSTRA_ASSIGN_OR_RETURN(const CString text, CString::Create(function.declaration));
-    auto declaration = ParseFunctionDeclaration(text);
-    if (!declaration) return OSTRA_ILLEGAL_ARGUMENT("@:@: error: @", origin.file, origin.line, declaration.GetError());
-    OSTRA_ASSIGN_OR_RETURN(const InternedId language, InternedId::Create(_parser.GetTargetLanguage().GetView()));
+    auto definition = MakeFunctionDefinition(_parser, function);
+    if (!definition && definition.GetError().GetKind() == kIllegalArgumentError)
+      return OSTRA_ILLEGAL_ARGUMENT("@:@: error: @", origin.file, origin.line, definition.GetError());
     ShaderCode code;
-    OSTRA_ASSIGN_OR_RETURN(code.text, BuildFunctionDefinition(language, *declaration, function.body));
+    OSTRA_ASSIGN_OR_RETURN(code.text, std::move(definition));
     OSTRA_RETURN_IF_ERROR(code.origins.Append(origin));
     for (const ShaderTextOrigin& line : function.bodyOrigins)
       OSTRA_RETURN_IF_ERROR(code.origins.Append(MakeOrigin(line)));
@@ -211,6 +207,13 @@ class RecordMaker {
 };
 
 }  // namespace
+
+Result<String> MakeFunctionDefinition(const ShaderParser& parser, const ShaderFunctionDefinition& function) {
+  OSTRA_ASSIGN_OR_RETURN(const CString text, CString::Create(function.declaration));
+  OSTRA_ASSIGN_OR_RETURN(const FunctionDeclaration declaration, ParseFunctionDeclaration(text));
+  OSTRA_ASSIGN_OR_RETURN(const InternedId language, InternedId::Create(parser.GetTargetLanguage().GetView()));
+  return BuildFunctionDefinition(language, declaration, function.body);
+}
 
 Bool IsReadBySample(const ShaderParser& parser, std::string_view texture) {
   Bool found = false;

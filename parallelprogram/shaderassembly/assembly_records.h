@@ -23,6 +23,10 @@ DrawportStage GetStageOfFile(const Url& file);
 // without invocations; out of memory.
 Result<ShaderRecords> MakeShaderRecords(const ShaderParser& parser, DrawportStage stage);
 
+// A function of a parsed file as the parser's target language needs it. Errors: illegal argument for a declaration that
+// cannot be taken apart; out of memory.
+Result<String> MakeFunctionDefinition(const ShaderParser& parser, const ShaderFunctionDefinition& function);
+
 // Whether a texture is read as "GetFramebufferTexel(PassTexture(name), at, InSampleID)", which is what the
 // multisampling option makes of the reads of a stage.
 Bool IsReadBySample(const ShaderParser& parser, std::string_view texture);

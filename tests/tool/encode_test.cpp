@@ -163,6 +163,13 @@ TEST_F(EncodeTest, TheBuildReadsEncodedKernelsAndHeaders) {
   EXPECT_THAT(damaged->output, HasSubstr("test.krn: error: the file cannot be read: hmac different"));
 }
 
+TEST_F(EncodeTest, TheBuildSaysWhyAKernelCannotBeRead) {
+  const auto missing = tool::RunCommand({OSTRA_TEST_KERNELC, At("none.krn"), At("none.cpp")});
+  EXPECT_EQ(missing->exitStatus, kFailed);
+  EXPECT_EQ(missing->output,
+            At("none.krn") + ": error: " + At("none.krn") + " cannot be read: No such file or directory.\n");
+}
+
 TEST_F(EncodeTest, ADamagedKernelIsNotRun) {
   Write("test.krn", MakeKernel("1.0"));
   Encode("test.krn");

@@ -1,7 +1,6 @@
 #include "apps/ostra/translate/translation.h"
 
 #include "ostra/core/silent_diagnostics.h"
-#include "parallelprogram/shaderparser/function_definition.h"
 
 namespace ostra::tool {
 
@@ -37,13 +36,6 @@ Result<Translation> Translate(const TranslationOptions& options) {
   }
   translation.diagnostics = std::move(recorder.lines);
   return translation;
-}
-
-Result<String> MakeFunctionDefinition(const ShaderParser& parser, const ShaderFunctionDefinition& function) {
-  OSTRA_ASSIGN_OR_RETURN(const CString text, CString::Create(function.declaration));
-  OSTRA_ASSIGN_OR_RETURN(const FunctionDeclaration declaration, ParseFunctionDeclaration(text));
-  OSTRA_ASSIGN_OR_RETURN(const InternedId language, InternedId::Create(parser.GetTargetLanguage().GetView()));
-  return BuildFunctionDefinition(language, declaration, function.body);
 }
 
 }  // namespace ostra::tool

@@ -33,7 +33,4 @@ struct Translation {
 // Diagnostics are those of the whole process: one translation at a time.
 Result<Translation> Translate(const TranslationOptions& options);
 
-// A function as the target language needs it. Error: illegal argument for a declaration that cannot be taken apart.
-Result<String> MakeFunctionDefinition(const ShaderParser& parser, const ShaderFunctionDefinition& function);
-
 }  // namespace ostra::tool

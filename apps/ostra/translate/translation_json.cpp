@@ -1,9 +1,11 @@
 #include <nlohmann/json.hpp>
 
 #include "apps/ostra/translate/translation_report.h"
+#include "apps/ostra/values/text.h"
 #include "ostra/core/atomic.h"
 #include "ostra/math/data_types.h"
 #include "ostra/render/gradient.h"
+#include "parallelprogram/shaderassembly/assembly_records.h"
 
 namespace ostra::tool {
 
@@ -34,8 +36,6 @@ constexpr NamedType kValueTypes[] = {
     {&GetDataType<Vec3<HalfFloat>>, "vec3h"},
     {&GetDataType<Vec4<HalfFloat>>, "vec4h"},
 };
-
-std::string TextOf(std::string_view text) { return std::string(text); }
 
 template <class Texts>
 Json ListTexts(const Texts& texts) {

@@ -2,14 +2,14 @@
 
 #include "apps/ostra/output/table.h"
 #include "apps/ostra/translate/translation_report.h"
+#include "apps/ostra/values/text.h"
+#include "parallelprogram/shaderassembly/assembly_records.h"
 
 namespace ostra::tool {
 
 namespace {
 
 using Rows = std::vector<std::vector<std::string>>;
-
-std::string TextOf(std::string_view text) { return std::string(text); }
 
 std::string GetKindText(const ShaderInputEntry& input) {
   std::string text = input.typeName.IsEmpty() ? "value" : "buffer";
