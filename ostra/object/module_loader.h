@@ -9,8 +9,8 @@
 // error says at which step. Unloading does all of it backwards. A module may be loaded again afterwards.
 //
 // Objects of a module's classes, and values of its data types (in a Data, say), must be gone before the module is
-// unloaded. One thread loads and unloads;
-// GetModules may be called from any thread.
+// unloaded.
+// One thread loads and unloads; GetModules may be called from any thread.
 #pragma once
 
 #include "ostra/core/base_array.h"

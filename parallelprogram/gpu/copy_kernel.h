@@ -30,7 +30,6 @@ class DeviceCopy {
   static UInt32 GetWordCount(const Range& range);
   // Builds the kernel for the context; the one that there was stays in use on error. Errors: those of the build.
   Result<void> Build(const GpuContextData& data);
-  Bool IsBuilt() const { return static_cast<Bool>(_compute); }
   // Copies and waits. What is beyond kMaxWords is left out, with a warning. Errors: those of the GPU compute object.
   Result<void> Run(const GpuContextData& data, DrawportDeviceBuffer& source, DrawportDeviceBuffer& target,
                    const Range& range);

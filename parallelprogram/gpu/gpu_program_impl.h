@@ -149,7 +149,7 @@ class ParallelProgramGPUImpl final : public Component<ParallelProgramGPUImpl, Pa
 
   // Stores a texture whose extents are at least 1. Textures of `spared` are not evicted for it.
   Result<void> StoreTexture(const InternedId& attr, const TextureBindData& bindData, const GpuKernel* spared);
-  Result<Data> ReadTextureData(const InternedId& attr, const TextureSamplerEntry& entry, const Vec3<Int32>& end) const;
+  Result<Data> ReadTextureData(const TextureSamplerEntry& entry, const Vec3<Int32>& end) const;
   // Evicts textures until `bytes` bytes fit or nothing is left to evict; textures of `spared` stay, and those that
   // cannot be read back. Returns whether they fit.
   Result<Bool> MakeRoom(Int bytes, const GpuKernel* spared);

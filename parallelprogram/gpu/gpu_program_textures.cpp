@@ -10,6 +10,7 @@
 OSTRA_UNIT("parallelprogram_gpu_impl");
 
 namespace ostra {
+
 // Whether a texture is kept on the host when the device is full depends on the delete order, not on `outOfCore`.
 Result<void> ParallelProgramGPUImpl::StoreTextureBindData(const InternedId& attr, TextureBindData& texBindData, Bool) {
   RaiseDimensions(texBindData);
@@ -117,14 +118,13 @@ Result<Data> ParallelProgramGPUImpl::GetTextureData(const InternedId& attr, cons
   }
   auto result = [&]() -> Result<Data> {
     OSTRA_RETURN_IF_ERROR(_textures.GetData(attr));
-    return ReadTextureData(attr, *entry, regionMax);
+    return ReadTextureData(*entry, regionMax);
   }();
   if (!result) CriticalOutput("@, at attribute @", result.GetError(), attr);
   return result;
 }
 
-Result<Data> ParallelProgramGPUImpl::ReadTextureData(const InternedId&, const TextureSamplerEntry& entry,
-                                                     const Vec3<Int32>& end) const {
+Result<Data> ParallelProgramGPUImpl::ReadTextureData(const TextureSamplerEntry& entry, const Vec3<Int32>& end) const {
   OSTRA_RETURN_IF_ERROR(CheckHasContext(_current));
   if (!entry._texture) return OSTRA_ILLEGAL_STATE("The texture is not on the device.");
   const DrawportTextureDescription& description = entry._texture->GetDescription();

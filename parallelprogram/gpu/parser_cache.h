@@ -49,7 +49,8 @@ class ParserCache {
 
   // The parser of a file, after its parse: a cached one when it was made for the same file, language and options and
   // the files it read have not changed since, otherwise a new one, which is cached. A parser whose parse fails is
-  // forgotten; what it has read so far is put into `failed`. `lock` guards the cache while it is looked into.
+  // forgotten; what it has read so far is put into `failed`. `lock` is held
+  // while the cache is looked into; it keeps out others with the same lock only, and the cache guards itself.
   // Errors: illegal state "parser could not be build" for a language without translation; those of the parse.
   Result<ParsedKernel> Parse(const KernelSource& source, AtomicInt32& lock, SourcesRead* failed = nullptr);
   // Forgets all parsers.

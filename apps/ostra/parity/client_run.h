@@ -24,7 +24,6 @@ class ClientRun {
   ClientRun(const Id& programClass, const Url& kernels);
 
   Bool IsGpu() const { return _isGpu; }
-  ParallelProgramInterface& GetProgram() { return *_program; }
   ParallelProgramInterface* operator->() { return _program.GetPointer(); }
   const Url& GetKernels() const { return _kernels; }
 

@@ -11,7 +11,7 @@ OSTRA_UNIT("parity_program");
 namespace ostra::parity {
 
 namespace {
-constexpr Bool kDisableBarrier = false;
+constexpr Bool kWithBarrier = false;  // what the parameter disableBarrier is then
 }
 
 Result<ParallelProgramRef> MakeProgram(const Id& programClass, const Url& kernels) {
@@ -94,7 +94,7 @@ void ProgramRunner::SetTexture(const char* name, TextureBindData& description) {
 void ProgramRunner::Run(const Vec3<UInt32>& extent) {
   Do([&]() -> Result<void> {
     OSTRA_RETURN_IF_ERROR(_program->UpdateUniforms());
-    OSTRA_RETURN_IF_ERROR(_program->DispatchKernel(extent.x, extent.y, extent.z, kDisableBarrier));
+    OSTRA_RETURN_IF_ERROR(_program->DispatchKernel(extent.x, extent.y, extent.z, kWithBarrier));
     return _program->Execute(true);
   });
 }

@@ -19,7 +19,7 @@ OSTRA_UNIT("program_run");
 namespace ostra::tool {
 
 namespace {
-constexpr Bool kDisableBarrier = false;
+constexpr Bool kWithBarrier = false;  // what the parameter disableBarrier is then
 
 // While it lives, nothing is said of a job that failed: the next call to the program ends with the same words, and
 // those are the tool's line. Other diagnostics are said when it ends.
@@ -123,7 +123,7 @@ Result<Float64> ProgramRun::Run(Int iterations) {
     OSTRA_RETURN_IF_ERROR(_program->UpdateUniforms());
     const auto side = [](Int length) { return static_cast<UInt32>(length); };
     OSTRA_RETURN_IF_ERROR(_program->DispatchKernel(side(_plan->size.width), side(_plan->size.height),
-                                                   side(_plan->size.depth), kDisableBarrier));
+                                                   side(_plan->size.depth), kWithBarrier));
   }
   OSTRA_RETURN_IF_ERROR(_program->Execute(true));
   return std::chrono::duration<Float64, std::milli>(std::chrono::steady_clock::now() - start).count();
