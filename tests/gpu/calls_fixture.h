@@ -16,6 +16,7 @@
 #include "tests/gpu/recording_drawport.h"
 #include "tests/support/diagnostic_recorder.h"
 #include "tests/support/result_matchers.h"
+#include "tests/support/temporary_folder.h"
 
 namespace ostra::test {
 
@@ -48,7 +49,6 @@ class GpuCallsTest : public testing::Test {
     g_reloadKernelsParallelProgram = false;
     g_32bitOnlyParallelProgram = false;
     ResetParserCache();
-    std::filesystem::remove_all(folder);
   }
   void Start() {
     programClass = *CreateGpuProgramClass();
@@ -85,9 +85,8 @@ class GpuCallsTest : public testing::Test {
     return data;
   }
 
-  const std::filesystem::path folder =
-      std::filesystem::temp_directory_path() /
-      (std::string("ostra_calls_") + testing::UnitTest::GetInstance()->current_test_info()->name());
+  TemporaryFolder temporary;
+  const std::filesystem::path folder = temporary.GetPath();
   int stamp = 0;
   RecordingDevice device;
   ClassRef programClass;

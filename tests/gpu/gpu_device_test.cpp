@@ -11,6 +11,7 @@
 #include "parallelprogram/textures/sampling_data.h"
 #include "tests/gpu/gpu_fixture.h"
 #include "tests/support/diagnostic_recorder.h"
+#include "tests/support/temporary_folder.h"
 
 namespace ostra::test {
 namespace {
@@ -30,7 +31,6 @@ class GpuDeviceTest : public testing::Test {
     Set("g_reloadKernelsParallelProgram", "false");
     Set("g_outOfCoreParallelProgram", "false");
     Set("g_32bitOnlyParallelProgram", "false");
-    std::filesystem::remove_all(folder);
   }
   static void Set(const char* variable, const char* value) {
     EXPECT_THAT(Configuration::SetValue(variable, value, "test"), IsOk());
@@ -57,9 +57,8 @@ class GpuDeviceTest : public testing::Test {
            ";\n}\nOSTRA_PARALLEL_KERNEL_END\n";
   }
 
-  const std::filesystem::path folder =
-      std::filesystem::temp_directory_path() /
-      (std::string("ostra_gpu_") + testing::UnitTest::GetInstance()->current_test_info()->name());
+  TemporaryFolder temporary;
+  const std::filesystem::path folder = temporary.GetPath();
   int stamp = 0;
   ParallelProgramRef program;
 };

@@ -10,6 +10,7 @@
 #include "ostra/math/half_float.h"
 #include "parallelprogram/textures/sampling_data.h"
 #include "tests/gpu/gpu_fixture.h"
+#include "tests/support/temporary_folder.h"
 
 namespace ostra::test {
 namespace {
@@ -30,7 +31,6 @@ class GpuImagesTest : public DeviceProgramTest {
     program = nullptr;
     SetDrawportShadingLanguage(kShadingLanguageGlsl);
     EXPECT_THAT(Configuration::SetValue("g_32bitOnlyParallelProgram", "false", "test"), IsOk());
-    std::filesystem::remove_all(folder);
   }
   void Make32BitOnly() {
     ASSERT_THAT(Configuration::SetValue("g_32bitOnlyParallelProgram", "true", "test"), IsOk());
@@ -162,9 +162,8 @@ class GpuImagesTest : public DeviceProgramTest {
       }
   }
 
-  const std::filesystem::path folder =
-      std::filesystem::temp_directory_path() /
-      (std::string("ostra_images_") + testing::UnitTest::GetInstance()->current_test_info()->name());
+  TemporaryFolder temporary;
+  const std::filesystem::path folder = temporary.GetPath();
   int files = 0;
 };
 

@@ -14,6 +14,7 @@
 #include "parallelprogram/gpu/texture_transfer.h"
 #include "parallelprogram/gpu/work_group_counts.h"
 #include "tests/support/result_matchers.h"
+#include "tests/support/temporary_folder.h"
 
 namespace ostra {
 namespace {
@@ -256,7 +257,6 @@ TEST(TextureStorageTest, AReadRecordLeadsBackToItsDescription) {
 class KernelLocationTest : public testing::Test {
  protected:
   void SetUp() override { std::filesystem::create_directories(folder / "shaders"); }
-  void TearDown() override { std::filesystem::remove_all(folder); }
   void Touch(const std::string& name) { std::ofstream(folder / "shaders" / name) << "\n"; }
   // The name of the file that is found, and its template argument in brackets.
   std::string Locate(const std::string& name) {
@@ -270,9 +270,8 @@ class KernelLocationTest : public testing::Test {
       text.append("[").append(location->templateArgument.GetView()).append("]");
     return text;
   }
-  const std::filesystem::path folder =
-      std::filesystem::temp_directory_path() /
-      (std::string("ostra_location_") + testing::UnitTest::GetInstance()->current_test_info()->name());
+  TemporaryFolder temporary;
+  const std::filesystem::path folder = temporary.GetPath();
 };
 
 TEST_F(KernelLocationTest, AVariantForTheGpuComesFirst) {
