@@ -4,7 +4,7 @@
 
 #include "ostra/core/diagnostics.h"
 #include "ostra/object/class.h"
-#include "parallelprogram/gpu/cache_keys.h"
+#include "parallelprogram/device/cache_keys.h"
 
 OSTRA_UNIT("parallelprogram_gpu_impl");
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "ostra/drawport/gpu_compute.h"
-#include "parallelprogram/gpu/gpu_context.h"
+#include "parallelprogram/device/gpu_context.h"
 
 namespace ostra {
 

@@ -5,8 +5,8 @@
 #include <optional>
 
 #include "ostra/drawport/gpu_compute.h"
-#include "parallelprogram/gpu/parameter_binding.h"
-#include "parallelprogram/gpu/parser_cache.h"
+#include "parallelprogram/device/parameter_binding.h"
+#include "parallelprogram/device/parser_cache.h"
 
 namespace ostra {
 

@@ -2,8 +2,8 @@
 // the parameters of a program.
 #include "ostra/core/format.h"
 #include "ostra/render/render_noise.h"
+#include "parallelprogram/base/configuration_variables.h"
 #include "parallelprogram/gpu/gpu_program_impl.h"
-#include "parallelprogram/module/configuration_variables.h"
 
 OSTRA_UNIT("parallelprogram_gpu_impl");
 

@@ -2,8 +2,8 @@
 #include <algorithm>
 
 #include "ostra/core/format.h"
-#include "parallelprogram/gpu/buffer_transfer.h"
-#include "parallelprogram/gpu/cache_keys.h"
+#include "parallelprogram/device/buffer_transfer.h"
+#include "parallelprogram/device/cache_keys.h"
 #include "parallelprogram/gpu/gpu_program_impl.h"
 #include "parallelprogram/program/range_check.h"
 

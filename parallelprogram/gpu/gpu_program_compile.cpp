@@ -2,9 +2,9 @@
 #include <algorithm>
 
 #include "ostra/core/diagnostics.h"
-#include "parallelprogram/gpu/cache_keys.h"
+#include "parallelprogram/base/configuration_variables.h"
+#include "parallelprogram/device/cache_keys.h"
 #include "parallelprogram/gpu/gpu_program_impl.h"
-#include "parallelprogram/module/configuration_variables.h"
 #include "parallelprogram/program/noise_modes.h"
 #include "parallelprogram/shaderassembly/assembly_records.h"
 

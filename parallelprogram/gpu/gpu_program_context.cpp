@@ -1,8 +1,8 @@
 // The GPU program's context: where it comes from, what it must be able to do, and its replacement.
 #include "ostra/drawport/selector_test.h"
+#include "parallelprogram/base/configuration_variables.h"
 #include "parallelprogram/gpu/gpu_program.h"
 #include "parallelprogram/gpu/gpu_program_impl.h"
-#include "parallelprogram/module/configuration_variables.h"
 #include "parallelprogram/program/noise_modes.h"
 
 OSTRA_UNIT("parallelprogram_gpu_impl");

@@ -2,9 +2,9 @@
 #include <algorithm>
 
 #include "ostra/core/format.h"
+#include "parallelprogram/base/configuration_variables.h"
 #include "parallelprogram/gpu/gpu_program_impl.h"
 #include "parallelprogram/gpu/work_group_counts.h"
-#include "parallelprogram/module/configuration_variables.h"
 
 OSTRA_UNIT("parallelprogram_gpu_impl");
 

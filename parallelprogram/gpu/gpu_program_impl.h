@@ -6,9 +6,9 @@
 #pragma once
 
 #include "ostra/jobs/job_group.h"
-#include "parallelprogram/gpu/buffer_values.h"
+#include "parallelprogram/device/buffer_values.h"
+#include "parallelprogram/device/device_textures.h"
 #include "parallelprogram/gpu/copy_kernel.h"
-#include "parallelprogram/gpu/device_textures.h"
 #include "parallelprogram/gpu/gpu_kernel.h"
 #include "parallelprogram/program/parallel_program.h"
 

@@ -2,8 +2,8 @@
 #include "ostra/core/diagnostics.h"
 #include "ostra/io/file.h"
 #include "ostra/object/class.h"
+#include "parallelprogram/device/kernel_location.h"
 #include "parallelprogram/gpu/gpu_program_impl.h"
-#include "parallelprogram/gpu/kernel_location.h"
 
 OSTRA_UNIT("parallelprogram_gpu_impl");
 

@@ -2,7 +2,7 @@
 // the device when a kernel that reads them runs.
 #include <algorithm>
 
-#include "parallelprogram/gpu/cache_keys.h"
+#include "parallelprogram/device/cache_keys.h"
 #include "parallelprogram/gpu/gpu_program_impl.h"
 
 OSTRA_UNIT("parallelprogram_gpu_impl");

@@ -2,10 +2,10 @@
 #include <algorithm>
 
 #include "ostra/core/diagnostics.h"
-#include "parallelprogram/gpu/cache_keys.h"
+#include "parallelprogram/base/configuration_variables.h"
+#include "parallelprogram/device/cache_keys.h"
+#include "parallelprogram/device/texture_transfer.h"
 #include "parallelprogram/gpu/gpu_program_impl.h"
-#include "parallelprogram/gpu/texture_transfer.h"
-#include "parallelprogram/module/configuration_variables.h"
 
 OSTRA_UNIT("parallelprogram_gpu_impl");
 

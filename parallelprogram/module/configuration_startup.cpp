@@ -3,7 +3,7 @@
 
 #include "ostra/config/configuration.h"
 #include "ostra/object/registration.h"
-#include "parallelprogram/module/configuration_variables.h"
+#include "parallelprogram/base/configuration_variables.h"
 #include "parallelprogram/module/startup.h"
 
 OSTRA_UNIT("configuration");

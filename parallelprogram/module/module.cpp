@@ -2,7 +2,7 @@
 #include <array>
 
 #include "ostra/object/host_frameworks.h"
-#include "parallelprogram/module/configuration_variables.h"
+#include "parallelprogram/base/configuration_variables.h"
 #include "parallelprogram/module/startup.h"
 #include "parallelprogram/module/units.h"
 

@@ -1,9 +1,9 @@
 #include "parallelprogram/module/units.h"
 
 #include "ostra/object/registration.h"
+#include "parallelprogram/base/configuration_variables.h"
+#include "parallelprogram/device/parser_cache.h"
 #include "parallelprogram/gpu/gpu_program.h"
-#include "parallelprogram/gpu/parser_cache.h"
-#include "parallelprogram/module/configuration_variables.h"
 #include "parallelprogram/module/kernel_base_class.h"
 #include "parallelprogram/program/cpu_program.h"
 #include "parallelprogram/program/kernel_interface.h"

@@ -1,6 +1,6 @@
 // Buffers of the shader loader, and the links of stages to them.
-#include "parallelprogram/gpu/buffer_transfer.h"
-#include "parallelprogram/gpu/buffer_values.h"
+#include "parallelprogram/device/buffer_transfer.h"
+#include "parallelprogram/device/buffer_values.h"
 #include "parallelprogram/shaderloader/general_shader_loader_impl.h"
 
 OSTRA_UNIT("general_shader_loader_impl");

@@ -1,7 +1,7 @@
 // How the shader loader builds programs: keys, descriptions for the GPU layer, vertex attributes.
 #include "ostra/core/format.h"
 #include "ostra/drawport/shader_cache_access.h"
-#include "parallelprogram/gpu/cache_keys.h"
+#include "parallelprogram/device/cache_keys.h"
 #include "parallelprogram/shaderloader/general_shader_loader_impl.h"
 
 OSTRA_UNIT("general_shader_loader_impl");

@@ -5,7 +5,7 @@
 #pragma once
 
 #include "ostra/render/gradient.h"
-#include "parallelprogram/gpu/device_textures.h"
+#include "parallelprogram/device/device_textures.h"
 #include "parallelprogram/shaderloader/general_shader_loader_interface.h"
 #include "parallelprogram/shaderloader/graphics_program.h"
 

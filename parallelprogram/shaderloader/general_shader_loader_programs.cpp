@@ -1,7 +1,7 @@
 // Programs of the shader loader: the table, the active one, and reloading.
 #include "ostra/core/format.h"
-#include "parallelprogram/gpu/cache_keys.h"
-#include "parallelprogram/module/configuration_variables.h"
+#include "parallelprogram/base/configuration_variables.h"
+#include "parallelprogram/device/cache_keys.h"
 #include "parallelprogram/shaderloader/general_shader_loader_impl.h"
 
 OSTRA_UNIT("general_shader_loader_impl");

@@ -1,5 +1,5 @@
 // The render state of the shader loader's programs.
-#include "parallelprogram/gpu/cache_keys.h"
+#include "parallelprogram/device/cache_keys.h"
 #include "parallelprogram/shaderloader/general_shader_loader_impl.h"
 
 OSTRA_UNIT("general_shader_loader_impl");

@@ -2,8 +2,8 @@
 #include <algorithm>
 
 #include "ostra/core/diagnostics.h"
-#include "parallelprogram/gpu/cache_keys.h"
-#include "parallelprogram/gpu/texture_transfer.h"
+#include "parallelprogram/device/cache_keys.h"
+#include "parallelprogram/device/texture_transfer.h"
 #include "parallelprogram/shaderloader/general_shader_loader_impl.h"
 
 OSTRA_UNIT("general_shader_loader_impl");

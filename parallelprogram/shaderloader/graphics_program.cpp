@@ -2,8 +2,8 @@
 
 #include "ostra/core/format.h"
 #include "ostra/io/file.h"
-#include "parallelprogram/gpu/cache_keys.h"
-#include "parallelprogram/gpu/kernel_location.h"
+#include "parallelprogram/device/cache_keys.h"
+#include "parallelprogram/device/kernel_location.h"
 
 OSTRA_UNIT("general_shader_loader_impl");
 

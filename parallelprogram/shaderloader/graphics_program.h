@@ -3,8 +3,8 @@
 #pragma once
 
 #include "ostra/drawport/cache.h"
-#include "parallelprogram/gpu/parameter_binding.h"
-#include "parallelprogram/gpu/parser_cache.h"
+#include "parallelprogram/device/parameter_binding.h"
+#include "parallelprogram/device/parser_cache.h"
 
 namespace ostra {
 

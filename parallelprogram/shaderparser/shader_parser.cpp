@@ -1,6 +1,6 @@
 #include "parallelprogram/shaderparser/shader_parser.h"
 
-#include "parallelprogram/module/spin.h"
+#include "parallelprogram/base/spin.h"
 #include "parallelprogram/shaderparser/block_machine.h"
 #include "parallelprogram/shaderparser/include_parser.h"
 

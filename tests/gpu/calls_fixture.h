@@ -8,9 +8,9 @@
 #include <fstream>
 
 #include "ostra/math/data_types.h"
+#include "parallelprogram/base/configuration_variables.h"
+#include "parallelprogram/device/parser_cache.h"
 #include "parallelprogram/gpu/gpu_program.h"
-#include "parallelprogram/gpu/parser_cache.h"
-#include "parallelprogram/module/configuration_variables.h"
 #include "parallelprogram/program/parallel_program.h"
 #include "parallelprogram/textures/sampling_data.h"
 #include "tests/gpu/recording_drawport.h"

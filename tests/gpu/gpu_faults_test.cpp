@@ -1,6 +1,6 @@
 // The GPU program while calls of the driver fail, and on a device that is lost.
+#include "parallelprogram/device/parser_cache.h"
 #include "parallelprogram/gpu/gpu_program.h"
-#include "parallelprogram/gpu/parser_cache.h"
 #include "parallelprogram/program/parallel_program.h"
 #include "parallelprogram/textures/texture_bind_data.h"
 #include "tests/drawport_vulkan/internal_fixture.h"

@@ -5,9 +5,9 @@
 
 #include "ostra/drawport/null_backend.h"
 #include "ostra/drawport/selector_test.h"
+#include "parallelprogram/base/configuration_variables.h"
 #include "parallelprogram/gpu/gpu_program.h"
 #include "parallelprogram/gpu/gpu_program_impl.h"
-#include "parallelprogram/module/configuration_variables.h"
 #include "parallelprogram/program/parallel_program.h"
 #include "tests/support/diagnostic_recorder.h"
 #include "tests/support/result_matchers.h"

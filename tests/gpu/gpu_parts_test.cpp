@@ -6,12 +6,12 @@
 #include <random>
 
 #include "ostra/math/half_float.h"
-#include "parallelprogram/gpu/buffer_transfer.h"
-#include "parallelprogram/gpu/cache_keys.h"
-#include "parallelprogram/gpu/kernel_location.h"
-#include "parallelprogram/gpu/parser_cache.h"
-#include "parallelprogram/gpu/texture_storage.h"
-#include "parallelprogram/gpu/texture_transfer.h"
+#include "parallelprogram/device/buffer_transfer.h"
+#include "parallelprogram/device/cache_keys.h"
+#include "parallelprogram/device/kernel_location.h"
+#include "parallelprogram/device/parser_cache.h"
+#include "parallelprogram/device/texture_storage.h"
+#include "parallelprogram/device/texture_transfer.h"
 #include "parallelprogram/gpu/work_group_counts.h"
 #include "tests/support/result_matchers.h"
 #include "tests/support/temporary_folder.h"

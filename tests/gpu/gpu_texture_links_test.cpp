@@ -1,6 +1,6 @@
 // Textures of the GPU program under their names: handles and cache items, links of kernels, names of two programs,
 // images that kernels write, and layers, of which the device has one.
-#include "parallelprogram/gpu/device_textures.h"
+#include "parallelprogram/device/device_textures.h"
 #include "tests/gpu/textures_fixture.h"
 
 namespace ostra::test {

@@ -1,5 +1,5 @@
 // Bytes on their way between clients and buffers of the GPU program: chunks, what is refused, and what fails midway.
-#include "parallelprogram/gpu/cache_keys.h"
+#include "parallelprogram/device/cache_keys.h"
 #include "tests/gpu/buffers_fixture.h"
 #include "tests/parallelprogram/array_sources.h"
 

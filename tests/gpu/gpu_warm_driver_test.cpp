@@ -1,6 +1,6 @@
 // What a dispatch costs the driver once everything has been used: no descriptor sets.
+#include "parallelprogram/device/parser_cache.h"
 #include "parallelprogram/gpu/gpu_program.h"
-#include "parallelprogram/gpu/parser_cache.h"
 #include "parallelprogram/program/parallel_program.h"
 #include "tests/drawport_vulkan/internal_fixture.h"
 #include "tests/drawport_vulkan/replaced_function.h"

@@ -10,7 +10,7 @@
 #include "ostra/object/framework.h"
 #include "ostra/object/machine_info.h"
 #include "ostra/object/registration.h"
-#include "parallelprogram/module/configuration_variables.h"
+#include "parallelprogram/base/configuration_variables.h"
 #include "parallelprogram/module/startup.h"
 #include "parallelprogram/module/units.h"
 #include "tests/support/diagnostic_recorder.h"

@@ -1,5 +1,5 @@
 // Looks inside the module: spin waits are not visible from outside.
-#include "parallelprogram/module/spin.h"
+#include "parallelprogram/base/spin.h"
 
 #include <gmock/gmock.h>
 
@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "ostra/core/host_flags.h"
-#include "parallelprogram/module/spin_step.h"
+#include "parallelprogram/base/spin_step.h"
 
 namespace ostra {
 namespace {

@@ -1,6 +1,6 @@
 // Buffers of the loader and links to them: calls, ranges, messages, and where programs that compute do otherwise.
+#include "parallelprogram/device/parser_cache.h"
 #include "parallelprogram/gpu/gpu_program.h"
-#include "parallelprogram/gpu/parser_cache.h"
 #include "parallelprogram/program/parallel_program.h"
 #include "tests/shaderloader/loader_fixture.h"
 

@@ -1,5 +1,5 @@
 // How programs are built: keys, what the GPU layer is told about stages, attributes.
-#include "parallelprogram/gpu/cache_keys.h"
+#include "parallelprogram/device/cache_keys.h"
 #include "tests/shaderloader/loader_fixture.h"
 
 namespace ostra::test {

@@ -16,7 +16,7 @@
 #include <vector>
 
 #include "ostra/math/data_types.h"
-#include "parallelprogram/module/configuration_variables.h"
+#include "parallelprogram/base/configuration_variables.h"
 #include "parallelprogram/program/shader_data_entries.h"
 #include "parallelprogram/shaderloader/general_shader_loader.h"
 #include "parallelprogram/shaderloader/general_shader_loader_interface.h"

@@ -12,6 +12,9 @@ import sys
 # From the ground up: a room includes itself and those before it.
 HOST_ROOMS = ["core", "math", "object", "config", "monitor", "jobs", "io", "crypt", "image", "render", "drawport",
               "shadercompiler", "drawport_vulkan"]
+MODULE_ROOMS = ["base", "textures", "program", "kernelfront", "shaderparser", "shaderassembly", "device", "gpu",
+                "shaderloader", "module"]
+ROOMS = {"ostra": HOST_ROOMS, "parallelprogram": MODULE_ROOMS}
 
 # Further restrictions: what a folder must not include although it stands later.
 FORBIDDEN = [
@@ -73,21 +76,22 @@ def check_arrows(root):
     for path in find_sources(root, ["ostra", "parallelprogram"]):
         name = path.relative_to(root).as_posix()
         parts = name.split("/")
-        room = parts[1] if parts[0] == "ostra" and len(parts) > 2 else None
-        if room and room not in HOST_ROOMS:
-            yield f"{name}:1: the room ostra/{room} is not in the list of rooms"
+        house, room = parts[0], parts[1] if len(parts) > 2 else None
+        if room and room not in ROOMS[house]:
+            yield f"{name}:1: the room {house}/{room} is not in the list of rooms"
             continue
         for line, _, included in find_includes(path):
             for folder, pattern in FORBIDDEN:
                 if name.startswith(folder) and re.match(pattern, included):
                     yield f"{name}:{line}: {folder} must not include {included}"
-            target = re.match(r"ostra/(?:([^/]+)/)?", included)
+            target = re.match(house + r"/(?:([^/]+)/)?", included)
             if not room or not target:
                 continue
+            rooms = ROOMS[house]
             if target.group(1) is None:
                 yield f"{name}:{line}: a room must not include {included}, which stands above all rooms"
-            elif target.group(1) not in HOST_ROOMS or HOST_ROOMS.index(target.group(1)) > HOST_ROOMS.index(room):
-                yield f"{name}:{line}: ostra/{room} must not include {included}, a later room"
+            elif target.group(1) not in rooms or rooms.index(target.group(1)) > rooms.index(room):
+                yield f"{name}:{line}: {house}/{room} must not include {included}, a later room"
 
 
 def check_libraries(root):

@@ -38,6 +38,12 @@ class CheckStructureTest(unittest.TestCase):
         self.write("ostra/core/a.cpp", '\n#include "ostra/jobs/b.h"\n')
         self.expect("arrows", "ostra/core/a.cpp:2: ostra/core must not include ostra/jobs/b.h, a later room")
 
+    def test_rooms_of_the_module_have_an_order_too(self):
+        self.write("parallelprogram/textures/a.cpp", '#include "parallelprogram/program/b.h"\n')
+        self.write("parallelprogram/gpu/a.cpp", '#include "parallelprogram/device/b.h"\n')
+        self.expect("arrows", "parallelprogram/textures/a.cpp:1: parallelprogram/textures must not include "
+                              "parallelprogram/program/b.h, a later room")
+
     def test_a_room_that_includes_the_whole_host_is_found(self):
         self.write("ostra/core/a.cpp", '#include "ostra/host.h"\n')
         self.expect("arrows",

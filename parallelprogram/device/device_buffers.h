@@ -7,8 +7,8 @@
 #pragma once
 
 #include "ostra/core/data_dictionary.h"
-#include "parallelprogram/gpu/buffer_transfer.h"
-#include "parallelprogram/gpu/gpu_context.h"
+#include "parallelprogram/device/buffer_transfer.h"
+#include "parallelprogram/device/gpu_context.h"
 #include "parallelprogram/program/shader_data_entries.h"
 
 namespace ostra {

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "ostra/core/host_flags.h"
-#include "parallelprogram/module/spin.h"
+#include "parallelprogram/base/spin.h"
 
 namespace ostra {
 

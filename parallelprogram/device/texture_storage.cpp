@@ -1,4 +1,4 @@
-#include "parallelprogram/gpu/texture_storage.h"
+#include "parallelprogram/device/texture_storage.h"
 
 #include <algorithm>
 
@@ -6,7 +6,7 @@
 #include "ostra/image/pixel_format_search.h"
 #include "ostra/jobs/parallel_for.h"
 #include "ostra/math/half_float.h"
-#include "parallelprogram/gpu/cache_keys.h"
+#include "parallelprogram/device/cache_keys.h"
 
 OSTRA_UNIT("parallelprogram_gpu_impl");
 

@@ -1,7 +1,7 @@
 // Texels between the host and textures, in blocks that fit a staging buffer.
 #pragma once
 
-#include "parallelprogram/gpu/gpu_context.h"
+#include "parallelprogram/device/gpu_context.h"
 #include "parallelprogram/textures/sampling_data.h"
 
 namespace ostra {

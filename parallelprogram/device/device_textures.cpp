@@ -1,10 +1,10 @@
-#include "parallelprogram/gpu/device_textures.h"
+#include "parallelprogram/device/device_textures.h"
 
 #include <algorithm>
 
 #include "ostra/core/diagnostics.h"
-#include "parallelprogram/gpu/cache_keys.h"
-#include "parallelprogram/gpu/texture_transfer.h"
+#include "parallelprogram/device/cache_keys.h"
+#include "parallelprogram/device/texture_transfer.h"
 #include "parallelprogram/textures/texture_records.h"
 
 OSTRA_UNIT("parallelprogram_gpu_impl");

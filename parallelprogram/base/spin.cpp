@@ -1,8 +1,8 @@
-#include "parallelprogram/module/spin.h"
+#include "parallelprogram/base/spin.h"
 
 #include "ostra/core/cpu_pause.h"
 #include "ostra/core/host_flags.h"
-#include "parallelprogram/module/spin_step.h"
+#include "parallelprogram/base/spin_step.h"
 
 namespace ostra {
 namespace {

@@ -1,7 +1,7 @@
-#include "parallelprogram/gpu/parameter_binding.h"
+#include "parallelprogram/device/parameter_binding.h"
 
 #include "ostra/core/format.h"
-#include "parallelprogram/gpu/device_textures.h"
+#include "parallelprogram/device/device_textures.h"
 
 OSTRA_UNIT("parallelprogram_gpu_impl");
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "ostra/drawport/program_factory.h"
-#include "parallelprogram/gpu/device_counters.h"
+#include "parallelprogram/device/device_counters.h"
 
 namespace ostra {
 

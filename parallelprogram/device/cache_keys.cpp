@@ -1,4 +1,4 @@
-#include "parallelprogram/gpu/cache_keys.h"
+#include "parallelprogram/device/cache_keys.h"
 
 #include <algorithm>
 #include <array>

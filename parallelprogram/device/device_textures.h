@@ -2,8 +2,8 @@
 // textures this way.
 #pragma once
 
-#include "parallelprogram/gpu/device_buffers.h"
-#include "parallelprogram/gpu/texture_storage.h"
+#include "parallelprogram/device/device_buffers.h"
+#include "parallelprogram/device/texture_storage.h"
 
 namespace ostra {
 

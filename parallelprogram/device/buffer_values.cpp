@@ -1,4 +1,4 @@
-#include "parallelprogram/gpu/buffer_values.h"
+#include "parallelprogram/device/buffer_values.h"
 
 #include "ostra/core/format.h"
 

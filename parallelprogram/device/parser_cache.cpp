@@ -1,10 +1,10 @@
-#include "parallelprogram/gpu/parser_cache.h"
+#include "parallelprogram/device/parser_cache.h"
 
 #include <mutex>
 
 #include "ostra/io/file.h"
-#include "parallelprogram/gpu/cache_keys.h"
-#include "parallelprogram/module/spin.h"
+#include "parallelprogram/base/spin.h"
+#include "parallelprogram/device/cache_keys.h"
 
 OSTRA_UNIT("parallelprogram_gpu_impl");
 

@@ -1,4 +1,4 @@
-#include "parallelprogram/gpu/texture_transfer.h"
+#include "parallelprogram/device/texture_transfer.h"
 
 #include <algorithm>
 

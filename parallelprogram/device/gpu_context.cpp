@@ -1,4 +1,4 @@
-#include "parallelprogram/gpu/gpu_context.h"
+#include "parallelprogram/device/gpu_context.h"
 
 #include <atomic>
 

@@ -1,4 +1,4 @@
-#include "parallelprogram/gpu/device_counters.h"
+#include "parallelprogram/device/device_counters.h"
 
 OSTRA_UNIT("parallelprogram_gpu_impl");
 

@@ -1,8 +1,8 @@
-#include "parallelprogram/gpu/device_buffers.h"
+#include "parallelprogram/device/device_buffers.h"
 
-#include "parallelprogram/gpu/buffer_transfer.h"
-#include "parallelprogram/gpu/buffer_values.h"
-#include "parallelprogram/gpu/cache_keys.h"
+#include "parallelprogram/device/buffer_transfer.h"
+#include "parallelprogram/device/buffer_values.h"
+#include "parallelprogram/device/cache_keys.h"
 #include "parallelprogram/program/range_check.h"
 
 OSTRA_UNIT("parallelprogram_gpu_impl");

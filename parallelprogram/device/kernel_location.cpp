@@ -1,4 +1,4 @@
-#include "parallelprogram/gpu/kernel_location.h"
+#include "parallelprogram/device/kernel_location.h"
 
 #include "ostra/io/file.h"
 

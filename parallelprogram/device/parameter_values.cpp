@@ -2,7 +2,7 @@
 #include "ostra/core/format.h"
 #include "ostra/math/data_types.h"
 #include "ostra/render/gradient.h"
-#include "parallelprogram/gpu/parameter_binding.h"
+#include "parallelprogram/device/parameter_binding.h"
 
 OSTRA_UNIT("parallelprogram_gpu_impl");
 

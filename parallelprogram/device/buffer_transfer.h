@@ -1,7 +1,7 @@
 // Bytes between the host and device buffers, in chunks that fit a staging buffer, each of them moved by several jobs.
 #pragma once
 
-#include "parallelprogram/gpu/gpu_context.h"
+#include "parallelprogram/device/gpu_context.h"
 
 namespace ostra {
 

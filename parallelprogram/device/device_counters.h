@@ -2,7 +2,7 @@
 #pragma once
 
 #include "ostra/core/hash_map.h"
-#include "parallelprogram/gpu/device_buffers.h"
+#include "parallelprogram/device/device_buffers.h"
 
 namespace ostra {
 

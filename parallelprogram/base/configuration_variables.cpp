@@ -1,4 +1,4 @@
-#include "parallelprogram/module/configuration_variables.h"
+#include "parallelprogram/base/configuration_variables.h"
 
 #include "ostra/core/diagnostics.h"
 #include "ostra/object/module_descriptor.h"

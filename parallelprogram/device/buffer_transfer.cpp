@@ -1,4 +1,4 @@
-#include "parallelprogram/gpu/buffer_transfer.h"
+#include "parallelprogram/device/buffer_transfer.h"
 
 #include <algorithm>
 #include <cstring>
