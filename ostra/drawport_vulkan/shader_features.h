@@ -11,9 +11,14 @@
 namespace ostra::vulkan {
 
 struct ShaderFeatures {
+  ShaderFeatures() {
+    since11.sType = VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_VULKAN_1_1_FEATURES;
+    since12.sType = VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_VULKAN_1_2_FEATURES;
+  }
+
   VkPhysicalDeviceFeatures core = {};
-  VkPhysicalDeviceVulkan11Features since11 = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_VULKAN_1_1_FEATURES};
-  VkPhysicalDeviceVulkan12Features since12 = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_VULKAN_1_2_FEATURES};
+  VkPhysicalDeviceVulkan11Features since11 = {};
+  VkPhysicalDeviceVulkan12Features since12 = {};
   VkSubgroupFeatureFlags subgroupOperations = 0;
   VkShaderStageFlags subgroupStages = 0;
   UInt32 maxSharedBytes = 0;  // of a work group
