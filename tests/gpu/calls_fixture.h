@@ -38,6 +38,19 @@ OSTRA_PARALLEL_KERNEL(Calls, KERNELINPUTS)
 OSTRA_PARALLEL_KERNEL_END
 )";
 
+// One parameter, and nothing more.
+inline constexpr const char* kPlain = R"(#define KERNELINPUTS \
+(Block<Float32>) values
+
+GROUPSIZE(8, 4, 1)
+
+OSTRA_PARALLEL_KERNEL(Plain, KERNELINPUTS)
+{
+	UNIFORM_BUFFER(values)[0] = 1.0;
+}
+OSTRA_PARALLEL_KERNEL_END
+)";
+
 // The test program is linked with the GPU program itself; nothing is loaded.
 class GpuCallsTest : public testing::Test {
  protected:

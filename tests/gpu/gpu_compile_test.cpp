@@ -10,18 +10,6 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-constexpr const char* kPlain = R"(#define KERNELINPUTS \
-(Block<Float32>) values
-
-GROUPSIZE(8, 4, 1)
-
-OSTRA_PARALLEL_KERNEL(Plain, KERNELINPUTS)
-{
-	UNIFORM_BUFFER(values)[0] = 1.0;
-}
-OSTRA_PARALLEL_KERNEL_END
-)";
-
 constexpr const char* kIncludesInner = "// INCLUDE_STRUCTS_BEGIN\n#include \"inner.h\"\n// INCLUDE_STRUCTS_END\n";
 constexpr const char* kIncludesK = "// INCLUDE_STRUCTS_BEGIN\n#include \"k.h\"\n// INCLUDE_STRUCTS_END\n";
 

@@ -7,18 +7,6 @@ namespace {
 using testing::Contains;
 using testing::ElementsAre;
 
-constexpr const char* kPlain = R"(#define KERNELINPUTS \
-(Block<Float32>) values
-
-GROUPSIZE(8, 4, 1)
-
-OSTRA_PARALLEL_KERNEL(Plain, KERNELINPUTS)
-{
-	UNIFORM_BUFFER(values)[0] = 1.0;
-}
-OSTRA_PARALLEL_KERNEL_END
-)";
-
 class GpuReloadTest : public GpuCallsTest {
  protected:
   void SetUp() override {
