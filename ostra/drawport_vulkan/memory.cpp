@@ -131,12 +131,17 @@ Result<MemoryBlock*> MemoryPool::AddBlock(Int size, UInt32 type, MemoryUse use, 
     info.allocationSize = static_cast<VkDeviceSize>(size);
     info.memoryTypeIndex = type;
     OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkAllocateMemory(_device, &info, nullptr, &block->memory)));
-    if (!_snapshot->memoryTypes[type].isHostVisible || content == MemoryContent::Image) return OK;
+    const Bool isSoftware = _snapshot->kind == DeviceKind::Software;
+    const Bool isImage = content == MemoryContent::Image;
+    if (!_snapshot->memoryTypes[type].isHostVisible || (isImage && !isSoftware)) return OK;
     void* mapped = nullptr;
     OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkMapMemory(_device, block->memory, 0, VK_WHOLE_SIZE, 0, &mapped)));
-    block->mapped = static_cast<Byte*>(mapped);
-    // The memory of software devices is the host's own; elsewhere this says nothing.
-    AdviseLargePages(mapped, size);
+    // The memory of software devices is the host's own.
+    if (isSoftware) AdviseLargePages(mapped, size);
+    if (isImage)
+      vkUnmapMemory(_device, block->memory);
+    else
+      block->mapped = static_cast<Byte*>(mapped);
     return OK;
   };
   Result<void> filled = fill();
