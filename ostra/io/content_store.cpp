@@ -7,8 +7,10 @@
 #include <new>
 #include <vector>
 
+#include "ostra/core/diagnostics.h"
 #include "ostra/core/format.h"
 #include "ostra/io/file.h"
+#include "ostra/io/private_files.h"
 
 OSTRA_UNIT("contentstore");
 
@@ -69,15 +71,8 @@ Result<ContentStore> ContentStore::Open(std::string_view folder, Int limit) {
   ContentStore store;
   store._limit = limit;
   if (folder.empty()) return store;
-  OSTRA_ASSIGN_OR_RETURN(store._folder, String::Create(folder));
-  try {
-    std::error_code code;
-    fs::create_directories(fs::path(folder), code);
-    if (!fs::is_directory(fs::path(folder), code))
-      return OSTRA_ILLEGAL_STATE("The folder @ cannot be made: @.", folder, code ? code.message() : "it is a file");
-  } catch (const std::bad_alloc&) {
-    return OSTRA_OUT_OF_MEMORY();
-  }
+  OSTRA_RETURN_IF_ERROR(MakePrivateFolder(folder));
+  OSTRA_ASSIGN_OR_RETURN(store._folder, ResolveTrustedFolder(folder));
   return store;
 }
 
@@ -90,6 +85,11 @@ Result<BaseArray<Byte>> ContentStore::Load(const ContentKey& key) const {
   BaseArray<Byte> bytes;
   if (_folder.IsEmpty()) return bytes;
   OSTRA_ASSIGN_OR_RETURN(const String file, GetFile(key));
+  if (auto trusted = CheckTrustedFile(file.GetView()); !trusted) {
+    if (trusted.GetError().GetKind() == kOutOfMemoryError) return trusted.TakeError();
+    WarningOutput("@", trusted.GetError());
+    return bytes;
+  }
   auto content = ReadFileToMemory(Url(file));
   if (!content) {
     if (content.GetError().GetKind() == kOutOfMemoryError) return content.TakeError();
@@ -127,7 +127,7 @@ void ContentStore::Save(const ContentKey& key, Block<const Byte> bytes) const {
   header.check = CheckBytes(bytes);
   MemCopy(content.GetFirst(), &header, sizeof(header));
   if (size > 0) MemCopy(content.GetFirst() + sizeof(header), bytes.GetFirst(), size);
-  if (!WriteFileAtomically(Url(*file), content.GetBlock())) return;
+  if (!WritePrivateFile(file->GetView(), content.GetBlock())) return;
   Trim();
 }
 
@@ -167,10 +167,11 @@ void ContentStore::Trim() const {
 }
 
 Result<String> GetUserCacheFolder() {
+  // The convention for these variables: a relative path is invalid and ignored.
   const char* cache = std::getenv("XDG_CACHE_HOME");
-  if (cache && *cache) return Format("@/ostra", cache);
+  if (cache && *cache == '/') return Format("@/ostra", cache);
   const char* home = std::getenv("HOME");
-  if (home && *home) return Format("@/.cache/ostra", home);
+  if (home && *home == '/') return Format("@/.cache/ostra", home);
   return String();
 }
 

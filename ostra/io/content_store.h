@@ -7,6 +7,8 @@
 //   store.Save(key, made.GetBlock());
 //
 // Several processes may use one folder. Files that are damaged, of another version or of another key count as absent.
+// Only what this user or the superuser wrote is used: folders are made for the owner alone, a folder that another user
+// owns or may write to is refused, and such a file counts as absent, with a warning (ostra/io/private_files.h).
 // When the folder grows beyond its limit, what was not used for longest goes. Thread-safe.
 #pragma once
 
@@ -34,7 +36,7 @@ class OSTRA_API ContentKey {
 class OSTRA_API ContentStore {
  public:
   // Makes the folder if it is missing. `limit`: bytes of all files together. An empty path is a store that keeps
-  // nothing. Errors: illegal state when the folder cannot be made; out of memory.
+  // nothing. Errors: illegal state when the folder cannot be made or is not this user's alone; out of memory.
   static Result<ContentStore> Open(std::string_view folder, Int limit);
 
   // What was saved for `key`; empty when there is nothing, or nothing that can be read. Error: out of memory.
@@ -51,7 +53,7 @@ class OSTRA_API ContentStore {
 };
 
 // The folder of this user for things that can be made again: $XDG_CACHE_HOME/ostra, or ~/.cache/ostra; empty when the
-// environment names neither. Error: out of memory.
+// environment names neither. Relative paths in these variables are ignored. Error: out of memory.
 OSTRA_API Result<String> GetUserCacheFolder();
 
 }  // namespace ostra

@@ -183,9 +183,14 @@ TEST_F(ContentStoreTest, ReportsExhaustedMemory) {
 TEST(UserCacheFolder, FollowsTheEnvironment) {
   setenv("XDG_CACHE_HOME", "/somewhere", 1);
   EXPECT_EQ(*GetUserCacheFolder(), "/somewhere/ostra");
+  setenv("HOME", "/home/me", 1);
+  setenv("XDG_CACHE_HOME", "cache/of/the/current/folder", 1);
+  EXPECT_EQ(*GetUserCacheFolder(), "/home/me/.cache/ostra");
   unsetenv("XDG_CACHE_HOME");
   setenv("HOME", "/home/me", 1);
   EXPECT_EQ(*GetUserCacheFolder(), "/home/me/.cache/ostra");
+  setenv("HOME", "me", 1);
+  EXPECT_EQ(*GetUserCacheFolder(), "");
   unsetenv("HOME");
   EXPECT_EQ(*GetUserCacheFolder(), "");
 }

@@ -1,0 +1,35 @@
+// Folders and files that this user alone can have written, for results that are run or trusted later.
+//
+//   OSTRA_RETURN_IF_ERROR(MakePrivateFolder(folder));
+//   OSTRA_ASSIGN_OR_RETURN(const String path, ResolveTrustedFolder(folder));
+//   OSTRA_RETURN_IF_ERROR(WritePrivateFile(file, bytes));                     // in that folder
+//   OSTRA_RETURN_IF_ERROR(CheckTrustedFile(file));                            // before it is read again
+//
+// The user of the process and the superuser are trusted, nobody else. Errors are illegal states whose message is a
+// sentence with what to do, or out of memory. Thread-safe.
+#pragma once
+
+#include "ostra/core/base_array.h"
+#include "ostra/core/string.h"
+
+namespace ostra {
+
+// Makes the folder and those above it that are missing, for the owner alone (mode 0700). Existing ones stay as they
+// are. Error: the folder cannot be made, with the operating system's reason.
+OSTRA_API Result<void> MakePrivateFolder(std::string_view folder);
+
+// The folder's absolute path without links. Errors: the folder is missing; another user owns it or may write to it;
+// another user owns, or may rename what is in, a folder above it. Above it, the superuser's group, the group with the
+// number of the user, and folders like /tmp that let users rename their own files alone are accepted.
+OSTRA_API Result<String> ResolveTrustedFolder(std::string_view folder);
+
+// Succeeds for a missing file. Errors: another user owns the file or may write it; it is a link or a device.
+OSTRA_API Result<void> CheckTrustedFile(std::string_view file);
+
+// Replaces the file by one that only the owner can read and write; others see the old contents or the new ones.
+// `isSynced`: the bytes are on the disk before the name is, so that a crash of the machine leaves one of the two as
+// well. A killed process can leave "FILE.XXXXXX.tmp" behind. Error: the file cannot be written, with the operating
+// system's reason.
+OSTRA_API Result<void> WritePrivateFile(std::string_view file, Block<const Byte> bytes, Bool isSynced = false);
+
+}  // namespace ostra
