@@ -1,0 +1,198 @@
+// Lanes<T> and Mask: one value of a number, or of a condition, for each of kLaneCount invocations.
+//
+//   #define OSTRA_LANE_LEVEL 2
+//   #include "ostra/math/lanes/lanes.h"
+//   using namespace ostra::lanes16;
+//
+//   Lanes<Float32> x = Load(source);
+//   Lanes<Float32> y = Select(x < 0.0f, -x, 2.0f * x);
+//   if (Any(y > limit)) ...
+//
+// An operation of lanes does in each lane what the same operation does with two scalars: the same bits, at every level.
+// A scalar stands for a value that all lanes share. What C++ leaves undefined for scalars (a division by zero, a shift
+// by more than the width) must not happen in any lane, active or not: Divide and Remainder take a mask for that.
+// Nothing allocates, fails or keeps state.
+
+namespace ostra::OSTRA_LANES {
+
+inline constexpr int kLaneCount = OSTRA_LANE_COUNT;
+
+template <class T>
+struct NativeVector {
+  typedef T Type __attribute__((vector_size(sizeof(T) * kLaneCount)));
+};
+template <class T>
+using Native = typename NativeVector<T>::Type;
+
+// A vector whose lanes are all ones where a comparison of lanes of T holds, else all zeros.
+template <class T>
+using NativeCondition = Native<typename lanes_internal::SignedOfSize<sizeof(T)>::Type>;
+
+// A condition per lane. There is no && and ||: `&` and `|` compute both sides.
+struct Mask {
+  using Element = Bool;
+
+  Native<Int32> v;  // -1 or 0
+
+  Mask() = default;
+  OSTRA_LANE_INLINE Mask(Bool all) : v(static_cast<Int32>(-static_cast<Int32>(all)) - Native<Int32>{}) {}
+
+  template <class Condition>
+  OSTRA_LANE_INLINE static Mask Make(Condition condition) {
+    Mask mask;
+    if constexpr (sizeof(condition) == sizeof(mask.v))
+      mask.v = reinterpret_cast<Native<Int32>>(condition);
+    else
+      mask.v = __builtin_convertvector(condition, Native<Int32>);
+    return mask;
+  }
+  // As wide as the elements that it chooses.
+  template <class T>
+  OSTRA_LANE_INLINE NativeCondition<T> As() const {
+    if constexpr (sizeof(T) == sizeof(Int32))
+      return v;
+    else
+      return __builtin_convertvector(v, NativeCondition<T>);
+  }
+
+  OSTRA_LANE_INLINE Bool Get(int lane) const { return v[lane] != 0; }
+  OSTRA_LANE_INLINE void Set(int lane, Bool value) { v[lane] = -static_cast<Int32>(value); }
+
+  friend OSTRA_LANE_INLINE Mask operator&(Mask a, Mask b) { return Make(a.v & b.v); }
+  friend OSTRA_LANE_INLINE Mask operator|(Mask a, Mask b) { return Make(a.v | b.v); }
+  friend OSTRA_LANE_INLINE Mask operator^(Mask a, Mask b) { return Make(a.v ^ b.v); }
+  friend OSTRA_LANE_INLINE Mask operator!(Mask a) { return Make(~a.v); }
+  friend OSTRA_LANE_INLINE Mask operator==(Mask a, Mask b) { return Make(a.v == b.v); }
+  friend OSTRA_LANE_INLINE Mask operator!=(Mask a, Mask b) { return Make(a.v != b.v); }
+};
+
+// Where `a` holds and `b` does not.
+OSTRA_LANE_INLINE Mask AndNot(Mask a, Mask b) { return Mask::Make(a.v & ~b.v); }
+
+// Bit i of the result is lane i.
+OSTRA_LANE_INLINE UInt32 GetBits(Mask mask) {
+#if !defined(__x86_64__)
+  UInt32 bits = 0;
+  for (int i = 0; i < kLaneCount; ++i) bits |= static_cast<UInt32>(mask.v[i] & 1) << i;
+  return bits;
+#elif OSTRA_LANE_LEVEL == 0
+  return static_cast<UInt32>(__builtin_ia32_movmskps(reinterpret_cast<Native<Float32>>(mask.v)));
+#elif OSTRA_LANE_LEVEL == 1
+  return static_cast<UInt32>(__builtin_ia32_movmskps256(reinterpret_cast<Native<Float32>>(mask.v)));
+#else
+  return static_cast<UInt16>(__builtin_ia32_cvtd2mask512(mask.v));
+#endif
+}
+inline constexpr UInt32 kAllBits = (1u << kLaneCount) - 1u;
+OSTRA_LANE_INLINE Bool Any(Mask mask) { return GetBits(mask) != 0; }
+OSTRA_LANE_INLINE Bool All(Mask mask) { return GetBits(mask) == kAllBits; }
+OSTRA_LANE_INLINE Bool None(Mask mask) { return GetBits(mask) == 0; }
+
+// The number of each lane: 0, 1, 2, ...
+template <class T>
+OSTRA_LANE_INLINE Native<T> MakeNativeIota() {
+  Native<T> iota = {};
+  for (int i = 0; i < kLaneCount; ++i) iota[i] = static_cast<T>(i);
+  return iota;
+}
+
+template <class T>
+struct Lanes {
+  using Element = T;
+
+  Native<T> v;
+
+  Lanes() = default;
+  // The same value in all lanes.
+  OSTRA_LANE_INLINE Lanes(T x) : v(x - Native<T>{}) {}
+  OSTRA_LANE_INLINE static Lanes Make(Native<T> v) {
+    Lanes lanes;
+    lanes.v = v;
+    return lanes;
+  }
+
+  OSTRA_LANE_INLINE T Get(int lane) const { return v[lane]; }
+  OSTRA_LANE_INLINE void Set(int lane, T value) { v[lane] = value; }
+
+  // clang-format off
+  friend OSTRA_LANE_INLINE Lanes operator+(Lanes a, Lanes b) { return Make(a.v + b.v); }
+  friend OSTRA_LANE_INLINE Lanes operator-(Lanes a, Lanes b) { return Make(a.v - b.v); }
+  friend OSTRA_LANE_INLINE Lanes operator*(Lanes a, Lanes b) { return Make(a.v * b.v); }
+  friend OSTRA_LANE_INLINE Lanes operator-(Lanes a) { return Make(-a.v); }
+  friend OSTRA_LANE_INLINE Lanes operator+(Lanes a) { return a; }
+  // Divisions of integers are Divide and Remainder below.
+  friend OSTRA_LANE_INLINE Lanes operator/(Lanes a, Lanes b) requires lanes_internal::kIsFloat<T> { return Make(a.v / b.v); }
+
+  friend OSTRA_LANE_INLINE Lanes operator&(Lanes a, Lanes b) requires(!lanes_internal::kIsFloat<T>) { return Make(a.v & b.v); }
+  friend OSTRA_LANE_INLINE Lanes operator|(Lanes a, Lanes b) requires(!lanes_internal::kIsFloat<T>) { return Make(a.v | b.v); }
+  friend OSTRA_LANE_INLINE Lanes operator^(Lanes a, Lanes b) requires(!lanes_internal::kIsFloat<T>) { return Make(a.v ^ b.v); }
+  friend OSTRA_LANE_INLINE Lanes operator~(Lanes a) requires(!lanes_internal::kIsFloat<T>) { return Make(~a.v); }
+
+  friend OSTRA_LANE_INLINE Mask operator<(Lanes a, Lanes b) { return Mask::Make(a.v < b.v); }
+  friend OSTRA_LANE_INLINE Mask operator<=(Lanes a, Lanes b) { return Mask::Make(a.v <= b.v); }
+  friend OSTRA_LANE_INLINE Mask operator>(Lanes a, Lanes b) { return Mask::Make(a.v > b.v); }
+  friend OSTRA_LANE_INLINE Mask operator>=(Lanes a, Lanes b) { return Mask::Make(a.v >= b.v); }
+  friend OSTRA_LANE_INLINE Mask operator==(Lanes a, Lanes b) { return Mask::Make(a.v == b.v); }
+  friend OSTRA_LANE_INLINE Mask operator!=(Lanes a, Lanes b) { return Mask::Make(a.v != b.v); }
+  // clang-format on
+};
+
+template <class T>
+OSTRA_LANE_INLINE Lanes<T> MakeIota() {
+  return Lanes<T>::Make(MakeNativeIota<T>());
+}
+
+// `a` where the mask holds, `b` elsewhere.
+template <class T>
+OSTRA_LANE_INLINE Lanes<T> Select(Mask mask, Lanes<T> a, Lanes<T> b) {
+  return Lanes<T>::Make(mask.template As<T>() ? a.v : b.v);
+}
+OSTRA_LANE_INLINE Mask Select(Mask mask, Mask a, Mask b) { return Mask::Make((mask.v & a.v) | (~mask.v & b.v)); }
+
+// Shifts to the left and to the right, each lane by a number of its own; arithmetic for signed elements. The numbers
+// are below the width of T in every lane.
+template <class T>
+OSTRA_LANE_INLINE Lanes<T> ShiftLeft(Lanes<T> a, Lanes<T> count) {
+  return Lanes<T>::Make(a.v << count.v);
+}
+template <class T>
+OSTRA_LANE_INLINE Lanes<T> ShiftRight(Lanes<T> a, Lanes<T> count) {
+  return Lanes<T>::Make(a.v >> count.v);
+}
+
+// Quotient and remainder of integers where the mask holds; elsewhere nothing is divided by what lies in `b`.
+template <class T>
+OSTRA_LANE_INLINE Lanes<T> Divide(Lanes<T> a, Lanes<T> b, Mask mask) {
+  return Lanes<T>::Make(a.v / Select(mask, b, Lanes<T>(T(1))).v);
+}
+template <class T>
+OSTRA_LANE_INLINE Lanes<T> Remainder(Lanes<T> a, Lanes<T> b, Mask mask) {
+  return Lanes<T>::Make(a.v % Select(mask, b, Lanes<T>(T(1))).v);
+}
+
+// The value as another number, as static_cast converts it.
+template <class To, class From>
+OSTRA_LANE_INLINE Lanes<To> Convert(Lanes<From> a) {
+  if constexpr (lanes_internal::kIsFloat<From> && To(-1) > To(0) && sizeof(To) == sizeof(Int32)) {
+    // Unsigned: the upper half of the numbers is moved below 2^31 and back, with instructions that every level has.
+    const From half = 2147483648.0f;
+    const Mask isUpper = a >= Lanes<From>(half);
+    const auto low = __builtin_convertvector(Select(isUpper, a - Lanes<From>(half), a).v, Native<Int32>);
+    return Lanes<To>::Make(reinterpret_cast<Native<To>>(low) ^
+                           (reinterpret_cast<Native<To>>(isUpper.v) & (To(0x80000000u) - Native<To>{})));
+  } else {
+    return Lanes<To>::Make(__builtin_convertvector(a.v, Native<To>));
+  }
+}
+template <class To>
+OSTRA_LANE_INLINE Lanes<To> Convert(Mask a) {
+  return Select(a, Lanes<To>(To(1)), Lanes<To>(To(0)));
+}
+
+// The same bits as another type of the same size.
+template <class To, class From>
+OSTRA_LANE_INLINE Lanes<To> BitCast(Lanes<From> a) {
+  return Lanes<To>::Make(reinterpret_cast<Native<To>>(a.v));
+}
+
+}  // namespace ostra::OSTRA_LANES
