@@ -12,7 +12,7 @@ import sys
 # From the ground up: a room includes itself and those before it.
 HOST_ROOMS = ["core", "math", "object", "config", "monitor", "jobs", "io", "crypt", "image", "render", "drawport",
               "shadercompiler", "drawport_vulkan"]
-MODULE_ROOMS = ["base", "textures", "program", "kernelfront", "shaderparser", "shaderassembly", "device", "gpu",
+MODULE_ROOMS = ["base", "textures", "program", "kernellanguage", "kernelfront", "shaderparser", "shaderassembly", "device", "gpu",
                 "shaderloader", "module"]
 ROOMS = {"ostra": HOST_ROOMS, "parallelprogram": MODULE_ROOMS}
 
@@ -23,7 +23,8 @@ FORBIDDEN = [
     ("parallelprogram/", r"ostra/drawport_vulkan/"),
     ("parallelprogram/program/", r"ostra/drawport/(?!handles\.h)"),
     ("parallelprogram/textures/", r"ostra/drawport/(?!handles\.h)"),
-    ("parallelprogram/kernelfront/", r"(ostra/(?!core/)|parallelprogram/(?!kernelfront/))"),
+    ("parallelprogram/kernellanguage/", r"(ostra/(?!core/)|parallelprogram/(?!kernellanguage/))"),
+    ("parallelprogram/kernelfront/", r"(ostra/(?!core/)|parallelprogram/(?!kernelfront/|kernellanguage/))"),
     ("parallelprogram/shaderparser/", r"ostra/drawport"),
 ]
 

@@ -1,0 +1,374 @@
+#include "parallelprogram/kernellanguage/parser.h"
+
+#include <algorithm>
+
+#include "parallelprogram/kernellanguage/join.h"
+#include "parallelprogram/kernellanguage/parser_state.h"
+#include "parallelprogram/kernellanguage/words.h"
+
+namespace ostra::kernellanguage {
+
+ParsedFile Parse(const TokenStream& tokens) { return Parser(tokens).Run(); }
+
+ParsedFile Parser::Run() {
+  Nodes items;
+  const SourceOffset begin = Peek().offset;
+  while (!IsEnd() && !IsStopped()) {
+    ReadItem(items);
+    if (_isBroken) Recover();
+  }
+  if (_file.errors.empty() && !IsStopped()) {
+    if (_file.tree.kernel == kNoNode)
+      Stop(Peek().offset, "a file without a kernel");
+    else
+      _file.tree.root = Add(NodeKind::kFile, begin, "", items);
+  }
+  return std::move(_file);
+}
+
+Bool Parser::CheckDepth() {
+  if (_depth <= kMaxNesting) return true;
+  Stop(Peek().offset, Join({"code nested deeper than ", std::to_string(kMaxNesting)}));
+  return false;
+}
+
+NodeIndex Parser::Add(NodeKind kind, SourceOffset offset, std::string_view name, const Nodes& children, UInt16 flags,
+                      Operation operation) {
+  if (IsStopped()) return kNoNode;
+  UInt16 height = 0;
+  for (const NodeIndex child : children) {
+    if (child != kNoNode) height = std::max(height, _heights[child]);
+  }
+  if (height >= kMaxTreeHeight)
+    return Stop(offset, Join({"a tree higher than ", std::to_string(kMaxTreeHeight), " nodes"}));
+  _heights.push_back(static_cast<UInt16>(height + 1));
+  return _file.tree.Add({.kind = kind,
+                         .operation = operation,
+                         .flags = flags,
+                         .offset = offset,
+                         .name = name.empty() ? 0 : _file.tree.AddName(name)},
+                        children);
+}
+
+NodeIndex Parser::Stop(SourceOffset offset, std::string reason) {
+  if (!IsStopped()) _file.notUnderstood = NotUnderstood{offset, std::move(reason)};
+  return kNoNode;
+}
+
+NodeIndex Parser::StopAt(const Token& token) {
+  if (token.kind == TokenKind::kEnd) return Stop(token.offset, "the end of the file here");
+  return Stop(token.offset, Join({"this use of \"", token.text, "\""}));
+}
+
+NodeIndex Parser::Fail(SourceOffset offset, std::string text, std::vector<DiagnosticNote> notes) {
+  if (IsBroken()) return kNoNode;
+  _file.errors.push_back({.offset = offset, .text = std::move(text), .notes = std::move(notes)});
+  _isBroken = true;
+  _isFull = _file.errors.size() == kMaxErrors;
+  return kNoNode;
+}
+
+void Parser::Recover() {
+  _isBroken = false;
+  _isAngleSplit = false;
+  Int depth = 0;
+  while (!IsEnd()) {
+    if (Is("{")) ++depth;
+    if (Is("}") && depth-- == 0) return;
+    const Token& token = Take();
+    if (depth == 0 && (token.Is(";") || token.Is("}"))) return;
+    // The next statement, where the semicolon of the broken one is missing.
+    const Token& next = Peek();
+    const Bool isKeyword = next.Is("if") || next.Is("for") || next.Is("while") || next.Is("return") || next.Is("do");
+    if (depth == 0 && next.isFirstInLine && (isKeyword || IsTypeStart())) return;
+  }
+}
+
+Bool Parser::Expect(std::string_view sign) {
+  if (IsBroken()) return false;
+  if (TakeIf(sign)) return true;
+  StopAt(Peek());
+  return false;
+}
+
+// Whether nothing that goes on an expression can begin with the token.
+Bool Parser::IsCertainEnd(const Token& token) const {
+  if (token.kind == TokenKind::kEnd || token.kind == TokenKind::kNumber) return true;
+  if (token.Is(";") || token.Is("{") || token.Is("}")) return true;
+  return token.kind == TokenKind::kWord && IsKnownName(token.text);
+}
+
+// Names that cannot be macros of the host.
+Bool Parser::IsKnownName(std::string_view name) const {
+  constexpr std::string_view kKeywords[] = {"if",      "else",  "for",      "while",  "do",     "switch", "case",
+                                            "default", "break", "continue", "return", "inline", "struct", "const"};
+  return _declared.contains(name) || _structs.contains(name) || FindWord(name) != nullptr ||
+         std::find(std::begin(kKeywords), std::end(kKeywords), name) != std::end(kKeywords);
+}
+
+SourceOffset Parser::GetEndOfLast() const {
+  if (_at == 0) return Peek().offset;
+  const Token& last = _tokens[_at - 1];
+  return SourceMap::IsExpansion(last.offset) ? last.offset
+                                             : last.offset + static_cast<SourceOffset>(last.text.size()) - 1;
+}
+
+Bool Parser::ExpectClosing(std::string_view sign, const Token& open) {
+  if (IsBroken()) return false;
+  if (TakeIf(sign)) return true;
+  const Bool isCertain = IsCertainEnd(Peek()) || Is(sign == ")" ? "]" : ")");
+  const Bool isPlain = _at > 0 && (_tokens[_at - 1].kind != TokenKind::kWord || IsKnownName(_tokens[_at - 1].text));
+  if (!isCertain || !isPlain) {
+    StopAt(Peek());
+    return false;
+  }
+  Fail(GetEndOfLast(), Join({"\"", sign, "\" is missing here"}),
+       {{open.offset, Join({"it belongs to this \"", open.text, "\""})}});
+  return false;
+}
+
+Bool Parser::ExpectSemicolon() {
+  if (IsBroken()) return false;
+  if (TakeIf(";")) return true;
+  const Bool isPlain = _at > 0 && (_tokens[_at - 1].kind != TokenKind::kWord || IsKnownName(_tokens[_at - 1].text));
+  if (Is(")") && isPlain) {
+    Fail(Peek().offset, "there is no \"(\" to which this \")\" belongs");
+  } else if (IsCertainEnd(Peek()) && isPlain) {
+    Fail(GetEndOfLast(), "\";\" is missing after this");
+  } else {
+    StopAt(Peek());
+  }
+  return false;
+}
+
+void Parser::ReadItem(Nodes& items) {
+  const Token& token = Peek();
+  if (token.kind == TokenKind::kInputsBegin) return ReadInputs(items);
+  if (TakeIf(";")) return;
+  if (Is("}") && _namespaces > 0) {
+    --_namespaces;
+    Take();
+    return;
+  }
+  if (Is("namespace") && IsWord(1) && Is("{", 2)) {
+    Take(), Take(), Take();
+    ++_namespaces;
+    return;
+  }
+  if (Is("ADDNOISECALL")) {
+    items.push_back(Add(NodeKind::kNoiseMark, token.offset, "", {}));
+    Take();
+    return;
+  }
+  if (Is("GROUPSIZE")) return ReadGroupSize(items);
+  if (Is("CPU_GRANULARITY") || Is("CPU_SINGLETHREADEDTHRESHOLD")) return ReadTuning(items);
+  if (Is("struct") && Is("KernelInput", 1)) return ReadStructParameters(items);
+  if (Is("struct")) return ReadStruct(items);
+  if (Is("OSTRA_PARALLEL_KERNEL") || Is("FP_KERNEL")) return ReadKernel(items);
+  if (Is("OSTRA_METHOD")) {
+    Stop(token.offset, "a kernel in the form of a method, which can fail");
+    return;
+  }
+  ReadFunctionOrConstant(items);
+}
+
+void Parser::ReadGroupSize(Nodes& items) {
+  const Token& start = Take();
+  if (!Expect("(")) return;
+  Nodes sizes;
+  for (int axis = 0; axis < 3; ++axis) {
+    if (axis > 0 && !Expect(",")) return;
+    if (Peek().kind != TokenKind::kNumber) {
+      StopAt(Peek());
+      return;
+    }
+    sizes.push_back(Add(NodeKind::kLiteral, Peek().offset, Peek().text, {}));
+    Take();
+  }
+  if (!Expect(")")) return;
+  items.push_back(Add(NodeKind::kGroupSize, start.offset, "", sizes));
+}
+
+void Parser::ReadTuning(Nodes& items) {
+  const Token& start = Take();
+  if (!Expect("(")) return;
+  const NodeIndex value = ReadUnary();
+  if (!Expect(")")) return;
+  items.push_back(Add(NodeKind::kTuning, start.offset, start.text, {value}));
+}
+
+// (type) name, (type) name ...
+void Parser::ReadInputs(Nodes& items) {
+  const Token& start = Take();
+  Nodes parameters;
+  while (!IsBroken() && Peek().kind != TokenKind::kInputsEnd) {
+    if (!Expect("(")) return;
+    const NodeIndex type = ReadType();
+    if (!Expect(")")) return;
+    if (!IsWord()) {
+      StopAt(Peek());
+      return;
+    }
+    parameters.push_back(Add(NodeKind::kParameter, Peek().offset, Peek().text, {type}));
+    Take();
+    if (Peek().kind != TokenKind::kInputsEnd && !Expect(",")) return;
+  }
+  if (IsBroken()) return;
+  Take();
+  if (_file.tree.parameters != kNoNode) {
+    Stop(start.offset, "a second declaration of the parameters");
+    return;
+  }
+  items.push_back(_file.tree.parameters = Add(NodeKind::kParameters, start.offset, "", parameters));
+}
+
+void Parser::ReadStructParameters(Nodes& items) {
+  const Token& start = Take();
+  Take();
+  if (!Expect("{")) return;
+  Nodes parameters;
+  while (!IsBroken() && !Is("}")) {
+    const NodeIndex type = ReadType();
+    if (IsBroken()) return;
+    if (!IsWord()) {
+      StopAt(Peek());
+      return;
+    }
+    parameters.push_back(Add(NodeKind::kParameter, Peek().offset, Peek().text, {type}));
+    Take();
+    if (!Expect(";")) return;
+  }
+  if (!Expect("}") || !Expect(";")) return;
+  if (_file.tree.parameters != kNoNode) {
+    Stop(start.offset, "a second declaration of the parameters");
+    return;
+  }
+  items.push_back(_file.tree.parameters = Add(NodeKind::kParameters, start.offset, "", parameters, kIsStructForm));
+}
+
+void Parser::ReadStruct(Nodes& items) {
+  const Token& start = Take();
+  if (_file.tree.kernel != kNoNode) {
+    Stop(start.offset, "a struct after the kernel");
+    return;
+  }
+  const std::string_view name = ReadDeclaredName();
+  if (!Expect("{")) return;
+  _structs.insert(name);
+  Nodes members;
+  while (!IsBroken() && !Is("}")) {
+    const NodeIndex type = ReadType();
+    if (IsBroken()) return;
+    do {
+      const SourceOffset offset = Peek().offset;
+      const std::string_view member = ReadDeclaredName();
+      const NodeIndex dimensions = ReadDimensions();
+      if (IsBroken()) return;
+      members.push_back(Add(NodeKind::kMember, offset, member, {type, dimensions}));
+    } while (TakeIf(","));
+    if (!Expect(";")) return;
+  }
+  if (!Expect("}") || !Expect(";")) return;
+  items.push_back(Add(NodeKind::kStruct, start.offset, name, members));
+}
+
+void Parser::ReadFunctionOrConstant(Nodes& items) {
+  const Token& start = Peek();
+  UInt16 flags = 0;
+  Bool isStatic = false;
+  for (;; Take()) {
+    if (Is("inline") || Is("static"))
+      isStatic = true;
+    else if (Is("constexpr"))
+      flags |= kIsConst;
+    else
+      break;
+  }
+  if (!IsTypeStart()) {
+    FailUnknownType();
+    return;
+  }
+  const Bool isConst = Is("const") || (flags & kIsConst);
+  const NodeIndex type = ReadType();
+  if (IsBroken()) return;
+  if (IsWord() && Is("(", 1)) {
+    const NodeIndex function = ReadFunction(type);
+    if (!IsBroken()) items.push_back(function);
+    return;
+  }
+  static_cast<void>(isStatic);
+  if (!isConst || _file.tree.kernel != kNoNode) {
+    Stop(start.offset, isConst ? "a constant after the kernel" : "a variable outside of functions");
+    return;
+  }
+  const NodeIndex declaration = ReadDeclarators(type, kIsConst);
+  if (ExpectSemicolon()) items.push_back(declaration);
+}
+
+NodeIndex Parser::ReadFunction(NodeIndex type) {
+  const SourceOffset offset = Peek().offset;
+  const std::string_view name = ReadDeclaredName();
+  Nodes children{type};
+  const Token& open = Take();
+  while (!IsBroken() && !Is(")")) {
+    children.push_back(ReadFunctionParameter());
+    if (!Is(")") && !Expect(",")) return kNoNode;
+  }
+  if (!ExpectClosing(")", open)) return kNoNode;
+  if (!Is("{")) return Stop(offset, "a function without its body");
+  children.push_back(ReadBlock());
+  return Add(NodeKind::kFunction, offset, name, children);
+}
+
+NodeIndex Parser::ReadFunctionParameter() {
+  UInt16 flags = 0;
+  if (Is("INOUT") || Is("inout") || Is("out") || Is("in")) {
+    const std::string_view word = Take().text;
+    if (word == "out") flags |= kIsOut;
+    if (word == "INOUT" || word == "inout") flags |= kIsInOut;
+  }
+  NodeIndex type = kNoNode;
+  if (Is("CPU_CONSTREF")) {
+    Take();
+    const Token& open = Peek();
+    if (!Expect("(")) return kNoNode;
+    type = ReadType();
+    if (!ExpectClosing(")", open)) return kNoNode;
+    flags |= kIsConst | kIsReference;
+  } else {
+    type = ReadType();
+  }
+  if (IsBroken()) return kNoNode;
+  flags |= _file.tree.nodes[type].flags & (kIsConst | kIsReference);
+  if (!IsWord()) return StopAt(Peek());
+  const SourceOffset offset = Peek().offset;
+  const std::string_view name = ReadDeclaredName();
+  const NodeIndex dimensions = ReadDimensions();
+  if (Is("=")) return Stop(Peek().offset, "a default argument");
+  return Add(NodeKind::kFunctionParameter, offset, name, {type, dimensions}, flags);
+}
+
+void Parser::ReadKernel(Nodes& items) {
+  const Token& start = Take();
+  if (!Expect("(")) return;
+  const std::string_view name = ReadDeclaredName();
+  if (!Expect(",") || !Expect("KERNELINPUTS") || !Expect(")")) return;
+  if (_file.tree.kernel != kNoNode) {
+    Stop(start.offset, "a second kernel");
+    return;
+  }
+  if (!Is("{")) {
+    StopAt(Peek());
+    return;
+  }
+  const NodeIndex block = ReadBlock();
+  if (IsBroken()) return;
+  if (!Is(start.Is("FP_KERNEL") ? "FP_KERNEL_END" : "OSTRA_PARALLEL_KERNEL_END")) {
+    StopAt(Peek());
+    return;
+  }
+  Take();
+  items.push_back(_file.tree.kernel = Add(NodeKind::kKernel, start.offset, name, {block}));
+}
+
+}  // namespace ostra::kernellanguage

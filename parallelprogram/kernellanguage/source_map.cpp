@@ -1,0 +1,62 @@
+#include "parallelprogram/kernellanguage/source_map.h"
+
+#include <algorithm>
+
+namespace ostra::kernellanguage {
+
+Int SourceMap::AddFile(std::string_view name, std::string_view text) {
+  if (text.size() >= kMaxBytes - _end) return -1;
+  File& file = _files.emplace_back();
+  file.name = name;
+  file.text = text;
+  file.begin = _end;
+  file.lineBegins.push_back(0);
+  for (std::size_t at = text.find('\n'); at != std::string_view::npos; at = text.find('\n', at + 1))
+    file.lineBegins.push_back(static_cast<UInt32>(at + 1));
+  _end += static_cast<SourceOffset>(text.size()) + 1;
+  return static_cast<Int>(_files.size()) - 1;
+}
+
+SourceOffset SourceMap::AddExpansion(SourceOffset use, SourceOffset spelling) {
+  // Every expansion is spelt in a file: chains stay short, however deeply macros are nested.
+  _expansions.push_back({GetUse(use), GetSpelling(spelling)});
+  return kFirstExpansion + static_cast<SourceOffset>(_expansions.size() - 1);
+}
+
+SourceOffset SourceMap::GetUse(SourceOffset offset) const {
+  return IsExpansion(offset) ? GetExpansion(offset).use : offset;
+}
+
+SourceOffset SourceMap::GetSpelling(SourceOffset offset) const {
+  return IsExpansion(offset) ? GetExpansion(offset).spelling : offset;
+}
+
+const SourceMap::File* SourceMap::FindFile(SourceOffset byte) const {
+  if (byte >= _end) return nullptr;
+  const auto after = std::upper_bound(_files.begin(), _files.end(), byte,
+                                      [](SourceOffset at, const File& file) { return at < file.begin; });
+  return &*std::prev(after);
+}
+
+SourceLocation SourceMap::Locate(SourceOffset offset) const {
+  const SourceOffset byte = GetUse(offset);
+  const File* file = FindFile(byte);
+  if (!file) return {};
+  const UInt32 at = byte - file->begin;
+  const auto& begins = file->lineBegins;
+  const auto after = std::upper_bound(begins.begin(), begins.end(), at);
+  return {file->name, static_cast<Int32>(after - begins.begin()), static_cast<Int32>(at - *std::prev(after)) + 1};
+}
+
+std::string_view SourceMap::GetLine(SourceOffset offset) const {
+  const SourceLocation location = Locate(offset);
+  const File* file = FindFile(GetUse(offset));
+  if (!file) return {};
+  const UInt32 begin = file->lineBegins[static_cast<std::size_t>(location.line) - 1];
+  std::string_view line = std::string_view(file->text).substr(begin);
+  line = line.substr(0, line.find('\n'));
+  if (line.ends_with('\r')) line.remove_suffix(1);
+  return line;
+}
+
+}  // namespace ostra::kernellanguage

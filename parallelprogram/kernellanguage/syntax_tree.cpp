@@ -1,0 +1,100 @@
+#include "parallelprogram/kernellanguage/syntax_tree.h"
+#include "parallelprogram/kernellanguage/join.h"
+
+#include <iterator>
+
+namespace ostra::kernellanguage {
+
+NodeIndex SyntaxTree::Add(const Node& node, std::span<const NodeIndex> nodeChildren) {
+  nodes.push_back(node);
+  nodes.back().firstChild = static_cast<UInt32>(children.size());
+  nodes.back().childCount = static_cast<UInt32>(nodeChildren.size());
+  children.insert(children.end(), nodeChildren.begin(), nodeChildren.end());
+  return static_cast<NodeIndex>(nodes.size() - 1);
+}
+
+NameIndex SyntaxTree::AddName(std::string_view name) {
+  const auto found = _indices.find(name);
+  if (found != _indices.end()) return found->second;
+  const auto index = static_cast<NameIndex>(names.size());
+  _indices.emplace(names.emplace_back(name), index);
+  return index;
+}
+
+Bool SyntaxTree::IsSame(const SyntaxTree& other) const {
+  if (nodes.size() != other.nodes.size() || children != other.children || root != other.root ||
+      kernel != other.kernel || parameters != other.parameters)
+    return false;
+  for (NodeIndex i = 0; i < nodes.size(); ++i) {
+    const Node &a = nodes[i], &b = other.nodes[i];
+    if (a.kind != b.kind || a.operation != b.operation || a.flags != b.flags || a.firstChild != b.firstChild ||
+        a.childCount != b.childCount || GetName(i) != other.GetName(i))
+      return false;
+  }
+  return true;
+}
+
+Bool IsExpression(NodeKind kind) { return kind >= NodeKind::kLiteral; }
+Bool IsStatement(NodeKind kind) { return kind >= NodeKind::kBlock && kind <= NodeKind::kBarrier; }
+
+std::string_view GetSpelling(Operation operation) {
+  constexpr std::string_view kSpellings[] = {"",   "+", "-", "!", "~", "++", "--", "+",  "-",  "*",  "/",  "%", "<<",
+                                             ">>", "&", "|", "^", "<", "<=", ">",  ">=", "==", "!=", "&&", "||"};
+  static_assert(std::size(kSpellings) == static_cast<std::size_t>(Operation::kLogicalOr) + 1);
+  return kSpellings[static_cast<std::size_t>(operation)];
+}
+
+std::string_view GetKindName(NodeKind kind) {
+  constexpr std::string_view kNames[] = {"File",
+                                         "GroupSize",
+                                         "Tuning",
+                                         "Parameters",
+                                         "Parameter",
+                                         "Struct",
+                                         "Member",
+                                         "Function",
+                                         "FunctionParameter",
+                                         "Kernel",
+                                         "NoiseMark",
+                                         "Type",
+                                         "Dimensions",
+                                         "Block",
+                                         "Declaration",
+                                         "Variable",
+                                         "ExpressionStatement",
+                                         "If",
+                                         "For",
+                                         "While",
+                                         "DoWhile",
+                                         "Switch",
+                                         "Case",
+                                         "Default",
+                                         "Break",
+                                         "Continue",
+                                         "Return",
+                                         "Empty",
+                                         "SharedArray",
+                                         "MakeLocal",
+                                         "Barrier",
+                                         "Literal",
+                                         "Name",
+                                         "Uniform",
+                                         "Buffer",
+                                         "LocalData",
+                                         "Unary",
+                                         "Postfix",
+                                         "Binary",
+                                         "Assign",
+                                         "Conditional",
+                                         "Comma",
+                                         "Call",
+                                         "Construct",
+                                         "Cast",
+                                         "MemberOf",
+                                         "Index",
+                                         "InitializerList"};
+  static_assert(std::size(kNames) == static_cast<std::size_t>(NodeKind::kInitializerList) + 1);
+  return kNames[static_cast<std::size_t>(kind)];
+}
+
+}  // namespace ostra::kernellanguage

@@ -1,0 +1,328 @@
+#include "parallelprogram/kernellanguage/words.h"
+
+#include <array>
+#include <unordered_map>
+#include <vector>
+
+namespace ostra::kernellanguage {
+namespace {
+
+using enum WordKind;
+using Id = WordId;
+
+constexpr std::string_view kUnary = "f(f) F(F)";
+constexpr std::string_view kSmallest = "f(ff) i(ii) u(uu) F(FF) I(II) U(UU) F(Ff) I(Ii) U(Uu)";
+
+constexpr Word kWords[] = {
+    // Invocations.
+    {"InGlobalInvocationID", kValue, Id::kGlobalInvocation, "", "position of the invocation in the dispatch"},
+    {"InLocalInvocationID", kValue, Id::kLocalInvocation, "", "position of the invocation in its work group"},
+    {"InWorkGroupID", kValue, Id::kWorkGroup, "", "position of the work group in the dispatch"},
+    {"InWorkGroupSize", kValue, Id::kWorkGroupSize, "", "size of a work group, a constant"},
+    {"LinearInvocation", kCall, Id::kLinearInvocation, "", "number of the invocation, counted over rows of groups"},
+    // Parameters.
+    {"UNIFORM", kParameter, Id::kUniform, "", "value of a parameter"},
+    {"UNIFORM_BUFFER", kParameter, Id::kUniformBuffer, "", "elements of a buffer parameter"},
+    {"CPU_PASS_BUFFER", kParameter, Id::kPassBuffer, "", "a buffer parameter as an argument, on the CPU only"},
+    {"GetAtomicCounter", kParameter, Id::kAtomicCounter, "", "a counter as the place of an atomic operation"},
+    {"LOCALDATA", kParameter, Id::kLocalData, "", "element of a buffer, on the GPU of its copy in group memory"},
+    // Textures, noises, gradients.
+    {"SampleTexture", kTexture, Id::kSampleTexture, "", "filtered value at coordinates"},
+    {"SampleTextureLayer", kTexture, Id::kSampleTextureLayer, "", "filtered value at coordinates of a layer"},
+    {"FetchTexture", kTexture, Id::kFetchTexture, "", "texel at integer coordinates; wrap modes apply"},
+    {"FetchTextureLayer", kTexture, Id::kFetchTextureLayer, "", "texel of a layer"},
+    {"TextureSize", kTexture, Id::kTextureSize, "", "texels per axis"},
+    {"StoreImage", kTexture, Id::kStoreImage, "", "writes a texel, on the GPU only"},
+    {"RenderNoise", kCall, Id::kRenderNoise, "", "value of a noise at a position and time"},
+    {"SampleGradient", kCall, Id::kSampleGradient, "", "colour of a gradient at a position"},
+    // Atomic operations: place, value, value before.
+    {"AtomicAdd", kAtomic, Id::kAtomicAdd, "", "adds to a place"},
+    {"AtomicSub", kAtomic, Id::kAtomicSub, "", "subtracts from a place"},
+    {"AtomicMin", kAtomic, Id::kAtomicMin, "", "lowers a place"},
+    {"AtomicMax", kAtomic, Id::kAtomicMax, "", "raises a place"},
+    {"AtomicAnd", kAtomic, Id::kAtomicAnd, "", "clears bits of a place"},
+    {"AtomicOr", kAtomic, Id::kAtomicOr, "", "sets bits of a place"},
+    {"AtomicXor", kAtomic, Id::kAtomicXor, "", "changes bits of a place"},
+    {"AtomicExchange", kAtomic, Id::kAtomicExchange, "", "replaces the value of a place"},
+    {"AtomicCompareExchange", kAtomic, Id::kAtomicCompareExchange, "", "replaces an expected value of a place"},
+    // Functions of components.
+    {"abs", kFunction, Id::kAbs, "f(f) i(i) F(F) I(I)", "value without its sign"},
+    {"sign", kFunction, Id::kSign, "f(f) i(i) F(F) I(I)", "-1, 0 or 1"},
+    {"floor", kFunction, Id::kFloor, kUnary, "next whole number below"},
+    {"ceil", kFunction, Id::kCeil, kUnary, "next whole number above"},
+    {"trunc", kFunction, Id::kTrunc, kUnary, "whole number towards 0"},
+    {"fract", kFunction, Id::kFract, kUnary, "x - floor(x)"},
+    {"mod", kFunction, Id::kMod, "f(ff) F(FF) F(Ff)", "x - y * floor(x / y)"},
+    {"min", kFunction, Id::kMin, kSmallest, "smaller value"},
+    {"max", kFunction, Id::kMax, kSmallest, "larger value"},
+    {"clamp", kFunction, Id::kClamp, "f(fff) i(iii) u(uuu) F(FFF) I(III) U(UUU) F(Fff) I(Iii) U(Uuu)",
+     "value within limits"},
+    {"mix", kFunction, Id::kMix, "f(fff) F(FFF) F(FFf)", "x * (1 - part) + y * part"},
+    {"step", kFunction, Id::kStep, "f(ff) F(FF) F(fF)", "0 below the edge, 1 from it on"},
+    {"smoothstep", kFunction, Id::kSmoothstep, "f(fff) F(FFF) F(ffF)", "0 to 1 with even ends"},
+    {"sqrt", kFunction, Id::kSqrt, kUnary, "square root"},
+    {"Sqrt", kFunction, Id::kSqrt, "", "square root"},
+    {"inversesqrt", kFunction, Id::kInverseSqrt, kUnary, "1 / sqrt(x)"},
+    {"pow", kFunction, Id::kPow, "f(ff) F(FF)", "power"},
+    {"exp", kFunction, Id::kExp, kUnary, "power of e"},
+    {"exp2", kFunction, Id::kExp2, kUnary, "power of 2"},
+    {"log", kFunction, Id::kLog, kUnary, "natural logarithm"},
+    {"log2", kFunction, Id::kLog2, kUnary, "logarithm to base 2"},
+    {"sin", kFunction, Id::kSin, kUnary, "sine"},
+    {"cos", kFunction, Id::kCos, kUnary, "cosine"},
+    {"tan", kFunction, Id::kTan, kUnary, "tangent"},
+    {"asin", kFunction, Id::kAsin, kUnary, "inverse sine"},
+    {"acos", kFunction, Id::kAcos, kUnary, "inverse cosine"},
+    {"atan", kFunction, Id::kAtan, "f(f) F(F) f(ff) F(FF)", "inverse tangent; with two arguments angle of (x, y)"},
+    {"radians", kFunction, Id::kRadians, kUnary, "degrees to radians"},
+    {"degrees", kFunction, Id::kDegrees, kUnary, "radians to degrees"},
+    {"isnan", kFunction, Id::kIsNan, "b(f)", "whether a value is no number"},
+    {"isinf", kFunction, Id::kIsInf, "b(f)", "whether a value is infinite"},
+    {"floatBitsToUint", kFunction, Id::kFloatBitsToUint, "u(f)", "the same bits"},
+    {"floatBitsToInt", kFunction, Id::kFloatBitsToInt, "i(f)", "the same bits"},
+    {"uintBitsToFloat", kFunction, Id::kUintBitsToFloat, "f(u)", "the same bits"},
+    {"intBitsToFloat", kFunction, Id::kIntBitsToFloat, "f(i)", "the same bits"},
+    // Functions of vectors and matrices.
+    {"dot", kFunction, Id::kDot, "f(FF)", "sum of the products, first component first"},
+    {"cross", kFunction, Id::kCross, "3(33)", "cross product"},
+    {"length", kFunction, Id::kLength, "f(F)", "length of a vector"},
+    {"distance", kFunction, Id::kDistance, "f(FF)", "length of a - b"},
+    {"normalize", kFunction, Id::kNormalize, "F(F)", "vector of length 1"},
+    {"reflect", kFunction, Id::kReflect, "F(FF)", "mirror image at a plane"},
+    {"mul", kFunction, Id::kMul, "3(M3) 4(N4) 3(3M) 4(4N) M(MM) N(NN) 3(A3)", "product with a matrix"},
+    {"transpose", kFunction, Id::kTranspose, "M(M) N(N)", "rows as columns"},
+    {"MatrixOffset", kFunction, Id::kMatrixOffset, "3(N)", "offset of an affine matrix"},
+    {"matoff", kFunction, Id::kMatrixOffset, "", "offset of an affine matrix"},
+    {"determinant", kFunction, Id::kDeterminant, "f(M) f(N)", "determinant"},
+    {"inverse", kFunction, Id::kInverse, "M(M) N(N)", "inverse matrix"},
+    // Statements and directives.
+    {"GROUPSIZE", kStatement, Id::kOther, "", "size of a work group"},
+    {"CPU_GRANULARITY", kStatement, Id::kOther, "", "invocations that a worker takes at least"},
+    {"CPU_SINGLETHREADEDTHRESHOLD", kStatement, Id::kOther, "", "up to so many run in order on the calling thread"},
+    {"KERNELINPUTS", kStatement, Id::kOther, "", "the parameters"},
+    {"OSTRA_PARALLEL_KERNEL", kStatement, Id::kOther, "", "begins the kernel"},
+    {"OSTRA_PARALLEL_KERNEL_END", kStatement, Id::kOther, "", "ends the kernel"},
+    {"FP_KERNEL", kStatement, Id::kOther, "", "begins the kernel"},
+    {"FP_KERNEL_END", kStatement, Id::kOther, "", "ends the kernel"},
+    {"OSTRA_METHOD", kStatement, Id::kOther, "", "begins a kernel that can fail"},
+    {"KERNEL_RETURN", kStatement, Id::kOther, "", "ends the invocation of a kernel that can fail"},
+    {"CPU_SCOPE_START", kStatement, Id::kOther, "", "begins lines for the CPU only"},
+    {"CPU_SCOPE_END", kStatement, Id::kOther, "", "ends lines for the CPU only"},
+    {"ADDNOISECALL", kStatement, Id::kOther, "", "counts a call of a noise"},
+    {"GROUPSHAREDMEM", kStatement, Id::kOther, "", "declares an array in group memory"},
+    {"MAKELOCAL", kStatement, Id::kOther, "", "copies elements of a buffer into group memory"},
+    {"groupSharedBarrier", kStatement, Id::kOther, "", "waits for the invocations of the group"},
+    // Qualifiers.
+    {"INOUT", kQualifier, Id::kOther, "", "a parameter that the function changes"},
+    {"inout", kQualifier, Id::kOther, "", "a parameter that the function changes"},
+    {"out", kQualifier, Id::kOther, "", "a parameter that the function sets"},
+    {"in", kQualifier, Id::kOther, "", "a parameter that is given"},
+    {"CPU_CONSTREF", kQualifier, Id::kOther, "", "a parameter by constant reference, on the CPU"},
+    {"IGNORE_VARIABLE_GPU", kQualifier, Id::kOther, "", "a parameter for the CPU only"},
+    {"ATOMIC", kQualifier, Id::kOther, "", "an atomic variable in Metal text"},
+    {"TYPE", kQualifier, Id::kOther, "", "the template argument"},
+    // Types.
+    {"void", kType, Id::kOther, "", "no value"},
+    {"bool", kType, Id::kOther, "", "true or false"},
+    {"Bool", kType, Id::kOther, "", "true or false"},
+    {"int", kType, Id::kOther, "", "32-bit integer"},
+    {"Int32", kType, Id::kOther, "", "32-bit integer"},
+    {"uint", kType, Id::kOther, "", "32-bit integer without sign"},
+    {"UInt32", kType, Id::kOther, "", "32-bit integer without sign"},
+    {"Int8", kType, Id::kOther, "", "8-bit integer"},
+    {"UInt8", kType, Id::kOther, "", "8-bit integer without sign"},
+    {"Byte", kType, Id::kOther, "", "8-bit integer without sign"},
+    {"Int16", kType, Id::kOther, "", "16-bit integer"},
+    {"UInt16", kType, Id::kOther, "", "16-bit integer without sign"},
+    {"Int64", kType, Id::kOther, "", "64-bit integer"},
+    {"Int", kType, Id::kOther, "", "64-bit integer"},
+    {"UInt64", kType, Id::kOther, "", "64-bit integer without sign"},
+    {"half", kType, Id::kOther, "", "16-bit number"},
+    {"HalfFloat", kType, Id::kOther, "", "16-bit number"},
+    {"float", kType, Id::kOther, "", "32-bit number"},
+    {"Float32", kType, Id::kOther, "", "32-bit number"},
+    {"double", kType, Id::kOther, "", "64-bit number"},
+    {"Float64", kType, Id::kOther, "", "64-bit number"},
+    {"vec2", kType, Id::kOther, "", "vector of floats"},
+    {"vec3", kType, Id::kOther, "", "vector of floats"},
+    {"vec4", kType, Id::kOther, "", "vector of floats"},
+    {"float2", kType, Id::kOther, "", "vector of floats"},
+    {"float3", kType, Id::kOther, "", "vector of floats"},
+    {"float4", kType, Id::kOther, "", "vector of floats"},
+    {"int2", kType, Id::kOther, "", "vector of integers"},
+    {"int3", kType, Id::kOther, "", "vector of integers"},
+    {"int4", kType, Id::kOther, "", "vector of integers"},
+    {"uint2", kType, Id::kOther, "", "vector of integers without sign"},
+    {"uint3", kType, Id::kOther, "", "vector of integers without sign"},
+    {"uint4", kType, Id::kOther, "", "vector of integers without sign"},
+    {"half2", kType, Id::kOther, "", "vector of 16-bit numbers"},
+    {"half3", kType, Id::kOther, "", "vector of 16-bit numbers"},
+    {"half4", kType, Id::kOther, "", "vector of 16-bit numbers"},
+    {"Vector2d32", kType, Id::kOther, "", "vector of floats"},
+    {"Vector32", kType, Id::kOther, "", "vector of three floats"},
+    {"Vector4d32", kType, Id::kOther, "", "vector of floats"},
+    {"IntVector4d32", kType, Id::kOther, "", "vector of integers"},
+    {"Vec2", kType, Id::kOther, "", "vector of two of a type, Vec2<UInt32>"},
+    {"Vec3", kType, Id::kOther, "", "vector of three of a type"},
+    {"Vec4", kType, Id::kOther, "", "vector of four of a type"},
+    {"mat3", kType, Id::kOther, "", "matrix of three columns v0, v1, v2"},
+    {"sqmat", kType, Id::kOther, "", "matrix of three columns v0, v1, v2"},
+    {"SquareMatrix32", kType, Id::kOther, "", "matrix of three columns v0, v1, v2"},
+    {"mat4", kType, Id::kOther, "", "matrix of four columns v0 to v3"},
+    {"SquareMatrix4d32", kType, Id::kOther, "", "matrix of four columns v0 to v3"},
+    {"Matrix32", kType, Id::kOther, "", "matrix of four columns v0 to v3"},
+    {"AffineMatrix32", kType, Id::kOther, "", "offset off and axes v1, v2, v3"},
+    {"Block", kType, Id::kOther, "", "a buffer parameter, Block<Float32>"},
+    {"BaseArray", kType, Id::kOther, "", "a buffer parameter"},
+    {"AtomicUInt32", kType, Id::kOther, "", "a counter parameter"},
+    {"GradientRenderData", kType, Id::kOther, "", "a gradient parameter"},
+    // Graphics stages.
+    {"OutPosition", kStage, Id::kOther, "", "position that a vertex stage gives"},
+    {"OutPointSize", kStage, Id::kOther, "", "width of a point"},
+    {"InVertexID", kStage, Id::kOther, "", "number of the vertex"},
+    {"InInstanceID", kStage, Id::kOther, "", "number of the instance"},
+    {"InFragCoord", kStage, Id::kOther, "", "position of the pixel"},
+    {"InSampleID", kStage, Id::kOther, "", "number of the sample"},
+    {"GetFramebufferTexel", kStage, Id::kOther, "", "texel of a framebuffer layer"},
+    {"PassTexture", kStage, Id::kOther, "", "a texture as an argument"},
+    {"PassMultisampledTexture", kStage, Id::kOther, "", "a texture as an argument"},
+    {"SampleParameter", kStage, Id::kOther, "", "filtered value of a sampler that a function takes"},
+    {"FetchParameter", kStage, Id::kOther, "", "texel of a sampler that a function takes"},
+    {"InPatch", kStage, Id::kOther, "", "varying of a control point"},
+    {"InPatchPosition", kStage, Id::kOther, "", "position of a control point"},
+    {"InPatchSize", kStage, Id::kOther, "", "number of control points"},
+    {"InInvocationID", kStage, Id::kOther, "", "number of this control point"},
+    {"InPrimitiveID", kStage, Id::kOther, "", "number of the patch"},
+    {"OutTessLevelOuter", kStage, Id::kOther, "", "how often edges are divided"},
+    {"OutTessLevelInner", kStage, Id::kOther, "", "how often the inside is divided"},
+    {"InTessCoord", kStage, Id::kOther, "", "position in the patch"},
+    {"discard", kStage, Id::kOther, "", "drops the pixel"},
+    // Words of C++ that stand for more than the language has.
+    {"auto", kReserved, Id::kOther, "", ""},
+    {"template", kReserved, Id::kOther, "", ""},
+    {"class", kReserved, Id::kOther, "", ""},
+    {"union", kReserved, Id::kOther, "", ""},
+    {"enum", kReserved, Id::kOther, "", ""},
+    {"typedef", kReserved, Id::kOther, "", ""},
+    {"using", kReserved, Id::kOther, "", ""},
+    {"goto", kReserved, Id::kOther, "", ""},
+    {"asm", kReserved, Id::kOther, "", ""},
+    {"try", kReserved, Id::kOther, "", ""},
+    {"throw", kReserved, Id::kOther, "", ""},
+    {"new", kReserved, Id::kOther, "", ""},
+    {"delete", kReserved, Id::kOther, "", ""},
+    {"operator", kReserved, Id::kOther, "", ""},
+    {"sizeof", kReserved, Id::kOther, "", ""},
+    {"decltype", kReserved, Id::kOther, "", ""},
+    {"static_assert", kReserved, Id::kOther, "", ""},
+    {"reinterpret_cast", kReserved, Id::kOther, "", ""},
+    {"const_cast", kReserved, Id::kOther, "", ""},
+    {"dynamic_cast", kReserved, Id::kOther, "", ""},
+    {"nullptr", kReserved, Id::kOther, "", ""},
+    {"this", kReserved, Id::kOther, "", ""},
+    {"extern", kReserved, Id::kOther, "", ""},
+    {"thread_local", kReserved, Id::kOther, "", ""},
+    {"volatile", kReserved, Id::kOther, "", ""},
+    {"mutable", kReserved, Id::kOther, "", ""},
+    {"friend", kReserved, Id::kOther, "", ""},
+    {"virtual", kReserved, Id::kOther, "", ""},
+    {"public", kReserved, Id::kOther, "", ""},
+    {"private", kReserved, Id::kOther, "", ""},
+    {"protected", kReserved, Id::kOther, "", ""},
+    {"typename", kReserved, Id::kOther, "", ""},
+    {"typeid", kReserved, Id::kOther, "", ""},
+    {"concept", kReserved, Id::kOther, "", ""},
+    {"requires", kReserved, Id::kOther, "", ""},
+    {"noexcept", kReserved, Id::kOther, "", ""},
+    {"alignas", kReserved, Id::kOther, "", ""},
+    {"alignof", kReserved, Id::kOther, "", ""},
+    {"wchar_t", kReserved, Id::kOther, "", ""},
+    {"long", kReserved, Id::kOther, "", ""},
+    {"short", kReserved, Id::kOther, "", ""},
+    {"char", kReserved, Id::kOther, "", ""},
+    {"Char", kReserved, Id::kOther, "", ""},
+    {"signed", kReserved, Id::kOther, "", ""},
+    {"register", kReserved, Id::kOther, "", ""},
+};
+
+constexpr std::size_t kIdCount = static_cast<std::size_t>(WordId::kCount);
+
+// The type of a letter in a form, for vectors of `width` components.
+TypeIndex ReadLetter(char letter, UInt32 width) {
+  switch (letter) {
+    case 'f':
+      return kFloatType;
+    case 'i':
+      return kIntType;
+    case 'u':
+      return kUIntType;
+    case 'b':
+      return kBoolType;
+    case 'F':
+      return GetVectorType(Scalar::kFloat32, width);
+    case 'I':
+      return GetVectorType(Scalar::kInt32, width);
+    case 'U':
+      return GetVectorType(Scalar::kUInt32, width);
+    case '2':
+      return GetVectorType(Scalar::kFloat32, 2);
+    case '3':
+      return GetVectorType(Scalar::kFloat32, 3);
+    case '4':
+      return GetVectorType(Scalar::kFloat32, 4);
+    case 'M':
+      return kMatrix3Type;
+    case 'N':
+      return kMatrix4Type;
+    default:
+      return kAffineMatrixType;
+  }
+}
+
+void AddOverloads(std::string_view form, std::vector<Overload>& overloads) {
+  const Bool isGeneric = form.find_first_of("FIU") != std::string_view::npos;
+  for (UInt32 width = isGeneric ? 2 : 1; width <= (isGeneric ? 4u : 1u); ++width) {
+    Overload overload{.result = ReadLetter(form[0], width)};
+    for (const char letter : form.substr(2, form.size() - 3))
+      overload.parameters[overload.count++] = ReadLetter(letter, width);
+    overloads.push_back(overload);
+  }
+}
+
+struct Tables {
+  Tables() {
+    for (const Word& word : kWords) {
+      byName.emplace(word.name, &word);
+      const auto id = static_cast<std::size_t>(word.id);
+      if (!byId[id]) byId[id] = &word;
+      for (std::size_t at = 0; at < word.forms.size();) {
+        const std::size_t end = std::min(word.forms.find(' ', at), word.forms.size());
+        AddOverloads(word.forms.substr(at, end - at), overloads[id]);
+        at = end + 1;
+      }
+    }
+  }
+  std::unordered_map<std::string_view, const Word*> byName;
+  std::array<const Word*, kIdCount> byId{};
+  std::array<std::vector<Overload>, kIdCount> overloads;
+};
+
+const Tables& GetTables() {
+  static const Tables tables;
+  return tables;
+}
+
+}  // namespace
+
+std::span<const Word> GetWords() { return kWords; }
+
+const Word* FindWord(std::string_view name) {
+  const auto found = GetTables().byName.find(name);
+  return found == GetTables().byName.end() ? nullptr : found->second;
+}
+
+const Word& GetWord(WordId id) { return *GetTables().byId[static_cast<std::size_t>(id)]; }
+
+std::span<const Overload> GetOverloads(WordId id) { return GetTables().overloads[static_cast<std::size_t>(id)]; }
+
+}  // namespace ostra::kernellanguage

@@ -1,0 +1,136 @@
+// The words of the kernel language: one table of all of them, with the overloads of the functions and what they mean.
+// Parser, resolver, documentation and editors read it; a new word is a row of it.
+#pragma once
+
+#include <span>
+#include <string_view>
+
+#include "parallelprogram/kernellanguage/types.h"
+
+namespace ostra::kernellanguage {
+
+enum class WordKind : UInt8 {
+  kType,       // names a type
+  kFunction,   // has overloads
+  kValue,      // InGlobalInvocationID and its relatives: uint3
+  kParameter,  // UNIFORM, UNIFORM_BUFFER, ...: its argument is the name of a parameter
+  kTexture,    // its first argument is the name of a texture parameter
+  kAtomic,     // AtomicAdd(place, value, old) and its relatives
+  kCall,       // another word with arguments
+  kStatement,  // a statement or directive
+  kQualifier,  // stands before types
+  kStage,      // graphics stages only
+  kReserved,   // of C++, which the language does not have
+};
+
+// Of words that a pass treats in a way of their own, and of all functions.
+enum class WordId : UInt16 {
+  kNone,
+  kOther,
+  // values
+  kGlobalInvocation,
+  kLocalInvocation,
+  kWorkGroup,
+  kWorkGroupSize,
+  kLinearInvocation,
+  // parameters
+  kUniform,
+  kUniformBuffer,
+  kPassBuffer,
+  kAtomicCounter,
+  kLocalData,
+  // textures, noises, gradients
+  kSampleTexture,
+  kSampleTextureLayer,
+  kFetchTexture,
+  kFetchTextureLayer,
+  kTextureSize,
+  kStoreImage,
+  kRenderNoise,
+  kSampleGradient,
+  // atomics
+  kAtomicAdd,
+  kAtomicSub,
+  kAtomicMin,
+  kAtomicMax,
+  kAtomicAnd,
+  kAtomicOr,
+  kAtomicXor,
+  kAtomicExchange,
+  kAtomicCompareExchange,
+  // functions
+  kAbs,
+  kSign,
+  kFloor,
+  kCeil,
+  kTrunc,
+  kFract,
+  kMod,
+  kMin,
+  kMax,
+  kClamp,
+  kMix,
+  kStep,
+  kSmoothstep,
+  kSqrt,
+  kInverseSqrt,
+  kPow,
+  kExp,
+  kExp2,
+  kLog,
+  kLog2,
+  kSin,
+  kCos,
+  kTan,
+  kAsin,
+  kAcos,
+  kAtan,
+  kRadians,
+  kDegrees,
+  kIsNan,
+  kIsInf,
+  kFloatBitsToUint,
+  kFloatBitsToInt,
+  kUintBitsToFloat,
+  kIntBitsToFloat,
+  kDot,
+  kCross,
+  kLength,
+  kDistance,
+  kNormalize,
+  kReflect,
+  kMul,
+  kTranspose,
+  kMatrixOffset,
+  kDeterminant,
+  kInverse,
+  kCount
+};
+
+struct Word {
+  std::string_view name;
+  WordKind kind;
+  WordId id;
+  // Of functions: their overloads, as result(arguments) with one letter a type: f i u b scalars; F I U vectors of
+  // these, all of one width; 2 3 4 vectors of floats; M N A mat3, mat4 and affine matrix.
+  std::string_view forms;
+  std::string_view meaning;  // one line
+};
+
+struct Overload {
+  TypeIndex result = kUnknownType;
+  UInt8 count = 0;
+  TypeIndex parameters[3] = {};
+};
+
+std::span<const Word> GetWords();
+// Null for a name that is no word of the language.
+const Word* FindWord(std::string_view name);
+// The first word with the ID.
+const Word& GetWord(WordId id);
+// In the order of Word::forms, those of vectors for two, three, four components.
+std::span<const Overload> GetOverloads(WordId id);
+
+inline Bool IsAtomic(WordId id) { return id >= WordId::kAtomicAdd && id <= WordId::kAtomicCompareExchange; }
+
+}  // namespace ostra::kernellanguage
