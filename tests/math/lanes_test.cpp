@@ -18,20 +18,20 @@
 // The order matters.
 // clang-format off
 #define OSTRA_LANE_LEVEL 0
-#include "ostra/math/lanes/lanes.h"
+#include "ostra/math/lanes/lanes.inl"
 #include "ostra/math/lanes/level_begin.inl"
 #include "tests/math/lane_cases.inl"
 #include "ostra/math/lanes/level_end.inl"
 #undef OSTRA_LANE_LEVEL
 #ifdef __x86_64__
 #define OSTRA_LANE_LEVEL 1
-#include "ostra/math/lanes/lanes.h"
+#include "ostra/math/lanes/lanes.inl"
 #include "ostra/math/lanes/level_begin.inl"
 #include "tests/math/lane_cases.inl"
 #include "ostra/math/lanes/level_end.inl"
 #undef OSTRA_LANE_LEVEL
 #define OSTRA_LANE_LEVEL 2
-#include "ostra/math/lanes/lanes.h"
+#include "ostra/math/lanes/lanes.inl"
 #include "ostra/math/lanes/level_begin.inl"
 #include "tests/math/lane_cases.inl"
 #include "ostra/math/lanes/level_end.inl"

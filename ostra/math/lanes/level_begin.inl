@@ -1,4 +1,4 @@
-// Opens the code of one instruction level: included by lanes.h, and by sources around their own code of that
+// Opens the code of one instruction level: included by lanes.inl, and by sources around their own code of that
 // level; closed by level_end.inl. No include guard: a source may be compiled for several levels, one after the other.
 //
 // OSTRA_LANE_LEVEL says which: 0 every x86-64 processor and other processors, 1 AVX2 and FMA, 2 AVX-512 (F, BW, DQ,

@@ -1,7 +1,7 @@
 // Lanes<T> and Mask: one value of a number, or of a condition, for each of kLaneCount invocations.
 //
 //   #define OSTRA_LANE_LEVEL 2
-//   #include "ostra/math/lanes/lanes.h"
+//   #include "ostra/math/lanes/lanes.inl"
 //   using namespace ostra::lanes16;
 //
 //   Lanes<Float32> x = Load(source);
