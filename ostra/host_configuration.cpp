@@ -39,7 +39,7 @@ const char* GetEnvironment(Bool readsEnvironment, const char* name) {
 
 Result<void> ReadConfigurationFile(std::string_view path) {
   OSTRA_ASSIGN_OR_RETURN(Url file, Url::Create(path));
-  OSTRA_ASSIGN_OR_RETURN(BaseArray<Byte> bytes, ReadFileToMemory(file));
+  OSTRA_ASSIGN_OR_RETURN(BaseArray<Byte> bytes, ReadFileToMemory(file, {kMaxTextFileSize, true}));
   OSTRA_ASSIGN_OR_RETURN(String text, DecodeText(std::as_const(bytes).GetBlock()));
   return Configuration::ReadText(text, path);
 }

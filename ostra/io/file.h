@@ -8,6 +8,8 @@
 // and the operating system's reason. All functions are thread-safe.
 #pragma once
 
+#include <limits>
+
 #include "ostra/core/base_array.h"
 #include "ostra/io/url.h"
 
@@ -22,12 +24,31 @@ OSTRA_API IODETECT IoDetect(const Url& url);
 // When the contents were last changed, in nanoseconds since 1970. Error: there is no such file.
 OSTRA_API Result<UInt64> GetModificationStamp(const Url& url);
 
-// All bytes of a file, also of pipes and devices that end. Errors: missing, a directory, unreadable; out of memory.
-OSTRA_API Result<BaseArray<Byte>> ReadFileToMemory(const Url& url);
+// What a reader accepts.
+struct ReadLimits {
+  Int maxSize = std::numeric_limits<Int>::max();  // bytes
+  // Pipes and devices too, up to their end or to maxSize. Opening a pipe waits for its writer.
+  Bool mayBePipe = false;
+};
+
+// Texts that people write (sources, headers, scenes) are shorter; whoever reads one refuses longer files.
+inline constexpr Int kMaxTextFileSize = Int(64) << 20;
+
+// All bytes of a regular file. Errors: missing, a directory, unreadable; a pipe or a device unless `limits` allow them;
+// more bytes than `limits` allow, which is said before they are read where the size is known; out of memory.
+OSTRA_API Result<BaseArray<Byte>> ReadFileToMemory(const Url& url, const ReadLimits& limits = {});
+
+// Whether WriteFileAtomically may replace what is at `url` now, asked before work begins that would be lost. Errors: a
+// directory; a file that is read-only, for the superuser too when nobody may write it; a name that is too long; a
+// folder that is missing or not writable.
+OSTRA_API Result<void> CheckFileTarget(const Url& url);
 
 // Makes `bytes` the contents of the file. They are written beside it and renamed, so that others see the old contents
-// or the new ones and a failure leaves neither a half-written file nor the temporary one. A link is replaced, not
-// followed. Devices and pipes are written in place. Errors: the folder is missing or not writable, the disk is full.
+// or the new ones, and neither a failure nor the end of the process leaves a half-written file. Where the file system
+// knows no files without a name, RemoveUnfinishedFiles (ostra/io/unfinished_file.h) removes the temporary one of a
+// process that is ended. An existing file's mode and group are kept. A link is replaced, not followed. Devices, pipes
+// and names of open files such as /dev/stdout are written in place. Errors: those of CheckFileTarget; the
+// disk is full.
 OSTRA_API Result<void> WriteFileAtomically(const Url& url, Block<const Byte> bytes);
 
 // The text of UTF-8 bytes; carriage returns stay, a byte order mark at the start goes. Errors: illegal argument with

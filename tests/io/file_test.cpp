@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -14,6 +15,7 @@
 #include <thread>
 #include <vector>
 
+#include "ostra/io/unfinished_file.h"
 #include "tests/support/temporary_folder.h"
 
 namespace ostra {
@@ -78,10 +80,114 @@ TEST_F(FileTest, PipesAreReadToTheirEnd) {
   ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
   const std::string contents(300000, 'p');
   std::thread writer([&] { std::ofstream(path) << contents; });
-  const auto bytes = ReadFileToMemory(MakeUrl("pipe"));
+  const auto bytes = ReadFileToMemory(MakeUrl("pipe"), {.mayBePipe = true});
   writer.join();
   ASSERT_TRUE(bytes.IsOk()) << MessageOf(bytes);
   EXPECT_EQ(std::string(bytes->begin(), bytes->end()), contents);
+}
+
+TEST_F(FileTest, APipeOrADeviceIsRefusedWithoutOpeningItUnlessItIsMeant) {
+  ASSERT_EQ(mkfifo((_folder / "pipe").c_str(), 0600), 0);
+  ASSERT_EQ(symlink("/dev/zero", (_folder / "endless").c_str()), 0);
+  EXPECT_THAT(MessageOf(ReadFileToMemory(MakeUrl("pipe"))),
+              HasSubstr("pipe cannot be read: it is a pipe, and only regular files are read."));
+  EXPECT_THAT(MessageOf(ReadFileToMemory(MakeUrl("endless"))), HasSubstr("it is a device"));
+  EXPECT_THAT(MessageOf(ReadFileToMemory(MakeUrl("endless"), {.maxSize = 100000, .mayBePipe = true})),
+              HasSubstr("it has more than the 100000 bytes that are read at most"));
+}
+
+TEST_F(FileTest, AFileBeyondTheLimitIsRefusedBeforeItIsRead) {
+  ASSERT_TRUE(WriteFileAtomically(MakeUrl("a.bin"), BytesOf("12345")).IsOk());
+  EXPECT_TRUE(ReadFileToMemory(MakeUrl("a.bin"), {.maxSize = 5}).IsOk());
+  EXPECT_THAT(MessageOf(ReadFileToMemory(MakeUrl("a.bin"), {.maxSize = 4})),
+              HasSubstr("a.bin cannot be read: it has 5 bytes, and at most 4 are read."));
+  // Nearly all of it is a hole, which takes no room on the disk.
+  ASSERT_EQ(truncate((_folder / "a.bin").c_str(), Int(1) << 40), 0);
+  const Int before = AllocationFaults::GetCount();
+  EXPECT_FALSE(ReadFileToMemory(MakeUrl("a.bin"), {.maxSize = kMaxTextFileSize}).IsOk());
+  EXPECT_LT(AllocationFaults::GetCount(), before + 20);
+}
+
+TEST_F(FileTest, AReplacedFileKeepsItsMode) {
+  for (const mode_t mode : {0600, 0644, 0755, 0666}) {
+    _folder.Write("a.bin", "old");
+    ASSERT_EQ(chmod((_folder / "a.bin").c_str(), mode), 0);
+    ASSERT_TRUE(WriteFileAtomically(MakeUrl("a.bin"), BytesOf("new")).IsOk());
+    struct stat state;
+    ASSERT_EQ(stat((_folder / "a.bin").c_str(), &state), 0);
+    EXPECT_EQ(state.st_mode & 07777, mode);
+    EXPECT_EQ(Read("a.bin"), "new");
+  }
+}
+
+TEST_F(FileTest, ANewFileHasTheModeOfTheProcess) {
+  const mode_t before = umask(027);
+  ASSERT_TRUE(WriteFileAtomically(MakeUrl("a.bin"), BytesOf("new")).IsOk());
+  umask(before);
+  struct stat state;
+  ASSERT_EQ(stat((_folder / "a.bin").c_str(), &state), 0);
+  EXPECT_EQ(state.st_mode & 07777, 0640u);
+}
+
+TEST_F(FileTest, AReadOnlyFileIsNotReplaced) {
+  _folder.Write("a.bin", "old");
+  ASSERT_EQ(chmod((_folder / "a.bin").c_str(), 0444), 0);
+  for (const auto& result : {CheckFileTarget(MakeUrl("a.bin")), WriteFileAtomically(MakeUrl("a.bin"), BytesOf("new"))})
+    EXPECT_THAT(MessageOf(result), HasSubstr("a.bin cannot be written: it is there already and read-only."));
+  EXPECT_EQ(Read("a.bin"), "old");
+}
+
+TEST_F(FileTest, NamesAsLongAsTheFileSystemAllowsAreWritten) {
+  for (const std::size_t size : {std::size_t(230), std::size_t(251), std::size_t(254), std::size_t(255)}) {
+    const std::string name(size, 'n');
+    for (const char* contents : {"first", "second"}) {
+      const auto result = WriteFileAtomically(MakeUrl(name), BytesOf(contents));
+      ASSERT_TRUE(result.IsOk()) << size << MessageOf(result);
+      EXPECT_EQ(Read(name), contents);
+    }
+  }
+  EXPECT_EQ(CountFiles(), 4);
+  const std::string name(256, 'n');
+  EXPECT_THAT(MessageOf(CheckFileTarget(MakeUrl(name))), HasSubstr("File name too long"));
+  EXPECT_THAT(MessageOf(WriteFileAtomically(MakeUrl(name), BytesOf("x"))), HasSubstr("File name too long"));
+}
+
+TEST_F(FileTest, AProcessThatIsEndedWhileItWritesLeavesNothing) {
+  const std::string contents(300 << 20, 'x');
+  for (int round = 0; round < 5; ++round) {
+    const pid_t child = fork();
+    if (child == 0) _exit(WriteFileAtomically(MakeUrl("a.bin"), BytesOf(contents)).IsOk() ? 0 : 1);
+    ASSERT_GT(child, 0);
+    // In the midst of it: so many bytes take longer.
+    usleep(10000 + 5000 * static_cast<useconds_t>(round));
+    kill(child, SIGKILL);
+    int status = 0;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(CountFiles(), WIFSIGNALED(status) ? 0 : 1);
+    std::filesystem::remove(_folder / "a.bin");
+  }
+}
+
+TEST_F(FileTest, DescriptorsAreWrittenWhereTheyLead) {
+  _folder.Write("a.bin", "");
+  const int file = open((_folder / "a.bin").c_str(), O_WRONLY);
+  ASSERT_GE(file, 0);
+  const auto url = Url::Create("/proc/self/fd/" + std::to_string(file));
+  const auto result = WriteFileAtomically(*url, BytesOf("through"));
+  EXPECT_TRUE(CheckFileTarget(*url).IsOk());
+  close(file);
+  EXPECT_TRUE(result.IsOk()) << MessageOf(result);
+  EXPECT_EQ(Read("a.bin"), "through");
+  EXPECT_EQ(CountFiles(), 1);
+}
+
+TEST_F(FileTest, UnfinishedFilesAreRemovedAtOnceAndOthersStay) {
+  const std::string path = _folder.Write("a.tmp", "half"), other = _folder.Write("b.tmp", "half");
+  const UnfinishedFile unfinished(path.c_str());
+  { const UnfinishedFile finished(other.c_str()); }
+  RemoveUnfinishedFiles();
+  EXPECT_FALSE(std::filesystem::exists(path));
+  EXPECT_TRUE(std::filesystem::exists(other));
 }
 
 TEST_F(FileTest, DetectionTellsFilesFromDirectories) {
