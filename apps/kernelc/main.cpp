@@ -44,7 +44,7 @@ std::optional<std::string> ReadFile(const fs::path& path) {
 
 Result<std::string> ReadBytes(const std::string& path) {
   OSTRA_ASSIGN_OR_RETURN(const Url file, Url::Create(path));
-  OSTRA_ASSIGN_OR_RETURN(BaseArray<Byte> bytes, ReadFileToMemory(file));
+  OSTRA_ASSIGN_OR_RETURN(BaseArray<Byte> bytes, ReadFileToMemory(file, {.maxSize = kMaxTextFileSize}));
   if (const auto decoded = DecodeContainer(bytes); !decoded)
     return MakeError(decoded.GetError().GetKind(), kOstraUnit, __LINE__, "the file cannot be read: @",
                      decoded.GetError());

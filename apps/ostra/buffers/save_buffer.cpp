@@ -5,7 +5,6 @@
 #include "apps/ostra/buffers/csv.h"
 #include "apps/ostra/buffers/file_kind.h"
 #include "apps/ostra/buffers/npy.h"
-#include "apps/ostra/output/target_folder.h"
 #include "apps/ostra/tool_error.h"
 #include "ostra/image/image.h"
 #include "ostra/io/file.h"
@@ -57,7 +56,7 @@ Result<void> CheckBufferTarget(const Url& file, DataType elementType) {
   if (!elementType.IsPlain())
     return OSTRA_ILLEGAL_ARGUMENT("Elements of the type @ cannot be written to files.", elementType);
   if (kind == FileKind::Npy || kind == FileKind::Csv) OSTRA_RETURN_IF_ERROR(GetElementLayout(elementType));
-  return CheckTargetFolder(file);
+  return CheckFileTarget(file);
 }
 
 Result<void> SaveBuffer(const Url& file, DataType elementType, Block<const Generic> elements, const Extents& size) {

@@ -1,7 +1,6 @@
 #include "apps/ostra/encode/decode_command.h"
 
 #include "apps/ostra/encode/source_file.h"
-#include "apps/ostra/output/target_folder.h"
 #include "ostra/io/file.h"
 #include "parallelprogram/shaderparser/container.h"
 
@@ -10,8 +9,8 @@ OSTRA_UNIT("decode_command");
 namespace ostra::tool {
 
 Result<void> DecodeFile(const Url& source, const Url& target) {
-  OSTRA_RETURN_IF_ERROR(CheckTargetFolder(target));
-  OSTRA_ASSIGN_OR_RETURN(BaseArray<Byte> bytes, ReadSourceBytes(source));
+  OSTRA_RETURN_IF_ERROR(CheckFileTarget(target));
+  OSTRA_ASSIGN_OR_RETURN(BaseArray<Byte> bytes, ReadSourceBytes(source, true));
   if (!IsContainer(bytes.GetBlock())) return OSTRA_ILLEGAL_ARGUMENT("@ is not encoded.", source);
   OSTRA_RETURN_IF_ERROR(DecodeSourceFile(source, bytes));
   return WriteFileAtomically(target, bytes.GetBlock());

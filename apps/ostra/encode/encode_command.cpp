@@ -1,7 +1,6 @@
 #include "apps/ostra/encode/encode_command.h"
 
 #include "apps/ostra/encode/source_file.h"
-#include "apps/ostra/output/target_folder.h"
 #include "ostra/io/file.h"
 #include "parallelprogram/shaderparser/container.h"
 
@@ -17,8 +16,8 @@ Bool IsSoundContainer(BaseArray<Byte> bytes) { return IsContainer(bytes.GetBlock
 }  // namespace
 
 Result<void> EncodeFile(const Url& source, const Url& target) {
-  OSTRA_RETURN_IF_ERROR(CheckTargetFolder(target));
-  OSTRA_ASSIGN_OR_RETURN(BaseArray<Byte> text, ReadSourceBytes(source));
+  OSTRA_RETURN_IF_ERROR(CheckFileTarget(target));
+  OSTRA_ASSIGN_OR_RETURN(BaseArray<Byte> text, ReadSourceBytes(source, true));
   OSTRA_ASSIGN_OR_RETURN(const BaseArray<Byte> container, EncodeContainer(text.GetBlock()));
   if (IsSoundContainer(std::move(text))) return OSTRA_ILLEGAL_ARGUMENT("@ is encoded already.", source);
   return WriteFileAtomically(target, container.GetBlock());

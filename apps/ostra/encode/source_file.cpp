@@ -43,8 +43,8 @@ std::string FindSimilarFile(const Url& file) {
 
 }  // namespace
 
-Result<BaseArray<Byte>> ReadSourceBytes(const Url& file) {
-  auto bytes = ReadFileToMemory(file);
+Result<BaseArray<Byte>> ReadSourceBytes(const Url& file, Bool mayBePipe) {
+  auto bytes = ReadFileToMemory(file, {kMaxTextFileSize, mayBePipe});
   if (bytes || bytes.GetError().GetKind() == kOutOfMemoryError || IoDetect(file) != IODETECT::NONE) return bytes;
   const std::string similar = FindSimilarFile(file);
   if (similar.empty()) return bytes;

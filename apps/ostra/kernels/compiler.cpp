@@ -1,7 +1,6 @@
 #include "apps/ostra/kernels/compiler.h"
 
 #include <fcntl.h>
-#include <spawn.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -10,12 +9,11 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "apps/ostra/kernels/child_process.h"
 #include "apps/ostra/values/text.h"
 #include "ostra/core/format.h"
 
 OSTRA_UNIT("compiler");
-
-extern "C" char** environ;
 
 namespace ostra::tool {
 
@@ -43,24 +41,6 @@ Result<std::string> ReadToEnd(int file) {
       return OSTRA_ILLEGAL_STATE("The output of a program cannot be read: @.", std::strerror(errno));
     if (count > 0) text.append(buffer, static_cast<std::size_t>(count));
   }
-}
-
-// Starts the program with both outputs going to `output`; returns the error number.
-int Spawn(const std::vector<std::string>& command, int input, int output, pid_t& process) {
-  std::vector<char*> arguments;
-  for (const std::string& argument : command) arguments.push_back(const_cast<char*>(argument.c_str()));
-  arguments.push_back(nullptr);
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  if (input < 0)
-    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-  else
-    posix_spawn_file_actions_adddup2(&actions, input, STDIN_FILENO);
-  posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
-  posix_spawn_file_actions_adddup2(&actions, output, STDERR_FILENO);
-  const int code = posix_spawnp(&process, arguments[0], &actions, nullptr, arguments.data(), environ);
-  posix_spawn_file_actions_destroy(&actions);
-  return code;
 }
 
 }  // namespace
@@ -107,24 +87,22 @@ Result<std::string> FindSwitchAgainstExcerpts(const Compiler& compiler) {
 }
 
 Result<CommandResult> RunCommand(const std::vector<std::string>& command, int input) {
-  int ends[2];
-  if (pipe2(ends, O_CLOEXEC) != 0)
-    return OSTRA_ILLEGAL_STATE("@ cannot be started: @.", command[0], std::strerror(errno));
-  pid_t process = 0;
-  const int code = Spawn(command, input, ends[1], process);
-  close(ends[1]);
-  if (code != 0) {
-    close(ends[0]);
+  const auto fail = [&command](int code) {
     return OSTRA_ILLEGAL_STATE("@ cannot be started: @.", command[0], std::strerror(code));
-  }
+  };
+  const std::string program = FindProgram(command[0]);
+  if (program.empty()) return fail(ENOENT);
+  int ends[2];
+  if (pipe2(ends, O_CLOEXEC) != 0) return fail(errno);
+  ChildProcess process(program, command, input, ends[1]);
+  close(ends[1]);
   auto output = ReadToEnd(ends[0]);
   close(ends[0]);
-  int status = 0;
-  while (waitpid(process, &status, 0) < 0 && errno == EINTR) {
-  }
+  const ChildProcess::End end = process.Wait();
+  if (end.startError != 0) return fail(end.startError);
   if (!output) return output.TakeError();
-  if (!WIFEXITED(status)) return OSTRA_ILLEGAL_STATE("@ was ended by signal @.", command[0], WTERMSIG(status));
-  return CommandResult{WEXITSTATUS(status), std::move(*output)};
+  if (!WIFEXITED(end.status)) return OSTRA_ILLEGAL_STATE("@ was ended by signal @.", command[0], WTERMSIG(end.status));
+  return CommandResult{WEXITSTATUS(end.status), std::move(*output)};
 }
 
 }  // namespace ostra::tool

@@ -8,7 +8,6 @@
 #include "apps/ostra/names/nearest_name.h"
 #include "apps/ostra/output/standard_output.h"
 #include "apps/ostra/output/table.h"
-#include "apps/ostra/output/target_folder.h"
 #include "apps/ostra/render/scene_renderer.h"
 #include "apps/ostra/start_host.h"
 #include "apps/ostra/tool_error.h"
@@ -23,7 +22,8 @@ namespace ostra::tool {
 namespace {
 
 Result<Scene> ReadScene(const RenderOptions& options) {
-  OSTRA_ASSIGN_OR_RETURN(const BaseArray<Byte> bytes, ReadFileToMemory(options.sceneFile));
+  OSTRA_ASSIGN_OR_RETURN(const BaseArray<Byte> bytes,
+                         ReadFileToMemory(options.sceneFile, {.maxSize = kMaxTextFileSize}));
   const std::string_view text(reinterpret_cast<const char*>(bytes.GetFirst()),
                               static_cast<std::size_t>(bytes.GetCount()));
   return ParseScene(text, options.sceneFile.GetView());
@@ -57,10 +57,10 @@ Result<void> ReplaceValues(const RenderOptions& options, Scene& scene) {
   return OK;
 }
 
-Result<void> CheckTarget(const Url& target) {
+Result<void> CheckPictureTarget(const Url& target) {
   if (GetFileKind(target) != FileKind::Picture)
     return OSTRA_USAGE_ERROR("--out: @ has no suffix that says how to write it; known are .png and .exr", target);
-  return CheckTargetFolder(target);
+  return CheckFileTarget(target);
 }
 
 Result<DrawportContextRef> MakeContext() {
@@ -104,7 +104,7 @@ Result<void> Report(const RenderOptions& options, const Scene& scene, const Rend
 }  // namespace
 
 Result<void> Render(const RenderOptions& options, std::span<const char* const> arguments) {
-  OSTRA_RETURN_IF_ERROR(CheckTarget(options.target));
+  OSTRA_RETURN_IF_ERROR(CheckPictureTarget(options.target));
   OSTRA_ASSIGN_OR_RETURN(Scene scene, ReadScene(options));
   OSTRA_RETURN_IF_ERROR(ReplaceValues(options, scene));
   if (options.size.IsKnown()) scene.size = options.size;

@@ -19,6 +19,8 @@ namespace ostra::tool {
 
 namespace {
 
+constexpr Int kMaxModelSize = Int(1) << 30;  // bytes of text, several times that as vertices
+
 struct Attribute {
   std::string name;
   DataType type;
@@ -86,7 +88,7 @@ class VertexMaker {
 
   Result<ShapeVertices> LoadModel() const {
     OSTRA_ASSIGN_OR_RETURN(const Url file, FindSceneFile(_folder, _vertices.model));
-    const auto bytes = ReadFileToMemory(file);
+    const auto bytes = ReadFileToMemory(file, {.maxSize = kMaxModelSize});
     if (!bytes) return MakeError(_vertices.path + ".model", bytes.GetError().GetMessage().GetView());
     auto model =
         DecodeObj({reinterpret_cast<const char*>(bytes->GetFirst()), static_cast<std::size_t>(bytes->GetCount())});
