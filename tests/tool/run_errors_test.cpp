@@ -2,6 +2,8 @@
 // file.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 
@@ -201,6 +203,39 @@ TEST_F(RunErrorsTest, AFailedRunKeepsTheOldOutput) {
   Expect(kFailed, "element 2 is below zero", GetTestKernel("net.example.fail.krn"),
          {"--in", In("values", "values.csv"), "--out", In("values", "old.npy")});
   EXPECT_EQ(_folder.Read("old.npy"), "old");
+}
+
+TEST_F(RunErrorsTest, PipesAndDevicesInPlaceOfFilesAreRefusedWithoutWaiting) {
+  for (const char* name : {"pipe.npy", "kernel.h", "pipe.json"}) ASSERT_EQ(mkfifo((_folder / name).c_str(), 0600), 0);
+  ASSERT_EQ(symlink("/dev/zero", (_folder / "endless.raw").c_str()), 0);
+  const std::string kernel =
+      _folder.Write("kernel.krn",
+                    "#include \"kernel.h\"\n\n#define KERNELINPUTS \\\n(Block<Float32>) "
+                    "values\n\nOSTRA_PARALLEL_KERNEL(Nothing, KERNELINPUTS)\n{\n}\nOSTRA_PARALLEL_KERNEL_END\n");
+  const std::string plain = GetTestKernel("net.example.scale.krn");
+  const std::vector<std::vector<std::string>> commands = {
+      {"run", plain, "--in", "values=" + _folder / "pipe.npy"},
+      {"run", plain, "--in", "values=" + _folder / "endless.raw"},
+      {"run", kernel},
+      {"check", kernel},
+      {"run", _folder / "pipe.json"},
+      {"render", _folder / "pipe.json", "--out", _folder / "out.png"},
+  };
+  for (const std::vector<std::string>& command : commands) {
+    const ToolResult result = RunTool(command);
+    EXPECT_EQ(result.exitStatus, 1) << command[1];
+    EXPECT_THAT(result.errors + result.output, HasSubstr("only regular files are read")) << command[1];
+  }
+}
+
+TEST_F(RunErrorsTest, AReadOnlyResultIsRefusedBeforeTheKernelRuns) {
+  const std::string target = _folder.Write("out.csv", "kept");
+  ASSERT_EQ(chmod(target.c_str(), 0444), 0);
+  const ToolResult result = RunTool({"run", GetTestKernel("net.example.scale.krn"), "--in", "values=zeros:4", "--set",
+                                     "factor=1", "--set", "offset=0,0", "--out", "values=" + target});
+  EXPECT_EQ(result.exitStatus, 1);
+  EXPECT_THAT(result.errors, HasSubstr("out.csv cannot be written: it is there already and read-only."));
+  EXPECT_EQ(_folder.Read("out.csv"), "kept");
 }
 
 }  // namespace
