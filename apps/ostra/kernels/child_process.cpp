@@ -108,12 +108,15 @@ ChildProcess::~ChildProcess() {
 ChildProcess::End ChildProcess::Wait() {
   if (_keeper < 0) return {_startError, 0};
   // A program that could not be started has said so first.
-  End end{ECHILD, 0};
-  while (read(_report, &end, sizeof(end)) < 0 && errno == EINTR) {
+  End end;
+  ssize_t count = 0;
+  while ((count = read(_report, &end, sizeof(end))) < 0 && errno == EINTR) {
   }
-  while (waitpid(_keeper, nullptr, 0) < 0 && errno == EINTR) {
+  int status = 0;
+  while (waitpid(_keeper, &status, 0) < 0 && errno == EINTR) {
   }
-  return end;
+  // Whoever ended the process between has ended the program, too.
+  return count == sizeof(end) ? end : End{0, status};
 }
 
 }  // namespace ostra::tool
