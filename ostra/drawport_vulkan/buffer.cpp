@@ -11,12 +11,12 @@ constexpr Int kPadding = 16;  // fills and copies count in words
 
 }  // namespace
 
-Result<BufferRef> BufferResource::Create(Device& device, Int bytes, MemoryUse use, Bool isZero) {
+Result<BufferRef> BufferResource::Create(Device& device, Int bytes, MemoryUse use, Bool isZero, MemorySpill spill) {
   if (bytes < 1) return OSTRA_ILLEGAL_ARGUMENT("A device buffer cannot have @ bytes.", bytes);
   BufferResource* buffer = NewObj<BufferResource>(DeviceRef(&device));
   if (!buffer) return OSTRA_OUT_OF_MEMORY();
   BufferRef held = BufferRef::Adopt(buffer);
-  OSTRA_RETURN_IF_ERROR(buffer->Init(bytes, use));
+  OSTRA_RETURN_IF_ERROR(buffer->Init(bytes, use, spill));
   buffer->_zeroBegin = isZero ? 0 : buffer->_paddedSize;
   return held;
 }
@@ -26,7 +26,7 @@ void BufferResource::Free() {
   GetDevice().GetMemory().Free(_piece);
 }
 
-Result<void> BufferResource::Init(Int bytes, MemoryUse use) {
+Result<void> BufferResource::Init(Int bytes, MemoryUse use, MemorySpill spill) {
   if (bytes > INT64_MAX - kPadding) return OSTRA_OUT_OF_MEMORY();
   _size = bytes;
   _paddedSize = (bytes + kPadding - 1) / kPadding * kPadding;
@@ -46,7 +46,7 @@ Result<void> BufferResource::Init(Int bytes, MemoryUse use) {
   OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkCreateBuffer(device, &info, nullptr, &_buffer)));
   VkMemoryRequirements requirements;
   vkGetBufferMemoryRequirements(device, _buffer, &requirements);
-  OSTRA_ASSIGN_OR_RETURN(_piece, GetDevice().GetMemory().Allocate(requirements, use, MemoryContent::Linear));
+  OSTRA_ASSIGN_OR_RETURN(_piece, GetDevice().GetMemory().Allocate(requirements, use, MemoryContent::Linear, spill));
   if (use == MemoryUse::Device && !GetDrawportDirectMapping()) _piece.mapped = nullptr;
   if (use == MemoryUse::Device && !GetDrawportDirectReading()) _piece.isHostCached = false;
   return OSTRA_VULKAN(vkBindBufferMemory(device, _buffer, _piece.memory, static_cast<VkDeviceSize>(_piece.offset)));

@@ -10,7 +10,8 @@ class BufferResource final : public DeviceResource, public DrawportDeviceBuffer 
  public:
   // `bytes` bytes whose contents are undefined, or with `isZero` read as zero. Errors: out of memory; illegal argument
   // for a size below 1.
-  static Result<StrongRef<BufferResource>> Create(Device& device, Int bytes, MemoryUse use, Bool isZero);
+  static Result<StrongRef<BufferResource>> Create(Device& device, Int bytes, MemoryUse use, Bool isZero,
+                                                  MemorySpill spill = MemorySpill::Allowed);
 
   explicit BufferResource(DeviceRef device) : DeviceResource(std::move(device)) {}
 
@@ -49,7 +50,7 @@ class BufferResource final : public DeviceResource, public DrawportDeviceBuffer 
   UInt64 GetHostWrites() const { return _hostWrites.load(std::memory_order_relaxed); }
 
  private:
-  Result<void> Init(Int bytes, MemoryUse use);
+  Result<void> Init(Int bytes, MemoryUse use, MemorySpill spill);
   void Free() override;
 
   VkBuffer _buffer = VK_NULL_HANDLE;

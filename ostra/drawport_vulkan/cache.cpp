@@ -118,7 +118,7 @@ Result<DrawportStateObject*> Cache::GetStateObject(const DrawportCacheKey& key, 
 Result<DrawportRenderTargetRef> Cache::CreateRenderTarget(DrawportContextInterface& context,
                                                           const DrawportRenderTargetDescription& description) {
   OSTRA_ASSIGN_OR_RETURN(Context * found, FindContext(context));
-  const auto create = [&] { return RenderTarget::Create(found->GetDevice(), description); };
+  const auto create = [&](MemorySpill spill) { return RenderTarget::Create(found->GetDevice(), description, spill); };
   OSTRA_ASSIGN_OR_RETURN(RenderTargetRef target, found->MakeWithRoom(create));
   return DrawportRenderTargetRef(target);
 }

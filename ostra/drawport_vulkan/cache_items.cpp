@@ -52,8 +52,8 @@ Result<DrawportDeviceBuffer*> VertexBufferItem::AllocSubBuffer(DrawportContextIn
       return static_cast<DrawportDeviceBuffer*>(buffer.GetPointer());
   }
   // A sub-buffer is a buffer of its own, so that it begins where every use may begin.
-  OSTRA_ASSIGN_OR_RETURN(BufferRef buffer, found->MakeWithRoom([&] {
-    return BufferResource::Create(found->GetDevice(), bytes, MemoryUse::Device, true);
+  OSTRA_ASSIGN_OR_RETURN(BufferRef buffer, found->MakeWithRoom([&](MemorySpill spill) {
+    return BufferResource::Create(found->GetDevice(), bytes, MemoryUse::Device, true, spill);
   }));
   buffer->SetName(_label);
   OSTRA_ASSIGN_OR_RETURN(BufferRef & added, _buffers.Append(std::move(buffer)));
@@ -65,7 +65,7 @@ TextureItem::~TextureItem() { _cache->textures.Forget(_key, this); }
 Result<DrawportTexture*> TextureItem::MakeValid(DrawportContextInterface& context, const DrawportTextureFill& fill) {
   OSTRA_ASSIGN_OR_RETURN(Context * found, FindWorkingContext(context));
   Device& device = found->GetDevice();
-  const auto create = [&] { return ImageResource::Create(device, _description); };
+  const auto create = [&](MemorySpill spill) { return ImageResource::Create(device, _description, spill); };
   OSTRA_ASSIGN_OR_RETURN(ImageResource * image, _images.Get(device, [&] { return found->MakeWithRoom(create); }));
   if (fill) fill(*image);
   return static_cast<DrawportTexture*>(image);
@@ -86,8 +86,8 @@ CounterItem::~CounterItem() { _cache->counters.Forget(_key, this); }
 Result<DrawportAtomicCounter*> CounterItem::MakeValid(DrawportContextInterface& context) {
   OSTRA_ASSIGN_OR_RETURN(Context * found, FindWorkingContext(context));
   Device& device = found->GetDevice();
-  OSTRA_ASSIGN_OR_RETURN(CounterResource * counter,
-                         _counters.Get(device, [&] { return CounterResource::Create(device); }));
+  const auto create = [&](MemorySpill spill) { return CounterResource::Create(device, spill); };
+  OSTRA_ASSIGN_OR_RETURN(CounterResource * counter, _counters.Get(device, [&] { return found->MakeWithRoom(create); }));
   return static_cast<DrawportAtomicCounter*>(counter);
 }
 

@@ -23,13 +23,14 @@ class Context final : public DrawportCounted<Context, DrawportContextInterface> 
 
   // Gives back the memory of what nobody holds; waits for the device, which may still work with it.
   Result<void> FreeTrash();
-  // What create() (→ Result) makes; when there is no memory for it, once more after FreeTrash.
+  // What create(MemorySpill) (→ Result) makes. When there is no memory of the best kind for it, once more after
+  // FreeTrash, and then in slower memory if there is no other.
   template <class Create>
-  auto MakeWithRoom(Create&& create) -> decltype(create()) {
-    auto made = create();
+  auto MakeWithRoom(Create&& create) -> decltype(create(MemorySpill::Allowed)) {
+    auto made = create(MemorySpill::Refused);
     if (made || !(made.GetError().GetKind() == kOutOfMemoryError)) return made;
     OSTRA_RETURN_IF_ERROR(FreeTrash());
-    return create();
+    return create(MemorySpill::Allowed);
   }
 
  private:

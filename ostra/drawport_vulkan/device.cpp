@@ -21,6 +21,9 @@ constinit Device* g_running[kMaxDevices] = {};  // not counted; by place in the 
 
 Result<DeviceRef> Device::Open(Int index) {
   OSTRA_ASSIGN_OR_RETURN(DriverRef driver, Driver::Get());
+  if (index >= driver->GetDeviceCount() && index < driver->GetListedCount())
+    return OSTRA_ILLEGAL_ARGUMENT("The GPU device @, \"@\", cannot be used: @.", index, driver->GetSnapshot(index).name,
+                                  FindObstacle(driver->GetSnapshot(index)));
   if (index < 0 || index >= std::min(driver->GetDeviceCount(), kMaxDevices))
     return OSTRA_ILLEGAL_ARGUMENT("There is no GPU device @; there are @.", index, driver->GetDeviceCount());
   DeviceRef held;  // destroyed after the lock: the destructor of a device that did not start needs it
@@ -243,6 +246,13 @@ UInt64 Device::GetReachedValue() {
   const std::scoped_lock lock(_queueMutex);
   static_cast<void>(Watch(std::move(asked)));
   return IsLost() ? UINT64_MAX : 0;
+}
+
+void Device::TellUnfiltered(PixelFormatRef format) {
+  if (_hasToldUnfiltered[format - GetPixelFormats().GetFirst()].exchange(true, std::memory_order_relaxed)) return;
+  WarningOutput(
+      "The GPU device \"@\" does not filter textures of the pixel format @: the nearest texel is read instead.",
+      _driver->GetSnapshot(_index).name, format->id);
 }
 
 void Device::BeginRendering(VkCommandBuffer commands, const VkRenderingInfo& info) const {

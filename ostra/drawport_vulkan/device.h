@@ -6,6 +6,7 @@
 #include "ostra/drawport_vulkan/memory.h"
 #include "ostra/drawport_vulkan/setup.h"
 #include "ostra/drawport_vulkan/shader_features.h"
+#include "ostra/image/pixel_format.h"
 
 namespace ostra::vulkan {
 
@@ -50,6 +51,8 @@ class Device final : public DrawportCounted<Device, DrawportObject> {
   const GraphicsFeatures& GetGraphics() const { return _graphics; }
   // For tests: what another device would have. Before anything is drawn.
   void SetGraphics(const GraphicsFeatures& graphics) { _graphics = graphics; }
+  // Says, once for each pixel format, that the device does not filter textures of it.
+  void TellUnfiltered(PixelFormatRef format);
   // A fault of Mesa's software driver: it counts the vertices that a draw of patches is divided into in 16 bits.
   Bool MiscountsPatches() const { return _miscountsPatches; }
 
@@ -121,6 +124,7 @@ class Device final : public DrawportCounted<Device, DrawportObject> {
   BaseArray<EnteredList> _lists;
   std::atomic<Int> _listCount{0};
 
+  std::atomic<bool> _hasToldUnfiltered[kPixelFormatCount] = {};
   MemoryPool _memory;
   ProgramStore* _programs = nullptr;
 };

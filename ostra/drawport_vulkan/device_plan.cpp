@@ -25,7 +25,10 @@ Bool IsNumber(std::string_view text) {
 Error MakeUnknownDeviceError(Block<const DeviceSnapshot> devices, std::string_view wanted) {
   String names;
   for (Int i = 0; i < devices.GetCount(); ++i) {
-    const auto name = Format("@@ (@)", i == 0 ? "" : ", ", devices[i].name, i);
+    const std::string_view obstacle = FindObstacle(devices[i]);
+    const auto name = obstacle.empty()
+                          ? Format("@@ (@)", i == 0 ? "" : ", ", devices[i].name, i)
+                          : Format("@@ (@, not usable: @)", i == 0 ? "" : ", ", devices[i].name, i, obstacle);
     if (!name || !names.Append(*name)) return OSTRA_OUT_OF_MEMORY();
   }
   return OSTRA_ILLEGAL_ARGUMENT("No usable GPU device is \"@\". There are: @.", wanted,
@@ -50,9 +53,23 @@ Int RateMemory(const DeviceSnapshot& device, const MemoryTypeSnapshot& type, Mem
 
 }  // namespace
 
-Bool IsUsable(const DeviceSnapshot& device) {
+std::string_view FindObstacle(const DeviceSnapshot& device) {
   const Bool isNewEnough = device.majorVersion > 1 || (device.majorVersion == 1 && device.minorVersion >= 2);
-  return isNewEnough && device.hasTimelineSemaphores && device.hasScalarBlockLayout && PlanQueueFamily(device) >= 0;
+  if (!isNewEnough) return "older than Vulkan 1.2";
+  if (!device.hasTimelineSemaphores) return "no timeline semaphores";
+  if (!device.hasScalarBlockLayout) return "no scalar block layout";
+  return PlanQueueFamily(device) < 0 ? "no queue that computes" : "";
+}
+
+Result<String> ListUnusable(Block<const DeviceSnapshot> devices) {
+  String list;
+  for (Int i = 0; i < devices.GetCount(); ++i) {
+    const std::string_view obstacle = FindObstacle(devices[i]);
+    if (obstacle.empty()) continue;
+    OSTRA_ASSIGN_OR_RETURN(const String entry, Format("@@ (@)", list.IsEmpty() ? "" : ", ", devices[i].name, obstacle));
+    OSTRA_RETURN_IF_ERROR(list.Append(entry));
+  }
+  return list;
 }
 
 Bool CanDraw(const DeviceSnapshot& device) {
@@ -72,7 +89,9 @@ Result<BaseArray<Int>> PlanDevices(Block<const DeviceSnapshot> devices, std::str
   for (const Bool takesWanted : {true, false}) {
     for (Int kind = 0; kind <= static_cast<Int>(DeviceKind::Software); ++kind) {
       for (Int i = 0; i < devices.GetCount(); ++i) {
-        if (static_cast<Int>(devices[i].kind) != kind || !IsUsable(devices[i]) || isWanted(i) != takesWanted) continue;
+        if (static_cast<Int>(devices[i].kind) != kind || !FindObstacle(devices[i]).empty() ||
+            isWanted(i) != takesWanted)
+          continue;
         isAnyWanted = isAnyWanted || takesWanted;
         OSTRA_RETURN_IF_ERROR(order.Append(i));
       }
@@ -96,13 +115,20 @@ Int PlanMemoryType(const DeviceSnapshot& device, MemoryUse use, UInt32 allowed) 
   Int best = -1;
   Int bestRate = 0;
   for (Int i = 0; i < device.memoryTypes.GetCount(); ++i) {
-    if (!(allowed & (UInt32(1) << i))) continue;
+    if (!(allowed & (UInt32(1) << i)) || device.memoryTypes[i].isSpecial) continue;
     const Int rate = RateMemory(device, device.memoryTypes[i], use);
     if (rate <= bestRate) continue;
     best = i;
     bestRate = rate;
   }
   return best;
+}
+
+Bool IsSlower(const DeviceSnapshot& device, MemoryUse use, Int from, Int to) {
+  const MemoryTypeSnapshot& before = device.memoryTypes[from];
+  const MemoryTypeSnapshot& after = device.memoryTypes[to];
+  if (use == MemoryUse::Device) return before.isDeviceLocal && !after.isDeviceLocal;
+  return use == MemoryUse::ReadBack && before.isHostCached && !after.isHostCached;
 }
 
 Int PlanBudgetHeap(const DeviceSnapshot& device) {

@@ -152,11 +152,29 @@ Result<void> Driver::LookAtDevices() {
     OSTRA_ASSIGN_OR_RETURN(DeviceSnapshot snapshot, TakeSnapshot(device, _apiVersion));
     OSTRA_RETURN_IF_ERROR(_snapshots.Append(std::move(snapshot)));
   }
-  if (g_pretended.firstCannotDraw && _snapshots.IsPopulated()) _snapshots[0].rendering = RenderingSupport::None;
+  OSTRA_RETURN_IF_ERROR(PretendDevices());
+  const Block<const DeviceSnapshot> all(_snapshots.GetFirst(), _snapshots.GetCount());
+  OSTRA_ASSIGN_OR_RETURN(const String unusable, ListUnusable(all));
   const char* wanted = std::getenv("OSTRA_VULKAN_DEVICE");
-  OSTRA_ASSIGN_OR_RETURN(_order, PlanDevices(Block<const DeviceSnapshot>(_snapshots.GetFirst(), _snapshots.GetCount()),
-                                             wanted ? std::string_view(wanted) : std::string_view()));
-  if (_order.IsEmpty()) return OSTRA_ILLEGAL_STATE("There is no usable GPU device on this machine.");
+  OSTRA_ASSIGN_OR_RETURN(_order, PlanDevices(all, wanted ? std::string_view(wanted) : std::string_view()));
+  _usableCount = _order.GetCount();
+  for (Int i = 0; i < all.GetCount(); ++i)
+    if (!FindObstacle(all[i]).empty()) OSTRA_RETURN_IF_ERROR(_order.Append(i));
+  if (_usableCount > 0) return OK;
+  if (unusable.IsEmpty()) return OSTRA_ILLEGAL_STATE("There is no GPU device on this machine.");
+  return OSTRA_ILLEGAL_STATE("There is no usable GPU device on this machine: @.", unusable);
+}
+
+Result<void> Driver::PretendDevices() {
+  for (DeviceSnapshot& snapshot : _snapshots) {
+    if (!g_pretended.hasHostMemory) continue;
+    OSTRA_RETURN_IF_ERROR(snapshot.heaps.Append(MemoryHeapSnapshot{.size = snapshot.heaps[0].size}));
+    const Int heap = snapshot.heaps.GetCount() - 1;
+    OSTRA_RETURN_IF_ERROR(snapshot.memoryTypes.Append(MemoryTypeSnapshot{.heap = heap, .isHostVisible = true}));
+  }
+  if (_snapshots.IsEmpty()) return OK;
+  if (g_pretended.firstCannotDraw) _snapshots[0].rendering = RenderingSupport::None;
+  if (g_pretended.firstIsUnusable) _snapshots[0].hasScalarBlockLayout = false;
   return OK;
 }
 

@@ -15,13 +15,17 @@ namespace ostra::vulkan {
 struct PretendedMachine {
   Bool hasEveryDeviceTwice = false;
   Bool firstCannotDraw = false;
+  Bool firstIsUnusable = false;  // no scalar block layout
+  // Each device has one memory type more, of the host's memory, behind those that are there.
+  Bool hasHostMemory = false;
   Bool isOld = false;  // the loader knows version 1.2 only
 };
 
 class Driver final : public DrawportCounted<Driver, DrawportObject> {
  public:
-  // The driver that is running, or a new one. Errors: illegal state without a Vulkan loader or one that is too old;
-  // those of PlanDevices; out of memory. Thread-safe.
+  // The driver that is running, or a new one. Errors: illegal state without a Vulkan loader, with one that is too old,
+  // or without a usable device, with the reason for each that is there; those of PlanDevices; out of memory.
+  // Thread-safe.
   static Result<StrongRef<Driver>> Get();
 
   Driver() = default;
@@ -30,7 +34,9 @@ class Driver final : public DrawportCounted<Driver, DrawportObject> {
 
   VkInstance GetInstance() const { return _instance; }
   // Usable devices, from the one that suits best.
-  Int GetDeviceCount() const { return _order.GetCount(); }
+  Int GetDeviceCount() const { return _usableCount; }
+  // With those that cannot be used, which come last.
+  Int GetListedCount() const { return _order.GetCount(); }
   VkPhysicalDevice GetPhysicalDevice(Int index) const { return _physicalDevices[_order[index]]; }
   const DeviceSnapshot& GetSnapshot(Int index) const { return _snapshots[_order[index]]; }
 
@@ -44,6 +50,7 @@ class Driver final : public DrawportCounted<Driver, DrawportObject> {
   Result<void> Init();
   Result<void> CreateInstance();
   Result<void> LookAtDevices();
+  Result<void> PretendDevices();
 
   VkInstance _instance = VK_NULL_HANDLE;
   UInt32 _apiVersion = VK_API_VERSION_1_2;
@@ -52,6 +59,7 @@ class Driver final : public DrawportCounted<Driver, DrawportObject> {
   BaseArray<VkPhysicalDevice> _physicalDevices;
   BaseArray<DeviceSnapshot> _snapshots;
   BaseArray<Int> _order;
+  Int _usableCount = 0;
 };
 
 using DriverRef = StrongRef<Driver>;

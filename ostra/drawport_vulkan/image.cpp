@@ -27,7 +27,8 @@ VkSamplerAddressMode GetAddressMode(UInt32 bits) {
 
 }  // namespace
 
-Result<ImageRef> ImageResource::Create(Device& device, const DrawportTextureDescription& description) {
+Result<ImageRef> ImageResource::Create(Device& device, const DrawportTextureDescription& description,
+                                       MemorySpill spill) {
   if (!description.format) return OSTRA_ILLEGAL_ARGUMENT("A texture needs a pixel format.");
   if (description.depthFormat != DrawportDepthFormat::None || description.sampleCount != 1)
     return OSTRA_ILLEGAL_ARGUMENT("Only render targets have depths or several samples.");
@@ -35,16 +36,17 @@ Result<ImageRef> ImageResource::Create(Device& device, const DrawportTextureDesc
   if (!image) return OSTRA_OUT_OF_MEMORY();
   ImageRef held = ImageRef::Adopt(image);
   OSTRA_RETURN_IF_ERROR(image->Check());
-  OSTRA_RETURN_IF_ERROR(image->Init());
+  OSTRA_RETURN_IF_ERROR(image->Init(spill));
   return held;
 }
 
-Result<ImageRef> ImageResource::CreateTarget(Device& device, const DrawportTextureDescription& description) {
+Result<ImageRef> ImageResource::CreateTarget(Device& device, const DrawportTextureDescription& description,
+                                             MemorySpill spill) {
   ImageResource* image = NewObj<ImageResource>(DeviceRef(&device), description, true);
   if (!image) return OSTRA_OUT_OF_MEMORY();
   ImageRef held = ImageRef::Adopt(image);
   OSTRA_RETURN_IF_ERROR(image->CheckTarget());
-  OSTRA_RETURN_IF_ERROR(image->Init());
+  OSTRA_RETURN_IF_ERROR(image->Init(spill));
   return held;
 }
 
@@ -139,7 +141,7 @@ Result<void> ImageResource::CheckSize(const VkImageCreateInfo& info) const {
       width, height, depth, _description.sampleCount, limits.maxResourceSize);
 }
 
-Result<void> ImageResource::Init() {
+Result<void> ImageResource::Init(MemorySpill spill) {
   const VkDevice device = GetDevice().GetHandle();
   VkImageCreateInfo info = {VK_STRUCTURE_TYPE_IMAGE_CREATE_INFO};
   info.imageType = GetImageType(_description.type);
@@ -161,8 +163,8 @@ Result<void> ImageResource::Init() {
 
   VkMemoryRequirements requirements;
   vkGetImageMemoryRequirements(device, _image, &requirements);
-  OSTRA_ASSIGN_OR_RETURN(_piece,
-                         GetDevice().GetMemory().Allocate(requirements, MemoryUse::Device, MemoryContent::Image));
+  OSTRA_ASSIGN_OR_RETURN(
+      _piece, GetDevice().GetMemory().Allocate(requirements, MemoryUse::Device, MemoryContent::Image, spill));
   OSTRA_RETURN_IF_ERROR(
       OSTRA_VULKAN(vkBindImageMemory(device, _image, _piece.memory, static_cast<VkDeviceSize>(_piece.offset))));
 
@@ -253,11 +255,12 @@ void SamplerResource::Free() {
     if (sampler) vkDestroySampler(GetDevice().GetHandle(), sampler, nullptr);
 }
 
-Result<CounterRef> CounterResource::Create(Device& device) {
+Result<CounterRef> CounterResource::Create(Device& device, MemorySpill spill) {
   CounterResource* counter = NewObj<CounterResource>(DeviceRef(&device));
   if (!counter) return OSTRA_OUT_OF_MEMORY();
   CounterRef held = CounterRef::Adopt(counter);
-  OSTRA_ASSIGN_OR_RETURN(counter->_buffer, BufferResource::Create(device, sizeof(UInt32), MemoryUse::Device, true));
+  OSTRA_ASSIGN_OR_RETURN(counter->_buffer,
+                         BufferResource::Create(device, sizeof(UInt32), MemoryUse::Device, true, spill));
   return held;
 }
 

@@ -10,9 +10,11 @@ namespace ostra::vulkan {
 class ImageResource final : public DeviceResource, public DrawportTexture {
  public:
   // Errors: illegal argument for a description that the device cannot do; out of memory.
-  static Result<StrongRef<ImageResource>> Create(Device& device, const DrawportTextureDescription& description);
+  static Result<StrongRef<ImageResource>> Create(Device& device, const DrawportTextureDescription& description,
+                                                 MemorySpill spill = MemorySpill::Allowed);
   // One that passes draw into: these also have depths and several samples.
-  static Result<StrongRef<ImageResource>> CreateTarget(Device& device, const DrawportTextureDescription& description);
+  static Result<StrongRef<ImageResource>> CreateTarget(Device& device, const DrawportTextureDescription& description,
+                                                       MemorySpill spill = MemorySpill::Allowed);
 
   ImageResource(DeviceRef device, const DrawportTextureDescription& description, Bool isTarget)
       : DeviceResource(std::move(device)),
@@ -33,7 +35,12 @@ class ImageResource final : public DeviceResource, public DrawportTexture {
   VkImageSubresourceLayers GetLayers(const DrawportRegion& region) const;
   DrawportRegion GetRegionInLayer(const DrawportRegion& region) const;
   const FormatInfo& GetFormat() const { return _format; }
+  // Whether the device filters it. No device filters integers of 32 bits, most filter all other formats.
   Bool IsFilterable() const { return _isFilterable; }
+  Bool IsMeantToBeFiltered() const {
+    return _description.format->valueClass == PixelValueClass::FloatingPoint ||
+           _description.format->bitsPerChannel < 32;
+  }
   Bool IsDepth() const { return _description.depthFormat != DrawportDepthFormat::None; }
   VkImageAspectFlags GetAspect() const { return IsDepth() ? VK_IMAGE_ASPECT_DEPTH_BIT : VK_IMAGE_ASPECT_COLOR_BIT; }
   // Bytes from one row of `width` texels to the next in staging buffers.
@@ -47,7 +54,7 @@ class ImageResource final : public DeviceResource, public DrawportTexture {
  private:
   Result<void> Check() const;
   Result<void> CheckTarget() const;
-  Result<void> Init();
+  Result<void> Init(MemorySpill spill);
   VkImageUsageFlags GetUsage() const;
   Result<void> CheckSize(const VkImageCreateInfo& info) const;
   void Free() override;
@@ -74,6 +81,7 @@ class SamplerResource final : public DeviceResource, public DrawportTextureSampl
 
   // What filters, or its twin that does not, for textures that the device cannot filter.
   VkSampler GetHandle(Bool isFilterable) const { return isFilterable || !_nearest ? _sampler : _nearest; }
+  Bool IsLinear() const { return _nearest; }
   UInt8 GetKey() const { return _key; }
 
  private:
@@ -89,7 +97,7 @@ using SamplerRef = StrongRef<SamplerResource>;
 class CounterResource final : public DeviceResource, public DrawportAtomicCounter {
  public:
   // Error: out of memory.
-  static Result<StrongRef<CounterResource>> Create(Device& device);
+  static Result<StrongRef<CounterResource>> Create(Device& device, MemorySpill spill = MemorySpill::Allowed);
   explicit CounterResource(DeviceRef device) : DeviceResource(std::move(device)) {}
   BufferResource& GetBuffer() const { return *_buffer; }
 

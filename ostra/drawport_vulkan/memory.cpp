@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "ostra/core/diagnostics.h"
 #include "ostra/core/large_pages.h"
 #include "ostra/drawport/settings.h"
 
@@ -55,24 +56,47 @@ Bool MemoryPool::IsCounted(const MemoryBlock& block) const {
   return block.use == MemoryUse::Device && _snapshot->memoryTypes[block.type].isDeviceLocal;
 }
 
-Result<MemoryPiece> MemoryPool::Allocate(const VkMemoryRequirements& requirements, MemoryUse use,
-                                         MemoryContent content) {
+Result<MemoryPiece> MemoryPool::Allocate(const VkMemoryRequirements& requirements, MemoryUse use, MemoryContent content,
+                                         MemorySpill spill) {
+  Bool isFirstSlow = false;
+  const auto allocate = [&] {
+    const std::scoped_lock lock(_mutex);
+    Bool isSlow = false;
+    Result<MemoryPiece> piece = AllocateLocked(requirements, use, content, spill, isSlow);
+    isFirstSlow = piece && isSlow && !std::exchange(_hasToldSpill[static_cast<Int>(use)], true);
+    return piece;
+  };
+  Result<MemoryPiece> piece = allocate();
+  if (isFirstSlow && use == MemoryUse::Device)
+    WarningOutput(
+        "The memory of the GPU device \"@\" is full: a piece of @ bytes lies in memory of the host, which is slower, "
+        "and "
+        "further ones may.",
+        _snapshot->name, requirements.size);
+  else if (isFirstSlow)
+    WarningOutput("Memory that the host reads fast is used up for the GPU device \"@\": reading back is slower.",
+                  _snapshot->name);
+  return piece;
+}
+
+Result<MemoryPiece> MemoryPool::AllocateLocked(const VkMemoryRequirements& requirements, MemoryUse use,
+                                               MemoryContent content, MemorySpill spill, Bool& isSlow) {
   const Int size = static_cast<Int>(requirements.size);
   const Int alignment = static_cast<Int>(requirements.alignment);
   UInt32 allowed = requirements.memoryTypeBits;
-  Int type = PlanMemoryType(*_snapshot, use, allowed);
-  if (type < 0) return OSTRA_ILLEGAL_STATE("The GPU device has no memory of the kind that is needed.");
+  const Int best = PlanMemoryType(*_snapshot, use, allowed);
+  if (best < 0) return OSTRA_ILLEGAL_STATE("The GPU device has no memory of the kind that is needed.");
 
-  const std::scoped_lock lock(_mutex);
   const Int limit = GetDrawportMemoryLimit();
   if (use == MemoryUse::Device && limit > 0 && _usedSize + size > limit) return OSTRA_OUT_OF_MEMORY();
-  while (true) {
+  for (Int type = best;;) {
+    isSlow = IsSlower(*_snapshot, use, best, type);
     Result<MemoryPiece> piece = AllocateOfType(size, alignment, static_cast<UInt32>(type), use, content);
     if (piece || !IsOutOfMemory(piece)) return piece;
     // What is slower is better than nothing.
     allowed &= ~(UInt32(1) << type);
     type = PlanMemoryType(*_snapshot, use, allowed);
-    if (type < 0) return piece;
+    if (type < 0 || (spill == MemorySpill::Refused && IsSlower(*_snapshot, use, best, type))) return piece;
   }
 }
 

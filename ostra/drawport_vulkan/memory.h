@@ -27,6 +27,12 @@ enum class MemoryContent : Int32 {
   Image
 };  // the two never share a block: devices ask for distance between them
 
+// What an allocation does when memory of the best kind is used up.
+enum class MemorySpill : Int32 {
+  Refused,  // fails when only much slower memory is left, so that the caller can make room first
+  Allowed,  // takes what there is
+};
+
 class MemoryPool {
  public:
   MemoryPool() = default;
@@ -36,8 +42,10 @@ class MemoryPool {
   // Gives everything back, before the device goes.
   void Release();
 
+  // The first piece in much slower memory than there is for its use is told as a warning.
   // Errors: out of memory, also when the limit of SetDrawportMemoryLimit would be passed.
-  Result<MemoryPiece> Allocate(const VkMemoryRequirements& requirements, MemoryUse use, MemoryContent content);
+  Result<MemoryPiece> Allocate(const VkMemoryRequirements& requirements, MemoryUse use, MemoryContent content,
+                               MemorySpill spill = MemorySpill::Allowed);
   void Free(const MemoryPiece& piece);
   // Gives blocks back that nothing lies in.
   void FreeEmptyBlocks();
@@ -47,6 +55,9 @@ class MemoryPool {
   Int GetUsedSize() const;
 
  private:
+  // `isSlow` is set when the piece lies in much slower memory than there is.
+  Result<MemoryPiece> AllocateLocked(const VkMemoryRequirements& requirements, MemoryUse use, MemoryContent content,
+                                     MemorySpill spill, Bool& isSlow);
   Result<MemoryPiece> AllocateOfType(Int size, Int alignment, UInt32 type, MemoryUse use, MemoryContent content);
   // A block that has room for `size` bytes, of the common size where that can be had.
   Result<MemoryBlock*> AddBlockFor(Int size, UInt32 type, MemoryUse use, MemoryContent content);
@@ -64,6 +75,7 @@ class MemoryPool {
   Bool _hasBudgetExtension = false;
   BaseArray<MemoryBlock*> _blocks;
   Int _usedSize = 0;
+  Bool _hasToldSpill[3] = {};  // by use
 };
 
 }  // namespace ostra::vulkan

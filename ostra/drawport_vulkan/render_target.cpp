@@ -15,14 +15,15 @@ Bool CanBlend(VkPhysicalDevice device, VkFormat format) {
 
 }  // namespace
 
-Result<RenderTargetRef> RenderTarget::Create(Device& device, const DrawportRenderTargetDescription& description) {
+Result<RenderTargetRef> RenderTarget::Create(Device& device, const DrawportRenderTargetDescription& description,
+                                             MemorySpill spill) {
   if (device.IsLost()) return MakeDeviceLostError(kOstraUnit, __LINE__);
   RenderTarget* target = NewObj<RenderTarget>(DeviceRef(&device), description);
   if (!target) return OSTRA_OUT_OF_MEMORY();
   RenderTargetRef held = RenderTargetRef::Adopt(target);
   while (target->_colorCount < kMaxColorTargets && description.colorFormats[target->_colorCount]) ++target->_colorCount;
   OSTRA_RETURN_IF_ERROR(target->Check());
-  OSTRA_RETURN_IF_ERROR(target->Init());
+  OSTRA_RETURN_IF_ERROR(target->Init(spill));
   return held;
 }
 
@@ -46,22 +47,21 @@ Result<void> RenderTarget::Check() const {
   return OK;
 }
 
-Result<ImageRef> RenderTarget::CreateImage(PixelFormatRef format, DrawportDepthFormat depth, Int32 sampleCount) const {
-  DrawportTextureDescription description;
-  description.format = format;
-  description.extent = {_description.width, _description.height, 1};
-  description.depthFormat = depth;
-  description.sampleCount = sampleCount;
-  return ImageResource::CreateTarget(*_device, description);
-}
-
-Result<void> RenderTarget::Init() {
+Result<void> RenderTarget::Init(MemorySpill spill) {
+  const auto createImage = [&](PixelFormatRef format, DrawportDepthFormat depth, Int32 samples) {
+    DrawportTextureDescription description;
+    description.format = format;
+    description.extent = {_description.width, _description.height, 1};
+    description.depthFormat = depth;
+    description.sampleCount = samples;
+    return ImageResource::CreateTarget(*_device, description, spill);
+  };
   const Int32 sampleCount = _description.sampleCount;
   for (Int i = 0; i < _colorCount; ++i) {
     const PixelFormatRef format = _description.colorFormats[i];
-    OSTRA_ASSIGN_OR_RETURN(_colors[i], CreateImage(format, DrawportDepthFormat::None, 1));
+    OSTRA_ASSIGN_OR_RETURN(_colors[i], createImage(format, DrawportDepthFormat::None, 1));
     if (sampleCount > 1) {
-      OSTRA_ASSIGN_OR_RETURN(_colorSamples[i], CreateImage(format, DrawportDepthFormat::None, sampleCount));
+      OSTRA_ASSIGN_OR_RETURN(_colorSamples[i], createImage(format, DrawportDepthFormat::None, sampleCount));
     }
     _formats.colors[i] = _colors[i]->GetFormat().format;
     if (CanBlend(_device->GetPhysicalDevice(), _formats.colors[i])) _formats.blendMask |= 1u << i;
@@ -75,9 +75,9 @@ Result<void> RenderTarget::Init() {
       const PixelFormatRef format,
       GetPixelFormat(depthFormat == DrawportDepthFormat::Float32 ? "net.ostra.image.pixelformat.dynamic.redf32"_id
                                                                  : "net.ostra.image.pixelformat.dynamic.redu16"_id));
-  OSTRA_ASSIGN_OR_RETURN(_depth, CreateImage(format, depthFormat, 1));
+  OSTRA_ASSIGN_OR_RETURN(_depth, createImage(format, depthFormat, 1));
   if (sampleCount > 1) {
-    OSTRA_ASSIGN_OR_RETURN(_depthSamples, CreateImage(format, depthFormat, sampleCount));
+    OSTRA_ASSIGN_OR_RETURN(_depthSamples, createImage(format, depthFormat, sampleCount));
   }
   _formats.depth = _depth->GetFormat().format;
   return OK;

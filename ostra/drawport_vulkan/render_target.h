@@ -11,7 +11,8 @@ class RenderTarget final : public DrawportCounted<RenderTarget, DrawportRenderTa
                            public DrawportFramebufferTargetSet {
  public:
   // Errors: illegal argument for what the device cannot do; illegal state for one that cannot draw; out of memory.
-  static Result<StrongRef<RenderTarget>> Create(Device& device, const DrawportRenderTargetDescription& description);
+  static Result<StrongRef<RenderTarget>> Create(Device& device, const DrawportRenderTargetDescription& description,
+                                                MemorySpill spill = MemorySpill::Allowed);
 
   RenderTarget(DeviceRef device, const DrawportRenderTargetDescription& description)
       : _device(std::move(device)), _description(description) {}
@@ -53,8 +54,7 @@ class RenderTarget final : public DrawportCounted<RenderTarget, DrawportRenderTa
 
  private:
   Result<void> Check() const;
-  Result<void> Init();
-  Result<ImageRef> CreateImage(PixelFormatRef format, DrawportDepthFormat depth, Int32 sampleCount) const;
+  Result<void> Init(MemorySpill spill);
   DrawportTexture* Get(Int index, Bool withSamples) const;
 
   DeviceRef _device;

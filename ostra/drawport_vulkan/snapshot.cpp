@@ -49,10 +49,13 @@ Result<void> TakeMemory(VkPhysicalDevice device, DeviceSnapshot& snapshot) {
     const VkMemoryPropertyFlags flags = memory.memoryTypes[i].propertyFlags;
     constexpr VkMemoryPropertyFlags kMapped =
         VK_MEMORY_PROPERTY_HOST_VISIBLE_BIT | VK_MEMORY_PROPERTY_HOST_COHERENT_BIT;
+    constexpr VkMemoryPropertyFlags kKnown =
+        VK_MEMORY_PROPERTY_DEVICE_LOCAL_BIT | kMapped | VK_MEMORY_PROPERTY_HOST_CACHED_BIT;
     const MemoryTypeSnapshot taken{.heap = memory.memoryTypes[i].heapIndex,
                                    .isDeviceLocal = (flags & VK_MEMORY_PROPERTY_DEVICE_LOCAL_BIT) != 0,
                                    .isHostVisible = (flags & kMapped) == kMapped,
-                                   .isHostCached = (flags & VK_MEMORY_PROPERTY_HOST_CACHED_BIT) != 0};
+                                   .isHostCached = (flags & VK_MEMORY_PROPERTY_HOST_CACHED_BIT) != 0,
+                                   .isSpecial = (flags & ~kKnown) != 0};
     OSTRA_RETURN_IF_ERROR(snapshot.memoryTypes.Append(taken));
   }
   return OK;

@@ -228,6 +228,9 @@ void ValueSet::WriteSet(CommandList& list) {
       write.pBufferInfo = &info;
     } else {
       VkDescriptorImageInfo& info = _imageInfos[i];
+      if (object.sampler && object.sampler->IsLinear() && !object.image->IsFilterable() &&
+          object.image->IsMeantToBeFiltered())
+        _factory.GetDevice().TellUnfiltered(object.image->GetDescription().format);
       info = {object.sampler ? object.sampler->GetHandle(object.image->IsFilterable()) : VK_NULL_HANDLE,
               object.image->GetView(object.isLayered), VK_IMAGE_LAYOUT_GENERAL};
       write.pImageInfo = &info;

@@ -85,6 +85,23 @@ TEST_F(PlanTest, SaysWhichDevicesThereAreWhenTheWantedOneIsNot) {
   EXPECT_THAT(TryPlan("0"), IsErrorWith(kIllegalArgumentError, "No usable GPU device is \"0\". There are: none."));
 }
 
+TEST_F(PlanTest, SaysWhatADeviceLacks) {
+  for (int i = 0; i < 5; ++i) Add(std::string(1, static_cast<char>('A' + i)), DeviceKind::Discrete);
+  _devices[0].minorVersion = 1;
+  _devices[1].hasTimelineSemaphores = false;
+  _devices[2].hasScalarBlockLayout = false;
+  _devices[3].queueFamilies.Clear();
+  EXPECT_EQ(FindObstacle(_devices[0]), "older than Vulkan 1.2");
+  EXPECT_EQ(FindObstacle(_devices[4]), "");
+  EXPECT_EQ(*ListUnusable(Block<const DeviceSnapshot>(_devices.data(), 5)),
+            "A (older than Vulkan 1.2), B (no timeline semaphores), C (no scalar block layout), "
+            "D (no queue that computes)"_s);
+  EXPECT_THAT(TryPlan("C"), IsErrorWith(kIllegalArgumentError,
+                                        "No usable GPU device is \"C\". There are: A (0, not usable: older than Vulkan "
+                                        "1.2), B (1, not usable: no timeline semaphores), C (2, not usable: no scalar "
+                                        "block layout), D (3, not usable: no queue that computes), E (4)."));
+}
+
 TEST_F(PlanTest, PrefersAQueueThatAlsoDraws) {
   DeviceSnapshot device = MakeDevice("d", DeviceKind::Discrete);
   device.queueFamilies.Clear();
@@ -134,6 +151,26 @@ TEST(MemoryPlan, KeepsBuffersOffASmallWindow) {
 
 TEST(MemoryPlan, UsesMemoryThatTheHostSeesWhereItIsAsLargeAsTheRest) {
   EXPECT_EQ(PlanMemoryType(MakeMemory(Int(8) << 30), MemoryUse::Device, 15), 3);
+}
+
+TEST(MemoryPlan, NeverTakesMemoryWithPropertiesThatNobodyAskedFor) {
+  DeviceSnapshot device = MakeMemory(Int(256) << 20);
+  for (MemoryTypeSnapshot type : {MemoryTypeSnapshot{0, true, false, false}, {1, false, true, true}}) {
+    type.isSpecial = true;
+    EXPECT_THAT(device.memoryTypes.Append(type), IsOk());
+  }
+  for (const MemoryUse use : {MemoryUse::Device, MemoryUse::Upload, MemoryUse::ReadBack})
+    EXPECT_EQ(PlanMemoryType(device, use, 0b110000), -1);
+  EXPECT_EQ(PlanMemoryType(device, MemoryUse::Device, 0b110010), 1);
+}
+
+TEST(MemoryPlan, OnlyTheHostsMemoryIsSlowForADeviceAndUncachedMemoryForReading) {
+  const DeviceSnapshot device = MakeMemory(Int(256) << 20);
+  EXPECT_TRUE(IsSlower(device, MemoryUse::Device, 0, 1));
+  EXPECT_FALSE(IsSlower(device, MemoryUse::Device, 0, 3));
+  EXPECT_TRUE(IsSlower(device, MemoryUse::ReadBack, 2, 1));
+  EXPECT_FALSE(IsSlower(device, MemoryUse::ReadBack, 2, 2));
+  EXPECT_FALSE(IsSlower(device, MemoryUse::Upload, 1, 3));
 }
 
 TEST(MemoryPlan, ReadsBackFromCachedMemoryOfTheHost) {

@@ -149,6 +149,22 @@ TEST_F(MemoryTest, TheNextKindOfMemoryServesWhenTheBestIsUsedUp) {
   EXPECT_EQ(_pool.GetUsedSize(), 0);
 }
 
+TEST_F(MemoryTest, MemoryOfTheHostIsRefusedWhereTheCallerCanMakeRoomFirst) {
+  VkMemoryRequirements requirements = {};
+  requirements.size = 1000;
+  requirements.alignment = 256;
+  requirements.memoryTypeBits = 0b101;
+  g_driver.room[0] = 0;
+  const auto get = [&](MemorySpill spill) {
+    return _pool.Allocate(requirements, MemoryUse::Device, MemoryContent::Linear, spill);
+  };
+  const DiagnosticRecorder diagnostics;
+  EXPECT_THAT(get(MemorySpill::Refused), IsErrorOfKind(kOutOfMemoryError));
+  EXPECT_THAT(diagnostics.GetLines(), IsEmpty());
+  EXPECT_EQ(GetType(Take(get(MemorySpill::Allowed))), 2u);
+  EXPECT_EQ(diagnostics.GetLines().size(), 1u);
+}
+
 TEST_F(MemoryTest, WithoutAnyRoomItIsOutOfMemory) {
   g_driver.room[0] = 0;
   g_driver.room[1] = 0;
