@@ -1,4 +1,4 @@
-// The devices that a backend can use, for people who want to know before they choose one.
+// The devices that a backend can use, and why it cannot use others, for people who want to know before they choose.
 //
 //   OSTRA_ASSIGN_OR_RETURN(const BaseArray<DrawportDeviceInformation> devices, GetDrawportDevices());
 //   for (const DrawportDeviceInformation& device : devices) Show(device.name, device.memory.total);
@@ -27,8 +27,10 @@ struct DrawportDeviceInformation {
   BaseArray<DrawportFeature> features;  // those that are there
   DrawportFormatCounts formats;
   Bool canDraw = false;
-  // Why the device does not start; empty for one that works. Without a start, memory, features, formats and weights are
-  // not known.
+  // False: the device lacks something that the backend needs, which `problem` names.
+  Bool isUsable = true;
+  // Why the device cannot be used or does not start; empty for one that works. Without a start, memory, features,
+  // formats and weights are not known.
   String problem;
   Int filterWeightBits = 0;  // bits behind the point of the weights with which neighbouring texels are blended
 };
@@ -37,9 +39,10 @@ struct DrawportDeviceInformation {
 class DrawportDeviceListInterface : public ObjectInterface {
  public:
   static constexpr Id kInterfaceId = "net.ostra.drawport.interface.devicelist"_id;
-  // The usable devices; the place is the device index of contexts. Every device is started for it; those that do not
-  // start are in the list with the reason. Errors: illegal state without a driver or a usable device, with the reason;
-  // when no device starts, that of the first; out of memory.
+  // The usable devices, whose place is the device index of contexts, and behind them those that cannot be used. Every
+  // usable device is started for it; those that do not start are in the list with the reason. Errors: illegal state
+  // without a driver or a usable device, with the reason for each device; when no device starts, that of the first; out
+  // of memory.
   virtual Result<BaseArray<DrawportDeviceInformation>> GetDevices() const = 0;
 };
 using DrawportDeviceListRef = StrongRef<DrawportDeviceListInterface>;

@@ -55,7 +55,7 @@ Result<BaseArray<DrawportDeviceInformation>> ListDevices(DrawportCacheInterface&
   BaseArray<DrawportDeviceInformation> devices;
   Result<void> failed = OK;  // the first that did
   Bool isAnyWorking = false;
-  for (Int i = 0; i < driver->GetDeviceCount(); ++i) {
+  for (Int i = 0; i < driver->GetListedCount(); ++i) {
     const DeviceSnapshot& snapshot = driver->GetSnapshot(i);
     DrawportDeviceInformation information;
     information.backend = kDrawportTypeVulkan;
@@ -63,6 +63,12 @@ Result<BaseArray<DrawportDeviceInformation>> ListDevices(DrawportCacheInterface&
     information.kind = GetKindText(snapshot.kind);
     OSTRA_ASSIGN_OR_RETURN(information.apiVersion, Format("@.@", snapshot.majorVersion, snapshot.minorVersion));
     information.canDraw = CanDraw(snapshot);
+    information.isUsable = i < driver->GetDeviceCount();
+    if (!information.isUsable) {
+      OSTRA_ASSIGN_OR_RETURN(information.problem, String::Create(FindObstacle(snapshot)));
+      OSTRA_RETURN_IF_ERROR(devices.Append(std::move(information)));
+      continue;
+    }
     auto context = drawport->CreateOffscreenRenderContext(false, static_cast<Int32>(i));
     if (context) {
       OSTRA_RETURN_IF_ERROR(DescribeContext(**context, information));

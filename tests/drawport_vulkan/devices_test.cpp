@@ -153,6 +153,30 @@ TEST_F(DevicesTest, AMachineWhoseOnlyDeviceDoesNotStartSaysWhy) {
   EXPECT_THAT(ListDevices(*_cache), IsErrorContaining(kIllegalStateError, "VK_ERROR_INITIALIZATION_FAILED"));
 }
 
+TEST_F(DevicesTest, ADeviceThatCannotBeUsedIsListedLastWithTheReason) {
+  Restart({.hasEveryDeviceTwice = true, .firstIsUnusable = true});
+  const Int usable = _driver->GetDeviceCount();
+  const auto devices = Take(ListDevices(*_cache));
+  ASSERT_EQ(devices.GetCount(), usable + 1);
+  for (Int i = 0; i < usable; ++i) EXPECT_TRUE(devices[i].isUsable);
+  const DrawportDeviceInformation& last = devices[usable];
+  EXPECT_FALSE(last.isUsable);
+  EXPECT_EQ(last.problem, "no scalar block layout"_s);
+  EXPECT_EQ(last.name, _driver->GetSnapshot(usable).name);
+  EXPECT_THAT(AllocDrawport()->CreateOffscreenRenderContext(false, static_cast<Int32>(usable)),
+              IsErrorContaining(kIllegalArgumentError, "cannot be used: no scalar block layout"));
+}
+
+TEST_F(DevicesTest, AMachineWithoutAUsableDeviceSaysWhyEachCannotBeUsed) {
+  _driver = {};
+  Driver::Pretend({});
+  if (Take(Driver::Get())->GetListedCount() > 1) GTEST_SKIP() << "There is more than one device.";
+  const std::string name(Take(Driver::Get())->GetSnapshot(0).name.GetView());
+  Driver::Pretend({.firstIsUnusable = true});
+  EXPECT_THAT(ListDevices(*_cache), IsErrorWith(kIllegalStateError, "There is no usable GPU device on this machine: " +
+                                                                        name + " (no scalar block layout)."));
+}
+
 TEST_F(DevicesTest, DrawsOnTheFirstDeviceThatCan) {
   if (!CanDraw(_driver->GetSnapshot(0))) GTEST_SKIP() << "The first device cannot draw.";
   EXPECT_EQ(AllocDrawport()->GetDrawingDevice(), 0);

@@ -93,7 +93,8 @@ TEST(InfoGpuTest, EveryDeviceIsListedWithWhatItCanDoOrTheReasonWhyThereIsNone) {
     EXPECT_GT(device.at("memory").at("total").get<Int64>(), 0);
     EXPECT_TRUE(device.at("canDraw").is_boolean());
     if (const auto problem = device.at("problem").get<std::string>(); problem != "") {
-      EXPECT_THAT(table.output, HasSubstr("     does not start: " + problem + "\n"));
+      const std::string what = device.at("usable") ? "     does not start: " : "     cannot be used: ";
+      EXPECT_THAT(table.output, HasSubstr(what + problem + "\n"));
       continue;
     }
     EXPECT_THAT(device.at("features"), testing::Contains("compute shaders"));

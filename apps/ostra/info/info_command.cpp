@@ -84,7 +84,11 @@ std::string FormatDevices(const Information& information) {
   if (information.devices.IsEmpty()) return text + "  no device: " + information.noDevice + "\n";
   for (Int i = 0; i < information.devices.GetCount(); ++i) {
     const DrawportDeviceInformation& device = information.devices[i];
-    text += "  " + std::to_string(i) + "  " + TextOf(device.name) + "\n";
+    text += "  " + (device.isUsable ? std::to_string(i) : "-") + "  " + TextOf(device.name) + "\n";
+    if (!device.isUsable) {
+      text += "     cannot be used: " + TextOf(device.problem) + "\n";
+      continue;
+    }
     if (device.problem.IsPopulated()) {
       text += "     does not start: " + TextOf(device.problem) + "\n";
       continue;
@@ -130,6 +134,7 @@ Json ListDevices(const BaseArray<DrawportDeviceInformation>& devices) {
                     {"backend", TextOf(device.backend.GetView())},
                     {"apiVersion", TextOf(device.apiVersion)},
                     {"memory", {{"total", device.memory.total}, {"available", device.memory.available}}},
+                    {"usable", device.isUsable},
                     {"problem", TextOf(device.problem)},
                     {"canDraw", device.canDraw},
                     {"features", features},
