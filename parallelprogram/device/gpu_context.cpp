@@ -16,6 +16,13 @@ Result<void> CheckHasContext(const GpuContextData& data) {
   return OSTRA_ILLEGAL_STATE("There is no drawport context.");
 }
 
+Result<void> SubmitRecordedWork(const GpuContextData& data) {
+  if (!data.context) return OK;
+  Result<void> executed = data.GetCommandList().Execute(false);
+  if (executed || executed.GetError().GetKind() == kIllegalStateError) return OK;
+  return executed;
+}
+
 Result<StagingBuffer> StagingBuffer::Create(const GpuContextData& data, Int bytes, DrawportStagingUse use) {
   OSTRA_RETURN_IF_ERROR(CheckHasContext(data));
   DrawportStagingOptions options;

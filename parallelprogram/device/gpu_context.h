@@ -28,6 +28,10 @@ UInt64 TakeDeviceOwnerIdentity();
 // Error: illegal state when there is no context.
 Result<void> CheckHasContext(const GpuContextData& data);
 
+// Submits what was recorded in the context, before another one takes its place or none does: counters, and buffers that
+// others hold, outlive it. Work on a lost device is lost anyway. Error: out of memory; the work is then not done.
+Result<void> SubmitRecordedWork(const GpuContextData& data);
+
 // A staging buffer that is released with this object. `list` outlives it.
 class StagingBuffer {
  public:

@@ -125,11 +125,7 @@ Result<void> ParallelProgramGPUImpl::UpdateDrawportContext(const DrawportContext
   data.drawport = data.context->GetDrawport();
   data.cache = data.drawport->GetDrawportCache();
   data.ownsOffscreenContext = false;
-  // What was only recorded would be missing in the new context. A device that is lost, which is an illegal state, has
-  // lost it anyway.
-  if (auto executed = _current.GetCommandList().Execute(false);
-      !executed && !(executed.GetError().GetKind() == kIllegalStateError))
-    return executed;
+  OSTRA_RETURN_IF_ERROR(SubmitRecordedWork(_current));
   OSTRA_RETURN_IF_ERROR(BuildCopyKernel(data));  // nothing is compiled any more when this returns
   if (_current.ownsOffscreenContext) _previous = _current;
   _current = std::move(data);
@@ -144,6 +140,7 @@ Result<void> ParallelProgramGPUImpl::UpdateDrawportContext(const DrawportContext
 // Counters, the names of noises, the order of deletion and the widths of texels stay.
 Result<void> ParallelProgramGPUImpl::Reset() {
   WaitForKernelCompile();
+  OSTRA_RETURN_IF_ERROR(SubmitRecordedWork(_current));
   _copyKernel.Reset();
   _activeKernel = nullptr;
   _activeKernelId = InternedId();

@@ -1,4 +1,5 @@
 // The shader loader's context, and what comes and goes with it.
+#include "ostra/core/diagnostics.h"
 #include "parallelprogram/shaderloader/general_shader_loader.h"
 #include "parallelprogram/shaderloader/general_shader_loader_impl.h"
 
@@ -53,6 +54,8 @@ Result<void> GeneralShaderLoaderImpl::Init(const Url& resourcePath, const Drawpo
 
 Bool GeneralShaderLoaderImpl::UpdateContext(const DrawportContextRef& newDrawportContext) {
   if (!newDrawportContext || newDrawportContext == _data.context) return false;
+  if (const auto submitted = SubmitRecordedWork(_data); !submitted)
+    CriticalOutput("What was recorded in the drawport context before is lost: @", submitted.GetError());
   const DrawportRef before = _data.drawport;
   _data.context = newDrawportContext;
   _data.drawport = _data.context->GetDrawport();
@@ -72,6 +75,7 @@ Result<void> GeneralShaderLoaderImpl::Execute(Bool wait) { return _data.GetComma
 // Counters stay, as they do in programs that compute.
 Result<void> GeneralShaderLoaderImpl::Reset() {
   WaitForProgramCompile();
+  OSTRA_RETURN_IF_ERROR(SubmitRecordedWork(_data));
   _activeProgram = nullptr;
   _activeProgramId = InternedId();
   _programs.Reset();

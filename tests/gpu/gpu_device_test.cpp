@@ -286,6 +286,23 @@ TEST_F(GpuDeviceTest, AnotherContextOfTheDeviceFindsWhatWasStored) {
   SetDrawportDirectMapping(true);
 }
 
+TEST_F(GpuDeviceTest, CountersHaveWhatWasRecordedBeforeAReset) {
+  program = MakeProgram(kGpuProgramClass);
+  Write("k.krn",
+        "#define KERNELINPUTS \\\n(AtomicUInt32*) hits\n\nGROUPSIZE(1, 1, 1)\n\n"
+        "OSTRA_PARALLEL_KERNEL(Test, KERNELINPUTS)\n{\n\tATOMIC uint old = 0u;\n\tAtomicAdd(GetAtomicCounter(hits), "
+        "1u, old);\n}\n"
+        "OSTRA_PARALLEL_KERNEL_END\n");
+  Add("k"_iid, "k.krn");
+  ASSERT_THAT(program->AddAtomicCounter("hits"_iid, UInt32(0)), IsOk());
+  ASSERT_THAT(program->SetAtomicCounterToActiveKernel("hits"_iid), IsOk());
+  ASSERT_THAT(program->UpdateUniforms(), IsOk());
+  ASSERT_THAT(program->DispatchKernel(5, 1, 1, false), IsOk());
+  ASSERT_THAT(program->Reset(), IsOk());
+  ASSERT_THAT(program->Init(Url(), nullptr, 0, true), IsOk());
+  EXPECT_EQ(*program->GetAtomicCounter("hits"_iid), 5u);
+}
+
 TEST_F(GpuDeviceTest, LinkingATextureThatTheKernelDoesNotDeclareIsSaid) {
   program = MakeProgram(kGpuProgramClass);
   Write("read.krn", kReadTexture);

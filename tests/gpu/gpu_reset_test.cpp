@@ -58,6 +58,25 @@ TEST_F(GpuResetTest, KernelsAndBuffersGo) {
   EXPECT_THAT(TakeCalls(), Contains("buffer values = 16"));
 }
 
+TEST_F(GpuResetTest, RecordedWorkIsSubmittedFirstAndWithoutMemoryForThatNothingGoes) {
+  AddKernel("k"_iid, kKernel);
+  TakeCalls();
+  device.failing = "execute";
+  device.failingKind = kOutOfMemoryError;
+  EXPECT_THAT(program->Reset(), IsErrorWith(kOutOfMemoryError, "made-up failure"));
+  EXPECT_TRUE(program->HasKernel("k"_iid));
+  device.failing = "";
+  TakeCalls();
+  ASSERT_THAT(program->Reset(), IsOk());
+  EXPECT_THAT(TakeCalls(), Contains("execute 0"));
+  // A second reset has no context, and what a lost device had recorded is lost.
+  EXPECT_THAT(program->Reset(), IsOk());
+  ASSERT_THAT(program->Init(Url(), &context, 0, false), IsOk());
+  device.failing = "execute";
+  device.failingKind = kIllegalStateError;
+  EXPECT_THAT(program->Reset(), IsOk());
+}
+
 TEST_F(GpuResetTest, CountersStayAndTheirLinksGo) {
   AddKernel("k"_iid, kKernel);
   ASSERT_THAT(program->AddAtomicCounter("hits"_iid, UInt32(0)), IsOk());

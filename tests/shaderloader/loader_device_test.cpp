@@ -316,6 +316,24 @@ TEST_F(LoaderDeviceTest, AnotherContextOfTheDeviceDrawsOn) {
   }
 }
 
+TEST_F(LoaderDeviceTest, WhatWasRecordedBeforeAnotherContextOrAResetIsThere) {
+  for (const Bool resets : {false, true}) {
+    SCOPED_TRACE(resets);
+    SetDrawportDirectMapping(false);  // so that values are recorded and not written at once
+    _context = Take(_drawport->CreateOffscreenRenderContext(false, 0));
+    loader = MakeLoader();
+    Take(loader->AddAtomicCounter("hits"_iid, UInt32(0)));
+    Take(loader->SetAtomicCounter("hits"_iid, 12));
+    if (resets) Take(loader->Reset());
+    _context = Take(_drawport->CreateOffscreenRenderContext(false, 0));
+    if (resets)
+      Take(loader->Init(*Url::Create(folder.string()), &_context));
+    else
+      EXPECT_TRUE(loader->UpdateContext(_context));
+    EXPECT_EQ(Take(loader->GetAtomicCounter("hits"_iid)), 12u);
+  }
+}
+
 // The values of a program go with it; draws that are recorded keep theirs.
 TEST_F(LoaderDeviceTest, WhatARemovedProgramHasDrawnStays) {
   WritePlainVertexStage("p.vert");
