@@ -322,7 +322,7 @@ TEST_F(LoaderDeviceTest, WhatWasRecordedBeforeAnotherContextOrAResetIsThere) {
     SetDrawportDirectMapping(false);  // so that values are recorded and not written at once
     _context = Take(_drawport->CreateOffscreenRenderContext(false, 0));
     loader = MakeLoader();
-    Take(loader->AddAtomicCounter("hits"_iid, UInt32(0)));
+    Take(loader->AddAtomicCounter("hits"_iid));
     Take(loader->SetAtomicCounter("hits"_iid, 12));
     if (resets) Take(loader->Reset());
     _context = Take(_drawport->CreateOffscreenRenderContext(false, 0));
