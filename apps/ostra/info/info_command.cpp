@@ -79,29 +79,6 @@ std::string FormatFormats(const DrawportFormatCounts& formats) {
          " read and written by kernels";
 }
 
-std::string FormatDevices(const Information& information) {
-  std::string text = "\nGPU devices\n";
-  if (information.devices.IsEmpty()) return text + "  no device: " + information.noDevice + "\n";
-  for (Int i = 0; i < information.devices.GetCount(); ++i) {
-    const DrawportDeviceInformation& device = information.devices[i];
-    text += "  " + (device.isUsable ? std::to_string(i) : "-") + "  " + TextOf(device.name) + "\n";
-    if (!device.isUsable) {
-      text += "     cannot be used: " + TextOf(device.problem) + "\n";
-      continue;
-    }
-    if (device.problem.IsPopulated()) {
-      text += "     does not start: " + TextOf(device.problem) + "\n";
-      continue;
-    }
-    text += FormatTable(
-        {{"     kind", TextOf(device.kind) + ", " + TextOf(device.backend.GetView()) + " " + TextOf(device.apiVersion)},
-         {"     memory", FormatSize(device.memory.total) + ", " + FormatSize(device.memory.available) + " available"},
-         {"     features", ListFeatures(device) + (device.canDraw ? ", drawing" : "")},
-         {"     formats", FormatFormats(device.formats)}});
-  }
-  return text;
-}
-
 std::string FormatTables(const Information& information) {
   std::string text = "threads  " + std::to_string(information.threadCount) + "\n\nmodules\n";
   Rows modules, variables;
@@ -110,7 +87,7 @@ std::string FormatTables(const Information& information) {
   text += FormatTable(modules);
   text += FormatIds("classes", information.classes) + FormatIds("kernel classes", information.kernelClasses) +
           FormatIds("interfaces", information.interfaces);
-  text += FormatDevices(information);
+  text += FormatDevices(information.devices, information.noDevice);
   text += "\nconfiguration\n";
   for (const ConfigurationInformation& variable : information.variables)
     variables.push_back({"  " + TextOf(variable.name), variable.value ? "true" : "false",
@@ -169,6 +146,29 @@ std::string FormatJson(const Information& information) {
 }
 
 }  // namespace
+
+std::string FormatDevices(const BaseArray<DrawportDeviceInformation>& devices, const std::string& noDevice) {
+  std::string text = "\nGPU devices\n";
+  if (devices.IsEmpty()) return text + "  no device: " + noDevice + "\n";
+  for (Int i = 0; i < devices.GetCount(); ++i) {
+    const DrawportDeviceInformation& device = devices[i];
+    text += "  " + (device.isUsable ? std::to_string(i) : "-") + "  " + TextOf(device.name) + "\n";
+    if (!device.isUsable) {
+      text += "     cannot be used: " + TextOf(device.problem) + "\n";
+      continue;
+    }
+    if (device.problem.IsPopulated()) {
+      text += "     does not start: " + TextOf(device.problem) + "\n";
+      continue;
+    }
+    text += FormatTable(
+        {{"     kind", TextOf(device.kind) + ", " + TextOf(device.backend.GetView()) + " " + TextOf(device.apiVersion)},
+         {"     memory", FormatSize(device.memory.total) + ", " + FormatSize(device.memory.available) + " available"},
+         {"     features", ListFeatures(device) + (device.canDraw ? ", drawing" : "")},
+         {"     formats", FormatFormats(device.formats)}});
+  }
+  return text;
+}
 
 Result<void> ShowInfo(Bool isJson, std::span<const char* const> arguments) {
   OSTRA_ASSIGN_OR_RETURN(Host host, StartHost(arguments));
