@@ -9,6 +9,9 @@ OSTRA_UNIT("class");
 
 namespace ostra {
 
+void AddClassRef(const Class& objectClass) { objectClass.AddRef(); }
+void ReleaseClass(const Class& objectClass) { objectClass.Release(); }
+
 Error MakeCopyNotImplementedError(std::string_view component) {
   Error error = OSTRA_NOT_IMPLEMENTED("Component @ has members, but CopyFrom is not implemented!", component);
   WriteDiagnostic(DiagnosticLevel::Critical, error.GetMessage().GetView());

@@ -47,6 +47,10 @@ T* FindInterface(ObjectInterface& object) {
 // not-implemented error.
 OSTRA_API Error MakeCopyNotImplementedError(std::string_view component);
 
+// Counts references to a class, for interfaces that know it by name only.
+OSTRA_API void AddClassRef(const Class& objectClass);
+OSTRA_API void ReleaseClass(const Class& objectClass);
+
 // Implements ObjectInterface for a class. `Derived` offers `static constexpr const char* kComponentName`.
 template <class Derived, class... Interfaces>
 class Component : public Interfaces... {
@@ -65,14 +69,19 @@ class Component : public Interfaces... {
     return MakeCopyNotImplementedError(Derived::kComponentName);
   }
 
-  // Called once by the class that makes the object.
-  void SetClass(const Class& objectClass) { _class = &objectClass; }
+  // Called once by the class that makes the object. The object holds its class: that may leave the registry first.
+  void SetClass(const Class& objectClass) {
+    AddClassRef(objectClass);
+    _class = &objectClass;
+  }
 
  protected:
   Component() = default;
   Component(const Component&) = delete;
   Component& operator=(const Component&) = delete;
-  virtual ~Component() = default;
+  virtual ~Component() {
+    if (_class) ReleaseClass(*_class);
+  }
 
  private:
   template <class T>

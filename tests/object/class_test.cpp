@@ -55,6 +55,14 @@ TEST(ClassTest, EveryObjectIsFreshAndDiesWithItsLastReference) {
   EXPECT_EQ(g_living, 0);
 }
 
+TEST(ClassTest, AnObjectHoldsItsClass) {
+  auto object = MakeStepClass()->CreateObject<CounterInterface>();
+  ASSERT_THAT(object, IsOk());
+  const Class& stepClass = (*object)->GetClass();
+  EXPECT_EQ(stepClass.GetId(), "com.example.step"_id);
+  EXPECT_THAT(stepClass.CreateObject<CounterInterface>(), IsOk());
+}
+
 TEST(ClassTest, InterfacesOfAnObjectAreFoundById) {
   auto named = MakeStepClass()->CreateObject<NamedInterface>();
   ASSERT_THAT(named, IsOk());

@@ -197,6 +197,35 @@ TEST_F(CopyKernelTest, ActivatingACopyGivesTheIdThatWasActivated) {
   EXPECT_EQ(program->GetActiveKernelId(), "b"_iid);
 }
 
+class ShortLivedKernel final : public KernelBase<ShortLivedKernel> {
+ public:
+  static constexpr const char* kComponentName = "net.ostra.test.shortlived";
+  Result<void> Init() override {
+    _workGroupSize = {1, 1, 1};
+    return OK;
+  }
+  Result<void> Kernel(const Vec3<UInt32>&, const Vec3<UInt32>&, const Vec3<UInt32>&) override { return OK; }
+};
+
+TEST_F(CopyKernelTest, AKernelCanBeCopiedAfterItsClassHasLeftTheRegistry) {
+  const Id id = "net.ostra.test.shortlived"_id;
+  auto registry = ClassRegistry::Find(kKernelClassRegistry);
+  ASSERT_THAT(registry, IsOk());
+  {
+    auto shortLived = Class::Create<ShortLivedKernel>(id);
+    ASSERT_THAT(shortLived, IsOk());
+    ASSERT_THAT(registry->Insert(*shortLived), IsOk());
+  }
+  ASSERT_THAT(program->AddKernel("a"_iid, Url("net.ostra.test.shortlived"_s), true), IsOk());
+  ASSERT_TRUE(registry->Erase(id));
+  ASSERT_THAT(program->CopyKernel("a"_iid, "b"_iid, true), IsOk());
+  ASSERT_THAT(program->CopyKernel("b"_iid, "c"_iid, true), IsOk());
+  program->SetActiveKernel("c"_iid);
+  EXPECT_THAT(program->DispatchKernel(1, 1, 1, false), IsOk());
+  EXPECT_THAT(program->AddKernel("d"_iid, Url("net.ostra.test.shortlived"_s), true),
+              IsErrorOfKind(kIllegalArgumentError));
+}
+
 TEST_F(CopyKernelTest, ACopyCanBeCopied) {
   AddKernel("a"_iid, kScale);
   ASSERT_THAT(program->CopyKernel("a"_iid, "b"_iid, true), IsOk());
