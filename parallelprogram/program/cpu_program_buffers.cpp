@@ -109,7 +109,9 @@ Result<void> ParallelProgramCPUImpl::ResizeUniformBuffer(const InternedId& attr,
   BufferSlot* slot = FindBuffer(_buffers, attr);
   if (!slot) return OSTRA_ILLEGAL_ARGUMENT("buffer for resize could not be found");
   if (count < 1) return OSTRA_ILLEGAL_ARGUMENT("Buffer cannot be resized to 0 size.");
-  return ResizeArray(*slot, count);
+  OSTRA_RETURN_IF_ERROR(ResizeArray(*slot, count));
+  HandOverResized(*slot);
+  return OK;
 }
 
 Result<void> ParallelProgramCPUImpl::StoreUniformBufferData(const InternedId& attr, ForwardingDataPtr&& data) {

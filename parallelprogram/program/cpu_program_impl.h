@@ -99,6 +99,13 @@ class ParallelProgramCPUImpl final : public Component<ParallelProgramCPUImpl, Pa
     AtomicUInt32 counter;
   };
 
+  // A parameter that the kernel object holds an address for: of a buffer, a texture or a counter.
+  struct HandedOver {
+    InternedId name;
+    const void* resource = nullptr;  // the buffer's slot, the sampler or the counter
+    friend bool operator==(const HandedOver&, const HandedOver&) = default;
+  };
+
   struct KernelEntry {
     InternedId kernelId;  // of a copy: the ID of its source
     Url file;
@@ -110,7 +117,9 @@ class ParallelProgramCPUImpl final : public Component<ParallelProgramCPUImpl, Pa
     KernelRef kernel;                       // null in a copy whose creation failed
     KernelRangeInterface* range = nullptr;  // the kernel's range interface, when it has one
     BaseArray<Block<Generic>> bufferBlocks;
-    BaseArray<RenderNoiseRef> noises;  // its place stays, because kernels keep the block
+    BaseArray<HandedOver> handedOver;
+    BaseArray<HandedOver> handedOverBefore;  // while an update runs: what the kernel held until then
+    BaseArray<RenderNoiseRef> noises;        // its place stays, because kernels keep the block
     Block<RenderNoiseRef> noiseBlock;
   };
 
@@ -132,6 +141,15 @@ class ParallelProgramCPUImpl final : public Component<ParallelProgramCPUImpl, Pa
   Result<void> HandOverTextures(KernelEntry& entry);
   Result<void> HandOverCounters(KernelEntry& entry);
   Result<void> HandOverNoises(KernelEntry& entry);
+  Result<void> HandOverAll(KernelEntry& entry);
+  // Sets a parameter to `data`, the address of `resource` or of a block of its elements, and notes that it does.
+  static Result<void> HandOver(KernelEntry& entry, const InternedId& name, const void* data, const void* resource);
+  // Clears a parameter: a pointer becomes null, a block empty, as in a kernel that was never given anything.
+  static void TakeBack(KernelEntry& entry, const InternedId& name);
+  // Clears every parameter, of all kernels, that holds `resource`.
+  void TakeBackEverywhere(const void* resource);
+  // Hands a buffer over again that has moved, to every kernel that holds it.
+  void HandOverResized(const BufferSlot& slot);
 
   Result<void> DispatchKernelSimple(UInt32 count);
   Result<void> DispatchKernelComplex(UInt32 countX, UInt32 countY, UInt32 countZ);

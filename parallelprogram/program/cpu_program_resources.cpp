@@ -1,4 +1,4 @@
-// Atomic counters and uniforms of the CPU program, and the hand-over of all resources to the kernel.
+// Atomic counters and uniforms of the CPU program.
 #include "ostra/core/format.h"
 #include "parallelprogram/program/cpu_program_impl.h"
 
@@ -50,43 +50,6 @@ Result<void> ParallelProgramCPUImpl::SetUniform(const InternedId& attr, Forwardi
   OSTRA_ASSIGN_OR_RETURN(KernelEntry & entry, GetActiveKernel());
   if (data.IsEmpty()) return OSTRA_ILLEGAL_ARGUMENT("The uniform \"@\" was given no value.", attr);
   return entry.uniforms.SetValue(attr, std::move(data));
-}
-
-Result<void> ParallelProgramCPUImpl::UpdateUniforms() {
-  OSTRA_ASSIGN_OR_RETURN(KernelEntry & entry, GetRunnableKernel());
-  OSTRA_RETURN_IF_ERROR(HandOverUniforms(entry));
-  OSTRA_RETURN_IF_ERROR(HandOverBuffers(entry));
-  OSTRA_RETURN_IF_ERROR(HandOverTextures(entry));
-  OSTRA_RETURN_IF_ERROR(HandOverCounters(entry));
-  return HandOverNoises(entry);
-}
-
-Result<void> ParallelProgramCPUImpl::HandOverUniforms(KernelEntry& entry) {
-  for (const auto& [name, value] : entry.uniforms)
-    OSTRA_RETURN_IF_ERROR(entry.kernel->Set(name.ToCString(), value.GetPointer()));
-  return OK;
-}
-
-// Kernels may keep the address of a block, so the blocks stay until the next hand-over.
-Result<void> ParallelProgramCPUImpl::HandOverBuffers(KernelEntry& entry) {
-  OSTRA_RETURN_IF_ERROR(entry.bufferBlocks.Resize(entry.bufferLinks.GetCount()));
-  Int index = 0;
-  for (const auto& [name, value] : entry.bufferLinks) {
-    OSTRA_ASSIGN_OR_RETURN(BufferSlot* const& slot, value.Get<BufferSlot*>());
-    Block<Generic>& block = entry.bufferBlocks[index++];
-    block = slot ? slot->GetFirstBlock() : Block<Generic>();
-    if (block.GetCount() < 1) return OSTRA_ILLEGAL_STATE("stored data block has size 0");
-    OSTRA_RETURN_IF_ERROR(entry.kernel->Set(name.ToCString(), &block));
-  }
-  return OK;
-}
-
-Result<void> ParallelProgramCPUImpl::HandOverCounters(KernelEntry& entry) {
-  for (const auto& [name, value] : entry.atomicLinks) {
-    OSTRA_ASSIGN_OR_RETURN(AtomicUInt32* const& counter, value.Get<AtomicUInt32*>());
-    OSTRA_RETURN_IF_ERROR(entry.kernel->Set(name.ToCString(), counter));
-  }
-  return OK;
 }
 
 }  // namespace ostra

@@ -23,17 +23,6 @@ const DataDictionary::Entry* FindLink(const DataDictionary& links, const Texture
   return nullptr;
 }
 
-// A kernel parameter is given as a sampler object of its own type, or as what all of them have in common: anything else
-// would be read and written in the wrong size.
-Result<void> CheckKind(const KernelInterface& kernel, const CString& name, const TextureSamplerDataHelper& sampler) {
-  const KernelParameter* parameter = kernel.GetKernelParameterMap().Find(name);
-  if (!parameter || !parameter->type.IsPointer()) return OK;
-  const DataType wanted = parameter->type.GetInnerType();
-  const DataType given = GetSamplerType(sampler._kind);
-  if (wanted == given || !IsSamplerType(wanted)) return OK;
-  return OSTRA_ILLEGAL_ARGUMENT("The kernel's texture \"@\" is a @, but a @ is linked to it.", name, wanted, given);
-}
-
 }  // namespace
 
 Result<void> ParallelProgramCPUImpl::StoreTextureBindData(const InternedId& attr, TextureBindData& texBindData, Bool) {
@@ -58,7 +47,8 @@ Result<void> ParallelProgramCPUImpl::UpdateTextureBindData(const InternedId& att
 
 Result<void> ParallelProgramCPUImpl::SetKernelTextureLink(const InternedId& attr, const Data& data) {
   OSTRA_ASSIGN_OR_RETURN(KernelEntry & entry, GetActiveKernel());
-  OSTRA_RETURN_IF_ERROR(data.Get<TextureSamplerDataHelper*>());
+  OSTRA_ASSIGN_OR_RETURN(TextureSamplerDataHelper* const& sampler, data.Get<TextureSamplerDataHelper*>());
+  if (!sampler) return OSTRA_ILLEGAL_ARGUMENT("The link for the kernel's texture \"@\" holds no texture.", attr);
   return entry.textureLinks.SetData(attr, data);
 }
 
@@ -96,6 +86,8 @@ Result<void> ParallelProgramCPUImpl::DeleteTexture(const InternedId& textureId, 
     while (const DataDictionary::Entry* link = FindLink(entry.textureLinks, sampler))
       OSTRA_RETURN_IF_ERROR(entry.textureLinks.EraseData(link->key));
   }
+  // Kernels may hold what they were linked to at their last update.
+  TakeBackEverywhere(sampler);
   SamplerNode* node = _samplerStorage.GetFirst();
   while (node && &node->sampler != sampler) node = node->GetNext();
   if (node) _samplerStorage.Free(node);
@@ -131,15 +123,6 @@ Result<void> ParallelProgramCPUImpl::CopyTextureBytes(const InternedId& sourceAt
     return OSTRA_ILLEGAL_ARGUMENT("bytesCount + targetBytesOffset is larger than target texture size.");
   if (bytesCount > 0 && source._texels && target._texels)
     MemMove(target._texels + targetBytesOffset, source._texels + sourceBytesOffset, bytesCount);
-  return OK;
-}
-
-Result<void> ParallelProgramCPUImpl::HandOverTextures(KernelEntry& entry) {
-  for (const auto& [name, value] : entry.textureLinks) {
-    OSTRA_ASSIGN_OR_RETURN(TextureSamplerDataHelper* const& sampler, value.Get<TextureSamplerDataHelper*>());
-    if (sampler) OSTRA_RETURN_IF_ERROR(CheckKind(*entry.kernel, name.ToCString(), *sampler));
-    OSTRA_RETURN_IF_ERROR(entry.kernel->Set(name.ToCString(), sampler));
-  }
   return OK;
 }
 

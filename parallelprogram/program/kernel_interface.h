@@ -31,7 +31,9 @@ class KernelInterface : public ObjectInterface {
                               const Vec3<UInt32>& InWorkGroupID) = 0;
 
   // Gives a parameter its value. A parameter of a pointer type receives `data` itself; any other is copied from one
-  // value of exactly its type at `data`. Unknown names are ignored. Error: that of copying the value.
+  // value of exactly its type at `data`. Unknown names are ignored. A resource that the parameter is no longer linked
+  // to is taken back: a parameter of a pointer type then receives null, one of a block type an empty block. Error: that
+  // of copying the value.
   virtual Result<void> Set(const CString& paramName, const void* data) = 0;
 
   // One-time preparation after creation.

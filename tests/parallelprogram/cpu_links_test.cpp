@@ -157,6 +157,37 @@ TEST_F(LinksTest, ADeletedBufferStaysUsableForTheKernelThatIsLinkedToIt) {
   EXPECT_EQ(ReadKernelBuffer<Float32>("values"_iid), (std::vector<Float32>{3, 6}));
 }
 
+// The old array is freed when the buffer moves: a kernel that held on to it would write there.
+TEST_F(LinksTest, AKernelFollowsABufferThatIsResizedWithoutAnotherUpdate) {
+  StoreBuffer<Float32>("values"_iid, {1, 2});
+  AddKernel("k"_iid, kScale);
+  ASSERT_THAT(program->SetBufferToActiveKernelSameId("values"_iid), IsOk());
+  ASSERT_THAT(program->SetUniform("factor"_iid, Float32(3)), IsOk());
+  ASSERT_THAT(program->UpdateUniforms(), IsOk());
+  ASSERT_THAT(program->ResizeUniformBuffer("values"_iid, 100000, false), IsOk());
+  ASSERT_THAT(program->UpdateUniformBufferData("values"_iid, 99999, MakeArray<Float32>({5})), IsOk());
+  ASSERT_THAT(program->DispatchKernel(100000, 1, 1, false), IsOk());
+  const auto values = ReadBuffer<Float32>("values"_iid);
+  EXPECT_EQ(values[0], 3);
+  EXPECT_EQ(values[1], 6);
+  EXPECT_EQ(values[99999], 15);
+}
+
+TEST_F(LinksTest, AnUpdateThatFailsLeavesTheKernelNothingFromTheOneBefore) {
+  StoreBuffer<Float32>("values"_iid, {1, 2});
+  ASSERT_THAT(program->CreateUniformBuffer("empty"_iid, GetDataType<Float32>(), 0), IsOk());
+  AddKernel("k"_iid, kScale);
+  StoreBuffer<Float32>("first"_iid, {1});
+  ASSERT_THAT(program->SetBufferToActiveKernel("first"_iid, "spare"_iid), IsOk());
+  ASSERT_THAT(program->SetBufferToActiveKernelSameId("values"_iid), IsOk());
+  ASSERT_THAT(program->SetUniform("factor"_iid, Float32(3)), IsOk());
+  ASSERT_THAT(program->UpdateUniforms(), IsOk());
+  ASSERT_THAT(program->SetBufferToActiveKernel("empty"_iid, "spare"_iid), IsOk());
+  EXPECT_THAT(program->UpdateUniforms(), IsErrorWith(kIllegalStateError, "stored data block has size 0"));
+  ASSERT_THAT(program->DispatchKernel(2, 1, 1, false), IsOk());
+  EXPECT_EQ(ReadBuffer<Float32>("values"_iid), (std::vector<Float32>{1, 2}));
+}
+
 TEST_F(LinksTest, OldLinksStayValidWhileManyBuffersAreStored) {
   AddKernel("k"_iid, kScale);
   std::vector<InternedId> names;

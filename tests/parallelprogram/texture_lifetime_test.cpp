@@ -161,6 +161,70 @@ TEST_F(TextureLifetimeTest, DeletingFreesTheTexture) {
   EXPECT_EQ(AllocationFaults::GetLiveCount(), before);
 }
 
+// What the kernel holds itself, with nobody clearing it between the updates.
+TEST_F(TextureLifetimeTest, ATextureThatWasDeletedIsTakenFromTheKernelsThatHoldIt) {
+  ASSERT_THAT(Store("a"_iid, MakeCountingTexture({4, 1, 1})), IsOk());
+  ASSERT_THAT(Store("keep"_iid, MakeCountingTexture({4, 1, 1})), IsOk());
+  SeenSamplers() = {};
+  AddTextureKernel("three"_iid, kThreeSamplers);
+  LinkTexture("a"_iid, "one"_iid);
+  LinkTexture("keep"_iid, "two"_iid);
+  LinkTexture("a"_iid, "three"_iid);
+  ASSERT_THAT(program->UpdateUniforms(), IsOk());
+  const TextureSamplerDataHelper* keep = SeenSamplers()[1];
+  ASSERT_TRUE(SeenSamplers()[0] && keep && SeenSamplers()[2]);
+  ASSERT_THAT(program->DeleteTexture("a"_iid, false), IsOk());
+  EXPECT_EQ(SeenSamplers(), (ThreeSamplers{nullptr, keep, nullptr}));
+  ASSERT_THAT(Store("new"_iid, MakeCountingTexture({4, 1, 1})), IsOk());
+  ASSERT_THAT(program->UpdateUniforms(), IsOk());
+  EXPECT_EQ(SeenSamplers(), (ThreeSamplers{nullptr, keep, nullptr}));
+}
+
+TEST_F(TextureLifetimeTest, ATextureIsTakenFromAKernelThatHasBeenLinkedToAnotherSinceItsLastUpdate) {
+  ASSERT_THAT(Store("a"_iid, MakeCountingTexture({4, 1, 1})), IsOk());
+  ASSERT_THAT(Store("b"_iid, MakeCountingTexture({4, 1, 1})), IsOk());
+  SeenSamplers() = {};
+  AddTextureKernel("three"_iid, kThreeSamplers);
+  LinkTexture("a"_iid, "one"_iid);
+  ASSERT_THAT(program->UpdateUniforms(), IsOk());
+  ASSERT_TRUE(SeenSamplers()[0]);
+  LinkTexture("b"_iid, "one"_iid);
+  ASSERT_THAT(program->DeleteTexture("a"_iid, false), IsOk());
+  EXPECT_EQ(SeenSamplers(), ThreeSamplers{});
+  ASSERT_THAT(program->UpdateUniforms(), IsOk());
+  AddTextureKernel("any"_iid, kAnySampler);
+  EXPECT_EQ(SeenSamplers()[0], GetSampler("b"_iid));
+}
+
+TEST_F(TextureLifetimeTest, ATextureThatWasSwappedToAnotherNameIsTakenBackWithThatName) {
+  ASSERT_THAT(Store("a"_iid, MakeCountingTexture({4, 1, 1})), IsOk());
+  ASSERT_THAT(Store("b"_iid, MakeCountingTexture({4, 1, 1})), IsOk());
+  SeenSamplers() = {};
+  AddTextureKernel("three"_iid, kThreeSamplers);
+  LinkTexture("a"_iid, "one"_iid);
+  ASSERT_THAT(program->UpdateUniforms(), IsOk());
+  const TextureSamplerDataHelper* first = SeenSamplers()[0];
+  ASSERT_TRUE(first);
+  ASSERT_THAT(program->SwapTextures("a"_iid, "b"_iid), IsOk());
+  ASSERT_THAT(program->DeleteTexture("a"_iid, false), IsOk());
+  ASSERT_THAT(program->UpdateUniforms(), IsOk());
+  EXPECT_EQ(SeenSamplers()[0], first);
+  ASSERT_THAT(program->DeleteTexture("b"_iid, false), IsOk());
+  ASSERT_THAT(program->UpdateUniforms(), IsOk());
+  EXPECT_EQ(SeenSamplers()[0], nullptr);
+}
+
+TEST_F(TextureLifetimeTest, ALinkThatHoldsNoTextureIsRefused) {
+  AddTextureKernel("any"_iid, kAnySampler);
+  const auto none = Data::Create(static_cast<TextureSamplerDataHelper*>(nullptr));
+  ASSERT_THAT(none, IsOk());
+  EXPECT_THAT(program->SetKernelTextureLink("any"_iid, *none),
+              IsErrorWith(kIllegalArgumentError, "The link for the kernel's texture \"any\" holds no texture."));
+  SeenSampler() = nullptr;
+  ASSERT_THAT(program->UpdateUniforms(), IsOk());
+  EXPECT_EQ(SeenSampler(), nullptr);
+}
+
 // Kernels that were copied share their links until one of them changes, and every table can be the one that memory does
 // not suffice for.
 TEST_F(TextureLifetimeTest, WhenMemoryRunsOutATextureIsDeletedEverywhereOrNowhere) {

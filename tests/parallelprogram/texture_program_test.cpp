@@ -229,7 +229,7 @@ TEST_F(TextureProgramTest, LinksNeedAKernelAndASampler) {
   AddTextureKernel("any"_iid, kAnySampler);
   EXPECT_THAT(program->SetKernelTextureLink("a"_iid, *Data::Create(Int32(3))), IsErrorOfKind(kIllegalArgumentError));
   TextureSamplerDataHelper* none = nullptr;
-  EXPECT_THAT(program->SetKernelTextureLink("a"_iid, *Data::Create(none)), IsOk());
+  EXPECT_THAT(program->SetKernelTextureLink("a"_iid, *Data::Create(none)), IsErrorOfKind(kIllegalArgumentError));
   EXPECT_THAT(program->UpdateUniforms(), IsOk());
 }
 
