@@ -11,6 +11,7 @@
 #include <span>
 #include <sstream>
 
+#include "bench/workloads/large_program.h"
 #include "bench/workloads/program_build.h"
 #include "bench/workloads/shader_compile.h"
 #include "bench/workloads/virtual_kernels.h"
@@ -43,6 +44,7 @@ constexpr Workload kWorkloads[] = {
     {"readback", &bench::RunReadBack},
     {"gpu_submit", &bench::RunGpuSubmit},
     {"shader_compile", &bench::RunShaderCompile},
+    {"large_program", &bench::RunLargeProgram},
     {"draws", &bench::RunDraws},
     {"program_build", &bench::RunProgramBuild},
     {"terrain", &bench::RunTerrain},
@@ -57,6 +59,10 @@ constexpr Workload kParts[] = {
     {"compile_in_turn", &bench::RunCompileInTurn},
     {"compile_noises_in_jobs", &bench::RunCompileNoisesInJobs},
     {"compile_noises_in_turn", &bench::RunCompileNoisesInTurn},
+    {"large_check_200", &bench::RunCheck200},
+    {"large_check_1000", &bench::RunCheck1000},
+    {"large_device_200", &bench::RunDevice200},
+    {"large_device_1000", &bench::RunDevice1000},
     {"first_tile", &bench::RunFirstTile},
     {"raw_first_tile", &bench::RunRawFirstTile},
     {"first_terrain", &bench::RunFirstTerrain},

@@ -21,6 +21,8 @@ bool RunReadBack(const Options& options);
 bool RunGpuSubmit(const Options& options);
 // Kernel files to programs of the device, with empty and with full caches.
 bool RunShaderCompile(const Options& options);
+// Generated kernels of up to 1 MB: time and memory of the compiler.
+bool RunLargeProgram(const Options& options);
 // Draws with values of their own, in one pass.
 bool RunDraws(const Options& options);
 // Stage files to programs that have drawn, with empty and with full caches.

@@ -18,7 +18,8 @@ constexpr UInt32 kDontInline = 2;
 struct Function {
   std::size_t controlWord = 0;  // where the flags are
   UInt64 size = 0;              // words of its own
-  UInt64 inlinedSize = 0;       // with the bodies of all functions that it calls; 0 before it is known
+  UInt64 inlinedSize = 0;       // with the bodies of all functions that are copied into it; 0 before it is known
+  Bool isKept = false;          // stays a function
   std::vector<UInt32> calls;
 };
 
@@ -62,20 +63,35 @@ UInt64 GetInlinedSize(Functions& functions, UInt32 id) {
   if (function.inlinedSize != 0) return function.inlinedSize;
   function.inlinedSize = std::max<UInt64>(function.size, 1);
   UInt64 size = function.inlinedSize;
-  for (const UInt32 call : function.calls) size = std::min(size + GetInlinedSize(functions, call), kFar);
+  for (const UInt32 call : function.calls) {
+    const UInt64 copied = GetInlinedSize(functions, call);
+    if (!functions[call].isKept) size = std::min(size + copied, kFar);
+  }
   return functions[id].inlinedSize = size;
+}
+
+// Of the whole program: its entry points and what stays a function. What is never called goes anyway.
+UInt64 GetProgramSize(Functions& functions, const std::vector<UInt32>& entryPoints) {
+  for (auto& [id, function] : functions) function.inlinedSize = 0;
+  UInt64 size = 0;
+  for (const UInt32 id : entryPoints) size += GetInlinedSize(functions, id);
+  for (const auto& [id, function] : functions)
+    if (function.isKept) size += function.inlinedSize;
+  return size;
 }
 
 }  // namespace
 
 void LimitInlining(std::vector<UInt32>& words) {
   Functions functions = FindFunctions(words);
-  // What is never called goes anyway.
-  UInt64 size = 0;
-  for (const UInt32 id : FindEntryPoints(words)) size += GetInlinedSize(functions, id);
-  if (size <= kMaxInlinedWords) return;
+  const std::vector<UInt32> entryPoints = FindEntryPoints(words);
+  for (UInt64 limit = kMaxCopiedWords; GetProgramSize(functions, entryPoints) > kMaxInlinedWords; limit /= 2) {
+    for (auto& [id, function] : functions)
+      function.isKept = function.isKept || (function.controlWord != 0 && function.inlinedSize > limit);
+    if (limit == 0) break;
+  }
   for (const auto& [id, function] : functions)
-    if (function.controlWord != 0 && function.inlinedSize > kMaxCopiedWords) words[function.controlWord] |= kDontInline;
+    if (function.isKept) words[function.controlWord] |= kDontInline;
 }
 
 }  // namespace ostra::shadercompiler

@@ -16,6 +16,9 @@ namespace ostra {
 
 namespace {
 
+// Of programs that are optimised. Larger ones are generated; optimising them would take minutes and gigabytes.
+constexpr std::size_t kMaxOptimizedWords = 100000;
+
 Bool HasErrors(const std::vector<ShaderMessage>& messages) {
   return std::any_of(messages.begin(), messages.end(), [](const ShaderMessage& message) { return message.isError; });
 }
@@ -27,12 +30,22 @@ std::vector<UInt32> Compile(Bool isHlsl, DrawportStage stage, std::string_view t
   if (isHlsl) shadercompiler::PackStructuredBuffers(words);
   // Before the optimiser, which then leaves arithmetic alone, and after it for what it has copied.
   shadercompiler::ForbidContraction(words);
-  if (options.isOptimized) {
+  const Bool isOptimized = options.isOptimized && words.size() <= kMaxOptimizedWords;
+  if (isOptimized) {
     shadercompiler::LimitInlining(words);
     shadercompiler::OptimizeSpirv(isHlsl, words);
     shadercompiler::ForbidContraction(words);
   }
-  shadercompiler::CheckSpirv(isHlsl, words, messages);
+  std::vector<ShaderMessage> faults;
+  shadercompiler::CheckSpirv(isHlsl, words, faults);
+  if (isHlsl && !isOptimized && HasErrors(faults)) {
+    shadercompiler::LimitInlining(words);
+    shadercompiler::LegalizeSpirv(words);
+    shadercompiler::ForbidContraction(words);
+    faults.clear();
+    shadercompiler::CheckSpirv(isHlsl, words, faults);
+  }
+  for (ShaderMessage& fault : faults) messages.push_back(std::move(fault));
   if (HasErrors(messages)) return {};
   return words;
 }

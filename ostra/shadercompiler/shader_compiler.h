@@ -27,6 +27,8 @@ struct CompiledShader {
 };
 
 struct ShaderCompilerOptions {
+  // For devices. Not needed to find mistakes, and most of the time that compiling takes. Programs of more than 100,000
+  // words of SPIR-V (some 100 KB of text) are not optimised anyway: time and memory grow with the text.
   Bool isOptimized = true;
   // Names of variables and functions, for debuggers and tests.
   Bool keepsNames = false;

@@ -17,6 +17,17 @@ spvtools::ValidatorOptions MakeRules() {
   return rules;
 }
 
+void RunPasses(Bool isHlsl, Bool isOptimized, std::vector<UInt32>& words) {
+  spvtools::Optimizer optimizer(GetEnvironment(isHlsl));
+  optimizer.SetMessageConsumer([](spv_message_level_t, const char*, const spv_position_t&, const char*) {});
+  if (isHlsl) optimizer.RegisterLegalizationPasses();
+  if (isOptimized) optimizer.RegisterPerformancePasses();
+  std::vector<UInt32> changed;
+  spvtools::OptimizerOptions options;
+  options.set_run_validator(false);
+  if (optimizer.Run(words.data(), words.size(), &changed, options)) words = std::move(changed);
+}
+
 }  // namespace
 
 void CheckSpirv(Bool isHlsl, const std::vector<UInt32>& words, std::vector<ShaderMessage>& messages) {
@@ -33,16 +44,8 @@ void CheckSpirv(Bool isHlsl, const std::vector<UInt32>& words, std::vector<Shade
   messages.push_back({true, 0, std::move(*text)});
 }
 
-void OptimizeSpirv(Bool isHlsl, std::vector<UInt32>& words) {
-  spvtools::Optimizer optimizer(GetEnvironment(isHlsl));
-  optimizer.SetMessageConsumer([](spv_message_level_t, const char*, const spv_position_t&, const char*) {});
-  // What glslang makes of HLSL holds constructs that only passes of the optimiser turn into valid code for all devices.
-  if (isHlsl) optimizer.RegisterLegalizationPasses();
-  optimizer.RegisterPerformancePasses();
-  std::vector<UInt32> optimized;
-  spvtools::OptimizerOptions options;
-  options.set_run_validator(false);
-  if (optimizer.Run(words.data(), words.size(), &optimized, options)) words = std::move(optimized);
-}
+void LegalizeSpirv(std::vector<UInt32>& words) { RunPasses(true, false, words); }
+
+void OptimizeSpirv(Bool isHlsl, std::vector<UInt32>& words) { RunPasses(isHlsl, true, words); }
 
 }  // namespace ostra::shadercompiler

@@ -110,6 +110,54 @@ TEST(ShaderCompilerTest, SmallFunctionsAreInlinedAndNoisesStayFunctions) {
   EXPECT_LT(large->words.GetCount(), 60000);
 }
 
+// A generated program: `count` functions of some 80 words, each called once by the body.
+ShaderRecords MakeManyFunctions(const Id& language, int count) {
+  std::string body = "float x = UNIFORM_BUFFER(a)[0];\n";
+  for (int i = 0; i < count; ++i) body += "x = Step" + std::to_string(i) + "(x, 1.5);\n";
+  ShaderRecords records = MakeRecords(language, body + "UNIFORM_BUFFER(a)[0] = x;");
+  for (int i = 0; i < count; ++i) {
+    const std::string text = "float Step" + std::to_string(i) +
+                             "(float x, float y)\n{\nfloat b = x * 3.5 + y;\nfloat c = sqrt(abs(b)) + sin(x);\n"
+                             "if (b > c) return b - c;\nreturn b * c;\n}\n";
+    AddFunction(records, text);
+  }
+  AddBuffer(records, "a", "float");
+  return records;
+}
+
+TEST(ShaderCompilerTest, ThousandsOfSmallFunctionsDoNotBecomeOneHugeFunction) {
+  constexpr UInt32 kOpLabel = 248;
+  for (const Id* language : {&kShadingLanguageGlsl, &kShadingLanguageHlsl}) {
+    // Optimised, and beyond the size up to which programs are.
+    for (const int count : {800, 2000}) {
+      ShaderRecords records = MakeManyFunctions(*language, count);
+      auto compiled = CompileRecords(records);
+      ASSERT_THAT(compiled, IsOk());
+      ASSERT_TRUE(compiled->IsCompiled());
+      Int blocks = 0, mostBlocks = 0;
+      ForEachInstruction(compiled->words, [&](UInt32 opcode, std::span<const UInt32>) {
+        if (opcode == kOpFunction) blocks = 0;
+        if (opcode == kOpLabel) mostBlocks = std::max(mostBlocks, ++blocks);
+      });
+      EXPECT_GE(CountArithmetic(compiled->words).functions, count) << language->GetView();
+      EXPECT_LT(mostBlocks, 20) << language->GetView();
+    }
+  }
+}
+
+TEST(ShaderCompilerTest, HlslThatIsNotOptimisedIsStillValidForDevices) {
+  // A texture that a function takes is a local variable before the passes that make HLSL valid.
+  ShaderRecords records = MakeRecords(kShadingLanguageHlsl, "UNIFORM_BUFFER(a)[0] = First(PassTexture(t));");
+  AddFunction(records,
+              "float First(SAMPLER2D_TYPEDEF(picture))\n{\nreturn picture.SampleLevel(pictureSampler, vec2(0.5, 0.5), "
+              "0.0).x;\n}\n");
+  AddTexture(records, "t", DrawportTextureType::Texture2D, "net.ostra.image.pixelformat.rgba.f32"_id);
+  AddBuffer(records, "a", "float");
+  auto compiled = CompileRecords(records, {.isOptimized = false});
+  ASSERT_THAT(compiled, IsOk());
+  EXPECT_TRUE(compiled->IsCompiled()) << compiled->messages[0].text.GetView();
+}
+
 TEST(ShaderCompilerTest, NamesAreKeptOnlyForWhoAsks) {
   constexpr UInt32 kOpName = 5;
   const auto countNames = [](const ShaderCompilerOptions& options) {

@@ -154,7 +154,7 @@ Result<void> CompileTarget(TargetCheck& check, const std::string& file, const Me
     OSTRA_ASSIGN_OR_RETURN(messages, metal->Compile(check.assembled->text));
   } else {
     OSTRA_ASSIGN_OR_RETURN(CompiledShader compiled,
-                           CompileShader(check.target, check.records->stage, *check.assembled));
+                           CompileShader(check.target, check.records->stage, *check.assembled, {.isOptimized = false}));
     for (const ShaderMessage& message : compiled.messages) messages.push_back(message);
   }
   for (const ShaderMessage& message : messages) {
