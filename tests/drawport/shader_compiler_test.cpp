@@ -146,12 +146,10 @@ TEST(ShaderCompilerTest, ThousandsOfSmallFunctionsDoNotBecomeOneHugeFunction) {
 }
 
 TEST(ShaderCompilerTest, HlslThatIsNotOptimisedIsStillValidForDevices) {
-  // A texture that a function takes is a local variable before the passes that make HLSL valid.
-  ShaderRecords records = MakeRecords(kShadingLanguageHlsl, "UNIFORM_BUFFER(a)[0] = First(PassTexture(t));");
-  AddFunction(records,
-              "float First(SAMPLER2D_TYPEDEF(picture))\n{\nreturn picture.SampleLevel(pictureSampler, vec2(0.5, 0.5), "
-              "0.0).x;\n}\n");
-  AddTexture(records, "t", DrawportTextureType::Texture2D, "net.ostra.image.pixelformat.rgba.f32"_id);
+  // A buffer that a function takes is not, before the passes for HLSL have replaced it.
+  ShaderRecords records =
+      MakeRecords(kShadingLanguageHlsl, "UNIFORM_BUFFER(a)[0] = First(UNIFORM_BUFFER(a), UNIFORM_BUFFER(a)[1]);");
+  AddFunction(records, "float First(RWStructuredBuffer<float> b, float x)\n{\nreturn b[2] * x;\n}\n");
   AddBuffer(records, "a", "float");
   auto compiled = CompileRecords(records, {.isOptimized = false});
   ASSERT_THAT(compiled, IsOk());
