@@ -1,0 +1,39 @@
+#include "parallelprogram/kernellanguage/front_end.h"
+
+#include <new>
+
+OSTRA_UNIT("kernellanguage");
+
+namespace ostra::kernellanguage {
+namespace {
+
+// Runs the passes one after the other; each stands on what those before it found.
+void Analyze(const Source& source, AnalyzedKernel& kernel) {
+  const TokenStream tokens = Preprocess(source, kernel.sources);
+  kernel.errors = tokens.errors;
+  kernel.notUnderstood = tokens.notUnderstood;
+  if (!kernel.IsUnderstood()) return;
+  ParsedFile parsed = Parse(tokens);
+  kernel.errors = std::move(parsed.errors);
+  kernel.notUnderstood = std::move(parsed.notUnderstood);
+  kernel.tree = std::move(parsed.tree);
+  if (!kernel.IsUnderstood()) return;
+  Resolution resolution = Resolve(kernel.tree);
+  kernel.errors = std::move(resolution.errors);
+  kernel.notUnderstood = std::move(resolution.notUnderstood);
+  kernel.resolved = std::move(resolution.resolved);
+}
+
+}  // namespace
+
+Result<AnalyzedKernel> AnalyzeKernel(const Source& source) {
+  try {
+    AnalyzedKernel kernel;
+    Analyze(source, kernel);
+    return kernel;
+  } catch (const std::bad_alloc&) {
+    return OSTRA_OUT_OF_MEMORY();
+  }
+}
+
+}  // namespace ostra::kernellanguage

@@ -1,0 +1,34 @@
+// The front end in one call: from the text of a kernel file to its tree, types and uniformity.
+//
+//   OSTRA_ASSIGN_OR_RETURN(AnalyzedKernel kernel, AnalyzeKernel({.fileName = "net.example.blur.krn", .text = text}));
+//   if (!kernel.errors.empty()) ... FormatDiagnostics(kernel.sources, kernel.errors)     // tell the user, run nothing
+//   else if (kernel.notUnderstood) ...                                                   // leave it to the C++
+//   compiler else ... kernel.tree, kernel.resolved, kernel.uniformity
+#pragma once
+
+#include "ostra/core/result.h"
+#include "parallelprogram/kernellanguage/parser.h"
+#include "parallelprogram/kernellanguage/resolve.h"
+#include "parallelprogram/kernellanguage/uniformity.h"
+
+namespace ostra::kernellanguage {
+
+struct AnalyzedKernel {
+  SourceMap sources;
+  // Mistakes that no C++ compiler takes, either, in the order in which they were found.
+  std::vector<Diagnostic> errors;
+  // What the C++ compiler takes and nobody means. They stop nothing.
+  std::vector<Diagnostic> warnings;
+  std::optional<NotUnderstood> notUnderstood;
+  // Whole when there are no errors and everything is understood.
+  SyntaxTree tree;
+  ResolvedTree resolved;
+  UniformityTable uniformity;
+
+  Bool IsUnderstood() const { return errors.empty() && !notUnderstood; }
+};
+
+// Pure: the same text and headers give the same result. Thread-safe. Error: out of memory.
+Result<AnalyzedKernel> AnalyzeKernel(const Source& source);
+
+}  // namespace ostra::kernellanguage

@@ -1,0 +1,385 @@
+#include "parallelprogram/kernellanguage/resolve.h"
+
+#include <limits>
+
+#include "parallelprogram/kernellanguage/join.h"
+#include "parallelprogram/kernellanguage/literal.h"
+#include "parallelprogram/kernellanguage/resolver.h"
+
+namespace ostra::kernellanguage {
+
+Resolution Resolve(const SyntaxTree& tree) { return Resolver(tree).Run(); }
+
+Resolver::Resolver(const SyntaxTree& tree) : _tree(tree), _visible(tree.names.size(), kNoNode) {
+  const std::size_t count = tree.nodes.size();
+  _resolved.type.assign(count, kUnknownType);
+  _resolved.converted.assign(count, kUnknownType);
+  _resolved.computed.assign(count, kUnknownType);
+  _resolved.meaning.assign(count, {});
+  _resolved.isPlace.assign(count, false);
+  _declaredIn.assign(count, 0);
+}
+
+Resolution Resolver::Run() {
+  OpenScope();
+  // What stands after the kernel comes before it in C++.
+  for (const NodeIndex item : _tree.GetChildren(_tree.root)) {
+    if (IsStopped()) break;
+    switch (_tree.nodes[item].kind) {
+      case NodeKind::kGroupSize:
+      case NodeKind::kTuning:
+        ReadDirective(item);
+        break;
+      case NodeKind::kParameters:
+        ReadParameters(item);
+        break;
+      case NodeKind::kStruct:
+        ReadStruct(item);
+        break;
+      case NodeKind::kDeclaration:
+        ReadDeclaration(item);
+        break;
+      case NodeKind::kFunction:
+        ReadFunction(item);
+        break;
+      case NodeKind::kNoiseMark:
+        _resolved.usesNoise = true;
+        break;
+      default:
+        break;
+    }
+  }
+  if (!IsStopped()) ReadKernel(_tree.kernel);
+  return std::move(_result);
+}
+
+TypeIndex Resolver::Stop(NodeIndex node, std::string reason) {
+  if (_silence == 0 && !IsStopped()) _result.notUnderstood = NotUnderstood{GetOffset(node), std::move(reason)};
+  return kUnknownType;
+}
+
+TypeIndex Resolver::Fail(NodeIndex node, std::string text, std::vector<DiagnosticNote> notes) {
+  if (_silence == 0 && !IsStopped())
+    _result.errors.push_back({.offset = GetOffset(node), .text = std::move(text), .notes = std::move(notes)});
+  return kUnknownType;
+}
+
+void Resolver::CloseScope() {
+  for (; _undo.size() > _scopes.back().undoCount; _undo.pop_back()) _visible[_undo.back().name] = _undo.back().before;
+  _scopes.pop_back();
+}
+
+void Resolver::Declare(NodeIndex node) {
+  const NameIndex name = _tree.nodes[node].name;
+  const NodeIndex before = _visible[name];
+  const auto scope = static_cast<UInt32>(_scopes.size());
+  if (before != kNoNode && _declaredIn[before] == scope) {
+    Fail(node, Join({"there is a \"", NameOf(node), "\" already"}), {{GetOffset(before), "it is declared here"}});
+    return;
+  }
+  _undo.push_back({name, before});
+  _visible[name] = node;
+  _declaredIn[node] = scope;
+}
+
+NodeIndex Resolver::FindParameter(std::string_view name) const {
+  const auto found = _parameters.find(name);
+  return found == _parameters.end() ? kNoNode : found->second;
+}
+
+void Resolver::ReadDirective(NodeIndex item) {
+  const auto values = _tree.GetChildren(item);
+  std::size_t axis = 0;
+  for (const NodeIndex value : values) {
+    const auto number = Evaluate(value);
+    if (!number || *number > std::numeric_limits<Int32>::max() ||
+        (_tree.Is(item, NodeKind::kGroupSize) && *number < 1)) {
+      Stop(value, "this number of a directive");
+      return;
+    }
+    if (_tree.Is(item, NodeKind::kGroupSize))
+      _resolved.groupSize[axis++] = static_cast<UInt32>(*number);
+    else if (NameOf(item) == "CPU_GRANULARITY")
+      _resolved.granularity = *number;
+    else
+      _resolved.singleThreadedThreshold = *number;
+  }
+}
+
+TypeIndex Resolver::ReadType(NodeIndex node) {
+  if (_resolved.type[node] != kUnknownType) return _resolved.type[node];
+  const std::string_view name = NameOf(node);
+  const auto arguments = _tree.GetChildren(node);
+  TypeIndex type = kUnknownType;
+  if (arguments.empty()) {
+    const auto found = _structs.find(name);
+    type = found != _structs.end() ? found->second : FindTypeWord(name);
+  } else if (name.size() == 4 && name.starts_with("Vec") && arguments.size() == 1) {
+    Scalar scalar{};
+    if (_tree.GetChildren(arguments[0]).empty() && FindElementWord(NameOf(arguments[0]), scalar))
+      type = GetVectorType(scalar, static_cast<UInt32>(name[3] - '0'));
+  }
+  if (type == kUnknownType) return Stop(node, Join({"the type \"", name, "\" here"}));
+  return _resolved.type[node] = type;
+}
+
+TypeIndex Resolver::ReadParameterType(NodeIndex node) {
+  const std::string_view name = NameOf(node);
+  const auto arguments = _tree.GetChildren(node);
+  TypeIndex type = kUnknownType;
+  if ((name == "Block" || name == "BaseArray") && arguments.size() == 1) {
+    const TypeIndex element = ReadType(arguments[0]);
+    if (IsStopped()) return kUnknownType;
+    const TypeKind kind = Get(element).kind;
+    if (kind == TypeKind::kVoid || kind == TypeKind::kGradient || kind == TypeKind::kCounter)
+      return Stop(arguments[0], "elements of this type");
+    type = _resolved.types.GetBuffer(element, _tree.HasFlag(node, kIsConst) || _tree.HasFlag(arguments[0], kIsConst));
+  } else if (Type texture; ParseTextureType(name, texture)) {
+    type = _resolved.types.GetTexture(texture.dimensions, texture.count, texture.scalar, texture.isLinear);
+  } else if (name.starts_with("TextureSampler")) {
+    return Stop(node, "a texture type that kernels on the CPU do not have");
+  } else {
+    type = ReadType(node);
+    if (type == kVoidType) return Stop(node, "a parameter without a value");
+    if (_tree.HasFlag(node, kIsPointer) && type != kCounterType) return Stop(node, "a pointer");
+  }
+  return _resolved.type[node] = type;
+}
+
+void Resolver::ReadParameters(NodeIndex item) {
+  for (const NodeIndex parameter : _tree.GetChildren(item)) {
+    const TypeIndex type = ReadParameterType(_tree.GetChild(parameter, 0));
+    if (IsStopped()) return;
+    _resolved.type[parameter] = _resolved.converted[parameter] = type;
+    _resolved.usesGradient = _resolved.usesGradient || type == kGradientType;
+    _resolved.parameters.push_back(parameter);
+    if (!_parameters.emplace(NameOf(parameter), parameter).second) {
+      Fail(parameter, Join({"there is a parameter \"", NameOf(parameter), "\" already"}),
+           {{GetOffset(FindParameter(NameOf(parameter))), "it is declared here"}});
+    }
+  }
+  if (_resolved.types.GetCount() > kMaxTypes) Stop(item, Join({"more than ", std::to_string(kMaxTypes), " types"}));
+}
+
+void Resolver::ReadStruct(NodeIndex item) {
+  for (const NodeIndex member : _tree.GetChildren(item)) {
+    const TypeIndex type = ReadType(_tree.GetChild(member, 0));
+    if (IsStopped()) return;
+    if (type == kVoidType || type == kGradientType || type == kCounterType ||
+        (_tree.nodes[_tree.GetChild(member, 0)].flags & (kIsConst | kIsReference | kIsPointer))) {
+      Stop(member, "a member of this type");
+      return;
+    }
+    const TypeIndex whole = ReadArray(type, _tree.GetChild(member, 1), kNoNode);
+    _resolved.type[member] = _resolved.converted[member] = whole;
+    for (const NodeIndex other : _tree.GetChildren(item)) {
+      if (other == member) break;
+      if (NameOf(other) == NameOf(member)) Fail(member, Join({"there is a member \"", NameOf(member), "\" already"}));
+    }
+  }
+  if (_tree.GetChildren(item).size() > 256) Stop(item, "a struct of more than 256 members");
+  if (IsStopped()) return;
+  const TypeIndex type = _resolved.types.AddStruct(item, NameOf(item));
+  _resolved.type[item] = _resolved.converted[item] = type;
+  _resolved.structs.push_back(item);
+  if (!_structs.emplace(NameOf(item), type).second) Stop(item, "a second struct of this name");
+  if (_resolved.types.GetCount() > kMaxTypes) Stop(item, Join({"more than ", std::to_string(kMaxTypes), " types"}));
+}
+
+TypeIndex Resolver::ReadArray(TypeIndex element, NodeIndex dimensions, NodeIndex list) {
+  if (dimensions == kNoNode || IsStopped()) return element;
+  const auto sizes = _tree.GetChildren(dimensions);
+  for (std::size_t i = sizes.size(); i-- > 0;) {
+    std::optional<Int64> count;
+    if (sizes[i] != kNoNode)
+      count = Evaluate(sizes[i]);
+    else if (i == 0 && _tree.Is(list, NodeKind::kInitializerList))
+      count = static_cast<Int64>(_tree.GetChildren(list).size());
+    if (!count || *count < 1 || *count > 0x7fffffff)
+      return Stop(sizes[i] == kNoNode ? dimensions : sizes[i], "the length of this array");
+    element = _resolved.types.GetArray(element, static_cast<UInt32>(*count));
+  }
+  if (_resolved.types.GetCount() > kMaxTypes)
+    return Stop(dimensions, Join({"more than ", std::to_string(kMaxTypes), " types"}));
+  return element;
+}
+
+void Resolver::ReadFunction(NodeIndex item) {
+  const auto children = _tree.GetChildren(item);
+  const NodeIndex resultNode = children[0];
+  const TypeIndex result = ReadType(resultNode);
+  if (IsStopped()) return;
+  if ((_tree.nodes[resultNode].flags & (kIsReference | kIsPointer)) || result == kGradientType ||
+      result == kCounterType) {
+    Stop(resultNode, "a result of this type");
+    return;
+  }
+  if (FindVariable(item) != kNoNode) {
+    Stop(item, "a function with the name of a constant");
+    return;
+  }
+  _resolved.type[item] = _resolved.converted[item] = result;
+  OpenScope();
+  for (const NodeIndex parameter : children.subspan(1, children.size() - 2)) {
+    const NodeIndex typeNode = _tree.GetChild(parameter, 0);
+    const std::string_view word = NameOf(typeNode);
+    if (word == "Block" || word == "BaseArray" || word.starts_with("TextureSampler"))
+      Stop(typeNode, "a buffer or texture as an argument of a function");
+    const TypeIndex type = ReadType(typeNode);
+    if (IsStopped()) return;
+    const UInt16 flags = _tree.nodes[parameter].flags;
+    const Bool isReference = flags & (kIsReference | kIsOut | kIsInOut);
+    if (type == kVoidType || type == kGradientType || type == kCounterType ||
+        (_tree.nodes[typeNode].flags & kIsPointer) || ((flags & (kIsOut | kIsInOut)) && (flags & kIsReference))) {
+      Stop(typeNode, "an argument of this type");
+      return;
+    }
+    if (_tree.GetChild(parameter, 1) != kNoNode && !isReference) {
+      // In C++ this is a pointer to the caller's array.
+      Stop(parameter, "an array as an argument that is neither out nor INOUT");
+      return;
+    }
+    const TypeIndex whole = ReadArray(type, _tree.GetChild(parameter, 1), kNoNode);
+    if (IsStopped()) return;
+    _resolved.type[parameter] = _resolved.converted[parameter] = whole;
+    Declare(parameter);
+  }
+  // A function sees itself and those before it.
+  _functions[NameOf(item)].push_back(item);
+  _resolved.functions.push_back(item);
+  _returnType = result;
+  Statements(children.back());
+  CloseScope();
+}
+
+void Resolver::ReadKernel(NodeIndex item) {
+  _isInKernel = true;
+  _returnType = kVoidType;
+  OpenScope();
+  Statements(_tree.GetChild(item, 0));
+  CloseScope();
+}
+
+void Resolver::ReadDeclaration(NodeIndex statement) {
+  for (const NodeIndex variable : _tree.GetChildren(statement)) {
+    if (!IsStopped()) ReadVariable(variable);
+  }
+}
+
+void Resolver::ReadVariable(NodeIndex variable) {
+  const NodeIndex typeNode = _tree.GetChild(variable, 0), value = _tree.GetChild(variable, 2);
+  const TypeIndex element = ReadType(typeNode);
+  if (IsStopped()) return;
+  if (element == kVoidType) {
+    Fail(variable, Join({"\"", NameOf(variable), "\" cannot be of type void"}));
+    return;
+  }
+  if (element == kGradientType || element == kCounterType) {
+    Stop(typeNode, "a variable of this type");
+    return;
+  }
+  const TypeIndex type = ReadArray(element, _tree.GetChild(variable, 1), value);
+  if (IsStopped()) return;
+  _resolved.type[variable] = _resolved.converted[variable] = type;
+  // In C++ a name is known in its own initial value.
+  Declare(variable);
+  if (value == kNoNode) {
+    if (_tree.HasFlag(variable, kIsConst)) Stop(variable, "a constant without a value");
+    return;
+  }
+  if (_tree.Is(value, NodeKind::kInitializerList)) return ReadList(value, type);
+  const TypeIndex given = Expression(value);
+  if (given == kUnknownType || IsStopped()) return;
+  if (Get(type).kind == TypeKind::kArray) {
+    Stop(value, "a value of this kind for an array");
+    return;
+  }
+  if (!Convert(value, type, Join({"\"", NameOf(variable), "\""}))) return;
+  if (_tree.HasFlag(variable, kIsConst) && IsScalar(type) && IsInteger(Get(type).scalar)) {
+    if (const auto number = Evaluate(value)) _constants.emplace(variable, *number);
+  }
+}
+
+void Resolver::ReadList(NodeIndex list, TypeIndex type) {
+  _resolved.type[list] = _resolved.converted[list] = type;
+  const auto values = _tree.GetChildren(list);
+  const Type kind = Get(type);
+  if (kind.kind == TypeKind::kArray) {
+    if (values.size() > kind.count) {
+      Fail(values[kind.count], Join({"more values than the ", std::to_string(kind.count), " elements of the array"}));
+      return;
+    }
+    for (const NodeIndex value : values) ReadListElement(value, kind.element);
+  } else if (kind.kind == TypeKind::kStruct) {
+    const auto members = _tree.GetChildren(kind.declaration);
+    if (values.size() > members.size()) {
+      Fail(values[members.size()],
+           Join({"more values than the ", std::to_string(members.size()), " members of ", TypeName(type)}));
+      return;
+    }
+    for (std::size_t i = 0; i < values.size(); ++i) ReadListElement(values[i], _resolved.type[members[i]]);
+  } else {
+    Stop(list, "values in braces for this type");
+  }
+}
+
+// In braces C++ refuses conversions that may lose something, and leaves braces out: only what is certain is read.
+void Resolver::ReadListElement(NodeIndex value, TypeIndex type) {
+  if (IsStopped()) return;
+  if (_tree.Is(value, NodeKind::kInitializerList)) return ReadList(value, type);
+  const TypeIndex given = Expression(value);
+  if (given == kUnknownType || given == type || IsStopped()) return;
+  const auto number = Evaluate(value);
+  const Bool fits = number && IsScalar(given) && Get(given).scalar == Scalar::kInt32 && IsScalar(type) &&
+                    (type == kFloatType || type == kDoubleType || (type == kUIntType && *number >= 0)) &&
+                    *number < (1 << 24) && *number > -(1 << 24);
+  if (!fits) {
+    Stop(value, Join({"a ", TypeName(given), " for a ", TypeName(type), " in braces"}));
+    return;
+  }
+  SetConverted(value, type);
+}
+
+// The value of a constant expression of integers; nothing for others.
+std::optional<Int64> Resolver::Evaluate(NodeIndex node) const {
+  const Node& entry = _tree.nodes[node];
+  if (entry.kind == NodeKind::kLiteral) {
+    LiteralValue value;
+    if (!ParseLiteral(NameOf(node), value) || !IsInteger(value.scalar) || value.integer > 0x7fffffffu) return {};
+    return static_cast<Int64>(value.integer);
+  }
+  if (entry.kind == NodeKind::kName) {
+    const auto found = _constants.find(FindVariable(node));
+    return found == _constants.end() ? std::optional<Int64>() : found->second;
+  }
+  if (entry.kind == NodeKind::kUnary && entry.operation == Operation::kMinus) {
+    const auto value = Evaluate(_tree.GetChild(node, 0));
+    return value ? std::optional<Int64>(-*value) : std::nullopt;
+  }
+  if (entry.kind != NodeKind::kBinary) return {};
+  const auto left = Evaluate(_tree.GetChild(node, 0)), right = Evaluate(_tree.GetChild(node, 1));
+  if (!left || !right) return {};
+  Int64 result = 0;
+  switch (entry.operation) {
+    case Operation::kAdd:
+      result = *left + *right;
+      break;
+    case Operation::kSubtract:
+      result = *left - *right;
+      break;
+    case Operation::kMultiply:
+      result = *left * *right;
+      break;
+    case Operation::kDivide:
+      if (*right == 0) return {};
+      result = *left / *right;
+      break;
+    default:
+      return {};
+  }
+  // As an int computes it, or not at all.
+  if (result > 0x7fffffff || result < -0x7fffffff) return {};
+  return result;
+}
+
+}  // namespace ostra::kernellanguage

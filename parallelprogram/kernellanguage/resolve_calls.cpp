@@ -1,0 +1,402 @@
+#include <algorithm>
+
+#include "ostra/core/nearest_word.h"
+#include "parallelprogram/kernellanguage/conversions.h"
+#include "parallelprogram/kernellanguage/host_names.h"
+#include "parallelprogram/kernellanguage/join.h"
+#include "parallelprogram/kernellanguage/resolver.h"
+
+namespace ostra::kernellanguage {
+
+Resolver::Types Resolver::ReadArguments(std::span<const NodeIndex> arguments, Bool& isKnown) {
+  Types types;
+  isKnown = true;
+  for (const NodeIndex argument : arguments) {
+    types.push_back(Expression(argument));
+    isKnown = isKnown && types.back() != kUnknownType && !IsStopped();
+  }
+  return types;
+}
+
+std::string Resolver::ListTypes(const Types& types) const {
+  std::string list;
+  for (const TypeIndex type : types) list += Join({list.empty() ? "" : ", ", TypeName(type)});
+  return list;
+}
+
+Bool Resolver::CheckCount(NodeIndex call, std::size_t count, std::string_view form) {
+  if (_tree.GetChildren(call).size() == count) return true;
+  Fail(call, Join({NameOf(call), " has the form ", form}));
+  return false;
+}
+
+TypeIndex Resolver::Call(NodeIndex node) {
+  const std::string_view name = NameOf(node);
+  const Word* word = FindWord(name);
+  // Words that are macros of the CPU form come before all names.
+  const Bool isMacro = word && (word->kind == WordKind::kTexture || word->id == WordId::kLinearInvocation);
+  if (!isMacro) {
+    if (const NodeIndex variable = FindVariable(node); variable != kNoNode) {
+      return Fail(node, Join({"\"", name, "\" is a variable here and cannot be called"}),
+                  {{GetOffset(variable), "it is declared here"}});
+    }
+    const auto functions = _functions.find(name);
+    if (functions != _functions.end()) return CallFunction(node, functions->second);
+  }
+  if (!word) return FailUnknownName(node, true);
+  switch (word->kind) {
+    case WordKind::kTexture:
+      return CallTexture(node, word->id);
+    case WordKind::kAtomic:
+      return CallAtomic(node, word->id);
+    case WordKind::kFunction:
+      return CallWord(node, word->id);
+    default:
+      break;
+  }
+  if (word->id == WordId::kRenderNoise) return CallNoise(node);
+  if (word->id == WordId::kLinearInvocation) {
+    if (!_isInKernel) return Stop(node, "LinearInvocation outside of the kernel's body");
+    if (!CheckCount(node, 0, "LinearInvocation()")) return kUnknownType;
+    _resolved.usesLinearInvocation = true;
+    _resolved.meaning[node] = {.kind = MeaningKind::kWord, .word = word->id};
+    return kUIntType;
+  }
+  if (word->id == WordId::kSampleGradient) {
+    Bool isKnown = false;
+    const auto arguments = _tree.GetChildren(node);
+    const Types types = ReadArguments(arguments, isKnown);
+    if (!CheckCount(node, 2, "SampleGradient(UNIFORM(gradient), position)") || !isKnown) return kUnknownType;
+    if (types[0] != kGradientType) return Stop(arguments[0], "a gradient of this kind");
+    if (!Convert(arguments[1], kFloatType, "the position")) return kUnknownType;
+    _resolved.meaning[node] = {.kind = MeaningKind::kWord, .word = word->id};
+    return GetVectorType(Scalar::kFloat32, 3);
+  }
+  return Stop(node, Join({"this use of \"", name, "\""}));
+}
+
+TypeIndex Resolver::CallFunction(NodeIndex node, const std::vector<NodeIndex>& functions) {
+  Bool isKnown = false;
+  const auto arguments = _tree.GetChildren(node);
+  const Types types = ReadArguments(arguments, isKnown);
+  if (!isKnown) return kUnknownType;
+  if (!_isInKernel && std::find(functions.begin(), functions.end(), _resolved.functions.back()) != functions.end())
+    return Stop(node, "a function that calls itself");
+  struct Form {
+    Types parameters;
+    std::vector<char> exact;
+  };
+  std::vector<Form> forms;
+  for (const NodeIndex function : functions) {
+    Form& form = forms.emplace_back();
+    const auto children = _tree.GetChildren(function);
+    for (const NodeIndex parameter : children.subspan(1, children.size() - 2)) {
+      const UInt16 flags = _tree.nodes[parameter].flags;
+      form.parameters.push_back(_resolved.type[parameter]);
+      form.exact.push_back((flags & (kIsOut | kIsInOut)) || ((flags & kIsReference) && !(flags & kIsConst)));
+    }
+  }
+  std::size_t chosen = 0;
+  if (functions.size() > 1) {
+    std::vector<Candidate> candidates;
+    for (const Form& form : forms)
+      candidates.push_back({form.parameters, {reinterpret_cast<const Bool*>(form.exact.data()), form.exact.size()}});
+    const Choice choice = ChooseOverload(_resolved.types, candidates, types, chosen);
+    if (choice != Choice::kFound)
+      return Stop(node, Join({"the choice between functions \"", NameOf(node), "\" for ", ListTypes(types)}));
+  }
+  const NodeIndex function = functions[chosen];
+  const Form& form = forms[chosen];
+  std::vector<DiagnosticNote> notes = {{GetOffset(function), "it is declared here"}};
+  if (form.parameters.size() != arguments.size()) {
+    return Fail(
+        node,
+        Join({"\"", NameOf(node), "\" takes ", std::to_string(form.parameters.size()),
+              form.parameters.size() == 1 ? " argument, not " : " arguments, not ", std::to_string(arguments.size())}),
+        std::move(notes));
+  }
+  for (std::size_t i = 0; i < arguments.size(); ++i) {
+    const NodeIndex parameter = _tree.GetChild(function, i + 1);
+    const std::string what = Join({"the argument \"", NameOf(parameter), "\""});
+    if (form.exact[i]) {
+      if (types[i] != form.parameters[i]) {
+        return Fail(arguments[i],
+                    Join({what, " is changed by the function: it needs a variable of type ",
+                          TypeName(form.parameters[i]), ", this is a ", TypeName(types[i])}),
+                    std::move(notes));
+      }
+      if (!CheckPlace(arguments[i], what)) return kUnknownType;
+    } else if (!Convert(arguments[i], form.parameters[i], what)) {
+      return kUnknownType;
+    }
+  }
+  _resolved.meaning[node] = {.kind = MeaningKind::kFunction, .target = function};
+  return _resolved.type[function];
+}
+
+TypeIndex Resolver::CallWord(NodeIndex node, WordId word) {
+  Bool isKnown = false;
+  const auto arguments = _tree.GetChildren(node);
+  const Types types = ReadArguments(arguments, isKnown);
+  if (!isKnown) return kUnknownType;
+  for (const TypeIndex type : types) {
+    const Bool isNumber = IsScalar(type) || IsVector(type);
+    if (isNumber && GetSize(Get(type).scalar) == 8) return Stop(node, Join({NameOf(node), " of numbers of 64 bits"}));
+  }
+  const auto overloads = GetOverloads(word);
+  std::vector<Candidate> candidates;
+  for (const Overload& overload : overloads) candidates.push_back({{overload.parameters, overload.count}, {}});
+  std::size_t chosen = 0;
+  switch (ChooseOverload(_resolved.types, candidates, types, chosen)) {
+    case Choice::kFound:
+      break;
+    case Choice::kUncertain:
+      return Stop(node, Join({"the choice of ", NameOf(node), " for ", ListTypes(types)}));
+    case Choice::kAmbiguous:
+      return Fail(node,
+                  Join({NameOf(node), " of ", ListTypes(types), " is ambiguous: the arguments must have one type"}));
+    case Choice::kNone: {
+      const Bool isCountKnown = std::any_of(overloads.begin(), overloads.end(),
+                                            [&](const Overload& overload) { return overload.count == types.size(); });
+      if (isCountKnown) return Fail(node, Join({"there is no ", NameOf(node), " of ", ListTypes(types)}));
+      return Fail(node, Join({NameOf(node), " does not take ", std::to_string(types.size()),
+                              types.size() == 1 ? " argument" : " arguments"}));
+    }
+  }
+  const Overload& overload = overloads[chosen];
+  for (std::size_t i = 0; i < arguments.size(); ++i) {
+    if (!Convert(arguments[i], overload.parameters[i], "an argument")) return kUnknownType;
+  }
+  _resolved.meaning[node] = {.kind = MeaningKind::kWord, .word = word, .overload = static_cast<UInt16>(chosen)};
+  return overload.result;
+}
+
+NodeIndex Resolver::ReadParameterArgument(NodeIndex argument, WordId word) {
+  const Bool isName = _tree.Is(argument, NodeKind::kName) || _tree.Is(argument, NodeKind::kUniform);
+  if (!isName || _tree.HasFlag(argument, kIsParenthesized)) {
+    Stop(argument, Join({GetWord(word).name, " of this"}));
+    return kNoNode;
+  }
+  const NodeIndex parameter = FindParameter(NameOf(argument));
+  if (parameter == kNoNode) {
+    FailUnknownName(argument, false);
+    return kNoNode;
+  }
+  _resolved.meaning[argument] = {.kind = MeaningKind::kParameter, .target = parameter};
+  _resolved.type[argument] = _resolved.converted[argument] = _resolved.type[parameter];
+  return parameter;
+}
+
+TypeIndex Resolver::CallTexture(NodeIndex node, WordId word) {
+  const auto arguments = _tree.GetChildren(node);
+  const std::string_view name = NameOf(node);
+  if (word == WordId::kStoreImage) return Stop(node, "StoreImage, which the CPU does not have");
+  if (!_isInKernel) return Stop(node, Join({name, " outside of the kernel's body"}));
+  const Bool hasLayer = word == WordId::kSampleTextureLayer || word == WordId::kFetchTextureLayer;
+  const Bool isSize = word == WordId::kTextureSize;
+  const std::size_t count = isSize ? 1 : hasLayer ? 3 : 2;
+  const std::string_view form = isSize     ? "(texture)"
+                                : hasLayer ? "(texture, coordinates, layer)"
+                                           : "(texture, coordinates)";
+  if (!CheckCount(node, count, Join({name, form}))) return kUnknownType;
+  const NodeIndex parameter = ReadParameterArgument(arguments[0], word);
+  if (parameter == kNoNode) return kUnknownType;
+  const Type texture = Get(_resolved.type[parameter]);
+  if (texture.kind != TypeKind::kTexture)
+    return Fail(arguments[0],
+                Join({"\"", NameOf(arguments[0]), "\" is no texture but a ", TypeName(_resolved.type[parameter])}));
+  _resolved.meaning[node] = {.kind = MeaningKind::kWord, .word = word};
+  if (isSize) return GetVectorType(Scalar::kInt32, texture.dimensions);
+  const Bool isSample = word == WordId::kSampleTexture || word == WordId::kSampleTextureLayer;
+  if (isSample && !texture.isLinear)
+    return Fail(node, "a POINT texture has no filtered value: read it with FetchTexture, or declare it LINEAR");
+  const TypeIndex coordinates = Expression(arguments[1]);
+  if (coordinates == kUnknownType ||
+      !Convert(arguments[1], GetVectorType(isSample ? Scalar::kFloat32 : Scalar::kInt32, texture.dimensions),
+               Join({"the place in a texture of ", std::to_string(texture.dimensions), " dimensions"})))
+    return kUnknownType;
+  if (hasLayer) {
+    const TypeIndex layer = Expression(arguments[2]);
+    if (layer == kUnknownType || !Convert(arguments[2], kUIntType, "the layer")) return kUnknownType;
+  }
+  return texture.scalar == Scalar::kFloat32 ? GetVectorType(Scalar::kFloat32, texture.count) : kUIntType;
+}
+
+// AtomicAdd(place, value, old) and its relatives.
+TypeIndex Resolver::CallAtomic(NodeIndex node, WordId word) {
+  const auto arguments = _tree.GetChildren(node);
+  const Bool isCompare = word == WordId::kAtomicCompareExchange;
+  const std::string form = Join({NameOf(node), isCompare ? "(place, expected, value, old)" : "(place, value, old)"});
+  if (!CheckCount(node, isCompare ? 4 : 3, form)) return kUnknownType;
+  const NodeIndex place = arguments[0];
+  TypeIndex placeType = kUnknownType;
+  if (_tree.Is(place, NodeKind::kCall) && NameOf(place) == GetWord(WordId::kAtomicCounter).name) {
+    const auto names = _tree.GetChildren(place);
+    if (!CheckCount(place, 1, "GetAtomicCounter(counter)")) return kUnknownType;
+    if (!_isInKernel) return Stop(place, "a counter outside of the kernel's body");
+    const NodeIndex parameter = ReadParameterArgument(names[0], WordId::kAtomicCounter);
+    if (parameter == kNoNode) return kUnknownType;
+    if (_resolved.type[parameter] != kCounterType || !_tree.Is(names[0], NodeKind::kName))
+      return Stop(place, "this counter");
+    _resolved.meaning[place] = {.kind = MeaningKind::kWord, .word = WordId::kAtomicCounter};
+    _resolved.type[place] = _resolved.converted[place] = placeType = kUIntType;
+    _resolved.isPlace[place] = true;
+  } else {
+    placeType = Expression(place);
+    if (placeType == kUnknownType || IsStopped()) return kUnknownType;
+    if (placeType != kUIntType && placeType != kIntType)
+      return Fail(place, Join({"atomic operations are of uint and int, this is a ", TypeName(placeType)}));
+    if (!CheckPlace(place, "an atomic operation")) return kUnknownType;
+  }
+  Bool isKnown = false;
+  const Types types = ReadArguments(arguments.subspan(1), isKnown);
+  if (!isKnown) return kUnknownType;
+  for (std::size_t i = 0; i + 1 < types.size(); ++i) {
+    if (types[i] == types.back()) continue;
+    return Fail(arguments[i + 1], Join({"the value is a ", TypeName(types[i]), " and the value before a ",
+                                        TypeName(types.back()), ": both must have one type"}));
+  }
+  if (types.back() != placeType && (isCompare || (types.back() != kUIntType && types.back() != kIntType)))
+    return Stop(node, "an atomic operation with values of this type");
+  if (!CheckPlace(arguments.back(), "the value before")) return kUnknownType;
+  _resolved.meaning[node] = {.kind = MeaningKind::kWord, .word = word};
+  return kVoidType;
+}
+
+TypeIndex Resolver::CallNoise(NodeIndex node) {
+  const auto arguments = _tree.GetChildren(node);
+  if (!_isInKernel) return Stop(node, "RenderNoise outside of the kernel's body");
+  if (!CheckCount(node, 3, "RenderNoise(number, position, time)")) return kUnknownType;
+  Bool isKnown = false;
+  const Types types = ReadArguments(arguments, isKnown);
+  if (!isKnown) return kUnknownType;
+  const Bool isPosition = types[1] == kFloatType || (IsVector(types[1]) && Get(types[1]).scalar == Scalar::kFloat32);
+  if (!IsScalar(types[0]) || !isPosition) return Stop(node, Join({"RenderNoise of ", ListTypes(types)}));
+  SetConverted(arguments[0], GetScalarType(Scalar::kInt64));
+  if (!Convert(arguments[2], kFloatType, "the time")) return kUnknownType;
+  _resolved.meaning[node] = {.kind = MeaningKind::kWord, .word = WordId::kRenderNoise};
+  return kFloatType;
+}
+
+TypeIndex Resolver::Construct(NodeIndex node) {
+  const auto children = _tree.GetChildren(node);
+  const TypeIndex type = ReadType(children[0]);
+  if (IsStopped()) return kUnknownType;
+  const auto arguments = children.subspan(1);
+  Bool isKnown = false;
+  const Types types = ReadArguments(arguments, isKnown);
+  if (!isKnown) return kUnknownType;
+  const Type kind = Get(type);
+  if (kind.kind == TypeKind::kVoid || kind.kind == TypeKind::kGradient || kind.kind == TypeKind::kCounter)
+    return Stop(node, Join({"a value of type ", TypeName(type)}));
+  if (arguments.empty()) return type;
+  if (arguments.size() == 1 && types[0] == type) return type;
+  if (kind.kind == TypeKind::kVector) return ConstructVector(node, type, arguments);
+  if (kind.kind == TypeKind::kScalar) {
+    if (arguments.size() != 1)
+      return Fail(node,
+                  Join({"a ", TypeName(type), " is made of one value, not of ", std::to_string(arguments.size())}));
+    if (!IsScalar(types[0]))
+      return Fail(arguments[0], Join({"a ", TypeName(type), " cannot be made of a ", TypeName(types[0])}));
+    SetConverted(arguments[0], type);
+    return type;
+  }
+  if (kind.kind == TypeKind::kMatrix || kind.kind == TypeKind::kAffineMatrix) {
+    const Bool isAffine = kind.kind == TypeKind::kAffineMatrix;
+    const UInt32 count = isAffine ? 4 : kind.count, height = isAffine ? 3 : kind.count;
+    if (arguments.size() != count)
+      return Fail(node, Join({"a ", TypeName(type), " is made of ", std::to_string(count), " columns"}));
+    for (const NodeIndex argument : arguments) {
+      if (!Convert(argument, GetVectorType(Scalar::kFloat32, height), "a column")) return kUnknownType;
+    }
+    return type;
+  }
+  return Stop(node, Join({"a value of type ", TypeName(type), " made of others"}));
+}
+
+TypeIndex Resolver::ConstructVector(NodeIndex node, TypeIndex type, std::span<const NodeIndex> arguments) {
+  const Type kind = Get(type);
+  UInt32 components = 0;
+  for (const NodeIndex argument : arguments) {
+    const Type& given = Get(_resolved.type[argument]);
+    if (given.kind != TypeKind::kScalar && given.kind != TypeKind::kVector)
+      return Fail(argument, Join({"a ", TypeName(type), " cannot be made of a ", TypeName(_resolved.type[argument])}));
+    if (given.kind == TypeKind::kVector && (given.scalar == Scalar::kHalf) != (kind.scalar == Scalar::kHalf))
+      return Stop(node, "a vector made of one of halves, or the other way around");
+    components += given.count;
+  }
+  const TypeIndex only = arguments.size() == 1 ? _resolved.type[arguments[0]] : kUnknownType;
+  if (IsScalar(only)) {
+    // All components get it. A half is made of floats only.
+    if (kind.scalar == Scalar::kHalf && only != kHalfType)
+      return Fail(arguments[0], Join({"a ", TypeName(type), " of one value needs a half"}));
+    SetConverted(arguments[0], GetScalarType(kind.scalar));
+    return type;
+  }
+  const Bool isCut = arguments.size() == 1 && components > kind.count;
+  if (isCut) return type;
+  if (components != kind.count) {
+    return Fail(node, Join({"a ", TypeName(type), " has ", std::to_string(kind.count), " components, here are ",
+                            std::to_string(components)}));
+  }
+  for (const NodeIndex argument : arguments)
+    SetConverted(argument, GetVectorType(kind.scalar, Get(_resolved.type[argument]).count));
+  return type;
+}
+
+TypeIndex Resolver::Cast(NodeIndex node) {
+  const NodeIndex typeNode = _tree.GetChild(node, 0), operand = _tree.GetChild(node, 1);
+  const TypeIndex type = ReadType(typeNode);
+  if (IsStopped()) return kUnknownType;
+  const TypeIndex given = Expression(operand);
+  if (given == kUnknownType || IsStopped()) return kUnknownType;
+  if ((_tree.nodes[typeNode].flags & (kIsReference | kIsPointer)) != 0) return Stop(node, "a cast to this type");
+  if (given == type) return type;
+  if (!IsScalar(type) || !IsScalar(given))
+    return Stop(node, Join({"a cast of a ", TypeName(given), " to ", TypeName(type)}));
+  SetConverted(operand, type);
+  return type;
+}
+
+// A name of which nothing is known: a misspelt one, or one of the host's headers.
+TypeIndex Resolver::FailUnknownName(NodeIndex node, Bool isCall) {
+  const std::string_view name = NameOf(node);
+  const NodeKind kind = _tree.nodes[node].kind;
+  const Bool isParameterOnly = kind == NodeKind::kUniform || kind == NodeKind::kBuffer || kind == NodeKind::kLocalData;
+  NearestWord nearest(name, name.size() < 4 ? 2 : name.size() < 8 ? 3 : 4);
+  for (const NodeIndex parameter : _resolved.parameters) nearest.Try(NameOf(parameter));
+  if (isParameterOnly) {
+    // Macros could put the name of a parameter together, but those are expanded here.
+    const std::string_view meant = nearest.Get();
+    return Fail(node, meant.empty() ? Join({"there is no parameter \"", name, "\""})
+                                    : Join({"there is no parameter \"", name, "\"; did you mean \"", meant, "\"?"}));
+  }
+  for (const NodeIndex item : _tree.GetChildren(_tree.root)) {
+    if (_tree.Is(item, NodeKind::kFunction) && NameOf(item) == name && isCall)
+      return Fail(node, Join({"the function \"", name, "\" is declared below; C++ needs it before its use"}),
+                  {{GetOffset(item), "it is declared here"}});
+  }
+  if (MayBeHostName(name)) return Stop(node, Join({"\"", name, "\" is not declared in the kernel's files"}));
+  const std::string_view meant = FindMeantName(name, isCall);
+  if (meant.empty()) return Stop(node, Join({"\"", name, "\" is not declared in the kernel's files"}));
+  return Fail(node, Join({"unknown name \"", name, "\"; did you mean \"", meant, "\"?"}));
+}
+
+std::string_view Resolver::FindMeantName(std::string_view name, Bool isCall) const {
+  NearestWord nearest(name, name.size() < 4 ? 2 : 3);
+  for (NameIndex i = 1; i < _visible.size(); ++i) {
+    if (_visible[i] != kNoNode && !isCall) nearest.Try(_tree.GetText(i));
+  }
+  for (const NodeIndex function : _resolved.functions) {
+    if (isCall) nearest.Try(NameOf(function));
+  }
+  for (const Word& word : GetWords()) {
+    const Bool isFunction = word.kind == WordKind::kFunction || word.kind == WordKind::kTexture ||
+                            word.kind == WordKind::kAtomic || word.kind == WordKind::kCall ||
+                            word.kind == WordKind::kParameter || word.kind == WordKind::kType;
+    if (isCall ? isFunction : word.kind == WordKind::kValue) nearest.Try(word.name);
+  }
+  return nearest.Get();
+}
+
+}  // namespace ostra::kernellanguage

@@ -1,0 +1,480 @@
+#include <algorithm>
+
+#include "parallelprogram/kernellanguage/conversions.h"
+#include "parallelprogram/kernellanguage/join.h"
+#include "parallelprogram/kernellanguage/literal.h"
+#include "parallelprogram/kernellanguage/resolver.h"
+
+namespace ostra::kernellanguage {
+namespace {
+
+Bool IsComparison(Operation operation) { return operation >= Operation::kLess && operation <= Operation::kNotEqual; }
+Bool IsShift(Operation operation) { return operation == Operation::kShiftLeft || operation == Operation::kShiftRight; }
+Bool IsLogical(Operation operation) {
+  return operation == Operation::kLogicalAnd || operation == Operation::kLogicalOr;
+}
+// Operators of whole numbers only.
+Bool IsOfIntegers(Operation operation) {
+  return operation == Operation::kRemainder || IsShift(operation) ||
+         (operation >= Operation::kBitAnd && operation <= Operation::kBitXor);
+}
+
+}  // namespace
+
+TypeIndex Resolver::Expression(NodeIndex node) {
+  if (IsStopped()) return kUnknownType;
+  const TypeIndex type = ExpressionItself(node);
+  _resolved.type[node] = _resolved.converted[node] = type;
+  return type;
+}
+
+TypeIndex Resolver::ExpressionItself(NodeIndex node) {
+  switch (_tree.nodes[node].kind) {
+    case NodeKind::kLiteral:
+      return Literal(node);
+    case NodeKind::kName:
+      return Name(node);
+    case NodeKind::kUniform:
+    case NodeKind::kBuffer:
+      return ParameterWord(node);
+    case NodeKind::kLocalData:
+      return LocalData(node);
+    case NodeKind::kUnary: {
+      const Operation operation = _tree.nodes[node].operation;
+      return operation == Operation::kIncrement || operation == Operation::kDecrement ? Step(node) : Unary(node);
+    }
+    case NodeKind::kPostfix:
+      return Step(node);
+    case NodeKind::kBinary:
+      return Binary(node);
+    case NodeKind::kAssign:
+      return Assign(node);
+    case NodeKind::kConditional:
+      return Conditional(node);
+    case NodeKind::kComma:
+      Expression(_tree.GetChild(node, 0));
+      return Expression(_tree.GetChild(node, 1));
+    case NodeKind::kCall:
+      return Call(node);
+    case NodeKind::kConstruct:
+      return Construct(node);
+    case NodeKind::kCast:
+      return Cast(node);
+    case NodeKind::kMemberOf:
+      return MemberOf(node);
+    case NodeKind::kIndex:
+      return Index(node);
+    default:
+      return Stop(node, "this expression");
+  }
+}
+
+TypeIndex Resolver::Literal(NodeIndex node) {
+  LiteralValue value;
+  if (!ParseLiteral(NameOf(node), value)) return Stop(node, Join({"the number ", NameOf(node)}));
+  return GetScalarType(value.scalar);
+}
+
+TypeIndex Resolver::Name(NodeIndex node) {
+  Meaning& meaning = _resolved.meaning[node];
+  if (const NodeIndex variable = FindVariable(node); variable != kNoNode) {
+    meaning = {.kind = MeaningKind::kVariable, .target = variable};
+    _resolved.isPlace[node] = true;
+    return _resolved.type[variable];
+  }
+  const std::string_view name = NameOf(node);
+  if (_functions.contains(name)) return Stop(node, "a function without its arguments");
+  const Word* word = FindWord(name);
+  if (word && word->kind == WordKind::kValue) {
+    if (!_isInKernel) return Stop(node, Join({name, " outside of the kernel's body"}));
+    meaning = {.kind = MeaningKind::kWord, .word = word->id};
+    _resolved.isPlace[node] = true;
+    return GetVectorType(Scalar::kUInt32, 3);
+  }
+  if (const NodeIndex parameter = FindParameter(name); parameter != kNoNode) {
+    const TypeIndex type = _resolved.type[parameter];
+    if (!_isInKernel || type == kCounterType) return Stop(node, "a parameter by its bare name");
+    const std::string_view form = Get(type).kind == TypeKind::kBuffer ? "UNIFORM_BUFFER(" : "UNIFORM(";
+    return Fail(node, Join({"the parameter \"", name, "\" is reached with ", form, name, ")"}));
+  }
+  if (word) return Stop(node, Join({"this use of \"", name, "\""}));
+  return FailUnknownName(node, false);
+}
+
+TypeIndex Resolver::ParameterWord(NodeIndex node) {
+  const Bool isBuffer = _tree.Is(node, NodeKind::kBuffer);
+  const std::string_view name = NameOf(node), word = isBuffer ? "UNIFORM_BUFFER" : "UNIFORM";
+  if (!_isInKernel) return Stop(node, Join({word, " outside of the kernel's body"}));
+  const NodeIndex parameter = FindParameter(name);
+  if (parameter == kNoNode) return FailUnknownName(node, false);
+  const TypeIndex type = _resolved.type[parameter];
+  _resolved.meaning[node] = {.kind = MeaningKind::kParameter, .target = parameter};
+  _resolved.isPlace[node] = true;
+  const TypeKind kind = Get(type).kind;
+  if (isBuffer != (kind == TypeKind::kBuffer)) {
+    if (isBuffer && (kind == TypeKind::kScalar || kind == TypeKind::kMatrix))
+      return Fail(node, Join({"\"", name, "\" is no buffer but a ", TypeName(type)}));
+    return Stop(node, Join({word, " of a parameter of this kind"}));
+  }
+  if (kind == TypeKind::kTexture || kind == TypeKind::kCounter)
+    return Stop(node, Join({word, " of a parameter of this kind"}));
+  return type;
+}
+
+// On the CPU the element of the buffer; the index in group memory is not looked at.
+TypeIndex Resolver::LocalData(NodeIndex node) {
+  ++_silence;
+  Expression(_tree.GetChild(node, 0));
+  --_silence;
+  const TypeIndex index = Expression(_tree.GetChild(node, 1));
+  if (!_isInKernel) return Stop(node, "LOCALDATA outside of the kernel's body");
+  const NodeIndex parameter = FindParameter(NameOf(node));
+  if (parameter == kNoNode) return FailUnknownName(node, false);
+  const TypeIndex type = _resolved.type[parameter];
+  if (Get(type).kind != TypeKind::kBuffer) return Stop(node, "LOCALDATA of a parameter of this kind");
+  if (index != kUnknownType && (!IsScalar(index) || !IsInteger(Get(index).scalar)))
+    return Stop(node, "an index of this type");
+  _resolved.meaning[node] = {.kind = MeaningKind::kParameter, .target = parameter};
+  _resolved.isPlace[node] = true;
+  return Get(type).element;
+}
+
+TypeIndex Resolver::Unary(NodeIndex node) {
+  const NodeIndex operand = _tree.GetChild(node, 0);
+  const Operation operation = _tree.nodes[node].operation;
+  const TypeIndex type = Expression(operand);
+  if (type == kUnknownType || IsStopped()) return kUnknownType;
+  const std::string_view sign = GetSpelling(operation);
+  const Type& kind = Get(type);
+  if (operation == Operation::kNot) {
+    if (!IsScalar(type)) return Fail(operand, Join({"\"!\" needs a bool or a number, not a ", TypeName(type)}));
+    SetConverted(operand, kBoolType);
+    return kBoolType;
+  }
+  const Bool isComplement = operation == Operation::kComplement;
+  if (kind.kind == TypeKind::kVector) {
+    if (kind.scalar == Scalar::kHalf || kind.scalar == Scalar::kBool || (isComplement && IsFloating(kind.scalar)))
+      return Stop(node, Join({"\"", sign, "\" of a ", TypeName(type)}));
+    return type;
+  }
+  if (kind.kind != TypeKind::kScalar) {
+    return Fail(node, Join({"there is no \"", sign, "\" for a ", TypeName(type)}));
+  }
+  if (isComplement && IsFloating(kind.scalar))
+    return Fail(node, Join({"\"~\" needs a whole number, not a ", TypeName(type)}));
+  const TypeIndex result = GetScalarType(Promote(kind.scalar));
+  SetConverted(operand, result);
+  return result;
+}
+
+// ++ and --, before and after.
+TypeIndex Resolver::Step(NodeIndex node) {
+  const NodeIndex operand = _tree.GetChild(node, 0);
+  const std::string_view sign = GetSpelling(_tree.nodes[node].operation);
+  const TypeIndex type = Expression(operand);
+  if (type == kUnknownType || IsStopped()) return kUnknownType;
+  const Type& kind = Get(type);
+  if (!CheckPlace(operand, Join({"\"", sign, "\""}))) return kUnknownType;
+  if (kind.kind == TypeKind::kVector && kind.scalar != Scalar::kHalf && kind.scalar != Scalar::kBool) {
+    _resolved.computed[node] = type;
+  } else if (kind.kind == TypeKind::kScalar && kind.scalar != Scalar::kHalf && kind.scalar != Scalar::kBool) {
+    _resolved.computed[node] = GetScalarType(Promote(kind.scalar));
+  } else {
+    return Stop(node, Join({"\"", sign, "\" of a ", TypeName(type)}));
+  }
+  if (_tree.Is(node, NodeKind::kUnary)) _resolved.isPlace[node] = true;
+  return type;
+}
+
+TypeIndex Resolver::Binary(NodeIndex node) {
+  const NodeIndex leftNode = _tree.GetChild(node, 0), rightNode = _tree.GetChild(node, 1);
+  const TypeIndex left = Expression(leftNode), right = Expression(rightNode);
+  if (left == kUnknownType || right == kUnknownType || IsStopped()) return kUnknownType;
+  const Operation operation = _tree.nodes[node].operation;
+  if (IsLogical(operation)) {
+    for (const NodeIndex operand : {leftNode, rightNode}) {
+      const TypeIndex type = _resolved.type[operand];
+      if (IsVector(type)) return Stop(node, "a logical operation of vectors");
+      if (!IsScalar(type))
+        return Fail(operand, Join({"\"", GetSpelling(operation), "\" needs bools or numbers, not a ", TypeName(type)}));
+      SetConverted(operand, kBoolType);
+    }
+    _resolved.computed[node] = kBoolType;
+    return kBoolType;
+  }
+  if (IsScalar(left) && IsScalar(right)) return BinaryOfScalars(node, left, right);
+  if (IsVector(left) || IsVector(right)) return BinaryOfVectors(node, left, right);
+  const Bool isEquality = operation == Operation::kEqual || operation == Operation::kNotEqual;
+  const Bool isMatrix = Get(left).kind == TypeKind::kMatrix || Get(right).kind == TypeKind::kMatrix;
+  if (isEquality && left == right) return Stop(node, Join({"a comparison of ", TypeName(left)}));
+  if (operation == Operation::kMultiply && isMatrix)
+    return Fail(node, Join({"matrices are multiplied with mul(a, b): there is no \"*\" for ", TypeName(left), " and ",
+                            TypeName(right)}));
+  return Fail(node,
+              Join({"there is no \"", GetSpelling(operation), "\" for ", TypeName(left), " and ", TypeName(right)}));
+}
+
+TypeIndex Resolver::BinaryOfScalars(NodeIndex node, TypeIndex left, TypeIndex right) {
+  const Operation operation = _tree.nodes[node].operation;
+  const NodeIndex leftNode = _tree.GetChild(node, 0), rightNode = _tree.GetChild(node, 1);
+  const Scalar a = Get(left).scalar, b = Get(right).scalar;
+  if (IsOfIntegers(operation) && (IsFloating(a) || IsFloating(b))) {
+    const std::string_view hint = operation == Operation::kRemainder ? "; mod(x, y) is that of floats" : "";
+    return Fail(node, Join({"\"", GetSpelling(operation), "\" needs whole numbers, not ", TypeName(left), " and ",
+                            TypeName(right), hint}));
+  }
+  if (IsShift(operation)) {
+    const TypeIndex result = GetScalarType(Promote(a));
+    SetConverted(leftNode, result);
+    SetConverted(rightNode, GetScalarType(Promote(b)));
+    return _resolved.computed[node] = result;
+  }
+  const TypeIndex common = GetScalarType(GetCommonScalar(a, b));
+  SetConverted(leftNode, common);
+  SetConverted(rightNode, common);
+  _resolved.computed[node] = common;
+  return IsComparison(operation) ? kBoolType : common;
+}
+
+TypeIndex Resolver::BinaryOfVectors(NodeIndex node, TypeIndex left, TypeIndex right) {
+  const Operation operation = _tree.nodes[node].operation;
+  const Type &a = Get(left), &b = Get(right);
+  const auto refuse = [&](std::string_view hint) {
+    return Fail(node, Join({"there is no \"", GetSpelling(operation), "\" for ", TypeName(left), " and ",
+                            TypeName(right), hint}));
+  };
+  if (IsComparison(operation)) {
+    const Bool isEquality = operation == Operation::kEqual || operation == Operation::kNotEqual;
+    if (!isEquality) return refuse(": vectors are compared component by component");
+    if (left != right || a.scalar == Scalar::kHalf || a.scalar == Scalar::kBool)
+      return Stop(node, "this comparison of vectors");
+    _resolved.computed[node] = left;
+    return kBoolType;
+  }
+  const Type& vector = a.kind == TypeKind::kVector ? a : b;
+  const TypeIndex result = a.kind == TypeKind::kVector ? left : right;
+  if (vector.scalar == Scalar::kHalf || vector.scalar == Scalar::kBool)
+    return Stop(node, "arithmetic of these vectors");
+  const TypeIndex other = result == left ? right : left;
+  const TypeKind otherKind = Get(other).kind;
+  if (otherKind == TypeKind::kMatrix || otherKind == TypeKind::kAffineMatrix)
+    return refuse("; matrices are multiplied with mul(a, b)");
+  if (otherKind == TypeKind::kScalar && Get(other).scalar != vector.scalar)
+    return refuse(Join({"; write ", kernellanguage::GetName(vector.scalar), "( )"}));
+  if (otherKind != TypeKind::kScalar && other != result) return refuse("");
+  if (IsOfIntegers(operation) && IsFloating(vector.scalar)) return Stop(node, "this operation of vectors of floats");
+  return _resolved.computed[node] = result;
+}
+
+TypeIndex Resolver::Assign(NodeIndex node) {
+  const NodeIndex target = _tree.GetChild(node, 0), valueNode = _tree.GetChild(node, 1);
+  const TypeIndex type = Expression(target);
+  const TypeIndex value = Expression(valueNode);
+  if (type == kUnknownType || value == kUnknownType || IsStopped()) return kUnknownType;
+  if (Get(type).kind == TypeKind::kBuffer)
+    return Fail(target, Join({"an element of the buffer is missing: UNIFORM_BUFFER(", NameOf(target), ")[index]"}));
+  if (Get(type).kind == TypeKind::kArray) return Fail(target, "an array cannot be assigned as a whole");
+  if (!CheckPlace(target, "an assignment")) return kUnknownType;
+  if (_tree.nodes[node].operation == Operation::kNone)
+    Convert(valueNode, type, "what is assigned to");
+  else
+    AssignComputed(node, type, value);
+  _resolved.isPlace[node] = true;
+  return type;
+}
+
+// += and its relatives.
+void Resolver::AssignComputed(NodeIndex node, TypeIndex target, TypeIndex value) {
+  const Operation operation = _tree.nodes[node].operation;
+  const NodeIndex valueNode = _tree.GetChild(node, 1);
+  const Type &a = Get(target), &b = Get(value);
+  const auto refuse = [&] {
+    Fail(node,
+         Join({"there is no \"", GetSpelling(operation), "=\" for ", TypeName(target), " and ", TypeName(value)}));
+  };
+  if (a.kind == TypeKind::kScalar && b.kind == TypeKind::kScalar) {
+    if (a.scalar == Scalar::kHalf) {
+      Fail(node,
+           Join({"a half is only stored: compute in float, x = half(float(x) ", GetSpelling(operation), " ...)"}));
+      return;
+    }
+    if (a.scalar == Scalar::kBool) {
+      Stop(node, "arithmetic with a bool as its target");
+      return;
+    }
+    if (IsOfIntegers(operation) && (IsFloating(a.scalar) || IsFloating(b.scalar))) {
+      Fail(node, Join({"\"", GetSpelling(operation), "=\" needs whole numbers, not ", TypeName(target), " and ",
+                       TypeName(value)}));
+      return;
+    }
+    const TypeIndex computed =
+        GetScalarType(IsShift(operation) ? Promote(a.scalar) : GetCommonScalar(a.scalar, b.scalar));
+    _resolved.computed[node] = computed;
+    SetConverted(valueNode, IsShift(operation) ? GetScalarType(Promote(b.scalar)) : computed);
+    return;
+  }
+  if (a.kind != TypeKind::kVector) return refuse();
+  if (a.scalar == Scalar::kHalf || a.scalar == Scalar::kBool || (IsOfIntegers(operation) && IsFloating(a.scalar))) {
+    Stop(node, "this operation of vectors");
+    return;
+  }
+  if (b.kind == TypeKind::kVector ? b.count != a.count : b.kind != TypeKind::kScalar) return refuse();
+  // Vectors convert the other operand to their own component before they compute.
+  _resolved.computed[node] = target;
+  SetConverted(valueNode, b.kind == TypeKind::kVector ? target : GetScalarType(a.scalar));
+}
+
+TypeIndex Resolver::Conditional(NodeIndex node) {
+  Condition(_tree.GetChild(node, 0));
+  const NodeIndex first = _tree.GetChild(node, 1), second = _tree.GetChild(node, 2);
+  const TypeIndex a = Expression(first), b = Expression(second);
+  if (a == kUnknownType || b == kUnknownType || IsStopped()) return kUnknownType;
+  if (a == b) {
+    _resolved.isPlace[node] = false;
+    return a == kVoidType || Get(a).kind == TypeKind::kArray ? Stop(node, "values of this type after \"?\"") : a;
+  }
+  if (!IsScalar(a) || !IsScalar(b)) {
+    if (IsVector(a) && IsVector(b)) return Stop(node, "vectors of different types after \"?\"");
+    return Fail(node, Join({"the values of \"?\" have different types: ", TypeName(a), " and ", TypeName(b)}));
+  }
+  if (a == kHalfType || b == kHalfType) {
+    if (a != kFloatType && b != kFloatType) return Stop(node, "a half beside another number after \"?\"");
+  }
+  const TypeIndex common = GetScalarType(GetCommonScalar(Get(a).scalar, Get(b).scalar));
+  SetConverted(first, common);
+  SetConverted(second, common);
+  return common;
+}
+
+TypeIndex Resolver::MemberOf(NodeIndex node) {
+  const NodeIndex operand = _tree.GetChild(node, 0);
+  const TypeIndex type = Expression(operand);
+  if (type == kUnknownType || IsStopped()) return kUnknownType;
+  const std::string_view name = NameOf(node);
+  const Type kind = Get(type);
+  Meaning& meaning = _resolved.meaning[node];
+  _resolved.isPlace[node] = _resolved.isPlace[operand];
+  if (kind.kind == TypeKind::kVector) {
+    constexpr std::string_view kSets[] = {"xyzw", "rgba", "stpq"};
+    for (const std::string_view set : kSets) {
+      const std::size_t component = name.size() == 1 ? set.find(name) : std::string_view::npos;
+      if (component >= kind.count) continue;
+      meaning = {.kind = MeaningKind::kComponent, .number = static_cast<UInt32>(component)};
+      return GetScalarType(kind.scalar);
+    }
+    const Bool isSwizzle = name.size() <= 4 && name.find_first_not_of("xyzwrgbastpq") == std::string_view::npos;
+    if (isSwizzle && name.size() > 1)
+      return Fail(node, Join({"components are taken one by one: there is no \".", name, "\" of a ", TypeName(type)}));
+    return Fail(node, Join({"a ", TypeName(type), " has no component \"", name, "\""}));
+  }
+  if (kind.kind == TypeKind::kMatrix || kind.kind == TypeKind::kAffineMatrix) {
+    const Bool isAffine = kind.kind == TypeKind::kAffineMatrix;
+    const UInt32 number = name == "off"                        ? 0
+                          : name.size() == 2 && name[0] == 'v' ? static_cast<UInt32>(name[1] - '0')
+                                                               : 9;
+    const Bool isKnown =
+        isAffine ? (name == "off" || (number >= 1 && number <= 3)) : (name != "off" && number < kind.count);
+    if (!isKnown) return Fail(node, Join({"a ", TypeName(type), " has no column \"", name, "\""}));
+    meaning = {.kind = MeaningKind::kComponent, .number = number};
+    return GetVectorType(Scalar::kFloat32, isAffine ? 3 : kind.count);
+  }
+  if (kind.kind != TypeKind::kStruct) {
+    if (kind.kind == TypeKind::kScalar) return Fail(node, Join({"a ", TypeName(type), " has no components"}));
+    return Stop(node, Join({"a member of a ", TypeName(type)}));
+  }
+  const auto members = _tree.GetChildren(kind.declaration);
+  for (UInt32 i = 0; i < members.size(); ++i) {
+    if (NameOf(members[i]) != name) continue;
+    meaning = {.kind = MeaningKind::kMember, .number = i, .target = members[i]};
+    return _resolved.type[members[i]];
+  }
+  return Fail(node, Join({"a ", TypeName(type), " has no member \"", name, "\""}),
+              {{GetOffset(kind.declaration), Join({TypeName(type), " is declared here"})}});
+}
+
+TypeIndex Resolver::Index(NodeIndex node) {
+  const NodeIndex operand = _tree.GetChild(node, 0), index = _tree.GetChild(node, 1);
+  const TypeIndex type = Expression(operand), indexType = Expression(index);
+  if (type == kUnknownType || indexType == kUnknownType || IsStopped()) return kUnknownType;
+  const Type kind = Get(type);
+  const Bool isInteger = IsScalar(indexType) && IsInteger(Get(indexType).scalar);
+  if (kind.kind == TypeKind::kVector) {
+    if (!isInteger) return Stop(index, Join({"an index of type ", TypeName(indexType)}));
+    _resolved.isPlace[node] = _resolved.isPlace[operand];
+    SetConverted(index, kIntType);
+    return GetScalarType(kind.scalar);
+  }
+  if (kind.kind != TypeKind::kArray && kind.kind != TypeKind::kBuffer)
+    return Fail(node, Join({"a ", TypeName(type), " has no elements"}));
+  if (!isInteger) {
+    if (indexType == kHalfType) return Stop(index, "an index of type half");
+    return Fail(index, Join({"an index must be a whole number, not a ", TypeName(indexType)}));
+  }
+  _resolved.isPlace[node] = true;
+  return kind.element;
+}
+
+Bool Resolver::Convert(NodeIndex node, TypeIndex type, std::string_view what) {
+  const TypeIndex given = _resolved.type[node];
+  if (given == kUnknownType || type == kUnknownType) return false;
+  switch (GetConversion(_resolved.types, given, type)) {
+    case ConversionRank::kExact:
+      return true;
+    case ConversionRank::kCut:
+      Stop(node, Join({"a ", TypeName(given), " for a ", TypeName(type)}));
+      return false;
+    case ConversionRank::kNone:
+      break;
+    default:
+      if (IsVector(type) && (Get(type).scalar == Scalar::kHalf || Get(given).scalar == Scalar::kHalf)) {
+        Stop(node, Join({"a ", TypeName(given), " for a ", TypeName(type)}));
+        return false;
+      }
+      SetConverted(node, type);
+      return true;
+  }
+  const Bool isScalarToOther = IsScalar(given) && (IsVector(type) || type == kHalfType);
+  const std::string hint = isScalarToOther ? Join({"; write ", TypeName(type), "( )"}) : std::string();
+  Fail(node, Join({what, " is a ", TypeName(type), ", this is a ", TypeName(given), hint}));
+  return false;
+}
+
+std::string Resolver::GetConstReason(NodeIndex node) const {
+  const Meaning& meaning = _resolved.meaning[node];
+  switch (_tree.nodes[node].kind) {
+    case NodeKind::kMemberOf:
+      return GetConstReason(_tree.GetChild(node, 0));
+    case NodeKind::kIndex:
+      return GetConstReason(_tree.GetChild(node, 0));
+    case NodeKind::kUniform:
+      return Join({"UNIFORM(", NameOf(node), ") cannot be changed in a kernel"});
+    case NodeKind::kBuffer:
+    case NodeKind::kLocalData: {
+      const TypeIndex type = _resolved.type[meaning.target];
+      return Get(type).isConst ? Join({"the buffer \"", NameOf(node), "\" is declared const"}) : std::string();
+    }
+    case NodeKind::kName:
+      if (meaning.kind == MeaningKind::kWord) return Join({NameOf(node), " cannot be changed"});
+      return _tree.HasFlag(meaning.target, kIsConst) ? Join({"\"", NameOf(node), "\" is const"}) : std::string();
+    default:
+      return "";
+  }
+}
+
+Bool Resolver::CheckPlace(NodeIndex node, std::string_view what) {
+  if (!_resolved.isPlace[node]) {
+    const Bool isPlainValue = IsScalar(_resolved.type[node]) && !_tree.Is(node, NodeKind::kConditional);
+    const Bool isOfClass = _tree.Is(node, NodeKind::kMemberOf) || _tree.Is(node, NodeKind::kIndex);
+    if (isPlainValue && !isOfClass)
+      Fail(node, Join({what, " needs a variable, not a value"}));
+    else
+      Stop(node, Join({what, " to this value"}));
+    return false;
+  }
+  const std::string reason = GetConstReason(node);
+  if (reason.empty()) return true;
+  Fail(node, reason);
+  return false;
+}
+
+}  // namespace ostra::kernellanguage

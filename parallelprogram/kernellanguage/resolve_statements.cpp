@@ -1,0 +1,145 @@
+#include "parallelprogram/kernellanguage/join.h"
+#include "parallelprogram/kernellanguage/resolver.h"
+
+namespace ostra::kernellanguage {
+
+void Resolver::Statements(NodeIndex block) {
+  for (const NodeIndex statement : _tree.GetChildren(block)) {
+    if (IsStopped()) return;
+    Statement(statement);
+  }
+}
+
+void Resolver::Statement(NodeIndex node) {
+  if (node == kNoNode || IsStopped()) return;
+  const auto child = [&](std::size_t i) { return _tree.GetChild(node, i); };
+  const auto inScope = [&](NodeIndex statement) {
+    OpenScope();
+    Statement(statement);
+    CloseScope();
+  };
+  switch (_tree.nodes[node].kind) {
+    case NodeKind::kBlock:
+      OpenScope();
+      Statements(node);
+      CloseScope();
+      break;
+    case NodeKind::kDeclaration:
+      ReadDeclaration(node);
+      break;
+    case NodeKind::kExpressionStatement:
+      Expression(child(0));
+      break;
+    case NodeKind::kIf:
+      Condition(child(0));
+      inScope(child(1));
+      inScope(child(2));
+      break;
+    case NodeKind::kFor:
+      For(node);
+      break;
+    case NodeKind::kWhile:
+      Condition(child(0));
+      inScope(child(1));
+      break;
+    case NodeKind::kDoWhile:
+      inScope(child(0));
+      Condition(child(1));
+      break;
+    case NodeKind::kSwitch:
+      Switch(node);
+      break;
+    case NodeKind::kCase: {
+      const TypeIndex type = Expression(child(0));
+      if (type == kUnknownType || IsStopped()) break;
+      if (!Evaluate(child(0)) || !IsScalar(type)) Stop(child(0), "this value of a case");
+      break;
+    }
+    case NodeKind::kReturn:
+      Return(node);
+      break;
+    case NodeKind::kSharedArray:
+      SharedArray(node);
+      break;
+    case NodeKind::kBarrier:
+      _resolved.usesBarrier = true;
+      break;
+    case NodeKind::kNoiseMark:
+      _resolved.usesNoise = true;
+      break;
+    default:
+      break;
+  }
+}
+
+void Resolver::Condition(NodeIndex expression) {
+  const TypeIndex type = Expression(expression);
+  if (type == kUnknownType || IsStopped()) return;
+  if (!IsScalar(type)) {
+    Fail(expression, Join({"a condition must be a bool or a number, not a ", TypeName(type)}));
+    return;
+  }
+  SetConverted(expression, kBoolType);
+}
+
+void Resolver::For(NodeIndex node) {
+  OpenScope();
+  Statement(_tree.GetChild(node, 0));
+  if (_tree.GetChild(node, 1) != kNoNode) Condition(_tree.GetChild(node, 1));
+  if (_tree.GetChild(node, 2) != kNoNode && !IsStopped()) Expression(_tree.GetChild(node, 2));
+  OpenScope();
+  Statement(_tree.GetChild(node, 3));
+  CloseScope();
+  CloseScope();
+}
+
+void Resolver::Switch(NodeIndex node) {
+  const NodeIndex value = _tree.GetChild(node, 0);
+  const TypeIndex type = Expression(value);
+  if (IsStopped()) return;
+  if (type != kUnknownType) {
+    const Bool isInteger = IsScalar(type) && IsInteger(Get(type).scalar);
+    if (type == kHalfType) {
+      Stop(value, "a switch over a half");
+    } else if (!isInteger) {
+      Fail(value, Join({"a switch needs a whole number, not a ", TypeName(type)}));
+    } else {
+      SetConverted(value, GetScalarType(GetSize(Get(type).scalar) < 4 ? Scalar::kInt32 : Get(type).scalar));
+    }
+  }
+  Statement(_tree.GetChild(node, 1));
+}
+
+void Resolver::Return(NodeIndex node) {
+  const NodeIndex value = _tree.GetChild(node, 0);
+  if (value == kNoNode) {
+    if (_returnType != kVoidType) Fail(node, Join({"this function must return a ", TypeName(_returnType)}));
+    return;
+  }
+  const TypeIndex type = Expression(value);
+  if (type == kUnknownType || IsStopped()) return;
+  if (_returnType == kVoidType) {
+    if (type == kVoidType)
+      Stop(node, "the result of a function without one");
+    else
+      Fail(value, _isInKernel ? "a kernel returns no value" : "a void function returns no value");
+    return;
+  }
+  Convert(value, _returnType, "the result of this function");
+}
+
+void Resolver::SharedArray(NodeIndex node) {
+  const TypeIndex element = ReadType(_tree.GetChild(node, 0));
+  if (IsStopped()) return;
+  const auto count = Evaluate(_tree.GetChild(node, 1));
+  if (!count || *count < 1 || element == kVoidType || element == kGradientType || element == kCounterType) {
+    Stop(node, "this array in group memory");
+    return;
+  }
+  Expression(_tree.GetChild(node, 1));
+  _resolved.type[node] = _resolved.converted[node] = _resolved.types.GetArray(element, static_cast<UInt32>(*count));
+  if (_resolved.types.GetCount() > kMaxTypes) Stop(node, Join({"more than ", std::to_string(kMaxTypes), " types"}));
+  Declare(node);
+}
+
+}  // namespace ostra::kernellanguage
