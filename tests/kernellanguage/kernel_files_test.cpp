@@ -46,10 +46,9 @@ TEST(KernelFilesTest, EveryExpressionOfAnUnderstoodKernelHasAType) {
     if (!kernel->IsUnderstood()) continue;
     const SyntaxTree& tree = kernel->tree;
     for (NodeIndex node = 0; node < tree.nodes.size(); ++node) {
-      if (!IsExpression(tree.nodes[node].kind)) continue;
-      const Bool isDirective = tree.nodes[node].kind == NodeKind::kLiteral;  // GROUPSIZE and so on are no expressions
-      if (!isDirective)
-        EXPECT_NE(kernel->resolved.type[node], kUnknownType) << file.name << ": " << PrintExpression(tree, node);
+      // Literals of directives and dimensions are no expressions of their own.
+      if (!IsExpression(tree.nodes[node].kind) || tree.nodes[node].kind == NodeKind::kLiteral) continue;
+      EXPECT_NE(kernel->resolved.type[node], kUnknownType) << file.name << ": " << PrintExpression(tree, node);
     }
   }
 }
