@@ -22,6 +22,8 @@ void Analyze(const Source& source, AnalyzedKernel& kernel) {
   kernel.errors = std::move(resolution.errors);
   kernel.notUnderstood = std::move(resolution.notUnderstood);
   kernel.resolved = std::move(resolution.resolved);
+  if (!kernel.IsUnderstood()) return;
+  kernel.uniformity = AnalyzeUniformity(kernel.tree, kernel.resolved);
 }
 
 }  // namespace

@@ -1,12 +1,17 @@
 // Which values of a kernel differ between the invocations of a dispatch, and why.
 //
-//   OSTRA_ASSIGN_OR_RETURN(UniformityTable table, AnalyzeUniformity(tree, resolved));
+//   const UniformityTable table = AnalyzeUniformity(tree, resolved);
 //   table.Get(condition).variance == Variance::kVarying
-//   table.Explain(tree, condition)      // "x" is assigned here / InGlobalInvocationID.x differs along x
+//   Explain(tree, table, condition)     // "count" gets its value here; here; InGlobalInvocationID.x grows along x
 //
 // Lanes are invocations that follow each other along x. A variable has one answer for its whole life: what all its
-// assignments give together. An assignment below a condition that differs makes the variable differ, and so does one in
-// a loop that lanes leave at different times. Lanes that have returned do not count.
+// assignments give together. An assignment below a condition that differs makes a variable differ that was declared
+// above the condition, and so does one in a loop that lanes leave at different times. Lanes that have returned do not
+// count. Elements of buffers that the kernel may write differ, whatever their index is.
+//
+// Functions compute with nothing but their arguments. So a call whose arguments are the same in all lanes has one
+// result for all of them: the function as it is. All other calls of a function are taken together: its parameters,
+// variables and result have one answer for those.
 #pragma once
 
 #include <string>
@@ -37,27 +42,27 @@ struct UniformityReason {
   std::string text;
 };
 
-// What is known of a function, whoever calls it.
-struct FunctionSummary {
-  NodeIndex function = kNoNode;
-  Uniformity result;                  // called with uniform arguments
-  std::vector<Bool> resultDependsOn;  // per parameter: a varying argument makes the result varying
-  std::vector<Bool> outVaries;        // per parameter: out and INOUT ones that are varying with uniform arguments
-  std::vector<std::vector<Bool>> outDependsOn;  // [out parameter][parameter]
-  Bool hasSideEffects = false;                  // writes buffers, counters
-};
-
 struct UniformityTable {
-  // Of expressions: the value. Of kVariable and kFunctionParameter: of all its values; in functions with all calls of
-  // the file taken together. Of statements: the control flow that leads to them, kVarying where lanes may differ in
-  // whether they come there.
+  // Of expressions: the value, after its conversion where it is wanted as another type. Of kVariable and
+  // kFunctionParameter: of all its values. Of kFunction: the result. Of statements: the control flow that leads to
+  // them, kVarying where some lanes may not come there.
   std::vector<Uniformity> nodes;
-  // Loops and switches that some lanes leave by break or a varying condition before others.
+  // Loops and switches that some lanes leave before others, by break or by a condition that differs.
   std::vector<Bool> isLeftApart;
-  std::vector<FunctionSummary> functions;  // in the order of ResolvedTree::functions
-  std::vector<NodeIndex> causes;           // per node: the node that made it differ; kNoNode at a source
+  // kFunctions that are called with arguments of which not all are the same in all lanes.
+  std::vector<Bool> isCalledWide;
+  // What made a node differ: the node to look at next; kNoNode at a source.
+  std::vector<NodeIndex> causes;
 
   const Uniformity& Get(NodeIndex node) const { return nodes[node]; }
 };
+
+// For a tree that was resolved without errors. Never fails otherwise than with std::bad_alloc.
+UniformityTable AnalyzeUniformity(const SyntaxTree& tree, const ResolvedTree& resolved);
+
+// The way from a node that differs to a source, at most kMaxReasons steps; empty for one that is the same in all lanes.
+inline constexpr std::size_t kMaxReasons = 16;
+std::vector<UniformityReason> Explain(const SyntaxTree& tree, const ResolvedTree& resolved,
+                                      const UniformityTable& table, NodeIndex node);
 
 }  // namespace ostra::kernellanguage

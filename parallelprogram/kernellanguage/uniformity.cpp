@@ -1,0 +1,621 @@
+#include "parallelprogram/kernellanguage/uniformity.h"
+
+#include <algorithm>
+#include <optional>
+
+#include "parallelprogram/kernellanguage/join.h"
+#include "parallelprogram/kernellanguage/literal.h"
+
+namespace ostra::kernellanguage {
+namespace {
+
+// Sweeps over the file until nothing changes; kernels need three or four.
+constexpr Int kMaxSweeps = 60;
+
+constexpr Uniformity kSame{Variance::kUniform, 0}, kRow{Variance::kRow, 0}, kVarying{Variance::kVarying, 0};
+
+Uniformity MakeLinear(Int64 stride) {
+  if (stride == 0) return kRow;
+  if (stride > 0x7fffffff || stride < -0x7fffffff) return kVarying;
+  return {Variance::kLinear, static_cast<Int32>(stride)};
+}
+
+// Of a value that is one of the two, the same one in all lanes.
+Uniformity Merge(const Uniformity& a, const Uniformity& b) {
+  if (a == b) return a;
+  if (a.IsSame() && b.IsSame()) return std::max(a.variance, b.variance) == Variance::kRow ? kRow : kSame;
+  return kVarying;
+}
+
+// Of a value that is computed from both, lane by lane.
+Uniformity Combine(const Uniformity& a, const Uniformity& b) {
+  return a.IsSame() && b.IsSame() ? Merge(a, b) : kVarying;
+}
+
+class Analyzer {
+ public:
+  Analyzer(const SyntaxTree& tree, const ResolvedTree& resolved) : _tree(tree), _resolved(resolved) {
+    const std::size_t count = tree.nodes.size();
+    _table.nodes.assign(count, kSame);
+    _table.isLeftApart.assign(count, false);
+    _table.isCalledWide.assign(count, false);
+    _table.causes.assign(count, kNoNode);
+    _regionOf.assign(count, 0);
+    _isInterrupted.assign(count, false);
+    _losesLanes.assign(count, false);
+    _hasVaryingReturn.assign(count, false);
+    _isCalledVarying.assign(count, false);
+    _isAssigned.assign(count, false);
+    for (const NodeIndex function : resolved.functions) {
+      for (const NodeIndex parameter : tree.GetChildren(function)) {
+        if (!tree.HasFlag(parameter, kIsOut)) _isAssigned[parameter] = true;
+      }
+    }
+  }
+
+  UniformityTable Run() {
+    Int sweep = 0;
+    do {
+      _hasChanged = false;
+      AnalyzeBody(_tree.kernel, _tree.GetChild(_tree.kernel, 0));
+      // Callers stand behind the functions that they call.
+      for (std::size_t i = _resolved.functions.size(); i-- > 0;) {
+        const NodeIndex function = _resolved.functions[i];
+        AnalyzeBody(function, _tree.GetChildren(function).back());
+      }
+    } while (_hasChanged && ++sweep < kMaxSweeps);
+    if (_hasChanged) GiveUp();
+    return std::move(_table);
+  }
+
+ private:
+  // A part of the code that not all lanes may run: below a condition, or a loop.
+  struct Region {
+    Variance variance;
+    NodeIndex cause;
+  };
+  // What break or continue leave.
+  struct Target {
+    NodeIndex node;
+    std::size_t regionCount;
+    Bool isLoop;
+  };
+
+  void GiveUp() {
+    std::fill(_table.nodes.begin(), _table.nodes.end(), kVarying);
+    std::fill(_table.isLeftApart.begin(), _table.isLeftApart.end(), true);
+    std::fill(_table.isCalledWide.begin(), _table.isCalledWide.end(), true);
+    std::fill(_table.causes.begin(), _table.causes.end(), kNoNode);
+  }
+
+  void AnalyzeBody(NodeIndex function, NodeIndex block) {
+    _function = function;
+    _regions.clear();
+    _targets.clear();
+    _hasLostLanes = _isCalledVarying[function];
+    _hasReturnedValue = false;
+    Statement(block);
+  }
+
+  // Answers only grow, so that the sweeps end.
+  void Raise(NodeIndex node, const Uniformity& to, NodeIndex cause) {
+    Uniformity& known = _table.nodes[node];
+    const Bool isLower = to.variance < known.variance;
+    if (known == to || known.variance == Variance::kVarying || (isLower && known.IsSame())) return;
+    if (!to.IsSame() && _table.causes[node] == kNoNode && cause != node) _table.causes[node] = cause;
+    // Strides that change from sweep to sweep are none.
+    known = to.variance > known.variance ? to : kVarying;
+    _hasChanged = true;
+  }
+  // One more of the values of a variable.
+  void RaiseVariable(NodeIndex variable, const Uniformity& value, NodeIndex cause, Bool isFirst = false) {
+    Raise(variable, isFirst ? value : Merge(_table.nodes[variable], value), cause);
+  }
+  void SetFlag(std::vector<Bool>& flags, NodeIndex node) {
+    if (!flags[node]) _hasChanged = true;
+    flags[node] = true;
+  }
+
+  static Variance ToControl(const Uniformity& condition) {
+    return condition.IsSame() ? condition.variance : Variance::kVarying;
+  }
+  Region GetControl(std::size_t firstRegion) const {
+    Region control{Variance::kUniform, kNoNode};
+    for (std::size_t i = firstRegion; i < _regions.size(); ++i) {
+      if (_regions[i].variance > control.variance) control = _regions[i];
+    }
+    return control;
+  }
+
+  // --- Statements ---
+
+  void Statement(NodeIndex node) {
+    if (node == kNoNode) return;
+    const Region control = GetControl(0);
+    const Bool isVarying = control.variance == Variance::kVarying || _hasLostLanes;
+    Raise(node, isVarying ? kVarying : Uniformity{control.variance, 0}, control.cause);
+    const auto child = [&](std::size_t i) { return _tree.GetChild(node, i); };
+    switch (_tree.nodes[node].kind) {
+      case NodeKind::kBlock:
+        for (const NodeIndex statement : _tree.GetChildren(node)) Statement(statement);
+        break;
+      case NodeKind::kDeclaration:
+        for (const NodeIndex variable : _tree.GetChildren(node)) Declare(variable);
+        break;
+      case NodeKind::kExpressionStatement:
+        Value(child(0));
+        break;
+      case NodeKind::kIf: {
+        const Uniformity condition = Value(child(0));
+        _regions.push_back({ToControl(condition), child(0)});
+        Statement(child(1));
+        Statement(child(2));
+        _regions.pop_back();
+        break;
+      }
+      case NodeKind::kFor:
+        Loop(node, child(0), child(1), child(2), child(3));
+        break;
+      case NodeKind::kWhile:
+        Loop(node, kNoNode, child(0), kNoNode, child(1));
+        break;
+      case NodeKind::kDoWhile:
+        Loop(node, kNoNode, child(1), kNoNode, child(0));
+        break;
+      case NodeKind::kSwitch:
+        Switch(node);
+        break;
+      case NodeKind::kCase:
+        Value(child(0));
+        break;
+      case NodeKind::kBreak:
+        Leave(true);
+        break;
+      case NodeKind::kContinue:
+        Leave(false);
+        break;
+      case NodeKind::kReturn:
+        Return(node);
+        break;
+      case NodeKind::kSharedArray:
+        Raise(node, kVarying, kNoNode);
+        break;
+      default:
+        break;
+    }
+  }
+
+  void Declare(NodeIndex variable) {
+    _regionOf[variable] = _regions.size();
+    const NodeIndex value = _tree.GetChild(variable, 2);
+    if (value == kNoNode) return;
+    const Uniformity given = Value(value);
+    RaiseVariable(variable, given, value, _table.nodes[variable] == kSame);
+    _isAssigned[variable] = true;
+  }
+
+  void Loop(NodeIndex node, NodeIndex first, NodeIndex condition, NodeIndex step, NodeIndex body) {
+    if (_losesLanes[node]) _hasLostLanes = true;
+    const std::size_t outside = _regions.size();
+    const Variance known = _table.isLeftApart[node] || _isInterrupted[node] ? Variance::kVarying : Variance::kUniform;
+    _regions.push_back({known, condition == kNoNode ? _breakCause : condition});
+    _targets.push_back({node, _regions.size(), true});
+    Statement(first);
+    if (condition != kNoNode) EnterLoop(node, Value(condition), condition);
+    Statement(body);
+    if (step != kNoNode) Value(step);
+    if (condition != kNoNode) EnterLoop(node, Value(condition), condition);
+    _targets.pop_back();
+    _regions.resize(outside);
+  }
+
+  void EnterLoop(NodeIndex node, const Uniformity& condition, NodeIndex cause) {
+    const Variance variance = ToControl(condition);
+    if (variance == Variance::kVarying) SetFlag(_table.isLeftApart, node);
+    if (variance > _regions.back().variance) _regions.back() = {variance, cause};
+  }
+
+  void Switch(NodeIndex node) {
+    const NodeIndex value = _tree.GetChild(node, 0);
+    const Variance chosen = ToControl(Value(value));
+    const Bool isInterrupted = _table.isLeftApart[node];
+    _regions.push_back({isInterrupted ? Variance::kVarying : chosen, value});
+    _targets.push_back({node, _regions.size(), false});
+    Statement(_tree.GetChild(node, 1));
+    _targets.pop_back();
+    _regions.pop_back();
+  }
+
+  // break and continue.
+  void Leave(Bool isBreak) {
+    for (std::size_t i = _targets.size(); i-- > 0;) {
+      const Target& target = _targets[i];
+      if (!isBreak && !target.isLoop) continue;
+      const Region control = GetControl(target.regionCount);
+      if (control.variance != Variance::kVarying) return;
+      // A switch inside of the loop that lanes leave by continue is left apart, too.
+      _breakCause = control.cause;
+      for (std::size_t k = i; k < _targets.size(); ++k) {
+        if (isBreak || !_targets[k].isLoop) SetFlag(_table.isLeftApart, _targets[k].node);
+        if (_targets[k].isLoop) SetFlag(_isInterrupted, _targets[k].node);
+      }
+      return;
+    }
+  }
+  void Return(NodeIndex node) {
+    const NodeIndex value = _tree.GetChild(node, 0);
+    const Region control = GetControl(0);
+    if (control.variance == Variance::kVarying) {
+      _hasLostLanes = true;
+      SetFlag(_hasVaryingReturn, _function);
+      for (const Target& target : _targets) {
+        if (target.isLoop) SetFlag(_losesLanes, target.node);
+      }
+    }
+    if (value == kNoNode) return;
+    Uniformity result = Value(value);
+    NodeIndex cause = value;
+    if (control.variance == Variance::kVarying) {
+      result = kVarying;
+      cause = control.cause;
+    } else if (control.variance == Variance::kRow) {
+      result = Combine(result, kRow);
+    }
+    RaiseVariable(_function, result, cause, !_hasReturnedValue && _table.nodes[_function] == kSame);
+    _hasReturnedValue = true;
+  }
+
+  // --- Expressions ---
+
+  // The value as it is wanted.
+  Uniformity Value(NodeIndex node) {
+    Uniformity value = ValueItself(node);
+    if (value.variance == Variance::kLinear) {
+      const TypeIndex type = _resolved.converted[node];
+      if (type != kIntType && type != kUIntType) value = kVarying;
+    }
+    Raise(node, value, _cause);
+    return _table.nodes[node];
+  }
+
+  // Of all children, computed lane by lane.
+  Uniformity ValueOfChildren(NodeIndex node, std::size_t first = 0) {
+    Uniformity value = kSame;
+    const auto children = _tree.GetChildren(node);
+    NodeIndex cause = kNoNode;
+    for (std::size_t i = first; i < children.size(); ++i) {
+      const Uniformity part = Value(children[i]);
+      if (cause == kNoNode && !part.IsSame()) cause = children[i];
+      value = Combine(value, part);
+    }
+    _cause = cause;
+    return value;
+  }
+
+  Uniformity ValueItself(NodeIndex node) {
+    const auto child = [&](std::size_t i) { return _tree.GetChild(node, i); };
+    const Meaning& meaning = _resolved.meaning[node];
+    _cause = kNoNode;
+    switch (_tree.nodes[node].kind) {
+      case NodeKind::kLiteral:
+      case NodeKind::kUniform:
+      case NodeKind::kBuffer:
+        return kSame;
+      case NodeKind::kName:
+        return NameValue(meaning);
+      case NodeKind::kLocalData:
+        return Element(meaning.target, child(1));
+      case NodeKind::kUnary:
+      case NodeKind::kPostfix:
+        return Unary(node);
+      case NodeKind::kBinary:
+        return Binary(node);
+      case NodeKind::kAssign:
+        return Assignment(node);
+      case NodeKind::kConditional:
+        return Conditional(node);
+      case NodeKind::kComma: {
+        Value(child(0));
+        const Uniformity value = Value(child(1));
+        _cause = child(1);
+        return value;
+      }
+      case NodeKind::kCall:
+        return Call(node);
+      case NodeKind::kConstruct:
+        return Construct(node);
+      case NodeKind::kCast: {
+        const Uniformity value = Value(child(1));
+        _cause = child(1);
+        return value;
+      }
+      case NodeKind::kMemberOf:
+        return Member(node);
+      case NodeKind::kIndex:
+        return IndexValue(node);
+      case NodeKind::kInitializerList:
+        return ValueOfChildren(node);
+      default:
+        return kVarying;
+    }
+  }
+
+  Uniformity NameValue(const Meaning& meaning) {
+    if (meaning.kind == MeaningKind::kVariable) {
+      _cause = meaning.target;
+      return _table.nodes[meaning.target];
+    }
+    const Bool isSame = meaning.kind == MeaningKind::kParameter || meaning.word == WordId::kWorkGroupSize;
+    return isSame ? kSame : kVarying;
+  }
+
+  // Of InGlobalInvocationID and its relatives only x differs in a row.
+  Uniformity Member(NodeIndex node) {
+    const NodeIndex operand = _tree.GetChild(node, 0);
+    const Uniformity whole = Value(operand);
+    const Meaning& meaning = _resolved.meaning[operand];
+    const Bool isWord = _tree.Is(operand, NodeKind::kName) && meaning.kind == MeaningKind::kWord;
+    const UInt32 component = _resolved.meaning[node].number;
+    _cause = operand;
+    if (!isWord || whole.IsSame()) return whole.variance == Variance::kLinear ? kVarying : whole;
+    _cause = kNoNode;
+    if (component > 0) return kRow;
+    return meaning.word == WordId::kGlobalInvocation ? MakeLinear(1) : kVarying;
+  }
+
+  Uniformity Element(NodeIndex parameter, NodeIndex index) {
+    const Uniformity place = Value(index);
+    const Type& buffer = _resolved.types[_resolved.type[parameter]];
+    _cause = place.IsSame() ? kNoNode : index;
+    return buffer.isConst && place.IsSame() ? place : kVarying;
+  }
+
+  Uniformity IndexValue(NodeIndex node) {
+    const NodeIndex operand = _tree.GetChild(node, 0), index = _tree.GetChild(node, 1);
+    if (_tree.Is(operand, NodeKind::kBuffer)) {
+      Value(operand);
+      return Element(_resolved.meaning[operand].target, index);
+    }
+    return ValueOfChildren(node);
+  }
+
+  std::optional<Int64> GetConstant(NodeIndex node) const {
+    const Node& entry = _tree.nodes[node];
+    LiteralValue value;
+    if (entry.kind == NodeKind::kLiteral && ParseLiteral(_tree.GetName(node), value) && IsInteger(value.scalar) &&
+        value.integer <= 0x7fffffff)
+      return static_cast<Int64>(value.integer);
+    if (entry.kind == NodeKind::kUnary && entry.operation == Operation::kMinus) {
+      const auto operand = GetConstant(_tree.GetChild(node, 0));
+      if (operand) return -*operand;
+    }
+    const Bool isConversion = entry.kind == NodeKind::kCast || entry.kind == NodeKind::kConstruct;
+    const Bool isInteger = _resolved.type[node] == kIntType || _resolved.type[node] == kUIntType;
+    if (isConversion && isInteger && entry.childCount == 2) return GetConstant(_tree.GetChild(node, 1));
+    return {};
+  }
+
+  Uniformity Unary(NodeIndex node) {
+    const NodeIndex operand = _tree.GetChild(node, 0);
+    const Operation operation = _tree.nodes[node].operation;
+    const Uniformity value = Value(operand);
+    if (operation == Operation::kIncrement || operation == Operation::kDecrement) {
+      Assign(operand, value, node);
+      _cause = operand;
+      return value;
+    }
+    _cause = operand;
+    if (value.IsSame()) return value;
+    if (value.variance == Variance::kLinear && operation == Operation::kPlus) return value;
+    if (value.variance == Variance::kLinear && operation == Operation::kMinus) return MakeLinear(-Int64{value.stride});
+    return kVarying;
+  }
+
+  Uniformity Binary(NodeIndex node) {
+    const NodeIndex leftNode = _tree.GetChild(node, 0), rightNode = _tree.GetChild(node, 1);
+    const Operation operation = _tree.nodes[node].operation;
+    const Uniformity left = Value(leftNode);
+    const Bool isLogical = operation == Operation::kLogicalAnd || operation == Operation::kLogicalOr;
+    if (isLogical) _regions.push_back({ToControl(left), leftNode});
+    const Uniformity right = Value(rightNode);
+    if (isLogical) _regions.pop_back();
+    _cause = left.IsSame() ? rightNode : leftNode;
+    return Compute(operation, left, right, leftNode, rightNode);
+  }
+
+  static Int64 GetStride(const Uniformity& value) { return value.variance == Variance::kLinear ? value.stride : 0; }
+
+  Uniformity Compute(Operation operation, const Uniformity& left, const Uniformity& right, NodeIndex leftNode,
+                     NodeIndex rightNode) const {
+    if (left.IsSame() && right.IsSame()) return Merge(left, right);
+    if (left.variance == Variance::kVarying || right.variance == Variance::kVarying) return kVarying;
+    const Int64 a = GetStride(left), b = GetStride(right);
+    if (operation == Operation::kAdd) return MakeLinear(a + b);
+    if (operation == Operation::kSubtract) return MakeLinear(a - b);
+    if (operation == Operation::kMultiply) {
+      const auto factor = GetConstant(left.IsSame() ? leftNode : rightNode);
+      if (factor && (left.IsSame() || right.IsSame())) return MakeLinear((left.IsSame() ? b : a) * *factor);
+    }
+    if (operation == Operation::kShiftLeft && right.IsSame()) {
+      const auto count = GetConstant(rightNode);
+      if (count && *count >= 0 && *count < 31) return MakeLinear(a * (Int64{1} << *count));
+    }
+    return kVarying;
+  }
+
+  Uniformity Conditional(NodeIndex node) {
+    const NodeIndex condition = _tree.GetChild(node, 0), first = _tree.GetChild(node, 1),
+                    second = _tree.GetChild(node, 2);
+    const Uniformity chosen = Value(condition);
+    _regions.push_back({ToControl(chosen), condition});
+    const Uniformity a = Value(first), b = Value(second);
+    _regions.pop_back();
+    _cause = !chosen.IsSame() ? condition : !a.IsSame() ? first : second;
+    if (!chosen.IsSame()) return kVarying;
+    const Uniformity value = Merge(a, b);
+    return value.IsSame() ? Merge(value, chosen) : value;
+  }
+
+  Uniformity Construct(NodeIndex node) {
+    const auto children = _tree.GetChildren(node);
+    if (children.size() != 2) return ValueOfChildren(node, 1);
+    const Uniformity value = Value(children[1]);
+    _cause = children[1];
+    const Bool isScalar = _resolved.types.IsScalar(_resolved.type[node]);
+    return value.variance == Variance::kLinear && !isScalar ? kVarying : value;
+  }
+
+  Uniformity Assignment(NodeIndex node) {
+    const NodeIndex target = _tree.GetChild(node, 0), valueNode = _tree.GetChild(node, 1);
+    const Operation operation = _tree.nodes[node].operation;
+    const Uniformity before = Value(target);
+    Uniformity value = Value(valueNode);
+    if (operation != Operation::kNone) value = Compute(operation, before, value, target, valueNode);
+    Assign(target, value, node);
+    _cause = valueNode;
+    return value;
+  }
+
+  // Notes a value that a place gets.
+  void Assign(NodeIndex place, Uniformity value, NodeIndex cause) {
+    NodeIndex root = place;
+    Bool isPart = false;
+    while (_tree.Is(root, NodeKind::kMemberOf) || _tree.Is(root, NodeKind::kIndex)) {
+      if (_tree.Is(root, NodeKind::kIndex) && !_table.nodes[_tree.GetChild(root, 1)].IsSame()) value = kVarying;
+      isPart = true;
+      root = _tree.GetChild(root, 0);
+    }
+    if (_tree.Is(root, NodeKind::kConditional) || _tree.Is(root, NodeKind::kAssign) ||
+        _tree.Is(root, NodeKind::kUnary) || _tree.Is(root, NodeKind::kComma)) {
+      // The target of the inner assignment, or either of two.
+      for (const NodeIndex child : _tree.GetChildren(root)) {
+        if (_resolved.isPlace[child]) Assign(child, kVarying, cause);
+      }
+      return;
+    }
+    const Meaning& meaning = _resolved.meaning[root];
+    if (!_tree.Is(root, NodeKind::kName) || meaning.kind != MeaningKind::kVariable) return;
+    const NodeIndex variable = meaning.target;
+    if (isPart && value.variance == Variance::kLinear) value = kVarying;
+    const Region control = GetControl(_regionOf[variable]);
+    // Lanes that have returned keep what they had.
+    const Bool isOut = _tree.Is(variable, NodeKind::kFunctionParameter) && _hasVaryingReturn[_function] &&
+                       (_tree.nodes[variable].flags & (kIsOut | kIsInOut | kIsReference));
+    if (control.variance == Variance::kVarying || isOut) {
+      value = kVarying;
+      cause = control.cause == kNoNode ? cause : control.cause;
+    } else if (control.variance == Variance::kRow && value.IsSame()) {
+      value = kRow;
+    }
+    RaiseVariable(variable, value, cause, !_isAssigned[variable]);
+    _isAssigned[variable] = true;
+  }
+
+  Uniformity Call(NodeIndex node) {
+    const Meaning& meaning = _resolved.meaning[node];
+    if (meaning.kind == MeaningKind::kFunction) return CallFunction(node, meaning.target);
+    if (meaning.word == WordId::kLinearInvocation) return MakeLinear(1);
+    if (meaning.word == WordId::kAtomicCounter) return kVarying;
+    const auto arguments = _tree.GetChildren(node);
+    if (IsAtomic(meaning.word)) {
+      ValueOfChildren(node);
+      Assign(arguments.front(), kVarying, node);
+      Assign(arguments.back(), kVarying, node);
+      _cause = kNoNode;
+      return kSame;
+    }
+    return ValueOfChildren(node);
+  }
+
+  Uniformity CallFunction(NodeIndex node, NodeIndex function) {
+    const auto arguments = _tree.GetChildren(node);
+    const auto parameters = _tree.GetChildren(function).subspan(1, arguments.size());
+    Uniformity together = kSame;
+    NodeIndex cause = kNoNode;
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+      const Uniformity value = Value(arguments[i]);
+      // What is in an out parameter before does not count.
+      if (_tree.HasFlag(parameters[i], kIsOut)) continue;
+      if (cause == kNoNode && !value.IsSame()) cause = arguments[i];
+      together = Combine(together, value);
+    }
+    const Bool isWide = !together.IsSame();
+    if (isWide) PassArguments(function, arguments, parameters);
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+      const UInt16 flags = _tree.nodes[parameters[i]].flags;
+      const Bool isChanged = (flags & (kIsOut | kIsInOut)) || ((flags & kIsReference) && !(flags & kIsConst));
+      if (isChanged) Assign(arguments[i], isWide ? _table.nodes[parameters[i]] : together, node);
+    }
+    _cause = isWide ? (_table.causes[function] == kNoNode ? cause : function) : cause;
+    return isWide ? _table.nodes[function] : together;
+  }
+
+  void PassArguments(NodeIndex function, std::span<const NodeIndex> arguments, std::span<const NodeIndex> parameters) {
+    const Bool isFirst = !_table.isCalledWide[function];
+    if (isFirst) SetFlag(_table.isCalledWide, function);
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+      if (_tree.HasFlag(parameters[i], kIsOut)) continue;
+      const Uniformity value = _table.nodes[arguments[i]];
+      RaiseVariable(parameters[i], value, arguments[i], isFirst && _table.nodes[parameters[i]] == kSame);
+    }
+    const Bool isVarying = GetControl(0).variance == Variance::kVarying || _hasLostLanes;
+    if (isVarying) SetFlag(_isCalledVarying, function);
+  }
+
+  const SyntaxTree& _tree;
+  const ResolvedTree& _resolved;
+  UniformityTable _table;
+  std::vector<std::size_t> _regionOf;   // per variable: regions that were open when it was declared
+  std::vector<Bool> _isInterrupted;     // loops with a break or continue of some lanes
+  std::vector<Bool> _losesLanes;        // loops with a return of some lanes
+  std::vector<Bool> _hasVaryingReturn;  // functions
+  std::vector<Bool> _isCalledVarying;   // functions: some lanes only
+  std::vector<Bool> _isAssigned;        // variables: some value is known
+  std::vector<Region> _regions;
+  std::vector<Target> _targets;
+  NodeIndex _function = kNoNode, _cause = kNoNode, _breakCause = kNoNode;
+  Bool _hasLostLanes = false, _hasReturnedValue = false, _hasChanged = false;
+};
+
+std::string DescribeStep(const SyntaxTree& tree, const ResolvedTree& resolved, NodeIndex node, NodeIndex next) {
+  const std::string_view name = tree.GetName(node);
+  const NodeKind kind = tree.nodes[node].kind;
+  if (kind == NodeKind::kVariable || kind == NodeKind::kFunctionParameter)
+    return Join({"\"", name, "\" differs between invocations"});
+  if (kind == NodeKind::kFunction) return Join({"the result of \"", name, "\" differs between invocations"});
+  if (next != kNoNode) return "it is computed here";
+  if (kind == NodeKind::kMemberOf || kind == NodeKind::kName) return "the number of the invocation differs along x";
+  if (kind == NodeKind::kIndex || kind == NodeKind::kLocalData)
+    return "an element of a buffer that the kernel may write";
+  if (kind == NodeKind::kCall && resolved.meaning[node].word == WordId::kLinearInvocation)
+    return "the number of the invocation differs along x";
+  if (kind == NodeKind::kCall && IsAtomic(resolved.meaning[node].word))
+    return "every invocation gets another value before";
+  return "it differs here";
+}
+
+}  // namespace
+
+UniformityTable AnalyzeUniformity(const SyntaxTree& tree, const ResolvedTree& resolved) {
+  return Analyzer(tree, resolved).Run();
+}
+
+std::vector<UniformityReason> Explain(const SyntaxTree& tree, const ResolvedTree& resolved,
+                                      const UniformityTable& table, NodeIndex node) {
+  std::vector<UniformityReason> reasons;
+  if (node == kNoNode || table.Get(node).IsSame()) return reasons;
+  while (node != kNoNode && reasons.size() < kMaxReasons) {
+    const NodeIndex next = table.causes[node];
+    // Nodes on the way that only pass a value on say nothing new.
+    const NodeKind kind = tree.nodes[node].kind;
+    const Bool isPassing = next != kNoNode && (kind == NodeKind::kName || kind == NodeKind::kConstruct ||
+                                               kind == NodeKind::kCast || kind == NodeKind::kBinary);
+    if (!isPassing || reasons.empty()) reasons.push_back({node, DescribeStep(tree, resolved, node, next)});
+    const Bool isKnown = std::any_of(reasons.begin(), reasons.end(), [&](const auto& r) { return r.node == next; });
+    if (isKnown) break;
+    node = next;
+  }
+  return reasons;
+}
+
+}  // namespace ostra::kernellanguage
