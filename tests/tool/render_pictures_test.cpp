@@ -30,11 +30,18 @@ class RenderPicturesTest : public RenderTest {
     ASSERT_THAT(WriteImage(_folder.MakeUrl(name), image), IsOk());
   }
 
-  void Compare(const std::string& name, const PictureTolerance& tolerance = {}) {
+  static std::string ReadScene(const std::string& name) {
     std::ifstream stream(std::string(OSTRA_TEST_SCENES) + "/" + name + ".json");
     std::string scene{std::istreambuf_iterator<char>(stream), {}};
     Replace(scene, "../../../kernels/stages", OSTRA_TEST_STAGES);
     Replace(scene, "../net.", std::string(OSTRA_TEST_SCENES) + "/../net.");
+    return scene;
+  }
+
+  void Compare(const std::string& name, const PictureTolerance& tolerance = {}) {
+    CompareScene(ReadScene(name), name, tolerance);
+  }
+  void CompareScene(const std::string& scene, const std::string& name, const PictureTolerance& tolerance) {
     const Image image = Draw(scene, {"--size", "256x256"});
     ASSERT_EQ(image.width, 256);
     EXPECT_TRUE(IsPictureAsBefore(image, std::string(OSTRA_TEST_PICTURES) + "/" + name + ".png", tolerance,
@@ -51,6 +58,24 @@ TEST_F(RenderPicturesTest, ALitModelWithATextureLooksAsBefore) { Compare("torus"
 // Heights go through many roundings.
 TEST_F(RenderPicturesTest, ATerrainOfDividedPatchesUnderWaterLooksAsBefore) {
   Compare("terrain", {.steps = 6, .pixelShare = 0.01});
+}
+
+// Its faces turn as those of the patches, so that nothing is lost when only fronts are drawn, and all when only backs
+// are.
+TEST_F(RenderPicturesTest, ATerrainShowsItsFronts) {
+  const auto cull = [](const char* mode) {
+    std::string scene = ReadScene("terrain");
+    Replace(scene, R"("useAlphaBlending": false)",
+            R"("useAlphaBlending": false, "cullMode": ")" + std::string(mode) + "\"");
+    EXPECT_NE(scene.find("cullMode"), std::string::npos);
+    return scene;
+  };
+  CompareScene(cull("back"), "terrain", {.steps = 6, .pixelShare = 0.01});
+  const Image fronts = Draw(cull("back"), {"--size", "64x64"}), backs = Draw(cull("front"), {"--size", "64x64"});
+  ASSERT_EQ(fronts.rgba.GetCount(), backs.rgba.GetCount());
+  Int differing = 0;
+  for (Int i = 0; i < fronts.rgba.GetCount(); i += 4) differing += std::abs(fronts.rgba[i] - backs.rgba[i]) > 0.02f;
+  EXPECT_GT(differing, 64 * 64 / 4);
 }
 
 TEST_F(RenderPicturesTest, APassOverColourAndDepthOfAnotherLooksAsBefore) { Compare("ink"); }

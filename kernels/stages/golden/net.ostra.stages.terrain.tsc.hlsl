@@ -87,12 +87,12 @@ float bc = TerrainDivision(b, c, UNIFORM(eye), UNIFORM(detail));
 float cd = TerrainDivision(c, d, UNIFORM(eye), UNIFORM(detail));
 float da = TerrainDivision(d, a, UNIFORM(eye), UNIFORM(detail));
 // Sides of u = 0, v = 0, u = 1, v = 1; then inside along u and along v.
-OutTessLevelOuter[0] = ab;
-OutTessLevelOuter[1] = da;
-OutTessLevelOuter[2] = cd;
-OutTessLevelOuter[3] = bc;
-OutTessLevelInner[0] = max(da, bc);
-OutTessLevelInner[1] = max(ab, cd);
+OutTessLevelOuter[0] = da;
+OutTessLevelOuter[1] = ab;
+OutTessLevelOuter[2] = bc;
+OutTessLevelOuter[3] = cd;
+OutTessLevelInner[0] = max(ab, cd);
+OutTessLevelInner[1] = max(da, bc);
 }
 }
 }

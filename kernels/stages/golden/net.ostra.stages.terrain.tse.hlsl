@@ -74,9 +74,10 @@ static float3 facing;
 void ostraMain()
 {
 {
-vec3 left = mix(InPatch(corner, 0), InPatch(corner, 1), InTessCoord.y);
-vec3 right = mix(InPatch(corner, 3), InPatch(corner, 2), InTessCoord.y);
-vec3 flat0 = mix(left, right, InTessCoord.x);
+// Corners are counted counter-clockwise from (0, 0), so that the faces turn as those of the patches.
+vec3 low = mix(InPatch(corner, 0), InPatch(corner, 1), InTessCoord.x);
+vec3 high = mix(InPatch(corner, 3), InPatch(corner, 2), InTessCoord.x);
+vec3 flat0 = mix(low, high, InTessCoord.y);
 float near0 = 0.004;
 vec2 at = vec2(flat0.x * UNIFORM(scale), flat0.z * UNIFORM(scale)) + UNIFORM(offset);
 float h = TerrainHeight(at) * UNIFORM(height);
