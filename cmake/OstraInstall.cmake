@@ -9,9 +9,48 @@ install(TARGETS ostra ostra-kernelc EXPORT ostraTargets
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(TARGETS parallelprogram drawport_vulkan LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/ostra/modules)
-foreach(folder ostra parallelprogram)
-  install(DIRECTORY ${PROJECT_SOURCE_DIR}/${folder} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
+
+# Public headers are those whose functions libostra exports, or that have the code themselves. Programs do not link with
+# modules, so that of a module only interfaces, records and the language of kernels are public. tests/install checks it.
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/ostra DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING
+  PATTERN "*.h"
+  REGEX "/ostra/(drawport_vulkan|shadercompiler|drawport/shading|render/noise)(/|$)" EXCLUDE
+  REGEX "/ostra/core/zero_memory\\.h$" EXCLUDE
+  REGEX "/ostra/crypt/conversion_base\\.h$" EXCLUDE
+  REGEX "/ostra/host_configuration\\.h$" EXCLUDE
+  REGEX "/ostra/image/png_session\\.h$" EXCLUDE
+  REGEX "/ostra/jobs/(current_job|job_queue|library_threads|shared_loop|worker_pool)\\.h$" EXCLUDE
+  REGEX "/ostra/monitor/(event_buffers|trace_file)\\.h$" EXCLUDE
+  REGEX "/ostra/object/(loaded_module|shared_object)\\.h$" EXCLUDE
+  REGEX "/ostra/render/(gradient_table|noise_functions)\\.h$" EXCLUDE)
+foreach(header
+    program/kernel_atomics.h
+    program/kernel_base.h
+    program/kernel_buffer.h
+    program/kernel_class.h
+    program/kernel_entry.h
+    program/kernel_interface.h
+    program/kernel_language.h
+    program/kernel_loops.h
+    program/kernel_noise.h
+    program/kernel_parameters.h
+    program/kernel_range_interface.h
+    program/kernel_registration.h
+    program/noise_modes.h
+    program/parallel_program.h
+    program/parallel_program_reflection.h
+    program/shader_data_entries.h
+    shaderloader/general_shader_loader_interface.h
+    shaderloader/general_shader_loader_reflection.h
+    textures/kernel_texture.h
+    textures/sampler_types.h
+    textures/sampling_data.h
+    textures/texture_bind_data.h)
+  get_filename_component(folder ${header} DIRECTORY)
+  install(FILES ${PROJECT_SOURCE_DIR}/parallelprogram/${header}
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/parallelprogram/${folder})
 endforeach()
+
 # What `ostra check` compiles Metal text with; it has the name that Metal text includes.
 install(FILES ${PROJECT_SOURCE_DIR}/ostra/shadercompiler/metal/metal_stdlib
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/ostra/shadercompiler/metal)

@@ -9,6 +9,7 @@
 #pragma once
 
 #include "ostra/core/data_type.h"
+#include "ostra/core/format.h"
 #include "ostra/drawport/handles.h"
 #include "parallelprogram/textures/sampling_data.h"
 
@@ -26,10 +27,10 @@ struct DataBufferEntry {
   // Pointers and references are equal when they are the same.
   friend Bool operator==(const DataBufferEntry&, const DataBufferEntry&) = default;
   // Feeds the fields in their order.
-  void WriteUniqueHash(UniqueHashStream& stream) const;
-  UInt64 GetHashCode() const;
+  inline void WriteUniqueHash(UniqueHashStream& stream) const;
+  inline UInt64 GetHashCode() const;
   // "(data,item,buffer,capacity,count,type,name)"; what is not there is "nullptr". Error: out of memory.
-  Result<String> ToText() const;
+  inline Result<String> ToText() const;
 };
 static_assert(sizeof(DataBufferEntry) == 7 * 8);
 
@@ -55,7 +56,36 @@ struct TextureSamplerEntry {
   ~TextureSamplerEntry() = default;
 };
 
-// Here, because clients outside of the module make entries of textures that they have from elsewhere.
+// Here, because clients outside of the module read entries of buffers, and make entries of textures that they have from
+// elsewhere.
+inline void DataBufferEntry::WriteUniqueHash(UniqueHashStream& stream) const {
+  const auto toWord = [](const void* pointer) { return reinterpret_cast<UInt64>(pointer); };
+  stream.Write(toWord(_data));
+  stream.Write(MixHash(toWord(_item.GetPointer())));
+  stream.Write(toWord(_deviceBuffer));
+  stream.Write(static_cast<UInt64>(_capacity));
+  stream.Write(static_cast<UInt64>(_count));
+  if (_elementType.IsPopulated())
+    stream.Write(_elementType);
+  else
+    stream.Write(UInt64{0});
+  const InternedId::UniqueHash id = _bufferId.GetUniqueHash();
+  stream.Write(id.low);
+  stream.Write(id.high);
+}
+
+inline UInt64 DataBufferEntry::GetHashCode() const {
+  UniqueHashStream stream;
+  WriteUniqueHash(stream);
+  return stream.GetValue().low;
+}
+
+inline Result<String> DataBufferEntry::ToText() const {
+  const std::string_view type = _elementType.IsPopulated() ? _elementType.GetView() : "nullptr";
+  return Format("(@,@,@,@,@,@,@)", static_cast<Generic*>(_data), _item.GetPointer(), _deviceBuffer, _capacity, _count,
+                type, _bufferId);
+}
+
 inline TextureSamplerEntry& TextureSamplerEntry::operator=(const TextureSamplerEntry& other) {
   if (this == &other) return *this;
   _texture = other._texture;
@@ -72,7 +102,17 @@ inline TextureSamplerEntry& TextureSamplerEntry::operator=(const TextureSamplerE
 
 template <>
 struct DataTypeOf<DataBufferEntry> {
-  static DataType Make();
+  static DataType Make() {
+    DataTypeDescription description = DescribeType<DataBufferEntry>(
+        "net.ostra.datatype.shaderdataentries.databufferentry"_id, "ostra::DataBufferEntry"_s);
+    description.operations.uniqueHash = [](const void* value, UniqueHashStream& stream) {
+      static_cast<const DataBufferEntry*>(value)->WriteUniqueHash(stream);
+    };
+    description.operations.toText = [](const void* value) {
+      return static_cast<const DataBufferEntry*>(value)->ToText();
+    };
+    return DataType::FindOrRegister(description);
+  }
 };
 
 }  // namespace ostra

@@ -1,11 +1,12 @@
 #!/bin/sh
-# install_test.sh CMAKE BUILD_FOLDER COMPILER SANITIZERS
+# install_test.sh CMAKE BUILD_FOLDER COMPILER SANITIZERS PYTHON
 set -eu
 
 cmake=$1
 build=$2
 compiler=$3
 sanitizers=$4
+python=$5
 here=$(cd "$(dirname "$0")" && pwd)
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
@@ -40,6 +41,22 @@ flags=
   -DCMAKE_PREFIX_PATH="$work/tree" -DCMAKE_CXX_FLAGS="$flags"
 "$cmake" --build "$work/build"
 "$work/build/outside" 1000
+
+# Every header that is installed can be included, and programs can link with what it declares.
+"$python" -B "$here/check_public_headers.py" "$work/tree/include" "$build" "$here/../.." ||
+  { echo "there are headers that programs cannot use"; exit 1; }
+mkdir -p "$work/all/parallelprogram"
+cp -R "$work/tree/include/ostra" "$work/all"
+cp -R "$here/../../parallelprogram/device" "$work/all/parallelprogram"
+if "$python" -B "$here/check_public_headers.py" "$work/all" "$build" "$here/../.." >"$work/headers.log" ||
+  ! grep -qF "parallelprogram/device/device_counters.h: programs cannot link with ostra::LinkCounter" "$work/headers.log"
+then
+  echo "a header of a module is not found:"; cat "$work/headers.log"; exit 1
+fi
+"$cmake" -S "$here/headers" -B "$work/headers" -G Ninja -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_BUILD_TYPE=Debug \
+  -DCMAKE_PREFIX_PATH="$work/tree" -DCMAKE_CXX_FLAGS="-g0 $flags"
+"$cmake" --build "$work/headers"
+"$work/headers/headers"
 
 # The program of the page on the shader loader builds from what is installed; a test of the loader lets it draw.
 "$cmake" -S "$work/tree/share/ostra/examples/triangle" -B "$work/triangle" -G Ninja -DCMAKE_CXX_COMPILER="$compiler" \
