@@ -153,6 +153,35 @@ TEST_F(LintsTest, PointTexturesAreNotSampled) {
   EXPECT_THAT(Check(MakeKernel(declaration, "\tfloat a = FetchTexture(image, int2(1, 1));")), IsEmpty());
 }
 
+TEST_F(LintsTest, TextureTypesThatThereAreNotAreNamed) {
+  const auto check = [&](const std::string& type) {
+    return Check(MakeKernel("(const " + type + ") image", "\tvec4 a = FetchTexture(image, int2(1, 1));"));
+  };
+  EXPECT_THAT(check("TextureSampler_2D_RGBA_F32_LINAER"),
+              Contains("k.krn:2: error: there is no texture type \"TextureSampler_2D_RGBA_F32_LINAER\"; did you mean "
+                       "\"TextureSampler_2D_RGBA_F32_LINEAR\"?"));
+  EXPECT_THAT(check("TextureSampler_2D_RBGA_F32_LINEAR"), Contains(HasSubstr("did you mean")));
+  EXPECT_THAT(check("TextureSampler_2D_RGBA_F23_LINEAR"), Contains(StartsWith("k.krn:2: error: there is no texture")));
+  EXPECT_THAT(check("TextureSampler_Cube_RGBA_F32_LINEAR"),
+              Contains(HasSubstr("textures have 1, 2 or 3 dimensions, and there are no cubes")));
+  EXPECT_THAT(check("TextureSampler_2D_RGBA_U16_POINT"), Not(Contains(HasSubstr("there is no texture type"))));
+}
+
+TEST_F(LintsTest, FunctionsThatTexturesDoNotHaveAreNamed) {
+  const auto check = [&](const std::string& expression, const std::string& header = "") {
+    return Check(MakeKernel("(const TextureSampler_2D_RGBA_F32_LINEAR) image", "\tvec4 a = " + expression + ";"),
+                 header);
+  };
+  EXPECT_THAT(check("SampleTextureLod(image, vec2(0.5, 0.5), 0.0)"),
+              Contains("k.krn:6: error: there is no function \"SampleTextureLod\" of textures; did you mean "
+                       "\"SampleTexture\"?"));
+  EXPECT_THAT(check("texture(UNIFORM(image), vec2(0.5, 0.5))"),
+              Contains(StartsWith("k.krn:6: error: there is no function")));
+  EXPECT_THAT(check("SampleTexture(UNIFORM(image), vec2(0.5, 0.5))"), IsEmpty());
+  EXPECT_THAT(check("Twice(image)", "#define Twice(t) SampleTexture(t, vec2(0.5, 0.5))\n"),
+              Not(Contains(HasSubstr("there is no function"))));
+}
+
 TEST_F(LintsTest, MatoffAndBuffersOfFunctionsAreFound) {
   EXPECT_THAT(Check(MakeKernel("(Matrix32) m", "\tvec3 o = matoff(UNIFORM(m));")),
               Contains(StartsWith("k.krn:6: warning: matoff is translated as text")));

@@ -129,6 +129,9 @@ std::string MakeSplatText(std::string_view name, std::string_view argument) {
          " all its components instead of " + Quote(argument);
 }
 
-void LintLines(const LintedFile& file, Findings& findings) { LineLinter(file, findings).Lint(); }
+void LintLines(const LintedFile& file, Findings& findings) {
+  LineLinter(file, findings).Lint();
+  LintTextureTypes(file, findings);
+}
 
 }  // namespace ostra::tool

@@ -45,6 +45,15 @@ void LintStructure(const LintedFile& file, Findings& findings);
 // Lints of the words that take parameters: POINT textures, matrices, functions.
 void LintUses(const LintedFile& file, const ShaderParser& parser, Findings& findings);
 
+// Texture types that there are not, such as misspelt ones. Part of LintLines.
+void LintTextureTypes(const LintedFile& file, Findings& findings);
+
+// Calls of functions with a texture that neither the language nor the file or its headers have. Part of LintUses.
+void LintTextureCalls(const LintedFile& file, const ShaderParser& parser, Findings& findings);
+
+// The texture in the arguments of a word such as SampleTexture(name, ...) or SampleTexture(UNIFORM(name), ...).
+std::string_view GetTextureName(std::string_view arguments);
+
 // Whether `name` is the constructor of a vector, and what to say of one with a single number as argument.
 Bool IsVectorType(std::string_view name);
 std::string MakeSplatText(std::string_view name, std::string_view argument);

@@ -9,16 +9,6 @@ namespace ostra::tool {
 
 namespace {
 
-// The argument of a word such as SampleTexture(name, ...) or SampleTexture(UNIFORM(name), ...).
-std::string_view GetTextureName(std::string_view arguments) {
-  std::string_view name = arguments.substr(0, arguments.find(','));
-  std::string_view inner;
-  if (name.find("UNIFORM") != std::string_view::npos && GetArguments(name, 0, inner)) name = inner;
-  while (name.starts_with(' ')) name.remove_prefix(1);
-  while (name.ends_with(' ')) name.remove_suffix(1);
-  return name;
-}
-
 Bool IsPointTexture(const ShaderParser& parser, std::string_view name) {
   for (const ShaderTextureEntry& texture : parser.GetTextureEntries())
     if (texture.name == name) return !texture.linear;
@@ -179,8 +169,18 @@ class UseLinter {
 
 }  // namespace
 
+std::string_view GetTextureName(std::string_view arguments) {
+  std::string_view name = arguments.substr(0, arguments.find(','));
+  std::string_view inner;
+  if (name.find("UNIFORM") != std::string_view::npos && GetArguments(name, 0, inner)) name = inner;
+  while (name.starts_with(' ')) name.remove_prefix(1);
+  while (name.ends_with(' ')) name.remove_suffix(1);
+  return name;
+}
+
 void LintUses(const LintedFile& file, const ShaderParser& parser, Findings& findings) {
   UseLinter(file, parser, findings).Lint();
+  LintTextureCalls(file, parser, findings);
 }
 
 }  // namespace ostra::tool

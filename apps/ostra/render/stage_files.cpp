@@ -40,7 +40,9 @@ class StageReader {
         return MakeError(path, "the program has two ." + std::string(file.GetSuffix().GetView()) + " files");
       const auto source = ReadSourceBytes(file);
       if (!source) return MakeError(path, source.GetError().GetMessage().GetView());
+      OSTRA_RETURN_IF_ERROR(CheckTextures(file, nullptr));
       OSTRA_ASSIGN_OR_RETURN(StrongRef<ShaderParser> parser, Parse(file));
+      OSTRA_RETURN_IF_ERROR(CheckTextures(file, parser.GetPointer()));
       OSTRA_RETURN_IF_ERROR(CheckPatchDefines(file, stage, *parser));
       if (parser->GetKernelCode().IsEmpty())
         return OSTRA_ILLEGAL_ARGUMENT("@: error: there is no kernel in this file, or it does not end", file);
@@ -89,6 +91,18 @@ class StageReader {
     }
     OSTRA_ASSIGN_OR_RETURN(const String message, parser->DescribeError(parsed.GetError()));
     return OSTRA_ILLEGAL_ARGUMENT("@", message);
+  }
+
+  // What translator and compiler say about wrong textures is about something else: types before the parse, uses after.
+  static Result<void> CheckTextures(const Url& file, const ShaderParser* parser) {
+    OSTRA_ASSIGN_OR_RETURN(const LintedFile linted, ReadLines(file));
+    Findings findings;
+    if (parser)
+      LintTextureCalls(linted, *parser, findings);
+    else
+      LintTextureTypes(linted, findings);
+    return findings.GetAll().empty() ? Result<void>(OK)
+                                     : OSTRA_ILLEGAL_ARGUMENT("@", FormatFinding(findings.GetAll()[0]));
   }
 
   // Patches would be divided in another way than the file says.
