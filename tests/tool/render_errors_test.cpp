@@ -72,6 +72,36 @@ TEST_F(RenderErrorsTest, VerticesThatWouldNotBeDrawnAreRefused) {
   expect("a lineStrip needs at least 2 vertices, not 1", kOne, "lineStrip");
 }
 
+TEST_F(RenderErrorsTest, ATopologyThatWouldJoinArbitraryVerticesOfAShapeIsRefused) {
+  _folder.Write("t.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n");
+  const auto expect = [&](const std::string& text, const char* vertices, const std::string& topology) {
+    ExpectDraw(std::string(kDraw) + ".topology: " + text,
+               MakeFlatDraw(vertices, "[1, 0, 0, 1]", "0.5", R"("topology": ")" + topology + "\""));
+  };
+  for (const char* topology : {"lineStrip", "triangleStrip"})
+    for (const char* vertices : {R"({"shape": "sphere"})", R"({"model": "t.obj"})"})
+      expect(R"(shapes and models are no strips; "lines" draws their edges)", vertices, topology);
+  for (const char* topology : {"triangles", "lines", "lineStrip"})
+    expect(R"(the shape "points" is drawn with the topology "points")", R"({"shape": "points"})", topology);
+}
+
+TEST_F(RenderErrorsTest, WrongTexturesAreBlamedWhereTheyAreDeclaredAndUsed) {
+  const auto expect = [&](const std::string& text, const char* type, const char* expression) {
+    WriteStage("t.frag", {"(const " + std::string(type) + ") image", "(out Vector4d32) color"},
+               "\tcolor = " + std::string(expression) + ";");
+    Expect(kFailed, "t.frag:" + text,
+           Run(MakeScene(R"({"stages": ["flat.vert", "t.frag"], "vertices": {"shape": "quad"}})")));
+  };
+  constexpr const char *kGood = "TextureSampler_2D_RGBA_F32_LINEAR", *kUse = "SampleTexture(image, vec2(0.5, 0.5))";
+  expect("2: error: there is no texture type \"TextureSampler_2D_RGBA_F23_LINEAR\"; did you mean ",
+         "TextureSampler_2D_RGBA_F23_LINEAR", kUse);
+  expect(
+      "2: error: there is no texture type \"TextureSampler_Cube_RGBA_F32_LINEAR\": textures have 1, 2 or 3 dimensions",
+      "TextureSampler_Cube_RGBA_F32_LINEAR", kUse);
+  expect("7: error: there is no function \"SampleTextureLod\" of textures; did you mean \"SampleTexture\"?", kGood,
+         "SampleTextureLod(image, vec2(0.5, 0.5), 0.0)");
+}
+
 TEST_F(RenderErrorsTest, ADepthTestNeedsADepth) {
   const std::string draw = MakeFlatDraw(kWholeQuad, "[1, 0, 0, 1]", "0.5", R"("state": {"depthTest": "less"})");
   Expect(kFailed, std::string(kDraw) + ".state.depthTest: the pass has no depth to test: leave out \"depth\": false",

@@ -1,5 +1,6 @@
 // `ostra render`: what a scene draws.
 #include <algorithm>
+#include <bit>
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <set>
@@ -63,6 +64,41 @@ TEST_F(RenderTest, ModelsAreDrawnFromTheirFiles) {
       Draw(MakeScene(MakeFlatDraw(R"({"model": "half.obj"})", kRed, "0.5", R"("state": {"cullMode": "back"})")));
   EXPECT_EQ(CountDrawnPixels(image), 128);
   EXPECT_EQ(GetPixel(image, 7, 8), kRedPixel);
+}
+
+TEST_F(RenderTest, LinesOfAShapeAndAModelAreTheirWires) {
+  // The sides of the quad lie in its middle and the model's in its lower left half: nothing crosses the rest.
+  const std::string lines = R"("topology": "lines")";
+  const Image quad = Draw(MakeScene(MakeFlatDraw(R"({"shape": "quad", "size": [1, 1]})", kRed, "0.5", lines)));
+  EXPECT_EQ(GetPixel(quad, 8, 8), kBlackPixel);
+  EXPECT_EQ(GetPixel(quad, 8, 2), kBlackPixel);
+  EXPECT_GE(CountDrawnPixels(quad), 4 * 7);
+  EXPECT_LE(CountDrawnPixels(quad), 4 * 9);
+  _folder.Write("t.obj", "v -0.5 -0.5 0\nv 0.5 -0.5 0\nv -0.5 0.5 0\nf 1 2 3\n");
+  const Image model = Draw(MakeScene(MakeFlatDraw(R"({"model": "t.obj"})", kRed, "0.5", lines)));
+  EXPECT_EQ(GetPixel(model, 6, 9), kBlackPixel);
+  EXPECT_EQ(GetPixel(model, 10, 6), kBlackPixel);
+  EXPECT_GE(CountDrawnPixels(model), 3 * 7);
+}
+
+TEST_F(RenderTest, ABufferOfStructsIsReadFromItsBytes) {
+  WriteStage("s.vert", {"(attribute Vector2d32) position"}, "\tOutPosition = vec4(position.x, position.y, 0.5, 1.0);");
+  _folder.Write("s.inc", "struct Lamp\n{\n\tUInt32 number;\n\tFloat32 green;\n};\n");
+  WriteStage("s.frag", {"(const Block<Lamp>) lamps", "(out Vector4d32) color"},
+             "\tcolor = vec4(float(UNIFORM_BUFFER(lamps)[1].number) / 4.0, UNIFORM_BUFFER(lamps)[1].green, 0.0, 1.0);");
+  const auto scene = [](const char* file) {
+    return MakeScene(R"({"stages": ["s.vert", "s.frag"], "vertices": )" + std::string(kWholeQuad) +
+                     R"(, "buffers": {"lamps": ")" + file + "\"}}");
+  };
+  const UInt32 lamps[] = {7, 0, 4, std::bit_cast<UInt32>(1.0f)};
+  _folder.Write("lamps.raw", std::string(reinterpret_cast<const char*>(lamps), sizeof(lamps)));
+  EXPECT_THAT(GetPixel(Draw(scene("lamps.raw")), 4, 4), ElementsAre(255, 255, 0, 255));
+  _folder.Write("short.raw", std::string(12, 'x'));
+  EXPECT_THAT(Run(scene("short.raw")).errors,
+              HasSubstr("short.raw has 12 bytes, and elements of the struct \"Lamp\" have 8 each"));
+  _folder.Write("lamps.csv", "1,2\n");
+  EXPECT_THAT(Run(scene("lamps.csv")).errors,
+              HasSubstr("elements of the struct \"Lamp\" are read from .raw files, 8 bytes each, member after member"));
 }
 
 TEST_F(RenderTest, TheDepthTestChoosesWhatIsSeen) {

@@ -54,6 +54,19 @@ TEST(ShapesTest, TrianglesOfEverySurfaceTurnCounterclockwiseSeenFromOutside) {
   ExpectOutside(Describe(SceneShape::Torus, 12, 8));
 }
 
+TEST(ShapesTest, LinesAreTheSidesOfTheCells) {
+  const ShapeVertices grid = MakeShape(Describe(SceneShape::Grid, 2, 3), SceneTopology::Lines);
+  ASSERT_EQ(grid.GetCount(), 2 * (2 * 4 + 3 * 3));
+  for (Int i = 0; i < grid.GetCount(); i += 2) {
+    const V3 side = Take(grid.positions, i + 1) - Take(grid.positions, i);
+    EXPECT_EQ((side.x != 0) + (side.z != 0), 1) << i;
+    EXPECT_NEAR(std::abs(side.x) + std::abs(side.z), side.x != 0 ? 1.0 / 2 : 1.0 / 3, 1e-6);
+  }
+  const ShapeVertices wires = MakeWireframe(MakeShape(Describe(SceneShape::Quad), SceneTopology::Triangles));
+  EXPECT_EQ(wires.GetCount(), 12);
+  EXPECT_EQ(wires.normals.size(), 36u);
+}
+
 TEST(ShapesTest, CountsFollowFromTheSegments) {
   EXPECT_EQ(MakeShape(Describe(SceneShape::Quad), SceneTopology::Triangles).GetCount(), 6);
   EXPECT_EQ(MakeShape(Describe(SceneShape::Grid, 3, 5), SceneTopology::Triangles).GetCount(), 90);

@@ -4,6 +4,7 @@
 #include <map>
 
 #include "apps/ostra/buffers/buffer_file.h"
+#include "apps/ostra/buffers/file_kind.h"
 #include "apps/ostra/names/nearest_name.h"
 #include "apps/ostra/render/json_place.h"
 #include "apps/ostra/render/read_draw.h"
@@ -12,6 +13,7 @@
 #include "apps/ostra/values/scalar_type.h"
 #include "apps/ostra/values/typed_value.h"
 #include "ostra/core/format.h"
+#include "ostra/io/file.h"
 #include "ostra/math/data_types.h"
 #include "ostra/object/class.h"
 #include "ostra/render/gradient.h"
@@ -159,17 +161,49 @@ class Planner {
     if (given->second.file.empty()) {
       buffer.kernelBuffer = given->second.kernelBuffer;
     } else {
+      OSTRA_ASSIGN_OR_RETURN(const Url file, FindSceneFile(_folder, given->second.file));
+      const Int structSize = FindStructSize(*planned.stages[static_cast<std::size_t>(stage)].parser, input);
+      if (structSize > 0 && structSize % Int(sizeof(UInt32)) == 0) {
+        OSTRA_ASSIGN_OR_RETURN(buffer.elements, LoadStructs(given->second, file, input, structSize));
+        buffer.elementType = GetDataType<UInt32>();
+        planned.buffers.push_back(std::move(buffer));
+        return OK;
+      }
       buffer.elementType = DataTypeFromTypeName(input.typeName.GetView());
       if (!buffer.elementType.IsPopulated())
         return MakeError(given->second.path, "elements of the type \"" + std::string(input.typeName.GetView()) +
                                                  "\" cannot be read from files");
-      OSTRA_ASSIGN_OR_RETURN(const Url file, FindSceneFile(_folder, given->second.file));
       auto contents = LoadBuffer(file.GetView(), buffer.elementType);
       if (!contents) return MakeError(given->second.path, contents.GetError().GetMessage().GetView());
       buffer.elements = std::move(contents->elements);
     }
     planned.buffers.push_back(std::move(buffer));
     return OK;
+  }
+
+  // Bytes of the elements of a buffer of structs, whose members lie one behind the other; 0 for other buffers.
+  static Int FindStructSize(const ShaderParser& parser, const ShaderInputEntry& input) {
+    for (const ShaderStructDefinition& definition : parser.GetStructs())
+      if (definition.name.GetView() == input.typeName.GetView()) return definition.byteSize;
+    return 0;
+  }
+
+  // The bytes of structs. Other files say numbers of one type, and members have several.
+  Result<GenericBaseArray> LoadStructs(const SceneBuffer& given, const Url& file, const ShaderInputEntry& input,
+                                       Int structSize) const {
+    const std::string elements = "elements of the struct \"" + std::string(input.typeName.GetView()) + "\"";
+    if (GetFileKind(file) != FileKind::Raw)
+      return MakeError(given.path, elements + " are read from .raw files, " + std::to_string(structSize) +
+                                       " bytes each, member after member");
+    auto bytes = ReadFileToMemory(file);
+    if (!bytes) return MakeError(given.path, bytes.GetError().GetMessage().GetView());
+    if (bytes->IsEmpty() || bytes->GetCount() % structSize != 0)
+      return MakeError(given.path, std::string(file.GetView()) + " has " + std::to_string(bytes->GetCount()) +
+                                       " bytes, and " + elements + " have " + std::to_string(structSize) + " each");
+    OSTRA_ASSIGN_OR_RETURN(GenericBaseArray words,
+                           GenericBaseArray::Create(GetDataType<UInt32>(), bytes->GetCount() / Int(sizeof(UInt32))));
+    MemCopy(words.GetFirst(), bytes->GetFirst(), bytes->GetCount());
+    return words;
   }
 
   Result<void> PlanTexture(const SceneDraw& draw, Int32 stage, const ShaderTextureEntry& entry, PlannedDraw& planned) {

@@ -31,6 +31,17 @@ void AppendSurface(ShapeVertices& target, SceneTopology topology, Int columns, I
       for (Int column = 0; column <= columns; ++column) corner(column, row);
     return;
   }
+  if (topology == SceneTopology::Lines) {
+    const auto line = [&](Int column, Int row, Int nextColumn, Int nextRow) {
+      corner(column, row);
+      corner(nextColumn, nextRow);
+    };
+    for (Int row = 0; row <= rows; ++row)
+      for (Int column = 0; column < columns; ++column) line(column, row, column + 1, row);
+    for (Int column = 0; column <= columns; ++column)
+      for (Int row = 0; row < rows; ++row) line(column, row, column, row + 1);
+    return;
+  }
   for (Int row = 0; row < rows; ++row)
     for (Int column = 0; column < columns; ++column) {
       // From the upper left, counterclockwise.
@@ -132,6 +143,20 @@ ShapeVertices MakeShape(const SceneShapeSettings& settings, SceneTopology topolo
       break;
   }
   return vertices;
+}
+
+ShapeVertices MakeWireframe(const ShapeVertices& triangles) {
+  ShapeVertices lines;
+  const auto append = [](const std::vector<Float32>& from, std::vector<Float32>& to, Int size, Int vertex) {
+    to.insert(to.end(), from.begin() + size * vertex, from.begin() + size * (vertex + 1));
+  };
+  for (Int i = 0; i + 2 < triangles.GetCount(); i += 3)
+    for (const Int corner : {0, 1, 1, 2, 2, 0}) {
+      append(triangles.positions, lines.positions, 3, i + corner);
+      append(triangles.normals, lines.normals, 3, i + corner);
+      append(triangles.uvs, lines.uvs, 2, i + corner);
+    }
+  return lines;
 }
 
 }  // namespace ostra::tool

@@ -25,7 +25,11 @@ struct ShapeVertices {
 // The attributes that shapes have.
 std::vector<std::string> ListShapeAttributes();
 
-// Patches: four vertices a cell; points: each corner once; else triangles. Lengths of 0 are not asked for.
+// Patches: four vertices a cell; points: each corner once; lines: each side of a cell once; else triangles. Lengths of
+// 0 are not asked for.
 ShapeVertices MakeShape(const SceneShapeSettings& settings, SceneTopology topology);
+
+// The sides of triangles as lines.
+ShapeVertices MakeWireframe(const ShapeVertices& triangles);
 
 }  // namespace ostra::tool

@@ -42,10 +42,12 @@ class VertexMaker {
       data.count = _vertices.count;
       return data;
     }
+    OSTRA_RETURN_IF_ERROR(CheckTopology());
     if (_vertices.shape) {
       OSTRA_RETURN_IF_ERROR(TakeShape(MakeShape(*_vertices.shape, _draw.topology), "shapes"));
     } else if (!_vertices.model.empty()) {
-      OSTRA_ASSIGN_OR_RETURN(const ShapeVertices model, LoadModel());
+      OSTRA_ASSIGN_OR_RETURN(ShapeVertices model, LoadModel());
+      if (_draw.topology == SceneTopology::Lines) model = MakeWireframe(model);
       OSTRA_RETURN_IF_ERROR(TakeShape(model, "models"));
     } else {
       OSTRA_RETURN_IF_ERROR(TakeNumbers());
@@ -57,6 +59,23 @@ class VertexMaker {
  private:
   Error MakeError(std::string_view path, std::string_view text) const {
     return OSTRA_ILLEGAL_ARGUMENT("@: @: @", _scene.file, path, text);
+  }
+
+  // Shapes and models come as lists of cells: what joins one vertex with the next would join what lies anywhere.
+  Result<void> CheckTopology() const {
+    const SceneTopology topology = _draw.topology;
+    const Bool isModel = !_vertices.model.empty();
+    if (!_vertices.shape && !isModel) return OK;
+    const std::string path = _draw.path + ".topology";
+    const Bool isLattice = !isModel && _vertices.shape->shape == SceneShape::Points;
+    if (isLattice && topology != SceneTopology::Points)
+      return MakeError(path, R"(the shape "points" is drawn with the topology "points")");
+    if (topology == SceneTopology::LineStrip || topology == SceneTopology::TriangleStrip)
+      return MakeError(path, R"(shapes and models are no strips; "lines" draws their edges)");
+    if (topology == SceneTopology::Patches && !isModel && _draw.patchSize != 4)
+      return MakeError(_draw.path + ".patchSize",
+                       "the patches of shapes have 4 corners, not " + std::to_string(_draw.patchSize));
+    return OK;
   }
 
   Result<void> CollectAttributes(const StageFile& stage) {
