@@ -16,7 +16,8 @@
 namespace ostra::vocabulary {
 
 inline Float32 abs(Float32 x) { return __builtin_fabsf(x); }
-inline Int32 abs(Int32 x) { return x < 0 ? -x : x; }
+// The least number stays what it is, as on a GPU.
+inline Int32 abs(Int32 x) { return static_cast<Int32>(x < 0 ? 0u - static_cast<UInt32>(x) : static_cast<UInt32>(x)); }
 inline Float32 sign(Float32 x) { return static_cast<Float32>(x > 0.0f) - static_cast<Float32>(x < 0.0f); }
 inline Int32 sign(Int32 x) { return static_cast<Int32>(x > 0) - static_cast<Int32>(x < 0); }
 

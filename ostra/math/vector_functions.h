@@ -4,6 +4,7 @@
 // file pays for no instantiation.
 #pragma once
 
+#include "ostra/math/float64_scalar_functions.h"
 #include "ostra/math/scalar_functions.h"
 #include "ostra/math/vector.h"
 
@@ -51,59 +52,74 @@ namespace ostra::vocabulary {
 #define OSTRA_SCALAR_SCALAR_VECTOR(Vector, Element, name) \
   inline Vector name(Element a, Element b, const Vector& c) { return name(Vector(a), Vector(b), c); }
 
-OSTRA_UNARY(Float32, abs)
+// What integers have as well.
+#define OSTRA_ORDER_FUNCTIONS(Element)                \
+  OSTRA_BINARY(Element, min)                          \
+  OSTRA_EACH_WIDTH(OSTRA_VECTOR_SCALAR, Element, min) \
+  OSTRA_BINARY(Element, max)                          \
+  OSTRA_EACH_WIDTH(OSTRA_VECTOR_SCALAR, Element, max) \
+  OSTRA_TERNARY(Element, clamp)                       \
+  OSTRA_EACH_WIDTH(OSTRA_VECTOR_SCALAR_SCALAR, Element, clamp)
+
+// Length, distance, unit vector, mirror image of `a` at the plane with the unit normal `normal`.
+#define OSTRA_GEOMETRY(Vector, Element, name)                                         \
+  inline Element length(const Vector& a) { return sqrt(dot(a, a)); }                  \
+  inline Element distance(const Vector& a, const Vector& b) { return length(a - b); } \
+  inline Vector normalize(const Vector& a) { return a * inversesqrt(dot(a, a)); }     \
+  inline Vector reflect(const Vector& a, const Vector& normal) { return a - normal * (Element(2) * dot(normal, a)); }
+
+// All functions of vectors of floating-point numbers.
+#define OSTRA_FLOAT_VECTOR_FUNCTIONS(Element)                                                                      \
+  OSTRA_UNARY(Element, abs)                                                                                        \
+  OSTRA_UNARY(Element, sign)                                                                                       \
+  OSTRA_UNARY(Element, floor)                                                                                      \
+  OSTRA_UNARY(Element, ceil)                                                                                       \
+  OSTRA_UNARY(Element, trunc)                                                                                      \
+  OSTRA_UNARY(Element, fract)                                                                                      \
+  OSTRA_UNARY(Element, sqrt)                                                                                       \
+  OSTRA_UNARY(Element, inversesqrt)                                                                                \
+  OSTRA_UNARY(Element, exp)                                                                                        \
+  OSTRA_UNARY(Element, exp2)                                                                                       \
+  OSTRA_UNARY(Element, log)                                                                                        \
+  OSTRA_UNARY(Element, log2)                                                                                       \
+  OSTRA_UNARY(Element, sin)                                                                                        \
+  OSTRA_UNARY(Element, cos)                                                                                        \
+  OSTRA_UNARY(Element, tan)                                                                                        \
+  OSTRA_UNARY(Element, asin)                                                                                       \
+  OSTRA_UNARY(Element, acos)                                                                                       \
+  OSTRA_UNARY(Element, atan)                                                                                       \
+  OSTRA_UNARY(Element, radians)                                                                                    \
+  OSTRA_UNARY(Element, degrees)                                                                                    \
+  OSTRA_BINARY(Element, pow)                                                                                       \
+  OSTRA_BINARY(Element, atan)                                                                                      \
+  OSTRA_BINARY(Element, mod)                                                                                       \
+  OSTRA_EACH_WIDTH(OSTRA_VECTOR_SCALAR, Element, mod)                                                              \
+  OSTRA_BINARY(Element, step)                                                                                      \
+  OSTRA_EACH_WIDTH(OSTRA_SCALAR_VECTOR, Element, step)                                                             \
+  OSTRA_ORDER_FUNCTIONS(Element)                                                                                   \
+  OSTRA_TERNARY(Element, mix)                                                                                      \
+  OSTRA_EACH_WIDTH(OSTRA_VECTOR_VECTOR_SCALAR, Element, mix)                                                       \
+  OSTRA_TERNARY(Element, smoothstep)                                                                               \
+  OSTRA_EACH_WIDTH(OSTRA_SCALAR_SCALAR_VECTOR, Element, smoothstep)                                                \
+  inline Element dot(const Vec2<Element>& a, const Vec2<Element>& b) { return a.x * b.x + a.y * b.y; }             \
+  inline Element dot(const Vec3<Element>& a, const Vec3<Element>& b) { return a.x * b.x + a.y * b.y + a.z * b.z; } \
+  inline Element dot(const Vec4<Element>& a, const Vec4<Element>& b) {                                             \
+    return a.x * b.x + a.y * b.y + a.z * b.z + a.w * b.w;                                                          \
+  }                                                                                                                \
+  inline Vec3<Element> cross(const Vec3<Element>& a, const Vec3<Element>& b) {                                     \
+    return Vec3<Element>(a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x);                     \
+  }                                                                                                                \
+  OSTRA_EACH_WIDTH(OSTRA_GEOMETRY, Element, )
+
+OSTRA_FLOAT_VECTOR_FUNCTIONS(Float32)
 OSTRA_UNARY(Int32, abs)
-OSTRA_UNARY(Float32, sign)
 OSTRA_UNARY(Int32, sign)
-OSTRA_UNARY(Float32, floor)
-OSTRA_UNARY(Float32, ceil)
-OSTRA_UNARY(Float32, trunc)
-OSTRA_UNARY(Float32, fract)
-OSTRA_UNARY(Float32, sqrt)
-OSTRA_UNARY(Float32, inversesqrt)
-OSTRA_UNARY(Float32, exp)
-OSTRA_UNARY(Float32, exp2)
-OSTRA_UNARY(Float32, log)
-OSTRA_UNARY(Float32, log2)
-OSTRA_UNARY(Float32, sin)
-OSTRA_UNARY(Float32, cos)
-OSTRA_UNARY(Float32, tan)
-OSTRA_UNARY(Float32, asin)
-OSTRA_UNARY(Float32, acos)
-OSTRA_UNARY(Float32, atan)
-OSTRA_UNARY(Float32, radians)
-OSTRA_UNARY(Float32, degrees)
+OSTRA_ORDER_FUNCTIONS(Int32)
+OSTRA_ORDER_FUNCTIONS(UInt32)
 
-OSTRA_BINARY(Float32, pow)
-OSTRA_BINARY(Float32, atan)
-OSTRA_BINARY(Float32, mod)
-OSTRA_EACH_WIDTH(OSTRA_VECTOR_SCALAR, Float32, mod)
-OSTRA_BINARY(Float32, step)
-OSTRA_EACH_WIDTH(OSTRA_SCALAR_VECTOR, Float32, step)
-
-OSTRA_BINARY(Float32, min)
-OSTRA_BINARY(Int32, min)
-OSTRA_BINARY(UInt32, min)
-OSTRA_EACH_WIDTH(OSTRA_VECTOR_SCALAR, Float32, min)
-OSTRA_EACH_WIDTH(OSTRA_VECTOR_SCALAR, Int32, min)
-OSTRA_EACH_WIDTH(OSTRA_VECTOR_SCALAR, UInt32, min)
-OSTRA_BINARY(Float32, max)
-OSTRA_BINARY(Int32, max)
-OSTRA_BINARY(UInt32, max)
-OSTRA_EACH_WIDTH(OSTRA_VECTOR_SCALAR, Float32, max)
-OSTRA_EACH_WIDTH(OSTRA_VECTOR_SCALAR, Int32, max)
-OSTRA_EACH_WIDTH(OSTRA_VECTOR_SCALAR, UInt32, max)
-OSTRA_TERNARY(Float32, clamp)
-OSTRA_TERNARY(Int32, clamp)
-OSTRA_TERNARY(UInt32, clamp)
-OSTRA_EACH_WIDTH(OSTRA_VECTOR_SCALAR_SCALAR, Float32, clamp)
-OSTRA_EACH_WIDTH(OSTRA_VECTOR_SCALAR_SCALAR, Int32, clamp)
-OSTRA_EACH_WIDTH(OSTRA_VECTOR_SCALAR_SCALAR, UInt32, clamp)
-
-OSTRA_TERNARY(Float32, mix)
-OSTRA_EACH_WIDTH(OSTRA_VECTOR_VECTOR_SCALAR, Float32, mix)
-OSTRA_TERNARY(Float32, smoothstep)
-OSTRA_EACH_WIDTH(OSTRA_SCALAR_SCALAR_VECTOR, Float32, smoothstep)
+namespace float64 {
+OSTRA_FLOAT_VECTOR_FUNCTIONS(Float64)
+}  // namespace float64
 
 #undef OSTRA_UNARY
 #undef OSTRA_BINARY
@@ -114,25 +130,8 @@ OSTRA_EACH_WIDTH(OSTRA_SCALAR_SCALAR_VECTOR, Float32, smoothstep)
 #undef OSTRA_VECTOR_SCALAR_SCALAR
 #undef OSTRA_VECTOR_VECTOR_SCALAR
 #undef OSTRA_SCALAR_SCALAR_VECTOR
-
-inline Float32 dot(const Vec2<Float32>& a, const Vec2<Float32>& b) { return a.x * b.x + a.y * b.y; }
-inline Float32 dot(const Vec3<Float32>& a, const Vec3<Float32>& b) { return a.x * b.x + a.y * b.y + a.z * b.z; }
-inline Float32 dot(const Vec4<Float32>& a, const Vec4<Float32>& b) {
-  return a.x * b.x + a.y * b.y + a.z * b.z + a.w * b.w;
-}
-inline Vec3<Float32> cross(const Vec3<Float32>& a, const Vec3<Float32>& b) {
-  return Vec3<Float32>(a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x);
-}
-
-// Length, distance, unit vector, mirror image of `a` at the plane with the unit normal `normal`.
-#define OSTRA_GEOMETRY(Vector)                                                        \
-  inline Float32 length(const Vector& a) { return sqrt(dot(a, a)); }                  \
-  inline Float32 distance(const Vector& a, const Vector& b) { return length(a - b); } \
-  inline Vector normalize(const Vector& a) { return a * inversesqrt(dot(a, a)); }     \
-  inline Vector reflect(const Vector& a, const Vector& normal) { return a - normal * (2.0f * dot(normal, a)); }
-OSTRA_GEOMETRY(Vec2<Float32>)
-OSTRA_GEOMETRY(Vec3<Float32>)
-OSTRA_GEOMETRY(Vec4<Float32>)
+#undef OSTRA_ORDER_FUNCTIONS
 #undef OSTRA_GEOMETRY
+#undef OSTRA_FLOAT_VECTOR_FUNCTIONS
 
 }  // namespace ostra::vocabulary

@@ -6,9 +6,11 @@
 //
 // Functions take scalars, or vectors component by component, and mean what GLSL says. Where a scalar may stand beside
 // vectors (min, max, clamp, mix, step, smoothstep, mod) it is used for every component. Sums (dot, mul) are added from
-// the first component to the last. Everything inlines; nothing allocates, fails or keeps state.
+// the first component to the last. Everything inlines; nothing allocates, fails or keeps state. Arguments of Float64
+// are computed with in Float64 (float64_forms.h).
 #pragma once
 
+#include "ostra/math/float64_forms.h"
 #include "ostra/math/half_float.h"
 #include "ostra/math/matrix.h"
 #include "ostra/math/matrix_functions.h"

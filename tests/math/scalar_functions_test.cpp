@@ -73,6 +73,12 @@ TEST(ScalarFunctionsTest, MinimumMaximumAndClampChooseOneOfTheirArguments) {
   EXPECT_EQ(words::clamp(4u, 3u, 7u), 4u);
 }
 
+TEST(ScalarFunctionsTest, TheLeastNumberIsItsOwnMagnitude) {
+  constexpr Int32 kLeast = std::numeric_limits<Int32>::min();
+  EXPECT_EQ(words::abs(kLeast), kLeast);
+  EXPECT_EQ(words::abs(kLeast + 1), std::numeric_limits<Int32>::max());
+}
+
 TEST(ScalarFunctionsTest, RemainderHasTheSignOfTheDivisor) {
   EXPECT_FLOAT_EQ(words::mod(5.5f, 2.0f), 1.5f);
   EXPECT_FLOAT_EQ(words::mod(-0.5f, 2.0f), 1.5f);
