@@ -70,19 +70,6 @@ Result<void> AppendInput(ParseState& state, InputLists& lists, DataType type, st
   return OK;
 }
 
-Result<void> AppendTexture(ParseState& state, InputLists& lists, std::string_view type, std::string_view name,
-                           Int32 kind) {
-  ShaderTextureEntry entry;
-  OSTRA_ASSIGN_OR_RETURN(const Bool isTexture, ReadTextureType(type, entry));
-  if (!isTexture) return OK;
-  OSTRA_ASSIGN_OR_RETURN(entry.name, CString::Create(name));
-  entry.readOnly = (kind & kShaderInputReadOnly) != 0;
-  entry.origin = state.origin;
-  if (!entry.readOnly) CountMetalImage(state.pieces);
-  OSTRA_RETURN_IF_ERROR(lists.textures.Append(std::move(entry)));
-  return OK;
-}
-
 // The words of a line in the define form, sorted.
 struct DefineLine {
   std::string_view type;  // without parentheses, but for that which closes a constant type
@@ -91,6 +78,20 @@ struct DefineLine {
   Bool hasName = false;
   Int32 kind = 0;
 };
+
+// The name comes last: a type that makes no texture needs none.
+Result<void> AppendTexture(ParseState& state, InputLists& lists, const DefineLine& line) {
+  ShaderTextureEntry entry;
+  OSTRA_ASSIGN_OR_RETURN(const Bool isTexture, ReadTextureType(line.type, entry));
+  if (!isTexture) return OK;
+  if (!line.hasName) return MakeFormError();
+  OSTRA_ASSIGN_OR_RETURN(entry.name, CString::Create(line.name));
+  entry.readOnly = (line.kind & kShaderInputReadOnly) != 0;
+  entry.origin = state.origin;
+  if (!entry.readOnly) CountMetalImage(state.pieces);
+  OSTRA_RETURN_IF_ERROR(lists.textures.Append(std::move(entry)));
+  return OK;
+}
 
 // `valueTypeName` holds the type after the type rules.
 DefineLine SortDefineLine(const SourceWords& words, Int32 qualifier, std::string_view valueTypeName) {
@@ -119,14 +120,13 @@ Result<void> ParseInputDefineLine(ParseState& state, const SourceWords& words, I
   OSTRA_ASSIGN_OR_RETURN(const std::string_view typeName, TranslateLine(state, state.typeRules, word));
   const DefineLine line = SortDefineLine(words, qualifier, typeName);
 
-  const Bool isTexture = line.type.find("TextureSampler") != std::string_view::npos;
-  const std::string_view elementType = isTexture ? std::string_view() : FindElementType(line.type);
+  if (line.type.find("TextureSampler") != std::string_view::npos) return AppendTexture(state, lists, line);
+  const std::string_view elementType = FindElementType(line.type);
   const Bool isBuffer = elementType.data() != nullptr;
-  if (!isTexture && !isBuffer && !line.valueType.IsPopulated()) return OK;
+  if (!isBuffer && !line.valueType.IsPopulated()) return OK;
+  if (isBuffer) CountMetalBuffer(state.pieces);
   if (!line.hasName) return MakeFormError();
-  if (isTexture) return AppendTexture(state, lists, line.type, line.name, line.kind);
   if (!isBuffer) return AppendInput(state, lists, line.valueType, "", line.name, line.kind);
-  CountMetalBuffer(state.pieces);
   OSTRA_ASSIGN_OR_RETURN(String element, String::Create(elementType));
   OSTRA_ASSIGN_OR_RETURN(element, CopyTranslated(state, state.typeRules, element));
   return AppendInput(state, lists, DataType(), element, line.name, line.kind);

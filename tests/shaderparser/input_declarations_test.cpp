@@ -150,6 +150,16 @@ TEST_F(InputDeclarationsTest, AnEntryWithoutANameIsAnError) {
   EXPECT_THAT(TryParse(MakeStruct("const Block<Float32>")), IsErrorWith(kIllegalArgumentError, kFormError));
 }
 
+// The type is read before the name is looked for.
+TEST_F(InputDeclarationsTest, ATextureTypeOfAnotherFormNeedsNoName) {
+  for (const char* type : {"TextureSampler", "TextureSampler_2D_", "TextureSampler_2D_R_F32_NEAREST)"})
+    EXPECT_THAT(TexturesOf(std::string("(const ") + type), IsEmpty()) << type;
+  EXPECT_THAT(TryParse(MakeDefine("(const TextureSampler_2D_R_S8_LINEAR)")),
+              IsErrorWith(kIllegalArgumentError, "wrong combination of numChannels and format string"));
+  EXPECT_THAT(TryParse(MakeDefine("(const TextureSampler_2D_R_F32_LINEAR)")),
+              IsErrorWith(kIllegalArgumentError, kFormError));
+}
+
 TEST_F(InputDeclarationsTest, TheTemplateArgumentReachesTypes) {
   const ParseSettings settings{.templateArgument = "Float32"};
   EXPECT_THAT(InputsOf("(TYPE) a, \\\n(Block<TYPE>) b, \\\n(const Block<TYPE>) c, \\\n(attribute TYPE) d", settings),
