@@ -88,10 +88,19 @@ constexpr const char* kStatements[] = {
 };
 
 // Words that only make sense in functions or in graphics programs have tests of their own.
-const std::set<std::string> kWordsTestedElsewhere = {"groupSharedMemory", "PassTexture",    "PassMultisampledTexture",
-                                                     "SampleParameter",   "FetchParameter", "discard",
-                                                     "InVertexID",        "InInstanceID",   "OutPosition",
-                                                     "InFragCoord",       "InSampleID",     "mat2"};
+const std::set<std::string> kWordsTestedElsewhere = {"groupSharedMemory",
+                                                     "PassTexture",
+                                                     "PassMultisampledTexture",
+                                                     "SampleParameter",
+                                                     "FetchParameter",
+                                                     "discard",
+                                                     "InVertexID",
+                                                     "InInstanceID",
+                                                     "OutPosition",
+                                                     "InFragCoord",
+                                                     "InSampleID",
+                                                     "mat2",
+                                                     "Float64"};
 
 ShaderRecords MakeWordRecords(const Id& language) {
   std::string code;

@@ -197,6 +197,22 @@ TEST(KernelLanguageTest, EveryWordOfTheDialectDoesItsWork) {
   EXPECT_EQ(runner.GetBuffer<Vec4<Float32>>("results")[0].w, 6.0f);
 }
 
+TEST(KernelLanguageTest, SignedIntegersWrapAroundInEveryWayOfRunning) {
+  constexpr Int32 kLeast = std::numeric_limits<Int32>::min(), kGreatest = std::numeric_limits<Int32>::max();
+  for (const Way way : kAllWays) {
+    KernelRunner runner("net.ostra.parity.overflow.krn");
+    runner.SetValue<UInt32>("count", 2);
+    runner.SetBuffer("a", std::vector<Int32>{kGreatest, kLeast});
+    runner.SetBuffer("b", std::vector<Int32>{2, 1});
+    runner.SetBuffer("results", std::vector<Int32>(20, 7));
+    ASSERT_THAT(runner.Run({2, 1, 1}, way), IsOk());
+    EXPECT_THAT(runner.GetBuffer<Int32>("results"),
+                testing::ElementsAre(0, 1, 0, -kGreatest, 0, kLeast + 1, kGreatest - 2, -2, -128, 0,  // of the greatest
+                                     1, 0, 0, kLeast, 1, kLeast + 1, kGreatest, kLeast, 0, 1))        // of the least
+        << static_cast<int>(way);
+  }
+}
+
 TEST(KernelLanguageTest, TypeStandsForTheTemplateArgument) {
   KernelRunner runner("net.ostra.test.templated.krn");
   runner.SetBuffer("source", std::vector<Vec2<Float32>>{{1, 2}, {3, 4}});

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <nlohmann/json.hpp>
 
 #include "apps/ostra/buffers/buffer_file.h"
@@ -58,6 +59,34 @@ TEST(RunTest, ValuesOfOptionsReachTheKernelInTheirTypes) {
                "factor=2.5", "--set", "offset=100,-1", "--out", "values=" + folder / "out.npy"});
   ASSERT_EQ(result.exitStatus, 0) << result.errors;
   EXPECT_THAT(LoadValues<Float32>(folder / "out.npy"), ElementsAre(1.5f, 4.0f, -9.75f));
+}
+
+TEST(RunTest, SignedIntegersWrapAroundAndDoublesKeepTheirDigits) {
+  const TemporaryFolder folder;
+  folder.Write("in.csv", "2147483647\n5\n-2147483648\n");
+  const std::string kernel = folder.Write("net.example.ends.krn",
+                                          "#define KERNELINPUTS \\\n(const Block<Int32>) values, \\\n"
+                                          "(Block<Int32>) isMore, \\\n(Block<Float64>) roots\n\n"
+                                          "OSTRA_PARALLEL_KERNEL(Ends, KERNELINPUTS)\n{\n"
+                                          "\tuint i = LinearInvocation();\n"
+                                          "\tint k = UNIFORM_BUFFER(values)[i];\n"
+                                          "\tUNIFORM_BUFFER(isMore)[i] = k + 1 > k ? 1 : 0;\n"
+                                          "\tFloat64 x = k;\n"
+                                          "\tUNIFORM_BUFFER(roots)[i] = sqrt(abs(x));\n"
+                                          "}\nOSTRA_PARALLEL_KERNEL_END\n");
+  for (const char* speed : {"--fast", ""}) {
+    std::vector<std::string> arguments = {"run",    kernel,
+                                          "--in",   "values=" + folder / "in.csv",
+                                          "--out",  "isMore=" + folder / "more.csv",
+                                          "--out",  "roots=" + folder / "roots.npy",
+                                          "--size", "3"};
+    if (*speed) arguments.emplace_back(speed);
+    const ToolResult result = RunTool(arguments);
+    ASSERT_EQ(result.exitStatus, 0) << result.errors;
+    EXPECT_THAT(LoadValues<Int32>(folder / "more.csv"), ElementsAre(0, 1, 1)) << speed;
+  }
+  EXPECT_THAT(LoadValues<Float64>(folder / "roots.npy"),
+              ElementsAre(std::sqrt(2147483647.0), std::sqrt(5.0), std::sqrt(2147483648.0)));
 }
 
 TEST(RunTest, ExchangedBuffersCarryTheResultFromDispatchToDispatch) {

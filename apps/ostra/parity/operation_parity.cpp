@@ -3,10 +3,12 @@
 #include <bit>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 #include <limits>
 
 #include "apps/ostra/parity/parity_runs.h"
 #include "apps/ostra/parity/program_runner.h"
+#include "ostra/drawport/settings.h"
 
 namespace ostra::parity {
 namespace {
@@ -97,6 +99,45 @@ std::vector<UInt32> MakeWords(UInt32 seed, UInt32 count) {
   return words;
 }
 
+// The results of one program, as numbers that must have the same bits.
+template <class Number>
+struct NumberRun {
+  std::vector<Number> numbers;
+  std::string failure;
+};
+
+// One row: `run` gives `resultCount` numbers for each element, and perhaps more behind them.
+template <class Number, class Run>
+ParityRow CompareNumbers(const char* group, const char* what, std::size_t resultCount, Run&& run) {
+  const NumberRun<Number> cpu = run(kCpuProgramClass), gpu = run(kGpuProgramClass);
+  if (!cpu.failure.empty() || !gpu.failure.empty())
+    return MakeFailedRow(group, what, kSameBits, cpu.failure.empty() ? gpu.failure : cpu.failure);
+  if (cpu.numbers.empty() || cpu.numbers.size() != gpu.numbers.size())
+    return MakeFailedRow(group, what, kSameBits, "other numbers of results");
+  for (std::size_t i = 0; i < cpu.numbers.size(); ++i)
+    if (std::memcmp(&cpu.numbers[i], &gpu.numbers[i], sizeof(Number)) != 0)
+      return MakeFailedRow(group, what, kSameBits,
+                           "result " + std::to_string(i % resultCount) + " of element " +
+                               std::to_string(i / resultCount) + " is " + std::to_string(gpu.numbers[i]) + ", not " +
+                               std::to_string(cpu.numbers[i]));
+  return {group, what, kSameBits, kSameBits, true};
+}
+
+// `kernel` makes `resultCount` results of each element of `a` and `b`.
+template <class Number>
+NumberRun<Number> RunPairs(const Id& programClass, const Url& kernels, const char* kernel, const std::vector<Number>& a,
+                           const std::vector<Number>& b, std::size_t resultCount) {
+  const auto count = static_cast<UInt32>(a.size());
+  ProgramRunner runner(programClass, kernels, kernel);
+  runner.SetValue<UInt32>("count", count);
+  runner.SetBuffer("a", a);
+  runner.SetBuffer("b", b);
+  runner.SetBuffer("results", std::vector<Number>(a.size() * resultCount, Number(7)));
+  runner.Run({count, 1, 1});
+  std::vector<Number> results = runner.Read<Number>("results");
+  return {std::move(results), runner.GetFailure()};
+}
+
 }  // namespace
 
 std::string FormatFigure(Float64 figure) {
@@ -130,36 +171,61 @@ std::vector<ParityRow> CompareOperations(const OperationGroup& group, const Url&
 }
 
 std::vector<ParityRow> CompareIntegers(const Url& kernels) {
-  constexpr UInt32 kElements = 10007, kResults = 12;
-  constexpr const char* kGroup = "integers";
-  constexpr const char* kWhat = "+ - * / % & | ^ ~ << >>, conversions, atomics";
-  const auto run = [&](const Id& programClass, std::string& failure) {
+  constexpr UInt32 kElements = 10007;
+  constexpr std::size_t kResults = 12;
+  const auto run = [&](const Id& programClass) {
     ProgramRunner runner(programClass, kernels, "net.ostra.parity.integers.krn");
     runner.SetValue<UInt32>("count", kElements);
     runner.SetBuffer("a", MakeWords(1, kElements));
     runner.SetBuffer("b", MakeWords(2, kElements));
-    runner.SetBuffer("results", std::vector<UInt32>(std::size_t{kElements} * kResults, 7));
+    runner.SetBuffer("results", std::vector<UInt32>(kElements * kResults, 7));
     runner.SetBuffer("counts", std::vector<UInt32>(64));
     runner.SetCounter("odd", 3);
     runner.Run({kElements, 1, 1});
-    std::vector<UInt32> all = runner.Read<UInt32>("results");
-    for (const UInt32 count : runner.Read<UInt32>("counts")) all.push_back(count);
-    all.push_back(runner.ReadCounter("odd"));
-    failure = runner.GetFailure();
+    NumberRun<UInt32> all{runner.Read<UInt32>("results"), {}};
+    for (const UInt32 count : runner.Read<UInt32>("counts")) all.numbers.push_back(count);
+    all.numbers.push_back(runner.ReadCounter("odd"));
+    all.failure = runner.GetFailure();
     return all;
   };
-  std::string cpuFailure, gpuFailure;
-  const std::vector<UInt32> cpu = run(kCpuProgramClass, cpuFailure);
-  const std::vector<UInt32> gpu = run(kGpuProgramClass, gpuFailure);
-  if (!cpuFailure.empty() || !gpuFailure.empty())
-    return {MakeFailedRow(kGroup, kWhat, kSameBits, cpuFailure.empty() ? gpuFailure : cpuFailure)};
-  if (cpu.size() != gpu.size()) return {MakeFailedRow(kGroup, kWhat, kSameBits, "other numbers of results")};
-  for (std::size_t i = 0; i < cpu.size(); ++i)
-    if (cpu[i] != gpu[i])
-      return {MakeFailedRow(kGroup, kWhat, kSameBits,
-                            "result " + std::to_string(i % kResults) + " of element " + std::to_string(i / kResults) +
-                                " is " + std::to_string(gpu[i]) + ", not " + std::to_string(cpu[i]))};
-  return {{kGroup, kWhat, kSameBits, kSameBits, true}};
+  return {CompareNumbers<UInt32>("integers", "+ - * / % & | ^ ~ << >>, conversions, atomics", kResults, run)};
+}
+
+std::vector<ParityRow> CompareOverflow(const Url& kernels) {
+  constexpr std::size_t kResults = 10;
+  constexpr Int32 kLeast = std::numeric_limits<Int32>::min(), kGreatest = std::numeric_limits<Int32>::max();
+  constexpr Int32 kEnds[] = {kLeast, kLeast + 1, -1, 0, 1, kGreatest - 1, kGreatest, 0x55555555};
+  std::vector<Int32> a, b;
+  for (const Int32 x : kEnds)
+    for (const Int32 y : kEnds) a.push_back(x), b.push_back(y);
+  for (const UInt32 word : MakeWords(3, 4096)) a.push_back(static_cast<Int32>(word));
+  for (const UInt32 word : MakeWords(4, 4096)) b.push_back(static_cast<Int32>(word));
+  return {CompareNumbers<Int32>(
+      "integers", "signed + - * << ++ past the ends, k + 1 > k", kResults, [&](const Id& programClass) {
+        return RunPairs(programClass, kernels, "net.ostra.parity.overflow.krn", a, b, kResults);
+      })};
+}
+
+std::vector<ParityRow> CompareDoubles(const Url& kernels) {
+  constexpr std::size_t kResults = 12;
+  std::vector<Float64> a, b;
+  // A fraction of 53 bits, sizes up to where numbers are whole, both signs.
+  const std::vector<UInt32> words = MakeWords(5, 4 * 4096);
+  const auto make = [&words](std::size_t i) {
+    const Float64 fraction = 1.0 + (words[i] + words[i + 1] / 4294967296.0) / 4294967296.0;
+    return std::ldexp(words[i] % 2 == 0 ? fraction : -fraction, static_cast<int>(words[i + 1] % 64) - 8);
+  };
+  for (std::size_t i = 0; i < words.size(); i += 4) a.push_back(make(i)), b.push_back(make(i + 2));
+  constexpr const char* kGroup = "64-bit floats";
+  constexpr const char* kWhat = "+ *, floor, ceil, trunc, fract, abs, sign, min, max, clamp, step, sqrt";
+  if (GetDrawportShadingLanguage() == kShadingLanguageHlsl)
+    return {{kGroup, kWhat, "nothing: HLSL computes them with 32 bits", "not compared", true}};
+  ParityRow row = CompareNumbers<Float64>(kGroup, kWhat, kResults, [&](const Id& programClass) {
+    return RunPairs(programClass, kernels, "net.ostra.parity.doubles.krn", a, b, kResults);
+  });
+  // Devices need not have them; then the program is refused.
+  row.isHeld = row.isHeld || row.reached.find("which the GPU device does not support") != std::string::npos;
+  return {row};
 }
 
 }  // namespace ostra::parity

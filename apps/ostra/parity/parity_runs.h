@@ -20,6 +20,10 @@ std::vector<ParityRow> CompareOperations(const OperationGroup& group, const Url&
 
 // One row: results of integer arithmetic, counts of atomics and a counter.
 std::vector<ParityRow> CompareIntegers(const Url& kernels);
+// One row: signed integers whose results do not fit.
+std::vector<ParityRow> CompareOverflow(const Url& kernels);
+// One row: functions of Float64. Held with a remark on devices and in languages without them.
+std::vector<ParityRow> CompareDoubles(const Url& kernels);
 
 // One row for all modes, and one for noises whose number is computed.
 std::vector<ParityRow> CompareNoises(const Url& kernels);

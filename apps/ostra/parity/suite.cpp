@@ -49,6 +49,8 @@ std::vector<ParityCase> GetParityCases() {
     cases.push_back(
         {group.test, [&group](const ParitySetting& setting) { return CompareOperations(group, setting.kernels); }});
   cases.push_back({"Integers", [](const ParitySetting& setting) { return CompareIntegers(setting.kernels); }});
+  cases.push_back({"Overflow", [](const ParitySetting& setting) { return CompareOverflow(setting.kernels); }});
+  cases.push_back({"Doubles", [](const ParitySetting& setting) { return CompareDoubles(setting.kernels); }});
   cases.push_back({"Noises", [](const ParitySetting& setting) { return CompareNoises(setting.kernels); }});
   for (const int dimensions : {1, 2, 3})
     cases.push_back({"Textures" + std::to_string(dimensions) + "D", [dimensions](const ParitySetting& setting) {
