@@ -1,5 +1,7 @@
 #include "ostra/io/content_store.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>
@@ -72,7 +74,9 @@ Result<ContentStore> ContentStore::Open(std::string_view folder, Int limit) {
   store._limit = limit;
   if (folder.empty()) return store;
   OSTRA_RETURN_IF_ERROR(MakePrivateFolder(folder));
-  OSTRA_ASSIGN_OR_RETURN(store._folder, ResolveTrustedFolder(folder));
+  OSTRA_ASSIGN_OR_RETURN(const int descriptor, OpenTrustedFolder(folder));
+  close(descriptor);
+  OSTRA_ASSIGN_OR_RETURN(store._folder, String::Create(folder));
   return store;
 }
 

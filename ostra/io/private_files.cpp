@@ -38,52 +38,6 @@ Bool IsFolder(const char* path) {
 
 Bool IsOwnerTrusted(const struct stat& state) { return state.st_uid == geteuid() || state.st_uid == 0; }
 
-// A right of the group counts for nothing where the group is the superuser's, or the one that many systems make for
-// each user, with the same number.
-Bool MayOthersRenameEntries(const struct stat& state) {
-  if (state.st_mode & S_ISVTX) return false;
-  const Bool isGroupTrusted = state.st_gid == 0 || (state.st_gid == geteuid() && state.st_gid == getegid());
-  return (state.st_mode & S_IWOTH) || ((state.st_mode & S_IWGRP) && !isGroupTrusted);
-}
-
-Result<void> CheckFolder(const char* path) {
-  struct stat state;
-  if (lstat(path, &state) != 0) return OSTRA_ILLEGAL_STATE("The folder @ cannot be read: @.", path, Reason(errno));
-  if (!S_ISDIR(state.st_mode)) return OSTRA_ILLEGAL_STATE("@ is no folder.", path);
-  if (!IsOwnerTrusted(state))
-    return OSTRA_ILLEGAL_STATE(
-        "The folder @ is not used: another user (number @) owns it and could put files into it. Name a folder of your "
-        "own.",
-        path, state.st_uid);
-  if (state.st_mode & kOthersMayWrite)
-    return OSTRA_ILLEGAL_STATE(
-        "The folder @ is not used: other users may write to it. Take the right away with \"chmod go-w\", or name "
-        "another folder.",
-        path);
-  return OK;
-}
-
-// `path` is absolute and without links; it is shortened to the root.
-Result<void> CheckFoldersAbove(char* path, std::string_view folder) {
-  while (path[1] != 0) {
-    char* end = std::strrchr(path, '/');
-    end[end == path ? 1 : 0] = 0;
-    struct stat state;
-    if (lstat(path, &state) != 0) return OSTRA_ILLEGAL_STATE("The folder @ cannot be read: @.", path, Reason(errno));
-    if (!IsOwnerTrusted(state))
-      return OSTRA_ILLEGAL_STATE(
-          "The folder @ is not used: another user (number @) owns @ and could exchange what is in there. Name a folder "
-          "elsewhere.",
-          folder, state.st_uid, path);
-    if (MayOthersRenameEntries(state))
-      return OSTRA_ILLEGAL_STATE(
-          "The folder @ is not used: other users may write to @ and could exchange what is in there. Take the right "
-          "away with \"chmod go-w\", or name a folder elsewhere.",
-          folder, path);
-  }
-  return OK;
-}
-
 Bool WriteBytes(int file, Block<const Byte> bytes) {
   Int done = 0;
   while (done < bytes.GetCount()) {
@@ -135,15 +89,27 @@ Result<void> MakePrivateFolder(std::string_view folder) {
   return OSTRA_ILLEGAL_STATE("The folder @ cannot be made: @.", folder, Reason(code == 0 ? ENOTDIR : code));
 }
 
-Result<String> ResolveTrustedFolder(std::string_view folder) {
-  Path path, resolved;
+Result<int> OpenTrustedFolder(std::string_view folder) {
+  Path path;
   errno = ENAMETOOLONG;
-  if (!path.Set(folder) || !realpath(path.text, resolved.text))
-    return OSTRA_ILLEGAL_STATE("The folder @ cannot be read: @.", folder, Reason(errno));
-  OSTRA_RETURN_IF_ERROR(CheckFolder(resolved.text));
-  OSTRA_ASSIGN_OR_RETURN(String result, String::Create(resolved.text));
-  OSTRA_RETURN_IF_ERROR(CheckFoldersAbove(resolved.text, folder));
-  return result;
+  const int opened = path.Set(folder) ? open(path.text, O_RDONLY | O_DIRECTORY | O_CLOEXEC) : -1;
+  struct stat state;
+  if (opened < 0 || fstat(opened, &state) != 0) {
+    const int code = errno;
+    if (opened >= 0) close(opened);
+    return OSTRA_ILLEGAL_STATE("The folder @ cannot be read: @.", folder, Reason(code));
+  }
+  if (IsOwnerTrusted(state) && !(state.st_mode & kOthersMayWrite)) return opened;
+  close(opened);
+  if (!IsOwnerTrusted(state))
+    return OSTRA_ILLEGAL_STATE(
+        "The folder @ is not used: another user (number @) owns it and could put files into it. Name a folder of your "
+        "own.",
+        folder, state.st_uid);
+  return OSTRA_ILLEGAL_STATE(
+      "The folder @ is not used: other users may write to it. Take the right away with \"chmod go-w\", or name "
+      "another folder.",
+      folder);
 }
 
 Result<void> CheckTrustedFile(std::string_view file) {

@@ -1,7 +1,7 @@
 // Folders and files that this user alone can have written, for results that are run or trusted later.
 //
 //   OSTRA_RETURN_IF_ERROR(MakePrivateFolder(folder));
-//   OSTRA_ASSIGN_OR_RETURN(const String path, ResolveTrustedFolder(folder));
+//   OSTRA_ASSIGN_OR_RETURN(const int descriptor, OpenTrustedFolder(folder));
 //   OSTRA_RETURN_IF_ERROR(WritePrivateFile(file, bytes));                     // in that folder
 //   OSTRA_RETURN_IF_ERROR(CheckTrustedFile(file));                            // before it is read again
 //
@@ -18,10 +18,9 @@ namespace ostra {
 // are. Error: the folder cannot be made, with the operating system's reason.
 OSTRA_API Result<void> MakePrivateFolder(std::string_view folder);
 
-// The folder's absolute path without links. Errors: the folder is missing; another user owns it or may write to it;
-// another user owns, or may rename what is in, a folder above it. Above it, the superuser's group, the group with the
-// number of the user, and folders like /tmp that let users rename their own files alone are accepted.
-OSTRA_API Result<String> ResolveTrustedFolder(std::string_view folder);
+// Opens the folder for reading; the caller closes the descriptor, which stands for this folder whatever is put in its
+// place later. Errors: the folder cannot be read; another user owns it or may write to it.
+OSTRA_API Result<int> OpenTrustedFolder(std::string_view folder);
 
 // Succeeds for a missing file. Errors: another user owns the file or may write it; it is a link or a device.
 OSTRA_API Result<void> CheckTrustedFile(std::string_view file);

@@ -46,6 +46,16 @@ TEST_F(CacheTrimTest, WhatIsNotTheCachesStaysAndLeftoversOfCompilationsGoAfterAD
   EXPECT_FALSE(Exists("work_old"));
 }
 
+TEST_F(CacheTrimTest, HalfWrittenListsOfKilledProcessesGoAfterAnHour) {
+  Make("00ff.headers.Xy12Zz.tmp", 2h);
+  Make("00ff.headers.123.0.tmp", 2h);
+  Make("00ff.headers.Ab34Cd.tmp", 0h);
+  Make("notes.tmp", 1000h);
+  TrimCache(_folder.GetPath());
+  EXPECT_FALSE(Exists("00ff.headers.Xy12Zz.tmp") || Exists("00ff.headers.123.0.tmp"));
+  EXPECT_TRUE(Exists("00ff.headers.Ab34Cd.tmp") && Exists("notes.tmp"));
+}
+
 TEST_F(CacheTrimTest, AFolderThatIsNotThereIsNothingToTrim) {
   TrimCache(fs::path(_folder / "missing"), 2);
   EXPECT_FALSE(Exists("missing"));

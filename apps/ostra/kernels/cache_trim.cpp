@@ -6,6 +6,8 @@
 #include <utility>
 #include <vector>
 
+#include "ostra/core/types.h"
+
 namespace ostra::tool {
 namespace {
 
@@ -22,6 +24,11 @@ void RemoveOldest(Files files, std::size_t maximum) {
   for (const auto& [time, path] : files) fs::remove(path, code);
 }
 
+// What a process that was killed while it wrote a list has left behind: KEY.headers.XXXXXX.tmp.
+Bool IsTemporaryList(const fs::path& path) {
+  return path.extension() == ".tmp" && path.filename().native().find(".headers.") != std::string::npos;
+}
+
 }  // namespace
 
 void TouchCacheFile(const fs::path& file) {
@@ -32,7 +39,7 @@ void TouchCacheFile(const fs::path& file) {
 void TrimCache(const fs::path& folder, std::size_t maximum) {
   Files modules, lists;
   std::error_code code;
-  const auto yesterday = fs::file_time_type::clock::now() - 24h;
+  const auto now = fs::file_time_type::clock::now();
   for (fs::directory_iterator entry(folder, code); !code && entry != fs::directory_iterator(); entry.increment(code)) {
     const fs::path& path = entry->path();
     std::error_code entryCode;
@@ -40,7 +47,8 @@ void TrimCache(const fs::path& folder, std::size_t maximum) {
     if (entryCode) continue;
     if (path.extension() == ".so") modules.emplace_back(time, path);
     if (path.extension() == ".headers") lists.emplace_back(time, path);
-    if (path.filename().native().starts_with("work_") && time < yesterday) fs::remove_all(path, entryCode);
+    if (path.filename().native().starts_with("work_") && time < now - 24h) fs::remove_all(path, entryCode);
+    if (IsTemporaryList(path) && time < now - 1h) fs::remove(path, entryCode);
   }
   RemoveOldest(std::move(modules), maximum);
   RemoveOldest(std::move(lists), maximum);

@@ -12,8 +12,9 @@ inline constexpr std::size_t kMaximalCachedModules = 256;
 void TouchCacheFile(const std::filesystem::path& file);
 
 // Removes from `folder` the modules that were used longest ago until `maximum` are left, the lists through which they
-// are found likewise, and folders that compilations left more than a day ago when they were cut off. What cannot be
-// removed stays; other files are left alone. Several processes may do so at once.
+// are found likewise, and what was left by processes that were cut off: folders of compilations after a day,
+// half-written lists after an hour. What cannot be removed stays; other files are left alone. Several processes may do
+// so at once.
 void TrimCache(const std::filesystem::path& folder, std::size_t maximum = kMaximalCachedModules);
 
 }  // namespace ostra::tool

@@ -1,6 +1,7 @@
 #include "apps/ostra/kernels/compiler.h"
 
 #include <fcntl.h>
+#include <spawn.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -9,11 +10,13 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "apps/ostra/kernels/child_process.h"
+#include "apps/ostra/kernels/process_guard.h"
 #include "apps/ostra/values/text.h"
 #include "ostra/core/format.h"
 
 OSTRA_UNIT("compiler");
+
+extern "C" char** environ;
 
 namespace ostra::tool {
 
@@ -41,6 +44,45 @@ Result<std::string> ReadToEnd(int file) {
       return OSTRA_ILLEGAL_STATE("The output of a program cannot be read: @.", std::strerror(errno));
     if (count > 0) text.append(buffer, static_cast<std::size_t>(count));
   }
+}
+
+// This process's environment, with another folder for temporary files unless `temporaryFolder` is empty.
+std::vector<std::string> MakeEnvironment(const std::string& temporaryFolder) {
+  std::vector<std::string> entries;
+  for (char** entry = environ; entry && *entry; ++entry)
+    if (temporaryFolder.empty() || !std::string_view(*entry).starts_with("TMPDIR=")) entries.emplace_back(*entry);
+  if (!temporaryFolder.empty()) entries.push_back("TMPDIR=" + temporaryFolder);
+  return entries;
+}
+
+// Pointers to the texts, with a final null, as the system wants them.
+std::vector<char*> MakePointers(const std::vector<std::string>& texts) {
+  std::vector<char*> pointers;
+  for (const std::string& text : texts) pointers.push_back(const_cast<char*>(text.c_str()));
+  pointers.push_back(nullptr);
+  return pointers;
+}
+
+// Starts the program in a process group, with both outputs going to `output`; returns the error number.
+int Spawn(const std::vector<std::string>& command, const std::vector<std::string>& environment, pid_t group, int input,
+          int output, pid_t& process) {
+  const std::vector<char*> arguments = MakePointers(command), variables = MakePointers(environment);
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  if (input < 0)
+    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+  else
+    posix_spawn_file_actions_adddup2(&actions, input, STDIN_FILENO);
+  posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
+  posix_spawn_file_actions_adddup2(&actions, output, STDERR_FILENO);
+  posix_spawnattr_t attributes;
+  posix_spawnattr_init(&attributes);
+  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP);
+  posix_spawnattr_setpgroup(&attributes, group);
+  const int code = posix_spawnp(&process, arguments[0], &actions, &attributes, arguments.data(), variables.data());
+  posix_spawnattr_destroy(&attributes);
+  posix_spawn_file_actions_destroy(&actions);
+  return code;
 }
 
 }  // namespace
@@ -73,7 +115,8 @@ Result<Compiler> FindCompiler() {
         chosen && *chosen ? std::string_view(chosen) : std::string_view("c++, g++ or clang++"));
   for (const std::string& word : compiler.command) {
     const std::string program = FindProgram(word);
-    compiler.stamp += (program.empty() ? word : MakeStamp(program)) + "\n";
+    // A file with options begins with an at sign.
+    compiler.stamp += word + " " + MakeStamp(program.empty() ? word.substr(word.starts_with('@')) : program) + "\n";
   }
   return compiler;
 }
@@ -86,23 +129,26 @@ Result<std::string> FindSwitchAgainstExcerpts(const Compiler& compiler) {
   return std::string(isClang ? "-fno-caret-diagnostics" : "-fno-diagnostics-show-caret");
 }
 
-Result<CommandResult> RunCommand(const std::vector<std::string>& command, int input) {
-  const auto fail = [&command](int code) {
-    return OSTRA_ILLEGAL_STATE("@ cannot be started: @.", command[0], std::strerror(code));
-  };
-  const std::string program = FindProgram(command[0]);
-  if (program.empty()) return fail(ENOENT);
+Result<CommandResult> RunCommand(const std::vector<std::string>& command, int input, const std::string& workFolder) {
+  OSTRA_ASSIGN_OR_RETURN(const ProcessGuard guard, ProcessGuard::Start(workFolder));
   int ends[2];
-  if (pipe2(ends, O_CLOEXEC) != 0) return fail(errno);
-  ChildProcess process(program, command, input, ends[1]);
+  if (pipe2(ends, O_CLOEXEC) != 0)
+    return OSTRA_ILLEGAL_STATE("@ cannot be started: @.", command[0], std::strerror(errno));
+  pid_t process = 0;
+  const int code = Spawn(command, MakeEnvironment(workFolder), guard.GetGroup(), input, ends[1], process);
   close(ends[1]);
+  if (code != 0) {
+    close(ends[0]);
+    return OSTRA_ILLEGAL_STATE("@ cannot be started: @.", command[0], std::strerror(code));
+  }
   auto output = ReadToEnd(ends[0]);
   close(ends[0]);
-  const ChildProcess::End end = process.Wait();
-  if (end.startError != 0) return fail(end.startError);
+  int status = 0;
+  while (waitpid(process, &status, 0) < 0 && errno == EINTR) {
+  }
   if (!output) return output.TakeError();
-  if (!WIFEXITED(end.status)) return OSTRA_ILLEGAL_STATE("@ was ended by signal @.", command[0], WTERMSIG(end.status));
-  return CommandResult{WEXITSTATUS(end.status), std::move(*output)};
+  if (!WIFEXITED(status)) return OSTRA_ILLEGAL_STATE("@ was ended by signal @.", command[0], WTERMSIG(status));
+  return CommandResult{WEXITSTATUS(status), std::move(*output)};
 }
 
 }  // namespace ostra::tool

@@ -29,8 +29,11 @@ struct CommandResult {
   std::string output;  // standard output and standard error together
 };
 
-// Runs a program and waits for its end; `input` is the file that it gets as standard input, -1 for none. Errors:
-// illegal state when it cannot be started or is ended by a signal.
-Result<CommandResult> RunCommand(const std::vector<std::string>& command, int input = -1);
+// Runs a program and waits for its end; `input` is the file that it gets as standard input, -1 for none. `workFolder`,
+// unless empty, is where the program keeps temporary files. When this process is killed meanwhile, the program and
+// those that it has started are ended, and the folder is removed. Errors: illegal state when it cannot be started or is
+// ended by a signal.
+Result<CommandResult> RunCommand(const std::vector<std::string>& command, int input = -1,
+                                 const std::string& workFolder = {});
 
 }  // namespace ostra::tool

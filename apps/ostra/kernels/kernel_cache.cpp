@@ -1,23 +1,31 @@
 #include "apps/ostra/kernels/kernel_cache.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstdlib>
+#include <cerrno>
+#include <cstring>
 #include <filesystem>
 #include <optional>
 #include <vector>
 
+#include "apps/ostra/kernels/cache_folder.h"
 #include "apps/ostra/kernels/cache_key.h"
 #include "apps/ostra/kernels/cache_trim.h"
 #include "apps/ostra/kernels/compiler.h"
 #include "apps/ostra/kernels/dependencies.h"
 #include "apps/ostra/kernels/header_folder.h"
+#include "apps/ostra/kernels/header_state.h"
 #include "apps/ostra/kernels/kernel_flags.h"
 #include "apps/ostra/kernels/kernel_source.h"
+#include "apps/ostra/kernels/module_list.h"
 #include "apps/ostra/kernels/nameless_file.h"
 #include "apps/ostra/output/progress.h"
+#include "apps/ostra/output/standard_output.h"
 #include "ostra/core/format.h"
 #include "ostra/io/file.h"
+#include "ostra/io/private_files.h"
 
 OSTRA_UNIT("kernel_cache");
 
@@ -33,23 +41,6 @@ Block<const Byte> BytesOf(std::string_view text) {
 
 Result<Url> MakeUrl(const fs::path& path) { return Url::Create(path.native()); }
 
-// A folder that is there and belongs to the user.
-Result<fs::path> OpenCacheFolder(const std::string& chosen) {
-  const char* cache = std::getenv("XDG_CACHE_HOME");
-  const char* home = std::getenv("HOME");
-  fs::path folder = chosen;
-  if (folder.empty() && cache && *cache) folder = fs::path(cache) / "ostra";
-  if (folder.empty() && home && *home) folder = fs::path(home) / ".cache" / "ostra";
-  if (folder.empty())
-    return OSTRA_ILLEGAL_STATE("There is no home folder for compiled kernels; name a folder with --cache-dir.");
-  std::error_code code;
-  fs::create_directories(folder, code);
-  if (!fs::is_directory(folder, code) || access(folder.c_str(), W_OK) != 0)
-    return OSTRA_ILLEGAL_STATE(
-        "The folder @ for compiled kernels cannot be written; name another one with --cache-dir.", folder.native());
-  return folder;
-}
-
 std::vector<std::string> MakeFlags(const std::string& headerFolder, const KernelModuleOptions& options) {
   std::vector<std::string> flags = {"-std=c++20", "-shared",          "-fPIC", "-fvisibility=hidden", "-march=native",
                                     "-DNDEBUG",   "-I" + headerFolder};
@@ -62,106 +53,121 @@ std::vector<std::string> MakeFlags(const std::string& headerFolder, const Kernel
 
 // Everything about a module that is known before it is compiled.
 struct Recipe {
-  fs::path folder;  // of the cache
+  CacheFolder cache;
   Compiler compiler;
+  std::string headerFolder;
   std::vector<std::string> flags;
   KernelSource source;
   CacheKey key;
 
-  // The list of the framework's headers that the source uses.
-  fs::path GetListFile() const { return folder / (key.ToText() + ".headers"); }
+  // The list of the headers that the source uses; only with a cache.
+  fs::path GetListFile() const { return cache.folder->GetPath() / (key.ToText() + ".headers"); }
 };
 
 Result<Recipe> MakeRecipe(const KernelModuleOptions& options) {
   Recipe recipe;
   OSTRA_ASSIGN_OR_RETURN(recipe.source, ReadKernelSource(options.kernelFile));
-  OSTRA_ASSIGN_OR_RETURN(recipe.folder, OpenCacheFolder(options.cacheFolder));
+  OSTRA_ASSIGN_OR_RETURN(recipe.cache, OpenCacheFolder(options.cacheFolder));
   OSTRA_ASSIGN_OR_RETURN(recipe.compiler, FindCompiler());
-  OSTRA_ASSIGN_OR_RETURN(const std::string headerFolder, FindHeaderFolder());
-  recipe.flags = MakeFlags(headerFolder, options);
+  OSTRA_ASSIGN_OR_RETURN(recipe.headerFolder, FindHeaderFolder());
+  recipe.flags = MakeFlags(recipe.headerFolder, options);
   recipe.key.Add(recipe.source.text);
   recipe.key.Add(recipe.compiler.stamp);
+  AddCompilerEnvironment(recipe.key, recipe.compiler.command);
   for (const std::string& flag : recipe.flags) recipe.key.Add(flag);
   recipe.key.AddProcessor();
   return recipe;
 }
 
-// Where a module lies that was made with the headers as they are now. Error: a header is gone.
-Result<fs::path> GetModuleFile(const Recipe& recipe, const std::vector<std::string>& headers) {
+// The name of a module that was made with the headers as they are now. Error: a header is gone.
+Result<std::string> GetModuleName(const Recipe& recipe, const std::vector<std::string>& headers) {
   CacheKey key = recipe.key;
-  for (const std::string& header : headers) {
-    key.Add(header);
-    OSTRA_ASSIGN_OR_RETURN(const Url file, Url::Create(header));
-    OSTRA_RETURN_IF_ERROR(key.AddFile(file));
-  }
-  return recipe.folder / (key.ToText() + ".so");
+  OSTRA_RETURN_IF_ERROR(AddHeaderState(key, headers, recipe.headerFolder));
+  return key.ToText() + ".so";
 }
 
-std::optional<fs::path> FindModule(const Recipe& recipe) {
-  const auto listFile = MakeUrl(recipe.GetListFile());
-  const auto list = listFile ? ReadFileToMemory(*listFile) : Result<BaseArray<Byte>>(listFile.GetError());
-  if (!list) return std::nullopt;
-  auto file = GetModuleFile(recipe, SplitLines({reinterpret_cast<const char*>(list->GetFirst()),
-                                                static_cast<std::size_t>(list->GetCount())}));
-  std::error_code code;
-  if (!file || !fs::exists(*file, code)) return std::nullopt;
-  TouchCacheFile(*file);
+// Nothing when the file cannot be read.
+std::optional<std::string> ReadText(const fs::path& file) {
+  const auto url = MakeUrl(file);
+  const auto bytes = url ? ReadFileToMemory(*url) : Result<BaseArray<Byte>>(url.GetError());
+  if (!bytes) return std::nullopt;
+  return std::string(reinterpret_cast<const char*>(bytes->GetFirst()), static_cast<std::size_t>(bytes->GetCount()));
+}
+
+// The same for a file of the cache. Error: others may have written it.
+Result<std::optional<std::string>> ReadCacheFile(const fs::path& file) {
+  OSTRA_RETURN_IF_ERROR(CheckTrustedFile(file.native()));
+  return ReadText(file);
+}
+
+// Nothing when there is no module, or when it is not as it was written. Error: others may have written it.
+Result<std::optional<fs::path>> FindModule(const Recipe& recipe) {
+  const std::optional<fs::path> nothing;
+  if (!recipe.cache.folder) return nothing;
+  OSTRA_ASSIGN_OR_RETURN(const auto text, ReadCacheFile(recipe.GetListFile()));
+  const auto list = text ? ModuleList::Parse(*text) : std::nullopt;
+  if (!list) return nothing;
+  const auto name = GetModuleName(recipe, list->headers);
+  if (!name || *name != list->module) return nothing;
+  const fs::path file = recipe.cache.folder->GetPath() / *name;
+  OSTRA_ASSIGN_OR_RETURN(const auto module, ReadCacheFile(file));
+  if (!module || static_cast<Int>(module->size()) != list->size || MakeChecksum(*module) != list->checksum)
+    return nothing;
+  TouchCacheFile(file);
   TouchCacheFile(recipe.GetListFile());
-  return std::move(*file);
+  return std::optional(file);
 }
-
-// A folder for one compilation, removed at the end.
-class WorkFolder {
- public:
-  explicit WorkFolder(const fs::path& cacheFolder) : _path((cacheFolder / "work_XXXXXX").native()) {
-    if (!mkdtemp(_path.data())) _path.clear();
-  }
-  WorkFolder(const WorkFolder&) = delete;
-  WorkFolder& operator=(const WorkFolder&) = delete;
-  ~WorkFolder() {
-    std::error_code code;
-    if (!_path.empty()) fs::remove_all(_path, code);
-  }
-  Bool Exists() const { return !_path.empty(); }
-  fs::path operator/(const char* name) const { return fs::path(_path) / name; }
-
- private:
-  std::string _path;
-};
 
 Result<void> RunCompiler(const Recipe& recipe, const WorkFolder& folder, const Url& kernelFile) {
   // The source of an encoded kernel must not be left behind, even if this process is ended while the compiler runs.
   OSTRA_ASSIGN_OR_RETURN(const NamelessFile source, NamelessFile::Create(folder / "", recipe.source.text));
   std::vector<std::string> command = recipe.compiler.command;
   command.insert(command.end(), recipe.flags.begin(), recipe.flags.end());
-  command.insert(command.end(), {"-MMD", "-MF", (folder / "kernel.d").native(), "-o", (folder / "kernel.so").native(),
+  command.insert(command.end(), {"-MD", "-MF", (folder / "kernel.d").native(), "-o", (folder / "kernel.so").native(),
                                  "-x", "c++", kStandardInputFile});
   if (recipe.source.hasEncodedFiles) {
     OSTRA_ASSIGN_OR_RETURN(const std::string noExcerpts, FindSwitchAgainstExcerpts(recipe.compiler));
     command.push_back(noExcerpts);
   }
   const Progress progress("compiling " + std::string(kernelFile.GetName().GetView()), 0);
-  OSTRA_ASSIGN_OR_RETURN(const CommandResult result, RunCommand(command, source.GetDescriptor()));
+  OSTRA_ASSIGN_OR_RETURN(const CommandResult result,
+                         RunCommand(command, source.GetDescriptor(), folder.GetPath().native()));
   if (result.exitStatus != 0) return OSTRA_ILLEGAL_ARGUMENT("@@ does not compile.", result.output, kernelFile);
   return OK;
 }
 
-// Moves the module to its place, and then the list through which it is found.
-Result<fs::path> KeepModule(const Recipe& recipe, const WorkFolder& folder) {
-  OSTRA_ASSIGN_OR_RETURN(const Url dependencyFile, MakeUrl(folder / "kernel.d"));
-  OSTRA_ASSIGN_OR_RETURN(const BaseArray<Byte> dependencies, ReadFileToMemory(dependencyFile));
-  std::vector<std::string> headers = ParseDependencies(
-      {reinterpret_cast<const char*>(dependencies.GetFirst()), static_cast<std::size_t>(dependencies.GetCount())});
-  std::erase(headers, kStandardInputFile);
-  OSTRA_ASSIGN_OR_RETURN(const fs::path file, GetModuleFile(recipe, headers));
+// On the disk, and for the owner alone.
+Result<void> FinishFile(const fs::path& path) {
+  const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  const Bool isDone = file >= 0 && fchmod(file, S_IRUSR | S_IWUSR) == 0 && fsync(file) == 0;
+  const int code = errno;
+  if (file >= 0) close(file);
+  return isDone ? Result<void>(OK) : OSTRA_ILLEGAL_STATE("@ cannot be written: @.", path.native(), std::strerror(code));
+}
+
+// Moves the module to its place, and then the list through which it is found. `start`: when the compiler was started.
+Result<fs::path> KeepModule(const Recipe& recipe, const WorkFolder& folder, Int start) {
+  if (!folder.GetReason().empty()) return OSTRA_ILLEGAL_STATE("@", folder.GetReason());
+  ModuleList list;
+  if (const auto dependencies = ReadText(folder / "kernel.d")) list.headers = ParseDependencies(*dependencies);
+  std::erase(list.headers, kStandardInputFile);
+  OSTRA_ASSIGN_OR_RETURN(list.module, GetModuleName(recipe, list.headers));
+  if (list.headers.empty() || HasChangedSince(list.headers, start))
+    return OSTRA_ILLEGAL_STATE("a header changed while the kernel was compiled");
+  OSTRA_RETURN_IF_ERROR(FinishFile(folder / "kernel.so"));
+  const auto module = ReadText(folder / "kernel.so");
+  if (!module) return OSTRA_ILLEGAL_STATE("the compiled module cannot be read");
+  list.size = static_cast<Int>(module->size());
+  list.checksum = MakeChecksum(*module);
+  const fs::path file = recipe.cache.folder->GetPath() / list.module;
   std::error_code code;
   fs::rename(folder / "kernel.so", file, code);
-  if (code) return OSTRA_ILLEGAL_STATE("@ cannot be written: @.", file.native(), code.message());
-  std::string list;
-  for (const std::string& header : headers) list += header + "\n";
-  OSTRA_ASSIGN_OR_RETURN(const Url listFile, MakeUrl(recipe.GetListFile()));
-  OSTRA_RETURN_IF_ERROR(WriteFileAtomically(listFile, BytesOf(list)));
-  TrimCache(recipe.folder);
+  if (code) return OSTRA_ILLEGAL_STATE("@ cannot be written: @", file.native(), code.message());
+  if (auto written = WritePrivateFile(recipe.GetListFile().native(), BytesOf(list.ToText()), true); !written) {
+    fs::rename(file, folder / "kernel.so", code);
+    return written.TakeError();
+  }
+  TrimCache(recipe.cache.folder->GetPath());
   return file;
 }
 
@@ -170,15 +176,32 @@ Result<fs::path> KeepModule(const Recipe& recipe, const WorkFolder& folder) {
 Result<KernelModule> MakeKernelModule(const KernelModuleOptions& options) {
   OSTRA_ASSIGN_OR_RETURN(const Recipe recipe, MakeRecipe(options));
   const std::string classId(options.kernelFile.GetName().GetView());
-  if (const auto cached = FindModule(recipe)) return KernelModule{cached->native(), classId, false};
-  const WorkFolder folder(recipe.folder);
-  if (!folder.Exists())
-    return OSTRA_ILLEGAL_STATE(
-        "The folder @ for compiled kernels cannot be written; name another one with --cache-dir.",
-        recipe.folder.native());
-  OSTRA_RETURN_IF_ERROR(RunCompiler(recipe, folder, options.kernelFile));
-  OSTRA_ASSIGN_OR_RETURN(const fs::path file, KeepModule(recipe, folder));
-  return KernelModule{file.native(), classId, true};
+  if (!options.isCompiledAgain) {
+    OSTRA_ASSIGN_OR_RETURN(const auto cached, FindModule(recipe));
+    if (cached) return KernelModule{cached->native(), classId, false, recipe.cache.folder, nullptr};
+  }
+  OSTRA_ASSIGN_OR_RETURN(auto folder, WorkFolder::Create(recipe.cache));
+  const Int start = GetModificationTime(folder->GetPath());
+  OSTRA_RETURN_IF_ERROR(RunCompiler(recipe, *folder, options.kernelFile));
+  auto kept = KeepModule(recipe, *folder, start);
+  if (kept) return KernelModule{kept->native(), classId, true, recipe.cache.folder, nullptr};
+  WriteErrorLine("note: the compiled kernel is not kept: " + std::string(kept.GetError().GetMessage().GetView()));
+  return KernelModule{(*folder / "kernel.so").native(), classId, true, nullptr, std::move(folder)};
+}
+
+Result<KernelModule> LoadKernelModule(const KernelModuleOptions& options, Host& host) {
+  OSTRA_ASSIGN_OR_RETURN(KernelModule module, MakeKernelModule(options));
+  auto loaded = host.LoadModule(module.path);
+  if (!loaded && !module.wasCompiled) {
+    KernelModuleOptions again = options;
+    again.isCompiledAgain = true;
+    OSTRA_ASSIGN_OR_RETURN(module, MakeKernelModule(again));
+    loaded = host.LoadModule(module.path);
+  }
+  if (!loaded) return loaded.TakeError();
+  // Loaded code needs no name: nothing is left behind if the process is killed later.
+  module.unkept = nullptr;
+  return module;
 }
 
 }  // namespace ostra::tool

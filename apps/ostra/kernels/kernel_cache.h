@@ -1,15 +1,20 @@
 // Kernel files as loadable modules: compiled once, then found again.
 //
-//   OSTRA_ASSIGN_OR_RETURN(KernelModule module, MakeKernelModule({.kernelFile = file}));
-//   host.LoadModule(module.path);                   // registers the kernel class module.classId
+//   OSTRA_ASSIGN_OR_RETURN(KernelModule module, LoadKernelModule({.kernelFile = file}, host));
+//   // the kernel class module.classId is registered
 //
-// A cached module is found by what it was made from: the kernel file with its headers, the options, the compiler, the
-// processor and the framework's headers. Several processes may use one cache at once: modules are written beside and
-// renamed. The cache may be deleted at any time; the modules that were used longest ago are removed from it by and by.
+// A cached module is found by what it was made from: the kernel file with its headers, the options, the compiler with
+// its environment, the processor and all headers that the compiler read. Its size and checksum stand in a list beside
+// it; a module that is not as it was written is compiled again. Several processes may use one cache at once: modules
+// and lists are written beside and renamed. The cache may be deleted at any time; the modules that were used longest
+// ago are removed from it. Where no cache can be written, modules are made in a folder for temporary files.
 #pragma once
 
+#include <memory>
 #include <string>
 
+#include "apps/ostra/kernels/work_folder.h"
+#include "ostra/host.h"
 #include "ostra/io/url.h"
 
 namespace ostra::tool {
@@ -21,17 +26,26 @@ struct KernelModuleOptions {
   Bool isFast = false;
   // Lets the kernel end the process with a message at an index outside of a buffer.
   Bool isChecked = false;
+  // Compiles the kernel though the cache has a module of it.
+  Bool isCompiledAgain = false;
 };
 
 struct KernelModule {
-  std::string path;
-  std::string classId;       // the name of the kernel file
-  Bool wasCompiled = false;  // false: it was in the cache
+  std::string path;                          // valid as long as this object lives
+  std::string classId;                       // the name of the kernel file
+  Bool wasCompiled = false;                  // false: it was in the cache
+  std::shared_ptr<const OpenFolder> cache;   // where `path` lies,
+  std::shared_ptr<const WorkFolder> unkept;  // or the folder of a module that is not kept
 };
 
 // Errors: those of reading the file; illegal argument with "file:line: error: ..." for a text that is no kernel;
 // illegal argument with the compiler's messages, which name lines of the kernel file; illegal state without a
-// compiler, without the framework's headers, or without a folder that can be written.
+// compiler, without the framework's headers, for a cache that others may write to, or without any folder that can be
+// written.
 Result<KernelModule> MakeKernelModule(const KernelModuleOptions& options);
+
+// Makes the module and loads it. A cached one that cannot be loaded is compiled again, once. Errors: the same, and
+// those of Host::LoadModule.
+Result<KernelModule> LoadKernelModule(const KernelModuleOptions& options, Host& host);
 
 }  // namespace ostra::tool

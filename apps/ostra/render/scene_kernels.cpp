@@ -56,8 +56,7 @@ Result<void> SceneKernels::RunKernel(const std::string& name, const SceneKernel&
   };
   OSTRA_ASSIGN_OR_RETURN(const Url file, FindSceneFile(folder, kernel.file));
   if (const auto source = ReadSourceBytes(file); !source) return fail(source.GetError());
-  OSTRA_ASSIGN_OR_RETURN(const KernelModule module, MakeKernelModule({file, cacheFolder}));
-  OSTRA_RETURN_IF_ERROR(host.LoadModule(module.path));
+  OSTRA_ASSIGN_OR_RETURN(const KernelModule module, LoadKernelModule({file, cacheFolder}, host));
   OSTRA_ASSIGN_OR_RETURN(const KernelParameters parameters, KernelParameters::Read(module.classId));
   OSTRA_ASSIGN_OR_RETURN(const RunOptions options, MakeOptions(kernel, file, folder, parameters));
   auto plan = MakeRunPlan(options, parameters);

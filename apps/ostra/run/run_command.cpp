@@ -73,9 +73,9 @@ Result<RunReport> Execute(const RunOptions& options, const RunPlan& plan) {
 Result<void> Run(const RunOptions& options, std::span<const char* const> arguments) {
   OSTRA_ASSIGN_OR_RETURN(Host host, StartHost(arguments));
   if (options.backend != Backend::Cpu) OSTRA_RETURN_IF_ERROR(StartGpu(host));
-  OSTRA_ASSIGN_OR_RETURN(const KernelModule module, MakeKernelModule({options.kernelFile, options.cacheFolder,
-                                                                      options.isFast, options.isChecked}));
-  OSTRA_RETURN_IF_ERROR(host.LoadModule(module.path));
+  OSTRA_ASSIGN_OR_RETURN(
+      const KernelModule module,
+      LoadKernelModule({options.kernelFile, options.cacheFolder, options.isFast, options.isChecked}, host));
   OSTRA_ASSIGN_OR_RETURN(const KernelParameters parameters, KernelParameters::Read(module.classId));
   OSTRA_ASSIGN_OR_RETURN(const RunPlan plan, MakeRunPlan(options, parameters));
   WriteNotes(plan);

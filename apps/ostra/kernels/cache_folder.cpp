@@ -1,0 +1,49 @@
+#include "apps/ostra/kernels/cache_folder.h"
+
+#include <unistd.h>
+
+#include "ostra/core/format.h"
+#include "ostra/io/content_store.h"
+#include "ostra/io/private_files.h"
+
+OSTRA_UNIT("cache_folder");
+
+namespace ostra::tool {
+
+namespace fs = std::filesystem;
+
+Result<std::shared_ptr<const OpenFolder>> OpenFolder::Open(const std::string& name) {
+  OSTRA_ASSIGN_OR_RETURN(const int descriptor, OpenTrustedFolder(name));
+  return std::shared_ptr<const OpenFolder>(new OpenFolder(name, descriptor));
+}
+
+OpenFolder::OpenFolder(std::string name, int descriptor) : _name(std::move(name)), _descriptor(descriptor) {
+  _path = "/proc/" + std::to_string(getpid()) + "/fd/" + std::to_string(descriptor);
+  // Where the system does not show its processes, the name has to do.
+  if (access(_path.c_str(), F_OK) != 0) _path = fs::absolute(_name);
+}
+
+OpenFolder::~OpenFolder() { close(_descriptor); }
+
+Result<CacheFolder> OpenCacheFolder(const std::string& chosen) {
+  std::string folder = chosen;
+  if (folder.empty()) {
+    OSTRA_ASSIGN_OR_RETURN(const String found, GetUserCacheFolder());
+    folder = found.GetView();
+  }
+  if (folder.empty()) return CacheFolder{nullptr, "neither HOME nor XDG_CACHE_HOME names a folder for it"};
+  if (auto made = MakePrivateFolder(folder); !made) {
+    if (chosen.empty()) return CacheFolder{nullptr, std::string(made.GetError().GetMessage().GetView())};
+    return OSTRA_ILLEGAL_STATE(
+        "@ The folder for compiled kernels cannot be written; name another one with --cache-dir.", made.GetError());
+  }
+  auto opened = OpenFolder::Open(folder);
+  if (!opened)
+    return OSTRA_ILLEGAL_STATE(
+        "@ Compiled kernels are native code and run with the rights of this user; --cache-dir names another folder for "
+        "them.",
+        opened.GetError());
+  return CacheFolder{std::move(*opened), {}};
+}
+
+}  // namespace ostra::tool

@@ -1,0 +1,66 @@
+// Modules and lists of the cache that are not as they were written.
+#include "apps/ostra/kernels/module_list.h"
+#include "tests/tool/kernel_cache_fixture.h"
+
+namespace ostra {
+namespace {
+
+using testing::HasSubstr;
+
+class KernelCacheDamageTest : public KernelCacheTest {
+ protected:
+  static std::string ReadFile(const std::string& file) {
+    std::ifstream stream(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+  }
+  static void WriteFile(const std::string& file, const std::string& text) {
+    std::ofstream(file, std::ios::binary | std::ios::trunc) << text;
+  }
+  // After damage the kernel is compiled again, once, and computes what it should.
+  void ExpectRepair(const std::string& what) {
+    EXPECT_EQ(Compute(), std::pair(true, std::string("1\n"))) << what;
+    EXPECT_EQ(Compute(), std::pair(false, std::string("1\n"))) << what;
+  }
+};
+
+TEST_F(KernelCacheDamageTest, ADamagedModuleIsCompiledAgain) {
+  Write(MakeKernel("1.0"));
+  Compute();
+  const std::string file = GetOnlyFile(".so"), whole = ReadFile(file);
+  WriteFile(file, "");
+  ExpectRepair("an empty module");
+  WriteFile(file, whole.substr(0, whole.size() / 2));
+  ExpectRepair("a module that was cut");
+  std::string flipped = whole;
+  flipped[whole.size() / 3] ^= 1;
+  WriteFile(file, flipped);
+  ExpectRepair("a module with another bit");
+  std::filesystem::remove(file);
+  ExpectRepair("a missing module");
+}
+
+TEST_F(KernelCacheDamageTest, ADamagedListIsWrittenAgain) {
+  Write(MakeKernel("1.0"));
+  Compute();
+  const std::string file = GetOnlyFile(".headers"), whole = ReadFile(file);
+  for (const std::string& text : {std::string(), whole.substr(0, 40), whole.substr(0, whole.size() - 20)}) {
+    WriteFile(file, text);
+    ExpectRepair("a list of " + std::to_string(text.size()) + " bytes");
+  }
+}
+
+TEST_F(KernelCacheDamageTest, AModuleThatCannotBeLoadedIsCompiledAgain) {
+  Write(MakeKernel("1.0"));
+  Compute();
+  const std::string garbage = "no module at all", listFile = GetOnlyFile(".headers");
+  WriteFile(GetOnlyFile(".so"), garbage);
+  auto list = tool::ModuleList::Parse(ReadFile(listFile));
+  ASSERT_TRUE(list);
+  list->size = static_cast<Int>(garbage.size());
+  list->checksum = tool::MakeChecksum(garbage);
+  WriteFile(listFile, list->ToText());
+  ExpectRepair("a module that is not one");
+}
+
+}  // namespace
+}  // namespace ostra
