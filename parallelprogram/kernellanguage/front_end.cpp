@@ -2,6 +2,8 @@
 
 #include <new>
 
+#include "parallelprogram/kernellanguage/check.h"
+
 OSTRA_UNIT("kernellanguage");
 
 namespace ostra::kernellanguage {
@@ -22,6 +24,11 @@ void Analyze(const Source& source, AnalyzedKernel& kernel) {
   kernel.errors = std::move(resolution.errors);
   kernel.notUnderstood = std::move(resolution.notUnderstood);
   kernel.resolved = std::move(resolution.resolved);
+  if (!kernel.IsUnderstood()) return;
+  CheckResult check = Check(kernel.tree, kernel.resolved);
+  kernel.errors = std::move(check.errors);
+  kernel.warnings = std::move(check.warnings);
+  kernel.notUnderstood = std::move(check.notUnderstood);
   if (!kernel.IsUnderstood()) return;
   kernel.uniformity = AnalyzeUniformity(kernel.tree, kernel.resolved);
 }

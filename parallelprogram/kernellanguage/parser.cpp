@@ -255,6 +255,7 @@ void Parser::ReadStruct(Nodes& items) {
   const std::string_view name = ReadDeclaredName();
   if (!Expect("{")) return;
   _structs.insert(name);
+  _structNames.push_back(name);
   Nodes members;
   while (!IsBroken() && !Is("}")) {
     const NodeIndex type = ReadType();

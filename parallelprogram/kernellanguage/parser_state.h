@@ -140,6 +140,7 @@ class Parser {
   ParsedFile _file;
   std::vector<UInt16> _heights;  // of the nodes
   std::unordered_set<std::string_view> _structs;
+  std::vector<std::string_view> _structNames;      // in their order
   std::unordered_set<std::string_view> _declared;  // all names that the file has declared so far
   Int _namespaces = 0;
 };

@@ -145,6 +145,7 @@ NodeIndex Parser::ReadFor() {
   const NodeIndex first = ReadForStart();
   if (IsBroken()) return kNoNode;
   const NodeIndex condition = Is(";") ? kNoNode : ReadExpression();
+  if (Is(")")) return Fail(Peek().offset, "\"for\" needs three parts with \";\" between them");
   if (!ExpectSemicolon()) return kNoNode;
   const NodeIndex step = Is(")") ? kNoNode : ReadExpression();
   if (!ExpectClosing(")", open)) return kNoNode;

@@ -1,4 +1,5 @@
 #include "ostra/core/nearest_word.h"
+#include "parallelprogram/kernellanguage/host_names.h"
 #include "parallelprogram/kernellanguage/join.h"
 #include "parallelprogram/kernellanguage/parser_state.h"
 #include "parallelprogram/kernellanguage/types.h"
@@ -85,6 +86,18 @@ NodeIndex Parser::FailUnknownType() {
     return Stop(token.offset, Join({"\"", token.text, "\" is C++ beyond the language of kernels"}));
   if (known && known->kind == WordKind::kStage)
     return Stop(token.offset, Join({"\"", token.text, "\" is a word of graphics stages"}));
+  // "flaot x = ...": two words side by side begin a declaration, unless one is a macro of the host.
+  const Bool isDeclaration = IsWord(1) && !IsKnownName(Peek(1).text) && !MayBeHostName(Peek(1).text) &&
+                             (Is("=", 2) || Is(";", 2) || Is(",", 2) || Is("(", 2) || Is("[", 2) || Is(")", 2));
+  if (isDeclaration && !known && !MayBeHostName(token.text)) {
+    NearestWord nearest(token.text, token.text.size() < 4 ? 2 : 3);
+    for (const Word& word : GetWords()) {
+      if (word.kind == WordKind::kType) nearest.Try(word.name);
+    }
+    for (const std::string_view name : _structNames) nearest.Try(name);
+    if (!nearest.Get().empty())
+      return Fail(token.offset, Join({"unknown type \"", token.text, "\"; did you mean \"", nearest.Get(), "\"?"}));
+  }
   return Stop(token.offset, Join({"the type \"", token.text, "\" is not declared in the kernel's files"}));
 }
 

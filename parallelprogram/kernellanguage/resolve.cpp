@@ -74,7 +74,7 @@ void Resolver::Declare(NodeIndex node) {
   const NodeIndex before = _visible[name];
   const auto scope = static_cast<UInt32>(_scopes.size());
   if (before != kNoNode && _declaredIn[before] == scope) {
-    Fail(node, Join({"there is a \"", NameOf(node), "\" already"}), {{GetOffset(before), "it is declared here"}});
+    Fail(node, Join({"\"", NameOf(node), "\" is declared a second time"}), {{GetOffset(before), "the first time"}});
     return;
   }
   _undo.push_back({name, before});

@@ -434,7 +434,7 @@ Bool Resolver::Convert(NodeIndex node, TypeIndex type, std::string_view what) {
       return true;
   }
   const Bool isScalarToOther = IsScalar(given) && (IsVector(type) || type == kHalfType);
-  const std::string hint = isScalarToOther ? Join({"; write ", TypeName(type), "( )"}) : std::string();
+  const std::string hint = isScalarToOther ? Join({"; write ", TypeName(type), "(...)"}) : std::string();
   Fail(node, Join({what, " is a ", TypeName(type), ", this is a ", TypeName(given), hint}));
   return false;
 }

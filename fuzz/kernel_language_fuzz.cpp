@@ -1,0 +1,59 @@
+// Any text through the front end of the kernel language: it ends with a tree, errors or a reason, all of which can be
+// told. The first byte chooses the options.
+#include <cstdio>
+#include <cstdlib>
+
+#include "parallelprogram/kernellanguage/front_end.h"
+#include "parallelprogram/kernellanguage/print_tree.h"
+
+namespace {
+
+using namespace ostra::kernellanguage;
+
+void Require(bool isTrue, const char* what) {
+  if (isTrue) return;
+  std::fprintf(stderr, "%s\n", what);
+  std::abort();
+}
+
+// What the tables promise to those who read them.
+void CheckTables(const AnalyzedKernel& kernel) {
+  const std::size_t count = kernel.tree.nodes.size();
+  Require(kernel.resolved.type.size() == count, "types of all nodes");
+  Require(kernel.uniformity.nodes.size() == count, "uniformity of all nodes");
+  for (NodeIndex node = 0; node < count; ++node) {
+    for (const NodeIndex child : kernel.tree.GetChildren(node))
+      Require(child == kNoNode || child < node, "children come before their parents");
+    Require(Explain(kernel.tree, kernel.resolved, kernel.uniformity, node).size() <= kMaxReasons, "reasons");
+  }
+  const PrintTables tables{.resolved = &kernel.resolved, .uniformity = &kernel.uniformity};
+  Require(!PrintTree(kernel.tree, tables).empty(), "a tree prints");
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
+  if (size == 0) return 0;
+  const std::string text(reinterpret_cast<const char*>(data) + 1, size - 1);
+  Source source{.fileName = "k.krn", .text = text};
+  if (data[0] & 1) source.templateArgument = "Vec4<Float32>";
+  if (data[0] & 4) {
+    // Headers with the rest of the text in them, which may include further ones.
+    source.readHeader = [&text](const std::string& name, const std::string&) -> std::optional<Header> {
+      const std::size_t place = text.find(name);
+      return Header{name, place == std::string::npos ? text : text.substr(place + name.size())};
+    };
+  }
+  const auto kernel = AnalyzeKernel(source);
+  Require(kernel.IsOk(), "the front end never fails but for memory");
+  Require(kernel->errors.size() <= kMaxErrors, "a limit of errors");
+  for (const Diagnostic& error : kernel->errors)
+    Require(kernel->sources.Locate(error.offset).line > 0, "an error has a place");
+  Require(kernel->errors.empty() || !FormatDiagnostics(kernel->sources, kernel->errors).empty(), "errors print");
+  if (kernel->notUnderstood) {
+    Require(!kernel->notUnderstood->reason.empty(), "a reason");
+    Require(!FormatNotUnderstood(kernel->sources, *kernel->notUnderstood).empty(), "a reason prints");
+  }
+  if (kernel->IsUnderstood()) CheckTables(*kernel);
+  return 0;
+}

@@ -1,0 +1,20 @@
+// What is wrong with statements, beyond names and types: jumps that lead nowhere, labels, ends of functions.
+#pragma once
+
+#include <optional>
+
+#include "parallelprogram/kernellanguage/diagnostic.h"
+#include "parallelprogram/kernellanguage/resolved_tree.h"
+
+namespace ostra::kernellanguage {
+
+struct CheckResult {
+  std::vector<Diagnostic> errors;
+  std::vector<Diagnostic> warnings;  // what C++ takes and nobody means
+  std::optional<NotUnderstood> notUnderstood;
+};
+
+// For a tree that was resolved without errors.
+CheckResult Check(const SyntaxTree& tree, const ResolvedTree& resolved);
+
+}  // namespace ostra::kernellanguage
