@@ -19,7 +19,8 @@ constexpr const char* kTranslateDetails =
 constexpr const char* kCheckDetails =
     "Every file is translated for every target, assembled to a whole shader and compiled: GLSL and HLSL with glslang "
     "(the\n"
-    "results are checked by SPIRV-Tools), Metal as C++ with clang. Messages name the lines of the files, headers "
+    "results are checked by SPIRV-Tools), Metal as C++ for OpenCL with clang. Messages name the lines of the files, "
+    "headers "
     "included.\n"
     "Warnings tell what works on some devices only, or means something else there. Stage files of one name "
     "(model.vert,\n"

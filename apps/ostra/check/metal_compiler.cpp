@@ -77,12 +77,15 @@ Result<MetalCompiler> MetalCompiler::Find() {
     if (clang.empty()) clang = FindProgram(name);
   if (clang.empty()) return OSTRA_ILLEGAL_STATE("There is no clang, which compiles Metal text to check it.");
   MetalCompiler compiler;
-  compiler._command = {clang, "-x", "c++", "-std=c++14", "-fsyntax-only", "-nostdinc",
+  compiler._command = {clang, "-x", "clcpp", "-cl-std=clc++2021", "-target", "spir64-unknown-unknown", "-fsyntax-only",
+                       "-nostdinc", "-cl-no-stdinc",
+                       // Variables outside of functions have to be constants, as there.
+                       "-Xclang", "-cl-ext=-__opencl_c_program_scope_global_variables,-__opencl_c_device_enqueue",
                        // A number without a suffix is a float there.
-                       "-Xclang", "-cl-single-precision-constant",
+                       "-cl-single-precision-constant",
                        // Attributes say what the entry point's arguments are bound to.
-                       "-Wno-unknown-attributes", "-Wno-unknown-pragmas", "-fno-caret-diagnostics",
-                       "-fno-spell-checking", "-fno-color-diagnostics", "-I" + folder};
+                       "-Wno-unknown-attributes", "-Wno-ignored-attributes", "-Wno-unknown-pragmas",
+                       "-fno-caret-diagnostics", "-fno-spell-checking", "-fno-color-diagnostics", "-I" + folder};
   return compiler;
 }
 

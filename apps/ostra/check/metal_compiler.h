@@ -1,4 +1,5 @@
-// Compiles Metal text as C++ against a stand-in of the Metal standard library, to find mistakes.
+// Compiles Metal text as C++ for OpenCL, which has its address spaces and vectors, against a stand-in of the Metal
+// standard library, to find mistakes.
 #pragma once
 
 #include <string>
