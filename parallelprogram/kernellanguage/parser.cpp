@@ -62,10 +62,20 @@ NodeIndex Parser::StopAt(const Token& token) {
 
 NodeIndex Parser::Fail(SourceOffset offset, std::string text, std::vector<DiagnosticNote> notes) {
   if (IsBroken()) return kNoNode;
-  _file.errors.push_back({.offset = offset, .text = std::move(text), .notes = std::move(notes)});
   _isBroken = true;
+  // What follows a mistake in its own line is often nothing but its trace.
+  if (!_file.errors.empty() && !HasLineStart(_lastError, _at)) return kNoNode;
+  _lastError = _at;
+  _file.errors.push_back({.offset = offset, .text = std::move(text), .notes = std::move(notes)});
   _isFull = _file.errors.size() == kMaxErrors;
   return kNoNode;
+}
+
+Bool Parser::HasLineStart(std::size_t after, std::size_t last) const {
+  for (std::size_t i = after + 1; i <= last && i < _tokens.size(); ++i) {
+    if (_tokens[i].isFirstInLine) return true;
+  }
+  return false;
 }
 
 void Parser::Recover() {

@@ -206,9 +206,9 @@ NodeIndex Parser::ReadWord() {
   const Word* word = FindWord(token.text);
   if (word && word->kind == WordKind::kStage)
     return Stop(token.offset, Join({"\"", token.text, "\" is a word of graphics stages"}));
-  if (word &&
-      (word->kind == WordKind::kStatement || word->kind == WordKind::kQualifier || word->kind == WordKind::kReserved))
-    return StopAt(token);
+  if (word && word->kind == WordKind::kReserved)
+    return Stop(token.offset, Join({"\"", token.text, "\" is C++ beyond the language of kernels"}));
+  if (word && (word->kind == WordKind::kStatement || word->kind == WordKind::kQualifier)) return StopAt(token);
   if (Is("(", 1)) return ReadCall();
   Take();
   if (Is("<") && IsTypeStart(1)) return Stop(token.offset, "a template");

@@ -59,6 +59,8 @@ class Parser {
   NodeIndex Fail(SourceOffset offset, std::string text, std::vector<DiagnosticNote> notes = {});
   // Goes on behind the broken statement: after its ";" or before the "}" of its block.
   void Recover();
+  // Whether a line begins with one of the tokens from `after` + 1 to `last`.
+  Bool HasLineStart(std::size_t after, std::size_t last) const;
   Bool Expect(std::string_view sign);
   Bool ExpectClosing(std::string_view sign, const Token& open);
   Bool ExpectSemicolon();
@@ -136,6 +138,7 @@ class Parser {
   std::size_t _at = 0;
   Bool _isAngleSplit = false;  // the first > of a >> was taken
   Int _depth = 0;
+  std::size_t _lastError = 0;  // token at which the last error was found
   Bool _isBroken = false, _isFull = false;
   ParsedFile _file;
   std::vector<UInt16> _heights;  // of the nodes

@@ -1,0 +1,84 @@
+// The table of words, against the page that describes them.
+#include "parallelprogram/kernellanguage/words.h"
+
+#include <gtest/gtest.h>
+
+#include <set>
+
+#include "kernel_source_files.h"
+#include "ostra/core/text_characters.h"
+
+namespace ostra::kernellanguage {
+namespace {
+
+// Words between backquotes in the first column of the page's tables.
+std::set<std::string> ReadDocumentedWords() {
+  const std::string page = ReadWholeFile(std::filesystem::path(OSTRA_SOURCE_FOLDER) / "docs/kernel-words.md");
+  std::set<std::string> words;
+  for (std::size_t line = page.find("\n| "); line != std::string::npos; line = page.find("\n| ", line + 1)) {
+    const std::string cell = page.substr(line + 3, page.find(" |", line + 3) - line - 3);
+    for (std::size_t open = cell.find('`'); open != std::string::npos;) {
+      const std::size_t close = cell.find('`', open + 1);
+      std::string word;
+      for (std::size_t i = open + 1; i <= close; ++i) {
+        if (IsWordCharacter(cell[i])) {
+          word += cell[i];
+          continue;
+        }
+        if (!word.empty() && IsWordStart(word[0])) words.insert(word);
+        word.clear();
+        if (cell[i] == '(' || cell[i] == '[') break;  // arguments
+      }
+      open = cell.find('`', close + 1);
+    }
+  }
+  return words;
+}
+
+TEST(WordsTest, EveryDocumentedWordIsInTheTable) {
+  // Parts of the page's sentences: names in examples, keywords of C++, defines of headers, other operations.
+  const std::set<std::string> others = {
+      "return",          "BORDER", "REPEAT", "Sub", "Min", "Max", "And", "Or",    "Xor",         "Exchange",
+      "CompareExchange", "uint",   "c",      "x",   "b",   "p",   "a",   "depth", "noiseMode_i", "noiseSeed_i"};
+  const std::set<std::string> words = ReadDocumentedWords();
+  EXPECT_GT(words.size(), 100u);
+  for (const std::string& word : words) {
+    if (others.contains(word) || word.starts_with("PATCH_")) continue;
+    EXPECT_NE(FindWord(word), nullptr) << word;
+  }
+}
+
+TEST(WordsTest, NoWordIsThereTwice) {
+  std::set<std::string_view> names;
+  for (const Word& word : GetWords()) EXPECT_TRUE(names.insert(word.name).second) << word.name;
+}
+
+TEST(WordsTest, EveryTypeWordOfOneTypeNamesIt) {
+  for (const Word& word : GetWords()) {
+    const bool isFamily = word.name.starts_with("Vec2") || word.name == "Vec3" || word.name == "Vec4" ||
+                          word.name == "Block" || word.name == "BaseArray";
+    if (word.kind != WordKind::kType || isFamily) continue;
+    EXPECT_NE(FindTypeWord(word.name), kUnknownType) << word.name;
+  }
+}
+
+TEST(WordsTest, OverloadsStandInTheOrderOfTheirForms) {
+  const auto clamp = GetOverloads(WordId::kClamp);
+  ASSERT_EQ(clamp.size(), 3u + 6u * 3u);
+  EXPECT_EQ(clamp[0].result, kFloatType);
+  EXPECT_EQ(clamp[3].result, GetVectorType(Scalar::kFloat32, 2));
+  EXPECT_EQ(clamp[12].parameters[0], GetVectorType(Scalar::kFloat32, 2));
+  EXPECT_EQ(clamp[12].parameters[1], kFloatType);
+  ASSERT_EQ(GetOverloads(WordId::kMul).size(), 7u);
+  EXPECT_EQ(GetOverloads(WordId::kMul)[2].parameters[1], kMatrix3Type);
+  EXPECT_EQ(GetOverloads(WordId::kIsNan)[0].result, kBoolType);
+}
+
+TEST(WordsTest, SynonymsShareTheirOverloads) {
+  EXPECT_EQ(FindWord("Sqrt")->id, WordId::kSqrt);
+  EXPECT_EQ(FindWord("matoff")->id, WordId::kMatrixOffset);
+  EXPECT_EQ(GetWord(WordId::kSqrt).name, "sqrt");
+}
+
+}  // namespace
+}  // namespace ostra::kernellanguage
