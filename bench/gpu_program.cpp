@@ -91,6 +91,33 @@ void GpuWork::AddPeers(Contest& contest, std::uint32_t x, std::uint32_t y, std::
   AddRawPeer(contest, "vulkan", x, y, std::move(isRight), dispatches, repeats, false);
 }
 
+void GpuWork::AddSwappingPeers(Contest& contest, std::uint32_t x, const char* first, const char* second,
+                               std::function<bool(const void*)> isRight, int swaps) {
+  contest.Add(
+      "ours-gpu",
+      [program = _program, x, first = Name(first), second = Name(second), swaps] {
+        for (int i = 0; i < swaps; ++i) {
+          if (!program->UpdateUniforms().IsOk() || !program->DispatchKernel(x, 1, 1, false).IsOk() ||
+              !program->SwapBuffers(first, second).IsOk())
+            return false;
+        }
+        return program->Execute(true).IsOk();
+      },
+      [program = _program, name = _result, isRight] { return isRight(ReadBuffer(*program, name).data()); });
+  contest.Add(
+      "vulkan",
+      [raw = _raw, groups = GetGroupCounts(_raw->GetShader(), x, 1), first = std::string(first),
+       second = std::string(second), swaps] {
+        raw->RunSwapping(groups, swaps, first, second);
+        return true;
+      },
+      [result = _rawResult, isRight] {
+        std::vector<std::uint8_t> bytes(result->GetSize());
+        result->Read(bytes.data());
+        return isRight(bytes.data());
+      });
+}
+
 void GpuWork::AddTimelinePeer(Contest& contest, std::uint32_t x, std::function<bool(const void*)> isRight,
                               int dispatches, int repeats) {
   AddRawPeer(contest, "vulkan-timeline", x, 1, std::move(isRight), dispatches, repeats, true);

@@ -68,6 +68,10 @@ class GpuWork {
   void AddPeers(Contest& contest, std::uint32_t x, std::uint32_t y, std::function<bool(const void*)> isRight,
                 int dispatches = 1, int repeats = 1);
 
+  // One run is `swaps` dispatches behind each of which two buffers change places, all in one submission.
+  void AddSwappingPeers(Contest& contest, std::uint32_t x, const char* first, const char* second,
+                        std::function<bool(const void*)> isRight, int swaps);
+
  private:
   void AddRawPeer(Contest& contest, const char* peer, std::uint32_t x, std::uint32_t y,
                   std::function<bool(const void*)> isRight, int dispatches, int repeats, bool usesTimeline);

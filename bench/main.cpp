@@ -43,6 +43,7 @@ constexpr Workload kWorkloads[] = {
     {"store", &bench::RunStore},
     {"readback", &bench::RunReadBack},
     {"gpu_submit", &bench::RunGpuSubmit},
+    {"ping_pong", &bench::RunPingPong},
     {"shader_compile", &bench::RunShaderCompile},
     {"large_program", &bench::RunLargeProgram},
     {"draws", &bench::RunDraws},

@@ -49,18 +49,15 @@ RawKernel::RawKernel(RawDeviceRef device, Shader shader) : _device(std::move(dev
   vkDestroyShaderModule(handle, module, nullptr);
   CheckVulkan(result, "vkCreateComputePipelines");
 
-  std::vector<VkDescriptorPoolSize> sizes = {{VK_DESCRIPTOR_TYPE_UNIFORM_BUFFER, 1}};
-  for (const VkDescriptorSetLayoutBinding& binding : bindings) sizes.push_back({binding.descriptorType, 1});
+  constexpr std::uint32_t kSets = 2;
+  std::vector<VkDescriptorPoolSize> sizes = {{VK_DESCRIPTOR_TYPE_UNIFORM_BUFFER, kSets}};
+  for (const VkDescriptorSetLayoutBinding& binding : bindings) sizes.push_back({binding.descriptorType, kSets});
   VkDescriptorPoolCreateInfo poolInfo = {VK_STRUCTURE_TYPE_DESCRIPTOR_POOL_CREATE_INFO};
-  poolInfo.maxSets = 1;
+  poolInfo.maxSets = kSets;
   poolInfo.poolSizeCount = static_cast<std::uint32_t>(sizes.size());
   poolInfo.pPoolSizes = sizes.data();
   BENCH_VULKAN(vkCreateDescriptorPool(handle, &poolInfo, nullptr, &_pool));
-  VkDescriptorSetAllocateInfo allocation = {VK_STRUCTURE_TYPE_DESCRIPTOR_SET_ALLOCATE_INFO};
-  allocation.descriptorPool = _pool;
-  allocation.descriptorSetCount = 1;
-  allocation.pSetLayouts = &_setLayout;
-  BENCH_VULKAN(vkAllocateDescriptorSets(handle, &allocation, &_set));
+  _set = AllocateSet();
 
   _commands = _device->MakeCommandBuffer();
   _fence = _device->MakeFence();
@@ -75,6 +72,36 @@ RawKernel::RawKernel(RawDeviceRef device, Shader shader) : _device(std::move(dev
   write.descriptorType = VK_DESCRIPTOR_TYPE_UNIFORM_BUFFER;
   write.pBufferInfo = &buffer;
   vkUpdateDescriptorSets(handle, 1, &write, 0, nullptr);
+}
+
+VkDescriptorSet RawKernel::AllocateSet() {
+  VkDescriptorSetAllocateInfo allocation = {VK_STRUCTURE_TYPE_DESCRIPTOR_SET_ALLOCATE_INFO};
+  allocation.descriptorPool = _pool;
+  allocation.descriptorSetCount = 1;
+  allocation.pSetLayouts = &_setLayout;
+  VkDescriptorSet set = VK_NULL_HANDLE;
+  BENCH_VULKAN(vkAllocateDescriptorSets(_device->GetHandle(), &allocation, &set));
+  return set;
+}
+
+// What the first set has, but for two buffers, which change places.
+void RawKernel::MakeSwappedSet(std::uint32_t first, std::uint32_t second) {
+  _swapped = AllocateSet();
+  std::vector<VkCopyDescriptorSet> copies;
+  const auto copy = [&](std::uint32_t from, std::uint32_t to) {
+    VkCopyDescriptorSet each = {VK_STRUCTURE_TYPE_COPY_DESCRIPTOR_SET};
+    each.srcSet = _set;
+    each.srcBinding = from;
+    each.dstSet = _swapped;
+    each.dstBinding = to;
+    each.descriptorCount = 1;
+    copies.push_back(each);
+  };
+  if (_shader.uniformBytes > 0) copy(_shader.uniformBinding, _shader.uniformBinding);
+  for (const Shader::Place& buffer : _shader.buffers)
+    copy(buffer.number, buffer.number == first ? second : buffer.number == second ? first : buffer.number);
+  for (const Shader::Place& texture : _shader.textures) copy(texture.number, texture.number);
+  vkUpdateDescriptorSets(_device->GetHandle(), 0, nullptr, static_cast<std::uint32_t>(copies.size()), copies.data());
 }
 
 RawKernel::~RawKernel() {
@@ -114,21 +141,33 @@ void RawKernel::SetUniform(const std::string& name, const void* value, std::size
   std::memcpy(_values.data() + Find(_shader.uniforms, name), value, bytes);
 }
 
-void RawKernel::Run(GroupCounts groups, int dispatches, bool usesTimeline) {
+void RawKernel::Record(GroupCounts groups, int dispatches, const VkDescriptorSet (&sets)[2]) {
   if (!_values.empty()) std::memcpy(_uniforms->GetMapped(), _values.data(), _values.size());
   BeginCommands(_commands);
   vkCmdBindPipeline(_commands, VK_PIPELINE_BIND_POINT_COMPUTE, _pipeline);
-  vkCmdBindDescriptorSets(_commands, VK_PIPELINE_BIND_POINT_COMPUTE, _layout, 0, 1, &_set, 0, nullptr);
   VkMemoryBarrier barrier = {VK_STRUCTURE_TYPE_MEMORY_BARRIER};
   barrier.srcAccessMask = VK_ACCESS_SHADER_WRITE_BIT;
   barrier.dstAccessMask = VK_ACCESS_SHADER_READ_BIT | VK_ACCESS_SHADER_WRITE_BIT;
   for (int i = 0; i < dispatches; ++i) {
+    if (i == 0 || sets[0] != sets[1])
+      vkCmdBindDescriptorSets(_commands, VK_PIPELINE_BIND_POINT_COMPUTE, _layout, 0, 1, &sets[i % 2], 0, nullptr);
     vkCmdPipelineBarrier(_commands, VK_PIPELINE_STAGE_COMPUTE_SHADER_BIT, VK_PIPELINE_STAGE_COMPUTE_SHADER_BIT, 0, 1,
                          &barrier, 0, nullptr, 0, nullptr);
     vkCmdDispatch(_commands, groups.x, groups.y, 1);
   }
   BENCH_VULKAN(vkEndCommandBuffer(_commands));
+}
+
+void RawKernel::Run(GroupCounts groups, int dispatches, bool usesTimeline) {
+  Record(groups, dispatches, {_set, _set});
   if (usesTimeline) return _device->SubmitAndWaitOnTimeline(_commands);
+  _device->Submit(_commands, _fence);
+  _device->Wait(_fence);
+}
+
+void RawKernel::RunSwapping(GroupCounts groups, int dispatches, const std::string& first, const std::string& second) {
+  if (!_swapped) MakeSwappedSet(Find(_shader.buffers, first), Find(_shader.buffers, second));
+  Record(groups, dispatches, {_set, _swapped});
   _device->Submit(_commands, _fence);
   _device->Wait(_fence);
 }

@@ -129,8 +129,13 @@ class RawKernel {
   void SetUniform(const std::string& name, const void* value, std::size_t bytes);
   // Records, submits and awaits `dispatches` of them, with a barrier before each.
   void Run(GroupCounts groups, int dispatches, bool usesTimeline = false);
+  // The same where two buffers change places behind each dispatch. All has been set.
+  void RunSwapping(GroupCounts groups, int dispatches, const std::string& first, const std::string& second);
 
  private:
+  VkDescriptorSet AllocateSet();
+  void MakeSwappedSet(std::uint32_t first, std::uint32_t second);
+  void Record(GroupCounts groups, int dispatches, const VkDescriptorSet (&sets)[2]);
   RawDeviceRef _device;
   Shader _shader;
   VkDescriptorSetLayout _setLayout = VK_NULL_HANDLE;
@@ -138,6 +143,7 @@ class RawKernel {
   VkPipeline _pipeline = VK_NULL_HANDLE;
   VkDescriptorPool _pool = VK_NULL_HANDLE;
   VkDescriptorSet _set = VK_NULL_HANDLE;
+  VkDescriptorSet _swapped = VK_NULL_HANDLE;
   VkCommandBuffer _commands = VK_NULL_HANDLE;
   VkFence _fence = VK_NULL_HANDLE;
   std::vector<std::uint8_t> _values;

@@ -39,6 +39,20 @@ bool RunCount(const Options& options, int dispatches) {
 
 }  // namespace
 
+bool RunPingPong(const Options& options) {
+  for (const int swaps : {1000, 30000}) {
+    Contest contest("ping_pong", std::to_string(swaps), "latency", "ms");
+    GpuWork work("net.ostra.bench.step.krn", "before");
+    if (!work.Start(options)) return true;
+    for (const char* name : {"before", "after"})
+      work.AddBuffer<ostra::UInt32>(name, kElements, [](std::int64_t) { return 0u; });
+    work.SetUniform("count", ostra::UInt32{kElements});
+    work.AddSwappingPeers(contest, kElements, "before", "after", ExpectCount(swaps), swaps);
+    if (!contest.Run(options, [](double seconds) { return seconds * 1e3; })) return false;
+  }
+  return true;
+}
+
 bool RunGpuSubmit(const Options& options) {
   for (const int dispatches : {0, 1, 64, 1000}) {
     if (!RunCount(options, dispatches)) return false;

@@ -91,13 +91,19 @@ class ValueSet final : public DrawportParameterValueSet {
   struct Set {
     VkDescriptorSet set = VK_NULL_HANDLE;
     UInt64 busyUntil = 0;
+    BaseArray<BoundObject> objects;  // that it was written with
   };
+  static constexpr Int kRecentCount = 16;
 
   // Readies the objects and lets the batch hold them.
   Result<void> KeepObjects(CommandList& list);
   // Error: illegal state, with the parameter's name.
   Result<void> MakeUnsetError(Int binding) const;
+  // Makes a set that has the published objects the current one: one of the last few that were written, or one that the
+  // device is done with, or a new one.
+  Result<void> FindSet(CommandList& list);
   Result<void> TakeSet(CommandList& list);
+  Result<void> AddSet(CommandList& list);
   void WriteSet(CommandList& list);
   void FindDynamicPlaces();
   // The value behind a dynamic storage binding.
@@ -125,11 +131,16 @@ class ValueSet final : public DrawportParameterValueSet {
   BaseArray<UInt32> _dynamicOffsets;
   BaseArray<Int> _dynamicPlaces;  // the same from the beginning of the slice; -1: offset 0
 
-  // Descriptor sets in turn: one is written again when the device is done with it.
+  // Descriptor sets: one is written again when the device is done with it. Until then it serves all dispatches that
+  // have its objects, so that buffers which change places again and again need no more than two.
   BaseArray<DescriptorPoolRef> _pools;
   Int _setsLeft = 0;  // in the last pool
   BaseArray<Set> _sets;
-  Int _current = -1;  // the set that has the published objects; -1: none
+  Int _current = -1;               // the set that has the published objects; -1: none
+  Int _recent[kRecentCount] = {};  // sets that were written last, in a ring
+  Int _recentCount = 0;            // of all writes
+  UInt64 _scannedSerial = 0;       // batches were done up to it when sets before _scanned were busy
+  Int _scanned = 0;
   UInt64 _keptSerial = 0;
   BaseArray<VkWriteDescriptorSet> _writes;
   BaseArray<VkDescriptorBufferInfo> _bufferInfos;

@@ -125,7 +125,8 @@ Result<ValueSet::Binding> ValueSet::Prepare(CommandList& list) {
   if (_factory.HasGradients() && _gradientRoom < std::max<Int>(_gradients.GetCount(), 1)) {
     _gradientRoom = static_cast<Int>(std::bit_ceil(static_cast<UInt64>(std::max<Int>(_gradients.GetCount(), 1))));
     _sliceSerial = 0;
-    _current = -1;  // the set ends too early
+    _current = -1;  // the sets end too early
+    _recentCount = 0;
   }
   if (GetSliceSize() > 0 && _sliceSerial != serial) {
     OSTRA_ASSIGN_OR_RETURN(const CommandList::UniformSlice slice, list.AllocateUniforms(GetSliceSize()));
@@ -143,8 +144,7 @@ Result<ValueSet::Binding> ValueSet::Prepare(CommandList& list) {
     _keptSerial = serial;
   }
   if (_current < 0) {
-    OSTRA_RETURN_IF_ERROR(TakeSet(list));
-    WriteSet(list);
+    OSTRA_RETURN_IF_ERROR(FindSet(list));
     FindDynamicPlaces();
   }
   _sets[_current].busyUntil = serial;
@@ -180,13 +180,37 @@ const ParameterPlace* ValueSet::FindValue(Int binding) const {
                       [binding](const ParameterPlace& place) { return place.binding == binding; });
 }
 
-Result<void> ValueSet::TakeSet(CommandList& list) {
-  const UInt64 completed = list.GetCompletedSerial();
-  for (Int i = 0; i < _sets.GetCount(); ++i) {
-    if (_sets[i].busyUntil > completed) continue;
-    _current = i;
+Result<void> ValueSet::FindSet(CommandList& list) {
+  for (Int i = 0; i < std::min(_recentCount, kRecentCount); ++i) {
+    const Int known = _recent[i];
+    if (!std::equal(_objects.begin(), _objects.end(), _sets[known].objects.begin())) continue;
+    _current = known;
     return OK;
   }
+  OSTRA_RETURN_IF_ERROR(TakeSet(list));
+  WriteSet(list);
+  std::copy(_objects.begin(), _objects.end(), _sets[_current].objects.begin());
+  _recent[_recentCount % kRecentCount] = _current;
+  _recentCount = _recentCount + 1 < 2 * kRecentCount ? _recentCount + 1 : kRecentCount;
+  return OK;
+}
+
+Result<void> ValueSet::TakeSet(CommandList& list) {
+  const UInt64 completed = list.GetCompletedSerial();
+  if (completed != _scannedSerial) _scanned = 0;
+  _scannedSerial = completed;
+  // What was busy or has been taken since then stays busy until further batches are done.
+  for (; _scanned < _sets.GetCount(); ++_scanned) {
+    if (_sets[_scanned].busyUntil > completed) continue;
+    _current = _scanned++;
+    return OK;
+  }
+  OSTRA_RETURN_IF_ERROR(AddSet(list));
+  _scanned = _sets.GetCount();
+  return OK;
+}
+
+Result<void> ValueSet::AddSet(CommandList& list) {
   const Pipeline& pipeline = _factory.GetPipeline();
   OSTRA_RETURN_IF_ERROR(_sets.Reserve(_sets.GetCount() + 1));
   if (_setsLeft == 0) {
@@ -202,9 +226,10 @@ Result<void> ValueSet::TakeSet(CommandList& list) {
     _setsLeft = count;
   }
   Set added;
+  OSTRA_RETURN_IF_ERROR(added.objects.Resize(_objects.GetCount()));
   OSTRA_ASSIGN_OR_RETURN(added.set, _pools[_pools.GetCount() - 1]->Allocate(pipeline.GetSetLayout()));
   --_setsLeft;
-  OSTRA_RETURN_IF_ERROR(_sets.Append(added));
+  OSTRA_RETURN_IF_ERROR(_sets.Append(std::move(added)));  // there is room
   _current = _sets.GetCount() - 1;
   return OK;
 }

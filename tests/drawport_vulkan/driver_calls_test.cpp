@@ -19,6 +19,9 @@ struct Heard {
   PFN_vkSetDebugUtilsObjectNameEXT setName = nullptr;
   int barrierCount = 0;
   int mergeCount = 0;
+  PFN_vkAllocateDescriptorSets allocateSets = nullptr;
+  PFN_vkUpdateDescriptorSets updateSets = nullptr;
+  int setCount = 0, updateCount = 0;
   std::vector<std::pair<VkObjectType, std::string>> names;
   std::string cacheData;
   VkResult formatAnswer = VK_SUCCESS;
@@ -32,6 +35,16 @@ VKAPI_ATTR void VKAPI_CALL CountBarrier(VkCommandBuffer commands, VkPipelineStag
                                         const VkImageMemoryBarrier* images) {
   ++g_heard.barrierCount;
   g_heard.barrier(commands, from, to, flags, count, barriers, bufferCount, buffers, imageCount, images);
+}
+VKAPI_ATTR VkResult VKAPI_CALL CountSets(VkDevice device, const VkDescriptorSetAllocateInfo* info,
+                                         VkDescriptorSet* sets) {
+  g_heard.setCount += static_cast<int>(info->descriptorSetCount);
+  return g_heard.allocateSets(device, info, sets);
+}
+VKAPI_ATTR void VKAPI_CALL CountSetUpdates(VkDevice device, UInt32 count, const VkWriteDescriptorSet* writes,
+                                           UInt32 copyCount, const VkCopyDescriptorSet* copies) {
+  ++g_heard.updateCount;
+  g_heard.updateSets(device, count, writes, copyCount, copies);
 }
 VKAPI_ATTR VkResult VKAPI_CALL HearName(VkDevice device, const VkDebugUtilsObjectNameInfoEXT* info) {
   g_heard.names.emplace_back(info->objectType, info->pObjectName);
@@ -251,6 +264,63 @@ TEST_F(DriverCallsTest, ABufferThatIsLargerThanBuffersCanBeIsRefused) {
     GTEST_SKIP() << "The GPU device does not say how large buffers can be.";
   EXPECT_THAT(BufferResource::Create(device, static_cast<Int>(most) + 1, MemoryUse::Device, false),
               IsErrorContaining(kIllegalArgumentError, "that the GPU device can give one."));
+}
+
+// Each dispatch adds 1 to what the one before it has written and puts it elsewhere: a set with wrong buffers loses
+// some.
+TEST_F(DriverCallsTest, BuffersThatChangePlacesNeedAsManyDescriptorSetsAsPlaces) {
+  g_heard.allocateSets = vkAllocateDescriptorSets;
+  g_heard.updateSets = vkUpdateDescriptorSets;
+  const DrawportContextRef context = Take(MakeContext());
+  DrawportCommandList& list = context->GetCommandList();
+  const auto run = [&](Int bufferCount, int dispatchCount) {
+    std::vector<BufferRef> buffers;
+    for (Int i = 0; i < bufferCount; ++i)
+      buffers.push_back(
+          Take(BufferResource::Create(static_cast<Context&>(*context).GetDevice(), 64, MemoryUse::Device, true)));
+    std::size_t step = 0;
+    const GpuComputeRef compute = Take(MakeCompute(
+        context,
+        [](DrawportProgramDescription& program) -> Result<void> {
+          for (const InternedId& name : {"from"_iid, "to"_iid})
+            OSTRA_RETURN_IF_ERROR(program.AddBufferParameter(DrawportStage::Compute,
+                                                             {.typeName = "uint"_s, .members = {}, .byteSize = 4}, name,
+                                                             DrawportBufferAccess::ReadWrite));
+          OSTRA_RETURN_IF_ERROR(program.AddCode(DrawportStage::Compute, kAppendCode,
+                                                "UNIFORM_BUFFER(to)[0] = UNIFORM_BUFFER(from)[0] + 1u;\n"_s));
+          return program.SetComputeShaderProperties(1, 1, 1);
+        },
+        [&](DrawportProgramFactory& factory, DrawportParameterValueSet& values) -> Result<void> {
+          const auto at = [&](std::size_t i) { return buffers[i % buffers.size()].GetPointer(); };
+          OSTRA_RETURN_IF_ERROR(
+              factory.SetParameterBuffer(values, factory.GetBufferParameterHandle("from"_iid), at(step)));
+          return factory.SetParameterBuffer(values, factory.GetBufferParameterHandle("to"_iid), at(step + 1));
+        }));
+    const ReplacedFunction sets(vkAllocateDescriptorSets, &CountSets);
+    const ReplacedFunction updates(vkUpdateDescriptorSets, &CountSetUpdates);
+    g_heard.setCount = g_heard.updateCount = 0;
+    for (int i = 0; i < dispatchCount; ++i) {
+      Take(compute->UpdateUniforms(context, true));
+      Take(list.AddMemoryBarrier(DrawportBarrierBits::StorageBuffer));
+      Take(compute->Dispatch(1, 1, 1));
+      ++step;
+    }
+    Take(list.Execute(true));
+    DrawportStagingBuffer* staging =
+        Take(static_cast<Context&>(*context).GetCommands().AllocStagingBuffer(64, DrawportStagingUse::HostRead));
+    const BufferRef& last = buffers[step % buffers.size()];
+    const Byte* mapped = Take(list.PrivateMapBuffer(*staging, DrawportMapMode::Read, *last, 0, 0, 4));
+    EXPECT_EQ(*reinterpret_cast<const UInt32*>(mapped), static_cast<UInt32>(dispatchCount));
+    list.ReleaseStagingBuffer(staging);
+  };
+  for (const Int buffers : {2, 5}) {
+    run(buffers, 1000);
+    EXPECT_EQ(g_heard.setCount, buffers);
+    EXPECT_EQ(g_heard.updateCount, buffers);
+  }
+  // More places than are looked back at: a set for each dispatch of the batch, and the right numbers.
+  run(40, 100);
+  EXPECT_EQ(g_heard.setCount, 100);
 }
 
 }  // namespace
