@@ -46,6 +46,7 @@ constexpr Workload kWorkloads[] = {
     {"ping_pong", &bench::RunPingPong},
     {"shader_compile", &bench::RunShaderCompile},
     {"large_program", &bench::RunLargeProgram},
+    {"kernel_compile", &bench::RunKernelCompile},
     {"draws", &bench::RunDraws},
     {"program_build", &bench::RunProgramBuild},
     {"terrain", &bench::RunTerrain},

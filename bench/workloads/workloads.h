@@ -25,6 +25,8 @@ bool RunPingPong(const Options& options);
 bool RunShaderCompile(const Options& options);
 // Generated kernels of up to 1 MB: time and memory of the compiler.
 bool RunLargeProgram(const Options& options);
+// The tool: from a changed kernel file to its result on the CPU.
+bool RunKernelCompile(const Options& options);
 // Draws with values of their own, in one pass.
 bool RunDraws(const Options& options);
 // Stage files to programs that have drawn, with empty and with full caches.
