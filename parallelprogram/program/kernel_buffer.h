@@ -2,10 +2,8 @@
 #pragma once
 
 #include <atomic>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <thread>
 
 #include "ostra/core/base_array.h"
 
@@ -19,7 +17,7 @@ namespace ostra::kernel {
 // Ends the process with a message; the first thread that gets here says it.
 [[noreturn]] inline void FailBufferIndex(const char* buffer, const char* file, int line, Int index, Int count) {
   static std::atomic_flag isSaid = ATOMIC_FLAG_INIT;
-  while (isSaid.test_and_set()) std::this_thread::sleep_for(std::chrono::seconds(1));
+  while (isSaid.test_and_set()) isSaid.wait(true);  // until the end of the process
   std::fprintf(stderr, "%s:%d: error: index %lld is outside the %lld elements of the buffer \"%s\"\n", file, line,
                static_cast<long long>(index), static_cast<long long>(count), buffer);
   std::abort();
