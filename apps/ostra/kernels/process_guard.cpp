@@ -1,6 +1,5 @@
 #include "apps/ostra/kernels/process_guard.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/prctl.h>
