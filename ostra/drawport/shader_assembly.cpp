@@ -2,6 +2,7 @@
 // but a directive in "$" is replaced by what the directive stands for.
 #include "ostra/drawport/shader_assembly.h"
 
+#include <algorithm>
 #include <charconv>
 
 #include "ostra/core/format.h"
@@ -96,7 +97,7 @@ class Assembler {
     if (directive == "defines") return WriteCode(_records.defines);
     if (directive == "structs") return WriteStructs();
     if (directive == "functions") return WriteCode(_records.functions);
-    if (directive == "file scope") return WriteCode(_records.fileScope);
+    if (directive == "file scope") return WriteFileScope();
     if (directive == "group shared") return WriteCode(_records.groupShared);
     if (directive == "body") return _writer.AddCode(_records.body);
     if (directive == "members") return WriteMembers();
@@ -107,6 +108,32 @@ class Assembler {
 
   Result<void> WriteCode(const BaseArray<ShaderCode>& pieces) {
     for (const ShaderCode& piece : pieces) OSTRA_RETURN_IF_ERROR(_writer.AddCode(piece));
+    return OK;
+  }
+
+  // Constants outside of functions are written as the language needs them: without "static", HLSL takes them for values
+  // of its own uniform buffer, and Metal has them in an address space.
+  Result<void> WriteFileScope() {
+    constexpr std::string_view kConst = "const ";
+    const std::string_view words = _sections.GetName("file scope", "const");
+    Int depth = 0;
+    for (const ShaderCode& piece : _records.fileScope) {
+      std::string_view rest = piece.text;
+      for (Int i = 0; !rest.empty(); ++i) {
+        const ShaderOrigin& origin = i < piece.origins.GetCount() ? piece.origins[i] : _program.origin;
+        const std::string_view line = shading::TakeLine(rest);
+        std::string_view code = line;
+        while (code.starts_with(' ') || code.starts_with('\t')) code.remove_prefix(1);
+        if (depth == 0 && !words.empty() && code.starts_with(kConst)) {
+          OSTRA_ASSIGN_OR_RETURN(const String constant, Format("@ @", words, code.substr(kConst.size())));
+          OSTRA_RETURN_IF_ERROR(_writer.AddLine(constant, origin));
+        } else {
+          OSTRA_RETURN_IF_ERROR(_writer.AddLine(line, origin));
+        }
+        const std::string_view own = code.substr(0, code.find("//"));
+        depth += std::count(own.begin(), own.end(), '{') - std::count(own.begin(), own.end(), '}');
+      }
+    }
     return OK;
   }
 
@@ -240,9 +267,10 @@ std::string_view GetProgramSection(const ShaderRecords& records, const Sections&
 // What support code calls a parameter, and the word of kernel files for it.
 struct Prefix {
   std::string_view prefix;
-  std::string_view word;
+  std::string_view word;  // empty when the name alone is the word
 };
 constexpr Prefix kPrefixes[] = {
+    {"ostraOwn_", ""},
     {"ostraUniform_", "UNIFORM"},
     {"ostraBuffer_", "UNIFORM_BUFFER"},
     {"ostraSampleLayer_", "SampleTextureLayer"},
@@ -290,7 +318,9 @@ Result<String> RestoreShaderWords(std::string_view message) {
     message.remove_prefix(begin + found->prefix.size());
     std::size_t size = 0;
     while (size < message.size() && IsWordCharacter(message[size])) ++size;
-    OSTRA_ASSIGN_OR_RETURN(const String word, Format("@(@)", found->word, message.substr(0, size)));
+    const std::string_view name = message.substr(0, size);
+    OSTRA_ASSIGN_OR_RETURN(const String word,
+                           found->word.empty() ? String::Create(name) : Format("@(@)", found->word, name));
     OSTRA_RETURN_IF_ERROR(restored.Append(word));
     message.remove_prefix(size);
   }

@@ -64,5 +64,43 @@ TEST_F(MetalTextTest, WhatAFunctionChangesIsAVariableOfItsOwn) {
   EXPECT_THAT(CompileCode("vec4 v = UNIFORM_BUFFER(vectors)[0];\nRaise(v.x);"), HasSubstr("vector element"));
 }
 
+TEST_F(MetalTextTest, HelpersMayHaveNamesOfTheStandardLibrary) {
+  ShaderRecords records = MakeRecords(kShadingLanguageMetal,
+                                      "UNIFORM_BUFFER(a)[0] = log10(UNIFORM_BUFFER(a)[1]) + popcount(2.0) + "
+                                      "select(1.0, 2.0) + UNIFORM(select);");
+  AddFunction(records, "float log10(float x)\n{\nreturn log(x) / 2.302585;\n}\n");
+  AddFunction(records, "float popcount(float x)\n{\nreturn x;\n}\n");
+  AddFunction(records, "float select(float x, float y)\n{\nreturn x < y ? x : y;\n}\n");
+  AddValue(records, "select", DrawportShaderValueType::Float);
+  AddBuffer(records, "a", "float");
+  EXPECT_EQ(Compile(records), "");
+}
+
+TEST_F(MetalTextTest, MessagesNameAddressSpacesAndFunctionsAsKernelFilesDo) {
+  EXPECT_THAT(CompileCode("mat4 m = UNIFORM_BUFFER(vectors)[0];"), testing::Not(HasSubstr("__")));
+  ShaderRecords records = MakeRecords(kShadingLanguageMetal, "float x = tanh(1.0);");
+  EXPECT_THAT(std::string(RestoreShaderWords(Compile(records))->GetView()), HasSubstr("'tanh'"));
+}
+
+// HLSL takes a constant without "static" for a value of its own uniform buffer, which nobody sets.
+TEST(FileScopeTest, ConstantsAreConstantsInEveryLanguage) {
+  for (const Id* language : kLanguages) {
+    ShaderRecords records = MakeRecords(*language, "const float inner = 1.0;\nUNIFORM_BUFFER(a)[0] = kScale + inner;");
+    AddBuffer(records, "a", "float");
+    ASSERT_THAT(records.fileScope.Append(ShaderCode{"const float kScale = 2.0;\n"_s, {}}), IsOk());
+    ASSERT_THAT(records.fileScope.Append(
+                    ShaderCode{"float Twice(float x)\n{\n\tconst float two = 2.0;\n\treturn x * two;\n}\n"_s, {}}),
+                IsOk());
+    EXPECT_EQ(Compile(records), "") << language->GetView();
+    const std::string text(Assemble(records).text.GetView());
+    const std::string_view expected = *language == kShadingLanguageHlsl    ? "\nstatic const float kScale = 2.0;\n"
+                                      : *language == kShadingLanguageMetal ? "\nconstant float kScale = 2.0;\n"
+                                                                           : "\nconst float kScale = 2.0;\n";
+    EXPECT_THAT(text, HasSubstr(std::string(expected)));
+    EXPECT_THAT(text, HasSubstr("\n\tconst float two = 2.0;\n"));
+    EXPECT_THAT(text, HasSubstr("\nconst float inner = 1.0;\n"));
+  }
+}
+
 }  // namespace
 }  // namespace ostra::test

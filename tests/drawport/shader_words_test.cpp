@@ -136,7 +136,8 @@ std::set<std::string> GetDefinedWords(const AssembledShader& shader) {
   for (Int i = 0; i < shader.supportLineCount; ++i) {
     const std::string& line = lines[static_cast<std::size_t>(i)];
     constexpr std::string_view kDefine = "#define ";
-    if (!line.starts_with(kDefine)) continue;
+    // Names of a standard library that kernel files may use for functions of their own are no words.
+    if (!line.starts_with(kDefine) || line.find(" ostraOwn_") != std::string::npos) continue;
     const std::string name = line.substr(kDefine.size(), line.find_first_of(" (", kDefine.size()) - kDefine.size());
     if (!name.starts_with("ostra")) words.insert(name);
   }

@@ -315,5 +315,56 @@ TEST_F(CheckTest, WrongUsageIsExitStatus2) {
   EXPECT_EQ(RunTool({"check", "--help"}).exitStatus, 0);
 }
 
+TEST_F(CheckTest, WhatOneLanguageCannotDoIsRefusedOnItsLine) {
+  const std::string start = "#define KERNELINPUTS \\\n(Block<half4>) halves, \\\n(Block<Float32>) values\n\n";
+  const ToolResult result =
+      Check(start +
+                "GROUPSIZE(32, 64, 1)\n\n"
+                "inline Float32 Sum(const Float32 numbers[4])\n{\n\treturn numbers[0] + numbers[3];\n}\n\n"
+                "OSTRA_PARALLEL_KERNEL(Test, KERNELINPUTS)\n{\n\tUNIFORM_BUFFER(values)[0] = 1.0;\n}\n"
+                "OSTRA_PARALLEL_KERNEL_END\n",
+            {"--target", "HLSL", "--target", "METAL"});
+  EXPECT_EQ(result.exitStatus, kFailed);
+  EXPECT_THAT(result.errors,
+              HasSubstr("k.krn: error: a work group of 2048 invocations: at most 1024 are possible [HLSL]\n"));
+  EXPECT_THAT(result.errors,
+              HasSubstr("k.krn: error: a work group of 2048 invocations: at most 1024 are possible [METAL]\n"));
+  EXPECT_THAT(result.errors,
+              HasSubstr(At("k.krn", 2) + ": warning: the half floats of \"halves\" need shader model 6.2"));
+  EXPECT_THAT(result.errors, HasSubstr(At("k.krn", 7) + ": error: a function cannot take an array"));
+}
+
+TEST_F(CheckTest, TooMuchGroupMemoryIsRefused) {
+  const auto check = [&](const char* size) {
+    return Check(
+        "#define KERNELINPUTS \\\n(Block<Float32>) values\n\nGROUPSIZE(64, 1, 1)\n\n"
+        "OSTRA_PARALLEL_KERNEL(Test, KERNELINPUTS)\n{\n\tGROUPSHAREDMEM(float, values, " +
+            std::string(size) + ")\n\tUNIFORM_BUFFER(values)[0] = 1.0;\n}\nOSTRA_PARALLEL_KERNEL_END\n",
+        {"--target", "HLSL"});
+  };
+  EXPECT_THAT(check("8193").errors,
+              HasSubstr("error: 32772 bytes of group-shared memory: at most 32768 are possible [HLSL]"));
+  EXPECT_THAT(check("8192").errors, Not(HasSubstr("group-shared")));
+}
+
+TEST_F(CheckTest, MatricesAndHighSamplersAreRefusedForMetal) {
+  TemporaryFolder folder;
+  folder.Write(
+      "s.vert",
+      "#define KERNELINPUTS \\\n(attribute Vector4d32) place, \\\n(attribute SquareMatrix4d32) turn\n\n"
+      "OSTRA_PARALLEL_KERNEL(S, KERNELINPUTS)\n{\n\tOutPosition = mul(turn, place);\n}\nOSTRA_PARALLEL_KERNEL_END\n");
+  const ToolResult stage = RunTool({"check", folder / "s.vert", "--target", "METAL"});
+  EXPECT_THAT(stage.errors, HasSubstr("s.vert:3: error: the matrix \"turn\" cannot be an attribute or a varying"));
+
+  std::string source = "#define KERNELINPUTS \\\n";
+  for (int i = 0; i < 15; ++i) source += "(Block<Float32>) b" + std::to_string(i) + ", \\\n";
+  source +=
+      "(const TextureSampler_2D_RGBA_F32_LINEAR) image\n\nOSTRA_PARALLEL_KERNEL(Test, KERNELINPUTS)\n{\n"
+      "\tUNIFORM_BUFFER(b0)[0] = SampleTexture(UNIFORM(image), vec2(0.5, 0.5)).x;\n}\nOSTRA_PARALLEL_KERNEL_END\n";
+  const ToolResult samplers = Check(source, {"--target", "METAL"});
+  EXPECT_THAT(samplers.errors,
+              HasSubstr(At("k.krn", 17) + ": error: the sampler of \"image\" would have the number 16"));
+}
+
 }  // namespace
 }  // namespace ostra

@@ -81,6 +81,7 @@ Result<void> Assemble(TargetCheck& check, const Url& url, const std::string& fil
     check.findings.AddMessage(records.GetError().GetMessage(), file);
     return OK;
   }
+  LintRecords(*records, file, check.findings);
   auto assembled = AssembleShader(*records);
   if (!assembled) {
     if (assembled.GetError().GetKind() == kOutOfMemoryError) return assembled.TakeError();

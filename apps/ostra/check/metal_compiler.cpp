@@ -7,6 +7,7 @@
 #include <cstring>
 #include <filesystem>
 #include <new>
+#include <utility>
 
 #include "apps/ostra/kernels/compiler.h"
 #include "apps/ostra/kernels/header_folder.h"
@@ -58,8 +59,27 @@ Bool TakeNumber(std::string_view& text, Int& number) {
   return true;
 }
 
+// What the stand-in calls things, and what the language does.
+constexpr std::pair<std::string_view, std::string_view> kWords[] = {
+    {"__private ", "thread "},
+    {"__global ", "device "},
+    {"__constant ", "constant "},
+    {"__local ", "threadgroup "},
+    {"__generic ", ""},
+    {"the local address space", "threadgroup memory"},
+    {"Make_", ""},
+};
+
+std::string RestoreWords(std::string_view text) {
+  std::string restored(text);
+  for (const auto& [own, word] : kWords)
+    for (std::size_t at = restored.find(own); at != std::string::npos; at = restored.find(own, at + word.size()))
+      restored.replace(at, own.size(), word);
+  return restored;
+}
+
 ShaderMessage MakeMessage(Bool isError, Int line, std::string_view text) {
-  auto copy = String::Create(text);
+  auto copy = String::Create(RestoreWords(text));
   if (!copy) throw std::bad_alloc();  // ends the tool, as everywhere in it
   return {isError, line, std::move(*copy)};
 }

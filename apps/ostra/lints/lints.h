@@ -7,6 +7,7 @@
 #include "apps/ostra/lints/findings.h"
 #include "apps/ostra/lints/source_lines.h"
 #include "ostra/drawport/enumerations.h"
+#include "ostra/drawport/shader_assembly.h"
 #include "parallelprogram/shaderparser/shader_parser.h"
 
 namespace ostra::tool {
@@ -44,6 +45,10 @@ void LintStructure(const LintedFile& file, Findings& findings);
 
 // Lints of the words that take parameters: POINT textures, matrices, functions.
 void LintUses(const LintedFile& file, const ShaderParser& parser, Findings& findings);
+
+// What the language of the records cannot do although its compiler here accepts it: too large groups, arrays that
+// functions take, and the like.
+void LintRecords(const ShaderRecords& records, const std::string& file, Findings& findings);
 
 // Texture types that there are not, such as misspelt ones. Part of LintLines.
 void LintTextureTypes(const LintedFile& file, Findings& findings);

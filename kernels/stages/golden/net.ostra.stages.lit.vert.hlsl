@@ -25,10 +25,10 @@ OutPosition = mul(UNIFORM(camera), moved);
 struct OstraOutputs
 {
 	float4 ostraPosition : SV_Position;
-	[[vk::builtin("PointSize")]] float ostraPointSize : PSIZE;
 	[[vk::location(0)]]  float3 ostraOutput_place : VARYING0;
 	[[vk::location(1)]]  float3 ostraOutput_facing : VARYING1;
 	[[vk::location(2)]]  float2 ostraOutput_picturePlace : VARYING2;
+	[[vk::builtin("PointSize")]] float ostraPointSize : PSIZE;
 };
 OstraOutputs main(uint ostraVertex : SV_VertexID, uint ostraInstance : SV_InstanceID
 	, [[vk::location(0)]] float3 ostraInput_position : ATTRIBUTE0

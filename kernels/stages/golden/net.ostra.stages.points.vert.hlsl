@@ -15,8 +15,8 @@ OutPosition = mul(UNIFORM(camera), vec4(spot.x, spot.y, spot.z, 1.0));
 struct OstraOutputs
 {
 	float4 ostraPosition : SV_Position;
-	[[vk::builtin("PointSize")]] float ostraPointSize : PSIZE;
 	[[vk::location(0)]]  float ostraOutput_tone : VARYING0;
+	[[vk::builtin("PointSize")]] float ostraPointSize : PSIZE;
 };
 OstraOutputs main(uint ostraVertex : SV_VertexID, uint ostraInstance : SV_InstanceID
 	, [[vk::location(0)]] float4 ostraInput_spot : ATTRIBUTE0

@@ -52,8 +52,8 @@ OutPosition = vec4(position.x, position.y, position.z, 1.0);
 struct OstraOutputs
 {
 	float4 ostraPosition : SV_Position;
-	[[vk::builtin("PointSize")]] float ostraPointSize : PSIZE;
 	[[vk::location(0)]]  float3 ostraOutput_corner : VARYING0;
+	[[vk::builtin("PointSize")]] float ostraPointSize : PSIZE;
 };
 OstraOutputs main(uint ostraVertex : SV_VertexID, uint ostraInstance : SV_InstanceID
 	, [[vk::location(0)]] float3 ostraInput_position : ATTRIBUTE0

@@ -16,8 +16,8 @@ OutPosition = mul(UNIFORM(camera), vec4(place.x, place.y, place.z, 1.0));
 struct OstraOutputs
 {
 	float4 ostraPosition : SV_Position;
-	[[vk::builtin("PointSize")]] float ostraPointSize : PSIZE;
 	[[vk::location(0)]]  float3 ostraOutput_place : VARYING0;
+	[[vk::builtin("PointSize")]] float ostraPointSize : PSIZE;
 };
 OstraOutputs main(uint ostraVertex : SV_VertexID, uint ostraInstance : SV_InstanceID
 	, [[vk::location(0)]] float3 ostraInput_position : ATTRIBUTE0
