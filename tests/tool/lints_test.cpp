@@ -60,6 +60,47 @@ TEST_F(LintsTest, AnOrdinaryKernelGivesNoReasonToWarn) {
               IsEmpty());
 }
 
+TEST_F(LintsTest, AVectorOfOneNumberIsFoundWhateverMakesTheNumber) {
+  const std::string declarations =
+      "(Float32) factor, \\\n(const Block<Vector4d32>) source, \\\n(Block<Float32>) target";
+  const std::string before = "inline Float32 Curve(Float32 x)\n{\n\treturn x * x;\n}\n\n";
+  for (const char* number :
+       {"f", "f * 2.0", "Curve(f)", "sqrt(f)", "max(f, 0.5)", "dot(v, v)", "UNIFORM(factor) + f",
+        "UNIFORM_BUFFER(target)[0]", "UNIFORM_BUFFER(source)[i].x", "float(i)", "(v.x + v.y) / 2.0", "v.x * 0.5"}) {
+    const auto found =
+        Check(MakeKernel(declarations,
+                         "\tuint i = 0u;\n\tfloat f = 1.0;\n\tvec3 v = vec3(1.0, 2.0, 3.0);\n\tvec3 w = vec3(" +
+                             std::string(number) + ");",
+                         before));
+    EXPECT_THAT(found, ElementsAre(testing::HasSubstr("give vec3 all its components instead of"))) << number;
+  }
+  for (const char* vector : {"v", "v * f", "sqrt(v)", "UNIFORM_BUFFER(source)[i]", "normalize(v)", "mix(v, v, f)"}) {
+    const auto found =
+        Check(MakeKernel(declarations,
+                         "\tuint i = 0u;\n\tfloat f = 1.0;\n\tvec4 v = UNIFORM_BUFFER(source)[i];\n\tvec4 w = vec4(" +
+                             std::string(vector) + ");",
+                         before));
+    EXPECT_THAT(found, IsEmpty()) << vector;
+  }
+}
+
+TEST_F(LintsTest, AProductWithAMatrixOfAStructIsFound) {
+  const std::string header = "#pragma once\nstruct Body\n{\n\tSquareMatrix4d32 turn;\n\tVector4d32 place;\n};\n";
+  const auto check = [&](const std::string& product) {
+    return Check(
+        "#include \"k.h\"\n" +
+            MakeKernel("(const Block<Body>) bodies, \\\n(Block<Vector4d32>) target",
+                       "\tvec4 v = UNIFORM_BUFFER(target)[0];\n\tBody b = UNIFORM_BUFFER(bodies)[0];\n\tvec4 w = " +
+                           product + ";"),
+        header);
+  };
+  const auto isFound = testing::Contains(testing::HasSubstr("languages disagree about \"*\" with the matrix \"turn\""));
+  EXPECT_THAT(check("UNIFORM_BUFFER(bodies)[0].turn * v"), isFound);
+  EXPECT_THAT(check("v * UNIFORM_BUFFER(bodies)[1 + 2].turn"), isFound);
+  EXPECT_THAT(check("b.turn * v"), isFound);
+  EXPECT_THAT(check("mul(b.turn, v * 2.0)"), testing::Not(isFound));
+}
+
 TEST_F(LintsTest, OnlyTheWordItselfBeginsTheParameters) {
   EXPECT_THAT(Check("#define KERNELINPUTS_COUNT 3\nconst int kOffset = 3;\n\n" +
                     MakeKernel("(Float32) factor", "\tfloat x = UNIFORM(factor);")),

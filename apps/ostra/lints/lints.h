@@ -53,6 +53,9 @@ void LintRecords(const ShaderRecords& records, const std::string& file, Findings
 // Texture types that there are not, such as misspelt ones. Part of LintLines.
 void LintTextureTypes(const LintedFile& file, Findings& findings);
 
+// Vectors that are made of one number. Part of LintUses.
+void LintSplats(const LintedFile& file, const ShaderParser& parser, Findings& findings);
+
 // Calls of functions with a texture that neither the language nor the file or its headers have. Part of LintUses.
 void LintTextureCalls(const LintedFile& file, const ShaderParser& parser, Findings& findings);
 

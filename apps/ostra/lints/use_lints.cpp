@@ -37,7 +37,6 @@ class UseLinter {
     for (const SourceLine& line : _file.lines) {
       if (line.place == LinePlace::CpuScope) continue;
       LintTextures(line);
-      LintSplats(line);
       LintSharedMemory(line);
       CollectMatrices(line);
       LintMatrices(line);
@@ -59,25 +58,6 @@ class UseLinter {
                        Quote(texture) + " is a POINT texture, which has no filtered value: read it with "
                                         "FetchTexture, or declare it with a LINEAR type"});
     });
-  }
-
-  // Vectors of one value; those of one number are found without the declarations.
-  void LintSplats(const SourceLine& line) {
-    ForEachName(line.code, [&](std::string_view name, std::size_t at) {
-      std::string_view arguments, parameter;
-      const std::size_t next = at + name.size();
-      if (!IsVectorType(name) || next >= line.code.size() || line.code[next] != '(') return;
-      if (!GetArguments(line.code, next, arguments) || !arguments.starts_with("UNIFORM(")) return;
-      if (!GetArguments(arguments, 0, parameter) || parameter.size() + 9 != arguments.size()) return;
-      if (IsScalarUniform(parameter))
-        _findings.Add({_file.name, line.number, Severity::Warning, MakeSplatText(name, arguments)});
-    });
-  }
-
-  Bool IsScalarUniform(std::string_view name) const {
-    const ShaderInputEntry* const input = FindInput(name);
-    return input && (input->dataType == GetDataType<Float32>() || input->dataType == GetDataType<HalfFloat>() ||
-                     input->dataType == GetDataType<Int32>() || input->dataType == GetDataType<UInt32>());
   }
 
   // On the CPU the elements are read from the buffer itself.
@@ -133,6 +113,10 @@ class UseLinter {
         if (IsFactor(line.code, at, end)) warn(argument);
         return;
       }
+      if (at > 0 && line.code[at - 1] == '.' && IsMatrixMember(name)) {
+        if (IsFactor(line.code, FindBeginOfElement(line.code, at - 1), end)) warn(name);
+        return;
+      }
       const Bool isMatrix = std::find(_matrices.begin(), _matrices.end(), name) != _matrices.end();
       if (isMatrix && IsFactor(line.code, at, end)) warn(name);
     });
@@ -145,6 +129,24 @@ class UseLinter {
   Bool IsMatrixBuffer(std::string_view name) const {
     const ShaderInputEntry* const input = FindInput(name);
     return input && IsMatrixType(DataTypeFromTypeName(input->typeName.GetView()));
+  }
+  Bool IsMatrixMember(std::string_view name) const {
+    for (const ShaderStructDefinition& definition : _parser.GetStructs())
+      for (const ShaderInputEntry& member : definition.members)
+        if (member.name == name && IsMatrixType(member.dataType)) return true;
+    return false;
+  }
+  // Where "UNIFORM_BUFFER(b)[i].c", of which everything before `dot` is looked at, begins.
+  static std::size_t FindBeginOfElement(std::string_view code, std::size_t dot) {
+    Int depth = 0;
+    std::size_t begin = dot;
+    for (; begin > 0; --begin) {
+      const char c = code[begin - 1];
+      if (c == ')' || c == ']') ++depth;
+      if ((c == '(' || c == '[') && --depth < 0) break;
+      if (depth == 0 && !IsWordCharacter(c) && c != '.' && c != '(' && c != '[') break;
+    }
+    return begin;
   }
   static Bool IsMatrixType(DataType type) {
     return type == GetDataType<SquareMatrix32>() || type == GetDataType<SquareMatrix4d32>();
@@ -180,6 +182,7 @@ std::string_view GetTextureName(std::string_view arguments) {
 
 void LintUses(const LintedFile& file, const ShaderParser& parser, Findings& findings) {
   UseLinter(file, parser, findings).Lint();
+  LintSplats(file, parser, findings);
   LintTextureCalls(file, parser, findings);
 }
 
