@@ -1,9 +1,12 @@
 #include "parallelprogram/kernelfront/kernel_source.h"
 
+#include <map>
 #include <new>
+#include <utility>
 
 #include "parallelprogram/kernelfront/failure.h"
 #include "parallelprogram/kernelfront/kernel_file.h"
+#include "parallelprogram/kernellanguage/front_end.h"
 
 OSTRA_UNIT("kernelfront");
 
@@ -31,10 +34,54 @@ void CheckIdentifier(std::string_view name) {
     throw kernelfront::Failure{Join({"The name \"", name, "\" of a kernel table is no C++ identifier."})};
 }
 
+// Asks for every header once, however often it is included and by whom.
+class KnownHeaders {
+ public:
+  explicit KnownHeaders(const KernelSourceOptions& options) : _options(options) {}
+
+  const std::optional<KernelHeader>& Read(const std::string& name, const std::string& includingFile) {
+    auto [found, isNew] = _headers.try_emplace({name, includingFile});
+    if (isNew && _options.readHeader) found->second = _options.readHeader(name, includingFile);
+    return found->second;
+  }
+
+ private:
+  const KernelSourceOptions& _options;
+  std::map<std::pair<std::string, std::string>, std::optional<KernelHeader>> _headers;
+};
+
+// What no C++ compiler takes is told before one runs, in the words of kernel files.
+Result<void> CheckLanguage(const KernelSourceOptions& options, std::string_view text, KnownHeaders& headers) {
+  kernellanguage::Source source{
+      .fileName = options.fileName, .text = text, .templateArgument = options.templateArgument};
+  source.readHeader = [&headers](const std::string& name, const std::string& includingFile) {
+    const auto& header = headers.Read(name, includingFile);
+    return header ? std::optional(kernellanguage::Header{header->path, header->text}) : std::nullopt;
+  };
+  OSTRA_ASSIGN_OR_RETURN(const kernellanguage::AnalyzedKernel kernel, kernellanguage::AnalyzeKernel(source));
+  if (kernel.errors.empty()) return OK;
+  const std::string message = kernellanguage::FormatDiagnostics(kernel.sources, kernel.errors);
+  return Error::Make(kIllegalArgumentError, message, kOstraUnit, __LINE__);
+}
+
 }  // namespace
 
 Result<String> GenerateKernelSource(const KernelSourceOptions& options, std::string_view text) {
-  return MakeText([&] { return kernelfront::KernelFile(options, text).Generate(); });
+  try {
+    KnownHeaders headers(options);
+    KernelSourceOptions remembering = options;
+    if (options.readHeader) {
+      remembering.readHeader = [&headers](const std::string& name, const std::string& includingFile) {
+        return headers.Read(name, includingFile);
+      };
+    }
+    OSTRA_ASSIGN_OR_RETURN(String source,
+                           MakeText([&] { return kernelfront::KernelFile(remembering, text).Generate(); }));
+    OSTRA_RETURN_IF_ERROR(CheckLanguage(options, text, headers));
+    return source;
+  } catch (const std::bad_alloc&) {
+    return OSTRA_OUT_OF_MEMORY();
+  }
 }
 
 Result<String> GenerateKernelTable(std::string_view name, const std::vector<std::string>& classIds) {

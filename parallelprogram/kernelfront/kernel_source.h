@@ -37,8 +37,9 @@ struct KernelSourceOptions {
   std::function<std::optional<KernelHeader>(const std::string& name, const std::string& includingFile)> readHeader = {};
 };
 
-// The C++ source of the kernel file `text`. Errors: illegal argument with "file:line: error: what is wrong"; out of
-// memory. Whatever else is wrong with the text the compiler reports. Thread-safe.
+// The C++ source of the kernel file `text`. Errors: illegal argument with "file:line: error: what is wrong", for
+// mistakes inside of bodies with all that were found, their columns and lines (kernellanguage/diagnostic.h); out of
+// memory. What the front end of the language does not understand the compiler reports. Thread-safe.
 Result<String> GenerateKernelSource(const KernelSourceOptions& options, std::string_view text);
 
 // The source of a table of kernel classes, `GetKernels_<name>()`, and the header that declares it.

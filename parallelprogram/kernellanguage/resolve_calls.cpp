@@ -366,6 +366,7 @@ TypeIndex Resolver::FailUnknownName(NodeIndex node, Bool isCall) {
   NearestWord nearest(name, name.size() < 4 ? 2 : name.size() < 8 ? 3 : 4);
   for (const NodeIndex parameter : _resolved.parameters) nearest.Try(NameOf(parameter));
   if (isParameterOnly) {
+    if (_resolved.parameters.empty()) return Stop(node, Join({"\"", name, "\" of a kernel without parameters"}));
     // Macros could put the name of a parameter together, but those are expanded here.
     const std::string_view meant = nearest.Get();
     return Fail(node, meant.empty() ? Join({"there is no parameter \"", name, "\""})
@@ -378,14 +379,22 @@ TypeIndex Resolver::FailUnknownName(NodeIndex node, Bool isCall) {
   }
   if (MayBeHostName(name)) return Stop(node, Join({"\"", name, "\" is not declared in the kernel's files"}));
   const std::string_view meant = FindMeantName(name, isCall);
+  if (const NodeIndex parameter = FindParameter(meant); parameter != kNoNode && FindWord(meant) == nullptr) {
+    const Bool isBuffer = Get(_resolved.type[parameter]).kind == TypeKind::kBuffer;
+    return Fail(node, Join({"unknown name \"", name, "\"; did you mean ", isBuffer ? "UNIFORM_BUFFER(" : "UNIFORM(",
+                            meant, ")?"}));
+  }
   if (meant.empty()) return Stop(node, Join({"\"", name, "\" is not declared in the kernel's files"}));
   return Fail(node, Join({"unknown name \"", name, "\"; did you mean \"", meant, "\"?"}));
 }
 
 std::string_view Resolver::FindMeantName(std::string_view name, Bool isCall) const {
-  NearestWord nearest(name, name.size() < 4 ? 2 : 3);
+  NearestWord nearest(name, name.size() < 6 ? 2 : 3);
   for (NameIndex i = 1; i < _visible.size(); ++i) {
     if (_visible[i] != kNoNode && !isCall) nearest.Try(_tree.GetText(i));
+  }
+  for (const NodeIndex parameter : _resolved.parameters) {
+    if (!isCall && _isInKernel) nearest.Try(NameOf(parameter));
   }
   for (const NodeIndex function : _resolved.functions) {
     if (isCall) nearest.Try(NameOf(function));

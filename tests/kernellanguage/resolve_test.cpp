@@ -107,6 +107,7 @@ TEST(ResolveTest, DirectivesAndMarksAreNoted) {
 TEST(ResolveErrorTest, UnknownNamesHaveTheirNearestName) {
   EXPECT_EQ(FindErrors("float value = 1.0;\nfloat a = vlaue;"),
             "2:11: unknown name \"vlaue\"; did you mean \"value\"?");
+  EXPECT_EQ(FindErrors("uint a = cuonts[0];"), "1:10: unknown name \"cuonts\"; did you mean UNIFORM_BUFFER(counts)?");
   EXPECT_EQ(FindErrors("float a = sqr(2.0);"), "1:11: unknown name \"sqr\"; did you mean \"sqrt\"?");
   EXPECT_EQ(FindErrors("UNIFORM_BUFFER(outt)[0] = 1.0;"), "1:1: there is no parameter \"outt\"; did you mean \"out\"?");
   EXPECT_EQ(FindErrors("uint a = InGlobalInvocationId.x;"),

@@ -129,8 +129,11 @@ TEST(FrontStepUsesTest, NamesThatSomethingElseMayStandBehindAreLeftToTheCompiler
   const KernelSourceOptions options{.fileName = "k.krn"};
   EXPECT_THAT(GenerateKernelSource(options, head + kernel),
               IsErrorWith(kIllegalArgumentError, "k.krn:6: error: there is no parameter \"size\""));
-  for (const char* line : {"#define size radius\n", "#include \"sizes.h\"\n", "#define VALUE(x) UNIFORM(x##us)\n"})
+  for (const char* line : {"#define size radius\n", "#include \"sizes.h\"\n"})
     EXPECT_THAT(GenerateKernelSource(options, head + line + kernel), IsOk()) << line;
+  const std::string joining =
+      "#define VALUE(x) UNIFORM(x##us)\nFP_KERNEL(A, K)\n{\n\tfloat r = VALUE(radi);\n}\nFP_KERNEL_END\n";
+  EXPECT_THAT(GenerateKernelSource(options, head + joining), IsOk());
 }
 
 }  // namespace

@@ -162,7 +162,7 @@ TEST_F(FrontStepTextTest, WhatMightNotBeAGuardBoundsNothing) {
       linear + "if (i < UNIFORM(n) + 1u)\n{\n\tF(i);\n}",                      // another bound
       linear + "if (i < UNIFORM_BUFFER(n)[0])\n{\n\tF(i);\n}",                 // nothing that is known before
       linear + "i = i + 1u;\nif (i < UNIFORM(n))\n{\n\tF(i);\n}",              // another index
-      linear + "Move(i);\nif (i < UNIFORM(n))\n{\n\tF(i);\n}",                 // perhaps another index
+      linear + "MOVE(i);\nif (i < UNIFORM(n))\n{\n\tF(i);\n}",                 // perhaps another index
       linear + "if (i >= UNIFORM(n)) { F(i); return; }\nG(i);",                // those beyond do something
       x + "uint i = LinearInvocation();\nif (x < UNIFORM(n))\n{\n\tF(i);\n}",  // not the index that is counted
       "uint y = InGlobalInvocationID.y;\nif (y < UNIFORM(n))\n{\n\tF(y);\n}",  // neither

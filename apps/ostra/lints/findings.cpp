@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <charconv>
 #include <map>
+#include <optional>
+#include <utility>
 
 namespace ostra::tool {
 
@@ -22,25 +24,59 @@ Int TakeLine(std::string_view& place) {
   return line;
 }
 
+// A line with a place; other lines are about `file`.
+Finding ReadMessage(std::string_view line, std::string_view file) {
+  for (const auto& [mark, severity] : {std::pair(kError, Severity::Error), std::pair(kWarning, Severity::Warning)}) {
+    const std::size_t at = line.find(mark);
+    if (at == std::string_view::npos) continue;
+    std::string_view place = line.substr(0, at);
+    Finding finding{.severity = severity, .text = std::string(line.substr(at + mark.size()))};
+    finding.line = TakeLine(place);
+    if (const Int before = TakeLine(place); before > 0) finding.column = std::exchange(finding.line, before);
+    finding.file = place;
+    return finding;
+  }
+  return {.file = std::string(file), .text = std::string(line)};
+}
+
+// Takes " [CPU]" off the end.
+std::string_view TakeMark(std::string_view& message) {
+  const std::size_t open = message.rfind(" [");
+  if (open == std::string_view::npos || !message.ends_with(']')) return {};
+  const std::string_view mark = message.substr(open), name = mark.substr(2, mark.size() - 3);
+  const Bool isMark = std::all_of(name.begin(), name.end(), [](char c) { return c >= 'A' && c <= 'Z'; });
+  if (!isMark) return {};
+  message.remove_suffix(mark.size());
+  return mark;
+}
+
 }  // namespace
 
 void Findings::Add(Finding finding) {
   const auto isSame = [&finding](const Finding& known) {
     return known.file == finding.file && known.line == finding.line && known.text == finding.text &&
-           known.severity == finding.severity;
+           known.column == finding.column && known.severity == finding.severity;
   };
   if (std::none_of(_findings.begin(), _findings.end(), isSame)) _findings.push_back(std::move(finding));
 }
 
 void Findings::AddMessage(std::string_view message, std::string_view file) {
-  for (const auto& [mark, severity] : {std::pair(kError, Severity::Error), std::pair(kWarning, Severity::Warning)}) {
-    const std::size_t at = message.find(mark);
-    if (at == std::string_view::npos) continue;
-    std::string_view place = message.substr(0, at);
-    const Int line = TakeLine(place);
-    return Add({std::string(place), line, severity, std::string(message.substr(at + mark.size()))});
+  if (message.find('\n') == std::string_view::npos) return Add(ReadMessage(message, file));
+  const std::string_view mark = TakeMark(message);
+  std::optional<Finding> finding;
+  for (std::string_view rest = message; !rest.empty();) {
+    const std::string_view line = rest.substr(0, rest.find('\n'));
+    rest.remove_prefix(std::min(line.size() + 1, rest.size()));
+    Finding read = ReadMessage(line, file);
+    if (finding && read.line == 0) {
+      finding->excerpt.append(1, '\n').append(line);
+      continue;
+    }
+    if (finding) Add(std::move(*finding));
+    finding = std::move(read);
+    finding->text += mark;
   }
-  Add({std::string(file), 0, Severity::Error, std::string(message)});
+  if (finding) Add(std::move(*finding));
 }
 
 void Findings::AddAll(const Findings& other) {
@@ -64,8 +100,13 @@ void Findings::Sort() {
 std::string Quote(std::string_view name) { return std::string("\"").append(name).append("\""); }
 
 std::string FormatFinding(const Finding& finding) {
-  const std::string place = finding.line > 0 ? finding.file + ":" + std::to_string(finding.line) : finding.file;
-  return place + std::string(finding.severity == Severity::Error ? kError : kWarning) + finding.text;
+  std::string text = finding.file;
+  for (const Int number : {finding.line, finding.column}) {
+    if (number > 0) text.append(":").append(std::to_string(number));
+  }
+  return text.append(finding.severity == Severity::Error ? kError : kWarning)
+      .append(finding.text)
+      .append(finding.excerpt);
 }
 
 }  // namespace ostra::tool

@@ -15,20 +15,23 @@ enum class Severity { Warning, Error };
 enum class FindingKind { Other, BraceInComment, LostDeclaration };
 
 struct Finding {
-  std::string file;
+  std::string file = {};
   Int line = 0;  // 0: about the whole file
   Severity severity = Severity::Error;
-  std::string text;
+  std::string text = {};
   FindingKind kind = FindingKind::Other;
-  std::string name = {};  // the parameter of a lost declaration
+  std::string name = {};     // the parameter of a lost declaration
+  Int column = 0;            // 0: unknown
+  std::string excerpt = {};  // lines that follow the message: that of the source with a caret, notes
 };
 
 // A list without repetitions: what is wrong for all targets is said once.
 class Findings {
  public:
   void Add(Finding finding);
-  // A line that reads "file:line: error: text", as translator and compilers write them; anything else is an error about
-  // `file`.
+  // Messages that read "file:line: error: text" or "file:line:column: error: text", as translator, front end and
+  // compilers write them, each with the lines that belong to it; anything else is an error about `file`. A mark at the
+  // very end, " [CPU]", is that of all of them.
   void AddMessage(std::string_view message, std::string_view file);
   void AddAll(const Findings& other);
 
