@@ -90,7 +90,7 @@ NodeIndex Parser::FailUnknownType() {
   const Bool isDeclaration = IsWord(1) && !IsKnownName(Peek(1).text) && !MayBeHostName(Peek(1).text) &&
                              (Is("=", 2) || Is(";", 2) || Is(",", 2) || Is("(", 2) || Is("[", 2) || Is(")", 2));
   if (isDeclaration && !known && !MayBeHostName(token.text)) {
-    NearestWord nearest(token.text, token.text.size() < 4 ? 2 : 3);
+    NearestWord nearest(token.text, token.text.size() < 3 ? 1 : token.text.size() < 6 ? 2 : 3);
     for (const Word& word : GetWords()) {
       if (word.kind == WordKind::kType) nearest.Try(word.name);
     }

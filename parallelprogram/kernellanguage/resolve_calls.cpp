@@ -389,7 +389,7 @@ TypeIndex Resolver::FailUnknownName(NodeIndex node, Bool isCall) {
 }
 
 std::string_view Resolver::FindMeantName(std::string_view name, Bool isCall) const {
-  NearestWord nearest(name, name.size() < 6 ? 2 : 3);
+  NearestWord nearest(name, name.size() < 3 ? 1 : name.size() < 6 ? 2 : 3);
   for (NameIndex i = 1; i < _visible.size(); ++i) {
     if (_visible[i] != kNoNode && !isCall) nearest.Try(_tree.GetText(i));
   }
