@@ -285,6 +285,45 @@ TEST(ShaderAssemblyTest, TessellationStagesCompile) {
   }
 }
 
+TEST(ShaderAssemblyTest, IsolinesAreLinesInHlslAndNoTriangles) {
+  constexpr UInt32 kOpExecutionMode = 16, kVertexOrderCw = 4, kVertexOrderCcw = 5;
+  const auto hasVertexOrder = [](std::string_view defines) {
+    ShaderRecords control = MakeStage(kShadingLanguageHlsl, DrawportStage::TessellationControl,
+                                      "OutPosition = InPatchPosition(InInvocationID);\nOutTessLevelOuter[0] = 1.0;\n"
+                                      "OutTessLevelOuter[1] = 2.0;");
+    AddDefines(control, defines);
+    const AssembledShader shader = Assemble(control);
+    auto compiled = CompileShader(control.language, control.stage, shader, {.isOptimized = false});
+    EXPECT_THAT(compiled, IsOk());
+    EXPECT_TRUE(compiled->IsCompiled());
+    Bool isFound = false;
+    for (Int at = 5; at + 2 < compiled->words.GetCount(); at += compiled->words[at] >> 16) {
+      const UInt32 mode = compiled->words[at + 2];
+      isFound = isFound || ((compiled->words[at] & 0xFFFFu) == kOpExecutionMode &&
+                            (mode == kVertexOrderCw || mode == kVertexOrderCcw));
+    }
+    return isFound;
+  };
+  for (const char* winding : {"cw", "ccw"}) {
+    const std::string define = std::string("#define PATCH_WINDING ") + winding + "\n";
+    EXPECT_TRUE(hasVertexOrder(define)) << winding;
+    EXPECT_FALSE(hasVertexOrder(define + "#define PATCH_POINTS 2\n#define PATCH_DOMAIN isolines\n")) << winding;
+  }
+}
+
+// Registers of what a vertex hands on are counted in order: the fragment stage, which has no point size, counts the
+// same.
+TEST(ShaderAssemblyTest, ThePointSizeStandsBehindTheVaryings) {
+  ShaderRecords vertex =
+      MakeStage(kShadingLanguageHlsl, DrawportStage::Vertex, "OutPosition = vec4(0.0, 0.0, 0.0, 1.0);");
+  const std::string text(Assemble(vertex).text.GetView());
+  const std::size_t size = text.find(": PSIZE");
+  ASSERT_NE(size, std::string::npos);
+  for (const char* name :
+       {"ostraPosition : SV_Position", "ostraOutput_shade : ", "ostraOutput_number : ", "ostraOutput_frame : "})
+    EXPECT_LT(text.find(name), size) << name;
+}
+
 TEST(ShaderAssemblyTest, PointSizesAreWritten) {
   for (const Id* language : kLanguages) {
     ShaderRecords vertex = MakeRecords(*language, "OutPosition = vec4(0.0, 0.0, 0.0, 1.0);\nOutPointSize = 4.0;");
