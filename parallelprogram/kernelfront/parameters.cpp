@@ -26,11 +26,12 @@ void AddParameter(std::vector<Parameter>& parameters, Parameter parameter, const
   parameters.push_back(std::move(parameter));
 }
 
-// Texture types must be those of a sampler that the CPU program makes.
+// Texture types must be those of a sampler type. The CPU program makes none of U16, I32 and S32, which a GPU reads.
 void CheckTextureType(std::string_view word, const std::string& file, int line) {
   if (!word.starts_with("TextureSampler")) return;
   constexpr std::string_view kPrefix = "TextureSampler_";
-  constexpr std::string_view kKinds[] = {"R_U8_POINT",    "R_F32_POINT",    "R_F32_LINEAR",
+  constexpr std::string_view kKinds[] = {"R_U8_POINT",    "R_U16_POINT",    "R_I32_POINT",
+                                         "R_S32_POINT",   "R_F32_POINT",    "R_F32_LINEAR",
                                          "RG_F32_LINEAR", "RGB_F32_LINEAR", "RGBA_F32_LINEAR"};
   for (const char dimensions : {'1', '2', '3'}) {
     for (const std::string_view kind : kKinds) {

@@ -9,11 +9,13 @@
 //   vec4 other = FetchTextureLayer(image, ij, 1u);
 //
 // The words take the name of a parameter, as UNIFORM_BUFFER does. One channel gives a float, more give a vec2 to vec4;
-// textures of bytes give 0 to 255. A texture that the program was never given reads as zero and has the size 0.
+// textures of whole numbers give uint or int, of bytes 0 to 255. A texture that the program was never given reads as
+// zero and has the size 0.
 #pragma once
 
 #include <cstring>
 
+#include "ostra/math/float64_forms.h"
 #include "parallelprogram/textures/sampler_types.h"
 
 namespace ostra::kernel {
@@ -43,8 +45,16 @@ class KernelTexture {
   using TexelCoordinates = typename Sampler::TexelCoordinates;
   using Value = typename Sampler::Value;
 
-  Value Sample(const Coordinates& coordinates, UInt32 layer = 0) const { return _sampler->Sample(coordinates, layer); }
-  Value Fetch(const TexelCoordinates& coordinates, UInt32 layer = 0) const {
+  template <class At>
+  Value Sample(const At& coordinates, UInt32 layer = 0) const {
+    static_assert(!vocabulary::kIsWideFloat<vocabulary::Element<At>>,
+                  "SampleTexture takes coordinates of 32 bits: float, vec2 or vec3.");
+    return _sampler->Sample(coordinates, layer);
+  }
+  template <class At>
+  Value Fetch(const At& coordinates, UInt32 layer = 0) const {
+    static_assert(std::is_same_v<vocabulary::Element<At>, Int32>,
+                  "FetchTexture takes the numbers of a texel: int, int2 or int3, as it does on a GPU.");
     return _sampler->Fetch(coordinates, layer);
   }
   TexelCoordinates GetSize() const { return _sampler->GetSize(); }
@@ -62,6 +72,10 @@ class KernelTexture {
       TextureSamplerObj_##dimensions##D_##channels##_##element##_##filter;
 OSTRA_FOR_EACH_SAMPLER_TYPE(OSTRA_NAME_SAMPLER_TYPE)
 #undef OSTRA_NAME_SAMPLER_TYPE
+// On a GPU, 32-bit integers with a sign are called S32.
+using TextureSampler_1D_R_S32_POINT = TextureSamplerObj_1D_R_I32_POINT;
+using TextureSampler_2D_R_S32_POINT = TextureSamplerObj_2D_R_I32_POINT;
+using TextureSampler_3D_R_S32_POINT = TextureSamplerObj_3D_R_I32_POINT;
 
 // Reports a use of StoreImage, which kernels on the CPU do not have.
 template <class Image>

@@ -46,9 +46,10 @@ struct TextureSampler : TextureSamplerDataHelper {
 
   using Coordinates = sampler::Tuple<kDimensions, Float32>;
   using TexelCoordinates = sampler::Tuple<kDimensions, Int32>;
-  // Texels of 8 bits are read as 0 to 255.
+  // Whole numbers are read as they are, texels of 8 bits as 0 to 255.
   static constexpr Bool kIsByte = std::is_same_v<Element, UInt8>;
-  using Value = std::conditional_t<kIsByte, UInt32, sampler::Tuple<kChannels, Float32>>;
+  using Number = std::conditional_t<std::is_signed_v<Element>, Int32, UInt32>;
+  using Value = std::conditional_t<std::is_integral_v<Element>, Number, sampler::Tuple<kChannels, Float32>>;
 
   // The filtered value at `coordinates`: 0..1 over the texture, or texels when it was made so.
   Value Sample(const Coordinates& coordinates, UInt32 layer = 0) const {
@@ -83,11 +84,14 @@ struct TextureSampler : TextureSamplerDataHelper {
   struct Result {
     union {
       Float32 floats[4];
+      Number number;
       Byte byte;
     };
     Value GetValue() const {
       if constexpr (kIsByte)
         return byte;
+      else if constexpr (std::is_integral_v<Element>)
+        return number;
       else
         return sampler::MakeTuple<kChannels>(floats);
     }

@@ -1,5 +1,6 @@
 #include "parallelprogram/textures/texture_factory.h"
 
+#include "ostra/core/diagnostics.h"
 #include "ostra/core/format.h"
 #include "parallelprogram/textures/sampler_family.h"
 #include "parallelprogram/textures/texture_records.h"
@@ -78,6 +79,18 @@ Result<void> FillSampler(TextureSamplerDataHelper& sampler, const Kind& kind, Sa
   return OK;
 }
 
+// Dimensions are counted, so that a texture with a long axis behind one of a single texel is read along the wrong axes.
+// The descriptions are accepted; their authors will hardly mean it.
+void WarnOfThinAxes(const InternedId& attr, const TextureBindData& bindData, Int dimensions) {
+  const Vec3<UInt32>& extent = bindData._dimensions;
+  for (Int axis = 0; axis < dimensions; ++axis) {
+    if (extent[static_cast<glm::length_t>(axis)] > 1) continue;
+    return WarningOutput(
+        "The texture \"@\" of @ x @ x @ texels counts as @-dimensional, and axis @ has 1 texel: pad it to 2.", attr,
+        extent.x, extent.y, extent.z, dimensions, "xyz"[axis]);
+  }
+}
+
 }  // namespace
 
 Result<void> StoreTexture(IntrusiveList<SamplerNode>& samplers, DataDictionary& textures, const InternedId& attr,
@@ -95,6 +108,7 @@ Result<void> StoreTexture(IntrusiveList<SamplerNode>& samplers, DataDictionary& 
   node->sampler._sample = nullptr;
   node->sampler._fetch = nullptr;
   samplers.Append(node);
+  WarnOfThinAxes(attr, bindData, dimensions);
   OSTRA_RETURN_IF_ERROR(FillSampler(node->sampler, *kind, std::move(data), bindData));
   return textures.Set(attr, &node->sampler);
 }

@@ -30,11 +30,26 @@ const Mistake kMistakes[] = {
      "matrices are multiplied with mul(a, b)", 3},
     {"GroupMemoryThatIsWritten", "\tGROUPSHAREDMEM(Float32, tile, 64)\n\ttile[0u] = 1.0;\n",
      "invocations of a group cannot exchange", 0},
+    {"DoublesAndTheirFunctions", "\tFloat64 d = 2.0;\n\tfloat r = sqrt(d) + max(d, 1) + mix(1.0, 2, d);\n", "", 0},
+    {"AWordWithoutAFormOfDoubles", "\tFloat64 d = 2.0;\n\tuint bits = floatBitsToUint(d);\n", "floatBitsToUint", 2},
+    {"FunctionsOfLongIntegers", "\tUInt64 k = 5;\n\tk = min(k, 3u);\n", "vocabulary::min(", 2},
+    {"ATexelAtNumbers", "\tfloat t = FetchTexture(image, int2(1, 2));\n", "", 0},
+    {"ATexelBetweenNumbers", "\tfloat t = FetchTexture(image, vec2(1.7, 2.9));\n",
+     "FetchTexture takes the numbers of a texel: int, int2 or int3", 0},
+    {"ATexelAtNumbersWithoutSign", "\tfloat t = FetchTextureLayer(image, uint2(1u, 2u), 0u);\n",
+     "FetchTexture takes the numbers of a texel: int, int2 or int3", 0},
+    {"ASampleAtDoubles", "\tfloat t = SampleTexture(smooth, Vec2<Float64>(0.5, 0.5));\n",
+     "SampleTexture takes coordinates of 32 bits", 0},
+    {"WholeNumbersOfTextures", "\tint t = FetchTexture(labels, 1) + FetchTexture(signs, 1);\n", "", 0},
     {"ValueOfKernelsThatCannotFail", "\tKERNEL_RETURN;\n", "return-statement with a value", 1},
 };
 
 std::string Compile(const std::string& body) {
   auto text = String::Create(std::string("#define KERNELINPUTS \\\n(Float32) factor, \\\n(SquareMatrix4d32) place, \\\n"
+                                         "(const TextureSampler_2D_R_F32_POINT) image, \\\n"
+                                         "(const TextureSampler_2D_R_F32_LINEAR) smooth, \\\n"
+                                         "(const TextureSampler_1D_R_U16_POINT) labels, \\\n"
+                                         "(const TextureSampler_1D_R_S32_POINT) signs, \\\n"
                                          "(const Block<Float32>) source, \\\n(Block<Float32>) target\n\n"
                                          "OSTRA_PARALLEL_KERNEL(Tested, KERNELINPUTS)\n{\n")
                                  .append(body)
@@ -67,7 +82,7 @@ TEST_P(KernelCompileErrorTest, IsReportedAtItsLine) {
   const std::size_t error = output.find("error:");
   ASSERT_NE(error, std::string::npos) << "It compiled.";
   EXPECT_NE(output.find(mistake.message), std::string::npos) << output;
-  constexpr int kLinesBefore = 8;
+  constexpr int kLinesBefore = 12;
   if (mistake.line != 0) {
     const std::string place = "tested.krn:" + std::to_string(kLinesBefore + mistake.line) + ":";
     EXPECT_NE(output.find(place), std::string::npos) << place << " is not in\n" << output;

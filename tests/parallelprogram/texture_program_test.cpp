@@ -1,5 +1,6 @@
 // Textures of the CPU program: which samplers it makes, and what its methods do with them.
 #include "tests/parallelprogram/texture_program_fixture.h"
+#include "tests/support/diagnostic_recorder.h"
 #include "tests/support/fault_injection.h"
 
 namespace ostra::test {
@@ -126,6 +127,19 @@ TEST_F(TextureProgramTest, SizesThatDoNotMatchTheExtentsAreAccepted) {
   texture.bindData._dimensions = {4, 4000, 400};
   ASSERT_THAT(Store("a"_iid, texture), IsOk());
   EXPECT_EQ(ReadTexture("a"_iid), (Values{0, 1, 2, 3}));
+}
+
+TEST_F(TextureProgramTest, TexturesThatAreReadAlongAnAxisOfOneTexelAreWarnedOf) {
+  DiagnosticRecorder recorder;
+  ASSERT_THAT(Store("line"_iid, MakeCountingTexture({4, 1, 1})), IsOk());
+  ASSERT_THAT(Store("picture"_iid, MakeCountingTexture({4, 2, 1})), IsOk());
+  EXPECT_THAT(recorder.GetLines(), testing::IsEmpty());
+  ASSERT_THAT(Store("column"_iid, MakeCountingTexture({1, 4, 1})), IsOk());
+  EXPECT_THAT(recorder.GetLines(), testing::ElementsAre(testing::HasSubstr(
+                                       "The texture \"column\" of 1 x 4 x 1 texels counts as 1-dimensional, "
+                                       "and axis x has 1 texel: pad it to 2.")));
+  ASSERT_THAT(Store("slab"_iid, MakeCountingTexture({4, 1, 2})), IsOk());
+  EXPECT_THAT(recorder.GetLines().back(), testing::HasSubstr("counts as 2-dimensional, and axis y has 1 texel"));
 }
 
 TEST_F(TextureProgramTest, UpdatesCompareSizesAndNothingElse) {

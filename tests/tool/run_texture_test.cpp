@@ -238,8 +238,12 @@ TEST_F(RunTextureTest, TexelsThatDoNotFitAreRefusedBeforeTheRun) {
                  "--in", "numbers=zeros:16"});
   ExpectRefused(
       kFailed,
-      "net.example.whole.krn:3: error: kernels on the CPU have no texture type \"TextureSampler_2D_R_I32_POINT\"",
-      "net.example.whole.krn", {"--in", "labels=zeros:4x4", "--out", In("numbers", "out.csv"), "--size", "1"});
+      "The texture \"labels\" has the type ostra::TextureSamplerObj_2D_R_I32_POINT, which programs on the CPU "
+      "cannot have",
+      "net.example.whole.krn", {"--out", In("numbers", "out.csv"), "--size", "1"});
+  ExpectRefused(kBadUsage, "border: 300 is no texel of a 2D R U8 POINT texture", "net.example.tables.krn",
+                {"--in", "line=zeros:4", "--in", "marks=zeros:4x4", "--texture", "marks:wrap=border,border=300", "--in",
+                 "colors=zeros:2x2x2", "--size", "1", "--in", "numbers=zeros:16"});
 }
 
 TEST_F(RunTextureTest, TheHelpNamesEverySetting) {

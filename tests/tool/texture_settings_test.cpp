@@ -123,6 +123,12 @@ TEST(TextureSettingsTest, SettingsWithoutAMeaningAreRefused) {
   ExpectRefused("border=1", GetVolume(), "border: only wrap=border shows a border");
   EXPECT_THAT(Read("border=1,wrap=clamp/border/clamp", GetVolume()), IsOk());
   EXPECT_THAT(Read("wrap=border,border=7,size=4x4", GetBytes()), IsOk());
+  EXPECT_THAT(Read("wrap=border,border=255", GetBytes()), IsOk());
+  for (const char* value : {"300", "-1", "0.5", "256"})
+    ExpectRefused(std::string("wrap=border,border=") + value, GetBytes(),
+                  (std::string("border: ") + value +
+                   " is no texel of a 2D R U8 POINT texture, which are whole numbers from 0 to 255")
+                      .c_str());
 }
 
 }  // namespace

@@ -247,6 +247,12 @@ class Planner {
           std::none_of(_plan.uniforms.begin(), _plan.uniforms.end(), hasName))
         return OSTRA_USAGE_ERROR("the uniform \"@\" (@) has no value: give --set @=VALUE", name,
                                  DescribeType(parameter.type), name);
+      const DataType pointed = parameter.type.IsPointer() ? parameter.type.GetInnerType() : DataType();
+      if (parameter.kind == ParameterKind::Other && pointed.IsPopulated() &&
+          pointed.GetName().GetView().find("TextureSamplerObj_") != std::string_view::npos)
+        return OSTRA_ILLEGAL_ARGUMENT(
+            "The texture \"@\" has the type @, which programs on the CPU cannot have, and this command not fill.", name,
+            pointed);
       if (parameter.kind == ParameterKind::Other)
         return OSTRA_ILLEGAL_ARGUMENT("The parameter \"@\" has the type @, which this command cannot fill.", name,
                                       parameter.type);

@@ -1,6 +1,7 @@
 #include "apps/ostra/textures/texture_settings.h"
 
 #include <algorithm>
+#include <cmath>
 #include <vector>
 
 #include "apps/ostra/names/nearest_name.h"
@@ -129,6 +130,12 @@ Result<void> CheckTextureSettings(const TextureLayout& layout, const TextureSett
     return OSTRA_USAGE_ERROR("coordinates: a @ texture is read at the numbers of its texels", layout.name);
   if (layout.format == TextureFormat::U8 && isGiven("srgb"))
     return OSTRA_USAGE_ERROR("srgb: a @ texture gives its bytes as they are", layout.name);
+  // A byte keeps the low bits of the whole part.
+  if (layout.format == TextureFormat::U8)
+    for (Int i = 0; i < layout.channels; ++i)
+      if (const Float32 value = settings.border[i]; !(value >= 0 && value <= 255 && value == std::floor(value)))
+        return OSTRA_USAGE_ERROR("border: @ is no texel of a @ texture, which are whole numbers from 0 to 255", value,
+                                 layout.name);
   const Bool hasBorder =
       std::count(std::begin(settings.wrapModes), std::end(settings.wrapModes), TextureWrapMode::BORDER) > 0;
   if (isGiven("border") && !hasBorder) return OSTRA_USAGE_ERROR("border: only wrap=border shows a border");
