@@ -75,22 +75,43 @@ void KeepFirstOfEachLine(std::vector<ShaderMessage>& messages) {
   messages = std::move(kept);
 }
 
+// Adds a line that goes on with a message. "f(vf3;u1;" is how the library writes the function f.
+void AppendWords(std::string_view line, std::string& text) {
+  while (!line.empty()) {
+    const std::string_view word = line.substr(0, line.find(' '));
+    line.remove_prefix(std::min(word.size() + 1, line.size()));
+    if (!word.empty()) text.append(" ").append(word.substr(0, word.find('(')));
+  }
+}
+
 }  // namespace
 
 void ReadLog(std::string_view log, std::vector<ShaderMessage>& messages) {
+  struct Line {
+    Bool isError;
+    Int number;
+    std::string text;
+  };
+  std::vector<Line> lines;
+  Bool isContinued = false;  // what a message lists stands on lines of its own behind it
   while (!log.empty()) {
     const std::size_t end = log.find('\n');
     std::string_view line = log.substr(0, end);
     log = end == std::string_view::npos ? std::string_view() : log.substr(end + 1);
     constexpr std::string_view kError = "ERROR: ", kWarning = "WARNING: ";
     const Bool isError = line.starts_with(kError);
-    if (!isError && !line.starts_with(kWarning)) continue;
+    if (!isError && !line.starts_with(kWarning)) {
+      if (isContinued) AppendWords(line, lines.back().text);
+      continue;
+    }
     line.remove_prefix(isError ? kError.size() : kWarning.size());
     while (line.ends_with(' ')) line.remove_suffix(1);
-    if (IsSummary(line)) continue;
+    isContinued = !IsSummary(line);
+    if (!isContinued) continue;
     const Int number = TakeLineNumber(line);
-    messages.push_back({isError || IsFailure(line), number, MakeText(line)});
+    lines.push_back({isError || IsFailure(line), number, std::string(line)});
   }
+  for (const Line& line : lines) messages.push_back({line.isError, line.number, MakeText(line.text)});
 }
 
 std::vector<UInt32> TranslateToSpirv(Bool isHlsl, DrawportStage stage, std::string_view text,

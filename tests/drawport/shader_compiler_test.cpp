@@ -200,6 +200,14 @@ TEST(ShaderCompilerTest, ABraceThatStaysOpenIsReportedOnTheLastLine) {
   EXPECT_THAT(message, HasSubstr("(behind the last line: is a brace left open?)"));
 }
 
+TEST(ShaderCompilerTest, MessagesThatGoOnInFurtherLinesAreWhole) {
+  ShaderRecords recursion = MakeRecords(kShadingLanguageGlsl, "float x = Down(3.0);");
+  AddFunction(recursion, "float Down(float x)\n{\nreturn x > 0.0 ? Down(x - 1.0) : x;\n}\n");
+  EXPECT_THAT(Compile(recursion), HasSubstr("Recursion detected: Down calling Down"));
+  ShaderRecords extension = MakeRecords(kShadingLanguageGlsl, "int16_t x = int16_t(1);");
+  EXPECT_THAT(Compile(extension), testing::ContainsRegex("Possible extensions include: GL_[A-Za-z0-9_]+ GL_"));
+}
+
 TEST(ShaderCompilerTest, AMistakeOutsideOfKernelFilesNamesTheKernelFileAsAWhole) {
   ShaderRecords records = MakeRecords(kShadingLanguageGlsl, "int a = missing;");
   const AssembledShader shader = Assemble(records);
