@@ -11,7 +11,8 @@
 //   OSTRA_KERNEL_ENTRY(net_example_scale_krn, Scale, "net.example.scale.krn")     // see kernel_entry.h
 //
 // That works for the #define KERNELINPUTS form, with GROUPSIZE and the CPU_ directives before the kernel, and without
-// INOUT parameters and noise (kernel_noise.h). One namespace holds one kernel. In bodies InGlobalInvocationID,
+// INOUT parameters and noise (kernel_noise.h). Compile it with -fwrapv, and write 0.5f: a literal without suffix is a
+// Float64 there, as everywhere in C++. One namespace holds one kernel. In bodies InGlobalInvocationID,
 // InLocalInvocationID, InWorkGroupID and InWorkGroupSize are the IDs of the invocation.
 #pragma once
 

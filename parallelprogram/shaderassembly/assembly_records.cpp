@@ -5,6 +5,7 @@
 
 #include "ostra/core/format.h"
 #include "ostra/core/text_characters.h"
+#include "parallelprogram/shaderassembly/element_types.h"
 #include "parallelprogram/shaderparser/function_definition.h"
 
 OSTRA_UNIT("shader_assembly_records");
@@ -162,11 +163,21 @@ class RecordMaker {
     if (!input.dataType.IsPopulated()) {
       parameter.kind = ShaderParameterKind::Buffer;
       parameter.elementType = input.typeName.GetString();
+      OSTRA_RETURN_IF_ERROR(CheckElementType(parameter));
     } else {
       SetValue(input, parameter);
     }
     OSTRA_RETURN_IF_ERROR(_records.parameters.Append(std::move(parameter)));
     return OK;
+  }
+
+  // What the compiler would say of such a type explains nothing.
+  Result<void> CheckElementType(const ShaderParameter& parameter) const {
+    const std::string_view type = parameter.elementType.GetView();
+    const std::string_view obstacle = FindElementTypeObstacle(type, _parser.GetTargetLanguage());
+    if (obstacle.empty() || IsDefinedElementType(_parser, type)) return OK;
+    return OSTRA_ILLEGAL_ARGUMENT("@:@: error: the elements of \"@\" are @: @", parameter.origin.file,
+                                  parameter.origin.line, parameter.name, type, obstacle);
   }
 
   void SetValue(const ShaderInputEntry& input, ShaderParameter& parameter) const {

@@ -129,6 +129,78 @@ TEST_F(LintsTest, ADeclarationThatMakesNoParameterIsFound) {
           "not known"));
 }
 
+TEST_F(LintsTest, ShiftsThatMayGoBeyondTheLastBitAreFound) {
+  const auto check = [&](const std::string& code) {
+    return Check(MakeKernel("(UInt32) count, \\\n(Int32) offset", "\tuint x = UNIFORM(count);\n" + code));
+  };
+  EXPECT_THAT(
+      check("\tx = x << 40;"),
+      ElementsAre("k.krn:8: error: a shift by 40 has no defined result: numbers have 32 bits, and the amount must "
+                  "be below"));
+  EXPECT_THAT(check("\tx >>= 32u;"), ElementsAre(HasSubstr("error: a shift by 32 has no defined result")));
+  EXPECT_THAT(check("\tx = 1u << (16 * 2);"), ElementsAre(HasSubstr("a shift by 32")));
+  EXPECT_THAT(check("\tx = (x << UNIFORM(count)) + 1u;"),
+              ElementsAre("k.krn:8: warning: the amount \"UNIFORM(count)\" of this shift may be 32 or more, and "
+                          "processors and GPUs disagree about the result: limit it, as in (n & 31u)"));
+  EXPECT_THAT(check("\tx = (x << 5u) | (x >> (32u - UNIFORM(count)));"),
+              ElementsAre(HasSubstr("the amount \"(32u - UNIFORM(count))\" of this shift may be 32 or more")));
+}
+
+TEST_F(LintsTest, ShiftsThatAreKnownToStayWithinTheNumberAreNotFound) {
+  const std::string declaration = "(UInt32) count, \\\n(Block<UInt32>) bits";
+  for (const char* code :
+       {"\tx = x << 31u;", "\tx = x << (UNIFORM(count) & 31u);", "\tx <<= UNIFORM(count) & 0x1Fu;",
+        "\tx = x >> (31u & UNIFORM(count)) | 1u;", "\tx = 1u << UNIFORM_BUFFER(bits)[x >> 5u] % 32u;",
+        "\tx = x << min(UNIFORM(count), 31u);", "\tx = x << clamp(UNIFORM(count), 0u, 31u);",
+        "\tconst uint kBits = 7u;\n\tx = x << kBits;", "\tfor (uint i = 0u; i < 32u; i++)\n\t{\n\t\tx ^= 1u << i;\n\t}",
+        "\tx = x << uint(int(x) & 7);", "\tx = uint(x < 3u) + uint(x > 40u);", "\tuint64_t y = 1;\n\ty = y << 40;"}) {
+    const auto findings = Check(MakeKernel(declaration, std::string("\tuint x = UNIFORM(count);\n") + code));
+    for (const std::string& finding : findings) EXPECT_THAT(finding, Not(HasSubstr("shift"))) << code;
+  }
+}
+
+TEST_F(LintsTest, AtomicVariablesOfMetalAreAdvisedAgainst) {
+  EXPECT_THAT(
+      Check(MakeKernel("(UInt32) count", "\tATOMIC uint old = 0u;")),
+      ElementsAre("k.krn:6: warning: ATOMIC makes an atomic_uint of the variable in Metal, which can neither be "
+                  "given a value in its declaration nor be assigned: declare a uint"));
+  EXPECT_THAT(Check(MakeKernel("(UInt32) count", "\tuint old = 0u;")), IsEmpty());
+}
+
+TEST_F(LintsTest, FunctionsOfDoublesAreComputedWithFloatsInHlsl) {
+  EXPECT_THAT(Check(MakeKernel("(Block<Float64>) data",
+                               "\tFloat64 x = UNIFORM_BUFFER(data)[0] * 2.0;\n"
+                               "\tUNIFORM_BUFFER(data)[1] = sqrt(x + 1.0);")),
+              ElementsAre("k.krn:7: warning: \"sqrt\" of 64-bit floats is computed with 32 bits in HLSL"));
+  EXPECT_THAT(Check(MakeKernel("(Block<Float32>) data", "\tUNIFORM_BUFFER(data)[1] = sqrt(2.0);")), IsEmpty());
+}
+
+TEST_F(LintsTest, TypesThatNoGpuHasAreExplained) {
+  EXPECT_THAT(
+      Check(MakeKernel("(Block<UInt64>) a, \\\n(const Block<UInt16>) b, \\\n(Block<Bool>) c, \\\n"
+                       "(Block<Vec4<HalfFloat>>) d, \\\n(Block<Float64>) e, \\\n(Float64) f",
+                       "")),
+      ElementsAre("k.krn:2: error: the elements of \"a\" are UInt64: GPU kernels have no 64-bit integers: keep two "
+                  "uint",
+                  "k.krn:3: error: the elements of \"b\" are UInt16: GPU kernels have no integers of 8 and 16 bits: "
+                  "pack several into a uint, or give each an int",
+                  "k.krn:4: error: the elements of \"c\" are Bool: a bool has 1 byte on the CPU and 4 on a GPU: use "
+                  "uint",
+                  "k.krn:5: error: the elements of \"d\" are Vec4: of a type in angle brackets only the first word "
+                  "is translated: write uint3, int4, half2 and the like",
+                  "k.krn:7: warning: the declaration of \"f\" makes no parameter on the GPU: values of 64 bits are "
+                  "for the CPU alone: use Float32, or a buffer of Float64"));
+}
+
+TEST_F(LintsTest, TextureTypesOfTheCpuAloneAreExplained) {
+  EXPECT_THAT(
+      Check(MakeKernel("(const TextureSampler_2D_R_I32_POINT) labels", "")),
+      Contains("k.krn:2: error: \"TextureSampler_2D_R_I32_POINT\" is known on the CPU alone: write S32, which both "
+               "sides know"));
+  EXPECT_THAT(Check(MakeKernel("(const TextureSampler_2D_R_S32_POINT) labels", "")), IsEmpty());
+  EXPECT_THAT(Check(MakeKernel("(const TextureSampler_2D_R_U16_POINT) labels", "")), IsEmpty());
+}
+
 TEST_F(LintsTest, LettersOfAQualifierInsideATypeAreFound) {
   EXPECT_THAT(
       Check(MakeKernel("(Block<Router>) routes", "")),

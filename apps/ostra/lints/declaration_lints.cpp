@@ -6,6 +6,7 @@
 #include "apps/ostra/lints/lints.h"
 #include "apps/ostra/names/nearest_name.h"
 #include "apps/ostra/values/text.h"
+#include "parallelprogram/shaderassembly/element_types.h"
 #include "parallelprogram/shaderparser/kernel_words.h"
 
 namespace ostra::tool {
@@ -47,6 +48,19 @@ std::vector<std::string> ListTypeNames() {
   return names;
 }
 
+// Of one buffer after the other; the assembly of a program ends at the first.
+void LintElementType(const LintedFile& file, const SourceLine& line, const ShaderParser& parser, std::string_view name,
+                     Findings& findings) {
+  for (const ShaderInputEntry& input : parser.GetInputEntries()) {
+    const std::string_view type = input.typeName.GetView();
+    if (input.name != name || IsDefinedElementType(parser, type)) continue;
+    const std::string_view obstacle = FindElementTypeObstacle(type, kTargetGlsl);
+    if (!obstacle.empty())
+      findings.Add({file.name, line.number, Severity::Error,
+                    "the elements of " + Quote(name) + " are " + std::string(type) + ": " + std::string(obstacle)});
+  }
+}
+
 void LintDeclaration(const LintedFile& file, const SourceLine& line, const ShaderParser& parser, Findings& findings) {
   if (line.code.empty() || line.code == "{" || line.code == "}" || line.code == "};") return;
   std::string_view before;
@@ -67,25 +81,18 @@ void LintDeclaration(const LintedFile& file, const SourceLine& line, const Shade
       continue;
     return;
   }
-  if (name.empty() || HasParameter(parser, name)) {
-    const std::size_t inner = line.code.find('<');
-    if (inner != std::string::npos && line.code.find('<', inner + 1) != std::string::npos &&
-        line.code.find("Block<") != std::string::npos)
-      findings.Add({file.name, line.number, Severity::Error,
-                    "the elements of \"" + std::string(name) +
-                        "\" have a type in angle brackets, of which only the first word is translated: write uint3, "
-                        "int4, half2 and the like"});
-    return;
-  }
+  if (name.empty()) return;
+  if (HasParameter(parser, name)) return LintElementType(file, line, parser, name, findings);
   std::string text = "the declaration of \"" + std::string(name) + "\" makes no parameter on the GPU";
   const std::string_view type = TakeType(before);
   if (DataTypeFromTypeName(type).IsPopulated()) {
     if (before.find("const") != std::string_view::npos) text += ": only buffers and textures can be const";
   } else if (!type.empty() && type.find_first_of("<> ") == std::string_view::npos && type != "TYPE" &&
              !type.starts_with("TextureSampler")) {
-    text += ": the type " + Quote(type) + " is not known";
+    const std::string_view obstacle = FindValueTypeObstacle(type);
     const std::vector<std::string> names = ListTypeNames();
-    const std::string_view nearest = FindNearestName(type, names);
+    const std::string_view nearest = obstacle.empty() ? FindNearestName(type, names) : std::string_view();
+    text += obstacle.empty() ? ": the type " + Quote(type) + " is not known" : ": " + std::string(obstacle);
     if (!nearest.empty()) text += "; did you mean " + Quote(nearest) + "?";
   }
   findings.Add(

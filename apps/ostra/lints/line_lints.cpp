@@ -106,6 +106,11 @@ class LineLinter {
            "header");
     if (line.firstWord == "inline" && HasName(line.code, "ATOMIC"))
       Warn(line, "ATOMIC is not translated in declarations; functions take no counters");
+    if (line.firstWord != "inline" && !line.code.starts_with('#') && HasName(line.code, "ATOMIC"))
+      Warn(
+          line,
+          "ATOMIC makes an atomic_uint of the variable in Metal, which can neither be given a value in its declaration "
+          "nor be assigned: declare a uint");
     constexpr std::string_view kTexel = "GetFramebufferTexel(";
     if (line.code.starts_with('#')) return;
     for (std::size_t at = line.code.find(kTexel); at != std::string::npos; at = line.code.find(kTexel, at + 1))

@@ -59,6 +59,12 @@ void LintSplats(const LintedFile& file, const ShaderParser& parser, Findings& fi
 // Calls of functions with a texture that neither the language nor the file or its headers have. Part of LintUses.
 void LintTextureCalls(const LintedFile& file, const ShaderParser& parser, Findings& findings);
 
+// Shifts by 32 bits and more. Part of LintUses.
+void LintShifts(const LintedFile& file, const ShaderParser& parser, Findings& findings);
+
+// Functions of 64-bit floats, which HLSL lacks. Part of LintUses.
+void LintDoubles(const LintedFile& file, const ShaderParser& parser, Findings& findings);
+
 // The texture in the arguments of a word such as SampleTexture(name, ...) or SampleTexture(UNIFORM(name), ...).
 std::string_view GetTextureName(std::string_view arguments);
 

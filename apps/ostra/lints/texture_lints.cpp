@@ -71,6 +71,9 @@ void LintTextureTypes(const LintedFile& file, Findings& findings) {
     if (line.place == LinePlace::CpuScope) continue;
     ForEachName(line.code, [&](std::string_view name, std::size_t) {
       if (!name.starts_with(kTypePrefix) || name.find("TYPE") != std::string_view::npos) return;
+      if (Contains(ListTextureTypes(), name) && name.find("_I32_") != std::string_view::npos)
+        findings.Add({file.name, line.number, Severity::Error,
+                      Quote(name) + " is known on the CPU alone: write S32, which both sides know"});
       if (std::string text = DescribeWrongType(name); !text.empty())
         findings.Add({file.name, line.number, Severity::Error, std::move(text)});
     });

@@ -184,6 +184,8 @@ void LintUses(const LintedFile& file, const ShaderParser& parser, Findings& find
   UseLinter(file, parser, findings).Lint();
   LintSplats(file, parser, findings);
   LintTextureCalls(file, parser, findings);
+  LintShifts(file, parser, findings);
+  LintDoubles(file, parser, findings);
 }
 
 }  // namespace ostra::tool
