@@ -7,6 +7,7 @@
 #include "ostra/drawport/gpu_compute.h"
 #include "parallelprogram/device/parameter_binding.h"
 #include "parallelprogram/device/parser_cache.h"
+#include "parallelprogram/program/unknown_names.h"
 
 namespace ostra {
 
@@ -47,6 +48,7 @@ struct GpuKernel : RefCounted<GpuKernel>, ParameterLinks {
   Bool isChangingModes = false;  // what is built now is made from the same sources
   Int modeChanges = 0;
   Bool texturesChanged = false;  // a texture was deleted since the last UpdateUniforms
+  UnknownNames unknownNames;     // that the binder has met
   Int contextNumber = 0;         // of the context of the last UpdateUniforms; 0 before
 
   // Between compile job and driving thread.

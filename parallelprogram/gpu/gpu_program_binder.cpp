@@ -3,6 +3,7 @@
 #include "ostra/core/format.h"
 #include "ostra/render/render_noise.h"
 #include "parallelprogram/base/configuration_variables.h"
+#include "parallelprogram/device/element_check.h"
 #include "parallelprogram/gpu/gpu_program_impl.h"
 
 OSTRA_UNIT("parallelprogram_gpu_impl");
@@ -27,6 +28,20 @@ Result<void> BindUniforms(const GpuKernel& kernel, const ParameterTarget& target
   return OK;
 }
 
+// Names that the program does not declare. The binder passes over them.
+void ReportUnknownNames(GpuKernel& kernel, Block<const DrawportParameter> parameters) {
+  const auto report = [&](const InternedId& name) {
+    for (Int i = 0; i < parameters.GetCount(); ++i)
+      if (parameters[i].name == name) return;
+    kernel.unknownNames.Report(kernel.id, name, parameters.GetCount(),
+                               [&](Int i) { return parameters[i].name.GetView(); });
+  };
+  for (const auto& [name, value] : kernel.uniforms) report(name);
+  for (const auto& [name, value] : kernel.buffers) report(name);
+  for (const auto& [name, value] : kernel.textures) report(name);
+  for (const auto& [name, link] : kernel.counters) report(name);
+}
+
 Result<void> BindCounters(const GpuKernel& kernel, const ParameterTarget& target) {
   for (const auto& [name, link] : kernel.counters) {
     const DrawportParameterHandle handle = target.factory.GetParameterHandle(name);
@@ -42,12 +57,15 @@ Result<void> ParallelProgramGPUImpl::BindParameters(const InternedId& kernelId, 
                                                     Block<const DrawportParameter> parameters) {
   OSTRA_ASSIGN_OR_RETURN(const GpuKernelRef kernel, FindKernel(kernelId));
   const ParameterTarget target{factory, values};
+  ReportUnknownNames(*kernel, parameters);
   OSTRA_RETURN_IF_ERROR(BindUniforms(*kernel, target));
   for (Int i = 0; i < parameters.GetCount(); ++i) {
     const DrawportParameter& parameter = parameters[i];
     if (parameter.kind != DrawportParameterKind::Buffer || parameter.isValue) continue;
     const DrawportParameterHandle handle = factory.GetBufferParameterHandle(parameter.name);
     OSTRA_RETURN_IF_ERROR(BindBuffer(target, handle, parameter, *kernel, _buffers));
+    const DataBufferEntry* linked = FindBufferEntry(kernel->buffers, parameter.name);
+    if (linked && linked->_deviceBuffer) OSTRA_RETURN_IF_ERROR(CheckElements(parameter, linked->_elementType));
   }
   if (g_outOfCoreParallelProgram) OSTRA_RETURN_IF_ERROR(RestoreTextures(*kernel));
   for (Int i = 0; i < parameters.GetCount(); ++i) {

@@ -64,6 +64,17 @@ std::string ReadType(const EditedText& text, std::size_t begin, std::size_t end,
   return type;
 }
 
+// Headers and macros that put names together may use any parameter.
+void MarkUses(const EditedText& text, std::vector<Parameter>& parameters) {
+  const auto& tokens = text.GetTokens();
+  for (std::size_t i = 0; i < tokens.size(); ++i)
+    if (text.Is(i, "#") && (text.Is(i + 1, "include") || text.Is(i + 1, "#"))) return;
+  for (Parameter& parameter : parameters) {
+    const auto isName = [&](const Token& token) { return text.GetText(token) == parameter.name; };
+    parameter.isUsed = std::count_if(tokens.begin(), tokens.end(), isName) > 1;
+  }
+}
+
 // The rest of the block: "}" and the records. The struct ends where its last declaration ended.
 std::string MakeStructEnd(const std::vector<Parameter>& parameters) {
   return Join({" ", MakeParameterRecords(parameters), " };"});
@@ -83,8 +94,8 @@ void CheckEndOfDefinition(const EditedText& text, const Token& last, const std::
 std::string MakeParameterRecords(const std::vector<Parameter>& parameters) {
   std::string records = "template <class OstraAdd> ::ostra::Result<void> ForEach([[maybe_unused]] OstraAdd&& add) { ";
   for (const Parameter& parameter : parameters)
-    records +=
-        Join({IsCounter(parameter.type) ? "OSTRA_COUNTER_RECORD(" : "OSTRA_PARAMETER_RECORD(", parameter.name, ") "});
+    records += Join({parameter.isUsed ? "OSTRA_" : "OSTRA_UNUSED_",
+                     IsCounter(parameter.type) ? "COUNTER_RECORD(" : "PARAMETER_RECORD(", parameter.name, ") "});
   return Join({records, "return ::ostra::OK; }"});
 }
 
@@ -112,6 +123,7 @@ std::size_t RewriteDefineBlock(EditedText& text, std::size_t first, const std::s
     i = last + 1;
   }
   CheckEndOfDefinition(text, tokens[last], file);
+  MarkUses(text, parameters);
   text.Replace(begin, text.FindEndOfLine(tokens[last].begin), replacement + MakeStructEnd(parameters));
   return after;
 }
@@ -136,6 +148,7 @@ std::size_t RewriteStructBlock(EditedText& text, std::size_t first, const std::s
     text.Replace(tokens[i].begin, tokens[end].end, MakeMember(parameters.back()));
     i = end + 1;
   }
+  MarkUses(text, parameters);
   text.Replace(tokens[first + 1].begin, tokens[first + 1].end, std::string(kParameterStruct));
   text.Insert(tokens[after - 1].begin, Join({MakeParameterRecords(parameters), " "}));
   return after + 1;

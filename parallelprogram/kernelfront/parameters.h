@@ -7,6 +7,7 @@ namespace ostra::kernelfront {
 
 struct Parameter {
   std::string type, name;
+  bool isUsed = true;  // false: the file does not mention it after its declaration
 };
 
 // The name of the struct with the parameters.

@@ -115,6 +115,7 @@ Result<void> ParallelProgramCPUImpl::DispatchKernelSimple(UInt32 count) {
   OSTRA_ASSIGN_OR_RETURN(KernelEntry & entry, GetRunnableKernel());
   if (count == 0) return OK;
   OSTRA_RETURN_IF_ERROR(CheckWorkGroup(entry.kernel->GetKernelWorkGroupSize(), _activeKernelId));
+  OSTRA_RETURN_IF_ERROR(CheckIsSet(entry));
   Dispatch dispatch(*entry.kernel, entry.range, {count, 1, 1});
   if (entry.kernel->GetSingleThreadedThreshold() >= Int{count}) return RunInvocations(dispatch, 0, count, true);
   return RunParallel(dispatch, count, entry.kernel->GetGranularity());
@@ -127,6 +128,7 @@ Result<void> ParallelProgramCPUImpl::DispatchKernelComplex(UInt32 countX, UInt32
   OSTRA_RETURN_IF_ERROR(CheckWorkGroup(workGroup, _activeKernelId));
   const Vec3<UInt32> extent(std::max(countX, workGroup.x), std::max(countY, workGroup.y),
                             std::max(countZ, workGroup.z));
+  OSTRA_RETURN_IF_ERROR(CheckIsSet(entry));
   Dispatch dispatch(*entry.kernel, entry.range, extent);
   return RunParallel(dispatch, extent.x * extent.y * extent.z, kComplexGranularity);
 }

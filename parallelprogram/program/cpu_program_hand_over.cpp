@@ -23,6 +23,31 @@ Result<void> CheckKind(const KernelInterface& kernel, const CString& name, const
 
 }  // namespace
 
+ParameterChecks ParallelProgramCPUImpl::GetChecks(const KernelEntry& entry) const {
+  return ParameterChecks(entry.GetDeclarations(), _activeKernelId);
+}
+
+void ParallelProgramCPUImpl::ReportUnknownName(KernelEntry& entry, const InternedId& name) const {
+  if (!entry.declarations || GetChecks(entry).Find(name)) return;
+  const BaseArray<KernelDeclaration>& declarations = entry.GetDeclarations();
+  entry.unknownNames.Report(_activeKernelId, name, declarations.GetCount(),
+                            [&](Int i) { return declarations[i].name.GetView(); });
+}
+
+// A value of a block's type stands for a buffer. What was handed over has been checked to be of the declared kind.
+const KernelDeclaration* ParallelProgramCPUImpl::FindUnset(const KernelEntry& entry) {
+  for (const KernelDeclaration& declaration : entry.GetDeclarations()) {
+    if (!declaration.isRequired || entry.uniforms.Contains(declaration.name)) continue;
+    const auto sets = [&](const HandedOver& given) { return given.name == declaration.name && given.resource; };
+    if (std::none_of(entry.handedOver.begin(), entry.handedOver.end(), sets)) return &declaration;
+  }
+  return nullptr;
+}
+
+Result<void> ParallelProgramCPUImpl::CheckIsSet(const KernelEntry& entry) const {
+  return entry.unset ? GetChecks(entry).MakeUnsetError(*entry.unset) : Result<void>(OK);
+}
+
 Result<void> ParallelProgramCPUImpl::HandOver(KernelEntry& entry, const InternedId& name, const void* data,
                                               const void* resource) {
   OSTRA_RETURN_IF_ERROR(entry.kernel->Set(name.ToCString(), data));
@@ -46,6 +71,7 @@ void ParallelProgramCPUImpl::TakeBackEverywhere(const void* resource) {
       if (given.resource != resource) continue;
       TakeBack(entry, given.name);
       given.resource = nullptr;
+      entry.unset = FindUnset(entry);
     }
   }
 }
@@ -57,7 +83,9 @@ void ParallelProgramCPUImpl::HandOverResized(const BufferSlot& slot) {
       HandedOver& given = entry.handedOver[i];
       if (given.resource != &slot) continue;
       entry.bufferBlocks[i] = slot.GetFirstBlock();
-      if (!entry.kernel->Set(given.name.ToCString(), &entry.bufferBlocks[i])) TakeBack(entry, given.name);
+      if (entry.kernel->Set(given.name.ToCString(), &entry.bufferBlocks[i])) continue;
+      TakeBack(entry, given.name);
+      given.resource = nullptr;
     }
   }
 }
@@ -71,6 +99,7 @@ Result<void> ParallelProgramCPUImpl::UpdateUniforms() {
   std::swap(entry.handedOver, entry.handedOverBefore);
   entry.handedOver.Clear();
   Result<void> result = HandOverAll(entry);
+  entry.unset = FindUnset(entry);
   const BaseArray<HandedOver>& now = entry.handedOver;
   const BaseArray<HandedOver>& before = entry.handedOverBefore;
   if (std::equal(before.begin(), before.end(), now.begin(), now.end())) return result;
@@ -90,28 +119,38 @@ Result<void> ParallelProgramCPUImpl::HandOverAll(KernelEntry& entry) {
 }
 
 Result<void> ParallelProgramCPUImpl::HandOverUniforms(KernelEntry& entry) {
-  for (const auto& [name, value] : entry.uniforms)
+  const ParameterChecks checks = GetChecks(entry);
+  for (const auto& [name, value] : entry.uniforms) {
+    ReportUnknownName(entry, name);
+    OSTRA_RETURN_IF_ERROR(checks.CheckValue(name, value.GetType()));
     OSTRA_RETURN_IF_ERROR(entry.kernel->Set(name.ToCString(), value.GetPointer()));
+  }
   return OK;
 }
 
 // Kernels may keep the address of a block, so the blocks stay until the next hand-over.
 Result<void> ParallelProgramCPUImpl::HandOverBuffers(KernelEntry& entry) {
   OSTRA_RETURN_IF_ERROR(entry.bufferBlocks.Resize(entry.bufferLinks.GetCount()));
+  const ParameterChecks checks = GetChecks(entry);
   Int index = 0;
   for (const auto& [name, value] : entry.bufferLinks) {
+    ReportUnknownName(entry, name);
     OSTRA_ASSIGN_OR_RETURN(BufferSlot* const& slot, value.Get<BufferSlot*>());
     Block<Generic>& block = entry.bufferBlocks[index++];
     block = slot ? slot->GetFirstBlock() : Block<Generic>();
     if (block.GetCount() < 1) return OSTRA_ILLEGAL_STATE("stored data block has size 0");
+    OSTRA_RETURN_IF_ERROR(checks.CheckBuffer(name, slot->GetElementType(), block.GetStride()));
     OSTRA_RETURN_IF_ERROR(HandOver(entry, name, &block, slot));
   }
   return OK;
 }
 
 Result<void> ParallelProgramCPUImpl::HandOverTextures(KernelEntry& entry) {
+  const ParameterChecks checks = GetChecks(entry);
   for (const auto& [name, value] : entry.textureLinks) {
+    ReportUnknownName(entry, name);
     OSTRA_ASSIGN_OR_RETURN(TextureSamplerDataHelper* const& sampler, value.Get<TextureSamplerDataHelper*>());
+    OSTRA_RETURN_IF_ERROR(checks.CheckTexture(name));
     OSTRA_RETURN_IF_ERROR(CheckKind(*entry.kernel, name.ToCString(), *sampler));
     OSTRA_RETURN_IF_ERROR(HandOver(entry, name, sampler, sampler));
   }
@@ -119,8 +158,11 @@ Result<void> ParallelProgramCPUImpl::HandOverTextures(KernelEntry& entry) {
 }
 
 Result<void> ParallelProgramCPUImpl::HandOverCounters(KernelEntry& entry) {
+  const ParameterChecks checks = GetChecks(entry);
   for (const auto& [name, value] : entry.atomicLinks) {
+    ReportUnknownName(entry, name);
     OSTRA_ASSIGN_OR_RETURN(AtomicUInt32* const& counter, value.Get<AtomicUInt32*>());
+    OSTRA_RETURN_IF_ERROR(checks.CheckCounter(name));
     OSTRA_RETURN_IF_ERROR(HandOver(entry, name, counter, counter));
   }
   return OK;

@@ -9,6 +9,8 @@
 #include "parallelprogram/program/kernel_interface.h"
 #include "parallelprogram/program/kernel_range_interface.h"
 #include "parallelprogram/program/parallel_program.h"
+#include "parallelprogram/program/parameter_checks.h"
+#include "parallelprogram/program/unknown_names.h"
 #include "parallelprogram/textures/texture_factory.h"
 
 namespace ostra {
@@ -114,13 +116,22 @@ class ParallelProgramCPUImpl final : public Component<ParallelProgramCPUImpl, Pa
     DataDictionary uniforms;
     DataDictionary atomicLinks;
     DataDictionary textureLinks;
-    KernelRef kernel;                       // null in a copy whose creation failed
-    KernelRangeInterface* range = nullptr;  // the kernel's range interface, when it has one
+    KernelRef kernel;                                    // null in a copy whose creation failed
+    KernelRangeInterface* range = nullptr;               // the kernel's range interface, when it has one
+    KernelDeclarationInterface* declarations = nullptr;  // the same for its declarations
+    const KernelDeclaration* unset = nullptr;            // what the kernel needs and does not have
+    UnknownNames unknownNames;
     BaseArray<Block<Generic>> bufferBlocks;
     BaseArray<HandedOver> handedOver;
     BaseArray<HandedOver> handedOverBefore;  // while an update runs: what the kernel held until then
     BaseArray<RenderNoiseRef> noises;        // its place stays, because kernels keep the block
     Block<RenderNoiseRef> noiseBlock;
+
+    // None for a kernel that does not say what it declares.
+    const BaseArray<KernelDeclaration>& GetDeclarations() const {
+      static const BaseArray<KernelDeclaration> none;
+      return declarations ? declarations->GetDeclarations() : none;
+    }
   };
 
   // The active kernel. Error: illegal state "no active kernel set".
@@ -142,6 +153,12 @@ class ParallelProgramCPUImpl final : public Component<ParallelProgramCPUImpl, Pa
   Result<void> HandOverCounters(KernelEntry& entry);
   Result<void> HandOverNoises(KernelEntry& entry);
   Result<void> HandOverAll(KernelEntry& entry);
+  // The checks of the active kernel's parameters: none for a kernel without declarations.
+  ParameterChecks GetChecks(const KernelEntry& entry) const;
+  void ReportUnknownName(KernelEntry& entry, const InternedId& name) const;
+  static const KernelDeclaration* FindUnset(const KernelEntry& entry);
+  // Error: illegal state when the active kernel needs a parameter that is not set.
+  Result<void> CheckIsSet(const KernelEntry& entry) const;
   // Sets a parameter to `data`, the address of `resource` or of a block of its elements, and notes that it does.
   static Result<void> HandOver(KernelEntry& entry, const InternedId& name, const void* data, const void* resource);
   // Clears a parameter: a pointer becomes null, a block empty, as in a kernel that was never given anything.

@@ -34,7 +34,12 @@ Result<void> ParallelProgramCPUImpl::CreateKernelObject(KernelEntry& entry, cons
   OSTRA_ASSIGN_OR_RETURN(KernelRef kernel, kernelClass.CreateObject<KernelInterface>());
   OSTRA_RETURN_IF_ERROR(kernel->Init());
   entry.range = ostra::FindInterface<KernelRangeInterface>(*kernel);
+  entry.declarations = ostra::FindInterface<KernelDeclarationInterface>(*kernel);
   entry.kernel = std::move(kernel);
+  entry.unset = nullptr;
+  for (const KernelDeclaration& declaration : entry.GetDeclarations()) {
+    if (!entry.unset && declaration.isRequired) entry.unset = &declaration;
+  }
   return OK;
 }
 

@@ -11,6 +11,7 @@
 #pragma once
 
 #include "parallelprogram/program/kernel_base.h"
+#include "parallelprogram/program/kernel_declaration_interface.h"
 #include "parallelprogram/program/kernel_loops.h"
 
 namespace ostra::kernel {
@@ -25,15 +26,25 @@ struct Tuning {
 };
 
 template <class Derived, class Parameters, class Body, class Tuning>
-class KernelClass : public KernelBase<Derived, KernelRangeInterface> {
+class KernelClass : public KernelBase<Derived, KernelRangeInterface, KernelDeclarationInterface> {
  public:
   Result<void> Init() override {
     using Group = typename Tuning::Group;
     this->_workGroupSize = {Group::kX, Group::kY, Group::kZ};
     this->_granularity = Tuning::kGranularity;
     this->_singleThreadedThreshold = Tuning::kSingleThreadedThreshold;
-    return _values.ForEach([this](const char* name, auto& member) { return this->AddParameter(name, member); });
+    return _values.ForEach([this](const char* name, auto& member, Bool isUsed) -> Result<void> {
+      using Member = std::remove_reference_t<decltype(member)>;
+      OSTRA_RETURN_IF_ERROR(this->AddParameter(name, member));
+      OSTRA_ASSIGN_OR_RETURN(const InternedId id, InternedId::Create(name));
+      const DataType type = GetDataType<Member>();
+      const Bool isResource = type.IsPointer() || type.IsMadeWith(kBlockParametricType);
+      OSTRA_RETURN_IF_ERROR(_declarations.Append(KernelDeclaration{id, type, isUsed && isResource}));
+      return OK;
+    });
   }
+
+  const BaseArray<KernelDeclaration>& GetDeclarations() const override { return _declarations; }
 
   Result<void> Kernel(const Vec3<UInt32>& global, const Vec3<UInt32>& local, const Vec3<UInt32>& group) override {
     const Body body(_values);
@@ -59,6 +70,7 @@ class KernelClass : public KernelBase<Derived, KernelRangeInterface> {
 
  private:
   Parameters _values;
+  BaseArray<KernelDeclaration> _declarations;
 };
 
 }  // namespace ostra::kernel

@@ -17,7 +17,7 @@ struct WithNoise : Parameters {
   template <class Add>
   Result<void> ForEach(Add&& add) {
     OSTRA_RETURN_IF_ERROR(Parameters::ForEach(add));
-    return add("noiseData", ostraNoises);
+    return add("noiseData", ostraNoises, false);  // without noises there is 0 everywhere
   }
 
   template <class Index, class Position>

@@ -1,6 +1,7 @@
 // Parameters of kernel classes: which member a declared type becomes, and the records made from a list of declarations.
 //
-// A record of parameters is a struct with one member per parameter and a function that names them all:
+// A record of parameters is a struct with one member per parameter and a function that names them all, and says which
+// of them the kernel uses:
 //
 //   struct ScaleParameters {
 //     OSTRA_PARAMETER_MEMBER(Float32, factor)
@@ -68,10 +69,14 @@ const T*& GetParameterTarget(KernelTexture<T>& member) {
 
 #define OSTRA_PARAMETER_MEMBER(type, name) ::ostra::kernel::ParameterMember<type>::Type ostraParameter_##name{};
 #define OSTRA_PARAMETER_RECORD(name) \
-  OSTRA_RETURN_IF_ERROR(add(#name, ::ostra::kernel::GetParameterTarget(ostraParameter_##name)));
+  OSTRA_RETURN_IF_ERROR(add(#name, ::ostra::kernel::GetParameterTarget(ostraParameter_##name), true));
 // Counters keep their name, because GetAtomicCounter(name) is a function call.
 #define OSTRA_COUNTER_MEMBER(type, name) ::ostra::kernel::ParameterMember<type>::Type name{};
-#define OSTRA_COUNTER_RECORD(name) OSTRA_RETURN_IF_ERROR(add(#name, name));
+#define OSTRA_COUNTER_RECORD(name) OSTRA_RETURN_IF_ERROR(add(#name, name, true));
+// Parameters that the kernel file declares and does nothing with.
+#define OSTRA_UNUSED_PARAMETER_RECORD(name) \
+  OSTRA_RETURN_IF_ERROR(add(#name, ::ostra::kernel::GetParameterTarget(ostraParameter_##name), false));
+#define OSTRA_UNUSED_COUNTER_RECORD(name) OSTRA_RETURN_IF_ERROR(add(#name, name, false));
 
 // The record for declarations "(type) name" separated by commas, for kernel files that are included by hand.
 #define OSTRA_KERNEL_PARAMETERS(record, ...)                         \

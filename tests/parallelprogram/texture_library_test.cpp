@@ -234,11 +234,16 @@ TEST_F(TextureKernelTest, RaysAreDimmedByTheMatterThatTheyCross) {
   });
 }
 
-TEST_F(TextureKernelTest, ATextureThatWasNeverLinkedReadsAsZero) {
+TEST_F(TextureKernelTest, AKernelDoesNotRunWithoutItsTexture) {
   Start("warp");
   SetValue("angle", 0.0f);
   SetValue("radius", 1.0f);
-  for (const auto& pixel : RunPicture<Vec4<Float32>>()) ASSERT_EQ(pixel, Vec4<Float32>(0));
+  SetValue<Int32>("width", kWidth);
+  SetValue<Int32>("height", kHeight);
+  SetBuffer("result"_iid, std::vector<Vec4<Float32>>(static_cast<std::size_t>(kWidth * kHeight)));
+  ASSERT_THAT(program->UpdateUniforms(), IsOk());
+  EXPECT_THAT(program->DispatchKernel(48, 32, 1, false),
+              IsErrorContaining(kIllegalStateError, "The texture \"image\" of the kernel \"kernel\" is not set"));
 }
 
 // A kernel file that uses every word; see the file.

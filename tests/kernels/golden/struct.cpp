@@ -8,7 +8,7 @@ struct OstraKernelParameters
 	::ostra::kernel::ParameterMember<Block<Vector32>&>::Type ostraParameter_values{};
 	::ostra::kernel::ParameterMember<const Block<Float32>&>::Type ostraParameter_steps{};
 	::ostra::kernel::ParameterMember<Float32>::Type ostraParameter_factor{};
-template <class OstraAdd> ::ostra::Result<void> ForEach([[maybe_unused]] OstraAdd&& add) { OSTRA_PARAMETER_RECORD(values) OSTRA_PARAMETER_RECORD(steps) OSTRA_PARAMETER_RECORD(factor) return ::ostra::OK; } };
+template <class OstraAdd> ::ostra::Result<void> ForEach([[maybe_unused]] OstraAdd&& add) { OSTRA_PARAMETER_RECORD(values) OSTRA_UNUSED_PARAMETER_RECORD(steps) OSTRA_PARAMETER_RECORD(factor) return ::ostra::OK; } };
 
 
 #line 15 "struct.krn"

@@ -1,0 +1,30 @@
+// KernelDeclarationInterface: an optional interface of kernel objects that say what they declare.
+//
+// A program holds what such a kernel is given against its declarations: types must agree, and what a kernel uses must
+// be set when it is dispatched. Classes made from kernel files have it by themselves. Hand-written classes that do
+// without are given everything as it is.
+#pragma once
+
+#include "ostra/core/base_array.h"
+#include "ostra/core/data_type.h"
+#include "ostra/core/interned_id.h"
+#include "ostra/object/interface.h"
+
+namespace ostra {
+
+struct KernelDeclaration {
+  InternedId name;
+  DataType type;  // of the member: a block for buffers, a pointer for textures and counters
+  // Whether the kernel cannot run without it: a buffer, texture or counter that its text uses.
+  Bool isRequired = false;
+};
+
+class KernelDeclarationInterface : public ObjectInterface {
+ public:
+  static constexpr Id kInterfaceId = "net.ostra.interface.kerneldeclarationinterface"_id;
+
+  // All parameters in the order of their declaration; valid as long as the object, once Init has succeeded.
+  virtual const BaseArray<KernelDeclaration>& GetDeclarations() const = 0;
+};
+
+}  // namespace ostra
