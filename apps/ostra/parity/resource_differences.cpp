@@ -125,17 +125,16 @@ Reading ReadTexture(ClientRun& run, TextureBindData& data, const Vec4<Float32>& 
   run.AddKernel("read"_iid, "net.ostra.parity.texture2d.krn");
   run.Store("places"_iid, std::vector<Vec4<Float32>>{place});
   run.Store("texels"_iid, std::vector<Vec4<Int32>>{texel});
-  run.Store("sampled"_iid, Floats(4, -1.0f));
-  run.Store("fetched"_iid, Floats(4, -1.0f));
+  run.Store("sampled"_iid, std::vector<Vec4<Float32>>{Vec4<Float32>(-1)});
+  run.Store("fetched"_iid, std::vector<Vec4<Float32>>{Vec4<Float32>(-1)});
   for (const InternedId& id : {"places"_iid, "texels"_iid, "sampled"_iid, "fetched"_iid})
     check(run->SetBufferToActiveKernelSameId(id));
   check(run->StoreTextureBindData("image"_iid, data, false));
   check(run->SetTextureToActiveKernelSameId("image"_iid));
   check(run->SetUniform("count"_iid, UInt32(1)));
-  // Vectors of four lie in the buffers as four floats.
   if (!check(run->UpdateUniforms()) || !check(run->DispatchKernel(1, 1, 1, false))) return {};
-  const Floats sampled = run.Read<Float32>("sampled"_iid), fetched = run.Read<Float32>("fetched"_iid);
-  return sampled.empty() || fetched.empty() ? Reading() : Reading{sampled[0], fetched[0]};
+  const auto sampled = run.Read<Vec4<Float32>>("sampled"_iid), fetched = run.Read<Vec4<Float32>>("fetched"_iid);
+  return sampled.empty() || fetched.empty() ? Reading() : Reading{sampled[0].x, fetched[0].x};
 }
 
 // Texel (x, y) has the value 4 * y + x in all channels.
