@@ -4,10 +4,17 @@
 
 #include "ostra/core/base_array.h"
 #include "ostra/core/diagnostics.h"
+#include "ostra/core/nearest_word.h"
 
 OSTRA_UNIT("class");
 
 namespace ostra {
+namespace {
+
+// Classes of the host's own modules have IDs that begin like this.
+constexpr std::string_view kOwnClasses = "net.ostra.";
+
+}  // namespace
 
 void AddClassRef(const Class& objectClass) { objectClass.AddRef(); }
 void ReleaseClass(const Class& objectClass) { objectClass.Release(); }
@@ -94,8 +101,16 @@ Bool ClassRegistry::Erase(const Id& id) { return _entries.Erase(id); }
 
 Result<ClassRef> ClassRegistry::FindEntryValue(const Id& id) const {
   ClassRef entry;
-  if (!_entries.Find(id, entry)) return OSTRA_ILLEGAL_ARGUMENT("The registry \"@\" has no entry \"@\".", _id, id);
-  return entry;
+  if (_entries.Find(id, entry)) return entry;
+  // IDs are long and begin alike; a forgotten ".krn" is near enough.
+  NearestWord nearest(id.GetView(), 5);
+  _entries.ForEach([&](const Id& known, const ClassRef&) { nearest.Try(known.GetView()); });
+  if (!nearest.Get().empty())
+    return OSTRA_ILLEGAL_ARGUMENT("The registry \"@\" has no entry \"@\"; did you mean \"@\"?", _id, id, nearest.Get());
+  if (this == &GetClasses() && id.GetView().starts_with(kOwnClasses))
+    return OSTRA_ILLEGAL_ARGUMENT(
+        "The registry \"@\" has no entry \"@\": the module that has this class is not loaded.", _id, id);
+  return OSTRA_ILLEGAL_ARGUMENT("The registry \"@\" has no entry \"@\".", _id, id);
 }
 
 Result<BaseArray<Id>> ClassRegistry::GetIds() const {

@@ -1,5 +1,6 @@
 #include "ostra/object/loaded_module.h"
 
+#include "ostra/core/diagnostics.h"
 #include "ostra/core/format.h"
 #include "ostra/object/framework.h"
 
@@ -92,6 +93,19 @@ void LoadedModule::Stop() {
   }
   for (InterfaceReference* reference : _descriptor.references) HostInterfaces::Unresolve(*reference);
   _descriptor.initializer = nullptr;
+}
+
+// Objects that outlive their module would run code that is gone at their next call, or when they are released.
+void LoadedModule::KeepCodeOfLivingObjects() {
+  if (_library.IsProgram()) return;
+  const Class* used = _initializer.FindUsedClass();
+  if (!used) return;
+  _library.KeepLoaded();
+  CriticalOutput(
+      "The module \"@\" is unloaded while objects of its class \"@\" exist; release them before the host ends. Its "
+      "code "
+      "stays in memory.",
+      _id, used->GetId());
 }
 
 }  // namespace ostra

@@ -25,6 +25,9 @@ class Library {
   const String& GetPath() const { return _path; }
   // Called before anything of the module runs: from then on its code may be needed by others.
   void SetStarted() { _wasStarted = true; }
+  // Leaves the code in memory for good.
+  void KeepLoaded() { _handle = nullptr; }
+  Bool IsProgram() const { return !_handle; }
 
  private:
   Bool ServesDataTypes() const;
@@ -56,6 +59,8 @@ class LoadedModule final : public Module {
   // Registers and starts the module; on error nothing of it is left.
   Result<void> Start();
   void Stop();
+  // Once it is stopped: says so and keeps the code in memory when objects of its classes still exist.
+  void KeepCodeOfLivingObjects();
 
  private:
   Result<void> CheckFrameworks() const;

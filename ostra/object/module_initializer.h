@@ -4,6 +4,7 @@
 
 #include "ostra/core/base_array.h"
 #include "ostra/core/id.h"
+#include "ostra/object/class.h"
 
 namespace ostra {
 
@@ -34,6 +35,20 @@ class ModuleInitializer {
     return OK;
   }
 
+  // Holds a class that the module has registered, to see at its end whether others do.
+  Result<void> Hold(const ClassRef& entry) {
+    for (const ClassRef& held : _classes)
+      if (held == entry) return OK;  // it stands in several registries
+    OSTRA_RETURN_IF_ERROR(_classes.Append(entry));
+    return OK;
+  }
+  // A class of the module that others hold, as objects hold theirs; null when there is none. After RollBack(0).
+  const Class* FindUsedClass() const {
+    for (const ClassRef& entry : _classes)
+      if (!entry->IsUnique()) return entry.GetPointer();
+    return nullptr;
+  }
+
   Int GetCount() const { return _done.GetCount(); }
   // Undoes everything after the first `count` actions, the latest first.
   void RollBack(Int count) {
@@ -55,6 +70,7 @@ class ModuleInitializer {
   void DropLast() { static_cast<void>(_done.Resize(_done.GetCount() - 1)); }  // shrinking cannot fail
 
   BaseArray<Done> _done;
+  BaseArray<ClassRef> _classes;
   Bool _takesPartInConfiguration;
 };
 

@@ -78,6 +78,7 @@ Result<void> ModuleLoader::Unload(Module& module) {
                                loaded.GetId(), other->GetId(), loaded.GetDescriptor().publishedFramework);
   }
   loaded.Stop();
+  loaded.KeepCodeOfLivingObjects();
   ModuleList::Get().Remove(loaded);
   DeleteLoadedModule()(&loaded);
   return OK;

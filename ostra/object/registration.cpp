@@ -47,6 +47,7 @@ Result<void> RegisterClass(ModuleDescriptor& module, const ClassRef& entry) {
 Result<void> RegisterClass(ModuleDescriptor& module, const Id& registryId, const ClassRef& entry) {
   OSTRA_ASSIGN_OR_RETURN(ModuleInitializer & initializer, FindInitializer(module));
   OSTRA_ASSIGN_OR_RETURN(ClassRegistry & registry, ClassRegistry::Find(registryId));
+  OSTRA_RETURN_IF_ERROR(initializer.Hold(entry));
   return initializer.Do([&] { return registry.Insert(entry); }, &EraseClass, registryId, entry->GetId());
 }
 

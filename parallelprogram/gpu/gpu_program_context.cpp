@@ -1,4 +1,5 @@
 // The GPU program's context: where it comes from, what it must be able to do, and its replacement.
+#include "ostra/core/diagnostics.h"
 #include "ostra/drawport/selector_test.h"
 #include "parallelprogram/base/configuration_variables.h"
 #include "parallelprogram/gpu/gpu_program.h"
@@ -100,6 +101,12 @@ Result<void> ParallelProgramGPUImpl::CreateOwnContext(const DrawportContextRef* 
     if (data.context) data.drawport = data.context->GetDrawport();
     data.cache = data.drawport->GetDrawportCache();
   }
+  // The error that follows says what a kernel would lack; the reason is this.
+  if (!data.context)
+    WarningOutput(
+        "No GPU backend is loaded, so a GPU program has no device: load the module \"drawport_vulkan\" before the "
+        "program "
+        "is made.");
   OSTRA_RETURN_IF_ERROR(CheckFeatures(data.context));
   narrow.with16bit = CanReadAndWrite(*data.context, "net.ostra.image.pixelformat.dynamic.redf16"_id, true);
   narrow.with8bit = CanReadAndWrite(*data.context, "net.ostra.image.pixelformat.dynamic.redu8"_id, false);

@@ -122,6 +122,20 @@ TEST(ClassRegistryTest, EntriesAreFoundUntilTheyAreErased) {
                           "The registry \"net.ostra.registry.classes\" has no entry \"com.example.step\"."));
 }
 
+TEST(ClassRegistryTest, AnUnknownIdComesWithTheNearestOne) {
+  ClassRegistry& registry = ClassRegistry::GetClasses();
+  ASSERT_THAT(registry.Insert(MakeStepClass()), IsOk());
+  EXPECT_THAT(CreateObject<CounterInterface>("com.example.stpe"_id),
+              IsErrorWith(kIllegalArgumentError,
+                          "The registry \"net.ostra.registry.classes\" has no entry \"com.example.stpe\"; did you mean "
+                          "\"com.example.step\"?"));
+  EXPECT_TRUE(registry.Erase("com.example.step"_id));
+  EXPECT_THAT(CreateObject<CounterInterface>("net.ostra.drawportmisc.cpuprogram"_id),
+              IsErrorWith(kIllegalArgumentError,
+                          "The registry \"net.ostra.registry.classes\" has no entry "
+                          "\"net.ostra.drawportmisc.cpuprogram\": the module that has this class is not loaded."));
+}
+
 TEST(ClassRegistryTest, ARegistryIsThereAsLongAsItIsDeclaredAndKeepsItsEntries) {
   constexpr Id kRegistry = "com.example.registry.steps"_id;
   EXPECT_THAT(ClassRegistry::Find(kRegistry),

@@ -31,6 +31,14 @@ TEST_F(KernelTableTest, AddingUnderAUsedIdIsRefusedAndTheFirstKernelStays) {
   EXPECT_EQ(g_liveKernels, kernels);
 }
 
+TEST_F(KernelTableTest, AWrongClassNameComesWithTheNearestOne) {
+  const String right = GetKernelFile(kNotKernel, KernelForm::Call).GetName();
+  auto wrong = Url::Create(std::string(right.GetView().substr(0, right.GetView().size() - 1)));
+  ASSERT_THAT(wrong, IsOk());
+  EXPECT_THAT(program->AddKernel("a"_iid, *wrong, true),
+              IsErrorContaining(kIllegalArgumentError, "; did you mean \"" + std::string(right.GetView()) + "\"?"));
+}
+
 TEST_F(KernelTableTest, AUsedIdIsReportedBeforeAnUnknownClass) {
   AddKernel("a"_iid, kScale);
   EXPECT_THAT(program->AddKernel("a"_iid, Url("net.ostra.test.unknown"_s), true),
