@@ -21,10 +21,15 @@ constinit JobList<&Job::_queueLinks> JobQueue::_jobs;
 
 Result<void> JobQueue::Add(Job& job, JobGroup* group) {
   if (WorkerPool::IsStopping()) return OSTRA_ILLEGAL_STATE("A job was enqueued while the process ends.");
+  if (WorkerPool::IsForkedChild())
+    return OSTRA_ILLEGAL_STATE("A job was enqueued in the child of a fork, which has no worker threads.");
   OSTRA_RETURN_IF_ERROR(Link(job, group));
   if (WorkerPool::Announce() || !Withdraw(job)) return OK;
   return OSTRA_OUT_OF_MEMORY();
 }
+
+void JobQueue::Lock() { g_mutex.lock(); }
+void JobQueue::Unlock() { g_mutex.unlock(); }
 
 Result<void> JobQueue::Link(Job& job, JobGroup* group) {
   const std::scoped_lock lock(g_mutex);

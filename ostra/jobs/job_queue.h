@@ -19,6 +19,10 @@ class JobQueue {
   static Bool RunOneOf(JobGroup& group);
   static Bool RunThis(Job& job);
 
+  // Keeps the queue still while the process forks.
+  static void Lock();
+  static void Unlock();
+
  private:
   static Result<void> Link(Job& job, JobGroup* group);
   static Bool Withdraw(Job& job);

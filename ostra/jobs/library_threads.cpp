@@ -39,6 +39,7 @@ tbb::global_control* g_limit = nullptr;
 // Ends the workers when the process ends or this library is unloaded: no thread may run code that is gone.
 struct Ending {
   ~Ending() {
+    if (WorkerPool::IsForkedChild()) return;  // the library would wait for threads that stayed with the parent
     WorkerPool::Stop();
     delete g_limit;
     Library* library = Library::g_library;

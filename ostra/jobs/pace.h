@@ -9,6 +9,9 @@ namespace ostra {
 
 class Pace {
  public:
+  Pace() = default;
+  explicit Pace(Float64 ticksPerIndex) : _ticksPerIndex(ticksPerIndex) {}
+
   void Measure(Int indexCount, UInt64 ticks) {
     _ticksPerIndex = static_cast<Float64>(ticks + 1) / static_cast<Float64>(indexCount);
   }

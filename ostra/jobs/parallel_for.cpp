@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "ostra/jobs/paced_loop.h"
+
 #include "ostra/jobs/shared_loop.h"
 #include "ostra/jobs/worker_threads.h"
 
@@ -30,7 +32,7 @@ void RunAlone(LoopWork& work, Pace& pace) {
   for (;;) {
     const Int left = work.count - work.begin;
     const Int done = std::min(size, left);
-    work.function(work.context, work.begin, work.begin + done);
+    work.Call(work.begin, work.begin + done);
     work.begin += done;
     if (done == left) return;
     const UInt64 now = ReadTicks();
@@ -59,6 +61,22 @@ void RunPieces(Int count, Int granularity, Int threadCount, PieceFunction* funct
   }
   work.threadCount = 1;
   RunAlone(work, pace);
+}
+
+// An unknown duration counts as a long one, so that the first pieces are single indices.
+Float64 RunPacedPieces(Int count, Float64 ticksPerIndex, PieceFunction* function, void* context) {
+  LoopWork work{function, context, 0, count, 1, GetThreadCount(-1)};
+  Pace pace(ticksPerIndex > 0 ? ticksPerIndex : Float64{kLongPieceTicks});
+  SharedLoop* loop = work.threadCount > 1 && count > 1 ? SharedLoop::Open(work, pace) : nullptr;
+  if (loop) {
+    const Float64 measured = loop->Work();
+    loop->Close();
+    return measured > 0 ? measured : ticksPerIndex;
+  }
+  const UInt64 start = ReadTicks();
+  work.threadCount = 1;
+  RunAlone(work, pace);
+  return static_cast<Float64>(ReadTicks() - start) / static_cast<Float64>(count);
 }
 
 }  // namespace ostra::ParallelFor

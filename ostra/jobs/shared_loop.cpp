@@ -71,19 +71,23 @@ Bool SharedLoop::Take(const Pace& pace, Int& begin, Int& end) {
   return true;
 }
 
-void SharedLoop::Work(Pace pace) {
+Float64 SharedLoop::Work(Pace pace) {
   const MonitorScope scope("parallel loop");
   Int begin = 0;
   Int end = 0;
   UInt64 start = ReadTicks();
+  const UInt64 first = start;
+  Int done = 0;
   while (Take(pace, begin, end)) {
-    _work.function(_work.context, begin, end);
+    _work.Call(begin, end);
     const UInt64 now = ReadTicks();
     pace.Measure(end - begin, now - start);
     start = now;
+    done += end - begin;
     CallMore(pace);
   }
   Hide();
+  return done > 0 ? static_cast<Float64>(start - first) / static_cast<Float64>(done) : 0;
 }
 
 // Calls one more worker while there is work and a seat for it.
@@ -121,6 +125,11 @@ Bool SharedLoop::Join() {
 
 void SharedLoop::Leave() {
   if (((_seats.fetch_sub(1, std::memory_order_release) - 1) & kHelperMask) == 0) _seats.notify_all();
+}
+
+void SharedLoop::ForgetHelpers() {
+  for (SharedLoop& loop : g_loops) loop._seats.store(0);
+  g_openLoops.store(0);
 }
 
 Bool SharedLoop::HasOpenLoops() { return g_openLoops.load() != 0; }

@@ -21,6 +21,9 @@ struct LoopWork {
   Int count;
   Int granularity;
   Int threadCount;  // threads that may take part, the caller included
+
+  // An exception ends the process: it would leave the stack that helpers work on.
+  void Call(Int first, Int end) const noexcept { function(context, first, end); }
 };
 
 class alignas(64) SharedLoop {
@@ -28,18 +31,21 @@ class alignas(64) SharedLoop {
   // Opens a loop for others; null when too many are open, and then the caller works alone. `pace` is what is known
   // about the duration of an index.
   static SharedLoop* Open(const LoopWork& work, const Pace& pace);
-  // Works until no index is left.
-  void Work() { Work(_pace); }
+  // Works until no index is left. Returns what an index has cost this thread in ticks; 0 when it came too late for any.
+  Float64 Work() { return Work(_pace); }
   // Lets nobody join any more, waits for the helpers and gives the loop back. After it, all effects of the helpers are
   // visible to the caller.
   void Close();
+
+  // In the child of a fork: no helper has come along.
+  static void ForgetHelpers();
 
   // For workers: joins one of the open loops and works in it until no index is left there.
   static Bool HasOpenLoops();
   static void HelpOne();
 
  private:
-  void Work(Pace pace);
+  Float64 Work(Pace pace);
   Bool Take(const Pace& pace, Int& begin, Int& end);
   Bool Join();
   void Leave();

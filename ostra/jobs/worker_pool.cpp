@@ -1,5 +1,7 @@
 #include "ostra/jobs/worker_pool.h"
 
+#include <pthread.h>
+
 #include <algorithm>
 #include <atomic>
 #include <cstdlib>
@@ -24,6 +26,7 @@ alignas(64) std::atomic<Int> g_lookingCount{0};
 // Threads that take part in parallel work, callers included; 0 until first asked for.
 alignas(64) std::atomic<Int> g_threadCount{0};
 std::atomic<bool> g_stopping{false};
+std::atomic<bool> g_isForkedChild{false};
 thread_local Bool t_isWorker = false;
 
 // A machine with one thread still has one worker, so that jobs run without being waited for.
@@ -34,7 +37,7 @@ Bool HasWork() { return JobQueue::HasJobs() || SharedLoop::HasOpenLoops(); }
 Bool EnterPool() {
   Int present = g_presentCount.load();
   do {
-    if (present >= GetWorkerLimit() || g_stopping.load()) return false;
+    if (present >= GetWorkerLimit() || g_stopping.load() || g_isForkedChild.load()) return false;
   } while (!g_presentCount.compare_exchange_weak(present, present + 1));
   return true;
 }
@@ -75,6 +78,20 @@ void RunWorker() {
   t_isWorker = false;
 }
 
+// A fork copies the calling thread only. What was counted about the others would be waited for in vain.
+void EnterForkedChild() {
+  g_isForkedChild.store(true);
+  g_presentCount.store(0);
+  g_lookingCount.store(0);
+  g_threadCount.store(1);
+  t_isWorker = false;
+  SharedLoop::ForgetHelpers();
+  JobQueue::Unlock();
+}
+
+// The queue is locked over a fork, so that the child finds it whole.
+[[maybe_unused]] const int g_forkHandlers = pthread_atfork(&JobQueue::Lock, &JobQueue::Unlock, &EnterForkedChild);
+
 }  // namespace
 
 Int GetWorkerThreadCount() {
@@ -86,6 +103,7 @@ Int GetWorkerThreadCount() {
 }
 
 void SetWorkerThreadLimit(Int count) {
+  if (g_isForkedChild.load()) return;
   count = std::min(count, LibraryThreads::kMaxRunning);
   if (count < 1) count = LibraryThreads::GetHardwareThreadCount();
   LibraryThreads::SetLimit(count);
@@ -112,6 +130,7 @@ void Stop() {
 }
 
 Bool IsStopping() { return g_stopping.load(); }
+Bool IsForkedChild() { return g_isForkedChild.load(); }
 
 }  // namespace WorkerPool
 }  // namespace ostra

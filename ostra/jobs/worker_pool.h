@@ -19,5 +19,8 @@ Bool Announce();
 // worker, which could not wait for itself: that ends the process with a message.
 void Stop();
 Bool IsStopping();
+// Whether this process is the child of a fork of one that had loaded the library: it has no workers and gets none.
+// Loops run on the calling thread alone, and jobs are refused.
+Bool IsForkedChild();
 
 }  // namespace ostra::WorkerPool

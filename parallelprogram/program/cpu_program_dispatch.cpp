@@ -1,10 +1,12 @@
 // Dispatch of the CPU program: spreads the invocations of a range over the worker threads.
 #include <algorithm>
 #include <atomic>
+#include <exception>
 #include <mutex>
+#include <new>
 
 #include "ostra/core/format.h"
-#include "ostra/jobs/parallel_for.h"
+#include "ostra/jobs/paced_loop.h"
 #include "parallelprogram/program/cpu_program_impl.h"
 
 OSTRA_UNIT("parallelprogram_cpu_impl");
@@ -13,16 +15,20 @@ namespace ostra {
 namespace {
 
 constexpr Int kComplexGranularity = 64;
+constexpr Float64 kLongPieceTicks = 500 * kTicksPerMicrosecond;
 
 // What the threads of one dispatch share. The stop flag ends pieces soon after a failure, not at once.
 struct Dispatch {
-  Dispatch(KernelInterface& dispatchedKernel, KernelRangeInterface* kernelRange, const Vec3<UInt32>& invocations)
+  Dispatch(KernelInterface& dispatchedKernel, KernelRangeInterface* kernelRange, const InternedId& id,
+           const Vec3<UInt32>& invocations)
       : kernel(dispatchedKernel),
+        kernelId(id),
         range(kernelRange),
         extent(invocations),
         workGroup(dispatchedKernel.GetKernelWorkGroupSize()) {}
 
   KernelInterface& kernel;
+  const InternedId kernelId;
   KernelRangeInterface* range;
   const Vec3<UInt32> extent;
   const Vec3<UInt32> workGroup;
@@ -74,8 +80,7 @@ class InvocationIds {
   const Dispatch& _dispatch;
 };
 
-// Runs the invocations first .. first + count - 1 on this thread and returns the first error.
-Result<void> RunInvocations(Dispatch& dispatch, UInt32 first, UInt32 count, Bool isOrdered) {
+Result<void> RunUnguarded(Dispatch& dispatch, UInt32 first, UInt32 count, Bool isOrdered) {
   if (dispatch.range) return dispatch.range->RunRange({dispatch.extent, first, count, isOrdered, &dispatch.stop});
   InvocationIds ids(dispatch, first);
   for (UInt32 i = 0; i < count; ++i, ids.Advance()) {
@@ -85,15 +90,43 @@ Result<void> RunInvocations(Dispatch& dispatch, UInt32 first, UInt32 count, Bool
   return OK;
 }
 
-Result<void> RunParallel(Dispatch& dispatch, UInt32 count, Int granularity) {
-  ParallelFor::Dynamic(
-      count,
-      [&dispatch](Int begin, Int end) {
-        if (dispatch.stop.load(std::memory_order_relaxed)) return;
-        auto result = RunInvocations(dispatch, static_cast<UInt32>(begin), static_cast<UInt32>(end - begin), false);
-        if (!result) dispatch.Fail(result.TakeError());
-      },
-      granularity);
+// Runs the invocations first .. first + count - 1 on this thread and returns the first error. An exception must not
+// leave the dispatch: other threads still use what lies on this one's stack.
+Result<void> RunInvocations(Dispatch& dispatch, UInt32 first, UInt32 count, Bool isOrdered) {
+  try {
+    return RunUnguarded(dispatch, first, count, isOrdered);
+  } catch (const std::bad_alloc&) {
+    return OSTRA_OUT_OF_MEMORY();
+  } catch (const std::exception& exception) {
+    return OSTRA_ILLEGAL_STATE("The kernel \"@\" has thrown an exception: @", dispatch.kernelId, exception.what());
+  } catch (...) {
+    return OSTRA_ILLEGAL_STATE("The kernel \"@\" has thrown an exception.", dispatch.kernelId);
+  }
+}
+
+// A few long invocations are worth sharing one by one: the granularity is meant for those that take little. What one
+// takes is remembered from the first dispatch, and measured anew in the first one after an update, which may have
+// changed it.
+template <class InvocationCost>
+Result<void> RunParallel(Dispatch& dispatch, UInt32 count, Int granularity, InvocationCost& cost) {
+  if (count == 1) return RunInvocations(dispatch, 0, 1, false);
+  const auto run = [&dispatch](Int begin, Int end) {
+    if (dispatch.stop.load(std::memory_order_relaxed)) return;
+    auto result = RunInvocations(dispatch, static_cast<UInt32>(begin), static_cast<UInt32>(end - begin), false);
+    if (!result) dispatch.Fail(result.TakeError());
+  };
+  const Int piece = std::min(Int{count}, std::max(granularity, Int{1}));
+  if (cost.ticks * static_cast<Float64>(piece) > kLongPieceTicks) {
+    cost.ticks = ParallelFor::RunPaced(count, cost.ticks, run);
+    cost.isOld = false;
+  } else if (cost.isOld) {
+    const UInt64 start = ReadTicks();
+    ParallelFor::Dynamic(count, run, granularity);
+    cost.ticks = static_cast<Float64>(ReadTicks() - start + 1) / static_cast<Float64>(count);
+    cost.isOld = false;
+  } else {
+    ParallelFor::Dynamic(count, run, granularity);
+  }
   return std::move(dispatch.result);
 }
 
@@ -116,9 +149,9 @@ Result<void> ParallelProgramCPUImpl::DispatchKernelSimple(UInt32 count) {
   if (count == 0) return OK;
   OSTRA_RETURN_IF_ERROR(CheckWorkGroup(entry.kernel->GetKernelWorkGroupSize(), _activeKernelId));
   OSTRA_RETURN_IF_ERROR(CheckIsSet(entry));
-  Dispatch dispatch(*entry.kernel, entry.range, {count, 1, 1});
+  Dispatch dispatch(*entry.kernel, entry.range, _activeKernelId, {count, 1, 1});
   if (entry.kernel->GetSingleThreadedThreshold() >= Int{count}) return RunInvocations(dispatch, 0, count, true);
-  return RunParallel(dispatch, count, entry.kernel->GetGranularity());
+  return RunParallel(dispatch, count, entry.kernel->GetGranularity(), entry.cost);
 }
 
 // Every extent is raised to one work group, and the total wraps at 32 bits.
@@ -129,8 +162,8 @@ Result<void> ParallelProgramCPUImpl::DispatchKernelComplex(UInt32 countX, UInt32
   const Vec3<UInt32> extent(std::max(countX, workGroup.x), std::max(countY, workGroup.y),
                             std::max(countZ, workGroup.z));
   OSTRA_RETURN_IF_ERROR(CheckIsSet(entry));
-  Dispatch dispatch(*entry.kernel, entry.range, extent);
-  return RunParallel(dispatch, extent.x * extent.y * extent.z, kComplexGranularity);
+  Dispatch dispatch(*entry.kernel, entry.range, _activeKernelId, extent);
+  return RunParallel(dispatch, extent.x * extent.y * extent.z, kComplexGranularity, entry.cost);
 }
 
 Result<void> ParallelProgramCPUImpl::DispatchIndirectKernel(const InternedId& buffer, UInt32 offset, Bool) {

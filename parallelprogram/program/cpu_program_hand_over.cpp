@@ -98,6 +98,7 @@ Result<void> ParallelProgramCPUImpl::UpdateUniforms() {
   OSTRA_RETURN_IF_ERROR(entry.handedOverBefore.Reserve(linkCount));
   std::swap(entry.handedOver, entry.handedOverBefore);
   entry.handedOver.Clear();
+  entry.cost.isOld = true;
   Result<void> result = HandOverAll(entry);
   entry.unset = FindUnset(entry);
   const BaseArray<HandedOver>& now = entry.handedOver;

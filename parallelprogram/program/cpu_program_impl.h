@@ -108,6 +108,12 @@ class ParallelProgramCPUImpl final : public Component<ParallelProgramCPUImpl, Pa
     friend bool operator==(const HandedOver&, const HandedOver&) = default;
   };
 
+  // What an invocation takes, in ticks of ostra/jobs/ticks.h.
+  struct InvocationCost {
+    Float64 ticks = 0;  // 0: unknown
+    Bool isOld = true;  // not measured since the last update
+  };
+
   struct KernelEntry {
     InternedId kernelId;  // of a copy: the ID of its source
     Url file;
@@ -121,6 +127,7 @@ class ParallelProgramCPUImpl final : public Component<ParallelProgramCPUImpl, Pa
     KernelDeclarationInterface* declarations = nullptr;  // the same for its declarations
     const KernelDeclaration* unset = nullptr;            // what the kernel needs and does not have
     UnknownNames unknownNames;
+    InvocationCost cost;
     BaseArray<Block<Generic>> bufferBlocks;
     BaseArray<HandedOver> handedOver;
     BaseArray<HandedOver> handedOverBefore;  // while an update runs: what the kernel held until then

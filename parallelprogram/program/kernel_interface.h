@@ -26,7 +26,8 @@ class KernelInterface : public ObjectInterface {
 
   // Computes one invocation. Global ID = work group ID * work group size + local ID, per component. Called from many
   // threads at once; must not change the object except through parameters that point to shared buffers or counters.
-  // The first error ends the dispatch.
+  // The first error ends the dispatch. An exception does so as well: it becomes an error of the dispatch, illegal state
+  // or out of memory. The other methods must not throw.
   virtual Result<void> Kernel(const Vec3<UInt32>& InGlobalInvocationID, const Vec3<UInt32>& InLocalInvocationID,
                               const Vec3<UInt32>& InWorkGroupID) = 0;
 

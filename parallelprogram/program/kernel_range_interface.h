@@ -30,7 +30,7 @@ class KernelRangeInterface : public ObjectInterface {
   static constexpr Id kInterfaceId = "net.ostra.interface.kernelrangeinterface"_id;
 
   // Runs the invocations of `range`, which lies within the extent. Returns the first error. Called from many threads
-  // at once for different runs.
+  // at once for different runs. Exceptions become errors, as those of KernelInterface::Kernel.
   virtual Result<void> RunRange(const KernelRange& range) = 0;
 };
 

@@ -1,4 +1,7 @@
-// Ends the process in different ways while jobs are running and queued.
+// Ends the process in different ways while jobs are running and queued, and a child of a fork after workers have run.
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -41,6 +44,32 @@ Result<void> RunCase(const char* name) {
   return OK;
 }
 
+Int Sum(Int count) {
+  std::atomic<Int> sum{0};
+  ParallelFor::Dynamic(count, [&](Int begin, Int end) { sum += end - begin; });
+  return sum.load();
+}
+
+// The child works alone, refuses jobs and ends, by exit or by a return from main, as `name` says.
+int RunForked(const char* name) {
+  if (Sum(10000000) != 10000000) return 1;
+  const pid_t child = ::fork();
+  if (child < 0) return 1;
+  if (child == 0) {
+    auto job = Job::Create([]() -> Result<void> { return OK; });
+    const int code = Sum(10000000) == 10000000 && job && !Enqueue(*job) ? 7 : 1;
+    if (std::strcmp(name, "exit_in_child") == 0) std::exit(code);
+    return code;
+  }
+  int status = 0;
+  if (::waitpid(child, &status, 0) != child || !WIFEXITED(status) || WEXITSTATUS(status) != 7) return 1;
+  return Sum(10000000) == 10000000 ? 0 : 1;
+}
+
 }  // namespace
 
-int main(int count, char** arguments) { return count == 2 && RunCase(arguments[1]) ? 0 : 1; }
+int main(int count, char** arguments) {
+  if (count != 2) return 1;
+  if (std::strstr(arguments[1], "_child")) return RunForked(arguments[1]);
+  return RunCase(arguments[1]) ? 0 : 1;
+}

@@ -48,6 +48,24 @@ TEST_P(DispatchErrorTest, ASerialDispatchEndsAtTheFirstError) {
   EXPECT_EQ(TakeCalls(), 100u);
 }
 
+// The first invocations run on the calling thread, the last ones often on a worker.
+TEST_P(DispatchErrorTest, AnExceptionBecomesTheErrorOfTheDispatchOnWhateverThreadItIsThrown) {
+  AddKernel("throwing"_iid, kThrowing);
+  LinkCounter("total"_iid);
+  constexpr UInt32 kCount = 200000;
+  for (const Int64 place : {Int64{0}, Int64{100000}, Int64{kCount - 1}}) {
+    const std::string message =
+        "The kernel \"throwing\" has thrown an exception: Invocation " + std::to_string(place) + " has thrown.";
+    Tune("throwAt"_iid, place);
+    EXPECT_THAT(program->DispatchKernel(kCount, 1, 1, false), IsErrorWith(kIllegalStateError, message));
+    EXPECT_THAT(program->DispatchKernel(kCount, 2, 1, false), IsErrorWith(kIllegalStateError, message));
+    Tune("throwAt"_iid, Int64{-1});
+    ASSERT_THAT(program->SetAtomicCounter("total"_iid, 0), IsOk());
+    ASSERT_THAT(program->DispatchKernel(kCount, 1, 1, false), IsOk());
+    EXPECT_EQ(GetCounter("total"_iid), kCount);
+  }
+}
+
 TEST_P(DispatchErrorTest, AParallelDispatchReturnsTheOnlyError) {
   FailBetween(20000, 20001);
   EXPECT_THAT(program->DispatchKernel(100000, 1, 1, false),

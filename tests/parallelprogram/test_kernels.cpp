@@ -1,5 +1,7 @@
 #include "tests/parallelprogram/test_kernels.h"
 
+#include <stdexcept>
+
 #include "ostra/object/class.h"
 
 OSTRA_UNIT("test_kernels");
@@ -138,6 +140,26 @@ class NoWorkGroupKernel final : public Form<NoWorkGroupKernel<Form>> {
 };
 
 template <template <class> class Form>
+class ThrowingKernel final : public Form<ThrowingKernel<Form>> {
+ public:
+  static constexpr const char* kComponentName = kThrowing;
+  Result<void> Init() override {
+    this->_workGroupSize = {1, 1, 1};
+    OSTRA_RETURN_IF_ERROR(this->AddParameter("total", _total));
+    return this->AddParameter("throwAt", _throwAt);
+  }
+  Result<void> Kernel(const Vec3<UInt32>& global, const Vec3<UInt32>&, const Vec3<UInt32>&) override {
+    if (_total) _total->Add(1);
+    if (global.x == _throwAt) throw std::runtime_error("Invocation " + std::to_string(global.x) + " has thrown.");
+    return OK;
+  }
+
+ private:
+  AtomicUInt32* _total = nullptr;
+  Int64 _throwAt = -1;
+};
+
+template <template <class> class Form>
 class FailingInitKernel final : public Form<FailingInitKernel<Form>> {
  public:
   static constexpr const char* kComponentName = kFailingInit;
@@ -222,6 +244,7 @@ Result<void> RegisterTestKernels() {
   OSTRA_RETURN_IF_ERROR(RegisterBothForms<CountKernel>(registry, kCount));
   OSTRA_RETURN_IF_ERROR(RegisterBothForms<TypedKernel>(registry, kTyped));
   OSTRA_RETURN_IF_ERROR(RegisterBothForms<NoWorkGroupKernel>(registry, kNoWorkGroup));
+  OSTRA_RETURN_IF_ERROR(RegisterBothForms<ThrowingKernel>(registry, kThrowing));
   OSTRA_RETURN_IF_ERROR(RegisterBothForms<FailingInitKernel>(registry, kFailingInit));
   OSTRA_RETURN_IF_ERROR(RegisterBothForms<FailingSetKernel>(registry, kFailingSet));
   return RegisterBrokenClasses(registry);

@@ -89,6 +89,9 @@ inline constexpr const char* kNoWorkGroup = "net.ostra.test.noworkgroup";
 inline constexpr const char* kFailingInit = "net.ostra.test.failinginit";
 // The copy of its parameter "values" fails.
 inline constexpr const char* kFailingSet = "net.ostra.test.failingset";
+// Counts its invocations in "total" and throws a std::runtime_error "Invocation @ has thrown." for global x =
+// "throwAt".
+inline constexpr const char* kThrowing = "net.ostra.test.throwing";
 // Its class makes no objects.
 inline constexpr const char* kNoObject = "net.ostra.test.noobject";
 // Its objects are no kernels.
