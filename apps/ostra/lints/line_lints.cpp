@@ -106,7 +106,8 @@ class LineLinter {
            "header");
     if (line.firstWord == "inline" && HasName(line.code, "ATOMIC"))
       Warn(line, "ATOMIC is not translated in declarations; functions take no counters");
-    if (line.firstWord != "inline" && !line.code.starts_with('#') && HasName(line.code, "ATOMIC"))
+    const Bool isDeclaration = HasName(line.code, "ATOMIC") && line.code.find("ATOMIC ") != std::string::npos;
+    if (line.firstWord != "inline" && !line.code.starts_with('#') && isDeclaration)
       Warn(
           line,
           "ATOMIC makes an atomic_uint of the variable in Metal, which can neither be given a value in its declaration "
