@@ -57,7 +57,7 @@ class Preprocessor {
   void ReadFile(std::string_view name, std::string_view text) {
     const Int index = _sources.AddFile(name, text);
     if (index < 0) return Stop(0, "the files are larger than 256 MiB together");
-    const SourceMap::File& added = _sources.GetFiles()[static_cast<std::size_t>(index)];
+    const SourceMap::File& added = _sources.GetFile(index);
     LexerTrouble trouble;
     File file{.name = std::string(name), .path = std::string(name)};
     file.tokens = ReadTokens(added.text, added.begin, trouble);

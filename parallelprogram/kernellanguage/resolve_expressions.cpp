@@ -407,7 +407,9 @@ TypeIndex Resolver::Index(NodeIndex node) {
   if (kind.kind != TypeKind::kArray && kind.kind != TypeKind::kBuffer)
     return Fail(node, Join({"a ", TypeName(type), " has no elements"}));
   if (!isInteger) {
-    if (indexType == kHalfType) return Stop(index, "an index of type half");
+    // Checked accesses to buffers take every number.
+    const Bool isOfBuffer = kind.kind == TypeKind::kBuffer && IsScalar(indexType);
+    if (isOfBuffer || indexType == kHalfType) return Stop(index, Join({"an index of type ", TypeName(indexType)}));
     return Fail(index, Join({"an index must be a whole number, not a ", TypeName(indexType)}));
   }
   _resolved.isPlace[node] = true;

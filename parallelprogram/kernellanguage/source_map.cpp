@@ -6,7 +6,7 @@ namespace ostra::kernellanguage {
 
 Int SourceMap::AddFile(std::string_view name, std::string_view text) {
   if (text.size() >= kMaxBytes - _end) return -1;
-  File& file = _files.emplace_back();
+  File& file = *_files.emplace_back(std::make_unique<File>());
   file.name = name;
   file.text = text;
   file.begin = _end;
@@ -34,8 +34,8 @@ SourceOffset SourceMap::GetSpelling(SourceOffset offset) const {
 const SourceMap::File* SourceMap::FindFile(SourceOffset byte) const {
   if (byte >= _end) return nullptr;
   const auto after = std::upper_bound(_files.begin(), _files.end(), byte,
-                                      [](SourceOffset at, const File& file) { return at < file.begin; });
-  return &*std::prev(after);
+                                      [](SourceOffset at, const auto& file) { return at < file->begin; });
+  return std::prev(after)->get();
 }
 
 SourceLocation SourceMap::Locate(SourceOffset offset) const {

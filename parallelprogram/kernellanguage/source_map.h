@@ -8,7 +8,7 @@
 // the number of an expansion: a token that a macro made, with the use of the macro and the token of its definition.
 #pragma once
 
-#include <deque>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -45,7 +45,8 @@ class SourceMap {
 
   // Adds a copy of a text; returns the index of the file, or -1 when the texts would be larger than kMaxBytes.
   Int AddFile(std::string_view name, std::string_view text);
-  const std::deque<File>& GetFiles() const { return _files; }
+  Int GetFileCount() const { return static_cast<Int>(_files.size()); }
+  const File& GetFile(Int index) const { return *_files[static_cast<std::size_t>(index)]; }
 
   SourceOffset AddExpansion(SourceOffset use, SourceOffset spelling);
   static Bool IsExpansion(SourceOffset offset) { return offset >= kFirstExpansion && offset != kNoOffset; }
@@ -64,7 +65,7 @@ class SourceMap {
   static constexpr SourceOffset kFirstExpansion = 1u << 29;
   const File* FindFile(SourceOffset byte) const;
 
-  std::deque<File> _files;  // texts stay where they are: tokens refer to them
+  std::vector<std::unique_ptr<File>> _files;  // stay where they are: tokens refer to their texts
   std::vector<Expansion> _expansions;
   SourceOffset _end = 0;
 };

@@ -17,7 +17,7 @@ NameIndex SyntaxTree::AddName(std::string_view name) {
   const auto found = _indices.find(name);
   if (found != _indices.end()) return found->second;
   const auto index = static_cast<NameIndex>(names.size());
-  _indices.emplace(names.emplace_back(name), index);
+  _indices.emplace(*names.emplace_back(std::make_unique<std::string>(name)), index);
   return index;
 }
 

@@ -8,7 +8,7 @@
 // A child that is optional and absent is kNoNode.
 #pragma once
 
-#include <deque>
+#include <memory>
 #include <span>
 #include <string>
 #include <string_view>
@@ -147,8 +147,8 @@ class SyntaxTree {
   NodeIndex Add(const Node& node, std::span<const NodeIndex> nodeChildren);
   NameIndex AddName(std::string_view name);
 
-  std::string_view GetText(NameIndex name) const { return names[name]; }
-  std::string_view GetName(NodeIndex node) const { return names[nodes[node].name]; }
+  std::string_view GetText(NameIndex name) const { return *names[name]; }
+  std::string_view GetName(NodeIndex node) const { return GetText(nodes[node].name); }
   std::span<const NodeIndex> GetChildren(NodeIndex node) const {
     return {children.data() + nodes[node].firstChild, nodes[node].childCount};
   }
@@ -165,7 +165,7 @@ class SyntaxTree {
   NodeIndex root = kNoNode;
   std::vector<Node> nodes;
   std::vector<NodeIndex> children;  // of all nodes
-  std::deque<std::string> names;
+  std::vector<std::unique_ptr<std::string>> names;
 
   // Found while parsing; kNoNode without one.
   NodeIndex kernel = kNoNode;

@@ -156,7 +156,7 @@ TEST(ResolveErrorTest, TypesThatDoNotFitAreNamed) {
   EXPECT_EQ(FindErrors("vec2 a = UNIFORM(v).xy;"),
             "1:21: components are taken one by one: there is no \".xy\" of a vec3");
   EXPECT_EQ(FindErrors("vec3 a = vec3(1.0, 2.0);"), "1:10: a vec3 has 3 components, here are 2");
-  EXPECT_EQ(FindErrors("UNIFORM_BUFFER(out)[1.5] = 1.0;"), "1:21: an index must be a whole number, not a float");
+  EXPECT_EQ(FindErrors("int a[3]; a[1.5] = 1;"), "1:13: an index must be a whole number, not a float");
   EXPECT_EQ(FindErrors("half a = 0.5;"), "1:10: \"a\" is a half, this is a float; write half(...)");
   EXPECT_EQ(FindErrors("switch (1.5) { }"), "1:9: a switch needs a whole number, not a float");
 }

@@ -7,7 +7,7 @@ namespace ostra::kernellanguage {
 namespace {
 
 const SourceMap::File& Add(SourceMap& sources, std::string_view name, std::string_view text) {
-  return sources.GetFiles()[static_cast<std::size_t>(sources.AddFile(name, text))];
+  return sources.GetFile(sources.AddFile(name, text));
 }
 
 TEST(SourceMapTest, EveryByteHasItsFileLineAndColumn) {
