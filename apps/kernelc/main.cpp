@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "ostra/core/format.h"
+#include "ostra/core/printable_text.h"
 #include "ostra/io/file.h"
 #include "parallelprogram/kernelfront/kernel_source.h"
 #include "parallelprogram/shaderparser/container.h"
@@ -31,14 +32,16 @@ struct Arguments {
 };
 
 int Report(const std::string& message) {
-  std::fprintf(stderr, "%s\n", message.c_str());
+  WriteMessage(stderr, message);
+  std::fputc('\n', stderr);
   return 1;
 }
 
 std::optional<std::string> ReadFile(const fs::path& path) {
   std::error_code error;
+  if (!fs::is_regular_file(path, error)) return std::nullopt;
   std::ifstream file(path, std::ios::binary);
-  if (!file || fs::is_directory(path, error)) return std::nullopt;
+  if (!file) return std::nullopt;
   return std::string(std::istreambuf_iterator<char>(file), {});
 }
 
@@ -82,6 +85,9 @@ bool WriteDependencies(const Arguments& arguments, const std::vector<std::string
 
 int Translate(const Arguments& arguments) {
   const std::string &in = arguments.files[0], &out = arguments.files[1];
+  for (const std::string& name : {in, arguments.id, arguments.name})
+    if (HasControlCharacters(name))
+      return Report(name + ": error: names of kernel files and classes are UTF-8 without control characters");
   const auto text = ReadSource(in);
   if (!text) return 1;
   const std::string name = arguments.name.empty() ? in : arguments.name;

@@ -7,6 +7,7 @@
 #include <mutex>
 
 #include "ostra/core/host_flags.h"
+#include "ostra/core/printable_text.h"
 #include "ostra/core/silent_diagnostics.h"
 
 namespace ostra {
@@ -43,8 +44,10 @@ struct DiagnosticList {
 
   void Write(DiagnosticLevel level, std::string_view text) {
     const std::scoped_lock lock(mutex);
-    if (silences.load(std::memory_order_relaxed) == 0 && level >= streamLevel.load(std::memory_order_relaxed))
-      std::fprintf(stderr, "%.*s\n", static_cast<int>(text.size()), text.data());
+    if (silences.load(std::memory_order_relaxed) == 0 && level >= streamLevel.load(std::memory_order_relaxed)) {
+      WriteMessage(stderr, text);
+      std::fputc('\n', stderr);
+    }
     for (DiagnosticListener* listener = first; listener; listener = listener->_next) listener->Notify(level, text);
   }
 };

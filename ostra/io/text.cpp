@@ -1,6 +1,7 @@
 // Decoding of text files.
 #include <cstring>
 
+#include "ostra/core/printable_text.h"
 #include "ostra/io/file.h"
 
 OSTRA_UNIT("text");
@@ -8,24 +9,6 @@ OSTRA_UNIT("text");
 namespace ostra {
 
 namespace {
-
-// Bytes of the character that starts at `text`; 0 when it is not UTF-8 (overlong forms, surrogates and numbers beyond
-// U+10FFFF included). Table 3-7 of the Unicode standard, "Well-Formed UTF-8 Byte Sequences".
-Int GetCharacterSize(std::string_view text) {
-  const auto byteAt = [text](std::size_t i) { return i < text.size() ? static_cast<Byte>(text[i]) : Byte(0); };
-  const Byte first = byteAt(0);
-  if (first < 0x80) return 1;
-  const Int size = first >= 0xC2 && first <= 0xDF   ? 2
-                   : first >= 0xE0 && first <= 0xEF ? 3
-                   : first >= 0xF0 && first <= 0xF4 ? 4
-                                                    : 0;
-  const Byte lowest = first == 0xE0 ? 0xA0 : first == 0xF0 ? 0x90 : 0x80;
-  const Byte highest = first == 0xED ? 0x9F : first == 0xF4 ? 0x8F : 0xBF;
-  if (size == 0 || byteAt(1) < lowest || byteAt(1) > highest) return 0;
-  for (Int i = 2; i < size; ++i)
-    if ((byteAt(static_cast<std::size_t>(i)) & 0xC0) != 0x80) return 0;
-  return size;
-}
 
 // Whether the next eight bytes are characters of one byte each, as most of a text are.
 Bool IsAsciiWord(std::string_view text, std::size_t position) {

@@ -14,16 +14,6 @@ namespace {
 constexpr std::string_view kOpenNamespaces = "namespace ostra::kernel { namespace {";
 constexpr std::string_view kCloseNamespaces = "} }";
 
-// A text as a C++ string literal.
-std::string Quote(std::string_view text) {
-  std::string quoted = "\"";
-  for (const char c : text) {
-    if (c == '"' || c == '\\') quoted += '\\';
-    quoted += static_cast<unsigned char>(c) < ' ' ? '?' : c;
-  }
-  return quoted + '"';
-}
-
 std::string MakeLineMark(int line, std::string_view file) {
   return Join({"#line ", std::to_string(line), " ", Quote(file), "\n"});
 }
@@ -44,6 +34,24 @@ bool MayBeDropped(std::string_view line) {
 }
 
 }  // namespace
+
+std::string Quote(std::string_view text) {
+  std::string quoted = "\"";
+  for (const char c : text) {
+    const unsigned number = static_cast<unsigned char>(c);
+    if (number >= ' ' && number != 0x7F) {
+      if (c == '"' || c == '\\') quoted += '\\';
+      quoted += c;
+      continue;
+    }
+    // Three digits always: what follows could be another one.
+    for (const unsigned shift : {6U, 3U, 0U}) {
+      if (shift == 6) quoted += '\\';
+      quoted += static_cast<char>('0' + ((number >> shift) & 7));
+    }
+  }
+  return quoted + '"';
+}
 
 std::string MakeIdentifier(std::string_view classId) {
   std::string identifier;

@@ -75,6 +75,9 @@ class KernelFile {
   bool _usesGradient = false;
 };
 
+// A text as a C++ string literal.
+std::string Quote(std::string_view text);
+
 // The C++ identifier that stands for a class ID.
 std::string MakeIdentifier(std::string_view classId);
 

@@ -91,7 +91,7 @@ Result<String> GenerateKernelTable(std::string_view name, const std::vector<std:
     for (const std::string& id : classIds) {
       const std::string create = Join({"Create_", kernelfront::MakeIdentifier(id)});
       declarations += Join({"Result<ClassRef> ", create, "();\n"});
-      entries += Join({"    {\"", id, "\", &", create, "},\n"});
+      entries += Join({"    {", kernelfront::Quote(id), ", &", create, "},\n"});
     }
     return Join({"#include \"", name, "_kernels.h\"\n\nnamespace ostra::kernelclasses {\n", declarations,
                  "static constexpr Entry kEntries[] = {\n", entries, "};\n}  // namespace ostra::kernelclasses\n\n",

@@ -89,7 +89,7 @@ Result<void> CheckFiles(const CheckOptions& options) {
   }
   CheckPrograms(checks, findings);
   findings.Sort();
-  for (const Finding& finding : findings.GetAll()) std::fprintf(stderr, "%s\n", FormatFinding(finding).c_str());
+  for (const Finding& finding : findings.GetAll()) WriteReportLine(FormatFinding(finding));
   OSTRA_ASSIGN_OR_RETURN(const std::string shown, MakeShownTexts(options, checks));
   const Int errors = findings.Count(Severity::Error);
   const std::string summary = Count(static_cast<Int>(options.files.size()), "file") + ", " +

@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "ostra/core/nearest_word.h"
+#include "ostra/core/printable_text.h"
 #include "ostra/io/file.h"
 #include "parallelprogram/shaderparser/container.h"
 
@@ -43,7 +44,13 @@ std::string FindSimilarFile(const Url& file) {
 
 }  // namespace
 
+Result<void> CheckSourceName(const Url& file) {
+  if (!HasControlCharacters(file.GetView())) return OK;
+  return OSTRA_ILLEGAL_ARGUMENT("@ cannot be read: names of source files are UTF-8 without control characters.", file);
+}
+
 Result<BaseArray<Byte>> ReadSourceBytes(const Url& file, Bool mayBePipe) {
+  OSTRA_RETURN_IF_ERROR(CheckSourceName(file));
   auto bytes = ReadFileToMemory(file, {kMaxTextFileSize, mayBePipe});
   if (bytes || bytes.GetError().GetKind() == kOutOfMemoryError || IoDetect(file) != IODETECT::NONE) return bytes;
   const std::string similar = FindSimilarFile(file);

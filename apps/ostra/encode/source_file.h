@@ -14,8 +14,12 @@ struct SourceText {
   Bool isEncoded = false;  // what stands in the file is not the text
 };
 
+// The name of a source file becomes that of a class, and stands in texts that others read line by line. Error: illegal
+// argument for a name with control characters, or that is not UTF-8.
+Result<void> CheckSourceName(const Url& file);
+
 // The bytes of a source file, of at most kMaxTextFileSize. `mayBePipe`: for commands that read it once. Errors: those
-// of reading it; for a file that is not there with a similar one that is.
+// of CheckSourceName and of reading it; for a file that is not there with a similar one that is.
 Result<BaseArray<Byte>> ReadSourceBytes(const Url& file, Bool mayBePipe = false);
 
 // The text of a source file. Errors: those of reading the file; illegal argument with the file and the reason for a

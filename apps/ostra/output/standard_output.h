@@ -7,12 +7,16 @@
 
 namespace ostra::tool {
 
-// Error: illegal state when the text cannot be written, for example to a full disk.
+// As it is into files and pipes; a terminal is not sent control characters (ostra/core/printable_text.h). Error:
+// illegal state when the text cannot be written, for example to a full disk.
 Result<void> WriteOutput(std::string_view text);
 
 // Writes what went wrong to standard error: "ostra: " and the message as one line. What stands before the message's
-// last line end, such as a compiler's report, is written before it as it is.
+// last line end, such as a compiler's report, is written before it. Words that come from files stand in messages: all
+// of them are written without control characters, and very long ones shortened.
 void WriteError(const Error& error);
 void WriteErrorLine(std::string_view line);
+// A line of a report, without "ostra: ".
+void WriteReportLine(std::string_view line);
 
 }  // namespace ostra::tool

@@ -1,12 +1,12 @@
 #include "apps/ostra/run/program_run.h"
 
 #include <chrono>
-#include <cstdio>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "apps/ostra/output/progress.h"
+#include "apps/ostra/output/standard_output.h"
 #include "apps/ostra/run/crash_guard.h"
 #include "apps/ostra/run/fenced_array.h"
 #include "ostra/core/diagnostics.h"
@@ -26,7 +26,7 @@ constexpr Bool kWithBarrier = false;  // what the parameter disableBarrier is th
 class QuietCompilation final : public DiagnosticListener {
  public:
   ~QuietCompilation() override {
-    for (const std::string& line : _lines) std::fprintf(stderr, "%s\n", line.c_str());
+    for (const std::string& line : _lines) WriteReportLine(line);
   }
   void Notify(DiagnosticLevel level, std::string_view text) override {
     if (level >= DiagnosticLevel::Warning && !IsJobFailure(text)) _lines.emplace_back(text);

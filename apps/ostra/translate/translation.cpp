@@ -1,5 +1,6 @@
 #include "apps/ostra/translate/translation.h"
 
+#include "apps/ostra/encode/source_file.h"
 #include "ostra/core/silent_diagnostics.h"
 
 namespace ostra::tool {
@@ -25,6 +26,7 @@ Result<DataDictionary> MakeParserOptions(const TranslationOptions& options) {
 }  // namespace
 
 Result<Translation> Translate(const TranslationOptions& options) {
+  OSTRA_RETURN_IF_ERROR(CheckSourceName(options.file));
   OSTRA_ASSIGN_OR_RETURN(const DataDictionary dictionary, MakeParserOptions(options));
   Translation translation;
   OSTRA_ASSIGN_OR_RETURN(translation.parser, ShaderParser::Create(options.target));
