@@ -39,9 +39,11 @@ template <class Arguments>
 void AddParserOptions(CLI::App& command, Arguments& arguments) {
   command.add_option("--template-argument", arguments.templateArgument, "What takes the place of TYPE")
       ->type_name("TEXT");
-  command.add_option("--multisampling", arguments.multisampling, "Samples per pixel of the framebuffer")
+  command
+      .add_option("--multisampling", arguments.multisampling,
+                  "Samples per pixel of the framebuffer (default: -1, none known)")
       ->type_name("N")
-      ->check(CLI::Range(Int32(0), Int32(64)));
+      ->check(CLI::Range(Int32(-1), Int32(64)));
 }
 
 }  // namespace

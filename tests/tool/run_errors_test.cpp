@@ -68,7 +68,7 @@ TEST_F(RunErrorsTest, FilesThatCannotBeReadFail) {
 }
 
 TEST_F(RunErrorsTest, PicturesOfDifferentSizesFail) {
-  Expect(kFailed, "has 3 x 4 pixels", _blend,
+  Expect(kBadUsage, "b.png for \"second\" has 3 x 4; give --size", _blend,
          {"--in", In("first", "a.png"), "--in", In("second", "b.png"), "--out", In("result", "out.png")});
   Expect(kFailed, "a.png is a picture, which makes elements of 4 x float32, but the parameter needs float32", _scale,
          {"--in", In("values", "a.png")});
@@ -236,6 +236,46 @@ TEST_F(RunErrorsTest, AReadOnlyResultIsRefusedBeforeTheKernelRuns) {
   EXPECT_EQ(result.exitStatus, 1);
   EXPECT_THAT(result.errors, HasSubstr("out.csv cannot be written: it is there already and read-only."));
   EXPECT_EQ(_folder.Read("out.csv"), "kept");
+}
+
+TEST_F(RunErrorsTest, MessagesRepeatNoMegabytesAndNoControlCharacters) {
+  const std::string huge(200000, 'x');
+  _folder.Write("huge.csv", "1\n" + huge + huge + huge + "\n");
+  _folder.Write("colours.csv", "\x1B[31m1\n");
+  const auto load = [&](const std::string& file) {
+    return RunTool({"run", GetTestKernel("net.example.scale.krn"), "--in", "values=" + _folder / file, "--set",
+                    "factor=1", "--set", "offset=0,0"});
+  };
+  const ToolResult huges = load("huge.csv");
+  EXPECT_EQ(huges.exitStatus, 1);
+  EXPECT_LT(huges.errors.size(), 2000u);
+  EXPECT_THAT(huges.errors, HasSubstr("huge.csv cannot be read: line 2: \"xxx"));
+  const ToolResult colours = load("colours.csv");
+  EXPECT_THAT(colours.errors, HasSubstr("\\x1B[31m1"));
+  EXPECT_EQ(colours.errors.find('\x1B'), std::string::npos);
+}
+
+TEST_F(RunErrorsTest, SourceFilesWithControlCharactersInTheirNamesAreRefused) {
+  const std::string kernel = _folder.Write("net.example.\n\x1B[31m.krn", "");
+  for (const std::vector<std::string>& command :
+       {std::vector<std::string>{"run", kernel}, {"check", kernel}, {"translate", kernel, "--target", "GLSL"}}) {
+    const ToolResult result = RunTool(command);
+    EXPECT_EQ(result.exitStatus, 1) << command[0];
+    EXPECT_THAT(result.errors, HasSubstr("names of source files are UTF-8 without control characters")) << command[0];
+    EXPECT_EQ(result.errors.find('\x1B'), std::string::npos);
+  }
+  const auto compiled = tool::RunCommand({OSTRA_TEST_KERNELC, kernel, _folder / "out.cpp"});
+  ASSERT_THAT(compiled, IsOk());
+  EXPECT_EQ(compiled->exitStatus, 1);
+  EXPECT_THAT(compiled->output, HasSubstr("without control characters"));
+}
+
+TEST_F(RunErrorsTest, IdsInATableOfKernelsAreEscaped) {
+  const auto made = tool::RunCommand(
+      {OSTRA_TEST_KERNELC, "--table", "app", _folder / "table.cpp", _folder / "table.h", "net.example.a\"b\\c\n.krn"});
+  ASSERT_THAT(made, IsOk());
+  EXPECT_EQ(made->exitStatus, 0) << made->output;
+  EXPECT_THAT(_folder.Read("table.cpp"), HasSubstr(R"({"net.example.a\"b\\c\012.krn", &)"));
 }
 
 }  // namespace

@@ -253,5 +253,25 @@ TEST_F(RunTextureTest, TheHelpNamesEverySetting) {
     EXPECT_THAT(help.output, HasSubstr(text));
 }
 
+TEST_F(RunTextureTest, AKernelThatAsksTheTextureForItsSizeComputesAllOfIt) {
+  const Image image = MakePicture("in.png", 40, 33);
+  const std::string kernel = _folder.Write(
+      "net.example.copy.krn",
+      "#define KERNELINPUTS \\\n(const TextureSampler_2D_RGBA_F32_LINEAR) image, \\\n(Block<Vector4d32>) result\n\n"
+      "GROUPSIZE(16, 16, 1)\n\nOSTRA_PARALLEL_KERNEL(Copy, KERNELINPUTS)\n{\n"
+      "\tint2 size = TextureSize(image);\n\tint2 place = int2(int(InGlobalInvocationID.x), "
+      "int(InGlobalInvocationID.y));\n\tif (place.x >= size.x || place.y >= size.y)\n\t{\n\t\treturn;\n\t}\n"
+      "\tUNIFORM_BUFFER(result)[place.y * size.x + place.x] = FetchTexture(image, place);\n}\n"
+      "OSTRA_PARALLEL_KERNEL_END\n");
+  const ToolResult result =
+      RunTool({"run", kernel, "--in", "image=" + _folder / "in.png", "--out", "result=" + _folder / "out.exr"});
+  ASSERT_EQ(result.exitStatus, 0) << result.errors;
+  const auto output = ReadImage(_folder.MakeUrl("out.exr"));
+  ASSERT_THAT(output, IsOk());
+  ASSERT_EQ(output->width, 40);
+  ASSERT_EQ(output->height, 33);
+  EXPECT_TRUE(std::equal(output->rgba.begin(), output->rgba.end(), image.rgba.begin()));
+}
+
 }  // namespace
 }  // namespace ostra

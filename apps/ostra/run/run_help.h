@@ -6,10 +6,11 @@ namespace ostra::tool {
 inline constexpr const char* kRunSummary = "Run a kernel file on data from files";
 
 inline constexpr const char* kRunDetails =
-    R"(Without --size there is one invocation per pixel of the first picture, or of a 2D texture when there is no other picture,
-or per element of the longest input. A kernel with a uniform width gets those of a picture in rows, any other in one line.
-Buffers that are only written start as zeros and have one element per invocation. The uniforms width and height are those
-of the picture unless they are set.
+    R"(Without --size there is one invocation per pixel of the pictures, else per element of arrays and textures. A kernel that
+asks for a y (InGlobalInvocationID.y, GROUPSIZE(16, 16, 1)) gets them in rows, any other in one line. Where this could
+leave a part out, --size is asked for; docs/dispatch-size.md has the whole rule. Buffers that are only written start as
+zeros and have one element per invocation. The uniforms width and height are those of the picture, or of what has rows,
+unless they are set.
 
 Files: .png and .exr (pictures, elements of 4 x float32), .npy, .csv, .raw; zeros:SIZE and ones:SIZE make elements.
 

@@ -18,11 +18,11 @@ enum class Backend { Cpu, Gpu, Both };
 
 struct RunOptions {
   Url kernelFile;
-  Assignments inputs;    // buffer or texture and where its elements come from
-  Assignments outputs;   // buffer and the file it is written to
-  Assignments settings;  // uniform or counter and its value
-  Assignments textures;  // texture and how it is read
-  Extents size;  // of the dispatch; unknown: that of the first picture, else of a 2D texture or the longest input
+  Assignments inputs;                                      // buffer or texture and where its elements come from
+  Assignments outputs;                                     // buffer and the file it is written to
+  Assignments settings;                                    // uniform or counter and its value
+  Assignments textures;                                    // texture and how it is read
+  Extents size;                                            // of the dispatch; unknown: ChooseDefaultSize says it
   Int repeatCount = 1;                                     // times that the whole run is made, each from the same start
   Int iterationCount = 1;                                  // dispatches of one run
   std::vector<std::pair<std::string, std::string>> swaps;  // buffers exchanged between two dispatches

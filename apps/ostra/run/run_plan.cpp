@@ -6,8 +6,10 @@
 #include <set>
 
 #include "apps/ostra/kernels/kernel_source.h"
+#include "apps/ostra/run/default_size.h"
 #include "apps/ostra/run/noise_settings.h"
 #include "apps/ostra/run/plan_textures.h"
+#include "apps/ostra/run/position_axes.h"
 #include "apps/ostra/tool_error.h"
 #include "apps/ostra/values/scalar_type.h"
 #include "apps/ostra/values/typed_value.h"
@@ -88,49 +90,33 @@ class Planner {
         if (contents.GetError().GetKind() != kUsageError) return contents.TakeError();
         return OSTRA_USAGE_ERROR("--in @: @", name, contents.GetError());
       }
-      OSTRA_RETURN_IF_ERROR(AddPictureSize(name, source, *contents));
-      _longest = std::max(_longest, contents->elements.GetCount());
+      const auto kind = contents->isPicture ? SizeSource::Kind::Picture : SizeSource::Kind::Array;
+      const Extents& size = contents->size;
+      _sizes.push_back({kind, name, source, size, contents->isPicture || size.height > 1 || size.depth > 1});
       OSTRA_ASSIGN_OR_RETURN(const InternedId id, InternedId::Create(name));
       _plan.buffers.push_back({id, type, std::move(contents->elements), source, std::nullopt});
     }
     return OK;
   }
 
-  // All pictures have one size, unless the size of the run is given.
-  Result<void> AddPictureSize(const std::string& name, const std::string& source, const BufferContents& contents) {
-    if (!contents.isPicture) return OK;
-    if (!_picture.IsKnown()) {
-      _picture = contents.size;
-      _pictureName = source;
-    } else if (!_options.size.IsKnown() && contents.size != _picture) {
-      return OSTRA_ILLEGAL_ARGUMENT(
-          "The picture @ for \"@\" has @ pixels, and @ has @; give the size of the run with --size.", source, name,
-          contents.size.ToText(), _pictureName, _picture.ToText());
-    }
-    return OK;
-  }
-
-  // A texture may have any size. Without another picture that of the first one with two dimensions is taken.
   Result<void> AddTextures() {
     OSTRA_ASSIGN_OR_RETURN(_plan.textures, PlanTextures(_options, _parameters));
-    if (_picture.IsKnown()) return OK;
-    for (const auto& [name, source] : _options.inputs)
-      for (const PlannedTexture& texture : _plan.textures)
-        if (!_picture.IsKnown() && texture.name.GetView() == name && texture.layout->dimensions == 2)
-          _picture = texture.contents.sourceSize;
+    for (const PlannedTexture& texture : _plan.textures)
+      _sizes.push_back({SizeSource::Kind::Texture, std::string(texture.name.GetView()), texture.sources.front(),
+                        texture.contents.sourceSize, texture.layout->dimensions > 1});
     return OK;
   }
 
   Result<void> ChooseSize() {
+    _domain = FindDomain(_sizes);
     _plan.size = _options.size;
-    // A kernel that is not told the width knows no rows: it gets its invocations in one line.
-    if (!_plan.size.IsKnown() && _picture.IsKnown())
-      _plan.size = _parameters.Find("width") ? _picture : Extents{_picture.GetCount(), 1, 1};
-    if (!_plan.size.IsKnown()) _plan.size = {_longest, 1, 1};
-    if (!_plan.size.IsKnown()) return OSTRA_USAGE_ERROR("the size of the run is not known: give --size or an input");
+    if (!_plan.size.IsKnown()) {
+      OSTRA_ASSIGN_OR_RETURN(const KernelSource source, ReadKernelSource(_options.kernelFile));
+      OSTRA_ASSIGN_OR_RETURN(_plan.size, ChooseDefaultSize(_sizes, CountPositionAxes(source.text.GetView())));
+    }
     // One line of as many invocations as the picture has pixels makes a picture of the same sides.
-    const Bool isPictureInOneLine = _picture.IsKnown() && _plan.size == Extents{_picture.GetCount(), 1, 1};
-    _plan.pictureSize = isPictureInOneLine ? _picture : _plan.size;
+    const Bool isPictureInOneLine = _domain.IsKnown() && _plan.size == Extents{_domain.GetCount(), 1, 1};
+    _plan.pictureSize = isPictureInOneLine ? _domain : _plan.size;
     return OK;
   }
 
@@ -214,9 +200,9 @@ class Planner {
     return OK;
   }
 
-  // Counters start at zero; "width" and "height" are those of the picture, or of the run.
+  // Counters start at zero; "width" and "height" are those of what is read in rows, or of the run.
   Result<void> AddAutomaticValues() {
-    const Extents& size = _picture.IsKnown() ? _picture : _plan.size;
+    const Extents& size = _domain.IsKnown() ? _domain : _plan.size;
     for (const Parameter& parameter : _parameters.GetAll()) {
       if (IsSet(parameter.name)) continue;
       OSTRA_ASSIGN_OR_RETURN(const InternedId id, InternedId::Create(parameter.name));
@@ -263,9 +249,8 @@ class Planner {
   const RunOptions& _options;
   const KernelParameters& _parameters;
   RunPlan _plan;
-  Extents _picture;          // of the first picture, or 2D texture without one; unknown without both
-  std::string _pictureName;  // its source
-  Int _longest = 0;          // count of the longest input
+  std::vector<SizeSource> _sizes;  // of buffers and textures that are read
+  Extents _domain;                 // of the first picture, or of the first with rows; unknown without both
 };
 
 }  // namespace
