@@ -14,6 +14,7 @@
 #include "apps/ostra/output/standard_output.h"
 #include "apps/ostra/parity/parity_command.h"
 #include "apps/ostra/render_command_line.h"
+#include "apps/ostra/run/prepare_kernel.h"
 #include "apps/ostra/run/run_command.h"
 #include "apps/ostra/run/run_help.h"
 #include "apps/ostra/shader_command_line.h"
@@ -63,7 +64,7 @@ constexpr const char* kInfoDetails =
 
 // The options as they stand on the command line.
 struct RunArguments {
-  std::string kernel, size, backend = "cpu", cacheFolder;
+  std::string kernel, templateArgument, size, backend = "cpu", cacheFolder;
   std::vector<std::string> inputs, outputs, settings, textures, swaps;
   Int repeatCount = 1, iterationCount = 1;
   Bool isFast = false, isChecked = false, isJson = false;
@@ -103,6 +104,7 @@ CLI::App& AddRunCommand(CLI::App& app, RunArguments& arguments, ConfigurationArg
   addList("--out", arguments.outputs, "Where a buffer is written afterwards", "NAME=FILE");
   addList("--set", arguments.settings, "Value of a uniform, or start of a counter", "NAME=VALUE,...");
   addList("--texture", arguments.textures, "How a texture is read", "NAME:KEY=VALUE,...");
+  run.add_option("--template-argument", arguments.templateArgument, "What takes the place of TYPE")->type_name("TEXT");
   run.add_option("--size", arguments.size, "Invocations of a dispatch")->type_name("WxHxD");
   run.add_option("--iterations", arguments.iterationCount, "Dispatches, one after the other")
       ->type_name("N")
@@ -139,6 +141,8 @@ Result<Assignments> SplitAll(std::string_view option, const std::vector<std::str
 Result<RunOptions> MakeRunOptions(const RunArguments& arguments) {
   RunOptions options;
   OSTRA_ASSIGN_OR_RETURN(options.kernelFile, Url::Create(arguments.kernel));
+  options.templateArgument = arguments.templateArgument;
+  if (options.templateArgument.empty()) OSTRA_RETURN_IF_ERROR(SplitTemplateName(options));
   OSTRA_ASSIGN_OR_RETURN(options.inputs, SplitAll("--in", arguments.inputs));
   OSTRA_ASSIGN_OR_RETURN(options.outputs, SplitAll("--out", arguments.outputs));
   OSTRA_ASSIGN_OR_RETURN(options.settings, SplitAll("--set", arguments.settings));

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <nlohmann/json.hpp>
 
 #include "tests/support/temporary_folder.h"
@@ -42,6 +43,55 @@ TEST(RunGpuTest, TheSameFileRunsOnTheGpu) {
                "result=" + folder / "cpu.csv", "--size", "17x5", "--set", "width=17", "--set", "height=5"});
   ASSERT_EQ(cpu.exitStatus, 0) << cpu.errors;
   EXPECT_EQ(folder.Read("out.csv"), folder.Read("cpu.csv"));
+}
+
+TEST(RunGpuTest, TheGpuNeedsNoCompilerForTheCpu) {
+  const TemporaryFolder folder;
+  setenv("CXX", "no-such-compiler", 1);
+  const ToolResult result =
+      RunTool({"run", GetTestKernel("net.example.invert.krn"), "--in", "image=ones:17x5", "--out",
+               "result=" + folder / "out.csv", "--backend", "gpu", "--json", "--cache-dir", folder / "cache"});
+  unsetenv("CXX");
+  if (!HasDevice(result)) GTEST_SKIP() << "There is no GPU device on this machine.";
+  EXPECT_EQ(json::parse(result.output)["compiled"], false);
+  EXPECT_EQ(json::parse(result.output)["size"], json({17, 5, 1}));
+  EXPECT_FALSE(std::filesystem::exists(folder / "cache"));
+  EXPECT_THAT(folder.Read("out.csv"), testing::StartsWith("0,0,0,1\n"));
+}
+
+TEST(RunGpuTest, ATemplateRunsWithTheArgumentInItsNameAndWithTheOption) {
+  const TemporaryFolder folder;
+  folder.Write("net.example.twice.krn",
+               "#define KERNELINPUTS \\\n(UInt32) count, \\\n(Block<TYPE>) values\n\n"
+               "OSTRA_PARALLEL_KERNEL(Twice, KERNELINPUTS)\n{\n\tuint i = LinearInvocation();\n"
+               "\tif (i < UNIFORM(count))\n\t{\n\t\tUNIFORM_BUFFER(values)[i] = UNIFORM_BUFFER(values)[i] + "
+               "UNIFORM_BUFFER(values)[i];\n\t}\n}\nOSTRA_PARALLEL_KERNEL_END\n");
+  folder.Write("in.csv", "1.5\n-2\n");
+  const auto run = [&](const char* name, const std::string& backend, const std::vector<std::string>& more) {
+    std::vector<std::string> command = {"run",    folder / name, "--in",  "values=" + folder / "in.csv",
+                                        "--set",  "count=2",     "--out", "values=" + folder / "out.csv",
+                                        "--json", "--backend",   backend};
+    command.insert(command.end(), more.begin(), more.end());
+    return RunTool(command);
+  };
+  for (const std::string backend : {"cpu", "gpu", "both"}) {
+    const ToolResult named = run("net.example.twice_float_T_.krn", backend, {});
+    if (backend != "cpu" && !HasDevice(named)) GTEST_SKIP() << "There is no GPU device on this machine.";
+    ASSERT_EQ(named.exitStatus, 0) << named.errors;
+    EXPECT_EQ(folder.Read("out.csv"), "3\n-4\n");
+    std::filesystem::remove(folder / "out.csv");
+    const ToolResult given = run("net.example.twice.krn", backend, {"--template-argument", "float"});
+    ASSERT_EQ(given.exitStatus, 0) << given.errors;
+    EXPECT_EQ(folder.Read("out.csv"), "3\n-4\n");
+  }
+  // Whole numbers are other elements.
+  EXPECT_THAT(run("net.example.twice_int_T_.krn", "cpu", {}).errors, HasSubstr("1.5"));
+  folder.Write("net.example.wrong.krn",
+               "#define KERNELINPUTS \\\n(Block<TYPE>) values\n\nOSTRA_PARALLEL_KERNEL(Wrong, KERNELINPUTS)\n{\n"
+               "\tUNIFORM_BUFFER(values)[0u] = missing;\n}\nOSTRA_PARALLEL_KERNEL_END\n");
+  const ToolResult wrong =
+      RunTool({"run", folder / "net.example.wrong_float_T_.krn", "--in", "values=zeros:1", "--backend", "gpu"});
+  EXPECT_THAT(wrong.errors, HasSubstr(folder / "net.example.wrong.krn:6"));
 }
 
 TEST(RunGpuTest, BothAreComparedAndTimed) {

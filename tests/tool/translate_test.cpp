@@ -244,6 +244,10 @@ TEST_F(TranslateTest, WrongUsageIsExitStatus2) {
   EXPECT_EQ(Translate({}).exitStatus, kBadUsage);
   EXPECT_EQ(RunTool({"translate", "--target", "GLSL"}).exitStatus, kBadUsage);
   EXPECT_EQ(Translate({"--target", "GLSL", "--multisampling", "many"}).exitStatus, kBadUsage);
+  EXPECT_EQ(Translate({"--target", "GLSL", "--multisampling", "-2"}).exitStatus, kBadUsage);
+  // The default.
+  _folder.Write("k.krn", "OSTRA_PARALLEL_KERNEL(K, K)\n{\n}\nOSTRA_PARALLEL_KERNEL_END\n");
+  EXPECT_EQ(Translate({"--target", "GLSL", "--multisampling", "-1"}).exitStatus, 0);
   const ToolResult missing = RunTool({"translate", _folder / "missing.krn", "--target", "GLSL"});
   EXPECT_EQ(missing.exitStatus, kFailed);
   EXPECT_THAT(missing.errors, StartsWith("ostra: "));

@@ -66,7 +66,7 @@ struct Recipe {
 
 Result<Recipe> MakeRecipe(const KernelModuleOptions& options) {
   Recipe recipe;
-  OSTRA_ASSIGN_OR_RETURN(recipe.source, ReadKernelSource(options.kernelFile));
+  OSTRA_ASSIGN_OR_RETURN(recipe.source, ReadKernelSource(options.kernelFile, options.templateArgument));
   OSTRA_ASSIGN_OR_RETURN(recipe.cache, OpenCacheFolder(options.cacheFolder));
   OSTRA_ASSIGN_OR_RETURN(recipe.compiler, FindCompiler());
   OSTRA_ASSIGN_OR_RETURN(recipe.headerFolder, FindHeaderFolder());

@@ -28,6 +28,7 @@ struct KernelModuleOptions {
   Bool isChecked = false;
   // Compiles the kernel though the cache has a module of it.
   Bool isCompiledAgain = false;
+  std::string templateArgument = {};  // takes the place of TYPE
 };
 
 struct KernelModule {

@@ -39,13 +39,14 @@ class HeaderReader {
 
 }  // namespace
 
-Result<KernelSource> ReadKernelSource(const Url& kernelFile) {
+Result<KernelSource> ReadKernelSource(const Url& kernelFile, std::string_view templateArgument) {
   OSTRA_ASSIGN_OR_RETURN(const SourceText source, ReadSourceText(kernelFile));
   const String classId = kernelFile.GetName();
   HeaderReader headers;
   KernelSourceOptions options;
   options.fileName = kernelFile.GetView();
   options.classId = classId.GetView();
+  options.templateArgument = templateArgument;
   options.isModule = true;
   options.readHeader = [&headers](const std::string& name, const std::string& includingFile) {
     return headers.Read(name, includingFile);

@@ -11,8 +11,8 @@ struct KernelSource {
   Bool hasEncodedFiles = false;
 };
 
-// The source of a plug-in module with the one kernel class. Errors: those of reading the file; illegal argument with
-// "file:line: error: ..."; out of memory.
-Result<KernelSource> ReadKernelSource(const Url& kernelFile);
+// The source of a plug-in module with the one kernel class. `templateArgument` takes the place of TYPE. Errors: those
+// of reading the file; illegal argument with "file:line: error: ..."; out of memory.
+Result<KernelSource> ReadKernelSource(const Url& kernelFile, std::string_view templateArgument = {});
 
 }  // namespace ostra::tool

@@ -25,16 +25,6 @@ namespace ostra::tool {
 namespace {
 
 // A texture as a stage file declares it; null for what the tool cannot fill.
-const TextureLayout* FindLayout(const ShaderTextureEntry& entry) {
-  const Int dimensions = entry.textureType == kShaderTexture1D ? 1 : entry.textureType == kShaderTexture2D ? 2 : 3;
-  const PixelFormat& format = *entry.format;
-  const TextureFilter filter = entry.linear ? TextureFilter::LINEAR : TextureFilter::POINT;
-  if (format.valueClass == PixelValueClass::FloatingPoint)
-    return FindTextureLayout(dimensions, format.channels, TextureFormat::F32, filter);
-  const Bool isByte = format.valueClass == PixelValueClass::UnsignedInteger && format.bitsPerChannel == 8;
-  return isByte ? FindTextureLayout(dimensions, format.channels, TextureFormat::U8, filter) : nullptr;
-}
-
 class Planner {
  public:
   Planner(const Scene& scene, const Url& folder) : _scene(scene), _folder(folder) {}
@@ -247,7 +237,7 @@ class Planner {
 
   // Files are loaded once for all stages that read them in the same way.
   Result<InternedId> LoadFiles(const SceneTexture& source, const std::string& name, const ShaderTextureEntry& entry) {
-    const TextureLayout* const layout = FindLayout(entry);
+    const TextureLayout* const layout = FindTextureLayout(entry);
     if (!layout)
       return MakeError(source.path,
                        "the tool can fill textures of F32, F16 and U8 only, and \"" + name + "\" is another one");

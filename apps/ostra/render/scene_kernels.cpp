@@ -1,9 +1,9 @@
 #include "apps/ostra/render/scene_kernels.h"
 
 #include "apps/ostra/encode/source_file.h"
-#include "apps/ostra/kernels/kernel_cache.h"
 #include "apps/ostra/names/nearest_name.h"
 #include "apps/ostra/render/stage_files.h"
+#include "apps/ostra/run/prepare_kernel.h"
 #include "ostra/core/format.h"
 
 OSTRA_UNIT("scene_kernels");
@@ -19,11 +19,8 @@ std::string MakeZeros(const Extents& size) {
 }
 
 // The kernel in the words of `ostra run`.
-Result<RunOptions> MakeOptions(const SceneKernel& kernel, const Url& file, const Url& folder,
-                               const KernelParameters& parameters) {
-  RunOptions options;
-  options.kernelFile = file;
-  options.backend = Backend::Gpu;
+Result<void> AddOptions(const SceneKernel& kernel, const Url& folder, const KernelParameters& parameters,
+                        RunOptions& options) {
   options.size = kernel.size;
   options.iterationCount = kernel.iterationCount;
   options.swaps = kernel.swaps;
@@ -36,7 +33,7 @@ Result<RunOptions> MakeOptions(const SceneKernel& kernel, const Url& file, const
   for (const Parameter& parameter : parameters.GetAll())
     if (parameter.kind == ParameterKind::Buffer && !kernel.inputs.contains(parameter.name) && kernel.size.IsKnown())
       options.inputs.emplace_back(parameter.name, MakeZeros(kernel.size));
-  return options;
+  return OK;
 }
 
 }  // namespace
@@ -55,15 +52,20 @@ Result<void> SceneKernels::RunKernel(const std::string& name, const SceneKernel&
     return OSTRA_ILLEGAL_ARGUMENT("@: @: @", _scene->file, kernel.path, error);
   };
   OSTRA_ASSIGN_OR_RETURN(const Url file, FindSceneFile(folder, kernel.file));
-  if (const auto source = ReadSourceBytes(file); !source) return fail(source.GetError());
-  OSTRA_ASSIGN_OR_RETURN(const KernelModule module, LoadKernelModule({file, cacheFolder}, host));
-  OSTRA_ASSIGN_OR_RETURN(const KernelParameters parameters, KernelParameters::Read(module.classId));
-  OSTRA_ASSIGN_OR_RETURN(const RunOptions options, MakeOptions(kernel, file, folder, parameters));
-  auto plan = MakeRunPlan(options, parameters);
+  RunOptions options;
+  options.kernelFile = file;
+  options.cacheFolder = cacheFolder;
+  options.backend = Backend::Gpu;
+  OSTRA_RETURN_IF_ERROR(SplitTemplateName(options));
+  if (const auto source = ReadSourceBytes(options.kernelFile); !source) return fail(source.GetError());
+  OSTRA_ASSIGN_OR_RETURN(const PreparedKernel prepared, PrepareKernel(options, host));
+  OSTRA_RETURN_IF_ERROR(AddOptions(kernel, folder, prepared.parameters, options));
+  auto plan = MakeRunPlan(options, prepared.parameters);
   if (!plan) return fail(plan.GetError());
   auto made = std::make_unique<Kernel>();
   made->plan = std::move(*plan);
-  OSTRA_ASSIGN_OR_RETURN(ProgramRun run, ProgramRun::Create(made->plan, kGpuProgramClass, file, &context));
+  OSTRA_ASSIGN_OR_RETURN(ProgramRun run, ProgramRun::Create(made->plan, kGpuProgramClass,
+                                                            {options.kernelFile, options.templateArgument}, &context));
   made->run.emplace(std::move(run));
   OSTRA_RETURN_IF_ERROR(made->run->Run(kernel.iterationCount));
   _kernels[name] = std::move(made);

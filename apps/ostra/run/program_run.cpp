@@ -39,20 +39,32 @@ class QuietCompilation final : public DiagnosticListener {
 
 }  // namespace
 
-Result<ProgramRun> ProgramRun::Create(const RunPlan& plan, const Id& programClass, const Url& kernelFile,
+Result<ProgramRun> ProgramRun::Create(const RunPlan& plan, const Id& programClass, const ProgramFile& file,
                                       const DrawportContextRef* context) {
   ProgramRun run(plan, programClass == kCpuProgramClass);
   OSTRA_ASSIGN_OR_RETURN(run._program, CreateObject<ParallelProgramInterface>(programClass));
-  OSTRA_RETURN_IF_ERROR(run._program->Init(Url(), context, 0, programClass == kGpuProgramClass && !context));
-  OSTRA_ASSIGN_OR_RETURN(const InternedId name, InternedId::Create(kernelFile.GetName().GetView()));
-  {
-    const auto quiet = programClass == kGpuProgramClass ? std::make_unique<QuietCompilation>() : nullptr;
-    OSTRA_RETURN_IF_ERROR(run._program->AddKernel(name, kernelFile, true));
-  }
+  OSTRA_RETURN_IF_ERROR(run.AddKernel(programClass, file, context));
   OSTRA_RETURN_IF_ERROR(run.StoreBuffers());
   OSTRA_RETURN_IF_ERROR(run.StoreTextures());
   OSTRA_RETURN_IF_ERROR(run.SetValues());
   return run;
+}
+
+Result<void> ProgramRun::AddKernel(const Id& programClass, const ProgramFile& file, const DrawportContextRef* context) {
+  const Bool isGpu = programClass == kGpuProgramClass;
+  Url kernelFile = file.kernelFile, resourcePath;
+  if (isGpu && !file.templateArgument.empty()) {
+    OSTRA_ASSIGN_OR_RETURN(TemplateFolder folder, TemplateFolder::Create(file.kernelFile, file.templateArgument));
+    _templateFolder = std::make_unique<TemplateFolder>(std::move(folder));
+    kernelFile = _templateFolder->GetKernelFile();
+    resourcePath = _templateFolder->GetResourcePath();
+  }
+  OSTRA_RETURN_IF_ERROR(_program->Init(resourcePath, context, 0, isGpu && !context));
+  OSTRA_ASSIGN_OR_RETURN(const InternedId name, InternedId::Create(file.kernelFile.GetName().GetView()));
+  const auto quiet = isGpu ? std::make_unique<QuietCompilation>() : nullptr;
+  const auto added = _program->AddKernel(name, kernelFile, true);
+  if (!added && _templateFolder) return _templateFolder->Explain(added.GetError());
+  return added;
 }
 
 Result<void> ProgramRun::StoreBuffers() {
@@ -116,6 +128,13 @@ Result<void> ProgramRun::Restart() {
 
 Result<Float64> ProgramRun::Run(Int iterations) {
   const auto start = std::chrono::steady_clock::now();
+  const auto done = DispatchAll(iterations);
+  if (!done && _templateFolder) return _templateFolder->Explain(done.GetError());
+  OSTRA_RETURN_IF_ERROR(done);
+  return std::chrono::duration<Float64, std::milli>(std::chrono::steady_clock::now() - start).count();
+}
+
+Result<void> ProgramRun::DispatchAll(Int iterations) {
   Progress progress("running", iterations);
   for (Int i = 0; i < iterations; ++i, progress.Advance()) {
     if (i > 0)
@@ -125,8 +144,7 @@ Result<Float64> ProgramRun::Run(Int iterations) {
     OSTRA_RETURN_IF_ERROR(_program->DispatchKernel(side(_plan->size.width), side(_plan->size.height),
                                                    side(_plan->size.depth), kWithBarrier));
   }
-  OSTRA_RETURN_IF_ERROR(_program->Execute(true));
-  return std::chrono::duration<Float64, std::milli>(std::chrono::steady_clock::now() - start).count();
+  return _program->Execute(true);
 }
 
 Result<Array<Generic>> ProgramRun::GetBuffer(InternedId name) const {

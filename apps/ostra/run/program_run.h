@@ -4,14 +4,21 @@
 #include <memory>
 
 #include "apps/ostra/run/run_plan.h"
+#include "apps/ostra/run/template_folder.h"
 #include "parallelprogram/program/parallel_program.h"
 
 namespace ostra::tool {
 
+// A kernel, and what takes the place of TYPE in it.
+struct ProgramFile {
+  Url kernelFile;
+  std::string templateArgument = {};
+};
+
 class ProgramRun {
  public:
   // `plan` must outlive the object. Without a context the program makes one of its own. Errors: those of the program.
-  static Result<ProgramRun> Create(const RunPlan& plan, const Id& programClass, const Url& kernelFile,
+  static Result<ProgramRun> Create(const RunPlan& plan, const Id& programClass, const ProgramFile& file,
                                    const DrawportContextRef* context = nullptr);
 
   // Puts buffers, links and counters back to their start, which is also where they are after Create.
@@ -32,6 +39,8 @@ class ProgramRun {
 
  private:
   ProgramRun(const RunPlan& plan, Bool hasFences) : _plan(&plan), _hasFences(hasFences) {}
+  Result<void> AddKernel(const Id& programClass, const ProgramFile& file, const DrawportContextRef* context);
+  Result<void> DispatchAll(Int iterations);
   Result<void> StoreBuffer(const PlannedBuffer& buffer);
   Result<void> StoreBuffers();
   Result<void> StoreTextures();
@@ -41,6 +50,7 @@ class ProgramRun {
   Bool _hasFences;
   // Buffers with fences, which the program only links.
   std::vector<std::unique_ptr<Array<Generic>>> _fencedBuffers;
+  std::unique_ptr<TemplateFolder> _templateFolder;  // outlives the program, which reads from it
   ParallelProgramRef _program;
 };
 

@@ -2,10 +2,10 @@
 
 #include <memory>
 
-#include "apps/ostra/kernels/kernel_cache.h"
 #include "apps/ostra/output/standard_output.h"
 #include "apps/ostra/run/compare_runs.h"
 #include "apps/ostra/run/crash_guard.h"
+#include "apps/ostra/run/prepare_kernel.h"
 #include "apps/ostra/run/program_run.h"
 #include "apps/ostra/run/run_report.h"
 #include "apps/ostra/start_host.h"
@@ -46,7 +46,8 @@ Result<std::vector<Float64>> Repeat(const RunOptions& options, ProgramRun& run) 
 // Everything that needs objects of the kernel's module, which are gone when this returns.
 Result<RunReport> Execute(const RunOptions& options, const RunPlan& plan) {
   const Id& firstClass = options.backend == Backend::Gpu ? kGpuProgramClass : kCpuProgramClass;
-  OSTRA_ASSIGN_OR_RETURN(ProgramRun run, ProgramRun::Create(plan, firstClass, options.kernelFile));
+  OSTRA_ASSIGN_OR_RETURN(ProgramRun run,
+                         ProgramRun::Create(plan, firstClass, {options.kernelFile, options.templateArgument}));
   RunReport report;
   {
     // Drivers of GPUs are no business of the guard.
@@ -55,7 +56,8 @@ Result<RunReport> Execute(const RunOptions& options, const RunPlan& plan) {
     OSTRA_RETURN_IF_ERROR(run.CheckBufferEnds());
   }
   if (options.backend == Backend::Both) {
-    OSTRA_ASSIGN_OR_RETURN(ProgramRun gpuRun, ProgramRun::Create(plan, kGpuProgramClass, options.kernelFile));
+    OSTRA_ASSIGN_OR_RETURN(ProgramRun gpuRun,
+                           ProgramRun::Create(plan, kGpuProgramClass, {options.kernelFile, options.templateArgument}));
     OSTRA_ASSIGN_OR_RETURN(report.gpuMilliseconds, Repeat(options, gpuRun));
     OSTRA_ASSIGN_OR_RETURN(report.difference, CompareRuns(plan, run, gpuRun));
     run = std::move(gpuRun);
@@ -73,15 +75,12 @@ Result<RunReport> Execute(const RunOptions& options, const RunPlan& plan) {
 Result<void> Run(const RunOptions& options, std::span<const char* const> arguments) {
   OSTRA_ASSIGN_OR_RETURN(Host host, StartHost(arguments));
   if (options.backend != Backend::Cpu) OSTRA_RETURN_IF_ERROR(StartGpu(host));
-  OSTRA_ASSIGN_OR_RETURN(
-      const KernelModule module,
-      LoadKernelModule({options.kernelFile, options.cacheFolder, options.isFast, options.isChecked}, host));
-  OSTRA_ASSIGN_OR_RETURN(const KernelParameters parameters, KernelParameters::Read(module.classId));
-  OSTRA_ASSIGN_OR_RETURN(const RunPlan plan, MakeRunPlan(options, parameters));
+  OSTRA_ASSIGN_OR_RETURN(const PreparedKernel kernel, PrepareKernel(options, host));
+  OSTRA_ASSIGN_OR_RETURN(const RunPlan plan, MakeRunPlan(options, kernel.parameters));
   WriteNotes(plan);
   OSTRA_ASSIGN_OR_RETURN(RunReport report, Execute(options, plan));
-  report.kernel = module.classId;
-  report.wasCompiled = module.wasCompiled;
+  report.kernel = options.kernelFile.GetName().GetView();
+  report.wasCompiled = kernel.wasCompiled;
   report.threadCount = GetWorkerThreadCount();
   const auto format = options.isJson ? FormatRunReportAsJson : FormatRunReport;
   OSTRA_ASSIGN_OR_RETURN(const std::string text, format(report, options, plan));

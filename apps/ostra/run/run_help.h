@@ -12,6 +12,9 @@ leave a part out, --size is asked for; docs/dispatch-size.md has the whole rule.
 zeros and have one element per invocation. The uniforms width and height are those of the picture, or of what has rows,
 unless they are set.
 
+A template is a kernel with TYPE in it: --template-argument float puts float there, and so does the name NAME_float_T_.krn
+for the file NAME.krn.
+
 Files: .png and .exr (pictures, elements of 4 x float32), .npy, .csv, .raw; zeros:SIZE and ones:SIZE make elements.
 
 Textures: what the kernel declares as a texture is read as one. Pictures give the channels and numbers that it declares

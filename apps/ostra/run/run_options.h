@@ -18,6 +18,7 @@ enum class Backend { Cpu, Gpu, Both };
 
 struct RunOptions {
   Url kernelFile;
+  std::string templateArgument;                            // takes the place of TYPE; empty for most kernels
   Assignments inputs;                                      // buffer or texture and where its elements come from
   Assignments outputs;                                     // buffer and the file it is written to
   Assignments settings;                                    // uniform or counter and its value

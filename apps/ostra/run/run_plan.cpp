@@ -111,7 +111,8 @@ class Planner {
     _domain = FindDomain(_sizes);
     _plan.size = _options.size;
     if (!_plan.size.IsKnown()) {
-      OSTRA_ASSIGN_OR_RETURN(const KernelSource source, ReadKernelSource(_options.kernelFile));
+      OSTRA_ASSIGN_OR_RETURN(const KernelSource source,
+                             ReadKernelSource(_options.kernelFile, _options.templateArgument));
       OSTRA_ASSIGN_OR_RETURN(_plan.size, ChooseDefaultSize(_sizes, CountPositionAxes(source.text.GetView())));
     }
     // One line of as many invocations as the picture has pixels makes a picture of the same sides.
@@ -190,7 +191,8 @@ class Planner {
       const auto setting = FindNoiseSetting(name);
       if (!setting || setting->number == 0 || _parameters.Find(name)) continue;
       if (!count) {
-        OSTRA_ASSIGN_OR_RETURN(const KernelSource source, ReadKernelSource(_options.kernelFile));
+        OSTRA_ASSIGN_OR_RETURN(const KernelSource source,
+                               ReadKernelSource(_options.kernelFile, _options.templateArgument));
         count = CountNoises(source.text.GetView()).value_or(kMaxNoises);
       }
       if (setting->number >= *count)

@@ -53,4 +53,14 @@ const TextureLayout* FindTextureLayout(Int dimensions, Int channels, TextureForm
   return nullptr;
 }
 
+const TextureLayout* FindTextureLayout(const ShaderTextureEntry& entry) {
+  const Int dimensions = entry.textureType == kShaderTexture1D ? 1 : entry.textureType == kShaderTexture2D ? 2 : 3;
+  const PixelFormat& format = *entry.format;
+  const TextureFilter filter = entry.linear ? TextureFilter::LINEAR : TextureFilter::POINT;
+  if (format.valueClass == PixelValueClass::FloatingPoint)
+    return FindTextureLayout(dimensions, format.channels, TextureFormat::F32, filter);
+  const Bool isByte = format.valueClass == PixelValueClass::UnsignedInteger && format.bitsPerChannel == 8;
+  return isByte ? FindTextureLayout(dimensions, format.channels, TextureFormat::U8, filter) : nullptr;
+}
+
 }  // namespace ostra::tool

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "ostra/core/data_type.h"
+#include "parallelprogram/shaderparser/shader_records.h"
 #include "parallelprogram/textures/texture_bind_data.h"
 
 namespace ostra::tool {
@@ -24,7 +25,8 @@ struct TextureLayout {
 
 // Null when `type` is no texture that programs make: there are none of 16- and 32-bit integers. Thread-safe.
 const TextureLayout* FindTextureLayout(DataType type);
-// The same for what a stage file declares. Halves are given as floats.
+// The same for what a stage file or a kernel declares to a GPU. Halves are given as floats.
 const TextureLayout* FindTextureLayout(Int dimensions, Int channels, TextureFormat format, TextureFilter filter);
+const TextureLayout* FindTextureLayout(const ShaderTextureEntry& entry);
 
 }  // namespace ostra::tool

@@ -1,0 +1,46 @@
+#include "apps/ostra/run/prepare_kernel.h"
+
+#include "apps/ostra/kernels/kernel_cache.h"
+#include "apps/ostra/kernels/kernel_source.h"
+#include "apps/ostra/run/shader_parameters.h"
+#include "ostra/io/file.h"
+
+namespace ostra::tool {
+
+Result<PreparedKernel> PrepareKernel(const RunOptions& options, Host& host) {
+  if (options.backend == Backend::Gpu) {
+    // What is wrong with the shape of the file is said in the same words for the CPU and the GPU.
+    OSTRA_RETURN_IF_ERROR(ReadKernelSource(options.kernelFile, options.templateArgument));
+    OSTRA_ASSIGN_OR_RETURN(std::optional<KernelParameters> parameters,
+                           ReadShaderParameters(options.kernelFile, options.templateArgument));
+    if (parameters) return PreparedKernel{std::move(*parameters), false};
+  }
+  KernelModuleOptions module;
+  module.kernelFile = options.kernelFile;
+  module.cacheFolder = options.cacheFolder;
+  module.isFast = options.isFast;
+  module.isChecked = options.isChecked;
+  module.templateArgument = options.templateArgument;
+  OSTRA_ASSIGN_OR_RETURN(const KernelModule loaded, LoadKernelModule(module, host));
+  OSTRA_ASSIGN_OR_RETURN(KernelParameters parameters, KernelParameters::Read(loaded.classId));
+  return PreparedKernel{std::move(parameters), loaded.wasCompiled};
+}
+
+Result<void> SplitTemplateName(RunOptions& options) {
+  constexpr std::string_view kMark = "_T_";
+  Url location = options.kernelFile;
+  const String suffix = location.GetSuffix();
+  location.ClearSuffix();
+  const String name = location.GetName();
+  if (!name.EndsWith(kMark) || IoDetect(options.kernelFile) != IODETECT::NONE) return OK;
+  const String rest = name.SubString(0, name.GetCount() - static_cast<Int>(kMark.size()));
+  const Int separator = rest.FindLast("_");
+  if (separator < 1) return OK;  // no base name, or no argument
+  options.templateArgument = rest.SubString(separator + 1).GetView();
+  OSTRA_RETURN_IF_ERROR(location.SetName(rest.SubString(0, separator)));
+  OSTRA_RETURN_IF_ERROR(location.SetSuffix(suffix));
+  options.kernelFile = location;
+  return OK;
+}
+
+}  // namespace ostra::tool

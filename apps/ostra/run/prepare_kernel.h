@@ -1,0 +1,24 @@
+// What has to happen to a kernel file before it can run.
+#pragma once
+
+#include "apps/ostra/run/kernel_parameters.h"
+#include "apps/ostra/run/run_options.h"
+#include "ostra/host.h"
+
+namespace ostra::tool {
+
+struct PreparedKernel {
+  KernelParameters parameters;
+  Bool wasCompiled = false;  // by the C++ compiler, just now
+};
+
+// Reads the kernel and, where the CPU is to run it, compiles it and loads its module into `host`. The GPU alone needs
+// no C++ compiler, unless a parameter has a type that only one can explain. Errors: those of ReadKernelSource,
+// ReadShaderParameters and MakeKernelModule, and of loading the module.
+Result<PreparedKernel> PrepareKernel(const RunOptions& options, Host& host);
+
+// A kernel's name may name a template and what takes the place of TYPE in it: `NAME_float_T_.krn` is `NAME.krn` with
+// `float`, when there is no file of the longer name. Changes the options' file and argument then. Error: out of memory.
+Result<void> SplitTemplateName(RunOptions& options);
+
+}  // namespace ostra::tool

@@ -1,0 +1,17 @@
+// The parameters of a kernel as the GPU program finds them in its text, without compiling it for the CPU.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "apps/ostra/run/kernel_parameters.h"
+#include "ostra/io/url.h"
+
+namespace ostra::tool {
+
+// Nothing when a type is one that only the C++ compiler can explain, such as a struct. `templateArgument` takes the
+// place of TYPE. Error: illegal argument with "file:line: error: ..." for what the translator refuses.
+Result<std::optional<KernelParameters>> ReadShaderParameters(const Url& kernelFile,
+                                                             const std::string& templateArgument);
+
+}  // namespace ostra::tool
