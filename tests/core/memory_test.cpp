@@ -5,9 +5,11 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <limits>
 
 #include "ostra/core/base_array.h"
 #include "ostra/core/large_pages.h"
+#include "ostra/core/memory_limit.h"
 #include "ostra/core/stream_copy.h"
 #include "tests/support/fault_injection.h"
 
@@ -131,6 +133,45 @@ TEST(MemoryTest, StandardContainersOverTheHostAllocatorRefuseSizesThatOverflow) 
   HostAllocator<UInt64> allocator;
   EXPECT_THROW(static_cast<void>(allocator.allocate(SIZE_MAX / 4)), std::bad_alloc);
   EXPECT_THROW(static_cast<void>(allocator.allocate((SIZE_MAX / 8) + 2)), std::bad_alloc);
+}
+
+// The limit of the process is back afterwards.
+class MemoryLimitTest : public testing::Test {
+ protected:
+  ~MemoryLimitTest() override { SetMemoryLimit(std::numeric_limits<Int>::max()); }
+  static constexpr Int kMiB = Int(1) << 20;
+};
+
+TEST_F(MemoryLimitTest, LargeAreasTogetherStayBelowIt) {
+  const Int before = GetMemoryUse().inUse;
+  SetMemoryLimit(before + 10 * kMiB);
+  void* first = AllocMem(6 * kMiB);
+  ASSERT_NE(first, nullptr);
+  EXPECT_EQ(GetMemoryUse().inUse, before + 6 * kMiB);
+  EXPECT_EQ(AllocMem(5 * kMiB), nullptr);
+  EXPECT_EQ(GetMemoryUse().refused, 5 * kMiB);
+  EXPECT_FALSE(ReserveMemory(5 * kMiB));
+  EXPECT_EQ(GetMemoryUse().inUse, before + 6 * kMiB);
+  void* second = AllocZeroed(4 * kMiB);
+  EXPECT_NE(second, nullptr);
+  void* small = AllocMem(1000);
+  EXPECT_NE(small, nullptr);
+  FreeMem(first);
+  EXPECT_TRUE(ReserveMemory(5 * kMiB));
+  ReturnMemory(5 * kMiB);
+  FreeMem(second);
+  FreeMem(small);
+  EXPECT_EQ(GetMemoryUse().inUse, before);
+}
+
+TEST_F(MemoryLimitTest, AnArrayThatIsRefusedIsAnErrorAndKeepsItsElements) {
+  SetMemoryLimit(GetMemoryUse().inUse + 4 * kMiB);
+  BaseArray<Byte> bytes;
+  ASSERT_TRUE(bytes.Resize(100).IsOk());
+  const auto resized = bytes.Resize(5 * kMiB);
+  ASSERT_FALSE(resized.IsOk());
+  EXPECT_EQ(resized.GetError().GetKind(), kOutOfMemoryError);
+  EXPECT_EQ(bytes.GetCount(), 100);
 }
 
 }  // namespace

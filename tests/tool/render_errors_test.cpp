@@ -344,5 +344,13 @@ TEST_F(RenderErrorsTest, WithoutADeviceThereIsOneLine) {
   Expect(kFailed, "scenes are drawn on a GPU, or by a driver that plays one", result);
 }
 
+TEST_F(RenderErrorsTest, TargetsBeyondTheMemoryOfTheDeviceAreRefusedBeforeTheyAreMade) {
+  std::string passes = R"({"draws": []})";
+  for (int i = 1; i < 400; ++i) passes += R"(, {"draws": []})";
+  const ToolResult result = Run(R"({"passes": [)" + passes + "]}", {"--size", "16384x8192"});
+  if (result.errors.find("there is no GPU") != std::string::npos) GTEST_SKIP() << result.errors;
+  Expect(kFailed, "the targets of its 400 passes need 400.0 GiB of memory, and the device has ", result);
+}
+
 }  // namespace
 }  // namespace ostra

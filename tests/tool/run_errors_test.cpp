@@ -278,5 +278,21 @@ TEST_F(RunErrorsTest, IdsInATableOfKernelsAreEscaped) {
   EXPECT_THAT(_folder.Read("table.cpp"), HasSubstr(R"({"net.example.a\"b\\c\012.krn", &)"));
 }
 
+TEST_F(RunErrorsTest, MemoryBeyondTheLimitIsRefusedWithItsNumbers) {
+  setenv("OSTRA_MEMORY_LIMIT", "64M", 1);
+  const ToolResult zeros = RunTool({"run", _scale, "--in", "values=zeros:20000000", "--set", "factor=1", "--set",
+                                    "offset=0,0", "--out", "values=" + _folder / "out.png"});
+  const ToolResult fits =
+      RunTool({"run", _scale, "--in", "values=zeros:4000000", "--set", "factor=1", "--set", "offset=0,0"});
+  setenv("OSTRA_MEMORY_LIMIT", "much", 1);
+  const ToolResult wrong = RunTool({"run", _scale});
+  unsetenv("OSTRA_MEMORY_LIMIT");
+  ExpectResult(kFailed, "76.3 MiB more memory are needed, and ", zeros);
+  EXPECT_THAT(zeros.errors,
+              HasSubstr(" of the limit of 64.0 MiB are in use; OSTRA_MEMORY_LIMIT=SIZE in the environment "));
+  EXPECT_EQ(fits.exitStatus, 0) << fits.errors;
+  ExpectResult(kBadUsage, "OSTRA_MEMORY_LIMIT: \"much\" is no size of memory such as 512M or 8G", wrong);
+}
+
 }  // namespace
 }  // namespace ostra

@@ -7,6 +7,7 @@
 #include <random>
 
 #include "apps/ostra/tool_error.h"
+#include "apps/ostra/tool_memory.h"
 #include "apps/ostra/values/extents.h"
 #include "apps/ostra/values/scalar_type.h"
 #include "apps/ostra/values/text.h"
@@ -138,6 +139,15 @@ TEST(TextTest, AssignmentsNeedAName) {
 TEST(TextTest, PiecesAreTrimmed) {
   EXPECT_THAT(SplitText(" a , b\t,,c ", ','), ElementsAre("a", "b", "", "c"));
   EXPECT_THAT(SplitText("", ','), ElementsAre(""));
+}
+
+TEST(MemorySizeTest, SizesHaveUnitsOfTwoToThePowerOfTen) {
+  EXPECT_EQ(ParseMemorySize("1000").GetValue(), 1000);
+  EXPECT_EQ(ParseMemorySize("3K").GetValue(), 3072);
+  EXPECT_EQ(ParseMemorySize("512M").GetValue(), Int(512) << 20);
+  EXPECT_EQ(ParseMemorySize("2T").GetValue(), Int(2) << 40);
+  for (const char* text : {"", "0", "-1", "8X", "8GB", "8 G", "G", "9999999999T"})
+    EXPECT_THAT(ParseMemorySize(text), IsErrorOfKind(kUsageError)) << text;
 }
 
 }  // namespace

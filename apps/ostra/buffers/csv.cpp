@@ -4,6 +4,7 @@
 
 #include "apps/ostra/values/text.h"
 #include "ostra/core/format.h"
+#include "ostra/core/memory.h"
 
 OSTRA_UNIT("csv");
 
@@ -20,7 +21,8 @@ std::vector<std::string_view> SplitLine(std::string_view line) {
   return words;
 }
 
-Result<void> AppendLine(const ElementLayout& layout, std::string_view line, Int lineNumber, std::vector<Byte>& bytes) {
+Result<void> AppendLine(const ElementLayout& layout, std::string_view line, Int lineNumber,
+                        std::vector<Byte, HostAllocator<Byte>>& bytes) {
   const std::vector<std::string_view> words = SplitLine(line);
   if (static_cast<Int>(words.size()) % layout.componentCount != 0)
     return OSTRA_ILLEGAL_ARGUMENT("line @ has @ numbers, and an element has @", lineNumber, words.size(),
@@ -36,7 +38,7 @@ Result<void> AppendLine(const ElementLayout& layout, std::string_view line, Int 
 }  // namespace
 
 Result<BaseArray<Byte>> DecodeCsv(const ElementLayout& layout, std::string_view text) {
-  std::vector<Byte> bytes;
+  std::vector<Byte, HostAllocator<Byte>> bytes;
   Int lineNumber = 0;
   for (const std::string_view line : SplitText(text, '\n')) {
     ++lineNumber;

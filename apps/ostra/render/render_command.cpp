@@ -11,8 +11,10 @@
 #include "apps/ostra/render/scene_renderer.h"
 #include "apps/ostra/start_host.h"
 #include "apps/ostra/tool_error.h"
+#include "apps/ostra/tool_memory.h"
 #include "apps/ostra/values/text.h"
 #include "ostra/drawport/device_list.h"
+#include "ostra/image/pixel_format.h"
 #include "ostra/io/file.h"
 
 OSTRA_UNIT("render_command");
@@ -70,6 +72,26 @@ Result<DrawportContextRef> MakeContext() {
   return drawport->CreateOffscreenRenderContext(false, drawport->GetDrawingDevice());
 }
 
+// All targets stay until the picture is read, so that later passes can read earlier ones.
+Result<void> CheckTargetMemory(const Scene& scene, const RenderPlan& plan, const DrawportContextInterface& context) {
+  Int bytes = 0;
+  for (const PlannedPass& pass : plan.passes) {
+    Int pixelSize = pass.scene->hasDepth ? Int(sizeof(Float32)) : 0;
+    for (const std::string& name : pass.scene->colorFormats) {
+      OSTRA_ASSIGN_OR_RETURN(const Id id, Id::Create("net.ostra.image.pixelformat." + name));
+      OSTRA_ASSIGN_OR_RETURN(const PixelFormatRef format, GetPixelFormat(id));
+      pixelSize += format->GetBytesPerPixel();
+    }
+    // Samples are resolved to a texture of their own.
+    const Int copies = pass.scene->sampleCount > 1 ? pass.scene->sampleCount + 1 : 1;
+    bytes += pass.size.GetCount() * pixelSize * copies;
+  }
+  const VideoMemoryBudget budget = context.GetAvailableAndTotalVRAMBudget();
+  if (budget.available < 0 || bytes <= budget.available) return OK;
+  return OSTRA_ILLEGAL_STATE("@: the targets of its @ passes need @ of memory, and the device has @ left", scene.file,
+                             plan.passes.size(), FormatMemorySize(bytes), FormatMemorySize(budget.available));
+}
+
 Result<void> Report(const RenderOptions& options, const Scene& scene, const RenderPlan& plan,
                     const RenderedScene& rendered, const DrawportInterface& drawport) {
   OSTRA_ASSIGN_OR_RETURN(const BaseArray<DrawportDeviceInformation> devices, GetDrawportDevices());
@@ -115,6 +137,7 @@ Result<void> Render(const RenderOptions& options, std::span<const char* const> a
     for (const std::string& note : texture.contents.notes) WriteErrorLine("note: " + note);
   OSTRA_RETURN_IF_ERROR(StartGpu(host, "scenes are drawn on a GPU, or by a driver that plays one"));
   OSTRA_ASSIGN_OR_RETURN(const DrawportContextRef context, MakeContext());
+  OSTRA_RETURN_IF_ERROR(CheckTargetMemory(scene, plan, *context));
   OSTRA_ASSIGN_OR_RETURN(const SceneKernels kernels,
                          SceneKernels::Run(scene, folder, options.cacheFolder, host, context));
   OSTRA_ASSIGN_OR_RETURN(const RenderedScene rendered, SceneRenderer(scene, plan, kernels, context).Render());

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include "ostra/core/format.h"
+#include "ostra/core/memory_limit.h"
 
 OSTRA_UNIT("fenced_array");
 
@@ -35,15 +36,20 @@ Result<StrongRef<ArrayInterface>> FencedArray::Create(const GenericBaseArray& el
   const DataType type = elements.GetElementType();
   const Int size = elements.GetCount() * type.GetSize();
   const Int usedSize = RoundUp(size, sysconf(_SC_PAGESIZE)), memorySize = usedSize + 2 * kFenceSize;
+  if (!ReserveMemory(usedSize)) return OSTRA_OUT_OF_MEMORY();
   void* memory = mmap(nullptr, static_cast<std::size_t>(memorySize), PROT_NONE,
                       MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
-  if (memory == MAP_FAILED) return OSTRA_OUT_OF_MEMORY();
+  if (memory == MAP_FAILED) {
+    ReturnMemory(usedSize);
+    return OSTRA_OUT_OF_MEMORY();
+  }
   Byte* used = static_cast<Byte*>(memory) + kFenceSize;
   FencedArray* array = nullptr;
   if (mprotect(used, static_cast<std::size_t>(usedSize), PROT_READ | PROT_WRITE) == 0)
     array = NewObj<FencedArray>(type, elements.GetCount(), static_cast<Byte*>(memory), memorySize);
   if (!array) {
     munmap(memory, static_cast<std::size_t>(memorySize));
+    ReturnMemory(usedSize);
     return OSTRA_OUT_OF_MEMORY();
   }
   if (size > 0) MemCopy(array->_first, elements.GetBlock().GetFirst(), size);
@@ -56,7 +62,10 @@ FencedArray::FencedArray(DataType type, Int count, Byte* memory, Int memorySize)
   _first = memory + memorySize - kFenceSize - RoundUp(count * type.GetSize(), kAlignment);
 }
 
-FencedArray::~FencedArray() { munmap(_memory, static_cast<std::size_t>(_memorySize)); }
+FencedArray::~FencedArray() {
+  munmap(_memory, static_cast<std::size_t>(_memorySize));
+  ReturnMemory(_memorySize - 2 * kFenceSize);
+}
 
 Block<Generic> FencedArray::GetBlock(Int index) const {
   return {reinterpret_cast<Generic*>(_first + index * _type.GetSize()), _count - index, _type.GetSize()};
