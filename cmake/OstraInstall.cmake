@@ -24,6 +24,7 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/ostra DESTINATION ${CMAKE_INSTALL_INCLUD
   REGEX "/ostra/object/(loaded_module|shared_object)\\.h$" EXCLUDE
   REGEX "/ostra/render/(gradient_table|noise_functions)\\.h$" EXCLUDE)
 foreach(header
+    base/kernel_checks.h
     program/kernel_atomics.h
     program/kernel_base.h
     program/kernel_buffer.h

@@ -19,6 +19,7 @@
 #include "apps/ostra/run/run_help.h"
 #include "apps/ostra/shader_command_line.h"
 #include "apps/ostra/tool_error.h"
+#include "apps/ostra/tool_memory.h"
 #include "apps/ostra/values/text.h"
 #include "ostra/config/configuration.h"
 
@@ -56,6 +57,9 @@ constexpr const char* kInfoDetails =
     "  OSTRA_VULKAN_VALIDATION=1     Vulkan's validation layer, where it is installed, looks at every call\n"
     "  OSTRA_GPU_CACHE=DIR           where compiled GPU programs are kept; off keeps none\n"
     "                                (default: gpu in $XDG_CACHE_HOME/ostra or ~/.cache/ostra)\n"
+    "  OSTRA_MEMORY_LIMIT=SIZE       memory for pictures, buffers and files, such as 8G (default: three quarters of "
+    "what\n"
+    "                                the machine has)\n"
     "  CXX=COMPILER                  compiles kernels for the CPU (default: c++, g++ or clang++)\n"
     "  OSTRA_CONFIG=NAME=VALUE,...   configuration variables; --config goes before them\n"
     "  OSTRA_CONFIG_FILE=FILE        the file of --config-file\n"
@@ -120,7 +124,7 @@ CLI::App& AddRunCommand(CLI::App& app, RunArguments& arguments, ConfigurationArg
       ->check(OneOf({"cpu", "gpu", "both"}));
   run.add_flag("--fast", arguments.isFast, "Allow the compiler to reorder floating-point arithmetic");
   run.add_flag("--checked", arguments.isChecked,
-               "Check the index of every access to a buffer; slower, on the CPU only");
+               "Check the indices of buffers, of arrays and of texture layers; slower, on the CPU only");
   run.add_option("--cache-dir", arguments.cacheFolder,
                  "Where compiled kernels are kept (default: $XDG_CACHE_HOME/ostra or ~/.cache/ostra)")
       ->type_name("DIR");
@@ -214,7 +218,10 @@ int FailUsage(std::string_view line) {
 
 int Finish(const Result<void>& result) {
   if (result) return static_cast<int>(ExitStatus::Done);
-  WriteError(result.GetError());
+  if (result.GetError().GetKind() == kOutOfMemoryError)
+    WriteErrorLine(DescribeExhaustedMemory());
+  else
+    WriteError(result.GetError());
   return static_cast<int>(GetExitStatus(result.GetError()));
 }
 
@@ -274,6 +281,7 @@ int RunCommandLine(std::span<const char* const> arguments) {
     return FailUsage(DescribeParseError(parsed == commands.end() ? app : *parsed->app, error));
   }
   if (const auto checked = CheckConfiguration(configuration); !checked) return Finish(checked);
+  if (const auto applied = ApplyMemoryLimit(); !applied) return Finish(applied);
   return Finish(findParsed()->run());
 }
 

@@ -1,27 +1,10 @@
 // KernelBuffer: a buffer as the body of a kernel sees it.
 #pragma once
 
-#include <atomic>
-#include <cstdio>
-#include <cstdlib>
-
 #include "ostra/core/base_array.h"
-
-// Builds for debugging stop at an index outside a buffer and say where; others do not look.
-#if !defined(NDEBUG) && !defined(OSTRA_CHECK_KERNEL_INDICES)
-#define OSTRA_CHECK_KERNEL_INDICES
-#endif
+#include "parallelprogram/base/kernel_checks.h"
 
 namespace ostra::kernel {
-
-// Ends the process with a message; the first thread that gets here says it.
-[[noreturn]] inline void FailBufferIndex(const char* buffer, const char* file, int line, Int index, Int count) {
-  static std::atomic_flag isSaid = ATOMIC_FLAG_INIT;
-  while (isSaid.test_and_set()) isSaid.wait(true);  // until the end of the process
-  std::fprintf(stderr, "%s:%d: error: index %lld is outside the %lld elements of the buffer \"%s\"\n", file, line,
-               static_cast<long long>(index), static_cast<long long>(count), buffer);
-  std::abort();
-}
 
 // Elements of type T (const for buffers that are only read) without gaps. The program writes it as a Block.
 template <class T>

@@ -16,6 +16,7 @@
 #include <cstring>
 
 #include "ostra/math/float64_forms.h"
+#include "parallelprogram/base/kernel_checks.h"
 #include "parallelprogram/textures/sampler_types.h"
 
 namespace ostra::kernel {
@@ -59,6 +60,16 @@ class KernelTexture {
   }
   TexelCoordinates GetSize() const { return _sampler->GetSize(); }
 
+  // `layer`, when the texture has it; else the process ends with a message. A texture that was never given has all.
+  UInt32 CheckLayer(UInt32 layer, const char* name, const char* file, int line) const {
+    const SamplingData& data = _sampler->_samplingData;
+    const Int layerSize = Int{data._dimensions.x} * data._dimensions.y * data._dimensions.z * data._numChannels *
+                          GetElementSize(data._format);
+    if (data._dataSize > 0 && layerSize > 0 && Int{layer} >= data._dataSize / layerSize)
+      FailTextureLayer(name, file, line, layer, data._dataSize / layerSize);
+    return layer;
+  }
+
   // The pointer that the program sets.
   const Sampler*& GetTarget() { return _sampler; }
 
@@ -86,9 +97,16 @@ struct ImageStore {
 }  // namespace ostra::kernel
 
 #define SampleTexture(texture, uv) (ostraParameter_##texture.Sample(uv))
+#ifdef OSTRA_CHECK_KERNEL_INDICES
+#define SampleTextureLayer(texture, uv, layer) \
+  (ostraParameter_##texture.Sample(uv, ostraParameter_##texture.CheckLayer(layer, #texture, __FILE__, __LINE__)))
+#define FetchTextureLayer(texture, ij, layer) \
+  (ostraParameter_##texture.Fetch(ij, ostraParameter_##texture.CheckLayer(layer, #texture, __FILE__, __LINE__)))
+#else
 #define SampleTextureLayer(texture, uv, layer) (ostraParameter_##texture.Sample(uv, layer))
-#define FetchTexture(texture, ij) (ostraParameter_##texture.Fetch(ij))
 #define FetchTextureLayer(texture, ij, layer) (ostraParameter_##texture.Fetch(ij, layer))
+#endif
+#define FetchTexture(texture, ij) (ostraParameter_##texture.Fetch(ij))
 #define TextureSize(texture) (ostraParameter_##texture.GetSize())
 #define StoreImage(image, ij, value) (::ostra::kernel::ImageStore<decltype(ostraParameter_##image)>())
 // SampleTexture(UNIFORM(image), uv) means the same.

@@ -34,12 +34,15 @@ class RunGuardTest : public testing::Test {
     return Run("net.example.fill.krn", options);
   }
   // 100000 elements, on all threads, with a kernel of one line.
-  ToolResult RunBody(const std::string& body, const std::string& functions = {}) {
+  ToolResult RunBody(const std::string& body, const std::string& functions = {},
+                     const std::vector<std::string>& more = {}) {
     _folder.Write("body.krn", "#define KERNELINPUTS \\\n(Int32) unused, \\\n(Block<Int32>) target\n\n" + functions +
                                   "OSTRA_PARALLEL_KERNEL(Body, KERNELINPUTS)\n{\n\tuint i = LinearInvocation();\n\t" +
                                   body + "\n}\nOSTRA_PARALLEL_KERNEL_END\n");
-    return RunTool({"run", _folder / "body.krn", "--in", "target=zeros:100000", "--set", "unused=0", "--out",
-                    "target=" + _folder / "out.csv"});
+    std::vector<std::string> command = {"run",   _folder / "body.krn", "--in",  "target=zeros:100000",
+                                        "--set", "unused=0",           "--out", "target=" + _folder / "out.csv"};
+    command.insert(command.end(), more.begin(), more.end());
+    return RunTool(command);
   }
   void ExpectOneLine(const ToolResult& result, int exitStatus) {
     EXPECT_EQ(result.exitStatus, exitStatus) << result.errors;
@@ -187,6 +190,56 @@ TEST_F(RunGuardTest, NoisesThatTheKernelNeverCallsAreRefused) {
   ExpectOneLine(result, kBadUsage);
   EXPECT_THAT(result.errors,
               HasSubstr("--set: the kernel calls no noise 2, so that \"noiseMode_2\" would change nothing"));
+}
+
+TEST_F(RunGuardTest, CheckedKernelsStopAtIndicesOutsideOfTheirArrays) {
+#ifdef OSTRA_SANITIZED
+  GTEST_SKIP() << "sanitizers handle faults themselves";
+#endif
+  const auto run = [&](const std::string& index) {
+    return RunBody("float a[4] = {1.0, 2.0, 3.0, 4.0}; UNIFORM_BUFFER(target)[i] = int(a[" + index + "]);", {},
+                   {"--checked"});
+  };
+  const ToolResult outside = run("int(i % 8u)");
+  ExpectOneLine(outside, kFailed);
+  EXPECT_THAT(outside.errors, testing::MatchesRegex(".*body.krn:8: error: index [4-7] is outside of the array\n"));
+  const ToolResult below = run("int(i % 4u) - 1");
+  ExpectOneLine(below, kFailed);
+  EXPECT_THAT(below.errors, EndsWith("error: index -1 is outside of the array\n"));
+  EXPECT_EQ(run("int(i % 4u)").exitStatus, kDone);
+}
+
+TEST_F(RunGuardTest, CheckedKernelsStopAtLayersThatATextureDoesNotHave) {
+#ifdef OSTRA_SANITIZED
+  GTEST_SKIP() << "sanitizers handle faults themselves";
+#endif
+  const auto run = [&](const std::string& size) {
+    return Run("net.example.layers.krn", {"--in", "sheets=zeros:3x2", "--in", "sheets=ones:3x2", "--out",
+                                          "corners=" + _folder / "out.csv", "--size", size, "--checked"});
+  };
+  const ToolResult fits = run("2");
+  EXPECT_EQ(fits.exitStatus, kDone) << fits.errors;
+  EXPECT_EQ(_folder.Read("out.csv"), "0,0\n1,1\n");
+  std::filesystem::remove(_folder / "out.csv");
+  const ToolResult outside = run("3");
+  ExpectOneLine(outside, kFailed);
+  EXPECT_THAT(outside.errors,
+              EndsWith("layers.krn:11: error: layer 2 is outside the 2 layers of the texture \"sheets\"\n"));
+}
+
+TEST_F(RunGuardTest, WhatChecksDoNotFindIsNotAnsweredWithTheAdviceToCheck) {
+#ifdef OSTRA_SANITIZED
+  GTEST_SKIP() << "sanitizers handle faults themselves";
+#endif
+  const ToolResult result =
+      RunBody("Put(CPU_PASS_BUFFER(target), 40000000);",
+              "inline void Put(CPU_CONSTREF(KernelBuffer<Int32>) buffer, int place)\n{\n\tbuffer[place] = 1;\n}\n\n",
+              {"--checked"});
+  ExpectOneLine(result, kFailed);
+  EXPECT_EQ(
+      result.errors,
+      "ostra: the kernel reads or writes outside of its buffers, where --checked does not look: in a buffer or an "
+      "array that a function was handed\n");
 }
 
 }  // namespace

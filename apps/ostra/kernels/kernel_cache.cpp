@@ -47,7 +47,11 @@ std::vector<std::string> MakeFlags(const std::string& headerFolder, const Kernel
   for (const char* group : {"all", options.isFast ? "fast" : "exact"}) {
     for (std::string& flag : GetKernelFlags(group)) flags.push_back(std::move(flag));
   }
-  if (options.isChecked) flags.emplace_back("-DOSTRA_CHECK_KERNEL_INDICES");
+  if (options.isChecked) {
+    for (const char* flag : {"-DOSTRA_CHECK_KERNEL_INDICES", "-DOSTRA_CHECK_KERNEL_ARRAYS", "-fsanitize=bounds",
+                             "-fno-sanitize-recover=bounds"})
+      flags.emplace_back(flag);
+  }
   return flags;
 }
 

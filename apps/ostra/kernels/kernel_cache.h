@@ -24,7 +24,8 @@ struct KernelModuleOptions {
   std::string cacheFolder;  // empty: $XDG_CACHE_HOME/ostra, else ~/.cache/ostra
   // Lets the compiler reorder floating-point arithmetic: faster, and the last bits differ.
   Bool isFast = false;
-  // Lets the kernel end the process with a message at an index outside of a buffer.
+  // Lets the kernel end the process with a message at an index outside of a buffer, an array or the layers of a
+  // texture.
   Bool isChecked = false;
   // Compiles the kernel though the cache has a module of it.
   Bool isCompiledAgain = false;

@@ -15,14 +15,14 @@ namespace {
 
 // Whole lines, made before anything goes wrong: a handler may do little more than write.
 struct Lines {
-  std::string outside, division, trap, stack;
+  std::string outside, outsideChecked, division, trap, stack;
   std::atomic_flag isSaid = ATOMIC_FLAG_INIT;
 };
 
 Lines& GetLines() {
   // Progress on a terminal is in the line that the message belongs into.
   static const std::string start = isatty(STDERR_FILENO) ? "\r\033[Kostra: " : "ostra: ";
-  static Lines lines{start + kOutsideOfBuffers + "\n",
+  static Lines lines{start + DescribeOutside(false) + "\n", start + DescribeOutside(true) + "\n",
                      start + "the kernel divides a whole number by zero, or the smallest one by -1\n",
                      start + "the kernel divides a whole number by zero, or does what has no result either\n",
                      start +
@@ -32,6 +32,7 @@ Lines& GetLines() {
 }
 
 Lines* theLines = nullptr;
+Bool theKernelIsChecked = false;
 
 // Null for processors of which it is not known here.
 const void* GetStackPointer(const void* context) {
@@ -49,7 +50,9 @@ const std::string& ChooseLine(int signal, const void* context) {
   if (signal == SIGFPE) return theLines->division;
   if (signal == SIGILL || signal == SIGTRAP) return theLines->trap;
   const void* const stackPointer = GetStackPointer(context);
-  return stackPointer && SignalStack::IsUsedUp(stackPointer) ? theLines->stack : theLines->outside;
+  return stackPointer && SignalStack::IsUsedUp(stackPointer) ? theLines->stack
+         : theKernelIsChecked                                ? theLines->outsideChecked
+                                                             : theLines->outside;
 }
 
 // Several threads may fail at once, and one line is enough.
@@ -68,6 +71,7 @@ void HandleSignal(int signal, siginfo_t*, void* context) {
 CrashGuard::CrashGuard(Bool isChecked) {
   static_assert(std::size(kSignals) == sizeof(_former) / sizeof(_former[0]));
   theLines = &GetLines();
+  theKernelIsChecked = isChecked;
   SignalStack::RequestForWorkers();
   for (std::size_t i = 0; i < std::size(kSignals); ++i) {
     sigaction(kSignals[i], nullptr, &_former[i]);

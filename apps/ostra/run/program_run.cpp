@@ -87,10 +87,10 @@ Result<void> ProgramRun::StoreBuffer(const PlannedBuffer& buffer) {
   return _program->SetGlobalBufferLink(buffer.name, link);
 }
 
-Result<void> ProgramRun::CheckBufferEnds() const {
+Result<void> ProgramRun::CheckBufferEnds(Bool isChecked) const {
   for (const auto& buffer : _fencedBuffers)
     if (!static_cast<const FencedArray&>(*buffer->GetReference()).AreMarginsWhole())
-      return OSTRA_ILLEGAL_STATE("@", kOutsideOfBuffers);
+      return OSTRA_ILLEGAL_STATE("@", DescribeOutside(isChecked));
   return OK;
 }
 

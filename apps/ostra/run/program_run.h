@@ -29,7 +29,7 @@ class ProgramRun {
 
   // Error: illegal state when a kernel wrote close to a buffer; farther away it is a fault at
   // once. CPU only.
-  Result<void> CheckBufferEnds() const;
+  Result<void> CheckBufferEnds(Bool isChecked) const;
 
   // The elements that the kernel sees under this name after the last dispatch.
   Result<Array<Generic>> GetBuffer(InternedId name) const;

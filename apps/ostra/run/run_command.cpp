@@ -53,7 +53,7 @@ Result<RunReport> Execute(const RunOptions& options, const RunPlan& plan) {
     // Drivers of GPUs are no business of the guard.
     const auto guard = options.backend == Backend::Gpu ? nullptr : std::make_unique<CrashGuard>(options.isChecked);
     OSTRA_ASSIGN_OR_RETURN(report.milliseconds, Repeat(options, run));
-    OSTRA_RETURN_IF_ERROR(run.CheckBufferEnds());
+    OSTRA_RETURN_IF_ERROR(run.CheckBufferEnds(options.isChecked));
   }
   if (options.backend == Backend::Both) {
     OSTRA_ASSIGN_OR_RETURN(ProgramRun gpuRun,
