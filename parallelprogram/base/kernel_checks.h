@@ -2,10 +2,8 @@
 #pragma once
 
 #include <atomic>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <thread>
 
 #include "ostra/core/types.h"
 
@@ -19,7 +17,7 @@ namespace ostra::kernel {
 // Waits for ever in all threads but the first, which may say its line and end the process.
 inline void BeginFailure() {
   static std::atomic_flag isSaid = ATOMIC_FLAG_INIT;
-  while (isSaid.test_and_set()) std::this_thread::sleep_for(std::chrono::seconds(1));
+  while (isSaid.test_and_set()) isSaid.wait(true);  // until the end of the process
 }
 
 [[noreturn]] inline void FailBufferIndex(const char* buffer, const char* file, int line, Int index, Int count) {
