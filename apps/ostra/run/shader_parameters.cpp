@@ -1,5 +1,7 @@
 #include "apps/ostra/run/shader_parameters.h"
 
+#include "apps/ostra/encode/source_file.h"
+#include "apps/ostra/lints/lints.h"
 #include "apps/ostra/translate/translation.h"
 #include "apps/ostra/values/scalar_type.h"
 #include "ostra/core/atomic.h"
@@ -24,6 +26,20 @@ std::optional<Parameter> DescribeInput(const ShaderInputEntry& input) {
   return Parameter{name, ParameterKind::Buffer, element};
 }
 
+// Declarations that the translator passes over in silence would be parameters that the kernel seems not to have.
+Result<void> CheckDeclarations(const Url& kernelFile, const ShaderParser& parser) {
+  OSTRA_ASSIGN_OR_RETURN(const SourceText source, ReadSourceText(kernelFile));
+  LintedFile linted{std::string(kernelFile.GetView()), SplitSource(source.text), false, false};
+  PlaceLines(linted.lines);
+  Findings findings;
+  LintDeclarations(linted, parser, findings);
+  for (const Finding& finding : findings.GetAll())
+    if (finding.kind == FindingKind::LostDeclaration)
+      return OSTRA_ILLEGAL_ARGUMENT("The kernel \"@\" cannot run because it could not be compiled: @:@: error: @",
+                                    kernelFile.GetName(), finding.file, finding.line, finding.text);
+  return OK;
+}
+
 }  // namespace
 
 Result<std::optional<KernelParameters>> ReadShaderParameters(const Url& kernelFile,
@@ -36,6 +52,7 @@ Result<std::optional<KernelParameters>> ReadShaderParameters(const Url& kernelFi
     OSTRA_ASSIGN_OR_RETURN(const String message, parser.DescribeError(translation.result.GetError()));
     return OSTRA_ILLEGAL_ARGUMENT("@", message);
   }
+  OSTRA_RETURN_IF_ERROR(CheckDeclarations(kernelFile, parser));
   std::vector<Parameter> parameters;
   for (const ShaderInputEntry& input : parser.GetInputEntries()) {
     const auto parameter = DescribeInput(input);
