@@ -33,6 +33,7 @@ constexpr Workload kWorkloads[] = {
     {"mandelbrot", &bench::RunMandelbrot},
     {"nbody", &bench::RunNBody},
     {"dispatch", &bench::RunDispatch},
+    {"heavy", &bench::RunHeavy},
     {"tex2d_rgba32f_coherent", &bench::RunTextures},
     {"tex2d_rgba32f_random", &bench::RunTextures},
     {"tex3d_r32f_coherent", &bench::RunTextures},

@@ -11,6 +11,7 @@ bool RunBlur5(const Options& options);
 bool RunMandelbrot(const Options& options);
 bool RunNBody(const Options& options);
 bool RunDispatch(const Options& options);
+bool RunHeavy(const Options& options);
 // All tex2d_ and tex3d_ workloads.
 bool RunTextures(const Options& options);
 // 256 MiB to the device and back, beside transfers written by hand.
