@@ -211,15 +211,21 @@ TypeIndex Resolver::CallTexture(NodeIndex node, WordId word) {
   if (isSample && !texture.isLinear)
     return Fail(node, "a POINT texture has no filtered value: read it with FetchTexture, or declare it LINEAR");
   const TypeIndex coordinates = Expression(arguments[1]);
-  if (coordinates == kUnknownType ||
-      !Convert(arguments[1], GetVectorType(isSample ? Scalar::kFloat32 : Scalar::kInt32, texture.dimensions),
+  if (coordinates == kUnknownType || IsStopped()) return kUnknownType;
+  // Others are refused by the textures themselves.
+  const Bool isNumber = IsScalar(coordinates) || IsVector(coordinates);
+  const Scalar component = Get(coordinates).scalar;
+  if (isNumber && (isSample ? GetSize(component) == 8 : component != Scalar::kInt32))
+    return Stop(arguments[1], Join({name, " at ", TypeName(coordinates)}));
+  if (!Convert(arguments[1], GetVectorType(isSample ? Scalar::kFloat32 : Scalar::kInt32, texture.dimensions),
                Join({"the place in a texture of ", std::to_string(texture.dimensions), " dimensions"})))
     return kUnknownType;
   if (hasLayer) {
     const TypeIndex layer = Expression(arguments[2]);
     if (layer == kUnknownType || !Convert(arguments[2], kUIntType, "the layer")) return kUnknownType;
   }
-  return texture.scalar == Scalar::kFloat32 ? GetVectorType(Scalar::kFloat32, texture.count) : kUIntType;
+  if (texture.scalar == Scalar::kFloat32) return GetVectorType(Scalar::kFloat32, texture.count);
+  return texture.scalar == Scalar::kInt32 ? kIntType : kUIntType;
 }
 
 // AtomicAdd(place, value, old) and its relatives.

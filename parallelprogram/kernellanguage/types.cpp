@@ -206,9 +206,11 @@ Bool ParseTextureType(std::string_view word, Type& type) {
   };
   // Those that kernels on the CPU read.
   constexpr Kind kKinds[] = {
-      {"R_U8_POINT", 1, Scalar::kUInt8, false},      {"R_F32_POINT", 1, Scalar::kFloat32, false},
-      {"R_F32_LINEAR", 1, Scalar::kFloat32, true},   {"RG_F32_LINEAR", 2, Scalar::kFloat32, true},
-      {"RGB_F32_LINEAR", 3, Scalar::kFloat32, true}, {"RGBA_F32_LINEAR", 4, Scalar::kFloat32, true},
+      {"R_U8_POINT", 1, Scalar::kUInt8, false},       {"R_U16_POINT", 1, Scalar::kUInt16, false},
+      {"R_I32_POINT", 1, Scalar::kInt32, false},      {"R_S32_POINT", 1, Scalar::kInt32, false},
+      {"R_F32_POINT", 1, Scalar::kFloat32, false},    {"R_F32_LINEAR", 1, Scalar::kFloat32, true},
+      {"RG_F32_LINEAR", 2, Scalar::kFloat32, true},   {"RGB_F32_LINEAR", 3, Scalar::kFloat32, true},
+      {"RGBA_F32_LINEAR", 4, Scalar::kFloat32, true},
   };
   for (const Kind& kind : kKinds) {
     if (word.substr(3) != kind.name) continue;

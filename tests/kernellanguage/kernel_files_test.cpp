@@ -18,7 +18,6 @@ const std::map<std::string, std::string>& GetReasons() {
       {"net.ostra.test.words.krn", "this #include: the header is not one of the kernel's own"},
       {"define.krn", "the header \"define.h\" is not one of the kernel's own"},
       {"struct.krn", "the type \"TYPE\" is not declared in the kernel's files"},
-      {"net.example.whole.krn", "a texture type that kernels on the CPU do not have"},
       {"net.ostra.parity.doubles.krn", "floor of numbers of 64 bits"},
       {"net.ostra.parity.paint_gpu.krn", "StoreImage, which the CPU does not have"},
   };

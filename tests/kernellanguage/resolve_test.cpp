@@ -189,6 +189,7 @@ TEST(ResolveErrorTest, ResultsFitTheirFunction) {
 
 TEST(ResolveReasonTest, WhatCppReadsInAnotherWayIsNotUnderstood) {
   EXPECT_EQ(FindReason("vec2 a = UNIFORM(v);"), "1: a vec3 for a vec2");
+  EXPECT_EQ(FindReason("vec4 t = FetchTexture(image, vec2(1.5, 2.5));"), "1: FetchTexture at vec2");
   EXPECT_EQ(FindReason("double d = 1.0; double a = sqrt(d);"), "1: sqrt of numbers of 64 bits");
   EXPECT_EQ(FindReason("StoreImage(image, int2(0, 0), vec4(1.0));"), "1: StoreImage, which the CPU does not have");
   EXPECT_EQ(FindReason("half2 a; half2 b = a + a;"), "1: arithmetic of these vectors");

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <string>
 
+#include "parallelprogram/kernelfront/kernel_file.h"
 #include "parallelprogram/kernelfront/kernel_source.h"
 #include "tests/support/result_matchers.h"
 #include "tests/support/temporary_folder.h"
@@ -44,21 +45,23 @@ const Mistake kMistakes[] = {
     {"ValueOfKernelsThatCannotFail", "\tKERNEL_RETURN;\n", "return-statement with a value", 1},
 };
 
-std::string Compile(const std::string& body) {
-  auto text = String::Create(std::string("#define KERNELINPUTS \\\n(Float32) factor, \\\n(SquareMatrix4d32) place, \\\n"
-                                         "(const TextureSampler_2D_R_F32_POINT) image, \\\n"
-                                         "(const TextureSampler_2D_R_F32_LINEAR) smooth, \\\n"
-                                         "(const TextureSampler_1D_R_U16_POINT) labels, \\\n"
-                                         "(const TextureSampler_1D_R_S32_POINT) signs, \\\n"
-                                         "(const Block<Float32>) source, \\\n(Block<Float32>) target\n\n"
-                                         "OSTRA_PARALLEL_KERNEL(Tested, KERNELINPUTS)\n{\n")
-                                 .append(body)
-                                 .append("}\nOSTRA_PARALLEL_KERNEL_END\n"));
-  EXPECT_THAT(text, IsOk());
-  auto source = GenerateKernelSource({.fileName = "tested.krn", .classId = "tested.krn"}, *text);
-  if (!source) return std::string(source.GetError().GetMessage().GetView());
+std::string MakeTested(const std::string& body) {
+  return std::string(
+             "#define KERNELINPUTS \\\n(Float32) factor, \\\n(SquareMatrix4d32) place, \\\n"
+             "(const TextureSampler_2D_R_F32_POINT) image, \\\n"
+             "(const TextureSampler_2D_R_F32_LINEAR) smooth, \\\n"
+             "(const TextureSampler_1D_R_U16_POINT) labels, \\\n"
+             "(const TextureSampler_1D_R_S32_POINT) signs, \\\n"
+             "(const Block<Float32>) source, \\\n(Block<Float32>) target\n\n"
+             "OSTRA_PARALLEL_KERNEL(Tested, KERNELINPUTS)\n{\n")
+      .append(body)
+      .append("}\nOSTRA_PARALLEL_KERNEL_END\n");
+}
+
+// What the compiler says about a C++ source.
+std::string RunCompiler(std::string_view source) {
   const TemporaryFolder folder;
-  const std::string path = folder.Write("tested.cpp", source->GetView());
+  const std::string path = folder.Write("tested.cpp", source);
   const std::string command =
       "LC_ALL=C " OSTRA_TEST_COMPILER " -std=c++20 -fsyntax-only -I" OSTRA_TEST_INCLUDES " " + path + " 2>&1";
   std::string output;
@@ -68,6 +71,13 @@ std::string Compile(const std::string& body) {
   const int status = pipe ? pclose(pipe) : -1;
   EXPECT_EQ(status == 0, output.find("error:") == std::string::npos) << output;
   return output;
+}
+
+std::string Compile(const std::string& body) {
+  const std::string text = MakeTested(body);
+  const auto source = GenerateKernelSource({.fileName = "tested.krn", .classId = "tested.krn"}, text);
+  if (!source) return std::string(source.GetError().GetMessage().GetView());
+  return RunCompiler(source->GetView());
 }
 
 class KernelCompileErrorTest : public testing::TestWithParam<Mistake> {};
@@ -91,6 +101,41 @@ TEST_P(KernelCompileErrorTest, IsReportedAtItsLine) {
 
 INSTANTIATE_TEST_SUITE_P(Mistakes, KernelCompileErrorTest, testing::ValuesIn(kMistakes),
                          [](const auto& test) { return std::string(test.param.name); });
+
+// What the front end of the language refuses: GCC must refuse it, too, or a kernel that runs would be stopped.
+const char* const kRefusedBodies[] = {
+    "\tfloat a = 1.0\n\tfloat b = 2.0;\n",
+    "\tfloat a = sqrt((1.0 + 2.0);\n",
+    "\tfloat a = sqr(2.0);\n",
+    "\tfloatt a = 1.0;\n",
+    "\tvec3 a = 1.0;\n",
+    "\tvec3 a = vec3(1.0, 2.0);\n",
+    "\tvec3 a = vec3(1.0, 2.0, 3.0) * 2;\n",
+    "\tfloat a = max(1.0, 2);\n",
+    "\tfloat distance = distance(vec2(1.0, 2.0), vec2(1.0, 2.0));\n",
+    "\thalf a = 0.5;\n",
+    "\tfloat a = 3.0 % 2.0;\n",
+    "\tint a = 1;\n\tint a = 2;\n",
+    "\tconst int a = 1;\n\ta = 2;\n",
+    "\tint a[2] = {1, 2, 3};\n",
+    "\tuint old;\n\tAtomicAdd(UNIFORM_BUFFER(target)[0], 1u, old);\n",
+    "\tswitch (1) { case 1: int a = 1; break; case 2: break; }\n",
+    "\tbreak;\n",
+    "\tInGlobalInvocationID.x = 3u;\n",
+};
+
+class RefusedBodyTest : public testing::TestWithParam<const char*> {};
+
+TEST_P(RefusedBodyTest, IsRefusedByTheCompilerToo) {
+  const std::string text = MakeTested(GetParam());
+  const auto refused = GenerateKernelSource({.fileName = "tested.krn", .classId = "tested.krn"}, text);
+  ASSERT_FALSE(refused.IsOk());
+  EXPECT_NE(refused.GetError().GetMessage().GetView().find('^'), std::string_view::npos) << "a line with a caret";
+  const KernelSourceOptions options{.fileName = "tested.krn", .classId = "tested.krn"};
+  EXPECT_NE(RunCompiler(kernelfront::KernelFile(options, text).Generate()).find("error:"), std::string::npos);
+}
+
+INSTANTIATE_TEST_SUITE_P(Bodies, RefusedBodyTest, testing::ValuesIn(kRefusedBodies));
 
 }  // namespace
 }  // namespace ostra::test
