@@ -16,9 +16,7 @@
 #include "ostra/core/printable_text.h"
 #include "ostra/io/file.h"
 #include "parallelprogram/kernelfront/kernel_source.h"
-#include "parallelprogram/shaderparser/container.h"
-
-OSTRA_UNIT("kernelc");
+#include "parallelprogram/shaderparser/source_file.h"
 
 namespace {
 
@@ -45,20 +43,14 @@ std::optional<std::string> ReadFile(const fs::path& path) {
   return std::string(std::istreambuf_iterator<char>(file), {});
 }
 
-Result<std::string> ReadBytes(const std::string& path) {
-  OSTRA_ASSIGN_OR_RETURN(const Url file, Url::Create(path));
-  OSTRA_ASSIGN_OR_RETURN(BaseArray<Byte> bytes, ReadFileToMemory(file, {.maxSize = kMaxTextFileSize}));
-  if (const auto decoded = DecodeContainer(bytes); !decoded)
-    return MakeError(decoded.GetError().GetKind(), kOstraUnit, __LINE__, "the file cannot be read: @",
-                     decoded.GetError());
-  return std::string(bytes.begin(), bytes.end());
-}
-
 // Kernel files and headers may be encoded. Nothing, with a message, when the file cannot be read.
 std::optional<std::string> ReadSource(const std::string& path) {
-  auto source = ReadBytes(path);
-  if (source) return std::move(*source);
-  Report(path + ": error: " + std::string(source.GetError().GetMessage().GetView()));
+  const auto file = Url::Create(path);
+  const auto source = file ? ReadSourceFile(*file, LineEnds::LineFeeds) : Result<SourceFile>(file.GetError());
+  if (source) return std::string(source->text.GetView());
+  const std::string message(source.GetError().GetMessage().GetView());
+  const bool saysIt = message.find(" cannot be read: ") != std::string::npos;
+  Report(path + ": error: " + (saysIt ? "" : "the file cannot be read: ") + message);
   return std::nullopt;
 }
 

@@ -70,7 +70,7 @@ Result<void> IncludeScan::Scan(const Url& file) {
   IncludeFile include;
   OSTRA_ASSIGN_OR_RETURN(include.file, _state.EnterFile(header));
   _state.origin = {include.file, 0};
-  OSTRA_ASSIGN_OR_RETURN(include.source, ReadSourceFile(header));
+  OSTRA_ASSIGN_OR_RETURN(include.source, ReadSourceFile(header, _state.lineEnds));
   OSTRA_ASSIGN_OR_RETURN(const SourceLines lines, SplitLines(include.source.text));
   const Int filesBefore = _files.GetCount();
   OSTRA_RETURN_IF_ERROR(_open.Append(OpenHeader{header, _guards.GetCount()}));
@@ -108,7 +108,12 @@ Result<void> IncludeScan::CheckLimits(const Url& header) {
   }
   if (_state.endless == EndlessSource::Repeat) return OK;
   if (_open.GetCount() >= kDeepestInclude) return _state.MakeLocatedError("headers include each other too deeply");
-  if (++_scanned > kMostIncludes) return _state.MakeLocatedError("too many headers are included; guards are missing");
+  if (++_scanned > kMostIncludes) {
+    const Bool areDistinct = _state.pieces.files.GetCount() > kMostIncludes / 2;
+    OSTRA_ASSIGN_OR_RETURN(const String text, Format("more than @ headers are included@", kMostIncludes,
+                                                     areDistinct ? "" : " again and again; guards are missing"));
+    return _state.MakeLocatedError(text);
+  }
   return OK;
 }
 
@@ -150,6 +155,12 @@ Result<Bool> IncludeScan::EnterGuard(const SourceLines& lines, Int index) {
 Result<void> IncludeScan::ScanIncludeLine(const Url& header, std::string_view quoted) {
   const std::string_view name = quoted.size() < 2 ? std::string_view() : quoted.substr(1, quoted.size() - 2);
   OSTRA_ASSIGN_OR_RETURN(const Url file, header.GetDirectory() + name);
+  const Bool isPreamble = file.GetName().Contains("PNanoVDB");
+  OSTRA_ASSIGN_OR_RETURN(const Url found, FindHeader(file));
+  if (found.IsEmpty() && !isPreamble) {
+    OSTRA_ASSIGN_OR_RETURN(String missing, String::Create(name));
+    OSTRA_RETURN_IF_ERROR(_state.pieces.missingHeaders.Append({_state.origin, std::move(missing)}));
+  }
   return Scan(file);
 }
 

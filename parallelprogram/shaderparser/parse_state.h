@@ -12,11 +12,13 @@ namespace ostra {
 inline constexpr Int32 kNoMultisampling = -1;
 
 struct ParseState {
-  explicit ParseState(const TargetLanguage& theTarget, EndlessSource theEndless, ShaderPieces& thePieces)
-      : target(theTarget), endless(theEndless), pieces(thePieces) {}
+  explicit ParseState(const TargetLanguage& theTarget, EndlessSource theEndless, LineEnds theLineEnds,
+                      ShaderPieces& thePieces)
+      : target(theTarget), endless(theEndless), lineEnds(theLineEnds), pieces(thePieces) {}
 
   const TargetLanguage& target;
   const EndlessSource endless;
+  const LineEnds lineEnds;
   ShaderPieces& pieces;
   Int32 multisampling = kNoMultisampling;
 

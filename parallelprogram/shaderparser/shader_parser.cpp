@@ -13,7 +13,7 @@ enum InitState : Int32 { kNotParsed = 0, kParsing = 1, kParsed = 2 };
 
 Result<void> ParseMainFile(ParseState& state, const Url& file, Int32 number) {
   state.origin = {number, 0};
-  OSTRA_ASSIGN_OR_RETURN(const SourceFile source, ReadSourceFile(file));
+  OSTRA_ASSIGN_OR_RETURN(const SourceFile source, ReadSourceFile(file, state.lineEnds));
   OSTRA_ASSIGN_OR_RETURN(const SourceLines lines, SplitLines(source.text));
   return BlockMachine(state, file, lines).Run();
 }
@@ -37,7 +37,8 @@ Result<StrongRef<ShaderParser>> ShaderParser::Create(const Id& targetLanguage) {
   return StrongRef<ShaderParser>::Adopt(parser);
 }
 
-Result<void> ShaderParser::Init(const Url& file, const DataDictionary& options, EndlessSource endless) {
+Result<void> ShaderParser::Init(const Url& file, const DataDictionary& options, EndlessSource endless,
+                                LineEnds lineEnds) {
   if (IoDetect(file) != IODETECT::FILE)
     return OSTRA_ILLEGAL_ARGUMENT("Illegal argument: Condition file.IoDetect() == IODETECT::FILE not fulfilled.");
   SpinState wait;
@@ -47,13 +48,14 @@ Result<void> ShaderParser::Init(const Url& file, const DataDictionary& options, 
     if (state == kParsed) return OK;
     while (_initState.Load() == kParsing) SpinWaitStep(wait);
   }
-  Result<void> result = Parse(file, options, endless);
+  Result<void> result = Parse(file, options, endless, lineEnds);
   _initState.Store(result ? kParsed : kNotParsed);
   return result;
 }
 
-Result<void> ShaderParser::Parse(const Url& file, const DataDictionary& options, EndlessSource endless) {
-  ParseState state(FindTargetLanguage(_targetLanguage), endless, _pieces);
+Result<void> ShaderParser::Parse(const Url& file, const DataDictionary& options, EndlessSource endless,
+                                 LineEnds lineEnds) {
+  ParseState state(FindTargetLanguage(_targetLanguage), endless, lineEnds, _pieces);
   Result<void> result = ParseFile(state, file, options);
   _lastOrigin = state.origin;
   return result;

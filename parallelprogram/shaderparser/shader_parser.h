@@ -14,6 +14,7 @@
 #include "ostra/core/strong_ref.h"
 #include "ostra/math/vector.h"
 #include "parallelprogram/shaderparser/shader_records.h"
+#include "parallelprogram/shaderparser/source_file.h"
 #include "parallelprogram/shaderparser/type_names.h"
 
 namespace ostra {
@@ -40,8 +41,10 @@ class ShaderParser final : public RefCounted<ShaderParser> {
   // Errors: illegal argument for a file that is none; those of reading, deciphering and decoding files; what is wrong
   // in the source, worded as docs/translation.md lists it; out of memory. After an error the next call tries again, and
   // adds to what was found before: use a new parser for a corrected file.
-  // May be called from any thread: one caller parses, the others wait for it.
-  Result<void> Init(const Url& file, const DataDictionary& options, EndlessSource endless = EndlessSource::Repeat);
+  // `lineEnds` holds for the file and its headers. May be called from any thread: one caller parses, the others wait
+  // for it.
+  Result<void> Init(const Url& file, const DataDictionary& options, EndlessSource endless = EndlessSource::Repeat,
+                    LineEnds lineEnds = LineEnds::Keep);
 
   // The rest may be called after Init has succeeded, from any thread.
 
@@ -81,7 +84,7 @@ class ShaderParser final : public RefCounted<ShaderParser> {
   Result<String> DescribeError(const Error& error) const;
 
  private:
-  Result<void> Parse(const Url& file, const DataDictionary& options, EndlessSource endless);
+  Result<void> Parse(const Url& file, const DataDictionary& options, EndlessSource endless, LineEnds lineEnds);
 
   const Id _targetLanguage;
   AtomicInt32 _initState{0};  // 0 not parsed, 1 a parse runs, 2 parsed

@@ -66,6 +66,12 @@ struct ShaderFunctionDefinition {
   ShaderTextOrigins bodyOrigins;
 };
 
+// A header that is named between the marks for includes, and not found.
+struct ShaderMissingHeader {
+  ShaderTextOrigin origin;  // of the #include line
+  String name;              // as it stands there, without its quotes
+};
+
 // What one parse fills and nothing changes afterwards. The texts and the lists of their origins run in parallel.
 struct ShaderPieces {
   Int noiseCallCount = 0;
@@ -81,7 +87,8 @@ struct ShaderPieces {
   Int32 metalBufferCount = 0;
   Int32 metalImageCount = 0;
 
-  BaseArray<Url> files;          // what origins count in
+  BaseArray<Url> files;  // what origins count in
+  BaseArray<ShaderMissingHeader> missingHeaders;
   BaseArray<UInt64> fileStamps;  // of each file before it was read; 0 for one that cannot be asked
   BaseArray<ShaderTextOrigins> globalCodeOrigins;
   ShaderTextOrigins kernelCodeOrigins;

@@ -108,7 +108,7 @@ TEST_F(HeaderDeclarationsTest, AFunctionWithoutItsEndIsAnError) {
 
 TEST_F(HeaderDeclarationsTest, ADefinitionThatDoesNotBeginWithItsWordIsAnError) {
   ShaderPieces pieces;
-  ParseState state(FindTargetLanguage(kTargetGlsl), EndlessSource::Refuse, pieces);
+  ParseState state(FindTargetLanguage(kTargetGlsl), EndlessSource::Refuse, LineEnds::Keep, pieces);
   const SourceLines lines = SplitLines("\n x\nstructs\ninlines").GetValue();
   EXPECT_THAT(ParseStruct(state, lines, 0),
               IsErrorWith(kIllegalStateError, "Illegal state: Condition line.IsPopulated() not fulfilled."));

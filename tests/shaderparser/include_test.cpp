@@ -176,6 +176,27 @@ TEST_F(IncludeTest, CarriageReturnsHideIncludes) {
               ElementsAre("#define B 1\r"));
 }
 
+TEST_F(IncludeTest, DistinctHeadersBeyondTheLimitAreNotBlamedOnGuards) {
+  std::string list = "// INCLUDE_STRUCTS_BEGIN\n";
+  for (int i = 0; i < 1100; ++i) {
+    const std::string name = "h" + std::to_string(i) + ".h";
+    Write(name, "");
+    list += "#include \"" + name + "\"\n";
+  }
+  EXPECT_THAT(TryParseHeader(list),
+              IsErrorWith(kIllegalArgumentError, GetPath("k.h") + ":1001: error: more than 1000 headers are included"));
+}
+
+TEST_F(IncludeTest, HeadersThatAreNotFoundAreListed) {
+  Write("b.h", "");
+  const ParserRef parser =
+      ParseHeader("// INCLUDE_STRUCTS_BEGIN\n#include \"b.h\"\n#include \"c.h\"\n#include \"PNanoVDB.h\"\n");
+  const auto& missing = parser->GetPieces().missingHeaders;
+  ASSERT_EQ(missing.GetCount(), 1);
+  EXPECT_EQ(missing[0].name, "c.h");
+  EXPECT_EQ(GetPlace(*parser, missing[0].origin), "k.h:3");
+}
+
 TEST_F(IncludeTest, AGuardedHeaderIsTakenOnce) {
   Write("k.h", MakeHeader("A", {"b.h", "c.h"}));
   Write("b.h", MakeHeader("B", {"d.h"}));
@@ -254,7 +275,8 @@ TEST_F(IncludeTest, HeadersThatMultiplyAreRefused) {
   }
   Write("20.h", "");
   EXPECT_THAT(TryParse(""),
-              IsErrorContaining(kIllegalArgumentError, "too many headers are included; guards are missing"));
+              IsErrorContaining(kIllegalArgumentError,
+                                "more than 1000 headers are included again and again; guards are missing"));
 }
 
 TEST_F(IncludeTest, HeadersThatIncludeEachOtherTooDeeplyAreRefused) {
