@@ -1,10 +1,14 @@
 #include "parallelprogram/device/parser_cache.h"
 
 #include <mutex>
+#include <new>
 
+#include "ostra/core/diagnostics.h"
+#include "ostra/core/format.h"
 #include "ostra/io/file.h"
 #include "parallelprogram/base/spin.h"
 #include "parallelprogram/device/cache_keys.h"
+#include "parallelprogram/kernelfront/source_rules.h"
 
 OSTRA_UNIT("parallelprogram_gpu_impl");
 
@@ -20,6 +24,23 @@ UInt64 MakeReadStamp(const ShaderParser& parser) {
   UInt64 stamp = stamps[0];
   for (Int i = 1; i < stamps.GetCount(); ++i) stamp = AppendToKey(stamp, MixKey(stamps[i]));
   return stamp;
+}
+
+// Error: illegal argument "file:line: error: ..." for the first line that the translator takes for something else.
+Result<void> CheckSourceRules(const ShaderParser& parser, const Url& source) {
+  try {
+    for (const Url& file : parser.GetFiles()) {
+      const auto read = ReadSourceFile(file, LineEnds::LineFeeds);
+      if (!read) continue;  // the parser says why
+      const std::string_view text = read->text.GetView();
+      const auto mistakes = file == source ? FindSourceMistakes(text) : FindHeaderMistakes(text);
+      if (!mistakes.empty())
+        return OSTRA_ILLEGAL_ARGUMENT("@:@: error: @", file, mistakes[0].line, std::string_view(mistakes[0].text));
+    }
+  } catch (const std::bad_alloc&) {
+    return OSTRA_OUT_OF_MEMORY();
+  }
+  return OK;
 }
 
 Bool IsTargetLanguage(const Id& language) {
@@ -115,9 +136,14 @@ Result<ParsedKernel> ParserCache::Parse(const KernelSource& source, AtomicInt32&
     const std::scoped_lock parsing(entry->mutex);
     if (entry->hasFailed) continue;  // while this caller waited; a new parser begins from the beginning
     // A source that would be replaced for ever must not keep a worker for ever.
-    Result<void> parsed = entry->parser->Init(source.file, options, EndlessSource::Refuse);
+    Result<void> parsed = entry->parser->Init(source.file, options, EndlessSource::Refuse, LineEnds::LineFeeds);
+    // What breaks a rule fails further down, with a message that explains nothing.
+    if (auto kept = CheckSourceRules(*entry->parser, source.file); !kept) parsed = std::move(kept);
     const UInt64 stamp = MakeReadStamp(*entry->parser);
     if (parsed) {
+      for (const ShaderMissingHeader& missing : entry->parser->GetPieces().missingHeaders)
+        WarningOutput("@:@: warning: the header \"@\" is not found: the GPU goes without it",
+                      entry->parser->GetFiles()[missing.origin.file], missing.origin.line, missing.name);
       entry->stamp.store(stamp, std::memory_order_release);
       return ParsedKernel{entry->parser, stamp};
     }

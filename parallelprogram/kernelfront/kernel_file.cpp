@@ -7,12 +7,20 @@
 #include "parallelprogram/kernelfront/failure.h"
 #include "parallelprogram/kernelfront/guard.h"
 #include "parallelprogram/kernelfront/rewrite.h"
+#include "parallelprogram/kernelfront/source_rules.h"
 
 namespace ostra::kernelfront {
 namespace {
 
 constexpr std::string_view kOpenNamespaces = "namespace ostra::kernel { namespace {";
 constexpr std::string_view kCloseNamespaces = "} }";
+
+// A path without its suffix.
+std::string_view RemoveSuffix(std::string_view path) {
+  const std::size_t dot = path.rfind('.');
+  const std::size_t slash = path.rfind('/');
+  return dot == std::string_view::npos || (slash != std::string_view::npos && dot < slash) ? path : path.substr(0, dot);
+}
 
 std::string MakeLineMark(int line, std::string_view file) {
   return Join({"#line ", std::to_string(line), " ", Quote(file), "\n"});
@@ -69,6 +77,8 @@ std::string MakeIdentifier(std::string_view classId) {
 void KernelFile::Stop(int line, const std::string& message) const { Fail(_file, line, message); }
 
 std::string KernelFile::Generate() {
+  if (const auto mistakes = FindSourceMistakes(_text.GetText(0, _text.GetSize())); !mistakes.empty())
+    Stop(mistakes[0].line, mistakes[0].text);
   RewriteWords(_text, _file, _options.templateArgument);
   CheckWords(_text);
   const auto& tokens = _text.GetTokens();
@@ -223,6 +233,10 @@ std::string KernelFile::MakeInclude(std::string_view directive, const std::strin
 
 std::string KernelFile::MakeHeader(const KernelHeader& header, std::vector<std::string> includingHeaders) {
   includingHeaders.push_back(header.path);
+  // Functions of this header are taken by the translation for the GPU.
+  const bool isCompanion = header.path.ends_with(".h") && RemoveSuffix(header.path) == RemoveSuffix(_file);
+  if (const auto mistakes = FindHeaderMistakes(header.text); isCompanion && !mistakes.empty())
+    Fail(header.path, mistakes[0].line, mistakes[0].text);
   EditedText text(header.text);
   RewriteWords(text, header.path, _options.templateArgument);
   CheckWords(text);

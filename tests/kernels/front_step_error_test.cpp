@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "parallelprogram/kernelfront/kernel_source.h"
+#include "parallelprogram/kernelfront/source_rules.h"
 #include "tests/support/result_matchers.h"
 
 namespace ostra::test {
@@ -26,7 +27,7 @@ const Refusal kRefusals[] = {
     {"KernelWithoutName", "\nFP_KERNEL(, K)\n{\n}\nFP_KERNEL_END\n",
      "k.krn:2: error: FP_KERNEL is not used in the form FP_KERNEL(Name, KERNELINPUTS)"},
     {"BracesOfTheKernel", "FP_KERNEL(A, K)\n{\n\tif (a) {\n}\nFP_KERNEL_END\n",
-     "k.krn:1: error: the kernel's braces do not match"},
+     "k.krn:2: error: this brace is not closed before FP_KERNEL_END"},
     {"BracesOfTheMethod", "OSTRA_METHOD Result<void> Kernel()\n{\n\tif (a) {\n}\n",
      "k.krn:1: error: the kernel's braces do not match"},
     {"BraceBeforeTheKernel", "struct A {\nOSTRA_PARALLEL_KERNEL(A, K)\n{\n}\nOSTRA_PARALLEL_KERNEL_END\n",
@@ -79,7 +80,9 @@ const Refusal kRefusals[] = {
     {"StructWithoutEnd", "struct KernelInput\n{\n\tFloat32 a;\n",
      "k.krn:1: error: struct KernelInput has no end \"};\""},
     {"BraceOnTheLineOfTheStruct", "struct KernelInput {\n\tFloat32 a;\n};\n",
-     "k.krn:1: error: the opening brace of KernelInput must be alone on the next line"},
+     "k.krn:1: error: the brace belongs on a line of its own: the translator takes the next line for it, and counts "
+     "this "
+     "one in addition"},
     {"GroupSizeWithoutBlanks", "GROUPSIZE(8,8,1)\n",
      "k.krn:1: error: GROUPSIZE used wrong, please used the format GROUPSIZE(x, y, z) only"},
     {"GroupSizeOfZero", "GROUPSIZE(8, 0, 1)\n", "k.krn:1: error: every component of GROUPSIZE must be at least 1"},
@@ -97,6 +100,35 @@ const Refusal kRefusals[] = {
      "k.krn:1: error: CPU_SINGLETHREADEDTHRESHOLD is not used in the form CPU_SINGLETHREADEDTHRESHOLD(count)"},
     {"ScopeWithoutEnd", "FP_KERNEL(A, K)\n{\n\tCPU_SCOPE_START\n}\nFP_KERNEL_END\n",
      "k.krn:3: error: CPU_SCOPE_START has no CPU_SCOPE_END"},
+    {"BraceOnTheKernelsLine", "FP_KERNEL(A, K) {\n}\nFP_KERNEL_END\n",
+     "k.krn:1: error: the brace of the kernel belongs on a line of its own: the translation for the GPU drops the "
+     "whole "
+     "line of FP_KERNEL"},
+    {"KernelOnTwoLines", "FP_KERNEL(A,\n K)\n{\n}\nFP_KERNEL_END\n",
+     "k.krn:1: error: FP_KERNEL(Name, KERNELINPUTS) belongs on one line: the translation for the GPU drops only its "
+     "first "
+     "line"},
+    {"EndBehindTheBrace", "FP_KERNEL(A, K)\n{\n} FP_KERNEL_END\n",
+     "k.krn:3: error: FP_KERNEL_END must begin its line: the translation for the GPU does not find it here"},
+    {"BraceTooMuchInTheKernel", "FP_KERNEL(A, K)\n{\n\ta;\n}\n}\nFP_KERNEL_END\n",
+     "k.krn:4: error: this brace closes the kernel, which ends in line 6: is it one too many, or is an opening brace "
+     "missing before it?"},
+    {"CopyOnTheLineOfABrace", "FP_KERNEL(A, K)\n{\n\t{ MAKELOCAL(a, 64, F)\n\t}\n}\nFP_KERNEL_END\n",
+     "k.krn:3: error: MAKELOCAL belongs on a line of its own: the translation for the GPU replaces the whole line"},
+    {"BraceBehindACopy", "FP_KERNEL(A, K)\n{\n\t{\n\tMAKELOCAL(a, 64, F); }\n}\nFP_KERNEL_END\n",
+     "k.krn:4: error: MAKELOCAL belongs on a line of its own: the translation for the GPU replaces the whole line"},
+    {"BraceInABlockComment", "FP_KERNEL(A, K)\n{\n/* a\n} b */\n}\nFP_KERNEL_END\n",
+     "k.krn:4: error: the brace in this comment ends the block on the GPU: the translation counts braces in comments"},
+    {"OpenBraceInACommentOfAFunction", "inline int F()\n{\n// {\n}\nFP_KERNEL(A, K)\n{\n}\nFP_KERNEL_END\n",
+     "k.krn:3: error: the brace in this comment keeps the block open on the GPU: the translation counts braces in "
+     "comments"},
+    {"FunctionOnOneLine", "inline int F() { return 1; }\nFP_KERNEL(A, K)\n{\n}\nFP_KERNEL_END\n",
+     "k.krn:1: error: a function on one line has no body on the GPU: write its braces on lines of their own"},
+    {"BraceOnTheFunctionsLine", "inline int F() {\n return 1;\n}\nFP_KERNEL(A, K)\n{\n}\nFP_KERNEL_END\n",
+     "k.krn:1: error: the brace of a function belongs on a line of its own: here it is left out on the GPU"},
+    {"FunctionHeadOnTwoLines", "inline int F(int a,\n int b)\n{\n}\nFP_KERNEL(A, K)\n{\n}\nFP_KERNEL_END\n",
+     "k.krn:1: error: the declaration of a function belongs on one line: the translation for the GPU takes the first "
+     "one"},
     {"NamespaceBeforeCode", "namespace a {\nint b;\n}\n",
      "k.krn:2: error: the line after a namespace must be its opening brace or empty: the translation for the GPU drops "
      "it"},
@@ -121,6 +153,32 @@ TEST(FrontStepLimitsTest, HeadersWithoutEndAreRefused) {
   const auto result =
       GenerateKernelSource(options, "#include \"first.h\"\n" + std::string("FP_KERNEL(A, K)\n{\n}\nFP_KERNEL_END\n"));
   EXPECT_THAT(result, IsErrorWith(kIllegalArgumentError, "h999:1: error: more than 1000 headers are included"));
+}
+
+TEST(FrontStepHeaderTest, AFunctionOnOneLineInTheHeaderOfTheKernelIsNamedThere) {
+  KernelSourceOptions options{.fileName = "a/k.krn"};
+  std::string header = "a/k.h";
+  options.readHeader = [&header](const std::string&, const std::string&) -> std::optional<KernelHeader> {
+    return KernelHeader{header, "\ninline int F() { return 1; }\n"};
+  };
+  const std::string source = "#include \"k.h\"\nFP_KERNEL(A, K)\n{\n}\nFP_KERNEL_END\n";
+  EXPECT_THAT(GenerateKernelSource(options, source),
+              IsErrorWith(kIllegalArgumentError,
+                          "a/k.h:2: error: a function on one line has no body on the GPU: write its braces on lines of "
+                          "their own"));
+  header = "a/only_for_the_cpu.h";
+  EXPECT_THAT(GenerateKernelSource(options, source), IsOk());
+}
+
+TEST(FrontStepRulesTest, WhatTheTranslationReadsWellIsNoMistake) {
+  for (const char* body :
+       {"\t// { }\n", "\t/* {\n\t} */\n", "\tCPU_SCOPE_START\n\t// }\n\t{ MAKELOCAL(a, 64, F) }\n\tCPU_SCOPE_END\n",
+        "#ifdef A\n\tif (a) {\n#else\n\tif (b) {\n#endif\n\t}\n", "\tMAKELOCAL(a, 64, F); // copies\n",
+        "\tif (a) { b; } else { c; }\n", "\t// {\n"}) {
+    const auto mistakes = FindSourceMistakes("inline int F()\n{ return 1; }\n\nFP_KERNEL(A, K)\n{\n" +
+                                             std::string(body) + "}\nFP_KERNEL_END\n");
+    EXPECT_TRUE(mistakes.empty()) << body << mistakes[0].line << mistakes[0].text;
+  }
 }
 
 TEST(FrontStepUsesTest, NamesThatSomethingElseMayStandBehindAreLeftToTheCompiler) {

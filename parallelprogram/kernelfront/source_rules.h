@@ -1,0 +1,26 @@
+// Rules about the lines of kernel files and stage files: what C++ accepts, but the translation for the GPU, which reads
+// line by line, takes for something else. The CPU's front end, GPU programs and `ostra check` report the same
+// mistakes in the same words.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "ostra/core/types.h"
+
+namespace ostra {
+
+struct SourceMistake {
+  int line = 0;  // from 1
+  std::string text;
+};
+
+// The mistakes in a kernel file or stage file, in the order of their lines; empty for a file that keeps the rules.
+// Throws std::bad_alloc. Thread-safe.
+std::vector<SourceMistake> FindSourceMistakes(std::string_view source);
+
+// The same for the header of a kernel file, from which functions are taken one by one.
+std::vector<SourceMistake> FindHeaderMistakes(std::string_view source);
+
+}  // namespace ostra
