@@ -3,6 +3,7 @@
 #include "ostra/core/text_characters.h"
 #include "ostra/math/data_types.h"
 #include "parallelprogram/shaderassembly/assembly_records.h"
+#include "parallelprogram/shaderassembly/stage_rules.h"
 #include "parallelprogram/shaderloader/graphics_program.h"
 
 OSTRA_UNIT("general_shader_loader_impl");
@@ -53,35 +54,21 @@ Result<void> AddFeatures(DrawportProgramDescription& description, DrawportStage 
   return description.AddRequiredFeature(stage, DrawportFeature::ShaderStorageBuffer);
 }
 
-// What a stage gets from another one or hands on. Error: illegal argument for types that stay within a stage, and for
-// vertices of halves: they would be read as floats.
-Result<DrawportShaderValueType> GetVariableType(const ShaderInputEntry& variable) {
-  const ShaderValueForm form = GetShaderValueForm(variable.dataType);
-  const Bool isHalf =
-      variable.dataType == GetDataType<HalfFloat>() || variable.dataType == GetDataType<Vec4<HalfFloat>>();
-  const Bool isValue = form.kind == ShaderValueForm::Kind::Uniform && form.type != DrawportShaderValueType::Gradient;
-  if (isValue && !(isHalf && variable.kind == kShaderInputAttribute)) return form.type;
-  return OSTRA_ILLEGAL_ARGUMENT("The variable \"@\" cannot have the type \"@\".", variable.name, variable.dataType);
-}
-
 // Colours are numbered in the order in which they are declared; what is transparent comes behind them.
 class OutputCounter {
  public:
   Result<void> Add(DrawportProgramDescription& description, const ShaderInputEntry& variable) {
-    const String& name = variable.name.GetString();
-    if (name.Contains("depth") && (name.Contains("color") || name.Contains("transparency")))
-      return OSTRA_ILLEGAL_ARGUMENT("The name of the out variable \"@\" says two things.", name);
-    if (name.Contains("color")) {
-      OSTRA_ASSIGN_OR_RETURN(const InternedId id, InternedId::Create(name));
-      return description.AddOutputColorVariable(_colorCount++, id);
+    switch (GetStageOutput(variable.name.GetString())) {
+      case StageOutput::Color: {
+        OSTRA_ASSIGN_OR_RETURN(const InternedId id, InternedId::Create(variable.name.GetString()));
+        return description.AddOutputColorVariable(_colorCount++, id);
+      }
+      case StageOutput::Transparency:
+        _isTransparent = true;
+        return OK;
+      default:
+        return description.SetDepthWriteMode(1);  // other names are refused before
     }
-    if (name.Contains("transparency")) {
-      _isTransparent = true;
-      return OK;
-    }
-    if (name.Contains("depth")) return description.SetDepthWriteMode(1);
-    return OSTRA_ILLEGAL_ARGUMENT(
-        "The out variable \"@\" is none: the name of one holds \"color\", \"transparency\" or \"depth\".", name);
   }
   Result<void> End(DrawportProgramDescription& description) const {
     if (!_isTransparent) return OK;
@@ -94,29 +81,12 @@ class OutputCounter {
   Bool _isTransparent = false;
 };
 
-Result<void> CheckKinds(const ShaderParser& parser, DrawportStage stage) {
-  for (const ShaderInputEntry& variable : parser.GetInputEntries()) {
-    const Bool isBuffer = !variable.dataType.IsPopulated();
-    if (isBuffer && (variable.kind == kUniformKind || variable.kind == kShaderInputReadOnly)) continue;
-    switch (variable.kind) {
-      case kUniformKind:
-      case kShaderInputVarying:
-        break;
-      case kShaderInputOut:
-        if (stage != DrawportStage::Fragment)
-          return OSTRA_ILLEGAL_ARGUMENT("out variables only allowed for fragment shaders.");
-        break;
-      case kShaderInputAttribute:
-        if (stage != DrawportStage::Vertex)
-          return OSTRA_ILLEGAL_ARGUMENT("attribute variables only allowed for vertex shaders.");
-        break;
-      default:
-        return OSTRA_ILLEGAL_ARGUMENT("UniformTypeMask was not correctly set.");
-    }
-    // What stages hand on are values.
-    if (isBuffer) return OSTRA_ILLEGAL_ARGUMENT("UniformTypeMask was not correctly set.");
-  }
-  return OK;
+// Error: illegal argument for a stage that cannot be drawn with.
+Result<void> CheckStage(const ShaderParser& parser, DrawportStage stage) {
+  OSTRA_ASSIGN_OR_RETURN(const std::optional<StageMistake> found, FindStageMistake(parser, stage));
+  if (!found) return OK;
+  if (found->origin.line == 0) return OSTRA_ILLEGAL_ARGUMENT("@: error: @", parser.GetFiles()[0], found->text);
+  return OSTRA_ILLEGAL_ARGUMENT("@", found->text);
 }
 
 Result<void> AddVariables(DrawportProgramDescription& description, const GraphicsProgram& program,
@@ -129,7 +99,7 @@ Result<void> AddVariables(DrawportProgramDescription& description, const Graphic
       OSTRA_RETURN_IF_ERROR(outputs.Add(description, variable));
       continue;
     }
-    OSTRA_ASSIGN_OR_RETURN(const DrawportShaderValueType type, GetVariableType(variable));
+    const DrawportShaderValueType type = *GetStageVariableType(variable);
     OSTRA_ASSIGN_OR_RETURN(const InternedId name, InternedId::Create(variable.name));
     if (variable.kind == kShaderInputAttribute)
       OSTRA_RETURN_IF_ERROR(description.AddAttribute(stage, type, name));
@@ -142,9 +112,7 @@ Result<void> AddVariables(DrawportProgramDescription& description, const Graphic
 Result<void> DescribeStage(DrawportProgramDescription& description, const GraphicsProgram& program, DrawportStage stage,
                            const ShaderParser& parser, Bool isMultisampled) {
   OSTRA_RETURN_IF_ERROR(AddFeatures(description, stage, isMultisampled));
-  OSTRA_RETURN_IF_ERROR(CheckKinds(parser, stage));
-  if (parser.GetNoiseCallCount() > 0)
-    return OSTRA_ILLEGAL_ARGUMENT("@: error: stages of graphics programs have no noises", parser.GetFiles()[0]);
+  OSTRA_RETURN_IF_ERROR(CheckStage(parser, stage));
   OSTRA_ASSIGN_OR_RETURN(ShaderRecords records, MakeShaderRecords(parser, stage));
   OSTRA_RETURN_IF_ERROR(
       AddPassTexture(records, parser, GetDepthTextureName(), "net.ostra.image.pixelformat.dynamic.redf32"_id, false));
@@ -168,7 +136,7 @@ Result<void> DescribeAttributes(DrawportVertexAttributeLayoutDescription& layout
   Int offset = 0;
   for (const ShaderInputEntry& variable : vertexStage.GetInputEntries()) {
     if (!variable.dataType.IsPopulated() || variable.kind != kShaderInputAttribute) continue;
-    OSTRA_ASSIGN_OR_RETURN(const DrawportShaderValueType type, GetVariableType(variable));
+    const DrawportShaderValueType type = *GetStageVariableType(variable);
     OSTRA_ASSIGN_OR_RETURN(const InternedId name, InternedId::Create(variable.name));
     OSTRA_RETURN_IF_ERROR(layout.AllocVertexAttribute(offset, type, name));
     offset += GetVertexAttributeSize(type);
