@@ -7,6 +7,9 @@
 #include <algorithm>
 #include <charconv>
 #include <new>
+#include <string>
+
+#include "ostra/core/text_characters.h"
 
 namespace ostra::shadercompiler {
 
@@ -51,6 +54,100 @@ Int TakeLineNumber(std::string_view& text) {
   text.remove_prefix(static_cast<std::size_t>(end - text.data()) + 1);
   while (text.starts_with(' ')) text.remove_prefix(1);
   return line;
+}
+
+// The library's names of tokens, as people know them.
+struct TokenName {
+  std::string_view name, text;
+};
+constexpr TokenName kTokenNames[] = {
+    {"LEFT_BRACE", "\"{\""},
+    {"RIGHT_BRACE", "\"}\""},
+    {"LEFT_PAREN", "\"(\""},
+    {"RIGHT_PAREN", "\")\""},
+    {"LEFT_BRACKET", "\"[\""},
+    {"RIGHT_BRACKET", "\"]\""},
+    {"LEFT_ANGLE", "\"<\""},
+    {"RIGHT_ANGLE", "\">\""},
+    {"SEMICOLON", "\";\""},
+    {"COMMA", "\",\""},
+    {"COLON", "\":\""},
+    {"DOT", "\".\""},
+    {"EQUAL", "\"=\""},
+    {"BANG", "\"!\""},
+    {"DASH", "\"-\""},
+    {"TILDE", "\"~\""},
+    {"PLUS", "\"+\""},
+    {"STAR", "\"*\""},
+    {"SLASH", "\"/\""},
+    {"PERCENT", "\"%\""},
+    {"VERTICAL_BAR", "\"|\""},
+    {"CARET", "\"^\""},
+    {"AMPERSAND", "\"&\""},
+    {"QUESTION", "\"?\""},
+    {"LEFT_OP", "\"<<\""},
+    {"RIGHT_OP", "\">>\""},
+    {"INC_OP", "\"++\""},
+    {"DEC_OP", "\"--\""},
+    {"LE_OP", "\"<=\""},
+    {"GE_OP", "\">=\""},
+    {"EQ_OP", "\"==\""},
+    {"NE_OP", "\"!=\""},
+    {"AND_OP", "\"&&\""},
+    {"OR_OP", "\"||\""},
+    {"XOR_OP", "\"^^\""},
+    {"IDENTIFIER", "a name"},
+    {"TYPE_NAME", "a type"},
+    {"FIELD_SELECTION", "a member"},
+    {"INTCONSTANT", "a number"},
+    {"UINTCONSTANT", "a number"},
+    {"FLOATCONSTANT", "a number"},
+    {"DOUBLECONSTANT", "a number"},
+    {"BOOLCONSTANT", "a truth value"},
+};
+
+std::string DescribeToken(std::string_view word) {
+  for (const TokenName& known : kTokenNames)
+    if (known.name == word) return std::string(known.text);
+  const Bool isToken = word.size() > 1 && std::all_of(word.begin(), word.end(), [](char c) {
+                         return (c >= 'A' && c <= 'Z') || IsDigit(c) || c == '_';
+                       });
+  std::string text(word);
+  if (!isToken) return text;
+  std::transform(text.begin(), text.end(), text.begin(), &ToLower);
+  return '"' + text + '"';
+}
+
+// "'' :  syntax error, unexpected RIGHT_BRACE" becomes "syntax error, unexpected "}"".
+std::string DescribeTokens(std::string_view message) {
+  constexpr std::string_view kStart = "syntax error, unexpected ";
+  const std::size_t start = message.find(kStart);
+  if (start == std::string_view::npos) {
+    if (message.find("memory exhausted") == std::string_view::npos) return std::string(message);
+    return "expressions or statements are nested too deeply for the compiler: divide them";
+  }
+  std::string text(kStart);
+  message.remove_prefix(start + kStart.size());
+  while (!message.empty()) {
+    std::size_t end = 0;
+    while (end < message.size() && IsWordCharacter(message[end])) ++end;
+    text += DescribeToken(message.substr(0, end));
+    if (end < message.size()) text += message[end++];
+    message.remove_prefix(end);
+  }
+  return text;
+}
+
+// A log without a message of the usual form: "(12): error at column 1, HLSL parsing failed.".
+ShaderMessage ReadBareLog(std::string_view log) {
+  std::string_view text = log.substr(0, log.find('\n'));
+  Int line = 0;
+  constexpr std::string_view kEnd = "): error at column ";
+  if (const std::size_t at = text.find(kEnd); text.starts_with('(') && at != std::string_view::npos)
+    std::from_chars(text.data() + 1, text.data() + at, line);
+  if (line == 0) return {true, 0, MakeText(log)};
+  const std::size_t comma = text.find(", ");
+  return {true, line, MakeText(comma == std::string_view::npos ? text : text.substr(comma + 2))};
 }
 
 // Lines that only sum up what the others say.
@@ -109,7 +206,7 @@ void ReadLog(std::string_view log, std::vector<ShaderMessage>& messages) {
     isContinued = !IsSummary(line);
     if (!isContinued) continue;
     const Int number = TakeLineNumber(line);
-    lines.push_back({isError || IsFailure(line), number, std::string(line)});
+    lines.push_back({isError || IsFailure(line), number, DescribeTokens(line)});
   }
   for (const Line& line : lines) messages.push_back({line.isError, line.number, MakeText(line.text)});
 }
@@ -135,7 +232,7 @@ std::vector<UInt32> TranslateToSpirv(Bool isHlsl, DrawportStage stage, std::stri
   ReadLog(shader.getInfoLog(), messages);
   KeepFirstOfEachLine(messages);
   if (!isParsed) {
-    if (messages.empty()) messages.push_back({true, 0, MakeText(shader.getInfoLog())});
+    if (messages.empty()) messages.push_back(ReadBareLog(shader.getInfoLog()));
     return {};
   }
   glslang::TProgram program;

@@ -7,8 +7,10 @@
 #include "ostra/shadercompiler/contraction.h"
 #include "ostra/shadercompiler/glslang_front.h"
 #include "ostra/shadercompiler/inlining.h"
+#include "ostra/shadercompiler/large_stack.h"
 #include "ostra/shadercompiler/scalar_layout.h"
 #include "ostra/shadercompiler/spirv_checks.h"
+#include "ostra/shadercompiler/text_limits.h"
 
 OSTRA_UNIT("shader_compiler");
 
@@ -85,7 +87,14 @@ Result<CompiledShader> CompileShader(const Id& language, DrawportStage stage, co
   CompiledShader compiled;
   try {
     std::vector<ShaderMessage> messages;
-    const std::vector<UInt32> words = Compile(isHlsl, stage, shader.text, options, messages);
+    std::vector<UInt32> words;
+    if (auto error = shadercompiler::FindTextLimitError(shader.text)) {
+      OSTRA_ASSIGN_OR_RETURN(String text, String::Create(error->text));
+      messages.push_back({true, error->line, std::move(text)});
+    } else {
+      OSTRA_RETURN_IF_ERROR(shadercompiler::RunOnLargeStack(
+          shadercompiler::kStackSize, [&] { words = Compile(isHlsl, stage, shader.text, options, messages); }));
+    }
     OSTRA_RETURN_IF_ERROR(compiled.words.Resize(static_cast<Int>(words.size())));
     std::copy(words.begin(), words.end(), compiled.words.begin());
     for (ShaderMessage& message : messages) OSTRA_RETURN_IF_ERROR(compiled.messages.Append(std::move(message)));

@@ -35,8 +35,9 @@ struct ShaderCompilerOptions {
 };
 
 // Compiles GLSL or HLSL, checks the result and optimises it. Arithmetic stays as written: nothing is contracted or
-// reordered. Mistakes in the text are messages of the result. Errors: illegal argument for another language or for a
-// stage that cannot be compiled; out of memory.
+// reordered. Mistakes in the text are messages of the result, and so is a text that is nested too deeply or too long
+// with what its macros stand for (text_limits.h). Errors: illegal argument for another language or for a stage that
+// cannot be compiled; illegal state when no thread can be started; out of memory.
 Result<CompiledShader> CompileShader(const Id& language, DrawportStage stage, const AssembledShader& shader,
                                      const ShaderCompilerOptions& options = {});
 
