@@ -17,11 +17,12 @@ constexpr const char* kTranslateDetails =
     "Exit status: 0 done, 1 failed, 2 wrong usage.\n";
 
 constexpr const char* kCheckDetails =
-    "Every file is translated for every target, assembled to a whole shader and compiled: GLSL and HLSL with glslang "
+    "Every file is translated for every language, assembled to a whole shader and compiled: GLSL and HLSL with glslang "
     "(the\n"
-    "results are checked by SPIRV-Tools), Metal as C++ for OpenCL with clang. Messages name the lines of the files, "
-    "headers "
-    "included.\n"
+    "results are checked by SPIRV-Tools), Metal as C++ for OpenCL with clang. Kernels are compiled for the CPU as well, with the\n"
+    "system's C++ compiler or the one that CXX names; where a compiler is missing, the summary says so. Messages name "
+    "the\n"
+    "lines of the files, headers included.\n"
     "Warnings tell what works on some devices only, or means something else there. Stage files of one name "
     "(model.vert,\n"
     "model.frag) are also checked together: what one receives the one before it must hand on.\n"
@@ -34,6 +35,7 @@ constexpr const char* kCheckDetails =
     "Exit status: 0 no errors, 1 errors or failed, 2 wrong usage.\n";
 
 const std::vector<std::string> kTargets = {"HLSL", "GLSL", "METAL"};
+const std::vector<std::string> kCheckTargets = {"CPU", "HLSL", "GLSL", "METAL"};
 
 template <class Arguments>
 void AddParserOptions(CLI::App& command, Arguments& arguments) {
@@ -68,17 +70,20 @@ Result<void> RunTranslate(const TranslateArguments& arguments) {
   OSTRA_ASSIGN_OR_RETURN(options.target, Id::Create(arguments.target));
   options.templateArgument = arguments.templateArgument;
   options.multisampling = arguments.multisampling;
+  // The report for programs shows what the translator makes of the very bytes of the file.
+  options.lineEnds = arguments.isJson ? LineEnds::Keep : LineEnds::LineFeeds;
   return ShowTranslation(options, arguments.isJson);
 }
 
 CLI::App& AddCheckCommand(CLI::App& app, CheckArguments& arguments) {
-  CLI::App& command = *app.add_subcommand("check", "Compile kernel files and stage files for every shading language");
+  CLI::App& command =
+      *app.add_subcommand("check", "Compile kernel files and stage files for the CPU and every shading language");
   command.footer(kCheckDetails);
   command.add_option("files", arguments.files, "The kernel files and stage files")->type_name("FILE")->required();
-  command.add_option("--target", arguments.targets, "Only this language: HLSL, GLSL or METAL; may be repeated")
+  command.add_option("--target", arguments.targets, "Only this target: CPU, HLSL, GLSL or METAL; may be repeated")
       ->type_name("NAME")
       ->allow_extra_args(false)
-      ->check(OneOf(kTargets));
+      ->check(OneOf(kCheckTargets));
   command.add_option("--show", arguments.shown, "Write a text, too: original, translated or assembled")
       ->type_name("TEXT")
       ->check(OneOf({"original", "translated", "assembled"}));
@@ -89,7 +94,13 @@ CLI::App& AddCheckCommand(CLI::App& app, CheckArguments& arguments) {
 Result<void> RunCheck(const CheckArguments& arguments) {
   CheckOptions options;
   options.files = arguments.files;
-  for (const std::string& target : arguments.targets.empty() ? kTargets : arguments.targets) {
+  options.isForCpu = false;
+  options.areNamed = !arguments.targets.empty();
+  for (const std::string& target : arguments.targets.empty() ? kCheckTargets : arguments.targets) {
+    if (target == kCheckTargets[0]) {
+      options.isForCpu = true;
+      continue;
+    }
     OSTRA_ASSIGN_OR_RETURN(Id id, Id::Create(target));
     options.targets.push_back(std::move(id));
   }

@@ -38,7 +38,7 @@ class CheckTest : public testing::Test {
 TEST_F(CheckTest, AKernelThatWorksEverywhereIsDone) {
   const ToolResult result = Check(MakeKernel("\tUNIFORM_BUFFER(values)[InGlobalInvocationID.x] = UNIFORM(factor);"));
   EXPECT_EQ(result.exitStatus, 0) << result.errors;
-  EXPECT_EQ(result.output, "1 file, 3 targets: 0 errors, 0 warnings\n");
+  EXPECT_EQ(result.output, "1 file, 4 targets: 0 errors, 0 warnings\n");
 }
 
 TEST_F(CheckTest, AMistakeIsShownOnItsLineForEveryTarget) {
@@ -54,7 +54,8 @@ TEST_F(CheckTest, AMistakeIsShownOnItsLineForEveryTarget) {
 }
 
 TEST_F(CheckTest, AnUnknownParameterIsNamedByTheWordsOfTheKernel) {
-  const ToolResult result = Check(MakeKernel("\tUNIFORM_BUFFER(values)[0] = UNIFORM(gain);"), {"--target", "GLSL"});
+  const ToolResult result =
+      Check(MakeKernel("\tUNIFORM_BUFFER(values)[0] = UNIFORM(gain);"), {"--target", "GLSL", "--target", "CPU"});
   EXPECT_THAT(result.errors, StartsWith(At("k.krn", 9) + ": error: there is no parameter \"gain\" [CPU]\n"));
   EXPECT_THAT(result.errors, HasSubstr(At("k.krn", 9) + ": error: 'UNIFORM(gain)' : undeclared identifier [GLSL]\n"));
 }
@@ -139,7 +140,7 @@ TEST_F(CheckTest, TheSummaryIsNoPartOfTheShownTexts) {
   const std::string source = MakeKernel("");
   const ToolResult result = Check(source, {"--show", "original"});
   EXPECT_EQ(result.output, "=== " + (_folder / "k.krn") + "\n" + source);
-  EXPECT_EQ(result.errors, "ostra: 1 file, 3 targets: 0 errors, 0 warnings\n");
+  EXPECT_EQ(result.errors, "ostra: 1 file, 4 targets: 0 errors, 0 warnings\n");
 }
 
 TEST_F(CheckTest, TooManyBuffersAreReportedOnce) {
@@ -223,11 +224,105 @@ TEST_F(CheckTest, StagesOfOneNameMustHandOnWhatTheOthersReceive) {
               HasSubstr("m.tsc:6: error: the varying \"shades\" is not handed on by " + vertex));
 }
 
-TEST_F(CheckTest, ABraceThatStaysOpenIsShownInTheFile) {
-  const ToolResult result = Check(MakeKernel("\tif (UNIFORM(factor) > 1.0) {"), {"--target", "GLSL"});
+TEST_F(CheckTest, ABraceThatStaysOpenIsShownOnItsLine) {
+  const ToolResult result = Check(MakeKernel("\tif (UNIFORM(factor) > 1.0) {"));
   EXPECT_EQ(result.exitStatus, kFailed);
-  EXPECT_THAT(result.errors, HasSubstr("k.krn:10: error: "));
-  EXPECT_THAT(result.errors, HasSubstr("(behind the last line: is a brace left open?) [GLSL]"));
+  // The brace of the kernel itself is the one that is left.
+  EXPECT_EQ(result.errors, At("k.krn", 8) + ": error: this brace is not closed before OSTRA_PARALLEL_KERNEL_END\n" +
+                               "ostra: the check found 1 error\n");
+}
+
+TEST_F(CheckTest, RulesAboutLinesAreSaidOnceAndTheSameOfCpuAndGpu) {
+  const std::string source =
+      "inline Float32 One() { return 1.0; }\n\n" + MakeKernel("\tUNIFORM_BUFFER(values)[0] = One();");
+  const std::string message =
+      At("k.krn", 1) + ": error: a function on one line has no body on the GPU: write its braces on lines of their own";
+  EXPECT_EQ(Check(source).errors, message + "\nostra: the check found 1 error\n");
+  for (const char* backend : {"cpu", "gpu"}) {
+    const ToolResult run = RunTool({"run", _folder / "k.krn", "--set", "factor=1", "--in", "values=zeros:3", "--out",
+                                    "values=" + _folder / "out.csv", "--backend", backend});
+    EXPECT_EQ(run.exitStatus, kFailed);
+    EXPECT_THAT(run.errors, HasSubstr(message)) << backend;
+  }
+}
+
+TEST_F(CheckTest, WhatDoesNotCompileOnTheCpuIsReported) {
+  const ToolResult mistake = Check(MakeKernel("\tUNIFORM_BUFFER(values)[0] = onlyOnTheGpu(UNIFORM(factor));"));
+  EXPECT_EQ(mistake.exitStatus, kFailed);
+  EXPECT_THAT(mistake.errors, HasSubstr(At("k.krn", 9) + ": error: "));
+  EXPECT_THAT(mistake.errors, HasSubstr("[CPU]\n"));
+  const ToolResult header = Check("#include \"missing.h\"\n" + MakeKernel(""), {"--target", "CPU"});
+  EXPECT_EQ(header.exitStatus, kFailed);
+  EXPECT_THAT(header.errors, StartsWith(At("k.krn", 1) + ": error: "));
+  EXPECT_EQ(Check(MakeKernel(""), {"--target", "CPU"}).output, "1 file, 1 target: 0 errors, 0 warnings\n");
+}
+
+TEST_F(CheckTest, AMissingSemicolonIsShownInTheKernelFileWithoutGeneratedNames) {
+  const std::string body = "\tUNIFORM_BUFFER(values)[0] = UNIFORM(factor)\n\tUNIFORM_BUFFER(values)[1] = 1.0;";
+  const ToolResult check = Check(MakeKernel(body), {"--target", "CPU"});
+  EXPECT_EQ(check.exitStatus, kFailed);
+  const ToolResult run = RunTool({"run", _folder / "k.krn", "--set", "factor=1", "--in", "values=zeros:3", "--out",
+                                  "values=" + _folder / "out.csv"});
+  EXPECT_EQ(run.exitStatus, kFailed);
+  for (const std::string& errors : {check.errors, run.errors}) {
+    EXPECT_THAT(errors, StartsWith(_folder / "k.krn:"));
+    for (const char* name : {"ostraParameter_", "TestBody", "kernel_language.h", "anonymous"})
+      EXPECT_THAT(errors, Not(HasSubstr(name)));
+  }
+}
+
+TEST_F(CheckTest, AMissingCompilerIsSaid) {
+  const std::string source = MakeKernel("");
+  setenv("CXX", "/nonexistent", 1);
+  const ToolResult all = Check(source);
+  const ToolResult cpu = Check(source, {"--target", "CPU"});
+  unsetenv("CXX");
+  EXPECT_EQ(all.exitStatus, 0);
+  EXPECT_THAT(all.errors, HasSubstr("Kernels are not compiled for the CPU: There is no C++ compiler /nonexistent"));
+  EXPECT_THAT(all.output, HasSubstr("0 errors, 0 warnings; not compiled: CPU"));
+  EXPECT_EQ(cpu.exitStatus, kFailed);
+}
+
+TEST_F(CheckTest, SourcesThatAreNestedTooDeeplyAreRefusedForEveryTarget) {
+  const auto repeat = [](const std::string& text, int count) {
+    std::string result;
+    for (int i = 0; i < count; ++i) result += text;
+    return result;
+  };
+  std::string defines = "#define D0 1.0\n";
+  for (int i = 0; i < 40; ++i)
+    defines += "#define D" + std::to_string(i + 1) + " D" + std::to_string(i) + "+D" + std::to_string(i) + "\n";
+  _folder.Write("k.h", defines);
+  const std::pair<std::string, std::string> kCases[] = {
+      {repeat("(", 5000) + "1.0" + repeat(")", 5000), "brackets are nested more than 256 deep"},
+      {repeat("a + ", 50000) + "a", "an expression or a chain of statements has more than 10000 words and operators"},
+      {"D40", "more than 10000 words and operators"},
+  };
+  for (const auto& [value, message] : kCases)
+    for (const char* target : {"GLSL", "HLSL", "METAL", "CPU"}) {
+      const ToolResult result =
+          Check("#include \"k.h\"\n" +
+                    MakeKernel("\tfloat a = UNIFORM(factor);\n\tUNIFORM_BUFFER(values)[0] = " + value + ";"),
+                {"--target", target});
+      EXPECT_EQ(result.exitStatus, kFailed);
+      EXPECT_THAT(result.errors, StartsWith(At("k.krn", 11) + ": error: "));
+      EXPECT_THAT(result.errors, HasSubstr(message)) << target;
+    }
+}
+
+TEST_F(CheckTest, StagesThatRenderRefusesAreRefused) {
+  const auto write = [this](const char* name, const std::string& input, const std::string& body) {
+    return _folder.Write(name, "#define KERNELINPUTS \\\n" + input + "\n\nFP_KERNEL(S, KERNELINPUTS)\n{\n" + body +
+                                   "\n}\nFP_KERNEL_END\n");
+  };
+  const std::string albedo = write("albedo.frag", "(out Vector4d32) albedo", "\talbedo = vec4(1.0, 0.0, 0.0, 1.0);");
+  EXPECT_THAT(RunTool({"check", albedo}).errors, StartsWith(albedo + ":2: error: The out variable \"albedo\" is none"));
+  const std::string noise = write("noise.frag", "(out Vector4d32) color",
+                                  "\tADDNOISECALL\n\tcolor = vec4(RenderNoise(0, 1.0, 0.0), 0.0, 0.0, 1.0);");
+  EXPECT_THAT(RunTool({"check", noise}).errors, StartsWith(noise + ": error: graphics programs have no noises"));
+  const std::string half = write("half.vert", "(attribute half4) place", "\tOutPosition = vec4(0.0, 0.0, 0.0, 1.0);");
+  EXPECT_THAT(RunTool({"check", half}).errors,
+              StartsWith(half + ":2: error: The variable \"place\" cannot have the type"));
 }
 
 TEST_F(CheckTest, ParametersThatAStageCannotHaveAreShownOnTheirLine) {

@@ -121,7 +121,7 @@ TEST_F(RenderErrorsTest, ADeclarationWithoutATypeIsBlamedAndNotTheScene) {
 
 TEST_F(RenderErrorsTest, ABraceInACommentIsBlamed) {
   WriteStage("flat.frag", {"(Vector4d32) tint", "(out Vector4d32) color"}, "\t// }\n\tcolor = UNIFORM(tint);");
-  ExpectDraw("flat.frag:7: error: braces in comments are counted like others",
+  ExpectDraw("flat.frag:7: error: the brace in this comment ends the block on the GPU",
              MakeFlatDraw(kWholeQuad, "[1, 0, 0, 1]"));
 }
 

@@ -3,11 +3,14 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdio>
+#include <functional>
+#include <optional>
 #include <thread>
 
 #include "apps/ostra/check/program_check.h"
 #include "apps/ostra/output/standard_output.h"
 #include "apps/ostra/translate/translation_report.h"
+#include "apps/ostra/values/text.h"
 #include "ostra/core/format.h"
 
 OSTRA_UNIT("check_command");
@@ -16,22 +19,56 @@ namespace ostra::tool {
 
 namespace {
 
-// One target of one file.
-struct Work {
-  TargetCheck* check;
-  const std::string* file;
+// What is compiled with: nothing for targets that are not asked for, or whose compiler is missing.
+struct Compilers {
+  std::optional<CpuCompiler> cpu;
+  std::optional<MetalCompiler> metal;
+  std::string missing;  // the targets without a compiler, for the summary
 };
 
+// Says which compiler is missing and what that means. Error: a target that was asked for by name cannot be compiled.
+template <class Compiler>
+Result<void> Take(Result<Compiler> found, const char* name, const char* effect, Bool isNamed, Compilers& compilers,
+                  std::optional<Compiler>& target) {
+  if (found) {
+    target.emplace(std::move(*found));
+    return OK;
+  }
+  const std::string reason = TextOf(found.GetError().GetMessage());
+  if (isNamed) return OSTRA_ILLEGAL_STATE("@ @", effect, std::string_view(reason));
+  WriteErrorLine(std::string(effect) + " " + reason);
+  compilers.missing.append(compilers.missing.empty() ? "; not compiled: " : ", ").append(name);
+  return OK;
+}
+
+Result<Compilers> FindCompilers(const CheckOptions& options, const std::vector<FileCheck>& checks) {
+  Compilers compilers;
+  const Bool needsCpu =
+      std::any_of(checks.begin(), checks.end(), [](const FileCheck& check) { return check.cpuSource; });
+  if (needsCpu)
+    OSTRA_RETURN_IF_ERROR(Take(CpuCompiler::Find(), "CPU", "Kernels are not compiled for the CPU:", options.areNamed,
+                               compilers, compilers.cpu));
+  if (std::count(options.targets.begin(), options.targets.end(), kTargetMetal) != 0)
+    OSTRA_RETURN_IF_ERROR(Take(MetalCompiler::Find(), "METAL", "Metal text is translated but not compiled:",
+                               options.areNamed, compilers, compilers.metal));
+  return compilers;
+}
+
 // Compiles everything, on all processors. The first error that is none of the files' is returned.
-Result<void> CompileAll(std::vector<FileCheck>& checks, const MetalCompiler* metal) {
-  std::vector<Work> work;
-  for (FileCheck& check : checks)
-    for (TargetCheck& target : check.targets) work.push_back({&target, &check.file});
+Result<void> CompileAll(std::vector<FileCheck>& checks, const Compilers& compilers) {
+  std::vector<std::function<Result<void>()>> work;
+  const MetalCompiler* const metal = compilers.metal ? &*compilers.metal : nullptr;
+  for (FileCheck& check : checks) {
+    // What takes longest comes first.
+    if (compilers.cpu && check.cpuSource)
+      work.emplace_back([&] { return compilers.cpu->Compile(*check.cpuSource, check.file, check.cpuFindings); });
+    for (TargetCheck& target : check.targets)
+      work.emplace_back([&target, &check, metal] { return CompileTarget(target, check.file, metal); });
+  }
   std::vector<Result<void>> results(work.size(), Result<void>(OK));
   std::atomic<std::size_t> next{0};
   const auto run = [&] {
-    for (std::size_t i = next++; i < work.size(); i = next++)
-      results[i] = CompileTarget(*work[i].check, *work[i].file, metal);
+    for (std::size_t i = next++; i < work.size(); i = next++) results[i] = work[i]();
   };
   const std::size_t count = std::min<std::size_t>(std::max(std::thread::hardware_concurrency(), 1u), work.size());
   std::vector<std::thread> helpers;
@@ -76,15 +113,13 @@ Result<void> CheckFiles(const CheckOptions& options) {
     OSTRA_ASSIGN_OR_RETURN(FileCheck check, PrepareCheck(options, file));
     checks.push_back(std::move(check));
   }
-  const Bool wantsMetal = std::count(options.targets.begin(), options.targets.end(), kTargetMetal) != 0;
-  auto metal = wantsMetal ? MetalCompiler::Find() : Result<MetalCompiler>(MetalCompiler());
-  if (!metal)
-    WriteErrorLine("Metal text is translated but not compiled: " + std::string(metal.GetError().GetMessage()));
-  OSTRA_RETURN_IF_ERROR(CompileAll(checks, wantsMetal && metal ? &*metal : nullptr));
+  OSTRA_ASSIGN_OR_RETURN(const Compilers compilers, FindCompilers(options, checks));
+  OSTRA_RETURN_IF_ERROR(CompileAll(checks, compilers));
 
   Findings findings;
   for (const FileCheck& check : checks) {
     findings.AddAll(check.findings);
+    findings.AddAll(check.cpuFindings);
     for (const TargetCheck& target : check.targets) findings.AddAll(target.findings);
   }
   CheckPrograms(checks, findings);
@@ -93,8 +128,9 @@ Result<void> CheckFiles(const CheckOptions& options) {
   OSTRA_ASSIGN_OR_RETURN(const std::string shown, MakeShownTexts(options, checks));
   const Int errors = findings.Count(Severity::Error);
   const std::string summary = Count(static_cast<Int>(options.files.size()), "file") + ", " +
-                              Count(static_cast<Int>(options.targets.size()), "target") + ": " +
-                              Count(errors, "error") + ", " + Count(findings.Count(Severity::Warning), "warning");
+                              Count(static_cast<Int>(options.targets.size()) + (options.isForCpu ? 1 : 0), "target") +
+                              ": " + Count(errors, "error") + ", " +
+                              Count(findings.Count(Severity::Warning), "warning") + compilers.missing;
   // The texts are what was asked for then; they go into files and pipes without a line that is none of theirs.
   if (options.shown.empty()) OSTRA_RETURN_IF_ERROR(WriteOutput(summary + "\n"));
   if (!options.shown.empty()) {

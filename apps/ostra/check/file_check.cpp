@@ -6,6 +6,8 @@
 #include "apps/ostra/kernels/kernel_source.h"
 #include "apps/ostra/values/text.h"
 #include "ostra/core/format.h"
+#include "ostra/shadercompiler/text_limits.h"
+#include "parallelprogram/kernelfront/source_rules.h"
 #include "parallelprogram/shaderassembly/assembly_records.h"
 #include "parallelprogram/shaderparser/kernel_words.h"
 
@@ -15,7 +17,7 @@ namespace {
 
 Result<LintedFile> ReadLintedFile(const Url& url, Bool isHeader) {
   OSTRA_ASSIGN_OR_RETURN(const SourceText source, ReadSourceText(url));
-  return LintedFile{TextOf(url.GetView()), SplitSource(source.text), isHeader, false};
+  return LintedFile{TextOf(url.GetView()), SplitSource(source.text), isHeader, false, false};
 }
 
 // The lints need to know what the parser found: they run once, with the first translation that came to an end.
@@ -25,10 +27,13 @@ void LintFiles(const FileCheck& check, const LintedFile& kernel, const ShaderPar
     auto header = isHeader ? ReadLintedFile(url, true) : Result<LintedFile>(kernel);
     if (!header) continue;  // the translator has read it and will have said what is wrong
     header->hasTemplateArgument = kernel.hasTemplateArgument;
+    header->isStage = kernel.isStage;
     LintLines(*header, findings);
     LintStructure(*header, findings);
     LintUses(*header, parser, findings);
+    LintIncludes(*header, parser, findings);
   }
+  LintMissingHeaders(parser, findings);
   LintComments(kernel, findings);
   LintDeclarations(kernel, parser, findings);
   LintDefines(kernel, parser, findings);
@@ -42,12 +47,32 @@ void LintKernelAlone(const LintedFile& kernel, Findings& findings) {
 }
 
 // What the CPU's way of reading the file has to say, which is another one than the translator's.
-Result<void> AddFrontStep(const FileCheck& check, const Url& url, Findings& findings) {
-  const auto source = ReadKernelSource(url);
-  if (source) return OK;
-  if (source.GetError().GetKind() == kOutOfMemoryError) return source.GetError();
-  findings.AddMessage(TextOf(source.GetError().GetMessage()) + " [CPU]", check.file);
+Result<void> AddCpuSource(FileCheck& check, const Url& url) {
+  auto source = ReadKernelSource(url);
+  if (!source && source.GetError().GetKind() == kOutOfMemoryError) return source.TakeError();
+  if (source)
+    check.cpuSource.emplace(std::move(*source));
+  else
+    check.cpuFindings.AddMessage(TextOf(source.GetError().GetMessage()) + " [CPU]", check.file);
   return OK;
+}
+
+// What breaks a rule about lines that the CPU's front end and GPU programs refuse as well. True when there is nothing.
+Bool KeepsRules(const String& source, const std::string& file, Bool isHeader, Findings& findings) {
+  const auto mistakes = isHeader ? FindHeaderMistakes(source.GetView()) : FindSourceMistakes(source.GetView());
+  for (const SourceMistake& mistake : mistakes) findings.Add({file, mistake.line, Severity::Error, mistake.text});
+  return mistakes.empty();
+}
+
+// The same for the headers that the translator has read.
+Bool HeadersKeepRules(const FileCheck& check, const ShaderParser& parser, Findings& findings) {
+  Bool keepsRules = true;
+  for (const Url& url : parser.GetFiles()) {
+    if (url.GetView() == check.file) continue;
+    if (const auto source = ReadSourceText(url))
+      keepsRules &= KeepsRules(source->text, TextOf(url.GetView()), true, findings);
+  }
+  return keepsRules;
 }
 
 // Patterns such as blur.* take pictures and headers, too.
@@ -71,8 +96,9 @@ Result<void> Assemble(TargetCheck& check, const Url& url, const std::string& fil
                         "made from stage files [METAL]"});
     return OK;
   }
-  if (const auto misplaced = FindMisplacedParameter(*check.translation.parser, stage)) {
-    check.findings.Add(*misplaced);
+  OSTRA_ASSIGN_OR_RETURN(const std::optional<Finding> mistake, FindStageFinding(*check.translation.parser, stage));
+  if (mistake) {
+    check.findings.Add(*mistake);
     return OK;
   }
   auto records = MakeShaderRecords(*check.translation.parser, stage);
@@ -101,6 +127,7 @@ Result<void> AddTarget(FileCheck& check, const CheckOptions& options, const Id& 
   // What is only information says of a header what the result says again.
   for (const Diagnostic& line : added.translation.diagnostics)
     if (line.level >= DiagnosticLevel::Warning) added.findings.Add({check.file, 0, Severity::Warning, line.text});
+  if (!HeadersKeepRules(check, *added.translation.parser, check.findings)) return OK;
   if (!added.translation.result) {
     if (added.translation.result.GetError().GetKind() == kOutOfMemoryError) return added.translation.result.TakeError();
     OSTRA_ASSIGN_OR_RETURN(const String message,
@@ -108,12 +135,7 @@ Result<void> AddTarget(FileCheck& check, const CheckOptions& options, const Id& 
     added.findings.AddMessage(message, check.file);
     return OK;
   }
-  if (!std::exchange(isLinted, true)) {
-    const ShaderParser& parser = *added.translation.parser;
-    LintFiles(check, kernel, parser, check.findings);
-    if (GetStageOfFile(url) == DrawportStage::Compute && !parser.GetKernelCode().IsEmpty())
-      OSTRA_RETURN_IF_ERROR(AddFrontStep(check, url, check.findings));
-  }
+  if (!std::exchange(isLinted, true)) LintFiles(check, kernel, *added.translation.parser, check.findings);
   return Assemble(added, url, check.file);
 }
 
@@ -129,21 +151,23 @@ Result<FileCheck> PrepareCheck(const CheckOptions& options, const std::string& f
     return check;
   }
   check.source = source->text;
-  LintedFile kernel{file, SplitSource(check.source), false, options.templateArgument.has_value()};
+  const Bool isStage = GetStageOfFile(url) != DrawportStage::Compute;
+  LintedFile kernel{file, SplitSource(check.source), false, options.templateArgument.has_value(), isStage};
   if (!IsKernelOrStage(url, kernel)) {
     check.findings.Add({file, 0, Severity::Error, "this is neither a kernel file nor a stage file"});
     return check;
   }
   PlaceLines(kernel.lines);
-  if (const std::size_t at = check.source.GetView().find("\r\n"); at != std::string_view::npos)
-    check.findings.Add({file, std::count(check.source.GetView().begin(), check.source.GetView().begin() + at, '\n') + 1,
-                        Severity::Warning,
-                        "the lines end with CRLF, of which the translator takes the CR for a part of the last word: "
-                        "write LF"});
+  // Nothing else that could be said of such a file is certain.
+  if (!KeepsRules(check.source, file, false, check.findings)) return check;
   Bool isLinted = false;
   for (const Id& target : options.targets)
     OSTRA_RETURN_IF_ERROR(AddTarget(check, options, target, url, kernel, isLinted));
   if (!isLinted) LintKernelAlone(kernel, check.findings);
+  // What the translator refuses is said already.
+  const Bool isTranslated = isLinted && !check.targets.front().translation.parser->GetKernelCode().IsEmpty();
+  if (options.isForCpu && !isStage && (isTranslated || options.targets.empty()))
+    OSTRA_RETURN_IF_ERROR(AddCpuSource(check, url));
   return check;
 }
 
@@ -151,8 +175,16 @@ Result<void> CompileTarget(TargetCheck& check, const std::string& file, const Me
   if (!check.assembled) return OK;
   std::vector<ShaderMessage> messages;
   if (check.target == kTargetMetal) {
-    if (!metal) return OK;
-    OSTRA_ASSIGN_OR_RETURN(messages, metal->Compile(check.assembled->text));
+    if (const auto error = shadercompiler::FindTextLimitError(check.assembled->text)) {
+      OSTRA_ASSIGN_OR_RETURN(String text, String::Create(error->text));
+      messages.push_back({true, error->line, std::move(text)});
+    } else if (metal) {
+      auto compiled = metal->Compile(check.assembled->text);
+      if (compiled)
+        messages = std::move(*compiled);
+      else
+        check.findings.AddMessage(TextOf(compiled.GetError().GetMessage()) + " [METAL]", file);
+    }
   } else {
     OSTRA_ASSIGN_OR_RETURN(CompiledShader compiled,
                            CompileShader(check.target, check.records->stage, *check.assembled, {.isOptimized = false}));

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "apps/ostra/check/cpu_compiler.h"
 #include "apps/ostra/check/metal_compiler.h"
 #include "apps/ostra/lints/findings.h"
 #include "apps/ostra/lints/lints.h"
@@ -26,19 +27,24 @@ struct FileCheck {
   std::string file;
   String source;  // deciphered
   Findings findings;
+  std::optional<KernelSource> cpuSource;  // to be compiled for the CPU
+  Findings cpuFindings;
   std::vector<TargetCheck> targets;
 };
 
 struct CheckOptions {
   std::vector<std::string> files;
-  std::vector<Id> targets;
+  std::vector<Id> targets;  // languages of GPUs
+  Bool isForCpu = true;     // kernels are compiled for the CPU as well
+  Bool areNamed = false;    // the user asked for these targets, and for no others
   std::optional<std::string> templateArgument;
   std::optional<Int32> multisampling;
   // "original", "translated" or "assembled": texts to show; empty for none.
   std::string shown;
 };
 
-// Reads, lints, translates and assembles. What is wrong is in the findings. Error: out of memory.
+// Reads, lints, translates and assembles. What is wrong is in the findings. A file whose lines break a rule that CPU
+// and GPU share gets no other findings: they would be about what follows from it, elsewhere. Error: out of memory.
 Result<FileCheck> PrepareCheck(const CheckOptions& options, const std::string& file);
 
 // Compiles what was assembled; Metal text only with a compiler for it. Errors: those of running compilers.

@@ -6,6 +6,7 @@
 #include "ostra/core/printable_text.h"
 #include "ostra/io/file.h"
 #include "parallelprogram/shaderparser/container.h"
+#include "parallelprogram/shaderparser/source_file.h"
 
 OSTRA_UNIT("source_file");
 
@@ -72,7 +73,8 @@ Result<SourceText> ReadSourceText(const Url& file) {
   OSTRA_RETURN_IF_ERROR(DecodeSourceFile(file, bytes));
   auto text = DecodeText(bytes.GetBlock());
   if (!text) return MakeReadError(file, text.GetError());
-  return SourceText{std::move(*text), isEncoded};
+  OSTRA_ASSIGN_OR_RETURN(String lines, NormalizeLineEnds(std::move(*text)));
+  return SourceText{std::move(lines), isEncoded};
 }
 
 }  // namespace ostra::tool

@@ -22,8 +22,8 @@ Result<void> CheckSourceName(const Url& file);
 // of CheckSourceName and of reading it; for a file that is not there with a similar one that is.
 Result<BaseArray<Byte>> ReadSourceBytes(const Url& file, Bool mayBePipe = false);
 
-// The text of a source file. Errors: those of reading the file; illegal argument with the file and the reason for a
-// container that cannot be decoded and for a text that is not UTF-8.
+// The text of a source file, its lines ended by line feeds alone. Errors: those of reading the file; illegal argument
+// with the file and the reason for a container that cannot be decoded and for a text that is not UTF-8.
 Result<SourceText> ReadSourceText(const Url& file);
 
 // DecodeContainer, with the file's name in its errors.

@@ -85,6 +85,13 @@ int Spawn(const std::vector<std::string>& command, const std::vector<std::string
   return code;
 }
 
+Result<Bool> IsClang(const Compiler& compiler) {
+  std::vector<std::string> command = compiler.command;
+  command.emplace_back("--version");
+  OSTRA_ASSIGN_OR_RETURN(const CommandResult version, RunCommand(command));
+  return version.output.find("clang") != std::string::npos;
+}
+
 }  // namespace
 
 std::string FindProgram(const std::string& name) {
@@ -122,11 +129,13 @@ Result<Compiler> FindCompiler() {
 }
 
 Result<std::string> FindSwitchAgainstExcerpts(const Compiler& compiler) {
-  std::vector<std::string> command = compiler.command;
-  command.emplace_back("--version");
-  OSTRA_ASSIGN_OR_RETURN(const CommandResult version, RunCommand(command));
-  const Bool isClang = version.output.find("clang") != std::string::npos;
+  OSTRA_ASSIGN_OR_RETURN(const Bool isClang, IsClang(compiler));
   return std::string(isClang ? "-fno-caret-diagnostics" : "-fno-diagnostics-show-caret");
+}
+
+Result<std::vector<std::string>> FindMessageSwitches(const Compiler& compiler) {
+  OSTRA_ASSIGN_OR_RETURN(const Bool isClang, IsClang(compiler));
+  return std::vector<std::string>{isClang ? "-fmacro-backtrace-limit=1" : "-ftrack-macro-expansion=0"};
 }
 
 Result<CommandResult> RunCommand(const std::vector<std::string>& command, int input, const std::string& workFolder) {

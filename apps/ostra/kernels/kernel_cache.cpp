@@ -14,6 +14,7 @@
 #include "apps/ostra/kernels/cache_key.h"
 #include "apps/ostra/kernels/cache_trim.h"
 #include "apps/ostra/kernels/compiler.h"
+#include "apps/ostra/kernels/compiler_report.h"
 #include "apps/ostra/kernels/dependencies.h"
 #include "apps/ostra/kernels/header_folder.h"
 #include "apps/ostra/kernels/header_state.h"
@@ -133,10 +134,13 @@ Result<void> RunCompiler(const Recipe& recipe, const WorkFolder& folder, const U
     OSTRA_ASSIGN_OR_RETURN(const std::string noExcerpts, FindSwitchAgainstExcerpts(recipe.compiler));
     command.push_back(noExcerpts);
   }
+  OSTRA_ASSIGN_OR_RETURN(const std::vector<std::string> switches, FindMessageSwitches(recipe.compiler));
+  command.insert(command.end(), switches.begin(), switches.end());
   const Progress progress("compiling " + std::string(kernelFile.GetName().GetView()), 0);
   OSTRA_ASSIGN_OR_RETURN(const CommandResult result,
                          RunCommand(command, source.GetDescriptor(), folder.GetPath().native()));
-  if (result.exitStatus != 0) return OSTRA_ILLEGAL_ARGUMENT("@@ does not compile.", result.output, kernelFile);
+  if (result.exitStatus != 0)
+    return OSTRA_ILLEGAL_ARGUMENT("@@ does not compile.", CleanCompilerReport(result.output), kernelFile);
   return OK;
 }
 

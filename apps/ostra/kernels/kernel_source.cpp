@@ -1,10 +1,14 @@
 #include "apps/ostra/kernels/kernel_source.h"
 
+#include <algorithm>
+#include <charconv>
 #include <optional>
 #include <string>
 
 #include "apps/ostra/encode/source_file.h"
+#include "ostra/core/format.h"
 #include "ostra/io/file.h"
+#include "ostra/shadercompiler/text_limits.h"
 #include "parallelprogram/kernelfront/kernel_source.h"
 
 OSTRA_UNIT("kernel_source");
@@ -37,6 +41,27 @@ class HeaderReader {
   Bool _hasEncodedFiles = false;
 };
 
+// Error: illegal argument "file:line: error: ..." for a text that would take a compiler all memory.
+Result<void> CheckLimits(const Url& kernelFile, std::string_view text) {
+  const auto found = shadercompiler::FindTextLimitError(text);
+  if (!found) return OK;
+  // The place that the last #line above gives to the line.
+  std::string file(kernelFile.GetView());
+  Int line = found->line, number = 1;
+  for (std::string_view rest = text; !rest.empty() && number < found->line; ++number) {
+    const std::string_view current = rest.substr(0, rest.find('\n'));
+    rest.remove_prefix(std::min(current.size() + 1, rest.size()));
+    constexpr std::string_view kMark = "#line ";
+    if (!current.starts_with(kMark)) continue;
+    Int marked = 0;
+    std::from_chars(current.data() + kMark.size(), current.data() + current.size(), marked);
+    line = marked + found->line - number - 1;
+    const std::size_t quote = current.find('"');
+    if (quote != std::string_view::npos) file = current.substr(quote + 1, current.rfind('"') - quote - 1);
+  }
+  return OSTRA_ILLEGAL_ARGUMENT("@:@: error: @", std::string_view(file), line, std::string_view(found->text));
+}
+
 }  // namespace
 
 Result<KernelSource> ReadKernelSource(const Url& kernelFile, std::string_view templateArgument) {
@@ -54,6 +79,7 @@ Result<KernelSource> ReadKernelSource(const Url& kernelFile, std::string_view te
   auto text = GenerateKernelSource(options, source.text.GetView());
   if (!headers.GetFailure()) return headers.GetFailure().GetError();
   if (!text) return text.TakeError();
+  OSTRA_RETURN_IF_ERROR(CheckLimits(kernelFile, text->GetView()));
   return KernelSource{std::move(*text), source.isEncoded || headers.HasEncodedFiles()};
 }
 

@@ -7,16 +7,15 @@
 #include "apps/ostra/names/nearest_name.h"
 #include "apps/ostra/values/text.h"
 #include "parallelprogram/shaderassembly/element_types.h"
+#include "parallelprogram/shaderassembly/stage_rules.h"
 #include "parallelprogram/shaderparser/kernel_words.h"
 
 namespace ostra::tool {
 
 namespace {
 
-// Lines that end with CRLF leave the CR at the parser's name, of which another warning tells.
 Bool HasParameter(const ShaderParser& parser, std::string_view name) {
-  const std::string withCr = std::string(name) + "\r";
-  const auto isNamed = [&](const CString& found) { return found == name || found == std::string_view(withCr); };
+  const auto isNamed = [&](const CString& found) { return found == name; };
   for (const ShaderInputEntry& input : parser.GetInputEntries())
     if (isNamed(input.name)) return true;
   for (const ShaderTextureEntry& texture : parser.GetTextureEntries())
@@ -99,21 +98,32 @@ void LintDeclaration(const LintedFile& file, const SourceLine& line, const Shade
       {file.name, line.number, Severity::Warning, std::move(text), FindingKind::LostDeclaration, std::string(name)});
 }
 
+std::optional<Finding> MakeStageFinding(const ShaderParser& parser, const ShaderTextOrigin& origin, std::string text) {
+  const Bool isKnown = origin.file >= 0 && origin.file < parser.GetFiles().GetCount();
+  return Finding{TextOf(parser.GetFiles()[isKnown ? origin.file : 0].GetView()), isKnown ? origin.line : 0,
+                 Severity::Error, std::move(text)};
+}
+
 }  // namespace
 
-std::optional<Finding> FindMisplacedParameter(const ShaderParser& parser, DrawportStage stage) {
-  if (stage == DrawportStage::Compute) return {};
+Result<std::optional<Finding>> FindStageFinding(const ShaderParser& parser, DrawportStage stage) {
+  if (stage == DrawportStage::Compute) return std::optional<Finding>();
   for (const ShaderInputEntry& input : parser.GetInputEntries()) {
     const char* what = nullptr;
     if ((input.kind & kShaderInputAttribute) != 0 && stage != DrawportStage::Vertex)
       what = "an attribute, which only vertex stages have";
     if ((input.kind & kShaderInputOut) != 0 && stage != DrawportStage::Fragment)
       what = "an output, which only fragment stages have";
-    if (!what || input.origin.file < 0 || input.origin.file >= parser.GetFiles().GetCount()) continue;
-    return Finding{std::string(parser.GetFiles()[input.origin.file].GetView()), input.origin.line, Severity::Error,
-                   "the parameter " + Quote(input.name.GetString().GetView()) + " is " + what};
+    if (what)
+      return MakeStageFinding(parser, input.origin,
+                              "the parameter " + Quote(input.name.GetString().GetView()) + " is " + what);
   }
-  return {};
+  OSTRA_ASSIGN_OR_RETURN(const std::optional<StageMistake> found, FindStageMistake(parser, stage));
+  if (!found) return std::optional<Finding>();
+  if (parser.GetNoiseCallCount() > 0 && found->origin.line == 0)
+    return MakeStageFinding(parser, found->origin,
+                            "graphics programs have no noises: let a kernel write them into a buffer");
+  return MakeStageFinding(parser, found->origin, TextOf(found->text));
 }
 
 void LintDeclarations(const LintedFile& file, const ShaderParser& parser, Findings& findings) {

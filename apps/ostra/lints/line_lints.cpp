@@ -27,7 +27,7 @@ class LineLinter {
     for (const SourceLine& line : _file.lines) _usesType = _usesType || HasName(line.code, "TYPE");
     for (const SourceLine& line : _file.lines) {
       if (line.code.empty()) continue;
-      LintSwizzles(line);
+      if (!_file.isStage) LintSwizzles(line);
       if (line.place == LinePlace::CpuScope) continue;
       LintRuleWords(line);
       LintArguments(line);

@@ -18,6 +18,7 @@ struct LintedFile {
   std::vector<SourceLine> lines;
   Bool isHeader = false;
   Bool hasTemplateArgument = false;  // for the word TYPE
+  Bool isStage = false;              // of a graphics program, which runs on no CPU
 };
 
 // Lints of single lines: words inside longer names, constructors and operators that languages disagree about, macros
@@ -30,8 +31,9 @@ void LintComments(const LintedFile& file, Findings& findings);
 // Lints of declarations, against what the parser made of them.
 void LintDeclarations(const LintedFile& file, const ShaderParser& parser, Findings& findings);
 
-// The first parameter of a stage that stages of its kind do not have: attributes and outputs.
-std::optional<Finding> FindMisplacedParameter(const ShaderParser& parser, DrawportStage stage);
+// The first thing that keeps a graphics program from drawing with the stage: noises, and parameters that stages of its
+// kind do not have or that have another name or type than theirs. Nothing for kernels. Error: out of memory.
+Result<std::optional<Finding>> FindStageFinding(const ShaderParser& parser, DrawportStage stage);
 
 // Lints of #define lines that the translator drops although the file uses them.
 void LintDefines(const LintedFile& file, const ShaderParser& parser, Findings& findings);
@@ -39,6 +41,12 @@ void LintDefines(const LintedFile& file, const ShaderParser& parser, Findings& f
 // The first define of a stage file that says how patches are divided, and that the translator drops; of a file whose
 // lines have their places.
 std::optional<Finding> FindDroppedPatchDefine(const LintedFile& file, const ShaderParser& parser);
+
+// Lints of #include lines that the translator passes over although the header is there.
+void LintIncludes(const LintedFile& file, const ShaderParser& parser, Findings& findings);
+
+// The headers that are named between the marks for includes and not found, in all files of the program.
+void LintMissingHeaders(const ShaderParser& parser, Findings& findings);
 
 // Lints of the order of lines: directives and what follows them, code outside of blocks, barriers.
 void LintStructure(const LintedFile& file, Findings& findings);

@@ -6,6 +6,7 @@
 #include "apps/ostra/lints/lints.h"
 #include "ostra/core/atomic.h"
 #include "ostra/core/format.h"
+#include "parallelprogram/kernelfront/source_rules.h"
 #include "parallelprogram/shaderassembly/assembly_records.h"
 
 OSTRA_UNIT("stage_files");
@@ -18,7 +19,7 @@ constexpr Int32 kPassedOn = kShaderInputVarying | kShaderInputOut | kShaderInput
 
 Result<LintedFile> ReadLines(const Url& file) {
   OSTRA_ASSIGN_OR_RETURN(const SourceText source, ReadSourceText(file));
-  LintedFile linted{std::string(file.GetView()), SplitSource(source.text), false, false};
+  LintedFile linted{std::string(file.GetView()), SplitSource(source.text), false, false, true};
   PlaceLines(linted.lines);
   return linted;
 }
@@ -40,17 +41,15 @@ class StageReader {
         return MakeError(path, "the program has two ." + std::string(file.GetSuffix().GetView()) + " files");
       const auto source = ReadSourceBytes(file);
       if (!source) return MakeError(path, source.GetError().GetMessage().GetView());
+      OSTRA_RETURN_IF_ERROR(CheckRules(file));
       OSTRA_RETURN_IF_ERROR(CheckTextures(file, nullptr));
       OSTRA_ASSIGN_OR_RETURN(StrongRef<ShaderParser> parser, Parse(file));
       OSTRA_RETURN_IF_ERROR(CheckTextures(file, parser.GetPointer()));
       OSTRA_RETURN_IF_ERROR(CheckPatchDefines(file, stage, *parser));
       if (parser->GetKernelCode().IsEmpty())
         return OSTRA_ILLEGAL_ARGUMENT("@: error: there is no kernel in this file, or it does not end", file);
-      if (parser->GetNoiseCallCount() > 0)
-        return OSTRA_ILLEGAL_ARGUMENT(
-            "@: error: graphics programs have no noises: let a kernel write them into a buffer", file);
-      if (const auto misplaced = FindMisplacedParameter(*parser, stage))
-        return OSTRA_ILLEGAL_ARGUMENT("@", FormatFinding(*misplaced));
+      OSTRA_ASSIGN_OR_RETURN(const std::optional<Finding> mistake, FindStageFinding(*parser, stage));
+      if (mistake) return OSTRA_ILLEGAL_ARGUMENT("@", FormatFinding(*mistake));
       OSTRA_ASSIGN_OR_RETURN(const ShaderRecords records, MakeShaderRecords(*parser, stage));
       StageFile& added = _stages.emplace_back(StageFile{file, stage, std::move(parser), {}});
       for (const ShaderTexture& texture : records.textures)
@@ -75,20 +74,20 @@ class StageReader {
     return std::any_of(_stages.begin(), _stages.end(), [stage](const StageFile& file) { return file.stage == stage; });
   }
 
+  // Rules about lines that `ostra check` and the loader know as well.
+  static Result<void> CheckRules(const Url& file) {
+    OSTRA_ASSIGN_OR_RETURN(const SourceText source, ReadSourceText(file));
+    const auto mistakes = FindSourceMistakes(source.text.GetView());
+    if (mistakes.empty()) return OK;
+    return OSTRA_ILLEGAL_ARGUMENT("@:@: error: @", file, mistakes[0].line, std::string_view(mistakes[0].text));
+  }
+
   Result<StrongRef<ShaderParser>> Parse(const Url& file) const {
     OSTRA_ASSIGN_OR_RETURN(StrongRef<ShaderParser> parser, ShaderParser::Create(kTargetGlsl));
     DataDictionary options;
     OSTRA_RETURN_IF_ERROR(options.Set(kShaderMultisampling, static_cast<Int32>(_sampleCount)));
-    const auto parsed = parser->Init(file, options, EndlessSource::Refuse);
+    const auto parsed = parser->Init(file, options, EndlessSource::Refuse, LineEnds::LineFeeds);
     if (parsed) return parser;
-    // A brace in a comment that ends a block early leaves a message about something else further down.
-    if (const auto linted = ReadLines(file)) {
-      Findings comments;
-      LintComments(*linted, comments);
-      for (const Finding& finding : comments.GetAll())
-        if (finding.kind == FindingKind::BraceInComment)
-          return OSTRA_ILLEGAL_ARGUMENT("@:@: error: @", finding.file, finding.line, finding.text);
-    }
     OSTRA_ASSIGN_OR_RETURN(const String message, parser->DescribeError(parsed.GetError()));
     return OSTRA_ILLEGAL_ARGUMENT("@", message);
   }

@@ -34,7 +34,7 @@ Result<Translation> Translate(const TranslationOptions& options) {
   // What is recorded is reported with the translation: on the standard error stream it would be said once a target.
   {
     const SilentDiagnosticStream silence;
-    translation.result = translation.parser->Init(options.file, dictionary, EndlessSource::Refuse);
+    translation.result = translation.parser->Init(options.file, dictionary, EndlessSource::Refuse, options.lineEnds);
   }
   translation.diagnostics = std::move(recorder.lines);
   return translation;

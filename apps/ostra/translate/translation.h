@@ -15,6 +15,7 @@ struct TranslationOptions {
   Id target;                                    // GLSL, HLSL or METAL
   std::optional<std::string> templateArgument;  // what takes the place of TYPE
   std::optional<Int32> multisampling;           // samples of the framebuffer
+  LineEnds lineEnds = LineEnds::LineFeeds;
 };
 
 struct Diagnostic {

@@ -1,0 +1,54 @@
+#include "apps/ostra/check/cpu_compiler.h"
+
+#include <filesystem>
+
+#include "apps/ostra/kernels/compiler.h"
+#include "apps/ostra/kernels/compiler_report.h"
+#include "apps/ostra/kernels/header_folder.h"
+#include "apps/ostra/kernels/nameless_file.h"
+#include "ostra/core/format.h"
+
+OSTRA_UNIT("cpu_compiler");
+
+namespace ostra::tool {
+
+Result<CpuCompiler> CpuCompiler::Find() {
+  OSTRA_ASSIGN_OR_RETURN(const Compiler found, FindCompiler());
+  OSTRA_ASSIGN_OR_RETURN(const std::string headers, FindHeaderFolder());
+  OSTRA_ASSIGN_OR_RETURN(const std::vector<std::string> switches, FindMessageSwitches(found));
+  OSTRA_ASSIGN_OR_RETURN(const std::string noExcerpts, FindSwitchAgainstExcerpts(found));
+  CpuCompiler compiler;
+  compiler._command = found.command;
+  compiler._command.insert(compiler._command.end(),
+                           {"-std=c++20", "-fsyntax-only", "-march=native", "-DNDEBUG", "-I" + headers, noExcerpts});
+  compiler._command.insert(compiler._command.end(), switches.begin(), switches.end());
+  compiler._command.insert(compiler._command.end(), {"-x", "c++", kStandardInputFile});
+  return compiler;
+}
+
+Result<void> CpuCompiler::Compile(const KernelSource& source, const std::string& file, Findings& findings) const {
+  std::error_code code;
+  const std::filesystem::path folder = std::filesystem::temp_directory_path(code);
+  OSTRA_ASSIGN_OR_RETURN(const NamelessFile input, NamelessFile::Create(folder, source.text.GetView()));
+  const auto result = RunCommand(_command, input.GetDescriptor());
+  if (!result) {
+    findings.AddMessage(std::string(result.GetError().GetMessage().GetView()) + " [CPU]", file);
+    return OK;
+  }
+  const std::string report = CleanCompilerReport(result->output);
+  const Int known = findings.Count(Severity::Error);
+  std::size_t begin = 0;
+  while (begin < report.size()) {
+    const std::size_t end = report.find('\n', begin);
+    CompilerMessage message;
+    if (ReadCompilerMessage(std::string_view(report).substr(begin, end - begin), message))
+      findings.Add(
+          {message.file, message.line, message.isError ? Severity::Error : Severity::Warning, message.text + " [CPU]"});
+    begin = end + 1;
+  }
+  if (result->exitStatus != 0 && findings.Count(Severity::Error) == known)
+    return OSTRA_ILLEGAL_STATE("@: the C++ compiler failed and said nothing about the file: @", file, report);
+  return OK;
+}
+
+}  // namespace ostra::tool
