@@ -534,7 +534,6 @@ TEST_F(LintsTest, MessagesOfTheTranslatorGetTheirLine) {
   EXPECT_THAT(Check(MakeKernel("(Float32)", "")),
               Contains("k.krn:2: error: struct entry is not conforming to '(type) name' structure"));
   EXPECT_THAT(Check("\nGROUPSIZE(x, 8, 1)\n"), Contains(StartsWith("k.krn:2: error: ")));
-  EXPECT_THAT(Check("\r\nGROUPSIZE(8, 8, 1)\r\n"), Contains(StartsWith("k.krn:2: error: ")));
   const std::string twice =
       MakeKernel("(Float32) a", "") + "OSTRA_PARALLEL_KERNEL(Other, KERNELINPUTS)\n{\n}\nOSTRA_PARALLEL_KERNEL_END\n";
   EXPECT_THAT(Check(twice),
