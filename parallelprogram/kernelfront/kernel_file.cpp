@@ -218,7 +218,7 @@ std::string KernelFile::MakeInclude(std::string_view directive, const std::strin
   std::optional<KernelHeader> header;
   if (_options.readHeader && close != std::string_view::npos)
     header = _options.readHeader(std::string(directive.substr(open + 1, close - open - 1)), includingFile);
-  const std::string goOn = MakeLineMark(line + 1, includingFile);
+  const std::string goOn = MakeLineMark(line, includingFile);  // of the end of the directive, which stays
   if (!header) {
     return Join(
         {kCloseNamespaces, "\n", MakeLineMark(line, includingFile), directive, "\n", kOpenNamespaces, "\n", goOn});

@@ -9,13 +9,13 @@ CPU_SINGLETHREADEDTHRESHOLD(100)
 
 inline float Half(float x) { return x * 0.5f; }
 
-#line 3 "define.krn"
+#line 2 "define.krn"
 
 } }
 #line 3 "define.krn"
 #include <cstddef>
 namespace ostra::kernel { namespace {
-#line 4 "define.krn"
+#line 3 "define.krn"
 
 struct OstraKernelParameters {
 ::ostra::kernel::ParameterMember<Float32>::Type ostraParameter_scale{};
