@@ -133,13 +133,14 @@ class DepthMeter {
         return false;
       }
       const Bool isList = c == '{' ? _previous == '=' || _previous == ',' || (level.isList && _previous == '{')
-                                   : c == '[' || _previous == 'a';
+                                   : c == '[' || _previous == 'a' || _previous == ']';
       _levels.push_back({0, 0, 0, isList, false});
     } else if ((c == ')' || c == ']' || c == '}') && _levels.size() > 1) {
       const Int depth = std::max(level.longest, level.chain + level.deepest);
       _levels.pop_back();
       Level& outer = _levels.back();
       outer.deepest = std::max(outer.deepest, depth);
+      ++outer.chain;
       outer.isAtEnd = c == '}';
     } else if (c == ';' || (c == ',' && level.isList)) {
       level.longest = std::max(level.longest, level.chain + level.deepest);
