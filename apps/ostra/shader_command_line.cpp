@@ -19,7 +19,8 @@ constexpr const char* kTranslateDetails =
 constexpr const char* kCheckDetails =
     "Every file is translated for every language, assembled to a whole shader and compiled: GLSL and HLSL with glslang "
     "(the\n"
-    "results are checked by SPIRV-Tools), Metal as C++ for OpenCL with clang. Kernels are compiled for the CPU as well, with the\n"
+    "results are checked by SPIRV-Tools), Metal as C++ for OpenCL with clang. Kernels are compiled for the CPU as "
+    "well, with the\n"
     "system's C++ compiler or the one that CXX names; where a compiler is missing, the summary says so. Messages name "
     "the\n"
     "lines of the files, headers included.\n"
