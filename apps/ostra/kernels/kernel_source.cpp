@@ -76,6 +76,8 @@ Result<KernelSource> ReadKernelSource(const Url& kernelFile, std::string_view te
   options.readHeader = [&headers](const std::string& name, const std::string& includingFile) {
     return headers.Read(name, includingFile);
   };
+  // Before the front end, which walks expressions as well; what macros of headers stand for is known behind it.
+  OSTRA_RETURN_IF_ERROR(CheckLimits(kernelFile, source.text.GetView()));
   auto text = GenerateKernelSource(options, source.text.GetView());
   if (!headers.GetFailure()) return headers.GetFailure().GetError();
   if (!text) return text.TakeError();
