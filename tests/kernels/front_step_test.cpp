@@ -79,7 +79,7 @@ TEST_F(FrontStepTextTest, EveryLineKeepsItsNumber) {
 }
 
 TEST_F(FrontStepTextTest, FileNamesAreQuotedForTheCompiler) {
-  EXPECT_NE(Make(kKernel, {.fileName = "a \"b\"\\c\nd.krn"}).find("#line 1 \"a \\\"b\\\"\\\\c?d.krn\"\n"),
+  EXPECT_NE(Make(kKernel, {.fileName = "a \"b\"\\c\nd.krn"}).find("#line 1 \"a \\\"b\\\"\\\\c\\012d.krn\"\n"),
             std::string::npos);
 }
 
