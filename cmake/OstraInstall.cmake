@@ -13,7 +13,7 @@ install(TARGETS parallelprogram drawport_vulkan LIBRARY DESTINATION ${CMAKE_INST
 # Public headers are those whose functions libostra exports, or that have the code themselves. Programs do not link with
 # modules, so that of a module only interfaces, records and the language of kernels are public. tests/install checks it.
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/ostra DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING
-  PATTERN "*.h"
+  PATTERN "*.h" PATTERN "*.inl"
   REGEX "/ostra/(drawport_vulkan|shadercompiler|drawport/shading|render/noise)(/|$)" EXCLUDE
   REGEX "/ostra/core/zero_memory\\.h$" EXCLUDE
   REGEX "/ostra/crypt/conversion_base\\.h$" EXCLUDE
@@ -32,6 +32,7 @@ foreach(header
     program/kernel_entry.h
     program/kernel_interface.h
     program/kernel_language.h
+    program/kernel_lanes.inl
     program/kernel_loops.h
     program/kernel_noise.h
     program/kernel_parameters.h

@@ -84,8 +84,11 @@ int Translate(const Arguments& arguments) {
   if (!text) return 1;
   const std::string name = arguments.name.empty() ? in : arguments.name;
   std::vector<std::string> headers;
-  KernelSourceOptions options{
-      .fileName = name, .classId = arguments.id, .templateArgument = arguments.type, .isModule = arguments.isModule};
+  KernelSourceOptions options{.fileName = name,
+                              .classId = arguments.id,
+                              .templateArgument = arguments.type,
+                              .isModule = arguments.isModule,
+                              .hasLaneForms = true};
   options.readHeader = [&](const std::string& header, const std::string& includingFile) -> std::optional<KernelHeader> {
     const fs::path including = includingFile == name ? fs::path(in) : fs::path(includingFile);
     const std::string path = (including.parent_path() / header).lexically_normal().string();

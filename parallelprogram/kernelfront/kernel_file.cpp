@@ -12,9 +12,6 @@
 namespace ostra::kernelfront {
 namespace {
 
-constexpr std::string_view kOpenNamespaces = "namespace ostra::kernel { namespace {";
-constexpr std::string_view kCloseNamespaces = "} }";
-
 // A path without its suffix.
 std::string_view RemoveSuffix(std::string_view path) {
   const std::size_t dot = path.rfind('.');
@@ -76,7 +73,7 @@ std::string MakeIdentifier(std::string_view classId) {
 
 void KernelFile::Stop(int line, const std::string& message) const { Fail(_file, line, message); }
 
-std::string KernelFile::Generate() {
+void KernelFile::Read() {
   if (const auto mistakes = FindSourceMistakes(_text.GetText(0, _text.GetSize())); !mistakes.empty())
     Stop(mistakes[0].line, mistakes[0].text);
   RewriteWords(_text, _file, _options.templateArgument);
@@ -90,7 +87,10 @@ std::string KernelFile::Generate() {
   CheckParameterUses(_text, _parameters, _file);
   _text.Replace(_kernel.begin, _kernel.bodyBegin, MakeClassHead());
   if (_kernel.closeBrace != 0) _text.Replace(At(_kernel.closeBrace + 1).begin, _kernel.end, MakeClassEnd());
-  return MakeHead() + MakeBody() + MakeTail();
+}
+
+std::string KernelFile::Print(std::string_view laneForms) const {
+  return MakeHead() + MakeBody() + MakeTail(laneForms);
 }
 
 void KernelFile::CheckWords(const EditedText& text) {
@@ -313,10 +313,14 @@ std::size_t KernelFile::ReadMethodKernel(std::size_t i) {
   return after;
 }
 
-std::string KernelFile::MakeClassHead() const {
+std::string KernelFile::MakeParametersName() const {
   const std::string parameters(kParameterStruct);
-  return Join({"OSTRA_KERNEL_CLASS(", _kernel.name, ", ", _usesNoise ? "WithNoise<" + parameters + ">" : parameters,
-               ", ", _usesLinearInvocation ? "true" : "false", ", ", _kernel.result, ")"});
+  return _usesNoise ? "WithNoise<" + parameters + ">" : parameters;
+}
+
+std::string KernelFile::MakeClassHead() const {
+  return Join({"OSTRA_KERNEL_CLASS(", _kernel.name, ", ", MakeParametersName(), ", ",
+               _usesLinearInvocation ? "true" : "false", ", ", _kernel.result, ")"});
 }
 
 // The end of the class of a macro kernel. Its loops are split at the bound of its guard, which is known to hold in the
@@ -347,8 +351,8 @@ std::string KernelFile::MakeBody() const {
                _text.Take(_kernel.begin, _kernel.end)});
 }
 
-std::string KernelFile::MakeTail() const {
-  std::string tail = Join({"\n", kCloseNamespaces, "\n"});
+std::string KernelFile::MakeTail(std::string_view laneForms) const {
+  std::string tail = Join({"\n", kCloseNamespaces, "\n", laneForms});
   if (_options.classId.empty()) return tail;
   const std::string id(_options.classId);
   const std::string identifier = MakeIdentifier(id);

@@ -9,14 +9,25 @@
 
 namespace ostra::kernelfront {
 
+// Around everything that a source has of the kernel file.
+inline constexpr std::string_view kOpenNamespaces = "namespace ostra::kernel { namespace {";
+inline constexpr std::string_view kCloseNamespaces = "} }";
+
 class KernelFile {
  public:
   // `text` must outlive the object. All functions end in a Failure for text that is no kernel file.
   KernelFile(const KernelSourceOptions& options, std::string_view text)
       : _options(options), _file(options.fileName), _text(text) {}
 
-  // The whole C++ source.
-  std::string Generate();
+  // Finds the parts of the file and changes them. Once, before the other functions.
+  void Read();
+
+  // The whole C++ source; the wide forms (lane_forms.h) stand behind the kernel's class.
+  std::string Print(std::string_view laneForms) const;
+
+  const std::string& GetKernelName() const { return _kernel.name; }
+  // The record of parameters, with the noises of a kernel that has some.
+  std::string MakeParametersName() const;
 
  private:
   static constexpr int kMaximalHeaders = 1000;
@@ -53,7 +64,7 @@ class KernelFile {
   std::string MakeClassEnd();
   std::string MakeHead() const;
   std::string MakeBody() const;
-  std::string MakeTail() const;
+  std::string MakeTail(std::string_view laneForms) const;
 
   const Token& At(std::size_t i) const { return _text.GetTokens()[i]; }
   [[noreturn]] void Stop(int line, const std::string& message) const;

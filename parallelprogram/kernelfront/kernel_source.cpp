@@ -6,6 +6,7 @@
 
 #include "parallelprogram/kernelfront/failure.h"
 #include "parallelprogram/kernelfront/kernel_file.h"
+#include "parallelprogram/kernelfront/lane_forms.h"
 #include "parallelprogram/kernellanguage/front_end.h"
 
 OSTRA_UNIT("kernelfront");
@@ -51,15 +52,16 @@ class KnownHeaders {
 };
 
 // What no C++ compiler takes is told before one runs, in the words of kernel files.
-Result<void> CheckLanguage(const KernelSourceOptions& options, std::string_view text, KnownHeaders& headers) {
+Result<kernellanguage::AnalyzedKernel> Analyze(const KernelSourceOptions& options, std::string_view text,
+                                               KnownHeaders& headers) {
   kernellanguage::Source source{
       .fileName = options.fileName, .text = text, .templateArgument = options.templateArgument};
   source.readHeader = [&headers](const std::string& name, const std::string& includingFile) {
     const auto& header = headers.Read(name, includingFile);
     return header ? std::optional(kernellanguage::Header{header->path, header->text}) : std::nullopt;
   };
-  OSTRA_ASSIGN_OR_RETURN(const kernellanguage::AnalyzedKernel kernel, kernellanguage::AnalyzeKernel(source));
-  if (kernel.errors.empty()) return OK;
+  OSTRA_ASSIGN_OR_RETURN(kernellanguage::AnalyzedKernel kernel, kernellanguage::AnalyzeKernel(source));
+  if (kernel.errors.empty()) return kernel;
   const std::string message = kernellanguage::FormatDiagnostics(kernel.sources, kernel.errors);
   return Error::Make(kIllegalArgumentError, message, kOstraUnit, __LINE__);
 }
@@ -75,10 +77,12 @@ Result<String> GenerateKernelSource(const KernelSourceOptions& options, std::str
         return headers.Read(name, includingFile);
       };
     }
-    OSTRA_ASSIGN_OR_RETURN(String source,
-                           MakeText([&] { return kernelfront::KernelFile(remembering, text).Generate(); }));
-    OSTRA_RETURN_IF_ERROR(CheckLanguage(options, text, headers));
-    return source;
+    kernelfront::KernelFile file(remembering, text);
+    file.Read();
+    OSTRA_ASSIGN_OR_RETURN(const kernellanguage::AnalyzedKernel kernel, Analyze(options, text, headers));
+    return String::Create(file.Print(options.hasLaneForms ? kernelfront::MakeLaneForms(file, kernel) : ""));
+  } catch (const kernelfront::Failure& failure) {
+    return Error::Make(kIllegalArgumentError, failure.message, kOstraUnit, __LINE__);
   } catch (const std::bad_alloc&) {
     return OSTRA_OUT_OF_MEMORY();
   }

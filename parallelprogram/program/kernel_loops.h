@@ -21,6 +21,24 @@
 #define OSTRA_KERNEL_LEVELS
 #endif
 
+// Whether kernels are compiled for lanes of a level, too: of all levels, or of the only one that the compiler's flags
+// ask for. OSTRA_KERNEL_IS_SCALAR turns it off.
+#if !defined(__OPTIMIZE__) || defined(OSTRA_KERNEL_IS_SANITIZED) || defined(OSTRA_CHECK_KERNEL_INDICES) || \
+    defined(OSTRA_KERNEL_IS_SCALAR)
+#define OSTRA_KERNEL_HAS_LANES(level) 0
+#elif defined(OSTRA_KERNEL_LEVELS)
+#define OSTRA_KERNEL_HAS_LANES(level) 1
+#else
+#if defined(__AVX512F__) && defined(__AVX512BW__) && defined(__AVX512DQ__) && defined(__AVX512VL__)
+#define OSTRA_KERNEL_ONLY_LEVEL 2
+#elif defined(__AVX2__) && defined(__FMA__) && defined(__BMI2__)
+#define OSTRA_KERNEL_ONLY_LEVEL 1
+#else
+#define OSTRA_KERNEL_ONLY_LEVEL 0
+#endif
+#define OSTRA_KERNEL_HAS_LANES(level) (level == OSTRA_KERNEL_ONLY_LEVEL)
+#endif
+
 #define OSTRA_KERNEL_INLINE inline __attribute__((always_inline))
 #define OSTRA_KERNEL_FLAT __attribute__((always_inline))
 
@@ -64,6 +82,15 @@ inline InstructionLevel DetectInstructionLevel() {
 // The level that kernels of this shared object run at. Tests lower it; not while a kernel runs.
 inline InstructionLevel g_instructionLevel = DetectInstructionLevel();
 
+// The wide form of a body for an instruction level (kernel_lanes.inl); a kernel that has one specializes this:
+//
+//   static constexpr Bool kExists = true;
+//   static void Run(const Body& body, const KernelRange& range);     // independent invocations only
+template <class Body, InstructionLevel level>
+struct LaneForm {
+  static constexpr Bool kExists = false;
+};
+
 // What LinearInvocation() adds to the global x for each row of groups.
 template <class Group>
 constexpr UInt32 GetLinearOffset(UInt32 groupY) {
@@ -93,14 +120,33 @@ class RangeLoops {
 
   static void Run(const Body& body, const KernelRange& range) {
     if (range.isOrdered) return RunOrdered(body, range);
-#ifdef OSTRA_KERNEL_LEVELS
-    if (g_instructionLevel == InstructionLevel::kVectors512) return RunVectors512(body, range);
-    if (g_instructionLevel == InstructionLevel::kVectors256) return RunVectors256(body, range);
+#ifdef OSTRA_KERNEL_ONLY_LEVEL
+    using Lanes = LaneForm<Body, static_cast<InstructionLevel>(OSTRA_KERNEL_ONLY_LEVEL)>;
+    if constexpr (Lanes::kExists) return Lanes::Run(body, range);
 #endif
-    RunBaseline(body, range);
+#ifdef OSTRA_KERNEL_LEVELS
+    if (g_instructionLevel == InstructionLevel::kVectors512)
+      return RunLevel<InstructionLevel::kVectors512>(body, range);
+    if (g_instructionLevel == InstructionLevel::kVectors256)
+      return RunLevel<InstructionLevel::kVectors256>(body, range);
+#endif
+    RunLevel<InstructionLevel::kBaseline>(body, range);
   }
 
  private:
+  template <InstructionLevel level>
+  static void RunLevel(const Body& body, const KernelRange& range) {
+    if constexpr (LaneForm<Body, level>::kExists) return LaneForm<Body, level>::Run(body, range);
+#ifdef OSTRA_KERNEL_LEVELS
+    else if constexpr (level == InstructionLevel::kVectors512)
+      return RunVectors512(body, range);
+    else if constexpr (level == InstructionLevel::kVectors256)
+      return RunVectors256(body, range);
+#endif
+    else
+      RunBaseline(body, range);
+  }
+
   static constexpr Bool HasBound() {
     if constexpr (requires(const Body& body) { body.GetOstraBound(); })
       return std::is_same_v<decltype(std::declval<const Body&>().GetOstraBound()), UInt32>;

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "ostra/math/lanes/element_traits.h"
+#include "ostra/math/matrix.h"
 #include "ostra/math/scalar_functions.h"
 #include "ostra/math/vector.h"
 
@@ -32,6 +33,8 @@
 //
 #include "ostra/math/lanes/functions.inl"
 #include "ostra/math/lanes/vectors.inl"
+//
+#include "ostra/math/lanes/matrices.inl"
 //
 #include "ostra/math/lanes/memory.inl"
 

@@ -40,3 +40,10 @@
 #endif
 
 #define OSTRA_LANE_INLINE inline __attribute__((always_inline, artificial))
+// Code that was not made for wide vectors is several times slower as long as something is left in the upper halves of
+// vector registers. Compilers clear them, but GCC 12 not always.
+#if OSTRA_LANE_LEVEL == 0
+#define OSTRA_LANE_CLEAR static_cast<void>(0)
+#else
+#define OSTRA_LANE_CLEAR __builtin_ia32_vzeroupper()
+#endif

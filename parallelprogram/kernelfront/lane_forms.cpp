@@ -1,0 +1,36 @@
+#include "parallelprogram/kernelfront/lane_forms.h"
+
+#include "parallelprogram/kernelfront/failure.h"
+#include "parallelprogram/kernellanguage/lane_code.h"
+
+namespace ostra::kernelfront {
+namespace {
+
+// An instruction level: its number for lanes.inl and its name in InstructionLevel.
+struct Level {
+  std::string_view number, name;
+};
+constexpr Level kLevels[] = {{"0", "kBaseline"}, {"1", "kVectors256"}, {"2", "kVectors512"}};
+
+}  // namespace
+
+std::string MakeLaneForms(const KernelFile& file, const kernellanguage::AnalyzedKernel& kernel) {
+  if (!kernel.IsUnderstood()) return "";
+  const std::string& name = file.GetKernelName();
+  const auto code = kernellanguage::PrintLaneCode(kernel, {.className = name, .parameters = file.MakeParametersName()});
+  if (code.refusal) return "";
+  std::string forms;
+  for (const Level& level : kLevels) {
+    forms +=
+        Join({"#if OSTRA_KERNEL_HAS_LANES(", level.number, ")\n", "#define OSTRA_LANE_LEVEL ", level.number, "\n"});
+    forms += "#include \"parallelprogram/program/kernel_lanes.inl\"\n#include \"ostra/math/lanes/level_begin.inl\"\n";
+    forms += Join({kOpenNamespaces, " namespace OSTRA_LANES {\nusing namespace ::ostra::OSTRA_LANES;\n", code.text});
+    forms += Join({"using OstraLoops = LaneLoops<Ostra", name, "Lanes, OstraGroupSize>;\n} ", kCloseNamespaces, "\n"});
+    forms += Join({"namespace ostra::kernel {\ntemplate <>\nstruct LaneForm<", name,
+                   "Body, InstructionLevel::", level.name, "> : OSTRA_LANES::OstraLoops {};\n}\n"});
+    forms += "#include \"ostra/math/lanes/level_end.inl\"\n#undef OSTRA_LANE_LEVEL\n#endif\n";
+  }
+  return forms;
+}
+
+}  // namespace ostra::kernelfront

@@ -1,0 +1,13 @@
+// The wide form of a kernel in its C++ source: the code of the kernel's body for lanes (kernellanguage/lane_code.h),
+// once per instruction level, and where the kernel's loops find it (LaneForm in program/kernel_loops.h).
+#pragma once
+
+#include "parallelprogram/kernelfront/kernel_file.h"
+#include "parallelprogram/kernellanguage/front_end.h"
+
+namespace ostra::kernelfront {
+
+// Empty for a kernel that the front end does not understand, or that has no wide form.
+std::string MakeLaneForms(const KernelFile& file, const kernellanguage::AnalyzedKernel& kernel);
+
+}  // namespace ostra::kernelfront

@@ -1,0 +1,465 @@
+#include "parallelprogram/kernellanguage/lane_printer.h"
+#include "parallelprogram/kernellanguage/literal.h"
+
+namespace ostra::kernellanguage {
+namespace {
+
+constexpr std::string_view kComponents[] = {"x", "y", "z", "w"};
+
+Bool IsBuffer(const SyntaxTree& tree, NodeIndex node) { return tree.Is(node, NodeKind::kBuffer); }
+
+}  // namespace
+
+LanePrinter::Form LanePrinter::FormOf(NodeIndex node) const {
+  const Uniformity& uniformity = _uniformity.Get(node);
+  if (uniformity.IsSame()) return Form::kShared;
+  return uniformity.variance == Variance::kLinear ? Form::kLinear : Form::kLanes;
+}
+
+Bool LanePrinter::IsHarmless(NodeIndex node) const {
+  switch (KindOf(node)) {
+    case NodeKind::kAssign:
+    case NodeKind::kPostfix:
+    case NodeKind::kIndex:
+    case NodeKind::kLocalData:
+      return false;
+    case NodeKind::kUnary:
+      if (_tree.nodes[node].operation == Operation::kIncrement || _tree.nodes[node].operation == Operation::kDecrement)
+        return false;
+      break;
+    case NodeKind::kBinary: {
+      const Operation operation = _tree.nodes[node].operation;
+      const Bool isDivision = operation == Operation::kDivide || operation == Operation::kRemainder;
+      if (isDivision && !IsFloating(_types[_resolved.computed[node]].scalar)) return false;
+      break;
+    }
+    case NodeKind::kCall:
+      if (_resolved.meaning[node].kind != MeaningKind::kWord || GetOverloads(_resolved.meaning[node].word).empty())
+        return false;
+      break;
+    default:
+      break;
+  }
+  for (const NodeIndex child : _tree.GetChildren(node)) {
+    if (child != kNoNode && !IsHarmless(child)) return false;
+  }
+  return true;
+}
+
+// A call of a function of the file whose result is shared although its arguments are not.
+Bool LanePrinter::IsCallWithLanes(NodeIndex node) const {
+  if (KindOf(node) != NodeKind::kCall || _resolved.meaning[node].kind != MeaningKind::kFunction) return false;
+  for (const NodeIndex argument : _tree.GetChildren(node)) {
+    if (FormOf(argument) != Form::kShared) return true;
+  }
+  return false;
+}
+
+std::string LanePrinter::SharedType(TypeIndex type) const {
+  const Type& kind = _types[type];
+  switch (kind.kind) {
+    case TypeKind::kScalar:
+      return std::string(GetCppName(kind.scalar));
+    case TypeKind::kVector:
+      return Join({"Vec", std::to_string(kind.count), "<", GetCppName(kind.scalar), ">"});
+    case TypeKind::kMatrix:
+      return kind.count == 3 ? "SquareMatrix32" : "SquareMatrix4d32";
+    case TypeKind::kAffineMatrix:
+      return "AffineMatrix32";
+    case TypeKind::kVoid:
+      return "void";
+    default:
+      return "";
+  }
+}
+
+Bool LanePrinter::HasLaneType(TypeIndex type) const {
+  const Type& kind = _types[type];
+  if (kind.kind != TypeKind::kScalar && kind.kind != TypeKind::kVector) return false;
+  if (kind.kind == TypeKind::kVector && kind.scalar == Scalar::kBool) return false;
+  return kind.scalar == Scalar::kBool || (GetSize(kind.scalar) >= 4 && kind.scalar != Scalar::kHalf);
+}
+
+std::string LanePrinter::LaneType(TypeIndex type, NodeIndex place) {
+  const Type& kind = _types[type];
+  if (!HasLaneType(type)) {
+    Refuse(place, Join({"a value of type ", _types.GetName(type), " that differs between invocations"}));
+    return "";
+  }
+  if (kind.kind == TypeKind::kVector)
+    return Join({"LaneVec", std::to_string(kind.count), "<", GetCppName(kind.scalar), ">"});
+  if (kind.scalar == Scalar::kBool) return "Mask";
+  return Join({"Lanes<", GetCppName(kind.scalar), ">"});
+}
+
+std::string LanePrinter::ToLanes(const Value& value, NodeIndex place) {
+  if (value.form == Form::kLanes) return value.text;
+  const std::string type = LaneType(value.type, place);
+  if (value.form == Form::kShared) return Join({type, "(", value.text, ")"});
+  return Join(
+      {"Ramp<", GetCppName(_types[value.type].scalar), ">(", value.text, ", ", std::to_string(value.stride), ")"});
+}
+
+// Conversions between integers of 32 bits keep a linear value linear.
+LanePrinter::Value LanePrinter::Convert(Value value, TypeIndex to, NodeIndex place) {
+  if (value.type == to || to == kUnknownType) return value;
+  const Type& from = _types[value.type];
+  const Type& target = _types[to];
+  const Bool isNumber = (from.kind == TypeKind::kScalar || from.kind == TypeKind::kVector) &&
+                        from.kind == target.kind && from.count == target.count;
+  if (!isNumber) {
+    Refuse(place, Join({"a conversion from ", _types.GetName(value.type), " to ", _types.GetName(to)}));
+    return value;
+  }
+  const auto is32 = [](Scalar scalar) { return scalar == Scalar::kInt32 || scalar == Scalar::kUInt32; };
+  if (value.form == Form::kShared || (value.form == Form::kLinear && is32(target.scalar))) {
+    value.text = Join({"static_cast<", SharedType(to), ">(", value.text, ")"});
+    value.type = to;
+    return value;
+  }
+  const std::string lanes = ToLanes(value, place);
+  LaneType(to, place);
+  if (to == kBoolType) return {Join({"(", lanes, " != ", GetCppName(from.scalar), "(0))"}), Form::kLanes, to};
+  return {Join({"Convert<", GetCppName(target.scalar), ">(", lanes, ")"}), Form::kLanes, to};
+}
+
+LanePrinter::Value LanePrinter::Literal(NodeIndex node) const {
+  LiteralValue value;
+  std::string text(NameOf(node));
+  if (ParseLiteral(text, value) && value.scalar == Scalar::kFloat32 && text.back() != 'f' && text.back() != 'F')
+    text += 'f';
+  return {text, Form::kShared, TypeOf(node)};
+}
+
+std::string LanePrinter::Shared(NodeIndex node) {
+  Value value{SharedItself(node), Form::kShared, TypeOf(node)};
+  return Convert(value, _resolved.converted[node], node).text;
+}
+
+// InGlobalInvocationID and its relatives, of the first lane. Without a component the whole vector, which only the
+// group's values may have: the others differ along x.
+std::string LanePrinter::SharedWord(NodeIndex node, std::string_view component) {
+  const WordId word = _resolved.meaning[node].word;
+  if (word == WordId::kWorkGroupSize)
+    return component.empty() ? "ostraGroupSize" : Join({"ostraGroupSize.", component});
+  if (component == "x" && word == WordId::kGlobalInvocation) return "ostraX";
+  if (component == "y" || component == "z") {
+    const std::string position = Join({"ostra", component == "y" ? "Y" : "Z"});
+    const std::string size = Join({"ostraGroupSize.", component});
+    if (word == WordId::kGlobalInvocation) return position;
+    if (word == WordId::kLocalInvocation) return Join({"(", position, " % ", size, ")"});
+    if (word == WordId::kWorkGroup) return Join({"(", position, " / ", size, ")"});
+  }
+  Refuse(node, Join({NameOf(node), " in this place"}));
+  return "";
+}
+
+std::string LanePrinter::SharedItself(NodeIndex node) {
+  const auto children = _tree.GetChildren(node);
+  const auto list = [&](std::size_t first) {
+    std::string arguments;
+    for (std::size_t i = first; i < children.size(); ++i)
+      arguments += Join({i == first ? "" : ", ", Shared(children[i])});
+    return arguments;
+  };
+  const Operation operation = _tree.nodes[node].operation;
+  switch (KindOf(node)) {
+    case NodeKind::kLiteral:
+      return Literal(node).text;
+    case NodeKind::kName: {
+      const Meaning& meaning = _resolved.meaning[node];
+      if (meaning.kind == MeaningKind::kWord) return SharedWord(node, "");
+      if (meaning.kind == MeaningKind::kVariable && FormOf(meaning.target) == Form::kLanes) break;
+      return std::string(NameOf(node));
+    }
+    case NodeKind::kUniform:
+      return Join({"ostraParameter_", NameOf(node)});
+    case NodeKind::kUnary:
+      return Join({"(", GetSpelling(operation), Shared(children[0]), ")"});
+    case NodeKind::kPostfix:
+      return Join({"(", SharedItself(children[0]), GetSpelling(operation), ")"});
+    case NodeKind::kBinary: {
+      if (operation == Operation::kShiftLeft || operation == Operation::kShiftRight) break;
+      return Join({"(", Shared(children[0]), " ", GetSpelling(operation), " ", Shared(children[1]), ")"});
+    }
+    case NodeKind::kAssign: {
+      const std::string sign = operation == Operation::kNone ? "" : std::string(GetSpelling(operation));
+      return Join({"(", SharedItself(children[0]), " ", sign, "= ", Shared(children[1]), ")"});
+    }
+    case NodeKind::kConditional:
+      return Join({"(", Shared(children[0]), " ? ", Shared(children[1]), " : ", Shared(children[2]), ")"});
+    case NodeKind::kComma:
+      return Join({"(", Shared(children[0]), ", ", Shared(children[1]), ")"});
+    case NodeKind::kConstruct:
+    case NodeKind::kCast: {
+      const std::string type = SharedType(TypeOf(node));
+      if (type.empty()) break;
+      return Join({type, "(", list(1), ")"});
+    }
+    case NodeKind::kMemberOf: {
+      const Meaning& of = _resolved.meaning[children[0]];
+      if (KindOf(children[0]) == NodeKind::kName && of.kind == MeaningKind::kWord)
+        return SharedWord(children[0], NameOf(node));
+      return Join({SharedItself(children[0]), ".", NameOf(node)});
+    }
+    case NodeKind::kIndex:
+      if (IsBuffer(_tree, children[0]))
+        return Join({"ostraParameter_", NameOf(children[0]), "[", Shared(children[1]), "]"});
+      return Join({SharedItself(children[0]), "[", Shared(children[1]), "]"});
+    case NodeKind::kLocalData:
+      return Join({"ostraParameter_", NameOf(node), "[", Shared(children[1]), "]"});
+    case NodeKind::kCall: {
+      const Meaning& meaning = _resolved.meaning[node];
+      if (meaning.kind == MeaningKind::kFunction) return Join({NameOf(node), "(", list(0), ")"});
+      const WordId word = meaning.word;
+      if (word == WordId::kLinearInvocation) return "ostraLinear";
+      if (word == WordId::kTextureSize) return Join({"ostraParameter_", NameOf(children[0]), ".GetSize()"});
+      if (word == WordId::kSampleTexture || word == WordId::kSampleTextureLayer)
+        return Join({"ostraParameter_", NameOf(children[0]), ".Sample(", list(1), ")"});
+      if (word == WordId::kFetchTexture || word == WordId::kFetchTextureLayer)
+        return Join({"ostraParameter_", NameOf(children[0]), ".Fetch(", list(1), ")"});
+      if (word == WordId::kRenderNoise) return Join({"RenderNoise(", list(0), ")"});
+      if (!GetOverloads(word).empty()) return Join({"vocabulary::", NameOf(node), "(", list(0), ")"});
+      break;
+    }
+    default:
+      break;
+  }
+  Refuse(node, Join({"this use of \"", NameOf(node), GetSpelling(operation), "\" with one value for all invocations"}));
+  return "";
+}
+
+LanePrinter::Value LanePrinter::Evaluate(NodeIndex node) {
+  return Convert(EvaluateItself(node), _resolved.converted[node], node);
+}
+
+LanePrinter::Value LanePrinter::EvaluateItself(NodeIndex node) {
+  const Form form = FormOf(node);
+  const Bool isChange = KindOf(node) == NodeKind::kAssign || KindOf(node) == NodeKind::kPostfix;
+  if (form != Form::kLanes && !isChange && !IsCallWithLanes(node)) {
+    Value value{SharedItself(node), form, TypeOf(node)};
+    if (form == Form::kLinear) value.stride = _uniformity.Get(node).stride;
+    return value;
+  }
+  const auto children = _tree.GetChildren(node);
+  const Operation operation = _tree.nodes[node].operation;
+  switch (KindOf(node)) {
+    case NodeKind::kName:
+      return Name(node);
+    case NodeKind::kUnary: {
+      if (operation == Operation::kIncrement || operation == Operation::kDecrement) break;
+      const std::string operand = InLanes(children[0]);
+      return {Join({"(", GetSpelling(operation), operand, ")"}), Form::kLanes, TypeOf(node)};
+    }
+    case NodeKind::kBinary: {
+      if (operation == Operation::kLogicalAnd || operation == Operation::kLogicalOr) return Logical(node);
+      const Value left = Evaluate(children[0]), right = Evaluate(children[1]);
+      return Binary(operation, left, right, TypeOf(node), node);
+    }
+    case NodeKind::kConditional:
+      return Conditional(node);
+    case NodeKind::kConstruct:
+    case NodeKind::kCast:
+      return Construct(node);
+    case NodeKind::kMemberOf:
+      return Member(node);
+    case NodeKind::kIndex:
+      return Index(node);
+    case NodeKind::kLocalData:
+      return LoadElement(NameOf(node), TypeOf(node), children[1], node);
+    case NodeKind::kCall:
+      return Call(node);
+    default:
+      break;
+  }
+  Refuse(node, Join({"\"", NameOf(node), GetSpelling(operation), "\" inside an expression"}));
+  return {"", Form::kLanes, TypeOf(node)};
+}
+
+LanePrinter::Value LanePrinter::Name(NodeIndex node) {
+  const Meaning& meaning = _resolved.meaning[node];
+  if (meaning.kind == MeaningKind::kWord) {
+    const TypeIndex type = TypeOf(node);
+    switch (meaning.word) {
+      case WordId::kGlobalInvocation:
+        return {"LaneVec3<UInt32>(Ramp<UInt32>(ostraX, 1), ostraY, ostraZ)", Form::kLanes, type};
+      case WordId::kLocalInvocation:
+        return {
+            "LaneVec3<UInt32>(LocalX<OstraGroupSize::kX>(ostraX), ostraY % ostraGroupSize.y, ostraZ % "
+            "ostraGroupSize.z)",
+            Form::kLanes, type};
+      case WordId::kWorkGroup:
+        return {
+            "LaneVec3<UInt32>(GroupX<OstraGroupSize::kX>(ostraX), ostraY / ostraGroupSize.y, ostraZ / "
+            "ostraGroupSize.z)",
+            Form::kLanes, type};
+      default:
+        break;
+    }
+    Refuse(node, Join({NameOf(node), " in this place"}));
+  }
+  // The expression may differ between lanes only as what it is converted to.
+  const Form form = FormOf(meaning.target);
+  const Int32 stride = form == Form::kLinear ? _uniformity.Get(meaning.target).stride : 0;
+  return {std::string(NameOf(node)), form, TypeOf(node), stride};
+}
+
+LanePrinter::Value LanePrinter::Member(NodeIndex node) {
+  const NodeIndex operand = Child(node, 0);
+  if (KindOf(operand) == NodeKind::kName && _resolved.meaning[operand].kind == MeaningKind::kWord &&
+      NameOf(node) == "x") {
+    const WordId word = _resolved.meaning[operand].word;
+    if (word == WordId::kLocalInvocation) return {"LocalX<OstraGroupSize::kX>(ostraX)", Form::kLanes, kUIntType};
+    if (word == WordId::kWorkGroup) return {"GroupX<OstraGroupSize::kX>(ostraX)", Form::kLanes, kUIntType};
+    if (word == WordId::kGlobalInvocation) return {"ostraX", Form::kLinear, kUIntType, 1};
+  }
+  if (!_types.IsVector(TypeOf(operand))) {
+    Refuse(node, Join({"a member of a ", _types.GetName(TypeOf(operand)), " that differs between invocations"}));
+    return {"", Form::kLanes, TypeOf(node)};
+  }
+  return {Join({ToLanes(EvaluateItself(operand), operand), ".", kComponents[_resolved.meaning[node].number & 3]}),
+          Form::kLanes, TypeOf(node)};
+}
+
+LanePrinter::Value LanePrinter::LoadElement(std::string_view buffer, TypeIndex element, NodeIndex index,
+                                            NodeIndex place) {
+  const std::string type = LaneType(element, place);
+  const Value at = Evaluate(index);
+  if (at.form == Form::kShared)
+    return {Join({type, "(ostraParameter_", buffer, "[", at.text, "])"}), Form::kLanes, element};
+  if (at.form == Form::kLinear && at.stride == 1)
+    return {Join({"LoadRun(ostraParameter_", buffer, ".GetFirst(), ", at.text, ", ", GetMask(), ")"}), Form::kLanes,
+            element};
+  return {Join({"Gather(ostraParameter_", buffer, ".GetFirst(), ", ToLanes(at, index), ", ", GetMask(), ")"}),
+          Form::kLanes, element};
+}
+
+LanePrinter::Value LanePrinter::Index(NodeIndex node) {
+  const NodeIndex operand = Child(node, 0), index = Child(node, 1);
+  const TypeIndex type = TypeOf(node);
+  if (IsBuffer(_tree, operand)) return LoadElement(NameOf(operand), type, index, node);
+  if (_types[TypeOf(operand)].kind != TypeKind::kArray || KindOf(operand) != NodeKind::kName) {
+    Refuse(node, "an element that is found by its number in something other than an array or a buffer");
+    return {"", Form::kLanes, type};
+  }
+  const Bool isArrayShared = FormOf(_resolved.meaning[operand].target) == Form::kShared;
+  const Value at = Evaluate(index);
+  const std::string array(NameOf(operand));
+  if (at.form == Form::kShared)
+    return {Join({array, "[", at.text, "]"}), isArrayShared ? Form::kShared : Form::kLanes, type};
+  LaneType(type, node);
+  if (isArrayShared)
+    return {Join({"GetSharedElements(", array, ", ", ToLanes(at, index), ", ", GetMask(), ")"}), Form::kLanes, type};
+  return {Join({"GetElements(", array, ", ", ToLanes(at, index), ", ", GetMask(), ")"}), Form::kLanes, type};
+}
+
+LanePrinter::Value LanePrinter::Construct(NodeIndex node) {
+  const TypeIndex type = TypeOf(node);
+  const auto arguments = _tree.GetChildren(node).subspan(1);
+  if (KindOf(node) == NodeKind::kCast || (_types.IsScalar(type) && arguments.size() == 1))
+    return Convert(Evaluate(arguments[0]), type, node);
+  const std::string lanes = LaneType(type, node);
+  UInt32 count = 0;
+  std::string list;
+  for (const NodeIndex argument : arguments) {
+    const TypeIndex wanted = _resolved.converted[argument];
+    count += _types[wanted].count;
+    Value value = Evaluate(argument);
+    const TypeIndex component = GetVectorType(_types[type].scalar, _types[wanted].count);
+    list += Join({list.empty() ? "" : ", ", ToLanes(Convert(std::move(value), component, argument), argument)});
+  }
+  const Bool isSpread = arguments.size() == 1 && count == 1;
+  if (!_types.IsVector(type) || (!isSpread && count != _types[type].count))
+    Refuse(node, Join({"a ", _types.GetName(type), " made of these values"}));
+  return {Join({lanes, "(", list, ")"}), Form::kLanes, type};
+}
+
+LanePrinter::Value LanePrinter::Binary(Operation operation, const Value& left, const Value& right, TypeIndex result,
+                                       NodeIndex place) {
+  const std::string a = ToLanes(left, place);
+  const Bool isInteger = !IsFloating(_types[left.type].scalar);
+  switch (operation) {
+    case Operation::kShiftLeft:
+    case Operation::kShiftRight: {
+      const std::string count = ToLanes(Convert(right, left.type, place), place);
+      return {Join({operation == Operation::kShiftLeft ? "ShiftLeft(" : "ShiftRight(", a, ", ", count, ")"}),
+              Form::kLanes, result};
+    }
+    case Operation::kDivide:
+    case Operation::kRemainder:
+      if (isInteger) {
+        if (!_types.IsScalar(left.type)) Refuse(place, "a division of vectors of integers");
+        return {Join({operation == Operation::kDivide ? "Divide(" : "Remainder(", a, ", ", ToLanes(right, place), ", ",
+                      GetMask(), ")"}),
+                Form::kLanes, result};
+      }
+      break;
+    case Operation::kBitAnd:
+    case Operation::kBitOr:
+    case Operation::kBitXor:
+      if (_types.IsVector(left.type)) Refuse(place, "bits of vectors");
+      break;
+    default:
+      break;
+  }
+  return {Join({"(", a, " ", GetSpelling(operation), " ", ToLanes(right, place), ")"}), Form::kLanes, result};
+}
+
+// The right side is computed only for lanes that need it, unless that makes no difference.
+LanePrinter::Value LanePrinter::Logical(NodeIndex node) {
+  const NodeIndex left = Child(node, 0), right = Child(node, 1);
+  const Bool isAnd = _tree.nodes[node].operation == Operation::kLogicalAnd;
+  const std::string_view sign = isAnd ? " & " : " | ";
+  const std::string first = ToMask(left);
+  if (IsHarmless(right)) return {Join({"(", first, sign, ToMask(right), ")"}), Form::kLanes, kBoolType};
+  const std::string result = NewName("condition"), mask = NewName("mask");
+  Line({"Mask ", result, " = ", first, ";"});
+  Line({"{ Mask ", mask, " = ",
+        isAnd ? Join({GetMask(), " & ", result}) : Join({"AndNot(", GetMask(), ", ", result, ")"}), ";"});
+  Line({"if (Any(", mask, ")) {"});
+  _masks.push_back(mask);
+  const std::string second = ToMask(right);
+  Line({result, " = ", isAnd ? Join({result, " & ", second}) : Join({result, " | (", second, " & ", mask, ")"}), ";"});
+  _masks.pop_back();
+  Line({"} }"});
+  return {result, Form::kLanes, kBoolType};
+}
+
+LanePrinter::Value LanePrinter::Conditional(NodeIndex node) {
+  const NodeIndex condition = Child(node, 0), yes = Child(node, 1), no = Child(node, 2);
+  const TypeIndex type = TypeOf(node);
+  const Bool isShared = FormOf(condition) == Form::kShared;
+  const Bool isHarmless = IsHarmless(yes) && IsHarmless(no);
+  const auto wanted = [&](NodeIndex value) { return ToLanes(Convert(Evaluate(value), type, value), value); };
+  const std::string test = isShared ? Shared(condition) : ToMask(condition);
+  if (isHarmless) {
+    const std::string a = wanted(yes), b = wanted(no);
+    return {isShared ? Join({"(", test, " ? ", a, " : ", b, ")"}) : Join({"Select(", test, ", ", a, ", ", b, ")"}),
+            Form::kLanes, type};
+  }
+  const std::string result = NewName("value");
+  Line({LaneType(type, node), " ", result, "{};"});
+  if (isShared) {
+    Line({"if (", test, ") {"});
+    Line({result, " = ", wanted(yes), ";"});
+    Line({"} else {"});
+    Line({result, " = ", wanted(no), ";"});
+    Line({"}"});
+    return {result, Form::kLanes, type};
+  }
+  const std::string chosen = NewName("condition"), mask = NewName("mask");
+  Line({"const Mask ", chosen, " = ", test, ";"});
+  Line({"{ Mask ", mask, " = ", GetMask(), " & ", chosen, ";"});
+  Line({"if (Any(", mask, ")) {"});
+  _masks.push_back(mask);
+  Line({result, " = ", wanted(yes), ";"});
+  Line({"}"});
+  Line({mask, " = AndNot(", _masks[_masks.size() - 2], ", ", chosen, ");"});
+  Line({"if (Any(", mask, ")) {"});
+  Line({result, " = Select(", chosen, ", ", result, ", ", wanted(no), ");"});
+  _masks.pop_back();
+  Line({"} }"});
+  return {result, Form::kLanes, type};
+}
+
+}  // namespace ostra::kernellanguage

@@ -1,0 +1,151 @@
+// The state of PrintLaneCode, and how its parts call each other. Internal to lane_*.cpp.
+//
+// Expressions become text; what has to happen under a mask of its own (a load behind &&) becomes statements that are
+// written before the statement it stands in. Every statement runs under the current mask, a variable that loses lanes
+// as they return, break and continue. A variable of the kernel is written under a Select only if lanes that are off at
+// the moment may read it again: if a varying branch or loop lies between its declaration and the assignment.
+#pragma once
+
+#include <unordered_map>
+
+#include "parallelprogram/kernellanguage/join.h"
+#include "parallelprogram/kernellanguage/lane_code.h"
+
+namespace ostra::kernellanguage {
+
+class LanePrinter {
+ public:
+  LanePrinter(const AnalyzedKernel& kernel, const LaneCodeOptions& options)
+      : _tree(kernel.tree),
+        _resolved(kernel.resolved),
+        _types(kernel.resolved.types),
+        _uniformity(kernel.uniformity),
+        _sources(kernel.sources),
+        _options(options) {}
+
+  LaneCode Print();
+
+ private:
+  // How a value is held: one scalar for all lanes; the scalar of the first lane, from which it grows by a stride;
+  // lanes.
+  enum class Form { kShared, kLinear, kLanes };
+  struct Value {
+    std::string text;
+    Form form = Form::kShared;
+    TypeIndex type = kUnknownType;
+    Int32 stride = 0;
+  };
+  // A loop or switch around the current statement.
+  struct Exit {
+    Bool isPlain = false;   // break and continue are those of C++, as all lanes take them together
+    int depth = 0;          // of masks, around the body
+    std::string continued;  // mask of the lanes that wait for the next turn; empty in a switch
+    Bool isSwitch = false;
+  };
+
+  // What a statement does not have, or the first of several.
+  void Refuse(NodeIndex node, std::string reason);
+  Bool HasRefused() const { return _refusal.has_value(); }
+
+  // Writing.
+  void Line(std::initializer_list<std::string_view> parts);
+  void MarkLine(NodeIndex node);
+  std::string NewName(std::string_view stem);
+  const std::string& GetMask() const { return _masks.back(); }
+
+  // Tables.
+  std::string_view NameOf(NodeIndex node) const { return _tree.GetName(node); }
+  NodeIndex Child(NodeIndex node, std::size_t index) const { return _tree.GetChild(node, index); }
+  NodeKind KindOf(NodeIndex node) const { return _tree.nodes[node].kind; }
+  TypeIndex TypeOf(NodeIndex node) const { return _resolved.type[node]; }
+  Form FormOf(NodeIndex node) const;
+  // Whether an expression may be computed in lanes that are off: it touches no memory, traps nowhere, calls no function
+  // of the file and changes nothing.
+  Bool IsHarmless(NodeIndex node) const;
+  Bool IsCallWithLanes(NodeIndex node) const;
+  // Whether lanes may leave a statement by return, or by break and continue of something around it.
+  Bool HasExit(NodeIndex node) const;
+  // Whether `node` has a jump of that kind that belongs to a loop or switch around it; with `isMasked` only jumps that
+  // stand below a condition which differs between lanes.
+  Bool HasJump(NodeIndex node, NodeKind kind, Bool isMasked, Bool isBelow = false) const;
+  Bool HasReturn(NodeIndex node, Bool isMasked, Bool isBelow = false) const;
+  // Whether lanes leave a loop one by one.
+  Bool IsMaskedLoop(NodeIndex node) const;
+
+  // Types as C++.
+  std::string SharedType(TypeIndex type) const;
+  std::string LaneType(TypeIndex type, NodeIndex place);
+  Bool HasLaneType(TypeIndex type) const;
+
+  // lane_expressions.cpp
+  std::string Shared(NodeIndex node);        // C++ of one value for all lanes, or for the first one of a linear value
+  std::string SharedItself(NodeIndex node);  // before its conversion
+  std::string SharedWord(NodeIndex node, std::string_view component);
+  Value Evaluate(NodeIndex node);        // as it is wanted where it stands
+  Value EvaluateItself(NodeIndex node);  // before its conversion
+  std::string InLanes(NodeIndex node) { return ToLanes(Evaluate(node), node); }
+  std::string ToLanes(const Value& value, NodeIndex place);
+  std::string ToMask(NodeIndex node) { return InLanes(node); }
+  Value Convert(Value value, TypeIndex to, NodeIndex place);
+  Value Binary(Operation operation, const Value& left, const Value& right, TypeIndex result, NodeIndex place);
+  Value Logical(NodeIndex node);
+  Value Conditional(NodeIndex node);
+  Value Name(NodeIndex node);
+  Value Index(NodeIndex node);
+  Value LoadElement(std::string_view buffer, TypeIndex element, NodeIndex index, NodeIndex place);
+  Value Member(NodeIndex node);
+  Value Construct(NodeIndex node);
+  Value Literal(NodeIndex node) const;
+
+  // lane_calls.cpp
+  Value Call(NodeIndex node);
+  Value CallWord(NodeIndex node);
+  Value CallFunction(NodeIndex node);
+  Value CallTexture(NodeIndex node);
+  Value CallNoise(NodeIndex node);
+  void CallAtomic(NodeIndex node);
+  int CountReturns(NodeIndex node) const;
+  void Functions();
+  void Function(NodeIndex function);
+
+  // lane_statements.cpp
+  void Statement(NodeIndex node);
+  void Statements(std::span<const NodeIndex> statements);
+  void Block(NodeIndex node);
+  void Variable(NodeIndex node);
+  void ArrayVariable(NodeIndex node, TypeIndex type);
+  void Effect(NodeIndex expression);
+  void Assign(NodeIndex target, const Value& value);
+  void Change(NodeIndex target, Operation operation, const Value* by, TypeIndex computed);
+  void If(NodeIndex node);
+  void Loop(NodeIndex node);
+  void PlainLoop(NodeIndex node);
+  void MaskedLoop(NodeIndex node);
+  void Switch(NodeIndex node);
+  void Leave(NodeIndex node);
+  void Return(NodeIndex node);
+  NodeIndex FindVariable(NodeIndex place, std::string& text);
+  // A step of a loop that is one C++ expression, the same for all lanes.
+  Bool IsSharedEffect(NodeIndex expression) const;
+  std::string SharedEffect(NodeIndex expression) { return SharedItself(expression); }
+  void InBranch(const std::string& mask, NodeIndex statement);
+
+  const SyntaxTree& _tree;
+  const ResolvedTree& _resolved;
+  const TypeTable& _types;
+  const UniformityTable& _uniformity;
+  const SourceMap& _sources;
+  const LaneCodeOptions& _options;
+
+  std::string _text;
+  std::optional<NotUnderstood> _refusal;
+  std::unordered_map<NodeIndex, int> _variableDepths;  // of masks, where variables in lanes are declared
+  std::vector<std::string> _masks;                     // the last one is that of the current statement
+  std::vector<Exit> _exits;
+  NodeIndex _function = kNoNode;  // that is being written; kNoNode in the kernel
+  Bool _hasManyReturns = false;
+  int _nameCount = 0;
+  Int32 _line = 0;
+};
+
+}  // namespace ostra::kernellanguage

@@ -1,0 +1,504 @@
+#include "parallelprogram/kernellanguage/lane_printer.h"
+
+namespace ostra::kernellanguage {
+
+Bool LanePrinter::HasJump(NodeIndex node, NodeKind kind, Bool isMasked, Bool isBelow) const {
+  const NodeKind own = KindOf(node);
+  if (own == kind) return !isMasked || isBelow;
+  if (IsExpression(own)) return false;
+  if (own == NodeKind::kFor || own == NodeKind::kWhile || own == NodeKind::kDoWhile) return false;
+  if (own == NodeKind::kSwitch && kind == NodeKind::kBreak) return false;
+  const Bool differs = (own == NodeKind::kIf || own == NodeKind::kSwitch) && FormOf(Child(node, 0)) != Form::kShared;
+  for (const NodeIndex child : _tree.GetChildren(node)) {
+    if (child != kNoNode && HasJump(child, kind, isMasked, isBelow || differs)) return true;
+  }
+  return false;
+}
+
+Bool LanePrinter::HasReturn(NodeIndex node, Bool isMasked, Bool isBelow) const {
+  const NodeKind own = KindOf(node);
+  if (own == NodeKind::kReturn) return !isMasked || isBelow;
+  if (IsExpression(own)) return false;
+  const Bool isLoop = own == NodeKind::kFor || own == NodeKind::kWhile || own == NodeKind::kDoWhile;
+  const Bool differs = (own == NodeKind::kIf || own == NodeKind::kSwitch) && FormOf(Child(node, 0)) != Form::kShared;
+  for (const NodeIndex child : _tree.GetChildren(node)) {
+    if (child != kNoNode && HasReturn(child, isMasked, isBelow || differs || (isLoop && IsMaskedLoop(node))))
+      return true;
+  }
+  return false;
+}
+
+Bool LanePrinter::HasExit(NodeIndex node) const {
+  return HasReturn(node, false) || HasJump(node, NodeKind::kBreak, false) || HasJump(node, NodeKind::kContinue, false);
+}
+
+Bool LanePrinter::IsMaskedLoop(NodeIndex node) const {
+  const NodeKind kind = KindOf(node);
+  const NodeIndex condition = kind == NodeKind::kWhile ? Child(node, 0) : Child(node, 1);
+  const NodeIndex body = kind == NodeKind::kFor     ? Child(node, 3)
+                         : kind == NodeKind::kWhile ? Child(node, 1)
+                                                    : Child(node, 0);
+  if (condition != kNoNode && FormOf(condition) != Form::kShared) return true;
+  return HasJump(body, NodeKind::kBreak, true) ||
+         (HasJump(body, NodeKind::kContinue, true) && HasJump(body, NodeKind::kBreak, false));
+}
+
+void LanePrinter::Statements(std::span<const NodeIndex> statements) {
+  int open = 0;
+  for (std::size_t i = 0; i < statements.size() && !HasRefused(); ++i) {
+    Statement(statements[i]);
+    if (i + 1 < statements.size() && HasExit(statements[i])) {
+      Line({"if (Any(", GetMask(), ")) {"});
+      ++open;
+    }
+  }
+  for (; open > 0; --open) Line({"}"});
+}
+
+void LanePrinter::Block(NodeIndex node) {
+  Line({"{"});
+  if (_tree.Is(node, NodeKind::kBlock))
+    Statements(_tree.GetChildren(node));
+  else
+    Statements({&node, 1});
+  Line({"}"});
+}
+
+void LanePrinter::Statement(NodeIndex node) {
+  if (HasRefused()) return;
+  MarkLine(node);
+  switch (KindOf(node)) {
+    case NodeKind::kBlock:
+      return Block(node);
+    case NodeKind::kDeclaration:
+      for (const NodeIndex variable : _tree.GetChildren(node)) Variable(variable);
+      return;
+    case NodeKind::kExpressionStatement:
+      return Effect(Child(node, 0));
+    case NodeKind::kIf:
+      return If(node);
+    case NodeKind::kFor:
+    case NodeKind::kWhile:
+    case NodeKind::kDoWhile:
+      return IsMaskedLoop(node) ? MaskedLoop(node) : PlainLoop(node);
+    case NodeKind::kSwitch:
+      return Switch(node);
+    case NodeKind::kBreak:
+    case NodeKind::kContinue:
+      return Leave(node);
+    case NodeKind::kReturn:
+      return Return(node);
+    case NodeKind::kEmpty:
+    case NodeKind::kNoiseMark:
+    // Group memory is a copy of a buffer, which is read where it lies.
+    case NodeKind::kSharedArray:
+    case NodeKind::kMakeLocal:
+    case NodeKind::kBarrier:
+      return;
+    default:
+      return Refuse(node, Join({"\"", GetKindName(KindOf(node)), "\""}));
+  }
+}
+
+void LanePrinter::Variable(NodeIndex node) {
+  const TypeIndex type = TypeOf(node);
+  const std::string name(NameOf(node));
+  const NodeIndex value = Child(node, 2);
+  if (_types[type].kind == TypeKind::kArray) return ArrayVariable(node, type);
+  const Form form = FormOf(node);
+  if (form == Form::kLanes) {
+    const std::string lanes = LaneType(type, node);
+    _variableDepths[node] = static_cast<int>(_masks.size());
+    if (value == kNoNode) return Line({"[[maybe_unused]] ", lanes, " ", name, "{};"});
+    return Line({"[[maybe_unused]] ", lanes, " ", name, " = ", InLanes(value), ";"});
+  }
+  const std::string shared = SharedType(type);
+  if (shared.empty()) return Refuse(node, Join({"a variable of type ", _types.GetName(type)}));
+  if (value == kNoNode) return Line({"[[maybe_unused]] ", shared, " ", name, "{};"});
+  const Value first = Evaluate(value);
+  if (first.form == Form::kLanes) return Refuse(value, "a value that is the same in all invocations, made of others");
+  Line({"[[maybe_unused]] ", shared, " ", name, " = ", first.text, ";"});
+}
+
+void LanePrinter::ArrayVariable(NodeIndex node, TypeIndex type) {
+  const TypeIndex element = _types[type].element;
+  const NodeIndex value = Child(node, 2);
+  const Bool isInLanes = FormOf(node) == Form::kLanes;
+  if (FormOf(node) == Form::kLinear) return Refuse(node, "an array of this kind");
+  const std::string name = isInLanes ? LaneType(element, node) : SharedType(element);
+  if (name.empty()) return Refuse(node, Join({"an array of ", _types.GetName(element)}));
+  std::string values;
+  if (value != kNoNode && !_tree.Is(value, NodeKind::kInitializerList)) return Refuse(node, "this value of an array");
+  if (value != kNoNode) {
+    for (const NodeIndex item : _tree.GetChildren(value)) {
+      Value one = Convert(Evaluate(item), element, item);
+      if (!isInLanes && one.form != Form::kShared) return Refuse(item, "this value of an array");
+      values += Join({values.empty() ? "" : ", ", isInLanes ? ToLanes(one, item) : one.text});
+    }
+    // What is not listed is 0.
+    const auto count = _tree.GetChildren(value).size();
+    if (isInLanes && count < _types[type].count) {
+      for (std::size_t i = count; i < _types[type].count && i < 4096; ++i)
+        values += Join({values.empty() ? "" : ", ", name, "(0)"});
+    }
+  }
+  _variableDepths[node] = static_cast<int>(_masks.size());
+  Line({"[[maybe_unused]] ", name, " ", NameOf(node), "[", std::to_string(_types[type].count), "]",
+        value == kNoNode ? "" : " = {", values, value == kNoNode ? ";" : "};"});
+}
+
+void LanePrinter::Effect(NodeIndex node) {
+  const auto children = _tree.GetChildren(node);
+  const Operation operation = _tree.nodes[node].operation;
+  switch (KindOf(node)) {
+    case NodeKind::kComma:
+      Effect(children[0]);
+      return Effect(children[1]);
+    case NodeKind::kAssign:
+      if (operation == Operation::kNone) return Assign(children[0], Evaluate(children[1]));
+      {
+        const Value by = Evaluate(children[1]);
+        return Change(children[0], operation, &by, _resolved.computed[node]);
+      }
+    case NodeKind::kPostfix:
+      return Change(children[0], operation == Operation::kIncrement ? Operation::kAdd : Operation::kSubtract, nullptr,
+                    _resolved.computed[node]);
+    case NodeKind::kUnary:
+      if (operation == Operation::kIncrement || operation == Operation::kDecrement)
+        return Change(children[0], operation == Operation::kIncrement ? Operation::kAdd : Operation::kSubtract, nullptr,
+                      _resolved.computed[node]);
+      break;
+    case NodeKind::kCall:
+      if (_resolved.meaning[node].kind == MeaningKind::kWord && IsAtomic(_resolved.meaning[node].word))
+        return CallAtomic(node);
+      if (_resolved.meaning[node].kind == MeaningKind::kFunction) {
+        const Value value = CallFunction(node);
+        if (value.type == kVoidType) Line({value.text, ";"});
+        return;
+      }
+      break;
+    default:
+      break;
+  }
+  const Value value = EvaluateItself(node);
+  if (!value.text.empty()) Line({"static_cast<void>(", value.text, ");"});
+}
+
+Bool LanePrinter::IsSharedEffect(NodeIndex node) const {
+  const auto children = _tree.GetChildren(node);
+  switch (KindOf(node)) {
+    case NodeKind::kComma:
+      return IsSharedEffect(children[0]) && IsSharedEffect(children[1]);
+    case NodeKind::kAssign:
+      if (FormOf(children[1]) != Form::kShared || IsCallWithLanes(children[1])) return false;
+      break;
+    case NodeKind::kPostfix:
+      break;
+    case NodeKind::kUnary:
+      if (_tree.nodes[node].operation != Operation::kIncrement && _tree.nodes[node].operation != Operation::kDecrement)
+        return false;
+      break;
+    default:
+      return false;
+  }
+  const Meaning& meaning = _resolved.meaning[children[0]];
+  return KindOf(children[0]) == NodeKind::kName && meaning.kind == MeaningKind::kVariable &&
+         FormOf(meaning.target) != Form::kLanes;
+}
+
+// The variable of a place such as v, v.x, a[2] or a[2].y, and its C++.
+NodeIndex LanePrinter::FindVariable(NodeIndex place, std::string& text) {
+  switch (KindOf(place)) {
+    case NodeKind::kName:
+      text = NameOf(place);
+      return _resolved.meaning[place].kind == MeaningKind::kVariable ? _resolved.meaning[place].target : kNoNode;
+    case NodeKind::kMemberOf: {
+      const NodeIndex variable = FindVariable(Child(place, 0), text);
+      if (!_types.IsVector(TypeOf(Child(place, 0))) && FormOf(variable) == Form::kLanes) return kNoNode;
+      text += Join({".", NameOf(place)});
+      return variable;
+    }
+    case NodeKind::kIndex: {
+      if (KindOf(Child(place, 0)) != NodeKind::kName) return kNoNode;
+      const NodeIndex variable = FindVariable(Child(place, 0), text);
+      if (FormOf(Child(place, 1)) != Form::kShared) return kNoNode;
+      text += Join({"[", Shared(Child(place, 1)), "]"});
+      return variable;
+    }
+    default:
+      return kNoNode;
+  }
+}
+
+void LanePrinter::Change(NodeIndex target, Operation operation, const Value* by, TypeIndex computed) {
+  const TypeIndex type = TypeOf(target);
+  Value before = EvaluateItself(target);
+  Value operand = by ? *by : Value{Join({"static_cast<", SharedType(computed), ">(1)"}), Form::kShared, computed};
+  Value after;
+  const Bool isShift = operation == Operation::kShiftLeft || operation == Operation::kShiftRight;
+  if (before.form != Form::kLanes && operand.form == Form::kShared) {
+    const std::string left = Convert(before, computed, target).text;
+    after = {Join({"(", left, " ", GetSpelling(operation), " ", operand.text, ")"}), before.form, computed,
+             before.stride};
+    if (isShift) return Refuse(target, "a shift of one value for all invocations");
+  } else {
+    after = Binary(operation, Convert(before, computed, target), operand, computed, target);
+  }
+  Assign(target, Convert(after, type, target));
+}
+
+void LanePrinter::Assign(NodeIndex target, const Value& value) {
+  if (HasRefused()) return;
+  const NodeKind kind = KindOf(target);
+  const NodeIndex inner = kind == NodeKind::kMemberOf ? Child(target, 0) : target;
+  if (KindOf(inner) == NodeKind::kIndex && KindOf(Child(inner, 0)) == NodeKind::kBuffer) {
+    const std::string buffer = Join({"ostraParameter_", NameOf(Child(inner, 0))});
+    const Value index = Evaluate(Child(inner, 1));
+    if (inner != target) {
+      const std::string indices = NewName("index"), values = NewName("values");
+      Line({"{ const auto ", indices, " = ", ToLanes(index, inner), "; const auto ", values, " = ",
+            ToLanes(value, target), ";"});
+      Line({"ForEachLaneIn(", GetMask(), ", [&](int ostraLane) OSTRA_KERNEL_FLAT { ", buffer, "[", indices,
+            ".Get(ostraLane)].", NameOf(target), " = ", values, ".Get(ostraLane); }); }"});
+      return;
+    }
+    LaneType(value.type, target);
+    if (index.form == Form::kShared && value.form == Form::kShared)
+      return Line({buffer, "[", index.text, "] = ", value.text, ";"});
+    if (index.form == Form::kShared)
+      return Line(
+          {"StoreLast(", buffer, ".GetFirst() + ", index.text, ", ", ToLanes(value, target), ", ", GetMask(), ");"});
+    if (index.form == Form::kLinear && index.stride == 1)
+      return Line(
+          {"StoreRun(", buffer, ".GetFirst(), ", index.text, ", ", ToLanes(value, target), ", ", GetMask(), ");"});
+    return Line({"Scatter(", buffer, ".GetFirst(), ", ToLanes(index, inner), ", ", ToLanes(value, target), ", ",
+                 GetMask(), ");"});
+  }
+  if (kind == NodeKind::kIndex && KindOf(Child(target, 0)) == NodeKind::kName &&
+      FormOf(Child(target, 1)) != Form::kShared) {
+    const Meaning& array = _resolved.meaning[Child(target, 0)];
+    if (array.kind != MeaningKind::kVariable || FormOf(array.target) != Form::kLanes)
+      return Refuse(target, "an element of this array");
+    return Line({"SetElements(", NameOf(Child(target, 0)), ", ", InLanes(Child(target, 1)), ", ",
+                 ToLanes(value, target), ", ", GetMask(), ");"});
+  }
+  std::string place;
+  const NodeIndex variable = FindVariable(target, place);
+  if (variable == kNoNode) return Refuse(target, "an assignment to this");
+  if (FormOf(variable) != Form::kLanes) {
+    if (value.form == Form::kLanes)
+      return Refuse(target, "a value that is the same in all invocations, made of others");
+    return Line({place, " = ", value.text, ";"});
+  }
+  const std::string lanes = ToLanes(value, target);
+  const auto depth = _variableDepths.find(variable);
+  const Bool mayBeReadLater = depth == _variableDepths.end() || depth->second < static_cast<int>(_masks.size());
+  if (mayBeReadLater) return Line({place, " = Select(", GetMask(), ", ", lanes, ", ", place, ");"});
+  Line({place, " = ", lanes, ";"});
+}
+
+void LanePrinter::InBranch(const std::string& mask, NodeIndex statement) {
+  Line({"if (Any(", mask, "))"});
+  _masks.push_back(mask);
+  Block(statement);
+  _masks.pop_back();
+}
+
+void LanePrinter::If(NodeIndex node) {
+  const NodeIndex condition = Child(node, 0), yes = Child(node, 1), no = Child(node, 2);
+  if (FormOf(condition) == Form::kShared && !IsCallWithLanes(condition)) {
+    Line({"if (", Shared(condition), ")"});
+    Block(yes);
+    if (no == kNoNode) return;
+    Line({"else"});
+    return Block(no);
+  }
+  const std::string chosen = NewName("condition"), first = NewName("mask"), second = NewName("mask");
+  const std::string mask = GetMask();
+  Line({"{"});
+  Line({"const Mask ", chosen, " = ", ToMask(condition), ";"});
+  Line({"Mask ", first, " = ", mask, " & ", chosen, ";"});
+  const Bool hasExit = HasExit(yes) || (no != kNoNode && HasExit(no));
+  if (hasExit || no != kNoNode) Line({"Mask ", second, " = AndNot(", mask, ", ", chosen, ");"});
+  InBranch(first, yes);
+  if (no != kNoNode) InBranch(second, no);
+  if (hasExit) Line({mask, " = ", first, " | ", second, ";"});
+  Line({"}"});
+}
+
+// A loop that all lanes begin and end together.
+void LanePrinter::PlainLoop(NodeIndex node) {
+  const NodeKind kind = KindOf(node);
+  const Bool isFor = kind == NodeKind::kFor;
+  const NodeIndex body = isFor ? Child(node, 3) : kind == NodeKind::kWhile ? Child(node, 1) : Child(node, 0);
+  const NodeIndex condition = kind == NodeKind::kWhile ? Child(node, 0) : Child(node, 1);
+  const NodeIndex step = isFor ? Child(node, 2) : kNoNode;
+  const Bool hasMaskedContinue = HasJump(body, NodeKind::kContinue, true);
+  // Lanes may leave by return, or leave a loop around this one: without any there is no next turn.
+  const std::string any = HasReturn(body, false) ? Join({"Any(", GetMask(), ")"}) : "";
+  const std::string test = condition == kNoNode ? "true" : Shared(condition);
+  const std::string both = any.empty() ? test : Join({any, " && ", test});
+  Line({"{"});
+  if (isFor && Child(node, 0) != kNoNode) Statement(Child(node, 0));
+  const Bool isStepShared = step == kNoNode || IsSharedEffect(step);
+  if (!isStepShared && HasJump(body, NodeKind::kContinue, false))
+    return Refuse(step, "this step of a loop with continue");
+  if (kind == NodeKind::kDoWhile)
+    Line({"do {"});
+  else
+    Line({"for (; ", both, "; ", step != kNoNode && isStepShared ? SharedEffect(step) : "", ") {"});
+  std::string mask = GetMask();
+  if (hasMaskedContinue) {
+    mask = NewName("mask");
+    Line({"Mask ", mask, " = ", GetMask(), ";"});
+    _masks.push_back(mask);
+  }
+  _exits.push_back({.isPlain = true, .depth = static_cast<int>(_masks.size()), .continued = "", .isSwitch = false});
+  Block(body);
+  _exits.pop_back();
+  if (hasMaskedContinue) {
+    _masks.pop_back();
+    if (HasReturn(body, true)) Line({GetMask(), " = AndNot(", GetMask(), ", ostraReturned);"});
+  }
+  if (!isStepShared) {
+    Line({"if (Any(", GetMask(), ")) {"});
+    Effect(step);
+    Line({"}"});
+  }
+  if (kind == NodeKind::kDoWhile)
+    Line({"} while (", both, ");"});
+  else
+    Line({"}"});
+  Line({"}"});
+}
+
+// A loop that lanes leave one by one.
+void LanePrinter::MaskedLoop(NodeIndex node) {
+  const NodeKind kind = KindOf(node);
+  const Bool isFor = kind == NodeKind::kFor;
+  const NodeIndex body = isFor ? Child(node, 3) : kind == NodeKind::kWhile ? Child(node, 1) : Child(node, 0);
+  const NodeIndex condition = kind == NodeKind::kWhile ? Child(node, 0) : Child(node, 1);
+  const NodeIndex step = isFor ? Child(node, 2) : kNoNode;
+  const std::string outer = GetMask(), mask = NewName("mask");
+  const std::string continued = HasJump(body, NodeKind::kContinue, false) ? NewName("continued") : "";
+  Line({"{"});
+  if (isFor && Child(node, 0) != kNoNode) Statement(Child(node, 0));
+  Line({"Mask ", mask, " = ", outer, ";"});
+  if (!continued.empty()) Line({"Mask ", continued, " = false;"});
+  _masks.push_back(mask);
+  const auto test = [&] {
+    if (condition == kNoNode) return;
+    MarkLine(condition);
+    Line({mask, " = ", mask, " & ", ToMask(condition), ";"});
+    Line({"if (None(", mask, ")) break;"});
+  };
+  Line({"for (;;) {"});
+  if (kind != NodeKind::kDoWhile) test();
+  _exits.push_back(
+      {.isPlain = false, .depth = static_cast<int>(_masks.size()), .continued = continued, .isSwitch = false});
+  Block(body);
+  _exits.pop_back();
+  if (!continued.empty()) Line({mask, " = ", mask, " | ", continued, "; ", continued, " = false;"});
+  Line({"if (None(", mask, ")) break;"});
+  if (step != kNoNode) {
+    MarkLine(step);
+    Effect(step);
+  }
+  if (kind == NodeKind::kDoWhile) test();
+  Line({"}"});
+  _masks.pop_back();
+  if (HasReturn(body, false)) Line({outer, " = AndNot(", outer, ", ostraReturned);"});
+  Line({"}"});
+}
+
+void LanePrinter::Switch(NodeIndex node) {
+  const NodeIndex value = Child(node, 0), block = Child(node, 1);
+  const auto statements = _tree.GetChildren(block);
+  if (FormOf(value) == Form::kShared && !HasJump(block, NodeKind::kBreak, true)) {
+    Line({"switch (", Shared(value), ") {"});
+    _exits.push_back({.isPlain = true, .depth = static_cast<int>(_masks.size()), .continued = "", .isSwitch = true});
+    Bool isAfterStatement = false;
+    for (const NodeIndex statement : statements) {
+      const Bool isLabel = KindOf(statement) == NodeKind::kCase || KindOf(statement) == NodeKind::kDefault;
+      if (isLabel && isAfterStatement) Line({"[[fallthrough]];"});
+      isAfterStatement = !isLabel;
+      if (KindOf(statement) == NodeKind::kCase)
+        Line({"case ", Shared(Child(statement, 0)), ":"});
+      else if (KindOf(statement) == NodeKind::kDefault)
+        Line({"default:"});
+      else
+        Statement(statement);
+    }
+    Line({"; }"});
+    _exits.pop_back();
+    return;
+  }
+  const std::string outer = GetMask(), mask = NewName("mask"), chosen = NewName("value"), matched = NewName("matched");
+  Line({"{"});
+  Line({"const auto ", chosen, " = ", InLanes(value), ";"});
+  Line({"Mask ", mask, " = false;"});
+  Line({"[[maybe_unused]] Mask ", matched, " = false;"});
+  std::vector<std::string> labels;
+  for (const NodeIndex statement : statements) {
+    if (KindOf(statement) != NodeKind::kCase) continue;
+    const std::string label = NewName("case");
+    const Value constant = Convert(Evaluate(Child(statement, 0)), _resolved.converted[value], statement);
+    Line({"const Mask ", label, " = ", outer, " & (", chosen, " == ", ToLanes(constant, statement), ");"});
+    Line({matched, " = ", matched, " | ", label, ";"});
+    labels.push_back(label);
+  }
+  _exits.push_back({.isPlain = false, .depth = static_cast<int>(_masks.size()) + 1, .continued = "", .isSwitch = true});
+  _masks.push_back(mask);
+  std::size_t nextLabel = 0;
+  for (std::size_t i = 0; i < statements.size();) {
+    const NodeKind kind = KindOf(statements[i]);
+    if (kind == NodeKind::kCase || kind == NodeKind::kDefault) {
+      Line({mask, " = ", mask, " | ",
+            kind == NodeKind::kCase ? labels[nextLabel++] : Join({"AndNot(", outer, ", ", matched, ")"}), ";"});
+      ++i;
+      continue;
+    }
+    std::size_t end = i;
+    while (end < statements.size() && KindOf(statements[end]) != NodeKind::kCase &&
+           KindOf(statements[end]) != NodeKind::kDefault)
+      ++end;
+    Line({"if (Any(", mask, ")) {"});
+    Statements(statements.subspan(i, end - i));
+    Line({"}"});
+    i = end;
+  }
+  _masks.pop_back();
+  _exits.pop_back();
+  if (HasReturn(block, false)) Line({outer, " = AndNot(", outer, ", ostraReturned);"});
+  if (HasJump(block, NodeKind::kContinue, false)) Refuse(node, "a switch over different values with continue inside");
+  Line({"}"});
+}
+
+void LanePrinter::Leave(NodeIndex node) {
+  const Bool isContinue = KindOf(node) == NodeKind::kContinue;
+  std::size_t i = _exits.size();
+  while (i > 0 && isContinue && _exits[i - 1].isSwitch) --i;
+  if (i == 0) return Refuse(node, "a jump out of nothing");
+  const Exit& exit = _exits[i - 1];
+  if (exit.isPlain && exit.depth == static_cast<int>(_masks.size())) return Line({isContinue ? "continue;" : "break;"});
+  if (isContinue && !exit.continued.empty()) Line({exit.continued, " = ", exit.continued, " | ", GetMask(), ";"});
+  Line({GetMask(), " = false;"});
+}
+
+void LanePrinter::Return(NodeIndex node) {
+  const NodeIndex value = Child(node, 0);
+  if (_tree.HasFlag(node, kIsKernelReturn)) return Refuse(node, "a kernel that can fail");
+  if (value != kNoNode) {
+    const std::string lanes = ToLanes(Convert(Evaluate(value), TypeOf(_function), value), value);
+    const Bool isOnly = _masks.size() == 1 && !_hasManyReturns;
+    Line({"ostraResult = ", isOnly ? lanes : Join({"Select(", GetMask(), ", ", lanes, ", ostraResult)"}), ";"});
+  }
+  if (_masks.size() == 1) {
+    const Bool hasResult = _function != kNoNode && TypeOf(_function) != kVoidType;
+    return Line({hasResult ? "return ostraResult;" : "return;"});
+  }
+  Line({"ostraReturned = ostraReturned | ", GetMask(), ";"});
+  Line({GetMask(), " = false;"});
+}
+
+}  // namespace ostra::kernellanguage

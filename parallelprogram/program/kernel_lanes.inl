@@ -1,0 +1,182 @@
+// What the wide form of a kernel needs beside lanes (ostra/math/lanes): its loop over a range, runs of buffer elements,
+// and words that are called once per lane. Included once per instruction level, like lanes.inl.
+#include "ostra/math/lanes/lanes.inl"
+#include "parallelprogram/program/kernel_loops.h"
+
+#if (OSTRA_LANE_LEVEL == 0 && !defined(OSTRA_HAS_KERNEL_LANES_0)) || \
+    (OSTRA_LANE_LEVEL == 1 && !defined(OSTRA_HAS_KERNEL_LANES_1)) || \
+    (OSTRA_LANE_LEVEL == 2 && !defined(OSTRA_HAS_KERNEL_LANES_2))
+#if OSTRA_LANE_LEVEL == 0
+#define OSTRA_HAS_KERNEL_LANES_0
+#elif OSTRA_LANE_LEVEL == 1
+#define OSTRA_HAS_KERNEL_LANES_1
+#else
+#define OSTRA_HAS_KERNEL_LANES_2
+#endif
+
+#include "ostra/math/lanes/level_begin.inl"
+
+namespace ostra::OSTRA_LANES {
+
+// first, first + stride, ...; wraps.
+template <class T>
+OSTRA_LANE_INLINE Lanes<T> Ramp(T first, Int32 stride) {
+  if (stride == 1) return Lanes<T>(first) + MakeIota<T>();
+  return Lanes<T>(first) + MakeIota<T>() * Lanes<T>(static_cast<T>(stride));
+}
+
+OSTRA_LANE_INLINE Mask MakeFirstLanes(UInt32 count) { return MakeIota<UInt32>() < count; }
+
+// The x of the invocations in their groups, and of the groups.
+template <UInt32 size>
+OSTRA_LANE_INLINE Lanes<UInt32> GroupX(UInt32 x) {
+  Lanes<UInt32> group;
+  for (int i = 0; i < kLaneCount; ++i) group.v[i] = (x + static_cast<UInt32>(i)) / size;
+  return group;
+}
+template <UInt32 size>
+OSTRA_LANE_INLINE Lanes<UInt32> LocalX(UInt32 x) {
+  if constexpr ((size & (size - 1)) == 0) return Ramp<UInt32>(x, 1) & (size - 1);
+  Lanes<UInt32> local;
+  for (int i = 0; i < kLaneCount; ++i) local.v[i] = (x + static_cast<UInt32>(i)) % size;
+  return local;
+}
+
+// Consecutive elements, the first lane's at `first`, which may lie before the buffer when that lane is off: then an
+// unsigned index has wrapped.
+template <class Index>
+OSTRA_LANE_INLINE Int GetRunBegin(Index first) {
+  if constexpr (sizeof(Index) == 4 && Index(-1) > Index(0)) {
+    return first > 0xffffffffu - kLaneCount ? static_cast<Int>(static_cast<Int32>(first)) : static_cast<Int>(first);
+  } else {
+    return static_cast<Int>(first);
+  }
+}
+template <class T, class Index>
+OSTRA_LANE_INLINE auto LoadRun(const T* base, Index first, Mask mask) {
+  return Load(base + GetRunBegin(first), mask);
+}
+template <class T, class Index>
+OSTRA_LANE_INLINE void StoreRun(T* base, Index first, const typename Spread<T>::Lane& lanes, Mask mask) {
+  Store(base + GetRunBegin(first), lanes, mask);
+}
+
+// The value of the last lane in the mask, as all of them store to one element in ascending order.
+template <class T>
+OSTRA_LANE_INLINE void StoreLast(T* place, const typename Spread<T>::Lane& lanes, Mask mask) {
+  T elements[kLaneCount];
+  Store(elements, lanes);
+  const UInt32 bits = GetBits(mask);
+  if (bits != 0) *place = elements[31 - __builtin_clz(bits)];
+}
+
+// What `function` does with the number of each lane in the mask, in ascending order.
+template <class Function>
+OSTRA_LANE_INLINE void ForEachLaneIn(Mask mask, Function&& function) {
+  for (UInt32 bits = GetBits(mask); bits != 0; bits &= bits - 1) function(__builtin_ctz(bits));
+}
+
+// Elements of an array that each lane has for itself, found by a number of each lane.
+template <class Lane, class Index, int count>
+OSTRA_LANE_INLINE Lane GetElements(const Lane (&array)[count], Lanes<Index> index, Mask mask) {
+  Lane result = array[0];
+  for (int i = 0; i < count; ++i) result = Select((index == static_cast<Index>(i)) & mask, array[i], result);
+  return result;
+}
+template <class Lane, class Index, int count>
+OSTRA_LANE_INLINE void SetElements(Lane (&array)[count], Lanes<Index> index, const Lane& value, Mask mask) {
+  for (int i = 0; i < count; ++i) array[i] = Select((index == static_cast<Index>(i)) & mask, value, array[i]);
+}
+
+// Elements of an array that all lanes share.
+template <class T, class Index, int count>
+OSTRA_LANE_INLINE auto GetSharedElements(const T (&array)[count], Lanes<Index> index, Mask mask) {
+  return LoadEach(
+      array, mask, [&](int lane) __attribute__((always_inline)) { return index.Get(lane); });
+}
+
+// One lane of a value.
+template <class T>
+OSTRA_LANE_INLINE T GetLane(const Lanes<T>& lanes, int lane) {
+  return lanes.Get(lane);
+}
+template <class T>
+OSTRA_LANE_INLINE Vec2<T> GetLane(const LaneVec2<T>& lanes, int lane) {
+  return {lanes.x.Get(lane), lanes.y.Get(lane)};
+}
+template <class T>
+OSTRA_LANE_INLINE Vec3<T> GetLane(const LaneVec3<T>& lanes, int lane) {
+  return {lanes.x.Get(lane), lanes.y.Get(lane), lanes.z.Get(lane)};
+}
+template <class T>
+OSTRA_LANE_INLINE Vec4<T> GetLane(const LaneVec4<T>& lanes, int lane) {
+  return {lanes.x.Get(lane), lanes.y.Get(lane), lanes.z.Get(lane), lanes.w.Get(lane)};
+}
+
+// Values of a texture, one lookup per lane.
+template <class Texture, class Coordinates>
+OSTRA_LANE_INLINE auto SampleLanes(const Texture& texture, const Coordinates& coordinates, Lanes<UInt32> layer,
+                                   Mask mask) {
+  typename Texture::Value values[kLaneCount] = {};
+  ForEachLaneIn(
+      mask, [&](int lane) __attribute__((always_inline)) {
+        values[lane] = texture.Sample(GetLane(coordinates, lane), layer.Get(lane));
+      });
+  return Load(values);
+}
+template <class Texture, class Coordinates>
+OSTRA_LANE_INLINE auto FetchLanes(const Texture& texture, const Coordinates& coordinates, Lanes<UInt32> layer,
+                                  Mask mask) {
+  typename Texture::Value values[kLaneCount] = {};
+  ForEachLaneIn(
+      mask, [&](int lane) __attribute__((always_inline)) {
+        values[lane] = texture.Fetch(GetLane(coordinates, lane), layer.Get(lane));
+      });
+  return Load(values);
+}
+template <class Body, class Index, class Position>
+OSTRA_LANE_INLINE Lanes<Float32> NoiseLanes(const Body& body, Index number, const Position& position,
+                                            Lanes<Float32> time, Mask mask) {
+  Float32 values[kLaneCount] = {};
+  ForEachLaneIn(
+      mask, [&](int lane) __attribute__((always_inline)) {
+        values[lane] = body.RenderNoise(number, GetLane(position, lane), time.Get(lane));
+      });
+  return Load(values);
+}
+
+// Runs the wide form of a kernel over a range of independent invocations, row by row; the last ones of a row with a
+// mask.
+template <class Form, class Group>
+struct LaneLoops {
+  static constexpr Bool kExists = true;
+  template <class Parameters>
+  __attribute__((noinline, flatten)) static void Run(const Parameters& parameters, const KernelRange& range) {
+    OSTRA_LANE_CLEAR;
+    const Form form(parameters);
+    const UInt32 row = range.first / range.extent.x;
+    UInt32 begin = range.first - row * range.extent.x;
+    UInt32 y = row % range.extent.y, z = row / range.extent.y;
+    for (UInt32 left = range.count; left != 0;) {
+      const UInt32 count = left < range.extent.x - begin ? left : range.extent.x - begin;
+      const UInt32 offset = kernel::GetLinearOffset<Group>(y / Group::kY);
+      for (UInt32 done = 0; done < count; done += kLaneCount) {
+        const UInt32 x = begin + done;
+        form.Run(x, y, z, x + offset, MakeFirstLanes(count - done));
+        if (count - done <= kLaneCount) break;
+      }
+      left -= count;
+      begin = 0;
+      if (++y == range.extent.y) {
+        y = 0;
+        ++z;
+      }
+    }
+    OSTRA_LANE_CLEAR;
+  }
+};
+
+}  // namespace ostra::OSTRA_LANES
+
+#include "ostra/math/lanes/level_end.inl"
+#endif
