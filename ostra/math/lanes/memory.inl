@@ -188,8 +188,10 @@ template <class T, class Index>
 OSTRA_LANE_INLINE typename Spread<T>::Lane Gather(const T* base, Lanes<Index> index, Mask mask) {
   const UInt32 bits = GetBits(mask);
   if (bits == 0) return typename Spread<T>::Lane(Lanes<typename Spread<T>::Part>(0));
-  const Index first = index.Get(__builtin_ctz(bits)) - static_cast<Index>(__builtin_ctz(bits));
-  if (All((index == first + MakeIota<Index>()) | !mask)) return Load(base + first, mask);
+  // Of lane 0, which may be off: then this may lie before the first element.
+  const Int64 first = static_cast<Int64>(index.Get(__builtin_ctz(bits))) - __builtin_ctz(bits);
+  if (All((index == Lanes<Index>(static_cast<Index>(first)) + MakeIota<Index>()) | !mask))
+    return Load(base + first, mask);
   const Index shared = index.Get(__builtin_ctz(bits));
   if (All((index == shared) | !mask)) return typename Spread<T>::Lane(base[shared]);
   return LoadEach(base, mask, [&](int lane) { return index.Get(lane); });
@@ -198,8 +200,9 @@ template <class T, class Index>
 OSTRA_LANE_INLINE void Scatter(T* base, Lanes<Index> index, const typename Spread<T>::Lane& lanes, Mask mask) {
   const UInt32 bits = GetBits(mask);
   if (bits == 0) return;
-  const Index first = index.Get(__builtin_ctz(bits)) - static_cast<Index>(__builtin_ctz(bits));
-  if (All((index == first + MakeIota<Index>()) | !mask)) return Store(base + first, lanes, mask);
+  const Int64 first = static_cast<Int64>(index.Get(__builtin_ctz(bits))) - __builtin_ctz(bits);
+  if (All((index == Lanes<Index>(static_cast<Index>(first)) + MakeIota<Index>()) | !mask))
+    return Store(base + first, lanes, mask);
   StoreEach(base, lanes, mask, [&](int lane) { return index.Get(lane); });
 }
 
