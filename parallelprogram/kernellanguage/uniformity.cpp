@@ -202,7 +202,10 @@ class Analyzer {
     _targets.push_back({node, _regions.size(), true});
     Statement(first);
     if (condition != kNoNode) EnterLoop(node, Value(condition), condition);
+    // Lanes that wait for the next turn keep what they have in the variables of a `for`.
+    _regions.push_back({_isInterrupted[node] ? Variance::kVarying : Variance::kUniform, _breakCause});
     Statement(body);
+    _regions.pop_back();
     if (step != kNoNode) Value(step);
     if (condition != kNoNode) EnterLoop(node, Value(condition), condition);
     _targets.pop_back();
@@ -471,6 +474,8 @@ class Analyzer {
     const Uniformity before = Value(target);
     Uniformity value = Value(valueNode);
     if (operation != Operation::kNone) value = Compute(operation, before, value, target, valueNode);
+    const TypeIndex computed = operation == Operation::kNone ? _resolved.type[target] : _resolved.computed[node];
+    if (value.variance == Variance::kLinear && computed != kIntType && computed != kUIntType) value = kVarying;
     Assign(target, value, node);
     _cause = valueNode;
     return value;
@@ -531,12 +536,14 @@ class Analyzer {
     const auto arguments = _tree.GetChildren(node);
     const auto parameters = _tree.GetChildren(function).subspan(1, arguments.size());
     Uniformity together = kSame;
+    Bool hasVarying = false, hasChanges = false;
     NodeIndex cause = kNoNode;
     for (std::size_t i = 0; i < arguments.size(); ++i) {
       const Uniformity value = Value(arguments[i]);
       // What is in an out parameter before does not count.
       if (_tree.HasFlag(parameters[i], kIsOut)) continue;
       if (cause == kNoNode && !value.IsSame()) cause = arguments[i];
+      hasVarying = hasVarying || value.variance == Variance::kVarying;
       together = Combine(together, value);
     }
     const Bool isWide = !together.IsSame();
@@ -544,16 +551,47 @@ class Analyzer {
     for (std::size_t i = 0; i < arguments.size(); ++i) {
       const UInt16 flags = _tree.nodes[parameters[i]].flags;
       const Bool isChanged = (flags & (kIsOut | kIsInOut)) || ((flags & kIsReference) && !(flags & kIsConst));
-      if (isChanged) Assign(arguments[i], isWide ? _table.nodes[parameters[i]] : together, node);
+      if (isChanged) Assign(arguments[i], isWide ? kVarying : together, node);
+      hasChanges = hasChanges || isChanged;
     }
     _cause = isWide ? (_table.causes[function] == kNoNode ? cause : function) : cause;
-    return isWide ? _table.nodes[function] : together;
+    if (!isWide) return together;
+    // The call with what the first lane has gives the first of these results, whether that lane takes part or not.
+    const Bool isKnown = !hasChanges && !hasVarying && IsSafe(_tree.GetChildren(function).back());
+    return isKnown ? _table.nodes[function] : kVarying;
+  }
+
+  // Whether a part of the file may run with any values: it ends and divides nothing.
+  Bool IsSafe(NodeIndex node) const {
+    switch (_tree.nodes[node].kind) {
+      case NodeKind::kFor:
+      case NodeKind::kWhile:
+      case NodeKind::kDoWhile:
+      case NodeKind::kIndex:
+      case NodeKind::kLocalData:
+        return false;
+      case NodeKind::kCall:
+        if (_resolved.meaning[node].kind == MeaningKind::kFunction) return false;
+        break;
+      default:
+        break;
+    }
+    const Operation operation = _tree.nodes[node].operation;
+    if (operation == Operation::kDivide || operation == Operation::kRemainder) return false;
+    for (const NodeIndex child : _tree.GetChildren(node)) {
+      if (child != kNoNode && !IsSafe(child)) return false;
+    }
+    return true;
   }
 
   void PassArguments(NodeIndex function, std::span<const NodeIndex> arguments, std::span<const NodeIndex> parameters) {
     const Bool isFirst = !_table.isCalledWide[function];
     if (isFirst) SetFlag(_table.isCalledWide, function);
     for (std::size_t i = 0; i < arguments.size(); ++i) {
+      // What a call changes is handed back lane by lane.
+      const UInt16 flags = _tree.nodes[parameters[i]].flags;
+      if ((flags & (kIsOut | kIsInOut)) || ((flags & kIsReference) && !(flags & kIsConst)))
+        Raise(parameters[i], kVarying, arguments[i]);
       if (_tree.HasFlag(parameters[i], kIsOut)) continue;
       const Uniformity value = _table.nodes[arguments[i]];
       RaiseVariable(parameters[i], value, arguments[i], isFirst && _table.nodes[parameters[i]] == kSame);
