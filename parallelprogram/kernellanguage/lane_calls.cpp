@@ -49,11 +49,11 @@ LanePrinter::Value LanePrinter::CallFunction(NodeIndex node) {
     const Bool isChanged = (flags & (kIsOut | kIsInOut)) || ((flags & kIsReference) && !(flags & kIsConst));
     const Form form = FormOf(parameter);
     if (isChanged || Child(parameter, 1) != kNoNode) {
-      const Bool isVariable = KindOf(arguments[i]) == NodeKind::kName &&
-                              _resolved.meaning[arguments[i]].kind == MeaningKind::kVariable &&
-                              FormOf(_resolved.meaning[arguments[i]].target) == form;
-      if (!isVariable) Refuse(arguments[i], "an argument that the function changes and that is no variable of its own");
-      list += Join({", ", NameOf(arguments[i])});
+      std::string place;
+      const NodeIndex variable = FindVariable(arguments[i], place);
+      if (variable == kNoNode || FormOf(variable) != form)
+        Refuse(arguments[i], "an argument that the function changes and that is no part of a variable");
+      list += Join({", ", place});
       continue;
     }
     const Value value = Evaluate(arguments[i]);

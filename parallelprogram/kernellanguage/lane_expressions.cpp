@@ -46,15 +46,6 @@ Bool LanePrinter::IsHarmless(NodeIndex node) const {
   return true;
 }
 
-// A call of a function of the file whose result is shared although its arguments are not.
-Bool LanePrinter::IsCallWithLanes(NodeIndex node) const {
-  if (KindOf(node) != NodeKind::kCall || _resolved.meaning[node].kind != MeaningKind::kFunction) return false;
-  for (const NodeIndex argument : _tree.GetChildren(node)) {
-    if (FormOf(argument) != Form::kShared) return true;
-  }
-  return false;
-}
-
 std::string LanePrinter::SharedType(TypeIndex type) const {
   const Type& kind = _types[type];
   switch (kind.kind) {
@@ -178,10 +169,8 @@ std::string LanePrinter::SharedItself(NodeIndex node) {
       return Join({"(", GetSpelling(operation), Shared(children[0]), ")"});
     case NodeKind::kPostfix:
       return Join({"(", SharedItself(children[0]), GetSpelling(operation), ")"});
-    case NodeKind::kBinary: {
-      if (operation == Operation::kShiftLeft || operation == Operation::kShiftRight) break;
+    case NodeKind::kBinary:
       return Join({"(", Shared(children[0]), " ", GetSpelling(operation), " ", Shared(children[1]), ")"});
-    }
     case NodeKind::kAssign: {
       const std::string sign = operation == Operation::kNone ? "" : std::string(GetSpelling(operation));
       return Join({"(", SharedItself(children[0]), " ", sign, "= ", Shared(children[1]), ")"});
@@ -236,7 +225,7 @@ LanePrinter::Value LanePrinter::Evaluate(NodeIndex node) {
 LanePrinter::Value LanePrinter::EvaluateItself(NodeIndex node) {
   const Form form = FormOf(node);
   const Bool isChange = KindOf(node) == NodeKind::kAssign || KindOf(node) == NodeKind::kPostfix;
-  if (form != Form::kLanes && !isChange && !IsCallWithLanes(node)) {
+  if (form != Form::kLanes && !isChange) {
     Value value{SharedItself(node), form, TypeOf(node)};
     if (form == Form::kLinear) value.stride = _uniformity.Get(node).stride;
     return value;

@@ -62,7 +62,6 @@ class LanePrinter {
   // Whether an expression may be computed in lanes that are off: it touches no memory, traps nowhere, calls no function
   // of the file and changes nothing.
   Bool IsHarmless(NodeIndex node) const;
-  Bool IsCallWithLanes(NodeIndex node) const;
   // Whether lanes may leave a statement by return, or by break and continue of something around it.
   Bool HasExit(NodeIndex node) const;
   // Whether `node` has a jump of that kind that belongs to a loop or switch around it; with `isMasked` only jumps that

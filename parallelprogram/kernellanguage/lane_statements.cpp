@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "parallelprogram/kernellanguage/lane_printer.h"
 
 namespace ostra::kernellanguage {
@@ -38,9 +40,12 @@ Bool LanePrinter::IsMaskedLoop(NodeIndex node) const {
   const NodeIndex body = kind == NodeKind::kFor     ? Child(node, 3)
                          : kind == NodeKind::kWhile ? Child(node, 1)
                                                     : Child(node, 0);
+  const NodeIndex step = kind == NodeKind::kFor ? Child(node, 2) : kNoNode;
   if (condition != kNoNode && FormOf(condition) != Form::kShared) return true;
   return HasJump(body, NodeKind::kBreak, true) ||
-         (HasJump(body, NodeKind::kContinue, true) && HasJump(body, NodeKind::kBreak, false));
+         (HasJump(body, NodeKind::kContinue, true) && HasJump(body, NodeKind::kBreak, false)) ||
+         // The step comes after `continue`, too, which is no C++ expression then.
+         (step != kNoNode && !IsSharedEffect(step) && HasJump(body, NodeKind::kContinue, false));
 }
 
 void LanePrinter::Statements(std::span<const NodeIndex> statements) {
@@ -190,7 +195,7 @@ Bool LanePrinter::IsSharedEffect(NodeIndex node) const {
     case NodeKind::kComma:
       return IsSharedEffect(children[0]) && IsSharedEffect(children[1]);
     case NodeKind::kAssign:
-      if (FormOf(children[1]) != Form::kShared || IsCallWithLanes(children[1])) return false;
+      if (FormOf(children[1]) != Form::kShared) return false;
       break;
     case NodeKind::kPostfix:
       break;
@@ -214,6 +219,7 @@ NodeIndex LanePrinter::FindVariable(NodeIndex place, std::string& text) {
       return _resolved.meaning[place].kind == MeaningKind::kVariable ? _resolved.meaning[place].target : kNoNode;
     case NodeKind::kMemberOf: {
       const NodeIndex variable = FindVariable(Child(place, 0), text);
+      if (variable == kNoNode) return kNoNode;
       if (!_types.IsVector(TypeOf(Child(place, 0))) && FormOf(variable) == Form::kLanes) return kNoNode;
       text += Join({".", NameOf(place)});
       return variable;
@@ -221,7 +227,7 @@ NodeIndex LanePrinter::FindVariable(NodeIndex place, std::string& text) {
     case NodeKind::kIndex: {
       if (KindOf(Child(place, 0)) != NodeKind::kName) return kNoNode;
       const NodeIndex variable = FindVariable(Child(place, 0), text);
-      if (FormOf(Child(place, 1)) != Form::kShared) return kNoNode;
+      if (variable == kNoNode || FormOf(Child(place, 1)) != Form::kShared) return kNoNode;
       text += Join({"[", Shared(Child(place, 1)), "]"});
       return variable;
     }
@@ -235,12 +241,10 @@ void LanePrinter::Change(NodeIndex target, Operation operation, const Value* by,
   Value before = EvaluateItself(target);
   Value operand = by ? *by : Value{Join({"static_cast<", SharedType(computed), ">(1)"}), Form::kShared, computed};
   Value after;
-  const Bool isShift = operation == Operation::kShiftLeft || operation == Operation::kShiftRight;
   if (before.form != Form::kLanes && operand.form == Form::kShared) {
     const std::string left = Convert(before, computed, target).text;
     after = {Join({"(", left, " ", GetSpelling(operation), " ", operand.text, ")"}), before.form, computed,
              before.stride};
-    if (isShift) return Refuse(target, "a shift of one value for all invocations");
   } else {
     after = Binary(operation, Convert(before, computed, target), operand, computed, target);
   }
@@ -306,7 +310,7 @@ void LanePrinter::InBranch(const std::string& mask, NodeIndex statement) {
 
 void LanePrinter::If(NodeIndex node) {
   const NodeIndex condition = Child(node, 0), yes = Child(node, 1), no = Child(node, 2);
-  if (FormOf(condition) == Form::kShared && !IsCallWithLanes(condition)) {
+  if (FormOf(condition) == Form::kShared) {
     Line({"if (", Shared(condition), ")"});
     Block(yes);
     if (no == kNoNode) return;
@@ -341,24 +345,29 @@ void LanePrinter::PlainLoop(NodeIndex node) {
   Line({"{"});
   if (isFor && Child(node, 0) != kNoNode) Statement(Child(node, 0));
   const Bool isStepShared = step == kNoNode || IsSharedEffect(step);
-  if (!isStepShared && HasJump(body, NodeKind::kContinue, false))
-    return Refuse(step, "this step of a loop with continue");
   if (kind == NodeKind::kDoWhile)
     Line({"do {"});
   else
     Line({"for (; ", both, "; ", step != kNoNode && isStepShared ? SharedEffect(step) : "", ") {"});
   std::string mask = GetMask();
+  std::string continued;
   if (hasMaskedContinue) {
     mask = NewName("mask");
+    continued = NewName("continued");
     Line({"Mask ", mask, " = ", GetMask(), ";"});
+    Line({"[[maybe_unused]] Mask ", continued, " = false;"});
     _masks.push_back(mask);
   }
-  _exits.push_back({.isPlain = true, .depth = static_cast<int>(_masks.size()), .continued = "", .isSwitch = false});
+  // What has to be done at the end of a turn is done for lanes that continue, too.
+  _exits.push_back({.isPlain = !hasMaskedContinue,
+                    .depth = static_cast<int>(_masks.size()),
+                    .continued = continued,
+                    .isSwitch = false});
   Block(body);
   _exits.pop_back();
   if (hasMaskedContinue) {
     _masks.pop_back();
-    if (HasReturn(body, true)) Line({GetMask(), " = AndNot(", GetMask(), ", ostraReturned);"});
+    if (HasReturn(body, false)) Line({GetMask(), " = AndNot(", GetMask(), ", ostraReturned);"});
   }
   if (!isStepShared) {
     Line({"if (Any(", GetMask(), ")) {"});
@@ -414,6 +423,12 @@ void LanePrinter::MaskedLoop(NodeIndex node) {
 void LanePrinter::Switch(NodeIndex node) {
   const NodeIndex value = Child(node, 0), block = Child(node, 1);
   const auto statements = _tree.GetChildren(block);
+  Bool isAfterVariable = false;
+  for (const NodeIndex statement : statements) {
+    isAfterVariable = isAfterVariable || KindOf(statement) == NodeKind::kDeclaration;
+    if (isAfterVariable && (KindOf(statement) == NodeKind::kCase || KindOf(statement) == NodeKind::kDefault))
+      return Refuse(statement, "a label behind a variable of the switch");
+  }
   if (FormOf(value) == Form::kShared && !HasJump(block, NodeKind::kBreak, true)) {
     Line({"switch (", Shared(value), ") {"});
     _exits.push_back({.isPlain = true, .depth = static_cast<int>(_masks.size()), .continued = "", .isSwitch = true});
@@ -428,6 +443,8 @@ void LanePrinter::Switch(NodeIndex node) {
         Line({"default:"});
       else
         Statement(statement);
+      // What follows is for lanes that are still here.
+      if (HasExit(statement)) Line({"if (None(", GetMask(), ")) break;"});
     }
     Line({"; }"});
     _exits.pop_back();
@@ -470,7 +487,12 @@ void LanePrinter::Switch(NodeIndex node) {
   _masks.pop_back();
   _exits.pop_back();
   if (HasReturn(block, false)) Line({outer, " = AndNot(", outer, ", ostraReturned);"});
-  if (HasJump(block, NodeKind::kContinue, false)) Refuse(node, "a switch over different values with continue inside");
+  if (HasJump(block, NodeKind::kContinue, false)) {
+    const auto loop = std::find_if(_exits.rbegin(), _exits.rend(), [](const Exit& exit) { return !exit.isSwitch; });
+    if (loop == _exits.rend() || loop->continued.empty())
+      return Refuse(node, "a switch over different values with continue inside");
+    Line({outer, " = AndNot(", outer, ", ", loop->continued, ");"});
+  }
   Line({"}"});
 }
 
