@@ -1,8 +1,59 @@
 #include "parallelprogram/kernellanguage/lane_code.h"
 
+#include <algorithm>
+
 #include "parallelprogram/kernellanguage/lane_printer.h"
 
 namespace ostra::kernellanguage {
+namespace {
+
+// What the wide form calls by these names; types of C++ that it names too.
+constexpr std::string_view kTakenNames[] = {"Any",
+                                            "AndNot",
+                                            "Bool",
+                                            "Convert",
+                                            "Divide",
+                                            "FetchLanes",
+                                            "Float32",
+                                            "Float64",
+                                            "Gather",
+                                            "GetElements",
+                                            "GetSharedElements",
+                                            "GroupX",
+                                            "Int32",
+                                            "Int64",
+                                            "LaneVec2",
+                                            "LaneVec3",
+                                            "LaneVec4",
+                                            "Lanes",
+                                            "LoadRun",
+                                            "LocalX",
+                                            "Mask",
+                                            "NoiseLanes",
+                                            "None",
+                                            "Ramp",
+                                            "Remainder",
+                                            "SampleLanes",
+                                            "Scatter",
+                                            "Select",
+                                            "SetElements",
+                                            "ShiftLeft",
+                                            "ShiftRight",
+                                            "StoreLast",
+                                            "StoreRun",
+                                            "UInt32",
+                                            "UInt64",
+                                            "Vec2",
+                                            "Vec3",
+                                            "Vec4",
+                                            "ForEachLaneIn",
+                                            "AffineMatrix32",
+                                            "SquareMatrix32",
+                                            "SquareMatrix4d32",
+                                            "vocabulary",
+                                            "ostra"};
+
+}  // namespace
 
 void LanePrinter::Refuse(NodeIndex node, std::string reason) {
   if (_refusal) return;
@@ -32,6 +83,12 @@ LaneCode LanePrinter::Print() {
   const NodeIndex kernel = _tree.kernel;
   if (_tree.HasFlag(kernel, kIsMethodForm)) Refuse(kernel, "a kernel that can fail");
   if (!_resolved.structs.empty()) Refuse(_resolved.structs[0], "a struct");
+  for (NodeIndex node = 0; node < static_cast<NodeIndex>(_tree.nodes.size()); ++node) {
+    const NodeKind kind = KindOf(node);
+    if (kind != NodeKind::kVariable && kind != NodeKind::kFunctionParameter && kind != NodeKind::kFunction) continue;
+    if (std::find(std::begin(kTakenNames), std::end(kTakenNames), NameOf(node)) != std::end(kTakenNames))
+      Refuse(node, Join({"the name \"", NameOf(node), "\""}));
+  }
   const std::string name = Join({"Ostra", _options.className, "Lanes"});
   Line({"struct ", name, " : ", _options.parameters, " {"});
   Line({"explicit ", name, "(const ", _options.parameters, "& values) : ", _options.parameters, "(values) {}"});

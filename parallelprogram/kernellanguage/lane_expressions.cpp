@@ -238,6 +238,8 @@ LanePrinter::Value LanePrinter::EvaluateItself(NodeIndex node) {
     case NodeKind::kUnary: {
       if (operation == Operation::kIncrement || operation == Operation::kDecrement) break;
       const std::string operand = InLanes(children[0]);
+      if (operation == Operation::kPlus) return {operand, Form::kLanes, TypeOf(node)};
+      if (operation != Operation::kMinus && _types.IsVector(TypeOf(node))) Refuse(node, "bits of vectors");
       return {Join({"(", GetSpelling(operation), operand, ")"}), Form::kLanes, TypeOf(node)};
     }
     case NodeKind::kBinary: {
@@ -316,6 +318,7 @@ LanePrinter::Value LanePrinter::LoadElement(std::string_view buffer, TypeIndex e
   const Value at = Evaluate(index);
   if (at.form == Form::kShared)
     return {Join({type, "(ostraParameter_", buffer, "[", at.text, "])"}), Form::kLanes, element};
+  if (element == kBoolType) Refuse(place, "an element of a buffer of bool");
   if (at.form == Form::kLinear && at.stride == 1)
     return {Join({"LoadRun(ostraParameter_", buffer, ".GetFirst(), ", at.text, ", ", GetMask(), ")"}), Form::kLanes,
             element};
@@ -370,6 +373,7 @@ LanePrinter::Value LanePrinter::Binary(Operation operation, const Value& left, c
   switch (operation) {
     case Operation::kShiftLeft:
     case Operation::kShiftRight: {
+      if (_types.IsVector(left.type)) Refuse(place, "bits of vectors");
       const std::string count = ToLanes(Convert(right, left.type, place), place);
       return {Join({operation == Operation::kShiftLeft ? "ShiftLeft(" : "ShiftRight(", a, ", ", count, ")"}),
               Form::kLanes, result};

@@ -122,7 +122,9 @@ void LanePrinter::Variable(NodeIndex node) {
   if (value == kNoNode) return Line({"[[maybe_unused]] ", shared, " ", name, "{};"});
   const Value first = Evaluate(value);
   if (first.form == Form::kLanes) return Refuse(value, "a value that is the same in all invocations, made of others");
-  Line({"[[maybe_unused]] ", shared, " ", name, " = ", first.text, ";"});
+  // Labels may be constants.
+  const std::string_view qualifier = _tree.HasFlag(node, kIsConst) && first.form == Form::kShared ? "const " : "";
+  Line({"[[maybe_unused]] ", qualifier, shared, " ", name, " = ", first.text, ";"});
 }
 
 void LanePrinter::ArrayVariable(NodeIndex node, TypeIndex type) {
@@ -267,6 +269,8 @@ void LanePrinter::Assign(NodeIndex target, const Value& value) {
       return;
     }
     LaneType(value.type, target);
+    if (value.type == kBoolType && (index.form != Form::kShared || value.form != Form::kShared))
+      return Refuse(target, "an element of a buffer of bool");
     if (index.form == Form::kShared && value.form == Form::kShared)
       return Line({buffer, "[", index.text, "] = ", value.text, ";"});
     if (index.form == Form::kShared)

@@ -91,8 +91,14 @@ OSTRA_LANE_INLINE void SetElements(Lane (&array)[count], Lanes<Index> index, con
 // Elements of an array that all lanes share.
 template <class T, class Index, int count>
 OSTRA_LANE_INLINE auto GetSharedElements(const T (&array)[count], Lanes<Index> index, Mask mask) {
-  return LoadEach(
-      array, mask, [&](int lane) __attribute__((always_inline)) { return index.Get(lane); });
+  if constexpr (std::is_same_v<T, Bool>) {
+    Mask result = false;
+    for (int i = 0; i < count; ++i) result = result | ((index == Lanes<Index>(static_cast<Index>(i))) & Mask(array[i]));
+    return result;
+  } else {
+    return LoadEach(
+        array, mask, [&](int lane) __attribute__((always_inline)) { return index.Get(lane); });
+  }
 }
 
 // One lane of a value.
