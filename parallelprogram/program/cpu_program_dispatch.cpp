@@ -16,6 +16,10 @@ namespace {
 
 constexpr Int kComplexGranularity = 64;
 constexpr Float64 kLongPieceTicks = 500 * kTicksPerMicrosecond;
+// Kernels that run ranges take up to so many invocations at a time: fewer would leave lanes without work. Below
+// kManyInvocations threads without work would cost more.
+constexpr Int kLargestLaneCount = 16;
+constexpr UInt32 kManyInvocations = 256;
 
 // What the threads of one dispatch share. The stop flag ends pieces soon after a failure, not at once.
 struct Dispatch {
@@ -104,9 +108,9 @@ Result<void> RunInvocations(Dispatch& dispatch, UInt32 first, UInt32 count, Bool
   }
 }
 
-// A few long invocations are worth sharing one by one: the granularity is meant for those that take little. What one
-// takes is remembered from the first dispatch, and measured anew in the first one after an update, which may have
-// changed it.
+// A few long invocations are worth sharing one by one, many of them in whole lanes: the granularity is meant for those
+// that take little. What one takes is remembered from the first dispatch, and measured anew in the first one after an
+// update, which may have changed it.
 template <class InvocationCost>
 Result<void> RunParallel(Dispatch& dispatch, UInt32 count, Int granularity, InvocationCost& cost) {
   if (count == 1) return RunInvocations(dispatch, 0, 1, false);
@@ -117,7 +121,11 @@ Result<void> RunParallel(Dispatch& dispatch, UInt32 count, Int granularity, Invo
   };
   const Int piece = std::min(Int{count}, std::max(granularity, Int{1}));
   if (cost.ticks * static_cast<Float64>(piece) > kLongPieceTicks) {
-    cost.ticks = ParallelFor::RunPaced(count, cost.ticks, run);
+    const Int unit = dispatch.range && count >= kManyInvocations ? kLargestLaneCount : 1;
+    const Float64 unitTicks =
+        ParallelFor::RunPaced((Int{count} + unit - 1) / unit, cost.ticks * static_cast<Float64>(unit),
+                              [&](Int begin, Int end) { run(begin * unit, std::min(end * unit, Int{count})); });
+    cost.ticks = unitTicks / static_cast<Float64>(unit);
     cost.isOld = false;
   } else if (cost.isOld) {
     const UInt64 start = ReadTicks();
