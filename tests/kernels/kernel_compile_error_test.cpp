@@ -132,7 +132,9 @@ TEST_P(RefusedBodyTest, IsRefusedByTheCompilerToo) {
   ASSERT_FALSE(refused.IsOk());
   EXPECT_NE(refused.GetError().GetMessage().GetView().find('^'), std::string_view::npos) << "a line with a caret";
   const KernelSourceOptions options{.fileName = "tested.krn", .classId = "tested.krn"};
-  EXPECT_NE(RunCompiler(kernelfront::KernelFile(options, text).Generate()).find("error:"), std::string::npos);
+  kernelfront::KernelFile file(options, text);
+  file.Read();
+  EXPECT_NE(RunCompiler(file.Print("")).find("error:"), std::string::npos);
 }
 
 INSTANTIATE_TEST_SUITE_P(Bodies, RefusedBodyTest, testing::ValuesIn(kRefusedBodies));
