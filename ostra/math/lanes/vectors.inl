@@ -20,6 +20,15 @@ namespace ostra::OSTRA_LANES {
   friend OSTRA_LANE_INLINE Vector operator*(Lanes<T> s, const Vector& a) { return Vector(s) * a; } \
   friend OSTRA_LANE_INLINE Vector operator/(Lanes<T> s, const Vector& a) { return Vector(s) / a; }
 
+// As components of vectors are compared: an infinite one is not even the same as itself.
+template <class T>
+OSTRA_LANE_INLINE Mask IsSame(Lanes<T> a, Lanes<T> b) {
+  if constexpr (lanes_internal::kIsFloat<T>)
+    return b - a == Lanes<T>(T(0));
+  else
+    return a == b;
+}
+
 template <class T>
 struct LaneVec2 {
   using Element = T;
@@ -33,7 +42,9 @@ struct LaneVec2 {
 #define OSTRA_EACH(op) LaneVec2(a.x op b.x, a.y op b.y)
   OSTRA_LANE_VECTOR_OPERATORS(LaneVec2, OSTRA_EACH, )
 #undef OSTRA_EACH
-  friend OSTRA_LANE_INLINE Mask operator==(const LaneVec2& a, const LaneVec2& b) { return (a.x == b.x) & (a.y == b.y); }
+  friend OSTRA_LANE_INLINE Mask operator==(const LaneVec2& a, const LaneVec2& b) {
+    return IsSame(a.x, b.x) & IsSame(a.y, b.y);
+  }
   friend OSTRA_LANE_INLINE Mask operator!=(const LaneVec2& a, const LaneVec2& b) { return !(a == b); }
 };
 
@@ -53,7 +64,7 @@ struct LaneVec3 {
   OSTRA_LANE_VECTOR_OPERATORS(LaneVec3, OSTRA_EACH, )
 #undef OSTRA_EACH
   friend OSTRA_LANE_INLINE Mask operator==(const LaneVec3& a, const LaneVec3& b) {
-    return (a.x == b.x) & (a.y == b.y) & (a.z == b.z);
+    return IsSame(a.x, b.x) & IsSame(a.y, b.y) & IsSame(a.z, b.z);
   }
   friend OSTRA_LANE_INLINE Mask operator!=(const LaneVec3& a, const LaneVec3& b) { return !(a == b); }
 };
@@ -71,12 +82,13 @@ struct LaneVec4 {
   OSTRA_LANE_INLINE LaneVec4(Lanes<T> a, const LaneVec3<T>& b) : x(a), y(b.x), z(b.y), w(b.z) {}
   OSTRA_LANE_INLINE LaneVec4(const LaneVec2<T>& a, const LaneVec2<T>& b) : x(a.x), y(a.y), z(b.x), w(b.y) {}
   OSTRA_LANE_INLINE LaneVec4(const LaneVec2<T>& a, Lanes<T> b, Lanes<T> c) : x(a.x), y(a.y), z(b), w(c) {}
-  friend OSTRA_LANE_INLINE LaneVec4 operator-(const LaneVec4& a) { return {-a.x, -a.y, -a.z, -a.w}; }
+  // As Vec4 does it, unlike the others: what is 0 stays 0 and does not become -0.
+  friend OSTRA_LANE_INLINE LaneVec4 operator-(const LaneVec4& a) { return LaneVec4(Lanes<T>(T(0))) - a; }
 #define OSTRA_EACH(op) LaneVec4(a.x op b.x, a.y op b.y, a.z op b.z, a.w op b.w)
   OSTRA_LANE_VECTOR_OPERATORS(LaneVec4, OSTRA_EACH, )
 #undef OSTRA_EACH
   friend OSTRA_LANE_INLINE Mask operator==(const LaneVec4& a, const LaneVec4& b) {
-    return (a.x == b.x) & (a.y == b.y) & (a.z == b.z) & (a.w == b.w);
+    return IsSame(a.x, b.x) & IsSame(a.y, b.y) & IsSame(a.z, b.z) & IsSame(a.w, b.w);
   }
   friend OSTRA_LANE_INLINE Mask operator!=(const LaneVec4& a, const LaneVec4& b) { return !(a == b); }
 };
