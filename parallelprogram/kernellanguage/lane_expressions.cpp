@@ -86,7 +86,8 @@ std::string LanePrinter::LaneType(TypeIndex type, NodeIndex place) {
 std::string LanePrinter::ToLanes(const Value& value, NodeIndex place) {
   if (value.form == Form::kLanes) return value.text;
   const std::string type = LaneType(value.type, place);
-  if (value.form == Form::kShared) return Join({type, "(", value.text, ")"});
+  // Not `type(name)`: in parentheses that could be read as a declaration.
+  if (value.form == Form::kShared) return Join({"static_cast<", type, ">(", value.text, ")"});
   return Join(
       {"Ramp<", GetCppName(_types[value.type].scalar), ">(", value.text, ", ", std::to_string(value.stride), ")"});
 }
@@ -183,7 +184,8 @@ std::string LanePrinter::SharedItself(NodeIndex node) {
     case NodeKind::kCast: {
       const std::string type = SharedType(TypeOf(node));
       if (type.empty()) break;
-      return Join({type, "(", list(1), ")"});
+      const Bool isConversion = _types.IsScalar(TypeOf(node)) && children.size() == 2;
+      return isConversion ? Join({"static_cast<", type, ">(", list(1), ")"}) : Join({type, "(", list(1), ")"});
     }
     case NodeKind::kMemberOf: {
       const Meaning& of = _resolved.meaning[children[0]];
