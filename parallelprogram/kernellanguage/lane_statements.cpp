@@ -315,7 +315,8 @@ void LanePrinter::InBranch(const std::string& mask, NodeIndex statement) {
 void LanePrinter::If(NodeIndex node) {
   const NodeIndex condition = Child(node, 0), yes = Child(node, 1), no = Child(node, 2);
   if (FormOf(condition) == Form::kShared) {
-    Line({"if (", Shared(condition), ")"});
+    // Clang takes a comparison in two pairs of parentheses for a mistake.
+    Line({"if (static_cast<Bool>(", Shared(condition), "))"});
     Block(yes);
     if (no == kNoNode) return;
     Line({"else"});
@@ -344,7 +345,7 @@ void LanePrinter::PlainLoop(NodeIndex node) {
   const Bool hasMaskedContinue = HasJump(body, NodeKind::kContinue, true);
   // Lanes may leave by return, or leave a loop around this one: without any there is no next turn.
   const std::string any = HasReturn(body, false) ? Join({"Any(", GetMask(), ")"}) : "";
-  const std::string test = condition == kNoNode ? "true" : Shared(condition);
+  const std::string test = condition == kNoNode ? "true" : Join({"static_cast<Bool>(", Shared(condition), ")"});
   const std::string both = any.empty() ? test : Join({any, " && ", test});
   Line({"{"});
   if (isFor && Child(node, 0) != kNoNode) Statement(Child(node, 0));
