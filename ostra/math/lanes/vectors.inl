@@ -20,15 +20,6 @@ namespace ostra::OSTRA_LANES {
   friend OSTRA_LANE_INLINE Vector operator*(Lanes<T> s, const Vector& a) { return Vector(s) * a; } \
   friend OSTRA_LANE_INLINE Vector operator/(Lanes<T> s, const Vector& a) { return Vector(s) / a; }
 
-// As components of vectors are compared: an infinite one is not even the same as itself.
-template <class T>
-OSTRA_LANE_INLINE Mask IsSame(Lanes<T> a, Lanes<T> b) {
-  if constexpr (lanes_internal::kIsFloat<T>)
-    return b - a == Lanes<T>(T(0));
-  else
-    return a == b;
-}
-
 template <class T>
 struct LaneVec2 {
   using Element = T;
@@ -42,9 +33,7 @@ struct LaneVec2 {
 #define OSTRA_EACH(op) LaneVec2(a.x op b.x, a.y op b.y)
   OSTRA_LANE_VECTOR_OPERATORS(LaneVec2, OSTRA_EACH, )
 #undef OSTRA_EACH
-  friend OSTRA_LANE_INLINE Mask operator==(const LaneVec2& a, const LaneVec2& b) {
-    return IsSame(a.x, b.x) & IsSame(a.y, b.y);
-  }
+  friend OSTRA_LANE_INLINE Mask operator==(const LaneVec2& a, const LaneVec2& b) { return (a.x == b.x) & (a.y == b.y); }
   friend OSTRA_LANE_INLINE Mask operator!=(const LaneVec2& a, const LaneVec2& b) { return !(a == b); }
 };
 
@@ -64,7 +53,7 @@ struct LaneVec3 {
   OSTRA_LANE_VECTOR_OPERATORS(LaneVec3, OSTRA_EACH, )
 #undef OSTRA_EACH
   friend OSTRA_LANE_INLINE Mask operator==(const LaneVec3& a, const LaneVec3& b) {
-    return IsSame(a.x, b.x) & IsSame(a.y, b.y) & IsSame(a.z, b.z);
+    return (a.x == b.x) & (a.y == b.y) & (a.z == b.z);
   }
   friend OSTRA_LANE_INLINE Mask operator!=(const LaneVec3& a, const LaneVec3& b) { return !(a == b); }
 };
@@ -88,7 +77,7 @@ struct LaneVec4 {
   OSTRA_LANE_VECTOR_OPERATORS(LaneVec4, OSTRA_EACH, )
 #undef OSTRA_EACH
   friend OSTRA_LANE_INLINE Mask operator==(const LaneVec4& a, const LaneVec4& b) {
-    return IsSame(a.x, b.x) & IsSame(a.y, b.y) & IsSame(a.z, b.z) & IsSame(a.w, b.w);
+    return (a.x == b.x) & (a.y == b.y) & (a.z == b.z) & (a.w == b.w);
   }
   friend OSTRA_LANE_INLINE Mask operator!=(const LaneVec4& a, const LaneVec4& b) { return !(a == b); }
 };
