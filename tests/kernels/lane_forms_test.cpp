@@ -71,6 +71,62 @@ TEST_P(LaneFormsTest, FunctionsThatInvocationsLeaveApart) {
   }
 }
 
+TEST_P(LaneFormsTest, LanesThatHaveContinuedOrReturned) {
+  for (Int32 mode = 0; mode < 6; ++mode) {
+    const auto numbers = MakeIntegers<Int32>(_length, -3, 25);
+    auto places = MakeIntegers<UInt32>(_length, 0, _length - 1);
+    // One lane that is on, of a number above its element's.
+    for (UInt32 i = 0; mode % 2 == 0 && i < _length; ++i) places[i] = i % 3;
+    CompareWays("net.ostra.test.lanereturns.krn", {_length + 3, 1, 1}, [&](KernelRunner& runner) {
+      runner.SetValue("count", _length);
+      runner.SetValue("mode", mode);
+      runner.SetBuffer<Int32>("numbers", numbers);
+      runner.SetBuffer<UInt32>("places", places);
+      runner.SetBuffer<Int32>("results", std::vector<Int32>(_length, 12345));
+      runner.SetBuffer<Int32>("others", std::vector<Int32>(_length, 6));
+      runner.SetBuffer<Vector32>("threes", std::vector<Vector32>(_length, Vector32(7.0f, 6.0f, 5.0f)));
+    });
+  }
+}
+
+// Kernels of make_random_kernels.py.
+TEST_P(LaneFormsTest, RandomKernels) {
+  const UInt32 height = 1 + _length % 3, width = _length;
+  const UInt32 count = width * height - _length % 2;
+  for (const char* id : {OSTRA_RANDOM_KERNELS}) {
+    const auto floats = MakeFloats(2 * count + 36);
+    const auto integers = MakeIntegers<Int32>(2 * count + 36, -6, 18);
+    const auto numbers = MakeIntegers<UInt32>(2 * count + 36, 0, 40);
+    const auto vectors = MakeVectors<Vector32>(2 * count + 36);
+    const std::vector<Float64> doubles(floats.begin(), floats.end());
+    const Int32 ui = MakeIntegers<Int32>(1, -5, 15)[0];
+    const UInt32 uu = MakeIntegers<UInt32>(1, 0, 20)[0];
+    CompareWays(id, {width + 2, height + 1, 1}, [&](KernelRunner& runner) {
+      runner.SetValue("count", count);
+      runner.SetValue("width", width);
+      runner.SetValue("ui", ui);
+      runner.SetValue("uu", uu);
+      runner.SetValue("uf", floats[0]);
+      runner.SetValue("uv", vectors[0]);
+      runner.SetBuffer<Float32>("fin", floats);
+      runner.SetBuffer<Int32>("iin", integers);
+      runner.SetBuffer<UInt32>("uin", numbers);
+      runner.SetBuffer<Vector32>("vin", vectors);
+      runner.SetBuffer<Float64>("din", doubles);
+      runner.SetBuffer<Float32>("fout", std::vector<Float32>(count, 0.25f));
+      runner.SetBuffer<Int32>("iout", std::vector<Int32>(count, 77));
+      runner.SetBuffer<UInt32>("uout", std::vector<UInt32>(4 * count, 78));
+      runner.SetBuffer<Vector2d32>("twoout", std::vector<Vector2d32>(count, Vector2d32(1.0f, 2.0f)));
+      runner.SetBuffer<Vector32>("threeout", std::vector<Vector32>(count, Vector32(3.0f, 4.0f, 5.0f)));
+      runner.SetBuffer<Vector4d32>("fourout", std::vector<Vector4d32>(2 * count, Vector4d32(6.0f, 7.0f, 8.0f, 9.0f)));
+      runner.SetBuffer<Float64>("dout", std::vector<Float64>(count, 0.5));
+      runner.SetBuffer<Int64>("lout", std::vector<Int64>(count, 79));
+      runner.SetBuffer<UInt32>("bins", std::vector<UInt32>(8, 3));
+      runner.SetCounter("counter", 5);
+    });
+  }
+}
+
 TEST_P(LaneFormsTest, ElementsInARowTurnedAroundFarApartAndShared) {
   for (int run = 0; run < 10; ++run) {
     const auto fours = MakeVectors<Vector4d32>(_length);
