@@ -29,6 +29,7 @@ foreach(header
     program/kernel_base.h
     program/kernel_buffer.h
     program/kernel_class.h
+    program/kernel_declaration_interface.h
     program/kernel_entry.h
     program/kernel_interface.h
     program/kernel_language.h

@@ -73,7 +73,6 @@ Result<KernelSource> ReadKernelSource(const Url& kernelFile, std::string_view te
   options.classId = classId.GetView();
   options.templateArgument = templateArgument;
   options.isModule = true;
-  options.hasLaneForms = true;
   options.readHeader = [&headers](const std::string& name, const std::string& includingFile) {
     return headers.Read(name, includingFile);
   };
