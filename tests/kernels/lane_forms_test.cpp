@@ -35,7 +35,8 @@ class LaneFormsTest : public testing::TestWithParam<UInt32> {
     prepare(before);
     prepare(expected);
     ASSERT_THAT(expected.Run(extent, Way::kOneByOne), IsOk());
-    ASSERT_NE(expected.GetState(), before.GetState()) << "The kernel did nothing.";
+    ++_comparisonCount;
+    _workCount += expected.GetState() != before.GetState();
     for (const Way way : kAllWays) {
       KernelRunner runner(id);
       prepare(runner);
@@ -44,7 +45,12 @@ class LaneFormsTest : public testing::TestWithParam<UInt32> {
     }
   }
 
+  // Results that are the same prove something only if kernels do something. A random one may find nothing to do for
+  // some values of its parameters.
+  void TearDown() override { EXPECT_GE(2 * _workCount, _comparisonCount) << "Kernels did nothing."; }
+
   const UInt32 _length = GetParam();
+  int _workCount = 0, _comparisonCount = 0;
   std::mt19937 _random{GetParam() + 5};
 };
 

@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 
 #include "apps/ostra/kernels/process_guard.h"
 #include "apps/ostra/values/text.h"
@@ -133,9 +134,16 @@ Result<std::string> FindSwitchAgainstExcerpts(const Compiler& compiler) {
   return std::string(isClang ? "-fno-caret-diagnostics" : "-fno-diagnostics-show-caret");
 }
 
-Result<std::vector<std::string>> FindMessageSwitches(const Compiler& compiler) {
-  OSTRA_ASSIGN_OR_RETURN(const Bool isClang, IsClang(compiler));
-  return std::vector<std::string>{isClang ? "-fmacro-backtrace-limit=1" : "-ftrack-macro-expansion=0"};
+// By the names of the files, so that nothing runs before the compilation. Of wrappers nothing is known.
+std::vector<std::string> FindMessageSwitches(const Compiler& compiler) {
+  for (const std::string& word : compiler.command) {
+    std::error_code code;
+    const std::string name = std::filesystem::canonical(word, code).filename();
+    if (name.find("clang") != std::string::npos) return {"-fmacro-backtrace-limit=1"};
+    if (name.find("g++") != std::string::npos || name.find("gcc") != std::string::npos)
+      return {"-ftrack-macro-expansion=0"};
+  }
+  return {};
 }
 
 Result<CommandResult> RunCommand(const std::vector<std::string>& command, int input, const std::string& workFolder) {

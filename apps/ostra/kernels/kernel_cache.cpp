@@ -134,7 +134,7 @@ Result<void> RunCompiler(const Recipe& recipe, const WorkFolder& folder, const U
     OSTRA_ASSIGN_OR_RETURN(const std::string noExcerpts, FindSwitchAgainstExcerpts(recipe.compiler));
     command.push_back(noExcerpts);
   }
-  OSTRA_ASSIGN_OR_RETURN(const std::vector<std::string> switches, FindMessageSwitches(recipe.compiler));
+  const std::vector<std::string> switches = FindMessageSwitches(recipe.compiler);
   command.insert(command.end(), switches.begin(), switches.end());
   const Progress progress("compiling " + std::string(kernelFile.GetName().GetView()), 0);
   OSTRA_ASSIGN_OR_RETURN(const CommandResult result,
