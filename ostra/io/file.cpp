@@ -174,10 +174,10 @@ Result<void> WriteBesideAndRename(const Url& url, const CString& path, Block<con
   return OK;
 }
 
-// A regular file's state, before it is replaced. Error: it is a folder, or nobody may write it.
+// Checks a file before it is replaced. Error: a folder, or read-only.
 Result<void> CheckReplacement(const Url& url, const CString& path, const struct stat& state) {
   if (S_ISDIR(state.st_mode)) return MakeFileError("written", url, EISDIR);
-  // A file that nobody may write is protected from the superuser as well, whom the system would let write it.
+  // A file without any write permission is refused for the superuser as well, although the system would allow it.
   if (S_ISREG(state.st_mode) &&
       ((state.st_mode & 0222) == 0 || faccessat(AT_FDCWD, path.GetCString(), W_OK, AT_EACCESS) != 0))
     return OSTRA_ILLEGAL_STATE("@ cannot be written: it is there already and read-only.", url);

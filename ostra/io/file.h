@@ -31,7 +31,7 @@ struct ReadLimits {
   Bool mayBePipe = false;
 };
 
-// Texts that people write (sources, headers, scenes) are shorter; whoever reads one refuses longer files.
+// Texts that people write (sources, headers, scenes) are shorter: readers of texts refuse longer files.
 inline constexpr Int kMaxTextFileSize = Int(64) << 20;
 
 // All bytes of a regular file. Errors: missing, a directory, unreadable; a pipe or a device unless `limits` allow them;
@@ -39,8 +39,8 @@ inline constexpr Int kMaxTextFileSize = Int(64) << 20;
 OSTRA_API Result<BaseArray<Byte>> ReadFileToMemory(const Url& url, const ReadLimits& limits = {});
 
 // Whether WriteFileAtomically may replace what is at `url` now, asked before work begins that would be lost. Errors: a
-// directory; a file that is read-only, for the superuser too when nobody may write it; a name that is too long; a
-// folder that is missing or not writable.
+// directory; a file that is read-only, for the superuser too if it has no write permission at all; a name that is too
+// long; a folder that is missing or not writable.
 OSTRA_API Result<void> CheckFileTarget(const Url& url);
 
 // Makes `bytes` the contents of the file. They are written beside it and renamed, so that others see the old contents

@@ -5,7 +5,7 @@
 //   OSTRA_RETURN_IF_ERROR(WritePrivateFile(file, bytes));                     // in that folder
 //   OSTRA_RETURN_IF_ERROR(CheckTrustedFile(file));                            // before it is read again
 //
-// The user of the process and the superuser are trusted, nobody else. Errors are illegal states whose message is a
+// Only the user of the process and the superuser are trusted. Errors are illegal states whose message is a
 // sentence with what to do, or out of memory. Thread-safe.
 #pragma once
 

@@ -21,7 +21,7 @@ struct Slot {
 constexpr Int kSlotCount = 16;
 Slot g_slots[kSlotCount];
 
-// Whoever changes a path, or relies on it, has made its slot busy.
+// A path is changed, or relied on, only while its slot is busy.
 Bool Claim(Slot& slot, SlotState expected) { return slot.state.compare_exchange_strong(expected, SlotState::Busy); }
 
 }  // namespace

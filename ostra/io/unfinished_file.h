@@ -1,4 +1,4 @@
-// Files that are written under a temporary name, which nobody needs once the process has ended.
+// Files that are written under a temporary name, removed if the process ends before they are whole.
 #pragma once
 
 #include "ostra/core/export.h"

@@ -10,7 +10,7 @@ namespace ostra::kernellanguage {
 
 struct CheckResult {
   std::vector<Diagnostic> errors;
-  std::vector<Diagnostic> warnings;  // what C++ takes and nobody means
+  std::vector<Diagnostic> warnings;  // code that C++ accepts and that is probably a mistake
   std::optional<NotUnderstood> notUnderstood;
 };
 

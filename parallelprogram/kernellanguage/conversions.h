@@ -13,7 +13,7 @@ enum class ConversionRank : UInt8 {
   kPromotion,   // to int from smaller integers, to double from float
   kConversion,  // between other scalars
   kUser,        // of a half float to other scalars, of vectors component by component
-  kCut,         // of a vector to a shorter one, which C++ makes, too: nobody means it
+  kCut,         // of a vector to a shorter one: C++ accepts it, and it is probably a mistake
   kNone,
 };
 

@@ -17,7 +17,7 @@ struct AnalyzedKernel {
   SourceMap sources;
   // Mistakes that no C++ compiler takes, either, in the order in which they were found.
   std::vector<Diagnostic> errors;
-  // What the C++ compiler takes and nobody means. They stop nothing.
+  // Code that C++ accepts and that is probably a mistake. Warnings do not stop a compilation.
   std::vector<Diagnostic> warnings;
   std::optional<NotUnderstood> notUnderstood;
   // Whole when there are no errors and everything is understood.

@@ -10,7 +10,7 @@
 //
 // The words take the name of a parameter, as UNIFORM_BUFFER does. One channel gives a float, more give a vec2 to vec4;
 // textures of whole numbers give uint or int, of bytes 0 to 255. A program does not run a kernel without its textures;
-// a kernel object that nobody gave one reads zero and the size 0.
+// a kernel object without a texture reads zero and the size 0.
 #pragma once
 
 #include <cstring>

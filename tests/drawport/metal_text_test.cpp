@@ -82,7 +82,7 @@ TEST_F(MetalTextTest, MessagesNameAddressSpacesAndFunctionsAsKernelFilesDo) {
   EXPECT_THAT(std::string(RestoreShaderWords(Compile(records))->GetView()), HasSubstr("'tanh'"));
 }
 
-// HLSL takes a constant without "static" for a value of its own uniform buffer, which nobody sets.
+// HLSL takes a constant without "static" for a value of its own uniform buffer, which stays unset.
 TEST(FileScopeTest, ConstantsAreConstantsInEveryLanguage) {
   for (const Id* language : kLanguages) {
     ShaderRecords records = MakeRecords(*language, "const float inner = 1.0;\nUNIFORM_BUFFER(a)[0] = kScale + inner;");

@@ -147,7 +147,7 @@ TEST_F(LimitedDeviceTest, SpillingToMemoryOfTheHostIsSaidOnce) {
   EXPECT_THAT(diagnostics.GetLevels(), testing::Contains(DiagnosticLevel::Warning));
 }
 
-// A driver whose second memory type is of the kinds that nobody asks for.
+// A driver whose second memory type has properties that the layer does not ask for.
 PFN_vkGetPhysicalDeviceMemoryProperties g_getMemory = nullptr;
 VkMemoryPropertyFlags g_addedFlags = 0;
 VKAPI_ATTR void VKAPI_CALL GetMemoryWithOneMore(VkPhysicalDevice device, VkPhysicalDeviceMemoryProperties* properties) {

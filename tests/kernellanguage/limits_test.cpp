@@ -1,4 +1,4 @@
-// Files that nobody would write: large, deep, cut off. Each ends with a result, errors or a reason.
+// Unusual files: large, deep, cut off. Each ends with a result, errors or a reason.
 #include <gtest/gtest.h>
 
 #include <random>

@@ -161,7 +161,7 @@ TEST_F(TextureLifetimeTest, DeletingFreesTheTexture) {
   EXPECT_EQ(AllocationFaults::GetLiveCount(), before);
 }
 
-// What the kernel holds itself, with nobody clearing it between the updates.
+// What the kernel itself holds. The test does not clear it between the updates.
 TEST_F(TextureLifetimeTest, ATextureThatWasDeletedIsTakenFromTheKernelsThatHoldIt) {
   ASSERT_THAT(Store("a"_iid, MakeCountingTexture({4, 1, 1})), IsOk());
   ASSERT_THAT(Store("keep"_iid, MakeCountingTexture({4, 1, 1})), IsOk());

@@ -22,7 +22,7 @@ Bool IsContext(std::string_view line) {
 
 constexpr std::string_view kParameter = "ostraParameter_";
 
-// Names of the generated class and of the namespaces around it, which nobody has written.
+// Names of the generated class and of the namespaces around it, which the kernel file does not contain.
 constexpr std::string_view kGeneratedNames[] = {"ostra::kernel::{anonymous}::",
                                                 "ostra::kernel::(anonymous namespace)::",
                                                 "ostra::kernel::vocabulary::",

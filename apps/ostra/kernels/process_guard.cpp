@@ -91,7 +91,7 @@ Result<ProcessGuard> ProcessGuard::Start(const std::string& folder) {
   pthread_sigmask(SIG_SETMASK, &before, nullptr);
   if (opened >= 0) close(opened);
   if (process < 0) return OSTRA_ILLEGAL_STATE("A process cannot be started: @.", std::strerror(code));
-  setpgid(process, process);  // whoever comes first
+  setpgid(process, process);  // the child does the same: the first of the two takes effect
   return ProcessGuard(process);
 }
 

@@ -1,4 +1,4 @@
-// How many invocations a run has when nobody says it. docs/dispatch-size.md has the rule.
+// The number of invocations of a run without --size. docs/dispatch-size.md has the rule.
 #pragma once
 
 #include <optional>

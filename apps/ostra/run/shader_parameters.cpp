@@ -65,7 +65,7 @@ Result<std::optional<KernelParameters>> ReadShaderParameters(const Url& kernelFi
     parameters.push_back(
         {std::string(entry.name.GetString().GetView()), ParameterKind::Texture, layout->sampler, layout});
   }
-  // The noises that a kernel calls are one parameter of its class, too, whose name nobody needs.
+  // The noises that a kernel calls are one more parameter of its class. Its name is not used.
   if (parser.GetNoiseCallCount() > 0) parameters.push_back({"", ParameterKind::Noise, DataType()});
   return std::optional(KernelParameters(std::move(parameters)));
 }

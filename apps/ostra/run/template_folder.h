@@ -27,7 +27,7 @@ class TemplateFolder {
   TemplateFolder() = default;
 
   Url _resourcePath, _kernelFile;
-  std::string _folder;      // empty: somebody else's now
+  std::string _folder;      // empty after a move
   std::string _realFolder;  // of the kernel file, with a slash at its end
 };
 
