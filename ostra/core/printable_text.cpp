@@ -45,7 +45,9 @@ void WriteLine(std::FILE* stream, std::string_view line) {
 void WriteLines(std::FILE* stream, std::string_view text) {
   while (!text.empty()) {
     const std::size_t end = text.find('\n');
-    WriteLine(stream, text.substr(0, end));
+    std::string_view line = text.substr(0, end);
+    if (end != std::string_view::npos && line.ends_with('\r')) line.remove_suffix(1);
+    WriteLine(stream, line);
     if (end == std::string_view::npos) return;
     std::fputc('\n', stream);
     text.remove_prefix(end + 1);

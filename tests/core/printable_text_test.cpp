@@ -53,7 +53,10 @@ TEST(PrintableTextTest, TextStaysAsItIs) {
       "e:\t\xE2\x82\xAC 5\n\xF0\x9F\x8E\xA8";
   EXPECT_EQ(Print(text), text);
   EXPECT_EQ(PrintMessage(text), text);
-  EXPECT_EQ(Print("one\r\ntwo\r\n"), "one\ntwo\n");
+  for (const auto write : {&Print, &PrintMessage}) {
+    EXPECT_EQ(write("one\r\ntwo\r\n"), "one\ntwo\n");
+    EXPECT_EQ(write("\r\n\r\r\nend\r"), "\n\\x0D\nend\\x0D");
+  }
   EXPECT_FALSE(HasControlCharacters(text));
   EXPECT_TRUE(HasControlCharacters("a\nb\x1B"));
 }
