@@ -104,7 +104,11 @@ Result<ClassRef> ClassRegistry::FindEntryValue(const Id& id) const {
   if (_entries.Find(id, entry)) return entry;
   // IDs are long and begin alike; a forgotten ".krn" is near enough.
   NearestWord nearest(id.GetView(), 5);
-  _entries.ForEach([&](const Id& known, const ClassRef&) { nearest.Try(known.GetView()); });
+  Id nearestId;  // holds the text: another thread may erase the entry
+  _entries.ForEach([&](const Id& known, const ClassRef&) {
+    nearest.Try(known.GetView());
+    if (nearest.Get().data() == known.GetView().data()) nearestId = known;
+  });
   if (!nearest.Get().empty())
     return OSTRA_ILLEGAL_ARGUMENT("The registry \"@\" has no entry \"@\"; did you mean \"@\"?", _id, id, nearest.Get());
   if (this == &GetClasses() && id.GetView().starts_with(kOwnClasses))

@@ -103,8 +103,7 @@ void LoadedModule::KeepCodeOfLivingObjects() {
   _library.KeepLoaded();
   CriticalOutput(
       "The module \"@\" is unloaded while objects of its class \"@\" exist; release them before the host ends. Its "
-      "code "
-      "stays in memory.",
+      "code stays in memory.",
       _id, used->GetId());
 }
 
