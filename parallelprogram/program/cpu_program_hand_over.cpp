@@ -27,17 +27,21 @@ ParameterChecks ParallelProgramCPUImpl::GetChecks(const KernelEntry& entry) cons
   return ParameterChecks(entry.GetDeclarations(), _activeKernelId);
 }
 
-void ParallelProgramCPUImpl::ReportUnknownName(KernelEntry& entry, const InternedId& name) const {
-  if (!entry.declarations || GetChecks(entry).Find(name)) return;
+const KernelDeclaration* ParallelProgramCPUImpl::FindDeclaration(KernelEntry& entry, const InternedId& name) const {
+  const KernelDeclaration* declaration = GetChecks(entry).Find(name);
+  if (declaration || !entry.declarations) return declaration;
   const BaseArray<KernelDeclaration>& declarations = entry.GetDeclarations();
   entry.unknownNames.Report(_activeKernelId, name, declarations.GetCount(),
                             [&](Int i) { return declarations[i].name.GetView(); });
+  return nullptr;
 }
 
-// A value of a block's type stands for a buffer. What was handed over has been checked to be of the declared kind.
+// A value of the parameter's own type stands for a buffer. What was handed over has been checked to be of the declared
+// kind.
 const KernelDeclaration* ParallelProgramCPUImpl::FindUnset(const KernelEntry& entry) {
   for (const KernelDeclaration& declaration : entry.GetDeclarations()) {
-    if (!declaration.isRequired || entry.uniforms.Contains(declaration.name)) continue;
+    const Data* value = entry.uniforms.FindData(declaration.name);
+    if (!declaration.isRequired || (value && ParameterChecks::TakesValue(declaration, value->GetType()))) continue;
     const auto sets = [&](const HandedOver& given) { return given.name == declaration.name && given.resource; };
     if (std::none_of(entry.handedOver.begin(), entry.handedOver.end(), sets)) return &declaration;
   }
@@ -86,6 +90,7 @@ void ParallelProgramCPUImpl::HandOverResized(const BufferSlot& slot) {
       if (entry.kernel->Set(given.name.ToCString(), &entry.bufferBlocks[i])) continue;
       TakeBack(entry, given.name);
       given.resource = nullptr;
+      entry.unset = FindUnset(entry);
     }
   }
 }
@@ -122,8 +127,8 @@ Result<void> ParallelProgramCPUImpl::HandOverAll(KernelEntry& entry) {
 Result<void> ParallelProgramCPUImpl::HandOverUniforms(KernelEntry& entry) {
   const ParameterChecks checks = GetChecks(entry);
   for (const auto& [name, value] : entry.uniforms) {
-    ReportUnknownName(entry, name);
-    OSTRA_RETURN_IF_ERROR(checks.CheckValue(name, value.GetType()));
+    const KernelDeclaration* declaration = FindDeclaration(entry, name);
+    OSTRA_RETURN_IF_ERROR(checks.CheckValue(declaration, value.GetType()));
     OSTRA_RETURN_IF_ERROR(entry.kernel->Set(name.ToCString(), value.GetPointer()));
   }
   return OK;
@@ -135,12 +140,12 @@ Result<void> ParallelProgramCPUImpl::HandOverBuffers(KernelEntry& entry) {
   const ParameterChecks checks = GetChecks(entry);
   Int index = 0;
   for (const auto& [name, value] : entry.bufferLinks) {
-    ReportUnknownName(entry, name);
+    const KernelDeclaration* declaration = FindDeclaration(entry, name);
     OSTRA_ASSIGN_OR_RETURN(BufferSlot* const& slot, value.Get<BufferSlot*>());
     Block<Generic>& block = entry.bufferBlocks[index++];
     block = slot ? slot->GetFirstBlock() : Block<Generic>();
     if (block.GetCount() < 1) return OSTRA_ILLEGAL_STATE("stored data block has size 0");
-    OSTRA_RETURN_IF_ERROR(checks.CheckBuffer(name, slot->GetElementType(), block.GetStride()));
+    OSTRA_RETURN_IF_ERROR(checks.CheckBuffer(declaration, slot->GetElementType(), block.GetStride()));
     OSTRA_RETURN_IF_ERROR(HandOver(entry, name, &block, slot));
   }
   return OK;
@@ -149,9 +154,9 @@ Result<void> ParallelProgramCPUImpl::HandOverBuffers(KernelEntry& entry) {
 Result<void> ParallelProgramCPUImpl::HandOverTextures(KernelEntry& entry) {
   const ParameterChecks checks = GetChecks(entry);
   for (const auto& [name, value] : entry.textureLinks) {
-    ReportUnknownName(entry, name);
+    const KernelDeclaration* declaration = FindDeclaration(entry, name);
     OSTRA_ASSIGN_OR_RETURN(TextureSamplerDataHelper* const& sampler, value.Get<TextureSamplerDataHelper*>());
-    OSTRA_RETURN_IF_ERROR(checks.CheckTexture(name));
+    OSTRA_RETURN_IF_ERROR(checks.CheckTexture(declaration));
     OSTRA_RETURN_IF_ERROR(CheckKind(*entry.kernel, name.ToCString(), *sampler));
     OSTRA_RETURN_IF_ERROR(HandOver(entry, name, sampler, sampler));
   }
@@ -161,9 +166,9 @@ Result<void> ParallelProgramCPUImpl::HandOverTextures(KernelEntry& entry) {
 Result<void> ParallelProgramCPUImpl::HandOverCounters(KernelEntry& entry) {
   const ParameterChecks checks = GetChecks(entry);
   for (const auto& [name, value] : entry.atomicLinks) {
-    ReportUnknownName(entry, name);
+    const KernelDeclaration* declaration = FindDeclaration(entry, name);
     OSTRA_ASSIGN_OR_RETURN(AtomicUInt32* const& counter, value.Get<AtomicUInt32*>());
-    OSTRA_RETURN_IF_ERROR(checks.CheckCounter(name));
+    OSTRA_RETURN_IF_ERROR(checks.CheckCounter(declaration));
     OSTRA_RETURN_IF_ERROR(HandOver(entry, name, counter, counter));
   }
   return OK;

@@ -162,7 +162,8 @@ class ParallelProgramCPUImpl final : public Component<ParallelProgramCPUImpl, Pa
   Result<void> HandOverAll(KernelEntry& entry);
   // The checks of the active kernel's parameters: none for a kernel without declarations.
   ParameterChecks GetChecks(const KernelEntry& entry) const;
-  void ReportUnknownName(KernelEntry& entry, const InternedId& name) const;
+  // Null, and a diagnostic, for a name that the active kernel does not declare.
+  const KernelDeclaration* FindDeclaration(KernelEntry& entry, const InternedId& name) const;
   static const KernelDeclaration* FindUnset(const KernelEntry& entry);
   // Error: illegal state when the active kernel needs a parameter that is not set.
   Result<void> CheckIsSet(const KernelEntry& entry) const;

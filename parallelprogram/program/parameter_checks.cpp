@@ -33,39 +33,41 @@ Result<void> ParameterChecks::MakeKindError(const KernelDeclaration& declaration
                                 declaration.name, _kernelId, GetKindName(declaration.type), given);
 }
 
-// A block that is given as a value is taken as it is, so its type must be the parameter's own.
-Result<void> ParameterChecks::CheckValue(const InternedId& name, DataType type) const {
-  const KernelDeclaration* declaration = Find(name);
-  if (!declaration || declaration->type == type) return OK;
-  if (declaration->type.IsPointer() || IsBuffer(declaration->type)) return MakeKindError(*declaration, "value");
-  if (HaveSameBits(type, declaration->type)) return OK;
-  return OSTRA_ILLEGAL_ARGUMENT(
-      "The parameter \"@\" of the kernel \"@\" is declared as @ and was given a value of type @.", name, _kernelId,
-      declaration->type, type);
+// A block that is given as a value is taken as it is, so its type must be the parameter's own. A pointer is never a
+// value: the parameter would get the address of it.
+Bool ParameterChecks::TakesValue(const KernelDeclaration& declaration, DataType type) {
+  if (declaration.type.IsPointer()) return false;
+  return declaration.type == type || (!IsBuffer(declaration.type) && HaveSameBits(type, declaration.type));
 }
 
-Result<void> ParameterChecks::CheckBuffer(const InternedId& name, DataType elementType, Int stride) const {
-  const KernelDeclaration* declaration = Find(name);
+Result<void> ParameterChecks::CheckValue(const KernelDeclaration* declaration, DataType type) const {
+  if (!declaration || TakesValue(*declaration, type)) return OK;
+  if (declaration->type.IsPointer() || IsBuffer(declaration->type)) return MakeKindError(*declaration, "value");
+  return OSTRA_ILLEGAL_ARGUMENT(
+      "The parameter \"@\" of the kernel \"@\" is declared as @ and was given a value of type @.", declaration->name,
+      _kernelId, declaration->type, type);
+}
+
+Result<void> ParameterChecks::CheckBuffer(const KernelDeclaration* declaration, DataType elementType,
+                                          Int stride) const {
   if (!declaration) return OK;
   if (!IsBuffer(declaration->type)) return MakeKindError(*declaration, "buffer");
   const DataType wanted = declaration->type.GetInnerType();
   if (!HaveSameBits(elementType, wanted))
     return OSTRA_ILLEGAL_ARGUMENT(
         "The buffer \"@\" of the kernel \"@\" is declared with elements of type @ and was given a buffer of type @.",
-        name, _kernelId, wanted, elementType);
+        declaration->name, _kernelId, wanted, elementType);
   if (stride != wanted.GetSize())
     return OSTRA_ILLEGAL_ARGUMENT("The buffer \"@\" of the kernel \"@\" was given an array whose elements have gaps.",
-                                  name, _kernelId);
+                                  declaration->name, _kernelId);
   return OK;
 }
 
-Result<void> ParameterChecks::CheckTexture(const InternedId& name) const {
-  const KernelDeclaration* declaration = Find(name);
+Result<void> ParameterChecks::CheckTexture(const KernelDeclaration* declaration) const {
   return !declaration || IsTexture(declaration->type) ? Result<void>(OK) : MakeKindError(*declaration, "texture");
 }
 
-Result<void> ParameterChecks::CheckCounter(const InternedId& name) const {
-  const KernelDeclaration* declaration = Find(name);
+Result<void> ParameterChecks::CheckCounter(const KernelDeclaration* declaration) const {
   return !declaration || IsCounter(declaration->type) ? Result<void>(OK) : MakeKindError(*declaration, "counter");
 }
 

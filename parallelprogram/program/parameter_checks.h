@@ -1,5 +1,6 @@
 // Holds what the parameters of a kernel are given against what the kernel declares. The checks are for kernels that say
-// what they declare (kernel_declaration_interface.h); a name that such a kernel does not have passes all of them.
+// what they declare (kernel_declaration_interface.h); null, for a name that the kernel does not have, passes all of
+// them.
 #pragma once
 
 #include "parallelprogram/program/kernel_declaration_interface.h"
@@ -14,11 +15,14 @@ class ParameterChecks {
   // Null when the kernel has no such parameter.
   const KernelDeclaration* Find(const InternedId& name) const;
 
+  // Whether the parameter can be set to a value of the type.
+  static Bool TakesValue(const KernelDeclaration& declaration, DataType type);
+
   // Errors: illegal argument when the parameter is of another kind or type.
-  Result<void> CheckValue(const InternedId& name, DataType type) const;
-  Result<void> CheckBuffer(const InternedId& name, DataType elementType, Int stride) const;
-  Result<void> CheckTexture(const InternedId& name) const;
-  Result<void> CheckCounter(const InternedId& name) const;
+  Result<void> CheckValue(const KernelDeclaration* declaration, DataType type) const;
+  Result<void> CheckBuffer(const KernelDeclaration* declaration, DataType elementType, Int stride) const;
+  Result<void> CheckTexture(const KernelDeclaration* declaration) const;
+  Result<void> CheckCounter(const KernelDeclaration* declaration) const;
 
   // The error of a dispatch without a parameter that the kernel needs: illegal state.
   Result<void> MakeUnsetError(const KernelDeclaration& declaration) const;

@@ -166,6 +166,12 @@ TEST_F(DeclarationsTest, ParametersOfAnotherKindAreRefused) {
   EXPECT_THAT(program->UpdateUniforms(), IsErrorContaining(kIllegalArgumentError, "declared as a counter"));
   ASSERT_THAT(program->AddKernel("third"_iid, Url("net.ostra.test.declared.krn"_s), true), IsOk());
   EXPECT_THAT(UpdateWith("source"_iid, Float32(1)), IsErrorContaining(kIllegalArgumentError, "declared as a buffer"));
+  EXPECT_THAT(program->DispatchKernel(2, 1, 1, false), IsErrorContaining(kIllegalStateError, "The buffer \"source\""));
+  // The address of a counter is no counter either: the kernel would get the address of that address.
+  ASSERT_THAT(program->AddKernel("pointer"_iid, Url("net.ostra.test.declared.krn"_s), true), IsOk());
+  AtomicUInt32 counter;
+  EXPECT_THAT(UpdateWith("hits"_iid, &counter),
+              IsErrorContaining(kIllegalArgumentError, "declared as a counter and was given a value"));
   ASSERT_THAT(program->AddKernel("fourth"_iid, Url("net.ostra.test.declared.krn"_s), true), IsOk());
   ASSERT_THAT(program->AddAtomicCounter("source"_iid, UInt32(0)), IsOk());
   ASSERT_THAT(program->SetAtomicCounterToActiveKernel("source"_iid), IsOk());
