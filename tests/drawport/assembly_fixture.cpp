@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
+
 #include "tests/support/result_matchers.h"
 
 namespace ostra::test {
@@ -78,7 +80,11 @@ std::string Compile(ShaderRecords& records) {
   const AssembledShader shader = Assemble(records);
   std::vector<ShaderMessage> messages;
   if (records.language == kShadingLanguageMetal) {
-    if (!GetMetalCompiler()) return {};
+    if (!GetMetalCompiler()) {
+      [[maybe_unused]] static const int printed =
+          std::fprintf(stderr, "%s\n", FindMissingCompiler(records.language).c_str());
+      return {};
+    }
     auto found = GetMetalCompiler()->Compile(shader.text);
     EXPECT_THAT(found, IsOk());
     if (found) messages = std::move(*found);
@@ -94,7 +100,11 @@ std::string Compile(ShaderRecords& records) {
   return report;
 }
 
-Bool IsCompiled(const Id& language) { return !(language == kShadingLanguageMetal) || GetMetalCompiler().IsOk(); }
+std::string FindMissingCompiler(const Id& language) {
+  if (!(language == kShadingLanguageMetal) || GetMetalCompiler()) return {};
+  return "METAL text is not compiled: " + std::string(GetMetalCompiler().GetError().GetMessage().GetView()) +
+         " The package clang has that program.";
+}
 
 std::vector<std::string> GetLines(std::string_view text) {
   std::vector<std::string> lines;

@@ -29,9 +29,12 @@ void AddFunction(ShaderRecords& records, std::string_view text);
 AssembledShader Assemble(ShaderRecords& records);
 
 // What a compiler says about the program, "line: text" for each error; empty when it compiles. Metal text is only
-// compiled where there is a compiler for it, see IsCompiled.
+// compiled where clang is installed; where it is not, that is printed once.
 std::string Compile(ShaderRecords& records);
-Bool IsCompiled(const Id& language);
+
+// Which program is missing to compile texts of the language, and the package that installs it; empty when none is. The
+// reason of tests that are skipped.
+std::string FindMissingCompiler(const Id& language);
 
 // The lines of a text.
 std::vector<std::string> GetLines(std::string_view text);

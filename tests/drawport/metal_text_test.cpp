@@ -13,7 +13,8 @@ using testing::HasSubstr;
 class MetalTextTest : public testing::Test {
  protected:
   void SetUp() override {
-    if (!IsCompiled(kShadingLanguageMetal)) GTEST_SKIP() << "there is no clang";
+    if (const std::string missing = FindMissingCompiler(kShadingLanguageMetal); !missing.empty())
+      GTEST_SKIP() << missing;
   }
 
   // A program with a struct of a number, a matrix and a vector, and a function that changes its argument.

@@ -148,13 +148,14 @@ TEST(UniformLayoutTest, AProgramWithoutValuesHasNoUniformBuffer) {
 
 TEST(ShaderParameterTest, BuffersThatAreOnlyReadCannotBeWritten) {
   for (const Id* language : kLanguages) {
-    if (!IsCompiled(*language)) continue;
     ShaderRecords records = MakeRecords(*language, "UNIFORM_BUFFER(a)[0] = UNIFORM_BUFFER(b)[0];");
     AddBuffer(records, "a", "vec3");
     AddBuffer(records, "b", "vec3", DrawportBufferAccess::ReadOnly);
     EXPECT_EQ(Compile(records), "") << language->GetView();
     records.parameters[0].access = DrawportBufferAccess::ReadOnly;
-    EXPECT_NE(Compile(records), "") << language->GetView();
+    if (FindMissingCompiler(*language).empty()) {
+      EXPECT_NE(Compile(records), "") << language->GetView();
+    }
   }
 }
 

@@ -37,7 +37,12 @@ std::string GetSampledType(const PixelFormat& format) {
   return format.channels == 1 ? "float" : std::string("vec").append(std::to_string(format.channels));
 }
 
-class ShaderTextureTest : public testing::TestWithParam<const Id*> {};
+class ShaderTextureTest : public testing::TestWithParam<const Id*> {
+ protected:
+  void SetUp() override {
+    if (const std::string missing = FindMissingCompiler(*GetParam()); !missing.empty()) GTEST_SKIP() << missing;
+  }
+};
 
 TEST_P(ShaderTextureTest, EveryFormatCanBeSampledAndFetched) {
   for (const Shape& shape : kShapes) {
@@ -96,7 +101,6 @@ TEST_P(ShaderTextureTest, LayersOfArraysAreRead) {
 }
 
 TEST_P(ShaderTextureTest, AnImageCannotBeSampled) {
-  if (!IsCompiled(*GetParam())) GTEST_SKIP() << "there is no compiler for this language";
   ShaderRecords records = MakeRecords(*GetParam(), "vec4 s = SampleTexture(image, vec2(0.5, 0.5));");
   AddTexture(records, "image", DrawportTextureType::Texture2D, "net.ostra.image.pixelformat.rgba.f32"_id, true);
   EXPECT_NE(Compile(records), "");

@@ -173,7 +173,7 @@ std::string WriteWordKernel(const TemporaryFolder& folder) {
 }
 
 TEST_P(ShaderWordsTest, EveryWordOfAKernelFileCompilesWhenItIsTranslated) {
-  if (!IsCompiled(*GetParam())) GTEST_SKIP() << "there is no compiler for this language";
+  if (const std::string missing = FindMissingCompiler(*GetParam()); !missing.empty()) GTEST_SKIP() << missing;
   const TemporaryFolder folder;
   WriteWordKernel(folder);
   auto parser = ShaderParser::Create(*GetParam());
@@ -186,7 +186,7 @@ TEST_P(ShaderWordsTest, EveryWordOfAKernelFileCompilesWhenItIsTranslated) {
 }
 
 TEST_P(ShaderWordsTest, WordsThatTheTranslatorTakesApartCompileByThemselves) {
-  if (!IsCompiled(*GetParam())) GTEST_SKIP() << "there is no compiler for this language";
+  if (const std::string missing = FindMissingCompiler(*GetParam()); !missing.empty()) GTEST_SKIP() << missing;
   ShaderRecords records = MakeWordRecords(*GetParam());
   EXPECT_EQ(Compile(records), "");
 }
@@ -215,7 +215,7 @@ TEST_P(ShaderWordsTest, AllLanguagesHaveTheWordsOfTheCommonList) {
 }
 
 TEST_P(ShaderWordsTest, EveryTypedefOfSamplersAndFramebufferLayersCompiles) {
-  if (!IsCompiled(*GetParam())) GTEST_SKIP() << "there is no compiler for this language";
+  if (const std::string missing = FindMissingCompiler(*GetParam()); !missing.empty()) GTEST_SKIP() << missing;
   const char* const macros[] = {"FRAMEBUFFER_LAYER_TYPEDEF",
                                 "FRAMEBUFFER_LAYER_DEPTH_TYPEDEF",
                                 "FRAMEBUFFER_LAYER_INT_TYPEDEF",
@@ -277,6 +277,7 @@ TEST_P(ShaderWordsTest, EveryTypedefOfSamplersAndFramebufferLayersCompiles) {
 }
 
 TEST_P(ShaderWordsTest, ATextureIsHandedToAFunction) {
+  if (const std::string missing = FindMissingCompiler(*GetParam()); !missing.empty()) GTEST_SKIP() << missing;
   ShaderRecords records = MakeRecords(*GetParam(), "vec4 mean = Mean(PassTexture(image), vec2(0.5, 0.5));");
   AddFunction(records,
               "vec4 Mean(SAMPLER2D_TYPEDEF(picture), vec2 uv)\n{\nreturn SampleParameter(picture, uv) * 0.5;\n}\n");
@@ -285,7 +286,7 @@ TEST_P(ShaderWordsTest, ATextureIsHandedToAFunction) {
 }
 
 TEST_P(ShaderWordsTest, ABareNameOfAParameterIsAnError) {
-  if (!IsCompiled(*GetParam())) GTEST_SKIP() << "there is no compiler for this language";
+  if (const std::string missing = FindMissingCompiler(*GetParam()); !missing.empty()) GTEST_SKIP() << missing;
   ShaderRecords records = MakeRecords(*GetParam(), "float x = radius;");
   AddValue(records, "radius", DrawportShaderValueType::Float);
   EXPECT_NE(Compile(records), "");
