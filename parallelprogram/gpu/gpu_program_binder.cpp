@@ -65,7 +65,7 @@ Result<void> ParallelProgramGPUImpl::BindParameters(const InternedId& kernelId, 
     const DrawportParameterHandle handle = factory.GetBufferParameterHandle(parameter.name);
     OSTRA_RETURN_IF_ERROR(BindBuffer(target, handle, parameter, *kernel, _buffers));
     const DataBufferEntry* linked = FindBufferEntry(kernel->buffers, parameter.name);
-    if (linked && linked->_deviceBuffer) OSTRA_RETURN_IF_ERROR(CheckElements(parameter, linked->_elementType));
+    if (linked && linked->_deviceBuffer) OSTRA_RETURN_IF_ERROR(CheckElements(parameter, GetStoredType(*linked)));
   }
   if (g_outOfCoreParallelProgram) OSTRA_RETURN_IF_ERROR(RestoreTextures(*kernel));
   for (Int i = 0; i < parameters.GetCount(); ++i) {

@@ -32,7 +32,9 @@ void TakeElementType(DataBufferEntry& entry, const DataType& type) {
 }  // namespace
 
 Result<void> ParallelProgramGPUImpl::CreateUniformBuffer(const InternedId& attr, const DataType& dataType, Int count) {
-  return CreateBuffer(GetOwner(), _buffers, attr, dataType, count);
+  OSTRA_RETURN_IF_ERROR(CreateBuffer(GetOwner(), _buffers, attr, dataType, count));
+  _storedTypes.Erase(FindBufferEntry(_buffers, attr)->_deviceBuffer);  // memory of an earlier buffer
+  return OK;
 }
 
 Result<void> ParallelProgramGPUImpl::ResizeUniformBuffer(const InternedId& attr, Int count, Bool forceResize) {
@@ -49,6 +51,7 @@ Result<void> ParallelProgramGPUImpl::ResizeUniformBuffer(const InternedId& attr,
     range.wordsPerElement = GetWordsPerElement(old);
     OSTRA_RETURN_IF_ERROR(CopyWords(old, entry, range));
   }
+  OSTRA_RETURN_IF_ERROR(KeepStoredType(old, entry));
   return _buffers.Set(attr, std::move(entry));
 }
 
@@ -76,6 +79,7 @@ Result<void> ParallelProgramGPUImpl::Store(const InternedId& attr, const UploadS
   const DataBufferEntry* known = FindBufferEntry(_buffers, attr);
   DataBufferEntry entry = known ? *known : DataBufferEntry();
   OSTRA_RETURN_IF_ERROR(Upload(attr, source, entry, true, 0));
+  _storedTypes.Erase(entry._deviceBuffer);  // memory of an earlier buffer
   return _buffers.Set(attr, std::move(entry));
 }
 
@@ -99,7 +103,23 @@ Result<void> ParallelProgramGPUImpl::UpdateUniformBufferData(const InternedId& a
   OSTRA_ASSIGN_OR_RETURN(const UploadSource source, UploadSource::FromValue(data));
   DataBufferEntry entry = *known;
   OSTRA_RETURN_IF_ERROR(Upload(attr, source, entry, false, offset));
-  return entry == *known ? Result<void>(OK) : _buffers.Set(attr, std::move(entry));
+  if (entry == *known) return OK;
+  OSTRA_RETURN_IF_ERROR(KeepStoredType(*known, entry));
+  return _buffers.Set(attr, std::move(entry));
+}
+
+DataType ParallelProgramGPUImpl::GetStoredType(const DataBufferEntry& entry) const {
+  const DataType* stored = _storedTypes.Find(entry._deviceBuffer);
+  return stored ? *stored : entry._elementType;
+}
+
+Result<void> ParallelProgramGPUImpl::KeepStoredType(const DataBufferEntry& before, const DataBufferEntry& after) {
+  const DataType type = GetStoredType(before);
+  _storedTypes.Erase(after._deviceBuffer);
+  if (type == after._elementType) return OK;
+  OSTRA_ASSIGN_OR_RETURN(const auto kept, _storedTypes.Insert(after._deviceBuffer));
+  *kept.value = type;
+  return OK;
 }
 
 Result<void> ParallelProgramGPUImpl::CopyWords(const DataBufferEntry& source, const DataBufferEntry& target,
@@ -154,6 +174,7 @@ Result<void> ParallelProgramGPUImpl::DeleteUniformBuffer(const InternedId& buffe
   const DataBufferEntry entry = *known;
   OSTRA_ASSIGN_OR_RETURN(const BaseArray<GpuKernelRef> kernels, GetKernels());
   for (const GpuKernelRef& kernel : kernels) OSTRA_RETURN_IF_ERROR(ClearBufferLinks(kernel->buffers, bufferId, entry));
+  _storedTypes.Erase(entry._deviceBuffer);
   return _buffers.EraseData(bufferId);
 }
 

@@ -155,6 +155,7 @@ Result<void> ParallelProgramGPUImpl::Reset() {
   _evictedTextures.Reset();
   _textures.Reset();
   _buffers.Reset();
+  _storedTypes.Reset();
   _previous = GpuContextData();
   _current = GpuContextData();
   return OK;

@@ -143,6 +143,10 @@ class ParallelProgramGPUImpl final : public Component<ParallelProgramGPUImpl, Pa
   Result<void> Upload(const InternedId& attr, const UploadSource& source, DataBufferEntry& entry, Bool newBuffer,
                       Int offset) const;
   Result<void> Store(const InternedId& attr, const UploadSource& source);
+  // What the buffer was created or stored with: updates may bring its bytes as another type.
+  DataType GetStoredType(const DataBufferEntry& entry) const;
+  // Notes the stored type of `before` for `after`, which an update or a resize has made of it. Error: out of memory.
+  Result<void> KeepStoredType(const DataBufferEntry& before, const DataBufferEntry& after);
   Result<void> CopyWords(const DataBufferEntry& source, const DataBufferEntry& target, const DeviceCopy::Range& range);
 
   // Textures.
@@ -160,8 +164,9 @@ class ParallelProgramGPUImpl final : public Component<ParallelProgramGPUImpl, Pa
 
   const UInt64 _identity;
   Url _resourcePath;
-  DataDictionary _buffers;   // name -> DataBufferEntry
-  DataDictionary _textures;  // name -> TextureSamplerEntry
+  DataDictionary _buffers;                                      // name -> DataBufferEntry
+  HashMap<const DrawportDeviceBuffer*, DataType> _storedTypes;  // where an entry has another one
+  DataDictionary _textures;                                     // name -> TextureSamplerEntry
   GpuCounterTable _counters;
   GpuContextData _current;
   GpuContextData _previous;

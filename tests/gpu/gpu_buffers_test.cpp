@@ -179,6 +179,73 @@ TEST_F(GpuBuffersTest, CountersSurviveAResetAndTakeValuesWithoutAContext) {
   EXPECT_THAT(TakeCalls(), ElementsAre("counter 0"));
 }
 
+InternedId MakeKernelId() {
+  static Int number = 0;
+  return *InternedId::Create("k@", ++number);
+}
+
+// What UpdateUniforms says when the kernel of `file` is given two elements of type T.
+template <class T>
+Result<void> Give(ParallelProgramInterface& program, const Url& file) {
+  BaseArray<T> values;
+  OSTRA_RETURN_IF_ERROR(values.Resize(2));
+  OSTRA_RETURN_IF_ERROR(program.StoreUniformBufferData("values"_iid, std::move(values)));
+  const InternedId id = MakeKernelId();
+  OSTRA_RETURN_IF_ERROR(program.AddKernel(id, file, true));
+  program.SetActiveKernel(id);
+  return program.UpdateUniforms();
+}
+
+TEST_F(GpuBuffersTest, ElementsOfOtherNumbersThanDeclaredAreRefused) {
+  const auto write = [this](const std::string& word) {
+    std::string text = kPlain;
+    text.replace(text.find("Float32"), 7, word);
+    return Write("net.ostra.test." + word + ".krn", text);
+  };
+  EXPECT_THAT(Give<Float64>(*program, write("Float32")),
+              IsErrorWith(kIllegalArgumentError,
+                          "The kernel's buffer \"values\" is declared with elements of type Float32 and was given a "
+                          "buffer of type float64."));
+  for (const char* word : {"float", "Vector32", "Int32", "HalfFloat", "Float64", "mat4", "int2", "uint3"}) {
+    SCOPED_TRACE(word);
+    EXPECT_THAT(Give<UInt8>(*program, write(word)), IsErrorOfKind(kIllegalArgumentError));
+  }
+  EXPECT_THAT(Give<Float32>(*program, write("Float64")), IsErrorOfKind(kIllegalArgumentError));
+  EXPECT_THAT(Give<Float32>(*program, write("uint")), IsErrorOfKind(kIllegalArgumentError));
+  EXPECT_THAT(Give<Float32>(*program, write("Vector4d32")), IsErrorOfKind(kIllegalArgumentError));
+  EXPECT_THAT(Give<Vec2<Float32>>(*program, write("uint2")), IsErrorOfKind(kIllegalArgumentError));
+  EXPECT_THAT(Give<Float64>(*program, write("double")), IsOk());
+  EXPECT_THAT(Give<Int32>(*program, write("UInt32")), IsOk());
+  EXPECT_THAT(Give<Vector4d32>(*program, write("float4")), IsOk());
+  EXPECT_THAT(Give<HalfFloat>(*program, write("half")), IsOk());
+  EXPECT_THAT(Give<SquareMatrix32>(*program, write("sqmat")), IsOk());
+  EXPECT_THAT(Give<Vec3<UInt32>>(*program, write("uint3")), IsOk());
+  // A struct of the client.
+  EXPECT_THAT(Give<Float64>(*program, write("Particle")), IsOk());
+}
+
+// Updates bring bytes of any type; what a kernel reads is what was stored.
+TEST_F(GpuBuffersTest, AnUpdateOfAnotherTypeLeavesTheElementsThatKernelsRead) {
+  ASSERT_THAT(Store("values"_iid, 4), IsOk());
+  AddKernel("k"_iid, kPlain);
+  ASSERT_THAT(Update<UInt16>("values"_iid, 0, {1, 2}), IsOk());
+  EXPECT_THAT(program->UpdateUniforms(), IsOk());
+  ASSERT_THAT(Update<UInt16>("values"_iid, 0, std::vector<UInt16>(20)), IsOk());  // a new buffer
+  EXPECT_THAT(program->UpdateUniforms(), IsOk());
+  ASSERT_THAT(program->ResizeUniformBuffer("values"_iid, 100, false), IsOk());
+  EXPECT_THAT(program->UpdateUniforms(), IsOk());
+  ASSERT_THAT(program->SetBufferToActiveKernel("values"_iid, "values"_iid), IsOk());
+  EXPECT_THAT(program->UpdateUniforms(), IsOk());
+  // What is stored counts again, in the memory of the first update as well.
+  ASSERT_THAT(StoreValues<UInt16>("values"_iid, {1, 2, 3, 4}), IsOk());
+  EXPECT_THAT(program->UpdateUniforms(), IsErrorOfKind(kIllegalArgumentError));
+  ASSERT_THAT(Store("values"_iid, 4), IsOk());
+  ASSERT_THAT(Update<UInt16>("values"_iid, 0, {1, 2}), IsOk());
+  EXPECT_THAT(program->UpdateUniforms(), IsOk());
+  ASSERT_THAT(program->CreateUniformBuffer("values"_iid, GetDataType<UInt16>(), 4), IsOk());
+  EXPECT_THAT(program->UpdateUniforms(), IsErrorOfKind(kIllegalArgumentError));
+}
+
 TEST_F(GpuBuffersTest, TheResourcePathCountsAlsoWhenInitFails) {
   device.failing = "program";
   program = *programClass->CreateObject<ParallelProgramInterface>();
