@@ -271,6 +271,22 @@ TEST_F(CheckTest, AMissingSemicolonIsShownInTheKernelFileWithoutGeneratedNames) 
   }
 }
 
+// The kernel language leaves this one to the C++ compiler, which finds the mistake where a macro begins.
+TEST_F(CheckTest, AMistakeInFrontOfAMacroIsShownWhereTheMacroIsUsed) {
+  const std::string body =
+      "\tstd::array<float, 2> a = {1, 2};\n\tUNIFORM_BUFFER(values)[0] = a[0]\n\tUNIFORM_BUFFER(values)[1] = 1.0;";
+  const ToolResult check = Check(MakeKernel(body), {"--target", "CPU"});
+  EXPECT_EQ(check.exitStatus, kFailed);
+  const ToolResult run = RunTool({"run", _folder / "k.krn", "--set", "factor=1", "--in", "values=zeros:3", "--out",
+                                  "values=" + _folder / "out.csv"});
+  EXPECT_EQ(run.exitStatus, kFailed);
+  for (const std::string& errors : {check.errors, run.errors}) {
+    EXPECT_THAT(errors, StartsWith(_folder / "k.krn:1"));
+    EXPECT_THAT(errors, HasSubstr("expected"));
+    EXPECT_THAT(errors, Not(HasSubstr("kernel_language.h")));
+  }
+}
+
 TEST_F(CheckTest, AMissingCompilerIsSaid) {
   const std::string source = MakeKernel("");
   setenv("CXX", "/nonexistent", 1);

@@ -134,14 +134,18 @@ Result<std::string> FindSwitchAgainstExcerpts(const Compiler& compiler) {
   return std::string(isClang ? "-fno-caret-diagnostics" : "-fno-diagnostics-show-caret");
 }
 
-// By the names of the files, so that nothing runs before the compilation. Of wrappers nothing is known.
 std::vector<std::string> FindMessageSwitches(const Compiler& compiler) {
   for (const std::string& word : compiler.command) {
+    const std::string program = FindProgram(word);
+    if (program.empty()) continue;
+    // A link says less than the file that it leads to, and a wrapper such as ccache runs what the link is named after.
     std::error_code code;
-    const std::string name = std::filesystem::canonical(word, code).filename();
-    if (name.find("clang") != std::string::npos) return {"-fmacro-backtrace-limit=1"};
-    if (name.find("g++") != std::string::npos || name.find("gcc") != std::string::npos)
-      return {"-ftrack-macro-expansion=0"};
+    for (const std::string& name : {std::filesystem::canonical(program, code).filename().native(),
+                                    std::filesystem::path(program).filename().native()}) {
+      if (name.find("clang") != std::string::npos) return {"-fmacro-backtrace-limit=1"};
+      if (name.find("g++") != std::string::npos || name.find("gcc") != std::string::npos)
+        return {"-ftrack-macro-expansion=0"};
+    }
   }
   return {};
 }
