@@ -19,7 +19,7 @@ class CpuCompiler {
   Result<void> Compile(const KernelSource& source, const std::string& file, Findings& findings) const;
 
  private:
-  std::vector<std::string> _command;  // without the file
+  std::vector<std::string> _command;  // reads the source from standard input
 };
 
 }  // namespace ostra::tool

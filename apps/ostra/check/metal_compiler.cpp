@@ -1,16 +1,13 @@
 #include "apps/ostra/check/metal_compiler.h"
 
-#include <unistd.h>
-
-#include <cerrno>
 #include <charconv>
-#include <cstring>
 #include <filesystem>
 #include <new>
 #include <utility>
 
 #include "apps/ostra/kernels/compiler.h"
 #include "apps/ostra/kernels/header_folder.h"
+#include "apps/ostra/kernels/nameless_file.h"
 #include "ostra/core/format.h"
 
 OSTRA_UNIT("metal_compiler");
@@ -18,39 +15,6 @@ OSTRA_UNIT("metal_compiler");
 namespace ostra::tool {
 
 namespace {
-
-// A file with a text, gone at the end.
-class TextFile {
- public:
-  static Result<TextFile> Create(std::string_view text) {
-    std::error_code code;
-    std::string name = (std::filesystem::temp_directory_path(code) / "ostra_check_XXXXXX").native();
-    const int file = mkstemp(name.data());
-    if (file < 0) return OSTRA_ILLEGAL_STATE("@ cannot be written: @.", name, std::strerror(errno));
-    TextFile result(name);
-    Bool isWritten = true;
-    while (!text.empty() && isWritten) {
-      const ssize_t count = write(file, text.data(), text.size());
-      isWritten = count > 0 || (count < 0 && errno == EINTR);
-      if (count > 0) text.remove_prefix(static_cast<std::size_t>(count));
-    }
-    const int reason = errno;
-    close(file);
-    if (!isWritten) return OSTRA_ILLEGAL_STATE("@ cannot be written: @.", name, std::strerror(reason));
-    return result;
-  }
-  TextFile(TextFile&& other) noexcept : _name(std::exchange(other._name, {})) {}
-  TextFile(const TextFile&) = delete;
-  TextFile& operator=(const TextFile&) = delete;
-  ~TextFile() {
-    if (!_name.empty()) unlink(_name.c_str());
-  }
-  const std::string& GetName() const { return _name; }
-
- private:
-  explicit TextFile(std::string name) : _name(std::move(name)) {}
-  std::string _name;
-};
 
 Bool TakeNumber(std::string_view& text, Int& number) {
   const auto [end, code] = std::from_chars(text.data(), text.data() + text.size(), number);
@@ -105,16 +69,17 @@ Result<MetalCompiler> MetalCompiler::Find() {
                        "-cl-single-precision-constant",
                        // Attributes say what the entry point's arguments are bound to.
                        "-Wno-unknown-attributes", "-Wno-ignored-attributes", "-Wno-unknown-pragmas",
-                       "-fno-caret-diagnostics", "-fno-spell-checking", "-fno-color-diagnostics", "-I" + folder};
+                       "-fno-caret-diagnostics", "-fno-spell-checking", "-fno-color-diagnostics", "-I" + folder,
+                       kStandardInputFile};
   return compiler;
 }
 
 Result<std::vector<ShaderMessage>> MetalCompiler::Compile(std::string_view text) const {
-  OSTRA_ASSIGN_OR_RETURN(const TextFile file, TextFile::Create(text));
-  std::vector<std::string> command = _command;
-  command.push_back(file.GetName());
-  OSTRA_ASSIGN_OR_RETURN(const CommandResult result, RunCommand(command));
-  std::vector<ShaderMessage> messages = ReadClangReport(result.output, file.GetName());
+  std::error_code code;
+  const std::filesystem::path folder = std::filesystem::temp_directory_path(code);
+  OSTRA_ASSIGN_OR_RETURN(const NamelessFile file, NamelessFile::Create(folder, text));
+  OSTRA_ASSIGN_OR_RETURN(const CommandResult result, RunCommand(_command, file.GetDescriptor()));
+  std::vector<ShaderMessage> messages = ReadClangReport(result.output, kStandardInputFile);
   if (result.exitStatus != 0 && messages.empty())
     return OSTRA_ILLEGAL_STATE("clang failed and said nothing about the text: @", result.output);
   return messages;

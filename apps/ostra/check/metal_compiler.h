@@ -18,7 +18,7 @@ class MetalCompiler {
   Result<std::vector<ShaderMessage>> Compile(std::string_view text) const;
 
  private:
-  std::vector<std::string> _command;  // without the file
+  std::vector<std::string> _command;  // reads the text from standard input
 };
 
 // The messages in what clang prints: "file:12:5: error: text". Notes are left out.
