@@ -1,7 +1,5 @@
 #include "ostra/io/content_store.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>
@@ -74,8 +72,7 @@ Result<ContentStore> ContentStore::Open(std::string_view folder, Int limit) {
   store._limit = limit;
   if (folder.empty()) return store;
   OSTRA_RETURN_IF_ERROR(MakePrivateFolder(folder));
-  OSTRA_ASSIGN_OR_RETURN(const int descriptor, OpenTrustedFolder(folder));
-  close(descriptor);
+  OSTRA_RETURN_IF_ERROR(OpenTrustedFolder(folder));
   OSTRA_ASSIGN_OR_RETURN(store._folder, String::Create(folder));
   return store;
 }

@@ -11,6 +11,7 @@
 #include <cstring>
 #include <utility>
 
+#include "ostra/io/descriptor.h"
 #include "ostra/io/unfinished_file.h"
 
 OSTRA_UNIT("file");
@@ -18,25 +19,6 @@ OSTRA_UNIT("file");
 namespace ostra {
 
 namespace {
-
-// An open file that is closed at the end.
-class Descriptor {
- public:
-  explicit Descriptor(int number) : _number(number) {}
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  ~Descriptor() { Close(); }
-  int Get() const { return _number; }
-  Bool IsOpen() const { return _number >= 0; }
-  // False when the system could not write what it had kept back.
-  Bool Close() {
-    const int number = std::exchange(_number, -1);
-    return number < 0 || close(number) == 0;
-  }
-
- private:
-  int _number;
-};
 
 Error MakeFileError(const char* action, const Url& url, int code) {
   char buffer[128];
@@ -64,16 +46,6 @@ Int ReadBytes(int file, Byte* target, Int size) {
     if (count > 0) done += count;
   }
   return done;
-}
-
-Bool WriteBytes(int file, Block<const Byte> bytes) {
-  Int done = 0;
-  while (done < bytes.GetCount()) {
-    const ssize_t count = write(file, bytes.GetFirst() + done, static_cast<std::size_t>(bytes.GetCount() - done));
-    if (count < 0 && errno != EINTR) return false;
-    if (count > 0) done += count;
-  }
-  return true;
 }
 
 constexpr std::size_t kMaxNameSize = 255;  // bytes of one name in a folder, as all common file systems have it

@@ -38,24 +38,6 @@ Bool IsFolder(const char* path) {
 
 Bool IsOwnerTrusted(const struct stat& state) { return state.st_uid == geteuid() || state.st_uid == 0; }
 
-Bool WriteBytes(int file, Block<const Byte> bytes) {
-  Int done = 0;
-  while (done < bytes.GetCount()) {
-    const ssize_t count = write(file, bytes.GetFirst() + done, static_cast<std::size_t>(bytes.GetCount() - done));
-    if (count < 0 && errno != EINTR) return false;
-    if (count > 0) done += count;
-  }
-  return true;
-}
-
-// The error number of the first step that failed, 0 for success.
-int WriteAndClose(int file, Block<const Byte> bytes, Bool isSynced) {
-  int code = 0;
-  if (!WriteBytes(file, bytes) || (isSynced && fdatasync(file) != 0)) code = errno;
-  if (close(file) != 0 && code == 0) code = errno;
-  return code;
-}
-
 // A path for the system, on the stack.
 struct Path {
   char text[PATH_MAX];
@@ -89,18 +71,14 @@ Result<void> MakePrivateFolder(std::string_view folder) {
   return OSTRA_ILLEGAL_STATE("The folder @ cannot be made: @.", folder, Reason(code == 0 ? ENOTDIR : code));
 }
 
-Result<int> OpenTrustedFolder(std::string_view folder) {
+Result<Descriptor> OpenTrustedFolder(std::string_view folder) {
   Path path;
   errno = ENAMETOOLONG;
-  const int opened = path.Set(folder) ? open(path.text, O_RDONLY | O_DIRECTORY | O_CLOEXEC) : -1;
+  Descriptor opened(path.Set(folder) ? open(path.text, O_RDONLY | O_DIRECTORY | O_CLOEXEC) : -1);
   struct stat state;
-  if (opened < 0 || fstat(opened, &state) != 0) {
-    const int code = errno;
-    if (opened >= 0) close(opened);
-    return OSTRA_ILLEGAL_STATE("The folder @ cannot be read: @.", folder, Reason(code));
-  }
+  if (!opened.IsOpen() || fstat(opened.Get(), &state) != 0)
+    return OSTRA_ILLEGAL_STATE("The folder @ cannot be read: @.", folder, Reason(errno));
   if (IsOwnerTrusted(state) && !(state.st_mode & kOthersMayWrite)) return opened;
-  close(opened);
   if (!IsOwnerTrusted(state))
     return OSTRA_ILLEGAL_STATE(
         "The folder @ is not used: another user (number @) owns it and could put files into it. Name a folder of your "
@@ -130,11 +108,12 @@ Result<void> WritePrivateFile(std::string_view file, Block<const Byte> bytes, Bo
   Path target, temporary;
   if (!target.Set(file) || !temporary.Set(file, kTemporarySuffix))
     return OSTRA_ILLEGAL_STATE("@ cannot be written: @.", file, Reason(ENAMETOOLONG));
-  const int opened = mkostemps(temporary.text, 4, O_CLOEXEC);  // behind the X
-  if (opened < 0) return OSTRA_ILLEGAL_STATE("@ cannot be written: @.", file, Reason(errno));
-  int code = WriteAndClose(opened, bytes, isSynced);
-  if (code == 0 && rename(temporary.text, target.text) != 0) code = errno;
-  if (code == 0) return OK;
+  Descriptor opened(mkostemps(temporary.text, 4, O_CLOEXEC));  // behind the X
+  if (!opened.IsOpen()) return OSTRA_ILLEGAL_STATE("@ cannot be written: @.", file, Reason(errno));
+  if (WriteBytes(opened.Get(), bytes) && (!isSynced || fdatasync(opened.Get()) == 0) && opened.Close() &&
+      rename(temporary.text, target.text) == 0)
+    return OK;
+  const int code = errno;
   unlink(temporary.text);
   return OSTRA_ILLEGAL_STATE("@ cannot be written: @.", file, Reason(code));
 }

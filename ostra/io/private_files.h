@@ -1,7 +1,7 @@
 // Folders and files that this user alone can have written, for results that are run or trusted later.
 //
 //   OSTRA_RETURN_IF_ERROR(MakePrivateFolder(folder));
-//   OSTRA_ASSIGN_OR_RETURN(const int descriptor, OpenTrustedFolder(folder));
+//   OSTRA_ASSIGN_OR_RETURN(const Descriptor descriptor, OpenTrustedFolder(folder));
 //   OSTRA_RETURN_IF_ERROR(WritePrivateFile(file, bytes));                     // in that folder
 //   OSTRA_RETURN_IF_ERROR(CheckTrustedFile(file));                            // before it is read again
 //
@@ -11,6 +11,7 @@
 
 #include "ostra/core/base_array.h"
 #include "ostra/core/string.h"
+#include "ostra/io/descriptor.h"
 
 namespace ostra {
 
@@ -18,9 +19,9 @@ namespace ostra {
 // are. Error: the folder cannot be made, with the operating system's reason.
 OSTRA_API Result<void> MakePrivateFolder(std::string_view folder);
 
-// Opens the folder for reading; the caller closes the descriptor, which stands for this folder whatever is put in its
-// place later. Errors: the folder cannot be read; another user owns it or may write to it.
-OSTRA_API Result<int> OpenTrustedFolder(std::string_view folder);
+// Opens the folder for reading. The descriptor stands for this folder whatever is put in its place later. Errors: the
+// folder cannot be read; another user owns it or may write to it.
+OSTRA_API Result<Descriptor> OpenTrustedFolder(std::string_view folder);
 
 // Succeeds for a missing file. Errors: another user owns the file or may write it; it is a link or a device.
 OSTRA_API Result<void> CheckTrustedFile(std::string_view file);

@@ -68,8 +68,7 @@ TEST_F(PrivateFilesTest, ATrustedFolderIsOpenedThroughLinksAndStaysTheSame) {
   fs::rename(_folder, _base / "elsewhere");
   fs::create_directory(_folder);
   _temporary.Write("elsewhere/file", "text");
-  EXPECT_TRUE(fs::exists("/proc/self/fd/" + std::to_string(*descriptor) + "/file"));
-  close(*descriptor);
+  EXPECT_TRUE(fs::exists("/proc/self/fd/" + std::to_string(descriptor->Get()) + "/file"));
   EXPECT_THAT(OpenTrustedFolder((_base / "missing").native()),
               IsErrorContaining(kIllegalStateError, "cannot be read: No such file"));
   EXPECT_THAT(OpenTrustedFolder(_temporary.Write("file", "")),
@@ -131,8 +130,7 @@ TEST_F(PrivateFilesTest, FilesAreWrittenForTheOwnerAloneAndReplaceWhatWasThere) 
 TEST_F(PrivateFilesTest, ReportsExhaustedMemory) {
   ExpectEveryAllocationFailureIsReported([&]() -> Result<void> {
     OSTRA_RETURN_IF_ERROR(MakePrivateFolder(_folder.native()));
-    OSTRA_ASSIGN_OR_RETURN(const int descriptor, OpenTrustedFolder(_folder.native()));
-    close(descriptor);
+    OSTRA_RETURN_IF_ERROR(OpenTrustedFolder(_folder.native()));
     return OK;
   });
 }

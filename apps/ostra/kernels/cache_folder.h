@@ -6,6 +6,7 @@
 #include <string>
 
 #include "ostra/core/result.h"
+#include "ostra/io/descriptor.h"
 
 namespace ostra::tool {
 
@@ -15,20 +16,16 @@ class OpenFolder {
   // Errors: those of OpenTrustedFolder (ostra/io/private_files.h).
   static Result<std::shared_ptr<const OpenFolder>> Open(const std::string& name);
 
-  OpenFolder(const OpenFolder&) = delete;
-  OpenFolder& operator=(const OpenFolder&) = delete;
-  ~OpenFolder();
-
   // For this process and those that it starts, while this object lives.
   const std::filesystem::path& GetPath() const { return _path; }
   // As the user knows it; for messages.
   const std::string& GetName() const { return _name; }
 
  private:
-  OpenFolder(std::string name, int descriptor);
+  OpenFolder(std::string name, Descriptor descriptor);
 
   const std::string _name;
-  const int _descriptor;
+  const Descriptor _descriptor;
   std::filesystem::path _path;
 };
 

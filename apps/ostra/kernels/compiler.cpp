@@ -14,6 +14,7 @@
 #include "apps/ostra/kernels/process_guard.h"
 #include "apps/ostra/values/text.h"
 #include "ostra/core/format.h"
+#include "ostra/io/descriptor.h"
 
 OSTRA_UNIT("compiler");
 
@@ -156,14 +157,12 @@ Result<CommandResult> RunCommand(const std::vector<std::string>& command, int in
   if (pipe2(ends, O_CLOEXEC) != 0)
     return OSTRA_ILLEGAL_STATE("@ cannot be started: @.", command[0], std::strerror(errno));
   pid_t process = 0;
-  const int code = Spawn(command, MakeEnvironment(workFolder), guard.GetGroup(), input, ends[1], process);
-  close(ends[1]);
-  if (code != 0) {
-    close(ends[0]);
-    return OSTRA_ILLEGAL_STATE("@ cannot be started: @.", command[0], std::strerror(code));
-  }
-  auto output = ReadToEnd(ends[0]);
-  close(ends[0]);
+  Descriptor readEnd(ends[0]), writeEnd(ends[1]);
+  const int code = Spawn(command, MakeEnvironment(workFolder), guard.GetGroup(), input, writeEnd.Get(), process);
+  writeEnd.Close();
+  if (code != 0) return OSTRA_ILLEGAL_STATE("@ cannot be started: @.", command[0], std::strerror(code));
+  auto output = ReadToEnd(readEnd.Get());
+  readEnd.Close();
   int status = 0;
   while (waitpid(process, &status, 0) < 0 && errno == EINTR) {
   }

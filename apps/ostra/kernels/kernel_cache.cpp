@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
@@ -146,11 +145,9 @@ Result<void> RunCompiler(const Recipe& recipe, const WorkFolder& folder, const U
 
 // On the disk, and for the owner alone.
 Result<void> FinishFile(const fs::path& path) {
-  const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  const Bool isDone = file >= 0 && fchmod(file, S_IRUSR | S_IWUSR) == 0 && fsync(file) == 0;
-  const int code = errno;
-  if (file >= 0) close(file);
-  return isDone ? Result<void>(OK) : OSTRA_ILLEGAL_STATE("@ cannot be written: @.", path.native(), std::strerror(code));
+  const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  if (file.IsOpen() && fchmod(file.Get(), S_IRUSR | S_IWUSR) == 0 && fsync(file.Get()) == 0) return OK;
+  return OSTRA_ILLEGAL_STATE("@ cannot be written: @.", path.native(), std::strerror(errno));
 }
 
 // Moves the module to its place, and then the list through which it is found. `start`: when the compiler was started.

@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "ostra/core/result.h"
+#include "ostra/io/descriptor.h"
 
 namespace ostra::tool {
 
@@ -18,17 +19,13 @@ class NamelessFile {
   // With `text` in it, in the file system of `folder`. Error: illegal state when it cannot be written.
   static Result<NamelessFile> Create(const std::filesystem::path& folder, std::string_view text);
 
-  NamelessFile(NamelessFile&& other) noexcept : _file(other._file) { other._file = -1; }
-  NamelessFile& operator=(NamelessFile&& other) = delete;
-  ~NamelessFile();
-
   // At its beginning; belongs to this object.
-  int GetDescriptor() const { return _file; }
+  int GetDescriptor() const { return _file.Get(); }
 
  private:
-  explicit NamelessFile(int file) : _file(file) {}
+  explicit NamelessFile(Descriptor file) : _file(std::move(file)) {}
 
-  int _file;
+  Descriptor _file;
 };
 
 }  // namespace ostra::tool
