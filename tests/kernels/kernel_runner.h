@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <limits>
 #include <map>
 #include <string>
 #include <vector>
@@ -45,6 +46,15 @@ class KernelRunner : public parity::ScenarioTarget {
     std::vector<T> elements(bytes.size() / sizeof(T));
     std::memcpy(elements.data(), bytes.data(), bytes.size());
     return elements;
+  }
+
+  // Gives what is no number in a buffer of floats the same bits everywhere: nothing fixes them.
+  template <class T>
+  void MakeNansAlike(const char* name) {
+    std::vector<Byte>& bytes = _buffers.at(name);
+    std::vector<T> numbers = GetBuffer<T>(name);
+    for (T& number : numbers) number = number == number ? number : std::numeric_limits<T>::quiet_NaN();
+    std::memcpy(bytes.data(), numbers.data(), bytes.size());
   }
 
   // Runs the invocations of the extent. Returns the first error.

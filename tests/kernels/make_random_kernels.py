@@ -5,7 +5,8 @@
 
 All have the parameters that RandomKernels in lane_forms_test.cpp sets. An invocation writes elements of its own only, so
 that the order of invocations makes no difference; divisors are never 0, indices are inside, and loops end. Values that
-are no number must not reach integers: their bits are not fixed.
+are no number must not reach integers: their bits are not fixed. Nor is the sign of `0.0 - float(n)` of an integer, which
+GCC 12 takes for `-float(n)`: no converted integer is subtracted.
 """
 import argparse
 import os
@@ -197,10 +198,14 @@ class Kernel:
             return f"({e('b')} ? {e()} : {e()})"
         return getattr(self, "make_" + ("vector" if kind in VECTORS else kind))(kind, e)
 
+    def arithmetic(self, kind, e):
+        left, sign, right = e(), self.pick("+-*/"), e()
+        return f"({left} {'+' if sign == '-' and right.startswith(NAMES[kind] + '(') else sign} {right})"
+
     def make_f(self, kind, e):
         form = self.random.randrange(12)
         if form < 4:
-            return f"({e()} {self.pick('+-*/')} {e()})"
+            return self.arithmetic(kind, e)
         if form == 4:
             return f"{self.pick(['abs', 'sign', 'floor', 'ceil', 'trunc', 'fract', 'sqrt', 'inversesqrt', 'radians', 'degrees'])}({e()})"
         if form == 5:
@@ -279,7 +284,7 @@ class Kernel:
     def make_d(self, kind, e):
         form = self.random.randrange(6)
         if form < 3:
-            return f"({e()} {self.pick('+-*/')} {e()})"
+            return self.arithmetic(kind, e)
         if form == 3:
             return f"(- {e()})"
         return f"double({e(self.pick('fiul'))})"
@@ -528,6 +533,14 @@ class Kernel:
         sign = self.pick("+-*") + "=" if form == 2 and "&" not in place else "="
         self.line(f"{target} {sign} {self.uniform(kind) if self.chance(0.15) else self.expression(kind, 3)};")
 
+    # Changes an element whatever its expression gives: an odd number is exclusive-ored with what stood there. So an
+    # invocation has done something before it may return. Random numbers of its own leave the rest as it is.
+    def first_store(self):
+        others, self.random = self.random, random.Random(f"first store {self.seed}")
+        text = f"UNIFORM_BUFFER(lout)[i] ^= Int64({self.expression('u', 3)}) * Int64(2) + Int64(1);"
+        self.random = others
+        return text
+
     def atomic(self):
         if self.in_function is not None:
             return self.assign()
@@ -633,6 +646,7 @@ class Kernel:
         for kind in ("f", "i", "u"):
             self.declare(kind)
         self.budget = self.pick([15, 30, 45])
+        self.line(self.first_store())
         for _ in range(self.random.randrange(6, 14)):
             self.statement(3)
         for _ in range(4):
