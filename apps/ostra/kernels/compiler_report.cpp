@@ -27,6 +27,7 @@ constexpr std::string_view kGeneratedNames[] = {"ostra::kernel::{anonymous}::",
                                                 "ostra::kernel::(anonymous namespace)::",
                                                 "ostra::kernel::vocabulary::",
                                                 "ostra::vocabulary::",
+                                                "ostra::elementary::",
                                                 "ostra::kernel::",
                                                 "OstraKernelParameters::"};
 

@@ -112,27 +112,22 @@ OSTRA_LANE_INLINE Lanes<Int32> floatBitsToInt(Lanes<Float32> x) { return BitCast
 OSTRA_LANE_INLINE Lanes<Float32> uintBitsToFloat(Lanes<UInt32> x) { return BitCast<Float32>(x); }
 OSTRA_LANE_INLINE Lanes<Float32> intBitsToFloat(Lanes<Int32> x) { return BitCast<Float32>(x); }
 
-#define OSTRA_LANE_UNARY(name)                                                     \
-  OSTRA_LANE_INLINE Lanes<Float32> name(Lanes<Float32> x) {                        \
-    return ForEachLane([](Float32 a) { return ::ostra::vocabulary::name(a); }, x); \
+#define OSTRA_LANE_FUNCTION(name)                                                                                 \
+  OSTRA_LANE_INLINE Lanes<Float32> name(Lanes<Float32> x) {                                                       \
+    Lanes<Float32> result;                                                                                        \
+    elementary::OSTRA_LANES::name(reinterpret_cast<const Float32*>(&x.v), reinterpret_cast<Float32*>(&result.v)); \
+    return result;                                                                                                \
   }
-#define OSTRA_LANE_BINARY(name)                                                                     \
-  OSTRA_LANE_INLINE Lanes<Float32> name(Lanes<Float32> x, Lanes<Float32> y) {                       \
-    return ForEachLane([](Float32 a, Float32 b) { return ::ostra::vocabulary::name(a, b); }, x, y); \
+OSTRA_ELEMENTARY_UNARY(OSTRA_LANE_FUNCTION)
+#undef OSTRA_LANE_FUNCTION
+#define OSTRA_LANE_FUNCTION(name)                                                                                 \
+  OSTRA_LANE_INLINE Lanes<Float32> name(Lanes<Float32> x, Lanes<Float32> y) {                                     \
+    Lanes<Float32> result;                                                                                        \
+    elementary::OSTRA_LANES::name(reinterpret_cast<const Float32*>(&x.v), reinterpret_cast<const Float32*>(&y.v), \
+                                  reinterpret_cast<Float32*>(&result.v));                                         \
+    return result;                                                                                                \
   }
-OSTRA_LANE_UNARY(exp)
-OSTRA_LANE_UNARY(exp2)
-OSTRA_LANE_UNARY(log)
-OSTRA_LANE_UNARY(log2)
-OSTRA_LANE_UNARY(sin)
-OSTRA_LANE_UNARY(cos)
-OSTRA_LANE_UNARY(tan)
-OSTRA_LANE_UNARY(asin)
-OSTRA_LANE_UNARY(acos)
-OSTRA_LANE_UNARY(atan)
-OSTRA_LANE_BINARY(atan)
-OSTRA_LANE_BINARY(pow)
-#undef OSTRA_LANE_UNARY
-#undef OSTRA_LANE_BINARY
+OSTRA_ELEMENTARY_BINARY(OSTRA_LANE_FUNCTION)
+#undef OSTRA_LANE_FUNCTION
 
 }  // namespace ostra::OSTRA_LANES
