@@ -3,7 +3,8 @@
 //
 //   _ticks = ParallelFor::RunPaced(count, _ticks, [&](Int begin, Int end) { ... });      // _ticks starts with 0
 //
-// Everything else is as in parallel_for.h.
+// As long as the duration is unknown the caller begins with one index, and others take part when that has shown to be
+// worth it, or after half a millisecond. Everything else is as in parallel_for.h.
 #pragma once
 
 #include "ostra/jobs/parallel_for.h"

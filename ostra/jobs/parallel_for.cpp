@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "ostra/jobs/paced_loop.h"
-
 #include "ostra/jobs/shared_loop.h"
 #include "ostra/jobs/worker_threads.h"
 
@@ -63,11 +62,16 @@ void RunPieces(Int count, Int granularity, Int threadCount, PieceFunction* funct
   RunAlone(work, pace);
 }
 
-// An unknown duration counts as a long one, so that the first pieces are single indices.
+// An unknown duration counts as a long one, so that the first pieces are single indices. Helpers wait, then: most loops
+// are over before these are needed.
 Float64 RunPacedPieces(Int count, Float64 ticksPerIndex, PieceFunction* function, void* context) {
+  constexpr Float64 kUnknownTicks = 1e15;
+  constexpr UInt64 kHelpDelay = 500 * kTicksPerMicrosecond;
+  const Bool isKnown = ticksPerIndex > 0;
   LoopWork work{function, context, 0, count, 1, GetThreadCount(-1)};
-  Pace pace(ticksPerIndex > 0 ? ticksPerIndex : Float64{kLongPieceTicks});
-  SharedLoop* loop = work.threadCount > 1 && count > 1 ? SharedLoop::Open(work, pace) : nullptr;
+  Pace pace(isKnown ? ticksPerIndex : kUnknownTicks);
+  SharedLoop* loop = nullptr;
+  if (work.threadCount > 1 && count > 1) loop = SharedLoop::Open(work, pace, isKnown ? 0 : kHelpDelay);
   if (loop) {
     const Float64 measured = loop->Work();
     loop->Close();

@@ -43,11 +43,12 @@ SharedLoop* AcquireLoop() {
 
 UInt64 SharedLoop::GetBit() const { return UInt64{1} << static_cast<UInt64>(this - g_loops.data()); }
 
-SharedLoop* SharedLoop::Open(const LoopWork& work, const Pace& pace) {
+SharedLoop* SharedLoop::Open(const LoopWork& work, const Pace& pace, UInt64 helpDelay) {
   SharedLoop* loop = AcquireLoop();
   if (!loop) return nullptr;
   loop->_work = work;
   loop->_pace = pace;
+  loop->_helpTime.store(helpDelay > 0 ? ReadTicks() + helpDelay : 0, std::memory_order_relaxed);
   loop->_job = GetCurrentJob();
   loop->_next.store(work.begin, std::memory_order_relaxed);
   loop->_seats.store(static_cast<UInt32>(work.threadCount - 1) * kSeat, std::memory_order_release);
@@ -90,11 +91,18 @@ Float64 SharedLoop::Work(Pace pace) {
   return done > 0 ? static_cast<Float64>(start - first) / static_cast<Float64>(done) : 0;
 }
 
-// Calls one more worker while there is work and a seat for it.
+// Lets helpers begin, and calls one more worker, while there is work and a seat for it.
 void SharedLoop::CallMore(const Pace& pace) {
-  if ((g_openLoops.load(std::memory_order_relaxed) & GetBit()) == 0) return;
-  if (_work.count - _next.load(std::memory_order_relaxed) > pace.GetIndexCount(kWorthCallingTicks))
+  if (_work.count - _next.load(std::memory_order_relaxed) <= pace.GetIndexCount(kWorthCallingTicks)) return;
+  if (_helpTime.load(std::memory_order_relaxed) != 0) _helpTime.store(0, std::memory_order_relaxed);
+  if (g_openLoops.load(std::memory_order_relaxed) & GetBit())
     (void)WorkerPool::Announce();  // without a worker those inside do it all
+}
+
+// A helper that waits is one that needs not be called when the caller is in a long piece.
+void SharedLoop::AwaitHelpTime() const {
+  while (ReadTicks() < _helpTime.load(std::memory_order_relaxed) && _next.load(std::memory_order_relaxed) < _work.count)
+    PauseProcessor();
 }
 
 void SharedLoop::Hide() {
@@ -139,6 +147,7 @@ void SharedLoop::HelpOne() {
   if (!open) return;
   SharedLoop& loop = g_loops[static_cast<std::size_t>(std::countr_zero(open))];
   if (!loop.Join()) return;
+  loop.AwaitHelpTime();
   loop.CallMore(loop._pace);
   const CurrentJobScope scope(loop._job);
   loop.Work(loop._pace);

@@ -29,8 +29,9 @@ struct LoopWork {
 class alignas(64) SharedLoop {
  public:
   // Opens a loop for others; null when too many are open, and then the caller works alone. `pace` is what is known
-  // about the duration of an index.
-  static SharedLoop* Open(const LoopWork& work, const Pace& pace);
+  // about the duration of an index. Helpers begin at once, or when `helpDelay` ticks are over or the caller has
+  // measured that the rest is worth their while.
+  static SharedLoop* Open(const LoopWork& work, const Pace& pace, UInt64 helpDelay = 0);
   // Works until no index is left. Returns what an index has cost this thread in ticks; 0 when it came too late for any.
   Float64 Work() { return Work(_pace); }
   // Lets nobody join any more, waits for the helpers and gives the loop back. After it, all effects of the helpers are
@@ -50,6 +51,7 @@ class alignas(64) SharedLoop {
   Bool Join();
   void Leave();
   void CallMore(const Pace& pace);
+  void AwaitHelpTime() const;
   void Hide();
   UInt64 GetBit() const;
 
@@ -58,7 +60,8 @@ class alignas(64) SharedLoop {
   std::atomic<UInt32> _seats{0};
   LoopWork _work{};
   Pace _pace;
-  Job* _job = nullptr;  // the caller's job is the current job of its helpers, too
+  std::atomic<UInt64> _helpTime{0};  // ticks before which helpers take nothing
+  Job* _job = nullptr;               // the caller's job is the current job of its helpers, too
   alignas(64) std::atomic<Int> _next{0};
 };
 

@@ -7,6 +7,7 @@
 
 #include "ostra/core/format.h"
 #include "ostra/jobs/paced_loop.h"
+#include "ostra/jobs/worker_threads.h"
 #include "parallelprogram/program/cpu_program_impl.h"
 
 OSTRA_UNIT("parallelprogram_cpu_impl");
@@ -16,10 +17,11 @@ namespace {
 
 constexpr Int kComplexGranularity = 64;
 constexpr Float64 kLongPieceTicks = 500 * kTicksPerMicrosecond;
-// Kernels that run ranges take up to so many invocations at a time: fewer would leave lanes without work. Below
-// kManyInvocations threads without work would cost more.
-constexpr Int kLargestLaneCount = 16;
-constexpr UInt32 kManyInvocations = 256;
+// Where a range runs one invocation after the other the compiler may still have made vector instructions of its loop:
+// so many are shared in ranges that suit these, but for fewer than kManyInvocations threads without work would cost
+// more.
+constexpr Int kLargestVector = 16;
+constexpr Int kManyInvocations = 256;
 
 // What the threads of one dispatch share. The stop flag ends pieces soon after a failure, not at once.
 struct Dispatch {
@@ -108,26 +110,47 @@ Result<void> RunInvocations(Dispatch& dispatch, UInt32 first, UInt32 count, Bool
   }
 }
 
-// A few long invocations are worth sharing one by one, many of them in whole lanes: the granularity is meant for those
-// that take little. What one takes is remembered from the first dispatch, and measured anew in the first one after an
-// update, which may have changed it.
+// Runs the invocations [begin, end) for a parallel loop.
+void RunPiece(Dispatch& dispatch, Int begin, Int end) {
+  if (dispatch.stop.load(std::memory_order_relaxed)) return;
+  auto result = RunInvocations(dispatch, static_cast<UInt32>(begin), static_cast<UInt32>(end - begin), false);
+  if (!result) dispatch.Fail(result.TakeError());
+}
+
+// The size of the ranges that long invocations are shared in: whole lanes, but fewer where threads would be without
+// work.
+Int GetUnit(Bool hasRanges, Int count, Int laneCount) {
+  if (laneCount == 1) return hasRanges && count >= kManyInvocations ? kLargestVector : 1;
+  const Int threadCount = GetWorkerThreadCount();
+  return std::clamp((count + threadCount - 1) / threadCount, Int{1}, laneCount);
+}
+
+// Shares invocations that may be long. Returns what one has taken.
+Float64 RunPaced(Dispatch& dispatch, Int count, Int laneCount, Float64 ticks) {
+  const Int unit = GetUnit(dispatch.range != nullptr, count, laneCount);
+  const Float64 unitTicks =
+      ParallelFor::RunPaced((count + unit - 1) / unit, ticks * static_cast<Float64>(unit),
+                            [&](Int begin, Int end) { RunPiece(dispatch, begin * unit, std::min(end * unit, count)); });
+  return unitTicks / static_cast<Float64>(unit);
+}
+
+// The granularity is meant for invocations that take little: long ones are worth sharing one by one. What one takes is
+// found out in the first dispatch, and measured anew in the first one after an update, which may have changed it, and
+// as long as it is long: a thread that had to wait for the processor is not taken for a long kernel for good.
 template <class InvocationCost>
 Result<void> RunParallel(Dispatch& dispatch, UInt32 count, Int granularity, InvocationCost& cost) {
   if (count == 1) return RunInvocations(dispatch, 0, 1, false);
-  const auto run = [&dispatch](Int begin, Int end) {
-    if (dispatch.stop.load(std::memory_order_relaxed)) return;
-    auto result = RunInvocations(dispatch, static_cast<UInt32>(begin), static_cast<UInt32>(end - begin), false);
-    if (!result) dispatch.Fail(result.TakeError());
-  };
+  const auto run = [&dispatch](Int begin, Int end) { RunPiece(dispatch, begin, end); };
   const Int piece = std::min(Int{count}, std::max(granularity, Int{1}));
-  if (cost.ticks * static_cast<Float64>(piece) > kLongPieceTicks) {
-    const Int unit = dispatch.range && count >= kManyInvocations ? kLargestLaneCount : 1;
-    const Float64 unitTicks =
-        ParallelFor::RunPaced((Int{count} + unit - 1) / unit, cost.ticks * static_cast<Float64>(unit),
-                              [&](Int begin, Int end) { run(begin * unit, std::min(end * unit, Int{count})); });
-    cost.ticks = unitTicks / static_cast<Float64>(unit);
-    cost.isOld = false;
-  } else if (cost.isOld) {
+  const Bool isKnown = cost.ticks > 0;
+  if (!isKnown || cost.ticks * static_cast<Float64>(piece) > kLongPieceTicks) {
+    if (const Int laneCount = dispatch.range ? Int{dispatch.range->GetLaneCount()} : 1; laneCount > 0) {
+      cost.ticks = RunPaced(dispatch, count, laneCount, cost.ticks);
+      cost.isOld = false;
+      return std::move(dispatch.result);
+    }
+  }
+  if (cost.isOld && isKnown) {
     const UInt64 start = ReadTicks();
     ParallelFor::Dynamic(count, run, granularity);
     cost.ticks = static_cast<Float64>(ReadTicks() - start + 1) / static_cast<Float64>(count);

@@ -68,6 +68,8 @@ class KernelClass : public KernelBase<Derived, KernelRangeInterface, KernelDecla
     }
   }
 
+  UInt32 GetLaneCount() const override { return RangeLoops<Body, typename Tuning::Group>::GetLaneCount(); }
+
  private:
   Parameters _values;
   BaseArray<KernelDeclaration> _declarations;

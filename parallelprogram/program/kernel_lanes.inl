@@ -156,6 +156,7 @@ OSTRA_LANE_INLINE Lanes<Float32> NoiseLanes(const Body& body, Index number, cons
 template <class Form, class Group>
 struct LaneLoops {
   static constexpr Bool kExists = true;
+  static constexpr UInt32 kCount = kLaneCount;
   template <class Parameters>
   __attribute__((noinline, flatten)) static void Run(const Parameters& parameters, const KernelRange& range) {
     OSTRA_LANE_CLEAR;

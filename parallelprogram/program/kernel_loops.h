@@ -85,10 +85,12 @@ inline InstructionLevel g_instructionLevel = DetectInstructionLevel();
 // The wide form of a body for an instruction level (kernel_lanes.inl); a kernel that has one specializes this:
 //
 //   static constexpr Bool kExists = true;
+//   static constexpr UInt32 kCount = 8;                              // invocations at a time
 //   static void Run(const Body& body, const KernelRange& range);     // independent invocations only
 template <class Body, InstructionLevel level>
 struct LaneForm {
   static constexpr Bool kExists = false;
+  static constexpr UInt32 kCount = 1;
 };
 
 // What LinearInvocation() adds to the global x for each row of groups.
@@ -131,6 +133,21 @@ class RangeLoops {
       return RunLevel<InstructionLevel::kVectors256>(body, range);
 #endif
     RunLevel<InstructionLevel::kBaseline>(body, range);
+  }
+
+  // Invocations that Run computes at a time.
+  static UInt32 GetLaneCount() {
+#ifdef OSTRA_KERNEL_ONLY_LEVEL
+    return LaneForm<Body, static_cast<InstructionLevel>(OSTRA_KERNEL_ONLY_LEVEL)>::kCount;
+#else
+#ifdef OSTRA_KERNEL_LEVELS
+    if (g_instructionLevel == InstructionLevel::kVectors512)
+      return LaneForm<Body, InstructionLevel::kVectors512>::kCount;
+    if (g_instructionLevel == InstructionLevel::kVectors256)
+      return LaneForm<Body, InstructionLevel::kVectors256>::kCount;
+#endif
+    return LaneForm<Body, InstructionLevel::kBaseline>::kCount;
+#endif
   }
 
  private:

@@ -32,6 +32,11 @@ class KernelRangeInterface : public ObjectInterface {
   // Runs the invocations of `range`, which lies within the extent. Returns the first error. Called from many threads
   // at once for different runs. Exceptions become errors, as those of KernelInterface::Kernel.
   virtual Result<void> RunRange(const KernelRange& range) = 0;
+
+  // Invocations that a range computes at once; fewer take as long, so that long ones are shared in ranges of so many.
+  // 1: they run one after the other. 0, for classes that do not say: no range is shorter than the granularity, however
+  // long it takes; other classes may get shorter ones.
+  virtual UInt32 GetLaneCount() const { return 0; }
 };
 
 }  // namespace ostra

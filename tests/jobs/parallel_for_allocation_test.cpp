@@ -4,7 +4,9 @@
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
+#include <mutex>
 #include <new>
+#include <set>
 #include <thread>
 
 #include "ostra/core/memory.h"
@@ -58,6 +60,22 @@ void* malloc(std::size_t size) {
 namespace ostra {
 namespace {
 
+// Returns when four threads have taken part in one loop: no thread is created after it. All pieces but the first, in
+// which the caller is alone, wait for that.
+void CallAllThreads() {
+  std::mutex mutex;
+  std::set<std::thread::id> threads;
+  const auto arrive = [&] {
+    const std::scoped_lock lock(mutex);
+    threads.insert(std::this_thread::get_id());
+    return threads.size();
+  };
+  ParallelFor::Dynamic(64, [&](Int begin, Int) {
+    while (arrive() < 4 && begin != 0) std::this_thread::yield();
+    if (begin == 0) std::this_thread::sleep_for(std::chrono::milliseconds(1));  // longer than a caller stays alone
+  });
+}
+
 // With a pause between loops workers have to be called again.
 void RunLoops(int count, std::chrono::microseconds pause) {
   std::atomic<Int> sum{0};
@@ -89,6 +107,7 @@ TEST(ParallelForAllocationTest, TheCountersSeeAllocations) {
 TEST(ParallelForAllocationTest, ALoopAllocatesNothingOnceWarm) {
   const ThreadLimit limit(4);
   for (const auto pause : {std::chrono::microseconds(0), std::chrono::microseconds(300)}) {
+    CallAllThreads();
     RunLoops(300, pause);
     const long before = g_count.load();
     const Int hostBefore = AllocationFaults::GetCount();

@@ -1,8 +1,11 @@
 // How the CPU program cuts a dispatch into the runs that it gives to kernels with the range interface.
 #include <algorithm>
+#include <atomic>
 #include <limits>
 #include <mutex>
+#include <thread>
 
+#include "ostra/jobs/worker_threads.h"
 #include "tests/parallelprogram/program_fixture.h"
 
 namespace ostra::test {
@@ -19,15 +22,16 @@ struct SeenRange {
 std::mutex g_rangesMutex;
 std::vector<SeenRange> g_ranges;
 
-// Notes every range that it is given in g_ranges. Tuned like the recorder kernel.
-class RangeKeeper final : public KernelBase<RangeKeeper, KernelRangeInterface> {
+// Notes every range that it is given in g_ranges. Tuned like the recorder kernel. Does not say how many invocations it
+// computes at once, so that pieces have nothing to do with the time that they take.
+template <class Derived>
+class RangeNotes : public KernelBase<Derived, KernelRangeInterface> {
  public:
-  static constexpr const char* kComponentName = "net.ostra.test.rangekeeper";
   Result<void> Init() override {
-    _workGroupSize = {1, 1, 1};
-    OSTRA_RETURN_IF_ERROR(AddParameter("threshold", _singleThreadedThreshold));
-    OSTRA_RETURN_IF_ERROR(AddParameter("granularity", _granularity));
-    return AddParameter("workGroupSize", _workGroupSize);
+    this->_workGroupSize = {1, 1, 1};
+    OSTRA_RETURN_IF_ERROR(this->AddParameter("threshold", this->_singleThreadedThreshold));
+    OSTRA_RETURN_IF_ERROR(this->AddParameter("granularity", this->_granularity));
+    return this->AddParameter("workGroupSize", this->_workGroupSize);
   }
   Result<void> Kernel(const Vec3<UInt32>&, const Vec3<UInt32>&, const Vec3<UInt32>&) override {
     ADD_FAILURE() << "A kernel with ranges was called for one invocation.";
@@ -41,17 +45,43 @@ class RangeKeeper final : public KernelBase<RangeKeeper, KernelRangeInterface> {
   }
 };
 
-Result<void> RegisterRangeKeeper() {
+class RangeKeeper final : public RangeNotes<RangeKeeper> {
+ public:
+  static constexpr const char* kComponentName = "net.ostra.test.rangekeeper";
+};
+
+// Computes four invocations at once. Ranges are over when as many as g_wantedRanges have begun.
+std::atomic<UInt32> g_wantedRanges{0};
+std::atomic<UInt32> g_begunRanges{0};
+
+class LaneKeeper final : public RangeNotes<LaneKeeper> {
+ public:
+  static constexpr const char* kComponentName = "net.ostra.test.lanekeeper";
+  Result<void> RunRange(const KernelRange& range) override {
+    ++g_begunRanges;
+    while (g_begunRanges.load() < g_wantedRanges.load()) std::this_thread::yield();
+    return RangeNotes::RunRange(range);
+  }
+  UInt32 GetLaneCount() const override { return 4; }
+};
+
+template <class Kernel>
+Result<void> Register(const Id& id) {
   OSTRA_ASSIGN_OR_RETURN(ClassRegistry & registry, ClassRegistry::Find(kKernelClassRegistry));
-  OSTRA_ASSIGN_OR_RETURN(const ClassRef keeper, Class::Create<RangeKeeper>("net.ostra.test.rangekeeper"_id));
-  return registry.Insert(keeper);
+  OSTRA_ASSIGN_OR_RETURN(const ClassRef kernelClass, Class::Create<Kernel>(id));
+  return registry.Insert(kernelClass);
+}
+
+Result<void> RegisterKeepers() {
+  OSTRA_RETURN_IF_ERROR(Register<RangeKeeper>("net.ostra.test.rangekeeper"_id));
+  return Register<LaneKeeper>("net.ostra.test.lanekeeper"_id);
 }
 
 class RangePiecesTest : public ProgramTest {
  protected:
   void SetUp() override {
     ProgramTest::SetUp();
-    static const Result<void> registered = RegisterRangeKeeper();
+    static const Result<void> registered = RegisterKeepers();
     ASSERT_THAT(registered, IsOk());
     ASSERT_THAT(program->AddKernel("k"_iid, Url("net.ostra.test.rangekeeper"_s), true), IsOk());
   }
@@ -64,6 +94,7 @@ class RangePiecesTest : public ProgramTest {
   template <class Call>
   static std::vector<SeenRange> Collect(Call&& call) {
     g_ranges.clear();
+    g_begunRanges = 0;
     EXPECT_THAT(call(), IsOk());
     std::sort(g_ranges.begin(), g_ranges.end(),
               [](const SeenRange& a, const SeenRange& b) { return a.first < b.first; });
@@ -164,6 +195,41 @@ TEST_F(RangePiecesTest, AnIndirectDispatchIsOneDimensionalWhenYAndZComeToOne) {
   ExpectOnePiece(dispatch(Counts(1, 1, 2, 9)), {8, 1, 2}, false);
   Tune("workGroupSize"_iid, Vec3<UInt32>(8, 2, 1));
   ExpectOnePiece(dispatch(Counts(1, 1, 1, 9)), {8, 2, 1}, false);
+}
+
+// A program whose kernel computes four invocations at once, on two threads.
+class LanePiecesTest : public RangePiecesTest {
+ protected:
+  void SetUp() override {
+    SetWorkerThreadLimit(2);
+    RangePiecesTest::SetUp();
+    ASSERT_THAT(program->AddKernel("lanes"_iid, Url("net.ostra.test.lanekeeper"_s), true), IsOk());
+  }
+  void TearDown() override {
+    g_wantedRanges = 0;
+    RangePiecesTest::TearDown();
+    SetWorkerThreadLimit(0);
+  }
+};
+
+TEST_F(LanePiecesTest, AFewInvocationsWhoseDurationIsUnknownReachTwoThreads) {
+  g_wantedRanges = 2;
+  const auto ranges = Dispatch(2, 1, 1);
+  ASSERT_EQ(ranges.size(), 2u);
+  ExpectPieces(ranges, {2, 1, 1}, 1);
+  EXPECT_NE(ranges[0].thread, ranges[1].thread);
+}
+
+TEST_F(LanePiecesTest, TwoDimensionsReachTwoThreadsInWholeLanes) {
+  g_wantedRanges = 2;
+  const auto ranges = Dispatch(4, 2, 1);
+  ASSERT_EQ(ranges.size(), 2u);
+  ExpectPieces(ranges, {4, 2, 1}, 4);
+  EXPECT_NE(ranges[0].thread, ranges[1].thread);
+}
+
+TEST_F(LanePiecesTest, InvocationsWhoseDurationIsUnknownAreSharedInWholeLanes) {
+  for (const SeenRange& range : Dispatch(4001, 1, 1)) EXPECT_EQ(range.first % 4, 0u);
 }
 
 }  // namespace
