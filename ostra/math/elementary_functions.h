@@ -4,7 +4,7 @@
 //   Float32 y = elementary::sin(x);
 //   elementary::lanes16::sin(sixteenFloats, result);    // result[i] has the bits of elementary::sin(sixteenFloats[i])
 //
-// Results are within 0.51 units in the last place of the exact ones, for all arguments: angles of any size, results
+// Results are within 0.501 units in the last place of the exact ones, for all arguments: angles of any size, results
 // below the normal range. Special values are those of the C standard; which NaN a NaN is, is not promised. Nothing
 // depends on the C library. Kernels say `sin`, not this (vocabulary.h).
 //

@@ -23,13 +23,11 @@ Bool IsContext(std::string_view line) {
 constexpr std::string_view kParameter = "ostraParameter_";
 
 // Names of the generated class and of the namespaces around it, which the kernel file does not contain.
-constexpr std::string_view kGeneratedNames[] = {"ostra::kernel::{anonymous}::",
-                                                "ostra::kernel::(anonymous namespace)::",
-                                                "ostra::kernel::vocabulary::",
-                                                "ostra::vocabulary::",
-                                                "ostra::elementary::",
-                                                "ostra::kernel::",
-                                                "OstraKernelParameters::"};
+constexpr std::string_view kGeneratedNames[] = {
+    "ostra::kernel::{anonymous}::", "ostra::kernel::(anonymous namespace)::",
+    "ostra::kernel::vocabulary::",  "ostra::vocabulary::",
+    "ostra::elementary::",          "ostra::kernel::",
+    "OstraKernelParameters::"};
 
 // The generated name at the beginning of a text; empty without one.
 std::string_view FindGeneratedName(std::string_view text) {
