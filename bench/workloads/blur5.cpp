@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "bench/gpu_program.h"
+#include "bench/references/shaped.h"
 #include "bench/workloads/styles.h"
 #include "bench/workloads/workloads.h"
 #include "ostra/math/data_types.h"
@@ -85,6 +86,15 @@ bool RunBlur5(const Options& options) {
         style.name,
         [&, style] {
           Blur5(style.style, kSize, kSize, taps.data(), source.data(), target.data());
+          return true;
+        },
+        [&] { return IsRight(target.data()); });
+  }
+  if (GetShapedLanes() != 0) {
+    contest.Add(
+        "openmp-shaped",
+        [&] {
+          ShapedBlur5(kSize, kSize, taps.data(), source.data(), target.data());
           return true;
         },
         [&] { return IsRight(target.data()); });

@@ -2,6 +2,7 @@
 #include <vector>
 
 #include "bench/gpu_program.h"
+#include "bench/references/shaped.h"
 #include "bench/workloads/styles.h"
 #include "bench/workloads/workloads.h"
 
@@ -67,6 +68,16 @@ bool RunMandelbrot(const Options& options) {
         style.name,
         [&, style] {
           Mandelbrot(style.style, kPlane, kLimit, iterations.data());
+          return true;
+        },
+        [&] { return IsRight(iterations.data()); });
+  }
+  for (const int lanes : {8, 16}) {
+    if (lanes > GetShapedLanes()) continue;
+    contest.Add(
+        lanes == 8 ? "openmp-shaped" : "openmp-shaped-16",
+        [&, lanes] {
+          ShapedMandelbrot(lanes, kPlane, kLimit, iterations.data());
           return true;
         },
         [&] { return IsRight(iterations.data()); });

@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "bench/gpu_program.h"
+#include "bench/references/shaped.h"
 #include "bench/workloads/styles.h"
 #include "bench/workloads/workloads.h"
 #include "ostra/math/data_types.h"
@@ -92,6 +93,16 @@ bool RunNBody(const Options& options) {
         style.name,
         [&, style] {
           NBody(style.style, bodies);
+          return true;
+        },
+        [&] { return IsRight(nextPositions.data()); });
+  }
+  for (const bool isFast : {false, true}) {
+    if (GetShapedLanes() == 0) break;
+    contest.Add(
+        isFast ? "openmp-shaped-fast" : "openmp-shaped",
+        [&, isFast] {
+          ShapedNBody(isFast, bodies);
           return true;
         },
         [&] { return IsRight(nextPositions.data()); });
