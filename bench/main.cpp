@@ -52,6 +52,7 @@ constexpr Workload kWorkloads[] = {
     {"program_build", &bench::RunProgramBuild},
     {"terrain", &bench::RunTerrain},
     {"decode", &bench::RunDecode},
+    {"elementary", &bench::RunElementary},
     {"translate", &bench::RunTranslate},
 };
 

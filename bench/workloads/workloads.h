@@ -36,6 +36,8 @@ bool RunProgramBuild(const Options& options);
 bool RunTerrain(const Options& options);
 // An encoded container beside libcrypto's own calls.
 bool RunDecode(const Options& options);
+// exp, pow, sin and others, for one number and for several lanes.
+bool RunElementary(const Options& options);
 // A kernel file with three headers through the shader parser.
 bool RunTranslate(const Options& options);
 
