@@ -1,6 +1,5 @@
 #include "ostra/jobs/shared_loop.h"
 
-#include <array>
 #include <bit>
 
 #include "ostra/jobs/current_job.h"
@@ -50,36 +49,95 @@ SharedLoop* SharedLoop::Open(const LoopWork& work, const Pace& pace, UInt64 help
   loop->_pace = pace;
   loop->_helpTime.store(helpDelay > 0 ? ReadTicks() + helpDelay : 0, std::memory_order_relaxed);
   loop->_job = GetCurrentJob();
-  loop->_next.store(work.begin, std::memory_order_relaxed);
+  loop->Divide();
   loop->_seats.store(static_cast<UInt32>(work.threadCount - 1) * kSeat, std::memory_order_release);
   g_openLoops.fetch_or(loop->GetBit());
   (void)WorkerPool::Announce();
   return loop;
 }
 
-// Takes the next piece: large while there is plenty, smaller towards the end, so that all threads end together.
-Bool SharedLoop::Take(const Pace& pace, Int& begin, Int& end) {
-  begin = _next.load(std::memory_order_relaxed);
+// Borders depend on the number of indices alone, not on how many are done already, and leave no piece below the
+// granularity but the last one of all.
+void SharedLoop::Divide() {
+  const Int granules = (_work.count - 1) / _work.granularity + 1;
+  _shareCount = std::min({_work.threadCount, granules, kLargestShareCount});
+  Int begin = _work.begin;
+  Int granule = 0;
+  for (Int i = 0; i < _shareCount; ++i) {
+    granule += granules / _shareCount + (i < granules % _shareCount ? 1 : 0);
+    Int end = granule < granules ? granule * _work.granularity : _work.count;
+    if (granule < granules && end - begin < _work.granularity) end = begin;
+    Share& share = _shares[static_cast<std::size_t>(i)];
+    share.next.store(begin, std::memory_order_relaxed);
+    share.end = end;
+    begin = end;
+  }
+  _chosen.store(1, std::memory_order_relaxed);
+}
+
+// A worker has the same share in every loop, unless another one has it.
+Int SharedLoop::ChooseShare() {
+  static std::atomic<Int> workerCount{0};
+  thread_local const Int number = workerCount.fetch_add(1, std::memory_order_relaxed);
+  if (_shareCount < 2) return 0;
+  const UInt32 all = static_cast<UInt32>((UInt64{1} << static_cast<UInt64>(_shareCount)) - 1);
+  UInt32 wanted = UInt32{2} << static_cast<UInt32>(number % (_shareCount - 1));
+  while (_chosen.fetch_or(wanted, std::memory_order_relaxed) & wanted) {
+    const UInt32 free = all & ~_chosen.load(std::memory_order_relaxed);
+    if (!free) break;
+    wanted = free & (~free + 1);
+  }
+  return std::countr_zero(wanted);
+}
+
+Int SharedLoop::GetLeft() const {
+  Int left = 0;
+  for (Int i = 0; i < _shareCount; ++i) left += _shares[static_cast<std::size_t>(i)].GetLeft();
+  return left;
+}
+
+// Takes the next piece of a share, at most a part of it: large while there is plenty, smaller towards the end, so that
+// all threads end together.
+Bool SharedLoop::TakeFrom(Share& share, const Pace& pace, Int divisor, Int& begin, Int& end) {
+  begin = share.next.load(std::memory_order_relaxed);
   const Int shortest = pace.GetIndexCount(kShortPieceTicks);
   const Int longest = pace.GetIndexCount(kLongPieceTicks);
   do {
-    const Int left = _work.count - begin;
+    const Int left = share.end - begin;
     if (left <= 0) return false;
-    const Int share = std::max(left / (2 * _work.threadCount), std::min(shortest, left / _work.threadCount));
-    const Int size = std::max(std::min(share, longest), _work.granularity);
-    end = size < left ? begin + size : _work.count;
-  } while (!_next.compare_exchange_weak(begin, end, std::memory_order_relaxed));
+    const Int part = std::max(left / (2 * divisor), std::min(shortest, left / divisor));
+    const Int size = std::max(std::min(part, longest), _work.granularity);
+    const Int rest = left - size;
+    end = rest <= 0 || (rest < _work.granularity && share.end < _work.count) ? share.end : begin + size;
+  } while (!share.next.compare_exchange_weak(begin, end, std::memory_order_relaxed));
   return true;
 }
 
-Float64 SharedLoop::Work(Pace pace) {
+Bool SharedLoop::Take(const Pace& pace, Int ownShare, Int& begin, Int& end) {
+  if (TakeFrom(_shares[static_cast<std::size_t>(ownShare)], pace, 1, begin, end)) return true;
+  for (;;) {
+    Share* fullest = nullptr;
+    Int most = 0;
+    for (Int i = 0; i < _shareCount; ++i) {
+      Share& share = _shares[static_cast<std::size_t>(i)];
+      if (const Int left = share.GetLeft(); left > most) {
+        most = left;
+        fullest = &share;
+      }
+    }
+    if (!fullest) return false;
+    if (TakeFrom(*fullest, pace, _work.threadCount, begin, end)) return true;
+  }
+}
+
+Float64 SharedLoop::Work(Pace pace, Int ownShare) {
   const MonitorScope scope("parallel loop");
   Int begin = 0;
   Int end = 0;
   UInt64 start = ReadTicks();
   const UInt64 first = start;
   Int done = 0;
-  while (Take(pace, begin, end)) {
+  while (Take(pace, ownShare, begin, end)) {
     _work.Call(begin, end);
     const UInt64 now = ReadTicks();
     pace.Measure(end - begin, now - start);
@@ -87,22 +145,24 @@ Float64 SharedLoop::Work(Pace pace) {
     done += end - begin;
     CallMore(pace);
   }
+  _helpTime.store(0, std::memory_order_relaxed);
   Hide();
   return done > 0 ? static_cast<Float64>(start - first) / static_cast<Float64>(done) : 0;
 }
 
 // Lets helpers begin, and calls one more worker, while there is work and a seat for it.
 void SharedLoop::CallMore(const Pace& pace) {
-  if (_work.count - _next.load(std::memory_order_relaxed) <= pace.GetIndexCount(kWorthCallingTicks)) return;
-  if (_helpTime.load(std::memory_order_relaxed) != 0) _helpTime.store(0, std::memory_order_relaxed);
-  if (g_openLoops.load(std::memory_order_relaxed) & GetBit())
-    (void)WorkerPool::Announce();  // without a worker those inside do it all
+  const Bool isOpen = g_openLoops.load(std::memory_order_relaxed) & GetBit();
+  const Bool isHelpAwaited = _helpTime.load(std::memory_order_relaxed) != 0;
+  if (!isOpen && !isHelpAwaited) return;
+  if (GetLeft() <= pace.GetIndexCount(kWorthCallingTicks)) return;
+  if (isHelpAwaited) _helpTime.store(0, std::memory_order_relaxed);
+  if (isOpen) (void)WorkerPool::Announce();  // without a worker those inside do it all
 }
 
-// A helper that waits is one that needs not be called when the caller is in a long piece.
+// A helper that waits need not be called when the caller is in a long piece.
 void SharedLoop::AwaitHelpTime() const {
-  while (ReadTicks() < _helpTime.load(std::memory_order_relaxed) && _next.load(std::memory_order_relaxed) < _work.count)
-    PauseProcessor();
+  while (ReadTicks() < _helpTime.load(std::memory_order_relaxed)) PauseProcessor();
 }
 
 void SharedLoop::Hide() {
@@ -141,6 +201,7 @@ void SharedLoop::ForgetHelpers() {
 }
 
 Bool SharedLoop::HasOpenLoops() { return g_openLoops.load() != 0; }
+Bool SharedLoop::HasUsedLoops() { return g_usedLoops.load() != 0; }
 
 void SharedLoop::HelpOne() {
   const UInt64 open = g_openLoops.load();
@@ -150,7 +211,7 @@ void SharedLoop::HelpOne() {
   loop.AwaitHelpTime();
   loop.CallMore(loop._pace);
   const CurrentJobScope scope(loop._job);
-  loop.Work(loop._pace);
+  loop.Work(loop._pace, loop.ChooseShare());
   loop.Leave();
 }
 

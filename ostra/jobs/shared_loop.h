@@ -2,8 +2,12 @@
 //
 // The calling thread opens a loop, works in it, closes it and waits until its helpers have left. Loops lie in a fixed
 // table that is never released: a worker may look at one that has just been closed, it only cannot join it.
+//
+// Every thread has a share of the indices, the same in each loop of as many indices, so that it finds in its caches
+// what it has left there. It takes pieces of its own share first, and then of those that have most left.
 #pragma once
 
+#include <array>
 #include <atomic>
 
 #include "ostra/jobs/pace.h"
@@ -33,7 +37,7 @@ class alignas(64) SharedLoop {
   // measured that the rest is worth their while.
   static SharedLoop* Open(const LoopWork& work, const Pace& pace, UInt64 helpDelay = 0);
   // Works until no index is left. Returns what an index has cost this thread in ticks; 0 when it came too late for any.
-  Float64 Work() { return Work(_pace); }
+  Float64 Work() { return Work(_pace, 0); }
   // Lets nobody join any more, waits for the helpers and gives the loop back. After it, all effects of the helpers are
   // visible to the caller.
   void Close();
@@ -43,11 +47,26 @@ class alignas(64) SharedLoop {
 
   // For workers: joins one of the open loops and works in it until no index is left there.
   static Bool HasOpenLoops();
+  // Whether there is a thread between Open and the end of Close.
+  static Bool HasUsedLoops();
   static void HelpOne();
 
  private:
-  Float64 Work(Pace pace);
-  Bool Take(const Pace& pace, Int& begin, Int& end);
+  static constexpr Int kLargestShareCount = 32;
+
+  // Indices that nobody has taken: next .. end - 1.
+  struct alignas(64) Share {
+    std::atomic<Int> next{0};
+    Int end = 0;
+    Int GetLeft() const { return end - next.load(std::memory_order_relaxed); }
+  };
+
+  void Divide();
+  Int ChooseShare();
+  Float64 Work(Pace pace, Int ownShare);
+  Bool Take(const Pace& pace, Int ownShare, Int& begin, Int& end);
+  Bool TakeFrom(Share& share, const Pace& pace, Int divisor, Int& begin, Int& end);
+  Int GetLeft() const;
   Bool Join();
   void Leave();
   void CallMore(const Pace& pace);
@@ -62,7 +81,9 @@ class alignas(64) SharedLoop {
   Pace _pace;
   std::atomic<UInt64> _helpTime{0};  // ticks before which helpers take nothing
   Job* _job = nullptr;               // the caller's job is the current job of its helpers, too
-  alignas(64) std::atomic<Int> _next{0};
+  std::atomic<UInt32> _chosen{0};    // a bit for each share that a thread has chosen
+  Int _shareCount = 0;
+  std::array<Share, kLargestShareCount> _shares;
 };
 
 }  // namespace ostra

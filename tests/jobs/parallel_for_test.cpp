@@ -4,12 +4,14 @@
 
 #include <chrono>
 #include <limits>
+#include <map>
 #include <mutex>
 #include <random>
 #include <set>
 #include <thread>
 #include <vector>
 
+#include "ostra/jobs/paced_loop.h"
 #include "tests/jobs/thread_limit.h"
 
 namespace ostra {
@@ -141,6 +143,40 @@ TEST(ParallelForTest, FourHeavyInvocationsUseTwoThreads) {
 TEST(ParallelForTest, NoMoreThreadsTakePartThanAskedFor) {
   const ThreadLimit limit(8);
   for (int round = 0; round < 5; ++round) EXPECT_EQ(CountThreadsOf(30, 2), 2U);
+}
+
+// Threads wait in their first piece until all have one.
+TEST(ParallelForTest, EveryThreadBeginsWithItsOwnShareOfTheIndices) {
+  constexpr Float64 kLong = 1e12;
+  for (const Int threadCount : {2, 4}) {
+    const ThreadLimit limit(threadCount);
+    std::mutex mutex;
+    std::map<std::thread::id, Int> firsts;
+    ParallelFor::RunPaced(100, kLong, [&](Int begin, Int) {
+      for (;;) {
+        {
+          const std::scoped_lock lock(mutex);
+          firsts.emplace(std::this_thread::get_id(), begin);
+          if (static_cast<Int>(firsts.size()) == threadCount) return;
+        }
+        std::this_thread::yield();
+      }
+    });
+    EXPECT_EQ(firsts[std::this_thread::get_id()], 0);
+    std::set<Int> begins;
+    for (const auto& [thread, begin] : firsts) begins.insert(begin);
+    EXPECT_EQ(begins, threadCount == 2 ? (std::set<Int>{0, 50}) : (std::set<Int>{0, 25, 50, 75}));
+  }
+}
+
+TEST(ParallelForTest, TheShareOfAThreadThatIsBusyIsDoneByOthers) {
+  const ThreadLimit limit(3);
+  std::atomic<Int> done{0};
+  ParallelFor::RunPaced(1000, 1e12, [&](Int begin, Int end) {
+    while (begin == 0 && done < 1000 - end) std::this_thread::yield();
+    done += end - begin;
+  });
+  EXPECT_EQ(done, 1000);
 }
 
 TEST(ParallelForTest, NestedLoopsCallEachPairOnce) {
