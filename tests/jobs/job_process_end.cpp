@@ -1,7 +1,9 @@
-// Ends the process in different ways while jobs are running and queued, and a child of a fork after workers have run.
+// Ends the process in different ways while jobs are running and queued or a thread is in a loop, and a child of a fork
+// after workers have run.
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -9,7 +11,8 @@
 #include <thread>
 
 #include "ostra/jobs/job.h"
-#include "ostra/jobs/parallel_for.h"
+#include "ostra/jobs/paced_loop.h"
+#include "ostra/jobs/worker_threads.h"
 
 using namespace ostra;
 
@@ -44,6 +47,19 @@ Result<void> RunCase(const char* name) {
   return OK;
 }
 
+// A thread is in the body of a shared loop, and stays there.
+void BeginEndlessLoop() {
+  std::thread([] {
+    const auto caller = std::this_thread::get_id();
+    ParallelFor::RunPaced(2, 0, [caller](Int, Int) {
+      if (std::this_thread::get_id() != caller) return g_begun.wait();
+      g_begun.count_down();
+      for (;;) std::this_thread::sleep_for(std::chrono::hours(1));
+    });
+  }).detach();
+  g_begun.wait();
+}
+
 Int Sum(Int count) {
   std::atomic<Int> sum{0};
   ParallelFor::Dynamic(count, [&](Int begin, Int end) { sum += end - begin; });
@@ -70,6 +86,11 @@ int RunForked(const char* name) {
 
 int main(int count, char** arguments) {
   if (count != 2) return 1;
+  if (std::strcmp(arguments[1], "return_in_loop") == 0) {
+    SetWorkerThreadLimit(2);
+    BeginEndlessLoop();
+    return 0;
+  }
   if (std::strstr(arguments[1], "_child")) return RunForked(arguments[1]);
   return RunCase(arguments[1]) ? 0 : 1;
 }
