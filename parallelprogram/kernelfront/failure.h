@@ -1,17 +1,13 @@
 // How the front step stops: with an exception inside the library, which becomes an error at its border.
 #pragma once
 
-#include <initializer_list>
 #include <string>
-#include <string_view>
+
+#include "parallelprogram/kernellanguage/join.h"
 
 namespace ostra::kernelfront {
 
-inline std::string Join(std::initializer_list<std::string_view> parts) {
-  std::string text;
-  for (const std::string_view part : parts) text += part;
-  return text;
-}
+using kernellanguage::Join;
 
 struct Failure {
   std::string message;  // file:line: error: ...

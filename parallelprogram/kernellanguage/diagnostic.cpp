@@ -1,7 +1,9 @@
 #include "parallelprogram/kernellanguage/diagnostic.h"
-#include "parallelprogram/kernellanguage/join.h"
 
 #include <algorithm>
+
+#include "ostra/core/printable_text.h"
+#include "parallelprogram/kernellanguage/join.h"
 
 namespace ostra::kernellanguage {
 namespace {
@@ -11,21 +13,28 @@ constexpr std::size_t kShownColumns = 120;
 // Bytes of a message's own text.
 constexpr std::size_t kShownText = 1000;
 
-void AppendEscaped(std::string& to, char c) {
+// Takes the first character off `text`; one that a terminal would obey, and a byte that is not UTF-8, becomes "\xNN".
+// Gives the number of columns that it takes.
+std::size_t TakeCharacter(std::string_view& text, std::string& to) {
   constexpr char kDigits[] = "0123456789abcdef";
-  const auto byte = static_cast<unsigned char>(c);
-  if (byte >= 0x20 && byte != 0x7f) {
-    to += c;
-  } else {
-    to += "\\x";
-    to += kDigits[byte >> 4];
-    to += kDigits[byte & 15];
+  const Int size = GetCharacterSize(text);
+  const std::string_view character = text.substr(0, size == 0 ? 1 : static_cast<std::size_t>(size));
+  text.remove_prefix(character.size());
+  const Bool isLow = static_cast<unsigned char>(character[0]) < 0x20;  // line ends and tabs, too
+  if (!isLow && !HasControlCharacters(character)) {
+    to += character;
+    return 1;
   }
+  for (const char c : character) {
+    const auto byte = static_cast<unsigned char>(c);
+    to += Join({"\\x", {&kDigits[byte >> 4], 1}, {&kDigits[byte & 15], 1}});
+  }
+  return 4 * character.size();
 }
 
 std::string Escape(std::string_view text) {
   std::string escaped;
-  for (const char c : text.substr(0, kShownText)) AppendEscaped(escaped, c);
+  for (std::string_view rest = text.substr(0, kShownText); !rest.empty();) TakeCharacter(rest, escaped);
   if (text.size() > kShownText) escaped += "...";
   return escaped;
 }
@@ -39,15 +48,16 @@ std::string ShowLine(std::string_view line, std::size_t column) {
   while (begin > 0 && begin < line.size() && IsContinuationByte(line[begin])) --begin;
   while (end < line.size() && IsContinuationByte(line[end])) ++end;
   std::string shown = begin > 0 ? "..." : "", caret = begin > 0 ? "   " : "";
-  for (std::size_t i = begin; i < end; ++i) {
-    if (line[i] == '\t') {
+  for (std::string_view rest = line.substr(begin, end - begin); !rest.empty();) {
+    const Bool isBefore = end - rest.size() < column;
+    if (rest[0] == '\t') {
       shown += '\t';
-      if (i < column) caret += '\t';
+      if (isBefore) caret += '\t';
+      rest.remove_prefix(1);
       continue;
     }
-    const std::size_t before = shown.size();
-    AppendEscaped(shown, line[i]);
-    if (i < column && !IsContinuationByte(line[i])) caret.append(shown.size() - before, ' ');
+    const std::size_t width = TakeCharacter(rest, shown);
+    if (isBefore) caret.append(width, ' ');
   }
   if (end < line.size()) shown += "...";
   return Join({shown, "\n", caret, "^"});

@@ -7,51 +7,22 @@
 namespace ostra::kernellanguage {
 namespace {
 
-// What the wide form calls by these names; types of C++ that it names too.
-constexpr std::string_view kTakenNames[] = {"Any",
-                                            "AndNot",
-                                            "Bool",
-                                            "Convert",
-                                            "Divide",
-                                            "FetchLanes",
-                                            "Float32",
-                                            "Float64",
-                                            "Gather",
-                                            "GetElements",
-                                            "GetSharedElements",
-                                            "GroupX",
-                                            "Int32",
-                                            "Int64",
-                                            "LaneVec2",
-                                            "LaneVec3",
-                                            "LaneVec4",
-                                            "Lanes",
-                                            "LoadRun",
-                                            "LocalX",
-                                            "Mask",
-                                            "NoiseLanes",
-                                            "None",
-                                            "Ramp",
-                                            "Remainder",
-                                            "SampleLanes",
-                                            "Scatter",
-                                            "Select",
-                                            "SetElements",
-                                            "ShiftLeft",
-                                            "ShiftRight",
-                                            "StoreLast",
-                                            "StoreRun",
-                                            "UInt32",
-                                            "UInt64",
-                                            "Vec2",
-                                            "Vec3",
-                                            "Vec4",
-                                            "ForEachLaneIn",
-                                            "AffineMatrix32",
-                                            "SquareMatrix32",
-                                            "SquareMatrix4d32",
-                                            "vocabulary",
-                                            "ostra"};
+// Types and functions that the wide form names. A function of the file may be called like one of the second list:
+// calls of that one have lanes as arguments, by which the compiler finds it.
+constexpr std::string_view kTypesAndMakers[] = {
+    "AffineMatrix32", "Bool",     "Float32", "Float64", "GroupX", "Int32", "Int64",          "LaneVec2",
+    "LaneVec3",       "LaneVec4", "Lanes",   "LocalX",  "Mask",   "Ramp",  "SquareMatrix32", "SquareMatrix4d32",
+    "UInt32",         "UInt64",   "Vec2",    "Vec3",    "Vec4",   "ostra", "vocabulary"};
+constexpr std::string_view kFunctionsOfLanes[] = {
+    "Any",        "AndNot",      "Convert",           "Divide", "FetchLanes",  "ForEachLaneIn",
+    "Gather",     "GetElements", "GetSharedElements", "None",   "LoadRun",     "NoiseLanes",
+    "Remainder",  "SampleLanes", "Scatter",           "Select", "SetElements", "ShiftLeft",
+    "ShiftRight", "StoreLast",   "StoreRun"};
+
+template <std::size_t count>
+Bool Has(const std::string_view (&names)[count], std::string_view name) {
+  return std::find(std::begin(names), std::end(names), name) != std::end(names);
+}
 
 }  // namespace
 
@@ -86,7 +57,7 @@ LaneCode LanePrinter::Print() {
   for (NodeIndex node = 0; node < static_cast<NodeIndex>(_tree.nodes.size()); ++node) {
     const NodeKind kind = KindOf(node);
     if (kind != NodeKind::kVariable && kind != NodeKind::kFunctionParameter && kind != NodeKind::kFunction) continue;
-    if (std::find(std::begin(kTakenNames), std::end(kTakenNames), NameOf(node)) != std::end(kTakenNames))
+    if (Has(kTypesAndMakers, NameOf(node)) || (kind != NodeKind::kFunction && Has(kFunctionsOfLanes, NameOf(node))))
       Refuse(node, Join({"the name \"", NameOf(node), "\""}));
   }
   const std::string name = Join({"Ostra", _options.className, "Lanes"});

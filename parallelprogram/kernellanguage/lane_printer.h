@@ -35,6 +35,10 @@ class LanePrinter {
     TypeIndex type = kUnknownType;
     Int32 stride = 0;
   };
+  // The parts of a loop; kNoNode where it has none.
+  struct LoopParts {
+    NodeIndex start = kNoNode, condition = kNoNode, step = kNoNode, body = kNoNode;
+  };
   // A loop or switch around the current statement.
   struct Exit {
     Bool isPlain = false;   // break and continue are those of C++, as all lanes take them together
@@ -67,7 +71,8 @@ class LanePrinter {
   // Whether `node` has a jump of that kind that belongs to a loop or switch around it; with `isMasked` only jumps that
   // stand below a condition which differs between lanes.
   Bool HasJump(NodeIndex node, NodeKind kind, Bool isMasked, Bool isBelow = false) const;
-  Bool HasReturn(NodeIndex node, Bool isMasked, Bool isBelow = false) const;
+  Bool HasReturn(NodeIndex node) const;
+  LoopParts GetLoopParts(NodeIndex node) const;
   // Whether lanes leave a loop one by one.
   Bool IsMaskedLoop(NodeIndex node) const;
 
@@ -144,7 +149,6 @@ class LanePrinter {
   NodeIndex _function = kNoNode;  // that is being written; kNoNode in the kernel
   Bool _hasManyReturns = false;
   int _nameCount = 0;
-  Int32 _line = 0;
 };
 
 }  // namespace ostra::kernellanguage

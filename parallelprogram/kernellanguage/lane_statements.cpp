@@ -17,35 +17,36 @@ Bool LanePrinter::HasJump(NodeIndex node, NodeKind kind, Bool isMasked, Bool isB
   return false;
 }
 
-Bool LanePrinter::HasReturn(NodeIndex node, Bool isMasked, Bool isBelow) const {
-  const NodeKind own = KindOf(node);
-  if (own == NodeKind::kReturn) return !isMasked || isBelow;
-  if (IsExpression(own)) return false;
-  const Bool isLoop = own == NodeKind::kFor || own == NodeKind::kWhile || own == NodeKind::kDoWhile;
-  const Bool differs = (own == NodeKind::kIf || own == NodeKind::kSwitch) && FormOf(Child(node, 0)) != Form::kShared;
-  for (const NodeIndex child : _tree.GetChildren(node)) {
-    if (child != kNoNode && HasReturn(child, isMasked, isBelow || differs || (isLoop && IsMaskedLoop(node))))
-      return true;
-  }
-  return false;
+Bool LanePrinter::HasReturn(NodeIndex node) const {
+  if (KindOf(node) == NodeKind::kReturn) return true;
+  if (IsExpression(KindOf(node))) return false;
+  const auto children = _tree.GetChildren(node);
+  return std::any_of(children.begin(), children.end(),
+                     [this](NodeIndex child) { return child != kNoNode && HasReturn(child); });
 }
 
 Bool LanePrinter::HasExit(NodeIndex node) const {
-  return HasReturn(node, false) || HasJump(node, NodeKind::kBreak, false) || HasJump(node, NodeKind::kContinue, false);
+  return HasReturn(node) || HasJump(node, NodeKind::kBreak, false) || HasJump(node, NodeKind::kContinue, false);
+}
+
+LanePrinter::LoopParts LanePrinter::GetLoopParts(NodeIndex node) const {
+  switch (KindOf(node)) {
+    case NodeKind::kFor:
+      return {.start = Child(node, 0), .condition = Child(node, 1), .step = Child(node, 2), .body = Child(node, 3)};
+    case NodeKind::kWhile:
+      return {.condition = Child(node, 0), .body = Child(node, 1)};
+    default:
+      return {.condition = Child(node, 1), .body = Child(node, 0)};
+  }
 }
 
 Bool LanePrinter::IsMaskedLoop(NodeIndex node) const {
-  const NodeKind kind = KindOf(node);
-  const NodeIndex condition = kind == NodeKind::kWhile ? Child(node, 0) : Child(node, 1);
-  const NodeIndex body = kind == NodeKind::kFor     ? Child(node, 3)
-                         : kind == NodeKind::kWhile ? Child(node, 1)
-                                                    : Child(node, 0);
-  const NodeIndex step = kind == NodeKind::kFor ? Child(node, 2) : kNoNode;
-  if (condition != kNoNode && FormOf(condition) != Form::kShared) return true;
-  return HasJump(body, NodeKind::kBreak, true) ||
-         (HasJump(body, NodeKind::kContinue, true) && HasJump(body, NodeKind::kBreak, false)) ||
+  const LoopParts loop = GetLoopParts(node);
+  if (loop.condition != kNoNode && FormOf(loop.condition) != Form::kShared) return true;
+  return HasJump(loop.body, NodeKind::kBreak, true) ||
+         (HasJump(loop.body, NodeKind::kContinue, true) && HasJump(loop.body, NodeKind::kBreak, false)) ||
          // The step comes after `continue`, too, which is no C++ expression then.
-         (step != kNoNode && !IsSharedEffect(step) && HasJump(body, NodeKind::kContinue, false));
+         (loop.step != kNoNode && !IsSharedEffect(loop.step) && HasJump(loop.body, NodeKind::kContinue, false));
 }
 
 void LanePrinter::Statements(std::span<const NodeIndex> statements) {
@@ -337,20 +338,17 @@ void LanePrinter::If(NodeIndex node) {
 
 // A loop that all lanes begin and end together.
 void LanePrinter::PlainLoop(NodeIndex node) {
-  const NodeKind kind = KindOf(node);
-  const Bool isFor = kind == NodeKind::kFor;
-  const NodeIndex body = isFor ? Child(node, 3) : kind == NodeKind::kWhile ? Child(node, 1) : Child(node, 0);
-  const NodeIndex condition = kind == NodeKind::kWhile ? Child(node, 0) : Child(node, 1);
-  const NodeIndex step = isFor ? Child(node, 2) : kNoNode;
+  const auto [start, condition, step, body] = GetLoopParts(node);
+  const Bool isDoWhile = KindOf(node) == NodeKind::kDoWhile;
   const Bool hasMaskedContinue = HasJump(body, NodeKind::kContinue, true);
   // Lanes may leave by return, or leave a loop around this one: without any there is no next turn.
-  const std::string any = HasReturn(body, false) ? Join({"Any(", GetMask(), ")"}) : "";
+  const std::string any = HasReturn(body) ? Join({"Any(", GetMask(), ")"}) : "";
   const std::string test = condition == kNoNode ? "true" : Join({"static_cast<Bool>(", Shared(condition), ")"});
   const std::string both = any.empty() ? test : Join({any, " && ", test});
   Line({"{"});
-  if (isFor && Child(node, 0) != kNoNode) Statement(Child(node, 0));
+  if (start != kNoNode) Statement(start);
   const Bool isStepShared = step == kNoNode || IsSharedEffect(step);
-  if (kind == NodeKind::kDoWhile)
+  if (isDoWhile)
     Line({"do {"});
   else
     Line({"for (; ", both, "; ", step != kNoNode && isStepShared ? SharedEffect(step) : "", ") {"});
@@ -372,14 +370,14 @@ void LanePrinter::PlainLoop(NodeIndex node) {
   _exits.pop_back();
   if (hasMaskedContinue) {
     _masks.pop_back();
-    if (HasReturn(body, false)) Line({GetMask(), " = AndNot(", GetMask(), ", ostraReturned);"});
+    if (HasReturn(body)) Line({GetMask(), " = AndNot(", GetMask(), ", ostraReturned);"});
   }
   if (!isStepShared) {
     Line({"if (Any(", GetMask(), ")) {"});
     Effect(step);
     Line({"}"});
   }
-  if (kind == NodeKind::kDoWhile)
+  if (isDoWhile)
     Line({"} while (", both, ");"});
   else
     Line({"}"});
@@ -388,40 +386,37 @@ void LanePrinter::PlainLoop(NodeIndex node) {
 
 // A loop that lanes leave one by one.
 void LanePrinter::MaskedLoop(NodeIndex node) {
-  const NodeKind kind = KindOf(node);
-  const Bool isFor = kind == NodeKind::kFor;
-  const NodeIndex body = isFor ? Child(node, 3) : kind == NodeKind::kWhile ? Child(node, 1) : Child(node, 0);
-  const NodeIndex condition = kind == NodeKind::kWhile ? Child(node, 0) : Child(node, 1);
-  const NodeIndex step = isFor ? Child(node, 2) : kNoNode;
+  const LoopParts loop = GetLoopParts(node);
+  const Bool isDoWhile = KindOf(node) == NodeKind::kDoWhile;
   const std::string outer = GetMask(), mask = NewName("mask");
-  const std::string continued = HasJump(body, NodeKind::kContinue, false) ? NewName("continued") : "";
+  const std::string continued = HasJump(loop.body, NodeKind::kContinue, false) ? NewName("continued") : "";
   Line({"{"});
-  if (isFor && Child(node, 0) != kNoNode) Statement(Child(node, 0));
+  if (loop.start != kNoNode) Statement(loop.start);
   Line({"Mask ", mask, " = ", outer, ";"});
   if (!continued.empty()) Line({"Mask ", continued, " = false;"});
   _masks.push_back(mask);
   const auto test = [&] {
-    if (condition == kNoNode) return;
-    MarkLine(condition);
-    Line({mask, " = ", mask, " & ", ToMask(condition), ";"});
+    if (loop.condition == kNoNode) return;
+    MarkLine(loop.condition);
+    Line({mask, " = ", mask, " & ", ToMask(loop.condition), ";"});
     Line({"if (None(", mask, ")) break;"});
   };
   Line({"for (;;) {"});
-  if (kind != NodeKind::kDoWhile) test();
+  if (!isDoWhile) test();
   _exits.push_back(
       {.isPlain = false, .depth = static_cast<int>(_masks.size()), .continued = continued, .isSwitch = false});
-  Block(body);
+  Block(loop.body);
   _exits.pop_back();
   if (!continued.empty()) Line({mask, " = ", mask, " | ", continued, "; ", continued, " = false;"});
   Line({"if (None(", mask, ")) break;"});
-  if (step != kNoNode) {
-    MarkLine(step);
-    Effect(step);
+  if (loop.step != kNoNode) {
+    MarkLine(loop.step);
+    Effect(loop.step);
   }
-  if (kind == NodeKind::kDoWhile) test();
+  if (isDoWhile) test();
   Line({"}"});
   _masks.pop_back();
-  if (HasReturn(body, false)) Line({outer, " = AndNot(", outer, ", ostraReturned);"});
+  if (HasReturn(loop.body)) Line({outer, " = AndNot(", outer, ", ostraReturned);"});
   Line({"}"});
 }
 
@@ -491,7 +486,7 @@ void LanePrinter::Switch(NodeIndex node) {
   }
   _masks.pop_back();
   _exits.pop_back();
-  if (HasReturn(block, false)) Line({outer, " = AndNot(", outer, ", ostraReturned);"});
+  if (HasReturn(block)) Line({outer, " = AndNot(", outer, ", ostraReturned);"});
   if (HasJump(block, NodeKind::kContinue, false)) {
     const auto loop = std::find_if(_exits.rbegin(), _exits.rend(), [](const Exit& exit) { return !exit.isSwitch; });
     if (loop == _exits.rend() || loop->continued.empty())

@@ -31,6 +31,13 @@ TEST(DiagnosticTest, ControlCharactersAreEscapedAndTheCaretKeepsItsPlace) {
             "bad\\x0aname:1:7: error: a \\x07 sound\na\\x1b[0m\\x00b\n            ^");
 }
 
+TEST(DiagnosticTest, WhatTurnsTheDirectionOfTextAroundAndBytesThatAreNoTextAreEscaped) {
+  SourceMap sources;
+  sources.AddFile("k.krn", "a\xe2\x80\xae\xff x");
+  EXPECT_EQ(FormatDiagnostic(sources, {.offset = 6, .text = "\xc2\x9b"}),
+            "k.krn:1:7: error: \\xc2\\x9b\na\\xe2\\x80\\xae\\xff x\n                  ^");
+}
+
 TEST(DiagnosticTest, CharactersOfSeveralBytesTakeOneColumn) {
   SourceMap sources;
   sources.AddFile("k.krn", "/* \xc3\xa4 */ x");
