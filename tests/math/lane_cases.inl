@@ -36,7 +36,7 @@ struct LaneCases {
     add(Convert<T>(a >= b)), add(Convert<T>(a == b)), add(Convert<T>(a != b));
     add(Select((a < b) & !(b == T(1)), a, b)), add(Select((a < b) | (a == b), a, b)),
         add(Select((a < b) ^ (a < T(0)), a, b));
-    if constexpr (lanes_internal::kIsFloat<T>) {
+    if constexpr (std::is_floating_point_v<T>) {
       add(a / b);
     } else {
       add(a & b), add(a | b), add(a ^ b), add(~a);

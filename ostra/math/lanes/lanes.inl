@@ -6,9 +6,9 @@
 // no guard around the whole. Each level is a namespace of its own (lanes4, lanes8, lanes16), so that no inline function
 // of one level can replace that of another when the program is linked.
 #include <cstring>
+#include <type_traits>
 #include <utility>
 
-#include "ostra/math/lanes/element_traits.h"
 #include "ostra/math/matrix.h"
 #include "ostra/math/scalar_functions.h"
 #include "ostra/math/vector.h"

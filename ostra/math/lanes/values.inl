@@ -26,7 +26,7 @@ using Native = typename NativeVector<T>::Type;
 
 // A vector whose lanes are all ones where a comparison of lanes of T holds, else all zeros.
 template <class T>
-using NativeCondition = Native<typename lanes_internal::SignedOfSize<sizeof(T)>::Type>;
+using NativeCondition = Native<std::conditional_t<sizeof(T) == sizeof(Int64), Int64, Int32>>;
 
 // A condition per lane. There is no && and ||: `&` and `|` compute both sides.
 struct Mask {
@@ -121,12 +121,12 @@ struct Lanes {
   friend OSTRA_LANE_INLINE Lanes operator-(Lanes a) { return Make(-a.v); }
   friend OSTRA_LANE_INLINE Lanes operator+(Lanes a) { return a; }
   // Divisions of integers are Divide and Remainder below.
-  friend OSTRA_LANE_INLINE Lanes operator/(Lanes a, Lanes b) requires lanes_internal::kIsFloat<T> { return Make(a.v / b.v); }
+  friend OSTRA_LANE_INLINE Lanes operator/(Lanes a, Lanes b) requires std::is_floating_point_v<T> { return Make(a.v / b.v); }
 
-  friend OSTRA_LANE_INLINE Lanes operator&(Lanes a, Lanes b) requires(!lanes_internal::kIsFloat<T>) { return Make(a.v & b.v); }
-  friend OSTRA_LANE_INLINE Lanes operator|(Lanes a, Lanes b) requires(!lanes_internal::kIsFloat<T>) { return Make(a.v | b.v); }
-  friend OSTRA_LANE_INLINE Lanes operator^(Lanes a, Lanes b) requires(!lanes_internal::kIsFloat<T>) { return Make(a.v ^ b.v); }
-  friend OSTRA_LANE_INLINE Lanes operator~(Lanes a) requires(!lanes_internal::kIsFloat<T>) { return Make(~a.v); }
+  friend OSTRA_LANE_INLINE Lanes operator&(Lanes a, Lanes b) requires(!std::is_floating_point_v<T>) { return Make(a.v & b.v); }
+  friend OSTRA_LANE_INLINE Lanes operator|(Lanes a, Lanes b) requires(!std::is_floating_point_v<T>) { return Make(a.v | b.v); }
+  friend OSTRA_LANE_INLINE Lanes operator^(Lanes a, Lanes b) requires(!std::is_floating_point_v<T>) { return Make(a.v ^ b.v); }
+  friend OSTRA_LANE_INLINE Lanes operator~(Lanes a) requires(!std::is_floating_point_v<T>) { return Make(~a.v); }
 
   friend OSTRA_LANE_INLINE Mask operator<(Lanes a, Lanes b) { return Mask::Make(a.v < b.v); }
   friend OSTRA_LANE_INLINE Mask operator<=(Lanes a, Lanes b) { return Mask::Make(a.v <= b.v); }
@@ -173,7 +173,7 @@ OSTRA_LANE_INLINE Lanes<T> Remainder(Lanes<T> a, Lanes<T> b, Mask mask) {
 // The value as another number, as static_cast converts it.
 template <class To, class From>
 OSTRA_LANE_INLINE Lanes<To> Convert(Lanes<From> a) {
-  if constexpr (lanes_internal::kIsFloat<From> && To(-1) > To(0) && sizeof(To) == sizeof(Int32)) {
+  if constexpr (std::is_floating_point_v<From> && To(-1) > To(0) && sizeof(To) == sizeof(Int32)) {
     // Unsigned: the upper half of the numbers is moved below 2^31 and back, with instructions that every level has.
     const From half = 2147483648.0f;
     const Mask isUpper = a >= Lanes<From>(half);
