@@ -1,7 +1,7 @@
 // ostra-kernelc: turns kernel files into C++ when a target is built. ostra_add_kernels (cmake/OstraKernels.cmake) calls
 // it.
 //
-//   ostra-kernelc [--id CLASSID] [--name SHOWN] [--type T] [--module] [--lanes] [--depfile D] IN.krn OUT.cpp
+//   ostra-kernelc [--id CLASSID] [--name SHOWN] [--type T] [--module] [--scalar] [--depfile D] IN.krn OUT.cpp
 //   ostra-kernelc --table NAME OUT.cpp OUT.h CLASSID...
 //
 // Exit status: 0 done, 1 failed, 2 wrong usage. Messages go to standard error as file:line: error: ...
@@ -26,7 +26,7 @@ namespace fs = std::filesystem;
 struct Arguments {
   std::string id, name, type, dependencyFile;
   bool isModule = false;
-  bool hasLanes = false;
+  bool isScalar = false;
   std::vector<std::string> files;
 };
 
@@ -89,7 +89,7 @@ int Translate(const Arguments& arguments) {
                               .classId = arguments.id,
                               .templateArgument = arguments.type,
                               .isModule = arguments.isModule,
-                              .hasLaneForms = arguments.hasLanes};
+                              .isScalar = arguments.isScalar};
   options.readHeader = [&](const std::string& header, const std::string& includingFile) -> std::optional<KernelHeader> {
     const fs::path including = includingFile == name ? fs::path(in) : fs::path(includingFile);
     const std::string path = (including.parent_path() / header).lexically_normal().string();
@@ -113,7 +113,7 @@ int WriteTable(const Arguments& arguments) {
 
 int ShowUsage(bool isWanted) {
   std::fputs(
-      "usage: ostra-kernelc [--id CLASSID] [--name SHOWN] [--type T] [--module] [--lanes] [--depfile D] IN.krn "
+      "usage: ostra-kernelc [--id CLASSID] [--name SHOWN] [--type T] [--module] [--scalar] [--depfile D] IN.krn "
       "OUT.cpp\n"
       "       ostra-kernelc --table NAME OUT.cpp OUT.h CLASSID...\n",
       isWanted ? stdout : stderr);
@@ -131,8 +131,8 @@ int main(int argc, char** argv) {
     if (word == "--help") return ShowUsage(true);
     if (word == "--module")
       arguments.isModule = true;
-    else if (word == "--lanes")
-      arguments.hasLanes = true;
+    else if (word == "--scalar")
+      arguments.isScalar = true;
     else if (word == "--id" && hasValue)
       arguments.id = argv[++i];
     else if (word == "--name" && hasValue)

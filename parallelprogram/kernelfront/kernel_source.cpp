@@ -80,7 +80,7 @@ Result<String> GenerateKernelSource(const KernelSourceOptions& options, std::str
     kernelfront::KernelFile file(remembering, text);
     file.Read();
     OSTRA_ASSIGN_OR_RETURN(const kernellanguage::AnalyzedKernel kernel, Analyze(options, text, headers));
-    return String::Create(file.Print(options.hasLaneForms ? kernelfront::MakeLaneForms(file, kernel) : ""));
+    return String::Create(file.Print(options.isScalar ? "" : kernelfront::MakeLaneForms(file, kernel)));
   } catch (const kernelfront::Failure& failure) {
     return Error::Make(kIllegalArgumentError, failure.message, kOstraUnit, __LINE__);
   } catch (const std::bad_alloc&) {

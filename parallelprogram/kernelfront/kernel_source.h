@@ -33,9 +33,9 @@ struct KernelSourceOptions {
   std::string_view templateArgument = {};
   // Makes the source of a plug-in module with this one kernel class.
   Bool isModule = false;
-  // Adds the wide form of a kernel that the front end understands: C++ for as many invocations at a time as the
-  // processor has lanes. Without it, and for other kernels, there is one at a time.
-  Bool hasLaneForms = false;
+  // Leaves out the wide form: C++ for as many invocations at a time as the processor has lanes, which kernels have that
+  // the front end understands.
+  Bool isScalar = false;
   // Finds the header that `includingFile` names in quotes. Nothing: the #include stays for the compiler.
   std::function<std::optional<KernelHeader>(const std::string& name, const std::string& includingFile)> readHeader = {};
 };
