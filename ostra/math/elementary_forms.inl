@@ -11,9 +11,8 @@ constexpr int kWidth = 1;
 using Wide = Float64;
 using Bits = UInt64;
 OSTRA_LANE_INLINE Bool Any(Bool condition) { return condition; }
+OSTRA_LANE_INLINE Bool All(Bool condition) { return condition; }
 OSTRA_LANE_INLINE Wide Sqrt(Wide x) { return __builtin_sqrt(x); }
-OSTRA_LANE_INLINE Wide Load(const Float32* x) { return *x; }
-OSTRA_LANE_INLINE void Store(Float32* to, Wide x) { *to = static_cast<Float32>(x); }
 OSTRA_LANE_INLINE void Set(Wide& x, int, Float64 value) { x = value; }
 OSTRA_LANE_INLINE void Set(Bits& x, int, UInt64 value) { x = value; }
 OSTRA_LANE_INLINE Float64 Get(Wide x, int) { return x; }
@@ -24,55 +23,85 @@ typedef Float32 Narrow __attribute__((vector_size(sizeof(Float32) * kWidth)));
 typedef Float64 Wide __attribute__((vector_size(sizeof(Float64) * kWidth)));
 typedef UInt64 Bits __attribute__((vector_size(sizeof(UInt64) * kWidth)));
 typedef Int64 Condition __attribute__((vector_size(sizeof(Int64) * kWidth)));
-
-#if !defined(__x86_64__)
-OSTRA_LANE_INLINE Bool Any(Condition condition) {
-  Int64 any = 0;
-  for (int i = 0; i < kWidth; ++i) any |= condition[i];
-  return any != 0;
-}
-OSTRA_LANE_INLINE Wide Sqrt(Wide x) {
-  for (int i = 0; i < kWidth; ++i) x[i] = __builtin_sqrt(x[i]);
-  return x;
-}
-#elif OSTRA_LANE_LEVEL == 0
-OSTRA_LANE_INLINE Bool Any(Condition condition) {
-  return __builtin_ia32_movmskpd(reinterpret_cast<Wide>(condition)) != 0;
-}
-OSTRA_LANE_INLINE Wide Sqrt(Wide x) { return __builtin_ia32_sqrtpd(x); }
-#elif OSTRA_LANE_LEVEL == 1
-OSTRA_LANE_INLINE Bool Any(Condition condition) {
-  return __builtin_ia32_movmskpd256(reinterpret_cast<Wide>(condition)) != 0;
-}
-OSTRA_LANE_INLINE Wide Sqrt(Wide x) { return __builtin_ia32_sqrtpd256(x); }
-#else
-OSTRA_LANE_INLINE Bool Any(Condition condition) {
-  typedef long long Native __attribute__((vector_size(sizeof(Condition))));
-  return __builtin_ia32_cvtq2mask512(reinterpret_cast<Native>(condition)) != 0;
-}
-#ifdef __clang__
-OSTRA_LANE_INLINE Wide Sqrt(Wide x) { return __builtin_ia32_sqrtpd512(x, 4); }
-#else
-OSTRA_LANE_INLINE Wide Sqrt(Wide x) { return __builtin_ia32_sqrtpd512_mask(x, x, UInt8(0xff), 4); }
-#endif
-#endif
-OSTRA_LANE_INLINE Wide Load(const Float32* x) {
-  Narrow narrow;
-  std::memcpy(&narrow, x, sizeof(narrow));
-  return __builtin_convertvector(narrow, Wide);
-}
-OSTRA_LANE_INLINE void Store(Float32* to, Wide x) {
-  const Narrow narrow = __builtin_convertvector(x, Narrow);
-  std::memcpy(to, &narrow, sizeof(narrow));
-}
 OSTRA_LANE_INLINE void Set(Wide& x, int lane, Float64 value) { x[lane] = value; }
 OSTRA_LANE_INLINE void Set(Bits& x, int lane, UInt64 value) { x[lane] = value; }
 OSTRA_LANE_INLINE Float64 Get(Wide x, int lane) { return x[lane]; }
+
+// A bit for each lane.
+OSTRA_LANE_INLINE int GetBits(Condition condition) {
+#if !defined(__x86_64__)
+  int bits = 0;
+  for (int i = 0; i < kWidth; ++i) bits |= static_cast<int>(condition[i] & 1) << i;
+  return bits;
+#elif OSTRA_LANE_LEVEL == 0
+  return __builtin_ia32_movmskpd(reinterpret_cast<Wide>(condition));
+#elif OSTRA_LANE_LEVEL == 1
+  return __builtin_ia32_movmskpd256(reinterpret_cast<Wide>(condition));
+#else
+  typedef long long Native __attribute__((vector_size(sizeof(Condition))));
+  return static_cast<UInt8>(__builtin_ia32_cvtq2mask512(reinterpret_cast<Native>(condition)));
+#endif
+}
+OSTRA_LANE_INLINE Bool Any(Condition condition) { return GetBits(condition) != 0; }
+OSTRA_LANE_INLINE Bool All(Condition condition) { return GetBits(condition) == (1 << kWidth) - 1; }
+
+OSTRA_LANE_INLINE Wide Sqrt(Wide x) {
+#if !defined(__x86_64__)
+  for (int i = 0; i < kWidth; ++i) x[i] = __builtin_sqrt(x[i]);
+  return x;
+#elif OSTRA_LANE_LEVEL == 0
+  return __builtin_ia32_sqrtpd(x);
+#elif OSTRA_LANE_LEVEL == 1
+  return __builtin_ia32_sqrtpd256(x);
+#elif defined(__clang__)
+  return __builtin_ia32_sqrtpd512(x, 4);
+#else
+  return __builtin_ia32_sqrtpd512_mask(x, x, UInt8(0xff), 4);
+#endif
+}
 #endif
 
 OSTRA_LANE_INLINE Wide Splat(Float64 x) { return x - Wide{}; }
 OSTRA_LANE_INLINE Bits ToBits(Wide x) { return __builtin_bit_cast(Bits, x); }
 OSTRA_LANE_INLINE Wide FromBits(Bits x) { return __builtin_bit_cast(Wide, x); }
+
+// What lies outside of -limit to limit becomes the nearer of them; NaN stays. Compilers make two instructions of each
+// ?: with vectors.
+OSTRA_LANE_INLINE Wide Clamp(Wide x, Float64 limit) {
+  const Wide low = Splat(-limit), high = Splat(limit);
+#if OSTRA_LANE_COUNT == 1 || !defined(__x86_64__)
+  x = low > x ? low : x;
+  return high < x ? high : x;
+#elif OSTRA_LANE_LEVEL == 0
+  return __builtin_ia32_minpd(high, __builtin_ia32_maxpd(low, x));
+#elif OSTRA_LANE_LEVEL == 1
+  return __builtin_ia32_minpd256(high, __builtin_ia32_maxpd256(low, x));
+#elif defined(__clang__)
+  return __builtin_ia32_minpd512(high, __builtin_ia32_maxpd512(low, x, 4), 4);
+#else
+  x = __builtin_ia32_maxpd512_mask(low, x, x, UInt8(0xff), 4);
+  return __builtin_ia32_minpd512_mask(high, x, x, UInt8(0xff), 4);
+#endif
+}
+
+#if OSTRA_LANE_COUNT == 1
+OSTRA_LANE_INLINE Wide Load(const Float32* x) { return *x; }
+OSTRA_LANE_INLINE void Store(Float32* to, Wide x) { *to = static_cast<Float32>(x); }
+#else
+OSTRA_LANE_INLINE Wide Load(const Float32* x) {
+  Narrow narrow;
+  std::memcpy(&narrow, x, sizeof(narrow));
+#if OSTRA_LANE_LEVEL == 2
+  return __builtin_ia32_cvtps2pd512_mask(narrow, Wide{}, UInt8(0xff), 4);
+#else
+  return __builtin_convertvector(narrow, Wide);
+#endif
+}
+OSTRA_LANE_INLINE void Store(Float32* to, Wide x) {
+  const Narrow narrow = __builtin_convertvector(x, Narrow);
+  std::memcpy(to, &narrow, sizeof(narrow));
+}
+#endif
 
 OSTRA_LANE_INLINE Wide Magnitude(Wide x) { return FromBits(ToBits(x) & ~kSignBit); }
 OSTRA_LANE_INLINE Wide CopySign(Wide magnitude, Wide sign) {
@@ -107,8 +136,7 @@ OSTRA_LANE_INLINE Wide Polynomial(const Float64 (&coefficients)[count], Wide x) 
 
 // 2^x; beyond 2^200 and 2^-200 something that a Float32 cannot hold either.
 OSTRA_LANE_INLINE Wide Power(Wide x) {
-  x = x < -200.0 ? Splat(-200.0) : x;
-  x = x > 200.0 ? Splat(200.0) : x;
+  x = Clamp(x, 200.0);
   const Wide shifted = x + kToWhole;
   const Wide part = x - (shifted - kToWhole);
   const Wide whole = FromBits((ToBits(shifted) << 52) + 0x3ff0000000000000u);
@@ -128,7 +156,7 @@ OSTRA_LANE_INLINE Wide LogarithmOfPositive(Wide x) {
 OSTRA_LANE_INLINE Wide Logarithm(Wide x) {
   const Wide result = LogarithmOfPositive(x);
   const auto isOrdinary = (x > 0.0) & (x < kInfinity);
-  if (!Any(isOrdinary == 0)) [[likely]]
+  if (All(isOrdinary)) [[likely]]
     return result;
   const Wide other = x == 0.0 ? Splat(-kInfinity) : (x < 0.0 ? Splat(kNaN) : x);
   return isOrdinary ? result : other;
@@ -239,10 +267,10 @@ OSTRA_LANE_INLINE Wide GeneralPower(Wide x, Wide y) {
 OSTRA_LANE_INLINE Wide pow(Wide x, Wide y) {
   // Squares are those of a multiplication.
   const auto isSquare = y == 2.0;
-  if (!Any(isSquare == 0)) return x * x;
+  if (All(isSquare)) return x * x;
   Wide result = Power(y * LogarithmOfPositive(x));
   const auto isOrdinary = (x > 0.0) & (x < kInfinity) & (Magnitude(y) < kInfinity);
-  if (Any(isOrdinary == 0)) [[unlikely]]
+  if (!All(isOrdinary)) [[unlikely]]
     result = isOrdinary ? result : GeneralPower(x, y);
   return isSquare ? x * x : result;
 }
