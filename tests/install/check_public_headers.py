@@ -83,7 +83,7 @@ def main(arguments):
                        if declares(text, name)]
     for header, text in public.items():
         for included in re.findall(r'#\s*include "((?:ostra|parallelprogram)/[^"]+)"', text):
-            if included not in public:
+            if not (include / included).is_file():
                 violations.append(f"{header}: {included} is not installed")
     print("\n".join(violations), end="\n" if violations else "")
     return 1 if violations or not public else 0
