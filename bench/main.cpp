@@ -29,6 +29,7 @@ struct Workload {
 
 constexpr Workload kWorkloads[] = {
     {"saxpy", &bench::RunSaxpy},
+    {"saxpy_again", &bench::RunSaxpyAgain},
     {"blur5", &bench::RunBlur5},
     {"mandelbrot", &bench::RunMandelbrot},
     {"nbody", &bench::RunNBody},

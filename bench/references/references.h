@@ -1,13 +1,14 @@
 // What others would write by hand for the same workloads, measured beside ours: plain loops on one thread (serial),
-// OpenMP loops (openmp), and oneTBB with the body inlined (tbb) or called through a virtual method per invocation at
-// a grain of 16 (tbb-virtual). All are compiled for this machine, with the arithmetic of our kernels (no contraction).
+// OpenMP loops (openmp; openmp-shaped with a static partition), and oneTBB with the body inlined (tbb) or called
+// through a virtual method per invocation at a grain of 16 (tbb-virtual). All are compiled for this machine, with the
+// arithmetic of our kernels (no contraction).
 #pragma once
 
 #include <cstdint>
 
 namespace bench {
 
-enum class Style { Serial, OpenMp, Tbb, TbbVirtual };
+enum class Style { Serial, OpenMp, OpenMpStatic, Tbb, TbbVirtual };
 
 // y[i] += a * x[i].
 void Saxpy(Style style, std::int64_t count, float a, const float* x, float* y);

@@ -1,6 +1,7 @@
 // Spreads a loop body over threads in one of the reference styles.
 #pragma once
 
+#include <omp.h>
 #include <tbb/blocked_range.h>
 #include <tbb/parallel_for.h>
 
@@ -37,6 +38,14 @@ void Spread(Style style, std::int64_t count, std::int64_t grain, const Range& bo
       for (std::int64_t piece = 0; piece < pieces; ++piece) {
         const std::int64_t begin = piece * grain;
         body(begin, begin + grain < count ? begin + grain : count);
+      }
+      return;
+    }
+    case Style::OpenMpStatic: {
+#pragma omp parallel
+      {
+        const std::int64_t threads = omp_get_num_threads(), thread = omp_get_thread_num();
+        body(count * thread / threads, count * (thread + 1) / threads);
       }
       return;
     }

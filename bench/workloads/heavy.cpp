@@ -59,6 +59,20 @@ bool RunSize(const Options& options, std::uint32_t x, std::uint32_t y, double mi
   program->Prepare();
   contest.Add(
       "ours", [=] { return program->Dispatch(x, y); }, [=] { return isRight(values); });
+  // Each time a kernel of which nothing is known yet.
+  auto first = std::make_shared<std::unique_ptr<Program>>();
+  auto firstValues = std::make_shared<const ostra::UInt32*>();
+  contest.Add(
+      "ours-first",
+      [=] {
+        *first = std::make_unique<Program>("net.ostra.bench.heavy.krn");
+        *firstValues = (*first)->AddBuffer<ostra::UInt32>("values", count, [](std::int64_t) { return 0u; });
+        (*first)->SetUniform("width", x);
+        (*first)->SetUniform("steps", steps);
+        (*first)->Prepare();
+        return (*first)->Dispatch(x, y);
+      },
+      [=] { return isRight(*firstValues); });
   auto others = std::make_shared<std::vector<std::uint32_t>>(count);
   contest.Add(
       "threads",

@@ -14,6 +14,7 @@ struct NamedStyle {
 
 inline constexpr std::array<NamedStyle, 3> kInlinedStyles = {
     NamedStyle{Style::Serial, "serial"}, NamedStyle{Style::OpenMp, "openmp"}, NamedStyle{Style::Tbb, "tbb"}};
+inline constexpr NamedStyle kStaticStyle = {Style::OpenMpStatic, "openmp-shaped"};
 inline constexpr NamedStyle kVirtualStyle = {Style::TbbVirtual, "tbb-virtual"};
 
 }  // namespace bench

@@ -7,6 +7,8 @@
 namespace bench {
 
 bool RunSaxpy(const Options& options);
+// The same data sixteen times, so that it may be where it was.
+bool RunSaxpyAgain(const Options& options);
 bool RunBlur5(const Options& options);
 bool RunMandelbrot(const Options& options);
 bool RunNBody(const Options& options);
