@@ -84,7 +84,7 @@ Result<ClassRegistry&> ClassRegistry::Find(const Id& registryId) {
   const std::scoped_lock lock(table.mutex);
   ClassRegistry* const* registry = table.registries.Find(registryId);
   if (!registry || (*registry)->_declarations == 0)
-    return OSTRA_ILLEGAL_ARGUMENT("There is no registry \"@\".", registryId);
+    return OSTRA_ILLEGAL_ARGUMENT("There is no registry \"@\": no module that is loaded declares it.", registryId);
   return **registry;
 }
 

@@ -105,8 +105,7 @@ Result<void> ParallelProgramGPUImpl::CreateOwnContext(const DrawportContextRef* 
   if (!data.context)
     WarningOutput(
         "No GPU backend is loaded, so a GPU program has no device: load the module \"drawport_vulkan\" before the "
-        "program "
-        "is made.");
+        "program is made.");
   OSTRA_RETURN_IF_ERROR(CheckFeatures(data.context));
   narrow.with16bit = CanReadAndWrite(*data.context, "net.ostra.image.pixelformat.dynamic.redf16"_id, true);
   narrow.with8bit = CanReadAndWrite(*data.context, "net.ostra.image.pixelformat.dynamic.redu8"_id, false);

@@ -143,9 +143,13 @@ class GpuFeaturesTest : public testing::Test {
   ParallelProgramRef program;
 };
 
-TEST_F(GpuFeaturesTest, WithoutABackendTheFirstFeatureIsMissing) {
+TEST_F(GpuFeaturesTest, WithoutABackendTheFirstFeatureIsMissingAndAWarningSaysWhy) {
+  const DiagnosticRecorder recorder;
   EXPECT_THAT(InitWithOwnContext(),
               IsErrorWith(kIllegalStateError, "Atomic Operations not supported, please fall back to CPU mode"));
+  EXPECT_THAT(recorder.GetLines(),
+              ElementsAre("No GPU backend is loaded, so a GPU program has no device: load the module "
+                          "\"drawport_vulkan\" before the program is made."));
 }
 
 TEST_F(GpuFeaturesTest, ACacheOfAnUnknownTypeHasNoDrawport) {

@@ -138,8 +138,10 @@ TEST(ClassRegistryTest, AnUnknownIdComesWithTheNearestOne) {
 
 TEST(ClassRegistryTest, ARegistryIsThereAsLongAsItIsDeclaredAndKeepsItsEntries) {
   constexpr Id kRegistry = "com.example.registry.steps"_id;
-  EXPECT_THAT(ClassRegistry::Find(kRegistry),
-              IsErrorWith(kIllegalArgumentError, "There is no registry \"com.example.registry.steps\"."));
+  EXPECT_THAT(
+      ClassRegistry::Find(kRegistry),
+      IsErrorWith(kIllegalArgumentError,
+                  "There is no registry \"com.example.registry.steps\": no module that is loaded declares it."));
   ASSERT_THAT(ClassRegistry::Declare(kRegistry), IsOk());
   ASSERT_THAT(ClassRegistry::Declare(kRegistry), IsOk());
   ASSERT_THAT(ClassRegistry::Find(kRegistry)->Insert(MakeStepClass()), IsOk());

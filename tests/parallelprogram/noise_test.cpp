@@ -199,9 +199,10 @@ TEST_F(NoiseTest, AHostWithoutNoisesRunsKernelsThatUseNone) {
   ClassRegistry::Withdraw(kRenderNoiseRegistry);
   EXPECT_EQ(Update().GetCount(), 0);
   SetNoise(0, 0, 1);
-  EXPECT_THAT(
-      program->UpdateUniforms(),
-      IsErrorWith(kIllegalArgumentError, "There is no registry \"net.ostra.render.registry.rendernoiseclasses\"."));
+  EXPECT_THAT(program->UpdateUniforms(),
+              IsErrorWith(kIllegalArgumentError,
+                          "There is no registry \"net.ostra.render.registry.rendernoiseclasses\": no module that is "
+                          "loaded declares it."));
   ASSERT_THAT(ClassRegistry::Declare(kRenderNoiseRegistry), IsOk());
   EXPECT_EQ(Update().GetCount(), 1);
 }
