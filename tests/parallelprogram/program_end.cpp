@@ -1,12 +1,18 @@
 // Ends in ways that an application should not: with a program that outlives its host, or while threads dispatch.
+//
+//   program_end CASE             with a program of the CPU
+//   program_end CASE FILE        with one of the GPU; FILE is the index kernel of the library
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <optional>
+#include <string>
+#include <string_view>
 #include <thread>
 
+#include "ostra/drawport/device_list.h"
 #include "ostra/host.h"
+#include "ostra/math/data_types.h"
 #include "parallelprogram/program/kernel_base.h"
 #include "parallelprogram/program/parallel_program.h"
 
@@ -43,6 +49,28 @@ Result<ParallelProgramRef> MakeProgram() {
   return program;
 }
 
+Result<void> RunIndexKernel(ParallelProgramInterface& program, const char* word) {
+  OSTRA_RETURN_IF_ERROR(program.DispatchKernel(1000, 1, 1, false));
+  OSTRA_ASSIGN_OR_RETURN(const Data data, program.GetGlobalBufferData("values"_iid));
+  OSTRA_ASSIGN_OR_RETURN(const Array<Generic> values, data.Get<Array<Generic>>());
+  if (values.GetFirstBlock<UInt32>()[999] == 999) std::puts(word);
+  return OK;
+}
+
+// A program that has been used: its device is open.
+Result<ParallelProgramRef> MakeGpuProgram(const char* kernelFile) {
+  OSTRA_ASSIGN_OR_RETURN(ParallelProgramRef program, CreateObject<ParallelProgramInterface>(kGpuProgramClass));
+  OSTRA_RETURN_IF_ERROR(program->Init(Url(), nullptr, 0, true));
+  OSTRA_ASSIGN_OR_RETURN(const Url file, Url::Create(kernelFile));
+  OSTRA_RETURN_IF_ERROR(program->AddKernel("k"_iid, file, true));
+  OSTRA_RETURN_IF_ERROR(program->CreateUniformBuffer("values"_iid, GetDataType<UInt32>(), 1000));
+  OSTRA_RETURN_IF_ERROR(program->SetBufferToActiveKernelSameId("values"_iid));
+  OSTRA_RETURN_IF_ERROR(program->SetUniform("count"_iid, UInt32(1000)));
+  OSTRA_RETURN_IF_ERROR(program->UpdateUniforms());
+  OSTRA_RETURN_IF_ERROR(RunIndexKernel(*program, "ready"));
+  return program;
+}
+
 std::atomic<int> g_dispatches{0};
 
 // Never destroyed, as threads go on until the process is gone.
@@ -54,30 +82,48 @@ ParallelProgramRef& GetProgram() {
 void DispatchForEver() {
   for (;;) {
     if (!GetProgram()->DispatchKernel(100000, 1, 1, false)) std::abort();
-    ++g_dispatches;
+    if (++g_dispatches % 16 == 0 && !GetProgram()->Execute(false)) std::abort();
   }
 }
 
-Result<void> Run(const char* name) {
+Result<void> UseCounter() {
+  OSTRA_RETURN_IF_ERROR(GetProgram()->DispatchKernel(1000, 1, 1, false));
+  OSTRA_ASSIGN_OR_RETURN(const UInt32 total, GetProgram()->GetAtomicCounter("total"_iid));
+  if (total == 1000) std::puts("counted");
+  return OK;
+}
+
+// `kernelFile` for a program of the GPU: the index kernel of the library.
+Result<void> Run(std::string_view name, const char* kernelFile) {
   std::optional<Host> host;
   OSTRA_ASSIGN_OR_RETURN(Host made, Host::Create({.readsEnvironment = false}));
   host.emplace(std::move(made));
   OSTRA_RETURN_IF_ERROR(host->LoadModule("parallelprogram"));
-  OSTRA_ASSIGN_OR_RETURN(GetProgram(), MakeProgram());
-  if (std::strcmp(name, "outlives") == 0) {
+  if (kernelFile) {
+    OSTRA_RETURN_IF_ERROR(host->LoadModule("drawport_vulkan"));
+    if (const auto devices = GetDrawportDevices(); !devices) {
+      std::printf("skipped without a GPU: %s\n", std::string(devices.GetError().GetMessage().GetView()).c_str());
+      return OK;
+    }
+  }
+  OSTRA_ASSIGN_OR_RETURN(GetProgram(), kernelFile ? MakeGpuProgram(kernelFile) : MakeProgram());
+  if (name == "outlives") {
     host.reset();
-    OSTRA_RETURN_IF_ERROR(GetProgram()->DispatchKernel(1000, 1, 1, false));
-    OSTRA_ASSIGN_OR_RETURN(const UInt32 total, GetProgram()->GetAtomicCounter("total"_iid));
-    if (total == 1000) std::puts("counted");
+    OSTRA_RETURN_IF_ERROR(kernelFile ? RunIndexKernel(*GetProgram(), "counted") : UseCounter());
     GetProgram() = nullptr;
     return OK;
   }
   std::thread(DispatchForEver).detach();
   while (g_dispatches < 10) std::this_thread::yield();
-  if (std::strcmp(name, "exits") == 0) std::exit(0);
+  if (name == "exits") std::exit(0);
   return OK;  // the host ends while the thread dispatches
 }
 
 }  // namespace
 
-int main(int count, char** arguments) { return count == 2 && Run(arguments[1]) ? 0 : 1; }
+int main(int count, char** arguments) {
+  if (count < 2) return 1;
+  const Result<void> result = Run(arguments[1], count > 2 ? arguments[2] : nullptr);
+  if (!result) std::puts(std::string(result.GetError().GetMessage().GetView()).c_str());
+  return result ? 0 : 1;
+}
