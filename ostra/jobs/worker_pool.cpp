@@ -126,9 +126,10 @@ void Stop() {
     CriticalOutput("A job must not end the process: exit() was called on a worker thread.");
     std::abort();
   }
+  for (Int present = g_presentCount.load(); present > 0; present = g_presentCount.load()) g_presentCount.wait(present);
+  // No loop of a job any more, which may still run until here.
   if (SharedLoop::HasUsedLoops())
     CriticalOutput("The process ends while threads run parallel loops, as dispatches are; end these threads before.");
-  for (Int present = g_presentCount.load(); present > 0; present = g_presentCount.load()) g_presentCount.wait(present);
 }
 
 Bool IsStopping() { return g_stopping.load(); }
