@@ -11,6 +11,7 @@
 #include "bench/workloads/texture_data.h"
 #include "bench/workloads/workloads.h"
 #include "parallelprogram/textures/sampler_family.h"
+#include "parallelprogram/textures/sampler_lanes.h"
 #include "parallelprogram/textures/texture_factory.h"
 #include "parallelprogram/textures/texture_records.h"
 
@@ -70,6 +71,7 @@ std::unique_ptr<ostra::TextureSamplerDataHelper> MakeSampler(const ostra::Textur
   sampler->_fetch = Need(SelectFetchFunction<2, 4>(data));
   sampler->_valueType = Need(GetElementType(data));
   sampler->_samplingData = Need(BuildSamplingData(data));
+  SetSamplerLanes(*sampler, 2, 4, data);
   return sampler;
 }
 

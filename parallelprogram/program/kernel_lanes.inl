@@ -119,26 +119,57 @@ OSTRA_LANE_INLINE Vec4<T> GetLane(const LaneVec4<T>& lanes, int lane) {
   return {lanes.x.Get(lane), lanes.y.Get(lane), lanes.z.Get(lane), lanes.w.Get(lane)};
 }
 
-// Values of a texture, one lookup per lane.
+// The coordinates of all lanes, those of each axis one after the other, as wide lookups take them.
+template <class T>
+OSTRA_LANE_INLINE void StoreAxes(T* axes, const Lanes<T>& at) {
+  Store(axes, at);
+}
+template <class T>
+OSTRA_LANE_INLINE void StoreAxes(T* axes, const LaneVec2<T>& at) {
+  Store(axes, at.x), Store(axes + kLaneCount, at.y);
+}
+template <class T>
+OSTRA_LANE_INLINE void StoreAxes(T* axes, const LaneVec3<T>& at) {
+  Store(axes, at.x), Store(axes + kLaneCount, at.y), Store(axes + 2 * kLaneCount, at.z);
+}
+
+// Values of a texture: a call of `wide` for all lanes when the sampler has that form, else one of `one` per lane.
+template <class Value, class T, class Wide, class Sampler, class Coordinates, class One>
+OSTRA_LANE_INLINE typename Spread<Value>::Lane LookUpLanes(Wide wide, const Sampler& sampler,
+                                                           const Coordinates& coordinates, Lanes<UInt32> layer,
+                                                           Mask mask, One&& one) {
+  if (wide) [[likely]] {
+    using Spreading = Spread<Value>;
+    alignas(64) T axes[Sampler::kDimensions * kLaneCount];
+    alignas(64) UInt32 layers[kLaneCount];
+    alignas(64) Native<typename Spreading::Part> result[Spreading::kParts];
+    StoreAxes(axes, coordinates);
+    Store(layers, layer);
+    wide(result, axes, layers, GetBits(mask), &sampler);
+    return Spreading::Join(result);
+  }
+  Value values[kLaneCount] = {};
+  ForEachLaneIn(
+      mask, [&](int lane) __attribute__((always_inline)) { values[lane] = one(lane); });
+  return Load(values);
+}
 template <class Texture, class Coordinates>
 OSTRA_LANE_INLINE auto SampleLanes(const Texture& texture, const Coordinates& coordinates, Lanes<UInt32> layer,
                                    Mask mask) {
-  typename Texture::Value values[kLaneCount] = {};
-  ForEachLaneIn(
+  return LookUpLanes<typename Texture::Value, Float32>(
+      texture.GetSampler().GetSampleLanes(OSTRA_LANE_LEVEL), texture.GetSampler(), coordinates, layer,
       mask, [&](int lane) __attribute__((always_inline)) {
-        values[lane] = texture.Sample(GetLane(coordinates, lane), layer.Get(lane));
+        return texture.Sample(GetLane(coordinates, lane), layer.Get(lane));
       });
-  return Load(values);
 }
 template <class Texture, class Coordinates>
 OSTRA_LANE_INLINE auto FetchLanes(const Texture& texture, const Coordinates& coordinates, Lanes<UInt32> layer,
                                   Mask mask) {
-  typename Texture::Value values[kLaneCount] = {};
-  ForEachLaneIn(
+  return LookUpLanes<typename Texture::Value, Int32>(
+      texture.GetSampler().GetFetchLanes(OSTRA_LANE_LEVEL), texture.GetSampler(), coordinates, layer,
       mask, [&](int lane) __attribute__((always_inline)) {
-        values[lane] = texture.Fetch(GetLane(coordinates, lane), layer.Get(lane));
+        return texture.Fetch(GetLane(coordinates, lane), layer.Get(lane));
       });
-  return Load(values);
 }
 template <class Body, class Index, class Position>
 OSTRA_LANE_INLINE Lanes<Float32> NoiseLanes(const Body& body, Index number, const Position& position,

@@ -70,6 +70,8 @@ class KernelTexture {
     return layer;
   }
 
+  const Sampler& GetSampler() const { return *_sampler; }
+
   // The pointer that the program sets.
   const Sampler*& GetTarget() { return _sampler; }
 

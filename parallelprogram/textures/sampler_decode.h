@@ -85,13 +85,14 @@ inline T Normalize(T value) {
 // takes longer than a call, and there are many callers.
 Float32 DecodeSrgb(Float32 value);
 
-// What the 8-bit formats decode to with the sRGB curve, by signedness, normalization and byte: powf is slow.
-struct SrgbTables {
-  Float32 values[2][2][256];
+// What the 8-bit formats decode to without and with the sRGB curve, by signedness, normalization and byte: powf is
+// slow.
+struct ByteTables {
+  Float32 values[2][2][2][256];
 };
-[[gnu::visibility("hidden")]] extern SrgbTables g_srgbTables;  // read without a detour
+[[gnu::visibility("hidden")]] extern ByteTables g_byteTables;  // read without a detour
 // Fills the tables; called before a function that reads them is handed out.
-void PrepareSrgbTables();
+void PrepareByteTables();
 
 template <TextureFormat kFormat, Bool kIsNormalized, Bool kIsSrgb, Int kTexelChannels>
 struct Decoder {
@@ -141,7 +142,7 @@ struct Decoder {
   }
 
  private:
-  static const Float32* GetSrgbTable() { return g_srgbTables.values[std::is_signed_v<Element>][kIsNormalized]; }
+  static const Float32* GetSrgbTable() { return g_byteTables.values[true][std::is_signed_v<Element>][kIsNormalized]; }
 
   OSTRA_SAMPLER_INLINE static Float4 LoadSrgb(const Byte* texel) {
     const Float32* table = GetSrgbTable();

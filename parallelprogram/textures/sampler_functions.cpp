@@ -4,24 +4,28 @@
 
 namespace ostra::sampler {
 
-SrgbTables g_srgbTables;
+ByteTables g_byteTables;
 
 namespace {
 
-template <TextureFormat kFormat>
-void FillSrgbTable(Float32 (&tables)[2][256]) {
+template <TextureFormat kFormat, Bool kIsSigned>
+void FillByteTables() {
   using Element = typename ElementOf<kFormat>::Type;
+  const auto fill = [](Bool isNormalized, Byte byte, Float32 value) {
+    g_byteTables.values[false][kIsSigned][isNormalized][byte] = value;
+    g_byteTables.values[true][kIsSigned][isNormalized][byte] = DecodeSrgb(value);
+  };
   for (Int i = 0; i < 256; ++i) {
     const Byte byte = static_cast<Byte>(i);
     const Float32 value = static_cast<Float32>(Read<Element>(&byte));
-    tables[false][i] = DecodeSrgb(value);
-    tables[true][i] = DecodeSrgb(Normalize<kFormat>(value));
+    fill(false, byte, value);
+    fill(true, byte, Normalize<kFormat>(value));
   }
 }
 
-Bool FillSrgbTables() {
-  FillSrgbTable<TextureFormat::U8>(g_srgbTables.values[false]);
-  FillSrgbTable<TextureFormat::I8>(g_srgbTables.values[true]);
+Bool FillAllByteTables() {
+  FillByteTables<TextureFormat::U8, false>();
+  FillByteTables<TextureFormat::I8, true>();
   return true;
 }
 
@@ -35,7 +39,7 @@ Float32 DecodeSrgb(Float32 value) {
   return std::pow((value + 0.055f) / 1.055f, 2.4f);
 }
 
-void PrepareSrgbTables() { [[maybe_unused]] static const Bool isFilled = FillSrgbTables(); }
+void PrepareByteTables() { [[maybe_unused]] static const Bool isFilled = FillAllByteTables(); }
 
 template <Int kDimensions>
 const Byte* FindOutside(const Int32* coordinates, UInt32 layer, const SamplingData& data, Int stride) {

@@ -70,7 +70,7 @@ Result<typename Group::Function> SelectByFormat(const TextureBindData& bindData)
 
 template <class Group>
 Result<typename Group::Function> SelectByChannels(const TextureBindData& bindData) {
-  PrepareSrgbTables();
+  PrepareByteTables();
   switch (bindData._numChannels) {
     case 1:
       return SelectByFormat<Group, 1>(bindData);

@@ -80,6 +80,32 @@ constexpr Int GetElementSize(TextureFormat format) {
 using SampleFunction = void* (*)(void* result, const Float32* coordinates, UInt32 layer, const SamplingData* data);
 using FetchFunction = void* (*)(void* result, const Int32* coordinates, UInt32 layer, const SamplingData* data);
 
+struct TextureSamplerDataHelper;
+
+// Lookups of several invocations at once, one per lane: 4, 8 or 16 lanes by instruction level (ostra/math/lanes). All
+// arrays hold the numbers of all lanes one after the other: `coordinates` those of the x, then those of the y and of
+// the z; `result` those of the first channel, then those of the second and so on (32 bits each, bytes as UInt32). Bit i
+// of `mask` says whether lane i takes part; what the result holds for the others is not defined.
+using SampleLanesFunction = void (*)(void* result, const Float32* coordinates, const UInt32* layers, UInt32 mask,
+                                     const TextureSamplerDataHelper* sampler);
+using FetchLanesFunction = void (*)(void* result, const Int32* coordinates, const UInt32* layers, UInt32 mask,
+                                    const TextureSamplerDataHelper* sampler);
+
+// The wide form of a sampler's functions, with the same bits. A sampler may have none.
+struct SamplerLanes {
+  static constexpr Int kLevels = 3;
+
+  SampleFunction sampleOne = nullptr;  // what the others stand for: they hold for a sampler with these functions
+  FetchFunction fetchOne = nullptr;
+  SampleLanesFunction sample[kLevels] = {};  // null when there is none
+  FetchLanesFunction fetch[kLevels] = {};
+  TextureFormat format = TextureFormat::F32;  // how a texel becomes a value
+  Bool isNormalized = false;
+  Bool isSrgb = false;
+  UInt32 channels = 0;
+  UInt32 outputs = 0;
+};
+
 // The layout of all sampler objects. Copying and moving leave the target's _fetch as it is, so only the object that the
 // program made can be fetched from.
 struct TextureSamplerDataHelper {
@@ -88,6 +114,15 @@ struct TextureSamplerDataHelper {
   FetchFunction _fetch;
   SamplingData _samplingData;
   DataType _valueType;  // of one element
+  SamplerLanes _lanes;
+
+  // The wide form of a slot; null when there is none.
+  SampleLanesFunction GetSampleLanes(Int level) const {
+    return _lanes.sampleOne == _sample ? _lanes.sample[level] : nullptr;
+  }
+  FetchLanesFunction GetFetchLanes(Int level) const {
+    return _lanes.fetchOne == _fetch ? _lanes.fetch[level] : nullptr;
+  }
 
   TextureSamplerDataHelper() {}  // NOLINT(cppcoreguidelines-pro-type-member-init): kind and functions are left open
   TextureSamplerDataHelper(const TextureSamplerDataHelper&) = delete;
@@ -110,6 +145,7 @@ struct TextureSamplerDataHelper {
     _kind = other._kind;
     _sample = other._sample;
     _valueType = other._valueType;
+    _lanes = other._lanes;
   }
 };
 

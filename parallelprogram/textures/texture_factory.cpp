@@ -3,6 +3,7 @@
 #include "ostra/core/diagnostics.h"
 #include "ostra/core/format.h"
 #include "parallelprogram/textures/sampler_family.h"
+#include "parallelprogram/textures/sampler_lanes.h"
 #include "parallelprogram/textures/texture_records.h"
 
 OSTRA_UNIT("parallelprogram_cpu_impl");
@@ -18,6 +19,8 @@ struct Slots {
 
 struct Kind {
   Int32 number;
+  Int dimensions;
+  Int outputs;  // floats; 0 for a byte
   Slots slots;
   const DataType& (*getType)();
 };
@@ -36,16 +39,16 @@ constexpr Slots kLinearSlots = {&SelectSampleFunction<kDimensions, kChannels>,
                                 &SelectFetchFunction<kDimensions, kChannels>};
 
 #define OSTRA_LINEAR_KINDS(dimensions, channels, count, base)                   \
-  {base + dimensions, kLinearSlots<dimensions, count>,                          \
+  {base + dimensions, dimensions, count, kLinearSlots<dimensions, count>,       \
    &GetDataType<TextureSamplerObj_##dimensions##D_##channels##_F32_LINEAR>},    \
   {                                                                             \
-    base + 4 + dimensions, kLinearSlots<dimensions, count>,                     \
+    base + 4 + dimensions, dimensions, count, kLinearSlots<dimensions, count>,  \
         &GetDataType<TextureSamplerObj_##dimensions##D_##channels##_F32_LINEAR> \
   }
 #define OSTRA_KINDS(dimensions)                                                              \
-  {dimensions, kPointSlots<&SelectByteFetchFunction<dimensions>>,                            \
+  {dimensions, dimensions, 0, kPointSlots<&SelectByteFetchFunction<dimensions>>,             \
    &GetDataType<TextureSamplerObj_##dimensions##D_R_U8_POINT>},                              \
-      {28 + dimensions, kPointSlots<&SelectFetchFunction<dimensions, 1>>,                    \
+      {28 + dimensions, dimensions, 1, kPointSlots<&SelectFetchFunction<dimensions, 1>>,     \
        &GetDataType<TextureSamplerObj_##dimensions##D_R_F32_POINT>},                         \
       OSTRA_LINEAR_KINDS(dimensions, R, 1, 152), OSTRA_LINEAR_KINDS(dimensions, RG, 2, 184), \
       OSTRA_LINEAR_KINDS(dimensions, RGB, 3, 216), OSTRA_LINEAR_KINDS(dimensions, RGBA, 4, 248)
@@ -76,6 +79,7 @@ Result<void> FillSampler(TextureSamplerDataHelper& sampler, const Kind& kind, Sa
   OSTRA_ASSIGN_OR_RETURN(sampler._valueType, GetElementType(bindData));
   sampler._sample = sample;
   sampler._fetch = fetch;
+  SetSamplerLanes(sampler, kind.dimensions, kind.outputs, bindData);
   return OK;
 }
 

@@ -1,6 +1,10 @@
 // Every member of the family against the reference, bit by bit; and the selection of members.
+#include <limits>
+#include <memory>
 #include <set>
 
+#include "parallelprogram/program/kernel_loops.h"
+#include "parallelprogram/textures/sampler_lanes.h"
 #include "tests/parallelprogram/texture_family.h"
 
 namespace ostra::test {
@@ -109,6 +113,138 @@ TEST(SamplerFamilyTest, EveryMemberReadsTheNearestTexelWithoutAFilter) {
           << testing::PrintToString(at);
     }
   });
+}
+
+// A sampler with all its slots, for outputs 0 one of bytes.
+std::unique_ptr<const TextureSamplerDataHelper> MakeSampler(const Texture& texture, Int dimensions, Int outputs) {
+  auto made = std::make_unique<TextureSamplerDataHelper>();
+  TextureSamplerDataHelper& sampler = *made;
+  sampler._kind = 1;
+  sampler._samplingData = texture.Build();
+  if (outputs == 0) {
+    sampler._fetch = *kSelectByteFetch[dimensions - 1](texture.bindData);
+    sampler._sample = reinterpret_cast<SampleFunction>(sampler._fetch);
+  } else {
+    sampler._fetch = *kSelectFetch[dimensions - 1][outputs - 1](texture.bindData);
+    sampler._sample = *kSelectSample[dimensions - 1][outputs - 1](texture.bindData);
+  }
+  SetSamplerLanes(sampler, dimensions, outputs, texture.bindData);
+  return made;
+}
+
+// Where the lanes of a wide lookup point.
+enum class Places { kInside, kNear, kAnywhere };
+
+Float32 MakePlace(const Texture& texture, Int axis, Places places, std::mt19937& random, Float32) {
+  constexpr Float32 kInfinity = std::numeric_limits<Float32>::infinity();
+  constexpr Float32 kSpecial[] = {NAN,   kInfinity, -kInfinity, -0.0f, 0.0f,        0.49999997f, 1e9f,   -1e9f, 3e38f,
+                                  1e19f, -1e-30f,   1e-40f,     -2.0f, 16777216.0f, 1.0f,        1.5e8f, 0.5f};
+  if (places == Places::kAnywhere && random() % 3 == 0) return kSpecial[random() % std::size(kSpecial)];
+  if (places != Places::kInside) return MakeCoordinate(texture, axis, random);
+  const Float32 extent = static_cast<Float32>(texture.bindData._dimensions[static_cast<int>(axis)]);
+  const Float32 place = std::uniform_real_distribution<Float32>(0.51f, extent - 0.51f)(random);
+  return texture.bindData._normalizedCoordinates ? place / extent : place;
+}
+
+Int32 MakePlace(const Texture& texture, Int axis, Places places, std::mt19937& random, Int32) {
+  constexpr Int32 kSpecial[] = {INT32_MIN, INT32_MAX, INT32_MIN + 1, -16777217, 16777217, 1 << 30, -12, 60};
+  if (places == Places::kAnywhere && random() % 3 == 0) return kSpecial[random() % std::size(kSpecial)];
+  if (places != Places::kInside) return static_cast<Int32>(random() % 24) - 10;
+  return static_cast<Int32>(random() % texture.bindData._dimensions[static_cast<int>(axis)]);
+}
+
+// Compares one wide lookup with single ones. Lanes that are off point far out of the texels.
+template <class T, class Wide, class One>
+testing::AssertionResult LooksUpTheSame(const Texture& texture, const TextureSamplerDataHelper& sampler, Wide wide,
+                                        One one, UInt32 dimensions, UInt32 lanes, Places places, std::mt19937& random) {
+  constexpr UInt32 kMost = 16, kUntouched = 0x12345678;
+  const UInt32 mask = (random() % 2 ? 0xffffu : random() & random()) & ((1u << lanes) - 1);
+  T coordinates[3 * kMost];
+  UInt32 layers[kMost], result[4 * kMost + 1];
+  std::ranges::fill(result, kUntouched);
+  for (UInt32 lane = 0; lane < lanes; ++lane) {
+    const Bool isOn = mask >> lane & 1;
+    layers[lane] = isOn ? random() % 4 == 0 : 0x7ffffff0u;
+    for (UInt32 axis = 0; axis < dimensions; ++axis) {
+      coordinates[axis * lanes + lane] =
+          isOn ? MakePlace(texture, axis, places, random, T()) : static_cast<T>(random() % 2 ? 2e9 : -3.0);
+    }
+  }
+  wide(result, coordinates, layers, mask, &sampler);
+  const UInt32 outputs = std::max(sampler._lanes.outputs, 1u);
+  for (UInt32 i = outputs * lanes; i < std::size(result); ++i) {
+    if (result[i] != kUntouched) return testing::AssertionFailure() << "wrote behind the result";
+  }
+  for (UInt32 lane = 0; lane < lanes; ++lane) {
+    if (!(mask >> lane & 1)) continue;
+    T at[3];
+    for (UInt32 axis = 0; axis < dimensions; ++axis) at[axis] = coordinates[axis * lanes + lane];
+    UInt32 expected[4] = {};
+    one(expected, at, layers[lane], &sampler._samplingData);
+    for (UInt32 i = 0; i < outputs; ++i) {
+      const UInt32 actual = result[i * lanes + lane];
+      const Bool isSame = sampler._lanes.outputs == 0
+                              ? actual == expected[0]
+                              : HaveSameBits(std::bit_cast<Float32>(actual), std::bit_cast<Float32>(expected[i]));
+      if (isSame) continue;
+      return testing::AssertionFailure() << lanes << " lanes with mask " << mask << ": lane " << lane << " at "
+                                         << testing::PrintToString(std::vector<T>(at, at + dimensions)) << " of layer "
+                                         << layers[lane] << ", component " << i << " is "
+                                         << std::bit_cast<Float32>(actual) << " instead of "
+                                         << std::bit_cast<Float32>(expected[i]);
+    }
+  }
+  return testing::AssertionSuccess();
+}
+
+TEST(SamplerFamilyTest, EveryMemberHasAWideFormWithTheSameBits) {
+  std::mt19937 random(4);
+  const Int levels = static_cast<Int>(kernel::DetectInstructionLevel()) + 1;
+  ForEachMember([&](const Member& member) {
+    for (const Places places : {Places::kInside, Places::kInside, Places::kNear, Places::kAnywhere}) {
+      Texture texture = MakeTexture(member, random);
+      texture.bindData._filter = random() % 4 == 0 ? TextureFilter::POINT : TextureFilter::LINEAR;
+      // Mode 3 wraps nothing: what is outside must not be looked up.
+      if (places == Places::kInside && random() % 4 == 0)
+        texture.bindData._wrapModes[random() % 3] = static_cast<TextureWrapMode>(3);
+      const auto floatSampler = MakeSampler(texture, member.dimensions, member.outputs);
+      const auto byteSampler = MakeSampler(texture, member.dimensions, 0);
+      const TextureSamplerDataHelper &sampler = *floatSampler, &bytes = *byteSampler;
+      EXPECT_EQ(bytes.GetSampleLanes(0), nullptr);
+      const UInt32 dimensions = static_cast<UInt32>(member.dimensions);
+      for (Int level = 0; level < levels; ++level) {
+        const UInt32 lanes = 4u << level;
+        SCOPED_TRACE(testing::Message() << "dimensions " << member.dimensions << " format " << Int32(member.format)
+                                        << " channels " << member.channels << " outputs " << member.outputs
+                                        << " normalized " << member.normalized << " sRGB " << member.sRGB << " flags "
+                                        << sampler._samplingData._flags._bits);
+        ASSERT_TRUE(sampler.GetSampleLanes(level) && sampler.GetFetchLanes(level) && bytes.GetFetchLanes(level));
+        ASSERT_TRUE(LooksUpTheSame<Float32>(texture, sampler, sampler.GetSampleLanes(level), sampler._sample,
+                                            dimensions, lanes, places, random));
+        ASSERT_TRUE(LooksUpTheSame<Int32>(texture, sampler, sampler.GetFetchLanes(level), sampler._fetch, dimensions,
+                                          lanes, places, random));
+        if (member.outputs > 1) continue;
+        ASSERT_TRUE(LooksUpTheSame<Int32>(texture, bytes, bytes.GetFetchLanes(level), bytes._fetch, dimensions, lanes,
+                                          places, random));
+      }
+    }
+  });
+}
+
+TEST(SamplerFamilyTest, AWideFormHoldsForItsOwnSlotsOnly) {
+  const Texture texture = MakeCountingTexture({5, 4, 1});
+  const auto sampler = MakeSampler(texture, 2, 1);
+  TextureSamplerDataHelper copy;
+  copy._fetch = nullptr;
+  ASSERT_THAT(copy.CopyFrom(*sampler), IsOk());
+  EXPECT_NE(copy.GetSampleLanes(0), nullptr);
+  EXPECT_EQ(copy.GetSampleLanes(0), sampler->GetSampleLanes(0));
+  EXPECT_EQ(copy.GetFetchLanes(0), nullptr) << "a copy has no fetch function";
+  copy._fetch = sampler->_fetch;
+  EXPECT_EQ(copy.GetFetchLanes(0), sampler->GetFetchLanes(0));
+  copy._sample = *kSelectSample[1][1](texture.bindData);
+  EXPECT_EQ(copy.GetSampleLanes(0), nullptr);
+  EXPECT_EQ(TextureSamplerDataHelper()._lanes.sample[0], nullptr);
 }
 
 TEST(SamplerFamilyTest, EveryCombinationHasAFunctionOfItsOwn) {

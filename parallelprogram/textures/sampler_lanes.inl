@@ -1,0 +1,607 @@
+// Wide lookups for one instruction level, OSTRA_LANE_LEVEL. The arithmetic of a lane is that of sampler_functions.h, in
+// the same order.
+//
+// Texels are read lane by lane and put together: that is at least as quick as instructions that gather, where those are
+// slow much quicker, and every level has it.
+#include "ostra/math/lanes/lanes.inl"
+#include "parallelprogram/textures/sampler_decode.h"
+#include "parallelprogram/textures/sampler_lanes.h"
+
+#include "ostra/math/lanes/level_begin.inl"
+
+namespace ostra::OSTRA_LANES {
+namespace {
+
+using internal::LaneNumbers;
+using sampler::Float4;
+using sampler::Read;
+
+// Numbers of texels and their bytes fit into 32 bits, extents into floats and integers.
+constexpr UInt32 kLargestExtent = 1u << 28;
+constexpr Int kLargestSize = Int{1} << 31;
+
+template <int kDimensions>
+OSTRA_LANE_INLINE Bool HasWideForm(const SamplingData& data) {
+  Bool isPossible = data._texels && data._dataSize < kLargestSize;
+  for (int i = 0; i < kDimensions; ++i) isPossible &= data._dimensions[i] - 1u < kLargestExtent;
+  return isPossible;
+}
+
+// The lanes of `bits`.
+OSTRA_LANE_INLINE Mask MakeMask(UInt32 bits) {
+  if (bits == kAllBits) return true;
+  return (ShiftRight(Lanes<UInt32>(bits), MakeIota<UInt32>()) & 1u) != 0u;
+}
+
+// Same value as fmodf (but for the sign of a zero, which truncation drops), where `isExact` holds: with a quotient
+// below 2^28 the product and the difference are exact in 64 bits.
+OSTRA_LANE_INLINE Lanes<Float32> Remainder(Lanes<Float32> value, Float32 divisor, Mask& isExact) {
+  constexpr Float64 kLimit = 268435456.0;
+  const Lanes<Float64> wide = Convert<Float64>(value);
+  const Lanes<Float64> quotient = wide / Lanes<Float64>(Float64{divisor});
+  isExact = (quotient < Lanes<Float64>(kLimit)) & (quotient > Lanes<Float64>(-kLimit));
+  const Lanes<Float64> whole = Convert<Float64>(Convert<Int32>(Select(isExact, quotient, Lanes<Float64>(0.0))));
+  return Convert<Float32>(wide - whole * Lanes<Float64>(Float64{divisor}));
+}
+
+// The texels along an axis that places point into; takes lanes without a quick way out of `easy`. Where the result is
+// set, it is the border.
+OSTRA_LANE_INLINE Mask ResolveLanes(Lanes<Float32> place, Float32 size, UInt32 mode, Mask& easy, Lanes<Int32>& index) {
+  const Mask isBelow = place < 0.0f;
+  const Mask isOutside = isBelow | (place >= size);
+  Mask border = false;
+  easy = easy & (place == place);
+  if (Any(isOutside & easy)) {
+    switch (static_cast<TextureWrapMode>(mode)) {
+      case TextureWrapMode::REPEAT: {
+        Lanes<Float32> rest = Select(isBelow, place, place - size);
+        if (Any(easy & ((place <= -size) | (place >= size + size)))) {
+          Mask isExact;
+          rest = Remainder(place, size, isExact);
+          easy = easy & isExact;
+        }
+        place = Select(isOutside, Select(isBelow, size + rest, rest), place);
+        break;
+      }
+      case TextureWrapMode::CLAMP:
+        place = Select(isOutside, Select(isBelow, Lanes<Float32>(0.0f), Lanes<Float32>(size - 1.0f)), place);
+        break;
+      case TextureWrapMode::BORDER:
+        place = Select(isOutside, Lanes<Float32>(0.0f), place);
+        border = isOutside;
+        break;
+      default:
+        easy = AndNot(easy, isOutside);
+        break;
+    }
+  }
+  index = Convert<Int32>(place);
+  return border;
+}
+
+// The neighbours of all lanes along each axis.
+template <int kDimensions>
+struct LaneNeighbours {
+  Lanes<Int32> first[kDimensions], second[kDimensions];
+  Lanes<Float32> weight[kDimensions];
+  Mask border[2][kDimensions];
+  Bool isSideBySide;  // the second neighbours are right behind the first ones, and none is the border
+  Bool hasBorder;
+};
+
+template <int kDimensions>
+OSTRA_LANE_INLINE void LoadPlaces(const Float32* coordinates, const SamplingData& data, Lanes<Float32>* places) {
+  const Bool isNormalized = data._flags._bits >= PackedTextureFlags::kNormalizedCoordinates;
+  for (int i = 0; i < kDimensions; ++i) {
+    places[i] = Load(coordinates + i * kLaneCount);
+    if (isNormalized) places[i] = places[i] * static_cast<Float32>(static_cast<Int32>(data._dimensions[i]));
+  }
+}
+
+template <int kDimensions>
+OSTRA_LANE_INLINE void FindLaneNeighbours(const Lanes<Float32>* places, const SamplingData& data, Mask& easy,
+                                          LaneNeighbours<kDimensions>& neighbours) {
+  Mask isNear = true;
+  for (int i = 0; i < kDimensions; ++i) {
+    const Float32 size = static_cast<Float32>(static_cast<Int32>(data._dimensions[i]));
+    const Lanes<Float32> position = places[i] + -0.5f, next = position + 1.0f;
+    neighbours.first[i] = Convert<Int32>(position);
+    neighbours.second[i] = Convert<Int32>(next);
+    neighbours.weight[i] = position - Convert<Float32>(neighbours.first[i]);
+    neighbours.border[0][i] = neighbours.border[1][i] = false;
+    isNear = isNear & (position >= 0.0f) & (next < size) & (neighbours.second[i] - neighbours.first[i] == 1);
+  }
+  neighbours.hasBorder = false;
+  neighbours.isSideBySide = All(isNear | !easy);
+  if (neighbours.isSideBySide) return;
+  Mask border = false;
+  for (int i = 0; i < kDimensions; ++i) {
+    const Float32 size = static_cast<Float32>(static_cast<Int32>(data._dimensions[i]));
+    const UInt32 mode = sampler::GetWrapMode(data._flags._bits, i);
+    const Lanes<Float32> position = places[i] + -0.5f;
+    neighbours.weight[i] = position - floor(position);
+    neighbours.border[0][i] = ResolveLanes(position, size, mode, easy, neighbours.first[i]);
+    neighbours.border[1][i] = ResolveLanes(position + 1.0f, size, mode, easy, neighbours.second[i]);
+    border = border | neighbours.border[0][i] | neighbours.border[1][i];
+  }
+  neighbours.hasBorder = Any(border & easy);
+}
+
+// The bytes from the first texel to those at `index`; 0 for lanes that are not in `easy`.
+template <int kDimensions>
+OSTRA_LANE_INLINE Lanes<UInt32> GetTexelOffsets(const Lanes<Int32>* index, Lanes<UInt32> layer,
+                                                const SamplingData& data, UInt32 stride, Mask easy) {
+  const auto number = [&](int i) __attribute__((always_inline)) { return BitCast<UInt32>(index[i]); };
+  const Vec3<UInt32>& extent = data._dimensions;
+  Lanes<UInt32> texel;
+  if constexpr (kDimensions == 1)
+    texel = layer * extent.x + number(0);
+  else if constexpr (kDimensions == 2)
+    texel = (layer * extent.y + number(1)) * extent.x + number(0);
+  else
+    texel = ((layer * extent.z + number(2)) * extent.y + number(1)) * extent.x + number(0);
+  return Select(easy, texel * stride, Lanes<UInt32>(0u));
+}
+
+// The bytes from the first neighbours to those of a corner, when all lie side by side.
+OSTRA_LANE_INLINE Int GetCornerBytes(int corner, const SamplingData& data, UInt32 stride) {
+  const Int row = Int{data._dimensions.x} * stride;
+  return (corner & 1 ? Int{stride} : 0) + (corner & 2 ? row : 0) + (corner & 4 ? Int{data._dimensions.y} * row : 0);
+}
+
+OSTRA_LANE_INLINE Native<Float32> LerpLanes(Native<Float32> a, Native<Float32> b, Native<Float32> weight) {
+  return (b - a) * weight + a;
+}
+
+// Blends the corners along x, then y, then z. `load` gives the values of a corner.
+template <int kDimensions, class Load>
+OSTRA_LANE_INLINE Native<Float32> BlendCorners(const Native<Float32>* weight, const Load& load) {
+  const auto along = [&](int corner) __attribute__((always_inline)) {
+    return LerpLanes(load(corner), load(corner + 1), weight[0]);
+  };
+  if constexpr (kDimensions == 1) {
+    return along(0);
+  } else {
+    const auto plane = [&](int corner) __attribute__((always_inline)) {
+      return LerpLanes(along(corner), along(corner + 2), weight[1]);
+    };
+    if constexpr (kDimensions == 2)
+      return plane(0);
+    else
+      return LerpLanes(plane(0), plane(4), weight[2]);
+  }
+}
+
+// A value of memory for each lane.
+template <class T, class Place, int... lane>
+OSTRA_LANE_INLINE Native<T> PickEach(const Place& place, std::integer_sequence<int, lane...>) {
+  return Native<T>{Read<T>(place(lane))...};
+}
+
+// Floats of one channel that lie side by side: both neighbours along x are read at once.
+template <int... lane>
+OSTRA_LANE_INLINE void ReadPairs(const Byte* texels, const UInt32* offsets, Native<Float32>& first,
+                                 Native<Float32>& second, std::integer_sequence<int, lane...>) {
+  typedef Float64 Pairs __attribute__((vector_size(sizeof(Native<Float32>))));  // only to move eight bytes at once
+  constexpr int kHalf = kLaneCount / 2;
+  const auto read = [&](int i) __attribute__((always_inline)) { return Read<Float64>(texels + offsets[i]); };
+  const auto half = [&]<int... pair>(int begin, std::integer_sequence<int, pair...>) __attribute__((always_inline)) {
+    return reinterpret_cast<Native<Float32>>(Pairs{read(begin + pair)...});
+  };
+  const Native<Float32> low = half(0, std::make_integer_sequence<int, kHalf>());
+  const Native<Float32> high = half(kHalf, std::make_integer_sequence<int, kHalf>());
+  first = __builtin_shufflevector(low, high, (2 * lane)...);
+  second = __builtin_shufflevector(low, high, (2 * lane + 1)...);
+}
+
+template <int kDimensions>
+OSTRA_LANE_INLINE Native<Float32> BlendPairs(const SamplingData& data, const UInt32* offsets,
+                                             const Native<Float32>* weight) {
+  constexpr int kRows = 1 << (kDimensions - 1);
+  Native<Float32> rows[kRows];
+  for (int row = 0; row < kRows; ++row) {
+    Native<Float32> first, second;
+    ReadPairs(data._texels + GetCornerBytes(2 * row, data, sizeof(Float32)), offsets, first, second, LaneNumbers());
+    rows[row] = LerpLanes(first, second, weight[0]);
+  }
+  if constexpr (kDimensions == 1) return rows[0];
+  if constexpr (kDimensions == 2) return LerpLanes(rows[0], rows[1], weight[1]);
+  if constexpr (kDimensions == 3)
+    return LerpLanes(LerpLanes(rows[0], rows[1], weight[1]), LerpLanes(rows[2], rows[3], weight[1]), weight[2]);
+}
+
+// Floats of two channels and more: whole texels are blended, a quarter of the lanes at once. What lies behind a texel
+// of less than four channels is read and never used.
+template <int kGroup, class Texel>
+OSTRA_LANE_INLINE Native<Float32> ReadTexels(const Texel& texel) {
+  constexpr int kFirst = kGroup * kLaneCount / 4;
+  const auto read = [&](int lane) __attribute__((always_inline)) { return Read<Float4>(texel(kFirst + lane)); };
+#if OSTRA_LANE_LEVEL == 0
+  return read(0);
+#elif OSTRA_LANE_LEVEL == 1
+  return __builtin_shufflevector(read(0), read(1), 0, 1, 2, 3, 4, 5, 6, 7);
+#else
+  const auto join = [&](int lane) __attribute__((always_inline)) {
+    return __builtin_shufflevector(read(lane), read(lane + 1), 0, 1, 2, 3, 4, 5, 6, 7);
+  };
+  return __builtin_shufflevector(join(0), join(2), 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
+#endif
+}
+
+template <int kDimensions, int kGroup, class GetTexel, int... lane>
+OSTRA_LANE_INLINE Native<Float32> BlendGroup(const Native<Float32>* weight, const GetTexel& getTexel,
+                                             std::integer_sequence<int, lane...>) {
+  Native<Float32> spread[kDimensions];
+  for (int i = 0; i < kDimensions; ++i)
+    spread[i] = __builtin_shufflevector(weight[i], weight[i], (kGroup * kLaneCount / 4 + lane / 4)...);
+  return BlendCorners<kDimensions>(
+      spread, [&](int corner) __attribute__((always_inline)) {
+        return ReadTexels<kGroup>([&](int number) __attribute__((always_inline)) { return getTexel(corner, number); });
+      });
+}
+
+template <int kDimensions, class GetTexel>
+OSTRA_LANE_INLINE void BlendTexels(const Native<Float32>* weight, const GetTexel& getTexel, UInt32 outputs,
+                                   Byte* result) {
+  const Native<Float32> rows[4] = {BlendGroup<kDimensions, 0>(weight, getTexel, LaneNumbers()),
+                                   BlendGroup<kDimensions, 1>(weight, getTexel, LaneNumbers()),
+                                   BlendGroup<kDimensions, 2>(weight, getTexel, LaneNumbers()),
+                                   BlendGroup<kDimensions, 3>(weight, getTexel, LaneNumbers())};
+  Native<Float32> parts[4];
+  internal::PickParts<4, Float32>(rows, parts, std::make_integer_sequence<int, 4>());
+  for (UInt32 i = 0; i < outputs; ++i) std::memcpy(result + i * sizeof(parts[0]), &parts[i], sizeof(parts[0]));
+}
+
+// Any element as a value of its sampler.
+[[gnu::noinline]] void DecodeElements(const SamplerLanes& lanes, const Byte* elements, const UInt32* offsets,
+                                      Float32* result) {
+  OSTRA_LANE_CLEAR;
+  const auto place = [&](int lane) __attribute__((always_inline)) { return elements + offsets[lane]; };
+  const auto convert = [&]<class T>(T) __attribute__((always_inline)) {
+    Lanes<Float32> values;
+    for (int i = 0; i < kLaneCount; ++i) values.v[i] = static_cast<Float32>(Read<T>(place(i)));
+    return values;
+  };
+  constexpr Float32 kInverseOf32Bits = 1.0f / 4294967296.0f;
+  Lanes<Float32> values;
+  switch (lanes.format) {
+    case TextureFormat::U8:
+      values = convert(UInt8());
+      if (lanes.isNormalized) values = values / 255.0f;
+      break;
+    case TextureFormat::I8:
+      values = convert(Int8());
+      if (lanes.isNormalized) values = (values + 128.0f) / 255.0f;
+      break;
+    case TextureFormat::U16:
+      values = convert(UInt16());
+      if (lanes.isNormalized) values = values / 65535.0f;
+      break;
+    case TextureFormat::I16:
+      values = convert(Int16());
+      if (lanes.isNormalized) values = (values + 32768.0f) / 65535.0f;
+      break;
+    case TextureFormat::U32:
+      values = convert(UInt32());
+      if (lanes.isNormalized) values = values * kInverseOf32Bits;
+      break;
+    case TextureFormat::I32:
+      values = convert(Int32());
+      if (lanes.isNormalized) values = (values + 2147483648.0f) * kInverseOf32Bits;
+      break;
+    default:
+      values = convert(Float32());
+      break;
+  }
+  const Bool isSigned =
+      lanes.format == TextureFormat::I8 || lanes.format == TextureFormat::I16 || lanes.format == TextureFormat::I32;
+  if (lanes.isNormalized && isSigned) values = values + values + -1.0f;
+  Store(result, values);
+  OSTRA_LANE_CLEAR;
+  if (!lanes.isSrgb) return;
+  for (int i = 0; i < kLaneCount; ++i) result[i] = sampler::DecodeSrgb(result[i]);
+}
+
+// How the texels of a sampler are read.
+enum class TexelKind { kFloats, kBytes, kOthers };
+
+OSTRA_LANE_INLINE TexelKind GetTexelKind(const SamplerLanes& lanes) {
+  if (GetElementSize(lanes.format) == 1) return TexelKind::kBytes;
+  const Bool isFloat = lanes.format == TextureFormat::F32 || lanes.format == TextureFormat::F16;
+  return isFloat && !lanes.isSrgb ? TexelKind::kFloats : TexelKind::kOthers;
+}
+
+OSTRA_LANE_INLINE const Float32* GetByteTable(const SamplerLanes& lanes) {
+  return sampler::g_byteTables.values[lanes.isSrgb][lanes.format == TextureFormat::I8][lanes.isNormalized];
+}
+
+// The values of the texels at some offsets for each corner, channel by channel.
+template <int kCorners, TexelKind kKind>
+struct TexelReader {
+  OSTRA_LANE_INLINE TexelReader(const SamplerLanes& lanes, const Byte* texels, const UInt32 (*offsets)[kLaneCount])
+      : _lanes(lanes), _texels(texels), _offsets(offsets) {
+    if constexpr (kKind == TexelKind::kBytes) {
+      _table = GetByteTable(lanes);
+      for (int corner = 0; corner < kCorners; ++corner)
+        for (int i = 0; i < kLaneCount; ++i) _bytes[corner][i] = Read<UInt32>(texels + offsets[corner][i]);
+    }
+  }
+
+  OSTRA_LANE_INLINE Native<Float32> Load(int corner, UInt32 channel) const {
+    if (channel >= _lanes.channels) return Native<Float32>{};
+    if constexpr (kKind == TexelKind::kBytes) {
+      const Byte* bytes = reinterpret_cast<const Byte*>(&_bytes[corner][0]) + channel;  // the first one is the lowest
+      return PickEach<Float32>(
+          [&](int lane) __attribute__((always_inline)) { return _table + bytes[4 * lane]; }, LaneNumbers());
+    } else if constexpr (kKind == TexelKind::kFloats) {
+      const Byte* elements = _texels + channel * sizeof(Float32);
+      return PickEach<Float32>(
+          [&](int lane) __attribute__((always_inline)) { return elements + _offsets[corner][lane]; }, LaneNumbers());
+    } else {
+      Float32 values[kLaneCount];
+      DecodeElements(_lanes, _texels + channel * static_cast<UInt32>(GetElementSize(_lanes.format)), _offsets[corner],
+                     values);
+      return ::ostra::OSTRA_LANES::Load(values).v;
+    }
+  }
+
+ private:
+  const SamplerLanes& _lanes;
+  const Byte* _texels;
+  const UInt32 (*_offsets)[kLaneCount];
+  const Float32* _table = nullptr;
+  UInt32 _bytes[kKind == TexelKind::kBytes ? kCorners : 1][kLaneCount];
+};
+
+// Blends channel by channel; corners that are in `borders` have the border colour.
+template <int kDimensions, TexelKind kKind>
+[[gnu::noinline]] void BlendChannels(const TextureSamplerDataHelper& sampler, const UInt32 (*offsets)[kLaneCount],
+                                     const Native<Float32>* weight, const Mask* borders, Byte* result) {
+  constexpr int kCorners = 1 << kDimensions;
+  const SamplingData& data = sampler._samplingData;
+  const TexelReader<kCorners, kKind> reader(sampler._lanes, data._texels, offsets);
+  for (UInt32 channel = 0; channel < sampler._lanes.outputs; ++channel) {
+    const Lanes<Float32> border = data._borderColor[channel];
+    const Native<Float32> value = BlendCorners<kDimensions>(
+        weight, [&](int corner) __attribute__((always_inline)) {
+          const Native<Float32> texel = reader.Load(corner, channel);
+          return borders ? Select(borders[corner], border, Lanes<Float32>::Make(texel)).v : texel;
+        });
+    std::memcpy(result + channel * sizeof(value), &value, sizeof(value));
+  }
+  OSTRA_LANE_CLEAR;
+}
+
+// Values of single texels; those in `border` have the border colour.
+template <TexelKind kKind>
+OSTRA_LANE_INLINE void ReadChannels(const TextureSamplerDataHelper& sampler, const UInt32 (*offsets)[kLaneCount],
+                                    Mask border, Byte* result) {
+  const SamplingData& data = sampler._samplingData;
+  const TexelReader<1, kKind> reader(sampler._lanes, data._texels, offsets);
+  for (UInt32 channel = 0; channel < sampler._lanes.outputs; ++channel) {
+    const auto texel = Lanes<Float32>::Make(reader.Load(0, channel));
+    const Lanes<Float32> value = Select(border, Lanes<Float32>(data._borderColor[channel]), texel);
+    std::memcpy(result + channel * sizeof(value), &value, sizeof(value));
+  }
+}
+[[gnu::noinline]] void ReadTexels(const TextureSamplerDataHelper& sampler, const UInt32 (*offsets)[kLaneCount],
+                                  const Mask* border, Byte* result) {
+  switch (GetTexelKind(sampler._lanes)) {
+    case TexelKind::kFloats:
+      ReadChannels<TexelKind::kFloats>(sampler, offsets, *border, result);
+      break;
+    case TexelKind::kBytes:
+      ReadChannels<TexelKind::kBytes>(sampler, offsets, *border, result);
+      break;
+    default:
+      ReadChannels<TexelKind::kOthers>(sampler, offsets, *border, result);
+      break;
+  }
+  OSTRA_LANE_CLEAR;
+}
+
+// Lanes of a linear lookup whose neighbours are known. `easy` has one lane at least.
+template <int kDimensions>
+OSTRA_LANE_INLINE void SampleLinear(const TextureSamplerDataHelper& sampler,
+                                    const LaneNeighbours<kDimensions>& neighbours, Lanes<UInt32> layer, Mask easy,
+                                    Byte* result) {
+  constexpr int kCorners = 1 << kDimensions;
+  const SamplingData& data = sampler._samplingData;
+  const SamplerLanes& lanes = sampler._lanes;
+  const UInt32 stride = lanes.channels * static_cast<UInt32>(GetElementSize(lanes.format));
+  const TexelKind kind = GetTexelKind(lanes);
+  Native<Float32> weight[kDimensions];
+  for (int i = 0; i < kDimensions; ++i) weight[i] = neighbours.weight[i].v;
+  alignas(64) UInt32 offsets[kCorners][kLaneCount];
+  const Bool isWhole = kind == TexelKind::kFloats && lanes.channels > 1 && lanes.outputs <= lanes.channels;
+  if (neighbours.isSideBySide) {
+    const Lanes<UInt32> first = GetTexelOffsets<kDimensions>(neighbours.first, layer, data, stride, easy);
+    Store(offsets[0], first);
+    if (kind == TexelKind::kFloats && lanes.channels == 1 && lanes.outputs == 1) {
+      const Native<Float32> value = BlendPairs<kDimensions>(data, offsets[0], weight);
+      std::memcpy(result, &value, sizeof(value));
+      return;
+    }
+    if (isWhole) {
+      const Byte* texels[kCorners];
+      for (int corner = 0; corner < kCorners; ++corner)
+        texels[corner] = data._texels + GetCornerBytes(corner, data, stride);
+      return BlendTexels<kDimensions>(
+          weight,
+          [&](int corner, int lane) __attribute__((always_inline)) { return texels[corner] + offsets[0][lane]; },
+          lanes.outputs, result);
+    }
+    for (int corner = 1; corner < kCorners; ++corner)
+      Store(offsets[corner], first + static_cast<UInt32>(GetCornerBytes(corner, data, stride)));
+  } else {
+    for (int corner = 0; corner < kCorners; ++corner) {
+      Lanes<Int32> index[kDimensions];
+      for (int i = 0; i < kDimensions; ++i) index[i] = corner >> i & 1 ? neighbours.second[i] : neighbours.first[i];
+      Store(offsets[corner], GetTexelOffsets<kDimensions>(index, layer, data, stride, easy));
+    }
+    if (isWhole && !neighbours.hasBorder) {
+      return BlendTexels<kDimensions>(
+          weight,
+          [&](int corner, int lane) __attribute__((always_inline)) { return data._texels + offsets[corner][lane]; },
+          lanes.outputs, result);
+    }
+  }
+  Mask borders[kCorners];
+  if (neighbours.hasBorder) {
+    for (int corner = 0; corner < kCorners; ++corner) {
+      borders[corner] = false;
+      for (int i = 0; i < kDimensions; ++i) borders[corner] = borders[corner] | neighbours.border[corner >> i & 1][i];
+    }
+  }
+  const Mask* border = neighbours.hasBorder ? borders : nullptr;
+  switch (kind) {
+    case TexelKind::kFloats:
+      return BlendChannels<kDimensions, TexelKind::kFloats>(sampler, offsets, weight, border, result);
+    case TexelKind::kBytes:
+      return BlendChannels<kDimensions, TexelKind::kBytes>(sampler, offsets, weight, border, result);
+    default:
+      return BlendChannels<kDimensions, TexelKind::kOthers>(sampler, offsets, weight, border, result);
+  }
+}
+
+// Looks lanes up one by one with a function of single lookups.
+template <int kDimensions, class T, class Function>
+[[gnu::noinline]] void LookUpEach(Byte* result, const T* coordinates, const UInt32* layers, UInt32 bits,
+                                  const TextureSamplerDataHelper& sampler, Function function) {
+  OSTRA_LANE_CLEAR;
+  const UInt32 outputs = sampler._lanes.outputs;
+  for (; bits != 0; bits &= bits - 1) {
+    const int lane = __builtin_ctz(bits);
+    T at[kDimensions];
+    for (int i = 0; i < kDimensions; ++i) at[i] = coordinates[i * kLaneCount + lane];
+    Byte value[4 * sizeof(Float32)] = {};
+    function(value, at, layers[lane], &sampler._samplingData);
+    for (UInt32 i = 0; i < (outputs == 0 ? 1 : outputs); ++i)
+      std::memcpy(result + (i * kLaneCount + static_cast<UInt32>(lane)) * 4, value + 4 * i, 4);
+  }
+}
+
+template <int kDimensions>
+void SampleLanesOf(void* result, const Float32* coordinates, const UInt32* layers, UInt32 bits,
+                   const TextureSamplerDataHelper* sampler) {
+  const SamplingData& data = sampler->_samplingData;
+  UInt32 done = 0;
+  if (HasWideForm<kDimensions>(data)) [[likely]] {
+    Lanes<Float32> places[kDimensions];
+    LoadPlaces<kDimensions>(coordinates, data, places);
+    Mask easy = MakeMask(bits);
+    const Lanes<UInt32> layer = Load(layers);
+    if ((data._flags._bits & PackedTextureFlags::kFilterMask) == PackedTextureFlags::kLinearFilter) [[likely]] {
+      LaneNeighbours<kDimensions> neighbours;
+      FindLaneNeighbours<kDimensions>(places, data, easy, neighbours);
+      done = GetBits(easy);
+      if (done != 0) SampleLinear<kDimensions>(*sampler, neighbours, layer, easy, static_cast<Byte*>(result));
+    } else {
+      Lanes<Int32> index[kDimensions];
+      Mask border = false;
+      for (int i = 0; i < kDimensions; ++i) {
+        const Float32 size = static_cast<Float32>(static_cast<Int32>(data._dimensions[i]));
+        border = border | ResolveLanes(places[i], size, sampler::GetWrapMode(data._flags._bits, i), easy, index[i]);
+      }
+      done = GetBits(easy);
+      const SamplerLanes& lanes = sampler->_lanes;
+      alignas(64) UInt32 offsets[1][kLaneCount];
+      Store(offsets[0],
+            GetTexelOffsets<kDimensions>(index, layer, data,
+                                         lanes.channels * static_cast<UInt32>(GetElementSize(lanes.format)), easy));
+      if (done != 0) ReadTexels(*sampler, offsets, &border, static_cast<Byte*>(result));
+    }
+  }
+  OSTRA_LANE_CLEAR;
+  if (bits & ~done) [[unlikely]]
+    LookUpEach<kDimensions>(static_cast<Byte*>(result), coordinates, layers, bits & ~done, *sampler, sampler->_sample);
+}
+
+// The texels at integer coordinates; takes lanes without a quick way out of `easy`, and gives those of the border.
+template <int kDimensions>
+OSTRA_LANE_INLINE Mask FindLaneTexels(const Int32* coordinates, const UInt32* layers, const SamplingData& data,
+                                      UInt32 stride, Mask& easy, UInt32* offsets) {
+  Lanes<Int32> index[kDimensions];
+  Mask border = false;
+  for (int i = 0; i < kDimensions; ++i) {
+    const Int32 extent = static_cast<Int32>(data._dimensions[i]);
+    index[i] = Load(coordinates + i * kLaneCount);
+    const Mask isBelow = index[i] < 0;
+    const Mask isOutside = isBelow | (index[i] >= extent);
+    if (None(isOutside & easy)) continue;
+    switch (static_cast<TextureWrapMode>(sampler::GetWrapMode(data._flags._bits, i))) {
+      case TextureWrapMode::REPEAT: {
+        Mask isExact;
+        const Lanes<Float32> rest = Remainder(Convert<Float32>(index[i]), static_cast<Float32>(extent), isExact);
+        easy = easy & (isExact | !isOutside);
+        const Lanes<Int32> whole = Convert<Int32>(rest);
+        index[i] = Select(isOutside, Select(isBelow, whole + extent, whole), index[i]);
+        break;
+      }
+      case TextureWrapMode::CLAMP:
+        index[i] = Select(isOutside, Select(isBelow, Lanes<Int32>(0), Lanes<Int32>(extent - 1)), index[i]);
+        break;
+      case TextureWrapMode::BORDER:
+        index[i] = Select(isOutside, Lanes<Int32>(0), index[i]);
+        border = border | isOutside;
+        break;
+      default:
+        easy = AndNot(easy, isOutside);
+        break;
+    }
+  }
+  Store(offsets, GetTexelOffsets<kDimensions>(index, Load(layers), data, stride, easy));
+  return border;
+}
+
+template <int kDimensions>
+void FetchLanesOf(void* result, const Int32* coordinates, const UInt32* layers, UInt32 bits,
+                  const TextureSamplerDataHelper* sampler) {
+  const SamplerLanes& lanes = sampler->_lanes;
+  UInt32 done = 0;
+  if (HasWideForm<kDimensions>(sampler->_samplingData)) [[likely]] {
+    Mask easy = MakeMask(bits);
+    alignas(64) UInt32 offsets[1][kLaneCount];
+    const Mask border = FindLaneTexels<kDimensions>(coordinates, layers, sampler->_samplingData,
+                                                    lanes.channels * static_cast<UInt32>(GetElementSize(lanes.format)),
+                                                    easy, offsets[0]);
+    done = GetBits(easy);
+    if (done != 0) ReadTexels(*sampler, offsets, &border, static_cast<Byte*>(result));
+  }
+  OSTRA_LANE_CLEAR;
+  if (bits & ~done) [[unlikely]]
+    LookUpEach<kDimensions>(static_cast<Byte*>(result), coordinates, layers, bits & ~done, *sampler, sampler->_fetch);
+}
+
+// The byte of U8 samplers, as UInt32.
+template <int kDimensions>
+void FetchByteLanesOf(void* result, const Int32* coordinates, const UInt32* layers, UInt32 bits,
+                      const TextureSamplerDataHelper* sampler) {
+  const SamplingData& data = sampler->_samplingData;
+  const SamplerLanes& lanes = sampler->_lanes;
+  UInt32 done = 0;
+  if (HasWideForm<kDimensions>(data)) [[likely]] {
+    Mask easy = MakeMask(bits);
+    UInt32 offsets[kLaneCount];
+    const Mask border = FindLaneTexels<kDimensions>(
+        coordinates, layers, data, lanes.channels * static_cast<UInt32>(GetElementSize(lanes.format)), easy, offsets);
+    done = GetBits(easy);
+    const Bool isFloat = lanes.format == TextureFormat::F32 || lanes.format == TextureFormat::F16;
+    const UInt32 borderBits = GetBits(border);
+    const UInt32 borderByte = sampler::TruncateToByte(data._borderColor[0]);
+    UInt32* values = static_cast<UInt32*>(result);
+    for (int i = 0; i < kLaneCount; ++i) {
+      const Byte* texel = data._texels + offsets[i];
+      const UInt32 value = isFloat ? sampler::TruncateToByte(Read<Float32>(texel)) : *texel;
+      values[i] = borderBits >> i & 1 ? borderByte : value;
+    }
+  }
+  OSTRA_LANE_CLEAR;
+  if (bits & ~done) [[unlikely]]
+    LookUpEach<kDimensions>(static_cast<Byte*>(result), coordinates, layers, bits & ~done, *sampler, sampler->_fetch);
+}
+
+}  // namespace
+}  // namespace ostra::OSTRA_LANES
+
+#include "ostra/math/lanes/level_end.inl"
