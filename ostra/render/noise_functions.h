@@ -10,6 +10,10 @@ namespace ostra {
 // The value at a position. The key stands for the seed; the depth is the most octaves to be summed up.
 using NoiseFunction = Float32 (*)(UInt32 key, Int32 depth, Float32 x, Float32 y, Float32 z, Float32 w);
 
+// The same for several places at once, of which there are 4, 8 or 16 by instruction level (ostra/math/lanes): `places`
+// holds their first coordinates one after the other, then their second ones and so on. The same bits.
+using NoiseLanesFunction = void (*)(Float32* values, UInt32 key, Int32 depth, const Float32* places);
+
 struct NoiseEntry {
   Id id;
   NoiseFunction function;
@@ -18,7 +22,22 @@ struct NoiseEntry {
 // One entry per class, in the order of the numbers that programs give them.
 std::span<const NoiseEntry> GetNoiseEntries();
 
+// The function for 4 << level places of the noise with this place in the entries. Null for a level that this
+// processor's kind does not have.
+NoiseLanesFunction GetNoiseLanes(Int entry, Int level);
+
 // Seeds that are close to each other give keys that have nothing in common.
 UInt32 MakeNoiseKey(Int32 seed);
 
 }  // namespace ostra
+
+// apply(name in the texts, ID of the class), in the order of the entries.
+#define OSTRA_FOR_EACH_NOISE(apply)                                                                                   \
+  apply(Perlin, kPerlinNoise) apply(Turbulence, kTurbulenceNoise) apply(Gaseous, kGaseousNoise)                       \
+      apply(Electric, kElectricNoise) apply(Box, kBoxNoise) apply(BlisteredTurbulence, kBlisteredTurbulenceNoise)     \
+          apply(DisplacedTurbulence, kDisplacedTurbulenceNoise) apply(Buya, kBuyaNoise) apply(Cranal, kCranalNoise)   \
+              apply(Dents, kDentsNoise) apply(Hama, kHamaNoise) apply(Luka, kLukaNoise) apply(Mod, kModNoise)         \
+                  apply(Naki, kNakiNoise) apply(Nutous, kNutousNoise) apply(Ober, kOberNoise) apply(Pezo, kPezoNoise) \
+                      apply(Poxo, kPoxoNoise) apply(Sema, kSemaNoise) apply(Stupl, kStuplNoise) apply(Vl, kVlNoise)   \
+                          apply(WavyTurbulence, kWavyTurbulenceNoise) apply(Zada, kZadaNoise)                         \
+                              apply(Cellular, kCellNoise)

@@ -13,7 +13,7 @@ class RenderNoise final : public Component<RenderNoise, RenderNoiseInterface> {
  public:
   static constexpr const char* kComponentName = "RenderNoise";
 
-  explicit RenderNoise(NoiseFunction function) : _function(function) {}
+  explicit RenderNoise(const NoiseEntry& entry, Int number) : _function(entry.function), _number(number) {}
 
   Result<void> Init(Int32 seed, Int32 depth, const Id& classId) override {
     if (depth < 1 || depth > kMaxNoiseDepth)
@@ -37,18 +37,27 @@ class RenderNoise final : public Component<RenderNoise, RenderNoiseInterface> {
   Float32 Noise(const Vec4<Float32>& p, Float32 time) const override {
     return _function(_key, _depth, p.x, p.y, p.z, p.w + time);
   }
+  Bool NoiseLanes(Int level, Float32* values, const Float32* positions) const override {
+    const NoiseLanesFunction function = GetNoiseLanes(_number, level);
+    if (!function) return false;
+    function(values, _key, _depth, positions);
+    return true;
+  }
 
  private:
   const NoiseFunction _function;
+  const Int _number;  // among the entries
   UInt32 _key = MakeNoiseKey(0);
   Int32 _depth = kNoiseDepth;
   Bool _isInitialized = false;
 };
 
 ObjectInterface* CreateNoise(const Class& noiseClass) {
+  Int number = -1;
   for (const NoiseEntry& entry : GetNoiseEntries()) {
+    ++number;
     if (entry.id != noiseClass.GetId()) continue;
-    RenderNoise* noise = NewObj<RenderNoise>(entry.function);
+    RenderNoise* noise = NewObj<RenderNoise>(entry, number);
     if (noise) noise->SetClass(noiseClass);
     return noise;
   }

@@ -65,6 +65,14 @@ class RenderNoiseInterface : public ObjectInterface {
   virtual Float32 Noise(const Vec2<Float32>& position, Float32 time) const = 0;
   virtual Float32 Noise(const Vec3<Float32>& position, Float32 time) const = 0;
   virtual Float32 Noise(const Vec4<Float32>& position, Float32 time) const = 0;
+
+  // The same for 4 << level places at once (ostra/math/lanes), with the same bits: `positions` holds the first
+  // coordinates of all places, then the second ones, the third ones and the fourth ones, to which times are added.
+  // False, and no values, when there is no form for the level. Only for a level that the processor has.
+  virtual Bool NoiseLanes(Int level, Float32* values, const Float32* positions) const {
+    static_cast<void>(level), static_cast<void>(values), static_cast<void>(positions);
+    return false;
+  }
 };
 
 using RenderNoiseRef = StrongRef<RenderNoiseInterface>;

@@ -171,9 +171,34 @@ OSTRA_LANE_INLINE auto FetchLanes(const Texture& texture, const Coordinates& coo
         return texture.Fetch(GetLane(coordinates, lane), layer.Get(lane));
       });
 }
+
+// Values of a noise: for all lanes at once when it has that form.
+OSTRA_LANE_INLINE void StoreNoisePlaces(Float32* places, const Lanes<Float32>& at, Lanes<Float32> time) {
+  const Lanes<Float32> zero = 0.0f;
+  Store(places, at), Store(places + kLaneCount, zero), Store(places + 2 * kLaneCount, zero);
+  Store(places + 3 * kLaneCount, time);
+}
+OSTRA_LANE_INLINE void StoreNoisePlaces(Float32* places, const LaneVec2<Float32>& at, Lanes<Float32> time) {
+  StoreAxes(places, at);
+  Store(places + 2 * kLaneCount, Lanes<Float32>(0.0f)), Store(places + 3 * kLaneCount, time);
+}
+OSTRA_LANE_INLINE void StoreNoisePlaces(Float32* places, const LaneVec3<Float32>& at, Lanes<Float32> time) {
+  StoreAxes(places, at);
+  Store(places + 3 * kLaneCount, time);
+}
+OSTRA_LANE_INLINE void StoreNoisePlaces(Float32* places, const LaneVec4<Float32>& at, Lanes<Float32> time) {
+  Store(places, at.x), Store(places + kLaneCount, at.y), Store(places + 2 * kLaneCount, at.z);
+  Store(places + 3 * kLaneCount, at.w + time);
+}
 template <class Body, class Index, class Position>
 OSTRA_LANE_INLINE Lanes<Float32> NoiseLanes(const Body& body, Index number, const Position& position,
                                             Lanes<Float32> time, Mask mask) {
+  const auto* noise = body.FindNoise(static_cast<Int>(number));
+  if (!noise || None(mask)) return 0.0f;
+  alignas(64) Float32 places[4 * kLaneCount], all[kLaneCount];
+  StoreNoisePlaces(places, position, time);
+  if (noise->NoiseLanes(OSTRA_LANE_LEVEL, all, places)) [[likely]]
+    return Load(all);
   Float32 values[kLaneCount] = {};
   ForEachLaneIn(
       mask, [&](int lane) __attribute__((always_inline)) {

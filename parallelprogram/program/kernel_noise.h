@@ -22,10 +22,14 @@ struct WithNoise : Parameters {
 
   template <class Index, class Position>
   Float32 RenderNoise(Index index, const Position& position, Float32 time) const {
-    const auto number = static_cast<Int>(index);
-    if (number < 0 || number >= ostraNoises.GetCount()) return 0;
-    const RenderNoiseRef& noise = ostraNoises[number];
+    const RenderNoiseInterface* noise = FindNoise(static_cast<Int>(index));
     return noise ? noise->Noise(position, time) : 0;
+  }
+
+  // Null for a noise that is not there.
+  const RenderNoiseInterface* FindNoise(Int number) const {
+    if (number < 0 || number >= ostraNoises.GetCount()) return nullptr;
+    return ostraNoises[number].GetPointer();
   }
 
   Block<RenderNoiseRef> ostraNoises;

@@ -14,6 +14,8 @@ using namespace ostra::vocabulary;
 #pragma GCC diagnostic ignored "-Wunused-parameter"
 #pragma GCC diagnostic ignored "-Wunused-function"
 namespace {
+#include "ostra/render/noise/choices.h"
+
 #include "ostra/render/noise/lattice.h"
 
 #include "ostra/render/noise/feature_points.h"

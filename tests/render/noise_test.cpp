@@ -1,6 +1,8 @@
 // Noise classes and objects: which there are, Init, and the exact values.
 #include <bit>
+#include <cmath>
 #include <iterator>
+#include <limits>
 
 #include "tests/render/noise_fixture.h"
 #include "tests/support/diagnostic_recorder.h"
@@ -70,6 +72,51 @@ TEST(RenderNoiseTest, ANoiseIsNotCopied) {
   const DiagnosticRecorder diagnostics;
   EXPECT_THAT(CreateNoise(kPerlinNoise)->CopyFrom(*source), IsErrorOfKind(kNotImplementedError));
   EXPECT_EQ(diagnostics.GetLines().size(), 1u);
+}
+
+// How many levels of ostra/math/lanes the processor has.
+Int CountLevels() {
+#if defined(__x86_64__)
+  if (!__builtin_cpu_supports("avx2") || !__builtin_cpu_supports("fma") || !__builtin_cpu_supports("bmi2")) return 1;
+  return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
+                 __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512vl")
+             ? 3
+             : 2;
+#else
+  return 1;
+#endif
+}
+
+TEST(RenderNoiseTest, SeveralPlacesAtOnceHaveTheBitsOfEach) {
+  constexpr Float32 kInfinity = std::numeric_limits<Float32>::infinity();
+  std::vector<Vector4d32> positions = MakePositions(512);
+  // Behind places of all kinds, some of one kind that lie together.
+  for (Int kind = 0; kind < 4; ++kind)
+    for (std::size_t i = 0; i < 32; ++i) positions.push_back(positions[4 * i + static_cast<std::size_t>(kind)]);
+  positions[5] = Vector4d32(NAN, 1, kInfinity, -0.0f);
+  positions[10] = Vector4d32(1e-30f, -1e-9f, 3e38f, -kInfinity);
+  for (const Id& id : GetNoiseIds()) {
+    const RenderNoiseRef noise = MakeNoise(id, 1234);
+    for (Int level = 0; level < CountLevels(); ++level) {
+      const std::size_t count = std::size_t{4} << level;
+      for (std::size_t first = 0; first < positions.size(); first += count) {
+        Float32 values[16 + 1], places[4 * 16];
+        values[count] = -1;
+        for (std::size_t i = 0; i < count; ++i)
+          for (std::size_t axis = 0; axis < 4; ++axis)
+            places[axis * count + i] = positions[first + i][static_cast<int>(axis)];
+        ASSERT_TRUE(noise->NoiseLanes(level, values, places));
+        ASSERT_EQ(values[count], -1);
+        for (std::size_t i = 0; i < count; ++i) {
+          const Float32 expected = noise->Noise(positions[first + i], 0);
+          ASSERT_EQ(std::bit_cast<UInt32>(values[i]), std::bit_cast<UInt32>(expected))
+              << GetNoiseName(id) << ", place " << first + i << " of " << count << " at once: " << values[i]
+              << " instead of " << expected;
+        }
+      }
+    }
+    EXPECT_FALSE(noise->NoiseLanes(3, nullptr, nullptr)) << "there is no such level";
+  }
 }
 
 // Bits at one position off and one on the lattice planes. Shaders run the same text and must give them, too.

@@ -6,13 +6,13 @@ float NoiseBox(uint key, int depth, float x, float y, float z, float w) {
   float fade = NoiseFade(w - startW);
   float value = 0.0f;
   bool divided = true;
-  for (int level = 0; level < min(depth, 5) && divided; ++level) {
+  for (int level = 0; level < min(depth, 5) && NoiseAny(divided); ++level) {
     uint cells = NoiseCellX(NoiseCell(floor(x))) + NoiseCellY(NoiseCell(floor(y))) + NoiseCellZ(NoiseCell(floor(z)));
     uint hash = NoiseMix(NoiseKey(key, uint(level)) + cells);
     float before = NoiseFraction(NoiseMix(hash + NoiseCellW(cellW)));
     float after = NoiseFraction(NoiseMix(hash + NoiseCellW(cellW + 1u)));
-    value = NoiseBlend(before, after, fade);
-    divided = (hash & 3u) != 0u;
+    value = NoiseChoose(divided, NoiseBlend(before, after, fade), value);
+    divided = NoiseBoth(divided, (hash & 3u) != 0u);
     x = 2.0f * x;
     y = 2.0f * y;
     z = 2.0f * z;

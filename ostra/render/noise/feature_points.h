@@ -6,7 +6,7 @@
 // Lewis, "Algorithms for Solid Noise Synthesis" (1989).
 
 // Where the point lies in its cell along one axis: 0.1 ... 0.9, from ten bits of a hash.
-float NoisePlaceInCell(uint bits) { return 0.1f + 0.00078125f * float(int(bits & 1023u)); }
+float NoisePlaceInCell(uint bits) { return 0.1f + 0.00078125f * NoiseNumber(bits & 1023u); }
 
 // Squared distance to the point of a cell. (x, y, z) leads from the place to the cell's corner.
 float NoisePointDistance(uint place, uint placeAfter, float drift, float x, float y, float z) {
@@ -14,7 +14,7 @@ float NoisePointDistance(uint place, uint placeAfter, float drift, float x, floa
   float pointX = NoisePlaceInCell(hash);
   float pointY = NoisePlaceInCell(hash >> 10);
   float pointZ = NoisePlaceInCell(hash >> 20);
-  if (drift != 0.0f) {
+  if (NoiseAny(drift != 0.0f)) {  // a drift of 0 changes nothing below
     uint hashAfter = NoiseMix(placeAfter);
     pointX = NoiseBlend(pointX, NoisePlaceInCell(hashAfter), drift);
     pointY = NoiseBlend(pointY, NoisePlaceInCell(hashAfter >> 10), drift);
@@ -88,7 +88,7 @@ float NoiseNearestValue(uint key, float x, float y, float z, float w) {
   for (int index = 0; index < 27; ++index) {
     uint cells = NoiseNeighbour(index, cellX, cellY, cellZ);
     float apart = NoiseNeighbourDistance(key, index, cells, x - floor(x), y - floor(y), z - floor(z), w);
-    value = apart < nearest ? NoisePointValue(key, cells) : value;
+    value = NoiseChoose(apart < nearest, NoisePointValue(key, cells), value);
     nearest = min(nearest, apart);
   }
   return value;

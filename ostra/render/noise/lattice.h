@@ -20,12 +20,12 @@ uint NoiseKey(uint key, uint number) { return NoiseMix(key + number * 0x9E3779B9
 // normal range of floats (below 2^-24) count as 0.
 float NoiseCoordinate(float x) {
   float size = abs(x);
-  float known = size >= 0.000000059604644775390625f && size <= 8388608.0f ? x : 0.0f;
+  float known = NoiseChoose(NoiseBoth(size >= 0.000000059604644775390625f, size <= 8388608.0f), x, 0.0f);
   return known - 65536.0f * floor(known * 0.0000152587890625f + 0.5f);
 }
 
 // The number of the cell that begins at `start`, an integral value. Cells repeat after 65536.
-uint NoiseCell(float start) { return uint(int(start - 65536.0f * floor(start * 0.0000152587890625f))); }
+uint NoiseCell(float start) { return NoiseWhole(start - 65536.0f * floor(start * 0.0000152587890625f)); }
 
 // What the cell number of each axis adds to a key.
 uint NoiseCellX(uint cell) { return (cell & 65535u) * 0x9E3779B1u; }
@@ -34,10 +34,10 @@ uint NoiseCellZ(uint cell) { return (cell & 65535u) * 0xC2B2AE3Du; }
 uint NoiseCellW(uint cell) { return (cell & 65535u) * 0x27D4EB2Fu; }
 
 // 0 ... 1 (never 1 itself), from the upper bits of a hash.
-float NoiseFraction(uint hash) { return float(int(hash >> 8)) * 0.000000059604644775390625f; }
+float NoiseFraction(uint hash) { return NoiseNumber(hash >> 8) * 0.000000059604644775390625f; }
 
 // -1 ... 1, symmetric, from the lowest byte.
-float NoiseSignedByte(uint hash) { return float(int(hash & 255u)) * 0.0078125f - 0.99609375f; }
+float NoiseSignedByte(uint hash) { return NoiseNumber(hash & 255u) * 0.0078125f - 0.99609375f; }
 
 float NoiseFade(float t) { return t * t * t * (t * (t * 6.0f - 15.0f) + 10.0f); }
 float NoiseBlend(float a, float b, float t) { return a + t * (b - a); }
@@ -88,9 +88,9 @@ float NoiseCube(uint key, uint cellX, uint cellY, float x, float y, float z, flo
   uint cell = NoiseCell(start);
   float part = z - start;
   float low = NoiseSquare(key + NoiseCellZ(cell), cellX, cellY, x, y, part, w);
-  if (part == 0.0f) return low;
+  if (NoiseAll(part == 0.0f)) return low;
   float high = NoiseSquare(key + NoiseCellZ(cell + 1u), cellX, cellY, x, y, part - 1.0f, w);
-  return NoiseBlend(low, high, NoiseFade(part));
+  return NoiseChoose(part == 0.0f, low, NoiseBlend(low, high, NoiseFade(part)));
 }
 
 // Gradient noise: 0 at lattice points, smooth, between -2 and 2 and seldom beyond -0.6 ... 0.6.
@@ -105,7 +105,7 @@ float NoiseGradient(uint key, float x, float y, float z, float w) {
   float partY = y - startY;
   float partW = w - startW;
   float low = NoiseCube(key + NoiseCellW(cellW), cellX, cellY, partX, partY, z, partW);
-  if (partW == 0.0f) return low;
+  if (NoiseAll(partW == 0.0f)) return low;
   float high = NoiseCube(key + NoiseCellW(cellW + 1u), cellX, cellY, partX, partY, z, partW - 1.0f);
-  return NoiseBlend(low, high, NoiseFade(partW));
+  return NoiseChoose(partW == 0.0f, low, NoiseBlend(low, high, NoiseFade(partW)));
 }
