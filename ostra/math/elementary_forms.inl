@@ -267,12 +267,12 @@ OSTRA_LANE_INLINE Wide GeneralPower(Wide x, Wide y) {
 OSTRA_LANE_INLINE Wide pow(Wide x, Wide y) {
   // Squares are those of a multiplication.
   const auto isSquare = y == 2.0;
-  if (All(isSquare)) return x * x;
-  Wide result = Power(y * LogarithmOfPositive(x));
-  const auto isOrdinary = (x > 0.0) & (x < kInfinity) & (Magnitude(y) < kInfinity);
-  if (!All(isOrdinary)) [[unlikely]]
-    result = isOrdinary ? result : GeneralPower(x, y);
-  return isSquare ? x * x : result;
+  const auto isOrdinary = (x > 0.0) & (x < kInfinity) & (Magnitude(y) < kInfinity) & (y != 2.0);
+  if (!All(isOrdinary)) [[unlikely]] {
+    if (All(isSquare)) return x * x;
+    return isSquare ? x * x : GeneralPower(x, y);
+  }
+  return Power(y * LogarithmOfPositive(x));
 }
 
 }  // namespace function
