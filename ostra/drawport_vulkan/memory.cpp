@@ -70,8 +70,7 @@ Result<MemoryPiece> MemoryPool::Allocate(const VkMemoryRequirements& requirement
   if (isFirstSlow && use == MemoryUse::Device)
     WarningOutput(
         "The memory of the GPU device \"@\" is full: a piece of @ bytes lies in memory of the host, which is slower, "
-        "and "
-        "further ones may.",
+        "and further ones may.",
         _snapshot->name, requirements.size);
   else if (isFirstSlow)
     WarningOutput("Memory that the host reads fast is used up for the GPU device \"@\": reading back is slower.",

@@ -66,6 +66,13 @@ VKAPI_ATTR void VKAPI_CALL GetFormatWithoutFilter(VkPhysicalDevice device, VkFor
       ~static_cast<VkFormatFeatureFlags>(VK_FORMAT_FEATURE_SAMPLED_IMAGE_FILTER_LINEAR_BIT);
 }
 
+// While it lives, memory comes from the device that is described here.
+struct LimitedMemory {
+  const ReplacedFunction<PFN_vkAllocateMemory> allocate{vkAllocateMemory, &AllocateLimited};
+  const ReplacedFunction<PFN_vkFreeMemory> free{vkFreeMemory, &FreeLimited};
+  const ReplacedFunction<PFN_vkGetBufferMemoryRequirements> requirements{vkGetBufferMemoryRequirements, &GetBothKinds};
+};
+
 class LimitedDeviceTest : public DriverTest {
  protected:
   void SetUp() override {
@@ -107,9 +114,7 @@ class LimitedDeviceTest : public DriverTest {
 };
 
 TEST_F(LimitedDeviceTest, RunningWorkIsAwaitedBeforeDeviceMemorySpills) {
-  const ReplacedFunction allocate(vkAllocateMemory, &AllocateLimited);
-  const ReplacedFunction free(vkFreeMemory, &FreeLimited);
-  const ReplacedFunction requirements(vkGetBufferMemoryRequirements, &GetBothKinds);
+  const LimitedMemory memory;
   {
     const DrawportContextRef context = Take(MakeContext());
     std::vector<DrawportVertexBufferItemRef> items;
@@ -132,9 +137,7 @@ TEST_F(LimitedDeviceTest, RunningWorkIsAwaitedBeforeDeviceMemorySpills) {
 }
 
 TEST_F(LimitedDeviceTest, SpillingToMemoryOfTheHostIsSaidOnce) {
-  const ReplacedFunction allocate(vkAllocateMemory, &AllocateLimited);
-  const ReplacedFunction free(vkFreeMemory, &FreeLimited);
-  const ReplacedFunction requirements(vkGetBufferMemoryRequirements, &GetBothKinds);
+  const LimitedMemory memory;
   const DrawportContextRef context = Take(MakeContext());
   std::vector<DrawportVertexBufferItemRef> items;
   const int hostBefore = g_limited.hostAllocations;
