@@ -28,8 +28,12 @@ function(ostra_test name)
   add_executable(${name} ${test_SOURCES})
   # Much less time for half of all files. Kernels and libraries that a test has with it stay as they are
   # shipped. With fewer steps GCC takes members for uninitialized that nobody reads.
-  set_source_files_properties(${test_SOURCES} PROPERTIES
-    COMPILE_OPTIONS "$<$<CONFIG:Release>:-Og;-Wno-maybe-uninitialized>")
+  # Sanitizers make optimised tests cost more than twice as much; folders whose tests compute little do without.
+  set(options "$<$<CONFIG:Release>:-Og;-Wno-maybe-uninitialized>")
+  if(OSTRA_SANITIZE AND OSTRA_TESTS_COMPUTE_LITTLE)
+    list(APPEND options -O0)
+  endif()
+  set_source_files_properties(${test_SOURCES} PROPERTIES COMPILE_OPTIONS "${options}")
   target_link_libraries(${name} PRIVATE ostra_flags ostra ${test_LIBRARIES} GTest::gmock GTest::gtest_main)
   # Tests ask for sizes that cannot be had; a sanitizer must answer like an allocator, not end the process.
   set(environment)
