@@ -32,6 +32,8 @@ foreach(header
     program/kernel_class.h
     program/kernel_declaration_interface.h
     program/kernel_entry.h
+    program/kernel_group_interface.h
+    program/kernel_groups.h
     program/kernel_interface.h
     program/kernel_language.h
     program/kernel_lanes.inl

@@ -7,7 +7,7 @@
 #include "parallelprogram/kernelfront/failure.h"
 #include "parallelprogram/kernelfront/kernel_file.h"
 #include "parallelprogram/kernelfront/lane_forms.h"
-#include "parallelprogram/kernellanguage/front_end.h"
+#include "parallelprogram/kernellanguage/group_code.h"
 
 OSTRA_UNIT("kernelfront");
 
@@ -66,6 +66,15 @@ Result<kernellanguage::AnalyzedKernel> Analyze(const KernelSourceOptions& option
   return Error::Make(kIllegalArgumentError, message, kOstraUnit, __LINE__);
 }
 
+// A kernel whose invocations exchange values runs a group at a time.
+std::string PrintGroups(const kernelfront::KernelFile& file, const kernellanguage::AnalyzedKernel& kernel) {
+  const auto code = kernellanguage::PrintGroupCode(
+      kernel, {.className = file.GetKernelName(), .parameters = file.MakeParametersName()});
+  if (!code.refusal) return file.PrintGroups(code.text);
+  throw kernelfront::Failure{Join({kernellanguage::FormatNotUnderstood(kernel.sources, *code.refusal),
+                                   ", in a kernel whose invocations exchange values"})};
+}
+
 }  // namespace
 
 Result<String> GenerateKernelSource(const KernelSourceOptions& options, std::string_view text) {
@@ -80,6 +89,7 @@ Result<String> GenerateKernelSource(const KernelSourceOptions& options, std::str
     kernelfront::KernelFile file(remembering, text);
     file.Read();
     OSTRA_ASSIGN_OR_RETURN(const kernellanguage::AnalyzedKernel kernel, Analyze(options, text, headers));
+    if (kernel.IsUnderstood() && kernel.groups.isNeeded) return String::Create(PrintGroups(file, kernel));
     return String::Create(file.Print(options.isScalar ? "" : kernelfront::MakeLaneForms(file, kernel)));
   } catch (const kernelfront::Failure& failure) {
     return Error::Make(kIllegalArgumentError, failure.message, kOstraUnit, __LINE__);

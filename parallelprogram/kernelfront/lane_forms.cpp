@@ -15,7 +15,7 @@ constexpr Level kLevels[] = {{"0", "kBaseline"}, {"1", "kVectors256"}, {"2", "kV
 }  // namespace
 
 std::string MakeLaneForms(const KernelFile& file, const kernellanguage::AnalyzedKernel& kernel) {
-  if (!kernel.IsUnderstood()) return "";
+  if (!kernel.IsUnderstood() || kernel.groups.isNeeded) return "";
   const std::string& name = file.GetKernelName();
   const auto code = kernellanguage::PrintLaneCode(kernel, {.className = name, .parameters = file.MakeParametersName()});
   if (code.refusal) return "";

@@ -31,6 +31,8 @@ void Analyze(const Source& source, AnalyzedKernel& kernel) {
   kernel.notUnderstood = std::move(check.notUnderstood);
   if (!kernel.IsUnderstood()) return;
   kernel.uniformity = AnalyzeUniformity(kernel.tree, kernel.resolved);
+  kernel.groups = PlanGroups(kernel.tree, kernel.resolved);
+  kernel.errors = std::move(kernel.groups.errors);
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #pragma once
 
 #include "ostra/core/result.h"
+#include "parallelprogram/kernellanguage/group_plan.h"
 #include "parallelprogram/kernellanguage/parser.h"
 #include "parallelprogram/kernellanguage/resolve.h"
 #include "parallelprogram/kernellanguage/uniformity.h"
@@ -24,6 +25,7 @@ struct AnalyzedKernel {
   SyntaxTree tree;
   ResolvedTree resolved;
   UniformityTable uniformity;
+  GroupPlan groups;
 
   Bool IsUnderstood() const { return errors.empty() && !notUnderstood; }
 };

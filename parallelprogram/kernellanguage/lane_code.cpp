@@ -60,6 +60,7 @@ LaneCode LanePrinter::Print() {
     if (Has(kTypesAndMakers, NameOf(node)) || (kind != NodeKind::kFunction && Has(kFunctionsOfLanes, NameOf(node))))
       Refuse(node, Join({"the name \"", NameOf(node), "\""}));
   }
+  if (_exchangesValues) Refuse(kernel, "invocations that exchange values in group memory");
   const std::string name = Join({"Ostra", _options.className, "Lanes"});
   Line({"struct ", name, " : ", _options.parameters, " {"});
   Line({"explicit ", name, "(const ", _options.parameters, "& values) : ", _options.parameters, "(values) {}"});

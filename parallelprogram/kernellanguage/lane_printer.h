@@ -21,7 +21,8 @@ class LanePrinter {
         _types(kernel.resolved.types),
         _uniformity(kernel.uniformity),
         _sources(kernel.sources),
-        _options(options) {}
+        _options(options),
+        _exchangesValues(kernel.groups.isNeeded) {}
 
   LaneCode Print();
 
@@ -140,6 +141,7 @@ class LanePrinter {
   const UniformityTable& _uniformity;
   const SourceMap& _sources;
   const LaneCodeOptions& _options;
+  const Bool _exchangesValues;
 
   std::string _text;
   std::optional<NotUnderstood> _refusal;

@@ -34,7 +34,8 @@ Uniformity Combine(const Uniformity& a, const Uniformity& b) {
 
 class Analyzer {
  public:
-  Analyzer(const SyntaxTree& tree, const ResolvedTree& resolved) : _tree(tree), _resolved(resolved) {
+  Analyzer(const SyntaxTree& tree, const ResolvedTree& resolved, UniformityScope scope)
+      : _tree(tree), _resolved(resolved), _isOfGroup(scope == UniformityScope::kGroup) {
     const std::size_t count = tree.nodes.size();
     _table.nodes.assign(count, kSame);
     _table.isLeftApart.assign(count, false);
@@ -348,7 +349,8 @@ class Analyzer {
       _cause = meaning.target;
       return _table.nodes[meaning.target];
     }
-    const Bool isSame = meaning.kind == MeaningKind::kParameter || meaning.word == WordId::kWorkGroupSize;
+    const Bool isSame = meaning.kind == MeaningKind::kParameter || meaning.word == WordId::kWorkGroupSize ||
+                        (_isOfGroup && meaning.word == WordId::kWorkGroup);
     return isSame ? kSame : kVarying;
   }
 
@@ -362,6 +364,7 @@ class Analyzer {
     _cause = operand;
     if (!isWord || whole.IsSame()) return whole.variance == Variance::kLinear ? kVarying : whole;
     _cause = kNoNode;
+    if (_isOfGroup) return _resolved.groupSize[component] == 1 ? kSame : kVarying;
     if (component > 0) return kRow;
     return meaning.word == WordId::kGlobalInvocation ? MakeLinear(1) : kVarying;
   }
@@ -519,7 +522,7 @@ class Analyzer {
   Uniformity Call(NodeIndex node) {
     const Meaning& meaning = _resolved.meaning[node];
     if (meaning.kind == MeaningKind::kFunction) return CallFunction(node, meaning.target);
-    if (meaning.word == WordId::kLinearInvocation) return MakeLinear(1);
+    if (meaning.word == WordId::kLinearInvocation) return _isOfGroup ? kVarying : MakeLinear(1);
     if (meaning.word == WordId::kAtomicCounter) return kVarying;
     const auto arguments = _tree.GetChildren(node);
     if (IsAtomic(meaning.word)) {
@@ -602,6 +605,7 @@ class Analyzer {
 
   const SyntaxTree& _tree;
   const ResolvedTree& _resolved;
+  const Bool _isOfGroup;
   UniformityTable _table;
   std::vector<std::size_t> _regionOf;   // per variable: regions that were open when it was declared
   std::vector<Bool> _isInterrupted;     // loops with a break or continue of some lanes
@@ -622,6 +626,8 @@ std::string DescribeStep(const SyntaxTree& tree, const ResolvedTree& resolved, N
     return Join({"\"", name, "\" differs between invocations"});
   if (kind == NodeKind::kFunction) return Join({"the result of \"", name, "\" differs between invocations"});
   if (next != kNoNode) return "it is computed here";
+  const Bool isShared = kind == NodeKind::kSharedArray;
+  if (isShared) return Join({"\"", name, "\" holds what other invocations of the group have written"});
   if (kind == NodeKind::kMemberOf || kind == NodeKind::kName) return "the number of the invocation differs along x";
   if (kind == NodeKind::kIndex || kind == NodeKind::kLocalData)
     return "an element of a buffer that the kernel may write";
@@ -634,8 +640,8 @@ std::string DescribeStep(const SyntaxTree& tree, const ResolvedTree& resolved, N
 
 }  // namespace
 
-UniformityTable AnalyzeUniformity(const SyntaxTree& tree, const ResolvedTree& resolved) {
-  return Analyzer(tree, resolved).Run();
+UniformityTable AnalyzeUniformity(const SyntaxTree& tree, const ResolvedTree& resolved, UniformityScope scope) {
+  return Analyzer(tree, resolved, scope).Run();
 }
 
 std::vector<UniformityReason> Explain(const SyntaxTree& tree, const ResolvedTree& resolved,

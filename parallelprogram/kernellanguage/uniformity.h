@@ -57,8 +57,15 @@ struct UniformityTable {
   const Uniformity& Get(NodeIndex node) const { return nodes[node]; }
 };
 
+// Between which invocations values are compared.
+enum class UniformityScope : UInt8 {
+  kRow,    // those that follow each other along x
+  kGroup,  // those of a work group: values are kUniform or kVarying then
+};
+
 // For a tree that was resolved without errors. Never fails otherwise than with std::bad_alloc.
-UniformityTable AnalyzeUniformity(const SyntaxTree& tree, const ResolvedTree& resolved);
+UniformityTable AnalyzeUniformity(const SyntaxTree& tree, const ResolvedTree& resolved,
+                                  UniformityScope scope = UniformityScope::kRow);
 
 // The way from a node that differs to a source, at most kMaxReasons steps; empty for one that is the same in all lanes.
 inline constexpr std::size_t kMaxReasons = 16;

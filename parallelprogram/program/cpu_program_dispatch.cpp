@@ -161,6 +161,30 @@ Result<void> RunParallel(Dispatch& dispatch, UInt32 count, Int granularity, Invo
   return std::move(dispatch.result);
 }
 
+// Runs every group of the dispatch, the last ones of each axis whole.
+Result<void> RunGroups(Dispatch& dispatch, KernelGroupInterface& kernel) {
+  KernelGroups groups;
+  for (int axis = 0; axis < 3; ++axis)
+    groups.count[axis] = dispatch.extent[axis] / dispatch.workGroup[axis] +
+                         (dispatch.extent[axis] % dispatch.workGroup[axis] == 0 ? 0 : 1);
+  Int count = 0;
+  if (__builtin_mul_overflow(Int{groups.count.x}, Int{groups.count.y}, &count) ||
+      __builtin_mul_overflow(count, Int{groups.count.z}, &count))
+    return OSTRA_ILLEGAL_ARGUMENT("The dispatch of the kernel \"@\" has too many work groups.", dispatch.kernelId);
+  ParallelFor::Dynamic(
+      count,
+      [&](Int begin, Int end) {
+        if (dispatch.stop.load(std::memory_order_relaxed)) return;
+        KernelGroups part = groups;
+        part.first = static_cast<UInt64>(begin);
+        part.end = static_cast<UInt64>(end);
+        auto result = kernel.RunGroups(part);
+        if (!result) dispatch.Fail(result.TakeError());
+      },
+      1);
+  return std::move(dispatch.result);
+}
+
 // The IDs of every axis are divided by the size of a group, in one dimension too.
 Result<void> CheckWorkGroup(const Vec3<UInt32>& size, const InternedId& kernelId) {
   if (size.x == 0 || size.y == 0 || size.z == 0)
@@ -181,6 +205,7 @@ Result<void> ParallelProgramCPUImpl::DispatchKernelSimple(UInt32 count) {
   OSTRA_RETURN_IF_ERROR(CheckWorkGroup(entry.kernel->GetKernelWorkGroupSize(), _activeKernelId));
   OSTRA_RETURN_IF_ERROR(CheckIsSet(entry));
   Dispatch dispatch(*entry.kernel, entry.range, _activeKernelId, {count, 1, 1});
+  if (entry.groups) return RunGroups(dispatch, *entry.groups);
   if (entry.kernel->GetSingleThreadedThreshold() >= Int{count}) return RunInvocations(dispatch, 0, count, true);
   return RunParallel(dispatch, count, entry.kernel->GetGranularity(), entry.cost);
 }
@@ -194,6 +219,7 @@ Result<void> ParallelProgramCPUImpl::DispatchKernelComplex(UInt32 countX, UInt32
                             std::max(countZ, workGroup.z));
   OSTRA_RETURN_IF_ERROR(CheckIsSet(entry));
   Dispatch dispatch(*entry.kernel, entry.range, _activeKernelId, extent);
+  if (entry.groups) return RunGroups(dispatch, *entry.groups);
   return RunParallel(dispatch, extent.x * extent.y * extent.z, kComplexGranularity, entry.cost);
 }
 

@@ -6,6 +6,7 @@
 #include "ostra/core/data_dictionary.h"
 #include "ostra/core/intrusive_list.h"
 #include "ostra/render/render_noise.h"
+#include "parallelprogram/program/kernel_group_interface.h"
 #include "parallelprogram/program/kernel_interface.h"
 #include "parallelprogram/program/kernel_range_interface.h"
 #include "parallelprogram/program/parallel_program.h"
@@ -124,6 +125,7 @@ class ParallelProgramCPUImpl final : public Component<ParallelProgramCPUImpl, Pa
     DataDictionary textureLinks;
     KernelRef kernel;                                    // null in a copy whose creation failed
     KernelRangeInterface* range = nullptr;               // the kernel's range interface, when it has one
+    KernelGroupInterface* groups = nullptr;              // when its invocations exchange values
     KernelDeclarationInterface* declarations = nullptr;  // the same for its declarations
     const KernelDeclaration* unset = nullptr;            // what the kernel needs and does not have
     UnknownNames unknownNames;

@@ -34,6 +34,7 @@ Result<void> ParallelProgramCPUImpl::CreateKernelObject(KernelEntry& entry, cons
   OSTRA_ASSIGN_OR_RETURN(KernelRef kernel, kernelClass.CreateObject<KernelInterface>());
   OSTRA_RETURN_IF_ERROR(kernel->Init());
   entry.range = ostra::FindInterface<KernelRangeInterface>(*kernel);
+  entry.groups = ostra::FindInterface<KernelGroupInterface>(*kernel);
   entry.declarations = ostra::FindInterface<KernelDeclarationInterface>(*kernel);
   entry.kernel = std::move(kernel);
   entry.unset = nullptr;

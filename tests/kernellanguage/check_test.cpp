@@ -42,5 +42,48 @@ TEST(CheckTest, AFunctionWithoutAReturnIsWarnedOf) {
   EXPECT_EQ(FindWarning("do { return x; } while (true);"), "");
 }
 
+// The errors of a kernel that has an array in group memory, and names it, with lines of the body after those.
+std::string FindGroupErrors(std::string_view body, std::string_view functions = "") {
+  return FindErrors(
+      "GROUPSHAREDMEM(float, tile, 256)\nuint k = InLocalInvocationID.x; tile[k] = 1.0;\n" + std::string(body),
+      functions);
+}
+
+TEST(GroupPlanTest, AGroupComesToABarrierTogether) {
+  constexpr std::string_view kDiffers =
+      "all invocations of a group must come to a groupSharedBarrier together, but this condition differs between them";
+  const auto isAt = [&](std::string_view place) { return std::string(place).append(": ").append(kDiffers); };
+  for (const std::string_view body :
+       {"groupSharedBarrier;", "if (InWorkGroupID.x > 2u) { groupSharedBarrier; return; } groupSharedBarrier;",
+        "for (uint i = 0u; i < UNIFORM(n); ++i) { groupSharedBarrier; if (k > i) tile[k] = 2.0; }",
+        "groupSharedBarrier; if (k > 2u) return; tile[k] = 2.0;",
+        "do { groupSharedBarrier; for (;;) { if (k > 2u) break; } } while (UNIFORM(n) > 5u);",
+        "if (InLocalInvocationID.y == 0u) groupSharedBarrier;", "switch (k) { default: break; } groupSharedBarrier;"})
+    EXPECT_EQ(FindGroupErrors(body), "") << body;
+  EXPECT_EQ(FindGroupErrors("if (k > 2u) groupSharedBarrier;"), isAt("3:7"));
+  EXPECT_EQ(FindGroupErrors("if (k > 2u) return;\ngroupSharedBarrier;"), isAt("3:7"));
+  EXPECT_EQ(FindGroupErrors("for (uint i = 0u; i < k; ++i) { groupSharedBarrier; }"), isAt("3:21"));
+  EXPECT_EQ(FindGroupErrors("while (true) { groupSharedBarrier;\nif (tile[0] > 1.0) break; }"), isAt("4:13"));
+  EXPECT_EQ(FindGroupErrors("while (UNIFORM(n) > 1u) { if (k > 1u) continue; groupSharedBarrier; }"), isAt("3:33"));
+  EXPECT_EQ(FindGroupErrors("for (;;) { for (;;) { if (k > 1u) return; } groupSharedBarrier; }"), isAt("3:29"));
+}
+
+TEST(GroupPlanTest, BarriersStandInTheKernelAndInNoSwitch) {
+  EXPECT_EQ(FindGroupErrors("switch (1) { default: groupSharedBarrier; }"),
+            "3:23: groupSharedBarrier stands in a switch: write the cases as ifs");
+  EXPECT_EQ(
+      FindGroupErrors("switch (k) { default: return; }\ngroupSharedBarrier;"),
+      "3:23: a groupSharedBarrier comes after what some invocations leave in this switch: write the cases as ifs");
+  EXPECT_NE(FindGroupErrors("F();", "inline void F()\n{\n\tgroupSharedBarrier;\n}\n").find("stands in a function"),
+            std::string::npos);
+}
+
+TEST(GroupPlanTest, CopiesOfBuffersNeedNoPlan) {
+  const AnalyzedKernel kernel =
+      AnalyzeBody("GROUPSHAREDMEM(float, tile, 256)\nif (InLocalInvocationID.x > 2u) groupSharedBarrier;");
+  EXPECT_TRUE(kernel.errors.empty()) << ListErrors(kernel);
+  EXPECT_FALSE(kernel.groups.isNeeded);
+}
+
 }  // namespace
 }  // namespace ostra::kernellanguage

@@ -28,7 +28,10 @@ std::vector<std::string> ReadTexts() {
 void ExpectAnswer(const std::string& text) {
   const auto result = GenerateKernelSource({.fileName = "k.krn", .classId = "k", .templateArgument = "Float32"}, text);
   if (result) {
-    EXPECT_NE(result->GetView().find("OSTRA_KERNEL_CLASS"), std::string_view::npos);
+    const std::string_view source = result->GetView();
+    const Bool hasClass = source.find("OSTRA_KERNEL_CLASS(") != std::string_view::npos;
+    const Bool hasGroupClass = source.find("OSTRA_GROUP_KERNEL_CLASS(") != std::string_view::npos;
+    EXPECT_NE(hasClass, hasGroupClass);
   } else {
     EXPECT_EQ(result.GetError().GetMessage().GetView().substr(0, 6), "k.krn:")
         << result.GetError().GetMessage().GetView();

@@ -50,6 +50,92 @@ TEST_F(KernelLibraryTest, IndexWritesTheNumbersOfTheElements) {
   for (UInt32 i = 0; i < kCount; ++i) EXPECT_EQ(values[i], i < kCount - 2 ? i : 7) << i;
 }
 
+TEST_F(KernelLibraryTest, GroupsSumAndScanTheirElements) {
+  const auto source = MakeNumbers(kCount, -1, 1);
+  const auto sums = FinishedKernel("groupsum").GetBuffer<Float32>("sums");
+  const FinishedKernel scan("groupscan");
+  const auto target = scan.GetBuffer<UInt32>("target"), totals = scan.GetBuffer<UInt32>("totals");
+  for (UInt32 group = 0; group < 4; ++group) {
+    Float64 sum = 0;
+    UInt32 total = 0;
+    for (UInt32 i = group * 256; i < std::min(group * 256 + 256, kCount - 2); ++i) {
+      sum += source[i];
+      total += i * i;
+      EXPECT_EQ(target[i], total) << i;
+    }
+    EXPECT_NEAR(sums[group], sum, 1e-4) << group;
+    EXPECT_EQ(totals[group], total) << group;
+  }
+  for (UInt32 i = kCount - 2; i < kCount; ++i) EXPECT_EQ(target[i], 0u);
+}
+
+TEST_F(KernelLibraryTest, GroupsCountAndSortTheirElements) {
+  std::vector<UInt32> counts(256);
+  for (UInt32 i = 0; i < kCount - 2; ++i) ++counts[std::min(i * i % 300, 255u)];
+  EXPECT_EQ(FinishedKernel("grouphistogram").GetBuffer<UInt32>("bins"), counts);
+  auto sorted = MakeNumbers(kCount, -1, 1);
+  for (Int i = 0; i < Int{kCount} - 2; i += 256)
+    std::sort(sorted.begin() + i, sorted.begin() + std::min(i + 256, Int{kCount} - 2));
+  EXPECT_EQ(FinishedKernel("bitonicsort").GetBuffer<Float32>("values"), sorted);
+}
+
+TEST_F(KernelLibraryTest, TilesOfGroupsMultiplyMatricesAndSpreadHeat) {
+  const auto left = MakeNumbers(Int{kHeight} * kInner, -1, 1), right = MakeNumbers(Int{kInner} * kWidth, -1, 1);
+  const auto product = FinishedKernel("matrixproduct").GetBuffer<Float32>("product");
+  const auto heat = MakeNumbers(Int{kWidth} * kHeight, 0, 100);
+  const auto target = FinishedKernel("diffusion").GetBuffer<Float32>("target");
+  ForEachPixel([&](Int32 x, Int32 y) {
+    Float64 sum = 0;
+    for (Int k = 0; k < Int{kInner}; ++k) sum += Float64{left[y * Int{kInner} + k]} * right[k * kWidth + x];
+    EXPECT_NEAR(product[At(x, y)], sum, 1e-5);
+    const Float64 mean =
+        (Float64{heat[At(x, y - 1)]} + heat[At(x - 1, y)] + heat[At(x + 1, y)] + heat[At(x, y + 1)]) / 4;
+    EXPECT_NEAR(target[At(x, y)], heat[At(x, y)] + (mean - heat[At(x, y)]) * 0.7, 1e-4);
+  });
+}
+
+// What the kernel computes, statement by statement for all invocations of a group.
+std::vector<UInt32> MakeGroupControl(UInt32 rounds) {
+  constexpr UInt32 kSize = 16;
+  std::vector<UInt32> ring(kSize), result(4 * kSize);
+  UInt32 turns = 0, hundreds = 0, halves = 0;
+  for (UInt32 k = 0; k < kSize; ++k) ring[k] = k * k;
+  for (UInt32 round = 1; round <= rounds; ++round) {
+    if (round == 2) {
+      hundreds += 100;
+      continue;
+    }
+    std::rotate(ring.begin(), ring.begin() + 1, ring.end());
+    if (round > 5) break;
+    ++turns;
+    ++halves;
+  }
+  const UInt32 ends = turns < 3 ? 3 - turns : 1;
+  turns += ends;
+  ring[0] += kSize * (kSize - 1) / 2;
+  for (UInt32 k = 0; k < kSize; ++k) {
+    result[4 * k] = rounds == 7 ? 7 : ring[(k + 3) % kSize];
+    if (rounds == 7 || k == 5) continue;
+    result[4 * k + 1] = k == kSize - 1 ? 1000 : k + ends;
+    result[4 * k + 2] = k + 1 + hundreds + halves;
+    result[4 * k + 3] = 7 + k + turns * 1000;
+  }
+  return result;
+}
+
+TEST_F(KernelLibraryTest, GroupsComeToTheirBarriersInEveryKindOfControlFlow) {
+  for (const UInt32 rounds : {0u, 1u, 2u, 4u, 7u, 9u}) {
+    SCOPED_TRACE(rounds);
+    KernelRunner runner("net.ostra.test.groupcontrol.krn");
+    static_cast<ScenarioTarget&>(runner).SetValue<UInt32>("rounds", rounds);
+    static_cast<ScenarioTarget&>(runner).SetBuffer("result", std::vector<UInt32>(8 * 64));
+    ASSERT_THAT(runner.Run({16, 4, 2}), IsOk());
+    const auto result = runner.GetBuffer<UInt32>("result");
+    const std::vector<UInt32> expected = MakeGroupControl(rounds);
+    for (Int i = 0; i < 8 * 64; ++i) ASSERT_EQ(result[i], expected[i % 64]) << i;
+  }
+}
+
 TEST_F(KernelLibraryTest, BlurWeighsTheNeighboursAndClampsAtTheEdges) {
   const auto source = MakePixels(Int{kWidth} * kHeight, 1.5f);
   const auto taps = MakeNumbers(25, 0, 0.08f);

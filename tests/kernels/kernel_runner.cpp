@@ -30,7 +30,8 @@ KernelRunner::KernelRunner(const ClassRef& kernelClass) : _class(kernelClass) {
   _kernel = *kernel;
   EXPECT_THAT(_kernel->Init(), IsOk());
   _range = FindInterface<KernelRangeInterface>(*_kernel);
-  EXPECT_TRUE(_range);
+  _groups = FindInterface<KernelGroupInterface>(*_kernel);
+  EXPECT_TRUE(_range || _groups);
 }
 
 void KernelRunner::SetTypedValue(const char* name, const DataType& type, const void* value) {
@@ -73,7 +74,22 @@ void KernelRunner::SetNoise(const Id& classId, Int32 seed) {
   EXPECT_THAT(_kernel->Set("noiseData", &block), IsOk());
 }
 
+// In ascending order, but backwards for small pieces: groups do not need each other.
+Result<void> KernelRunner::RunGroups(const Vec3<UInt32>& extent, Way way) {
+  KernelGroups groups;
+  groups.count = (extent + _kernel->GetKernelWorkGroupSize() - 1u) / _kernel->GetKernelWorkGroupSize();
+  const UInt64 count = UInt64{groups.count.x} * groups.count.y * groups.count.z;
+  const UInt64 piece = way == Way::kOneByOne ? 1 : way == Way::kInSmallPieces ? 2 : count;
+  for (UInt64 i = 0; i < (count + piece - 1) / piece; ++i) {
+    groups.first = (way == Way::kInSmallPieces ? (count + piece - 1) / piece - 1 - i : i) * piece;
+    groups.end = std::min(groups.first + piece, count);
+    OSTRA_RETURN_IF_ERROR(_groups->RunGroups(groups));
+  }
+  return OK;
+}
+
 Result<void> KernelRunner::Run(const Vec3<UInt32>& extent, Way way) {
+  if (_groups) return RunGroups(extent, way);
   const auto level = kernel::g_instructionLevel;
   if (way == Way::kBaseline) kernel::g_instructionLevel = kernel::InstructionLevel::kBaseline;
   if (way == Way::kVectors256) kernel::g_instructionLevel = std::min(level, kernel::InstructionLevel::kVectors256);

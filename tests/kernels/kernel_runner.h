@@ -19,6 +19,7 @@
 
 #include "apps/ostra/parity/scenario_target.h"
 #include "ostra/render/render_noise.h"
+#include "parallelprogram/program/kernel_group_interface.h"
 #include "parallelprogram/program/kernel_loops.h"
 #include "parallelprogram/program/kernel_registration.h"
 #include "tests/support/result_matchers.h"
@@ -72,11 +73,13 @@ class KernelRunner : public parity::ScenarioTarget {
   const KernelParameter* FindParameter(const char* name) const;
   static CString MakeName(const char* name);
   Result<void> RunOneByOne(const Vec3<UInt32>& extent);
+  Result<void> RunGroups(const Vec3<UInt32>& extent, Way way);
   Result<void> RunPieces(const Vec3<UInt32>& extent, UInt32 pieceSize, Bool isOrdered);
 
   KernelRef _kernel;
   ClassRef _class;
-  KernelRangeInterface* _range = nullptr;
+  KernelRangeInterface* _range = nullptr;  // one of the two
+  KernelGroupInterface* _groups = nullptr;
   std::atomic<Byte> _stop{0};
   std::map<std::string, std::vector<Byte>> _buffers;
   std::map<std::string, AtomicUInt32> _counters;

@@ -37,7 +37,6 @@ class UseLinter {
     for (const SourceLine& line : _file.lines) {
       if (line.place == LinePlace::CpuScope) continue;
       LintTextures(line);
-      LintSharedMemory(line);
       CollectMatrices(line);
       LintMatrices(line);
     }
@@ -58,20 +57,6 @@ class UseLinter {
                        Quote(texture) + " is a POINT texture, which has no filtered value: read it with "
                                         "FetchTexture, or declare it with a LINEAR type"});
     });
-  }
-
-  // On the CPU the elements are read from the buffer itself.
-  void LintSharedMemory(const SourceLine& line) {
-    std::string_view arguments;
-    if (!HasName(line.code, "GROUPSHAREDMEM") || line.code.starts_with('#')) return;
-    if (!GetArguments(line.code, line.code.find("GROUPSHAREDMEM"), arguments)) return;
-    const std::vector<std::string_view> parts = SplitText(arguments, ',');
-    if (parts.size() != 3) return;
-    const ShaderInputEntry* const input = FindInput(parts[1]);
-    if (!input || input->typeName.IsEmpty())
-      _findings.Add({_file.name, line.number, Severity::Warning,
-                     "GROUPSHAREDMEM is a copy of a buffer, but " + Quote(parts[1]) +
-                         " names none: the CPU reads the buffer itself"});
   }
 
   const ShaderInputEntry* FindInput(std::string_view name) const {

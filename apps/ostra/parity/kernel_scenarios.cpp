@@ -153,6 +153,50 @@ void PrepareSquareRoots(ScenarioTarget& target) {
   target.SetBuffer("values", MakeNumbers(kCount, 0, 100));
 }
 
+void PrepareGroupSum(ScenarioTarget& target) {
+  target.SetValue<UInt32>("count", kCount - 2);
+  target.SetBuffer("source", MakeNumbers(kCount, -1, 1));
+  target.SetBuffer("sums", std::vector<Float32>(4));
+}
+
+void PrepareGroupScan(ScenarioTarget& target) {
+  target.SetValue<UInt32>("count", kCount - 2);
+  std::vector<UInt32> source(kCount);
+  for (UInt32 i = 0; i < kCount; ++i) source[i] = i * i;
+  target.SetBuffer("source", source);
+  target.SetBuffer("target", std::vector<UInt32>(kCount));
+  target.SetBuffer("totals", std::vector<UInt32>(4));
+}
+
+void PrepareGroupHistogram(ScenarioTarget& target) {
+  target.SetValue<UInt32>("count", kCount - 2);
+  std::vector<UInt32> values(kCount);
+  for (UInt32 i = 0; i < kCount; ++i) values[i] = i * i % 300;
+  target.SetBuffer("values", values);
+  target.SetBuffer("bins", std::vector<UInt32>(256));
+}
+
+void PrepareBitonicSort(ScenarioTarget& target) {
+  target.SetValue<UInt32>("count", kCount - 2);
+  target.SetBuffer("values", MakeNumbers(kCount, -1, 1));
+}
+
+void PrepareMatrixProduct(ScenarioTarget& target) {
+  target.SetValue<UInt32>("rows", kHeight);
+  target.SetValue<UInt32>("inner", kInner);
+  target.SetValue<UInt32>("columns", kWidth);
+  target.SetBuffer("left", MakeNumbers(Int{kHeight} * kInner, -1, 1));
+  target.SetBuffer("right", MakeNumbers(Int{kInner} * kWidth, -1, 1));
+  target.SetBuffer("product", std::vector<Float32>(kPixelCount));
+}
+
+void PrepareDiffusion(ScenarioTarget& target) {
+  SetPictureSize(target);
+  target.SetValue("speed", 0.7f);
+  target.SetBuffer("source", MakeNumbers(kPixelCount, 0, 100));
+  target.SetBuffer("target", std::vector<Float32>(kPixelCount));
+}
+
 }  // namespace
 
 std::string GetKernelId(const char* name) { return std::string("net.ostra.kernels.") + name + ".krn"; }
@@ -173,6 +217,12 @@ const std::vector<KernelScenario>& GetKernelScenarios() {
       {"compact", kLine, PrepareCompact},
       {"dispatcharguments", {1, 1, 1}, PrepareDispatchArguments},
       {"squareroots", {1024, 1, 1}, PrepareSquareRoots, 1e-6f, "square roots"},
+      {"groupsum", kLine, PrepareGroupSum},
+      {"groupscan", kLine, PrepareGroupScan},
+      {"grouphistogram", kLine, PrepareGroupHistogram},
+      {"bitonicsort", kLine, PrepareBitonicSort},
+      {"matrixproduct", kPicture, PrepareMatrixProduct},
+      {"diffusion", kPicture, PrepareDiffusion},
       {"noise", kPicture, PrepareNoise},
       {"terrain", kPicture, PrepareTerrain, 1e-5f, "vectors of length 1"},
   };

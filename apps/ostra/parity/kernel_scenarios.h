@@ -31,5 +31,6 @@ std::vector<Vec4<Float32>> MakePixels(Int count, Float32 brightest);
 
 inline constexpr Int32 kWidth = 37, kHeight = 19;
 inline constexpr UInt32 kCount = 1003;
+inline constexpr UInt32 kInner = 23;  // of the product of two matrices
 
 }  // namespace ostra::parity

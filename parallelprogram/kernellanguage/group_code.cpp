@@ -1,0 +1,234 @@
+#include "parallelprogram/kernellanguage/group_code.h"
+
+#include "parallelprogram/kernellanguage/group_printer.h"
+
+namespace ostra::kernellanguage {
+namespace {
+
+constexpr std::string_view kBeginPiece =
+    "ForEachInvocation<OstraGroupSize>(InWorkGroupID, [&]([[maybe_unused]] const Vec3<UInt32>& InGlobalInvocationID, "
+    "[[maybe_unused]] const Vec3<UInt32>& InLocalInvocationID, [[maybe_unused]] UInt32 ostraLinearInvocation, "
+    "[[maybe_unused]] UInt32 ostraNumber) {\n";
+
+}  // namespace
+
+void GroupPrinter::Refuse(NodeIndex node, std::string reason) {
+  if (!_refusal) _refusal = NotUnderstood{_tree.nodes[node].offset, std::move(reason)};
+}
+
+void GroupPrinter::Line(std::initializer_list<std::string_view> parts) {
+  for (const std::string_view part : parts) _piece += part;
+  _piece += '\n';
+}
+
+// Compiler messages and debuggers show the line of the kernel file.
+void GroupPrinter::MarkLine(NodeIndex node) {
+  const SourceLocation location = _sources.Locate(_tree.nodes[node].offset);
+  if (location.line == 0) return;
+  std::string file;
+  for (const char c : location.file) {
+    if (c == '"' || c == '\\') file += '\\';
+    file += static_cast<unsigned char>(c) < ' ' ? '?' : c;
+  }
+  Line({"#line ", std::to_string(location.line), " \"", file, "\""});
+}
+
+void GroupPrinter::EndPiece() {
+  if (_piece.empty()) return;
+  _text += Join({kBeginPiece, _piece, "});\n"});
+  _piece.clear();
+  ++_pieceCount;
+}
+
+void GroupPrinter::Outside(std::initializer_list<std::string_view> parts) {
+  EndPiece();
+  for (const std::string_view part : parts) _text += part;
+  _text += '\n';
+}
+
+void GroupPrinter::Run() {
+  _text.clear();
+  _constants.clear();
+  _pieceCount = 0;
+  Cut(Child(_tree.kernel, 0));
+  EndPiece();
+}
+
+// A statement that the group comes to as one; others go into the piece.
+void GroupPrinter::Cut(NodeIndex node) {
+  if (node == kNoNode || _refusal) return;
+  const NodeKind kind = KindOf(node);
+  const Bool isBody = node == Child(_tree.kernel, 0);
+  if (!_isCut[node] && !isBody) {
+    // Variables of a block that is cut may be needed behind the next barrier.
+    if (kind == NodeKind::kDeclaration) {
+      MarkLine(node);
+      for (const NodeIndex variable : _tree.GetChildren(node)) Declare(variable);
+      return;
+    }
+    return Statement(node);
+  }
+  switch (kind) {
+    case NodeKind::kBlock:
+      for (const NodeIndex statement : _tree.GetChildren(node)) Cut(statement);
+      return;
+    case NodeKind::kBarrier:
+      return EndPiece();
+    case NodeKind::kIf:
+      Decide(Child(node, 0));
+      Outside({"if (ostraCondition) {"});
+      Cut(Child(node, 1));
+      Outside({"} else {"});
+      Cut(Child(node, 2));
+      return Outside({"}"});
+    case NodeKind::kFor:
+    case NodeKind::kWhile:
+    case NodeKind::kDoWhile:
+      return CutLoop(node);
+    case NodeKind::kReturn:
+      return Outside({"return;"});
+    case NodeKind::kBreak:
+      return Outside({"break;"});
+    case NodeKind::kContinue:
+      return Outside({"goto ostraContinue", std::to_string(_continued.back()), ";"});
+    default:
+      return Refuse(node, Join({"\"", GetKindName(kind), "\" around a groupSharedBarrier"}));
+  }
+}
+
+void GroupPrinter::CutLoop(NodeIndex node) {
+  const NodeKind kind = KindOf(node);
+  const Bool isFor = kind == NodeKind::kFor, isDo = kind == NodeKind::kDoWhile;
+  const NodeIndex condition = Child(node, kind == NodeKind::kWhile ? 0 : 1);
+  const NodeIndex body = Child(node, isFor ? 3 : isDo ? 0 : 1);
+  if (isFor) Cut(Child(node, 0));
+  Outside({"for (;;) {"});
+  const auto leave = [&] {
+    if (condition == kNoNode) return;
+    Decide(condition);
+    Outside({"if (!ostraCondition) break;"});
+  };
+  if (!isDo) leave();
+  _continued.push_back(node);
+  Outside({"{"});
+  Cut(body);
+  Outside({"}"});
+  _continued.pop_back();
+  if (HasContinue(body)) Outside({"ostraContinue", std::to_string(node), ":;"});
+  if (isDo) leave();
+  if (isFor && Child(node, 2) != kNoNode) {
+    MarkLine(node);
+    Line({Expression(Child(node, 2)), ";"});
+  }
+  Outside({"}"});
+}
+
+void GroupPrinter::Decide(NodeIndex condition) {
+  MarkLine(condition);
+  Line({"ostraCondition = static_cast<Bool>(", Expression(condition), ");"});
+  EndPiece();
+}
+
+Bool GroupPrinter::HasContinue(NodeIndex node) const {
+  if (node == kNoNode || IsExpression(KindOf(node))) return false;
+  if (KindOf(node) == NodeKind::kContinue) return true;
+  if (KindOf(node) == NodeKind::kFor || KindOf(node) == NodeKind::kWhile || KindOf(node) == NodeKind::kDoWhile)
+    return false;
+  for (const NodeIndex child : _tree.GetChildren(node)) {
+    if (HasContinue(child)) return true;
+  }
+  return false;
+}
+
+// Numbers that C++ may want to know, as labels and sizes.
+Bool GroupPrinter::IsConstant(NodeIndex expression) const {
+  const NodeKind kind = KindOf(expression);
+  if (kind == NodeKind::kLiteral || kind == NodeKind::kType) return true;
+  if (kind == NodeKind::kName) {
+    const auto known = _variables.find(_resolved.meaning[expression].target);
+    return known != _variables.end() && known->second.place == Place::kConstant;
+  }
+  if (kind != NodeKind::kUnary && kind != NodeKind::kBinary && kind != NodeKind::kConstruct && kind != NodeKind::kCast)
+    return false;
+  const Operation operation = _tree.nodes[expression].operation;
+  if (operation == Operation::kIncrement || operation == Operation::kDecrement) return false;
+  for (const NodeIndex child : _tree.GetChildren(expression)) {
+    if (!IsConstant(child)) return false;
+  }
+  return true;
+}
+
+void GroupPrinter::Declare(NodeIndex variable) {
+  const auto [known, isNew] = _variables.try_emplace(variable, Variable{Place::kPiece, _pieceCount});
+  const TypeIndex type = _resolved.type[variable];
+  const NodeIndex value = Child(variable, 2);
+  if (isNew) {
+    _order.push_back(variable);
+    const Bool isNumber = _tree.HasFlag(variable, kIsConst) && _types.IsScalar(type) && value != kNoNode;
+    if (isNumber && IsConstant(value)) known->second.place = Place::kConstant;
+  }
+  const std::string name = UniqueName(variable);
+  if (TypeName(type).empty()) return Refuse(variable, Join({"a variable of type ", _types.GetName(type)}));
+  switch (known->second.place) {
+    case Place::kConstant:
+      _constants += Join({"[[maybe_unused]] const ", VariableText(variable, name), ";\n"});
+      return;
+    case Place::kPiece:
+      return Line({"[[maybe_unused]] ", VariableText(variable, name), ";"});
+    case Place::kKept:
+      break;
+  }
+  if (value == kNoNode) return;
+  const Bool isList = KindOf(value) == NodeKind::kInitializerList;
+  const std::string kept = Join({"ostraMemory.", name, "[ostraNumber]"});
+  if (_types[type].kind == TypeKind::kArray)
+    return Line({"{ const ", VariableText(variable, "ostraValues"), "; CopyArray(", kept, ", ostraValues); }"});
+  Line({kept, " = ", isList ? TypeName(type) : "", Expression(value), ";"});
+}
+
+// A variable of the kernel is named in the current piece.
+void GroupPrinter::Use(NodeIndex variable) {
+  const auto known = _variables.find(variable);
+  if (known != _variables.end() && known->second.place == Place::kPiece && known->second.piece != _pieceCount)
+    known->second.place = Place::kKept;
+}
+
+// The arrays in group memory, and the variables that are kept for each invocation.
+std::string GroupPrinter::Declarations() const {
+  std::string text;
+  const std::string count =
+      Join({"[", std::to_string(_resolved.groupSize[0]), "u * ", std::to_string(_resolved.groupSize[1]), "u * ",
+            std::to_string(_resolved.groupSize[2]), "u]"});
+  for (NodeIndex node = 0; node < static_cast<NodeIndex>(_tree.nodes.size()); ++node) {
+    if (!_tree.Is(node, NodeKind::kSharedArray)) continue;
+    const TypeIndex type = _resolved.type[node];
+    text += Join({TypeName(type), " ", UniqueName(node), ArraySizes(type), ";\n"});
+  }
+  for (const NodeIndex variable : _order) {
+    const TypeIndex type = _resolved.type[variable];
+    if (_variables.at(variable).place == Place::kKept)
+      text += Join({TypeName(type), " ", UniqueName(variable), count, ArraySizes(type), ";\n"});
+  }
+  return text;
+}
+
+GroupCode GroupPrinter::Print() {
+  if (_tree.HasFlag(_tree.kernel, kIsMethodForm)) Refuse(_tree.kernel, "a kernel that can fail");
+  Run();
+  Run();
+  std::string text = Join({"OSTRA_GROUP_KERNEL_CLASS(", _options.className, ", ", _options.parameters, ") {\n"});
+  text += Join({"using ", _options.className, "Values::", _options.className, "Values;\n"});
+  text += Join({"struct OstraMemory {\n", Declarations(), "};\n"});
+  text +=
+      "void RunGroup([[maybe_unused]] const Vec3<UInt32>& InWorkGroupID, [[maybe_unused]] OstraMemory& ostraMemory) "
+      "const {\n[[maybe_unused]] Bool ostraCondition = false;\n";
+  text += Join({_constants, _text, "}\n};\n"});
+  if (_refusal) text.clear();
+  return {std::move(text), std::move(_refusal)};
+}
+
+GroupCode PrintGroupCode(const AnalyzedKernel& kernel, const GroupCodeOptions& options) {
+  return GroupPrinter(kernel, options).Print();
+}
+
+}  // namespace ostra::kernellanguage

@@ -1,0 +1,86 @@
+// The state of PrintGroupCode, and how its parts call each other. Internal to group_*.cpp.
+//
+// Statements are written to a piece, the body of a loop over the invocations, until the next cut statement ends it.
+// The kernel is written twice: the first time to learn which variables are used in several pieces.
+#pragma once
+
+#include <unordered_map>
+
+#include "parallelprogram/kernellanguage/group_code.h"
+#include "parallelprogram/kernellanguage/join.h"
+
+namespace ostra::kernellanguage {
+
+class GroupPrinter {
+ public:
+  GroupPrinter(const AnalyzedKernel& kernel, const GroupCodeOptions& options)
+      : _tree(kernel.tree),
+        _resolved(kernel.resolved),
+        _types(kernel.resolved.types),
+        _isCut(kernel.groups.isCut),
+        _sources(kernel.sources),
+        _options(options) {}
+
+  GroupCode Print();
+
+ private:
+  // Where a variable that is declared between cut statements lies.
+  enum class Place { kPiece, kKept, kConstant };
+  struct Variable {
+    Place place = Place::kPiece;
+    int piece = 0;  // that it was seen in first
+  };
+
+  void Refuse(NodeIndex node, std::string reason);
+  NodeIndex Child(NodeIndex node, std::size_t index) const { return _tree.GetChild(node, index); }
+  NodeKind KindOf(NodeIndex node) const { return _tree.nodes[node].kind; }
+  std::string_view NameOf(NodeIndex node) const { return _tree.GetName(node); }
+
+  // Writing.
+  void Line(std::initializer_list<std::string_view> parts);  // to the piece
+  void MarkLine(NodeIndex node);
+  void EndPiece();
+  void Outside(std::initializer_list<std::string_view> parts);  // behind the piece, which ends
+
+  // group_code.cpp: statements around barriers
+  void Run();
+  void Cut(NodeIndex node);
+  void CutLoop(NodeIndex node);
+  // Ends the piece; then the generated ostraCondition is that of the group.
+  void Decide(NodeIndex condition);
+  void Declare(NodeIndex variable);
+  void Use(NodeIndex variable);
+  std::string Declarations() const;
+  Bool IsConstant(NodeIndex expression) const;
+  // Whether `node` has a continue of the loop around it.
+  Bool HasContinue(NodeIndex node) const;
+
+  // group_expressions.cpp: C++ of one invocation
+  void Statement(NodeIndex node);
+  std::string VariableText(NodeIndex variable, std::string_view name);
+  std::string Expression(NodeIndex node);
+  std::string Condition(NodeIndex node);
+  std::string Call(NodeIndex node);
+  std::string List(NodeIndex node, std::size_t first);
+  std::string Name(NodeIndex node);
+  // "Vec3<Float32>" and "[4]" of an array of them; empty for types that cannot be named.
+  std::string TypeName(TypeIndex type) const;
+  std::string ArraySizes(TypeIndex type) const;
+  std::string UniqueName(NodeIndex variable) const;
+
+  const SyntaxTree& _tree;
+  const ResolvedTree& _resolved;
+  const TypeTable& _types;
+  const std::vector<Bool>& _isCut;
+  const SourceMap& _sources;
+  const GroupCodeOptions& _options;
+
+  std::string _text, _piece, _constants;
+  std::unordered_map<NodeIndex, Variable> _variables;
+  std::vector<NodeIndex> _order;      // of _variables
+  std::vector<NodeIndex> _continued;  // cut loops around the statement
+  std::optional<NotUnderstood> _refusal;
+  int _pieceCount = 0;
+};
+
+}  // namespace ostra::kernellanguage

@@ -1,0 +1,115 @@
+// Kernels whose invocations exchange values in group memory: their bodies run a whole work group at a time.
+//
+// The front step makes them of kernel files (PrintGroupCode). A body is a struct derived from the record of parameters
+// with
+//
+//   struct OstraMemory { ... };      // arrays of the group, and variables that live across a barrier
+//   void RunGroup(const Vec3<UInt32>& InWorkGroupID, OstraMemory& memory) const;
+#pragma once
+
+#include <memory>
+#include <new>
+
+#include "parallelprogram/program/kernel_class.h"
+#include "parallelprogram/program/kernel_group_interface.h"
+
+namespace ostra::kernel {
+
+// Calls run(global ID, local ID, number of the invocation in the dispatch, number in the group) for each invocation.
+template <class Group, class Run>
+OSTRA_KERNEL_INLINE void ForEachInvocation(const Vec3<UInt32>& group, const Run& run) {
+  UInt32 number = 0;
+  const Vec3<UInt32> first(group.x * Group::kX, group.y * Group::kY, group.z * Group::kZ);
+  const UInt32 linearOffset = GetLinearOffset<Group>(group.y);
+  for (UInt32 z = 0; z < Group::kZ; ++z) {
+    for (UInt32 y = 0; y < Group::kY; ++y) {
+      for (UInt32 x = 0; x < Group::kX; ++x, ++number)
+        run(Vec3<UInt32>(first.x + x, first.y + y, first.z + z), Vec3<UInt32>(x, y, z), first.x + x + linearOffset,
+            number);
+    }
+  }
+}
+
+// Copies an array, and arrays in it, element by element.
+template <class T>
+void CopyArray(T& target, const T& source) {
+  if constexpr (std::is_array_v<T>) {
+    for (std::size_t i = 0; i < std::extent_v<T>; ++i) CopyArray(target[i], source[i]);
+  } else {
+    target = source;
+  }
+}
+
+// Element `index` of an array in group memory.
+template <class T, std::size_t count, class Index>
+OSTRA_KERNEL_INLINE T& GetGroupElement(T (&array)[count], Index index, [[maybe_unused]] const char* name,
+                                       [[maybe_unused]] const char* file, [[maybe_unused]] int line) {
+#ifdef OSTRA_CHECK_KERNEL_INDICES
+  const Int position = static_cast<Int>(index);
+  if (position < 0 || position >= static_cast<Int>(count))
+    FailBufferIndex(name, file, line, position, static_cast<Int>(count));
+#endif
+  return array[index];
+}
+
+template <class Derived, class Parameters, class Body, class Tuning>
+class GroupKernelClass : public KernelBase<Derived, KernelGroupInterface, KernelDeclarationInterface> {
+ public:
+  Result<void> Init() override {
+    using Group = typename Tuning::Group;
+    this->_workGroupSize = {Group::kX, Group::kY, Group::kZ};
+    this->_granularity = Tuning::kGranularity;
+    this->_singleThreadedThreshold = Tuning::kSingleThreadedThreshold;
+    return _values.ForEach([this](const char* name, auto& member, Bool isUsed) -> Result<void> {
+      OSTRA_RETURN_IF_ERROR(this->AddParameter(name, member));
+      OSTRA_ASSIGN_OR_RETURN(const InternedId id, InternedId::Create(name));
+      const DataType type = GetDataType<std::remove_reference_t<decltype(member)>>();
+      const Bool isResource = type.IsPointer() || type.IsMadeWith(kBlockParametricType);
+      OSTRA_RETURN_IF_ERROR(_declarations.Append(KernelDeclaration{id, type, isUsed && isResource}));
+      return OK;
+    });
+  }
+
+  const BaseArray<KernelDeclaration>& GetDeclarations() const override { return _declarations; }
+
+  Result<void> Kernel(const Vec3<UInt32>&, const Vec3<UInt32>&, const Vec3<UInt32>&) override {
+    return Error::Make(kIllegalStateError, "The invocations of this kernel exchange values: it runs whole groups.",
+                       "parallelprogram_kernel", __LINE__);
+  }
+
+  Result<void> RunGroups(const KernelGroups& groups) override {
+    const Body body(_values);
+    const std::unique_ptr<typename Body::OstraMemory> memory(new (std::nothrow) typename Body::OstraMemory{});
+    if (!memory) return Error::MakeOutOfMemory("parallelprogram_kernel", __LINE__);
+    const Vec3<UInt32>& count = groups.count;
+    for (UInt64 i = groups.first; i < groups.end; ++i) {
+      const UInt64 row = i / count.x;
+      body.RunGroup(Vec3<UInt32>(static_cast<UInt32>(i % count.x), static_cast<UInt32>(row % count.y),
+                                 static_cast<UInt32>(row / count.y)),
+                    *memory);
+    }
+    return OK;
+  }
+
+ private:
+  Parameters _values;
+  BaseArray<KernelDeclaration> _declarations;
+};
+
+}  // namespace ostra::kernel
+
+// The class of a kernel that runs whole groups; the members of its body follow in braces.
+#define OSTRA_GROUP_KERNEL_CLASS(name, ...)                                                                         \
+  struct name##Body;                                                                                                \
+  class name final : public ::ostra::kernel::GroupKernelClass<                                                      \
+                         name, __VA_ARGS__, name##Body,                                                             \
+                         ::ostra::kernel::Tuning<OstraGroupSize, OstraGranularity, OstraSingleThreadedThreshold>> { \
+   public:                                                                                                          \
+    static constexpr const char* kComponentName = #name;                                                            \
+  };                                                                                                                \
+  struct name##Values : __VA_ARGS__ {                                                                               \
+    explicit name##Values(const __VA_ARGS__& values) : __VA_ARGS__(values) {}                                       \
+    [[maybe_unused]] static constexpr ::ostra::Vec3<::ostra::UInt32> InWorkGroupSize{                               \
+        OstraGroupSize::kX, OstraGroupSize::kY, OstraGroupSize::kZ};                                                \
+  };                                                                                                                \
+  struct name##Body : name##Values
