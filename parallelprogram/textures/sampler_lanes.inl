@@ -51,29 +51,27 @@ OSTRA_LANE_INLINE Mask ResolveLanes(Lanes<Float32> place, Float32 size, UInt32 m
   const Mask isOutside = isBelow | (place >= size);
   Mask border = false;
   easy = easy & (place == place);
-  if (Any(isOutside & easy)) {
-    switch (static_cast<TextureWrapMode>(mode)) {
-      case TextureWrapMode::REPEAT: {
-        Lanes<Float32> rest = Select(isBelow, place, place - size);
-        if (Any(easy & ((place <= -size) | (place >= size + size)))) {
-          Mask isExact;
-          rest = Remainder(place, size, isExact);
-          easy = easy & isExact;
-        }
-        place = Select(isOutside, Select(isBelow, size + rest, rest), place);
-        break;
+  switch (static_cast<TextureWrapMode>(mode)) {
+    case TextureWrapMode::REPEAT: {
+      Lanes<Float32> rest = Select(isBelow, place, place - size);
+      if (Any(easy & ((place <= -size) | (place >= size + size)))) {
+        Mask isExact;
+        rest = Remainder(place, size, isExact);
+        easy = easy & (isExact | !isOutside);
       }
-      case TextureWrapMode::CLAMP:
-        place = Select(isOutside, Select(isBelow, Lanes<Float32>(0.0f), Lanes<Float32>(size - 1.0f)), place);
-        break;
-      case TextureWrapMode::BORDER:
-        place = Select(isOutside, Lanes<Float32>(0.0f), place);
-        border = isOutside;
-        break;
-      default:
-        easy = AndNot(easy, isOutside);
-        break;
+      place = Select(isOutside, Select(isBelow, size + rest, rest), place);
+      break;
     }
+    case TextureWrapMode::CLAMP:
+      place = Select(isOutside, Select(isBelow, Lanes<Float32>(0.0f), Lanes<Float32>(size - 1.0f)), place);
+      break;
+    case TextureWrapMode::BORDER:
+      place = Select(isOutside, Lanes<Float32>(0.0f), place);
+      border = isOutside;
+      break;
+    default:
+      easy = AndNot(easy, isOutside);
+      break;
   }
   index = Convert<Int32>(place);
   return border;
@@ -194,14 +192,14 @@ OSTRA_LANE_INLINE void ReadPairs(const Byte* texels, const UInt32* offsets, Nati
   second = __builtin_shufflevector(low, high, (2 * lane + 1)...);
 }
 
-template <int kDimensions>
-OSTRA_LANE_INLINE Native<Float32> BlendPairs(const SamplingData& data, const UInt32* offsets,
-                                             const Native<Float32>* weight) {
+// `read(row, first, second)` gives the neighbours along x of a row.
+template <int kDimensions, class ReadRow>
+OSTRA_LANE_INLINE Native<Float32> BlendPairs(const Native<Float32>* weight, const ReadRow& read) {
   constexpr int kRows = 1 << (kDimensions - 1);
   Native<Float32> rows[kRows];
   for (int row = 0; row < kRows; ++row) {
     Native<Float32> first, second;
-    ReadPairs(data._texels + GetCornerBytes(2 * row, data, sizeof(Float32)), offsets, first, second, LaneNumbers());
+    read(row, first, second);
     rows[row] = LerpLanes(first, second, weight[0]);
   }
   if constexpr (kDimensions == 1) return rows[0];
@@ -413,12 +411,16 @@ OSTRA_LANE_INLINE void SampleLinear(const TextureSamplerDataHelper& sampler,
   Native<Float32> weight[kDimensions];
   for (int i = 0; i < kDimensions; ++i) weight[i] = neighbours.weight[i].v;
   alignas(64) UInt32 offsets[kCorners][kLaneCount];
+  const Bool isSingle = kind == TexelKind::kFloats && lanes.channels == 1 && lanes.outputs == 1;
   const Bool isWhole = kind == TexelKind::kFloats && lanes.channels > 1 && lanes.outputs <= lanes.channels;
   if (neighbours.isSideBySide) {
     const Lanes<UInt32> first = GetTexelOffsets<kDimensions>(neighbours.first, layer, data, stride, easy);
     Store(offsets[0], first);
-    if (kind == TexelKind::kFloats && lanes.channels == 1 && lanes.outputs == 1) {
-      const Native<Float32> value = BlendPairs<kDimensions>(data, offsets[0], weight);
+    if (isSingle) {
+      const Native<Float32> value = BlendPairs<kDimensions>(
+          weight, [&](int row, Native<Float32>& left, Native<Float32>& right) __attribute__((always_inline)) {
+            ReadPairs(data._texels + GetCornerBytes(2 * row, data, stride), offsets[0], left, right, LaneNumbers());
+          });
       std::memcpy(result, &value, sizeof(value));
       return;
     }
@@ -434,10 +436,22 @@ OSTRA_LANE_INLINE void SampleLinear(const TextureSamplerDataHelper& sampler,
     for (int corner = 1; corner < kCorners; ++corner)
       Store(offsets[corner], first + static_cast<UInt32>(GetCornerBytes(corner, data, stride)));
   } else {
-    for (int corner = 0; corner < kCorners; ++corner) {
+    // Clamped, both neighbours along x may be the same texel; what is read behind it is not used.
+    const Lanes<Int32> apart = neighbours.second[0] - neighbours.first[0];
+    const Bool isPaired = isSingle && !neighbours.hasBorder && All((apart == 0) | (apart == 1) | !easy);
+    for (int corner = 0; corner < kCorners; corner += isPaired ? 2 : 1) {
       Lanes<Int32> index[kDimensions];
       for (int i = 0; i < kDimensions; ++i) index[i] = corner >> i & 1 ? neighbours.second[i] : neighbours.first[i];
       Store(offsets[corner], GetTexelOffsets<kDimensions>(index, layer, data, stride, easy));
+    }
+    if (isPaired) {
+      const Native<Float32> value = BlendPairs<kDimensions>(
+          weight, [&](int row, Native<Float32>& left, Native<Float32>& right) __attribute__((always_inline)) {
+            ReadPairs(data._texels, offsets[2 * row], left, right, LaneNumbers());
+            right = (apart == 0).v ? left : right;
+          });
+      std::memcpy(result, &value, sizeof(value));
+      return;
     }
     if (isWhole && !neighbours.hasBorder) {
       return BlendTexels<kDimensions>(
