@@ -135,7 +135,7 @@ Result<Image> ReadPixels(Block<const Byte> bytes) {
   return image;
 }
 
-Result<BaseArray<Byte>> WritePixels(const Image& image) {
+Result<BaseArray<Byte>> WritePixels(const ImageView& image) {
   MemorySink sink;
   {
     const int width = static_cast<int>(image.width), height = static_cast<int>(image.height);
@@ -163,7 +163,7 @@ Result<Image> DecodeExr(Block<const Byte> bytes) {
   return CallLibrary<Image>(kDamaged, [bytes] { return ReadPixels(bytes); });
 }
 
-Result<BaseArray<Byte>> EncodeExr(const Image& image) {
+Result<BaseArray<Byte>> EncodeExr(const ImageView& image) {
   OSTRA_CHECK_ARGUMENT(image.width > 0 && image.height > 0 && image.rgba.GetCount() == 4 * image.width * image.height);
   return CallLibrary<BaseArray<Byte>>("the picture cannot be written as OpenEXR",
                                       [&image] { return WritePixels(image); });

@@ -27,23 +27,33 @@ struct Image {
   OSTRA_API static Result<Image> Create(Int width, Int height);
 };
 
+// The pixels of a picture where they lie. Made from an Image, or from memory of the caller that outlives the view.
+struct ImageView {
+  ImageView(const Image& image)  // NOLINT(google-explicit-constructor)
+      : width(image.width), height(image.height), rgba(image.rgba.GetBlock()) {}
+  ImageView(Int width, Int height, Block<const Float32> rgba) : width(width), height(height), rgba(rgba) {}
+
+  Int width, height;
+  Block<const Float32> rgba;  // as in Image, without gaps
+};
+
 // The picture in a PNG or OpenEXR file; the first bytes tell which. Errors: file errors as ReadFileToMemory gives them;
 // illegal argument for damaged and unknown files, with the name of the file; out of memory.
 OSTRA_API Result<Image> ReadImage(const Url& url);
 
 // Writes a picture whole or not at all, as the suffix says: "png" or "exr". Errors: file errors as WriteFileAtomically
 // gives them; illegal argument for other suffixes; out of memory.
-OSTRA_API Result<void> WriteImage(const Url& url, const Image& image);
+OSTRA_API Result<void> WriteImage(const Url& url, const ImageView& image);
 
 // The same on bytes in memory. PNG of every kind is read: 1 to 16 bits, gray, palette, transparent, interlaced.
 OSTRA_API Result<Image> DecodePng(Block<const Byte> bytes);
 // 8 bits per channel, red, green, blue, alpha. Values are clamped to 0 ... 1 and rounded to the nearest step; a value
 // that is not a number becomes 0.
-OSTRA_API Result<BaseArray<Byte>> EncodePng(const Image& image);
+OSTRA_API Result<BaseArray<Byte>> EncodePng(const ImageView& image);
 
 // OpenEXR with 16- or 32-bit values in the channels R, G, B and A, or Y alone. The picture is the data window.
 OSTRA_API Result<Image> DecodeExr(Block<const Byte> bytes);
 // 32-bit float channels R, G, B and A: reading the result gives the same bits.
-OSTRA_API Result<BaseArray<Byte>> EncodeExr(const Image& image);
+OSTRA_API Result<BaseArray<Byte>> EncodeExr(const ImageView& image);
 
 }  // namespace ostra

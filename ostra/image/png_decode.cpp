@@ -70,6 +70,13 @@ void Widen(const Value* source, Float32* target, Int count) {
   for (Int i = 0; i < count; ++i) target[i] = static_cast<Float32>(source[i]) / kLargest;
 }
 
+void WidenRow(const Layout& layout, const Byte* row, Float32* target) {
+  if (layout.bitDepth == 16)
+    Widen(reinterpret_cast<const UInt16*>(row), target, 4 * layout.width);
+  else
+    Widen(row, target, 4 * layout.width);
+}
+
 }  // namespace
 
 Result<Image> DecodePng(Block<const Byte> bytes) {
@@ -79,20 +86,23 @@ Result<Image> DecodePng(Block<const Byte> bytes) {
   if (!session.Run([&](png_structp png, png_infop info) { ReadHeader(png, info, source, layout); }))
     return session.MakeError(kDamaged);
   OSTRA_RETURN_IF_ERROR(CheckLayout(layout, bytes.GetCount()));
-  BaseArray<Byte> pixels;
-  OSTRA_RETURN_IF_ERROR(pixels.Resize(layout.bytesPerRow * layout.height));
-  // The rows of an interlaced picture are visited once for each pass.
-  const auto readPixels = [first = pixels.GetFirst(), layout](png_structp png, png_infop) {
-    for (int pass = 0; pass < layout.passes; ++pass)
-      for (Int y = 0; y < layout.height; ++y) png_read_row(png, first + y * layout.bytesPerRow, nullptr);
+  OSTRA_ASSIGN_OR_RETURN(Image image, Image::Create(layout.width, layout.height));
+  // The rows of an interlaced picture are visited once for each pass, so that all of them are kept.
+  const Bool isInterlaced = layout.passes > 1;
+  BaseArray<Byte> stored;
+  OSTRA_RETURN_IF_ERROR(stored.Resize(layout.bytesPerRow * (isInterlaced ? layout.height : 1)));
+  const auto readPixels = [stored = stored.GetFirst(), pixels = image.rgba.GetFirst(), layout, isInterlaced](
+                              png_structp png, png_infop) {
+    for (int pass = 1; pass < layout.passes; ++pass)
+      for (Int y = 0; y < layout.height; ++y) png_read_row(png, stored + y * layout.bytesPerRow, nullptr);
+    for (Int y = 0; y < layout.height; ++y) {
+      Byte* const row = stored + (isInterlaced ? y * layout.bytesPerRow : 0);
+      png_read_row(png, row, nullptr);
+      WidenRow(layout, row, pixels + y * 4 * layout.width);
+    }
     png_read_end(png, nullptr);
   };
   if (!session.Run(readPixels)) return session.MakeError(kDamaged);
-  OSTRA_ASSIGN_OR_RETURN(Image image, Image::Create(layout.width, layout.height));
-  if (layout.bitDepth == 16)
-    Widen(reinterpret_cast<const UInt16*>(pixels.GetFirst()), image.rgba.GetFirst(), image.rgba.GetCount());
-  else
-    Widen(pixels.GetFirst(), image.rgba.GetFirst(), image.rgba.GetCount());
   return image;
 }
 

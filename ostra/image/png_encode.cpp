@@ -19,7 +19,7 @@ Byte ToStep(Float32 value) {
   return value >= 1 ? 255 : static_cast<Byte>(value * 255 + 0.5f);
 }
 
-void WritePicture(png_structp png, png_infop info, const Image& image, Byte* row, MemorySink& sink) {
+void WritePicture(png_structp png, png_infop info, const ImageView& image, Byte* row, MemorySink& sink) {
   png_set_write_fn(png, &sink, WriteToMemory, nullptr);
   png_set_user_limits(png, PNG_UINT_31_MAX, PNG_UINT_31_MAX);
   // A low level: pictures of computations are written often and read once.
@@ -38,7 +38,7 @@ void WritePicture(png_structp png, png_infop info, const Image& image, Byte* row
 
 }  // namespace
 
-Result<BaseArray<Byte>> EncodePng(const Image& image) {
+Result<BaseArray<Byte>> EncodePng(const ImageView& image) {
   OSTRA_CHECK_ARGUMENT(image.width > 0 && image.height > 0 && image.rgba.GetCount() == 4 * image.width * image.height);
   BaseArray<Byte> row;
   OSTRA_RETURN_IF_ERROR(row.Resize(4 * image.width));

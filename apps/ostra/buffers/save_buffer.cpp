@@ -21,9 +21,8 @@ Result<void> SavePicture(const Url& file, Block<const Byte> bytes, const Extents
   if (size.depth != 1 || size.width * size.height != count)
     return OSTRA_ILLEGAL_ARGUMENT("@ cannot be written: the buffer has @ elements, and a picture of @ needs @.", file,
                                   count, size.ToText(), size.GetCount());
-  OSTRA_ASSIGN_OR_RETURN(Image image, Image::Create(size.width, size.height));
-  MemCopy(image.rgba.GetFirst(), bytes.GetFirst(), bytes.GetCount());
-  return WriteImage(file, image);
+  const Block<const Float32> pixels(reinterpret_cast<const Float32*>(bytes.GetFirst()), 4 * count);
+  return WriteImage(file, ImageView(size.width, size.height, pixels));
 }
 
 Result<void> SaveNpy(const Url& file, const ElementLayout& layout, Block<const Byte> bytes, const Extents& size) {

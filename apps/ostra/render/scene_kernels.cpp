@@ -79,7 +79,7 @@ Result<SceneKernels::Buffer> SceneKernels::GetBuffer(const SceneKernelBuffer& so
     names.emplace_back(buffer.name.GetView());
     if (buffer.name.GetView() != source.buffer) continue;
     OSTRA_ASSIGN_OR_RETURN(Data link, kernel.run->GetBufferLink(buffer.name));
-    return Buffer{std::move(link), buffer.elementType, buffer.start.GetCount()};
+    return Buffer{std::move(link), buffer.elementType, buffer.count};
   }
   return OSTRA_ILLEGAL_ARGUMENT("@: @.buffer: the kernel \"@\" has no buffer \"@\"@", _scene->file, path, source.kernel,
                                 source.buffer, SuggestName(source.buffer, names));

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include "ostra/core/format.h"
+#include "ostra/core/large_pages.h"
 #include "ostra/core/memory_limit.h"
 
 OSTRA_UNIT("fenced_array");
@@ -32,7 +33,7 @@ void FencedArray::VisitMargins(Visit&& visit) const {
   visitAll(_first + _count * _type.GetSize(), _memory + _memorySize - kFenceSize);
 }
 
-Result<StrongRef<ArrayInterface>> FencedArray::Create(const GenericBaseArray& elements) {
+Result<StrongRef<ArrayInterface>> FencedArray::Create(const GenericBaseArray& elements, Bool areZero) {
   const DataType type = elements.GetElementType();
   const Int size = elements.GetCount() * type.GetSize();
   const Int usedSize = RoundUp(size, sysconf(_SC_PAGESIZE)), memorySize = usedSize + 2 * kFenceSize;
@@ -52,7 +53,8 @@ Result<StrongRef<ArrayInterface>> FencedArray::Create(const GenericBaseArray& el
     ReturnMemory(usedSize);
     return OSTRA_OUT_OF_MEMORY();
   }
-  if (size > 0) MemCopy(array->_first, elements.GetBlock().GetFirst(), size);
+  AdviseLargePages(used, usedSize);
+  if (size > 0 && !areZero) MemCopy(array->_first, elements.GetBlock().GetFirst(), size);
   array->VisitMargins([](Byte& byte, Byte expected) { byte = expected; });
   return StrongRef<ArrayInterface>::Adopt(array);
 }

@@ -1,5 +1,6 @@
 #include "apps/ostra/run/program_run.h"
 
+#include <algorithm>
 #include <chrono>
 #include <memory>
 #include <string>
@@ -39,7 +40,7 @@ class QuietCompilation final : public DiagnosticListener {
 
 }  // namespace
 
-Result<ProgramRun> ProgramRun::Create(const RunPlan& plan, const Id& programClass, const ProgramFile& file,
+Result<ProgramRun> ProgramRun::Create(RunPlan& plan, const Id& programClass, const ProgramFile& file,
                                       const DrawportContextRef* context) {
   ProgramRun run(plan, programClass == kCpuProgramClass);
   OSTRA_ASSIGN_OR_RETURN(run._program, CreateObject<ParallelProgramInterface>(programClass));
@@ -68,20 +69,27 @@ Result<void> ProgramRun::AddKernel(const Id& programClass, const ProgramFile& fi
 }
 
 Result<void> ProgramRun::StoreBuffers() {
-  for (const PlannedBuffer& buffer : _plan->buffers) {
+  for (PlannedBuffer& buffer : _plan->buffers) {
     OSTRA_RETURN_IF_ERROR(StoreBuffer(buffer));
+    if (_plan->isRunOnce) buffer.start = GenericBaseArray();
     OSTRA_RETURN_IF_ERROR(_program->SetBufferToActiveKernelSameId(buffer.name));
   }
   return OK;
 }
 
-Result<void> ProgramRun::StoreBuffer(const PlannedBuffer& buffer) {
-  if (!_hasFences || !buffer.elementType.IsPlain() || buffer.start.GetCount() == 0) {
-    GenericBaseArray copy;
-    OSTRA_RETURN_IF_ERROR(copy.CopyFrom(buffer.start));
-    return _program->StoreUniformBufferData(buffer.name, buffer.elementType, std::move(copy));
+Result<void> ProgramRun::StoreBuffer(PlannedBuffer& buffer) {
+  if (!_hasFences || !buffer.elementType.IsPlain() || buffer.count == 0) {
+    GenericBaseArray elements;
+    if (_plan->isRunOnce)
+      elements = std::move(buffer.start);
+    else
+      OSTRA_RETURN_IF_ERROR(elements.CopyFrom(buffer.start));
+    return _program->StoreUniformBufferData(buffer.name, buffer.elementType, std::move(elements));
   }
-  OSTRA_ASSIGN_OR_RETURN(StrongRef<ArrayInterface> elements, FencedArray::Create(buffer.start));
+  const auto* const first = static_cast<const Byte*>(buffer.start.GetFirst());
+  const Bool areZero = buffer.source.empty() && std::all_of(first, first + buffer.elementType.GetSize(),
+                                                            [](Byte byte) { return byte == Byte{}; });
+  OSTRA_ASSIGN_OR_RETURN(StrongRef<ArrayInterface> elements, FencedArray::Create(buffer.start, areZero));
   _fencedBuffers.push_back(std::make_unique<Array<Generic>>(std::move(elements)));
   OSTRA_ASSIGN_OR_RETURN(const Data link, Data::Create(_fencedBuffers.back().get()));
   return _program->SetGlobalBufferLink(buffer.name, link);
@@ -95,10 +103,11 @@ Result<void> ProgramRun::CheckBufferEnds(Bool isChecked) const {
 }
 
 Result<void> ProgramRun::StoreTextures() {
-  for (const PlannedTexture& texture : _plan->textures) {
+  for (PlannedTexture& texture : _plan->textures) {
     TextureBindData description = texture.description;
     description._data = texture.contents.texels.GetFirst();
     OSTRA_RETURN_IF_ERROR(_program->StoreTextureBindData(texture.name, description, false));
+    if (_plan->isRunOnce) texture.contents.texels = BaseArray<Byte>();
     OSTRA_RETURN_IF_ERROR(_program->SetTextureToActiveKernelSameId(texture.name));
   }
   return OK;

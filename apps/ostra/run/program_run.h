@@ -17,8 +17,9 @@ struct ProgramFile {
 
 class ProgramRun {
  public:
-  // `plan` must outlive the object. Without a context the program makes one of its own. Errors: those of the program.
-  static Result<ProgramRun> Create(const RunPlan& plan, const Id& programClass, const ProgramFile& file,
+  // `plan` must outlive the object, which takes the inputs out of a plan that is run once. Without a context the
+  // program makes one of its own. Errors: those of the program.
+  static Result<ProgramRun> Create(RunPlan& plan, const Id& programClass, const ProgramFile& file,
                                    const DrawportContextRef* context = nullptr);
 
   // Puts buffers, links and counters back to their start, which is also where they are after Create.
@@ -38,15 +39,15 @@ class ProgramRun {
   Result<UInt32> GetCounter(InternedId name) const { return _program->GetAtomicCounter(name); }
 
  private:
-  ProgramRun(const RunPlan& plan, Bool hasFences) : _plan(&plan), _hasFences(hasFences) {}
+  ProgramRun(RunPlan& plan, Bool hasFences) : _plan(&plan), _hasFences(hasFences) {}
   Result<void> AddKernel(const Id& programClass, const ProgramFile& file, const DrawportContextRef* context);
   Result<void> DispatchAll(Int iterations);
-  Result<void> StoreBuffer(const PlannedBuffer& buffer);
+  Result<void> StoreBuffer(PlannedBuffer& buffer);
   Result<void> StoreBuffers();
   Result<void> StoreTextures();
   Result<void> SetValues();
 
-  const RunPlan* _plan;
+  RunPlan* _plan;
   Bool _hasFences;
   // Buffers with fences, which the program only links.
   std::vector<std::unique_ptr<Array<Generic>>> _fencedBuffers;

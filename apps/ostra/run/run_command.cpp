@@ -44,7 +44,7 @@ Result<std::vector<Float64>> Repeat(const RunOptions& options, ProgramRun& run) 
 }
 
 // Everything that needs objects of the kernel's module, which are gone when this returns.
-Result<RunReport> Execute(const RunOptions& options, const RunPlan& plan) {
+Result<RunReport> Execute(const RunOptions& options, RunPlan& plan) {
   const Id& firstClass = options.backend == Backend::Gpu ? kGpuProgramClass : kCpuProgramClass;
   OSTRA_ASSIGN_OR_RETURN(ProgramRun run,
                          ProgramRun::Create(plan, firstClass, {options.kernelFile, options.templateArgument}));
@@ -76,7 +76,7 @@ Result<void> Run(const RunOptions& options, std::span<const char* const> argumen
   OSTRA_ASSIGN_OR_RETURN(Host host, StartHost(arguments));
   if (options.backend != Backend::Cpu) OSTRA_RETURN_IF_ERROR(StartGpu(host));
   OSTRA_ASSIGN_OR_RETURN(const PreparedKernel kernel, PrepareKernel(options, host));
-  OSTRA_ASSIGN_OR_RETURN(const RunPlan plan, MakeRunPlan(options, kernel.parameters));
+  OSTRA_ASSIGN_OR_RETURN(RunPlan plan, MakeRunPlan(options, kernel.parameters));
   WriteNotes(plan);
   OSTRA_ASSIGN_OR_RETURN(RunReport report, Execute(options, plan));
   report.kernel = options.kernelFile.GetName().GetView();

@@ -27,6 +27,7 @@ class Planner {
   Planner(const RunOptions& options, const KernelParameters& parameters) : _options(options), _parameters(parameters) {}
 
   Result<RunPlan> Make() {
+    _plan.isRunOnce = _options.repeatCount == 1 && _options.backend != Backend::Both;
     OSTRA_RETURN_IF_ERROR(CheckNames());
     OSTRA_RETURN_IF_ERROR(LoadInputs());
     OSTRA_RETURN_IF_ERROR(AddTextures());
@@ -94,7 +95,8 @@ class Planner {
       const Extents& size = contents->size;
       _sizes.push_back({kind, name, source, size, contents->isPicture || size.height > 1 || size.depth > 1});
       OSTRA_ASSIGN_OR_RETURN(const InternedId id, InternedId::Create(name));
-      _plan.buffers.push_back({id, type, std::move(contents->elements), source, std::nullopt});
+      const Int count = contents->elements.GetCount();
+      _plan.buffers.push_back({id, type, count, std::move(contents->elements), source, std::nullopt});
     }
     return OK;
   }
@@ -137,7 +139,8 @@ class Planner {
       const DataType type = _parameters.Find(name)->type;
       OSTRA_ASSIGN_OR_RETURN(GenericBaseArray zeros, GenericBaseArray::Create(type, _plan.size.GetCount()));
       OSTRA_ASSIGN_OR_RETURN(const InternedId id, InternedId::Create(name));
-      _plan.buffers.push_back({id, type, std::move(zeros), "", std::nullopt});
+      const Int count = zeros.GetCount();
+      _plan.buffers.push_back({id, type, count, std::move(zeros), "", std::nullopt});
     }
     return OK;
   }

@@ -15,7 +15,8 @@ namespace ostra::tool {
 struct PlannedBuffer {
   InternedId name;
   DataType elementType;
-  GenericBaseArray start;  // its elements before the first dispatch
+  Int count = 0;           // of elements
+  GenericBaseArray start;  // its elements before the first dispatch; empty once a plan that is run once has used them
   std::string source;      // where they come from; empty for a buffer of zeros
   std::optional<Url> target;
 };
@@ -47,6 +48,7 @@ struct RunPlan {
   std::vector<PlannedUniform> uniforms;
   std::vector<PlannedCounter> counters;
   std::vector<std::pair<InternedId, InternedId>> swaps;
+  Bool isRunOnce = false;  // on one program, without a restart: it may take over what was read
 };
 
 // Brings options and parameters together and loads the inputs. Errors: usage errors for names and values that do not

@@ -73,7 +73,7 @@ Result<std::string> FormatRunReport(const RunReport& report, const RunOptions& o
   for (const PlannedBuffer& buffer : plan.buffers)
     if (buffer.target)
       rows.push_back({"written", std::string(buffer.target->GetView()) + " (" + GetText(buffer.name) + ", " +
-                                     std::to_string(buffer.start.GetCount()) + " elements of " +
+                                     std::to_string(buffer.count) + " elements of " +
                                      DescribeType(buffer.elementType) + ")"});
   return FormatTable(rows);
 }
@@ -91,7 +91,7 @@ Result<std::string> FormatRunReportAsJson(const RunReport& report, const RunOpti
       outputs.push_back({{"buffer", GetText(buffer.name)},
                          {"file", std::string(buffer.target->GetView())},
                          {"type", DescribeType(buffer.elementType)},
-                         {"count", buffer.start.GetCount()}});
+                         {"count", buffer.count}});
   }
   for (const PlannedTexture& texture : plan.textures) {
     const Extents& size = texture.contents.size;

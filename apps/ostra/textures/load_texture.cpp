@@ -171,8 +171,7 @@ class TextureLoader {
   }
 
   // Puts the parts one behind the other. Samplers never compare the texels with the size, so it is done here.
-  Result<void> Join(const std::vector<std::string>& sources, const std::vector<Source>& parts,
-                    TextureContents& contents) {
+  Result<void> Join(const std::vector<std::string>& sources, std::vector<Source>& parts, TextureContents& contents) {
     if (contents.size.GetCount() > kMaxTexels / contents.layers)
       return OSTRA_ILLEGAL_ARGUMENT("The texture \"@\" has @ x @ texels, and at most @ are possible.", _name,
                                     contents.layers, contents.size.GetCount(), kMaxTexels);
@@ -186,11 +185,16 @@ class TextureLoader {
             parts.size() == 1 && contents.layers > 1 ? " with " + std::to_string(contents.layers) + " layers" : "",
             needed, needed * _texelSize);
     }
+    if (parts.size() == 1) {
+      contents.texels = std::move(parts.front().texels);
+      return OK;
+    }
     OSTRA_RETURN_IF_ERROR(contents.texels.Resize(needed * _texelSize * static_cast<Int>(parts.size())));
     Byte* target = contents.texels.GetFirst();
-    for (const Source& part : parts) {
-      MemCopy(target, part.texels.GetFirst(), part.texels.GetCount());
-      target += part.texels.GetCount();
+    for (Source& part : parts) {
+      const BaseArray<Byte> texels = std::move(part.texels);
+      MemCopy(target, texels.GetFirst(), texels.GetCount());
+      target += texels.GetCount();
     }
     return OK;
   }
