@@ -181,6 +181,29 @@ void AppendWords(std::string_view line, std::string& text) {
   }
 }
 
+// The line of the first call or definition of a function; 0 without one.
+Int FindFunctionLine(std::string_view text, std::string_view name) {
+  for (std::size_t at = text.find(name); at != std::string_view::npos; at = text.find(name, at + 1)) {
+    const std::size_t end = text.find_first_not_of(" \t", at + name.size());
+    if (end == std::string_view::npos || text[end] != '(' || (at > 0 && IsWordCharacter(text[at - 1]))) continue;
+    return 1 + std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(at), '\n');
+  }
+  return 0;
+}
+
+// The linker knows no lines. Functions are defined before they are called, so that the first line with the name is that
+// of the definition.
+void PlaceRecursion(std::string_view text, std::vector<ShaderMessage>& messages) {
+  constexpr std::string_view kMark = "Recursion detected: ";
+  for (ShaderMessage& message : messages) {
+    const std::string_view words = message.text.GetView();
+    const std::size_t mark = words.find(kMark);
+    if (message.line != 0 || mark == std::string_view::npos) continue;
+    const std::string_view name = words.substr(mark + kMark.size());
+    message.line = FindFunctionLine(text, name.substr(0, name.find(' ')));
+  }
+}
+
 }  // namespace
 
 void ReadLog(std::string_view log, std::vector<ShaderMessage>& messages) {
@@ -239,6 +262,7 @@ std::vector<UInt32> TranslateToSpirv(Bool isHlsl, DrawportStage stage, std::stri
   program.addShader(&shader);
   const Bool isLinked = program.link(rules);
   ReadLog(program.getInfoLog(), messages);
+  PlaceRecursion(text, messages);
   if (!isLinked) {
     if (messages.empty()) messages.push_back({true, 0, MakeText(program.getInfoLog())});
     return {};

@@ -208,6 +208,23 @@ TEST(ShaderCompilerTest, MessagesThatGoOnInFurtherLinesAreWhole) {
   EXPECT_THAT(Compile(extension), testing::ContainsRegex("Possible extensions include: GL_[A-Za-z0-9_]+ GL_"));
 }
 
+// The library's linker finds it, which knows no lines.
+TEST(ShaderCompilerTest, RecursionIsReportedAtTheFunction) {
+  for (const Id* language : {&kShadingLanguageGlsl, &kShadingLanguageHlsl}) {
+    const auto compile = [language](std::string_view function) {
+      ShaderRecords records = MakeRecords(*language, "float x = Down(3.0);");
+      AddFunction(records, "float CountDown(float x)\n{\nreturn x;\n}\n");
+      AddFunction(records, function);
+      return Compile(records);
+    };
+    const std::string mistake = compile("float Down(float x, missing y)\n{\nreturn x;\n}\n");
+    const std::string line = mistake.substr(0, mistake.find(':') + 1);
+    EXPECT_THAT(line, testing::MatchesRegex("[1-9][0-9]*:"));
+    EXPECT_THAT(compile("float Down(float x)\n{\nreturn x > 0.0 ? Down(x - 1.0) : x;\n}\n"),
+                AllOf(StartsWith(line), HasSubstr("Recursion detected: Down calling Down")));
+  }
+}
+
 TEST(ShaderCompilerTest, AMistakeOutsideOfKernelFilesNamesTheKernelFileAsAWhole) {
   ShaderRecords records = MakeRecords(kShadingLanguageGlsl, "int a = missing;");
   const AssembledShader shader = Assemble(records);
