@@ -115,7 +115,7 @@ TEST_F(LintsTest, FindingsThatOthersLookForAreKnownByTheirKind) {
   EXPECT_EQ(lost.GetAll()[0].name, "factor");
   const Findings brace = Find(MakeKernel("(Float32) factor", "\t// {\n\tuint i = 0u; // }"));
   ASSERT_EQ(brace.GetAll().size(), 2u);
-  for (const Finding& finding : brace.GetAll()) EXPECT_EQ(finding.kind, FindingKind::BraceInComment);
+  for (const Finding& finding : brace.GetAll()) EXPECT_EQ(finding.kind, FindingKind::Other);
 }
 
 TEST_F(LintsTest, ADeclarationThatMakesNoParameterIsFound) {

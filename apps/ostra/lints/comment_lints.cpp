@@ -58,8 +58,7 @@ void LintComments(const LintedFile& file, Findings& findings) {
     const Bool isCounted = line.place == LinePlace::Start || line.place == LinePlace::Inside;
     if (isCounted && ChangesDepth(comment))
       findings.Add({file.name, line.number, Severity::Warning,
-                    "braces in comments are counted like others: this one changes where the block ends",
-                    FindingKind::BraceInComment});
+                    "braces in comments are counted like others: this one changes where the block ends"});
   }
 }
 

@@ -12,7 +12,7 @@ namespace ostra::tool {
 enum class Severity { Warning, Error };
 
 // What a finding is about, for those who look for one.
-enum class FindingKind { Other, BraceInComment, LostDeclaration };
+enum class FindingKind { Other, LostDeclaration };
 
 struct Finding {
   std::string file = {};
