@@ -71,7 +71,7 @@ struct RunArguments {
   std::string kernel, templateArgument, size, backend = "cpu", cacheFolder;
   std::vector<std::string> inputs, outputs, settings, textures, swaps;
   Int repeatCount = 1, iterationCount = 1;
-  Bool isFast = false, isChecked = false, isJson = false;
+  Bool isFast = false, isChecked = false, isExplained = false, isJson = false;
 };
 
 // The host reads these itself; here they have to be known, and sound before anything starts.
@@ -125,6 +125,8 @@ CLI::App& AddRunCommand(CLI::App& app, RunArguments& arguments, ConfigurationArg
   run.add_flag("--fast", arguments.isFast, "Allow the compiler to reorder floating-point arithmetic");
   run.add_flag("--checked", arguments.isChecked,
                "Check the indices of buffers, of arrays and of texture layers; slower, on the CPU only");
+  run.add_flag("--explain", arguments.isExplained,
+               "Say how many invocations run at a time on the CPU, and what stands in the way of a wide form");
   run.add_option("--cache-dir", arguments.cacheFolder,
                  "Where compiled kernels are kept (default: $XDG_CACHE_HOME/ostra or ~/.cache/ostra)")
       ->type_name("DIR");
@@ -171,11 +173,14 @@ Result<RunOptions> MakeRunOptions(const RunArguments& arguments) {
   options.iterationCount = arguments.iterationCount;
   options.isFast = arguments.isFast;
   options.isChecked = arguments.isChecked;
+  options.isExplained = arguments.isExplained;
   options.isJson = arguments.isJson;
   options.cacheFolder = arguments.cacheFolder;
   options.backend = arguments.backend == "gpu"    ? Backend::Gpu
                     : arguments.backend == "both" ? Backend::Both
                                                   : Backend::Cpu;
+  if (options.isExplained && options.backend == Backend::Gpu)
+    return OSTRA_USAGE_ERROR("--explain tells of the CPU: leave out --backend gpu or give both");
   if (options.isChecked && options.backend == Backend::Gpu)
     return OSTRA_USAGE_ERROR("--checked: kernels are checked on the CPU only: leave out --backend gpu or give both");
   return options;

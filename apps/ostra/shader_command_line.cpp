@@ -88,6 +88,8 @@ CLI::App& AddCheckCommand(CLI::App& app, CheckArguments& arguments) {
   command.add_option("--show", arguments.shown, "Write a text, too: original, translated or assembled")
       ->type_name("TEXT")
       ->check(OneOf({"original", "translated", "assembled"}));
+  command.add_flag("--explain", arguments.isExplained,
+                   "Say of each kernel whether it has a wide form for the CPU, and what stands in its way");
   AddParserOptions(command, arguments);
   return command;
 }
@@ -108,6 +110,7 @@ Result<void> RunCheck(const CheckArguments& arguments) {
   options.templateArgument = arguments.templateArgument;
   options.multisampling = arguments.multisampling;
   options.shown = arguments.shown;
+  options.isExplained = arguments.isExplained;
   return CheckFiles(options);
 }
 

@@ -24,6 +24,7 @@ struct CheckArguments {
   std::optional<std::string> templateArgument;
   std::optional<Int32> multisampling;
   std::string shown;
+  Bool isExplained = false;
 };
 CLI::App& AddCheckCommand(CLI::App& app, CheckArguments& arguments);
 Result<void> RunCheck(const CheckArguments& arguments);

@@ -75,9 +75,9 @@ std::string PrintGroups(const kernelfront::KernelFile& file, const kernellanguag
                                    ", in a kernel whose invocations exchange values"})};
 }
 
-}  // namespace
-
-Result<String> GenerateKernelSource(const KernelSourceOptions& options, std::string_view text) {
+// Reads and analyzes a kernel file; `print` makes the text out of it.
+template <class Print>
+Result<String> ReadAndPrint(const KernelSourceOptions& options, std::string_view text, Print&& print) {
   try {
     KnownHeaders headers(options);
     KernelSourceOptions remembering = options;
@@ -89,13 +89,27 @@ Result<String> GenerateKernelSource(const KernelSourceOptions& options, std::str
     kernelfront::KernelFile file(remembering, text);
     file.Read();
     OSTRA_ASSIGN_OR_RETURN(const kernellanguage::AnalyzedKernel kernel, Analyze(options, text, headers));
-    if (kernel.IsUnderstood() && kernel.groups.isNeeded) return String::Create(PrintGroups(file, kernel));
-    return String::Create(file.Print(options.isScalar ? "" : kernelfront::MakeLaneForms(file, kernel)));
+    return String::Create(print(file, kernel));
   } catch (const kernelfront::Failure& failure) {
     return Error::Make(kIllegalArgumentError, failure.message, kOstraUnit, __LINE__);
   } catch (const std::bad_alloc&) {
     return OSTRA_OUT_OF_MEMORY();
   }
+}
+
+}  // namespace
+
+Result<String> GenerateKernelSource(const KernelSourceOptions& options, std::string_view text) {
+  return ReadAndPrint(options, text, [&options](kernelfront::KernelFile& file, const auto& kernel) {
+    if (kernel.IsUnderstood() && kernel.groups.isNeeded) return PrintGroups(file, kernel);
+    return file.Print(options.isScalar ? "" : kernelfront::MakeLaneForms(file, kernel));
+  });
+}
+
+Result<String> ExplainKernelLanes(const KernelSourceOptions& options, std::string_view text) {
+  return ReadAndPrint(options, text, [](kernelfront::KernelFile& file, const auto& kernel) {
+    return kernelfront::ExplainLaneForms(file, kernel);
+  });
 }
 
 Result<String> GenerateKernelTable(std::string_view name, const std::vector<std::string>& classIds) {

@@ -45,6 +45,10 @@ struct KernelSourceOptions {
 // memory. What the front end of the language does not understand the compiler reports. Thread-safe.
 Result<String> GenerateKernelSource(const KernelSourceOptions& options, std::string_view text);
 
+// Why the kernel file `text` has no wide form: "file:line:column: note: ...", the line and a caret below. Empty when it
+// has one. Errors: those of GenerateKernelSource.
+Result<String> ExplainKernelLanes(const KernelSourceOptions& options, std::string_view text);
+
 // The source of a table of kernel classes, `GetKernels_<name>()`, and the header that declares it.
 // Errors: illegal argument for a name that is no C++ identifier; out of memory.
 Result<String> GenerateKernelTable(std::string_view name, const std::vector<std::string>& classIds);

@@ -12,12 +12,28 @@ struct Level {
 };
 constexpr Level kLevels[] = {{"0", "kBaseline"}, {"1", "kVectors256"}, {"2", "kVectors512"}};
 
+kernellanguage::LaneCode PrintCode(const KernelFile& file, const kernellanguage::AnalyzedKernel& kernel) {
+  if (kernel.notUnderstood) return {"", kernel.notUnderstood};
+  if (kernel.groups.isNeeded)
+    return {"", kernellanguage::NotUnderstood{kernellanguage::kNoOffset,
+                                              "values that the invocations of a group exchange"}};
+  return kernellanguage::PrintLaneCode(kernel,
+                                       {.className = file.GetKernelName(), .parameters = file.MakeParametersName()});
+}
+
 }  // namespace
 
+std::string ExplainLaneForms(const KernelFile& file, const kernellanguage::AnalyzedKernel& kernel) {
+  const auto code = PrintCode(file, kernel);
+  if (!code.refusal) return "";
+  return kernellanguage::FormatDiagnostic(kernel.sources, {.severity = kernellanguage::Severity::kNote,
+                                                           .offset = code.refusal->offset,
+                                                           .text = "no wide form because of " + code.refusal->reason});
+}
+
 std::string MakeLaneForms(const KernelFile& file, const kernellanguage::AnalyzedKernel& kernel) {
-  if (!kernel.IsUnderstood() || kernel.groups.isNeeded) return "";
   const std::string& name = file.GetKernelName();
-  const auto code = kernellanguage::PrintLaneCode(kernel, {.className = name, .parameters = file.MakeParametersName()});
+  const auto code = PrintCode(file, kernel);
   if (code.refusal) return "";
   std::string forms;
   for (const Level& level : kLevels) {

@@ -10,4 +10,7 @@ namespace ostra::kernelfront {
 // Empty for a kernel that the front end does not understand, or that has no wide form.
 std::string MakeLaneForms(const KernelFile& file, const kernellanguage::AnalyzedKernel& kernel);
 
+// Why there is none, as a note with its place, line and caret. Empty for a kernel that has one.
+std::string ExplainLaneForms(const KernelFile& file, const kernellanguage::AnalyzedKernel& kernel);
+
 }  // namespace ostra::kernelfront

@@ -287,6 +287,28 @@ TEST_F(CheckTest, AMistakeInFrontOfAMacroIsShownWhereTheMacroIsUsed) {
   }
 }
 
+TEST_F(CheckTest, ExplainSaysWhetherAKernelHasAWideForm) {
+  const ToolResult wide = Check(MakeKernel("\tUNIFORM_BUFFER(values)[InGlobalInvocationID.x] = UNIFORM(factor);"),
+                                {"--target", "CPU", "--explain"});
+  EXPECT_EQ(wide.exitStatus, 0);
+  EXPECT_EQ(wide.errors, _folder / "k.krn" + ": note: the kernel has a wide form\n");
+  const ToolResult scalar = Check(MakeKernel("\tauto half = [](float x) { return x / 2; };\n"
+                                             "\tUNIFORM_BUFFER(values)[0] = half(UNIFORM(factor));"),
+                                  {"--target", "CPU", "--explain"});
+  EXPECT_EQ(scalar.exitStatus, 0) << scalar.errors;
+  EXPECT_THAT(scalar.errors, StartsWith(At("k.krn", 9) + ":"));
+  EXPECT_THAT(scalar.errors, HasSubstr(": note: no wide form because of "));
+  EXPECT_THAT(scalar.errors, HasSubstr("\tauto half = [](float x) { return x / 2; };\n"));
+}
+
+TEST_F(CheckTest, TheTemplateArgumentIsForTheCpuAsWell) {
+  const std::string source =
+      MakeKernel("\tTYPE a = UNIFORM(factor);\n\tUNIFORM_BUFFER(values)[InGlobalInvocationID.x] = a;");
+  const ToolResult result = Check(source, {"--template-argument", "float"});
+  EXPECT_EQ(result.exitStatus, 0) << result.errors;
+  EXPECT_EQ(Check(source, {"--target", "CPU"}).exitStatus, kFailed);
+}
+
 TEST_F(CheckTest, AMissingCompilerIsSaid) {
   const std::string source = MakeKernel("");
   setenv("CXX", "/nonexistent", 1);

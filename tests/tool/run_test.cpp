@@ -61,6 +61,34 @@ TEST(RunTest, ValuesOfOptionsReachTheKernelInTheirTypes) {
   EXPECT_THAT(LoadValues<Float32>(folder / "out.npy"), ElementsAre(1.5f, 4.0f, -9.75f));
 }
 
+TEST(RunTest, ExplainSaysHowManyInvocationsRunAtATime) {
+  const TemporaryFolder folder;
+  const auto run = [&folder](const std::string& kernel, std::vector<std::string> options) {
+    std::vector<std::string> arguments = {"run", kernel, "--in", "values=zeros:3", "--explain"};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    ToolResult result = RunTool(arguments);
+    EXPECT_EQ(result.exitStatus, 0) << result.errors;
+    return result;
+  };
+  const std::string wide = GetTestKernel("net.example.scale.krn");
+  const std::vector<std::string> settings = {"--set", "factor=2.5", "--set", "offset=100,-1"};
+  const ToolResult result = run(wide, settings);
+  EXPECT_THAT(result.output, testing::ContainsRegex("invocations +(4|8|16) at a time"));
+  EXPECT_EQ(result.errors, "");
+  const ToolResult checked = run(wide, {"--set", "factor=2.5", "--set", "offset=100,-1", "--checked"});
+  EXPECT_THAT(checked.output, testing::ContainsRegex("invocations +one at a time"));
+  EXPECT_THAT(checked.errors, HasSubstr(": note: the kernel has a wide form, which is left out here"));
+  const std::string scalar = folder.Write("net.example.lambda.krn",
+                                          "#define KERNELINPUTS \\\n(Block<Float32>) values\n\n"
+                                          "OSTRA_PARALLEL_KERNEL(Lambda, KERNELINPUTS)\n{\n"
+                                          "\tauto twice = [](float x) { return 2.0f * x; };\n"
+                                          "\tUNIFORM_BUFFER(values)[LinearInvocation()] = twice(1.0f);\n"
+                                          "}\nOSTRA_PARALLEL_KERNEL_END\n");
+  const ToolResult explained = run(scalar, {"--json"});
+  EXPECT_THAT(explained.output, HasSubstr("no wide form because of"));
+  EXPECT_THAT(explained.errors, HasSubstr(scalar + ":6:"));
+}
+
 TEST(RunTest, SignedIntegersWrapAroundAndDoublesKeepTheirDigits) {
   const TemporaryFolder folder;
   folder.Write("in.csv", "2147483647\n5\n-2147483648\n");

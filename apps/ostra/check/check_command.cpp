@@ -125,6 +125,8 @@ Result<void> CheckFiles(const CheckOptions& options) {
   CheckPrograms(checks, findings);
   findings.Sort();
   for (const Finding& finding : findings.GetAll()) WriteReportLine(FormatFinding(finding));
+  for (const FileCheck& check : checks)
+    if (!check.lanes.empty()) WriteReportLine(check.lanes);
   OSTRA_ASSIGN_OR_RETURN(const std::string shown, MakeShownTexts(options, checks));
   const Int errors = findings.Count(Severity::Error);
   const std::string summary = Count(static_cast<Int>(options.files.size()), "file") + ", " +

@@ -47,9 +47,14 @@ void LintKernelAlone(const LintedFile& kernel, Findings& findings) {
 }
 
 // What the CPU's way of reading the file has to say, which is another one than the translator's.
-Result<void> AddCpuSource(FileCheck& check, const Url& url) {
-  auto source = ReadKernelSource(url);
+Result<void> AddCpuSource(FileCheck& check, const Url& url, const CheckOptions& options) {
+  const std::string templateArgument = options.templateArgument.value_or("");
+  auto source = ReadKernelSource(url, templateArgument);
   if (!source && source.GetError().GetKind() == kOutOfMemoryError) return source.TakeError();
+  if (source && options.isExplained) {
+    OSTRA_ASSIGN_OR_RETURN(check.lanes, ExplainKernelLanes(url, templateArgument));
+    if (check.lanes.empty()) check.lanes = check.file + ": note: the kernel has a wide form";
+  }
   if (source)
     check.cpuSource.emplace(std::move(*source));
   else
@@ -167,7 +172,7 @@ Result<FileCheck> PrepareCheck(const CheckOptions& options, const std::string& f
   // What the translator refuses is said already.
   const Bool isTranslated = isLinted && !check.targets.front().translation.parser->GetKernelCode().IsEmpty();
   if (options.isForCpu && !isStage && (isTranslated || options.targets.empty()))
-    OSTRA_RETURN_IF_ERROR(AddCpuSource(check, url));
+    OSTRA_RETURN_IF_ERROR(AddCpuSource(check, url, options));
   return check;
 }
 

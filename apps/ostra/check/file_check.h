@@ -29,6 +29,7 @@ struct FileCheck {
   Findings findings;
   std::optional<KernelSource> cpuSource;  // to be compiled for the CPU
   Findings cpuFindings;
+  std::string lanes;  // "file: note: ...": whether the kernel has a wide form; empty unless it was asked for
   std::vector<TargetCheck> targets;
 };
 
@@ -39,6 +40,7 @@ struct CheckOptions {
   Bool areNamed = false;    // the user asked for these targets, and for no others
   std::optional<std::string> templateArgument;
   std::optional<Int32> multisampling;
+  Bool isExplained = false;  // whether kernels have wide forms is said
   // "original", "translated" or "assembled": texts to show; empty for none.
   std::string shown;
 };

@@ -62,9 +62,9 @@ Result<void> CheckLimits(const Url& kernelFile, std::string_view text) {
   return OSTRA_ILLEGAL_ARGUMENT("@:@: error: @", std::string_view(file), line, std::string_view(found->text));
 }
 
-}  // namespace
-
-Result<KernelSource> ReadKernelSource(const Url& kernelFile, std::string_view templateArgument) {
+// Runs a step of the front end, `make(options, text)`, on a kernel file and the headers beside it.
+template <class Make>
+Result<KernelSource> ReadFor(const Url& kernelFile, std::string_view templateArgument, Make&& make) {
   OSTRA_ASSIGN_OR_RETURN(const SourceText source, ReadSourceText(kernelFile));
   const String classId = kernelFile.GetName();
   HeaderReader headers;
@@ -78,11 +78,28 @@ Result<KernelSource> ReadKernelSource(const Url& kernelFile, std::string_view te
   };
   // Before the front end, which walks expressions as well; what macros of headers stand for is known behind it.
   OSTRA_RETURN_IF_ERROR(CheckLimits(kernelFile, source.text.GetView()));
-  auto text = GenerateKernelSource(options, source.text.GetView());
+  auto text = make(options, source.text.GetView());
   if (!headers.GetFailure()) return headers.GetFailure().GetError();
   if (!text) return text.TakeError();
-  OSTRA_RETURN_IF_ERROR(CheckLimits(kernelFile, text->GetView()));
   return KernelSource{std::move(*text), source.isEncoded || headers.HasEncodedFiles()};
+}
+
+}  // namespace
+
+Result<KernelSource> ReadKernelSource(const Url& kernelFile, std::string_view templateArgument) {
+  OSTRA_ASSIGN_OR_RETURN(KernelSource source, ReadFor(kernelFile, templateArgument, GenerateKernelSource));
+  OSTRA_RETURN_IF_ERROR(CheckLimits(kernelFile, source.text.GetView()));
+  return source;
+}
+
+Result<std::string> ExplainKernelLanes(const Url& kernelFile, std::string_view templateArgument) {
+  const auto explain = [](const KernelSourceOptions& options, std::string_view text) {
+    return ostra::ExplainKernelLanes(options, text);
+  };
+  OSTRA_ASSIGN_OR_RETURN(const KernelSource explained, ReadFor(kernelFile, templateArgument, explain));
+  std::string_view text = explained.text.GetView();
+  if (explained.hasEncodedFiles) text = text.substr(0, text.find('\n'));
+  return std::string(text);
 }
 
 }  // namespace ostra::tool

@@ -1,6 +1,8 @@
 // The C++ source of a kernel file, with the headers beside it put in.
 #pragma once
 
+#include <string>
+
 #include "ostra/io/url.h"
 
 namespace ostra::tool {
@@ -14,5 +16,9 @@ struct KernelSource {
 // The source of a plug-in module with the one kernel class. `templateArgument` takes the place of TYPE. Errors: those
 // of reading the file; illegal argument with "file:line: error: ..."; out of memory.
 Result<KernelSource> ReadKernelSource(const Url& kernelFile, std::string_view templateArgument = {});
+
+// Why a kernel has no wide form: "file:line:column: note: ...", and the line with a caret below unless a file is
+// encoded. Empty when it has one. Errors: those of ReadKernelSource.
+Result<std::string> ExplainKernelLanes(const Url& kernelFile, std::string_view templateArgument);
 
 }  // namespace ostra::tool

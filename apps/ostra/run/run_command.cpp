@@ -1,6 +1,7 @@
 #include "apps/ostra/run/run_command.h"
 
 #include <memory>
+#include <optional>
 
 #include "apps/ostra/output/standard_output.h"
 #include "apps/ostra/run/compare_runs.h"
@@ -78,8 +79,14 @@ Result<void> Run(const RunOptions& options, std::span<const char* const> argumen
   OSTRA_ASSIGN_OR_RETURN(const PreparedKernel kernel, PrepareKernel(options, host));
   OSTRA_ASSIGN_OR_RETURN(RunPlan plan, MakeRunPlan(options, kernel.parameters));
   WriteNotes(plan);
+  std::optional<LaneReport> lanes;
+  if (options.isExplained) {
+    OSTRA_ASSIGN_OR_RETURN(lanes, MakeLaneReport(options.kernelFile, options.templateArgument));
+    if (!lanes->reason.empty()) WriteReportLine(lanes->reason);
+  }
   OSTRA_ASSIGN_OR_RETURN(RunReport report, Execute(options, plan));
   report.kernel = options.kernelFile.GetName().GetView();
+  report.lanes = std::move(lanes);
   report.wasCompiled = kernel.wasCompiled;
   report.threadCount = GetWorkerThreadCount();
   const auto format = options.isJson ? FormatRunReportAsJson : FormatRunReport;

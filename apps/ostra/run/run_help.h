@@ -34,6 +34,9 @@ Backends: gpu runs the same file on the GPU. The first dispatch there includes w
 time without. both runs it on the CPU and on the GPU, writes what the GPU has computed, and says how far they differ.
 OSTRA_VULKAN_DEVICE in the environment chooses among several GPUs; see 'ostra info --help'.
 
+On the CPU 4 to 16 invocations run at a time where the kernel has a wide form. --explain says how many, or which line stands
+in the way.
+
 Examples:
   ostra run net.example.blur.krn --in image=photo.png --out result=blurred.png --set radius=3
   ostra run net.example.warp.krn --in image=photo.png --texture image:wrap=repeat,srgb=true --out result=out.png

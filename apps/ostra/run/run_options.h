@@ -29,7 +29,8 @@ struct RunOptions {
   std::vector<std::pair<std::string, std::string>> swaps;  // buffers exchanged between two dispatches
   Backend backend = Backend::Cpu;
   Bool isFast = false;
-  Bool isChecked = false;  // indices of buffers, arrays and layers, on the CPU
+  Bool isChecked = false;    // indices of buffers, arrays and layers, on the CPU
+  Bool isExplained = false;  // the report says how many invocations run at a time on the CPU
   Bool isJson = false;
   std::string cacheFolder;
 };

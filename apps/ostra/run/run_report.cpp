@@ -59,6 +59,7 @@ Result<std::string> FormatRunReport(const RunReport& report, const RunOptions& o
   std::vector<std::vector<std::string>> rows = {{"kernel", report.kernel}, {"size", plan.size.ToText()}};
   if (options.iterationCount > 1) rows.push_back({"dispatches", std::to_string(options.iterationCount)});
   if (options.backend != Backend::Gpu) rows.push_back({"threads", std::to_string(report.threadCount)});
+  if (report.lanes) rows.push_back({"invocations", FormatLaneReport(*report.lanes)});
   if (options.backend == Backend::Both) {
     rows.push_back({"time on the CPU", FormatTime(report.milliseconds)});
     rows.push_back({"time on the GPU", FormatTime(report.gpuMilliseconds)});
@@ -73,8 +74,8 @@ Result<std::string> FormatRunReport(const RunReport& report, const RunOptions& o
   for (const PlannedBuffer& buffer : plan.buffers)
     if (buffer.target)
       rows.push_back({"written", std::string(buffer.target->GetView()) + " (" + GetText(buffer.name) + ", " +
-                                     std::to_string(buffer.count) + " elements of " +
-                                     DescribeType(buffer.elementType) + ")"});
+                                     std::to_string(buffer.count) + " elements of " + DescribeType(buffer.elementType) +
+                                     ")"});
   return FormatTable(rows);
 }
 
@@ -113,6 +114,7 @@ Result<std::string> FormatRunReportAsJson(const RunReport& report, const RunOpti
                {"textures", textures},
                {"outputs", outputs},
                {"counters", counters}};
+  if (report.lanes) json["lanes"] = {{"count", report.lanes->count}, {"reason", report.lanes->reason}};
   if (options.backend == Backend::Both) {
     json["gpuMilliseconds"] = MakeTimes(report.gpuMilliseconds);
     json["difference"] = {{"largest", report.difference.largest}, {"place", report.difference.place}};

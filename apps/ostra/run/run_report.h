@@ -1,9 +1,11 @@
 // What a run did, for people and for programs.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "apps/ostra/run/lane_report.h"
 #include "apps/ostra/run/run_plan.h"
 
 namespace ostra::tool {
@@ -18,6 +20,7 @@ struct RunReport {
   std::string kernel;
   Bool wasCompiled = false;
   Int threadCount = 1;
+  std::optional<LaneReport> lanes;                       // when it was asked for
   std::vector<Float64> milliseconds;                     // of every repetition, in order; at least one
   std::vector<Float64> gpuMilliseconds;                  // the same on the GPU, when the kernel ran on both
   std::vector<std::pair<std::string, UInt32>> counters;  // their values at the end

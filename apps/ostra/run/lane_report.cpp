@@ -1,0 +1,31 @@
+#include "apps/ostra/run/lane_report.h"
+
+#include <algorithm>
+
+#include "apps/ostra/kernels/kernel_source.h"
+#include "ostra/object/class.h"
+#include "parallelprogram/program/kernel_interface.h"
+#include "parallelprogram/program/kernel_range_interface.h"
+
+namespace ostra::tool {
+
+Result<LaneReport> MakeLaneReport(const Url& kernelFile, std::string_view templateArgument) {
+  OSTRA_ASSIGN_OR_RETURN(const Id id, Id::Create(kernelFile.GetName().GetView()));
+  OSTRA_ASSIGN_OR_RETURN(const ClassRegistry& classes, ClassRegistry::Find(kKernelClassRegistry));
+  OSTRA_ASSIGN_OR_RETURN(const ClassRef kernelClass, classes.FindEntryValue(id));
+  OSTRA_ASSIGN_OR_RETURN(const StrongRef<KernelInterface> kernel, kernelClass->CreateObject<KernelInterface>());
+  const auto* const range = FindInterface<KernelRangeInterface>(*kernel);
+  LaneReport report;
+  if (range) report.count = std::max(Int{range->GetLaneCount()}, Int{1});
+  if (report.count > 1) return report;
+  OSTRA_ASSIGN_OR_RETURN(report.reason, ExplainKernelLanes(kernelFile, templateArgument));
+  if (report.reason.empty())
+    report.reason = std::string(kernelFile.GetView()) + ": note: the kernel has a wide form, which is left out here";
+  return report;
+}
+
+std::string FormatLaneReport(const LaneReport& report) {
+  return (report.count == 1 ? "one" : std::to_string(report.count)) + " at a time";
+}
+
+}  // namespace ostra::tool
