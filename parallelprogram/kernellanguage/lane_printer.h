@@ -40,6 +40,11 @@ class LanePrinter {
   struct LoopParts {
     NodeIndex start = kNoNode, condition = kNoNode, step = kNoNode, body = kNoNode;
   };
+  // What a loop does with elements at places that it moves on, in lanes.
+  struct Walk {
+    std::vector<NodeIndex> moved, own;  // variables that it changes, and that its body declares; sorted
+    int elementCount = 0, operationCount = 0;
+  };
   // A loop or switch around the current statement.
   struct Exit {
     Bool isPlain = false;   // break and continue are those of C++, as all lanes take them together
@@ -112,6 +117,12 @@ class LanePrinter {
   int CountReturns(NodeIndex node) const;
   void Functions();
   void Function(NodeIndex function);
+
+  // lane_walks.cpp
+  Bool IsSlowWalk(NodeIndex loop) const;
+  void FindMoved(NodeIndex node, Walk& walk) const;
+  Bool IsMoved(NodeIndex node, const Walk& walk) const;
+  void CountWork(NodeIndex node, Walk& walk) const;
 
   // lane_statements.cpp
   void Statement(NodeIndex node);

@@ -86,6 +86,9 @@ void LanePrinter::Statement(NodeIndex node) {
     case NodeKind::kFor:
     case NodeKind::kWhile:
     case NodeKind::kDoWhile:
+      if (IsSlowWalk(node))
+        return Refuse(node,
+                      "a loop in which each invocation walks through elements of its own, which is slower in lanes");
       return IsMaskedLoop(node) ? MaskedLoop(node) : PlainLoop(node);
     case NodeKind::kSwitch:
       return Switch(node);

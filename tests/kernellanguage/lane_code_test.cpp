@@ -1,0 +1,65 @@
+// What runs wide, and what says that it does not.
+#include "parallelprogram/kernellanguage/lane_code.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+
+#include "kernel_source_files.h"
+#include "kernel_text.h"
+
+namespace ostra::kernellanguage {
+namespace {
+
+// Why an understood kernel has no wide form; "" for one that has.
+std::string FindRefusal(const AnalyzedKernel& kernel) {
+  EXPECT_TRUE(kernel.IsUnderstood());
+  const LaneCode code = PrintLaneCode(kernel, {.className = "Tested", .parameters = "Parameters"});
+  EXPECT_EQ(code.text.empty(), code.refusal.has_value());
+  return code.refusal ? code.refusal->reason : "";
+}
+std::string FindRefusal(std::string_view body) { return FindRefusal(AnalyzeBody(body)); }
+
+TEST(LaneCodeTest, EveryUnderstoodKernelOfTheRepositoryRunsWideOrHasAKnownReason) {
+  std::map<std::string, std::string> reasons;
+  for (const auto& path : FindKernelFiles()) {
+    const KernelSourceFile file(path);
+    const auto kernel = AnalyzeKernel(file.source);
+    ASSERT_TRUE(kernel.IsOk());
+    if (!kernel->IsUnderstood()) continue;
+    if (const std::string reason = FindRefusal(*kernel); !reason.empty()) reasons[file.name] = reason;
+  }
+  // Such kernels have another form, which runs whole groups.
+  std::erase_if(reasons,
+                [](const auto& entry) { return entry.second == "invocations that exchange values in group memory"; });
+  const std::map<std::string, std::string> known = {
+      {"net.ostra.demo.noises.krn", "a number of a noise that differs between invocations"},
+      {"net.ostra.kernels.reduction.krn",
+       "a loop in which each invocation walks through elements of its own, which is slower in lanes"},
+      {"net.ostra.parity.gradient.krn", "this use of \"SampleGradient\" with one value for all invocations"},
+      {"net.ostra.parity.noises.krn", "a number of a noise that differs between invocations"},
+      {"net.ostra.test.gradient.krn", "SampleGradient with values that differ between invocations"},
+      {"tour.krn", "a struct"},
+  };
+  EXPECT_EQ(reasons, known);
+}
+
+TEST(LaneCodeTest, LoopsThatWalkThroughElementsHaveToDoSomethingWithThem) {
+  const std::string_view walk =
+      "a loop in which each invocation walks through elements of its own, which is slower in lanes";
+  const std::string start = "uint i = InGlobalInvocationID.x; float sum = 0.0;\n";
+  const std::string end = "\nUNIFORM_BUFFER(out)[i] = sum;";
+  const auto find = [&](const std::string& loop) { return FindRefusal(start + loop + end); };
+  EXPECT_EQ(find("for (uint k = i * UNIFORM(n); k < 90u; k++) sum += UNIFORM_BUFFER(in)[k];"), walk);
+  EXPECT_EQ(find("uint k = i * i; while (k < 90u) { sum += UNIFORM_BUFFER(in)[k + 1u]; k += 2u; }"), walk);
+  // Enough to do.
+  EXPECT_EQ(find("for (uint k = i * UNIFORM(n); k < 90u; k++)\n"
+                 "{ float x = UNIFORM_BUFFER(in)[k]; sum += x * x * x + sqrt(x) * x - sum * (x + 1.0); }"),
+            "");
+  // Lanes load elements that lie beside each other; places that are new in each turn.
+  EXPECT_EQ(find("for (uint k = 0u; k < 9u; k++) sum += UNIFORM_BUFFER(in)[i + k];"), "");
+  EXPECT_EQ(find("for (uint k = 0u; k < 9u; k++) { uint at = (i * k) % 8u; sum += UNIFORM_BUFFER(in)[at]; }"), "");
+}
+
+}  // namespace
+}  // namespace ostra::kernellanguage
