@@ -111,7 +111,7 @@ Result<void> RunInvocations(Dispatch& dispatch, UInt32 first, UInt32 count, Bool
 }
 
 // Runs the invocations [begin, end) for a parallel loop.
-void RunPiece(Dispatch& dispatch, Int begin, Int end) {
+[[gnu::always_inline]] inline void RunPiece(Dispatch& dispatch, Int begin, Int end) {
   if (dispatch.stop.load(std::memory_order_relaxed)) return;
   auto result = RunInvocations(dispatch, static_cast<UInt32>(begin), static_cast<UInt32>(end - begin), false);
   if (!result) dispatch.Fail(result.TakeError());
@@ -125,13 +125,16 @@ Int GetUnit(Bool hasRanges, Int count, Int laneCount) {
   return std::clamp((count + threadCount - 1) / threadCount, Int{1}, laneCount);
 }
 
-// Shares invocations that may be long. Returns what one has taken.
+// Shares invocations that may be long. Returns what one has taken: what the calling thread has measured, but no more
+// than all threads had time for. A thread that came to few short ones measures what calling others takes.
 Float64 RunPaced(Dispatch& dispatch, Int count, Int laneCount, Float64 ticks) {
   const Int unit = GetUnit(dispatch.range != nullptr, count, laneCount);
+  const UInt64 start = ReadTicks();
   const Float64 unitTicks =
       ParallelFor::RunPaced((count + unit - 1) / unit, ticks * static_cast<Float64>(unit),
                             [&](Int begin, Int end) { RunPiece(dispatch, begin * unit, std::min(end * unit, count)); });
-  return unitTicks / static_cast<Float64>(unit);
+  const Float64 limit = static_cast<Float64>(ReadTicks() - start + 1) * static_cast<Float64>(GetWorkerThreadCount());
+  return std::min(unitTicks / static_cast<Float64>(unit), limit / static_cast<Float64>(count));
 }
 
 // The granularity is meant for invocations that take little: long ones are worth sharing one by one. What one takes is
