@@ -10,6 +10,7 @@
 #include <memory>
 #include <new>
 
+#include "parallelprogram/base/kernel_checks.h"
 #include "parallelprogram/program/kernel_class.h"
 #include "parallelprogram/program/kernel_group_interface.h"
 
