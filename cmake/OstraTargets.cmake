@@ -15,6 +15,18 @@ function(ostra_room name)
   target_link_libraries(ostra_${name} ${scope} ${room_USES} ${room_LIBRARIES})
 endfunction()
 
+set(OSTRA_TEST_LABELS "" CACHE STRING "Labels of the tests to build; all when empty")
+
+# Sets `result` to whether a test with these labels is to be built.
+function(ostra_wants_test result labels)
+  set(common ${labels})
+  list(REMOVE_ITEM common ${OSTRA_TEST_LABELS})
+  set(${result} OFF PARENT_SCOPE)
+  if(NOT OSTRA_TEST_LABELS OR NOT "${common}" STREQUAL "${labels}")
+    set(${result} ON PARENT_SCOPE)
+  endif()
+endfunction()
+
 # ostra_test(NAME SOURCES ... [LABELS ...] [LIBRARIES ...] [TIMEOUT seconds])
 # A GoogleTest program; each of its tests is a test of CTest with the given labels (default: unit).
 function(ostra_test name)
@@ -27,15 +39,16 @@ function(ostra_test name)
   endif()
   add_executable(${name} ${test_SOURCES})
   # Much less time for half of all files. Kernels and libraries that a test has with it stay as they are
-  # shipped. With fewer steps GCC takes members for uninitialized that nobody reads.
-  # Sanitizers make optimised tests cost more than twice as much; folders whose tests compute little do without.
-  set(options "$<$<CONFIG:Release>:-Og;-Wno-maybe-uninitialized>")
-  if(OSTRA_SANITIZE AND OSTRA_TESTS_COMPUTE_LITTLE)
-    list(APPEND options -O0)
-  endif()
-  set_source_files_properties(${test_SOURCES} PROPERTIES COMPILE_OPTIONS "${options}")
+  # shipped. With fewer steps GCC takes members for uninitialized that are never read.
+  set_source_files_properties(${test_SOURCES} PROPERTIES
+    COMPILE_OPTIONS "$<$<CONFIG:Release>:-Og;-Wno-maybe-uninitialized>$<$<CONFIG:RelWithDebInfo>:-O0>")
   target_link_libraries(${name} PRIVATE ostra_flags ostra ${test_LIBRARIES} GTest::gmock GTest::gtest_main)
   # Tests ask for sizes that cannot be had; a sanitizer must answer like an allocator, not end the process.
+  ostra_wants_test(isWanted "${test_LABELS}")
+  if(NOT isWanted)
+    set_target_properties(${name} PROPERTIES EXCLUDE_FROM_ALL ON)
+    return()
+  endif()
   set(environment)
   if(OSTRA_SANITIZE MATCHES "address")
     set(environment ENVIRONMENT ASAN_OPTIONS=allocator_may_return_null=1)
