@@ -55,7 +55,7 @@ function(ostra_add_kernels target)
       DEPFILE ${source}.d
       COMMENT "Making the kernel class ${id}"
       VERBATIM)
-    set_source_files_properties(${source} PROPERTIES COMPILE_OPTIONS "${flags}" SKIP_LINTING ON)
+    set_source_files_properties(${source} PROPERTIES COMPILE_OPTIONS "${flags}" SKIP_LINTING ON SKIP_PRECOMPILE_HEADERS ON)
     target_sources(${target} PRIVATE ${source})
     set_property(TARGET ${target} APPEND PROPERTY OSTRA_KERNEL_IDS ${id})
     ostra_add_kernel_resources(${target} ${file})
@@ -72,6 +72,8 @@ function(ostra_add_kernels target)
       DEPENDS ostra::kernelc
       COMMENT "Listing the kernel classes of ${target}"
       COMMAND_EXPAND_LISTS VERBATIM)
+    # Not compiled with the options of the target's precompiled headers, if it has some.
+    set_source_files_properties(${table}.cpp PROPERTIES SKIP_PRECOMPILE_HEADERS ON)
     target_sources(${target} PRIVATE ${table}.cpp ${table}.h)
     target_include_directories(${target} PRIVATE ${folder})
   endif()

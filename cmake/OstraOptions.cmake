@@ -23,7 +23,8 @@ set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
 
 find_program(OSTRA_CCACHE ccache)
 if(OSTRA_CCACHE)
-  set(CMAKE_CXX_COMPILER_LAUNCHER ${OSTRA_CCACHE})
+  # Without these it keeps no file that has precompiled headers.
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros ${OSTRA_CCACHE})
 endif()
 
 add_library(ostra_flags INTERFACE)

@@ -15,6 +15,12 @@ function(ostra_room name)
   target_link_libraries(ostra_${name} ${scope} ${room_USES} ${room_LIBRARIES})
 endfunction()
 
+# Much less time for half of all files. With fewer steps GCC takes members for uninitialized that are never read.
+set(OSTRA_TEST_OPTIONS $<$<CONFIG:Release>:-Og;-Wno-maybe-uninitialized>)
+if(OSTRA_SANITIZE)
+  set(OSTRA_TEST_OPTIONS -O0)
+endif()
+
 set(OSTRA_TEST_LABELS "" CACHE STRING "Labels of the tests to build; all when empty")
 
 # Sets `result` to whether a test with these labels is to be built.
@@ -38,10 +44,9 @@ function(ostra_test name)
     set(test_TIMEOUT 120)
   endif()
   add_executable(${name} ${test_SOURCES})
-  # Much less time for half of all files. Kernels and libraries that a test has with it stay as they are
-  # shipped. With fewer steps GCC takes members for uninitialized that are never read.
-  set_source_files_properties(${test_SOURCES} PROPERTIES
-    COMPILE_OPTIONS "$<$<CONFIG:Release>:-Og;-Wno-maybe-uninitialized>$<$<CONFIG:RelWithDebInfo>:-O0>")
+  # Kernels and libraries that a test has with it stay as they are shipped.
+  set_source_files_properties(${test_SOURCES} PROPERTIES COMPILE_OPTIONS "${OSTRA_TEST_OPTIONS}")
+  target_precompile_headers(${name} REUSE_FROM ostra_test_headers)
   target_link_libraries(${name} PRIVATE ostra_flags ostra ${test_LIBRARIES} GTest::gmock GTest::gtest_main)
   # Tests ask for sizes that cannot be had; a sanitizer must answer like an allocator, not end the process.
   ostra_wants_test(isWanted "${test_LABELS}")

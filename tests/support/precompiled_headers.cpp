@@ -1,0 +1,1 @@
+// The target of the precompiled headers of all tests needs a source.
