@@ -60,6 +60,8 @@ LaneCode LanePrinter::Print() {
     if (Has(kTypesAndMakers, NameOf(node)) || (kind != NodeKind::kFunction && Has(kFunctionsOfLanes, NameOf(node))))
       Refuse(node, Join({"the name \"", NameOf(node), "\""}));
   }
+  if (IsOneStep(kernel))
+    Refuse(kernel, "one step of arithmetic on elements in a row, of which the compiler makes vectors by itself");
   if (_exchangesValues) Refuse(kernel, "invocations that exchange values in group memory");
   const std::string name = Join({"Ostra", _options.className, "Lanes"});
   Line({"struct ", name, " : ", _options.parameters, " {"});

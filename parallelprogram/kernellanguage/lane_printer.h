@@ -118,6 +118,12 @@ class LanePrinter {
   void Functions();
   void Function(NodeIndex function);
 
+  // lane_steps.cpp
+  Bool IsOneStep(NodeIndex kernel) const;
+  Bool IsGuard(NodeIndex statement) const;
+  Bool IsPlain(NodeIndex node) const;
+  Bool IsPlainValue(NodeIndex expression) const;
+
   // lane_walks.cpp
   Bool IsSlowWalk(NodeIndex loop) const;
   void FindMoved(NodeIndex node, Walk& walk) const;

@@ -288,8 +288,9 @@ TEST_F(CheckTest, AMistakeInFrontOfAMacroIsShownWhereTheMacroIsUsed) {
 }
 
 TEST_F(CheckTest, ExplainSaysWhetherAKernelHasAWideForm) {
-  const ToolResult wide = Check(MakeKernel("\tUNIFORM_BUFFER(values)[InGlobalInvocationID.x] = UNIFORM(factor);"),
-                                {"--target", "CPU", "--explain"});
+  const ToolResult wide =
+      Check(MakeKernel("\tuint i = InGlobalInvocationID.x;\n\tUNIFORM_BUFFER(values)[i] = sqrt(float(i));"),
+            {"--target", "CPU", "--explain"});
   EXPECT_EQ(wide.exitStatus, 0);
   EXPECT_EQ(wide.errors, _folder / "k.krn" + ": note: the kernel has a wide form\n");
   const ToolResult scalar = Check(MakeKernel("\tauto half = [](float x) { return x / 2; };\n"
