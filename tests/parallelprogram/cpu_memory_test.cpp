@@ -32,7 +32,7 @@ Result<void> FillProgram(ParallelProgramInterface& program, const Url& file) {
 Result<void> RunProgram(ParallelProgramInterface& program) {
   OSTRA_RETURN_IF_ERROR(program.UpdateUniforms());
   OSTRA_RETURN_IF_ERROR(program.DispatchKernel(6, 1, 1, false));
-  OSTRA_RETURN_IF_ERROR(program.DispatchKernel(4, 2, 1, false));
+  OSTRA_RETURN_IF_ERROR(program.DispatchKernel(4, 0, 1, false));
   OSTRA_ASSIGN_OR_RETURN(const Data part, program.GetGlobalBufferData("values"_iid, 1, 3));
   OSTRA_ASSIGN_OR_RETURN(const Data whole, program.GetKernelBufferData("values"_iid));
   OSTRA_RETURN_IF_ERROR(program.ResizeUniformBuffer("values"_iid, 9, false));
