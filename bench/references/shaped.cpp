@@ -1,4 +1,4 @@
-// The workloads as somebody writes them who shapes them for the vector unit: several neighbours at a time, in vectors
+// The workloads as an expert shapes them for the vector unit: several neighbours at a time, in vectors
 // of eight or sixteen numbers.
 #include "bench/references/shaped.h"
 

@@ -54,7 +54,7 @@ class alignas(64) SharedLoop {
  private:
   static constexpr Int kLargestShareCount = 32;
 
-  // Indices that nobody has taken: next .. end - 1.
+  // Indices that no thread has taken yet: next .. end - 1.
   struct alignas(64) Share {
     std::atomic<Int> next{0};
     Int end = 0;
