@@ -1,5 +1,6 @@
 #include "parallelprogram/kernellanguage/group_code.h"
 
+#include "parallelprogram/kernellanguage/cpp_text.h"
 #include "parallelprogram/kernellanguage/group_printer.h"
 
 namespace ostra::kernellanguage {
@@ -21,17 +22,7 @@ void GroupPrinter::Line(std::initializer_list<std::string_view> parts) {
   _piece += '\n';
 }
 
-// Compiler messages and debuggers show the line of the kernel file.
-void GroupPrinter::MarkLine(NodeIndex node) {
-  const SourceLocation location = _sources.Locate(_tree.nodes[node].offset);
-  if (location.line == 0) return;
-  std::string file;
-  for (const char c : location.file) {
-    if (c == '"' || c == '\\') file += '\\';
-    file += static_cast<unsigned char>(c) < ' ' ? '?' : c;
-  }
-  Line({"#line ", std::to_string(location.line), " \"", file, "\""});
-}
+void GroupPrinter::MarkLine(NodeIndex node) { _piece += MakeLineDirective(_sources.Locate(_tree.nodes[node].offset)); }
 
 void GroupPrinter::EndPiece() {
   if (_piece.empty()) return;

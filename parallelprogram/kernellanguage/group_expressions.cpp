@@ -1,3 +1,4 @@
+#include "parallelprogram/kernellanguage/cpp_text.h"
 #include "parallelprogram/kernellanguage/group_printer.h"
 #include "parallelprogram/kernellanguage/literal.h"
 
@@ -6,20 +7,12 @@ namespace ostra::kernellanguage {
 std::string GroupPrinter::TypeName(TypeIndex type) const {
   const Type& kind = _types[type];
   switch (kind.kind) {
-    case TypeKind::kScalar:
-      return std::string(GetCppName(kind.scalar));
-    case TypeKind::kVector:
-      return Join({"Vec", std::to_string(kind.count), "<", GetCppName(kind.scalar), ">"});
-    case TypeKind::kMatrix:
-      return kind.count == 3 ? "SquareMatrix32" : "SquareMatrix4d32";
-    case TypeKind::kAffineMatrix:
-      return "AffineMatrix32";
     case TypeKind::kStruct:
       return std::string(_tree.GetName(kind.declaration));
     case TypeKind::kArray:
       return TypeName(kind.element);
     default:
-      return "";
+      return GetCppType(kind);
   }
 }
 

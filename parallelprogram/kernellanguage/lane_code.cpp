@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "parallelprogram/kernellanguage/cpp_text.h"
 #include "parallelprogram/kernellanguage/lane_printer.h"
 
 namespace ostra::kernellanguage {
@@ -36,17 +37,7 @@ void LanePrinter::Line(std::initializer_list<std::string_view> parts) {
   _text += '\n';
 }
 
-// Compiler messages and debuggers show the line of the kernel file.
-void LanePrinter::MarkLine(NodeIndex node) {
-  const SourceLocation location = _sources.Locate(_tree.nodes[node].offset);
-  if (location.line == 0) return;
-  std::string file;
-  for (const char c : location.file) {
-    if (c == '"' || c == '\\') file += '\\';
-    file += static_cast<unsigned char>(c) < ' ' ? '?' : c;
-  }
-  Line({"#line ", std::to_string(location.line), " \"", file, "\""});
-}
+void LanePrinter::MarkLine(NodeIndex node) { _text += MakeLineDirective(_sources.Locate(_tree.nodes[node].offset)); }
 
 std::string LanePrinter::NewName(std::string_view stem) { return Join({"ostra_", stem, std::to_string(_nameCount++)}); }
 

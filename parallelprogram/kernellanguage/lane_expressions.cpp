@@ -1,3 +1,4 @@
+#include "parallelprogram/kernellanguage/cpp_text.h"
 #include "parallelprogram/kernellanguage/lane_printer.h"
 #include "parallelprogram/kernellanguage/literal.h"
 
@@ -47,21 +48,7 @@ Bool LanePrinter::IsHarmless(NodeIndex node) const {
 }
 
 std::string LanePrinter::SharedType(TypeIndex type) const {
-  const Type& kind = _types[type];
-  switch (kind.kind) {
-    case TypeKind::kScalar:
-      return std::string(GetCppName(kind.scalar));
-    case TypeKind::kVector:
-      return Join({"Vec", std::to_string(kind.count), "<", GetCppName(kind.scalar), ">"});
-    case TypeKind::kMatrix:
-      return kind.count == 3 ? "SquareMatrix32" : "SquareMatrix4d32";
-    case TypeKind::kAffineMatrix:
-      return "AffineMatrix32";
-    case TypeKind::kVoid:
-      return "void";
-    default:
-      return "";
-  }
+  return _types[type].kind == TypeKind::kVoid ? "void" : GetCppType(_types[type]);
 }
 
 Bool LanePrinter::HasLaneType(TypeIndex type) const {
