@@ -85,6 +85,7 @@ struct LaneNeighbours {
   Mask border[2][kDimensions];
   Bool isSideBySide;  // the second neighbours are right behind the first ones, and none is the border
   Bool hasBorder;
+  Bool isOutside;  // all neighbours are the border
 };
 
 template <int kDimensions>
@@ -109,10 +110,10 @@ OSTRA_LANE_INLINE void FindLaneNeighbours(const Lanes<Float32>* places, const Sa
     neighbours.border[0][i] = neighbours.border[1][i] = false;
     isNear = isNear & (position >= 0.0f) & (next < size) & (neighbours.second[i] - neighbours.first[i] == 1);
   }
-  neighbours.hasBorder = false;
+  neighbours.hasBorder = neighbours.isOutside = false;
   neighbours.isSideBySide = All(isNear | !easy);
   if (neighbours.isSideBySide) return;
-  Mask border = false;
+  Mask border = false, outside = false;
   for (int i = 0; i < kDimensions; ++i) {
     const Float32 size = static_cast<Float32>(static_cast<Int32>(data._dimensions[i]));
     const UInt32 mode = sampler::GetWrapMode(data._flags._bits, i);
@@ -121,8 +122,10 @@ OSTRA_LANE_INLINE void FindLaneNeighbours(const Lanes<Float32>* places, const Sa
     neighbours.border[0][i] = ResolveLanes(position, size, mode, easy, neighbours.first[i]);
     neighbours.border[1][i] = ResolveLanes(position + 1.0f, size, mode, easy, neighbours.second[i]);
     border = border | neighbours.border[0][i] | neighbours.border[1][i];
+    outside = outside | (neighbours.border[0][i] & neighbours.border[1][i]);
   }
   neighbours.hasBorder = Any(border & easy);
+  neighbours.isOutside = neighbours.hasBorder && All(outside | !easy);
 }
 
 // The bytes from the first texel to those at `index`; 0 for lanes that are not in `easy`.
@@ -398,6 +401,18 @@ OSTRA_LANE_INLINE void ReadChannels(const TextureSamplerDataHelper& sampler, con
   OSTRA_LANE_CLEAR;
 }
 
+// Lanes whose neighbours all are the border: its colour, blended with itself as everything is.
+template <int kDimensions>
+OSTRA_LANE_INLINE void BlendBorder(const TextureSamplerDataHelper& sampler, const Native<Float32>* weight,
+                                   Byte* result) {
+  for (UInt32 channel = 0; channel < sampler._lanes.outputs; ++channel) {
+    const Native<Float32> border = Lanes<Float32>(sampler._samplingData._borderColor[channel]).v;
+    const Native<Float32> value = BlendCorners<kDimensions>(
+        weight, [&](int) __attribute__((always_inline)) { return border; });
+    std::memcpy(result + channel * sizeof(value), &value, sizeof(value));
+  }
+}
+
 // Lanes of a linear lookup whose neighbours are known. `easy` has one lane at least.
 template <int kDimensions>
 OSTRA_LANE_INLINE void SampleLinear(const TextureSamplerDataHelper& sampler,
@@ -410,6 +425,7 @@ OSTRA_LANE_INLINE void SampleLinear(const TextureSamplerDataHelper& sampler,
   const TexelKind kind = GetTexelKind(lanes);
   Native<Float32> weight[kDimensions];
   for (int i = 0; i < kDimensions; ++i) weight[i] = neighbours.weight[i].v;
+  if (neighbours.isOutside) return BlendBorder<kDimensions>(sampler, weight, result);
   alignas(64) UInt32 offsets[kCorners][kLaneCount];
   const Bool isSingle = kind == TexelKind::kFloats && lanes.channels == 1 && lanes.outputs == 1;
   const Bool isWhole = kind == TexelKind::kFloats && lanes.channels > 1 && lanes.outputs <= lanes.channels;

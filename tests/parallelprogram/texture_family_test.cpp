@@ -133,24 +133,27 @@ std::unique_ptr<const TextureSamplerDataHelper> MakeSampler(const Texture& textu
 }
 
 // Where the lanes of a wide lookup point.
-enum class Places { kInside, kNear, kAnywhere };
+enum class Places { kInside, kNear, kOutside, kAnywhere };
 
 Float32 MakePlace(const Texture& texture, Int axis, Places places, std::mt19937& random, Float32) {
   constexpr Float32 kInfinity = std::numeric_limits<Float32>::infinity();
   constexpr Float32 kSpecial[] = {NAN,   kInfinity, -kInfinity, -0.0f, 0.0f,        0.49999997f, 1e9f,   -1e9f, 3e38f,
                                   1e19f, -1e-30f,   1e-40f,     -2.0f, 16777216.0f, 1.0f,        1.5e8f, 0.5f};
   if (places == Places::kAnywhere && random() % 3 == 0) return kSpecial[random() % std::size(kSpecial)];
-  if (places != Places::kInside) return MakeCoordinate(texture, axis, random);
+  if (places == Places::kNear || places == Places::kAnywhere) return MakeCoordinate(texture, axis, random);
   const Float32 extent = static_cast<Float32>(texture.bindData._dimensions[static_cast<int>(axis)]);
-  const Float32 place = std::uniform_real_distribution<Float32>(0.51f, extent - 0.51f)(random);
+  Float32 place = std::uniform_real_distribution<Float32>(0.51f, extent - 0.51f)(random);
+  if (places == Places::kOutside) place = random() % 2 ? place + extent + 0.5f : place - extent - 0.5f;
   return texture.bindData._normalizedCoordinates ? place / extent : place;
 }
 
 Int32 MakePlace(const Texture& texture, Int axis, Places places, std::mt19937& random, Int32) {
   constexpr Int32 kSpecial[] = {INT32_MIN, INT32_MAX, INT32_MIN + 1, -16777217, 16777217, 1 << 30, -12, 60};
   if (places == Places::kAnywhere && random() % 3 == 0) return kSpecial[random() % std::size(kSpecial)];
-  if (places != Places::kInside) return static_cast<Int32>(random() % 24) - 10;
-  return static_cast<Int32>(random() % texture.bindData._dimensions[static_cast<int>(axis)]);
+  if (places == Places::kNear || places == Places::kAnywhere) return static_cast<Int32>(random() % 24) - 10;
+  const Int32 extent = static_cast<Int32>(texture.bindData._dimensions[static_cast<int>(axis)]);
+  const Int32 place = static_cast<Int32>(random() % static_cast<UInt32>(extent));
+  return places == Places::kInside ? place : random() % 2 ? place + extent : place - extent;
 }
 
 // Compares one wide lookup with single ones. Lanes that are off point far out of the texels.
@@ -201,8 +204,9 @@ TEST(SamplerFamilyTest, EveryMemberHasAWideFormWithTheSameBits) {
   std::mt19937 random(4);
   const Int levels = static_cast<Int>(kernel::DetectInstructionLevel()) + 1;
   ForEachMember([&](const Member& member) {
-    for (const Places places : {Places::kInside, Places::kInside, Places::kNear, Places::kAnywhere}) {
+    for (const Places places : {Places::kInside, Places::kInside, Places::kNear, Places::kOutside, Places::kAnywhere}) {
       Texture texture = MakeTexture(member, random);
+      if (random() % 4 == 0) texture.bindData._borderColor[0] = random() % 2 ? -0.0f : INFINITY;
       texture.bindData._filter = random() % 4 == 0 ? TextureFilter::POINT : TextureFilter::LINEAR;
       // Mode 3 wraps nothing: what is outside must not be looked up.
       if (places == Places::kInside && random() % 4 == 0)
