@@ -9,6 +9,7 @@
 #include "apps/ostra/encode/decode_command.h"
 #include "apps/ostra/encode/encode_command.h"
 #include "apps/ostra/info/info_command.h"
+#include "apps/ostra/languageserver/language_server_command.h"
 #include "apps/ostra/names/nearest_name.h"
 #include "apps/ostra/names/one_of.h"
 #include "apps/ostra/output/standard_output.h"
@@ -63,6 +64,13 @@ constexpr const char* kInfoDetails =
     "  CXX=COMPILER                  compiles kernels for the CPU (default: c++, g++ or clang++)\n"
     "  OSTRA_CONFIG=NAME=VALUE,...   configuration variables; --config goes before them\n"
     "  OSTRA_CONFIG_FILE=FILE        the file of --config-file\n"
+    "\n"
+    "Exit status: 0 done, 1 failed, 2 wrong usage.\n";
+
+constexpr const char* kLanguageServerDetails =
+    "Editors start it, and speak the language server protocol with it over standard input and output: mistakes while\n"
+    "typing, the meaning of words, completion, declarations, references, renaming, symbols, and the form of\n"
+    "declarations. docs/editors.md says how an editor finds it.\n"
     "\n"
     "Exit status: 0 done, 1 failed, 2 wrong usage.\n";
 
@@ -249,6 +257,11 @@ int RunCommandLine(std::span<const char* const> arguments) {
   FileArguments encodeArguments, decodeArguments;
   CLI::App& encode = AddFileCommand(app, "encode", kEncodeSummary, kEncodeDetails, encodeArguments);
   CLI::App& decode = AddFileCommand(app, "decode", kDecodeSummary, kDecodeDetails, decodeArguments);
+  CLI::App& languageServer =
+      *app.add_subcommand("language-server", "Tell an editor about the kernel file that is being written");
+  languageServer.footer(kLanguageServerDetails);
+  Bool isStdio = true;  // there is nothing else; editors pass it
+  languageServer.add_flag("--stdio", isStdio, "Standard input and output, as always");
   TranslateArguments translateArguments;
   CheckArguments checkArguments;
   RenderArguments renderArguments;
@@ -265,6 +278,7 @@ int RunCommandLine(std::span<const char* const> arguments) {
       {&info, [&] { return ShowInfo(isInfoJson, rest); }},
       {&encode, [&] { return ConvertFile(encodeArguments, &EncodeFile); }},
       {&decode, [&] { return ConvertFile(decodeArguments, &DecodeFile); }},
+      {&languageServer, [] { return RunLanguageServer(); }},
       {&translate, [&] { return RunTranslate(translateArguments); }},
       {&check, [&] { return RunCheck(checkArguments); }},
       {&render, [&] { return RunRender(renderArguments, rest); }},
