@@ -55,6 +55,7 @@ constexpr Workload kWorkloads[] = {
     {"decode", &bench::RunDecode},
     {"elementary", &bench::RunElementary},
     {"translate", &bench::RunTranslate},
+    {"editor", &bench::RunEditor},
 };
 
 constexpr Workload kParts[] = {

@@ -42,5 +42,7 @@ bool RunDecode(const Options& options);
 bool RunElementary(const Options& options);
 // A kernel file with three headers through the shader parser.
 bool RunTranslate(const Options& options);
+// The language server with a kernel file of a thousand lines.
+bool RunEditor(const Options& options);
 
 }  // namespace bench

@@ -12,9 +12,9 @@ struct ToolResult {
   std::string errors;  // standard error
 };
 
-// Runs `ostra` with the arguments. Compiled kernels are kept in a folder that all tests share unless --cache-dir is
-// given.
-ToolResult RunTool(const std::vector<std::string>& arguments);
+// Runs `ostra` with the arguments, and `input` as standard input. Compiled kernels are kept in a folder that all tests
+// share unless --cache-dir is given.
+ToolResult RunTool(const std::vector<std::string>& arguments, const std::string& input = "");
 
 // The path of a kernel file of these tests.
 std::string GetTestKernel(const std::string& name);
