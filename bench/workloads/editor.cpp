@@ -56,7 +56,7 @@ std::shared_ptr<LanguageServer> StartServer() {
 bool RunKey(const Options& options) {
   auto server = StartServer();
   auto told = std::make_shared<std::vector<std::string>>();
-  const Json range = {{"start", MakePlace(9, 34)}, {"end", MakePlace(9, 35)}};
+  const Json range = {{"start", MakePlace(9, 33)}, {"end", MakePlace(9, 34)}};
   const std::string change = MakeMessage(
       "textDocument/didChange",
       {{"textDocument", {{"uri", kUri}, {"version", 2}}}, {"contentChanges", {{{"range", range}, {"text", "7"}}}}});
