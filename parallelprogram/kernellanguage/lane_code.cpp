@@ -15,10 +15,10 @@ constexpr std::string_view kTypesAndMakers[] = {
     "LaneVec3",       "LaneVec4", "Lanes",   "LocalX",  "Mask",   "Ramp",  "SquareMatrix32", "SquareMatrix4d32",
     "UInt32",         "UInt64",   "Vec2",    "Vec3",    "Vec4",   "ostra", "vocabulary"};
 constexpr std::string_view kFunctionsOfLanes[] = {
-    "Any",        "AndNot",      "Convert",           "Divide", "FetchLanes",  "ForEachLaneIn",
-    "Gather",     "GetElements", "GetSharedElements", "None",   "LoadRun",     "NoiseLanes",
-    "Remainder",  "SampleLanes", "Scatter",           "Select", "SetElements", "ShiftLeft",
-    "ShiftRight", "StoreLast",   "StoreRun"};
+    "Any",         "AndNot",      "Convert",           "Divide", "DivideBy",    "FetchLanes", "ForEachLaneIn",
+    "Gather",      "GetElements", "GetSharedElements", "None",   "LoadRun",     "NoiseLanes", "Remainder",
+    "RemainderBy", "SampleLanes", "Scatter",           "Select", "SetElements", "ShiftLeft",  "ShiftRight",
+    "StoreLast",   "StoreRun"};
 
 template <std::size_t count>
 Bool Has(const std::string_view (&names)[count], std::string_view name) {

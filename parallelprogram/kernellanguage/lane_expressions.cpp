@@ -94,6 +94,7 @@ LanePrinter::Value LanePrinter::Convert(Value value, TypeIndex to, NodeIndex pla
   if (value.form == Form::kShared || (value.form == Form::kLinear && is32(target.scalar))) {
     value.text = Join({"static_cast<", SharedType(to), ">(", value.text, ")"});
     value.type = to;
+    value.isDivisor = value.isDivisor && is32(target.scalar);
     return value;
   }
   const std::string lanes = ToLanes(value, place);
@@ -211,12 +212,19 @@ LanePrinter::Value LanePrinter::Evaluate(NodeIndex node) {
   return Convert(EvaluateItself(node), _resolved.converted[node], node);
 }
 
+Bool LanePrinter::IsDivisor(NodeIndex node) const {
+  LiteralValue value;
+  if (KindOf(node) != NodeKind::kLiteral || !ParseLiteral(NameOf(node), value)) return false;
+  return (value.scalar == Scalar::kInt32 || value.scalar == Scalar::kUInt32) && value.integer != 0;
+}
+
 LanePrinter::Value LanePrinter::EvaluateItself(NodeIndex node) {
   const Form form = FormOf(node);
   const Bool isChange = KindOf(node) == NodeKind::kAssign || KindOf(node) == NodeKind::kPostfix;
   if (form != Form::kLanes && !isChange) {
     Value value{SharedItself(node), form, TypeOf(node)};
     if (form == Form::kLinear) value.stride = _uniformity.Get(node).stride;
+    value.isDivisor = IsDivisor(node);
     return value;
   }
   const auto children = _tree.GetChildren(node);
@@ -371,9 +379,9 @@ LanePrinter::Value LanePrinter::Binary(Operation operation, const Value& left, c
     case Operation::kRemainder:
       if (isInteger) {
         if (!_types.IsScalar(left.type)) Refuse(place, "a division of vectors of integers");
-        return {Join({operation == Operation::kDivide ? "Divide(" : "Remainder(", a, ", ", ToLanes(right, place), ", ",
-                      GetMask(), ")"}),
-                Form::kLanes, result};
+        const std::string_view name = operation == Operation::kDivide ? "Divide" : "Remainder";
+        if (right.isDivisor) return {Join({name, "By<", right.text, ">(", a, ")"}), Form::kLanes, result};
+        return {Join({name, "(", a, ", ", ToLanes(right, place), ", ", GetMask(), ")"}), Form::kLanes, result};
       }
       break;
     case Operation::kBitAnd:

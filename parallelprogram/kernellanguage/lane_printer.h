@@ -35,6 +35,7 @@ class LanePrinter {
     Form form = Form::kShared;
     TypeIndex type = kUnknownType;
     Int32 stride = 0;
+    Bool isDivisor = false;  // a constant to divide by
   };
   // The parts of a loop; kNoNode where it has none.
   struct LoopParts {
@@ -91,7 +92,9 @@ class LanePrinter {
   std::string Shared(NodeIndex node);        // C++ of one value for all lanes, or for the first one of a linear value
   std::string SharedItself(NodeIndex node);  // before its conversion
   std::string SharedWord(NodeIndex node, std::string_view component);
-  Value Evaluate(NodeIndex node);        // as it is wanted where it stands
+  Value Evaluate(NodeIndex node);  // as it is wanted where it stands
+  // Whether a node is a number of 32 bits other than 0 as it is written.
+  Bool IsDivisor(NodeIndex node) const;
   Value EvaluateItself(NodeIndex node);  // before its conversion
   std::string InLanes(NodeIndex node) { return ToLanes(Evaluate(node), node); }
   std::string ToLanes(const Value& value, NodeIndex place);

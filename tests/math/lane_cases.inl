@@ -23,6 +23,12 @@ struct LaneCases {
   OSTRA_TERNARY_FUNCTIONS(OSTRA_CASE)
 #undef OSTRA_CASE
 
+  template <class T>
+  static void Quotients(const T* x, const T* y, T* quotients, T* rests) {
+    Store(quotients, Divide(Load(x), Load(y), Mask(true)));
+    Store(rests, Remainder(Load(x), Load(y), Mask(true)));
+  }
+
   // Results of the operators one after the other, kCount each: as many as ScalarOperators in the test writes.
   template <class T>
   static void Operators(const T* x, const T* y, T* result) {
@@ -43,6 +49,8 @@ struct LaneCases {
       const Mask isDivisible = b != T(0);
       add(Select(isDivisible, Divide(a, b, isDivisible), Lanes<T>(T(0))));
       add(Select(isDivisible, Remainder(a, b, isDivisible), Lanes<T>(T(0))));
+      add(DivideBy<1>(a)), add(DivideBy<48>(a)), add(DivideBy<T(-7)>(a)), add(DivideBy<0x7fffffff>(a));
+      add(RemainderBy<1>(a)), add(RemainderBy<24>(a)), add(RemainderBy<T(-7)>(a)), add(RemainderBy<0x7fffffff>(a));
       const Lanes<T> shift = b & T(sizeof(T) * 8 - 1);
       add(ShiftLeft(a, shift)), add(ShiftRight(a, shift));
     }

@@ -106,6 +106,8 @@ class LanesTest : public testing::Test {
 
   template <class T>
   void CompareOperators(const std::string& type);
+  template <class T>
+  void CompareQuotients();
   template <class To, class From>
   void CompareConversion(const std::string& what, From low, From high);
   template <class T>
@@ -188,6 +190,8 @@ void ScalarOperators(T x, T y, std::vector<T>& result) {
   } else {
     add(x & y), add(x | y), add(x ^ y), add(~x);
     add(y == T(0) ? T(0) : x / y), add(y == T(0) ? T(0) : x % y);
+    add(x), add(x / T(48)), add(x / T(-7)), add(x / T(0x7fffffff));
+    add(T(0)), add(x % T(24)), add(x % T(-7)), add(x % T(0x7fffffff));
     const int shift = static_cast<int>(y & T(sizeof(T) * 8 - 1));
     add(static_cast<std::make_unsigned_t<T>>(x) << shift), add(x >> shift);
   }
@@ -220,6 +224,30 @@ TYPED_TEST(LanesTest, OperatorsHaveTheBitsOfTheScalarOnes) {
   this->template CompareOperators<UInt32>("UInt32");
   this->template CompareOperators<Int64>("Int64");
   this->template CompareOperators<UInt64>("UInt64");
+}
+
+template <class Cases>
+template <class T>
+void LanesTest<Cases>::CompareQuotients() {
+  for (int run = 0; run < 20000; ++run) {
+    T x[kCount], y[kCount], quotients[kCount], rests[kCount];
+    for (int lane = 0; lane < kCount; ++lane) {
+      const T divisor = static_cast<T>(_random() >> _random() % 32);
+      y[lane] = divisor == T(0) || divisor == T(-1) ? T(3) : divisor;
+      const T whole = static_cast<T>(_random()) / y[lane];
+      x[lane] = static_cast<T>(static_cast<UInt32>(whole * y[lane]) + static_cast<UInt32>(_random() % 3) - 1u);
+    }
+    Cases::Quotients(x, y, quotients, rests);
+    for (int lane = 0; lane < kCount; ++lane) {
+      ASSERT_EQ(quotients[lane], x[lane] / y[lane]) << x[lane] << " / " << y[lane];
+      ASSERT_EQ(rests[lane], x[lane] % y[lane]) << x[lane] << " % " << y[lane];
+    }
+  }
+}
+
+TYPED_TEST(LanesTest, QuotientsNextToWholeNumbersAreExact) {
+  this->template CompareQuotients<Int32>();
+  this->template CompareQuotients<UInt32>();
 }
 
 template <class Cases>

@@ -160,16 +160,6 @@ OSTRA_LANE_INLINE Lanes<T> ShiftRight(Lanes<T> a, Lanes<T> count) {
   return Lanes<T>::Make(a.v >> count.v);
 }
 
-// Quotient and remainder of integers where the mask holds; elsewhere nothing is divided by what lies in `b`.
-template <class T>
-OSTRA_LANE_INLINE Lanes<T> Divide(Lanes<T> a, Lanes<T> b, Mask mask) {
-  return Lanes<T>::Make(a.v / Select(mask, b, Lanes<T>(T(1))).v);
-}
-template <class T>
-OSTRA_LANE_INLINE Lanes<T> Remainder(Lanes<T> a, Lanes<T> b, Mask mask) {
-  return Lanes<T>::Make(a.v % Select(mask, b, Lanes<T>(T(1))).v);
-}
-
 // The value as another number, as static_cast converts it.
 template <class To, class From>
 OSTRA_LANE_INLINE Lanes<To> Convert(Lanes<From> a) {
@@ -187,6 +177,34 @@ OSTRA_LANE_INLINE Lanes<To> Convert(Lanes<From> a) {
 template <class To>
 OSTRA_LANE_INLINE Lanes<To> Convert(Mask a) {
   return Select(a, Lanes<To>(To(1)), Lanes<To>(To(0)));
+}
+
+// Quotient and remainder of integers where the mask holds; elsewhere nothing is divided by what lies in `b`. Quotients
+// of 32-bit numbers are computed as doubles, for which processors have vectors: two quotients that differ are further
+// apart than doubles round, so the whole part is exact.
+template <class T>
+OSTRA_LANE_INLINE Lanes<T> Divide(Lanes<T> a, Lanes<T> b, Mask mask) {
+  const Lanes<T> divisor = Select(mask, b, Lanes<T>(T(1)));
+  if constexpr (sizeof(T) == sizeof(Int32))
+    return Convert<T>(Convert<Float64>(a) / Convert<Float64>(divisor));
+  else
+    return Lanes<T>::Make(a.v / divisor.v);
+}
+template <class T>
+OSTRA_LANE_INLINE Lanes<T> Remainder(Lanes<T> a, Lanes<T> b, Mask mask) {
+  if constexpr (sizeof(T) == sizeof(Int32))
+    return a - Divide(a, b, mask) * Select(mask, b, Lanes<T>(T(1)));
+  else
+    return Lanes<T>::Make(a.v % Select(mask, b, Lanes<T>(T(1))).v);
+}
+// The same by a constant other than 0, of which compilers make multiplications.
+template <auto kDivisor, class T>
+OSTRA_LANE_INLINE Lanes<T> DivideBy(Lanes<T> a) {
+  return Lanes<T>::Make(a.v / (T(kDivisor) - Native<T>{}));
+}
+template <auto kDivisor, class T>
+OSTRA_LANE_INLINE Lanes<T> RemainderBy(Lanes<T> a) {
+  return Lanes<T>::Make(a.v % (T(kDivisor) - Native<T>{}));
 }
 
 // The same bits as another type of the same size.
