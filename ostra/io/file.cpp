@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <climits>
@@ -66,9 +67,15 @@ Result<CString> MakeTemporaryPath(const CString& path) {
   return CString::Create(text);
 }
 
-Result<void> WriteInPlace(const Url& url, const CString& path, Block<const Byte> bytes) {
+using FileParts = std::span<const Block<const Byte>>;
+
+Bool WriteParts(int file, FileParts parts) {
+  return std::all_of(parts.begin(), parts.end(), [file](const auto& part) { return WriteBytes(file, part); });
+}
+
+Result<void> WriteInPlace(const Url& url, const CString& path, FileParts parts) {
   Descriptor file(open(path.GetCString(), O_WRONLY | O_CLOEXEC));
-  if (!file.IsOpen() || !WriteBytes(file.Get(), bytes) || !file.Close()) return MakeFileError("written", url, errno);
+  if (!file.IsOpen() || !WriteParts(file.Get(), parts) || !file.Close()) return MakeFileError("written", url, errno);
   return OK;
 }
 
@@ -109,7 +116,7 @@ Bool CannotBeNameless(int code) {
 
 // Where it is possible the bytes are written to a file without a name: a process that is ended meanwhile leaves
 // nothing. `former`: the file that is replaced, null for a new one. Returns the error number.
-int WriteNameless(const CString& path, const CString& temporary, Block<const Byte> bytes, const struct stat* former) {
+int WriteNameless(const CString& path, const CString& temporary, FileParts parts, const struct stat* former) {
   char folder[PATH_MAX];
   const std::string_view whole = path.GetCString();
   const std::size_t slash = whole.rfind('/');
@@ -117,30 +124,29 @@ int WriteNameless(const CString& path, const CString& temporary, Block<const Byt
   if (text.size() >= sizeof(folder)) return ENAMETOOLONG;
   folder[text.copy(folder, text.size())] = 0;
   Descriptor file(open(folder, O_TMPFILE | O_WRONLY | O_CLOEXEC, 0666));
-  if (!file.IsOpen() || !WriteBytes(file.Get(), bytes)) return errno;
+  if (!file.IsOpen() || !WriteParts(file.Get(), parts)) return errno;
   if (former) CopyPermissions(file.Get(), *former);
   return LinkInPlace(file.Get(), path, temporary, !former);
 }
 
-int WriteNamed(const CString& path, const CString& temporary, Block<const Byte> bytes, const struct stat* former) {
+int WriteNamed(const CString& path, const CString& temporary, FileParts parts, const struct stat* former) {
   const UnfinishedFile unfinished(temporary.GetCString());
   Descriptor file(open(temporary.GetCString(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
   if (!file.IsOpen()) return errno;
   if (former) CopyPermissions(file.Get(), *former);
-  if (WriteBytes(file.Get(), bytes) && file.Close() && rename(temporary.GetCString(), path.GetCString()) == 0) return 0;
+  if (WriteParts(file.Get(), parts) && file.Close() && rename(temporary.GetCString(), path.GetCString()) == 0) return 0;
   const int code = errno;
   unlink(temporary.GetCString());
   return code;
 }
 
-Result<void> WriteBesideAndRename(const Url& url, const CString& path, Block<const Byte> bytes,
-                                  const struct stat* former) {
+Result<void> WriteBesideAndRename(const Url& url, const CString& path, FileParts parts, const struct stat* former) {
   int code = EEXIST;
   // A process of the same number may have been killed while it wrote.
   while (code == EEXIST) {
     OSTRA_ASSIGN_OR_RETURN(const CString temporary, MakeTemporaryPath(path));
-    code = WriteNameless(path, temporary, bytes, former);
-    if (CannotBeNameless(code)) code = WriteNamed(path, temporary, bytes, former);
+    code = WriteNameless(path, temporary, parts, former);
+    if (CannotBeNameless(code)) code = WriteNamed(path, temporary, parts, former);
   }
   if (code != 0) return MakeFileError("written", url, code);
   return OK;
@@ -243,12 +249,16 @@ Result<void> CheckFileTarget(const Url& url) {
 }
 
 Result<void> WriteFileAtomically(const Url& url, Block<const Byte> bytes) {
+  return WriteFileAtomically(url, {&bytes, 1});
+}
+
+Result<void> WriteFileAtomically(const Url& url, std::span<const Block<const Byte>> parts) {
   OSTRA_ASSIGN_OR_RETURN(const CString path, GetSystemPath(url));
   struct stat state;
   const Bool exists = stat(path.GetCString(), &state) == 0;
   if (exists) OSTRA_RETURN_IF_ERROR(CheckReplacement(url, path, state));
-  if (exists && IsWrittenInPlace(path, state)) return WriteInPlace(url, path, bytes);
-  return WriteBesideAndRename(url, path, bytes, exists ? &state : nullptr);
+  if (exists && IsWrittenInPlace(path, state)) return WriteInPlace(url, path, parts);
+  return WriteBesideAndRename(url, path, parts, exists ? &state : nullptr);
 }
 
 }  // namespace ostra

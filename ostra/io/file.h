@@ -9,6 +9,7 @@
 #pragma once
 
 #include <limits>
+#include <span>
 
 #include "ostra/core/base_array.h"
 #include "ostra/io/url.h"
@@ -50,6 +51,8 @@ OSTRA_API Result<void> CheckFileTarget(const Url& url);
 // and names of open files such as /dev/stdout are written in place. Errors: those of CheckFileTarget; the
 // disk is full.
 OSTRA_API Result<void> WriteFileAtomically(const Url& url, Block<const Byte> bytes);
+// The same for contents that lie in several places: one part behind the other.
+OSTRA_API Result<void> WriteFileAtomically(const Url& url, std::span<const Block<const Byte>> parts);
 
 // The text of UTF-8 bytes; carriage returns stay, a byte order mark at the start goes. Errors: illegal argument with
 // the position of the first byte that is not UTF-8; out of memory.

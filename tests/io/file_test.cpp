@@ -108,6 +108,23 @@ TEST_F(FileTest, AFileBeyondTheLimitIsRefusedBeforeItIsRead) {
   EXPECT_LT(AllocationFaults::GetCount(), before + 20);
 }
 
+TEST_F(FileTest, PartsAreWrittenOneBehindTheOther) {
+  const Block<const Byte> parts[] = {BytesOf("head"), BytesOf(""), BytesOf("er and numbers")};
+  for (const char* former : {"", "something longer that is replaced"}) {
+    if (*former) _folder.Write("a.bin", former);
+    ASSERT_TRUE(WriteFileAtomically(MakeUrl("a.bin"), parts).IsOk());
+    EXPECT_EQ(Read("a.bin"), "header and numbers");
+  }
+  // A pipe is written in place.
+  ASSERT_EQ(mkfifo((_folder / "pipe").c_str(), 0600), 0);
+  const int reader = open((_folder / "pipe").c_str(), O_RDONLY | O_NONBLOCK);
+  ASSERT_TRUE(WriteFileAtomically(MakeUrl("pipe"), parts).IsOk());
+  char text[64];
+  EXPECT_EQ(read(reader, text, sizeof(text)), 18);
+  close(reader);
+  EXPECT_EQ(std::string(text, 18), "header and numbers");
+}
+
 TEST_F(FileTest, AReplacedFileKeepsItsMode) {
   for (const mode_t mode : {0600, 0644, 0755, 0666}) {
     _folder.Write("a.bin", "old");

@@ -127,10 +127,8 @@ TEST(BufferFileTest, AxesThatDoNotHoldElementsAreRefused) {
   const auto load = [&](std::initializer_list<Int> shape) {
     const std::vector<Float32> numbers(12, 1.0f);
     const std::vector<Int> axes(shape);
-    const auto bytes =
-        EncodeNpy(*FindScalarType(GetDataType<Float32>()), axes, {reinterpret_cast<const Byte*>(numbers.data()), 48});
-    folder.Write("a.npy",
-                 {reinterpret_cast<const char*>(bytes->GetFirst()), static_cast<std::size_t>(bytes->GetCount())});
+    folder.Write("a.npy", EncodeNpyHeader(*FindScalarType(GetDataType<Float32>()), axes) +
+                              std::string(reinterpret_cast<const char*>(numbers.data()), 48));
     return LoadBuffer(folder / "a.npy", GetDataType<Vector4d32>());
   };
   for (const auto shape : {std::initializer_list<Int>{12}, {3, 4}, {3, 1, 4}, {3, 2, 2}}) {

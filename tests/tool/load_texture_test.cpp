@@ -77,10 +77,8 @@ class LoadTextureTest : public testing::Test {
     Int count = 1;
     for (const Int side : shape) count *= side;
     for (Int i = 0; i < count; ++i) numbers.push_back(static_cast<T>(i));
-    const Block<const Byte> bytes(reinterpret_cast<const Byte*>(numbers.data()), count * static_cast<Int>(sizeof(T)));
-    const auto file = EncodeNpy(*FindScalarType(GetDataType<T>()), shape, bytes);
-    ASSERT_THAT(file, IsOk());
-    ASSERT_THAT(WriteFileAtomically(_folder.MakeUrl(name), file->GetBlock()), IsOk());
+    _folder.Write(name, EncodeNpyHeader(*FindScalarType(GetDataType<T>()), shape) +
+                            std::string(reinterpret_cast<const char*>(numbers.data()), numbers.size() * sizeof(T)));
   }
 
   static std::vector<Float32> GetFloats(const TextureContents& contents) {

@@ -115,7 +115,7 @@ Result<NumberArray> DecodeNpy(Block<const Byte> bytes) {
   return array;
 }
 
-Result<BaseArray<Byte>> EncodeNpy(const ScalarType& scalar, std::span<const Int> shape, Block<const Byte> numbers) {
+std::string EncodeNpyHeader(const ScalarType& scalar, std::span<const Int> shape) {
   std::string header = "{'descr': '";
   header += scalar.GetSize() == 1 ? '|' : '<';
   header.append(scalar.npyCode).append("', 'fortran_order': False, 'shape': (");
@@ -125,14 +125,7 @@ Result<BaseArray<Byte>> EncodeNpy(const ScalarType& scalar, std::span<const Int>
   header.append(kAlignment - 1 - (start + header.size()) % kAlignment, ' ').push_back('\n');
   std::string prefix(kMagic);
   prefix += {1, 0, static_cast<char>(header.size() & 0xFF), static_cast<char>(header.size() >> 8)};
-  prefix += header;
-
-  BaseArray<Byte> bytes;
-  const Int prefixSize = static_cast<Int>(prefix.size());
-  OSTRA_RETURN_IF_ERROR(bytes.Resize(prefixSize + numbers.GetCount()));
-  MemCopy(bytes.GetFirst(), prefix.data(), prefixSize);
-  if (!numbers.IsEmpty()) MemCopy(bytes.GetFirst() + prefixSize, numbers.GetFirst(), numbers.GetCount());
-  return bytes;
+  return prefix + header;
 }
 
 }  // namespace ostra::tool

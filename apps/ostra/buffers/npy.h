@@ -4,6 +4,7 @@
 #pragma once
 
 #include <span>
+#include <string>
 #include <vector>
 
 #include "apps/ostra/values/scalar_type.h"
@@ -23,7 +24,7 @@ struct NumberArray {
 // Fortran order, elements that are no plain numbers.
 Result<NumberArray> DecodeNpy(Block<const Byte> bytes);
 
-// A file of version 1 whose shape is `shape`. Error: out of memory.
-Result<BaseArray<Byte>> EncodeNpy(const ScalarType& scalar, std::span<const Int> shape, Block<const Byte> numbers);
+// What stands in front of the numbers in a file of version 1 whose shape is `shape`.
+std::string EncodeNpyHeader(const ScalarType& scalar, std::span<const Int> shape);
 
 }  // namespace ostra::tool

@@ -16,6 +16,10 @@ namespace ostra::tool {
 
 namespace {
 
+Block<const Byte> BytesOf(std::string_view text) {
+  return {reinterpret_cast<const Byte*>(text.data()), static_cast<Int>(text.size())};
+}
+
 Result<void> SavePicture(const Url& file, Block<const Byte> bytes, const Extents& size) {
   const Int count = bytes.GetCount() / Int(sizeof(Vector4d32));
   if (size.depth != 1 || size.width * size.height != count)
@@ -33,13 +37,14 @@ Result<void> SaveNpy(const Url& file, const ElementLayout& layout, Block<const B
   else if (size.GetCount() == count && size.height > 1)
     shape = {size.height, size.width};
   if (layout.componentCount > 1) shape.push_back(layout.componentCount);
-  OSTRA_ASSIGN_OR_RETURN(const BaseArray<Byte> contents, EncodeNpy(*layout.scalar, shape, bytes));
-  return WriteFileAtomically(file, contents.GetBlock());
+  const std::string header = EncodeNpyHeader(*layout.scalar, shape);
+  const Block<const Byte> parts[] = {BytesOf(header), bytes};
+  return WriteFileAtomically(file, parts);
 }
 
 Result<void> SaveCsv(const Url& file, const ElementLayout& layout, Block<const Byte> bytes) {
   const std::string text = EncodeCsv(layout, bytes);
-  return WriteFileAtomically(file, {reinterpret_cast<const Byte*>(text.data()), static_cast<Int>(text.size())});
+  return WriteFileAtomically(file, BytesOf(text));
 }
 
 }  // namespace
