@@ -5,6 +5,7 @@
 #include "parallelprogram/device/buffer_transfer.h"
 #include "parallelprogram/device/cache_keys.h"
 #include "parallelprogram/gpu/gpu_program_impl.h"
+#include "parallelprogram/gpu/running_call.h"
 #include "parallelprogram/program/range_check.h"
 
 OSTRA_UNIT("parallelprogram_gpu_impl");
@@ -183,6 +184,7 @@ Result<Data> ParallelProgramGPUImpl::GetGlobalBufferData(const InternedId& attr)
 }
 
 Result<Data> ParallelProgramGPUImpl::GetGlobalBufferData(const InternedId& attr, Int offset, Int count) const {
+  const RunningCall call;
   const DataBufferEntry* entry = FindBufferEntry(_buffers, attr);
   if (!entry) return OSTRA_ILLEGAL_ARGUMENT("buffer identifier not found");
   return DownloadBuffer(_current, *entry, offset, count, BufferReader::GpuProgram);

@@ -4,6 +4,7 @@
 #include "ostra/core/format.h"
 #include "parallelprogram/base/configuration_variables.h"
 #include "parallelprogram/gpu/gpu_program_impl.h"
+#include "parallelprogram/gpu/running_call.h"
 #include "parallelprogram/gpu/work_group_counts.h"
 
 OSTRA_UNIT("parallelprogram_gpu_impl");
@@ -57,6 +58,7 @@ Result<void> ParallelProgramGPUImpl::CheckContext(const GpuKernel& kernel) const
 }
 
 Result<void> ParallelProgramGPUImpl::DispatchKernel(UInt32 countX, UInt32 countY, UInt32 countZ, Bool disableBarrier) {
+  const RunningCall call;
   // Textures that were evicted since the last update come back with it.
   if (g_outOfCoreParallelProgram) OSTRA_RETURN_IF_ERROR(UpdateUniforms());
   OSTRA_ASSIGN_OR_RETURN(GpuKernel & kernel, GetRunnableKernel());
@@ -69,6 +71,7 @@ Result<void> ParallelProgramGPUImpl::DispatchKernel(UInt32 countX, UInt32 countY
 
 Result<void> ParallelProgramGPUImpl::DispatchIndirectKernel(const InternedId& buffer, UInt32 offset,
                                                             Bool disableBarrier) {
+  const RunningCall call;
   OSTRA_ASSIGN_OR_RETURN(GpuKernel & kernel, GetRunnableKernel());
   OSTRA_RETURN_IF_ERROR(CheckContext(kernel));
   if (!disableBarrier) OSTRA_RETURN_IF_ERROR(AddMemoryBarrier());
@@ -85,6 +88,9 @@ Result<void> ParallelProgramGPUImpl::AddTextureMemoryBarrier() {
   return _current.GetCommandList().AddMemoryBarrier(DrawportBarrierBits::Texture);
 }
 
-Result<void> ParallelProgramGPUImpl::Execute(Bool wait) { return _current.GetCommandList().Execute(wait); }
+Result<void> ParallelProgramGPUImpl::Execute(Bool wait) {
+  const RunningCall call;
+  return _current.GetCommandList().Execute(wait);
+}
 
 }  // namespace ostra

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstring>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -61,6 +62,7 @@ class RecordingDevice {
   Id language = kShadingLanguageGlsl;
   std::string failing;  // calls that begin with this fail
   Id failingKind = kIllegalStateError;
+  std::function<void(std::string_view)> onCall;  // is told of each before it returns
   // Graphics: programs of one key are one, and what only they are asked is written down as well, with the number of the
   // stage in front of the names of parameters.
   Bool drawsGraphics = false;
@@ -85,6 +87,7 @@ class RecordingDevice {
   Result<void> Call(std::string_view pattern, const Arguments&... arguments) {
     const auto text = Format(pattern, arguments...);
     if (!text) return Error::MakeOutOfMemory("recording", 6);
+    if (onCall) onCall(text->GetView());
     const std::scoped_lock lock(_mutex);
     _calls.emplace_back(text->GetView());
     if (!failing.empty() && _calls.back().starts_with(failing))
