@@ -10,6 +10,7 @@
 #include <string>
 
 #include "ostra/core/text_characters.h"
+#include "ostra/shadercompiler/call_graph.h"
 
 namespace ostra::shadercompiler {
 
@@ -260,7 +261,8 @@ std::vector<UInt32> TranslateToSpirv(Bool isHlsl, DrawportStage stage, std::stri
   }
   glslang::TProgram program;
   program.addShader(&shader);
-  const Bool isLinked = program.link(rules);
+  const Bool isResolved = ResolveCalls(*shader.getIntermediate());
+  const Bool isLinked = program.link(isResolved ? static_cast<EShMessages>(rules | EShMsgKeepUncalled) : rules);
   ReadLog(program.getInfoLog(), messages);
   PlaceRecursion(text, messages);
   if (!isLinked) {

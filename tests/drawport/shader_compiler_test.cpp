@@ -225,6 +225,39 @@ TEST(ShaderCompilerTest, RecursionIsReportedAtTheFunction) {
   }
 }
 
+TEST(ShaderCompilerTest, FunctionsThatCallEachOtherOrHaveNoBodyAreReported) {
+  ShaderRecords circle = MakeRecords(kShadingLanguageGlsl, "float x = Down(3.0);");
+  AddFunction(
+      circle,
+      "float Down(float x)\n{\nreturn x;\n}\nfloat Left(float x);\nfloat Right(float x)\n{\nreturn Left(x);\n}\n"
+      "float Left(float x)\n{\nreturn Right(x);\n}\n");
+  EXPECT_THAT(Compile(circle), HasSubstr("Recursion detected: "));
+  ShaderRecords bodiless = MakeRecords(kShadingLanguageGlsl, "float x = Down(3.0);");
+  AddFunction(
+      bodiless,
+      "float Down(float x)\n{\nreturn x;\n}\nfloat Left(float x);\nfloat Right(float x)\n{\nreturn Left(x);\n}\n");
+  EXPECT_EQ(Compile(bodiless), "");  // it is not called
+  ShaderRecords called = MakeRecords(kShadingLanguageGlsl, "float x = Down(3.0);");
+  AddFunction(called, "float Left(float x);\nfloat Down(float x)\n{\nreturn Left(x);\n}\n");
+  EXPECT_THAT(Compile(called), HasSubstr("No function definition (body) found"));
+}
+
+TEST(ShaderCompilerTest, WhatIsNotCalledIsLeftOut) {
+  for (const Id* language : {&kShadingLanguageGlsl, &kShadingLanguageHlsl}) {
+    const auto count = [language](std::string_view functions) {
+      ShaderRecords records = MakeSumRecords(*language);
+      if (!functions.empty()) AddFunction(records, functions);
+      const auto compiled = CompileShader(*language, DrawportStage::Compute, Assemble(records), {.isOptimized = false});
+      EXPECT_TRUE(compiled && compiled->IsCompiled());
+      return compiled ? CountArithmetic(compiled->words).functions : 0;
+    };
+    const Int alone = count("");
+    EXPECT_GT(alone, 1);
+    EXPECT_EQ(count("float Inner(float x)\n{\nreturn x + 1.0;\n}\nfloat Outer(float x)\n{\nreturn Inner(x);\n}\n"),
+              alone);
+  }
+}
+
 TEST(ShaderCompilerTest, AMistakeOutsideOfKernelFilesNamesTheKernelFileAsAWhole) {
   ShaderRecords records = MakeRecords(kShadingLanguageGlsl, "int a = missing;");
   const AssembledShader shader = Assemble(records);
