@@ -45,10 +45,10 @@ std::optional<std::string> ReadFile(const fs::path& path) {
 }
 
 // Kernel files and headers may be encoded. Nothing, with a message, when the file cannot be read.
-std::optional<std::string> ReadSource(const std::string& path) {
+std::optional<SourceFile> ReadSource(const std::string& path) {
   const auto file = Url::Create(path);
-  const auto source = file ? ReadSourceFile(*file, LineEnds::LineFeeds) : Result<SourceFile>(file.GetError());
-  if (source) return std::string(source->text.GetView());
+  auto source = file ? ReadSourceFile(*file, LineEnds::LineFeeds) : Result<SourceFile>(file.GetError());
+  if (source) return std::move(*source);
   const std::string message(source.GetError().GetMessage().GetView());
   const bool saysIt = message.find(" cannot be read: ") != std::string::npos;
   Report(path + ": error: " + (saysIt ? "" : "the file cannot be read: ") + message);
@@ -81,15 +81,16 @@ int Translate(const Arguments& arguments) {
   for (const std::string& name : {in, arguments.id, arguments.name})
     if (HasControlCharacters(name))
       return Report(name + ": error: names of kernel files and classes are UTF-8 without control characters");
-  const auto text = ReadSource(in);
-  if (!text) return 1;
+  const auto source = ReadSource(in);
+  if (!source) return 1;
   const std::string name = arguments.name.empty() ? in : arguments.name;
   std::vector<std::string> headers;
   KernelSourceOptions options{.fileName = name,
                               .classId = arguments.id,
                               .templateArgument = arguments.type,
                               .isModule = arguments.isModule,
-                              .isScalar = arguments.isScalar};
+                              .isScalar = arguments.isScalar,
+                              .isHidden = source->isEncoded};
   options.readHeader = [&](const std::string& header, const std::string& includingFile) -> std::optional<KernelHeader> {
     const fs::path including = includingFile == name ? fs::path(in) : fs::path(includingFile);
     const std::string path = (including.parent_path() / header).lexically_normal().string();
@@ -97,9 +98,9 @@ int Translate(const Arguments& arguments) {
     const auto contents = ReadSource(path);
     if (!contents) return std::nullopt;
     headers.push_back(path);
-    return KernelHeader{path, *contents};
+    return KernelHeader{path, std::string(contents->text.GetView()), contents->isEncoded};
   };
-  const int status = WriteResult(out, GenerateKernelSource(options, *text));
+  const int status = WriteResult(out, GenerateKernelSource(options, source->text.GetView()));
   if (status == 0 && !WriteDependencies(arguments, headers))
     return Report(arguments.dependencyFile + ": error: the file cannot be written");
   return status;

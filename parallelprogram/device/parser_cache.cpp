@@ -9,6 +9,7 @@
 #include "parallelprogram/base/spin.h"
 #include "parallelprogram/device/cache_keys.h"
 #include "parallelprogram/kernelfront/source_rules.h"
+#include "parallelprogram/kernellanguage/diagnostic.h"
 
 OSTRA_UNIT("parallelprogram_gpu_impl");
 
@@ -26,7 +27,8 @@ UInt64 MakeReadStamp(const ShaderParser& parser) {
   return stamp;
 }
 
-// Error: illegal argument "file:line: error: ..." for the first line that the translator takes for something else.
+// Error: illegal argument (kernellanguage/diagnostic.h) for the first line that the translator takes for something
+// else.
 Result<void> CheckSourceRules(const ShaderParser& parser, const Url& source) {
   try {
     for (const Url& file : parser.GetFiles()) {
@@ -35,7 +37,10 @@ Result<void> CheckSourceRules(const ShaderParser& parser, const Url& source) {
       const std::string_view text = read->text.GetView();
       const auto mistakes = file == source ? FindSourceMistakes(text) : FindHeaderMistakes(text);
       if (!mistakes.empty())
-        return OSTRA_ILLEGAL_ARGUMENT("@:@: error: @", file, mistakes[0].line, std::string_view(mistakes[0].text));
+        return Error::Make(kIllegalArgumentError,
+                           kernellanguage::FormatError({file.GetView(), text, read->isEncoded}, mistakes[0].position,
+                                                       mistakes[0].text),
+                           kOstraUnit, __LINE__);
     }
   } catch (const std::bad_alloc&) {
     return OSTRA_OUT_OF_MEMORY();

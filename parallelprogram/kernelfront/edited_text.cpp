@@ -19,6 +19,11 @@ std::string_view EditedText::GetLineAfter(std::size_t position) const {
   return _text.substr(end + 1, std::min(_text.find('\n', end + 1), _text.size()) - end - 1);
 }
 
+std::size_t EditedText::FindLineAfter(std::size_t position) const {
+  const std::size_t end = FindEndOfLine(position);
+  return std::min(_text.find_first_not_of(" \t\r", std::min(end + 1, _text.size())), _text.size());
+}
+
 void EditedText::Replace(std::size_t begin, std::size_t end, std::string replacement) {
   const auto known = _changes.find(begin);
   if (begin == end && known != _changes.end()) {

@@ -8,12 +8,18 @@
 #include <string_view>
 
 #include "parallelprogram/kernelfront/tokens.h"
+#include "parallelprogram/kernellanguage/diagnostic.h"
 
 namespace ostra::kernelfront {
 
+using kernellanguage::SourceText;
+
 class EditedText {
  public:
-  explicit EditedText(std::string_view text) : _text(text), _tokens(ReadTokens(text)) {}
+  explicit EditedText(const SourceText& source) : _source(source), _text(source.text), _tokens(ReadTokens(_text)) {}
+
+  // The text before all changes.
+  const SourceText& GetSource() const { return _source; }
 
   const std::vector<Token>& GetTokens() const { return _tokens; }
   std::string_view GetText(const Token& token) const { return _text.substr(token.begin, token.end - token.begin); }
@@ -38,6 +44,8 @@ class EditedText {
   std::size_t FindEndOfLine(std::size_t position) const { return std::min(_text.find('\n', position), _text.size()); }
   // The line after that, without its end; nothing after the last line.
   std::string_view GetLineAfter(std::size_t position) const;
+  // Where that line begins, behind its blanks.
+  std::size_t FindLineAfter(std::size_t position) const;
 
   // Puts `replacement` in the place of [begin, end). A later change replaces those inside its place.
   void Replace(std::size_t begin, std::size_t end, std::string replacement);
@@ -51,6 +59,7 @@ class EditedText {
     std::size_t end;
     std::string replacement;
   };
+  const SourceText _source;
   std::string_view _text;
   std::vector<Token> _tokens;
   std::map<std::size_t, Change> _changes;

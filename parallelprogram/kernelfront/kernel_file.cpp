@@ -71,20 +71,20 @@ std::string MakeIdentifier(std::string_view classId) {
   return identifier;
 }
 
-void KernelFile::Stop(int line, const std::string& message) const { Fail(_file, line, message); }
+void KernelFile::Stop(const Token& token, const std::string& message) const { Fail(_text, token, message); }
 
 void KernelFile::Read() {
   if (const auto mistakes = FindSourceMistakes(_text.GetText(0, _text.GetSize())); !mistakes.empty())
-    Stop(mistakes[0].line, mistakes[0].text);
-  RewriteWords(_text, _file, _options.templateArgument);
+    Fail(_text.GetSource(), mistakes[0].position, mistakes[0].text);
+  RewriteWords(_text, _options.templateArgument);
   CheckWords(_text);
   const auto& tokens = _text.GetTokens();
   for (std::size_t i = 0; i < tokens.size();) i = ReadOutside(i);
   if (_kernel.name.empty())
-    Stop(tokens.empty() ? 1 : tokens.back().line,
+    Fail(_text.GetSource(), tokens.empty() ? 0 : tokens.back().begin,
          "the file has no kernel: OSTRA_PARALLEL_KERNEL(Name, KERNELINPUTS) is missing");
-  if (!_braces.empty()) Stop(tokens.back().line, "a brace that is opened outside of the kernel is not closed");
-  CheckParameterUses(_text, _parameters, _file);
+  if (!_braces.empty()) Stop(tokens.back(), "a brace that is opened outside of the kernel is not closed");
+  CheckParameterUses(_text, _parameters);
   _text.Replace(_kernel.begin, _kernel.bodyBegin, MakeClassHead());
   if (_kernel.closeBrace != 0) _text.Replace(At(_kernel.closeBrace + 1).begin, _kernel.end, MakeClassEnd());
 }
@@ -118,7 +118,7 @@ std::size_t KernelFile::ReadLineStart(std::size_t i) {
   if (word == "#" && _text.Is(i + 1, "include")) return ReadInclude(i);
   if (word == "struct" && _text.Is(i + 1, "KernelInput")) return ReadParameters(i, false);
   if (word == "OSTRA_PARALLEL_KERNEL_END" || word == "FP_KERNEL_END")
-    Stop(At(i).line, "the kernel that ends here has no start");
+    Stop(At(i), "the kernel that ends here has no start");
   if (word == "OSTRA_PARALLEL_KERNEL" || word == "FP_KERNEL") return ReadMacroKernel(i);
   if (word == "OSTRA_METHOD") return ReadMethodKernel(i);
   if (word == "GROUPSIZE") return ReadGroupSize(i);
@@ -133,7 +133,7 @@ std::size_t KernelFile::ReadBrace(std::size_t i) {
   if (token.isInDirective) return i + 1;
   if (_text.Is(i, "{")) _braces.push_back(false);
   if (_text.Is(i, "}")) {
-    if (_braces.empty()) Stop(token.line, "a brace is closed that is not open");
+    if (_braces.empty()) Stop(token, "a brace is closed that is not open");
     if (_braces.back()) _text.Replace(token.begin, token.end, "");
     _braces.pop_back();
   }
@@ -148,18 +148,18 @@ std::size_t KernelFile::ReadNamespace(std::size_t i) {
   _text.Replace(At(i).begin, At(open).end, "");
   _braces.push_back(true);
   if (At(open).line == At(i).line && !MayBeDropped(_text.GetLineAfter(At(open).begin)))
-    Stop(At(i).line + 1,
+    Fail(_text.GetSource(), _text.FindLineAfter(At(open).begin),
          "the line after a namespace must be its opening brace or empty: the translation for the GPU drops it");
   return open + 1;
 }
 
 std::size_t KernelFile::ReadParameters(std::size_t i, bool isDefinition) {
   if (_parameterLine != 0)
-    Stop(At(i).line, Join({"the parameters were declared before, in line ", std::to_string(_parameterLine)}));
+    Stop(At(i), Join({"the parameters were declared before, in line ", std::to_string(_parameterLine)}));
   _parameterLine = At(i).line;
   if (!_kernel.name.empty()) _isNeededBeforeKernel = true;
-  return isDefinition ? RewriteDefineBlock(_text, i, _file, _options.templateArgument, _parameters)
-                      : RewriteStructBlock(_text, i, _file, _options.templateArgument, _parameters);
+  return isDefinition ? RewriteDefineBlock(_text, i, _options.templateArgument, _parameters)
+                      : RewriteStructBlock(_text, i, _options.templateArgument, _parameters);
 }
 
 void KernelFile::TakeDirective(const Token& directive, const std::string& line) {
@@ -168,7 +168,7 @@ void KernelFile::TakeDirective(const Token& directive, const std::string& line) 
   if (directive.line == _swallowedLine) return;
   _swallowedLine = directive.line + 1;
   if (!MayBeDropped(_text.GetLineAfter(directive.begin)))
-    Stop(_swallowedLine,
+    Fail(_text.GetSource(), _text.FindLineAfter(directive.begin),
          Join({"the line after ", _text.GetText(directive), " must be empty: the translation for the GPU drops it"}));
 }
 
@@ -186,9 +186,8 @@ std::size_t KernelFile::ReadGroupSize(std::size_t i) {
     isGood = number.ec == std::errc() && std::string_view(number.ptr, last).starts_with(separator);
     at = number.ptr + (isGood ? separator.size() : 0);
   }
-  if (!isGood || at != last) Stop(At(i).line, "GROUPSIZE used wrong, please used the format GROUPSIZE(x, y, z) only");
-  if (sizes[0] == 0 || sizes[1] == 0 || sizes[2] == 0)
-    Stop(At(i).line, "every component of GROUPSIZE must be at least 1");
+  if (!isGood || at != last) Stop(At(i), "GROUPSIZE used wrong, please used the format GROUPSIZE(x, y, z) only");
+  if (sizes[0] == 0 || sizes[1] == 0 || sizes[2] == 0) Stop(At(i), "every component of GROUPSIZE must be at least 1");
   TakeDirective(At(i), std::string(line));
   while (i < _text.GetTokens().size() && At(i).begin < end) ++i;
   return i;
@@ -202,7 +201,7 @@ std::size_t KernelFile::ReadTuning(std::size_t i) {
   const bool isGood = close == number + 2 && At(number).kind == Token::Kind::kNumber &&
                       _text.GetText(At(number)).find_first_not_of("0123456789") == std::string_view::npos &&
                       At(close - 1).line == At(i).line;
-  if (!isGood) Stop(At(i).line, Join({word, " is not used in the form ", word, "(count)"}));
+  if (!isGood) Stop(At(i), Join({word, " is not used in the form ", word, "(count)"}));
   TakeDirective(At(i), std::string(_text.GetText(At(i).begin, At(close - 1).end)));
   return close;
 }
@@ -212,30 +211,32 @@ std::size_t KernelFile::ReadInclude(std::size_t i) {
   const bool isOutsideBraces = std::find(_braces.begin(), _braces.end(), false) == _braces.end();
   if (isOutsideBraces) {
     const std::size_t end = _text.FindEndOfLine(start.begin);
-    _text.Replace(start.begin, end, MakeInclude(_text.GetText(start.begin, end), _file, start.line, {}));
+    _text.Replace(start.begin, end, MakeInclude(_text, start, {}));
   }
   return _text.FindAfterDirective(i);
 }
 
 // What takes the place of an #include: the header's text, changed as this file is, or, for a header that only the
 // compiler can find, the line itself outside of our namespaces.
-std::string KernelFile::MakeInclude(std::string_view directive, const std::string& includingFile, int line,
+std::string KernelFile::MakeInclude(const EditedText& text, const Token& start,
                                     const std::vector<std::string>& includingHeaders) {
+  const std::string_view directive = text.GetText(start.begin, text.FindEndOfLine(start.begin));
+  const std::string includingFile(text.GetSource().name);
   const std::size_t open = directive.find('"');
   const std::size_t close = open == std::string_view::npos ? open : directive.find('"', open + 1);
   std::optional<KernelHeader> header;
   if (_options.readHeader && close != std::string_view::npos)
     header = _options.readHeader(std::string(directive.substr(open + 1, close - open - 1)), includingFile);
-  const std::string goOn = MakeLineMark(line, includingFile);  // of the end of the directive, which stays
+  const std::string goOn = MakeLineMark(start.line, includingFile);  // of the end of the directive, which stays
   if (!header) {
-    return Join(
-        {kCloseNamespaces, "\n", MakeLineMark(line, includingFile), directive, "\n", kOpenNamespaces, "\n", goOn});
+    return Join({kCloseNamespaces, "\n", MakeLineMark(start.line, includingFile), directive, "\n", kOpenNamespaces,
+                 "\n", goOn});
   }
   // A header that includes itself is guarded, or it never ends.
   if (std::find(includingHeaders.begin(), includingHeaders.end(), header->path) != includingHeaders.end()) return "";
   if (_onceHeaders.contains(header->path)) return "";
   if (++_headerCount > kMaximalHeaders)
-    Fail(includingFile, line, Join({"more than ", std::to_string(kMaximalHeaders), " headers are included"}));
+    Fail(text, start, Join({"more than ", std::to_string(kMaximalHeaders), " headers are included"}));
   return Join({MakeLineMark(1, header->path), MakeHeader(*header, includingHeaders), "\n", goOn});
 }
 
@@ -243,10 +244,10 @@ std::string KernelFile::MakeHeader(const KernelHeader& header, std::vector<std::
   includingHeaders.push_back(header.path);
   // Functions of this header are taken by the translation for the GPU.
   const bool isCompanion = header.path.ends_with(".h") && RemoveSuffix(header.path) == RemoveSuffix(_file);
+  EditedText text({header.path, header.text, header.isHidden});
   if (const auto mistakes = FindHeaderMistakes(header.text); isCompanion && !mistakes.empty())
-    Fail(header.path, mistakes[0].line, mistakes[0].text);
-  EditedText text(header.text);
-  RewriteWords(text, header.path, _options.templateArgument);
+    Fail(text.GetSource(), mistakes[0].position, mistakes[0].text);
+  RewriteWords(text, _options.templateArgument);
   CheckWords(text);
   const auto& tokens = text.GetTokens();
   const bool isGuarded = text.Is(0, "#") && text.Is(1, "ifndef") && text.Is(3, "#") && text.Is(4, "define");
@@ -259,8 +260,7 @@ std::string KernelFile::MakeHeader(const KernelHeader& header, std::vector<std::
       _onceHeaders.insert(header.path);
       text.Replace(tokens[i].begin, end, "");
     } else if (text.Is(i + 1, "include")) {
-      text.Replace(tokens[i].begin, end,
-                   MakeInclude(text.GetText(tokens[i].begin, end), header.path, tokens[i].line, includingHeaders));
+      text.Replace(tokens[i].begin, end, MakeInclude(text, tokens[i], includingHeaders));
     }
   }
   return text.Take(0, text.GetSize());
@@ -268,11 +268,10 @@ std::string KernelFile::MakeHeader(const KernelHeader& header, std::vector<std::
 
 void KernelFile::StartKernel(const Token& start, std::string_view name) {
   if (!_kernel.name.empty())
-    Stop(start.line, Join({"a second kernel: the first one is in line ", std::to_string(_kernel.line)}));
-  if (start.line == _swallowedLine)
-    Stop(start.line, "the kernel starts in a line that the translation for the GPU drops");
+    Stop(start, Join({"a second kernel: the first one is in line ", std::to_string(_kernel.line)}));
+  if (start.line == _swallowedLine) Stop(start, "the kernel starts in a line that the translation for the GPU drops");
   if (std::find(_braces.begin(), _braces.end(), false) != _braces.end())
-    Stop(start.line, "a brace before the kernel is not closed");
+    Stop(start, "a brace before the kernel is not closed");
   _kernel.begin = start.begin;
   _kernel.line = start.line;
   _kernel.name = name;
@@ -283,7 +282,7 @@ std::size_t KernelFile::ReadMacroKernel(std::size_t i) {
   const std::string word(_text.GetText(start));
   const std::size_t body = _text.Is(i + 1, "(") ? _text.FindAfterClosing(i + 1) : 0;
   if (body < i + 4 || !_text.IsWord(i + 2))
-    Stop(start.line, Join({word, " is not used in the form ", word, "(Name, KERNELINPUTS)"}));
+    Stop(start, Join({word, " is not used in the form ", word, "(Name, KERNELINPUTS)"}));
   StartKernel(start, _text.GetText(At(i + 2)));
   const std::string endWord = word + "_END";
   const std::size_t after = _text.Is(body, "{") ? _text.FindAfterClosing(body) : 0;
@@ -291,7 +290,7 @@ std::size_t KernelFile::ReadMacroKernel(std::size_t i) {
     const auto& tokens = _text.GetTokens();
     const bool hasEnd =
         std::any_of(tokens.begin(), tokens.end(), [&](const Token& token) { return _text.GetText(token) == endWord; });
-    Stop(start.line,
+    Stop(start,
          hasEnd ? "the kernel's braces do not match" : Join({"the kernel has no end: ", endWord, " is missing"}));
   }
   _kernel.bodyBegin = At(body - 1).end;
@@ -312,7 +311,7 @@ std::size_t KernelFile::ReadMethodKernel(std::size_t i) {
   StartKernel(start, "OstraKernel");
   const std::size_t body = _text.FindAfterClosing(name + 1);
   const std::size_t after = body != 0 && _text.Is(body, "{") ? _text.FindAfterClosing(body) : 0;
-  if (after == 0) Stop(start.line, "the kernel's braces do not match");
+  if (after == 0) Stop(start, "the kernel's braces do not match");
   _kernel.bodyBegin = At(body - 1).end;
   _kernel.result = "::ostra::Result<void>";
   _text.Replace(At(after - 1).begin, At(after - 1).end, "} };");

@@ -17,7 +17,7 @@ class KernelFile {
  public:
   // `text` must outlive the object. All functions end in a Failure for text that is no kernel file.
   KernelFile(const KernelSourceOptions& options, std::string_view text)
-      : _options(options), _file(options.fileName), _text(text) {}
+      : _options(options), _file(options.fileName), _text({options.fileName, text, options.isHidden}) {}
 
   // Finds the parts of the file and changes them. Once, before the other functions.
   void Read();
@@ -59,8 +59,7 @@ class KernelFile {
   void TakeDirective(const Token& directive, const std::string& line);
   void StartKernel(const Token& start, std::string_view name);
   void CheckWords(const EditedText& text);
-  std::string MakeInclude(std::string_view directive, const std::string& includingFile, int line,
-                          const std::vector<std::string>& includingHeaders);
+  std::string MakeInclude(const EditedText& text, const Token& start, const std::vector<std::string>& includingHeaders);
   std::string MakeHeader(const KernelHeader& header, std::vector<std::string> includingHeaders);
   std::string MakeClassHead() const;
   std::string MakeClassEnd();
@@ -69,7 +68,7 @@ class KernelFile {
   std::string MakeTail(std::string_view laneForms) const;
 
   const Token& At(std::size_t i) const { return _text.GetTokens()[i]; }
-  [[noreturn]] void Stop(int line, const std::string& message) const;
+  [[noreturn]] void Stop(const Token& token, const std::string& message) const;
 
   const KernelSourceOptions& _options;
   const std::string _file;

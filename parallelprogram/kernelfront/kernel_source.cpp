@@ -16,16 +16,21 @@ namespace {
 
 using kernelfront::Join;
 
-// Runs a step that makes a text; its exceptions become errors.
-template <class Make>
-Result<String> MakeText(Make&& make) {
+// Runs a step; its exceptions become errors.
+template <class Step>
+auto CatchFailures(Step&& step) -> decltype(step()) {
   try {
-    return String::Create(make());
+    return step();
   } catch (const kernelfront::Failure& failure) {
     return Error::Make(kIllegalArgumentError, failure.message, kOstraUnit, __LINE__);
   } catch (const std::bad_alloc&) {
     return OSTRA_OUT_OF_MEMORY();
   }
+}
+
+template <class Make>
+Result<String> MakeText(Make&& make) {
+  return CatchFailures([&make] { return String::Create(make()); });
 }
 
 void CheckIdentifier(std::string_view name) {
@@ -54,11 +59,13 @@ class KnownHeaders {
 // What no C++ compiler takes is told before one runs, in the words of kernel files.
 Result<kernellanguage::AnalyzedKernel> Analyze(const KernelSourceOptions& options, std::string_view text,
                                                KnownHeaders& headers) {
-  kernellanguage::Source source{
-      .fileName = options.fileName, .text = text, .templateArgument = options.templateArgument};
+  kernellanguage::Source source{.fileName = options.fileName,
+                                .text = text,
+                                .templateArgument = options.templateArgument,
+                                .isHidden = options.isHidden};
   source.readHeader = [&headers](const std::string& name, const std::string& includingFile) {
     const auto& header = headers.Read(name, includingFile);
-    return header ? std::optional(kernellanguage::Header{header->path, header->text}) : std::nullopt;
+    return header ? std::optional(kernellanguage::Header{header->path, header->text, header->isHidden}) : std::nullopt;
   };
   OSTRA_ASSIGN_OR_RETURN(kernellanguage::AnalyzedKernel kernel, kernellanguage::AnalyzeKernel(source));
   if (kernel.errors.empty()) return kernel;
@@ -75,26 +82,30 @@ std::string PrintGroups(const kernelfront::KernelFile& file, const kernellanguag
                                    ", in a kernel whose invocations exchange values"})};
 }
 
-// Reads and analyzes a kernel file; `print` makes the text out of it.
+// Reads and analyzes a kernel file; `use` gets both and gives the result. Ends in a Failure.
+template <class Use>
+auto ReadKernel(const KernelSourceOptions& options, std::string_view text, Use&& use) {
+  KnownHeaders headers(options);
+  KernelSourceOptions remembering = options;
+  if (options.readHeader) {
+    remembering.readHeader = [&headers](const std::string& name, const std::string& includingFile) {
+      return headers.Read(name, includingFile);
+    };
+  }
+  kernelfront::KernelFile file(remembering, text);
+  file.Read();
+  return use(file, Analyze(options, text, headers));
+}
+
+// The same; `print` makes a text.
 template <class Print>
 Result<String> ReadAndPrint(const KernelSourceOptions& options, std::string_view text, Print&& print) {
-  try {
-    KnownHeaders headers(options);
-    KernelSourceOptions remembering = options;
-    if (options.readHeader) {
-      remembering.readHeader = [&headers](const std::string& name, const std::string& includingFile) {
-        return headers.Read(name, includingFile);
-      };
-    }
-    kernelfront::KernelFile file(remembering, text);
-    file.Read();
-    OSTRA_ASSIGN_OR_RETURN(const kernellanguage::AnalyzedKernel kernel, Analyze(options, text, headers));
-    return String::Create(print(file, kernel));
-  } catch (const kernelfront::Failure& failure) {
-    return Error::Make(kIllegalArgumentError, failure.message, kOstraUnit, __LINE__);
-  } catch (const std::bad_alloc&) {
-    return OSTRA_OUT_OF_MEMORY();
-  }
+  return CatchFailures([&] {
+    return ReadKernel(options, text, [&print](kernelfront::KernelFile& file, auto kernel) -> Result<String> {
+      if (!kernel) return kernel.TakeError();
+      return String::Create(print(file, *kernel));
+    });
+  });
 }
 
 }  // namespace
@@ -103,6 +114,19 @@ Result<String> GenerateKernelSource(const KernelSourceOptions& options, std::str
   return ReadAndPrint(options, text, [&options](kernelfront::KernelFile& file, const auto& kernel) {
     if (kernel.IsUnderstood() && kernel.groups.isNeeded) return PrintGroups(file, kernel);
     return file.Print(options.isScalar ? "" : kernelfront::MakeLaneForms(file, kernel));
+  });
+}
+
+Result<void> FindKernelMistakes(const KernelSourceOptions& options, std::string_view text) {
+  return CatchFailures([&]() -> Result<void> {
+    try {
+      return ReadKernel(options, text, [](kernelfront::KernelFile&, auto kernel) -> Result<void> {
+        if (!kernel) return kernel.TakeError();
+        return OK;
+      });
+    } catch (const kernelfront::CpuFailure&) {
+      return OK;
+    }
   });
 }
 

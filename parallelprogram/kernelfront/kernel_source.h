@@ -22,6 +22,7 @@ namespace ostra {
 struct KernelHeader {
   std::string path;  // for messages; two headers with the same path are the same header
   std::string text;
+  Bool isHidden = false;  // messages name its lines and show none
 };
 
 struct KernelSourceOptions {
@@ -36,14 +37,20 @@ struct KernelSourceOptions {
   // Leaves out the wide form: C++ for as many invocations at a time as the processor has lanes, which kernels have that
   // the front end understands.
   Bool isScalar = false;
+  // Messages name the lines of the file and show none.
+  Bool isHidden = false;
   // Finds the header that `includingFile` names in quotes. Nothing: the #include stays for the compiler.
   std::function<std::optional<KernelHeader>(const std::string& name, const std::string& includingFile)> readHeader = {};
 };
 
-// The C++ source of the kernel file `text`. Errors: illegal argument with "file:line: error: what is wrong", for
-// mistakes inside of bodies with all that were found, their columns and lines (kernellanguage/diagnostic.h); out of
+// The C++ source of the kernel file `text`. Errors: illegal argument with "file:line:column: error: what is wrong",
+// the line and a caret (kernellanguage/diagnostic.h), for mistakes inside of bodies with all that were found; out of
 // memory. What the front end of the language does not understand the compiler reports. Thread-safe.
 Result<String> GenerateKernelSource(const KernelSourceOptions& options, std::string_view text);
+
+// What is wrong with the kernel file `text` for the CPU and for GPUs: the errors of GenerateKernelSource without those
+// that the CPU alone has a reason for. Thread-safe.
+Result<void> FindKernelMistakes(const KernelSourceOptions& options, std::string_view text);
 
 // Why the kernel file `text` has no wide form: "file:line:column: note: ...", the line and a caret below. Empty when it
 // has one. Errors: those of GenerateKernelSource.

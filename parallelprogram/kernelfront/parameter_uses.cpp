@@ -27,18 +27,18 @@ bool IsParameter(const std::vector<Parameter>& parameters, std::string_view name
   return false;
 }
 
-[[noreturn]] void FailUse(std::string_view name, int line, const std::vector<Parameter>& parameters,
-                          const std::string& file) {
+[[noreturn]] void FailUse(const EditedText& text, const Token& use, const std::vector<Parameter>& parameters) {
+  const std::string_view name = text.GetText(use);
   NearestWord nearest(name, name.size() < 4 ? 2 : 4);
   for (const Parameter& parameter : parameters) nearest.Try(parameter.name);
   std::string message = Join({"there is no parameter \"", name, "\""});
   if (!nearest.Get().empty()) message += Join({"; did you mean \"", nearest.Get(), "\"?"});
-  Fail(file, line, message);
+  Fail(text, use, message);
 }
 
 }  // namespace
 
-void CheckParameterUses(const EditedText& text, const std::vector<Parameter>& parameters, const std::string& file) {
+void CheckParameterUses(const EditedText& text, const std::vector<Parameter>& parameters) {
   if (parameters.empty() || HasOtherNames(text)) return;
   const auto& tokens = text.GetTokens();
   for (std::size_t i = 0; i < tokens.size(); ++i) {
@@ -47,7 +47,7 @@ void CheckParameterUses(const EditedText& text, const std::vector<Parameter>& pa
       continue;
     const std::string_view name = text.GetText(tokens[i + 2]);
     if (name.find("TYPE") != std::string_view::npos) continue;  // stands for the template argument
-    if (!IsParameter(parameters, name) && !IsMacro(text, name)) FailUse(name, tokens[i + 2].line, parameters, file);
+    if (!IsParameter(parameters, name) && !IsMacro(text, name)) FailUse(text, tokens[i + 2], parameters);
   }
 }
 

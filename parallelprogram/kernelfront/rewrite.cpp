@@ -59,7 +59,7 @@ std::string ReplaceType(std::string_view word, std::string_view templateArgument
   return result;
 }
 
-void RewriteWords(EditedText& text, const std::string& file, std::string_view templateArgument) {
+void RewriteWords(EditedText& text, std::string_view templateArgument) {
   const auto& tokens = text.GetTokens();
   const Token* scope = nullptr;  // the CPU_SCOPE_START that is open
   for (std::size_t i = 0; i < tokens.size(); ++i) {
@@ -75,7 +75,7 @@ void RewriteWords(EditedText& text, const std::string& file, std::string_view te
       if (word != "in") MakeReference(text, i);
     }
   }
-  if (scope) Fail(file, scope->line, "CPU_SCOPE_START has no CPU_SCOPE_END");
+  if (scope) Fail(text, *scope, "CPU_SCOPE_START has no CPU_SCOPE_END");
 }
 
 }  // namespace ostra::kernelfront

@@ -14,7 +14,7 @@ using kernelfront::Token;
 
 class RuleChecker {
  public:
-  explicit RuleChecker(std::string_view source) : _source(source), _text(source), _comments(source) {
+  explicit RuleChecker(std::string_view source) : _source(source), _text({{}, source}), _comments(source) {
     for (const Token& token : Tokens())
       std::fill(_comments.begin() + static_cast<std::ptrdiff_t>(token.begin),
                 _comments.begin() + static_cast<std::ptrdiff_t>(token.end), ' ');
@@ -40,7 +40,9 @@ class RuleChecker {
   const std::vector<Token>& Tokens() const { return _text.GetTokens(); }
   int GetLine(std::size_t i) const { return Tokens()[i].line; }
   Bool IsOnLine(std::size_t i, int line) const { return i < Tokens().size() && GetLine(i) == line; }
-  void Add(int line, std::string text) { _mistakes.push_back({line, std::move(text)}); }
+  void Add(std::size_t token, std::string text) {
+    _mistakes.push_back({GetLine(token), Tokens()[token].begin, std::move(text)});
+  }
   std::vector<SourceMistake> Take() {
     std::stable_sort(_mistakes.begin(), _mistakes.end(),
                      [](const SourceMistake& a, const SourceMistake& b) { return a.line < b.line; });
@@ -56,7 +58,7 @@ class RuleChecker {
     if (isMethod || (_text.Is(i, "struct") && _text.Is(i + 1, "KernelInput")))
       for (std::size_t k = i; IsOnLine(k, GetLine(i)); ++k)
         if (_text.Is(k, "{"))
-          return Add(GetLine(i),
+          return Add(k,
                      "the brace belongs on a line of its own: the translator takes the next line for it, and counts "
                      "this one in addition"),
                  k + 1;
@@ -69,19 +71,18 @@ class RuleChecker {
     std::size_t open = _text.Is(start + 1, "(") ? _text.FindAfterClosing(start + 1) : 0;
     if (open == 0) return start + 1;
     if (GetLine(open - 1) != GetLine(start))
-      Add(GetLine(start), Join({name,
-                                "(Name, KERNELINPUTS) belongs on one line: the translation for the GPU drops only "
-                                "its first line"}));
+      Add(start, Join({name,
+                       "(Name, KERNELINPUTS) belongs on one line: the translation for the GPU drops only "
+                       "its first line"}));
     else if (_text.Is(open, "{") && IsOnLine(open, GetLine(start)))
-      Add(GetLine(start),
-          Join({"the brace of the kernel belongs on a line of its own: the translation for the GPU drops "
-                "the whole line of ",
-                name}));
+      Add(open, Join({"the brace of the kernel belongs on a line of its own: the translation for the GPU drops "
+                      "the whole line of ",
+                      name}));
     std::size_t end = open;
     while (end < Tokens().size() && !_text.Is(end, endWord)) ++end;
     if (end == Tokens().size()) return open;  // the kernel has no end, which others report
     if (!Tokens()[end].isFirstInLine)
-      Add(GetLine(end), Join({endWord, " must begin its line: the translation for the GPU does not find it here"}));
+      Add(end, Join({endWord, " must begin its line: the translation for the GPU does not find it here"}));
     CheckBraces(open, end, endWord);
     CheckWholeLines(open, end);
     CheckComments(GetLine(start), GetLine(end), false);
@@ -106,11 +107,11 @@ class RuleChecker {
     const int line = GetLine(start);
     const std::size_t after = _text.FindAfterClosing(brace);
     if (GetLine(brace - 1) != line)
-      Add(line, "the declaration of a function belongs on one line: the translation for the GPU takes the first one");
+      Add(start, "the declaration of a function belongs on one line: the translation for the GPU takes the first one");
     else if (GetLine(brace) == line && after != 0 && GetLine(after - 1) == line)
-      Add(line, "a function on one line has no body on the GPU: write its braces on lines of their own");
+      Add(brace, "a function on one line has no body on the GPU: write its braces on lines of their own");
     else if (GetLine(brace) == line)
-      Add(line, "the brace of a function belongs on a line of its own: here it is left out on the GPU");
+      Add(brace, "the brace of a function belongs on a line of its own: here it is left out on the GPU");
     return brace;
   }
 
@@ -125,10 +126,10 @@ class RuleChecker {
       if (!_text.Is(i, "}")) continue;
       if (!braces.empty()) braces.pop_back();
       if (braces.empty() && i + 1 != end)
-        return Add(GetLine(i), Join({"this brace closes the kernel, which ends in line ", std::to_string(GetLine(end)),
-                                     ": is it one too many, or is an opening brace missing before it?"}));
+        return Add(i, Join({"this brace closes the kernel, which ends in line ", std::to_string(GetLine(end)),
+                            ": is it one too many, or is an opening brace missing before it?"}));
     }
-    if (!braces.empty()) Add(GetLine(braces.back()), Join({"this brace is not closed before ", endWord}));
+    if (!braces.empty()) Add(braces.back(), Join({"this brace is not closed before ", endWord}));
   }
 
   // Macros whose whole line is replaced on the GPU.
@@ -143,28 +144,34 @@ class RuleChecker {
       if (after == 0) return;
       if (_text.Is(after, ";")) ++after;
       if (!Tokens()[i].isFirstInLine || IsOnLine(after, GetLine(i)))
-        Add(GetLine(i), Join({_text.GetText(Tokens()[i]),
-                              " belongs on a line of its own: the translation for the GPU replaces the whole line"}));
+        Add(i, Join({_text.GetText(Tokens()[i]),
+                     " belongs on a line of its own: the translation for the GPU replaces the whole line"}));
     }
   }
 
   // Braces in comments, which the translation for the GPU counts.
   void CheckComments(int firstLine, int lastLine, Bool isOpenOneCounted) {
-    int depth = 0, openLine = 0;
+    int depth = 0;
+    SourceMistake open;
     Bool isInCpuScope = false;
     for (int line = firstLine; line <= lastLine; ++line) {
       isInCpuScope = IsInCpuScope(isInCpuScope, GetLineText(_source, line));
       if (isInCpuScope) continue;
+      std::size_t position = _lineBegins[static_cast<std::size_t>(line) - 1];
       for (const char c : GetLineText(_comments, line)) {
-        if (c == '{' && ++depth == 1) openLine = line;
-        if (c == '}' && --depth < 0)
-          return Add(line,
-                     "the brace in this comment ends the block on the GPU: the translation counts braces in comments");
+        if (c == '{' && ++depth == 1) open = {line, position, {}};
+        if (c == '}' && --depth < 0) {
+          _mistakes.push_back({line, position,
+                               "the brace in this comment ends the block on the GPU: the translation counts braces in "
+                               "comments"});
+          return;
+        }
+        ++position;
       }
     }
-    if (depth > 0 && isOpenOneCounted)
-      Add(openLine,
-          "the brace in this comment keeps the block open on the GPU: the translation counts braces in comments");
+    if (depth == 0 || !isOpenOneCounted) return;
+    open.text = "the brace in this comment keeps the block open on the GPU: the translation counts braces in comments";
+    _mistakes.push_back(std::move(open));
   }
   std::string_view GetLineText(std::string_view text, int line) const {
     const std::size_t begin = _lineBegins[static_cast<std::size_t>(line) - 1];

@@ -12,7 +12,8 @@
 namespace ostra {
 
 struct SourceMistake {
-  int line = 0;  // from 1
+  int line = 0;              // from 1
+  std::size_t position = 0;  // the byte of the text that the mistake is about
   std::string text;
 };
 

@@ -102,7 +102,7 @@ bool MayDeclare(const EditedText& text, std::string_view word) {
 
 }  // namespace
 
-void CheckTypeName(const EditedText& text, std::size_t index, const std::string& file) {
+void CheckTypeName(const EditedText& text, std::size_t index) {
   const Token& token = text.GetTokens()[index];
   const std::string_view word = text.GetText(token);
   if (!text.IsWord(index) || word.find("TYPE") != std::string_view::npos) return;
@@ -111,7 +111,7 @@ void CheckTypeName(const EditedText& text, std::size_t index, const std::string&
     return;
   const std::string_view nearest = FindNearestType(word);
   if (nearest.empty() || MayDeclare(text, word)) return;
-  Fail(file, token.line, Join({"unknown type \"", word, "\"; did you mean \"", nearest, "\"?"}));
+  Fail(text, token, Join({"unknown type \"", word, "\"; did you mean \"", nearest, "\"?"}));
 }
 
 }  // namespace ostra::kernelfront

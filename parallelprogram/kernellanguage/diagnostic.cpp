@@ -73,7 +73,7 @@ std::string FormatPart(const SourceMap& sources, SourceOffset offset, std::strin
   part += kind;
   part += ": ";
   part += Escape(text);
-  if (location.line > 0)
+  if (sources.MayShowLine(offset))
     part += Join({"\n", ShowLine(sources.GetLine(offset), static_cast<std::size_t>(location.column) - 1)});
   return part;
 }
@@ -103,6 +103,13 @@ std::string FormatDiagnostics(const SourceMap& sources, const std::vector<Diagno
     text += FormatDiagnostic(sources, diagnostic);
   }
   return text;
+}
+
+std::string FormatError(const SourceText& source, std::size_t position, std::string_view text) {
+  SourceMap sources;
+  const Bool isAdded = sources.AddFile(source.name, source.text, source.isHidden) == 0;
+  return FormatDiagnostic(
+      sources, {.offset = isAdded ? static_cast<SourceOffset>(position) : kNoOffset, .text = std::string(text)});
 }
 
 std::string FormatNotUnderstood(const SourceMap& sources, const NotUnderstood& notUnderstood) {

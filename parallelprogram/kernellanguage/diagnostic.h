@@ -45,6 +45,13 @@ inline constexpr std::size_t kMaxErrors = 25;
 std::string FormatDiagnostic(const SourceMap& sources, const Diagnostic& diagnostic);
 // All of them, one behind the other.
 std::string FormatDiagnostics(const SourceMap& sources, const std::vector<Diagnostic>& diagnostics);
+// A text that messages are about.
+struct SourceText {
+  std::string_view name, text;
+  Bool isHidden = false;  // see SourceMap::File
+};
+// The same for an error at the byte `position` of one text.
+std::string FormatError(const SourceText& source, std::size_t position, std::string_view text);
 // "file:line:column: not understood: reason".
 std::string FormatNotUnderstood(const SourceMap& sources, const NotUnderstood& notUnderstood);
 

@@ -27,7 +27,7 @@ class Preprocessor {
   Preprocessor(const Source& source, SourceMap& sources) : _source(source), _sources(sources), _macros(sources) {}
 
   TokenStream Run() {
-    ReadFile(_source.fileName, _source.text);
+    ReadFile(_source.fileName, _source.text, _source.isHidden);
     Flush();
     const SourceOffset end = _lastFileEnd;
     _result.tokens.push_back({.kind = TokenKind::kEnd, .isFirstInLine = true, .offset = end});
@@ -54,8 +54,8 @@ class Preprocessor {
     if (!IsStopped()) _result.errors.push_back({.offset = offset, .text = std::move(text)});
   }
 
-  void ReadFile(std::string_view name, std::string_view text) {
-    const Int index = _sources.AddFile(name, text);
+  void ReadFile(std::string_view name, std::string_view text, Bool isHidden) {
+    const Int index = _sources.AddFile(name, text, isHidden);
     if (index < 0) return Stop(0, "the files are larger than 256 MiB together");
     const SourceMap::File& added = _sources.GetFile(index);
     LexerTrouble trouble;
@@ -254,7 +254,7 @@ class Preprocessor {
       return Stop(offset, Join({"more than ", std::to_string(kMaxHeaders), " headers are included"}));
     if (static_cast<Int>(_openFiles.size()) > kMaxIncludeDepth)
       return Stop(offset, Join({"headers nested deeper than ", std::to_string(kMaxIncludeDepth)}));
-    ReadFile(header->path, header->text);
+    ReadFile(header->path, header->text, header->isHidden);
   }
 
   // Expands what stands before a directive that changes something.

@@ -18,6 +18,7 @@ namespace ostra::kernellanguage {
 struct Header {
   std::string path;  // two headers with the same path are the same header
   std::string text;
+  Bool isHidden = false;  // see SourceMap::File
 };
 
 struct Source {
@@ -25,6 +26,7 @@ struct Source {
   std::string_view text;
   // What TYPE stands for in words; empty: TYPE stays.
   std::string_view templateArgument = {};
+  Bool isHidden = false;  // see SourceMap::File
   // Finds the header that `includingFile` names in quotes; nothing for one that only the compiler can find.
   std::function<std::optional<Header>(const std::string& name, const std::string& includingFile)> readHeader = {};
 };

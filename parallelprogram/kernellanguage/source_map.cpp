@@ -4,11 +4,12 @@
 
 namespace ostra::kernellanguage {
 
-Int SourceMap::AddFile(std::string_view name, std::string_view text) {
+Int SourceMap::AddFile(std::string_view name, std::string_view text, Bool isHidden) {
   if (text.size() >= kMaxBytes - _end) return -1;
   File& file = *_files.emplace_back(std::make_unique<File>());
   file.name = name;
   file.text = text;
+  file.isHidden = isHidden;
   file.begin = _end;
   file.lineBegins.push_back(0);
   for (std::size_t at = text.find('\n'); at != std::string_view::npos; at = text.find('\n', at + 1))
@@ -57,6 +58,11 @@ std::string_view SourceMap::GetLine(SourceOffset offset) const {
   line = line.substr(0, line.find('\n'));
   if (line.ends_with('\r')) line.remove_suffix(1);
   return line;
+}
+
+Bool SourceMap::MayShowLine(SourceOffset offset) const {
+  const File* file = FindFile(GetUse(offset));
+  return file && !file->isHidden;
 }
 
 }  // namespace ostra::kernellanguage

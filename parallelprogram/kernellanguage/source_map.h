@@ -37,6 +37,7 @@ class SourceMap {
     std::string name, text;
     SourceOffset begin = 0;          // of the first byte; the byte behind the last one is the file's, too
     std::vector<UInt32> lineBegins;  // bytes of `text`
+    Bool isHidden = false;           // messages name its lines and show none
   };
   // A token made by a macro: where the macro is used, and where the token is written in its definition.
   struct Expansion {
@@ -44,7 +45,7 @@ class SourceMap {
   };
 
   // Adds a copy of a text; returns the index of the file, or -1 when the texts would be larger than kMaxBytes.
-  Int AddFile(std::string_view name, std::string_view text);
+  Int AddFile(std::string_view name, std::string_view text, Bool isHidden = false);
   Int GetFileCount() const { return static_cast<Int>(_files.size()); }
   const File& GetFile(Int index) const { return *_files[static_cast<std::size_t>(index)]; }
 
@@ -60,6 +61,8 @@ class SourceMap {
   SourceLocation Locate(SourceOffset offset) const;
   // The text of the line in which GetUse(offset) lies, without its line end.
   std::string_view GetLine(SourceOffset offset) const;
+  // Whether the line may be shown: not that of a hidden file.
+  Bool MayShowLine(SourceOffset offset) const;
 
  private:
   static constexpr SourceOffset kFirstExpansion = 1u << 29;

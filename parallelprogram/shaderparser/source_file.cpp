@@ -9,6 +9,7 @@ namespace ostra {
 Result<SourceFile> ReadSourceFile(const Url& file, LineEnds lineEnds) {
   SourceFile source;
   OSTRA_ASSIGN_OR_RETURN(source.bytes, ReadFileToMemory(file, {.maxSize = kMaxTextFileSize}));
+  source.isEncoded = IsContainer(source.bytes.GetBlock());
   OSTRA_RETURN_IF_ERROR(DecodeContainer(source.bytes));
   OSTRA_ASSIGN_OR_RETURN(source.text, DecodeText(source.bytes.GetBlock()));
   if (lineEnds == LineEnds::Keep) return source;

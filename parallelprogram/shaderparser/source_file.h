@@ -12,8 +12,9 @@ enum class LineEnds : Int32 {
 };
 
 struct SourceFile {
-  BaseArray<Byte> bytes;  // deciphered; with LineFeeds those of the text
-  String text;            // the same without a byte order mark
+  BaseArray<Byte> bytes;   // deciphered; with LineFeeds those of the text
+  String text;             // the same without a byte order mark
+  Bool isEncoded = false;  // what stands in the file is not the text
 };
 
 // Reads, deciphers and decodes. Errors: those of reading, of the container and of decoding; out of memory. Thread-safe.

@@ -3,6 +3,7 @@
 
 #include "parallelprogram/kernelfront/kernel_source.h"
 #include "parallelprogram/kernelfront/source_rules.h"
+#include "tests/support/excerpt.h"
 #include "tests/support/result_matchers.h"
 
 namespace ostra::test {
@@ -11,134 +12,140 @@ namespace {
 struct Refusal {
   const char* name;
   const char* text;
+  int line, column;
   const char* message;
 };
 
 const Refusal kRefusals[] = {
-    {"EmptyFile", "", "k.krn:1: error: the file has no kernel: OSTRA_PARALLEL_KERNEL(Name, KERNELINPUTS) is missing"},
-    {"NoKernel", "// one\nint a;\n",
-     "k.krn:2: error: the file has no kernel: OSTRA_PARALLEL_KERNEL(Name, KERNELINPUTS) is missing"},
+    {"EmptyFile", "", 1, 1, "the file has no kernel: OSTRA_PARALLEL_KERNEL(Name, KERNELINPUTS) is missing"},
+    {"NoKernel", "// one\nint a;\n", 2, 6,
+     "the file has no kernel: OSTRA_PARALLEL_KERNEL(Name, KERNELINPUTS) is missing"},
     {"SecondKernel",
-     "OSTRA_PARALLEL_KERNEL(A, K)\n{\n}\nOSTRA_PARALLEL_KERNEL_END\nFP_KERNEL(B, K)\n{\n}\nFP_KERNEL_END\n",
-     "k.krn:5: error: a second kernel: the first one is in line 1"},
-    {"KernelWithoutEnd", "OSTRA_PARALLEL_KERNEL(A, K)\n{\n}\n",
-     "k.krn:1: error: the kernel has no end: OSTRA_PARALLEL_KERNEL_END is missing"},
-    {"KernelWithoutStart", "OSTRA_PARALLEL_KERNEL_END\n", "k.krn:1: error: the kernel that ends here has no start"},
-    {"KernelWithoutName", "\nFP_KERNEL(, K)\n{\n}\nFP_KERNEL_END\n",
-     "k.krn:2: error: FP_KERNEL is not used in the form FP_KERNEL(Name, KERNELINPUTS)"},
-    {"BracesOfTheKernel", "FP_KERNEL(A, K)\n{\n\tif (a) {\n}\nFP_KERNEL_END\n",
-     "k.krn:2: error: this brace is not closed before FP_KERNEL_END"},
-    {"BracesOfTheMethod", "OSTRA_METHOD Result<void> Kernel()\n{\n\tif (a) {\n}\n",
-     "k.krn:1: error: the kernel's braces do not match"},
-    {"BraceBeforeTheKernel", "struct A {\nOSTRA_PARALLEL_KERNEL(A, K)\n{\n}\nOSTRA_PARALLEL_KERNEL_END\n",
-     "k.krn:2: error: a brace before the kernel is not closed"},
-    {"BraceTooMuch", "}\n", "k.krn:1: error: a brace is closed that is not open"},
-    {"BraceLeftOpen", "FP_KERNEL(A, K)\n{\n}\nFP_KERNEL_END\ninline int F()\n{\n",
-     "k.krn:6: error: a brace that is opened outside of the kernel is not closed"},
-    {"DeclarationWithoutType", "#define KERNELINPUTS \\\nFloat32 a\n\n",
-     "k.krn:2: error: this line of KERNELINPUTS is not conforming to '(type) name'"},
-    {"DeclarationWithoutName", "#define KERNELINPUTS \\\n(Float32), \\\n(Float32) b\n\n",
-     "k.krn:2: error: this line of KERNELINPUTS is not conforming to '(type) name'"},
-    {"DeclarationWithoutComma", "#define KERNELINPUTS \\\n(Float32) a \\\n(Float32) b\n\n",
-     "k.krn:3: error: a comma is missing after the parameter \"a\""},
-    {"DeclarationsOnOneLine", "#define KERNELINPUTS \\\n(Float32) a, (Float32) b\n\n",
-     "k.krn:2: error: each parameter of KERNELINPUTS needs a line of its own"},
-    {"NoLineAfterDeclarations", "#define KERNELINPUTS \\\n(Float32) a\nint b;\n",
-     "k.krn:3: error: an empty line must follow KERNELINPUTS: the translation for the GPU reads on until there is one"},
-    {"ParameterTwice", "#define KERNELINPUTS \\\n(Float32) a, \\\n(Int32) a\n\n",
-     "k.krn:3: error: there is a parameter \"a\" already"},
-    {"MemberTwice", "struct KernelInput\n{\n\tFloat32 a;\n\tFloat32 a;\n};\n",
-     "k.krn:4: error: there is a parameter \"a\" already"},
-    {"MisspeltType", "#define KERNELINPUTS \\\n(Flot32) gain\n\n",
-     "k.krn:2: error: unknown type \"Flot32\"; did you mean \"Float32\"?"},
-    {"ExchangedLettersOfAType", "#define KERNELINPUTS \\\n(Flaot32) gain\n\n",
-     "k.krn:2: error: unknown type \"Flaot32\"; did you mean \"Float32\"?"},
-    {"MisspeltElementType", "#define KERNELINPUTS \\\n(UInt32) a, \\\n(const Block<Vector4d3>) b\n\n",
-     "k.krn:3: error: unknown type \"Vector4d3\"; did you mean \"Vector4d32\"?"},
-    {"MisspeltBlock", "#define KERNELINPUTS \\\n(Blok<Float32>) b\n\n",
-     "k.krn:2: error: unknown type \"Blok\"; did you mean \"Block\"?"},
-    {"MisspeltTypeOfAMember", "struct KernelInput\n{\n\tuint32 a;\n};\n",
-     "k.krn:3: error: unknown type \"uint32\"; did you mean \"UInt32\"?"},
-    {"DeclarationsTwice", "#define KERNELINPUTS \\\n(Float32) a\n\nstruct KernelInput\n{\n};\n",
-     "k.krn:4: error: the parameters were declared before, in line 1"},
-    {"GraphicsParameter", "#define KERNELINPUTS \\\n(attribute Vector32) a\n\n",
-     "k.krn:2: error: \"attribute\" parameters belong to graphics shaders"},
-    {"TextureWithoutSampler", "#define KERNELINPUTS \\\n(const TextureSampler_2D_RG_F32_POINT) a\n\n",
-     "k.krn:2: error: kernels on the CPU have no texture type \"TextureSampler_2D_RG_F32_POINT\"; there are "
+     "OSTRA_PARALLEL_KERNEL(A, K)\n{\n}\nOSTRA_PARALLEL_KERNEL_END\nFP_KERNEL(B, K)\n{\n}\nFP_KERNEL_END\n", 5, 1,
+     "a second kernel: the first one is in line 1"},
+    {"KernelWithoutEnd", "OSTRA_PARALLEL_KERNEL(A, K)\n{\n}\n", 1, 1,
+     "the kernel has no end: OSTRA_PARALLEL_KERNEL_END is missing"},
+    {"KernelWithoutStart", "OSTRA_PARALLEL_KERNEL_END\n", 1, 1, "the kernel that ends here has no start"},
+    {"KernelWithoutName", "\nFP_KERNEL(, K)\n{\n}\nFP_KERNEL_END\n", 2, 1,
+     "FP_KERNEL is not used in the form FP_KERNEL(Name, KERNELINPUTS)"},
+    {"BracesOfTheKernel", "FP_KERNEL(A, K)\n{\n\tif (a) {\n}\nFP_KERNEL_END\n", 2, 1,
+     "this brace is not closed before FP_KERNEL_END"},
+    {"BracesOfTheMethod", "OSTRA_METHOD Result<void> Kernel()\n{\n\tif (a) {\n}\n", 1, 1,
+     "the kernel's braces do not match"},
+    {"BraceBeforeTheKernel", "struct A {\nOSTRA_PARALLEL_KERNEL(A, K)\n{\n}\nOSTRA_PARALLEL_KERNEL_END\n", 2, 1,
+     "a brace before the kernel is not closed"},
+    {"BraceTooMuch", "}\n", 1, 1, "a brace is closed that is not open"},
+    {"BraceLeftOpen", "FP_KERNEL(A, K)\n{\n}\nFP_KERNEL_END\ninline int F()\n{\n", 6, 1,
+     "a brace that is opened outside of the kernel is not closed"},
+    {"DeclarationWithoutType", "#define KERNELINPUTS \\\nFloat32 a\n\n", 2, 1,
+     "this line of KERNELINPUTS is not conforming to '(type) name'"},
+    {"DeclarationWithoutName", "#define KERNELINPUTS \\\n(Float32), \\\n(Float32) b\n\n", 2, 1,
+     "this line of KERNELINPUTS is not conforming to '(type) name'"},
+    {"DeclarationWithoutComma", "#define KERNELINPUTS \\\n(Float32) a \\\n(Float32) b\n\n", 3, 1,
+     "a comma is missing after the parameter \"a\""},
+    {"DeclarationsOnOneLine", "#define KERNELINPUTS \\\n(Float32) a, (Float32) b\n\n", 2, 14,
+     "each parameter of KERNELINPUTS needs a line of its own"},
+    {"NoLineAfterDeclarations", "#define KERNELINPUTS \\\n(Float32) a\nint b;\n", 3, 1,
+     "an empty line must follow KERNELINPUTS: the translation for the GPU reads on until there is one"},
+    {"ParameterTwice", "#define KERNELINPUTS \\\n(Float32) a, \\\n(Int32) a\n\n", 3, 9,
+     "there is a parameter \"a\" already"},
+    {"MemberTwice", "struct KernelInput\n{\n\tFloat32 a;\n\tFloat32 a;\n};\n", 4, 10,
+     "there is a parameter \"a\" already"},
+    {"MisspeltType", "#define KERNELINPUTS \\\n(Flot32) gain\n\n", 2, 2,
+     "unknown type \"Flot32\"; did you mean \"Float32\"?"},
+    {"ExchangedLettersOfAType", "#define KERNELINPUTS \\\n(Flaot32) gain\n\n", 2, 2,
+     "unknown type \"Flaot32\"; did you mean \"Float32\"?"},
+    {"MisspeltElementType", "#define KERNELINPUTS \\\n(UInt32) a, \\\n(const Block<Vector4d3>) b\n\n", 3, 14,
+     "unknown type \"Vector4d3\"; did you mean \"Vector4d32\"?"},
+    {"MisspeltBlock", "#define KERNELINPUTS \\\n(Blok<Float32>) b\n\n", 2, 2,
+     "unknown type \"Blok\"; did you mean \"Block\"?"},
+    {"MisspeltTypeOfAMember", "struct KernelInput\n{\n\tuint32 a;\n};\n", 3, 2,
+     "unknown type \"uint32\"; did you mean \"UInt32\"?"},
+    {"DeclarationsTwice", "#define KERNELINPUTS \\\n(Float32) a\n\nstruct KernelInput\n{\n};\n", 4, 1,
+     "the parameters were declared before, in line 1"},
+    {"GraphicsParameter", "#define KERNELINPUTS \\\n(attribute Vector32) a\n\n", 2, 2,
+     "\"attribute\" parameters belong to graphics shaders"},
+    {"TextureWithoutSampler", "#define KERNELINPUTS \\\n(const TextureSampler_2D_RG_F32_POINT) a\n\n", 2, 8,
+     "kernels on the CPU have no texture type \"TextureSampler_2D_RG_F32_POINT\"; there are "
      "TextureSampler_<d>D_<kind> with 1, 2 or 3 for <d> and R_U8_POINT, R_F32_POINT, R_F32_LINEAR, RG_F32_LINEAR, "
      "RGB_F32_LINEAR or RGBA_F32_LINEAR for <kind>"},
     {"MisspeltValue",
      "#define KERNELINPUTS \\\n(Float32) radius\n\nFP_KERNEL(A, K)\n{\n\tfloat r = "
      "UNIFORM(radios);\n}\nFP_KERNEL_END\n",
-     "k.krn:6: error: there is no parameter \"radios\"; did you mean \"radius\"?"},
+     6, 20, "there is no parameter \"radios\"; did you mean \"radius\"?"},
     {"MisspeltBuffer",
      "#define KERNELINPUTS \\\n(Block<Float32>) v\n\nFP_KERNEL(A, K)\n{\n\tUNIFORM_BUFFER(values)[0] = "
      "1.0;\n}\nFP_KERNEL_END\n",
-     "k.krn:6: error: there is no parameter \"values\""},
-    {"MemberWithoutName", "struct KernelInput\n{\n\tFloat32;\n};\n",
-     "k.krn:3: error: this member of KernelInput is not conforming to 'type name;'"},
-    {"StructWithoutEnd", "struct KernelInput\n{\n\tFloat32 a;\n",
-     "k.krn:1: error: struct KernelInput has no end \"};\""},
-    {"BraceOnTheLineOfTheStruct", "struct KernelInput {\n\tFloat32 a;\n};\n",
-     "k.krn:1: error: the brace belongs on a line of its own: the translator takes the next line for it, and counts "
+     6, 17, "there is no parameter \"values\""},
+    {"MemberWithoutName", "struct KernelInput\n{\n\tFloat32;\n};\n", 3, 2,
+     "this member of KernelInput is not conforming to 'type name;'"},
+    {"StructWithoutEnd", "struct KernelInput\n{\n\tFloat32 a;\n", 1, 1, "struct KernelInput has no end \"};\""},
+    {"BraceOnTheLineOfTheStruct", "struct KernelInput {\n\tFloat32 a;\n};\n", 1, 20,
+     "the brace belongs on a line of its own: the translator takes the next line for it, and counts "
      "this "
      "one in addition"},
-    {"GroupSizeWithoutBlanks", "GROUPSIZE(8,8,1)\n",
-     "k.krn:1: error: GROUPSIZE used wrong, please used the format GROUPSIZE(x, y, z) only"},
-    {"GroupSizeOfZero", "GROUPSIZE(8, 0, 1)\n", "k.krn:1: error: every component of GROUPSIZE must be at least 1"},
-    {"GroupSizeTooLarge", "GROUPSIZE(8, 5000000000, 1)\n",
-     "k.krn:1: error: GROUPSIZE used wrong, please used the format GROUPSIZE(x, y, z) only"},
-    {"GroupSizeWithSemicolon", "GROUPSIZE(8, 8, 1);\n",
-     "k.krn:1: error: GROUPSIZE used wrong, please used the format GROUPSIZE(x, y, z) only"},
-    {"CodeAfterADirective", "GROUPSIZE(8, 8, 1)\nint a;\n",
-     "k.krn:2: error: the line after GROUPSIZE must be empty: the translation for the GPU drops it"},
-    {"KernelAfterADroppedLine", "GROUPSIZE(8, 8, 1)\nOSTRA_PARALLEL_KERNEL(A, K)\n{\n}\nOSTRA_PARALLEL_KERNEL_END\n",
-     "k.krn:2: error: the line after GROUPSIZE must be empty: the translation for the GPU drops it"},
-    {"GranularityWithoutNumber", "CPU_GRANULARITY(many)\n",
-     "k.krn:1: error: CPU_GRANULARITY is not used in the form CPU_GRANULARITY(count)"},
-    {"ThresholdWithoutParentheses", "CPU_SINGLETHREADEDTHRESHOLD 5\n",
-     "k.krn:1: error: CPU_SINGLETHREADEDTHRESHOLD is not used in the form CPU_SINGLETHREADEDTHRESHOLD(count)"},
-    {"ScopeWithoutEnd", "FP_KERNEL(A, K)\n{\n\tCPU_SCOPE_START\n}\nFP_KERNEL_END\n",
-     "k.krn:3: error: CPU_SCOPE_START has no CPU_SCOPE_END"},
-    {"BraceOnTheKernelsLine", "FP_KERNEL(A, K) {\n}\nFP_KERNEL_END\n",
-     "k.krn:1: error: the brace of the kernel belongs on a line of its own: the translation for the GPU drops the "
+    {"GroupSizeWithoutBlanks", "GROUPSIZE(8,8,1)\n", 1, 1,
+     "GROUPSIZE used wrong, please used the format GROUPSIZE(x, y, z) only"},
+    {"GroupSizeOfZero", "GROUPSIZE(8, 0, 1)\n", 1, 1, "every component of GROUPSIZE must be at least 1"},
+    {"GroupSizeTooLarge", "GROUPSIZE(8, 5000000000, 1)\n", 1, 1,
+     "GROUPSIZE used wrong, please used the format GROUPSIZE(x, y, z) only"},
+    {"GroupSizeWithSemicolon", "GROUPSIZE(8, 8, 1);\n", 1, 1,
+     "GROUPSIZE used wrong, please used the format GROUPSIZE(x, y, z) only"},
+    {"CodeAfterADirective", "GROUPSIZE(8, 8, 1)\nint a;\n", 2, 1,
+     "the line after GROUPSIZE must be empty: the translation for the GPU drops it"},
+    {"KernelAfterADroppedLine", "GROUPSIZE(8, 8, 1)\nOSTRA_PARALLEL_KERNEL(A, K)\n{\n}\nOSTRA_PARALLEL_KERNEL_END\n", 2,
+     1, "the line after GROUPSIZE must be empty: the translation for the GPU drops it"},
+    {"GranularityWithoutNumber", "CPU_GRANULARITY(many)\n", 1, 1,
+     "CPU_GRANULARITY is not used in the form CPU_GRANULARITY(count)"},
+    {"ThresholdWithoutParentheses", "CPU_SINGLETHREADEDTHRESHOLD 5\n", 1, 1,
+     "CPU_SINGLETHREADEDTHRESHOLD is not used in the form CPU_SINGLETHREADEDTHRESHOLD(count)"},
+    {"ScopeWithoutEnd", "FP_KERNEL(A, K)\n{\n\tCPU_SCOPE_START\n}\nFP_KERNEL_END\n", 3, 2,
+     "CPU_SCOPE_START has no CPU_SCOPE_END"},
+    {"BraceOnTheKernelsLine", "FP_KERNEL(A, K) {\n}\nFP_KERNEL_END\n", 1, 17,
+     "the brace of the kernel belongs on a line of its own: the translation for the GPU drops the "
      "whole "
      "line of FP_KERNEL"},
-    {"KernelOnTwoLines", "FP_KERNEL(A,\n K)\n{\n}\nFP_KERNEL_END\n",
-     "k.krn:1: error: FP_KERNEL(Name, KERNELINPUTS) belongs on one line: the translation for the GPU drops only its "
+    {"KernelOnTwoLines", "FP_KERNEL(A,\n K)\n{\n}\nFP_KERNEL_END\n", 1, 1,
+     "FP_KERNEL(Name, KERNELINPUTS) belongs on one line: the translation for the GPU drops only its "
      "first "
      "line"},
-    {"EndBehindTheBrace", "FP_KERNEL(A, K)\n{\n} FP_KERNEL_END\n",
-     "k.krn:3: error: FP_KERNEL_END must begin its line: the translation for the GPU does not find it here"},
-    {"BraceTooMuchInTheKernel", "FP_KERNEL(A, K)\n{\n\ta;\n}\n}\nFP_KERNEL_END\n",
-     "k.krn:4: error: this brace closes the kernel, which ends in line 6: is it one too many, or is an opening brace "
+    {"EndBehindTheBrace", "FP_KERNEL(A, K)\n{\n} FP_KERNEL_END\n", 3, 3,
+     "FP_KERNEL_END must begin its line: the translation for the GPU does not find it here"},
+    {"BraceTooMuchInTheKernel", "FP_KERNEL(A, K)\n{\n\ta;\n}\n}\nFP_KERNEL_END\n", 4, 1,
+     "this brace closes the kernel, which ends in line 6: is it one too many, or is an opening brace "
      "missing before it?"},
-    {"CopyOnTheLineOfABrace", "FP_KERNEL(A, K)\n{\n\t{ MAKELOCAL(a, 64, F)\n\t}\n}\nFP_KERNEL_END\n",
-     "k.krn:3: error: MAKELOCAL belongs on a line of its own: the translation for the GPU replaces the whole line"},
-    {"BraceBehindACopy", "FP_KERNEL(A, K)\n{\n\t{\n\tMAKELOCAL(a, 64, F); }\n}\nFP_KERNEL_END\n",
-     "k.krn:4: error: MAKELOCAL belongs on a line of its own: the translation for the GPU replaces the whole line"},
-    {"BraceInABlockComment", "FP_KERNEL(A, K)\n{\n/* a\n} b */\n}\nFP_KERNEL_END\n",
-     "k.krn:4: error: the brace in this comment ends the block on the GPU: the translation counts braces in comments"},
-    {"OpenBraceInACommentOfAFunction", "inline int F()\n{\n// {\n}\nFP_KERNEL(A, K)\n{\n}\nFP_KERNEL_END\n",
-     "k.krn:3: error: the brace in this comment keeps the block open on the GPU: the translation counts braces in "
+    {"CopyOnTheLineOfABrace", "FP_KERNEL(A, K)\n{\n\t{ MAKELOCAL(a, 64, F)\n\t}\n}\nFP_KERNEL_END\n", 3, 4,
+     "MAKELOCAL belongs on a line of its own: the translation for the GPU replaces the whole line"},
+    {"BraceBehindACopy", "FP_KERNEL(A, K)\n{\n\t{\n\tMAKELOCAL(a, 64, F); }\n}\nFP_KERNEL_END\n", 4, 2,
+     "MAKELOCAL belongs on a line of its own: the translation for the GPU replaces the whole line"},
+    {"BraceInABlockComment", "FP_KERNEL(A, K)\n{\n/* a\n} b */\n}\nFP_KERNEL_END\n", 4, 1,
+     "the brace in this comment ends the block on the GPU: the translation counts braces in comments"},
+    {"OpenBraceInACommentOfAFunction", "inline int F()\n{\n// {\n}\nFP_KERNEL(A, K)\n{\n}\nFP_KERNEL_END\n", 3, 4,
+     "the brace in this comment keeps the block open on the GPU: the translation counts braces in "
      "comments"},
-    {"FunctionOnOneLine", "inline int F() { return 1; }\nFP_KERNEL(A, K)\n{\n}\nFP_KERNEL_END\n",
-     "k.krn:1: error: a function on one line has no body on the GPU: write its braces on lines of their own"},
-    {"BraceOnTheFunctionsLine", "inline int F() {\n return 1;\n}\nFP_KERNEL(A, K)\n{\n}\nFP_KERNEL_END\n",
-     "k.krn:1: error: the brace of a function belongs on a line of its own: here it is left out on the GPU"},
-    {"FunctionHeadOnTwoLines", "inline int F(int a,\n int b)\n{\n}\nFP_KERNEL(A, K)\n{\n}\nFP_KERNEL_END\n",
-     "k.krn:1: error: the declaration of a function belongs on one line: the translation for the GPU takes the first "
+    {"FunctionOnOneLine", "inline int F() { return 1; }\nFP_KERNEL(A, K)\n{\n}\nFP_KERNEL_END\n", 1, 16,
+     "a function on one line has no body on the GPU: write its braces on lines of their own"},
+    {"BraceOnTheFunctionsLine", "inline int F() {\n return 1;\n}\nFP_KERNEL(A, K)\n{\n}\nFP_KERNEL_END\n", 1, 16,
+     "the brace of a function belongs on a line of its own: here it is left out on the GPU"},
+    {"FunctionHeadOnTwoLines", "inline int F(int a,\n int b)\n{\n}\nFP_KERNEL(A, K)\n{\n}\nFP_KERNEL_END\n", 1, 1,
+     "the declaration of a function belongs on one line: the translation for the GPU takes the first "
      "one"},
-    {"NamespaceBeforeCode", "namespace a {\nint b;\n}\n",
-     "k.krn:2: error: the line after a namespace must be its opening brace or empty: the translation for the GPU drops "
+    {"NamespaceBeforeCode", "namespace a {\nint b;\n}\n", 2, 1,
+     "the line after a namespace must be its opening brace or empty: the translation for the GPU drops "
      "it"},
 };
 
 class FrontStepErrorTest : public testing::TestWithParam<Refusal> {};
 
 TEST_P(FrontStepErrorTest, IsRefusedAtItsLine) {
-  EXPECT_THAT(GenerateKernelSource({.fileName = "k.krn"}, GetParam().text),
-              IsErrorWith(kIllegalArgumentError, GetParam().message));
+  const Refusal& refusal = GetParam();
+  const std::string place = "k.krn:" + std::to_string(refusal.line) + ":" + std::to_string(refusal.column);
+  const std::string message = place + ": error: " + refusal.message;
+  EXPECT_THAT(GenerateKernelSource({.fileName = "k.krn"}, refusal.text),
+              IsErrorWith(kIllegalArgumentError, message + MakeExcerpt(refusal.text, refusal.line, refusal.column)));
+  // The line of an encoded file is not shown.
+  EXPECT_THAT(GenerateKernelSource({.fileName = "k.krn", .isHidden = true}, refusal.text),
+              IsErrorWith(kIllegalArgumentError, message));
 }
 
 INSTANTIATE_TEST_SUITE_P(Texts, FrontStepErrorTest, testing::ValuesIn(kRefusals),
@@ -152,7 +159,8 @@ TEST(FrontStepLimitsTest, HeadersWithoutEndAreRefused) {
   };
   const auto result =
       GenerateKernelSource(options, "#include \"first.h\"\n" + std::string("FP_KERNEL(A, K)\n{\n}\nFP_KERNEL_END\n"));
-  EXPECT_THAT(result, IsErrorWith(kIllegalArgumentError, "h999:1: error: more than 1000 headers are included"));
+  EXPECT_THAT(result, IsErrorWith(kIllegalArgumentError,
+                                  "h999:1:1: error: more than 1000 headers are included\n#include \"next.h\"\n^"));
 }
 
 TEST(FrontStepHeaderTest, AFunctionOnOneLineInTheHeaderOfTheKernelIsNamedThere) {
@@ -164,8 +172,8 @@ TEST(FrontStepHeaderTest, AFunctionOnOneLineInTheHeaderOfTheKernelIsNamedThere) 
   const std::string source = "#include \"k.h\"\nFP_KERNEL(A, K)\n{\n}\nFP_KERNEL_END\n";
   EXPECT_THAT(GenerateKernelSource(options, source),
               IsErrorWith(kIllegalArgumentError,
-                          "a/k.h:2: error: a function on one line has no body on the GPU: write its braces on lines of "
-                          "their own"));
+                          "a/k.h:2:16: error: a function on one line has no body on the GPU: write its braces on lines "
+                          "of their own\ninline int F() { return 1; }\n               ^"));
   header = "a/only_for_the_cpu.h";
   EXPECT_THAT(GenerateKernelSource(options, source), IsOk());
 }
@@ -185,8 +193,11 @@ TEST(FrontStepUsesTest, NamesThatSomethingElseMayStandBehindAreLeftToTheCompiler
   const std::string head = "#define KERNELINPUTS \\\n(Float32) radius\n\n";
   const std::string kernel = "FP_KERNEL(A, K)\n{\n\tfloat r = UNIFORM(size);\n}\nFP_KERNEL_END\n";
   const KernelSourceOptions options{.fileName = "k.krn"};
-  EXPECT_THAT(GenerateKernelSource(options, head + kernel),
-              IsErrorWith(kIllegalArgumentError, "k.krn:6: error: there is no parameter \"size\""));
+  EXPECT_THAT(
+      GenerateKernelSource(options, head + kernel),
+      IsErrorWith(
+          kIllegalArgumentError,
+          "k.krn:6:20: error: there is no parameter \"size\"\n\tfloat r = UNIFORM(size);\n\t                  ^"));
   for (const char* line : {"#define size radius\n", "#include \"sizes.h\"\n"})
     EXPECT_THAT(GenerateKernelSource(options, head + line + kernel), IsOk()) << line;
   const std::string joining =
