@@ -4,6 +4,7 @@
 #include "ostra/core/diagnostics.h"
 #include "parallelprogram/base/configuration_variables.h"
 #include "parallelprogram/device/cache_keys.h"
+#include "parallelprogram/device/kernel_mistakes.h"
 #include "parallelprogram/gpu/gpu_program_impl.h"
 #include "parallelprogram/program/noise_modes.h"
 #include "parallelprogram/shaderassembly/assembly_records.h"
@@ -90,6 +91,12 @@ Result<BaseArray<Int32>> MakeNoiseModes(const GpuKernel& kernel, Int count) {
   return modes;
 }
 
+// Mistakes are told in the words that the CPU program has for them.
+Result<void> ExplainFailure(const GpuKernel& kernel, Result<void> compiled) {
+  if (compiled) return compiled;
+  return ExplainCompileError(kernel.file, kernel.templateArgument.GetView(), compiled.GetError());
+}
+
 }  // namespace
 
 Result<void> ParallelProgramGPUImpl::CompileKernel(const InternedId& kernelId, Bool wait) {
@@ -107,7 +114,7 @@ Result<void> ParallelProgramGPUImpl::CompileKernel(const InternedId& kernelId, B
     kernel->SetDescription(std::move(description));
     return OK;
   };
-  Result<void> result = compile();
+  Result<void> result = ExplainFailure(*kernel, compile());
   kernel->EndCompile(result, false);
   return result;
 }
@@ -181,7 +188,7 @@ Result<void> ParallelProgramGPUImpl::UpdateNoiseModes(GpuKernel& kernel) {
   std::swap(kernel.noiseModes, changed);
   kernel.hasKnownModes = kernel.modeChanges < kMostModeChanges;
   kernel.isChangingModes = true;
-  Result<void> rebuilt = kernel.compute->ReloadProgramFactory(_current.context);
+  Result<void> rebuilt = ExplainFailure(kernel, kernel.compute->ReloadProgramFactory(_current.context));
   kernel.isChangingModes = false;
   kernel.EndCompile(rebuilt, true);
   if (!rebuilt) {
@@ -222,7 +229,7 @@ Result<void> ParallelProgramGPUImpl::ReloadChangedKernels() {
     OSTRA_ASSIGN_OR_RETURN(const UInt64 stamp, MakeSourcesStamp(kernel->file, kernel->sources.files));
     if (stamp == kernel->sources.stamp) continue;
     kernel->sources.stamp = stamp;
-    Result<void> reloaded = kernel->compute->ReloadProgramFactory(_current.context);
+    Result<void> reloaded = ExplainFailure(*kernel, kernel->compute->ReloadProgramFactory(_current.context));
     kernel->EndCompile(reloaded, true);
     OSTRA_RETURN_IF_ERROR(kernel->Settle());
     if (!reloaded) return reloaded;

@@ -43,9 +43,7 @@ class LintsTest : public testing::Test {
     options.targets = {kTargetGlsl};
     auto check = PrepareCheck(options, _folder / "k.krn");
     EXPECT_THAT(check, IsOk());
-    Findings findings = check->findings;
-    findings.AddAll(check->cpuFindings);
-    for (const TargetCheck& target : check->targets) findings.AddAll(target.findings);
+    Findings findings = CollectFindings(*check, options);
     findings.Sort();
     return findings;
   }
@@ -385,9 +383,10 @@ TEST_F(LintsTest, BracesInCommentsAreFoundWhereTheyAreCounted) {
   const auto isFound = Contains(
       "k.krn:6: warning: braces in comments are counted like others: this one changes where "
       "the block ends");
-  EXPECT_THAT(Check(MakeKernel("(Float32) a", "\t// }")),
-              ElementsAre("k.krn:6: error: the brace in this comment ends the block on the GPU: the translation counts "
-                          "braces in comments"));
+  EXPECT_THAT(
+      Check(MakeKernel("(Float32) a", "\t// }")),
+      ElementsAre("k.krn:6:5: error: the brace in this comment ends the block on the GPU: the translation counts "
+                  "braces in comments\n\t// }\n\t   ^"));
   EXPECT_THAT(Check(MakeKernel("(Float32) a", "\tint a; /* { */")), isFound);
   EXPECT_THAT(Check(MakeKernel("(Float32) a", "\t// {}")), IsEmpty());
   EXPECT_THAT(Check(MakeKernel("(Float32) a", "", "\n\n// {\n\n")), IsEmpty());
@@ -407,11 +406,11 @@ TEST_F(LintsTest, ADirectiveMayBeFollowedByAComment) {
 
 TEST_F(LintsTest, BracesOnTheFirstLineOfABlockAreErrors) {
   EXPECT_THAT(Check("struct KernelInput {\nFloat32 a;\n};\n"),
-              Contains(StartsWith("k.krn:1: error: the brace belongs on a line of its own")));
+              Contains(StartsWith("k.krn:1:20: error: the brace belongs on a line of its own")));
   EXPECT_THAT(Check("OSTRA_METHOD Result<void> Kernel(int a) {\nint a;\n}\n"),
-              Contains(StartsWith("k.krn:1: error: the brace belongs on a line of its own")));
+              Contains(StartsWith("k.krn:1:41: error: the brace belongs on a line of its own")));
   EXPECT_THAT(Check(MakeKernel("(Float32) a", "", "inline float F() {\n\treturn 1.0;\n}\n\n")),
-              Contains(StartsWith("k.krn:4: error: the brace of a function belongs on a line of its own")));
+              Contains(StartsWith("k.krn:4:18: error: the brace of a function belongs on a line of its own")));
 }
 
 TEST_F(LintsTest, AMethodThatDoesNotBeginItsLineIsAnError) {
@@ -445,9 +444,9 @@ TEST_F(LintsTest, ParametersAreDeclaredOnce) {
 
 TEST_F(LintsTest, TypesThatAreNotKnownAreNamed) {
   EXPECT_THAT(Check(MakeKernel("(Flot32) a", "")),
-              ElementsAre("k.krn:2: warning: the declaration of \"a\" makes no parameter on the GPU: the type "
-                          "\"Flot32\" is not known; did you mean \"Float32\"?",
-                          "k.krn:2: error: unknown type \"Flot32\"; did you mean \"Float32\"? [CPU]"));
+              ElementsAre("k.krn:2:2: error: unknown type \"Flot32\"; did you mean \"Float32\"? [CPU]\n(Flot32) a\n ^",
+                          "k.krn:2: warning: the declaration of \"a\" makes no parameter on the GPU: the type "
+                          "\"Flot32\" is not known; did you mean \"Float32\"?"));
 }
 
 TEST_F(LintsTest, TexturesWithoutConstAreNotSampled) {
@@ -457,13 +456,13 @@ TEST_F(LintsTest, TexturesWithoutConstAreNotSampled) {
 
 TEST_F(LintsTest, WhatRunRefusesIsRefused) {
   EXPECT_THAT(Check(MakeKernel("(Float32) a \\\n(Float32) b", "")),
-              Contains("k.krn:3: error: a comma is missing after the parameter \"a\" [CPU]"));
+              Contains("k.krn:3:1: error: a comma is missing after the parameter \"a\" [CPU]\n(Float32) b\n^"));
   EXPECT_THAT(Check(MakeKernel("(Float32) a,\n(Float32) b", "")), Contains(HasSubstr(" [CPU]")));
 }
 
 TEST_F(LintsTest, FunctionsOnOneLineAndOpenScopesAreErrors) {
   EXPECT_THAT(Check(MakeKernel("(Float32) a", "", "inline Float32 One() { return 1.0; }\n\n")),
-              Contains(StartsWith("k.krn:4: error: a function on one line has no body on the GPU")));
+              Contains(StartsWith("k.krn:4:22: error: a function on one line has no body on the GPU")));
   EXPECT_THAT(Check(MakeKernel("(Float32) a", "\tCPU_SCOPE_START\n\tint x;")),
               Contains(StartsWith("k.krn:6: error: CPU_SCOPE_START without CPU_SCOPE_END")));
 }

@@ -195,7 +195,11 @@ TEST_F(RunErrorsTest, AnErrorOfTheKernelIsTheResult) {
 
 TEST_F(RunErrorsTest, AFileThatIsNoKernelIsAnError) {
   const std::string file = _folder.Write("none.krn", "int x;\n");
-  Expect(kFailed, "none.krn", file, {"--size", "1"});
+  const ToolResult result = RunTool({"run", file, "--size", "1"});
+  EXPECT_EQ(result.exitStatus, kFailed);
+  EXPECT_THAT(result.errors, StartsWith(file + ":1:6: error: the file has no kernel"));
+  EXPECT_THAT(result.errors, testing::EndsWith("\nint x;\n     ^\nostra: the kernel does not compile\n"));
+  EXPECT_EQ(result.output, "");
 }
 
 TEST_F(RunErrorsTest, AFailedRunKeepsTheOldOutput) {

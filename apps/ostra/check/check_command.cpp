@@ -63,7 +63,7 @@ Result<void> CompileAll(std::vector<FileCheck>& checks, const Compilers& compile
     if (compilers.cpu && check.cpuSource)
       work.emplace_back([&] { return compilers.cpu->Compile(*check.cpuSource, check.file, check.cpuFindings); });
     for (TargetCheck& target : check.targets)
-      work.emplace_back([&target, &check, metal] { return CompileTarget(target, check.file, metal); });
+      work.emplace_back([&target, &check, metal] { return CompileTarget(target, check, metal); });
   }
   std::vector<Result<void>> results(work.size(), Result<void>(OK));
   std::atomic<std::size_t> next{0};
@@ -117,11 +117,7 @@ Result<void> CheckFiles(const CheckOptions& options) {
   OSTRA_RETURN_IF_ERROR(CompileAll(checks, compilers));
 
   Findings findings;
-  for (const FileCheck& check : checks) {
-    findings.AddAll(check.findings);
-    findings.AddAll(check.cpuFindings);
-    for (const TargetCheck& target : check.targets) findings.AddAll(target.findings);
-  }
+  for (const FileCheck& check : checks) findings.AddAll(CollectFindings(check, options));
   CheckPrograms(checks, findings);
   findings.Sort();
   for (const Finding& finding : findings.GetAll()) WriteReportLine(FormatFinding(finding));

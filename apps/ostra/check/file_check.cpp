@@ -8,6 +8,7 @@
 #include "ostra/core/format.h"
 #include "ostra/shadercompiler/text_limits.h"
 #include "parallelprogram/kernelfront/source_rules.h"
+#include "parallelprogram/kernellanguage/diagnostic.h"
 #include "parallelprogram/shaderassembly/assembly_records.h"
 #include "parallelprogram/shaderparser/kernel_words.h"
 
@@ -46,26 +47,29 @@ void LintKernelAlone(const LintedFile& kernel, Findings& findings) {
   LintStructure(kernel, findings);
 }
 
-// What the CPU's way of reading the file has to say, which is another one than the translator's.
-Result<void> AddCpuSource(FileCheck& check, const Url& url, const CheckOptions& options) {
+// What the front end of the language has to say, which reads the file in another way than the translator.
+Result<void> ReadWithFrontEnd(FileCheck& check, const Url& url, const CheckOptions& options) {
   const std::string templateArgument = options.templateArgument.value_or("");
   auto source = ReadKernelSource(url, templateArgument);
   if (!source && source.GetError().GetKind() == kOutOfMemoryError) return source.TakeError();
-  if (source && options.isExplained) {
+  if (source && options.isForCpu && options.isExplained) {
     OSTRA_ASSIGN_OR_RETURN(check.lanes, ExplainKernelLanes(url, templateArgument));
     if (check.lanes.empty()) check.lanes = check.file + ": note: the kernel has a wide form";
   }
-  if (source)
+  if (!source)
+    check.mistakes = TextOf(source.GetError().GetMessage());
+  else if (options.isForCpu)
     check.cpuSource.emplace(std::move(*source));
-  else
-    check.cpuFindings.AddMessage(TextOf(source.GetError().GetMessage()) + " [CPU]", check.file);
   return OK;
 }
 
 // What breaks a rule about lines that the CPU's front end and GPU programs refuse as well. True when there is nothing.
-Bool KeepsRules(const String& source, const std::string& file, Bool isHeader, Findings& findings) {
-  const auto mistakes = isHeader ? FindHeaderMistakes(source.GetView()) : FindSourceMistakes(source.GetView());
-  for (const SourceMistake& mistake : mistakes) findings.Add({file, mistake.line, Severity::Error, mistake.text});
+Bool KeepsRules(const SourceText& source, const std::string& file, Bool isHeader, Findings& findings) {
+  const std::string_view text = source.text.GetView();
+  const auto mistakes = isHeader ? FindHeaderMistakes(text) : FindSourceMistakes(text);
+  for (const SourceMistake& mistake : mistakes)
+    findings.AddMessage(kernellanguage::FormatError({file, text, source.isEncoded}, mistake.position, mistake.text),
+                        file);
   return mistakes.empty();
 }
 
@@ -75,7 +79,7 @@ Bool HeadersKeepRules(const FileCheck& check, const ShaderParser& parser, Findin
   for (const Url& url : parser.GetFiles()) {
     if (url.GetView() == check.file) continue;
     if (const auto source = ReadSourceText(url))
-      keepsRules &= KeepsRules(source->text, TextOf(url.GetView()), true, findings);
+      keepsRules &= KeepsRules(*source, TextOf(url.GetView()), true, findings);
   }
   return keepsRules;
 }
@@ -87,7 +91,16 @@ Bool IsKernelOrStage(const Url& url, const LintedFile& file) {
                      [](const SourceLine& line) { return IsKernelStart(line.text) || IsKernelMethod(line.text); });
 }
 
-Result<void> Assemble(TargetCheck& check, const Url& url, const std::string& file) {
+// What does not come out of the front end in other words.
+void AddMessage(TargetCheck& check, std::string_view message, const FileCheck& file) {
+  if (file.mistakes.empty())
+    check.findings.AddMessage(message, file.file);
+  else
+    check.isRefused = true;
+}
+
+Result<void> Assemble(TargetCheck& check, const Url& url, const FileCheck& fileCheck) {
+  const std::string& file = fileCheck.file;
   const DrawportStage stage = GetStageOfFile(url);
   if (check.translation.parser->GetKernelCode().IsEmpty()) {
     check.findings.Add({file, 0, Severity::Error, "there is no kernel in this file, or it does not end"});
@@ -109,14 +122,14 @@ Result<void> Assemble(TargetCheck& check, const Url& url, const std::string& fil
   auto records = MakeShaderRecords(*check.translation.parser, stage);
   if (!records) {
     if (records.GetError().GetKind() == kOutOfMemoryError) return records.TakeError();
-    check.findings.AddMessage(records.GetError().GetMessage(), file);
+    AddMessage(check, records.GetError().GetMessage(), fileCheck);
     return OK;
   }
   LintRecords(*records, file, check.findings);
   auto assembled = AssembleShader(*records);
   if (!assembled) {
     if (assembled.GetError().GetKind() == kOutOfMemoryError) return assembled.TakeError();
-    check.findings.AddMessage(assembled.GetError().GetMessage(), file);
+    AddMessage(check, assembled.GetError().GetMessage(), fileCheck);
     return OK;
   }
   check.records.emplace(std::move(*records));
@@ -141,7 +154,20 @@ Result<void> AddTarget(FileCheck& check, const CheckOptions& options, const Id& 
     return OK;
   }
   if (!std::exchange(isLinted, true)) LintFiles(check, kernel, *added.translation.parser, check.findings);
-  return Assemble(added, url, check.file);
+  return Assemble(added, url, check);
+}
+
+// Whether the CPU is the only target that does not take the kernel's mistakes.
+Bool IsRefusedByCpuAlone(const FileCheck& check) {
+  return !check.targets.empty() && std::none_of(check.targets.begin(), check.targets.end(),
+                                                [](const TargetCheck& target) { return target.isRefused; });
+}
+
+Bool IsOnLineOf(const Findings& mistakes, const Finding& finding) {
+  const auto& all = mistakes.GetAll();
+  return finding.line > 0 && std::any_of(all.begin(), all.end(), [&finding](const Finding& mistake) {
+           return mistake.line == finding.line && mistake.file == finding.file;
+         });
 }
 
 }  // namespace
@@ -164,19 +190,39 @@ Result<FileCheck> PrepareCheck(const CheckOptions& options, const std::string& f
   }
   PlaceLines(kernel.lines);
   // Nothing else that could be said of such a file is certain.
-  if (!KeepsRules(check.source, file, false, check.findings)) return check;
+  if (!KeepsRules(*source, file, false, check.findings)) return check;
+  if (!isStage) OSTRA_RETURN_IF_ERROR(ReadWithFrontEnd(check, url, options));
   Bool isLinted = false;
   for (const Id& target : options.targets)
     OSTRA_RETURN_IF_ERROR(AddTarget(check, options, target, url, kernel, isLinted));
   if (!isLinted) LintKernelAlone(kernel, check.findings);
   // What the translator refuses is said already.
   const Bool isTranslated = isLinted && !check.targets.front().translation.parser->GetKernelCode().IsEmpty();
-  if (options.isForCpu && !isStage && (isTranslated || options.targets.empty()))
-    OSTRA_RETURN_IF_ERROR(AddCpuSource(check, url, options));
+  if (!isTranslated && !options.targets.empty()) {
+    check.cpuSource.reset();
+    check.mistakes.clear();
+  }
   return check;
 }
 
-Result<void> CompileTarget(TargetCheck& check, const std::string& file, const MetalCompiler* metal) {
+Findings CollectFindings(const FileCheck& check, const CheckOptions& options) {
+  Findings findings, mistakes;
+  const Bool isOfCpu = IsRefusedByCpuAlone(check);
+  if (!check.mistakes.empty() && (options.isForCpu || !isOfCpu))
+    findings.AddMessage(check.mistakes + (isOfCpu ? " [CPU]" : ""), check.file);
+  if (!isOfCpu) mistakes.AddAll(findings);
+  const auto add = [&](const Findings& others) {
+    for (const Finding& finding : others.GetAll())
+      if (!IsOnLineOf(mistakes, finding)) findings.Add(finding);
+  };
+  add(check.findings);
+  add(check.cpuFindings);
+  for (const TargetCheck& target : check.targets) add(target.findings);
+  return findings;
+}
+
+Result<void> CompileTarget(TargetCheck& check, const FileCheck& fileCheck, const MetalCompiler* metal) {
+  const std::string& file = fileCheck.file;
   if (!check.assembled) return OK;
   std::vector<ShaderMessage> messages;
   if (check.target == kTargetMetal) {
@@ -197,7 +243,11 @@ Result<void> CompileTarget(TargetCheck& check, const std::string& file, const Me
   }
   for (const ShaderMessage& message : messages) {
     OSTRA_ASSIGN_OR_RETURN(const String text, FormatShaderMessage(*check.assembled, message, file));
-    check.findings.AddMessage(TextOf(text) + " [" + TextOf(check.target.GetView()) + "]", file);
+    const std::string marked = TextOf(text) + " [" + TextOf(check.target.GetView()) + "]";
+    if (message.isError)
+      AddMessage(check, marked, fileCheck);
+    else
+      check.findings.AddMessage(marked, file);
   }
   return OK;
 }

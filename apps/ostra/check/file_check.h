@@ -21,6 +21,7 @@ struct TargetCheck {
   std::optional<ShaderRecords> records;
   std::optional<AssembledShader> assembled;
   Findings findings;
+  Bool isRefused = false;  // for what FileCheck::mistakes says
 };
 
 struct FileCheck {
@@ -29,6 +30,8 @@ struct FileCheck {
   Findings findings;
   std::optional<KernelSource> cpuSource;  // to be compiled for the CPU
   Findings cpuFindings;
+  // What the front end of the language finds wrong with a kernel. It stands for what compilers say of it.
+  std::string mistakes;
   std::string lanes;  // "file: note: ...": whether the kernel has a wide form; empty unless it was asked for
   std::vector<TargetCheck> targets;
 };
@@ -49,7 +52,11 @@ struct CheckOptions {
 // and GPU share gets no other findings: they would be about what follows from it, elsewhere. Error: out of memory.
 Result<FileCheck> PrepareCheck(const CheckOptions& options, const std::string& file);
 
+// Everything that was found. Mistakes that the front end has found stand for what compilers say, and for all else about
+// their lines. When every other target takes the kernel they carry the mark " [CPU]" and stand for nothing else.
+Findings CollectFindings(const FileCheck& check, const CheckOptions& options);
+
 // Compiles what was assembled; Metal text only with a compiler for it. Errors: those of running compilers.
-Result<void> CompileTarget(TargetCheck& check, const std::string& file, const MetalCompiler* metal);
+Result<void> CompileTarget(TargetCheck& check, const FileCheck& file, const MetalCompiler* metal);
 
 }  // namespace ostra::tool

@@ -7,9 +7,8 @@
 
 #include "apps/ostra/encode/source_file.h"
 #include "ostra/core/format.h"
-#include "ostra/io/file.h"
 #include "ostra/shadercompiler/text_limits.h"
-#include "parallelprogram/kernelfront/kernel_source.h"
+#include "parallelprogram/device/kernel_headers.h"
 
 OSTRA_UNIT("kernel_source");
 
@@ -17,29 +16,10 @@ namespace ostra::tool {
 
 namespace {
 
-// Headers are looked for beside the file that includes them; what is not there is left to the compiler.
-class HeaderReader {
- public:
-  std::optional<KernelHeader> Read(const std::string& name, const std::string& includingFile) {
-    const auto file = Url(String::FromStatic(includingFile.c_str(), includingFile.size())).GetDirectory() + name;
-    if (!file || IoDetect(*file) != IODETECT::FILE) return std::nullopt;
-    const auto source = ReadSourceText(*file);
-    if (!source) {
-      _failure = source.GetError();
-      return std::nullopt;
-    }
-    _hasEncodedFiles |= source->isEncoded;
-    return KernelHeader{std::string(file->GetView()), std::string(source->text.GetView())};
-  }
-
-  // Why a header that is there could not be read, which the compiler would not tell.
-  const Result<void>& GetFailure() const { return _failure; }
-  Bool HasEncodedFiles() const { return _hasEncodedFiles; }
-
- private:
-  Result<void> _failure = OK;
-  Bool _hasEncodedFiles = false;
-};
+Result<SourceFile> ReadHeader(const Url& file) {
+  OSTRA_ASSIGN_OR_RETURN(SourceText source, ReadSourceText(file));
+  return SourceFile{{}, std::move(source.text), source.isEncoded};
+}
 
 // Error: illegal argument "file:line: error: ..." for a text that would take a compiler all memory.
 Result<void> CheckLimits(const Url& kernelFile, std::string_view text) {
@@ -67,15 +47,14 @@ template <class Make>
 Result<KernelSource> ReadFor(const Url& kernelFile, std::string_view templateArgument, Make&& make) {
   OSTRA_ASSIGN_OR_RETURN(const SourceText source, ReadSourceText(kernelFile));
   const String classId = kernelFile.GetName();
-  HeaderReader headers;
+  KernelHeaders headers(ReadHeader);
   KernelSourceOptions options;
   options.fileName = kernelFile.GetView();
   options.classId = classId.GetView();
   options.templateArgument = templateArgument;
   options.isModule = true;
-  options.readHeader = [&headers](const std::string& name, const std::string& includingFile) {
-    return headers.Read(name, includingFile);
-  };
+  options.isHidden = source.isEncoded;
+  options.readHeader = headers.GetReader();
   // Before the front end, which walks expressions as well; what macros of headers stand for is known behind it.
   OSTRA_RETURN_IF_ERROR(CheckLimits(kernelFile, source.text.GetView()));
   auto text = make(options, source.text.GetView());
@@ -97,9 +76,7 @@ Result<std::string> ExplainKernelLanes(const Url& kernelFile, std::string_view t
     return ostra::ExplainKernelLanes(options, text);
   };
   OSTRA_ASSIGN_OR_RETURN(const KernelSource explained, ReadFor(kernelFile, templateArgument, explain));
-  std::string_view text = explained.text.GetView();
-  if (explained.hasEncodedFiles) text = text.substr(0, text.find('\n'));
-  return std::string(text);
+  return std::string(explained.text.GetView());
 }
 
 }  // namespace ostra::tool

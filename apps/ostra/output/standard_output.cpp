@@ -25,6 +25,13 @@ Result<void> WriteOutput(std::string_view text) {
 void WriteError(const Error& error) {
   const std::string_view message = error.GetMessage().GetView();
   const std::size_t lineStart = message.rfind('\n') + 1;  // 0 when there is no line end
+  // Behind the last line of a source and its caret nothing says yet what that means.
+  const Bool endsWithCaret =
+      lineStart > 0 && message.find_first_not_of(" \t", lineStart) == message.size() - 1 && message.ends_with('^');
+  if (endsWithCaret) {
+    WriteReportLine(message);
+    return WriteErrorLine("the kernel does not compile");
+  }
   WriteMessage(stderr, message.substr(0, lineStart));
   WriteErrorLine(message.substr(lineStart));
 }

@@ -12,8 +12,9 @@ namespace ostra::tool {
 Result<void> WriteOutput(std::string_view text);
 
 // Writes what went wrong to standard error: "ostra: " and the message as one line. What stands before the message's
-// last line end, such as a compiler's report, is written before it. Words that come from files stand in messages: all
-// of them are written without control characters, and very long ones shortened.
+// last line end, such as a compiler's report, is written before it; a report that ends with a caret is written whole,
+// and the line says that the kernel does not compile. Words that come from files stand in messages: all of them are
+// written without control characters, and very long ones shortened.
 void WriteError(const Error& error);
 void WriteErrorLine(std::string_view line);
 // A line of a report, without "ostra: ".

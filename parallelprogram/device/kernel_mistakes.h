@@ -1,0 +1,14 @@
+// The language's own words for what is wrong with a kernel file that a compiler for GPUs has refused.
+#pragma once
+
+#include "ostra/core/result.h"
+#include "ostra/io/url.h"
+
+namespace ostra {
+
+// `error` is that of translating and compiling the kernel file for a GPU. When it is about lines of the source and the
+// front end of the language finds mistakes, the result is the error that the CPU's way gives, all of them with lines
+// and carets; otherwise it is `error`. Reads the file and its headers again. Thread-safe.
+Error ExplainCompileError(const Url& file, std::string_view templateArgument, const Error& error);
+
+}  // namespace ostra
