@@ -1,5 +1,7 @@
 #include "ostra/host.h"
 
+#include <atomic>
+
 #include <dlfcn.h>
 #include <unistd.h>
 

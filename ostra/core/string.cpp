@@ -3,6 +3,7 @@
 #include <charconv>
 #include <cstring>
 
+#include "ostra/core/atomic.h"
 #include "ostra/core/base_array.h"
 #include "ostra/core/format.h"
 
@@ -11,15 +12,15 @@ OSTRA_UNIT("string");
 namespace ostra {
 
 struct String::Buffer {
-  std::atomic<Int32> references{1};
+  ReferenceCount references;
   // The characters and a final zero follow.
   char* GetText() { return reinterpret_cast<char*>(this + 1); }
 };
 
-void String::AddRef(Buffer* buffer) { buffer->references.fetch_add(1, std::memory_order_relaxed); }
+void String::AddRef(Buffer* buffer) { buffer->references.Add(); }
 
 void String::Release(Buffer* buffer) {
-  if (buffer->references.fetch_sub(1, std::memory_order_acq_rel) == 1) DeleteObj(buffer);
+  if (buffer->references.Drop()) DeleteObj(buffer);
 }
 
 template <class Fill>

@@ -10,7 +10,6 @@
 // the module is loaded must be made with Create.
 #pragma once
 
-#include <atomic>
 #include <string_view>
 #include <utility>
 

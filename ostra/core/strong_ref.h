@@ -4,10 +4,11 @@
 // Counting is thread-safe; one StrongRef object is changed by one thread at a time.
 #pragma once
 
-#include <atomic>
 #include <cstddef>
+#include <type_traits>
 #include <utility>
 
+#include "ostra/core/atomic.h"
 #include "ostra/core/hash.h"
 #include "ostra/core/memory.h"
 
@@ -60,12 +61,12 @@ class StrongRef {
 template <class Derived>
 class RefCounted {
  public:
-  void AddRef() const { _references.fetch_add(1, std::memory_order_relaxed); }
+  void AddRef() const { _references.Add(); }
   void Release() const {
-    if (_references.fetch_sub(1, std::memory_order_acq_rel) == 1) DeleteObj(static_cast<const Derived*>(this));
+    if (_references.Drop()) DeleteObj(static_cast<const Derived*>(this));
   }
   // True when nobody else holds the object: it may then be changed in place.
-  Bool IsUnique() const { return _references.load(std::memory_order_acquire) == 1; }
+  Bool IsUnique() const { return _references.IsOne(); }
 
  protected:
   RefCounted() = default;
@@ -74,7 +75,7 @@ class RefCounted {
   ~RefCounted() = default;
 
  private:
-  mutable std::atomic<Int32> _references{1};
+  mutable ReferenceCount _references;
 };
 
 }  // namespace ostra

@@ -2,6 +2,8 @@
 // one through a class ID, so they need less than an ObjectInterface.
 #pragma once
 
+#include <atomic>
+
 #include "ostra/core/strong_ref.h"
 
 namespace ostra {

@@ -13,6 +13,7 @@
 // never by dynamic_cast, because modules share no class information.
 #pragma once
 
+#include "ostra/core/atomic.h"
 #include "ostra/core/id.h"
 #include "ostra/core/result.h"
 #include "ostra/core/strong_ref.h"
@@ -55,9 +56,9 @@ OSTRA_API void ReleaseClass(const Class& objectClass);
 template <class Derived, class... Interfaces>
 class Component : public Interfaces... {
  public:
-  void AddRef() const final { _references.fetch_add(1, std::memory_order_relaxed); }
+  void AddRef() const final { _references.Add(); }
   void Release() const final {
-    if (_references.fetch_sub(1, std::memory_order_acq_rel) == 1) DeleteObj(static_cast<const Derived*>(this));
+    if (_references.Drop()) DeleteObj(static_cast<const Derived*>(this));
   }
   void* FindInterface(const Id& interfaceId) final {
     void* found = nullptr;
@@ -86,7 +87,7 @@ class Component : public Interfaces... {
  private:
   template <class T>
   friend void ostra::DeleteObj(T* object);
-  mutable std::atomic<Int32> _references{1};
+  mutable ReferenceCount _references;
   const Class* _class = nullptr;
 };
 

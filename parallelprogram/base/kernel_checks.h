@@ -1,7 +1,6 @@
 // What checked kernels say when an index is wrong; they end the process then.
 #pragma once
 
-#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 
@@ -16,8 +15,9 @@ namespace ostra::kernel {
 
 // Waits for ever in all threads but the first, which may say its line and end the process.
 inline void BeginFailure() {
-  static std::atomic_flag isSaid = ATOMIC_FLAG_INIT;
-  while (isSaid.test_and_set()) isSaid.wait(true);  // until the end of the process
+  static bool isSaid = false;
+  while (__atomic_test_and_set(&isSaid, __ATOMIC_ACQ_REL)) {
+  }  // until the first thread ends the process
 }
 
 [[noreturn]] inline void FailBufferIndex(const char* buffer, const char* file, int line, Int index, Int count) {

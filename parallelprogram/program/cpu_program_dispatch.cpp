@@ -1,6 +1,5 @@
 // Dispatch of the CPU program: spreads the invocations of a range over the worker threads.
 #include <algorithm>
-#include <atomic>
 #include <exception>
 #include <mutex>
 #include <new>
@@ -38,14 +37,14 @@ struct Dispatch {
   KernelRangeInterface* range;
   const Vec3<UInt32> extent;
   const Vec3<UInt32> workGroup;
-  std::atomic<Byte> stop{0};
+  Atomic<Byte> stop;
   std::mutex errorMutex;
   Result<void> result = OK;
 
   void Fail(Error error) {
     const std::scoped_lock lock(errorMutex);
     result = std::move(error);  // the last error is the dispatch's
-    stop.store(1, std::memory_order_relaxed);
+    stop.Store(1);
   }
 };
 
@@ -90,7 +89,7 @@ Result<void> RunUnguarded(Dispatch& dispatch, UInt32 first, UInt32 count, Bool i
   if (dispatch.range) return dispatch.range->RunRange({dispatch.extent, first, count, isOrdered, &dispatch.stop});
   InvocationIds ids(dispatch, first);
   for (UInt32 i = 0; i < count; ++i, ids.Advance()) {
-    if (dispatch.stop.load(std::memory_order_relaxed)) return OK;
+    if (dispatch.stop.LoadRelaxed()) return OK;
     OSTRA_RETURN_IF_ERROR(dispatch.kernel.Kernel(ids.global, ids.local, ids.group));
   }
   return OK;
@@ -112,7 +111,7 @@ Result<void> RunInvocations(Dispatch& dispatch, UInt32 first, UInt32 count, Bool
 
 // Runs the invocations [begin, end) for a parallel loop.
 [[gnu::always_inline]] inline void RunPiece(Dispatch& dispatch, Int begin, Int end) {
-  if (dispatch.stop.load(std::memory_order_relaxed)) return;
+  if (dispatch.stop.LoadRelaxed()) return;
   auto result = RunInvocations(dispatch, static_cast<UInt32>(begin), static_cast<UInt32>(end - begin), false);
   if (!result) dispatch.Fail(result.TakeError());
 }
@@ -177,7 +176,7 @@ Result<void> RunGroups(Dispatch& dispatch, KernelGroupInterface& kernel) {
   ParallelFor::Dynamic(
       count,
       [&](Int begin, Int end) {
-        if (dispatch.stop.load(std::memory_order_relaxed)) return;
+        if (dispatch.stop.LoadRelaxed()) return;
         KernelGroups part = groups;
         part.first = static_cast<UInt64>(begin);
         part.end = static_cast<UInt64>(end);

@@ -113,7 +113,7 @@ class RangeLoops {
     for (Rows rows(range); rows.IsInside(); rows.Next()) {
       const Row row(rows);
       for (UInt32 x = rows.begin; x < rows.end; ++x) {
-        if (range.stop->load(std::memory_order_relaxed)) return OK;
+        if (range.stop->LoadRelaxed()) return OK;
         OSTRA_RETURN_IF_ERROR(row.Run(body, x, x + row.linearOffset));
       }
     }

@@ -4,8 +4,7 @@
 // at the same error as calls of KernelInterface::Kernel; classes made from kernel files have it by themselves.
 #pragma once
 
-#include <atomic>
-
+#include "ostra/core/atomic.h"
 #include "ostra/math/vector.h"
 #include "ostra/object/interface.h"
 
@@ -22,7 +21,7 @@ struct KernelRange {
   Bool isOrdered = false;
   // Non-zero once an invocation anywhere has failed: a kernel that can fail reads it (relaxed) before each invocation
   // and returns when it is set. Never null.
-  const std::atomic<Byte>* stop = nullptr;
+  const Atomic<Byte>* stop = nullptr;
 };
 
 class KernelRangeInterface : public ObjectInterface {

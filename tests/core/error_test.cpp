@@ -1,5 +1,6 @@
 #include "ostra/core/error.h"
 
+#include <atomic>
 #include <optional>
 #include <string>
 #include <thread>

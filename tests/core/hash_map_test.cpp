@@ -1,5 +1,6 @@
 #include "ostra/core/hash_map.h"
 
+#include <atomic>
 #include <map>
 #include <memory>
 #include <random>

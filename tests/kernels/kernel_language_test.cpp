@@ -164,7 +164,7 @@ TEST_F(StructFormTest, TheFirstErrorEndsTheRangeAndIsReturned) {
 }
 
 TEST_F(StructFormTest, AStopKeepsFurtherInvocationsFromRunning) {
-  const std::atomic<Byte> stop{1};
+  const Atomic<Byte> stop{1};
   EXPECT_THAT(runner.RunRange({.extent = {6, 1, 1}, .first = 0, .count = 6, .stop = &stop}), IsOk());
   EXPECT_EQ(runner.GetBuffer<Float32>("values"), std::vector<Float32>(6, 50.0f));
 }

@@ -80,7 +80,7 @@ class KernelRunner : public parity::ScenarioTarget {
   ClassRef _class;
   KernelRangeInterface* _range = nullptr;  // one of the two
   KernelGroupInterface* _groups = nullptr;
-  std::atomic<Byte> _stop{0};
+  Atomic<Byte> _stop;
   std::map<std::string, std::vector<Byte>> _buffers;
   std::map<std::string, AtomicUInt32> _counters;
   RenderNoiseRef _noise;

@@ -39,7 +39,7 @@ class RangeNotes : public KernelBase<Derived, KernelRangeInterface> {
   }
   Result<void> RunRange(const KernelRange& range) override {
     const std::scoped_lock lock(g_rangesMutex);
-    EXPECT_TRUE(range.stop && range.stop->load() == 0);
+    EXPECT_TRUE(range.stop && range.stop->Load() == 0);
     g_ranges.push_back({range.extent, range.first, range.count, range.isOrdered, GetThreadNumber()});
     return OK;
   }

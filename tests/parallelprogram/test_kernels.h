@@ -49,7 +49,7 @@ class RangeForm : public KernelBase<Derived, KernelRangeInterface> {
   Result<void> RunRange(const KernelRange& range) override {
     const Vec3<UInt32>& size = this->_workGroupSize;
     for (UInt32 i = 0; i < range.count; ++i) {
-      if (range.stop->load(std::memory_order_relaxed)) return OK;
+      if (range.stop->LoadRelaxed()) return OK;
       const UInt32 index = range.first + i;
       const Vec3<UInt32> global(index % range.extent.x, index / range.extent.x % range.extent.y,
                                 index / range.extent.x / range.extent.y);

@@ -1,5 +1,7 @@
 #include "tests/parallelprogram/texture_kernels.h"
 
+#include <string>
+
 #include "ostra/core/format.h"
 #include "ostra/object/class.h"
 #include "parallelprogram/program/kernel_base.h"

@@ -1,6 +1,7 @@
 // Values of uniforms, written as text: one number, or the components of a vector or matrix with commas between them.
 #pragma once
 
+#include <string>
 #include <string_view>
 
 #include "ostra/core/data.h"
