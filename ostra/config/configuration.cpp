@@ -1,6 +1,7 @@
 #include "ostra/config/configuration.h"
 
 #include <algorithm>
+#include <mutex>
 
 #include "ostra/core/format.h"
 #include "ostra/core/hash_map.h"

@@ -4,10 +4,10 @@
 //   OSTRA_ASSIGN_OR_RETURN(auto entry, kernels.Insert(id));      // entry.value, entry.isNew
 //   if (Kernel* kernel = kernels.Find(id)) ...
 //
-// The address of a value is stable until it is erased. HashMap is not synchronised; SynchronizedHashMap is.
+// The address of a value is stable until it is erased. HashMap is not synchronised; SynchronizedHashMap
+// (synchronized_hash_map.h) is.
 #pragma once
 
-#include <mutex>
 #include <unordered_map>
 #include <utility>
 
@@ -85,53 +85,6 @@ class HashMap {
 
  private:
   Table _table;
-};
-
-// HashMap whose operations may be called from any thread. Values are handed out as copies, so Value should be a
-// reference or another cheap type.
-template <class Key, class Value>
-class SynchronizedHashMap {
- public:
-  // True when the key was new. An existing value is kept.
-  Result<Bool> Insert(const Key& key, Value value) {
-    const std::scoped_lock lock(_mutex);
-    OSTRA_ASSIGN_OR_RETURN(auto entry, _map.Insert(key, std::move(value)));
-    return entry.isNew;
-  }
-  // Copies the value to `value`; false when the key is absent.
-  Bool Find(const Key& key, Value& value) const {
-    const std::scoped_lock lock(_mutex);
-    const Value* known = _map.Find(key);
-    if (known) value = *known;
-    return known;
-  }
-  Bool Erase(const Key& key) {
-    const std::scoped_lock lock(_mutex);
-    return _map.Erase(key);
-  }
-  void Reset() {
-    const std::scoped_lock lock(_mutex);
-    _map.Reset();
-  }
-  // Prepares for `buckets` entries. Errors: as of HashMap.
-  Result<void> Resize(Int buckets) {
-    const std::scoped_lock lock(_mutex);
-    return _map.Resize(buckets);
-  }
-  Int GetCount() const {
-    const std::scoped_lock lock(_mutex);
-    return _map.GetCount();
-  }
-  // Calls `visit(key, value)` for every entry, with the table locked.
-  template <class Visit>
-  void ForEach(Visit&& visit) const {
-    const std::scoped_lock lock(_mutex);
-    for (const auto& [key, value] : _map) visit(key, value);
-  }
-
- private:
-  mutable std::mutex _mutex;
-  HashMap<Key, Value> _map;
 };
 
 }  // namespace ostra

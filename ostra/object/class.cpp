@@ -1,10 +1,12 @@
 #include "ostra/object/class.h"
 
 #include <algorithm>
+#include <mutex>
 
 #include "ostra/core/base_array.h"
 #include "ostra/core/diagnostics.h"
 #include "ostra/core/nearest_word.h"
+#include "ostra/core/synchronized_hash_map.h"
 
 OSTRA_UNIT("class");
 
@@ -37,6 +39,8 @@ Error Class::MakeMissingInterfaceError(const Id& interfaceId) const {
   return OSTRA_ILLEGAL_ARGUMENT("The class \"@\" does not have the interface \"@\".", _id, interfaceId);
 }
 
+struct ClassRegistry::Entries : SynchronizedHashMap<Id, ClassRef> {};
+
 // The registries themselves live until the process ends, so that references to them stay valid.
 struct RegistryTable {
   std::mutex mutex;
@@ -50,16 +54,20 @@ struct RegistryTable {
   Result<ClassRegistry*> FindOrAdd(const Id& id) {
     if (ClassRegistry* const* known = registries.Find(id)) return *known;
     OSTRA_ASSIGN_OR_RETURN(Id ownId, Id::Create(id.GetView()));
-    void* memory = AllocForever(static_cast<Int>(sizeof(ClassRegistry)));
+    struct Memory {
+      alignas(ClassRegistry::Entries) Byte entries[sizeof(ClassRegistry::Entries)];
+      alignas(ClassRegistry) Byte registry[sizeof(ClassRegistry)];
+    };
+    auto* const memory = static_cast<Memory*>(AllocForever(static_cast<Int>(sizeof(Memory))));
     if (!memory) return OSTRA_OUT_OF_MEMORY();
     OSTRA_ASSIGN_OR_RETURN(auto entry, registries.Insert(ownId, nullptr));
-    *entry.value = ::new (memory) ClassRegistry(ownId);
+    *entry.value = ::new (memory->registry) ClassRegistry(ownId, *::new (memory->entries) ClassRegistry::Entries);
     return *entry.value;
   }
 };
 
 ClassRegistry& ClassRegistry::GetClasses() {
-  static auto* registry = new ClassRegistry("net.ostra.registry.classes"_id);
+  static auto* registry = new ClassRegistry("net.ostra.registry.classes"_id, *new Entries);
   return *registry;
 }
 
@@ -92,20 +100,20 @@ Result<void> ClassRegistry::Insert(const ClassRef& entry) { return Insert(entry-
 
 Result<void> ClassRegistry::Insert(const Id& id, const ClassRef& entry) {
   OSTRA_ASSIGN_OR_RETURN(Id ownId, Id::Create(id.GetView()));
-  OSTRA_ASSIGN_OR_RETURN(Bool isNew, _entries.Insert(ownId, entry));
+  OSTRA_ASSIGN_OR_RETURN(Bool isNew, _entries->Insert(ownId, entry));
   if (!isNew) return OSTRA_ILLEGAL_ARGUMENT("The registry \"@\" already has an entry \"@\".", _id, id);
   return OK;
 }
 
-Bool ClassRegistry::Erase(const Id& id) { return _entries.Erase(id); }
+Bool ClassRegistry::Erase(const Id& id) { return _entries->Erase(id); }
 
 Result<ClassRef> ClassRegistry::FindEntryValue(const Id& id) const {
   ClassRef entry;
-  if (_entries.Find(id, entry)) return entry;
+  if (_entries->Find(id, entry)) return entry;
   // IDs are long and begin alike; a forgotten ".krn" is near enough.
   NearestWord nearest(id.GetView(), 5);
   Id nearestId;  // holds the text: another thread may erase the entry
-  _entries.ForEach([&](const Id& known, const ClassRef&) {
+  _entries->ForEach([&](const Id& known, const ClassRef&) {
     nearest.Try(known.GetView());
     if (nearest.Get().data() == known.GetView().data()) nearestId = known;
   });
@@ -120,7 +128,7 @@ Result<ClassRef> ClassRegistry::FindEntryValue(const Id& id) const {
 Result<BaseArray<Id>> ClassRegistry::GetIds() const {
   BaseArray<Id> ids;
   Result<void> result = OK;
-  _entries.ForEach([&](const Id& id, const ClassRef&) {
+  _entries->ForEach([&](const Id& id, const ClassRef&) {
     if (!result) return;
     if (auto appended = ids.Append(id); !appended) result = appended.TakeError();
   });

@@ -10,7 +10,6 @@
 
 #include "ostra/core/base_array.h"
 #include "ostra/core/format.h"
-#include "ostra/core/hash_map.h"
 #include "ostra/object/interface.h"
 
 namespace ostra {
@@ -86,10 +85,11 @@ class OSTRA_API ClassRegistry {
 
  private:
   friend struct RegistryTable;
-  explicit ClassRegistry(Id id) : _id(std::move(id)) {}
+  struct Entries;
+  ClassRegistry(Id id, Entries& entries) : _id(std::move(id)), _entries(&entries) {}
   Id _id;
   Int _declarations = 0;
-  SynchronizedHashMap<Id, ClassRef> _entries;
+  Entries* _entries;  // never released, as the registry itself
 };
 
 // An object of a registered class. Errors: as of FindEntryValue and Class::CreateObject.

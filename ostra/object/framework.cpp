@@ -5,6 +5,7 @@
 
 #include "ostra/core/format.h"
 #include "ostra/core/hash_map.h"
+#include "ostra/core/synchronized_hash_map.h"
 #include "ostra/object/host_frameworks.h"
 
 OSTRA_UNIT("framework");

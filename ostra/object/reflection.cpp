@@ -4,6 +4,7 @@
 
 #include "ostra/core/format.h"
 #include "ostra/core/hash_map.h"
+#include "ostra/core/synchronized_hash_map.h"
 
 OSTRA_UNIT("reflection");
 

@@ -4,7 +4,9 @@
 
 #include "ostra/core/diagnostics.h"
 #include "ostra/core/hash_map.h"
+#include "ostra/core/synchronized_hash_map.h"
 #include "ostra/object/module_initializer.h"
+#include "ostra/object/reflection.h"
 #include "ostra/object/shared_object.h"
 
 OSTRA_UNIT("registration");

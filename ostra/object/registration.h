@@ -6,12 +6,15 @@
 // those of the registry that refuses (illegal argument for an ID that is taken) and out of memory.
 #pragma once
 
+#include <span>
+
 #include "ostra/core/data_type.h"
 #include "ostra/object/class.h"
 #include "ostra/object/module_descriptor.h"
-#include "ostra/object/reflection.h"
 
 namespace ostra {
+
+struct MethodDescription;  // reflection.h
 
 // Into the host's registry of classes; into another registry.
 OSTRA_API Result<void> RegisterClass(ModuleDescriptor& module, const ClassRef& entry);

@@ -10,6 +10,7 @@
 #include <mutex>
 
 #include "ostra/core/hash_map.h"
+#include "ostra/core/synchronized_hash_map.h"
 #include "parallelprogram/shaderparser/shader_parser.h"
 
 namespace ostra {

@@ -4,7 +4,7 @@
 
 #include "ostra/object/machine_info.h"
 #include "ostra/object/registration.h"
-#include "parallelprogram/program/kernel_interface.h"
+#include "parallelprogram/program/kernel_interface_reflection.h"
 #include "parallelprogram/program/parallel_program_reflection.h"
 #include "parallelprogram/shaderloader/general_shader_loader_reflection.h"
 

@@ -1,12 +1,10 @@
 // KernelInterface: the contract between a kernel object and the CPU program that runs it.
 #pragma once
 
-#include <array>
-
 #include "ostra/core/data_type.h"
 #include "ostra/core/hash_map.h"
 #include "ostra/math/data_types.h"
-#include "ostra/object/reflection.h"
+#include "ostra/object/interface.h"
 
 namespace ostra {
 
@@ -57,19 +55,5 @@ namespace Kernel {
 using KernelRef = StrongRef<KernelInterface>;
 }
 using Kernel::KernelRef;
-
-// The methods in slot order, for the reflection record.
-inline auto GetKernelInterfaceMethods() {
-  using I = KernelInterface;
-  return std::array{
-      DescribeMethod<&I::Kernel>("Kernel", {"InGlobalInvocationID", "InLocalInvocationID", "InWorkGroupID"}),
-      DescribeMethod<&I::Set>("Set", {"paramName", "data"}),
-      DescribeMethod<&I::Init>("Init", {}),
-      DescribeMethod<&I::GetKernelParameterMap>("GetKernelParameterMap", {}),
-      DescribeMethod<&I::GetKernelWorkGroupSize>("GetKernelWorkGroupSize", {}),
-      DescribeMethod<&I::GetSingleThreadedThreshold>("GetSingleThreadedThreshold", {}),
-      DescribeMethod<&I::GetGranularity>("GetGranularity", {}),
-  };
-}
 
 }  // namespace ostra

@@ -9,6 +9,7 @@
 
 #include "ostra/core/interned_id.h"
 #include "ostra/core/strong_ref.h"
+#include "ostra/core/synchronized_hash_map.h"
 #include "tests/support/fault_injection.h"
 
 namespace ostra {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "ostra/object/module_loader.h"
+#include "ostra/object/reflection.h"
 #include "tests/support/diagnostic_recorder.h"
 #include "tests/support/result_matchers.h"
 #include "tests/support/texts.h"
