@@ -222,13 +222,15 @@ struct DataTypeOf<BaseArray<T>> {
 }  // namespace ostra
 
 // Gives a C++ type a DataType under an ID. At global scope, in one place that every user of the type includes.
-#define OSTRA_DATATYPE(Type, idText, nameText)                                                          \
-  template <>                                                                                           \
-  struct ostra::DataTypeOf<Type> {                                                                      \
-    static ::ostra::DataType Make() {                                                                   \
-      using namespace ::ostra::literals;                                                                \
-      return ::ostra::DataType::FindOrRegister(::ostra::DescribeType<Type>(idText##_id, nameText##_s)); \
-    }                                                                                                   \
+// The function is a template, so that compilers make the operations only of types that are asked for.
+#define OSTRA_DATATYPE(Type, idText, nameText)                                                               \
+  template <>                                                                                                \
+  struct ostra::DataTypeOf<Type> {                                                                           \
+    template <class OstraType = Type>                                                                        \
+    static ::ostra::DataType Make() {                                                                        \
+      using namespace ::ostra::literals;                                                                     \
+      return ::ostra::DataType::FindOrRegister(::ostra::DescribeType<OstraType>(idText##_id, nameText##_s)); \
+    }                                                                                                        \
   }
 
 #include "ostra/core/data_type_operations.h"
