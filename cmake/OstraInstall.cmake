@@ -35,6 +35,7 @@ foreach(header
     program/kernel_group_interface.h
     program/kernel_groups.h
     program/kernel_interface.h
+    program/kernel_interface_reflection.h
     program/kernel_language.h
     program/kernel_lanes.inl
     program/kernel_loops.h
