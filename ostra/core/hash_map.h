@@ -1,4 +1,4 @@
-// Hash tables under the host's error contract. A thin facade: std::unordered_map does the work.
+// Hash tables under the host's error contract.
 //
 //   HashMap<InternedId, Kernel> kernels;
 //   OSTRA_ASSIGN_OR_RETURN(auto entry, kernels.Insert(id));      // entry.value, entry.isNew
@@ -8,9 +8,13 @@
 // (synchronized_hash_map.h) is.
 #pragma once
 
-#include <unordered_map>
+#include <cstddef>
+#include <new>
+#include <type_traits>
 #include <utility>
 
+#include "ostra/core/hash.h"
+#include "ostra/core/hash_table.h"
 #include "ostra/core/memory.h"
 #include "ostra/core/result.h"
 
@@ -31,60 +35,130 @@ struct HashOf {
 
 template <class Key, class Value>
 class HashMap {
-  using Table = std::unordered_map<Key, Value, HashOf, std::equal_to<Key>, HostAllocator<std::pair<const Key, Value>>>;
-
  public:
   struct Entry {
     Value* value;
     Bool isNew;
   };
+  struct Pair {
+    const Key first;
+    Value second;
+    template <class... Arguments>
+    explicit Pair(const Key& key, Arguments&&... arguments)
+        : first(key), second(std::forward<Arguments>(arguments)...) {}
+  };
+
+  HashMap() = default;
+  HashMap(HashMap&& other) noexcept = default;
+  HashMap& operator=(HashMap&& other) noexcept {
+    HashMap old(std::move(other));
+    _table.Swap(old._table);
+    return *this;
+  }
+  ~HashMap() { Reset(); }
 
   // The value of `key`, made with `arguments` when there is none. Error: out of memory; the table is then unchanged.
   template <class... Arguments>
   Result<Entry> Insert(const Key& key, Arguments&&... arguments) {
-    try {
-      auto [position, isNew] = _table.try_emplace(key, std::forward<Arguments>(arguments)...);
-      return Entry{&position->second, isNew};
-    } catch (const std::bad_alloc&) {
-      return Error::MakeOutOfMemory("hashmap", __LINE__);
-    }
+    const UInt64 hash = HashOf()(key);
+    if (Node* known = FindNode(hash, key)) return Entry{&known->pair.second, false};
+    Node* const node = MakeNode(key, std::forward<Arguments>(arguments)...);
+    if (!node) return Error::MakeOutOfMemory("hashmap", __LINE__);
+    node->hash = hash;
+    if (_table.Insert(*node)) return Entry{&node->pair.second, true};
+    DeleteObj(node);
+    return Error::MakeOutOfMemory("hashmap", __LINE__);
   }
 
   // Null when absent.
   Value* Find(const Key& key) {
-    const auto position = _table.find(key);
-    return position == _table.end() ? nullptr : &position->second;
+    Node* const node = FindNode(HashOf()(key), key);
+    return node ? &node->pair.second : nullptr;
   }
   const Value* Find(const Key& key) const { return const_cast<HashMap*>(this)->Find(key); }
   Bool Contains(const Key& key) const { return Find(key); }
 
   // True when the key was there.
-  Bool Erase(const Key& key) { return _table.erase(key) != 0; }
-  void Reset() { _table.clear(); }
-
-  // Prepares for `buckets` entries. Errors: out of memory; illegal argument for a negative count.
-  Result<void> Resize(Int buckets) {
-    if (buckets < 0)
-      return Error::Make(kIllegalArgumentError, "A table cannot have a negative count.", "hashmap", __LINE__);
-    try {
-      _table.reserve(static_cast<std::size_t>(buckets));
-      return OK;
-    } catch (const std::bad_alloc&) {
-      return Error::MakeOutOfMemory("hashmap", __LINE__);
+  Bool Erase(const Key& key) {
+    Node* const node = FindNode(HashOf()(key), key);
+    if (!node) return false;
+    _table.Erase(*node);
+    DeleteObj(node);
+    return true;
+  }
+  [[gnu::noinline]] void Reset() {  // destructors would have copies of it
+    HashTable::Node* node = _table.GetFirst();
+    _table.Reset();
+    while (node) {
+      HashTable::Node* const next = node->next;
+      DeleteObj(static_cast<Node*>(node));
+      node = next;
     }
   }
 
-  Int GetCount() const { return static_cast<Int>(_table.size()); }
-  Bool IsEmpty() const { return _table.empty(); }
+  // Prepares for `count` entries. Errors: out of memory; illegal argument for a negative count.
+  Result<void> Resize(Int count) {
+    if (count < 0)
+      return Error::Make(kIllegalArgumentError, "A table cannot have a negative count.", "hashmap", __LINE__);
+    if (!_table.Reserve(count)) return Error::MakeOutOfMemory("hashmap", __LINE__);
+    return OK;
+  }
+
+  Int GetCount() const { return _table.GetCount(); }
+  Bool IsEmpty() const { return GetCount() == 0; }
 
   // Pairs of key (first) and value (second), in no particular order.
-  auto begin() { return _table.begin(); }
-  auto end() { return _table.end(); }
-  auto begin() const { return _table.begin(); }
-  auto end() const { return _table.end(); }
+  auto begin() { return Iterator<Pair>{_table.GetFirst()}; }
+  auto end() { return Iterator<Pair>{}; }
+  auto begin() const { return Iterator<const Pair>{_table.GetFirst()}; }
+  auto end() const { return Iterator<const Pair>{}; }
 
  private:
-  Table _table;
+  struct Node : HashTable::Node {
+    Pair pair;
+    template <class... Arguments>
+    explicit Node(const Key& key, Arguments&&... arguments) : pair(key, std::forward<Arguments>(arguments)...) {}
+  };
+  template <class P>
+  struct Iterator {
+    HashTable::Node* node = nullptr;
+    P& operator*() const { return static_cast<Node*>(node)->pair; }
+    P* operator->() const { return &**this; }
+    Iterator& operator++() {
+      node = node->next;
+      return *this;
+    }
+    Bool operator==(const Iterator&) const = default;
+  };
+
+  Node* FindNode(UInt64 hash, const Key& key) const {
+    const auto isKey = [](const HashTable::Node& node, const void* wanted) -> Bool {
+      return static_cast<const Node&>(node).pair.first == *static_cast<const Key*>(wanted);
+    };
+    return static_cast<Node*>(_table.Find(hash, &key, isKey));
+  }
+
+  // Null when memory is exhausted.
+  template <class... Arguments>
+  static Node* MakeNode(const Key& key, Arguments&&... arguments) {
+    if constexpr (std::is_nothrow_copy_constructible_v<Key> && std::is_nothrow_constructible_v<Value, Arguments&&...>) {
+      return NewObj<Node>(key, std::forward<Arguments>(arguments)...);
+    } else {
+      void* const memory = AllocMem(static_cast<Int>(sizeof(Node)));
+      if (!memory) return nullptr;
+      try {
+        return ::new (memory) Node(key, std::forward<Arguments>(arguments)...);
+      } catch (const std::bad_alloc&) {
+        FreeMem(memory);
+        return nullptr;
+      } catch (...) {
+        FreeMem(memory);
+        throw;
+      }
+    }
+  }
+
+  HashTable _table;
 };
 
 }  // namespace ostra
