@@ -9,6 +9,23 @@
 
 OSTRA_UNIT("datatype");
 
+OSTRA_HOST_DATATYPE_DEFINITION(ostra::Bool, "net.ostra.datatype.bool", "bool")
+OSTRA_HOST_DATATYPE_DEFINITION(ostra::UInt8, "net.ostra.datatype.uchar", "uchar")
+OSTRA_HOST_DATATYPE_DEFINITION(ostra::Char, "net.ostra.datatype.char", "char")
+OSTRA_HOST_DATATYPE_DEFINITION(ostra::Int8, "net.ostra.datatype.int8", "int8")
+OSTRA_HOST_DATATYPE_DEFINITION(ostra::UInt16, "net.ostra.datatype.uint16", "uint16")
+OSTRA_HOST_DATATYPE_DEFINITION(ostra::Int16, "net.ostra.datatype.int16", "int16")
+OSTRA_HOST_DATATYPE_DEFINITION(ostra::UInt32, "net.ostra.datatype.uint32", "uint32")
+OSTRA_HOST_DATATYPE_DEFINITION(ostra::Int32, "net.ostra.datatype.int32", "int32")
+OSTRA_HOST_DATATYPE_DEFINITION(ostra::UInt64, "net.ostra.datatype.uint64", "uint64")
+OSTRA_HOST_DATATYPE_DEFINITION(ostra::Int64, "net.ostra.datatype.int", "int")
+OSTRA_HOST_DATATYPE_DEFINITION(ostra::Float32, "net.ostra.datatype.float32", "float32")
+OSTRA_HOST_DATATYPE_DEFINITION(ostra::Float64, "net.ostra.datatype.float64", "float64")
+OSTRA_HOST_DATATYPE_DEFINITION(ostra::String, "net.ostra.datatype.string", "string")
+OSTRA_HOST_DATATYPE_DEFINITION(ostra::CString, "net.ostra.datatype.cstring", "cstring")
+OSTRA_HOST_DATATYPE_DEFINITION(ostra::Id, "net.ostra.datatype.id", "id")
+OSTRA_HOST_DATATYPE_DEFINITION(ostra::InternedId, "net.ostra.datatype.internedid", "internedid")
+
 namespace ostra {
 
 struct DataType::Record {

@@ -233,4 +233,17 @@ struct DataTypeOf<BaseArray<T>> {
     }                                                                                                        \
   }
 
+// For types of the host: their operations are in libostra alone, so that compilers of kernels do not make them again.
+// The DataType is defined there with OSTRA_HOST_DATATYPE_DEFINITION.
+#define OSTRA_HOST_DATATYPE(Type)            \
+  template <>                                \
+  struct OSTRA_API ostra::DataTypeOf<Type> { \
+    static ::ostra::DataType Make();         \
+  }
+#define OSTRA_HOST_DATATYPE_DEFINITION(Type, idText, nameText)                                        \
+  ::ostra::DataType ostra::DataTypeOf<Type>::Make() {                                                 \
+    using namespace ::ostra::literals;                                                                \
+    return ::ostra::DataType::FindOrRegister(::ostra::DescribeType<Type>(idText##_id, nameText##_s)); \
+  }
+
 #include "ostra/core/data_type_operations.h"

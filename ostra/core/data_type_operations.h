@@ -156,19 +156,19 @@ struct DataTypeOf<Atomic<T>> {
 
 }  // namespace ostra
 
-OSTRA_DATATYPE(ostra::Bool, "net.ostra.datatype.bool", "bool");
-OSTRA_DATATYPE(ostra::UInt8, "net.ostra.datatype.uchar", "uchar");
-OSTRA_DATATYPE(ostra::Char, "net.ostra.datatype.char", "char");
-OSTRA_DATATYPE(ostra::Int8, "net.ostra.datatype.int8", "int8");
-OSTRA_DATATYPE(ostra::UInt16, "net.ostra.datatype.uint16", "uint16");
-OSTRA_DATATYPE(ostra::Int16, "net.ostra.datatype.int16", "int16");
-OSTRA_DATATYPE(ostra::UInt32, "net.ostra.datatype.uint32", "uint32");
-OSTRA_DATATYPE(ostra::Int32, "net.ostra.datatype.int32", "int32");
-OSTRA_DATATYPE(ostra::UInt64, "net.ostra.datatype.uint64", "uint64");
-OSTRA_DATATYPE(ostra::Int64, "net.ostra.datatype.int", "int");
-OSTRA_DATATYPE(ostra::Float32, "net.ostra.datatype.float32", "float32");
-OSTRA_DATATYPE(ostra::Float64, "net.ostra.datatype.float64", "float64");
-OSTRA_DATATYPE(ostra::String, "net.ostra.datatype.string", "string");
-OSTRA_DATATYPE(ostra::CString, "net.ostra.datatype.cstring", "cstring");
-OSTRA_DATATYPE(ostra::Id, "net.ostra.datatype.id", "id");
-OSTRA_DATATYPE(ostra::InternedId, "net.ostra.datatype.internedid", "internedid");
+OSTRA_HOST_DATATYPE(ostra::Bool);
+OSTRA_HOST_DATATYPE(ostra::UInt8);
+OSTRA_HOST_DATATYPE(ostra::Char);
+OSTRA_HOST_DATATYPE(ostra::Int8);
+OSTRA_HOST_DATATYPE(ostra::UInt16);
+OSTRA_HOST_DATATYPE(ostra::Int16);
+OSTRA_HOST_DATATYPE(ostra::UInt32);
+OSTRA_HOST_DATATYPE(ostra::Int32);
+OSTRA_HOST_DATATYPE(ostra::UInt64);
+OSTRA_HOST_DATATYPE(ostra::Int64);
+OSTRA_HOST_DATATYPE(ostra::Float32);
+OSTRA_HOST_DATATYPE(ostra::Float64);
+OSTRA_HOST_DATATYPE(ostra::String);
+OSTRA_HOST_DATATYPE(ostra::CString);
+OSTRA_HOST_DATATYPE(ostra::Id);
+OSTRA_HOST_DATATYPE(ostra::InternedId);

@@ -6,8 +6,6 @@
 #include "ostra/math/matrix.h"
 #include "ostra/math/vector.h"
 
-OSTRA_DATATYPE(ostra::HalfFloat, "net.ostra.datatype.float16", "float16");
-
 namespace ostra {
 
 template <glm::length_t N, class T>
@@ -17,25 +15,18 @@ struct DataTypeOf<glm::vec<N, T, glm::packed_highp>> {
   }
 };
 
-template <>
-struct DataTypeOf<SquareMatrix32> {
-  static DataType Make() {
-    return MakeParametric<SquareMatrix32>(kSquareMatrixParametricType, GetDataType<Vec3<Float32>>(), 3);
-  }
-};
-
-template <>
-struct DataTypeOf<SquareMatrix4d32> {
-  static DataType Make() {
-    return MakeParametric<SquareMatrix4d32>(kSquareMatrixParametricType, GetDataType<Vec4<Float32>>(), 4);
-  }
-};
-
-template <>
-struct DataTypeOf<AffineMatrix32> {
-  static DataType Make() {
-    return MakeParametric<AffineMatrix32>(kMatrixParametricType, GetDataType<Vec3<Float32>>(), 4);
-  }
-};
-
 }  // namespace ostra
+
+OSTRA_HOST_DATATYPE(ostra::HalfFloat);
+OSTRA_HOST_DATATYPE(ostra::Vec2<ostra::Float32>);
+OSTRA_HOST_DATATYPE(ostra::Vec3<ostra::Float32>);
+OSTRA_HOST_DATATYPE(ostra::Vec4<ostra::Float32>);
+OSTRA_HOST_DATATYPE(ostra::Vec2<ostra::Int32>);
+OSTRA_HOST_DATATYPE(ostra::Vec3<ostra::Int32>);
+OSTRA_HOST_DATATYPE(ostra::Vec4<ostra::Int32>);
+OSTRA_HOST_DATATYPE(ostra::Vec2<ostra::UInt32>);
+OSTRA_HOST_DATATYPE(ostra::Vec3<ostra::UInt32>);
+OSTRA_HOST_DATATYPE(ostra::Vec4<ostra::UInt32>);
+OSTRA_HOST_DATATYPE(ostra::SquareMatrix32);
+OSTRA_HOST_DATATYPE(ostra::SquareMatrix4d32);
+OSTRA_HOST_DATATYPE(ostra::AffineMatrix32);
