@@ -53,20 +53,21 @@ OSTRA_API void AddClassRef(const Class& objectClass);
 OSTRA_API void ReleaseClass(const Class& objectClass);
 
 // Implements ObjectInterface for a class. `Derived` offers `static constexpr const char* kComponentName`.
+// Its longer functions stay out of line: each interface but the first has an entry of its own that leads to them.
 template <class Derived, class... Interfaces>
 class Component : public Interfaces... {
  public:
   void AddRef() const final { _references.Add(); }
-  void Release() const final {
+  [[gnu::noinline]] void Release() const final {
     if (_references.Drop()) DeleteObj(static_cast<const Derived*>(this));
   }
-  void* FindInterface(const Id& interfaceId) final {
+  [[gnu::noinline]] void* FindInterface(const Id& interfaceId) final {
     void* found = nullptr;
     static_cast<void>(((Interfaces::kInterfaceId == interfaceId && (found = static_cast<Interfaces*>(this))) || ...));
     return found;
   }
   const Class& GetClass() const final { return *_class; }
-  Result<void> CopyFrom(const ObjectInterface&) override {
+  [[gnu::noinline]] Result<void> CopyFrom(const ObjectInterface&) override {
     return MakeCopyNotImplementedError(Derived::kComponentName);
   }
 

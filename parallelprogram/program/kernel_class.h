@@ -25,22 +25,37 @@ struct Tuning {
   static constexpr Int kSingleThreadedThreshold = SingleThreadedThreshold::kValue;
 };
 
+// A parameter as a record names it (kernel_parameters.h).
+struct RecordedParameter {
+  const char* name;
+  DataType type;
+  Bool isUsed;
+};
+
+// Adds it to the parameters and the declarations of a kernel. One function for all of them: it runs once for each.
+// Errors: as of KernelBase::AddParameter.
+[[gnu::noinline, gnu::cold]] inline Result<void> DeclareKernelParameter(const RecordedParameter& parameter,
+                                                                        const char* kernel, void* member,
+                                                                        KernelParameterMap& parameters,
+                                                                        BaseArray<KernelDeclaration>& declarations) {
+  OSTRA_RETURN_IF_ERROR(AddKernelParameter(parameters, kernel, parameter.name, parameter.type, member));
+  OSTRA_ASSIGN_OR_RETURN(const InternedId id, InternedId::Create(parameter.name));
+  const Bool isResource = parameter.type.IsPointer() || parameter.type.IsMadeWith(kBlockParametricType);
+  OSTRA_RETURN_IF_ERROR(declarations.Append(KernelDeclaration{id, parameter.type, parameter.isUsed && isResource}));
+  return OK;
+}
+
 template <class Derived, class Parameters, class Body, class Tuning>
 class KernelClass : public KernelBase<Derived, KernelRangeInterface, KernelDeclarationInterface> {
  public:
-  Result<void> Init() override {
+  [[gnu::cold]] Result<void> Init() override {
     using Group = typename Tuning::Group;
     this->_workGroupSize = {Group::kX, Group::kY, Group::kZ};
     this->_granularity = Tuning::kGranularity;
     this->_singleThreadedThreshold = Tuning::kSingleThreadedThreshold;
     return _values.ForEach([this](const char* name, auto& member, Bool isUsed) -> Result<void> {
-      using Member = std::remove_reference_t<decltype(member)>;
-      OSTRA_RETURN_IF_ERROR(this->AddParameter(name, member));
-      OSTRA_ASSIGN_OR_RETURN(const InternedId id, InternedId::Create(name));
-      const DataType type = GetDataType<Member>();
-      const Bool isResource = type.IsPointer() || type.IsMadeWith(kBlockParametricType);
-      OSTRA_RETURN_IF_ERROR(_declarations.Append(KernelDeclaration{id, type, isUsed && isResource}));
-      return OK;
+      return DeclareKernelParameter({name, GetDataType<std::remove_reference_t<decltype(member)>>(), isUsed},
+                                    Derived::kComponentName, &member, this->_parameters, _declarations);
     });
   }
 

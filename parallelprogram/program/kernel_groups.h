@@ -56,18 +56,14 @@ OSTRA_KERNEL_INLINE T& GetGroupElement(T (&array)[count], Index index, [[maybe_u
 template <class Derived, class Parameters, class Body, class Tuning>
 class GroupKernelClass : public KernelBase<Derived, KernelGroupInterface, KernelDeclarationInterface> {
  public:
-  Result<void> Init() override {
+  [[gnu::cold]] Result<void> Init() override {
     using Group = typename Tuning::Group;
     this->_workGroupSize = {Group::kX, Group::kY, Group::kZ};
     this->_granularity = Tuning::kGranularity;
     this->_singleThreadedThreshold = Tuning::kSingleThreadedThreshold;
     return _values.ForEach([this](const char* name, auto& member, Bool isUsed) -> Result<void> {
-      OSTRA_RETURN_IF_ERROR(this->AddParameter(name, member));
-      OSTRA_ASSIGN_OR_RETURN(const InternedId id, InternedId::Create(name));
-      const DataType type = GetDataType<std::remove_reference_t<decltype(member)>>();
-      const Bool isResource = type.IsPointer() || type.IsMadeWith(kBlockParametricType);
-      OSTRA_RETURN_IF_ERROR(_declarations.Append(KernelDeclaration{id, type, isUsed && isResource}));
-      return OK;
+      return DeclareKernelParameter({name, GetDataType<std::remove_reference_t<decltype(member)>>(), isUsed},
+                                    Derived::kComponentName, &member, this->_parameters, _declarations);
     });
   }
 

@@ -123,9 +123,8 @@ class RangeLoops {
   static void Run(const Body& body, const KernelRange& range) {
     if (range.isOrdered) return RunOrdered(body, range);
 #ifdef OSTRA_KERNEL_ONLY_LEVEL
-    using Lanes = LaneForm<Body, static_cast<InstructionLevel>(OSTRA_KERNEL_ONLY_LEVEL)>;
-    if constexpr (Lanes::kExists) return Lanes::Run(body, range);
-#endif
+    RunLevel<static_cast<InstructionLevel>(OSTRA_KERNEL_ONLY_LEVEL)>(body, range);
+#else
 #ifdef OSTRA_KERNEL_LEVELS
     if (g_instructionLevel == InstructionLevel::kVectors512)
       return RunLevel<InstructionLevel::kVectors512>(body, range);
@@ -133,6 +132,7 @@ class RangeLoops {
       return RunLevel<InstructionLevel::kVectors256>(body, range);
 #endif
     RunLevel<InstructionLevel::kBaseline>(body, range);
+#endif
   }
 
   // Invocations that Run computes at a time.

@@ -19,7 +19,7 @@ using KernelTable = std::span<const kernelclasses::Entry>;
 
 // Enters the classes; they are taken back with the module. Errors: illegal state when the parallelprogram module is not
 // loaded; those of the registry (illegal argument for an ID that is taken) and out of memory.
-inline Result<void> RegisterKernels(ModuleDescriptor& module, KernelTable kernels) {
+[[gnu::cold]] inline Result<void> RegisterKernels(ModuleDescriptor& module, KernelTable kernels) {
   if (!ClassRegistry::Find(kKernelClassRegistry))
     return MakeError(
         kIllegalStateError, "kernel_registration", __LINE__,
