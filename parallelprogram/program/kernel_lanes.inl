@@ -1,8 +1,5 @@
 // What the wide form of a kernel needs beside lanes (ostra/math/lanes): its loop over a range, runs of buffer elements,
 // and words that are called once per lane. Included once per instruction level, like lanes.inl.
-#include "ostra/math/lanes/lanes.inl"
-#include "parallelprogram/program/kernel_loops.h"
-
 #if (OSTRA_LANE_LEVEL == 0 && !defined(OSTRA_HAS_KERNEL_LANES_0)) || \
     (OSTRA_LANE_LEVEL == 1 && !defined(OSTRA_HAS_KERNEL_LANES_1)) || \
     (OSTRA_LANE_LEVEL == 2 && !defined(OSTRA_HAS_KERNEL_LANES_2))
@@ -13,6 +10,9 @@
 #else
 #define OSTRA_HAS_KERNEL_LANES_2
 #endif
+
+#include "ostra/math/lanes/lanes.inl"
+#include "parallelprogram/program/kernel_loops.h"
 
 #include "ostra/math/lanes/level_begin.inl"
 

@@ -5,14 +5,6 @@
 // AVX-512 (F, BW, DQ, VL). A source that is compiled for several levels includes this header once for each, so there is
 // no guard around the whole. Each level is a namespace of its own (lanes4, lanes8, lanes16), so that no inline function
 // of one level can replace that of another when the program is linked.
-#include <cstring>
-#include <type_traits>
-#include <utility>
-
-#include "ostra/math/matrix.h"
-#include "ostra/math/scalar_functions.h"
-#include "ostra/math/vector.h"
-
 #ifndef OSTRA_LANE_LEVEL
 #define OSTRA_LANE_LEVEL 0
 #endif
@@ -26,6 +18,14 @@
 #else
 #define OSTRA_HAS_LANES_2
 #endif
+
+#include <cstring>
+#include <type_traits>
+#include <utility>
+
+#include "ostra/math/matrix.h"
+#include "ostra/math/scalar_functions.h"
+#include "ostra/math/vector.h"
 
 #include "ostra/math/lanes/level_begin.inl"
 
