@@ -464,7 +464,7 @@ OSTRA_LANE_INLINE void SampleLinear(const TextureSamplerDataHelper& sampler,
       const Native<Float32> value = BlendPairs<kDimensions>(
           weight, [&](int row, Native<Float32>& left, Native<Float32>& right) __attribute__((always_inline)) {
             ReadPairs(data._texels, offsets[2 * row], left, right, LaneNumbers());
-            right = (apart == 0).v ? left : right;
+            right = (apart == 0).Choose(left, right);
           });
       std::memcpy(result, &value, sizeof(value));
       return;

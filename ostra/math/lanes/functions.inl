@@ -82,9 +82,9 @@ OSTRA_LANE_INLINE Lanes<Float32> fract(Lanes<Float32> x) { return x - floor(x); 
 OSTRA_LANE_INLINE Lanes<Float32> mod(Lanes<Float32> x, Lanes<Float32> y) { return x - y * floor(x / y); }
 
 // One argument at least is a value of lanes; the others may be scalars.
-#define OSTRA_LANE_ORDER(T)                                                              \
-  OSTRA_LANE_INLINE Lanes<T> min(Lanes<T> x, Lanes<T> y) { return Select(y < x, y, x); } \
-  OSTRA_LANE_INLINE Lanes<T> max(Lanes<T> x, Lanes<T> y) { return Select(x < y, y, x); } \
+#define OSTRA_LANE_ORDER(T)                                                                                \
+  OSTRA_LANE_INLINE Lanes<T> min(Lanes<T> x, Lanes<T> y) { return Lanes<T>::Make(y.v < x.v ? y.v : x.v); } \
+  OSTRA_LANE_INLINE Lanes<T> max(Lanes<T> x, Lanes<T> y) { return Lanes<T>::Make(x.v < y.v ? y.v : x.v); } \
   OSTRA_LANE_INLINE Lanes<T> clamp(Lanes<T> x, Lanes<T> low, Lanes<T> high) { return min(max(x, low), high); }
 OSTRA_LANE_ORDER(Float32)
 OSTRA_LANE_ORDER(Int32)

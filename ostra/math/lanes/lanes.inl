@@ -1,5 +1,6 @@
-// Lanes: values of several invocations side by side, in the compilers' vector types. See values.inl for the types,
-// functions.inl and vectors.inl for the vocabulary's functions, memory.inl for loads and stores.
+// Lanes: values of several invocations side by side, in the compilers' vector types. See masks.inl and values.inl for
+// the types, functions.inl and vectors.inl for the vocabulary's functions, memory.inl for loads and stores, rows.inl
+// for vectors that are not taken apart.
 //
 // OSTRA_LANE_LEVEL says for which instruction level: 0 every x86-64 processor and other processors, 1 AVX2 and FMA, 2
 // AVX-512 (F, BW, DQ, VL). A source that is compiled for several levels includes this header once for each, so there is
@@ -29,6 +30,8 @@
 
 #include "ostra/math/lanes/level_begin.inl"
 
+#include "ostra/math/lanes/masks.inl"
+//
 #include "ostra/math/lanes/values.inl"
 //
 #include "ostra/math/lanes/functions.inl"

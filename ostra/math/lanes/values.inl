@@ -1,4 +1,4 @@
-// Lanes<T> and Mask: one value of a number, or of a condition, for each of kLaneCount invocations.
+// Lanes<T>: a number for each of kLaneCount invocations; conditions of them are masks (masks.inl).
 //
 //   #define OSTRA_LANE_LEVEL 2
 //   #include "ostra/math/lanes/lanes.inl"
@@ -14,79 +14,6 @@
 // Nothing allocates, fails or keeps state.
 
 namespace ostra::OSTRA_LANES {
-
-inline constexpr int kLaneCount = OSTRA_LANE_COUNT;
-
-template <class T>
-struct NativeVector {
-  typedef T Type __attribute__((vector_size(sizeof(T) * kLaneCount)));
-};
-template <class T>
-using Native = typename NativeVector<T>::Type;
-
-// A vector whose lanes are all ones where a comparison of lanes of T holds, else all zeros.
-template <class T>
-using NativeCondition = Native<std::conditional_t<sizeof(T) == sizeof(Int64), Int64, Int32>>;
-
-// A condition per lane. There is no && and ||: `&` and `|` compute both sides.
-struct Mask {
-  using Element = Bool;
-
-  Native<Int32> v;  // -1 or 0
-
-  Mask() = default;
-  OSTRA_LANE_INLINE Mask(Bool all) : v(static_cast<Int32>(-static_cast<Int32>(all)) - Native<Int32>{}) {}
-
-  template <class Condition>
-  OSTRA_LANE_INLINE static Mask Make(Condition condition) {
-    Mask mask;
-    if constexpr (sizeof(condition) == sizeof(mask.v))
-      mask.v = reinterpret_cast<Native<Int32>>(condition);
-    else
-      mask.v = __builtin_convertvector(condition, Native<Int32>);
-    return mask;
-  }
-  // As wide as the elements that it chooses.
-  template <class T>
-  OSTRA_LANE_INLINE NativeCondition<T> As() const {
-    if constexpr (sizeof(T) == sizeof(Int32))
-      return v;
-    else
-      return __builtin_convertvector(v, NativeCondition<T>);
-  }
-
-  OSTRA_LANE_INLINE Bool Get(int lane) const { return v[lane] != 0; }
-  OSTRA_LANE_INLINE void Set(int lane, Bool value) { v[lane] = -static_cast<Int32>(value); }
-
-  friend OSTRA_LANE_INLINE Mask operator&(Mask a, Mask b) { return Make(a.v & b.v); }
-  friend OSTRA_LANE_INLINE Mask operator|(Mask a, Mask b) { return Make(a.v | b.v); }
-  friend OSTRA_LANE_INLINE Mask operator^(Mask a, Mask b) { return Make(a.v ^ b.v); }
-  friend OSTRA_LANE_INLINE Mask operator!(Mask a) { return Make(~a.v); }
-  friend OSTRA_LANE_INLINE Mask operator==(Mask a, Mask b) { return Make(a.v == b.v); }
-  friend OSTRA_LANE_INLINE Mask operator!=(Mask a, Mask b) { return Make(a.v != b.v); }
-};
-
-// Where `a` holds and `b` does not.
-OSTRA_LANE_INLINE Mask AndNot(Mask a, Mask b) { return Mask::Make(a.v & ~b.v); }
-
-// Bit i of the result is lane i.
-OSTRA_LANE_INLINE UInt32 GetBits(Mask mask) {
-#if !defined(__x86_64__)
-  UInt32 bits = 0;
-  for (int i = 0; i < kLaneCount; ++i) bits |= static_cast<UInt32>(mask.v[i] & 1) << i;
-  return bits;
-#elif OSTRA_LANE_LEVEL == 0
-  return static_cast<UInt32>(__builtin_ia32_movmskps(reinterpret_cast<Native<Float32>>(mask.v)));
-#elif OSTRA_LANE_LEVEL == 1
-  return static_cast<UInt32>(__builtin_ia32_movmskps256(reinterpret_cast<Native<Float32>>(mask.v)));
-#else
-  return static_cast<UInt16>(__builtin_ia32_cvtd2mask512(mask.v));
-#endif
-}
-inline constexpr UInt32 kAllBits = (1u << kLaneCount) - 1u;
-OSTRA_LANE_INLINE Bool Any(Mask mask) { return GetBits(mask) != 0; }
-OSTRA_LANE_INLINE Bool All(Mask mask) { return GetBits(mask) == kAllBits; }
-OSTRA_LANE_INLINE Bool None(Mask mask) { return GetBits(mask) == 0; }
 
 // The number of each lane: 0, 1, 2, ...
 template <class T>
@@ -128,12 +55,12 @@ struct Lanes {
   friend OSTRA_LANE_INLINE Lanes operator^(Lanes a, Lanes b) requires(!std::is_floating_point_v<T>) { return Make(a.v ^ b.v); }
   friend OSTRA_LANE_INLINE Lanes operator~(Lanes a) requires(!std::is_floating_point_v<T>) { return Make(~a.v); }
 
-  friend OSTRA_LANE_INLINE Mask operator<(Lanes a, Lanes b) { return Mask::Make(a.v < b.v); }
-  friend OSTRA_LANE_INLINE Mask operator<=(Lanes a, Lanes b) { return Mask::Make(a.v <= b.v); }
-  friend OSTRA_LANE_INLINE Mask operator>(Lanes a, Lanes b) { return Mask::Make(a.v > b.v); }
-  friend OSTRA_LANE_INLINE Mask operator>=(Lanes a, Lanes b) { return Mask::Make(a.v >= b.v); }
-  friend OSTRA_LANE_INLINE Mask operator==(Lanes a, Lanes b) { return Mask::Make(a.v == b.v); }
-  friend OSTRA_LANE_INLINE Mask operator!=(Lanes a, Lanes b) { return Mask::Make(a.v != b.v); }
+  friend OSTRA_LANE_INLINE Mask operator<(Lanes a, Lanes b) { return Mask::Compare<Relation::kLess>(a.v, b.v); }
+  friend OSTRA_LANE_INLINE Mask operator<=(Lanes a, Lanes b) { return Mask::Compare<Relation::kLessOrEqual>(a.v, b.v); }
+  friend OSTRA_LANE_INLINE Mask operator>(Lanes a, Lanes b) { return Mask::Compare<Relation::kGreater>(a.v, b.v); }
+  friend OSTRA_LANE_INLINE Mask operator>=(Lanes a, Lanes b) { return Mask::Compare<Relation::kGreaterOrEqual>(a.v, b.v); }
+  friend OSTRA_LANE_INLINE Mask operator==(Lanes a, Lanes b) { return Mask::Compare<Relation::kEqual>(a.v, b.v); }
+  friend OSTRA_LANE_INLINE Mask operator!=(Lanes a, Lanes b) { return Mask::Compare<Relation::kNotEqual>(a.v, b.v); }
   // clang-format on
 };
 
@@ -145,9 +72,9 @@ OSTRA_LANE_INLINE Lanes<T> MakeIota() {
 // `a` where the mask holds, `b` elsewhere.
 template <class T>
 OSTRA_LANE_INLINE Lanes<T> Select(Mask mask, Lanes<T> a, Lanes<T> b) {
-  return Lanes<T>::Make(mask.template As<T>() ? a.v : b.v);
+  return Lanes<T>::Make(mask.Choose(a.v, b.v));
 }
-OSTRA_LANE_INLINE Mask Select(Mask mask, Mask a, Mask b) { return Mask::Make((mask.v & a.v) | (~mask.v & b.v)); }
+OSTRA_LANE_INLINE Mask Select(Mask mask, Mask a, Mask b) { return (mask & a) | AndNot(b, mask); }
 
 // Shifts to the left and to the right, each lane by a number of its own; arithmetic for signed elements. The numbers
 // are below the width of T in every lane.
@@ -168,8 +95,9 @@ OSTRA_LANE_INLINE Lanes<To> Convert(Lanes<From> a) {
     const From half = 2147483648.0f;
     const Mask isUpper = a >= Lanes<From>(half);
     const auto low = __builtin_convertvector(Select(isUpper, a - Lanes<From>(half), a).v, Native<Int32>);
-    return Lanes<To>::Make(reinterpret_cast<Native<To>>(low) ^
-                           (reinterpret_cast<Native<To>>(isUpper.v) & (To(0x80000000u) - Native<To>{})));
+    return Lanes<To>::Make(
+        reinterpret_cast<Native<To>>(low) ^
+        (reinterpret_cast<Native<To>>(isUpper.template As<To>()) & (To(0x80000000u) - Native<To>{})));
   } else {
     return Lanes<To>::Make(__builtin_convertvector(a.v, Native<To>));
   }
