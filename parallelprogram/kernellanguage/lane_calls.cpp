@@ -23,7 +23,36 @@ LanePrinter::Value LanePrinter::Call(NodeIndex node) {
   return {"", Form::kLanes, TypeOf(node)};
 }
 
+// A number that grows by 1 from lane to lane, kept within bounds: clamp(x, low, high), or min(max(x, low), high).
+std::optional<LanePrinter::Value> LanePrinter::CallClamp(NodeIndex node) {
+  const TypeIndex type = TypeOf(node);
+  const WordId word = _resolved.meaning[node].word;
+  if (type != kIntType && type != kUIntType) return {};
+  NodeIndex number = kNoNode, low = kNoNode, high = kNoNode;
+  if (word == WordId::kClamp) {
+    number = Child(node, 0), low = Child(node, 1), high = Child(node, 2);
+  } else if (word == WordId::kMin && KindOf(Child(node, 0)) == NodeKind::kCall &&
+             _resolved.meaning[Child(node, 0)].kind == MeaningKind::kWord &&
+             _resolved.meaning[Child(node, 0)].word == WordId::kMax) {
+    const NodeIndex inner = Child(node, 0);
+    if (_resolved.converted[inner] != type) return {};
+    number = Child(inner, 0), low = Child(inner, 1), high = Child(node, 1);
+  } else {
+    return {};
+  }
+  for (const NodeIndex argument : {number, low, high}) {
+    if (_resolved.converted[argument] != type) return {};
+  }
+  if (_uniformity.Get(number) != Uniformity{Variance::kLinear, 1} || FormOf(low) != Form::kShared ||
+      FormOf(high) != Form::kShared)
+    return {};
+  return Value{
+      Join({"ClampedRamp<", SharedType(type), ">{", Evaluate(number).text, ", ", Shared(low), ", ", Shared(high), "}"}),
+      Form::kClamped, type};
+}
+
 LanePrinter::Value LanePrinter::CallWord(NodeIndex node) {
+  if (auto clamped = CallClamp(node)) return *std::move(clamped);
   std::string arguments;
   for (const NodeIndex argument : _tree.GetChildren(node)) {
     const TypeIndex type = _resolved.converted[argument];
@@ -168,7 +197,7 @@ void LanePrinter::Function(NodeIndex function) {
   if (!canBeWritten) return;
   _function = function;
   _hasManyReturns = CountReturns(body) > 1;
-  _masks = {"ostraMask"};
+  _masks = {{"ostraMask"}};
   Line({"OSTRA_KERNEL_INLINE static ", type, " ostraLanes_", NameOf(function), "(", parameters, ") {"});
   Line({"[[maybe_unused]] Mask ostraReturned = false;"});
   if (result != kVoidType) Line({type, " ostraResult{};"});

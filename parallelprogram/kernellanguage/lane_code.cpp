@@ -11,14 +11,37 @@ namespace {
 // Types and functions that the wide form names. A function of the file may be called like one of the second list:
 // calls of that one have lanes as arguments, by which the compiler finds it.
 constexpr std::string_view kTypesAndMakers[] = {
-    "AffineMatrix32", "Bool",     "Float32", "Float64", "GroupX", "Int32", "Int64",          "LaneVec2",
-    "LaneVec3",       "LaneVec4", "Lanes",   "LocalX",  "Mask",   "Ramp",  "SquareMatrix32", "SquareMatrix4d32",
-    "UInt32",         "UInt64",   "Vec2",    "Vec3",    "Vec4",   "ostra", "vocabulary"};
-constexpr std::string_view kFunctionsOfLanes[] = {
-    "Any",         "AndNot",      "Convert",           "Divide", "DivideBy",    "FetchLanes", "ForEachLaneIn",
-    "Gather",      "GetElements", "GetSharedElements", "None",   "LoadRun",     "NoiseLanes", "Remainder",
-    "RemainderBy", "SampleLanes", "Scatter",           "Select", "SetElements", "ShiftLeft",  "ShiftRight",
-    "StoreLast",   "StoreRun"};
+    "AffineMatrix32", "Bool",      "ClampedRamp", "Float32",  "Float64",        "GroupX",
+    "Int32",          "Int64",     "LaneRows",    "LaneVec2", "LaneVec3",       "LaneVec4",
+    "Lanes",          "LocalX",    "Mask",        "Ramp",     "SquareMatrix32", "SquareMatrix4d32",
+    "ToRows",         "UInt32",    "UInt64",      "Vec2",     "Vec3",           "Vec4",
+    "ostra",          "vocabulary"};
+constexpr std::string_view kFunctionsOfLanes[] = {"Any",
+                                                  "AndNot",
+                                                  "Convert",
+                                                  "Divide",
+                                                  "DivideBy",
+                                                  "FetchLanes",
+                                                  "ForEachLaneIn",
+                                                  "Gather",
+                                                  "GatherRows",
+                                                  "GetElements",
+                                                  "GetSharedElements",
+                                                  "None",
+                                                  "LoadRowsOfRun",
+                                                  "LoadRun",
+                                                  "NoiseLanes",
+                                                  "Remainder",
+                                                  "RemainderBy",
+                                                  "SampleLanes",
+                                                  "Scatter",
+                                                  "Select",
+                                                  "SetElements",
+                                                  "ShiftLeft",
+                                                  "ShiftRight",
+                                                  "StoreLast",
+                                                  "StoreRowsOfRun",
+                                                  "StoreRun"};
 
 template <std::size_t count>
 Bool Has(const std::string_view (&names)[count], std::string_view name) {
@@ -60,8 +83,11 @@ LaneCode LanePrinter::Print() {
   Line(
       {"[[maybe_unused]] static constexpr Vec3<UInt32> ostraGroupSize{OstraGroupSize::kX, OstraGroupSize::kY, "
        "OstraGroupSize::kZ};"});
+  FindUses();
+  FindRows();
+  _isClamped.assign(_tree.nodes.size(), false);
   Functions();
-  _masks = {"ostraActive"};
+  _masks = {{"ostraActive"}};
   Line(
       {"OSTRA_KERNEL_INLINE void Run([[maybe_unused]] UInt32 ostraX, [[maybe_unused]] UInt32 ostraY, "
        "[[maybe_unused]] UInt32 ostraZ, [[maybe_unused]] UInt32 ostraLinear, [[maybe_unused]] Mask ostraActive) const "

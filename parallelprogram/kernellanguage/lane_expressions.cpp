@@ -74,7 +74,7 @@ std::string LanePrinter::ToLanes(const Value& value, NodeIndex place) {
   if (value.form == Form::kLanes) return value.text;
   const std::string type = LaneType(value.type, place);
   // Not `type(name)`: in parentheses that could be read as a declaration.
-  if (value.form == Form::kShared) return Join({"static_cast<", type, ">(", value.text, ")"});
+  if (value.form != Form::kLinear) return Join({"static_cast<", type, ">(", value.text, ")"});
   return Join(
       {"Ramp<", GetCppName(_types[value.type].scalar), ">(", value.text, ", ", std::to_string(value.stride), ")"});
 }
@@ -234,7 +234,10 @@ LanePrinter::Value LanePrinter::EvaluateItself(NodeIndex node) {
       return Name(node);
     case NodeKind::kUnary: {
       if (operation == Operation::kIncrement || operation == Operation::kDecrement) break;
-      const std::string operand = InLanes(children[0]);
+      const Value value = Evaluate(children[0]);
+      if (value.form == Form::kRows && operation == Operation::kMinus)
+        return {Join({"(-", value.text, ")"}), Form::kRows, TypeOf(node)};
+      const std::string operand = ToLanes(value, children[0]);
       if (operation == Operation::kPlus) return {operand, Form::kLanes, TypeOf(node)};
       if (operation != Operation::kMinus && _types.IsVector(TypeOf(node))) Refuse(node, "bits of vectors");
       return {Join({"(", GetSpelling(operation), operand, ")"}), Form::kLanes, TypeOf(node)};
@@ -287,7 +290,9 @@ LanePrinter::Value LanePrinter::Name(NodeIndex node) {
     Refuse(node, Join({NameOf(node), " in this place"}));
   }
   // The expression may differ between lanes only as what it is converted to.
-  const Form form = FormOf(meaning.target);
+  Form form = FormOf(meaning.target);
+  if (_isClamped[meaning.target]) form = Form::kClamped;
+  if (_isInRows[meaning.target]) form = Form::kRows;
   const Int32 stride = form == Form::kLinear ? _uniformity.Get(meaning.target).stride : 0;
   return {std::string(NameOf(node)), form, TypeOf(node), stride};
 }
@@ -316,11 +321,14 @@ LanePrinter::Value LanePrinter::LoadElement(std::string_view buffer, TypeIndex e
   if (at.form == Form::kShared)
     return {Join({type, "(ostraParameter_", buffer, "[", at.text, "])"}), Form::kLanes, element};
   if (element == kBoolType) Refuse(place, "an element of a buffer of bool");
-  if (at.form == Form::kLinear && at.stride == 1)
-    return {Join({"LoadRun(ostraParameter_", buffer, ".GetFirst(), ", at.text, ", ", GetMask(), ")"}), Form::kLanes,
-            element};
-  return {Join({"Gather(ostraParameter_", buffer, ".GetFirst(), ", ToLanes(at, index), ", ", GetMask(), ")"}),
-          Form::kLanes, element};
+  const Bool isInRows = _isInRows[place];
+  const Bool isRun = (at.form == Form::kLinear && at.stride == 1) || at.form == Form::kClamped;
+  const std::string_view load = isRun      ? (isInRows ? "LoadRowsOfRun(" : "LoadRun(")
+                                : isInRows ? "GatherRows("
+                                           : "Gather(";
+  return {Join({load, "ostraParameter_", buffer, ".GetFirst(), ", isRun ? at.text : ToLanes(at, index), ", ", GetMask(),
+                ")"}),
+          isInRows ? Form::kRows : Form::kLanes, element};
 }
 
 LanePrinter::Value LanePrinter::Index(NodeIndex node) {
@@ -365,6 +373,17 @@ LanePrinter::Value LanePrinter::Construct(NodeIndex node) {
 
 LanePrinter::Value LanePrinter::Binary(Operation operation, const Value& left, const Value& right, TypeIndex result,
                                        NodeIndex place) {
+  if (left.form == Form::kRows || right.form == Form::kRows) {
+    const auto operand = [&](const Value& value) {
+      if (_types.IsVector(value.type)) return ToRows(value);
+      return value.form == Form::kShared ? Join({"static_cast<Float32>(", value.text, ")"}) : ToLanes(value, place);
+    };
+    return {Join({"(", operand(left), " ", GetSpelling(operation), " ", operand(right), ")"}), Form::kRows, result};
+  }
+  const Bool isMoved = (left.form == Form::kClamped && right.form == Form::kShared) ||
+                       (left.form == Form::kShared && right.form == Form::kClamped);
+  if (isMoved && operation == Operation::kAdd)
+    return {Join({"(", left.text, " + ", right.text, ")"}), Form::kClamped, result};
   const std::string a = ToLanes(left, place);
   const Bool isInteger = !IsFloating(_types[left.type].scalar);
   switch (operation) {
@@ -395,6 +414,15 @@ LanePrinter::Value LanePrinter::Binary(Operation operation, const Value& left, c
   return {Join({"(", a, " ", GetSpelling(operation), " ", ToLanes(right, place), ")"}), Form::kLanes, result};
 }
 
+// The lanes of the mask in which the condition holds. One comparison under the mask of another takes no instruction
+// more.
+std::string LanePrinter::ToMaskUnder(const std::string& mask, NodeIndex condition) {
+  const Bool isAnd = KindOf(condition) == NodeKind::kBinary &&
+                     _tree.nodes[condition].operation == Operation::kLogicalAnd && IsHarmless(condition);
+  if (!isAnd) return Join({"(", mask, " & ", ToMask(condition), ")"});
+  return ToMaskUnder(ToMaskUnder(mask, Child(condition, 0)), Child(condition, 1));
+}
+
 // The right side is computed only for lanes that need it, unless that makes no difference.
 LanePrinter::Value LanePrinter::Logical(NodeIndex node) {
   const NodeIndex left = Child(node, 0), right = Child(node, 1);
@@ -407,7 +435,7 @@ LanePrinter::Value LanePrinter::Logical(NodeIndex node) {
   Line({"{ Mask ", mask, " = ",
         isAnd ? Join({GetMask(), " & ", result}) : Join({"AndNot(", GetMask(), ", ", result, ")"}), ";"});
   Line({"if (Any(", mask, ")) {"});
-  _masks.push_back(mask);
+  PushMask(mask);
   const std::string second = ToMask(right);
   Line({result, " = ", isAnd ? Join({result, " & ", second}) : Join({result, " | (", second, " & ", mask, ")"}), ";"});
   _masks.pop_back();
@@ -441,10 +469,10 @@ LanePrinter::Value LanePrinter::Conditional(NodeIndex node) {
   Line({"const Mask ", chosen, " = ", test, ";"});
   Line({"{ Mask ", mask, " = ", GetMask(), " & ", chosen, ";"});
   Line({"if (Any(", mask, ")) {"});
-  _masks.push_back(mask);
+  PushMask(mask);
   Line({result, " = ", wanted(yes), ";"});
   Line({"}"});
-  Line({mask, " = AndNot(", _masks[_masks.size() - 2], ", ", chosen, ");"});
+  Line({mask, " = AndNot(", _masks[_masks.size() - 2].name, ", ", chosen, ");"});
   Line({"if (Any(", mask, ")) {"});
   Line({result, " = Select(", chosen, ", ", result, ", ", wanted(no), ");"});
   _masks.pop_back();

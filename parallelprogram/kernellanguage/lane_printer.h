@@ -3,7 +3,8 @@
 // Expressions become text; what has to happen under a mask of its own (a load behind &&) becomes statements that are
 // written before the statement it stands in. Every statement runs under the current mask, a variable that loses lanes
 // as they return, break and continue. A variable of the kernel is written under a Select only if lanes that are off at
-// the moment may read it again: if a varying branch or loop lies between its declaration and the assignment.
+// the moment may read it again: if a varying branch or loop lies between its declaration and the assignment, and
+// something reads it behind that.
 #pragma once
 
 #include <unordered_map>
@@ -28,8 +29,8 @@ class LanePrinter {
 
  private:
   // How a value is held: one scalar for all lanes; the scalar of the first lane, from which it grows by a stride;
-  // lanes.
-  enum class Form { kShared, kLinear, kLanes };
+  // lanes; lanes of a number that grows by 1 and is kept within bounds; lanes of vectors as they lie in memory.
+  enum class Form { kShared, kLinear, kLanes, kClamped, kRows };
   struct Value {
     std::string text;
     Form form = Form::kShared;
@@ -45,6 +46,17 @@ class LanePrinter {
   struct Walk {
     std::vector<NodeIndex> moved, own;  // variables that it changes, and that its body declares; sorted
     int elementCount = 0, operationCount = 0;
+  };
+  // Lanes of a mask, and the statement that runs under it if a lane that leaves it does not come back there.
+  struct MaskScope {
+    std::string name;
+    NodeIndex region = kNoNode;
+  };
+  // Where nodes lie in the order of the text, and variables are used.
+  struct Uses {
+    std::vector<UInt32> last;     // of statements: the last node inside; of variables: their last use
+    std::vector<NodeIndex> loop;  // the innermost loop around
+    std::vector<Bool> isChanged;  // variables: behind their declaration
   };
   // A loop or switch around the current statement.
   struct Exit {
@@ -62,7 +74,8 @@ class LanePrinter {
   void Line(std::initializer_list<std::string_view> parts);
   void MarkLine(NodeIndex node);
   std::string NewName(std::string_view stem);
-  const std::string& GetMask() const { return _masks.back(); }
+  const std::string& GetMask() const { return _masks.back().name; }
+  void PushMask(std::string name, NodeIndex region = kNoNode) { _masks.push_back({std::move(name), region}); }
 
   // Tables.
   std::string_view NameOf(NodeIndex node) const { return _tree.GetName(node); }
@@ -99,6 +112,7 @@ class LanePrinter {
   std::string InLanes(NodeIndex node) { return ToLanes(Evaluate(node), node); }
   std::string ToLanes(const Value& value, NodeIndex place);
   std::string ToMask(NodeIndex node) { return InLanes(node); }
+  std::string ToMaskUnder(const std::string& mask, NodeIndex condition);
   Value Convert(Value value, TypeIndex to, NodeIndex place);
   Value Binary(Operation operation, const Value& left, const Value& right, TypeIndex result, NodeIndex place);
   Value Logical(NodeIndex node);
@@ -113,6 +127,7 @@ class LanePrinter {
   // lane_calls.cpp
   Value Call(NodeIndex node);
   Value CallWord(NodeIndex node);
+  std::optional<Value> CallClamp(NodeIndex node);
   Value CallFunction(NodeIndex node);
   Value CallTexture(NodeIndex node);
   Value CallNoise(NodeIndex node);
@@ -126,6 +141,22 @@ class LanePrinter {
   Bool IsGuard(NodeIndex statement) const;
   Bool IsPlain(NodeIndex node) const;
   Bool IsPlainValue(NodeIndex expression) const;
+
+  // lane_uses.cpp
+  void FindUses();
+  void FindUses(NodeIndex node, NodeIndex loop, UInt32& position);
+  // Whether lanes that are off at the moment may read the variable again.
+  Bool MayBeReadLater(NodeIndex variable) const;
+
+  // lane_rows.cpp
+  void FindRows();
+  void FindRowsIn(NodeIndex node);
+  void TakeRowsValue(NodeIndex node);
+  Bool IsRowsValue(NodeIndex node) const;
+  Bool IsRowsName(NodeIndex node) const;
+  Bool IsFloatVector(TypeIndex type) const;
+  std::string RowsType(TypeIndex type) const;
+  std::string ToRows(const Value& value) const;
 
   // lane_walks.cpp
   Bool IsSlowWalk(NodeIndex loop) const;
@@ -166,7 +197,11 @@ class LanePrinter {
   std::string _text;
   std::optional<NotUnderstood> _refusal;
   std::unordered_map<NodeIndex, int> _variableDepths;  // of masks, where variables in lanes are declared
-  std::vector<std::string> _masks;                     // the last one is that of the current statement
+  std::vector<MaskScope> _masks;                       // the last one is that of the current statement
+  Uses _uses;
+  std::vector<Bool> _isInRows;   // variables and loads
+  std::vector<Bool> _isClamped;  // variables
+  Bool _hasFoundRows = false;
   std::vector<Exit> _exits;
   NodeIndex _function = kNoNode;  // that is being written; kNoNode in the kernel
   Bool _hasManyReturns = false;

@@ -116,10 +116,14 @@ void LanePrinter::Variable(NodeIndex node) {
   if (_types[type].kind == TypeKind::kArray) return ArrayVariable(node, type);
   const Form form = FormOf(node);
   if (form == Form::kLanes) {
-    const std::string lanes = LaneType(type, node);
+    const std::string lanes = _isInRows[node] ? RowsType(type) : LaneType(type, node);
     _variableDepths[node] = static_cast<int>(_masks.size());
     if (value == kNoNode) return Line({"[[maybe_unused]] ", lanes, " ", name, "{};"});
-    return Line({"[[maybe_unused]] ", lanes, " ", name, " = ", InLanes(value), ";"});
+    const Value first = Evaluate(value);
+    _isClamped[node] = first.form == Form::kClamped && first.type == type && !_uses.isChanged[node];
+    if (_isClamped[node]) return Line({"[[maybe_unused]] const auto ", name, " = ", first.text, ";"});
+    return Line(
+        {"[[maybe_unused]] ", lanes, " ", name, " = ", _isInRows[node] ? ToRows(first) : ToLanes(first, value), ";"});
   }
   const std::string shared = SharedType(type);
   if (shared.empty()) return Refuse(node, Join({"a variable of type ", _types.GetName(type)}));
@@ -247,7 +251,8 @@ void LanePrinter::Change(NodeIndex target, Operation operation, const Value* by,
   Value before = EvaluateItself(target);
   Value operand = by ? *by : Value{Join({"static_cast<", SharedType(computed), ">(1)"}), Form::kShared, computed};
   Value after;
-  if (before.form != Form::kLanes && operand.form == Form::kShared) {
+  const Bool isScalar = before.form == Form::kShared || before.form == Form::kLinear;
+  if (isScalar && operand.form == Form::kShared) {
     const std::string left = Convert(before, computed, target).text;
     after = {Join({"(", left, " ", GetSpelling(operation), " ", operand.text, ")"}), before.form, computed,
              before.stride};
@@ -280,6 +285,8 @@ void LanePrinter::Assign(NodeIndex target, const Value& value) {
     if (index.form == Form::kShared)
       return Line(
           {"StoreLast(", buffer, ".GetFirst() + ", index.text, ", ", ToLanes(value, target), ", ", GetMask(), ");"});
+    if (index.form == Form::kLinear && index.stride == 1 && value.form == Form::kRows)
+      return Line({"StoreRowsOfRun(", buffer, ".GetFirst(), ", index.text, ", ", value.text, ", ", GetMask(), ");"});
     if (index.form == Form::kLinear && index.stride == 1)
       return Line(
           {"StoreRun(", buffer, ".GetFirst(), ", index.text, ", ", ToLanes(value, target), ", ", GetMask(), ");"});
@@ -302,16 +309,14 @@ void LanePrinter::Assign(NodeIndex target, const Value& value) {
       return Refuse(target, "a value that is the same in all invocations, made of others");
     return Line({place, " = ", value.text, ";"});
   }
-  const std::string lanes = ToLanes(value, target);
-  const auto depth = _variableDepths.find(variable);
-  const Bool mayBeReadLater = depth == _variableDepths.end() || depth->second < static_cast<int>(_masks.size());
-  if (mayBeReadLater) return Line({place, " = Select(", GetMask(), ", ", lanes, ", ", place, ");"});
+  const std::string lanes = _isInRows[variable] && place == NameOf(variable) ? ToRows(value) : ToLanes(value, target);
+  if (MayBeReadLater(variable)) return Line({place, " = Select(", GetMask(), ", ", lanes, ", ", place, ");"});
   Line({place, " = ", lanes, ";"});
 }
 
 void LanePrinter::InBranch(const std::string& mask, NodeIndex statement) {
   Line({"if (Any(", mask, "))"});
-  _masks.push_back(mask);
+  PushMask(mask, statement);
   Block(statement);
   _masks.pop_back();
 }
@@ -362,7 +367,7 @@ void LanePrinter::PlainLoop(NodeIndex node) {
     continued = NewName("continued");
     Line({"Mask ", mask, " = ", GetMask(), ";"});
     Line({"[[maybe_unused]] Mask ", continued, " = false;"});
-    _masks.push_back(mask);
+    PushMask(mask);
   }
   // What has to be done at the end of a turn is done for lanes that continue, too.
   _exits.push_back({.isPlain = !hasMaskedContinue,
@@ -397,11 +402,11 @@ void LanePrinter::MaskedLoop(NodeIndex node) {
   if (loop.start != kNoNode) Statement(loop.start);
   Line({"Mask ", mask, " = ", outer, ";"});
   if (!continued.empty()) Line({"Mask ", continued, " = false;"});
-  _masks.push_back(mask);
+  PushMask(mask, continued.empty() ? node : kNoNode);
   const auto test = [&] {
     if (loop.condition == kNoNode) return;
     MarkLine(loop.condition);
-    Line({mask, " = ", mask, " & ", ToMask(loop.condition), ";"});
+    Line({mask, " = ", ToMaskUnder(mask, loop.condition), ";"});
     Line({"if (None(", mask, ")) break;"});
   };
   Line({"for (;;) {"});
@@ -468,7 +473,7 @@ void LanePrinter::Switch(NodeIndex node) {
     labels.push_back(label);
   }
   _exits.push_back({.isPlain = false, .depth = static_cast<int>(_masks.size()) + 1, .continued = "", .isSwitch = true});
-  _masks.push_back(mask);
+  PushMask(mask);
   std::size_t nextLabel = 0;
   for (std::size_t i = 0; i < statements.size();) {
     const NodeKind kind = KindOf(statements[i]);

@@ -61,6 +61,46 @@ OSTRA_LANE_INLINE void StoreRun(T* base, Index first, const typename Spread<T>::
   Store(base + GetRunBegin(first), lanes, mask);
 }
 
+// The same for vectors that are not taken apart.
+template <class T, class Index>
+OSTRA_LANE_INLINE LaneRows<T> LoadRowsOfRun(const T* base, Index first, Mask mask) {
+  return LoadRows(base + GetRunBegin(first), mask);
+}
+template <class T, class Index>
+OSTRA_LANE_INLINE void StoreRowsOfRun(T* base, Index first, const LaneRows<T>& rows, Mask mask) {
+  StoreRows(base + GetRunBegin(first), rows, mask);
+}
+
+// offset + clamp(number, low, high), for the numbers first, first + 1, ...: nearly always a run, as positions in an
+// image are that must not leave it.
+template <class T>
+struct ClampedRamp {
+  T first, low, high, offset = 0;
+
+  OSTRA_LANE_INLINE Bool IsRun() const {
+    return first >= low && static_cast<Int64>(first) + (kLaneCount - 1) <= static_cast<Int64>(high);
+  }
+  OSTRA_LANE_INLINE explicit operator Lanes<T>() const {
+    return clamp(Ramp<T>(first, 1), Lanes<T>(low), Lanes<T>(high)) + Lanes<T>(offset);
+  }
+  friend OSTRA_LANE_INLINE ClampedRamp operator+(const ClampedRamp& a, T b) {
+    return {a.first, a.low, a.high, static_cast<T>(a.offset + b)};
+  }
+  friend OSTRA_LANE_INLINE ClampedRamp operator+(T a, const ClampedRamp& b) { return b + a; }
+};
+template <class T, class Index>
+OSTRA_LANE_INLINE auto LoadRun(const T* base, const ClampedRamp<Index>& index, Mask mask) {
+  if (index.IsRun()) [[likely]]
+    return LoadRun(base, static_cast<Index>(index.first + index.offset), mask);
+  return Gather(base, static_cast<Lanes<Index>>(index), mask);
+}
+template <class T, class Index>
+OSTRA_LANE_INLINE LaneRows<T> LoadRowsOfRun(const T* base, const ClampedRamp<Index>& index, Mask mask) {
+  if (index.IsRun()) [[likely]]
+    return LoadRowsOfRun(base, static_cast<Index>(index.first + index.offset), mask);
+  return GatherRows(base, static_cast<Lanes<Index>>(index), mask);
+}
+
 // The value of the last lane in the mask, as all of them store to one element in ascending order.
 template <class T>
 OSTRA_LANE_INLINE void StoreLast(T* place, const typename Spread<T>::Lane& lanes, Mask mask) {

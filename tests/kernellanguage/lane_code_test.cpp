@@ -86,5 +86,59 @@ TEST(LaneCodeTest, OneStepOnElementsInARowIsLeftToTheCompiler) {
   }
 }
 
+// The wide form of a body.
+LaneCode Print(std::string_view body) {
+  const AnalyzedKernel kernel = AnalyzeBody(body);
+  EXPECT_TRUE(kernel.IsUnderstood()) << body;
+  LaneCode code = PrintLaneCode(kernel, {.className = "Tested", .parameters = "Parameters"});
+  EXPECT_FALSE(code.refusal.has_value()) << body;
+  return code;
+}
+Bool HasText(const LaneCode& code, std::string_view text) { return code.text.find(text) != std::string::npos; }
+
+TEST(LaneCodeTest, OnlyVariablesThatAreReadBehindALoopAreKeptForTheLanesThatHaveLeftIt) {
+  const std::string start = "uint i = InGlobalInvocationID.x; float x = float(i); float y = 1.0; uint n = 0u;\n";
+  const std::string loop = "while (x < 9.0) { x = x + y; y = y * x; n++; }\n";
+  const std::string end = "UNIFORM_BUFFER(counts)[i] = n;";
+  const LaneCode plain = Print(start + loop + end);
+  EXPECT_FALSE(HasText(plain, "x = Select("));
+  EXPECT_FALSE(HasText(plain, "y = Select("));
+  EXPECT_TRUE(HasText(plain, "n = Select("));
+  EXPECT_TRUE(HasText(Print(start + loop + "UNIFORM_BUFFER(out)[i] = y;" + end), "y = Select("));
+  // A loop around it begins again with what is left.
+  EXPECT_TRUE(HasText(Print(start + "for (int k = 0; k < 3; k++) { " + loop + " }" + end), "x = Select("));
+  // Lanes that continue come back.
+  EXPECT_TRUE(
+      HasText(Print(start + "while (x < 9.0) { x += 1.0; if (x > 3.0) { y = 2.0; continue; } x += y; n++; }" + end),
+              "y = Select("));
+}
+
+TEST(LaneCodeTest, VectorsThatAreNotTakenApartStayInRows) {
+  const std::string start = "uint i = InGlobalInvocationID.x; vec3 sum = vec3(0.0, 0.0, 0.0); float x = float(i);\n";
+  const auto isInRows = [&](const std::string& body) {
+    return HasText(Print(start + body + "\nUNIFORM_BUFFER(out)[i] = x * sqrt(x);"), "LaneRows<Vec3<Float32>> sum");
+  };
+  EXPECT_TRUE(isInRows("sum = sum * x + UNIFORM(v);"));
+  EXPECT_TRUE(isInRows("if (x > 3.0) { sum = -sum; }"));
+  EXPECT_FALSE(isInRows("sum = sum * x; x = sum.y;"));
+  EXPECT_FALSE(isInRows("sum = sum * x; x = dot(sum, UNIFORM(v));"));
+  EXPECT_FALSE(isInRows("sum = vec3(x, x, x);"));
+}
+
+TEST(LaneCodeTest, PositionsThatAreKeptWithinBoundsAreRuns) {
+  const auto isClamped = [](const std::string& column) {
+    return HasText(Print("int x = int(InGlobalInvocationID.x); int w = int(UNIFORM(n)); int column = " + column +
+                         ";\nUNIFORM_BUFFER(out)[x] = sqrt(UNIFORM_BUFFER(in)[column + w]);"),
+                   "LoadRun(ostraParameter_in.GetFirst(), (column + w)");
+  };
+  EXPECT_TRUE(isClamped("clamp(x - 1, 0, w - 1)"));
+  EXPECT_TRUE(isClamped("min(max(x + 2, 0), w - 1)"));
+  // Of another order, stride or bound.
+  EXPECT_FALSE(isClamped("max(min(x + 2, w - 1), 0)"));
+  EXPECT_FALSE(isClamped("clamp(2 * x, 0, w - 1)"));
+  EXPECT_FALSE(isClamped("clamp(x, 0, x / 2)"));
+  EXPECT_FALSE(isClamped("clamp(x, 0, w - 1); column = column / 2"));
+}
+
 }  // namespace
 }  // namespace ostra::kernellanguage

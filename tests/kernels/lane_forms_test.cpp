@@ -160,6 +160,29 @@ TEST_P(LaneFormsTest, ElementsInARowTurnedAroundFarApartAndShared) {
   }
 }
 
+TEST_P(LaneFormsTest, NeighboursWithinARowAndVectorsThatAreNotTakenApart) {
+  for (UInt32 height = 1; height <= 3; ++height) {
+    const UInt32 count = _length * height;
+    const auto ones = MakeFloats(count);
+    const auto twos = MakeVectors<Vector2d32>(count);
+    const auto threes = MakeVectors<Vector32>(count);
+    const auto fours = MakeVectors<Vector4d32>(count);
+    CompareWays("net.ostra.test.lanewindows.krn", {_length + 5, height + 1, 1}, [&](KernelRunner& runner) {
+      runner.SetValue("width", static_cast<Int32>(_length));
+      runner.SetValue("height", static_cast<Int32>(height));
+      runner.SetValue("rowLength", _length);
+      runner.SetBuffer<Float32>("ones", ones);
+      runner.SetBuffer<Vector2d32>("twos", twos);
+      runner.SetBuffer<Vector32>("threes", threes);
+      runner.SetBuffer<Vector4d32>("fours", fours);
+      runner.SetBuffer<Float32>("oneSums", std::vector<Float32>(count, 0.25f));
+      runner.SetBuffer<Vector2d32>("twoSums", std::vector<Vector2d32>(count, Vector2d32(9.0f, 8.0f)));
+      runner.SetBuffer<Vector32>("threeSums", std::vector<Vector32>(count, Vector32(7.0f, 6.0f, 5.0f)));
+      runner.SetBuffer<Vector4d32>("fourSums", std::vector<Vector4d32>(count, Vector4d32(4.0f, 3.0f, 2.0f, 1.0f)));
+    });
+  }
+}
+
 TEST_P(LaneFormsTest, PositionsInRowsAndGroups) {
   for (UInt32 height = 1; height <= 3; ++height) {
     CompareWays("net.ostra.test.lanepositions.krn", {_length + 1, height + 1, 1}, [&](KernelRunner& runner) {

@@ -40,6 +40,8 @@
 #include "ostra/math/lanes/matrices.inl"
 //
 #include "ostra/math/lanes/memory.inl"
+//
+#include "ostra/math/lanes/rows.inl"
 
 #include "ostra/math/lanes/level_end.inl"
 #endif

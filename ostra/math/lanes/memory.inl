@@ -54,6 +54,20 @@ struct Spread<Vec4<T>> {
 
 namespace internal {
 
+// A vector anywhere in memory. As a vector of its own: what memcpy copies, GCC keeps in memory where ways meet.
+template <class T>
+struct UnalignedVector {
+  typedef T Type __attribute__((vector_size(sizeof(T) * kLaneCount), aligned(alignof(T)), may_alias));
+};
+template <class T>
+OSTRA_LANE_INLINE Native<T> LoadNative(const void* from) {
+  return *static_cast<const typename UnalignedVector<T>::Type*>(from);
+}
+template <class T>
+OSTRA_LANE_INLINE void StoreNative(void* to, Native<T> vector) {
+  *static_cast<typename UnalignedVector<T>::Type*>(to) = vector;
+}
+
 using LaneNumbers = std::make_integer_sequence<int, kLaneCount>;
 
 // Part `part` of kLaneCount elements of `kParts` parts each that lie in `rows` one after the other.
@@ -104,6 +118,16 @@ OSTRA_LANE_INLINE void PickParts(const Native<T>* rows, Native<T>* parts, std::i
 template <int kParts, class T, int... row>
 OSTRA_LANE_INLINE void MakeRows(const Native<T>* parts, Native<T>* rows, std::integer_sequence<int, row...>) {
   ((rows[row] = MakeRow<kParts, row, T>(parts, LaneNumbers())), ...);
+}
+
+// Each lane of `numbers` as many times as an element has parts.
+template <int kParts, int row, class Vector, int... lane>
+OSTRA_LANE_INLINE Vector RepeatLanesInRow(Vector numbers, std::integer_sequence<int, lane...>) {
+  return __builtin_shufflevector(numbers, numbers, ((row * kLaneCount + lane) / kParts)...);
+}
+template <int kParts, class Vector, int... row>
+OSTRA_LANE_INLINE void RepeatLanes(Vector numbers, Vector* rows, std::integer_sequence<int, row...>) {
+  ((rows[row] = RepeatLanesInRow<kParts, row>(numbers, LaneNumbers())), ...);
 }
 
 }  // namespace internal
