@@ -36,15 +36,33 @@ std::string MakeLaneForms(const KernelFile& file, const kernellanguage::Analyzed
   const auto code = PrintCode(file, kernel);
   if (code.refusal) return "";
   std::string forms;
+  const auto open = [&forms] {
+    forms += "#include \"ostra/math/lanes/level_begin.inl\"\n";
+    forms += Join({kOpenNamespaces, " namespace OSTRA_LANES {\nusing namespace ::ostra::OSTRA_LANES;\n"});
+  };
+  const auto closeNamespaces = [&forms] { forms += Join({"} ", kCloseNamespaces, "\n"}); };
+  const auto closeLevel = [&forms] { forms += "#include \"ostra/math/lanes/level_end.inl\"\n"; };
   for (const Level& level : kLevels) {
-    forms +=
-        Join({"#if OSTRA_KERNEL_HAS_LANES(", level.number, ")\n", "#define OSTRA_LANE_LEVEL ", level.number, "\n"});
-    forms += "#include \"parallelprogram/program/kernel_lanes.inl\"\n#include \"ostra/math/lanes/level_begin.inl\"\n";
-    forms += Join({kOpenNamespaces, " namespace OSTRA_LANES {\nusing namespace ::ostra::OSTRA_LANES;\n", code.text});
-    forms += Join({"using OstraLoops = LaneLoops<Ostra", name, "Lanes, OstraGroupSize>;\n} ", kCloseNamespaces, "\n"});
+    const Bool isPaired = code.isPaired && level.number == "2";
+    forms += Join({"#if OSTRA_KERNEL_HAS_LANES(", level.number, ")\n#define OSTRA_LANE_LEVEL ", level.number, "\n"});
+    forms += Join({"#include \"parallelprogram/program/kernel_lane", isPaired ? "_pairs" : "s", ".inl\"\n"});
+    if (isPaired) {
+      // The form for what is left of a row.
+      open();
+      forms += code.text;
+      closeNamespaces();
+      closeLevel();
+      forms += "#define OSTRA_LANE_PAIRS\n";
+    }
+    open();
+    const std::string form = Join({"Ostra", name, "Lanes"});
+    forms += Join({code.text, "using OstraLoops = LaneLoops<", form, ", OstraGroupSize",
+                   isPaired ? Join({", lanes16::", form}) : "", ">;\n"});
+    closeNamespaces();
     forms += Join({"namespace ostra::kernel {\ntemplate <>\nstruct LaneForm<", name,
                    "Body, InstructionLevel::", level.name, "> : OSTRA_LANES::OstraLoops {};\n}\n"});
-    forms += "#include \"ostra/math/lanes/level_end.inl\"\n#undef OSTRA_LANE_LEVEL\n#endif\n";
+    closeLevel();
+    forms += Join({isPaired ? "#undef OSTRA_LANE_PAIRS\n" : "", "#undef OSTRA_LANE_LEVEL\n#endif\n"});
   }
   return forms;
 }

@@ -83,6 +83,7 @@ LaneCode LanePrinter::Print() {
   Line(
       {"[[maybe_unused]] static constexpr Vec3<UInt32> ostraGroupSize{OstraGroupSize::kX, OstraGroupSize::kY, "
        "OstraGroupSize::kZ};"});
+  Line({"OSTRA_KERNEL_INLINE static Mask ostraMakeActive(UInt32 count) { return MakeFirstLanes(count); }"});
   FindUses();
   FindRows();
   _isClamped.assign(_tree.nodes.size(), false);
@@ -97,7 +98,8 @@ LaneCode LanePrinter::Print() {
   Line({"}"});
   Line({"};"});
   if (_refusal) _text.clear();
-  return {std::move(_text), std::move(_refusal)};
+  const Bool isPaired = !_refusal && IsPaired();
+  return {std::move(_text), std::move(_refusal), isPaired};
 }
 
 LaneCode PrintLaneCode(const AnalyzedKernel& kernel, const LaneCodeOptions& options) {

@@ -7,6 +7,7 @@
 //
 // The text is a struct named "Ostra" + className + "Lanes", derived from the parameters, with
 //
+//   static Mask ostraMakeActive(UInt32 count);      // the first lanes
 //   void Run(UInt32 x, UInt32 y, UInt32 z, UInt32 linear, Mask active) const;
 //
 // for the invocations x, x + 1, ... of the row (y, z) that are in the mask; `linear` is the number of the first one. It
@@ -26,6 +27,8 @@ struct LaneCode {
   std::string text;
   // What has no wide form, with its place; the text is empty then.
   std::optional<NotUnderstood> refusal;
+  // Whether the text is faster with two vectors of AVX-512 at a time (ostra/math/lanes/pairs.inl).
+  Bool isPaired = false;
 };
 
 // `kernel` is understood and analyzed.

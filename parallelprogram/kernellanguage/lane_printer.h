@@ -58,6 +58,10 @@ class LanePrinter {
     std::vector<NodeIndex> loop;  // the innermost loop around
     std::vector<Bool> isChanged;  // variables: behind their declaration
   };
+  struct PairedWork {
+    UInt32 numberCount = 0;
+    Bool hasLoop = false;
+  };
   // A loop or switch around the current statement.
   struct Exit {
     Bool isPlain = false;   // break and continue are those of C++, as all lanes take them together
@@ -147,6 +151,11 @@ class LanePrinter {
   void FindUses(NodeIndex node, NodeIndex loop, UInt32& position);
   // Whether lanes that are off at the moment may read the variable again.
   Bool MayBeReadLater(NodeIndex variable) const;
+
+  // lane_pairs.cpp
+  Bool IsPaired() const;
+  Bool CanBePaired(NodeIndex node, Bool isInLoop, PairedWork& work) const;
+  Bool IsOnlyLeaving(NodeIndex statement) const;
 
   // lane_rows.cpp
   void FindRows();

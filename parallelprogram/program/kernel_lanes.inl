@@ -247,39 +247,9 @@ OSTRA_LANE_INLINE Lanes<Float32> NoiseLanes(const Body& body, Index number, cons
   return Load(values);
 }
 
-// Runs the wide form of a kernel over a range of independent invocations, row by row; the last ones of a row with a
-// mask.
-template <class Form, class Group>
-struct LaneLoops {
-  static constexpr Bool kExists = true;
-  static constexpr UInt32 kCount = kLaneCount;
-  template <class Parameters>
-  __attribute__((noinline, flatten)) static void Run(const Parameters& parameters, const KernelRange& range) {
-    OSTRA_LANE_CLEAR;
-    const Form form(parameters);
-    const UInt32 row = range.first / range.extent.x;
-    UInt32 begin = range.first - row * range.extent.x;
-    UInt32 y = row % range.extent.y, z = row / range.extent.y;
-    for (UInt32 left = range.count; left != 0;) {
-      const UInt32 count = left < range.extent.x - begin ? left : range.extent.x - begin;
-      const UInt32 offset = kernel::GetLinearOffset<Group>(y / Group::kY);
-      for (UInt32 done = 0; done < count; done += kLaneCount) {
-        const UInt32 x = begin + done;
-        form.Run(x, y, z, x + offset, MakeFirstLanes(count - done));
-        if (count - done <= kLaneCount) break;
-      }
-      left -= count;
-      begin = 0;
-      if (++y == range.extent.y) {
-        y = 0;
-        ++z;
-      }
-    }
-    OSTRA_LANE_CLEAR;
-  }
-};
-
 }  // namespace ostra::OSTRA_LANES
 
+#include "parallelprogram/program/kernel_lane_loops.inl"
+//
 #include "ostra/math/lanes/level_end.inl"
 #endif

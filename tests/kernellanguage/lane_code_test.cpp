@@ -140,5 +140,27 @@ TEST(LaneCodeTest, PositionsThatAreKeptWithinBoundsAreRuns) {
   EXPECT_FALSE(isClamped("clamp(x, 0, w - 1); column = column / 2"));
 }
 
+TEST(LaneCodeTest, ShortLoopsOfArithmeticRunTwoVectorsAtATime) {
+  const auto isPaired = [](const std::string& body) {
+    return Print("uint i = InGlobalInvocationID.x; float x = float(i);\n" + body +
+                 "\nUNIFORM_BUFFER(out)[i] = x * sqrt(x);")
+        .isPaired;
+  };
+  EXPECT_TRUE(isPaired("while (x < 9.0) { x = x * 1.5 + 1.0; }"));
+  EXPECT_TRUE(
+      isPaired("for (uint k = 0u; k < UNIFORM(n); k++) { x += UNIFORM_BUFFER(in)[k]; if (x > 4.0) { break; } }"));
+  // No loop; other ways, calls, elements and textures; too many numbers.
+  EXPECT_FALSE(isPaired("x = x + 1.0;"));
+  EXPECT_FALSE(isPaired("while (x < 9.0) { if (x > 4.0) { x += 1.0; } x += 2.0; }"));
+  EXPECT_FALSE(isPaired("while (x < 9.0) { x += exp(x); }"));
+  EXPECT_FALSE(
+      isPaired("uint k = i * i; while (x < 9.0) { k += i * 3u; x += UNIFORM_BUFFER(in)[k % 7u] * x * x * x * x * x * x "
+               "* x * x; }"));
+  EXPECT_FALSE(isPaired("while (x < 9.0) { x += SampleTexture(image, vec2(x, x)).x; }"));
+  EXPECT_FALSE(
+      isPaired("vec4 a = vec4(x, x, x, x); vec4 b = a * x; vec4 c = a * b; vec4 d = b * c;\n"
+               "while (x < 9.0) { x += dot(a, b) + dot(c, d); }"));
+}
+
 }  // namespace
 }  // namespace ostra::kernellanguage

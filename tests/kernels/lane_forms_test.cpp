@@ -183,6 +183,21 @@ TEST_P(LaneFormsTest, NeighboursWithinARowAndVectorsThatAreNotTakenApart) {
   }
 }
 
+TEST_P(LaneFormsTest, ShortLoopsOfArithmetic) {
+  for (int run = 0; run < 10; ++run) {
+    const auto numbers = MakeIntegers<Int32>(_length, -3, 25);
+    const auto directions = MakeVectors<Vector32>(_length);
+    CompareWays("net.ostra.test.lanepairs.krn", {_length + 3, 1, 1}, [&](KernelRunner& runner) {
+      runner.SetValue("count", _length);
+      runner.SetValue("limit", 1000.0f);
+      runner.SetBuffer<Int32>("numbers", numbers);
+      runner.SetBuffer<Vector32>("directions", directions);
+      runner.SetBuffer<Int32>("turns", std::vector<Int32>(_length, 12345));
+      runner.SetBuffer<Vector32>("places", std::vector<Vector32>(_length, Vector32(7.0f, 6.0f, 5.0f)));
+    });
+  }
+}
+
 TEST_P(LaneFormsTest, PositionsInRowsAndGroups) {
   for (UInt32 height = 1; height <= 3; ++height) {
     CompareWays("net.ostra.test.lanepositions.krn", {_length + 1, height + 1, 1}, [&](KernelRunner& runner) {

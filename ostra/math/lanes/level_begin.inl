@@ -3,7 +3,8 @@
 //
 // OSTRA_LANE_LEVEL says which: 0 every x86-64 processor and other processors, 1 AVX2 and FMA, 2 AVX-512 (F, BW, DQ,
 // VL). Everything between the two files is compiled for that level and lies in a namespace of its own, so that no
-// inline function of one level can replace that of another when the program is linked.
+// inline function of one level can replace that of another when the program is linked. With OSTRA_LANE_PAIRS the
+// namespace is that of pairs.inl.
 #ifndef OSTRA_LANE_LEVEL
 #error "OSTRA_LANE_LEVEL says for which instruction level lanes are compiled: 0, 1 or 2."
 #endif
@@ -21,8 +22,13 @@
 #pragma GCC target("avx2,fma,bmi,bmi2")
 #endif
 #elif OSTRA_LANE_LEVEL == 2
+#ifdef OSTRA_LANE_PAIRS
+#define OSTRA_LANES lanes32
+#define OSTRA_LANE_COUNT 32
+#else
 #define OSTRA_LANES lanes16
 #define OSTRA_LANE_COUNT 16
+#endif
 #ifdef __clang__
 #pragma clang attribute push(__attribute__((target("avx512f,avx512bw,avx512dq,avx512vl,avx2,fma,bmi,bmi2"))), \
                              apply_to = function)
