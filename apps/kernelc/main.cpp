@@ -3,6 +3,7 @@
 //
 //   ostra-kernelc [--id CLASSID] [--name SHOWN] [--type T] [--module] [--scalar] [--depfile D] IN.krn OUT.cpp
 //   ostra-kernelc --table NAME OUT.cpp OUT.h CLASSID...
+//   ostra-kernelc --explain [--type T] IN.krn        says why the kernel has no wide form; nothing when it has one
 //
 // Exit status: 0 done, 1 failed, 2 wrong usage. Messages go to standard error as file:line: error: ...
 #include <cstdio>
@@ -27,6 +28,7 @@ struct Arguments {
   std::string id, name, type, dependencyFile;
   bool isModule = false;
   bool isScalar = false;
+  bool isExplained = false;
   std::vector<std::string> files;
 };
 
@@ -77,7 +79,7 @@ bool WriteDependencies(const Arguments& arguments, const std::vector<std::string
 }
 
 int Translate(const Arguments& arguments) {
-  const std::string &in = arguments.files[0], &out = arguments.files[1];
+  const std::string& in = arguments.files[0];
   for (const std::string& name : {in, arguments.id, arguments.name})
     if (HasControlCharacters(name))
       return Report(name + ": error: names of kernel files and classes are UTF-8 without control characters");
@@ -100,7 +102,13 @@ int Translate(const Arguments& arguments) {
     headers.push_back(path);
     return KernelHeader{path, std::string(contents->text.GetView()), contents->isEncoded};
   };
-  const int status = WriteResult(out, GenerateKernelSource(options, source->text.GetView()));
+  if (arguments.isExplained) {
+    const auto reason = ExplainKernelLanes(options, source->text.GetView());
+    if (!reason) return Report(std::string(reason.GetError().GetMessage().GetView()));
+    WriteMessage(stdout, reason->GetView());
+    return 0;
+  }
+  const int status = WriteResult(arguments.files[1], GenerateKernelSource(options, source->text.GetView()));
   if (status == 0 && !WriteDependencies(arguments, headers))
     return Report(arguments.dependencyFile + ": error: the file cannot be written");
   return status;
@@ -116,7 +124,8 @@ int ShowUsage(bool isWanted) {
   std::fputs(
       "usage: ostra-kernelc [--id CLASSID] [--name SHOWN] [--type T] [--module] [--scalar] [--depfile D] IN.krn "
       "OUT.cpp\n"
-      "       ostra-kernelc --table NAME OUT.cpp OUT.h CLASSID...\n",
+      "       ostra-kernelc --table NAME OUT.cpp OUT.h CLASSID...\n"
+      "       ostra-kernelc --explain [--type T] IN.krn\n",
       isWanted ? stdout : stderr);
   return isWanted ? 0 : 2;
 }
@@ -134,6 +143,8 @@ int main(int argc, char** argv) {
       arguments.isModule = true;
     else if (word == "--scalar")
       arguments.isScalar = true;
+    else if (word == "--explain")
+      arguments.isExplained = true;
     else if (word == "--id" && hasValue)
       arguments.id = argv[++i];
     else if (word == "--name" && hasValue)
@@ -151,7 +162,8 @@ int main(int argc, char** argv) {
   }
   try {
     if (isTable) return arguments.files.size() < 2 ? ShowUsage(false) : WriteTable(arguments);
-    return arguments.files.size() != 2 ? ShowUsage(false) : Translate(arguments);
+    const std::size_t fileCount = arguments.isExplained ? 1 : 2;
+    return arguments.files.size() != fileCount ? ShowUsage(false) : Translate(arguments);
   } catch (const std::exception& exception) {
     return Report(std::string("ostra-kernelc: error: ") + exception.what());
   }

@@ -2,19 +2,20 @@
 
 #include <algorithm>
 
-#include "kernel_library_test_kernels.h"
+#include "tests/kernels/linked_kernels.h"
 
 namespace ostra::test {
-
 namespace {
 
 ClassRef MakeKernelClass(const std::string& id) {
-  for (const auto& entry : GetKernels_kernel_library_test()) {
-    if (entry.id != id) continue;
-    auto kernelClass = entry.create();
-    EXPECT_THAT(kernelClass, IsOk());
-    EXPECT_EQ((*kernelClass)->GetId().GetView(), id);
-    return *kernelClass;
+  for (const KernelTable table : LinkedKernels::GetAll()) {
+    for (const auto& entry : table) {
+      if (entry.id != id) continue;
+      auto kernelClass = entry.create();
+      EXPECT_THAT(kernelClass, IsOk());
+      EXPECT_EQ((*kernelClass)->GetId().GetView(), id);
+      return *kernelClass;
+    }
   }
   ADD_FAILURE() << "There is no kernel " << id;
   std::abort();
@@ -90,12 +91,16 @@ Result<void> KernelRunner::RunGroups(const Vec3<UInt32>& extent, Way way) {
 
 Result<void> KernelRunner::Run(const Vec3<UInt32>& extent, Way way) {
   if (_groups) return RunGroups(extent, way);
+  if (way == Way::kOneByOne) return RunOneByOne(extent);
+  using kernel::InstructionLevel;
   const auto level = kernel::g_instructionLevel;
-  if (way == Way::kBaseline) kernel::g_instructionLevel = kernel::InstructionLevel::kBaseline;
-  if (way == Way::kVectors256) kernel::g_instructionLevel = std::min(level, kernel::InstructionLevel::kVectors256);
-  Result<void> result = way == Way::kOneByOne        ? RunOneByOne(extent)
-                        : way == Way::kInSmallPieces ? RunPieces(extent, 7, false)
-                                                     : RunPieces(extent, 0xffffffffu, way == Way::kOrdered);
+  if (way == Way::kBaseline || way == Way::kBaselineInSmallPieces)
+    kernel::g_instructionLevel = InstructionLevel::kBaseline;
+  if (way == Way::kVectors256 || way == Way::kVectors256InSmallPieces)
+    kernel::g_instructionLevel = std::min(level, InstructionLevel::kVectors256);
+  const Bool isInSmallPieces =
+      way == Way::kInSmallPieces || way == Way::kBaselineInSmallPieces || way == Way::kVectors256InSmallPieces;
+  Result<void> result = RunPieces(extent, isInSmallPieces, way == Way::kOrdered);
   kernel::g_instructionLevel = level;
   return result;
 }
@@ -137,10 +142,13 @@ Result<void> KernelRunner::RunOneByOne(const Vec3<UInt32>& extent) {
   return OK;
 }
 
-Result<void> KernelRunner::RunPieces(const Vec3<UInt32>& extent, UInt32 pieceSize, Bool isOrdered) {
+Result<void> KernelRunner::RunPieces(const Vec3<UInt32>& extent, Bool isInSmallPieces, Bool isOrdered) {
+  constexpr UInt32 kPieceSizes[] = {7, 1, 16, 5, 3, 33, 8, 2};
   const UInt32 total = extent.x * extent.y * extent.z;
+  std::size_t piece = 0;
   for (UInt32 first = 0; first < total;) {
-    const UInt32 count = std::min(pieceSize, total - first);
+    const UInt32 size = isInSmallPieces ? kPieceSizes[piece++ % std::size(kPieceSizes)] : total;
+    const UInt32 count = std::min(size, total - first);
     OSTRA_RETURN_IF_ERROR(
         RunRange({.extent = extent, .first = first, .count = count, .isOrdered = isOrdered, .stop = &_stop}));
     first += count;

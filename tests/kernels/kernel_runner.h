@@ -26,14 +26,26 @@
 
 namespace ostra::test {
 
-// How the invocations of a dispatch are run.
-enum class Way { kOneByOne, kOrdered, kUnordered, kInSmallPieces, kBaseline, kVectors256 };
-inline constexpr Way kAllWays[] = {Way::kOneByOne,      Way::kOrdered,  Way::kUnordered,
-                                   Way::kInSmallPieces, Way::kBaseline, Way::kVectors256};
+// How the invocations of a dispatch are run: the last five at the processor's level or a lower one, in one range or in
+// pieces of uneven lengths.
+enum class Way {
+  kOneByOne,
+  kOrdered,
+  kUnordered,
+  kInSmallPieces,
+  kBaseline,
+  kBaselineInSmallPieces,
+  kVectors256,
+  kVectors256InSmallPieces
+};
+inline constexpr Way kAllWays[] = {Way::kOneByOne,   Way::kOrdered,
+                                   Way::kUnordered,  Way::kInSmallPieces,
+                                   Way::kBaseline,   Way::kBaselineInSmallPieces,
+                                   Way::kVectors256, Way::kVectors256InSmallPieces};
 
 class KernelRunner : public parity::ScenarioTarget {
  public:
-  // Makes an object of the class `id`, which is linked with the test, and calls its Init.
+  // Makes an object of the class `id`, which is linked with the test (linked_kernels.h), and calls its Init.
   explicit KernelRunner(const std::string& id);
   explicit KernelRunner(const ClassRef& kernelClass);
 
@@ -62,6 +74,9 @@ class KernelRunner : public parity::ScenarioTarget {
   Result<void> Run(const Vec3<UInt32>& extent, Way way = Way::kUnordered);
   Result<void> RunRange(const KernelRange& range);
 
+  // Invocations at a time.
+  UInt32 GetLaneCount() const { return _range ? _range->GetLaneCount() : 1; }
+
   // The bytes of all buffers and the counters.
   std::vector<Byte> GetState() const;
   KernelInterface& GetKernel() { return *_kernel; }
@@ -74,7 +89,7 @@ class KernelRunner : public parity::ScenarioTarget {
   static CString MakeName(const char* name);
   Result<void> RunOneByOne(const Vec3<UInt32>& extent);
   Result<void> RunGroups(const Vec3<UInt32>& extent, Way way);
-  Result<void> RunPieces(const Vec3<UInt32>& extent, UInt32 pieceSize, Bool isOrdered);
+  Result<void> RunPieces(const Vec3<UInt32>& extent, Bool isInSmallPieces, Bool isOrdered);
 
   KernelRef _kernel;
   ClassRef _class;

@@ -2,15 +2,23 @@
 """Writes random kernels, the same ones for the same seed:
 
     make_random_kernels.py --seed 7 --count 2 FOLDER        net.ostra.test.random7.krn, net.ostra.test.random8.krn
+    make_random_kernels.py ... --kernelc PROGRAM --source BATCH.cpp FOLDER      and one source with all of them
+    make_random_kernels.py ... --kernelc PROGRAM --explain FOLDER               and says why some have no wide form
 
-All have the parameters that RandomKernels in lane_forms_test.cpp sets. An invocation writes elements of its own only, so
+All have the parameters that random_kernels_test.cpp sets, and all names outside of bodies have the seed in them, so that
+many of them fit into one source. An invocation writes elements of its own only, so
 that the order of invocations makes no difference; divisors are never 0, indices are inside, and loops end. Values that
 are no number must not reach integers: their bits are not fixed. Nor is the sign of `0.0 - float(n)` of an integer, which
 GCC 12 takes for `-float(n)`: no converted integer is subtracted.
 """
 import argparse
+import collections
 import os
 import random
+import re
+import subprocess
+
+from random_expressions import COMPONENTS, MEMBERS, NAMES, VECTORS, Expressions, Variable
 
 INPUTS = [
     "(UInt32) count", "(UInt32) width", "(Int32) ui", "(UInt32) uu", "(Float32) uf", "(Vector32) uv",
@@ -19,312 +27,15 @@ INPUTS = [
     "(Block<UInt32>) uout", "(Block<Vector2d32>) twoout", "(Block<Vector32>) threeout", "(Block<Vector4d32>) fourout",
     "(Block<Float64>) dout", "(Block<Int64>) lout", "(Block<UInt32>) bins", "(AtomicUInt32*) counter"
 ]
-NAMES = {"f": "float", "i": "int", "u": "uint", "b": "bool", "d": "double", "l": "Int64", "f2": "vec2", "f3": "vec3",
-         "f4": "vec4", "i2": "int2", "i3": "int3", "i4": "int4", "u2": "uint2", "u3": "uint3", "u4": "uint4"}
-VECTORS = ["f2", "f3", "f4", "i2", "i3", "i4", "u2", "u3", "u4"]
 COMMON = ["f", "f", "f", "i", "i", "i", "u", "u", "b", "f2", "f3", "f4", "i2", "u3", "d", "l"]
-COMPONENTS = "xyzw"
+OF_KERNELS = ["s", "m"]
 # What a buffer gets, and where an invocation writes.
 OUTPUTS = [("fout", "f", "i"), ("iout", "i", "i"), ("uout", "u", "many"), ("twoout", "f2", "back"),
            ("threeout", "f3", "i"), ("fourout", "f4", "two"), ("dout", "d", "i"), ("lout", "l", "i")]
 
 
-class Variable:
-    def __init__(self, name, kind, count=0, fixed=False):
-        self.name, self.kind, self.count, self.fixed = name, kind, count, fixed
-
-
-class Kernel:
-    def __init__(self, seed):
-        self.random = random.Random(seed)
-        self.seed = seed
-        self.lines = []
-        self.indent = 0
-        self.next = 0
-        self.scopes = [[]]
-        self.functions = []
-        self.in_function = None  # result type
-        self.loops = []          # "loop" or "switch"
-        self.budget = 0
-        self.same = False        # only values that are the same in all invocations
-
-    # --- Writing ---
-
-    def line(self, text):
-        self.lines.append("\t" * self.indent + text)
-
-    def name(self, stem="v"):
-        self.next += 1
-        return f"{stem}{self.next}"
-
-    def chance(self, p):
-        return self.random.random() < p
-
-    def pick(self, items):
-        return items[self.random.randrange(len(items))]
-
-    def variables(self, kind=None, is_array=False, is_writable=False):
-        found = []
-        for scope in self.scopes:
-            for v in scope:
-                if (kind is None or v.kind == kind) and (v.count > 0) == is_array and not (is_writable and v.fixed):
-                    found.append(v)
-        return found
-
-    # --- Expressions ---
-
-    def literal(self, kind):
-        if kind == "f":
-            return self.pick(["0.0", "1.0", "-1.0", "0.5", "2.5", "-3.25", "100.0", "0.0625", "-0.0", "7.0", "1e10"])
-        if kind == "i":
-            return self.pick(["0", "1", "-1", "2", "3", "5", "-7", "12", "100", "0x7fff", "2147483647", "-40"])
-        if kind == "u":
-            return self.pick(["0u", "1u", "2u", "3u", "7u", "31u", "100u", "0xffffu", "4294967295u"])
-        if kind == "b":
-            if self.in_function is None:
-                return self.pick(["UNIFORM(uu) > 7u", "UNIFORM(ui) < 0", "UNIFORM(uf) > 1.5", "UNIFORM(uu) % 3u == 1u", "true", "false"])
-            return self.pick(["true", "false"])
-        if kind == "d":
-            return f"double({self.literal('f')})"
-        if kind == "l":
-            return f"Int64({self.literal('i')})"
-        return None
-
-    def uniform(self, kind):
-        with_same, self.same = self.same, True
-        text = self.expression(kind, 1)
-        self.same = with_same
-        return text
-
-    # An index of a read-only buffer, below 32 or of the invocation.
-    def place(self, depth):
-        if self.in_function is None and not self.same and self.chance(0.6):
-            return self.pick(["i", "i", "i + 3u", "i * 2u", "2u + 2u * i", "UNIFORM(count) - 1u - i", "int(i)",
-                              "int(i) + 1", "i ^ 1u", "(i >> 1)"])
-        if self.chance(0.5):
-            return f"({self.expression('u', depth - 1)} & 31u)"
-        if self.chance(0.3):
-            return f"({self.expression('i', depth - 1)} & 31)"
-        return self.pick(["0", "5u", "UNIFORM(uu) & 31u", "UNIFORM(count) / 2u % 32u"])
-
-    def load(self, kind, depth):
-        buffer = {"f": "fin", "i": "iin", "u": "uin", "f3": "vin", "d": "din"}.get(kind)
-        if buffer is None or self.in_function is not None:
-            return None
-        if not self.same and self.chance(0.15):
-            return f"(i > 0u ? UNIFORM_BUFFER({buffer})[i - 1u] : {self.leaf(kind)})"
-        return f"UNIFORM_BUFFER({buffer})[{self.place(depth)}]"
-
-    def leaf(self, kind):
-        choices = []
-        if not self.same:
-            choices += [v.name for v in self.variables(kind)] * 2
-            if kind == "u" and self.in_function is None:
-                choices += ["i", "InGlobalInvocationID.x", "InLocalInvocationID.x", "InWorkGroupID.x",
-                            "InGlobalInvocationID.y", "LinearInvocation()", "InLocalInvocationID.y"]
-        else:
-            choices += [v.name for v in self.variables(kind) if v.name.startswith("k")]
-        if self.in_function is None:
-            choices += {"f": ["UNIFORM(uf)", "UNIFORM(uv).y"], "i": ["UNIFORM(ui)"], "u": ["UNIFORM(uu)"],
-                        "f3": ["UNIFORM(uv)"]}.get(kind, [])
-        if kind in VECTORS:
-            parts = int(kind[1])
-            if not choices or self.chance(0.3):
-                return f"{NAMES[kind]}({', '.join(self.leaf(kind[0]) for _ in range(parts))})"
-            return self.pick(choices)
-        if not choices or self.chance(0.15):
-            return "(" + self.literal(kind) + ")" if kind == "b" else self.literal(kind)
-        return self.pick(choices)
-
-    def call(self, kind, depth):
-        # Arguments of functions are evaluated in no fixed order: those that change something stand alone.
-        fits = [f for f in self.functions if f[1] == kind and all(not p[1] for p in f[2])]
-        if not fits:
-            return None
-        f = self.pick(fits)
-        return f"{f[0]}({', '.join(self.expression(p[0], depth - 1) for p in f[2])})"
-
-    def component(self, kind, depth):
-        wide = [v for v in VECTORS if v[0] == kind]
-        if not wide:
-            return None
-        vector = self.pick(wide)
-        part = COMPONENTS[self.random.randrange(int(vector[1]))]
-        variables = self.variables(vector) if not self.same else []
-        if variables and self.chance(0.8):
-            return f"{self.pick(variables).name}.{part}"
-        return f"({self.expression(vector, depth - 1)}).{part}"
-
-    def element(self, kind, depth):
-        arrays = self.variables(kind, is_array=True)
-        if not arrays or self.same:
-            return None
-        array = self.pick(arrays)
-        return f"{array.name}[{self.array_place(array, depth)}]"
-
-    def array_place(self, array, depth):
-        form = self.random.randrange(4)
-        if form == 0:
-            return str(self.random.randrange(array.count))
-        if form == 1:
-            return f"{self.expression('u', depth - 1)} % {array.count}u"
-        if form == 2 and array.count == 4:
-            return f"{self.expression('i', depth - 1)} & 3"
-        return f"{self.leaf('u')} % {array.count}u"
-
-    def expression(self, kind, depth):
-        if depth <= 0:
-            return self.leaf(kind)
-        for _ in range(6):
-            text = self.try_expression(kind, depth)
-            if text is not None:
-                return text
-        return self.leaf(kind)
-
-    def try_expression(self, kind, depth):
-        e = lambda other=kind: self.expression(other, depth - 1)
-        form = self.random.randrange(12)
-        if form == 0:
-            return self.leaf(kind)
-        if form == 1:
-            return self.load(kind, depth)
-        if form == 2:
-            return self.call(kind, depth)
-        if form == 3:
-            return self.component(kind, depth)
-        if form == 4:
-            return self.element(kind, depth)
-        if form == 5:
-            return f"({e('b')} ? {e()} : {e()})"
-        return getattr(self, "make_" + ("vector" if kind in VECTORS else kind))(kind, e)
-
-    def arithmetic(self, kind, e):
-        left, sign, right = e(), self.pick("+-*/"), e()
-        return f"({left} {'+' if sign == '-' and right.startswith(NAMES[kind] + '(') else sign} {right})"
-
-    def make_f(self, kind, e):
-        form = self.random.randrange(12)
-        if form < 4:
-            return self.arithmetic(kind, e)
-        if form == 4:
-            return f"{self.pick(['abs', 'sign', 'floor', 'ceil', 'trunc', 'fract', 'sqrt', 'inversesqrt', 'radians', 'degrees'])}({e()})"
-        if form == 5:
-            return f"{self.pick(['min', 'max', 'mod', 'step'])}({e()}, {e()})"
-        if form == 6:
-            return f"{self.pick(['clamp', 'mix', 'smoothstep'])}({e()}, {e()}, {e()})"
-        if form == 7:
-            return f"float({e(self.pick('iubdl'))})"
-        if form == 8:
-            return f"(- {e()})"
-        if form == 9:
-            vector = self.pick(["f2", "f3", "f4"])
-            return self.pick([f"dot({e(vector)}, {e(vector)})", f"length({e(vector)})",
-                              f"distance({e(vector)}, {e(vector)})"])
-        if form == 10 and not self.same and self.in_function is None:
-            word = self.pick(["sin", "cos", "exp", "exp2", "log", "atan", "tan", "asin", "acos", "log2"])
-            return f"{word}(UNIFORM_BUFFER(fin)[{self.place(1)}])"
-        return f"intBitsToFloat({e('i')} & 0x7f7fffff)"
-
-    def whole(self, kind, e):
-        form = self.random.randrange(11)
-        u = kind == "u"
-        if form < 4:
-            return f"({e()} {self.pick('+-*&|^')} {e()})"
-        if form == 4:
-            return f"({e()} {self.pick(['<<', '>>'])} {self.pick([str(self.random.randrange(32)), '(' + e() + (' & 31u)' if u else ' & 31)')])})"
-        if form == 5:
-            return f"({e()} {self.pick('/%')} (({e()} & {'15u) + 1u' if u else '15) + 1'}))"
-        if form == 6:
-            return f"{self.pick(['min', 'max'])}({e()}, {e()})"
-        if form == 7:
-            return f"clamp({e()}, {e()}, {e()})"
-        if form == 8:
-            return f"({self.pick('-~')} {e()})"
-        return None
-
-    def make_i(self, kind, e):
-        text = self.whole(kind, e)
-        if text is not None:
-            return text
-        form = self.random.randrange(6)
-        if form == 0:
-            return f"ToInt({e('f')})"
-        if form == 1:
-            return f"int({e(self.pick('ubl'))})"
-        if form == 2:
-            return f"{self.pick(['abs', 'sign'])}({e()})"
-        if form == 3:
-            return f"({e('b')} + {e()})"
-        if form == 4:
-            variables = self.variables("i") if not self.same else []
-            if variables:
-                v = self.pick(variables).name
-                return f"({v} > 0 ? {e()} {self.pick('/%')} {v} : {e()})"
-        return f"int({e('u')})"
-
-    def make_u(self, kind, e):
-        text = self.whole(kind, e)
-        if text is not None:
-            return text
-        return f"uint({e(self.pick('ibl'))})"
-
-    def make_b(self, kind, e):
-        form = self.random.randrange(9)
-        if form < 4:
-            other = self.pick("ffiiuudl")
-            return f"({e(other)} {self.pick(['<', '<=', '>', '>=', '==', '!='])} {e(other)})"
-        if form < 6:
-            return f"({e()} {self.pick(['&&', '||'])} {e()})"
-        if form == 6:
-            return f"(!{e()})"
-        if form == 7:
-            return self.pick([f"isnan({e('f')})", f"isinf({e('f')})", f"bool({e(self.pick('iu'))})"])
-        return f"({e()} {self.pick(['==', '!=', '&', '|', '^'])} {e()})" if form == 8 else None
-
-    def make_d(self, kind, e):
-        form = self.random.randrange(6)
-        if form < 3:
-            return self.arithmetic(kind, e)
-        if form == 3:
-            return f"(- {e()})"
-        return f"double({e(self.pick('fiul'))})"
-
-    def make_l(self, kind, e):
-        form = self.random.randrange(6)
-        if form < 3:
-            return f"({e()} {self.pick('+-*&|^')} {e()})"
-        if form == 3:
-            return f"({e()} {self.pick('/%')} (Int64({e('u')} & 15u) + Int64(1)))"
-        if form == 4:
-            return f"({e()} {self.pick(['<<', '>>'])} {self.random.randrange(40)})"
-        return f"Int64({e(self.pick('iub'))})"
-
-    def make_vector(self, kind, e):
-        scalar, parts = kind[0], int(kind[1])
-        form = self.random.randrange(9)
-        if form == 0:
-            return f"{NAMES[kind]}({', '.join(e(scalar) for _ in range(parts))})"
-        if form == 1:
-            return f"{NAMES[kind]}({e(scalar)})"
-        if form == 2 and parts > 2:
-            first = f"{scalar}{parts - 1}"
-            return f"{NAMES[kind]}({e(first)}, {e(scalar)})" if self.chance(0.5) else \
-                f"{NAMES[kind]}({e(scalar)}, {e(first)})"
-        if form < 5:
-            return f"({e()} {self.pick('+-*')} {e()})"
-        if form == 5:
-            return f"({e()} {self.pick('+-*')} {e(scalar)})" if self.chance(0.5) else f"({e(scalar)} {self.pick('+-*')} {e()})"
-        if form == 6:
-            return self.pick([f"{self.pick(['min', 'max'])}({e()}, {e()})", f"min({e()}, {e(scalar)})",
-                              f"clamp({e()}, {e()}, {e()})", f"clamp({e()}, {e(scalar)}, {e(scalar)})"])
-        if scalar == "f":
-            return self.pick([f"floor({e()})", f"abs({e()})", f"fract({e()})", f"mix({e()}, {e()}, {e('f')})",
-                              f"step({e('f')}, {e()})", f"(- {e()})", f"normalize({e()})", f"({e()} / {e('f')})",
-                              f"reflect({e()}, {e()})", f"mix({e()}, {e()}, {e()})", f"ceil({e()})", f"sqrt({e()})"])
-        return f"(- {e()})" if scalar == "i" else None
-
-    # --- Statements ---
-
+# Statements, functions and the whole file.
+class Kernel(Expressions):
     def block(self, depth, count):
         self.line("{")
         self.indent += 1
@@ -374,20 +85,20 @@ class Kernel:
         return self.assign()
 
     def declare(self, kind=None):
-        kind = kind or self.pick(COMMON)
+        kind = kind or self.pick(COMMON if self.in_function is not None else COMMON + OF_KERNELS)
         name = self.name()
         value = self.uniform(kind) if self.chance(0.2) else self.expression(kind, 3)
-        self.line(f"{NAMES[kind]} {name} = {value};")
+        self.line(f"{self.type_name(kind)} {name} = {value};")
         self.scopes[-1].append(Variable(name, kind))
 
     def array(self):
-        kind = self.pick(["f", "f", "i", "u", "f2", "b"])
+        kind = self.pick(["f", "f", "i", "u", "f2", "b"] + ([] if self.in_function is not None else ["s", "m"]))
         name = self.name("a")
         count = self.pick([3, 4, 5])
         values = ", ".join(self.uniform(kind) if self.chance(0.4) else self.expression(kind, 1) for _ in range(count))
         if self.chance(0.3):
             values = ", ".join(self.uniform(kind) for _ in range(count - 1))
-        self.line(f"{NAMES[kind]} {name}[{count}] = {{{values}}};")
+        self.line(f"{self.type_name(kind)} {name}[{count}] = {{{values}}};")
         self.scopes[-1].append(Variable(name, kind, count))
 
     def assign(self):
@@ -395,7 +106,11 @@ class Kernel:
         if arrays and self.chance(0.25):
             array = self.pick(arrays)
             place = self.array_place(array, 2)
-            self.line(f"{array.name}[{place}] = {self.expression(array.kind, 2)};")
+            part, kind = "", array.kind
+            if kind in ("s", "m") and self.chance(0.6):
+                kind = self.pick(["f", "f3"])
+                part = self.pick(self.members(array, kind))
+            self.line(f"{array.name}[{place}]{part} = {self.expression(kind, 2)};")
             return
         variables = self.variables(is_writable=True)
         if not variables:
@@ -405,6 +120,12 @@ class Kernel:
         if kind in VECTORS and self.chance(0.5):
             target += "." + COMPONENTS[self.random.randrange(int(kind[1]))]
             kind = kind[0]
+        if kind in ("s", "m") and self.chance(0.75):
+            kind = self.pick(["f", "f3"] if kind == "m" else ["f", "f3", "i", "b", "m", "d"])
+            target += self.pick(self.members(v, kind))
+        if kind in ("s", "m"):
+            self.line(f"{target} = {self.expression(kind, 3)};")
+            return
         form = self.random.randrange(8)
         if form == 0 and kind in ("i", "u", "l"):
             self.line(f"{target}{self.pick(['++', '--'])};" if self.chance(0.5) else f"++{target};")
@@ -562,6 +283,13 @@ class Kernel:
                 arguments.append(self.expression(kind, 1))
                 continue
             variables = [v for v in self.variables(kind, is_writable=True) if v.name not in used]
+            parts = [v for v in self.variables(kind, is_array=True) if v.name not in used]
+            parts += [v for v in self.variables("s") + self.variables("m") if v.name not in used and self.members(v, kind)]
+            if parts and self.chance(0.4):
+                v = self.pick(parts)
+                used.add(v.name)
+                arguments.append(f"{v.name}[{self.leaf('u')} % {v.count}u]" if v.count else v.name + self.pick(self.members(v, kind)))
+                continue
             if not variables:
                 name = self.name()
                 self.line(f"{NAMES[kind]} {name} = {self.expression(kind, 1)};")
@@ -569,6 +297,7 @@ class Kernel:
                 variables = [self.scopes[-1][-1]]
             v = self.pick(variables)
             used.add(v.name)
+            # An element at any place, or a component: no call gets two parts of one variable.
             arguments.append(v.name)
         # A variable that the call changes is no other argument of it.
         for n, (kind, qualifier) in enumerate(f[2]):
@@ -585,7 +314,7 @@ class Kernel:
         self.scopes[-1].append(Variable(name, f[1]))
 
     def function(self):
-        name = self.name("Function")
+        name = self.name(f"Function{self.seed}_")
         result = self.pick(["f", "f", "i", "i", "u", "b", "f3", "f2", "void", "void"])
         parameters = []
         self.scopes.append([])
@@ -624,15 +353,29 @@ class Kernel:
         self.chance(0.5)
         self.line(f"GROUPSIZE({self.pick(['16, 1, 1', '6, 1, 1', '5, 2, 1', '4, 4, 1'])})")
         self.line("")
-        self.line("inline int ToInt(float x)")
+        self.line(f"inline int ToInt{self.seed}(float x)")
         self.line("{")
         self.line("\tif (!(x > -1000.0 && x < 1000.0)) return 7;")
         self.line("\treturn int(x);")
         self.line("}")
         self.line("")
+        self.line(f"struct State{self.seed}")
+        self.line("{")
+        self.lines += [f"\t{NAMES[kind]} {name};" for name, kind in MEMBERS]
+        self.line("};")
+        self.line("")
+        self.line(f"inline State{self.seed} Make{self.seed}(float x, int n, mat3 m, bool isShort)")
+        self.line("{")
+        self.line(f"\tState{self.seed} made = {{x, vec3(x, 0.5, 2.0), n, isShort, m, double(x)}};")
+        self.line("\tif (isShort) return made;")
+        self.line("\tmade.place.y = x * 0.25;")
+        self.line("\tmade.turn.v1 = made.place;")
+        self.line("\treturn made;")
+        self.line("}")
+        self.line("")
         for _ in range(self.random.randrange(0, 4)):
             self.function()
-        self.line("OSTRA_PARALLEL_KERNEL(Random, KERNELINPUTS)")
+        self.line(f"OSTRA_PARALLEL_KERNEL(Random{self.seed}, KERNELINPUTS)")
         self.line("{")
         self.indent += 1
         if self.chance(0.5):
@@ -664,16 +407,66 @@ class Kernel:
         return "\n".join(self.lines) + "\n"
 
 
+def make_id(seed):
+    return f"net.ostra.test.random{seed}.krn"
+
+
+def run(program, *arguments):
+    return subprocess.run([program, *arguments], check=True, capture_output=True, text=True).stdout
+
+
+# Names that every generated source defines; in one source each kernel has its own.
+SHARED_NAMES = ["OstraKernelParameters", "OstraGroupSize", "OstraLoops"]
+
+
+# With `one_level` each kernel is compiled for 4, 8 or 16 lanes only, which takes half the time.
+def write_source(kernelc, seeds, folder, source, one_level):
+    lines = ['#include "tests/kernels/random_kernels.h"', ""]
+    for seed in seeds:
+        text = os.path.join(folder, f"{make_id(seed)}.inc")
+        run(kernelc, os.path.join(folder, make_id(seed)), text)
+        lines += [f"#define {name} {name}{seed}" for name in SHARED_NAMES]
+        if one_level:
+            lines += ["#undef OSTRA_KERNEL_HAS_LANES", f"#define OSTRA_KERNEL_HAS_LANES(level) (level == {seed % 3})"]
+        lines.append(f'#include "{text}"')
+        forms = f"test::RandomKernelForms<Random{seed}Body, OstraGroupSize>"
+        lines.append(f"namespace ostra::kernel {{ static const Bool kIsRegistered{seed} = {forms}::Register({seed}); }}")
+        lines += [f"#undef {name}" for name in SHARED_NAMES]
+    with open(source, "w", encoding="utf-8") as file:
+        file.write("\n".join(lines) + "\n")
+
+
+def explain(kernelc, seeds, folder):
+    reasons = collections.defaultdict(list)
+    for seed in seeds:
+        note = run(kernelc, "--explain", os.path.join(folder, make_id(seed)))
+        if note:
+            reason = note.splitlines()[0].split("note: ")[1]
+            reasons[re.sub(r"[0-9]+", "#", reason)].append(seed)
+    print(f"{len(seeds)} kernels, {sum(map(len, reasons.values()))} without a wide form")
+    for reason, found in sorted(reasons.items(), key=lambda item: -len(item[1])):
+        print(f"{len(found):6} {reason}: {' '.join(map(str, found[:10]))}{' ...' if len(found) > 10 else ''}")
+
+
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("--seed", type=int, default=0)
     parser.add_argument("--count", type=int, default=1)
+    parser.add_argument("--kernelc")
+    parser.add_argument("--source")
+    parser.add_argument("--one-level", action="store_true")
+    parser.add_argument("--explain", action="store_true")
     parser.add_argument("folder")
     arguments = parser.parse_args()
     os.makedirs(arguments.folder, exist_ok=True)
-    for seed in range(arguments.seed, arguments.seed + arguments.count):
-        with open(os.path.join(arguments.folder, f"net.ostra.test.random{seed}.krn"), "w", encoding="utf-8") as file:
+    seeds = range(arguments.seed, arguments.seed + arguments.count)
+    for seed in seeds:
+        with open(os.path.join(arguments.folder, make_id(seed)), "w", encoding="utf-8") as file:
             file.write(Kernel(seed).write())
+    if arguments.source:
+        write_source(arguments.kernelc, seeds, arguments.folder, arguments.source, arguments.one_level)
+    if arguments.explain:
+        explain(arguments.kernelc, seeds, arguments.folder)
 
 
 if __name__ == "__main__":

@@ -1,0 +1,38 @@
+// Random inputs of kernels, the same ones for the same seed.
+#pragma once
+
+#include <random>
+#include <vector>
+
+#include "ostra/core/types.h"
+
+namespace ostra::test {
+
+class RandomValues {
+ public:
+  explicit RandomValues(UInt32 seed) : _random(seed) {}
+
+  template <class T>
+  std::vector<T> MakeIntegers(std::size_t count, Int64 low, Int64 high) {
+    std::vector<T> numbers(count);
+    for (T& number : numbers) number = static_cast<T>(std::uniform_int_distribution<Int64>(low, high)(_random));
+    return numbers;
+  }
+  std::vector<Float32> MakeFloats(std::size_t count) {
+    std::vector<Float32> numbers(count);
+    for (Float32& number : numbers) number = std::uniform_real_distribution<Float32>(-6.0f, 6.0f)(_random);
+    return numbers;
+  }
+  template <class Vector>
+  std::vector<Vector> MakeVectors(std::size_t count) {
+    std::vector<Vector> vectors(count);
+    for (Vector& vector : vectors)
+      for (int i = 0; i < Vector::length(); ++i) vector[i] = MakeFloats(1)[0];
+    return vectors;
+  }
+
+ private:
+  std::mt19937 _random;
+};
+
+}  // namespace ostra::test
