@@ -21,10 +21,10 @@
 #define OSTRA_KERNEL_LEVELS
 #endif
 
-// Whether kernels are compiled for lanes of a level, too: of all levels, or of the only one that the compiler's flags
-// ask for. OSTRA_KERNEL_IS_SCALAR turns it off.
-#if !defined(__OPTIMIZE__) || defined(OSTRA_KERNEL_IS_SANITIZED) || defined(OSTRA_CHECK_KERNEL_INDICES) || \
-    defined(OSTRA_KERNEL_IS_SCALAR)
+// Whether kernels are compiled for lanes of a level, too: of all, or of the only one that the compiler's flags ask for.
+// OSTRA_KERNEL_IS_SCALAR turns it off, OSTRA_KERNEL_HAS_SANITIZED_LANES turns it on under sanitizers.
+#if !defined(__OPTIMIZE__) || defined(OSTRA_CHECK_KERNEL_INDICES) || defined(OSTRA_KERNEL_IS_SCALAR) || \
+    (defined(OSTRA_KERNEL_IS_SANITIZED) && !defined(OSTRA_KERNEL_HAS_SANITIZED_LANES))
 #define OSTRA_KERNEL_HAS_LANES(level) 0
 #elif defined(OSTRA_KERNEL_LEVELS)
 #define OSTRA_KERNEL_HAS_LANES(level) 1
