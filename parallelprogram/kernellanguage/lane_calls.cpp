@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "parallelprogram/kernellanguage/lane_printer.h"
 
 namespace ostra::kernellanguage {
@@ -15,12 +17,23 @@ LanePrinter::Value LanePrinter::Call(NodeIndex node) {
       return CallNoise(node);
     case WordId::kLinearInvocation:
       return {"ostraLinear", Form::kLinear, kUIntType, 1};
+    case WordId::kSampleGradient:
+      return CallEachLane(node, "::ostra::SampleGradient", Shared(Child(node, 0)), 1);
     default:
       break;
   }
   if (!GetOverloads(meaning.word).empty()) return CallWord(node);
   Refuse(node, Join({NameOf(node), " with values that differ between invocations"}));
   return {"", Form::kLanes, TypeOf(node)};
+}
+
+// Whether the function is one of matrices that lanes compute one after the other: all but products with a vector.
+Bool LanePrinter::IsMatrixFunction(NodeIndex call) const {
+  const auto arguments = _tree.GetChildren(call);
+  const auto isOfVector = [&](NodeIndex argument) { return _types.IsVector(_resolved.converted[argument]); };
+  const auto isOfMatrix = [&](NodeIndex argument) { return IsAggregate(_resolved.converted[argument]); };
+  return std::any_of(arguments.begin(), arguments.end(), isOfMatrix) &&
+         std::none_of(arguments.begin(), arguments.end(), isOfVector);
 }
 
 // A number that grows by 1 from lane to lane, kept within bounds: clamp(x, low, high), or min(max(x, low), high).
@@ -53,54 +66,112 @@ std::optional<LanePrinter::Value> LanePrinter::CallClamp(NodeIndex node) {
 
 LanePrinter::Value LanePrinter::CallWord(NodeIndex node) {
   if (auto clamped = CallClamp(node)) return *std::move(clamped);
+  if (IsMatrixFunction(node)) return CallEachLane(node, Join({"vocabulary::", NameOf(node)}));
   std::string arguments;
   for (const NodeIndex argument : _tree.GetChildren(node)) {
     const TypeIndex type = _resolved.converted[argument];
     const Bool isNumber = _types.IsScalar(type) || _types.IsVector(type);
     if (isNumber && GetSize(_types[type].scalar) != 4)
       Refuse(argument, Join({NameOf(node), " of a ", _types.GetName(type)}));
-    const Bool isMatrix = _types[type].kind == TypeKind::kMatrix || _types[type].kind == TypeKind::kAffineMatrix;
-    // Matrices are the same in all lanes, or they are refused.
-    const std::string text = isMatrix && FormOf(argument) == Form::kShared ? Shared(argument) : InLanes(argument);
+    // A matrix that is the same in all lanes is not spread over them.
+    const Bool isShared = IsAggregate(type) && FormOf(argument) == Form::kShared;
+    const std::string text = isShared ? Shared(argument) : InLanes(argument);
     arguments += Join({arguments.empty() ? "" : ", ", text});
   }
   LaneType(TypeOf(node), node);
   return {Join({"::ostra::OSTRA_LANES::", NameOf(node), "(", arguments, ")"}), Form::kLanes, TypeOf(node)};
 }
 
+Bool LanePrinter::IsChanged(NodeIndex parameter) const {
+  const UInt16 flags = _tree.nodes[parameter].flags;
+  return (flags & (kIsOut | kIsInOut)) || ((flags & kIsReference) && !(flags & kIsConst));
+}
+
+Bool LanePrinter::ChangesArguments(NodeIndex call) const {
+  if (KindOf(call) != NodeKind::kCall || _resolved.meaning[call].kind != MeaningKind::kFunction) return false;
+  const auto parameters = _tree.GetChildren(_resolved.meaning[call].target);
+  return std::any_of(parameters.begin() + 1, parameters.end() - 1,
+                     [this](NodeIndex parameter) { return IsChanged(parameter); });
+}
+
+Bool LanePrinter::HasChangingCall(NodeIndex expression) const {
+  const auto children = _tree.GetChildren(expression);
+  return ChangesArguments(expression) || std::any_of(children.begin(), children.end(), [this](NodeIndex child) {
+           return child != kNoNode && HasChangingCall(child);
+         });
+}
+
+// The variable, array or buffer of which a place is a part.
+NodeIndex LanePrinter::FindRoot(NodeIndex place) const {
+  while (KindOf(place) == NodeKind::kMemberOf || KindOf(place) == NodeKind::kIndex) place = Child(place, 0);
+  return _resolved.meaning[place].target;
+}
+
+// C++ of an argument that the function changes: the place itself if it is held as the parameter is, else a copy, which
+// goes into `copies`.
+std::string LanePrinter::PassPlace(NodeIndex argument, NodeIndex parameter, Form form, std::vector<Copy>& copies) {
+  std::string place;
+  const NodeIndex variable = FindVariable(argument, place);
+  const Bool isArray = _types[TypeOf(argument)].kind == TypeKind::kArray;
+  if (isArray && form != Form::kShared) Refuse(argument, "an array that a function changes");
+  if (variable != kNoNode && FormOf(variable) == form) return place;
+  if (isArray) Refuse(argument, "an array that a function changes");
+  if (HasRefused()) return "";
+  HoldIndices(argument);
+  const TypeIndex type = TypeOf(argument);
+  const std::string name = NewName("changed");
+  const std::string before = _tree.HasFlag(parameter, kIsOut) ? "{}"
+                             : form == Form::kShared          ? Join({" = ", Shared(argument)})
+                                                     : Join({" = ", ToLanes(EvaluateItself(argument), argument)});
+  Line({form == Form::kShared ? SharedType(type) : LaneType(type, argument), " ", name, before, ";"});
+  copies.push_back({argument, {name, form, type}});
+  return name;
+}
+
 LanePrinter::Value LanePrinter::CallFunction(NodeIndex node) {
   const NodeIndex function = _resolved.meaning[node].target;
   const auto arguments = _tree.GetChildren(node);
-  std::string list = GetMask();
+  // With arguments that are the same in all lanes it is the function as it is, called once.
+  const Bool isShared = FormOf(node) == Form::kShared;
+  std::string list = isShared ? "" : GetMask();
+  std::vector<Copy> copies;
+  std::vector<NodeIndex> changed;
   for (std::size_t i = 0; i < arguments.size(); ++i) {
-    const NodeIndex parameter = Child(function, i + 1);
-    const UInt16 flags = _tree.nodes[parameter].flags;
-    const Bool isChanged = (flags & (kIsOut | kIsInOut)) || ((flags & kIsReference) && !(flags & kIsConst));
-    const Form form = FormOf(parameter);
-    if (isChanged || Child(parameter, 1) != kNoNode) {
-      std::string place;
-      const NodeIndex variable = FindVariable(arguments[i], place);
-      if (variable == kNoNode || FormOf(variable) != form)
-        Refuse(arguments[i], "an argument that the function changes and that is no part of a variable");
-      list += Join({", ", place});
-      continue;
-    }
-    const Value value = Evaluate(arguments[i]);
-    if (form == Form::kLanes) {
-      list += Join({", ", ToLanes(value, arguments[i])});
+    const NodeIndex argument = arguments[i], parameter = Child(function, i + 1);
+    const Form form = isShared ? Form::kShared : FormOf(parameter);
+    list += list.empty() ? "" : ", ";
+    if (IsChanged(parameter)) {
+      list += PassPlace(argument, parameter, form, copies);
+      changed.push_back(FindRoot(argument));
+    } else if (isShared) {
+      list += Shared(argument);
     } else {
-      if (value.form != form)
-        Refuse(arguments[i], "an argument that is the same in all invocations for some calls only");
-      list += Join({", ", value.text});
+      const Value value = Evaluate(argument);
+      if (form != Form::kLanes && value.form != form)
+        Refuse(argument, "an argument that is the same in all invocations for some calls only");
+      list += form == Form::kLanes ? ToLanes(value, argument) : value.text;
     }
   }
+  std::sort(changed.begin(), changed.end());
+  if (!copies.empty() && std::adjacent_find(changed.begin(), changed.end()) != changed.end())
+    Refuse(node, "two arguments that the function changes and that may be the same place");
   // Each call once, in the order of the text, whatever becomes of its value.
   const TypeIndex type = TypeOf(node);
-  const std::string call = Join({"ostraLanes_", NameOf(function), "(", list, ")"});
-  if (type == kVoidType) return {call, Form::kLanes, type};
-  const std::string result = NewName("result");
-  Line({"const ", LaneType(type, node), " ", result, " = ", call, ";"});
-  return {result, Form::kLanes, type};
+  Value result{Join({isShared ? "" : "ostraLanes_", NameOf(function), "(", list, ")"}),
+               isShared ? Form::kShared : Form::kLanes, type};
+  if (type == kVoidType) {
+    Line({result.text, ";"});
+    result.text.clear();
+  } else {
+    const std::string name = NewName("result");
+    Line({"const ", isShared ? SharedType(type) : LaneType(type, node), " ", name, " = ", result.text, ";"});
+    result.text = name;
+  }
+  for (const Copy& copy : copies) {
+    Assign(copy.place, copy.value);
+    ReleaseIndices(copy.place);
+  }
+  return result;
 }
 
 LanePrinter::Value LanePrinter::CallTexture(NodeIndex node) {
@@ -118,8 +189,7 @@ LanePrinter::Value LanePrinter::CallTexture(NodeIndex node) {
 
 LanePrinter::Value LanePrinter::CallNoise(NodeIndex node) {
   const auto arguments = _tree.GetChildren(node);
-  if (FormOf(arguments[0]) != Form::kShared)
-    Refuse(arguments[0], "a number of a noise that differs between invocations");
+  if (FormOf(arguments[0]) != Form::kShared) return CallEachLane(node, "this->RenderNoise");
   const std::string result = NewName("noise");
   Line({"const Lanes<Float32> ", result, " = NoiseLanes(*this, ", Shared(arguments[0]), ", ", InLanes(arguments[1]),
         ", ", InLanes(arguments[2]), ", ", GetMask(), ");"});
@@ -180,8 +250,7 @@ void LanePrinter::Function(NodeIndex function) {
   Bool canBeWritten = !type.empty();
   std::string parameters = "[[maybe_unused]] Mask ostraMask";
   for (const NodeIndex parameter : children.subspan(1, children.size() - 2)) {
-    const UInt16 flags = _tree.nodes[parameter].flags;
-    const Bool isChanged = (flags & (kIsOut | kIsInOut)) || ((flags & kIsReference) && !(flags & kIsConst));
+    const Bool isChanged = IsChanged(parameter);
     const Bool isInLanes = FormOf(parameter) == Form::kLanes;
     const TypeIndex own = TypeOf(parameter);
     if (_types[own].kind == TypeKind::kArray || (isInLanes ? !HasLaneType(own) : SharedType(own).empty())) {

@@ -10,38 +10,41 @@ namespace {
 
 // Types and functions that the wide form names. A function of the file may be called like one of the second list:
 // calls of that one have lanes as arguments, by which the compiler finds it.
-constexpr std::string_view kTypesAndMakers[] = {
-    "AffineMatrix32", "Bool",      "ClampedRamp", "Float32",  "Float64",        "GroupX",
-    "Int32",          "Int64",     "LaneRows",    "LaneVec2", "LaneVec3",       "LaneVec4",
-    "Lanes",          "LocalX",    "Mask",        "Ramp",     "SquareMatrix32", "SquareMatrix4d32",
-    "ToRows",         "UInt32",    "UInt64",      "Vec2",     "Vec3",           "Vec4",
-    "ostra",          "vocabulary"};
-constexpr std::string_view kFunctionsOfLanes[] = {"Any",
-                                                  "AndNot",
-                                                  "Convert",
-                                                  "Divide",
-                                                  "DivideBy",
-                                                  "FetchLanes",
-                                                  "ForEachLaneIn",
-                                                  "Gather",
-                                                  "GatherRows",
-                                                  "GetElements",
-                                                  "GetSharedElements",
-                                                  "None",
-                                                  "LoadRowsOfRun",
-                                                  "LoadRun",
-                                                  "NoiseLanes",
-                                                  "Remainder",
-                                                  "RemainderBy",
-                                                  "SampleLanes",
-                                                  "Scatter",
-                                                  "Select",
-                                                  "SetElements",
-                                                  "ShiftLeft",
-                                                  "ShiftRight",
-                                                  "StoreLast",
-                                                  "StoreRowsOfRun",
-                                                  "StoreRun"};
+constexpr std::string_view kTypesAndMakers[] = {"AffineMatrix32",
+                                                "Bool",
+                                                "ClampedRamp",
+                                                "Float32",
+                                                "Float64",
+                                                "GroupX",
+                                                "Int32",
+                                                "Int64",
+                                                "LaneAffineMatrix",
+                                                "LaneMatrix3",
+                                                "LaneMatrix4",
+                                                "LaneRows",
+                                                "LaneVec2",
+                                                "LaneVec3",
+                                                "LaneVec4",
+                                                "Lanes",
+                                                "LocalX",
+                                                "MapLanes",
+                                                "Mask",
+                                                "Ramp",
+                                                "SquareMatrix32",
+                                                "SquareMatrix4d32",
+                                                "ToRows",
+                                                "UInt32",
+                                                "UInt64",
+                                                "Vec2",
+                                                "Vec3",
+                                                "Vec4",
+                                                "ostra",
+                                                "vocabulary"};
+constexpr std::string_view kFunctionsOfLanes[] = {
+    "AndNot",      "Any",        "Convert",     "Divide",      "DivideBy",          "FetchLanes",     "ForEachLaneIn",
+    "Gather",      "GatherRows", "GetElements", "GetLane",     "GetSharedElements", "LoadRowsOfRun",  "LoadRun",
+    "NoiseLanes",  "None",       "Remainder",   "RemainderBy", "SampleLanes",       "Scatter",        "Select",
+    "SetElements", "SetLane",    "ShiftLeft",   "ShiftRight",  "StoreLast",         "StoreRowsOfRun", "StoreRun"};
 
 template <std::size_t count>
 Bool Has(const std::string_view (&names)[count], std::string_view name) {
@@ -67,10 +70,11 @@ std::string LanePrinter::NewName(std::string_view stem) { return Join({"ostra_",
 LaneCode LanePrinter::Print() {
   const NodeIndex kernel = _tree.kernel;
   if (_tree.HasFlag(kernel, kIsMethodForm)) Refuse(kernel, "a kernel that can fail");
-  if (!_resolved.structs.empty()) Refuse(_resolved.structs[0], "a struct");
   for (NodeIndex node = 0; node < static_cast<NodeIndex>(_tree.nodes.size()); ++node) {
     const NodeKind kind = KindOf(node);
-    if (kind != NodeKind::kVariable && kind != NodeKind::kFunctionParameter && kind != NodeKind::kFunction) continue;
+    if (kind != NodeKind::kVariable && kind != NodeKind::kFunctionParameter && kind != NodeKind::kFunction &&
+        kind != NodeKind::kStruct)
+      continue;
     if (Has(kTypesAndMakers, NameOf(node)) || (kind != NodeKind::kFunction && Has(kFunctionsOfLanes, NameOf(node))))
       Refuse(node, Join({"the name \"", NameOf(node), "\""}));
   }
@@ -87,6 +91,7 @@ LaneCode LanePrinter::Print() {
   FindUses();
   FindRows();
   _isClamped.assign(_tree.nodes.size(), false);
+  Structs();
   Functions();
   _masks = {{"ostraActive"}};
   Line(

@@ -1,4 +1,3 @@
-#include "parallelprogram/kernellanguage/cpp_text.h"
 #include "parallelprogram/kernellanguage/lane_printer.h"
 #include "parallelprogram/kernellanguage/literal.h"
 
@@ -10,12 +9,6 @@ constexpr std::string_view kComponents[] = {"x", "y", "z", "w"};
 Bool IsBuffer(const SyntaxTree& tree, NodeIndex node) { return tree.Is(node, NodeKind::kBuffer); }
 
 }  // namespace
-
-LanePrinter::Form LanePrinter::FormOf(NodeIndex node) const {
-  const Uniformity& uniformity = _uniformity.Get(node);
-  if (uniformity.IsSame()) return Form::kShared;
-  return uniformity.variance == Variance::kLinear ? Form::kLinear : Form::kLanes;
-}
 
 Bool LanePrinter::IsHarmless(NodeIndex node) const {
   switch (KindOf(node)) {
@@ -45,29 +38,6 @@ Bool LanePrinter::IsHarmless(NodeIndex node) const {
     if (child != kNoNode && !IsHarmless(child)) return false;
   }
   return true;
-}
-
-std::string LanePrinter::SharedType(TypeIndex type) const {
-  return _types[type].kind == TypeKind::kVoid ? "void" : GetCppType(_types[type]);
-}
-
-Bool LanePrinter::HasLaneType(TypeIndex type) const {
-  const Type& kind = _types[type];
-  if (kind.kind != TypeKind::kScalar && kind.kind != TypeKind::kVector) return false;
-  if (kind.kind == TypeKind::kVector && kind.scalar == Scalar::kBool) return false;
-  return kind.scalar == Scalar::kBool || (GetSize(kind.scalar) >= 4 && kind.scalar != Scalar::kHalf);
-}
-
-std::string LanePrinter::LaneType(TypeIndex type, NodeIndex place) {
-  const Type& kind = _types[type];
-  if (!HasLaneType(type)) {
-    Refuse(place, Join({"a value of type ", _types.GetName(type), " that differs between invocations"}));
-    return "";
-  }
-  if (kind.kind == TypeKind::kVector)
-    return Join({"LaneVec", std::to_string(kind.count), "<", GetCppName(kind.scalar), ">"});
-  if (kind.scalar == Scalar::kBool) return "Mask";
-  return Join({"Lanes<", GetCppName(kind.scalar), ">"});
 }
 
 std::string LanePrinter::ToLanes(const Value& value, NodeIndex place) {
@@ -112,6 +82,7 @@ LanePrinter::Value LanePrinter::Literal(NodeIndex node) const {
 }
 
 std::string LanePrinter::Shared(NodeIndex node) {
+  if (const auto held = _held.find(node); held != _held.end()) return held->second.text;
   Value value{SharedItself(node), Form::kShared, TypeOf(node)};
   return Convert(value, _resolved.converted[node], node).text;
 }
@@ -175,6 +146,10 @@ std::string LanePrinter::SharedItself(NodeIndex node) {
       const Bool isConversion = _types.IsScalar(TypeOf(node)) && children.size() == 2;
       return isConversion ? Join({"static_cast<", type, ">(", list(1), ")"}) : Join({type, "(", list(1), ")"});
     }
+    case NodeKind::kInitializerList: {
+      const Bool isStruct = _types[TypeOf(node)].kind == TypeKind::kStruct;
+      return Join({isStruct ? SharedType(TypeOf(node)) : "", "{", list(0), "}"});
+    }
     case NodeKind::kMemberOf: {
       const Meaning& of = _resolved.meaning[children[0]];
       if (KindOf(children[0]) == NodeKind::kName && of.kind == MeaningKind::kWord)
@@ -209,6 +184,7 @@ std::string LanePrinter::SharedItself(NodeIndex node) {
 }
 
 LanePrinter::Value LanePrinter::Evaluate(NodeIndex node) {
+  if (const auto held = _held.find(node); held != _held.end()) return held->second;
   return Convert(EvaluateItself(node), _resolved.converted[node], node);
 }
 
@@ -219,6 +195,7 @@ Bool LanePrinter::IsDivisor(NodeIndex node) const {
 }
 
 LanePrinter::Value LanePrinter::EvaluateItself(NodeIndex node) {
+  if (ChangesArguments(node)) return CallFunction(node);
   const Form form = FormOf(node);
   const Bool isChange = KindOf(node) == NodeKind::kAssign || KindOf(node) == NodeKind::kPostfix;
   if (form != Form::kLanes && !isChange) {
@@ -252,6 +229,8 @@ LanePrinter::Value LanePrinter::EvaluateItself(NodeIndex node) {
     case NodeKind::kConstruct:
     case NodeKind::kCast:
       return Construct(node);
+    case NodeKind::kInitializerList:
+      return StructOf(node);
     case NodeKind::kMemberOf:
       return Member(node);
     case NodeKind::kIndex:
@@ -306,12 +285,74 @@ LanePrinter::Value LanePrinter::Member(NodeIndex node) {
     if (word == WordId::kWorkGroup) return {"GroupX<OstraGroupSize::kX>(ostraX)", Form::kLanes, kUIntType};
     if (word == WordId::kGlobalInvocation) return {"ostraX", Form::kLinear, kUIntType, 1};
   }
-  if (!_types.IsVector(TypeOf(operand))) {
-    Refuse(node, Join({"a member of a ", _types.GetName(TypeOf(operand)), " that differs between invocations"}));
-    return {"", Form::kLanes, TypeOf(node)};
+  std::string path;
+  if (const NodeIndex element = FindElement(node, path); element != kNoNode && IsAggregate(TypeOf(element)))
+    return LoadPart(element, path, node);
+  return {Join({ToLanes(EvaluateItself(operand), operand), ".", PartName(node)}), Form::kLanes, TypeOf(node)};
+}
+
+// A component of a vector has up to three names.
+std::string_view LanePrinter::PartName(NodeIndex node) const {
+  return _types.IsVector(TypeOf(Child(node, 0))) ? kComponents[_resolved.meaning[node].number & 3] : NameOf(node);
+}
+
+// The element of a buffer of which `place` is a part, and the way from it to there; kNoNode for other places.
+NodeIndex LanePrinter::FindElement(NodeIndex place, std::string& path) const {
+  path.clear();
+  for (; KindOf(place) == NodeKind::kMemberOf || KindOf(place) == NodeKind::kIndex; place = Child(place, 0)) {
+    if (KindOf(place) == NodeKind::kMemberOf) {
+      path.insert(0, Join({".", PartName(place)}));
+      continue;
+    }
+    if (IsBuffer(_tree, Child(place, 0))) return place;
+    if (KindOf(Child(place, 1)) != NodeKind::kLiteral) return kNoNode;
+    path.insert(0, Join({"[", NameOf(Child(place, 1)), "]"}));
   }
-  return {Join({ToLanes(EvaluateItself(operand), operand), ".", kComponents[_resolved.meaning[node].number & 3]}),
-          Form::kLanes, TypeOf(node)};
+  return kNoNode;
+}
+
+// The C++ of element `ostraLane` of a buffer, for the body of a loop over lanes.
+std::string LanePrinter::ElementOfLane(NodeIndex element) {
+  const Value at = Evaluate(Child(element, 1));
+  const std::string buffer = Join({"ostraParameter_", NameOf(Child(element, 0))});
+  if (at.form == Form::kShared) return Join({buffer, "[", at.text, "]"});
+  const std::string index = NewName("index");
+  const Bool isLinear = at.form == Form::kLinear;
+  Line({"const auto ", index, " = ", isLinear ? at.text : ToLanes(at, element), ";"});
+  if (!isLinear) return Join({buffer, "[", index, ".Get(ostraLane)]"});
+  const std::string type = SharedType(at.type);
+  return Join({buffer, "[static_cast<", type, ">(", index, " + static_cast<", type, ">(ostraLane) * static_cast<", type,
+               ">(", std::to_string(at.stride), "))]"});
+}
+
+// A part of an element that is a struct or a matrix, lane by lane.
+LanePrinter::Value LanePrinter::LoadPart(NodeIndex element, const std::string& path, NodeIndex place) {
+  const TypeIndex type = TypeOf(place);
+  const std::string lanes = LaneType(type, place), source = ElementOfLane(element);
+  return MapLanes(type, place, Join({source, path}));
+}
+
+// One value for each lane that is on, of a C++ expression that names the lane `ostraLane`.
+LanePrinter::Value LanePrinter::MapLanes(TypeIndex type, NodeIndex place, const std::string& one) {
+  const std::string lanes = LaneType(type, place), result = NewName("mapped");
+  Line({"const ", lanes, " ", result, " = MapLanes<", lanes, ">(", GetMask(),
+        ", [&](int ostraLane) OSTRA_KERNEL_FLAT { return ", one, "; });"});
+  return {result, Form::kLanes, type};
+}
+
+// The same, of a call whose arguments are computed before; arguments that are the same in all lanes are named as they
+// are.
+LanePrinter::Value LanePrinter::CallEachLane(NodeIndex node, std::string_view function, std::string arguments,
+                                             std::size_t firstArgument) {
+  const auto children = _tree.GetChildren(node);
+  for (std::size_t i = firstArgument; i < children.size(); ++i) {
+    const Value value = Evaluate(children[i]);
+    const std::string name = NewName("argument");
+    Line({"const auto ", name, " = ", value.form == Form::kShared ? value.text : ToLanes(value, children[i]), ";"});
+    arguments += Join(
+        {arguments.empty() ? "" : ", ", value.form == Form::kShared ? name : Join({"GetLane(", name, ", ostraLane)"})});
+  }
+  return MapLanes(TypeOf(node), node, Join({function, "(", arguments, ")"}));
 }
 
 LanePrinter::Value LanePrinter::LoadElement(std::string_view buffer, TypeIndex element, NodeIndex index,
@@ -334,14 +375,22 @@ LanePrinter::Value LanePrinter::LoadElement(std::string_view buffer, TypeIndex e
 LanePrinter::Value LanePrinter::Index(NodeIndex node) {
   const NodeIndex operand = Child(node, 0), index = Child(node, 1);
   const TypeIndex type = TypeOf(node);
+  if (IsBuffer(_tree, operand) && IsAggregate(type)) return LoadPart(node, "", node);
   if (IsBuffer(_tree, operand)) return LoadElement(NameOf(operand), type, index, node);
-  if (_types[TypeOf(operand)].kind != TypeKind::kArray || KindOf(operand) != NodeKind::kName) {
+  std::string array, path;
+  const NodeIndex variable = FindVariable(operand, array);
+  if (const NodeIndex element = FindElement(node, path); element != kNoNode) return LoadPart(element, path, node);
+  if (_types[TypeOf(operand)].kind != TypeKind::kArray || variable == kNoNode) {
     Refuse(node, "an element that is found by its number in something other than an array or a buffer");
     return {"", Form::kLanes, type};
   }
-  const Bool isArrayShared = FormOf(_resolved.meaning[operand].target) == Form::kShared;
+  const Bool isArrayShared = FormOf(variable) == Form::kShared;
   const Value at = Evaluate(index);
-  const std::string array(NameOf(operand));
+  if (isArrayShared && at.form != Form::kShared && IsAggregate(type)) {
+    const std::string places = NewName("index");
+    Line({"const auto ", places, " = ", ToLanes(at, index), ";"});
+    return MapLanes(type, node, Join({array, "[", places, ".Get(ostraLane)]"}));
+  }
   if (at.form == Form::kShared)
     return {Join({array, "[", at.text, "]"}), isArrayShared ? Form::kShared : Form::kLanes, type};
   LaneType(type, node);
@@ -350,12 +399,32 @@ LanePrinter::Value LanePrinter::Index(NodeIndex node) {
   return {Join({"GetElements(", array, ", ", ToLanes(at, index), ", ", GetMask(), ")"}), Form::kLanes, type};
 }
 
+void LanePrinter::HoldIndices(NodeIndex place) {
+  for (; KindOf(place) == NodeKind::kMemberOf || KindOf(place) == NodeKind::kIndex; place = Child(place, 0)) {
+    const NodeIndex index = Child(place, 1);
+    if (index == kNoNode || KindOf(index) == NodeKind::kLiteral) continue;
+    Value value = Evaluate(index);
+    const std::string name = NewName("index");
+    Line({"[[maybe_unused]] const auto ", name, " = ", value.text, ";"});
+    value.text = name;
+    _held[index] = value;
+  }
+}
+
+void LanePrinter::ReleaseIndices(NodeIndex place) {
+  for (; KindOf(place) == NodeKind::kMemberOf || KindOf(place) == NodeKind::kIndex; place = Child(place, 0)) {
+    if (Child(place, 1) != kNoNode) _held.erase(Child(place, 1));
+  }
+}
+
 LanePrinter::Value LanePrinter::Construct(NodeIndex node) {
   const TypeIndex type = TypeOf(node);
   const auto arguments = _tree.GetChildren(node).subspan(1);
   if (KindOf(node) == NodeKind::kCast || (_types.IsScalar(type) && arguments.size() == 1))
     return Convert(Evaluate(arguments[0]), type, node);
   const std::string lanes = LaneType(type, node);
+  if (arguments.size() == 1 && TypeOf(arguments[0]) == type) return Evaluate(arguments[0]);
+  if (IsAggregate(type)) return MatrixOf(node);
   UInt32 count = 0;
   std::string list;
   for (const NodeIndex argument : arguments) {
@@ -369,6 +438,38 @@ LanePrinter::Value LanePrinter::Construct(NodeIndex node) {
   if (!_types.IsVector(type) || (!isSpread && count != _types[type].count))
     Refuse(node, Join({"a ", _types.GetName(type), " made of these values"}));
   return {Join({lanes, "(", list, ")"}), Form::kLanes, type};
+}
+
+// A matrix of its columns.
+LanePrinter::Value LanePrinter::MatrixOf(NodeIndex node) {
+  std::string list;
+  for (const NodeIndex column : _tree.GetChildren(node).subspan(1))
+    list += Join({list.empty() ? "" : ", ", InLanes(column)});
+  return {Join({LaneType(TypeOf(node), node), "(", list, ")"}), Form::kLanes, TypeOf(node)};
+}
+
+// A struct of the values in braces; what is not listed is 0.
+LanePrinter::Value LanePrinter::StructOf(NodeIndex list) {
+  const TypeIndex type = TypeOf(list);
+  const std::string lanes = LaneType(type, list), result = NewName("struct");
+  if (HasRefused()) return {"", Form::kLanes, type};
+  Line({lanes, " ", result, "{};"});
+  SetParts(result, type, list);
+  return {result, Form::kLanes, type};
+}
+
+void LanePrinter::SetParts(const std::string& place, TypeIndex type, NodeIndex list) {
+  const auto values = _tree.GetChildren(list);
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    const Bool isArray = _types[type].kind == TypeKind::kArray;
+    const NodeIndex member = isArray ? kNoNode : Child(_types[type].declaration, i);
+    const TypeIndex own = isArray ? _types[type].element : TypeOf(member);
+    const std::string part = isArray ? Join({place, "[", std::to_string(i), "]"}) : Join({place, ".", NameOf(member)});
+    if (KindOf(values[i]) == NodeKind::kInitializerList)
+      SetParts(part, own, values[i]);
+    else
+      Line({part, " = ", ToLanes(Convert(Evaluate(values[i]), own, values[i]), values[i]), ";"});
+  }
 }
 
 LanePrinter::Value LanePrinter::Binary(Operation operation, const Value& left, const Value& right, TypeIndex result,

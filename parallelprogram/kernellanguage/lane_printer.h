@@ -62,6 +62,16 @@ class LanePrinter {
     UInt32 numberCount = 0;
     Bool hasLoop = false;
   };
+  // A number, vector or matrix of a struct, and the way to it.
+  struct Part {
+    std::string path;
+    TypeIndex type = kUnknownType;
+  };
+  // What a call has changed in place of what cannot be handed to it.
+  struct Copy {
+    NodeIndex place;
+    Value value;
+  };
   // A loop or switch around the current statement.
   struct Exit {
     Bool isPlain = false;   // break and continue are those of C++, as all lanes take them together
@@ -100,10 +110,15 @@ class LanePrinter {
   // Whether lanes leave a loop one by one.
   Bool IsMaskedLoop(NodeIndex node) const;
 
-  // Types as C++.
+  // lane_types.cpp: types as C++
   std::string SharedType(TypeIndex type) const;
   std::string LaneType(TypeIndex type, NodeIndex place);
   Bool HasLaneType(TypeIndex type) const;
+  Bool IsAggregate(TypeIndex type) const;  // a struct or a matrix
+  void AddParts(std::string path, TypeIndex type, std::vector<Part>& parts) const;
+  std::vector<Part> GetParts(NodeIndex declaration) const;
+  void Structs();
+  void Struct(NodeIndex declaration);
 
   // lane_expressions.cpp
   std::string Shared(NodeIndex node);        // C++ of one value for all lanes, or for the first one of a linear value
@@ -123,16 +138,35 @@ class LanePrinter {
   Value Conditional(NodeIndex node);
   Value Name(NodeIndex node);
   Value Index(NodeIndex node);
+  // Computes the indices of a place once, for all that follows until they are released.
+  void HoldIndices(NodeIndex place);
+  void ReleaseIndices(NodeIndex place);
   Value LoadElement(std::string_view buffer, TypeIndex element, NodeIndex index, NodeIndex place);
   Value Member(NodeIndex node);
+  std::string_view PartName(NodeIndex node) const;
+  NodeIndex FindElement(NodeIndex place, std::string& path) const;
+  std::string ElementOfLane(NodeIndex element);
+  Value LoadPart(NodeIndex element, const std::string& path, NodeIndex place);
+  Value MapLanes(TypeIndex type, NodeIndex place, const std::string& one);
+  Value CallEachLane(NodeIndex node, std::string_view function, std::string arguments = "",
+                     std::size_t firstArgument = 0);
   Value Construct(NodeIndex node);
+  Value MatrixOf(NodeIndex node);
+  Value StructOf(NodeIndex list);
+  void SetParts(const std::string& place, TypeIndex type, NodeIndex list);
   Value Literal(NodeIndex node) const;
 
   // lane_calls.cpp
   Value Call(NodeIndex node);
   Value CallWord(NodeIndex node);
   std::optional<Value> CallClamp(NodeIndex node);
+  Bool IsMatrixFunction(NodeIndex call) const;
   Value CallFunction(NodeIndex node);
+  Bool IsChanged(NodeIndex parameter) const;
+  Bool ChangesArguments(NodeIndex call) const;
+  Bool HasChangingCall(NodeIndex expression) const;
+  NodeIndex FindRoot(NodeIndex place) const;
+  std::string PassPlace(NodeIndex argument, NodeIndex parameter, Form form, std::vector<Copy>& copies);
   Value CallTexture(NodeIndex node);
   Value CallNoise(NodeIndex node);
   void CallAtomic(NodeIndex node);
@@ -181,6 +215,7 @@ class LanePrinter {
   void ArrayVariable(NodeIndex node, TypeIndex type);
   void Effect(NodeIndex expression);
   void Assign(NodeIndex target, const Value& value);
+  Bool AssignElements(NodeIndex target, const Value& value);
   void Change(NodeIndex target, Operation operation, const Value* by, TypeIndex computed);
   void If(NodeIndex node);
   void Loop(NodeIndex node);
@@ -212,7 +247,8 @@ class LanePrinter {
   std::vector<Bool> _isClamped;  // variables
   Bool _hasFoundRows = false;
   std::vector<Exit> _exits;
-  NodeIndex _function = kNoNode;  // that is being written; kNoNode in the kernel
+  std::unordered_map<NodeIndex, Value> _held;  // expressions that are computed already
+  NodeIndex _function = kNoNode;               // that is being written; kNoNode in the kernel
   Bool _hasManyReturns = false;
   int _nameCount = 0;
 };

@@ -154,7 +154,7 @@ void LanePrinter::ArrayVariable(NodeIndex node, TypeIndex type) {
     const auto count = _tree.GetChildren(value).size();
     if (isInLanes && count < _types[type].count) {
       for (std::size_t i = count; i < _types[type].count && i < 4096; ++i)
-        values += Join({values.empty() ? "" : ", ", name, "(0)"});
+        values += Join({values.empty() ? "" : ", ", name, "{}"});
     }
   }
   _variableDepths[node] = static_cast<int>(_masks.size());
@@ -186,11 +186,6 @@ void LanePrinter::Effect(NodeIndex node) {
     case NodeKind::kCall:
       if (_resolved.meaning[node].kind == MeaningKind::kWord && IsAtomic(_resolved.meaning[node].word))
         return CallAtomic(node);
-      if (_resolved.meaning[node].kind == MeaningKind::kFunction) {
-        const Value value = CallFunction(node);
-        if (value.type == kVoidType) Line({value.text, ";"});
-        return;
-      }
       break;
     default:
       break;
@@ -230,12 +225,11 @@ NodeIndex LanePrinter::FindVariable(NodeIndex place, std::string& text) {
     case NodeKind::kMemberOf: {
       const NodeIndex variable = FindVariable(Child(place, 0), text);
       if (variable == kNoNode) return kNoNode;
-      if (!_types.IsVector(TypeOf(Child(place, 0))) && FormOf(variable) == Form::kLanes) return kNoNode;
-      text += Join({".", NameOf(place)});
+      text += Join({".", PartName(place)});
       return variable;
     }
     case NodeKind::kIndex: {
-      if (KindOf(Child(place, 0)) != NodeKind::kName) return kNoNode;
+      if (_types[TypeOf(Child(place, 0))].kind != TypeKind::kArray) return kNoNode;
       const NodeIndex variable = FindVariable(Child(place, 0), text);
       if (variable == kNoNode || FormOf(Child(place, 1)) != Form::kShared) return kNoNode;
       text += Join({"[", Shared(Child(place, 1)), "]"});
@@ -262,21 +256,45 @@ void LanePrinter::Change(NodeIndex target, Operation operation, const Value* by,
   Assign(target, Convert(after, type, target));
 }
 
+// An element of an array at a place that differs, or a member or component of it. Answers false for other places.
+Bool LanePrinter::AssignElements(NodeIndex target, const Value& value) {
+  std::string path, array;
+  NodeIndex element = target;
+  for (; KindOf(element) == NodeKind::kMemberOf; element = Child(element, 0))
+    path.insert(0, Join({".", PartName(element)}));
+  if (KindOf(element) != NodeKind::kIndex || FormOf(Child(element, 1)) == Form::kShared) return false;
+  const Bool isArray = _types[TypeOf(Child(element, 0))].kind == TypeKind::kArray;
+  const NodeIndex variable = isArray ? FindVariable(Child(element, 0), array) : kNoNode;
+  if (variable == kNoNode || FormOf(variable) != Form::kLanes) return false;
+  std::string index = InLanes(Child(element, 1)), values = ToLanes(value, target);
+  if (!path.empty()) {
+    const std::string place = NewName("index"), whole = NewName("values");
+    Line({"{ const auto ", place, " = ", index, ";"});
+    Line({"auto ", whole, " = GetElements(", array, ", ", place, ", ", GetMask(), ");"});
+    Line({whole, path, " = ", values, ";"});
+    index = place;
+    values = whole;
+  }
+  Line({"SetElements(", array, ", ", index, ", ", values, ", ", GetMask(), ");", path.empty() ? "" : " }"});
+  return true;
+}
+
 void LanePrinter::Assign(NodeIndex target, const Value& value) {
   if (HasRefused()) return;
-  const NodeKind kind = KindOf(target);
-  const NodeIndex inner = kind == NodeKind::kMemberOf ? Child(target, 0) : target;
-  if (KindOf(inner) == NodeKind::kIndex && KindOf(Child(inner, 0)) == NodeKind::kBuffer) {
-    const std::string buffer = Join({"ostraParameter_", NameOf(Child(inner, 0))});
-    const Value index = Evaluate(Child(inner, 1));
-    if (inner != target) {
-      const std::string indices = NewName("index"), values = NewName("values");
-      Line({"{ const auto ", indices, " = ", ToLanes(index, inner), "; const auto ", values, " = ",
-            ToLanes(value, target), ";"});
-      Line({"ForEachLaneIn(", GetMask(), ", [&](int ostraLane) OSTRA_KERNEL_FLAT { ", buffer, "[", indices,
-            ".Get(ostraLane)].", NameOf(target), " = ", values, ".Get(ostraLane); }); }"});
+  // What is on the right comes first, and has been written down as it is after such a call.
+  if (HasChangingCall(target)) return Refuse(target, "an assignment to a place that a call finds and changes others");
+  std::string path;
+  if (const NodeIndex element = FindElement(target, path); element != kNoNode) {
+    if (element != target || IsAggregate(TypeOf(target))) {
+      Line({"{"});
+      const std::string values = NewName("values"), place = ElementOfLane(element);
+      Line({"const auto ", values, " = ", ToLanes(value, target), ";"});
+      Line({"ForEachLaneIn(", GetMask(), ", [&](int ostraLane) OSTRA_KERNEL_FLAT { ", place, path, " = GetLane(",
+            values, ", ostraLane); }); }"});
       return;
     }
+    const std::string buffer = Join({"ostraParameter_", NameOf(Child(element, 0))});
+    const Value index = Evaluate(Child(element, 1));
     LaneType(value.type, target);
     if (value.type == kBoolType && (index.form != Form::kShared || value.form != Form::kShared))
       return Refuse(target, "an element of a buffer of bool");
@@ -290,17 +308,10 @@ void LanePrinter::Assign(NodeIndex target, const Value& value) {
     if (index.form == Form::kLinear && index.stride == 1)
       return Line(
           {"StoreRun(", buffer, ".GetFirst(), ", index.text, ", ", ToLanes(value, target), ", ", GetMask(), ");"});
-    return Line({"Scatter(", buffer, ".GetFirst(), ", ToLanes(index, inner), ", ", ToLanes(value, target), ", ",
+    return Line({"Scatter(", buffer, ".GetFirst(), ", ToLanes(index, element), ", ", ToLanes(value, target), ", ",
                  GetMask(), ");"});
   }
-  if (kind == NodeKind::kIndex && KindOf(Child(target, 0)) == NodeKind::kName &&
-      FormOf(Child(target, 1)) != Form::kShared) {
-    const Meaning& array = _resolved.meaning[Child(target, 0)];
-    if (array.kind != MeaningKind::kVariable || FormOf(array.target) != Form::kLanes)
-      return Refuse(target, "an element of this array");
-    return Line({"SetElements(", NameOf(Child(target, 0)), ", ", InLanes(Child(target, 1)), ", ",
-                 ToLanes(value, target), ", ", GetMask(), ");"});
-  }
+  if (AssignElements(target, value)) return;
   std::string place;
   const NodeIndex variable = FindVariable(target, place);
   if (variable == kNoNode) return Refuse(target, "an assignment to this");

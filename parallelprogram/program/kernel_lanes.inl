@@ -116,6 +116,17 @@ OSTRA_LANE_INLINE void ForEachLaneIn(Mask mask, Function&& function) {
   for (UInt32 bits = GetBits(mask); bits != 0; bits &= bits - 1) function(__builtin_ctz(bits));
 }
 
+// What `one` gives for the number of each lane in the mask; zeros in the others.
+template <class Lane, class One>
+OSTRA_LANE_INLINE Lane MapLanes(Mask mask, One&& one) {
+  Lane lanes{};
+  for (UInt32 bits = GetBits(mask); bits != 0; bits &= bits - 1) {
+    const int lane = __builtin_ctz(bits);
+    SetLane(lanes, lane, one(lane));
+  }
+  return lanes;
+}
+
 // Elements of an array that each lane has for itself, found by a number of each lane.
 template <class Lane, class Index, int count>
 OSTRA_LANE_INLINE Lane GetElements(const Lane (&array)[count], Lanes<Index> index, Mask mask) {
@@ -139,24 +150,6 @@ OSTRA_LANE_INLINE auto GetSharedElements(const T (&array)[count], Lanes<Index> i
     return LoadEach(
         array, mask, [&](int lane) __attribute__((always_inline)) { return index.Get(lane); });
   }
-}
-
-// One lane of a value.
-template <class T>
-OSTRA_LANE_INLINE T GetLane(const Lanes<T>& lanes, int lane) {
-  return lanes.Get(lane);
-}
-template <class T>
-OSTRA_LANE_INLINE Vec2<T> GetLane(const LaneVec2<T>& lanes, int lane) {
-  return {lanes.x.Get(lane), lanes.y.Get(lane)};
-}
-template <class T>
-OSTRA_LANE_INLINE Vec3<T> GetLane(const LaneVec3<T>& lanes, int lane) {
-  return {lanes.x.Get(lane), lanes.y.Get(lane), lanes.z.Get(lane)};
-}
-template <class T>
-OSTRA_LANE_INLINE Vec4<T> GetLane(const LaneVec4<T>& lanes, int lane) {
-  return {lanes.x.Get(lane), lanes.y.Get(lane), lanes.z.Get(lane), lanes.w.Get(lane)};
 }
 
 // The coordinates of all lanes, those of each axis one after the other, as wide lookups take them.

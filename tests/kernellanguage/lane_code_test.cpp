@@ -7,6 +7,7 @@
 
 #include "kernel_source_files.h"
 #include "kernel_text.h"
+#include "parallelprogram/kernellanguage/join.h"
 
 namespace ostra::kernellanguage {
 namespace {
@@ -36,12 +37,8 @@ TEST(LaneCodeTest, EveryUnderstoodKernelOfTheRepositoryRunsWideOrHasAKnownReason
   std::erase_if(reasons,
                 [](const auto& entry) { return entry.second == "invocations that exchange values in group memory"; });
   std::map<std::string, std::string> known = {
-      {"net.ostra.demo.noises.krn", "a number of a noise that differs between invocations"},
       {"net.ostra.kernels.reduction.krn",
        "a loop in which each invocation walks through elements of its own, which is slower in lanes"},
-      {"net.ostra.parity.noises.krn", "a number of a noise that differs between invocations"},
-      {"net.ostra.test.gradient.krn", "SampleGradient with values that differ between invocations"},
-      {"tour.krn", "a struct"},
   };
   for (const char* name :
        {"com.example.scale.krn", "net.example.scale.krn", "net.example.whole.krn", "net.ostra.bench.count.krn",
@@ -160,6 +157,24 @@ TEST(LaneCodeTest, ShortLoopsOfArithmeticRunTwoVectorsAtATime) {
   EXPECT_FALSE(
       isPaired("vec4 a = vec4(x, x, x, x); vec4 b = a * x; vec4 c = a * b; vec4 d = b * c;\n"
                "while (x < 9.0) { x += dot(a, b) + dot(c, d); }"));
+}
+
+TEST(LaneCodeTest, PlacesThatCallsChangeMustNotOverlap) {
+  const auto find = [](const std::string& call) {
+    return FindRefusal(AnalyzeBody(Join({"int x = int(InGlobalInvocationID.x), y = 1;\n"
+                                         "int list[3] = {x, 2, 3}, other[2] = {1, x};\n",
+                                         call, "\nUNIFORM_BUFFER(out)[x / 2] = float(x + list[0]);"}),
+                                   "inline int Change(INOUT int a, INOUT int b) { a = b; return a; }\n"
+                                   "inline void Fill(INOUT int a[3], int x) { a[1] = x; }\n"));
+  };
+  EXPECT_EQ(find("Change(list[x % 3], x);"), "");
+  EXPECT_EQ(find("Change(list[x % 3], other[x % 2]);"), "");
+  EXPECT_EQ(find("Change(list[0], list[1]);"), "");
+  EXPECT_EQ(find("Change(list[0], list[x % 3]);"),
+            "two arguments that the function changes and that may be the same place");
+  EXPECT_EQ(find("Fill(list, x);"), "an array that a function changes");
+  EXPECT_EQ(find("if (x > 2) Fill(list, 2);"), "an array that a function changes");
+  EXPECT_EQ(find("list[Change(x, y)] = x;"), "an assignment to a place that a call finds and changes others");
 }
 
 }  // namespace

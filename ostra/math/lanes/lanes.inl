@@ -1,6 +1,6 @@
 // Lanes: values of several invocations side by side, in the compilers' vector types. See masks.inl and values.inl for
-// the types, functions.inl and vectors.inl for the vocabulary's functions, memory.inl for loads and stores, rows.inl
-// for vectors that are not taken apart.
+// the types, functions.inl, vectors.inl and matrices.inl for the vocabulary's functions, memory.inl for loads and
+// stores, rows.inl for vectors that are not taken apart.
 //
 // OSTRA_LANE_LEVEL says for which instruction level: 0 every x86-64 processor and other processors, 1 AVX2 and FMA, 2
 // AVX-512 (F, BW, DQ, VL). A source that is compiled for several levels includes this header once for each, so there is
@@ -38,6 +38,8 @@
 #include "ostra/math/lanes/vectors.inl"
 //
 #include "ostra/math/lanes/matrices.inl"
+//
+#include "ostra/math/lanes/one_lane.inl"
 //
 #include "ostra/math/lanes/memory.inl"
 //
