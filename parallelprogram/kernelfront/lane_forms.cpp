@@ -14,16 +14,34 @@ constexpr Level kLevels[] = {{"0", "kBaseline"}, {"1", "kVectors256"}, {"2", "kV
 
 kernellanguage::LaneCode PrintCode(const KernelFile& file, const kernellanguage::AnalyzedKernel& kernel) {
   if (kernel.notUnderstood) return {"", kernel.notUnderstood};
-  if (kernel.groups.isNeeded)
-    return {"", kernellanguage::NotUnderstood{kernellanguage::kNoOffset,
-                                              "values that the invocations of a group exchange"}};
   return kernellanguage::PrintLaneCode(kernel,
                                        {.className = file.GetKernelName(), .parameters = file.MakeParametersName()});
+}
+
+// How a kernel runs whose invocations exchange values; the place is that of its first barrier.
+kernellanguage::Diagnostic ExplainGroups(const kernellanguage::AnalyzedKernel& kernel) {
+  const auto& size = kernel.resolved.groupSize;
+  kernellanguage::Diagnostic note{
+      .severity = kernellanguage::Severity::kNote,
+      .offset = kernel.tree.nodes[kernel.tree.kernel].offset,
+      .text = Join({"no wide form but whole groups of ", std::to_string(UInt64{size[0]} * size[1] * size[2]),
+                    " invocations, one after the other"})};
+  std::string lines;
+  for (kernellanguage::NodeIndex node = 0; node < kernel.tree.nodes.size(); ++node) {
+    if (!kernel.tree.Is(node, kernellanguage::NodeKind::kBarrier)) continue;
+    const auto offset = kernel.tree.nodes[node].offset;
+    if (lines.empty()) note.offset = offset;
+    lines += Join({lines.empty() ? "" : ", ", std::to_string(kernel.sources.Locate(offset).line)});
+  }
+  note.text += lines.empty() ? ", without a barrier" : Join({", cut at the barriers in line ", lines});
+  return note;
 }
 
 }  // namespace
 
 std::string ExplainLaneForms(const KernelFile& file, const kernellanguage::AnalyzedKernel& kernel) {
+  if (kernel.IsUnderstood() && kernel.groups.isNeeded)
+    return kernellanguage::FormatDiagnostic(kernel.sources, ExplainGroups(kernel));
   const auto code = PrintCode(file, kernel);
   if (!code.refusal) return "";
   return kernellanguage::FormatDiagnostic(kernel.sources, {.severity = kernellanguage::Severity::kNote,

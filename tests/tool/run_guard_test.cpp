@@ -209,6 +209,26 @@ TEST_F(RunGuardTest, CheckedKernelsStopAtIndicesOutsideOfTheirArrays) {
   EXPECT_EQ(run("int(i % 4u)").exitStatus, kDone);
 }
 
+TEST_F(RunGuardTest, CheckedKernelsThatExchangeValuesStopAtIndicesOutside) {
+#ifdef OSTRA_SANITIZED
+  GTEST_SKIP() << "sanitizers handle faults themselves";
+#endif
+  const auto run = [&](const std::string& place, const std::string& element) {
+    return RunBody("GROUPSHAREDMEM(int, row, 256)\nuint n = InLocalInvocationID.x;\nrow[" + place +
+                       "] = int(n);\ngroupSharedBarrier;\nif (n < 2u) { UNIFORM_BUFFER(target)[" + element +
+                       "] = row[1u - n]; }",
+                   {}, {"--checked"});
+  };
+  const ToolResult memory = run("n + 1u", "n");
+  ExpectOneLine(memory, kFailed);
+  EXPECT_THAT(memory.errors, HasSubstr("error: index 256 is outside the 256 elements of "));
+  EXPECT_THAT(memory.errors, HasSubstr("\"row\""));
+  const ToolResult buffer = run("n", "n + 99999u");
+  ExpectOneLine(buffer, kFailed);
+  EXPECT_THAT(buffer.errors, EndsWith("error: index 100000 is outside the 100000 elements of the buffer \"target\"\n"));
+  EXPECT_EQ(run("n", "n").exitStatus, kDone);
+}
+
 TEST_F(RunGuardTest, CheckedKernelsStopAtLayersThatATextureDoesNotHave) {
 #ifdef OSTRA_SANITIZED
   GTEST_SKIP() << "sanitizers handle faults themselves";
