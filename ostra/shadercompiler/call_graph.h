@@ -1,5 +1,5 @@
-// The check of a program's calls, in time that grows with their number. The library's own compares every call with every
-// function and every other call, which takes most of the time for programs of thousands of functions.
+// The check of a program's calls, in time that grows with their number. The library's own compares every call with
+// every function and every other call, which takes most of the time for programs of thousands of functions.
 #pragma once
 
 #include "ostra/core/types.h"
