@@ -71,6 +71,15 @@ Result<KernelSource> ReadKernelSource(const Url& kernelFile, std::string_view te
   return source;
 }
 
+Result<void> CheckKernelSource(const Url& kernelFile, std::string_view templateArgument) {
+  const auto find = [](const KernelSourceOptions& options, std::string_view text) -> Result<String> {
+    OSTRA_RETURN_IF_ERROR(FindKernelMistakes(options, text));
+    return String();
+  };
+  OSTRA_RETURN_IF_ERROR(ReadFor(kernelFile, templateArgument, find));
+  return OK;
+}
+
 Result<std::string> ExplainKernelLanes(const Url& kernelFile, std::string_view templateArgument) {
   const auto explain = [](const KernelSourceOptions& options, std::string_view text) {
     return ostra::ExplainKernelLanes(options, text);

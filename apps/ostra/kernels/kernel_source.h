@@ -17,6 +17,10 @@ struct KernelSource {
 // of reading the file; illegal argument with "file:line: error: ..."; out of memory.
 Result<KernelSource> ReadKernelSource(const Url& kernelFile, std::string_view templateArgument = {});
 
+// What is wrong with a kernel file for the CPU and for GPUs, in the words of ReadKernelSource. Errors: those of reading
+// the file; illegal argument with "file:line:column: error: ..."; out of memory.
+Result<void> CheckKernelSource(const Url& kernelFile, std::string_view templateArgument);
+
 // Why a kernel has no wide form: "file:line:column: note: ...", and the line with a caret below unless a file is
 // encoded. Empty when it has one. Errors: those of ReadKernelSource.
 Result<std::string> ExplainKernelLanes(const Url& kernelFile, std::string_view templateArgument);

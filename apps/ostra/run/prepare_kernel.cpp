@@ -9,8 +9,8 @@ namespace ostra::tool {
 
 Result<PreparedKernel> PrepareKernel(const RunOptions& options, Host& host) {
   if (options.backend == Backend::Gpu) {
-    // What is wrong with the shape of the file is said in the same words for the CPU and the GPU.
-    OSTRA_RETURN_IF_ERROR(ReadKernelSource(options.kernelFile, options.templateArgument));
+    // What is wrong with the file is said in the same words for the CPU and the GPU.
+    OSTRA_RETURN_IF_ERROR(CheckKernelSource(options.kernelFile, options.templateArgument));
     OSTRA_ASSIGN_OR_RETURN(std::optional<KernelParameters> parameters,
                            ReadShaderParameters(options.kernelFile, options.templateArgument));
     if (parameters) return PreparedKernel{std::move(*parameters), false};
