@@ -79,7 +79,7 @@ LaneCode LanePrinter::Print() {
       Refuse(node, Join({"the name \"", NameOf(node), "\""}));
   }
   if (IsOneStep(kernel))
-    Refuse(kernel, "one step of arithmetic on elements in a row, of which the compiler makes vectors by itself");
+    Refuse(kernel, "one step of arithmetic on elements, of which the compiler makes the faster loop by itself");
   if (_exchangesValues) Refuse(kernel, "invocations that exchange values in group memory");
   const std::string name = Join({"Ostra", _options.className, "Lanes"});
   Line({"struct ", name, " : ", _options.parameters, " {"});

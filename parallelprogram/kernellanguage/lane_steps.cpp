@@ -1,6 +1,7 @@
-// Kernels that are slower in lanes because they are so short: one step of arithmetic on elements that lie beside each
+// Kernels that are slower in lanes because they are so short: one step of arithmetic whose results lie beside each
 // other. Compilers make vector instructions of the loop over such a body by themselves, and without masks, as the loop
-// ends where the guard does.
+// ends where the guard does. Elements that the step picks up here and there they load as they compute their places;
+// lanes would have to take the places out of a vector first.
 #include <algorithm>
 
 #include "parallelprogram/kernellanguage/lane_printer.h"
@@ -55,14 +56,18 @@ Bool LanePrinter::IsPlain(NodeIndex node) const {
       if (isDivision && TypeOf(node) != GetScalarType(Scalar::kFloat32)) return false;
       [[fallthrough]];
     }
-    case NodeKind::kAssign:
     case NodeKind::kCast:
     case NodeKind::kConstruct:
     case NodeKind::kUnary:
       return IsPlainValue(node) && arePlain(_tree.GetChildren(node));
+    case NodeKind::kAssign: {
+      const NodeIndex target = Child(node, 0);
+      if (KindOf(target) == NodeKind::kIndex && _uniformity.Get(Child(target, 1)) != Uniformity{Variance::kLinear, 1})
+        return false;
+      return IsPlainValue(node) && arePlain(_tree.GetChildren(node));
+    }
     case NodeKind::kIndex:
-      return KindOf(Child(node, 0)) == NodeKind::kBuffer && IsPlainValue(node) && IsPlain(Child(node, 1)) &&
-             _uniformity.Get(Child(node, 1)) == Uniformity{Variance::kLinear, 1};
+      return KindOf(Child(node, 0)) == NodeKind::kBuffer && IsPlainValue(node) && IsPlain(Child(node, 1));
     default:
       return false;
   }

@@ -68,6 +68,11 @@ OSTRA_LANE_INLINE void StoreNative(void* to, Native<T> vector) {
   *static_cast<typename UnalignedVector<T>::Type*>(to) = vector;
 }
 
+template <class Vector, int... lane>
+OSTRA_LANE_INLINE auto Join(Vector low, Vector high, std::integer_sequence<int, lane...>) {
+  return __builtin_shufflevector(low, high, lane...);
+}
+
 using LaneNumbers = std::make_integer_sequence<int, kLaneCount>;
 
 // Part `part` of kLaneCount elements of `kParts` parts each that lie in `rows` one after the other.
@@ -118,6 +123,19 @@ OSTRA_LANE_INLINE void PickParts(const Native<T>* rows, Native<T>* parts, std::i
 template <int kParts, class T, int... row>
 OSTRA_LANE_INLINE void MakeRows(const Native<T>* parts, Native<T>* rows, std::integer_sequence<int, row...>) {
   ((rows[row] = MakeRow<kParts, row, T>(parts, LaneNumbers())), ...);
+}
+
+// base[places[first]] and the `count` - 1 next ones, four at a time: element by element, each would wait for the one
+// before.
+template <int first, int count, class T, class Index>
+OSTRA_LANE_INLINE auto PickElements(const T* base, const Index* places) {
+  if constexpr (count == 4) {
+    typedef T Four __attribute__((vector_size(sizeof(T) * 4)));
+    return Four{base[places[first]], base[places[first + 1]], base[places[first + 2]], base[places[first + 3]]};
+  } else {
+    return Join(PickElements<first, count / 2>(base, places), PickElements<first + count / 2, count / 2>(base, places),
+                std::make_integer_sequence<int, count>());
+  }
 }
 
 // Each lane of `numbers` as many times as an element has parts.
@@ -218,16 +236,20 @@ OSTRA_LANE_INLINE typename Spread<T>::Lane Gather(const T* base, Lanes<Index> in
     return Load(base + first, mask);
   const Index shared = index.Get(__builtin_ctz(bits));
   if (All((index == shared) | !mask)) return typename Spread<T>::Lane(base[shared]);
-  // Lanes that are off read what the first one reads: loads that nothing decides about, one by one into a register. The
-  // processors' instruction for it is no faster.
-  const Lanes<Index> places = Select(mask, index, Lanes<Index>(shared));
-  if constexpr (Spread<T>::kParts == 1) {
-    Lanes<T> loaded;
-    for (int i = 0; i < kLaneCount; ++i) loaded.v[i] = base[places.v[i]];
-    return loaded;
+  // Lanes that are off read what the first one reads: loads that nothing decides about, one by one. The processors'
+  // instruction for it is no faster.
+  const Lanes<Index> all = Select(mask, index, Lanes<Index>(shared));
+  Index places[kLaneCount];
+  internal::StoreNative<Index>(places, all.v);
+#ifndef __clang__
+  // GCC would take them out of the register again.
+  __asm__("" : "+m"(places));
+#endif
+  if constexpr (Spread<T>::kParts == 1 && sizeof(T) == sizeof(Int32)) {
+    return Lanes<T>::Make(internal::PickElements<0, kLaneCount>(base, places));
   } else {
     T elements[kLaneCount];
-    for (int i = 0; i < kLaneCount; ++i) elements[i] = base[places.v[i]];
+    for (int i = 0; i < kLaneCount; ++i) elements[i] = base[places[i]];
     return Load(elements);
   }
 }
