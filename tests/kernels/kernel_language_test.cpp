@@ -276,5 +276,26 @@ TEST(KernelLanguageTest, FastKernelsKnowInfinitiesAndWhatIsNoNumber) {
   EXPECT_EQ(runner.GetBuffer<Float32>("kinds"), (std::vector<Float32>{2, 2, 1, 0}));
 }
 
+TEST(KernelLanguageTest, FastInverseSquareRootsAreCloseEverywhere) {
+  constexpr Float32 kInfinity = std::numeric_limits<Float32>::infinity();
+  std::vector<Float32> source = {0.0f, kInfinity, std::nanf(""), -1.0f, 1e-40f, 1e-45f};
+  for (Float32 x = std::numeric_limits<Float32>::min(); x < 3e38f; x *= 1.37f) source.push_back(x);
+  const auto count = static_cast<UInt32>(source.size());
+  KernelRunner runner("net.ostra.test.fastroots.krn");
+  runner.SetBuffer("source", source);
+  runner.SetBuffer("target", std::vector<Float32>(count));
+  ASSERT_THAT(runner.Run({count, 1, 1}), IsOk());
+  const auto target = runner.GetBuffer<Float32>("target");
+  EXPECT_EQ(target[0], kInfinity);
+  EXPECT_EQ(target[1], 0.0f);
+  EXPECT_TRUE(std::isnan(target[2]));
+  EXPECT_TRUE(std::isnan(target[3]));
+  for (std::size_t i = 4; i < source.size(); ++i) {
+    const Float64 expected = 1.0 / std::sqrt(Float64{source[i]});
+    // Below the normal range the estimate stays as it is.
+    EXPECT_NEAR(target[i], expected, (i < 6 ? 1e-4 : 3e-7) * expected) << source[i];
+  }
+}
+
 }  // namespace
 }  // namespace ostra::test
