@@ -73,11 +73,12 @@ OSTRA_LANE_INLINE LaneRows<V> ToRows(const V& shared) {
 }
 template <class V>
 OSTRA_LANE_INLINE LaneRows<V> ToRows(const typename Spread<V>::Lane& lanes) {
+  using Part = typename Spread<V>::Part;
   constexpr int kRows = Spread<V>::kParts;
-  Native<typename Spread<V>::Part> parts[kRows];
+  Native<Part> parts[kRows];
   LaneRows<V> rows;
   Spread<V>::Split(lanes, parts);
-  internal::MakeRows<kRows>(parts, rows.v, std::make_integer_sequence<int, kRows>());
+  internal::MakeRows<kRows, Part>(parts, rows.v, std::make_integer_sequence<int, kRows>());
   return rows;
 }
 
