@@ -41,7 +41,15 @@ void CheckOrigins(const ShaderParser& parser, std::string_view text, const Shade
     Check(origin.file >= 0 && origin.file < parser.GetFiles().GetCount() && origin.line >= 0);
 }
 
+// No line of a file is left without a note.
+void CheckNotes(const ShaderParser& parser) {
+  Check(parser.GetLineNotes().GetCount() == parser.GetFiles().GetCount());
+  for (const LineNotes& notes : parser.GetLineNotes())
+    for (const LineNote& note : notes) Check(note.use != LineUse::Unread);
+}
+
 void CheckPieces(const ShaderParser& parser) {
+  CheckNotes(parser);
   CheckOrigins(parser, parser.GetKernelCode(), parser.GetKernelCodeOrigins());
   Check(parser.GetGlobalCode().GetCount() == parser.GetGlobalCodeOrigins().GetCount());
   for (Int i = 0; i < parser.GetGlobalCode().GetCount(); ++i)

@@ -25,6 +25,7 @@ Result<Int32> ReadGroupCount(std::string_view word) {
 }  // namespace
 
 Result<void> BlockMachine::Run() {
+  OSTRA_RETURN_IF_ERROR(_state.BeginNotes(_lines.GetCount()));
   for (; _index < _lines.GetCount(); ++_index) {
     _state.origin.line = static_cast<Int32>(_index) + 1;
     OSTRA_RETURN_IF_ERROR(ReadLine(TrimLeft(_lines[_index])));
@@ -35,6 +36,7 @@ Result<void> BlockMachine::Run() {
 Result<void> BlockMachine::ReadLine(std::string_view line) {
   if (line.empty()) {
     if (_block == BlockKind::InputDefine) StoreInputs();
+    Note(LineUse::Blank);
     return OK;
   }
   // The parameters of a kernel end where it begins.
@@ -50,8 +52,16 @@ Result<void> BlockMachine::ReadOutside(std::string_view line) {
   }
   OSTRA_ASSIGN_OR_RETURN(const Bool isDirective, ReadDirective(line));
   if (isDirective) return OK;
-  OSTRA_ASSIGN_OR_RETURN(const std::string_view code, TranslateLine(_state, _state.codeRules, line));
+  Note(LineUse::FileScope);
+  OSTRA_ASSIGN_OR_RETURN(const std::string_view code, Translate(line));
   return _outsideLines.Append(code, _state.origin);
+}
+
+Result<std::string_view> BlockMachine::Translate(std::string_view line) {
+  auto code = TranslateLine(_state, _state.codeRules, line);
+  if (code) return code;
+  OSTRA_RETURN_IF_ERROR(PassOver(code.TakeError()));
+  return line;
 }
 
 Result<Bool> BlockMachine::BeginBlock(std::string_view line) {
@@ -82,37 +92,62 @@ Result<Bool> BlockMachine::BeginBlock(std::string_view line) {
 
 Result<void> BlockMachine::BeginKernel() {
   if (_hasKernel)
-    return OSTRA_ILLEGAL_STATE("Illegal state: Parser Error: Second Kernel function at line @ in @", _index, _file);
+    OSTRA_RETURN_IF_ERROR(PassOver(
+        OSTRA_ILLEGAL_STATE("Illegal state: Parser Error: Second Kernel function at line @ in @", _index, _file)));
   _block = BlockKind::Kernel;
   _blockLines.Clear();
+  Note(LineUse::BlockStart);
   return OK;
 }
 
 void BlockMachine::BeginInputs(BlockKind kind) {
   _block = kind;
   _inputs.Clear();
+  Note(LineUse::BlockStart);
 }
 
 Result<void> BlockMachine::BeginFunction(std::string_view line) {
-  OSTRA_ASSIGN_OR_RETURN(_declaration, ReadFunctionDeclaration(_state, line));
+  auto declaration = ReadFunctionDeclaration(_state, line);
+  if (!declaration) OSTRA_RETURN_IF_ERROR(PassOver(declaration.GetError()));
+  _declaration = declaration ? std::move(*declaration) : String();
   _declarationOrigin = _state.origin;
   _block = BlockKind::Function;
   _closingDepth = _depth;
+  Note(LineUse::BlockStart);
   return OK;
 }
 
 Result<Bool> BlockMachine::ReadDirective(std::string_view line) {
-  if (IsGroupSize(line)) OSTRA_RETURN_IF_ERROR(ReadGroupSize(line));
+  if (IsGroupSize(line)) OSTRA_RETURN_IF_ERROR(PassOver(ReadGroupSize(line)));
   if (IsDirective(line) || IsFirstWord(line, "namespace")) {
-    // The next line goes, too, whatever it holds.
-    ++_index;
+    Note(IsDirective(line) ? LineUse::Directive : LineUse::Dropped);
+    SkipNextLine();
     return true;
   }
   if (IsFirstWord(line, "ADDNOISECALL")) {
+    Note(LineUse::NoiseCall);
     ++_state.pieces.noiseCallCount;
     return true;
   }
-  return line[0] == '#' || line[0] == '}';
+  if (line[0] != '#' && line[0] != '}') return false;
+  Note(LineUse::Dropped);
+  return true;
+}
+
+void BlockMachine::SkipNextLine() {
+  ++_index;
+  if (_index < _lines.GetCount()) Note(LineUse::Swallowed);
+}
+
+void BlockMachine::Note(LineUse use) {
+  LineNote& note = _state.pieces.lineNotes[_state.origin.file][_index];
+  note.use = use;
+  note.block = _block;
+}
+
+Result<void> BlockMachine::PassOver(Result<void> result) const {
+  if (result || _mistakes == Mistakes::EndTheParse || result.GetError().GetKind() == kOutOfMemoryError) return result;
+  return OK;
 }
 
 Result<void> BlockMachine::ReadGroupSize(std::string_view line) {

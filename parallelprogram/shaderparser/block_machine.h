@@ -17,21 +17,25 @@ namespace ostra {
 // An end macro ends any of them, and makes a kernel of what was collected.
 class BlockMachine {
  public:
-  // `file` is for messages; `state.origin.file` is its number.
-  BlockMachine(ParseState& state, const Url& file, const SourceLines& lines)
-      : _state(state), _file(file), _lines(lines) {}
+  // What becomes of a mistake in a line: it ends the parse, or the line is noted and reading goes on.
+  enum class Mistakes { EndTheParse, ArePassedOver };
 
-  // Translates all lines into `state.pieces`. Errors: what is wrong in the source; out of memory.
+  // `file` is for messages; `state.origin.file` is its number.
+  BlockMachine(ParseState& state, const Url& file, const SourceLines& lines, Mistakes mistakes = Mistakes::EndTheParse)
+      : _state(state), _file(file), _lines(lines), _mistakes(mistakes) {}
+
+  // Translates all lines into `state.pieces`, with a note about each. Errors: what is wrong in the source, unless it is
+  // passed over; out of memory.
   Result<void> Run();
 
  private:
-  enum class BlockKind { None, Kernel, Function, InputStruct, InputDefine };
-
   // Reads the line at _index, and moves on over lines that are dropped with it.
   Result<void> ReadLine(std::string_view line);
 
   // Outside of blocks.
   Result<void> ReadOutside(std::string_view line);
+  // A line of code after its rules.
+  Result<std::string_view> Translate(std::string_view line);
   // True when the line begins a block.
   Result<Bool> BeginBlock(std::string_view line);
   Result<void> BeginKernel();
@@ -46,6 +50,8 @@ class BlockMachine {
   Result<void> ReadInside(std::string_view line);
   void SkipCpuScope();
   Result<std::string_view> ReadBlockLine(std::string_view line);
+  // Notes what the declarations of a line have added to _inputs.
+  Result<void> ReadDeclaration(std::string_view line);
   // Counts the braces of a line until they end the block.
   Result<void> CountBraces(std::string_view line);
   Result<void> EndBlockAtBrace();
@@ -53,15 +59,23 @@ class BlockMachine {
   Result<void> StoreFunction();
   void StoreInputs();
 
-  // The brace that opens the block is on the next line, which nobody reads.
+  // The next line is dropped, whatever it holds.
+  void SkipNextLine();
+  // The brace that opens the block is on the next line, which is not read.
   void TakeBraceOfNextLine() {
-    ++_index;
+    SkipNextLine();
     _closingDepth = _depth++;
   }
+
+  // Notes what the line at _index is in the open block.
+  void Note(LineUse use);
+  // OK for a mistake that is passed over.
+  Result<void> PassOver(Result<void> result) const;
 
   ParseState& _state;
   const Url& _file;
   const SourceLines& _lines;
+  const Mistakes _mistakes;
   Int _index = 0;
 
   BlockKind _block = BlockKind::None;

@@ -82,6 +82,9 @@ Result<RuleOutcome> HandleGroupSharedMemory(const RuleMatch& match) {
   ShaderPieces& pieces = match.state.pieces;
   OSTRA_RETURN_IF_ERROR(pieces.groupSharedDeclarations.Append(std::move(declaration)));
   OSTRA_RETURN_IF_ERROR(pieces.groupSharedDeclarationOrigins.Append(match.state.origin));
+  LineNote& note = match.state.GetNote();
+  OSTRA_ASSIGN_OR_RETURN(note.name, String::Create(name));
+  note.use = LineUse::GroupShared;
   OSTRA_RETURN_IF_ERROR(match.line.Assign(""));
   return RuleOutcome::Changed;
 }

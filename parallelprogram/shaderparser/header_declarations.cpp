@@ -26,6 +26,12 @@ ShaderTextOrigin GetOrigin(const ParseState& state, Int line) {
   return {state.origin.file, static_cast<Int32>(line) + 1};
 }
 
+void Note(ParseState& state, Int line, LineUse use, BlockKind block) {
+  LineNote& note = state.pieces.lineNotes[state.origin.file][line];
+  note.use = use;
+  note.block = block;
+}
+
 // A line `type name;` of a known type; anything else is passed over.
 Result<void> ReadMember(ParseState& state, std::string_view line, const SourceWords& words,
                         ShaderStructDefinition& definition) {
@@ -36,6 +42,7 @@ Result<void> ReadMember(ParseState& state, std::string_view line, const SourceWo
   OSTRA_ASSIGN_OR_RETURN(member.name, CString::Create(name));
   OSTRA_ASSIGN_OR_RETURN(String text, String::Create(line));
   member.origin = state.origin;
+  state.GetNote() = {LineUse::Member, BlockKind::Struct, member.name.GetString()};
   definition.byteSize += member.dataType.GetSize();
   OSTRA_RETURN_IF_ERROR(definition.members.Append(std::move(member)));
   OSTRA_RETURN_IF_ERROR(definition.memberLines.Append(std::move(text)));
@@ -50,14 +57,18 @@ Result<HeaderDefinition<ShaderStructDefinition>> ParseStruct(ParseState& state, 
   HeaderDefinition<ShaderStructDefinition> found;
   found.definition.origin = GetOrigin(state, first);
   OSTRA_ASSIGN_OR_RETURN(found.definition.name, CString::Create(words[1]));
+  state.GetNote() = {LineUse::BlockStart, BlockKind::Struct, found.definition.name.GetString()};
+  if (first + 1 < lines.GetCount()) Note(state, first + 1, LineUse::Swallowed, BlockKind::Struct);
   // The line after the first is taken for the opening brace.
   for (Int i = first + 2; i < lines.GetCount(); ++i) {
     state.origin = GetOrigin(state, i);
     const std::string_view memberLine = TrimLeft(lines[i]);
     const SourceWords memberWords(memberLine);
+    Note(state, i, memberLine.empty() ? LineUse::Blank : LineUse::Dropped, BlockKind::Struct);
     if (memberLine.empty() || memberWords[0] == "{") continue;
     if (memberWords[0] == "struct") return MakeEndError();
     if (memberWords[0] == "};") {
+      Note(state, i, LineUse::BlockEnd, BlockKind::Struct);
       found.lastLine = i;
       return found;
     }
@@ -77,12 +88,14 @@ Result<HeaderDefinition<ShaderFunctionDefinition>> ParseInlineFunction(ParseStat
   OSTRA_RETURN_IF_ERROR(CheckStart(SourceWords(line), "inline"));
   HeaderDefinition<ShaderFunctionDefinition> found;
   state.origin = found.definition.declarationOrigin = GetOrigin(state, first);
+  Note(state, first, LineUse::BlockStart, BlockKind::Function);
   OSTRA_ASSIGN_OR_RETURN(found.definition.declaration, ReadFunctionDeclaration(state, line));
   CollectedLines body;
   Int depth = 0;
   for (Int i = first + 1; i < lines.GetCount(); ++i) {
     state.origin = GetOrigin(state, i);
     const std::string_view bodyLine = TrimLeft(lines[i]);
+    Note(state, i, bodyLine.empty() ? LineUse::Blank : LineUse::Body, BlockKind::Function);
     if (bodyLine.empty()) continue;
     if (IsFirstWord(bodyLine, "struct") || IsFirstWord(bodyLine, "inline")) return MakeEndError();
     OSTRA_RETURN_IF_ERROR(body.Append(bodyLine, state.origin));
@@ -92,6 +105,7 @@ Result<HeaderDefinition<ShaderFunctionDefinition>> ParseInlineFunction(ParseStat
     OSTRA_ASSIGN_OR_RETURN(found.definition.body, body.Join());
     found.definition.bodyOrigins = body.TakeOrigins();
     found.lastLine = i;
+    Note(state, i, LineUse::BlockEnd, BlockKind::Function);
     return found;
   }
   return MakeEndError();

@@ -30,9 +30,11 @@ Result<void> IncludeParser::Parse() {
   OSTRA_ASSIGN_OR_RETURN(_lines, SplitLines(_include.source.text));
   for (; _index < _lines.GetCount(); ++_index) {
     const std::string_view line = TrimLeft(_lines[_index]);
+    _state.origin = {_include.file, static_cast<Int32>(_index) + 1};
+    LineNote& note = _state.GetNote();
+    if (note.use == LineUse::Unread) note.use = line.empty() ? LineUse::Blank : LineUse::Dropped;
     // Nothing else begins a line that counts.
     if (line.empty() || (line[0] != '#' && line[0] != 's' && line[0] != 'i')) continue;
-    _state.origin = {_include.file, static_cast<Int32>(_index) + 1};
     OSTRA_RETURN_IF_ERROR(ParseLine(line, SourceWords(line)));
   }
   return OK;
@@ -62,6 +64,7 @@ Result<void> IncludeParser::ParseDefine(std::string_view line, const SourceWords
   const auto share = [&](std::string_view word) {
     return define.SubString(word.data() - line.data(), static_cast<Int>(word.size()));
   };
+  _state.GetNote() = {LineUse::Define, BlockKind::None, share(words[1])};
   OSTRA_RETURN_IF_ERROR(_state.declarationRules.Append({share(words[1]), &ReplaceKeyword, share(words[2])}));
   OSTRA_RETURN_IF_ERROR(_state.pieces.defineOrigins.Append(_state.origin));
   OSTRA_RETURN_IF_ERROR(_state.pieces.defines.Append(std::move(define)));
@@ -74,8 +77,12 @@ Result<void> IncludeParser::TakeFullText() {
                               static_cast<std::size_t>(bytes.GetCount()));
   OSTRA_ASSIGN_OR_RETURN(CString chunk, CString::Create(text));
   ShaderTextOrigins origins;
-  for (Int i = 0; i < _lines.GetCount(); ++i)
+  for (Int i = 0; i < _lines.GetCount(); ++i) {
     OSTRA_RETURN_IF_ERROR(origins.Append(ShaderTextOrigin{_include.file, static_cast<Int32>(i) + 1}));
+    LineUse& use = _state.pieces.lineNotes[_include.file][i].use;
+    if (use == LineUse::Unread || use == LineUse::Dropped)
+      use = TrimLeft(_lines[i]).empty() ? LineUse::Blank : LineUse::FileScope;
+  }
   OSTRA_RETURN_IF_ERROR(_state.pieces.globalCode.Append(std::move(chunk)));
   OSTRA_RETURN_IF_ERROR(_state.pieces.globalCodeOrigins.Append(std::move(origins)));
   return OK;

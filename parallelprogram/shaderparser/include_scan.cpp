@@ -1,5 +1,7 @@
 #include "parallelprogram/shaderparser/include_scan.h"
 
+#include <algorithm>
+
 #include "ostra/core/hash_map.h"
 
 OSTRA_UNIT("shaderparser");
@@ -72,6 +74,7 @@ Result<void> IncludeScan::Scan(const Url& file) {
   _state.origin = {include.file, 0};
   OSTRA_ASSIGN_OR_RETURN(include.source, ReadSourceFile(header, _state.lineEnds));
   OSTRA_ASSIGN_OR_RETURN(const SourceLines lines, SplitLines(include.source.text));
+  OSTRA_RETURN_IF_ERROR(_state.BeginNotes(lines.GetCount()));
   const Int filesBefore = _files.GetCount();
   OSTRA_RETURN_IF_ERROR(_open.Append(OpenHeader{header, _guards.GetCount()}));
   Bool wasSeen = false;
@@ -161,7 +164,19 @@ Result<void> IncludeScan::ScanIncludeLine(const Url& header, std::string_view qu
     OSTRA_ASSIGN_OR_RETURN(String missing, String::Create(name));
     OSTRA_RETURN_IF_ERROR(_state.pieces.missingHeaders.Append({_state.origin, std::move(missing)}));
   }
+  LineNote& note = _state.GetNote();
+  OSTRA_ASSIGN_OR_RETURN(note.name, String::Create(name));
+  note.use = LineUse::Include;
   return Scan(file);
+}
+
+// Headers that were met are read, but for those whose guard was met before in another file.
+void NoteLeftOut(ShaderPieces& pieces, const BaseArray<IncludeFile>& files) {
+  for (Int file = 1; file < pieces.files.GetCount(); ++file) {
+    const auto isThis = [file](const IncludeFile& read) { return read.file == file; };
+    if (std::any_of(files.begin(), files.end(), isThis)) continue;
+    for (LineNote& note : pieces.lineNotes[file]) note.use = LineUse::LeftOut;
+  }
 }
 
 }  // namespace
@@ -169,7 +184,9 @@ Result<void> IncludeScan::ScanIncludeLine(const Url& header, std::string_view qu
 Result<BaseArray<IncludeFile>> ScanIncludes(ParseState& state, const Url& file) {
   IncludeScan scan(state);
   OSTRA_RETURN_IF_ERROR(scan.Scan(file));
-  return scan.TakeFiles();
+  BaseArray<IncludeFile> files = scan.TakeFiles();
+  NoteLeftOut(state.pieces, files);
+  return files;
 }
 
 }  // namespace ostra

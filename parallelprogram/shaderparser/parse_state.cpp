@@ -18,11 +18,21 @@ const Data* FindOption(const DataDictionary& options, const Id& option) {
 Result<Int32> ParseState::EnterFile(const Url& file) {
   for (Int i = 0; i < pieces.files.GetCount(); ++i)
     if (pieces.files[i] == file) return static_cast<Int32>(i);
+  // A parse that ran out of memory may have left more.
+  OSTRA_RETURN_IF_ERROR(pieces.fileStamps.Resize(pieces.files.GetCount()));
+  OSTRA_RETURN_IF_ERROR(pieces.lineNotes.Resize(pieces.files.GetCount()));
   auto stamp = GetModificationStamp(file);
   if (!stamp && stamp.GetError().GetKind() == kOutOfMemoryError) return stamp.TakeError();
   OSTRA_RETURN_IF_ERROR(pieces.fileStamps.Append(stamp ? *stamp : 0));
+  OSTRA_RETURN_IF_ERROR(pieces.lineNotes.Append(LineNotes()));
   OSTRA_RETURN_IF_ERROR(pieces.files.Append(file));
   return static_cast<Int32>(pieces.files.GetCount() - 1);
+}
+
+Result<void> ParseState::BeginNotes(Int lineCount) {
+  LineNotes& notes = pieces.lineNotes[origin.file];
+  notes.Clear();
+  return notes.Resize(lineCount);
 }
 
 Error ParseState::MakeLocatedError(std::string_view text) const {

@@ -33,6 +33,12 @@ struct ParseState {
 
   // The number of a file in `pieces.files`; adds it when it is new. Error: out of memory.
   Result<Int32> EnterFile(const Url& file);
+
+  // Begins the notes of the file that `origin` is in: `lineCount` unread lines. Error: out of memory.
+  Result<void> BeginNotes(Int lineCount);
+  // The note of the line that is being read.
+  LineNote& GetNote() { return pieces.lineNotes[origin.file][origin.line - 1]; }
+
   // An illegal-argument error that reads `file:line: error: text` for the line that is being read.
   Error MakeLocatedError(std::string_view text) const;
 };

@@ -71,6 +71,8 @@ class ShaderParser final : public RefCounted<ShaderParser> {
   // The modification stamps that the files had before they were read, 0 for one that has none: what is saved during the
   // parse has a later one.
   const BaseArray<UInt64>& GetFileStamps() const { return _pieces.fileStamps; }
+  // What was done with each line, in parallel to GetFiles(); the first file is the parsed one.
+  const BaseArray<LineNotes>& GetLineNotes() const { return _pieces.lineNotes; }
   const ShaderTextOrigins& GetKernelCodeOrigins() const { return _pieces.kernelCodeOrigins; }
   const BaseArray<ShaderTextOrigins>& GetGlobalCodeOrigins() const { return _pieces.globalCodeOrigins; }
   const BaseArray<ShaderTextOrigin>& GetDefineOrigins() const { return _pieces.defineOrigins; }

@@ -7,6 +7,7 @@
 #include "ostra/core/data_type.h"
 #include "ostra/image/pixel_format.h"
 #include "ostra/io/url.h"
+#include "parallelprogram/shaderparser/line_notes.h"
 
 namespace ostra {
 
@@ -89,7 +90,8 @@ struct ShaderPieces {
 
   BaseArray<Url> files;  // what origins count in
   BaseArray<ShaderMissingHeader> missingHeaders;
-  BaseArray<UInt64> fileStamps;  // of each file before it was read; 0 for one that cannot be asked
+  BaseArray<UInt64> fileStamps;    // of each file before it was read; 0 for one that cannot be asked
+  BaseArray<LineNotes> lineNotes;  // of each file; empty for one that is not there
   BaseArray<ShaderTextOrigins> globalCodeOrigins;
   ShaderTextOrigins kernelCodeOrigins;
   BaseArray<ShaderTextOrigin> defineOrigins;
