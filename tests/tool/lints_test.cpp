@@ -59,6 +59,42 @@ TEST_F(LintsTest, AnOrdinaryKernelGivesNoReasonToWarn) {
               IsEmpty());
 }
 
+// Lints ask the translator what became of a line.
+TEST_F(LintsTest, WordsOfDirectivesCountOnlyWhereTheTranslatorKnowsThem) {
+  const std::string before =
+      "/* the CPU's part lies between\nCPU_SCOPE_START\nand its end */\n"
+      "inline Float32 Half(Float32 x)\n{\n\t/* sizes that were tried:\n\tGROUPSIZE(8, 8, 1)\n\tand others */\n"
+      "\treturn 0.5 * x;\n}\n";
+  EXPECT_THAT(Check(MakeKernel("(Block<Float32>) data", "\tUNIFORM_BUFFER(data)[0] = Half(1.0);", before)), IsEmpty());
+}
+
+TEST_F(LintsTest, DeclarationsThatTheTranslatorDoesNotSeeAreLostAsAWhole) {
+  const std::string kernel =
+      "#define KERNELINPUTS \\\n(Float32) a, \\\n(Float32) b\n\nFP_KERNEL(K)\n{\n}\nFP_KERNEL_END\n";
+  EXPECT_THAT(Check("GROUPSIZE(8, 8, 1)\n" + kernel),
+              Contains("k.krn:2: warning: the declarations from here on make no parameters on the GPU: the translator "
+                       "drops this line together with the one before it"));
+  EXPECT_THAT(
+      Check("inline Float32 F()\n{\n\treturn 1.0;\n" + kernel),
+      Contains("k.krn:4: warning: the declarations from here on make no parameters on the GPU: the block before "
+               "this line is still open"));
+}
+
+TEST_F(LintsTest, BracesInALineThatGoesAsAWholeAreNotCounted) {
+  EXPECT_THAT(Check(MakeKernel("(Block<Float32>) data",
+                               "\tGROUPSHAREDMEM(float, tile, 64)  // one for each {\n"
+                               "\tUNIFORM_BUFFER(data)[0] = 1.0;")),
+              IsEmpty());
+}
+
+TEST_F(LintsTest, AFunctionEndsWhereItDoesOnTheGpu) {
+  const std::string late =
+      "inline Float32 Late(Matrix32 m, Int32 n)\n{\n\tVector32 p;\n\tif (n > 0) { p = matoff(m);\n\t}\n"
+      "\treturn p.x;\n}\n";
+  EXPECT_THAT(Check(MakeKernel("(Block<Float32>) data", "\tUNIFORM_BUFFER(data)[0] = 1.0;") + late),
+              Contains("k.krn:14: warning: code after the last block of the file never reaches the GPU"));
+}
+
 TEST_F(LintsTest, AVectorOfOneNumberIsFoundWhateverMakesTheNumber) {
   const std::string declarations =
       "(Float32) factor, \\\n(const Block<Vector4d32>) source, \\\n(Block<Float32>) target";

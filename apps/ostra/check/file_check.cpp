@@ -16,24 +16,26 @@ namespace ostra::tool {
 
 namespace {
 
-Result<LintedFile> ReadLintedFile(const Url& url, Bool isHeader) {
+Result<LintedFile> ReadHeader(const Url& url) {
   OSTRA_ASSIGN_OR_RETURN(const SourceText source, ReadSourceText(url));
-  return LintedFile{TextOf(url.GetView()), SplitSource(source.text), isHeader, false, false};
+  return LintedFile{TextOf(url.GetView()), SplitSource(source.text), true, false, false};
 }
 
 // The lints need to know what the parser found: they run once, with the first translation that came to an end.
-void LintFiles(const FileCheck& check, const LintedFile& kernel, const ShaderParser& parser, Findings& findings) {
-  for (const Url& url : parser.GetFiles()) {
-    const Bool isHeader = url.GetView() != check.file;
-    auto header = isHeader ? ReadLintedFile(url, true) : Result<LintedFile>(kernel);
-    if (!header) continue;  // the translator has read it and will have said what is wrong
-    header->hasTemplateArgument = kernel.hasTemplateArgument;
-    header->isStage = kernel.isStage;
-    LintLines(*header, findings);
-    LintStructure(*header, findings);
-    LintUses(*header, parser, findings);
-    LintIncludes(*header, parser, findings);
+void LintFiles(const FileCheck& check, LintedFile& kernel, const ShaderParser& parser, Findings& findings) {
+  for (Int i = 0; i < parser.GetFiles().GetCount(); ++i) {
+    const Url& url = parser.GetFiles()[i];
+    auto file = url.GetView() == check.file ? Result<LintedFile>(kernel) : ReadHeader(url);
+    if (!file) continue;  // the translator has read it and will have said what is wrong
+    file->hasTemplateArgument = kernel.hasTemplateArgument;
+    file->isStage = kernel.isStage;
+    SetNotes(file->lines, parser.GetLineNotes()[i]);
+    LintLines(*file, findings);
+    LintStructure(*file, findings);
+    LintUses(*file, parser, findings);
+    LintIncludes(*file, parser, findings);
   }
+  SetNotes(kernel.lines, parser.GetLineNotes()[0]);
   LintMissingHeaders(parser, findings);
   LintComments(kernel, findings);
   LintDeclarations(kernel, parser, findings);
@@ -41,10 +43,12 @@ void LintFiles(const FileCheck& check, const LintedFile& kernel, const ShaderPar
 }
 
 // Without a parser that has finished, only what needs none.
-void LintKernelAlone(const LintedFile& kernel, Findings& findings) {
+Result<void> LintKernelAlone(const FileCheck& check, LintedFile& kernel, Findings& findings) {
+  OSTRA_RETURN_IF_ERROR(FindNotes(kernel.lines, check.source));
   LintLines(kernel, findings);
   LintComments(kernel, findings);
   LintStructure(kernel, findings);
+  return OK;
 }
 
 // What the front end of the language has to say, which reads the file in another way than the translator.
@@ -138,7 +142,7 @@ Result<void> Assemble(TargetCheck& check, const Url& url, const FileCheck& fileC
 }
 
 Result<void> AddTarget(FileCheck& check, const CheckOptions& options, const Id& target, const Url& url,
-                       const LintedFile& kernel, Bool& isLinted) {
+                       LintedFile& kernel, Bool& isLinted) {
   OSTRA_ASSIGN_OR_RETURN(Translation translation,
                          Translate({url, target, options.templateArgument, options.multisampling}));
   TargetCheck& added = check.targets.emplace_back(TargetCheck{target, std::move(translation), {}, {}, {}});
@@ -188,14 +192,13 @@ Result<FileCheck> PrepareCheck(const CheckOptions& options, const std::string& f
     check.findings.Add({file, 0, Severity::Error, "this is neither a kernel file nor a stage file"});
     return check;
   }
-  PlaceLines(kernel.lines);
   // Nothing else that could be said of such a file is certain.
   if (!KeepsRules(*source, file, false, check.findings)) return check;
   if (!isStage) OSTRA_RETURN_IF_ERROR(ReadWithFrontEnd(check, url, options));
   Bool isLinted = false;
   for (const Id& target : options.targets)
     OSTRA_RETURN_IF_ERROR(AddTarget(check, options, target, url, kernel, isLinted));
-  if (!isLinted) LintKernelAlone(kernel, check.findings);
+  if (!isLinted) OSTRA_RETURN_IF_ERROR(LintKernelAlone(check, kernel, check.findings));
   // What the translator refuses is said already.
   const Bool isTranslated = isLinted && !check.targets.front().translation.parser->GetKernelCode().IsEmpty();
   if (!isTranslated && !options.targets.empty()) {

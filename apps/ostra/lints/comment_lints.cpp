@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "apps/ostra/lints/lints.h"
+#include "parallelprogram/shaderparser/kernel_words.h"
 
 namespace ostra::tool {
 
@@ -40,9 +41,21 @@ Bool ChangesDepth(std::string_view comment) {
   return depth != 0;
 }
 
-Bool IsTranslated(const SourceLine& line) {
-  const Bool isCode = line.block != BlockKind::InputDefine && line.block != BlockKind::InputStruct;
-  return line.place == LinePlace::Outside || (line.place == LinePlace::Inside && isCode);
+// Whether the translator looks for the end of a block in the line.
+Bool AreBracesCounted(const SourceLine& line) {
+  switch (line.use) {
+    case LineUse::BlockStart:
+      return true;
+    case LineUse::BlockEnd:
+      return !IsKernelEnd(line.text);
+    case LineUse::Body:
+    case LineUse::NoParameter:
+      return true;
+    case LineUse::NoiseCall:
+      return line.block != BlockKind::None;
+    default:
+      return IsParameter(line.use);
+  }
 }
 
 }  // namespace
@@ -52,11 +65,10 @@ void LintComments(const LintedFile& file, Findings& findings) {
     if (line.code == line.text) continue;
     const std::string comment = TakeComment(line);
     for (const CommentRule& rule : kRules)
-      if (IsTranslated(line) && comment.find(rule.keyword) != std::string::npos)
+      if (IsTranslatedCode(line) && comment.find(rule.keyword) != std::string::npos)
         findings.Add({file.name, line.number, Severity::Warning,
                       Quote(rule.name) + " is replaced in comments, too: " + std::string(rule.effect)});
-    const Bool isCounted = line.place == LinePlace::Start || line.place == LinePlace::Inside;
-    if (isCounted && ChangesDepth(comment))
+    if (AreBracesCounted(line) && ChangesDepth(comment))
       findings.Add({file.name, line.number, Severity::Warning,
                     "braces in comments are counted like others: this one changes where the block ends"});
   }

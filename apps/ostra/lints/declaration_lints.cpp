@@ -98,6 +98,18 @@ void LintDeclaration(const LintedFile& file, const SourceLine& line, const Shade
       {file.name, line.number, Severity::Warning, std::move(text), FindingKind::LostDeclaration, std::string(name)});
 }
 
+// A block of declarations that the translator does not see as one.
+void LintLostBlock(const LintedFile& file, const SourceLine& line, Findings& findings) {
+  const Bool isLost = line.use != LineUse::BlockStart && line.use != LineUse::CpuScope;
+  if (!isLost || (!IsInputDefine(line.code) && !IsInputStruct(line.code))) return;
+  const std::string reason = line.use == LineUse::Swallowed
+                                 ? "the translator drops this line together with the one before it"
+                                 : "the block before this line is still open";
+  findings.Add({file.name, line.number, Severity::Warning,
+                "the declarations from here on make no parameters on the GPU: " + reason,
+                FindingKind::LostDeclaration});
+}
+
 std::optional<Finding> MakeStageFinding(const ShaderParser& parser, const ShaderTextOrigin& origin, std::string text) {
   const Bool isKnown = origin.file >= 0 && origin.file < parser.GetFiles().GetCount();
   return Finding{TextOf(parser.GetFiles()[isKnown ? origin.file : 0].GetView()), isKnown ? origin.line : 0,
@@ -127,19 +139,11 @@ Result<std::optional<Finding>> FindStageFinding(const ShaderParser& parser, Draw
 }
 
 void LintDeclarations(const LintedFile& file, const ShaderParser& parser, Findings& findings) {
-  enum class Block { None, Define, Struct } block = Block::None;
   std::map<std::string_view, Int> known;  // names and their lines
   for (const SourceLine& line : file.lines) {
-    if (block == Block::None) {
-      if (IsInputDefine(line.text)) block = Block::Define;
-      if (IsInputStruct(line.text)) block = Block::Struct;
-      known.clear();
-      continue;
-    }
-    const Bool isEnd =
-        block == Block::Define ? line.text.empty() || IsKernelStart(line.text) : line.text.starts_with("}");
-    if (isEnd) block = Block::None;
-    if (isEnd || line.place == LinePlace::CpuScope) continue;
+    if (line.use == LineUse::BlockStart) known.clear();
+    LintLostBlock(file, line, findings);
+    if (!IsParameter(line.use) && line.use != LineUse::NoParameter) continue;
     LintDeclaration(file, line, parser, findings);
     std::string_view before;
     const std::string_view name = TakeName(line.code, before);

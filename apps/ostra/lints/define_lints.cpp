@@ -21,8 +21,8 @@ std::string_view GetDefinedName(std::string_view line) {
 
 Bool IsUsed(const LintedFile& file, std::string_view name) {
   return std::any_of(file.lines.begin(), file.lines.end(), [name](const SourceLine& line) {
-    const Bool reachesGpu =
-        line.place == LinePlace::Inside || line.place == LinePlace::Start || line.place == LinePlace::Outside;
+    const Bool isDeclaration = IsParameter(line.use) || line.use == LineUse::NoParameter;
+    const Bool reachesGpu = IsTranslatedCode(line) || isDeclaration || line.use == LineUse::BlockStart;
     return reachesGpu && HasName(line.code, name);
   });
 }
@@ -49,7 +49,7 @@ std::string MakeDroppedDefineText(const LintedFile& file, std::string_view name)
 
 std::optional<Finding> FindDroppedPatchDefine(const LintedFile& file, const ShaderParser& parser) {
   for (const SourceLine& line : file.lines)
-    if (line.place == LinePlace::Dropped && GetDefinedName(line.code).starts_with("PATCH_") &&
+    if (line.use == LineUse::Dropped && GetDefinedName(line.code).starts_with("PATCH_") &&
         !IsInHeader(parser, GetDefinedName(line.code)))
       return Finding{file.name, line.number, Severity::Error, MakeDroppedDefineText(file, GetDefinedName(line.code))};
   return {};
@@ -57,7 +57,7 @@ std::optional<Finding> FindDroppedPatchDefine(const LintedFile& file, const Shad
 
 void LintDefines(const LintedFile& file, const ShaderParser& parser, Findings& findings) {
   for (const SourceLine& line : file.lines) {
-    if (line.place != LinePlace::Dropped) continue;
+    if (line.use != LineUse::Dropped) continue;
     const std::string_view name = GetDefinedName(line.code);
     const Bool isMeant = name.starts_with("PATCH_") || IsUsed(file, name);
     if (!name.empty() && isMeant && !IsInHeader(parser, name))

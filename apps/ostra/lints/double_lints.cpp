@@ -27,7 +27,7 @@ class DoubleLinter {
 
   void Lint() {
     for (const SourceLine& line : _file.lines) {
-      if (line.place == LinePlace::CpuScope || line.block == BlockKind::InputDefine) continue;
+      if (line.use == LineUse::CpuScope || line.block == BlockKind::InputDefine) continue;
       CollectNames(line.code);
       ForEachName(line.code, [&](std::string_view name, std::size_t at) {
         std::string_view arguments;

@@ -20,7 +20,7 @@ struct Finding {
   Severity severity = Severity::Error;
   std::string text = {};
   FindingKind kind = FindingKind::Other;
-  std::string name = {};     // the parameter of a lost declaration
+  std::string name = {};     // the parameter of a lost declaration; empty: of all in a block
   Int column = 0;            // 0: unknown
   std::string excerpt = {};  // lines that follow the message: that of the source with a caret, notes
 };

@@ -32,7 +32,7 @@ void LintIncludes(const LintedFile& file, const ShaderParser& parser, Findings& 
   const auto url = Url::Create(file.name);
   if (!url) return;
   for (const SourceLine& line : file.lines) {
-    const std::string_view name = line.place == LinePlace::CpuScope ? std::string_view() : GetIncludedName(line.code);
+    const std::string_view name = line.use == LineUse::CpuScope ? std::string_view() : GetIncludedName(line.code);
     if (name.empty()) continue;
     const auto header = url->GetDirectory() + name;
     // Headers of the framework, and what is missing altogether, are the compiler's.

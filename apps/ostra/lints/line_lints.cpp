@@ -28,7 +28,7 @@ class LineLinter {
     for (const SourceLine& line : _file.lines) {
       if (line.code.empty()) continue;
       if (!_file.isStage) LintSwizzles(line);
-      if (line.place == LinePlace::CpuScope) continue;
+      if (line.use == LineUse::CpuScope) continue;
       LintRuleWords(line);
       LintArguments(line);
       LintConstructors(line);

@@ -206,7 +206,7 @@ class ShiftLinter {
       : _file(file), _findings(findings) {
     for (const String& define : parser.GetDefines()) CollectConstant(define.GetView());
     for (const SourceLine& line : file.lines) {
-      if (line.place != LinePlace::CpuScope) CollectConstant(line.code);
+      if (line.use != LineUse::CpuScope) CollectConstant(line.code);
       for (const std::string_view word : {"UInt64", "Int64", "uint64_t", "int64_t"})
         if (HasName(line.code, word)) _bits = 64;
     }
@@ -215,7 +215,7 @@ class ShiftLinter {
   void Lint() {
     for (const SourceLine& line : _file.lines) {
       const Bool isDeclaration = line.block == BlockKind::InputDefine || line.block == BlockKind::InputStruct;
-      if (line.place == LinePlace::CpuScope || isDeclaration || line.code.starts_with("#include")) continue;
+      if (line.use == LineUse::CpuScope || isDeclaration || line.code.starts_with("#include")) continue;
       CollectLoop(line.code);
       for (std::size_t at = 0; at + 1 < line.code.size(); ++at) {
         const char c = line.code[at];

@@ -1,6 +1,7 @@
 #include "apps/ostra/lints/source_lines.h"
 
 #include "apps/ostra/values/text.h"
+#include "ostra/core/silent_diagnostics.h"
 
 namespace ostra::tool {
 
@@ -45,6 +46,21 @@ std::vector<SourceLine> SplitSource(std::string_view source) {
         {++number, std::string(text), RemoveComments(text, isInside), std::string(text.substr(0, text.find(' ')))});
   }
   return lines;
+}
+
+void SetNotes(std::vector<SourceLine>& lines, const LineNotes& notes) {
+  for (SourceLine& line : lines) {
+    if (line.number > notes.GetCount()) continue;
+    line.use = notes[line.number - 1].use;
+    line.block = notes[line.number - 1].block;
+  }
+}
+
+Result<void> FindNotes(std::vector<SourceLine>& lines, std::string_view source) {
+  const SilentDiagnosticStream silence;  // the translator has said what there is to say, or will
+  OSTRA_ASSIGN_OR_RETURN(const LineNotes notes, NoteLines(source));
+  SetNotes(lines, notes);
+  return OK;
 }
 
 Bool HasName(std::string_view code, std::string_view name) {

@@ -6,35 +6,34 @@
 #include <vector>
 
 #include "ostra/core/text_characters.h"
+#include "parallelprogram/shaderparser/line_notes.h"
 
 namespace ostra::tool {
-
-// What the translator makes of a line of a kernel file.
-enum class LinePlace {
-  Empty,
-  Outside,    // file-scope code
-  Start,      // begins a block
-  Inside,     // of a block
-  CpuScope,   // from CPU_SCOPE_START to CPU_SCOPE_END, inside of a block
-  Dropped,    // a directive and the like
-  Swallowed,  // goes with the line before it, whatever it holds
-};
-enum class BlockKind { None, Kernel, Function, InputStruct, InputDefine };
 
 struct SourceLine {
   Int number = 0;         // from 1
   std::string text;       // as written, without white space at both ends
   std::string code;       // the same with comments replaced by blanks
   std::string firstWord;  // of the text, up to the first blank
-  // Known in kernel files; lines of headers are all the same.
-  LinePlace place = LinePlace::Inside;
-  BlockKind block = BlockKind::None;  // that the line begins, or stands in
+  // What the translator did with it (SetNotes).
+  LineUse use = LineUse::Unread;
+  BlockKind block = BlockKind::None;  // that the line begins, stands in or ends
 };
 
 std::vector<SourceLine> SplitSource(std::string_view source);
 
-// Finds out what becomes of each line of a kernel file.
-void PlaceLines(std::vector<SourceLine>& lines);
+// Takes over the translator's notes about the lines; lines without a note stay as they are.
+void SetNotes(std::vector<SourceLine>& lines, const LineNotes& notes);
+// The same for the lines of `source`, of which there is no parse or none that has succeeded. Error: out of memory.
+Result<void> FindNotes(std::vector<SourceLine>& lines, std::string_view source);
+
+// Whether the line is code that the translator's rules were applied to and that reaches a shader.
+inline Bool IsTranslatedCode(const SourceLine& line) {
+  const Bool isEnd = line.use == LineUse::BlockEnd && line.block == BlockKind::Function;
+  const Bool isNoiseCall = line.use == LineUse::NoiseCall && line.block != BlockKind::None;
+  return line.use == LineUse::FileScope || line.use == LineUse::Body || line.use == LineUse::GroupShared || isEnd ||
+         isNoiseCall;
+}
 
 // Calls `use(name, position)` for every name in `code`; numbers such as 1u are none.
 template <class Use>

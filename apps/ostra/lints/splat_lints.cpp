@@ -57,7 +57,7 @@ class SplatLinter {
     // A name that is a number here and something else there says nothing.
     for (const std::string& name : _others) _numbers.erase(name);
     for (const SourceLine& line : _file.lines)
-      if (line.place != LinePlace::CpuScope) LintLine(line);
+      if (line.use != LineUse::CpuScope) LintLine(line);
   }
 
  private:

@@ -20,7 +20,7 @@ class StructureLinter {
 
   void Lint() {
     for (std::size_t i = 0; i < _file.lines.size(); ++i) {
-      if (_file.lines[i].place == LinePlace::CpuScope && _file.lines[i].firstWord != "CPU_SCOPE_START") continue;
+      if (_file.lines[i].use == LineUse::CpuScope && _file.lines[i].firstWord != "CPU_SCOPE_START") continue;
       LintDirective(i);
       LintFunction(i);
       LintFirstBrace(i);
@@ -42,7 +42,7 @@ class StructureLinter {
 
   void LintDirective(std::size_t i) {
     const SourceLine& line = _file.lines[i];
-    if (!IsDirective(line.text)) return;
+    if (line.use != LineUse::Directive) return;
     const std::string name = line.text.substr(0, line.text.find('('));
     if (line.code.find(';') != std::string::npos)
       Add(line, Severity::Error,
@@ -60,7 +60,7 @@ class StructureLinter {
 
   void LintFunction(std::size_t i) {
     const SourceLine& line = _file.lines[i];
-    if (line.firstWord != "inline") return;
+    if (line.use != LineUse::BlockStart || line.block != BlockKind::Function) return;
     if (line.code.find('{') != std::string::npos && CountBraces(line.code) == 0)
       Add(line, Severity::Error,
           "a function on one line has no body on the GPU: write its braces on lines of their own");
@@ -71,14 +71,13 @@ class StructureLinter {
 
   void LintFirstBrace(std::size_t i) {
     const SourceLine& line = _file.lines[i];
-    if (CountBraces(line.code) <= 0) return;
-    const Bool isMethod = !_file.isHeader && line.place == LinePlace::Start && IsKernelMethod(line.text);
-    const Bool isStruct = _file.isHeader ? line.firstWord == "struct" : IsInputStruct(line.text);
-    if (isMethod || isStruct)
+    if (line.use != LineUse::BlockStart || CountBraces(line.code) <= 0) return;
+    const Bool isStruct = line.block == BlockKind::Struct || line.block == BlockKind::InputStruct;
+    if (isStruct || IsKernelMethod(line.text))
       Add(line, Severity::Error,
           "the brace belongs on a line of its own: the translator takes the next line for it, and counts this one in "
           "addition");
-    else if (line.firstWord == "inline")
+    else if (line.block == BlockKind::Function)
       Add(line, Severity::Error,
           "the brace of a function belongs on a line of its own: here it is left out on the GPU");
   }
@@ -86,14 +85,14 @@ class StructureLinter {
   // The translator knows methods by the first word of their line.
   void LintMethod() {
     for (const SourceLine& line : _file.lines)
-      if (line.place != LinePlace::CpuScope && HasName(line.code, "OSTRA_METHOD") && HasName(line.code, "Kernel") &&
+      if (line.use != LineUse::CpuScope && HasName(line.code, "OSTRA_METHOD") && HasName(line.code, "Kernel") &&
           !line.text.starts_with("OSTRA_METHOD") && !line.code.starts_with('#'))
         Add(line, Severity::Error, "OSTRA_METHOD must begin its line: this is no kernel on the GPU");
   }
 
   void LintScope(std::size_t i) {
     const SourceLine& line = _file.lines[i];
-    if (line.firstWord != "CPU_SCOPE_START") return;
+    if (line.use != LineUse::CpuScope || line.firstWord != "CPU_SCOPE_START") return;
     for (std::size_t k = i + 1; k < _file.lines.size(); ++k)
       if (_file.lines[k].firstWord == "CPU_SCOPE_END") return;
     Add(line, Severity::Error, "CPU_SCOPE_START without CPU_SCOPE_END: the rest of the file is for the CPU only");
@@ -104,7 +103,7 @@ class StructureLinter {
     const SourceLine* firstReturn = nullptr;
     const SourceLine* lastCopy = nullptr;
     for (const SourceLine& line : _file.lines) {
-      if (line.block != BlockKind::Kernel || line.place == LinePlace::CpuScope) continue;
+      if (line.block != BlockKind::Kernel || line.use == LineUse::CpuScope) continue;
       const Bool isCopy = HasName(line.code, "MAKELOCAL");
       if (!firstReturn && (HasName(line.code, "return") || HasName(line.code, "KERNEL_RETURN"))) firstReturn = &line;
       if (firstReturn && (isCopy || HasName(line.code, "groupSharedBarrier")))
@@ -156,9 +155,9 @@ class StructureLinter {
   void LintLostCode() {
     const SourceLine* lost = nullptr;
     for (const SourceLine& line : _file.lines) {
-      if (line.place == LinePlace::Start) lost = nullptr;
+      if (line.use == LineUse::BlockStart) lost = nullptr;
       const Bool isCode = line.code.find_first_not_of(' ') != std::string::npos && line.code != "{";
-      if (!lost && isCode && line.place == LinePlace::Outside) lost = &line;
+      if (!lost && isCode && line.use == LineUse::FileScope) lost = &line;
     }
     if (lost) Add(*lost, Severity::Warning, "code after the last block of the file never reaches the GPU");
   }
@@ -168,8 +167,8 @@ class StructureLinter {
     std::vector<const SourceLine*> open;  // the lines of open braces; null in functions, which have their own message
     for (std::size_t i = 0; i < _file.lines.size(); ++i) {
       const SourceLine& line = _file.lines[i];
-      const Bool isClosing = line.place == LinePlace::Dropped && line.code.starts_with('}');
-      if (line.place != LinePlace::Outside && !isClosing) continue;
+      const Bool isClosing = line.use == LineUse::Dropped && line.code.starts_with('}');
+      if (line.use != LineUse::FileScope && !isClosing) continue;
       if (IsFunction(i)) {
         Add(line, Severity::Error,
             "\"inline\" is missing in front of the function: without it the translator takes it for file-scope code "

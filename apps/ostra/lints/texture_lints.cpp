@@ -68,7 +68,7 @@ Bool IsDefined(const LintedFile& file, const ShaderParser& parser, std::string_v
 
 void LintTextureTypes(const LintedFile& file, Findings& findings) {
   for (const SourceLine& line : file.lines) {
-    if (line.place == LinePlace::CpuScope) continue;
+    if (line.use == LineUse::CpuScope) continue;
     ForEachName(line.code, [&](std::string_view name, std::size_t) {
       if (!name.starts_with(kTypePrefix) || name.find("TYPE") != std::string_view::npos) return;
       if (Contains(ListTextureTypes(), name) && name.find("_I32_") != std::string_view::npos)
@@ -82,7 +82,7 @@ void LintTextureTypes(const LintedFile& file, Findings& findings) {
 
 void LintTextureCalls(const LintedFile& file, const ShaderParser& parser, Findings& findings) {
   for (const SourceLine& line : file.lines) {
-    if (line.place == LinePlace::CpuScope || line.code.starts_with('#')) continue;
+    if (line.use == LineUse::CpuScope || line.code.starts_with('#')) continue;
     ForEachName(line.code, [&](std::string_view name, std::size_t at) {
       std::string_view arguments;
       const std::size_t next = at + name.size();

@@ -35,7 +35,7 @@ class UseLinter {
 
   void Lint() {
     for (const SourceLine& line : _file.lines) {
-      if (line.place == LinePlace::CpuScope) continue;
+      if (line.use == LineUse::CpuScope) continue;
       LintTextures(line);
       CollectMatrices(line);
       LintMatrices(line);

@@ -17,10 +17,14 @@ namespace {
 
 constexpr Int32 kPassedOn = kShaderInputVarying | kShaderInputOut | kShaderInputAttribute;
 
-Result<LintedFile> ReadLines(const Url& file) {
+// `parser` has parsed the file; null before that.
+Result<LintedFile> ReadLines(const Url& file, const ShaderParser* parser) {
   OSTRA_ASSIGN_OR_RETURN(const SourceText source, ReadSourceText(file));
   LintedFile linted{std::string(file.GetView()), SplitSource(source.text), false, false, true};
-  PlaceLines(linted.lines);
+  if (parser)
+    SetNotes(linted.lines, parser->GetLineNotes()[0]);
+  else
+    OSTRA_RETURN_IF_ERROR(FindNotes(linted.lines, source.text));
   return linted;
 }
 
@@ -94,7 +98,7 @@ class StageReader {
 
   // What translator and compiler say about wrong textures is about something else: types before the parse, uses after.
   static Result<void> CheckTextures(const Url& file, const ShaderParser* parser) {
-    OSTRA_ASSIGN_OR_RETURN(const LintedFile linted, ReadLines(file));
+    OSTRA_ASSIGN_OR_RETURN(const LintedFile linted, ReadLines(file, parser));
     Findings findings;
     if (parser)
       LintTextureCalls(linted, *parser, findings);
@@ -107,7 +111,7 @@ class StageReader {
   // Patches would be divided in another way than the file says.
   Result<void> CheckPatchDefines(const Url& file, DrawportStage stage, const ShaderParser& parser) const {
     if (stage != DrawportStage::TessellationControl && stage != DrawportStage::TessellationEvaluation) return OK;
-    OSTRA_ASSIGN_OR_RETURN(const LintedFile linted, ReadLines(file));
+    OSTRA_ASSIGN_OR_RETURN(const LintedFile linted, ReadLines(file, &parser));
     const std::optional<Finding> found = FindDroppedPatchDefine(linted, parser);
     return found ? OSTRA_ILLEGAL_ARGUMENT("@", FormatFinding(*found)) : Result<void>(OK);
   }
@@ -147,12 +151,12 @@ Result<std::vector<StageFile>> ReadStageFiles(const Scene& scene, const SceneDra
 
 std::string FindLostDeclaration(const std::vector<StageFile>& stages, std::string_view name) {
   for (const StageFile& stage : stages) {
-    const auto linted = ReadLines(stage.file);
+    const auto linted = ReadLines(stage.file, stage.parser.GetPointer());
     if (!linted) continue;
     Findings findings;
     LintDeclarations(*linted, *stage.parser, findings);
     for (const Finding& finding : findings.GetAll())
-      if (finding.kind == FindingKind::LostDeclaration && finding.name == name)
+      if (finding.kind == FindingKind::LostDeclaration && (finding.name == name || finding.name.empty()))
         return finding.file + ":" + std::to_string(finding.line) + ": error: " + finding.text;
   }
   return {};

@@ -30,7 +30,7 @@ std::optional<Parameter> DescribeInput(const ShaderInputEntry& input) {
 Result<void> CheckDeclarations(const Url& kernelFile, const ShaderParser& parser) {
   OSTRA_ASSIGN_OR_RETURN(const SourceText source, ReadSourceText(kernelFile));
   LintedFile linted{std::string(kernelFile.GetView()), SplitSource(source.text), false, false};
-  PlaceLines(linted.lines);
+  SetNotes(linted.lines, parser.GetLineNotes()[0]);
   Findings findings;
   LintDeclarations(linted, parser, findings);
   for (const Finding& finding : findings.GetAll())
