@@ -1,11 +1,10 @@
 #include "parallelprogram/shaderassembly/assembly_records.h"
 
 #include <algorithm>
-#include <charconv>
 
 #include "ostra/core/format.h"
-#include "ostra/core/text_characters.h"
 #include "parallelprogram/shaderassembly/element_types.h"
+#include "parallelprogram/shaderassembly/resource_uses.h"
 #include "parallelprogram/shaderparser/function_definition.h"
 
 OSTRA_UNIT("shader_assembly_records");
@@ -13,58 +12,6 @@ OSTRA_UNIT("shader_assembly_records");
 namespace ostra {
 
 namespace {
-
-void SkipBlanks(std::string_view& text) {
-  while (!text.empty() && (text.front() == ' ' || text.front() == '\t')) text.remove_prefix(1);
-}
-
-// The first argument of a call whose parenthesis was just passed; of "UNIFORM(name)" the name.
-std::string_view GetFirstArgument(std::string_view text) {
-  constexpr std::string_view kUniform = "UNIFORM(";
-  SkipBlanks(text);
-  if (text.starts_with(kUniform)) text.remove_prefix(kUniform.size());
-  SkipBlanks(text);
-  std::size_t size = 0;
-  while (size < text.size() && IsWordCharacter(text[size])) ++size;
-  return text.substr(0, size);
-}
-
-// Calls `use` with what follows each occurrence of `word`.
-template <class Use>
-void ForEachCall(std::string_view text, std::string_view word, Use&& use) {
-  for (std::size_t at = text.find(word); at != std::string_view::npos; at = text.find(word, at + 1))
-    use(text.substr(at + word.size()));
-}
-
-// Calls `search` with every text in which a kernel may call something.
-template <class Search>
-void ForEachText(const ShaderParser& parser, Search&& search) {
-  search(parser.GetKernelCode());
-  for (const String& define : parser.GetDefines()) search(define);
-  for (const ShaderFunctionDefinition& function : parser.GetFunctions()) search(function.body);
-}
-
-Bool IsReadWithLayer(const ShaderParser& parser, std::string_view texture) {
-  Bool found = false;
-  ForEachText(parser, [&](std::string_view text) {
-    for (const std::string_view word : {"SampleTextureLayer(", "FetchTextureLayer("})
-      ForEachCall(text, word, [&](std::string_view rest) { found = found || GetFirstArgument(rest) == texture; });
-  });
-  return found;
-}
-
-Int CountNoiseTables(const ShaderParser& parser) {
-  Int count = parser.GetNoiseCallCount();
-  if (count == 0) return 0;
-  const auto look = [&count](std::string_view rest) {
-    const std::string_view number = GetFirstArgument(rest);
-    Int index = 0;
-    const auto [end, code] = std::from_chars(number.data(), number.data() + number.size(), index);
-    if (code == std::errc()) count = std::max(count, std::min(index, kMaxNoiseTables - 1) + 1);
-  };
-  ForEachText(parser, [&](std::string_view text) { ForEachCall(text, "RenderNoise(", look); });
-  return std::min(count, kMaxNoiseTables);
-}
 
 class RecordMaker {
  public:
@@ -75,6 +22,7 @@ class RecordMaker {
 
   Result<ShaderRecords> Make() {
     OSTRA_RETURN_IF_ERROR(SetWorkGroupSize());
+    OSTRA_ASSIGN_OR_RETURN(_uses, ResourceUses::Find(_parser));
     OSTRA_RETURN_IF_ERROR(AddTexts(_parser.GetDefines(), _parser.GetDefineOrigins(), _records.defines));
     OSTRA_RETURN_IF_ERROR(AddTexts(_parser.GetGroupSharedDeclarations(), _parser.GetGroupSharedDeclarationOrigins(),
                                    _records.groupShared));
@@ -90,7 +38,7 @@ class RecordMaker {
     }
     OSTRA_ASSIGN_OR_RETURN(_records.body,
                            MakeCode(_parser.GetKernelCode().GetString(), _parser.GetKernelCodeOrigins()));
-    _records.noiseTableCount = CountNoiseTables(_parser);
+    _records.noiseTableCount = _uses.GetNoiseTableCount();
     AssignBindings(_records);
     return std::move(_records);
   }
@@ -206,14 +154,15 @@ class RecordMaker {
     texture.format = entry.format;
     texture.isLinear = entry.linear;
     texture.isImage = !entry.readOnly;
-    texture.hasLayers = !texture.isImage && IsReadWithLayer(_parser, texture.name);
-    texture.isMultisampled = !texture.isImage && IsReadBySample(_parser, texture.name);
+    texture.hasLayers = !texture.isImage && _uses.IsReadWithLayer(texture.name);
+    texture.isMultisampled = !texture.isImage && _uses.IsReadBySample(texture.name);
     texture.origin = MakeOrigin(entry.origin);
     OSTRA_RETURN_IF_ERROR(_records.textures.Append(std::move(texture)));
     return OK;
   }
 
   const ShaderParser& _parser;
+  ResourceUses _uses;
   ShaderRecords _records;
 };
 
@@ -224,24 +173,6 @@ Result<String> MakeFunctionDefinition(const ShaderParser& parser, const ShaderFu
   OSTRA_ASSIGN_OR_RETURN(const FunctionDeclaration declaration, ParseFunctionDeclaration(text));
   OSTRA_ASSIGN_OR_RETURN(const InternedId language, InternedId::Create(parser.GetTargetLanguage().GetView()));
   return BuildFunctionDefinition(language, declaration, function.body);
-}
-
-Bool IsReadBySample(const ShaderParser& parser, std::string_view texture) {
-  Bool found = false;
-  const auto search = [&](std::string_view text) {
-    ForEachCall(text, "GetFramebufferTexel(", [&](std::string_view rest) {
-      const std::string_view line = rest.substr(0, rest.find('\n'));
-      SkipBlanks(rest);
-      constexpr std::string_view kPass = "PassTexture(", kPassSamples = "PassMultisampledTexture(";
-      const Bool hasNumber = line.find("InSampleID") != std::string_view::npos && rest.starts_with(kPass);
-      if (!hasNumber && !rest.starts_with(kPassSamples)) return;
-      rest.remove_prefix(hasNumber ? kPass.size() : kPassSamples.size());
-      found = found || GetFirstArgument(rest) == texture;
-    });
-  };
-  search(parser.GetKernelCode());
-  for (const String& define : parser.GetDefines()) search(define);
-  return found;
 }
 
 DrawportStage GetStageOfFile(const Url& file) {

@@ -18,7 +18,8 @@ DrawportStage GetStageOfFile(const Url& file);
 // The records of a parsed file, in the parser's target language, with all bindings assigned. Buffers and counters get
 // bindings in the order of their declaration, then textures; the uniform buffer has binding 0. A file that calls noises
 // has as many noise tables as it has lines with ADDNOISECALL, and at least those that it names by number. A texture
-// that is read with a layer is an array, and one whose samples are read by number is multisampled. Errors: illegal
+// that is read with a layer is an array, and one whose samples are read by number is multisampled (resource_uses.h).
+// Errors: illegal
 // argument, worded "file:line: error: ...", for a function whose declaration cannot be taken apart and for a work group
 // without invocations; out of memory.
 Result<ShaderRecords> MakeShaderRecords(const ShaderParser& parser, DrawportStage stage);
@@ -26,10 +27,6 @@ Result<ShaderRecords> MakeShaderRecords(const ShaderParser& parser, DrawportStag
 // A function of a parsed file as the parser's target language needs it. Errors: illegal argument for a declaration that
 // cannot be taken apart; out of memory.
 Result<String> MakeFunctionDefinition(const ShaderParser& parser, const ShaderFunctionDefinition& function);
-
-// Whether a texture is read as "GetFramebufferTexel(PassTexture(name), at, InSampleID)", which is what the
-// multisampling option makes of the reads of a stage.
-Bool IsReadBySample(const ShaderParser& parser, std::string_view texture);
 
 // How a value of a kernel reaches a shader.
 struct ShaderValueForm {

@@ -3,6 +3,7 @@
 #include "ostra/core/text_characters.h"
 #include "ostra/math/data_types.h"
 #include "parallelprogram/shaderassembly/assembly_records.h"
+#include "parallelprogram/shaderassembly/resource_uses.h"
 #include "parallelprogram/shaderassembly/stage_rules.h"
 #include "parallelprogram/shaderloader/graphics_program.h"
 
@@ -33,7 +34,7 @@ Bool HasWord(const ShaderRecords& records, std::string_view word) {
 }
 
 // A texture of the draw pass is there for every stage that names it, declared or not.
-Result<void> AddPassTexture(ShaderRecords& records, const ShaderParser& parser, const InternedId& name,
+Result<void> AddPassTexture(ShaderRecords& records, const ResourceUses& uses, const InternedId& name,
                             const Id& formatId, Bool isLinear) {
   for (const ShaderTexture& texture : records.textures)
     if (texture.name == name.GetView()) return OK;
@@ -43,7 +44,7 @@ Result<void> AddPassTexture(ShaderRecords& records, const ShaderParser& parser, 
                                                               .textureType = DrawportTextureType::Texture2D,
                                                               .format = format,
                                                               .isLinear = isLinear,
-                                                              .isMultisampled = IsReadBySample(parser, name.GetView()),
+                                                              .isMultisampled = uses.IsReadBySample(name.GetView()),
                                                               .origin = {}}));
   return OK;
 }
@@ -114,10 +115,11 @@ Result<void> DescribeStage(DrawportProgramDescription& description, const Graphi
   OSTRA_RETURN_IF_ERROR(AddFeatures(description, stage, isMultisampled));
   OSTRA_RETURN_IF_ERROR(CheckStage(parser, stage));
   OSTRA_ASSIGN_OR_RETURN(ShaderRecords records, MakeShaderRecords(parser, stage));
+  OSTRA_ASSIGN_OR_RETURN(const ResourceUses uses, ResourceUses::Find(parser));
   OSTRA_RETURN_IF_ERROR(
-      AddPassTexture(records, parser, GetDepthTextureName(), "net.ostra.image.pixelformat.dynamic.redf32"_id, false));
+      AddPassTexture(records, uses, GetDepthTextureName(), "net.ostra.image.pixelformat.dynamic.redf32"_id, false));
   OSTRA_RETURN_IF_ERROR(
-      AddPassTexture(records, parser, GetColorTextureName(), "net.ostra.image.pixelformat.rgba.f32"_id, true));
+      AddPassTexture(records, uses, GetColorTextureName(), "net.ostra.image.pixelformat.rgba.f32"_id, true));
   OSTRA_RETURN_IF_ERROR(description.SetShaderRecords(std::move(records)));
   return AddVariables(description, program, parser, stage);
 }
