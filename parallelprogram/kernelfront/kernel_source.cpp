@@ -1,5 +1,6 @@
 #include "parallelprogram/kernelfront/kernel_source.h"
 
+#include <algorithm>
 #include <map>
 #include <new>
 #include <utility>
@@ -8,6 +9,7 @@
 #include "parallelprogram/kernelfront/kernel_file.h"
 #include "parallelprogram/kernelfront/lane_forms.h"
 #include "parallelprogram/kernellanguage/group_code.h"
+#include "parallelprogram/kernellanguage/literal.h"
 
 OSTRA_UNIT("kernelfront");
 
@@ -73,6 +75,22 @@ Result<kernellanguage::AnalyzedKernel> Analyze(const KernelSourceOptions& option
   return Error::Make(kIllegalArgumentError, message, kOstraUnit, __LINE__);
 }
 
+std::optional<Int> CountNoises(const kernellanguage::AnalyzedKernel& kernel) {
+  const kernellanguage::SyntaxTree& tree = kernel.tree;
+  Int count = 0;
+  for (kernellanguage::NodeIndex node = 0; node < tree.nodes.size(); ++node) {
+    if (kernel.resolved.meaning[node].word != kernellanguage::WordId::kRenderNoise) continue;
+    const kernellanguage::NodeIndex number = tree.GetChild(node, 0);
+    kernellanguage::LiteralValue value;
+    const Bool isPlain = tree.Is(number, kernellanguage::NodeKind::kLiteral) &&
+                         kernellanguage::ParseLiteral(tree.GetName(number), value) &&
+                         value.scalar == kernellanguage::Scalar::kInt32;
+    if (!isPlain) return std::nullopt;
+    count = std::max(count, static_cast<Int>(value.integer) + 1);
+  }
+  return count;
+}
+
 // A kernel whose invocations exchange values runs a group at a time.
 std::string PrintGroups(const kernelfront::KernelFile& file, const kernellanguage::AnalyzedKernel& kernel) {
   const auto code = kernellanguage::PrintGroupCode(
@@ -134,6 +152,16 @@ Result<String> ExplainKernelLanes(const KernelSourceOptions& options, std::strin
   return ReadAndPrint(options, text, [](kernelfront::KernelFile& file, const auto& kernel) {
     return kernelfront::ExplainLaneForms(file, kernel);
   });
+}
+
+Result<std::optional<Int>> CountKernelNoises(const KernelSourceOptions& options, std::string_view text) {
+  try {
+    KnownHeaders headers(options);
+    OSTRA_ASSIGN_OR_RETURN(const kernellanguage::AnalyzedKernel kernel, Analyze(options, text, headers));
+    return kernel.IsUnderstood() ? CountNoises(kernel) : std::nullopt;
+  } catch (const std::bad_alloc&) {
+    return OSTRA_OUT_OF_MEMORY();
+  }
 }
 
 Result<String> GenerateKernelTable(std::string_view name, const std::vector<std::string>& classIds) {

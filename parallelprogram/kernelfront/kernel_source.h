@@ -56,6 +56,11 @@ Result<void> FindKernelMistakes(const KernelSourceOptions& options, std::string_
 // has one. Errors: those of GenerateKernelSource.
 Result<String> ExplainKernelLanes(const KernelSourceOptions& options, std::string_view text);
 
+// One more than the highest number of a noise that the kernel file `text` calls, 0 without calls. Nothing when a number
+// is no plain one, or when the front end of the language does not understand the kernel. Errors: those of
+// GenerateKernelSource for mistakes inside of bodies; out of memory. Thread-safe.
+Result<std::optional<Int>> CountKernelNoises(const KernelSourceOptions& options, std::string_view text);
+
 // The source of a table of kernel classes, `GetKernels_<name>()`, and the header that declares it.
 // Errors: illegal argument for a name that is no C++ identifier; out of memory.
 Result<String> GenerateKernelTable(std::string_view name, const std::vector<std::string>& classIds);

@@ -176,6 +176,21 @@ TEST_F(FrontStepTextTest, WhatMightNotBeAGuardBoundsNothing) {
   }
 }
 
+TEST(FrontStepTest, NoisesAreCountedByTheNumbersOfTheirCalls) {
+  const auto count = [](const std::string& body, const std::string& before = "") {
+    return CountKernelNoises({}, before +
+                                     "OSTRA_PARALLEL_KERNEL(K, KERNELINPUTS)\n{\n\tADDNOISECALL\n\tvec3 p = vec3(1.0, "
+                                     "2.0, 3.0);\n" +
+                                     body + "\n}\nOSTRA_PARALLEL_KERNEL_END\n");
+  };
+  EXPECT_EQ(*count("float a = RenderNoise(0, p, 0.5) + RenderNoise(3, p, 0.5); // RenderNoise(7, p, 0.5)"), 4);
+  EXPECT_EQ(*count("float a = NOISE(5, p, 0.5);", "#define NOISE RenderNoise\n"), 6);
+  EXPECT_EQ(*count(""), 0);
+  EXPECT_EQ(*count("float a = RenderNoise(1 + 1, p, 0.5);"), std::nullopt);
+  EXPECT_EQ(*count("CPU_SCOPE_START\nauto a = RenderNoise(2, p, 0.5);\nCPU_SCOPE_END"), std::nullopt);
+  EXPECT_THAT(count("float a = RenderNois(0, p, 0.5);"), IsErrorOfKind(kIllegalArgumentError));
+}
+
 TEST_F(FrontStepTextTest, TablesNameTheirClassesInOrder) {
   auto table = GenerateKernelTable("my_app", {"net.example.b.krn", "net.example.a-1.krn"});
   ASSERT_THAT(table, IsOk());

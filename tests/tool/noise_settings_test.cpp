@@ -88,13 +88,5 @@ TEST(NoiseSettingTest, WhatIsNoModeOrSeedIsRefused) {
   ExpectRefused({{"noiseMode_128", "1"}}, "--set noiseMode_128: a kernel has at most 128 noises, numbered from 0");
 }
 
-TEST(NoiseSettingTest, CallsWithPlainNumbersAreCounted) {
-  EXPECT_EQ(CountNoises("a = RenderNoise(0, p, t);\nb = RenderNoise(3, p, t); // RenderNoise(7, p, t)\n"), 4);
-  EXPECT_EQ(CountNoises("ADDNOISECALL\n"), 0);
-  EXPECT_EQ(CountNoises("a = RenderNoise(i, p, t);"), std::nullopt);
-  EXPECT_EQ(CountNoises("a = RenderNoise(1 + 1, p, t);"), std::nullopt);
-  EXPECT_EQ(CountNoises("#define N RenderNoise\n"), std::nullopt);
-}
-
 }  // namespace
 }  // namespace ostra::tool

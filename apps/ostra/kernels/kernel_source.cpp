@@ -42,9 +42,10 @@ Result<void> CheckLimits(const Url& kernelFile, std::string_view text) {
   return OSTRA_ILLEGAL_ARGUMENT("@:@: error: @", std::string_view(file), line, std::string_view(found->text));
 }
 
-// Runs a step of the front end, `make(options, text)`, on a kernel file and the headers beside it.
-template <class Make>
-Result<KernelSource> ReadFor(const Url& kernelFile, std::string_view templateArgument, Make&& make) {
+// Runs a step of the front end, `step(options, text)`, on a kernel file and the headers beside it.
+template <class Step>
+auto ReadFor(const Url& kernelFile, std::string_view templateArgument, Step&& step, Bool* hasEncodedFiles = nullptr)
+    -> decltype(step(KernelSourceOptions(), std::string_view())) {
   OSTRA_ASSIGN_OR_RETURN(const SourceText source, ReadSourceText(kernelFile));
   const String classId = kernelFile.GetName();
   KernelHeaders headers(ReadHeader);
@@ -57,16 +58,18 @@ Result<KernelSource> ReadFor(const Url& kernelFile, std::string_view templateArg
   options.readHeader = headers.GetReader();
   // Before the front end, which walks expressions as well; what macros of headers stand for is known behind it.
   OSTRA_RETURN_IF_ERROR(CheckLimits(kernelFile, source.text.GetView()));
-  auto text = make(options, source.text.GetView());
+  auto result = step(options, source.text.GetView());
   if (!headers.GetFailure()) return headers.GetFailure().GetError();
-  if (!text) return text.TakeError();
-  return KernelSource{std::move(*text), source.isEncoded || headers.HasEncodedFiles()};
+  if (hasEncodedFiles) *hasEncodedFiles = source.isEncoded || headers.HasEncodedFiles();
+  return result;
 }
 
 }  // namespace
 
 Result<KernelSource> ReadKernelSource(const Url& kernelFile, std::string_view templateArgument) {
-  OSTRA_ASSIGN_OR_RETURN(KernelSource source, ReadFor(kernelFile, templateArgument, GenerateKernelSource));
+  KernelSource source;
+  OSTRA_ASSIGN_OR_RETURN(source.text,
+                         ReadFor(kernelFile, templateArgument, GenerateKernelSource, &source.hasEncodedFiles));
   OSTRA_RETURN_IF_ERROR(CheckLimits(kernelFile, source.text.GetView()));
   return source;
 }
@@ -84,8 +87,15 @@ Result<std::string> ExplainKernelLanes(const Url& kernelFile, std::string_view t
   const auto explain = [](const KernelSourceOptions& options, std::string_view text) {
     return ostra::ExplainKernelLanes(options, text);
   };
-  OSTRA_ASSIGN_OR_RETURN(const KernelSource explained, ReadFor(kernelFile, templateArgument, explain));
-  return std::string(explained.text.GetView());
+  OSTRA_ASSIGN_OR_RETURN(const String explained, ReadFor(kernelFile, templateArgument, explain));
+  return std::string(explained.GetView());
+}
+
+Result<std::optional<Int>> CountKernelNoises(const Url& kernelFile, std::string_view templateArgument) {
+  const auto count = [](const KernelSourceOptions& options, std::string_view text) {
+    return ostra::CountKernelNoises(options, text);
+  };
+  return ReadFor(kernelFile, templateArgument, count);
 }
 
 }  // namespace ostra::tool

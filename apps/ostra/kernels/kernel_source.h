@@ -1,6 +1,7 @@
 // The C++ source of a kernel file, with the headers beside it put in.
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "ostra/io/url.h"
@@ -24,5 +25,8 @@ Result<void> CheckKernelSource(const Url& kernelFile, std::string_view templateA
 // Why a kernel has no wide form: "file:line:column: note: ...", and the line with a caret below unless a file is
 // encoded. Empty when it has one. Errors: those of ReadKernelSource.
 Result<std::string> ExplainKernelLanes(const Url& kernelFile, std::string_view templateArgument);
+
+// CountKernelNoises (kernelfront/kernel_source.h) of a kernel file. Errors: those of ReadKernelSource.
+Result<std::optional<Int>> CountKernelNoises(const Url& kernelFile, std::string_view templateArgument);
 
 }  // namespace ostra::tool

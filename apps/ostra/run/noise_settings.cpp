@@ -7,7 +7,6 @@
 #include "apps/ostra/names/nearest_name.h"
 #include "apps/ostra/tool_error.h"
 #include "apps/ostra/values/typed_value.h"
-#include "parallelprogram/kernelfront/tokens.h"
 #include "parallelprogram/program/noise_modes.h"
 
 OSTRA_UNIT("noise_settings");
@@ -62,24 +61,6 @@ std::optional<NoiseSetting> FindNoiseSetting(std::string_view name) {
   const Bool isNumber = code == std::errc() && std::to_string(number) == digits;
   if (!isNumber || number < 0) return std::nullopt;
   return NoiseSetting{isMode, number};
-}
-
-std::optional<Int> CountNoises(std::string_view kernelText) {
-  const auto tokens = kernelfront::ReadTokens(kernelText);
-  const auto getText = [&](std::size_t i) {
-    return i < tokens.size() ? kernelText.substr(tokens[i].begin, tokens[i].end - tokens[i].begin) : std::string_view();
-  };
-  Int count = 0;
-  for (std::size_t i = 0; i < tokens.size(); ++i) {
-    if (getText(i) != "RenderNoise") continue;
-    const std::string_view digits = getText(i + 2);
-    Int number = 0;
-    const auto [end, code] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
-    if (getText(i + 1) != "(" || getText(i + 3) != "," || code != std::errc() || std::to_string(number) != digits)
-      return std::nullopt;
-    count = std::max(count, number + 1);
-  }
-  return count;
 }
 
 Result<std::vector<PlannedUniform>> PlanNoises(const Assignments& settings) {

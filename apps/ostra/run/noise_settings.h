@@ -24,7 +24,4 @@ std::optional<NoiseSetting> FindNoiseSetting(std::string_view name);
 // numbers of noises that do not go on from 0, because a program does not look beyond a gap; out of memory.
 Result<std::vector<PlannedUniform>> PlanNoises(const Assignments& settings);
 
-// One more than the highest noise that the text of a kernel calls; nothing when a call's number is no plain number.
-std::optional<Int> CountNoises(std::string_view kernelText);
-
 }  // namespace ostra::tool

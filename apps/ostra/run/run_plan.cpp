@@ -194,9 +194,9 @@ class Planner {
       const auto setting = FindNoiseSetting(name);
       if (!setting || setting->number == 0 || _parameters.Find(name)) continue;
       if (!count) {
-        OSTRA_ASSIGN_OR_RETURN(const KernelSource source,
-                               ReadKernelSource(_options.kernelFile, _options.templateArgument));
-        count = CountNoises(source.text.GetView()).value_or(kMaxNoises);
+        OSTRA_ASSIGN_OR_RETURN(const std::optional<Int> called,
+                               CountKernelNoises(_options.kernelFile, _options.templateArgument));
+        count = called.value_or(kMaxNoises);
       }
       if (setting->number >= *count)
         return OSTRA_USAGE_ERROR("--set: the kernel calls no noise @, so that \"@\" would change nothing",
