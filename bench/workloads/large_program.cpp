@@ -22,19 +22,66 @@ using namespace ostra;
 
 constexpr std::size_t kSmall = 200000, kLarge = 1000000;
 
-std::string MakeKernel(std::size_t size) {
+// What the functions of a generated kernel are like. `number` is that of the function.
+struct Shape {
+  const char* name;
+  std::string (*makeFunction)(const std::string& number);
+  std::string (*makeCall)(const std::string& number);  // from the body
+};
+
+std::string CallWithNumber(const std::string& number) { return "x = Step" + number + "(x, " + number + ".0);"; }
+
+constexpr Shape kPlain = {"plain",
+                          [](const std::string& number) {
+                            return "inline float Step" + number + "(float x, float y)\n{\n\tfloat a = x * 2.5 + y;\n" +
+                                   "\tfloat b = sqrt(abs(a)) + sin(x);\n\tif (a > b) return a - b;\n\treturn a * b + " +
+                                   number + ".0;\n}\n\n";
+                          },
+                          &CallWithNumber};
+constexpr Shape kLoops = {"loops",
+                          [](const std::string& number) {
+                            return "inline float Step" + number + "(float x, float y)\n{\n\tfloat a = x;\n" +
+                                   "\tfor (int k = 0; k < 5; ++k)\n\t{\n\t\ta = a * 0.5 + y;\n" +
+                                   "\t\tif (a > 9.0) a = a - 9.0;\n\t}\n\treturn a + " + number + ".0;\n}\n\n";
+                          },
+                          &CallWithNumber};
+// Functions that call the one before them, in chains of 100.
+constexpr Shape kChains = {
+    "chains",
+    [](const std::string& number) {
+      const int i = std::stoi(number);
+      const std::string before = i % 100 == 0 ? "x" : "Step" + std::to_string(i - 1) + "(x * 0.5, y)";
+      return "inline float Step" + number + "(float x, float y)\n{\n\tfloat a = " + before +
+             ";\n\tfloat b = sqrt(abs(a)) + sin(x);\n\treturn a * b + " + number + ".0;\n}\n\n";
+    },
+    [](const std::string& number) { return number.ends_with("99") ? CallWithNumber(number) : std::string(); }};
+constexpr Shape kVectors = {
+    "vectors",
+    [](const std::string& number) {
+      return "inline vec4 Step" + number + "(vec4 x, vec3 y)\n{\n\tvec3 a = x.xyz * 2.5 + y;\n" +
+             "\tvec3 b = normalize(a) + vec3(sin(x.x), cos(x.y), x.z);\n\treturn vec4(a.x, b.y, a.z, dot(a, b) + " +
+             number + ".0);\n}\n\n";
+    },
+    [](const std::string& number) { return "v = Step" + number + "(v, vec3(" + number + ".0, 1.0, 2.0));"; }};
+constexpr Shape kReferences = {
+    "references",
+    [](const std::string& number) {
+      return "inline void Step" + number + "(INOUT float x, INOUT vec4 y)\n{\n\tx = x * 2.5 + y.x;\n" +
+             "\ty = y * x + vec4(x, 1.0, 2.0, " + number + ".0);\n\tif (x > 9.0) x = x - 9.0;\n}\n\n";
+    },
+    [](const std::string& number) { return "Step" + number + "(x, v);"; }};
+
+std::string MakeKernel(const Shape& shape, std::size_t size) {
   std::string text = "#define KERNELINPUTS \\\n(UInt32) count, \\\n(Block<Float32>) target\n\n", calls;
-  for (std::size_t i = 0; text.size() < size; ++i) {
+  for (std::size_t i = 0; text.size() + calls.size() < size; ++i) {
     const std::string number = std::to_string(i);
-    text += "inline float Step" + number + "(float x, float y)\n{\n\tfloat a = x * " + std::to_string(i % 7) +
-            ".5 + y;\n\tfloat b = sqrt(abs(a)) + sin(x);\n\tif (a > b) return a - b;\n\treturn a * b + " + number +
-            ".0;\n}\n\n";
-    calls += "\t\tx = Step" + number + "(x, " + number + ".0);\n";
+    text += shape.makeFunction(number);
+    calls += "\t\t" + shape.makeCall(number) + "\n";
   }
   return text +
          "OSTRA_PARALLEL_KERNEL(Many, KERNELINPUTS)\n{\n\tuint i = LinearInvocation();\n\tif (i < UNIFORM(count))\n"
-         "\t{\n\t\tfloat x = UNIFORM_BUFFER(target)[i];\n" +
-         calls + "\t\tUNIFORM_BUFFER(target)[i] = x;\n\t}\n}\nOSTRA_PARALLEL_KERNEL_END\n";
+         "\t{\n\t\tfloat x = UNIFORM_BUFFER(target)[i];\n\t\tvec4 v = vec4(x, x, x, x);\n" +
+         calls + "\t\tUNIFORM_BUFFER(target)[i] = x + v.x;\n\t}\n}\nOSTRA_PARALLEL_KERNEL_END\n";
 }
 
 Bool Compile(const Url& file, const Id& language, Bool isOptimized) {
@@ -45,10 +92,12 @@ Bool Compile(const Url& file, const Id& language, Bool isOptimized) {
   return Need(CompileShader(language, records.stage, assembled, {.isOptimized = isOptimized})).IsCompiled();
 }
 
-bool RunInThisProcess(std::size_t size, Bool isCheck) {
+double ToMilliseconds(const timeval& time) { return double(time.tv_sec) * 1e3 + double(time.tv_usec) * 1e-3; }
+
+bool RunInThisProcess(const Shape& shape, std::size_t size, Bool isCheck) {
   const TemporaryFolder folder;
   const std::string path = (folder.GetPath() / "net.ostra.bench.large.krn").string();
-  std::ofstream(path, std::ios::binary) << MakeKernel(size);
+  std::ofstream(path, std::ios::binary) << MakeKernel(shape, size);
   const Url file = Need(Url::Create(path));
   const auto start = std::chrono::steady_clock::now();
   bool isRight = Compile(file, kShadingLanguageGlsl, !isCheck);
@@ -56,40 +105,52 @@ bool RunInThisProcess(std::size_t size, Bool isCheck) {
   const std::chrono::duration<double, std::milli> time = std::chrono::steady_clock::now() - start;
   rusage usage{};
   getrusage(RUSAGE_SELF, &usage);
-  std::printf("%f %f\n", time.count(), static_cast<double>(usage.ru_maxrss) / 1024.0);
+  std::printf("%f %f %f\n", time.count(), ToMilliseconds(usage.ru_utime) + ToMilliseconds(usage.ru_stime),
+              static_cast<double>(usage.ru_maxrss) / 1024.0);
   return isRight;
 }
 
 struct Part {
   const char* name;
   const char* peer;
-  const char* size;
-  std::vector<double> milliseconds, mebibytes;
+  std::string size;
+  std::vector<double> milliseconds = {}, processor = {}, mebibytes = {};
 };
 
 }  // namespace
 
-bool RunCheck200(const Options&) { return RunInThisProcess(kSmall, true); }
-bool RunCheck1000(const Options&) { return RunInThisProcess(kLarge, true); }
-bool RunDevice200(const Options&) { return RunInThisProcess(kSmall, false); }
-bool RunDevice1000(const Options&) { return RunInThisProcess(kLarge, false); }
+bool RunCheck200(const Options&) { return RunInThisProcess(kPlain, kSmall, true); }
+bool RunCheck1000(const Options&) { return RunInThisProcess(kPlain, kLarge, true); }
+bool RunCheckLoops(const Options&) { return RunInThisProcess(kLoops, kLarge, true); }
+bool RunCheckChains(const Options&) { return RunInThisProcess(kChains, kLarge, true); }
+bool RunCheckVectors(const Options&) { return RunInThisProcess(kVectors, kLarge, true); }
+bool RunCheckReferences(const Options&) { return RunInThisProcess(kReferences, kLarge, true); }
+bool RunDevice200(const Options&) { return RunInThisProcess(kPlain, kSmall, false); }
+bool RunDevice1000(const Options&) { return RunInThisProcess(kPlain, kLarge, false); }
 
 bool RunLargeProgram(const Options& options) {
-  Part parts[] = {{"large_check_200", "ours-check", "200 KB", {}, {}},
-                  {"large_check_1000", "ours-check", "1 MB", {}, {}},
-                  {"large_device_200", "ours-gpu", "200 KB", {}, {}},
-                  {"large_device_1000", "ours-gpu", "1 MB", {}, {}}};
+  const auto large = [](const Shape& shape) { return std::string("1 MB ") + shape.name; };
+  Part parts[] = {{"large_check_200", "ours-check", "200 KB"},
+                  {"large_check_1000", "ours-check", "1 MB"},
+                  {"large_check_loops", "ours-check", large(kLoops)},
+                  {"large_check_chains", "ours-check", large(kChains)},
+                  {"large_check_vectors", "ours-check", large(kVectors)},
+                  {"large_check_references", "ours-check", large(kReferences)},
+                  {"large_device_200", "ours-gpu", "200 KB"},
+                  {"large_device_1000", "ours-gpu", "1 MB"}};
   for (int run = 0; run < options.runs; ++run) {
     for (Part& part : parts) {
       if (!Wants(options, part.peer)) continue;
       const std::vector<double> figures = RunPart(part.name, CacheFolder());
       part.milliseconds.push_back(figures.at(0));
-      part.mebibytes.push_back(figures.at(1));
+      part.processor.push_back(figures.at(1));
+      part.mebibytes.push_back(figures.at(2));
     }
   }
   for (const Part& part : parts) {
     if (part.milliseconds.empty()) continue;
     PrintFigure(part.peer, "large_program", part.size, "source_to_spirv", "ms", part.milliseconds);
+    PrintFigure(part.peer, "large_program", part.size, "source_to_spirv_processor", "ms", part.processor);
     PrintFigure(part.peer, "large_program", part.size, "memory", "MiB", part.mebibytes);
   }
   return true;
