@@ -74,7 +74,9 @@ Bool LanePrinter::CanBePaired(NodeIndex node, Bool isInLoop, PairedWork& work) c
     default:
       break;
   }
-  if (IsExpression(kind) && isInLanes && isNumber && GetSize(type.scalar) > 4) return false;
+  // Structs, matrices and numbers of 64 bits have no pairs.
+  const Bool isValue = IsExpression(kind) || kind == NodeKind::kFunctionParameter;
+  if (isValue && isInLanes && type.kind != TypeKind::kVoid && (!isNumber || GetSize(type.scalar) > 4)) return false;
   const auto children = _tree.GetChildren(node);
   return std::all_of(children.begin(), children.end(),
                      [&](NodeIndex child) { return child == kNoNode || CanBePaired(child, isInLoop, work); });
