@@ -43,6 +43,7 @@ foreach(header
     program/kernel_loops.h
     program/kernel_noise.h
     program/kernel_parameters.h
+    program/kernel_prelude.h
     program/kernel_range_interface.h
     program/kernel_registration.h
     program/noise_modes.h

@@ -56,6 +56,18 @@ TEST_F(CacheTrimTest, HalfWrittenListsOfKilledProcessesGoAfterAnHour) {
   EXPECT_TRUE(Exists("00ff.headers.Ab34Cd.tmp") && Exists("notes.tmp"));
 }
 
+TEST_F(CacheTrimTest, FewPrecompiledHeadersStay) {
+  const int count = static_cast<int>(kMaxPrecompiledHeaders) + 1;
+  for (int age = 1; age <= count; ++age) Make(std::to_string(age) + ".pch", std::chrono::hours(age));
+  Make("1.prelude", 1h);
+  Make("2.prelude", 2h);
+  Make("00ff.prelude.Xy12Zz.tmp", 2h);
+  TrimCache(_folder.GetPath(), 1);
+  for (int age = 1; age < count; ++age) EXPECT_TRUE(Exists(std::to_string(age) + ".pch")) << age;
+  EXPECT_TRUE(Exists("1.prelude"));
+  EXPECT_FALSE(Exists(std::to_string(count) + ".pch") || Exists("2.prelude") || Exists("00ff.prelude.Xy12Zz.tmp"));
+}
+
 TEST_F(CacheTrimTest, AFolderThatIsNotThereIsNothingToTrim) {
   TrimCache(fs::path(_folder / "missing"), 2);
   EXPECT_FALSE(Exists("missing"));

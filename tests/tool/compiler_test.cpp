@@ -46,7 +46,7 @@ class CompilerTest : public testing::Test {
     setenv("CXX", cxx.c_str(), 1);
     const auto compiler = FindCompiler();
     EXPECT_THAT(compiler, IsOk()) << cxx;
-    return compiler ? FindMessageSwitches(*compiler) : std::vector<std::string>{"no compiler"};
+    return compiler ? GetMessageSwitches(FindFamily(*compiler)) : std::vector<std::string>{"no compiler"};
   }
 
   const std::string _path;

@@ -15,7 +15,7 @@ namespace ostra::tool {
 Result<CpuCompiler> CpuCompiler::Find() {
   OSTRA_ASSIGN_OR_RETURN(const Compiler found, FindCompiler());
   OSTRA_ASSIGN_OR_RETURN(const std::string headers, FindHeaderFolder());
-  const std::vector<std::string> switches = FindMessageSwitches(found);
+  const std::vector<std::string> switches = GetMessageSwitches(FindFamily(found));
   OSTRA_ASSIGN_OR_RETURN(const std::string noExcerpts, FindSwitchAgainstExcerpts(found));
   CpuCompiler compiler;
   compiler._command = found.command;

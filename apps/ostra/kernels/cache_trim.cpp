@@ -26,7 +26,9 @@ void RemoveOldest(Files files, std::size_t maximum) {
 
 // What a process that was killed while it wrote a list has left behind: KEY.headers.XXXXXX.tmp.
 Bool IsTemporaryList(const fs::path& path) {
-  return path.extension() == ".tmp" && path.filename().native().find(".headers.") != std::string::npos;
+  const std::string& name = path.filename().native();
+  return path.extension() == ".tmp" &&
+         (name.find(".headers.") != std::string::npos || name.find(".prelude.") != std::string::npos);
 }
 
 }  // namespace
@@ -37,7 +39,7 @@ void TouchCacheFile(const fs::path& file) {
 }
 
 void TrimCache(const fs::path& folder, std::size_t maximum) {
-  Files modules, lists;
+  Files modules, lists, precompiled, preludes;
   std::error_code code;
   const auto now = fs::file_time_type::clock::now();
   for (fs::directory_iterator entry(folder, code); !code && entry != fs::directory_iterator(); entry.increment(code)) {
@@ -47,11 +49,15 @@ void TrimCache(const fs::path& folder, std::size_t maximum) {
     if (entryCode) continue;
     if (path.extension() == ".so") modules.emplace_back(time, path);
     if (path.extension() == ".headers") lists.emplace_back(time, path);
+    if (path.extension() == ".pch") precompiled.emplace_back(time, path);
+    if (path.extension() == ".prelude") preludes.emplace_back(time, path);
     if (path.filename().native().starts_with("work_") && time < now - 24h) fs::remove_all(path, entryCode);
     if (IsTemporaryList(path) && time < now - 1h) fs::remove(path, entryCode);
   }
   RemoveOldest(std::move(modules), maximum);
   RemoveOldest(std::move(lists), maximum);
+  RemoveOldest(std::move(precompiled), kMaxPrecompiledHeaders);
+  RemoveOldest(std::move(preludes), maximum);
 }
 
 }  // namespace ostra::tool

@@ -135,7 +135,7 @@ Result<std::string> FindSwitchAgainstExcerpts(const Compiler& compiler) {
   return std::string(isClang ? "-fno-caret-diagnostics" : "-fno-diagnostics-show-caret");
 }
 
-std::vector<std::string> FindMessageSwitches(const Compiler& compiler) {
+CompilerFamily FindFamily(const Compiler& compiler) {
   for (const std::string& word : compiler.command) {
     const std::string program = FindProgram(word);
     if (program.empty()) continue;
@@ -143,10 +143,21 @@ std::vector<std::string> FindMessageSwitches(const Compiler& compiler) {
     std::error_code code;
     for (const std::string& name : {std::filesystem::canonical(program, code).filename().native(),
                                     std::filesystem::path(program).filename().native()}) {
-      if (name.find("clang") != std::string::npos) return {"-fmacro-backtrace-limit=1"};
-      if (name.find("g++") != std::string::npos || name.find("gcc") != std::string::npos)
-        return {"-ftrack-macro-expansion=0"};
+      if (name.find("clang") != std::string::npos) return CompilerFamily::kClang;
+      if (name.find("g++") != std::string::npos || name.find("gcc") != std::string::npos) return CompilerFamily::kGcc;
     }
+  }
+  return CompilerFamily::kUnknown;
+}
+
+std::vector<std::string> GetMessageSwitches(CompilerFamily family) {
+  switch (family) {
+    case CompilerFamily::kClang:
+      return {"-fmacro-backtrace-limit=1"};
+    case CompilerFamily::kGcc:
+      return {"-ftrack-macro-expansion=0"};
+    case CompilerFamily::kUnknown:
+      break;
   }
   return {};
 }

@@ -24,10 +24,14 @@ Result<Compiler> FindCompiler();
 // The compiler's switch for messages that show no lines of the source. Error: illegal state when it cannot be started.
 Result<std::string> FindSwitchAgainstExcerpts(const Compiler& compiler);
 
-// The compiler's switches for messages at the line of a file where a macro is used, not in the macro. They follow from
-// the names of the programs in the command, so that nothing runs before the compilation. None for a command without GCC
-// and Clang by name.
-std::vector<std::string> FindMessageSwitches(const Compiler& compiler);
+enum class CompilerFamily { kUnknown, kGcc, kClang };
+
+// By the names of the programs in the command, so that nothing runs before the compilation.
+CompilerFamily FindFamily(const Compiler& compiler);
+
+// The compiler's switches for messages at the line of a file where a macro is used, not in the macro. None for unknown
+// families.
+std::vector<std::string> GetMessageSwitches(CompilerFamily family);
 
 struct CommandResult {
   int exitStatus = 0;

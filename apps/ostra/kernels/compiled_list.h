@@ -1,4 +1,4 @@
-// The list beside a cached module: what it was made from, and how to see that it is whole.
+// The list beside a file of the cache: what it was compiled from, and how to see that it is whole.
 #pragma once
 
 #include <optional>
@@ -10,15 +10,15 @@
 
 namespace ostra::tool {
 
-struct ModuleList {
-  std::string module;  // the name of the file in the same folder
-  Int size = 0;        // bytes
+struct CompiledList {
+  std::string file;  // its name in the same folder
+  Int size = 0;      // bytes
   std::string checksum;
   std::vector<std::string> headers;  // those that the compiler has read
 
   std::string ToText() const;
   // Nothing for a text of another form.
-  static std::optional<ModuleList> Parse(std::string_view text);
+  static std::optional<CompiledList> Parse(std::string_view text);
 };
 
 // A checksum of bytes as hexadecimal digits. It finds damage, and no intent.
