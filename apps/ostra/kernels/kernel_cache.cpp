@@ -42,11 +42,19 @@ std::vector<std::string> MakeFlags(const std::string& headerFolder, const Kernel
   return flags;
 }
 
+// A kernel takes functions of the C and C++ libraries from the tool, which has them loaded; GCC would read those
+// libraries for longer than the rest of linking takes.
+std::vector<std::string> GetLinkSwitches(CompilerFamily family) {
+  if (family == CompilerFamily::kGcc) return {"-shared", "-nodefaultlibs", "-lgcc"};
+  return {"-shared"};
+}
+
 // Everything about a module that is known before it is compiled.
 struct Recipe {
   CacheFolder cache;
   Compiler compiler;
   std::vector<std::string> command;  // the compiler with all that kernels have in common
+  std::vector<std::string> linkSwitches;
   KernelSource source;
   CompiledFileKey module;
   std::optional<PrecompiledHeader> header;
@@ -69,6 +77,8 @@ Result<Recipe> MakeRecipe(const KernelModuleOptions& options) {
   key.AddProcessor();
   recipe.header.emplace(CompiledFileKey{recipe.cache.folder, key, headerFolder, ".pch", ".prelude"}, family,
                         recipe.command);
+  recipe.linkSwitches = GetLinkSwitches(family);
+  for (const std::string& word : recipe.linkSwitches) key.Add(word);
   key.Add(recipe.source.text);
   recipe.module = {recipe.cache.folder, key, headerFolder, ".so", ".headers"};
   return recipe;
@@ -80,8 +90,9 @@ Result<void> RunCompiler(const Recipe& recipe, const WorkFolder& folder, const U
   OSTRA_ASSIGN_OR_RETURN(const NamelessFile source, NamelessFile::Create(folder / "", recipe.source.text));
   std::vector<std::string> command = recipe.command;
   command.insert(command.end(), headerSwitches.begin(), headerSwitches.end());
-  command.insert(command.end(), {"-shared", "-MD", "-MF", (folder / "kernel.d").native(), "-o",
-                                 (folder / "kernel.so").native(), "-x", "c++", kStandardInputFile});
+  command.insert(command.end(), {"-MD", "-MF", (folder / "kernel.d").native(), "-o", (folder / "kernel.so").native(),
+                                 "-x", "c++", kStandardInputFile});
+  command.insert(command.end(), recipe.linkSwitches.begin(), recipe.linkSwitches.end());
   if (recipe.source.hasEncodedFiles) {
     OSTRA_ASSIGN_OR_RETURN(const std::string noExcerpts, FindSwitchAgainstExcerpts(recipe.compiler));
     command.push_back(noExcerpts);
