@@ -105,13 +105,17 @@ struct Figures {
 bool RunKernelCompile(const Options& options) {
   if (!Wants(options, "ours")) return true;
   ChangingKernel kernel;
-  Figures changed, cached, warmUp;
-  for (int run = -1; run < options.runs; ++run) {
+  // With the second kernel in a cache the tool compiles the headers ahead.
+  Figures first, second, changed, cached, warmUp;
+  for (int run = -2; run < options.runs; ++run) {
     kernel.Change();
-    if ((run < 0 ? warmUp : changed).Measure(kernel) && (run < 0 ? warmUp : cached).Measure(kernel)) continue;
+    Figures& compiled = run == -2 ? first : run == -1 ? second : changed;
+    if (compiled.Measure(kernel) && (run < 0 ? warmUp : cached).Measure(kernel)) continue;
     std::fprintf(stderr, "ostra-bench: %s: the tool failed or its result is wrong\n", kWorkload);
     return false;
   }
+  first.Print("save_to_result_of_first_kernel");
+  second.Print("save_to_result_of_second_kernel");
   changed.Print("save_to_result");
   cached.Print("cached");
   return true;
