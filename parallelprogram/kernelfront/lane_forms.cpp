@@ -12,8 +12,21 @@ struct Level {
 };
 constexpr Level kLevels[] = {{"0", "kBaseline"}, {"1", "kVectors256"}, {"2", "kVectors512"}};
 
+// Each level has a text of its own, and what compilers take grows with all of them.
+constexpr std::size_t kLargestText = std::size_t{1} << 18;
+
+Bool IsLarge(const kernellanguage::SourceMap& sources) {
+  std::size_t size = 0;
+  for (Int i = 0; i < sources.GetFileCount(); ++i) size += sources.GetFile(i).text.size();
+  return size > kLargestText;
+}
+
 kernellanguage::LaneCode PrintCode(const KernelFile& file, const kernellanguage::AnalyzedKernel& kernel) {
   if (kernel.notUnderstood) return {"", kernel.notUnderstood};
+  if (IsLarge(kernel.sources)) {
+    const auto offset = kernel.tree.nodes[kernel.tree.kernel].offset;
+    return {"", kernellanguage::NotUnderstood{offset, "a text of more than 256 KiB"}};
+  }
   return kernellanguage::PrintLaneCode(kernel,
                                        {.className = file.GetKernelName(), .parameters = file.MakeParametersName()});
 }

@@ -203,5 +203,26 @@ TEST_F(FrontStepTextTest, TablesNameTheirClassesInOrder) {
               IsErrorWith(kIllegalArgumentError, "The name \"1st\" of a kernel table is no C++ identifier."));
 }
 
+TEST_F(FrontStepTextTest, LargeTextsHaveNoWideFormAndTheirExplanationSaysSo) {
+  const auto withFunctions = [](int count) {
+    std::string text =
+        "#define KERNELINPUTS \\\n(UInt32) count, \\\n(Block<Float32>) values\n\n"
+        "GROUPSIZE(256, 1, 1)\n\n";
+    for (int i = 0; i < count; ++i)
+      text += "float Part" + std::to_string(i) + "(float value)\n{\n\treturn sqrt(value) * 0.5;\n}\n";
+    return text +
+           "\nOSTRA_PARALLEL_KERNEL(K, KERNELINPUTS)\n{\n\tuint i = LinearInvocation();\n\tif (i < "
+           "UNIFORM(count))\n\t{\n"
+           "\t\tUNIFORM_BUFFER(values)[i] = Part0(UNIFORM_BUFFER(values)[i]);\n\t}\n}\nOSTRA_PARALLEL_KERNEL_END\n";
+  };
+  constexpr const char* kLanes = "OSTRA_KERNEL_HAS_LANES";
+  EXPECT_NE(Make(withFunctions(1)).find(kLanes), std::string::npos);
+  const std::string large = withFunctions(6000);
+  EXPECT_EQ(Make(large).find(kLanes), std::string::npos);
+  const auto explained = ExplainKernelLanes({.fileName = "large.krn"}, large);
+  ASSERT_THAT(explained, IsOk());
+  EXPECT_NE(explained->GetView().find("no wide form because of a text of more than 256 KiB"), std::string_view::npos);
+}
+
 }  // namespace
 }  // namespace ostra::test
