@@ -305,13 +305,13 @@ TEST_F(CheckTest, ExplainSaysWhetherAKernelHasAWideForm) {
   EXPECT_THAT(scalar.errors, StartsWith(At("k.krn", 9) + ":"));
   EXPECT_THAT(scalar.errors, HasSubstr(": note: no wide form because of "));
   EXPECT_THAT(scalar.errors, HasSubstr("\tauto half = [](float x) { return x / 2; };\n"));
-  const ToolResult groups = Check(MakeKernel("\tGROUPSHAREDMEM(float, row, 256)\n\tuint i = InLocalInvocationID.x;\n"
-                                             "\trow[i] = 1.0;\n\tgroupSharedBarrier;\n\tfloat sum = row[255u - i];\n"
+  const ToolResult groups = Check(MakeKernel("\tGROUPSHAREDMEM(float, row, 64)\n\tuint i = InLocalInvocationID.x;\n"
+                                             "\trow[i] = 1.0;\n\tgroupSharedBarrier;\n\tfloat sum = row[63u - i];\n"
                                              "\tgroupSharedBarrier;\n\tUNIFORM_BUFFER(values)[i] = sum;"),
                                   {"--target", "CPU", "--explain"});
   EXPECT_EQ(groups.exitStatus, 0) << groups.errors;
   EXPECT_THAT(groups.errors, StartsWith(At("k.krn", 12) + ":"));
-  EXPECT_THAT(groups.errors, HasSubstr(": note: no wide form but whole groups of 256 invocations, one after the other, "
+  EXPECT_THAT(groups.errors, HasSubstr(": note: no wide form but whole groups of 64 invocations, one after the other, "
                                        "cut at the barriers in line 12, 14\n"));
 }
 

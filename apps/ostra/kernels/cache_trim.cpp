@@ -26,7 +26,7 @@ void RemoveOldest(Files files, std::size_t maximum) {
 
 // What a process that was killed while it wrote a list has left behind: KEY.headers.XXXXXX.tmp.
 Bool IsTemporaryList(const fs::path& path) {
-  const std::string& name = path.filename().native();
+  const std::string name = path.filename().native();
   return path.extension() == ".tmp" &&
          (name.find(".headers.") != std::string::npos || name.find(".prelude.") != std::string::npos);
 }

@@ -107,16 +107,31 @@ OSTRA_LANE_INLINE Lanes<To> Convert(Mask a) {
   return Select(a, Lanes<To>(To(1)), Lanes<To>(To(0)));
 }
 
+#ifdef __x86_64__
+// What a division of one number does that has no result.
+[[noreturn, gnu::cold, gnu::noinline]] inline void StopAtDivision() {
+  volatile Int32 number = 0;
+  number = 1 / number;
+  __builtin_trap();
+}
+#endif
+
 // Quotient and remainder of integers where the mask holds; elsewhere nothing is divided by what lies in `b`. Quotients
 // of 32-bit numbers are computed as doubles, for which processors have vectors: two quotients that differ are further
-// apart than doubles round, so the whole part is exact.
+// apart than doubles round, so the whole part is exact. What ends the program one by one ends it here as well.
 template <class T>
 OSTRA_LANE_INLINE Lanes<T> Divide(Lanes<T> a, Lanes<T> b, Mask mask) {
   const Lanes<T> divisor = Select(mask, b, Lanes<T>(T(1)));
-  if constexpr (sizeof(T) == sizeof(Int32))
+  if constexpr (sizeof(T) == sizeof(Int32)) {
+#ifdef __x86_64__
+    Mask hasNoResult = divisor == T(0);
+    if constexpr (T(-1) < T(0)) hasNoResult = hasNoResult | ((divisor == T(-1)) & (a == T(0x80000000u)));
+    if (Any(hasNoResult & mask)) [[unlikely]] StopAtDivision();
+#endif
     return Convert<T>(Convert<Float64>(a) / Convert<Float64>(divisor));
-  else
+  } else {
     return Lanes<T>::Make(a.v / divisor.v);
+  }
 }
 template <class T>
 OSTRA_LANE_INLINE Lanes<T> Remainder(Lanes<T> a, Lanes<T> b, Mask mask) {
