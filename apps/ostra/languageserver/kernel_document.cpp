@@ -32,19 +32,6 @@ TextRange GetTokenRange(std::string_view text, UInt32 begin) {
   return {begin, end};
 }
 
-// The whole of a line, counted from 1, without the blanks before it.
-TextRange GetLineRange(std::string_view text, Int line) {
-  std::size_t begin = 0;
-  for (; line > 1 && begin != std::string_view::npos; --line) {
-    begin = text.find('\n', begin);
-    if (begin != std::string_view::npos) ++begin;
-  }
-  if (begin == std::string_view::npos) begin = text.size();
-  std::size_t end = std::min(text.find('\n', begin), text.size());
-  begin = std::min(text.find_first_not_of(" \t\r", begin), end);
-  return {static_cast<UInt32>(begin), static_cast<UInt32>(end)};
-}
-
 class ProblemList {
  public:
   explicit ProblemList(const KernelDocument::Analysis& analysis) : _analysis(analysis) {}
@@ -110,7 +97,7 @@ std::vector<Problem> KernelDocument::GetProblems() const {
              "not understood: " + kernel.notUnderstood->reason + "; the C++ compiler checks this kernel");
   for (const SourceMistake& mistake : FindSourceMistakes(_current->text))
     list.problems.push_back({.severity = ProblemSeverity::kError,
-                             .range = GetLineRange(_current->text, mistake.line),
+                             .range = GetTokenRange(_current->text, static_cast<UInt32>(mistake.position)),
                              .text = mistake.text,
                              .notes = {}});
   return std::move(list.problems);

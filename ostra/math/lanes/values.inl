@@ -126,7 +126,8 @@ OSTRA_LANE_INLINE Lanes<T> Divide(Lanes<T> a, Lanes<T> b, Mask mask) {
 #ifdef __x86_64__
     Mask hasNoResult = divisor == T(0);
     if constexpr (T(-1) < T(0)) hasNoResult = hasNoResult | ((divisor == T(-1)) & (a == T(0x80000000u)));
-    if (Any(hasNoResult & mask)) [[unlikely]] StopAtDivision();
+    if (Any(hasNoResult & mask)) [[unlikely]]
+      StopAtDivision();
 #endif
     return Convert<T>(Convert<Float64>(a) / Convert<Float64>(divisor));
   } else {
