@@ -40,12 +40,10 @@ class RuleChecker {
   const std::vector<Token>& Tokens() const { return _text.GetTokens(); }
   int GetLine(std::size_t i) const { return Tokens()[i].line; }
   Bool IsOnLine(std::size_t i, int line) const { return i < Tokens().size() && GetLine(i) == line; }
-  void Add(std::size_t token, std::string text) {
-    _mistakes.push_back({GetLine(token), Tokens()[token].begin, std::move(text)});
-  }
+  void Add(std::size_t token, std::string text) { _mistakes.push_back({Tokens()[token].begin, std::move(text)}); }
   std::vector<SourceMistake> Take() {
     std::stable_sort(_mistakes.begin(), _mistakes.end(),
-                     [](const SourceMistake& a, const SourceMistake& b) { return a.line < b.line; });
+                     [](const SourceMistake& a, const SourceMistake& b) { return a.position < b.position; });
     return std::move(_mistakes);
   }
 
@@ -159,9 +157,9 @@ class RuleChecker {
       if (isInCpuScope) continue;
       std::size_t position = _lineBegins[static_cast<std::size_t>(line) - 1];
       for (const char c : GetLineText(_comments, line)) {
-        if (c == '{' && ++depth == 1) open = {line, position, {}};
+        if (c == '{' && ++depth == 1) open = {position, {}};
         if (c == '}' && --depth < 0) {
-          _mistakes.push_back({line, position,
+          _mistakes.push_back({position,
                                "the brace in this comment ends the block on the GPU: the translation counts braces in "
                                "comments"});
           return;

@@ -12,12 +12,11 @@
 namespace ostra {
 
 struct SourceMistake {
-  int line = 0;              // from 1
   std::size_t position = 0;  // the byte of the text that the mistake is about
   std::string text;
 };
 
-// The mistakes in a kernel file or stage file, in the order of their lines; empty for a file that keeps the rules.
+// The mistakes in a kernel file or stage file, in the order of their positions; empty for a file that keeps the rules.
 // Throws std::bad_alloc. Thread-safe.
 std::vector<SourceMistake> FindSourceMistakes(std::string_view source);
 

@@ -32,37 +32,39 @@ SourceOffset SourceMap::GetSpelling(SourceOffset offset) const {
   return IsExpansion(offset) ? GetExpansion(offset).spelling : offset;
 }
 
-const SourceMap::File* SourceMap::FindFile(SourceOffset byte) const {
-  if (byte >= _end) return nullptr;
+Int SourceMap::FindFile(SourceOffset byte) const {
+  if (byte >= _end) return -1;
   const auto after = std::upper_bound(_files.begin(), _files.end(), byte,
                                       [](SourceOffset at, const auto& file) { return at < file->begin; });
-  return std::prev(after)->get();
+  return static_cast<Int>(after - _files.begin()) - 1;
 }
 
 SourceLocation SourceMap::Locate(SourceOffset offset) const {
   const SourceOffset byte = GetUse(offset);
-  const File* file = FindFile(byte);
-  if (!file) return {};
-  const UInt32 at = byte - file->begin;
-  const auto& begins = file->lineBegins;
+  const Int index = FindFile(byte);
+  if (index < 0) return {};
+  const File& file = GetFile(index);
+  const UInt32 at = byte - file.begin;
+  const auto& begins = file.lineBegins;
   const auto after = std::upper_bound(begins.begin(), begins.end(), at);
-  return {file->name, static_cast<Int32>(after - begins.begin()), static_cast<Int32>(at - *std::prev(after)) + 1};
+  return {file.name, static_cast<Int32>(after - begins.begin()), static_cast<Int32>(at - *std::prev(after)) + 1};
 }
 
 std::string_view SourceMap::GetLine(SourceOffset offset) const {
   const SourceLocation location = Locate(offset);
-  const File* file = FindFile(GetUse(offset));
-  if (!file) return {};
-  const UInt32 begin = file->lineBegins[static_cast<std::size_t>(location.line) - 1];
-  std::string_view line = std::string_view(file->text).substr(begin);
+  const Int index = FindFile(GetUse(offset));
+  if (index < 0) return {};
+  const File& file = GetFile(index);
+  std::string_view line =
+      std::string_view(file.text).substr(file.lineBegins[static_cast<std::size_t>(location.line) - 1]);
   line = line.substr(0, line.find('\n'));
   if (line.ends_with('\r')) line.remove_suffix(1);
   return line;
 }
 
 Bool SourceMap::MayShowLine(SourceOffset offset) const {
-  const File* file = FindFile(GetUse(offset));
-  return file && !file->isHidden;
+  const Int index = FindFile(GetUse(offset));
+  return index >= 0 && !GetFile(index).isHidden;
 }
 
 }  // namespace ostra::kernellanguage

@@ -57,6 +57,8 @@ class SourceMap {
   // The byte of a file where the token is written.
   SourceOffset GetSpelling(SourceOffset offset) const;
 
+  // The index of the file that a byte belongs to; -1 for none.
+  Int FindFile(SourceOffset byte) const;
   // The place of GetUse(offset); an empty file name for kNoOffset.
   SourceLocation Locate(SourceOffset offset) const;
   // The text of the line in which GetUse(offset) lies, without its line end.
@@ -66,7 +68,6 @@ class SourceMap {
 
  private:
   static constexpr SourceOffset kFirstExpansion = 1u << 29;
-  const File* FindFile(SourceOffset byte) const;
 
   std::vector<std::unique_ptr<File>> _files;  // stay where they are: tokens refer to their texts
   std::vector<Expansion> _expansions;

@@ -185,7 +185,7 @@ TEST(FrontStepRulesTest, WhatTheTranslationReadsWellIsNoMistake) {
         "\tif (a) { b; } else { c; }\n", "\t// {\n"}) {
     const auto mistakes = FindSourceMistakes("inline int F()\n{ return 1; }\n\nFP_KERNEL(A, K)\n{\n" +
                                              std::string(body) + "}\nFP_KERNEL_END\n");
-    EXPECT_TRUE(mistakes.empty()) << body << mistakes[0].line << mistakes[0].text;
+    EXPECT_TRUE(mistakes.empty()) << body << mistakes[0].position << mistakes[0].text;
   }
 }
 

@@ -67,7 +67,8 @@ TEST(EditorProblemsTest, LinesThatTheTranslationForGpusWouldMistakeAreErrors) {
 
 TEST(EditorProblemsTest, AMistakeInAHeaderIsToldInTheKernelWithItsPlace) {
   const std::string text = "#include \"more.h\"\n\n" + kHead + kTail;
-  const auto problems = MakeDocument(text, {{"more.h", "float Half(float x)\n{\n\treturn y;\n}\n"}}).GetProblems();
+  const KernelDocument document = MakeDocument(text, {{"more.h", "float Half(float x)\n{\n\treturn y;\n}\n"}});
+  const auto problems = document.GetProblems();
   ASSERT_FALSE(problems.empty());
   EXPECT_THAT(problems[0].text, HasSubstr("more.h: "));
   ASSERT_FALSE(problems[0].notes.empty());
@@ -153,7 +154,8 @@ TEST(EditorNamesTest, DefinitionsAreFoundInTheFileAndInHeaders) {
 
   const std::string header = "float Half(float x)\n{\n\treturn x * 0.5;\n}\n";
   const Marked used("#include \"more.h\"\n\n" + kHead + "\tsum.x = Hal$f(1.0);\n" + kTail);
-  const auto far = FindDefinition(MakeDocument(used.text, {{"more.h", header}}), used.offset);
+  const KernelDocument document = MakeDocument(used.text, {{"more.h", header}});
+  const auto far = FindDefinition(document, used.offset);
   ASSERT_TRUE(far);
   EXPECT_EQ(far->file, "/kernels/more.h");
   EXPECT_EQ(TextAt(header, far->range), "Half");

@@ -117,6 +117,29 @@ TEST(LanguageServerTest, AHeaderThatIsOpenCountsAsItIsTyped) {
   EXPECT_THAT(editor.TakeDiagnostics(kUri), SizeIs(1)) << "now the call is wrong";
 }
 
+TEST(LanguageServerTest, NotesStandWhereTheTextIsNow) {
+  Editor editor;
+  editor.Open(kUri, kHead + "\tint a = 1;\n" + kTail);
+  EXPECT_EQ(editor.TakeDiagnostics(kUri), Json::array());
+  // Two lines more above, and a second declaration.
+  editor.Change(kUri, {{{"text", "// one\n// two\n" + kHead + "\tint a = 1;\n\tint a = 2;\n" + kTail}}});
+  const Json diagnostics = editor.TakeDiagnostics(kUri);
+  ASSERT_THAT(diagnostics, SizeIs(1));
+  EXPECT_EQ(diagnostics[0]["range"]["start"]["line"], 18);
+  ASSERT_THAT(diagnostics[0]["relatedInformation"], SizeIs(1));
+  EXPECT_EQ(diagnostics[0]["relatedInformation"][0]["location"]["range"]["start"],
+            Json({{"line", 17}, {"character", 5}}));
+}
+
+TEST(LanguageServerTest, HeadersOfOtherFoldersCountAsTheyAreTyped) {
+  Editor editor;
+  editor.Open("file:///shared/more.h", "float Half(float x)\n{\n\treturn x * 0.5;\n}\n");
+  editor.Open(kUri, "#include \"../shared/more.h\"\n\n" + kHead + "\tsum.x = Half(1.0);\n" + kTail);
+  EXPECT_EQ(editor.TakeDiagnostics(kUri), Json::array());
+  editor.Change("file:///shared/more.h", {{{"text", "float Half(vec2 x, float y)\n{\n\treturn x.x;\n}\n"}}});
+  EXPECT_THAT(editor.TakeDiagnostics(kUri), SizeIs(1));
+}
+
 TEST(LanguageServerTest, HeadersOnDiskAreFoundBesideTheKernel) {
   const TemporaryFolder folder;
   const std::string path = folder / "more kernels.h";

@@ -2,6 +2,7 @@
 
 #include <charconv>
 
+#include "ostra/core/text_characters.h"
 #include "ostra/core/types.h"
 
 namespace ostra::tool {
@@ -10,10 +11,7 @@ namespace {
 
 constexpr std::string_view kScheme = "file://";
 
-Bool IsPlain(char c) {
-  const Bool isWord = (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-  return isWord || std::string_view("-._~/").find(c) != std::string_view::npos;
-}
+Bool IsPlain(char c) { return IsWordCharacter(c) || std::string_view("-.~/").find(c) != std::string_view::npos; }
 
 }  // namespace
 

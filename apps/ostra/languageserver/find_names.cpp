@@ -13,8 +13,8 @@ using namespace kernellanguage;
 namespace {
 
 FileRange MakeRange(const KernelDocument& document, const NamePlace& place) {
-  const SourceMap& sources = document.GetUnderstood()->kernel.sources;
-  return {sources.GetFile(place.file).name, {place.begin, place.end}};
+  const SourceMap::File& file = document.GetUnderstood()->kernel.sources.GetFile(place.file);
+  return {file.name, file.text, {place.begin, place.end}};
 }
 
 Bool IsIdentifier(std::string_view name) {

@@ -1,28 +1,17 @@
 #include "apps/ostra/languageserver/kernel_document.h"
 
 #include <algorithm>
+#include <filesystem>
 
+#include "ostra/core/text_characters.h"
 #include "parallelprogram/kernelfront/source_rules.h"
+#include "parallelprogram/kernellanguage/join.h"
 
 namespace ostra::tool {
 
 namespace {
 
 using namespace kernellanguage;
-
-Bool IsWordCharacter(char c) {
-  return c == '_' || (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-}
-
-// The file and the byte of it where an offset is used.
-std::pair<const SourceMap::File*, UInt32> FindPlace(const SourceMap& sources, SourceOffset offset) {
-  const SourceOffset byte = sources.GetUse(offset);
-  for (Int i = 0; i < sources.GetFileCount() && offset != kNoOffset; ++i) {
-    const SourceMap::File& file = sources.GetFile(i);
-    if (byte >= file.begin && byte <= file.begin + file.text.size()) return {&file, byte - file.begin};
-  }
-  return {nullptr, 0};
-}
 
 // The word that begins at a byte, or the one character there.
 TextRange GetTokenRange(std::string_view text, UInt32 begin) {
@@ -32,36 +21,37 @@ TextRange GetTokenRange(std::string_view text, UInt32 begin) {
   return {begin, end};
 }
 
-class ProblemList {
- public:
-  explicit ProblemList(const KernelDocument::Analysis& analysis) : _analysis(analysis) {}
+// The file and the word where an offset is used; no file for kNoOffset.
+FileRange FindPlace(const SourceMap& sources, SourceOffset offset) {
+  const SourceOffset byte = sources.GetUse(offset);
+  const Int index = sources.FindFile(byte);
+  if (index < 0) return {};
+  const SourceMap::File& file = sources.GetFile(index);
+  return {file.name, file.text, GetTokenRange(file.text, byte - file.begin)};
+}
 
-  void Add(ProblemSeverity severity, SourceOffset offset, std::string text,
-           const std::vector<DiagnosticNote>& notes = {}) {
-    const SourceMap& sources = _analysis.kernel.sources;
-    const auto [file, byte] = FindPlace(sources, offset);
-    Problem problem{.severity = severity, .range = {}, .text = std::move(text), .notes = {}};
-    if (file && file->begin == 0) {
-      problem.range = GetTokenRange(_analysis.text, byte);
-    } else if (file) {
-      // In a header: said at the top of the kernel file, with the place as a note.
-      problem.notes.push_back({{file->name, GetTokenRange(file->text, byte)}, "here"});
-      problem.text = file->name.substr(file->name.rfind('/') + 1) + ": " + problem.text;
-    }
-    for (const DiagnosticNote& note : notes) {
-      const auto [noteFile, noteByte] = FindPlace(sources, note.offset);
-      if (noteFile) problem.notes.push_back({{noteFile->name, GetTokenRange(noteFile->text, noteByte)}, note.text});
-    }
-    problems.push_back(std::move(problem));
+Problem MakeProblem(const SourceMap& sources, ProblemSeverity severity, SourceOffset offset, std::string text,
+                    const std::vector<DiagnosticNote>& notes = {}) {
+  const FileRange place = FindPlace(sources, offset);
+  Problem problem{.severity = severity, .range = place.range, .text = std::move(text), .notes = {}};
+  if (sources.FindFile(sources.GetUse(offset)) > 0) {
+    // In a header: said at the top of the kernel file, with the place as a note.
+    problem.range = {};
+    problem.text = Join({place.file.substr(place.file.rfind('/') + 1), ": ", problem.text});
+    problem.notes.push_back({place, "here"});
   }
-
-  std::vector<Problem> problems;
-
- private:
-  const KernelDocument::Analysis& _analysis;
-};
+  for (const DiagnosticNote& note : notes) {
+    const FileRange notePlace = FindPlace(sources, note.offset);
+    if (!notePlace.file.empty()) problem.notes.push_back({notePlace, note.text});
+  }
+  return problem;
+}
 
 }  // namespace
+
+std::string GetHeaderPath(std::string_view name, std::string_view includingFile) {
+  return (std::filesystem::path(includingFile).parent_path() / name).lexically_normal().string();
+}
 
 KernelDocument::KernelDocument(std::string path, HeaderLookup readHeader)
     : _path(std::move(path)), _readHeader(std::move(readHeader)), _current(std::make_shared<Analysis>()) {}
@@ -72,7 +62,7 @@ Result<void> KernelDocument::SetText(std::string text) {
   std::set<std::string> headers;
   Source source{.fileName = _path, .text = analysis->text};
   source.readHeader = [&](const std::string& name, const std::string& includingFile) -> std::optional<Header> {
-    headers.insert(includingFile.substr(0, includingFile.rfind('/') + 1) + name);
+    headers.insert(GetHeaderPath(name, includingFile));
     return _readHeader ? _readHeader(name, includingFile) : std::nullopt;
   };
   OSTRA_ASSIGN_OR_RETURN(analysis->kernel, AnalyzeKernel(source));
@@ -86,21 +76,23 @@ Result<void> KernelDocument::SetText(std::string text) {
 }
 
 std::vector<Problem> KernelDocument::GetProblems() const {
-  ProblemList list(*_current);
   const AnalyzedKernel& kernel = _current->kernel;
+  std::vector<Problem> problems;
   for (const Diagnostic& error : kernel.errors)
-    list.Add(ProblemSeverity::kError, error.offset, error.text, error.notes);
+    problems.push_back(MakeProblem(kernel.sources, ProblemSeverity::kError, error.offset, error.text, error.notes));
   for (const Diagnostic& warning : kernel.warnings)
-    list.Add(ProblemSeverity::kWarning, warning.offset, warning.text, warning.notes);
+    problems.push_back(
+        MakeProblem(kernel.sources, ProblemSeverity::kWarning, warning.offset, warning.text, warning.notes));
   if (kernel.notUnderstood)
-    list.Add(ProblemSeverity::kInformation, kernel.notUnderstood->offset,
-             "not understood: " + kernel.notUnderstood->reason + "; the C++ compiler checks this kernel");
+    problems.push_back(
+        MakeProblem(kernel.sources, ProblemSeverity::kInformation, kernel.notUnderstood->offset,
+                    "not understood: " + kernel.notUnderstood->reason + "; the C++ compiler checks this kernel"));
   for (const SourceMistake& mistake : FindSourceMistakes(_current->text))
-    list.problems.push_back({.severity = ProblemSeverity::kError,
-                             .range = GetTokenRange(_current->text, static_cast<UInt32>(mistake.position)),
-                             .text = mistake.text,
-                             .notes = {}});
-  return std::move(list.problems);
+    problems.push_back({.severity = ProblemSeverity::kError,
+                        .range = GetTokenRange(_current->text, static_cast<UInt32>(mistake.position)),
+                        .text = mistake.text,
+                        .notes = {}});
+  return problems;
 }
 
 NodeIndex KernelDocument::FindDeclaration(UInt32 offset) const {

@@ -24,9 +24,10 @@ struct TextRange {
   friend Bool operator==(const TextRange&, const TextRange&) = default;
 };
 
-// A range of one of the files of a kernel.
+// A range of one of the files of a kernel. The text is that of the analysis that found it: valid until the next
+// SetText.
 struct FileRange {
-  std::string file;
+  std::string_view file, text;
   TextRange range;
 };
 
@@ -42,6 +43,9 @@ struct Problem {
   };
   std::vector<Note> notes;
 };
+
+// Where a header is looked for: beside the file that includes it, without "." and "..".
+std::string GetHeaderPath(std::string_view name, std::string_view includingFile);
 
 class KernelDocument {
  public:

@@ -2,12 +2,11 @@
 
 #include <algorithm>
 
-#include "apps/ostra/encode/source_file.h"
 #include "apps/ostra/languageserver/features.h"
 #include "apps/ostra/languageserver/file_uri.h"
 #include "apps/ostra/languageserver/text_positions.h"
 #include "apps/ostra/values/text.h"
-#include "ostra/io/file.h"
+#include "parallelprogram/device/kernel_headers.h"
 
 namespace ostra::tool {
 
@@ -88,6 +87,10 @@ std::vector<std::string> LanguageServer::Handle(std::string_view message) {
   }
   const std::string method = request["method"];
   const Json parameters = request.value("params", Json::object());
+  // A notification has no answer, whatever comes of it.
+  const auto fail = [&](int code, const std::string& text) {
+    return isRequest ? std::vector{Print(MakeError(id, code, text))} : std::vector<std::string>();
+  };
   try {
     if (!isRequest) {
       Notify(method, parameters);
@@ -95,11 +98,11 @@ std::vector<std::string> LanguageServer::Handle(std::string_view message) {
     }
     return {Print({{"jsonrpc", "2.0"}, {"id", id}, {"result", Answer(method, parameters)}})};
   } catch (const RequestError& error) {
-    return isRequest ? std::vector{Print(MakeError(id, error.code, error.text))} : std::vector<std::string>();
+    return fail(error.code, error.text);
   } catch (const Json::exception& error) {
-    return isRequest ? std::vector{Print(MakeError(id, kInvalidParams, error.what()))} : std::vector<std::string>();
+    return fail(kInvalidParams, error.what());
   } catch (const std::bad_alloc&) {
-    return isRequest ? std::vector{Print(MakeError(id, kInternalError, "out of memory"))} : std::vector<std::string>();
+    return fail(kInternalError, "out of memory");
   }
 }
 
@@ -212,7 +215,7 @@ std::vector<std::string> LanguageServer::TakeDiagnostics() {
   return messages;
 }
 
-LanguageServer::Json LanguageServer::MakeDiagnostics(const OpenFile& file) {
+LanguageServer::Json LanguageServer::MakeDiagnostics(const OpenFile& file) const {
   Json list = Json::array();
   // Headers are checked with the kernels that include them.
   if (!file.document.GetPath().ends_with(".krn")) return list;
@@ -315,27 +318,18 @@ LanguageServer::OpenFile& LanguageServer::FindFile(const Json& parameters) {
 
 std::optional<kernellanguage::Header> LanguageServer::ReadHeader(const std::string& name,
                                                                  const std::string& includingFile) {
-  const std::string path = includingFile.substr(0, includingFile.rfind('/') + 1) + name;
+  const std::string path = GetHeaderPath(name, includingFile);
   if (const auto open = _files.find(path); open != _files.end())
     return kernellanguage::Header{path, open->second.document.GetText()};
-  const auto file = Url::Create(path);
-  if (!file || IoDetect(*file) != IODETECT::FILE) return std::nullopt;
-  const auto source = ReadSourceText(*file);
-  if (!source) return std::nullopt;
-  return kernellanguage::Header{path, TextOf(source->text.GetView())};
+  KernelHeaders onDisk([](const Url& file) { return ReadSourceFile(file, LineEnds::LineFeeds); });
+  const auto header = onDisk.GetReader()(name, includingFile);
+  return header ? std::optional(kernellanguage::Header{path, header->text}) : std::nullopt;
 }
 
-LanguageServer::Json LanguageServer::MakeLocation(const FileRange& place) {
-  std::string text;
-  std::string uri = MakeUri(place.file);
-  if (const auto open = _files.find(place.file); open != _files.end()) {
-    uri = open->second.uri;
-    const KernelDocument::Analysis* analysis = open->second.document.GetUnderstood();
-    text = analysis ? analysis->text : open->second.document.GetText();
-  } else if (const auto header = ReadHeader(place.file, "")) {
-    text = header->text;
-  }
-  return {{"uri", uri}, {"range", MakeRange(TextLines(text), place.range)}};
+LanguageServer::Json LanguageServer::MakeLocation(const FileRange& place) const {
+  const auto open = _files.find(std::string(place.file));
+  return {{"uri", open == _files.end() ? MakeUri(place.file) : open->second.uri},
+          {"range", MakeRange(TextLines(place.text), place.range)}};
 }
 
 }  // namespace ostra::tool

@@ -66,9 +66,8 @@ class LanguageServer {
 
   OpenFile& FindFile(const Json& parameters);
   std::optional<kernellanguage::Header> ReadHeader(const std::string& name, const std::string& includingFile);
-  // A range of an open file or of one on disk.
-  Json MakeLocation(const FileRange& place);
-  Json MakeDiagnostics(const OpenFile& file);
+  Json MakeLocation(const FileRange& place) const;
+  Json MakeDiagnostics(const OpenFile& file) const;
 
   State _state = State::kNew;
   Bool _hasEnded = false;

@@ -22,20 +22,18 @@ class FileTokens {
   // The first token with the text from `offset` on, among the next few. False for none.
   Bool FindName(SourceOffset offset, std::string_view name, NamePlace& place) const {
     const SourceOffset byte = _sources.GetSpelling(offset);
-    for (Int i = 0; i < _sources.GetFileCount(); ++i) {
-      const SourceMap::File& file = _sources.GetFile(i);
-      if (byte < file.begin || byte > file.begin + file.text.size()) continue;
-      const auto& tokens = _tokens[static_cast<std::size_t>(i)];
-      auto token = std::lower_bound(tokens.begin(), tokens.end(), byte,
-                                    [](const Token& left, SourceOffset right) { return left.offset < right; });
-      constexpr Int kMost = 16;  // "const Block<Vector4d32>& name", "GROUPSHAREDMEM(float, name, 64)"
-      for (Int count = 0; token != tokens.end() && count < kMost; ++token, ++count) {
-        if (token->kind != TokenKind::kWord || token->text != name) continue;
-        place.file = i;
-        place.begin = token->offset - file.begin;
-        place.end = place.begin + static_cast<UInt32>(name.size());
-        return true;
-      }
+    const Int index = _sources.FindFile(byte);
+    if (index < 0) return false;
+    const auto& tokens = _tokens[static_cast<std::size_t>(index)];
+    auto token = std::lower_bound(tokens.begin(), tokens.end(), byte,
+                                  [](const Token& left, SourceOffset right) { return left.offset < right; });
+    constexpr Int kMost = 16;  // "const Block<Vector4d32>& name", "GROUPSHAREDMEM(float, name, 64)"
+    for (Int count = 0; token != tokens.end() && count < kMost; ++token, ++count) {
+      if (token->kind != TokenKind::kWord || token->text != name) continue;
+      place.file = index;
+      place.begin = token->offset - _sources.GetFile(index).begin;
+      place.end = place.begin + static_cast<UInt32>(name.size());
+      return true;
     }
     return false;
   }

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "ostra/core/printable_text.h"
+
 namespace ostra::tool {
 
 namespace {
@@ -12,13 +14,8 @@ struct Character {
 
 // The character that begins at `text`.
 Character Measure(std::string_view text) {
-  const auto first = static_cast<UInt8>(text.front());
-  const UInt32 bytes = first < 0xc2 ? 1 : first < 0xe0 ? 2 : first < 0xf0 ? 3 : first < 0xf5 ? 4 : 1;
-  if (bytes > text.size()) return {};
-  for (UInt32 i = 1; i < bytes; ++i) {
-    if ((static_cast<UInt8>(text[i]) & 0xc0) != 0x80) return {};
-  }
-  return {bytes, bytes == 4 ? 2u : 1u};
+  const auto bytes = static_cast<UInt32>(GetCharacterSize(text));
+  return {std::max(bytes, 1u), bytes == 4 ? 2u : 1u};
 }
 
 }  // namespace

@@ -83,7 +83,9 @@ class StageReader {
     OSTRA_ASSIGN_OR_RETURN(const SourceText source, ReadSourceText(file));
     const auto mistakes = FindSourceMistakes(source.text.GetView());
     if (mistakes.empty()) return OK;
-    return OSTRA_ILLEGAL_ARGUMENT("@:@: error: @", file, mistakes[0].line, std::string_view(mistakes[0].text));
+    const std::string_view before = source.text.GetView().substr(0, mistakes[0].position);
+    const Int line = std::count(before.begin(), before.end(), '\n') + 1;
+    return OSTRA_ILLEGAL_ARGUMENT("@:@: error: @", file, line, std::string_view(mistakes[0].text));
   }
 
   Result<StrongRef<ShaderParser>> Parse(const Url& file) const {
