@@ -58,6 +58,13 @@ class KnownHeaders {
   std::map<std::pair<std::string, std::string>, std::optional<KernelHeader>> _headers;
 };
 
+// A kernel beyond the plain form goes to the C++ compiler as it stands: none of the forms that are printed knows it.
+void LeaveExtensions(kernellanguage::AnalyzedKernel& kernel) {
+  const kernellanguage::NodeIndex node = kernel.resolved.firstUnprintable;
+  if (!kernel.IsUnderstood() || node == kernellanguage::kNoNode) return;
+  kernel.notUnderstood = {kernel.tree.nodes[node].offset, "what is not of the plain form"};
+}
+
 // What no C++ compiler takes is told before one runs, in the words of kernel files.
 Result<kernellanguage::AnalyzedKernel> Analyze(const KernelSourceOptions& options, std::string_view text,
                                                KnownHeaders& headers) {
@@ -70,6 +77,7 @@ Result<kernellanguage::AnalyzedKernel> Analyze(const KernelSourceOptions& option
     return header ? std::optional(kernellanguage::Header{header->path, header->text, header->isHidden}) : std::nullopt;
   };
   OSTRA_ASSIGN_OR_RETURN(kernellanguage::AnalyzedKernel kernel, kernellanguage::AnalyzeKernel(source));
+  LeaveExtensions(kernel);
   if (kernel.errors.empty()) return kernel;
   const std::string message = kernellanguage::FormatDiagnostics(kernel.sources, kernel.errors);
   return Error::Make(kIllegalArgumentError, message, kOstraUnit, __LINE__);

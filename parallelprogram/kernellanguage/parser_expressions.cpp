@@ -210,6 +210,7 @@ NodeIndex Parser::ReadWord() {
     return Stop(token.offset, Join({"\"", token.text, "\" is C++ beyond the language of kernels"}));
   if (word && (word->kind == WordKind::kStatement || word->kind == WordKind::kQualifier)) return StopAt(token);
   if (Is("(", 1)) return ReadCall();
+  if (Is("not")) return StopAt(token);  // the operator of C++
   Take();
   if (Is("<") && IsTypeStart(1)) return Stop(token.offset, "a template");
   return Add(NodeKind::kName, token.offset, token.text, {});
@@ -264,6 +265,8 @@ NodeIndex Parser::ReadCall() {
   const Token& name = Take();
   Nodes arguments;
   if (!ReadArguments(arguments)) return kNoNode;
+  // In C++ "not" is an operator, and what follows the parentheses is of its operand.
+  if (name.Is("not") && (Is(".") || Is("["))) return StopAt(Peek());
   return Add(NodeKind::kCall, name.offset, name.text, arguments);
 }
 

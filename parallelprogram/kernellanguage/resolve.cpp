@@ -64,6 +64,11 @@ TypeIndex Resolver::Fail(NodeIndex node, std::string text, std::vector<Diagnosti
   return kUnknownType;
 }
 
+void Resolver::Extend(NodeIndex node, Bool isPrintable) {
+  _resolved.extensions.push_back(node);
+  if (!isPrintable && _resolved.firstUnprintable == kNoNode) _resolved.firstUnprintable = node;
+}
+
 void Resolver::CloseScope() {
   for (; _undo.size() > _scopes.back().undoCount; _undo.pop_back()) _visible[_undo.back().name] = _undo.back().before;
   _scopes.pop_back();
@@ -120,6 +125,7 @@ TypeIndex Resolver::ReadType(NodeIndex node) {
       type = GetVectorType(scalar, static_cast<UInt32>(name[3] - '0'));
   }
   if (type == kUnknownType) return Stop(node, Join({"the type \"", name, "\" here"}));
+  if (arguments.empty() && IsExtendedType(name)) Extend(node);
   return _resolved.type[node] = type;
 }
 

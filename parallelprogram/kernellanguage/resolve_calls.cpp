@@ -167,6 +167,7 @@ TypeIndex Resolver::CallWord(NodeIndex node, WordId word) {
   for (std::size_t i = 0; i < arguments.size(); ++i) {
     if (!Convert(arguments[i], overload.parameters[i], "an argument")) return kUnknownType;
   }
+  if (GetWord(word).isExtension) Extend(node);
   _resolved.meaning[node] = {.kind = MeaningKind::kWord, .word = word, .overload = static_cast<UInt16>(chosen)};
   return overload.result;
 }

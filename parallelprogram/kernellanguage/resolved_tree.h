@@ -3,6 +3,24 @@
 // Conversions are explicit: an expression has the type `types[node]` by itself and is wanted as `converted[node]` where
 // it stands. They differ where C++ converts without a word: "1 + x" with a float x has a literal of type int that is
 // converted to float. A conversion is one of scalars, of a half float to others, or of vectors component by component.
+//
+// The language takes more than its plain form, which the C++ compiler and the translation for GPUs read as it stands.
+// The nodes that are more are the extensions; the tables say what each of them is in plain terms:
+//   v.xy                    kSwizzle; v.r is a kComponent like v.x
+//   vec3(x), mat3(m), ...   kConstruct. All arguments are converted to the scalar of the result. A vector or matrix of
+//                           one scalar has it in all components or on the diagonal; a vector of a longer one is cut; a
+//                           matrix of a matrix has its corner, and that of the identity; others take the components in
+//                           order, those of a matrix column by column. A struct has one argument a member.
+//   m * v, v * m, m * m     kBinary or kAssign whose meaning is the word mul with its overload
+//   m + n, 2 * m, m / 2     computed: the matrix; a scalar is converted to float, and meets every component
+//   v * 2, u + f            computed: the vector; both operands are converted to its scalar
+//   m[i], m[i][j]           kIndex of a matrix: a column; the index is converted to int
+//   vec3 v = 1.0, max(v, 0) a scalar that is wanted as a vector is that in all components
+//   max(f, 0)               converted to what the overload takes
+//   half h = 1.0            a float or integer wanted as a half is rounded
+//   { } for vectors         as a kConstruct; the kInitializerList has the type
+//   f(1) of f(x, y = 2)     fewer arguments than parameters: the rest are the third children of the parameters
+//   ivec2, bvec3, mat2      kType
 #pragma once
 
 #include <vector>
@@ -22,6 +40,7 @@ enum class MeaningKind : UInt8 {
   kWord,       // word; overload for functions
   kComponent,  // number: of a vector (0 to 3), or the column of a matrix; the offset of an affine matrix is 0, v1 is 1
   kMember,     // target: a kMember of a struct; number: its number
+  kSwizzle,    // number: components of a vector, 2 bits each from the first on, and their count << 8
 };
 
 struct Meaning {
@@ -31,6 +50,10 @@ struct Meaning {
   UInt32 number = 0;
   NodeIndex target = kNoNode;
 };
+
+// Of the number of a kSwizzle.
+constexpr UInt32 GetSwizzleCount(UInt32 number) { return number >> 8; }
+constexpr UInt32 GetSwizzleComponent(UInt32 number, UInt32 index) { return (number >> (2 * index)) & 3; }
 
 struct ResolvedTree {
   TypeTable types;
@@ -47,6 +70,12 @@ struct ResolvedTree {
   std::vector<NodeIndex> structs, functions, parameters;
   UInt32 groupSize[3] = {256, 1, 1};
   Int64 granularity = 16, singleThreadedThreshold = 0;
+
+  // Nodes that are not of the plain form, in the order in which they are found; none: the file is plain.
+  std::vector<NodeIndex> extensions;
+  // The first of them that the C++ forms of this folder do not know, either; kNoNode: those are for GPUs only.
+  NodeIndex firstUnprintable = kNoNode;
+
   Bool usesNoise = false, usesGradient = false, usesLinearInvocation = false, usesBarrier = false;
 };
 

@@ -21,6 +21,8 @@ class Resolver {
   Bool IsStopped() const { return _result.notUnderstood.has_value() || _result.errors.size() >= kMaxErrors; }
   TypeIndex Stop(NodeIndex node, std::string reason);
   TypeIndex Fail(NodeIndex node, std::string text, std::vector<DiagnosticNote> notes = {});
+  // Notes a node that is not of the plain form; `isPrintable`: the C++ forms know it all the same.
+  void Extend(NodeIndex node, Bool isPrintable = false);
   SourceOffset GetOffset(NodeIndex node) const { return _tree.nodes[node].offset; }
   std::string_view NameOf(NodeIndex node) const { return _tree.GetName(node); }
   std::string TypeName(TypeIndex type) const { return _resolved.types.GetName(type); }

@@ -34,7 +34,7 @@ enum class NodeKind : UInt8 {
   kStruct,             // name; [kMember...]
   kMember,             // name; [type, kDimensions?]
   kFunction,           // name; [type of the result, kFunctionParameter..., kBlock]
-  kFunctionParameter,  // name; [type, kDimensions?]; kIsOut, kIsInOut, kIsReference, kIsConst
+  kFunctionParameter,  // name; [type, kDimensions?, default value?]; kIsOut, kIsInOut, kIsReference, kIsConst
   kKernel,             // name; [kBlock]; kIsMethodForm
   kNoiseMark,          // ADDNOISECALL; in bodies, too
 

@@ -57,6 +57,18 @@ constexpr TypeWord kTypeWords[] = {
     {"uint2", GetVectorType(Scalar::kUInt32, 2)},
     {"uint3", GetVectorType(Scalar::kUInt32, 3)},
     {"uint4", GetVectorType(Scalar::kUInt32, 4)},
+    {"ivec2", GetVectorType(Scalar::kInt32, 2)},
+    {"ivec3", GetVectorType(Scalar::kInt32, 3)},
+    {"ivec4", GetVectorType(Scalar::kInt32, 4)},
+    {"uvec2", GetVectorType(Scalar::kUInt32, 2)},
+    {"uvec3", GetVectorType(Scalar::kUInt32, 3)},
+    {"uvec4", GetVectorType(Scalar::kUInt32, 4)},
+    {"bvec2", GetVectorType(Scalar::kBool, 2)},
+    {"bvec3", GetVectorType(Scalar::kBool, 3)},
+    {"bvec4", GetVectorType(Scalar::kBool, 4)},
+    {"bool2", GetVectorType(Scalar::kBool, 2)},
+    {"bool3", GetVectorType(Scalar::kBool, 3)},
+    {"bool4", GetVectorType(Scalar::kBool, 4)},
     {"half2", GetVectorType(Scalar::kHalf, 2)},
     {"half3", GetVectorType(Scalar::kHalf, 3)},
     {"half4", GetVectorType(Scalar::kHalf, 4)},
@@ -64,6 +76,7 @@ constexpr TypeWord kTypeWords[] = {
     {"Vector32", GetVectorType(Scalar::kFloat32, 3)},
     {"Vector4d32", GetVectorType(Scalar::kFloat32, 4)},
     {"IntVector4d32", GetVectorType(Scalar::kInt32, 4)},
+    {"mat2", kMatrix2Type},
     {"mat3", kMatrix3Type},
     {"sqmat", kMatrix3Type},
     {"SquareMatrix32", kMatrix3Type},
@@ -94,6 +107,7 @@ TypeTable::TypeTable() {
   _types.push_back({.kind = TypeKind::kAffineMatrix});
   _types.push_back({.kind = TypeKind::kGradient});
   _types.push_back({.kind = TypeKind::kCounter});
+  _types.push_back({.kind = TypeKind::kMatrix, .count = 2});
   for (UInt32 i = 0; i < kScalarCount; ++i)
     _types.push_back({.kind = TypeKind::kScalar, .scalar = static_cast<Scalar>(i)});
   for (UInt32 i = 0; i < kScalarCount; ++i) {
@@ -141,12 +155,13 @@ std::string TypeTable::GetName(TypeIndex index) const {
     case TypeKind::kVector: {
       const std::string count = std::to_string(type.count);
       if (type.scalar == Scalar::kFloat32) return Join({"vec", count});
+      if (type.scalar == Scalar::kBool) return Join({"bvec", count});
       const Bool isShort =
           type.scalar == Scalar::kInt32 || type.scalar == Scalar::kUInt32 || type.scalar == Scalar::kHalf;
       return isShort ? Join({scalar, count}) : Join({"Vec", count, "<", GetCppName(type.scalar), ">"});
     }
     case TypeKind::kMatrix:
-      return type.count == 3 ? "mat3" : "mat4";
+      return Join({"mat", std::to_string(type.count)});
     case TypeKind::kAffineMatrix:
       return "AffineMatrix32";
     case TypeKind::kGradient:
@@ -183,6 +198,13 @@ TypeIndex FindTypeWord(std::string_view word) {
     if (entry.word == word) return entry.type;
   }
   return kUnknownType;
+}
+
+Bool IsExtendedType(std::string_view word) {
+  if (word == "mat2") return true;
+  const std::string_view family = word.substr(0, word.empty() ? 0 : word.size() - 1);
+  const Bool isBools = family == "bvec" || family == "bool";
+  return FindTypeWord(word) != kUnknownType && (isBools || family == "ivec" || family == "uvec");
 }
 
 Bool FindElementWord(std::string_view word, Scalar& scalar) {

@@ -36,7 +36,7 @@ enum class TypeKind : UInt8 {
   kVoid,
   kScalar,  // scalar
   kVector,  // scalar; count: 2 to 4
-  kMatrix,  // columns of Float32; count: 3 (mat3), 4 (mat4)
+  kMatrix,  // columns of Float32; count: 2 to 4 (mat2, mat3, mat4); mat2 is no type of the plain form
   kAffineMatrix,
   kStruct,    // declaration
   kArray,     // element; count
@@ -60,8 +60,8 @@ struct Type {
 };
 
 inline constexpr TypeIndex kUnknownType = 0, kVoidType = 1, kListType = 2, kMatrix3Type = 3, kMatrix4Type = 4,
-                           kAffineMatrixType = 5, kGradientType = 6, kCounterType = 7;
-inline constexpr TypeIndex kFirstScalarType = 8;
+                           kAffineMatrixType = 5, kGradientType = 6, kCounterType = 7, kMatrix2Type = 8;
+inline constexpr TypeIndex kFirstScalarType = 9;
 inline constexpr TypeIndex kFirstVectorType = kFirstScalarType + kScalarCount;
 
 constexpr TypeIndex GetScalarType(Scalar scalar) { return kFirstScalarType + static_cast<TypeIndex>(scalar); }
@@ -107,6 +107,8 @@ class TypeTable {
 
 // The type that a word names by itself: "float", "Vector4d32", "mat3", "UInt32"; kUnknownType for others.
 TypeIndex FindTypeWord(std::string_view word);
+// Whether such a word is not of the plain form: "ivec2", "mat2".
+Bool IsExtendedType(std::string_view word);
 // The scalar that Vec2<word> has; false for others.
 Bool FindElementWord(std::string_view word, Scalar& scalar);
 // "TextureSampler_2D_RGBA_F32_LINEAR"; false for words that are no such type.

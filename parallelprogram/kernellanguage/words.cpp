@@ -11,6 +11,8 @@ using enum WordKind;
 using Id = WordId;
 
 constexpr std::string_view kUnary = "f(f) F(F)";
+constexpr std::string_view kComparison = "B(FF) B(II) B(UU)";
+constexpr std::string_view kEquality = "B(FF) B(II) B(UU) B(BB)";
 constexpr std::string_view kSmallest = "f(ff) i(ii) u(uu) F(FF) I(II) U(UU) F(Ff) I(Ii) U(Uu)";
 
 constexpr Word kWords[] = {
@@ -89,12 +91,23 @@ constexpr Word kWords[] = {
     {"distance", kFunction, Id::kDistance, "f(FF)", "length of a - b"},
     {"normalize", kFunction, Id::kNormalize, "F(F)", "vector of length 1"},
     {"reflect", kFunction, Id::kReflect, "F(FF)", "mirror image at a plane"},
-    {"mul", kFunction, Id::kMul, "3(M3) 4(N4) 3(3M) 4(4N) M(MM) N(NN) 3(A3)", "product with a matrix"},
-    {"transpose", kFunction, Id::kTranspose, "M(M) N(N)", "rows as columns"},
+    {"mul", kFunction, Id::kMul, "3(M3) 4(N4) 3(3M) 4(4N) M(MM) N(NN) 3(A3) 2(K2) 2(2K) K(KK)",
+     "product with a matrix"},
+    {"transpose", kFunction, Id::kTranspose, "M(M) N(N) K(K)", "rows as columns"},
     {"MatrixOffset", kFunction, Id::kMatrixOffset, "3(N)", "offset of an affine matrix"},
     {"matoff", kFunction, Id::kMatrixOffset, "", "offset of an affine matrix"},
-    {"determinant", kFunction, Id::kDeterminant, "f(M) f(N)", "determinant"},
-    {"inverse", kFunction, Id::kInverse, "M(M) N(N)", "inverse matrix"},
+    {"determinant", kFunction, Id::kDeterminant, "f(M) f(N) f(K)", "determinant"},
+    {"inverse", kFunction, Id::kInverse, "M(M) N(N) K(K)", "inverse matrix"},
+    // Functions of vectors of bools.
+    {"lessThan", kFunction, Id::kLessThan, kComparison, "which components are less", true},
+    {"lessThanEqual", kFunction, Id::kLessThanEqual, kComparison, "which components are less or equal", true},
+    {"greaterThan", kFunction, Id::kGreaterThan, kComparison, "which components are greater", true},
+    {"greaterThanEqual", kFunction, Id::kGreaterThanEqual, kComparison, "which components are greater or equal", true},
+    {"equal", kFunction, Id::kEqual, kEquality, "which components are equal", true},
+    {"notEqual", kFunction, Id::kNotEqual, kEquality, "which components are different", true},
+    {"any", kFunction, Id::kAny, "b(B)", "whether a component is true", true},
+    {"all", kFunction, Id::kAll, "b(B)", "whether all components are true", true},
+    {"not", kFunction, Id::kNot, "b(b) B(B)", "which components are false", true},
     // Statements and directives.
     {"GROUPSIZE", kStatement, Id::kOther, "", "size of a work group"},
     {"CPU_GRANULARITY", kStatement, Id::kOther, "", "invocations that a worker takes at least"},
@@ -155,6 +168,18 @@ constexpr Word kWords[] = {
     {"uint2", kType, Id::kOther, "", "vector of integers without sign"},
     {"uint3", kType, Id::kOther, "", "vector of integers without sign"},
     {"uint4", kType, Id::kOther, "", "vector of integers without sign"},
+    {"ivec2", kType, Id::kOther, "", "vector of integers"},
+    {"ivec3", kType, Id::kOther, "", "vector of integers"},
+    {"ivec4", kType, Id::kOther, "", "vector of integers"},
+    {"uvec2", kType, Id::kOther, "", "vector of integers without sign"},
+    {"uvec3", kType, Id::kOther, "", "vector of integers without sign"},
+    {"uvec4", kType, Id::kOther, "", "vector of integers without sign"},
+    {"bvec2", kType, Id::kOther, "", "vector of bools"},
+    {"bvec3", kType, Id::kOther, "", "vector of bools"},
+    {"bvec4", kType, Id::kOther, "", "vector of bools"},
+    {"bool2", kType, Id::kOther, "", "vector of bools"},
+    {"bool3", kType, Id::kOther, "", "vector of bools"},
+    {"bool4", kType, Id::kOther, "", "vector of bools"},
     {"half2", kType, Id::kOther, "", "vector of 16-bit numbers"},
     {"half3", kType, Id::kOther, "", "vector of 16-bit numbers"},
     {"half4", kType, Id::kOther, "", "vector of 16-bit numbers"},
@@ -165,6 +190,7 @@ constexpr Word kWords[] = {
     {"Vec2", kType, Id::kOther, "", "vector of two of a type, Vec2<UInt32>"},
     {"Vec3", kType, Id::kOther, "", "vector of three of a type"},
     {"Vec4", kType, Id::kOther, "", "vector of four of a type"},
+    {"mat2", kType, Id::kOther, "", "matrix of two columns"},
     {"mat3", kType, Id::kOther, "", "matrix of three columns v0, v1, v2"},
     {"sqmat", kType, Id::kOther, "", "matrix of three columns v0, v1, v2"},
     {"SquareMatrix32", kType, Id::kOther, "", "matrix of three columns v0, v1, v2"},
@@ -264,12 +290,16 @@ TypeIndex ReadLetter(char letter, UInt32 width) {
       return GetVectorType(Scalar::kInt32, width);
     case 'U':
       return GetVectorType(Scalar::kUInt32, width);
+    case 'B':
+      return GetVectorType(Scalar::kBool, width);
     case '2':
       return GetVectorType(Scalar::kFloat32, 2);
     case '3':
       return GetVectorType(Scalar::kFloat32, 3);
     case '4':
       return GetVectorType(Scalar::kFloat32, 4);
+    case 'K':
+      return kMatrix2Type;
     case 'M':
       return kMatrix3Type;
     case 'N':
@@ -280,7 +310,7 @@ TypeIndex ReadLetter(char letter, UInt32 width) {
 }
 
 void AddOverloads(std::string_view form, std::vector<Overload>& overloads) {
-  const Bool isGeneric = form.find_first_of("FIU") != std::string_view::npos;
+  const Bool isGeneric = form.find_first_of("FIUB") != std::string_view::npos;
   for (UInt32 width = isGeneric ? 2 : 1; width <= (isGeneric ? 4u : 1u); ++width) {
     Overload overload{.result = ReadLetter(form[0], width)};
     for (const char letter : form.substr(2, form.size() - 3))

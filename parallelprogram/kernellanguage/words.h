@@ -104,6 +104,16 @@ enum class WordId : UInt16 {
   kMatrixOffset,
   kDeterminant,
   kInverse,
+  // functions of vectors of bools
+  kLessThan,
+  kLessThanEqual,
+  kGreaterThan,
+  kGreaterThanEqual,
+  kEqual,
+  kNotEqual,
+  kAny,
+  kAll,
+  kNot,
   kCount
 };
 
@@ -111,10 +121,11 @@ struct Word {
   std::string_view name;
   WordKind kind;
   WordId id;
-  // Of functions: their overloads, as result(arguments) with one letter a type: f i u b scalars; F I U vectors of
-  // these, all of one width; 2 3 4 vectors of floats; M N A mat3, mat4 and affine matrix.
+  // Of functions: their overloads, as result(arguments) with one letter a type: f i u b scalars; F I U B vectors of
+  // these, all of one width; 2 3 4 vectors of floats; K M N A mat2, mat3, mat4 and affine matrix.
   std::string_view forms;
   std::string_view meaning;  // one line
+  Bool isExtension = false;  // not of the plain form: no compiler knows it
 };
 
 struct Overload {

@@ -70,7 +70,7 @@ TEST(WordsTest, OverloadsStandInTheOrderOfTheirForms) {
   EXPECT_EQ(clamp[3].result, GetVectorType(Scalar::kFloat32, 2));
   EXPECT_EQ(clamp[12].parameters[0], GetVectorType(Scalar::kFloat32, 2));
   EXPECT_EQ(clamp[12].parameters[1], kFloatType);
-  ASSERT_EQ(GetOverloads(WordId::kMul).size(), 7u);
+  ASSERT_EQ(GetOverloads(WordId::kMul).size(), 10u);
   EXPECT_EQ(GetOverloads(WordId::kMul)[2].parameters[1], kMatrix3Type);
   EXPECT_EQ(GetOverloads(WordId::kIsNan)[0].result, kBoolType);
 }
