@@ -8,7 +8,11 @@ namespace {
 
 class Printer {
  public:
-  Printer(const SyntaxTree& tree, const PrintTables& tables) : _tree(tree), _tables(tables) {}
+  Printer(const SyntaxTree& tree, const PrintTables& tables)
+      : _tree(tree), _tables(tables), _isExtension(tree.nodes.size(), false) {
+    if (!tables.resolved) return;
+    for (const NodeIndex node : tables.resolved->extensions) _isExtension[node] = true;
+  }
 
   std::string Print() {
     if (_tree.root != kNoNode) PrintNode(_tree.root);
@@ -125,8 +129,9 @@ class Printer {
     if (!_tables.resolved || !IsExpression(_tree.nodes[node].kind)) return "";
     const ResolvedTree& resolved = *_tables.resolved;
     const TypeIndex type = resolved.type[node], converted = resolved.converted[node];
-    if (type == converted) return Join({":", resolved.types.GetName(type)});
-    return Join({":", resolved.types.GetName(type), ">", resolved.types.GetName(converted)});
+    const std::string_view mark = _isExtension[node] ? "^" : "";
+    if (type == converted) return Join({mark, ":", resolved.types.GetName(type)});
+    return Join({mark, ":", resolved.types.GetName(type), ">", resolved.types.GetName(converted)});
   }
 
   std::string VarianceOf(NodeIndex node) const {
@@ -214,6 +219,7 @@ class Printer {
 
   const SyntaxTree& _tree;
   const PrintTables& _tables;
+  std::vector<Bool> _isExtension;
   std::string _text;
   std::size_t _depth = 0;
 };

@@ -218,9 +218,10 @@ TypeIndex Resolver::CallTexture(NodeIndex node, WordId word) {
   const Scalar component = Get(coordinates).scalar;
   if (isNumber && (isSample ? GetSize(component) == 8 : component != Scalar::kInt32))
     return Stop(arguments[1], Join({name, " at ", TypeName(coordinates)}));
-  if (!Convert(arguments[1], GetVectorType(isSample ? Scalar::kFloat32 : Scalar::kInt32, texture.dimensions),
-               Join({"the place in a texture of ", std::to_string(texture.dimensions), " dimensions"})))
-    return kUnknownType;
+  const TypeIndex wanted = GetVectorType(isSample ? Scalar::kFloat32 : Scalar::kInt32, texture.dimensions);
+  const std::string what = Join({"the place in a texture of ", std::to_string(texture.dimensions), " dimensions"});
+  if (IsScalar(coordinates) && IsVector(wanted)) return FailConversion(arguments[1], wanted, what);
+  if (!Convert(arguments[1], wanted, what)) return kUnknownType;
   if (hasLayer) {
     const TypeIndex layer = Expression(arguments[2]);
     if (layer == kUnknownType || !Convert(arguments[2], kUIntType, "the layer")) return kUnknownType;
@@ -283,86 +284,6 @@ TypeIndex Resolver::CallNoise(NodeIndex node) {
   if (!Convert(arguments[2], kFloatType, "the time")) return kUnknownType;
   _resolved.meaning[node] = {.kind = MeaningKind::kWord, .word = WordId::kRenderNoise};
   return kFloatType;
-}
-
-TypeIndex Resolver::Construct(NodeIndex node) {
-  const auto children = _tree.GetChildren(node);
-  const TypeIndex type = ReadType(children[0]);
-  if (IsStopped()) return kUnknownType;
-  const auto arguments = children.subspan(1);
-  Bool isKnown = false;
-  const Types types = ReadArguments(arguments, isKnown);
-  if (!isKnown) return kUnknownType;
-  const Type kind = Get(type);
-  if (kind.kind == TypeKind::kVoid || kind.kind == TypeKind::kGradient || kind.kind == TypeKind::kCounter)
-    return Stop(node, Join({"a value of type ", TypeName(type)}));
-  if (arguments.empty()) return type;
-  if (arguments.size() == 1 && types[0] == type) return type;
-  if (kind.kind == TypeKind::kVector) return ConstructVector(node, type, arguments);
-  if (kind.kind == TypeKind::kScalar) {
-    if (arguments.size() != 1)
-      return Fail(node,
-                  Join({"a ", TypeName(type), " is made of one value, not of ", std::to_string(arguments.size())}));
-    if (!IsScalar(types[0]))
-      return Fail(arguments[0], Join({"a ", TypeName(type), " cannot be made of a ", TypeName(types[0])}));
-    SetConverted(arguments[0], type);
-    return type;
-  }
-  if (kind.kind == TypeKind::kMatrix || kind.kind == TypeKind::kAffineMatrix) {
-    const Bool isAffine = kind.kind == TypeKind::kAffineMatrix;
-    const UInt32 count = isAffine ? 4 : kind.count, height = isAffine ? 3 : kind.count;
-    if (arguments.size() != count)
-      return Fail(node, Join({"a ", TypeName(type), " is made of ", std::to_string(count), " columns"}));
-    for (const NodeIndex argument : arguments) {
-      if (!Convert(argument, GetVectorType(Scalar::kFloat32, height), "a column")) return kUnknownType;
-    }
-    return type;
-  }
-  return Stop(node, Join({"a value of type ", TypeName(type), " made of others"}));
-}
-
-TypeIndex Resolver::ConstructVector(NodeIndex node, TypeIndex type, std::span<const NodeIndex> arguments) {
-  const Type kind = Get(type);
-  UInt32 components = 0;
-  for (const NodeIndex argument : arguments) {
-    const Type& given = Get(_resolved.type[argument]);
-    if (given.kind != TypeKind::kScalar && given.kind != TypeKind::kVector)
-      return Fail(argument, Join({"a ", TypeName(type), " cannot be made of a ", TypeName(_resolved.type[argument])}));
-    if (given.kind == TypeKind::kVector && (given.scalar == Scalar::kHalf) != (kind.scalar == Scalar::kHalf))
-      return Stop(node, "a vector made of one of halves, or the other way around");
-    components += given.count;
-  }
-  const TypeIndex only = arguments.size() == 1 ? _resolved.type[arguments[0]] : kUnknownType;
-  if (IsScalar(only)) {
-    // All components get it. A half is made of floats only.
-    if (kind.scalar == Scalar::kHalf && only != kHalfType)
-      return Fail(arguments[0], Join({"a ", TypeName(type), " of one value needs a half"}));
-    SetConverted(arguments[0], GetScalarType(kind.scalar));
-    return type;
-  }
-  const Bool isCut = arguments.size() == 1 && components > kind.count;
-  if (isCut) return type;
-  if (components != kind.count) {
-    return Fail(node, Join({"a ", TypeName(type), " has ", std::to_string(kind.count), " components, here are ",
-                            std::to_string(components)}));
-  }
-  for (const NodeIndex argument : arguments)
-    SetConverted(argument, GetVectorType(kind.scalar, Get(_resolved.type[argument]).count));
-  return type;
-}
-
-TypeIndex Resolver::Cast(NodeIndex node) {
-  const NodeIndex typeNode = _tree.GetChild(node, 0), operand = _tree.GetChild(node, 1);
-  const TypeIndex type = ReadType(typeNode);
-  if (IsStopped()) return kUnknownType;
-  const TypeIndex given = Expression(operand);
-  if (given == kUnknownType || IsStopped()) return kUnknownType;
-  if ((_tree.nodes[typeNode].flags & (kIsReference | kIsPointer)) != 0) return Stop(node, "a cast to this type");
-  if (given == type) return type;
-  if (!IsScalar(type) || !IsScalar(given))
-    return Stop(node, Join({"a cast of a ", TypeName(given), " to ", TypeName(type)}));
-  SetConverted(operand, type);
-  return type;
 }
 
 // A name of which nothing is known: a misspelt one, or one of the host's headers.

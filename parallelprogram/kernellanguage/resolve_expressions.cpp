@@ -19,6 +19,47 @@ Bool IsOfIntegers(Operation operation) {
          (operation >= Operation::kBitAnd && operation <= Operation::kBitXor);
 }
 
+struct Swizzle {
+  UInt32 count = 0;       // 0: there are no such components
+  UInt32 components = 0;  // 2 bits each
+  Bool isExtension = false, isPrintable = false;
+};
+
+// Components of a vector with `width` of them: "xy", "bgr", "s0"; all letters are of one set.
+Swizzle ReadSwizzle(std::string_view name, UInt32 width) {
+  constexpr std::string_view kSets[] = {"xyzw", "rgba", "stpq", "0123"};
+  for (const std::string_view set : kSets) {
+    const Bool isNumbers = set == "0123";
+    std::string_view letters = name;
+    if (isNumbers && (letters.size() < 2 || (letters[0] != 's' && letters[0] != 'S'))) continue;
+    if (isNumbers) letters.remove_prefix(1);
+    if (letters.empty() || letters.size() > 4) continue;
+    Swizzle swizzle;
+    for (const char letter : letters) {
+      const std::size_t component = set.find(letter);
+      if (component >= width) break;
+      swizzle.components |= static_cast<UInt32>(component) << (2 * swizzle.count++);
+    }
+    if (swizzle.count != letters.size()) continue;
+    // The components of vectors in C++ have the first three names, too.
+    swizzle.isPrintable = swizzle.count == 1 && !isNumbers;
+    swizzle.isExtension = !swizzle.isPrintable || set == "stpq";
+    return swizzle;
+  }
+  return {};
+}
+
+// Whether a kSwizzle names a component twice.
+Bool HasRepetition(UInt32 number) {
+  UInt32 seen = 0;
+  for (UInt32 i = 0; i < GetSwizzleCount(number); ++i) {
+    const UInt32 bit = 1u << GetSwizzleComponent(number, i);
+    if (seen & bit) return true;
+    seen |= bit;
+  }
+  return false;
+}
+
 }  // namespace
 
 TypeIndex Resolver::Expression(NodeIndex node) {
@@ -355,17 +396,15 @@ TypeIndex Resolver::MemberOf(NodeIndex node) {
   Meaning& meaning = _resolved.meaning[node];
   _resolved.isPlace[node] = _resolved.isPlace[operand];
   if (kind.kind == TypeKind::kVector) {
-    constexpr std::string_view kSets[] = {"xyzw", "rgba", "stpq"};
-    for (const std::string_view set : kSets) {
-      const std::size_t component = name.size() == 1 ? set.find(name) : std::string_view::npos;
-      if (component >= kind.count) continue;
-      meaning = {.kind = MeaningKind::kComponent, .number = static_cast<UInt32>(component)};
-      return GetScalarType(kind.scalar);
+    const Swizzle swizzle = ReadSwizzle(name, kind.count);
+    if (swizzle.count == 0) return Fail(node, Join({"a ", TypeName(type), " has no component \"", name, "\""}));
+    if (swizzle.isExtension) Extend(node, swizzle.isPrintable);
+    if (swizzle.count == 1) {
+      meaning = {.kind = MeaningKind::kComponent, .number = swizzle.components};
+    } else {
+      meaning = {.kind = MeaningKind::kSwizzle, .number = swizzle.components | swizzle.count << 8};
     }
-    const Bool isSwizzle = name.size() <= 4 && name.find_first_not_of("xyzwrgbastpq") == std::string_view::npos;
-    if (isSwizzle && name.size() > 1)
-      return Fail(node, Join({"components are taken one by one: there is no \".", name, "\" of a ", TypeName(type)}));
-    return Fail(node, Join({"a ", TypeName(type), " has no component \"", name, "\""}));
+    return GetVectorType(kind.scalar, swizzle.count);
   }
   if (kind.kind == TypeKind::kMatrix || kind.kind == TypeKind::kAffineMatrix) {
     const Bool isAffine = kind.kind == TypeKind::kAffineMatrix;
@@ -428,23 +467,32 @@ Bool Resolver::Convert(NodeIndex node, TypeIndex type, std::string_view what) {
     case ConversionRank::kNone:
       break;
     default:
-      if (IsVector(type) && (Get(type).scalar == Scalar::kHalf || Get(given).scalar == Scalar::kHalf)) {
-        Stop(node, Join({"a ", TypeName(given), " for a ", TypeName(type)}));
-        return false;
-      }
+      if (IsVector(type) && (Get(type).scalar == Scalar::kHalf || Get(given).scalar == Scalar::kHalf)) Extend(node);
       SetConverted(node, type);
       return true;
   }
-  const Bool isScalarToOther = IsScalar(given) && (IsVector(type) || type == kHalfType);
-  const std::string hint = isScalarToOther ? Join({"; write ", TypeName(type), "(...)"}) : std::string();
-  Fail(node, Join({what, " is a ", TypeName(type), ", this is a ", TypeName(given), hint}));
+  // A number for all components, a number that is rounded.
+  if (IsScalar(given) && given != kBoolType && (IsVector(type) || type == kHalfType)) {
+    Extend(node);
+    SetConverted(node, type);
+    return true;
+  }
+  FailConversion(node, type, what);
   return false;
+}
+
+TypeIndex Resolver::FailConversion(NodeIndex node, TypeIndex type, std::string_view what) {
+  const TypeIndex given = _resolved.type[node];
+  const std::string hint = IsScalar(given) && IsVector(type) ? Join({"; write ", TypeName(type), "(...)"}) : "";
+  return Fail(node, Join({what, " is a ", TypeName(type), ", this is a ", TypeName(given), hint}));
 }
 
 std::string Resolver::GetConstReason(NodeIndex node) const {
   const Meaning& meaning = _resolved.meaning[node];
   switch (_tree.nodes[node].kind) {
     case NodeKind::kMemberOf:
+      if (meaning.kind == MeaningKind::kSwizzle && HasRepetition(meaning.number))
+        return Join({"\".", NameOf(node), "\" names a component twice: it cannot be changed"});
       return GetConstReason(_tree.GetChild(node, 0));
     case NodeKind::kIndex:
       return GetConstReason(_tree.GetChild(node, 0));

@@ -93,18 +93,29 @@ class Resolver {
   TypeIndex CallTexture(NodeIndex node, WordId word);
   TypeIndex CallAtomic(NodeIndex node, WordId word);
   TypeIndex CallNoise(NodeIndex node);
-  TypeIndex Construct(NodeIndex node);
-  TypeIndex ConstructVector(NodeIndex node, TypeIndex type, std::span<const NodeIndex> arguments);
-  TypeIndex Cast(NodeIndex node);
   Types ReadArguments(std::span<const NodeIndex> arguments, Bool& isKnown);
   std::string ListTypes(const Types& types) const;
   // The argument of a word that names a parameter, `image` or UNIFORM(image); kNoNode with an error.
   NodeIndex ReadParameterArgument(NodeIndex argument, WordId word);
   Bool CheckCount(NodeIndex call, std::size_t count, std::string_view form);
 
+  // Values that are made of others (resolve_construct.cpp).
+  using Arguments = std::span<const NodeIndex>;
+  TypeIndex Construct(NodeIndex node);
+  TypeIndex ConstructScalar(NodeIndex node, TypeIndex type, Arguments arguments);
+  TypeIndex ConstructVector(NodeIndex node, TypeIndex type, Arguments arguments);
+  TypeIndex ConstructMatrix(NodeIndex node, TypeIndex type, Arguments arguments);
+  TypeIndex ConstructColumns(NodeIndex node, TypeIndex type, Arguments arguments, UInt32 count, UInt32 height);
+  TypeIndex ConstructStruct(NodeIndex node, TypeIndex type, Arguments arguments);
+  UInt32 CountComponents(TypeIndex type, Arguments arguments);
+  void ConvertComponents(Arguments arguments, Scalar scalar);
+  TypeIndex Cast(NodeIndex node);
+  TypeIndex CastToVector(NodeIndex node, TypeIndex type);
+
   // Conversions.
   // Makes `node` be wanted as `type`; false with an error where C++ does not convert. `what` is the thing that gets it.
   Bool Convert(NodeIndex node, TypeIndex type, std::string_view what);
+  TypeIndex FailConversion(NodeIndex node, TypeIndex type, std::string_view what);
   void SetConverted(NodeIndex node, TypeIndex type) { _resolved.converted[node] = type; }
   // Whether the expression may be changed; says why not.
   Bool CheckPlace(NodeIndex node, std::string_view what);

@@ -360,13 +360,21 @@ class Analyzer {
     const Uniformity whole = Value(operand);
     const Meaning& meaning = _resolved.meaning[operand];
     const Bool isWord = _tree.Is(operand, NodeKind::kName) && meaning.kind == MeaningKind::kWord;
-    const UInt32 component = _resolved.meaning[node].number;
+    const Meaning& part = _resolved.meaning[node];
     _cause = operand;
     if (!isWord || whole.IsSame()) return whole.variance == Variance::kLinear ? kVarying : whole;
     _cause = kNoNode;
+    if (part.kind == MeaningKind::kComponent) return InvocationComponent(meaning.word, part.number);
+    Uniformity together = kSame;
+    for (UInt32 i = 0; i < GetSwizzleCount(part.number); ++i)
+      together = Combine(together, InvocationComponent(meaning.word, GetSwizzleComponent(part.number, i)));
+    return together;
+  }
+
+  Uniformity InvocationComponent(WordId word, UInt32 component) const {
     if (_isOfGroup) return _resolved.groupSize[component] == 1 ? kSame : kVarying;
     if (component > 0) return kRow;
-    return meaning.word == WordId::kGlobalInvocation ? MakeLinear(1) : kVarying;
+    return word == WordId::kGlobalInvocation ? MakeLinear(1) : kVarying;
   }
 
   Uniformity Element(NodeIndex parameter, NodeIndex index) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "parallelprogram/kernellanguage/join.h"
+#include "parallelprogram/kernellanguage/print_tree.h"
 
 namespace ostra::kernellanguage {
 
@@ -49,6 +50,16 @@ std::string FindReason(std::string_view body, std::string_view before) {
   if (!kernel.notUnderstood) return "";
   const int line = kernel.sources.Locate(kernel.notUnderstood->offset).line;
   return Join({std::to_string(line - kBodyLine + 1), ": ", kernel.notUnderstood->reason});
+}
+
+std::string PrintResult(std::string_view body, std::string_view before) {
+  const AnalyzedKernel kernel = AnalyzeBody(body, before);
+  if (!kernel.errors.empty()) return "error: " + kernel.errors[0].text;
+  if (kernel.notUnderstood) return "reason: " + kernel.notUnderstood->reason;
+  const PrintTables tables{.resolved = &kernel.resolved};
+  const std::string tree = PrintTree(kernel.tree, tables);
+  const std::size_t begin = tree.find(" r = ");
+  return begin == std::string::npos ? "no r" : tree.substr(begin + 5, tree.find('\n', begin) - begin - 5);
 }
 
 NodeIndex FindVariable(const AnalyzedKernel& kernel, std::string_view name) {

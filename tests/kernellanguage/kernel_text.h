@@ -25,6 +25,9 @@ std::string FindErrors(std::string_view body, std::string_view before = {});
 // "line: reason", or "" for what is understood.
 std::string FindReason(std::string_view body, std::string_view before = {});
 
+// The initial value of the variable `r` of a body, with types.
+std::string PrintResult(std::string_view body, std::string_view before = {});
+
 // The first variable with this name.
 NodeIndex FindVariable(const AnalyzedKernel& kernel, std::string_view name);
 // The first statement of a kind.

@@ -160,6 +160,15 @@ TEST(UniformityTest, StatementsSayWhetherAllLanesComeThere) {
   EXPECT_EQ(find("for (int k = 0; k < 3; k++) { if (a > 0.5) { return; } }"), "varying");
 }
 
+TEST(UniformityTest, SwizzlesDifferAsTheirComponents) {
+  const AnalyzedKernel kernel =
+      AnalyzeBody("uint2 a = InGlobalInvocationID.yz;\nuint2 b = InGlobalInvocationID.yx;\nvec2 c = UNIFORM(v).xx;");
+  ASSERT_EQ(ListErrors(kernel), "");
+  EXPECT_EQ(kernel.uniformity.Get(FindVariable(kernel, "a")).variance, Variance::kRow);
+  EXPECT_EQ(kernel.uniformity.Get(FindVariable(kernel, "b")).variance, Variance::kVarying);
+  EXPECT_EQ(kernel.uniformity.Get(FindVariable(kernel, "c")).variance, Variance::kUniform);
+}
+
 TEST(UniformityTest, AtomicOperationsGiveEveryLaneAnotherValue) {
   EXPECT_EQ(Find("uint r = 0u; AtomicAdd(UNIFORM_BUFFER(counts)[0], 1u, r);"), "varying");
   EXPECT_EQ(Find("uint r = 0u; AtomicAdd(GetAtomicCounter(hits), 1u, r);"), "varying");

@@ -1,0 +1,120 @@
+// What the language takes beyond its plain form. PrintResult marks it with ^.
+#include <gtest/gtest.h>
+
+#include "kernel_text.h"
+
+namespace ostra::kernellanguage {
+namespace {
+
+// The number of a kSwizzle of a body; 0: there is none.
+UInt32 FindSwizzle(std::string_view body) {
+  const AnalyzedKernel kernel = AnalyzeBody(body);
+  EXPECT_EQ(ListErrors(kernel), "");
+  for (const Meaning& meaning : kernel.resolved.meaning) {
+    if (meaning.kind == MeaningKind::kSwizzle) return meaning.number;
+  }
+  return 0;
+}
+
+Bool IsPlain(std::string_view body, std::string_view before = {}) {
+  const AnalyzedKernel kernel = AnalyzeBody(body, before);
+  EXPECT_TRUE(kernel.IsUnderstood()) << body << ListErrors(kernel);
+  return kernel.resolved.extensions.empty();
+}
+
+// Whether the C++ forms know what a body says.
+Bool IsPrintable(std::string_view body, std::string_view before = {}) {
+  const AnalyzedKernel kernel = AnalyzeBody(body, before);
+  EXPECT_TRUE(kernel.IsUnderstood()) << body << ListErrors(kernel);
+  return kernel.resolved.firstUnprintable == kNoNode;
+}
+
+TEST(ExtensionTest, PlainKernelsHaveNone) {
+  EXPECT_TRUE(IsPlain("vec3 a = vec3(1.0, UNIFORM(f), 2); float b = a.x + UNIFORM(m).v1.y; a.z = max(b, 1.0);"));
+  EXPECT_TRUE(IsPlain("half h = half(1.0); int a[] = {1, 2}; bool b = vec2(1.0, 2.0) == vec2(2.0, 1.0);"));
+}
+
+TEST(ExtensionTest, SwizzlesAreVectors) {
+  EXPECT_EQ(PrintResult("vec2 r = UNIFORM(v).zx;"), "uniform.v:vec3.zx^:vec2");
+  EXPECT_EQ(PrintResult("vec4 r = UNIFORM(v).rrgb;"), "uniform.v:vec3.rrgb^:vec4");
+  EXPECT_EQ(PrintResult("vec2 r = UNIFORM(v).xyz.zy;"), "uniform.v:vec3.xyz^:vec3.zy^:vec2");
+  EXPECT_EQ(PrintResult("uint2 r = InGlobalInvocationID.xy;"), "InGlobalInvocationID:uint3.xy^:uint2");
+  EXPECT_EQ(PrintResult("vec2 r = UNIFORM(v).s20;"), "uniform.v:vec3.s20^:vec2");
+  const UInt32 number = FindSwizzle("vec3 a = UNIFORM(v).zzy;");
+  EXPECT_EQ(GetSwizzleCount(number), 3u);
+  EXPECT_EQ(GetSwizzleComponent(number, 0), 2u);
+  EXPECT_EQ(GetSwizzleComponent(number, 1), 2u);
+  EXPECT_EQ(GetSwizzleComponent(number, 2), 1u);
+}
+
+TEST(ExtensionTest, SingleComponentsHaveOtherNames) {
+  EXPECT_EQ(PrintResult("float r = UNIFORM(v).g;"), "uniform.v:vec3.g:float");
+  EXPECT_EQ(PrintResult("float r = UNIFORM(v).p;"), "uniform.v:vec3.p^:float");
+  EXPECT_EQ(PrintResult("float r = UNIFORM(v).s1;"), "uniform.v:vec3.s1^:float");
+  EXPECT_TRUE(IsPrintable("float r = UNIFORM(v).p;"));
+  EXPECT_FALSE(IsPrintable("float r = UNIFORM(v).s1;"));
+}
+
+TEST(ExtensionTest, SwizzlesAreNoMixtureAndStayInTheVector) {
+  EXPECT_EQ(FindErrors("vec2 a = UNIFORM(v).xg;"), "1:21: a vec3 has no component \"xg\"");
+  EXPECT_EQ(FindErrors("vec2 a = UNIFORM(v).xw;"), "1:21: a vec3 has no component \"xw\"");
+  EXPECT_EQ(FindErrors("vec2 a = UNIFORM(v).xyzxy;"), "1:21: a vec3 has no component \"xyzxy\"");
+  EXPECT_EQ(FindErrors("vec2 a = UNIFORM(v).s03;"), "1:21: a vec3 has no component \"s03\"");
+}
+
+TEST(ExtensionTest, SwizzlesAreAssignedTo) {
+  EXPECT_EQ(FindErrors("vec3 a = UNIFORM(v); a.xy = a.yx; a.zx += vec2(1.0, 2.0); a.xz *= 2.0; a.xy++;"), "");
+  EXPECT_EQ(FindErrors("vec3 a = UNIFORM(v); a.xx = a.yx;"),
+            "1:24: \".xx\" names a component twice: it cannot be changed");
+  EXPECT_EQ(FindErrors("UNIFORM(v).xy = vec2(1.0, 2.0);"), "1:12: UNIFORM(v) cannot be changed in a kernel");
+  EXPECT_EQ(FindErrors("vec3 a; a.xy = a;"), "");
+  EXPECT_EQ(FindReason("vec3 a; a.xy = a;"), "1: a vec3 for a vec2");
+}
+
+TEST(ExtensionTest, VectorsAreMadeOfEverythingWithComponents) {
+  EXPECT_EQ(PrintResult("vec3 r = vec3(UNIFORM(f));"), "(make vec3 uniform.f:float)^:vec3");
+  EXPECT_TRUE(IsPrintable("vec3 r = vec3(UNIFORM(f));"));
+  EXPECT_EQ(PrintResult("vec4 r = vec4(UNIFORM(v).xy, 1, 2u);"),
+            "(make vec4 uniform.v:vec3.xy^:vec2 1:int>float 2u:uint>float):vec4");
+  EXPECT_EQ(PrintResult("int3 r = int3(UNIFORM(v));"), "(make int3 uniform.v:vec3>int3):int3");
+  EXPECT_EQ(PrintResult("vec2 r = vec2(UNIFORM(v));"), "(make vec2 uniform.v:vec3):vec2");
+  EXPECT_EQ(PrintResult("int2 r = int2(UNIFORM(v));"), "(make int2 uniform.v:vec3>int3)^:int2");
+  EXPECT_EQ(PrintResult("ivec2 r = ivec2(1.5, 2);"), "(make ivec2 1.5:float>int 2:int):int2");
+  EXPECT_EQ(PrintResult("bvec2 r = bvec2(1, 0);"), "(make bvec2 1:int>bool 0:int>bool):bvec2");
+  EXPECT_EQ(PrintResult("half2 r = half2(1.0);"), "(make half2 1.0:float>half)^:half2");
+  EXPECT_EQ(PrintResult("vec2 r = vec2(half2(1.0, 2.0));"),
+            "(make vec2 (make half2 1.0:float>half 2.0:float>half):half2>vec2)^:vec2");
+  EXPECT_FALSE(IsPlain("ivec2 a = int2(1, 2);"));
+  EXPECT_EQ(FindErrors("vec4 a = vec4(UNIFORM(v));"), "1:10: a vec4 has 4 components, here are 3");
+}
+
+TEST(ExtensionTest, MatricesAreMadeOfNumbersColumnsAndMatrices) {
+  EXPECT_EQ(PrintResult("mat3 r = mat3(1);"), "(make mat3 1:int>float)^:mat3");
+  EXPECT_EQ(PrintResult("mat2 r = mat2(1, 0, vec2(2.0, 3.0));"),
+            "(make mat2 1:int>float 0:int>float (make vec2 2.0:float 3.0:float):vec2)^:mat2");
+  EXPECT_EQ(PrintResult("mat4 r = mat4(UNIFORM(m));"), "(make mat4 uniform.m:mat3)^:mat4");
+  EXPECT_EQ(PrintResult("mat2 r = mat2(UNIFORM(m));"), "(make mat2 uniform.m:mat3)^:mat2");
+  EXPECT_EQ(PrintResult("mat3 r = mat3(UNIFORM(v), UNIFORM(v), UNIFORM(v));"),
+            "(make mat3 uniform.v:vec3 uniform.v:vec3 uniform.v:vec3):mat3");
+  EXPECT_EQ(FindErrors("mat3 a = mat3(1.0, 2.0);"), "1:10: a mat3 is made of 3 columns or 9 components, here are 2");
+}
+
+TEST(ExtensionTest, StructsAreMadeOfTheirMembers) {
+  const std::string before = "struct P\n{\nvec3 p;\nfloat m;\n};\n";
+  EXPECT_EQ(PrintResult("P r = P(UNIFORM(v), 2);", before), "(make P uniform.v:vec3 2:int>float)^:P");
+  EXPECT_EQ(FindErrors("P r = P(UNIFORM(v));", before), "6:7: a P has 2 members, here is 1");
+  EXPECT_EQ(FindErrors("P r = P(1.0, UNIFORM(v));", before), "6:14: the member \"m\" is a float, this is a vec3");
+}
+
+TEST(ExtensionTest, NumbersBecomeVectorsAndHalves) {
+  EXPECT_EQ(PrintResult("vec3 r = 1;"), "1^:int>vec3");
+  EXPECT_EQ(PrintResult("half r = 0.5;"), "0.5^:float>half");
+  EXPECT_EQ(PrintResult("half2 r = vec2(1.0, 2.0);"), "(make vec2 1.0:float 2.0:float)^:vec2>half2");
+  EXPECT_EQ(PrintResult("vec3 r = (vec3)(UNIFORM(f));"), "(cast vec3 uniform.f:float)^:vec3");
+  EXPECT_EQ(PrintResult("int3 r = (int3)UNIFORM(v);"), "(cast int3 uniform.v:vec3>int3)^:int3");
+  EXPECT_EQ(FindErrors("vec4 a = SampleTexture(image, 0.5);"),
+            "1:31: the place in a texture of 2 dimensions is a vec2, this is a float; write vec2(...)");
+}
+
+}  // namespace
+}  // namespace ostra::kernellanguage
