@@ -134,6 +134,67 @@ TypeIndex Resolver::CallFunction(NodeIndex node, const std::vector<NodeIndex>& f
   return _resolved.type[function];
 }
 
+// Whether an argument is a vector longer than what the overload takes.
+Bool Resolver::IsCut(const Overload& overload, const Types& types) const {
+  for (std::size_t i = 0; i < types.size(); ++i) {
+    if (GetConversion(_resolved.types, types[i], overload.parameters[i]) == ConversionRank::kCut) return true;
+  }
+  return false;
+}
+
+// The overload for arguments of several types: all numbers become those of the type that C++ would compute with, and a
+// scalar becomes a vector where there is no other way.
+std::optional<std::size_t> Resolver::FindMixedOverload(std::span<const Overload> overloads, const Types& types) const {
+  Scalar common = Scalar::kBool;
+  UInt32 width = 1;
+  for (const TypeIndex index : types) {
+    const Type& type = Get(index);
+    if (!IsScalar(index) && !IsVector(index)) return std::nullopt;
+    if (width > 1 && type.count > 1 && type.count != width) return std::nullopt;
+    width = std::max(width, type.count);
+    common = GetCommonScalar(common, type.scalar);
+  }
+  const auto isOfIntegers = [this](const Overload& overload) {
+    return Get(overload.parameters[0]).scalar == Scalar::kInt32;
+  };
+  if (std::none_of(overloads.begin(), overloads.end(), isOfIntegers)) common = Scalar::kFloat32;
+  std::optional<std::size_t> best;
+  std::size_t fewest = types.size() + 1;
+  for (std::size_t i = 0; i < overloads.size(); ++i) {
+    const Overload& overload = overloads[i];
+    std::size_t spread = 0;
+    Bool fits = overload.count == types.size();
+    for (std::size_t k = 0; fits && k < types.size(); ++k) {
+      const Type &parameter = Get(overload.parameters[k]), &given = Get(types[k]);
+      const Bool isVector = parameter.kind == TypeKind::kVector;
+      fits = (isVector ? parameter.count == width : parameter.kind == TypeKind::kScalar && given.count == 1) &&
+             parameter.scalar == common;
+      if (isVector && given.count == 1) ++spread;
+    }
+    if (!fits || spread >= fewest) continue;
+    best = i;
+    fewest = spread;
+  }
+  return best;
+}
+
+TypeIndex Resolver::FailOverload(NodeIndex node, std::span<const Overload> overloads, const Types& types) {
+  constexpr int kMaxListed = 6;
+  std::string forms;
+  int count = 0;
+  for (const Overload& overload : overloads) {
+    if (overload.count != types.size() || ++count > kMaxListed) continue;
+    const Types parameters(overload.parameters, overload.parameters + overload.count);
+    forms += Join({forms.empty() ? "(" : ", (", ListTypes(parameters), ")"});
+  }
+  if (count > kMaxListed) forms += ", ...";
+  if (count == 0) {
+    return Fail(node, Join({NameOf(node), " does not take ", std::to_string(types.size()),
+                            types.size() == 1 ? " argument" : " arguments"}));
+  }
+  return Fail(node, Join({"there is no ", NameOf(node), " of ", ListTypes(types), "; it takes ", forms}));
+}
+
 TypeIndex Resolver::CallWord(NodeIndex node, WordId word) {
   Bool isKnown = false;
   const auto arguments = _tree.GetChildren(node);
@@ -147,27 +208,21 @@ TypeIndex Resolver::CallWord(NodeIndex node, WordId word) {
   std::vector<Candidate> candidates;
   for (const Overload& overload : overloads) candidates.push_back({{overload.parameters, overload.count}, {}});
   std::size_t chosen = 0;
-  switch (ChooseOverload(_resolved.types, candidates, types, chosen)) {
-    case Choice::kFound:
-      break;
-    case Choice::kUncertain:
+  const Choice choice = ChooseOverload(_resolved.types, candidates, types, chosen);
+  const Bool isPlain = choice == Choice::kFound && !IsCut(overloads[chosen], types);
+  if (!isPlain) {
+    const auto mixed = FindMixedOverload(overloads, types);
+    if (!mixed && choice == Choice::kUncertain)
       return Stop(node, Join({"the choice of ", NameOf(node), " for ", ListTypes(types)}));
-    case Choice::kAmbiguous:
-      return Fail(node,
-                  Join({NameOf(node), " of ", ListTypes(types), " is ambiguous: the arguments must have one type"}));
-    case Choice::kNone: {
-      const Bool isCountKnown = std::any_of(overloads.begin(), overloads.end(),
-                                            [&](const Overload& overload) { return overload.count == types.size(); });
-      if (isCountKnown) return Fail(node, Join({"there is no ", NameOf(node), " of ", ListTypes(types)}));
-      return Fail(node, Join({NameOf(node), " does not take ", std::to_string(types.size()),
-                              types.size() == 1 ? " argument" : " arguments"}));
-    }
+    if (!mixed) return FailOverload(node, overloads, types);
+    chosen = *mixed;
+    Extend(node);
   }
   const Overload& overload = overloads[chosen];
   for (std::size_t i = 0; i < arguments.size(); ++i) {
     if (!Convert(arguments[i], overload.parameters[i], "an argument")) return kUnknownType;
   }
-  if (GetWord(word).isExtension) Extend(node);
+  if (GetWord(word).isExtension && isPlain) Extend(node);
   _resolved.meaning[node] = {.kind = MeaningKind::kWord, .word = word, .overload = static_cast<UInt16>(chosen)};
   return overload.result;
 }

@@ -8,17 +8,6 @@
 namespace ostra::kernellanguage {
 namespace {
 
-Bool IsComparison(Operation operation) { return operation >= Operation::kLess && operation <= Operation::kNotEqual; }
-Bool IsShift(Operation operation) { return operation == Operation::kShiftLeft || operation == Operation::kShiftRight; }
-Bool IsLogical(Operation operation) {
-  return operation == Operation::kLogicalAnd || operation == Operation::kLogicalOr;
-}
-// Operators of whole numbers only.
-Bool IsOfIntegers(Operation operation) {
-  return operation == Operation::kRemainder || IsShift(operation) ||
-         (operation >= Operation::kBitAnd && operation <= Operation::kBitXor);
-}
-
 struct Swizzle {
   UInt32 count = 0;       // 0: there are no such components
   UInt32 components = 0;  // 2 bits each
@@ -180,213 +169,6 @@ TypeIndex Resolver::LocalData(NodeIndex node) {
   return Get(type).element;
 }
 
-TypeIndex Resolver::Unary(NodeIndex node) {
-  const NodeIndex operand = _tree.GetChild(node, 0);
-  const Operation operation = _tree.nodes[node].operation;
-  const TypeIndex type = Expression(operand);
-  if (type == kUnknownType || IsStopped()) return kUnknownType;
-  const std::string_view sign = GetSpelling(operation);
-  const Type& kind = Get(type);
-  if (operation == Operation::kNot) {
-    if (!IsScalar(type)) return Fail(operand, Join({"\"!\" needs a bool or a number, not a ", TypeName(type)}));
-    SetConverted(operand, kBoolType);
-    return kBoolType;
-  }
-  const Bool isComplement = operation == Operation::kComplement;
-  if (kind.kind == TypeKind::kVector) {
-    if (kind.scalar == Scalar::kHalf || kind.scalar == Scalar::kBool || (isComplement && IsFloating(kind.scalar)))
-      return Stop(node, Join({"\"", sign, "\" of a ", TypeName(type)}));
-    return type;
-  }
-  if (kind.kind != TypeKind::kScalar) {
-    return Fail(node, Join({"there is no \"", sign, "\" for a ", TypeName(type)}));
-  }
-  if (isComplement && IsFloating(kind.scalar))
-    return Fail(node, Join({"\"~\" needs a whole number, not a ", TypeName(type)}));
-  const TypeIndex result = GetScalarType(Promote(kind.scalar));
-  SetConverted(operand, result);
-  return result;
-}
-
-// ++ and --, before and after.
-TypeIndex Resolver::Step(NodeIndex node) {
-  const NodeIndex operand = _tree.GetChild(node, 0);
-  const std::string_view sign = GetSpelling(_tree.nodes[node].operation);
-  const TypeIndex type = Expression(operand);
-  if (type == kUnknownType || IsStopped()) return kUnknownType;
-  const Type& kind = Get(type);
-  if (!CheckPlace(operand, Join({"\"", sign, "\""}))) return kUnknownType;
-  if (kind.kind == TypeKind::kVector && kind.scalar != Scalar::kHalf && kind.scalar != Scalar::kBool) {
-    _resolved.computed[node] = type;
-  } else if (kind.kind == TypeKind::kScalar && kind.scalar != Scalar::kHalf && kind.scalar != Scalar::kBool) {
-    _resolved.computed[node] = GetScalarType(Promote(kind.scalar));
-  } else {
-    return Stop(node, Join({"\"", sign, "\" of a ", TypeName(type)}));
-  }
-  if (_tree.Is(node, NodeKind::kUnary)) _resolved.isPlace[node] = true;
-  return type;
-}
-
-TypeIndex Resolver::Binary(NodeIndex node) {
-  const NodeIndex leftNode = _tree.GetChild(node, 0), rightNode = _tree.GetChild(node, 1);
-  const TypeIndex left = Expression(leftNode), right = Expression(rightNode);
-  if (left == kUnknownType || right == kUnknownType || IsStopped()) return kUnknownType;
-  const Operation operation = _tree.nodes[node].operation;
-  if (IsLogical(operation)) {
-    for (const NodeIndex operand : {leftNode, rightNode}) {
-      const TypeIndex type = _resolved.type[operand];
-      if (IsVector(type)) return Stop(node, "a logical operation of vectors");
-      if (!IsScalar(type))
-        return Fail(operand, Join({"\"", GetSpelling(operation), "\" needs bools or numbers, not a ", TypeName(type)}));
-      SetConverted(operand, kBoolType);
-    }
-    _resolved.computed[node] = kBoolType;
-    return kBoolType;
-  }
-  if (IsScalar(left) && IsScalar(right)) return BinaryOfScalars(node, left, right);
-  if (IsVector(left) || IsVector(right)) return BinaryOfVectors(node, left, right);
-  const Bool isEquality = operation == Operation::kEqual || operation == Operation::kNotEqual;
-  const Bool isMatrix = Get(left).kind == TypeKind::kMatrix || Get(right).kind == TypeKind::kMatrix;
-  if (isEquality && left == right) return Stop(node, Join({"a comparison of ", TypeName(left)}));
-  if (operation == Operation::kMultiply && isMatrix)
-    return Fail(node, Join({"matrices are multiplied with mul(a, b): there is no \"*\" for ", TypeName(left), " and ",
-                            TypeName(right)}));
-  return Fail(node,
-              Join({"there is no \"", GetSpelling(operation), "\" for ", TypeName(left), " and ", TypeName(right)}));
-}
-
-TypeIndex Resolver::BinaryOfScalars(NodeIndex node, TypeIndex left, TypeIndex right) {
-  const Operation operation = _tree.nodes[node].operation;
-  const NodeIndex leftNode = _tree.GetChild(node, 0), rightNode = _tree.GetChild(node, 1);
-  const Scalar a = Get(left).scalar, b = Get(right).scalar;
-  if (IsOfIntegers(operation) && (IsFloating(a) || IsFloating(b))) {
-    const std::string_view hint = operation == Operation::kRemainder ? "; mod(x, y) is that of floats" : "";
-    return Fail(node, Join({"\"", GetSpelling(operation), "\" needs whole numbers, not ", TypeName(left), " and ",
-                            TypeName(right), hint}));
-  }
-  if (IsShift(operation)) {
-    const TypeIndex result = GetScalarType(Promote(a));
-    SetConverted(leftNode, result);
-    SetConverted(rightNode, GetScalarType(Promote(b)));
-    return _resolved.computed[node] = result;
-  }
-  const TypeIndex common = GetScalarType(GetCommonScalar(a, b));
-  SetConverted(leftNode, common);
-  SetConverted(rightNode, common);
-  _resolved.computed[node] = common;
-  return IsComparison(operation) ? kBoolType : common;
-}
-
-TypeIndex Resolver::BinaryOfVectors(NodeIndex node, TypeIndex left, TypeIndex right) {
-  const Operation operation = _tree.nodes[node].operation;
-  const Type &a = Get(left), &b = Get(right);
-  const auto refuse = [&](std::string_view hint) {
-    return Fail(node, Join({"there is no \"", GetSpelling(operation), "\" for ", TypeName(left), " and ",
-                            TypeName(right), hint}));
-  };
-  if (IsComparison(operation)) {
-    const Bool isEquality = operation == Operation::kEqual || operation == Operation::kNotEqual;
-    if (!isEquality) return refuse(": vectors are compared component by component");
-    if (left != right || a.scalar == Scalar::kHalf || a.scalar == Scalar::kBool)
-      return Stop(node, "this comparison of vectors");
-    _resolved.computed[node] = left;
-    return kBoolType;
-  }
-  const Type& vector = a.kind == TypeKind::kVector ? a : b;
-  const TypeIndex result = a.kind == TypeKind::kVector ? left : right;
-  if (vector.scalar == Scalar::kHalf || vector.scalar == Scalar::kBool)
-    return Stop(node, "arithmetic of these vectors");
-  const TypeIndex other = result == left ? right : left;
-  const TypeKind otherKind = Get(other).kind;
-  if (otherKind == TypeKind::kMatrix || otherKind == TypeKind::kAffineMatrix)
-    return refuse("; matrices are multiplied with mul(a, b)");
-  if (otherKind == TypeKind::kScalar && Get(other).scalar != vector.scalar)
-    return refuse(Join({"; write ", kernellanguage::GetName(vector.scalar), "( )"}));
-  if (otherKind != TypeKind::kScalar && other != result) return refuse("");
-  if (IsOfIntegers(operation) && IsFloating(vector.scalar)) return Stop(node, "this operation of vectors of floats");
-  return _resolved.computed[node] = result;
-}
-
-TypeIndex Resolver::Assign(NodeIndex node) {
-  const NodeIndex target = _tree.GetChild(node, 0), valueNode = _tree.GetChild(node, 1);
-  const TypeIndex type = Expression(target);
-  const TypeIndex value = Expression(valueNode);
-  if (type == kUnknownType || value == kUnknownType || IsStopped()) return kUnknownType;
-  if (Get(type).kind == TypeKind::kBuffer)
-    return Fail(target, Join({"an element of the buffer is missing: UNIFORM_BUFFER(", NameOf(target), ")[index]"}));
-  if (Get(type).kind == TypeKind::kArray) return Fail(target, "an array cannot be assigned as a whole");
-  if (!CheckPlace(target, "an assignment")) return kUnknownType;
-  if (_tree.nodes[node].operation == Operation::kNone)
-    Convert(valueNode, type, "what is assigned to");
-  else
-    AssignComputed(node, type, value);
-  _resolved.isPlace[node] = true;
-  return type;
-}
-
-// += and its relatives.
-void Resolver::AssignComputed(NodeIndex node, TypeIndex target, TypeIndex value) {
-  const Operation operation = _tree.nodes[node].operation;
-  const NodeIndex valueNode = _tree.GetChild(node, 1);
-  const Type &a = Get(target), &b = Get(value);
-  const auto refuse = [&] {
-    Fail(node,
-         Join({"there is no \"", GetSpelling(operation), "=\" for ", TypeName(target), " and ", TypeName(value)}));
-  };
-  if (a.kind == TypeKind::kScalar && b.kind == TypeKind::kScalar) {
-    if (a.scalar == Scalar::kHalf) {
-      Fail(node,
-           Join({"a half is only stored: compute in float, x = half(float(x) ", GetSpelling(operation), " ...)"}));
-      return;
-    }
-    if (a.scalar == Scalar::kBool) {
-      Stop(node, "arithmetic with a bool as its target");
-      return;
-    }
-    if (IsOfIntegers(operation) && (IsFloating(a.scalar) || IsFloating(b.scalar))) {
-      Fail(node, Join({"\"", GetSpelling(operation), "=\" needs whole numbers, not ", TypeName(target), " and ",
-                       TypeName(value)}));
-      return;
-    }
-    const TypeIndex computed =
-        GetScalarType(IsShift(operation) ? Promote(a.scalar) : GetCommonScalar(a.scalar, b.scalar));
-    _resolved.computed[node] = computed;
-    SetConverted(valueNode, IsShift(operation) ? GetScalarType(Promote(b.scalar)) : computed);
-    return;
-  }
-  if (a.kind != TypeKind::kVector) return refuse();
-  if (a.scalar == Scalar::kHalf || a.scalar == Scalar::kBool || (IsOfIntegers(operation) && IsFloating(a.scalar))) {
-    Stop(node, "this operation of vectors");
-    return;
-  }
-  if (b.kind == TypeKind::kVector ? b.count != a.count : b.kind != TypeKind::kScalar) return refuse();
-  // Vectors convert the other operand to their own component before they compute.
-  _resolved.computed[node] = target;
-  SetConverted(valueNode, b.kind == TypeKind::kVector ? target : GetScalarType(a.scalar));
-}
-
-TypeIndex Resolver::Conditional(NodeIndex node) {
-  Condition(_tree.GetChild(node, 0));
-  const NodeIndex first = _tree.GetChild(node, 1), second = _tree.GetChild(node, 2);
-  const TypeIndex a = Expression(first), b = Expression(second);
-  if (a == kUnknownType || b == kUnknownType || IsStopped()) return kUnknownType;
-  if (a == b) {
-    _resolved.isPlace[node] = false;
-    return a == kVoidType || Get(a).kind == TypeKind::kArray ? Stop(node, "values of this type after \"?\"") : a;
-  }
-  if (!IsScalar(a) || !IsScalar(b)) {
-    if (IsVector(a) && IsVector(b)) return Stop(node, "vectors of different types after \"?\"");
-    return Fail(node, Join({"the values of \"?\" have different types: ", TypeName(a), " and ", TypeName(b)}));
-  }
-  if (a == kHalfType || b == kHalfType) {
-    if (a != kFloatType && b != kFloatType) return Stop(node, "a half beside another number after \"?\"");
-  }
-  const TypeIndex common = GetScalarType(GetCommonScalar(Get(a).scalar, Get(b).scalar));
-  SetConverted(first, common);
-  SetConverted(second, common);
-  return common;
-}
-
 TypeIndex Resolver::MemberOf(NodeIndex node) {
   const NodeIndex operand = _tree.GetChild(node, 0);
   const TypeIndex type = Expression(operand);
@@ -443,7 +225,13 @@ TypeIndex Resolver::Index(NodeIndex node) {
     SetConverted(index, kIntType);
     return GetScalarType(kind.scalar);
   }
-  if (kind.kind != TypeKind::kArray && kind.kind != TypeKind::kBuffer)
+  if (kind.kind == TypeKind::kMatrix && isInteger) {
+    Extend(node);
+    _resolved.isPlace[node] = _resolved.isPlace[operand];
+    SetConverted(index, kIntType);
+    return GetVectorType(Scalar::kFloat32, kind.count);
+  }
+  if (kind.kind != TypeKind::kArray && kind.kind != TypeKind::kBuffer && kind.kind != TypeKind::kMatrix)
     return Fail(node, Join({"a ", TypeName(type), " has no elements"}));
   if (!isInteger) {
     // Checked accesses to buffers take every number.

@@ -29,6 +29,9 @@ class Resolver {
   const Type& Get(TypeIndex type) const { return _resolved.types[type]; }
   Bool IsScalar(TypeIndex type) const { return _resolved.types.IsScalar(type); }
   Bool IsVector(TypeIndex type) const { return _resolved.types.IsVector(type); }
+  Bool IsMatrix(TypeIndex type) const {
+    return Get(type).kind == TypeKind::kMatrix || Get(type).kind == TypeKind::kAffineMatrix;
+  }
 
   // Names.
   struct Scope {
@@ -75,21 +78,36 @@ class Resolver {
   TypeIndex Name(NodeIndex node);
   TypeIndex ParameterWord(NodeIndex node);
   TypeIndex LocalData(NodeIndex node);
+  TypeIndex MemberOf(NodeIndex node);
+  TypeIndex Index(NodeIndex node);
+
+  // Operators (resolve_operators.cpp).
   TypeIndex Unary(NodeIndex node);
   TypeIndex Step(NodeIndex node);  // ++ and --
   TypeIndex Binary(NodeIndex node);
   TypeIndex BinaryOfScalars(NodeIndex node, TypeIndex left, TypeIndex right);
   TypeIndex BinaryOfVectors(NodeIndex node, TypeIndex left, TypeIndex right);
+  TypeIndex ComputeMatrices(NodeIndex node, TypeIndex left, TypeIndex right);
+  TypeIndex MultiplyMatrices(NodeIndex node, TypeIndex left, TypeIndex right);
+  TypeIndex ConvertOperands(NodeIndex node, Scalar scalar, UInt32 count);
+  TypeIndex GetCommonVector(TypeIndex left, TypeIndex right) const;
+  TypeIndex FailOperation(NodeIndex node, TypeIndex left, TypeIndex right, std::string_view hint = {});
+  TypeIndex SetComputed(NodeIndex node, TypeIndex computed) { return SetComputed(node, computed, computed); }
+  TypeIndex SetComputed(NodeIndex node, TypeIndex computed, TypeIndex result) {
+    _resolved.computed[node] = computed;
+    return result;
+  }
   TypeIndex Assign(NodeIndex node);
   void AssignComputed(NodeIndex node, TypeIndex target, TypeIndex value);
   TypeIndex Conditional(NodeIndex node);
-  TypeIndex MemberOf(NodeIndex node);
-  TypeIndex Index(NodeIndex node);
 
   // Calls (resolve_calls.cpp).
   TypeIndex Call(NodeIndex node);
   TypeIndex CallFunction(NodeIndex node, const std::vector<NodeIndex>& functions);
   TypeIndex CallWord(NodeIndex node, WordId word);
+  Bool IsCut(const Overload& overload, const Types& types) const;
+  std::optional<std::size_t> FindMixedOverload(std::span<const Overload> overloads, const Types& types) const;
+  TypeIndex FailOverload(NodeIndex node, std::span<const Overload> overloads, const Types& types);
   TypeIndex CallTexture(NodeIndex node, WordId word);
   TypeIndex CallAtomic(NodeIndex node, WordId word);
   TypeIndex CallNoise(NodeIndex node);

@@ -116,5 +116,81 @@ TEST(ExtensionTest, NumbersBecomeVectorsAndHalves) {
             "1:31: the place in a texture of 2 dimensions is a vec2, this is a float; write vec2(...)");
 }
 
+TEST(ExtensionTest, ArgumentsOfSeveralTypesBecomeOne) {
+  EXPECT_EQ(PrintResult("float r = max(UNIFORM(f), 0);"), "(call max uniform.f:float 0:int>float)^:float");
+  EXPECT_EQ(PrintResult("uint r = clamp(UNIFORM(n), 0, 5);"),
+            "(call clamp uniform.n:uint 0:int>uint 5:int>uint)^:uint");
+  EXPECT_EQ(PrintResult("float r = mix(UNIFORM(f), 1, 0.5);"),
+            "(call mix uniform.f:float 1:int>float 0.5:float):float");
+  EXPECT_EQ(PrintResult("vec3 r = max(int3(1, 2, 3), UNIFORM(v));"),
+            "(call max (make int3 1:int 2:int 3:int):int3>vec3 uniform.v:vec3)^:vec3");
+  EXPECT_EQ(PrintResult("int3 r = clamp(int3(1, 2, 3), 0, 2u);"),
+            "(call clamp (make int3 1:int 2:int 3:int):int3>uint3 0:int>uint 2u:uint)^:uint3>int3");
+  EXPECT_EQ(PrintResult("vec3 r = pow(UNIFORM(v), 2.0);"), "(call pow uniform.v:vec3 2.0^:float>vec3)^:vec3");
+  EXPECT_EQ(PrintResult("vec3 r = mix(0, UNIFORM(v), 0.5);"), "(call mix 0^:int>vec3 uniform.v:vec3 0.5:float)^:vec3");
+  EXPECT_EQ(PrintResult("half h = half(1.0); float r = min(h, 2);"), "(call min h:half>float 2:int>float)^:float");
+  EXPECT_EQ(PrintResult("float r = sqrt(2);"), "(call sqrt 2:int>float):float");
+}
+
+TEST(ExtensionTest, VectorsAreComparedComponentByComponent) {
+  EXPECT_EQ(PrintResult("bvec3 r = lessThan(UNIFORM(v), vec3(1.0, 2.0, 3.0));"),
+            "(call lessThan uniform.v:vec3 (make vec3 1.0:float 2.0:float 3.0:float):vec3)^:bvec3");
+  EXPECT_EQ(PrintResult("bool r = any(greaterThan(UNIFORM(v), 1));"),
+            "(call any (call greaterThan uniform.v:vec3 1^:int>vec3)^:bvec3)^:bool");
+  EXPECT_EQ(PrintResult("bool r = all(not(equal(uint2(1u, 2u), 1)));"),
+            "(call all (call not (call equal (make uint2 1u:uint 2u:uint):uint2 1^:int>uint2)^:bvec2)^:bvec2)^:bool");
+  EXPECT_EQ(PrintResult("bvec2 a = bvec2(true, false); bool r = (!a).x;"), "(! a:bvec2)^:bvec2.x:bool");
+  EXPECT_EQ(PrintResult("bool r = int2(1, 2) == vec2(1.0, 2.0);"),
+            "(== (make int2 1:int 2:int):int2>vec2 (make vec2 1.0:float 2.0:float):vec2)^:bool");
+  EXPECT_EQ(FindErrors("bool a = UNIFORM(v) < UNIFORM(v);"),
+            "1:21: there is no \"<\" for vec3 and vec3: vectors are compared component by component, with "
+            "lessThan(a, b) and its relatives");
+  // In C++ it is an operator, too.
+  EXPECT_EQ(FindReason("bool a = true; bool b = not a;"), "1: this use of \"not\"");
+}
+
+TEST(ExtensionTest, VectorsComputeWithOtherNumbers) {
+  EXPECT_EQ(PrintResult("vec3 r = UNIFORM(v) * 2;"), "(* uniform.v:vec3 2:int>float)^:vec3");
+  EXPECT_EQ(PrintResult("vec3 r = UNIFORM(n) + UNIFORM(v);"), "(+ uniform.n:uint>float uniform.v:vec3)^:vec3");
+  EXPECT_EQ(PrintResult("vec2 r = int2(1, 2) * 0.5;"), "(* (make int2 1:int 2:int):int2>vec2 0.5:float)^:vec2");
+  EXPECT_EQ(PrintResult("vec2 r = int2(1, 2) / vec2(1.0, 2.0);"),
+            "(/ (make int2 1:int 2:int):int2>vec2 (make vec2 1.0:float 2.0:float):vec2)^:vec2");
+  EXPECT_EQ(PrintResult("uint2 r = uint2(1u, 2u) << 3;"), "(<< (make uint2 1u:uint 2u:uint):uint2 3:int>uint)^:uint2");
+  EXPECT_EQ(PrintResult("vec3 r = true ? UNIFORM(v) : 0;"), "(? true:bool uniform.v:vec3 0:int>vec3)^:vec3");
+  EXPECT_EQ(FindErrors("vec3 a = UNIFORM(v) & 2;"), "1:21: there is no \"&\" for vec3 and int");
+  EXPECT_EQ(FindErrors("half h = 1.0; h *= 2.0;"), "");
+}
+
+TEST(ExtensionTest, MatricesComputeAsInLinearAlgebra) {
+  EXPECT_EQ(PrintResult("vec3 r = UNIFORM(m) * UNIFORM(v);"), "(* uniform.m:mat3 uniform.v:vec3)^:vec3");
+  EXPECT_EQ(PrintResult("vec3 r = int3(1, 2, 3) * UNIFORM(m);"),
+            "(* (make int3 1:int 2:int 3:int):int3>vec3 uniform.m:mat3)^:vec3");
+  EXPECT_EQ(PrintResult("mat3 r = UNIFORM(m) * UNIFORM(m);"), "(* uniform.m:mat3 uniform.m:mat3)^:mat3");
+  EXPECT_EQ(PrintResult("mat3 r = 2 * UNIFORM(m);"), "(* 2:int>float uniform.m:mat3)^:mat3");
+  EXPECT_EQ(PrintResult("mat3 r = UNIFORM(m) / 2.0;"), "(/ uniform.m:mat3 2.0:float)^:mat3");
+  EXPECT_EQ(PrintResult("mat3 r = -UNIFORM(m) + UNIFORM(m);"), "(+ (- uniform.m:mat3)^:mat3 uniform.m:mat3)^:mat3");
+  EXPECT_EQ(FindErrors("mat3 a = UNIFORM(m); vec3 b = UNIFORM(v); a *= a; a *= 2; a += a; a /= 2.0; b *= a;"), "");
+  EXPECT_EQ(FindErrors("mat3 a = UNIFORM(m) + 1.0;"), "1:21: there is no \"+\" for mat3 and float");
+  EXPECT_EQ(FindErrors("float a; a *= UNIFORM(m);"), "1:12: there is no \"*=\" for float and mat3");
+}
+
+TEST(ExtensionTest, ProductsOfMatricesMeanMul) {
+  const AnalyzedKernel kernel = AnalyzeBody("vec3 a = UNIFORM(v) * UNIFORM(m);");
+  const Meaning& meaning = kernel.resolved.meaning[FindNode(kernel, NodeKind::kBinary)];
+  EXPECT_EQ(meaning.kind, MeaningKind::kWord);
+  EXPECT_EQ(meaning.word, WordId::kMul);
+  const Overload& overload = GetOverloads(WordId::kMul)[meaning.overload];
+  EXPECT_EQ(overload.parameters[0], GetVectorType(Scalar::kFloat32, 3));
+  EXPECT_EQ(overload.parameters[1], kMatrix3Type);
+}
+
+TEST(ExtensionTest, MatricesHaveColumnsByNumber) {
+  EXPECT_EQ(PrintResult("vec3 r = UNIFORM(m)[1u];"), "(at uniform.m:mat3 1u:uint>int)^:vec3");
+  EXPECT_EQ(PrintResult("float r = UNIFORM(m)[1][2];"), "(at (at uniform.m:mat3 1:int)^:vec3 2:int):float");
+  EXPECT_EQ(FindErrors("mat3 a; a[1] = UNIFORM(v); a[0][2] = 1.0; a[1].xy = vec2(1.0, 2.0);"), "");
+  EXPECT_EQ(FindErrors("UNIFORM(m)[1] = UNIFORM(v);"), "1:11: UNIFORM(m) cannot be changed in a kernel");
+  EXPECT_EQ(FindErrors("vec3 a = UNIFORM(m)[1.5];"), "1:21: an index must be a whole number, not a float");
+}
+
 }  // namespace
 }  // namespace ostra::kernellanguage

@@ -135,9 +135,9 @@ TEST(ResolveErrorTest, ConstantThingsAreNotAssignedTo) {
 TEST(ResolveErrorTest, TypesThatDoNotFitAreNamed) {
   EXPECT_EQ(FindErrors("vec3 a = true;"), "1:10: \"a\" is a vec3, this is a bool; write vec3(...)");
   EXPECT_EQ(FindErrors("float a = UNIFORM(v);"), "1:11: \"a\" is a float, this is a vec3");
-  EXPECT_EQ(FindErrors("vec3 a = UNIFORM(v) * 2;"), "1:21: there is no \"*\" for vec3 and int; write float( )");
-  EXPECT_EQ(FindErrors("vec3 a = UNIFORM(m) * UNIFORM(v);"),
-            "1:21: there is no \"*\" for mat3 and vec3; matrices are multiplied with mul(a, b)");
+  EXPECT_EQ(FindErrors("double d; vec3 a = UNIFORM(v) * d;"),
+            "1:31: there is no \"*\" for vec3 and double; write float( )");
+  EXPECT_EQ(FindErrors("vec3 a = UNIFORM(m) * vec2(1.0, 2.0);"), "1:21: there is no \"*\" for mat3 and vec2");
   EXPECT_EQ(FindErrors("float a = 3.0 % 2.0;"),
             "1:15: \"%\" needs whole numbers, not float and float; mod(x, y) is that of floats");
   EXPECT_EQ(FindErrors("if (UNIFORM(v)) { }"), "1:5: a condition must be a bool or a number, not a vec3");
@@ -148,10 +148,13 @@ TEST(ResolveErrorTest, TypesThatDoNotFitAreNamed) {
 }
 
 TEST(ResolveErrorTest, ArgumentsThatDoNotFitAreNamed) {
-  EXPECT_EQ(FindErrors("float a = max(1.0, 2);"),
-            "1:11: max of float, int is ambiguous: the arguments must have one type");
+  EXPECT_EQ(FindErrors("uint a = abs(2u);"),
+            "1:10: there is no abs of uint; it takes (float), (int), (vec2), (vec3), (vec4), (int2), ...");
   EXPECT_EQ(FindErrors("float a = sqrt(1.0, 2.0);"), "1:11: sqrt does not take 2 arguments");
-  EXPECT_EQ(FindErrors("float a = dot(1.0, 2.0);"), "1:11: there is no dot of float, float");
+  EXPECT_EQ(FindErrors("float a = dot(1.0, 2.0);"),
+            "1:11: there is no dot of float, float; it takes (vec2, vec2), (vec3, vec3), (vec4, vec4)");
+  EXPECT_EQ(FindErrors("float a = dot(vec2(1.0, 2.0), UNIFORM(v));"),
+            "1:11: there is no dot of vec2, vec3; it takes (vec2, vec2), (vec3, vec3), (vec4, vec4)");
   EXPECT_EQ(FindErrors("uint old; AtomicAdd(UNIFORM_BUFFER(out)[0], 1u, old);"),
             "1:40: atomic operations are of uint and int, this is a float");
   EXPECT_EQ(FindErrors("uint old; AtomicAdd(UNIFORM_BUFFER(counts)[0], 1, old);"),

@@ -23,7 +23,7 @@ inline constexpr KernelMistake kKernelMistakes[] = {
     {"UnknownType", "\tfloatt a = 1.0;\n", 10, 2, "unknown type \"floatt\"; did you mean \"float\"?"},
     {"UnknownTypeOfAParameter", "\tfloat a = UNIFORM_BUFFER(source)[0];\n", 3, 8,
      "unknown type \"Blok\"; did you mean \"Block\"?", "", "(const Blok<Float32>) source"},
-    {"WrongType", "\tvec3 a = 1.0;\n", 10, 11, "\"a\" is a vec3, this is a float; write vec3(...)"},
+    {"WrongType", "\tvec3 a = true;\n", 10, 11, "\"a\" is a vec3, this is a bool; write vec3(...)"},
     {"TooFewComponents", "\tvec3 a = vec3(1.0, 2.0);\n", 10, 11, "a vec3 has 3 components, here are 2"},
     {"TooFewArguments", "\tfloat a = mix(1.0, 2.0);\n", 10, 12, "mix does not take 2 arguments"},
     {"TooManyArguments", "\tfloat a = sqrt(1.0, 2.0);\n", 10, 12, "sqrt does not take 2 arguments"},
