@@ -46,6 +46,7 @@ foreach(header
     program/kernel_prelude.h
     program/kernel_range_interface.h
     program/kernel_registration.h
+    program/kernel_steps.h
     program/noise_modes.h
     program/parallel_program.h
     program/parallel_program_reflection.h
@@ -69,6 +70,7 @@ install(FILES ${PROJECT_SOURCE_DIR}/ostra/shadercompiler/metal/metal_stdlib
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/tests/install/outside DESTINATION ${CMAKE_INSTALL_DATADIR}/ostra/examples)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/tests/shaderloader/example/
   DESTINATION ${CMAKE_INSTALL_DATADIR}/ostra/examples/triangle)
+install(FILES ${PROJECT_SOURCE_DIR}/editors/gdb/ostra.py DESTINATION ${CMAKE_INSTALL_DATADIR}/ostra/gdb)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR})
 
 set(package ${CMAKE_INSTALL_LIBDIR}/cmake/ostra)

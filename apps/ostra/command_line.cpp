@@ -79,7 +79,7 @@ struct RunArguments {
   std::string kernel, templateArgument, size, backend = "cpu", cacheFolder;
   std::vector<std::string> inputs, outputs, settings, textures, swaps;
   Int repeatCount = 1, iterationCount = 1;
-  Bool isFast = false, isChecked = false, isExplained = false, isJson = false;
+  Bool isFast = false, isChecked = false, isDebugged = false, isExplained = false, isJson = false;
 };
 
 // The host reads these itself; here they have to be known, and sound before anything starts.
@@ -133,6 +133,9 @@ CLI::App& AddRunCommand(CLI::App& app, RunArguments& arguments, ConfigurationArg
   run.add_flag("--fast", arguments.isFast, "Allow the compiler to reorder floating-point arithmetic");
   run.add_flag("--checked", arguments.isChecked,
                "Check the indices of buffers, of arrays and of texture layers; slower, on the CPU only");
+  run.add_flag("--debug", arguments.isDebugged,
+               "Compile the kernel for a debugger, and run it on one thread; on the CPU only")
+      ->excludes("--fast");
   run.add_flag("--explain", arguments.isExplained,
                "Say how many invocations run at a time on the CPU, and what stands in the way of a wide form");
   run.add_option("--cache-dir", arguments.cacheFolder,
@@ -181,6 +184,7 @@ Result<RunOptions> MakeRunOptions(const RunArguments& arguments) {
   options.iterationCount = arguments.iterationCount;
   options.isFast = arguments.isFast;
   options.isChecked = arguments.isChecked;
+  options.isDebugged = arguments.isDebugged;
   options.isExplained = arguments.isExplained;
   options.isJson = arguments.isJson;
   options.cacheFolder = arguments.cacheFolder;
@@ -191,6 +195,8 @@ Result<RunOptions> MakeRunOptions(const RunArguments& arguments) {
     return OSTRA_USAGE_ERROR("--explain tells of the CPU: leave out --backend gpu or give both");
   if (options.isChecked && options.backend == Backend::Gpu)
     return OSTRA_USAGE_ERROR("--checked: kernels are checked on the CPU only: leave out --backend gpu or give both");
+  if (options.isDebugged && options.backend == Backend::Gpu)
+    return OSTRA_USAGE_ERROR("--debug: kernels are debugged on the CPU only: leave out --backend gpu or give both");
   return options;
 }
 

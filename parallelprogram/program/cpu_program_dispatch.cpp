@@ -141,7 +141,7 @@ Float64 RunPaced(Dispatch& dispatch, Int count, Int laneCount, Float64 ticks) {
 // as long as it is long: a thread that had to wait for the processor is not taken for a long kernel for good.
 template <class InvocationCost>
 Result<void> RunParallel(Dispatch& dispatch, UInt32 count, Int granularity, InvocationCost& cost) {
-  if (count == 1) return RunInvocations(dispatch, 0, 1, false);
+  if (count == 1 || GetWorkerThreadCount() == 1) return RunInvocations(dispatch, 0, count, false);
   const auto run = [&dispatch](Int begin, Int end) { RunPiece(dispatch, begin, end); };
   const Int piece = std::min(Int{count}, std::max(granularity, Int{1}));
   const Bool isKnown = cost.ticks > 0;

@@ -13,6 +13,7 @@
 #include "parallelprogram/program/kernel_base.h"
 #include "parallelprogram/program/kernel_declaration_interface.h"
 #include "parallelprogram/program/kernel_loops.h"
+#include "parallelprogram/program/kernel_steps.h"
 
 namespace ostra::kernel {
 
@@ -84,6 +85,9 @@ class KernelClass : public KernelBase<Derived, KernelRangeInterface, KernelDecla
   }
 
   UInt32 GetLaneCount() const override { return RangeLoops<Body, typename Tuning::Group>::GetLaneCount(); }
+
+ protected:
+  const Parameters& GetValues() const { return _values; }
 
  private:
   Parameters _values;

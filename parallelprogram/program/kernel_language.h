@@ -85,17 +85,18 @@ struct GroupMemory {
                          ::ostra::kernel::Tuning<OstraGroupSize, OstraGranularity, OstraSingleThreadedThreshold>> { \
    public:                                                                                                          \
     static constexpr const char* kComponentName = #name;                                                            \
+    OSTRA_KERNEL_STEPS(name##Body)                                                                                  \
   };                                                                                                                \
   struct name##Body : parameters {                                                                                  \
     explicit name##Body(const parameters& values) : parameters(values) {}                                           \
     [[maybe_unused]] static constexpr ::ostra::Bool kUsesLinearInvocation = usesLinearInvocation;                   \
     [[maybe_unused]] static constexpr ::ostra::Vec3<::ostra::UInt32> InWorkGroupSize{                               \
         OstraGroupSize::kX, OstraGroupSize::kY, OstraGroupSize::kZ};                                                \
-    OSTRA_KERNEL_INLINE result Run([[maybe_unused]] const ::ostra::Vec3<::ostra::UInt32>& InGlobalInvocationID,     \
-                                   [[maybe_unused]] const ::ostra::Vec3<::ostra::UInt32>& InLocalInvocationID,      \
-                                   [[maybe_unused]] const ::ostra::Vec3<::ostra::UInt32>& InWorkGroupID,            \
-                                   [[maybe_unused]] ::ostra::UInt32 ostraLinearInvocation,                          \
-                                   [[maybe_unused]] ::ostra::Bool ostraIsInside) const
+    OSTRA_KERNEL_BODY result Run([[maybe_unused]] const ::ostra::Vec3<::ostra::UInt32>& InGlobalInvocationID,       \
+                                 [[maybe_unused]] const ::ostra::Vec3<::ostra::UInt32>& InLocalInvocationID,        \
+                                 [[maybe_unused]] const ::ostra::Vec3<::ostra::UInt32>& InWorkGroupID,              \
+                                 [[maybe_unused]] ::ostra::UInt32 ostraLinearInvocation,                            \
+                                 [[maybe_unused]] ::ostra::Bool ostraIsInside) const
 
 // What the front step adds to a kernel with a guard: invocations from UNIFORM(name) on have nothing to do, and those
 // that run in the loop below it need not ask.

@@ -17,7 +17,7 @@ mv "$work/first place" "$work/tree"
 
 for file in include/ostra/host.h include/parallelprogram/program/parallel_program.h lib/ostra/modules/parallelprogram.so \
     bin/ostra bin/ostra-kernelc share/ostra/kernels/net.ostra.kernels.blur5.krn \
-    share/ostra/examples/outside/CMakeLists.txt share/ostra/examples/triangle/shaders/net.example.triangle.vert \
+    share/ostra/gdb/ostra.py share/ostra/examples/outside/CMakeLists.txt share/ostra/examples/triangle/shaders/net.example.triangle.vert \
     share/doc/ostra/scene-files.md; do
   found=$(find "$work/tree" -path "*/${file#lib/}" -print -quit)
   [ -n "$found" ] || { echo "$file is not installed"; exit 1; }

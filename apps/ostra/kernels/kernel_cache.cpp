@@ -39,6 +39,8 @@ std::vector<std::string> MakeFlags(const std::string& headerFolder, const Kernel
                              "-fno-sanitize-recover=bounds"})
       flags.emplace_back(flag);
   }
+  // The last one of several -O counts.
+  if (options.isDebugged) flags.insert(flags.end(), {"-O0", "-g", "-DOSTRA_KERNEL_IS_STEPPED"});
   return flags;
 }
 
@@ -75,6 +77,9 @@ Result<Recipe> MakeRecipe(const KernelModuleOptions& options) {
   AddCompilerEnvironment(key, recipe.compiler.command);
   for (const std::string& word : recipe.command) key.Add(word);
   key.AddProcessor();
+  // Debuggers look for the kernel file from there.
+  std::error_code code;
+  if (options.isDebugged) key.Add(fs::current_path(code).native());
   recipe.header.emplace(CompiledFileKey{recipe.cache.folder, key, headerFolder, ".pch", ".prelude"}, family,
                         recipe.command);
   recipe.linkSwitches = GetLinkSwitches(family);
@@ -162,7 +167,7 @@ Result<KernelModule> LoadKernelModule(const KernelModuleOptions& options, Host& 
   }
   if (!loaded) return loaded.TakeError();
   // Loaded code needs no name: nothing is left behind if the process is killed later.
-  module.unkept = nullptr;
+  if (!options.isDebugged) module.unkept = nullptr;
   return module;
 }
 

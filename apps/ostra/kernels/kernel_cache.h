@@ -27,6 +27,8 @@ struct KernelModuleOptions {
   // Lets the kernel end the process with a message at an index outside of a buffer, an array or the layers of a
   // texture.
   Bool isChecked = false;
+  // Makes a module that debuggers step through: without optimisation, one invocation after the other.
+  Bool isDebugged = false;
   // Compiles the kernel though the cache has a module of it.
   Bool isCompiledAgain = false;
   std::string templateArgument = {};  // takes the place of TYPE
@@ -46,8 +48,8 @@ struct KernelModule {
 // written.
 Result<KernelModule> MakeKernelModule(const KernelModuleOptions& options);
 
-// Makes the module and loads it. A cached one that cannot be loaded is compiled again, once. Errors: the same, and
-// those of Host::LoadModule.
+// Makes the module and loads it. A cached one that cannot be loaded is compiled again, once. The file of a module that
+// is not kept is gone, unless it is debugged. Errors: the same, and those of Host::LoadModule.
 Result<KernelModule> LoadKernelModule(const KernelModuleOptions& options, Host& host);
 
 }  // namespace ostra::tool

@@ -1,6 +1,5 @@
 #include "apps/ostra/run/prepare_kernel.h"
 
-#include "apps/ostra/kernels/kernel_cache.h"
 #include "apps/ostra/kernels/kernel_source.h"
 #include "apps/ostra/run/shader_parameters.h"
 #include "ostra/io/file.h"
@@ -21,9 +20,11 @@ Result<PreparedKernel> PrepareKernel(const RunOptions& options, Host& host) {
   module.isFast = options.isFast;
   module.isChecked = options.isChecked;
   module.templateArgument = options.templateArgument;
-  OSTRA_ASSIGN_OR_RETURN(const KernelModule loaded, LoadKernelModule(module, host));
+  module.isDebugged = options.isDebugged;
+  OSTRA_ASSIGN_OR_RETURN(KernelModule loaded, LoadKernelModule(module, host));
   OSTRA_ASSIGN_OR_RETURN(KernelParameters parameters, KernelParameters::Read(loaded.classId));
-  return PreparedKernel{std::move(parameters), loaded.wasCompiled};
+  const Bool wasCompiled = loaded.wasCompiled;
+  return PreparedKernel{std::move(parameters), wasCompiled, std::move(loaded)};
 }
 
 Result<void> SplitTemplateName(RunOptions& options) {

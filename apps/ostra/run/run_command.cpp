@@ -76,6 +76,7 @@ Result<RunReport> Execute(const RunOptions& options, RunPlan& plan) {
 Result<void> Run(const RunOptions& options, std::span<const char* const> arguments) {
   OSTRA_ASSIGN_OR_RETURN(Host host, StartHost(arguments));
   if (options.backend != Backend::Cpu) OSTRA_RETURN_IF_ERROR(StartGpu(host));
+  if (options.isDebugged) SetWorkerThreadLimit(1);
   OSTRA_ASSIGN_OR_RETURN(const PreparedKernel kernel, PrepareKernel(options, host));
   OSTRA_ASSIGN_OR_RETURN(RunPlan plan, MakeRunPlan(options, kernel.parameters));
   WriteNotes(plan);

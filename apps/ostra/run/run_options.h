@@ -30,6 +30,7 @@ struct RunOptions {
   Backend backend = Backend::Cpu;
   Bool isFast = false;
   Bool isChecked = false;    // indices of buffers, arrays and layers, on the CPU
+  Bool isDebugged = false;   // the CPU's kernel is compiled for a debugger, and runs on one thread
   Bool isExplained = false;  // the report says how many invocations run at a time on the CPU
   Bool isJson = false;
   std::string cacheFolder;
