@@ -25,6 +25,7 @@ void Analyze(const Source& source, AnalyzedKernel& kernel) {
   kernel.notUnderstood = std::move(resolution.notUnderstood);
   kernel.resolved = std::move(resolution.resolved);
   if (!kernel.IsUnderstood()) return;
+  if (tokens.isCpuOnly) kernel.resolved.extensions.push_back(kernel.tree.root);
   CheckResult check = Check(kernel.tree, kernel.resolved);
   kernel.errors = std::move(check.errors);
   kernel.warnings = std::move(check.warnings);

@@ -5,7 +5,7 @@
 
 namespace ostra::kernellanguage {
 
-void MacroTable::Define(const std::vector<Token>& tokens, std::size_t at, std::size_t end) {
+void MacroTable::Define(const std::vector<Token>& tokens, std::size_t at, std::size_t end, Bool isOfKernelFile) {
   Macro macro;
   macro.offset = tokens[at].offset;
   const std::string_view name = tokens[at++].text;
@@ -24,6 +24,7 @@ void MacroTable::Define(const std::vector<Token>& tokens, std::size_t at, std::s
       macro.unsupported = "a macro with # or ##";
     macro.body.push_back(tokens[at]);
   }
+  macro.isCpuOnly = isOfKernelFile || macro.isFunction;
   _undefined.erase(name);
   _macros[name] = std::move(macro);
 }
@@ -102,6 +103,7 @@ class Expander {
     }
     std::vector<std::vector<Token>> arguments;
     if (macro->isFunction && !ReadArguments(token, *macro, arguments)) return true;
+    _table._hasCpuOnlyExpansion = _table._hasCpuOnlyExpansion || macro->isCpuOnly;
     Push(token, *macro, arguments);
     return true;
   }

@@ -17,6 +17,7 @@ struct Macro {
   std::vector<std::string_view> parameters;
   std::vector<Token> body;
   SourceOffset offset = kNoOffset;
+  Bool isCpuOnly = false;        // the translation for GPUs does not know it
   std::string_view unsupported;  // why it cannot be expanded here: "##", "..."
 };
 
@@ -25,11 +26,14 @@ class MacroTable {
   explicit MacroTable(SourceMap& sources) : _sources(sources) {}
 
   // Reads the rest of a #define from tokens[at], the name, up to `end`.
-  void Define(const std::vector<Token>& tokens, std::size_t at, std::size_t end);
+  void Define(const std::vector<Token>& tokens, std::size_t at, std::size_t end, Bool isOfKernelFile = false);
   void Undefine(std::string_view name);
   const Macro* Find(std::string_view name) const;
   // Whether the files themselves say that there is no such macro.
   Bool IsUndefined(std::string_view name) const { return _undefined.contains(name); }
+
+  // Whether a macro was expanded that the translation for GPUs does not know.
+  Bool HasCpuOnlyExpansion() const { return _hasCpuOnlyExpansion; }
 
   // The tokens with all macros expanded. Stops where something is not understood.
   std::vector<Token> Expand(std::vector<Token> tokens, std::optional<NotUnderstood>& notUnderstood);
@@ -40,6 +44,7 @@ class MacroTable {
   std::map<std::string_view, Macro> _macros;
   std::set<std::string_view> _undefined;
   Int _expansionCount = 0;
+  Bool _hasCpuOnlyExpansion = false;
   std::size_t _tokenCount = 0;
 };
 

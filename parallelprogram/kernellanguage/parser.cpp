@@ -286,13 +286,15 @@ void Parser::ReadStruct(Nodes& items) {
 void Parser::ReadFunctionOrConstant(Nodes& items) {
   const Token& start = Peek();
   UInt16 flags = 0;
-  Bool isStatic = false;
+  Bool isInline = false;
   for (;; Take()) {
-    if (Is("inline") || Is("static"))
-      isStatic = true;
+    if (Is("inline"))
+      isInline = true;
     else if (Is("constexpr"))
       flags |= kIsConst;
-    else
+    else if ((Is("constant") || Is("__constant")) && (Is("const", 1) || IsTypeStart(1)))
+      flags |= kIsConst | kIsExtended;
+    else if (!Is("static"))
       break;
   }
   if (!IsTypeStart()) {
@@ -303,20 +305,21 @@ void Parser::ReadFunctionOrConstant(Nodes& items) {
   const NodeIndex type = ReadType();
   if (IsBroken()) return;
   if (IsWord() && Is("(", 1)) {
-    const NodeIndex function = ReadFunction(type);
+    const NodeIndex function = ReadFunction(type, isInline);
     if (!IsBroken()) items.push_back(function);
     return;
   }
-  static_cast<void>(isStatic);
   if (!isConst || _file.tree.kernel != kNoNode) {
     Stop(start.offset, isConst ? "a constant after the kernel" : "a variable outside of functions");
     return;
   }
-  const NodeIndex declaration = ReadDeclarators(type, kIsConst);
+  const NodeIndex declaration = ReadDeclarators(type, static_cast<UInt16>(kIsConst | (flags & kIsExtended)));
   if (ExpectSemicolon()) items.push_back(declaration);
 }
 
-NodeIndex Parser::ReadFunction(NodeIndex type) {
+// The translation for GPUs finds functions that are inline, with the brace on a line of its own.
+NodeIndex Parser::ReadFunction(NodeIndex type, Bool isInline) {
+  const HiddenTypes hiddenTypes(*this);
   const SourceOffset offset = Peek().offset;
   const std::string_view name = ReadDeclaredName();
   Nodes children{type};
@@ -327,8 +330,9 @@ NodeIndex Parser::ReadFunction(NodeIndex type) {
   }
   if (!ExpectClosing(")", open)) return kNoNode;
   if (!Is("{")) return Stop(offset, "a function without its body");
+  const Bool isPlain = isInline && Peek().isFirstInLine;
   children.push_back(ReadBlock());
-  return Add(NodeKind::kFunction, offset, name, children);
+  return Add(NodeKind::kFunction, offset, name, children, isPlain ? 0 : kIsCppOnly);
 }
 
 NodeIndex Parser::ReadFunctionParameter() {
@@ -353,10 +357,15 @@ NodeIndex Parser::ReadFunctionParameter() {
   flags |= _file.tree.nodes[type].flags & (kIsConst | kIsReference);
   if (!IsWord()) return StopAt(Peek());
   const SourceOffset offset = Peek().offset;
-  const std::string_view name = ReadDeclaredName();
+  const std::string_view name = ReadVariableName();
   const NodeIndex dimensions = ReadDimensions();
-  if (Is("=")) return Stop(Peek().offset, "a default argument");
-  return Add(NodeKind::kFunctionParameter, offset, name, {type, dimensions}, flags);
+  Nodes children{type, dimensions};
+  if (TakeIf("=")) {
+    if (Is("{")) return Stop(Peek().offset, "a value in braces");
+    children.push_back(ReadAssignment());
+  }
+  if (IsBroken()) return kNoNode;
+  return Add(NodeKind::kFunctionParameter, offset, name, children, flags);
 }
 
 void Parser::ReadKernel(Nodes& items) {

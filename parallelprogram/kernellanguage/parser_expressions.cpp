@@ -2,6 +2,7 @@
 
 #include "parallelprogram/kernellanguage/join.h"
 #include "parallelprogram/kernellanguage/parser_state.h"
+#include "parallelprogram/kernellanguage/types.h"
 #include "parallelprogram/kernellanguage/words.h"
 
 namespace ostra::kernellanguage {
@@ -125,8 +126,9 @@ NodeIndex Parser::ReadUnary() {
   return ReadPostfix();
 }
 
-NodeIndex Parser::ReadPostfix() {
-  NodeIndex operand = ReadPrimary();
+NodeIndex Parser::ReadPostfix() { return ReadPostfixOf(ReadPrimary()); }
+
+NodeIndex Parser::ReadPostfixOf(NodeIndex operand) {
   while (!IsBroken()) {
     const Token& sign = Peek();
     if (TakeIf("[")) {
@@ -179,17 +181,32 @@ NodeIndex Parser::ReadParentheses() {
   const Level level(*this);
   if (!CheckDepth()) return kNoNode;
   const Token& open = Take();
-  if (IsTypeStart() && (Is(")", 1) || Is("<", 1) || Is("const"))) {
-    const NodeIndex type = ReadType();
-    if (!Expect(")")) return kNoNode;
-    const NodeIndex operand = ReadUnary();
-    if (IsBroken()) return kNoNode;
-    return Add(NodeKind::kCast, open.offset, "", {type, operand});
-  }
+  if (IsTypeStart() && (Is(")", 1) || Is("<", 1) || Is("const"))) return ReadCast(open);
   const NodeIndex expression = ReadExpression();
   if (!ExpectClosing(")", open)) return kNoNode;
   _file.tree.nodes[expression].flags |= kIsParenthesized;
   return expression;
+}
+
+// (type)operand; (float3)(1, 2, 3) is a vector of these values, as if the first parentheses were none.
+NodeIndex Parser::ReadCast(const Token& open) {
+  const NodeIndex type = ReadType();
+  if (!Expect(")")) return kNoNode;
+  const Token& values = Peek();
+  const Bool isVector = FindTypeWord(_file.tree.GetName(type)) >= kFirstVectorType;
+  if (!isVector || !Is("(") || (IsTypeStart(1) && Is(")", 2))) {
+    const NodeIndex operand = ReadUnary();
+    if (IsBroken()) return kNoNode;
+    return Add(NodeKind::kCast, open.offset, "", {type, operand});
+  }
+  Nodes children{type};
+  if (!ReadArguments(children)) return kNoNode;
+  if (children.size() > 2) return Add(NodeKind::kConstruct, open.offset, "", children, kIsExtended);
+  if (children.size() < 2) return Fail(values.offset, "an expression is missing between these parentheses");
+  _file.tree.nodes[children[1]].flags |= kIsParenthesized;
+  const NodeIndex operand = ReadPostfixOf(children[1]);
+  if (IsBroken()) return kNoNode;
+  return Add(NodeKind::kCast, open.offset, "", {type, operand});
 }
 
 NodeIndex Parser::ReadWord() {
@@ -255,10 +272,21 @@ NodeIndex Parser::ReadConstruct() {
   const SourceOffset offset = Peek().offset;
   const NodeIndex type = ReadType();
   if (IsBroken()) return kNoNode;
+  if (Is("[")) return ReadArrayConstruct(offset);
   if (!Is("(")) return StopAt(Peek());
   Nodes children{type};
   if (!ReadArguments(children)) return kNoNode;
   return Add(NodeKind::kConstruct, offset, "", children);
+}
+
+// float[2](1, 2): the values of an array. The type and length are those of the variable that gets them.
+NodeIndex Parser::ReadArrayConstruct(SourceOffset offset) {
+  static_cast<void>(ReadDimensions());
+  if (IsBroken()) return kNoNode;
+  if (!Is("(")) return StopAt(Peek());
+  Nodes values;
+  if (!ReadArguments(values)) return kNoNode;
+  return Add(NodeKind::kInitializerList, offset, "", values, kIsExtended);
 }
 
 NodeIndex Parser::ReadCall() {

@@ -28,6 +28,17 @@ class Parser {
    private:
     Parser& _parser;
   };
+  // Types that are hidden while it lives are known again afterwards.
+  class HiddenTypes {
+   public:
+    explicit HiddenTypes(Parser& parser) : _parser(parser), _count(parser._hiddenTypes.size()) {}
+    ~HiddenTypes() { _parser._hiddenTypes.resize(_count); }
+    HiddenTypes(const HiddenTypes&) = delete;
+
+   private:
+    Parser& _parser;
+    const std::size_t _count;
+  };
   // False, and parsing stops, when the nesting is too deep.
   Bool CheckDepth();
 
@@ -77,7 +88,7 @@ class Parser {
   void ReadStructParameters(Nodes& items);
   void ReadFunctionOrConstant(Nodes& items);
   void ReadKernel(Nodes& items);
-  NodeIndex ReadFunction(NodeIndex type);
+  NodeIndex ReadFunction(NodeIndex type, Bool isInline);
   NodeIndex ReadFunctionParameter();
 
   // Types and declarations (parser_types.cpp).
@@ -87,12 +98,15 @@ class Parser {
   NodeIndex ReadTypeWord(UInt16 flags);
   NodeIndex ReadDimensions();
   NodeIndex ReadDeclaration(UInt16 flags);
-  NodeIndex ReadDeclarators(NodeIndex type, UInt16 flags);
-  NodeIndex ReadVariable(NodeIndex type, UInt16 flags);
+  // `dimensions`: those that stand before the names, float[2] a.
+  NodeIndex ReadDeclarators(NodeIndex type, UInt16 flags, NodeIndex dimensions = kNoNode);
+  NodeIndex ReadVariable(NodeIndex type, UInt16 flags, NodeIndex dimensions);
   NodeIndex ReadInitialValue(NodeIndex type, UInt16& flags);
   NodeIndex ReadInitializerList();
   // The name that is declared; empty when it cannot be one.
   std::string_view ReadDeclaredName();
+  // The same of a variable, which may hide a type.
+  std::string_view ReadVariableName();
   NodeIndex FailUnknownType();
 
   // Statements (parser_statements.cpp).
@@ -123,6 +137,7 @@ class Parser {
   NodeIndex ReadBinary(Int lowest);
   NodeIndex ReadUnary();
   NodeIndex ReadPostfix();
+  NodeIndex ReadPostfixOf(NodeIndex operand);
   NodeIndex ReadPrimary();
   NodeIndex ReadParentheses();
   NodeIndex ReadWord();
@@ -130,6 +145,8 @@ class Parser {
   NodeIndex ReadLocalData();
   NodeIndex ReadStaticCast();
   NodeIndex ReadConstruct();
+  NodeIndex ReadArrayConstruct(SourceOffset offset);
+  NodeIndex ReadCast(const Token& open);
   NodeIndex ReadCall();
   Bool ReadArguments(Nodes& arguments);
   NodeIndex FailOperand();
@@ -145,6 +162,7 @@ class Parser {
   std::unordered_set<std::string_view> _structs;
   std::vector<std::string_view> _structNames;      // in their order
   std::unordered_set<std::string_view> _declared;  // all names that the file has declared so far
+  std::vector<std::string_view> _hiddenTypes;      // by variables with the name of a type
   Int _namespaces = 0;
 };
 

@@ -6,6 +6,7 @@ namespace ostra::kernellanguage {
 NodeIndex Parser::ReadBlock() {
   const Level level(*this);
   if (!CheckDepth()) return kNoNode;
+  const HiddenTypes hiddenTypes(*this);
   const Token& open = Take();
   Nodes statements;
   ReadStatements(statements, open);
@@ -138,6 +139,7 @@ NodeIndex Parser::ReadForStart() {
 }
 
 NodeIndex Parser::ReadFor() {
+  const HiddenTypes hiddenTypes(*this);
   const Token& start = Take();
   const Token& open = Peek();
   if (!Is("(")) return Fail(open.offset, "\"for\" needs its three parts in parentheses");

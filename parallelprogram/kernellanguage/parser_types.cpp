@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "ostra/core/nearest_word.h"
 #include "parallelprogram/kernellanguage/host_names.h"
 #include "parallelprogram/kernellanguage/join.h"
@@ -8,6 +10,7 @@
 namespace ostra::kernellanguage {
 
 Bool Parser::IsTypeWord(std::string_view word) const {
+  if (std::find(_hiddenTypes.begin(), _hiddenTypes.end(), word) != _hiddenTypes.end()) return false;
   if (_structs.contains(word) || word.starts_with("TextureSampler_")) return true;
   const Word* known = FindWord(word);
   return known && known->kind == WordKind::kType;
@@ -126,26 +129,41 @@ std::string_view Parser::ReadDeclaredName() {
   return Take().text;
 }
 
+std::string_view Parser::ReadVariableName() {
+  if (IsBroken()) return {};
+  const Token& token = Peek();
+  const Bool isName = Is("=", 1) || Is(";", 1) || Is(",", 1) || Is(")", 1) || Is("[", 1);
+  const Bool isKeyword = Is("void") || Is("bool") || Is("int") || Is("float") || Is("double");
+  if (!IsWord() || !isName || isKeyword || FindTypeWord(token.text) == kUnknownType) return ReadDeclaredName();
+  _hiddenTypes.push_back(token.text);
+  _declared.insert(token.text);
+  return Take().text;
+}
+
 NodeIndex Parser::ReadDeclaration(UInt16 flags) {
   const NodeIndex type = ReadType();
   if (IsBroken()) return kNoNode;
-  return ReadDeclarators(type, static_cast<UInt16>(flags | (_file.tree.nodes[type].flags & kIsConst)));
+  const NodeIndex dimensions = ReadDimensions();
+  if (IsBroken()) return kNoNode;
+  if (dimensions != kNoNode) flags |= kIsExtended;
+  return ReadDeclarators(type, static_cast<UInt16>(flags | (_file.tree.nodes[type].flags & kIsConst)), dimensions);
 }
 
-NodeIndex Parser::ReadDeclarators(NodeIndex type, UInt16 flags) {
+NodeIndex Parser::ReadDeclarators(NodeIndex type, UInt16 flags, NodeIndex dimensions) {
   const SourceOffset offset = _file.tree.nodes[type].offset;
   if (_file.tree.nodes[type].flags & (kIsReference | kIsPointer)) return Stop(offset, "a local reference or pointer");
   Nodes variables;
   do {
-    variables.push_back(ReadVariable(type, flags));
+    variables.push_back(ReadVariable(type, flags, dimensions));
   } while (!IsBroken() && TakeIf(","));
   return IsBroken() ? kNoNode : Add(NodeKind::kDeclaration, offset, "", variables);
 }
 
-NodeIndex Parser::ReadVariable(NodeIndex type, UInt16 flags) {
+NodeIndex Parser::ReadVariable(NodeIndex type, UInt16 flags, NodeIndex dimensions) {
   const Token& start = Peek();
-  const std::string_view name = ReadDeclaredName();
-  const NodeIndex dimensions = ReadDimensions();
+  const std::string_view name = ReadVariableName();
+  if (dimensions != kNoNode && Is("[")) return StopAt(Peek());
+  if (dimensions == kNoNode) dimensions = ReadDimensions();
   if (IsBroken()) return kNoNode;
   const NodeIndex value = ReadInitialValue(type, flags);
   if (IsBroken()) return kNoNode;
@@ -162,7 +180,10 @@ NodeIndex Parser::ReadInitialValue(NodeIndex type, UInt16& flags) {
     flags |= kIsDirect;
     return Add(NodeKind::kConstruct, start.offset, "", children, kIsDirect);
   }
-  if (Is("{")) return Stop(start.offset, "a value in braces without =");
+  if (Is("{")) {
+    flags |= kIsExtended;
+    return ReadInitializerList();
+  }
   return kNoNode;
 }
 

@@ -29,6 +29,7 @@ class Preprocessor {
   TokenStream Run() {
     ReadFile(_source.fileName, _source.text, _source.isHidden);
     Flush();
+    _result.isCpuOnly = _result.isCpuOnly || _macros.HasCpuOnlyExpansion();
     const SourceOffset end = _lastFileEnd;
     _result.tokens.push_back({.kind = TokenKind::kEnd, .isFirstInLine = true, .offset = end});
     return std::move(_result);
@@ -167,6 +168,7 @@ class Preprocessor {
       condition.isGuard = IsGuard(file, i, end);
       condition.isActive = EvaluateDirective(file, i, end, condition.isGuard);
       condition.wasActive = condition.isActive;
+      _result.isCpuOnly = _result.isCpuOnly || !condition.isGuard;
     } else {
       condition.wasActive = true;  // nothing of it counts
     }
@@ -227,7 +229,7 @@ class Preprocessor {
     }
     if (FindWord(name.text) || IsLanguageKeyword(name.text))
       return Stop(name.offset, Join({"\"", name.text, "\" is a word of the language and defined as a macro"}));
-    _macros.Define(file.tokens, i + 2, end);
+    _macros.Define(file.tokens, i + 2, end, _openFiles.size() == 1);
   }
 
   static Bool IsLanguageKeyword(std::string_view word) {
@@ -254,7 +256,19 @@ class Preprocessor {
       return Stop(offset, Join({"more than ", std::to_string(kMaxHeaders), " headers are included"}));
     if (static_cast<Int>(_openFiles.size()) > kMaxIncludeDepth)
       return Stop(offset, Join({"headers nested deeper than ", std::to_string(kMaxIncludeDepth)}));
+    if (_openFiles.size() == 1 && !IsOwnHeader(name)) _result.isCpuOnly = true;
     ReadFile(header->path, header->text, header->isHidden);
+  }
+
+  // Whether the header has the name of the kernel file: that one is read for GPUs, too.
+  Bool IsOwnHeader(std::string_view name) const {
+    const auto getStem = [](std::string_view path, std::string_view ending) {
+      const std::size_t folder = path.find_last_of('/');
+      if (folder != std::string_view::npos) path.remove_prefix(folder + 1);
+      return path.ends_with(ending) ? path.substr(0, path.size() - ending.size()) : std::string_view();
+    };
+    const std::string_view stem = getStem(_source.fileName, ".krn");
+    return !stem.empty() && (getStem(name, ".h") == stem || getStem(name, "_header") == stem);
   }
 
   // Expands what stands before a directive that changes something.

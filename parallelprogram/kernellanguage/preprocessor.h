@@ -39,6 +39,9 @@ struct TokenStream {
   std::deque<std::string> spellings;  // texts that no file has
   std::vector<Diagnostic> errors;
   std::optional<NotUnderstood> notUnderstood;
+  // Whether they come from what the translation for GPUs passes over: macros of the kernel file itself or with
+  // arguments, conditions, and headers that do not have the name of the kernel file.
+  Bool isCpuOnly = false;
 };
 
 // Adds the files to `sources`, which must outlive the tokens. Never fails otherwise than with std::bad_alloc.

@@ -67,7 +67,7 @@ class Printer {
 
   // A name with its type, and the value that it begins with.
   std::string Declared(NodeIndex node) const {
-    const NodeIndex value = _tree.Is(node, NodeKind::kVariable) ? _tree.GetChild(node, 2) : kNoNode;
+    const NodeIndex value = _tree.GetChild(node, 2);
     const Bool isConstType = _tree.HasFlag(_tree.GetChild(node, 0), kIsConst);
     return Join({isConstType ? "" : Flags(node), TypeName(_tree.GetChild(node, 0)), " ", _tree.GetName(node),
                  Dimensions(_tree.GetChild(node, 1)), VarianceOf(node), value == kNoNode ? "" : " = ",

@@ -1,10 +1,12 @@
 #include "parallelprogram/kernellanguage/resolve.h"
 
+#include <algorithm>
 #include <limits>
 
 #include "parallelprogram/kernellanguage/join.h"
 #include "parallelprogram/kernellanguage/literal.h"
 #include "parallelprogram/kernellanguage/resolver.h"
+#include "parallelprogram/kernellanguage/shader_words.h"
 
 namespace ostra::kernellanguage {
 
@@ -21,6 +23,10 @@ Resolver::Resolver(const SyntaxTree& tree) : _tree(tree), _visible(tree.names.si
 }
 
 Resolution Resolver::Run() {
+  for (NodeIndex node = 0; node < _tree.nodes.size(); ++node) {
+    if (_tree.HasFlag(node, kIsExtended) || _tree.HasFlag(node, kIsCppOnly))
+      Extend(node, !_tree.HasFlag(node, kIsExtended));
+  }
   OpenScope();
   // What stands after the kernel comes before it in C++.
   for (const NodeIndex item : _tree.GetChildren(_tree.root)) {
@@ -37,6 +43,7 @@ Resolution Resolver::Run() {
         ReadStruct(item);
         break;
       case NodeKind::kDeclaration:
+        Extend(item, true);
         ReadDeclaration(item);
         break;
       case NodeKind::kFunction:
@@ -75,6 +82,7 @@ void Resolver::CloseScope() {
 }
 
 void Resolver::Declare(NodeIndex node) {
+  CheckName(node);
   const NameIndex name = _tree.nodes[node].name;
   const NodeIndex before = _visible[name];
   const auto scope = static_cast<UInt32>(_scopes.size());
@@ -85,6 +93,14 @@ void Resolver::Declare(NodeIndex node) {
   _undo.push_back({name, before});
   _visible[name] = node;
   _declaredIn[node] = scope;
+}
+
+// A name that cannot be that of the node everywhere.
+void Resolver::CheckName(NodeIndex node) {
+  if (FindTypeWord(NameOf(node)) != kUnknownType)
+    Extend(node);
+  else if (IsShaderWord(NameOf(node)))
+    Extend(node, true);
 }
 
 NodeIndex Resolver::FindParameter(std::string_view name) const {
@@ -178,6 +194,7 @@ void Resolver::ReadStruct(NodeIndex item) {
     }
     const TypeIndex whole = ReadArray(type, _tree.GetChild(member, 1), kNoNode);
     _resolved.type[member] = _resolved.converted[member] = whole;
+    CheckName(member);
     for (const NodeIndex other : _tree.GetChildren(item)) {
       if (other == member) break;
       if (NameOf(other) == NameOf(member)) Fail(member, Join({"there is a member \"", NameOf(member), "\" already"}));
@@ -185,6 +202,7 @@ void Resolver::ReadStruct(NodeIndex item) {
   }
   if (_tree.GetChildren(item).size() > 256) Stop(item, "a struct of more than 256 members");
   if (IsStopped()) return;
+  CheckName(item);
   const TypeIndex type = _resolved.types.AddStruct(item, NameOf(item));
   _resolved.type[item] = _resolved.converted[item] = type;
   _resolved.structs.push_back(item);
@@ -226,7 +244,8 @@ void Resolver::ReadFunction(NodeIndex item) {
   }
   _resolved.type[item] = _resolved.converted[item] = result;
   OpenScope();
-  for (const NodeIndex parameter : children.subspan(1, children.size() - 2)) {
+  const auto parameters = children.subspan(1, children.size() - 2);
+  for (const NodeIndex parameter : parameters) {
     const NodeIndex typeNode = _tree.GetChild(parameter, 0);
     const std::string_view word = NameOf(typeNode);
     if (word == "Block" || word == "BaseArray" || word.starts_with("TextureSampler"))
@@ -248,14 +267,39 @@ void Resolver::ReadFunction(NodeIndex item) {
     const TypeIndex whole = ReadArray(type, _tree.GetChild(parameter, 1), kNoNode);
     if (IsStopped()) return;
     _resolved.type[parameter] = _resolved.converted[parameter] = whole;
-    Declare(parameter);
   }
+  ReadDefaultValues(parameters);
+  for (const NodeIndex parameter : parameters) Declare(parameter);
+  if (IsStopped()) return;
+  CheckName(item);
   // A function sees itself and those before it.
   _functions[NameOf(item)].push_back(item);
   _resolved.functions.push_back(item);
   _returnType = result;
   Statements(children.back());
   CloseScope();
+}
+
+// The values of arguments that a call may leave out, the last ones. No argument is known in them.
+void Resolver::ReadDefaultValues(std::span<const NodeIndex> parameters) {
+  Bool isOptional = false;
+  for (const NodeIndex parameter : parameters) {
+    const NodeIndex value = _tree.GetChild(parameter, 2);
+    if (IsStopped()) return;
+    if (value == kNoNode) {
+      if (isOptional)
+        Fail(parameter, Join({"\"", NameOf(parameter), "\" follows an argument with a default value and has none"}));
+      continue;
+    }
+    isOptional = true;
+    if (_tree.nodes[parameter].flags & (kIsOut | kIsInOut | kIsReference)) {
+      Stop(value, "a default value of this argument");
+      return;
+    }
+    Extend(parameter);
+    if (Expression(value) != kUnknownType)
+      Convert(value, _resolved.type[parameter], Join({"the argument \"", NameOf(parameter), "\""}));
+  }
 }
 
 void Resolver::ReadKernel(NodeIndex item) {
@@ -324,12 +368,44 @@ void Resolver::ReadList(NodeIndex list, TypeIndex type) {
       return;
     }
     for (std::size_t i = 0; i < values.size(); ++i) ReadListElement(values[i], _resolved.type[members[i]]);
+  } else if (kind.kind == TypeKind::kScalar && values.size() == 1 && !_tree.Is(values[0], NodeKind::kInitializerList)) {
+    Extend(list);
+    ReadListElement(values[0], type);
+  } else if (kind.kind == TypeKind::kVector || kind.kind == TypeKind::kMatrix) {
+    ReadListOfComponents(list, type);
   } else {
     Stop(list, "values in braces for this type");
   }
 }
 
-// In braces C++ refuses conversions that may lose something, and leaves braces out: only what is certain is read.
+// As the arguments of vec3( ) or mat3( ); the columns of a matrix may have braces of their own.
+void Resolver::ReadListOfComponents(NodeIndex list, TypeIndex type) {
+  const auto values = _tree.GetChildren(list);
+  const Type kind = Get(type);
+  Extend(list);
+  const auto isList = [this](NodeIndex value) { return _tree.Is(value, NodeKind::kInitializerList); };
+  if (std::any_of(values.begin(), values.end(), isList)) {
+    if (kind.kind != TypeKind::kMatrix || values.size() != kind.count) {
+      Stop(list, "values in braces for this type");
+      return;
+    }
+    for (const NodeIndex value : values) ReadListElement(value, GetVectorType(Scalar::kFloat32, kind.count));
+    return;
+  }
+  Bool isKnown = false;
+  ReadArguments(values, isKnown);
+  if (!isKnown) return;
+  const UInt32 count = kind.kind == TypeKind::kMatrix ? kind.count * kind.count : kind.count;
+  const UInt32 given = CountComponents(type, values);
+  if (given != count) {
+    // C++ may take it for something else.
+    if (values.empty() || given != 0) Stop(list, "values in braces for this type");
+    return;
+  }
+  ConvertComponents(values, kind.kind == TypeKind::kMatrix ? Scalar::kFloat32 : kind.scalar);
+}
+
+// In braces C++ refuses conversions that may lose something, and leaves braces out.
 void Resolver::ReadListElement(NodeIndex value, TypeIndex type) {
   if (IsStopped()) return;
   if (_tree.Is(value, NodeKind::kInitializerList)) return ReadList(value, type);
@@ -340,7 +416,12 @@ void Resolver::ReadListElement(NodeIndex value, TypeIndex type) {
                     (type == kFloatType || type == kDoubleType || (type == kUIntType && *number >= 0)) &&
                     *number < (1 << 24) && *number > -(1 << 24);
   if (!fits) {
-    Stop(value, Join({"a ", TypeName(given), " for a ", TypeName(type), " in braces"}));
+    if (!IsScalar(type) && !IsVector(type)) {
+      Stop(value, Join({"a ", TypeName(given), " for a ", TypeName(type), " in braces"}));
+      return;
+    }
+    Extend(value);
+    Convert(value, type, "an element");
     return;
   }
   SetConverted(value, type);

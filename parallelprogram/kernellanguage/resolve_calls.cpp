@@ -85,6 +85,7 @@ TypeIndex Resolver::CallFunction(NodeIndex node, const std::vector<NodeIndex>& f
   struct Form {
     Types parameters;
     std::vector<char> exact;
+    std::size_t needed = 0;  // arguments without a default value
   };
   std::vector<Form> forms;
   for (const NodeIndex function : functions) {
@@ -93,14 +94,19 @@ TypeIndex Resolver::CallFunction(NodeIndex node, const std::vector<NodeIndex>& f
     for (const NodeIndex parameter : children.subspan(1, children.size() - 2)) {
       const UInt16 flags = _tree.nodes[parameter].flags;
       form.parameters.push_back(_resolved.type[parameter]);
+      if (_tree.GetChild(parameter, 2) == kNoNode) ++form.needed;
       form.exact.push_back((flags & (kIsOut | kIsInOut)) || ((flags & kIsReference) && !(flags & kIsConst)));
     }
   }
   std::size_t chosen = 0;
   if (functions.size() > 1) {
     std::vector<Candidate> candidates;
-    for (const Form& form : forms)
-      candidates.push_back({form.parameters, {reinterpret_cast<const Bool*>(form.exact.data()), form.exact.size()}});
+    for (const Form& form : forms) {
+      const Bool isEnough = types.size() >= form.needed && types.size() <= form.parameters.size();
+      const std::size_t count = isEnough ? types.size() : form.parameters.size();
+      candidates.push_back(
+          {std::span(form.parameters).first(count), {reinterpret_cast<const Bool*>(form.exact.data()), count}});
+    }
     const Choice choice = ChooseOverload(_resolved.types, candidates, types, chosen);
     if (choice != Choice::kFound)
       return Stop(node, Join({"the choice between functions \"", NameOf(node), "\" for ", ListTypes(types)}));
@@ -108,13 +114,15 @@ TypeIndex Resolver::CallFunction(NodeIndex node, const std::vector<NodeIndex>& f
   const NodeIndex function = functions[chosen];
   const Form& form = forms[chosen];
   std::vector<DiagnosticNote> notes = {{GetOffset(function), "it is declared here"}};
-  if (form.parameters.size() != arguments.size()) {
-    return Fail(
-        node,
-        Join({"\"", NameOf(node), "\" takes ", std::to_string(form.parameters.size()),
-              form.parameters.size() == 1 ? " argument, not " : " arguments, not ", std::to_string(arguments.size())}),
-        std::move(notes));
+  const std::size_t most = form.parameters.size();
+  if (arguments.size() < form.needed || arguments.size() > most) {
+    const std::string least = form.needed == most ? "" : Join({std::to_string(form.needed), " to "});
+    return Fail(node,
+                Join({"\"", NameOf(node), "\" takes ", least, std::to_string(most),
+                      most == 1 ? " argument, not " : " arguments, not ", std::to_string(arguments.size())}),
+                std::move(notes));
   }
+  if (arguments.size() < most) Extend(node);
   for (std::size_t i = 0; i < arguments.size(); ++i) {
     const NodeIndex parameter = _tree.GetChild(function, i + 1);
     const std::string what = Join({"the argument \"", NameOf(parameter), "\""});

@@ -21,6 +21,14 @@
 //   { } for vectors         as a kConstruct; the kInitializerList has the type
 //   f(1) of f(x, y = 2)     fewer arguments than parameters: the rest are the third children of the parameters
 //   ivec2, bvec3, mat2      kType
+//   (vec3)x                 kCast that means vec3(x)
+//   (vec3)(1, 2, 3)         kConstruct with kIsExtended
+//   float[2](1, 2)          kInitializerList with kIsExtended
+//   float x{1}, float[2] a  kVariable with kIsExtended, like others
+//   half = 1.0, sample++    kVariable and what else has the name of a type or a word of a shading language
+//   const float k = 1.0;    kDeclaration outside of functions
+//   float F(float x) {      kFunction with kIsCppOnly: not inline, or the brace on the same line
+//   #define K 1, #if        kFile: a macro of the kernel file itself or with arguments, a condition, other headers
 #pragma once
 
 #include <vector>

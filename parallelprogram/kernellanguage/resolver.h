@@ -40,6 +40,7 @@ class Resolver {
   void OpenScope() { _scopes.push_back({_undo.size()}); }
   void CloseScope();
   void Declare(NodeIndex node);
+  void CheckName(NodeIndex node);
   NodeIndex FindVariable(NodeIndex name) const { return _visible[_tree.nodes[name].name]; }
   NodeIndex FindParameter(std::string_view name) const;
   TypeIndex FailUnknownName(NodeIndex node, Bool isCall);
@@ -51,6 +52,7 @@ class Resolver {
   void ReadStruct(NodeIndex item);
   void ReadParameters(NodeIndex item);
   void ReadFunction(NodeIndex item);
+  void ReadDefaultValues(std::span<const NodeIndex> parameters);
   void ReadKernel(NodeIndex item);
   TypeIndex ReadType(NodeIndex type);
   TypeIndex ReadParameterType(NodeIndex type);
@@ -59,6 +61,7 @@ class Resolver {
   void ReadDeclaration(NodeIndex statement);
   void ReadVariable(NodeIndex variable);
   void ReadList(NodeIndex list, TypeIndex type);
+  void ReadListOfComponents(NodeIndex list, TypeIndex type);
   void ReadListElement(NodeIndex value, TypeIndex type);
   std::optional<Int64> Evaluate(NodeIndex expression) const;
 

@@ -80,7 +80,7 @@ enum class NodeKind : UInt8 {
   kCast,             // [type, operand]: (float)x, static_cast<float>(x)
   kMemberOf,         // name; [operand]: v.x, s.field
   kIndex,            // [operand, index]
-  kInitializerList,  // [value...]
+  kInitializerList,  // [value...]: { 1, 2 }, float[2](1, 2)
 };
 
 // Operators of kUnary, kPostfix, kBinary and kAssign.
@@ -124,7 +124,9 @@ enum NodeFlag : UInt16 {
   kIsKernelReturn = 128,
   kIsDirect = 256,
   kIsParenthesized = 512,
-  kIsAtomic = 1024,  // ATOMIC before a declaration
+  kIsAtomic = 1024,    // ATOMIC before a declaration
+  kIsExtended = 2048,  // written in a way that is not of the plain form and not C++
+  kIsCppOnly = 4096,   // written in a way that is not of the plain form, but C++
 };
 
 struct Node {

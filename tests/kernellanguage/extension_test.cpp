@@ -192,5 +192,91 @@ TEST(ExtensionTest, MatricesHaveColumnsByNumber) {
   EXPECT_EQ(FindErrors("vec3 a = UNIFORM(m)[1.5];"), "1:21: an index must be a whole number, not a float");
 }
 
+TEST(ExtensionTest, ConstantsStandOutsideOfFunctions) {
+  const std::string before = "const float kPi = 3.14;\nstatic const vec2 kPlaces[2] = {vec2(0.0, 1.0), {1, 0}};\n";
+  EXPECT_EQ(PrintResult("float r = kPi;", before), "kPi:float");
+  EXPECT_EQ(PrintResult("float r = kPlaces[1].x;", before), "(at kPlaces:vec2[2] 1:int):vec2.x:float");
+  EXPECT_TRUE(IsPrintable("float a = kPi;", "const float kPi = 3.14;\n"));
+  EXPECT_FALSE(IsPlain("float a = kPi;", "const float kPi = 3.14;\n"));
+  EXPECT_FALSE(IsPrintable("float a = kPi;", "constant float kPi = 3.14;\n"));
+  EXPECT_EQ(FindErrors("kPi = 1.0;", before).substr(5), "\"kPi\" is const");
+  EXPECT_TRUE(IsPlain("const float a = 1.0; const int b[2] = {1, 2};"));
+}
+
+TEST(ExtensionTest, ListsMakeVectorsMatricesAndArrays) {
+  EXPECT_EQ(PrintResult("vec3 r = {1, UNIFORM(v).xy};"), "(list 1:int>float uniform.v:vec3.xy^:vec2)^:vec3");
+  EXPECT_EQ(PrintResult("mat2 r = {{1, 2}, {3, 4}};"),
+            "(list (list 1:int>float 2:int>float)^:vec2 (list 3:int>float 4:int>float)^:vec2)^:mat2");
+  EXPECT_EQ(PrintResult("float r[] = {UNIFORM(n), 2};"), "(list uniform.n^:uint>float 2:int>float):float[2]");
+  EXPECT_EQ(PrintResult("float r{2};"), "(list 2:int>float)^:float");
+  EXPECT_FALSE(IsPrintable("float a{2.0}; vec2 b{1.0, 2.0};"));
+  EXPECT_EQ(PrintResult("float r[2] = float[2](1.0, 2);"), "(list 1.0:float 2:int>float)^:float[2]");
+  EXPECT_EQ(PrintResult("float[3] a, r = float[](1.0, 2.0, 3.0);"), "(list 1.0:float 2.0:float 3.0:float)^:float[3]");
+  EXPECT_EQ(PrintResult("vec3 r = (vec3)(1, UNIFORM(f), 2.0).zyx;"),
+            "(make vec3 1:int>float uniform.f:float 2.0:float)^:vec3.zyx^:vec3");
+  EXPECT_EQ(FindReason("vec3 a = {1.0};"), "1: values in braces for this type");
+  EXPECT_EQ(FindErrors("float a[2] = {UNIFORM(v), 1.0};"), "1:15: an element is a float, this is a vec3");
+}
+
+TEST(ExtensionTest, ArgumentsHaveDefaultValues) {
+  const std::string before = "inline float F(float a, float b = 2, vec3 c = 1.0)\n{\nreturn a + b + c.x;\n}\n";
+  EXPECT_EQ(PrintResult("float r = F(1);", before), "(call F 1:int>float)^:float");
+  EXPECT_EQ(PrintResult("float r = F(1.0, 2.0);", before), "(call F 1.0:float 2.0:float)^:float");
+  EXPECT_EQ(FindErrors("float a = F();", before), "5:11: \"F\" takes 1 to 3 arguments, not 0");
+  EXPECT_EQ(FindErrors("", "inline float F(float a = 1.0, float b)\n{\nreturn a + b;\n}\n").substr(7),
+            "\"b\" follows an argument with a default value and has none");
+  const AnalyzedKernel kernel = AnalyzeBody("", before);
+  const NodeIndex value = kernel.tree.GetChild(FindVariable(kernel, "b"), 2);
+  EXPECT_EQ(kernel.resolved.type[value], kIntType);
+  EXPECT_EQ(kernel.resolved.converted[value], kFloatType);
+}
+
+TEST(ExtensionTest, OverloadsWithDefaultValuesAreChosenByWhatIsGiven) {
+  const std::string before =
+      "inline float F(float a, float b = 2.0)\n{\nreturn a + b;\n}\ninline vec3 F(vec3 a)\n{\nreturn a;\n}\n";
+  EXPECT_EQ(PrintResult("vec3 r = F(UNIFORM(v));", before), "(call F uniform.v:vec3):vec3");
+  EXPECT_EQ(PrintResult("float r = F(UNIFORM(f));", before), "(call F uniform.f:float)^:float");
+}
+
+TEST(ExtensionTest, NamesMayBeThoseOfTypesAndOfOtherLanguages) {
+  EXPECT_EQ(PrintResult("float half = 0.5; float r = half * 2.0;"), "(* half:float 2.0:float):float");
+  EXPECT_EQ(PrintResult("{ float half = 0.5; } half r = half(1.0);"), "(make half 1.0:float>half):half");
+  EXPECT_EQ(PrintResult("for (int half = 0; half < 2; half++) { } half r = half(1.0);"),
+            "(make half 1.0:float>half):half");
+  EXPECT_FALSE(IsPrintable("float half = 0.5;"));
+  EXPECT_FALSE(IsPlain("float sample = 0.5;"));
+  EXPECT_TRUE(IsPrintable("float sample = 0.5; float input = sample; vec3 output; float buffer; int texture = 1;"));
+  EXPECT_FALSE(IsPlain("", "inline float filter(float a)\n{\nreturn a;\n}\n"));
+}
+
+TEST(ExtensionTest, FunctionsNeedNotBeInlineNorHaveTheirBraceApart) {
+  EXPECT_TRUE(IsPlain("", "inline float F(float a)\n{\nreturn a;\n}\n"));
+  for (const char* before : {"float F(float a)\n{\nreturn a;\n}\n", "inline float F(float a) {\nreturn a;\n}\n"}) {
+    EXPECT_FALSE(IsPlain("", before)) << before;
+    EXPECT_TRUE(IsPrintable("", before)) << before;
+  }
+}
+
+TEST(ExtensionTest, MacrosOfTheKernelFileAreForTheCpuOnly) {
+  EXPECT_TRUE(IsPlain("", "#define UNUSED 1\n"));
+  EXPECT_FALSE(IsPlain("int a = ONE;", "#define ONE 1\n"));
+  EXPECT_TRUE(IsPrintable("int a = ONE;", "#define ONE 1\n"));
+  EXPECT_FALSE(IsPlain("int a = 1;", "#define ONE 1\n#if ONE\n#endif\n"));
+}
+
+TEST(ExtensionTest, HeadersOfOtherNamesAreForTheCpuOnly) {
+  const std::string text = MakeKernel("int a = K;", "#include \"k.h\"\n#include \"other.h\"\n");
+  const auto analyze = [&](std::string_view kHeader, std::string_view other) {
+    const auto readHeader = [&](const std::string& name, const std::string&) {
+      return std::optional(Header{name, std::string(name == "k.h" ? kHeader : other)});
+    };
+    auto kernel = AnalyzeKernel({.fileName = "folder/k.krn", .text = text, .readHeader = readHeader});
+    EXPECT_TRUE(kernel->IsUnderstood());
+    return kernel->resolved.extensions.size();
+  };
+  EXPECT_EQ(analyze("#pragma once\n#define K 1\n", ""), 1u);
+  EXPECT_EQ(analyze("", "const int K = 1;\n"), 2u);
+}
+
 }  // namespace
 }  // namespace ostra::kernellanguage

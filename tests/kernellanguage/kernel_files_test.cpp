@@ -38,6 +38,22 @@ TEST(KernelFilesTest, EveryKernelOfTheRepositoryIsUnderstoodOrHasAKnownReason) {
   EXPECT_EQ(reasons, GetReasons());
 }
 
+// What stands in these files is read for GPUs as it stands.
+TEST(KernelFilesTest, TheKernelLibraryIsOfThePlainForm) {
+  Int count = 0;
+  for (const auto& path : FindKernelFiles()) {
+    if (path.parent_path().filename() != "kernels") continue;
+    const KernelSourceFile file(path);
+    const auto kernel = AnalyzeKernel(file.source);
+    for (const NodeIndex node : kernel->resolved.extensions) {
+      const SourceLocation location = kernel->sources.Locate(kernel->tree.nodes[node].offset);
+      ADD_FAILURE() << file.name << ":" << location.line << ": " << GetKindName(kernel->tree.nodes[node].kind);
+    }
+    ++count;
+  }
+  EXPECT_GT(count, 20);
+}
+
 // Tables hold an entry for every expression: none is left without a type.
 TEST(KernelFilesTest, EveryExpressionOfAnUnderstoodKernelHasAType) {
   for (const auto& path : FindKernelFiles()) {

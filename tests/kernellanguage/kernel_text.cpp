@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "parallelprogram/kernellanguage/join.h"
 #include "parallelprogram/kernellanguage/print_tree.h"
 
@@ -58,8 +60,10 @@ std::string PrintResult(std::string_view body, std::string_view before) {
   if (kernel.notUnderstood) return "reason: " + kernel.notUnderstood->reason;
   const PrintTables tables{.resolved = &kernel.resolved};
   const std::string tree = PrintTree(kernel.tree, tables);
-  const std::size_t begin = tree.find(" r = ");
-  return begin == std::string::npos ? "no r" : tree.substr(begin + 5, tree.find('\n', begin) - begin - 5);
+  std::size_t name = tree.find(" r = ");
+  if (name == std::string::npos) name = tree.find(" r[");
+  const std::size_t begin = tree.find(" = ", std::min(name, tree.size()));
+  return begin == std::string::npos ? "no r" : tree.substr(begin + 3, tree.find('\n', begin) - begin - 3);
 }
 
 NodeIndex FindVariable(const AnalyzedKernel& kernel, std::string_view name) {

@@ -1,0 +1,2 @@
+#pragma once
+#define LIMIT 0.25
