@@ -60,9 +60,7 @@ class KnownHeaders {
 
 // A kernel beyond the plain form goes to the C++ compiler as it stands: none of the forms that are printed knows it.
 void LeaveExtensions(kernellanguage::AnalyzedKernel& kernel) {
-  const kernellanguage::NodeIndex node = kernel.resolved.firstUnprintable;
-  if (!kernel.IsUnderstood() || node == kernellanguage::kNoNode) return;
-  kernel.notUnderstood = {kernel.tree.nodes[node].offset, "what is not of the plain form"};
+  if (kernel.IsUnderstood()) kernel.notUnderstood = kernellanguage::FindUnprintable(kernel);
 }
 
 // What no C++ compiler takes is told before one runs, in the words of kernel files.

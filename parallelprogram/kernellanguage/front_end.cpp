@@ -48,4 +48,10 @@ Result<AnalyzedKernel> AnalyzeKernel(const Source& source) {
   }
 }
 
+std::optional<NotUnderstood> FindUnprintable(const AnalyzedKernel& kernel) {
+  const NodeIndex node = kernel.resolved.firstUnprintable;
+  if (node == kNoNode) return std::nullopt;
+  return NotUnderstood{kernel.tree.nodes[node].offset, "what is not of the plain form"};
+}
+
 }  // namespace ostra::kernellanguage

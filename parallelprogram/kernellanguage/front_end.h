@@ -33,4 +33,7 @@ struct AnalyzedKernel {
 // Pure: the same text and headers give the same result. Thread-safe. Error: out of memory.
 Result<AnalyzedKernel> AnalyzeKernel(const Source& source);
 
+// Why no form of C++ is printed of an understood kernel: it is not of the plain form.
+std::optional<NotUnderstood> FindUnprintable(const AnalyzedKernel& kernel);
+
 }  // namespace ostra::kernellanguage

@@ -219,6 +219,7 @@ GroupCode GroupPrinter::Print() {
 }
 
 GroupCode PrintGroupCode(const AnalyzedKernel& kernel, const GroupCodeOptions& options) {
+  if (auto refusal = FindUnprintable(kernel)) return {{}, std::move(refusal)};
   return GroupPrinter(kernel, options).Print();
 }
 

@@ -108,6 +108,7 @@ LaneCode LanePrinter::Print() {
 }
 
 LaneCode PrintLaneCode(const AnalyzedKernel& kernel, const LaneCodeOptions& options) {
+  if (auto refusal = FindUnprintable(kernel)) return {{}, std::move(refusal)};
   return LanePrinter(kernel, options).Print();
 }
 
