@@ -1,5 +1,6 @@
 // Any text through the front end of the kernel language: it ends with a tree, errors or a reason, all of which can be
 // told. The first byte chooses the options.
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 
@@ -16,6 +17,31 @@ void Require(bool isTrue, const char* what) {
   std::abort();
 }
 
+// What is not of the plain form is told in full.
+void CheckExtensions(const AnalyzedKernel& kernel) {
+  const ResolvedTree& resolved = kernel.resolved;
+  const auto& extensions = resolved.extensions;
+  const NodeIndex first = resolved.firstUnprintable;
+  Require(first == kNoNode || std::find(extensions.begin(), extensions.end(), first) != extensions.end(),
+          "what is not printed is an extension");
+  for (const NodeIndex node : extensions) Require(node < kernel.tree.nodes.size(), "extensions are nodes");
+  for (NodeIndex node = 0; node < kernel.tree.nodes.size(); ++node) {
+    const Meaning& meaning = resolved.meaning[node];
+    const auto children = kernel.tree.GetChildren(node);
+    if (meaning.kind == MeaningKind::kSwizzle) {
+      const Type& operand = resolved.types[resolved.type[children[0]]];
+      const ostra::UInt32 count = GetSwizzleCount(meaning.number);
+      Require(count >= 2 && count == resolved.types[resolved.type[node]].count, "components of a swizzle");
+      for (ostra::UInt32 i = 0; i < count; ++i)
+        Require(GetSwizzleComponent(meaning.number, i) < operand.count, "a swizzle stays in its vector");
+    }
+    if (meaning.kind != MeaningKind::kFunction || !kernel.tree.Is(node, NodeKind::kCall)) continue;
+    const auto parameters = kernel.tree.GetChildren(meaning.target);
+    for (std::size_t i = children.size() + 1; i + 1 < parameters.size(); ++i)
+      Require(kernel.tree.GetChild(parameters[i], 2) != kNoNode, "an argument or its default value");
+  }
+}
+
 // What the tables promise to those who read them.
 void CheckTables(const AnalyzedKernel& kernel) {
   const std::size_t count = kernel.tree.nodes.size();
@@ -26,6 +52,7 @@ void CheckTables(const AnalyzedKernel& kernel) {
       Require(child == kNoNode || child < node, "children come before their parents");
     Require(Explain(kernel.tree, kernel.resolved, kernel.uniformity, node).size() <= kMaxReasons, "reasons");
   }
+  CheckExtensions(kernel);
   const PrintTables tables{.resolved = &kernel.resolved, .uniformity = &kernel.uniformity};
   Require(!PrintTree(kernel.tree, tables).empty(), "a tree prints");
 }

@@ -4,6 +4,7 @@
 
 #include "parallelprogram/kernellanguage/join.h"
 #include "parallelprogram/kernellanguage/parser_state.h"
+#include "parallelprogram/kernellanguage/types.h"
 #include "parallelprogram/kernellanguage/words.h"
 
 namespace ostra::kernellanguage {
@@ -262,7 +263,8 @@ void Parser::ReadStruct(Nodes& items) {
     Stop(start.offset, "a struct after the kernel");
     return;
   }
-  const std::string_view name = ReadDeclaredName();
+  // Types that came later than such structs.
+  const std::string_view name = IsExtendedType(Peek().text) ? Take().text : ReadDeclaredName();
   if (!Expect("{")) return;
   _structs.insert(name);
   _structNames.push_back(name);

@@ -98,7 +98,7 @@ void Resolver::Declare(NodeIndex node) {
 // A name that cannot be that of the node everywhere.
 void Resolver::CheckName(NodeIndex node) {
   if (FindTypeWord(NameOf(node)) != kUnknownType)
-    Extend(node);
+    Extend(node, IsExtendedType(NameOf(node)));
   else if (IsShaderWord(NameOf(node)))
     Extend(node, true);
 }
@@ -141,7 +141,7 @@ TypeIndex Resolver::ReadType(NodeIndex node) {
       type = GetVectorType(scalar, static_cast<UInt32>(name[3] - '0'));
   }
   if (type == kUnknownType) return Stop(node, Join({"the type \"", name, "\" here"}));
-  if (arguments.empty() && IsExtendedType(name)) Extend(node);
+  if (arguments.empty() && IsExtendedType(name) && !_structs.contains(name)) Extend(node);
   return _resolved.type[node] = type;
 }
 
@@ -165,7 +165,18 @@ TypeIndex Resolver::ReadParameterType(NodeIndex node) {
     if (type == kVoidType) return Stop(node, "a parameter without a value");
     if (_tree.HasFlag(node, kIsPointer) && type != kCounterType) return Stop(node, "a pointer");
   }
+  CheckParameterType(node);
   return _resolved.type[node] = type;
+}
+
+// What a host cannot give.
+void Resolver::CheckParameterType(NodeIndex node) {
+  for (const NodeIndex argument : _tree.GetChildren(node)) CheckParameterType(argument);
+  const std::string_view name = NameOf(node);
+  const TypeIndex type = FindTypeWord(name);
+  if (!IsExtendedType(name) || _structs.contains(name)) return;
+  if (type == kMatrix2Type || Get(type).scalar == Scalar::kBool)
+    Fail(node, Join({"a ", TypeName(type), " is no type of a parameter: it is for values inside of a kernel"}));
 }
 
 void Resolver::ReadParameters(NodeIndex item) {
@@ -354,17 +365,27 @@ void Resolver::ReadList(NodeIndex list, TypeIndex type) {
   _resolved.type[list] = _resolved.converted[list] = type;
   const auto values = _tree.GetChildren(list);
   const Type kind = Get(type);
+  const auto isAggregate = [this](TypeIndex part) {
+    return Get(part).kind == TypeKind::kArray || Get(part).kind == TypeKind::kStruct;
+  };
   if (kind.kind == TypeKind::kArray) {
     if (values.size() > kind.count) {
-      Fail(values[kind.count], Join({"more values than the ", std::to_string(kind.count), " elements of the array"}));
+      // Braces inside may be left out.
+      if (isAggregate(kind.element))
+        Stop(list, "values in braces for this type");
+      else
+        Fail(values[kind.count], Join({"more values than the ", std::to_string(kind.count), " elements of the array"}));
       return;
     }
     for (const NodeIndex value : values) ReadListElement(value, kind.element);
   } else if (kind.kind == TypeKind::kStruct) {
     const auto members = _tree.GetChildren(kind.declaration);
     if (values.size() > members.size()) {
-      Fail(values[members.size()],
-           Join({"more values than the ", std::to_string(members.size()), " members of ", TypeName(type)}));
+      if (std::any_of(members.begin(), members.end(), [&](NodeIndex m) { return isAggregate(_resolved.type[m]); }))
+        Stop(list, "values in braces for this type");
+      else
+        Fail(values[members.size()],
+             Join({"more values than the ", std::to_string(members.size()), " members of ", TypeName(type)}));
       return;
     }
     for (std::size_t i = 0; i < values.size(); ++i) ReadListElement(values[i], _resolved.type[members[i]]);

@@ -126,11 +126,12 @@ TypeIndex Resolver::ConstructMatrix(NodeIndex node, TypeIndex type, Arguments ar
 TypeIndex Resolver::ConstructStruct(NodeIndex node, TypeIndex type, Arguments arguments) {
   const NodeIndex declaration = Get(type).declaration;
   const auto members = _tree.GetChildren(declaration);
-  if (arguments.size() != members.size()) {
+  if (arguments.size() < members.size())  // the rest is 0 in C++
+    return Stop(node, Join({"a ", TypeName(type), " without all its members"}));
+  if (arguments.size() > members.size()) {
     return Fail(node,
                 Join({"a ", TypeName(type), " has ", std::to_string(members.size()),
-                      members.size() == 1 ? " member, here " : " members, here ",
-                      arguments.size() == 1 ? "is " : "are ", std::to_string(arguments.size())}),
+                      members.size() == 1 ? " member" : " members", ", here are ", std::to_string(arguments.size())}),
                 {{GetOffset(declaration), Join({TypeName(type), " is declared here"})}});
   }
   for (std::size_t i = 0; i < members.size(); ++i) {

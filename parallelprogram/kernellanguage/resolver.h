@@ -56,6 +56,7 @@ class Resolver {
   void ReadKernel(NodeIndex item);
   TypeIndex ReadType(NodeIndex type);
   TypeIndex ReadParameterType(NodeIndex type);
+  void CheckParameterType(NodeIndex type);
   // The type with the dimensions of an array; `list` gives the length of [].
   TypeIndex ReadArray(TypeIndex element, NodeIndex dimensions, NodeIndex list);
   void ReadDeclaration(NodeIndex statement);

@@ -102,8 +102,25 @@ TEST(ExtensionTest, MatricesAreMadeOfNumbersColumnsAndMatrices) {
 TEST(ExtensionTest, StructsAreMadeOfTheirMembers) {
   const std::string before = "struct P\n{\nvec3 p;\nfloat m;\n};\n";
   EXPECT_EQ(PrintResult("P r = P(UNIFORM(v), 2);", before), "(make P uniform.v:vec3 2:int>float)^:P");
-  EXPECT_EQ(FindErrors("P r = P(UNIFORM(v));", before), "6:7: a P has 2 members, here is 1");
+  EXPECT_EQ(FindErrors("P r = P(UNIFORM(v), 1.0, 2.0);", before), "6:7: a P has 2 members, here are 3");
+  EXPECT_EQ(PrintResult("P r = P(UNIFORM(v));", before), "reason: a P without all its members");
   EXPECT_EQ(FindErrors("P r = P(1.0, UNIFORM(v));", before), "6:14: the member \"m\" is a float, this is a vec3");
+}
+
+TEST(ExtensionTest, StructsMayHaveTheNamesOfLaterTypes) {
+  const std::string before = "struct mat2\n{\nvec2 a;\nvec2 b;\n};\n";
+  EXPECT_TRUE(IsPrintable("mat2 m; m.a = vec2(1.0, 2.0);", before));
+  EXPECT_EQ(PrintResult("mat2 m; vec2 r = m.b;", before), "m:mat2.b:vec2");
+}
+
+TEST(ExtensionTest, ParametersAreOfTypesThatHostsHave) {
+  const auto find = [](const std::string& type) {
+    return ListErrors(AnalyzeText("#define KERNELINPUTS \\\n(" + type + ") a, \\\n(Block<Float32>) b\n\n" +
+                                  "OSTRA_PARALLEL_KERNEL(Test, KERNELINPUTS)\n{\n}\nOSTRA_PARALLEL_KERNEL_END\n"));
+  };
+  EXPECT_EQ(find("ivec2"), "");
+  EXPECT_EQ(find("mat2"), "2:2: a mat2 is no type of a parameter: it is for values inside of a kernel");
+  EXPECT_EQ(find("Block<bvec3>"), "2:8: a bvec3 is no type of a parameter: it is for values inside of a kernel");
 }
 
 TEST(ExtensionTest, NumbersBecomeVectorsAndHalves) {
@@ -215,6 +232,7 @@ TEST(ExtensionTest, ListsMakeVectorsMatricesAndArrays) {
   EXPECT_EQ(PrintResult("vec3 r = (vec3)(1, UNIFORM(f), 2.0).zyx;"),
             "(make vec3 1:int>float uniform.f:float 2.0:float)^:vec3.zyx^:vec3");
   EXPECT_EQ(FindReason("vec3 a = {1.0};"), "1: values in braces for this type");
+  EXPECT_EQ(FindReason("int a[2][2] = {1, 2, 3, 4};"), "1: values in braces for this type");
   EXPECT_EQ(FindErrors("float a[2] = {UNIFORM(v), 1.0};"), "1:15: an element is a float, this is a vec3");
 }
 
