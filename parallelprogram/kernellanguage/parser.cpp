@@ -331,6 +331,10 @@ NodeIndex Parser::ReadFunction(NodeIndex type, Bool isInline) {
     if (!Is(")") && !Expect(",")) return kNoNode;
   }
   if (!ExpectClosing(")", open)) return kNoNode;
+  const Bool hasDefault = std::any_of(children.begin() + 1, children.end(), [this](NodeIndex parameter) {
+    return _file.tree.GetChild(parameter, 2) != kNoNode;
+  });
+  if (!hasDefault && TakeIf(";")) return Add(NodeKind::kPrototype, offset, name, {}, kIsCppOnly);
   if (!Is("{")) return Stop(offset, "a function without its body");
   const Bool isPlain = isInline && Peek().isFirstInLine;
   children.push_back(ReadBlock());

@@ -364,6 +364,8 @@ TypeIndex Resolver::FailUnknownName(NodeIndex node, Bool isCall) {
                                     : Join({"there is no parameter \"", name, "\"; did you mean \"", meant, "\"?"}));
   }
   for (const NodeIndex item : _tree.GetChildren(_tree.root)) {
+    if (_tree.Is(item, NodeKind::kPrototype) && NameOf(item) == name && isCall)
+      return Stop(node, "a function before its body");
     if (_tree.Is(item, NodeKind::kFunction) && NameOf(item) == name && isCall)
       return Fail(node, Join({"the function \"", name, "\" is declared below; C++ needs it before its use"}),
                   {{GetOffset(item), "it is declared here"}});

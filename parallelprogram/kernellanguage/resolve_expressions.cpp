@@ -14,8 +14,17 @@ struct Swizzle {
   Bool isExtension = false, isPrintable = false;
 };
 
-// Components of a vector with `width` of them: "xy", "bgr", "s0"; all letters are of one set.
-Swizzle ReadSwizzle(std::string_view name, UInt32 width) {
+// The components of halves of a vector; the name itself for others.
+std::string_view GetHalf(std::string_view name, UInt32 width) {
+  if (width == 2) return name == "lo" || name == "even" ? "x" : name == "hi" || name == "odd" ? "y" : name;
+  if (width != 4) return name;
+  return name == "lo" ? "xy" : name == "hi" ? "zw" : name == "even" ? "xz" : name == "odd" ? "yw" : name;
+}
+
+// Components of a vector with `width` of them: "xy", "bgr", "s0", "lo"; all letters are of one set.
+Swizzle ReadSwizzle(std::string_view word, UInt32 width) {
+  const std::string_view name = GetHalf(word, width);
+  const Bool isHalf = name.data() != word.data();
   constexpr std::string_view kSets[] = {"xyzw", "rgba", "stpq", "0123"};
   for (const std::string_view set : kSets) {
     const Bool isNumbers = set == "0123";
@@ -31,7 +40,7 @@ Swizzle ReadSwizzle(std::string_view name, UInt32 width) {
     }
     if (swizzle.count != letters.size()) continue;
     // The components of vectors in C++ have the first three names, too.
-    swizzle.isPrintable = swizzle.count == 1 && !isNumbers;
+    swizzle.isPrintable = swizzle.count == 1 && !isNumbers && !isHalf;
     swizzle.isExtension = !swizzle.isPrintable || set == "stpq";
     return swizzle;
   }

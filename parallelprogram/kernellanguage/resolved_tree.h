@@ -28,6 +28,7 @@
 //   half = 1.0, sample++    kVariable and what else has the name of a type or a word of a shading language
 //   const float k = 1.0;    kDeclaration outside of functions
 //   float F(float x) {      kFunction with kIsCppOnly: not inline, or the brace on the same line
+//   float F(float x);       kPrototype, which says nothing that its kFunction does not
 //   #define K 1, #if        kFile: a macro of the kernel file itself or with arguments, a condition, other headers
 #pragma once
 

@@ -56,6 +56,7 @@ std::string_view GetKindName(NodeKind kind) {
                                          "FunctionParameter",
                                          "Kernel",
                                          "NoiseMark",
+                                         "Prototype",
                                          "Type",
                                          "Dimensions",
                                          "Block",

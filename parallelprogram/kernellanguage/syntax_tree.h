@@ -37,6 +37,7 @@ enum class NodeKind : UInt8 {
   kFunctionParameter,  // name; [type, kDimensions?, default value?]; kIsOut, kIsInOut, kIsReference, kIsConst
   kKernel,             // name; [kBlock]; kIsMethodForm
   kNoiseMark,          // ADDNOISECALL; in bodies, too
+  kPrototype,          // name: of a function whose body follows; kIsCppOnly
 
   // Types. The name is the word, an unsigned int is "uint".
   kType,        // name; [kType...] in angle brackets; kIsConst, kIsReference, kIsPointer

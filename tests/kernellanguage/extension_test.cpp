@@ -40,6 +40,8 @@ TEST(ExtensionTest, SwizzlesAreVectors) {
   EXPECT_EQ(PrintResult("vec2 r = UNIFORM(v).xyz.zy;"), "uniform.v:vec3.xyz^:vec3.zy^:vec2");
   EXPECT_EQ(PrintResult("uint2 r = InGlobalInvocationID.xy;"), "InGlobalInvocationID:uint3.xy^:uint2");
   EXPECT_EQ(PrintResult("vec2 r = UNIFORM(v).s20;"), "uniform.v:vec3.s20^:vec2");
+  EXPECT_EQ(PrintResult("vec4 a; vec2 r = a.hi;"), "a:vec4.hi^:vec2");
+  EXPECT_EQ(PrintResult("vec2 a; float r = a.even;"), "a:vec2.even^:float");
   const UInt32 number = FindSwizzle("vec3 a = UNIFORM(v).zzy;");
   EXPECT_EQ(GetSwizzleCount(number), 3u);
   EXPECT_EQ(GetSwizzleComponent(number, 0), 2u);
@@ -273,6 +275,15 @@ TEST(ExtensionTest, FunctionsNeedNotBeInlineNorHaveTheirBraceApart) {
     EXPECT_FALSE(IsPlain("", before)) << before;
     EXPECT_TRUE(IsPrintable("", before)) << before;
   }
+}
+
+TEST(ExtensionTest, FunctionsMayBeDeclaredBeforeTheirBodies) {
+  const std::string before = "float F(float a);\n", body = "inline float F(float a)\n{\nreturn a;\n}\n";
+  EXPECT_EQ(PrintResult("float r = F(1.0);", before + body), "(call F 1.0:float):float");
+  EXPECT_TRUE(IsPrintable("float r = F(1.0);", before + body));
+  EXPECT_FALSE(IsPlain("float r = F(1.0);", before + body));
+  EXPECT_EQ(PrintResult("float r = F(1.0);", before), "reason: a function before its body");
+  EXPECT_EQ(PrintResult("float r = F();", "float F(float a = 1.0);\n" + body), "reason: a function without its body");
 }
 
 TEST(ExtensionTest, MacrosOfTheKernelFileAreForTheCpuOnly) {
