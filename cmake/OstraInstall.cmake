@@ -26,6 +26,7 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/ostra DESTINATION ${CMAKE_INSTALL_INCLUD
   REGEX "/ostra/render/(gradient_table|noise_functions)\\.h$" EXCLUDE)
 foreach(header
     base/kernel_checks.h
+    program/dispatch_times_interface.h
     program/kernel_atomics.h
     program/kernel_base.h
     program/kernel_buffer.h

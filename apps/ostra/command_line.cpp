@@ -14,6 +14,7 @@
 #include "apps/ostra/names/one_of.h"
 #include "apps/ostra/output/standard_output.h"
 #include "apps/ostra/parity/parity_command.h"
+#include "apps/ostra/profile/profile_option.h"
 #include "apps/ostra/render_command_line.h"
 #include "apps/ostra/run/prepare_kernel.h"
 #include "apps/ostra/run/run_command.h"
@@ -78,6 +79,7 @@ constexpr const char* kLanguageServerDetails =
 struct RunArguments {
   std::string kernel, templateArgument, size, backend = "cpu", cacheFolder;
   std::vector<std::string> inputs, outputs, settings, textures, swaps;
+  std::string profile;
   Int repeatCount = 1, iterationCount = 1;
   Bool isFast = false, isChecked = false, isDebugged = false, isExplained = false, isJson = false;
 };
@@ -138,6 +140,7 @@ CLI::App& AddRunCommand(CLI::App& app, RunArguments& arguments, ConfigurationArg
       ->excludes("--fast");
   run.add_flag("--explain", arguments.isExplained,
                "Say how many invocations run at a time on the CPU, and what stands in the way of a wide form");
+  AddProfileOption(run, arguments.profile);
   run.add_option("--cache-dir", arguments.cacheFolder,
                  "Where compiled kernels are kept (default: $XDG_CACHE_HOME/ostra or ~/.cache/ostra)")
       ->type_name("DIR");
@@ -185,6 +188,8 @@ Result<RunOptions> MakeRunOptions(const RunArguments& arguments) {
   options.isFast = arguments.isFast;
   options.isChecked = arguments.isChecked;
   options.isDebugged = arguments.isDebugged;
+  options.isProfiled = !arguments.profile.empty();
+  OSTRA_ASSIGN_OR_RETURN(options.traceFile, GetTraceFile(arguments.profile));
   options.isExplained = arguments.isExplained;
   options.isJson = arguments.isJson;
   options.cacheFolder = arguments.cacheFolder;

@@ -1,5 +1,6 @@
 #include "apps/ostra/render_command_line.h"
 
+#include "apps/ostra/profile/profile_option.h"
 #include "apps/ostra/render/render_command.h"
 #include "apps/ostra/render/render_help.h"
 #include "apps/ostra/render/scene.h"
@@ -24,6 +25,7 @@ CLI::App& AddRenderCommand(CLI::App& app, RenderArguments& arguments) {
       .add_option("--cache-dir", arguments.cacheFolder,
                   "Where compiled kernels are kept (default: $XDG_CACHE_HOME/ostra or ~/.cache/ostra)")
       ->type_name("DIR");
+  AddProfileOption(render, arguments.profile);
   render.add_flag("--json", arguments.isJson, "Report as JSON");
   return render;
 }
@@ -50,6 +52,8 @@ Result<void> RunRender(const RenderArguments& arguments, std::span<const char* c
     options.values.emplace_back(parts.first, parts.second);
   }
   options.cacheFolder = arguments.cacheFolder;
+  options.isProfiled = !arguments.profile.empty();
+  OSTRA_ASSIGN_OR_RETURN(options.traceFile, GetTraceFile(arguments.profile));
   options.isJson = arguments.isJson;
   return Render(options, processArguments);
 }

@@ -12,7 +12,7 @@ namespace ostra::tool {
 
 // As they stand on the command line.
 struct RenderArguments {
-  std::string scene, target, size, cacheFolder;
+  std::string scene, target, size, cacheFolder, profile;
   std::vector<std::string> values;
   Bool isJson = false;
 };

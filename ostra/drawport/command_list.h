@@ -29,7 +29,13 @@ class DrawportStagingBuffer {
   ~DrawportStagingBuffer() = default;
 };
 
-class DrawportCommandList {
+// When the device did something: ns of std::chrono::steady_clock.
+struct DrawportWorkTime {
+  Int begin = 0;
+  Int duration = 0;
+};
+
+class OSTRA_API DrawportCommandList {
  public:
   // Work that is recorded later waits for what the bits name; see DrawportBarrierBits.
   virtual Result<void> AddMemoryBarrier(DrawportBarrierBits bits) = 0;
@@ -85,6 +91,16 @@ class DrawportCommandList {
   virtual Result<void> Draw(const DrawportDrawCall& call) = 0;
   // Error: illegal state outside of a pass.
   virtual Result<void> EndDrawPass() = 0;
+
+  // Times of the device. What is recorded between Begin and End is timed, from the end of what was recorded before to
+  // its own end. The first call waits for the device, to set its clock beside that of the host.
+  // Returns the number to ask with. Error: not implemented for a device without a clock.
+  virtual Result<UInt64> BeginTimedWork();
+  virtual Result<void> EndTimedWork(UInt64 number);
+  // Once for each number, when the device has done the work and Execute has waited for it; where the work lies among
+  // other threads' is known to some microseconds, its duration to the device's own step. Error: illegal state for work
+  // that is not done or was dropped.
+  virtual Result<DrawportWorkTime> TakeWorkTime(UInt64 number);
 
  protected:
   ~DrawportCommandList() = default;

@@ -45,7 +45,13 @@ class DefaultCommandList final : public DrawportCommandList {
 
 constinit DefaultCommandList g_defaultCommandList;
 
+Error MakeNoClockError() { return OSTRA_NOT_IMPLEMENTED("The GPU device has no clock that could be read."); }
+
 }  // namespace
+
+Result<UInt64> DrawportCommandList::BeginTimedWork() { return MakeNoClockError(); }
+Result<void> DrawportCommandList::EndTimedWork(UInt64) { return MakeNoClockError(); }
+Result<DrawportWorkTime> DrawportCommandList::TakeWorkTime(UInt64) { return MakeNoClockError(); }
 
 DrawportCommandList& GetDefaultCommandList() { return g_defaultCommandList; }
 

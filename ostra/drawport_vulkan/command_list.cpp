@@ -40,6 +40,7 @@ CommandList::~CommandList() {
   _device->LeaveList(_number);  // from here on no other thread looks into the batches
   for (Batch& batch : _batches) {
     ReleaseKept(batch);
+    DestroyStamps(batch);
     if (batch.pool) vkDestroyCommandPool(_device->GetHandle(), batch.pool, nullptr);
   }
   for (StagingBuffer* staging : _stagingBuffers) DeleteObj(staging);
@@ -58,6 +59,7 @@ void CommandList::ReleaseDone(UInt64 reached) {
 }
 
 void CommandList::Retire(Batch& batch) {
+  ReadStamps(batch);
   {
     const std::scoped_lock lock(_keptMutex);
     ReleaseKept(batch);
@@ -93,6 +95,7 @@ void CommandList::Abandon(Batch& batch) {
   for (const DeviceResourceRef& resource : batch.kept)
     resource->ForgetBatch(DeviceResource::MakeStamp(_number, batch.serial));
   ReleaseKept(batch);
+  if (batch.stamps) batch.stamps->count = 0;
   _isRendering = false;
   if (_clearedBy == batch.serial) _isCleared = false;  // the pass clears once more
   _uniformHead = batch.uniformEnd;                     // where the batch began

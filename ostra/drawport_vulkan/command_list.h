@@ -4,11 +4,16 @@
 // round: once a program is warm, recording allocates nothing.
 //
 // command_list.cpp has batches and dispatches, draw.cpp passes and draws, barriers.cpp what must wait for what,
-// transfers.cpp the movement of bytes, read_ahead.cpp what is read from buffers, setup.cpp the first use of resources.
+// transfers.cpp the movement of bytes, read_ahead.cpp what is read from buffers, setup.cpp the first use of resources,
+// work_times.cpp time stamps.
 #pragma once
 
+#include <optional>
+
+#include "ostra/core/hash_map.h"
 #include "ostra/drawport/command_list.h"
 #include "ostra/drawport_vulkan/buffer.h"
+#include "ostra/drawport_vulkan/device_clock.h"
 #include "ostra/drawport_vulkan/image.h"
 #include "ostra/drawport_vulkan/pipeline.h"
 #include "ostra/drawport_vulkan/render_target.h"
@@ -49,6 +54,9 @@ class CommandList final : public DrawportCommandList {
   Result<void> BeginDrawPass(DrawportRenderTarget& target, const DrawportClearValues& clear) override;
   Result<void> Draw(const DrawportDrawCall& call) override;
   Result<void> EndDrawPass() override;
+  Result<UInt64> BeginTimedWork() override;
+  Result<void> EndTimedWork(UInt64 number) override;
+  Result<DrawportWorkTime> TakeWorkTime(UInt64 number) override;
 
   Device& GetDevice() const { return *_device; }
   UInt32 GetNumber() const { return _number; }
@@ -84,6 +92,23 @@ class CommandList final : public DrawportCommandList {
   static constexpr Int kBatchCount = 16;
   static constexpr Int kTouchCount = 32;
 
+  // Time stamps of a batch.
+  struct Stamps {
+    static constexpr UInt32 kMaxCount = 1024;
+    struct Work {
+      UInt64 number;  // 0: the clock is set
+      Bool isEnd;
+    };
+    VkQueryPool pool = VK_NULL_HANDLE;
+    UInt32 count = 0;
+    Work work[kMaxCount] = {};
+  };
+
+  struct TimedWork {
+    DrawportWorkTime time;
+    Bool isEnded = false;
+  };
+
   struct Batch {
     VkCommandPool pool = VK_NULL_HANDLE;
     VkCommandBuffer commands = VK_NULL_HANDLE;
@@ -94,6 +119,7 @@ class CommandList final : public DrawportCommandList {
     UInt64 timelineValue = 0;
     Bool isInFlight = false;
     BaseArray<DeviceResourceRef> kept;
+    Stamps* stamps = nullptr;  // owned; made for the first stamp
   };
 
   // Part of a resource that a transfer touches: bytes of a buffer along x, texels of an image.
@@ -112,6 +138,13 @@ class CommandList final : public DrawportCommandList {
   Result<class ProgramFactory*> PrepareDispatch(DrawportProgramFactory& program, DrawportParameterValueSet& values);
 
   static void ReleaseKept(Batch& batch);
+
+  // work_times.cpp
+  Result<void> StartClock();
+  Result<void> WriteStamp(UInt64 number, Bool isEnd);
+  Result<Stamps&> GetStamps(Batch& batch);
+  void ReadStamps(Batch& batch);
+  void DestroyStamps(Batch& batch);
 
   // setup.cpp
   Result<UInt64> SubmitBehindSetup(Batch& batch);
@@ -178,6 +211,11 @@ class CommandList final : public DrawportCommandList {
   UInt64 _submittedValue = 0;  // of the device, with the last batch
   UInt64 _serial = 0;
   UInt64 _completedSerial = 0;
+
+  std::optional<DeviceClock> _clock;  // once work was timed
+  UInt64 _calibrationStamp = 0;       // the last that was read
+  UInt64 _lastTimedWork = 0;
+  HashMap<UInt64, TimedWork> _timedWork;  // what was read and not taken yet
 
   // What the current batch has bound: for compute, and for draws since ResumePass.
   VkPipeline _boundPipeline = VK_NULL_HANDLE;

@@ -57,6 +57,7 @@ Result<void> Device::Init(Int index) {
   _index = index;
   _physicalDevice = _driver->GetPhysicalDevice(index);
   _queueFamily = static_cast<UInt32>(PlanQueueFamily(_driver->GetSnapshot(index)));
+  _timestampBits = _driver->GetSnapshot(index).queueFamilies[Int{_queueFamily}].timestampBits;
   VkPhysicalDeviceDriverProperties driver = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_DRIVER_PROPERTIES};
   VkPhysicalDeviceProperties2 properties = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_PROPERTIES_2};
   properties.pNext = &driver;

@@ -36,6 +36,10 @@ class Device final : public DrawportCounted<Device, DrawportObject> {
   VkDevice GetHandle() const { return _device; }
   VkPhysicalDevice GetPhysicalDevice() const { return _physicalDevice; }
   UInt32 GetQueueFamily() const { return _queueFamily; }
+  // Of a time stamp; 0: the queue writes none.
+  UInt32 GetTimestampBits() const { return _timestampBits; }
+  // For tests: what another device would have. Before any work is timed.
+  void SetTimestampBits(UInt32 bits) { _timestampBits = bits; }
   const VkPhysicalDeviceLimits& GetLimits() const { return _properties.limits; }
   const VkPhysicalDeviceProperties& GetProperties() const { return _properties; }
   Int GetIndex() const { return _index; }
@@ -101,6 +105,7 @@ class Device final : public DrawportCounted<Device, DrawportObject> {
   VkDevice _device = VK_NULL_HANDLE;
   VkQueue _queue = VK_NULL_HANDLE;
   UInt32 _queueFamily = 0;
+  UInt32 _timestampBits = 0;
   UInt64 _maxBufferSize = UINT64_MAX;
   Bool _hasHalfFloats = false;
   Bool _hasBudgetExtension = false;

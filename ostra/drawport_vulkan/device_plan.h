@@ -12,6 +12,7 @@ enum class DeviceKind : Int32 { Discrete, Integrated, Virtual, Other, Software }
 struct QueueFamilySnapshot {
   Bool hasGraphics = false;
   Bool hasCompute = false;
+  UInt32 timestampBits = 0;  // that count; 0: no time stamps
 };
 
 struct MemoryHeapSnapshot {

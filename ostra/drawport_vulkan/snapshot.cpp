@@ -30,7 +30,8 @@ Result<void> TakeQueueFamilies(VkPhysicalDevice device, DeviceSnapshot& snapshot
   vkGetPhysicalDeviceQueueFamilyProperties(device, &count, families.GetFirst());
   for (const VkQueueFamilyProperties& family : families) {
     const QueueFamilySnapshot taken{.hasGraphics = (family.queueFlags & VK_QUEUE_GRAPHICS_BIT) != 0,
-                                    .hasCompute = (family.queueFlags & VK_QUEUE_COMPUTE_BIT) != 0};
+                                    .hasCompute = (family.queueFlags & VK_QUEUE_COMPUTE_BIT) != 0,
+                                    .timestampBits = family.timestampValidBits};
     OSTRA_RETURN_IF_ERROR(snapshot.queueFamilies.Append(taken));
   }
   return OK;

@@ -1,5 +1,6 @@
 #include "ostra/monitor/monitor.h"
 
+#include <algorithm>
 #include <chrono>
 #include <mutex>
 
@@ -38,6 +39,15 @@ void MonitorScope::End() const {
 void MonitorCounter::Record(UInt32 recording, Int amount) {
   const Int sum = _sum.fetch_add(amount, std::memory_order_relaxed) + amount;
   EventBuffers::Append(recording, {MonitorEvent::Kind::Counter, _name, GetTime(), sum});
+}
+
+void MonitorAddDeviceScope(std::string_view name, Int begin, Int duration) {
+  const UInt32 recording = g_monitorRecording.load(std::memory_order_relaxed);
+  if (!recording) return;
+  // No character is cut in two.
+  std::size_t size = std::min(name.size(), MonitorName::kMaxSize);
+  while (size < name.size() && size > 0 && (static_cast<Byte>(name[size]) & 0xC0) == 0x80) --size;
+  EventBuffers::Append(recording, {MonitorEvent::Kind::DeviceScope, name.substr(0, size), begin, duration});
 }
 
 Result<void> MonitorStart() {

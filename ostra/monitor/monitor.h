@@ -76,6 +76,10 @@ class OSTRA_API MonitorCounter {
   std::atomic<Int> _sum{0};
 };
 
+// Adds what a device did, to a track of its own beside those of the threads. `begin` in ns of
+// std::chrono::steady_clock, `duration` in ns. Of a longer name the first 46 bytes count.
+OSTRA_API void MonitorAddDeviceScope(std::string_view name, Int begin, Int duration);
+
 // Begins to record. Illegal state: a recording runs.
 OSTRA_API Result<void> MonitorStart();
 

@@ -8,7 +8,7 @@
 namespace ostra {
 
 struct MonitorEvent {
-  enum class Kind : Byte { Scope, Counter };
+  enum class Kind : Byte { Scope, Counter, DeviceScope };
 
   MonitorEvent() = default;
   MonitorEvent(Kind eventKind, std::string_view eventName, Int eventTime, Int eventValue)

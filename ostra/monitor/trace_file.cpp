@@ -60,12 +60,24 @@ Result<void> TraceFile::Open(std::string_view path) {
   return OK;
 }
 
-void TraceFile::Write(Int threadNumber, const MonitorEvent& event) {
+void TraceFile::BeginEvent(std::string_view name, Int track) {
   std::fputs(std::exchange(_isFirst, false) ? "\n{\"name\":" : ",\n{\"name\":", _file);
-  WriteText(_file, event.GetName());
-  std::fprintf(_file, ",\"pid\":%d,\"tid\":%" PRId64, static_cast<int>(getpid()), threadNumber);
+  WriteText(_file, name);
+  std::fprintf(_file, ",\"pid\":%d,\"tid\":%" PRId64, static_cast<int>(getpid()), track);
+}
+
+void TraceFile::NameDeviceTrack() {
+  if (std::exchange(_hasDeviceTrack, true)) return;
+  BeginEvent("thread_name", kDeviceTrack);
+  std::fputs(",\"ph\":\"M\",\"args\":{\"name\":\"GPU\"}}", _file);
+}
+
+void TraceFile::Write(Int threadNumber, const MonitorEvent& event) {
+  const Bool isOfDevice = event.kind == MonitorEvent::Kind::DeviceScope;
+  if (isOfDevice) NameDeviceTrack();
+  BeginEvent(event.GetName(), isOfDevice ? kDeviceTrack : threadNumber);
   WriteTime(_file, "ts", event.time);
-  if (event.kind == MonitorEvent::Kind::Scope) {
+  if (event.kind != MonitorEvent::Kind::Counter) {
     WriteTime(_file, "dur", event.value);
     std::fputs(",\"ph\":\"X\"}", _file);
   } else {

@@ -23,12 +23,17 @@ class TraceFile {
   Result<void> Finish(Int lostEventCount);
 
  private:
+  static constexpr Int kDeviceTrack = 0;  // threads begin with 1
+
   Error MakeError() const;
+  void BeginEvent(std::string_view name, Int track);
+  void NameDeviceTrack();
 
   CString _path;
   CString _temporaryPath;
   std::FILE* _file = nullptr;
   Bool _isFirst = true;
+  Bool _hasDeviceTrack = false;
 };
 
 }  // namespace ostra

@@ -66,7 +66,49 @@ Result<void> ParallelProgramGPUImpl::DispatchKernel(UInt32 countX, UInt32 countY
   if (!disableBarrier) OSTRA_RETURN_IF_ERROR(AddMemoryBarrier());
   const WorkGroupCounts counts = GetWorkGroupCounts(countX, countY, countZ, kernel.workGroupSize);
   if (counts.x == 0 || counts.y == 0 || counts.z == 0) return OK;
-  return kernel.compute->Dispatch(counts.x, counts.y, counts.z);
+  return RecordDispatch({countX, countY, countZ},
+                        [&] { return kernel.compute->Dispatch(counts.x, counts.y, counts.z); });
+}
+
+template <class Record>
+Result<void> ParallelProgramGPUImpl::RecordDispatch(const Vec3<UInt32>& invocations, Record&& record) {
+  if (!_isMeasured) return record();
+  DrawportCommandList& list = _current.GetCommandList();
+  OSTRA_RETURN_IF_ERROR(_measured.Reserve(_measured.GetCount() + 1));
+  OSTRA_ASSIGN_OR_RETURN(const UInt64 number, list.BeginTimedWork());
+  OSTRA_RETURN_IF_ERROR(record());
+  OSTRA_RETURN_IF_ERROR(list.EndTimedWork(number));
+  OSTRA_RETURN_IF_ERROR(_measured.Append(MeasuredDispatch{{_activeKernelId, invocations}, number, _contextNumber}));
+  return OK;
+}
+
+Result<void> ParallelProgramGPUImpl::MeasureDispatches(Bool isOn) {
+  if (isOn) {
+    // Sets the clock, or says that there is none.
+    DrawportCommandList& list = _current.GetCommandList();
+    OSTRA_ASSIGN_OR_RETURN(const UInt64 number, list.BeginTimedWork());
+    OSTRA_RETURN_IF_ERROR(list.EndTimedWork(number));
+    OSTRA_RETURN_IF_ERROR(list.Execute(true));
+    OSTRA_RETURN_IF_ERROR(list.TakeWorkTime(number));
+  }
+  _isMeasured = isOn;
+  return OK;
+}
+
+Result<BaseArray<DispatchTime>> ParallelProgramGPUImpl::TakeDispatchTimes() {
+  DrawportCommandList& list = _current.GetCommandList();
+  OSTRA_RETURN_IF_ERROR(list.Execute(true));
+  BaseArray<DispatchTime> times;
+  OSTRA_RETURN_IF_ERROR(times.Reserve(_measured.GetCount()));
+  for (MeasuredDispatch& dispatch : _measured) {
+    if (dispatch.contextNumber != _contextNumber) continue;
+    OSTRA_ASSIGN_OR_RETURN(const DrawportWorkTime time, list.TakeWorkTime(dispatch.number));
+    dispatch.time.begin = time.begin;
+    dispatch.time.duration = time.duration;
+    OSTRA_RETURN_IF_ERROR(times.Append(dispatch.time));
+  }
+  _measured.Clear();
+  return times;
 }
 
 Result<void> ParallelProgramGPUImpl::DispatchIndirectKernel(const InternedId& buffer, UInt32 offset,
@@ -77,7 +119,8 @@ Result<void> ParallelProgramGPUImpl::DispatchIndirectKernel(const InternedId& bu
   if (!disableBarrier) OSTRA_RETURN_IF_ERROR(AddMemoryBarrier());
   const DataBufferEntry* entry = FindBufferEntry(_buffers, buffer);
   if (!entry || !entry->_deviceBuffer) return OSTRA_ILLEGAL_STATE("trying to dispatch indirect from unknown buffer");
-  return kernel.compute->DispatchIndirect(_current.GetCommandList(), *entry->_deviceBuffer, offset);
+  return RecordDispatch(
+      {}, [&] { return kernel.compute->DispatchIndirect(_current.GetCommandList(), *entry->_deviceBuffer, offset); });
 }
 
 Result<void> ParallelProgramGPUImpl::AddMemoryBarrier() {

@@ -10,11 +10,13 @@
 #include "parallelprogram/device/device_textures.h"
 #include "parallelprogram/gpu/copy_kernel.h"
 #include "parallelprogram/gpu/gpu_kernel.h"
+#include "parallelprogram/program/dispatch_times_interface.h"
 #include "parallelprogram/program/parallel_program.h"
 
 namespace ostra {
 
-class ParallelProgramGPUImpl final : public Component<ParallelProgramGPUImpl, ParallelProgramInterface> {
+class ParallelProgramGPUImpl final
+    : public Component<ParallelProgramGPUImpl, ParallelProgramInterface, DispatchTimesInterface> {
  public:
   static constexpr const char* kComponentName = "ParallelProgramGPUImpl";
 
@@ -92,6 +94,9 @@ class ParallelProgramGPUImpl final : public Component<ParallelProgramGPUImpl, Pa
   void GetSupportReadWritePixelFormats(Bool& readWrite16bit, Bool& readWrite8bit) const override;
   std::pair<Int64, Int64> GetAvailableAndTotalVRAMBudget() const override;
 
+  Result<void> MeasureDispatches(Bool isOn) override;
+  Result<BaseArray<DispatchTime>> TakeDispatchTimes() override;
+
  private:
   // Context.
 
@@ -136,6 +141,10 @@ class ParallelProgramGPUImpl final : public Component<ParallelProgramGPUImpl, Pa
   Result<void> BindParameters(const InternedId& kernelId, DrawportProgramFactory& factory,
                               DrawportParameterValueSet& values, Block<const DrawportParameter> parameters);
   Result<void> BindNoises(const GpuKernel& kernel, const ParameterTarget& target) const;
+
+  // Dispatch. `record()` records one on the current context; it is timed when dispatches are measured.
+  template <class Record>
+  Result<void> RecordDispatch(const Vec3<UInt32>& invocations, Record&& record);
 
   // Buffers.
 
@@ -183,6 +192,13 @@ class ParallelProgramGPUImpl final : public Component<ParallelProgramGPUImpl, Pa
   HashMap<InternedId, Data> _evictedTextures;  // SamplingData with texels
   BaseArray<InternedId> _deleteOrder;
   NarrowTexels _narrow;
+  Bool _isMeasured = false;
+  struct MeasuredDispatch {
+    DispatchTime time;  // without begin and duration
+    UInt64 number;      // that the command list of
+    Int contextNumber;  // this context knows the time by
+  };
+  BaseArray<MeasuredDispatch> _measured;
 };
 
 }  // namespace ostra

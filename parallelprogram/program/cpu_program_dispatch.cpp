@@ -1,5 +1,6 @@
 // Dispatch of the CPU program: spreads the invocations of a range over the worker threads.
 #include <algorithm>
+#include <chrono>
 #include <exception>
 #include <mutex>
 #include <new>
@@ -7,6 +8,7 @@
 #include "ostra/core/format.h"
 #include "ostra/jobs/paced_loop.h"
 #include "ostra/jobs/worker_threads.h"
+#include "ostra/monitor/monitor.h"
 #include "parallelprogram/program/cpu_program_impl.h"
 
 OSTRA_UNIT("parallelprogram_cpu_impl");
@@ -21,6 +23,11 @@ constexpr Float64 kLongPieceTicks = 500 * kTicksPerMicrosecond;
 // more.
 constexpr Int kLargestVector = 16;
 constexpr Int kManyInvocations = 256;
+
+Int GetSteadyTime() {
+  return std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::steady_clock::now().time_since_epoch())
+      .count();
+}
 
 // What the threads of one dispatch share. The stop flag ends pieces soon after a failure, not at once.
 struct Dispatch {
@@ -198,7 +205,34 @@ Result<void> CheckWorkGroup(const Vec3<UInt32>& size, const InternedId& kernelId
 }  // namespace
 
 Result<void> ParallelProgramCPUImpl::DispatchKernel(UInt32 countX, UInt32 countY, UInt32 countZ, Bool) {
+  const MonitorScope scope("dispatch kernel");
+  if (_isMeasured) [[unlikely]]
+    return MeasureDispatch(countX, countY, countZ);
+  return RunDispatch(countX, countY, countZ);
+}
+
+Result<void> ParallelProgramCPUImpl::RunDispatch(UInt32 countX, UInt32 countY, UInt32 countZ) {
   return countY == 1 && countZ == 1 ? DispatchKernelSimple(countX) : DispatchKernelComplex(countX, countY, countZ);
+}
+
+// What fails has no time.
+Result<void> ParallelProgramCPUImpl::MeasureDispatch(UInt32 countX, UInt32 countY, UInt32 countZ) {
+  OSTRA_RETURN_IF_ERROR(_dispatchTimes.Append(DispatchTime{_activeKernelId, {countX, countY, countZ}}));
+  DispatchTime& time = _dispatchTimes[_dispatchTimes.GetCount() - 1];
+  time.begin = GetSteadyTime();
+  auto done = RunDispatch(countX, countY, countZ);
+  time.duration = GetSteadyTime() - time.begin;
+  if (!done) static_cast<void>(_dispatchTimes.Resize(_dispatchTimes.GetCount() - 1));
+  return done;
+}
+
+Result<void> ParallelProgramCPUImpl::MeasureDispatches(Bool isOn) {
+  _isMeasured = isOn;
+  return OK;
+}
+
+Result<BaseArray<DispatchTime>> ParallelProgramCPUImpl::TakeDispatchTimes() {
+  return std::exchange(_dispatchTimes, BaseArray<DispatchTime>());
 }
 
 Result<void> ParallelProgramCPUImpl::DispatchKernelSimple(UInt32 count) {

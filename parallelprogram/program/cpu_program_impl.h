@@ -6,6 +6,7 @@
 #include "ostra/core/data_dictionary.h"
 #include "ostra/core/intrusive_list.h"
 #include "ostra/render/render_noise.h"
+#include "parallelprogram/program/dispatch_times_interface.h"
 #include "parallelprogram/program/kernel_group_interface.h"
 #include "parallelprogram/program/kernel_interface.h"
 #include "parallelprogram/program/kernel_range_interface.h"
@@ -19,7 +20,8 @@ namespace ostra {
 // The slot of a buffer's array. Tables and links hold its address, so a buffer that is resized stays linked.
 using BufferSlot = Array<Generic>;
 
-class ParallelProgramCPUImpl final : public Component<ParallelProgramCPUImpl, ParallelProgramInterface> {
+class ParallelProgramCPUImpl final
+    : public Component<ParallelProgramCPUImpl, ParallelProgramInterface, DispatchTimesInterface> {
  public:
   static constexpr const char* kComponentName = "ParallelProgramCPUImpl";
 
@@ -93,6 +95,9 @@ class ParallelProgramCPUImpl final : public Component<ParallelProgramCPUImpl, Pa
   Bool GetMemoryInformation(Int64& freeMemory, Int64& totalMemory) const override;
   void GetSupportReadWritePixelFormats(Bool& readWrite16bit, Bool& readWrite8bit) const override;
   std::pair<Int64, Int64> GetAvailableAndTotalVRAMBudget() const override;
+
+  Result<void> MeasureDispatches(Bool isOn) override;
+  Result<BaseArray<DispatchTime>> TakeDispatchTimes() override;
 
  private:
   struct BufferNode : ListNode<BufferNode> {
@@ -178,6 +183,8 @@ class ParallelProgramCPUImpl final : public Component<ParallelProgramCPUImpl, Pa
   // Hands a buffer over again that has moved, to every kernel that holds it.
   void HandOverResized(const BufferSlot& slot);
 
+  Result<void> RunDispatch(UInt32 countX, UInt32 countY, UInt32 countZ);
+  Result<void> MeasureDispatch(UInt32 countX, UInt32 countY, UInt32 countZ);
   Result<void> DispatchKernelSimple(UInt32 count);
   Result<void> DispatchKernelComplex(UInt32 countX, UInt32 countY, UInt32 countZ);
 
@@ -189,6 +196,8 @@ class ParallelProgramCPUImpl final : public Component<ParallelProgramCPUImpl, Pa
   DataDictionary _counters;                    // name -> AtomicUInt32*
   DataDictionary _textures;                    // name -> TextureSamplerDataHelper*
   InternedId _activeKernelId;
+  Bool _isMeasured = false;
+  BaseArray<DispatchTime> _dispatchTimes;
   InternedId _noiseDataName;
   BaseArray<InternedId> _noiseModeNames;
   BaseArray<InternedId> _noiseSeedNames;

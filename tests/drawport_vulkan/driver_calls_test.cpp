@@ -137,6 +137,14 @@ TEST_F(DriverCallsTest, OneBarrierServesBuffersAndTexturesBetweenTwoDispatches) 
   Take(list.Execute(true));
 }
 
+TEST_F(DriverCallsTest, AQueueWithoutTimeStampsSaysSo) {
+  const DrawportContextRef context = Take(MakeContext());
+  Device& device = static_cast<Context&>(*context).GetDevice();
+  device.SetTimestampBits(0);
+  EXPECT_THAT(context->GetCommandList().BeginTimedWork(),
+              IsErrorContaining(kNotImplementedError, "has no time stamps."));
+}
+
 TEST_F(DriverCallsTest, LabelsReachTheDriver) {
   if (!_driver->HasDebugUtils()) GTEST_SKIP() << "The Vulkan loader of this machine names no objects.";
   const DrawportContextRef context = Take(MakeContext());

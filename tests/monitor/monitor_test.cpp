@@ -93,6 +93,34 @@ TEST_F(MonitorTest, ACounterRecordsItsSum) {
   EXPECT_EQ(trace["traceEvents"][1]["args"]["sum"], 12);
 }
 
+TEST_F(MonitorTest, WhatADeviceDidHasATrackWithAName) {
+  MonitorAddDeviceScope("before", 1, 1);
+  ASSERT_TRUE(MonitorStart());
+  { const MonitorScope scope("on a thread"); }
+  MonitorAddDeviceScope("blur", 5'000'000, 2500);
+  MonitorAddDeviceScope("blur", 6'000'000, 1500);
+  const json trace = Stop();
+  EXPECT_THAT(CountNames(trace), testing::ElementsAre(testing::Pair("blur", 2), testing::Pair("on a thread", 1),
+                                                      testing::Pair("thread_name", 1)));
+  const json& name = FindEvent(trace, "thread_name");
+  EXPECT_EQ(name["ph"], "M");
+  EXPECT_EQ(name["args"]["name"], "GPU");
+  const json& event = FindEvent(trace, "blur");
+  EXPECT_EQ(event["tid"], name["tid"]);
+  EXPECT_NE(event["tid"], FindEvent(trace, "on a thread")["tid"]);
+  EXPECT_EQ(event["ts"], 5000.0);
+  EXPECT_EQ(event["dur"], 2.5);
+}
+
+TEST_F(MonitorTest, LongNamesOfDevicesAreCutBetweenCharacters) {
+  ASSERT_TRUE(MonitorStart());
+  MonitorAddDeviceScope(std::string(45, 'a') + "\xc3\xa4", 0, 0);
+  MonitorAddDeviceScope(std::string(50, 'b'), 0, 0);
+  const json trace = Stop();
+  FindEvent(trace, std::string(45, 'a'));
+  FindEvent(trace, std::string(46, 'b'));
+}
+
 TEST_F(MonitorTest, NamesAreEscaped) {
   ASSERT_TRUE(MonitorStart());
   { const MonitorScope scope("a \"quoted\" \\ name\n\x01 \xc3\xa4"); }

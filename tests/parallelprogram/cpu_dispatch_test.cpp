@@ -3,6 +3,7 @@
 #include <set>
 #include <tuple>
 
+#include "parallelprogram/program/dispatch_times_interface.h"
 #include "tests/parallelprogram/program_fixture.h"
 
 namespace ostra::test {
@@ -63,6 +64,34 @@ class DispatchTest : public KernelFormTest {
     EXPECT_EQ(seen.size(), std::size_t{x} * y * z);
   }
 };
+
+TEST_P(DispatchTest, DispatchesAreMeasuredWhenThatIsAskedFor) {
+  auto* const times = FindInterface<DispatchTimesInterface>(*program);
+  ASSERT_TRUE(times);
+  Dispatch(5, 1, 1);
+  ASSERT_THAT(times->MeasureDispatches(true), IsOk());
+  Dispatch(7, 1, 1);
+  Dispatch(8, 4, 2);
+  ASSERT_THAT(times->MeasureDispatches(false), IsOk());
+  Dispatch(9, 1, 1);
+  const auto taken = times->TakeDispatchTimes();
+  ASSERT_THAT(taken, IsOk());
+  ASSERT_EQ(taken->GetCount(), 2);
+  EXPECT_EQ((*taken)[0].kernel, "recorder"_iid);
+  EXPECT_EQ((*taken)[0].invocations, Vec3<UInt32>(7, 1, 1));
+  EXPECT_EQ((*taken)[1].invocations, Vec3<UInt32>(8, 4, 2));
+  EXPECT_GT((*taken)[0].duration, 0);
+  EXPECT_GE((*taken)[1].begin, (*taken)[0].begin + (*taken)[0].duration);
+  EXPECT_EQ(times->TakeDispatchTimes()->GetCount(), 0);
+}
+
+TEST_P(DispatchTest, ADispatchThatFailsHasNoTime) {
+  auto* const times = FindInterface<DispatchTimesInterface>(*program);
+  ASSERT_THAT(times->MeasureDispatches(true), IsOk());
+  SetGroup(0, 1, 1);
+  EXPECT_FALSE(program->DispatchKernel(7, 1, 1, false));
+  EXPECT_EQ(times->TakeDispatchTimes()->GetCount(), 0);
+}
 
 TEST_P(DispatchTest, OneDimensionRunsEveryIndexOnce) {
   for (const UInt32 count : {1u, 2u, 15u, 16u, 17u, 1000u, 65537u}) {

@@ -18,6 +18,7 @@
 #include "apps/ostra/kernels/precompiled_header.h"
 #include "apps/ostra/output/progress.h"
 #include "apps/ostra/output/standard_output.h"
+#include "apps/ostra/profile/profile.h"
 #include "ostra/core/format.h"
 
 OSTRA_UNIT("kernel_cache");
@@ -64,7 +65,10 @@ struct Recipe {
 
 Result<Recipe> MakeRecipe(const KernelModuleOptions& options) {
   Recipe recipe;
-  OSTRA_ASSIGN_OR_RETURN(recipe.source, ReadKernelSource(options.kernelFile, options.templateArgument));
+  {
+    const ProfilePart part("front end");
+    OSTRA_ASSIGN_OR_RETURN(recipe.source, ReadKernelSource(options.kernelFile, options.templateArgument));
+  }
   OSTRA_ASSIGN_OR_RETURN(recipe.cache, OpenCacheFolder(options.cacheFolder));
   OSTRA_ASSIGN_OR_RETURN(recipe.compiler, FindCompiler());
   OSTRA_ASSIGN_OR_RETURN(const std::string headerFolder, FindHeaderFolder());
@@ -111,6 +115,7 @@ Result<void> RunCompiler(const Recipe& recipe, const WorkFolder& folder, const U
 
 // Makes "kernel.so" in the folder and returns the headers that went into it.
 Result<std::vector<std::string>> Compile(const Recipe& recipe, const WorkFolder& folder, const Url& kernelFile) {
+  const ProfilePart part("compile");
   const Progress progress("compiling " + std::string(kernelFile.GetName().GetView()), 0);
   PrecompiledHeader::Use header = recipe.header->Prepare(folder);
   auto compiled = RunCompiler(recipe, folder, kernelFile, header.switches);
@@ -158,12 +163,16 @@ Result<KernelModule> MakeKernelModule(const KernelModuleOptions& options) {
 
 Result<KernelModule> LoadKernelModule(const KernelModuleOptions& options, Host& host) {
   OSTRA_ASSIGN_OR_RETURN(KernelModule module, MakeKernelModule(options));
-  auto loaded = host.LoadModule(module.path);
+  const auto load = [&host](const KernelModule& made) {
+    const ProfilePart part("load");
+    return host.LoadModule(made.path);
+  };
+  auto loaded = load(module);
   if (!loaded && !module.wasCompiled) {
     KernelModuleOptions again = options;
     again.isCompiledAgain = true;
     OSTRA_ASSIGN_OR_RETURN(module, MakeKernelModule(again));
-    loaded = host.LoadModule(module.path);
+    loaded = load(module);
   }
   if (!loaded) return loaded.TakeError();
   // Loaded code needs no name: nothing is left behind if the process is killed later.

@@ -8,6 +8,7 @@
 #include "apps/ostra/names/nearest_name.h"
 #include "apps/ostra/output/standard_output.h"
 #include "apps/ostra/output/table.h"
+#include "apps/ostra/profile/profile_report.h"
 #include "apps/ostra/render/scene_renderer.h"
 #include "apps/ostra/start_host.h"
 #include "apps/ostra/tool_error.h"
@@ -93,7 +94,8 @@ Result<void> CheckTargetMemory(const Scene& scene, const RenderPlan& plan, const
 }
 
 Result<void> Report(const RenderOptions& options, const Scene& scene, const RenderPlan& plan,
-                    const RenderedScene& rendered, const DrawportInterface& drawport) {
+                    const RenderedScene& rendered, const DrawportInterface& drawport,
+                    const std::optional<ProfileReport>& profile) {
   OSTRA_ASSIGN_OR_RETURN(const BaseArray<DrawportDeviceInformation> devices, GetDrawportDevices());
   const Int index = drawport.GetDrawingDevice();
   const std::string device = index < devices.GetCount() ? std::string(devices[index].name.GetView()) : "";
@@ -101,15 +103,16 @@ Result<void> Report(const RenderOptions& options, const Scene& scene, const Rend
   for (const PlannedPass& pass : plan.passes) draws += static_cast<Int>(pass.draws.size());
   const Extents size{rendered.image.width, rendered.image.height, 1};
   if (options.isJson) {
-    const nlohmann::ordered_json json = {{"scene", scene.file},
-                                         {"device", device},
-                                         {"size", {size.width, size.height}},
-                                         {"kernels", scene.kernels.size()},
-                                         {"passes", plan.passes.size()},
-                                         {"draws", draws},
-                                         {"vertices", rendered.vertexCount},
-                                         {"milliseconds", rendered.milliseconds},
-                                         {"output", std::string(options.target.GetView())}};
+    nlohmann::ordered_json json = {{"scene", scene.file},
+                                   {"device", device},
+                                   {"size", {size.width, size.height}},
+                                   {"kernels", scene.kernels.size()},
+                                   {"passes", plan.passes.size()},
+                                   {"draws", draws},
+                                   {"vertices", rendered.vertexCount},
+                                   {"milliseconds", rendered.milliseconds},
+                                   {"output", std::string(options.target.GetView())}};
+    if (profile) json["profile"] = FormatProfileAsJson(*profile);
     return WriteOutput(json.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n");
   }
   char time[40];
@@ -120,19 +123,23 @@ Result<void> Report(const RenderOptions& options, const Scene& scene, const Rend
                                   {"draws", std::to_string(draws)},
                                   {"vertices", std::to_string(rendered.vertexCount)},
                                   {"time", time},
-                                  {"written", std::string(options.target.GetView())}}));
+                                  {"written", std::string(options.target.GetView())}}) +
+                     (profile ? FormatProfile(*profile) : ""));
 }
 
 }  // namespace
 
 Result<void> Render(const RenderOptions& options, std::span<const char* const> arguments) {
   OSTRA_RETURN_IF_ERROR(CheckPictureTarget(options.target));
+  if (options.isProfiled) Profile::Start(options.traceFile);
   OSTRA_ASSIGN_OR_RETURN(Scene scene, ReadScene(options));
   OSTRA_RETURN_IF_ERROR(ReplaceValues(options, scene));
   if (options.size.IsKnown()) scene.size = options.size;
   OSTRA_ASSIGN_OR_RETURN(Host host, StartHost(arguments));
   const Url folder = options.sceneFile.GetDirectory();
+  std::optional<ProfilePart> part(std::in_place, "plan");
   OSTRA_ASSIGN_OR_RETURN(const RenderPlan plan, MakeRenderPlan(scene, folder));
+  part.reset();
   for (const PlannedFileTexture& texture : plan.textures)
     for (const std::string& note : texture.contents.notes) WriteErrorLine("note: " + note);
   OSTRA_RETURN_IF_ERROR(StartGpu(host, "scenes are drawn on a GPU, or by a driver that plays one"));
@@ -141,8 +148,14 @@ Result<void> Render(const RenderOptions& options, std::span<const char* const> a
   OSTRA_ASSIGN_OR_RETURN(const SceneKernels kernels,
                          SceneKernels::Run(scene, folder, options.cacheFolder, host, context));
   OSTRA_ASSIGN_OR_RETURN(const RenderedScene rendered, SceneRenderer(scene, plan, kernels, context).Render());
+  part.emplace("write files");
   OSTRA_RETURN_IF_ERROR(WriteImage(options.target, rendered.image));
-  return Report(options, scene, plan, rendered, *context->GetDrawport());
+  part.reset();
+  std::optional<ProfileReport> profile;
+  if (options.isProfiled) {
+    OSTRA_ASSIGN_OR_RETURN(profile, Profile::Finish());
+  }
+  return Report(options, scene, plan, rendered, *context->GetDrawport(), profile);
 }
 
 }  // namespace ostra::tool

@@ -17,6 +17,8 @@ struct RenderOptions {
   Extents size;                                             // unknown: that of the scene
   std::vector<std::pair<std::string, std::string>> values;  // values of the scene that are replaced: "angle", "1,2,3"
   std::string cacheFolder;
+  Bool isProfiled = false;
+  std::string traceFile = {};  // of the profile; empty for none
   Bool isJson = false;
 };
 

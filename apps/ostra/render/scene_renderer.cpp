@@ -2,6 +2,7 @@
 
 #include <chrono>
 
+#include "apps/ostra/profile/profile.h"
 #include "apps/ostra/render/vertex_data.h"
 #include "ostra/core/format.h"
 #include "ostra/object/class.h"
@@ -52,13 +53,21 @@ Result<RenderedScene> SceneRenderer::Render() {
     return OSTRA_ILLEGAL_STATE("@: @: @", _scene.file, path, message);
   };
   for (const PlannedPass& pass : _plan.passes) {
-    OSTRA_RETURN_IF_ERROR(place(pass.scene->path, MakeTarget(pass)));
-    for (const PlannedDraw& draw : pass.draws)
-      OSTRA_RETURN_IF_ERROR(place(draw.scene->path, PrepareDraw(draw, *pass.scene)));
-    OSTRA_RETURN_IF_ERROR(place(pass.scene->path, DrawPass(pass)));
+    {
+      const ProfilePart part("build");
+      OSTRA_RETURN_IF_ERROR(place(pass.scene->path, MakeTarget(pass)));
+      for (const PlannedDraw& draw : pass.draws)
+        OSTRA_RETURN_IF_ERROR(place(draw.scene->path, PrepareDraw(draw, *pass.scene)));
+    }
+    const ProfilePart part("draw");
+    OSTRA_RETURN_IF_ERROR(place(pass.scene->path, MeasurePass(pass)));
   }
   RenderedScene rendered;
-  OSTRA_ASSIGN_OR_RETURN(rendered.image, _renderer.ReadImage(*GetTarget(), 0));
+  {
+    const ProfilePart part("read back");
+    OSTRA_ASSIGN_OR_RETURN(rendered.image, _renderer.ReadImage(*GetTarget(), 0));
+  }
+  OSTRA_RETURN_IF_ERROR(TakePassTimes());
   for (const auto& [draw, count] : _vertexCounts) rendered.vertexCount += count;
   rendered.milliseconds = std::chrono::duration<Float64, std::milli>(std::chrono::steady_clock::now() - start).count();
   return rendered;
@@ -159,6 +168,22 @@ Result<void> SceneRenderer::LinkBuffer(const PlannedDraw& draw, const PlannedSta
     OSTRA_RETURN_IF_ERROR(_loader->StoreUniformBufferData(buffer.source, std::move(elements)));
   }
   return _loader->SetBufferToActiveProgram(buffer.source, buffer.name, buffer.stage);
+}
+
+Result<void> SceneRenderer::MeasurePass(const PlannedPass& pass) {
+  DrawportCommandList& list = _renderer.GetContext()->GetCommandList();
+  const auto number = Profile::BeginWork(list);
+  OSTRA_RETURN_IF_ERROR(DrawPass(pass));
+  _passTimes.push_back(number);
+  return Profile::EndWork(list, number);
+}
+
+Result<void> SceneRenderer::TakePassTimes() {
+  DrawportCommandList& list = _renderer.GetContext()->GetCommandList();
+  for (std::size_t i = 0; i < _passTimes.size(); ++i)
+    OSTRA_RETURN_IF_ERROR(
+        Profile::TakeWork(list, _passTimes[i], _plan.passes[i].scene->path, _plan.passes[i].size.GetCount()));
+  return OK;
 }
 
 Result<void> SceneRenderer::DrawPass(const PlannedPass& pass) {

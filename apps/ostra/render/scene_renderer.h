@@ -33,6 +33,9 @@ class SceneRenderer {
   Result<void> LinkTexture(const PlannedStageTexture& texture);
   Result<void> LinkBuffer(const PlannedDraw& draw, const PlannedStageBuffer& buffer);
   Result<void> DrawPass(const PlannedPass& pass);
+  // DrawPass for a profile.
+  Result<void> MeasurePass(const PlannedPass& pass);
+  Result<void> TakePassTimes();
   Result<void> Draw(const PlannedDraw& draw);
   const DrawportRenderTarget* GetTarget() const { return _targets.back().GetPointer(); }
 
@@ -42,6 +45,7 @@ class SceneRenderer {
   DrawportRenderer _renderer;
   GeneralShaderLoaderRef _loader;
   std::vector<DrawportRenderTargetRef> _targets;  // by pass
+  std::vector<std::optional<UInt64>> _passTimes;  // by pass; what the command list knows them by
   std::map<const PlannedDraw*, Int> _vertexCounts;
 };
 

@@ -2,6 +2,7 @@
 
 #include <map>
 
+#include "apps/ostra/profile/profile.h"
 #include "apps/ostra/tool_error.h"
 
 OSTRA_UNIT("plan_textures");
@@ -40,8 +41,10 @@ Result<std::vector<PlannedTexture>> PlanTextures(const RunOptions& options, cons
     if (sources.empty())
       return OSTRA_USAGE_ERROR("the texture \"@\" (@) has no texels: give --in @=FILE", parameter.name, layout.name,
                                parameter.name);
+    ProfilePart part("read files");
     OSTRA_ASSIGN_OR_RETURN(TextureContents contents,
                            LoadTexture(parameter.name, sources, layout, settings[parameter.name]));
+    part.AddBytes(contents.texels.GetCount());
     if (contents.layers > 1 && options.backend != Backend::Cpu)
       return OSTRA_USAGE_ERROR("--backend: the texture \"@\" has @ layers, and textures on the GPU have one",
                                parameter.name, contents.layers);

@@ -1,6 +1,7 @@
 #include "apps/ostra/run/prepare_kernel.h"
 
 #include "apps/ostra/kernels/kernel_source.h"
+#include "apps/ostra/profile/profile.h"
 #include "apps/ostra/run/shader_parameters.h"
 #include "ostra/io/file.h"
 
@@ -8,6 +9,7 @@ namespace ostra::tool {
 
 Result<PreparedKernel> PrepareKernel(const RunOptions& options, Host& host) {
   if (options.backend == Backend::Gpu) {
+    const ProfilePart part("front end");
     // What is wrong with the file is said in the same words for the CPU and the GPU.
     OSTRA_RETURN_IF_ERROR(CheckKernelSource(options.kernelFile, options.templateArgument));
     OSTRA_ASSIGN_OR_RETURN(std::optional<KernelParameters> parameters,

@@ -3,11 +3,13 @@
 #include <algorithm>
 #include <chrono>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "apps/ostra/output/progress.h"
 #include "apps/ostra/output/standard_output.h"
+#include "apps/ostra/profile/profile.h"
 #include "apps/ostra/run/crash_guard.h"
 #include "apps/ostra/run/fenced_array.h"
 #include "ostra/core/diagnostics.h"
@@ -44,14 +46,29 @@ Result<ProgramRun> ProgramRun::Create(RunPlan& plan, const Id& programClass, con
                                       const DrawportContextRef* context) {
   ProgramRun run(plan, programClass == kCpuProgramClass);
   OSTRA_ASSIGN_OR_RETURN(run._program, CreateObject<ParallelProgramInterface>(programClass));
+  run._isOnGpu = programClass == kGpuProgramClass;
+  run._byteCount = run.CountBytes();
   OSTRA_RETURN_IF_ERROR(run.AddKernel(programClass, file, context));
-  OSTRA_RETURN_IF_ERROR(run.StoreBuffers());
-  OSTRA_RETURN_IF_ERROR(run.StoreTextures());
-  OSTRA_RETURN_IF_ERROR(run.SetValues());
+  {
+    ProfilePart part("upload");
+    part.AddBytes(run._byteCount);
+    OSTRA_RETURN_IF_ERROR(run.StoreBuffers());
+    OSTRA_RETURN_IF_ERROR(run.StoreTextures());
+    OSTRA_RETURN_IF_ERROR(run.SetValues());
+  }
+  Profile::Measure(*run._program);
   return run;
 }
 
+Int ProgramRun::CountBytes() const {
+  Int bytes = 0;
+  for (const PlannedBuffer& buffer : _plan->buffers) bytes += buffer.count * buffer.elementType.GetSize();
+  for (const PlannedTexture& texture : _plan->textures) bytes += texture.contents.texels.GetCount();
+  return bytes;
+}
+
 Result<void> ProgramRun::AddKernel(const Id& programClass, const ProgramFile& file, const DrawportContextRef* context) {
+  const ProfilePart part("build");
   const Bool isGpu = programClass == kGpuProgramClass;
   Url kernelFile = file.kernelFile, resourcePath;
   if (isGpu && !file.templateArgument.empty()) {
@@ -136,11 +153,15 @@ Result<void> ProgramRun::Restart() {
 }
 
 Result<Float64> ProgramRun::Run(Int iterations) {
+  std::optional<ProfilePart> part(std::in_place, "dispatch");
   const auto start = std::chrono::steady_clock::now();
   const auto done = DispatchAll(iterations);
   if (!done && _templateFolder) return _templateFolder->Explain(done.GetError());
   OSTRA_RETURN_IF_ERROR(done);
-  return std::chrono::duration<Float64, std::milli>(std::chrono::steady_clock::now() - start).count();
+  const auto end = std::chrono::steady_clock::now();
+  part.reset();
+  OSTRA_RETURN_IF_ERROR(Profile::Take(*_program, _isOnGpu, _byteCount));
+  return std::chrono::duration<Float64, std::milli>(end - start).count();
 }
 
 Result<void> ProgramRun::DispatchAll(Int iterations) {

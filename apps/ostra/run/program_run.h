@@ -47,8 +47,13 @@ class ProgramRun {
   Result<void> StoreTextures();
   Result<void> SetValues();
 
+  // Bytes of the buffers and textures of a dispatch.
+  Int CountBytes() const;
+
   RunPlan* _plan;
   Bool _hasFences;
+  Bool _isOnGpu = false;
+  Int _byteCount = 0;
   // Buffers with fences, which the program only links.
   std::vector<std::unique_ptr<Array<Generic>>> _fencedBuffers;
   std::unique_ptr<TemplateFolder> _templateFolder;  // outlives the program, which reads from it

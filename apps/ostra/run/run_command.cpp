@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "apps/ostra/output/standard_output.h"
+#include "apps/ostra/profile/profile.h"
 #include "apps/ostra/run/compare_runs.h"
 #include "apps/ostra/run/crash_guard.h"
 #include "apps/ostra/run/prepare_kernel.h"
@@ -21,7 +22,13 @@ namespace {
 Result<void> WriteOutputs(const RunPlan& plan, const ProgramRun& run) {
   for (const PlannedBuffer& buffer : plan.buffers) {
     if (!buffer.target) continue;
+    const Int bytes = buffer.count * buffer.elementType.GetSize();
+    std::optional<ProfilePart> part(std::in_place, "read back");
+    part->AddBytes(bytes);
     OSTRA_ASSIGN_OR_RETURN(const Array<Generic> elements, run.GetBuffer(buffer.name));
+    part.reset();
+    part.emplace("write files");
+    part->AddBytes(bytes);
     OSTRA_RETURN_IF_ERROR(SaveBuffer(*buffer.target, buffer.elementType, elements.GetFirstBlock(), plan.pictureSize));
   }
   return OK;
@@ -60,6 +67,7 @@ Result<RunReport> Execute(const RunOptions& options, RunPlan& plan) {
     OSTRA_ASSIGN_OR_RETURN(ProgramRun gpuRun,
                            ProgramRun::Create(plan, kGpuProgramClass, {options.kernelFile, options.templateArgument}));
     OSTRA_ASSIGN_OR_RETURN(report.gpuMilliseconds, Repeat(options, gpuRun));
+    const ProfilePart part("compare");
     OSTRA_ASSIGN_OR_RETURN(report.difference, CompareRuns(plan, run, gpuRun));
     run = std::move(gpuRun);
   }
@@ -74,6 +82,7 @@ Result<RunReport> Execute(const RunOptions& options, RunPlan& plan) {
 }  // namespace
 
 Result<void> Run(const RunOptions& options, std::span<const char* const> arguments) {
+  if (options.isProfiled) Profile::Start(options.traceFile);
   OSTRA_ASSIGN_OR_RETURN(Host host, StartHost(arguments));
   if (options.backend != Backend::Cpu) OSTRA_RETURN_IF_ERROR(StartGpu(host));
   if (options.isDebugged) SetWorkerThreadLimit(1);
@@ -90,6 +99,9 @@ Result<void> Run(const RunOptions& options, std::span<const char* const> argumen
   report.lanes = std::move(lanes);
   report.wasCompiled = kernel.wasCompiled;
   report.threadCount = GetWorkerThreadCount();
+  if (options.isProfiled) {
+    OSTRA_ASSIGN_OR_RETURN(report.profile, Profile::Finish());
+  }
   const auto format = options.isJson ? FormatRunReportAsJson : FormatRunReport;
   OSTRA_ASSIGN_OR_RETURN(const std::string text, format(report, options, plan));
   return WriteOutput(text);

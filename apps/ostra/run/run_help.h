@@ -37,6 +37,9 @@ OSTRA_VULKAN_DEVICE in the environment chooses among several GPUs; see 'ostra in
 On the CPU 4 to 16 invocations run at a time where the kernel has a wide form. --explain says how many, or which line stands
 in the way.
 
+--profile says how long the parts of the run and the dispatches took, on the GPU by the device's clock; docs/profiling.md
+explains it. --profile=FILE writes a trace for trace viewers as well.
+
 --debug compiles the kernel without optimisation and with debug information, and runs it on one thread:
 gdb -x share/ostra/gdb/ostra.py --args ostra run --debug KERNEL.krn ... steps through its lines; see docs/debugging.md.
 

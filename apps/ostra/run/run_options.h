@@ -32,6 +32,8 @@ struct RunOptions {
   Bool isChecked = false;    // indices of buffers, arrays and layers, on the CPU
   Bool isDebugged = false;   // the CPU's kernel is compiled for a debugger, and runs on one thread
   Bool isExplained = false;  // the report says how many invocations run at a time on the CPU
+  Bool isProfiled = false;
+  std::string traceFile = {};  // of the profile; empty for none
   Bool isJson = false;
   std::string cacheFolder;
 };

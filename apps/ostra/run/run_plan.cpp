@@ -6,6 +6,7 @@
 #include <set>
 
 #include "apps/ostra/kernels/kernel_source.h"
+#include "apps/ostra/profile/profile.h"
 #include "apps/ostra/run/default_size.h"
 #include "apps/ostra/run/noise_settings.h"
 #include "apps/ostra/run/plan_textures.h"
@@ -86,6 +87,7 @@ class Planner {
     for (const auto& [name, source] : _options.inputs) {
       if (_parameters.Find(name)->kind == ParameterKind::Texture) continue;
       const DataType type = _parameters.Find(name)->type;
+      ProfilePart part("read files");
       auto contents = LoadBuffer(source, type);
       if (!contents) {
         if (contents.GetError().GetKind() != kUsageError) return contents.TakeError();
@@ -96,6 +98,7 @@ class Planner {
       _sizes.push_back({kind, name, source, size, contents->isPicture || size.height > 1 || size.depth > 1});
       OSTRA_ASSIGN_OR_RETURN(const InternedId id, InternedId::Create(name));
       const Int count = contents->elements.GetCount();
+      part.AddBytes(count * type.GetSize());
       _plan.buffers.push_back({id, type, count, std::move(contents->elements), source, std::nullopt});
     }
     return OK;
@@ -113,6 +116,7 @@ class Planner {
     _domain = FindDomain(_sizes);
     _plan.size = _options.size;
     if (!_plan.size.IsKnown()) {
+      const ProfilePart part("front end");
       OSTRA_ASSIGN_OR_RETURN(const KernelSource source,
                              ReadKernelSource(_options.kernelFile, _options.templateArgument));
       OSTRA_ASSIGN_OR_RETURN(_plan.size, ChooseDefaultSize(_sizes, CountPositionAxes(source.text.GetView())));

@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "apps/ostra/output/table.h"
+#include "apps/ostra/profile/profile_report.h"
 #include "apps/ostra/values/scalar_type.h"
 #include "apps/ostra/values/typed_value.h"
 
@@ -76,7 +77,7 @@ Result<std::string> FormatRunReport(const RunReport& report, const RunOptions& o
       rows.push_back({"written", std::string(buffer.target->GetView()) + " (" + GetText(buffer.name) + ", " +
                                      std::to_string(buffer.count) + " elements of " + DescribeType(buffer.elementType) +
                                      ")"});
-  return FormatTable(rows);
+  return FormatTable(rows) + (report.profile ? FormatProfile(*report.profile) : "");
 }
 
 Result<std::string> FormatRunReportAsJson(const RunReport& report, const RunOptions& options, const RunPlan& plan) {
@@ -119,6 +120,7 @@ Result<std::string> FormatRunReportAsJson(const RunReport& report, const RunOpti
     json["gpuMilliseconds"] = MakeTimes(report.gpuMilliseconds);
     json["difference"] = {{"largest", report.difference.largest}, {"place", report.difference.place}};
   }
+  if (report.profile) json["profile"] = FormatProfileAsJson(*report.profile);
   return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 

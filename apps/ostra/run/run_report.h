@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "apps/ostra/profile/profile.h"
 #include "apps/ostra/run/lane_report.h"
 #include "apps/ostra/run/run_plan.h"
 
@@ -25,6 +26,7 @@ struct RunReport {
   std::vector<Float64> gpuMilliseconds;                  // the same on the GPU, when the kernel ran on both
   std::vector<std::pair<std::string, UInt32>> counters;  // their values at the end
   RunDifference difference;                              // when the kernel ran on both
+  std::optional<ProfileReport> profile;                  // when it was asked for
 };
 
 // A table of what was run, how long it took, what was written and what was counted.
