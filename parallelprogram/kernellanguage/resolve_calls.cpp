@@ -186,6 +186,17 @@ std::optional<std::size_t> Resolver::FindMixedOverload(std::span<const Overload>
   return best;
 }
 
+// Whether there are vectors with different numbers of components.
+Bool Resolver::HasSeveralWidths(const Types& types) const {
+  UInt32 width = 1;
+  for (const TypeIndex type : types) {
+    if (!IsVector(type)) continue;
+    if (width != 1 && width != Get(type).count) return true;
+    width = Get(type).count;
+  }
+  return false;
+}
+
 TypeIndex Resolver::FailOverload(NodeIndex node, std::span<const Overload> overloads, const Types& types) {
   constexpr int kMaxListed = 6;
   std::string forms;
@@ -220,7 +231,7 @@ TypeIndex Resolver::CallWord(NodeIndex node, WordId word) {
   const Bool isPlain = choice == Choice::kFound && !IsCut(overloads[chosen], types);
   if (!isPlain) {
     const auto mixed = FindMixedOverload(overloads, types);
-    if (!mixed && choice == Choice::kUncertain)
+    if (!mixed && choice == Choice::kUncertain && !HasSeveralWidths(types))
       return Stop(node, Join({"the choice of ", NameOf(node), " for ", ListTypes(types)}));
     if (!mixed) return FailOverload(node, overloads, types);
     chosen = *mixed;

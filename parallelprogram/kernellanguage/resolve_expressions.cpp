@@ -259,8 +259,9 @@ Bool Resolver::Convert(NodeIndex node, TypeIndex type, std::string_view what) {
     case ConversionRank::kExact:
       return true;
     case ConversionRank::kCut:
-      Stop(node, Join({"a ", TypeName(given), " for a ", TypeName(type)}));
-      return false;
+      Extend(node);
+      SetConverted(node, type);
+      return true;
     case ConversionRank::kNone:
       break;
     default:

@@ -16,6 +16,7 @@
 //   v * 2, u + f            computed: the vector; both operands are converted to its scalar
 //   m[i], m[i][j]           kIndex of a matrix: a column; the index is converted to int
 //   vec3 v = 1.0, max(v, 0) a scalar that is wanted as a vector is that in all components
+//   vec2 a = v              a vector that is wanted as a shorter one is its first components
 //   max(f, 0)               converted to what the overload takes
 //   half h = 1.0            a float or integer wanted as a half is rounded
 //   { } for vectors         as a kConstruct; the kInitializerList has the type

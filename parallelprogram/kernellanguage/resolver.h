@@ -110,6 +110,7 @@ class Resolver {
   TypeIndex CallFunction(NodeIndex node, const std::vector<NodeIndex>& functions);
   TypeIndex CallWord(NodeIndex node, WordId word);
   Bool IsCut(const Overload& overload, const Types& types) const;
+  Bool HasSeveralWidths(const Types& types) const;
   std::optional<std::size_t> FindMixedOverload(std::span<const Overload> overloads, const Types& types) const;
   TypeIndex FailOverload(NodeIndex node, std::span<const Overload> overloads, const Types& types);
   TypeIndex CallTexture(NodeIndex node, WordId word);

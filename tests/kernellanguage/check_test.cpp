@@ -42,6 +42,16 @@ TEST(CheckTest, AFunctionWithoutAReturnIsWarnedOf) {
   EXPECT_EQ(FindWarning("do { return x; } while (true);"), "");
 }
 
+TEST(CheckTest, AVectorThatIsCutIsWarnedOf) {
+  const auto find = [](std::string_view body) {
+    const AnalyzedKernel kernel = AnalyzeBody(body);
+    EXPECT_TRUE(kernel.errors.empty()) << ListErrors(kernel);
+    return kernel.warnings.empty() ? "" : kernel.warnings[0].text;
+  };
+  EXPECT_EQ(find("vec2 a = UNIFORM(v);"), "a vec3 is cut to a vec2");
+  EXPECT_EQ(find("vec2 a = vec2(UNIFORM(v)); a = UNIFORM(v).xy; vec3 b = int3(1, 2, 3);"), "");
+}
+
 // The errors of a kernel that has an array in group memory, and names it, with lines of the body after those.
 std::string FindGroupErrors(std::string_view body, std::string_view functions = "") {
   return FindErrors(
