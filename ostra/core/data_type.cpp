@@ -169,12 +169,22 @@ Result<void> DataType::Copy(void* target, Int targetStride, const void* source, 
     if (count > 0) MemMove(target, source, count * GetSize());
     return OK;
   }
+  if (IsPlain() && !_record->description.operations.copy) {
+    for (Int i = 0; i < count; ++i)
+      MemMove(static_cast<Byte*>(target) + i * targetStride, static_cast<const Byte*>(source) + i * sourceStride,
+              GetSize());
+    return OK;
+  }
   if (!_record->description.operations.copy)
     return OSTRA_NOT_IMPLEMENTED("Values of type \"@\" cannot be copied.", GetName());
   return _record->description.operations.copy(target, targetStride, source, sourceStride, count);
 }
 
 void DataType::Move(void* target, void* source, Int count) const {
+  if (IsPlain() && !_record->description.operations.move) {
+    if (count > 0) MemMove(target, source, count * GetSize());
+    return;
+  }
   _record->description.operations.move(target, GetSize(), source, GetSize(), count);
 }
 
@@ -188,6 +198,7 @@ Result<void> DataType::ConstructCopy(void* target, const void* source, Int sourc
     if (count > 0) MemMove(target, source, count * GetSize());
     return OK;
   }
+  if (IsPlain() && !operations.constructCopy) return Copy(target, GetSize(), source, sourceStride, count);
   if (operations.constructCopy) return operations.constructCopy(target, GetSize(), source, sourceStride, count);
   if (!operations.construct || !operations.copy)
     return OSTRA_NOT_IMPLEMENTED("Values of type \"@\" cannot be copied.", GetName());

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "ostra/core/base_array.h"
+#include "ostra/core/data_type.h"
 #include "ostra/core/delegate.h"
 #include "ostra/core/interned_id.h"
 #include "ostra/drawport/resources.h"
@@ -15,8 +16,9 @@ class DrawportProgramFactory;
 // follow each other at the alignment of their scalars, as on the host.
 struct DrawportStructLayout {
   String typeName;
-  String members;    // "float x; uint y;"; empty when the type is known without a declaration
-  Int byteSize = 0;  // of one element
+  String members;      // "float x; uint y;"; empty when the type is known without a declaration
+  Int byteSize = 0;    // of one element
+  DataType type = {};  // of elements that are structs whose members are known; else no type
 };
 
 enum class DrawportParameterKind : Int32 { Uniform, Buffer, Texture, Image };

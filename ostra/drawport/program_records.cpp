@@ -71,6 +71,7 @@ ShaderParameter MakeParameter(const DrawportParameter& parameter) {
                          .valueType = parameter.valueType,
                          .elementType = parameter.layout.typeName,
                          .access = parameter.access,
+                         .structType = parameter.layout.type,
                          .isValue = parameter.isValue,
                          .origin = {}};
 }
@@ -115,6 +116,7 @@ Result<void> DrawportProgramDescription::AddRecordedParameters(const ShaderRecor
       added.kind = DrawportParameterKind::Buffer;
       added.layout.typeName = parameter.elementType;
       added.layout.byteSize = parameter.byteSize;
+      added.layout.type = parameter.structType;
       added.access = parameter.access;
       added.isValue = parameter.isValue;
     } else if (!IsBound(parameter.kind)) {

@@ -24,6 +24,7 @@
 #pragma once
 
 #include "ostra/core/base_array.h"
+#include "ostra/core/data_type.h"
 #include "ostra/drawport/enumerations.h"
 #include "ostra/image/pixel_format.h"
 #include "ostra/math/vector.h"
@@ -73,6 +74,7 @@ struct ShaderParameter {
   // Of buffers: a type word, or the name of a struct.
   String elementType;
   DrawportBufferAccess access = DrawportBufferAccess::ReadWrite;
+  DataType structType = {};  // of elements that are structs whose members are known; else no type
   // A buffer with one element that is read as UNIFORM(name): for values that the uniform buffer has no code for.
   Bool isValue = false;
   Int byteSize = 0;  // of such a value; 0 when nobody knows

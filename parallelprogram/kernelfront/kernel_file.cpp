@@ -359,7 +359,7 @@ std::string KernelFile::MakeBody() const {
 }
 
 std::string KernelFile::MakeTail(std::string_view laneForms) const {
-  std::string tail = Join({"\n", kCloseNamespaces, "\n", laneForms});
+  std::string tail = Join({"\n", _structTypes, kCloseNamespaces, "\n", laneForms});
   if (_options.classId.empty()) return tail;
   const std::string id(_options.classId);
   const std::string identifier = MakeIdentifier(id);

@@ -22,6 +22,10 @@ class KernelFile {
   // Finds the parts of the file and changes them. Once, before the other functions.
   void Read();
 
+  // The DataTypes of structs in buffers, which stand behind the kernel's class (struct_types.h).
+  void SetStructTypes(std::string text) { _structTypes = std::move(text); }
+  const std::vector<Parameter>& GetParameters() const { return _parameters; }
+
   // The whole C++ source; the wide forms (lane_forms.h) stand behind the kernel's class.
   std::string Print(std::string_view laneForms) const;
   // The same with `groupClass` (group_code.h) in place of the kernel.
@@ -76,6 +80,7 @@ class KernelFile {
   std::set<std::string> _onceHeaders;  // paths of headers that are put in at most once
   std::vector<bool> _braces;           // open ones outside of parts; true for those of a namespace
   std::string _directives;             // GROUPSIZE and so on
+  std::string _structTypes;
   Kernel _kernel;
   std::vector<Parameter> _parameters;
   int _headerCount = 0;

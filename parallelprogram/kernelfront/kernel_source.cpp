@@ -8,6 +8,7 @@
 #include "parallelprogram/kernelfront/failure.h"
 #include "parallelprogram/kernelfront/kernel_file.h"
 #include "parallelprogram/kernelfront/lane_forms.h"
+#include "parallelprogram/kernelfront/struct_types.h"
 #include "parallelprogram/kernellanguage/group_code.h"
 #include "parallelprogram/kernellanguage/literal.h"
 
@@ -136,6 +137,7 @@ Result<String> ReadAndPrint(const KernelSourceOptions& options, std::string_view
 
 Result<String> GenerateKernelSource(const KernelSourceOptions& options, std::string_view text) {
   return ReadAndPrint(options, text, [&options](kernelfront::KernelFile& file, const auto& kernel) {
+    file.SetStructTypes(kernelfront::MakeStructTypes(file, kernel));
     if (kernel.IsUnderstood() && kernel.groups.isNeeded) return PrintGroups(file, kernel);
     return file.Print(options.isScalar ? "" : kernelfront::MakeLaneForms(file, kernel));
   });

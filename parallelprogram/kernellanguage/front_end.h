@@ -10,6 +10,7 @@
 #include "parallelprogram/kernellanguage/group_plan.h"
 #include "parallelprogram/kernellanguage/parser.h"
 #include "parallelprogram/kernellanguage/resolve.h"
+#include "parallelprogram/kernellanguage/struct_layout.h"
 #include "parallelprogram/kernellanguage/uniformity.h"
 
 namespace ostra::kernellanguage {
@@ -26,6 +27,7 @@ struct AnalyzedKernel {
   ResolvedTree resolved;
   UniformityTable uniformity;
   GroupPlan groups;
+  std::vector<StructLayout> structs;  // of buffers, each one behind those that it is made of
 
   Bool IsUnderstood() const { return errors.empty() && !notUnderstood; }
 };

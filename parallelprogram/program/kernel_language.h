@@ -16,6 +16,7 @@
 // InLocalInvocationID, InWorkGroupID and InWorkGroupSize are the IDs of the invocation.
 #pragma once
 
+#include "ostra/core/struct_type.h"
 #include "ostra/math/vocabulary.h"
 #include "parallelprogram/program/kernel_atomics.h"
 #include "parallelprogram/program/kernel_buffer.h"

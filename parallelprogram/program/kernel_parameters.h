@@ -15,6 +15,7 @@
 #pragma once
 
 #include "ostra/core/atomic.h"
+#include "ostra/core/map_macro.h"
 #include "parallelprogram/program/kernel_buffer.h"
 #include "parallelprogram/textures/kernel_texture.h"
 
@@ -110,14 +111,3 @@ const T*& GetParameterTarget(KernelTexture<T>& member) {
 #define OSTRA_COUNTER_TYPE_AtomicUInt32 ~, 1,
 #define OSTRA_SECOND(...) OSTRA_SECOND_OF(__VA_ARGS__)
 #define OSTRA_SECOND_OF(first, second, ...) second
-
-// macro(a) macro(b) ... for up to 256 arguments.
-#define OSTRA_MAP(macro, ...) __VA_OPT__(OSTRA_RESCAN_256(OSTRA_MAP_NEXT(macro, __VA_ARGS__)))
-#define OSTRA_MAP_NEXT(macro, first, ...) macro(first) __VA_OPT__(OSTRA_MAP_AGAIN OSTRA_PARENTHESES(macro, __VA_ARGS__))
-#define OSTRA_MAP_AGAIN() OSTRA_MAP_NEXT
-#define OSTRA_PARENTHESES ()
-#define OSTRA_RESCAN_256(...) OSTRA_RESCAN_64(OSTRA_RESCAN_64(OSTRA_RESCAN_64(OSTRA_RESCAN_64(__VA_ARGS__))))
-#define OSTRA_RESCAN_64(...) OSTRA_RESCAN_16(OSTRA_RESCAN_16(OSTRA_RESCAN_16(OSTRA_RESCAN_16(__VA_ARGS__))))
-#define OSTRA_RESCAN_16(...) OSTRA_RESCAN_4(OSTRA_RESCAN_4(OSTRA_RESCAN_4(OSTRA_RESCAN_4(__VA_ARGS__))))
-#define OSTRA_RESCAN_4(...) OSTRA_RESCAN(OSTRA_RESCAN(OSTRA_RESCAN(OSTRA_RESCAN(__VA_ARGS__))))
-#define OSTRA_RESCAN(...) __VA_ARGS__

@@ -5,6 +5,7 @@
 #include "ostra/core/format.h"
 #include "parallelprogram/shaderassembly/element_types.h"
 #include "parallelprogram/shaderassembly/resource_uses.h"
+#include "parallelprogram/shaderassembly/struct_elements.h"
 #include "parallelprogram/shaderparser/function_definition.h"
 
 OSTRA_UNIT("shader_assembly_records");
@@ -80,13 +81,26 @@ class RecordMaker {
 
   Result<void> AddStruct(const ShaderStructDefinition& definition) {
     ShaderStruct added{definition.name.GetString(), {}, MakeOrigin(definition.origin)};
-    for (const ShaderInputEntry& member : definition.members) {
-      const CString type = ShaderTypeName(member.dataType, member.typeName, _parser.GetTargetLanguage());
+    for (const ShaderStructMember& member : definition.declarations) {
+      OSTRA_ASSIGN_OR_RETURN(String type, MakeMemberType(member.type));
+      if (type.IsEmpty()) continue;
+      OSTRA_ASSIGN_OR_RETURN(String name, member.dimension.IsEmpty() ? Result<String>(member.name)
+                                                                     : Format("@[@]", member.name, member.dimension));
       OSTRA_RETURN_IF_ERROR(
-          added.members.Append(ShaderMember{type.GetString(), member.name.GetString(), MakeOrigin(member.origin)}));
+          added.members.Append(ShaderMember{std::move(type), std::move(name), MakeOrigin(member.origin)}));
     }
     OSTRA_RETURN_IF_ERROR(_records.structs.Append(std::move(added)));
     return OK;
+  }
+
+  // The type of a member in generated declarations; empty for types that programs on GPUs do without.
+  Result<String> MakeMemberType(const String& word) const {
+    const DataType type = DataTypeFromTypeName(word.GetView());
+    if (type.IsPopulated()) return ShaderTypeName(type, CString(), _parser.GetTargetLanguage()).GetString();
+    for (const ShaderStruct& known : _records.structs)
+      if (known.name == word) return word;
+    const DataType other = FindElementWord(word.GetView());
+    return other.IsPopulated() && other != GetDataType<Float64>() ? word : String();
   }
 
   Result<void> AddFunction(const ShaderFunctionDefinition& function) {
@@ -112,6 +126,7 @@ class RecordMaker {
       parameter.kind = ShaderParameterKind::Buffer;
       parameter.elementType = input.typeName.GetString();
       OSTRA_RETURN_IF_ERROR(CheckElementType(parameter));
+      OSTRA_ASSIGN_OR_RETURN(parameter.structType, MakeStructElementType(_parser, parameter.elementType.GetView()));
     } else {
       SetValue(input, parameter);
     }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "ostra/core/text_characters.h"
 #include "parallelprogram/shaderparser/collected_lines.h"
 
 OSTRA_UNIT("shaderparser");
@@ -32,21 +33,85 @@ void Note(ParseState& state, Int line, LineUse use, BlockKind block) {
   note.block = block;
 }
 
+// Takes a word off the front of `rest`, and the blanks behind it.
+std::string_view TakeWord(std::string_view& rest, std::string_view otherCharacters = {}) {
+  const auto isPart = [&](char c) { return IsWordCharacter(c) || otherCharacters.find(c) != std::string_view::npos; };
+  std::size_t end = 0;
+  while (end < rest.size() && isPart(rest[end])) ++end;
+  const std::string_view word = rest.substr(0, end);
+  rest = TrimLeft(rest.substr(end));
+  return word;
+}
+
+// Whether nothing stands there but a comment.
+Bool IsEndOfCode(std::string_view rest) { return rest.empty() || rest.starts_with("//"); }
+
+// A line `type name;` or `type name[count];` alone; false for every other line.
+Bool SplitMemberLine(std::string_view line, std::string_view& type, std::string_view& name,
+                     std::string_view& dimension) {
+  type = TakeWord(line, "<>");
+  name = TakeWord(line);
+  if (type.empty() || name.empty()) return false;
+  if (line.starts_with('[')) {
+    const std::size_t close = line.find(']');
+    if (close == std::string_view::npos) return false;
+    dimension = line.substr(1, close - 1);
+    line = TrimLeft(line.substr(close + 1));
+  }
+  return line.starts_with(';') && IsEndOfCode(TrimLeft(line.substr(1)));
+}
+
+void NoteUnclearLine(ShaderStructDefinition& definition, ShaderTextOrigin origin) {
+  if (definition.unclearLine.line == 0) definition.unclearLine = origin;
+}
+
+// The same line as a declaration of any type. What is none keeps the name that the list of members has for it.
+Result<void> ReadDeclaration(const ParseState& state, std::string_view line, const ShaderInputEntry* member,
+                             std::string_view memberType, ShaderStructDefinition& definition) {
+  std::string_view type, name, dimension;
+  if (!SplitMemberLine(line, type, name, dimension)) {
+    if (!IsEndOfCode(line)) NoteUnclearLine(definition, state.origin);
+    if (!member) return OK;
+    type = memberType;
+    name = member->name.GetString().GetView();
+    dimension = {};
+  }
+  ShaderStructMember declaration;
+  declaration.origin = state.origin;
+  OSTRA_ASSIGN_OR_RETURN(declaration.type, String::Create(type));
+  OSTRA_ASSIGN_OR_RETURN(declaration.name, String::Create(name));
+  OSTRA_ASSIGN_OR_RETURN(declaration.dimension, String::Create(dimension));
+  OSTRA_RETURN_IF_ERROR(definition.declarations.Append(std::move(declaration)));
+  return OK;
+}
+
 // A line `type name;` of a known type; anything else is passed over.
 Result<void> ReadMember(ParseState& state, std::string_view line, const SourceWords& words,
                         ShaderStructDefinition& definition) {
   ShaderInputEntry member;
   member.dataType = DataTypeFromTypeName(words[0]);
-  if (words.GetCount() < 2 || !member.dataType.IsPopulated() || member.dataType.GetSize() == 0) return OK;
+  if (words.GetCount() < 2 || !member.dataType.IsPopulated() || member.dataType.GetSize() == 0)
+    return ReadDeclaration(state, line, nullptr, {}, definition);
   const std::string_view name = words[1].substr(0, words[1].size() - std::min<std::size_t>(1, words[1].size()));
   OSTRA_ASSIGN_OR_RETURN(member.name, CString::Create(name));
   OSTRA_ASSIGN_OR_RETURN(String text, String::Create(line));
   member.origin = state.origin;
   state.GetNote() = {LineUse::Member, BlockKind::Struct, member.name.GetString()};
   definition.byteSize += member.dataType.GetSize();
+  OSTRA_RETURN_IF_ERROR(ReadDeclaration(state, line, &member, words[0], definition));
   OSTRA_RETURN_IF_ERROR(definition.members.Append(std::move(member)));
   OSTRA_RETURN_IF_ERROR(definition.memberLines.Append(std::move(text)));
   return OK;
+}
+
+// "struct Name" alone, and the brace alone on the next line.
+Bool IsHeadOfStruct(const SourceLines& lines, Int first) {
+  std::string_view head = TrimLeft(lines[first]);
+  TakeWord(head);
+  TakeWord(head);
+  if (!IsEndOfCode(head) || first + 1 >= lines.GetCount()) return false;
+  const std::string_view brace = TrimLeft(lines[first + 1]);
+  return brace.starts_with('{') && IsEndOfCode(TrimLeft(brace.substr(1)));
 }
 
 }  // namespace
@@ -59,6 +124,7 @@ Result<HeaderDefinition<ShaderStructDefinition>> ParseStruct(ParseState& state, 
   OSTRA_ASSIGN_OR_RETURN(found.definition.name, CString::Create(words[1]));
   state.GetNote() = {LineUse::BlockStart, BlockKind::Struct, found.definition.name.GetString()};
   if (first + 1 < lines.GetCount()) Note(state, first + 1, LineUse::Swallowed, BlockKind::Struct);
+  if (!IsHeadOfStruct(lines, first)) NoteUnclearLine(found.definition, found.definition.origin);
   // The line after the first is taken for the opening brace.
   for (Int i = first + 2; i < lines.GetCount(); ++i) {
     state.origin = GetOrigin(state, i);

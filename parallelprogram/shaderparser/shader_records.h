@@ -50,6 +50,14 @@ struct ShaderTextureEntry {
   ShaderTextOrigin origin;
 };
 
+// A member of a struct as its line declares it: of any type, also of a struct or an array.
+struct ShaderStructMember {
+  String type;       // as it is written
+  String name;       // without its dimension
+  String dimension;  // of an array: what stands between the brackets; else empty
+  ShaderTextOrigin origin;
+};
+
 // A struct of an include file.
 struct ShaderStructDefinition {
   CString name;
@@ -57,6 +65,12 @@ struct ShaderStructDefinition {
   BaseArray<String> memberLines;        // the source line of each member
   Int byteSize = 0;                     // sum of the members' sizes
   ShaderTextOrigin origin;              // of the line that names it; members have their own
+
+  // The members of all types, in order; those of `members` among them.
+  BaseArray<ShaderStructMember> declarations;
+  // The first line that is none of "type name;" and "type name[count];": as an element of a buffer the struct would
+  // lose members. Line 0: there is none.
+  ShaderTextOrigin unclearLine;
 };
 
 // An inline function of the kernel file or of an include file.

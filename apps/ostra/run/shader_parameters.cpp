@@ -6,6 +6,7 @@
 #include "apps/ostra/values/scalar_type.h"
 #include "ostra/core/atomic.h"
 #include "ostra/core/format.h"
+#include "parallelprogram/shaderassembly/struct_elements.h"
 
 OSTRA_UNIT("shader_parameters");
 
@@ -13,17 +14,21 @@ namespace ostra::tool {
 
 namespace {
 
-std::optional<Parameter> DescribeInput(const ShaderInputEntry& input) {
+Result<std::optional<Parameter>> DescribeInput(const ShaderParser& parser, const ShaderInputEntry& input) {
   const std::string name(input.name.GetString().GetView());
   if (input.dataType == GetDataType<AtomicUInt32>())
-    return Parameter{name, ParameterKind::Counter, GetDataType<UInt32>()};
+    return std::optional(Parameter{name, ParameterKind::Counter, GetDataType<UInt32>()});
   if (input.dataType.IsPopulated())
-    return Parameter{name, GetElementLayout(input.dataType) ? ParameterKind::Uniform : ParameterKind::Other,
-                     input.dataType};
+    return std::optional(Parameter{
+        name, GetElementLayout(input.dataType) ? ParameterKind::Uniform : ParameterKind::Other, input.dataType});
   // A buffer, or a value of a type that the translator does not know.
-  const DataType element = DataTypeFromTypeName(input.typeName.GetString().GetView());
-  if (!element.IsPopulated()) return std::nullopt;
-  return Parameter{name, ParameterKind::Buffer, element};
+  const std::string_view word = input.typeName.GetString().GetView();
+  DataType element = DataTypeFromTypeName(word);
+  if (!element.IsPopulated()) {
+    OSTRA_ASSIGN_OR_RETURN(element, MakeStructElementType(parser, word));
+  }
+  if (!element.IsPopulated()) return std::optional<Parameter>();
+  return std::optional(Parameter{name, ParameterKind::Buffer, element});
 }
 
 // Declarations that the translator passes over in silence would be parameters that the kernel seems not to have.
@@ -55,7 +60,7 @@ Result<std::optional<KernelParameters>> ReadShaderParameters(const Url& kernelFi
   OSTRA_RETURN_IF_ERROR(CheckDeclarations(kernelFile, parser));
   std::vector<Parameter> parameters;
   for (const ShaderInputEntry& input : parser.GetInputEntries()) {
-    const auto parameter = DescribeInput(input);
+    OSTRA_ASSIGN_OR_RETURN(const auto parameter, DescribeInput(parser, input));
     if (!parameter) return std::optional<KernelParameters>();
     parameters.push_back(*parameter);
   }

@@ -9,8 +9,9 @@
 
 namespace ostra::tool {
 
-// Nothing when a type is one that only the C++ compiler can explain, such as a struct. `templateArgument` takes the
-// place of TYPE. Error: illegal argument with "file:line: error: ..." for what the translator refuses.
+// Nothing when a type is one that only the C++ compiler can explain, such as a name that a host's header has.
+// `templateArgument` takes the place of TYPE. Error: illegal argument with "file:line: error: ..." for what the
+// translator refuses.
 Result<std::optional<KernelParameters>> ReadShaderParameters(const Url& kernelFile,
                                                              const std::string& templateArgument);
 

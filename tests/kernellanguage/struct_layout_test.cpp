@@ -1,0 +1,86 @@
+#include "parallelprogram/kernellanguage/struct_layout.h"
+
+#include <gtest/gtest.h>
+
+#include "kernel_text.h"
+
+namespace ostra::kernellanguage {
+namespace {
+
+// A kernel whose buffer holds the struct Particle of its header.
+AnalyzedKernel Analyze(const std::string& header) {
+  const std::string text =
+      "#include \"k.h\"\n#define KERNELINPUTS \\\n(Block<Particle>) particles\n\n"
+      "OSTRA_PARALLEL_KERNEL(K, KERNELINPUTS)\n{\n}\nOSTRA_PARALLEL_KERNEL_END\n";
+  Source source{.fileName = "k.krn", .text = text};
+  source.readHeader = [&header](const std::string& name, const std::string&) {
+    return std::optional(Header{name, header});
+  };
+  auto kernel = AnalyzeKernel(source);
+  EXPECT_TRUE(kernel.IsOk());
+  return std::move(*kernel);
+}
+
+std::string FindLayoutErrors(const std::string& members) {
+  return ListErrors(Analyze("struct Particle\n{\n" + members + "\n};\n"));
+}
+
+TEST(StructLayoutTest, MembersFollowEachOtherWithoutGaps) {
+  const AnalyzedKernel kernel = Analyze(
+      "struct Body\n{\nvec3 axis;\nfloat mass;\n};\n"
+      "struct Unused\n{\nbool isUnused;\n};\n"
+      "struct Particle\n{\nvec3 position;\nuint cells[3];\nBody bodies[2];\nmat3 frame;\nmat4 turn;\nvec2 size;\n};\n");
+  ASSERT_EQ(ListErrors(kernel), "");
+  ASSERT_EQ(kernel.structs.size(), 2u);
+  EXPECT_EQ(kernel.structs[0].name, "Body");
+  EXPECT_EQ(kernel.structs[0].size, 16u);
+  const StructLayout& particle = kernel.structs[1];
+  EXPECT_EQ(particle.size, 164u);
+  EXPECT_EQ(particle.alignment, 4u);
+  ASSERT_EQ(particle.members.size(), 6u);
+  const UInt32 offsets[] = {0, 12, 24, 56, 92, 156};
+  for (std::size_t i = 0; i < 6; ++i) EXPECT_EQ(particle.members[i].offset, offsets[i]) << i;
+  EXPECT_EQ(particle.members[1].count, 3u);
+  EXPECT_EQ(particle.members[2].structure, 0u);
+}
+
+TEST(StructLayoutTest, HalfFloatsFitWithoutGaps) {
+  EXPECT_EQ(Analyze("struct Particle\n{\nhalf a;\nhalf3 b;\n};\n").structs.at(0).size, 8u);
+  EXPECT_EQ(FindLayoutErrors("half a;\nfloat b;"),
+            "4:7: the struct \"Particle\" has 2 bytes at the member \"b\", where a multiple of 4 is needed: languages "
+            "fill such gaps differently, so add members or change their order");
+  EXPECT_EQ(FindLayoutErrors("float a;\nhalf b;"),
+            "4:6: the struct \"Particle\" has 6 bytes at the member \"b\", where a multiple of 4 is needed: languages "
+            "fill such gaps differently, so add members or change their order");
+}
+
+TEST(StructLayoutTest, WhatOtherLanguagesKeepDifferentlyIsRefused) {
+  EXPECT_EQ(FindLayoutErrors("float a;\nbool isOn;"),
+            "4:6: the member \"isOn\" of the struct \"Particle\" is bool: a bool has 1 byte on the CPU and 4 on a GPU: "
+            "use uint");
+  EXPECT_EQ(FindLayoutErrors("UInt8 a;\nUInt64 b;\nFloat64 c;"),
+            "3:7: the member \"a\" of the struct \"Particle\" is UInt8: GPU kernels have no integers of 8 and 16 bits: "
+            "pack several into a uint, or give each an int\n"
+            "4:8: the member \"b\" of the struct \"Particle\" is UInt64: GPU kernels have no 64-bit integers: keep two "
+            "uint\n"
+            "5:9: the member \"c\" of the struct \"Particle\" is double: structs in buffers have no 64-bit floats: use "
+            "float");
+  EXPECT_EQ(FindLayoutErrors("AffineMatrix32 a;"),
+            "3:16: the member \"a\" of the struct \"Particle\" is AffineMatrix32: GPU kernels have no affine matrices: "
+            "use mat4");
+  EXPECT_EQ(FindLayoutErrors("float a[2][3];"),
+            "3:7: the member \"a\" of the struct \"Particle\" is float[2][3]: structs in buffers have no arrays of "
+            "arrays");
+}
+
+TEST(StructLayoutTest, StructsOfTheKernelFileAreRefused) {
+  const std::string text =
+      "struct Particle\n{\n\tfloat a;\n};\n\n#define KERNELINPUTS \\\n(Block<Particle>) particles\n\n"
+      "OSTRA_PARALLEL_KERNEL(K, KERNELINPUTS)\n{\n}\nOSTRA_PARALLEL_KERNEL_END\n";
+  EXPECT_EQ(ListErrors(AnalyzeText(text)),
+            "7:19: the struct \"Particle\" of the buffer \"particles\" is declared in the kernel file: structs in "
+            "buffers are declared in the kernel's header, which the GPU reads, too");
+}
+
+}  // namespace
+}  // namespace ostra::kernellanguage
