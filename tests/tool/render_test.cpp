@@ -93,10 +93,10 @@ TEST_F(RenderTest, ABufferOfStructsIsReadFromItsBytes) {
   EXPECT_THAT(GetPixel(Draw(scene("lamps.raw")), 4, 4), ElementsAre(255, 255, 0, 255));
   _folder.Write("short.raw", std::string(12, 'x'));
   EXPECT_THAT(Run(scene("short.raw")).errors,
-              HasSubstr("short.raw has 12 bytes, and elements of the struct \"Lamp\" have 8 each"));
+              HasSubstr("short.raw has 12 bytes, which is no multiple of the 8 bytes of an element"));
   _folder.Write("lamps.csv", "1,2\n");
   EXPECT_THAT(Run(scene("lamps.csv")).errors,
-              HasSubstr("elements of the struct \"Lamp\" are read from .raw files, 8 bytes each, member after member"));
+              HasSubstr("elements of the struct \"Lamp\" are read from .npy and .raw files"));
 }
 
 TEST_F(RenderTest, TheDepthTestChoosesWhatIsSeen) {

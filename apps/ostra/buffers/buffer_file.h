@@ -1,7 +1,7 @@
 // Buffers of a kernel from files, and back. The suffix says what a file is:
 //
 //   .png .exr     pictures, for elements of 4 x float32
-//   .npy          arrays; the numbers must have the type of the elements
+//   .npy          arrays; the numbers must have the type of the elements, the fields of records those of the struct
 //   .csv .txt     texts with one element per line
 //   .raw .bin     the bytes of the elements
 //   zeros:SIZE    SIZE elements (such as 1024 or 640x480) whose numbers are all zero; ones:SIZE likewise

@@ -6,6 +6,8 @@
 #include "apps/ostra/buffers/file_kind.h"
 #include "apps/ostra/buffers/npy_file.h"
 #include "apps/ostra/tool_error.h"
+#include "apps/ostra/values/element_numbers.h"
+#include "ostra/core/struct_type.h"
 #include "ostra/image/image.h"
 #include "ostra/io/file.h"
 #include "ostra/math/data_types.h"
@@ -38,15 +40,21 @@ Result<BufferContents> LoadPicture(const Url& file, DataType type) {
   return BufferContents{std::move(elements), {image.width, image.height, 1}, true};
 }
 
+// Of an array of elements.
+Extents GetSize(std::vector<Int> shape, Int count) {
+  if (shape.size() > 3) return {count, 1, 1};
+  shape.insert(shape.begin(), 3 - shape.size(), 1);
+  return {shape[2], shape[1], shape[0]};
+}
+
 // The sides of the array without the axis of the components, when there is one; else the number of elements.
 Extents GetArraySize(const NumberArray& array, const ElementLayout& layout) {
   std::vector<Int> shape = array.shape;
   const Int count = array.GetCount() / layout.componentCount;
   const Bool hasComponentAxis = layout.componentCount > 1 && !shape.empty() && shape.back() == layout.componentCount;
   if (hasComponentAxis) shape.pop_back();
-  if (shape.size() > 3 || (layout.componentCount > 1 && !hasComponentAxis)) return {count, 1, 1};
-  shape.insert(shape.begin(), 3 - shape.size(), 1);
-  return {shape[2], shape[1], shape[0]};
+  if (layout.componentCount > 1 && !hasComponentAxis) return {count, 1, 1};
+  return GetSize(std::move(shape), count);
 }
 
 // Whether the last axes, or the last one, hold the numbers of one element. Numbers in one row are elements one by one.
@@ -71,6 +79,15 @@ Result<BufferContents> LoadNpy(const Url& file, DataType type, const ElementLayo
         file, array.shape.size(), layout.componentCount);
   OSTRA_ASSIGN_OR_RETURN(GenericBaseArray elements, MakeElements(type, array.numbers));
   return BufferContents{std::move(elements), GetArraySize(array, layout), false};
+}
+
+Result<BufferContents> LoadRecords(const Url& file, DataType type) {
+  OSTRA_ASSIGN_OR_RETURN(const BaseArray<Byte> bytes, ReadFileToMemory(file));
+  const auto array = DecodeNpyRecords(bytes.GetBlock(), type);
+  if (!array) return OSTRA_ILLEGAL_ARGUMENT("@ cannot be read: @.", file, array.GetError());
+  OSTRA_ASSIGN_OR_RETURN(GenericBaseArray elements, MakeElements(type, array->records));
+  const Int count = elements.GetCount();
+  return BufferContents{std::move(elements), GetSize(array->shape, count), false};
 }
 
 Result<BufferContents> LoadCsv(const Url& file, DataType type, const ElementLayout& layout) {
@@ -98,15 +115,19 @@ Result<BufferContents> LoadFile(const Url& file, DataType type) {
   if (kind == FileKind::Unknown)
     return OSTRA_USAGE_ERROR("@ has no suffix that says how to read it; known are @, zeros:SIZE and ones:SIZE.", file,
                              kKnownSuffixes);
+  if (kind == FileKind::Npy && !GetStructMembers(type).IsEmpty()) return LoadRecords(file, type);
   OSTRA_ASSIGN_OR_RETURN(const ElementLayout layout, GetElementLayout(type));
   return kind == FileKind::Npy ? LoadNpy(file, type, layout) : LoadCsv(file, type, layout);
 }
 
 Result<void> FillWithOnes(GenericBaseArray& elements) {
-  OSTRA_ASSIGN_OR_RETURN(const ElementLayout layout, GetElementLayout(elements.GetElementType()));
-  Byte* number = static_cast<Byte*>(elements.GetFirst());
-  for (Int i = elements.GetCount() * layout.componentCount; i > 0; --i, number += layout.scalar->GetSize())
-    OSTRA_RETURN_IF_ERROR(layout.scalar->parse("1", number));
+  const DataType type = elements.GetElementType();
+  if (GetStructMembers(type).IsEmpty()) OSTRA_RETURN_IF_ERROR(GetElementLayout(type));
+  const std::vector<ElementNumber> numbers = ListNumbers(type);
+  Byte* element = static_cast<Byte*>(elements.GetFirst());
+  for (Int i = 0; i < elements.GetCount(); ++i, element += type.GetSize())
+    for (const ElementNumber& number : numbers)
+      OSTRA_RETURN_IF_ERROR(FindScalarType(number.type)->parse("1", element + number.offset));
   return OK;
 }
 

@@ -4,6 +4,7 @@
 #include <charconv>
 #include <string>
 
+#include "apps/ostra/buffers/npy_records.h"
 #include "apps/ostra/values/text.h"
 #include "ostra/core/format.h"
 
@@ -43,10 +44,11 @@ Result<Header> FindHeader(Block<const Byte> bytes) {
 Result<std::string_view> FindValue(std::string_view header, std::string_view key) {
   for (const char quote : {'\'', '"'}) {
     const std::string quoted = quote + std::string(key) + quote;
-    const std::size_t position = header.find(quoted);
-    if (position == std::string_view::npos) continue;
-    const std::string_view rest = TrimText(header.substr(position + quoted.size()));
-    if (!rest.empty() && rest.front() == ':') return TrimText(rest.substr(1));
+    // Fields of records may have the name of a key.
+    for (std::size_t at = header.find(quoted); at != std::string_view::npos; at = header.find(quoted, at + 1)) {
+      const std::string_view rest = TrimText(header.substr(at + quoted.size()));
+      if (!rest.empty() && rest.front() == ':') return TrimText(rest.substr(1));
+    }
   }
   return OSTRA_ILLEGAL_ARGUMENT("the header has no \"@\"", key);
 }
@@ -84,16 +86,44 @@ Result<std::vector<Int>> ParseShape(std::string_view header) {
   return shape;
 }
 
-// Bytes of all numbers. Error: illegal argument when the file has fewer.
-Result<Int> GetByteCount(const NumberArray& array, Int available) {
-  Int count = array.scalar->GetSize();
-  for (const Int side : array.shape) {
+// The bytes of all elements behind the header. Error: illegal argument when the file has fewer.
+Result<Block<const Byte>> FindElements(Block<const Byte> bytes, const Header& header, const std::vector<Int>& shape,
+                                       Int size) {
+  const Int available = bytes.GetCount() - header.end;
+  Int count = size;
+  for (const Int side : shape) {
     if (side > 0 && count > available / side)
       return OSTRA_ILLEGAL_ARGUMENT("the file ends too early: it has @ bytes of numbers, fewer than its shape needs",
                                     available);
     count *= side;
   }
-  return count;
+  if (count > available)
+    return OSTRA_ILLEGAL_ARGUMENT("the file ends too early: it has @ bytes of numbers, and its shape needs @",
+                                  available, count);
+  return Block<const Byte>(bytes.GetFirst() + header.end, count);
+}
+
+Result<void> CheckOrder(std::string_view header) {
+  OSTRA_ASSIGN_OR_RETURN(const std::string_view order, FindValue(header, "fortran_order"));
+  if (order.substr(0, 5) != "False")
+    return OSTRA_ILLEGAL_ARGUMENT("the array is in Fortran order; only C order can be read");
+  return OK;
+}
+
+// A whole header around the description of an element.
+std::string EncodeHeader(std::string_view description, std::span<const Int> shape) {
+  std::string header = "{'descr': ";
+  header.append(description).append(", 'fortran_order': False, 'shape': (");
+  for (std::size_t i = 0; i < shape.size(); ++i) header += (i > 0 ? ", " : "") + std::to_string(shape[i]);
+  header += shape.size() == 1 ? ",), }" : "), }";
+  // Long headers need version 2.
+  const std::size_t sizeBytes = header.size() + kAlignment > 0xFFFF ? 4 : 2;
+  const std::size_t start = kMagic.size() + 2 + sizeBytes;
+  header.append(kAlignment - 1 - (start + header.size()) % kAlignment, ' ').push_back('\n');
+  std::string prefix(kMagic);
+  prefix += {static_cast<char>(sizeBytes / 2), 0};
+  for (std::size_t i = 0; i < sizeBytes; ++i) prefix += static_cast<char>(header.size() >> (8 * i) & 0xFF);
+  return prefix + header;
 }
 
 }  // namespace
@@ -102,30 +132,36 @@ Result<NumberArray> DecodeNpy(Block<const Byte> bytes) {
   OSTRA_ASSIGN_OR_RETURN(const Header header, FindHeader(bytes));
   NumberArray array;
   OSTRA_ASSIGN_OR_RETURN(array.scalar, ParseType(header.text));
-  OSTRA_ASSIGN_OR_RETURN(const std::string_view order, FindValue(header.text, "fortran_order"));
-  if (order.substr(0, 5) != "False")
-    return OSTRA_ILLEGAL_ARGUMENT("the array is in Fortran order; only C order can be read");
+  OSTRA_RETURN_IF_ERROR(CheckOrder(header.text));
   OSTRA_ASSIGN_OR_RETURN(array.shape, ParseShape(header.text));
-  const Int available = bytes.GetCount() - header.end;
-  OSTRA_ASSIGN_OR_RETURN(const Int count, GetByteCount(array, available));
-  if (count > available)
-    return OSTRA_ILLEGAL_ARGUMENT("the file ends too early: it has @ bytes of numbers, and its shape needs @",
-                                  available, count);
-  array.numbers = {bytes.GetFirst() + header.end, count};
+  OSTRA_ASSIGN_OR_RETURN(array.numbers, FindElements(bytes, header, array.shape, array.scalar->GetSize()));
   return array;
 }
 
+Result<RecordArray> DecodeNpyRecords(Block<const Byte> bytes, DataType structType) {
+  OSTRA_ASSIGN_OR_RETURN(const Header header, FindHeader(bytes));
+  OSTRA_ASSIGN_OR_RETURN(const std::string_view description, FindValue(header.text, "descr"));
+  if (!description.starts_with('[')) {
+    OSTRA_ASSIGN_OR_RETURN(const ScalarType* const scalar, ParseType(header.text));
+    return OSTRA_ILLEGAL_ARGUMENT(
+        "the elements are numbers of the type @, and the parameter needs records of the struct @", scalar->type,
+        structType);
+  }
+  OSTRA_RETURN_IF_ERROR(CheckRecordDescription(description, structType));
+  OSTRA_RETURN_IF_ERROR(CheckOrder(header.text));
+  RecordArray array;
+  OSTRA_ASSIGN_OR_RETURN(array.shape, ParseShape(header.text));
+  OSTRA_ASSIGN_OR_RETURN(array.records, FindElements(bytes, header, array.shape, structType.GetSize()));
+  return array;
+}
+
+std::string EncodeNpyRecordHeader(std::string_view description, std::span<const Int> shape) {
+  return EncodeHeader(description, shape);
+}
+
 std::string EncodeNpyHeader(const ScalarType& scalar, std::span<const Int> shape) {
-  std::string header = "{'descr': '";
-  header += scalar.GetSize() == 1 ? '|' : '<';
-  header.append(scalar.npyCode).append("', 'fortran_order': False, 'shape': (");
-  for (std::size_t i = 0; i < shape.size(); ++i) header += (i > 0 ? ", " : "") + std::to_string(shape[i]);
-  header += shape.size() == 1 ? ",), }" : "), }";
-  const std::size_t start = kMagic.size() + 4;
-  header.append(kAlignment - 1 - (start + header.size()) % kAlignment, ' ').push_back('\n');
-  std::string prefix(kMagic);
-  prefix += {1, 0, static_cast<char>(header.size() & 0xFF), static_cast<char>(header.size() >> 8)};
-  return prefix + header;
+  const std::string order = scalar.GetSize() == 1 ? "'|" : "'<";
+  return EncodeHeader(order + std::string(scalar.npyCode) + "'", shape);
 }
 
 }  // namespace ostra::tool

@@ -24,6 +24,17 @@ struct NumberArray {
 // Fortran order, elements that are no plain numbers.
 Result<NumberArray> DecodeNpy(Block<const Byte> bytes);
 
+struct RecordArray {
+  std::vector<Int> shape;
+  Block<const Byte> records;  // the bytes of all records, inside the decoded file
+};
+
+// The same for elements that are records, which must be those of the struct (npy_records.h).
+Result<RecordArray> DecodeNpyRecords(Block<const Byte> bytes, DataType structType);
+
+// What stands in front of the records, whose description is in Python's words.
+std::string EncodeNpyRecordHeader(std::string_view description, std::span<const Int> shape);
+
 // What stands in front of the numbers in a file of version 1 whose shape is `shape`.
 std::string EncodeNpyHeader(const ScalarType& scalar, std::span<const Int> shape);
 

@@ -5,7 +5,9 @@
 #include "apps/ostra/buffers/csv.h"
 #include "apps/ostra/buffers/file_kind.h"
 #include "apps/ostra/buffers/npy.h"
+#include "apps/ostra/buffers/npy_records.h"
 #include "apps/ostra/tool_error.h"
+#include "ostra/core/struct_type.h"
 #include "ostra/image/image.h"
 #include "ostra/io/file.h"
 #include "ostra/math/data_types.h"
@@ -29,13 +31,23 @@ Result<void> SavePicture(const Url& file, Block<const Byte> bytes, const Extents
   return WriteImage(file, ImageView(size.width, size.height, pixels));
 }
 
+// The axes of `count` elements.
+std::vector<Int> MakeShape(const Extents& size, Int count) {
+  if (size.GetCount() == count && size.depth > 1) return {size.depth, size.height, size.width};
+  if (size.GetCount() == count && size.height > 1) return {size.height, size.width};
+  return {count};
+}
+
+Result<void> SaveRecords(const Url& file, DataType type, Block<const Byte> bytes, const Extents& size) {
+  OSTRA_ASSIGN_OR_RETURN(const std::string description, MakeRecordDescription(type));
+  const std::string header = EncodeNpyRecordHeader(description, MakeShape(size, bytes.GetCount() / type.GetSize()));
+  const Block<const Byte> parts[] = {BytesOf(header), bytes};
+  return WriteFileAtomically(file, parts);
+}
+
 Result<void> SaveNpy(const Url& file, const ElementLayout& layout, Block<const Byte> bytes, const Extents& size) {
   const Int count = bytes.GetCount() / (layout.scalar->GetSize() * layout.componentCount);
-  std::vector<Int> shape = {count};
-  if (size.GetCount() == count && size.depth > 1)
-    shape = {size.depth, size.height, size.width};
-  else if (size.GetCount() == count && size.height > 1)
-    shape = {size.height, size.width};
+  std::vector<Int> shape = MakeShape(size, count);
   if (layout.componentCount > 1) shape.push_back(layout.componentCount);
   const std::string header = EncodeNpyHeader(*layout.scalar, shape);
   const Block<const Byte> parts[] = {BytesOf(header), bytes};
@@ -59,7 +71,12 @@ Result<void> CheckBufferTarget(const Url& file, DataType elementType) {
         DescribeType(elementType));
   if (!elementType.IsPlain())
     return OSTRA_ILLEGAL_ARGUMENT("Elements of the type @ cannot be written to files.", elementType);
-  if (kind == FileKind::Npy || kind == FileKind::Csv) OSTRA_RETURN_IF_ERROR(GetElementLayout(elementType));
+  const Bool isRecord = kind == FileKind::Npy && !GetStructMembers(elementType).IsEmpty();
+  if (isRecord) {
+    OSTRA_RETURN_IF_ERROR(MakeRecordDescription(elementType));
+  } else if (kind == FileKind::Npy || kind == FileKind::Csv) {
+    OSTRA_RETURN_IF_ERROR(GetElementLayout(elementType));
+  }
   return CheckFileTarget(file);
 }
 
@@ -70,6 +87,8 @@ Result<void> SaveBuffer(const Url& file, DataType elementType, Block<const Gener
   const FileKind kind = GetFileKind(file);
   if (kind == FileKind::Picture) return SavePicture(file, bytes, size);
   if (kind == FileKind::Raw) return WriteFileAtomically(file, bytes);
+  if (kind == FileKind::Npy && !GetStructMembers(elementType).IsEmpty())
+    return SaveRecords(file, elementType, bytes, size);
   OSTRA_ASSIGN_OR_RETURN(const ElementLayout layout, GetElementLayout(elementType));
   return kind == FileKind::Npy ? SaveNpy(file, layout, bytes, size) : SaveCsv(file, layout, bytes);
 }

@@ -17,6 +17,7 @@
 #include "ostra/math/data_types.h"
 #include "ostra/object/class.h"
 #include "ostra/render/gradient.h"
+#include "parallelprogram/shaderassembly/struct_elements.h"
 
 OSTRA_UNIT("render_plan");
 
@@ -152,17 +153,9 @@ class Planner {
       buffer.kernelBuffer = given->second.kernelBuffer;
     } else {
       OSTRA_ASSIGN_OR_RETURN(const Url file, FindSceneFile(_folder, given->second.file));
-      const Int structSize = FindStructSize(*planned.stages[static_cast<std::size_t>(stage)].parser, input);
-      if (structSize > 0 && structSize % Int(sizeof(UInt32)) == 0) {
-        OSTRA_ASSIGN_OR_RETURN(buffer.elements, LoadStructs(given->second, file, input, structSize));
-        buffer.elementType = GetDataType<UInt32>();
-        planned.buffers.push_back(std::move(buffer));
-        return OK;
-      }
-      buffer.elementType = DataTypeFromTypeName(input.typeName.GetView());
-      if (!buffer.elementType.IsPopulated())
-        return MakeError(given->second.path, "elements of the type \"" + std::string(input.typeName.GetView()) +
-                                                 "\" cannot be read from files");
+      OSTRA_ASSIGN_OR_RETURN(
+          buffer.elementType,
+          FindElementType(*planned.stages[static_cast<std::size_t>(stage)].parser, input, given->second, file));
       auto contents = LoadBuffer(file.GetView(), buffer.elementType);
       if (!contents) return MakeError(given->second.path, contents.GetError().GetMessage().GetView());
       buffer.elements = std::move(contents->elements);
@@ -171,29 +164,18 @@ class Planner {
     return OK;
   }
 
-  // Bytes of the elements of a buffer of structs, whose members lie one behind the other; 0 for other buffers.
-  static Int FindStructSize(const ShaderParser& parser, const ShaderInputEntry& input) {
-    for (const ShaderStructDefinition& definition : parser.GetStructs())
-      if (definition.name.GetView() == input.typeName.GetView()) return definition.byteSize;
-    return 0;
-  }
-
-  // The bytes of structs. Other files say numbers of one type, and members have several.
-  Result<GenericBaseArray> LoadStructs(const SceneBuffer& given, const Url& file, const ShaderInputEntry& input,
-                                       Int structSize) const {
-    const std::string elements = "elements of the struct \"" + std::string(input.typeName.GetView()) + "\"";
-    if (GetFileKind(file) != FileKind::Raw)
-      return MakeError(given.path, elements + " are read from .raw files, " + std::to_string(structSize) +
-                                       " bytes each, member after member");
-    auto bytes = ReadFileToMemory(file);
-    if (!bytes) return MakeError(given.path, bytes.GetError().GetMessage().GetView());
-    if (bytes->IsEmpty() || bytes->GetCount() % structSize != 0)
-      return MakeError(given.path, std::string(file.GetView()) + " has " + std::to_string(bytes->GetCount()) +
-                                       " bytes, and " + elements + " have " + std::to_string(structSize) + " each");
-    OSTRA_ASSIGN_OR_RETURN(GenericBaseArray words,
-                           GenericBaseArray::Create(GetDataType<UInt32>(), bytes->GetCount() / Int(sizeof(UInt32))));
-    MemCopy(words.GetFirst(), bytes->GetFirst(), bytes->GetCount());
-    return words;
+  Result<DataType> FindElementType(const ShaderParser& parser, const ShaderInputEntry& input, const SceneBuffer& given,
+                                   const Url& file) const {
+    const std::string_view word = input.typeName.GetView();
+    const DataType type = DataTypeFromTypeName(word);
+    if (type.IsPopulated()) return type;
+    OSTRA_ASSIGN_OR_RETURN(const DataType structType, MakeStructElementType(parser, word));
+    if (!structType.IsPopulated())
+      return MakeError(given.path, "elements of the type \"" + std::string(word) + "\" cannot be read from files");
+    const FileKind kind = GetFileKind(file);
+    if (kind == FileKind::Raw || kind == FileKind::Npy) return structType;
+    return MakeError(given.path,
+                     "elements of the struct \"" + std::string(word) + "\" are read from .npy and .raw files");
   }
 
   Result<void> PlanTexture(const SceneDraw& draw, Int32 stage, const ShaderTextureEntry& entry, PlannedDraw& planned) {

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <limits>
 
+#include "apps/ostra/values/element_numbers.h"
 #include "ostra/core/format.h"
 #include "ostra/math/data_types.h"
 
@@ -27,21 +28,6 @@ Float64 ReadNumber(DataType type, const Byte* bytes) {
   return read(Byte());
 }
 
-Int GetNumberSize(DataType type) {
-  for (const DataType& known : {GetDataType<Float32>(), GetDataType<Float64>(), GetDataType<HalfFloat>(),
-                                GetDataType<Int32>(), GetDataType<UInt32>()})
-    if (type == known) return type.GetSize();
-  return 1;
-}
-
-// What matrices and vectors are made of.
-DataType GetNumberType(DataType type) {
-  while (type.IsMadeWith(kVectorParametricType) || type.IsMadeWith(kSquareMatrixParametricType) ||
-         type.IsMadeWith(kMatrixParametricType) || type.IsMadeWith(kAtomicParametricType))
-    type = type.GetInnerType();
-  return type;
-}
-
 void Note(RunDifference& difference, Float64 distance, const std::string& place) {
   const Float64 size = std::isnan(distance) ? std::numeric_limits<Float64>::infinity() : distance;
   if (!difference.place.empty() && size <= difference.largest) return;
@@ -54,12 +40,16 @@ void CompareBuffers(const PlannedBuffer& buffer, const Array<Generic>& one, cons
   const auto* first = reinterpret_cast<const Byte*>(one.GetFirstBlock().GetFirst());
   const auto* second = reinterpret_cast<const Byte*>(other.GetFirstBlock().GetFirst());
   const Int elementSize = buffer.elementType.GetSize();
-  const DataType number = GetNumberType(buffer.elementType);
-  const Int size = GetNumberSize(number);
-  for (Int at = 0; at + size <= one.GetCount() * elementSize; at += size) {
-    if (std::memcmp(first + at, second + at, static_cast<std::size_t>(size)) == 0) continue;
-    const Float64 distance = std::abs(ReadNumber(number, first + at) - ReadNumber(number, second + at));
-    Note(difference, distance, std::string(buffer.name.GetView()) + "[" + std::to_string(at / elementSize) + "]");
+  const std::vector<ElementNumber> numbers = ListNumbers(buffer.elementType);
+  for (Int i = 0; i < one.GetCount(); ++i, first += elementSize, second += elementSize) {
+    if (std::memcmp(first, second, static_cast<std::size_t>(elementSize)) == 0) continue;
+    for (const ElementNumber& number : numbers) {
+      const Byte* const a = first + number.offset;
+      const Byte* const b = second + number.offset;
+      if (std::memcmp(a, b, static_cast<std::size_t>(number.type.GetSize())) == 0) continue;
+      const Float64 distance = std::abs(ReadNumber(number.type, a) - ReadNumber(number.type, b));
+      Note(difference, distance, std::string(buffer.name.GetView()) + "[" + std::to_string(i) + "]" + number.place);
+    }
   }
 }
 
