@@ -174,7 +174,7 @@ void Parser::ReadItem(Nodes& items) {
   if (Is("GROUPSIZE")) return ReadGroupSize(items);
   if (Is("CPU_GRANULARITY") || Is("CPU_SINGLETHREADEDTHRESHOLD")) return ReadTuning(items);
   if (Is("struct") && Is("KernelInput", 1)) return ReadStructParameters(items);
-  if (Is("struct")) return ReadStruct(items);
+  if (Is("struct") || (Is("typedef") && Is("struct", 1))) return ReadStruct(items);
   if (Is("OSTRA_PARALLEL_KERNEL") || Is("FP_KERNEL")) return ReadKernel(items);
   if (Is("OSTRA_METHOD")) {
     Stop(token.offset, "a kernel in the form of a method, which can fail");
@@ -257,32 +257,51 @@ void Parser::ReadStructParameters(Nodes& items) {
   items.push_back(_file.tree.parameters = Add(NodeKind::kParameters, start.offset, "", parameters, kIsStructForm));
 }
 
+// struct Name { ... }; and, as C has it, typedef struct { ... } Name;
 void Parser::ReadStruct(Nodes& items) {
-  const Token& start = Take();
+  const Token& start = Peek();
+  const Bool isTypedef = TakeIf("typedef");
+  Take();
   if (_file.tree.kernel != kNoNode) {
     Stop(start.offset, "a struct after the kernel");
     return;
   }
-  // Types that came later than such structs.
-  const std::string_view name = IsExtendedType(Peek().text) ? Take().text : ReadDeclaredName();
+  std::string_view name;
+  if (!isTypedef) name = ReadStructName();
   if (!Expect("{")) return;
+  if (!isTypedef) AddStruct(name);
+  const Nodes members = ReadMembers();
+  if (!Expect("}")) return;
+  if (isTypedef) AddStruct(name = ReadStructName());
+  if (!Expect(";")) return;
+  items.push_back(Add(NodeKind::kStruct, start.offset, name, members, isTypedef ? kIsCppOnly : 0));
+}
+
+std::string_view Parser::ReadStructName() {
+  // Types that came later than such structs.
+  return IsExtendedType(Peek().text) ? Take().text : ReadDeclaredName();
+}
+
+void Parser::AddStruct(std::string_view name) {
   _structs.insert(name);
   _structNames.push_back(name);
+}
+
+Parser::Nodes Parser::ReadMembers() {
   Nodes members;
   while (!IsBroken() && !Is("}")) {
     const NodeIndex type = ReadType();
-    if (IsBroken()) return;
+    if (IsBroken()) return members;
     do {
       const SourceOffset offset = Peek().offset;
       const std::string_view member = ReadDeclaredName();
       const NodeIndex dimensions = ReadDimensions();
-      if (IsBroken()) return;
+      if (IsBroken()) return members;
       members.push_back(Add(NodeKind::kMember, offset, member, {type, dimensions}));
     } while (TakeIf(","));
-    if (!Expect(";")) return;
+    if (!Expect(";")) return members;
   }
-  if (!Expect("}") || !Expect(";")) return;
-  items.push_back(Add(NodeKind::kStruct, start.offset, name, members));
+  return members;
 }
 
 void Parser::ReadFunctionOrConstant(Nodes& items) {
@@ -326,6 +345,8 @@ NodeIndex Parser::ReadFunction(NodeIndex type, Bool isInline) {
   const std::string_view name = ReadDeclaredName();
   Nodes children{type};
   const Token& open = Take();
+  const Bool isVoid = Is("void") && Is(")", 1);  // as in C
+  if (isVoid) Take();
   while (!IsBroken() && !Is(")")) {
     children.push_back(ReadFunctionParameter());
     if (!Is(")") && !Expect(",")) return kNoNode;
@@ -336,7 +357,7 @@ NodeIndex Parser::ReadFunction(NodeIndex type, Bool isInline) {
   });
   if (!hasDefault && TakeIf(";")) return Add(NodeKind::kPrototype, offset, name, {}, kIsCppOnly);
   if (!Is("{")) return Stop(offset, "a function without its body");
-  const Bool isPlain = isInline && Peek().isFirstInLine;
+  const Bool isPlain = isInline && !isVoid && Peek().isFirstInLine;
   children.push_back(ReadBlock());
   return Add(NodeKind::kFunction, offset, name, children, isPlain ? 0 : kIsCppOnly);
 }

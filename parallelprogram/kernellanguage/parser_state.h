@@ -85,6 +85,9 @@ class Parser {
   void ReadTuning(Nodes& items);
   void ReadInputs(Nodes& items);
   void ReadStruct(Nodes& items);
+  std::string_view ReadStructName();
+  void AddStruct(std::string_view name);
+  Nodes ReadMembers();
   void ReadStructParameters(Nodes& items);
   void ReadFunctionOrConstant(Nodes& items);
   void ReadKernel(Nodes& items);
@@ -114,6 +117,8 @@ class Parser {
   void ReadStatements(Nodes& statements, const Token& open);
   NodeIndex ReadStatement();
   NodeIndex ReadSubStatement();
+  Bool IsAttribute() const;
+  NodeIndex ReadAttribute();
   NodeIndex ReadKeywordStatement();
   NodeIndex ReadWordStatement();
   NodeIndex ReadCondition();

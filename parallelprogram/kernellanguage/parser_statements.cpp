@@ -1,3 +1,6 @@
+#include <algorithm>
+#include <iterator>
+
 #include "parallelprogram/kernellanguage/parser_state.h"
 #include "parallelprogram/kernellanguage/words.h"
 
@@ -35,6 +38,7 @@ NodeIndex Parser::ReadStatement() {
   const Level level(*this);
   if (!CheckDepth()) return kNoNode;
   const Token& token = Peek();
+  if (IsAttribute()) return ReadAttribute();
   if (Is("{")) return ReadBlock();
   if (Is(";")) {
     Take();
@@ -44,6 +48,22 @@ NodeIndex Parser::ReadStatement() {
   if (const NodeIndex statement = ReadKeywordStatement(); statement != kNoNode || IsBroken()) return statement;
   if (const NodeIndex statement = ReadWordStatement(); statement != kNoNode || IsBroken()) return statement;
   return ReadExpressionStatement();
+}
+
+// [unroll] and its relatives before a loop or condition.
+Bool Parser::IsAttribute() const {
+  constexpr std::string_view kAttributes[] = {"unroll", "loop", "branch", "flatten", "fastopt"};
+  return Is("[") && IsWord(1) &&
+         std::find(std::begin(kAttributes), std::end(kAttributes), Peek(1).text) != std::end(kAttributes) &&
+         (Is("]", 2) || (Is("(", 2) && Is(")", 4) && Is("]", 5)));
+}
+
+// Compilers decide by themselves: it is passed over.
+NodeIndex Parser::ReadAttribute() {
+  while (!IsEnd() && !TakeIf("]")) Take();
+  const NodeIndex statement = ReadSubStatement();
+  if (!IsBroken() && statement != kNoNode) _file.tree.nodes[statement].flags |= kIsExtended;
+  return statement;
 }
 
 // kNoNode when it does not begin with a keyword.

@@ -18,6 +18,7 @@ Bool Parser::IsTypeWord(std::string_view word) const {
 
 Bool Parser::IsTypeStart(std::size_t ahead) const {
   if (!IsWord(ahead)) return false;
+  if (Is("struct", ahead)) return IsWord(ahead + 1) && _structs.contains(Peek(ahead + 1).text);
   return Is("const", ahead) || Is("unsigned", ahead) || Is("IGNORE_VARIABLE_GPU", ahead) ||
          IsTypeWord(Peek(ahead).text);
 }
@@ -44,6 +45,11 @@ NodeIndex Parser::ReadType() {
   UInt16 flags = 0;
   while (Is("const") || Is("IGNORE_VARIABLE_GPU")) {
     if (Is("const")) flags |= kIsConst;
+    Take();
+  }
+  // As in C.
+  if (Is("struct") && IsWord(1) && _structs.contains(Peek(1).text)) {
+    flags |= kIsCppOnly;
     Take();
   }
   return ReadTypeWord(flags);

@@ -156,6 +156,8 @@ class Preprocessor {
       ReadInclude(file, i, end);
     } else if (word.Is("pragma") && end == i + 3 && file.tokens[i + 2].Is("once")) {
       _once.insert(file.path);
+    } else if (word.Is("pragma") && i + 2 < end && file.tokens[i + 2].Is("unroll")) {
+      _result.isCpuOnly = true;  // compilers decide by themselves
     } else {
       Stop(start.offset, Join({"the directive #", word.text}));
     }

@@ -27,6 +27,8 @@
 //   float[2](1, 2)          kInitializerList with kIsExtended
 //   float x{1}, float[2] a  kVariable with kIsExtended, like others
 //   half = 1.0, sample++    kVariable and what else has the name of a type or a word of a shading language
+//   typedef struct { } S;   kStruct with kIsCppOnly; a kType with it is written "struct S"
+//   [unroll] for (...)      a statement with kIsExtended
 //   const float k = 1.0;    kDeclaration outside of functions
 //   float F(float x) {      kFunction with kIsCppOnly: not inline, or the brace on the same line
 //   float F(float x);       kPrototype, which says nothing that its kFunction does not

@@ -286,6 +286,24 @@ TEST(ExtensionTest, FunctionsMayBeDeclaredBeforeTheirBodies) {
   EXPECT_EQ(PrintResult("float r = F();", "float F(float a = 1.0);\n" + body), "reason: a function without its body");
 }
 
+TEST(ExtensionTest, StructsAndArgumentsMayBeWrittenAsInC) {
+  const std::string before = "typedef struct {\nvec2 a;\nfloat b;\n} S;\nstatic float One(void) { return 1.0; }\n";
+  EXPECT_EQ(PrintResult("S s; struct S t = s; float r = t.b + One();", before),
+            "(+ t:S.b:float (call One):float):float");
+  EXPECT_TRUE(IsPrintable("struct S s; s.b = One();", before));
+  EXPECT_FALSE(IsPlain("S s;", "typedef struct { vec2 a; } S;\n"));
+  EXPECT_FALSE(IsPlain("struct S s;", "struct S\n{\nvec2 a;\n};\n"));
+}
+
+TEST(ExtensionTest, HintsForCompilersArePassedOver) {
+  EXPECT_EQ(
+      FindErrors("[unroll] for (int i = 0; i < 3; i++) { } [loop] while (false) { } [unroll(2)] do { } while (false);"),
+      "");
+  EXPECT_FALSE(IsPrintable("[branch] if (UNIFORM(f) > 1.0) { }"));
+  EXPECT_TRUE(IsPrintable("\n#pragma unroll 4\nfor (int i = 0; i < 3; i++) { }"));
+  EXPECT_FALSE(IsPlain("\n#pragma unroll\nfor (int i = 0; i < 3; i++) { }"));
+}
+
 TEST(ExtensionTest, MacrosOfTheKernelFileAreForTheCpuOnly) {
   EXPECT_TRUE(IsPlain("", "#define UNUSED 1\n"));
   EXPECT_FALSE(IsPlain("int a = ONE;", "#define ONE 1\n"));
