@@ -59,6 +59,7 @@ constexpr const char* kInfoDetails =
     "  OSTRA_VULKAN_VALIDATION=1     Vulkan's validation layer, where it is installed, looks at every call\n"
     "  OSTRA_GPU_CACHE=DIR           where compiled GPU programs are kept; off keeps none\n"
     "                                (default: gpu in $XDG_CACHE_HOME/ostra or ~/.cache/ostra)\n"
+    "  OSTRA_GPU_PROGRAM_LIMIT=WORDS the largest GPU program, in words of SPIR-V; off is no limit (default: 400000)\n"
     "  OSTRA_MEMORY_LIMIT=SIZE       memory for pictures, buffers and files, such as 8G (default: three quarters of "
     "what\n"
     "                                the machine has)\n"

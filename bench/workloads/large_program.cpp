@@ -1,5 +1,5 @@
 // Generated kernels of 200 KB and 1 MB, thousands of small functions that the body calls: time and memory from the file
-// to SPIR-V.
+// to SPIR-V, and to the result of a device.
 #include "bench/workloads/large_program.h"
 
 #include <sys/resource.h>
@@ -10,8 +10,10 @@
 #include <iterator>
 
 #include "bench/child.h"
+#include "bench/gpu_program.h"
 #include "bench/program.h"
 #include "bench/workloads/workloads.h"
+#include "ostra/core/silent_diagnostics.h"
 #include "ostra/shadercompiler/shader_compiler.h"
 #include "parallelprogram/shaderassembly/assembly_records.h"
 
@@ -110,10 +112,39 @@ bool RunInThisProcess(const Shape& shape, std::size_t size, Bool isCheck) {
   return isRight;
 }
 
+// A kernel on the device: AddKernel and the first dispatch, with which software drivers compile. A kernel that is to be
+// refused is not dispatched: what counts is that this is told before the driver works.
+bool AddInThisProcess(const Shape& shape, std::size_t size, Bool isRefused) {
+  const TemporaryFolder folder;
+  const std::string path = (folder.GetPath() / "net.ostra.bench.large.krn").string();
+  std::ofstream(path, std::ios::binary) << MakeKernel(shape, size);
+  const ParallelProgramRef program = Need(CreateObject<ParallelProgramInterface>(kGpuProgramClass));
+  Need(program->Init(Need(Url::Create(GetProgramFolder())), nullptr, 0, true));
+  BaseArray<Float32> target;
+  Need(target.Resize(64));
+  Need(program->StoreUniformBufferData("target"_iid, target));
+  const SilentDiagnosticStream silence;
+  const auto start = std::chrono::steady_clock::now();
+  Need(program->AddKernel("kernel"_iid, Need(Url::Create(path)), true));
+  Need(program->SetUniform("count"_iid, UInt32{64}));
+  const Result<void> updated = program->UpdateUniforms();
+  if (updated) {
+    Need(program->DispatchKernel(64, 1, 1, false));
+    Need(program->Execute(true));
+  }
+  const std::chrono::duration<double, std::milli> time = std::chrono::steady_clock::now() - start;
+  rusage usage{};
+  getrusage(RUSAGE_SELF, &usage);
+  std::printf("%f %f %f\n", time.count(), ToMilliseconds(usage.ru_utime) + ToMilliseconds(usage.ru_stime),
+              static_cast<double>(usage.ru_maxrss) / 1024.0);
+  return updated.IsOk() != isRefused;
+}
+
 struct Part {
   const char* name;
   const char* peer;
   std::string size;
+  bool isOnDevice = false;
   std::vector<double> milliseconds = {}, processor = {}, mebibytes = {};
 };
 
@@ -128,6 +159,10 @@ bool RunCheckReferences(const Options&) { return RunInThisProcess(kReferences, k
 bool RunDevice200(const Options&) { return RunInThisProcess(kPlain, kSmall, false); }
 bool RunDevice1000(const Options&) { return RunInThisProcess(kPlain, kLarge, false); }
 
+bool RunAdd100(const Options&) { return AddInThisProcess(kPlain, kSmall / 2, false); }
+bool RunAdd200(const Options&) { return AddInThisProcess(kPlain, kSmall, false); }
+bool RunAdd1000(const Options&) { return AddInThisProcess(kPlain, kLarge, true); }
+
 bool RunLargeProgram(const Options& options) {
   const auto large = [](const Shape& shape) { return std::string("1 MB ") + shape.name; };
   Part parts[] = {{"large_check_200", "ours-check", "200 KB"},
@@ -137,10 +172,14 @@ bool RunLargeProgram(const Options& options) {
                   {"large_check_vectors", "ours-check", large(kVectors)},
                   {"large_check_references", "ours-check", large(kReferences)},
                   {"large_device_200", "ours-gpu", "200 KB"},
-                  {"large_device_1000", "ours-gpu", "1 MB"}};
+                  {"large_device_1000", "ours-gpu", "1 MB"},
+                  {"large_add_100", "ours-add", "100 KB", true},
+                  {"large_add_200", "ours-add", "200 KB", true},
+                  {"large_add_1000", "ours-add", "1 MB refused", true}};
+  const bool hasDevice = !FindGpu(options).empty();
   for (int run = 0; run < options.runs; ++run) {
     for (Part& part : parts) {
-      if (!Wants(options, part.peer)) continue;
+      if (!Wants(options, part.peer) || (part.isOnDevice && !hasDevice)) continue;
       const std::vector<double> figures = RunPart(part.name, CacheFolder());
       part.milliseconds.push_back(figures.at(0));
       part.processor.push_back(figures.at(1));
@@ -149,8 +188,9 @@ bool RunLargeProgram(const Options& options) {
   }
   for (const Part& part : parts) {
     if (part.milliseconds.empty()) continue;
-    PrintFigure(part.peer, "large_program", part.size, "source_to_spirv", "ms", part.milliseconds);
-    PrintFigure(part.peer, "large_program", part.size, "source_to_spirv_processor", "ms", part.processor);
+    const std::string metric = part.isOnDevice ? "source_to_result" : "source_to_spirv";
+    PrintFigure(part.peer, "large_program", part.size, metric, "ms", part.milliseconds);
+    PrintFigure(part.peer, "large_program", part.size, metric + "_processor", "ms", part.processor);
     PrintFigure(part.peer, "large_program", part.size, "memory", "MiB", part.mebibytes);
   }
   return true;

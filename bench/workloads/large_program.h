@@ -17,5 +17,9 @@ bool RunCheckReferences(const Options& options);
 // As AddKernel compiles: GLSL for the device.
 bool RunDevice200(const Options& options);
 bool RunDevice1000(const Options& options);
+// AddKernel and the first dispatch; 1 MB is refused.
+bool RunAdd100(const Options& options);
+bool RunAdd200(const Options& options);
+bool RunAdd1000(const Options& options);
 
 }  // namespace bench

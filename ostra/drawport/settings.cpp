@@ -10,6 +10,7 @@ namespace {
 
 constinit std::atomic<Int> g_memoryLimit{0};
 constinit std::atomic<Int> g_stagingCapacity{0};
+constinit std::atomic<Int> g_programLimit{0};
 constinit std::atomic<Int> g_rowAlignment{1};
 constinit std::atomic<bool> g_isDirect{true};
 constinit std::atomic<bool> g_readsDirectly{true};
@@ -22,6 +23,9 @@ Int GetDrawportMemoryLimit() { return g_memoryLimit; }
 
 void SetDrawportStagingCapacity(Int bytes) { g_stagingCapacity = std::max<Int>(bytes, 0); }
 Int GetDrawportStagingCapacity() { return g_stagingCapacity; }
+
+void SetDrawportProgramLimit(Int words) { g_programLimit = words; }
+Int GetDrawportProgramLimit() { return g_programLimit; }
 
 void SetDrawportRowAlignment(Int bytes) { g_rowAlignment = std::max<Int>(bytes, 1); }
 Int GetDrawportRowAlignment() { return g_rowAlignment; }

@@ -17,6 +17,13 @@ OSTRA_API Int GetDrawportMemoryLimit();
 OSTRA_API void SetDrawportStagingCapacity(Int bytes);
 OSTRA_API Int GetDrawportStagingCapacity();
 
+// The largest stage of a program that is handed to the driver, in words of SPIR-V; with all calls replaced by the
+// bodies of the functions it may have three times as many. Larger ones are refused with illegal argument, because a
+// driver may compile them for minutes and take gigabytes of memory. 0, the default, is the backend's choice; a negative
+// number is no limit.
+OSTRA_API void SetDrawportProgramLimit(Int words);
+OSTRA_API Int GetDrawportProgramLimit();
+
 // Rows of texels lie a multiple of so many bytes apart in staging buffers; 1, the default, packs them. For tests of
 // code that must cope with devices that pad rows.
 OSTRA_API void SetDrawportRowAlignment(Int bytes);

@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "ostra/core/diagnostics.h"
+#include "ostra/drawport_vulkan/program_limit.h"
 #include "ostra/drawport_vulkan/spirv.h"
 #include "ostra/monitor/monitor.h"
 #include "ostra/shadercompiler/shader_compiler.h"
@@ -131,6 +132,7 @@ Result<PipelineRef> ProgramStore::GetPipeline(const Id& language, Block<const St
     if (RunsForSamples(words) && !_device.GetGraphics().hasSampleShading)
       return OSTRA_ILLEGAL_STATE("The GPU device cannot run a stage for each sample, which InSampleID asks for.");
     OSTRA_RETURN_IF_ERROR(CheckShader(_device.GetShaderFeatures(), GetStageFlag(stage.stage), words, name));
+    OSTRA_RETURN_IF_ERROR(CheckProgramSize(words, name));
     stage.writesDepth = WritesDepth(words);
     OSTRA_ASSIGN_OR_RETURN(stage.inputs, FindLocations(words, true));
     OSTRA_ASSIGN_OR_RETURN(stage.outputs, FindLocations(words, false));

@@ -2,7 +2,14 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <new>
+#include <span>
 #include <unordered_map>
+#include <vector>
+
+#include "ostra/shadercompiler/shader_size.h"
+
+OSTRA_UNIT("shader_compiler");
 
 namespace ostra::shadercompiler {
 
@@ -20,12 +27,13 @@ struct Function {
   UInt64 size = 0;              // words of its own
   UInt64 inlinedSize = 0;       // with the bodies of all functions that are copied into it; 0 before it is known
   Bool isKept = false;          // stays a function
+  Bool isVisited = false;       // by the walk that computes inlinedSize
   std::vector<UInt32> calls;
 };
 
 using Functions = std::unordered_map<UInt32, Function>;
 
-Functions FindFunctions(const std::vector<UInt32>& words) {
+Functions FindFunctions(std::span<const UInt32> words) {
   Functions functions;
   Function* current = nullptr;
   for (std::size_t at = kHeaderSize; at < words.size();) {
@@ -45,7 +53,7 @@ Functions FindFunctions(const std::vector<UInt32>& words) {
   return functions;
 }
 
-std::vector<UInt32> FindEntryPoints(const std::vector<UInt32>& words) {
+std::vector<UInt32> FindEntryPoints(std::span<const UInt32> words) {
   std::vector<UInt32> ids;
   for (std::size_t at = kHeaderSize; at < words.size();) {
     const std::size_t size = words[at] >> 16;
@@ -56,23 +64,35 @@ std::vector<UInt32> FindEntryPoints(const std::vector<UInt32>& words) {
   return ids;
 }
 
-// Shaders know no recursion, so this ends.
-UInt64 GetInlinedSize(Functions& functions, UInt32 id) {
+// Chains of calls may be long: no recursion. Words in which functions call themselves are not valid; the walk ends.
+UInt64 GetInlinedSize(Functions& functions, UInt32 first) {
   constexpr UInt64 kFar = UInt64{1} << 40;  // beyond every limit, and far from overflow
-  Function& function = functions[id];
-  if (function.inlinedSize != 0) return function.inlinedSize;
-  function.inlinedSize = std::max<UInt64>(function.size, 1);
-  UInt64 size = function.inlinedSize;
-  for (const UInt32 call : function.calls) {
-    const UInt64 copied = GetInlinedSize(functions, call);
-    if (!functions[call].isKept) size = std::min(size + copied, kFar);
+  std::vector<UInt32> open = {first};
+  while (!open.empty()) {
+    Function& function = functions[open.back()];
+    if (!function.isVisited) {
+      function.isVisited = true;
+      for (const UInt32 call : function.calls)
+        if (!functions[call].isVisited) open.push_back(call);
+      continue;
+    }
+    open.pop_back();
+    if (function.inlinedSize != 0) continue;
+    function.inlinedSize = std::max<UInt64>(function.size, 1);
+    for (const UInt32 call : function.calls) {
+      const Function& called = functions[call];
+      if (!called.isKept) function.inlinedSize = std::min(function.inlinedSize + called.inlinedSize, kFar);
+    }
   }
-  return functions[id].inlinedSize = size;
+  return functions[first].inlinedSize;
 }
 
 // Of the whole program: its entry points and what stays a function. What is never called goes anyway.
 UInt64 GetProgramSize(Functions& functions, const std::vector<UInt32>& entryPoints) {
-  for (auto& [id, function] : functions) function.inlinedSize = 0;
+  for (auto& [id, function] : functions) {
+    function.inlinedSize = 0;
+    function.isVisited = false;
+  }
   UInt64 size = 0;
   for (const UInt32 id : entryPoints) size += GetInlinedSize(functions, id);
   for (const auto& [id, function] : functions)
@@ -95,3 +115,18 @@ void LimitInlining(std::vector<UInt32>& words) {
 }
 
 }  // namespace ostra::shadercompiler
+
+namespace ostra {
+
+Result<ShaderSize> CountShaderWords(Block<const UInt32> words) {
+  const std::span<const UInt32> all(words.GetFirst(), static_cast<std::size_t>(words.GetCount()));
+  try {
+    auto functions = shadercompiler::FindFunctions(all);
+    const std::vector<UInt32> entryPoints = shadercompiler::FindEntryPoints(all);
+    return ShaderSize{all.size(), shadercompiler::GetProgramSize(functions, entryPoints)};
+  } catch (const std::bad_alloc&) {
+    return OSTRA_OUT_OF_MEMORY();
+  }
+}
+
+}  // namespace ostra

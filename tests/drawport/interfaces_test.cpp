@@ -348,6 +348,7 @@ TEST(Settings, AreClampedToWhatMakesSense) {
   SetDrawportRowAlignment(0);
   EXPECT_EQ(GetDrawportRowAlignment(), 1);
   EXPECT_TRUE(GetDrawportDirectMapping());
+  EXPECT_EQ(GetDrawportProgramLimit(), 0);
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // What the GPU program says about kernels with mistakes: what the CPU's way says, word for word.
 
 #include "ostra/core/silent_diagnostics.h"
+#include "ostra/drawport/settings.h"
 #include "parallelprogram/kernelfront/kernel_source.h"
 #include "tests/gpu/gpu_fixture.h"
 #include "tests/support/kernel_mistakes.h"
@@ -51,6 +52,49 @@ TEST_F(GpuMistakesTest, WhatOnlyTheCpuRefusesRuns) {
     ASSERT_THAT(program->DispatchKernel(1, 1, 1, false), IsOk());
     EXPECT_THAT(ReadBuffer<Float32>(*program, "y"_iid), testing::ElementsAre(value)) << expression;
   }
+}
+
+// Functions that call the one before them four times: 4^`layers` times the first one.
+std::string MakeLayers(int layers) {
+  std::string text =
+      "#define KERNELINPUTS \\\n(Block<Float32>) y\n\ninline float F0(float x)\n{\n\treturn sin(x);\n}\n\n";
+  for (int i = 1; i <= layers; ++i) {
+    const std::string call = "F" + std::to_string(i - 1) + "(x)";
+    text += "inline float F" + std::to_string(i) + "(float x)\n{\n\treturn " + call + " + " + call + " * " + call +
+            " - " + call + ";\n}\n\n";
+  }
+  return text + "OSTRA_PARALLEL_KERNEL(K, KERNELINPUTS)\n{\n\tUNIFORM_BUFFER(y)[0] = F" + std::to_string(layers) +
+         "(UNIFORM_BUFFER(y)[0]);\n}\nOSTRA_PARALLEL_KERNEL_END\n";
+}
+
+struct ProgramLimitGuard {
+  explicit ProgramLimitGuard(Int words) { SetDrawportProgramLimit(words); }
+  ProgramLimitGuard(const ProgramLimitGuard&) = delete;
+  ~ProgramLimitGuard() { SetDrawportProgramLimit(0); }
+};
+
+TEST_F(GpuMistakesTest, AKernelThatIsTooLargeIsRefusedWithItsSizeAndTheLimit) {
+  const std::string path = _folder.Write("k.krn", MakeKernel("1.0"));
+  {
+    const ProgramLimitGuard limit(50);
+    EXPECT_THAT(GetError(path),
+                testing::MatchesRegex("The kernel \"k\" cannot run because it could not be compiled: The GPU program "
+                                      "\"k\" has [0-9]+ words of SPIR-V, more than the limit of 50: .* "
+                                      "OSTRA_GPU_PROGRAM_LIMIT\\."));
+  }
+  for (const Int words : {Int{-1}, Int{0}, Int{100000}}) {
+    const ProgramLimitGuard limit(words);
+    program = MakeProgram(kGpuProgramClass);
+    StoreBuffer<Float32>(*program, "y"_iid, {0});
+    EXPECT_EQ(GetError(path), "") << words;
+  }
+}
+
+TEST_F(GpuMistakesTest, AKernelWhoseCallsAreTooMuchForADriverIsRefused) {
+  const std::string path = _folder.Write("k.krn", MakeLayers(12));
+  EXPECT_THAT(GetError(path),
+              testing::ContainsRegex("\"k\" has [0-9]+ words of SPIR-V when its calls are replaced .* 3 "
+                                     "times the limit of 400000: "));
 }
 
 TEST_F(GpuMistakesTest, WhatTheFrontEndDoesNotFindIsToldByTheCompiler) {

@@ -228,8 +228,8 @@ TEST(HelpTest, EveryCommandExplainsItselfAndRunShowsAnExample) {
   }
   EXPECT_THAT(RunTool({"run", "--help"}).output, HasSubstr("ostra run net.example.blur.krn --in image=photo.png"));
   const std::string info = RunTool({"info", "--help"}).output;
-  for (const char* text :
-       {"OSTRA_VULKAN_DEVICE", "OSTRA_VULKAN_VALIDATION", "OSTRA_GPU_CACHE", "OSTRA_CONFIG_FILE", "CXX", "Exit status"})
+  for (const char* text : {"OSTRA_VULKAN_DEVICE", "OSTRA_VULKAN_VALIDATION", "OSTRA_GPU_CACHE",
+                           "OSTRA_GPU_PROGRAM_LIMIT", "OSTRA_CONFIG_FILE", "CXX", "Exit status"})
     EXPECT_THAT(info, HasSubstr(text));
 }
 
