@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "apps/noisepictures/noise_picture.h"
+#include "apps/ostra/output/progress.h"
 #include "ostra/core/format.h"
 #include "ostra/object/class.h"
 
@@ -15,12 +16,14 @@ namespace {
 Result<void> DrawAll(std::string_view folder) {
   OSTRA_ASSIGN_OR_RETURN(ClassRegistry & registry, ClassRegistry::Find(kRenderNoiseRegistry));
   OSTRA_ASSIGN_OR_RETURN(const BaseArray<Id> ids, registry.GetIds());
+  tool::Progress progress("drawing", ids.GetCount(), "pictures");
   for (const Id& id : ids) {
     OSTRA_ASSIGN_OR_RETURN(const ClassRef noiseClass, registry.FindEntryValue(id));
     OSTRA_ASSIGN_OR_RETURN(const Image picture, DrawNoisePicture(*noiseClass));
     OSTRA_ASSIGN_OR_RETURN(const String name, Format("@/@.png", folder, GetNoiseName(id)));
     OSTRA_ASSIGN_OR_RETURN(const Url file, Url::Create(name));
     OSTRA_RETURN_IF_ERROR(WriteImage(file, picture));
+    progress.Advance();
   }
   return OK;
 }

@@ -12,6 +12,7 @@
 #include "apps/ostra/languageserver/language_server_command.h"
 #include "apps/ostra/names/nearest_name.h"
 #include "apps/ostra/names/one_of.h"
+#include "apps/ostra/output/quiet_option.h"
 #include "apps/ostra/output/standard_output.h"
 #include "apps/ostra/parity/parity_command.h"
 #include "apps/ostra/profile/profile_option.h"
@@ -146,6 +147,7 @@ CLI::App& AddRunCommand(CLI::App& app, RunArguments& arguments, ConfigurationArg
                  "Where compiled kernels are kept (default: $XDG_CACHE_HOME/ostra or ~/.cache/ostra)")
       ->type_name("DIR");
   run.add_flag("--json", arguments.isJson, "Report as JSON");
+  AddQuietOption(run)->excludes("--json");
   AddConfigurationOptions(run, configuration);
   return run;
 }

@@ -1,5 +1,6 @@
 #include "apps/ostra/render_command_line.h"
 
+#include "apps/ostra/output/quiet_option.h"
 #include "apps/ostra/profile/profile_option.h"
 #include "apps/ostra/render/render_command.h"
 #include "apps/ostra/render/render_help.h"
@@ -27,6 +28,7 @@ CLI::App& AddRenderCommand(CLI::App& app, RenderArguments& arguments) {
       ->type_name("DIR");
   AddProfileOption(render, arguments.profile);
   render.add_flag("--json", arguments.isJson, "Report as JSON");
+  AddQuietOption(render)->excludes("--json");
   return render;
 }
 

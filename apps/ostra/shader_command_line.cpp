@@ -2,6 +2,7 @@
 
 #include "apps/ostra/check/check_command.h"
 #include "apps/ostra/names/one_of.h"
+#include "apps/ostra/output/quiet_option.h"
 #include "apps/ostra/translate/translate_command.h"
 
 namespace ostra::tool {
@@ -91,6 +92,7 @@ CLI::App& AddCheckCommand(CLI::App& app, CheckArguments& arguments) {
   command.add_flag("--explain", arguments.isExplained,
                    "Say of each kernel whether it has a wide form for the CPU, and what stands in its way");
   AddParserOptions(command, arguments);
+  AddQuietOption(command, "Write findings alone: no summary and no progress");
   return command;
 }
 

@@ -3,6 +3,7 @@
 #include <csignal>
 #include <initializer_list>
 
+#include "apps/ostra/output/progress.h"
 #include "ostra/io/unfinished_file.h"
 
 namespace ostra::tool {
@@ -11,6 +12,7 @@ namespace {
 
 // Only once: what the signal does by itself has been restored.
 void HandleStop(int number) {
+  Progress::Erase();
   RemoveUnfinishedFiles();
   raise(number);
 }

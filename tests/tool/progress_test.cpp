@@ -8,6 +8,8 @@
 
 #include <thread>
 
+#include "apps/ostra/output/quiet.h"
+
 namespace ostra::tool {
 namespace {
 
@@ -59,12 +61,48 @@ TEST_F(TerminalProgressTest, OnlyLongWorkShowsItsShare) {
               for (int i = 0; i < 4; ++i) progress.Advance();
             }),
             "");
+  EXPECT_THAT(
+      ReadFromTerminal([] {
+        Progress progress("running", 4);
+        std::this_thread::sleep_for(std::chrono::milliseconds(600));
+        progress.Advance();
+      }),
+      AllOf(HasSubstr("running: [#######-----------------------]  25 %"), HasSubstr(" left"), EndsWith("\r\033[K")));
+}
+
+TEST_F(TerminalProgressTest, QuietWorkSaysNothing) {
+  EXPECT_EQ(ReadFromTerminal([] {
+              SetQuiet(true);
+              const Progress progress("compiling", 0);
+            }),
+            "");
+}
+
+TEST_F(TerminalProgressTest, ErasingTakesTheLineAwayOnce) {
   EXPECT_THAT(ReadFromTerminal([] {
-                Progress progress("running", 4);
-                std::this_thread::sleep_for(std::chrono::milliseconds(600));
-                progress.Advance();
+                const Progress progress("compiling", 0);
+                Progress::Erase();
+                Progress::Erase();
               }),
-              AllOf(HasSubstr("running: 25 %"), EndsWith("\r\033[K")));
+              testing::MatchesRegex("\r.\\[Kcompiling \\.\\.\\.\r.\\[K"));
+}
+
+TEST(ProgressLineTest, HasABarTheShareTheRateAndTheTimeThatIsLeft) {
+  EXPECT_EQ(FormatProgress("running", 250, 1000, "dispatches", 10, 80),
+            "running: [#######-----------------------]  25 %  25 dispatches/s  0:30 left");
+  EXPECT_EQ(FormatProgress("running", 1, 7201, "", 1, 80),
+            "running: [------------------------------]   0 %  2:00:00 left");
+  EXPECT_EQ(FormatProgress("drawing", 1, 3, "pictures", 4, 80),
+            "drawing: [##########--------------------]  33 %  0.25 pictures/s  0:08 left");
+}
+
+TEST(ProgressLineTest, FitsIntoNarrowTerminals) {
+  EXPECT_EQ(FormatProgress("running", 1, 2, "dispatches", 1, 60),
+            "running: [######-------]  50 %  1.0 dispatches/s  0:01 left");
+  EXPECT_EQ(FormatProgress("running", 1, 2, "dispatches", 1, 40), "running:  50 %  1.0 dispatches/s  0:01 ");
+  for (Int columns = 0; columns < 100; ++columns)
+    EXPECT_LT(static_cast<Int>(FormatProgress("running", 3, 7, "dispatches", 1, columns).size()),
+              std::max<Int>(columns, 1));
 }
 
 TEST(ProgressTest, NothingIsWrittenIntoAPipe) {

@@ -1,6 +1,7 @@
 // The tool is stopped by a signal while it works.
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <pty.h>
 #include <signal.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -73,6 +74,38 @@ TEST_P(StoppedToolTest, TheCompilerAndWhatItHasStartedEndWithTheTool) {
   };
   EXPECT_TRUE(WaitFor([&] { return isGone(compiler); }));
   EXPECT_TRUE(WaitFor([&] { return isGone(started); }));
+}
+
+// Ctrl-C in the middle of a long run: what was typed last and how the terminal is left.
+TEST(StoppedRunTest, TheTerminalIsLeftWithoutALineOfProgress) {
+  const TemporaryFolder folder;
+  const std::string kernel = GetTestKernel("net.example.invert.krn");
+  // Compiled before: the first line is that of the run.
+  const std::vector<std::string> work = {
+      "run", kernel, "--in", "image=ones:512x512", "--out", "result=" + (folder / "out.npy")};
+  ASSERT_EQ(RunTool(work).exitStatus, 0);
+  int terminal = -1;
+  const pid_t tool = forkpty(&terminal, nullptr, nullptr, nullptr);
+  if (tool < 0) GTEST_SKIP() << "this machine has no terminals to write to";
+  if (tool == 0) {
+    execl(OSTRA_TEST_TOOL, OSTRA_TEST_TOOL, work[0].c_str(), work[1].c_str(), work[2].c_str(), work[3].c_str(),
+          work[4].c_str(), work[5].c_str(), "--iterations", "1000000000", nullptr);
+    _exit(127);
+  }
+  std::string text;
+  char buffer[256];
+  Bool isStopped = false;
+  for (ssize_t count = 0; (count = read(terminal, buffer, sizeof(buffer))) > 0;) {
+    text.append(buffer, static_cast<std::size_t>(count));
+    if (!isStopped && text.find(" left") != std::string::npos) isStopped = write(terminal, "\x03", 1) == 1;
+  }
+  close(terminal);
+  int status = 0;
+  ASSERT_EQ(waitpid(tool, &status, 0), tool);
+  EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGINT) << status;
+  EXPECT_THAT(text, testing::HasSubstr("running: ["));
+  EXPECT_THAT(text, testing::HasSubstr(" dispatches/s  "));
+  EXPECT_THAT(text, testing::EndsWith("\r\033[K"));
 }
 
 INSTANTIATE_TEST_SUITE_P(, StoppedToolTest, testing::Values(SIGINT, SIGTERM, SIGHUP, SIGKILL));

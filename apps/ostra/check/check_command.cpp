@@ -8,6 +8,8 @@
 #include <thread>
 
 #include "apps/ostra/check/program_check.h"
+#include "apps/ostra/output/progress.h"
+#include "apps/ostra/output/quiet.h"
 #include "apps/ostra/output/standard_output.h"
 #include "apps/ostra/translate/translation_report.h"
 #include "apps/ostra/values/text.h"
@@ -66,9 +68,13 @@ Result<void> CompileAll(std::vector<FileCheck>& checks, const Compilers& compile
       work.emplace_back([&target, &check, metal] { return CompileTarget(target, check, metal); });
   }
   std::vector<Result<void>> results(work.size(), Result<void>(OK));
+  Progress progress("checking", static_cast<Int>(work.size()), "programs");
   std::atomic<std::size_t> next{0};
   const auto run = [&] {
-    for (std::size_t i = next++; i < work.size(); i = next++) results[i] = work[i]();
+    for (std::size_t i = next++; i < work.size(); i = next++) {
+      results[i] = work[i]();
+      progress.Advance();
+    }
   };
   const std::size_t count = std::min<std::size_t>(std::max(std::thread::hardware_concurrency(), 1u), work.size());
   std::vector<std::thread> helpers;
@@ -130,10 +136,10 @@ Result<void> CheckFiles(const CheckOptions& options) {
                               ": " + Count(errors, "error") + ", " +
                               Count(findings.Count(Severity::Warning), "warning") + compilers.missing;
   // The texts are what was asked for then; they go into files and pipes without a line that is none of theirs.
-  if (options.shown.empty()) OSTRA_RETURN_IF_ERROR(WriteOutput(summary + "\n"));
+  if (options.shown.empty()) OSTRA_RETURN_IF_ERROR(WriteReport(summary + "\n"));
   if (!options.shown.empty()) {
     OSTRA_RETURN_IF_ERROR(WriteOutput(shown));
-    WriteErrorLine(summary);
+    if (!IsQuiet()) WriteErrorLine(summary);
   }
   if (errors > 0) return OSTRA_ILLEGAL_ARGUMENT("the check found @", Count(errors, "error"));
   return OK;

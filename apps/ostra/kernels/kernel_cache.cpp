@@ -157,7 +157,7 @@ Result<KernelModule> MakeKernelModule(const KernelModuleOptions& options) {
   OSTRA_ASSIGN_OR_RETURN(std::vector<std::string> headers, Compile(recipe, *folder, options.kernelFile));
   auto kept = KeepModule(recipe, *folder, std::move(headers), start);
   if (kept) return KernelModule{kept->native(), classId, true, recipe.cache.folder, nullptr};
-  WriteErrorLine("note: the compiled kernel is not kept: " + std::string(kept.GetError().GetMessage().GetView()));
+  WriteNote("the compiled kernel is not kept: " + std::string(kept.GetError().GetMessage().GetView()));
   return KernelModule{(*folder / "kernel.so").native(), classId, true, nullptr, std::move(folder)};
 }
 

@@ -1,11 +1,13 @@
-// A line on a terminal that says how far long work has come. Nothing is written when the stream is no terminal, and
-// nothing before the work has lasted half a second.
+// A line on a terminal that says how far long work has come: a bar, the share, the rate and the time that is left.
+// Nothing is written when standard error is no terminal or messages are turned off, and nothing before the work has
+// lasted half a second.
 //
-//   Progress progress("running", 1000);
+//   Progress progress("running", 1000, "dispatches");
 //   for (Int i = 0; i < 1000; ++i) { Work(); progress.Advance(); }     // the line goes away at the end
 #pragma once
 
 #include <chrono>
+#include <mutex>
 #include <string>
 
 #include "ostra/core/types.h"
@@ -14,24 +16,37 @@ namespace ostra::tool {
 
 class Progress {
  public:
-  // `total` steps; 0 when there is only one, of unknown length, which is announced at once.
-  Progress(std::string text, Int total);
+  // `total` steps of the kind `unit`; 0 when there is only one, of unknown length, which is announced at once.
+  Progress(std::string text, Int total, std::string unit = "");
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
   ~Progress();
 
-  void Advance();
+  // Thread-safe.
+  void Advance(Int steps = 1);
+  // Whether a line may be written: work that knows its own state only by waiting may leave that out otherwise.
+  Bool IsOn() const { return _isOn; }
+
+  // Takes a line away that is there. May be called in a signal handler.
+  static void Erase();
 
  private:
-  void Write();
-
   using Clock = std::chrono::steady_clock;
+  void Write(Clock::time_point now);
+
   const std::string _text;
   const Int _total;
-  const Bool _isTerminal;
-  Int _done = 0;
-  Bool _isShown = false;
-  Clock::time_point _nextWrite;
+  const std::string _unit;
+  const Bool _isOn;
+  const Clock::time_point _start;
+  std::mutex _mutex;
+  Int _done = 0;                 // guarded by _mutex
+  Clock::time_point _nextWrite;  // guarded by _mutex
 };
+
+// The line without the control characters around it, at most `columns` characters: "running: [###---]  50 %  20
+// dispatches/s  0:04 left". `seconds` have gone.
+std::string FormatProgress(const std::string& text, Int done, Int total, const std::string& unit, Float64 seconds,
+                           Int columns);
 
 }  // namespace ostra::tool

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "apps/ostra/output/quiet.h"
 #include "ostra/core/format.h"
 #include "ostra/core/printable_text.h"
 
@@ -20,6 +21,14 @@ Result<void> WriteOutput(std::string_view text) {
     std::fwrite(text.data(), 1, text.size(), stdout);
   const Bool isWritten = std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
   return isWritten ? Result<void>(OK) : OSTRA_ILLEGAL_STATE("The output cannot be written: @.", std::strerror(errno));
+}
+
+Result<void> WriteReport(std::string_view text) { return IsQuiet() ? Result<void>(OK) : WriteOutput(text); }
+
+void WriteNote(std::string_view text) {
+  if (IsQuiet()) return;
+  std::fputs("ostra: note: ", stderr);
+  WriteReportLine(text);
 }
 
 void WriteError(const Error& error) {

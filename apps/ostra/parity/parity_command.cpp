@@ -2,6 +2,7 @@
 
 #include "apps/ostra/names/one_of.h"
 #include "apps/ostra/output/progress.h"
+#include "apps/ostra/output/quiet_option.h"
 #include "apps/ostra/output/standard_output.h"
 #include "apps/ostra/parity/kernel_folder.h"
 #include "apps/ostra/parity/parity_report.h"
@@ -37,7 +38,7 @@ void RunSuite(const parity::ParitySetting& setting, std::vector<parity::ParityRo
   // What scenarios do wrong on purpose is no news for the user: not even critical lines are.
   const SilentDiagnosticStream silence;
   const std::vector<parity::ParityCase> cases = parity::GetParityCases();
-  Progress progress("comparing", static_cast<Int>(cases.size()) + 2);
+  Progress progress("comparing", static_cast<Int>(cases.size()) + 2, "groups");
   for (const parity::ParityCase& each : cases) {
     for (parity::ParityRow& row : each.run(setting)) rows.push_back(std::move(row));
     progress.Advance();
@@ -57,6 +58,7 @@ CLI::App& AddParityCommand(CLI::App& app, ParityArguments& arguments) {
       ->type_name("NAME")
       ->check(OneOf({"GLSL", "HLSL"}));
   command.add_flag("--json", arguments.isJson, "Report as JSON");
+  AddQuietOption(command)->excludes("--json");
   return command;
 }
 
@@ -71,7 +73,7 @@ Result<void> RunParity(const ParityArguments& arguments, std::span<const char* c
   OSTRA_ASSIGN_OR_RETURN(const parity::KernelFolder kernels, parity::KernelFolder::Create());
   ParityReport report{std::string(devices[0].name.GetView()), arguments.language, {}};
   RunSuite({kernels.GetUrl(), devices[0].filterWeightBits}, report.rows);
-  OSTRA_RETURN_IF_ERROR(WriteOutput(arguments.isJson ? FormatParityReportAsJson(report) : FormatParityReport(report)));
+  OSTRA_RETURN_IF_ERROR(WriteReport(arguments.isJson ? FormatParityReportAsJson(report) : FormatParityReport(report)));
   return CheckParityReport(report);
 }
 

@@ -113,11 +113,11 @@ Result<void> Report(const RenderOptions& options, const Scene& scene, const Rend
                                    {"milliseconds", rendered.milliseconds},
                                    {"output", std::string(options.target.GetView())}};
     if (profile) json["profile"] = FormatProfileAsJson(*profile);
-    return WriteOutput(json.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n");
+    return WriteReport(json.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n");
   }
   char time[40];
   std::snprintf(time, sizeof(time), "%.1f ms, with building the programs", rendered.milliseconds);
-  return WriteOutput(FormatTable({{"device", device},
+  return WriteReport(FormatTable({{"device", device},
                                   {"size", size.ToText()},
                                   {"passes", std::to_string(plan.passes.size())},
                                   {"draws", std::to_string(draws)},
@@ -141,7 +141,7 @@ Result<void> Render(const RenderOptions& options, std::span<const char* const> a
   OSTRA_ASSIGN_OR_RETURN(const RenderPlan plan, MakeRenderPlan(scene, folder));
   part.reset();
   for (const PlannedFileTexture& texture : plan.textures)
-    for (const std::string& note : texture.contents.notes) WriteErrorLine("note: " + note);
+    for (const std::string& note : texture.contents.notes) WriteNote(note);
   OSTRA_RETURN_IF_ERROR(StartGpu(host, "scenes are drawn on a GPU, or by a driver that plays one"));
   OSTRA_ASSIGN_OR_RETURN(const DrawportContextRef context, MakeContext());
   OSTRA_RETURN_IF_ERROR(CheckTargetMemory(scene, plan, *context));

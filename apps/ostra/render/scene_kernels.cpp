@@ -67,7 +67,8 @@ Result<void> SceneKernels::RunKernel(const std::string& name, const SceneKernel&
   OSTRA_ASSIGN_OR_RETURN(ProgramRun run, ProgramRun::Create(made->plan, kGpuProgramClass,
                                                             {options.kernelFile, options.templateArgument}, &context));
   made->run.emplace(std::move(run));
-  OSTRA_RETURN_IF_ERROR(made->run->Run(kernel.iterationCount));
+  Progress progress("running " + name, kernel.iterationCount, "dispatches");
+  OSTRA_RETURN_IF_ERROR(made->run->Run(kernel.iterationCount, progress));
   _kernels[name] = std::move(made);
   return OK;
 }

@@ -2,6 +2,7 @@
 
 #include <chrono>
 
+#include "apps/ostra/output/progress.h"
 #include "apps/ostra/profile/profile.h"
 #include "apps/ostra/render/vertex_data.h"
 #include "ostra/core/format.h"
@@ -52,15 +53,23 @@ Result<RenderedScene> SceneRenderer::Render() {
     if (message.starts_with(path + ": ")) message.remove_prefix(path.size() + 2);
     return OSTRA_ILLEGAL_STATE("@: @: @", _scene.file, path, message);
   };
+  Int steps = static_cast<Int>(_plan.passes.size());
+  for (const PlannedPass& pass : _plan.passes) steps += static_cast<Int>(pass.draws.size());
+  Progress progress("drawing", steps);
   for (const PlannedPass& pass : _plan.passes) {
     {
       const ProfilePart part("build");
       OSTRA_RETURN_IF_ERROR(place(pass.scene->path, MakeTarget(pass)));
-      for (const PlannedDraw& draw : pass.draws)
+      for (const PlannedDraw& draw : pass.draws) {
         OSTRA_RETURN_IF_ERROR(place(draw.scene->path, PrepareDraw(draw, *pass.scene)));
+        progress.Advance();
+      }
     }
     const ProfilePart part("draw");
     OSTRA_RETURN_IF_ERROR(place(pass.scene->path, MeasurePass(pass)));
+    // A pass that is only recorded takes no time yet.
+    if (progress.IsOn()) OSTRA_RETURN_IF_ERROR(_renderer.Execute(true));
+    progress.Advance();
   }
   RenderedScene rendered;
   {

@@ -7,7 +7,6 @@
 #include <string>
 #include <vector>
 
-#include "apps/ostra/output/progress.h"
 #include "apps/ostra/output/standard_output.h"
 #include "apps/ostra/profile/profile.h"
 #include "apps/ostra/run/crash_guard.h"
@@ -38,6 +37,37 @@ class QuietCompilation final : public DiagnosticListener {
  private:
   SilentDiagnosticStream _silence;
   std::vector<std::string> _lines;  // guarded by the list of listeners, which is locked while they are told
+};
+
+// Advances progress by the dispatches that are done. A GPU is asked for that so seldom that it does not matter, and not
+// at all where nothing is shown: there dispatches are recorded and submitted together.
+class Pace {
+ public:
+  Pace(ParallelProgramInterface& program, Bool isOnGpu, Progress& progress)
+      : _program(program), _isWaiting(isOnGpu && progress.IsOn()), _progress(progress) {}
+  Pace(const Pace&) = delete;
+  Pace& operator=(const Pace&) = delete;
+  ~Pace() { _progress.Advance(_recorded); }
+
+  Result<void> Advance() {
+    if (++_recorded < _together) return OK;
+    if (_isWaiting) {
+      OSTRA_RETURN_IF_ERROR(_program.Execute(true));
+      const Clock::time_point now = Clock::now();
+      if (now - _last < std::chrono::milliseconds(50)) _together *= 2;
+      _last = now;
+    }
+    _progress.Advance(std::exchange(_recorded, 0));
+    return OK;
+  }
+
+ private:
+  using Clock = std::chrono::steady_clock;
+  ParallelProgramInterface& _program;
+  const Bool _isWaiting;
+  Progress& _progress;
+  Int _recorded = 0, _together = 1;
+  Clock::time_point _last = Clock::now();
 };
 
 }  // namespace
@@ -152,10 +182,10 @@ Result<void> ProgramRun::Restart() {
   return OK;
 }
 
-Result<Float64> ProgramRun::Run(Int iterations) {
+Result<Float64> ProgramRun::Run(Int iterations, Progress& progress) {
   std::optional<ProfilePart> part(std::in_place, "dispatch");
   const auto start = std::chrono::steady_clock::now();
-  const auto done = DispatchAll(iterations);
+  const auto done = DispatchAll(iterations, progress);
   if (!done && _templateFolder) return _templateFolder->Explain(done.GetError());
   OSTRA_RETURN_IF_ERROR(done);
   const auto end = std::chrono::steady_clock::now();
@@ -164,15 +194,16 @@ Result<Float64> ProgramRun::Run(Int iterations) {
   return std::chrono::duration<Float64, std::milli>(end - start).count();
 }
 
-Result<void> ProgramRun::DispatchAll(Int iterations) {
-  Progress progress("running", iterations);
-  for (Int i = 0; i < iterations; ++i, progress.Advance()) {
+Result<void> ProgramRun::DispatchAll(Int iterations, Progress& progress) {
+  Pace pace(*_program, _isOnGpu, progress);
+  for (Int i = 0; i < iterations; ++i) {
     if (i > 0)
       for (const auto& [first, second] : _plan->swaps) OSTRA_RETURN_IF_ERROR(_program->SwapBuffers(first, second));
     OSTRA_RETURN_IF_ERROR(_program->UpdateUniforms());
     const auto side = [](Int length) { return static_cast<UInt32>(length); };
     OSTRA_RETURN_IF_ERROR(_program->DispatchKernel(side(_plan->size.width), side(_plan->size.height),
                                                    side(_plan->size.depth), kWithBarrier));
+    OSTRA_RETURN_IF_ERROR(pace.Advance());
   }
   return _program->Execute(true);
 }

@@ -3,6 +3,7 @@
 
 #include <memory>
 
+#include "apps/ostra/output/progress.h"
 #include "apps/ostra/run/run_plan.h"
 #include "apps/ostra/run/template_folder.h"
 #include "parallelprogram/program/parallel_program.h"
@@ -25,8 +26,8 @@ class ProgramRun {
   // Puts buffers, links and counters back to their start, which is also where they are after Create.
   Result<void> Restart();
   // Dispatches `iterations` times, exchanging the buffers of the plan in between. Returns the time of the dispatches in
-  // milliseconds. Shows progress on a terminal.
-  Result<Float64> Run(Int iterations);
+  // milliseconds. Progress is advanced by a step for each.
+  Result<Float64> Run(Int iterations, Progress& progress);
 
   // Error: illegal state when a kernel wrote close to a buffer; farther away it is a fault at
   // once. CPU only.
@@ -41,7 +42,7 @@ class ProgramRun {
  private:
   ProgramRun(RunPlan& plan, Bool hasFences) : _plan(&plan), _hasFences(hasFences) {}
   Result<void> AddKernel(const Id& programClass, const ProgramFile& file, const DrawportContextRef* context);
-  Result<void> DispatchAll(Int iterations);
+  Result<void> DispatchAll(Int iterations, Progress& progress);
   Result<void> StoreBuffer(PlannedBuffer& buffer);
   Result<void> StoreBuffers();
   Result<void> StoreTextures();

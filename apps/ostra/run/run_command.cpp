@@ -3,6 +3,7 @@
 #include <memory>
 #include <optional>
 
+#include "apps/ostra/output/progress.h"
 #include "apps/ostra/output/standard_output.h"
 #include "apps/ostra/profile/profile.h"
 #include "apps/ostra/run/compare_runs.h"
@@ -37,15 +38,16 @@ Result<void> WriteOutputs(const RunPlan& plan, const ProgramRun& run) {
 // What was done to the inputs is said before the work, and not among the data on standard output.
 void WriteNotes(const RunPlan& plan) {
   for (const PlannedTexture& texture : plan.textures)
-    for (const std::string& note : texture.contents.notes) WriteErrorLine("note: " + note);
+    for (const std::string& note : texture.contents.notes) WriteNote(note);
 }
 
 // Makes all repetitions and returns how long each took.
 Result<std::vector<Float64>> Repeat(const RunOptions& options, ProgramRun& run) {
   std::vector<Float64> times;
+  Progress progress("running", options.repeatCount * options.iterationCount, "dispatches");
   for (Int i = 0; i < options.repeatCount; ++i) {
     if (i > 0) OSTRA_RETURN_IF_ERROR(run.Restart());
-    OSTRA_ASSIGN_OR_RETURN(const Float64 milliseconds, run.Run(options.iterationCount));
+    OSTRA_ASSIGN_OR_RETURN(const Float64 milliseconds, run.Run(options.iterationCount, progress));
     times.push_back(milliseconds);
   }
   return times;
@@ -104,7 +106,7 @@ Result<void> Run(const RunOptions& options, std::span<const char* const> argumen
   }
   const auto format = options.isJson ? FormatRunReportAsJson : FormatRunReport;
   OSTRA_ASSIGN_OR_RETURN(const std::string text, format(report, options, plan));
-  return WriteOutput(text);
+  return WriteReport(text);
 }
 
 }  // namespace ostra::tool
