@@ -42,6 +42,20 @@ void CheckExtensions(const AnalyzedKernel& kernel) {
   }
 }
 
+// Printers find the type of every expression. What group memory is filled with is read on GPUs only.
+void CheckTypes(const AnalyzedKernel& kernel, NodeIndex node) {
+  if (node == kNoNode) return;
+  const NodeKind kind = kernel.tree.nodes[node].kind;
+  const bool isApart = kind == NodeKind::kType || kind == NodeKind::kDimensions || kind == NodeKind::kMakeLocal ||
+                       kind == NodeKind::kLocalData || kind == NodeKind::kGroupSize || kind == NodeKind::kTuning;
+  if (isApart) return;
+  if (IsExpression(kind)) {
+    Require(kernel.resolved.type[node] != kUnknownType, "a type of every expression");
+    Require(kernel.resolved.converted[node] != kUnknownType, "a type that every expression is wanted as");
+  }
+  for (const NodeIndex child : kernel.tree.GetChildren(node)) CheckTypes(kernel, child);
+}
+
 // What the tables promise to those who read them.
 void CheckTables(const AnalyzedKernel& kernel) {
   const std::size_t count = kernel.tree.nodes.size();
@@ -53,6 +67,7 @@ void CheckTables(const AnalyzedKernel& kernel) {
     Require(Explain(kernel.tree, kernel.resolved, kernel.uniformity, node).size() <= kMaxReasons, "reasons");
   }
   CheckExtensions(kernel);
+  CheckTypes(kernel, kernel.tree.root);
   const PrintTables tables{.resolved = &kernel.resolved, .uniformity = &kernel.uniformity};
   Require(!PrintTree(kernel.tree, tables).empty(), "a tree prints");
 }
