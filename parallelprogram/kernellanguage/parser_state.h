@@ -110,6 +110,7 @@ class Parser {
   std::string_view ReadDeclaredName();
   // The same of a variable, which may hide a type.
   std::string_view ReadVariableName();
+  void CheckElementType();
   NodeIndex FailUnknownType();
 
   // Statements (parser_statements.cpp).

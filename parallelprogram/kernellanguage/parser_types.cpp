@@ -72,7 +72,9 @@ NodeIndex Parser::ReadTypeWord(UInt16 flags) {
   Nodes arguments;
   if (Is("<")) {
     Take();
+    if (name == "Block" || name == "BaseArray") CheckElementType();
     do {
+      if (IsBroken()) return kNoNode;
       arguments.push_back(ReadType());
     } while (!IsBroken() && !_isAngleSplit && TakeIf(","));
     if (IsBroken() || !TakeAngle()) return kNoNode;
@@ -84,6 +86,18 @@ NodeIndex Parser::ReadTypeWord(UInt16 flags) {
   }
   if (Is("::") || Is("&&")) return StopAt(Peek());
   return Add(NodeKind::kType, word.offset, name, arguments, flags);
+}
+
+// Elements are of the language's types or structs.
+void Parser::CheckElementType() {
+  const Token& token = Peek();
+  if (token.kind != TokenKind::kWord || IsTypeWord(token.text) || FindWord(token.text) || MayBeHostName(token.text))
+    return;
+  NearestWord nearest(token.text, token.text.size() < 6 ? 2 : 3);
+  for (const std::string_view name : _structNames) nearest.Try(name);
+  const std::string end = nearest.Get().empty() ? "" : Join({"; did you mean \"", nearest.Get(), "\"?"});
+  Fail(token.offset, Join({"the elements of this buffer are \"", token.text,
+                           "\", which is neither a type of kernels nor a struct of the kernel's headers", end}));
 }
 
 // A type that is almost one of the language's, where nothing else can be meant.

@@ -73,6 +73,14 @@ TEST(StructLayoutTest, WhatOtherLanguagesKeepDifferentlyIsRefused) {
             "arrays");
 }
 
+TEST(StructLayoutTest, AStructThatNoHeaderHasIsNamed) {
+  const std::string text =
+      "the elements of this buffer are \"Particle\", which is neither a type of kernels nor a struct of the kernel's "
+      "headers";
+  EXPECT_EQ(ListErrors(Analyze("")), "3:8: " + text);
+  EXPECT_EQ(ListErrors(Analyze("struct Partikle\n{\nfloat a;\n};\n")), "3:8: " + text + "; did you mean \"Partikle\"?");
+}
+
 TEST(StructLayoutTest, StructsOfTheKernelFileAreRefused) {
   const std::string text =
       "struct Particle\n{\n\tfloat a;\n};\n\n#define KERNELINPUTS \\\n(Block<Particle>) particles\n\n"
