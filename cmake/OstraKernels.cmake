@@ -4,6 +4,7 @@
 #
 #   #include "<TARGET>_kernels.h"      declares GetKernels_<TARGET>() (characters other than letters and digits: "_"),
 #   RegisterKernels(module, GetKernels_myapp())      which parallelprogram/program/kernel_registration.h registers.
+#   #include "net.example.move.structs.h"     the structs in the buffers of net.example.move.krn, in ostra::kernelstructs
 #
 # Arithmetic is as written, so that all processors and the GPU give the same bits. FAST allows the compiler to contract and
 # reorder it, as --fast of the tool does. SCALAR runs one invocation at a time, not 4, 8 or 16 side by
@@ -46,11 +47,14 @@ function(ostra_add_kernels target)
   foreach(file IN LISTS kernels_UNPARSED_ARGUMENTS)
     cmake_path(ABSOLUTE_PATH file BASE_DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR} NORMALIZE)
     cmake_path(GET file FILENAME id)
+    cmake_path(GET file STEM LAST_ONLY stem)
     set(source ${folder}/${id}.cpp)
+    set(structs ${folder}/${stem}.structs.h)
     add_custom_command(
       OUTPUT ${source}
+      BYPRODUCTS ${structs}
       COMMAND ${CMAKE_COMMAND} -E make_directory ${folder}
-      COMMAND ostra::kernelc --id ${id} ${type} ${scalar} --depfile ${source}.d ${file} ${source}
+      COMMAND ostra::kernelc --id ${id} ${type} ${scalar} --depfile ${source}.d --structs ${structs} ${file} ${source}
       DEPENDS ${file} ostra::kernelc
       DEPFILE ${source}.d
       COMMENT "Making the kernel class ${id}"

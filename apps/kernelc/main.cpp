@@ -1,7 +1,8 @@
 // ostra-kernelc: turns kernel files into C++ when a target is built. ostra_add_kernels (cmake/OstraKernels.cmake) calls
 // it.
 //
-//   ostra-kernelc [--id CLASSID] [--name SHOWN] [--type T] [--module] [--scalar] [--depfile D] IN.krn OUT.cpp
+//   ostra-kernelc [--id CLASSID] [--name SHOWN] [--type T] [--module] [--scalar] [--depfile D] [--structs OUT.h]
+//                 IN.krn OUT.cpp
 //   ostra-kernelc --table NAME OUT.cpp OUT.h CLASSID...
 //   ostra-kernelc --explain [--type T] IN.krn        says why the kernel has no wide form; nothing when it has one
 //
@@ -25,7 +26,7 @@ using namespace ostra;
 namespace fs = std::filesystem;
 
 struct Arguments {
-  std::string id, name, type, dependencyFile;
+  std::string id, name, type, dependencyFile, structFile;
   bool isModule = false;
   bool isScalar = false;
   bool isExplained = false;
@@ -108,7 +109,9 @@ int Translate(const Arguments& arguments) {
     WriteMessage(stdout, reason->GetView());
     return 0;
   }
-  const int status = WriteResult(arguments.files[1], GenerateKernelSource(options, source->text.GetView()));
+  int status = WriteResult(arguments.files[1], GenerateKernelSource(options, source->text.GetView()));
+  if (status == 0 && !arguments.structFile.empty())
+    status = WriteResult(arguments.structFile, GenerateStructHeader(options, source->text.GetView()));
   if (status == 0 && !WriteDependencies(arguments, headers))
     return Report(arguments.dependencyFile + ": error: the file cannot be written");
   return status;
@@ -122,8 +125,8 @@ int WriteTable(const Arguments& arguments) {
 
 int ShowUsage(bool isWanted) {
   std::fputs(
-      "usage: ostra-kernelc [--id CLASSID] [--name SHOWN] [--type T] [--module] [--scalar] [--depfile D] IN.krn "
-      "OUT.cpp\n"
+      "usage: ostra-kernelc [--id CLASSID] [--name SHOWN] [--type T] [--module] [--scalar] [--depfile D]\n"
+      "                     [--structs OUT.h] IN.krn OUT.cpp\n"
       "       ostra-kernelc --table NAME OUT.cpp OUT.h CLASSID...\n"
       "       ostra-kernelc --explain [--type T] IN.krn\n",
       isWanted ? stdout : stderr);
@@ -153,6 +156,8 @@ int main(int argc, char** argv) {
       arguments.type = argv[++i];
     else if (word == "--depfile" && hasValue)
       arguments.dependencyFile = argv[++i];
+    else if (word == "--structs" && hasValue)
+      arguments.structFile = argv[++i];
     else if (word == "--table" && hasValue)
       isTable = true, arguments.name = argv[++i];
     else if (word.starts_with("--"))

@@ -143,6 +143,12 @@ Result<String> GenerateKernelSource(const KernelSourceOptions& options, std::str
   });
 }
 
+Result<String> GenerateStructHeader(const KernelSourceOptions& options, std::string_view text) {
+  return ReadAndPrint(options, text, [&options](kernelfront::KernelFile&, const auto& kernel) {
+    return kernelfront::MakeStructHeader(options.classId, kernel);
+  });
+}
+
 Result<void> FindKernelMistakes(const KernelSourceOptions& options, std::string_view text) {
   return CatchFailures([&]() -> Result<void> {
     try {

@@ -48,6 +48,10 @@ struct KernelSourceOptions {
 // memory. What the front end of the language does not understand the compiler reports. Thread-safe.
 Result<String> GenerateKernelSource(const KernelSourceOptions& options, std::string_view text);
 
+// A header of C++ with the structs that lie in the kernel's buffers, in the namespace ostra::kernelstructs. Errors:
+// those of GenerateKernelSource. Thread-safe.
+Result<String> GenerateStructHeader(const KernelSourceOptions& options, std::string_view text);
+
 // What is wrong with the kernel file `text` for the CPU and for GPUs: the errors of GenerateKernelSource without those
 // that the CPU alone has a reason for. Thread-safe.
 Result<void> FindKernelMistakes(const KernelSourceOptions& options, std::string_view text);

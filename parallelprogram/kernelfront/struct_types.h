@@ -10,4 +10,8 @@ namespace ostra::kernelfront {
 // structs are known.
 std::string MakeStructTypes(const KernelFile& file, const kernellanguage::AnalyzedKernel& kernel);
 
+// A header with the same structs for C++, each in a namespace that its layout gives the name of: structs of two kernels
+// that have one name and other members stay apart.
+std::string MakeStructHeader(std::string_view kernel, const kernellanguage::AnalyzedKernel& analyzed);
+
 }  // namespace ostra::kernelfront

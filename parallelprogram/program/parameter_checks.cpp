@@ -53,10 +53,12 @@ Result<void> ParameterChecks::CheckBuffer(const KernelDeclaration* declaration, 
   if (!declaration) return OK;
   if (!IsBuffer(declaration->type)) return MakeKindError(*declaration, "buffer");
   const DataType wanted = declaration->type.GetInnerType();
-  if (!HaveSameBits(elementType, wanted))
+  if (!HaveSameBits(elementType, wanted)) {
+    OSTRA_ASSIGN_OR_RETURN(const String reason, ExplainOtherBits(wanted, elementType));
     return OSTRA_ILLEGAL_ARGUMENT(
-        "The buffer \"@\" of the kernel \"@\" is declared with elements of type @ and was given a buffer of type @.",
-        declaration->name, _kernelId, wanted, elementType);
+        "The buffer \"@\" of the kernel \"@\" is declared with elements of type @ and was given a buffer of type @@.",
+        declaration->name, _kernelId, wanted, elementType, reason);
+  }
   if (stride != wanted.GetSize())
     return OSTRA_ILLEGAL_ARGUMENT("The buffer \"@\" of the kernel \"@\" was given an array whose elements have gaps.",
                                   declaration->name, _kernelId);

@@ -212,6 +212,13 @@ TEST_F(RunStructsTest, ALineThatTheGpuWouldReadOtherwiseIsRefused) {
   EXPECT_THAT(RunMember("check", "\tfloat x, y;").errors, HasSubstr(text));
 }
 
+TEST_F(RunStructsTest, HalfFloatsWarnOfOldShaderModels) {
+  const ToolResult result = RunMember("check", "\thalf a;\n\thalf3 b;");
+  EXPECT_EQ(result.exitStatus, 0) << result.errors;
+  EXPECT_THAT(result.output + result.errors, HasSubstr("the half floats of \"particles\" need shader model 6.2"));
+  EXPECT_EQ(RunMember("cpu", "\thalf a;\n\thalf3 b;").exitStatus, 0);
+}
+
 TEST_F(RunStructsTest, AnUnknownTypeIsNamed) {
   EXPECT_THAT(RunMember("check", "\tFlot x;").errors, HasSubstr("Flot"));
   EXPECT_THAT(RunMember("check", "\tPlace x;").errors,

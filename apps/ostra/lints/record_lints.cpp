@@ -3,7 +3,9 @@
 #include <charconv>
 
 #include "apps/ostra/lints/lints.h"
+#include "apps/ostra/values/element_numbers.h"
 #include "apps/ostra/values/text.h"
+#include "ostra/math/data_types.h"
 
 namespace ostra::tool {
 
@@ -122,9 +124,17 @@ class RecordLinter {
     return 0;
   }
 
+  static Bool HasHalves(DataType structType) {
+    const std::vector<ElementNumber> numbers =
+        structType.IsPopulated() ? ListNumbers(structType) : std::vector<ElementNumber>();
+    return std::any_of(numbers.begin(), numbers.end(),
+                       [](const ElementNumber& number) { return number.type == GetDataType<HalfFloat>(); });
+  }
+
   void LintHalfBuffers() {
     for (const ShaderParameter& parameter : _records.parameters)
-      if (parameter.kind == ShaderParameterKind::Buffer && parameter.elementType.GetView().starts_with("half"))
+      if (parameter.kind == ShaderParameterKind::Buffer &&
+          (parameter.elementType.GetView().starts_with("half") || HasHalves(parameter.structType)))
         Add(parameter.origin, Severity::Warning,
             "the half floats of " + Quote(parameter.name.GetView()) +
                 " need shader model 6.2 and 16-bit types: without them they are read as 32 bits");
