@@ -97,6 +97,7 @@ class LayoutMaker {
         if (!isOnGpus) return std::nullopt;
         return Extent{number * (type.kind == TypeKind::kVector ? type.count : 1), number};
       case TypeKind::kMatrix:
+        if (type.count < 3) return std::nullopt;
         return Extent{4 * type.count * type.count, 4};
       case TypeKind::kStruct: {
         member.structure = LayOut(type.declaration);
@@ -111,6 +112,7 @@ class LayoutMaker {
   // In the words in which other elements of buffers are refused.
   static std::string_view FindObstacle(const Type& type) {
     if (type.kind == TypeKind::kArray) return "structs in buffers have no arrays of arrays";
+    if (type.kind == TypeKind::kMatrix) return "structs in buffers have the matrices mat3 and mat4";
     if (type.kind == TypeKind::kAffineMatrix) return "GPU kernels have no affine matrices: use mat4";
     if (type.kind != TypeKind::kScalar && type.kind != TypeKind::kVector)
       return "structs in buffers are made of numbers";

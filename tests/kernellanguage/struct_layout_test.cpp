@@ -68,6 +68,9 @@ TEST(StructLayoutTest, WhatOtherLanguagesKeepDifferentlyIsRefused) {
   EXPECT_EQ(FindLayoutErrors("AffineMatrix32 a;"),
             "3:16: the member \"a\" of the struct \"Particle\" is AffineMatrix32: GPU kernels have no affine matrices: "
             "use mat4");
+  EXPECT_EQ(
+      FindLayoutErrors("mat2 a;"),
+      "3:6: the member \"a\" of the struct \"Particle\" is mat2: structs in buffers have the matrices mat3 and mat4");
   EXPECT_EQ(FindLayoutErrors("float a[2][3];"),
             "3:7: the member \"a\" of the struct \"Particle\" is float[2][3]: structs in buffers have no arrays of "
             "arrays");
