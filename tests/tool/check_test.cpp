@@ -92,7 +92,7 @@ TEST_F(CheckTest, AMistakeInADeclarationIsShownThere) {
       "KERNELINPUTS)\n{\n}\nOSTRA_PARALLEL_KERNEL_END\n",
       {"--target", "GLSL"});
   EXPECT_EQ(result.exitStatus, kFailed);
-  EXPECT_THAT(result.errors, StartsWith(At("k.krn", 3) + ": error: "));
+  EXPECT_THAT(result.errors, StartsWith(At("k.krn", 3) + ":8: error: the elements of this buffer are \"Unknown\""));
 }
 
 TEST_F(CheckTest, AFunctionThatCannotBeDeclaredIsShownOnItsLine) {
