@@ -63,6 +63,8 @@ CLI::App& AddTranslateCommand(CLI::App& app, TranslateArguments& arguments) {
       ->check(OneOf(kTargets));
   AddParserOptions(command, arguments);
   command.add_flag("--json", arguments.isJson, "Report as JSON");
+  command.add_flag("--plain", arguments.isPlain,
+                   "Translate the plain form of a kernel file as GPU programs do, and show it, too");
   return command;
 }
 
@@ -72,6 +74,7 @@ Result<void> RunTranslate(const TranslateArguments& arguments) {
   OSTRA_ASSIGN_OR_RETURN(options.target, Id::Create(arguments.target));
   options.templateArgument = arguments.templateArgument;
   options.multisampling = arguments.multisampling;
+  options.isRaw = !arguments.isPlain;
   // The report for programs shows what the translator makes of the very bytes of the file.
   options.lineEnds = arguments.isJson ? LineEnds::Keep : LineEnds::LineFeeds;
   return ShowTranslation(options, arguments.isJson);

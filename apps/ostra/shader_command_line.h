@@ -14,7 +14,7 @@ struct TranslateArguments {
   std::string file, target;
   std::optional<std::string> templateArgument;
   std::optional<Int32> multisampling;
-  Bool isJson = false;
+  Bool isJson = false, isPlain = false;
 };
 CLI::App& AddTranslateCommand(CLI::App& app, TranslateArguments& arguments);
 Result<void> RunTranslate(const TranslateArguments& arguments);

@@ -36,4 +36,20 @@ class KernelHeaders {
   Bool _hasEncodedFiles = false;
 };
 
+// Calls `use(options, text)` with the text of the kernel file and what the front end needs to read it; the result is
+// its own. Errors: those of reading the file; of `use`. Thread-safe.
+template <class Use>
+auto ReadForFrontEnd(const Url& file, std::string_view templateArgument, Use&& use)
+    -> decltype(use(std::declval<const KernelSourceOptions&>(), std::string_view())) {
+  const auto read = [](const Url& source) { return ReadSourceFile(source, LineEnds::LineFeeds); };
+  OSTRA_ASSIGN_OR_RETURN(const SourceFile source, read(file));
+  KernelHeaders headers(read);
+  KernelSourceOptions options;
+  options.fileName = file.GetView();
+  options.templateArgument = templateArgument;
+  options.isHidden = source.isEncoded;
+  options.readHeader = headers.GetReader();
+  return use(options, source.text.GetView());
+}
+
 }  // namespace ostra

@@ -8,6 +8,7 @@
 #include "ostra/io/file.h"
 #include "parallelprogram/base/spin.h"
 #include "parallelprogram/device/cache_keys.h"
+#include "parallelprogram/device/plain_source.h"
 #include "parallelprogram/kernelfront/source_rules.h"
 #include "parallelprogram/kernellanguage/diagnostic.h"
 
@@ -46,6 +47,20 @@ Result<void> CheckSourceRules(const ShaderParser& parser, const Url& source) {
     return OSTRA_OUT_OF_MEMORY();
   }
   return OK;
+}
+
+Result<void> ParseSource(ShaderParser& parser, const KernelSource& source, const DataDictionary& options) {
+  const auto parse = [&](const WrittenSource* written) {
+    // A source that would be replaced for ever must not keep a worker for ever.
+    return parser.Init(source.file, options, EndlessSource::Refuse, LineEnds::LineFeeds, written);
+  };
+  auto plain = source.sampleCount < 0 ? MakePlainSource(source.file, source.templateArgument.GetView()) : std::nullopt;
+  if (plain && *plain) return parse(&**plain);
+  Result<void> parsed = parse(nullptr);
+  if (parsed && !plain) parsed = plain.TakeError();
+  // What breaks a rule fails further down, with a message that explains nothing.
+  if (auto kept = CheckSourceRules(parser, source.file); !kept) return kept;
+  return parsed;
 }
 
 Bool IsTargetLanguage(const Id& language) {
@@ -140,10 +155,7 @@ Result<ParsedKernel> ParserCache::Parse(const KernelSource& source, AtomicInt32&
     OSTRA_ASSIGN_OR_RETURN(const EntryRef entry, Find(source, lock));
     const std::scoped_lock parsing(entry->mutex);
     if (entry->hasFailed) continue;  // while this caller waited; a new parser begins from the beginning
-    // A source that would be replaced for ever must not keep a worker for ever.
-    Result<void> parsed = entry->parser->Init(source.file, options, EndlessSource::Refuse, LineEnds::LineFeeds);
-    // What breaks a rule fails further down, with a message that explains nothing.
-    if (auto kept = CheckSourceRules(*entry->parser, source.file); !kept) parsed = std::move(kept);
+    Result<void> parsed = entry->stamp.load() ? Result<void>(OK) : ParseSource(*entry->parser, source, options);
     const UInt64 stamp = MakeReadStamp(*entry->parser);
     if (parsed) {
       for (const ShaderMissingHeader& missing : entry->parser->GetPieces().missingHeaders)

@@ -8,6 +8,7 @@
 #include "parallelprogram/kernelfront/failure.h"
 #include "parallelprogram/kernelfront/kernel_file.h"
 #include "parallelprogram/kernelfront/lane_forms.h"
+#include "parallelprogram/kernelfront/plain_kernel.h"
 #include "parallelprogram/kernelfront/struct_types.h"
 #include "parallelprogram/kernellanguage/group_code.h"
 #include "parallelprogram/kernellanguage/literal.h"
@@ -59,14 +60,7 @@ class KnownHeaders {
   std::map<std::pair<std::string, std::string>, std::optional<KernelHeader>> _headers;
 };
 
-// A kernel beyond the plain form goes to the C++ compiler as it stands: none of the forms that are printed knows it.
-void LeaveExtensions(kernellanguage::AnalyzedKernel& kernel) {
-  if (kernel.IsUnderstood()) kernel.notUnderstood = kernellanguage::FindUnprintable(kernel);
-}
-
-// What no C++ compiler takes is told before one runs, in the words of kernel files.
-Result<kernellanguage::AnalyzedKernel> Analyze(const KernelSourceOptions& options, std::string_view text,
-                                               KnownHeaders& headers) {
+kernellanguage::Source MakeSource(const KernelSourceOptions& options, std::string_view text, KnownHeaders& headers) {
   kernellanguage::Source source{.fileName = options.fileName,
                                 .text = text,
                                 .templateArgument = options.templateArgument,
@@ -75,8 +69,12 @@ Result<kernellanguage::AnalyzedKernel> Analyze(const KernelSourceOptions& option
     const auto& header = headers.Read(name, includingFile);
     return header ? std::optional(kernellanguage::Header{header->path, header->text, header->isHidden}) : std::nullopt;
   };
+  return source;
+}
+
+// What no C++ compiler takes is told before one runs, in the words of kernel files.
+Result<kernellanguage::AnalyzedKernel> Analyze(const kernellanguage::Source& source) {
   OSTRA_ASSIGN_OR_RETURN(kernellanguage::AnalyzedKernel kernel, kernellanguage::AnalyzeKernel(source));
-  LeaveExtensions(kernel);
   if (kernel.errors.empty()) return kernel;
   const std::string message = kernellanguage::FormatDiagnostics(kernel.sources, kernel.errors);
   return Error::Make(kIllegalArgumentError, message, kOstraUnit, __LINE__);
@@ -107,9 +105,44 @@ std::string PrintGroups(const kernelfront::KernelFile& file, const kernellanguag
                                    ", in a kernel whose invocations exchange values"})};
 }
 
+// A kernel file on its way to C++: itself, or its plain form.
+struct KernelRead {
+  kernelfront::KernelFile& file;
+  kernellanguage::AnalyzedKernel& kernel;
+  // Of the plain form; null otherwise.
+  const kernellanguage::SourceText* plain = nullptr;
+  const kernellanguage::TextOrigin* origin = nullptr;
+};
+
+// The kernel again, from its plain form. Ends in a Failure for what has none.
+template <class Use>
+auto ReadPlainKernel(const KernelSourceOptions& options, kernellanguage::AnalyzedKernel kernel, Use&& use)
+    -> decltype(use(std::declval<const KernelRead&>())) {
+  kernellanguage::PlainForm form = kernellanguage::PrintPlainForm(kernel, {});
+  if (form.refusal)
+    throw kernelfront::Failure{kernellanguage::FormatDiagnostic(
+        kernel.sources, {.offset = form.refusal->offset, .text = form.refusal->reason})};
+  auto origin = std::make_shared<kernellanguage::TextOrigin>();
+  origin->sources = std::make_shared<kernellanguage::SourceMap>(std::move(kernel.sources));
+  origin->marks = std::move(form.marks);
+  const std::string name = Join({"the plain form of ", options.fileName});
+  KernelSourceOptions plainOptions = options;
+  plainOptions.fileName = name;
+  plainOptions.templateArgument = {};
+  plainOptions.readHeader = {};
+  kernelfront::KernelFile file(plainOptions, form.text);
+  file.Read();
+  kernellanguage::Source source{.fileName = name, .text = form.text, .isHidden = options.isHidden};
+  source.origin = origin;
+  OSTRA_ASSIGN_OR_RETURN(kernellanguage::AnalyzedKernel plain, Analyze(source));
+  const kernellanguage::SourceText text{name, form.text, options.isHidden};
+  return use(KernelRead{file, plain, &text, origin.get()});
+}
+
 // Reads and analyzes a kernel file; `use` gets both and gives the result. Ends in a Failure.
 template <class Use>
-auto ReadKernel(const KernelSourceOptions& options, std::string_view text, Use&& use) {
+auto ReadKernel(const KernelSourceOptions& options, std::string_view text, Use&& use)
+    -> decltype(use(std::declval<const KernelRead&>())) {
   KnownHeaders headers(options);
   KernelSourceOptions remembering = options;
   if (options.readHeader) {
@@ -117,29 +150,41 @@ auto ReadKernel(const KernelSourceOptions& options, std::string_view text, Use&&
       return headers.Read(name, includingFile);
     };
   }
+  const kernellanguage::Source source = MakeSource(options, text, headers);
   kernelfront::KernelFile file(remembering, text);
-  file.Read();
-  return use(file, Analyze(options, text, headers));
+  try {
+    file.Read();
+  } catch (const kernelfront::Failure&) {
+    // Lines that mean nothing to this reader may well do to the language.
+    auto kernel = kernellanguage::AnalyzeKernel(source);
+    if (!kernel || !kernel->IsUnderstood()) throw;
+    return ReadPlainKernel(options, std::move(*kernel), use);
+  }
+  OSTRA_ASSIGN_OR_RETURN(kernellanguage::AnalyzedKernel kernel, Analyze(source));
+  if (kernel.IsUnderstood() && kernel.resolved.firstUnprintable != kernellanguage::kNoNode)
+    return ReadPlainKernel(options, std::move(kernel), use);
+  return use(KernelRead{file, kernel});
 }
 
 // The same; `print` makes a text.
 template <class Print>
 Result<String> ReadAndPrint(const KernelSourceOptions& options, std::string_view text, Print&& print) {
   return CatchFailures([&] {
-    return ReadKernel(options, text, [&print](kernelfront::KernelFile& file, auto kernel) -> Result<String> {
-      if (!kernel) return kernel.TakeError();
-      return String::Create(print(file, *kernel));
-    });
+    return ReadKernel(options, text,
+                      [&print](const KernelRead& read) -> Result<String> { return String::Create(print(read)); });
   });
 }
 
 }  // namespace
 
 Result<String> GenerateKernelSource(const KernelSourceOptions& options, std::string_view text) {
-  return ReadAndPrint(options, text, [&options](kernelfront::KernelFile& file, const auto& kernel) {
-    file.SetStructTypes(kernelfront::MakeStructTypes(file, kernel));
-    if (kernel.IsUnderstood() && kernel.groups.isNeeded) return PrintGroups(file, kernel);
-    return file.Print(options.isScalar ? "" : kernelfront::MakeLaneForms(file, kernel));
+  return ReadAndPrint(options, text, [&options](const KernelRead& read) {
+    read.file.SetStructTypes(kernelfront::MakeStructTypes(read.file, read.kernel));
+    const Bool hasGroups = read.kernel.IsUnderstood() && read.kernel.groups.isNeeded;
+    const std::string printed =
+        hasGroups ? PrintGroups(read.file, read.kernel)
+                  : read.file.Print(options.isScalar ? "" : kernelfront::MakeLaneForms(read.file, read.kernel));
+    return read.plain ? kernelfront::MapLines(printed, *read.plain, *read.origin) : printed;
   });
 }
 
@@ -152,10 +197,7 @@ Result<String> GenerateStructHeader(const KernelSourceOptions& options, std::str
 Result<void> FindKernelMistakes(const KernelSourceOptions& options, std::string_view text) {
   return CatchFailures([&]() -> Result<void> {
     try {
-      return ReadKernel(options, text, [](kernelfront::KernelFile&, auto kernel) -> Result<void> {
-        if (!kernel) return kernel.TakeError();
-        return OK;
-      });
+      return ReadKernel(options, text, [](const KernelRead&) -> Result<void> { return OK; });
     } catch (const kernelfront::CpuFailure&) {
       return OK;
     }
@@ -163,19 +205,34 @@ Result<void> FindKernelMistakes(const KernelSourceOptions& options, std::string_
 }
 
 Result<String> ExplainKernelLanes(const KernelSourceOptions& options, std::string_view text) {
-  return ReadAndPrint(options, text, [](kernelfront::KernelFile& file, const auto& kernel) {
-    return kernelfront::ExplainLaneForms(file, kernel);
-  });
+  return ReadAndPrint(options, text,
+                      [](const KernelRead& read) { return kernelfront::ExplainLaneForms(read.file, read.kernel); });
 }
 
 Result<std::optional<Int>> CountKernelNoises(const KernelSourceOptions& options, std::string_view text) {
   try {
     KnownHeaders headers(options);
-    OSTRA_ASSIGN_OR_RETURN(const kernellanguage::AnalyzedKernel kernel, Analyze(options, text, headers));
+    OSTRA_ASSIGN_OR_RETURN(const kernellanguage::AnalyzedKernel kernel, Analyze(MakeSource(options, text, headers)));
     return kernel.IsUnderstood() ? CountNoises(kernel) : std::nullopt;
   } catch (const std::bad_alloc&) {
     return OSTRA_OUT_OF_MEMORY();
   }
+}
+
+Result<std::optional<PlainKernel>> MakePlainKernel(const KernelSourceOptions& options, std::string_view text) {
+  return CatchFailures([&]() -> Result<std::optional<PlainKernel>> {
+    KnownHeaders headers(options);
+    OSTRA_ASSIGN_OR_RETURN(const kernellanguage::AnalyzedKernel kernel,
+                           kernellanguage::AnalyzeKernel(MakeSource(options, text, headers)));
+    if (!kernel.IsUnderstood()) return std::nullopt;
+    if (kernel.resolved.extensions.empty() && kernelfront::KeepsLineRules(options, text)) return std::nullopt;
+    kernellanguage::PlainForm form = kernellanguage::PrintPlainForm(kernel, {.isForGpu = true});
+    if (!form.refusal) return kernelfront::SplitPlainForm(std::move(form), kernel.sources);
+    return Error::Make(kIllegalArgumentError,
+                       kernellanguage::FormatDiagnostic(kernel.sources,
+                                                        {.offset = form.refusal->offset, .text = form.refusal->reason}),
+                       kOstraUnit, __LINE__);
+  });
 }
 
 Result<String> GenerateKernelTable(std::string_view name, const std::vector<std::string>& classIds) {

@@ -9,6 +9,14 @@ OSTRA_UNIT("kernellanguage");
 namespace ostra::kernellanguage {
 namespace {
 
+// The translation for GPUs reads structs in headers alone.
+void NoteOwnStructs(AnalyzedKernel& kernel) {
+  for (const NodeIndex declaration : kernel.resolved.structs) {
+    const SourceOffset offset = kernel.sources.GetSpelling(kernel.tree.nodes[declaration].offset);
+    if (kernel.sources.FindFile(offset) == 0) kernel.resolved.extensions.push_back(declaration);
+  }
+}
+
 // Runs the passes one after the other; each stands on what those before it found.
 void Analyze(const Source& source, AnalyzedKernel& kernel) {
   const TokenStream tokens = Preprocess(source, kernel.sources);
@@ -25,6 +33,7 @@ void Analyze(const Source& source, AnalyzedKernel& kernel) {
   kernel.notUnderstood = std::move(resolution.notUnderstood);
   kernel.resolved = std::move(resolution.resolved);
   if (!kernel.IsUnderstood()) return;
+  NoteOwnStructs(kernel);
   if (tokens.isCpuOnly) kernel.resolved.extensions.push_back(kernel.tree.root);
   CheckResult check = Check(kernel.tree, kernel.resolved);
   kernel.errors = std::move(check.errors);

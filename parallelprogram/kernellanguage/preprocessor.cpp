@@ -27,7 +27,7 @@ class Preprocessor {
   Preprocessor(const Source& source, SourceMap& sources) : _source(source), _sources(sources), _macros(sources) {}
 
   TokenStream Run() {
-    ReadFile(_source.fileName, _source.text, _source.isHidden);
+    ReadFile(_source.fileName, _source.text, _source.isHidden, _source.origin);
     Flush();
     _result.isCpuOnly = _result.isCpuOnly || _macros.HasCpuOnlyExpansion();
     const SourceOffset end = _lastFileEnd;
@@ -55,8 +55,9 @@ class Preprocessor {
     if (!IsStopped()) _result.errors.push_back({.offset = offset, .text = std::move(text)});
   }
 
-  void ReadFile(std::string_view name, std::string_view text, Bool isHidden) {
-    const Int index = _sources.AddFile(name, text, isHidden);
+  void ReadFile(std::string_view name, std::string_view text, Bool isHidden,
+                std::shared_ptr<const TextOrigin> origin = nullptr) {
+    const Int index = _sources.AddFile(name, text, isHidden, std::move(origin));
     if (index < 0) return Stop(0, "the files are larger than 256 MiB together");
     const SourceMap::File& added = _sources.GetFile(index);
     LexerTrouble trouble;

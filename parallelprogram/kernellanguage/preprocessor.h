@@ -26,7 +26,8 @@ struct Source {
   std::string_view text;
   // What TYPE stands for in words; empty: TYPE stays.
   std::string_view templateArgument = {};
-  Bool isHidden = false;  // see SourceMap::File
+  Bool isHidden = false;                               // see SourceMap::File
+  std::shared_ptr<const TextOrigin> origin = nullptr;  // of a text that was written anew
   // Finds the header that `includingFile` names in quotes; nothing for one that only the compiler can find.
   std::function<std::optional<Header>(const std::string& name, const std::string& includingFile)> readHeader = {};
 };

@@ -4,12 +4,28 @@
 
 namespace ostra::kernellanguage {
 
-Int SourceMap::AddFile(std::string_view name, std::string_view text, Bool isHidden) {
+SourceOffset TextOrigin::Find(std::size_t position) const {
+  const auto after = std::upper_bound(marks.begin(), marks.end(), position,
+                                      [](std::size_t at, const TextMark& mark) { return at < mark.position; });
+  return after == marks.begin() ? kNoOffset : std::prev(after)->source;
+}
+
+const TextOrigin* SourceMap::FindOrigin(SourceOffset offset, SourceOffset& source) const {
+  const SourceOffset byte = GetUse(offset);
+  const Int index = FindFile(byte);
+  if (index < 0 || !GetFile(index).origin) return nullptr;
+  source = GetFile(index).origin->Find(byte - GetFile(index).begin);
+  return GetFile(index).origin.get();
+}
+
+Int SourceMap::AddFile(std::string_view name, std::string_view text, Bool isHidden,
+                       std::shared_ptr<const TextOrigin> origin) {
   if (text.size() >= kMaxBytes - _end) return -1;
   File& file = *_files.emplace_back(std::make_unique<File>());
   file.name = name;
   file.text = text;
   file.isHidden = isHidden;
+  file.origin = std::move(origin);
   file.begin = _end;
   file.lineBegins.push_back(0);
   for (std::size_t at = text.find('\n'); at != std::string_view::npos; at = text.find('\n', at + 1))
@@ -40,6 +56,8 @@ Int SourceMap::FindFile(SourceOffset byte) const {
 }
 
 SourceLocation SourceMap::Locate(SourceOffset offset) const {
+  SourceOffset source = kNoOffset;
+  if (const TextOrigin* origin = FindOrigin(offset, source)) return origin->sources->Locate(source);
   const SourceOffset byte = GetUse(offset);
   const Int index = FindFile(byte);
   if (index < 0) return {};
@@ -51,6 +69,8 @@ SourceLocation SourceMap::Locate(SourceOffset offset) const {
 }
 
 std::string_view SourceMap::GetLine(SourceOffset offset) const {
+  SourceOffset source = kNoOffset;
+  if (const TextOrigin* origin = FindOrigin(offset, source)) return origin->sources->GetLine(source);
   const SourceLocation location = Locate(offset);
   const Int index = FindFile(GetUse(offset));
   if (index < 0) return {};
@@ -63,6 +83,8 @@ std::string_view SourceMap::GetLine(SourceOffset offset) const {
 }
 
 Bool SourceMap::MayShowLine(SourceOffset offset) const {
+  SourceOffset source = kNoOffset;
+  if (const TextOrigin* origin = FindOrigin(offset, source)) return origin->sources->MayShowLine(source);
   const Int index = FindFile(GetUse(offset));
   return index >= 0 && !GetFile(index).isHidden;
 }

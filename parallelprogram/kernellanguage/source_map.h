@@ -28,6 +28,25 @@ struct SourceLocation {
   friend Bool operator==(const SourceLocation&, const SourceLocation&) = default;
 };
 
+class SourceMap;
+
+// From `position`, a byte of a text that was written anew, to that of the next mark stands what `source` is in the
+// texts that it was made of.
+struct TextMark {
+  UInt32 position = 0;
+  SourceOffset source = kNoOffset;
+  friend Bool operator==(const TextMark&, const TextMark&) = default;
+};
+
+// What a text was made of; its places are told as those.
+struct TextOrigin {
+  std::shared_ptr<const SourceMap> sources;
+  std::vector<TextMark> marks;  // in the order of their positions
+
+  // Of the byte `position`; kNoOffset before the first mark.
+  SourceOffset Find(std::size_t position) const;
+};
+
 class SourceMap {
  public:
   // All texts together.
@@ -38,6 +57,7 @@ class SourceMap {
     SourceOffset begin = 0;          // of the first byte; the byte behind the last one is the file's, too
     std::vector<UInt32> lineBegins;  // bytes of `text`
     Bool isHidden = false;           // messages name its lines and show none
+    std::shared_ptr<const TextOrigin> origin = nullptr;
   };
   // A token made by a macro: where the macro is used, and where the token is written in its definition.
   struct Expansion {
@@ -45,7 +65,8 @@ class SourceMap {
   };
 
   // Adds a copy of a text; returns the index of the file, or -1 when the texts would be larger than kMaxBytes.
-  Int AddFile(std::string_view name, std::string_view text, Bool isHidden = false);
+  Int AddFile(std::string_view name, std::string_view text, Bool isHidden = false,
+              std::shared_ptr<const TextOrigin> origin = nullptr);
   Int GetFileCount() const { return static_cast<Int>(_files.size()); }
   const File& GetFile(Int index) const { return *_files[static_cast<std::size_t>(index)]; }
 
@@ -67,6 +88,9 @@ class SourceMap {
   Bool MayShowLine(SourceOffset offset) const;
 
  private:
+  // The offset in the texts that the file of `offset` was made of; null when it was not.
+  const TextOrigin* FindOrigin(SourceOffset offset, SourceOffset& source) const;
+
   static constexpr SourceOffset kFirstExpansion = 1u << 29;
 
   std::vector<std::unique_ptr<File>> _files;  // stay where they are: tokens refer to their texts

@@ -24,7 +24,6 @@ class LayoutMaker {
       if (type.kind != TypeKind::kBuffer) continue;
       const Type& element = _resolved.types[type.element];
       if (element.kind != TypeKind::kStruct) continue;
-      CheckPlace(parameter, element.declaration);
       LayOut(element.declaration);
     }
     return std::move(_result);
@@ -34,14 +33,6 @@ class LayoutMaker {
   void Fail(NodeIndex node, std::string text) {
     if (_result.errors.size() < kMaxErrors)
       _result.errors.push_back({.offset = _tree.nodes[node].offset, .text = std::move(text)});
-  }
-
-  // The translation for the GPU reads structs in headers alone.
-  void CheckPlace(NodeIndex parameter, NodeIndex declaration) {
-    if (_sources.FindFile(_sources.GetSpelling(_tree.nodes[declaration].offset)) != 0) return;
-    Fail(parameter, Join({"the struct \"", _tree.GetName(declaration), "\" of the buffer \"", _tree.GetName(parameter),
-                          "\" is declared in the kernel file: structs in buffers are declared in the kernel's header, "
-                          "which the GPU reads, too"}));
   }
 
   UInt32 LayOut(NodeIndex declaration) {

@@ -3,6 +3,7 @@
 #include "parallelprogram/base/spin.h"
 #include "parallelprogram/shaderparser/block_machine.h"
 #include "parallelprogram/shaderparser/include_parser.h"
+#include "parallelprogram/shaderparser/written_lines.h"
 
 OSTRA_UNIT("shaderparser");
 
@@ -18,15 +19,24 @@ Result<void> ParseMainFile(ParseState& state, const Url& file, Int32 number) {
   return BlockMachine(state, file, lines).Run();
 }
 
+Result<void> AddRules(ParseState& state, const DataDictionary& options) {
+  OSTRA_RETURN_IF_ERROR(ReadOptions(state, options));
+  OSTRA_RETURN_IF_ERROR(AddDeclarationRules(state));
+  return AddBodyRules(state);
+}
+
 Result<void> ParseFile(ParseState& state, const Url& file, const DataDictionary& options) {
   OSTRA_ASSIGN_OR_RETURN(const Int32 number, state.EnterFile(file));
   state.origin = {number, 0};
-  OSTRA_RETURN_IF_ERROR(ReadOptions(state, options));
-  OSTRA_RETURN_IF_ERROR(AddDeclarationRules(state));
-  OSTRA_RETURN_IF_ERROR(AddBodyRules(state));
+  OSTRA_RETURN_IF_ERROR(AddRules(state, options));
   OSTRA_ASSIGN_OR_RETURN(const BaseArray<IncludeFile> includes, ScanIncludes(state, file));
   for (const IncludeFile& include : includes) OSTRA_RETURN_IF_ERROR(ParseIncludeFile(state, include));
   return ParseMainFile(state, file, number);
+}
+
+Result<void> ParseWritten(ParseState& state, const WrittenSource& written, const DataDictionary& options) {
+  OSTRA_RETURN_IF_ERROR(AddRules(state, options));
+  return ParseWrittenSource(state, written);
 }
 
 }  // namespace
@@ -38,7 +48,7 @@ Result<StrongRef<ShaderParser>> ShaderParser::Create(const Id& targetLanguage) {
 }
 
 Result<void> ShaderParser::Init(const Url& file, const DataDictionary& options, EndlessSource endless,
-                                LineEnds lineEnds) {
+                                LineEnds lineEnds, const WrittenSource* written) {
   if (IoDetect(file) != IODETECT::FILE)
     return OSTRA_ILLEGAL_ARGUMENT("Illegal argument: Condition file.IoDetect() == IODETECT::FILE not fulfilled.");
   SpinState wait;
@@ -48,15 +58,15 @@ Result<void> ShaderParser::Init(const Url& file, const DataDictionary& options, 
     if (state == kParsed) return OK;
     while (_initState.Load() == kParsing) SpinWaitStep(wait);
   }
-  Result<void> result = Parse(file, options, endless, lineEnds);
+  Result<void> result = Parse(file, options, endless, lineEnds, written);
   _initState.Store(result ? kParsed : kNotParsed);
   return result;
 }
 
 Result<void> ShaderParser::Parse(const Url& file, const DataDictionary& options, EndlessSource endless,
-                                 LineEnds lineEnds) {
+                                 LineEnds lineEnds, const WrittenSource* written) {
   ParseState state(FindTargetLanguage(_targetLanguage), endless, lineEnds, _pieces);
-  Result<void> result = ParseFile(state, file, options);
+  Result<void> result = written ? ParseWritten(state, *written, options) : ParseFile(state, file, options);
   _lastOrigin = state.origin;
   return result;
 }

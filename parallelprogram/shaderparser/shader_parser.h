@@ -30,6 +30,14 @@ enum class EndlessSource : Int32 {
   Refuse = 1,  // the parse ends with an error that reads `file:line: error: ...`
 };
 
+// A text that takes the place of a file and its headers, with the lines that its own lines stand for.
+struct WrittenSource {
+  String header, text;                       // instead of the headers, and of the file
+  BaseArray<Url> files;                      // the parsed file first
+  BaseArray<Int> lineCounts;                 // of the files
+  ShaderTextOrigins headerLines, textLines;  // in `files`; line 0 where a line stands for none
+};
+
 class ShaderParser final : public RefCounted<ShaderParser> {
  public:
   // Error: out of memory.
@@ -41,10 +49,11 @@ class ShaderParser final : public RefCounted<ShaderParser> {
   // Errors: illegal argument for a file that is none; those of reading, deciphering and decoding files; what is wrong
   // in the source, worded as docs/translation.md lists it; out of memory. After an error the next call tries again, and
   // adds to what was found before: use a new parser for a corrected file.
-  // `lineEnds` holds for the file and its headers. May be called from any thread: one caller parses, the others wait
+  // `lineEnds` holds for the file and its headers. With `written` that is parsed in their place: origins and notes are
+  // about the lines of its files. May be called from any thread: one caller parses, the others wait
   // for it.
   Result<void> Init(const Url& file, const DataDictionary& options, EndlessSource endless = EndlessSource::Repeat,
-                    LineEnds lineEnds = LineEnds::Keep);
+                    LineEnds lineEnds = LineEnds::Keep, const WrittenSource* written = nullptr);
 
   // The rest may be called after Init has succeeded, from any thread.
 
@@ -86,7 +95,8 @@ class ShaderParser final : public RefCounted<ShaderParser> {
   Result<String> DescribeError(const Error& error) const;
 
  private:
-  Result<void> Parse(const Url& file, const DataDictionary& options, EndlessSource endless, LineEnds lineEnds);
+  Result<void> Parse(const Url& file, const DataDictionary& options, EndlessSource endless, LineEnds lineEnds,
+                     const WrittenSource* written);
 
   const Id _targetLanguage;
   AtomicInt32 _initState{0};  // 0 not parsed, 1 a parse runs, 2 parsed

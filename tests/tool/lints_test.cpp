@@ -22,6 +22,11 @@ std::string MakeKernel(const std::string& declarations, const std::string& body,
          "OSTRA_PARALLEL_KERNEL(Test, KERNELINPUTS)\n{\n" + body + "\n}\nOSTRA_PARALLEL_KERNEL_END\n";
 }
 
+// The same with C++ that the language does not have: its lines are translated as they stand.
+std::string MakeHostKernel(const std::string& declarations, const std::string& body, const std::string& before = "") {
+  return MakeKernel(declarations, body, before) + "inline void OfHost()\n{\n\tauto number = 1;\n}\n";
+}
+
 class LintsTest : public testing::Test {
  protected:
   // The findings in a kernel file without their folder: "k.krn:3: warning: text". Nothing is compiled.
@@ -103,18 +108,18 @@ TEST_F(LintsTest, AVectorOfOneNumberIsFoundWhateverMakesTheNumber) {
        {"f", "f * 2.0", "Curve(f)", "sqrt(f)", "max(f, 0.5)", "dot(v, v)", "UNIFORM(factor) + f",
         "UNIFORM_BUFFER(target)[0]", "UNIFORM_BUFFER(source)[i].x", "float(i)", "(v.x + v.y) / 2.0", "v.x * 0.5"}) {
     const auto found =
-        Check(MakeKernel(declarations,
-                         "\tuint i = 0u;\n\tfloat f = 1.0;\n\tvec3 v = vec3(1.0, 2.0, 3.0);\n\tvec3 w = vec3(" +
-                             std::string(number) + ");",
-                         before));
+        Check(MakeHostKernel(declarations,
+                             "\tuint i = 0u;\n\tfloat f = 1.0;\n\tvec3 v = vec3(1.0, 2.0, 3.0);\n\tvec3 w = vec3(" +
+                                 std::string(number) + ");",
+                             before));
     EXPECT_THAT(found, ElementsAre(testing::HasSubstr("give vec3 all its components instead of"))) << number;
   }
   for (const char* vector : {"v", "v * f", "sqrt(v)", "UNIFORM_BUFFER(source)[i]", "normalize(v)", "mix(v, v, f)"}) {
-    const auto found =
-        Check(MakeKernel(declarations,
-                         "\tuint i = 0u;\n\tfloat f = 1.0;\n\tvec4 v = UNIFORM_BUFFER(source)[i];\n\tvec4 w = vec4(" +
-                             std::string(vector) + ");",
-                         before));
+    const auto found = Check(
+        MakeHostKernel(declarations,
+                       "\tuint i = 0u;\n\tfloat f = 1.0;\n\tvec4 v = UNIFORM_BUFFER(source)[i];\n\tvec4 w = vec4(" +
+                           std::string(vector) + ");",
+                       before));
     EXPECT_THAT(found, IsEmpty()) << vector;
   }
 }
@@ -124,9 +129,9 @@ TEST_F(LintsTest, AProductWithAMatrixOfAStructIsFound) {
   const auto check = [&](const std::string& product) {
     return Check(
         "#include \"k.h\"\n" +
-            MakeKernel("(const Block<Body>) bodies, \\\n(Block<Vector4d32>) target",
-                       "\tvec4 v = UNIFORM_BUFFER(target)[0];\n\tBody b = UNIFORM_BUFFER(bodies)[0];\n\tvec4 w = " +
-                           product + ";"),
+            MakeHostKernel("(const Block<Body>) bodies, \\\n(Block<Vector4d32>) target",
+                           "\tvec4 v = UNIFORM_BUFFER(target)[0];\n\tBody b = UNIFORM_BUFFER(bodies)[0];\n\tvec4 w = " +
+                               product + ";"),
         header);
   };
   const auto isFound = testing::Contains(testing::HasSubstr("languages disagree about \"*\" with the matrix \"turn\""));
@@ -268,11 +273,11 @@ TEST_F(LintsTest, WordsInCommentsAreLeftAlone) {
 }
 
 TEST_F(LintsTest, DirectivesStandAloneAndWithoutSemicolon) {
-  EXPECT_THAT(Check(MakeKernel("(Float32) a", "", "GROUPSIZE(8, 8, 1)\ninline Float32 F()\n{\n\treturn 1.0;\n}\n")),
+  EXPECT_THAT(Check(MakeHostKernel("(Float32) a", "", "GROUPSIZE(8, 8, 1)\ninline Float32 F()\n{\n\treturn 1.0;\n}\n")),
               Contains("k.krn:5: warning: the translator drops the line after GROUPSIZE: leave it empty"));
-  EXPECT_THAT(Check(MakeKernel("(Float32) a", "", "GROUPSIZE(8, 8, 1);\n\n")),
+  EXPECT_THAT(Check(MakeHostKernel("(Float32) a", "", "GROUPSIZE(8, 8, 1);\n\n")),
               Contains(StartsWith("k.krn:4: error: GROUPSIZE stands without a semicolon")));
-  EXPECT_THAT(Check(MakeKernel("(Float32) a", "", "CPU_GRANULARITY(8)\nfloat x;\n")),
+  EXPECT_THAT(Check(MakeHostKernel("(Float32) a", "", "CPU_GRANULARITY(8)\nfloat x;\n")),
               Contains(StartsWith("k.krn:5: warning: the translator drops the line after CPU_GRANULARITY")));
 }
 
@@ -359,13 +364,24 @@ TEST_F(LintsTest, CopiesIntoGroupMemoryAreLookedAt) {
               Contains(HasSubstr("some invocations may have returned (line 8)")));
 }
 
+// The front end writes them in plain lines.
+TEST_F(LintsTest, KernelsOfTheLanguageNeedKeepNoRulesOfLinesAndForms) {
+  const std::string functions =
+      "GROUPSIZE(8,8,1)\ninline float One() { return 1.0; }\nfloat Half(float x) {\n\treturn 0.5 * x;\n}\n"
+      "struct Pair { vec2 a, b; };\n";
+  const std::string body =
+      "\t// }\n\tvec3 v = vec3(One());\n\tv.xz = v.yx;\n\tvec3 w = UNIFORM(m) * v;\n\tPair p = Pair(w.xy, w.yz);\n"
+      "\tUNIFORM_BUFFER(b)[0] = Half(p.b.x);";
+  EXPECT_THAT(Check(MakeKernel("(SquareMatrix32) m, \\\n(Block<Float32>) b", body, functions)), IsEmpty());
+}
+
 TEST_F(LintsTest, VectorsTakeAllTheirComponents) {
   const auto isFound = Contains(HasSubstr("not every language makes a vector of one number"));
-  EXPECT_THAT(Check(MakeKernel("(Float32) a", "\tvec3 v = vec3(1.0);")), isFound);
-  EXPECT_THAT(Check(MakeKernel("(Float32) a", "\tvec3 v = vec3(-1);")), isFound);
-  EXPECT_THAT(Check(MakeKernel("(Float32) a", "\tvec3 v = vec3(p.x);")), isFound);
-  EXPECT_THAT(Check(MakeKernel("(Float32) a", "\tvec3 v = vec3(1.0, 2.0, 3.0);")), Not(isFound));
-  EXPECT_THAT(Check(MakeKernel("(Float32) a", "\tint3 v = int3(other);")), Not(isFound));
+  EXPECT_THAT(Check(MakeHostKernel("(Float32) a", "\tvec3 v = vec3(1.0);")), isFound);
+  EXPECT_THAT(Check(MakeHostKernel("(Float32) a", "\tvec3 v = vec3(-1);")), isFound);
+  EXPECT_THAT(Check(MakeHostKernel("(Float32) a", "\tvec3 v = vec3(p.x);")), isFound);
+  EXPECT_THAT(Check(MakeHostKernel("(Float32) a", "\tvec3 v = vec3(1.0, 2.0, 3.0);")), Not(isFound));
+  EXPECT_THAT(Check(MakeHostKernel("(Float32) a", "\tint3 v = int3(other);")), Not(isFound));
 }
 
 TEST_F(LintsTest, VectorsHaveNoSwizzles) {
@@ -384,10 +400,10 @@ TEST_F(LintsTest, MatricesAreMultipliedWithMul) {
 
 TEST_F(LintsTest, ANumberOfAParameterMakesNoVectorEither) {
   const auto isFound = Contains(HasSubstr("not every language makes a vector of one number"));
-  EXPECT_THAT(Check(MakeKernel("(Float32) a", "\thalf3 v = half3(1.0);")), isFound);
-  EXPECT_THAT(Check(MakeKernel("(Float32) a", "\tvec3 v = vec3(UNIFORM(a));")), isFound);
-  EXPECT_THAT(Check(MakeKernel("(Vector32) a", "\tvec3 v = vec3(UNIFORM(a));")), Not(isFound));
-  EXPECT_THAT(Check(MakeKernel("(Float32) a", "\tvec2 v = vec2(UNIFORM(a), UNIFORM(a));")), Not(isFound));
+  EXPECT_THAT(Check(MakeHostKernel("(Float32) a", "\thalf3 v = half3(1.0);")), isFound);
+  EXPECT_THAT(Check(MakeHostKernel("(Float32) a", "\tvec3 v = vec3(UNIFORM(a));")), isFound);
+  EXPECT_THAT(Check(MakeHostKernel("(Vector32) a", "\tvec3 v = vec3(UNIFORM(a));")), Not(isFound));
+  EXPECT_THAT(Check(MakeHostKernel("(Float32) a", "\tvec2 v = vec2(UNIFORM(a), UNIFORM(a));")), Not(isFound));
 }
 
 TEST_F(LintsTest, MatricesInBuffersAreMultipliedWithMul) {
@@ -420,12 +436,12 @@ TEST_F(LintsTest, BracesInCommentsAreFoundWhereTheyAreCounted) {
       "k.krn:6: warning: braces in comments are counted like others: this one changes where "
       "the block ends");
   EXPECT_THAT(
-      Check(MakeKernel("(Float32) a", "\t// }")),
+      Check(MakeHostKernel("(Float32) a", "\t// }")),
       ElementsAre("k.krn:6:5: error: the brace in this comment ends the block on the GPU: the translation counts "
                   "braces in comments\n\t// }\n\t   ^"));
-  EXPECT_THAT(Check(MakeKernel("(Float32) a", "\tint a; /* { */")), isFound);
-  EXPECT_THAT(Check(MakeKernel("(Float32) a", "\t// {}")), IsEmpty());
-  EXPECT_THAT(Check(MakeKernel("(Float32) a", "", "\n\n// {\n\n")), IsEmpty());
+  EXPECT_THAT(Check(MakeHostKernel("(Float32) a", "\tint a; /* { */")), isFound);
+  EXPECT_THAT(Check(MakeHostKernel("(Float32) a", "\t// {}")), IsEmpty());
+  EXPECT_THAT(Check(MakeHostKernel("(Float32) a", "", "\n\n// {\n\n")), IsEmpty());
 }
 
 TEST_F(LintsTest, CodeForTheCpuIsNotTakenForCodeForTheGpu) {
@@ -445,7 +461,7 @@ TEST_F(LintsTest, BracesOnTheFirstLineOfABlockAreErrors) {
               Contains(StartsWith("k.krn:1:20: error: the brace belongs on a line of its own")));
   EXPECT_THAT(Check("OSTRA_METHOD Result<void> Kernel(int a) {\nint a;\n}\n"),
               Contains(StartsWith("k.krn:1:41: error: the brace belongs on a line of its own")));
-  EXPECT_THAT(Check(MakeKernel("(Float32) a", "", "inline float F() {\n\treturn 1.0;\n}\n\n")),
+  EXPECT_THAT(Check(MakeHostKernel("(Float32) a", "", "inline float F() {\n\treturn 1.0;\n}\n\n")),
               Contains(StartsWith("k.krn:4:18: error: the brace of a function belongs on a line of its own")));
 }
 
@@ -456,9 +472,9 @@ TEST_F(LintsTest, AMethodThatDoesNotBeginItsLineIsAnError) {
 
 TEST_F(LintsTest, WhatTheTranslatorDropsAtFileScopeIsFound) {
   EXPECT_THAT(
-      Check(MakeKernel("(Float32) a", "", "struct Pair\n{\nfloat a;\n};\n\n")),
+      Check(MakeHostKernel("(Float32) a", "", "struct Pair\n{\nfloat a;\n};\n\n")),
       Contains(StartsWith("k.krn:7: error: the translator drops this line, and the brace of line 5 stays open")));
-  EXPECT_THAT(Check(MakeKernel("(Float32) a", "", "float Half(float x)\n{\n\treturn 0.5 * x;\n}\n\n")),
+  EXPECT_THAT(Check(MakeHostKernel("(Float32) a", "", "float Half(float x)\n{\n\treturn 0.5 * x;\n}\n\n")),
               Contains(StartsWith("k.krn:4: error: \"inline\" is missing in front of the function")));
 }
 
@@ -497,9 +513,9 @@ TEST_F(LintsTest, WhatRunRefusesIsRefused) {
 }
 
 TEST_F(LintsTest, FunctionsOnOneLineAndOpenScopesAreErrors) {
-  EXPECT_THAT(Check(MakeKernel("(Float32) a", "", "inline Float32 One() { return 1.0; }\n\n")),
+  EXPECT_THAT(Check(MakeHostKernel("(Float32) a", "", "inline Float32 One() { return 1.0; }\n\n")),
               Contains(StartsWith("k.krn:4:22: error: a function on one line has no body on the GPU")));
-  EXPECT_THAT(Check(MakeKernel("(Float32) a", "\tCPU_SCOPE_START\n\tint x;")),
+  EXPECT_THAT(Check(MakeHostKernel("(Float32) a", "\tCPU_SCOPE_START\n\tint x;")),
               Contains(StartsWith("k.krn:6: error: CPU_SCOPE_START without CPU_SCOPE_END")));
 }
 
@@ -548,31 +564,31 @@ TEST_F(LintsTest, HeadersAreLookedAt) {
 
 // The translator's messages name no line: clients compare them. The check asks for the line.
 TEST_F(LintsTest, MessagesOfTheTranslatorGetTheirLine) {
-  EXPECT_THAT(Check(MakeKernel("(Float32) a", "", "GROUPSIZE(8,8,1)\n\n")),
+  EXPECT_THAT(Check(MakeHostKernel("(Float32) a", "", "GROUPSIZE(8,8,1)\n\n")),
               Contains("k.krn:4: error: GROUPSIZE used wrong, please used the format GROUPSIZE(x, y, z) only"));
-  EXPECT_THAT(Check(MakeKernel("(Block<Float32>) b", "\tMAKELOCAL(b, 64)")),
+  EXPECT_THAT(Check(MakeHostKernel("(Block<Float32>) b", "\tMAKELOCAL(b, 64)")),
               Contains("k.krn:6: error: MAKELOCAL macro needs three parameters"));
-  EXPECT_THAT(Check(MakeKernel("(Block<Float32>) b", "\tint a;\n\tLOCALDATA(b, 1, 2")),
+  EXPECT_THAT(Check(MakeHostKernel("(Block<Float32>) b", "\tint a;\n\tLOCALDATA(b, 1, 2")),
               Contains("k.krn:7: error: LOCALDATA missing )"));
-  EXPECT_THAT(Check(MakeKernel("(Block<Float32>) b", "\tGROUPSHAREDMEM(float, b)")),
+  EXPECT_THAT(Check(MakeHostKernel("(Block<Float32>) b", "\tGROUPSHAREDMEM(float, b)")),
               Contains("k.krn:6: error: GROUPSHAREDMEM macro needs two parameters"));
-  EXPECT_THAT(Check(MakeKernel("(Float32) a, \\\n\\", "")),
+  EXPECT_THAT(Check(MakeHostKernel("(Float32) a, \\\n\\", "")),
               Contains("k.krn:3: error: struct entry is not conforming to '(type) name' structure"));
-  EXPECT_THAT(Check(MakeKernel("(TextureSampler_2D_RGBA_S8_LINEAR) t", "")),
+  EXPECT_THAT(Check(MakeHostKernel("(TextureSampler_2D_RGBA_S8_LINEAR) t", "")),
               Contains("k.krn:2: error: wrong combination of numChannels and format string"));
   EXPECT_THAT(
-      Check(MakeKernel("(Block<Float32>) b", "\tCPU_SCOPE_START\n\tMAKELOCAL(b)\n\tCPU_SCOPE_END\n\tMAKELOCAL(b)")),
+      Check(MakeHostKernel("(Block<Float32>) b", "\tCPU_SCOPE_START\n\tMAKELOCAL(b)\n\tCPU_SCOPE_END\n\tMAKELOCAL(b)")),
       Contains("k.krn:9: error: MAKELOCAL macro needs three parameters"));
-  EXPECT_THAT(Check(MakeKernel("(Block<Float32>) b", "\tint x = LOCALDATA(b, 1, 2) + LOCALDATA(b, 1);")),
+  EXPECT_THAT(Check(MakeHostKernel("(Block<Float32>) b", "\tint x = LOCALDATA(b, 1, 2) + LOCALDATA(b, 1);")),
               Contains("k.krn:6: error: LOCALDATA macro needs three parameters"));
-  EXPECT_THAT(Check(MakeKernel("(Float32)", "")),
+  EXPECT_THAT(Check(MakeHostKernel("(Float32)", "")),
               Contains("k.krn:2: error: struct entry is not conforming to '(type) name' structure"));
   EXPECT_THAT(Check("\nGROUPSIZE(x, 8, 1)\n"), Contains(StartsWith("k.krn:2: error: ")));
   const std::string twice =
       MakeKernel("(Float32) a", "") + "OSTRA_PARALLEL_KERNEL(Other, KERNELINPUTS)\n{\n}\nOSTRA_PARALLEL_KERNEL_END\n";
   EXPECT_THAT(Check(twice),
               Contains(StartsWith("k.krn:9: error: Illegal state: Parser Error: Second Kernel function at line 8")));
-  EXPECT_THAT(Check(MakeKernel("(Float32) a", ""), "\nstruct A\n{\nstruct B\n"),
+  EXPECT_THAT(Check(MakeHostKernel("(Float32) a", ""), "\nstruct A\n{\nstruct B\n"),
               Contains(StartsWith("k.h:4: error: ")));
 }
 

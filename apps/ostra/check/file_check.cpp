@@ -7,6 +7,7 @@
 #include "apps/ostra/values/text.h"
 #include "ostra/core/format.h"
 #include "ostra/shadercompiler/text_limits.h"
+#include "parallelprogram/device/plain_source.h"
 #include "parallelprogram/kernelfront/source_rules.h"
 #include "parallelprogram/kernellanguage/diagnostic.h"
 #include "parallelprogram/shaderassembly/assembly_records.h"
@@ -18,7 +19,7 @@ namespace {
 
 Result<LintedFile> ReadHeader(const Url& url) {
   OSTRA_ASSIGN_OR_RETURN(const SourceText source, ReadSourceText(url));
-  return LintedFile{TextOf(url.GetView()), SplitSource(source.text), true, false, false};
+  return LintedFile{TextOf(url.GetView()), SplitSource(source.text), true, false, false, false};
 }
 
 // The lints need to know what the parser found: they run once, with the first translation that came to an end.
@@ -40,6 +41,26 @@ void LintFiles(const FileCheck& check, LintedFile& kernel, const ShaderParser& p
   LintComments(kernel, findings);
   LintDeclarations(kernel, parser, findings);
   LintDefines(kernel, parser, findings);
+}
+
+// The same for a plain form: its lines keep the rules of the translator, and are told as those that they stand for.
+Result<void> LintPlainForm(const FileCheck& check, const LintedFile& kernel, const ShaderParser& parser,
+                           Findings& findings) {
+  std::vector<SourceLine> lines = SplitSource(check.plain->text.GetView());
+  OSTRA_RETURN_IF_ERROR(FindNotes(lines, check.plain->text.GetView()));
+  for (Int i = 0; i < check.plain->files.GetCount(); ++i) {
+    LintedFile file{TextOf(check.plain->files[i].GetView()), {}, i != 0, false, kernel.isStage, true};
+    for (const SourceLine& line : lines) {
+      const ShaderTextOrigin origin = check.plain->textLines[line.number - 1];
+      if (origin.file != i) continue;
+      file.lines.push_back(line);
+      file.lines.back().number = origin.line;
+    }
+    LintLines(file, findings);
+    LintUses(file, parser, findings);
+    if (i == 0) LintDeclarations(file, parser, findings);
+  }
+  return OK;
 }
 
 // Without a parser that has finished, only what needs none.
@@ -64,6 +85,16 @@ Result<void> ReadWithFrontEnd(FileCheck& check, const Url& url, const CheckOptio
     check.mistakes = TextOf(source.GetError().GetMessage());
   else if (options.isForCpu)
     check.cpuSource.emplace(std::move(*source));
+  return OK;
+}
+
+// Why there is none is said by the front end, which cannot print it for the CPU, either.
+Result<void> FindPlainForm(FileCheck& check, const Url& url, const CheckOptions& options) {
+  auto plain = MakePlainSource(url, options.templateArgument.value_or(""));
+  if (plain)
+    check.plain = std::move(*plain);
+  else if (plain.GetError().GetKind() == kOutOfMemoryError)
+    return plain.TakeError();
   return OK;
 }
 
@@ -143,13 +174,17 @@ Result<void> Assemble(TargetCheck& check, const Url& url, const FileCheck& fileC
 
 Result<void> AddTarget(FileCheck& check, const CheckOptions& options, const Id& target, const Url& url,
                        LintedFile& kernel, Bool& isLinted) {
-  OSTRA_ASSIGN_OR_RETURN(Translation translation,
-                         Translate({url, target, options.templateArgument, options.multisampling}));
+  OSTRA_ASSIGN_OR_RETURN(Translation translation, Translate({.file = url,
+                                                             .target = target,
+                                                             .templateArgument = options.templateArgument,
+                                                             .multisampling = options.multisampling,
+                                                             .isRaw = true,
+                                                             .written = check.plain ? &*check.plain : nullptr}));
   TargetCheck& added = check.targets.emplace_back(TargetCheck{target, std::move(translation), {}, {}, {}});
   // What is only information says of a header what the result says again.
   for (const Diagnostic& line : added.translation.diagnostics)
     if (line.level >= DiagnosticLevel::Warning) added.findings.Add({check.file, 0, Severity::Warning, line.text});
-  if (!HeadersKeepRules(check, *added.translation.parser, check.findings)) return OK;
+  if (!check.plain && !HeadersKeepRules(check, *added.translation.parser, check.findings)) return OK;
   if (!added.translation.result) {
     if (added.translation.result.GetError().GetKind() == kOutOfMemoryError) return added.translation.result.TakeError();
     OSTRA_ASSIGN_OR_RETURN(const String message,
@@ -157,7 +192,12 @@ Result<void> AddTarget(FileCheck& check, const CheckOptions& options, const Id& 
     added.findings.AddMessage(message, check.file);
     return OK;
   }
-  if (!std::exchange(isLinted, true)) LintFiles(check, kernel, *added.translation.parser, check.findings);
+  if (!std::exchange(isLinted, true)) {
+    if (check.plain)
+      OSTRA_RETURN_IF_ERROR(LintPlainForm(check, kernel, *added.translation.parser, check.findings));
+    else
+      LintFiles(check, kernel, *added.translation.parser, check.findings);
+  }
   return Assemble(added, url, check);
 }
 
@@ -187,13 +227,14 @@ Result<FileCheck> PrepareCheck(const CheckOptions& options, const std::string& f
   }
   check.source = source->text;
   const Bool isStage = GetStageOfFile(url) != DrawportStage::Compute;
-  LintedFile kernel{file, SplitSource(check.source), false, options.templateArgument.has_value(), isStage};
+  LintedFile kernel{file, SplitSource(check.source), false, options.templateArgument.has_value(), isStage, false};
   if (!IsKernelOrStage(url, kernel)) {
     check.findings.Add({file, 0, Severity::Error, "this is neither a kernel file nor a stage file"});
     return check;
   }
+  if (!isStage) OSTRA_RETURN_IF_ERROR(FindPlainForm(check, url, options));
   // Nothing else that could be said of such a file is certain.
-  if (!KeepsRules(*source, file, false, check.findings)) return check;
+  if (!check.plain && !KeepsRules(*source, file, false, check.findings)) return check;
   if (!isStage) OSTRA_RETURN_IF_ERROR(ReadWithFrontEnd(check, url, options));
   Bool isLinted = false;
   for (const Id& target : options.targets)

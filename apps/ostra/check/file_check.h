@@ -26,7 +26,8 @@ struct TargetCheck {
 
 struct FileCheck {
   std::string file;
-  String source;  // deciphered
+  String source;                       // deciphered
+  std::optional<WrittenSource> plain;  // what is translated in its place
   Findings findings;
   std::optional<KernelSource> cpuSource;  // to be compiled for the CPU
   Findings cpuFindings;

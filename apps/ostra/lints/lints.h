@@ -19,6 +19,7 @@ struct LintedFile {
   Bool isHeader = false;
   Bool hasTemplateArgument = false;  // for the word TYPE
   Bool isStage = false;              // of a graphics program, which runs on no CPU
+  Bool isPlainForm = false;          // lines that the front end wrote
 };
 
 // Lints of single lines: words inside longer names, constructors and operators that languages disagree about, macros

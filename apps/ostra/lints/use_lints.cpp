@@ -38,7 +38,7 @@ class UseLinter {
       if (line.use == LineUse::CpuScope) continue;
       LintTextures(line);
       CollectMatrices(line);
-      LintMatrices(line);
+      if (!_file.isPlainForm) LintMatrices(line);  // the front end knows the types
     }
   }
 

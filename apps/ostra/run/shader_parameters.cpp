@@ -49,7 +49,7 @@ Result<void> CheckDeclarations(const Url& kernelFile, const ShaderParser& parser
 
 Result<std::optional<KernelParameters>> ReadShaderParameters(const Url& kernelFile,
                                                              const std::string& templateArgument) {
-  TranslationOptions options{kernelFile, kTargetGlsl, std::nullopt, std::nullopt};
+  TranslationOptions options{.file = kernelFile, .target = kTargetGlsl};
   if (!templateArgument.empty()) options.templateArgument = templateArgument;
   OSTRA_ASSIGN_OR_RETURN(const Translation translation, Translate(options));
   const ShaderParser& parser = *translation.parser;

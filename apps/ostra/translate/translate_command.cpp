@@ -34,6 +34,10 @@ Result<void> ShowTranslation(const TranslationOptions& options, Bool isJson) {
   if (translation.parser->GetKernelCode().IsEmpty())
     WriteErrorLine(std::string(options.file.GetView()) +
                    ": warning: there is no kernel in this file, or it does not end");
+  if (translation.plain) {
+    const std::string header(translation.plain->header.GetView()), plain(translation.plain->text.GetView());
+    OSTRA_RETURN_IF_ERROR(WriteOutput("// Plain form\n" + header + plain + "\n"));
+  }
   OSTRA_ASSIGN_OR_RETURN(const std::string text, FormatTranslation(translation));
   return WriteOutput(text);
 }

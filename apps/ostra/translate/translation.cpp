@@ -2,6 +2,7 @@
 
 #include "apps/ostra/encode/source_file.h"
 #include "ostra/core/silent_diagnostics.h"
+#include "parallelprogram/device/plain_source.h"
 
 namespace ostra::tool {
 
@@ -34,7 +35,12 @@ Result<Translation> Translate(const TranslationOptions& options) {
   // What is recorded is reported with the translation: on the standard error stream it would be said once a target.
   {
     const SilentDiagnosticStream silence;
-    translation.result = translation.parser->Init(options.file, dictionary, EndlessSource::Refuse, options.lineEnds);
+    auto plain = options.isRaw ? std::nullopt : MakePlainSource(options.file, options.templateArgument.value_or(""));
+    if (plain) translation.plain = std::move(*plain);
+    const WrittenSource* const written = translation.plain ? &*translation.plain : options.written;
+    translation.result =
+        translation.parser->Init(options.file, dictionary, EndlessSource::Refuse, options.lineEnds, written);
+    if (translation.result && !plain) translation.result = plain.TakeError();
   }
   translation.diagnostics = std::move(recorder.lines);
   return translation;

@@ -12,10 +12,13 @@ namespace ostra::tool {
 
 struct TranslationOptions {
   Url file;
-  Id target;                                    // GLSL, HLSL or METAL
-  std::optional<std::string> templateArgument;  // what takes the place of TYPE
-  std::optional<Int32> multisampling;           // samples of the framebuffer
+  Id target;                                         // GLSL, HLSL or METAL
+  std::optional<std::string> templateArgument = {};  // what takes the place of TYPE
+  std::optional<Int32> multisampling = {};           // samples of the framebuffer
   LineEnds lineEnds = LineEnds::LineFeeds;
+  // The lines of the file itself, or `written` in their place; otherwise the plain form where the kernel needs it.
+  Bool isRaw = false;
+  const WrittenSource* written = nullptr;
 };
 
 struct Diagnostic {
@@ -24,6 +27,7 @@ struct Diagnostic {
 };
 
 struct Translation {
+  std::optional<WrittenSource> plain;  // what was made and translated in place of the file
   StrongRef<ShaderParser> parser;
   Result<void> result = OK;
   std::vector<Diagnostic> diagnostics;  // what the parse wrote to the host's diagnostic output, in order

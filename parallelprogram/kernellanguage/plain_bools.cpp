@@ -1,0 +1,63 @@
+// Vectors of bools in the plain form: vectors of ints, 0 and 1, because not every language has others.
+#include "parallelprogram/kernellanguage/plain_printer.h"
+
+namespace ostra::kernellanguage {
+namespace {
+
+std::string_view GetComparison(WordId word) {
+  switch (word) {
+    case WordId::kLessThan:
+      return "<";
+    case WordId::kLessThanEqual:
+      return "<=";
+    case WordId::kGreaterThan:
+      return ">";
+    case WordId::kGreaterThanEqual:
+      return ">=";
+    case WordId::kEqual:
+      return "==";
+    default:
+      return "!=";
+  }
+}
+
+}  // namespace
+
+Bool PlainPrinter::IsBoolVector(TypeIndex type) const {
+  return _types.IsVector(type) && _types[type].scalar == Scalar::kBool;
+}
+
+// lessThan and its relatives, any, all and not.
+std::string PlainPrinter::CallOfBools(NodeIndex node) {
+  const WordId word = _resolved.meaning[node].word;
+  const auto operands = _tree.GetChildren(node);
+  std::vector<TypeIndex> parameters;
+  std::vector<std::string> arguments;
+  std::string name = Join({"ostra_", _tree.GetName(node)});
+  for (const NodeIndex operand : operands) {
+    parameters.push_back(_resolved.converted[operand]);
+    arguments.push_back(Expression(operand));
+    name += Join({"_", HelperWord(parameters.back())});
+  }
+  const UInt32 count = _types[parameters[0]].count;
+  std::vector<std::string> tests;
+  for (UInt32 i = 0; i < count; ++i) {
+    const std::string_view component = GetComponentName(i);
+    if (word == WordId::kNot)
+      tests.push_back(Join({"(v0.", component, " == 0) ? 1 : 0"}));
+    else if (word == WordId::kAny || word == WordId::kAll)
+      tests.push_back(Join({"v0.", component, " != 0"}));
+    else
+      tests.push_back(Join({"(v0.", component, " ", GetComparison(word), " v1.", component, ") ? 1 : 0"}));
+  }
+  const TypeIndex result = _resolved.type[node];
+  std::string value;
+  if (word == WordId::kAny || word == WordId::kAll)
+    for (const std::string& test : tests)
+      value += Join({value.empty() ? "" : word == WordId::kAny ? " || " : " && ", test});
+  else
+    value = Join({TypeName(result), "(", JoinList(tests), ")"});
+  return CallHelper(name, result, parameters, Join({"\treturn ", value, ";\n"}), arguments);
+}
+
+}  // namespace ostra::kernellanguage

@@ -1,0 +1,267 @@
+#include "parallelprogram/kernellanguage/literal.h"
+#include "parallelprogram/kernellanguage/plain_marks.h"
+#include "parallelprogram/kernellanguage/plain_printer.h"
+
+namespace ostra::kernellanguage {
+namespace {
+
+// How tightly operators bind; those of a group whose mixture readers and compilers doubt always get parentheses.
+struct Tightness {
+  Int level = 0;
+  Bool isDoubtful = false;
+};
+
+Tightness GetTightness(Operation operation) {
+  switch (operation) {
+    case Operation::kLogicalOr:
+      return {1};
+    case Operation::kLogicalAnd:
+      return {2};
+    case Operation::kBitOr:
+    case Operation::kBitXor:
+    case Operation::kBitAnd:
+      return {3, true};
+    case Operation::kEqual:
+    case Operation::kNotEqual:
+      return {4};
+    case Operation::kLess:
+    case Operation::kLessOrEqual:
+    case Operation::kGreater:
+    case Operation::kGreaterOrEqual:
+      return {5};
+    case Operation::kShiftLeft:
+    case Operation::kShiftRight:
+      return {6, true};
+    case Operation::kAdd:
+    case Operation::kSubtract:
+      return {7};
+    default:
+      return {8};
+  }
+}
+
+Bool NeedsParentheses(Operation inner, Operation outer, Bool isRight) {
+  const Tightness a = GetTightness(inner), b = GetTightness(outer);
+  const Bool isLogicalMixture = b.level <= 2 && a.level <= 2 && a.level != b.level;
+  return a.isDoubtful || b.isDoubtful || isLogicalMixture || a.level < b.level || (isRight && a.level == b.level);
+}
+
+}  // namespace
+
+std::string PlainPrinter::Mark(SourceOffset offset) { return MakeMark(offset); }
+
+std::string PlainPrinter::TypeName(TypeIndex type) {
+  while (_types[type].kind == TypeKind::kArray) type = _types[type].element;
+  if (_types[type].kind == TypeKind::kStruct) return NameOf(_types[type].declaration);
+  if (IsMatrix(type) && _types[type].count == 2) return "vec4";
+  if (IsBoolVector(type)) return _types.GetName(GetVectorType(Scalar::kInt32, _types[type].count));
+  return _types.GetName(type);
+}
+
+std::string PlainPrinter::ArraySizes(const TypeTable& types, TypeIndex type) {
+  const Type& kind = types[type];
+  if (kind.kind != TypeKind::kArray) return "";
+  return Join({"[", std::to_string(kind.count), "]", ArraySizes(types, kind.element)});
+}
+
+// An integer is written as the number that it is wanted as; 1 becomes 1.0 or 1u.
+std::string PlainPrinter::Literal(NodeIndex node, TypeIndex wanted) const {
+  const std::string_view text = _tree.GetName(node);
+  const TypeIndex type = _resolved.type[node];
+  LiteralValue value;
+  if (type == wanted || !_types.IsScalar(wanted) || !ParseLiteral(text, value)) return std::string(text);
+  if (IsInteger(value.scalar) && value.scalar != Scalar::kBool && value.integer < (UInt64{1} << 24)) {
+    if (wanted == kFloatType) return std::to_string(value.integer) + ".0";
+    if (wanted == kUIntType) return std::to_string(value.integer) + "u";
+  }
+  return Join({_types.GetName(wanted), "(", text, ")"});
+}
+
+std::string PlainPrinter::Expression(NodeIndex node, Binding lowest) {
+  if (_resolved.converted[node] == _resolved.type[node]) return Value(node, lowest);
+  const Bool isNumber = KindOf(node) == NodeKind::kLiteral && _types.IsScalar(_resolved.converted[node]);
+  const Bool isNegative = KindOf(node) == NodeKind::kUnary && _tree.nodes[node].operation == Operation::kMinus &&
+                          KindOf(Child(node, 0)) == NodeKind::kLiteral && _resolved.converted[node] == kFloatType;
+  if (isNegative && lowest <= Binding::kUnary) return Join({MarkOf(node), "-", Literal(Child(node, 0), kFloatType)});
+  return isNumber ? MarkOf(node) + Literal(node, _resolved.converted[node]) : Convert(node);
+}
+
+std::string PlainPrinter::Value(NodeIndex node, Binding lowest) {
+  Binding binding = Binding::kPostfix;
+  std::string text = ValueItself(node, binding);
+  return binding < lowest ? Join({"(", text, ")"}) : text;
+}
+
+std::string PlainPrinter::Operand(NodeIndex node, Operation operation, Bool isRight) {
+  const Bool isItself = _resolved.converted[node] == _resolved.type[node];
+  if (isItself && KindOf(node) == NodeKind::kBinary &&
+      NeedsParentheses(_tree.nodes[node].operation, operation, isRight))
+    return Join({"(", Value(node, Binding::kComma), ")"});
+  return Expression(node, Binding::kBinary);
+}
+
+std::string PlainPrinter::List(NodeIndex node, std::size_t first) {
+  const auto children = _tree.GetChildren(node);
+  std::string list;
+  for (std::size_t i = first; i < children.size(); ++i) list += Join({i == first ? "" : ", ", Expression(children[i])});
+  return list;
+}
+
+std::string PlainPrinter::ValueItself(NodeIndex node, Binding& binding) {
+  const auto child = [&](std::size_t i) { return Child(node, i); };
+  const Operation operation = _tree.nodes[node].operation;
+  const std::string_view sign = GetSpelling(operation), name = _tree.GetName(node);
+  const Meaning& meaning = _resolved.meaning[node];
+  const std::string mark = MarkOf(node);
+  switch (KindOf(node)) {
+    case NodeKind::kLiteral:
+      return Join({mark, name});
+    case NodeKind::kName:
+      return mark + Name(node, binding);
+    case NodeKind::kUniform:
+      return Join({mark, "UNIFORM(", name, ")"});
+    case NodeKind::kBuffer:
+      return Join({mark, "UNIFORM_BUFFER(", name, ")"});
+    case NodeKind::kLocalData:
+      return Join({mark, "LOCALDATA(", name, ", ", Expression(child(0)), ", ", Expression(child(1)), ")"});
+    case NodeKind::kUnary: {
+      binding = Binding::kUnary;
+      // "- -x" is no "--x".
+      const Bool isSignAgain = KindOf(child(0)) == NodeKind::kUnary;
+      return Join({mark, sign, Expression(child(0), isSignAgain ? Binding::kPostfix : Binding::kUnary)});
+    }
+    case NodeKind::kPostfix:
+      CheckPlainPlace(child(0));
+      return Join({Value(child(0), Binding::kPostfix), mark, sign});
+    case NodeKind::kBinary: {
+      const TypeIndex computed = _resolved.computed[node];
+      const Part left{child(0), _resolved.converted[child(0)]}, right{child(1), _resolved.converted[child(1)]};
+      if (meaning.word == WordId::kMul) return mark + MultiplyMatrix(_resolved.type[node], left, right);
+      // One of two columns is a vector here, and computed as one.
+      if (computed != kUnknownType && IsMatrix(computed) && _types[computed].count != 2 &&
+          IsMatrix(_resolved.type[node]))
+        return mark + ComputeMatrix(operation, _resolved.type[node], left, right);
+      binding = Binding::kBinary;
+      return Join({Operand(child(0), operation, false), " ", mark, sign, " ", Operand(child(1), operation, true)});
+    }
+    case NodeKind::kAssign:
+      CheckPlainPlace(child(0));
+      binding = Binding::kAssignment;
+      return Join({Value(child(0), Binding::kUnary), " ", mark, sign, "= ", Expression(child(1))});
+    case NodeKind::kConditional:
+      binding = Binding::kConditional;
+      return Join({Expression(child(0), Binding::kUnary), " ", mark, "? ", Expression(child(1), Binding::kUnary), " : ",
+                   Expression(child(2), Binding::kUnary)});
+    case NodeKind::kComma:
+      binding = Binding::kComma;
+      return Join({Value(child(0), Binding::kComma), mark, ", ", Expression(child(1))});
+    case NodeKind::kConstruct:
+    case NodeKind::kCast:
+      return mark + Construct(node, 1);
+    case NodeKind::kMemberOf:
+      if (meaning.kind == MeaningKind::kSwizzle) return mark + Swizzle(node);
+      if (meaning.kind == MeaningKind::kComponent && IsBoolVector(_resolved.type[child(0)]))
+        return Join({"(", Expression(child(0), Binding::kPostfix), mark, MemberText(node), " != 0)"});
+      return Join({Expression(child(0), Binding::kPostfix), mark, MemberText(node)});
+    case NodeKind::kIndex:
+      if (IsMatrix(_resolved.converted[child(0)])) return mark + Column(node);
+      if (_types.IsVector(_resolved.converted[child(0)]) && FindNumber(child(1)).value_or(4) < 4)
+        return Join({Expression(child(0), Binding::kPostfix), mark, ".", GetComponentName(*FindNumber(child(1)))});
+      if (IsTable(child(0))) return Join({mark, CallTable(node)});
+      return Join({Value(child(0), Binding::kPostfix), mark, "[", Expression(child(1), Binding::kComma), "]"});
+    case NodeKind::kInitializerList:
+      if (_types.IsVector(_resolved.type[node]) || IsMatrix(_resolved.type[node])) return mark + Construct(node, 0);
+      return Join({mark, "{", List(node, 0), "}"});
+    case NodeKind::kCall:
+      return mark + Call(node);
+    default:
+      break;
+  }
+  Refuse(node, Join({"this use of \"", name, sign, "\""}));
+  return "";
+}
+
+// Statements write swizzles and columns; expressions cannot.
+void PlainPrinter::CheckPlainPlace(NodeIndex place) {
+  if (_resolved.meaning[place].kind == MeaningKind::kSwizzle)
+    Refuse(place, "components that are written inside of an expression");
+  else if (IsInColumn(place))
+    Refuse(place, "a column that is written inside of an expression");
+}
+
+std::string PlainPrinter::MemberText(NodeIndex node) const {
+  const Meaning& meaning = _resolved.meaning[node];
+  const TypeIndex type = _resolved.type[Child(node, 0)];
+  if (meaning.kind == MeaningKind::kComponent && _types.IsVector(type))
+    return Join({".", GetComponentName(meaning.number)});
+  if (meaning.kind == MeaningKind::kComponent && IsMatrix(type))
+    return MakeColumn("", _types[type].count, meaning.number);
+  return Join({".", _tree.GetName(node)});
+}
+
+std::string PlainPrinter::Name(NodeIndex node, Binding& binding) {
+  const Meaning& meaning = _resolved.meaning[node];
+  if (meaning.kind != MeaningKind::kVariable) return std::string(_tree.GetName(node));
+  if (!_options.isForGpu || !_fileConstants.contains(meaning.target)) return NameOf(meaning.target);
+  // Variables outside of functions mean something else in every language.
+  const NodeIndex value = Child(meaning.target, 2);
+  if (value == kNoNode || _types[_resolved.type[meaning.target]].kind == TypeKind::kArray) {
+    Refuse(node, "a whole table in place of one of its numbers");
+    return "";
+  }
+  binding = Binding::kPostfix;
+  const std::string text = Expression(value, Binding::kPostfix);
+  return text;
+}
+
+Bool PlainPrinter::IsTable(NodeIndex node) const {
+  return _options.isForGpu && KindOf(node) == NodeKind::kName &&
+         _fileConstants.contains(_resolved.meaning[node].target);
+}
+
+// A table of numbers is a function of their index.
+std::string PlainPrinter::CallTable(NodeIndex node) {
+  const NodeIndex table = _resolved.meaning[Child(node, 0)].target, index = Child(node, 1);
+  const TypeIndex type = _resolved.type[table], element = _types[type].element;
+  if (_types[element].kind == TypeKind::kArray) {
+    Refuse(table, "a table of tables outside of functions");
+    return "";
+  }
+  const std::string name = Join({"ostra_table_", NameOf(table)});
+  if (!_helperNames.contains(name)) {
+    const std::string body = Join({"\tconst ", TypeName(element), " values", ArraySizes(_types, type), " = ",
+                                   Expression(Child(table, 2)), ";\n\treturn values[v0];\n"});
+    CallHelper(name, element, {kIntType}, body, {});
+  }
+  const std::string number = Expression(index, Binding::kComma);
+  return Join({name, "(", _resolved.converted[index] == kIntType ? number : Join({"int(", number, ")"}), ")"});
+}
+
+std::string PlainPrinter::Call(NodeIndex node) {
+  const Meaning& meaning = _resolved.meaning[node];
+  if (meaning.kind == MeaningKind::kWord && meaning.word >= WordId::kLessThan && meaning.word <= WordId::kNot)
+    return CallOfBools(node);
+  if (meaning.kind == MeaningKind::kWord && !_tree.GetChildren(node).empty()) {
+    const auto operands = _tree.GetChildren(node);
+    const auto isSmall = [&](NodeIndex operand) {
+      const TypeIndex type = _resolved.converted[operand];
+      return IsMatrix(type) && _types[type].count == 2;
+    };
+    if (meaning.word == WordId::kMul && operands.size() == 2)
+      return MultiplyMatrix(_resolved.type[node], {operands[0], _resolved.converted[operands[0]]},
+                            {operands[1], _resolved.converted[operands[1]]});
+    if (isSmall(operands[0])) return CallOfSmallMatrix(node);
+  }
+  if (meaning.kind != MeaningKind::kFunction) return Join({_tree.GetName(node), "(", List(node, 0), ")"});
+  std::string arguments = List(node, 0);
+  // Arguments that are not given.
+  const auto parameters = _tree.GetChildren(meaning.target);
+  for (std::size_t i = _tree.GetChildren(node).size() + 1; i + 1 < parameters.size(); ++i) {
+    const NodeIndex value = Child(parameters[i], 2);
+    if (value == kNoNode) continue;
+    arguments += Join({arguments.empty() ? "" : ", ", Expression(value)});
+  }
+  return Join({NameOf(meaning.target), "(", arguments, ")"});
+}
+
+}  // namespace ostra::kernellanguage

@@ -1,0 +1,154 @@
+#include "parallelprogram/kernellanguage/plain_form.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "parallelprogram/kernellanguage/plain_marks.h"
+#include "parallelprogram/kernellanguage/plain_printer.h"
+
+namespace ostra::kernellanguage {
+
+void PlainPrinter::Refuse(NodeIndex node, std::string reason) {
+  if (!_refusal) _refusal = NotUnderstood{_tree.nodes[node].offset, std::move(reason)};
+}
+
+// Marks what `node` needs: functions, structs and constants, and what these need.
+void PlainPrinter::FindUsed(NodeIndex node) {
+  if (node == kNoNode) return;
+  const NodeIndex target = _resolved.meaning[node].target;
+  FindUsedType(_resolved.type[node]);
+  FindUsedType(_resolved.converted[node]);
+  if (target != kNoNode && !_isUsed[target]) {
+    const NodeKind kind = KindOf(target);
+    if (kind == NodeKind::kFunction || kind == NodeKind::kVariable) {
+      _isUsed[target] = true;
+      FindUsed(target);
+    }
+  }
+  for (const NodeIndex child : _tree.GetChildren(node)) FindUsed(child);
+}
+
+void PlainPrinter::FindUsedType(TypeIndex type) {
+  const Type& kind = _types[type];
+  if (kind.kind == TypeKind::kArray || kind.kind == TypeKind::kBuffer) return FindUsedType(kind.element);
+  if (kind.kind != TypeKind::kStruct || _isUsed[kind.declaration]) return;
+  _isUsed[kind.declaration] = true;
+  for (const NodeIndex member : _tree.GetChildren(kind.declaration)) FindUsedType(_resolved.type[member]);
+}
+
+void PlainPrinter::PrintStruct(NodeIndex node) {
+  Line({"struct ", MarkOf(node), NameOf(node)});
+  Line({"{"});
+  ++_depth;
+  for (const NodeIndex member : _tree.GetChildren(node)) {
+    const TypeIndex type = _resolved.type[member];
+    Line({TypeName(type), " ", MarkOf(member), _tree.GetName(member), ArraySizes(_types, type), ";"});
+  }
+  --_depth;
+  Line({"};"});
+}
+
+// The translator drops the line behind a directive.
+void PlainPrinter::PrintDirective(NodeIndex node) {
+  const Bool isGroupSize = KindOf(node) == NodeKind::kGroupSize;
+  Line({MarkOf(node), isGroupSize ? "GROUPSIZE" : _tree.GetName(node), "(", List(node, 0), ")"});
+  _text += '\n';
+}
+
+// As it is written: the words of parameters are those of the host, too.
+std::string PlainPrinter::ParameterType(NodeIndex type) const {
+  std::string name(_tree.GetName(type));
+  const auto arguments = _tree.GetChildren(type);
+  for (std::size_t i = 0; i < arguments.size(); ++i) name += Join({i == 0 ? "<" : ", ", ParameterType(arguments[i])});
+  if (!arguments.empty()) name += ">";
+  return Join({_tree.HasFlag(type, kIsConst) ? "const " : "", name, _tree.HasFlag(type, kIsPointer) ? "*" : ""});
+}
+
+void PlainPrinter::PrintParameters() {
+  if (_resolved.parameters.empty()) return;
+  Line({MarkOf(_tree.parameters), "#define KERNELINPUTS \\"});
+  for (const NodeIndex parameter : _resolved.parameters) {
+    const Bool isLast = parameter == _resolved.parameters.back();
+    Line({"(", ParameterType(Child(parameter, 0)), ") ", MarkOf(parameter), _tree.GetName(parameter),
+          isLast ? "" : ", \\"});
+  }
+  _text += '\n';
+}
+
+// For GPUs constants stand where they are used.
+void PlainPrinter::PrintConstant(NodeIndex declaration) {
+  for (const NodeIndex variable : _tree.GetChildren(declaration)) {
+    _fileConstants.insert(variable);
+    if (_isUsed[variable] && !_options.isForGpu) Line({"const ", VariableText(variable), ";"});
+  }
+}
+
+void PlainPrinter::PrintFunction(NodeIndex node) {
+  std::string parameters;
+  const auto children = _tree.GetChildren(node);
+  for (std::size_t i = 1; i + 1 < children.size(); ++i) {
+    const NodeIndex parameter = children[i];
+    const TypeIndex type = _resolved.type[parameter];
+    const Bool isConst = _tree.HasFlag(parameter, kIsConst), isReference = _tree.HasFlag(parameter, kIsReference);
+    const std::string name = TypeName(type);
+    std::string written = name;
+    if (isReference && isConst) written = Join({"CPU_CONSTREF(", name, ")"});
+    if (_tree.HasFlag(parameter, kIsInOut) || (isReference && !isConst)) written = Join({"INOUT ", name});
+    if (_tree.HasFlag(parameter, kIsOut)) written = Join({"out ", name});
+    if (isConst && !isReference) written = Join({"const ", name});
+    parameters +=
+        Join({i == 1 ? "" : ", ", written, " ", MarkOf(parameter), NameOf(parameter), ArraySizes(_types, type)});
+  }
+  Line({"inline ", TypeName(_resolved.type[children[0]]), " ", MarkOf(node), NameOf(node), "(", parameters, ")"});
+  Body(children.back());
+  _text += '\n';
+}
+
+void PlainPrinter::PrintKernel() {
+  Line({MarkOf(_tree.kernel), "OSTRA_PARALLEL_KERNEL(", _tree.GetName(_tree.kernel), ", KERNELINPUTS)"});
+  Body(Child(_tree.kernel, 0));
+  Line({"OSTRA_PARALLEL_KERNEL_END"});
+}
+
+PlainForm PlainPrinter::Print() {
+  _isUsed.assign(_tree.nodes.size(), false);
+  FindUsed(_tree.kernel);
+  FindUsed(_tree.parameters);
+  FindNames();
+  const auto items = _tree.GetChildren(_tree.root);
+  const auto printAll = [&](std::initializer_list<NodeKind> kinds, auto&& print) {
+    for (const NodeIndex item : items) {
+      if (item != kNoNode && std::find(kinds.begin(), kinds.end(), KindOf(item)) != kinds.end()) print(item);
+    }
+  };
+  printAll({NodeKind::kStruct}, [&](NodeIndex item) {
+    if (_isUsed[item]) PrintStruct(item);
+  });
+  _header = std::move(_text);
+  _text.clear();
+  printAll({NodeKind::kDeclaration}, [&](NodeIndex item) { PrintConstant(item); });
+  const std::string constants = std::exchange(_text, {});
+  printAll({NodeKind::kFunction}, [&](NodeIndex item) {
+    if (_isUsed[item]) PrintFunction(item);
+  });
+  printAll({NodeKind::kNoiseMark}, [&](NodeIndex) { Line({"ADDNOISECALL"}); });
+  PrintKernel();
+  std::string body = std::move(_text);
+  _text.clear();
+  printAll({NodeKind::kGroupSize, NodeKind::kTuning}, [&](NodeIndex item) { PrintDirective(item); });
+  PrintParameters();
+  PlainForm form;
+  form.refusal = std::move(_refusal);
+  if (form.refusal) return form;
+
+  TakeMarks(_header, form);
+  form.headerSize = form.text.size();
+  TakeMarks(Join({_text, constants, _helpers, body}), form);
+  return form;
+}
+
+PlainForm PrintPlainForm(const AnalyzedKernel& kernel, const PlainOptions& options) {
+  return PlainPrinter(kernel, options).Print();
+}
+
+}  // namespace ostra::kernellanguage

@@ -1,0 +1,35 @@
+// The plain form of a kernel: the whole of it written again in the words that all shading languages and the line
+// translator take. Swizzles become components, macros and headers what they stand for, functions get lines of their
+// own.
+//
+//   PlainForm plain = PrintPlainForm(kernel, {.isForGpu = true});
+//   if (!plain.refusal) ... plain.text
+//
+// Kernels that are plain already are left as they are (IsPlain), so nothing of this touches them.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "parallelprogram/kernellanguage/front_end.h"
+
+namespace ostra::kernellanguage {
+
+struct PlainForm {
+  // Structs first, then everything else. On the CPU it is a kernel file; for GPUs its first `headerSize` bytes stand in
+  // for the kernel's headers and the rest for its file.
+  std::string text;
+  std::size_t headerSize = 0;
+  std::vector<TextMark> marks;           // in the order of their positions; the first is at 0
+  std::optional<NotUnderstood> refusal;  // something that has no plain form; then there is no text
+};
+
+struct PlainOptions {
+  Bool isForGpu = false;
+};
+
+// The kernel must be understood. Pure; thread-safe; throws std::bad_alloc.
+PlainForm PrintPlainForm(const AnalyzedKernel& kernel, const PlainOptions& options);
+
+}  // namespace ostra::kernellanguage

@@ -1,0 +1,151 @@
+// The state of PrintPlainForm, and how its parts call each other. Internal to plain_*.cpp.
+//
+// Texts carry marks, which say where in the source a piece comes from, until Print takes them out (plain_marks.cpp).
+#pragma once
+
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "parallelprogram/kernellanguage/join.h"
+#include "parallelprogram/kernellanguage/plain_form.h"
+
+namespace ostra::kernellanguage {
+
+// How tightly an expression is bound; what is bound less tightly than its place needs gets parentheses.
+enum class Binding : UInt8 { kComma, kAssignment, kConditional, kBinary, kUnary, kPostfix };
+
+// "x" to "w".
+inline std::string_view GetComponentName(UInt32 component) { return std::string_view("xyzw").substr(component, 1); }
+
+std::string JoinList(const std::vector<std::string>& parts);  // "a, b"
+
+class PlainPrinter {
+ public:
+  PlainPrinter(const AnalyzedKernel& kernel, const PlainOptions& options)
+      : _tree(kernel.tree), _resolved(kernel.resolved), _types(kernel.resolved.types), _options(options) {}
+
+  PlainForm Print();
+
+ private:
+  NodeIndex Child(NodeIndex node, std::size_t index) const { return _tree.GetChild(node, index); }
+  NodeKind KindOf(NodeIndex node) const { return _tree.nodes[node].kind; }
+  void Refuse(NodeIndex node, std::string reason);
+
+  // plain_form.cpp: the file
+  void FindUsed(NodeIndex node);
+  void FindUsedType(TypeIndex type);
+  void PrintStruct(NodeIndex node);
+  void PrintDirective(NodeIndex node);
+  void PrintParameters();
+  void PrintConstant(NodeIndex declaration);
+  void PrintFunction(NodeIndex node);
+  void PrintKernel();
+  std::string ParameterType(NodeIndex type) const;
+
+  // plain_names.cpp
+  void FindNames();
+  std::string NameOf(NodeIndex declaration) const;
+
+  // plain_statements.cpp
+  void Line(std::initializer_list<std::string_view> parts);
+  void Statement(NodeIndex node);
+  void Body(NodeIndex statement);  // in braces
+  void Declaration(NodeIndex node);
+  void ExpressionStatement(NodeIndex expression);
+  Bool WriteSwizzle(NodeIndex assignment);
+  Bool WriteChange(NodeIndex assignment);
+  // A place that may be named several times: what may have effects in it is computed before, on lines of its own.
+  std::string Place(NodeIndex node);
+  std::string ColumnPlace(NodeIndex node);
+  void WriteColumns();
+  Bool IsInColumn(NodeIndex place) const;
+  std::string NewName(std::string_view what);
+  std::string VariableText(NodeIndex variable);
+  std::string ForStart(NodeIndex node);
+
+  // plain_expressions.cpp. Expression gives the value as the type that it is wanted as, Value as its own.
+  std::string Expression(NodeIndex node, Binding lowest = Binding::kAssignment);
+  std::string Value(NodeIndex node, Binding lowest);
+  std::string ValueItself(NodeIndex node, Binding& binding);
+  std::string Operand(NodeIndex node, Operation operation, Bool isRight);
+  std::string List(NodeIndex node, std::size_t first);
+  std::string Name(NodeIndex node, Binding& binding);
+  Bool IsTable(NodeIndex node) const;
+  std::string CallTable(NodeIndex node);
+  std::string Call(NodeIndex node);
+  void CheckPlainPlace(NodeIndex place);
+  std::string MemberText(NodeIndex node) const;  // ".x"
+  std::string Literal(NodeIndex node, TypeIndex wanted) const;
+  std::string TypeName(TypeIndex type);
+  static std::string ArraySizes(const TypeTable& types, TypeIndex type);
+  static std::string Mark(SourceOffset offset);
+  std::string MarkOf(NodeIndex node) const { return Mark(_tree.nodes[node].offset); }
+
+  // plain_helpers.cpp: what needs a value more than once is a function, unless the value is a name.
+  // A value and the type that it is taken as: its own, or the one that it is wanted as.
+  struct Part {
+    NodeIndex node = kNoNode;
+    TypeIndex type = kUnknownType;
+  };
+  Bool IsSimple(NodeIndex node) const;
+  Bool IsSimpleValue(NodeIndex node) const;  // of its own type
+  std::string Convert(NodeIndex node);
+  std::string ConvertScalar(const std::string& value, Scalar from, Scalar to);
+  std::string ConstructVector(TypeIndex type, const std::vector<Part>& parts);
+  std::string Swizzle(NodeIndex node);
+  std::string PartText(const Part& part, Binding lowest);
+  std::string StoredComponent(const std::string& value, Scalar from, Scalar to);
+  std::string Construct(NodeIndex node, std::size_t first);
+  std::string ConstructScalar(TypeIndex type, const Part& part);
+  std::string ConstructStruct(TypeIndex type, const std::vector<Part>& parts);
+  std::string HelperWord(TypeIndex type) const;
+  // The components of a value with this text, in its own scalar type.
+  std::vector<std::string> Components(const std::string& value, TypeIndex type) const;
+  // A call of the helper `name`, which is written at its first use.
+  std::string CallHelper(const std::string& name, TypeIndex result, const std::vector<TypeIndex>& parameters,
+                         const std::string& body, const std::vector<std::string>& arguments);
+
+  // plain_matrices.cpp
+  Bool IsMatrix(TypeIndex type) const;
+  std::optional<UInt32> FindNumber(NodeIndex node) const;  // of an integer as it is written
+  std::string MakeColumn(std::string_view matrix, UInt32 count, UInt32 column) const;
+  std::string MakeElement(std::string_view matrix, UInt32 count, UInt32 column, UInt32 row) const;
+  std::string MakeMatrix(TypeIndex type, const std::vector<std::string>& components);
+  std::string ConstructMatrix(TypeIndex type, const std::vector<Part>& parts);
+  std::string ComputeMatrix(Operation operation, TypeIndex result, const Part& left, const Part& right);
+  std::string MultiplyMatrix(TypeIndex result, const Part& left, const Part& right);
+  std::string CallOfSmallMatrix(NodeIndex node);
+  std::string Column(NodeIndex node);
+  std::string CallColumn(TypeIndex type, const std::string& matrix, const std::string& index);
+
+  // plain_bools.cpp
+  Bool IsBoolVector(TypeIndex type) const;
+  std::string CallOfBools(NodeIndex node);
+
+  const SyntaxTree& _tree;
+  const ResolvedTree& _resolved;
+  const TypeTable& _types;
+  const PlainOptions& _options;
+
+  std::string _header, _helpers, _text;
+  std::set<std::string> _helperNames;
+  std::set<NodeIndex> _fileConstants;
+  std::vector<Bool> _isUsed;                // functions, structs and constants that the kernel needs
+  std::map<NodeIndex, std::string> _names;  // of declarations that are called otherwise here
+  std::set<std::string_view> _declaredNames;
+  std::size_t _depth = 0;
+  SourceOffset _place = 0;  // of the statement that is being written
+  Int _temporaries = 0;
+  struct ChangedColumn {
+    std::string matrix, index, name;
+    UInt32 count = 0;
+    std::optional<UInt32> number = {};  // of the column, where it is written as one
+  };
+  std::vector<ChangedColumn> _changedColumns;  // that the statement writes back at its end
+  std::optional<NotUnderstood> _refusal;
+};
+
+}  // namespace ostra::kernellanguage

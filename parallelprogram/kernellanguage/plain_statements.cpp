@@ -1,0 +1,266 @@
+#include "parallelprogram/kernellanguage/plain_printer.h"
+
+namespace ostra::kernellanguage {
+
+void PlainPrinter::Line(std::initializer_list<std::string_view> parts) {
+  _text.append(_depth, '\t');
+  for (const std::string_view part : parts) _text += part;
+  _text += '\n';
+}
+
+void PlainPrinter::Body(NodeIndex statement) {
+  Line({"{"});
+  ++_depth;
+  if (statement != kNoNode && KindOf(statement) == NodeKind::kBlock) {
+    for (const NodeIndex child : _tree.GetChildren(statement)) Statement(child);
+  } else {
+    Statement(statement);
+  }
+  --_depth;
+  Line({"}"});
+}
+
+std::string PlainPrinter::VariableText(NodeIndex variable) {
+  const TypeIndex type = _resolved.type[variable];
+  const NodeIndex value = Child(variable, 2);
+  const std::string declared =
+      Join({TypeName(type), " ", MarkOf(variable), NameOf(variable), ArraySizes(_types, type)});
+  return value == kNoNode ? declared : Join({declared, " = ", Expression(value)});
+}
+
+void PlainPrinter::Declaration(NodeIndex node) {
+  for (const NodeIndex variable : _tree.GetChildren(node)) {
+    const std::string_view constant = _tree.HasFlag(variable, kIsConst) ? "const " : "";
+    const std::string_view atomic =
+        _tree.HasFlag(node, kIsAtomic) || _tree.HasFlag(variable, kIsAtomic) ? "ATOMIC " : "";
+    Line({constant, atomic, VariableText(variable), ";"});
+  }
+}
+
+// The place with its indices in variables, so that naming it again reads and changes nothing more.
+std::string PlainPrinter::Place(NodeIndex node) {
+  switch (KindOf(node)) {
+    case NodeKind::kMemberOf:
+      if (_resolved.meaning[node].kind == MeaningKind::kSwizzle) break;
+      return Join({Place(Child(node, 0)), MemberText(node)});
+    case NodeKind::kIndex: {
+      if (IsMatrix(_resolved.converted[Child(node, 0)])) return ColumnPlace(node);
+      const std::string place = Place(Child(node, 0));
+      const NodeIndex index = Child(node, 1);
+      if (IsSimple(index)) return Join({place, "[", Expression(index, Binding::kComma), "]"});
+      const std::string name = NewName("Index");
+      Line({"const ", TypeName(_resolved.converted[index]), " ", name, " = ", Expression(index), ";"});
+      return Join({place, "[", name, "]"});
+    }
+    case NodeKind::kName:
+    case NodeKind::kBuffer:
+      return Value(node, Binding::kPostfix);
+    default:
+      break;
+  }
+  Refuse(node, "this place for components");
+  return "";
+}
+
+std::string PlainPrinter::NewName(std::string_view what) {
+  return Join({"ostra", what, std::to_string(++_temporaries)});
+}
+
+// v.xy = ..., v.xy += ...: the value first, then one component after the other.
+Bool PlainPrinter::WriteSwizzle(NodeIndex assignment) {
+  const NodeIndex target = Child(assignment, 0), value = Child(assignment, 1);
+  const Meaning& meaning = _resolved.meaning[target];
+  if (meaning.kind != MeaningKind::kSwizzle) return false;
+  const TypeIndex type = _resolved.type[target];
+  Line({"{"});
+  ++_depth;
+  const std::string place = Place(Child(target, 0)), name = NewName("Value");
+  Line({"const ", TypeName(_resolved.converted[value]), " ", name, " = ", Expression(value), ";"});
+  const Bool isScalar = _types.IsScalar(_resolved.converted[value]);
+  const std::string_view sign = GetSpelling(_tree.nodes[assignment].operation);
+  for (UInt32 i = 0; i < _types[type].count; ++i) {
+    const std::string component = Join({place, ".", GetComponentName(GetSwizzleComponent(meaning.number, i))});
+    const std::string part = isScalar ? name : Join({name, ".", GetComponentName(i)});
+    const std::string changed = sign.empty() ? part : Join({component, " ", sign, " ", part});
+    const TypeIndex computed = GetScalarType(_types[_resolved.converted[value]].scalar);
+    Line({MarkOf(assignment), component, " = ", StoredComponent(changed, _types[computed].scalar, _types[type].scalar),
+          ";"});
+  }
+  WriteColumns();
+  --_depth;
+  Line({"}"});
+  return true;
+}
+
+// A column that has no place of its own is changed in a variable and written back (WriteColumns).
+std::string PlainPrinter::ColumnPlace(NodeIndex node) {
+  const NodeIndex matrix = Child(node, 0), index = Child(node, 1);
+  const TypeIndex type = _resolved.converted[matrix];
+  const UInt32 count = _types[type].count;
+  const auto number = FindNumber(index);
+  const std::string place = Place(matrix);
+  if (count != 2 && number && *number < count) return MakeColumn(place, count, *number);
+  std::string column = number ? std::to_string(*number) : Expression(index);
+  if (!number && !IsSimple(index)) {
+    column = NewName("Index");
+    Line({"const int ", column, " = ", Expression(index), ";"});
+  }
+  if (count != 2 && _options.isForGpu) return Join({place, "[", column, "]"});
+  const std::string name = NewName("Column");
+  Line({TypeName(_resolved.type[node]), " ", name, " = ", CallColumn(type, place, column), ";"});
+  _changedColumns.push_back({place, column, name, count, number && *number < count ? number : std::nullopt});
+  return name;
+}
+
+void PlainPrinter::WriteColumns() {
+  for (const ChangedColumn& changed : _changedColumns) {
+    const auto write = [&](UInt32 i) {
+      if (changed.count != 2) return Line({MakeColumn(changed.matrix, changed.count, i), " = ", changed.name, ";"});
+      for (UInt32 k = 0; k < 2; ++k)
+        Line({MakeElement(changed.matrix, 2, i, k), " = ", changed.name, ".", GetComponentName(k), ";"});
+    };
+    if (changed.number) {
+      write(*changed.number);
+      continue;
+    }
+    for (UInt32 i = 0; i < changed.count; ++i) {
+      const std::string_view chain = i == 0 ? "if (" : "else if (";
+      if (i + 1 < changed.count)
+        Line({chain, changed.index, " == ", std::to_string(i), ")"});
+      else
+        Line({"else"});
+      Line({"{"});
+      ++_depth;
+      write(i);
+      --_depth;
+      Line({"}"});
+    }
+  }
+  _changedColumns.clear();
+}
+
+// Whether a column of a matrix is changed, or a part of one.
+Bool PlainPrinter::IsInColumn(NodeIndex place) const {
+  for (; KindOf(place) == NodeKind::kMemberOf || KindOf(place) == NodeKind::kIndex; place = Child(place, 0)) {
+    if (KindOf(place) == NodeKind::kIndex && IsMatrix(_resolved.converted[Child(place, 0)])) return true;
+  }
+  return false;
+}
+
+// What is assigned in another way than it is written: m *= n, i *= 1.5, m[1] = v, b.x = true.
+Bool PlainPrinter::WriteChange(NodeIndex assignment) {
+  const NodeIndex target = Child(assignment, 0), value = Child(assignment, 1);
+  const TypeIndex type = _resolved.type[target], computed = _resolved.computed[assignment];
+  const Operation operation = _tree.nodes[assignment].operation;
+  const Bool isColumn = IsInColumn(target);
+  const Bool isBool = KindOf(target) == NodeKind::kMemberOf && IsBoolVector(_resolved.type[Child(target, 0)]);
+  const Bool isConverted = operation != Operation::kNone && (computed != type || IsMatrix(type));
+  if (!isColumn && !isBool && !isConverted) return false;
+  Line({"{"});
+  ++_depth;
+  const std::string place = Place(target);
+  const Part right{value, _resolved.converted[value]};
+  std::string changed = Expression(value);
+  if (isBool) {
+    changed = Join({"int(", changed, ")"});
+  } else if (_resolved.meaning[assignment].word == WordId::kMul) {
+    changed = MultiplyMatrix(type, {target, type}, right);
+  } else if (operation != Operation::kNone && IsMatrix(type) && _types[type].count != 2) {
+    changed = ComputeMatrix(operation, type, {target, type}, right);
+  } else if (operation != Operation::kNone) {
+    const Bool isOfScalars = _types.IsScalar(type) && _types.IsScalar(computed);
+    if (computed != type && !isOfScalars) Refuse(assignment, "this change of a vector by numbers of another type");
+    const std::string left = computed == type ? place : Join({TypeName(computed), "(", place, ")"});
+    const std::string sum = Join({left, " ", GetSpelling(operation), " ", Expression(value, Binding::kUnary)});
+    changed = computed == type ? sum : Join({TypeName(type), "(", sum, ")"});
+  }
+  Line({MarkOf(assignment), place, " = ", changed, ";"});
+  WriteColumns();
+  --_depth;
+  Line({"}"});
+  return true;
+}
+
+void PlainPrinter::ExpressionStatement(NodeIndex expression) {
+  if (KindOf(expression) == NodeKind::kComma) {
+    ExpressionStatement(Child(expression, 0));
+    return ExpressionStatement(Child(expression, 1));
+  }
+  if (KindOf(expression) == NodeKind::kAssign && (WriteSwizzle(expression) || WriteChange(expression))) return;
+  Line({Value(expression, Binding::kComma), ";"});
+}
+
+std::string PlainPrinter::ForStart(NodeIndex node) {
+  if (node == kNoNode) return "";
+  if (KindOf(node) == NodeKind::kExpressionStatement) return Value(Child(node, 0), Binding::kComma);
+  std::string text;
+  for (const NodeIndex variable : _tree.GetChildren(node)) {
+    const std::string declared = VariableText(variable);
+    // Further variables go without their type.
+    text += text.empty() ? declared : Join({", ", declared.substr(declared.find(' ') + 1)});
+  }
+  return text;
+}
+
+void PlainPrinter::Statement(NodeIndex node) {
+  if (node == kNoNode || _refusal) return;
+  _place = _tree.nodes[node].offset;
+  const auto child = [&](std::size_t i) { return Child(node, i); };
+  switch (KindOf(node)) {
+    case NodeKind::kBlock:
+      return Body(node);
+    case NodeKind::kDeclaration:
+      return Declaration(node);
+    case NodeKind::kExpressionStatement:
+      return ExpressionStatement(child(0));
+    case NodeKind::kIf:
+      Line({MarkOf(node), "if (", Expression(child(0), Binding::kComma), ")"});
+      Body(child(1));
+      if (child(2) == kNoNode) return;
+      Line({"else"});
+      return Body(child(2));
+    case NodeKind::kFor: {
+      const std::string start = ForStart(child(0));
+      Line({MarkOf(node), "for (", start, "; ", child(1) == kNoNode ? "" : Expression(child(1), Binding::kComma), "; ",
+            child(2) == kNoNode ? "" : Value(child(2), Binding::kComma), ")"});
+      return Body(child(3));
+    }
+    case NodeKind::kWhile:
+      Line({MarkOf(node), "while (", Expression(child(0), Binding::kComma), ")"});
+      return Body(child(1));
+    case NodeKind::kDoWhile:
+      Line({MarkOf(node), "do"});
+      Body(child(0));
+      return Line({"while (", Expression(child(1), Binding::kComma), ");"});
+    case NodeKind::kSwitch:
+      Line({MarkOf(node), "switch (", Expression(child(0), Binding::kComma), ")"});
+      return Body(child(1));
+    case NodeKind::kCase:
+      return Line({MarkOf(node), "case ", Expression(child(0)), ":"});
+    case NodeKind::kDefault:
+      return Line({MarkOf(node), "default:"});
+    case NodeKind::kBreak:
+      return Line({MarkOf(node), "break;"});
+    case NodeKind::kContinue:
+      return Line({MarkOf(node), "continue;"});
+    case NodeKind::kReturn:
+      if (child(0) == kNoNode) return Line({MarkOf(node), "return;"});
+      return Line({MarkOf(node), "return ", Expression(child(0), Binding::kComma), ";"});
+    case NodeKind::kEmpty:
+      return;
+    case NodeKind::kNoiseMark:
+      return Line({MarkOf(node), "ADDNOISECALL"});
+    case NodeKind::kSharedArray:
+      return Line({MarkOf(node), "GROUPSHAREDMEM(", TypeName(_resolved.type[child(0)]), ", ", NameOf(node), ", ",
+                   Expression(child(1)), ")"});
+    case NodeKind::kMakeLocal:
+      return Line({MarkOf(node), "MAKELOCAL(", _tree.GetName(node), ", ", Expression(child(0)), ", ",
+                   _tree.GetName(child(1)), ")"});
+    case NodeKind::kBarrier:
+      return Line({MarkOf(node), "groupSharedBarrier;"});
+    default:
+      return Refuse(node, Join({"\"", GetKindName(KindOf(node)), "\""}));
+  }
+}
+
+}  // namespace ostra::kernellanguage
