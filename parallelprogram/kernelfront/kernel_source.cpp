@@ -189,8 +189,8 @@ Result<String> GenerateKernelSource(const KernelSourceOptions& options, std::str
 }
 
 Result<String> GenerateStructHeader(const KernelSourceOptions& options, std::string_view text) {
-  return ReadAndPrint(options, text, [&options](kernelfront::KernelFile&, const auto& kernel) {
-    return kernelfront::MakeStructHeader(options.classId, kernel);
+  return ReadAndPrint(options, text, [&options](const KernelRead& read) {
+    return kernelfront::MakeStructHeader(options.classId, read.kernel);
   });
 }
 
