@@ -237,6 +237,30 @@ std::string PlainPrinter::CallTable(NodeIndex node) {
   return Join({name, "(", _resolved.converted[index] == kIntType ? number : Join({"int(", number, ")"}), ")"});
 }
 
+// Whether the argument must be a variable, and is none: not every language takes references to elements and components.
+Bool PlainPrinter::NeedsCopy(NodeIndex call, NodeIndex argument, NodeIndex parameter) const {
+  const Bool isConst = _tree.HasFlag(parameter, kIsConst);
+  const Bool isChanged = _tree.HasFlag(parameter, kIsInOut) || _tree.HasFlag(parameter, kIsOut) ||
+                         (_tree.HasFlag(parameter, kIsReference) && !isConst);
+  if (!isChanged || KindOf(argument) == NodeKind::kName) return false;
+  // Metal alone takes no elements.
+  return (_options.isForGpu && call == _copyingCall) || _resolved.meaning[argument].kind == MeaningKind::kSwizzle ||
+         IsInColumn(argument);
+}
+
+std::string PlainPrinter::Arguments(NodeIndex node) {
+  const auto parameters = _tree.GetChildren(_resolved.meaning[node].target);
+  const auto children = _tree.GetChildren(node);
+  std::string list;
+  for (std::size_t i = 0; i < children.size(); ++i) {
+    const Bool isCopied = i + 2 < parameters.size() && NeedsCopy(node, children[i], parameters[i + 1]);
+    if (isCopied && node != _copyingCall)
+      Refuse(children[i], "an argument that is changed and no variable, in a call inside of an expression");
+    list += Join({i == 0 ? "" : ", ", isCopied ? CopyArgument(children[i]) : Expression(children[i])});
+  }
+  return list;
+}
+
 std::string PlainPrinter::Call(NodeIndex node) {
   const Meaning& meaning = _resolved.meaning[node];
   if (meaning.kind == MeaningKind::kWord && meaning.word >= WordId::kLessThan && meaning.word <= WordId::kNot)
@@ -253,7 +277,7 @@ std::string PlainPrinter::Call(NodeIndex node) {
     if (isSmall(operands[0])) return CallOfSmallMatrix(node);
   }
   if (meaning.kind != MeaningKind::kFunction) return Join({_tree.GetName(node), "(", List(node, 0), ")"});
-  std::string arguments = List(node, 0);
+  std::string arguments = Arguments(node);
   // Arguments that are not given.
   const auto parameters = _tree.GetChildren(meaning.target);
   for (std::size_t i = _tree.GetChildren(node).size() + 1; i + 1 < parameters.size(); ++i) {

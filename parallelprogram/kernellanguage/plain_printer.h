@@ -61,6 +61,9 @@ class PlainPrinter {
   std::string Place(NodeIndex node);
   std::string ColumnPlace(NodeIndex node);
   void WriteColumns();
+  std::string CopyArgument(NodeIndex argument);
+  void WriteBack();
+  NodeIndex FindWholeCall(NodeIndex expression) const;
   Bool IsInColumn(NodeIndex place) const;
   std::string NewName(std::string_view what);
   std::string VariableText(NodeIndex variable);
@@ -76,6 +79,8 @@ class PlainPrinter {
   Bool IsTable(NodeIndex node) const;
   std::string CallTable(NodeIndex node);
   std::string Call(NodeIndex node);
+  std::string Arguments(NodeIndex node);
+  Bool NeedsCopy(NodeIndex call, NodeIndex argument, NodeIndex parameter) const;
   void CheckPlainPlace(NodeIndex place);
   std::string MemberText(NodeIndex node) const;  // ".x"
   std::string Literal(NodeIndex node, TypeIndex wanted) const;
@@ -137,7 +142,9 @@ class PlainPrinter {
   std::map<NodeIndex, std::string> _names;  // of declarations that are called otherwise here
   std::set<std::string_view> _declaredNames;
   std::size_t _depth = 0;
-  SourceOffset _place = 0;  // of the statement that is being written
+  NodeIndex _copyingCall = kNoNode;      // whose arguments may be copied before the statement
+  std::vector<std::string> _writeBacks;  // statements behind the one that is being written
+  SourceOffset _place = 0;               // of the statement that is being written
   Int _temporaries = 0;
   struct ChangedColumn {
     std::string matrix, index, name;

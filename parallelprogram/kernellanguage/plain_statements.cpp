@@ -1,3 +1,5 @@
+#include <utility>
+
 #include "parallelprogram/kernellanguage/plain_printer.h"
 
 namespace ostra::kernellanguage {
@@ -33,7 +35,10 @@ void PlainPrinter::Declaration(NodeIndex node) {
     const std::string_view constant = _tree.HasFlag(variable, kIsConst) ? "const " : "";
     const std::string_view atomic =
         _tree.HasFlag(node, kIsAtomic) || _tree.HasFlag(variable, kIsAtomic) ? "ATOMIC " : "";
-    Line({constant, atomic, VariableText(variable), ";"});
+    _copyingCall = FindWholeCall(Child(variable, 2));
+    const std::string text = VariableText(variable);
+    Line({constant, atomic, text, ";"});
+    WriteBack();
   }
 }
 
@@ -62,6 +67,38 @@ std::string PlainPrinter::Place(NodeIndex node) {
   return "";
 }
 
+// A variable in the place of an argument; what the call makes of it is written back behind the statement.
+std::string PlainPrinter::CopyArgument(NodeIndex argument) {
+  const Meaning& meaning = _resolved.meaning[argument];
+  const TypeIndex type = _resolved.type[argument];
+  const Bool isSwizzle = meaning.kind == MeaningKind::kSwizzle;
+  const std::string place = Place(isSwizzle ? Child(argument, 0) : argument), name = NewName("Argument");
+  if (!isSwizzle) {
+    Line({TypeName(type), " ", name, " = ", place, ";"});
+    _writeBacks.push_back(Join({place, " = ", name, ";"}));
+    return name;
+  }
+  std::vector<std::string> components;
+  for (UInt32 i = 0; i < _types[type].count; ++i) {
+    components.push_back(Join({place, ".", GetComponentName(GetSwizzleComponent(meaning.number, i))}));
+    _writeBacks.push_back(Join({components.back(), " = ", name, ".", GetComponentName(i), ";"}));
+  }
+  Line({TypeName(type), " ", name, " = ", TypeName(type), "(", JoinList(components), ");"});
+  return name;
+}
+
+// Behind a statement: what its calls have changed.
+void PlainPrinter::WriteBack() {
+  for (const std::string& text : std::exchange(_writeBacks, {})) Line({text});
+  WriteColumns();
+}
+
+// The call that is all of an expression, or all that is assigned: nothing else happens in its statement.
+NodeIndex PlainPrinter::FindWholeCall(NodeIndex expression) const {
+  if (expression != kNoNode && KindOf(expression) == NodeKind::kAssign) expression = Child(expression, 1);
+  return expression != kNoNode && KindOf(expression) == NodeKind::kCall ? expression : kNoNode;
+}
+
 std::string PlainPrinter::NewName(std::string_view what) {
   return Join({"ostra", what, std::to_string(++_temporaries)});
 }
@@ -86,7 +123,7 @@ Bool PlainPrinter::WriteSwizzle(NodeIndex assignment) {
     Line({MarkOf(assignment), component, " = ", StoredComponent(changed, _types[computed].scalar, _types[type].scalar),
           ";"});
   }
-  WriteColumns();
+  WriteBack();
   --_depth;
   Line({"}"});
   return true;
@@ -175,7 +212,7 @@ Bool PlainPrinter::WriteChange(NodeIndex assignment) {
     changed = computed == type ? sum : Join({TypeName(type), "(", sum, ")"});
   }
   Line({MarkOf(assignment), place, " = ", changed, ";"});
-  WriteColumns();
+  WriteBack();
   --_depth;
   Line({"}"});
   return true;
@@ -186,8 +223,11 @@ void PlainPrinter::ExpressionStatement(NodeIndex expression) {
     ExpressionStatement(Child(expression, 0));
     return ExpressionStatement(Child(expression, 1));
   }
+  _copyingCall = FindWholeCall(expression);
   if (KindOf(expression) == NodeKind::kAssign && (WriteSwizzle(expression) || WriteChange(expression))) return;
-  Line({Value(expression, Binding::kComma), ";"});
+  const std::string text = Value(expression, Binding::kComma);
+  Line({text, ";"});
+  WriteBack();
 }
 
 std::string PlainPrinter::ForStart(NodeIndex node) {
@@ -205,6 +245,7 @@ std::string PlainPrinter::ForStart(NodeIndex node) {
 void PlainPrinter::Statement(NodeIndex node) {
   if (node == kNoNode || _refusal) return;
   _place = _tree.nodes[node].offset;
+  _copyingCall = kNoNode;
   const auto child = [&](std::size_t i) { return Child(node, i); };
   switch (KindOf(node)) {
     case NodeKind::kBlock:

@@ -103,6 +103,18 @@ TEST(PlainFormTest, OperatorsKeepTheirOrder) {
   EXPECT_EQ(PlainBody("int a = 1; int b = -(-a) + (a << 2 & 3);"), "int a = 1; int b = -(-a) + ((a << 2) & 3);");
 }
 
+TEST(PlainFormTest, ArgumentsThatAreChangedAreVariables) {
+  constexpr std::string_view kSwap = "inline void Swap(INOUT vec2 a)\n{\n\ta = vec2(a.y, a.x);\n}\n";
+  EXPECT_EQ(PlainBody("vec3 a = UNIFORM(v); Swap(a.zx);", kSwap),
+            "vec3 a = UNIFORM(v); vec2 ostraArgument1 = vec2(a.z, a.x); Swap(ostraArgument1); a.z = ostraArgument1.x; "
+            "a.x = ostraArgument1.y;");
+  EXPECT_EQ(PlainBody("vec2 a[2]; Swap(a[1]);", kSwap), "vec2 a[2]; Swap(a[1]);");
+  EXPECT_EQ(PlainBody("vec2 a[2]; Swap(a[1]);", kSwap, true),
+            "vec2 a[2]; vec2 ostraArgument1 = a[1]; Swap(ostraArgument1); a[1] = ostraArgument1;");
+  EXPECT_EQ(Refusal("vec3 a = UNIFORM(v); for (; a.x < 1.0; Swap(a.yz)) a.x += 1.0;", kSwap),
+            "an argument that is changed and no variable, in a call inside of an expression");
+}
+
 TEST(PlainFormTest, WhatHasNoPlainFormIsRefused) {
   EXPECT_EQ(Refusal("vec2 a[2]; int k = 0; for (; k < 2; a[k].yx = a[0]) ++k;"),
             "components that are written inside of an expression");
