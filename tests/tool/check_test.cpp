@@ -53,6 +53,17 @@ TEST_F(CheckTest, AMistakeIsShownOnItsLineForEveryTarget) {
   EXPECT_THAT(result.errors, HasSubstr("ostra: the check found "));
 }
 
+TEST_F(CheckTest, AMistakeThatALintAndTheCpuCompilerFindIsToldOnce) {
+  const std::string path = _folder.Write("k.krn",
+                                         "#define KERNELINPUTS \\\n(Block<Float32>) target\n\n"
+                                         "OSTRA_PARALLEL_KERNEL(K, KERNELINPUTS)\n{\n\tuint s = 1u << 40;\n"
+                                         "\tUNIFORM_BUFFER(target)[0] = float(s);\n}\nOSTRA_PARALLEL_KERNEL_END\n");
+  const ToolResult result = RunTool({"check", path});
+  EXPECT_EQ(result.exitStatus, 1);
+  EXPECT_THAT(result.errors, HasSubstr(path + ":6: error: a shift by 40 has no defined result"));
+  EXPECT_THAT(result.errors, testing::Not(HasSubstr("[CPU]")));
+}
+
 TEST_F(CheckTest, AnUnknownParameterIsNamedByTheWordsOfTheKernel) {
   const ToolResult result =
       Check(MakeKernel("\tUNIFORM_BUFFER(values)[0] = UNIFORM(gain);"), {"--target", "GLSL", "--target", "CPU"});

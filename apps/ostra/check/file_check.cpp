@@ -259,8 +259,18 @@ Findings CollectFindings(const FileCheck& check, const CheckOptions& options) {
     for (const Finding& finding : others.GetAll())
       if (!IsOnLineOf(mistakes, finding)) findings.Add(finding);
   };
-  add(check.findings);
-  add(check.cpuFindings);
+  // An error of the file itself and what the CPU's compiler says about the line are one mistake.
+  const Findings ofCpu = findings;
+  Findings ofFile;
+  for (const Finding& finding : check.findings.GetAll()) {
+    if (finding.severity == Severity::Error) {
+      if (IsOnLineOf(ofCpu, finding)) continue;
+      ofFile.Add(finding);
+    }
+    if (!IsOnLineOf(mistakes, finding)) findings.Add(finding);
+  }
+  for (const Finding& finding : check.cpuFindings.GetAll())
+    if (!IsOnLineOf(mistakes, finding) && !IsOnLineOf(ofFile, finding)) findings.Add(finding);
   for (const TargetCheck& target : check.targets) add(target.findings);
   return findings;
 }
