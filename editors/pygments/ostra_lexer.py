@@ -19,7 +19,11 @@ WORDS = {
         abs sign floor ceil trunc fract mod min max clamp mix step smoothstep sqrt Sqrt inversesqrt pow exp exp2 log
         log2 sin cos tan asin acos atan radians degrees isnan isinf floatBitsToUint floatBitsToInt uintBitsToFloat
         intBitsToFloat dot cross length distance normalize reflect mul transpose MatrixOffset matoff determinant inverse
-        lessThan lessThanEqual greaterThan greaterThanEqual equal notEqual any all not
+        lessThan lessThanEqual greaterThan greaterThanEqual equal notEqual any all not round roundEven saturate lerp
+        atan2 rcp rsqrt fmod ldexp copysign isfinite select refract faceforward outerProduct matrixCompMult bitCount
+        popcount findMSB findLSB clz ctz bitfieldExtract bitfieldInsert bitfieldReverse rotate packHalf2x16
+        unpackHalf2x16 packUnorm4x8 unpackUnorm4x8 packSnorm4x8 unpackSnorm4x8 packUnorm2x16 unpackUnorm2x16
+        packSnorm2x16 unpackSnorm2x16
         """.split(),
     "Value": """
         InGlobalInvocationID InLocalInvocationID InWorkGroupID InWorkGroupSize

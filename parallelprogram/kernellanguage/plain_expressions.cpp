@@ -1,3 +1,4 @@
+#include "parallelprogram/kernellanguage/library_words.h"
 #include "parallelprogram/kernellanguage/literal.h"
 #include "parallelprogram/kernellanguage/plain_marks.h"
 #include "parallelprogram/kernellanguage/plain_printer.h"
@@ -265,6 +266,7 @@ std::string PlainPrinter::Call(NodeIndex node) {
   const Meaning& meaning = _resolved.meaning[node];
   if (meaning.kind == MeaningKind::kWord && meaning.word >= WordId::kLessThan && meaning.word <= WordId::kNot)
     return CallOfBools(node);
+  if (meaning.kind == MeaningKind::kWord && IsLibraryWord(meaning.word)) return CallOfLibrary(node);
   if (meaning.kind == MeaningKind::kWord && !_tree.GetChildren(node).empty()) {
     const auto operands = _tree.GetChildren(node);
     const auto isSmall = [&](NodeIndex operand) {

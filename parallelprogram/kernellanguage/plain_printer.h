@@ -130,6 +130,12 @@ class PlainPrinter {
   Bool IsBoolVector(TypeIndex type) const;
   std::string CallOfBools(NodeIndex node);
 
+  // plain_library.cpp
+  std::string CallOfLibrary(NodeIndex node);
+  std::string CallLibrary(std::string_view word, const Overload& overload, const std::vector<std::string>& arguments);
+  std::string MultiplyColumns(TypeIndex matrix);
+  void WriteParts(std::string_view body);
+
   const SyntaxTree& _tree;
   const ResolvedTree& _resolved;
   const TypeTable& _types;

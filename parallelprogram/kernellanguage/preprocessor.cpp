@@ -5,6 +5,7 @@
 
 #include "ostra/core/text_characters.h"
 #include "parallelprogram/kernellanguage/join.h"
+#include "parallelprogram/kernellanguage/library_words.h"
 #include "parallelprogram/kernellanguage/macro.h"
 #include "parallelprogram/kernellanguage/preprocessor_condition.h"
 #include "parallelprogram/kernellanguage/words.h"
@@ -230,7 +231,8 @@ class Preprocessor {
       _pending.push_back({.kind = TokenKind::kInputsEnd, .offset = name.offset});
       return Flush();
     }
-    if (FindWord(name.text) || IsLanguageKeyword(name.text))
+    const Word* word = FindWord(name.text);
+    if ((word && !IsLibraryWord(word->id)) || IsLanguageKeyword(name.text))
       return Stop(name.offset, Join({"\"", name.text, "\" is a word of the language and defined as a macro"}));
     _macros.Define(file.tokens, i + 2, end, _openFiles.size() == 1);
   }

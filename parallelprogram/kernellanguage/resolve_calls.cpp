@@ -4,6 +4,7 @@
 #include "parallelprogram/kernellanguage/conversions.h"
 #include "parallelprogram/kernellanguage/host_names.h"
 #include "parallelprogram/kernellanguage/join.h"
+#include "parallelprogram/kernellanguage/library_words.h"
 #include "parallelprogram/kernellanguage/resolver.h"
 
 namespace ostra::kernellanguage {
@@ -43,7 +44,7 @@ TypeIndex Resolver::Call(NodeIndex node) {
     const auto functions = _functions.find(name);
     if (functions != _functions.end()) return CallFunction(node, functions->second);
   }
-  if (!word) return FailUnknownName(node, true);
+  if (!word || (IsLibraryWord(word->id) && IsDeclaredLater(name))) return FailUnknownName(node, true);
   switch (word->kind) {
     case WordKind::kTexture:
       return CallTexture(node, word->id);
@@ -73,6 +74,14 @@ TypeIndex Resolver::Call(NodeIndex node) {
     return GetVectorType(Scalar::kFloat32, 3);
   }
   return Stop(node, Join({"this use of \"", name, "\""}));
+}
+
+// A function of the file by this name, before which the word of the language must not step in.
+Bool Resolver::IsDeclaredLater(std::string_view name) const {
+  const auto items = _tree.GetChildren(_tree.root);
+  return std::any_of(items.begin(), items.end(), [&](NodeIndex item) {
+    return (_tree.Is(item, NodeKind::kPrototype) || _tree.Is(item, NodeKind::kFunction)) && NameOf(item) == name;
+  });
 }
 
 TypeIndex Resolver::CallFunction(NodeIndex node, const std::vector<NodeIndex>& functions) {
@@ -233,6 +242,9 @@ TypeIndex Resolver::CallWord(NodeIndex node, WordId word) {
     const auto mixed = FindMixedOverload(overloads, types);
     if (!mixed && choice == Choice::kUncertain && !HasSeveralWidths(types))
       return Stop(node, Join({"the choice of ", NameOf(node), " for ", ListTypes(types)}));
+    // C++ has functions by some of these names, too.
+    if (!mixed && IsLibraryWord(word) && MayBeHostName(NameOf(node)))
+      return Stop(node, Join({NameOf(node), " of ", ListTypes(types)}));
     if (!mixed) return FailOverload(node, overloads, types);
     chosen = *mixed;
     Extend(node);

@@ -107,6 +107,7 @@ class Resolver {
 
   // Calls (resolve_calls.cpp).
   TypeIndex Call(NodeIndex node);
+  Bool IsDeclaredLater(std::string_view name) const;
   TypeIndex CallFunction(NodeIndex node, const std::vector<NodeIndex>& functions);
   TypeIndex CallWord(NodeIndex node, WordId word);
   Bool IsCut(const Overload& overload, const Types& types) const;

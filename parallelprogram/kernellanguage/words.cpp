@@ -14,6 +14,8 @@ constexpr std::string_view kUnary = "f(f) F(F)";
 constexpr std::string_view kComparison = "B(FF) B(II) B(UU)";
 constexpr std::string_view kEquality = "B(FF) B(II) B(UU) B(BB)";
 constexpr std::string_view kSmallest = "f(ff) i(ii) u(uu) F(FF) I(II) U(UU) F(Ff) I(Ii) U(Uu)";
+constexpr std::string_view kChoice = "f(ffb) i(iib) u(uub) F(FFB) I(IIB) U(UUB) F(FFb) I(IIb) U(UUb)";
+constexpr std::string_view kOfBits = "i(i) i(u) I(I) I(U)";
 
 constexpr Word kWords[] = {
     // Invocations.
@@ -108,6 +110,43 @@ constexpr Word kWords[] = {
     {"any", kFunction, Id::kAny, "b(B)", "whether a component is true", true},
     {"all", kFunction, Id::kAll, "b(B)", "whether all components are true", true},
     {"not", kFunction, Id::kNot, "b(b) B(B)", "which components are false", true},
+    // Functions that are written in the language itself.
+    {"round", kFunction, Id::kRound, kUnary, "nearest whole number, halves away from 0", true},
+    {"roundEven", kFunction, Id::kRoundEven, kUnary, "nearest whole number, halves to the even one", true},
+    {"saturate", kFunction, Id::kSaturate, kUnary, "value within 0 and 1", true},
+    {"lerp", kFunction, Id::kLerp, "f(fff) F(FFF) F(FFf)", "x * (1 - part) + y * part", true},
+    {"atan2", kFunction, Id::kAtan2, "f(ff) F(FF)", "angle of (x, y), from y and x", true},
+    {"rcp", kFunction, Id::kRcp, kUnary, "1 / x", true},
+    {"rsqrt", kFunction, Id::kRsqrt, kUnary, "1 / sqrt(x)", true},
+    {"fmod", kFunction, Id::kFmod, "f(ff) F(FF) F(Ff)", "rest of a division, with the sign of x", true},
+    {"ldexp", kFunction, Id::kLdexp, "f(fi) F(FI)", "x times a power of 2", true},
+    {"copysign", kFunction, Id::kCopysign, "f(ff) F(FF)", "size of x, sign of y", true},
+    {"isfinite", kFunction, Id::kIsFinite, "b(f) B(F)", "whether a value is neither infinite nor none", true},
+    {"select", kFunction, Id::kSelect, kChoice, "y where true, else x", true},
+    {"refract", kFunction, Id::kRefract, "2(22f) 3(33f) 4(44f)", "direction behind a surface", true},
+    {"faceforward", kFunction, Id::kFaceforward, "2(222) 3(333) 4(444)", "normal that looks against a ray", true},
+    {"outerProduct", kFunction, Id::kOuterProduct, "M(33) N(44)", "column times row", true},
+    {"matrixCompMult", kFunction, Id::kMatrixCompMult, "M(MM) N(NN)", "product component by component", true},
+    {"bitCount", kFunction, Id::kBitCount, kOfBits, "number of bits that are 1", true},
+    {"popcount", kFunction, Id::kBitCount, "", "number of bits that are 1", true},
+    {"findMSB", kFunction, Id::kFindMsb, kOfBits, "number of the highest bit that is 1 (0 in numbers below 0)", true},
+    {"findLSB", kFunction, Id::kFindLsb, kOfBits, "number of the lowest bit that is 1", true},
+    {"clz", kFunction, Id::kClz, kOfBits, "how many of the highest bits are 0", true},
+    {"ctz", kFunction, Id::kCtz, kOfBits, "how many of the lowest bits are 0", true},
+    {"bitfieldExtract", kFunction, Id::kBitfieldExtract, "i(iii) u(uii) I(Iii) U(Uii)", "some bits as a number", true},
+    {"bitfieldInsert", kFunction, Id::kBitfieldInsert, "i(iiii) u(uuii) I(IIii) U(UUii)", "replaces some bits", true},
+    {"bitfieldReverse", kFunction, Id::kBitfieldReverse, "i(i) u(u) I(I) U(U)", "bits in the opposite order", true},
+    {"rotate", kFunction, Id::kRotate, "u(uu) U(UU) U(Uu)", "bits moved up, the highest to the lowest places", true},
+    {"packHalf2x16", kFunction, Id::kPackHalf2x16, "u(2)", "two half floats in one word", true},
+    {"unpackHalf2x16", kFunction, Id::kUnpackHalf2x16, "2(u)", "two half floats of one word", true},
+    {"packUnorm4x8", kFunction, Id::kPackUnorm4x8, "u(4)", "0 to 1 as 0 to 255, in one word", true},
+    {"unpackUnorm4x8", kFunction, Id::kUnpackUnorm4x8, "4(u)", "0 to 1 of 0 to 255", true},
+    {"packSnorm4x8", kFunction, Id::kPackSnorm4x8, "u(4)", "-1 to 1 as -127 to 127, in one word", true},
+    {"unpackSnorm4x8", kFunction, Id::kUnpackSnorm4x8, "4(u)", "-1 to 1 of -127 to 127", true},
+    {"packUnorm2x16", kFunction, Id::kPackUnorm2x16, "u(2)", "0 to 1 as 0 to 65535, in one word", true},
+    {"unpackUnorm2x16", kFunction, Id::kUnpackUnorm2x16, "2(u)", "0 to 1 of 0 to 65535", true},
+    {"packSnorm2x16", kFunction, Id::kPackSnorm2x16, "u(2)", "-1 to 1 as -32767 to 32767, in one word", true},
+    {"unpackSnorm2x16", kFunction, Id::kUnpackSnorm2x16, "2(u)", "-1 to 1 of -32767 to 32767", true},
     // Statements and directives.
     {"GROUPSIZE", kStatement, Id::kOther, "", "size of a work group"},
     {"CPU_GRANULARITY", kStatement, Id::kOther, "", "invocations that a worker takes at least"},
@@ -311,12 +350,8 @@ TypeIndex ReadLetter(char letter, UInt32 width) {
 
 void AddOverloads(std::string_view form, std::vector<Overload>& overloads) {
   const Bool isGeneric = form.find_first_of("FIUB") != std::string_view::npos;
-  for (UInt32 width = isGeneric ? 2 : 1; width <= (isGeneric ? 4u : 1u); ++width) {
-    Overload overload{.result = ReadLetter(form[0], width)};
-    for (const char letter : form.substr(2, form.size() - 3))
-      overload.parameters[overload.count++] = ReadLetter(letter, width);
-    overloads.push_back(overload);
-  }
+  for (UInt32 width = isGeneric ? 2 : 1; width <= (isGeneric ? 4u : 1u); ++width)
+    overloads.push_back(ReadForm(form, width));
 }
 
 struct Tables {
@@ -343,6 +378,13 @@ const Tables& GetTables() {
 }
 
 }  // namespace
+
+Overload ReadForm(std::string_view form, UInt32 width) {
+  Overload overload{.result = ReadLetter(form[0], width)};
+  for (const char letter : form.substr(2, form.size() - 3))
+    overload.parameters[overload.count++] = ReadLetter(letter, width);
+  return overload;
+}
 
 std::span<const Word> GetWords() { return kWords; }
 

@@ -114,8 +114,46 @@ enum class WordId : UInt16 {
   kAny,
   kAll,
   kNot,
+  // functions that are written in the language itself (library_words.h)
+  kRound,
+  kRoundEven,
+  kSaturate,
+  kLerp,
+  kAtan2,
+  kRcp,
+  kRsqrt,
+  kFmod,
+  kLdexp,
+  kCopysign,
+  kIsFinite,
+  kSelect,
+  kRefract,
+  kFaceforward,
+  kOuterProduct,
+  kMatrixCompMult,
+  kBitCount,
+  kFindMsb,
+  kFindLsb,
+  kClz,
+  kCtz,
+  kBitfieldExtract,
+  kBitfieldInsert,
+  kBitfieldReverse,
+  kRotate,
+  kPackHalf2x16,
+  kUnpackHalf2x16,
+  kPackUnorm4x8,
+  kUnpackUnorm4x8,
+  kPackSnorm4x8,
+  kUnpackSnorm4x8,
+  kPackUnorm2x16,
+  kUnpackUnorm2x16,
+  kPackSnorm2x16,
+  kUnpackSnorm2x16,
   kCount
 };
+
+inline constexpr WordId kFirstLibraryWord = WordId::kRound;
 
 struct Word {
   std::string_view name;
@@ -131,7 +169,7 @@ struct Word {
 struct Overload {
   TypeIndex result = kUnknownType;
   UInt8 count = 0;
-  TypeIndex parameters[3] = {};
+  TypeIndex parameters[4] = {};
 };
 
 std::span<const Word> GetWords();
@@ -139,6 +177,8 @@ std::span<const Word> GetWords();
 const Word* FindWord(std::string_view name);
 // The first word with the ID.
 const Word& GetWord(WordId id);
+// The overload that one of Word::forms stands for, with vectors of `width` components.
+Overload ReadForm(std::string_view form, UInt32 width);
 // In the order of Word::forms, those of vectors for two, three, four components.
 std::span<const Overload> GetOverloads(WordId id);
 

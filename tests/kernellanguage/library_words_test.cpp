@@ -1,0 +1,106 @@
+// Words that are written in the language itself: every one is understood, and so is what its plain form says.
+#include "parallelprogram/kernellanguage/library_words.h"
+
+#include <gtest/gtest.h>
+
+#include <set>
+
+#include "kernel_text.h"
+#include "parallelprogram/kernellanguage/join.h"
+#include "parallelprogram/kernellanguage/plain_form.h"
+
+namespace ostra::kernellanguage {
+namespace {
+
+std::string PrintPlain(const AnalyzedKernel& kernel, Bool isForGpu) {
+  const PlainForm form = PrintPlainForm(kernel, {.isForGpu = isForGpu});
+  EXPECT_FALSE(form.refusal) << form.refusal->reason;
+  return form.text;
+}
+
+// A body that calls one overload with variables of its types.
+std::string MakeCall(std::string_view word, const Overload& overload) {
+  const TypeTable types;
+  std::string body, arguments;
+  for (UInt8 i = 0; i < overload.count; ++i) {
+    const std::string name = Join({"a", std::to_string(i)});
+    body += Join({types.GetName(overload.parameters[i]), " ", name, ";\n"});
+    arguments += Join({i == 0 ? "" : ", ", name});
+  }
+  return Join({body, types.GetName(overload.result), " r = ", word, "(", arguments, ");"});
+}
+
+TEST(LibraryWordsTest, EveryOverloadHasAPlainFormThatIsItsOwnPlainForm) {
+  int count = 0;
+  for (const Word& word : GetWords()) {
+    if (!IsLibraryWord(word.id)) continue;
+    for (const Overload& overload : GetOverloads(word.id)) {
+      ++count;
+      const std::string call = MakeCall(word.name, overload);
+      const AnalyzedKernel kernel = AnalyzeBody(call);
+      ASSERT_TRUE(kernel.IsUnderstood()) << call << ListErrors(kernel);
+      EXPECT_FALSE(kernel.resolved.extensions.empty()) << call;
+      const std::string text = PrintPlain(kernel, false);
+      const AnalyzedKernel again = AnalyzeText(text);
+      ASSERT_TRUE(again.IsUnderstood()) << text << ListErrors(again);
+      EXPECT_EQ(again.resolved.firstUnprintable, kNoNode) << text;
+      EXPECT_EQ(PrintPlain(again, false), text);
+      EXPECT_TRUE(AnalyzeText(PrintPlain(kernel, true)).IsUnderstood()) << PrintPlain(kernel, true);
+    }
+  }
+  EXPECT_GT(count, 100);
+}
+
+TEST(LibraryWordsTest, EveryDefinitionIsUsed) {
+  std::string all;
+  for (const Word& word : GetWords()) {
+    if (!IsLibraryWord(word.id)) continue;
+    for (const Overload& overload : GetOverloads(word.id))
+      all += PrintPlain(AnalyzeBody(MakeCall(word.name, overload)), false);
+  }
+  for (const LibraryFunction& function : GetLibraryFunctions())
+    EXPECT_NE(all.find(Join({" ", function.name, "("})), std::string::npos) << function.name;
+}
+
+TEST(LibraryWordsTest, ADefinitionStandsOnceAndBeforeItsUse) {
+  const std::string text = PrintPlain(
+      AnalyzeBody("vec3 a = round(UNIFORM(v)); float b = round(UNIFORM(f)); uint c = packUnorm2x16(vec2(b, b));"),
+      false);
+  const std::size_t first = text.find("float ostra_round_float(float v0)");
+  ASSERT_NE(first, std::string::npos);
+  EXPECT_EQ(text.find("float ostra_round_float(float v0)", first + 1), std::string::npos);
+  EXPECT_LT(first, text.find("ostra_round_vec3("));
+  EXPECT_LT(first, text.find("ostra_unorm_of("));
+}
+
+// What a file says itself comes first.
+TEST(LibraryWordsTest, FunctionsVariablesAndMacrosOfTheFileWin) {
+  constexpr std::string_view kOwn = "inline float round(float x)\n{\n\treturn x;\n}\n";
+  EXPECT_EQ(PrintPlain(AnalyzeBody("float a = round(UNIFORM(f));", kOwn), false).find("ostra_round"),
+            std::string::npos);
+  EXPECT_EQ(FindReason("float a = round(UNIFORM(f));", kOwn), "");
+  EXPECT_EQ(FindReason("float lerp = 1.0; float a = lerp;"), "");
+  EXPECT_EQ(FindReason("float a = saturate(UNIFORM(f));", "#define saturate(x) clamp(x, 0.0, 2.0)\n"), "");
+  EXPECT_EQ(
+      PrintPlain(AnalyzeBody("float a = lerp(1.0, 2.0);", "#define lerp(x, y) max(x, y)\n"), false).find("ostra_"),
+      std::string::npos);
+}
+
+// A function that stands below its use is an error or not understood, as any other, and not the word.
+TEST(LibraryWordsTest, AFunctionBelowIsNotTheWord) {
+  const AnalyzedKernel kernel = AnalyzeText(
+      "inline float F(float x)\n{\n\treturn round(x);\n}\ninline float round(float x)\n{\n\treturn x;\n}\n"
+      "OSTRA_PARALLEL_KERNEL(Test, KERNELINPUTS)\n{\n\tfloat a = F(1.0);\n}\nOSTRA_PARALLEL_KERNEL_END\n");
+  EXPECT_FALSE(kernel.IsUnderstood());
+}
+
+// C++ has functions by some of these names, which take other numbers.
+TEST(LibraryWordsTest, WhatOnlyCppKnowsIsLeftToIt) {
+  EXPECT_EQ(FindErrors("double d = 1.5; double a = round(d);"), "");
+  EXPECT_NE(FindReason("double d = 1.5; double a = round(d);"), "");
+  EXPECT_EQ(FindErrors("float a = fmod(1.0);"), "");
+  EXPECT_EQ(FindErrors("float a = saturate(1.0, 2.0);"), "1:11: saturate does not take 2 arguments");
+}
+
+}  // namespace
+}  // namespace ostra::kernellanguage
