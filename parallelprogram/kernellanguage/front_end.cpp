@@ -35,6 +35,8 @@ void Analyze(const Source& source, AnalyzedKernel& kernel) {
   if (!kernel.IsUnderstood()) return;
   NoteOwnStructs(kernel);
   if (tokens.isCpuOnly) kernel.resolved.extensions.push_back(kernel.tree.root);
+  if (tokens.isRewritten && kernel.resolved.firstUnprintable == kNoNode)
+    kernel.resolved.firstUnprintable = kernel.tree.root;
   CheckResult check = Check(kernel.tree, kernel.resolved);
   kernel.errors = std::move(check.errors);
   kernel.warnings = std::move(check.warnings);

@@ -168,4 +168,10 @@ std::vector<Token> MacroTable::Expand(std::vector<Token> tokens, std::optional<N
   return Expander(*this, std::move(tokens), notUnderstood, 0).Run();
 }
 
+Bool MacroTable::MayBeOfHost(std::string_view name) {
+  constexpr std::string_view kHostNames[] = {"NDEBUG", "DEBUG", "linux", "unix"};
+  return name.starts_with("_") || name.starts_with("OSTRA") || name.starts_with("FP_") || name.starts_with("CPU_") ||
+         std::find(std::begin(kHostNames), std::end(kHostNames), name) != std::end(kHostNames);
+}
+
 }  // namespace ostra::kernellanguage

@@ -32,6 +32,12 @@ class MacroTable {
   // Whether the files themselves say that there is no such macro.
   Bool IsUndefined(std::string_view name) const { return _undefined.contains(name); }
 
+  // Names of which the files say nothing are not defined, unless compilers or the framework may define them. A kernel
+  // that asks for one is compiled in its plain form, so that nothing else can define it.
+  static Bool MayBeOfHost(std::string_view name);
+  void NoteAskedFor() { _hasAskedForUnknown = true; }
+  Bool HasAskedForUnknown() const { return _hasAskedForUnknown; }
+
   // Whether a macro was expanded that the translation for GPUs does not know.
   Bool HasCpuOnlyExpansion() const { return _hasCpuOnlyExpansion; }
 
@@ -45,6 +51,7 @@ class MacroTable {
   std::set<std::string_view> _undefined;
   Int _expansionCount = 0;
   Bool _hasCpuOnlyExpansion = false;
+  Bool _hasAskedForUnknown = false;
   std::size_t _tokenCount = 0;
 };
 

@@ -49,7 +49,7 @@ std::string PlainPrinter::ConstructMatrix(TypeIndex type, const std::vector<Part
     arguments.push_back(PartText(part, Binding::kAssignment));
     const std::string value = Join({"v", std::to_string(parameters.size())});
     parameters.push_back(part.type);
-    if (IsMatrix(part.type) || parts.size() != 1)
+    if (!IsMatrix(part.type))
       for (const std::string& component : Components(value, part.type)) components.push_back(component);
   }
   const Bool isOfNumbers = parts.size() == count * count;
@@ -62,7 +62,7 @@ std::string PlainPrinter::ConstructMatrix(TypeIndex type, const std::vector<Part
     const UInt32 other = _types[parts[0].type].count;
     return column < other && row < other ? MakeElement("v0", other, column, row) : std::string(unit);
   };
-  if (parts.size() == 1) {
+  if (parts.size() == 1 && !_types.IsVector(parts[0].type)) {
     components.clear();
     for (UInt32 i = 0; i < count * count; ++i) components.push_back(element(i / count, i % count));
   }

@@ -52,6 +52,7 @@ class PlainPrinter {
   // plain_statements.cpp
   void Line(std::initializer_list<std::string_view> parts);
   void Statement(NodeIndex node);
+  void If(NodeIndex node, std::string_view before);
   void Body(NodeIndex statement);  // in braces
   void Declaration(NodeIndex node);
   void ExpressionStatement(NodeIndex expression);

@@ -242,6 +242,16 @@ std::string PlainPrinter::ForStart(NodeIndex node) {
   return text;
 }
 
+void PlainPrinter::If(NodeIndex node, std::string_view before) {
+  Line({MarkOf(node), before, "if (", Expression(Child(node, 0), Binding::kComma), ")"});
+  Body(Child(node, 1));
+  const NodeIndex other = Child(node, 2);
+  if (other == kNoNode) return;
+  if (KindOf(other) == NodeKind::kIf) return If(other, "else ");
+  Line({"else"});
+  Body(other);
+}
+
 void PlainPrinter::Statement(NodeIndex node) {
   if (node == kNoNode || _refusal) return;
   _place = _tree.nodes[node].offset;
@@ -255,11 +265,7 @@ void PlainPrinter::Statement(NodeIndex node) {
     case NodeKind::kExpressionStatement:
       return ExpressionStatement(child(0));
     case NodeKind::kIf:
-      Line({MarkOf(node), "if (", Expression(child(0), Binding::kComma), ")"});
-      Body(child(1));
-      if (child(2) == kNoNode) return;
-      Line({"else"});
-      return Body(child(2));
+      return If(node, "");
     case NodeKind::kFor: {
       const std::string start = ForStart(child(0));
       Line({MarkOf(node), "for (", start, "; ", child(1) == kNoNode ? "" : Expression(child(1), Binding::kComma), "; ",

@@ -31,6 +31,7 @@ class Preprocessor {
     ReadFile(_source.fileName, _source.text, _source.isHidden, _source.origin);
     Flush();
     _result.isCpuOnly = _result.isCpuOnly || _macros.HasCpuOnlyExpansion();
+    _result.isRewritten = _macros.HasAskedForUnknown();
     const SourceOffset end = _lastFileEnd;
     _result.tokens.push_back({.kind = TokenKind::kEnd, .isFirstInLine = true, .offset = end});
     return std::move(_result);

@@ -43,6 +43,8 @@ struct TokenStream {
   // Whether they come from what the translation for GPUs passes over: macros of the kernel file itself or with
   // arguments, conditions, and headers that do not have the name of the kernel file.
   Bool isCpuOnly = false;
+  // Whether they depend on a name being defined that no file defines.
+  Bool isRewritten = false;
 };
 
 // Adds the files to `sources`, which must outlive the tokens. Never fails otherwise than with std::bad_alloc.

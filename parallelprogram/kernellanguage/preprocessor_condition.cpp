@@ -45,10 +45,11 @@ class Evaluator {
     }
     LiteralValue value;
     const Token& token = _tokens[_at++];
-    if (token.kind == TokenKind::kNumber && ParseLiteral(token.text, value) && value.scalar == Scalar::kInt32)
-      return static_cast<Int64>(value.integer);
-    if (token.kind == TokenKind::kNumber && ParseLiteral(token.text, value) && value.scalar == Scalar::kInt64)
-      return static_cast<Int64>(value.integer);
+    if (token.kind == TokenKind::kNumber && ParseLiteral(token.text, value)) {
+      _hasUnsigned = _hasUnsigned || value.scalar == Scalar::kUInt32;
+      if (value.scalar == Scalar::kInt32 || value.scalar == Scalar::kUInt32 || value.scalar == Scalar::kInt64)
+        return static_cast<Int64>(value.integer);
+    }
     Fail();
     return 0;
   }
@@ -70,7 +71,10 @@ class Evaluator {
       const Int precedence = GetPrecedence(sign);
       if (precedence == 0 || precedence <= lowest) break;
       ++_at;
-      left = Compute(sign, left, ReadBinary(precedence, depth + 1));
+      const Int64 right = ReadBinary(precedence, depth + 1);
+      // In comparisons with unsigned numbers a negative one is large.
+      if (_hasUnsigned && (left < 0 || right < 0)) Fail();
+      left = Compute(sign, left, right);
     }
     return left;
   }
@@ -92,10 +96,11 @@ class Evaluator {
   SourceOffset _offset;
   std::optional<NotUnderstood>& _notUnderstood;
   std::size_t _at = 0;
+  Bool _hasUnsigned = false;
 };
 
 // Replaces defined(NAME) by a number.
-std::vector<Token> ReplaceDefined(const std::vector<Token>& tokens, const MacroTable& macros,
+std::vector<Token> ReplaceDefined(const std::vector<Token>& tokens, MacroTable& macros,
                                   std::optional<NotUnderstood>& notUnderstood) {
   std::vector<Token> replaced;
   for (std::size_t i = 0; i < tokens.size(); ++i) {
@@ -120,9 +125,11 @@ std::vector<Token> ReplaceDefined(const std::vector<Token>& tokens, const MacroT
 
 }  // namespace
 
-Bool IsDefined(const Token& name, const MacroTable& macros, std::optional<NotUnderstood>& notUnderstood) {
+Bool IsDefined(const Token& name, MacroTable& macros, std::optional<NotUnderstood>& notUnderstood) {
   if (macros.Find(name.text)) return true;
-  if (!macros.IsUndefined(name.text) && !notUnderstood)
+  if (macros.IsUndefined(name.text)) return false;
+  macros.NoteAskedFor();
+  if (MacroTable::MayBeOfHost(name.text) && !notUnderstood)
     notUnderstood = NotUnderstood{name.offset, Join({"whether the macro \"", name.text, "\" is defined"})};
   return false;
 }

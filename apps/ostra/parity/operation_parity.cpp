@@ -206,6 +206,18 @@ std::vector<ParityRow> CompareOverflow(const Url& kernels) {
       })};
 }
 
+std::vector<ParityRow> CompareLanguage(const Url& kernels) {
+  constexpr std::size_t kResults = 8;
+  std::vector<Int32> a, b;
+  for (const UInt32 word : MakeWords(6, 4096)) a.push_back(static_cast<Int32>(word));
+  for (const UInt32 word : MakeWords(7, 4096)) b.push_back(static_cast<Int32>(word));
+  return {CompareNumbers<Int32>("language", "swizzles, constructors, matrices, bool vectors, tables, macros", kResults,
+                                [&](const Id& programClass) {
+                                  return RunPairs(programClass, kernels, "net.ostra.parity.language.krn", a, b,
+                                                  kResults);
+                                })};
+}
+
 std::vector<ParityRow> CompareDoubles(const Url& kernels) {
   constexpr std::size_t kResults = 12;
   std::vector<Float64> a, b;

@@ -22,6 +22,7 @@ std::vector<ParityRow> CompareOperations(const OperationGroup& group, const Url&
 std::vector<ParityRow> CompareIntegers(const Url& kernels);
 // One row: signed integers whose results do not fit.
 std::vector<ParityRow> CompareOverflow(const Url& kernels);
+std::vector<ParityRow> CompareLanguage(const Url& kernels);
 // One row: functions of Float64. Held with a remark on devices and in languages without them.
 std::vector<ParityRow> CompareDoubles(const Url& kernels);
 

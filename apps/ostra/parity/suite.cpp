@@ -49,6 +49,7 @@ std::vector<ParityCase> GetParityCases() {
     cases.push_back(
         {group.test, [&group](const ParitySetting& setting) { return CompareOperations(group, setting.kernels); }});
   cases.push_back({"Integers", [](const ParitySetting& setting) { return CompareIntegers(setting.kernels); }});
+  cases.push_back({"Language", [](const ParitySetting& setting) { return CompareLanguage(setting.kernels); }});
   cases.push_back({"Overflow", [](const ParitySetting& setting) { return CompareOverflow(setting.kernels); }});
   cases.push_back({"Doubles", [](const ParitySetting& setting) { return CompareDoubles(setting.kernels); }});
   cases.push_back({"Noises", [](const ParitySetting& setting) { return CompareNoises(setting.kernels); }});
