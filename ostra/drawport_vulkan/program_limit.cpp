@@ -12,14 +12,15 @@ OSTRA_UNIT("drawport_vulkan");
 namespace ostra::vulkan {
 namespace {
 
-// Negative: none.
-Int GetLimit() {
+// Negative: none. Error: illegal argument for an environment variable that says neither.
+Result<Int> GetLimit() {
   if (const char* chosen = std::getenv("OSTRA_GPU_PROGRAM_LIMIT")) {
     const std::string_view text = chosen;
-    if (text == "off") return -1;
+    if (text == "off") return Int{-1};
     Int words = 0;
     const auto [end, code] = std::from_chars(text.data(), text.data() + text.size(), words);
     if (code == std::errc() && end == text.data() + text.size() && words > 0) return words;
+    return OSTRA_ILLEGAL_ARGUMENT("OSTRA_GPU_PROGRAM_LIMIT is \"@\": give a number of words, or off.", chosen);
   }
   const Int set = GetDrawportProgramLimit();
   return set == 0 ? kProgramLimit : set;
@@ -28,7 +29,7 @@ Int GetLimit() {
 }  // namespace
 
 Result<void> CheckProgramSize(Block<const UInt32> spirv, std::string_view program) {
-  const Int limit = GetLimit();
+  OSTRA_ASSIGN_OR_RETURN(const Int limit, GetLimit());
   if (limit < 0) return OK;
   if (spirv.GetCount() > limit)
     return OSTRA_ILLEGAL_ARGUMENT(

@@ -90,6 +90,30 @@ TEST_F(GpuMistakesTest, AKernelThatIsTooLargeIsRefusedWithItsSizeAndTheLimit) {
   }
 }
 
+struct LimitVariable {
+  explicit LimitVariable(const char* value) { setenv("OSTRA_GPU_PROGRAM_LIMIT", value, 1); }
+  LimitVariable(const LimitVariable&) = delete;
+  ~LimitVariable() { unsetenv("OSTRA_GPU_PROGRAM_LIMIT"); }
+};
+
+TEST_F(GpuMistakesTest, TheEnvironmentSaysWhichKernelIsTooLarge) {
+  const std::string path = _folder.Write("k.krn", MakeKernel("1.0"));
+  {
+    const LimitVariable limit("50");
+    EXPECT_THAT(GetError(path), testing::HasSubstr("more than the limit of 50: "));
+  }
+  for (const char* wrong : {"many", "", "0", "-1", "12 "}) {
+    const LimitVariable limit(wrong);
+    EXPECT_THAT(GetError(path), testing::HasSubstr("OSTRA_GPU_PROGRAM_LIMIT is \"" + std::string(wrong) +
+                                                   "\": give a number of words, or off."));
+  }
+  const ProgramLimitGuard set(50);
+  const LimitVariable limit("off");
+  program = MakeProgram(kGpuProgramClass);
+  StoreBuffer<Float32>(*program, "y"_iid, {0});
+  EXPECT_EQ(GetError(path), "");
+}
+
 TEST_F(GpuMistakesTest, AKernelWhoseCallsAreTooMuchForADriverIsRefused) {
   const std::string path = _folder.Write("k.krn", MakeLayers(12));
   EXPECT_THAT(GetError(path),
