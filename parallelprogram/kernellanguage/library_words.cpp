@@ -112,13 +112,17 @@ constexpr LibraryFunction kFunctions[] = {
     {"ostra_ctz_int", "i(i)", "\treturn ostra_ctz_uint(uint(v0));\n"},
     {"ostra_bitfieldExtract_uint_int_int", "u(uii)",
      "\tif (v2 <= 0)\n\t{\n\t\treturn 0u;\n\t}\n"
-     "\treturn (v0 >> uint(v1 & 31)) & (4294967295u >> uint((32 - v2) & 31));\n"},
+     "\tuint rest = uint(32 - v2);\n"
+     "\treturn (v0 >> uint(v1 & 31)) & (4294967295u >> (rest & 31u));\n"},
     {"ostra_bitfieldExtract_int_int_int", "i(iii)",
      "\tif (v2 <= 0)\n\t{\n\t\treturn 0;\n\t}\n"
-     "\treturn int(uint(v0) << uint((32 - v1 - v2) & 31)) >> ((32 - v2) & 31);\n"},
+     "\tuint above = uint(32 - v1 - v2);\n"
+     "\tint rest = 32 - v2;\n"
+     "\treturn int(uint(v0) << (above & 31u)) >> (rest & 31);\n"},
     {"ostra_bitfieldInsert_uint_uint_int_int", "u(uuii)",
      "\tif (v3 <= 0)\n\t{\n\t\treturn v0;\n\t}\n"
-     "\tuint mask = (4294967295u >> uint((32 - v3) & 31)) << uint(v2 & 31);\n"
+     "\tuint rest = uint(32 - v3);\n"
+     "\tuint mask = (4294967295u >> (rest & 31u)) << uint(v2 & 31);\n"
      "\treturn (v0 & ~mask) | ((v1 << uint(v2 & 31)) & mask);\n"},
     {"ostra_bitfieldInsert_int_int_int_int", "i(iiii)",
      "\treturn int(ostra_bitfieldInsert_uint_uint_int_int(uint(v0), uint(v1), v2, v3));\n"},
@@ -129,7 +133,9 @@ constexpr LibraryFunction kFunctions[] = {
      "\tn = ((n >> 8u) & 16711935u) | ((n & 16711935u) << 8u);\n"
      "\treturn (n >> 16u) | (n << 16u);\n"},
     {"ostra_bitfieldReverse_int", "i(i)", "\treturn int(ostra_bitfieldReverse_uint(uint(v0)));\n"},
-    {"ostra_rotate_uint_uint", "u(uu)", "\treturn (v0 << (v1 & 31u)) | (v0 >> ((32u - (v1 & 31u)) & 31u));\n"},
+    {"ostra_rotate_uint_uint", "u(uu)",
+     "\tuint down = 32u - (v1 & 31u);\n"
+     "\treturn (v0 << (v1 & 31u)) | (v0 >> (down & 31u));\n"},
     // Numbers in one word. Half floats are rounded to nearest, halves to even.
     {"ostra_half_of", "u(f)",
      "\tuint sign = (floatBitsToUint(v0) >> 16u) & 32768u;\n"
@@ -140,9 +146,10 @@ constexpr LibraryFunction kFunctions[] = {
      "\tif (a <= 855638016u)\n\t{\n\t\treturn sign;\n\t}\n"
      "\tuint shift = 126u - (a >> 23u);\n"
      "\tuint mantissa = (a & 8388607u) | 8388608u;\n"
-     "\tuint r = mantissa >> shift;\n"
-     "\tuint rest = mantissa - (r << shift);\n"
-     "\tuint middle = 1u << (shift - 1u);\n"
+     "\tuint r = mantissa >> (shift & 31u);\n"
+     "\tuint rest = mantissa - (r << (shift & 31u));\n"
+     "\tuint before = shift - 1u;\n"
+     "\tuint middle = 1u << (before & 31u);\n"
      "\tif (rest > middle || (rest == middle && (r & 1u) == 1u))\n\t{\n\t\t++r;\n\t}\n"
      "\treturn sign | r;\n"},
     {"ostra_float_of_half", "f(u)",
