@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include "parallelprogram/kernellanguage/front_end.h"
+#include "parallelprogram/kernellanguage/plain_form.h"
 #include "parallelprogram/kernellanguage/print_tree.h"
 
 namespace {
@@ -72,6 +73,22 @@ void CheckTables(const AnalyzedKernel& kernel) {
   Require(!PrintTree(kernel.tree, tables).empty(), "a tree prints");
 }
 
+// The plain form of what is understood says where it comes from, and is read without a mistake.
+void CheckPlainForm(const AnalyzedKernel& kernel, ostra::Bool isForGpu) {
+  const PlainForm form = PrintPlainForm(kernel, {.isForGpu = isForGpu});
+  if (form.refusal) return Require(!form.refusal->reason.empty() && form.text.empty(), "a reason instead of a text");
+  Require(form.headerSize <= form.text.size(), "the header is a part of the text");
+  ostra::UInt32 last = 0;
+  for (const TextMark& mark : form.marks) {
+    Require(mark.position >= last && mark.position <= form.text.size(), "marks in their order");
+    Require(kernel.sources.Locate(mark.source).line > 0, "a mark has a place");
+    last = mark.position;
+  }
+  if (isForGpu) return;
+  const auto again = AnalyzeKernel({.fileName = "plain.krn", .text = form.text});
+  Require(again.IsOk() && again->errors.empty(), "a plain form without mistakes");
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
@@ -96,6 +113,9 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
     Require(!kernel->notUnderstood->reason.empty(), "a reason");
     Require(!FormatNotUnderstood(kernel->sources, *kernel->notUnderstood).empty(), "a reason prints");
   }
-  if (kernel->IsUnderstood()) CheckTables(*kernel);
+  if (!kernel->IsUnderstood()) return 0;
+  CheckTables(*kernel);
+  CheckPlainForm(*kernel, false);
+  CheckPlainForm(*kernel, true);
   return 0;
 }

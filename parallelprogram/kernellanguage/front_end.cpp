@@ -42,7 +42,7 @@ void Analyze(const Source& source, AnalyzedKernel& kernel) {
   kernel.warnings = std::move(check.warnings);
   kernel.notUnderstood = std::move(check.notUnderstood);
   if (!kernel.IsUnderstood()) return;
-  StructLayouts layouts = LayOutBufferStructs(kernel.sources, kernel.tree, kernel.resolved);
+  StructLayouts layouts = LayOutBufferStructs(kernel.tree, kernel.resolved);
   kernel.errors = std::move(layouts.errors);
   kernel.structs = std::move(layouts.structs);
   if (!kernel.IsUnderstood()) return;

@@ -15,8 +15,7 @@ struct Extent {
 
 class LayoutMaker {
  public:
-  LayoutMaker(const SourceMap& sources, const SyntaxTree& tree, const ResolvedTree& resolved)
-      : _sources(sources), _tree(tree), _resolved(resolved) {}
+  LayoutMaker(const SyntaxTree& tree, const ResolvedTree& resolved) : _tree(tree), _resolved(resolved) {}
 
   StructLayouts Make() {
     for (const NodeIndex parameter : _resolved.parameters) {
@@ -113,7 +112,6 @@ class LayoutMaker {
     return "GPU kernels have no integers of 8 and 16 bits: pack several into a uint, or give each an int";
   }
 
-  const SourceMap& _sources;
   const SyntaxTree& _tree;
   const ResolvedTree& _resolved;
   std::map<NodeIndex, UInt32> _known;
@@ -122,8 +120,8 @@ class LayoutMaker {
 
 }  // namespace
 
-StructLayouts LayOutBufferStructs(const SourceMap& sources, const SyntaxTree& tree, const ResolvedTree& resolved) {
-  return LayoutMaker(sources, tree, resolved).Make();
+StructLayouts LayOutBufferStructs(const SyntaxTree& tree, const ResolvedTree& resolved) {
+  return LayoutMaker(tree, resolved).Make();
 }
 
 }  // namespace ostra::kernellanguage

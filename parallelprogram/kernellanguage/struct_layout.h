@@ -32,6 +32,6 @@ struct StructLayouts {
 };
 
 // For a tree that was resolved without errors.
-StructLayouts LayOutBufferStructs(const SourceMap& sources, const SyntaxTree& tree, const ResolvedTree& resolved);
+StructLayouts LayOutBufferStructs(const SyntaxTree& tree, const ResolvedTree& resolved);
 
 }  // namespace ostra::kernellanguage
