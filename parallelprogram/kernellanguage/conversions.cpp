@@ -48,6 +48,16 @@ Scalar GetCommonScalar(Scalar a, Scalar b) {
   return std::max(a, b);
 }
 
+Bool ConvertsEverywhere(Scalar from, Scalar to) {
+  // No shading language reads a kernel with integers of other sizes.
+  const auto isShared = [](Scalar scalar) {
+    return scalar == Scalar::kBool || scalar == Scalar::kInt32 || scalar == Scalar::kUInt32 ||
+           scalar == Scalar::kFloat32 || scalar == Scalar::kFloat64;
+  };
+  if (from == to || !isShared(from) || !isShared(to)) return true;
+  return from != Scalar::kBool && to > Scalar::kInt32 && from < to;
+}
+
 Choice ChooseOverload(const TypeTable& types, std::span<const Candidate> candidates,
                       std::span<const TypeIndex> arguments, std::size_t& chosen) {
   std::vector<std::pair<std::size_t, Ranks>> viable;

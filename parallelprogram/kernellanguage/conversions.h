@@ -30,6 +30,9 @@ struct Candidate {
 };
 enum class Choice : UInt8 { kFound, kNone, kAmbiguous, kUncertain };
 
+// Whether all shading languages make the conversion by themselves, as C++ does: GLSL knows few.
+Bool ConvertsEverywhere(Scalar from, Scalar to);
+
 // The overload that C++ takes for the arguments. kUncertain where a conversion of a user's type is involved in the
 // choice.
 Choice ChooseOverload(const TypeTable& types, std::span<const Candidate> candidates,

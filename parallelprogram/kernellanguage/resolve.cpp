@@ -57,7 +57,22 @@ Resolution Resolver::Run() {
     }
   }
   if (!IsStopped()) ReadKernel(_tree.kernel);
+  if (!IsStopped() && _result.errors.empty()) ExtendConversions();
   return std::move(_result);
+}
+
+void Resolver::ExtendConversions() {
+  const auto isOfCpp = [&](TypeIndex from, TypeIndex to) {
+    return from != to && IsScalar(from) && IsScalar(to) && !ConvertsEverywhere(Get(from).scalar, Get(to).scalar);
+  };
+  for (NodeIndex node = 0; node < _tree.nodes.size(); ++node) {
+    const NodeKind kind = _tree.nodes[node].kind;
+    if (kind == NodeKind::kConstruct || kind == NodeKind::kCast) continue;
+    for (const NodeIndex child : _tree.GetChildren(node)) {
+      if (child != kNoNode && isOfCpp(_resolved.type[child], _resolved.converted[child])) Extend(child, true);
+    }
+    if (kind == NodeKind::kAssign && isOfCpp(_resolved.computed[node], _resolved.type[node])) Extend(node, true);
+  }
 }
 
 TypeIndex Resolver::Stop(NodeIndex node, std::string reason) {

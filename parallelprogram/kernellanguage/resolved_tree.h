@@ -18,6 +18,7 @@
 //   vec3 v = 1.0, max(v, 0) a scalar that is wanted as a vector is that in all components
 //   vec2 a = v              a vector that is wanted as a shorter one is its first components
 //   max(f, 0)               converted to what the overload takes
+//   int k = u, if (k & 1)   a conversion of numbers that GLSL does not make by itself
 //   half h = 1.0            a float or integer wanted as a half is rounded
 //   { } for vectors         as a kConstruct; the kInitializerList has the type
 //   f(1) of f(x, y = 2)     fewer arguments than parameters: the rest are the third children of the parameters

@@ -23,6 +23,8 @@ class Resolver {
   TypeIndex Fail(NodeIndex node, std::string text, std::vector<DiagnosticNote> notes = {});
   // Notes a node that is not of the plain form; `isPrintable`: the C++ forms know it all the same.
   void Extend(NodeIndex node, Bool isPrintable = false);
+  // Conversions that some shading languages do not make without a word.
+  void ExtendConversions();
   SourceOffset GetOffset(NodeIndex node) const { return _tree.nodes[node].offset; }
   std::string_view NameOf(NodeIndex node) const { return _tree.GetName(node); }
   std::string TypeName(TypeIndex type) const { return _resolved.types.GetName(type); }

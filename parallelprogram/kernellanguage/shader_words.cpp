@@ -6,7 +6,7 @@
 namespace ostra::kernellanguage {
 namespace {
 
-// In alphabetical order.
+// In alphabetical order. Some are of OpenCL: that is what Metal text is compiled as to be checked.
 constexpr std::string_view kShaderWords[] = {
     "access",
     "active",
@@ -36,6 +36,8 @@ constexpr std::string_view kShaderWords[] = {
     "fvec2",
     "fvec3",
     "fvec4",
+    "generic",
+    "global",
     "globallycoherent",
     "groupshared",
     "highp",
@@ -53,6 +55,7 @@ constexpr std::string_view kShaderWords[] = {
     "line",
     "lineadj",
     "linear",
+    "local",
     "lowp",
     "mat2x2",
     "mat2x3",
@@ -80,10 +83,13 @@ constexpr std::string_view kShaderWords[] = {
     "partition",
     "pass",
     "patch",
+    "pipe",
     "pixelfragment",
     "point",
     "precise",
     "precision",
+    "read_only",
+    "read_write",
     "readonly",
     "resource",
     "restrict",
@@ -124,6 +130,7 @@ constexpr std::string_view kShaderWords[] = {
     "vector",
     "vertex",
     "vertexfragment",
+    "write_only",
     "writeonly",
 };
 static_assert(std::is_sorted(std::begin(kShaderWords), std::end(kShaderWords)));

@@ -135,6 +135,16 @@ TEST(ExtensionTest, NumbersBecomeVectorsAndHalves) {
             "1:31: the place in a texture of 2 dimensions is a vec2, this is a float; write vec2(...)");
 }
 
+TEST(ExtensionTest, NumbersAreConvertedWhereShadingLanguagesDoNot) {
+  EXPECT_TRUE(IsPlain("uint a = 1; float b = UNIFORM(n); b += a; bool c = a < 2; float d = int(b);"));
+  for (const std::string_view body :
+       {"int a = UNIFORM(n);", "uint a = UNIFORM(f);", "if (UNIFORM(n) & 1u) return;", "bool a = !UNIFORM(n);",
+        "float a = true;", "int a = 1; a += UNIFORM(n);", "int a = 1; a *= 1.5;"}) {
+    EXPECT_FALSE(IsPlain(body)) << body;
+    EXPECT_TRUE(IsPrintable(body)) << body;
+  }
+}
+
 TEST(ExtensionTest, ArgumentsOfSeveralTypesBecomeOne) {
   EXPECT_EQ(PrintResult("float r = max(UNIFORM(f), 0);"), "(call max uniform.f:float 0:int>float)^:float");
   EXPECT_EQ(PrintResult("uint r = clamp(UNIFORM(n), 0, 5);"),

@@ -69,6 +69,12 @@ TEST(PlainFormTest, NumbersHaveTheTypeThatTheyAreWantedAs) {
   EXPECT_EQ(PlainBody("vec3 a = UNIFORM(v) * 2;"), "vec3 a = UNIFORM(v) * 2.0;");
 }
 
+TEST(PlainFormTest, ConversionsAreWritten) {
+  EXPECT_EQ(PlainBody("int a = UNIFORM(n); if (a & 1) a += UNIFORM(n);"),
+            "int a = int(UNIFORM(n)); if (bool(a & 1)) { { a = int(uint(a) + UNIFORM(n)); } }");
+  EXPECT_EQ(PlainBody("float local = 1.0;", {}, true), "float local_ = 1.0;");
+}
+
 TEST(PlainFormTest, MatricesAreMultipliedByAWord) {
   EXPECT_EQ(PlainBody("vec3 a = UNIFORM(m) * UNIFORM(v);"), "vec3 a = mul(UNIFORM(m), UNIFORM(v));");
   EXPECT_EQ(PlainBody("mat3 a = UNIFORM(m); a *= UNIFORM(m);"), "mat3 a = UNIFORM(m); { a = mul(a, UNIFORM(m)); }");
