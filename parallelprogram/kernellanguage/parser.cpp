@@ -175,6 +175,7 @@ void Parser::ReadItem(Nodes& items) {
   if (Is("CPU_GRANULARITY") || Is("CPU_SINGLETHREADEDTHRESHOLD")) return ReadTuning(items);
   if (Is("struct") && Is("KernelInput", 1)) return ReadStructParameters(items);
   if (Is("struct") || (Is("typedef") && Is("struct", 1))) return ReadStruct(items);
+  if (Is("typedef") || (Is("using") && Is("=", 2))) return ReadAlias(items);
   if (Is("OSTRA_PARALLEL_KERNEL") || Is("FP_KERNEL")) return ReadKernel(items);
   if (Is("OSTRA_METHOD")) {
     Stop(token.offset, "a kernel in the form of a method, which can fail");
@@ -275,6 +276,32 @@ void Parser::ReadStruct(Nodes& items) {
   if (isTypedef) AddStruct(name = ReadStructName());
   if (!Expect(";")) return;
   items.push_back(Add(NodeKind::kStruct, start.offset, name, members, isTypedef ? kIsCppOnly : 0));
+}
+
+// typedef float4 Colour; or using Colour = float4; the tree has the type itself.
+void Parser::ReadAlias(Nodes& items) {
+  const Token& start = Take();
+  const Bool isUsing = start.text == "using";
+  std::string_view name;
+  if (isUsing) {
+    name = ReadDeclaredName();
+    if (!Expect("=")) return;
+  }
+  const SourceOffset offset = Peek().offset;
+  const NodeIndex type = ReadType();
+  if (IsBroken()) return;
+  const auto flags = _file.tree.nodes[type].flags;
+  if (!_file.tree.GetChildren(type).empty() || (flags & (kIsConst | kIsReference | kIsPointer)) != 0) {
+    Stop(offset, "another name for such a type");
+    return;
+  }
+  const std::string_view meant = _file.tree.GetName(type);
+  // typedef unsigned int uint;
+  const Bool isItself = FindTypeWord(meant) != kUnknownType && FindTypeWord(Peek().text) == FindTypeWord(meant);
+  if (!isUsing) name = isItself ? Take().text : ReadDeclaredName();
+  if (!Expect(";")) return;
+  if (!isItself) _aliases.emplace(name, meant);
+  items.push_back(Add(NodeKind::kPrototype, start.offset, name, {}, kIsCppOnly));
 }
 
 std::string_view Parser::ReadStructName() {

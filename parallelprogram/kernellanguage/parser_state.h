@@ -85,6 +85,7 @@ class Parser {
   void ReadTuning(Nodes& items);
   void ReadInputs(Nodes& items);
   void ReadStruct(Nodes& items);
+  void ReadAlias(Nodes& items);
   std::string_view ReadStructName();
   void AddStruct(std::string_view name);
   Nodes ReadMembers();
@@ -166,9 +167,10 @@ class Parser {
   ParsedFile _file;
   std::vector<UInt16> _heights;  // of the nodes
   std::unordered_set<std::string_view> _structs;
-  std::vector<std::string_view> _structNames;      // in their order
-  std::unordered_set<std::string_view> _declared;  // all names that the file has declared so far
-  std::vector<std::string_view> _hiddenTypes;      // by variables with the name of a type
+  std::unordered_map<std::string_view, std::string_view> _aliases;  // other names of types
+  std::vector<std::string_view> _structNames;                       // in their order
+  std::unordered_set<std::string_view> _declared;                   // all names that the file has declared so far
+  std::vector<std::string_view> _hiddenTypes;                       // by variables with the name of a type
   Int _namespaces = 0;
 };
 

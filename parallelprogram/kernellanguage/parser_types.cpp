@@ -11,7 +11,7 @@ namespace ostra::kernellanguage {
 
 Bool Parser::IsTypeWord(std::string_view word) const {
   if (std::find(_hiddenTypes.begin(), _hiddenTypes.end(), word) != _hiddenTypes.end()) return false;
-  if (_structs.contains(word) || word.starts_with("TextureSampler_")) return true;
+  if (_structs.contains(word) || _aliases.contains(word) || word.starts_with("TextureSampler_")) return true;
   const Word* known = FindWord(word);
   return known && known->kind == WordKind::kType;
 }
@@ -65,6 +65,8 @@ NodeIndex Parser::ReadTypeWord(UInt16 flags) {
     if (Is("int")) Take();
     name = "uint";
   } else if (IsTypeWord(name)) {
+    const auto alias = _aliases.find(name);
+    if (alias != _aliases.end()) name = alias->second;
     Take();
   } else {
     return FailUnknownType();

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <limits>
 
+#include "parallelprogram/kernellanguage/conversions.h"
 #include "parallelprogram/kernellanguage/join.h"
 #include "parallelprogram/kernellanguage/literal.h"
 #include "parallelprogram/kernellanguage/resolver.h"

@@ -29,6 +29,7 @@
 //   float x{1}, float[2] a  kVariable with kIsExtended, like others
 //   half = 1.0, sample++    kVariable and what else has the name of a type or a word of a shading language
 //   typedef struct { } S;   kStruct with kIsCppOnly; a kType with it is written "struct S"
+//   typedef float4 Colour;  kPrototype; a kType with it has the type itself
 //   [unroll] for (...)      a statement with kIsExtended
 //   const float k = 1.0;    kDeclaration outside of functions
 //   float F(float x) {      kFunction with kIsCppOnly: not inline, or the brace on the same line

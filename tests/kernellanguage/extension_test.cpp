@@ -305,6 +305,14 @@ TEST(ExtensionTest, StructsAndArgumentsMayBeWrittenAsInC) {
   EXPECT_FALSE(IsPlain("struct S s;", "struct S\n{\nvec2 a;\n};\n"));
 }
 
+TEST(ExtensionTest, TypesMayHaveOtherNames) {
+  const std::string before = "typedef vec3 Colour;\ntypedef unsigned int uint;\nusing Real = float;\n";
+  EXPECT_EQ(PrintResult("Colour r = Colour(Real(1));", before), "(make vec3 (make float 1:int>float):float)^:vec3");
+  EXPECT_FALSE(IsPlain("", before));
+  EXPECT_TRUE(IsPrintable("Colour c = UNIFORM(v);", before));
+  EXPECT_EQ(PrintResult("int r = 1;", "typedef const vec3 Colour;\n"), "reason: another name for such a type");
+}
+
 TEST(ExtensionTest, HintsForCompilersArePassedOver) {
   EXPECT_EQ(
       FindErrors("[unroll] for (int i = 0; i < 3; i++) { } [loop] while (false) { } [unroll(2)] do { } while (false);"),

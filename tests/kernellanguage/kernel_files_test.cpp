@@ -17,6 +17,7 @@ const std::map<std::string, std::string>& GetReasons() {
       {"net.example.fail.krn", "a kernel in the form of a method, which can fail"},
       {"net.ostra.test.words.krn", "this #include: the header is not one of the kernel's own"},
       {"define.krn", "the header \"define.h\" is not one of the kernel's own"},
+      {"net.example.convolve.krn", "the type \"TYPE\" is not declared in the kernel's files"},
       {"struct.krn", "the type \"TYPE\" is not declared in the kernel's files"},
       {"net.ostra.parity.doubles.krn", "floor of numbers of 64 bits"},
       {"net.ostra.parity.paint_gpu.krn", "StoreImage, which the CPU does not have"},
