@@ -88,13 +88,15 @@ Result<void> ReadWithFrontEnd(FileCheck& check, const Url& url, const CheckOptio
   return OK;
 }
 
-// Why there is none is said by the front end, which cannot print it for the CPU, either.
+// A kernel without one that needs one is not translated: the rules for its lines are not what it breaks.
 Result<void> FindPlainForm(FileCheck& check, const Url& url, const CheckOptions& options) {
   auto plain = MakePlainSource(url, options.templateArgument.value_or(""));
   if (plain)
     check.plain = std::move(*plain);
   else if (plain.GetError().GetKind() == kOutOfMemoryError)
     return plain.TakeError();
+  else if (!options.targets.empty())
+    check.findings.AddMessage(plain.GetError().GetMessage(), check.file);
   return OK;
 }
 
@@ -233,6 +235,7 @@ Result<FileCheck> PrepareCheck(const CheckOptions& options, const std::string& f
     return check;
   }
   if (!isStage) OSTRA_RETURN_IF_ERROR(FindPlainForm(check, url, options));
+  if (!check.findings.GetAll().empty()) return check;
   // Nothing else that could be said of such a file is certain.
   if (!check.plain && !KeepsRules(*source, file, false, check.findings)) return check;
   if (!isStage) OSTRA_RETURN_IF_ERROR(ReadWithFrontEnd(check, url, options));
