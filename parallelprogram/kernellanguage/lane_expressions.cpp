@@ -242,6 +242,7 @@ LanePrinter::Value LanePrinter::EvaluateItself(NodeIndex node) {
     default:
       break;
   }
+  if (_tree.nodes[node].kind == NodeKind::kAssign) Refuse(node, "an assignment inside an expression");
   Refuse(node, Join({"\"", NameOf(node), GetSpelling(operation), "\" inside an expression"}));
   return {"", Form::kLanes, TypeOf(node)};
 }

@@ -229,7 +229,7 @@ NodeIndex Parser::ReadWord() {
   if (Is("(", 1)) return ReadCall();
   if (Is("not")) return StopAt(token);  // the operator of C++
   Take();
-  if (Is("<") && IsTypeStart(1)) return Stop(token.offset, "a template");
+  if (Is("<") && IsTypeStart(1) && !Is("(", 2)) return Stop(token.offset, "a template");
   return Add(NodeKind::kName, token.offset, token.text, {});
 }
 

@@ -78,6 +78,10 @@ std::string PlainPrinter::PartText(const Part& part, Binding lowest) {
 std::string PlainPrinter::Convert(NodeIndex node) {
   const TypeIndex from = _resolved.type[node], to = _resolved.converted[node];
   if (_types.IsScalar(from) && _types.IsScalar(to)) return Join({TypeName(to), "(", Value(node, Binding::kComma), ")"});
+  if (KindOf(node) == NodeKind::kLiteral && _types.IsVector(to) && !IsBoolVector(to)) {
+    const std::vector<std::string> components(_types[to].count, Literal(node, GetScalarType(_types[to].scalar)));
+    return Join({TypeName(to), "(", JoinList(components), ")"});
+  }
   if (_types.IsScalar(from) && _types.IsVector(to)) return ConstructVector(to, {{node, from}});
   if (!_types.IsVector(from) || !_types.IsVector(to)) {
     Refuse(node, Join({"a ", _types.GetName(from), " where a ", _types.GetName(to), " belongs"}));
@@ -126,8 +130,12 @@ std::string PlainPrinter::ConstructVector(TypeIndex type, const std::vector<Part
     const std::string value = isInPlace ? PartText(parts[i], isAlone ? Binding::kAssignment : Binding::kPostfix)
                                         : Join({"v", std::to_string(i)});
     if (!isInPlace) arguments.push_back(PartText(parts[i], Binding::kAssignment));
-    for (const std::string& component : Components(value, from))
-      components.push_back(StoredComponent(component, _types[from].scalar, scalar));
+    for (const std::string& component : Components(value, from)) {
+      // The parentheses of "(v.x != 0)" are those of the conversion.
+      const Bool isBool = IsBoolVector(from);
+      components.push_back(
+          StoredComponent(isBool ? component.substr(1, component.size() - 2) : component, _types[from].scalar, scalar));
+    }
   }
   if (isSplat) components.resize(count, components[0]);
   if (components.size() > count) components.resize(count);

@@ -68,7 +68,11 @@ void Resolver::ExtendConversions() {
   };
   for (NodeIndex node = 0; node < _tree.nodes.size(); ++node) {
     const NodeKind kind = _tree.nodes[node].kind;
-    if (kind == NodeKind::kConstruct || kind == NodeKind::kCast) continue;
+    // bool == bool is everywhere.
+    const Operation operation = _tree.nodes[node].operation;
+    const Bool isComparison = operation == Operation::kEqual || operation == Operation::kNotEqual;
+    if (isComparison && _resolved.type[_tree.GetChild(node, 0)] == _resolved.type[_tree.GetChild(node, 1)]) continue;
+    if (kind == NodeKind::kConstruct || kind == NodeKind::kCast || kind == NodeKind::kIndex) continue;
     for (const NodeIndex child : _tree.GetChildren(node)) {
       if (child != kNoNode && isOfCpp(_resolved.type[child], _resolved.converted[child])) Extend(child, true);
     }

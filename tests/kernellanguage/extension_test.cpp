@@ -136,7 +136,7 @@ TEST(ExtensionTest, NumbersBecomeVectorsAndHalves) {
 }
 
 TEST(ExtensionTest, NumbersAreConvertedWhereShadingLanguagesDoNot) {
-  EXPECT_TRUE(IsPlain("uint a = 1; float b = UNIFORM(n); b += a; bool c = a < 2; float d = int(b);"));
+  EXPECT_TRUE(IsPlain("uint a = 1; float b = UNIFORM(n); b += a; bool c = a < 2; float d = int(b); bool e = c == c;"));
   for (const std::string_view body :
        {"int a = UNIFORM(n);", "uint a = UNIFORM(f);", "if (UNIFORM(n) & 1u) return;", "bool a = !UNIFORM(n);",
         "float a = true;", "int a = 1; a += UNIFORM(n);", "int a = 1; a *= 1.5;"}) {
@@ -303,6 +303,12 @@ TEST(ExtensionTest, StructsAndArgumentsMayBeWrittenAsInC) {
   EXPECT_TRUE(IsPrintable("struct S s; s.b = One();", before));
   EXPECT_FALSE(IsPlain("S s;", "typedef struct { vec2 a; } S;\n"));
   EXPECT_FALSE(IsPlain("struct S s;", "struct S\n{\nvec2 a;\n};\n"));
+}
+
+TEST(ExtensionTest, LessThanAConversionIsNoTemplate) {
+  EXPECT_EQ(PrintResult("int i = 1; bool r = i < int(UNIFORM(f));"),
+            "(< i:int (make int uniform.f:float>int):int):bool");
+  EXPECT_EQ(PrintResult("int i = 1; float r = i<int>(UNIFORM(f));"), "reason: a template");
 }
 
 TEST(ExtensionTest, TypesMayHaveOtherNames) {

@@ -42,7 +42,14 @@ TEST(LaneCodeTest, EveryUnderstoodKernelOfTheRepositoryRunsWideOrHasAKnownReason
   std::map<std::string, std::string> known = {
       {"net.ostra.kernels.reduction.krn",
        "a loop in which each invocation walks through elements of its own, which is slower in lanes"},
+      {"net.example.sparseproduct.krn",
+       "a loop in which each invocation walks through elements of its own, which is slower in lanes"},
       {"extended.krn", "a value of type half that differs between invocations"},
+      {"net.example.halfblend.krn", "a value of type half4 that differs between invocations"},
+      {"net.example.hueshift.krn",
+       "an element that is found by its number in something other than an array or a buffer"},
+      {"net.example.julia.krn", "\"++\" inside an expression"},
+      {"net.example.lifebits.krn", "an assignment inside an expression"},
   };
   for (const char* name :
        {"com.example.scale.krn", "net.example.scale.krn", "net.example.whole.krn", "net.ostra.bench.count.krn",

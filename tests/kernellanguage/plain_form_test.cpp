@@ -147,7 +147,8 @@ TEST(PlainFormTest, EveryPlainFormIsUnderstoodAndItsOwnPlainForm) {
     ++count;
     const PlainForm form = PrintPlain(*kernel);
     const AnalyzedKernel again = AnalyzeText(form.text);
-    ASSERT_TRUE(again.IsUnderstood()) << path << ListErrors(again) << form.text;
+    ASSERT_TRUE(again.IsUnderstood()) << path << ListErrors(again) << form.text
+                                      << (again.notUnderstood ? again.notUnderstood->reason : "");
     const NodeIndex extension = again.resolved.firstUnprintable;
     ASSERT_EQ(extension, kNoNode) << path << ": " << PrintExpression(again.tree, extension);
     EXPECT_EQ(PrintPlain(again).text, form.text) << path;

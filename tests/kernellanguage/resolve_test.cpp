@@ -22,10 +22,10 @@ TEST(ResolveTest, LiteralsHaveTheTypesOfTheLanguage) {
 TEST(ResolveTest, ScalarsAreConvertedAsInCpp) {
   EXPECT_EQ(PrintResult("float r = 1 + 2.0;"), "(+ 1:int>float 2.0:float):float");
   EXPECT_EQ(PrintResult("uint r = 1 + 2u;"), "(+ 1:int>uint 2u:uint):uint");
-  EXPECT_EQ(PrintResult("int r = 2.7;"), "2.7:float>int");
-  EXPECT_EQ(PrintResult("int r = true + true;"), "(+ true:bool>int true:bool>int):int");
+  EXPECT_EQ(PrintResult("int r = 2.7;"), "2.7^:float>int");
+  EXPECT_EQ(PrintResult("int r = true + true;"), "(+ true^:bool>int true^:bool>int):int");
   EXPECT_EQ(PrintResult("Int16 a = Int16(3); int r = a << 2u;"), "(<< a:Int16>int 2u:uint):int");
-  EXPECT_EQ(PrintResult("bool r = 3 && 0.5;"), "(&& 3:int>bool 0.5:float>bool):bool");
+  EXPECT_EQ(PrintResult("bool r = 3 && 0.5;"), "(&& 3^:int>bool 0.5^:float>bool):bool");
   EXPECT_EQ(PrintResult("bool r = 1 < 2u;"), "(< 1:int>uint 2u:uint):bool");
   EXPECT_EQ(PrintResult("Int64 r = Int64(1) * 3u;"), "(* (make Int64 1:int>Int64):Int64 3u:uint>Int64):Int64");
   EXPECT_EQ(PrintResult("double d = 1.0; double r = d * 3;"), "(* d:double 3:int>double):double");
