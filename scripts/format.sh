@@ -14,4 +14,4 @@ esac
 # shellcheck disable=SC2086  # several options
 find ostra parallelprogram apps tests bench fuzz \( -name '*.h' -o -name '*.cpp' -o -name '*.inl' \) \
   -not -path 'ostra/render/noise/*' -not -path 'tests/kernels/golden/*' -not -path 'tests/kernellanguage/golden/*' -not -path 'tests/kernels/files/*' \
-  -not -path 'tests/tool/kernels/*' -print0 | xargs -0 "$formatter" $options
+  -not -path 'tests/tool/kernels/*' -not -path 'tests/porting/*' -print0 | xargs -0 "$formatter" $options
