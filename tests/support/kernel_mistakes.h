@@ -38,7 +38,7 @@ inline constexpr KernelMistake kKernelMistakes[] = {
     {"BraceTooMuch", "\t\tUNIFORM_BUFFER(target)[0] = 1.0;\n\t}\n", 11, 2,
      "this brace closes the kernel, which ends in line 13: is it one too many, or is an opening brace missing before "
      "it?"},
-    {"BraceOnTheLineOfAFunction", "\tfloat a = Half(1.0);\n", 1, 32,
+    {"BraceOnTheLineOfAFunction", "\tauto a = Half(1.0);\n", 1, 32,
      "the brace of a function belongs on a line of its own: here it is left out on the GPU",
      "inline Float32 Half(Float32 x) {\n\treturn 0.5 * x;\n}\n\n"},
     {"UndeclaredUniform", "\tfloat a = UNIFORM(fcator);\n", 10, 20,

@@ -253,28 +253,25 @@ Result<FileCheck> PrepareCheck(const CheckOptions& options, const std::string& f
 }
 
 Findings CollectFindings(const FileCheck& check, const CheckOptions& options) {
-  Findings findings, mistakes;
   const Bool isOfCpu = IsRefusedByCpuAlone(check);
+  Findings said, mistakes, ofFile, findings;
   if (!check.mistakes.empty() && (options.isForCpu || !isOfCpu))
-    findings.AddMessage(check.mistakes + (isOfCpu ? " [CPU]" : ""), check.file);
-  if (!isOfCpu) mistakes.AddAll(findings);
-  const auto add = [&](const Findings& others) {
+    said.AddMessage(check.mistakes + (isOfCpu ? " [CPU]" : ""), check.file);
+  if (!isOfCpu) mistakes = said;
+  for (const Finding& finding : check.findings.GetAll())
+    if (finding.severity == Severity::Error && !IsOnLineOf(mistakes, finding)) ofFile.Add(finding);
+  const auto add = [&](const Findings& others, const Findings& toldBy) {
     for (const Finding& finding : others.GetAll())
-      if (!IsOnLineOf(mistakes, finding)) findings.Add(finding);
+      if (!IsOnLineOf(mistakes, finding) && !IsOnLineOf(toldBy, finding)) findings.Add(finding);
   };
-  // An error of the file itself and what the CPU's compiler says about the line are one mistake.
-  const Findings ofCpu = findings;
-  Findings ofFile;
-  for (const Finding& finding : check.findings.GetAll()) {
-    if (finding.severity == Severity::Error) {
-      if (IsOnLineOf(ofCpu, finding)) continue;
-      ofFile.Add(finding);
-    }
-    if (!IsOnLineOf(mistakes, finding)) findings.Add(finding);
-  }
-  for (const Finding& finding : check.cpuFindings.GetAll())
-    if (!IsOnLineOf(mistakes, finding) && !IsOnLineOf(ofFile, finding)) findings.Add(finding);
-  for (const TargetCheck& target : check.targets) add(target.findings);
+  // An error of the file itself and what the CPU alone says about the line are one mistake.
+  if (isOfCpu)
+    add(said, ofFile);
+  else
+    findings.AddAll(said);
+  add(check.findings, {});
+  add(check.cpuFindings, ofFile);
+  for (const TargetCheck& target : check.targets) add(target.findings, {});
   return findings;
 }
 
