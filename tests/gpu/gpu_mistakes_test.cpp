@@ -104,6 +104,8 @@ TEST_F(GpuMistakesTest, TheEnvironmentSaysWhichKernelIsTooLarge) {
   }
   for (const char* wrong : {"many", "", "0", "-1", "12 "}) {
     const LimitVariable limit(wrong);
+    program = MakeProgram(kGpuProgramClass);
+    StoreBuffer<Float32>(*program, "y"_iid, {0});
     EXPECT_THAT(GetError(path), testing::HasSubstr("OSTRA_GPU_PROGRAM_LIMIT is \"" + std::string(wrong) +
                                                    "\": give a number of words, or off."));
   }
