@@ -126,6 +126,7 @@ std::string PlainPrinter::ValueItself(NodeIndex node, Binding& binding) {
     case NodeKind::kLocalData:
       return Join({mark, "LOCALDATA(", name, ", ", Expression(child(0)), ", ", Expression(child(1)), ")"});
     case NodeKind::kUnary: {
+      if (operation == Operation::kIncrement || operation == Operation::kDecrement) CheckPlainPlace(child(0));
       binding = Binding::kUnary;
       // "- -x" is no "--x".
       const Bool isSignAgain = KindOf(child(0)) == NodeKind::kUnary;
@@ -211,8 +212,7 @@ std::string PlainPrinter::Name(NodeIndex node, Binding& binding) {
     return "";
   }
   binding = Binding::kPostfix;
-  const std::string text = Expression(value, Binding::kPostfix);
-  return text;
+  return Expression(value, Binding::kPostfix);
 }
 
 Bool PlainPrinter::IsTable(NodeIndex node) const {

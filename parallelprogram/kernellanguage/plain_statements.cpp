@@ -176,10 +176,12 @@ void PlainPrinter::WriteColumns() {
   _changedColumns.clear();
 }
 
-// Whether a column of a matrix is changed, or a part of one.
+// Whether the place is a column without a plain name, or a part of one.
 Bool PlainPrinter::IsInColumn(NodeIndex place) const {
   for (; KindOf(place) == NodeKind::kMemberOf || KindOf(place) == NodeKind::kIndex; place = Child(place, 0)) {
-    if (KindOf(place) == NodeKind::kIndex && IsMatrix(_resolved.converted[Child(place, 0)])) return true;
+    const NodeIndex matrix = Child(place, 0);
+    if (KindOf(place) != NodeKind::kIndex || !IsMatrix(_resolved.converted[matrix])) continue;
+    return _types[_resolved.converted[matrix]].count == 2 || !FindNumber(Child(place, 1)) || !IsSimple(matrix);
   }
   return false;
 }

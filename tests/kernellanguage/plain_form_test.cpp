@@ -83,6 +83,7 @@ TEST(PlainFormTest, MatricesAreMultipliedByAWord) {
 TEST(PlainFormTest, ColumnsHaveNamesOnTheCpuAndNumbersOnGpus) {
   EXPECT_EQ(PlainBody("vec3 a = UNIFORM(m)[1];"), "vec3 a = UNIFORM(m).v1;");
   EXPECT_EQ(PlainBody("vec3 a = UNIFORM(m)[1];", {}, true), "vec3 a = UNIFORM(m)[1];");
+  EXPECT_EQ(PlainBody("mat3 a = UNIFORM(m); a[1] *= 2; ++a[2].x;"), "mat3 a = UNIFORM(m); a.v1 *= 2.0; ++a.v2.x;");
   EXPECT_EQ(PlainBody("vec3 a = UNIFORM(m).v1;", {}, true), "vec3 a = UNIFORM(m)[1];");
 }
 
@@ -122,6 +123,7 @@ TEST(PlainFormTest, ArgumentsThatAreChangedAreVariables) {
 }
 
 TEST(PlainFormTest, WhatHasNoPlainFormIsRefused) {
+  EXPECT_EQ(Refusal("mat3 a = UNIFORM(m); int k = 1; ++a[k].x;"), "a column that is written inside of an expression");
   EXPECT_EQ(Refusal("vec2 a[2]; int k = 0; for (; k < 2; a[k].yx = a[0]) ++k;"),
             "components that are written inside of an expression");
   EXPECT_EQ(Refusal("vec3 a = UNIFORM(v); float b = (a.xy = vec2(1.0, 2.0)).x;"),
