@@ -12,9 +12,15 @@ Bool IsAboutSource(const Error& error) {
 
 }  // namespace
 
+Result<void> CheckKernelMistakes(const Url& file, std::string_view templateArgument) {
+  Result<void> found = ReadForFrontEnd(file, templateArgument, &FindKernelMistakes);
+  if (!found && (IsAboutSource(found.GetError()) || found.GetError().GetKind() == kOutOfMemoryError)) return found;
+  return OK;
+}
+
 Error ExplainCompileError(const Url& file, std::string_view templateArgument, const Error& error) {
   if (!IsAboutSource(error)) return error;
-  Result<void> found = ReadForFrontEnd(file, templateArgument, &FindKernelMistakes);
+  Result<void> found = CheckKernelMistakes(file, templateArgument);
   return !found && IsAboutSource(found.GetError()) ? found.TakeError() : error;
 }
 

@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "ostra/core/diagnostics.h"
+#include "ostra/drawport/settings.h"
 #include "parallelprogram/base/configuration_variables.h"
 #include "parallelprogram/device/cache_keys.h"
 #include "parallelprogram/device/kernel_mistakes.h"
@@ -152,6 +153,9 @@ Result<void> ParallelProgramGPUImpl::BuildProgram(const InternedId& kernelId, Dr
   ParsedKernel parsed = kernel->parsed;
   if (!kernel->isChangingModes) {
     OSTRA_ASSIGN_OR_RETURN(parsed, Parse(*kernel, kernel->fileName.GetHashCode()));
+    // Mistakes may end glslang's HLSL front end, and the process with it.
+    if (GetDrawportShadingLanguage() == kShadingLanguageHlsl)
+      OSTRA_RETURN_IF_ERROR(CheckKernelMistakes(kernel->file, kernel->templateArgument.GetView()));
   }
   OSTRA_ASSIGN_OR_RETURN(KernelDescription description, DescribeKernel(parsed));
   OSTRA_ASSIGN_OR_RETURN(ShaderRecords records, MakeShaderRecords(*parsed.parser, kCompute));

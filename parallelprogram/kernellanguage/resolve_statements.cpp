@@ -10,6 +10,19 @@ void Resolver::Statements(NodeIndex block) {
   }
 }
 
+// The first name in an expression that is no constant; kNoNode: there is none.
+NodeIndex Resolver::FindChanging(NodeIndex expression) const {
+  const Meaning& meaning = _resolved.meaning[expression];
+  const Bool isVariable = _tree.Is(expression, NodeKind::kName) && meaning.kind == MeaningKind::kVariable;
+  if (isVariable && !_tree.HasFlag(meaning.target, kIsConst)) return expression;
+  if (_tree.Is(expression, NodeKind::kUniform)) return expression;
+  for (const NodeIndex child : _tree.GetChildren(expression)) {
+    const NodeIndex found = child == kNoNode ? kNoNode : FindChanging(child);
+    if (found != kNoNode) return found;
+  }
+  return kNoNode;
+}
+
 void Resolver::Statement(NodeIndex node) {
   if (node == kNoNode || IsStopped()) return;
   const auto child = [&](std::size_t i) { return _tree.GetChild(node, i); };
@@ -52,7 +65,10 @@ void Resolver::Statement(NodeIndex node) {
     case NodeKind::kCase: {
       const TypeIndex type = Expression(child(0));
       if (type == kUnknownType || IsStopped()) break;
-      if (!Evaluate(child(0)) || !IsScalar(type)) Stop(child(0), "this value of a case");
+      if (const NodeIndex changing = FindChanging(child(0)); changing != kNoNode)
+        Fail(changing, Join({"a case needs a number that is known, and \"", NameOf(changing), "\" may change"}));
+      else if (!Evaluate(child(0)) || !IsScalar(type))
+        Stop(child(0), "this value of a case");
       break;
     }
     case NodeKind::kReturn:

@@ -123,6 +123,18 @@ TEST_F(GpuMistakesTest, AKernelWhoseCallsAreTooMuchForADriverIsRefused) {
                                      "times the limit of 400000: "));
 }
 
+// glslang's HLSL front end would end with the process.
+TEST_F(GpuMistakesTest, MistakesThatEndTheCompilerOfHlslAreTold) {
+  const Id language = GetDrawportShadingLanguage();
+  SetDrawportShadingLanguage(kShadingLanguageHlsl);
+  program = MakeProgram(kGpuProgramClass);
+  StoreBuffer<Float32>(*program, "y"_iid, {0});
+  const std::string path =
+      _folder.Write("k.krn", "inline void Set(INOUT float x)\n{\n\tx = 1.0;\n}\n\n" + MakeKernel("1.0;\n\tSet(1.0)"));
+  EXPECT_THAT(GetError(path), testing::HasSubstr(": error: "));
+  SetDrawportShadingLanguage(language);
+}
+
 TEST_F(GpuMistakesTest, WhatTheFrontEndDoesNotFindIsToldByTheCompiler) {
   const std::string path = _folder.Write("k.krn", MakeKernel("nothing"));
   EXPECT_THAT(GetError(path), testing::HasSubstr(path + ":6: error: 'nothing' : undeclared identifier"));

@@ -64,6 +64,20 @@ TEST_F(CheckTest, AMistakeThatALintAndTheCpuCompilerFindIsToldOnce) {
   EXPECT_THAT(result.errors, testing::Not(HasSubstr("[CPU]")));
 }
 
+// glslang's HLSL front end would end with the process.
+TEST_F(CheckTest, MistakesThatEndACompilerAreTold) {
+  const std::string set = "inline void Set(INOUT Float32 x)\n{\n\tx = 1.0;\n}\n\n";
+  for (const std::string body :
+       {"\tSet(1.0);", "\tint k = 1;\n\tint n = 2;\n\tswitch (k)\n\t{\n\t\tcase n:\n\t\t\tbreak;\n\t}",
+        "\tcase 1:\n\treturn;"}) {
+    const std::string source = set + MakeKernel(body);
+    EXPECT_THAT(Check(source).errors, HasSubstr(": error: ")) << body;
+    const ToolResult result = Check(source, {"--target", "HLSL"});
+    EXPECT_EQ(result.exitStatus, kFailed) << body;
+    EXPECT_THAT(result.errors, HasSubstr("ostra: the check found 1 error")) << body;
+  }
+}
+
 TEST_F(CheckTest, AnUnknownParameterIsNamedByTheWordsOfTheKernel) {
   const ToolResult result =
       Check(MakeKernel("\tUNIFORM_BUFFER(values)[0] = UNIFORM(gain);"), {"--target", "GLSL", "--target", "CPU"});

@@ -278,6 +278,12 @@ Findings CollectFindings(const FileCheck& check, const CheckOptions& options) {
 Result<void> CompileTarget(TargetCheck& check, const FileCheck& fileCheck, const MetalCompiler* metal) {
   const std::string& file = fileCheck.file;
   if (!check.assembled) return OK;
+  // Mistakes may end glslang's HLSL front end, and the process with it. The other languages say whether they are
+  // mistakes on GPUs.
+  if (!fileCheck.mistakes.empty() && check.target == kTargetHlsl) {
+    check.isRefused = fileCheck.targets.size() == 1;
+    return OK;
+  }
   std::vector<ShaderMessage> messages;
   if (check.target == kTargetMetal) {
     if (const auto error = shadercompiler::FindTextLimitError(check.assembled->text)) {
