@@ -105,6 +105,11 @@ std::string PrintGroups(const kernelfront::KernelFile& file, const kernellanguag
                                    ", in a kernel whose invocations exchange values"})};
 }
 
+// Why a kernel that needs its plain form has none.
+std::string FormatRefusal(const kernellanguage::SourceMap& sources, const kernellanguage::NotUnderstood& refusal) {
+  return kernellanguage::FormatDiagnostic(sources, {.offset = refusal.offset, .text = refusal.reason});
+}
+
 // A kernel file on its way to C++: itself, or its plain form.
 struct KernelRead {
   kernelfront::KernelFile& file;
@@ -119,9 +124,7 @@ template <class Use>
 auto ReadPlainKernel(const KernelSourceOptions& options, kernellanguage::AnalyzedKernel kernel, Use&& use)
     -> decltype(use(std::declval<const KernelRead&>())) {
   kernellanguage::PlainForm form = kernellanguage::PrintPlainForm(kernel, {});
-  if (form.refusal)
-    throw kernelfront::Failure{kernellanguage::FormatDiagnostic(
-        kernel.sources, {.offset = form.refusal->offset, .text = form.refusal->reason})};
+  if (form.refusal) throw kernelfront::Failure{FormatRefusal(kernel.sources, *form.refusal)};
   auto origin = std::make_shared<kernellanguage::TextOrigin>();
   origin->sources = std::make_shared<kernellanguage::SourceMap>(std::move(kernel.sources));
   origin->marks = std::move(form.marks);
@@ -227,11 +230,8 @@ Result<std::optional<PlainKernel>> MakePlainKernel(const KernelSourceOptions& op
     if (!kernel.IsUnderstood()) return std::nullopt;
     if (kernel.resolved.extensions.empty() && kernelfront::KeepsLineRules(options, text)) return std::nullopt;
     kernellanguage::PlainForm form = kernellanguage::PrintPlainForm(kernel, {.isForGpu = true});
-    if (!form.refusal) return kernelfront::SplitPlainForm(std::move(form), kernel.sources);
-    return Error::Make(kIllegalArgumentError,
-                       kernellanguage::FormatDiagnostic(kernel.sources,
-                                                        {.offset = form.refusal->offset, .text = form.refusal->reason}),
-                       kOstraUnit, __LINE__);
+    if (form.refusal) throw kernelfront::Failure{FormatRefusal(kernel.sources, *form.refusal)};
+    return kernelfront::SplitPlainForm(std::move(form), kernel.sources);
   });
 }
 

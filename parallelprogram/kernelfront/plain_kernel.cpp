@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <set>
 
 #include "parallelprogram/kernelfront/failure.h"
 #include "parallelprogram/kernelfront/kernel_file.h"
@@ -11,10 +10,6 @@
 namespace ostra::kernelfront {
 namespace {
 
-using kernellanguage::AnalyzedKernel;
-using kernellanguage::kNoNode;
-using kernellanguage::NodeIndex;
-using kernellanguage::NodeKind;
 using kernellanguage::SourceMap;
 
 // Calls `use` with each line.
@@ -27,21 +22,6 @@ void ForEachLine(std::string_view text, Use&& use) {
     text.remove_prefix(end + 1);
   }
 }
-
-}  // namespace
-
-Bool KeepsLineRules(const KernelSourceOptions& options, std::string_view text) {
-  try {
-    KernelFile(options, text).Read();
-    return true;
-  } catch (const CpuFailure&) {
-    return true;
-  } catch (const Failure&) {
-    return false;
-  }
-}
-
-namespace {
 
 // Where the lines of a text that was written anew come from.
 class LineOrigins {
@@ -74,6 +54,17 @@ class LineOrigins {
 };
 
 }  // namespace
+
+Bool KeepsLineRules(const KernelSourceOptions& options, std::string_view text) {
+  try {
+    KernelFile(options, text).Read();
+    return true;
+  } catch (const CpuFailure&) {
+    return true;
+  } catch (const Failure&) {
+    return false;
+  }
+}
 
 PlainKernel SplitPlainForm(kernellanguage::PlainForm form, const SourceMap& sources) {
   PlainKernel plain;

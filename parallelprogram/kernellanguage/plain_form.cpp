@@ -126,8 +126,7 @@ PlainForm PlainPrinter::Print() {
   printAll({NodeKind::kStruct}, [&](NodeIndex item) {
     if (_isUsed[item]) PrintStruct(item);
   });
-  _header = std::move(_text);
-  _text.clear();
+  const std::string structs = std::exchange(_text, {});
   printAll({NodeKind::kDeclaration}, [&](NodeIndex item) { PrintConstant(item); });
   const std::string constants = std::exchange(_text, {});
   printAll({NodeKind::kFunction}, [&](NodeIndex item) {
@@ -135,15 +134,14 @@ PlainForm PlainPrinter::Print() {
   });
   printAll({NodeKind::kNoiseMark}, [&](NodeIndex) { Line({"ADDNOISECALL"}); });
   PrintKernel();
-  std::string body = std::move(_text);
-  _text.clear();
+  const std::string body = std::exchange(_text, {});
   printAll({NodeKind::kGroupSize, NodeKind::kTuning}, [&](NodeIndex item) { PrintDirective(item); });
   PrintParameters();
   PlainForm form;
   form.refusal = std::move(_refusal);
   if (form.refusal) return form;
 
-  TakeMarks(_header, form);
+  TakeMarks(structs, form);
   form.headerSize = form.text.size();
   TakeMarks(Join({_text, constants, _helpers, body}), form);
   return form;

@@ -142,7 +142,7 @@ class PlainPrinter {
   const TypeTable& _types;
   const PlainOptions& _options;
 
-  std::string _header, _helpers, _text;
+  std::string _helpers, _text;
   std::set<std::string> _helperNames;
   std::set<NodeIndex> _fileConstants;
   std::vector<Bool> _isUsed;                // functions, structs and constants that the kernel needs

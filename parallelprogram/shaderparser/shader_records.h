@@ -68,7 +68,7 @@ struct ShaderStructDefinition {
 
   // The members of all types, in order; those of `members` among them.
   BaseArray<ShaderStructMember> declarations;
-  // The first line that is none of "type name;" and "type name[count];": as an element of a buffer the struct would
+  // The first line that is neither "type name;" nor "type name[count];": as an element of a buffer the struct would
   // lose members. Line 0: there is none.
   ShaderTextOrigin unclearLine;
 };

@@ -242,9 +242,13 @@ TEST_F(LintsTest, TextureTypesOfTheCpuAloneAreExplained) {
 }
 
 TEST_F(LintsTest, LettersOfAQualifierInsideATypeAreFound) {
-  EXPECT_THAT(Check(MakeKernel("(Block<Router>) routes", "")),
-              Contains("k.krn:2: warning: the letters \"out\" in \"(Block<Router>)\" make \"routes\" an output on the "
-                       "GPU: rename the type"));
+  EXPECT_THAT(
+      Check(MakeKernel("(Block<Router>) routes", "")),
+      ElementsAre(
+          "k.krn:2:8: error: the elements of this buffer are \"Router\", which is neither a type of kernels nor a "
+          "struct of the kernel's headers [CPU]\n(Block<Router>) routes\n       ^",
+          "k.krn:2: warning: the letters \"out\" in \"(Block<Router>)\" make \"routes\" an output on the "
+          "GPU: rename the type"));
   EXPECT_THAT(Check(MakeKernel("(Block<varyings>) y", "")), Contains(HasSubstr("make \"y\" a varying on the GPU")));
 }
 

@@ -55,7 +55,7 @@ TEST(NpyRecordsTest, WhatDoesNotFitIsNamed) {
   EXPECT_EQ(MessageOf("[('shape', '<f4', (3,)), ('weight', '<f4')]"),
             "the records have no field \"mass\", which the struct Body has");
   EXPECT_EQ(MessageOf("[('shape', '<f4', (3,)), ('mass', '<f4'), ('more', '<f4')]"),
-            "the field \"more\" of the records is none of the struct Body");
+            "the field \"more\" of the records is no member of the struct Body");
   EXPECT_EQ(MessageOf("[('shape', '<f4', (2,)), ('mass', '<f4')]"),
             "the field \"shape\" is 2 x <f4, and the member of the struct Body is 3 x <f4");
   EXPECT_EQ(MessageOf("[('shape', '<f4', (3,)), ('mass', '>f4')]"),
@@ -67,7 +67,7 @@ TEST(NpyRecordsTest, WhatDoesNotFitIsNamed) {
   EXPECT_EQ(MessageOf("[('shape', " + kBody + "), ('mass', '<f4')]"),
             "the field \"shape\" is a record, and the member of the struct Body is 3 x <f4");
   EXPECT_EQ(MessageOf("[('shape', '<f4', (3,)), ('mass', '<f4'), ('', '|V4')]"),
-            "the field \"\" of the records is none of the struct Body");
+            "the field \"\" of the records is no member of the struct Body");
 }
 
 TEST(NpyRecordsTest, DamagedDescriptionsAreRefused) {

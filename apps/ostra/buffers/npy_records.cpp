@@ -179,7 +179,8 @@ Result<void> CheckFields(const std::vector<Field>& fields, DataType type, const 
     const Bool isMember = std::any_of(members.GetFirst(), members.GetFirst() + members.GetCount(),
                                       [&](const StructMember& member) { return member.name == field.name; });
     if (!isMember)
-      return OSTRA_ILLEGAL_ARGUMENT("the field \"@\" of the records is none of the struct @", path + field.name, type);
+      return OSTRA_ILLEGAL_ARGUMENT("the field \"@\" of the records is no member of the struct @", path + field.name,
+                                    type);
   }
   if (fields.size() != static_cast<std::size_t>(members.GetCount()))
     return OSTRA_ILLEGAL_ARGUMENT("the records have @ fields, and the struct @ has @ members", fields.size(), type,
