@@ -1,7 +1,7 @@
 #!/bin/sh
 # scripts/demo.sh OSTRA_TOOL OUTPUT_FOLDER [PICTURE.png]
-# Runs kernels through the tool, on the CPU and on the GPU, and leaves pictures and times.txt: both times and how far the
-# results are apart. Then scenes of graphics programs are drawn. Without a GPU, or a driver that plays one, it says so and
+# Runs kernels through the tool, on the CPU and on the GPU, and leaves pictures, times.txt (both times and how far the
+# results are apart) and index.html, a page of both. Then scenes of graphics programs are drawn. Without a GPU, or a driver that plays one, it says so and
 # goes on with the CPU. Without a picture of the caller's it works on one that is rendered here: nothing in this
 # repository is a photograph.
 set -eu
@@ -34,6 +34,7 @@ field() {
 
 # line LABEL SIZE CPU GPU DIFFERENCE: a line of the table.
 line() {
+  printf '%s\t%s\t%s\t%s\t%s\n' "$@" >>"$work/rows"
   printf '%-24s %-12s %12s %12s   %s\n' "$@" | tee -a "$out/times.txt"
 }
 
@@ -165,4 +166,5 @@ Times are the best ones, of all dispatches of a run. Where a kernel decides by c
 scene, the last bit of a number can change a whole pixel; devices blend neighbouring texels in steps of their own.
 END
 fi
-echo "The pictures and times.txt are in $out."
+"$here/demo_page.sh" "$work/rows" "$out"
+echo "The pictures and times.txt are in $out; index.html shows them in a browser."
