@@ -1,10 +1,12 @@
 #!/bin/sh
-# Installs those packages of packages.txt that are missing; does nothing when all are there.
+# scripts/install_packages.sh [LIST...]: installs those packages of the lists that are missing; does nothing when all are
+# there. Without a list: packages.txt and test_packages.txt.
 set -eu
 
-list=$(dirname "$0")/packages.txt
+here=$(dirname "$0")
+[ "$#" -gt 0 ] || set -- "$here/packages.txt" "$here/test_packages.txt"
 missing=
-for package in $(sed 's/#.*//' "$list"); do
+for package in $(sed 's/#.*//' "$@"); do
   state=$(dpkg-query --show --showformat '${db:Status-Status}' "$package" 2>/dev/null) || state=
   [ "$state" = installed ] || missing="$missing $package"
 done

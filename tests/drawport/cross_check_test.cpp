@@ -61,7 +61,7 @@ class CrossCheckTest : public testing::Test {
         .write(reinterpret_cast<const char*>(compiled->words.GetFirst()), compiled->words.GetCount() * 4);
     const std::string command =
         "spirv-cross " + (_folder / "k.spv") + " " + options + " --output " + (_folder / "k.out");
-    EXPECT_EQ(std::system(command.c_str()), 0) << "spirv-cross is one of the packages of scripts/packages.txt";
+    EXPECT_EQ(std::system(command.c_str()), 0) << "spirv-cross is one of the packages of scripts/test_packages.txt";
     std::stringstream text;
     text << std::ifstream(_folder / "k.out").rdbuf();
     return text.str();
