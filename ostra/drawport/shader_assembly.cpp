@@ -7,6 +7,7 @@
 
 #include "ostra/core/format.h"
 #include "ostra/core/text_characters.h"
+#include "ostra/drawport/shading/noise_modes.h"
 #include "ostra/drawport/shading/sections.h"
 #include "ostra/drawport/shading/shader_item.h"
 #include "ostra/drawport/shading/support_text.h"
@@ -86,7 +87,7 @@ class Assembler {
   Result<void> WriteDirective(std::string_view directive, const ShaderItem& item) {
     if (directive.starts_with("use ")) return WriteNamedSection(directive.substr(4), item);
     if (directive.starts_with("each ")) return WriteEach(directive.substr(5));
-    if (directive == "noise text") return _records.noiseTableCount > 0 ? _writer.AddLines(shading::kNoise) : OK;
+    if (directive == "noise text") return _records.noiseTableCount > 0 ? WriteNoiseText() : OK;
     if (directive == "noise calls")
       return _records.noiseTableCount > 0 ? WriteNamedSection("noise calls", _program) : OK;
     if (directive == "noise tables") return WriteNoiseTables();
@@ -163,6 +164,11 @@ class Assembler {
     return OK;
   }
 
+  Result<void> WriteNoiseText() {
+    OSTRA_RETURN_IF_ERROR(_writer.AddLines(shading::kNoise));
+    return _writer.AddLines(shading::kNoiseOfMode);
+  }
+
   Result<void> WriteNoiseTables() {
     const Bool isKnown = _records.noiseModes.IsPopulated();
     OSTRA_RETURN_IF_ERROR(WriteNamedSection(isKnown ? "known noise begin" : "noise begin", _program));
@@ -170,30 +176,12 @@ class Assembler {
       ShaderItem table;
       OSTRA_RETURN_IF_ERROR(table.Set("index", i));
       if (isKnown) {
-        OSTRA_ASSIGN_OR_RETURN(String function, String::Create(FindNoiseFunction(_records.noiseModes[i])));
+        OSTRA_ASSIGN_OR_RETURN(String function, String::Create(shading::GetNoiseFunction(_records.noiseModes[i])));
         OSTRA_RETURN_IF_ERROR(table.Set("noise", std::move(function)));
       }
       OSTRA_RETURN_IF_ERROR(WriteNamedSection(isKnown ? "known noise table" : "noise table", table));
     }
     return WriteNamedSection(isKnown ? "known noise end" : "noise end", _program);
-  }
-
-  // The function that ostra/render/noise/modes.h calls for a mode: the last one for modes that are not listed.
-  static std::string_view FindNoiseFunction(Int32 mode) {
-    std::string_view text = shading::kNoise, function;
-    while (!text.empty()) {
-      const std::string_view line = shading::TakeLine(text);
-      constexpr std::string_view kCondition = "  if (mode == ", kReturn = "return ";
-      const std::size_t call = line.find(kReturn);
-      if (call == std::string_view::npos) continue;
-      function = line.substr(call + kReturn.size());
-      function = function.substr(0, function.find('('));
-      Int32 listed = -1;
-      if (!line.starts_with(kCondition)) continue;
-      std::from_chars(line.data() + kCondition.size(), line.data() + line.size(), listed);
-      if (listed == mode) break;
-    }
-    return function;
   }
 
   Result<void> WriteStructs() {

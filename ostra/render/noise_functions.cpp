@@ -30,9 +30,8 @@ Float32 EvaluateAnywhere(UInt32 key, Int32 depth, Float32 x, Float32 y, Float32 
 namespace {
 
 constinit const NoiseEntry kNoiseEntries[] = {
-#define OSTRA_NOISE_ENTRY(name, id) {id, &noise_text::EvaluateAnywhere<noise_text::Noise##name>},
-    OSTRA_FOR_EACH_NOISE(OSTRA_NOISE_ENTRY)
-#undef OSTRA_NOISE_ENTRY
+#define OSTRA_NOISE(mode, name, id) {k##name##Noise, &noise_text::EvaluateAnywhere<noise_text::Noise##name>},
+#include "ostra/render/noise_table.inl"
 };
 
 }  // namespace

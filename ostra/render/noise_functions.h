@@ -19,7 +19,7 @@ struct NoiseEntry {
   NoiseFunction function;
 };
 
-// One entry per class, in the order of the numbers that programs give them.
+// One entry per class, in the order of the table (noise_table.inl).
 std::span<const NoiseEntry> GetNoiseEntries();
 
 // The function for 4 << level places of the noise with this place in the entries. Null for a level that this
@@ -30,14 +30,3 @@ NoiseLanesFunction GetNoiseLanes(Int entry, Int level);
 UInt32 MakeNoiseKey(Int32 seed);
 
 }  // namespace ostra
-
-// apply(name in the texts, ID of the class), in the order of the entries.
-#define OSTRA_FOR_EACH_NOISE(apply)                                                                                   \
-  apply(Perlin, kPerlinNoise) apply(Turbulence, kTurbulenceNoise) apply(Gaseous, kGaseousNoise)                       \
-      apply(Electric, kElectricNoise) apply(Box, kBoxNoise) apply(BlisteredTurbulence, kBlisteredTurbulenceNoise)     \
-          apply(DisplacedTurbulence, kDisplacedTurbulenceNoise) apply(Buya, kBuyaNoise) apply(Cranal, kCranalNoise)   \
-              apply(Dents, kDentsNoise) apply(Hama, kHamaNoise) apply(Luka, kLukaNoise) apply(Mod, kModNoise)         \
-                  apply(Naki, kNakiNoise) apply(Nutous, kNutousNoise) apply(Ober, kOberNoise) apply(Pezo, kPezoNoise) \
-                      apply(Poxo, kPoxoNoise) apply(Sema, kSemaNoise) apply(Stupl, kStuplNoise) apply(Vl, kVlNoise)   \
-                          apply(WavyTurbulence, kWavyTurbulenceNoise) apply(Zada, kZadaNoise)                         \
-                              apply(Cellular, kCellNoise)

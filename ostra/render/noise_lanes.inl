@@ -51,9 +51,8 @@ void EvaluateLanes(Float32* values, UInt32 key, Int32 depth, const Float32* plac
 }
 
 constexpr NoiseLanesFunction kFunctions[] = {
-#define OSTRA_NOISE_ENTRY(name, id) &EvaluateLanes<Noise##name>,
-    OSTRA_FOR_EACH_NOISE(OSTRA_NOISE_ENTRY)
-#undef OSTRA_NOISE_ENTRY
+#define OSTRA_NOISE(mode, name, id) &EvaluateLanes<Noise##name>,
+#include "ostra/render/noise_table.inl"
 };
 
 }  // namespace

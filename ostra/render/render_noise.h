@@ -19,30 +19,9 @@ namespace ostra {
 
 inline constexpr Id kRenderNoiseRegistry = "net.ostra.render.registry.rendernoiseclasses"_id;
 
-inline constexpr Id kPerlinNoise = "net.ostra.render.rendernoiseclass.perlin"_id;
-inline constexpr Id kTurbulenceNoise = "net.ostra.render.rendernoiseclass.turbulence"_id;
-inline constexpr Id kGaseousNoise = "net.ostra.render.rendernoiseclass.gaseous"_id;
-inline constexpr Id kElectricNoise = "net.ostra.render.rendernoiseclass.electric"_id;
-inline constexpr Id kBoxNoise = "net.ostra.render.rendernoiseclass.box"_id;
-inline constexpr Id kBlisteredTurbulenceNoise = "net.ostra.render.rendernoiseclass.blisteredturbulence"_id;
-inline constexpr Id kDisplacedTurbulenceNoise = "net.ostra.render.rendernoiseclass.displacedturbulence"_id;
-inline constexpr Id kBuyaNoise = "net.ostra.render.rendernoiseclass.buya"_id;
-inline constexpr Id kCranalNoise = "net.ostra.render.rendernoiseclass.cranal"_id;
-inline constexpr Id kDentsNoise = "net.ostra.render.rendernoiseclass.dents"_id;
-inline constexpr Id kHamaNoise = "net.ostra.render.rendernoiseclass.hama"_id;
-inline constexpr Id kLukaNoise = "net.ostra.render.rendernoiseclass.luka"_id;
-inline constexpr Id kModNoise = "net.ostra.render.rendernoiseclass.mod"_id;
-inline constexpr Id kNakiNoise = "net.ostra.render.rendernoiseclass.naki"_id;
-inline constexpr Id kNutousNoise = "net.ostra.render.rendernoiseclass.nutous"_id;
-inline constexpr Id kOberNoise = "net.ostra.render.rendernoiseclass.ober"_id;
-inline constexpr Id kPezoNoise = "net.ostra.render.rendernoiseclass.pezo"_id;
-inline constexpr Id kPoxoNoise = "net.ostra.render.rendernoiseclass.poxo"_id;
-inline constexpr Id kSemaNoise = "net.ostra.render.rendernoiseclass.sema"_id;
-inline constexpr Id kStuplNoise = "net.ostra.render.rendernoiseclass.stupl"_id;
-inline constexpr Id kVlNoise = "net.ostra.render.rendernoiseclass.vl"_id;
-inline constexpr Id kWavyTurbulenceNoise = "net.ostra.render.rendernoiseclass.wavyturbulence"_id;
-inline constexpr Id kZadaNoise = "net.ostra.render.rendernoiseclass.zada"_id;
-inline constexpr Id kCellNoise = "net.ostra.render.rendernoiseclass.cell"_id;
+// The IDs of the classes: kPerlinNoise, kTurbulenceNoise and so on, for every line of the table.
+#define OSTRA_NOISE(mode, name, id) inline constexpr Id k##name##Noise = "net.ostra.render.rendernoiseclass." id ""_id;
+#include "ostra/render/noise_table.inl"
 
 // The usual depth of a noise: the most octaves that are summed up.
 inline constexpr Int32 kNoiseDepth = 10;

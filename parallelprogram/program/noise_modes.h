@@ -2,7 +2,7 @@
 // choose; docs/noise.md lists the modes.
 #pragma once
 
-#include <iterator>
+#include <algorithm>
 #include <string_view>
 
 #include "ostra/core/base_array.h"
@@ -29,41 +29,23 @@ inline Result<BaseArray<InternedId>> MakeNoiseNames(std::string_view pattern) {
   return names;
 }
 
-// By mode. Modes 1 and 2 have no class of their own.
-inline constexpr Id kNoiseClasses[] = {
-    kPerlinNoise,
-    kTurbulenceNoise,
-    kTurbulenceNoise,
-    kGaseousNoise,
-    kElectricNoise,
-    kBoxNoise,
-    kBlisteredTurbulenceNoise,
-    kDisplacedTurbulenceNoise,
-    kBuyaNoise,
-    kCranalNoise,
-    kDentsNoise,
-    kHamaNoise,
-    kLukaNoise,
-    kModNoise,
-    kNakiNoise,
-    kNutousNoise,
-    kOberNoise,
-    kPezoNoise,
-    kPoxoNoise,
-    kSemaNoise,
-    kStuplNoise,
-    kVlNoise,
-    kWavyTurbulenceNoise,
-    kZadaNoise,
-    kCellNoise,
-};
+// Modes go from 0 to kNoiseModeCount - 1; some of them have no class of their own.
+inline constexpr Int32 kNoiseModeCount = std::max({
+#define OSTRA_NOISE(mode, name, id) mode + 1,
+#include "ostra/render/noise_table.inl"
+});
 
-inline constexpr Int kNoiseModeCount = static_cast<Int>(std::size(kNoiseClasses));
-
-// The class of a mode. Numbers without a class give turbulence.
-inline const Id& GetNoiseClass(Int32 mode) {
-  const auto index = static_cast<UInt32>(mode);
-  return index < std::size(kNoiseClasses) ? kNoiseClasses[index] : kTurbulenceNoise;
+// The class of a mode. Numbers without a class of their own give turbulence.
+constexpr const Id& GetNoiseClass(Int32 mode) {
+  switch (mode) {
+#define OSTRA_NOISE(mode, name, id) \
+  case mode:                        \
+    return k##name##Noise;
+#define OSTRA_DEFAULT_NOISE(mode, name, id) \
+  default:                                  \
+    return k##name##Noise;
+#include "ostra/render/noise_table.inl"
+  }
 }
 
 }  // namespace ostra

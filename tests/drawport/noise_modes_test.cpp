@@ -16,37 +16,18 @@ using namespace ostra::vocabulary;
 namespace {
 #include "ostra/render/noise/choices.h"
 
-#include "ostra/render/noise/lattice.h"
+#include "ostra/render/noise_texts.inl"
 
-#include "ostra/render/noise/feature_points.h"
-#include "ostra/render/noise/fractal.h"
-
-#include "ostra/render/noise/blisteredturbulence.h"
-#include "ostra/render/noise/box.h"
-#include "ostra/render/noise/buya.h"
-#include "ostra/render/noise/cell.h"
-#include "ostra/render/noise/cranal.h"
-#include "ostra/render/noise/dents.h"
-#include "ostra/render/noise/displacedturbulence.h"
-#include "ostra/render/noise/electric.h"
-#include "ostra/render/noise/gaseous.h"
-#include "ostra/render/noise/hama.h"
-#include "ostra/render/noise/luka.h"
-#include "ostra/render/noise/mod.h"
-#include "ostra/render/noise/naki.h"
-#include "ostra/render/noise/nutous.h"
-#include "ostra/render/noise/ober.h"
-#include "ostra/render/noise/perlin.h"
-#include "ostra/render/noise/pezo.h"
-#include "ostra/render/noise/poxo.h"
-#include "ostra/render/noise/sema.h"
-#include "ostra/render/noise/stupl.h"
-#include "ostra/render/noise/turbulence.h"
-#include "ostra/render/noise/vl.h"
-#include "ostra/render/noise/wavyturbulence.h"
-#include "ostra/render/noise/zada.h"
-
-#include "ostra/render/noise/modes.h"
+// As shaders choose one: by the lines of the table.
+Float32 NoiseOfMode(Int32 mode, uint key, int depth, float x, float y, float z, float w) {
+#define OSTRA_NOISE(number, name, id) \
+  if (mode == number) return Noise##name(key, depth, x, y, z, w);
+#define OSTRA_DEFAULT_NOISE(number, name, id)
+#include "ostra/render/noise_table.inl"
+#define OSTRA_NOISE(number, name, id)
+#define OSTRA_DEFAULT_NOISE(number, name, id) return Noise##name(key, depth, x, y, z, w);
+#include "ostra/render/noise_table.inl"
+}
 }  // namespace
 }  // namespace text
 

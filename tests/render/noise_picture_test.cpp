@@ -2,6 +2,8 @@
 // docs/pictures
 #include "apps/noisepictures/noise_picture.h"
 
+#include <fstream>
+
 #include "tests/render/noise_fixture.h"
 
 namespace ostra::test {
@@ -30,6 +32,22 @@ TEST_P(NoisePictureTest, ThePictureInTheManualIsUpToDate) {
 }
 
 OSTRA_TEST_EACH_NOISE(NoisePictureTest);
+
+TEST(NoisePageTest, EveryNoiseHasItsModeAndItsPictureInTheManual) {
+  std::ifstream file(OSTRA_SOURCE_FOLDER "/docs/noise.md");
+  const std::string page{std::istreambuf_iterator<char>(file), {}};
+  Int count = 0;
+  const auto expectLine = [&](const std::string& mode, const std::string& name) {
+    ++count;
+    EXPECT_NE(page.find("\n| " + mode + " | " + name + " | ![" + name + "](pictures/" + name + ".png) | "),
+              std::string::npos)
+        << name;
+  };
+#define OSTRA_NOISE(mode, name, id) expectLine(#mode, id);
+#define OSTRA_DEFAULT_NOISE(mode, name, id) expectLine(#mode ", 2", id);
+#include "ostra/render/noise_table.inl"
+  EXPECT_EQ(count, std::ssize(GetNoiseIds()));
+}
 
 }  // namespace
 }  // namespace ostra::test

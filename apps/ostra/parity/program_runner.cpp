@@ -77,8 +77,9 @@ void ProgramRunner::SetCounter(const char* name, UInt32 value) {
 
 void ProgramRunner::SetNoise(const Id& classId, Int32 seed) {
   Do([&]() -> Result<void> {
-    const auto* const mode = std::find(std::begin(kNoiseClasses), std::end(kNoiseClasses), classId);
-    OSTRA_RETURN_IF_ERROR(_program->SetUniform("noiseMode_0"_iid, static_cast<Int32>(mode - kNoiseClasses)));
+    Int32 mode = 0;
+    while (GetNoiseClass(mode) != classId) ++mode;
+    OSTRA_RETURN_IF_ERROR(_program->SetUniform("noiseMode_0"_iid, Int32(mode)));
     return _program->SetUniform("noiseSeed_0"_iid, Int32(seed));
   });
 }

@@ -28,12 +28,12 @@ Result<Int32> ParseMode(std::string_view text) {
     OSTRA_ASSIGN_OR_RETURN(const Data value, ParseValue(GetDataType<Int32>(), text));
     OSTRA_ASSIGN_OR_RETURN(const Int32 mode, value.ConvertTo<Int32>());
     if (mode >= 0 && mode < kNoiseModeCount) return mode;
-    return OSTRA_USAGE_ERROR("there is no mode @: modes go from 0 (@) to @ (@)", mode, GetNoiseName(kNoiseClasses[0]),
-                             kNoiseModeCount - 1, GetNoiseName(kNoiseClasses[kNoiseModeCount - 1]));
+    return OSTRA_USAGE_ERROR("there is no mode @: modes go from 0 (@) to @ (@)", mode, GetNoiseName(GetNoiseClass(0)),
+                             kNoiseModeCount - 1, GetNoiseName(GetNoiseClass(kNoiseModeCount - 1)));
   }
   std::vector<std::string> names;
   for (Int32 mode = 0; mode < kNoiseModeCount; ++mode) {
-    names.emplace_back(GetNoiseName(kNoiseClasses[mode]));
+    names.emplace_back(GetNoiseName(GetNoiseClass(mode)));
     if (names.back() == text) return mode;
   }
   return OSTRA_USAGE_ERROR("there is no noise \"@\"@", text, SuggestName(text, names));

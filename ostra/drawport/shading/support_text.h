@@ -10,7 +10,7 @@ extern const std::string_view kCommon;
 extern const std::string_view kGlsl;
 extern const std::string_view kHlsl;
 extern const std::string_view kMetal;
-// All files of ostra/render/noise, in the order of their use.
+// All files of ostra/render/noise, in the order of their use. noise_modes.h has the function that chooses one.
 extern const std::string_view kNoise;
 
 }  // namespace ostra::shading

@@ -40,7 +40,7 @@ uint NoiseNeighbour(int index, uint cellX, uint cellY, uint cellZ) {
 // Squared distance to the point of the neighbour `index`; (x, y, z) is the place inside its cell.
 float NoiseNeighbourDistance(uint key, int index, uint cells, float x, float y, float z, float w) {
   float startW = floor(w);
-  uint cellW = NoiseCell(startW);
+  uint cellW = NoiseCellAt(startW);
   uint place = key + cells + NoiseCellW(cellW);
   uint placeAfter = key + cells + NoiseCellW(cellW + 1u);
   float cornerX = float(index % 3 - 1) - x;
@@ -51,9 +51,9 @@ float NoiseNeighbourDistance(uint key, int index, uint cells, float x, float y, 
 
 // Squared distance to the nearest point, at most 1.
 float NoiseNearest(uint key, float x, float y, float z, float w) {
-  uint cellX = NoiseCell(floor(x));
-  uint cellY = NoiseCell(floor(y));
-  uint cellZ = NoiseCell(floor(z));
+  uint cellX = NoiseCellAt(floor(x));
+  uint cellY = NoiseCellAt(floor(y));
+  uint cellZ = NoiseCellAt(floor(z));
   float nearest = 1.0f;
   for (int index = 0; index < 27; ++index) {
     uint cells = NoiseNeighbour(index, cellX, cellY, cellZ);
@@ -64,9 +64,9 @@ float NoiseNearest(uint key, float x, float y, float z, float w) {
 
 // How much farther, squared, the second nearest point is than the nearest: 0 on the border between two points' regions.
 float NoiseBorder(uint key, float x, float y, float z, float w) {
-  uint cellX = NoiseCell(floor(x));
-  uint cellY = NoiseCell(floor(y));
-  uint cellZ = NoiseCell(floor(z));
+  uint cellX = NoiseCellAt(floor(x));
+  uint cellY = NoiseCellAt(floor(y));
+  uint cellZ = NoiseCellAt(floor(z));
   float nearest = 1.0f;
   float second = 1.0f;
   for (int index = 0; index < 27; ++index) {
@@ -80,9 +80,9 @@ float NoiseBorder(uint key, float x, float y, float z, float w) {
 
 // The value of the nearest point; jumps at the borders.
 float NoiseNearestValue(uint key, float x, float y, float z, float w) {
-  uint cellX = NoiseCell(floor(x));
-  uint cellY = NoiseCell(floor(y));
-  uint cellZ = NoiseCell(floor(z));
+  uint cellX = NoiseCellAt(floor(x));
+  uint cellY = NoiseCellAt(floor(y));
+  uint cellZ = NoiseCellAt(floor(z));
   float nearest = 1.0f;
   float value = 0.0f;
   for (int index = 0; index < 27; ++index) {
@@ -96,9 +96,9 @@ float NoiseNearestValue(uint key, float x, float y, float z, float w) {
 
 // The sum of round bumps of different heights around all points near.
 float NoiseBumps(uint key, float x, float y, float z, float w) {
-  uint cellX = NoiseCell(floor(x));
-  uint cellY = NoiseCell(floor(y));
-  uint cellZ = NoiseCell(floor(z));
+  uint cellX = NoiseCellAt(floor(x));
+  uint cellY = NoiseCellAt(floor(y));
+  uint cellZ = NoiseCellAt(floor(z));
   float sum = 0.0f;
   for (int index = 0; index < 27; ++index) {
     uint cells = NoiseNeighbour(index, cellX, cellY, cellZ);
@@ -111,9 +111,9 @@ float NoiseBumps(uint key, float x, float y, float z, float w) {
 
 // The strongest of spots with sharp rims, of different sizes, around points of which some have none.
 float NoiseSpots(uint key, float share, float size, float x, float y, float z, float w) {
-  uint cellX = NoiseCell(floor(x));
-  uint cellY = NoiseCell(floor(y));
-  uint cellZ = NoiseCell(floor(z));
+  uint cellX = NoiseCellAt(floor(x));
+  uint cellY = NoiseCellAt(floor(y));
+  uint cellZ = NoiseCellAt(floor(z));
   float strongest = 0.0f;
   for (int index = 0; index < 27; ++index) {
     uint cells = NoiseNeighbour(index, cellX, cellY, cellZ);

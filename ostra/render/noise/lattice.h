@@ -25,7 +25,7 @@ float NoiseCoordinate(float x) {
 }
 
 // The number of the cell that begins at `start`, an integral value. Cells repeat after 65536.
-uint NoiseCell(float start) { return NoiseWhole(start - 65536.0f * floor(start * 0.0000152587890625f)); }
+uint NoiseCellAt(float start) { return NoiseWhole(start - 65536.0f * floor(start * 0.0000152587890625f)); }
 
 // What the cell number of each axis adds to a key.
 uint NoiseCellX(uint cell) { return (cell & 65535u) * 0x9E3779B1u; }
@@ -85,7 +85,7 @@ float NoiseSquare(uint key, uint cellX, uint cellY, float x, float y, float z, f
 // Corners that would count nothing are left out: points on a lattice plane (pictures, resting time) cost less.
 float NoiseCube(uint key, uint cellX, uint cellY, float x, float y, float z, float w) {
   float start = floor(z);
-  uint cell = NoiseCell(start);
+  uint cell = NoiseCellAt(start);
   float part = z - start;
   float low = NoiseSquare(key + NoiseCellZ(cell), cellX, cellY, x, y, part, w);
   if (NoiseAll(part == 0.0f)) return low;
@@ -98,9 +98,9 @@ float NoiseGradient(uint key, float x, float y, float z, float w) {
   float startX = floor(x);
   float startY = floor(y);
   float startW = floor(w);
-  uint cellX = NoiseCell(startX);
-  uint cellY = NoiseCell(startY);
-  uint cellW = NoiseCell(startW);
+  uint cellX = NoiseCellAt(startX);
+  uint cellY = NoiseCellAt(startY);
+  uint cellW = NoiseCellAt(startW);
   float partX = x - startX;
   float partY = y - startY;
   float partW = w - startW;
