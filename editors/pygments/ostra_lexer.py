@@ -23,7 +23,8 @@ WORDS = {
         atan2 rcp rsqrt fmod ldexp copysign isfinite select refract faceforward outerProduct matrixCompMult bitCount
         popcount findMSB findLSB clz ctz bitfieldExtract bitfieldInsert bitfieldReverse rotate packHalf2x16
         unpackHalf2x16 packUnorm4x8 unpackUnorm4x8 packSnorm4x8 unpackSnorm4x8 packUnorm2x16 unpackUnorm2x16
-        packSnorm2x16 unpackSnorm2x16
+        packSnorm2x16 unpackSnorm2x16 expm1 exp10 log1p log10 sinh cosh tanh asinh acosh atanh erf cbrt hypot fma mad
+        modf frexp sincos fabs fmin fmax rint frac mul_hi umulExtended uaddCarry usubBorrow asfloat asint asuint
         """.split(),
     "Value": """
         InGlobalInvocationID InLocalInvocationID InWorkGroupID InWorkGroupSize

@@ -1,6 +1,8 @@
 #include "parallelprogram/kernellanguage/library_words.h"
 
+#include <iterator>
 #include <unordered_map>
+#include <vector>
 
 namespace ostra::kernellanguage {
 namespace {
@@ -209,7 +211,7 @@ constexpr LibraryFunction kFunctions[] = {
 const std::unordered_map<std::string_view, const LibraryFunction*>& GetByName() {
   static const auto table = [] {
     std::unordered_map<std::string_view, const LibraryFunction*> byName;
-    for (const LibraryFunction& function : kFunctions) byName.emplace(function.name, &function);
+    for (const LibraryFunction& function : GetLibraryFunctions()) byName.emplace(function.name, &function);
     return byName;
   }();
   return table;
@@ -225,6 +227,14 @@ const LibraryFunction* FindLibraryFunction(std::string_view name) {
   return found == GetByName().end() ? nullptr : found->second;
 }
 
-std::span<const LibraryFunction> GetLibraryFunctions() { return kFunctions; }
+std::span<const LibraryFunction> GetLibraryFunctions() {
+  static const auto all = [] {
+    std::vector<LibraryFunction> functions(std::begin(kFunctions), std::end(kFunctions));
+    const auto elementary = GetElementaryFunctions();
+    functions.insert(functions.end(), elementary.begin(), elementary.end());
+    return functions;
+  }();
+  return all;
+}
 
 }  // namespace ostra::kernellanguage

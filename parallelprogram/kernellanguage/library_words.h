@@ -23,4 +23,7 @@ const LibraryFunction* FindLibraryFunction(std::string_view name);
 
 std::span<const LibraryFunction> GetLibraryFunctions();
 
+// Those of exponentials, logarithms, roots and exact arithmetic (library_elementary.cpp).
+std::span<const LibraryFunction> GetElementaryFunctions();
+
 }  // namespace ostra::kernellanguage

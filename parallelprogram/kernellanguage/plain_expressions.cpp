@@ -238,15 +238,20 @@ std::string PlainPrinter::CallTable(NodeIndex node) {
   return Join({name, "(", _resolved.converted[index] == kIntType ? number : Join({"int(", number, ")"}), ")"});
 }
 
-// Whether the argument must be a variable, and is none: not every language takes references to elements and components.
-Bool PlainPrinter::NeedsCopy(NodeIndex call, NodeIndex argument, NodeIndex parameter) const {
-  const Bool isConst = _tree.HasFlag(parameter, kIsConst);
-  const Bool isChanged = _tree.HasFlag(parameter, kIsInOut) || _tree.HasFlag(parameter, kIsOut) ||
-                         (_tree.HasFlag(parameter, kIsReference) && !isConst);
-  if (!isChanged || KindOf(argument) == NodeKind::kName) return false;
+Bool PlainPrinter::IsChanged(NodeIndex parameter) const {
+  const UInt16 flags = _tree.nodes[parameter].flags;
+  return (flags & (kIsOut | kIsInOut)) || ((flags & kIsReference) && !(flags & kIsConst));
+}
+
+// An argument that is changed is a variable: not every language takes references to elements and components.
+std::string PlainPrinter::Argument(NodeIndex call, NodeIndex argument, Bool isChanged) {
+  if (!isChanged || KindOf(argument) == NodeKind::kName) return Expression(argument);
+  const Bool isPart = _resolved.meaning[argument].kind == MeaningKind::kSwizzle || IsInColumn(argument);
   // Metal alone takes no elements.
-  return (_options.isForGpu && call == _copyingCall) || _resolved.meaning[argument].kind == MeaningKind::kSwizzle ||
-         IsInColumn(argument);
+  if (!isPart && !(_options.isForGpu && call == _copyingCall)) return Expression(argument);
+  if (call != _copyingCall)
+    Refuse(argument, "an argument that is changed and no variable, in a call inside of an expression");
+  return CopyArgument(argument);
 }
 
 std::string PlainPrinter::Arguments(NodeIndex node) {
@@ -254,10 +259,8 @@ std::string PlainPrinter::Arguments(NodeIndex node) {
   const auto children = _tree.GetChildren(node);
   std::string list;
   for (std::size_t i = 0; i < children.size(); ++i) {
-    const Bool isCopied = i + 2 < parameters.size() && NeedsCopy(node, children[i], parameters[i + 1]);
-    if (isCopied && node != _copyingCall)
-      Refuse(children[i], "an argument that is changed and no variable, in a call inside of an expression");
-    list += Join({i == 0 ? "" : ", ", isCopied ? CopyArgument(children[i]) : Expression(children[i])});
+    const Bool isChanged = i + 2 < parameters.size() && IsChanged(parameters[i + 1]);
+    list += Join({i == 0 ? "" : ", ", Argument(node, children[i], isChanged)});
   }
   return list;
 }

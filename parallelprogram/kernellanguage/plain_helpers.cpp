@@ -50,11 +50,13 @@ std::vector<std::string> PlainPrinter::Components(const std::string& value, Type
 
 std::string PlainPrinter::CallHelper(const std::string& name, TypeIndex result,
                                      const std::vector<TypeIndex>& parameters, const std::string& body,
-                                     const std::vector<std::string>& arguments) {
+                                     const std::vector<std::string>& arguments, UInt8 changed) {
   if (_helperNames.insert(name).second) {
     std::string declared;
-    for (std::size_t i = 0; i < parameters.size(); ++i)
-      declared += Join({i == 0 ? "" : ", ", TypeName(parameters[i]), " v", std::to_string(i)});
+    for (std::size_t i = 0; i < parameters.size(); ++i) {
+      const std::string_view out = (changed >> i) & 1 ? "out " : "";
+      declared += Join({i == 0 ? "" : ", ", out, TypeName(parameters[i]), " v", std::to_string(i)});
+    }
     _helpers += Join({Mark(_place), "inline ", TypeName(result), " ", name, "(", declared, ")\n{\n", body, "}\n\n"});
   }
   return Join({name, "(", JoinList(arguments), ")"});

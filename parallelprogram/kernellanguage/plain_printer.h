@@ -81,7 +81,8 @@ class PlainPrinter {
   std::string CallTable(NodeIndex node);
   std::string Call(NodeIndex node);
   std::string Arguments(NodeIndex node);
-  Bool NeedsCopy(NodeIndex call, NodeIndex argument, NodeIndex parameter) const;
+  Bool IsChanged(NodeIndex parameter) const;
+  std::string Argument(NodeIndex call, NodeIndex argument, Bool isChanged);
   void CheckPlainPlace(NodeIndex place);
   std::string MemberText(NodeIndex node) const;  // ".x"
   std::string Literal(NodeIndex node, TypeIndex wanted) const;
@@ -110,9 +111,9 @@ class PlainPrinter {
   std::string HelperWord(TypeIndex type) const;
   // The components of a value with this text, in its own scalar type.
   std::vector<std::string> Components(const std::string& value, TypeIndex type) const;
-  // A call of the helper `name`, which is written at its first use.
+  // A call of the helper `name`, which is written at its first use. Bit i of `changed`: it sets its argument i.
   std::string CallHelper(const std::string& name, TypeIndex result, const std::vector<TypeIndex>& parameters,
-                         const std::string& body, const std::vector<std::string>& arguments);
+                         const std::string& body, const std::vector<std::string>& arguments, UInt8 changed = 0);
 
   // plain_matrices.cpp
   Bool IsMatrix(TypeIndex type) const;
@@ -135,6 +136,7 @@ class PlainPrinter {
   std::string CallOfLibrary(NodeIndex node);
   std::string CallLibrary(std::string_view word, const Overload& overload, const std::vector<std::string>& arguments);
   std::string MultiplyColumns(TypeIndex matrix);
+  std::string ApplyToComponents(std::string_view word, const Overload& overload);
   void WriteParts(std::string_view body);
 
   const SyntaxTree& _tree;

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <array>
 
 #include "ostra/core/nearest_word.h"
 #include "parallelprogram/kernellanguage/conversions.h"
@@ -185,7 +186,7 @@ std::optional<std::size_t> Resolver::FindMixedOverload(std::span<const Overload>
       const Type &parameter = Get(overload.parameters[k]), &given = Get(types[k]);
       const Bool isVector = parameter.kind == TypeKind::kVector;
       fits = (isVector ? parameter.count == width : parameter.kind == TypeKind::kScalar && given.count == 1) &&
-             parameter.scalar == common;
+             (overload.Changes(k) ? overload.parameters[k] == types[k] : parameter.scalar == common);
       if (isVector && given.count == 1) ++spread;
     }
     if (!fits || spread >= fewest) continue;
@@ -234,7 +235,13 @@ TypeIndex Resolver::CallWord(NodeIndex node, WordId word) {
   }
   const auto overloads = GetOverloads(word);
   std::vector<Candidate> candidates;
-  for (const Overload& overload : overloads) candidates.push_back({{overload.parameters, overload.count}, {}});
+  // Arguments that the function sets are variables of just that type.
+  std::vector<std::array<Bool, std::size(Overload{}.parameters)>> exact(overloads.size());
+  for (std::size_t i = 0; i < overloads.size(); ++i) {
+    const Overload& overload = overloads[i];
+    for (std::size_t k = 0; k < overload.count; ++k) exact[i][k] = overload.Changes(k);
+    candidates.push_back({{overload.parameters, overload.count}, {exact[i].data(), overload.count}});
+  }
   std::size_t chosen = 0;
   const Choice choice = ChooseOverload(_resolved.types, candidates, types, chosen);
   const Bool isPlain = choice == Choice::kFound && !IsCut(overloads[chosen], types);
@@ -243,7 +250,8 @@ TypeIndex Resolver::CallWord(NodeIndex node, WordId word) {
     if (!mixed && choice == Choice::kUncertain && !HasSeveralWidths(types))
       return Stop(node, Join({"the choice of ", NameOf(node), " for ", ListTypes(types)}));
     // C++ has functions by some of these names, too.
-    if (!mixed && IsLibraryWord(word) && MayBeHostName(NameOf(node)))
+    const Bool setsArguments = overloads[0].changed != 0;
+    if (!mixed && !setsArguments && IsLibraryWord(word) && MayBeHostName(NameOf(node)))
       return Stop(node, Join({NameOf(node), " of ", ListTypes(types)}));
     if (!mixed) return FailOverload(node, overloads, types);
     chosen = *mixed;
@@ -252,6 +260,8 @@ TypeIndex Resolver::CallWord(NodeIndex node, WordId word) {
   const Overload& overload = overloads[chosen];
   for (std::size_t i = 0; i < arguments.size(); ++i) {
     if (!Convert(arguments[i], overload.parameters[i], "an argument")) return kUnknownType;
+    if (overload.Changes(i) && !CheckPlace(arguments[i], Join({"an argument that ", NameOf(node), " sets"})))
+      return kUnknownType;
   }
   if (GetWord(word).isExtension && isPlain) Extend(node);
   _resolved.meaning[node] = {.kind = MeaningKind::kWord, .word = word, .overload = static_cast<UInt16>(chosen)};

@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "parallelprogram/kernellanguage/join.h"
+#include "parallelprogram/kernellanguage/library_words.h"
 #include "parallelprogram/kernellanguage/literal.h"
 
 namespace ostra::kernellanguage {
@@ -540,7 +541,13 @@ class Analyzer {
       _cause = kNoNode;
       return kSame;
     }
-    return ValueOfChildren(node);
+    const Uniformity value = ValueOfChildren(node);
+    if (meaning.kind != MeaningKind::kWord || !IsLibraryWord(meaning.word)) return value;
+    const Overload& overload = GetOverloads(meaning.word)[meaning.overload];
+    for (std::size_t i = 0; i < overload.count; ++i) {
+      if (overload.Changes(i)) Assign(arguments[i], value, node);
+    }
+    return value;
   }
 
   Uniformity CallFunction(NodeIndex node, NodeIndex function) {

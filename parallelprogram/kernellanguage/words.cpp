@@ -147,6 +147,36 @@ constexpr Word kWords[] = {
     {"unpackUnorm2x16", kFunction, Id::kUnpackUnorm2x16, "2(u)", "0 to 1 of 0 to 65535", true},
     {"packSnorm2x16", kFunction, Id::kPackSnorm2x16, "u(2)", "-1 to 1 as -32767 to 32767, in one word", true},
     {"unpackSnorm2x16", kFunction, Id::kUnpackSnorm2x16, "2(u)", "-1 to 1 of -32767 to 32767", true},
+    {"expm1", kFunction, Id::kExpm1, kUnary, "power of e, less 1", true},
+    {"exp10", kFunction, Id::kExp10, kUnary, "power of 10", true},
+    {"log1p", kFunction, Id::kLog1p, kUnary, "natural logarithm of 1 + x", true},
+    {"log10", kFunction, Id::kLog10, kUnary, "logarithm to base 10", true},
+    {"sinh", kFunction, Id::kSinh, kUnary, "hyperbolic sine", true},
+    {"cosh", kFunction, Id::kCosh, kUnary, "hyperbolic cosine", true},
+    {"tanh", kFunction, Id::kTanh, kUnary, "hyperbolic tangent", true},
+    {"asinh", kFunction, Id::kAsinh, kUnary, "inverse hyperbolic sine", true},
+    {"acosh", kFunction, Id::kAcosh, kUnary, "inverse hyperbolic cosine", true},
+    {"atanh", kFunction, Id::kAtanh, kUnary, "inverse hyperbolic tangent", true},
+    {"erf", kFunction, Id::kErf, kUnary, "error function", true},
+    {"cbrt", kFunction, Id::kCbrt, kUnary, "cube root", true},
+    {"hypot", kFunction, Id::kHypot, "f(ff) F(FF)", "sqrt(x * x + y * y) without overflow", true},
+    {"fma", kFunction, Id::kFma, "f(fff) F(FFF)", "x * y + z, rounded once", true},
+    {"mad", kFunction, Id::kMad, "f(fff) F(FFF)", "x * y + z, product and sum rounded", true},
+    {"modf", kFunction, Id::kModf, "f(ff&) F(FF&)", "part behind the point; sets y to that before it", true},
+    {"frexp", kFunction, Id::kFrexp, "f(fi&) F(FI&)", "mantissa from 0.5 to 1; sets y to the power of 2", true},
+    {"sincos", kFunction, Id::kSincos, "v(ff&f&) v(FF&F&)", "sets y to the sine and z to the cosine of x", true},
+    {"fabs", kFunction, Id::kFabs, kUnary, "value without its sign", true},
+    {"fmin", kFunction, Id::kFmin, "f(ff) F(FF)", "smaller value; the other of what is no number", true},
+    {"fmax", kFunction, Id::kFmax, "f(ff) F(FF)", "larger value; the other of what is no number", true},
+    {"rint", kFunction, Id::kRint, kUnary, "nearest whole number, halves to the even one", true},
+    {"frac", kFunction, Id::kFrac, kUnary, "x - floor(x)", true},
+    {"mul_hi", kFunction, Id::kMulHi, "i(ii) u(uu) I(II) U(UU)", "upper 32 bits of a product", true},
+    {"umulExtended", kFunction, Id::kUmulExtended, "v(uuu&u&)", "sets z and w to upper and lower bits of x * y", true},
+    {"uaddCarry", kFunction, Id::kUaddCarry, "u(uuu&) U(UUU&)", "x + y; sets z to the carry, 0 or 1", true},
+    {"usubBorrow", kFunction, Id::kUsubBorrow, "u(uuu&) U(UUU&)", "x - y; sets z to the borrow, 0 or 1", true},
+    {"asfloat", kFunction, Id::kAsFloat, "f(u) f(i) F(U) F(I)", "the same bits", true},
+    {"asint", kFunction, Id::kAsInt, "i(f) i(u) I(F) I(U)", "the same bits", true},
+    {"asuint", kFunction, Id::kAsUint, "u(f) u(i) U(F) U(I)", "the same bits", true},
     // Statements and directives.
     {"GROUPSIZE", kStatement, Id::kOther, "", "size of a work group"},
     {"CPU_GRANULARITY", kStatement, Id::kOther, "", "invocations that a worker takes at least"},
@@ -337,6 +367,8 @@ TypeIndex ReadLetter(char letter, UInt32 width) {
       return GetVectorType(Scalar::kFloat32, 3);
     case '4':
       return GetVectorType(Scalar::kFloat32, 4);
+    case 'v':
+      return kVoidType;
     case 'K':
       return kMatrix2Type;
     case 'M':
@@ -381,8 +413,12 @@ const Tables& GetTables() {
 
 Overload ReadForm(std::string_view form, UInt32 width) {
   Overload overload{.result = ReadLetter(form[0], width)};
-  for (const char letter : form.substr(2, form.size() - 3))
-    overload.parameters[overload.count++] = ReadLetter(letter, width);
+  for (const char letter : form.substr(2, form.size() - 3)) {
+    if (letter == '&')
+      overload.changed |= 1u << (overload.count - 1);
+    else
+      overload.parameters[overload.count++] = ReadLetter(letter, width);
+  }
   return overload;
 }
 

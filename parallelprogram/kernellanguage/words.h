@@ -150,6 +150,36 @@ enum class WordId : UInt16 {
   kUnpackUnorm2x16,
   kPackSnorm2x16,
   kUnpackSnorm2x16,
+  kExpm1,
+  kExp10,
+  kLog1p,
+  kLog10,
+  kSinh,
+  kCosh,
+  kTanh,
+  kAsinh,
+  kAcosh,
+  kAtanh,
+  kErf,
+  kCbrt,
+  kHypot,
+  kFma,
+  kMad,
+  kModf,
+  kFrexp,
+  kSincos,
+  kFabs,
+  kFmin,
+  kFmax,
+  kRint,
+  kFrac,
+  kMulHi,
+  kUmulExtended,
+  kUaddCarry,
+  kUsubBorrow,
+  kAsFloat,
+  kAsInt,
+  kAsUint,
   kCount
 };
 
@@ -160,7 +190,8 @@ struct Word {
   WordKind kind;
   WordId id;
   // Of functions: their overloads, as result(arguments) with one letter a type: f i u b scalars; F I U B vectors of
-  // these, all of one width; 2 3 4 vectors of floats; K M N A mat2, mat3, mat4 and affine matrix.
+  // these, all of one width; 2 3 4 vectors of floats; K M N A mat2, mat3, mat4 and affine matrix; v nothing. A & stands
+  // behind an argument that the function sets.
   std::string_view forms;
   std::string_view meaning;  // one line
   Bool isExtension = false;  // not of the plain form: no compiler knows it
@@ -170,6 +201,8 @@ struct Overload {
   TypeIndex result = kUnknownType;
   UInt8 count = 0;
   TypeIndex parameters[4] = {};
+  UInt8 changed = 0;  // bit i: the function sets its argument i
+  Bool Changes(std::size_t argument) const { return (changed >> argument) & 1; }
 };
 
 std::span<const Word> GetWords();

@@ -27,7 +27,8 @@ std::string MakeCall(std::string_view word, const Overload& overload) {
     body += Join({types.GetName(overload.parameters[i]), " ", name, ";\n"});
     arguments += Join({i == 0 ? "" : ", ", name});
   }
-  return Join({body, types.GetName(overload.result), " r = ", word, "(", arguments, ");"});
+  const std::string result = overload.result == kVoidType ? "" : Join({types.GetName(overload.result), " r = "});
+  return Join({body, result, word, "(", arguments, ");"});
 }
 
 TEST(LibraryWordsTest, EveryOverloadHasAPlainFormThatIsItsOwnPlainForm) {
@@ -92,6 +93,25 @@ TEST(LibraryWordsTest, AFunctionBelowIsNotTheWord) {
       "inline float F(float x)\n{\n\treturn round(x);\n}\ninline float round(float x)\n{\n\treturn x;\n}\n"
       "OSTRA_PARALLEL_KERNEL(Test, KERNELINPUTS)\n{\n\tfloat a = F(1.0);\n}\nOSTRA_PARALLEL_KERNEL_END\n");
   EXPECT_FALSE(kernel.IsUnderstood());
+}
+
+TEST(LibraryWordsTest, ArgumentsThatAreSetAreVariablesOfTheirType) {
+  EXPECT_EQ(FindErrors("float w; float a = modf(1.5, w);"), "");
+  EXPECT_EQ(FindErrors("uint e; float a = frexp(1.5, e);"),
+            "1:19: there is no frexp of float, uint; it takes (float, int), (vec2, int2), (vec3, int3), (vec4, int4)");
+  EXPECT_EQ(FindErrors("float a = modf(1.5, 2.0);"), "1:21: an argument that modf sets needs a variable, not a value");
+  EXPECT_EQ(FindErrors("const float w = 1.0; float a = modf(1.5, w);"), "1:42: \"w\" is const");
+}
+
+// Metal takes no element of a buffer and no component where a function sets its argument.
+TEST(LibraryWordsTest, WhatIsSetGoesThroughAVariable) {
+  const std::string text =
+      PrintPlain(AnalyzeBody("vec3 w; vec3 a = modf(UNIFORM(v), w); float b = modf(2.5, w.x);"), true);
+  EXPECT_NE(text.find("\tfloat rx = ostra_modf_float_float(v0.x, v1x);\n"), std::string::npos) << text;
+  EXPECT_NE(text.find("\tv1 = vec3(v1x, v1y, v1z);\n"), std::string::npos) << text;
+  EXPECT_NE(text.find("float b = ostra_modf_float_float(2.5, ostraArgument1);\n\tw.x = ostraArgument1;\n"),
+            std::string::npos)
+      << text;
 }
 
 // C++ has functions by some of these names, which take other numbers.
