@@ -23,6 +23,7 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/ostra DESTINATION ${CMAKE_INSTALL_INCLUD
   REGEX "/ostra/jobs/(current_job|job_queue|library_threads|shared_loop|worker_pool)\\.h$" EXCLUDE
   REGEX "/ostra/monitor/(event_buffers|trace_file)\\.h$" EXCLUDE
   REGEX "/ostra/object/(loaded_module|shared_object)\\.h$" EXCLUDE
+  REGEX "/ostra/process/process_guard\\.h$" EXCLUDE
   REGEX "/ostra/render/(gradient_table|noise_functions)\\.h$" EXCLUDE)
 foreach(header
     base/kernel_checks.h

@@ -118,4 +118,19 @@ Result<void> WritePrivateFile(std::string_view file, Block<const Byte> bytes, Bo
   return OSTRA_ILLEGAL_STATE("@ cannot be written: @.", file, Reason(code));
 }
 
+Result<void> SyncPrivateFile(std::string_view file) {
+  Path path;
+  errno = ENAMETOOLONG;
+  const Descriptor opened(path.Set(file) ? open(path.text, O_RDONLY | O_CLOEXEC) : -1);
+  if (opened.IsOpen() && fchmod(opened.Get(), S_IRUSR | S_IWUSR) == 0 && fsync(opened.Get()) == 0) return OK;
+  return OSTRA_ILLEGAL_STATE("@ cannot be written: @.", file, Reason(errno));
+}
+
+Result<String> MakeUniqueFolder(std::string_view prefix) {
+  Path path;
+  errno = ENAMETOOLONG;
+  if (path.Set(prefix, "XXXXXX") && mkdtemp(path.text)) return String::Create(path.text);
+  return OSTRA_ILLEGAL_STATE("@", Reason(errno));
+}
+
 }  // namespace ostra

@@ -32,4 +32,12 @@ OSTRA_API Result<void> CheckTrustedFile(std::string_view file);
 // system's reason.
 OSTRA_API Result<void> WritePrivateFile(std::string_view file, Block<const Byte> bytes, Bool isSynced = false);
 
+// Makes an existing file one that only the owner can read and write, and waits until its bytes are on the disk. Error:
+// the operating system refuses, with its reason.
+OSTRA_API Result<void> SyncPrivateFile(std::string_view file);
+
+// Makes a folder for the owner alone, whose name begins with `prefix` and is that of no other one; returns its path.
+// Error: it cannot be made; the message is the operating system's reason alone.
+OSTRA_API Result<String> MakeUniqueFolder(std::string_view prefix);
+
 }  // namespace ostra

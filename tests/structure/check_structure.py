@@ -10,9 +10,9 @@ import re
 import sys
 
 # From the ground up: a room includes itself and those before it.
-HOST_ROOMS = ["core", "math", "object", "config", "monitor", "jobs", "io", "crypt", "image", "render", "drawport",
+HOST_ROOMS = ["core", "math", "object", "config", "monitor", "jobs", "io", "process", "crypt", "image", "render", "drawport",
               "shadercompiler", "drawport_vulkan"]
-MODULE_ROOMS = ["base", "textures", "program", "kernellanguage", "kernelfront", "shaderparser", "shaderassembly", "device", "gpu",
+MODULE_ROOMS = ["base", "textures", "program", "kernellanguage", "kernelfront", "shaderparser", "shaderassembly", "device", "kernelruntime", "gpu",
                 "shaderloader", "module"]
 ROOMS = {"ostra": HOST_ROOMS, "parallelprogram": MODULE_ROOMS}
 

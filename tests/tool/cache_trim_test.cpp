@@ -1,4 +1,4 @@
-#include "apps/ostra/kernels/cache_trim.h"
+#include "parallelprogram/kernelruntime/cache_trim.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 
 #include "tests/support/temporary_folder.h"
 
-namespace ostra::tool {
+namespace ostra::kernelruntime {
 namespace {
 
 namespace fs = std::filesystem;
@@ -74,4 +74,4 @@ TEST_F(CacheTrimTest, AFolderThatIsNotThereIsNothingToTrim) {
 }
 
 }  // namespace
-}  // namespace ostra::tool
+}  // namespace ostra::kernelruntime

@@ -1,5 +1,5 @@
 // Which switches the C++ compiler gets, by the names of the programs in CXX.
-#include "apps/ostra/kernels/compiler.h"
+#include "parallelprogram/kernelruntime/compiler.h"
 
 #include <gmock/gmock.h>
 #include <unistd.h>
@@ -9,7 +9,7 @@
 #include "tests/support/result_matchers.h"
 #include "tests/support/temporary_folder.h"
 
-namespace ostra::tool {
+namespace ostra::kernelruntime {
 namespace {
 
 using testing::ElementsAre;
@@ -84,4 +84,4 @@ TEST_F(CompilerTest, ALinkToAWrapperIsNamedAfterTheCompiler) {
 }
 
 }  // namespace
-}  // namespace ostra::tool
+}  // namespace ostra::kernelruntime

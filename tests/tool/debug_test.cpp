@@ -4,7 +4,7 @@
 
 #include <fstream>
 
-#include "apps/ostra/kernels/compiler.h"
+#include "ostra/process/command.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/tool/tool_process.h"
 
@@ -18,9 +18,9 @@ using testing::Not;
 class DebugTest : public testing::Test {
  protected:
   void SetUp() override {
-    if (tool::FindProgram("gdb").empty()) GTEST_SKIP() << "there is no gdb to test with; Debian's package is gdb";
+    if (FindProgram("gdb").empty()) GTEST_SKIP() << "there is no gdb to test with; Debian's package is gdb";
     // Containers may forbid a process to look into another.
-    const auto traced = tool::RunCommand({"gdb", "-nx", "-batch", "-ex", "run", "--args", "/bin/true"});
+    const auto traced = RunCommand({"gdb", "-nx", "-batch", "-ex", "run", "--args", "/bin/true"});
     if (!traced || traced->output.find("exited normally") == std::string::npos)
       GTEST_SKIP() << "gdb cannot run a program here: " << (traced ? traced->output : "");
   }
@@ -32,7 +32,7 @@ class DebugTest : public testing::Test {
     for (const std::string& line : commands) command.insert(command.end(), {"-ex", line});
     command.insert(command.end(), {"--args", OSTRA_TEST_TOOL, "run", "--debug"});
     command.insert(command.end(), arguments.begin(), arguments.end());
-    const auto result = tool::RunCommand(command);
+    const auto result = RunCommand(command);
     return result ? result->output : std::string(result.GetError().GetMessage().GetView());
   }
 

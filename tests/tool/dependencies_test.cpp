@@ -1,9 +1,9 @@
-#include "apps/ostra/kernels/dependencies.h"
+#include "parallelprogram/kernelruntime/dependencies.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-namespace ostra::tool {
+namespace ostra::kernelruntime {
 namespace {
 
 using testing::ElementsAre;
@@ -19,4 +19,4 @@ TEST(DependenciesTest, PrerequisitesAreListedWithoutLineEndsAndEscapes) {
 TEST(DependenciesTest, LinesThatAreEmptyAreLeftOut) { EXPECT_THAT(SplitLines("\na\n\nb"), ElementsAre("a", "b")); }
 
 }  // namespace
-}  // namespace ostra::tool
+}  // namespace ostra::kernelruntime

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "apps/ostra/kernels/compiler.h"
+#include "ostra/process/command.h"
 #include "tests/support/bytes.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/tool/tool_process.h"
@@ -148,7 +148,7 @@ TEST_F(EncodeTest, TheBuildReadsEncodedKernelsAndHeaders) {
   Write("one.h", "#define ONE 3.0\n");
   Write("test.krn", MakeKernel("ONE", "#include \"one.h\"\n"));
   const auto translate = [this] {
-    return tool::RunCommand({OSTRA_TEST_KERNELC, "--id", "test.krn", At("test.krn"), At("test.cpp")});
+    return RunCommand({OSTRA_TEST_KERNELC, "--id", "test.krn", At("test.krn"), At("test.cpp")});
   };
   ASSERT_EQ(translate()->exitStatus, 0);
   const std::string plain = _folder.Read("test.cpp");
@@ -165,7 +165,7 @@ TEST_F(EncodeTest, TheBuildReadsEncodedKernelsAndHeaders) {
 }
 
 TEST_F(EncodeTest, TheBuildSaysWhyAKernelCannotBeRead) {
-  const auto missing = tool::RunCommand({OSTRA_TEST_KERNELC, At("none.krn"), At("none.cpp")});
+  const auto missing = RunCommand({OSTRA_TEST_KERNELC, At("none.krn"), At("none.cpp")});
   EXPECT_EQ(missing->exitStatus, kFailed);
   EXPECT_EQ(missing->output,
             At("none.krn") + ": error: " + At("none.krn") + " cannot be read: No such file or directory.\n");

@@ -1,5 +1,5 @@
 // Modules and lists of the cache that are not as they were written.
-#include "apps/ostra/kernels/compiled_list.h"
+#include "parallelprogram/kernelruntime/compiled_list.h"
 #include "tests/tool/kernel_cache_fixture.h"
 
 namespace ostra {
@@ -18,7 +18,7 @@ class KernelCacheDamageTest : public KernelCacheTest {
   }
   // The module in use: the first one and those that are compiled with precompiled headers have different names.
   std::string GetListedModule() const {
-    const auto list = tool::CompiledList::Parse(ReadFile(GetOnlyFile(".headers")));
+    const auto list = kernelruntime::CompiledList::Parse(ReadFile(GetOnlyFile(".headers")));
     return list ? _folder / "cache/" + list->file : std::string();
   }
   // After damage the kernel is compiled again, once, and computes what it should.
@@ -59,10 +59,10 @@ TEST_F(KernelCacheDamageTest, AModuleThatCannotBeLoadedIsCompiledAgain) {
   Compute();
   const std::string garbage = "no module at all", listFile = GetOnlyFile(".headers");
   WriteFile(GetOnlyFile(".so"), garbage);
-  auto list = tool::CompiledList::Parse(ReadFile(listFile));
+  auto list = kernelruntime::CompiledList::Parse(ReadFile(listFile));
   ASSERT_TRUE(list);
   list->size = static_cast<Int>(garbage.size());
-  list->checksum = tool::MakeChecksum(garbage);
+  list->checksum = kernelruntime::MakeChecksum(garbage);
   WriteFile(listFile, list->ToText());
   ExpectRepair("a module that is not one");
 }

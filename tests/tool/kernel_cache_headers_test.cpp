@@ -3,7 +3,7 @@
 
 #include <cstdlib>
 
-#include "apps/ostra/kernels/header_state.h"
+#include "parallelprogram/kernelruntime/header_state.h"
 #include "tests/tool/kernel_cache_fixture.h"
 
 namespace ostra {
@@ -68,8 +68,8 @@ TEST_F(KernelCacheHeadersTest, ARelativeFolderMeansTheOneOfTheCurrentFolder) {
 }
 
 std::string MakeEnvironmentKey(const std::vector<std::string>& command = {"c++"}) {
-  tool::CacheKey key;
-  tool::AddCompilerEnvironment(key, command);
+  kernelruntime::CacheKey key;
+  kernelruntime::AddCompilerEnvironment(key, command);
   return key.ToText();
 }
 
@@ -112,12 +112,12 @@ TEST(CompilerEnvironment, TheCurrentFolderCountsWhereSomethingIsRelativeToIt) {
 TEST(HeaderState, AHeaderThatWasWrittenWhileTheCompilerRanIsNoticed) {
   const TemporaryFolder folder;
   const std::string header = folder.Write("a.h", "");
-  const Int time = tool::GetModificationTime(header);
-  EXPECT_FALSE(tool::HasChangedSince({header}, time));
-  EXPECT_TRUE(tool::HasChangedSince({header}, time - 1));
+  const Int time = kernelruntime::GetModificationTime(header);
+  EXPECT_FALSE(kernelruntime::HasChangedSince({header}, time));
+  EXPECT_TRUE(kernelruntime::HasChangedSince({header}, time - 1));
   // Not a time at which anything was written.
   fs::last_write_time(header, fs::file_time_type::clock::now() + std::chrono::hours(1));
-  EXPECT_FALSE(tool::HasChangedSince({header}, time));
+  EXPECT_FALSE(kernelruntime::HasChangedSince({header}, time));
 }
 
 }  // namespace

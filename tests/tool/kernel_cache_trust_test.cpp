@@ -2,7 +2,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "apps/ostra/kernels/compiler.h"
+#include "ostra/process/command.h"
 #include "tests/tool/kernel_cache_fixture.h"
 
 #define SKIP_WITHOUT_ANOTHER_USER() \
@@ -34,7 +34,7 @@ class KernelCacheTrustTest : public KernelCacheTest {
     command.insert(command.end(), {OSTRA_TEST_TOOL, "run", _folder / "test.krn", "--in", "values=zeros:1", "--out",
                                    "values=" + _folder / "home/out.csv"});
     command.insert(command.end(), cacheOptions.begin(), cacheOptions.end());
-    const auto result = tool::RunCommand(command);
+    const auto result = RunCommand(command);
     if (!result) return {-1, "", std::string(result.GetError().GetMessage().GetView())};
     return {result->exitStatus, result->output, result->output};
   }
@@ -57,7 +57,7 @@ class KernelCacheTrustTest : public KernelCacheTest {
     for (const char* name : {"home", "temporary"}) GiveAway(_folder / name);
     std::vector<std::string> command = MakeOtherUser();
     command.insert(command.end(), {OSTRA_TEST_TOOL, "--help"});
-    const auto result = tool::RunCommand(command);
+    const auto result = RunCommand(command);
     return result && result->exitStatus == 0;
   }
 };

@@ -7,9 +7,9 @@
 #include <iterator>
 #include <nlohmann/json.hpp>
 
-#include "apps/ostra/kernels/compiler.h"
 #include "apps/ostra/languageserver/file_uri.h"
 #include "apps/ostra/languageserver/message_stream.h"
+#include "ostra/process/command.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/tool/language_server_fixture.h"
 #include "tests/tool/tool_process.h"

@@ -2,7 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "apps/ostra/kernels/compiler.h"
+#include "ostra/process/command.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/tool/tool_process.h"
 
@@ -82,7 +82,7 @@ TEST_P(FileFormTest, IsTranslatedWithoutCarriageReturns) {
 }
 
 TEST_P(FileFormTest, BecomesCppWithoutCarriageReturnsAndMarks) {
-  const auto made = tool::RunCommand({OSTRA_TEST_KERNELC, "--id", "k.krn", _folder / "k.krn", _folder / "k.cpp"});
+  const auto made = RunCommand({OSTRA_TEST_KERNELC, "--id", "k.krn", _folder / "k.krn", _folder / "k.cpp"});
   ASSERT_TRUE(made);
   ASSERT_EQ(made->exitStatus, 0) << made->output;
   const std::string source = _folder.Read("k.cpp");

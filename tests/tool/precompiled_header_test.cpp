@@ -6,8 +6,8 @@
 #include <fstream>
 #include <thread>
 
-#include "apps/ostra/kernels/compiled_list.h"
-#include "apps/ostra/kernels/compiler.h"
+#include "ostra/process/command.h"
+#include "parallelprogram/kernelruntime/compiled_list.h"
 #include "tests/tool/kernel_cache_fixture.h"
 
 namespace ostra {
@@ -126,9 +126,9 @@ TEST_F(PrecompiledHeaderTest, OneThatIsNotAsItWasWrittenIsMadeAgain) {
     TakeReport();
     CompileAnother();
     EXPECT_THAT(TakeReport(), HasSubstr("! "));
-    const auto list = tool::CompiledList::Parse(ReadFile(GetOnlyFile(".prelude")));
+    const auto list = kernelruntime::CompiledList::Parse(ReadFile(GetOnlyFile(".prelude")));
     ASSERT_TRUE(list);
-    EXPECT_EQ(tool::MakeChecksum(ReadFile(GetOnlyFile(".pch"))), list->checksum);
+    EXPECT_EQ(kernelruntime::MakeChecksum(ReadFile(GetOnlyFile(".pch"))), list->checksum);
   };
   WriteFile(file, "");
   expectRepair("an empty file");
@@ -151,10 +151,10 @@ TEST_F(PrecompiledHeaderTest, OneThatTheCompilerCannotLoadIsDoneWithout) {
   for (int i = 0; i < 2; ++i) CompileAnother();
   const std::string garbage = "no precompiled header at all", listFile = GetOnlyFile(".prelude");
   WriteFile(GetOnlyFile(".pch"), garbage);
-  auto list = tool::CompiledList::Parse(ReadFile(listFile));
+  auto list = kernelruntime::CompiledList::Parse(ReadFile(listFile));
   ASSERT_TRUE(list);
   list->size = static_cast<Int>(garbage.size());
-  list->checksum = tool::MakeChecksum(garbage);
+  list->checksum = kernelruntime::MakeChecksum(garbage);
   WriteFile(listFile, list->ToText());
   TakeReport();
   CompileAnother();
@@ -230,7 +230,7 @@ TEST_F(PrecompiledHeaderTest, MessagesAreThoseOfACompilationWithoutIt) {
 }
 
 TEST_F(PrecompiledHeaderTest, ClangLoadsOneToo) {
-  if (tool::FindProgram("clang++").empty()) GTEST_SKIP() << "there is no clang++";
+  if (FindProgram("clang++").empty()) GTEST_SKIP() << "there is no clang++";
   // Fails unless it is told to load one, once there is one.
   const std::string compiler =
       _folder.Write("clang++-script", "#!/bin/sh\ncase \"$*\" in *-include-pch*-shared*) echo loaded >>" +
@@ -239,7 +239,7 @@ TEST_F(PrecompiledHeaderTest, ClangLoadsOneToo) {
   setenv("CXX", compiler.c_str(), 1);
   for (int i = 0; i < 3; ++i) CompileAnother();
   EXPECT_EQ(_folder.Read("loaded"), "loaded\nloaded\n");
-  const auto list = tool::CompiledList::Parse(ReadFile(GetOnlyFile(".prelude")));
+  const auto list = kernelruntime::CompiledList::Parse(ReadFile(GetOnlyFile(".prelude")));
   ASSERT_TRUE(list);
   EXPECT_THAT(list->file, EndsWith(".pch")) << "clang refused its own file";
 }

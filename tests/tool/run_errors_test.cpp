@@ -7,9 +7,9 @@
 
 #include <algorithm>
 
-#include "apps/ostra/kernels/compiler.h"
 #include "ostra/image/image.h"
 #include "ostra/io/file.h"
+#include "ostra/process/command.h"
 #include "tests/support/result_matchers.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/tool/tool_process.h"
@@ -178,11 +178,11 @@ TEST_F(RunErrorsTest, HelpOfTheSmallProgramsIsAnswerAndNoWork) {
   const std::filesystem::path before = std::filesystem::current_path();
   std::filesystem::current_path(_folder.GetPath());
   for (const char* program : {OSTRA_TEST_KERNELC, OSTRA_TEST_NOISE_PICTURES}) {
-    const auto result = tool::RunCommand({program, "--help"});
+    const auto result = RunCommand({program, "--help"});
     ASSERT_THAT(result, IsOk());
     EXPECT_EQ(result->exitStatus, 0) << program;
     EXPECT_THAT(result->output, StartsWith("usage: ")) << program;
-    EXPECT_EQ(tool::RunCommand({program, "--hlep"})->exitStatus, kBadUsage) << program;
+    EXPECT_EQ(RunCommand({program, "--hlep"})->exitStatus, kBadUsage) << program;
   }
   std::filesystem::current_path(before);
   EXPECT_FALSE(std::filesystem::exists(_folder / "--help"));
@@ -268,14 +268,14 @@ TEST_F(RunErrorsTest, SourceFilesWithControlCharactersInTheirNamesAreRefused) {
     EXPECT_THAT(result.errors, HasSubstr("names of source files are UTF-8 without control characters")) << command[0];
     EXPECT_EQ(result.errors.find('\x1B'), std::string::npos);
   }
-  const auto compiled = tool::RunCommand({OSTRA_TEST_KERNELC, kernel, _folder / "out.cpp"});
+  const auto compiled = RunCommand({OSTRA_TEST_KERNELC, kernel, _folder / "out.cpp"});
   ASSERT_THAT(compiled, IsOk());
   EXPECT_EQ(compiled->exitStatus, 1);
   EXPECT_THAT(compiled->output, HasSubstr("without control characters"));
 }
 
 TEST_F(RunErrorsTest, IdsInATableOfKernelsAreEscaped) {
-  const auto made = tool::RunCommand(
+  const auto made = RunCommand(
       {OSTRA_TEST_KERNELC, "--table", "app", _folder / "table.cpp", _folder / "table.h", "net.example.a\"b\\c\n.krn"});
   ASSERT_THAT(made, IsOk());
   EXPECT_EQ(made->exitStatus, 0) << made->output;

@@ -2,7 +2,7 @@
 
 #include <cstdlib>
 
-#include "apps/ostra/kernels/compiler.h"
+#include "ostra/process/command.h"
 #include "tests/support/temporary_folder.h"
 
 namespace ostra {
@@ -18,7 +18,7 @@ ToolResult RunTool(const std::vector<std::string>& arguments, const std::string&
       "sh",           errorFile, inputFile,
       OSTRA_TEST_TOOL};
   command.insert(command.end(), arguments.begin(), arguments.end());
-  const auto result = tool::RunCommand(command);
+  const auto result = RunCommand(command);
   if (!result) return {-1, "", std::string(result.GetError().GetMessage().GetView())};
   return {result->exitStatus, result->output, folder.Read("errors")};
 }

@@ -2,15 +2,18 @@
 
 #include <filesystem>
 
-#include "apps/ostra/kernels/compiler.h"
-#include "apps/ostra/kernels/compiler_report.h"
-#include "apps/ostra/kernels/header_folder.h"
-#include "apps/ostra/kernels/nameless_file.h"
 #include "ostra/core/format.h"
+#include "ostra/io/temporary_file.h"
+#include "ostra/process/command.h"
+#include "parallelprogram/kernelruntime/compiler.h"
+#include "parallelprogram/kernelruntime/compiler_report.h"
+#include "parallelprogram/kernelruntime/header_folder.h"
 
 OSTRA_UNIT("cpu_compiler");
 
 namespace ostra::tool {
+
+using namespace kernelruntime;
 
 Result<CpuCompiler> CpuCompiler::Find() {
   OSTRA_ASSIGN_OR_RETURN(const Compiler found, FindCompiler());
@@ -29,7 +32,7 @@ Result<CpuCompiler> CpuCompiler::Find() {
 Result<void> CpuCompiler::Compile(const KernelSource& source, const std::string& file, Findings& findings) const {
   std::error_code code;
   const std::filesystem::path folder = std::filesystem::temp_directory_path(code);
-  OSTRA_ASSIGN_OR_RETURN(const NamelessFile input, NamelessFile::Create(folder, source.text.GetView()));
+  OSTRA_ASSIGN_OR_RETURN(const TemporaryFile input, TemporaryFile::Create(folder, source.text.GetView()));
   const auto result = RunCommand(_command, input.GetDescriptor());
   if (!result) {
     findings.AddMessage(std::string(result.GetError().GetMessage().GetView()) + " [CPU]", file);

@@ -2,18 +2,20 @@
 
 #include <algorithm>
 
-#include "apps/ostra/encode/source_file.h"
-#include "apps/ostra/kernels/kernel_source.h"
 #include "apps/ostra/values/text.h"
 #include "ostra/core/format.h"
 #include "ostra/shadercompiler/text_limits.h"
 #include "parallelprogram/device/plain_source.h"
 #include "parallelprogram/kernelfront/source_rules.h"
 #include "parallelprogram/kernellanguage/diagnostic.h"
+#include "parallelprogram/kernelruntime/kernel_source.h"
+#include "parallelprogram/kernelruntime/source_text.h"
 #include "parallelprogram/shaderassembly/assembly_records.h"
 #include "parallelprogram/shaderparser/kernel_words.h"
 
 namespace ostra::tool {
+
+using namespace kernelruntime;
 
 namespace {
 

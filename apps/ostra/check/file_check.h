@@ -29,7 +29,7 @@ struct FileCheck {
   String source;                       // deciphered
   std::optional<WrittenSource> plain;  // what is translated in its place
   Findings findings;
-  std::optional<KernelSource> cpuSource;  // to be compiled for the CPU
+  std::optional<kernelruntime::KernelSource> cpuSource;  // to be compiled for the CPU
   Findings cpuFindings;
   // What the front end of the language finds wrong with a kernel. It stands for what compilers say of it.
   std::string mistakes;

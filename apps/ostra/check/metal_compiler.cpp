@@ -5,14 +5,16 @@
 #include <new>
 #include <utility>
 
-#include "apps/ostra/kernels/compiler.h"
-#include "apps/ostra/kernels/header_folder.h"
-#include "apps/ostra/kernels/nameless_file.h"
 #include "ostra/core/format.h"
+#include "ostra/io/temporary_file.h"
+#include "ostra/process/command.h"
+#include "parallelprogram/kernelruntime/header_folder.h"
 
 OSTRA_UNIT("metal_compiler");
 
 namespace ostra::tool {
+
+using namespace kernelruntime;
 
 namespace {
 
@@ -77,7 +79,7 @@ Result<MetalCompiler> MetalCompiler::Find() {
 Result<std::vector<ShaderMessage>> MetalCompiler::Compile(std::string_view text) const {
   std::error_code code;
   const std::filesystem::path folder = std::filesystem::temp_directory_path(code);
-  OSTRA_ASSIGN_OR_RETURN(const NamelessFile file, NamelessFile::Create(folder, text));
+  OSTRA_ASSIGN_OR_RETURN(const TemporaryFile file, TemporaryFile::Create(folder, text));
   OSTRA_ASSIGN_OR_RETURN(const CommandResult result, RunCommand(_command, file.GetDescriptor()));
   std::vector<ShaderMessage> messages = ReadClangReport(result.output, kStandardInputFile);
   if (result.exitStatus != 0 && messages.empty())

@@ -1,12 +1,14 @@
 #include "apps/ostra/encode/decode_command.h"
 
-#include "apps/ostra/encode/source_file.h"
 #include "ostra/io/file.h"
+#include "parallelprogram/kernelruntime/source_text.h"
 #include "parallelprogram/shaderparser/container.h"
 
 OSTRA_UNIT("decode_command");
 
 namespace ostra::tool {
+
+using namespace kernelruntime;
 
 Result<void> DecodeFile(const Url& source, const Url& target) {
   OSTRA_RETURN_IF_ERROR(CheckFileTarget(target));

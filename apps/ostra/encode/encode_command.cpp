@@ -1,12 +1,14 @@
 #include "apps/ostra/encode/encode_command.h"
 
-#include "apps/ostra/encode/source_file.h"
 #include "ostra/io/file.h"
+#include "parallelprogram/kernelruntime/source_text.h"
 #include "parallelprogram/shaderparser/container.h"
 
 OSTRA_UNIT("encode_command");
 
 namespace ostra::tool {
+
+using namespace kernelruntime;
 
 namespace {
 

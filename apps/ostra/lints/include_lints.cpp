@@ -2,12 +2,14 @@
 // between its marks.
 #include <algorithm>
 
-#include "apps/ostra/encode/source_file.h"
 #include "apps/ostra/lints/lints.h"
 #include "apps/ostra/values/text.h"
 #include "ostra/io/file.h"
+#include "parallelprogram/kernelruntime/source_text.h"
 
 namespace ostra::tool {
+
+using namespace kernelruntime;
 
 namespace {
 

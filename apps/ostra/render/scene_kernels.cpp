@@ -1,14 +1,16 @@
 #include "apps/ostra/render/scene_kernels.h"
 
-#include "apps/ostra/encode/source_file.h"
 #include "apps/ostra/names/nearest_name.h"
 #include "apps/ostra/render/stage_files.h"
 #include "apps/ostra/run/prepare_kernel.h"
 #include "ostra/core/format.h"
+#include "parallelprogram/kernelruntime/source_text.h"
 
 OSTRA_UNIT("scene_kernels");
 
 namespace ostra::tool {
+
+using namespace kernelruntime;
 
 namespace {
 

@@ -2,16 +2,18 @@
 
 #include <algorithm>
 
-#include "apps/ostra/encode/source_file.h"
 #include "apps/ostra/lints/lints.h"
 #include "ostra/core/atomic.h"
 #include "ostra/core/format.h"
 #include "parallelprogram/kernelfront/source_rules.h"
+#include "parallelprogram/kernelruntime/source_text.h"
 #include "parallelprogram/shaderassembly/assembly_records.h"
 
 OSTRA_UNIT("stage_files");
 
 namespace ostra::tool {
+
+using namespace kernelruntime;
 
 namespace {
 

@@ -2,12 +2,14 @@
 
 #include <algorithm>
 
-#include "apps/ostra/kernels/kernel_source.h"
 #include "ostra/object/class.h"
+#include "parallelprogram/kernelruntime/kernel_source.h"
 #include "parallelprogram/program/kernel_interface.h"
 #include "parallelprogram/program/kernel_range_interface.h"
 
 namespace ostra::tool {
+
+using namespace kernelruntime;
 
 Result<LaneReport> MakeLaneReport(const Url& kernelFile, std::string_view templateArgument) {
   OSTRA_ASSIGN_OR_RETURN(const Id id, Id::Create(kernelFile.GetName().GetView()));

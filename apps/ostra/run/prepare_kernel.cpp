@@ -1,11 +1,14 @@
 #include "apps/ostra/run/prepare_kernel.h"
 
-#include "apps/ostra/kernels/kernel_source.h"
 #include "apps/ostra/profile/profile.h"
+#include "apps/ostra/run/build_messages.h"
 #include "apps/ostra/run/shader_parameters.h"
 #include "ostra/io/file.h"
+#include "parallelprogram/kernelruntime/kernel_source.h"
 
 namespace ostra::tool {
+
+using namespace kernelruntime;
 
 Result<PreparedKernel> PrepareKernel(const RunOptions& options, Host& host) {
   if (options.backend == Backend::Gpu) {
@@ -23,6 +26,8 @@ Result<PreparedKernel> PrepareKernel(const RunOptions& options, Host& host) {
   module.isChecked = options.isChecked;
   module.templateArgument = options.templateArgument;
   module.isDebugged = options.isDebugged;
+  BuildMessages messages;
+  module.observer = &messages;
   OSTRA_ASSIGN_OR_RETURN(KernelModule loaded, LoadKernelModule(module, host));
   OSTRA_ASSIGN_OR_RETURN(KernelParameters parameters, KernelParameters::Read(loaded.classId));
   const Bool wasCompiled = loaded.wasCompiled;

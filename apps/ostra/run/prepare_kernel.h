@@ -1,17 +1,17 @@
 // What has to happen to a kernel file before it can run.
 #pragma once
 
-#include "apps/ostra/kernels/kernel_cache.h"
 #include "apps/ostra/run/kernel_parameters.h"
 #include "apps/ostra/run/run_options.h"
 #include "ostra/host.h"
+#include "parallelprogram/kernelruntime/kernel_cache.h"
 
 namespace ostra::tool {
 
 struct PreparedKernel {
   KernelParameters parameters;
-  Bool wasCompiled = false;  // by the C++ compiler, just now
-  KernelModule module = {};  // keeps the file where a debugger finds it
+  Bool wasCompiled = false;                 // by the C++ compiler, just now
+  kernelruntime::KernelModule module = {};  // keeps the file where a debugger finds it
 };
 
 // Reads the kernel and, where the CPU is to run it, compiles it and loads its module into `host`. The GPU alone needs

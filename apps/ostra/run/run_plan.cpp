@@ -5,7 +5,6 @@
 #include <map>
 #include <set>
 
-#include "apps/ostra/kernels/kernel_source.h"
 #include "apps/ostra/profile/profile.h"
 #include "apps/ostra/run/default_size.h"
 #include "apps/ostra/run/noise_settings.h"
@@ -14,11 +13,14 @@
 #include "apps/ostra/tool_error.h"
 #include "apps/ostra/values/scalar_type.h"
 #include "apps/ostra/values/typed_value.h"
+#include "parallelprogram/kernelruntime/kernel_source.h"
 #include "parallelprogram/program/noise_modes.h"
 
 OSTRA_UNIT("run_plan");
 
 namespace ostra::tool {
+
+using namespace kernelruntime;
 
 namespace {
 

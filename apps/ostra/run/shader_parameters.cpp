@@ -1,16 +1,18 @@
 #include "apps/ostra/run/shader_parameters.h"
 
-#include "apps/ostra/encode/source_file.h"
 #include "apps/ostra/lints/lints.h"
 #include "apps/ostra/translate/translation.h"
 #include "apps/ostra/values/scalar_type.h"
 #include "ostra/core/atomic.h"
 #include "ostra/core/format.h"
+#include "parallelprogram/kernelruntime/source_text.h"
 #include "parallelprogram/shaderassembly/struct_elements.h"
 
 OSTRA_UNIT("shader_parameters");
 
 namespace ostra::tool {
+
+using namespace kernelruntime;
 
 namespace {
 

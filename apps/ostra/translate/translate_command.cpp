@@ -1,14 +1,16 @@
 #include "apps/ostra/translate/translate_command.h"
 
-#include "apps/ostra/encode/source_file.h"
 #include "apps/ostra/output/standard_output.h"
 #include "apps/ostra/translate/translation_report.h"
 #include "ostra/core/format.h"
 #include "ostra/io/file.h"
+#include "parallelprogram/kernelruntime/source_text.h"
 
 OSTRA_UNIT("translate_command");
 
 namespace ostra::tool {
+
+using namespace kernelruntime;
 
 namespace {
 

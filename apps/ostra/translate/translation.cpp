@@ -1,10 +1,12 @@
 #include "apps/ostra/translate/translation.h"
 
-#include "apps/ostra/encode/source_file.h"
 #include "ostra/core/silent_diagnostics.h"
 #include "parallelprogram/device/plain_source.h"
+#include "parallelprogram/kernelruntime/source_text.h"
 
 namespace ostra::tool {
+
+using namespace kernelruntime;
 
 namespace {
 

@@ -1,0 +1,23 @@
+// What `ostra run` says and measures while a kernel is made.
+#pragma once
+
+#include <optional>
+
+#include "apps/ostra/output/progress.h"
+#include "apps/ostra/profile/profile.h"
+#include "parallelprogram/kernelruntime/kernel_cache.h"
+
+namespace ostra::tool {
+
+class BuildMessages final : public kernelruntime::KernelBuildObserver {
+ public:
+  void Begin(kernelruntime::KernelBuildStep step, const Url& kernelFile) override;
+  void End(kernelruntime::KernelBuildStep step) override;
+  void Note(std::string_view text) override;
+
+ private:
+  std::optional<ProfilePart> _part;
+  std::optional<Progress> _progress;
+};
+
+}  // namespace ostra::tool
