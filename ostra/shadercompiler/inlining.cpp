@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "ostra/shadercompiler/shader_size.h"
+#include "ostra/shadercompiler/spirv_words.h"
 
 OSTRA_UNIT("shader_compiler");
 
@@ -15,12 +16,7 @@ namespace ostra::shadercompiler {
 
 namespace {
 
-constexpr std::size_t kHeaderSize = 5;
-constexpr UInt32 kOpEntryPoint = 15;
-constexpr UInt32 kOpFunction = 54;
-constexpr UInt32 kOpFunctionEnd = 56;
-constexpr UInt32 kOpFunctionCall = 57;
-constexpr UInt32 kDontInline = 2;
+using namespace spirv;
 
 struct Function {
   std::size_t controlWord = 0;  // where the flags are
@@ -34,33 +30,27 @@ struct Function {
 using Functions = std::unordered_map<UInt32, Function>;
 
 Functions FindFunctions(std::span<const UInt32> words) {
+  const SpirvInstructions instructions(words);
+  if (!instructions.AreWhole()) return {};
   Functions functions;
   Function* current = nullptr;
-  for (std::size_t at = kHeaderSize; at < words.size();) {
-    const UInt32 opcode = words[at] & 0xFFFFu;
-    const std::size_t size = words[at] >> 16;
-    if (size == 0 || at + size > words.size()) return {};
-    if (opcode == kOpFunction && size == 5) {
-      current = &functions[words[at + 2]];
-      current->controlWord = at + 3;
-    } else if (opcode == kOpFunctionEnd) {
+  for (const auto& instruction : instructions) {
+    if (instruction.Is(kOpFunction, 5)) {
+      current = &functions[instruction.words[2]];
+      current->controlWord = instruction.place + 3;
+    } else if (instruction.Is(kOpFunctionEnd, 1)) {
       current = nullptr;
     }
-    if (current) current->size += size;
-    if (current && opcode == kOpFunctionCall && size > 3) current->calls.push_back(words[at + 3]);
-    at += size;
+    if (current) current->size += instruction.words.size();
+    if (current && instruction.Is(kOpFunctionCall, 4)) current->calls.push_back(instruction.words[3]);
   }
   return functions;
 }
 
 std::vector<UInt32> FindEntryPoints(std::span<const UInt32> words) {
   std::vector<UInt32> ids;
-  for (std::size_t at = kHeaderSize; at < words.size();) {
-    const std::size_t size = words[at] >> 16;
-    if (size == 0 || at + size > words.size()) break;
-    if ((words[at] & 0xFFFFu) == kOpEntryPoint && size > 3) ids.push_back(words[at + 2]);
-    at += size;
-  }
+  for (const auto& instruction : SpirvInstructions(words))
+    if (instruction.Is(kOpEntryPoint, 4)) ids.push_back(instruction.words[2]);
   return ids;
 }
 
@@ -111,7 +101,7 @@ void LimitInlining(std::vector<UInt32>& words) {
     if (limit == 0) break;
   }
   for (const auto& [id, function] : functions)
-    if (function.isKept) words[function.controlWord] |= kDontInline;
+    if (function.isKept) words[function.controlWord] |= kFunctionDontInline;
 }
 
 }  // namespace ostra::shadercompiler

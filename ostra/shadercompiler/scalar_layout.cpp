@@ -5,25 +5,13 @@
 #include <map>
 #include <span>
 
+#include "ostra/shadercompiler/spirv_words.h"
+
 namespace ostra::shadercompiler {
 
 namespace {
 
-constexpr std::size_t kHeaderSize = 5;
-
-enum Opcode : UInt32 {
-  kOpTypeInt = 21,
-  kOpTypeFloat = 22,
-  kOpTypeVector = 23,
-  kOpTypeMatrix = 24,
-  kOpTypeArray = 28,
-  kOpTypeRuntimeArray = 29,
-  kOpTypeStruct = 30,
-  kOpConstant = 43,
-  kOpDecorate = 71,
-  kOpMemberDecorate = 72,
-};
-enum Decoration : UInt32 { kBufferBlock = 3, kArrayStride = 6, kMatrixStride = 7, kOffset = 35 };
+using namespace spirv;
 
 struct Layout {
   UInt32 size = 0;
@@ -39,12 +27,9 @@ class Module {
 
   // False when the words are no SPIR-V.
   Bool Read() {
-    for (std::size_t at = kHeaderSize; at < _words.size();) {
-      const std::size_t size = _words[at] >> 16;
-      if (size == 0 || at + size > _words.size()) return false;
-      ReadInstruction(std::span<UInt32>(_words).subspan(at, size));
-      at += size;
-    }
+    const SpirvInstructions instructions{std::span(_words)};
+    if (!instructions.AreWhole()) return false;
+    for (const auto& instruction : instructions) ReadInstruction(instruction);
     return true;
   }
 
@@ -53,13 +38,14 @@ class Module {
   }
 
  private:
-  void ReadInstruction(std::span<UInt32> words) {
-    const UInt32 opcode = words[0] & 0xFFFFu;
+  void ReadInstruction(const Instruction<UInt32>& instruction) {
+    const std::span<UInt32> words = instruction.words;
+    const UInt32 opcode = instruction.GetOpcode();
     if (opcode >= kOpTypeInt && opcode <= kOpTypeStruct && words.size() > 1) _types[words[1]] = words;
-    if (opcode == kOpConstant && words.size() == 4) _constants[words[2]] = words[3];
-    if (opcode == kOpDecorate && words.size() == 3 && words[2] == kBufferBlock) _blocks.push_back(words[1]);
-    if (opcode == kOpDecorate && words.size() == 4 && words[2] == kArrayStride) _arrayStrides[words[1]] = &words[3];
-    if (opcode == kOpMemberDecorate && words.size() == 5 && (words[3] == kOffset || words[3] == kMatrixStride))
+    if (instruction.Is(kOpConstant, 4)) _constants[words[2]] = words[3];
+    if (instruction.Is(kOpDecorate, 3) && words[2] == kDecorationBufferBlock) _blocks.push_back(words[1]);
+    if (instruction.Is(kOpDecorate, 4) && words[2] == kDecorationArrayStride) _arrayStrides[words[1]] = &words[3];
+    if (instruction.Is(kOpMemberDecorate, 5) && (words[3] == kDecorationOffset || words[3] == kDecorationMatrixStride))
       _members[{words[1], words[2], words[3]}] = &words[4];
   }
 
@@ -97,8 +83,9 @@ class Module {
     for (UInt32 i = 0; i < members.size(); ++i) {
       const Layout member = Pack(members[i]);
       all.size = AlignUp(all.size, member.alignment);
-      if (const auto place = _members.find({id, i, kOffset}); place != _members.end()) *place->second = all.size;
-      if (const auto place = _members.find({id, i, kMatrixStride}); place != _members.end())
+      if (const auto place = _members.find({id, i, kDecorationOffset}); place != _members.end())
+        *place->second = all.size;
+      if (const auto place = _members.find({id, i, kDecorationMatrixStride}); place != _members.end())
         *place->second = GetColumnSize(members[i]);
       all.size += member.size;
       all.alignment = std::max(all.alignment, member.alignment);
