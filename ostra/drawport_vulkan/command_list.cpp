@@ -100,10 +100,7 @@ void CommandList::Abandon(Batch& batch) {
   if (_clearedBy == batch.serial) _isCleared = false;  // the pass clears once more
   _uniformHead = batch.uniformEnd;                     // where the batch began
   _current = nullptr;
-  // The barriers that it recorded have gone with it.
-  _hasUnseenDispatch = true;
-  _transfersMissDispatches = true;
-  _dispatchesMissTransfers = true;
+  _barriers.Forget();
 }
 
 Result<UInt64> CommandList::BeginBatch() {
@@ -137,7 +134,7 @@ Result<void> CommandList::Submit() {
   if (!_current) return OK;
   SuspendPass();
   Batch& batch = *_current;
-  ShowWritesToHost();
+  RecordBarrier(_barriers.BeforeHost());
   Result<void> ended = OSTRA_VULKAN(vkEndCommandBuffer(batch.commands));
   Result<UInt64> value = ended ? SubmitBehindSetup(batch) : Result<UInt64>(ended.TakeError());
   if (!value) {
@@ -202,7 +199,7 @@ Result<ProgramFactory*> CommandList::PrepareDispatch(DrawportProgramFactory& pro
   SuspendPass();
   OSTRA_ASSIGN_OR_RETURN(const ValueSet::Binding binding, set.Prepare(*this));
   OSTRA_RETURN_IF_ERROR(Keep(factory.GetPipeline()));
-  ShowTransfersToDispatches();
+  RecordBarrier(_barriers.BeforeDispatch());
   const Pipeline& pipeline = factory.GetPipeline();
   if (_boundPipeline != pipeline.GetHandle()) {
     vkCmdBindPipeline(_current->commands, VK_PIPELINE_BIND_POINT_COMPUTE, pipeline.GetHandle());
@@ -220,8 +217,7 @@ Result<void> CommandList::Dispatch(DrawportProgramFactory& program, DrawportPara
                                   kMaxGroups);
   OSTRA_RETURN_IF_ERROR(PrepareDispatch(program, values));
   vkCmdDispatch(_current->commands, x, y, z);
-  _hasUnseenDispatch = true;
-  _transfersMissDispatches = true;
+  _barriers.AddDispatch();
   return OK;
 }
 
@@ -238,8 +234,7 @@ Result<void> CommandList::DispatchIndirect(DrawportProgramFactory& program, Draw
   OSTRA_RETURN_IF_ERROR(PrepareDispatch(program, values));
   OSTRA_RETURN_IF_ERROR(Keep(buffer));
   vkCmdDispatchIndirect(_current->commands, buffer.GetHandle(), static_cast<VkDeviceSize>(byteOffset));
-  _hasUnseenDispatch = true;
-  _transfersMissDispatches = true;
+  _barriers.AddDispatch();
   return OK;
 }
 

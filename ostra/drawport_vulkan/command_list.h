@@ -3,7 +3,7 @@
 // A batch holds what its work names until the device has done it. Batches and the memory of transfers and uniforms go
 // round: once a program is warm, recording allocates nothing.
 //
-// command_list.cpp has batches and dispatches, draw.cpp passes and draws, barriers.cpp what must wait for what,
+// command_list.cpp has batches and dispatches, draw.cpp passes and draws, barriers.cpp the barriers between them,
 // transfers.cpp the movement of bytes, read_ahead.cpp what is read from buffers, setup.cpp the first use of resources,
 // work_times.cpp time stamps.
 #pragma once
@@ -12,6 +12,7 @@
 
 #include "ostra/core/hash_map.h"
 #include "ostra/drawport/command_list.h"
+#include "ostra/drawport_vulkan/barrier_tracker.h"
 #include "ostra/drawport_vulkan/buffer.h"
 #include "ostra/drawport_vulkan/device_clock.h"
 #include "ostra/drawport_vulkan/image.h"
@@ -90,7 +91,6 @@ class CommandList final : public DrawportCommandList {
 
  private:
   static constexpr Int kBatchCount = 16;
-  static constexpr Int kTouchCount = 32;
 
   // Time stamps of a batch.
   struct Stamps {
@@ -120,13 +120,6 @@ class CommandList final : public DrawportCommandList {
     Bool isInFlight = false;
     BaseArray<DeviceResourceRef> kept;
     Stamps* stamps = nullptr;  // owned; made for the first stamp
-  };
-
-  // Part of a resource that a transfer touches: bytes of a buffer along x, texels of an image.
-  struct Touch {
-    const DeviceResource* resource = nullptr;
-    DrawportRegion region;
-    Bool isWrite = false;
   };
 
   // command_list.cpp
@@ -161,14 +154,10 @@ class CommandList final : public DrawportCommandList {
   Result<BufferResource*> FindVertices(const DrawportDrawCall& call, const class ProgramFactory& factory) const;
 
   // barriers.cpp
-  VkPipelineStageFlags GetDrawStages() const { return _hasDrawn ? VK_PIPELINE_STAGE_ALL_GRAPHICS_BIT : 0; }
-  void ShowWorkToPass();
-  void RecordBarrier(VkPipelineStageFlags from, VkAccessFlags fromAccess, VkPipelineStageFlags to,
-                     VkAccessFlags toAccess);
-  // Before a transfer that reads or writes `region`, and before a dispatch.
+  // One that is owed, if any.
+  void RecordBarrier(const std::optional<Barrier>& owed);
+  // Before a transfer that reads or writes `region`.
   void PrepareTransfer(const DeviceResource& resource, const DrawportRegion& region, Bool isWrite);
-  void ShowTransfersToDispatches();
-  void ShowWritesToHost();
 
   // transfers.cpp
   Result<StagingMemory*> TakeStagingMemory(Int bytes, MemoryUse use);
@@ -230,7 +219,6 @@ class CommandList final : public DrawportCommandList {
   Bool _isCleared = false;
   UInt64 _clearedBy = 0;  // batch
   Bool _isRendering = false;
-  Bool _hasDrawn = false;  // ever
   // The state of the last draw with its pipeline: most draws differ in their values alone.
   GraphicsState _lastState;
   PipelineRef _lastPipeline;
@@ -241,12 +229,7 @@ class CommandList final : public DrawportCommandList {
   UInt64 _uniformHead = 0;
   UInt64 _uniformTail = 0;
 
-  // Barriers that are owed.
-  Bool _hasUnseenDispatch = false;        // since the last barrier between dispatches
-  Bool _transfersMissDispatches = false;  // transfers do not wait for dispatches yet
-  Bool _dispatchesMissTransfers = false;
-  Touch _touches[kTouchCount];
-  Int _touchCount = 0;
+  BarrierTracker _barriers;
 
   BaseArray<StagingBuffer*> _stagingBuffers;  // owned
   BaseArray<StagingMemory*> _stagingMemory;   // owned

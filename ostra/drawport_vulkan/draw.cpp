@@ -90,7 +90,7 @@ Result<void> CommandList::ResumePass() {
     return Keep(image);
   };
   OSTRA_RETURN_IF_ERROR(target.ForEachImage(prepare));
-  ShowWorkToPass();
+  RecordBarrier(_barriers.BeforePass());
   BeginRendering(*_target);
   return OK;
 }
@@ -130,15 +130,14 @@ void CommandList::BeginRendering(RenderTarget& target) {
   if (!_isCleared) _clearedBy = _current->serial;
   _isCleared = true;
   _isRendering = true;
-  _hasDrawn = true;
+  _barriers.BeginPass();
 }
 
 void CommandList::SuspendPass() {
   if (!_isRendering) return;
   _isRendering = false;
   _device->EndRendering(_current->commands);
-  _transfersMissDispatches = true;
-  _dispatchesMissTransfers = true;
+  _barriers.AddPass();
 }
 
 Result<void> CommandList::CheckDraw(const DrawportDrawCall& call, ProgramFactory& factory) const {

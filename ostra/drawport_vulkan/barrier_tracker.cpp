@@ -1,0 +1,79 @@
+#include "ostra/drawport_vulkan/barrier_tracker.h"
+
+namespace ostra::vulkan {
+namespace {
+
+constexpr VkPipelineStageFlags kDispatchStages =
+    VK_PIPELINE_STAGE_COMPUTE_SHADER_BIT | VK_PIPELINE_STAGE_DRAW_INDIRECT_BIT;
+constexpr VkAccessFlags kDispatchAccess =
+    VK_ACCESS_SHADER_READ_BIT | VK_ACCESS_SHADER_WRITE_BIT | VK_ACCESS_INDIRECT_COMMAND_READ_BIT;
+constexpr VkAccessFlags kDrawWrites =
+    VK_ACCESS_SHADER_WRITE_BIT | VK_ACCESS_COLOR_ATTACHMENT_WRITE_BIT | VK_ACCESS_DEPTH_STENCIL_ATTACHMENT_WRITE_BIT;
+constexpr VkAccessFlags kTransferAccess = VK_ACCESS_TRANSFER_READ_BIT | VK_ACCESS_TRANSFER_WRITE_BIT;
+
+Bool Overlap(Int begin1, Int count1, Int begin2, Int count2) {
+  return begin1 < begin2 + count2 && begin2 < begin1 + count1;
+}
+
+Bool Overlap(const DrawportRegion& a, const DrawportRegion& b) {
+  return Overlap(a.origin.x, a.extent.width, b.origin.x, b.extent.width) &&
+         Overlap(a.origin.y, a.extent.height, b.origin.y, b.extent.height) &&
+         Overlap(a.origin.z, a.extent.depth, b.origin.z, b.extent.depth);
+}
+
+}  // namespace
+
+std::optional<Barrier> BarrierTracker::BetweenDispatches() {
+  if (!_hasUnseenDispatch) return std::nullopt;
+  _hasUnseenDispatch = false;
+  // One kind for buffers and textures: clients ask for both, one after the other, and the second then costs nothing.
+  return Barrier{VK_PIPELINE_STAGE_COMPUTE_SHADER_BIT, VK_ACCESS_SHADER_WRITE_BIT, kDispatchStages, kDispatchAccess};
+}
+
+std::optional<Barrier> BarrierTracker::BeforeDispatch() {
+  if (!_dispatchesMissTransfers) return std::nullopt;
+  _dispatchesMissTransfers = false;
+  return Barrier{VK_PIPELINE_STAGE_TRANSFER_BIT | GetDrawStages(),
+                 VK_ACCESS_TRANSFER_WRITE_BIT | (_hasDrawn ? kDrawWrites : 0), kDispatchStages, kDispatchAccess};
+}
+
+std::optional<Barrier> BarrierTracker::BeforeTransfer(const void* resource, const DrawportRegion& region,
+                                                      Bool isWrite) {
+  std::optional<Barrier> barrier;
+  if (_transfersMissDispatches) {
+    barrier = Barrier{kDispatchStages | GetDrawStages() | VK_PIPELINE_STAGE_TRANSFER_BIT,
+                      VK_ACCESS_SHADER_WRITE_BIT | VK_ACCESS_TRANSFER_WRITE_BIT | (_hasDrawn ? kDrawWrites : 0),
+                      VK_PIPELINE_STAGE_TRANSFER_BIT, kTransferAccess};
+    _transfersMissDispatches = false;
+  } else if (Collides(resource, region, isWrite)) {
+    barrier = Barrier{VK_PIPELINE_STAGE_TRANSFER_BIT, VK_ACCESS_TRANSFER_WRITE_BIT, VK_PIPELINE_STAGE_TRANSFER_BIT,
+                      kTransferAccess};
+  }
+  if (barrier) _touchCount = 0;
+  _touches[_touchCount++] = {resource, region, isWrite};
+  _dispatchesMissTransfers = true;
+  return barrier;
+}
+
+Bool BarrierTracker::Collides(const void* resource, const DrawportRegion& region, Bool isWrite) const {
+  if (_touchCount == kTouchCount) return true;
+  for (Int i = 0; i < _touchCount; ++i) {
+    const Touch& touch = _touches[i];
+    if (touch.resource == resource && (touch.isWrite || isWrite) && Overlap(touch.region, region)) return true;
+  }
+  return false;
+}
+
+Barrier BarrierTracker::BeforePass() const {
+  return {kDispatchStages | VK_PIPELINE_STAGE_TRANSFER_BIT | VK_PIPELINE_STAGE_ALL_GRAPHICS_BIT,
+          VK_ACCESS_TRANSFER_WRITE_BIT | kDrawWrites, VK_PIPELINE_STAGE_ALL_GRAPHICS_BIT,
+          VK_ACCESS_MEMORY_READ_BIT | VK_ACCESS_MEMORY_WRITE_BIT};
+}
+
+Barrier BarrierTracker::BeforeHost() const {
+  return {VK_PIPELINE_STAGE_COMPUTE_SHADER_BIT | VK_PIPELINE_STAGE_TRANSFER_BIT | GetDrawStages(),
+          VK_ACCESS_SHADER_WRITE_BIT | VK_ACCESS_TRANSFER_WRITE_BIT, VK_PIPELINE_STAGE_HOST_BIT,
+          VK_ACCESS_HOST_READ_BIT};
+}
+
+}  // namespace ostra::vulkan

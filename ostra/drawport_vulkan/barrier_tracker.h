@@ -1,0 +1,72 @@
+// BarrierTracker: which barriers the work of a list needs. Dispatches see each other's writes only where the client
+// asks for it; everything that has to do with transfers waits by itself, and no more than it has to.
+//
+//   if (const auto barrier = tracker.BeforeDispatch()) Record(*barrier);
+//   vkCmdDispatch(...);
+//   tracker.AddDispatch();
+//
+// It calls no driver.
+#pragma once
+
+#include <vulkan/vulkan_core.h>
+
+#include <optional>
+
+#include "ostra/drawport/resources.h"
+
+namespace ostra::vulkan {
+
+// What VkMemoryBarrier and vkCmdPipelineBarrier take.
+struct Barrier {
+  VkPipelineStageFlags from = 0;
+  VkAccessFlags fromAccess = 0;
+  VkPipelineStageFlags to = 0;
+  VkAccessFlags toAccess = 0;
+  friend bool operator==(const Barrier&, const Barrier&) = default;
+};
+
+class BarrierTracker {
+ public:
+  // Work that was recorded. A pass counts when its rendering ends.
+  void AddDispatch() { _hasUnseenDispatch = _transfersMissDispatches = true; }
+  void AddPass() { _transfersMissDispatches = _dispatchesMissTransfers = true; }
+  void BeginPass() { _hasDrawn = true; }
+  // Recorded work was thrown away, and the barriers in it: all are owed again.
+  void Forget() { _hasUnseenDispatch = _transfersMissDispatches = _dispatchesMissTransfers = true; }
+
+  // Whether dispatches wait for a barrier between them.
+  Bool HasUnseenDispatch() const { return _hasUnseenDispatch; }
+
+  // Between dispatches, as the client asks for it. None when nothing was dispatched since the last one.
+  std::optional<Barrier> BetweenDispatches();
+  std::optional<Barrier> BeforeDispatch();
+  // Before a transfer that reads or writes `region`: bytes of a buffer along x, texels of an image. The resource is
+  // told apart by its address. The transfer counts as recorded.
+  std::optional<Barrier> BeforeTransfer(const void* resource, const DrawportRegion& region, Bool isWrite);
+  // One a pass: what was written before it may be vertices, uniforms, textures or targets in it.
+  Barrier BeforePass() const;
+  // Before the host reads what was written.
+  Barrier BeforeHost() const;
+
+ private:
+  static constexpr Int kTouchCount = 32;
+
+  // What a transfer has touched since the last barrier between transfers.
+  struct Touch {
+    const void* resource = nullptr;
+    DrawportRegion region;
+    Bool isWrite = false;
+  };
+
+  VkPipelineStageFlags GetDrawStages() const { return _hasDrawn ? VK_PIPELINE_STAGE_ALL_GRAPHICS_BIT : 0; }
+  Bool Collides(const void* resource, const DrawportRegion& region, Bool isWrite) const;
+
+  Bool _hasUnseenDispatch = false;        // since the last barrier between dispatches
+  Bool _transfersMissDispatches = false;  // transfers do not wait for dispatches yet
+  Bool _dispatchesMissTransfers = false;
+  Bool _hasDrawn = false;  // ever
+  Touch _touches[kTouchCount];
+  Int _touchCount = 0;
+};
+
+}  // namespace ostra::vulkan
