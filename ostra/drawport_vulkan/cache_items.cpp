@@ -91,10 +91,7 @@ Result<DrawportAtomicCounter*> CounterItem::MakeValid(DrawportContextInterface& 
   return static_cast<DrawportAtomicCounter*>(counter);
 }
 
-ProgramItem::~ProgramItem() {
-  _cache->programs.Forget(_key, this);
-  for (ProgramFactory* factory : _factories) DeleteObj(factory);
-}
+ProgramItem::~ProgramItem() { _cache->programs.Forget(_key, this); }
 
 Result<DrawportProgramFactory*> ProgramItem::MakeValid(DrawportContextInterface& context,
                                                        const DrawportVertexAttributeSet* attributes,
@@ -116,11 +113,10 @@ Result<ProgramFactory*> ProgramItem::BuildFor(Context& context) {
       return OSTRA_ILLEGAL_STATE("The GPU device does not support @, which the program requires.",
                                  GetDrawportFeatureText(required.feature));
   }
-  OSTRA_RETURN_IF_ERROR(_factories.Reserve(_factories.GetCount() + 1));
-  OSTRA_ASSIGN_OR_RETURN(ProgramFactory * factory, ProgramFactory::Create(context.GetDevice(), _description,
-                                                                          context.GetDrawport()->GetShadingLanguage()));
-  OSTRA_RETURN_IF_ERROR(_factories.Append(factory));  // there is room
-  return factory;
+  OSTRA_ASSIGN_OR_RETURN(
+      Owned<ProgramFactory> factory,
+      ProgramFactory::Create(context.GetDevice(), _description, context.GetDrawport()->GetShadingLanguage()));
+  return _factories.Append(std::move(factory));
 }
 
 }  // namespace ostra::vulkan

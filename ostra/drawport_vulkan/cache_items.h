@@ -94,7 +94,7 @@ class ProgramItem final : public DrawportCounted<ProgramItem, DrawportProgramFac
   DrawportCacheKey _key;
   DrawportProgramDescription _description;
   std::mutex _mutex;
-  BaseArray<ProgramFactory*> _factories;  // owned; one for each device, as in PerDevice
+  OwnedArray<ProgramFactory> _factories;  // one for each device, as in PerDevice
 };
 
 // The same for every device: what it describes becomes part of a pipeline when something is drawn.

@@ -8,7 +8,6 @@ namespace ostra::vulkan {
 namespace {
 
 // Room for the uniforms of several thousand dispatches that the device has not done yet.
-constexpr Int kUniformRingSize = Int(4) << 20;
 
 }  // namespace
 
@@ -28,7 +27,8 @@ Result<void> CommandList::Init() {
     batch.commands = allocated[0];
     batch.setup = allocated[1];
   }
-  OSTRA_ASSIGN_OR_RETURN(_uniforms, BufferResource::Create(*_device, kUniformRingSize, MemoryUse::Upload, false));
+  OSTRA_ASSIGN_OR_RETURN(
+      _uniforms, BufferResource::Create(*_device, static_cast<Int>(_uniformRing.GetSize()), MemoryUse::Upload, false));
   return OK;
 }
 
@@ -43,8 +43,6 @@ CommandList::~CommandList() {
     DestroyStamps(batch);
     if (batch.pool) vkDestroyCommandPool(_device->GetHandle(), batch.pool, nullptr);
   }
-  for (StagingBuffer* staging : _stagingBuffers) DeleteObj(staging);
-  for (StagingMemory* memory : _stagingMemory) DeleteObj(memory);
 }
 
 void CommandList::ReleaseKept(Batch& batch) {
@@ -66,7 +64,7 @@ void CommandList::Retire(Batch& batch) {
     batch.isInFlight = false;
   }
   _completedSerial = batch.serial;
-  _uniformTail = batch.uniformEnd;
+  _uniformRing.Release(batch.uniformEnd);
   _oldest = (_oldest + 1) % kBatchCount;
 }
 
@@ -98,7 +96,7 @@ void CommandList::Abandon(Batch& batch) {
   if (batch.stamps) batch.stamps->count = 0;
   _isRendering = false;
   if (_clearedBy == batch.serial) _isCleared = false;  // the pass clears once more
-  _uniformHead = batch.uniformEnd;                     // where the batch began
+  _uniformRing.Rewind(batch.uniformEnd);               // where the batch began
   _current = nullptr;
   _barriers.Forget();
 }
@@ -114,7 +112,7 @@ Result<UInt64> CommandList::BeginBatch() {
   info.flags = VK_COMMAND_BUFFER_USAGE_ONE_TIME_SUBMIT_BIT;
   OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkBeginCommandBuffer(batch.commands, &info)));
   batch.serial = ++_serial;
-  batch.uniformEnd = _uniformHead;
+  batch.uniformEnd = _uniformRing.GetHead();
   _boundPipeline = VK_NULL_HANDLE;
   _boundSet = {};
   _boundDrawSet = {};
@@ -141,7 +139,7 @@ Result<void> CommandList::Submit() {
     Abandon(batch);
     return value.TakeError();
   }
-  batch.uniformEnd = _uniformHead;
+  batch.uniformEnd = _uniformRing.GetHead();
   {
     const std::scoped_lock lock(_keptMutex);
     batch.timelineValue = *value;
@@ -167,19 +165,16 @@ Result<CommandList::UniformSlice> CommandList::AllocateUniforms(Int bytes) {
   const Int alignment = static_cast<Int>(std::max<UInt64>(_device->GetLimits().minUniformBufferOffsetAlignment,
                                                           _device->GetLimits().minStorageBufferOffsetAlignment));
   const UInt64 size = static_cast<UInt64>((bytes + alignment - 1) / alignment * alignment);
-  constexpr UInt64 kRing = kUniformRingSize;
-  if (size > kRing / 4) return OSTRA_ILLEGAL_ARGUMENT("Uniforms of @ bytes are more than a dispatch can have.", bytes);
+  if (size > _uniformRing.GetSize() / 4)
+    return OSTRA_ILLEGAL_ARGUMENT("Uniforms of @ bytes are more than a dispatch can have.", bytes);
   while (true) {
     OSTRA_RETURN_IF_ERROR(BeginBatch());
-    UInt64 begin = _uniformHead;
-    if (begin % kRing + size > kRing) begin += kRing - begin % kRing;  // slices do not go round the end
-    if (begin + size - _uniformTail <= kRing) {
-      _uniformHead = begin + size;
-      const UInt64 offset = begin % kRing;
-      return UniformSlice{_uniforms->GetMapped() + offset, static_cast<UInt32>(offset)};
+    std::optional<UInt64> offset = _uniformRing.Allocate(size);
+    if (!offset) {
+      RetireReached();
+      offset = _uniformRing.Allocate(size);
     }
-    RetireReached();
-    if (begin + size - _uniformTail <= kRing) continue;
+    if (offset) return UniformSlice{_uniforms->GetMapped() + *offset, static_cast<UInt32>(*offset)};
     // The ring is full of work that is not done: let the device do it.
     OSTRA_RETURN_IF_ERROR(Submit());
     OSTRA_RETURN_IF_ERROR(WaitForOldest());

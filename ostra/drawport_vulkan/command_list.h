@@ -19,6 +19,8 @@
 #include "ostra/drawport_vulkan/pipeline.h"
 #include "ostra/drawport_vulkan/render_target.h"
 #include "ostra/drawport_vulkan/staging.h"
+#include "ostra/drawport_vulkan/staging_pool.h"
+#include "ostra/drawport_vulkan/uniform_ring.h"
 
 namespace ostra::vulkan {
 
@@ -119,7 +121,7 @@ class CommandList final : public DrawportCommandList {
     UInt64 timelineValue = 0;
     Bool isInFlight = false;
     BaseArray<DeviceResourceRef> kept;
-    Stamps* stamps = nullptr;  // owned; made for the first stamp
+    Owned<Stamps> stamps;  // made for the first stamp
   };
 
   // command_list.cpp
@@ -224,15 +226,13 @@ class CommandList final : public DrawportCommandList {
   PipelineRef _lastPipeline;
   VkPipeline _lastVariant = VK_NULL_HANDLE;
 
-  // Uniforms: a ring of positions that only grow; the place in the buffer is the rest by its size.
   BufferRef _uniforms;
-  UInt64 _uniformHead = 0;
-  UInt64 _uniformTail = 0;
+  UniformRing _uniformRing{UInt64(4) << 20};
 
   BarrierTracker _barriers;
 
-  BaseArray<StagingBuffer*> _stagingBuffers;  // owned
-  BaseArray<StagingMemory*> _stagingMemory;   // owned
+  OwnedArray<StagingBuffer> _stagingBuffers;
+  StagingPool _stagingPool;
   CopiedAhead _readAhead;
 };
 

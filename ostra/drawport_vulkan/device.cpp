@@ -39,6 +39,8 @@ Result<DeviceRef> Device::Open(Int index) {
   return held;
 }
 
+Device::Device(DriverRef driver) : _driver(std::move(driver)) {}
+
 Device::~Device() {
   {
     const std::scoped_lock lock(g_mutex);
@@ -47,7 +49,7 @@ Device::~Device() {
   }
   if (!_device) return;
   vkDeviceWaitIdle(_device);
-  DeleteObj(_programs);
+  _programs.reset();
   if (_timeline) vkDestroySemaphore(_device, _timeline, nullptr);
   _memory.Release();
   vkDestroyDevice(_device, nullptr);

@@ -29,7 +29,7 @@ class Device final : public DrawportCounted<Device, DrawportObject> {
   // illegal state when it does not start; out of memory.
   static Result<StrongRef<Device>> Open(Int index);
 
-  explicit Device(DriverRef driver) : _driver(std::move(driver)) {}
+  explicit Device(DriverRef driver);
   Device(const Device&) = delete;
   ~Device();
 
@@ -131,7 +131,7 @@ class Device final : public DrawportCounted<Device, DrawportObject> {
 
   std::atomic<bool> _hasToldUnfiltered[kPixelFormatCount] = {};
   MemoryPool _memory;
-  ProgramStore* _programs = nullptr;
+  Owned<ProgramStore> _programs;
 };
 
 using DeviceRef = StrongRef<Device>;

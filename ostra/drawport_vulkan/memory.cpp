@@ -33,6 +33,9 @@ Bool IsOutOfMemory(const Result<T>& result) {
 
 }  // namespace
 
+MemoryPool::MemoryPool() = default;
+MemoryPool::~MemoryPool() = default;
+
 void MemoryPool::Release() {
   while (_blocks.IsPopulated()) RemoveBlock(_blocks.GetCount() - 1);
 }
@@ -138,12 +141,10 @@ Result<MemoryBlock*> MemoryPool::AddBlockFor(Int size, UInt32 type, MemoryUse us
 }
 
 Result<MemoryBlock*> MemoryPool::AddBlock(Int size, UInt32 type, MemoryUse use, MemoryContent content) {
-  OSTRA_RETURN_IF_ERROR(_blocks.Append(nullptr));
-  const Int index = _blocks.GetCount() - 1;
-  MemoryBlock* block = NewObj<MemoryBlock>();
-  _blocks[index] = block;
+  Owned<MemoryBlock> made = MakeOwned<MemoryBlock>();
+  if (!made) return OSTRA_OUT_OF_MEMORY();
+  OSTRA_ASSIGN_OR_RETURN(MemoryBlock * block, _blocks.Append(std::move(made)));
   const auto fill = [&]() -> Result<void> {
-    if (!block) return OSTRA_OUT_OF_MEMORY();
     block->size = size;
     block->type = type;
     block->use = use;
@@ -169,18 +170,15 @@ Result<MemoryBlock*> MemoryPool::AddBlock(Int size, UInt32 type, MemoryUse use, 
   };
   Result<void> filled = fill();
   if (!filled) {
-    RemoveBlock(index);
+    RemoveBlock(_blocks.GetCount() - 1);
     return filled.TakeError();
   }
   return block;
 }
 
 void MemoryPool::RemoveBlock(Int index) {
-  MemoryBlock* block = _blocks[index];
-  _blocks[index] = _blocks[_blocks.GetCount() - 1];
-  static_cast<void>(_blocks.Resize(_blocks.GetCount() - 1));  // shrinking cannot fail
-  if (block && block->memory) vkFreeMemory(_device, block->memory, nullptr);
-  DeleteObj(block);
+  if (_blocks[index]->memory) vkFreeMemory(_device, _blocks[index]->memory, nullptr);
+  _blocks.Remove(index);
 }
 
 void MemoryPool::Free(const MemoryPiece& piece) {

@@ -3,6 +3,7 @@
 
 #include <mutex>
 
+#include "ostra/core/owned.h"
 #include "ostra/drawport/context.h"
 #include "ostra/drawport_vulkan/api.h"
 #include "ostra/drawport_vulkan/device_plan.h"
@@ -35,8 +36,9 @@ enum class MemorySpill : Int32 {
 
 class MemoryPool {
  public:
-  MemoryPool() = default;
+  MemoryPool();
   MemoryPool(const MemoryPool&) = delete;
+  ~MemoryPool();
   void Init(VkPhysicalDevice physicalDevice, VkDevice device, const DeviceSnapshot& snapshot, Bool hasBudgetExtension);
 
   // Gives everything back, before the device goes.
@@ -73,7 +75,7 @@ class MemoryPool {
   VkDevice _device = VK_NULL_HANDLE;
   const DeviceSnapshot* _snapshot = nullptr;  // the driver's
   Bool _hasBudgetExtension = false;
-  BaseArray<MemoryBlock*> _blocks;
+  OwnedArray<MemoryBlock> _blocks;
   Int _usedSize = 0;
   Bool _hasToldSpill[3] = {};  // by use
 };

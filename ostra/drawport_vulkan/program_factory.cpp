@@ -70,36 +70,25 @@ Result<DrawportParameterValueSet*> ProgramFactory::GetParameterValueSet(Drawport
   for (ValueSet* set : _valueSets)
     if (set->IsOf(list, owner, programHash)) return set;
   DropValueSets();
-  OSTRA_RETURN_IF_ERROR(_valueSets.Reserve(_valueSets.GetCount() + 1));
-  ValueSet* set = NewObj<ValueSet>(*this, list, owner, programHash);
-  if (!set) return OSTRA_OUT_OF_MEMORY();
-  if (Result<void> made = set->Init(); !made) {
-    DeleteObj(set);
-    return made.TakeError();
-  }
-  OSTRA_RETURN_IF_ERROR(_valueSets.Append(set));
-  return set;
+  Owned<ValueSet> made = MakeOwned<ValueSet>(*this, list, owner, programHash);
+  if (!made) return OSTRA_OUT_OF_MEMORY();
+  OSTRA_RETURN_IF_ERROR(made->Init());
+  OSTRA_ASSIGN_OR_RETURN(ValueSet * added, _valueSets.Append(std::move(made)));
+  return added;
 }
 
 void ProgramFactory::ReleaseParameterValueSet(DrawportParameterValueSet& values) {
   const std::scoped_lock lock(_valueSetMutex);
   for (Int i = 0; i < _valueSets.GetCount(); ++i) {
     if (_valueSets[i] != &values) continue;
-    // What was recorded keeps the descriptors and its part of the ring.
-    DeleteObj(_valueSets[i]);
-    _valueSets[i] = _valueSets[_valueSets.GetCount() - 1];
-    static_cast<void>(_valueSets.Resize(_valueSets.GetCount() - 1));  // shrinking cannot fail
+    _valueSets.Remove(i);  // what was recorded keeps the descriptors and its part of the ring
     return;
   }
 }
 
 void ProgramFactory::DropValueSets() {
-  for (Int i = _valueSets.GetCount() - 1; i >= 0; --i) {
-    if (GetDevice().HasList(_valueSets[i]->GetList())) continue;
-    DeleteObj(_valueSets[i]);
-    _valueSets[i] = _valueSets[_valueSets.GetCount() - 1];
-    static_cast<void>(_valueSets.Resize(_valueSets.GetCount() - 1));  // shrinking cannot fail
-  }
+  for (Int i = _valueSets.GetCount() - 1; i >= 0; --i)
+    if (!GetDevice().HasList(_valueSets[i]->GetList())) _valueSets.Remove(i);
 }
 
 Result<void> ProgramFactory::StartSetParameters(DrawportContextInterface&, DrawportParameterValueSet& values) {

@@ -1,6 +1,7 @@
 // ProgramFactory: a compiled program with the places of its parameters; ValueSet: the values of one of its users.
 #pragma once
 
+#include "ostra/core/owned.h"
 #include "ostra/drawport/program_factory.h"
 #include "ostra/drawport/program_factory_item.h"
 #include "ostra/drawport_vulkan/buffer.h"
@@ -151,8 +152,8 @@ class ProgramFactory final : public DrawportProgramFactory {
  public:
   // Assembles, compiles and lays out; `language` is the drawport's. Errors: those of the description, the compiler and
   // the device.
-  static Result<ProgramFactory*> Create(Device& device, const DrawportProgramDescription& description,
-                                        const Id& language);
+  static Result<Owned<ProgramFactory>> Create(Device& device, const DrawportProgramDescription& description,
+                                              const Id& language);
 
   ProgramFactory() = default;
   ProgramFactory(const ProgramFactory&) = delete;
@@ -250,8 +251,8 @@ class ProgramFactory final : public DrawportProgramFactory {
   BaseArray<UInt32> _gradientBindings;            // that are used
   BaseArray<StageVariable> _attributes, _colors;  // that are used
   Bool _writesDepth = false;
-  std::mutex _valueSetMutex;        // users of a program may have contexts and threads of their own
-  BaseArray<ValueSet*> _valueSets;  // owned
+  std::mutex _valueSetMutex;  // users of a program may have contexts and threads of their own
+  OwnedArray<ValueSet> _valueSets;
 };
 
 }  // namespace ostra::vulkan

@@ -98,19 +98,15 @@ Result<void> CheckGraphics(const Device& device, const BaseArray<ProgramStage>& 
 
 }  // namespace
 
-Result<ProgramFactory*> ProgramFactory::Create(Device& device, const DrawportProgramDescription& description,
-                                               const Id& language) {
-  ProgramFactory* factory = NewObj<ProgramFactory>();
+Result<Owned<ProgramFactory>> ProgramFactory::Create(Device& device, const DrawportProgramDescription& description,
+                                                     const Id& language) {
+  Owned<ProgramFactory> factory = MakeOwned<ProgramFactory>();
   if (!factory) return OSTRA_OUT_OF_MEMORY();
-  Result<void> made = factory->Init(device, description, language);
-  if (made) return factory;
-  DeleteObj(factory);
-  return made.TakeError();
+  OSTRA_RETURN_IF_ERROR(factory->Init(device, description, language));
+  return factory;
 }
 
-ProgramFactory::~ProgramFactory() {
-  for (ValueSet* set : _valueSets) DeleteObj(set);
-}
+ProgramFactory::~ProgramFactory() = default;
 
 Result<void> ProgramFactory::Init(Device& device, const DrawportProgramDescription& description, const Id& language) {
   OSTRA_ASSIGN_OR_RETURN(const BaseArray<ProgramStage> stages, MakeProgramStages(description, language));

@@ -37,13 +37,11 @@ ContentKey MakeSpirvKey(std::string_view compiler, const Id& language, DrawportS
   return key;
 }
 
-Result<ProgramStore*> ProgramStore::Create(Device& device) {
-  ProgramStore* store = NewObj<ProgramStore>(device);
+Result<Owned<ProgramStore>> ProgramStore::Create(Device& device) {
+  Owned<ProgramStore> store = MakeOwned<ProgramStore>(device);
   if (!store) return OSTRA_OUT_OF_MEMORY();
-  Result<void> started = store->Init();
-  if (started) return store;
-  DeleteObj(store);
-  return started.TakeError();
+  OSTRA_RETURN_IF_ERROR(store->Init());
+  return store;
 }
 
 ProgramStore::~ProgramStore() {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "ostra/core/hash_map.h"
+#include "ostra/core/owned.h"
 #include "ostra/drawport_vulkan/driver_cache.h"
 #include "ostra/drawport_vulkan/pipeline.h"
 
@@ -29,7 +30,7 @@ class ProgramStore {
  public:
   // OSTRA_GPU_CACHE names the folder of the disk caches; "off" keeps nothing. Otherwise it is the folder "gpu" of the
   // user's cache folder. A folder that cannot be used is a warning, not an error. Error: out of memory.
-  static Result<ProgramStore*> Create(Device& device);
+  static Result<Owned<ProgramStore>> Create(Device& device);
 
   explicit ProgramStore(Device& device) : _device(device), _driverCache(device) {}
   ProgramStore(const ProgramStore&) = delete;

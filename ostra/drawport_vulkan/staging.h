@@ -13,6 +13,7 @@ inline constexpr Int kLargeTransfer = Int(1) << 20;
 // Memory for one transfer. Free again when batch `busyUntil` is done.
 struct StagingMemory {
   BufferRef buffer;
+  Int size = 0;  // bytes
   MemoryUse use = MemoryUse::Upload;
   UInt64 busyUntil = 0;
   Bool isMapped = false;

@@ -2,7 +2,6 @@
 // reads and writes the buffer itself; otherwise bytes go through staging memory, of which several pieces are on their
 // way at once.
 #include <algorithm>
-#include <bit>
 
 #include "ostra/drawport_vulkan/command_list.h"
 
@@ -10,10 +9,6 @@ OSTRA_UNIT("drawport_vulkan");
 
 namespace ostra::vulkan {
 namespace {
-
-// Staging memory of one list. More waits until the device is done with some of it.
-constexpr Int kMaxStagingMemory = Int(64) << 20;
-constexpr Int kMinStagingMemory = Int(64) << 10;
 
 DrawportRegion MakeRange(Int begin, Int count) { return {{begin, 0, 0}, {count, 1, 1}}; }
 
@@ -24,13 +19,9 @@ Result<DrawportStagingBuffer*> CommandList::AllocStagingBuffer(Int bytes, Drawpo
   for (StagingBuffer* staging : _stagingBuffers)
     if (staging->state == StagingBuffer::State::Released) found = staging;
   if (!found) {
-    OSTRA_RETURN_IF_ERROR(_stagingBuffers.Append(nullptr));
-    found = NewObj<StagingBuffer>();
-    _stagingBuffers[_stagingBuffers.GetCount() - 1] = found;
-    if (!found) {
-      static_cast<void>(_stagingBuffers.Resize(_stagingBuffers.GetCount() - 1));  // shrinking cannot fail
-      return OSTRA_OUT_OF_MEMORY();
-    }
+    Owned<StagingBuffer> staging = MakeOwned<StagingBuffer>();
+    if (!staging) return OSTRA_OUT_OF_MEMORY();
+    OSTRA_ASSIGN_OR_RETURN(found, _stagingBuffers.Append(std::move(staging)));
   }
   found->state = StagingBuffer::State::Idle;
   found->size = bytes;
@@ -39,57 +30,25 @@ Result<DrawportStagingBuffer*> CommandList::AllocStagingBuffer(Int bytes, Drawpo
 }
 
 Result<StagingMemory*> CommandList::TakeStagingMemory(Int bytes, MemoryUse use) {
-  const Int wanted = static_cast<Int>(std::bit_ceil(static_cast<UInt64>(std::max(bytes, kMinStagingMemory))));
+  const Int size = StagingPool::GetBlockSize(bytes);
   while (true) {
     const UInt64 completed = GetCompletedSerial();
-    StagingMemory* best = nullptr;
-    Int total = 0;
-    Bool isAnyBusy = false;
-    for (StagingMemory* memory : _stagingMemory) {
-      total += memory->buffer->GetSize();
-      const Bool isBusy = memory->busyUntil > completed;
-      isAnyBusy = isAnyBusy || isBusy;
-      if (isBusy || memory->isMapped || memory->use != use || memory->buffer->GetSize() < bytes) continue;
-      if (!best || memory->buffer->GetSize() < best->buffer->GetSize()) best = memory;
-    }
-    if (best) {
-      best->isMapped = true;
-      return best;
-    }
-    if (total + wanted <= kMaxStagingMemory || !isAnyBusy) break;
+    if (StagingMemory* const memory = _stagingPool.Take(bytes, use, completed)) return memory;
+    if (!_stagingPool.MustWait(size, completed)) break;
     OSTRA_RETURN_IF_ERROR(Submit());
     OSTRA_RETURN_IF_ERROR(WaitForOldest());
   }
   FreeSpareMemory();  // what is there does not fit
-  OSTRA_ASSIGN_OR_RETURN(BufferRef buffer, BufferResource::Create(*_device, wanted, use, false));
-  OSTRA_RETURN_IF_ERROR(_stagingMemory.Append(nullptr));
-  StagingMemory* memory = NewObj<StagingMemory>();
-  if (!memory) {
-    static_cast<void>(_stagingMemory.Resize(_stagingMemory.GetCount() - 1));  // shrinking cannot fail
-    return OSTRA_OUT_OF_MEMORY();
-  }
-  _stagingMemory[_stagingMemory.GetCount() - 1] = memory;
-  memory->buffer = std::move(buffer);
-  memory->use = use;
-  memory->isMapped = true;
-  return memory;
+  OSTRA_ASSIGN_OR_RETURN(BufferRef buffer, BufferResource::Create(*_device, size, use, false));
+  const Int created = buffer->GetSize();
+  return _stagingPool.Add(std::move(buffer), created, use);
 }
 
 void CommandList::FreeSpareMemory() {
   DropReadAhead();
-  const UInt64 completed = GetCompletedSerial();
-  Int total = 0;
-  for (const StagingMemory* memory : _stagingMemory) total += memory->buffer->GetSize();
   for (StagingBuffer* staging : _stagingBuffers)
     if (staging->state == StagingBuffer::State::Released) staging->texels = {};
-  for (Int i = _stagingMemory.GetCount() - 1; i >= 0 && total > kMaxStagingMemory / 2; --i) {
-    StagingMemory* memory = _stagingMemory[i];
-    if (memory->isMapped || memory->busyUntil > completed) continue;
-    total -= memory->buffer->GetSize();
-    DeleteObj(memory);
-    _stagingMemory[i] = _stagingMemory[_stagingMemory.GetCount() - 1];
-    static_cast<void>(_stagingMemory.Resize(_stagingMemory.GetCount() - 1));  // shrinking cannot fail
-  }
+  _stagingPool.FreeSpare(GetCompletedSerial());
 }
 
 Bool CommandList::IsIdle(const DeviceResource& resource) {

@@ -69,18 +69,14 @@ Result<void> CommandList::WriteStamp(UInt64 number, Bool isEnd) {
 
 Result<CommandList::Stamps&> CommandList::GetStamps(Batch& batch) {
   if (batch.stamps) return *batch.stamps;
-  Stamps* const stamps = NewObj<Stamps>();
+  Owned<Stamps> stamps = MakeOwned<Stamps>();
   if (!stamps) return OSTRA_OUT_OF_MEMORY();
   VkQueryPoolCreateInfo info = {VK_STRUCTURE_TYPE_QUERY_POOL_CREATE_INFO};
   info.queryType = VK_QUERY_TYPE_TIMESTAMP;
   info.queryCount = Stamps::kMaxCount;
-  auto created = OSTRA_VULKAN(vkCreateQueryPool(_device->GetHandle(), &info, nullptr, &stamps->pool));
-  if (!created) {
-    DeleteObj(stamps);
-    return created.TakeError();
-  }
-  batch.stamps = stamps;
-  return *stamps;
+  OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkCreateQueryPool(_device->GetHandle(), &info, nullptr, &stamps->pool)));
+  batch.stamps = std::move(stamps);
+  return *batch.stamps;
 }
 
 // Of a batch that is done. What finds no memory is as good as dropped.
@@ -111,8 +107,7 @@ void CommandList::ReadStamps(Batch& batch) {
 void CommandList::DestroyStamps(Batch& batch) {
   if (!batch.stamps) return;
   vkDestroyQueryPool(_device->GetHandle(), batch.stamps->pool, nullptr);
-  DeleteObj(batch.stamps);
-  batch.stamps = nullptr;
+  batch.stamps.reset();
 }
 
 }  // namespace ostra::vulkan
