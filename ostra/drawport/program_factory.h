@@ -61,12 +61,16 @@ class DrawportProgramFactory {
                                           const Vector4d32& value) = 0;
   virtual Result<void> SetParameterUInt(DrawportParameterValueSet& values, DrawportParameterHandle handle,
                                         UInt32 value) = 0;
+  virtual Result<void> SetParameterUInt2(DrawportParameterValueSet& values, DrawportParameterHandle handle,
+                                         const Vec2<UInt32>& value) = 0;
   virtual Result<void> SetParameterUInt3(DrawportParameterValueSet& values, DrawportParameterHandle handle,
                                          const Vec3<UInt32>& value) = 0;
   virtual Result<void> SetParameterUInt4(DrawportParameterValueSet& values, DrawportParameterHandle handle,
                                          const Vec4<UInt32>& value) = 0;
   virtual Result<void> SetParameterInt(DrawportParameterValueSet& values, DrawportParameterHandle handle,
                                        Int32 value) = 0;
+  virtual Result<void> SetParameterInt2(DrawportParameterValueSet& values, DrawportParameterHandle handle,
+                                        const Vec2<Int32>& value) = 0;
   virtual Result<void> SetParameterInt3(DrawportParameterValueSet& values, DrawportParameterHandle handle,
                                         const Vec3<Int32>& value) = 0;
   virtual Result<void> SetParameterInt4(DrawportParameterValueSet& values, DrawportParameterHandle handle,

@@ -153,6 +153,10 @@ Result<void> ProgramFactory::SetParameterUInt(DrawportParameterValueSet& values,
                                               UInt32 value) {
   return SetValue(values, handle, DrawportShaderValueType::UInt, &value, sizeof(value));
 }
+Result<void> ProgramFactory::SetParameterUInt2(DrawportParameterValueSet& values, DrawportParameterHandle handle,
+                                               const Vec2<UInt32>& value) {
+  return SetValue(values, handle, DrawportShaderValueType::UInt2, &value, sizeof(value));
+}
 Result<void> ProgramFactory::SetParameterUInt3(DrawportParameterValueSet& values, DrawportParameterHandle handle,
                                                const Vec3<UInt32>& value) {
   return SetValue(values, handle, DrawportShaderValueType::UInt3, &value, sizeof(value));
@@ -164,6 +168,10 @@ Result<void> ProgramFactory::SetParameterUInt4(DrawportParameterValueSet& values
 Result<void> ProgramFactory::SetParameterInt(DrawportParameterValueSet& values, DrawportParameterHandle handle,
                                              Int32 value) {
   return SetValue(values, handle, DrawportShaderValueType::Int, &value, sizeof(value));
+}
+Result<void> ProgramFactory::SetParameterInt2(DrawportParameterValueSet& values, DrawportParameterHandle handle,
+                                              const Vec2<Int32>& value) {
+  return SetValue(values, handle, DrawportShaderValueType::Int2, &value, sizeof(value));
 }
 Result<void> ProgramFactory::SetParameterInt3(DrawportParameterValueSet& values, DrawportParameterHandle handle,
                                               const Vec3<Int32>& value) {

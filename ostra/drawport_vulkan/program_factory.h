@@ -198,11 +198,15 @@ class ProgramFactory final : public DrawportProgramFactory {
                                   const Vector4d32& value) override;
   Result<void> SetParameterUInt(DrawportParameterValueSet& values, DrawportParameterHandle handle,
                                 UInt32 value) override;
+  Result<void> SetParameterUInt2(DrawportParameterValueSet& values, DrawportParameterHandle handle,
+                                 const Vec2<UInt32>& value) override;
   Result<void> SetParameterUInt3(DrawportParameterValueSet& values, DrawportParameterHandle handle,
                                  const Vec3<UInt32>& value) override;
   Result<void> SetParameterUInt4(DrawportParameterValueSet& values, DrawportParameterHandle handle,
                                  const Vec4<UInt32>& value) override;
   Result<void> SetParameterInt(DrawportParameterValueSet& values, DrawportParameterHandle handle, Int32 value) override;
+  Result<void> SetParameterInt2(DrawportParameterValueSet& values, DrawportParameterHandle handle,
+                                const Vec2<Int32>& value) override;
   Result<void> SetParameterInt3(DrawportParameterValueSet& values, DrawportParameterHandle handle,
                                 const Vec3<Int32>& value) override;
   Result<void> SetParameterInt4(DrawportParameterValueSet& values, DrawportParameterHandle handle,

@@ -22,8 +22,11 @@ Result<void> SetParameterValue(const ParameterTarget& target, DrawportParameterH
         values, handle, Vector4d32(Float32(value->x), Float32(value->y), Float32(value->z), Float32(value->w)));
   if (const auto* value = data.GetIf<UInt32>()) return factory.SetParameterUInt(values, handle, *value);
   if (const auto* value = data.GetIf<Int32>()) return factory.SetParameterInt(values, handle, *value);
+  if (const auto* value = data.GetIf<Bool>()) return factory.SetParameterUInt(values, handle, *value ? 1 : 0);
+  if (const auto* value = data.GetIf<Vec2<UInt32>>()) return factory.SetParameterUInt2(values, handle, *value);
   if (const auto* value = data.GetIf<Vec3<UInt32>>()) return factory.SetParameterUInt3(values, handle, *value);
   if (const auto* value = data.GetIf<Vec4<UInt32>>()) return factory.SetParameterUInt4(values, handle, *value);
+  if (const auto* value = data.GetIf<Vec2<Int32>>()) return factory.SetParameterInt2(values, handle, *value);
   if (const auto* value = data.GetIf<Vec3<Int32>>()) return factory.SetParameterInt3(values, handle, *value);
   if (const auto* value = data.GetIf<Vec4<Int32>>()) return factory.SetParameterInt4(values, handle, *value);
   if (const auto* value = data.GetIf<SquareMatrix32>()) return factory.SetParameterMatrix(values, handle, *value);

@@ -120,6 +120,8 @@ std::string PlainPrinter::ValueItself(NodeIndex node, Binding& binding) {
     case NodeKind::kName:
       return mark + Name(node, binding);
     case NodeKind::kUniform:
+      // A bool is a uint on a GPU.
+      if (_options.isForGpu && _resolved.type[node] == kBoolType) return Join({mark, "(UNIFORM(", name, ") != 0u)"});
       return Join({mark, "UNIFORM(", name, ")"});
     case NodeKind::kBuffer:
       return Join({mark, "UNIFORM_BUFFER(", name, ")"});

@@ -186,6 +186,7 @@ TypeIndex Resolver::ReadParameterType(NodeIndex node) {
     if (_tree.HasFlag(node, kIsPointer) && type != kCounterType) return Stop(node, "a pointer");
   }
   CheckParameterType(node);
+  if (arguments.empty() || Get(type).kind == TypeKind::kVector) ExtendParameterType(node, type);
   return _resolved.type[node] = type;
 }
 
@@ -197,6 +198,14 @@ void Resolver::CheckParameterType(NodeIndex node) {
   if (!IsExtendedType(name) || _structs.contains(name)) return;
   if (type == kMatrix2Type || Get(type).scalar == Scalar::kBool)
     Fail(node, Join({"a ", TypeName(type), " is no type of a parameter: it is for values inside of a kernel"}));
+}
+
+// The translation for GPUs knows these from the plain form alone.
+void Resolver::ExtendParameterType(NodeIndex node, TypeIndex type) {
+  const Scalar scalar = Get(type).scalar;
+  const Bool isOfIntegers = scalar == Scalar::kInt32 || scalar == Scalar::kUInt32;
+  const Bool isShortVector = IsVector(type) && isOfIntegers && Get(type).count < 4;
+  if (type == kBoolType || isShortVector) Extend(node, true);
 }
 
 void Resolver::ReadParameters(NodeIndex item) {

@@ -59,6 +59,7 @@ class Resolver {
   TypeIndex ReadType(NodeIndex type);
   TypeIndex ReadParameterType(NodeIndex type);
   void CheckParameterType(NodeIndex type);
+  void ExtendParameterType(NodeIndex node, TypeIndex type);
   NodeIndex FindChanging(NodeIndex expression) const;
   // The type with the dimensions of an array; `list` gives the length of [].
   TypeIndex ReadArray(TypeIndex element, NodeIndex dimensions, NodeIndex list);

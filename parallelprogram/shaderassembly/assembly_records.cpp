@@ -144,7 +144,7 @@ class RecordMaker {
   }
 
   void SetValue(const ShaderInputEntry& input, ShaderParameter& parameter) const {
-    const ShaderValueForm form = GetShaderValueForm(input.dataType);
+    const ShaderValueForm form = GetDeclaredValueForm(input.dataType);
     parameter.valueType = form.type;
     if ((input.kind & kShaderInputAttribute) != 0) {
       parameter.kind = ShaderParameterKind::Attribute;

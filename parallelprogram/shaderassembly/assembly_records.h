@@ -38,4 +38,7 @@ struct ShaderValueForm {
 // Half floats are widened to floats. Types without a code of their own are buffers of one element.
 ShaderValueForm GetShaderValueForm(DataType type);
 
+// The same, with the types that only the front end of the kernel language declares (DataTypeFromWrittenName).
+ShaderValueForm GetDeclaredValueForm(DataType type);
+
 }  // namespace ostra

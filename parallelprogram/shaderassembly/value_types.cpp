@@ -30,6 +30,15 @@ constexpr UniformType kUniformTypes[] = {
     {&GetDataType<GradientRenderData>, DrawportShaderValueType::Gradient},
 };
 
+// Of values that the front end of the kernel language declares. Shading languages keep no bool in memory.
+constexpr UniformType kWrittenTypes[] = {
+    {&GetDataType<Bool>, DrawportShaderValueType::UInt},
+    {&GetDataType<Vec2<UInt32>>, DrawportShaderValueType::UInt2},
+    {&GetDataType<Vec3<UInt32>>, DrawportShaderValueType::UInt3},
+    {&GetDataType<Vec2<Int32>>, DrawportShaderValueType::Int2},
+    {&GetDataType<Vec3<Int32>>, DrawportShaderValueType::Int3},
+};
+
 }  // namespace
 
 ShaderValueForm GetShaderValueForm(DataType type) {
@@ -38,6 +47,12 @@ ShaderValueForm GetShaderValueForm(DataType type) {
   for (const UniformType& known : kUniformTypes)
     if (known.getType() == type) return {Kind::Uniform, known.type};
   return {Kind::ValueBuffer, DrawportShaderValueType::Float};
+}
+
+ShaderValueForm GetDeclaredValueForm(DataType type) {
+  for (const UniformType& known : kWrittenTypes)
+    if (known.getType() == type) return {ShaderValueForm::Kind::Uniform, known.type};
+  return GetShaderValueForm(type);
 }
 
 }  // namespace ostra

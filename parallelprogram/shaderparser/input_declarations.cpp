@@ -94,10 +94,10 @@ Result<void> AppendTexture(ParseState& state, InputLists& lists, const DefineLin
 }
 
 // `valueTypeName` holds the type after the type rules.
-DefineLine SortDefineLine(const SourceWords& words, Int32 qualifier, std::string_view valueTypeName) {
+DefineLine SortDefineLine(const SourceWords& words, Int32 qualifier, std::string_view valueTypeName, Bool isWritten) {
   DefineLine line;
   line.type = valueTypeName;
-  line.valueType = DataTypeFromTypeName(valueTypeName);
+  line.valueType = isWritten ? DataTypeFromWrittenName(valueTypeName) : DataTypeFromTypeName(valueTypeName);
   line.kind = qualifier;
   Int nameIndex = qualifier != 0 ? 2 : 1;
   if (!line.valueType.IsPopulated() && words[0] == "(const") {
@@ -118,7 +118,7 @@ Result<void> ParseInputDefineLine(ParseState& state, const SourceWords& words, I
   if (qualifier == 0 && words[0].find("IGNORE_VARIABLE_GPU") != std::string_view::npos) return OK;
   const std::string_view word = qualifier != 0 ? WithoutLast(words[1]) : WithoutParentheses(words[0]);
   OSTRA_ASSIGN_OR_RETURN(const std::string_view typeName, TranslateLine(state, state.typeRules, word));
-  const DefineLine line = SortDefineLine(words, qualifier, typeName);
+  const DefineLine line = SortDefineLine(words, qualifier, typeName, state.isWritten);
 
   if (line.type.find("TextureSampler") != std::string_view::npos) return AppendTexture(state, lists, line);
   const std::string_view elementType = FindElementType(line.type);

@@ -21,6 +21,7 @@ struct ParseState {
   const LineEnds lineEnds;
   ShaderPieces& pieces;
   Int32 multisampling = kNoMultisampling;
+  Bool isWritten = false;  // a text of the front end, in place of a file
 
   RuleList typeRules;         // for the types of declarations
   RuleList declarationRules;  // for the first lines of functions; grows with the defines of include files

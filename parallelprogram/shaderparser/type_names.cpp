@@ -33,15 +33,30 @@ constinit const NamedType kTypes[] = {
     {&GetDataType<Vec4<HalfFloat>>, {"Vec4<HalfFloat>", "half4"}, "half4"},
 };
 
-}  // namespace
+// Those of values in written texts only; declared by their type codes.
+constinit const NamedType kWrittenTypes[] = {
+    {&GetDataType<Vec2<Int32>>, {"int2"}, ""},   {&GetDataType<Vec3<Int32>>, {"int3"}, ""},
+    {&GetDataType<Vec2<UInt32>>, {"uint2"}, ""}, {&GetDataType<Vec3<UInt32>>, {"uint3"}, ""},
+    {&GetDataType<Bool>, {"bool"}, ""},
+};
 
-DataType DataTypeFromTypeName(std::string_view name) {
+template <std::size_t kCount>
+DataType FindType(const NamedType (&types)[kCount], std::string_view name) {
   if (name.empty()) return DataType();
-  for (const NamedType& type : kTypes) {
+  for (const NamedType& type : types) {
     for (const std::string_view known : type.names)
       if (known == name) return type.getType();
   }
   return DataType();
+}
+
+}  // namespace
+
+DataType DataTypeFromTypeName(std::string_view name) { return FindType(kTypes, name); }
+
+DataType DataTypeFromWrittenName(std::string_view name) {
+  const DataType type = FindType(kTypes, name);
+  return type.IsPopulated() ? type : FindType(kWrittenTypes, name);
 }
 
 std::string_view GetTypeName(Int index) {

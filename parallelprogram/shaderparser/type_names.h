@@ -18,6 +18,9 @@ inline constexpr Id kTargetMetal = "METAL"_id;
 // The type that a kernel file calls `name`, exactly as it is written; no type for an unknown name.
 DataType DataTypeFromTypeName(std::string_view name);
 
+// The same of a parameter in a text that the front end of the kernel language has written: more types are known there.
+DataType DataTypeFromWrittenName(std::string_view name);
+
 // Every name that DataTypeFromTypeName knows, by a number from 0; empty beyond the last.
 std::string_view GetTypeName(Int index);
 

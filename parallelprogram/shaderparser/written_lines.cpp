@@ -99,6 +99,7 @@ class WrittenLines {
 }  // namespace
 
 Result<void> ParseWrittenSource(ParseState& state, const WrittenSource& written) {
+  state.isWritten = true;
   for (const Url& file : written.files) OSTRA_RETURN_IF_ERROR(state.EnterFile(file));
   WrittenLines lines(state, written);
   Result<void> result = lines.Parse();

@@ -59,6 +59,9 @@ class RecordingProgram final : public DrawportProgramFactory {
     return Set("float4", handle, v.x);
   }
   Result<void> SetParameterUInt(Values&, Handle handle, UInt32 value) override { return Set("uint", handle, value); }
+  Result<void> SetParameterUInt2(Values&, Handle handle, const Vec2<UInt32>& v) override {
+    return Set("uint2", handle, v.x);
+  }
   Result<void> SetParameterUInt3(Values&, Handle handle, const Vec3<UInt32>& v) override {
     return Set("uint3", handle, v.x);
   }
@@ -66,6 +69,9 @@ class RecordingProgram final : public DrawportProgramFactory {
     return Set("uint4", handle, v.x);
   }
   Result<void> SetParameterInt(Values&, Handle handle, Int32 value) override { return Set("int", handle, value); }
+  Result<void> SetParameterInt2(Values&, Handle handle, const Vec2<Int32>& v) override {
+    return Set("int2", handle, v.x);
+  }
   Result<void> SetParameterInt3(Values&, Handle handle, const Vec3<Int32>& v) override {
     return Set("int3", handle, v.x);
   }
