@@ -143,8 +143,50 @@ def check_headers(root):
                 yield f"{name}:{number}: a header opens a namespace for everybody who includes it"
 
 
+LINK = re.compile(r"\]\(([^)\s]+)\)")
+HEADING = re.compile(r"^#+ +(.*)$", re.M)
+CODE_BLOCK = re.compile(r"^```.*?^```", re.M | re.S)
+
+
+def find_pages(root):
+    folders = [name for name in ("docs", "kernels", "editors", "scripts", "cmake", *SOURCE_FOLDERS) if (root / name).is_dir()]
+    pages = list(root.glob("*.md")) + [path for name in folders for path in (root / name).rglob("*.md")]
+    return sorted(path for path in pages if "node_modules" not in path.parts)
+
+
+def make_anchor(heading):
+    """The name that a heading has in links."""
+    text = re.sub(r"[^\w\- ]", "", re.sub(r"\[([^\]]*)\]\([^)]*\)", r"\1", heading)).strip().lower()
+    return text.replace(" ", "-")
+
+
+def check_links(root):
+    """Links lead to files and headings that are there, and every page of docs can be reached from docs/README.md."""
+    reached = set()
+    for page in find_pages(root):
+        name = page.relative_to(root).as_posix()
+        for number, line in enumerate(page.read_text(encoding="utf-8").splitlines(), 1):
+            for link in LINK.findall(line):
+                if re.match(r"[a-z]+:", link):
+                    continue
+                file, _, anchor = link.partition("#")
+                target = (page.parent / file).resolve() if file else page.resolve()
+                if not target.exists():
+                    yield f"{name}:{number}: there is no {link}"
+                    continue
+                if name == "docs/README.md":
+                    reached.add(target)
+                text = CODE_BLOCK.sub("", target.read_text(encoding="utf-8")) if anchor else ""
+                if anchor and anchor not in map(make_anchor, HEADING.findall(text)):
+                    yield f"{name}:{number}: {file or name} has no heading #{anchor}"
+    if (root / "docs").is_dir():
+        for page in sorted((root / "docs").glob("*.md")):
+            if page.name != "README.md" and page.resolve() not in reached:
+                yield f"docs/README.md:1: nothing leads to {page.name}"
+
+
 RULES = {"arrows": check_arrows, "libraries": check_libraries, "sizes": check_sizes, "readmes": check_readmes,
-         "headers": check_headers}
+         "headers": check_headers, "links": check_links}
 
 
 def main(arguments):

@@ -94,6 +94,19 @@ class CheckStructureTest(unittest.TestCase):
         self.expect("headers", "ostra/math/a.h:2: a header opens a namespace for everybody who includes it",
                     "ostra/math/b.h:1: #pragma once is missing")
 
+    def test_links_that_lead_nowhere_are_found(self):
+        self.write("README.md", "[a](docs/a.md#some-heading-2d) [b](docs/none.md)\n[c](docs/a.md#other) [d](https://example.net)\n"
+                                "[e](#here)\n# Here\n")
+        self.write("docs/README.md", "[a](a.md)")
+        self.write("docs/a.md", "## Some `heading`, 2D\n```\n# other\n```\n")
+        self.expect("links", "README.md:1: there is no docs/none.md", "README.md:2: docs/a.md has no heading #other")
+
+    def test_pages_that_the_entry_page_does_not_name_are_found(self):
+        self.write("docs/README.md", "[a](a.md)")
+        self.write("docs/a.md", "# A")
+        self.write("docs/b.md", "# B")
+        self.expect("links", "docs/README.md:1: nothing leads to b.md")
+
 
 if __name__ == "__main__":
     unittest.main()
