@@ -3,14 +3,15 @@ include(CMakePackageConfigHelpers)
 
 # Programs and modules find libostra beside themselves, wherever the tree is put.
 set_target_properties(ostra_program ostra-kernelc PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+set_target_properties(ostra_kernelruntime PROPERTIES INSTALL_RPATH "$ORIGIN")
 set_target_properties(parallelprogram drawport_vulkan PROPERTIES INSTALL_RPATH "$ORIGIN/../..")
 
-install(TARGETS ostra ostra-kernelc EXPORT ostraTargets
+install(TARGETS ostra ostra_kernelruntime ostra-kernelc EXPORT ostraTargets
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(TARGETS parallelprogram drawport_vulkan LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/ostra/modules)
 
-# Public headers are those whose functions libostra exports, or that have the code themselves. Programs do not link with
+# Public headers are those whose functions a library exports, or that have the code themselves. Programs do not link with
 # modules, so that of a module only interfaces, records and the language of kernels are public. tests/install checks it.
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/ostra DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING
   PATTERN "*.h" PATTERN "*.inl"
@@ -27,6 +28,7 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/ostra DESTINATION ${CMAKE_INSTALL_INCLUD
   REGEX "/ostra/render/(gradient_table|noise_functions)\\.h$" EXCLUDE)
 foreach(header
     base/kernel_checks.h
+    kernelruntime/kernel_runtime.h
     program/dispatch_times_interface.h
     program/kernel_atomics.h
     program/kernel_base.h
@@ -69,7 +71,8 @@ install(FILES ${PROJECT_SOURCE_DIR}/ostra/shadercompiler/metal/metal_stdlib
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/ostra/shadercompiler/metal)
 
 # The programs of the pages: each is built and run by a test.
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/tests/install/outside DESTINATION ${CMAKE_INSTALL_DATADIR}/ostra/examples)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/tests/install/outside ${PROJECT_SOURCE_DIR}/tests/install/runtime
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/ostra/examples)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/tests/shaderloader/example/
   DESTINATION ${CMAKE_INSTALL_DATADIR}/ostra/examples/triangle)
 install(FILES ${PROJECT_SOURCE_DIR}/editors/gdb/ostra.py DESTINATION ${CMAKE_INSTALL_DATADIR}/ostra/gdb)

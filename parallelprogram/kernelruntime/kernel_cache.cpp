@@ -82,7 +82,8 @@ Result<Recipe> MakeRecipe(const KernelModuleOptions& options) {
   Recipe recipe;
   {
     const Step step(options, KernelBuildStep::kFrontEnd);
-    OSTRA_ASSIGN_OR_RETURN(recipe.source, ReadKernelSource(options.kernelFile, options.templateArgument));
+    OSTRA_ASSIGN_OR_RETURN(recipe.source, ReadKernelSource(KernelFile{options.kernelFile, options.templateArgument,
+                                                                      options.classId, options.text}));
   }
   OSTRA_ASSIGN_OR_RETURN(recipe.cache, OpenCacheFolder(options.cacheFolder));
   OSTRA_ASSIGN_OR_RETURN(recipe.compiler, FindCompiler());
@@ -163,7 +164,8 @@ Result<fs::path> KeepModule(const Recipe& recipe, const WorkFolder& folder, std:
 
 Result<KernelModule> MakeKernelModule(const KernelModuleOptions& options) {
   OSTRA_ASSIGN_OR_RETURN(const Recipe recipe, MakeRecipe(options));
-  const std::string classId(options.kernelFile.GetName().GetView());
+  const std::string classId =
+      options.classId.empty() ? std::string(options.kernelFile.GetName().GetView()) : options.classId;
   if (!options.isCompiledAgain) {
     OSTRA_ASSIGN_OR_RETURN(const auto cached, FindCompiledFile(recipe.module));
     if (cached) return KernelModule{cached->path.native(), classId, false, recipe.cache.folder, nullptr};

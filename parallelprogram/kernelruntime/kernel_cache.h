@@ -11,29 +11,21 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "ostra/host.h"
 #include "ostra/io/url.h"
+#include "parallelprogram/kernelruntime/kernel_runtime.h"
 #include "parallelprogram/kernelruntime/work_folder.h"
 
 namespace ostra::kernelruntime {
 
-enum class KernelBuildStep { kFrontEnd, kCompile, kLoad };
-
-// What a user may be told while a kernel is made. Called by the thread that makes it; steps do not lie in each other.
-class KernelBuildObserver {
- public:
-  virtual ~KernelBuildObserver() = default;
-  virtual void Begin(KernelBuildStep step, const Url& kernelFile) = 0;
-  virtual void End(KernelBuildStep step) = 0;
-  // A sentence without its period on what does not work, though the kernel does.
-  virtual void Note(std::string_view text) = 0;
-};
-
 struct KernelModuleOptions {
   Url kernelFile;
-  std::string cacheFolder;  // empty: $XDG_CACHE_HOME/ostra, else ~/.cache/ostra
+  std::string classId = {};              // empty: the name of the kernel file
+  std::optional<std::string> text = {};  // of the kernel; nothing: what stands in the file
+  std::string cacheFolder;               // empty: $XDG_CACHE_HOME/ostra, else ~/.cache/ostra
   // Lets the compiler reorder floating-point arithmetic: faster, and the last bits differ.
   Bool isFast = false;
   // Lets the kernel end the process with a message at an index outside of a buffer, an array or the layers of a
@@ -48,8 +40,8 @@ struct KernelModuleOptions {
 };
 
 struct KernelModule {
-  std::string path;                          // valid as long as this object lives
-  std::string classId;                       // the name of the kernel file
+  std::string path;  // valid as long as this object lives
+  std::string classId;
   Bool wasCompiled = false;                  // false: it was in the cache
   std::shared_ptr<const OpenFolder> cache;   // where `path` lies,
   std::shared_ptr<const WorkFolder> unkept;  // or the folder of a module that is not kept

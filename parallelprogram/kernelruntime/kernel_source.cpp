@@ -6,6 +6,7 @@
 #include <string>
 
 #include "ostra/core/format.h"
+#include "ostra/io/file.h"
 #include "ostra/shadercompiler/text_limits.h"
 #include "parallelprogram/device/kernel_headers.h"
 #include "parallelprogram/kernelruntime/source_text.h"
@@ -42,17 +43,29 @@ Result<void> CheckLimits(const Url& kernelFile, std::string_view text) {
   return OSTRA_ILLEGAL_ARGUMENT("@:@: error: @", std::string_view(file), line, std::string_view(found->text));
 }
 
-// Runs a step of the front end, `step(options, text)`, on a kernel file and the headers beside it.
+// The text of a kernel in UTF-8, its lines ended by line feeds alone.
+Result<SourceText> ReadText(const KernelFile& kernel) {
+  if (!kernel.text) return ReadSourceText(kernel.file);
+  OSTRA_RETURN_IF_ERROR(CheckSourceName(kernel.file));
+  const auto bytes = Block<const Byte>(reinterpret_cast<const Byte*>(kernel.text->data()), Int(kernel.text->size()));
+  auto text = DecodeText(bytes);
+  if (!text) return OSTRA_ILLEGAL_ARGUMENT("@: error: @", kernel.file, text.GetError());
+  OSTRA_ASSIGN_OR_RETURN(String lines, NormalizeLineEnds(std::move(*text)));
+  return SourceText{std::move(lines), false};
+}
+
+// Runs a step of the front end, `step(options, text)`, on a kernel and the headers beside it.
 template <class Step>
-auto ReadFor(const Url& kernelFile, std::string_view templateArgument, Step&& step, Bool* hasEncodedFiles = nullptr)
+auto ReadFor(const KernelFile& kernel, Step&& step, Bool* hasEncodedFiles = nullptr)
     -> decltype(step(KernelSourceOptions(), std::string_view())) {
-  OSTRA_ASSIGN_OR_RETURN(const SourceText source, ReadSourceText(kernelFile));
-  const String classId = kernelFile.GetName();
+  const Url& kernelFile = kernel.file;
+  OSTRA_ASSIGN_OR_RETURN(const SourceText source, ReadText(kernel));
+  const String fileName = kernelFile.GetName();
   KernelHeaders headers(ReadHeader);
   KernelSourceOptions options;
   options.fileName = kernelFile.GetView();
-  options.classId = classId.GetView();
-  options.templateArgument = templateArgument;
+  options.classId = kernel.classId.empty() ? fileName.GetView() : std::string_view(kernel.classId);
+  options.templateArgument = kernel.templateArgument;
   options.isModule = true;
   options.isHidden = source.isEncoded;
   options.readHeader = headers.GetReader();
@@ -66,12 +79,15 @@ auto ReadFor(const Url& kernelFile, std::string_view templateArgument, Step&& st
 
 }  // namespace
 
-Result<KernelSource> ReadKernelSource(const Url& kernelFile, std::string_view templateArgument) {
+Result<KernelSource> ReadKernelSource(const KernelFile& kernel) {
   KernelSource source;
-  OSTRA_ASSIGN_OR_RETURN(source.text,
-                         ReadFor(kernelFile, templateArgument, GenerateKernelSource, &source.hasEncodedFiles));
-  OSTRA_RETURN_IF_ERROR(CheckLimits(kernelFile, source.text.GetView()));
+  OSTRA_ASSIGN_OR_RETURN(source.text, ReadFor(kernel, GenerateKernelSource, &source.hasEncodedFiles));
+  OSTRA_RETURN_IF_ERROR(CheckLimits(kernel.file, source.text.GetView()));
   return source;
+}
+
+Result<KernelSource> ReadKernelSource(const Url& kernelFile, std::string_view templateArgument) {
+  return ReadKernelSource({kernelFile, std::string(templateArgument)});
 }
 
 Result<void> CheckKernelSource(const Url& kernelFile, std::string_view templateArgument) {
@@ -79,7 +95,7 @@ Result<void> CheckKernelSource(const Url& kernelFile, std::string_view templateA
     OSTRA_RETURN_IF_ERROR(FindKernelMistakes(options, text));
     return String();
   };
-  OSTRA_RETURN_IF_ERROR(ReadFor(kernelFile, templateArgument, find));
+  OSTRA_RETURN_IF_ERROR(ReadFor({kernelFile, std::string(templateArgument)}, find));
   return OK;
 }
 
@@ -87,7 +103,7 @@ Result<std::string> ExplainKernelLanes(const Url& kernelFile, std::string_view t
   const auto explain = [](const KernelSourceOptions& options, std::string_view text) {
     return ostra::ExplainKernelLanes(options, text);
   };
-  OSTRA_ASSIGN_OR_RETURN(const String explained, ReadFor(kernelFile, templateArgument, explain));
+  OSTRA_ASSIGN_OR_RETURN(const String explained, ReadFor({kernelFile, std::string(templateArgument)}, explain));
   return std::string(explained.GetView());
 }
 
@@ -95,7 +111,7 @@ Result<std::optional<Int>> CountKernelNoises(const Url& kernelFile, std::string_
   const auto count = [](const KernelSourceOptions& options, std::string_view text) {
     return ostra::CountKernelNoises(options, text);
   };
-  return ReadFor(kernelFile, templateArgument, count);
+  return ReadFor({kernelFile, std::string(templateArgument)}, count);
 }
 
 }  // namespace ostra::kernelruntime

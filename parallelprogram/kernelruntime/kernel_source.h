@@ -14,8 +14,17 @@ struct KernelSource {
   Bool hasEncodedFiles = false;
 };
 
-// The source of a plug-in module with the one kernel class. `templateArgument` takes the place of TYPE. Errors: those
-// of reading the file; illegal argument with "file:line: error: ..."; out of memory.
+struct KernelFile {
+  Url file;                           // what messages name; headers are looked for beside it
+  std::string templateArgument = {};  // takes the place of TYPE
+  std::string classId = {};           // empty: the name of the file
+  // What stands in place of the file's contents, which is then not read.
+  std::optional<std::string> text = {};
+};
+
+// The source of a plug-in module with the one kernel class. Errors: those of reading the file; illegal argument with
+// "file:line: error: ..."; out of memory.
+Result<KernelSource> ReadKernelSource(const KernelFile& kernel);
 Result<KernelSource> ReadKernelSource(const Url& kernelFile, std::string_view templateArgument = {});
 
 // What is wrong with a kernel file for the CPU and for GPUs, in the words of ReadKernelSource. Errors: those of reading

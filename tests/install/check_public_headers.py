@@ -18,9 +18,9 @@ def run(*command, text=None):
 
 
 def list_hidden(build):
-    """The names with code or data of their own that libostra does not export, without arguments."""
-    library = next(build.rglob("libostra.so"))
-    exported = {line.split()[-1] for line in run("nm", "-D", "--defined-only", str(library)).splitlines()}
+    """The names with code or data of their own that no library exports, without arguments."""
+    libraries = [str(library) for library in (build / "lib").glob("libostra*.so")]
+    exported = {line.split()[-1] for line in run("nm", "-D", "--defined-only", *libraries).splitlines() if " " in line}
     # Objects of files that there are no more may still lie in the folder.
     outputs = re.findall(r"^build ((?:ostra|parallelprogram)/\S+\.o):", (build / "build.ninja").read_text(), flags=re.M)
     objects = [str(build / output) for output in outputs if (build / output).is_file()]

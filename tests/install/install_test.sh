@@ -42,6 +42,12 @@ flags=
 "$cmake" --build "$work/build"
 "$work/build/outside" 1000
 
+# A program compiles kernels while it runs, with the compiler and headers of the installed tree.
+"$cmake" -S "$here/runtime" -B "$work/runtime" -G Ninja -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_BUILD_TYPE=Release \
+  -DCMAKE_PREFIX_PATH="$work/tree" -DCMAKE_CXX_FLAGS="$flags"
+"$cmake" --build "$work/runtime"
+CXX=$compiler "$work/runtime/runtime" "$work/runtime"
+
 # Every header that is installed can be included, and programs can link with what it declares.
 "$python" -B "$here/check_public_headers.py" "$work/tree/include" "$build" "$here/../.." ||
   { echo "there are headers that programs cannot use"; exit 1; }

@@ -4,8 +4,6 @@
 
 namespace ostra::tool {
 
-using kernelruntime::KernelBuildStep;
-
 void BuildMessages::Begin(KernelBuildStep step, const Url& kernelFile) {
   switch (step) {
     case KernelBuildStep::kFrontEnd:

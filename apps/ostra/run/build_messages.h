@@ -5,14 +5,14 @@
 
 #include "apps/ostra/output/progress.h"
 #include "apps/ostra/profile/profile.h"
-#include "parallelprogram/kernelruntime/kernel_cache.h"
+#include "parallelprogram/kernelruntime/kernel_runtime.h"
 
 namespace ostra::tool {
 
-class BuildMessages final : public kernelruntime::KernelBuildObserver {
+class BuildMessages final : public KernelBuildObserver {
  public:
-  void Begin(kernelruntime::KernelBuildStep step, const Url& kernelFile) override;
-  void End(kernelruntime::KernelBuildStep step) override;
+  void Begin(KernelBuildStep step, const Url& kernelFile) override;
+  void End(KernelBuildStep step) override;
   void Note(std::string_view text) override;
 
  private:

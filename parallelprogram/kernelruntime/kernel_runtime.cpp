@@ -1,0 +1,115 @@
+#include "parallelprogram/kernelruntime/kernel_runtime.h"
+
+#include <algorithm>
+#include <exception>
+#include <map>
+#include <new>
+#include <optional>
+
+#include "ostra/object/class.h"
+#include "parallelprogram/kernelruntime/kernel_cache.h"
+#include "parallelprogram/kernelruntime/kernel_source.h"
+#include "parallelprogram/program/kernel_interface.h"
+
+OSTRA_UNIT("kernel_runtime");
+
+namespace ostra {
+
+namespace {
+
+// Runs `function`, which uses the standard library, for callers that catch nothing.
+template <class Function>
+auto CatchExceptions(Function&& function) -> decltype(function()) {
+  try {
+    return function();
+  } catch (const std::bad_alloc&) {
+    return OSTRA_OUT_OF_MEMORY();
+  } catch (const std::exception& exception) {
+    return OSTRA_ILLEGAL_STATE("The kernel cannot be loaded: @.", std::string_view(exception.what()));
+  }
+}
+
+}  // namespace
+
+class KernelRuntime::Implementation {
+ public:
+  Implementation(Host& host, KernelRuntimeSettings settings) : _host(host), _settings(std::move(settings)) {}
+
+  Result<LoadedKernel> Load(kernelruntime::KernelFile kernel) {
+    OSTRA_ASSIGN_OR_RETURN(const std::string version, ReadVersion(kernel));
+    if (const auto loaded = _loaded.find(version); loaded != _loaded.end()) return loaded->second;
+    OSTRA_ASSIGN_OR_RETURN(kernel.classId, ChooseClassId(kernel.file));
+    kernelruntime::KernelModuleOptions options;
+    options.kernelFile = kernel.file;
+    options.classId = kernel.classId;
+    options.text = std::move(kernel.text);
+    options.cacheFolder = _settings.cacheFolder;
+    options.isFast = _settings.isFast;
+    options.isChecked = _settings.isChecked;
+    options.templateArgument = kernel.templateArgument;
+    options.observer = _settings.observer;
+    OSTRA_ASSIGN_OR_RETURN(String classId, String::Create(kernel.classId));
+    OSTRA_ASSIGN_OR_RETURN(const kernelruntime::KernelModule module, LoadKernelModule(options, _host));
+    const LoadedKernel loaded(std::move(classId), module.wasCompiled);
+    _loaded.emplace(version, LoadedKernel(loaded.GetClassId(), false));
+    return loaded;
+  }
+
+ private:
+  // The C++ source of a kernel, as if it were the first one of its name: it differs when a class would differ.
+  Result<std::string> ReadVersion(const kernelruntime::KernelFile& kernel) const {
+    if (_settings.observer) _settings.observer->Begin(KernelBuildStep::kFrontEnd, kernel.file);
+    const auto source = ReadKernelSource(kernel);
+    if (_settings.observer) _settings.observer->End(KernelBuildStep::kFrontEnd);
+    OSTRA_RETURN_IF_ERROR(source);
+    return std::string(kernel.file.GetView()) + "\n" + std::string(source->text.GetView());
+  }
+
+  // "net.example.blur.krn", or the first of "net.example.blur-2.krn" and so on that no class has.
+  static Result<std::string> ChooseClassId(const Url& file) {
+    OSTRA_ASSIGN_OR_RETURN(const ClassRegistry& registry, ClassRegistry::Find(kKernelClassRegistry));
+    const std::string name(file.GetName().GetView());
+    const std::size_t dot = std::min(name.rfind('.'), name.size());
+    for (Int number = 1;; ++number) {
+      std::string candidate = name;
+      if (number > 1) candidate.insert(dot, std::to_string(-number));  // "-2"
+      OSTRA_ASSIGN_OR_RETURN(const Id id, Id::Create(candidate));
+      if (!registry.FindEntryValue(id)) return candidate;
+    }
+  }
+
+  Host& _host;
+  const KernelRuntimeSettings _settings;
+  std::map<std::string, LoadedKernel> _loaded;  // by version
+};
+
+KernelRuntime::KernelRuntime(std::unique_ptr<Implementation> implementation)
+    : _implementation(std::move(implementation)) {}
+KernelRuntime::KernelRuntime(KernelRuntime&&) noexcept = default;
+KernelRuntime& KernelRuntime::operator=(KernelRuntime&&) noexcept = default;
+KernelRuntime::~KernelRuntime() = default;
+
+Result<KernelRuntime> KernelRuntime::Create(Host& host, KernelRuntimeSettings settings) {
+  return CatchExceptions([&]() -> Result<KernelRuntime> {
+    if (!ClassRegistry::Find(kKernelClassRegistry))
+      return OSTRA_ILLEGAL_STATE(
+          "There is no registry of kernel classes: load the module \"parallelprogram\" before kernels.");
+    return KernelRuntime(std::make_unique<Implementation>(host, std::move(settings)));
+  });
+}
+
+Result<LoadedKernel> KernelRuntime::Load(const Url& file, std::string_view templateArgument) {
+  return CatchExceptions(
+      [&] { return _implementation->Load({.file = file, .templateArgument = std::string(templateArgument)}); });
+}
+
+Result<LoadedKernel> KernelRuntime::LoadText(std::string_view name, std::string_view text,
+                                             std::string_view templateArgument) {
+  return CatchExceptions([&]() -> Result<LoadedKernel> {
+    OSTRA_ASSIGN_OR_RETURN(const Url file, Url::Create(name));
+    return _implementation->Load(
+        {.file = file, .templateArgument = std::string(templateArgument), .text = std::string(text)});
+  });
+}
+
+}  // namespace ostra
