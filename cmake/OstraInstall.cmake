@@ -24,6 +24,7 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/ostra DESTINATION ${CMAKE_INSTALL_INCLUD
   REGEX "/ostra/jobs/(current_job|job_queue|library_threads|shared_loop|worker_pool)\\.h$" EXCLUDE
   REGEX "/ostra/monitor/(event_buffers|trace_file)\\.h$" EXCLUDE
   REGEX "/ostra/object/(loaded_module|shared_object)\\.h$" EXCLUDE
+  REGEX "/ostra/io/(open_folder|temporary_file)\\.h$" EXCLUDE
   REGEX "/ostra/process/process_guard\\.h$" EXCLUDE
   REGEX "/ostra/render/(gradient_table|noise_functions)\\.h$" EXCLUDE)
 foreach(header
@@ -66,13 +67,15 @@ foreach(header
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/parallelprogram/${folder})
 endforeach()
 
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/clients/cpp DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/clients FILES_MATCHING PATTERN "*.h")
+
 # What `ostra check` compiles Metal text with; it has the name that Metal text includes.
 install(FILES ${PROJECT_SOURCE_DIR}/ostra/shadercompiler/metal/metal_stdlib
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/ostra/shadercompiler/metal)
 
 # The programs of the pages: each is built and run by a test.
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/tests/install/outside ${PROJECT_SOURCE_DIR}/tests/install/runtime
-  DESTINATION ${CMAKE_INSTALL_DATADIR}/ostra/examples)
+  ${PROJECT_SOURCE_DIR}/tests/install/chain DESTINATION ${CMAKE_INSTALL_DATADIR}/ostra/examples)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/tests/shaderloader/example/
   DESTINATION ${CMAKE_INSTALL_DATADIR}/ostra/examples/triangle)
 install(FILES ${PROJECT_SOURCE_DIR}/editors/gdb/ostra.py DESTINATION ${CMAKE_INSTALL_DATADIR}/ostra/gdb)

@@ -5,6 +5,8 @@
 #   #include "<TARGET>_kernels.h"      declares GetKernels_<TARGET>() (characters other than letters and digits: "_"),
 #   RegisterKernels(module, GetKernels_myapp())      which parallelprogram/program/kernel_registration.h registers.
 #   #include "net.example.move.structs.h"     the structs in the buffers of net.example.move.krn, in ostra::kernelstructs
+#   #include "net.example.move.kernel.h"      the parameters of net.example.move.krn as a struct in ostra::kernels, for
+#                                             ostra::Session (clients/cpp/session.h)
 #
 # Arithmetic is as written, so that all processors and the GPU give the same bits. FAST allows the compiler to contract and
 # reorder it, as --fast of the tool does. SCALAR runs one invocation at a time, not 4, 8 or 16 side by
@@ -50,11 +52,13 @@ function(ostra_add_kernels target)
     cmake_path(GET file STEM LAST_ONLY stem)
     set(source ${folder}/${id}.cpp)
     set(structs ${folder}/${stem}.structs.h)
+    set(client ${folder}/${stem}.kernel.h)
     add_custom_command(
       OUTPUT ${source}
-      BYPRODUCTS ${structs}
+      BYPRODUCTS ${structs} ${client}
       COMMAND ${CMAKE_COMMAND} -E make_directory ${folder}
-      COMMAND ostra::kernelc --id ${id} ${type} ${scalar} --depfile ${source}.d --structs ${structs} ${file} ${source}
+      COMMAND ostra::kernelc --id ${id} ${type} ${scalar} --depfile ${source}.d --structs ${structs} --client ${client}
+        ${file} ${source}
       DEPENDS ${file} ostra::kernelc
       DEPFILE ${source}.d
       COMMENT "Making the kernel class ${id}"
@@ -80,6 +84,8 @@ function(ostra_add_kernels target)
     set_source_files_properties(${table}.cpp PROPERTIES SKIP_PRECOMPILE_HEADERS ON)
     target_sources(${target} PRIVATE ${table}.cpp ${table}.h)
     target_include_directories(${target} PRIVATE ${folder})
+    # A number that may not fit a parameter is an error, as the language demands and Clang has it.
+    target_compile_options(${target} PRIVATE $<$<AND:$<CXX_COMPILER_ID:GNU>,$<COMPILE_LANGUAGE:CXX>>:-Werror=narrowing>)
   endif()
 endfunction()
 

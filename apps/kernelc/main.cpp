@@ -2,7 +2,7 @@
 // it.
 //
 //   ostra-kernelc [--id CLASSID] [--name SHOWN] [--type T] [--module] [--scalar] [--depfile D] [--structs OUT.h]
-//                 IN.krn OUT.cpp
+//                 [--client OUT.h] IN.krn OUT.cpp
 //   ostra-kernelc --table NAME OUT.cpp OUT.h CLASSID...
 //   ostra-kernelc --explain [--type T] IN.krn        says why the kernel has no wide form; nothing when it has one
 //
@@ -26,7 +26,7 @@ using namespace ostra;
 namespace fs = std::filesystem;
 
 struct Arguments {
-  std::string id, name, type, dependencyFile, structFile;
+  std::string id, name, type, dependencyFile, structFile, clientFile;
   bool isModule = false;
   bool isScalar = false;
   bool isExplained = false;
@@ -112,6 +112,8 @@ int Translate(const Arguments& arguments) {
   int status = WriteResult(arguments.files[1], GenerateKernelSource(options, source->text.GetView()));
   if (status == 0 && !arguments.structFile.empty())
     status = WriteResult(arguments.structFile, GenerateStructHeader(options, source->text.GetView()));
+  if (status == 0 && !arguments.clientFile.empty())
+    status = WriteResult(arguments.clientFile, GenerateClientHeader(options, source->text.GetView()));
   if (status == 0 && !WriteDependencies(arguments, headers))
     return Report(arguments.dependencyFile + ": error: the file cannot be written");
   return status;
@@ -126,7 +128,7 @@ int WriteTable(const Arguments& arguments) {
 int ShowUsage(bool isWanted) {
   std::fputs(
       "usage: ostra-kernelc [--id CLASSID] [--name SHOWN] [--type T] [--module] [--scalar] [--depfile D]\n"
-      "                     [--structs OUT.h] IN.krn OUT.cpp\n"
+      "                     [--structs OUT.h] [--client OUT.h] IN.krn OUT.cpp\n"
       "       ostra-kernelc --table NAME OUT.cpp OUT.h CLASSID...\n"
       "       ostra-kernelc --explain [--type T] IN.krn\n",
       isWanted ? stdout : stderr);
@@ -158,6 +160,8 @@ int main(int argc, char** argv) {
       arguments.dependencyFile = argv[++i];
     else if (word == "--structs" && hasValue)
       arguments.structFile = argv[++i];
+    else if (word == "--client" && hasValue)
+      arguments.clientFile = argv[++i];
     else if (word == "--table" && hasValue)
       isTable = true, arguments.name = argv[++i];
     else if (word.starts_with("--"))

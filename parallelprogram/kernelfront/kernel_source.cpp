@@ -5,6 +5,7 @@
 #include <new>
 #include <utility>
 
+#include "parallelprogram/kernelfront/client_header.h"
 #include "parallelprogram/kernelfront/failure.h"
 #include "parallelprogram/kernelfront/kernel_file.h"
 #include "parallelprogram/kernelfront/lane_forms.h"
@@ -194,6 +195,12 @@ Result<String> GenerateKernelSource(const KernelSourceOptions& options, std::str
 Result<String> GenerateStructHeader(const KernelSourceOptions& options, std::string_view text) {
   return ReadAndPrint(options, text, [&options](const KernelRead& read) {
     return kernelfront::MakeStructHeader(options.classId, read.kernel);
+  });
+}
+
+Result<String> GenerateClientHeader(const KernelSourceOptions& options, std::string_view text) {
+  return ReadAndPrint(options, text, [&](const KernelRead& read) {
+    return kernelfront::MakeClientHeader(options, read.file.GetKernelName(), text, read.kernel);
   });
 }
 

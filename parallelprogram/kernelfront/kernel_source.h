@@ -52,6 +52,11 @@ Result<String> GenerateKernelSource(const KernelSourceOptions& options, std::str
 // those of GenerateKernelSource. Thread-safe.
 Result<String> GenerateStructHeader(const KernelSourceOptions& options, std::string_view text);
 
+// A header of C++ through which clients call the kernel: a struct of its parameters in the namespace ostra::kernels
+// (clients/cpp/arguments.h). Of a kernel that the front end does not understand it says so. Errors: those of
+// GenerateKernelSource. Thread-safe.
+Result<String> GenerateClientHeader(const KernelSourceOptions& options, std::string_view text);
+
 // What is wrong with the kernel file `text` for the CPU and for GPUs: the errors of GenerateKernelSource without those
 // that the CPU alone has a reason for. Thread-safe.
 Result<void> FindKernelMistakes(const KernelSourceOptions& options, std::string_view text);

@@ -64,7 +64,7 @@ def declares(text, name):
 
 def read_headers(folder):
     headers = {}
-    for part in ("ostra", "parallelprogram"):
+    for part in ("ostra", "parallelprogram", "clients"):
         for path in sorted((folder / part).rglob("*.h")):
             text = re.sub(r"//[^\n]*|/\*.*?\*/", "", path.read_text(encoding="utf-8"), flags=re.S)
             headers[path.relative_to(folder).as_posix()] = text
@@ -82,7 +82,7 @@ def main(arguments):
         violations += [f"{header}: programs cannot link with {'::'.join(name)}" for header, text in public.items()
                        if declares(text, name)]
     for header, text in public.items():
-        for included in re.findall(r'#\s*include "((?:ostra|parallelprogram)/[^"]+)"', text):
+        for included in re.findall(r'#\s*include "((?:ostra|parallelprogram|clients)/[^"]+)"', text):
             if not (include / included).is_file():
                 violations.append(f"{header}: {included} is not installed")
     print("\n".join(violations), end="\n" if violations else "")

@@ -48,6 +48,20 @@ flags=
 "$cmake" --build "$work/runtime"
 CXX=$compiler "$work/runtime/runtime" "$work/runtime"
 
+# Three kernels in a row through the client headers, on the CPU and on the first GPU where there is one.
+"$cmake" -S "$here/chain" -B "$work/chain" -G Ninja -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_BUILD_TYPE=Release \
+  -DCMAKE_PREFIX_PATH="$work/tree" -DCMAKE_CXX_FLAGS="$flags"
+"$cmake" --build "$work/chain"
+[ "$(wc -l <"$here/chain/main.cpp")" -le 25 ] || { echo "the chain has more than 25 lines"; exit 1; }
+[ "$("$work/chain/chain")" = 1000 ] || { echo "the chain gives another number on the CPU"; exit 1; }
+if "$work/chain/chain" gpu >"$work/chain.log" 2>&1; then
+  [ "$(cat "$work/chain.log")" = 1000 ] || { echo "the chain gives on the GPU:"; cat "$work/chain.log"; exit 1; }
+elif grep -q "no Vulkan device" "$work/chain.log"; then
+  echo "skipped: the chain on the GPU: $(cat "$work/chain.log")"
+else
+  echo "the chain fails on the GPU:"; cat "$work/chain.log"; exit 1
+fi
+
 # Every header that is installed can be included, and programs can link with what it declares.
 "$python" -B "$here/check_public_headers.py" "$work/tree/include" "$build" "$here/../.." ||
   { echo "there are headers that programs cannot use"; exit 1; }

@@ -18,8 +18,8 @@ ROOMS = {"ostra": HOST_ROOMS, "parallelprogram": MODULE_ROOMS}
 
 # Further restrictions: what a folder must not include although it stands later.
 FORBIDDEN = [
-    ("ostra/", r"(parallelprogram|apps|kernels|tests|bench|fuzz)/"),
-    ("parallelprogram/", r"(apps|kernels|tests|bench|fuzz)/"),
+    ("ostra/", r"(parallelprogram|clients|apps|kernels|tests|bench|fuzz)/"),
+    ("parallelprogram/", r"(clients|apps|kernels|tests|bench|fuzz)/"),
     ("parallelprogram/", r"ostra/drawport_vulkan/"),
     ("parallelprogram/program/", r"ostra/drawport/(?!handles\.h)"),
     ("parallelprogram/textures/", r"ostra/drawport/(?!handles\.h)"),
@@ -54,7 +54,7 @@ PROCESSOR = {"emmintrin.h", "immintrin.h", "arm_neon.h"}
 OPENS_A_NAMESPACE = {"parallelprogram/program/kernel_language.h"}
 
 MAXIMAL_LINES = 700
-SOURCE_FOLDERS = ["ostra", "parallelprogram", "apps", "tests", "bench", "fuzz"]
+SOURCE_FOLDERS = ["ostra", "parallelprogram", "clients", "apps", "tests", "bench", "fuzz"]
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]')
 
 
@@ -122,7 +122,7 @@ def check_sizes(root):
 
 def check_readmes(root):
     """Every room says what it is for."""
-    folders = [path for parent in ("ostra", "parallelprogram", "apps") for path in sorted((root / parent).iterdir())]
+    folders = [path for parent in ("ostra", "parallelprogram", "clients", "apps") for path in sorted((root / parent).iterdir())]
     folders += [root / name for name in ("kernels", "editors", "tests", "bench", "fuzz", "scripts", "cmake")]
     for folder in folders:
         if folder.is_dir() and any(path.is_file() for path in folder.rglob("*")):
@@ -133,7 +133,7 @@ def check_readmes(root):
 
 def check_headers(root):
     """Headers are included once, and never open a namespace for everybody."""
-    for path in find_sources(root, ["ostra", "parallelprogram", "apps"], (".h",)):
+    for path in find_sources(root, ["ostra", "parallelprogram", "clients", "apps"], (".h",)):
         name = path.relative_to(root).as_posix()
         text = path.read_text(encoding="utf-8")
         if "/noise/" not in name and "#pragma once" not in text:

@@ -11,7 +11,7 @@
 using namespace ostra;
 
 static std::string WriteKernel(const std::string& value) {
-  return "#define KERNELINPUTS (Block<Float32>) values\n"
+  return "#define KERNELINPUTS \\\n(Block<Float32>) values\n"
          "OSTRA_PARALLEL_KERNEL(Fill, KERNELINPUTS)\n{\n"
          "\tUNIFORM_BUFFER(values)[LinearInvocation()] = " +
          value + ";\n}\nOSTRA_PARALLEL_KERNEL_END\n";
@@ -49,7 +49,7 @@ static Result<Int> CountWrongResults(const std::string& folder) {
   wrong += result != 3.5f;
   const auto mistake = runtime.LoadText("com.example.mistake.krn", WriteKernel("1.0 +* 2.0"));
   const std::string_view message = mistake ? std::string_view() : mistake.GetError().GetMessage().GetView();
-  wrong += message.find("com.example.mistake.krn:4:") == std::string_view::npos;
+  wrong += message.find("com.example.mistake.krn:5:") == std::string_view::npos;
   return wrong;
 }
 
