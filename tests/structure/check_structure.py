@@ -122,7 +122,7 @@ def check_sizes(root):
 
 def check_readmes(root):
     """Every room says what it is for."""
-    folders = [path for parent in ("ostra", "parallelprogram", "clients", "apps") for path in sorted((root / parent).iterdir())]
+    folders = [path for parent in ("ostra", "parallelprogram", "clients", "apps") for path in sorted((root / parent).glob("*"))]
     folders += [root / name for name in ("kernels", "editors", "tests", "bench", "fuzz", "scripts", "cmake")]
     for folder in folders:
         if folder.is_dir() and any(path.is_file() for path in folder.rglob("*")):
