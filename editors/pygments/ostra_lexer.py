@@ -25,6 +25,8 @@ WORDS = {
         unpackHalf2x16 packUnorm4x8 unpackUnorm4x8 packSnorm4x8 unpackSnorm4x8 packUnorm2x16 unpackUnorm2x16
         packSnorm2x16 unpackSnorm2x16 expm1 exp10 log1p log10 sinh cosh tanh asinh acosh atanh erf cbrt hypot fma mad
         modf frexp sincos fabs fmin fmax rint frac mul_hi umulExtended uaddCarry usubBorrow asfloat asint asuint
+        groupReduceAdd groupReduceMin groupReduceMax groupReduceAnd groupReduceOr groupReduceXor groupScanInclusiveAdd
+        groupScanExclusiveAdd groupBroadcast groupAny groupAll groupCount groupBallot
         """.split(),
     "Value": """
         InGlobalInvocationID InLocalInvocationID InWorkGroupID InWorkGroupSize

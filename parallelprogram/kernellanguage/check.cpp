@@ -20,7 +20,6 @@ class Checker {
       }
     }
     Statement(_tree.GetChild(_tree.kernel, 0));
-    FindCutVectors();
     return std::move(_result);
   }
 
@@ -37,16 +36,6 @@ class Checker {
   }
   void Stop(NodeIndex node, std::string reason) {
     if (!IsStopped()) _result.notUnderstood = NotUnderstood{_tree.nodes[node].offset, std::move(reason)};
-  }
-
-  // Vectors that become shorter where they stand.
-  void FindCutVectors() {
-    const TypeTable& types = _resolved.types;
-    for (NodeIndex node = 0; node < _tree.nodes.size(); ++node) {
-      const TypeIndex type = _resolved.type[node], wanted = _resolved.converted[node];
-      if (!types.IsVector(type) || !types.IsVector(wanted) || types[type].count == types[wanted].count) continue;
-      Warn(node, Join({"a ", types.GetName(type), " is cut to a ", types.GetName(wanted)}));
-    }
   }
 
   void Statement(NodeIndex node) {

@@ -1,5 +1,6 @@
 #include "parallelprogram/kernellanguage/group_plan.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "parallelprogram/kernellanguage/uniformity.h"
@@ -27,11 +28,29 @@ class Planner {
  private:
   Bool IsNeeded() const {
     for (NodeIndex node = 0; node < static_cast<NodeIndex>(_tree.nodes.size()); ++node) {
-      if (!_tree.Is(node, NodeKind::kName)) continue;
       const Meaning& meaning = _resolved.meaning[node];
+      if (IsGroupCall(node)) return true;
+      if (!_tree.Is(node, NodeKind::kName)) continue;
       if (meaning.kind == MeaningKind::kVariable && _tree.Is(meaning.target, NodeKind::kSharedArray)) return true;
     }
     return false;
+  }
+
+  Bool IsGroupCall(NodeIndex node) const {
+    const Meaning& meaning = _resolved.meaning[node];
+    return _tree.Is(node, NodeKind::kCall) && meaning.kind == MeaningKind::kWord && IsGroupWord(meaning.word);
+  }
+
+  // Statements that use a word of groups wait in it, as for a barrier.
+  Bool HasGroupCall(NodeIndex node) const {
+    if (node == kNoNode) return false;
+    if (IsGroupCall(node)) return true;
+    const auto children = _tree.GetChildren(node);
+    return std::any_of(children.begin(), children.end(), [this](NodeIndex child) { return HasGroupCall(child); });
+  }
+  Bool IsWaiting(NodeIndex statement) const {
+    return (_tree.Is(statement, NodeKind::kDeclaration) || _tree.Is(statement, NodeKind::kExpressionStatement)) &&
+           HasGroupCall(statement);
   }
 
   void Fail(NodeIndex node, std::string text, std::vector<DiagnosticNote> notes) {
@@ -42,7 +61,7 @@ class Planner {
   // The first statement of that kind in `node`.
   NodeIndex Find(NodeIndex node, NodeKind kind) const {
     if (node == kNoNode || IsExpression(_tree.nodes[node].kind)) return kNoNode;
-    if (_tree.Is(node, kind)) return node;
+    if (_tree.Is(node, kind) || (kind == NodeKind::kBarrier && IsWaiting(node))) return node;
     for (const NodeIndex child : _tree.GetChildren(node)) {
       if (const NodeIndex found = Find(child, kind); found != kNoNode) return found;
     }
@@ -64,8 +83,9 @@ class Planner {
     const NodeIndex cut = FindCut(body);
     std::vector<DiagnosticNote> notes;
     if (cut != kNoNode) {
-      notes.push_back({_tree.nodes[cut].offset, _tree.Is(cut, NodeKind::kBarrier)
-                                                    ? "the groupSharedBarrier"
+      notes.push_back({_tree.nodes[cut].offset, _tree.Is(cut, NodeKind::kBarrier) ? "the groupSharedBarrier"
+                                                : IsWaiting(cut)
+                                                    ? "the group waits for all of them here"
                                                     : "a groupSharedBarrier comes after what some leave here"});
     }
     for (const UniformityReason& reason : Explain(_tree, _resolved, _uniformity, condition))
@@ -108,6 +128,7 @@ class Planner {
         _plan.isCut[node] = _isInCutLoop;
         return;
       default:
+        if (IsWaiting(node)) _plan.isCut[node] = true;
         return;
     }
   }

@@ -181,24 +181,26 @@ constexpr LibraryFunction kFunctions[] = {
     // The 64 bits of v0 and v1 moved down by v2 bits; the last one is set if a lost one was. The result is the lower
     // half, v3 the upper one.
     {"ostra_shift_down", "u(uuiu&)",
-     "\tuint left = uint(32 - v2) & 31u;\n"
-     "\tuint right = uint(v2) & 31u;\n"
+     "\tuint left = uint(32 - v2);\n"
+     "\tuint right = uint(v2);\n"
      "\tuint low = v1;\n"
      "\tuint lost = 0u;\n"
      "\tv3 = v0;\n"
      "\tif (v2 >= 64)\n\t{\n\t\tlost = v0 | v1;\n\t\tlow = 0u;\n\t\tv3 = 0u;\n\t}\n"
-     "\telse if (v2 > 32)\n\t{\n\t\tlost = v1 | (v0 << left);\n\t\tlow = v0 >> right;\n\t\tv3 = 0u;\n\t}\n"
+     "\telse if (v2 > 32)\n\t{\n\t\tlost = v1 | (v0 << (left & 31u));\n\t\tlow = v0 >> (right & 31u);\n\t\tv3 = "
+     "0u;\n\t}\n"
      "\telse if (v2 == 32)\n\t{\n\t\tlost = v1;\n\t\tlow = v0;\n\t\tv3 = 0u;\n\t}\n"
-     "\telse if (v2 > 0)\n\t{\n\t\tlost = v1 << left;\n\t\tlow = (v1 >> right) | (v0 << left);\n"
-     "\t\tv3 = v0 >> right;\n\t}\n"
+     "\telse if (v2 > 0)\n\t{\n\t\tlost = v1 << (left & 31u);\n\t\tlow = (v1 >> (right & 31u)) | (v0 << (left & "
+     "31u));\n"
+     "\t\tv3 = v0 >> (right & 31u);\n\t}\n"
      "\treturn (lost != 0u) ? (low | 1u) : low;\n"},
     // The same moved up by v2 bits, at most 63.
     {"ostra_shift_up", "u(uuiu&)",
-     "\tuint left = uint(v2) & 31u;\n"
-     "\tuint right = uint(32 - v2) & 31u;\n"
-     "\tif (v2 >= 32)\n\t{\n\t\tv3 = v1 << left;\n\t\treturn 0u;\n\t}\n"
-     "\tv3 = (right == 0u) ? v0 : ((v0 << left) | (v1 >> right));\n"
-     "\treturn v1 << left;\n"},
+     "\tuint left = uint(v2);\n"
+     "\tuint right = uint(32 - v2);\n"
+     "\tif (v2 >= 32)\n\t{\n\t\tv3 = v1 << (left & 31u);\n\t\treturn 0u;\n\t}\n"
+     "\tv3 = ((right & 31u) == 0u) ? v0 : ((v0 << (left & 31u)) | (v1 >> (right & 31u)));\n"
+     "\treturn v1 << (left & 31u);\n"},
     {"ostra_highest_of", "u(uu)",
      "\treturn uint((v0 != 0u) ? (32 + ostra_findMSB_uint(v0)) : ostra_findMSB_uint(v1));\n"},
     // In whole numbers of 64 bits, highest place at bit 62: devices may round the product of their own fma.

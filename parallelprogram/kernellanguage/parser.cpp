@@ -425,6 +425,10 @@ NodeIndex Parser::ReadFunctionParameter() {
 void Parser::ReadKernel(Nodes& items) {
   const Token& start = Take();
   if (!Expect("(")) return;
+  if (_structs.contains(Peek().text)) {
+    Fail(Peek().offset, Join({"there is a struct \"", Peek().text, "\" already: the kernel needs a name of its own"}));
+    return;
+  }
   const std::string_view name = ReadDeclaredName();
   if (!Expect(",") || !Expect("KERNELINPUTS") || !Expect(")")) return;
   if (_file.tree.kernel != kNoNode) {

@@ -120,8 +120,8 @@ NodeIndex Parser::FailUnknownType() {
       if (word.kind == WordKind::kType) nearest.Try(word.name);
     }
     for (const std::string_view name : _structNames) nearest.Try(name);
-    if (!nearest.Get().empty())
-      return Fail(token.offset, Join({"unknown type \"", token.text, "\"; did you mean \"", nearest.Get(), "\"?"}));
+    const std::string hint = nearest.Get().empty() ? "" : Join({"; did you mean \"", nearest.Get(), "\"?"});
+    return Fail(token.offset, Join({"unknown type \"", token.text, "\"", hint}));
   }
   return Stop(token.offset, Join({"the type \"", token.text, "\" is not declared in the kernel's files"}));
 }

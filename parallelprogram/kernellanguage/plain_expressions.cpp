@@ -171,7 +171,7 @@ std::string PlainPrinter::ValueItself(NodeIndex node, Binding& binding) {
       if (IsMatrix(_resolved.converted[child(0)])) return mark + Column(node);
       if (_types.IsVector(_resolved.converted[child(0)]) && FindNumber(child(1)).value_or(4) < 4)
         return Join({Expression(child(0), Binding::kPostfix), mark, ".", GetComponentName(*FindNumber(child(1)))});
-      if (IsTable(child(0))) return Join({mark, CallTable(node)});
+      if (IsElementOfTable(node)) return Join({mark, CallTable(node)});
       return Join({Value(child(0), Binding::kPostfix), mark, "[", Expression(child(1), Binding::kComma), "]"});
     case NodeKind::kInitializerList:
       if (_types.IsVector(_resolved.type[node]) || IsMatrix(_resolved.type[node])) return mark + Construct(node, 0);
@@ -217,27 +217,34 @@ std::string PlainPrinter::Name(NodeIndex node, Binding& binding) {
   return Expression(value, Binding::kPostfix);
 }
 
-Bool PlainPrinter::IsTable(NodeIndex node) const {
-  return _options.isForGpu && KindOf(node) == NodeKind::kName &&
+// Whether the indices lead from a table outside of functions to one of its numbers.
+Bool PlainPrinter::IsElementOfTable(NodeIndex node) const {
+  if (!_options.isForGpu || _types[_resolved.type[node]].kind == TypeKind::kArray) return false;
+  while (KindOf(node) == NodeKind::kIndex && _types[_resolved.type[Child(node, 0)]].kind == TypeKind::kArray)
+    node = Child(node, 0);
+  return KindOf(node) == NodeKind::kName && _types[_resolved.type[node]].kind == TypeKind::kArray &&
          _fileConstants.contains(_resolved.meaning[node].target);
 }
 
-// A table of numbers is a function of their index.
+// A table of numbers is a function of their indices.
 std::string PlainPrinter::CallTable(NodeIndex node) {
-  const NodeIndex table = _resolved.meaning[Child(node, 0)].target, index = Child(node, 1);
-  const TypeIndex type = _resolved.type[table], element = _types[type].element;
-  if (_types[element].kind == TypeKind::kArray) {
-    Refuse(table, "a table of tables outside of functions");
-    return "";
+  std::vector<std::string> indices;
+  const TypeIndex element = _resolved.type[node];
+  for (; KindOf(node) == NodeKind::kIndex; node = Child(node, 0)) {
+    const NodeIndex index = Child(node, 1);
+    const std::string number = Expression(index, Binding::kComma);
+    indices.insert(indices.begin(), _resolved.converted[index] == kIntType ? number : Join({"int(", number, ")"}));
   }
+  const NodeIndex table = _resolved.meaning[node].target;
   const std::string name = Join({"ostra_table_", NameOf(table)});
+  std::string body;
   if (!_helperNames.contains(name)) {
-    const std::string body = Join({"\tconst ", TypeName(element), " values", ArraySizes(_types, type), " = ",
-                                   Expression(Child(table, 2)), ";\n\treturn values[v0];\n"});
-    CallHelper(name, element, {kIntType}, body, {});
+    std::string place = "values";
+    for (std::size_t i = 0; i < indices.size(); ++i) place += Join({"[v", std::to_string(i), "]"});
+    body = Join({"\tconst ", TypeName(element), " values", ArraySizes(_types, _resolved.type[table]), " = ",
+                 Expression(Child(table, 2)), ";\n\treturn ", place, ";\n"});
   }
-  const std::string number = Expression(index, Binding::kComma);
-  return Join({name, "(", _resolved.converted[index] == kIntType ? number : Join({"int(", number, ")"}), ")"});
+  return CallHelper(name, element, std::vector<TypeIndex>(indices.size(), kIntType), body, indices);
 }
 
 Bool PlainPrinter::IsChanged(NodeIndex parameter) const {
@@ -271,6 +278,7 @@ std::string PlainPrinter::Call(NodeIndex node) {
   const Meaning& meaning = _resolved.meaning[node];
   if (meaning.kind == MeaningKind::kWord && meaning.word >= WordId::kLessThan && meaning.word <= WordId::kNot)
     return CallOfBools(node);
+  if (meaning.kind == MeaningKind::kWord && IsGroupWord(meaning.word)) return CallOfGroup(node);
   if (meaning.kind == MeaningKind::kWord && IsLibraryWord(meaning.word)) return CallOfLibrary(node);
   if (meaning.kind == MeaningKind::kWord && !_tree.GetChildren(node).empty()) {
     const auto operands = _tree.GetChildren(node);

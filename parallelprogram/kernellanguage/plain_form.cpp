@@ -111,7 +111,9 @@ void PlainPrinter::PrintFunction(NodeIndex node) {
 
 void PlainPrinter::PrintKernel() {
   Line({MarkOf(_tree.kernel), "OSTRA_PARALLEL_KERNEL(", _tree.GetName(_tree.kernel), ", KERNELINPUTS)"});
+  const std::size_t begin = _text.size() + std::string_view("{\n").size();
   Body(Child(_tree.kernel, 0));
+  _text.insert(begin, DeclareGroupArrays());
   Line({"OSTRA_PARALLEL_KERNEL_END"});
 }
 
@@ -132,9 +134,9 @@ PlainForm PlainPrinter::Print() {
   const std::string structs = std::exchange(_text, {});
   printAll({NodeKind::kDeclaration}, [&](NodeIndex item) { PrintConstant(item); });
   const std::string constants = std::exchange(_text, {});
-  printAll({NodeKind::kFunction}, [&](NodeIndex item) {
-    if (_isUsed[item]) PrintFunction(item);
-  });
+  for (const NodeIndex function : _resolved.functions) {
+    if (_isUsed[function]) PrintFunction(function);
+  }
   printAll({NodeKind::kNoiseMark}, [&](NodeIndex) { Line({"ADDNOISECALL"}); });
   PrintKernel();
   const std::string body = std::exchange(_text, {});

@@ -77,7 +77,7 @@ class PlainPrinter {
   std::string Operand(NodeIndex node, Operation operation, Bool isRight);
   std::string List(NodeIndex node, std::size_t first);
   std::string Name(NodeIndex node, Binding& binding);
-  Bool IsTable(NodeIndex node) const;
+  Bool IsElementOfTable(NodeIndex node) const;
   std::string CallTable(NodeIndex node);
   std::string Call(NodeIndex node);
   std::string Arguments(NodeIndex node);
@@ -132,6 +132,17 @@ class PlainPrinter {
   Bool IsBoolVector(TypeIndex type) const;
   std::string CallOfBools(NodeIndex node);
 
+  // plain_groups.cpp: written before the statement, with arrays of group memory at the beginning of the kernel.
+  std::string CallOfGroup(NodeIndex node);
+  std::string ReduceGroup(WordId word, TypeIndex type, const std::string& array, const std::string& number);
+  std::string ScanGroup(WordId word, TypeIndex type, const std::string& array, const std::string& number);
+  std::string GatherGroup(WordId word, TypeIndex type, const std::string& array, const std::string& index);
+  std::string CombineInGroup(WordId word, const std::string& a, const std::string& b) const;
+  std::string GroupArray(TypeIndex type);
+  std::string NumberInGroup() const;
+  std::string DeclareGroupArrays() const;
+  std::string GroupCount() const;
+
   // plain_library.cpp
   std::string CallOfLibrary(NodeIndex node);
   std::string CallLibrary(std::string_view word, const Overload& overload, const std::vector<std::string>& arguments);
@@ -160,7 +171,8 @@ class PlainPrinter {
     UInt32 count = 0;
     std::optional<UInt32> number = {};  // of the column, where it is written as one
   };
-  std::vector<ChangedColumn> _changedColumns;  // that the statement writes back at its end
+  std::vector<ChangedColumn> _changedColumns;     // that the statement writes back at its end
+  std::map<std::string, TypeIndex> _groupArrays;  // by name
   std::optional<NotUnderstood> _refusal;
 };
 

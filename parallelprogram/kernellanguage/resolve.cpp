@@ -1,7 +1,9 @@
 #include "parallelprogram/kernellanguage/resolve.h"
 
 #include <algorithm>
+#include <iterator>
 #include <limits>
+#include <set>
 
 #include "parallelprogram/kernellanguage/conversions.h"
 #include "parallelprogram/kernellanguage/join.h"
@@ -23,6 +25,44 @@ Resolver::Resolver(const SyntaxTree& tree) : _tree(tree), _visible(tree.names.si
   _declaredIn.assign(count, 0);
 }
 
+// The functions of the file that a part of it calls, by name.
+void Resolver::FindCalled(NodeIndex node, const FunctionsByName& functions, std::vector<NodeIndex>& called) const {
+  if (node == kNoNode) return;
+  if (_tree.Is(node, NodeKind::kCall)) {
+    const auto found = functions.find(_tree.nodes[node].name);
+    if (found != functions.end()) called.insert(called.end(), found->second.begin(), found->second.end());
+  }
+  for (const NodeIndex child : _tree.GetChildren(node)) FindCalled(child, functions, called);
+}
+
+// Functions stand behind those that they call: a file that has them the other way round is written anew.
+std::vector<NodeIndex> Resolver::OrderItems() {
+  const auto items = _tree.GetChildren(_tree.root);
+  FunctionsByName functions;
+  std::vector<NodeIndex> all, ordered;
+  for (const NodeIndex item : items) {
+    if (!_tree.Is(item, NodeKind::kFunction)) continue;
+    functions[_tree.nodes[item].name].push_back(item);
+    all.push_back(item);
+  }
+  std::set<NodeIndex> seen;
+  const auto append = [&](auto&& self, NodeIndex function, Int depth) -> void {
+    if (depth > kMaxCallDepth || !seen.insert(function).second) return;
+    std::vector<NodeIndex> called;
+    FindCalled(_tree.GetChildren(function).back(), functions, called);
+    for (const NodeIndex other : called) self(self, other, depth + 1);
+    ordered.push_back(function);
+  };
+  for (const NodeIndex function : all) append(append, function, 0);
+  if (ordered == all) return {items.begin(), items.end()};
+  Extend(*std::mismatch(ordered.begin(), ordered.end(), all.begin()).first);
+  std::vector<NodeIndex> others;
+  std::copy_if(items.begin(), items.end(), std::back_inserter(others),
+               [this](NodeIndex item) { return !_tree.Is(item, NodeKind::kFunction); });
+  others.insert(others.end(), ordered.begin(), ordered.end());
+  return others;
+}
+
 Resolution Resolver::Run() {
   for (NodeIndex node = 0; node < _tree.nodes.size(); ++node) {
     if (_tree.HasFlag(node, kIsExtended) || _tree.HasFlag(node, kIsCppOnly))
@@ -30,7 +70,7 @@ Resolution Resolver::Run() {
   }
   OpenScope();
   // What stands after the kernel comes before it in C++.
-  for (const NodeIndex item : _tree.GetChildren(_tree.root)) {
+  for (const NodeIndex item : OrderItems()) {
     if (IsStopped()) break;
     switch (_tree.nodes[item].kind) {
       case NodeKind::kGroupSize:
@@ -250,6 +290,19 @@ void Resolver::ReadStruct(NodeIndex item) {
   if (_resolved.types.GetCount() > kMaxTypes) Stop(item, Join({"more than ", std::to_string(kMaxTypes), " types"}));
 }
 
+// Whether a value is surely no constant.
+Bool Resolver::IsComputed(NodeIndex node) const {
+  const NodeKind kind = _tree.nodes[node].kind;
+  if (kind == NodeKind::kUniform || kind == NodeKind::kBuffer) return true;
+  if (kind == NodeKind::kName) {
+    const NodeIndex variable = FindVariable(node);
+    return variable != kNoNode && !_tree.HasFlag(variable, kIsConst);
+  }
+  const auto children = _tree.GetChildren(node);
+  return std::any_of(children.begin(), children.end(),
+                     [this](NodeIndex child) { return child != kNoNode && IsComputed(child); });
+}
+
 TypeIndex Resolver::ReadArray(TypeIndex element, NodeIndex dimensions, NodeIndex list) {
   if (dimensions == kNoNode || IsStopped()) return element;
   const auto sizes = _tree.GetChildren(dimensions);
@@ -259,6 +312,8 @@ TypeIndex Resolver::ReadArray(TypeIndex element, NodeIndex dimensions, NodeIndex
       count = Evaluate(sizes[i]);
     else if (i == 0 && _tree.Is(list, NodeKind::kInitializerList))
       count = static_cast<Int64>(_tree.GetChildren(list).size());
+    if (!count && sizes[i] != kNoNode && IsComputed(sizes[i]))
+      return Fail(sizes[i], "the length of an array is a constant: this is known only when the kernel runs");
     if (!count || *count < 1 || *count > 0x7fffffff)
       return Stop(sizes[i] == kNoNode ? dimensions : sizes[i], "the length of this array");
     element = _resolved.types.GetArray(element, static_cast<UInt32>(*count));
@@ -312,12 +367,30 @@ void Resolver::ReadFunction(NodeIndex item) {
   for (const NodeIndex parameter : parameters) Declare(parameter);
   if (IsStopped()) return;
   CheckName(item);
+  CheckSecondFunction(item);
   // A function sees itself and those before it.
   _functions[NameOf(item)].push_back(item);
   _resolved.functions.push_back(item);
   _returnType = result;
   Statements(children.back());
   CloseScope();
+}
+
+// Functions by one name differ in what they take.
+void Resolver::CheckSecondFunction(NodeIndex item) {
+  const auto children = _tree.GetChildren(item);
+  const auto found = _functions.find(NameOf(item));
+  if (found == _functions.end()) return;
+  for (const NodeIndex other : found->second) {
+    const auto known = _tree.GetChildren(other);
+    const Bool isSame = known.size() == children.size() &&
+                        std::equal(known.begin() + 1, known.end() - 1, children.begin() + 1,
+                                   [this](NodeIndex a, NodeIndex b) { return _resolved.type[a] == _resolved.type[b]; });
+    if (!isSame) continue;
+    Fail(item, Join({"there is a function \"", NameOf(item), "\" of these arguments already"}),
+         {{GetOffset(other), "it is declared here"}});
+    return;
+  }
 }
 
 // The values of arguments that a call may leave out, the last ones. No argument is known in them.

@@ -263,9 +263,38 @@ TypeIndex Resolver::CallWord(NodeIndex node, WordId word) {
     if (overload.Changes(i) && !CheckPlace(arguments[i], Join({"an argument that ", NameOf(node), " sets"})))
       return kUnknownType;
   }
+  if (IsGroupWord(word) && !CheckGroupWord(node)) return kUnknownType;
   if (GetWord(word).isExtension && isPlain) Extend(node);
   _resolved.meaning[node] = {.kind = MeaningKind::kWord, .word = word, .overload = static_cast<UInt16>(chosen)};
   return overload.result;
+}
+
+// The group computes it before the statement: it stands where every invocation comes to it.
+Bool Resolver::CheckGroupWord(NodeIndex node) {
+  if (!_isInKernel) {
+    Fail(node, Join({NameOf(node), " stands in a function: it belongs into the kernel"}));
+    return false;
+  }
+  if (_groupCalls.contains(node)) return true;
+  Fail(node, Join({NameOf(node), " needs a statement of its own here: assign its value to a variable before"}));
+  return false;
+}
+
+// Calls of group words in a statement that it comes to whatever its values are.
+void Resolver::FindGroupCalls(NodeIndex node) {
+  if (node == kNoNode) return;
+  if (_tree.Is(node, NodeKind::kCall)) {
+    const Word* word = FindWord(NameOf(node));
+    if (word && IsGroupWord(word->id)) _groupCalls.insert(node);
+  }
+  const Operation operation = _tree.nodes[node].operation;
+  const Bool isChoice = _tree.Is(node, NodeKind::kConditional) ||
+                        (_tree.Is(node, NodeKind::kBinary) &&
+                         (operation == Operation::kLogicalAnd || operation == Operation::kLogicalOr));
+  for (const NodeIndex child : _tree.GetChildren(node)) {
+    FindGroupCalls(child);
+    if (isChoice) return;
+  }
 }
 
 NodeIndex Resolver::ReadParameterArgument(NodeIndex argument, WordId word) {
@@ -357,6 +386,13 @@ TypeIndex Resolver::CallAtomic(NodeIndex node, WordId word) {
   if (!isKnown) return kUnknownType;
   for (std::size_t i = 0; i + 1 < types.size(); ++i) {
     if (types[i] == types.back()) continue;
+    // AtomicAdd(place, 1, old)
+    const Bool isNumber = _tree.Is(arguments[i + 1], NodeKind::kLiteral);
+    if (isNumber && types[i] == kIntType && types.back() == kUIntType) {
+      Extend(arguments[i + 1]);
+      SetConverted(arguments[i + 1], kUIntType);
+      continue;
+    }
     return Fail(arguments[i + 1], Join({"the value is a ", TypeName(types[i]), " and the value before a ",
                                         TypeName(types.back()), ": both must have one type"}));
   }
@@ -397,11 +433,9 @@ TypeIndex Resolver::FailUnknownName(NodeIndex node, Bool isCall) {
                                     : Join({"there is no parameter \"", name, "\"; did you mean \"", meant, "\"?"}));
   }
   for (const NodeIndex item : _tree.GetChildren(_tree.root)) {
-    if (_tree.Is(item, NodeKind::kPrototype) && NameOf(item) == name && isCall)
-      return Stop(node, "a function before its body");
-    if (_tree.Is(item, NodeKind::kFunction) && NameOf(item) == name && isCall)
-      return Fail(node, Join({"the function \"", name, "\" is declared below; C++ needs it before its use"}),
-                  {{GetOffset(item), "it is declared here"}});
+    if (!isCall || NameOf(item) != name) continue;
+    if (_tree.Is(item, NodeKind::kFunction)) return Stop(node, "functions that call each other");
+    if (_tree.Is(item, NodeKind::kPrototype)) return Stop(node, "a function before its body");
   }
   if (MayBeHostName(name)) return Stop(node, Join({"\"", name, "\" is not declared in the kernel's files"}));
   const std::string_view meant = FindMeantName(name, isCall);
@@ -410,8 +444,24 @@ TypeIndex Resolver::FailUnknownName(NodeIndex node, Bool isCall) {
     return Fail(node, Join({"unknown name \"", name, "\"; did you mean ", isBuffer ? "UNIFORM_BUFFER(" : "UNIFORM(",
                             meant, ")?"}));
   }
-  if (meant.empty()) return Stop(node, Join({"\"", name, "\" is not declared in the kernel's files"}));
+  if (meant.empty()) {
+    const NodeIndex below = isCall ? kNoNode : FindVariableBelow(node);
+    if (below == kNoNode) return Fail(node, Join({"unknown name \"", name, "\""}));
+    return Fail(node, Join({"\"", name, "\" is used before it is declared"}),
+                {{GetOffset(below), "it is declared here"}});
+  }
   return Fail(node, Join({"unknown name \"", name, "\"; did you mean \"", meant, "\"?"}));
+}
+
+// A variable by the name of a kName that is declared in the same function, behind it.
+NodeIndex Resolver::FindVariableBelow(NodeIndex name) const {
+  NodeIndex found = kNoNode;
+  for (NodeIndex node = 0; node < _tree.nodes.size(); ++node) {
+    if (!_tree.Is(node, NodeKind::kVariable) || _tree.nodes[node].name != _tree.nodes[name].name) continue;
+    const Bool isBelow = GetOffset(node) > GetOffset(name);
+    if (isBelow && (found == kNoNode || GetOffset(node) < GetOffset(found))) found = node;
+  }
+  return found;
 }
 
 std::string_view Resolver::FindMeantName(std::string_view name, Bool isCall) const {

@@ -153,6 +153,8 @@ TypeIndex Resolver::ParameterWord(NodeIndex node) {
   if (isBuffer != (kind == TypeKind::kBuffer)) {
     if (isBuffer && (kind == TypeKind::kScalar || kind == TypeKind::kMatrix))
       return Fail(node, Join({"\"", name, "\" is no buffer but a ", TypeName(type)}));
+    if (kind == TypeKind::kBuffer)
+      return Fail(node, Join({"\"", name, "\" is a buffer, reached with UNIFORM_BUFFER(", name, ")"}));
     return Stop(node, Join({word, " of a parameter of this kind"}));
   }
   if (kind == TypeKind::kTexture || kind == TypeKind::kCounter)
@@ -259,9 +261,6 @@ Bool Resolver::Convert(NodeIndex node, TypeIndex type, std::string_view what) {
     case ConversionRank::kExact:
       return true;
     case ConversionRank::kCut:
-      Extend(node);
-      SetConverted(node, type);
-      return true;
     case ConversionRank::kNone:
       break;
     default:
@@ -281,7 +280,10 @@ Bool Resolver::Convert(NodeIndex node, TypeIndex type, std::string_view what) {
 
 TypeIndex Resolver::FailConversion(NodeIndex node, TypeIndex type, std::string_view what) {
   const TypeIndex given = _resolved.type[node];
-  const std::string hint = IsScalar(given) && IsVector(type) ? Join({"; write ", TypeName(type), "(...)"}) : "";
+  const Bool isCut = IsVector(given) && IsVector(type) && Get(given).count > Get(type).count;
+  const std::string hint = IsScalar(given) && IsVector(type) ? Join({"; write ", TypeName(type), "(...)"})
+                           : isCut ? Join({"; write .", std::string_view("xyzw").substr(0, Get(type).count)})
+                                   : "";
   return Fail(node, Join({what, " is a ", TypeName(type), ", this is a ", TypeName(given), hint}));
 }
 

@@ -69,6 +69,8 @@ TypeIndex Resolver::Step(NodeIndex node) {
     _resolved.computed[node] = type;
   } else if (kind.kind == TypeKind::kScalar && kind.scalar != Scalar::kHalf && kind.scalar != Scalar::kBool) {
     _resolved.computed[node] = GetScalarType(Promote(kind.scalar));
+  } else if (kind.scalar == Scalar::kBool && (IsScalar(type) || IsVector(type))) {
+    return Fail(node, Join({"there is no \"", sign, "\" for a ", TypeName(type)}));
   } else {
     return Stop(node, Join({"\"", sign, "\" of a ", TypeName(type)}));
   }

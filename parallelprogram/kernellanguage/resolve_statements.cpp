@@ -38,9 +38,11 @@ void Resolver::Statement(NodeIndex node) {
       CloseScope();
       break;
     case NodeKind::kDeclaration:
+      FindGroupCalls(node);
       ReadDeclaration(node);
       break;
     case NodeKind::kExpressionStatement:
+      FindGroupCalls(child(0));
       Expression(child(0));
       break;
     case NodeKind::kIf:

@@ -5,6 +5,7 @@
 
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 
 #include "parallelprogram/kernellanguage/resolve.h"
 
@@ -48,6 +49,7 @@ class Resolver {
   TypeIndex FailUnknownName(NodeIndex node, Bool isCall);
   // The known name that is almost `name`; empty: none.
   std::string_view FindMeantName(std::string_view name, Bool isCall) const;
+  NodeIndex FindVariableBelow(NodeIndex name) const;
 
   // Declarations (resolve.cpp).
   void ReadDirective(NodeIndex item);
@@ -60,6 +62,10 @@ class Resolver {
   TypeIndex ReadParameterType(NodeIndex type);
   void CheckParameterType(NodeIndex type);
   void ExtendParameterType(NodeIndex node, TypeIndex type);
+  using FunctionsByName = std::unordered_map<NameIndex, std::vector<NodeIndex>>;
+  void FindCalled(NodeIndex node, const FunctionsByName& functions, std::vector<NodeIndex>& called) const;
+  std::vector<NodeIndex> OrderItems();
+  void CheckSecondFunction(NodeIndex function);
   NodeIndex FindChanging(NodeIndex expression) const;
   // The type with the dimensions of an array; `list` gives the length of [].
   TypeIndex ReadArray(TypeIndex element, NodeIndex dimensions, NodeIndex list);
@@ -69,6 +75,7 @@ class Resolver {
   void ReadListOfComponents(NodeIndex list, TypeIndex type);
   void ReadListElement(NodeIndex value, TypeIndex type);
   std::optional<Int64> Evaluate(NodeIndex expression) const;
+  Bool IsComputed(NodeIndex expression) const;
 
   // Statements (resolve_statements.cpp).
   void Statement(NodeIndex node);
@@ -114,6 +121,8 @@ class Resolver {
   Bool IsDeclaredLater(std::string_view name) const;
   TypeIndex CallFunction(NodeIndex node, const std::vector<NodeIndex>& functions);
   TypeIndex CallWord(NodeIndex node, WordId word);
+  Bool CheckGroupWord(NodeIndex call);
+  void FindGroupCalls(NodeIndex node);
   Bool IsCut(const Overload& overload, const Types& types) const;
   Bool HasSeveralWidths(const Types& types) const;
   std::optional<std::size_t> FindMixedOverload(std::span<const Overload> overloads, const Types& types) const;
@@ -167,7 +176,8 @@ class Resolver {
   std::unordered_map<NodeIndex, Int64> _constants;
   TypeIndex _returnType = kVoidType;
   Bool _isInKernel = false;
-  Int _silence = 0;  // mistakes are not said where C++ does not look
+  std::unordered_set<NodeIndex> _groupCalls;  // that stand where they may
+  Int _silence = 0;                           // mistakes are not said where C++ does not look
 };
 
 }  // namespace ostra::kernellanguage

@@ -391,6 +391,10 @@ class Analyzer {
       Value(operand);
       return Element(_resolved.meaning[operand].target, index);
     }
+    const NodeIndex array = _resolved.meaning[operand].target;
+    if (_isOfGroup && _tree.Is(operand, NodeKind::kName) && _tree.Is(array, NodeKind::kSharedArray) &&
+        _tree.GetName(array).starts_with(kGroupArrayPrefix))
+      return Value(index);
     return ValueOfChildren(node);
   }
 
@@ -543,11 +547,22 @@ class Analyzer {
     }
     const Uniformity value = ValueOfChildren(node);
     if (meaning.kind != MeaningKind::kWord || !IsLibraryWord(meaning.word)) return value;
+    if (IsGroupWord(meaning.word)) return GroupWord(node, meaning.word);
     const Overload& overload = GetOverloads(meaning.word)[meaning.overload];
     for (std::size_t i = 0; i < overload.count; ++i) {
       if (overload.Changes(i)) Assign(arguments[i], value, node);
     }
     return value;
+  }
+
+  // The group has one sum. What one of its invocations gets of others differs with the number that it asks for.
+  Uniformity GroupWord(NodeIndex node, WordId word) {
+    if (!_isOfGroup || word == WordId::kGroupScanInclusiveAdd || word == WordId::kGroupScanExclusiveAdd)
+      return kVarying;
+    const auto arguments = _tree.GetChildren(node);
+    if (arguments.size() == 2) return Value(arguments[1]);
+    _cause = kNoNode;
+    return kSame;
   }
 
   Uniformity CallFunction(NodeIndex node, NodeIndex function) {

@@ -15,6 +15,7 @@ constexpr std::string_view kComparison = "B(FF) B(II) B(UU)";
 constexpr std::string_view kEquality = "B(FF) B(II) B(UU) B(BB)";
 constexpr std::string_view kSmallest = "f(ff) i(ii) u(uu) F(FF) I(II) U(UU) F(Ff) I(Ii) U(Uu)";
 constexpr std::string_view kChoice = "f(ffb) i(iib) u(uub) F(FFB) I(IIB) U(UUB) F(FFb) I(IIb) U(UUb)";
+constexpr std::string_view kGroupNumbers = "f(f) i(i) u(u) F(F) I(I) U(U)";
 constexpr std::string_view kOfBits = "i(i) i(u) I(I) I(U)";
 
 constexpr Word kWords[] = {
@@ -177,6 +178,23 @@ constexpr Word kWords[] = {
     {"asfloat", kFunction, Id::kAsFloat, "f(u) f(i) F(U) F(I)", "the same bits", true},
     {"asint", kFunction, Id::kAsInt, "i(f) i(u) I(F) I(U)", "the same bits", true},
     {"asuint", kFunction, Id::kAsUint, "u(f) u(i) U(F) U(I)", "the same bits", true},
+    // Functions of a work group.
+    {"groupReduceAdd", kFunction, Id::kGroupReduceAdd, kGroupNumbers, "sum over the work group", true},
+    {"groupReduceMin", kFunction, Id::kGroupReduceMin, kGroupNumbers, "smallest value of the work group", true},
+    {"groupReduceMax", kFunction, Id::kGroupReduceMax, kGroupNumbers, "largest value of the work group", true},
+    {"groupReduceAnd", kFunction, Id::kGroupReduceAnd, "i(i) u(u)", "bits that all of the work group have", true},
+    {"groupReduceOr", kFunction, Id::kGroupReduceOr, "i(i) u(u)", "bits that some of the work group have", true},
+    {"groupReduceXor", kFunction, Id::kGroupReduceXor, "i(i) u(u)", "bits that an odd number of the group have", true},
+    {"groupScanInclusiveAdd", kFunction, Id::kGroupScanInclusiveAdd, kGroupNumbers,
+     "sum over the work group up to this invocation", true},
+    {"groupScanExclusiveAdd", kFunction, Id::kGroupScanExclusiveAdd, kGroupNumbers,
+     "sum over the invocations of the work group before this one", true},
+    {"groupBroadcast", kFunction, Id::kGroupBroadcast, "f(fu) i(iu) u(uu) b(bu) F(Fu) I(Iu) U(Uu)",
+     "value of one invocation of the work group", true},
+    {"groupAny", kFunction, Id::kGroupAny, "b(b)", "whether a condition holds for some of the work group", true},
+    {"groupAll", kFunction, Id::kGroupAll, "b(b)", "whether a condition holds for all of the work group", true},
+    {"groupCount", kFunction, Id::kGroupCount, "u(b)", "for how many of the work group a condition holds", true},
+    {"groupBallot", kFunction, Id::kGroupBallot, "u(bu)", "32 invocations of the work group as bits of one word", true},
     // Statements and directives.
     {"GROUPSIZE", kStatement, Id::kOther, "", "size of a work group"},
     {"CPU_GRANULARITY", kStatement, Id::kOther, "", "invocations that a worker takes at least"},

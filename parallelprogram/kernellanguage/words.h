@@ -180,10 +180,25 @@ enum class WordId : UInt16 {
   kAsFloat,
   kAsInt,
   kAsUint,
+  // functions of a work group
+  kGroupReduceAdd,
+  kGroupReduceMin,
+  kGroupReduceMax,
+  kGroupReduceAnd,
+  kGroupReduceOr,
+  kGroupReduceXor,
+  kGroupScanInclusiveAdd,
+  kGroupScanExclusiveAdd,
+  kGroupBroadcast,
+  kGroupAny,
+  kGroupAll,
+  kGroupCount,
+  kGroupBallot,
   kCount
 };
 
 inline constexpr WordId kFirstLibraryWord = WordId::kRound;
+inline constexpr WordId kFirstGroupWord = WordId::kGroupReduceAdd;
 
 struct Word {
   std::string_view name;
@@ -214,6 +229,12 @@ const Word& GetWord(WordId id);
 Overload ReadForm(std::string_view form, UInt32 width);
 // In the order of Word::forms, those of vectors for two, three, four components.
 std::span<const Overload> GetOverloads(WordId id);
+
+// How the names of arrays begin that these functions use in the plain form. What is read of them behind a barrier, at a
+// number that is the same in the group, is the same.
+inline constexpr std::string_view kGroupArrayPrefix = "ostraGroup_";
+// Functions that the invocations of a group compute together, as they come to a groupSharedBarrier.
+inline Bool IsGroupWord(WordId id) { return id >= kFirstGroupWord && id < WordId::kCount; }
 
 inline Bool IsAtomic(WordId id) { return id >= WordId::kAtomicAdd && id <= WordId::kAtomicCompareExchange; }
 

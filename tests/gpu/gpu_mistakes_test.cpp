@@ -136,8 +136,8 @@ TEST_F(GpuMistakesTest, MistakesThatEndTheCompilerOfHlslAreTold) {
 }
 
 TEST_F(GpuMistakesTest, WhatTheFrontEndDoesNotFindIsToldByTheCompiler) {
-  const std::string path = _folder.Write("k.krn", MakeKernel("nothing"));
-  EXPECT_THAT(GetError(path), testing::HasSubstr(path + ":6: error: 'nothing' : undeclared identifier"));
+  const std::string path = _folder.Write("k.krn", MakeKernel("NOTHING"));
+  EXPECT_THAT(GetError(path), testing::HasSubstr(path + ":6: error: 'NOTHING' : undeclared identifier"));
 }
 
 TEST_F(GpuMistakesTest, MistakesInHeadersAreShownThere) {

@@ -42,14 +42,12 @@ TEST(CheckTest, AFunctionWithoutAReturnIsWarnedOf) {
   EXPECT_EQ(FindWarning("do { return x; } while (true);"), "");
 }
 
-TEST(CheckTest, AVectorThatIsCutIsWarnedOf) {
-  const auto find = [](std::string_view body) {
-    const AnalyzedKernel kernel = AnalyzeBody(body);
-    EXPECT_TRUE(kernel.errors.empty()) << ListErrors(kernel);
-    return kernel.warnings.empty() ? "" : kernel.warnings[0].text;
-  };
-  EXPECT_EQ(find("vec2 a = UNIFORM(v);"), "a vec3 is cut to a vec2");
-  EXPECT_EQ(find("vec2 a = vec2(UNIFORM(v)); a = UNIFORM(v).xy; vec3 b = int3(1, 2, 3);"), "");
+TEST(CheckTest, AVectorThatWouldBeCutIsAnError) {
+  EXPECT_EQ(FindErrors("vec2 a = UNIFORM(v);"), "1:10: \"a\" is a vec2, this is a vec3; write .xy");
+  EXPECT_EQ(FindErrors("vec2 a; a = vec4(1.0).zyx;"), "1:23: what is assigned to is a vec2, this is a vec3; write .xy");
+  EXPECT_EQ(FindErrors("F(UNIFORM(v));", "inline void F(vec2 a)\n{\n}\n"),
+            "4:3: the argument \"a\" is a vec2, this is a vec3; write .xy");
+  EXPECT_EQ(FindErrors("vec2 a = vec2(UNIFORM(v)); a = UNIFORM(v).xy; vec3 b = int3(1, 2, 3);"), "");
 }
 
 // The errors of a kernel that has an array in group memory, and names it, with lines of the body after those.

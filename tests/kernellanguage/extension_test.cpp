@@ -126,7 +126,6 @@ TEST(ExtensionTest, ParametersAreOfTypesThatHostsHave) {
 
 TEST(ExtensionTest, NumbersBecomeVectorsAndHalves) {
   EXPECT_EQ(PrintResult("vec3 r = 1;"), "1^:int>vec3");
-  EXPECT_EQ(PrintResult("vec2 r = UNIFORM(v);"), "uniform.v^:vec3>vec2");
   EXPECT_EQ(PrintResult("half r = 0.5;"), "0.5^:float>half");
   EXPECT_EQ(PrintResult("half2 r = vec2(1.0, 2.0);"), "(make vec2 1.0:float 2.0:float)^:vec2>half2");
   EXPECT_EQ(PrintResult("vec3 r = (vec3)(UNIFORM(f));"), "(cast vec3 uniform.f:float)^:vec3");

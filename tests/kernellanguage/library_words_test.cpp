@@ -87,12 +87,14 @@ TEST(LibraryWordsTest, FunctionsVariablesAndMacrosOfTheFileWin) {
       std::string::npos);
 }
 
-// A function that stands below its use is an error or not understood, as any other, and not the word.
-TEST(LibraryWordsTest, AFunctionBelowIsNotTheWord) {
+TEST(LibraryWordsTest, AFunctionBelowWins) {
   const AnalyzedKernel kernel = AnalyzeText(
       "inline float F(float x)\n{\n\treturn round(x);\n}\ninline float round(float x)\n{\n\treturn x;\n}\n"
       "OSTRA_PARALLEL_KERNEL(Test, KERNELINPUTS)\n{\n\tfloat a = F(1.0);\n}\nOSTRA_PARALLEL_KERNEL_END\n");
-  EXPECT_FALSE(kernel.IsUnderstood());
+  ASSERT_TRUE(kernel.IsUnderstood()) << ListErrors(kernel);
+  const std::string text = PrintPlain(kernel, false);
+  EXPECT_EQ(text.find("ostra_round"), std::string::npos) << text;
+  EXPECT_LT(text.find("float round(float x)"), text.find("float F(float x)")) << text;
 }
 
 TEST(LibraryWordsTest, ArgumentsThatAreSetAreVariablesOfTheirType) {
@@ -112,6 +114,28 @@ TEST(LibraryWordsTest, WhatIsSetGoesThroughAVariable) {
   EXPECT_NE(text.find("float b = ostra_modf_float_float(2.5, ostraArgument1);\n\tw.x = ostraArgument1;\n"),
             std::string::npos)
       << text;
+}
+
+// Words of a group are barriers: every invocation comes to them.
+TEST(LibraryWordsTest, WordsOfAGroupNeedAllOfIt) {
+  const auto find = [](std::string_view body, std::string_view before = "") {
+    const AnalyzedKernel kernel = AnalyzeBody(body, before);
+    return kernel.errors.empty() ? std::string() : kernel.errors[0].text;
+  };
+  constexpr std::string_view kTogether =
+      "all invocations of a group must come to a groupSharedBarrier together, but this condition differs between them";
+  EXPECT_EQ(find("float a = groupReduceAdd(UNIFORM(f)) + 1.0; a += groupReduceMin(a);"), "");
+  EXPECT_EQ(find("if (UNIFORM(n) > 1u) { float a = groupReduceAdd(UNIFORM(f)); }"), "");
+  EXPECT_EQ(find("if (InLocalInvocationID.x > 1u) { float a = groupReduceAdd(UNIFORM(f)); }"), kTogether);
+  EXPECT_EQ(find("if (InLocalInvocationID.x > 1u) return; float a = groupReduceAdd(UNIFORM(f));"), kTogether);
+  EXPECT_EQ(find("bool b = groupAny(InLocalInvocationID.x > 1u); if (b) { groupSharedBarrier; }"), "");
+  EXPECT_EQ(find("uint b = groupScanInclusiveAdd(1u); if (b > 1u) { groupSharedBarrier; }"), kTogether);
+  EXPECT_EQ(find("uint b = UNIFORM(n) > 1u ? groupReduceAdd(1u) : 0u;"),
+            "groupReduceAdd needs a statement of its own here: assign its value to a variable before");
+  EXPECT_EQ(find("if (groupAny(UNIFORM(n) > 1u)) return;"),
+            "groupAny needs a statement of its own here: assign its value to a variable before");
+  EXPECT_EQ(find("", "inline uint F()\n{\nreturn groupReduceAdd(1u);\n}\n"),
+            "groupReduceAdd stands in a function: it belongs into the kernel");
 }
 
 // C++ has functions by some of these names, which take other numbers.

@@ -149,7 +149,7 @@ TEST(ParserReasonTest, CppBeyondTheLanguageIsNamedWithItsPlace) {
   EXPECT_EQ(FindReason("for (int a : b) { }"), "1: a loop over a range");
   EXPECT_EQ(FindReason("float a = v.length();"), "1: the call of a method");
   EXPECT_EQ(FindReason("const char* a = \"text\";"), "1: \"char\" is C++ beyond the language of kernels");
-  EXPECT_EQ(FindReason("Something a;"), "1: the type \"Something\" is not declared in the kernel's files");
+  EXPECT_EQ(FindErrors("Something a;"), "1:1: unknown type \"Something\"");
   EXPECT_EQ(FindReason("InFragCoord;"), "1: \"InFragCoord\" is a word of graphics stages");
 }
 

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "kernel_text.h"
+#include "parallelprogram/kernellanguage/join.h"
 
 namespace ostra::kernellanguage {
 namespace {
@@ -105,8 +106,9 @@ TEST(ResolveErrorTest, UnknownNamesHaveTheirNearestName) {
 TEST(ResolveErrorTest, NamesThatCppMayKnowAreLeftToIt) {
   EXPECT_EQ(FindReason("float a = fdim(1.0);"), "1: \"fdim\" is not declared in the kernel's files");
   EXPECT_EQ(FindReason("float a = FLT_MAX;"), "1: \"FLT_MAX\" is not declared in the kernel's files");
-  EXPECT_EQ(FindReason("float a = entirelyDifferent;"),
-            "1: \"entirelyDifferent\" is not declared in the kernel's files");
+  EXPECT_EQ(FindErrors("float a = entirelyDifferent;"), "1:11: unknown name \"entirelyDifferent\"");
+  EXPECT_EQ(FindErrors("entirelyDifferent = 1.0; float entirelyDifferent;"),
+            "1:1: \"entirelyDifferent\" is used before it is declared");
 }
 
 TEST(ResolveErrorTest, ParametersAreReachedWithTheirWords) {
@@ -159,17 +161,50 @@ TEST(ResolveErrorTest, ArgumentsThatDoNotFitAreNamed) {
             "1:10: there is no max of vec2, vec3;");
   EXPECT_EQ(FindErrors("uint old; AtomicAdd(UNIFORM_BUFFER(out)[0], 1u, old);"),
             "1:40: atomic operations are of uint and int, this is a float");
-  EXPECT_EQ(FindErrors("uint old; AtomicAdd(UNIFORM_BUFFER(counts)[0], 1, old);"),
-            "1:48: the value is a int and the value before a uint: both must have one type");
+  EXPECT_EQ(FindErrors("uint old; int i; AtomicAdd(UNIFORM_BUFFER(counts)[0], i, old);"),
+            "1:55: the value is a int and the value before a uint: both must have one type");
   const std::string before = "inline void F(INOUT float a)\n{\na = 1.0;\n}\n";
   EXPECT_EQ(FindErrors("F(1.0);", before), "5:3: the argument \"a\" needs a variable, not a value");
   EXPECT_EQ(FindErrors("int i; F(i);", before),
             "5:10: the argument \"a\" is changed by the function: it needs a variable of type float, this is a int");
 }
 
-TEST(ResolveErrorTest, AFunctionIsDeclaredBeforeItsUse) {
-  EXPECT_EQ(FindErrors("", "inline float A()\n{\nreturn B();\n}\ninline float B()\n{\nreturn 1.0;\n}\n"),
-            "1:8: the function \"B\" is declared below; C++ needs it before its use");
+TEST(ResolveErrorTest, AFunctionMayStandBelowItsUse) {
+  constexpr std::string_view kBelow =
+      "inline float A()\n{\nreturn B() + C();\n}\ninline float C()\n{\nreturn B();\n}\n"
+      "inline float B()\n{\nreturn 1.0;\n}\n";
+  EXPECT_EQ(FindErrors("float a = A();", kBelow), "");
+  EXPECT_EQ(FindReason("float a = A();", kBelow), "");
+  EXPECT_EQ(FindReason("", "inline float A()\n{\nreturn B();\n}\ninline float B()\n{\nreturn A();\n}\n"),
+            "5: functions that call each other");
+}
+
+TEST(ResolveErrorTest, FunctionsByOneNameDifferInWhatTheyTake) {
+  constexpr std::string_view kFirst = "inline float A(float x)\n{\nreturn x;\n}\n";
+  EXPECT_EQ(FindErrors("", Join({kFirst, "inline int A(int x)\n{\nreturn x;\n}\n"})), "");
+  EXPECT_EQ(FindErrors("", Join({kFirst, "inline int A(float y)\n{\nreturn 1;\n}\n"})).substr(0, 5), "3:12:");
+}
+
+TEST(ResolveErrorTest, LengthsOfArraysAreConstants) {
+  EXPECT_EQ(FindErrors("const int n = 3; float a[n * 2];"), "");
+  EXPECT_EQ(FindErrors("int n = 3; float a[n * 2];"),
+            "1:22: the length of an array is a constant: this is known only when the kernel runs");
+  EXPECT_EQ(FindErrors("float a[UNIFORM(n)];"),
+            "1:9: the length of an array is a constant: this is known only when the kernel runs");
+}
+
+TEST(ResolveErrorTest, WhatNoWordDoesIsSaid) {
+  EXPECT_EQ(FindErrors("float a = UNIFORM(in)[0];"), "1:11: \"in\" is a buffer, reached with UNIFORM_BUFFER(in)");
+  EXPECT_EQ(FindErrors("bool b = true; b++;"), "1:17: there is no \"++\" for a bool");
+  EXPECT_EQ(FindErrors("", "struct Test\n{\nfloat x;\n};\n"),
+            "3:23: there is a struct \"Test\" already: the kernel needs a name of its own");
+}
+
+// A number becomes what the value before is.
+TEST(ResolveErrorTest, NumbersOfAtomicOperationsHaveTheTypeOfTheirPlace) {
+  const AnalyzedKernel kernel = AnalyzeBody("uint old; AtomicAdd(UNIFORM_BUFFER(counts)[0], 1, old);");
+  ASSERT_TRUE(kernel.IsUnderstood());
+  EXPECT_FALSE(kernel.resolved.extensions.empty());
 }
 
 TEST(ResolveErrorTest, ResultsFitTheirFunction) {

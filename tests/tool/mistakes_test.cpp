@@ -50,7 +50,7 @@ TEST_F(MistakesTest, LinesOfEncodedKernelsAreNotShown) {
 }
 
 TEST_F(MistakesTest, WhatTheCpuAloneRefusesIsMarked) {
-  const KernelMistake mistake = {"", "\tUNIFORM_BUFFER(target)[0] = fma(1.0, 2.0, 3.0);\n", 10, 30, "?"};
+  const KernelMistake mistake = {"", "\tCPU_SCOPE_START\n\tint a = missing;\n\tCPU_SCOPE_END\n", 11, 10, "?"};
   _folder.Write("k.krn", MakeMistakenKernel(mistake));
   const ToolResult both = RunTool({"check", GetFile(), "--target", "GLSL", "--target", "CPU"});
   EXPECT_THAT(both.errors, HasSubstr(" [CPU]\n")) << both.errors;

@@ -206,6 +206,7 @@ TEST_F(RunElementaryTest, TheGpuHasTheBitsOfTheCpuWhereNothingIsDivided) {
 TEST_F(RunElementaryTest, AllTargetsTakeThem) {
   const ToolResult result = RunTool({"check", GetTestKernel("extended/net.example.elementary.krn")});
   EXPECT_EQ(result.exitStatus, 0) << result.errors << result.output;
+  EXPECT_EQ(result.output, "1 file, 4 targets: 0 errors, 0 warnings\n");
 }
 
 }  // namespace
