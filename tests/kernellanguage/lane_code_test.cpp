@@ -52,9 +52,10 @@ TEST(LaneCodeTest, EveryUnderstoodKernelOfTheRepositoryRunsWideOrHasAKnownReason
       {"net.example.lifebits.krn", "an assignment inside an expression"},
   };
   for (const char* name :
-       {"com.example.scale.krn", "net.example.scale.krn", "net.example.whole.krn", "net.ostra.bench.count.krn",
-        "net.ostra.bench.step.krn", "net.ostra.kernels.index.krn", "net.ostra.kernels.saxpy.krn",
-        "net.ostra.parity.gradient.krn", "net.ostra.test.declared.krn", "net.ostra.test.guarded.krn"})
+       {"com.example.scale.krn", "net.example.ramp.krn", "net.example.scale.krn", "net.example.whole.krn",
+        "net.ostra.bench.count.krn", "net.ostra.bench.step.krn", "net.ostra.kernels.index.krn",
+        "net.ostra.kernels.saxpy.krn", "net.ostra.parity.gradient.krn", "net.ostra.test.declared.krn",
+        "net.ostra.test.guarded.krn"})
     known[name] = kOneStep;
   EXPECT_EQ(reasons, known);
 }
