@@ -4,7 +4,10 @@
 //   blur({.width = width, .height = height, .source = source, .target = target}, {width, height});
 #pragma once
 
+#include <algorithm>
+#include <memory>
 #include <optional>
+#include <vector>
 
 #include "clients/cpp/arguments.h"
 
@@ -21,8 +24,9 @@ class SessionKernel {
  public:
   // Runs the kernel. Without a size it has an invocation for each element of its buffers, which must all have as many.
   // On a GPU the call returns before the work is done: several calls are in flight, one after the other, and reading a
-  // result waits for them. Values that are left out are zero. Errors: illegal argument when a size is missing and for
-  // resources of another session; those of ParallelProgramInterface::UpdateUniforms and DispatchKernel.
+  // result waits for them. Values that are left out are zero. Errors: illegal argument when a size is missing, for
+  // resources of another session, and for nullptr where an earlier call gave a resource; those of
+  // ParallelProgramInterface::UpdateUniforms and DispatchKernel.
   Result<void> TryRun(const K& arguments, const DispatchSize& size = {}, CallSite where = CallSite::Here()) const {
     return client::CallAt(where, [&] { return Dispatch(arguments, size); });
   }
@@ -32,12 +36,16 @@ class SessionKernel {
 
  private:
   friend class Session;
-  SessionKernel(client::SessionRef session, InternedId name) : _session(std::move(session)), _name(name) {}
+  SessionKernel(client::SessionRef session, InternedId name)
+      : _session(std::move(session)), _name(name), _given(std::make_shared<Names>()) {}
+
+  using Names = std::vector<InternedId>;
 
   // Hands the parameters over and finds the count of the buffers.
   class Binder {
    public:
-    explicit Binder(const client::SessionState& session) : _session(session), _program(session.GetProgram()) {}
+    Binder(const client::SessionState& session, Names& given)
+        : _session(session), _program(session.GetProgram()), _given(given) {}
 
     template <class T>
     Result<void> operator()(const char* name, const T& value) {
@@ -45,20 +53,20 @@ class SessionKernel {
     }
     template <class T>
     Result<void> operator()(const char* name, const client::BufferArgument<T>& buffer) {
-      if (!buffer.GetSession()) return OK;
-      OSTRA_RETURN_IF_ERROR(CheckSession(name, buffer.GetSession()));
+      if (!buffer.GetSession()) return LeaveOut(name);
+      OSTRA_RETURN_IF_ERROR(Check(name, buffer.GetSession()));
       if (_count && *_count != buffer.GetCount()) _hasOneCount = false;
       if (!_count) _count = buffer.GetCount();
       return _program.SetBufferToActiveKernel(buffer.GetName(), InternedId::FromLiteral(name));
     }
     Result<void> operator()(const char* name, const client::TextureArgument& texture) {
-      if (!texture.GetSession()) return OK;
-      OSTRA_RETURN_IF_ERROR(CheckSession(name, texture.GetSession()));
+      if (!texture.GetSession()) return LeaveOut(name);
+      OSTRA_RETURN_IF_ERROR(Check(name, texture.GetSession()));
       return _program.SetTextureToActiveKernel(texture.GetName(), InternedId::FromLiteral(name));
     }
     Result<void> operator()(const char* name, const client::CounterArgument& counter) {
-      if (!counter.GetSession()) return OK;
-      OSTRA_RETURN_IF_ERROR(CheckSession(name, counter.GetSession()));
+      if (!counter.GetSession()) return LeaveOut(name);
+      OSTRA_RETURN_IF_ERROR(Check(name, counter.GetSession()));
       // Programs link counters to parameters of the same name.
       if (counter.GetName() != InternedId::FromLiteral(name))
         return MakeError(kIllegalArgumentError, client::kUnit, __LINE__,
@@ -76,14 +84,26 @@ class SessionKernel {
     }
 
    private:
-    Result<void> CheckSession(const char* name, const client::SessionState* session) const {
-      if (session == &_session) return OK;
+    Result<void> Check(const char* name, const client::SessionState* session) {
+      if (session != &_session)
+        return MakeError(kIllegalArgumentError, client::kUnit, __LINE__,
+                         "The parameter \"@\" belongs to another session.", name);
+      if (!WasGiven(name)) _given.push_back(InternedId::FromLiteral(name));
+      return OK;
+    }
+    // Programs keep the links of a kernel.
+    Result<void> LeaveOut(const char* name) const {
+      if (!WasGiven(name)) return OK;
       return MakeError(kIllegalArgumentError, client::kUnit, __LINE__,
-                       "The parameter \"@\" belongs to another session.", name);
+                       "An earlier call gave the parameter \"@\": load the kernel again for calls without it.", name);
+    }
+    Bool WasGiven(const char* name) const {
+      return std::find(_given.begin(), _given.end(), InternedId::FromLiteral(name)) != _given.end();
     }
 
     const client::SessionState& _session;
     ParallelProgramInterface& _program;
+    Names& _given;
     std::optional<Int> _count;
     Bool _hasOneCount = true;
   };
@@ -91,7 +111,7 @@ class SessionKernel {
   Result<void> Dispatch(const K& arguments, const DispatchSize& given) const {
     ParallelProgramInterface& program = _session->GetProgram();
     program.SetActiveKernel(_name);
-    Binder binder(*_session);
+    Binder binder(*_session, *_given);
     OSTRA_RETURN_IF_ERROR(arguments.ForEach(binder));
     OSTRA_ASSIGN_OR_RETURN(const DispatchSize size, binder.ChooseSize(given));
     OSTRA_RETURN_IF_ERROR(program.UpdateUniforms());
@@ -101,6 +121,7 @@ class SessionKernel {
 
   client::SessionRef _session;
   InternedId _name;
+  std::shared_ptr<Names> _given;  // parameters that calls have given a resource
 };
 
 }  // namespace ostra

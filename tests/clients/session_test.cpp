@@ -171,6 +171,30 @@ TEST_P(SessionTest, ErrorsSayWhereTheClientHasCalled) {
   EXPECT_THROW(_session->MakeBuffer<Float32>(0), Exception);
 }
 
+TEST_P(SessionTest, ABufferOfAnEarlierCallDoesNotStandForOneThatIsLeftOut) {
+  const auto scale = _session->Load<kernels::Scale>();
+  auto values = _session->MakeBuffer(std::vector<Float32>{1});
+  scale({.count = 1, .factor = 2, .values = values});
+  const auto wrong = scale.TryRun({.count = 1, .factor = 2, .values = nullptr}, {1});
+  ASSERT_THAT(wrong, IsErrorOfKind(kIllegalArgumentError));
+  EXPECT_THAT(std::string(wrong.GetError().GetMessage().GetView()),
+              HasSubstr("An earlier call gave the parameter \"values\""));
+  const auto fresh = _session->Load<kernels::Scale>();
+  EXPECT_FALSE(fresh.TryRun({.count = 1, .factor = 2, .values = nullptr}, {1}));
+  EXPECT_THAT(Copy(values.Read()), ElementsAre(2));
+}
+
+TEST_P(SessionTest, ABufferMayBeGoneBeforeTheNextCall) {
+  const auto scale = _session->Load<kernels::Scale>();
+  {
+    auto values = _session->MakeBuffer(std::vector<Float32>{1});
+    scale({.count = 1, .factor = 2, .values = values});
+  }
+  auto values = _session->MakeBuffer(std::vector<Float32>{3});
+  scale({.count = 1, .factor = 2, .values = values});
+  EXPECT_THAT(Copy(values.Read()), ElementsAre(6));
+}
+
 TEST_P(SessionTest, ResourcesOfAnotherSessionAreRefused) {
   auto other = Session::TryCreate({.backend = GetParam()});
   ASSERT_THAT(other, IsOk());
