@@ -1,4 +1,4 @@
-# ostra_add_kernels(TARGET FILE... [FAST] [SCALAR] [TYPE T])
+# ostra_add_kernels(TARGET FILE... [FAST] [SCALAR] [SILENT] [CHECKED] [TYPE T])
 # Makes each kernel file a kernel class of TARGET, with the file's whole name as its class ID, and puts the file, with the
 # headers beside it, into TARGET's resource folder "shaders" for the program that runs on the GPU.
 #
@@ -10,7 +10,8 @@
 #
 # Arithmetic is as written, so that all processors and the GPU give the same bits. FAST allows the compiler to contract and
 # reorder it, as --fast of the tool does. SCALAR runs one invocation at a time, not 4, 8 or 16 side by
-# side (docs/kernels.md). TYPE is what TYPE stands for in the files.
+# side (docs/kernels.md). SILENT leaves out PRINT and ASSERT, CHECKED puts in checks of indices, divisors and loops
+# (docs/debugging.md). TYPE is what TYPE stands for in the files.
 # May be called several times for one target. What cannot be meant stops the configuration with a message.
 
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${CMAKE_CURRENT_LIST_DIR}/kernel_flags.txt)
@@ -22,7 +23,7 @@ foreach(line IN LISTS lines)
 endforeach()
 
 function(ostra_add_kernels target)
-  cmake_parse_arguments(PARSE_ARGV 1 kernels "FAST;SCALAR" "TYPE" "")
+  cmake_parse_arguments(PARSE_ARGV 1 kernels "FAST;SCALAR;SILENT;CHECKED" "TYPE" "")
   ostra_check_kernel_arguments()
   string(MAKE_C_IDENTIFIER ${target} name)
   set(folder ${CMAKE_CURRENT_BINARY_DIR}/${target}_kernels)
@@ -41,9 +42,15 @@ function(ostra_add_kernels target)
   if(kernels_TYPE)
     set(type --type ${kernels_TYPE})
   endif()
-  set(scalar)
+  set(forms)
   if(kernels_SCALAR)
-    set(scalar --scalar)
+    list(APPEND forms --scalar)
+  endif()
+  if(kernels_SILENT)
+    list(APPEND forms --silent)
+  endif()
+  if(kernels_CHECKED)
+    list(APPEND forms --checked)
   endif()
 
   foreach(file IN LISTS kernels_UNPARSED_ARGUMENTS)
@@ -57,7 +64,7 @@ function(ostra_add_kernels target)
       OUTPUT ${source}
       BYPRODUCTS ${structs} ${client}
       COMMAND ${CMAKE_COMMAND} -E make_directory ${folder}
-      COMMAND ostra::kernelc --id ${id} ${type} ${scalar} --depfile ${source}.d --structs ${structs} --client ${client}
+      COMMAND ostra::kernelc --id ${id} ${type} ${forms} --depfile ${source}.d --structs ${structs} --client ${client}
         ${file} ${source}
       DEPENDS ${file} ostra::kernelc
       DEPFILE ${source}.d
@@ -104,7 +111,7 @@ macro(ostra_check_kernel_arguments)
     cmake_path(ABSOLUTE_PATH file BASE_DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR} NORMALIZE OUTPUT_VARIABLE path)
     get_source_file_property(is_generated ${path} GENERATED)
     if(file MATCHES "^-*[A-Z_]+$" AND NOT EXISTS ${path})
-      message(FATAL_ERROR "ostra_add_kernels(${target}): there is no option ${file}; the options are FAST, SCALAR and TYPE")
+      message(FATAL_ERROR "ostra_add_kernels(${target}): there is no option ${file}; the options are FAST, SCALAR, SILENT, CHECKED and TYPE")
     elseif(NOT is_generated AND (NOT EXISTS ${path} OR IS_DIRECTORY ${path}))
       message(FATAL_ERROR "ostra_add_kernels(${target}): there is no kernel file ${path}")
     endif()

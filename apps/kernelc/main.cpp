@@ -1,8 +1,8 @@
 // ostra-kernelc: turns kernel files into C++ when a target is built. ostra_add_kernels (cmake/OstraKernels.cmake) calls
 // it.
 //
-//   ostra-kernelc [--id CLASSID] [--name SHOWN] [--type T] [--module] [--scalar] [--depfile D] [--structs OUT.h]
-//                 [--client OUT.h] IN.krn OUT.cpp
+//   ostra-kernelc [--id CLASSID] [--name SHOWN] [--type T] [--module] [--scalar] [--silent] [--checked]
+//                 [--depfile D] [--structs OUT.h] [--client OUT.h] IN.krn OUT.cpp
 //   ostra-kernelc --table NAME OUT.cpp OUT.h CLASSID...
 //   ostra-kernelc --explain [--type T] IN.krn        says why the kernel has no wide form; nothing when it has one
 //
@@ -28,7 +28,7 @@ namespace fs = std::filesystem;
 struct Arguments {
   std::string id, name, type, dependencyFile, structFile, clientFile;
   bool isModule = false;
-  bool isScalar = false;
+  bool isScalar = false, isSilent = false, isChecked = false;
   bool isExplained = false;
   std::vector<std::string> files;
 };
@@ -93,6 +93,8 @@ int Translate(const Arguments& arguments) {
                               .templateArgument = arguments.type,
                               .isModule = arguments.isModule,
                               .isScalar = arguments.isScalar,
+                              .isSilent = arguments.isSilent,
+                              .isChecked = arguments.isChecked,
                               .isHidden = source->isEncoded};
   options.readHeader = [&](const std::string& header, const std::string& includingFile) -> std::optional<KernelHeader> {
     const fs::path including = includingFile == name ? fs::path(in) : fs::path(includingFile);
@@ -127,8 +129,8 @@ int WriteTable(const Arguments& arguments) {
 
 int ShowUsage(bool isWanted) {
   std::fputs(
-      "usage: ostra-kernelc [--id CLASSID] [--name SHOWN] [--type T] [--module] [--scalar] [--depfile D]\n"
-      "                     [--structs OUT.h] [--client OUT.h] IN.krn OUT.cpp\n"
+      "usage: ostra-kernelc [--id CLASSID] [--name SHOWN] [--type T] [--module] [--scalar] [--silent] [--checked]\n"
+      "                     [--depfile D] [--structs OUT.h] [--client OUT.h] IN.krn OUT.cpp\n"
       "       ostra-kernelc --table NAME OUT.cpp OUT.h CLASSID...\n"
       "       ostra-kernelc --explain [--type T] IN.krn\n",
       isWanted ? stdout : stderr);
@@ -148,6 +150,10 @@ int main(int argc, char** argv) {
       arguments.isModule = true;
     else if (word == "--scalar")
       arguments.isScalar = true;
+    else if (word == "--silent")
+      arguments.isSilent = true;
+    else if (word == "--checked")
+      arguments.isChecked = true;
     else if (word == "--explain")
       arguments.isExplained = true;
     else if (word == "--id" && hasValue)

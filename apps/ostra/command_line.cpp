@@ -82,8 +82,9 @@ struct RunArguments {
   std::string kernel, templateArgument, size, backend = "cpu", cacheFolder;
   std::vector<std::string> inputs, outputs, settings, textures, swaps;
   std::string profile;
+  Int printRoom = Int{1} << 20, stepLimit = 0;
   Int repeatCount = 1, iterationCount = 1;
-  Bool isFast = false, isChecked = false, isDebugged = false, isExplained = false, isJson = false;
+  Bool isFast = false, isChecked = false, isSilent = false, isDebugged = false, isExplained = false, isJson = false;
 };
 
 // The host reads these itself; here they have to be known, and sound before anything starts.
@@ -136,7 +137,15 @@ CLI::App& AddRunCommand(CLI::App& app, RunArguments& arguments, ConfigurationArg
       ->check(OneOf({"cpu", "gpu", "both"}));
   run.add_flag("--fast", arguments.isFast, "Allow the compiler to reorder floating-point arithmetic");
   run.add_flag("--checked", arguments.isChecked,
-               "Check the indices of buffers, of arrays and of texture layers; slower, on the CPU only");
+               "Check indices of buffers and arrays, layers of textures, divisors and loops; slower");
+  run.add_option("--step-limit", arguments.stepLimit,
+                 "Steps that the loops of an invocation may take with --checked (10000000; 60000 on a GPU in software)")
+      ->type_name("N")
+      ->check(CLI::Range(Int(1), Int(4000000000)));
+  run.add_option("--print-room", arguments.printRoom, "Bytes that the PRINTs of a dispatch may take (1048576)")
+      ->type_name("BYTES")
+      ->check(CLI::Range(Int(0), Int{1} << 30));
+  run.add_flag("--no-prints", arguments.isSilent, "Leave PRINT and ASSERT out of the kernel");
   run.add_flag("--debug", arguments.isDebugged,
                "Compile the kernel for a debugger, and run it on one thread; on the CPU only")
       ->excludes("--fast");
@@ -190,6 +199,9 @@ Result<RunOptions> MakeRunOptions(const RunArguments& arguments) {
   options.iterationCount = arguments.iterationCount;
   options.isFast = arguments.isFast;
   options.isChecked = arguments.isChecked;
+  options.isSilent = arguments.isSilent;
+  options.printRoom = arguments.printRoom;
+  options.stepLimit = arguments.stepLimit;
   options.isDebugged = arguments.isDebugged;
   options.isProfiled = !arguments.profile.empty();
   OSTRA_ASSIGN_OR_RETURN(options.traceFile, GetTraceFile(arguments.profile));
@@ -201,8 +213,6 @@ Result<RunOptions> MakeRunOptions(const RunArguments& arguments) {
                                                   : Backend::Cpu;
   if (options.isExplained && options.backend == Backend::Gpu)
     return OSTRA_USAGE_ERROR("--explain tells of the CPU: leave out --backend gpu or give both");
-  if (options.isChecked && options.backend == Backend::Gpu)
-    return OSTRA_USAGE_ERROR("--checked: kernels are checked on the CPU only: leave out --backend gpu or give both");
   if (options.isDebugged && options.backend == Backend::Gpu)
     return OSTRA_USAGE_ERROR("--debug: kernels are debugged on the CPU only: leave out --backend gpu or give both");
   return options;

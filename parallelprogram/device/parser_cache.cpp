@@ -49,13 +49,18 @@ Result<void> CheckSourceRules(const ShaderParser& parser, const Url& source) {
   return OK;
 }
 
-Result<void> ParseSource(ShaderParser& parser, const KernelSource& source, const DataDictionary& options) {
+Result<void> ParseSource(ShaderParser& parser, const KernelSource& source, const DataDictionary& options,
+                         String& reportTable) {
   const auto parse = [&](const WrittenSource* written) {
     // A source that would be replaced for ever must not keep a worker for ever.
     return parser.Init(source.file, options, EndlessSource::Refuse, LineEnds::LineFeeds, written);
   };
-  auto plain = source.sampleCount < 0 ? MakePlainSource(source.file, source.templateArgument.GetView()) : std::nullopt;
-  if (plain && *plain) return parse(&**plain);
+  auto plain = source.sampleCount < 0 ? MakePlainSource(source.file, source.templateArgument.GetView(), source.reports)
+                                      : std::nullopt;
+  if (plain && *plain) {
+    reportTable = (*plain)->reportTable;
+    return parse(&**plain);
+  }
   Result<void> parsed = parse(nullptr);
   if (parsed && !plain) parsed = plain.TakeError();
   // What breaks a rule fails further down, with a message that explains nothing.
@@ -74,15 +79,18 @@ struct ParserCache::Entry : RefCounted<Entry> {
       : parser(std::move(theParser)),
         file(source.file),
         templateArgument(source.templateArgument),
-        sampleCount(source.sampleCount) {}
+        sampleCount(source.sampleCount),
+        reports(source.reports) {}
 
   const StrongRef<ShaderParser> parser;
   const Url file;
   const String templateArgument;
   const Int32 sampleCount;
+  const KernelReportOptions reports;
   std::atomic<UInt64> stamp{0};  // 0 until it has parsed
 
-  std::mutex mutex;        // of whoever parses
+  std::mutex mutex;  // of whoever parses
+  String reportTable;
   Bool hasFailed = false;  // guarded by it: the parser has parts of what a failed parse has found
 };
 
@@ -91,7 +99,8 @@ ParserCache::~ParserCache() = default;
 
 Bool ParserCache::IsFor(const Entry& entry, const KernelSource& source) {
   return entry.parser->GetTargetLanguage() == source.language && entry.file == source.file &&
-         entry.templateArgument == source.templateArgument && entry.sampleCount == source.sampleCount;
+         entry.templateArgument == source.templateArgument && entry.sampleCount == source.sampleCount &&
+         entry.reports == source.reports;
 }
 
 Bool ParserCache::IsUpToDate(const Entry& entry, const KernelSource& source) {
@@ -155,14 +164,15 @@ Result<ParsedKernel> ParserCache::Parse(const KernelSource& source, AtomicInt32&
     OSTRA_ASSIGN_OR_RETURN(const EntryRef entry, Find(source, lock));
     const std::scoped_lock parsing(entry->mutex);
     if (entry->hasFailed) continue;  // while this caller waited; a new parser begins from the beginning
-    Result<void> parsed = entry->stamp.load() ? Result<void>(OK) : ParseSource(*entry->parser, source, options);
+    Result<void> parsed =
+        entry->stamp.load() ? Result<void>(OK) : ParseSource(*entry->parser, source, options, entry->reportTable);
     const UInt64 stamp = MakeReadStamp(*entry->parser);
     if (parsed) {
       for (const ShaderMissingHeader& missing : entry->parser->GetPieces().missingHeaders)
         WarningOutput("@:@: warning: the header \"@\" is not found: the GPU goes without it",
                       entry->parser->GetFiles()[missing.origin.file], missing.origin.line, missing.name);
       entry->stamp.store(stamp, std::memory_order_release);
-      return ParsedKernel{entry->parser, stamp};
+      return ParsedKernel{entry->parser, stamp, entry->reportTable};
     }
     entry->hasFailed = true;
     Forget(source.key, entry, lock);

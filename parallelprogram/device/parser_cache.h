@@ -11,6 +11,7 @@
 
 #include "ostra/core/hash_map.h"
 #include "ostra/core/synchronized_hash_map.h"
+#include "parallelprogram/program/kernel_report_interface.h"
 #include "parallelprogram/shaderparser/shader_parser.h"
 
 namespace ostra {
@@ -21,6 +22,7 @@ struct KernelSource {
   Id language;
   UInt64 key = 0;          // see MakeParserKey
   Int32 sampleCount = -1;  // of the framebuffer that a fragment stage reads; -1 for kernels
+  KernelReportOptions reports = {};
 };
 
 // What a parse has read: the file, then its headers.
@@ -32,6 +34,8 @@ struct SourcesRead {
 struct ParsedKernel {
   StrongRef<ShaderParser> parser;
   UInt64 stamp = 0;  // of SourcesRead
+  // What the kernel reports (program/kernel_report.h); empty: nothing.
+  String reportTable;
 };
 
 // `hash` is that of the file's location or of its name.

@@ -17,6 +17,7 @@ Result<WrittenSource> MakeWritten(const PlainKernel& plain, const Url& file) {
   WrittenSource written;
   OSTRA_ASSIGN_OR_RETURN(written.header, String::Create(plain.header));
   OSTRA_ASSIGN_OR_RETURN(written.text, String::Create(plain.text));
+  OSTRA_ASSIGN_OR_RETURN(written.reportTable, String::Create(plain.reportTable));
   OSTRA_RETURN_IF_ERROR(written.files.Append(file));
   for (std::size_t i = 1; i < plain.files.size(); ++i) {
     OSTRA_ASSIGN_OR_RETURN(String name, String::Create(plain.files[i]));
@@ -30,8 +31,14 @@ Result<WrittenSource> MakeWritten(const PlainKernel& plain, const Url& file) {
 
 }  // namespace
 
-Result<std::optional<WrittenSource>> MakePlainSource(const Url& file, std::string_view templateArgument) {
-  OSTRA_ASSIGN_OR_RETURN(const auto plain, ReadForFrontEnd(file, templateArgument, &MakePlainKernel));
+Result<std::optional<WrittenSource>> MakePlainSource(const Url& file, std::string_view templateArgument,
+                                                     const KernelReportOptions& reports) {
+  const auto make = [&reports](KernelSourceOptions options, std::string_view text) {
+    options.isSilent = !reports.hasReports;
+    options.isChecked = reports.hasChecks;
+    return MakePlainKernel(options, text);
+  };
+  OSTRA_ASSIGN_OR_RETURN(const auto plain, ReadForFrontEnd(file, templateArgument, make));
   if (!plain) return std::nullopt;
   OSTRA_ASSIGN_OR_RETURN(WrittenSource written, MakeWritten(*plain, file));
   return std::optional(std::move(written));

@@ -20,6 +20,9 @@ Result<KernelDescription> DescribeKernel(const ParsedKernel& parsed) {
     OSTRA_RETURN_IF_ERROR(description.textures.Append(KernelDescription::Texture{name, !texture.readOnly}));
   }
   description.parsed = parsed;
+  if (parsed.reportTable.IsPopulated()) {
+    OSTRA_ASSIGN_OR_RETURN(description.reports, KernelReportTable::Parse(parsed.reportTable.GetView()));
+  }
   return description;
 }
 
@@ -85,6 +88,7 @@ Result<void> GpuKernel::SettleLocked() {
   workGroupSize = described->workGroupSize;
   usesNoise = described->usesNoise;
   parsed = std::move(described->parsed);
+  reports = std::move(described->reports);
   described.reset();
   return OK;
 }

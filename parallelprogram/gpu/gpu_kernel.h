@@ -7,6 +7,7 @@
 #include "ostra/drawport/gpu_compute.h"
 #include "parallelprogram/device/parameter_binding.h"
 #include "parallelprogram/device/parser_cache.h"
+#include "parallelprogram/program/kernel_report.h"
 #include "parallelprogram/program/unknown_names.h"
 
 namespace ostra {
@@ -25,6 +26,7 @@ struct KernelDescription {
   Bool usesNoise = false;
   BaseArray<Texture> textures;  // that the kernel declares
   ParsedKernel parsed;
+  std::optional<KernelReportTable> reports;  // of a kernel that reports something
 };
 
 Result<KernelDescription> DescribeKernel(const ParsedKernel& parsed);
@@ -36,11 +38,13 @@ struct GpuKernel : RefCounted<GpuKernel>, ParameterLinks {
   Url file;                 // where it was found
   String templateArgument;  // takes the place of TYPE
   String fileName;
+  KernelReportOptions reportOptions;
   SourcesRead sources;  // by the last parse, good or bad
   GpuComputeRef compute;
   WorkGroupSize workGroupSize;
   Bool usesNoise = false;
   ParsedKernel parsed;  // what the program that runs was made from
+  std::optional<KernelReportTable> reports;
   // The modes of all noises that the program is built for; empty: it chooses as it runs. This and the next two only
   // change while nothing is compiled.
   BaseArray<Int32> noiseModes;

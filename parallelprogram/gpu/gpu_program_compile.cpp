@@ -77,8 +77,15 @@ Result<void> AddNoises(DrawportProgramDescription& program, Int tableCount) {
   return OK;
 }
 
+// Nothing is added for kernels as they are compiled by themselves.
+UInt64 AppendReportOptions(UInt64 hash, const KernelReportOptions& options) {
+  if (!options.hasReports) hash = AppendToKey(hash, 1);
+  return options.hasChecks ? AppendToKey(hash, 2) : hash;
+}
+
 UInt64 HashProgram(const GpuKernel& kernel) {
   UInt64 hash = AppendToKey(MixKey(kernel.fileName.GetHashCode()), MixKey(kernel.sources.stamp));
+  hash = AppendReportOptions(hash, kernel.reportOptions);
   for (const Int32 mode : kernel.noiseModes) hash = AppendToKey(hash, MixKey(static_cast<UInt32>(mode)));
   return kernel.hasKnownModes ? hash : ~hash;
 }
@@ -210,7 +217,9 @@ Result<ParsedKernel> ParallelProgramGPUImpl::Parse(GpuKernel& kernel, UInt64 has
   source.file = kernel.file;
   source.templateArgument = kernel.templateArgument;
   if (_current.drawport) source.language = _current.drawport->GetShadingLanguage();
-  source.key = MakeParserKey(hash, kernel.id.GetHashCode(), kernel.sources.stamp);
+  source.reports = kernel.reportOptions;
+  source.key =
+      MakeParserKey(AppendReportOptions(hash, kernel.reportOptions), kernel.id.GetHashCode(), kernel.sources.stamp);
   SourcesRead read;
   auto parsed = ParseKernel(source, _parserLock, &read);
   if (parsed) {

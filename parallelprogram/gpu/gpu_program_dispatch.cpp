@@ -45,6 +45,7 @@ Result<void> ParallelProgramGPUImpl::UpdateUniforms() {
   OSTRA_ASSIGN_OR_RETURN(GpuKernel & kernel, GetRunnableKernel());
   kernel.texturesChanged = false;
   OSTRA_RETURN_IF_ERROR(UpdateNoiseModes(kernel));
+  OSTRA_RETURN_IF_ERROR(LinkReportBuffer(kernel));
   OSTRA_RETURN_IF_ERROR(kernel.compute->UpdateUniforms(_current.context, true));
   kernel.contextNumber = _contextNumber;
   return OK;
@@ -66,8 +67,19 @@ Result<void> ParallelProgramGPUImpl::DispatchKernel(UInt32 countX, UInt32 countY
   if (!disableBarrier) OSTRA_RETURN_IF_ERROR(AddMemoryBarrier());
   const WorkGroupCounts counts = GetWorkGroupCounts(countX, countY, countZ, kernel.workGroupSize);
   if (counts.x == 0 || counts.y == 0 || counts.z == 0) return OK;
-  return RecordDispatch({countX, countY, countZ},
+  return RecordReported(kernel, {countX, countY, countZ},
                         [&] { return kernel.compute->Dispatch(counts.x, counts.y, counts.z); });
+}
+
+template <class Record>
+Result<void> ParallelProgramGPUImpl::RecordReported(const GpuKernel& kernel, const Vec3<UInt32>& invocations,
+                                                    Record&& record) {
+  if (!kernel.reports) return RecordDispatch(invocations, record);
+  const Vec3<UInt32> extents =
+      GetReportExtents(invocations, {kernel.workGroupSize.x, kernel.workGroupSize.y, kernel.workGroupSize.z});
+  OSTRA_RETURN_IF_ERROR(BeginReport(kernel, extents));
+  OSTRA_RETURN_IF_ERROR(RecordDispatch(invocations, record));
+  return EndReport(kernel, invocations, extents);
 }
 
 template <class Record>
@@ -119,8 +131,9 @@ Result<void> ParallelProgramGPUImpl::DispatchIndirectKernel(const InternedId& bu
   if (!disableBarrier) OSTRA_RETURN_IF_ERROR(AddMemoryBarrier());
   const DataBufferEntry* entry = FindBufferEntry(_buffers, buffer);
   if (!entry || !entry->_deviceBuffer) return OSTRA_ILLEGAL_STATE("trying to dispatch indirect from unknown buffer");
-  return RecordDispatch(
-      {}, [&] { return kernel.compute->DispatchIndirect(_current.GetCommandList(), *entry->_deviceBuffer, offset); });
+  return RecordReported(kernel, {}, [&] {
+    return kernel.compute->DispatchIndirect(_current.GetCommandList(), *entry->_deviceBuffer, offset);
+  });
 }
 
 Result<void> ParallelProgramGPUImpl::AddMemoryBarrier() {

@@ -15,8 +15,8 @@
 
 namespace ostra {
 
-class ParallelProgramGPUImpl final
-    : public Component<ParallelProgramGPUImpl, ParallelProgramInterface, DispatchTimesInterface> {
+class ParallelProgramGPUImpl final : public Component<ParallelProgramGPUImpl, ParallelProgramInterface,
+                                                      DispatchTimesInterface, KernelReportInterface> {
  public:
   static constexpr const char* kComponentName = "ParallelProgramGPUImpl";
 
@@ -96,6 +96,10 @@ class ParallelProgramGPUImpl final
 
   Result<void> MeasureDispatches(Bool isOn) override;
   Result<BaseArray<DispatchTime>> TakeDispatchTimes() override;
+  Result<void> SetReportOptions(const KernelReportOptions& options) override;
+  Result<void> SetPrintRoom(Int bytes) override;
+  void SetStepLimit(UInt32 steps) override { _prints.SetStepLimit(steps); }
+  Result<KernelPrints> TakePrints() override;
 
  private:
   // Context.
@@ -145,6 +149,15 @@ class ParallelProgramGPUImpl final
   // Dispatch. `record()` records one on the current context; it is timed when dispatches are measured.
   template <class Record>
   Result<void> RecordDispatch(const Vec3<UInt32>& invocations, Record&& record);
+  // The same; what the kernel reports is read, which waits for it.
+  template <class Record>
+  Result<void> RecordReported(const GpuKernel& kernel, const Vec3<UInt32>& invocations, Record&& record);
+
+  // Reports. Gives a kernel that has them a buffer for their words, and takes it from others.
+  Result<void> LinkReportBuffer(GpuKernel& kernel);
+  Result<void> BeginReport(const GpuKernel& kernel, const Vec3<UInt32>& extents);
+  // Errors: that of an assertion that does not hold; those of reading.
+  Result<void> EndReport(const GpuKernel& kernel, const Vec3<UInt32>& invocations, const Vec3<UInt32>& extents);
 
   // Buffers.
 
@@ -192,6 +205,8 @@ class ParallelProgramGPUImpl final
   HashMap<InternedId, Data> _evictedTextures;  // SamplingData with texels
   BaseArray<InternedId> _deleteOrder;
   NarrowTexels _narrow;
+  KernelPrintList _prints;
+  KernelReportOptions _reportOptions;  // of kernels that are added
   Bool _isMeasured = false;
   struct MeasuredDispatch {
     DispatchTime time;  // without begin and duration

@@ -346,6 +346,8 @@ std::string KernelFile::MakeHead() const {
   if (_usesGradient) head += "#include \"ostra/render/gradient.h\"\n";
   if (_options.isModule) head += "#include \"parallelprogram/program/kernel_registration.h\"\n";
   head += Join({"\n", kOpenNamespaces, "\n", _directives});
+  if (!_reportTable.empty())
+    head += Join({"struct OstraReportTable { static constexpr const char* kText = ", Quote(_reportTable), "; };\n"});
   if (_parameterLine == 0) head += Join({"struct ", kParameterStruct, " { ", MakeParameterRecords({}), " };\n"});
   return head;
 }

@@ -24,6 +24,8 @@ class KernelFile {
 
   // The DataTypes of structs in buffers, which stand behind the kernel's class (struct_types.h).
   void SetStructTypes(std::string text) { _structTypes = std::move(text); }
+  // What the kernel reports (kernellanguage/plain_form.h); empty: nothing.
+  void SetReportTable(std::string_view table) { _reportTable = table; }
   const std::vector<Parameter>& GetParameters() const { return _parameters; }
 
   // The whole C++ source; the wide forms (lane_forms.h) stand behind the kernel's class.
@@ -80,7 +82,7 @@ class KernelFile {
   std::set<std::string> _onceHeaders;  // paths of headers that are put in at most once
   std::vector<bool> _braces;           // open ones outside of parts; true for those of a namespace
   std::string _directives;             // GROUPSIZE and so on
-  std::string _structTypes;
+  std::string _structTypes, _reportTable;
   Kernel _kernel;
   std::vector<Parameter> _parameters;
   int _headerCount = 0;

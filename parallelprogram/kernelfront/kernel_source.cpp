@@ -81,6 +81,9 @@ Result<kernellanguage::AnalyzedKernel> Analyze(const kernellanguage::Source& sou
   return Error::Make(kIllegalArgumentError, message, kOstraUnit, __LINE__);
 }
 
+constexpr std::string_view kNeedsTheLanguage =
+    " is not of the kernel language, and only kernels of it are checked here";
+
 std::optional<Int> CountNoises(const kernellanguage::AnalyzedKernel& kernel) {
   const kernellanguage::SyntaxTree& tree = kernel.tree;
   Int count = 0;
@@ -118,13 +121,15 @@ struct KernelRead {
   // Of the plain form; null otherwise.
   const kernellanguage::SourceText* plain = nullptr;
   const kernellanguage::TextOrigin* origin = nullptr;
+  std::string_view reportTable = {};
 };
 
 // The kernel again, from its plain form. Ends in a Failure for what has none.
 template <class Use>
 auto ReadPlainKernel(const KernelSourceOptions& options, kernellanguage::AnalyzedKernel kernel, Use&& use)
     -> decltype(use(std::declval<const KernelRead&>())) {
-  kernellanguage::PlainForm form = kernellanguage::PrintPlainForm(kernel, {});
+  kernellanguage::PlainForm form =
+      kernellanguage::PrintPlainForm(kernel, {.hasReports = !options.isSilent, .hasChecks = options.isChecked});
   if (form.refusal) throw kernelfront::Failure{FormatRefusal(kernel.sources, *form.refusal)};
   auto origin = std::make_shared<kernellanguage::TextOrigin>();
   origin->sources = std::make_shared<kernellanguage::SourceMap>(std::move(kernel.sources));
@@ -140,7 +145,7 @@ auto ReadPlainKernel(const KernelSourceOptions& options, kernellanguage::Analyze
   source.origin = origin;
   OSTRA_ASSIGN_OR_RETURN(kernellanguage::AnalyzedKernel plain, Analyze(source));
   const kernellanguage::SourceText text{name, form.text, options.isHidden};
-  return use(KernelRead{file, plain, &text, origin.get()});
+  return use(KernelRead{file, plain, &text, origin.get(), form.reportTable});
 }
 
 // Reads and analyzes a kernel file; `use` gets both and gives the result. Ends in a Failure.
@@ -165,6 +170,7 @@ auto ReadKernel(const KernelSourceOptions& options, std::string_view text, Use&&
     return ReadPlainKernel(options, std::move(*kernel), use);
   }
   OSTRA_ASSIGN_OR_RETURN(kernellanguage::AnalyzedKernel kernel, Analyze(source));
+  if (kernel.IsUnderstood() && options.isChecked) return ReadPlainKernel(options, std::move(kernel), use);
   if (kernel.IsUnderstood() && kernel.resolved.firstUnprintable != kernellanguage::kNoNode)
     return ReadPlainKernel(options, std::move(kernel), use);
   return use(KernelRead{file, kernel});
@@ -179,27 +185,37 @@ Result<String> ReadAndPrint(const KernelSourceOptions& options, std::string_view
   });
 }
 
+// For what clients see of a kernel: its own parameters and structs.
+KernelSourceOptions WithoutReports(KernelSourceOptions options) {
+  options.isSilent = true;
+  options.isChecked = false;
+  return options;
+}
+
 }  // namespace
 
 Result<String> GenerateKernelSource(const KernelSourceOptions& options, std::string_view text) {
   return ReadAndPrint(options, text, [&options](const KernelRead& read) {
     read.file.SetStructTypes(kernelfront::MakeStructTypes(read.file, read.kernel));
+    read.file.SetReportTable(read.reportTable);
     const Bool hasGroups = read.kernel.IsUnderstood() && read.kernel.groups.isNeeded;
+    // What reports is not about speed.
+    const Bool isScalar = options.isScalar || !read.reportTable.empty();
     const std::string printed =
         hasGroups ? PrintGroups(read.file, read.kernel)
-                  : read.file.Print(options.isScalar ? "" : kernelfront::MakeLaneForms(read.file, read.kernel));
+                  : read.file.Print(isScalar ? "" : kernelfront::MakeLaneForms(read.file, read.kernel));
     return read.plain ? kernelfront::MapLines(printed, *read.plain, *read.origin) : printed;
   });
 }
 
 Result<String> GenerateStructHeader(const KernelSourceOptions& options, std::string_view text) {
-  return ReadAndPrint(options, text, [&options](const KernelRead& read) {
+  return ReadAndPrint(WithoutReports(options), text, [&options](const KernelRead& read) {
     return kernelfront::MakeStructHeader(options.classId, read.kernel);
   });
 }
 
 Result<String> GenerateClientHeader(const KernelSourceOptions& options, std::string_view text) {
-  return ReadAndPrint(options, text, [&](const KernelRead& read) {
+  return ReadAndPrint(WithoutReports(options), text, [&](const KernelRead& read) {
     return kernelfront::MakeClientHeader(options, read.file.GetKernelName(), text, read.kernel);
   });
 }
@@ -215,8 +231,11 @@ Result<void> FindKernelMistakes(const KernelSourceOptions& options, std::string_
 }
 
 Result<String> ExplainKernelLanes(const KernelSourceOptions& options, std::string_view text) {
-  return ReadAndPrint(options, text,
-                      [](const KernelRead& read) { return kernelfront::ExplainLaneForms(read.file, read.kernel); });
+  return ReadAndPrint(options, text, [](const KernelRead& read) {
+    return read.reportTable.empty() || read.kernel.groups.isNeeded
+               ? kernelfront::ExplainLaneForms(read.file, read.kernel)
+               : kernelfront::ExplainReports(read.kernel, read.reportTable);
+  });
 }
 
 Result<std::optional<Int>> CountKernelNoises(const KernelSourceOptions& options, std::string_view text) {
@@ -234,9 +253,15 @@ Result<std::optional<PlainKernel>> MakePlainKernel(const KernelSourceOptions& op
     KnownHeaders headers(options);
     OSTRA_ASSIGN_OR_RETURN(const kernellanguage::AnalyzedKernel kernel,
                            kernellanguage::AnalyzeKernel(MakeSource(options, text, headers)));
-    if (!kernel.IsUnderstood()) return std::nullopt;
-    if (kernel.resolved.extensions.empty() && kernelfront::KeepsLineRules(options, text)) return std::nullopt;
-    kernellanguage::PlainForm form = kernellanguage::PrintPlainForm(kernel, {.isForGpu = true});
+    if (!kernel.IsUnderstood()) {
+      if (!options.isChecked || !kernel.notUnderstood) return std::nullopt;
+      throw kernelfront::Failure{FormatRefusal(
+          kernel.sources, {kernel.notUnderstood->offset, Join({kernel.notUnderstood->reason, kNeedsTheLanguage})})};
+    }
+    if (!options.isChecked && kernel.resolved.extensions.empty() && kernelfront::KeepsLineRules(options, text))
+      return std::nullopt;
+    kernellanguage::PlainForm form = kernellanguage::PrintPlainForm(
+        kernel, {.isForGpu = true, .hasReports = !options.isSilent, .hasChecks = options.isChecked});
     if (form.refusal) throw kernelfront::Failure{FormatRefusal(kernel.sources, *form.refusal)};
     return kernelfront::SplitPlainForm(std::move(form), kernel.sources);
   });

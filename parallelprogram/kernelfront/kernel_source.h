@@ -37,6 +37,11 @@ struct KernelSourceOptions {
   // Leaves out the wide form: C++ for as many invocations at a time as the processor has lanes, which kernels have that
   // the front end understands.
   Bool isScalar = false;
+  // Leaves out PRINT and ASSERT, with all that they compute.
+  Bool isSilent = false;
+  // Checks indices, divisions and steps of loops (kernellanguage/plain_checks.cpp) of a kernel that the front end
+  // understands.
+  Bool isChecked = false;
   // Messages name the lines of the file and show none.
   Bool isHidden = false;
   // Finds the header that `includingFile` names in quotes. Nothing: the #include stays for the compiler.

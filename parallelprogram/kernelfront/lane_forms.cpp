@@ -1,5 +1,7 @@
 #include "parallelprogram/kernelfront/lane_forms.h"
 
+#include <algorithm>
+
 #include "parallelprogram/kernelfront/failure.h"
 #include "parallelprogram/kernellanguage/lane_code.h"
 
@@ -60,6 +62,30 @@ std::string ExplainLaneForms(const KernelFile& file, const kernellanguage::Analy
   return kernellanguage::FormatDiagnostic(kernel.sources, {.severity = kernellanguage::Severity::kNote,
                                                            .offset = code.refusal->offset,
                                                            .text = "no wide form because of " + code.refusal->reason});
+}
+
+std::string ExplainReports(const kernellanguage::AnalyzedKernel& kernel, std::string_view reportTable) {
+  // The first place: "kind", file, line, column, with tabs between them.
+  std::string_view site = reportTable.substr(std::min(reportTable.find('\n') + 1, reportTable.size()));
+  const std::string_view word = site.starts_with("print\t")    ? "PRINT"
+                                : site.starts_with("assert\t") ? "ASSERT"
+                                                               : "checks";
+  std::string_view fields[4];
+  for (std::string_view& field : fields) {
+    field = site.substr(0, site.find('\t'));
+    site.remove_prefix(std::min(field.size() + 1, site.size()));
+  }
+  const auto isThere = [&](kernellanguage::NodeIndex node) {
+    const kernellanguage::SourceLocation place = kernel.sources.Locate(kernel.tree.nodes[node].offset);
+    return place.file == fields[1] && std::to_string(place.line) == fields[2] &&
+           std::to_string(place.column) == fields[3];
+  };
+  kernellanguage::NodeIndex node = 0;
+  while (node < kernel.tree.nodes.size() && !isThere(node)) ++node;
+  if (node == kernel.tree.nodes.size()) node = kernel.tree.kernel;
+  return kernellanguage::FormatDiagnostic(kernel.sources, {.severity = kernellanguage::Severity::kNote,
+                                                           .offset = kernel.tree.nodes[node].offset,
+                                                           .text = Join({"no wide form because of ", word})});
 }
 
 std::string MakeLaneForms(const KernelFile& file, const kernellanguage::AnalyzedKernel& kernel) {

@@ -13,4 +13,7 @@ std::string MakeLaneForms(const KernelFile& file, const kernellanguage::Analyzed
 // Why there is none, as a note with its place, line and caret. Empty for a kernel that has one.
 std::string ExplainLaneForms(const KernelFile& file, const kernellanguage::AnalyzedKernel& kernel);
 
+// The same for a kernel that reports something, from its plain form.
+std::string ExplainReports(const kernellanguage::AnalyzedKernel& kernel, std::string_view reportTable);
+
 }  // namespace ostra::kernelfront

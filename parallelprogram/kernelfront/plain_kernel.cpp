@@ -79,6 +79,7 @@ PlainKernel SplitPlainForm(kernellanguage::PlainForm form, const SourceMap& sour
     auto& origins = lines.GetBegin(line) < form.headerSize ? plain.headerLines : plain.textLines;
     origins.push_back({static_cast<Int32>(std::max<Int>(file, 0)), sources.Locate(source).line});
   }
+  plain.reportTable = std::move(form.reportTable);
   plain.header = form.text.substr(0, form.headerSize);
   plain.text = form.text.substr(form.headerSize);
   return plain;

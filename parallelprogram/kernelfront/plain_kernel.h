@@ -17,6 +17,7 @@ struct PlainKernel {
   std::vector<std::string> files;  // the kernel file first
   std::vector<Int> lineCounts;     // of the files
   std::vector<Origin> headerLines, textLines;
+  std::string reportTable;  // what the kernel reports (parallelprogram/base/kernel_report.h); empty: nothing
 };
 
 // The plain form of the kernel file `text` for GPUs. Nothing for a file that needs none, or that the front end of the

@@ -135,6 +135,7 @@ class Parser {
   NodeIndex ReadJump(NodeKind kind);
   NodeIndex ReadSharedArray();
   NodeIndex ReadMakeLocal();
+  NodeIndex ReadReport();
   NodeIndex ReadExpressionStatement();
 
   // Expressions (parser_expressions.cpp).

@@ -86,6 +86,7 @@ NodeIndex Parser::ReadWordStatement() {
   if (Is("CPU_SCOPE_START")) return Stop(token.offset, "a part for the CPU only (CPU_SCOPE_START)");
   if (Is("GROUPSHAREDMEM")) return ReadSharedArray();
   if (Is("MAKELOCAL")) return ReadMakeLocal();
+  if ((Is("PRINT") || Is("ASSERT")) && Is("(", 1) && !_declared.contains(token.text)) return ReadReport();
   if (Is("KERNEL_RETURN")) return Stop(token.offset, "KERNEL_RETURN");
   if (Is("ADDNOISECALL") || Is("groupSharedBarrier")) {
     Take();
@@ -256,6 +257,31 @@ NodeIndex Parser::ReadMakeLocal() {
   if (!Expect(")")) return kNoNode;
   TakeIf(";");
   return Add(NodeKind::kMakeLocal, start.offset, name, {count, function});
+}
+
+// PRINT("text", value...); and ASSERT(condition, "text");
+NodeIndex Parser::ReadReport() {
+  const Token& start = Take();
+  const Token& open = Take();
+  const Bool isPrint = start.Is("PRINT");
+  std::string_view text;
+  const auto readText = [&] {
+    if (Peek().kind != TokenKind::kLiteral) return false;
+    text = Take().text;
+    return true;
+  };
+  Nodes children;
+  if (isPrint) {
+    if (!readText()) return Fail(Peek().offset, "PRINT begins with a text in quotes: PRINT(\"x = %v\", x)");
+    while (!IsBroken() && TakeIf(",")) children.push_back(ReadAssignment());
+  } else {
+    children.push_back(ReadAssignment());
+    if (!IsBroken() && TakeIf(",") && !readText())
+      return Fail(Peek().offset,
+                  "behind the condition ASSERT takes a text in quotes: ASSERT(x > 0, \"x is positive\")");
+  }
+  if (!ExpectClosing(")", open) || !ExpectSemicolon()) return kNoNode;
+  return Add(isPrint ? NodeKind::kPrint : NodeKind::kAssert, start.offset, text, children);
 }
 
 NodeIndex Parser::ReadExpressionStatement() {

@@ -146,12 +146,13 @@ std::string PlainPrinter::ValueItself(NodeIndex node, Binding& binding) {
           IsMatrix(_resolved.type[node]))
         return mark + ComputeMatrix(operation, _resolved.type[node], left, right);
       binding = Binding::kBinary;
-      return Join({Operand(child(0), operation, false), " ", mark, sign, " ", Operand(child(1), operation, true)});
+      return Join({Operand(child(0), operation, false), " ", mark, sign, " ",
+                   CheckDivisor(node, Operand(child(1), operation, true))});
     }
     case NodeKind::kAssign:
       CheckPlainPlace(child(0));
       binding = Binding::kAssignment;
-      return Join({Value(child(0), Binding::kUnary), " ", mark, sign, "= ", Expression(child(1))});
+      return Join({Value(child(0), Binding::kUnary), " ", mark, sign, "= ", CheckDivisor(node, Expression(child(1)))});
     case NodeKind::kConditional:
       binding = Binding::kConditional;
       return Join({Expression(child(0), Binding::kUnary), " ", mark, "? ", Expression(child(1), Binding::kUnary), " : ",
@@ -172,7 +173,8 @@ std::string PlainPrinter::ValueItself(NodeIndex node, Binding& binding) {
       if (_types.IsVector(_resolved.converted[child(0)]) && FindNumber(child(1)).value_or(4) < 4)
         return Join({Expression(child(0), Binding::kPostfix), mark, ".", GetComponentName(*FindNumber(child(1)))});
       if (IsElementOfTable(node)) return Join({mark, CallTable(node)});
-      return Join({Value(child(0), Binding::kPostfix), mark, "[", Expression(child(1), Binding::kComma), "]"});
+      return Join({Value(child(0), Binding::kPostfix), mark, "[",
+                   CheckIndex(node, Expression(child(1), Binding::kComma)), "]"});
     case NodeKind::kInitializerList:
       if (_types.IsVector(_resolved.type[node]) || IsMatrix(_resolved.type[node])) return mark + Construct(node, 0);
       return Join({mark, "{", List(node, 0), "}"});
@@ -291,6 +293,9 @@ std::string PlainPrinter::Call(NodeIndex node) {
                             {operands[1], _resolved.converted[operands[1]]});
     if (isSmall(operands[0])) return CallOfSmallMatrix(node);
   }
+  if (NeedsCheck(node))
+    return Join({_tree.GetName(node), "(", Expression(Child(node, 0)), ", ", Expression(Child(node, 1)), ", ",
+                 CheckLayer(node, Expression(Child(node, 2))), ")"});
   if (meaning.kind != MeaningKind::kFunction) return Join({_tree.GetName(node), "(", List(node, 0), ")"});
   std::string arguments = Arguments(node);
   // Arguments that are not given.
@@ -300,6 +305,7 @@ std::string PlainPrinter::Call(NodeIndex node) {
     if (value == kNoNode) continue;
     arguments += Join({arguments.empty() ? "" : ", ", Expression(value)});
   }
+  if (_reportingFunctions.contains(meaning.target)) arguments += Join({arguments.empty() ? "" : ", ", "ostraState"});
   return Join({NameOf(meaning.target), "(", arguments, ")"});
 }
 

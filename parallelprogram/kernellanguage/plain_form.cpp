@@ -70,13 +70,14 @@ std::string PlainPrinter::ParameterType(NodeIndex type) const {
 }
 
 void PlainPrinter::PrintParameters() {
-  if (_resolved.parameters.empty()) return;
+  if (_resolved.parameters.empty() && !_isReporting) return;
   Line({MarkOf(_tree.parameters), "#define KERNELINPUTS \\"});
   for (const NodeIndex parameter : _resolved.parameters) {
     const Bool isLast = parameter == _resolved.parameters.back();
     Line({"(", ParameterType(Child(parameter, 0)), ") ", MarkOf(parameter), _tree.GetName(parameter),
-          isLast ? "" : ", \\"});
+          isLast && !_isReporting ? "" : ", \\"});
   }
+  if (_isReporting) Line({"(Block<UInt32>) ostraReport"});
   _text += '\n';
 }
 
@@ -104,6 +105,8 @@ void PlainPrinter::PrintFunction(NodeIndex node) {
     parameters +=
         Join({i == 1 ? "" : ", ", written, " ", MarkOf(parameter), NameOf(parameter), ArraySizes(_types, type)});
   }
+  if (_reportingFunctions.contains(node))
+    parameters += Join({parameters.empty() ? "" : ", ", "INOUT OstraReport ostraState"});
   Line({"inline ", TypeName(_resolved.type[children[0]]), " ", MarkOf(node), NameOf(node), "(", parameters, ")"});
   Body(children.back());
   _text += '\n';
@@ -112,7 +115,18 @@ void PlainPrinter::PrintFunction(NodeIndex node) {
 void PlainPrinter::PrintKernel() {
   Line({MarkOf(_tree.kernel), "OSTRA_PARALLEL_KERNEL(", _tree.GetName(_tree.kernel), ", KERNELINPUTS)"});
   const std::size_t begin = _text.size() + std::string_view("{\n").size();
-  Body(Child(_tree.kernel, 0));
+  _isInKernel = true;
+  if (_isReporting) {
+    Line({"{"});
+    ++_depth;
+    PrintReportStart();
+    for (const NodeIndex statement : _tree.GetChildren(Child(_tree.kernel, 0))) Statement(statement);
+    PrintReportEnd();
+    --_depth;
+    Line({"}"});
+  } else {
+    Body(Child(_tree.kernel, 0));
+  }
   _text.insert(begin, DeclareGroupArrays());
   Line({"OSTRA_PARALLEL_KERNEL_END"});
 }
@@ -122,6 +136,7 @@ PlainForm PlainPrinter::Print() {
   FindUsed(_tree.kernel);
   FindUsed(_tree.parameters);
   FindNames();
+  FindReports();
   const auto items = _tree.GetChildren(_tree.root);
   const auto printAll = [&](std::initializer_list<NodeKind> kinds, auto&& print) {
     for (const NodeIndex item : items) {
@@ -131,6 +146,7 @@ PlainForm PlainPrinter::Print() {
   printAll({NodeKind::kStruct}, [&](NodeIndex item) {
     if (_isUsed[item]) PrintStruct(item);
   });
+  PrintReportStruct();
   const std::string structs = std::exchange(_text, {});
   printAll({NodeKind::kDeclaration}, [&](NodeIndex item) { PrintConstant(item); });
   const std::string constants = std::exchange(_text, {});
@@ -146,6 +162,7 @@ PlainForm PlainPrinter::Print() {
   form.refusal = std::move(_refusal);
   if (form.refusal) return form;
 
+  form.reportTable = MakeReportTable();
   TakeMarks(structs, form);
   form.headerSize = form.text.size();
   TakeMarks(Join({_text, constants, _helpers, body}), form);

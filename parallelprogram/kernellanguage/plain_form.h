@@ -23,10 +23,17 @@ struct PlainForm {
   std::size_t headerSize = 0;
   std::vector<TextMark> marks;           // in the order of their positions; the first is at 0
   std::optional<NotUnderstood> refusal;  // something that has no plain form; then there is no text
+  // What the kernel reports, for the host that reads its reports (parallelprogram/base/kernel_report.h); empty:
+  // nothing.
+  std::string reportTable;
 };
 
 struct PlainOptions {
   Bool isForGpu = false;
+  Bool hasReports = true;  // PRINT and ASSERT are compiled in; otherwise they are left out with all that they compute
+  // Indices of buffers and arrays, layers of textures, whole numbers that are divided by and steps of loops are
+  // checked.
+  Bool hasChecks = false;
 };
 
 // The kernel must be understood. Pure; thread-safe; throws std::bad_alloc.

@@ -25,7 +25,11 @@ std::string JoinList(const std::vector<std::string>& parts);  // "a, b"
 class PlainPrinter {
  public:
   PlainPrinter(const AnalyzedKernel& kernel, const PlainOptions& options)
-      : _tree(kernel.tree), _resolved(kernel.resolved), _types(kernel.resolved.types), _options(options) {}
+      : _sources(kernel.sources),
+        _tree(kernel.tree),
+        _resolved(kernel.resolved),
+        _types(kernel.resolved.types),
+        _options(options) {}
 
   PlainForm Print();
 
@@ -150,6 +154,46 @@ class PlainPrinter {
   std::string ApplyToComponents(std::string_view word, const Overload& overload);
   void WriteParts(std::string_view body);
 
+  // plain_reports.cpp: PRINT and ASSERT
+  enum class ReportUse : UInt8 { kPrint, kFailure, kAny };
+  Bool IsReport(NodeIndex node, ReportUse use) const;
+  // Whether such a report, or a call of one of these functions, is at or below `node`.
+  Bool Contains(NodeIndex node, const std::set<NodeIndex>& functions, ReportUse use) const;
+  void FindReports();
+  Int GetFirstFailure() const;
+  std::size_t AddSite(NodeIndex node, std::string_view kind, std::string_view types, std::string_view text);
+  std::string MakeReportTable() const;
+  std::vector<std::string_view> ListMembers() const;
+  void PrintReportStruct();
+  void PrintReportStart();
+  void PrintReportEnd();
+  void PrintReservation(const std::string& at, const std::string& size);
+  void PrintEnd(const std::string& at);
+  void PrintLoss(const std::string& count);
+  std::string RecordWord(const std::string& at, const std::string& number) const;
+  void PrintRecord(std::size_t site, const std::vector<std::string>& words);
+  void PrintRecords();
+  void PrintRecordsOf(NodeIndex node);
+  std::vector<std::string> MakeWords(const std::string& value, TypeIndex type) const;
+  std::string CallPrint(std::size_t site, const std::vector<std::string>& words);
+  std::string CallFail(std::size_t site, std::string_view first, std::string_view second);
+  void PrintStatement(NodeIndex node);
+  void AssertStatement(NodeIndex node);
+
+  // plain_checks.cpp: what checked kernels look at. Texts are given back as they are where nothing is checked.
+  Bool NeedsCheck(NodeIndex node) const;
+  Bool HasBarrier(NodeIndex node) const;
+  Bool IsDivision(NodeIndex node) const;
+  std::size_t AddCheck(NodeIndex node, std::string_view kind, std::string_view types, std::string_view text);
+  std::string IndexSize(NodeIndex node) const;
+  std::string CheckIndex(NodeIndex node, const std::string& index);
+  std::string CheckLayer(NodeIndex call, const std::string& layer);
+  std::string CallIndexCheck(NodeIndex node, TypeIndex type, std::size_t site, const std::string& index,
+                             const std::string& size);
+  std::string CheckDivisor(NodeIndex division, const std::string& divisor);
+  std::string CheckStep(NodeIndex loop, const std::string& condition);
+
+  const SourceMap& _sources;
   const SyntaxTree& _tree;
   const ResolvedTree& _resolved;
   const TypeTable& _types;
@@ -174,6 +218,12 @@ class PlainPrinter {
   std::vector<ChangedColumn> _changedColumns;     // that the statement writes back at its end
   std::map<std::string, TypeIndex> _groupArrays;  // by name
   std::optional<NotUnderstood> _refusal;
+  // By themselves or by what they call.
+  std::set<NodeIndex> _printingFunctions, _failingFunctions, _reportingFunctions;
+  std::map<NodeIndex, std::size_t> _checkSites;
+  Bool _isReporting = false, _hasFailures = false, _isInKernel = false;
+  std::string _sites;  // lines of the table
+  std::size_t _siteCount = 0;
 };
 
 }  // namespace ostra::kernellanguage

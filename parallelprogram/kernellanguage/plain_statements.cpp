@@ -39,6 +39,7 @@ void PlainPrinter::Declaration(NodeIndex node) {
     const std::string text = VariableText(variable);
     Line({constant, atomic, text, ";"});
     WriteBack();
+    PrintRecordsOf(variable);
   }
 }
 
@@ -52,9 +53,10 @@ std::string PlainPrinter::Place(NodeIndex node) {
       if (IsMatrix(_resolved.converted[Child(node, 0)])) return ColumnPlace(node);
       const std::string place = Place(Child(node, 0));
       const NodeIndex index = Child(node, 1);
-      if (IsSimple(index)) return Join({place, "[", Expression(index, Binding::kComma), "]"});
+      if (IsSimple(index)) return Join({place, "[", CheckIndex(node, Expression(index, Binding::kComma)), "]"});
       const std::string name = NewName("Index");
-      Line({"const ", TypeName(_resolved.converted[index]), " ", name, " = ", Expression(index), ";"});
+      Line(
+          {"const ", TypeName(_resolved.converted[index]), " ", name, " = ", CheckIndex(node, Expression(index)), ";"});
       return Join({place, "[", name, "]"});
     }
     case NodeKind::kName:
@@ -112,7 +114,8 @@ Bool PlainPrinter::WriteSwizzle(NodeIndex assignment) {
   Line({"{"});
   ++_depth;
   const std::string place = Place(Child(target, 0)), name = NewName("Value");
-  Line({"const ", TypeName(_resolved.converted[value]), " ", name, " = ", Expression(value), ";"});
+  Line({"const ", TypeName(_resolved.converted[value]), " ", name, " = ", CheckDivisor(assignment, Expression(value)),
+        ";"});
   const Bool isScalar = _types.IsScalar(_resolved.converted[value]);
   const std::string_view sign = GetSpelling(_tree.nodes[assignment].operation);
   for (UInt32 i = 0; i < _types[type].count; ++i) {
@@ -210,7 +213,8 @@ Bool PlainPrinter::WriteChange(NodeIndex assignment) {
     const Bool isOfScalars = _types.IsScalar(type) && _types.IsScalar(computed);
     if (computed != type && !isOfScalars) Refuse(assignment, "this change of a vector by numbers of another type");
     const std::string left = computed == type ? place : Join({TypeName(computed), "(", place, ")"});
-    const std::string sum = Join({left, " ", GetSpelling(operation), " ", Expression(value, Binding::kUnary)});
+    const std::string sum =
+        Join({left, " ", GetSpelling(operation), " ", CheckDivisor(assignment, Expression(value, Binding::kUnary))});
     changed = computed == type ? sum : Join({TypeName(type), "(", sum, ")"});
   }
   Line({MarkOf(assignment), place, " = ", changed, ";"});
@@ -265,25 +269,32 @@ void PlainPrinter::Statement(NodeIndex node) {
     case NodeKind::kDeclaration:
       return Declaration(node);
     case NodeKind::kExpressionStatement:
-      return ExpressionStatement(child(0));
+      ExpressionStatement(child(0));
+      return PrintRecordsOf(child(0));
     case NodeKind::kIf:
-      return If(node, "");
+      If(node, "");
+      return PrintRecordsOf(child(0));
     case NodeKind::kFor: {
       const std::string start = ForStart(child(0));
-      Line({MarkOf(node), "for (", start, "; ", child(1) == kNoNode ? "" : Expression(child(1), Binding::kComma), "; ",
+      const std::string condition = child(1) == kNoNode ? "" : Expression(child(1), Binding::kComma);
+      Line({MarkOf(node), "for (", start, "; ", CheckStep(node, condition), "; ",
             child(2) == kNoNode ? "" : Value(child(2), Binding::kComma), ")"});
-      return Body(child(3));
+      Body(child(3));
+      return PrintRecordsOf(node);
     }
     case NodeKind::kWhile:
-      Line({MarkOf(node), "while (", Expression(child(0), Binding::kComma), ")"});
-      return Body(child(1));
+      Line({MarkOf(node), "while (", CheckStep(node, Expression(child(0), Binding::kComma)), ")"});
+      Body(child(1));
+      return PrintRecordsOf(child(0));
     case NodeKind::kDoWhile:
       Line({MarkOf(node), "do"});
       Body(child(0));
-      return Line({"while (", Expression(child(1), Binding::kComma), ");"});
+      Line({"while (", CheckStep(node, Expression(child(1), Binding::kComma)), ");"});
+      return PrintRecordsOf(child(1));
     case NodeKind::kSwitch:
       Line({MarkOf(node), "switch (", Expression(child(0), Binding::kComma), ")"});
-      return Body(child(1));
+      Body(child(1));
+      return PrintRecordsOf(child(0));
     case NodeKind::kCase:
       return Line({MarkOf(node), "case ", Expression(child(0)), ":"});
     case NodeKind::kDefault:
@@ -293,12 +304,17 @@ void PlainPrinter::Statement(NodeIndex node) {
     case NodeKind::kContinue:
       return Line({MarkOf(node), "continue;"});
     case NodeKind::kReturn:
+      if (_isInKernel) PrintReportEnd();
       if (child(0) == kNoNode) return Line({MarkOf(node), "return;"});
       return Line({MarkOf(node), "return ", Expression(child(0), Binding::kComma), ";"});
     case NodeKind::kEmpty:
       return;
     case NodeKind::kNoiseMark:
       return Line({MarkOf(node), "ADDNOISECALL"});
+    case NodeKind::kPrint:
+      return PrintStatement(node);
+    case NodeKind::kAssert:
+      return AssertStatement(node);
     case NodeKind::kSharedArray:
       return Line({MarkOf(node), "GROUPSHAREDMEM(", TypeName(_resolved.type[child(0)]), ", ", NameOf(node), ", ",
                    Expression(child(1)), ")"});

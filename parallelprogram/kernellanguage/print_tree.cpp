@@ -197,6 +197,9 @@ class Printer {
       case NodeKind::kCase:
       case NodeKind::kReturn:
         return Line({kind, VarianceOf(node), " ", Expression(child(0))});
+      case NodeKind::kPrint:
+      case NodeKind::kAssert:
+        return Line({kind, " ", name, List("", node)});
       case NodeKind::kSharedArray:
         return Line({kind, " ", TypeName(child(0)), " ", name, " ", Expression(child(1))});
       case NodeKind::kMakeLocal:

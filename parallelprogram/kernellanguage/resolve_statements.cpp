@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "parallelprogram/kernellanguage/join.h"
 #include "parallelprogram/kernellanguage/resolver.h"
 
@@ -79,6 +81,14 @@ void Resolver::Statement(NodeIndex node) {
     case NodeKind::kSharedArray:
       SharedArray(node);
       break;
+    case NodeKind::kPrint:
+      Print(node);
+      break;
+    case NodeKind::kAssert:
+      Condition(child(0));
+      if (!IsStopped()) CheckReportText(node, 0);
+      Extend(node);
+      break;
     case NodeKind::kBarrier:
       _resolved.usesBarrier = true;
       break;
@@ -98,6 +108,53 @@ void Resolver::Condition(NodeIndex expression) {
     return;
   }
   SetConverted(expression, kBoolType);
+}
+
+// The text of a PRINT or ASSERT shows `count` values.
+void Resolver::CheckReportText(NodeIndex node, std::size_t count) {
+  const std::string_view text = NameOf(node), word = _tree.Is(node, NodeKind::kPrint) ? "PRINT" : "ASSERT";
+  if (text.empty()) return;
+  if (text.size() < 2 || text.front() != '"' || text.back() != '"') {
+    Fail(node, Join({"the text of ", word, " stands in double quotes, on one line"}));
+    return;
+  }
+  std::size_t values = 0;
+  for (std::size_t at = text.find('%'); at != std::string_view::npos; at = text.find('%', at + 2)) {
+    if (text[at + 1] == 'v') ++values;
+    if (text[at + 1] == 'v' || text[at + 1] == '%') continue;
+    Fail(node, Join({"\"%", text[at + 1] == '"' ? "" : text.substr(at + 1, 1),
+                     "\" in a text: every value is %v, and %% a percent sign"}));
+    return;
+  }
+  if (values == count) return;
+  const auto say = [](std::size_t number) {
+    return Join({std::to_string(number), number == 1 ? " value" : " values"});
+  };
+  Fail(node, Join({"the text of ", word, " shows ", say(values), " (%v), and there ", count == 1 ? "is " : "are ",
+                   say(count)}));
+}
+
+void Resolver::Print(NodeIndex node) {
+  std::size_t words = 0;
+  for (const NodeIndex value : _tree.GetChildren(node)) {
+    const TypeIndex type = Expression(value);
+    if (type == kUnknownType || IsStopped()) return;
+    const Bool isShown = IsScalar(type) || IsVector(type) || Get(type).kind == TypeKind::kMatrix;
+    if (!isShown || (GetSize(Get(type).scalar) > 4)) {
+      Fail(value,
+           Join({"PRINT shows numbers, bools, vectors and matrices of 32 bits at most, not a ", TypeName(type)}));
+      return;
+    }
+    const UInt32 count = std::max<UInt32>(Get(type).count, 1);
+    words += IsMatrix(type) ? count * count : count;
+  }
+  if (words > kMaxPrintedNumbers) {
+    Fail(node, Join({"a PRINT shows ", std::to_string(kMaxPrintedNumbers), " numbers at most, and this one ",
+                     std::to_string(words)}));
+    return;
+  }
+  CheckReportText(node, _tree.GetChildren(node).size());
+  Extend(node);
 }
 
 void Resolver::For(NodeIndex node) {

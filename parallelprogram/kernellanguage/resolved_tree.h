@@ -31,6 +31,7 @@
 //   typedef struct { } S;   kStruct with kIsCppOnly; a kType with it is written "struct S"
 //   typedef float4 Colour;  kPrototype; a kType with it has the type itself
 //   [unroll] for (...)      a statement with kIsExtended
+//   PRINT("%v", x), ASSERT(x > 0)    kPrint, kAssert: reports (plain_reports.cpp)
 //   const float k = 1.0;    kDeclaration outside of functions
 //   float F(float x) {      kFunction with kIsCppOnly: not inline, or the brace on the same line
 //   float F(float x);       kPrototype, which says nothing that its kFunction does not
@@ -64,6 +65,9 @@ struct Meaning {
   UInt32 number = 0;
   NodeIndex target = kNoNode;
 };
+
+// Of the values of one PRINT together.
+inline constexpr std::size_t kMaxPrintedNumbers = 60;
 
 // Of the number of a kSwizzle.
 constexpr UInt32 GetSwizzleCount(UInt32 number) { return number >> 8; }

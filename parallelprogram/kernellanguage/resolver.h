@@ -85,6 +85,8 @@ class Resolver {
   void Switch(NodeIndex node);
   void Return(NodeIndex node);
   void SharedArray(NodeIndex node);
+  void Print(NodeIndex node);
+  void CheckReportText(NodeIndex node, std::size_t count);
 
   // Expressions (resolve_expressions.cpp).
   TypeIndex Expression(NodeIndex node);

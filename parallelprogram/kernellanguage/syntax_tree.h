@@ -62,6 +62,8 @@ enum class NodeKind : UInt8 {
   kEmpty,
   kSharedArray,  // GROUPSHAREDMEM(type, name, size): name; [type, size]
   kMakeLocal,    // MAKELOCAL(name, count, function): name; [count, kName]
+  kPrint,        // PRINT("text", value...): name: the text with its quotes; [value...]
+  kAssert,       // ASSERT(condition, "text"): name: the text with its quotes, or ""; [condition]
   kBarrier,      // groupSharedBarrier
 
   // Expressions.

@@ -182,6 +182,10 @@ class Analyzer {
       case NodeKind::kSharedArray:
         Raise(node, kVarying, kNoNode);
         break;
+      case NodeKind::kPrint:
+      case NodeKind::kAssert:
+        for (const NodeIndex value : _tree.GetChildren(node)) Value(value);
+        break;
       default:
         break;
     }

@@ -212,6 +212,9 @@ constexpr Word kWords[] = {
     {"GROUPSHAREDMEM", kStatement, Id::kOther, "", "declares an array in group memory"},
     {"MAKELOCAL", kStatement, Id::kOther, "", "copies elements of a buffer into group memory"},
     {"groupSharedBarrier", kStatement, Id::kOther, "", "waits for the invocations of the group"},
+    {"PRINT", kStatement, Id::kPrint, "", "PRINT(\"x = %v\", x): shows values, for the invocation and the line", true},
+    {"ASSERT", kStatement, Id::kAssert, "", "ASSERT(condition, \"text\"): an error of the dispatch unless it holds",
+     true},
     // Qualifiers.
     {"INOUT", kQualifier, Id::kOther, "", "a parameter that the function changes"},
     {"inout", kQualifier, Id::kOther, "", "a parameter that the function changes"},

@@ -39,6 +39,9 @@ enum class WordId : UInt16 {
   kPassBuffer,
   kAtomicCounter,
   kLocalData,
+  // reports
+  kPrint,
+  kAssert,
   // textures, noises, gradients
   kSampleTexture,
   kSampleTextureLayer,

@@ -27,13 +27,14 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::vector<std::string> MakeFlags(const std::string& headerFolder, const KernelModuleOptions& options) {
+std::vector<std::string> MakeFlags(const std::string& headerFolder, const KernelModuleOptions& options,
+                                   Bool isCheckedByCompiler) {
   std::vector<std::string> flags = {"-std=c++20",    "-fPIC",    "-fvisibility=hidden",
                                     "-march=native", "-DNDEBUG", "-I" + headerFolder};
   for (const char* group : {"all", options.isFast ? "fast" : "exact"}) {
     for (std::string& flag : GetKernelFlags(group)) flags.push_back(std::move(flag));
   }
-  if (options.isChecked) {
+  if (isCheckedByCompiler) {
     for (const char* flag : {"-DOSTRA_CHECK_KERNEL_INDICES", "-DOSTRA_CHECK_KERNEL_ARRAYS", "-fsanitize=bounds",
                              "-fno-sanitize-recover=bounds"})
       flags.emplace_back(flag);
@@ -82,15 +83,20 @@ Result<Recipe> MakeRecipe(const KernelModuleOptions& options) {
   Recipe recipe;
   {
     const Step step(options, KernelBuildStep::kFrontEnd);
-    OSTRA_ASSIGN_OR_RETURN(recipe.source, ReadKernelSource(KernelFile{options.kernelFile, options.templateArgument,
-                                                                      options.classId, options.text}));
+    OSTRA_ASSIGN_OR_RETURN(recipe.source, ReadKernelSource({.file = options.kernelFile,
+                                                            .templateArgument = options.templateArgument,
+                                                            .classId = options.classId,
+                                                            .text = options.text,
+                                                            .isSilent = options.isSilent,
+                                                            .isChecked = options.isChecked && !options.isDebugged}));
   }
   OSTRA_ASSIGN_OR_RETURN(recipe.cache, OpenCacheFolder(options.cacheFolder));
   OSTRA_ASSIGN_OR_RETURN(recipe.compiler, FindCompiler());
   OSTRA_ASSIGN_OR_RETURN(const std::string headerFolder, FindHeaderFolder());
   const CompilerFamily family = FindFamily(recipe.compiler);
   recipe.command = recipe.compiler.command;
-  for (const auto& switches : {MakeFlags(headerFolder, options), GetMessageSwitches(family)})
+  const Bool isCheckedByCompiler = options.isChecked && !recipe.source.isChecked;
+  for (const auto& switches : {MakeFlags(headerFolder, options, isCheckedByCompiler), GetMessageSwitches(family)})
     recipe.command.insert(recipe.command.end(), switches.begin(), switches.end());
   CacheKey key;
   key.Add(recipe.compiler.stamp);

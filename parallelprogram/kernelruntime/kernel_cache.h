@@ -31,6 +31,8 @@ struct KernelModuleOptions {
   // Lets the kernel end the process with a message at an index outside of a buffer, an array or the layers of a
   // texture.
   Bool isChecked = false;
+  // Leaves out PRINT and ASSERT.
+  Bool isSilent = false;
   // Makes a module that debuggers step through: without optimisation, one invocation after the other.
   Bool isDebugged = false;
   // Compiles the kernel though the cache has a module of it.

@@ -81,7 +81,17 @@ auto ReadFor(const KernelFile& kernel, Step&& step, Bool* hasEncodedFiles = null
 
 Result<KernelSource> ReadKernelSource(const KernelFile& kernel) {
   KernelSource source;
-  OSTRA_ASSIGN_OR_RETURN(source.text, ReadFor(kernel, GenerateKernelSource, &source.hasEncodedFiles));
+  const auto generate = [&](KernelSourceOptions options, std::string_view text) {
+    options.isSilent = kernel.isSilent;
+    options.isChecked = kernel.isChecked;
+    auto made = GenerateKernelSource(options, text);
+    source.isChecked = kernel.isChecked && made;
+    if (made || !kernel.isChecked) return made;
+    // The compiler's checks are left (kernel_cache.cpp).
+    options.isChecked = false;
+    return GenerateKernelSource(options, text);
+  };
+  OSTRA_ASSIGN_OR_RETURN(source.text, ReadFor(kernel, generate, &source.hasEncodedFiles));
   OSTRA_RETURN_IF_ERROR(CheckLimits(kernel.file, source.text.GetView()));
   return source;
 }

@@ -12,6 +12,7 @@ struct KernelSource {
   String text;
   // The kernel file or a header is encoded, so that its lines cannot be shown from the file.
   Bool hasEncodedFiles = false;
+  Bool isChecked = false;  // checks that were asked for are in the text
 };
 
 struct KernelFile {
@@ -20,6 +21,8 @@ struct KernelFile {
   std::string classId = {};           // empty: the name of the file
   // What stands in place of the file's contents, which is then not read.
   std::optional<std::string> text = {};
+  Bool isSilent = false;   // PRINT and ASSERT are left out
+  Bool isChecked = false;  // checks are put into a kernel that the front end understands
 };
 
 // The source of a plug-in module with the one kernel class. Errors: those of reading the file; illegal argument with

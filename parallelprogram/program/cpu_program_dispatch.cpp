@@ -212,6 +212,12 @@ Result<void> ParallelProgramCPUImpl::DispatchKernel(UInt32 countX, UInt32 countY
 }
 
 Result<void> ParallelProgramCPUImpl::RunDispatch(UInt32 countX, UInt32 countY, UInt32 countZ) {
+  if (_activeKernel && _activeKernel->reports) [[unlikely]]
+    return RunReported(*_activeKernel, {countX, countY, countZ});
+  return RunUnreported(countX, countY, countZ);
+}
+
+Result<void> ParallelProgramCPUImpl::RunUnreported(UInt32 countX, UInt32 countY, UInt32 countZ) {
   return countY == 1 && countZ == 1 ? DispatchKernelSimple(countX) : DispatchKernelComplex(countX, countY, countZ);
 }
 

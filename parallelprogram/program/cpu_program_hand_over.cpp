@@ -41,6 +41,7 @@ const KernelDeclaration* ParallelProgramCPUImpl::FindDeclaration(KernelEntry& en
 const KernelDeclaration* ParallelProgramCPUImpl::FindUnset(const KernelEntry& entry) {
   for (const KernelDeclaration& declaration : entry.GetDeclarations()) {
     const Data* value = entry.uniforms.FindData(declaration.name);
+    if (declaration.name.GetView() == kReportBuffer) continue;  // the program gives it with each dispatch
     if (!declaration.isRequired || (value && ParameterChecks::TakesValue(declaration, value->GetType()))) continue;
     const auto sets = [&](const HandedOver& given) { return given.name == declaration.name && given.resource; };
     if (std::none_of(entry.handedOver.begin(), entry.handedOver.end(), sets)) return &declaration;

@@ -10,6 +10,7 @@
 #include "parallelprogram/program/kernel_group_interface.h"
 #include "parallelprogram/program/kernel_interface.h"
 #include "parallelprogram/program/kernel_range_interface.h"
+#include "parallelprogram/program/kernel_report.h"
 #include "parallelprogram/program/parallel_program.h"
 #include "parallelprogram/program/parameter_checks.h"
 #include "parallelprogram/program/unknown_names.h"
@@ -20,8 +21,8 @@ namespace ostra {
 // The slot of a buffer's array. Tables and links hold its address, so a buffer that is resized stays linked.
 using BufferSlot = Array<Generic>;
 
-class ParallelProgramCPUImpl final
-    : public Component<ParallelProgramCPUImpl, ParallelProgramInterface, DispatchTimesInterface> {
+class ParallelProgramCPUImpl final : public Component<ParallelProgramCPUImpl, ParallelProgramInterface,
+                                                      DispatchTimesInterface, KernelReportInterface> {
  public:
   static constexpr const char* kComponentName = "ParallelProgramCPUImpl";
 
@@ -98,6 +99,10 @@ class ParallelProgramCPUImpl final
 
   Result<void> MeasureDispatches(Bool isOn) override;
   Result<BaseArray<DispatchTime>> TakeDispatchTimes() override;
+  Result<void> SetReportOptions(const KernelReportOptions& options) override;
+  Result<void> SetPrintRoom(Int bytes) override;
+  void SetStepLimit(UInt32 steps) override { _prints.SetStepLimit(steps); }
+  Result<KernelPrints> TakePrints() override;
 
  private:
   struct BufferNode : ListNode<BufferNode> {
@@ -133,6 +138,8 @@ class ParallelProgramCPUImpl final
     KernelGroupInterface* groups = nullptr;              // when its invocations exchange values
     KernelDeclarationInterface* declarations = nullptr;  // the same for its declarations
     const KernelDeclaration* unset = nullptr;            // what the kernel needs and does not have
+    std::optional<KernelReportTable> reports;            // of a kernel that reports something
+    BaseArray<UInt32> reportWords;                       // that it writes
     UnknownNames unknownNames;
     InvocationCost cost;
     BaseArray<Block<Generic>> bufferBlocks;
@@ -184,6 +191,9 @@ class ParallelProgramCPUImpl final
   void HandOverResized(const BufferSlot& slot);
 
   Result<void> RunDispatch(UInt32 countX, UInt32 countY, UInt32 countZ);
+  Result<void> RunUnreported(UInt32 countX, UInt32 countY, UInt32 countZ);
+  // The same, for a kernel that reports something. Errors also: that of what it reports.
+  Result<void> RunReported(KernelEntry& entry, const Vec3<UInt32>& invocations);
   Result<void> MeasureDispatch(UInt32 countX, UInt32 countY, UInt32 countZ);
   Result<void> DispatchKernelSimple(UInt32 count);
   Result<void> DispatchKernelComplex(UInt32 countX, UInt32 countY, UInt32 countZ);
@@ -198,6 +208,7 @@ class ParallelProgramCPUImpl final
   InternedId _activeKernelId;
   Bool _isMeasured = false;
   BaseArray<DispatchTime> _dispatchTimes;
+  KernelPrintList _prints;
   InternedId _noiseDataName;
   BaseArray<InternedId> _noiseModeNames;
   BaseArray<InternedId> _noiseSeedNames;

@@ -37,9 +37,9 @@ Result<void> ParallelProgramCPUImpl::CreateKernelObject(KernelEntry& entry, cons
   entry.groups = ostra::FindInterface<KernelGroupInterface>(*kernel);
   entry.declarations = ostra::FindInterface<KernelDeclarationInterface>(*kernel);
   entry.kernel = std::move(kernel);
-  entry.unset = nullptr;
-  for (const KernelDeclaration& declaration : entry.GetDeclarations()) {
-    if (!entry.unset && declaration.isRequired) entry.unset = &declaration;
+  entry.unset = FindUnset(entry);
+  if (const char* const table = entry.declarations ? entry.declarations->GetReportTable() : nullptr) {
+    OSTRA_ASSIGN_OR_RETURN(entry.reports, KernelReportTable::Parse(table));
   }
   return OK;
 }

@@ -17,13 +17,14 @@
 
 namespace ostra::kernel {
 
-template <class GroupSize, class Granularity, class SingleThreadedThreshold>
+template <class GroupSize, class Granularity, class SingleThreadedThreshold, class ReportTable>
 struct Tuning {
   static_assert(GroupSize::kX >= 1 && GroupSize::kY >= 1 && GroupSize::kZ >= 1,
                 "Every component of GROUPSIZE must be at least 1.");
   using Group = GroupSize;
   static constexpr Int kGranularity = Granularity::kValue;
   static constexpr Int kSingleThreadedThreshold = SingleThreadedThreshold::kValue;
+  static constexpr const char* kReportTable = ReportTable::kText;
 };
 
 // A parameter as a record names it (kernel_parameters.h).
@@ -61,6 +62,7 @@ class KernelClass : public KernelBase<Derived, KernelRangeInterface, KernelDecla
   }
 
   const BaseArray<KernelDeclaration>& GetDeclarations() const override { return _declarations; }
+  const char* GetReportTable() const override { return Tuning::kReportTable; }
 
   Result<void> Kernel(const Vec3<UInt32>& global, const Vec3<UInt32>& local, const Vec3<UInt32>& group) override {
     const Body body(_values);

@@ -25,6 +25,9 @@ class KernelDeclarationInterface : public ObjectInterface {
 
   // All parameters in the order of their declaration; valid as long as the object, once Init has succeeded.
   virtual const BaseArray<KernelDeclaration>& GetDeclarations() const = 0;
+  // What the kernel reports (kernel_report.h); null for one that reports nothing. Such a kernel declares the buffer
+  // kReportBuffer, which the program gives it.
+  virtual const char* GetReportTable() const { return nullptr; }
 };
 
 }  // namespace ostra

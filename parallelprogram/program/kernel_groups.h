@@ -68,6 +68,7 @@ class GroupKernelClass : public KernelBase<Derived, KernelGroupInterface, Kernel
   }
 
   const BaseArray<KernelDeclaration>& GetDeclarations() const override { return _declarations; }
+  const char* GetReportTable() const override { return Tuning::kReportTable; }
 
   Result<void> Kernel(const Vec3<UInt32>&, const Vec3<UInt32>&, const Vec3<UInt32>&) override {
     return Error::Make(kIllegalStateError, "The invocations of this kernel exchange values: it runs whole groups.",
@@ -96,17 +97,18 @@ class GroupKernelClass : public KernelBase<Derived, KernelGroupInterface, Kernel
 }  // namespace ostra::kernel
 
 // The class of a kernel that runs whole groups; the members of its body follow in braces.
-#define OSTRA_GROUP_KERNEL_CLASS(name, ...)                                                                         \
-  struct name##Body;                                                                                                \
-  class name final : public ::ostra::kernel::GroupKernelClass<                                                      \
-                         name, __VA_ARGS__, name##Body,                                                             \
-                         ::ostra::kernel::Tuning<OstraGroupSize, OstraGranularity, OstraSingleThreadedThreshold>> { \
-   public:                                                                                                          \
-    static constexpr const char* kComponentName = #name;                                                            \
-  };                                                                                                                \
-  struct name##Values : __VA_ARGS__ {                                                                               \
-    explicit name##Values(const __VA_ARGS__& values) : __VA_ARGS__(values) {}                                       \
-    [[maybe_unused]] static constexpr ::ostra::Vec3<::ostra::UInt32> InWorkGroupSize{                               \
-        OstraGroupSize::kX, OstraGroupSize::kY, OstraGroupSize::kZ};                                                \
-  };                                                                                                                \
+#define OSTRA_GROUP_KERNEL_CLASS(name, ...)                                                                      \
+  struct name##Body;                                                                                             \
+  class name final : public ::ostra::kernel::GroupKernelClass<                                                   \
+                         name, __VA_ARGS__, name##Body,                                                          \
+                         ::ostra::kernel::Tuning<OstraGroupSize, OstraGranularity, OstraSingleThreadedThreshold, \
+                                                 OstraReportTable>> {                                            \
+   public:                                                                                                       \
+    static constexpr const char* kComponentName = #name;                                                         \
+  };                                                                                                             \
+  struct name##Values : __VA_ARGS__ {                                                                            \
+    explicit name##Values(const __VA_ARGS__& values) : __VA_ARGS__(values) {}                                    \
+    [[maybe_unused]] static constexpr ::ostra::Vec3<::ostra::UInt32> InWorkGroupSize{                            \
+        OstraGroupSize::kX, OstraGroupSize::kY, OstraGroupSize::kZ};                                             \
+  };                                                                                                             \
   struct name##Body : name##Values

@@ -38,6 +38,10 @@ struct OstraGranularity {
 struct OstraSingleThreadedThreshold {
   static constexpr Int kValue = 0;
 };
+// The front step puts one in front of a kernel that reports something.
+struct OstraReportTable {
+  static constexpr const char* kText = nullptr;
+};
 
 // What a body sees under the name of a group-shared array.
 template <class T>
@@ -79,24 +83,25 @@ struct GroupMemory {
 #define FP_KERNEL_END OSTRA_PARALLEL_KERNEL_END
 
 // The class of a kernel and the head of its body, which follows in braces.
-#define OSTRA_KERNEL_CLASS(name, parameters, usesLinearInvocation, result)                                          \
-  struct name##Body;                                                                                                \
-  class name final : public ::ostra::kernel::KernelClass<                                                           \
-                         name, parameters, name##Body,                                                              \
-                         ::ostra::kernel::Tuning<OstraGroupSize, OstraGranularity, OstraSingleThreadedThreshold>> { \
-   public:                                                                                                          \
-    static constexpr const char* kComponentName = #name;                                                            \
-    OSTRA_KERNEL_STEPS(name##Body)                                                                                  \
-  };                                                                                                                \
-  struct name##Body : parameters {                                                                                  \
-    explicit name##Body(const parameters& values) : parameters(values) {}                                           \
-    [[maybe_unused]] static constexpr ::ostra::Bool kUsesLinearInvocation = usesLinearInvocation;                   \
-    [[maybe_unused]] static constexpr ::ostra::Vec3<::ostra::UInt32> InWorkGroupSize{                               \
-        OstraGroupSize::kX, OstraGroupSize::kY, OstraGroupSize::kZ};                                                \
-    OSTRA_KERNEL_BODY result Run([[maybe_unused]] const ::ostra::Vec3<::ostra::UInt32>& InGlobalInvocationID,       \
-                                 [[maybe_unused]] const ::ostra::Vec3<::ostra::UInt32>& InLocalInvocationID,        \
-                                 [[maybe_unused]] const ::ostra::Vec3<::ostra::UInt32>& InWorkGroupID,              \
-                                 [[maybe_unused]] ::ostra::UInt32 ostraLinearInvocation,                            \
+#define OSTRA_KERNEL_CLASS(name, parameters, usesLinearInvocation, result)                                             \
+  struct name##Body;                                                                                                   \
+  class name final                                                                                                     \
+      : public ::ostra::kernel::KernelClass<name, parameters, name##Body,                                              \
+                                            ::ostra::kernel::Tuning<OstraGroupSize, OstraGranularity,                  \
+                                                                    OstraSingleThreadedThreshold, OstraReportTable>> { \
+   public:                                                                                                             \
+    static constexpr const char* kComponentName = #name;                                                               \
+    OSTRA_KERNEL_STEPS(name##Body)                                                                                     \
+  };                                                                                                                   \
+  struct name##Body : parameters {                                                                                     \
+    explicit name##Body(const parameters& values) : parameters(values) {}                                              \
+    [[maybe_unused]] static constexpr ::ostra::Bool kUsesLinearInvocation = usesLinearInvocation;                      \
+    [[maybe_unused]] static constexpr ::ostra::Vec3<::ostra::UInt32> InWorkGroupSize{                                  \
+        OstraGroupSize::kX, OstraGroupSize::kY, OstraGroupSize::kZ};                                                   \
+    OSTRA_KERNEL_BODY result Run([[maybe_unused]] const ::ostra::Vec3<::ostra::UInt32>& InGlobalInvocationID,          \
+                                 [[maybe_unused]] const ::ostra::Vec3<::ostra::UInt32>& InLocalInvocationID,           \
+                                 [[maybe_unused]] const ::ostra::Vec3<::ostra::UInt32>& InWorkGroupID,                 \
+                                 [[maybe_unused]] ::ostra::UInt32 ostraLinearInvocation,                               \
                                  [[maybe_unused]] ::ostra::Bool ostraIsInside) const
 
 // What the front step adds to a kernel with a guard: invocations from UNIFORM(name) on have nothing to do, and those

@@ -36,6 +36,7 @@ struct WrittenSource {
   BaseArray<Url> files;                      // the parsed file first
   BaseArray<Int> lineCounts;                 // of the files
   ShaderTextOrigins headerLines, textLines;  // in `files`; line 0 where a line stands for none
+  String reportTable;                        // what the kernel reports (program/kernel_report.h); empty: nothing
 };
 
 class ShaderParser final : public RefCounted<ShaderParser> {

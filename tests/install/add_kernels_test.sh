@@ -31,6 +31,6 @@ expect 'there is no target "ap"' 'ostra_add_kernels(ap a.krn)'
 expect 'ostra_add_kernels(app): there are no kernel files' 'ostra_add_kernels(app)'
 expect 'ostra_add_kernels(app): there are no kernel files' 'ostra_add_kernels(app FAST)'
 expect 'ostra_add_kernels(app): there is no kernel file' 'ostra_add_kernels(app a.krn b.krn)'
-expect 'ostra_add_kernels(app): there is no option FASTER; the options are FAST, SCALAR and TYPE' \
+expect 'ostra_add_kernels(app): there is no option FASTER; the options are FAST, SCALAR, SILENT, CHECKED and TYPE' \
   'ostra_add_kernels(app a.krn FASTER)'
 expect 'ostra_add_kernels(app): TYPE needs a value' 'ostra_add_kernels(app a.krn TYPE)'

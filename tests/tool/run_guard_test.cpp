@@ -131,8 +131,8 @@ TEST_F(RunGuardTest, ReadingBehindTheEndIsFoundToo) {
 TEST_F(RunGuardTest, ACheckedKernelNamesLineIndexAndBuffer) {
   const ToolResult behind = Fill("0", "3", {"--checked"});
   ExpectOneLine(behind, kFailed);
-  EXPECT_THAT(behind.errors, EndsWith("net.example.fill.krn:16: error: index 2 is outside the 2 elements of the buffer "
-                                      "\"target\"\n"));
+  EXPECT_THAT(behind.errors, EndsWith("net.example.fill.krn:16:26: error: index 2 is outside the 2 elements of the "
+                                      "buffer \"target\", in invocation 0\n"));
   EXPECT_THAT(Fill("-1", "1", {"--checked"}).errors, HasSubstr("index -1 is outside the 2 elements"));
 }
 
@@ -156,10 +156,15 @@ TEST_F(RunGuardTest, ACheckedKernelIsKeptBesideTheOther) {
   EXPECT_THAT(isCompiled({"--checked"}), HasSubstr("\"compiled\": false"));
 }
 
-TEST_F(RunGuardTest, ChecksNeedTheCpu) {
-  const ToolResult result = Fill("0", "1", {"--checked", "--backend", "gpu"});
-  ExpectOneLine(result, kBadUsage);
-  EXPECT_THAT(result.errors, HasSubstr("--checked: kernels are checked on the CPU only"));
+TEST_F(RunGuardTest, TheGpuSaysTheSameOfACheckedKernel) {
+  if (Fill("0", "1", {"--backend", "gpu"}).exitStatus != kDone)
+    GTEST_SKIP() << "There is no GPU device on this machine.";
+  std::filesystem::remove(_folder / "out.csv");
+  for (const char* count : {"3", "1000"}) {
+    const ToolResult result = Fill("0", count, {"--checked", "--backend", "gpu"});
+    ExpectOneLine(result, kFailed);
+    EXPECT_EQ(result.errors, Fill("0", count, {"--checked"}).errors);
+  }
 }
 
 TEST_F(RunGuardTest, ExchangesNeedSeveralDispatches) {
@@ -202,10 +207,12 @@ TEST_F(RunGuardTest, CheckedKernelsStopAtIndicesOutsideOfTheirArrays) {
   };
   const ToolResult outside = run("int(i % 8u)");
   ExpectOneLine(outside, kFailed);
-  EXPECT_THAT(outside.errors, testing::MatchesRegex(".*body.krn:8: error: index [4-7] is outside of the array\n"));
+  EXPECT_THAT(outside.errors, testing::MatchesRegex(".*body.krn:8:[0-9]+: error: index 4 is outside the 4 elements of "
+                                                    "the array \"a\", in invocation 4\n"));
   const ToolResult below = run("int(i % 4u) - 1");
   ExpectOneLine(below, kFailed);
-  EXPECT_THAT(below.errors, EndsWith("error: index -1 is outside of the array\n"));
+  EXPECT_THAT(below.errors,
+              EndsWith("error: index -1 is outside the 4 elements of the array \"a\", in invocation 0\n"));
   EXPECT_EQ(run("int(i % 4u)").exitStatus, kDone);
 }
 
@@ -225,7 +232,9 @@ TEST_F(RunGuardTest, CheckedKernelsThatExchangeValuesStopAtIndicesOutside) {
   EXPECT_THAT(memory.errors, HasSubstr("\"row\""));
   const ToolResult buffer = run("n", "n + 99999u");
   ExpectOneLine(buffer, kFailed);
-  EXPECT_THAT(buffer.errors, EndsWith("error: index 100000 is outside the 100000 elements of the buffer \"target\"\n"));
+  EXPECT_THAT(
+      buffer.errors,
+      EndsWith("error: index 100000 is outside the 100000 elements of the buffer \"target\", in invocation 1\n"));
   EXPECT_EQ(run("n", "n").exitStatus, kDone);
 }
 
@@ -243,8 +252,8 @@ TEST_F(RunGuardTest, CheckedKernelsStopAtLayersThatATextureDoesNotHave) {
   std::filesystem::remove(_folder / "out.csv");
   const ToolResult outside = run("3");
   ExpectOneLine(outside, kFailed);
-  EXPECT_THAT(outside.errors,
-              EndsWith("layers.krn:11: error: layer 2 is outside the 2 layers of the texture \"sheets\"\n"));
+  EXPECT_THAT(outside.errors, testing::MatchesRegex(".*layers.krn:11:[0-9]+: error: layer 2 is outside the 2 layers of "
+                                                    "the texture \"sheets\", in invocation 2\n"));
 }
 
 TEST_F(RunGuardTest, WhatChecksDoNotFindIsNotAnsweredWithTheAdviceToCheck) {

@@ -8,6 +8,7 @@
 #include "ostra/object/class.h"
 #include "ostra/render/render_noise.h"
 #include "parallelprogram/program/kernel_interface.h"
+#include "parallelprogram/program/kernel_report.h"
 
 OSTRA_UNIT("kernel_parameters");
 
@@ -57,6 +58,8 @@ Result<KernelParameters> KernelParameters::Read(std::string_view classId) {
 }
 
 KernelParameters::KernelParameters(std::vector<Parameter> parameters) : _parameters(std::move(parameters)) {
+  // The program gives it.
+  std::erase_if(_parameters, [](const Parameter& parameter) { return parameter.name == kReportBuffer; });
   std::sort(_parameters.begin(), _parameters.end(), [](const auto& a, const auto& b) { return a.name < b.name; });
 }
 

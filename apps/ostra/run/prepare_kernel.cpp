@@ -25,6 +25,7 @@ Result<PreparedKernel> PrepareKernel(const RunOptions& options, Host& host) {
   module.isFast = options.isFast;
   module.isChecked = options.isChecked;
   module.templateArgument = options.templateArgument;
+  module.isSilent = options.isSilent;
   module.isDebugged = options.isDebugged;
   BuildMessages messages;
   module.observer = &messages;

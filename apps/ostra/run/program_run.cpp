@@ -108,6 +108,11 @@ Result<void> ProgramRun::AddKernel(const Id& programClass, const ProgramFile& fi
     resourcePath = _templateFolder->GetResourcePath();
   }
   OSTRA_RETURN_IF_ERROR(_program->Init(resourcePath, context, 0, isGpu && !context));
+  if (auto* const reports = FindInterface<KernelReportInterface>(*_program)) {
+    OSTRA_RETURN_IF_ERROR(reports->SetPrintRoom(file.printRoom));
+    reports->SetStepLimit(static_cast<UInt32>(file.stepLimit));
+    if (isGpu) OSTRA_RETURN_IF_ERROR(reports->SetReportOptions(file.reports));
+  }
   OSTRA_ASSIGN_OR_RETURN(const InternedId name, InternedId::Create(file.kernelFile.GetName().GetView()));
   const auto quiet = isGpu ? std::make_unique<QuietCompilation>() : nullptr;
   const auto added = _program->AddKernel(name, kernelFile, true);
@@ -172,6 +177,7 @@ Result<void> ProgramRun::SetValues() {
 }
 
 Result<void> ProgramRun::Restart() {
+  _sink = nullptr;  // it would print the same again
   for (const PlannedBuffer& buffer : _plan->buffers) {
     // In place: a stored buffer would be kept beside the old one.
     OSTRA_RETURN_IF_ERROR(_program->UpdateUniformBufferData(buffer.name, 0, buffer.start));
@@ -194,15 +200,25 @@ Result<Float64> ProgramRun::Run(Int iterations, Progress& progress) {
   return std::chrono::duration<Float64, std::milli>(end - start).count();
 }
 
+// What was printed before an error is shown before it.
+Result<void> ProgramRun::Dispatch(Int number, Bool isOnlyOne) {
+  const auto side = [](Int length) { return static_cast<UInt32>(length); };
+  const Result<void> done = _program->DispatchKernel(side(_plan->size.width), side(_plan->size.height),
+                                                     side(_plan->size.depth), kWithBarrier);
+  if (_sink) {
+    OSTRA_RETURN_IF_ERROR(_sink->Take(*_program, _backend, isOnlyOne ? 0 : number));
+    if (!done) _sink->Flush();
+  }
+  return done;
+}
+
 Result<void> ProgramRun::DispatchAll(Int iterations, Progress& progress) {
   Pace pace(*_program, _isOnGpu, progress);
   for (Int i = 0; i < iterations; ++i) {
     if (i > 0)
       for (const auto& [first, second] : _plan->swaps) OSTRA_RETURN_IF_ERROR(_program->SwapBuffers(first, second));
     OSTRA_RETURN_IF_ERROR(_program->UpdateUniforms());
-    const auto side = [](Int length) { return static_cast<UInt32>(length); };
-    OSTRA_RETURN_IF_ERROR(_program->DispatchKernel(side(_plan->size.width), side(_plan->size.height),
-                                                   side(_plan->size.depth), kWithBarrier));
+    OSTRA_RETURN_IF_ERROR(Dispatch(i + 1, iterations == 1));
     OSTRA_RETURN_IF_ERROR(pace.Advance());
   }
   return _program->Execute(true);

@@ -5,6 +5,7 @@
 
 #include "apps/ostra/output/progress.h"
 #include "apps/ostra/run/run_plan.h"
+#include "apps/ostra/run/show_prints.h"
 #include "apps/ostra/run/template_folder.h"
 #include "parallelprogram/program/parallel_program.h"
 
@@ -14,6 +15,9 @@ namespace ostra::tool {
 struct ProgramFile {
   Url kernelFile;
   std::string templateArgument = {};
+  KernelReportOptions reports = {};
+  Int printRoom = Int{1} << 20;  // bytes
+  Int stepLimit = 10'000'000;
 };
 
 class ProgramRun {
@@ -23,6 +27,11 @@ class ProgramRun {
   static Result<ProgramRun> Create(RunPlan& plan, const Id& programClass, const ProgramFile& file,
                                    const DrawportContextRef* context = nullptr);
 
+  // Gives what the first run prints to `sink`, which must outlive the object; `backend` as in PrintSink::Take.
+  void ShowPrints(PrintSink& sink, std::string_view backend) {
+    _sink = &sink;
+    _backend = backend;
+  }
   // Puts buffers, links and counters back to their start, which is also where they are after Create.
   Result<void> Restart();
   // Dispatches `iterations` times, exchanging the buffers of the plan in between. Returns the time of the dispatches in
@@ -43,6 +52,7 @@ class ProgramRun {
   ProgramRun(RunPlan& plan, Bool hasFences) : _plan(&plan), _hasFences(hasFences) {}
   Result<void> AddKernel(const Id& programClass, const ProgramFile& file, const DrawportContextRef* context);
   Result<void> DispatchAll(Int iterations, Progress& progress);
+  Result<void> Dispatch(Int number, Bool isOnlyOne);
   Result<void> StoreBuffer(PlannedBuffer& buffer);
   Result<void> StoreBuffers();
   Result<void> StoreTextures();
@@ -55,6 +65,8 @@ class ProgramRun {
   Bool _hasFences;
   Bool _isOnGpu = false;
   Int _byteCount = 0;
+  PrintSink* _sink = nullptr;
+  std::string _backend;
   // Buffers with fences, which the program only links.
   std::vector<std::unique_ptr<Array<Generic>>> _fencedBuffers;
   std::unique_ptr<TemplateFolder> _templateFolder;  // outlives the program, which reads from it

@@ -12,6 +12,7 @@
 #include "apps/ostra/run/program_run.h"
 #include "apps/ostra/run/run_report.h"
 #include "apps/ostra/start_host.h"
+#include "ostra/drawport/device_list.h"
 #include "ostra/jobs/worker_threads.h"
 
 OSTRA_UNIT("run_command");
@@ -53,12 +54,29 @@ Result<std::vector<Float64>> Repeat(const RunOptions& options, ProgramRun& run) 
   return times;
 }
 
+// Drivers in software end loops by themselves after 65,535 steps, without a word.
+Int ChooseStepLimit(const RunOptions& options, const Id& programClass) {
+  constexpr Int kMany = 10'000'000, kFew = 60'000;
+  if (options.stepLimit > 0) return options.stepLimit;
+  if (!options.isChecked || programClass == kCpuProgramClass) return kMany;
+  const auto devices = GetDrawportDevices();
+  const Bool isSoftware = devices && devices->GetCount() > 0 && (*devices)[0].kind == "software"_s;
+  return isSoftware ? kFew : kMany;
+}
+
 // Everything that needs objects of the kernel's module, which are gone when this returns.
 Result<RunReport> Execute(const RunOptions& options, RunPlan& plan) {
   const Id& firstClass = options.backend == Backend::Gpu ? kGpuProgramClass : kCpuProgramClass;
-  OSTRA_ASSIGN_OR_RETURN(ProgramRun run,
-                         ProgramRun::Create(plan, firstClass, {options.kernelFile, options.templateArgument}));
+  const ProgramFile file{options.kernelFile,
+                         options.templateArgument,
+                         {.hasReports = !options.isSilent, .hasChecks = options.isChecked},
+                         options.printRoom,
+                         ChooseStepLimit(options, firstClass)};
+  OSTRA_ASSIGN_OR_RETURN(ProgramRun run, ProgramRun::Create(plan, firstClass, file));
   RunReport report;
+  PrintSink prints(options.isJson);
+  const Bool isBoth = options.backend == Backend::Both;
+  run.ShowPrints(prints, isBoth ? "CPU" : "");
   {
     // Drivers of GPUs are no business of the guard.
     const auto guard = options.backend == Backend::Gpu ? nullptr : std::make_unique<CrashGuard>(options.isChecked);
@@ -66,8 +84,10 @@ Result<RunReport> Execute(const RunOptions& options, RunPlan& plan) {
     OSTRA_RETURN_IF_ERROR(run.CheckBufferEnds(options.isChecked));
   }
   if (options.backend == Backend::Both) {
-    OSTRA_ASSIGN_OR_RETURN(ProgramRun gpuRun,
-                           ProgramRun::Create(plan, kGpuProgramClass, {options.kernelFile, options.templateArgument}));
+    ProgramFile gpuFile = file;
+    gpuFile.stepLimit = ChooseStepLimit(options, kGpuProgramClass);
+    OSTRA_ASSIGN_OR_RETURN(ProgramRun gpuRun, ProgramRun::Create(plan, kGpuProgramClass, gpuFile));
+    gpuRun.ShowPrints(prints, "GPU");
     OSTRA_ASSIGN_OR_RETURN(report.gpuMilliseconds, Repeat(options, gpuRun));
     const ProfilePart part("compare");
     OSTRA_ASSIGN_OR_RETURN(report.difference, CompareRuns(plan, run, gpuRun));
@@ -78,6 +98,8 @@ Result<RunReport> Execute(const RunOptions& options, RunPlan& plan) {
     OSTRA_ASSIGN_OR_RETURN(const UInt32 value, run.GetCounter(counter.name));
     report.counters.emplace_back(counter.name.GetView(), value);
   }
+  report.prints = prints.GetKept();
+  report.lostPrints = prints.GetLostCount();
   return report;
 }
 

@@ -29,9 +29,12 @@ struct RunOptions {
   std::vector<std::pair<std::string, std::string>> swaps;  // buffers exchanged between two dispatches
   Backend backend = Backend::Cpu;
   Bool isFast = false;
-  Bool isChecked = false;    // indices of buffers, arrays and layers, on the CPU
-  Bool isDebugged = false;   // the CPU's kernel is compiled for a debugger, and runs on one thread
-  Bool isExplained = false;  // the report says how many invocations run at a time on the CPU
+  Bool isChecked = false;        // indices, divisors and steps of loops are checked
+  Int stepLimit = 0;             // of the loops of an invocation, when it is checked; 0: what suits the device
+  Bool isSilent = false;         // PRINT and ASSERT are left out
+  Int printRoom = Int{1} << 20;  // bytes
+  Bool isDebugged = false;       // the CPU's kernel is compiled for a debugger, and runs on one thread
+  Bool isExplained = false;      // the report says how many invocations run at a time on the CPU
   Bool isProfiled = false;
   std::string traceFile = {};  // of the profile; empty for none
   Bool isJson = false;

@@ -119,8 +119,10 @@ class Planner {
     _plan.size = _options.size;
     if (!_plan.size.IsKnown()) {
       const ProfilePart part("front end");
-      OSTRA_ASSIGN_OR_RETURN(const KernelSource source,
-                             ReadKernelSource(_options.kernelFile, _options.templateArgument));
+      // Reports ask for positions of their own.
+      OSTRA_ASSIGN_OR_RETURN(const KernelSource source, ReadKernelSource({.file = _options.kernelFile,
+                                                                          .templateArgument = _options.templateArgument,
+                                                                          .isSilent = true}));
       OSTRA_ASSIGN_OR_RETURN(_plan.size, ChooseDefaultSize(_sizes, CountPositionAxes(source.text.GetView())));
     }
     // One line of as many invocations as the picture has pixels makes a picture of the same sides.

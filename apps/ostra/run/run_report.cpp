@@ -52,6 +52,18 @@ const char* GetBackendName(Backend backend) {
   return backend == Backend::Cpu ? "cpu" : backend == Backend::Gpu ? "gpu" : "both";
 }
 
+Json MakePrints(const std::vector<PrintedLine>& lines) {
+  Json prints = Json::array();
+  for (const PrintedLine& line : lines) {
+    Json print = {{"file", line.file}, {"line", line.line}, {"column", line.column}, {"invocation", line.invocation}};
+    if (line.dispatch != 0) print["dispatch"] = line.dispatch;
+    if (!line.backend.empty()) print["backend"] = line.backend;
+    print["text"] = line.text;
+    prints.push_back(std::move(print));
+  }
+  return prints;
+}
+
 std::string GetText(InternedId name) { return std::string(name.GetView()); }
 
 }  // namespace
@@ -115,6 +127,8 @@ Result<std::string> FormatRunReportAsJson(const RunReport& report, const RunOpti
                {"textures", textures},
                {"outputs", outputs},
                {"counters", counters}};
+  if (!report.prints.empty()) json["prints"] = MakePrints(report.prints);
+  if (report.lostPrints > 0) json["lostPrints"] = report.lostPrints;
   if (report.lanes) json["lanes"] = {{"count", report.lanes->count}, {"reason", report.lanes->reason}};
   if (options.backend == Backend::Both) {
     json["gpuMilliseconds"] = MakeTimes(report.gpuMilliseconds);

@@ -8,6 +8,7 @@
 #include "apps/ostra/profile/profile.h"
 #include "apps/ostra/run/lane_report.h"
 #include "apps/ostra/run/run_plan.h"
+#include "apps/ostra/run/show_prints.h"
 
 namespace ostra::tool {
 
@@ -25,6 +26,8 @@ struct RunReport {
   std::vector<Float64> milliseconds;                     // of every repetition, in order; at least one
   std::vector<Float64> gpuMilliseconds;                  // the same on the GPU, when the kernel ran on both
   std::vector<std::pair<std::string, UInt32>> counters;  // their values at the end
+  std::vector<PrintedLine> prints;                       // for JSON; otherwise they were written
+  Int lostPrints = 0;                                    // that there was no room for
   RunDifference difference;                              // when the kernel ran on both
   std::optional<ProfileReport> profile;                  // when it was asked for
 };

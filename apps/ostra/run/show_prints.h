@@ -1,0 +1,43 @@
+// What kernels print, as lines of the tool.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "ostra/core/result.h"
+#include "parallelprogram/program/kernel_report_interface.h"
+#include "parallelprogram/program/parallel_program.h"
+
+namespace ostra::tool {
+
+struct PrintedLine {
+  std::string file, backend, text;
+  Int line = 0, column = 0, dispatch = 0;  // 0: the first and only one
+  std::vector<Int> invocation;
+};
+
+// Takes prints of programs, and shows or keeps them.
+class PrintSink {
+ public:
+  // `isKept`: for a report in JSON; otherwise they are written at once.
+  explicit PrintSink(Bool isKept) : _isKept(isKept) {}
+
+  // What the program has printed since the last call. `dispatch` counts from 1; 0 for the only one. `backend` is "CPU",
+  // "GPU" or "" where it goes without saying. Errors: those of the program and of writing.
+  Result<void> Take(ParallelProgramInterface& program, std::string_view backend, Int dispatch);
+
+  const std::vector<PrintedLine>& GetKept() const { return _kept; }
+  Int GetLostCount() const { return _lostCount; }
+  // Writes what was kept, where no report will hold it.
+  void Flush();
+
+ private:
+  const Bool _isKept;
+  Int _lostCount = 0;
+  std::vector<PrintedLine> _kept;
+};
+
+// "file:12: invocation 5: x = 1"
+std::string FormatPrintedLine(const PrintedLine& line);
+
+}  // namespace ostra::tool

@@ -1,0 +1,98 @@
+// PRINT and ASSERT: what the front end says about them, and their plain form.
+#include <gtest/gtest.h>
+
+#include "kernel_text.h"
+#include "parallelprogram/kernellanguage/plain_form.h"
+
+namespace ostra::kernellanguage {
+namespace {
+
+PlainForm PrintPlain(std::string_view body, const PlainOptions& options = {}, std::string_view before = {}) {
+  const AnalyzedKernel kernel = AnalyzeBody(body, before);
+  EXPECT_TRUE(kernel.IsUnderstood()) << ListErrors(kernel);
+  PlainForm form = PrintPlainForm(kernel, options);
+  EXPECT_FALSE(form.refusal) << form.refusal->reason;
+  return form;
+}
+
+Bool Has(const PlainForm& form, std::string_view text) { return form.text.find(text) != std::string::npos; }
+
+// The plain form is a kernel of its own, which the front end takes.
+void ExpectReadable(const PlainForm& form) {
+  const AnalyzedKernel again = AnalyzeText(form.text);
+  EXPECT_TRUE(again.IsUnderstood()) << ListErrors(again) << form.text;
+}
+
+TEST(ReportTest, MistakesOfPrintAreTold) {
+  EXPECT_EQ(FindErrors("PRINT(1);"), "1:7: PRINT begins with a text in quotes: PRINT(\"x = %v\", x)");
+  EXPECT_EQ(FindErrors("PRINT(\"%v %v\", 1);"), "1:1: the text of PRINT shows 2 values (%v), and there is 1 value");
+  EXPECT_EQ(FindErrors("PRINT(\"x\", 1, 2);"), "1:1: the text of PRINT shows 0 values (%v), and there are 2 values");
+  EXPECT_EQ(FindErrors("PRINT(\"%d\", 1);"), "1:1: \"%d\" in a text: every value is %v, and %% a percent sign");
+  EXPECT_EQ(FindErrors("int a[2]; PRINT(\"%v\", a);").substr(0, 5), "1:23:");
+  EXPECT_EQ(FindErrors("PRINT(\"%v\", sqr(2.0));"), "1:13: unknown name \"sqr\"; did you mean \"sqrt\"?");
+  EXPECT_EQ(FindErrors("PRINT('x');"), "1:1: the text of PRINT stands in double quotes, on one line");
+  EXPECT_EQ(FindErrors("PRINT(\"x\")"), "1:10: \";\" is missing after this");
+}
+
+TEST(ReportTest, MistakesOfAssertAreTold) {
+  EXPECT_EQ(FindErrors("ASSERT(UNIFORM(v));"), "1:8: a condition must be a bool or a number, not a vec3");
+  EXPECT_EQ(FindErrors("ASSERT(true, 1);"),
+            "1:14: behind the condition ASSERT takes a text in quotes: ASSERT(x > 0, \"x is positive\")");
+  EXPECT_EQ(FindErrors("ASSERT(true, \"%v\");"), "1:1: the text of ASSERT shows 1 value (%v), and there are 0 values");
+}
+
+TEST(ReportTest, TheTableNamesPlacesTypesAndTexts) {
+  const PlainForm form = PrintPlain("PRINT(\"a %v b %v\", UNIFORM(f), UNIFORM(v));\nASSERT(true, \"why\");");
+  const std::string line = std::to_string(kBodyLine), next = std::to_string(kBodyLine + 1);
+  EXPECT_NE(form.reportTable.find("\t" + line + "\t1\tf,f3\ta %v b %v\n"), std::string::npos) << form.reportTable;
+  EXPECT_NE(form.reportTable.find("\t" + next + "\t1\t\twhy\n"), std::string::npos) << form.reportTable;
+  EXPECT_TRUE(form.reportTable.starts_with("9\t32\t137\nprint\t")) << form.reportTable;
+  ExpectReadable(form);
+}
+
+TEST(ReportTest, WithoutReportsNothingIsLeftOfThem) {
+  const std::string_view body = "float a = 1.0; PRINT(\"%v\", a++); ASSERT(a++ > 0.0); UNIFORM_BUFFER(out)[0] = a;";
+  const PlainForm silent = PrintPlain(body, {.hasReports = false});
+  EXPECT_EQ(silent.text, PrintPlain("float a = 1.0; UNIFORM_BUFFER(out)[0] = a;").text);
+  EXPECT_EQ(silent.reportTable, "");
+}
+
+TEST(ReportTest, FunctionsHandTheReportOn) {
+  const PlainForm form = PrintPlain("float a = Outer(1.0);", {.isForGpu = true},
+                                    "inline float Inner(float x)\n{\n\tPRINT(\"%v\", x);\n\treturn x;\n}\n\n"
+                                    "inline float Outer(float x)\n{\n\treturn Inner(x) + 1.0;\n}\n\n"
+                                    "inline float Other(float x)\n{\n\treturn x;\n}\n");
+  EXPECT_TRUE(Has(form, "inline float Inner(float x, INOUT OstraReport ostraState)")) << form.text;
+  EXPECT_TRUE(Has(form, "return Inner(x, ostraState) + 1.0;")) << form.text;
+  EXPECT_TRUE(Has(form, "Outer(1.0, ostraState)")) << form.text;
+  EXPECT_FALSE(Has(form, "Other")) << form.text;
+}
+
+TEST(ReportTest, PrintsOfAllTypesAreReadAgain) {
+  ExpectReadable(
+      PrintPlain("PRINT(\"%v %v %v %v %v %v\", 1, 2u, true, UNIFORM(m), lessThan(UNIFORM(v), UNIFORM(v)), "
+                 "mat2(1, 2, 3, 4)); if (UNIFORM(n) > 1u) PRINT(\"only a text\"); else ASSERT(false);"));
+}
+
+TEST(ReportTest, ChecksStandAroundIndicesDivisorsAndLoops) {
+  const PlainForm form = PrintPlain(
+      "int a[4]; int k = int(UNIFORM(n)); a[k] = 1; a[3] = 2; UNIFORM_BUFFER(out)[k] = float(a[1] / k + 7 % 2); "
+      "for (int i = 0; i < k; ++i) k -= 2; k /= k;",
+      {.isForGpu = true, .hasChecks = true});
+  EXPECT_TRUE(Has(form, "a[ostra_index_int(ostraState, 0u, k, 4u)] = 1;")) << form.text;
+  EXPECT_TRUE(Has(form, "a[3] = 2;")) << form.text;
+  EXPECT_TRUE(Has(form, "a[1] / ostra_divisor_int(ostraState, 2u, k) + 7 % 2")) << form.text;
+  EXPECT_TRUE(Has(form, "for (int i = 0; (i < k) && ostra_step(ostraState, 3u); ++i)")) << form.text;
+  EXPECT_TRUE(Has(form, "k /= ostra_divisor_int(ostraState, 4u, k);")) << form.text;
+  ExpectReadable(
+      PrintPlain("int a[4]; a[int(UNIFORM(n))] = 1 / int(UNIFORM(n)); do { } while (a[0] > 0);", {.hasChecks = true}));
+}
+
+TEST(ReportTest, UncheckedKernelsStayAsTheyAre) {
+  const std::string_view body = "int k = 1; UNIFORM_BUFFER(out)[k] = 1.0 / 2; vec2 v = vec2(1).yx;";
+  EXPECT_EQ(PrintPlain(body).text.find("ostraReport"), std::string::npos);
+  EXPECT_EQ(PrintPlain(body).reportTable, "");
+}
+
+}  // namespace
+}  // namespace ostra::kernellanguage
