@@ -77,6 +77,7 @@ class Buffer : public client::Resource {
     _read = Data();
     // An unknown name is no error: nothing else can fail.
     if (_session) static_cast<void>(_session->GetProgram().DeleteUniformBuffer(_name));
+    if (_session && _shared) _session->Retire(std::move(_shared));
   }
 
   // Elements, not bytes.

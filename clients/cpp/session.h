@@ -50,6 +50,7 @@ class Session {
   }
 
   Backend GetBackend() const { return _state->GetBackend(); }
+  Host& GetHost() const { return _state->GetHost(); }
   // The program behind the session, for what this layer has no word for.
   ParallelProgramInterface& GetProgram() const { return _state->GetProgram(); }
 
@@ -106,7 +107,7 @@ class Session {
     return OrThrow(TryMakeBuffer<T>(std::span<const T>(elements), where));
   }
 
-  // A buffer in the client's memory, which outlives the buffer and the kernels that were called with it. Kernels of the
+  // A buffer in the client's memory, which outlives the buffer. Kernels of the
   // CPU read and write the elements there, without a copy; a GPU has a copy, which Read returns. Errors: illegal
   // argument without elements; out of memory.
   template <class T>

@@ -72,10 +72,17 @@ class SessionState {
 
   ParallelProgramInterface& GetProgram() const { return *_program; }
   Backend GetBackend() const { return _backend; }
+  Host& GetHost() const { return _host; }
 
   // A name that no other resource of the program has.
   Result<InternedId> MakeName(const char* kind) {
     return InternedId::Create("client." + std::string(kind) + std::to_string(++_count));
+  }
+
+  // Links of kernels may still lead to an array of the client: it stays, without elements.
+  void Retire(std::unique_ptr<Array<Generic>> shared) {
+    *shared = Array<Generic>();
+    _retired.push_back(std::move(shared));
   }
 
   // Makes a class known as long as the session lives, unless it is.
@@ -111,6 +118,7 @@ class SessionState {
   Host& _host;
   const Backend _backend;
   std::vector<Id> _classes;
+  std::vector<std::unique_ptr<Array<Generic>>> _retired;
   Int _count = 0;
   ParallelProgramRef _program;
 };

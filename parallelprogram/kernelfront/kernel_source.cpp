@@ -220,6 +220,18 @@ Result<String> GenerateClientHeader(const KernelSourceOptions& options, std::str
   });
 }
 
+Result<std::vector<KernelParameterText>> ListKernelParameters(const KernelSourceOptions& options,
+                                                              std::string_view text) {
+  return CatchFailures([&] {
+    return ReadKernel(options, text, [](const KernelRead& read) -> Result<std::vector<KernelParameterText>> {
+      std::vector<KernelParameterText> parameters;
+      for (const kernelfront::Parameter& parameter : read.file.GetParameters())
+        parameters.push_back({parameter.type, parameter.name});
+      return parameters;
+    });
+  });
+}
+
 Result<void> FindKernelMistakes(const KernelSourceOptions& options, std::string_view text) {
   return CatchFailures([&]() -> Result<void> {
     try {

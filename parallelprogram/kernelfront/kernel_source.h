@@ -62,6 +62,14 @@ Result<String> GenerateStructHeader(const KernelSourceOptions& options, std::str
 // GenerateKernelSource. Thread-safe.
 Result<String> GenerateClientHeader(const KernelSourceOptions& options, std::string_view text);
 
+// The parameters of the kernel file `text`, as they are declared, in the order of the file. Errors: those of
+// GenerateKernelSource. Thread-safe.
+struct KernelParameterText {
+  std::string type, name;  // "const Block<Float32>", "source"
+};
+Result<std::vector<KernelParameterText>> ListKernelParameters(const KernelSourceOptions& options,
+                                                              std::string_view text);
+
 // What is wrong with the kernel file `text` for the CPU and for GPUs: the errors of GenerateKernelSource without those
 // that the CPU alone has a reason for. Thread-safe.
 Result<void> FindKernelMistakes(const KernelSourceOptions& options, std::string_view text);

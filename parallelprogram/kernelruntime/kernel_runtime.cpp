@@ -9,6 +9,7 @@
 #include "ostra/object/class.h"
 #include "parallelprogram/kernelruntime/kernel_cache.h"
 #include "parallelprogram/kernelruntime/kernel_source.h"
+#include "parallelprogram/kernelruntime/position_axes.h"
 #include "parallelprogram/program/kernel_interface.h"
 
 OSTRA_UNIT("kernel_runtime");
@@ -38,6 +39,7 @@ class KernelRuntime::Implementation {
   Result<LoadedKernel> Load(kernelruntime::KernelFile kernel) {
     OSTRA_ASSIGN_OR_RETURN(const std::string version, ReadVersion(kernel));
     if (const auto loaded = _loaded.find(version); loaded != _loaded.end()) return loaded->second;
+    OSTRA_ASSIGN_OR_RETURN(auto traits, ReadTraits(kernel, version));
     OSTRA_ASSIGN_OR_RETURN(kernel.classId, ChooseClassId(kernel.file));
     kernelruntime::KernelModuleOptions options;
     options.kernelFile = kernel.file;
@@ -50,8 +52,8 @@ class KernelRuntime::Implementation {
     options.observer = _settings.observer;
     OSTRA_ASSIGN_OR_RETURN(String classId, String::Create(kernel.classId));
     OSTRA_ASSIGN_OR_RETURN(const kernelruntime::KernelModule module, LoadKernelModule(options, _host));
-    const LoadedKernel loaded(std::move(classId), module.wasCompiled);
-    _loaded.emplace(version, LoadedKernel(loaded.GetClassId(), false));
+    const LoadedKernel loaded(std::move(classId), std::move(traits), module.wasCompiled);
+    _loaded.emplace(version, LoadedKernel(loaded._classId, loaded._traits, false));
     return loaded;
   }
 
@@ -63,6 +65,17 @@ class KernelRuntime::Implementation {
     if (_settings.observer) _settings.observer->End(KernelBuildStep::kFrontEnd);
     OSTRA_RETURN_IF_ERROR(source);
     return std::string(kernel.file.GetView()) + "\n" + std::string(source->text.GetView());
+  }
+
+  static Result<std::shared_ptr<const LoadedKernel::Traits>> ReadTraits(const kernelruntime::KernelFile& kernel,
+                                                                        std::string_view source) {
+    auto traits = std::make_shared<LoadedKernel::Traits>();
+    traits->axisCount = kernelruntime::CountPositionAxes(source);
+    OSTRA_ASSIGN_OR_RETURN(const auto parameters, ReadKernelParameters(kernel));
+    for (const KernelParameterText& parameter : parameters)
+      if (parameter.type.starts_with("Block<") || parameter.type.starts_with("BaseArray<"))
+        traits->writable.push_back(parameter.name);
+    return std::shared_ptr<const LoadedKernel::Traits>(std::move(traits));
   }
 
   // "net.example.blur.krn", or the first of "net.example.blur-2.krn" and so on that no class has.

@@ -11,9 +11,12 @@
 // Link ostra::kernelruntime. The module "parallelprogram" must be loaded.
 #pragma once
 
+#include <algorithm>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "ostra/host.h"
 #include "ostra/io/url.h"
@@ -51,6 +54,11 @@ class LoadedKernel {
   const String& GetClassId() const { return _classId; }
   // What ParallelProgramInterface::AddKernel of a CPU program takes.
   Url GetUrl() const { return Url(_classId); }
+  // How many axes of its position an invocation looks at, 1 to 3: what a dispatch has at least to be meant. Nothing for
+  // a kernel that hands its position on whole.
+  std::optional<Int> GetAxisCount() const { return _traits->axisCount; }
+  // Whether a parameter is declared as a buffer that the kernel may write. False for other names.
+  Bool MayWrite(std::string_view parameter) const;
   // Whether the C++ compiler has run: the module was not in the cache.
   Bool WasCompiled() const { return _wasCompiled; }
   // Kernels are equal when they have one class: nothing has changed between two calls of Load.
@@ -58,11 +66,21 @@ class LoadedKernel {
 
  private:
   friend class KernelRuntime;
-  LoadedKernel(String classId, Bool wasCompiled) : _classId(std::move(classId)), _wasCompiled(wasCompiled) {}
+  struct Traits {
+    std::optional<Int> axisCount;
+    std::vector<std::string> writable;
+  };
+  LoadedKernel(String classId, std::shared_ptr<const Traits> traits, Bool wasCompiled)
+      : _classId(std::move(classId)), _traits(std::move(traits)), _wasCompiled(wasCompiled) {}
 
   String _classId;
+  std::shared_ptr<const Traits> _traits;
   Bool _wasCompiled;
 };
+
+inline Bool LoadedKernel::MayWrite(std::string_view parameter) const {
+  return std::find(_traits->writable.begin(), _traits->writable.end(), parameter) != _traits->writable.end();
+}
 
 // Used by the thread that made the host, which it does not outlive. Nothing is thrown; a failed call changes nothing.
 class OSTRA_API KernelRuntime {

@@ -100,6 +100,10 @@ Result<KernelSource> ReadKernelSource(const Url& kernelFile, std::string_view te
   return ReadKernelSource({kernelFile, std::string(templateArgument)});
 }
 
+Result<std::vector<KernelParameterText>> ReadKernelParameters(const KernelFile& kernel) {
+  return ReadFor(kernel, ListKernelParameters);
+}
+
 Result<void> CheckKernelSource(const Url& kernelFile, std::string_view templateArgument) {
   const auto find = [](const KernelSourceOptions& options, std::string_view text) -> Result<String> {
     OSTRA_RETURN_IF_ERROR(FindKernelMistakes(options, text));

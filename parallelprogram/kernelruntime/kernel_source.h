@@ -5,6 +5,7 @@
 #include <string>
 
 #include "ostra/io/url.h"
+#include "parallelprogram/kernelfront/kernel_source.h"
 
 namespace ostra::kernelruntime {
 
@@ -29,6 +30,9 @@ struct KernelFile {
 // "file:line: error: ..."; out of memory.
 Result<KernelSource> ReadKernelSource(const KernelFile& kernel);
 Result<KernelSource> ReadKernelSource(const Url& kernelFile, std::string_view templateArgument = {});
+
+// ListKernelParameters (kernelfront/kernel_source.h) of a kernel. Errors: those of ReadKernelSource.
+Result<std::vector<KernelParameterText>> ReadKernelParameters(const KernelFile& kernel);
 
 // What is wrong with a kernel file for the CPU and for GPUs, in the words of ReadKernelSource. Errors: those of reading
 // the file; illegal argument with "file:line:column: error: ..."; out of memory.

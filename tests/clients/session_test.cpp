@@ -88,6 +88,21 @@ TEST_P(SessionTest, SharedMemoryOfTheClientHoldsTheResult) {
   }
 }
 
+TEST_P(SessionTest, AKernelForgetsSharedMemoryWithItsBuffer) {
+  const auto scale = _session->Load<kernels::Scale>();
+  {
+    std::vector<Float32> memory = {1, 2, 3};
+    auto shared = _session->ShareBuffer(std::span<Float32>(memory));
+    scale({.count = 3, .factor = 2, .values = shared});
+  }
+  if (GetParam() == Backend::kCpu) {
+    EXPECT_FALSE(scale.TryRun({.count = 3, .factor = 2, .values = nullptr}, {3}));
+  }
+  auto values = _session->MakeBuffer(std::vector<Float32>{5});
+  scale({.count = 1, .factor = 2, .values = values});
+  EXPECT_EQ(values.Read()[0], 10);
+}
+
 TEST_P(SessionTest, ResultsOfTheCpuAreReadWhereTheyAre) {
   if (GetParam() == Backend::kGpu) GTEST_SKIP() << "Memory of a GPU is copied.";
   const auto scale = _session->Load<kernels::Scale>();

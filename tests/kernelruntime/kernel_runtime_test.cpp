@@ -93,6 +93,18 @@ TEST_F(KernelRuntimeTest, ATextBecomesAClassWithTheNameThatItIsGiven) {
   EXPECT_THAT(Run(*kernel), testing::ElementsAre(0, 2, 4));
 }
 
+TEST_F(KernelRuntimeTest, AKernelSaysWhatItWritesAndHowManyAxesItLooksAt) {
+  std::string text = WriteKernel("float(InGlobalInvocationID.y)");
+  text.insert(text.find("(Block<Float32>)"), "(const Block<Float32>) source, \\\n");
+  const auto kernel = _runtime->LoadText("net.example.axes.krn", text);
+  ASSERT_THAT(kernel, IsOk());
+  EXPECT_EQ(kernel->GetAxisCount(), 2);
+  EXPECT_TRUE(kernel->MayWrite("values"));
+  EXPECT_FALSE(kernel->MayWrite("source"));
+  EXPECT_FALSE(kernel->MayWrite("number"));
+  EXPECT_FALSE(kernel->MayWrite("nothing"));
+}
+
 TEST_F(KernelRuntimeTest, AnUnchangedKernelKeepsItsClass) {
   const Url file = WriteFile("net.example.same.krn", WriteKernel("1.0"));
   const auto first = _runtime->Load(file), second = _runtime->Load(file);

@@ -4,8 +4,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "apps/ostra/run/position_axes.h"
 #include "apps/ostra/tool_error.h"
+#include "parallelprogram/kernelruntime/position_axes.h"
 #include "tests/support/result_matchers.h"
 
 namespace ostra::tool {
@@ -61,15 +61,15 @@ TEST(DefaultSizeTest, NothingIsLeftOutInSilence) {
 }
 
 TEST(PositionAxesTest, TheTextOfAKernelShowsThem) {
-  EXPECT_EQ(CountPositionAxes("uint i = LinearInvocation();"), 1);
-  EXPECT_EQ(CountPositionAxes("uint i = InGlobalInvocationID.x; // InGlobalInvocationID.y"), 1);
-  EXPECT_EQ(CountPositionAxes("GROUPSIZE(64, 1, 1)\nuint i = InWorkGroupID.x;"), 1);
-  EXPECT_EQ(CountPositionAxes("int y = int(InGlobalInvocationID . y);"), 2);
-  EXPECT_EQ(CountPositionAxes("GROUPSIZE(16, 16, 1)"), 2);
-  EXPECT_EQ(CountPositionAxes("GROUPSIZE(4, 4, 4)"), 3);
-  EXPECT_EQ(CountPositionAxes("uint z = InLocalInvocationID.z;"), 3);
-  EXPECT_EQ(CountPositionAxes("Inside(InGlobalInvocationID)"), std::nullopt);
-  EXPECT_EQ(CountPositionAxes("Inside(InGlobalInvocationID); uint z = InWorkGroupID.z;"), 3);
+  EXPECT_EQ(kernelruntime::CountPositionAxes("uint i = LinearInvocation();"), 1);
+  EXPECT_EQ(kernelruntime::CountPositionAxes("uint i = InGlobalInvocationID.x; // InGlobalInvocationID.y"), 1);
+  EXPECT_EQ(kernelruntime::CountPositionAxes("GROUPSIZE(64, 1, 1)\nuint i = InWorkGroupID.x;"), 1);
+  EXPECT_EQ(kernelruntime::CountPositionAxes("int y = int(InGlobalInvocationID . y);"), 2);
+  EXPECT_EQ(kernelruntime::CountPositionAxes("GROUPSIZE(16, 16, 1)"), 2);
+  EXPECT_EQ(kernelruntime::CountPositionAxes("GROUPSIZE(4, 4, 4)"), 3);
+  EXPECT_EQ(kernelruntime::CountPositionAxes("uint z = InLocalInvocationID.z;"), 3);
+  EXPECT_EQ(kernelruntime::CountPositionAxes("Inside(InGlobalInvocationID)"), std::nullopt);
+  EXPECT_EQ(kernelruntime::CountPositionAxes("Inside(InGlobalInvocationID); uint z = InWorkGroupID.z;"), 3);
 }
 
 }  // namespace

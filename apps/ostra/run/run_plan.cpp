@@ -9,11 +9,11 @@
 #include "apps/ostra/run/default_size.h"
 #include "apps/ostra/run/noise_settings.h"
 #include "apps/ostra/run/plan_textures.h"
-#include "apps/ostra/run/position_axes.h"
 #include "apps/ostra/tool_error.h"
 #include "apps/ostra/values/scalar_type.h"
 #include "apps/ostra/values/typed_value.h"
 #include "parallelprogram/kernelruntime/kernel_source.h"
+#include "parallelprogram/kernelruntime/position_axes.h"
 #include "parallelprogram/program/noise_modes.h"
 
 OSTRA_UNIT("run_plan");

@@ -6,11 +6,11 @@
 
 #include "ostra/core/types.h"
 
-namespace ostra::tool {
+namespace ostra::kernelruntime {
 
 // 1 for a kernel that knows its invocations by their number alone, 2 for one that asks for a y, such as
 // `InGlobalInvocationID.y`, or whose GROUPSIZE has several rows, 3 for z. Nothing when an ID is handed on whole, as in
 // `Inside(InGlobalInvocationID)`. `text`: the kernel with its headers.
 std::optional<Int> CountPositionAxes(std::string_view text);
 
-}  // namespace ostra::tool
+}  // namespace ostra::kernelruntime

@@ -1,10 +1,10 @@
-#include "apps/ostra/run/position_axes.h"
+#include "parallelprogram/kernelruntime/position_axes.h"
 
 #include <algorithm>
 
 #include "parallelprogram/kernelfront/tokens.h"
 
-namespace ostra::tool {
+namespace ostra::kernelruntime {
 
 namespace {
 
@@ -39,4 +39,4 @@ std::optional<Int> CountPositionAxes(std::string_view text) {
   return isWhole && count < 3 ? std::nullopt : std::optional(count);
 }
 
-}  // namespace ostra::tool
+}  // namespace ostra::kernelruntime
