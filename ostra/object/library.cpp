@@ -16,6 +16,14 @@ const char* GetLoadError() {
   return text ? text : "unknown reason";
 }
 
+// Lets modules find the host and the libraries below it, which a program that has loaded the host as a plug-in of its
+// own, such as an interpreter, keeps to itself.
+void ShareHost() {
+  Dl_info information;
+  if (::dladdr(reinterpret_cast<const void*>(&ShareHost), &information) && information.dli_fname)
+    ::dlopen(information.dli_fname, RTLD_NOW | RTLD_NOLOAD | RTLD_GLOBAL);
+}
+
 }  // namespace
 
 const void* FindSharedObject(const void* address) {
@@ -30,6 +38,7 @@ Result<Library> Library::Open(std::string_view path) {
   OSTRA_ASSIGN_OR_RETURN(library._path, String::Concatenate(folder, path));
   OSTRA_ASSIGN_OR_RETURN(CString file, CString::Create(library._path));
   if (::access(file.GetCString(), F_OK) != 0) return OSTRA_ILLEGAL_ARGUMENT("There is no module file \"@\".", path);
+  [[maybe_unused]] static const Bool isShared = (ShareHost(), true);
   library._handle = ::dlopen(file.GetCString(), RTLD_NOW | RTLD_LOCAL);
   if (!library._handle)
     return OSTRA_ILLEGAL_ARGUMENT("The module file \"@\" cannot be loaded: @", path, GetLoadError());

@@ -1,5 +1,5 @@
 #!/bin/sh
-# install_test.sh CMAKE BUILD_FOLDER COMPILER SANITIZERS PYTHON
+# install_test.sh CMAKE BUILD_FOLDER COMPILER SANITIZERS PYTHON [PYTHON_WITH_NUMPY]
 set -eu
 
 cmake=$1
@@ -7,6 +7,7 @@ build=$2
 compiler=$3
 sanitizers=$4
 python=$5
+numpy_python=${6:-}
 here=$(cd "$(dirname "$0")" && pwd)
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
@@ -58,6 +59,18 @@ if grep -q "^ *no device: " "$work/info.log"; then
   echo "skipped: the chain on the GPU: $(grep "^ *no device: " "$work/info.log")"
 else
   [ "$("$work/chain/chain" gpu)" = 1000 ] || { echo "the chain gives another number on the GPU"; exit 1; }
+fi
+
+# The Python package runs from the installed tree.
+if [ -n "$numpy_python" ]; then
+  site=$(echo "$work"/tree/lib/python*/site-packages)
+  (cd "$work" && CXX=$compiler XDG_CACHE_HOME="$work/cache" PYTHONPATH=$site "$numpy_python" -B -c "
+import numpy, ostra
+scale = ostra.kernel('$here/chain/net.example.scale.krn')
+values = numpy.ones(10, numpy.float32)
+scale(count=10, factor=4, values=values)
+assert (values == 4).all(), values
+assert ostra.__file__.startswith('$work'), ostra.__file__")
 fi
 
 # Every header that is installed can be included, and programs can link with what it declares.
