@@ -122,6 +122,8 @@ std::string PlainPrinter::ValueItself(NodeIndex node, Binding& binding) {
     case NodeKind::kUniform:
       // A bool is a uint on a GPU.
       if (_options.isForGpu && _resolved.type[node] == kBoolType) return Join({mark, "(UNIFORM(", name, ") != 0u)"});
+      if (_options.isForGpu && IsWidenedUniform(_resolved.type[node]))
+        return Join({mark, TypeName(_resolved.type[node]), "(UNIFORM(", name, "))"});
       return Join({mark, "UNIFORM(", name, ")"});
     case NodeKind::kBuffer:
       return Join({mark, "UNIFORM_BUFFER(", name, ")"});

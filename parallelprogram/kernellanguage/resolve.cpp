@@ -114,7 +114,11 @@ void Resolver::ExtendConversions() {
     if (isComparison && _resolved.type[_tree.GetChild(node, 0)] == _resolved.type[_tree.GetChild(node, 1)]) continue;
     if (kind == NodeKind::kConstruct || kind == NodeKind::kCast || kind == NodeKind::kIndex) continue;
     for (const NodeIndex child : _tree.GetChildren(node)) {
-      if (child != kNoNode && isOfCpp(_resolved.type[child], _resolved.converted[child])) Extend(child, true);
+      if (child == kNoNode) continue;
+      if (isOfCpp(_resolved.type[child], _resolved.converted[child])) Extend(child, true);
+      // On a GPU the value is wider than its type.
+      const Bool isValue = _tree.Is(child, NodeKind::kUniform) && _resolved.converted[child] == _resolved.type[child];
+      if (isValue && IsWidenedUniform(_resolved.type[child])) Extend(child, true);
     }
     if (kind == NodeKind::kAssign && isOfCpp(_resolved.computed[node], _resolved.type[node])) Extend(node, true);
   }

@@ -114,4 +114,7 @@ Bool FindElementWord(std::string_view word, Scalar& scalar);
 // "TextureSampler_2D_RGBA_F32_LINEAR"; false for words that are no such type.
 Bool ParseTextureType(std::string_view word, Type& type);
 
+// Whether a parameter of the type is declared with floats for GPUs.
+constexpr Bool IsWidenedUniform(TypeIndex type) { return type == kHalfType || type == GetVectorType(Scalar::kHalf, 4); }
+
 }  // namespace ostra::kernellanguage
