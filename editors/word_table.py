@@ -8,7 +8,6 @@ import re
 
 WORDS = "parallelprogram/kernellanguage/words.cpp"
 KINDS = "parallelprogram/kernellanguage/words.h"
-KEYWORDS = "parallelprogram/kernellanguage/preprocessor.cpp"
 
 ROW = re.compile(r'\{"(\w+)", k(\w+),')
 
@@ -33,8 +32,8 @@ def read_kinds(root):
     return re.findall(r"^\s*k(\w+),", section, re.MULTILINE)
 
 
-def read_words(root):
-    """The words by their kind: {"Type": ["void", "bool", ...], "Function": [...], ...}."""
+def _read_table(root):
+    """All words by their kind: {"Type": ["void", "bool", ...], "Function": [...], ...}."""
     file = pathlib.Path(root) / WORDS
     words = {kind: [] for kind in read_kinds(root)}
     for line in _read_section(file, "constexpr Word kWords[] = {", "\n};").splitlines():
@@ -50,7 +49,11 @@ def read_words(root):
     return words
 
 
+def read_words(root):
+    """The same without the words of C++."""
+    return {kind: names for kind, names in _read_table(root).items() if kind != "Keyword"}
+
+
 def read_keywords(root):
     """The words of C++ that the language has, such as `if`."""
-    section = _read_section(pathlib.Path(root) / KEYWORDS, "constexpr std::string_view kKeywords[] = {", "};")
-    return re.findall(r'"(\w+)"', section)
+    return _read_table(root)["Keyword"]

@@ -36,7 +36,7 @@ def sort_keywords(root):
     known = sum(KEYWORDS.values(), [])
     keywords = word_table.read_keywords(root)
     if sorted(known) != sorted(keywords):
-        raise word_table.TableError(f"KEYWORDS of write_words.py and those of {word_table.KEYWORDS} differ: "
+        raise word_table.TableError(f"KEYWORDS of write_words.py and those of {word_table.WORDS} differ: "
                                     + " ".join(sorted(set(known) ^ set(keywords))))
     return KEYWORDS
 

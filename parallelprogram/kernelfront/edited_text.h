@@ -24,6 +24,10 @@ class EditedText {
   const std::vector<Token>& GetTokens() const { return _tokens; }
   std::string_view GetText(const Token& token) const { return _text.substr(token.begin, token.end - token.begin); }
   std::string_view GetText(std::size_t begin, std::size_t end) const { return _text.substr(begin, end - begin); }
+  // That of the token number `index`; empty where there is none.
+  std::string_view GetText(std::size_t index) const {
+    return index < _tokens.size() ? GetText(_tokens[index]) : std::string_view();
+  }
   std::size_t GetSize() const { return _text.size(); }
 
   // True when there is a token `index` and it reads `text`.

@@ -8,9 +8,13 @@
 #include "parallelprogram/kernelfront/guard.h"
 #include "parallelprogram/kernelfront/rewrite.h"
 #include "parallelprogram/kernelfront/source_rules.h"
+#include "parallelprogram/kernellanguage/words.h"
 
 namespace ostra::kernelfront {
 namespace {
+
+using kernellanguage::FindWordId;
+using kernellanguage::WordId;
 
 // A path without its suffix.
 std::string_view RemoveSuffix(std::string_view path) {
@@ -103,10 +107,10 @@ std::string KernelFile::PrintGroups(std::string_view groupClass) const {
 
 void KernelFile::CheckWords(const EditedText& text) {
   for (const Token& token : text.GetTokens()) {
-    const std::string_view word = text.GetText(token);
-    _usesNoise = _usesNoise || word == "ADDNOISECALL";
-    _usesGradient = _usesGradient || word == "GradientRenderData";
-    _usesLinearInvocation = _usesLinearInvocation || word == "LinearInvocation";
+    const WordId word = FindWordId(text.GetText(token));
+    _usesNoise = _usesNoise || word == WordId::kNoiseMark;
+    _usesGradient = _usesGradient || word == WordId::kGradientData;
+    _usesLinearInvocation = _usesLinearInvocation || word == WordId::kLinearInvocation;
   }
 }
 
@@ -114,18 +118,27 @@ std::size_t KernelFile::ReadOutside(std::size_t i) { return At(i).isFirstInLine 
 
 std::size_t KernelFile::ReadLineStart(std::size_t i) {
   const std::string_view word = _text.GetText(At(i));
-  if (word == "#" && _text.Is(i + 1, "define") && _text.Is(i + 2, "KERNELINPUTS")) return ReadParameters(i, true);
+  if (word == "#" && _text.Is(i + 1, "define") && FindWordId(_text.GetText(i + 2)) == WordId::kKernelInputs)
+    return ReadParameters(i, true);
   if (word == "#" && _text.Is(i + 1, "include")) return ReadInclude(i);
   if (word == "struct" && _text.Is(i + 1, "KernelInput")) return ReadParameters(i, false);
-  if (word == "OSTRA_PARALLEL_KERNEL_END" || word == "FP_KERNEL_END")
-    Stop(At(i), "the kernel that ends here has no start");
-  if (word == "OSTRA_PARALLEL_KERNEL" || word == "FP_KERNEL") return ReadMacroKernel(i);
-  if (word == "OSTRA_METHOD") return ReadMethodKernel(i);
-  if (word == "GROUPSIZE") return ReadGroupSize(i);
-  if (word == "CPU_GRANULARITY" || word == "CPU_SINGLETHREADEDTHRESHOLD") return ReadTuning(i);
   if (word == "namespace") return ReadNamespace(i);
   if (word == "inline" && !_kernel.name.empty()) _isNeededBeforeKernel = true;
-  return ReadBrace(i);
+  switch (FindWordId(word)) {
+    case WordId::kKernelStart:
+      return ReadMacroKernel(i);
+    case WordId::kKernelEnd:
+      Stop(At(i), "the kernel that ends here has no start");
+    case WordId::kKernelMethod:
+      return ReadMethodKernel(i);
+    case WordId::kGroupSize:
+      return ReadGroupSize(i);
+    case WordId::kGranularity:
+    case WordId::kSingleThreadedThreshold:
+      return ReadTuning(i);
+    default:
+      return ReadBrace(i);
+  }
 }
 
 std::size_t KernelFile::ReadBrace(std::size_t i) {

@@ -1,9 +1,12 @@
 #include "parallelprogram/kernelfront/rewrite.h"
 
 #include "parallelprogram/kernelfront/failure.h"
+#include "parallelprogram/kernellanguage/words.h"
 
 namespace ostra::kernelfront {
 namespace {
+
+using kernellanguage::WordId;
 
 constexpr std::string_view kTypeWord = "TYPE";
 
@@ -66,8 +69,9 @@ void RewriteWords(EditedText& text, std::string_view templateArgument) {
     const std::string_view word = text.GetText(tokens[i]);
     if (tokens[i].kind == Token::Kind::kNumber && !scope && IsDouble(word)) text.Insert(tokens[i].end, "f");
     if (tokens[i].kind != Token::Kind::kWord) continue;
-    if (word == "CPU_SCOPE_START") scope = &tokens[i];
-    if (word == "CPU_SCOPE_END") scope = nullptr;
+    const WordId id = kernellanguage::FindWordId(word);
+    if (id == WordId::kCpuScopeStart) scope = &tokens[i];
+    if (id == WordId::kCpuScopeEnd) scope = nullptr;
     if (std::string replaced = ReplaceType(word, templateArgument); replaced != word)
       text.Replace(tokens[i].begin, tokens[i].end, std::move(replaced));
     if (IsQualifier(text, i)) {

@@ -4,6 +4,7 @@
 
 #include "parallelprogram/kernelfront/edited_text.h"
 #include "parallelprogram/kernelfront/failure.h"
+#include "parallelprogram/kernellanguage/words.h"
 
 namespace ostra {
 namespace {
@@ -11,6 +12,8 @@ namespace {
 using kernelfront::EditedText;
 using kernelfront::Join;
 using kernelfront::Token;
+using kernellanguage::FindWordId;
+using kernellanguage::WordId;
 
 class RuleChecker {
  public:
@@ -50,9 +53,10 @@ class RuleChecker {
   // Returns the token to go on with.
   std::size_t ReadOutside(std::size_t i) {
     if (Tokens()[i].isInDirective || !Tokens()[i].isFirstInLine) return i + 1;
-    if (_text.Is(i, "OSTRA_PARALLEL_KERNEL") || _text.Is(i, "FP_KERNEL")) return ReadKernel(i);
+    const WordId word = FindWordId(_text.GetText(i));
+    if (word == WordId::kKernelStart) return ReadKernel(i);
     if (_text.Is(i, "inline")) return ReadFunction(i);
-    const Bool isMethod = _text.Is(i, "OSTRA_METHOD") && _text.Is(i + 1, "Result");
+    const Bool isMethod = word == WordId::kKernelMethod && _text.Is(i + 1, "Result");
     if (isMethod || (_text.Is(i, "struct") && _text.Is(i + 1, "KernelInput")))
       for (std::size_t k = i; IsOnLine(k, GetLine(i)); ++k)
         if (_text.Is(k, "{"))
@@ -134,8 +138,9 @@ class RuleChecker {
   void CheckWholeLines(std::size_t begin, std::size_t end) {
     Bool isInCpuScope = false;
     for (std::size_t i = begin; i < end; ++i) {
-      if (_text.Is(i, "CPU_SCOPE_START")) isInCpuScope = true;
-      if (_text.Is(i, "CPU_SCOPE_END")) isInCpuScope = false;
+      const WordId word = FindWordId(_text.GetText(i));
+      if (word == WordId::kCpuScopeStart) isInCpuScope = true;
+      if (word == WordId::kCpuScopeEnd) isInCpuScope = false;
       const Bool isMacro = _text.Is(i, "MAKELOCAL") || _text.Is(i, "GROUPSHAREDMEM");
       if (!isMacro || isInCpuScope || Tokens()[i].isInDirective || !_text.Is(i + 1, "(")) continue;
       std::size_t after = _text.FindAfterClosing(i + 1);

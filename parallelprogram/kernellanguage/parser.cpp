@@ -111,10 +111,7 @@ Bool Parser::IsCertainEnd(const Token& token) const {
 
 // Names that cannot be macros of the host.
 Bool Parser::IsKnownName(std::string_view name) const {
-  constexpr std::string_view kKeywords[] = {"if",      "else",  "for",      "while",  "do",     "switch", "case",
-                                            "default", "break", "continue", "return", "inline", "struct", "const"};
-  return _declared.contains(name) || _structs.contains(name) || FindWord(name) != nullptr ||
-         std::find(std::begin(kKeywords), std::end(kKeywords), name) != std::end(kKeywords);
+  return _declared.contains(name) || _structs.contains(name) || FindWord(name) != nullptr;
 }
 
 SourceOffset Parser::GetEndOfLast() const {
@@ -166,21 +163,27 @@ void Parser::ReadItem(Nodes& items) {
     ++_namespaces;
     return;
   }
-  if (Is("ADDNOISECALL")) {
-    items.push_back(Add(NodeKind::kNoiseMark, token.offset, "", {}));
-    Take();
-    return;
+  switch (FindWordId(token.text)) {
+    case WordId::kNoiseMark:
+      items.push_back(Add(NodeKind::kNoiseMark, token.offset, "", {}));
+      Take();
+      return;
+    case WordId::kGroupSize:
+      return ReadGroupSize(items);
+    case WordId::kGranularity:
+    case WordId::kSingleThreadedThreshold:
+      return ReadTuning(items);
+    case WordId::kKernelStart:
+      return ReadKernel(items);
+    case WordId::kKernelMethod:
+      Stop(token.offset, "a kernel in the form of a method, which can fail");
+      return;
+    default:
+      break;
   }
-  if (Is("GROUPSIZE")) return ReadGroupSize(items);
-  if (Is("CPU_GRANULARITY") || Is("CPU_SINGLETHREADEDTHRESHOLD")) return ReadTuning(items);
   if (Is("struct") && Is("KernelInput", 1)) return ReadStructParameters(items);
   if (Is("struct") || (Is("typedef") && Is("struct", 1))) return ReadStruct(items);
   if (Is("typedef") || (Is("using") && Is("=", 2))) return ReadAlias(items);
-  if (Is("OSTRA_PARALLEL_KERNEL") || Is("FP_KERNEL")) return ReadKernel(items);
-  if (Is("OSTRA_METHOD")) {
-    Stop(token.offset, "a kernel in the form of a method, which can fail");
-    return;
-  }
   ReadFunctionOrConstant(items);
 }
 

@@ -225,7 +225,9 @@ NodeIndex Parser::ReadWord() {
     return Stop(token.offset, Join({"\"", token.text, "\" is a word of graphics stages"}));
   if (word && word->kind == WordKind::kReserved)
     return Stop(token.offset, Join({"\"", token.text, "\" is C++ beyond the language of kernels"}));
-  if (word && (word->kind == WordKind::kStatement || word->kind == WordKind::kQualifier)) return StopAt(token);
+  if (word &&
+      (word->kind == WordKind::kStatement || word->kind == WordKind::kQualifier || word->kind == WordKind::kKeyword))
+    return StopAt(token);
   if (Is("(", 1)) return ReadCall();
   if (Is("not")) return StopAt(token);  // the operator of C++
   Take();

@@ -20,7 +20,7 @@ NodeIndex Parser::ReadBlock() {
 // Up to the closing brace. A broken statement is left out.
 void Parser::ReadStatements(Nodes& statements, const Token& open) {
   while (!IsStopped() && !Is("}")) {
-    if (IsEnd() || Is("OSTRA_PARALLEL_KERNEL_END") || Is("FP_KERNEL_END")) {
+    if (IsEnd() || FindWordId(Peek().text) == WordId::kKernelEnd) {
       Fail(open.offset, "this brace is not closed");
       _isFull = true;  // what follows would be read as something else than it is
       return;
@@ -83,7 +83,8 @@ NodeIndex Parser::ReadKeywordStatement() {
 
 NodeIndex Parser::ReadWordStatement() {
   const Token& token = Peek();
-  if (Is("CPU_SCOPE_START")) return Stop(token.offset, "a part for the CPU only (CPU_SCOPE_START)");
+  if (FindWordId(token.text) == WordId::kCpuScopeStart)
+    return Stop(token.offset, "a part for the CPU only (CPU_SCOPE_START)");
   if (Is("GROUPSHAREDMEM")) return ReadSharedArray();
   if (Is("MAKELOCAL")) return ReadMakeLocal();
   if ((Is("PRINT") || Is("ASSERT")) && Is("(", 1) && !_declared.contains(token.text)) return ReadReport();

@@ -15,14 +15,6 @@ namespace {
 
 constexpr std::string_view kTypeWord = "TYPE";
 
-// Directives that the CPU form takes out of their place, whatever condition they stand under.
-Bool IsMovedWord(std::string_view word) {
-  return word == "GROUPSIZE" || word == "CPU_GRANULARITY" || word == "CPU_SINGLETHREADEDTHRESHOLD" ||
-         word == "ADDNOISECALL" || word == "LinearInvocation" || word == "CPU_SCOPE_START" || word == "KERNELINPUTS" ||
-         word == "OSTRA_PARALLEL_KERNEL" || word == "FP_KERNEL" || word == "OSTRA_METHOD" ||
-         word == "GradientRenderData";
-}
-
 class Preprocessor {
  public:
   Preprocessor(const Source& source, SourceMap& sources) : _source(source), _sources(sources), _macros(sources) {}
@@ -123,7 +115,7 @@ class Preprocessor {
   std::size_t ReadLine(File& file, std::size_t i) {
     const Token& token = file.tokens[i];
     if (token.isFirstInLine && token.Is("#")) return ReadDirective(file, i);
-    if (IsConditional(file) && IsMovedWord(token.text))
+    if (IsConditional(file) && IsOfFile(FindWordId(token.text)))
       Stop(token.offset, Join({token.text, " below a condition of the preprocessor"}));
     if (IsActive(file)) {
       if (token.Is("{")) ++_braces;
@@ -225,7 +217,7 @@ class Preprocessor {
     if (i + 2 >= end || file.tokens[i + 2].kind != TokenKind::kWord)
       return Stop(file.tokens[i].offset, "a #define without a name");
     const Token& name = file.tokens[i + 2];
-    if (name.Is("KERNELINPUTS")) {
+    if (FindWordId(name.text) == WordId::kKernelInputs) {
       _pending.push_back({.kind = TokenKind::kInputsBegin, .offset = name.offset});
       _pending.insert(_pending.end(), file.tokens.begin() + static_cast<std::ptrdiff_t>(i) + 3,
                       file.tokens.begin() + static_cast<std::ptrdiff_t>(end));
@@ -233,17 +225,9 @@ class Preprocessor {
       return Flush();
     }
     const Word* word = FindWord(name.text);
-    if ((word && !IsLibraryWord(word->id)) || IsLanguageKeyword(name.text))
+    if (word && !IsLibraryWord(word->id))
       return Stop(name.offset, Join({"\"", name.text, "\" is a word of the language and defined as a macro"}));
     _macros.Define(file.tokens, i + 2, end, _openFiles.size() == 1);
-  }
-
-  static Bool IsLanguageKeyword(std::string_view word) {
-    constexpr std::string_view kKeywords[] = {"if",       "else",        "for",      "while",     "do",     "switch",
-                                              "case",     "default",     "break",    "continue",  "return", "inline",
-                                              "struct",   "const",       "static",   "constexpr", "true",   "false",
-                                              "unsigned", "static_cast", "namespace"};
-    return std::find(std::begin(kKeywords), std::end(kKeywords), word) != std::end(kKeywords);
   }
 
   void ReadInclude(File& file, std::size_t i, std::size_t end) {

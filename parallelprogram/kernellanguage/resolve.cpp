@@ -184,7 +184,7 @@ void Resolver::ReadDirective(NodeIndex item) {
     }
     if (_tree.Is(item, NodeKind::kGroupSize))
       _resolved.groupSize[axis++] = static_cast<UInt32>(*number);
-    else if (NameOf(item) == "CPU_GRANULARITY")
+    else if (FindWordId(NameOf(item)) == WordId::kGranularity)
       _resolved.granularity = *number;
     else
       _resolved.singleThreadedThreshold = *number;

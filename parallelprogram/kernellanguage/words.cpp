@@ -196,19 +196,20 @@ constexpr Word kWords[] = {
     {"groupCount", kFunction, Id::kGroupCount, "u(b)", "for how many of the work group a condition holds", true},
     {"groupBallot", kFunction, Id::kGroupBallot, "u(bu)", "32 invocations of the work group as bits of one word", true},
     // Statements and directives.
-    {"GROUPSIZE", kStatement, Id::kOther, "", "size of a work group"},
-    {"CPU_GRANULARITY", kStatement, Id::kOther, "", "invocations that a worker takes at least"},
-    {"CPU_SINGLETHREADEDTHRESHOLD", kStatement, Id::kOther, "", "up to so many run in order on the calling thread"},
-    {"KERNELINPUTS", kStatement, Id::kOther, "", "the parameters"},
-    {"OSTRA_PARALLEL_KERNEL", kStatement, Id::kOther, "", "begins the kernel"},
-    {"OSTRA_PARALLEL_KERNEL_END", kStatement, Id::kOther, "", "ends the kernel"},
-    {"FP_KERNEL", kStatement, Id::kOther, "", "begins the kernel"},
-    {"FP_KERNEL_END", kStatement, Id::kOther, "", "ends the kernel"},
-    {"OSTRA_METHOD", kStatement, Id::kOther, "", "begins a kernel that can fail"},
+    {"GROUPSIZE", kStatement, Id::kGroupSize, "", "size of a work group"},
+    {"CPU_GRANULARITY", kStatement, Id::kGranularity, "", "invocations that a worker takes at least"},
+    {"CPU_SINGLETHREADEDTHRESHOLD", kStatement, Id::kSingleThreadedThreshold, "",
+     "up to so many run in order on the calling thread"},
+    {"KERNELINPUTS", kStatement, Id::kKernelInputs, "", "the parameters"},
+    {"OSTRA_PARALLEL_KERNEL", kStatement, Id::kKernelStart, "", "begins the kernel"},
+    {"OSTRA_PARALLEL_KERNEL_END", kStatement, Id::kKernelEnd, "", "ends the kernel"},
+    {"FP_KERNEL", kStatement, Id::kKernelStart, "", "begins the kernel"},
+    {"FP_KERNEL_END", kStatement, Id::kKernelEnd, "", "ends the kernel"},
+    {"OSTRA_METHOD", kStatement, Id::kKernelMethod, "", "begins a kernel that can fail"},
     {"KERNEL_RETURN", kStatement, Id::kOther, "", "ends the invocation of a kernel that can fail"},
-    {"CPU_SCOPE_START", kStatement, Id::kOther, "", "begins lines for the CPU only"},
-    {"CPU_SCOPE_END", kStatement, Id::kOther, "", "ends lines for the CPU only"},
-    {"ADDNOISECALL", kStatement, Id::kOther, "", "counts a call of a noise"},
+    {"CPU_SCOPE_START", kStatement, Id::kCpuScopeStart, "", "begins lines for the CPU only"},
+    {"CPU_SCOPE_END", kStatement, Id::kCpuScopeEnd, "", "ends lines for the CPU only"},
+    {"ADDNOISECALL", kStatement, Id::kNoiseMark, "", "counts a call of a noise"},
     {"GROUPSHAREDMEM", kStatement, Id::kOther, "", "declares an array in group memory"},
     {"MAKELOCAL", kStatement, Id::kOther, "", "copies elements of a buffer into group memory"},
     {"groupSharedBarrier", kStatement, Id::kOther, "", "waits for the invocations of the group"},
@@ -291,7 +292,7 @@ constexpr Word kWords[] = {
     {"Block", kType, Id::kOther, "", "a buffer parameter, Block<Float32>"},
     {"BaseArray", kType, Id::kOther, "", "a buffer parameter"},
     {"AtomicUInt32", kType, Id::kOther, "", "a counter parameter"},
-    {"GradientRenderData", kType, Id::kOther, "", "a gradient parameter"},
+    {"GradientRenderData", kType, Id::kGradientData, "", "a gradient parameter"},
     // Graphics stages.
     {"OutPosition", kStage, Id::kOther, "", "position that a vertex stage gives"},
     {"OutPointSize", kStage, Id::kOther, "", "width of a point"},
@@ -313,6 +314,28 @@ constexpr Word kWords[] = {
     {"OutTessLevelInner", kStage, Id::kOther, "", "how often the inside is divided"},
     {"InTessCoord", kStage, Id::kOther, "", "position in the patch"},
     {"discard", kStage, Id::kOther, "", "drops the pixel"},
+    // Of C++.
+    {"if", kKeyword, Id::kOther, "", ""},
+    {"else", kKeyword, Id::kOther, "", ""},
+    {"for", kKeyword, Id::kOther, "", ""},
+    {"while", kKeyword, Id::kOther, "", ""},
+    {"do", kKeyword, Id::kOther, "", ""},
+    {"switch", kKeyword, Id::kOther, "", ""},
+    {"case", kKeyword, Id::kOther, "", ""},
+    {"default", kKeyword, Id::kOther, "", ""},
+    {"break", kKeyword, Id::kOther, "", ""},
+    {"continue", kKeyword, Id::kOther, "", ""},
+    {"return", kKeyword, Id::kOther, "", ""},
+    {"inline", kKeyword, Id::kOther, "", ""},
+    {"struct", kKeyword, Id::kOther, "", ""},
+    {"const", kKeyword, Id::kOther, "", ""},
+    {"static", kKeyword, Id::kOther, "", ""},
+    {"constexpr", kKeyword, Id::kOther, "", ""},
+    {"true", kKeyword, Id::kOther, "", ""},
+    {"false", kKeyword, Id::kOther, "", ""},
+    {"unsigned", kKeyword, Id::kOther, "", ""},
+    {"static_cast", kKeyword, Id::kOther, "", ""},
+    {"namespace", kKeyword, Id::kOther, "", ""},
     // Words of C++ that stand for more than the language has.
     {"auto", kReserved, Id::kOther, "", ""},
     {"template", kReserved, Id::kOther, "", ""},
@@ -448,6 +471,11 @@ std::span<const Word> GetWords() { return kWords; }
 const Word* FindWord(std::string_view name) {
   const auto found = GetTables().byName.find(name);
   return found == GetTables().byName.end() ? nullptr : found->second;
+}
+
+WordId FindWordId(std::string_view name) {
+  const Word* word = FindWord(name);
+  return word ? word->id : WordId::kNone;
 }
 
 const Word& GetWord(WordId id) { return *GetTables().byId[static_cast<std::size_t>(id)]; }

@@ -20,6 +20,7 @@ enum class WordKind : UInt8 {
   kStatement,  // a statement or directive
   kQualifier,  // stands before types
   kStage,      // graphics stages only
+  kKeyword,    // of C++, as the language has it
   kReserved,   // of C++, which the language does not have
 };
 
@@ -27,6 +28,18 @@ enum class WordKind : UInt8 {
 enum class WordId : UInt16 {
   kNone,
   kOther,
+  // the parts of a kernel file
+  kGroupSize,
+  kGranularity,
+  kSingleThreadedThreshold,
+  kKernelInputs,
+  kKernelStart,
+  kKernelEnd,
+  kKernelMethod,
+  kCpuScopeStart,
+  kCpuScopeEnd,
+  kNoiseMark,
+  kGradientData,
   // values
   kGlobalInvocation,
   kLocalInvocation,
@@ -226,6 +239,8 @@ struct Overload {
 std::span<const Word> GetWords();
 // Null for a name that is no word of the language.
 const Word* FindWord(std::string_view name);
+// kNone for a name that is no word of the language.
+WordId FindWordId(std::string_view name);
 // The first word with the ID.
 const Word& GetWord(WordId id);
 // The overload that one of Word::forms stands for, with vectors of `width` components.
@@ -239,6 +254,11 @@ inline constexpr std::string_view kGroupArrayPrefix = "ostraGroup_";
 // Functions that the invocations of a group compute together, as they come to a groupSharedBarrier.
 inline Bool IsGroupWord(WordId id) { return id >= kFirstGroupWord && id < WordId::kCount; }
 
+// Words that the CPU form takes out of their place, whatever condition of the preprocessor they stand under.
+inline Bool IsOfFile(WordId id) {
+  const Bool isPart = id >= WordId::kGroupSize && id <= WordId::kGradientData;
+  return (isPart && id != WordId::kKernelEnd && id != WordId::kCpuScopeEnd) || id == WordId::kLinearInvocation;
+}
 inline Bool IsAtomic(WordId id) { return id >= WordId::kAtomicAdd && id <= WordId::kAtomicCompareExchange; }
 
 }  // namespace ostra::kernellanguage

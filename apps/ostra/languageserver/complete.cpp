@@ -9,10 +9,6 @@ using namespace kernellanguage;
 
 namespace {
 
-constexpr std::string_view kStatements[] = {"if",     "else",   "for",     "while", "do",
-                                            "switch", "case",   "default", "break", "continue",
-                                            "return", "struct", "const",   "true",  "false"};
-
 // Tokens before a place, and what they say about it.
 class Context {
  public:
@@ -142,14 +138,13 @@ class CompletionList {
   void AddWords() {
     for (const Word& word : GetWords()) {
       if (word.kind == WordKind::kReserved || word.kind == WordKind::kStage) continue;
-      const CompletionKind kind =
-          word.kind == WordKind::kType ? CompletionKind::kType
-          : word.kind == WordKind::kValue || word.kind == WordKind::kStatement || word.kind == WordKind::kQualifier
-              ? CompletionKind::kWord
-              : CompletionKind::kFunction;
-      Add(word.name, kind, std::string(word.meaning));
+      const CompletionKind kind = word.kind == WordKind::kType ? CompletionKind::kType
+                                  : word.kind == WordKind::kValue || word.kind == WordKind::kStatement ||
+                                          word.kind == WordKind::kQualifier || word.kind == WordKind::kKeyword
+                                      ? CompletionKind::kWord
+                                      : CompletionKind::kFunction;
+      Add(word.name, kind, word.kind == WordKind::kKeyword ? "as in C++" : std::string(word.meaning));
     }
-    for (const std::string_view statement : kStatements) Add(statement, CompletionKind::kWord, "statement");
   }
 
   std::vector<Completion> items;
