@@ -390,7 +390,7 @@ TEST_F(LintsTest, VectorsTakeAllTheirComponents) {
 TEST_F(LintsTest, VectorsHaveNoSwizzles) {
   EXPECT_THAT(Check(MakeKernel("(Float32) a", "\tvec2 v = p.xy;")),
               Contains("k.krn:6: error: \".xy\": vectors have no swizzles on the CPU; name the components"));
-  EXPECT_THAT(Check(MakeKernel("(Float32) a", "\tfloat v = p.x + q.wide;")), IsEmpty());
+  EXPECT_THAT(Check(MakeHostKernel("(Float32) a", "\tfloat v = p.x + q.wide;")), IsEmpty());
 }
 
 TEST_F(LintsTest, MatricesAreMultipliedWithMul) {

@@ -23,13 +23,6 @@ bool HasDevice(const ToolResult& result) {
   return false;
 }
 
-ToolResult RunScale(const TemporaryFolder& folder, const std::string& backend, const std::string& target) {
-  folder.Write("in.csv", "1\n2\n-3.5\n");
-  return RunTool({"run", GetTestKernel("net.example.scale.krn"), "--in", "values=" + folder / "in.csv", "--set",
-                  "factor=2.5", "--set", "offset=100,-1", "--out", "values=" + folder / target, "--backend", backend,
-                  "--json"});
-}
-
 TEST(RunGpuTest, TheSameFileRunsOnTheGpu) {
   const TemporaryFolder folder;
   const ToolResult result = RunTool({"run", GetTestKernel("net.example.invert.krn"), "--in", "image=zeros:17x5",
@@ -110,15 +103,25 @@ TEST(RunGpuTest, BothAreComparedAndTimed) {
 
 TEST(RunGpuTest, AKernelThatIsNoShaderSaysWhere) {
   const TemporaryFolder folder;
-  const ToolResult cpu = RunScale(folder, "cpu", "out.csv");
+  const std::string kernel = folder.Write("net.example.lambda.krn",
+                                          "#define KERNELINPUTS \\\n(Block<Float32>) values\n\n"
+                                          "OSTRA_PARALLEL_KERNEL(Lambda, KERNELINPUTS)\n{\n"
+                                          "\tauto twice = [](float x) { return x * 2; };\n"
+                                          "\tUNIFORM_BUFFER(values)[0] = twice(4.0);\n"
+                                          "}\nOSTRA_PARALLEL_KERNEL_END\n");
+  const auto run = [&](const char* backend) {
+    return RunTool({"run", kernel, "--in", "values=zeros:1", "--size", "1", "--out", "values=" + folder / "out.csv",
+                    "--backend", backend, "--json"});
+  };
+  const ToolResult cpu = run("cpu");
   ASSERT_EQ(cpu.exitStatus, 0) << cpu.errors;
-  // Vec2<Int32> is a type that kernels have on the CPU only.
-  const ToolResult gpu = RunScale(folder, "gpu", "out.csv");
+  const ToolResult gpu = run("gpu");
   ASSERT_EQ(gpu.exitStatus, 1);
   if (gpu.errors.find("--backend cpu") != std::string::npos) GTEST_SKIP() << "There is no GPU device on this machine.";
-  EXPECT_THAT(gpu.errors, testing::StartsWith("ostra: The kernel \"net.example.scale.krn\" cannot run because it could "
-                                              "not be compiled: "));
-  EXPECT_THAT(gpu.errors, HasSubstr("net.example.scale.krn:"));
+  EXPECT_THAT(gpu.errors,
+              testing::StartsWith("ostra: The kernel \"net.example.lambda.krn\" cannot run because it could "
+                                  "not be compiled: "));
+  EXPECT_THAT(gpu.errors, HasSubstr("net.example.lambda.krn:6"));
   EXPECT_EQ(gpu.errors.find("A job failed"), std::string::npos) << gpu.errors;
 }
 
