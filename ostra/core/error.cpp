@@ -4,10 +4,13 @@
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
+#include <new>
+#include <vector>
 
 #include "ostra/core/format.h"
 #include "ostra/core/memory.h"
 #include "ostra/core/result.h"
+#include "ostra/core/source_message.h"
 
 OSTRA_UNIT("error");
 
@@ -22,6 +25,7 @@ struct ErrorRecord {
   String message;
   Int32 line = 0;
   char unit[kUnitSize] = {};
+  std::vector<SourceMessage> sources;  // that the message was made of
 };
 
 namespace {
@@ -85,6 +89,36 @@ Error Error::Make(const Id& kind, std::string_view message, const char* unit, In
   SetLocation(*record, unit, line);
   return Error(record);
 }
+
+// What makes and reads errors about sources.
+struct SourceErrors {
+  static Error Make(const Id& kind, std::vector<SourceMessage> messages, const char* unit, Int32 line) {
+    Error error = Error::Make(kind, FormatSourceMessages(messages), unit, line);
+    if (!error._record->pooled) error._record->sources = std::move(messages);
+    return error;
+  }
+  static std::span<const SourceMessage> Get(const Error& error) { return error._record->sources; }
+};
+
+Error MakeSourceError(std::vector<SourceMessage> messages, const char* unit, Int32 line, const Id& kind) {
+  try {
+    return SourceErrors::Make(kind, std::move(messages), unit, line);
+  } catch (const std::bad_alloc&) {
+    return Error::MakeOutOfMemory(unit, line);
+  }
+}
+
+Error MakeSourceError(std::string_view file, Int sourceLine, std::string_view text, const char* unit, Int32 line,
+                      const Id& kind) {
+  try {
+    SourceMessage message{.file = std::string(file), .line = sourceLine, .text = std::string(text)};
+    return SourceErrors::Make(kind, {std::move(message)}, unit, line);
+  } catch (const std::bad_alloc&) {
+    return Error::MakeOutOfMemory(unit, line);
+  }
+}
+
+std::span<const SourceMessage> GetSourceMessages(const Error& error) { return SourceErrors::Get(error); }
 
 void Error::AddRef(ErrorRecord* record) { record->references.fetch_add(1, std::memory_order_relaxed); }
 

@@ -27,6 +27,7 @@ inline constexpr Id kOutOfMemoryError = "net.ostra.interface.outofmemoryerror"_i
 inline constexpr Id kNotImplementedError = "net.ostra.interface.notimplementederror"_id;
 
 struct ErrorRecord;
+struct SourceErrors;
 
 class OSTRA_API Error {
  public:
@@ -79,6 +80,7 @@ class OSTRA_API Error {
 
   template <class T>
   friend class Result;
+  friend struct SourceErrors;  // source_message.h
 };
 
 }  // namespace ostra

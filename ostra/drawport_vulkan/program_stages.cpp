@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "ostra/core/format.h"
+#include "ostra/core/source_message.h"
 
 OSTRA_UNIT("drawport_vulkan");
 
@@ -113,22 +114,22 @@ Bool Contains(const BaseArray<UInt32>& numbers, Int number) {
   return std::find(numbers.begin(), numbers.end(), static_cast<UInt32>(number)) != numbers.end();
 }
 
-// "file:line: error: " where the origin is known.
-Result<String> MakePlace(const ShaderOrigin& origin) {
-  if (origin.line == 0) return String();
-  return Format("@:@: error: ", origin.file, origin.line);
+// About the line of `origin` where it is known.
+Error MakeVaryingError(const ShaderOrigin& origin, Result<String> text) {
+  if (!text) return text.TakeError();
+  if (origin.line == 0) return OSTRA_ILLEGAL_ARGUMENT("@", *text);
+  return MakeSourceError(origin.file.GetView(), origin.line, text->GetView(), kOstraUnit, __LINE__);
 }
 
 Result<void> CheckVarying(const ShaderParameter& varying, const ProgramStage& from, const ProgramStage& to,
                           const PipelineStage& given) {
   const ShaderParameter* const source = FindVarying(from.records, static_cast<UInt32>(varying.binding));
   if (source && source->valueType == varying.valueType && Contains(given.outputs, source->binding)) return OK;
-  OSTRA_ASSIGN_OR_RETURN(const String place, MakePlace(varying.origin));
   if (source && source->valueType != varying.valueType)
-    return OSTRA_ILLEGAL_ARGUMENT("@the varying \"@\" has another type in the @ than in the @", place, varying.name,
-                                  GetStageName(to.stage), GetStageName(from.stage));
-  return OSTRA_ILLEGAL_ARGUMENT("@the @ receives the varying \"@\", which the @ does not give", place,
-                                GetStageName(to.stage), varying.name, GetStageName(from.stage));
+    return MakeVaryingError(varying.origin, Format("the varying \"@\" has another type in the @ than in the @",
+                                                   varying.name, GetStageName(to.stage), GetStageName(from.stage)));
+  return MakeVaryingError(varying.origin, Format("the @ receives the varying \"@\", which the @ does not give",
+                                                 GetStageName(to.stage), varying.name, GetStageName(from.stage)));
 }
 
 }  // namespace

@@ -5,10 +5,10 @@
 #include <glslang/SPIRV/GlslangToSpv.h>
 
 #include <algorithm>
-#include <charconv>
 #include <new>
 #include <string>
 
+#include "ostra/core/compiler_line.h"
 #include "ostra/core/text_characters.h"
 #include "ostra/shadercompiler/call_graph.h"
 
@@ -43,18 +43,6 @@ String MakeText(std::string_view text) {
   auto copy = String::Create(text);
   if (!copy) throw std::bad_alloc();
   return std::move(*copy);
-}
-
-// The library numbers its sources: "0:12: " stands for line 12 of the only one. Returns 0 without a number.
-Int TakeLineNumber(std::string_view& text) {
-  constexpr std::string_view kSource = "0:";
-  if (!text.starts_with(kSource)) return 0;
-  Int line = 0;
-  const auto [end, code] = std::from_chars(text.data() + kSource.size(), text.data() + text.size(), line);
-  if (code != std::errc() || end == text.data() + text.size() || *end != ':') return 0;
-  text.remove_prefix(static_cast<std::size_t>(end - text.data()) + 1);
-  while (text.starts_with(' ')) text.remove_prefix(1);
-  return line;
 }
 
 // The library's names of tokens, as people know them.
@@ -141,14 +129,8 @@ std::string DescribeTokens(std::string_view message) {
 
 // A log without a message of the usual form: "(12): error at column 1, HLSL parsing failed.".
 ShaderMessage ReadBareLog(std::string_view log) {
-  std::string_view text = log.substr(0, log.find('\n'));
-  Int line = 0;
-  constexpr std::string_view kEnd = "): error at column ";
-  if (const std::size_t at = text.find(kEnd); text.starts_with('(') && at != std::string_view::npos)
-    std::from_chars(text.data() + 1, text.data() + at, line);
-  if (line == 0) return {true, 0, MakeText(log)};
-  const std::size_t comma = text.find(", ");
-  return {true, line, MakeText(comma == std::string_view::npos ? text : text.substr(comma + 2))};
+  const auto read = ReadCompilerLine(log.substr(0, log.find('\n')));
+  return read ? ShaderMessage{true, read->line, MakeText(read->text)} : ShaderMessage{true, 0, MakeText(log)};
 }
 
 // Lines that only sum up what the others say.
@@ -219,18 +201,16 @@ void ReadLog(std::string_view log, std::vector<ShaderMessage>& messages) {
     const std::size_t end = log.find('\n');
     std::string_view line = log.substr(0, end);
     log = end == std::string_view::npos ? std::string_view() : log.substr(end + 1);
-    constexpr std::string_view kError = "ERROR: ", kWarning = "WARNING: ";
-    const Bool isError = line.starts_with(kError);
-    if (!isError && !line.starts_with(kWarning)) {
+    while (line.ends_with(' ')) line.remove_suffix(1);
+    const auto read = ReadCompilerLine(line);
+    if (!read) {
       if (isContinued) AppendWords(line, lines.back().text);
       continue;
     }
-    line.remove_prefix(isError ? kError.size() : kWarning.size());
-    while (line.ends_with(' ')) line.remove_suffix(1);
-    isContinued = !IsSummary(line);
+    isContinued = !IsSummary(read->text);
     if (!isContinued) continue;
-    const Int number = TakeLineNumber(line);
-    lines.push_back({isError || IsFailure(line), number, DescribeTokens(line)});
+    const Bool isError = read->severity == SourceSeverity::kError;
+    lines.push_back({isError || IsFailure(read->text), read->line, DescribeTokens(read->text)});
   }
   for (const Line& line : lines) messages.push_back({line.isError, line.number, MakeText(line.text)});
 }

@@ -104,35 +104,45 @@ Result<CompiledShader> CompileShader(const Id& language, DrawportStage stage, co
   return compiled;
 }
 
-Result<String> FormatShaderMessage(const AssembledShader& shader, const ShaderMessage& message,
-                                   std::string_view fallbackFile) {
-  const std::string_view severity = message.isError ? "error" : "warning";
+Result<SourceMessage> PlaceShaderMessage(const AssembledShader& shader, const ShaderMessage& message,
+                                         std::string_view fallbackFile) {
   OSTRA_ASSIGN_OR_RETURN(const String text, RestoreShaderWords(message.text));
-  if (const Int end = FindEndOfBody(shader); IsOfOpenBrace(message, end)) {
-    const ShaderOrigin& origin = shader.lines[end - 1];
-    return Format("@:@: @: @ (behind the last line: is a brace left open?)", origin.file, origin.line, severity, text);
+  try {
+    SourceMessage placed{.severity = message.isError ? SourceSeverity::kError : SourceSeverity::kWarning,
+                         .file = std::string(fallbackFile),
+                         .text = std::string(text.GetView())};
+    const auto place = [&placed](const ShaderOrigin& origin) {
+      placed.file = origin.file.GetView();
+      placed.line = origin.line;
+    };
+    const Bool isLine = message.line > 0 && message.line <= shader.lines.GetCount();
+    if (const Int end = FindEndOfBody(shader); IsOfOpenBrace(message, end)) {
+      place(shader.lines[end - 1]);
+      placed.text += " (behind the last line: is a brace left open?)";
+    } else if (isLine && shader.lines[message.line - 1].line > 0) {
+      place(shader.lines[message.line - 1]);
+    } else if (isLine) {
+      placed.text += " (line " + std::to_string(message.line) + " of the assembled text)";
+    }
+    return placed;
+  } catch (const std::bad_alloc&) {
+    return OSTRA_OUT_OF_MEMORY();
   }
-  const Bool isLine = message.line > 0 && message.line <= shader.lines.GetCount();
-  if (isLine && shader.lines[message.line - 1].line > 0) {
-    const ShaderOrigin& origin = shader.lines[message.line - 1];
-    return Format("@:@: @: @", origin.file, origin.line, severity, text);
-  }
-  if (isLine) return Format("@: @: @ (line @ of the assembled text)", fallbackFile, severity, text, message.line);
-  return Format("@: @: @", fallbackFile, severity, text);
 }
 
 Error MakeCompileError(const AssembledShader& shader, const CompiledShader& compiled, std::string_view fallbackFile) {
-  String report;
-  for (const ShaderMessage& message : compiled.messages) {
-    if (!message.isError) continue;
-    auto line = FormatShaderMessage(shader, message, fallbackFile);
-    if (!line) return line.TakeError();
-    if (report.IsPopulated()) {
-      if (auto result = report.Append("\n"); !result) return result.TakeError();
+  try {
+    std::vector<SourceMessage> errors;
+    for (const ShaderMessage& message : compiled.messages) {
+      if (!message.isError) continue;
+      auto placed = PlaceShaderMessage(shader, message, fallbackFile);
+      if (!placed) return placed.TakeError();
+      errors.push_back(std::move(*placed));
     }
-    if (auto result = report.Append(*line); !result) return result.TakeError();
+    return MakeSourceError(std::move(errors), kOstraUnit, __LINE__);
+  } catch (const std::bad_alloc&) {
+    return OSTRA_OUT_OF_MEMORY();
   }
-  return OSTRA_ILLEGAL_ARGUMENT("@", report);
 }
 
 }  // namespace ostra

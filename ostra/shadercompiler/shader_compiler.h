@@ -8,6 +8,7 @@
 // May be called from any number of threads.
 #pragma once
 
+#include "ostra/core/source_message.h"
 #include "ostra/drawport/shader_assembly.h"
 
 namespace ostra {
@@ -41,13 +42,13 @@ struct ShaderCompilerOptions {
 Result<CompiledShader> CompileShader(const Id& language, DrawportStage stage, const AssembledShader& shader,
                                      const ShaderCompilerOptions& options = {});
 
-// "file:line: error: text" with the file and line that the assembled line came from, in the words of kernel files. What
-// a brace that stays open leads to gets the last line of the body. A message about support code or about no line reads
-// "fallbackFile: error: text". Error: out of memory.
-Result<String> FormatShaderMessage(const AssembledShader& shader, const ShaderMessage& message,
-                                   std::string_view fallbackFile);
+// The message with the file and line that the assembled line came from, in the words of kernel files. What a brace that
+// stays open leads to gets the last line of the body. A message about support code or about no line is about
+// `fallbackFile`. Error: out of memory.
+Result<SourceMessage> PlaceShaderMessage(const AssembledShader& shader, const ShaderMessage& message,
+                                         std::string_view fallbackFile);
 
-// The error of a shader that could not be compiled: illegal argument with one formatted message per line.
+// The error of a shader that could not be compiled: illegal argument with its errors, one per line.
 Error MakeCompileError(const AssembledShader& shader, const CompiledShader& compiled, std::string_view fallbackFile);
 
 }  // namespace ostra

@@ -5,9 +5,8 @@
 namespace ostra {
 namespace {
 
-// Messages about lines read "file:line: error: text".
 Bool IsAboutSource(const Error& error) {
-  return error.GetKind() == kIllegalArgumentError && error.GetMessage().Contains(": error: ");
+  return error.GetKind() == kIllegalArgumentError && !GetSourceMessages(error).empty();
 }
 
 }  // namespace
@@ -16,6 +15,13 @@ Result<void> CheckKernelMistakes(const Url& file, std::string_view templateArgum
   Result<void> found = ReadForFrontEnd(file, templateArgument, &FindKernelMistakes);
   if (!found && (IsAboutSource(found.GetError()) || found.GetError().GetKind() == kOutOfMemoryError)) return found;
   return OK;
+}
+
+Result<std::optional<SourceMessage>> ExplainLineRules(const Url& file, std::string_view templateArgument) {
+  using Explain = Result<std::optional<SourceMessage>> (*)(const KernelSourceOptions&, std::string_view);
+  auto note = ReadForFrontEnd(file, templateArgument, Explain{&ExplainLineRules});
+  if (!note && note.GetError().GetKind() != kOutOfMemoryError) return std::optional<SourceMessage>();
+  return note;
 }
 
 Error ExplainCompileError(const Url& file, std::string_view templateArgument, const Error& error) {

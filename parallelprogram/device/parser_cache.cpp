@@ -5,9 +5,11 @@
 
 #include "ostra/core/diagnostics.h"
 #include "ostra/core/format.h"
+#include "ostra/core/source_message.h"
 #include "ostra/io/file.h"
 #include "parallelprogram/base/spin.h"
 #include "parallelprogram/device/cache_keys.h"
+#include "parallelprogram/device/kernel_mistakes.h"
 #include "parallelprogram/device/plain_source.h"
 #include "parallelprogram/kernelfront/source_rules.h"
 #include "parallelprogram/kernellanguage/diagnostic.h"
@@ -28,20 +30,25 @@ UInt64 MakeReadStamp(const ShaderParser& parser) {
   return stamp;
 }
 
+Bool IsKernel(const KernelSource& source) { return source.sampleCount < 0; }
+
 // Error: illegal argument (kernellanguage/diagnostic.h) for the first line that the translator takes for something
 // else.
-Result<void> CheckSourceRules(const ShaderParser& parser, const Url& source) {
+Result<void> CheckSourceRules(const ShaderParser& parser, const KernelSource& source) {
   try {
     for (const Url& file : parser.GetFiles()) {
       const auto read = ReadSourceFile(file, LineEnds::LineFeeds);
       if (!read) continue;  // the parser says why
       const std::string_view text = read->text.GetView();
-      const auto mistakes = file == source ? FindSourceMistakes(text) : FindHeaderMistakes(text);
-      if (!mistakes.empty())
-        return Error::Make(kIllegalArgumentError,
-                           kernellanguage::FormatError({file.GetView(), text, read->isEncoded}, mistakes[0].position,
-                                                       mistakes[0].text),
-                           kOstraUnit, __LINE__);
+      const auto mistakes = file == source.file ? FindSourceMistakes(text) : FindHeaderMistakes(text);
+      if (mistakes.empty()) continue;
+      SourceMessage message = kernellanguage::MakeSourceMessage({file.GetView(), text, read->isEncoded},
+                                                                mistakes[0].position, mistakes[0].text);
+      if (IsKernel(source) && mistakes[0].isLineRule) {
+        OSTRA_ASSIGN_OR_RETURN(auto note, ExplainLineRules(source.file, source.templateArgument.GetView()));
+        if (note) message.notes.push_back(std::move(*note));
+      }
+      return MakeSourceError({std::move(message)}, kOstraUnit, __LINE__);
     }
   } catch (const std::bad_alloc&) {
     return OSTRA_OUT_OF_MEMORY();
@@ -55,8 +62,8 @@ Result<void> ParseSource(ShaderParser& parser, const KernelSource& source, const
     // A source that would be replaced for ever must not keep a worker for ever.
     return parser.Init(source.file, options, EndlessSource::Refuse, LineEnds::LineFeeds, written);
   };
-  auto plain = source.sampleCount < 0 ? MakePlainSource(source.file, source.templateArgument.GetView(), source.reports)
-                                      : std::nullopt;
+  auto plain =
+      IsKernel(source) ? MakePlainSource(source.file, source.templateArgument.GetView(), source.reports) : std::nullopt;
   if (plain && *plain) {
     reportTable = (*plain)->reportTable;
     return parse(&**plain);
@@ -64,7 +71,7 @@ Result<void> ParseSource(ShaderParser& parser, const KernelSource& source, const
   Result<void> parsed = parse(nullptr);
   if (parsed && !plain) parsed = plain.TakeError();
   // What breaks a rule fails further down, with a message that explains nothing.
-  if (auto kept = CheckSourceRules(parser, source.file); !kept) return kept;
+  if (auto kept = CheckSourceRules(parser, source); !kept) return kept;
   return parsed;
 }
 

@@ -33,12 +33,17 @@ Result<WrittenSource> MakeWritten(const PlainKernel& plain, const Url& file) {
 
 Result<std::optional<WrittenSource>> MakePlainSource(const Url& file, std::string_view templateArgument,
                                                      const KernelReportOptions& reports) {
-  const auto make = [&reports](KernelSourceOptions options, std::string_view text) {
-    options.isSilent = !reports.hasReports;
-    options.isChecked = reports.hasChecks;
-    return MakePlainKernel(options, text);
-  };
-  OSTRA_ASSIGN_OR_RETURN(const auto plain, ReadForFrontEnd(file, templateArgument, make));
+  return ReadForFrontEnd(
+      file, templateArgument,
+      [&](const KernelSourceOptions& options, std::string_view text) -> Result<std::optional<WrittenSource>> {
+        OSTRA_ASSIGN_OR_RETURN(const KernelReading kernel, KernelReading::Create(options, text));
+        return MakePlainSource(file,
+                               kernel.WithReports({.isSilent = !reports.hasReports, .isChecked = reports.hasChecks}));
+      });
+}
+
+Result<std::optional<WrittenSource>> MakePlainSource(const Url& file, const KernelReading& kernel) {
+  OSTRA_ASSIGN_OR_RETURN(const auto plain, kernel.MakePlainKernel());
   if (!plain) return std::nullopt;
   OSTRA_ASSIGN_OR_RETURN(WrittenSource written, MakeWritten(*plain, file));
   return std::optional(std::move(written));

@@ -3,6 +3,7 @@
 
 #include <optional>
 
+#include "parallelprogram/kernelfront/kernel_source.h"
 #include "parallelprogram/program/kernel_report_interface.h"
 #include "parallelprogram/shaderparser/shader_parser.h"
 
@@ -12,5 +13,8 @@ namespace ostra {
 // itself. Errors: those of reading the file; what has no plain form, with its line; out of memory. Thread-safe.
 Result<std::optional<WrittenSource>> MakePlainSource(const Url& file, std::string_view templateArgument,
                                                      const KernelReportOptions& reports = {});
+
+// The same of a file that was read.
+Result<std::optional<WrittenSource>> MakePlainSource(const Url& file, const KernelReading& kernel);
 
 }  // namespace ostra

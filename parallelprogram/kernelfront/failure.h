@@ -11,7 +11,10 @@ namespace ostra::kernelfront {
 using kernellanguage::Join;
 
 struct Failure {
-  std::string message;  // see kernellanguage/diagnostic.h
+  std::vector<SourceMessage> messages;
+  // About a line that the translation for GPUs takes for something else. Kernels that the front end of the language
+  // understands need not keep such rules.
+  Bool isLineRule = false;
 };
 
 // About something that the CPU alone refuses.
@@ -19,7 +22,14 @@ struct CpuFailure : Failure {};
 
 // `position`: the byte of the text that the message is about.
 [[noreturn]] inline void Fail(const SourceText& source, std::size_t position, const std::string& message) {
-  throw Failure{kernellanguage::FormatError(source, position, message)};
+  throw Failure{{kernellanguage::MakeSourceMessage(source, position, message)}, false};
+}
+[[noreturn]] inline void FailLineRule(const SourceText& source, std::size_t position, const std::string& message) {
+  throw Failure{{kernellanguage::MakeSourceMessage(source, position, message)}, true};
+}
+// What the front end of the language has found.
+[[noreturn]] inline void Fail(const kernellanguage::SourceMap& sources, const kernellanguage::Diagnostic& diagnostic) {
+  throw Failure{{kernellanguage::MakeSourceMessage(sources, diagnostic)}, false};
 }
 [[noreturn]] inline void Fail(const EditedText& text, const Token& token, const std::string& message) {
   Fail(text.GetSource(), token.begin, message);

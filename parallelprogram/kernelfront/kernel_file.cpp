@@ -42,6 +42,11 @@ bool MayBeDropped(std::string_view line) {
          (line.starts_with("#") && !isDefinition);
 }
 
+[[noreturn]] void FailForMistake(const SourceText& source, const SourceMistake& mistake) {
+  if (mistake.isLineRule) FailLineRule(source, mistake.position, mistake.text);
+  Fail(source, mistake.position, mistake.text);
+}
+
 }  // namespace
 
 std::string Quote(std::string_view text) {
@@ -79,7 +84,7 @@ void KernelFile::Stop(const Token& token, const std::string& message) const { Fa
 
 void KernelFile::Read() {
   if (const auto mistakes = FindSourceMistakes(_text.GetText(0, _text.GetSize())); !mistakes.empty())
-    Fail(_text.GetSource(), mistakes[0].position, mistakes[0].text);
+    FailForMistake(_text.GetSource(), mistakes[0]);
   RewriteWords(_text, _options.templateArgument);
   CheckWords(_text);
   const auto& tokens = _text.GetTokens();
@@ -161,8 +166,8 @@ std::size_t KernelFile::ReadNamespace(std::size_t i) {
   _text.Replace(At(i).begin, At(open).end, "");
   _braces.push_back(true);
   if (At(open).line == At(i).line && !MayBeDropped(_text.GetLineAfter(At(open).begin)))
-    Fail(_text.GetSource(), _text.FindLineAfter(At(open).begin),
-         "the line after a namespace must be its opening brace or empty: the translation for the GPU drops it");
+    FailLineRule(_text.GetSource(), _text.FindLineAfter(At(open).begin),
+                 "the line after a namespace must be its opening brace or empty: the translation for the GPU drops it");
   return open + 1;
 }
 
@@ -181,8 +186,9 @@ void KernelFile::TakeDirective(const Token& directive, const std::string& line) 
   if (directive.line == _swallowedLine) return;
   _swallowedLine = directive.line + 1;
   if (!MayBeDropped(_text.GetLineAfter(directive.begin)))
-    Fail(_text.GetSource(), _text.FindLineAfter(directive.begin),
-         Join({"the line after ", _text.GetText(directive), " must be empty: the translation for the GPU drops it"}));
+    FailLineRule(
+        _text.GetSource(), _text.FindLineAfter(directive.begin),
+        Join({"the line after ", _text.GetText(directive), " must be empty: the translation for the GPU drops it"}));
 }
 
 // Exactly as the translation for the GPU wants it: three words, so one blank after each comma.
@@ -259,7 +265,7 @@ std::string KernelFile::MakeHeader(const KernelHeader& header, std::vector<std::
   const bool isCompanion = header.path.ends_with(".h") && RemoveSuffix(header.path) == RemoveSuffix(_file);
   EditedText text({header.path, header.text, header.isHidden});
   if (const auto mistakes = FindHeaderMistakes(header.text); isCompanion && !mistakes.empty())
-    Fail(text.GetSource(), mistakes[0].position, mistakes[0].text);
+    FailForMistake(text.GetSource(), mistakes[0]);
   RewriteWords(text, _options.templateArgument);
   CheckWords(text);
   const auto& tokens = text.GetTokens();

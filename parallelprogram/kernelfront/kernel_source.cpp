@@ -5,6 +5,7 @@
 #include <new>
 #include <utility>
 
+#include "ostra/core/source_message.h"
 #include "parallelprogram/kernelfront/client_header.h"
 #include "parallelprogram/kernelfront/failure.h"
 #include "parallelprogram/kernelfront/kernel_file.h"
@@ -27,64 +28,49 @@ auto CatchFailures(Step&& step) -> decltype(step()) {
   try {
     return step();
   } catch (const kernelfront::Failure& failure) {
-    return Error::Make(kIllegalArgumentError, failure.message, kOstraUnit, __LINE__);
+    return MakeSourceError(failure.messages, kOstraUnit, __LINE__);
   } catch (const std::bad_alloc&) {
     return OSTRA_OUT_OF_MEMORY();
   }
 }
 
+// A text about a table of kernels; `make` gives it.
 template <class Make>
-Result<String> MakeText(Make&& make) {
-  return CatchFailures([&make] { return String::Create(make()); });
-}
-
-void CheckIdentifier(std::string_view name) {
-  const bool isIdentifier =
-      !name.empty() && kernelfront::MakeIdentifier(name) == name && !(name[0] >= '0' && name[0] <= '9');
-  if (!isIdentifier)
-    throw kernelfront::Failure{Join({"The name \"", name, "\" of a kernel table is no C++ identifier."})};
+Result<String> MakeTableText(std::string_view table, Make&& make) {
+  return CatchFailures([&]() -> Result<String> {
+    const Bool isIdentifier =
+        !table.empty() && kernelfront::MakeIdentifier(table) == table && !(table[0] >= '0' && table[0] <= '9');
+    if (!isIdentifier) return OSTRA_ILLEGAL_ARGUMENT("The name \"@\" of a kernel table is no C++ identifier.", table);
+    return String::Create(make());
+  });
 }
 
 // Asks for every header once, however often it is included and by whom.
 class KnownHeaders {
  public:
-  explicit KnownHeaders(const KernelSourceOptions& options) : _options(options) {}
+  explicit KnownHeaders(const KernelSourceOptions& options) : _readHeader(options.readHeader) {}
 
   const std::optional<KernelHeader>& Read(const std::string& name, const std::string& includingFile) {
     auto [found, isNew] = _headers.try_emplace({name, includingFile});
-    if (isNew && _options.readHeader) found->second = _options.readHeader(name, includingFile);
+    if (isNew && _readHeader) found->second = _readHeader(name, includingFile);
     return found->second;
   }
 
  private:
-  const KernelSourceOptions& _options;
+  const decltype(KernelSourceOptions::readHeader) _readHeader;
   std::map<std::pair<std::string, std::string>, std::optional<KernelHeader>> _headers;
 };
 
-kernellanguage::Source MakeSource(const KernelSourceOptions& options, std::string_view text, KnownHeaders& headers) {
-  kernellanguage::Source source{.fileName = options.fileName,
-                                .text = text,
-                                .templateArgument = options.templateArgument,
-                                .isHidden = options.isHidden};
-  source.readHeader = [&headers](const std::string& name, const std::string& includingFile) {
-    const auto& header = headers.Read(name, includingFile);
-    return header ? std::optional(kernellanguage::Header{header->path, header->text, header->isHidden}) : std::nullopt;
-  };
-  return source;
-}
-
 // What no C++ compiler takes is told before one runs, in the words of kernel files.
-Result<kernellanguage::AnalyzedKernel> Analyze(const kernellanguage::Source& source) {
-  OSTRA_ASSIGN_OR_RETURN(kernellanguage::AnalyzedKernel kernel, kernellanguage::AnalyzeKernel(source));
-  if (kernel.errors.empty()) return kernel;
-  const std::string message = kernellanguage::FormatDiagnostics(kernel.sources, kernel.errors);
-  return Error::Make(kIllegalArgumentError, message, kOstraUnit, __LINE__);
+void CheckErrors(const kernellanguage::AnalyzedKernel& kernel) {
+  if (!kernel.errors.empty())
+    throw kernelfront::Failure{kernellanguage::MakeSourceMessages(kernel.sources, kernel.errors), false};
 }
 
 constexpr std::string_view kNeedsTheLanguage =
     " is not of the kernel language, and only kernels of it are checked here";
 
-std::optional<Int> CountNoises(const kernellanguage::AnalyzedKernel& kernel) {
+std::optional<Int> CountNoiseCalls(const kernellanguage::AnalyzedKernel& kernel) {
   const kernellanguage::SyntaxTree& tree = kernel.tree;
   Int count = 0;
   for (kernellanguage::NodeIndex node = 0; node < tree.nodes.size(); ++node) {
@@ -105,19 +91,35 @@ std::string PrintGroups(const kernelfront::KernelFile& file, const kernellanguag
   const auto code = kernellanguage::PrintGroupCode(
       kernel, {.className = file.GetKernelName(), .parameters = file.MakeParametersName()});
   if (!code.refusal) return file.PrintGroups(code.text);
-  throw kernelfront::Failure{Join({kernellanguage::FormatNotUnderstood(kernel.sources, *code.refusal),
-                                   ", in a kernel whose invocations exchange values"})};
+  kernelfront::Fail(kernel.sources,
+                    {.offset = code.refusal->offset,
+                     .text = Join({code.refusal->reason, ", in a kernel whose invocations exchange values"})});
 }
 
 // Why a kernel that needs its plain form has none.
-std::string FormatRefusal(const kernellanguage::SourceMap& sources, const kernellanguage::NotUnderstood& refusal) {
-  return kernellanguage::FormatDiagnostic(sources, {.offset = refusal.offset, .text = refusal.reason});
+[[noreturn]] void FailForRefusal(const kernellanguage::SourceMap& sources,
+                                 const kernellanguage::NotUnderstood& refusal) {
+  kernelfront::Fail(sources, {.offset = refusal.offset, .text = refusal.reason});
+}
+
+// Why the rules for lines hold for the kernel.
+std::optional<SourceMessage> MakeLineRuleNote(const kernellanguage::AnalyzedKernel& kernel) {
+  if (kernel.IsUnderstood()) return std::nullopt;
+  kernellanguage::Diagnostic note{.severity = SourceSeverity::kNote};
+  if (!kernel.errors.empty()) {
+    note.offset = kernel.errors.front().offset;
+    note.text = Join({"the rules for lines hold because of this mistake: ", kernel.errors.front().text});
+  } else {
+    note.offset = kernel.notUnderstood->offset;
+    note.text = Join({"the rules for lines hold because this is not understood: ", kernel.notUnderstood->reason});
+  }
+  return kernellanguage::MakeSourceMessage(kernel.sources, note);
 }
 
 // A kernel file on its way to C++: itself, or its plain form.
 struct KernelRead {
   kernelfront::KernelFile& file;
-  kernellanguage::AnalyzedKernel& kernel;
+  const kernellanguage::AnalyzedKernel& kernel;
   // Of the plain form; null otherwise.
   const kernellanguage::SourceText* plain = nullptr;
   const kernellanguage::TextOrigin* origin = nullptr;
@@ -126,13 +128,14 @@ struct KernelRead {
 
 // The kernel again, from its plain form. Ends in a Failure for what has none.
 template <class Use>
-auto ReadPlainKernel(const KernelSourceOptions& options, kernellanguage::AnalyzedKernel kernel, Use&& use)
+auto ReadPlainKernel(const KernelSourceOptions& options,
+                     const std::shared_ptr<const kernellanguage::AnalyzedKernel>& kernel, Use&& use)
     -> decltype(use(std::declval<const KernelRead&>())) {
   kernellanguage::PlainForm form =
-      kernellanguage::PrintPlainForm(kernel, {.hasReports = !options.isSilent, .hasChecks = options.isChecked});
-  if (form.refusal) throw kernelfront::Failure{FormatRefusal(kernel.sources, *form.refusal)};
+      kernellanguage::PrintPlainForm(*kernel, {.hasReports = !options.isSilent, .hasChecks = options.isChecked});
+  if (form.refusal) FailForRefusal(kernel->sources, *form.refusal);
   auto origin = std::make_shared<kernellanguage::TextOrigin>();
-  origin->sources = std::make_shared<kernellanguage::SourceMap>(std::move(kernel.sources));
+  origin->sources = std::shared_ptr<const kernellanguage::SourceMap>(kernel, &kernel->sources);
   origin->marks = std::move(form.marks);
   const std::string name = Join({"the plain form of ", options.fileName});
   KernelSourceOptions plainOptions = options;
@@ -143,64 +146,106 @@ auto ReadPlainKernel(const KernelSourceOptions& options, kernellanguage::Analyze
   file.Read();
   kernellanguage::Source source{.fileName = name, .text = form.text, .isHidden = options.isHidden};
   source.origin = origin;
-  OSTRA_ASSIGN_OR_RETURN(kernellanguage::AnalyzedKernel plain, Analyze(source));
+  OSTRA_ASSIGN_OR_RETURN(const kernellanguage::AnalyzedKernel plain, kernellanguage::AnalyzeKernel(source));
+  CheckErrors(plain);
   const kernellanguage::SourceText text{name, form.text, options.isHidden};
   return use(KernelRead{file, plain, &text, origin.get(), form.reportTable});
 }
 
-// Reads and analyzes a kernel file; `use` gets both and gives the result. Ends in a Failure.
-template <class Use>
-auto ReadKernel(const KernelSourceOptions& options, std::string_view text, Use&& use)
-    -> decltype(use(std::declval<const KernelRead&>())) {
-  KnownHeaders headers(options);
-  KernelSourceOptions remembering = options;
-  if (options.readHeader) {
-    remembering.readHeader = [&headers](const std::string& name, const std::string& includingFile) {
+}  // namespace
+
+struct KernelReading::State {
+  State(const KernelSourceOptions& theOptions, std::string_view theText)
+      : fileName(theOptions.fileName),
+        classId(theOptions.classId),
+        templateArgument(theOptions.templateArgument),
+        text(theText),
+        options(theOptions),
+        headers(theOptions) {
+    options.fileName = fileName;
+    options.classId = classId;
+    options.templateArgument = templateArgument;
+    if (!options.readHeader) return;
+    options.readHeader = [this](const std::string& name, const std::string& includingFile) {
       return headers.Read(name, includingFile);
     };
   }
-  const kernellanguage::Source source = MakeSource(options, text, headers);
-  kernelfront::KernelFile file(remembering, text);
-  try {
-    file.Read();
-  } catch (const kernelfront::Failure&) {
-    // Lines that mean nothing to this reader may well do to the language.
-    auto kernel = kernellanguage::AnalyzeKernel(source);
-    if (!kernel || !kernel->IsUnderstood()) throw;
-    return ReadPlainKernel(options, std::move(*kernel), use);
-  }
-  OSTRA_ASSIGN_OR_RETURN(kernellanguage::AnalyzedKernel kernel, Analyze(source));
-  if (kernel.IsUnderstood() && options.isChecked) return ReadPlainKernel(options, std::move(kernel), use);
-  if (kernel.IsUnderstood() && kernel.resolved.firstUnprintable != kernellanguage::kNoNode)
-    return ReadPlainKernel(options, std::move(kernel), use);
-  return use(KernelRead{file, kernel});
-}
+  State(const State&) = delete;
 
-// The same; `print` makes a text.
-template <class Print>
-Result<String> ReadAndPrint(const KernelSourceOptions& options, std::string_view text, Print&& print) {
-  return CatchFailures([&] {
-    return ReadKernel(options, text,
-                      [&print](const KernelRead& read) -> Result<String> { return String::Create(print(read)); });
+  Result<void> Analyze() {
+    kernellanguage::Source source{
+        .fileName = fileName, .text = text, .templateArgument = templateArgument, .isHidden = options.isHidden};
+    source.readHeader = [this](const std::string& name, const std::string& includingFile) {
+      const auto& header = headers.Read(name, includingFile);
+      return header ? std::optional(kernellanguage::Header{header->path, header->text, header->isHidden})
+                    : std::nullopt;
+    };
+    OSTRA_ASSIGN_OR_RETURN(kernellanguage::AnalyzedKernel analyzed, kernellanguage::AnalyzeKernel(source));
+    kernel = std::make_shared<const kernellanguage::AnalyzedKernel>(std::move(analyzed));
+    return OK;
+  }
+
+  const std::string fileName, classId, templateArgument, text;
+  KernelSourceOptions options;  // with the texts above
+  KnownHeaders headers;
+  std::shared_ptr<const kernellanguage::AnalyzedKernel> kernel;
+};
+
+Result<KernelReading> KernelReading::Create(const KernelSourceOptions& options, std::string_view text) {
+  return CatchFailures([&]() -> Result<KernelReading> {
+    auto state = std::make_shared<State>(options, text);
+    OSTRA_RETURN_IF_ERROR(state->Analyze());
+    return KernelReading(std::move(state), {options.isSilent, options.isChecked});
   });
 }
 
-// For what clients see of a kernel: its own parameters and structs.
-KernelSourceOptions WithoutReports(KernelSourceOptions options) {
-  options.isSilent = true;
-  options.isChecked = false;
+KernelReading KernelReading::WithReports(const KernelReportSwitches& switches) const {
+  KernelReading other = *this;
+  other._switches = switches;
+  return other;
+}
+
+KernelSourceOptions KernelReading::GetOptions() const {
+  KernelSourceOptions options = _state->options;
+  options.isSilent = _switches.isSilent;
+  options.isChecked = _switches.isChecked;
   return options;
 }
 
-}  // namespace
+// `use` gets the file and its analysis, or those of its plain form, and gives the result. Ends in a Failure.
+template <class Use>
+auto KernelReading::Read(Use&& use) const {
+  using Made = decltype(use(std::declval<const KernelRead&>()));
+  const kernellanguage::AnalyzedKernel& kernel = *_state->kernel;
+  kernelfront::KernelFile file(_state->options, _state->text);
+  try {
+    file.Read();
+  } catch (kernelfront::Failure& failure) {
+    // Lines that mean nothing to this reader may well do to the language.
+    if (kernel.IsUnderstood()) return Made(ReadPlainKernel(GetOptions(), _state->kernel, use));
+    if (failure.isLineRule) failure.messages.front().notes.push_back(*MakeLineRuleNote(kernel));
+    throw;
+  }
+  CheckErrors(kernel);
+  const Bool isPlain = kernel.resolved.firstUnprintable == kernellanguage::kNoNode && !_switches.isChecked;
+  if (kernel.IsUnderstood() && !isPlain) return Made(ReadPlainKernel(GetOptions(), _state->kernel, use));
+  return Made(use(KernelRead{file, kernel}));
+}
 
-Result<String> GenerateKernelSource(const KernelSourceOptions& options, std::string_view text) {
-  return ReadAndPrint(options, text, [&options](const KernelRead& read) {
+// The same; `print` makes a text.
+template <class Printer>
+Result<String> KernelReading::Print(Printer&& print) const {
+  return CatchFailures(
+      [&] { return Read([&print](const KernelRead& read) -> Result<String> { return String::Create(print(read)); }); });
+}
+
+Result<String> KernelReading::GenerateSource() const {
+  return Print([this](const KernelRead& read) {
     read.file.SetStructTypes(kernelfront::MakeStructTypes(read.file, read.kernel));
     read.file.SetReportTable(read.reportTable);
     const Bool hasGroups = read.kernel.IsUnderstood() && read.kernel.groups.isNeeded;
     // What reports is not about speed.
-    const Bool isScalar = options.isScalar || !read.reportTable.empty();
+    const Bool isScalar = _state->options.isScalar || !read.reportTable.empty();
     const std::string printed =
         hasGroups ? PrintGroups(read.file, read.kernel)
                   : read.file.Print(isScalar ? "" : kernelfront::MakeLaneForms(read.file, read.kernel));
@@ -208,22 +253,24 @@ Result<String> GenerateKernelSource(const KernelSourceOptions& options, std::str
   });
 }
 
-Result<String> GenerateStructHeader(const KernelSourceOptions& options, std::string_view text) {
-  return ReadAndPrint(WithoutReports(options), text, [&options](const KernelRead& read) {
-    return kernelfront::MakeStructHeader(options.classId, read.kernel);
+// For what clients see of a kernel: its own parameters and structs.
+constexpr KernelReportSwitches kWithoutReports = {.isSilent = true, .isChecked = false};
+
+Result<String> KernelReading::GenerateStructHeader() const {
+  return WithReports(kWithoutReports).Print([this](const KernelRead& read) {
+    return kernelfront::MakeStructHeader(_state->classId, read.kernel);
   });
 }
 
-Result<String> GenerateClientHeader(const KernelSourceOptions& options, std::string_view text) {
-  return ReadAndPrint(WithoutReports(options), text, [&](const KernelRead& read) {
-    return kernelfront::MakeClientHeader(options, read.file.GetKernelName(), text, read.kernel);
+Result<String> KernelReading::GenerateClientHeader() const {
+  return WithReports(kWithoutReports).Print([this](const KernelRead& read) {
+    return kernelfront::MakeClientHeader(_state->options, read.file.GetKernelName(), _state->text, read.kernel);
   });
 }
 
-Result<std::vector<KernelParameterText>> ListKernelParameters(const KernelSourceOptions& options,
-                                                              std::string_view text) {
+Result<std::vector<KernelParameterText>> KernelReading::ListParameters() const {
   return CatchFailures([&] {
-    return ReadKernel(options, text, [](const KernelRead& read) -> Result<std::vector<KernelParameterText>> {
+    return WithReports(kWithoutReports).Read([](const KernelRead& read) -> Result<std::vector<KernelParameterText>> {
       std::vector<KernelParameterText> parameters;
       for (const kernelfront::Parameter& parameter : read.file.GetParameters())
         parameters.push_back({parameter.type, parameter.name});
@@ -232,56 +279,101 @@ Result<std::vector<KernelParameterText>> ListKernelParameters(const KernelSource
   });
 }
 
-Result<void> FindKernelMistakes(const KernelSourceOptions& options, std::string_view text) {
+Result<void> KernelReading::FindMistakes() const {
   return CatchFailures([&]() -> Result<void> {
     try {
-      return ReadKernel(options, text, [](const KernelRead&) -> Result<void> { return OK; });
+      return Read([](const KernelRead&) -> Result<void> { return OK; });
     } catch (const kernelfront::CpuFailure&) {
       return OK;
     }
   });
 }
 
-Result<String> ExplainKernelLanes(const KernelSourceOptions& options, std::string_view text) {
-  return ReadAndPrint(options, text, [](const KernelRead& read) {
+Result<std::optional<SourceMessage>> KernelReading::ExplainLineRules() const {
+  return CatchFailures([&]() -> Result<std::optional<SourceMessage>> { return MakeLineRuleNote(*_state->kernel); });
+}
+
+Result<String> KernelReading::ExplainLanes() const {
+  return Print([](const KernelRead& read) {
     return read.reportTable.empty() || read.kernel.groups.isNeeded
                ? kernelfront::ExplainLaneForms(read.file, read.kernel)
                : kernelfront::ExplainReports(read.kernel, read.reportTable);
   });
 }
 
-Result<std::optional<Int>> CountKernelNoises(const KernelSourceOptions& options, std::string_view text) {
-  try {
-    KnownHeaders headers(options);
-    OSTRA_ASSIGN_OR_RETURN(const kernellanguage::AnalyzedKernel kernel, Analyze(MakeSource(options, text, headers)));
-    return kernel.IsUnderstood() ? CountNoises(kernel) : std::nullopt;
-  } catch (const std::bad_alloc&) {
-    return OSTRA_OUT_OF_MEMORY();
-  }
+Result<std::optional<Int>> KernelReading::CountNoises() const {
+  return CatchFailures([&]() -> Result<std::optional<Int>> {
+    CheckErrors(*_state->kernel);
+    return _state->kernel->IsUnderstood() ? CountNoiseCalls(*_state->kernel) : std::nullopt;
+  });
 }
 
-Result<std::optional<PlainKernel>> MakePlainKernel(const KernelSourceOptions& options, std::string_view text) {
+Result<std::optional<PlainKernel>> KernelReading::MakePlainKernel() const {
   return CatchFailures([&]() -> Result<std::optional<PlainKernel>> {
-    KnownHeaders headers(options);
-    OSTRA_ASSIGN_OR_RETURN(const kernellanguage::AnalyzedKernel kernel,
-                           kernellanguage::AnalyzeKernel(MakeSource(options, text, headers)));
+    const kernellanguage::AnalyzedKernel& kernel = *_state->kernel;
     if (!kernel.IsUnderstood()) {
-      if (!options.isChecked || !kernel.notUnderstood) return std::nullopt;
-      throw kernelfront::Failure{FormatRefusal(
-          kernel.sources, {kernel.notUnderstood->offset, Join({kernel.notUnderstood->reason, kNeedsTheLanguage})})};
+      if (!_switches.isChecked || !kernel.notUnderstood) return std::nullopt;
+      FailForRefusal(kernel.sources,
+                     {kernel.notUnderstood->offset, Join({kernel.notUnderstood->reason, kNeedsTheLanguage})});
     }
-    if (!options.isChecked && kernel.resolved.extensions.empty() && kernelfront::KeepsLineRules(options, text))
+    if (!_switches.isChecked && kernel.resolved.extensions.empty() &&
+        kernelfront::KeepsLineRules(_state->options, _state->text))
       return std::nullopt;
     kernellanguage::PlainForm form = kernellanguage::PrintPlainForm(
-        kernel, {.isForGpu = true, .hasReports = !options.isSilent, .hasChecks = options.isChecked});
-    if (form.refusal) throw kernelfront::Failure{FormatRefusal(kernel.sources, *form.refusal)};
+        kernel, {.isForGpu = true, .hasReports = !_switches.isSilent, .hasChecks = _switches.isChecked});
+    if (form.refusal) FailForRefusal(kernel.sources, *form.refusal);
     return kernelfront::SplitPlainForm(std::move(form), kernel.sources);
   });
 }
 
+Result<String> GenerateKernelSource(const KernelSourceOptions& options, std::string_view text) {
+  OSTRA_ASSIGN_OR_RETURN(const KernelReading kernel, KernelReading::Create(options, text));
+  return kernel.GenerateSource();
+}
+
+Result<String> GenerateStructHeader(const KernelSourceOptions& options, std::string_view text) {
+  OSTRA_ASSIGN_OR_RETURN(const KernelReading kernel, KernelReading::Create(options, text));
+  return kernel.GenerateStructHeader();
+}
+
+Result<String> GenerateClientHeader(const KernelSourceOptions& options, std::string_view text) {
+  OSTRA_ASSIGN_OR_RETURN(const KernelReading kernel, KernelReading::Create(options, text));
+  return kernel.GenerateClientHeader();
+}
+
+Result<std::vector<KernelParameterText>> ListKernelParameters(const KernelSourceOptions& options,
+                                                              std::string_view text) {
+  OSTRA_ASSIGN_OR_RETURN(const KernelReading kernel, KernelReading::Create(options, text));
+  return kernel.ListParameters();
+}
+
+Result<void> FindKernelMistakes(const KernelSourceOptions& options, std::string_view text) {
+  OSTRA_ASSIGN_OR_RETURN(const KernelReading kernel, KernelReading::Create(options, text));
+  return kernel.FindMistakes();
+}
+
+Result<std::optional<SourceMessage>> ExplainLineRules(const KernelSourceOptions& options, std::string_view text) {
+  OSTRA_ASSIGN_OR_RETURN(const KernelReading kernel, KernelReading::Create(options, text));
+  return kernel.ExplainLineRules();
+}
+
+Result<String> ExplainKernelLanes(const KernelSourceOptions& options, std::string_view text) {
+  OSTRA_ASSIGN_OR_RETURN(const KernelReading kernel, KernelReading::Create(options, text));
+  return kernel.ExplainLanes();
+}
+
+Result<std::optional<Int>> CountKernelNoises(const KernelSourceOptions& options, std::string_view text) {
+  OSTRA_ASSIGN_OR_RETURN(const KernelReading kernel, KernelReading::Create(options, text));
+  return kernel.CountNoises();
+}
+
+Result<std::optional<PlainKernel>> MakePlainKernel(const KernelSourceOptions& options, std::string_view text) {
+  OSTRA_ASSIGN_OR_RETURN(const KernelReading kernel, KernelReading::Create(options, text));
+  return kernel.MakePlainKernel();
+}
+
 Result<String> GenerateKernelTable(std::string_view name, const std::vector<std::string>& classIds) {
-  return MakeText([&] {
-    CheckIdentifier(name);
+  return MakeTableText(name, [&] {
     std::string declarations, entries;
     for (const std::string& id : classIds) {
       const std::string create = Join({"Create_", kernelfront::MakeIdentifier(id)});
@@ -295,8 +387,7 @@ Result<String> GenerateKernelTable(std::string_view name, const std::vector<std:
 }
 
 Result<String> GenerateKernelTableHeader(std::string_view name) {
-  return MakeText([&] {
-    CheckIdentifier(name);
+  return MakeTableText(name, [&] {
     return Join({"#pragma once\n\n#include \"parallelprogram/program/kernel_registration.h\"\n\n",
                  "// The kernel classes that are linked with ", name, ".\n", "ostra::KernelTable GetKernels_", name,
                  "();\n"});

@@ -10,12 +10,14 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "ostra/core/format.h"
+#include "ostra/core/source_message.h"
 
 namespace ostra {
 
@@ -48,6 +50,60 @@ struct KernelSourceOptions {
   std::function<std::optional<KernelHeader>(const std::string& name, const std::string& includingFile)> readHeader = {};
 };
 
+struct PlainKernel;  // plain_kernel.h
+
+// A parameter as it is declared.
+struct KernelParameterText {
+  std::string type, name;  // "const Block<Float32>", "source"
+};
+
+// KernelSourceOptions has the same.
+struct KernelReportSwitches {
+  Bool isSilent = false;
+  Bool isChecked = false;
+  friend bool operator==(const KernelReportSwitches&, const KernelReportSwitches&) = default;
+};
+
+// A kernel file that was read and analyzed once, for everything that is made of it. The functions are those below.
+//
+//   OSTRA_ASSIGN_OR_RETURN(const KernelReading kernel, KernelReading::Create(options, text));
+//   OSTRA_ASSIGN_OR_RETURN(const auto plain, kernel.MakePlainKernel());
+//   OSTRA_ASSIGN_OR_RETURN(const String source, kernel.GenerateSource());
+//
+// `options.readHeader` must stay callable as long as the object is used. Copies share what was read; for one thread at
+// a time.
+class KernelReading {
+ public:
+  // Error: out of memory. What is wrong with the kernel the other functions say.
+  static Result<KernelReading> Create(const KernelSourceOptions& options, std::string_view text);
+
+  // The same kernel with other switches than those of `options`.
+  KernelReading WithReports(const KernelReportSwitches& switches) const;
+
+  Result<String> GenerateSource() const;
+  Result<String> GenerateStructHeader() const;
+  Result<String> GenerateClientHeader() const;
+  Result<std::vector<KernelParameterText>> ListParameters() const;
+  Result<void> FindMistakes() const;
+  Result<std::optional<SourceMessage>> ExplainLineRules() const;
+  Result<String> ExplainLanes() const;
+  Result<std::optional<Int>> CountNoises() const;
+  Result<std::optional<PlainKernel>> MakePlainKernel() const;
+
+ private:
+  struct State;
+  KernelReading(std::shared_ptr<State> state, const KernelReportSwitches& switches)
+      : _state(std::move(state)), _switches(switches) {}
+  KernelSourceOptions GetOptions() const;
+  template <class Use>
+  auto Read(Use&& use) const;
+  template <class Printer>
+  Result<String> Print(Printer&& print) const;
+
+  std::shared_ptr<State> _state;
+  KernelReportSwitches _switches;
+};
+
 // The C++ source of the kernel file `text`. Errors: illegal argument with "file:line:column: error: what is wrong",
 // the line and a caret (kernellanguage/diagnostic.h), for mistakes inside of bodies with all that were found; out of
 // memory. What the front end of the language does not understand the compiler reports. Thread-safe.
@@ -64,15 +120,17 @@ Result<String> GenerateClientHeader(const KernelSourceOptions& options, std::str
 
 // The parameters of the kernel file `text`, as they are declared, in the order of the file. Errors: those of
 // GenerateKernelSource. Thread-safe.
-struct KernelParameterText {
-  std::string type, name;  // "const Block<Float32>", "source"
-};
 Result<std::vector<KernelParameterText>> ListKernelParameters(const KernelSourceOptions& options,
                                                               std::string_view text);
 
 // What is wrong with the kernel file `text` for the CPU and for GPUs: the errors of GenerateKernelSource without those
 // that the CPU alone has a reason for. Thread-safe.
 Result<void> FindKernelMistakes(const KernelSourceOptions& options, std::string_view text);
+
+// Why the rules for lines (source_rules.h) hold for the kernel file `text`: a note with what the front end of the
+// language does not understand or finds wrong. Nothing for a file that it understands, whose lines need no rules.
+// Error: out of memory. Thread-safe.
+Result<std::optional<SourceMessage>> ExplainLineRules(const KernelSourceOptions& options, std::string_view text);
 
 // Why the kernel file `text` has no wide form: "file:line:column: note: ...", the line and a caret below. Empty when it
 // has one. Errors: those of GenerateKernelSource.

@@ -40,12 +40,13 @@ void CheckTextureType(const EditedText& text, const Token& token) {
       if (word == Join({kPrefix, std::string(1, dimensions), "D_", kind})) return;
     }
   }
-  throw CpuFailure{kernellanguage::FormatError(
-      text.GetSource(), token.begin,
-      Join(
-          {"kernels on the CPU have no texture type \"", word,
-           "\"; there are TextureSampler_<d>D_<kind> with 1, 2 or 3 for <d> and R_U8_POINT, R_F32_POINT, R_F32_LINEAR, "
-           "RG_F32_LINEAR, RGB_F32_LINEAR or RGBA_F32_LINEAR for <kind>"}))};
+  throw CpuFailure{
+      {{kernellanguage::MakeSourceMessage(text.GetSource(), token.begin,
+                                          Join({"kernels on the CPU have no texture type \"", word,
+                                                "\"; there are TextureSampler_<d>D_<kind> with 1, 2 or 3 for <d> and "
+                                                "R_U8_POINT, R_F32_POINT, R_F32_LINEAR, "
+                                                "RG_F32_LINEAR, RGB_F32_LINEAR or RGBA_F32_LINEAR for <kind>"}))},
+       false}};
 }
 
 // The type that the tokens [begin, end) spell, with one blank where there was any.
@@ -86,8 +87,8 @@ void CheckEndOfDefinition(const EditedText& text, const Token& last) {
   std::string_view next = text.GetLineAfter(last.end);
   next.remove_prefix(std::min(next.find_first_not_of(" \t\r"), next.size()));
   if (next.empty() || next.starts_with("OSTRA_PARALLEL_KERNEL") || next.starts_with("FP_KERNEL")) return;
-  Fail(text.GetSource(), text.FindLineAfter(last.end),
-       "an empty line must follow KERNELINPUTS: the translation for the GPU reads on until there is one");
+  FailLineRule(text.GetSource(), text.FindLineAfter(last.end),
+               "an empty line must follow KERNELINPUTS: the translation for the GPU reads on until there is one");
 }
 
 }  // namespace
@@ -133,7 +134,7 @@ std::size_t RewriteStructBlock(EditedText& text, std::size_t first, std::string_
   const Token& start = tokens[first];
   const std::size_t open = first + 2;  // struct KernelInput
   if (!text.Is(open, "{") || !tokens[open].isFirstInLine || tokens[open].line != start.line + 1)
-    Fail(text, start, "the opening brace of KernelInput must be alone on the next line");
+    FailLineRule(text.GetSource(), start.begin, "the opening brace of KernelInput must be alone on the next line");
   const std::size_t after = text.FindAfterClosing(open);
   if (after == 0 || !text.Is(after, ";")) Fail(text, start, "struct KernelInput has no end \"};\"");
   for (std::size_t i = open + 1; i + 1 < after;) {

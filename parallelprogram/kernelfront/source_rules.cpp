@@ -43,7 +43,9 @@ class RuleChecker {
   const std::vector<Token>& Tokens() const { return _text.GetTokens(); }
   int GetLine(std::size_t i) const { return Tokens()[i].line; }
   Bool IsOnLine(std::size_t i, int line) const { return i < Tokens().size() && GetLine(i) == line; }
-  void Add(std::size_t token, std::string text) { _mistakes.push_back({Tokens()[token].begin, std::move(text)}); }
+  void Add(std::size_t token, std::string text, Bool isLineRule = true) {
+    _mistakes.push_back({Tokens()[token].begin, std::move(text), isLineRule});
+  }
   std::vector<SourceMistake> Take() {
     std::stable_sort(_mistakes.begin(), _mistakes.end(),
                      [](const SourceMistake& a, const SourceMistake& b) { return a.position < b.position; });
@@ -128,10 +130,12 @@ class RuleChecker {
       if (!_text.Is(i, "}")) continue;
       if (!braces.empty()) braces.pop_back();
       if (braces.empty() && i + 1 != end)
-        return Add(i, Join({"this brace closes the kernel, which ends in line ", std::to_string(GetLine(end)),
-                            ": is it one too many, or is an opening brace missing before it?"}));
+        return Add(i,
+                   Join({"this brace closes the kernel, which ends in line ", std::to_string(GetLine(end)),
+                         ": is it one too many, or is an opening brace missing before it?"}),
+                   false);
     }
-    if (!braces.empty()) Add(braces.back(), Join({"this brace is not closed before ", endWord}));
+    if (!braces.empty()) Add(braces.back(), Join({"this brace is not closed before ", endWord}), false);
   }
 
   // Macros whose whole line is replaced on the GPU.

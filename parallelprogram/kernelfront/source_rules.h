@@ -14,6 +14,9 @@ namespace ostra {
 struct SourceMistake {
   std::size_t position = 0;  // the byte of the text that the mistake is about
   std::string text;
+  // About how lines are written, which files that the front end of the language understands are free in; false for
+  // braces that do not match.
+  Bool isLineRule = true;
 };
 
 // The mistakes in a kernel file or stage file, in the order of their positions; empty for a file that keeps the rules.

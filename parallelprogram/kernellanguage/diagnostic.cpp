@@ -63,57 +63,57 @@ std::string ShowLine(std::string_view line, std::size_t column) {
   return Join({shown, "\n", caret, "^"});
 }
 
-std::string FormatPart(const SourceMap& sources, SourceOffset offset, std::string_view kind, std::string_view text) {
+SourceMessage MakePart(const SourceMap& sources, Severity severity, SourceOffset offset, std::string_view text) {
   const SourceLocation location = sources.Locate(offset);
-  std::string part;
+  SourceMessage part{.severity = severity, .text = Escape(text)};
   if (location.line > 0) {
-    part += Escape(location.file);
-    part += Join({":", std::to_string(location.line), ":", std::to_string(location.column), ": "});
+    part.file = Escape(location.file);
+    part.line = location.line;
+    part.column = location.column;
   }
-  part += kind;
-  part += ": ";
-  part += Escape(text);
   if (sources.MayShowLine(offset))
-    part += Join({"\n", ShowLine(sources.GetLine(offset), static_cast<std::size_t>(location.column) - 1)});
+    part.excerpt = ShowLine(sources.GetLine(offset), static_cast<std::size_t>(location.column) - 1);
   return part;
-}
-
-std::string_view GetWord(Severity severity) {
-  return severity == Severity::kError ? "error" : severity == Severity::kWarning ? "warning" : "note";
 }
 
 }  // namespace
 
-std::string FormatDiagnostic(const SourceMap& sources, const Diagnostic& diagnostic) {
-  std::string text = FormatPart(sources, diagnostic.offset, GetWord(diagnostic.severity), diagnostic.text);
+SourceMessage MakeSourceMessage(const SourceMap& sources, const Diagnostic& diagnostic) {
+  SourceMessage message = MakePart(sources, diagnostic.severity, diagnostic.offset, diagnostic.text);
   if (SourceMap::IsExpansion(diagnostic.offset)) {
     const SourceOffset spelling = sources.GetSpelling(diagnostic.offset);
     if (spelling != sources.GetUse(diagnostic.offset))
-      text += Join({"\n", FormatPart(sources, spelling, "note", "in the definition of the macro")});
+      message.notes.push_back(MakePart(sources, Severity::kNote, spelling, "in the definition of the macro"));
   }
   for (const DiagnosticNote& note : diagnostic.notes)
-    text += Join({"\n", FormatPart(sources, note.offset, "note", note.text)});
-  return text;
+    message.notes.push_back(MakePart(sources, Severity::kNote, note.offset, note.text));
+  return message;
+}
+
+std::vector<SourceMessage> MakeSourceMessages(const SourceMap& sources, const std::vector<Diagnostic>& diagnostics) {
+  std::vector<SourceMessage> messages;
+  for (const Diagnostic& diagnostic : diagnostics) messages.push_back(MakeSourceMessage(sources, diagnostic));
+  return messages;
+}
+
+SourceMessage MakeSourceMessage(const SourceText& source, std::size_t position, std::string_view text) {
+  SourceMap sources;
+  const Bool isAdded = sources.AddFile(source.name, source.text, source.isHidden) == 0;
+  return MakeSourceMessage(sources, Diagnostic{.offset = isAdded ? static_cast<SourceOffset>(position) : kNoOffset,
+                                               .text = std::string(text)});
+}
+
+std::string FormatDiagnostic(const SourceMap& sources, const Diagnostic& diagnostic) {
+  return FormatSourceMessage(MakeSourceMessage(sources, diagnostic));
 }
 
 std::string FormatDiagnostics(const SourceMap& sources, const std::vector<Diagnostic>& diagnostics) {
-  std::string text;
-  for (const Diagnostic& diagnostic : diagnostics) {
-    if (!text.empty()) text += "\n";
-    text += FormatDiagnostic(sources, diagnostic);
-  }
-  return text;
-}
-
-std::string FormatError(const SourceText& source, std::size_t position, std::string_view text) {
-  SourceMap sources;
-  const Bool isAdded = sources.AddFile(source.name, source.text, source.isHidden) == 0;
-  return FormatDiagnostic(
-      sources, {.offset = isAdded ? static_cast<SourceOffset>(position) : kNoOffset, .text = std::string(text)});
+  return FormatSourceMessages(MakeSourceMessages(sources, diagnostics));
 }
 
 std::string FormatNotUnderstood(const SourceMap& sources, const NotUnderstood& notUnderstood) {
-  return FormatPart(sources, notUnderstood.offset, "not understood", notUnderstood.reason);
+  const SourceMessage part = MakePart(sources, Severity::kNote, notUnderstood.offset, notUnderstood.reason);
+  return Join({FormatSourcePlace(part), "not understood: ", part.text, part.excerpt.empty() ? "" : "\n", part.excerpt});
 }
 
 }  // namespace ostra::kernellanguage

@@ -1,21 +1,18 @@
-// Diagnostic: what is wrong with a kernel, as a value. FormatDiagnostic is the one place where it becomes text:
-//
-//   net.example.blur.krn:12:8: error: unknown name "cont"; did you mean "count"?
-//   	if (i < cont)
-//   	        ^
-//
-// The notes follow in the same form. Control characters are written as \xNN; long lines are cut around the caret.
+// Diagnostic: what is wrong with a kernel, as a value with offsets of a SourceMap. MakeSourceMessage makes it stand by
+// itself, with names, numbers and the line of the source (ostra/core/source_message.h). Control characters are written
+// as \xNN there; long lines are cut around the caret.
 #pragma once
 
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "ostra/core/source_message.h"
 #include "parallelprogram/kernellanguage/source_map.h"
 
 namespace ostra::kernellanguage {
 
-enum class Severity : UInt8 { kError, kWarning, kNote };
+using Severity = SourceSeverity;
 
 struct DiagnosticNote {
   SourceOffset offset = kNoOffset;
@@ -41,17 +38,19 @@ struct NotUnderstood {
 // The limit of errors: with the last one reading ends.
 inline constexpr std::size_t kMaxErrors = 25;
 
-// "file:line:column: error: text", the line of the source and a caret below; no line end at the end.
+// Throw std::bad_alloc.
+SourceMessage MakeSourceMessage(const SourceMap& sources, const Diagnostic& diagnostic);
+std::vector<SourceMessage> MakeSourceMessages(const SourceMap& sources, const std::vector<Diagnostic>& diagnostics);
+// Their texts.
 std::string FormatDiagnostic(const SourceMap& sources, const Diagnostic& diagnostic);
-// All of them, one behind the other.
 std::string FormatDiagnostics(const SourceMap& sources, const std::vector<Diagnostic>& diagnostics);
 // A text that messages are about.
 struct SourceText {
   std::string_view name, text;
   Bool isHidden = false;  // see SourceMap::File
 };
-// The same for an error at the byte `position` of one text.
-std::string FormatError(const SourceText& source, std::size_t position, std::string_view text);
+// An error at the byte `position` of one text.
+SourceMessage MakeSourceMessage(const SourceText& source, std::size_t position, std::string_view text);
 // "file:line:column: not understood: reason".
 std::string FormatNotUnderstood(const SourceMap& sources, const NotUnderstood& notUnderstood);
 

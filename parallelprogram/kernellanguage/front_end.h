@@ -1,7 +1,7 @@
 // The front end in one call: from the text of a kernel file to its tree, types and uniformity.
 //
 //   OSTRA_ASSIGN_OR_RETURN(AnalyzedKernel kernel, AnalyzeKernel({.fileName = "net.example.blur.krn", .text = text}));
-//   if (!kernel.errors.empty()) ... FormatDiagnostics(kernel.sources, kernel.errors)     // tell the user, run nothing
+//   if (!kernel.errors.empty()) ... MakeSourceMessages(kernel.sources, kernel.errors)    // tell the user, run nothing
 //   else if (kernel.notUnderstood) ...                                                   // leave it to the C++
 //   compiler else ... kernel.tree, kernel.resolved, kernel.uniformity
 #pragma once

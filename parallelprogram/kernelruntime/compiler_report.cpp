@@ -1,7 +1,6 @@
 #include "parallelprogram/kernelruntime/compiler_report.h"
 
 #include <algorithm>
-#include <charconv>
 
 #include "ostra/core/text_characters.h"
 
@@ -58,17 +57,6 @@ std::string CleanLine(std::string_view line) {
   return text;
 }
 
-// Takes ":12" off the end.
-Bool TakeNumber(std::string_view& place, Int& number) {
-  const std::size_t colon = place.rfind(':');
-  if (colon == std::string_view::npos) return false;
-  const std::string_view digits = place.substr(colon + 1);
-  const auto [end, code] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
-  if (code != std::errc() || end != digits.data() + digits.size() || digits.empty()) return false;
-  place = place.substr(0, colon);
-  return true;
-}
-
 }  // namespace
 
 std::string CleanCompilerReport(std::string_view report) {
@@ -82,25 +70,6 @@ std::string CleanCompilerReport(std::string_view report) {
     result += '\n';
   }
   return result;
-}
-
-Bool ReadCompilerMessage(std::string_view line, CompilerMessage& message) {
-  constexpr std::pair<std::string_view, Bool> kKinds[] = {
-      {": error: ", true}, {": fatal error: ", true}, {": warning: ", false}};
-  for (const auto& [kind, isError] : kKinds) {
-    const std::size_t at = line.find(kind);
-    if (at == std::string_view::npos) continue;
-    std::string_view place = line.substr(0, at);
-    Int number = 0;
-    if (!TakeNumber(place, number)) continue;
-    message.line = number;
-    if (TakeNumber(place, number)) message.line = number;  // what was read first is the column
-    message.file = place;
-    message.isError = isError;
-    message.text = line.substr(at + kind.size());
-    return true;
-  }
-  return false;
 }
 
 }  // namespace ostra::kernelruntime

@@ -13,13 +13,4 @@ namespace ostra::kernelruntime {
 // lines of sources stay.
 std::string CleanCompilerReport(std::string_view report);
 
-// A message "file:12:5: error: text" of a report; false for other lines.
-struct CompilerMessage {
-  std::string file;
-  Int line = 0;
-  Bool isError = true;  // false: a warning
-  std::string text;
-};
-Bool ReadCompilerMessage(std::string_view line, CompilerMessage& message);
-
 }  // namespace ostra::kernelruntime

@@ -16,7 +16,7 @@
 #include "parallelprogram/kernelruntime/header_folder.h"
 #include "parallelprogram/kernelruntime/header_state.h"
 #include "parallelprogram/kernelruntime/kernel_flags.h"
-#include "parallelprogram/kernelruntime/kernel_source.h"
+#include "parallelprogram/kernelruntime/opened_kernel.h"
 #include "parallelprogram/kernelruntime/precompiled_header.h"
 
 OSTRA_UNIT("kernel_cache");
@@ -83,12 +83,10 @@ Result<Recipe> MakeRecipe(const KernelModuleOptions& options) {
   Recipe recipe;
   {
     const Step step(options, KernelBuildStep::kFrontEnd);
-    OSTRA_ASSIGN_OR_RETURN(recipe.source, ReadKernelSource({.file = options.kernelFile,
-                                                            .templateArgument = options.templateArgument,
-                                                            .classId = options.classId,
-                                                            .text = options.text,
-                                                            .isSilent = options.isSilent,
-                                                            .isChecked = options.isChecked && !options.isDebugged}));
+    const KernelReportSwitches reports = {options.isSilent, options.isChecked && !options.isDebugged};
+    const KernelFile kernel{options.kernelFile, options.templateArgument, options.classId, options.text};
+    OSTRA_ASSIGN_OR_RETURN(recipe.source,
+                           options.opened ? options.opened->MakeSource(reports) : ReadKernelSource(kernel, reports));
   }
   OSTRA_ASSIGN_OR_RETURN(recipe.cache, OpenCacheFolder(options.cacheFolder));
   OSTRA_ASSIGN_OR_RETURN(recipe.compiler, FindCompiler());

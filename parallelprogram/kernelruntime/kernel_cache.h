@@ -21,6 +21,8 @@
 
 namespace ostra::kernelruntime {
 
+class OpenedKernel;
+
 struct KernelModuleOptions {
   Url kernelFile;
   std::string classId = {};              // empty: the name of the kernel file
@@ -39,6 +41,8 @@ struct KernelModuleOptions {
   Bool isCompiledAgain = false;
   std::string templateArgument = {};  // takes the place of TYPE
   KernelBuildObserver* observer = nullptr;
+  // The kernel, opened as the options say; null: it is opened.
+  const OpenedKernel* opened = nullptr;
 };
 
 struct KernelModule {

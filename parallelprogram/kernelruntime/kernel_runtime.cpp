@@ -8,7 +8,7 @@
 
 #include "ostra/object/class.h"
 #include "parallelprogram/kernelruntime/kernel_cache.h"
-#include "parallelprogram/kernelruntime/kernel_source.h"
+#include "parallelprogram/kernelruntime/opened_kernel.h"
 #include "parallelprogram/kernelruntime/position_axes.h"
 #include "parallelprogram/program/kernel_interface.h"
 
@@ -37,9 +37,10 @@ class KernelRuntime::Implementation {
   Implementation(Host& host, KernelRuntimeSettings settings) : _host(host), _settings(std::move(settings)) {}
 
   Result<LoadedKernel> Load(kernelruntime::KernelFile kernel) {
-    OSTRA_ASSIGN_OR_RETURN(const std::string version, ReadVersion(kernel));
+    OSTRA_ASSIGN_OR_RETURN(const kernelruntime::OpenedKernel opened, kernelruntime::OpenedKernel::Open(kernel));
+    OSTRA_ASSIGN_OR_RETURN(const std::string version, MakeVersion(kernel, opened));
     if (const auto loaded = _loaded.find(version); loaded != _loaded.end()) return loaded->second;
-    OSTRA_ASSIGN_OR_RETURN(auto traits, ReadTraits(kernel, version));
+    OSTRA_ASSIGN_OR_RETURN(auto traits, MakeTraits(opened));
     OSTRA_ASSIGN_OR_RETURN(kernel.classId, ChooseClassId(kernel.file));
     kernelruntime::KernelModuleOptions options;
     options.kernelFile = kernel.file;
@@ -59,19 +60,21 @@ class KernelRuntime::Implementation {
 
  private:
   // The C++ source of a kernel, as if it were the first one of its name: it differs when a class would differ.
-  Result<std::string> ReadVersion(const kernelruntime::KernelFile& kernel) const {
+  Result<std::string> MakeVersion(const kernelruntime::KernelFile& kernel,
+                                  const kernelruntime::OpenedKernel& opened) const {
     if (_settings.observer) _settings.observer->Begin(KernelBuildStep::kFrontEnd, kernel.file);
-    const auto source = ReadKernelSource(kernel);
+    const auto source = opened.MakeSource();
     if (_settings.observer) _settings.observer->End(KernelBuildStep::kFrontEnd);
     OSTRA_RETURN_IF_ERROR(source);
     return std::string(kernel.file.GetView()) + "\n" + std::string(source->text.GetView());
   }
 
-  static Result<std::shared_ptr<const LoadedKernel::Traits>> ReadTraits(const kernelruntime::KernelFile& kernel,
-                                                                        std::string_view source) {
+  static Result<std::shared_ptr<const LoadedKernel::Traits>> MakeTraits(const kernelruntime::OpenedKernel& opened) {
     auto traits = std::make_shared<LoadedKernel::Traits>();
-    traits->axisCount = kernelruntime::CountPositionAxes(source);
-    OSTRA_ASSIGN_OR_RETURN(const auto parameters, ReadKernelParameters(kernel));
+    // Reports ask for positions of their own.
+    OSTRA_ASSIGN_OR_RETURN(const kernelruntime::KernelSource silent, opened.MakeSource({.isSilent = true}));
+    traits->axisCount = kernelruntime::CountPositionAxes(silent.text.GetView());
+    OSTRA_ASSIGN_OR_RETURN(const auto parameters, opened.ListParameters());
     for (const KernelParameterText& parameter : parameters)
       if (parameter.type.starts_with("Block<") || parameter.type.starts_with("BaseArray<"))
         traits->writable.push_back(parameter.name);

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "ostra/core/format.h"
+#include "ostra/core/source_message.h"
 #include "parallelprogram/shaderassembly/element_types.h"
 #include "parallelprogram/shaderassembly/resource_uses.h"
 #include "parallelprogram/shaderassembly/struct_elements.h"
@@ -59,10 +60,12 @@ class RecordMaker {
 
   Result<void> SetWorkGroupSize() {
     const Vec3<Int32> size = _parser.GetWorkGroupSize();
-    if (std::min({size.x, size.y, size.z}) < 1)
-      return OSTRA_ILLEGAL_ARGUMENT("@: error: a work group of @ x @ x @ invocations cannot run",
-                                    _parser.GetFiles().IsEmpty() ? Url() : _parser.GetFiles()[0], size.x, size.y,
-                                    size.z);
+    if (std::min({size.x, size.y, size.z}) < 1) {
+      const Url file = _parser.GetFiles().IsEmpty() ? Url() : _parser.GetFiles()[0];
+      OSTRA_ASSIGN_OR_RETURN(const String text,
+                             Format("a work group of @ x @ x @ invocations cannot run", size.x, size.y, size.z));
+      return MakeSourceError(file.GetView(), 0, text.GetView(), kOstraUnit, __LINE__);
+    }
     _records.workGroupSize =
         Vec3<UInt32>(static_cast<UInt32>(size.x), static_cast<UInt32>(size.y), static_cast<UInt32>(size.z));
     return OK;
@@ -107,7 +110,8 @@ class RecordMaker {
     const ShaderOrigin origin = MakeOrigin(function.declarationOrigin);
     auto definition = MakeFunctionDefinition(_parser, function);
     if (!definition && definition.GetError().GetKind() == kIllegalArgumentError)
-      return OSTRA_ILLEGAL_ARGUMENT("@:@: error: @", origin.file, origin.line, definition.GetError());
+      return MakeSourceError(origin.file.GetView(), origin.line, definition.GetError().GetMessage().GetView(),
+                             kOstraUnit, __LINE__);
     ShaderCode code;
     OSTRA_ASSIGN_OR_RETURN(code.text, std::move(definition));
     OSTRA_RETURN_IF_ERROR(code.origins.Append(origin));
@@ -139,8 +143,9 @@ class RecordMaker {
     const std::string_view type = parameter.elementType.GetView();
     const std::string_view obstacle = FindElementTypeObstacle(type, _parser.GetTargetLanguage());
     if (obstacle.empty() || IsDefinedElementType(_parser, type)) return OK;
-    return OSTRA_ILLEGAL_ARGUMENT("@:@: error: the elements of \"@\" are @: @", parameter.origin.file,
-                                  parameter.origin.line, parameter.name, type, obstacle);
+    OSTRA_ASSIGN_OR_RETURN(const String text, Format("the elements of \"@\" are @: @", parameter.name, type, obstacle));
+    return MakeSourceError(parameter.origin.file.GetView(), parameter.origin.line, text.GetView(), kOstraUnit,
+                           __LINE__);
   }
 
   void SetValue(const ShaderInputEntry& input, ShaderParameter& parameter) const {

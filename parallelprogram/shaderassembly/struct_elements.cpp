@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "ostra/core/format.h"
+#include "ostra/core/source_message.h"
 #include "ostra/core/struct_type.h"
 #include "ostra/math/data_types.h"
 #include "parallelprogram/shaderassembly/element_types.h"
@@ -94,7 +95,8 @@ class StructMaker {
  private:
   Error Fail(const ShaderTextOrigin& origin, Result<String> text) const {
     if (!text) return text.TakeError();
-    return OSTRA_ILLEGAL_ARGUMENT("@:@: error: @", _parser.GetFiles()[origin.file].GetText(), origin.line, *text);
+    return MakeSourceError(_parser.GetFiles()[origin.file].GetView(), origin.line, text->GetView(), kOstraUnit,
+                           __LINE__);
   }
 
   Error FailAtPadding(std::string_view structName, const ShaderStructMember& declaration, Int offset,

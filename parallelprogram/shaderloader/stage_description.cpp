@@ -1,5 +1,6 @@
 // What the stages of a graphics program are for the GPU layer.
 #include "ostra/core/format.h"
+#include "ostra/core/source_message.h"
 #include "ostra/core/text_characters.h"
 #include "ostra/math/data_types.h"
 #include "parallelprogram/shaderassembly/assembly_records.h"
@@ -86,7 +87,8 @@ class OutputCounter {
 Result<void> CheckStage(const ShaderParser& parser, DrawportStage stage) {
   OSTRA_ASSIGN_OR_RETURN(const std::optional<StageMistake> found, FindStageMistake(parser, stage));
   if (!found) return OK;
-  if (found->origin.line == 0) return OSTRA_ILLEGAL_ARGUMENT("@: error: @", parser.GetFiles()[0], found->text);
+  if (found->origin.line == 0)
+    return MakeSourceError(parser.GetFiles()[0].GetView(), 0, found->text.GetView(), kOstraUnit, __LINE__);
   return OSTRA_ILLEGAL_ARGUMENT("@", found->text);
 }
 

@@ -49,7 +49,7 @@ Bool IsGraphicsShader(const Url& file) {
 
 // The header of `file`: its name with another suffix or, without a suffix, another end. An empty url when there is
 // none.
-Result<Url> FindHeader(const Url& file) {
+Result<Url> FindHeader(const Url& file, const SourceOverlay* overlay) {
   Url header = file;
   header.ClearSuffix();
   // A quote is left in the name by an include line with a carriage return at its end: no file is called so.
@@ -58,21 +58,23 @@ Result<Url> FindHeader(const Url& file) {
   OSTRA_ASSIGN_OR_RETURN(const String name,
                          String::Concatenate(header.GetName(), isGraphicsShader ? "_inc" : "_header"));
   OSTRA_RETURN_IF_ERROR(header.SetSuffix(isGraphicsShader ? "inc" : "h"));
-  if (IoDetect(header) == IODETECT::FILE) return header;
+  OSTRA_ASSIGN_OR_RETURN(const Bool isFirst, HasSourceFile(header, overlay));
+  if (isFirst) return header;
   OSTRA_RETURN_IF_ERROR(header.SetName(name));
-  return IoDetect(header) == IODETECT::FILE ? header : Url();
+  OSTRA_ASSIGN_OR_RETURN(const Bool isSecond, HasSourceFile(header, overlay));
+  return isSecond ? header : Url();
 }
 
 Result<void> IncludeScan::Scan(const Url& file) {
   OSTRA_RETURN_IF_ERROR(AppendPreamble(file));
-  OSTRA_ASSIGN_OR_RETURN(const Url header, FindHeader(file));
+  OSTRA_ASSIGN_OR_RETURN(const Url header, FindHeader(file, _state.overlay));
   if (header.IsEmpty()) return OK;
   OSTRA_RETURN_IF_ERROR(CheckLimits(header));
   const ShaderTextOrigin includingLine = _state.origin;
   IncludeFile include;
   OSTRA_ASSIGN_OR_RETURN(include.file, _state.EnterFile(header));
   _state.origin = {include.file, 0};
-  OSTRA_ASSIGN_OR_RETURN(include.source, ReadSourceFile(header, _state.lineEnds));
+  OSTRA_ASSIGN_OR_RETURN(include.source, ReadSourceFile(header, _state.lineEnds, _state.overlay));
   OSTRA_ASSIGN_OR_RETURN(const SourceLines lines, SplitLines(include.source.text));
   OSTRA_RETURN_IF_ERROR(_state.BeginNotes(lines.GetCount()));
   const Int filesBefore = _files.GetCount();
@@ -159,7 +161,7 @@ Result<void> IncludeScan::ScanIncludeLine(const Url& header, std::string_view qu
   const std::string_view name = quoted.size() < 2 ? std::string_view() : quoted.substr(1, quoted.size() - 2);
   OSTRA_ASSIGN_OR_RETURN(const Url file, header.GetDirectory() + name);
   const Bool isPreamble = file.GetName().Contains("PNanoVDB");
-  OSTRA_ASSIGN_OR_RETURN(const Url found, FindHeader(file));
+  OSTRA_ASSIGN_OR_RETURN(const Url found, FindHeader(file, _state.overlay));
   if (found.IsEmpty() && !isPreamble) {
     OSTRA_ASSIGN_OR_RETURN(String missing, String::Create(name));
     OSTRA_RETURN_IF_ERROR(_state.pieces.missingHeaders.Append({_state.origin, std::move(missing)}));

@@ -1,5 +1,6 @@
 #include "parallelprogram/shaderparser/parse_state.h"
 
+#include "ostra/core/source_message.h"
 #include "ostra/io/file.h"
 
 OSTRA_UNIT("shaderparser");
@@ -36,7 +37,7 @@ Result<void> ParseState::BeginNotes(Int lineCount) {
 }
 
 Error ParseState::MakeLocatedError(std::string_view text) const {
-  return OSTRA_ILLEGAL_ARGUMENT("@:@: error: @", pieces.files[origin.file], origin.line, text);
+  return MakeSourceError(pieces.files[origin.file].GetView(), origin.line, text, kOstraUnit, __LINE__);
 }
 
 Result<void> ReadOptions(ParseState& state, const DataDictionary& options) {

@@ -20,6 +20,7 @@ struct ParseState {
   const EndlessSource endless;
   const LineEnds lineEnds;
   ShaderPieces& pieces;
+  const SourceOverlay* overlay = nullptr;
   Int32 multisampling = kNoMultisampling;
   Bool isWritten = false;  // a text of the front end, in place of a file
 

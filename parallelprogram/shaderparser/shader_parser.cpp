@@ -1,5 +1,6 @@
 #include "parallelprogram/shaderparser/shader_parser.h"
 
+#include "ostra/core/source_message.h"
 #include "parallelprogram/base/spin.h"
 #include "parallelprogram/shaderparser/block_machine.h"
 #include "parallelprogram/shaderparser/include_parser.h"
@@ -14,7 +15,7 @@ enum InitState : Int32 { kNotParsed = 0, kParsing = 1, kParsed = 2 };
 
 Result<void> ParseMainFile(ParseState& state, const Url& file, Int32 number) {
   state.origin = {number, 0};
-  OSTRA_ASSIGN_OR_RETURN(const SourceFile source, ReadSourceFile(file, state.lineEnds));
+  OSTRA_ASSIGN_OR_RETURN(const SourceFile source, ReadSourceFile(file, state.lineEnds, state.overlay));
   OSTRA_ASSIGN_OR_RETURN(const SourceLines lines, SplitLines(source.text));
   return BlockMachine(state, file, lines).Run();
 }
@@ -49,7 +50,8 @@ Result<StrongRef<ShaderParser>> ShaderParser::Create(const Id& targetLanguage) {
 
 Result<void> ShaderParser::Init(const Url& file, const DataDictionary& options, EndlessSource endless,
                                 LineEnds lineEnds, const WrittenSource* written) {
-  if (IoDetect(file) != IODETECT::FILE)
+  OSTRA_ASSIGN_OR_RETURN(const Bool isThere, HasSourceFile(file, _overlay ? &_overlay : nullptr));
+  if (!isThere)
     return OSTRA_ILLEGAL_ARGUMENT("Illegal argument: Condition file.IoDetect() == IODETECT::FILE not fulfilled.");
   SpinState wait;
   while (true) {
@@ -66,6 +68,7 @@ Result<void> ShaderParser::Init(const Url& file, const DataDictionary& options, 
 Result<void> ShaderParser::Parse(const Url& file, const DataDictionary& options, EndlessSource endless,
                                  LineEnds lineEnds, const WrittenSource* written) {
   ParseState state(FindTargetLanguage(_targetLanguage), endless, lineEnds, _pieces);
+  if (_overlay) state.overlay = &_overlay;
   Result<void> result = written ? ParseWritten(state, *written, options) : ParseFile(state, file, options);
   _lastOrigin = state.origin;
   return result;
@@ -76,12 +79,11 @@ Vec3<Int32> ShaderParser::GetWorkGroupSize() const {
   return size[0] == -1 ? Vec3<Int32>(256, 1, 1) : Vec3<Int32>(size[0], size[1], size[2]);
 }
 
-Result<String> ShaderParser::DescribeError(const Error& error) const {
-  if (_lastOrigin.file < 0 || _lastOrigin.file >= _pieces.files.GetCount()) return error.GetMessage();
-  OSTRA_ASSIGN_OR_RETURN(const String place, Format("@:@: error: ", _pieces.files[_lastOrigin.file], _lastOrigin.line));
-  if (error.GetMessage().StartsWith(place)) return error.GetMessage();
-  if (_lastOrigin.line == 0) return Format("@: error: @", _pieces.files[_lastOrigin.file], error);
-  return String::Concatenate(place, error.GetMessage());
+Error ShaderParser::PlaceError(const Error& error) const {
+  const Bool hasPlace = _lastOrigin.file >= 0 && _lastOrigin.file < _pieces.files.GetCount();
+  if (!hasPlace || error.GetKind() == kOutOfMemoryError || !GetSourceMessages(error).empty()) return error;
+  return MakeSourceError(_pieces.files[_lastOrigin.file].GetView(), _lastOrigin.line, error.GetMessage().GetView(),
+                         kOstraUnit, __LINE__, error.GetKind());
 }
 
 }  // namespace ostra

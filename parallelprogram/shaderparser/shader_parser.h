@@ -45,6 +45,9 @@ class ShaderParser final : public RefCounted<ShaderParser> {
   static Result<StrongRef<ShaderParser>> Create(const Id& targetLanguage);
   explicit ShaderParser(const Id& targetLanguage) : _targetLanguage(targetLanguage) {}
 
+  // Before Init: texts that are read in place of files. The overlay must stay callable until Init has come back.
+  void SetOverlay(SourceOverlay overlay) { _overlay = std::move(overlay); }
+
   // Translates `file` and its headers. Once that has succeeded, later calls return at once, whatever options they are
   // given, as long as there is such a file: one that is gone fails before that.
   // Errors: illegal argument for a file that is none; those of reading, deciphering and decoding files; what is wrong
@@ -91,15 +94,17 @@ class ShaderParser final : public RefCounted<ShaderParser> {
   }
   const ShaderPieces& GetPieces() const { return _pieces; }
 
-  // After Init has failed, and before it is called again: an error of it with the place in front that the parse had
-  // come to, as `file:line: error: message`, or `file: error: message` when no line is to blame. Error: out of memory.
-  Result<String> DescribeError(const Error& error) const;
+  // After Init has failed, and before it is called again: an error of it as one about the place that the parse had come
+  // to, `file:line: error: message`, or `file: error: message` when no line is to blame. An error that has a place
+  // keeps it. When there is no memory for it: the out-of-memory error.
+  Error PlaceError(const Error& error) const;
 
  private:
   Result<void> Parse(const Url& file, const DataDictionary& options, EndlessSource endless, LineEnds lineEnds,
                      const WrittenSource* written);
 
   const Id _targetLanguage;
+  SourceOverlay _overlay;
   AtomicInt32 _initState{0};  // 0 not parsed, 1 a parse runs, 2 parsed
   ShaderPieces _pieces;
   ShaderTextOrigin _lastOrigin{-1, 0};  // where the last parse ended; no file before the first

@@ -21,6 +21,29 @@ Result<SourceFile> ReadSourceFile(const Url& file, LineEnds lineEnds) {
   return source;
 }
 
+Result<SourceFile> ReadSourceFile(const Url& file, LineEnds lineEnds, const SourceOverlay* overlay) {
+  if (!overlay) return ReadSourceFile(file, lineEnds);
+  OSTRA_ASSIGN_OR_RETURN(std::optional<String> text, (*overlay)(file));
+  if (!text) return ReadSourceFile(file, lineEnds);
+  SourceFile source;
+  source.text = std::move(*text);
+  if (lineEnds == LineEnds::LineFeeds) {
+    OSTRA_ASSIGN_OR_RETURN(source.text, NormalizeLineEnds(std::move(source.text)));
+  }
+  const std::string_view view = source.text.GetView();
+  OSTRA_RETURN_IF_ERROR(source.bytes.Resize(static_cast<Int>(view.size())));
+  std::transform(view.begin(), view.end(), source.bytes.begin(), [](char c) { return static_cast<Byte>(c); });
+  return source;
+}
+
+Result<Bool> HasSourceFile(const Url& file, const SourceOverlay* overlay) {
+  if (overlay) {
+    OSTRA_ASSIGN_OR_RETURN(const std::optional<String> text, (*overlay)(file));
+    if (text) return true;
+  }
+  return IoDetect(file) == IODETECT::FILE;
+}
+
 Result<String> NormalizeLineEnds(String text) {
   const std::string_view source = text.GetView();
   if (source.find('\r') == std::string_view::npos) return text;

@@ -179,12 +179,16 @@ TEST(ShaderCompilerTest, AMistakeIsReportedOnTheLineOfTheKernelFile) {
     ASSERT_THAT(compiled, IsOk());
     EXPECT_FALSE(compiled->IsCompiled());
     ASSERT_GE(compiled->messages.GetCount(), 1);
-    const String message = FormatShaderMessage(shader, compiled->messages[0], "fallback.krn").GetValue();
-    EXPECT_THAT(std::string(message.GetView()), StartsWith("folder/k.krn:12: error: "));
-    EXPECT_THAT(std::string(message.GetView()), HasSubstr("UNIFORM(missing)"));
+    const SourceMessage placed = *PlaceShaderMessage(shader, compiled->messages[0], "fallback.krn");
+    EXPECT_EQ(placed.file, "folder/k.krn");
+    EXPECT_EQ(placed.line, 12);
+    const std::string message = FormatSourceMessage(placed);
+    EXPECT_THAT(message, StartsWith("folder/k.krn:12: error: "));
+    EXPECT_THAT(message, HasSubstr("UNIFORM(missing)"));
     const Error error = MakeCompileError(shader, *compiled, "fallback.krn");
     EXPECT_EQ(error.GetKind(), kIllegalArgumentError);
-    EXPECT_THAT(std::string(error.GetMessage().GetView()), StartsWith(std::string(message.GetView())));
+    EXPECT_THAT(std::string(error.GetMessage().GetView()), StartsWith(message));
+    EXPECT_EQ(GetSourceMessages(error).front(), placed);
   }
 }
 
@@ -263,9 +267,9 @@ TEST(ShaderCompilerTest, AMistakeOutsideOfKernelFilesNamesTheKernelFileAsAWhole)
   const AssembledShader shader = Assemble(records);
   auto compiled = CompileShader(kShadingLanguageGlsl, DrawportStage::Compute, shader);
   ASSERT_THAT(compiled, IsOk());
-  const std::string message(FormatShaderMessage(shader, compiled->messages[0], "k.krn").GetValue().GetView());
+  const std::string message = FormatSourceMessage(*PlaceShaderMessage(shader, compiled->messages[0], "k.krn"));
   EXPECT_THAT(message, StartsWith("k.krn: error: 'missing' : undeclared identifier (line "));
-  EXPECT_EQ(FormatShaderMessage(shader, {false, 0, "odd"_s}, "k.krn").GetValue(), "k.krn: warning: odd");
+  EXPECT_EQ(FormatSourceMessage(*PlaceShaderMessage(shader, {false, 0, "odd"_s}, "k.krn")), "k.krn: warning: odd");
 }
 
 TEST(ShaderCompilerTest, OtherLanguagesAndStagesAreRefused) {

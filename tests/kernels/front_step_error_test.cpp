@@ -14,7 +14,14 @@ struct Refusal {
   const char* text;
   int line, column;
   const char* message;
+  // Of a rule about lines: where and why the file is not understood, so that the rule holds.
+  int noteLine = 0, noteColumn = 0;
+  const char* reason = nullptr;
 };
+
+std::string MakeNote(const std::string& place, const char* reason) {
+  return "\n" + place + ": note: the rules for lines hold because this is not understood: " + reason;
+}
 
 const Refusal kRefusals[] = {
     {"EmptyFile", "", 1, 1, "the file has no kernel: OSTRA_PARALLEL_KERNEL(Name, KERNELINPUTS) is missing"},
@@ -46,7 +53,8 @@ const Refusal kRefusals[] = {
     {"DeclarationsOnOneLine", "#define KERNELINPUTS \\\n(Float32) a, (Float32) b\n\n", 2, 14,
      "each parameter of KERNELINPUTS needs a line of its own"},
     {"NoLineAfterDeclarations", "#define KERNELINPUTS \\\n(Float32) a\nint b;\n", 3, 1,
-     "an empty line must follow KERNELINPUTS: the translation for the GPU reads on until there is one"},
+     "an empty line must follow KERNELINPUTS: the translation for the GPU reads on until there is one", 3, 1,
+     "a variable outside of functions"},
     {"ParameterTwice", "#define KERNELINPUTS \\\n(Float32) a, \\\n(Int32) a\n\n", 3, 9,
      "there is a parameter \"a\" already"},
     {"MemberTwice", "struct KernelInput\n{\n\tFloat32 a;\n\tFloat32 a;\n};\n", 4, 10,
@@ -83,7 +91,8 @@ const Refusal kRefusals[] = {
     {"BraceOnTheLineOfTheStruct", "struct KernelInput {\n\tFloat32 a;\n};\n", 1, 20,
      "the brace belongs on a line of its own: the translator takes the next line for it, and counts "
      "this "
-     "one in addition"},
+     "one in addition",
+     4, 1, "a file without a kernel"},
     {"GroupSizeWithoutBlanks", "GROUPSIZE(8,8,1)\n", 1, 1,
      "GROUPSIZE used wrong, please used the format GROUPSIZE(x, y, z) only"},
     {"GroupSizeOfZero", "GROUPSIZE(8, 0, 1)\n", 1, 1, "every component of GROUPSIZE must be at least 1"},
@@ -92,9 +101,10 @@ const Refusal kRefusals[] = {
     {"GroupSizeWithSemicolon", "GROUPSIZE(8, 8, 1);\n", 1, 1,
      "GROUPSIZE used wrong, please used the format GROUPSIZE(x, y, z) only"},
     {"CodeAfterADirective", "GROUPSIZE(8, 8, 1)\nint a;\n", 2, 1,
-     "the line after GROUPSIZE must be empty: the translation for the GPU drops it"},
+     "the line after GROUPSIZE must be empty: the translation for the GPU drops it", 2, 1,
+     "a variable outside of functions"},
     {"KernelAfterADroppedLine", "GROUPSIZE(8, 8, 1)\nOSTRA_PARALLEL_KERNEL(A, K)\n{\n}\nOSTRA_PARALLEL_KERNEL_END\n", 2,
-     1, "the line after GROUPSIZE must be empty: the translation for the GPU drops it"},
+     1, "the line after GROUPSIZE must be empty: the translation for the GPU drops it", 2, 26, "this use of \"K\""},
     {"GranularityWithoutNumber", "CPU_GRANULARITY(many)\n", 1, 1,
      "CPU_GRANULARITY is not used in the form CPU_GRANULARITY(count)"},
     {"ThresholdWithoutParentheses", "CPU_SINGLETHREADEDTHRESHOLD 5\n", 1, 1,
@@ -104,35 +114,46 @@ const Refusal kRefusals[] = {
     {"BraceOnTheKernelsLine", "FP_KERNEL(A, K) {\n}\nFP_KERNEL_END\n", 1, 17,
      "the brace of the kernel belongs on a line of its own: the translation for the GPU drops the "
      "whole "
-     "line of FP_KERNEL"},
+     "line of FP_KERNEL",
+     1, 14, "this use of \"K\""},
     {"KernelOnTwoLines", "FP_KERNEL(A,\n K)\n{\n}\nFP_KERNEL_END\n", 1, 1,
      "FP_KERNEL(Name, KERNELINPUTS) belongs on one line: the translation for the GPU drops only its "
      "first "
-     "line"},
+     "line",
+     2, 2, "this use of \"K\""},
     {"EndBehindTheBrace", "FP_KERNEL(A, K)\n{\n} FP_KERNEL_END\n", 3, 3,
-     "FP_KERNEL_END must begin its line: the translation for the GPU does not find it here"},
+     "FP_KERNEL_END must begin its line: the translation for the GPU does not find it here", 1, 14,
+     "this use of \"K\""},
     {"BraceTooMuchInTheKernel", "FP_KERNEL(A, K)\n{\n\ta;\n}\n}\nFP_KERNEL_END\n", 4, 1,
      "this brace closes the kernel, which ends in line 6: is it one too many, or is an opening brace "
      "missing before it?"},
     {"CopyOnTheLineOfABrace", "FP_KERNEL(A, K)\n{\n\t{ MAKELOCAL(a, 64, F)\n\t}\n}\nFP_KERNEL_END\n", 3, 4,
-     "MAKELOCAL belongs on a line of its own: the translation for the GPU replaces the whole line"},
+     "MAKELOCAL belongs on a line of its own: the translation for the GPU replaces the whole line", 1, 14,
+     "this use of \"K\""},
     {"BraceBehindACopy", "FP_KERNEL(A, K)\n{\n\t{\n\tMAKELOCAL(a, 64, F); }\n}\nFP_KERNEL_END\n", 4, 2,
-     "MAKELOCAL belongs on a line of its own: the translation for the GPU replaces the whole line"},
+     "MAKELOCAL belongs on a line of its own: the translation for the GPU replaces the whole line", 1, 14,
+     "this use of \"K\""},
     {"BraceInABlockComment", "FP_KERNEL(A, K)\n{\n/* a\n} b */\n}\nFP_KERNEL_END\n", 4, 1,
-     "the brace in this comment ends the block on the GPU: the translation counts braces in comments"},
+     "the brace in this comment ends the block on the GPU: the translation counts braces in comments", 1, 14,
+     "this use of \"K\""},
     {"OpenBraceInACommentOfAFunction", "inline int F()\n{\n// {\n}\nFP_KERNEL(A, K)\n{\n}\nFP_KERNEL_END\n", 3, 4,
      "the brace in this comment keeps the block open on the GPU: the translation counts braces in "
-     "comments"},
+     "comments",
+     5, 14, "this use of \"K\""},
     {"FunctionOnOneLine", "inline int F() { return 1; }\nFP_KERNEL(A, K)\n{\n}\nFP_KERNEL_END\n", 1, 16,
-     "a function on one line has no body on the GPU: write its braces on lines of their own"},
+     "a function on one line has no body on the GPU: write its braces on lines of their own", 2, 14,
+     "this use of \"K\""},
     {"BraceOnTheFunctionsLine", "inline int F() {\n return 1;\n}\nFP_KERNEL(A, K)\n{\n}\nFP_KERNEL_END\n", 1, 16,
-     "the brace of a function belongs on a line of its own: here it is left out on the GPU"},
+     "the brace of a function belongs on a line of its own: here it is left out on the GPU", 4, 14,
+     "this use of \"K\""},
     {"FunctionHeadOnTwoLines", "inline int F(int a,\n int b)\n{\n}\nFP_KERNEL(A, K)\n{\n}\nFP_KERNEL_END\n", 1, 1,
      "the declaration of a function belongs on one line: the translation for the GPU takes the first "
-     "one"},
+     "one",
+     5, 14, "this use of \"K\""},
     {"NamespaceBeforeCode", "namespace a {\nint b;\n}\n", 2, 1,
      "the line after a namespace must be its opening brace or empty: the translation for the GPU drops "
-     "it"},
+     "it",
+     2, 1, "a variable outside of functions"},
 };
 
 class FrontStepErrorTest : public testing::TestWithParam<Refusal> {};
@@ -141,11 +162,18 @@ TEST_P(FrontStepErrorTest, IsRefusedAtItsLine) {
   const Refusal& refusal = GetParam();
   const std::string place = "k.krn:" + std::to_string(refusal.line) + ":" + std::to_string(refusal.column);
   const std::string message = place + ": error: " + refusal.message;
+  std::string note, noteExcerpt;
+  if (refusal.reason) {
+    note = MakeNote("k.krn:" + std::to_string(refusal.noteLine) + ":" + std::to_string(refusal.noteColumn),
+                    refusal.reason);
+    noteExcerpt = MakeExcerpt(refusal.text, refusal.noteLine, refusal.noteColumn);
+  }
   EXPECT_THAT(GenerateKernelSource({.fileName = "k.krn"}, refusal.text),
-              IsErrorWith(kIllegalArgumentError, message + MakeExcerpt(refusal.text, refusal.line, refusal.column)));
+              IsErrorWith(kIllegalArgumentError,
+                          message + MakeExcerpt(refusal.text, refusal.line, refusal.column) + note + noteExcerpt));
   // The line of an encoded file is not shown.
   EXPECT_THAT(GenerateKernelSource({.fileName = "k.krn", .isHidden = true}, refusal.text),
-              IsErrorWith(kIllegalArgumentError, message));
+              IsErrorWith(kIllegalArgumentError, message + note));
 }
 
 INSTANTIATE_TEST_SUITE_P(Texts, FrontStepErrorTest, testing::ValuesIn(kRefusals),
@@ -170,10 +198,13 @@ TEST(FrontStepHeaderTest, AFunctionOnOneLineInTheHeaderOfTheKernelIsNamedThere) 
     return KernelHeader{header, "\ninline int F() { return 1; }\n"};
   };
   const std::string source = "#include \"k.h\"\nFP_KERNEL(A, K)\n{\n}\nFP_KERNEL_END\n";
-  EXPECT_THAT(GenerateKernelSource(options, source),
-              IsErrorWith(kIllegalArgumentError,
-                          "a/k.h:2:16: error: a function on one line has no body on the GPU: write its braces on lines "
-                          "of their own\ninline int F() { return 1; }\n               ^"));
+  EXPECT_THAT(
+      GenerateKernelSource(options, source),
+      IsErrorWith(
+          kIllegalArgumentError,
+          std::string("a/k.h:2:16: error: a function on one line has no body on the GPU: write its braces on lines "
+                      "of their own\ninline int F() { return 1; }\n               ^") +
+              MakeNote("a/k.krn:2:14", "this use of \"K\"") + MakeExcerpt(source, 2, 14)));
   header = "a/only_for_the_cpu.h";
   EXPECT_THAT(GenerateKernelSource(options, source), IsOk());
 }

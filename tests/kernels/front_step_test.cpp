@@ -9,6 +9,7 @@
 #include <iterator>
 
 #include "parallelprogram/kernelfront/kernel_source.h"
+#include "parallelprogram/kernelfront/plain_kernel.h"
 #include "tests/support/result_matchers.h"
 
 namespace ostra::test {
@@ -189,6 +190,36 @@ TEST(FrontStepTest, NoisesAreCountedByTheNumbersOfTheirCalls) {
   EXPECT_EQ(*count("float a = RenderNoise(1 + 1, p, 0.5);"), std::nullopt);
   EXPECT_EQ(*count("CPU_SCOPE_START\nauto a = RenderNoise(2, p, 0.5);\nCPU_SCOPE_END"), std::nullopt);
   EXPECT_THAT(count("float a = RenderNois(0, p, 0.5);"), IsErrorOfKind(kIllegalArgumentError));
+}
+
+TEST(KernelReadingTest, GivesWhatTheFunctionsGiveAndAsksForEachHeaderOnce) {
+  const std::string kernel =
+      "#include \"more.h\"\n\n#define KERNELINPUTS \\\n(UInt32) count, \\\n(Block<Float32>) values\n\n"
+      "OSTRA_PARALLEL_KERNEL(K, KERNELINPUTS)\n{\n\tuint i = LinearInvocation();\n\tif (i < UNIFORM(count))\n"
+      "\t\tUNIFORM_BUFFER(values)[i] = Half(vec2(1.0, 2.0).yx.x);\n}\nOSTRA_PARALLEL_KERNEL_END\n";
+  int count = 0;
+  KernelSourceOptions options{.fileName = "k.krn", .classId = "k.krn"};
+  options.readHeader = [&count](const std::string& name, const std::string&) -> std::optional<KernelHeader> {
+    ++count;
+    return KernelHeader{name, "float Half(float x)\n{\n\treturn x * 0.5;\n}\n"};
+  };
+  const auto source = GenerateKernelSource(options, kernel);
+  const auto lanes = ExplainKernelLanes(options, kernel);
+  const auto plain = MakePlainKernel(options, kernel);
+  ASSERT_THAT(source, IsOk());
+  ASSERT_THAT(plain, IsOk());
+  ASSERT_TRUE(*plain);
+  count = 0;
+  const auto reading = KernelReading::Create(options, kernel);
+  ASSERT_THAT(reading, IsOk());
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_EQ(*reading->GenerateSource(), *source);
+    EXPECT_EQ(*reading->ExplainLanes(), *lanes);
+    EXPECT_EQ((*reading->MakePlainKernel())->text, (*plain)->text);
+    EXPECT_EQ(*reading->CountNoises(), 0);
+    EXPECT_THAT(reading->FindMistakes(), IsOk());
+  }
+  EXPECT_EQ(count, 1);
 }
 
 TEST_F(FrontStepTextTest, TablesNameTheirClassesInOrder) {

@@ -108,9 +108,7 @@ TEST_F(EndlessSourceTest, TheErrorDescribesItselfOnce) {
   const ParserRef parser = MakeParser(kTargetGlsl);
   const auto result = Init(*parser, "k.krn");
   ASSERT_FALSE(result);
-  const auto text = parser->DescribeError(result.GetError());
-  ASSERT_THAT(text, IsOk());
-  EXPECT_EQ(*text, result.GetError().GetMessage());
+  EXPECT_EQ(parser->PlaceError(result.GetError()).GetMessage(), result.GetError().GetMessage());
 }
 
 // Without being told to refuse them the parser goes on for ever, here until it gets no more memory.

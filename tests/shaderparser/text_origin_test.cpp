@@ -13,7 +13,7 @@ class TextOriginTest : public ParserTest {
     const ParserRef parser = MakeParser(kTargetGlsl);
     const auto result = Init(*parser, "k.krn");
     EXPECT_FALSE(result);
-    return result ? "" : ToText(parser->DescribeError(result.GetError()).GetValue());
+    return result ? "" : ToText(parser->PlaceError(result.GetError()).GetMessage());
   }
 };
 
@@ -105,7 +105,7 @@ TEST_F(TextOriginTest, AFileThatIsNoneHasNoLine) {
   const ParserRef parser = MakeParser(kTargetGlsl);
   const auto result = Init(*parser, "missing.krn");
   ASSERT_FALSE(result);
-  EXPECT_EQ(*parser->DescribeError(result.GetError()), result.GetError().GetMessage());
+  EXPECT_EQ(parser->PlaceError(result.GetError()).GetMessage(), result.GetError().GetMessage());
 }
 
 }  // namespace

@@ -266,7 +266,10 @@ TEST_F(CheckTest, RulesAboutLinesAreSaidOnceAndTheSameOfCpuAndGpu) {
   const std::string message =
       At("k.krn", 1) +
       ":22: error: a function on one line has no body on the GPU: write its braces on lines of their own\n"
-      "inline Float32 One() { return 1.0; }\n                     ^";
+      "inline Float32 One() { return 1.0; }\n                     ^\n" +
+      At("k.krn", 11) +
+      ":2: note: the rules for lines hold because this is not understood: \"auto\" is C++ beyond the language of "
+      "kernels\n\tauto one = One();\n\t^";
   EXPECT_EQ(Check(source).errors, message + "\nostra: the check found 1 error\n");
   for (const char* backend : {"cpu", "gpu"}) {
     const ToolResult run = RunTool({"run", _folder / "k.krn", "--set", "factor=1", "--in", "values=zeros:3", "--out",

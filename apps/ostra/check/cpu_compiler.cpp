@@ -2,6 +2,7 @@
 
 #include <filesystem>
 
+#include "ostra/core/compiler_line.h"
 #include "ostra/core/format.h"
 #include "ostra/io/temporary_file.h"
 #include "ostra/process/command.h"
@@ -35,7 +36,7 @@ Result<void> CpuCompiler::Compile(const KernelSource& source, const std::string&
   OSTRA_ASSIGN_OR_RETURN(const TemporaryFile input, TemporaryFile::Create(folder, source.text.GetView()));
   const auto result = RunCommand(_command, input.GetDescriptor());
   if (!result) {
-    findings.AddMessage(std::string(result.GetError().GetMessage().GetView()) + " [CPU]", file);
+    findings.AddError(result.GetError(), file, " [CPU]");
     return OK;
   }
   const std::string report = CleanCompilerReport(result->output);
@@ -43,10 +44,11 @@ Result<void> CpuCompiler::Compile(const KernelSource& source, const std::string&
   std::size_t begin = 0;
   while (begin < report.size()) {
     const std::size_t end = report.find('\n', begin);
-    CompilerMessage message;
-    if (ReadCompilerMessage(std::string_view(report).substr(begin, end - begin), message))
-      findings.Add(
-          {message.file, message.line, message.isError ? Severity::Error : Severity::Warning, message.text + " [CPU]"});
+    const auto read = ReadCompilerLine(std::string_view(report).substr(begin, end - begin));
+    if (read && read->line > 0 && read->severity != SourceSeverity::kNote)
+      findings.Add({std::string(read->file), read->line,
+                    read->severity == SourceSeverity::kError ? Severity::Error : Severity::Warning,
+                    std::string(read->text) + " [CPU]"});
     begin = end + 1;
   }
   if (result->exitStatus != 0 && findings.Count(Severity::Error) == known)

@@ -8,7 +8,7 @@
 #include "apps/ostra/check/cpu_compiler.h"
 #include "apps/ostra/check/metal_compiler.h"
 #include "apps/ostra/lints/findings.h"
-#include "apps/ostra/lints/lints.h"
+#include "apps/ostra/lints/lint_file.h"
 #include "apps/ostra/translate/translation.h"
 
 namespace ostra::tool {
@@ -26,13 +26,14 @@ struct TargetCheck {
 
 struct FileCheck {
   std::string file;
+  Bool isStage = false;                // of a graphics program
   String source;                       // deciphered
   std::optional<WrittenSource> plain;  // what is translated in its place
   Findings findings;
   std::optional<kernelruntime::KernelSource> cpuSource;  // to be compiled for the CPU
   Findings cpuFindings;
   // What the front end of the language finds wrong with a kernel. It stands for what compilers say of it.
-  std::string mistakes;
+  std::optional<Error> mistakes;
   std::string lanes;  // "file: note: ...": whether the kernel has a wide form; empty unless it was asked for
   std::vector<TargetCheck> targets;
 };

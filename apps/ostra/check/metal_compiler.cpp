@@ -1,10 +1,10 @@
 #include "apps/ostra/check/metal_compiler.h"
 
-#include <charconv>
 #include <filesystem>
 #include <new>
 #include <utility>
 
+#include "ostra/core/compiler_line.h"
 #include "ostra/core/format.h"
 #include "ostra/io/temporary_file.h"
 #include "ostra/process/command.h"
@@ -17,13 +17,6 @@ namespace ostra::tool {
 using namespace kernelruntime;
 
 namespace {
-
-Bool TakeNumber(std::string_view& text, Int& number) {
-  const auto [end, code] = std::from_chars(text.data(), text.data() + text.size(), number);
-  if (code != std::errc() || end == text.data() + text.size() || *end != ':') return false;
-  text.remove_prefix(static_cast<std::size_t>(end - text.data()) + 1);
-  return true;
-}
 
 // What the stand-in calls things, and what the language does.
 constexpr std::pair<std::string_view, std::string_view> kWords[] = {
@@ -91,21 +84,14 @@ std::vector<ShaderMessage> ReadClangReport(std::string_view report, std::string_
   std::vector<ShaderMessage> messages;
   while (!report.empty()) {
     const std::size_t end = report.find('\n');
-    std::string_view line = report.substr(0, end);
+    const auto read = ReadCompilerLine(report.substr(0, end));
     report = end == std::string_view::npos ? std::string_view() : report.substr(end + 1);
-    Int number = 0, column = 0;
-    if (line.starts_with(file) && line.substr(file.size()).starts_with(':')) {
-      line.remove_prefix(file.size() + 1);
-      if (!TakeNumber(line, number) || !TakeNumber(line, column)) continue;
-    } else {
-      // In the stand-in itself: about no line of the text.
-      const std::size_t at = line.find(": error: ");
-      if (at == std::string_view::npos) continue;
-      line.remove_prefix(at + 1);
-    }
-    constexpr std::string_view kError = " error: ", kFatal = " fatal error: ", kWarning = " warning: ";
-    for (const std::string_view kind : {kError, kFatal, kWarning})
-      if (line.starts_with(kind)) messages.push_back(MakeMessage(kind != kWarning, number, line.substr(kind.size())));
+    if (!read || read->severity == SourceSeverity::kNote) continue;
+    const Bool isError = read->severity == SourceSeverity::kError;
+    // An error in the stand-in itself is about no line of the text.
+    const Bool isOfText = read->file == file;
+    if (isOfText ? read->line > 0 : isError)
+      messages.push_back(MakeMessage(isError, isOfText ? read->line : 0, read->text));
   }
   return messages;
 }

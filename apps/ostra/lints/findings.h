@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "ostra/core/types.h"
+#include "ostra/core/source_message.h"
 
 namespace ostra::tool {
 
@@ -29,10 +29,10 @@ struct Finding {
 class Findings {
  public:
   void Add(Finding finding);
-  // Messages that read "file:line: error: text" or "file:line:column: error: text", as translator, front end and
-  // compilers write them, each with the lines that belong to it; anything else is an error about `file`. A mark at the
-  // very end, " [CPU]", is that of all of them.
-  void AddMessage(std::string_view message, std::string_view file);
+  // With a mark behind the text: " [CPU]".
+  void AddMessage(const SourceMessage& message, std::string_view mark = {});
+  // The messages about sources that the error was made of; an error of another kind is one about `file`.
+  void AddError(const Error& error, std::string_view file, std::string_view mark = {});
   void AddAll(const Findings& other);
 
   const std::vector<Finding>& GetAll() const { return _findings; }

@@ -62,7 +62,7 @@ Result<void> SceneKernels::RunKernel(const std::string& name, const SceneKernel&
   if (const auto source = ReadSourceBytes(options.kernelFile); !source) return fail(source.GetError());
   OSTRA_ASSIGN_OR_RETURN(const PreparedKernel prepared, PrepareKernel(options, host));
   OSTRA_RETURN_IF_ERROR(AddOptions(kernel, folder, prepared.parameters, options));
-  auto plan = MakeRunPlan(options, prepared.parameters);
+  auto plan = MakeRunPlan(options, prepared.opened, prepared.parameters);
   if (!plan) return fail(plan.GetError());
   auto made = std::make_unique<Kernel>();
   made->plan = std::move(*plan);

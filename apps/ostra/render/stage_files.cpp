@@ -5,6 +5,7 @@
 #include "apps/ostra/lints/lints.h"
 #include "ostra/core/atomic.h"
 #include "ostra/core/format.h"
+#include "ostra/core/source_message.h"
 #include "parallelprogram/kernelfront/source_rules.h"
 #include "parallelprogram/kernelruntime/source_text.h"
 #include "parallelprogram/shaderassembly/assembly_records.h"
@@ -53,7 +54,8 @@ class StageReader {
       OSTRA_RETURN_IF_ERROR(CheckTextures(file, parser.GetPointer()));
       OSTRA_RETURN_IF_ERROR(CheckPatchDefines(file, stage, *parser));
       if (parser->GetKernelCode().IsEmpty())
-        return OSTRA_ILLEGAL_ARGUMENT("@: error: there is no kernel in this file, or it does not end", file);
+        return MakeSourceError(file.GetView(), 0, "there is no kernel in this file, or it does not end", kOstraUnit,
+                               __LINE__);
       OSTRA_ASSIGN_OR_RETURN(const std::optional<Finding> mistake, FindStageFinding(*parser, stage));
       if (mistake) return OSTRA_ILLEGAL_ARGUMENT("@", FormatFinding(*mistake));
       OSTRA_ASSIGN_OR_RETURN(const ShaderRecords records, MakeShaderRecords(*parser, stage));
@@ -87,7 +89,7 @@ class StageReader {
     if (mistakes.empty()) return OK;
     const std::string_view before = source.text.GetView().substr(0, mistakes[0].position);
     const Int line = std::count(before.begin(), before.end(), '\n') + 1;
-    return OSTRA_ILLEGAL_ARGUMENT("@:@: error: @", file, line, std::string_view(mistakes[0].text));
+    return MakeSourceError(file.GetView(), line, mistakes[0].text, kOstraUnit, __LINE__);
   }
 
   Result<StrongRef<ShaderParser>> Parse(const Url& file) const {
@@ -96,8 +98,7 @@ class StageReader {
     OSTRA_RETURN_IF_ERROR(options.Set(kShaderMultisampling, static_cast<Int32>(_sampleCount)));
     const auto parsed = parser->Init(file, options, EndlessSource::Refuse, LineEnds::LineFeeds);
     if (parsed) return parser;
-    OSTRA_ASSIGN_OR_RETURN(const String message, parser->DescribeError(parsed.GetError()));
-    return OSTRA_ILLEGAL_ARGUMENT("@", message);
+    return parser->PlaceError(parsed.GetError());
   }
 
   // What translator and compiler say about wrong textures is about something else: types before the parse, uses after.
@@ -161,7 +162,7 @@ std::string FindLostDeclaration(const std::vector<StageFile>& stages, std::strin
     LintDeclarations(*linted, *stage.parser, findings);
     for (const Finding& finding : findings.GetAll())
       if (finding.kind == FindingKind::LostDeclaration && (finding.name == name || finding.name.empty()))
-        return finding.file + ":" + std::to_string(finding.line) + ": error: " + finding.text;
+        return FormatFinding({.file = finding.file, .line = finding.line, .text = finding.text});
   }
   return {};
 }

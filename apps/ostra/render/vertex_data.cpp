@@ -11,6 +11,7 @@
 #include "apps/ostra/render/shapes.h"
 #include "apps/ostra/values/scalar_type.h"
 #include "ostra/core/format.h"
+#include "ostra/core/source_message.h"
 #include "ostra/io/file.h"
 
 OSTRA_UNIT("vertex_data");
@@ -88,14 +89,17 @@ class VertexMaker {
       auto layout = GetElementLayout(input.dataType);
       const Bool isVector = layout && layout->componentCount <= 4 && layout->scalar->GetSize() == 4;
       if (!isVector)
-        return OSTRA_ILLEGAL_ARGUMENT("@:@: error: vertices cannot have the attribute \"@\" of @", stage.file,
-                                      input.origin.line, attribute.name, DescribeType(input.dataType));
+        return MakeSourceError(
+            stage.file.GetView(), input.origin.line,
+            "vertices cannot have the attribute \"" + attribute.name + "\" of " + DescribeType(input.dataType),
+            kOstraUnit, __LINE__);
       attribute.layout = *layout;
       attribute.offset = offset;
       offset += layout->componentCount;
     }
     if (_attributes.empty())
-      return OSTRA_ILLEGAL_ARGUMENT("@: error: a vertex stage needs attributes to be drawn from a scene", stage.file);
+      return MakeSourceError(stage.file.GetView(), 0, "a vertex stage needs attributes to be drawn from a scene",
+                             kOstraUnit, __LINE__);
     return OK;
   }
 

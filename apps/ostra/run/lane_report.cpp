@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "ostra/object/class.h"
-#include "parallelprogram/kernelruntime/kernel_source.h"
 #include "parallelprogram/program/kernel_interface.h"
 #include "parallelprogram/program/kernel_range_interface.h"
 
@@ -11,7 +10,7 @@ namespace ostra::tool {
 
 using namespace kernelruntime;
 
-Result<LaneReport> MakeLaneReport(const Url& kernelFile, std::string_view templateArgument) {
+Result<LaneReport> MakeLaneReport(const Url& kernelFile, const OpenedKernel& opened) {
   OSTRA_ASSIGN_OR_RETURN(const Id id, Id::Create(kernelFile.GetName().GetView()));
   OSTRA_ASSIGN_OR_RETURN(const ClassRegistry& classes, ClassRegistry::Find(kKernelClassRegistry));
   OSTRA_ASSIGN_OR_RETURN(const ClassRef kernelClass, classes.FindEntryValue(id));
@@ -20,7 +19,7 @@ Result<LaneReport> MakeLaneReport(const Url& kernelFile, std::string_view templa
   LaneReport report;
   if (range) report.count = std::max(Int{range->GetLaneCount()}, Int{1});
   if (report.count > 1) return report;
-  OSTRA_ASSIGN_OR_RETURN(report.reason, ExplainKernelLanes(kernelFile, templateArgument));
+  OSTRA_ASSIGN_OR_RETURN(report.reason, opened.ExplainLanes());
   if (report.reason.empty())
     report.reason = std::string(kernelFile.GetView()) + ": note: the kernel has a wide form, which is left out here";
   return report;

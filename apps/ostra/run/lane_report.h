@@ -4,6 +4,7 @@
 #include <string>
 
 #include "ostra/io/url.h"
+#include "parallelprogram/kernelruntime/opened_kernel.h"
 
 namespace ostra::tool {
 
@@ -12,9 +13,9 @@ struct LaneReport {
   std::string reason;  // why it is one: "file:line:column: note: ..."; empty otherwise
 };
 
-// Asks the class of the kernel, which is registered. Errors: those of the registry and of ExplainKernelLanes
-// (kernels/kernel_source.h).
-Result<LaneReport> MakeLaneReport(const Url& kernelFile, std::string_view templateArgument);
+// Asks the class of the kernel, which is registered. Errors: those of the registry and of
+// OpenedKernel::ExplainLanes.
+Result<LaneReport> MakeLaneReport(const Url& kernelFile, const kernelruntime::OpenedKernel& opened);
 
 // "16 at a time"
 std::string FormatLaneReport(const LaneReport& report);

@@ -4,20 +4,29 @@
 #include "apps/ostra/run/build_messages.h"
 #include "apps/ostra/run/shader_parameters.h"
 #include "ostra/io/file.h"
-#include "parallelprogram/kernelruntime/kernel_source.h"
 
 namespace ostra::tool {
 
 using namespace kernelruntime;
 
+namespace {
+
+Result<OpenedKernel> OpenKernel(const RunOptions& options) {
+  const ProfilePart part("front end");
+  return OpenedKernel::Open({options.kernelFile, options.templateArgument});
+}
+
+}  // namespace
+
 Result<PreparedKernel> PrepareKernel(const RunOptions& options, Host& host) {
+  OSTRA_ASSIGN_OR_RETURN(const OpenedKernel opened, OpenKernel(options));
   if (options.backend == Backend::Gpu) {
     const ProfilePart part("front end");
     // What is wrong with the file is said in the same words for the CPU and the GPU.
-    OSTRA_RETURN_IF_ERROR(CheckKernelSource(options.kernelFile, options.templateArgument));
+    OSTRA_RETURN_IF_ERROR(opened.FindMistakes());
     OSTRA_ASSIGN_OR_RETURN(std::optional<KernelParameters> parameters,
-                           ReadShaderParameters(options.kernelFile, options.templateArgument));
-    if (parameters) return PreparedKernel{std::move(*parameters), false};
+                           ReadShaderParameters(options.kernelFile, options.templateArgument, opened));
+    if (parameters) return PreparedKernel{opened, std::move(*parameters)};
   }
   KernelModuleOptions module;
   module.kernelFile = options.kernelFile;
@@ -27,12 +36,13 @@ Result<PreparedKernel> PrepareKernel(const RunOptions& options, Host& host) {
   module.templateArgument = options.templateArgument;
   module.isSilent = options.isSilent;
   module.isDebugged = options.isDebugged;
+  module.opened = &opened;
   BuildMessages messages;
   module.observer = &messages;
   OSTRA_ASSIGN_OR_RETURN(KernelModule loaded, LoadKernelModule(module, host));
   OSTRA_ASSIGN_OR_RETURN(KernelParameters parameters, KernelParameters::Read(loaded.classId));
   const Bool wasCompiled = loaded.wasCompiled;
-  return PreparedKernel{std::move(parameters), wasCompiled, std::move(loaded)};
+  return PreparedKernel{opened, std::move(parameters), wasCompiled, std::move(loaded)};
 }
 
 Result<void> SplitTemplateName(RunOptions& options) {

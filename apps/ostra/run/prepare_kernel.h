@@ -5,17 +5,19 @@
 #include "apps/ostra/run/run_options.h"
 #include "ostra/host.h"
 #include "parallelprogram/kernelruntime/kernel_cache.h"
+#include "parallelprogram/kernelruntime/opened_kernel.h"
 
 namespace ostra::tool {
 
 struct PreparedKernel {
+  kernelruntime::OpenedKernel opened;
   KernelParameters parameters;
   Bool wasCompiled = false;                 // by the C++ compiler, just now
   kernelruntime::KernelModule module = {};  // keeps the file where a debugger finds it
 };
 
 // Reads the kernel and, where the CPU is to run it, compiles it and loads its module into `host`. The GPU alone needs
-// no C++ compiler, unless a parameter has a type that only one can explain. Errors: those of ReadKernelSource,
+// no C++ compiler, unless a parameter has a type that only one can explain. Errors: those of OpenedKernel,
 // ReadShaderParameters and MakeKernelModule, and of loading the module.
 Result<PreparedKernel> PrepareKernel(const RunOptions& options, Host& host);
 

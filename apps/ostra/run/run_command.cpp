@@ -111,11 +111,11 @@ Result<void> Run(const RunOptions& options, std::span<const char* const> argumen
   if (options.backend != Backend::Cpu) OSTRA_RETURN_IF_ERROR(StartGpu(host));
   if (options.isDebugged) SetWorkerThreadLimit(1);
   OSTRA_ASSIGN_OR_RETURN(const PreparedKernel kernel, PrepareKernel(options, host));
-  OSTRA_ASSIGN_OR_RETURN(RunPlan plan, MakeRunPlan(options, kernel.parameters));
+  OSTRA_ASSIGN_OR_RETURN(RunPlan plan, MakeRunPlan(options, kernel.opened, kernel.parameters));
   WriteNotes(plan);
   std::optional<LaneReport> lanes;
   if (options.isExplained) {
-    OSTRA_ASSIGN_OR_RETURN(lanes, MakeLaneReport(options.kernelFile, options.templateArgument));
+    OSTRA_ASSIGN_OR_RETURN(lanes, MakeLaneReport(options.kernelFile, kernel.opened));
     if (!lanes->reason.empty()) WriteReportLine(lanes->reason);
   }
   OSTRA_ASSIGN_OR_RETURN(RunReport report, Execute(options, plan));

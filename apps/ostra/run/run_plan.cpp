@@ -12,7 +12,6 @@
 #include "apps/ostra/tool_error.h"
 #include "apps/ostra/values/scalar_type.h"
 #include "apps/ostra/values/typed_value.h"
-#include "parallelprogram/kernelruntime/kernel_source.h"
 #include "parallelprogram/kernelruntime/position_axes.h"
 #include "parallelprogram/program/noise_modes.h"
 
@@ -27,7 +26,8 @@ namespace {
 // Makes a plan step by step, in the order of the functions.
 class Planner {
  public:
-  Planner(const RunOptions& options, const KernelParameters& parameters) : _options(options), _parameters(parameters) {}
+  Planner(const RunOptions& options, const OpenedKernel& opened, const KernelParameters& parameters)
+      : _options(options), _opened(opened), _parameters(parameters) {}
 
   Result<RunPlan> Make() {
     _plan.isRunOnce = _options.repeatCount == 1 && _options.backend != Backend::Both;
@@ -120,9 +120,7 @@ class Planner {
     if (!_plan.size.IsKnown()) {
       const ProfilePart part("front end");
       // Reports ask for positions of their own.
-      OSTRA_ASSIGN_OR_RETURN(const KernelSource source, ReadKernelSource({.file = _options.kernelFile,
-                                                                          .templateArgument = _options.templateArgument,
-                                                                          .isSilent = true}));
+      OSTRA_ASSIGN_OR_RETURN(const KernelSource source, _opened.MakeSource({.isSilent = true}));
       OSTRA_ASSIGN_OR_RETURN(_plan.size, ChooseDefaultSize(_sizes, CountPositionAxes(source.text.GetView())));
     }
     // One line of as many invocations as the picture has pixels makes a picture of the same sides.
@@ -202,8 +200,7 @@ class Planner {
       const auto setting = FindNoiseSetting(name);
       if (!setting || setting->number == 0 || _parameters.Find(name)) continue;
       if (!count) {
-        OSTRA_ASSIGN_OR_RETURN(const std::optional<Int> called,
-                               CountKernelNoises(_options.kernelFile, _options.templateArgument));
+        OSTRA_ASSIGN_OR_RETURN(const std::optional<Int> called, _opened.CountNoises());
         count = called.value_or(kMaxNoises);
       }
       if (setting->number >= *count)
@@ -260,6 +257,7 @@ class Planner {
   }
 
   const RunOptions& _options;
+  const OpenedKernel& _opened;
   const KernelParameters& _parameters;
   RunPlan _plan;
   std::vector<SizeSource> _sizes;  // of buffers and textures that are read
@@ -268,8 +266,8 @@ class Planner {
 
 }  // namespace
 
-Result<RunPlan> MakeRunPlan(const RunOptions& options, const KernelParameters& parameters) {
-  return Planner(options, parameters).Make();
+Result<RunPlan> MakeRunPlan(const RunOptions& options, const OpenedKernel& opened, const KernelParameters& parameters) {
+  return Planner(options, opened, parameters).Make();
 }
 
 }  // namespace ostra::tool

@@ -9,6 +9,7 @@
 #include "apps/ostra/textures/load_texture.h"
 #include "ostra/core/data.h"
 #include "ostra/core/interned_id.h"
+#include "parallelprogram/kernelruntime/opened_kernel.h"
 
 namespace ostra::tool {
 
@@ -54,6 +55,7 @@ struct RunPlan {
 // Brings options and parameters together and loads the inputs. Errors: usage errors for names and values that do not
 // fit the kernel, parameters without a value and sizes that are not known; those of LoadBuffer, LoadTexture and
 // CheckBufferTarget.
-Result<RunPlan> MakeRunPlan(const RunOptions& options, const KernelParameters& parameters);
+Result<RunPlan> MakeRunPlan(const RunOptions& options, const kernelruntime::OpenedKernel& opened,
+                            const KernelParameters& parameters);
 
 }  // namespace ostra::tool

@@ -42,23 +42,23 @@ Result<void> CheckDeclarations(const Url& kernelFile, const ShaderParser& parser
   LintDeclarations(linted, parser, findings);
   for (const Finding& finding : findings.GetAll())
     if (finding.kind == FindingKind::LostDeclaration)
-      return OSTRA_ILLEGAL_ARGUMENT("The kernel \"@\" cannot run because it could not be compiled: @:@: error: @",
-                                    kernelFile.GetName(), finding.file, finding.line, finding.text);
+      return OSTRA_ILLEGAL_ARGUMENT("The kernel \"@\" cannot run because it could not be compiled: @",
+                                    kernelFile.GetName(), FormatFinding(finding));
   return OK;
 }
 
 }  // namespace
 
-Result<std::optional<KernelParameters>> ReadShaderParameters(const Url& kernelFile,
-                                                             const std::string& templateArgument) {
-  TranslationOptions options{.file = kernelFile, .target = kTargetGlsl};
+Result<std::optional<KernelParameters>> ReadShaderParameters(const Url& kernelFile, const std::string& templateArgument,
+                                                             const OpenedKernel& opened) {
+  TranslationOptions options{.file = kernelFile, .target = kTargetGlsl, .isRaw = true};
+  const auto plain = opened.MakePlainSource();
+  if (plain && *plain) options.written = &**plain;
   if (!templateArgument.empty()) options.templateArgument = templateArgument;
   OSTRA_ASSIGN_OR_RETURN(const Translation translation, Translate(options));
   const ShaderParser& parser = *translation.parser;
-  if (!translation.result) {
-    OSTRA_ASSIGN_OR_RETURN(const String message, parser.DescribeError(translation.result.GetError()));
-    return OSTRA_ILLEGAL_ARGUMENT("@", message);
-  }
+  if (!translation.result) return parser.PlaceError(translation.result.GetError());
+  if (!plain) return plain.GetError();
   OSTRA_RETURN_IF_ERROR(CheckDeclarations(kernelFile, parser));
   std::vector<Parameter> parameters;
   for (const ShaderInputEntry& input : parser.GetInputEntries()) {

@@ -5,14 +5,14 @@
 #include <string>
 
 #include "apps/ostra/run/kernel_parameters.h"
-#include "ostra/io/url.h"
+#include "parallelprogram/kernelruntime/opened_kernel.h"
 
 namespace ostra::tool {
 
 // Nothing when a type is one that only the C++ compiler can explain, such as a name that a host's header has.
-// `templateArgument` takes the place of TYPE. Error: illegal argument with "file:line: error: ..." for what the
-// translator refuses.
-Result<std::optional<KernelParameters>> ReadShaderParameters(const Url& kernelFile,
-                                                             const std::string& templateArgument);
+// `templateArgument` takes the place of TYPE. `opened`: the file. Error: illegal argument with "file:line: error: ..."
+// for what the translator refuses.
+Result<std::optional<KernelParameters>> ReadShaderParameters(const Url& kernelFile, const std::string& templateArgument,
+                                                             const kernelruntime::OpenedKernel& opened);
 
 }  // namespace ostra::tool

@@ -18,9 +18,7 @@ namespace {
 Result<void> MakePlacedError(const Url& file, const Translation& translation) {
   if (IoDetect(file) != IODETECT::FILE)
     if (auto source = ReadSourceText(file); !source) return source.TakeError();
-  const Error& error = translation.result.GetError();
-  OSTRA_ASSIGN_OR_RETURN(const String message, translation.parser->DescribeError(error));
-  return MakeError(error.GetKind(), kOstraUnit, __LINE__, "@", message);
+  return translation.parser->PlaceError(translation.result.GetError());
 }
 
 }  // namespace
