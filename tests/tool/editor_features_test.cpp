@@ -56,8 +56,10 @@ TEST(EditorProblemsTest, CodeBeyondTheLanguageIsInformation) {
 
 TEST(EditorProblemsTest, LinesThatTheTranslationForGpusWouldMistakeAreErrors) {
   // The kernel's first brace has a line of its own.
-  std::string text = kHead + kTail;
-  text.replace(text.find("KERNELINPUTS)\n{"), 15, "KERNELINPUTS) {");
+  const std::string wrong = "KERNELINPUTS) {";
+  std::string understood = kHead + kTail, text = kHead + "\tauto x = 1;\n" + kTail;
+  for (std::string* changed : {&understood, &text}) changed->replace(changed->find("KERNELINPUTS)\n{"), 15, wrong);
+  EXPECT_TRUE(MakeDocument(understood).GetProblems().empty()) << "the translation reads its plain form";
   const auto problems = MakeDocument(text).GetProblems();
   ASSERT_FALSE(problems.empty());
   const std::size_t line = text.find("OSTRA_PARALLEL_KERNEL(Scale");

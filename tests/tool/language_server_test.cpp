@@ -14,9 +14,13 @@ namespace ostra::tool {
 namespace {
 
 using Json = nlohmann::json;
+using testing::AllOf;
+using testing::Contains;
+using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::SizeIs;
+using testing::UnorderedElementsAre;
 
 // An editor: sends requests with numbers that count up and reads the answers.
 class Editor {
@@ -110,7 +114,8 @@ TEST(LanguageServerTest, AHeaderThatIsOpenCountsAsItIsTyped) {
   Editor editor;
   const std::string header = "file:///kernels/more.h";
   editor.Open(kUri, "#include \"more.h\"\n\n" + kHead + "\tsum.x = Half(1.0);\n" + kTail);
-  EXPECT_THAT(editor.TakeDiagnostics(kUri), SizeIs(1)) << "the header is not there";
+  EXPECT_THAT(editor.TakeDiagnostics(kUri).dump(),
+              HasSubstr("the header \\\"more.h\\\" is not one of the kernel's own"));
   editor.Open(header, "float Half(float x)\n{\n\treturn x * 0.5;\n}\n");
   EXPECT_EQ(editor.TakeDiagnostics(kUri), Json::array());
   editor.Change(header, {{{"text", "float Half(vec2 x, float y)\n{\n\treturn x.x;\n}\n"}}});
@@ -138,6 +143,65 @@ TEST(LanguageServerTest, HeadersOfOtherFoldersCountAsTheyAreTyped) {
   EXPECT_EQ(editor.TakeDiagnostics(kUri), Json::array());
   editor.Change("file:///shared/more.h", {{{"text", "float Half(vec2 x, float y)\n{\n\treturn x.x;\n}\n"}}});
   EXPECT_THAT(editor.TakeDiagnostics(kUri), SizeIs(1));
+}
+
+std::vector<std::string> TextsOf(const Json& diagnostics) {
+  std::vector<std::string> texts;
+  for (const Json& diagnostic : diagnostics)
+    texts.push_back(std::to_string(diagnostic["range"]["start"]["line"].get<int>()) + ": " +
+                    diagnostic["message"].get<std::string>());
+  return texts;
+}
+
+TEST(LanguageServerTest, LintsOfAllTargetsAreToldWhileAFileIsEdited) {
+  Editor editor;
+  editor.Open(kUri, "GROUPSIZE(32, 32, 2)\n\n" + kHead + "\tuint s = i << 33u;\n" + kTail);
+  const Json diagnostics = editor.TakeDiagnostics(kUri);
+  EXPECT_THAT(
+      TextsOf(diagnostics),
+      UnorderedElementsAre(HasSubstr("17: "), "0: a work group of 2048 invocations: at most 1024 are possible [HLSL]",
+                           "0: a work group of 2048 invocations: at most 1024 are possible [METAL]"));
+  for (const Json& diagnostic : diagnostics) {
+    if (diagnostic["range"]["start"]["line"] != 17) continue;
+    EXPECT_EQ(diagnostic["range"]["start"]["character"], 1);
+    EXPECT_EQ(diagnostic["range"]["end"]["character"], 19);
+    EXPECT_EQ(diagnostic["severity"], 1);
+  }
+  // What is wrong comes first: lints would be about what follows from it.
+  editor.Change(kUri,
+                {{{"text", "GROUPSIZE(32, 32, 2)\n\n" + kHead + "\tuint s = i << 33u;\n\tsum.x = facto;\n" + kTail}}});
+  EXPECT_THAT(TextsOf(editor.TakeDiagnostics(kUri)), ElementsAre(HasSubstr("unknown name")));
+  editor.Change(kUri, {{{"text", kHead + "\tuint s = i << 3u;\n" + kTail}}});
+  EXPECT_EQ(editor.TakeDiagnostics(kUri), Json::array());
+}
+
+TEST(LanguageServerTest, TheTranslationReadsHeadersAsTheyAreTyped) {
+  Editor editor;
+  const std::string header = "file:///kernels/net.example.scale.h";
+  // Not of the language, so that the translator reads the lines themselves.
+  editor.Open(kUri, kHead + "\tauto x = Half(1.0);\n" + kTail);
+  EXPECT_THAT(TextsOf(editor.TakeDiagnostics(kUri)), Contains(HasSubstr("not understood: ")));
+  editor.Open(header,
+              "#ifndef SCALE_H\n#define SCALE_H\n\ninline float Half(float x)\n{\n\treturn vec2(x).x;\n}\n#endif\n");
+  editor.Change(kUri, {{{"text", "#include \"net.example.scale.h\"\n\n" + kHead + "\tauto x = Half(1.0);\n" + kTail}}});
+  EXPECT_THAT(TextsOf(editor.TakeDiagnostics(kUri)),
+              Contains(AllOf(HasSubstr("net.example.scale.h:6: "), HasSubstr("vec2"))));
+}
+
+TEST(LanguageServerTest, StageFilesAreChecked) {
+  Editor editor;
+  const std::string uri = "file:///kernels/scene.frag";
+  const std::string head = "#define KERNELINPUTS \\\n(varying vec2) place, \\\n(out vec4) color\n\n";
+  const std::string begin = "OSTRA_PARALLEL_KERNEL(Shade, KERNELINPUTS)\n{\n", end = "}\nOSTRA_PARALLEL_KERNEL_END\n";
+  editor.Open(uri, head + begin + "\tUNIFORM(color) = vec4(UNIFORM(place).x, 0.0, 0.0, 1.0);\n" + end);
+  EXPECT_EQ(editor.TakeDiagnostics(uri), Json::array());
+  editor.Change(uri, {{{"text", head + begin + "\tint a = 1 << 40;\n" + end}}});
+  EXPECT_THAT(TextsOf(editor.TakeDiagnostics(uri)), Contains(HasSubstr("6: ")));
+  editor.Change(uri, {{{"text", head + "inline float Half(float x) { return x; }\n\n" + begin + end}}});
+  EXPECT_THAT(TextsOf(editor.TakeDiagnostics(uri)), ElementsAre(HasSubstr("4: a function on one line")));
+  editor.Change(uri, {{{"text", head}}});
+  EXPECT_THAT(TextsOf(editor.TakeDiagnostics(uri)),
+              ElementsAre("0: there is no kernel in this file, or it does not end"));
 }
 
 TEST(LanguageServerTest, HeadersOnDiskAreFoundBesideTheKernel) {

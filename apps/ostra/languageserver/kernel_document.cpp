@@ -87,6 +87,8 @@ std::vector<Problem> KernelDocument::GetProblems() const {
     problems.push_back(
         MakeProblem(kernel.sources, ProblemSeverity::kInformation, kernel.notUnderstood->offset,
                     "not understood: " + kernel.notUnderstood->reason + "; the C++ compiler checks this kernel"));
+  // What is understood is written anew for the translation, whose rules for lines it need not keep.
+  if (kernel.IsUnderstood()) return problems;
   for (const SourceMistake& mistake : FindSourceMistakes(_current->text))
     problems.push_back({.severity = ProblemSeverity::kError,
                         .range = GetTokenRange(_current->text, static_cast<UInt32>(mistake.position)),

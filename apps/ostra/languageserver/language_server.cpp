@@ -4,6 +4,7 @@
 
 #include "apps/ostra/languageserver/features.h"
 #include "apps/ostra/languageserver/file_uri.h"
+#include "apps/ostra/languageserver/lint_document.h"
 #include "apps/ostra/languageserver/text_positions.h"
 #include "apps/ostra/values/text.h"
 #include "parallelprogram/device/kernel_headers.h"
@@ -215,12 +216,35 @@ std::vector<std::string> LanguageServer::TakeDiagnostics() {
   return messages;
 }
 
+std::vector<Problem> LanguageServer::FindProblems(const OpenFile& file) const {
+  const std::string& path = file.document.GetPath();
+  const Bool isStage = IsStageFile(path);
+  // Headers are checked with the kernels that include them.
+  if (!isStage && !path.ends_with(".krn")) return {};
+  std::vector<Problem> problems;
+  if (!isStage) problems = file.document.GetProblems();
+  // Lints of a text with mistakes would be about what follows from them.
+  const Bool hasMistakes = std::any_of(problems.begin(), problems.end(), [](const Problem& problem) {
+    return problem.severity == ProblemSeverity::kError;
+  });
+  if (hasMistakes) return problems;
+  const auto readHeader = [this](const std::string& name, const std::string& includingFile) {
+    return ReadHeader(name, includingFile);
+  };
+  const auto openText = [this](std::string_view name) {
+    const auto open = _files.find(std::string(name));
+    return open == _files.end() ? nullptr : &open->second.document.GetText();
+  };
+  auto found = LintDocument(path, file.document.GetText(), readHeader, openText);
+  if (!found && found.GetError().GetKind() == kOutOfMemoryError) throw std::bad_alloc();
+  if (found) problems.insert(problems.end(), found->begin(), found->end());
+  return problems;
+}
+
 LanguageServer::Json LanguageServer::MakeDiagnostics(const OpenFile& file) const {
   Json list = Json::array();
-  // Headers are checked with the kernels that include them.
-  if (!file.document.GetPath().ends_with(".krn")) return list;
   const TextLines lines(file.document.GetText());
-  for (const Problem& problem : file.document.GetProblems()) {
+  for (const Problem& problem : FindProblems(file)) {
     Json item = {{"range", MakeRange(lines, problem.range)},
                  {"severity", static_cast<int>(problem.severity)},
                  {"source", "ostra"},
@@ -317,7 +341,7 @@ LanguageServer::OpenFile& LanguageServer::FindFile(const Json& parameters) {
 }
 
 std::optional<kernellanguage::Header> LanguageServer::ReadHeader(const std::string& name,
-                                                                 const std::string& includingFile) {
+                                                                 const std::string& includingFile) const {
   const std::string path = GetHeaderPath(name, includingFile);
   if (const auto open = _files.find(path); open != _files.end())
     return kernellanguage::Header{path, open->second.document.GetText()};

@@ -65,8 +65,10 @@ class LanguageServer {
   Json FormatFile(const Json& parameters);
 
   OpenFile& FindFile(const Json& parameters);
-  std::optional<kernellanguage::Header> ReadHeader(const std::string& name, const std::string& includingFile);
+  std::optional<kernellanguage::Header> ReadHeader(const std::string& name, const std::string& includingFile) const;
   Json MakeLocation(const FileRange& place) const;
+  // Mistakes, and in a text without any what `ostra check` finds for the languages of GPUs.
+  std::vector<Problem> FindProblems(const OpenFile& file) const;
   Json MakeDiagnostics(const OpenFile& file) const;
 
   State _state = State::kNew;
