@@ -8,7 +8,7 @@
 // It calls no driver.
 #pragma once
 
-#include <vulkan/vulkan_core.h>
+#include <volk.h>
 
 #include <optional>
 
