@@ -51,11 +51,11 @@ TEST_F(KernelCacheTest, SeveralProcessesMayFillTheCacheAtOnce) {
 }
 
 TEST_F(KernelCacheTest, CompilerErrorsNameTheLineOfTheKernelFileAndLeaveNothingBehind) {
-  Write(MakeKernel("noSuchName"));
+  Write(MakeKernel("NO_SUCH_NAME"));
   const ToolResult result = Run();
   EXPECT_EQ(result.exitStatus, 1);
   EXPECT_THAT(result.errors, HasSubstr("test.krn:8:"));
-  EXPECT_THAT(result.errors, HasSubstr("noSuchName"));
+  EXPECT_THAT(result.errors, HasSubstr("NO_SUCH_NAME"));
   EXPECT_THAT(result.errors, HasSubstr("test.krn does not compile.\n"));
   EXPECT_EQ(result.output, "");
   EXPECT_TRUE(std::filesystem::is_empty(_folder / "cache"));
