@@ -7,6 +7,7 @@
 #include "ostra/core/nearest_word.h"
 #include "parallelprogram/program/kernel_declaration_interface.h"
 #include "parallelprogram/program/kernel_interface.h"
+#include "parallelprogram/program/kernel_report.h"
 
 OSTRA_UNIT("python");
 
@@ -59,6 +60,10 @@ Result<void> PythonKernel::ReadParameters(const LoadedKernel& loaded) {
   const auto* declarations = FindInterface<KernelDeclarationInterface>(*kernel);
   if (!declarations) return OSTRA_ILLEGAL_STATE("The kernel @ does not say what it declares.", std::string_view(_name));
   for (const KernelDeclaration& declaration : declarations->GetDeclarations()) {
+    if (declaration.name.GetView() == kReportBuffer) {
+      _hasReports = true;
+      continue;  // the program gives it
+    }
     Parameter parameter;
     parameter.name = std::string(declaration.name.GetView());
     parameter.id = declaration.name;
@@ -77,6 +82,19 @@ Result<void> PythonKernel::ReadParameters(const LoadedKernel& loaded) {
   return OK;
 }
 
+// As the command-line tool shows them, on sys.stdout.
+void PythonKernel::ShowPrints(const KernelPrints& prints) {
+  for (const KernelPrint& print : prints.prints) {
+    std::string place = std::to_string(print.invocation.x);
+    if (print.dimensions > 1) place += ", " + std::to_string(print.invocation.y);
+    if (print.dimensions > 2) place += ", " + std::to_string(print.invocation.z);
+    if (print.dimensions > 1) place = "(" + place + ")";
+    py::print(std::string(print.file.GetView()) + ":" + std::to_string(print.line) + ": invocation " + place + ": " +
+              std::string(print.text.GetView()));
+  }
+  if (prints.lostCount > 0) py::print(std::to_string(prints.lostCount) + " prints did not fit");
+}
+
 py::dict PythonKernel::DescribeParameters() const {
   py::dict descriptions;
   for (const Parameter& parameter : _parameters) {
@@ -89,11 +107,16 @@ py::dict PythonKernel::DescribeParameters() const {
 
 py::object PythonKernel::Call(const py::object& size, const py::dict& arguments) {
   Invocation invocation = Bind(size, arguments);
+  KernelPrints prints;
+  Result<void> ran = OK;
   {
     const py::gil_scoped_release release;
     const std::lock_guard lock(_engine->GetMutex());
-    OrThrow(Run(invocation));
+    ran = Run(invocation);
+    if (_hasReports) prints = OrThrow(FindInterface<KernelReportInterface>(GetSession().GetProgram())->TakePrints());
   }
+  ShowPrints(prints);
+  OrThrow(std::move(ran));
   std::vector<const BoundBuffer*> made;
   for (const BoundBuffer& buffer : invocation.buffers)
     if (buffer.isMade) made.push_back(&buffer);

@@ -9,6 +9,7 @@
 
 #include "clients/python/element_format.h"
 #include "clients/python/engine.h"
+#include "parallelprogram/program/kernel_report_interface.h"
 
 namespace ostra::python {
 
@@ -62,6 +63,7 @@ class PythonKernel {
   Result<void> ReadParameters(const LoadedKernel& loaded);
   Session& GetSession() const { return _isOnGpu ? *_engine->GetGpu() : _engine->GetCpu(); }
 
+  static void ShowPrints(const KernelPrints& prints);
   Invocation Bind(const pybind11::object& size, const pybind11::dict& arguments);
   void CheckNames(const pybind11::dict& arguments) const;
   BoundBuffer BindBuffer(Parameter& parameter, const pybind11::handle& value) const;
@@ -78,6 +80,7 @@ class PythonKernel {
   std::string _name;
   InternedId _kernel;
   std::optional<Int> _axisCount;
+  bool _hasReports = false;  // PRINT or ASSERT
   std::vector<Parameter> _parameters;
 };
 

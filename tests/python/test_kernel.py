@@ -63,6 +63,23 @@ def numbers(*shape):
     return numpy.arange(numpy.prod(shape), dtype=numpy.float32).reshape(shape)
 
 
+TALKING = SCALE.replace("Scale", "Talking").replace(
+    "UNIFORM_BUFFER(target)[i] =", 'if (i < 2u) PRINT("i = %v", i);\n\tASSERT(UNIFORM(factor) > 0.0, "factors are positive");\n'
+    "\tUNIFORM_BUFFER(target)[i] =")
+
+
+def test_what_a_kernel_prints_is_printed(backend, capsys):
+    result = ostra.kernel(TALKING, backend=backend)(factor=2, source=numbers(2))
+    numpy.testing.assert_array_equal(result, 2 * numbers(2))
+    lines = capsys.readouterr().out.splitlines()
+    assert [line.split(": ", 1)[1] for line in lines] == ["invocation 0: i = 0", "invocation 1: i = 1"]
+
+
+def test_an_assertion_that_does_not_hold_is_an_error(backend):
+    with pytest.raises(ostra.Error, match="the ASSERT does not hold: factors are positive, in invocation 0"):
+        ostra.kernel(TALKING, backend=backend)(factor=-1, source=numbers(2))
+
+
 def test_an_output_that_is_not_given_is_made(backend):
     result = ostra.kernel(SCALE, backend=backend)(factor=2, source=numbers(64))
     assert result.dtype == numpy.float32
