@@ -3,7 +3,7 @@
 //   for (const auto& instruction : SpirvInstructions(std::span(words)))
 //     if (instruction.Is(kOpDecorate, 4) && instruction.words[2] == kDecorationBinding) Use(instruction.words[3]);
 //
-// Numbers: SPIR-V specification, 1.6, sections 2.3 and 3.
+// Numbers: SPIR-V 1.6 (The Khronos Group), sections 2.3 and 3.
 #pragma once
 
 #include <cstddef>
@@ -79,7 +79,7 @@ constexpr UInt32 MakeFirstWord(Opcode opcode, UInt32 size) { return size << 16 |
 template <class Word>
 struct Instruction {
   std::size_t place;      // of its first word
-  std::span<Word> words;  // the first one too, so that they are counted as the specification does
+  std::span<Word> words;  // the first one too, so that they are counted as SPIR-V counts them
 
   UInt32 GetOpcode() const { return words[0] & 0xFFFFu; }
   // Whether it is this one, with so many words at least.
