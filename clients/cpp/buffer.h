@@ -99,7 +99,7 @@ class Buffer : public client::Resource {
   // Overwrites elements from `offset` on. Errors: illegal argument when they do not fit; those of the device.
   Result<void> TryWrite(std::span<const T> elements, Int offset = 0, CallSite where = CallSite::Here()) {
     return client::CallAt(where, [&]() -> Result<void> {
-      if (offset < 0 || offset + static_cast<Int>(elements.size()) > _count)
+      if (offset < 0 || offset > _count - static_cast<Int>(elements.size()))
         return MakeError(kIllegalArgumentError, client::kUnit, __LINE__,
                          "@ elements from @ on do not fit into a buffer of @.", static_cast<Int>(elements.size()),
                          offset, _count);

@@ -19,10 +19,8 @@ class Resource {
   InternedId _name;
 
  private:
-  template <class T>
-  friend class BufferArgument;
-  friend class TextureArgument;
-  friend class CounterArgument;
+  template <class R>
+  friend class ResourceArgument;
 };
 
 }  // namespace ostra::client

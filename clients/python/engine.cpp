@@ -40,8 +40,7 @@ Result<void> Engine::CheckProcess() const {
   if (getpid() == _process) return OK;
   return OSTRA_ILLEGAL_STATE(
       "This process was forked after ostra had started, and its threads are not here: use the start method \"spawn\" "
-      "of "
-      "multiprocessing, or make the first kernel after the fork.");
+      "of multiprocessing, or make the first kernel after the fork.");
 }
 
 Result<Session&> Engine::GetGpu() {

@@ -17,7 +17,7 @@ class Engine {
   // That of the process, made by the first call. Errors: those of sessions; illegal state in a process that was forked
   // after the first call.
   static Result<std::shared_ptr<Engine>> Get();
-  // Lets go of it: it ends with the last kernel.
+  // Releases the reference that Get keeps: the engine ends with its last kernel.
   static void Release();
 
   Engine(Session cpu, KernelRuntime runtime);

@@ -96,7 +96,7 @@ struct ParserCache::Entry : RefCounted<Entry> {
   const KernelReportOptions reports;
   std::atomic<UInt64> stamp{0};  // 0 until it has parsed
 
-  std::mutex mutex;  // of whoever parses
+  std::mutex mutex;  // held by the thread that parses
   String reportTable;
   Bool hasFailed = false;  // guarded by it: the parser has parts of what a failed parse has found
 };

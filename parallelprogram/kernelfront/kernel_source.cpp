@@ -326,50 +326,52 @@ Result<std::optional<PlainKernel>> KernelReading::MakePlainKernel() const {
   });
 }
 
-Result<String> GenerateKernelSource(const KernelSourceOptions& options, std::string_view text) {
+namespace {
+
+// What one function of a reading gives.
+template <class Made>
+Made ReadFor(const KernelSourceOptions& options, std::string_view text, Made (KernelReading::*make)() const) {
   OSTRA_ASSIGN_OR_RETURN(const KernelReading kernel, KernelReading::Create(options, text));
-  return kernel.GenerateSource();
+  return (kernel.*make)();
+}
+
+}  // namespace
+
+Result<String> GenerateKernelSource(const KernelSourceOptions& options, std::string_view text) {
+  return ReadFor(options, text, &KernelReading::GenerateSource);
 }
 
 Result<String> GenerateStructHeader(const KernelSourceOptions& options, std::string_view text) {
-  OSTRA_ASSIGN_OR_RETURN(const KernelReading kernel, KernelReading::Create(options, text));
-  return kernel.GenerateStructHeader();
+  return ReadFor(options, text, &KernelReading::GenerateStructHeader);
 }
 
 Result<String> GenerateClientHeader(const KernelSourceOptions& options, std::string_view text) {
-  OSTRA_ASSIGN_OR_RETURN(const KernelReading kernel, KernelReading::Create(options, text));
-  return kernel.GenerateClientHeader();
+  return ReadFor(options, text, &KernelReading::GenerateClientHeader);
 }
 
 Result<std::vector<KernelParameterText>> ListKernelParameters(const KernelSourceOptions& options,
                                                               std::string_view text) {
-  OSTRA_ASSIGN_OR_RETURN(const KernelReading kernel, KernelReading::Create(options, text));
-  return kernel.ListParameters();
+  return ReadFor(options, text, &KernelReading::ListParameters);
 }
 
 Result<void> FindKernelMistakes(const KernelSourceOptions& options, std::string_view text) {
-  OSTRA_ASSIGN_OR_RETURN(const KernelReading kernel, KernelReading::Create(options, text));
-  return kernel.FindMistakes();
+  return ReadFor(options, text, &KernelReading::FindMistakes);
 }
 
 Result<std::optional<SourceMessage>> ExplainLineRules(const KernelSourceOptions& options, std::string_view text) {
-  OSTRA_ASSIGN_OR_RETURN(const KernelReading kernel, KernelReading::Create(options, text));
-  return kernel.ExplainLineRules();
+  return ReadFor(options, text, &KernelReading::ExplainLineRules);
 }
 
 Result<String> ExplainKernelLanes(const KernelSourceOptions& options, std::string_view text) {
-  OSTRA_ASSIGN_OR_RETURN(const KernelReading kernel, KernelReading::Create(options, text));
-  return kernel.ExplainLanes();
+  return ReadFor(options, text, &KernelReading::ExplainLanes);
 }
 
 Result<std::optional<Int>> CountKernelNoises(const KernelSourceOptions& options, std::string_view text) {
-  OSTRA_ASSIGN_OR_RETURN(const KernelReading kernel, KernelReading::Create(options, text));
-  return kernel.CountNoises();
+  return ReadFor(options, text, &KernelReading::CountNoises);
 }
 
 Result<std::optional<PlainKernel>> MakePlainKernel(const KernelSourceOptions& options, std::string_view text) {
-  OSTRA_ASSIGN_OR_RETURN(const KernelReading kernel, KernelReading::Create(options, text));
-  return kernel.MakePlainKernel();
+  return ReadFor(options, text, &KernelReading::MakePlainKernel);
 }
 
 Result<String> GenerateKernelTable(std::string_view name, const std::vector<std::string>& classIds) {

@@ -5,7 +5,6 @@
 #include <bit>
 #include <cmath>
 #include <cstdint>
-#include <cstring>
 #include <limits>
 #include <random>
 #include <string>
@@ -13,19 +12,14 @@
 
 #include "tests/support/temporary_folder.h"
 #include "tests/tool/tool_process.h"
+#include "tests/tool/word_values.h"
 
 namespace ostra {
 namespace {
 
-using Word = std::uint32_t;
-
 constexpr std::size_t kCount = 65533;  // no whole lanes
 constexpr std::size_t kResults = 22, kRounded = 15;
 constexpr std::size_t kFirstOfDevice = 16;  // from here on the CPU says what the GPU has to give
-
-float FloatOf(Word bits) { return std::bit_cast<float>(bits); }
-Word BitsOf(float x) { return std::bit_cast<Word>(x); }
-bool IsNan(Word bits) { return (bits & 0x7FFFFFFF) > 0x7F800000; }
 
 std::vector<Word> ComputeResults(float x, float y, float z, Word a, Word b) {
   float whole = 0;
@@ -72,18 +66,6 @@ double GetDistance(float found, double exact) {
   int exponent = 0;
   std::frexp(exact, &exponent);
   return std::fabs(found - exact) / std::ldexp(1.0, exponent - 24);
-}
-
-template <class T>
-std::string BytesOf(const std::vector<T>& values) {
-  return std::string(reinterpret_cast<const char*>(values.data()), values.size() * sizeof(T));
-}
-
-template <class T>
-std::vector<T> ValuesOf(const std::string& bytes) {
-  std::vector<T> values(bytes.size() / sizeof(T));
-  std::memcpy(values.data(), bytes.data(), values.size() * sizeof(T));
-  return values;
 }
 
 class RunElementaryTest : public testing::Test {

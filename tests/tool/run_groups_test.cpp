@@ -5,28 +5,19 @@
 #include <bit>
 #include <cmath>
 #include <cstdint>
-#include <cstring>
 #include <random>
 #include <string>
 #include <vector>
 
 #include "tests/support/temporary_folder.h"
 #include "tests/tool/tool_process.h"
+#include "tests/tool/word_values.h"
 
 namespace ostra {
 namespace {
 
-using Word = std::uint32_t;
-
 constexpr std::size_t kCount = 257, kGroup = 100;  // the last group is not full, and no group is a power of 2
 constexpr std::size_t kNumbers = 6, kWords = 4;
-
-template <class T>
-std::vector<T> ValuesOf(const std::string& bytes) {
-  std::vector<T> values(bytes.size() / sizeof(T));
-  std::memcpy(values.data(), bytes.data(), values.size() * sizeof(T));
-  return values;
-}
 
 // In the order that the documentation names.
 float SumUp(std::vector<float> values) {

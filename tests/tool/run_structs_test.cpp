@@ -8,6 +8,7 @@
 
 #include "tests/support/temporary_folder.h"
 #include "tests/tool/tool_process.h"
+#include "tests/tool/word_values.h"
 
 namespace ostra {
 namespace {
@@ -35,11 +36,6 @@ struct Particle {
 static_assert(sizeof(Particle) == 224);
 
 constexpr std::size_t kCount = 300;
-
-template <class T>
-std::string BytesOf(const std::vector<T>& values) {
-  return std::string(reinterpret_cast<const char*>(values.data()), values.size() * sizeof(T));
-}
 
 // Numbers whose sums and products are exact.
 template <class T>

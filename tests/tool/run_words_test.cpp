@@ -5,7 +5,6 @@
 #include <bit>
 #include <cmath>
 #include <cstdint>
-#include <cstring>
 #include <limits>
 #include <random>
 #include <string>
@@ -13,15 +12,12 @@
 
 #include "tests/support/temporary_folder.h"
 #include "tests/tool/tool_process.h"
+#include "tests/tool/word_values.h"
 
 namespace ostra {
 namespace {
 
-using Word = std::uint32_t;
-
 constexpr std::size_t kResults = 35, kRounded = 4;
-
-Word BitsOf(float x) { return std::bit_cast<Word>(x); }
 
 float RoundToEven(float x) { return std::nearbyint(x); }  // in the mode that programs start with
 
@@ -126,20 +122,6 @@ std::vector<double> ComputeRounded(Word a) {
   return {1 / (0.5 + part), 1 / std::sqrt(0.5 + part), part * -0.8 - (part * -0.8 + std::sqrt(k)),
           std::atan2(part - 0.25, -0.5)};
 }
-
-template <class T>
-std::string BytesOf(const std::vector<T>& values) {
-  return std::string(reinterpret_cast<const char*>(values.data()), values.size() * sizeof(T));
-}
-
-template <class T>
-std::vector<T> ValuesOf(const std::string& bytes) {
-  std::vector<T> values(bytes.size() / sizeof(T));
-  std::memcpy(values.data(), bytes.data(), values.size() * sizeof(T));
-  return values;
-}
-
-Bool IsNan(Word bits) { return (bits & 0x7FFFFFFF) > 0x7F800000; }
 
 class RunWordsTest : public testing::Test {
  protected:
