@@ -57,17 +57,20 @@ std::size_t PlainPrinter::AddCheck(NodeIndex node, std::string_view kind, std::s
   return site;
 }
 
+// The word that has the size of a parameter; empty for another name.
+std::string PlainPrinter::ReportedSize(std::string_view parameter) const {
+  for (std::size_t i = 0; i < _resolved.parameters.size(); ++i)
+    if (_tree.GetName(_resolved.parameters[i]) == parameter)
+      return Join({"UNIFORM_BUFFER(ostraReport)[", std::to_string(kFirstReportedSize + i), "]"});
+  return "";
+}
+
 // How many elements may be named; empty for an index that is not checked.
 std::string PlainPrinter::IndexSize(NodeIndex node) const {
   const NodeIndex container = Child(node, 0), index = Child(node, 1);
   const TypeIndex indexType = _resolved.converted[index];
   if (indexType != kIntType && indexType != kUIntType) return "";
-  if (KindOf(container) == NodeKind::kBuffer) {
-    for (std::size_t i = 0; i < _resolved.parameters.size(); ++i)
-      if (_tree.GetName(_resolved.parameters[i]) == _tree.GetName(container))
-        return Join({"UNIFORM_BUFFER(ostraReport)[", std::to_string(9 + i), "]"});
-    return "";
-  }
+  if (KindOf(container) == NodeKind::kBuffer) return ReportedSize(_tree.GetName(container));
   const Type& type = _types[_resolved.converted[container]];
   const Bool isRow = type.kind == TypeKind::kArray || type.kind == TypeKind::kVector;
   if (!isRow || FindNumber(index).value_or(type.count) < type.count) return "";
@@ -103,14 +106,11 @@ std::string PlainPrinter::CheckIndex(NodeIndex node, const std::string& index) {
 std::string PlainPrinter::CheckLayer(NodeIndex call, const std::string& layer) {
   const TypeIndex type = _resolved.converted[Child(call, 2)];
   if (!NeedsCheck(call) || (type != kIntType && type != kUIntType)) return layer;
-  NodeIndex texture = Child(call, 0);
-  const std::string_view name = _tree.GetName(texture);
-  for (std::size_t i = 0; i < _resolved.parameters.size(); ++i) {
-    if (_tree.GetName(_resolved.parameters[i]) != name) continue;
-    const std::size_t site = AddCheck(call, "layer", type == kIntType ? "i" : "u", name);
-    return CallIndexCheck(call, type, site, layer, Join({"UNIFORM_BUFFER(ostraReport)[", std::to_string(9 + i), "]"}));
-  }
-  return layer;
+  const std::string_view name = _tree.GetName(Child(call, 0));
+  const std::string size = ReportedSize(name);
+  if (size.empty()) return layer;
+  const std::size_t site = AddCheck(call, "layer", type == kIntType ? "i" : "u", name);
+  return CallIndexCheck(call, type, site, layer, size);
 }
 
 // The divisor, with 1 in the place of 0.

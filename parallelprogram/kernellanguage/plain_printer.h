@@ -185,6 +185,8 @@ class PlainPrinter {
   Bool HasBarrier(NodeIndex node) const;
   Bool IsDivision(NodeIndex node) const;
   std::size_t AddCheck(NodeIndex node, std::string_view kind, std::string_view types, std::string_view text);
+  static constexpr std::size_t kFirstReportedSize = 9;  // of the words in front of the records
+  std::string ReportedSize(std::string_view parameter) const;
   std::string IndexSize(NodeIndex node) const;
   std::string CheckIndex(NodeIndex node, const std::string& index);
   std::string CheckLayer(NodeIndex call, const std::string& layer);

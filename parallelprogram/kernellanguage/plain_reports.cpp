@@ -1,12 +1,12 @@
 // PRINT and ASSERT in the plain form. They become words of one more buffer of the kernel, "ostraReport", that the
-// program empties before a dispatch and reads after it (parallelprogram/base/kernel_report.h):
+// program empties before a dispatch and reads after it (parallelprogram/program/kernel_report.h):
 //
 //   0 words of records that were asked for   1 room for them           2 prints that found no room
 //   3 where the first of these would begin   4 the smallest invocation that failed      5 how many failures were noted
 //   6 invocations of a row                   7 rows of a layer         8 steps that the loops of an invocation may take
-//   from kFirstSize on: the size of each parameter, elements of a buffer or layers of a texture, in checked kernels
-//   behind them kMaxFailures failures of 4 words: site + 1, invocation, two numbers
-//   behind them records: site, invocation, the numbers of the site
+//   from kFirstReportedSize on: the size of each parameter, elements of a buffer or layers of a texture, in checked
+//   kernels behind them kMaxFailures failures of 4 words: site + 1, invocation, two numbers behind them records: site,
+//   invocation, the numbers of the site
 //
 // Functions see no buffers: they write records and their first failure into a struct that is handed on to them, and the
 // kernel empties it behind the statement.
@@ -15,7 +15,7 @@
 namespace ostra::kernellanguage {
 namespace {
 
-constexpr Int kFirstSize = 9, kMaxFailures = 32, kWordsOfFailure = 4;
+constexpr Int kMaxFailures = 32, kWordsOfFailure = 4;
 constexpr Int kRecordHead = 2;  // site and invocation
 // Of the struct: what functions print in one statement of the kernel.
 constexpr Int kWordsOfState = 64;
@@ -87,7 +87,8 @@ std::size_t PlainPrinter::AddSite(NodeIndex node, std::string_view kind, std::st
 }
 
 Int PlainPrinter::GetFirstFailure() const {
-  return kFirstSize + (_options.hasChecks ? static_cast<Int>(_resolved.parameters.size()) : 0);
+  return static_cast<Int>(kFirstReportedSize) +
+         (_options.hasChecks ? static_cast<Int>(_resolved.parameters.size()) : 0);
 }
 
 std::string PlainPrinter::MakeReportTable() const {
