@@ -88,6 +88,7 @@ std::string PlainPrinter::Expression(NodeIndex node, Binding lowest) {
 }
 
 std::string PlainPrinter::Value(NodeIndex node, Binding lowest) {
+  if (const auto hoisted = _hoisted.find(node); hoisted != _hoisted.end()) return hoisted->second;
   Binding binding = Binding::kPostfix;
   std::string text = ValueItself(node, binding);
   return binding < lowest ? Join({"(", text, ")"}) : text;
@@ -189,12 +190,10 @@ std::string PlainPrinter::ValueItself(NodeIndex node, Binding& binding) {
   return "";
 }
 
-// Statements write swizzles and columns; expressions cannot.
+// What is computed before the statement is a value.
 void PlainPrinter::CheckPlainPlace(NodeIndex place) {
-  if (_resolved.meaning[place].kind == MeaningKind::kSwizzle)
-    Refuse(place, "components that are written inside of an expression");
-  else if (IsInColumn(place))
-    Refuse(place, "a column that is written inside of an expression");
+  while (KindOf(place) == NodeKind::kMemberOf || KindOf(place) == NodeKind::kIndex) place = Child(place, 0);
+  if (_hoisted.contains(place)) Refuse(place, "a place that is changed twice in one expression");
 }
 
 std::string PlainPrinter::MemberText(NodeIndex node) const {
@@ -256,25 +255,17 @@ Bool PlainPrinter::IsChanged(NodeIndex parameter) const {
   return (flags & (kIsOut | kIsInOut)) || ((flags & kIsReference) && !(flags & kIsConst));
 }
 
-// An argument that is changed is a variable: not every language takes references to elements and components.
-std::string PlainPrinter::Argument(NodeIndex call, NodeIndex argument, Bool isChanged) {
-  if (!isChanged || KindOf(argument) == NodeKind::kName) return Expression(argument);
-  const Bool isPart = _resolved.meaning[argument].kind == MeaningKind::kSwizzle || IsInColumn(argument);
-  // Metal alone takes no elements.
-  if (!isPart && !(_options.isForGpu && call == _copyingCall)) return Expression(argument);
-  if (call != _copyingCall)
-    Refuse(argument, "an argument that is changed and no variable, in a call inside of an expression");
-  return CopyArgument(argument);
+std::string PlainPrinter::Argument(NodeIndex call, std::size_t index) {
+  const NodeIndex argument = Child(call, index);
+  if (!IsChangedArgument(call, index) || KindOf(argument) == NodeKind::kName) return Expression(argument);
+  CheckPlainPlace(argument);
+  return call == _copyingCall && IsCopied(argument) ? CopyArgument(argument) : Expression(argument);
 }
 
 std::string PlainPrinter::Arguments(NodeIndex node) {
-  const auto parameters = _tree.GetChildren(_resolved.meaning[node].target);
-  const auto children = _tree.GetChildren(node);
   std::string list;
-  for (std::size_t i = 0; i < children.size(); ++i) {
-    const Bool isChanged = i + 2 < parameters.size() && IsChanged(parameters[i + 1]);
-    list += Join({i == 0 ? "" : ", ", Argument(node, children[i], isChanged)});
-  }
+  for (std::size_t i = 0; i < _tree.GetChildren(node).size(); ++i)
+    list += Join({i == 0 ? "" : ", ", Argument(node, i)});
   return list;
 }
 

@@ -136,6 +136,7 @@ PlainForm PlainPrinter::Print() {
   FindUsed(_tree.kernel);
   FindUsed(_tree.parameters);
   FindNames();
+  FindHoists();
   FindReports();
   const auto items = _tree.GetChildren(_tree.root);
   const auto printAll = [&](std::initializer_list<NodeKind> kinds, auto&& print) {

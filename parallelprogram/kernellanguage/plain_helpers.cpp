@@ -24,6 +24,7 @@ Bool PlainPrinter::IsSimple(NodeIndex node) const {
 }
 
 Bool PlainPrinter::IsSimpleValue(NodeIndex node) const {
+  if (_hoisted.contains(node)) return true;
   switch (KindOf(node)) {
     case NodeKind::kLiteral:
     case NodeKind::kUniform:

@@ -11,8 +11,7 @@ std::string PlainPrinter::CallOfLibrary(NodeIndex node) {
   const Meaning& meaning = _resolved.meaning[node];
   const Overload& overload = GetOverloads(meaning.word)[meaning.overload];
   std::vector<std::string> arguments;
-  for (const NodeIndex operand : _tree.GetChildren(node))
-    arguments.push_back(Argument(node, operand, overload.Changes(arguments.size())));
+  for (std::size_t i = 0; i < _tree.GetChildren(node).size(); ++i) arguments.push_back(Argument(node, i));
   // Synonyms have the functions of the first word.
   return CallLibrary(GetWord(meaning.word).name, overload, arguments);
 }

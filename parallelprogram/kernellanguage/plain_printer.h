@@ -7,6 +7,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "parallelprogram/kernellanguage/join.h"
@@ -62,6 +63,9 @@ class PlainPrinter {
   void ExpressionStatement(NodeIndex expression);
   Bool WriteSwizzle(NodeIndex assignment);
   Bool WriteChange(NodeIndex assignment);
+  // The lines of both, which give the text of the place; of that which has the components of a swizzle.
+  std::string ChangeSwizzle(NodeIndex assignment);
+  std::string ChangePlace(NodeIndex assignment);
   // A place that may be named several times: what may have effects in it is computed before, on lines of its own.
   std::string Place(NodeIndex node);
   std::string ColumnPlace(NodeIndex node);
@@ -73,6 +77,38 @@ class PlainPrinter {
   std::string NewName(std::string_view what);
   std::string VariableText(NodeIndex variable);
   std::string ForStart(NodeIndex node);
+  void For(NodeIndex node);
+
+  // plain_hoists.cpp: changes inside of expressions that become statements before
+  struct LoopParts {
+    NodeIndex node = kNoNode, start = kNoNode, condition = kNoNode, step = kNoNode, body = kNoNode;
+    Bool isBodyFirst = false;
+  };
+  Bool IsBoolComponent(NodeIndex place) const;
+  Bool IsPart(NodeIndex place) const;
+  Bool IsChangedArgument(NodeIndex call, std::size_t index) const;
+  Bool IsCopied(NodeIndex argument) const;
+  Bool NeedsHoist(NodeIndex node) const;
+  void FindHoists();
+  Bool HasHoists(NodeIndex node) const;
+  Bool HasInnerHoists(NodeIndex node) const;
+  NodeIndex FindRoot(NodeIndex place) const;
+  void CollectNames(NodeIndex node, std::set<NodeIndex>& names) const;
+  void CollectChanges(NodeIndex node, std::set<NodeIndex>& changed) const;
+  void RefuseOrder(NodeIndex node, NodeIndex variable);
+  void CheckOrder(NodeIndex node);
+  void HoistParts(NodeIndex node);
+  void Hoist(NodeIndex node);
+  void KeepValue(NodeIndex node, TypeIndex type, const std::string& value);
+  void HoistBranches(NodeIndex node);
+  void HoistChange(NodeIndex node);
+  std::string PartOf(const std::string& place, NodeIndex target);
+  void ChangeByOne(NodeIndex node, Bool isValueUsed);
+  Bool WriteBranches(NodeIndex expression);
+  Bool OpenHoists(NodeIndex expression);
+  void CloseHoists(Bool isOpen);
+  void Loop(const LoopParts& loop);
+  void LoopCondition(const LoopParts& loop);
 
   // plain_expressions.cpp. Expression gives the value as the type that it is wanted as, Value as its own.
   std::string Expression(NodeIndex node, Binding lowest = Binding::kAssignment);
@@ -86,7 +122,7 @@ class PlainPrinter {
   std::string Call(NodeIndex node);
   std::string Arguments(NodeIndex node);
   Bool IsChanged(NodeIndex parameter) const;
-  std::string Argument(NodeIndex call, NodeIndex argument, Bool isChanged);
+  std::string Argument(NodeIndex call, std::size_t index);
   void CheckPlainPlace(NodeIndex place);
   std::string MemberText(NodeIndex node) const;  // ".x"
   std::string Literal(NodeIndex node, TypeIndex wanted) const;
@@ -204,8 +240,10 @@ class PlainPrinter {
   std::string _helpers, _text;
   std::set<std::string> _helperNames;
   std::set<NodeIndex> _fileConstants;
-  std::vector<Bool> _isUsed;                // functions, structs and constants that the kernel needs
-  std::map<NodeIndex, std::string> _names;  // of declarations that are called otherwise here
+  std::vector<Bool> _needsHoist, _hasHoists;  // nodes, and those with one at or below them
+  std::map<NodeIndex, std::string> _hoisted;  // their values
+  std::vector<Bool> _isUsed;                  // functions, structs and constants that the kernel needs
+  std::map<NodeIndex, std::string> _names;    // of declarations that are called otherwise here
   std::set<std::string_view> _declaredNames;
   std::size_t _depth = 0;
   NodeIndex _copyingCall = kNoNode;      // whose arguments may be copied before the statement

@@ -318,6 +318,7 @@ void PlainPrinter::PrintStatement(NodeIndex node) {
   ++_depth;
   std::string types;
   std::vector<std::string> words;
+  if (HasHoists(node)) HoistParts(node);
   for (const NodeIndex value : _tree.GetChildren(node)) {
     const TypeIndex type = _resolved.type[value];
     std::string text = Value(value, Binding::kAssignment);
@@ -345,10 +346,12 @@ void PlainPrinter::AssertStatement(NodeIndex node) {
   if (!_options.hasReports) return;
   const std::string_view text = _tree.GetName(node);
   const std::size_t site = AddSite(node, "assert", "", text.empty() ? text : text.substr(1, text.size() - 2));
+  const Bool isOpen = OpenHoists(Child(node, 0));
   Line({MarkOf(node), "if (!(", Expression(Child(node, 0), Binding::kComma), "))"});
   Line({"{"});
   Line({"\t", CallFail(site, "0u", "0u"), ";"});
   Line({"}"});
+  CloseHoists(isOpen);
 }
 
 }  // namespace ostra::kernellanguage

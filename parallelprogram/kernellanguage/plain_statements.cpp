@@ -35,7 +35,9 @@ void PlainPrinter::Declaration(NodeIndex node) {
     const std::string_view constant = _tree.HasFlag(variable, kIsConst) ? "const " : "";
     const std::string_view atomic =
         _tree.HasFlag(node, kIsAtomic) || _tree.HasFlag(variable, kIsAtomic) ? "ATOMIC " : "";
-    _copyingCall = FindWholeCall(Child(variable, 2));
+    const NodeIndex value = Child(variable, 2);
+    _copyingCall = FindWholeCall(value);
+    if (value != kNoNode) value == _copyingCall ? HoistParts(value) : Hoist(value);
     const std::string text = VariableText(variable);
     Line({constant, atomic, text, ";"});
     WriteBack();
@@ -75,17 +77,12 @@ std::string PlainPrinter::CopyArgument(NodeIndex argument) {
   const TypeIndex type = _resolved.type[argument];
   const Bool isSwizzle = meaning.kind == MeaningKind::kSwizzle;
   const std::string place = Place(isSwizzle ? Child(argument, 0) : argument), name = NewName("Argument");
-  if (!isSwizzle) {
-    Line({TypeName(type), " ", name, " = ", place, ";"});
-    _writeBacks.push_back(Join({place, " = ", name, ";"}));
-    return name;
-  }
-  std::vector<std::string> components;
-  for (UInt32 i = 0; i < _types[type].count; ++i) {
-    components.push_back(Join({place, ".", GetComponentName(GetSwizzleComponent(meaning.number, i))}));
-    _writeBacks.push_back(Join({components.back(), " = ", name, ".", GetComponentName(i), ";"}));
-  }
-  Line({TypeName(type), " ", name, " = ", TypeName(type), "(", JoinList(components), ");"});
+  Line({TypeName(type), " ", name, " = ", PartOf(place, argument), ";"});
+  if (!isSwizzle)
+    _writeBacks.push_back(Join({place, " = ", IsBoolComponent(argument) ? Join({"int(", name, ")"}) : name, ";"}));
+  for (UInt32 i = 0; isSwizzle && i < _types[type].count; ++i)
+    _writeBacks.push_back(Join({place, ".", GetComponentName(GetSwizzleComponent(meaning.number, i)), " = ", name, ".",
+                                GetComponentName(i), ";"}));
   return name;
 }
 
@@ -95,10 +92,20 @@ void PlainPrinter::WriteBack() {
   WriteColumns();
 }
 
-// The call that is all of an expression, or all that is assigned: nothing else happens in its statement.
+// The call that is all of an expression, or all that is assigned: nothing else happens in its statement. What a call
+// changes is written back behind it, so it must not be a part of what is assigned.
 NodeIndex PlainPrinter::FindWholeCall(NodeIndex expression) const {
-  if (expression != kNoNode && KindOf(expression) == NodeKind::kAssign) expression = Child(expression, 1);
-  return expression != kNoNode && KindOf(expression) == NodeKind::kCall ? expression : kNoNode;
+  if (expression == kNoNode) return kNoNode;
+  const Bool isAssigned = KindOf(expression) == NodeKind::kAssign;
+  const NodeIndex call = isAssigned ? Child(expression, 1) : expression;
+  if (KindOf(call) != NodeKind::kCall) return kNoNode;
+  std::set<NodeIndex> changed, names;
+  if (!isAssigned || !_needsHoist[call]) return call;
+  CollectChanges(call, changed);
+  CollectNames(Child(expression, 0), names);
+  for (const NodeIndex name : names)
+    if (changed.contains(name)) return kNoNode;
+  return call;
 }
 
 std::string PlainPrinter::NewName(std::string_view what) {
@@ -107,13 +114,21 @@ std::string PlainPrinter::NewName(std::string_view what) {
 
 // v.xy = ..., v.xy += ...: the value first, then one component after the other.
 Bool PlainPrinter::WriteSwizzle(NodeIndex assignment) {
-  const NodeIndex target = Child(assignment, 0), value = Child(assignment, 1);
-  const Meaning& meaning = _resolved.meaning[target];
-  if (meaning.kind != MeaningKind::kSwizzle) return false;
-  const TypeIndex type = _resolved.type[target];
+  if (_resolved.meaning[Child(assignment, 0)].kind != MeaningKind::kSwizzle) return false;
   Line({"{"});
   ++_depth;
-  const std::string place = Place(Child(target, 0)), name = NewName("Value");
+  ChangeSwizzle(assignment);
+  --_depth;
+  Line({"}"});
+  return true;
+}
+
+std::string PlainPrinter::ChangeSwizzle(NodeIndex assignment) {
+  const NodeIndex target = Child(assignment, 0), value = Child(assignment, 1);
+  const Meaning& meaning = _resolved.meaning[target];
+  const TypeIndex type = _resolved.type[target];
+  std::string place = Place(Child(target, 0));
+  const std::string name = NewName("Value");
   Line({"const ", TypeName(_resolved.converted[value]), " ", name, " = ", CheckDivisor(assignment, Expression(value)),
         ";"});
   const Bool isScalar = _types.IsScalar(_resolved.converted[value]);
@@ -122,14 +137,14 @@ Bool PlainPrinter::WriteSwizzle(NodeIndex assignment) {
     const std::string component = Join({place, ".", GetComponentName(GetSwizzleComponent(meaning.number, i))});
     const std::string part = isScalar ? name : Join({name, ".", GetComponentName(i)});
     const std::string changed = sign.empty() ? part : Join({component, " ", sign, " ", part});
-    const TypeIndex computed = GetScalarType(_types[_resolved.converted[value]].scalar);
-    Line({MarkOf(assignment), component, " = ", StoredComponent(changed, _types[computed].scalar, _types[type].scalar),
-          ";"});
+    // Components of bool vectors are ints already.
+    const Scalar computed = _types[_resolved.converted[value]].scalar;
+    const Bool isStored = !isScalar && IsBoolVector(_resolved.converted[value]);
+    Line({MarkOf(assignment), component, " = ",
+          isStored ? changed : StoredComponent(changed, computed, _types[type].scalar), ";"});
   }
   WriteBack();
-  --_depth;
-  Line({"}"});
-  return true;
+  return place;
 }
 
 // A column that has no place of its own is changed in a variable and written back (WriteColumns).
@@ -191,20 +206,25 @@ Bool PlainPrinter::IsInColumn(NodeIndex place) const {
 
 // What is assigned in another way than it is written: m *= n, i *= 1.5, m[1] = v, b.x = true.
 Bool PlainPrinter::WriteChange(NodeIndex assignment) {
+  if (!_needsHoist[assignment]) return false;
+  Line({"{"});
+  ++_depth;
+  ChangePlace(assignment);
+  --_depth;
+  Line({"}"});
+  return true;
+}
+
+std::string PlainPrinter::ChangePlace(NodeIndex assignment) {
   const NodeIndex target = Child(assignment, 0), value = Child(assignment, 1);
   const TypeIndex type = _resolved.type[target], computed = _resolved.computed[assignment];
   const Operation operation = _tree.nodes[assignment].operation;
-  const Bool isColumn = IsInColumn(target);
-  const Bool isBool = KindOf(target) == NodeKind::kMemberOf && IsBoolVector(_resolved.type[Child(target, 0)]);
-  const Bool isConverted = operation != Operation::kNone && (computed != type || IsMatrix(type));
-  if (!isColumn && !isBool && !isConverted) return false;
-  Line({"{"});
-  ++_depth;
-  const std::string place = Place(target);
+  std::string place = Place(target);
   const Part right{value, _resolved.converted[value]};
-  std::string changed = Expression(value);
-  if (isBool) {
-    changed = Join({"int(", changed, ")"});
+  _hoisted[target] = place;  // computed once
+  std::string changed;
+  if (IsBoolComponent(target)) {
+    changed = Join({"int(", Expression(value), ")"});
   } else if (_resolved.meaning[assignment].word == WordId::kMul) {
     changed = MultiplyMatrix(type, {target, type}, right);
   } else if (operation != Operation::kNone && IsMatrix(type) && _types[type].count != 2) {
@@ -216,12 +236,13 @@ Bool PlainPrinter::WriteChange(NodeIndex assignment) {
     const std::string sum =
         Join({left, " ", GetSpelling(operation), " ", CheckDivisor(assignment, Expression(value, Binding::kUnary))});
     changed = computed == type ? sum : Join({TypeName(type), "(", sum, ")"});
+  } else {
+    changed = Expression(value);
   }
+  _hoisted.erase(target);
   Line({MarkOf(assignment), place, " = ", changed, ";"});
   WriteBack();
-  --_depth;
-  Line({"}"});
-  return true;
+  return place;
 }
 
 void PlainPrinter::ExpressionStatement(NodeIndex expression) {
@@ -229,11 +250,24 @@ void PlainPrinter::ExpressionStatement(NodeIndex expression) {
     ExpressionStatement(Child(expression, 0));
     return ExpressionStatement(Child(expression, 1));
   }
-  _copyingCall = FindWholeCall(expression);
-  if (KindOf(expression) == NodeKind::kAssign && (WriteSwizzle(expression) || WriteChange(expression))) return;
-  const std::string text = Value(expression, Binding::kComma);
-  Line({text, ";"});
-  WriteBack();
+  if (WriteBranches(expression)) return;
+  const NodeIndex outer = std::exchange(_copyingCall, FindWholeCall(expression));
+  const Bool isOpen = HasInnerHoists(expression);
+  if (isOpen) Line({"{"});
+  if (isOpen) ++_depth;
+  HoistParts(expression);
+  const NodeKind kind = KindOf(expression);
+  if ((kind == NodeKind::kUnary || kind == NodeKind::kPostfix) && _needsHoist[expression]) {
+    Line({"{"});
+    ++_depth;
+    ChangeByOne(expression, false);
+    CloseHoists(true);
+  } else if (kind != NodeKind::kAssign || (!WriteSwizzle(expression) && !WriteChange(expression))) {
+    Line({Value(expression, Binding::kComma), ";"});
+    WriteBack();
+  }
+  CloseHoists(isOpen);
+  _copyingCall = outer;
 }
 
 std::string PlainPrinter::ForStart(NodeIndex node) {
@@ -249,13 +283,28 @@ std::string PlainPrinter::ForStart(NodeIndex node) {
 }
 
 void PlainPrinter::If(NodeIndex node, std::string_view before) {
+  const Bool isOpen = OpenHoists(Child(node, 0));
   Line({MarkOf(node), before, "if (", Expression(Child(node, 0), Binding::kComma), ")"});
   Body(Child(node, 1));
   const NodeIndex other = Child(node, 2);
-  if (other == kNoNode) return;
-  if (KindOf(other) == NodeKind::kIf) return If(other, "else ");
-  Line({"else"});
-  Body(other);
+  if (other != kNoNode && KindOf(other) == NodeKind::kIf && !HasHoists(Child(other, 0))) {
+    If(other, "else ");
+  } else if (other != kNoNode) {
+    Line({"else"});
+    Body(other);
+  }
+  CloseHoists(isOpen);
+}
+
+void PlainPrinter::For(NodeIndex node) {
+  const NodeIndex start = Child(node, 0), condition = Child(node, 1), step = Child(node, 2), body = Child(node, 3);
+  if (HasHoists(start) || HasHoists(condition) || HasHoists(step))
+    return Loop({.node = node, .start = start, .condition = condition, .step = step, .body = body});
+  const std::string first = ForStart(start);
+  const std::string test = condition == kNoNode ? "" : Expression(condition, Binding::kComma);
+  Line({MarkOf(node), "for (", first, "; ", CheckStep(node, test), "; ",
+        step == kNoNode ? "" : Value(step, Binding::kComma), ")"});
+  Body(body);
 }
 
 void PlainPrinter::Statement(NodeIndex node) {
@@ -274,27 +323,33 @@ void PlainPrinter::Statement(NodeIndex node) {
     case NodeKind::kIf:
       If(node, "");
       return PrintRecordsOf(child(0));
-    case NodeKind::kFor: {
-      const std::string start = ForStart(child(0));
-      const std::string condition = child(1) == kNoNode ? "" : Expression(child(1), Binding::kComma);
-      Line({MarkOf(node), "for (", start, "; ", CheckStep(node, condition), "; ",
-            child(2) == kNoNode ? "" : Value(child(2), Binding::kComma), ")"});
-      Body(child(3));
+    case NodeKind::kFor:
+      For(node);
       return PrintRecordsOf(node);
-    }
     case NodeKind::kWhile:
-      Line({MarkOf(node), "while (", CheckStep(node, Expression(child(0), Binding::kComma)), ")"});
-      Body(child(1));
+      if (HasHoists(child(0))) {
+        Loop({.node = node, .condition = child(0), .body = child(1)});
+      } else {
+        Line({MarkOf(node), "while (", CheckStep(node, Expression(child(0), Binding::kComma)), ")"});
+        Body(child(1));
+      }
       return PrintRecordsOf(child(0));
     case NodeKind::kDoWhile:
-      Line({MarkOf(node), "do"});
-      Body(child(0));
-      Line({"while (", CheckStep(node, Expression(child(1), Binding::kComma)), ");"});
+      if (HasHoists(child(1))) {
+        Loop({.node = node, .condition = child(1), .body = child(0), .isBodyFirst = true});
+      } else {
+        Line({MarkOf(node), "do"});
+        Body(child(0));
+        Line({"while (", CheckStep(node, Expression(child(1), Binding::kComma)), ");"});
+      }
       return PrintRecordsOf(child(1));
-    case NodeKind::kSwitch:
+    case NodeKind::kSwitch: {
+      const Bool isOpen = OpenHoists(child(0));
       Line({MarkOf(node), "switch (", Expression(child(0), Binding::kComma), ")"});
       Body(child(1));
+      CloseHoists(isOpen);
       return PrintRecordsOf(child(0));
+    }
     case NodeKind::kCase:
       return Line({MarkOf(node), "case ", Expression(child(0)), ":"});
     case NodeKind::kDefault:
@@ -303,10 +358,13 @@ void PlainPrinter::Statement(NodeIndex node) {
       return Line({MarkOf(node), "break;"});
     case NodeKind::kContinue:
       return Line({MarkOf(node), "continue;"});
-    case NodeKind::kReturn:
+    case NodeKind::kReturn: {
       if (_isInKernel) PrintReportEnd();
       if (child(0) == kNoNode) return Line({MarkOf(node), "return;"});
-      return Line({MarkOf(node), "return ", Expression(child(0), Binding::kComma), ";"});
+      const Bool isOpen = OpenHoists(child(0));
+      Line({MarkOf(node), "return ", Expression(child(0), Binding::kComma), ";"});
+      return CloseHoists(isOpen);
+    }
     case NodeKind::kEmpty:
       return;
     case NodeKind::kNoiseMark:

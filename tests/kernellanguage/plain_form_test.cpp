@@ -118,16 +118,65 @@ TEST(PlainFormTest, ArgumentsThatAreChangedAreVariables) {
   EXPECT_EQ(PlainBody("vec2 a[2]; Swap(a[1]);", kSwap), "vec2 a[2]; Swap(a[1]);");
   EXPECT_EQ(PlainBody("vec2 a[2]; Swap(a[1]);", kSwap, true),
             "vec2 a[2]; vec2 ostraArgument1 = a[1]; Swap(ostraArgument1); a[1] = ostraArgument1;");
-  EXPECT_EQ(Refusal("vec3 a = UNIFORM(v); for (; a.x < 1.0; Swap(a.yz)) a.x += 1.0;", kSwap),
-            "an argument that is changed and no variable, in a call inside of an expression");
+  EXPECT_EQ(
+      PlainBody("vec2 b; vec3 a = UNIFORM(v); b.y = 1.0 + Half(a.x);",
+                "inline float Half(INOUT float a)\n{\n\ta = a * 0.5;\n\treturn a;\n}\n", true),
+      "vec2 b; vec3 a = UNIFORM(v); { float ostraArgument1 = a.x; const float ostraValue2 = Half(ostraArgument1); "
+      "a.x = ostraArgument1; b.y = 1.0 + ostraValue2; }");
+}
+
+// What a call writes back must not come after what is assigned.
+TEST(PlainFormTest, AResultIsAssignedBehindWhatTheCallChanges) {
+  constexpr std::string_view kHalf = "inline float Half(INOUT vec2 a)\n{\n\ta = a * 0.5;\n\treturn a.x;\n}\n";
+  EXPECT_EQ(PlainBody("vec3 a = UNIFORM(v); a.x += Half(a.xy);", kHalf),
+            "vec3 a = UNIFORM(v); { vec2 ostraArgument1 = vec2(a.x, a.y); const float ostraValue2 = "
+            "Half(ostraArgument1); a.x = ostraArgument1.x; a.y = ostraArgument1.y; a.x += ostraValue2; }");
+}
+
+TEST(PlainFormTest, ChangesInsideOfExpressionsAreStatementsBefore) {
+  EXPECT_EQ(PlainBody("vec3 a = UNIFORM(v); float b = (a.xy = vec2(1.0, 2.0)).x;"),
+            "vec3 a = UNIFORM(v); const vec2 ostraValue1 = vec2(1.0, 2.0); a.x = ostraValue1.x; a.y = ostraValue1.y; "
+            "const vec2 ostraValue2 = vec2(a.x, a.y); float b = ostraValue2.x;");
+  EXPECT_EQ(PlainBody("mat3 a = UNIFORM(m); int k = 1; ++a[k].x;", {}, true),
+            "mat3 a = UNIFORM(m); int k = 1; { a[k].x = a[k].x + 1.0; }");
+  EXPECT_EQ(PlainBody("vec3 a = UNIFORM(v); if (a.x > 0.0) return; else if ((a.xy--).y > 0.0) return;"),
+            "vec3 a = UNIFORM(v); if (a.x > 0.0) { return; } else { { const vec2 ostraValue1 = vec2(a.x, a.y); "
+            "a.x = a.x - 1.0; a.y = a.y - 1.0; if (ostraValue1.y > 0.0) { return; } } }");
+}
+
+TEST(PlainFormTest, ChangesComeOnlyWhereTheyAreComputed) {
+  EXPECT_EQ(PlainBody("vec2 a = UNIFORM(v).xy; bool b = a.x > 0.0 && (a.yx += 1.0).x > 0.0;"),
+            "vec2 a = vec2(UNIFORM(v).x, UNIFORM(v).y); bool ostraValue1 = a.x > 0.0; if (ostraValue1) { const float "
+            "ostraValue2 = 1.0; a.y = a.y + ostraValue2; a.x = a.x + ostraValue2; const vec2 ostraValue3 = "
+            "vec2(a.y, a.x); ostraValue1 = ostraValue3.x > 0.0; } bool b = ostraValue1;");
+  EXPECT_EQ(
+      PlainBody("vec2 a = UNIFORM(v).xy; a.x > 0.0 ? a.yx++ : --a.xy;"),
+      "vec2 a = vec2(UNIFORM(v).x, UNIFORM(v).y); { if (a.x > 0.0) { { a.y = a.y + 1.0; a.x = a.x + 1.0; } } else "
+      "{ { a.x = a.x - 1.0; a.y = a.y - 1.0; } } }");
+}
+
+TEST(PlainFormTest, ChangesInLoopsComeInEachRound) {
+  EXPECT_EQ(
+      PlainBody("vec2 a[2]; int k = 0; for (; k < 2; a[k].yx = a[0]) ++k;"),
+      "vec2 a[2]; int k = 0; { bool ostraAgain1 = false; while (true) { if (ostraAgain1) { { const vec2 "
+      "ostraValue2 = a[0]; a[k].y = ostraValue2.x; a[k].x = ostraValue2.y; } } ostraAgain1 = true; if (!(k < 2)) { "
+      "break; } { ++k; } } }");
+  EXPECT_EQ(
+      PlainBody("vec2 a; for (int k = 0; (a.xy = vec2(0.0, 1.0)).x > 1.0; ++k) ;"),
+      "vec2 a; { int k = 0; for (; true; ++k) { const vec2 ostraValue1 = vec2(0.0, 1.0); a.x = ostraValue1.x; a.y "
+      "= ostraValue1.y; const vec2 ostraValue2 = vec2(a.x, a.y); if (!(ostraValue2.x > 1.0)) { break; } { } } }");
 }
 
 TEST(PlainFormTest, WhatHasNoPlainFormIsRefused) {
-  EXPECT_EQ(Refusal("mat3 a = UNIFORM(m); int k = 1; ++a[k].x;"), "a column that is written inside of an expression");
-  EXPECT_EQ(Refusal("vec2 a[2]; int k = 0; for (; k < 2; a[k].yx = a[0]) ++k;"),
-            "components that are written inside of an expression");
-  EXPECT_EQ(Refusal("vec3 a = UNIFORM(v); float b = (a.xy = vec2(1.0, 2.0)).x;"),
-            "components that are written inside of an expression");
+  constexpr std::string_view kNoOrder =
+      "\"a\" is changed in one part of this expression and named in another, in no certain order; write the change as "
+      "a "
+      "statement of its own";
+  EXPECT_EQ(Refusal("vec3 a = UNIFORM(v); float b = (a.xy = vec2(1.0, 2.0)).x + a.x;"), kNoOrder);
+  EXPECT_EQ(Refusal("vec3 a = UNIFORM(v); float b = max(a.z, (a.xy *= 2.0).x);"), kNoOrder);
+  EXPECT_EQ(Refusal("vec2 a = UNIFORM(v).xy; vec2 b[2]; b[int((a.xy = vec2(0.0)).x)] = a;"), kNoOrder);
+  EXPECT_EQ(Refusal("vec3 a = UNIFORM(v); (a.xy = vec2(1.0, 2.0)).x = 3.0;"),
+            "a place that is changed twice in one expression");
 }
 
 // Structs, functions and constants that the kernel does not need may have no meaning on a GPU.

@@ -63,6 +63,9 @@ inline constexpr KernelMistake kKernelMistakes[] = {
      "a vec4 has no component \"xg\""},
     {"SwizzleWrittenTwice", "\tvec3 v = vec3(1.0, 2.0, 3.0);\n\tv.xx = vec2(1.0, 2.0);\n", 11, 4,
      "\".xx\" names a component twice: it cannot be changed"},
+    {"SwizzleChangedInNoOrder", "\tvec2 v = vec2(1.0, 2.0);\n\tfloat a = (v.yx = vec2(3.0, 4.0)).x + v.x;\n", 11, 38,
+     "\"v\" is changed in one part of this expression and named in another, in no certain order; write the change as a "
+     "statement of its own"},
     {"ComponentOfANumber", "\tfloat f = 1.0;\n\tfloat a = f.xy.x;\n", 11, 14, "a float has no components"},
     {"TooManyComponents", "\tvec2 a = vec2(1.0, 2.0, 3.0);\n", 10, 11, "a vec2 has 2 components, here are 3"},
     {"VectorsOfTwoLengths", "\tvec3 a = vec3(1.0, 2.0, 3.0) + vec2(1.0, 2.0);\n", 10, 31,
