@@ -85,10 +85,10 @@ class LayoutMaker {
       case TypeKind::kScalar:
       case TypeKind::kVector:
         if (!isOnGpus) return std::nullopt;
-        return Extent{number * (type.kind == TypeKind::kVector ? type.count : 1), number};
+        return Extent{GetSize(type), number};
       case TypeKind::kMatrix:
         if (type.count < 3) return std::nullopt;
-        return Extent{4 * type.count * type.count, 4};
+        return Extent{GetSize(type), number};
       case TypeKind::kStruct: {
         member.structure = LayOut(type.declaration);
         const StructLayout& inner = _result.structs[member.structure];

@@ -94,6 +94,21 @@ Bool IsFloating(Scalar scalar) { return GetRecord(scalar).isFloating; }
 Bool IsInteger(Scalar scalar) { return !GetRecord(scalar).isFloating; }
 Bool IsSignedInteger(Scalar scalar) { return !GetRecord(scalar).isFloating && GetRecord(scalar).isSigned; }
 UInt32 GetSize(Scalar scalar) { return GetRecord(scalar).size; }
+
+UInt32 GetSize(const Type& type) {
+  switch (type.kind) {
+    case TypeKind::kScalar:
+      return GetSize(type.scalar);
+    case TypeKind::kVector:
+      return GetSize(type.scalar) * type.count;
+    case TypeKind::kMatrix:
+      return GetSize(type.scalar) * type.count * type.count;
+    case TypeKind::kAffineMatrix:
+      return GetSize(type.scalar) * 12;
+    default:
+      return 0;
+  }
+}
 std::string_view GetName(Scalar scalar) { return GetRecord(scalar).name; }
 std::string_view GetCppName(Scalar scalar) { return GetRecord(scalar).cppName; }
 
@@ -198,6 +213,11 @@ TypeIndex FindTypeWord(std::string_view word) {
     if (entry.word == word) return entry.type;
   }
   return kUnknownType;
+}
+
+const Type& GetWordType(std::string_view word) {
+  static const TypeTable types;
+  return types[FindTypeWord(word)];
 }
 
 Bool IsExtendedType(std::string_view word) {

@@ -78,6 +78,7 @@ Bool IsFloating(Scalar scalar);  // half, float, double
 Bool IsSignedInteger(Scalar scalar);
 Bool IsInteger(Scalar scalar);               // bool, too
 UInt32 GetSize(Scalar scalar);               // bytes
+UInt32 GetSize(const Type& type);            // of numbers, vectors and matrices without gaps; 0: of others
 std::string_view GetName(Scalar scalar);     // the short word of the language: "float", "uint"; "Int64" where none is
 std::string_view GetCppName(Scalar scalar);  // "Float32"
 
@@ -107,6 +108,8 @@ class TypeTable {
 
 // The type that a word names by itself: "float", "Vector4d32", "mat3", "UInt32"; kUnknownType for others.
 TypeIndex FindTypeWord(std::string_view word);
+// The same as a value; of the kind kUnknown for others.
+const Type& GetWordType(std::string_view word);
 // Whether such a word is not of the plain form: "ivec2", "mat2".
 Bool IsExtendedType(std::string_view word);
 // The scalar that Vec2<word> has; false for others.

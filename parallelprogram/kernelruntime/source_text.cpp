@@ -21,9 +21,15 @@ Error MakeReadError(const Url& file, const Error& reason) {
   return MakeError(reason.GetKind(), kOstraUnit, __LINE__, "@ cannot be read: @", file, reason);
 }
 
-// The file that a name was probably meant for: a letter or two are wrong, the suffix is missing, or what all names of
-// the folder begin with. Empty without one.
+}  // namespace
+
+Result<void> CheckSourceName(const Url& file) {
+  if (!HasControlCharacters(file.GetView())) return OK;
+  return OSTRA_ILLEGAL_ARGUMENT("@ cannot be read: names of source files are UTF-8 without control characters.", file);
+}
+
 std::string FindSimilarFile(const Url& file) {
+  if (!CheckSourceName(file) || IoDetect(file) != IODETECT::NONE) return {};
   const fs::path path(std::string(file.GetPath().GetView()));
   const std::string name = path.filename();
   std::string similar;
@@ -43,17 +49,10 @@ std::string FindSimilarFile(const Url& file) {
   return similar;
 }
 
-}  // namespace
-
-Result<void> CheckSourceName(const Url& file) {
-  if (!HasControlCharacters(file.GetView())) return OK;
-  return OSTRA_ILLEGAL_ARGUMENT("@ cannot be read: names of source files are UTF-8 without control characters.", file);
-}
-
 Result<BaseArray<Byte>> ReadSourceBytes(const Url& file, Bool mayBePipe) {
   OSTRA_RETURN_IF_ERROR(CheckSourceName(file));
   auto bytes = ReadFileToMemory(file, {kMaxTextFileSize, mayBePipe});
-  if (bytes || bytes.GetError().GetKind() == kOutOfMemoryError || IoDetect(file) != IODETECT::NONE) return bytes;
+  if (bytes || bytes.GetError().GetKind() == kOutOfMemoryError) return bytes;
   const std::string similar = FindSimilarFile(file);
   if (similar.empty()) return bytes;
   std::string_view message = bytes.GetError().GetMessage();

@@ -4,6 +4,8 @@
 //   source.text ...
 #pragma once
 
+#include <string>
+
 #include "ostra/core/base_array.h"
 #include "ostra/io/url.h"
 
@@ -17,6 +19,10 @@ struct SourceText {
 // The name of a source file becomes that of a class, and stands in texts that others read line by line. Error: illegal
 // argument for a name with control characters, or that is not UTF-8.
 Result<void> CheckSourceName(const Url& file);
+
+// The file that a name was probably meant for, of a file that is not there: a letter or two are wrong, the suffix is
+// missing, or what all names of the folder begin with. Empty without one, and for files that are there.
+std::string FindSimilarFile(const Url& file);
 
 // The bytes of a source file, of at most kMaxTextFileSize. `mayBePipe`: for commands that read it once. Errors: those
 // of CheckSourceName and of reading it; for a file that is not there with a similar one that is.

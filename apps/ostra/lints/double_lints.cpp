@@ -4,16 +4,22 @@
 #include <vector>
 
 #include "apps/ostra/lints/lints.h"
+#include "parallelprogram/kernellanguage/words.h"
 
 namespace ostra::tool {
 
+using namespace kernellanguage;
+
 namespace {
 
-constexpr std::string_view kFunctions[] = {
-    "floor", "ceil",    "trunc",    "fract", "mod",       "mix",     "step", "smoothstep", "sqrt",        "Sqrt",
-    "abs",   "sign",    "min",      "max",   "clamp",     "pow",     "exp",  "exp2",       "log",         "log2",
-    "sin",   "cos",     "tan",      "asin",  "acos",      "atan",    "dot",  "length",     "inversesqrt", "radians",
-    "cross", "degrees", "distance", "isnan", "normalize", "reflect", "isinf"};
+// Whether the word is a function of floats that every language has in a form of its own.
+Bool IsFloatFunction(std::string_view name) {
+  const Word* word = FindWord(name);
+  if (!word || word->kind != WordKind::kFunction || word->isExtension) return false;
+  const auto overloads = GetOverloads(word->id);
+  return std::any_of(overloads.begin(), overloads.end(),
+                     [](const Overload& overload) { return overload.parameters[0] == kFloatType; });
+}
 
 Bool IsDouble(std::string_view type) { return type == "Float64" || type == "double"; }
 
@@ -31,7 +37,7 @@ class DoubleLinter {
       CollectNames(line.code);
       ForEachName(line.code, [&](std::string_view name, std::size_t at) {
         std::string_view arguments;
-        if (std::find(std::begin(kFunctions), std::end(kFunctions), name) == std::end(kFunctions)) return;
+        if (!IsFloatFunction(name)) return;
         const std::size_t next = at + name.size();
         if (next >= line.code.size() || line.code[next] != '(' || !GetArguments(line.code, next, arguments)) return;
         if (HasDouble(arguments))

@@ -51,11 +51,8 @@ void LintMissingHeaders(const ShaderParser& parser, Findings& findings) {
     const Url& file = parser.GetFiles()[missing.origin.file];
     std::string text = "the header " + Quote(missing.name.GetView()) + " is not found: the GPU goes without it";
     if (const auto header = file.GetDirectory() + missing.name.GetView(); header && IoDetect(*header) != IODETECT::FILE)
-      if (const auto read = ReadSourceBytes(*header); !read) {
-        const std::string reason = TextOf(read.GetError().GetMessage());
-        const std::size_t meant = reason.find("; did you mean");
-        if (meant != std::string::npos) text += reason.substr(meant);
-      }
+      if (const std::string similar = FindSimilarFile(*header); !similar.empty())
+        text += "; did you mean " + Quote(similar) + "?";
     findings.Add({TextOf(file.GetView()), missing.origin.line, Severity::Warning, std::move(text)});
   }
 }

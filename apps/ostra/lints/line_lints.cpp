@@ -1,8 +1,13 @@
 #include <algorithm>
 
 #include "apps/ostra/lints/lints.h"
+#include "parallelprogram/kernellanguage/types.h"
 
 namespace ostra::tool {
+
+using kernellanguage::Scalar;
+using kernellanguage::Type;
+using kernellanguage::TypeKind;
 
 namespace {
 
@@ -11,11 +16,6 @@ namespace {
 constexpr std::string_view kRuleWords[] = {
     "CPU_CONSTREF", "CPU_PASS_BUFFER", "INOUT",  "GetAtomicCounter", "Sqrt",   "sqmat",
     "MAKELOCAL",    "LOCALDATA",       "ATOMIC", "GROUPSHAREDMEM",   "matoff", "ONLY_USE_FIRST_MSAA_SAMPLE",
-};
-
-constexpr std::string_view kVectorTypes[] = {
-    "vec2",  "vec3",  "vec4",  "float2", "float3", "float4", "int2",       "int3",     "int4",
-    "uint2", "uint3", "uint4", "half2",  "half3",  "half4",  "Vector2d32", "Vector32", "Vector4d32",
 };
 
 class LineLinter {
@@ -126,9 +126,12 @@ class LineLinter {
 
 }  // namespace
 
-Bool IsVectorType(std::string_view name) {
-  return std::find(std::begin(kVectorTypes), std::end(kVectorTypes), name) != std::end(kVectorTypes);
+Bool IsNumberType(std::string_view name) {
+  const Type type = kernellanguage::GetWordType(name);
+  return type.kind == TypeKind::kScalar && type.scalar != Scalar::kBool && GetSize(type.scalar) <= 4;
 }
+
+Bool IsVectorType(std::string_view name) { return kernellanguage::GetWordType(name).kind == TypeKind::kVector; }
 
 std::string MakeSplatText(std::string_view name, std::string_view argument) {
   return "not every language makes a vector of one number: give " + std::string(name) +

@@ -77,6 +77,9 @@ void LintDoubles(const LintedFile& file, const ShaderParser& parser, Findings& f
 // The texture in the arguments of a word such as SampleTexture(name, ...) or SampleTexture(UNIFORM(name), ...).
 std::string_view GetTextureName(std::string_view arguments);
 
+// Whether `name` is a type of numbers of up to 32 bits.
+Bool IsNumberType(std::string_view name);
+
 // Whether `name` is the constructor of a vector, and what to say of one with a single number as argument.
 Bool IsVectorType(std::string_view name);
 std::string MakeSplatText(std::string_view name, std::string_view argument);

@@ -6,6 +6,7 @@
 #include "apps/ostra/values/element_numbers.h"
 #include "apps/ostra/values/text.h"
 #include "ostra/math/data_types.h"
+#include "parallelprogram/kernellanguage/types.h"
 
 namespace ostra::tool {
 
@@ -69,47 +70,11 @@ class RecordLinter {
   UInt64 GetBytes(std::string_view declaration) const {
     UInt64 bytes = 0;
     ForEachName(declaration, [&](std::string_view name, std::size_t) {
-      if (bytes == 0) bytes = GetSize(name);
+      if (bytes == 0) bytes = GetSize(kernellanguage::GetWordType(name));
     });
     for (std::size_t at = declaration.find('['); at != std::string_view::npos; at = declaration.find('[', at + 1))
       bytes *= GetNumber(declaration.substr(at + 1, declaration.find(']', at) - at - 1));
     return bytes;
-  }
-
-  static UInt64 GetSize(std::string_view type) {
-    constexpr std::pair<std::string_view, UInt64> kSizes[] = {
-        {"float", 4},
-        {"int", 4},
-        {"uint", 4},
-        {"Float32", 4},
-        {"Int32", 4},
-        {"UInt32", 4},
-        {"half", 2},
-        {"HalfFloat", 2},
-        {"vec2", 8},
-        {"float2", 8},
-        {"int2", 8},
-        {"uint2", 8},
-        {"vec3", 12},
-        {"float3", 12},
-        {"int3", 12},
-        {"uint3", 12},
-        {"vec4", 16},
-        {"float4", 16},
-        {"int4", 16},
-        {"uint4", 16},
-        {"Vector32", 12},
-        {"Vector2d32", 8},
-        {"Vector4d32", 16},
-        {"mat3", 36},
-        {"SquareMatrix32", 36},
-        {"mat4", 64},
-        {"IntVector4d32", 16},
-        {"SquareMatrix4d32", 64},
-    };
-    for (const auto& [name, size] : kSizes)
-      if (name == type) return size;
-    return 0;
   }
 
   UInt64 GetNumber(std::string_view text) const {

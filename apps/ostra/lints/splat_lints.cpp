@@ -10,7 +10,6 @@ namespace ostra::tool {
 
 namespace {
 
-constexpr std::string_view kNumbers[] = {"float", "int", "uint", "half", "Float32", "Int32", "UInt32", "HalfFloat"};
 // Functions of vectors that return numbers.
 constexpr std::string_view kMeasures[] = {"dot", "length", "distance", "determinant"};
 
@@ -65,7 +64,7 @@ class SplatLinter {
   void CollectNumbers(std::string_view code) {
     std::string_view type;
     ForEachName(code, [&](std::string_view name, std::size_t at) {
-      if (!type.empty()) (Contains(kNumbers, type) ? _numbers : _others).insert(std::string(name));
+      if (!type.empty()) (IsNumberType(type) ? _numbers : _others).insert(std::string(name));
       const std::size_t end = at + name.size();
       const Bool isFollowedByName = end + 1 < code.size() && code[end] == ' ' && IsWordCharacter(code[end + 1]);
       type = isFollowedByName && name != "return" && name != "const" && name != "inline" ? name : std::string_view();
@@ -114,7 +113,7 @@ class SplatLinter {
       if (name == "UNIFORM" || name == "UNIFORM_BUFFER")
         isNumber = IsNumberParameter(arguments);
       else
-        isNumber = Contains(kMeasures, name) || Contains(kNumbers, name) || _numbers.contains(std::string(name)) ||
+        isNumber = Contains(kMeasures, name) || IsNumberType(name) || _numbers.contains(std::string(name)) ||
                    (!IsVectorType(name) && !_others.contains(std::string(name)) && AreNumbers(arguments));
     } else {
       isNumber = _numbers.contains(std::string(name));

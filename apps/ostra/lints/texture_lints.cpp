@@ -5,8 +5,14 @@
 
 #include "apps/ostra/lints/lints.h"
 #include "apps/ostra/names/nearest_name.h"
+#include "parallelprogram/kernellanguage/words.h"
 
 namespace ostra::tool {
+
+using kernellanguage::FindWord;
+using kernellanguage::GetWords;
+using kernellanguage::Word;
+using kernellanguage::WordKind;
 
 namespace {
 
@@ -26,11 +32,22 @@ const std::vector<std::string>& ListTextureTypes() {
 }
 
 // Words that take a texture.
-const std::vector<std::string> kWords = {
-    "SampleTexture", "SampleTextureLayer", "FetchTexture", "FetchTextureLayer",
-    "TextureSize",   "StoreImage",         "PassTexture",  "PassMultisampledTexture"};
-constexpr std::string_view kMacros[] = {"UNIFORM", "GetFramebufferTexel", "CPU_CONSTREF", "CPU_PASS_BUFFER", "if",
-                                        "return"};
+const std::vector<std::string>& ListTextureWords() {
+  static const std::vector<std::string> words = [] {
+    std::vector<std::string> names;
+    for (const Word& word : GetWords())
+      if (word.kind == WordKind::kTexture) names.emplace_back(word.name);
+    names.insert(names.end(), {"PassTexture", "PassMultisampledTexture"});
+    return names;
+  }();
+  return words;
+}
+
+// A word with parentheses that is no function.
+Bool IsOtherWord(std::string_view name) {
+  const Word* word = FindWord(name);
+  return word && word->kind != WordKind::kFunction && word->kind != WordKind::kType;
+}
 
 Bool Contains(const std::vector<std::string>& names, std::string_view name) {
   return std::find(names.begin(), names.end(), name) != names.end();
@@ -87,11 +104,10 @@ void LintTextureCalls(const LintedFile& file, const ShaderParser& parser, Findin
       std::string_view arguments;
       const std::size_t next = at + name.size();
       if (next >= line.code.size() || line.code[next] != '(' || !GetArguments(line.code, next, arguments)) return;
-      if (Contains(kWords, name) || std::find(std::begin(kMacros), std::end(kMacros), name) != std::end(kMacros))
-        return;
+      if (IsOtherWord(name)) return;
       if (!IsTexture(parser, GetTextureName(arguments)) || IsDefined(file, parser, name)) return;
       findings.Add({file.name, line.number, Severity::Error,
-                    "there is no function " + Quote(name) + " of textures" + SuggestName(name, kWords)});
+                    "there is no function " + Quote(name) + " of textures" + SuggestName(name, ListTextureWords())});
     });
   }
 }
