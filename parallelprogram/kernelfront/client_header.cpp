@@ -35,6 +35,8 @@ std::string FindLeadingComment(std::string_view text) {
 
 // The C++ type of a value or an element; empty for types that clients cannot name.
 std::string GetValueType(const AnalyzedKernel& kernel, const Type& type) {
+  if (type.kind == TypeKind::kVector && type.scalar == kernellanguage::Scalar::kBool)
+    return Join({"Vec", std::to_string(type.count), "<Int32>"});
   if (type.kind != TypeKind::kStruct) return kernellanguage::GetCppType(type);
   const std::string_view name = kernel.tree.GetName(type.declaration);
   for (const auto& layout : kernel.structs)

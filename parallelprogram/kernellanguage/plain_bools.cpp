@@ -27,6 +27,15 @@ Bool PlainPrinter::IsBoolVector(TypeIndex type) const {
   return _types.IsVector(type) && _types[type].scalar == Scalar::kBool;
 }
 
+// Of a parameter, whose numbers may be any: 1 for those that are not 0.
+std::string PlainPrinter::BoolsOf(const std::string& numbers, NodeIndex node) const {
+  const TypeIndex type = GetVectorType(Scalar::kInt32, _types[_resolved.type[node]].count);
+  std::vector<std::string> components;
+  for (const std::string& component : Components(numbers, type))
+    components.push_back(Join({"int(", component, " != 0)"}));
+  return Join({_types.GetName(type), "(", JoinList(components), ")"});
+}
+
 // lessThan and its relatives, any, all and not.
 std::string PlainPrinter::CallOfBools(NodeIndex node) {
   const WordId word = _resolved.meaning[node].word;

@@ -125,6 +125,7 @@ std::string PlainPrinter::ValueItself(NodeIndex node, Binding& binding) {
       if (_options.isForGpu && _resolved.type[node] == kBoolType) return Join({mark, "(UNIFORM(", name, ") != 0u)"});
       if (_options.isForGpu && IsWidenedUniform(_resolved.type[node]))
         return Join({mark, TypeName(_resolved.type[node]), "(UNIFORM(", name, "))"});
+      if (IsBoolVector(_resolved.type[node])) return Join({mark, BoolsOf(Join({"UNIFORM(", name, ")"}), node)});
       return Join({mark, "UNIFORM(", name, ")"});
     case NodeKind::kBuffer:
       return Join({mark, "UNIFORM_BUFFER(", name, ")"});
@@ -168,6 +169,9 @@ std::string PlainPrinter::ValueItself(NodeIndex node, Binding& binding) {
       return mark + Construct(node, 1);
     case NodeKind::kMemberOf:
       if (meaning.kind == MeaningKind::kSwizzle) return mark + Swizzle(node);
+      if (meaning.kind == MeaningKind::kComponent && KindOf(child(0)) == NodeKind::kUniform &&
+          IsBoolVector(_resolved.type[child(0)]))
+        return Join({"(UNIFORM(", _tree.GetName(child(0)), ")", mark, MemberText(node), " != 0)"});
       if (meaning.kind == MeaningKind::kComponent && IsBoolVector(_resolved.type[child(0)]))
         return Join({"(", Expression(child(0), Binding::kPostfix), mark, MemberText(node), " != 0)"});
       return Join({Expression(child(0), Binding::kPostfix), mark, MemberText(node)});

@@ -58,10 +58,11 @@ void PlainPrinter::PrintDirective(NodeIndex node) {
 // As it is written: the words of parameters are those of the host, too.
 std::string PlainPrinter::ParameterType(NodeIndex type) const {
   std::string name(_tree.GetName(type));
-  const TypeIndex value = _resolved.type[type];
+  TypeIndex value = _resolved.type[type];
+  if (IsExtendedType(name) && IsBoolVector(value)) value = GetVectorType(Scalar::kInt32, _types[value].count);
   if (_options.isForGpu && (value == kBoolType || (_types.IsVector(value) && IsInteger(_types[value].scalar))))
     return _types.GetName(value);
-  const Type& kind = _types[_resolved.type[type]];
+  const Type& kind = _types[value];
   if (IsExtendedType(name)) name = Join({"Vec", std::to_string(kind.count), "<", GetCppName(kind.scalar), ">"});
   const auto arguments = _tree.GetChildren(type);
   for (std::size_t i = 0; i < arguments.size(); ++i) name += Join({i == 0 ? "<" : ", ", ParameterType(arguments[i])});

@@ -170,6 +170,7 @@ class PlainPrinter {
 
   // plain_bools.cpp
   Bool IsBoolVector(TypeIndex type) const;
+  std::string BoolsOf(const std::string& numbers, NodeIndex node) const;
   std::string CallOfBools(NodeIndex node);
 
   // plain_groups.cpp: written before the statement, with arrays of group memory at the beginning of the kernel.

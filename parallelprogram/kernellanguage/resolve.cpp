@@ -234,13 +234,13 @@ TypeIndex Resolver::ReadParameterType(NodeIndex node) {
   return _resolved.type[node] = type;
 }
 
-// What a host cannot give.
-void Resolver::CheckParameterType(NodeIndex node) {
-  for (const NodeIndex argument : _tree.GetChildren(node)) CheckParameterType(argument);
+// What a host cannot give. A vector of bools is one of ints, but not as an element.
+void Resolver::CheckParameterType(NodeIndex node, Bool isElement) {
+  for (const NodeIndex argument : _tree.GetChildren(node)) CheckParameterType(argument, true);
   const std::string_view name = NameOf(node);
   const TypeIndex type = FindTypeWord(name);
   if (!IsExtendedType(name) || _structs.contains(name)) return;
-  if (type == kMatrix2Type || Get(type).scalar == Scalar::kBool)
+  if (type == kMatrix2Type || (isElement && Get(type).scalar == Scalar::kBool))
     Fail(node, Join({"a ", TypeName(type), " is no type of a parameter: it is for values inside of a kernel"}));
 }
 

@@ -60,7 +60,7 @@ class Resolver {
   void ReadKernel(NodeIndex item);
   TypeIndex ReadType(NodeIndex type);
   TypeIndex ReadParameterType(NodeIndex type);
-  void CheckParameterType(NodeIndex type);
+  void CheckParameterType(NodeIndex type, Bool isElement = false);
   void ExtendParameterType(NodeIndex node, TypeIndex type);
   using FunctionsByName = std::unordered_map<NameIndex, std::vector<NodeIndex>>;
   void FindCalled(NodeIndex node, const FunctionsByName& functions, std::vector<NodeIndex>& called) const;

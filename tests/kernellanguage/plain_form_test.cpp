@@ -92,6 +92,18 @@ TEST(PlainFormTest, VectorsOfBoolsAreNumbers) {
             "int2 b = int2(int(true), int(UNIFORM(f) > 1.0)); if ((b.y != 0)) { return; }");
 }
 
+TEST(PlainFormTest, ParametersOfBoolsAreNumbersToo) {
+  const AnalyzedKernel kernel = AnalyzeText(
+      "#define KERNELINPUTS \\\n(bvec2) b, \\\n(Block<Float32>) target\n\nOSTRA_PARALLEL_KERNEL(K, KERNELINPUTS)\n{\n"
+      "\tbvec2 c = UNIFORM(b);\n\tif (UNIFORM(b).y && c.x)\n\t\treturn;\n}\nOSTRA_PARALLEL_KERNEL_END\n");
+  ASSERT_TRUE(kernel.IsUnderstood()) << ListErrors(kernel);
+  EXPECT_NE(PrintPlain(kernel).text.find("(Vec2<Int32>) b"), std::string::npos);
+  const std::string text = PrintPlain(kernel, true).text;
+  EXPECT_NE(text.find("(int2) b"), std::string::npos) << text;
+  EXPECT_NE(text.find("int2 c = int2(int(UNIFORM(b).x != 0), int(UNIFORM(b).y != 0));"), std::string::npos) << text;
+  EXPECT_NE(text.find("if ((UNIFORM(b).y != 0) && (c.x != 0))"), std::string::npos) << text;
+}
+
 TEST(PlainFormTest, ConstantsOfTheFileStandWhereTheyAreUsedOnGpus) {
   constexpr std::string_view kConstants = "const float kHalf = 0.5; const int kTable[2] = {3, 4};\n";
   EXPECT_EQ(PlainBody("float a = kHalf; int b = kTable[1];", kConstants), "float a = kHalf; int b = kTable[1];");

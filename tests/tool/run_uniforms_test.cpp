@@ -27,14 +27,15 @@ class RunUniformsTest : public testing::TestWithParam<std::string> {
 
 TEST_P(RunUniformsTest, AreReadAsGiven) {
   for (const std::string sign : {"0", "1"}) {
-    const ToolResult result = Run({"count=3", "a=1,-2", "b=9,10,20", "c=0,0,100,200", "d=1,2", "e=2,9,3", "f=1,9,9,2",
-                                   "isNegative=" + sign, "part=0.5", "parts=0,4,0,3"});
+    const ToolResult result =
+        Run({"count=3", "a=1,-2", "b=9,10,20", "c=0,0,100,200", "d=1,2", "e=2,9,3", "f=1,9,9,2", "pair=0,7",
+             "triple=1,0,0", "flags=1,-2,0,1", "isNegative=" + sign, "part=0.5", "parts=0,4,0,3"});
     if (result.errors.find("--backend cpu runs the kernel without one") != std::string::npos)
       GTEST_SKIP() << "There is no GPU device on this machine.";
     ASSERT_EQ(result.exitStatus, 0) << result.errors;
-    // 111 * 1000 + 218, 2 * 10000000 + 12 * 100000, and 5.
-    const std::string odd = sign == "1" ? "-21311223" : "21311223";
-    EXPECT_EQ(_folder.Read("target.csv"), "21311223\n" + odd + "\n21311223\n");
+    // 111 * 1000 + 218, 2 * 10000000 + 12 * 100000, 5, and 7 + 20 + 100 millions.
+    const std::string odd = sign == "1" ? "-148311223" : "148311223";
+    EXPECT_EQ(_folder.Read("target.csv"), "148311223\n" + odd + "\n148311223\n");
   }
 }
 
