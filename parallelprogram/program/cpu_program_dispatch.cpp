@@ -1,5 +1,6 @@
 // Dispatch of the CPU program: spreads the invocations of a range over the worker threads.
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <exception>
 #include <mutex>
@@ -32,19 +33,20 @@ Int GetSteadyTime() {
 // What the threads of one dispatch share. The stop flag ends pieces soon after a failure, not at once.
 struct Dispatch {
   Dispatch(KernelInterface& dispatchedKernel, KernelRangeInterface* kernelRange, const InternedId& id,
-           const Vec3<UInt32>& invocations)
+           const Vec3<UInt32>& invocations, Atomic<Byte>& stopFlag)
       : kernel(dispatchedKernel),
         kernelId(id),
         range(kernelRange),
         extent(invocations),
-        workGroup(dispatchedKernel.GetKernelWorkGroupSize()) {}
+        workGroup(dispatchedKernel.GetKernelWorkGroupSize()),
+        stop(stopFlag) {}
 
   KernelInterface& kernel;
   const InternedId kernelId;
   KernelRangeInterface* range;
   const Vec3<UInt32> extent;
   const Vec3<UInt32> workGroup;
-  Atomic<Byte> stop;
+  Atomic<Byte>& stop;
   std::mutex errorMutex;
   Result<void> result = OK;
 
@@ -218,7 +220,23 @@ Result<void> ParallelProgramCPUImpl::RunDispatch(UInt32 countX, UInt32 countY, U
 }
 
 Result<void> ParallelProgramCPUImpl::RunUnreported(UInt32 countX, UInt32 countY, UInt32 countZ) {
-  return countY == 1 && countZ == 1 ? DispatchKernelSimple(countX) : DispatchKernelComplex(countX, countY, countZ);
+  _stop.Store(0);  // a request that is not seen below sets it again
+  std::atomic_thread_fence(std::memory_order_seq_cst);
+  OSTRA_RETURN_IF_ERROR(CheckStop());
+  OSTRA_RETURN_IF_ERROR(countY == 1 && countZ == 1 ? DispatchKernelSimple(countX)
+                                                   : DispatchKernelComplex(countX, countY, countZ));
+  return CheckStop();
+}
+
+Result<void> ParallelProgramCPUImpl::CheckStop() const {
+  if (_isStopRequested.Load() == 0) return OK;
+  return OSTRA_ILLEGAL_STATE("The dispatch of the kernel \"@\" was stopped.", _activeKernelId);
+}
+
+void ParallelProgramCPUImpl::RequestStop() {
+  _isStopRequested.Store(1);
+  std::atomic_thread_fence(std::memory_order_seq_cst);
+  _stop.Store(1);
 }
 
 // What fails has no time.
@@ -246,7 +264,7 @@ Result<void> ParallelProgramCPUImpl::DispatchKernelSimple(UInt32 count) {
   if (count == 0) return OK;
   OSTRA_RETURN_IF_ERROR(CheckWorkGroup(entry.kernel->GetKernelWorkGroupSize(), _activeKernelId));
   OSTRA_RETURN_IF_ERROR(CheckIsSet(entry));
-  Dispatch dispatch(*entry.kernel, entry.range, _activeKernelId, {count, 1, 1});
+  Dispatch dispatch(*entry.kernel, entry.range, _activeKernelId, {count, 1, 1}, _stop);
   if (entry.groups) return RunGroups(dispatch, *entry.groups);
   if (entry.kernel->GetSingleThreadedThreshold() >= Int{count}) return RunInvocations(dispatch, 0, count, true);
   return RunParallel(dispatch, count, entry.kernel->GetGranularity(), entry.cost);
@@ -260,7 +278,7 @@ Result<void> ParallelProgramCPUImpl::DispatchKernelComplex(UInt32 countX, UInt32
   const Vec3<UInt32> extent(std::max(countX, workGroup.x), std::max(countY, workGroup.y),
                             std::max(countZ, workGroup.z));
   OSTRA_RETURN_IF_ERROR(CheckIsSet(entry));
-  Dispatch dispatch(*entry.kernel, entry.range, _activeKernelId, extent);
+  Dispatch dispatch(*entry.kernel, entry.range, _activeKernelId, extent, _stop);
   if (entry.groups) return RunGroups(dispatch, *entry.groups);
   return RunParallel(dispatch, extent.x * extent.y * extent.z, kComplexGranularity, entry.cost);
 }

@@ -6,6 +6,7 @@
 #include "ostra/core/data_dictionary.h"
 #include "ostra/core/intrusive_list.h"
 #include "ostra/render/render_noise.h"
+#include "parallelprogram/program/dispatch_stop_interface.h"
 #include "parallelprogram/program/dispatch_times_interface.h"
 #include "parallelprogram/program/kernel_group_interface.h"
 #include "parallelprogram/program/kernel_interface.h"
@@ -21,8 +22,9 @@ namespace ostra {
 // The slot of a buffer's array. Tables and links hold its address, so a buffer that is resized stays linked.
 using BufferSlot = Array<Generic>;
 
-class ParallelProgramCPUImpl final : public Component<ParallelProgramCPUImpl, ParallelProgramInterface,
-                                                      DispatchTimesInterface, KernelReportInterface> {
+class ParallelProgramCPUImpl final
+    : public Component<ParallelProgramCPUImpl, ParallelProgramInterface, DispatchTimesInterface, DispatchStopInterface,
+                       KernelReportInterface> {
  public:
   static constexpr const char* kComponentName = "ParallelProgramCPUImpl";
 
@@ -99,6 +101,8 @@ class ParallelProgramCPUImpl final : public Component<ParallelProgramCPUImpl, Pa
 
   Result<void> MeasureDispatches(Bool isOn) override;
   Result<BaseArray<DispatchTime>> TakeDispatchTimes() override;
+  void RequestStop() override;
+  void ForgetStop() override { _isStopRequested.Store(0); }
   Result<void> SetReportOptions(const KernelReportOptions& options) override;
   Result<void> SetPrintRoom(Int bytes) override;
   void SetStepLimit(UInt32 steps) override { _prints.SetStepLimit(steps); }
@@ -192,6 +196,8 @@ class ParallelProgramCPUImpl final : public Component<ParallelProgramCPUImpl, Pa
 
   Result<void> RunDispatch(UInt32 countX, UInt32 countY, UInt32 countZ);
   Result<void> RunUnreported(UInt32 countX, UInt32 countY, UInt32 countZ);
+  // Error: illegal state when a stop was requested.
+  Result<void> CheckStop() const;
   // The same, for a kernel that reports something. Errors also: that of what it reports.
   Result<void> RunReported(KernelEntry& entry, const Vec3<UInt32>& invocations);
   Result<void> MeasureDispatch(UInt32 countX, UInt32 countY, UInt32 countZ);
@@ -206,6 +212,8 @@ class ParallelProgramCPUImpl final : public Component<ParallelProgramCPUImpl, Pa
   DataDictionary _counters;                    // name -> AtomicUInt32*
   DataDictionary _textures;                    // name -> TextureSamplerDataHelper*
   InternedId _activeKernelId;
+  Atomic<Byte> _isStopRequested;
+  Atomic<Byte> _stop;  // ends the running dispatch: a request or an error
   Bool _isMeasured = false;
   BaseArray<DispatchTime> _dispatchTimes;
   KernelPrintList _prints;

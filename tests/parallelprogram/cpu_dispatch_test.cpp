@@ -1,8 +1,10 @@
 // Dispatches of the CPU program: which invocations run, with which IDs, and where.
 #include <limits>
 #include <set>
+#include <thread>
 #include <tuple>
 
+#include "parallelprogram/program/dispatch_stop_interface.h"
 #include "parallelprogram/program/dispatch_times_interface.h"
 #include "tests/parallelprogram/program_fixture.h"
 
@@ -91,6 +93,29 @@ TEST_P(DispatchTest, ADispatchThatFailsHasNoTime) {
   SetGroup(0, 1, 1);
   EXPECT_FALSE(program->DispatchKernel(7, 1, 1, false));
   EXPECT_EQ(times->TakeDispatchTimes()->GetCount(), 0);
+}
+
+TEST_P(DispatchTest, AStoppedProgramRunsNothingUntilTheStopIsForgotten) {
+  auto* const stop = FindInterface<DispatchStopInterface>(*program);
+  ASSERT_TRUE(stop);
+  stop->RequestStop();
+  EXPECT_THAT(program->DispatchKernel(7, 1, 1, false), IsErrorContaining(kIllegalStateError, "was stopped"));
+  EXPECT_THAT(program->DispatchKernel(7, 2, 1, false), IsErrorContaining(kIllegalStateError, "was stopped"));
+  EXPECT_EQ(GetCounter("calls"_iid), 0u);
+  stop->ForgetStop();
+  EXPECT_EQ(Dispatch(7, 1, 1).size(), 7u);
+}
+
+TEST_P(DispatchTest, ADispatchIsStoppedWhileItRuns) {
+  auto* const stop = FindInterface<DispatchStopInterface>(*program);
+  ASSERT_TRUE(stop);
+  constexpr UInt32 kCount = 4000000000u;
+  std::jthread stopper([&] {
+    while (GetCounter("calls"_iid) == 0) std::this_thread::yield();
+    stop->RequestStop();
+  });
+  EXPECT_THAT(program->DispatchKernel(kCount, 1, 1, false), IsErrorContaining(kIllegalStateError, "was stopped"));
+  EXPECT_LT(GetCounter("calls"_iid), kCount);
 }
 
 TEST_P(DispatchTest, OneDimensionRunsEveryIndexOnce) {
