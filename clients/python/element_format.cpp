@@ -1,9 +1,11 @@
 #include "clients/python/element_format.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>
 
+#include "ostra/core/struct_type.h"
 #include "ostra/math/data_types.h"
 
 namespace ostra::python {
@@ -13,13 +15,12 @@ namespace py = pybind11;
 namespace {
 
 [[noreturn]] void RefuseNumber(const std::string& parameter, const char* type, const py::handle& value) {
-  throw py::type_error("\"" + parameter + "\" is a " + type + ", not " + std::string(py::repr(value)));
+  throw py::type_error("\"" + parameter + "\" is a " + type + ", not " + ReprOf(value));
 }
 
 [[noreturn]] void RefuseRange(const std::string& parameter, const char* type, const py::handle& value) {
-  PyErr_SetString(
-      PyExc_OverflowError,
-      ("\"" + parameter + "\" is a " + type + ", and " + std::string(py::repr(value)) + " does not fit").c_str());
+  PyErr_SetString(PyExc_OverflowError,
+                  ("\"" + parameter + "\" is a " + type + ", and " + ReprOf(value) + " does not fit").c_str());
   throw py::error_already_set();
 }
 
@@ -96,9 +97,62 @@ const Scalar* FindComponent(DataType type) {
   return type.IsPopulated() ? FindScalar(type) : nullptr;
 }
 
+// The axes of a member behind its elements: of the array that it may be, then columns and components.
+py::dtype MakeMemberDtype(const StructMember& member) {
+  py::list axes;
+  if (member.count > 0) axes.append(member.count);
+  DataType type = member.type;
+  if (GetStructMembers(type).IsEmpty()) {
+    const Scalar* scalar = FindComponent(type);
+    if (!scalar)
+      throw py::type_error("the member \"" + std::string(member.name.GetView()) + "\" is not made of numbers");
+    while (type != scalar->type) {
+      axes.append(type.GetElementCount());
+      type = type.GetInnerType();
+    }
+  }
+  const py::dtype element = MakeDtype(type);
+  if (py::len(axes) == 0) return element;
+  return py::dtype::from_args(py::make_tuple(element, py::tuple(axes)));
+}
+
+std::string ExplainMembers(DataType type, const py::dtype& dtype, const std::string& path) {
+  const std::string structName = "the struct " + std::string(type.GetView());
+  const py::object fields = dtype.attr("fields");
+  if (fields.is_none()) return structName + " takes a structured array, not one of " + TextOf(dtype);
+  const Block<const StructMember> members = GetStructMembers(type);
+  for (Int i = 0; i < members.GetCount(); ++i) {
+    const std::string name(members[i].name.GetView());
+    const std::string quoted = "\"" + path + name + "\"";
+    if (!py::bool_(fields.attr("__contains__")(name))) return "the array has no member " + quoted + " of " + structName;
+    const py::tuple field = fields[py::str(name)];
+    const py::dtype given = field[0];
+    const py::dtype wanted = MakeMemberDtype(members[i]);
+    if (!given.equal(wanted)) {
+      const bool isStruct = members[i].count == 0 && !GetStructMembers(members[i].type).IsEmpty();
+      if (isStruct && !given.attr("fields").is_none()) return ExplainMembers(members[i].type, given, path + name + ".");
+      return "the member " + quoted + " of " + structName + " is " + TextOf(wanted) + ", not " + TextOf(given);
+    }
+    if (const Int offset = py::cast<Int>(field[1]); offset != members[i].offset)
+      return "the member " + quoted + " of " + structName + " begins at byte " + std::to_string(members[i].offset) +
+             ", not " + std::to_string(offset);
+  }
+  for (const auto& field : py::list(fields)) {
+    const auto isMember = [&](const StructMember& member) {
+      return member.name.GetView() == py::cast<std::string>(field);
+    };
+    if (std::none_of(members.GetFirst(), members.GetFirst() + members.GetCount(), isMember))
+      return "the array's member \"" + path + py::cast<std::string>(field) + "\" is none of " + structName;
+  }
+  if (dtype.itemsize() != type.GetSize())
+    return structName + " has " + std::to_string(type.GetSize()) + " bytes, not " + std::to_string(dtype.itemsize());
+  return std::string();
+}
+
 }  // namespace
 
 std::optional<ElementFormat> FindElementFormat(DataType type) {
+  if (!GetStructMembers(type).IsEmpty()) return ElementFormat{std::string(type.GetView()), 1, true};
   const Scalar* scalar = FindComponent(type);
   if (!scalar) return std::nullopt;
   return ElementFormat{scalar->dtype, type.GetSize() / scalar->type.GetSize()};
@@ -107,8 +161,30 @@ std::optional<ElementFormat> FindElementFormat(DataType type) {
 std::string DescribeElement(DataType type) {
   const auto format = FindElementFormat(type);
   if (!format) return std::string(type.GetView());
+  if (format->isStruct) return "struct " + format->dtype;
   const std::string count = "[" + std::to_string(format->componentCount) + "]";
   return format->dtype + (format->componentCount == 1 ? std::string() : count);
+}
+
+py::dtype MakeDtype(DataType type) {
+  const Block<const StructMember> members = GetStructMembers(type);
+  if (members.IsEmpty()) return py::dtype(FindComponent(type)->dtype);
+  py::list names, formats, offsets;
+  for (Int i = 0; i < members.GetCount(); ++i) {
+    names.append(std::string(members[i].name.GetView()));
+    formats.append(MakeMemberDtype(members[i]));
+    offsets.append(members[i].offset);
+  }
+  py::dict fields;
+  fields["names"] = names;
+  fields["formats"] = formats;
+  fields["offsets"] = offsets;
+  fields["itemsize"] = type.GetSize();
+  return py::dtype::from_args(fields);
+}
+
+std::string ExplainStructDifference(DataType type, const py::dtype& dtype) {
+  return ExplainMembers(type, dtype, std::string());
 }
 
 std::vector<char> MakeValue(const std::string& parameter, DataType type, const py::handle& value) {

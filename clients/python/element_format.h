@@ -11,16 +11,26 @@
 
 namespace ostra::python {
 
-// Numbers of one type, tightly packed: a scalar, a vector, or a matrix column by column.
+// str(value) and repr(value).
+inline std::string TextOf(const pybind11::handle& value) { return std::string(pybind11::str(value)); }
+inline std::string ReprOf(const pybind11::handle& value) { return std::string(pybind11::repr(value)); }
+
+// Numbers of one type, tightly packed: a scalar, a vector, or a matrix column by column; or a struct.
 struct ElementFormat {
-  const char* dtype = nullptr;  // as numpy names it: "float32"
+  std::string dtype;  // as numpy names it: "float32"; of a struct its name
   Int componentCount = 1;
+  bool isStruct = false;
 };
 
 // Nothing for types that are not made of numbers.
 std::optional<ElementFormat> FindElementFormat(DataType type);
-// "float32", "float32[4]"; the name of other types.
+// "float32", "float32[4]", "struct Particle"; the name of other types.
 std::string DescribeElement(DataType type);
+// Of one component, or of a struct, with its members and their offsets. For types that have a format. Throws TypeError
+// for a member that is not made of numbers.
+pybind11::dtype MakeDtype(DataType type);
+// What makes `dtype` another one than that of the struct `type`: names the first member. Empty for the same.
+std::string ExplainStructDifference(DataType type, const pybind11::dtype& dtype);
 
 // The bytes of a value of `type` from a number, or from a sequence or array of as many numbers as it has components.
 // Throws TypeError for what is no such number and OverflowError for one that the type does not have; both name the

@@ -1,6 +1,9 @@
 #include "clients/python/engine.h"
 
+#include <pybind11/pybind11.h>
 #include <unistd.h>
+
+#include "clients/python/engine_call.h"
 
 OSTRA_UNIT("python");
 
@@ -8,8 +11,7 @@ namespace ostra::python {
 
 namespace {
 
-std::mutex g_engineMutex;
-std::shared_ptr<Engine> g_engine;  // guarded by g_engineMutex
+std::shared_ptr<Engine> g_engine;  // guarded by the interpreter lock
 
 Result<std::shared_ptr<Engine>> MakeEngine() {
   OSTRA_ASSIGN_OR_RETURN(Session cpu, Session::TryCreate());
@@ -20,7 +22,6 @@ Result<std::shared_ptr<Engine>> MakeEngine() {
 }  // namespace
 
 Result<std::shared_ptr<Engine>> Engine::Get() {
-  const std::lock_guard lock(g_engineMutex);
   if (!g_engine) {
     OSTRA_ASSIGN_OR_RETURN(g_engine, MakeEngine());
   }
@@ -28,8 +29,11 @@ Result<std::shared_ptr<Engine>> Engine::Get() {
   return g_engine;
 }
 
-void Engine::Release() {
-  const std::lock_guard lock(g_engineMutex);
+void Engine::Close() {
+  if (!g_engine || !g_engine->CheckProcess()) return;
+  EngineCall::CloseAll([engine = g_engine] {
+    if (auto* const stop = FindInterface<DispatchStopInterface>(engine->_cpu.GetProgram())) stop->RequestStop();
+  });
   g_engine = nullptr;
 }
 
@@ -51,8 +55,39 @@ Result<Session&> Engine::GetGpu() {
   return *_gpu;
 }
 
-Result<InternedId> Engine::MakeKernelName() {
-  return InternedId::Create("python.kernel" + std::to_string(++_kernelCount));
+Result<InternedId> Engine::MakeName(const char* kind) {
+  return InternedId::Create("python." + std::string(kind) + std::to_string(++_nameCount));
+}
+
+Result<void> Engine::SetCounter(Backend backend, InternedId name, UInt32 value) {
+  ParallelProgramInterface& program = GetSession(backend).GetProgram();
+  const std::string key = (backend == Backend::kGpu ? "gpu " : "cpu ") + std::string(name.GetView());
+  if (_counters.count(key) == 0) {
+    OSTRA_RETURN_IF_ERROR(program.AddAtomicCounter(name, UInt32(0)));
+    _counters.insert(key);
+  }
+  return program.SetAtomicCounter(name, value);
+}
+
+void Engine::Retire(const ProgramResource& resource) {
+  const std::lock_guard lock(_retiredMutex);
+  _retired.push_back(resource);
+}
+
+// What cannot be deleted goes with the program.
+void Engine::DeleteRetired() {
+  std::vector<ProgramResource> retired;
+  {
+    const std::lock_guard lock(_retiredMutex);
+    retired.swap(_retired);
+  }
+  for (const ProgramResource& resource : retired) {
+    ParallelProgramInterface& program = GetSession(resource.backend).GetProgram();
+    if (resource.isTexture)
+      static_cast<void>(program.DeleteTexture(resource.name, false));
+    else
+      static_cast<void>(program.DeleteUniformBuffer(resource.name));
+  }
 }
 
 }  // namespace ostra::python

@@ -1,43 +1,66 @@
-// Engine: the host, the sessions and the kernel runtime of the process that Python runs in.
+// Engine: the host, the sessions of CPU and GPU and the kernel runtime of the process that Python runs in.
 #pragma once
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <set>
 
 #include "clients/cpp/session.h"
 #include "parallelprogram/kernelruntime/kernel_runtime.h"
 
 namespace ostra::python {
 
+// A buffer or texture of a program under a name of its own.
+struct ProgramResource {
+  Backend backend = Backend::kCpu;
+  InternedId name;
+  bool isTexture = false;
+};
+
 // Everything is used under its mutex, which is locked without the interpreter lock: calls of several threads run one
-// after the other.
+// after the other (EngineCall).
 class Engine {
  public:
   // That of the process, made by the first call. Errors: those of sessions; illegal state in a process that was forked
-  // after the first call.
+  // after the first call. With the interpreter lock.
   static Result<std::shared_ptr<Engine>> Get();
-  // Releases the reference that Get keeps: the engine ends with its last kernel.
-  static void Release();
+  // Stops what runs, waits for it, and releases the reference that Get keeps: the engine ends with its last kernel.
+  // Later calls fail. With the interpreter lock.
+  static void Close();
 
   Engine(Session cpu, KernelRuntime runtime);
 
-  std::mutex& GetMutex() { return _mutex; }
+  std::timed_mutex& GetMutex() { return _mutex; }
   // The rest under the mutex.
   Result<void> CheckProcess() const;
   KernelRuntime& GetRuntime() { return _runtime; }
   Session& GetCpu() { return _cpu; }
   // Error: there is no device.
   Result<Session&> GetGpu();
-  Result<InternedId> MakeKernelName();
+  bool HasStartedGpu() const { return _gpu.has_value(); }
+  // That of the GPU must have been started.
+  Session& GetSession(Backend backend) { return backend == Backend::kGpu ? *_gpu : _cpu; }
+  Result<InternedId> MakeName(const char* kind);
+  // The counter of this name of a program, with a value. Programs keep counters: there is one for each name.
+  Result<void> SetCounter(Backend backend, InternedId name, UInt32 value);
+  // Deletes what was retired.
+  void DeleteRetired();
+
+  // Deletes a resource with the next call. Without the mutex, from any thread.
+  void Retire(const ProgramResource& resource);
 
  private:
-  std::mutex _mutex;
+  std::timed_mutex _mutex;
   const int _process;
   Session _cpu;
   std::optional<Session> _gpu;
   KernelRuntime _runtime;
-  Int _kernelCount = 0;
+  Int _nameCount = 0;
+  std::set<std::string> _counters;
+  std::mutex _retiredMutex;
+  std::vector<ProgramResource> _retired;  // guarded by _retiredMutex
 };
 
 }  // namespace ostra::python

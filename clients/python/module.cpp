@@ -1,20 +1,156 @@
 // What of C++ Python sees: the module ostra._ostra.
+#include <dlfcn.h>
 #include <pybind11/pybind11.h>
+#include <pybind11/stl.h>
 
+#include "clients/python/element_format.h"
+#include "clients/python/engine_call.h"
 #include "clients/python/python_kernel.h"
 
 namespace py = pybind11;
 
+namespace ostra::python {
+namespace {
+
+// One module of a process has the host.
+void CheckOnlyOne() {
+  constexpr const char* kKey = "ostra.module";
+  auto* const known = static_cast<std::string*>(py::get_shared_data(kKey));
+  if (known) throw py::import_error("ostra is loaded already, from " + *known + ": a process has one");
+  Dl_info library = {};
+  dladdr(reinterpret_cast<const void*>(&CheckOnlyOne), &library);
+  py::set_shared_data(kKey, new std::string(library.dli_fname ? library.dli_fname : "?"));  // for the process
+}
+
+void RegisterError(py::module_& module) {
+  static py::exception<Exception> error(module, "Error", PyExc_RuntimeError);
+  error.attr("__module__") = "ostra";
+  error.doc() = "What is wrong with a kernel (the message has its line), with the compiler, or with a device.";
+  py::register_exception_translator([](std::exception_ptr thrown) {
+    try {
+      if (thrown) std::rethrow_exception(thrown);
+    } catch (const Exception& exception) {
+      const bool isMemory = exception.GetError().GetKind() == kOutOfMemoryError;
+      PyErr_SetString(isMemory ? PyExc_MemoryError : error.ptr(), exception.what());
+    }
+  });
+}
+
+// That of the array behind the buffer. Nothing may be thrown.
+extern "C" int GetBuffer(PyObject* object, Py_buffer* view, int flags) {
+  view->obj = nullptr;
+  const auto& buffer = *py::cast<PythonBuffer*>(py::handle(object));
+  if (buffer.GetBackend() == Backend::kCpu) return PyObject_GetBuffer(buffer.GetHostArray().ptr(), view, flags);
+  PyErr_SetString(PyExc_BufferError, "the buffer lies on a GPU: buffer.numpy() copies it");
+  return -1;
+}
+
+void RegisterBuffer(py::module_& module) {
+  py::class_<PythonBuffer, std::shared_ptr<PythonBuffer>> buffer(module, "Buffer",
+                                                                 py::custom_type_setup([](PyHeapTypeObject* type) {
+                                                                   type->as_buffer.bf_getbuffer = GetBuffer;
+                                                                   type->ht_type.tp_as_buffer = &type->as_buffer;
+                                                                 }));
+  buffer.doc() = R"(An array that stays where kernels work with it: in the memory of the CPU, or on a GPU.
+
+Buffer(array, backend="cpu") copies a numpy array of numbers or structs. Calls of kernels on this backend take it in
+place of an array and write into it. On a GPU the elements are uploaded with the first call and stay there. A call that
+is given a buffer makes its other outputs as buffers. On the CPU it has the buffer protocol and DLPack.
+
+Raises TypeError for an array without numbers, ValueError for an empty one, ostra.Error without a GPU.)";
+  buffer.attr("__module__") = "ostra";
+  buffer
+      .def(py::init<const py::array&, const std::string&>(), py::arg("array"), py::arg("backend") = "cpu",
+           "Copies a numpy array to a backend: \"cpu\", \"gpu\", or \"auto\" for a GPU where there is one.")
+      .def("numpy", &PythonBuffer::MakeNumpy,
+           "The elements: on the CPU the memory itself, without a copy; on a GPU a new array, when all calls have "
+           "ended.")
+      .def("write", &PythonBuffer::Write, py::arg("array"),
+           "Overwrites all elements. Raises TypeError for another dtype, ValueError for another shape.")
+      .def_property_readonly("shape", &PythonBuffer::GetShapeTuple, "The number of elements along each axis: a tuple.")
+      .def_property_readonly("dtype", &PythonBuffer::GetDtype, "The numpy.dtype of the elements.")
+      .def_property_readonly("nbytes", &PythonBuffer::GetByteCount, "The size of all elements in bytes.")
+      .def_property_readonly(
+          "backend", [](const PythonBuffer& own) { return GetBackendName(own.GetBackend()); },
+          "Where it is: \"cpu\" or \"gpu\".")
+      .def_property_readonly("transfers", &PythonBuffer::GetTransfers,
+                             "How often the elements were uploaded to a GPU and downloaded from it: a tuple.")
+      .def("__len__",
+           [](const PythonBuffer& own) {
+             if (own.GetShape().empty()) throw py::type_error("the buffer has no axes");
+             return own.GetShape().front();
+           })
+      .def(
+          "__array__",
+          [](PythonBuffer& own, const py::object& dtype) {
+            const py::object array = own.MakeNumpy();
+            return dtype.is_none() ? array : py::object(array.attr("astype")(dtype, py::arg("copy") = false));
+          },
+          py::arg("dtype") = py::none())
+      .def(
+          "__dlpack__",
+          [](const PythonBuffer& own, const py::object& stream) {
+            return own.GetHostArray().attr("__dlpack__")(py::arg("stream") = stream);
+          },
+          py::kw_only(), py::arg("stream") = py::none())
+      .def("__dlpack_device__", [](const PythonBuffer& own) { return own.GetHostArray().attr("__dlpack_device__")(); })
+      .def("__repr__", [](const PythonBuffer& own) {
+        return "<ostra.Buffer of " + TextOf(own.GetDtype()) + " " + TextOf(own.GetShapeTuple()) + " on the " +
+               (own.GetBackend() == Backend::kGpu ? "GPU" : "CPU") + ">";
+      });
+  module.def("share", &PythonBuffer::Share);
+}
+
+void RegisterCounter(py::module_& module) {
+  py::class_<PythonCounter> counter(module, "Counter");
+  counter.doc() = R"(A number of 32 bits that the invocations of a kernel count with.
+
+Counter(value=0) is given to the parameter of a kernel, counts on from its value, and has the new one after the call.)";
+  counter.attr("__module__") = "ostra";
+  counter.def(py::init<UInt32>(), py::arg("value") = 0, "A counter that starts at `value`, 0 to 2**32 - 1.")
+      .def_readwrite("value", &PythonCounter::value, "The number: an int.")
+      .def("__int__", [](const PythonCounter& own) { return own.value; })
+      .def("__repr__", [](const PythonCounter& own) { return "ostra.Counter(" + std::to_string(own.value) + ")"; });
+}
+
+void RegisterTexture(py::module_& module) {
+  py::class_<PythonTexture, std::shared_ptr<PythonTexture>>(module, "Texture")
+      .def(py::init([](const py::array& array, const std::array<int, 3>& wrapModes, const std::array<float, 4>& border,
+                       bool hasNormalizedCoordinates, bool isSrgb, bool hasLayers) {
+        return std::make_shared<PythonTexture>(
+            array, TextureSettings{wrapModes, border, hasNormalizedCoordinates, isSrgb, hasLayers});
+      }))
+      .def_property_readonly("array", &PythonTexture::GetArray);
+}
+
+}  // namespace
+}  // namespace ostra::python
+
+// pybind11 hangs in subinterpreters: what it makes here is called by the initialization below.
+#define PyInit__ostra MakeModule
 PYBIND11_MODULE(_ostra, module) {
   using namespace ostra::python;
-  py::register_exception<ostra::Exception>(module, "Error", PyExc_RuntimeError);
+  CheckOnlyOne();
+  py::options options;
+  options.disable_function_signatures();
+  RegisterError(module);
+  RegisterBuffer(module);
+  RegisterCounter(module);
+  RegisterTexture(module);
   py::class_<PythonKernel>(module, "Kernel")
       .def(py::init<const std::string&, const std::string&, bool>())
       .def("call", &PythonKernel::Call)
       .def_property_readonly("name", &PythonKernel::GetName)
       .def_property_readonly("backend", &PythonKernel::GetBackendName)
       .def_property_readonly("parameters", &PythonKernel::DescribeParameters);
-  module.def("has_gpu", &HasGpu);
+  module.def("choose_backend", [](const std::string& name) { return GetBackendName(ChooseBackend(name)); });
   // The host ends before the libraries that it uses.
-  py::module_::import("atexit").attr("register")(py::cpp_function(&Engine::Release));
+  py::module_::import("atexit").attr("register")(py::cpp_function(&Engine::Close));
+}
+#undef PyInit__ostra
+
+extern "C" PYBIND11_EXPORT PyObject* PyInit__ostra() {
+  if (PyInterpreterState_Get() == PyInterpreterState_Main()) return MakeModule();
+  PyErr_SetString(PyExc_ImportError, "ostra works in the main interpreter only, not in a subinterpreter");
+  return nullptr;
 }

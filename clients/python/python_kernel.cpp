@@ -2,9 +2,11 @@
 
 #include <pybind11/stl.h>
 
+#include <algorithm>
 #include <cstring>
 
-#include "ostra/core/nearest_word.h"
+#include "clients/python/engine_call.h"
+#include "ostra/render/render_noise.h"
 #include "parallelprogram/program/kernel_declaration_interface.h"
 #include "parallelprogram/program/kernel_interface.h"
 #include "parallelprogram/program/kernel_report.h"
@@ -15,38 +17,25 @@ namespace ostra::python {
 
 namespace py = pybind11;
 
-namespace {
-
-std::string Quote(const std::string& name) { return "\"" + name + "\""; }
-
-// "(1080, 1920)".
-std::string DescribeShape(const py::array& array) { return std::string(py::str(array.attr("shape"))); }
-
-}  // namespace
-
-bool HasGpu() {
-  const py::gil_scoped_release release;
-  const auto engine = OrThrow(Engine::Get());
-  const std::lock_guard lock(engine->GetMutex());
-  return engine->GetGpu().IsOk();
-}
-
-PythonKernel::PythonKernel(const std::string& file, const std::string& text, bool isOnGpu) : _isOnGpu(isOnGpu) {
-  const py::gil_scoped_release release;
+PythonKernel::PythonKernel(const std::string& file, const std::string& text, bool isOnGpu)
+    : _backend(isOnGpu ? Backend::kGpu : Backend::kCpu) {
   _engine = OrThrow(Engine::Get());
-  const std::lock_guard lock(_engine->GetMutex());
-  OrThrow(Load(file, text));
+  EngineCall call(*_engine);
+  OrThrow(call.Run([&] { return Load(file, text); }));
+  for (Parameter& parameter : _parameters)
+    if (parameter.kind == Kind::kBuffer) parameter.dtype = MakeDtype(parameter.type);
 }
 
 Result<void> PythonKernel::Load(const std::string& file, const std::string& text) {
-  if (_isOnGpu) OSTRA_RETURN_IF_ERROR(_engine->GetGpu());
+  const bool isOnGpu = _backend == Backend::kGpu;
+  if (isOnGpu) OSTRA_RETURN_IF_ERROR(_engine->GetGpu());
   OSTRA_ASSIGN_OR_RETURN(const Url url, Url::Create(file));
   OSTRA_ASSIGN_OR_RETURN(const LoadedKernel loaded,
                          text.empty() ? _engine->GetRuntime().Load(url) : _engine->GetRuntime().LoadText(file, text));
   _name = std::string(url.GetName().GetView());
   _axisCount = loaded.GetAxisCount();
-  OSTRA_ASSIGN_OR_RETURN(_kernel, _engine->MakeKernelName());
-  OSTRA_RETURN_IF_ERROR(GetSession().GetProgram().AddKernel(_kernel, _isOnGpu ? url : loaded.GetUrl(), true));
+  OSTRA_ASSIGN_OR_RETURN(_kernel, _engine->MakeName("kernel"));
+  OSTRA_RETURN_IF_ERROR(GetProgram().AddKernel(_kernel, isOnGpu ? url : loaded.GetUrl(), true));
   return ReadParameters(loaded);
 }
 
@@ -69,17 +58,33 @@ Result<void> PythonKernel::ReadParameters(const LoadedKernel& loaded) {
     parameter.id = declaration.name;
     parameter.isRequired = declaration.isRequired;
     parameter.type = declaration.type;
-    if (declaration.type.IsMadeWith(kBlockParametricType) && FindElementFormat(declaration.type.GetInnerType())) {
-      parameter.kind = Kind::kBuffer;
-      parameter.type = declaration.type.GetInnerType();
-      parameter.mayBeWritten = loaded.MayWrite(parameter.name);
-      parameter.memory = std::make_unique<Array<Generic>>();
-    } else if (FindElementFormat(declaration.type)) {
-      parameter.kind = Kind::kValue;
-    }
+    SetKind(loaded, parameter);
+    _hasNoises = _hasNoises || parameter.kind == Kind::kNoise;
     _parameters.push_back(std::move(parameter));
   }
   return OK;
+}
+
+void PythonKernel::SetKind(const LoadedKernel& loaded, Parameter& parameter) {
+  const DataType type = parameter.type;
+  const DataType inner = type.IsPointer() || type.IsMadeWith(kBlockParametricType) ? type.GetInnerType() : DataType();
+  if (type.IsPointer()) {
+    parameter.texture = FindTextureForm(inner);
+    parameter.kind = parameter.texture                         ? Kind::kTexture
+                     : inner.IsMadeWith(kAtomicParametricType) ? Kind::kCounter
+                                                               : Kind::kOther;
+  } else if (inner.IsPopulated() && inner == GetDataType<RenderNoiseRef>()) {
+    parameter.kind = Kind::kNoise;
+  } else if (inner.IsPopulated() && FindElementFormat(inner)) {
+    parameter.kind = Kind::kBuffer;
+    parameter.type = inner;
+    parameter.format = FindElementFormat(inner);
+    parameter.mayBeWritten = loaded.MayWrite(parameter.name);
+    parameter.memory = std::make_unique<Array<Generic>>();
+  } else if (const auto format = FindElementFormat(type); format && !format->isStruct) {
+    parameter.kind = Kind::kValue;
+    parameter.format = format;
+  }
 }
 
 // As the command-line tool shows them, on sys.stdout.
@@ -100,7 +105,11 @@ py::dict PythonKernel::DescribeParameters() const {
   for (const Parameter& parameter : _parameters) {
     const std::string element = DescribeElement(parameter.type);
     const std::string kind = parameter.mayBeWritten ? "buffer of " : "const buffer of ";
-    descriptions[py::str(parameter.name)] = parameter.kind == Kind::kBuffer ? kind + element : element;
+    descriptions[py::str(parameter.name)] = parameter.kind == Kind::kBuffer    ? kind + element
+                                            : parameter.kind == Kind::kTexture ? DescribeTexture(*parameter.texture)
+                                            : parameter.kind == Kind::kCounter ? std::string("counter")
+                                            : parameter.kind == Kind::kNoise   ? std::string("noises")
+                                                                               : element;
   }
   return descriptions;
 }
@@ -108,151 +117,47 @@ py::dict PythonKernel::DescribeParameters() const {
 py::object PythonKernel::Call(const py::object& size, const py::dict& arguments) {
   Invocation invocation = Bind(size, arguments);
   KernelPrints prints;
-  Result<void> ran = OK;
-  {
-    const py::gil_scoped_release release;
-    const std::lock_guard lock(_engine->GetMutex());
-    ran = Run(invocation);
-    if (_hasReports) prints = OrThrow(FindInterface<KernelReportInterface>(GetSession().GetProgram())->TakePrints());
-  }
+  EngineCall call(*_engine);
+  auto ran = call.Run([&]() -> Result<void> {
+    auto done = Run(invocation);
+    if (_hasReports) {
+      OSTRA_ASSIGN_OR_RETURN(prints, FindInterface<KernelReportInterface>(GetProgram())->TakePrints());
+    }
+    return done;
+  });
   ShowPrints(prints);
   OrThrow(std::move(ran));
-  std::vector<const BoundBuffer*> made;
+  for (const BoundCounter& counter : invocation.counters)
+    if (counter.target) counter.target->value = counter.value;
+  return CollectResults(invocation, _parameters);
+}
+
+// In the order of the parameters.
+py::object PythonKernel::CollectResults(const Invocation& invocation, const std::vector<Parameter>& parameters) {
+  std::vector<std::pair<const Parameter*, py::object>> results;
   for (const BoundBuffer& buffer : invocation.buffers)
-    if (buffer.isMade) made.push_back(&buffer);
-  if (made.empty()) return py::none();
-  if (made.size() == 1) return made.front()->array;
-  py::dict result;
-  for (const BoundBuffer* buffer : made) result[py::str(buffer->parameter->name)] = buffer->array;
-  return result;
-}
-
-PythonKernel::Invocation PythonKernel::Bind(const py::object& size, const py::dict& arguments) {
-  CheckNames(arguments);
-  Invocation invocation;
-  std::vector<Parameter*> outputs;
-  std::string missing;
-  for (Parameter& parameter : _parameters) {
-    const py::str key(parameter.name);
-    if (!arguments.contains(key)) {
-      if (parameter.mayBeWritten)
-        outputs.push_back(&parameter);
-      else if (parameter.isRequired || parameter.kind == Kind::kValue)
-        missing += (missing.empty() ? "" : ", ") + Quote(parameter.name);
-      continue;
-    }
-    const py::object value = arguments[key];
-    if (parameter.kind == Kind::kBuffer)
-      invocation.buffers.push_back(BindBuffer(parameter, value));
-    else
-      invocation.values.push_back({&parameter, MakeValue(parameter.name, parameter.type, value)});
-  }
-  if (!missing.empty()) throw py::type_error(_name + " needs " + missing);
-  ChooseSize(size, invocation);
-  for (Parameter* output : outputs) invocation.buffers.push_back(MakeOutput(*output, invocation));
-  return invocation;
-}
-
-void PythonKernel::CheckNames(const py::dict& arguments) const {
-  for (const auto& argument : arguments) {
-    const auto name = py::cast<std::string>(argument.first);
-    const auto isNamed = [&name](const Parameter& parameter) { return parameter.name == name; };
-    if (std::any_of(_parameters.begin(), _parameters.end(), isNamed)) continue;
-    NearestWord nearest(name, 3);
-    std::string all;
-    for (const Parameter& parameter : _parameters) {
-      nearest.Try(parameter.name);
-      all += (all.empty() ? "" : ", ") + parameter.name;
-    }
-    const std::string hint =
-        nearest.Get().empty() ? "; it has " + all : "; did you mean " + Quote(std::string(nearest.Get())) + "?";
-    throw py::type_error(_name + " has no parameter " + Quote(name) + hint);
-  }
-}
-
-PythonKernel::BoundBuffer PythonKernel::BindBuffer(Parameter& parameter, const py::handle& value) const {
-  const ElementFormat format = *FindElementFormat(parameter.type);
-  const std::string wanted = Quote(parameter.name) + " is a buffer of " + DescribeElement(parameter.type);
-  if (!py::isinstance<py::array>(value))
-    throw py::type_error(wanted + ", which takes a numpy array, not " +
-                         std::string(py::str(py::type::handle_of(value).attr("__name__"))));
-  const auto array = py::reinterpret_borrow<py::array>(value);
-  if (!array.dtype().equal(py::dtype(format.dtype)))
-    throw py::type_error(wanted + ", not of " + std::string(py::str(array.dtype())) + "; array.astype(\"" +
-                         format.dtype + "\") converts it");
-  if (!(array.flags() & py::array::c_style))
-    throw py::type_error(wanted + ", whose array is not in C order; numpy.ascontiguousarray(array) copies it");
-  if (parameter.mayBeWritten && !array.writeable())
-    throw py::type_error(wanted + " that the kernel may write, and its array is read-only");
-  const bool fits =
-      format.componentCount == 1 || (array.ndim() > 0 && array.shape(array.ndim() - 1) == format.componentCount);
-  if (!fits)
-    throw py::type_error(wanted + ": the last axis has " + std::to_string(format.componentCount) +
-                         " components; the array has the shape " + DescribeShape(array));
-  if (array.size() == 0) throw py::value_error(wanted + ", and its array is empty");
-  // numpy needs not align elements.
-  void* const first = const_cast<void*>(array.data());
-  if (reinterpret_cast<std::uintptr_t>(first) % static_cast<std::uintptr_t>(array.itemsize()) != 0)
-    throw py::type_error(wanted + ", whose array is not aligned; array.copy() is");
-  return {&parameter, array, first, array.size() / format.componentCount, false};
-}
-
-void PythonKernel::ChooseSize(const py::object& size, Invocation& invocation) const {
-  if (!size.is_none()) {
-    const py::tuple extents = PyIndex_Check(size.ptr()) ? py::make_tuple(size) : py::tuple(size);
-    UInt32* const axes[] = {&invocation.size.x, &invocation.size.y, &invocation.size.z};
-    if (extents.empty() || extents.size() > 3) throw py::value_error("the size has one to three numbers");
-    for (std::size_t i = 0; i < extents.size(); ++i) {
-      const auto bytes = MakeValue("size", GetDataType<UInt32>(), extents[i]);
-      std::memcpy(axes[i], bytes.data(), sizeof(UInt32));
-      if (*axes[i] == 0) throw py::value_error("the size has numbers from 1 on");
-      invocation.shape.insert(invocation.shape.begin(), *axes[i]);
-    }
-    return;
-  }
-  std::vector<py::ssize_t> shape;
-  for (const BoundBuffer& buffer : invocation.buffers) {
-    const Int components = FindElementFormat(buffer.parameter->type)->componentCount;
-    std::vector<py::ssize_t> own(buffer.array.shape(), buffer.array.shape() + buffer.array.ndim());
-    if (components > 1) own.pop_back();
-    if (!shape.empty() && own != shape)
-      throw py::value_error("the arrays have different shapes: say how many invocations run, kernel(size, ...)");
-    shape = std::move(own);
-  }
-  const auto dimensions = static_cast<Int>(shape.size());
-  Int count = 1;
-  for (const py::ssize_t side : shape) count *= side;
-  if (invocation.buffers.empty() || !_axisCount || (*_axisCount > 1 && *_axisCount != dimensions) || count > UINT32_MAX)
-    throw py::value_error("the arrays do not say how many invocations run: give it, kernel((width, height), ...)");
-  invocation.shape = shape;
-  if (*_axisCount == 1) {
-    invocation.size.x = static_cast<UInt32>(count);
-    return;
-  }
-  invocation.size.x = static_cast<UInt32>(shape[shape.size() - 1]);
-  invocation.size.y = static_cast<UInt32>(shape[shape.size() - 2]);
-  if (*_axisCount == 3) invocation.size.z = static_cast<UInt32>(shape[0]);
-}
-
-PythonKernel::BoundBuffer PythonKernel::MakeOutput(Parameter& parameter, const Invocation& invocation) const {
-  const ElementFormat format = *FindElementFormat(parameter.type);
-  std::vector<py::ssize_t> shape = invocation.shape;
-  if (format.componentCount > 1) shape.push_back(format.componentCount);
-  const py::array array = py::module_::import("numpy").attr("zeros")(shape, format.dtype);
-  return {&parameter, array, const_cast<void*>(array.data()), array.size() / format.componentCount, true};
+    if (buffer.isMade) results.emplace_back(buffer.parameter, buffer.object);
+  for (const BoundCounter& counter : invocation.counters)
+    if (!counter.target) results.emplace_back(counter.parameter, py::int_(counter.value));
+  if (results.empty()) return py::none();
+  if (results.size() == 1) return results.front().second;
+  py::dict byName;
+  for (const Parameter& parameter : parameters)
+    for (const auto& [owner, object] : results)
+      if (owner == &parameter) byName[py::str(parameter.name)] = object;
+  return byName;
 }
 
 Result<void> PythonKernel::Run(Invocation& invocation) {
-  OSTRA_RETURN_IF_ERROR(_engine->CheckProcess());
-  ParallelProgramInterface& program = GetSession().GetProgram();
+  ParallelProgramInterface& program = GetProgram();
   program.SetActiveKernel(_kernel);
   const auto run = [&]() -> Result<void> {
     OSTRA_RETURN_IF_ERROR(HandOver(program, invocation));
     OSTRA_RETURN_IF_ERROR(program.UpdateUniforms());
     const DispatchSize& size = invocation.size;
     OSTRA_RETURN_IF_ERROR(program.DispatchKernel(size.x, size.y, size.z, false));
-    OSTRA_RETURN_IF_ERROR(program.Execute(true));
-    return _isOnGpu ? ReadBack(program, invocation) : OK;
+    OSTRA_RETURN_IF_ERROR(program.Execute(invocation.isWaiting || _hasReports));
+    return ReadBack(program, invocation);
   };
   const auto done = run();
   // Arrays of Python belong to the kernel during a call only.
@@ -263,34 +168,65 @@ Result<void> PythonKernel::Run(Invocation& invocation) {
 
 Result<void> PythonKernel::HandOver(ParallelProgramInterface& program, Invocation& invocation) {
   for (const BoundValue& value : invocation.values) {
-    OSTRA_ASSIGN_OR_RETURN(const Data data, Data::CreateCopy(value.parameter->type, value.bytes.data()));
-    OSTRA_RETURN_IF_ERROR(program.SetUniform(value.parameter->id, data));
+    OSTRA_ASSIGN_OR_RETURN(const Data data, Data::CreateCopy(value.type, value.bytes.data()));
+    OSTRA_RETURN_IF_ERROR(program.SetUniform(value.id, data));
   }
-  for (const BoundBuffer& buffer : invocation.buffers) {
-    const Parameter& parameter = *buffer.parameter;
-    if (_isOnGpu) {
-      OSTRA_ASSIGN_OR_RETURN(GenericBaseArray copy, GenericBaseArray::Create(parameter.type, buffer.count));
-      if (!buffer.isMade) std::memcpy(copy.GetFirst(), buffer.first, static_cast<std::size_t>(buffer.array.nbytes()));
-      OSTRA_RETURN_IF_ERROR(program.StoreUniformBufferData(parameter.id, parameter.type, std::move(copy)));
-      OSTRA_RETURN_IF_ERROR(program.SetBufferToActiveKernelSameId(parameter.id));
-      continue;
-    }
-    auto* const array = NewObj<client::ClientArray>(parameter.type, buffer.first, buffer.count);
-    if (!array) return OSTRA_OUT_OF_MEMORY();
-    *parameter.memory = Array<Generic>(StrongRef<ArrayInterface>::Adopt(array));
-    OSTRA_ASSIGN_OR_RETURN(const Data link, Data::Create(parameter.memory.get()));
-    OSTRA_RETURN_IF_ERROR(program.SetKernelBufferLink(parameter.id, link));
+  for (const BoundBuffer& buffer : invocation.buffers) OSTRA_RETURN_IF_ERROR(HandOverBuffer(program, buffer));
+  for (Parameter& parameter : _parameters)
+    if (!parameter.spare.empty() && !parameter.memory->GetReference())
+      OSTRA_RETURN_IF_ERROR(LinkMemory(program, parameter, parameter.spare.data(), 1));
+  for (const BoundTexture& texture : invocation.textures) {
+    OSTRA_ASSIGN_OR_RETURN(const InternedId name,
+                           texture.texture->Place(*_engine, _backend, *texture.parameter->texture));
+    OSTRA_RETURN_IF_ERROR(program.SetTextureToActiveKernel(name, texture.parameter->id));
+  }
+  for (const BoundCounter& counter : invocation.counters) {
+    OSTRA_RETURN_IF_ERROR(_engine->SetCounter(_backend, counter.parameter->id, counter.value));
+    OSTRA_RETURN_IF_ERROR(program.SetAtomicCounterToActiveKernel(counter.parameter->id));
   }
   return OK;
 }
 
+Result<void> PythonKernel::HandOverBuffer(ParallelProgramInterface& program, const BoundBuffer& buffer) {
+  Parameter& parameter = *buffer.parameter;
+  if (_backend == Backend::kCpu) {
+    if (parameter.spare.empty()) parameter.spare.resize(static_cast<std::size_t>(parameter.type.GetSize()));
+    return LinkMemory(program, parameter, buffer.first, buffer.count);
+  }
+  if (buffer.device) {
+    OSTRA_ASSIGN_OR_RETURN(const InternedId name, buffer.device->Place(*_engine, parameter.type));
+    return program.SetBufferToActiveKernel(name, parameter.id);
+  }
+  if (buffer.isMade) {
+    OSTRA_RETURN_IF_ERROR(program.CreateUniformBuffer(parameter.id, parameter.type, buffer.count));
+  } else {
+    OSTRA_ASSIGN_OR_RETURN(GenericBaseArray copy, GenericBaseArray::Create(parameter.type, buffer.count));
+    std::memcpy(copy.GetFirst(), buffer.first, static_cast<std::size_t>(buffer.count * parameter.type.GetSize()));
+    OSTRA_RETURN_IF_ERROR(program.StoreUniformBufferData(parameter.id, parameter.type, std::move(copy)));
+  }
+  return program.SetBufferToActiveKernelSameId(parameter.id);
+}
+
+Result<void> PythonKernel::LinkMemory(ParallelProgramInterface& program, Parameter& parameter, void* first, Int count) {
+  auto* const array = NewObj<client::ClientArray>(parameter.type, first, count);
+  if (!array) return OSTRA_OUT_OF_MEMORY();
+  *parameter.memory = Array<Generic>(StrongRef<ArrayInterface>::Adopt(array));
+  OSTRA_ASSIGN_OR_RETURN(const Data link, Data::Create(parameter.memory.get()));
+  return program.SetKernelBufferLink(parameter.id, link);
+}
+
 Result<void> PythonKernel::ReadBack(ParallelProgramInterface& program, Invocation& invocation) {
+  for (BoundCounter& counter : invocation.counters) {
+    OSTRA_ASSIGN_OR_RETURN(counter.value, program.GetAtomicCounter(counter.parameter->id));
+  }
+  if (_backend == Backend::kCpu) return OK;
   for (const BoundBuffer& buffer : invocation.buffers) {
+    if (buffer.device) continue;
     if (buffer.parameter->mayBeWritten) {
       OSTRA_ASSIGN_OR_RETURN(const Data data, program.GetKernelBufferData(buffer.parameter->id));
       OSTRA_ASSIGN_OR_RETURN(const Array<Generic>& array, data.Get<Array<Generic>>());
       std::memcpy(buffer.first, array.GetFirstBlock<Byte>().GetFirst(),
-                  static_cast<std::size_t>(buffer.array.nbytes()));
+                  static_cast<std::size_t>(buffer.count * buffer.parameter->type.GetSize()));
     }
     OSTRA_RETURN_IF_ERROR(program.DeleteUniformBuffer(buffer.parameter->id));
   }

@@ -146,7 +146,7 @@ def test_both_backends_give_the_same_bits():
     ({"source": numbers(8)}, 'needs "factor"'),
     ({"factor": "2", "source": numbers(8)}, '"factor" is a float32, not \'2\''),
     ({"factor": True, "source": numbers(8)}, '"factor" is a float32, not True'),
-    ({"factor": 2, "source": [1.0, 2.0]}, '"source" is a buffer of float32, which takes a numpy array, not list'),
+    ({"factor": 2, "source": [1.0, 2.0]}, '"source" is a buffer of float32, which takes a numpy array or an ostra.Buffer, not list'),
     ({"factor": 2, "source": numpy.ones(8)}, 'not of float64; array.astype\\("float32"\\) converts it'),
     ({"factor": 2, "source": numpy.ones(8, ">f4")}, 'is a buffer of float32, not of >f4'),
     ({"factor": 2, "source": numbers(8)[::2]}, "not in C order"),

@@ -9,10 +9,14 @@ import os as _os
 import re as _re
 import tempfile as _tempfile
 
-from . import _ostra
-from ._ostra import Error
+from . import _ostra  # first: it says where it does not work
 
-__all__ = ["Error", "Kernel", "kernel"]
+import numpy as _numpy
+
+from ._ostra import Buffer, Counter, Error
+from ._texture import Texture
+
+__all__ = ["Buffer", "Counter", "Error", "Kernel", "Texture", "from_dlpack", "kernel"]
 
 
 class Kernel:
@@ -31,11 +35,14 @@ class Kernel:
         size: how many invocations run along x, y and z: a number or a tuple of up to three. Without it the shape of the
             arrays says it, (y, x) for a kernel that looks at two axes of its position.
         arguments: a value for each parameter. Numbers must fit the parameter's type. Vectors are sequences of numbers.
-            Buffers are numpy arrays in C order, of exactly the parameter's type; elements with several components have
-            them in the last axis. A kernel writes into the array that it is given. Buffers that a kernel may write and
-            that are left out are made, as arrays of zeros of the shape of the dispatch.
+            Buffers are numpy arrays in C order, of exactly the parameter's type, or an ostra.Buffer; elements with
+            several components have them in the last axis, structs are structured arrays. A kernel writes into the array
+            that it is given. Buffers that a kernel may write and that are left out are made, as arrays of zeros of the
+            shape of the dispatch. Textures are an ostra.Texture or an array, counters an int to start at, which is 0
+            without one, or an ostra.Counter. noiseMode_0 (a name or number) and noiseSeed_0 choose the first noise.
 
-        Returns None, the array that was made, or a dict of several by name.
+        Returns None, the array, ostra.Buffer or count that was made, or a dict of several by name. Counts come as int,
+        unless they are in an ostra.Counter; buffers are made where one is given.
 
         Raises TypeError for names and types that do not fit the kernel, ValueError for sizes, OverflowError for numbers
         that the type does not have, and ostra.Error when the kernel fails.
@@ -71,10 +78,7 @@ def kernel(source, *, backend="cpu", name=None):
 
     Raises ostra.Error with the line of the kernel for a mistake in it, without a C++ compiler, and without a GPU.
     """
-    if backend not in ("cpu", "gpu", "auto"):
-        raise ValueError(f'backend is "cpu", "gpu" or "auto", not {backend!r}')
-    if backend == "auto":
-        backend = "gpu" if _ostra.has_gpu() else "cpu"
+    backend = _ostra.choose_backend(backend)
     if not isinstance(source, str) or "\n" not in source:
         path = _os.fspath(source)
         return Kernel(_ostra.Kernel(_os.fsdecode(path), "", backend == "gpu"), None)
@@ -88,3 +92,18 @@ def kernel(source, *, backend="cpu", name=None):
     with open(path, "w", encoding="utf-8") as file:
         file.write(source)
     return Kernel(_ostra.Kernel(path, "", True), folder)
+
+
+def from_dlpack(array):
+    """An ostra.Buffer on the CPU in the memory of an array of another package, without a copy.
+
+    array: an object with DLPack's methods whose numbers lie in the memory of the CPU, in C order.
+
+    Raises TypeError for other objects and orders, BufferError for memory of another device.
+    """
+    if not hasattr(array, "__dlpack__"):
+        raise TypeError(f"DLPack takes an array that has it, not {type(array).__name__}")
+    kind, number = array.__dlpack_device__()
+    if kind != 1:
+        raise BufferError(f"the array lies on the device {kind, number} of DLPack, not on the CPU: copy it there")
+    return _ostra.share(_numpy.from_dlpack(array))

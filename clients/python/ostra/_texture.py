@@ -1,0 +1,96 @@
+"""ostra.Texture."""
+
+import struct as _struct
+import zlib as _zlib
+
+from . import _ostra
+
+import numpy as _numpy
+
+_WRAP_MODES = {"repeat": 0, "clamp": 1, "border": 2}
+
+
+class Texture(_ostra.Texture):
+    """Texels that kernels read at places between them.
+
+    Programs get the texels with the first call and keep them as long as the texture lives.
+    """
+
+    def __init__(self, array, *, wrap="clamp", border=None, coordinates="normalized", srgb=False, layers=False):
+        """Copies a numpy array of float32, float16 or uint8.
+
+        array: the texels, axes from the slowest to x, then the channels where there are several: (height, width, 4).
+        wrap: what is beyond the edges: "clamp", "repeat" or "border", or a tuple of them for x, y and z.
+        border: the value there for "border": a number or a tuple of up to four.
+        coordinates: "normalized", 0 to 1 over the texture, or "texels".
+        srgb: whether texels go through the curve of sRGB, alpha too.
+        layers: whether the first axis are layers.
+
+        Border values, coordinates in texels, srgb and layers are for the CPU: kernels on a GPU refuse such textures.
+
+        Raises TypeError for other types of numbers, ValueError for settings that are none and for an empty array.
+        """
+        modes = (wrap,) * 3 if isinstance(wrap, str) else tuple(wrap)
+        for mode in modes:
+            if mode not in _WRAP_MODES:
+                raise ValueError(f'wrap is "clamp", "repeat" or "border", not {mode!r}')
+        if not 1 <= len(modes) <= 3:
+            raise ValueError("wrap has one to three modes, for x, y and z")
+        if coordinates not in ("normalized", "texels"):
+            raise ValueError(f'coordinates is "normalized" or "texels", not {coordinates!r}')
+        if border is not None and "border" not in modes:
+            raise ValueError('border: only wrap="border" shows a border')
+        values = () if border is None else (border,) if not hasattr(border, "__len__") else tuple(border)
+        if len(values) > 4:
+            raise ValueError("border has up to four numbers")
+        if not isinstance(array, _numpy.ndarray):
+            raise TypeError(f"a texture takes a numpy array, not {type(array).__name__}")
+        modes = [_WRAP_MODES[mode] for mode in modes]
+        super().__init__(
+            array,
+            modes + [1] * (3 - len(modes)),
+            [float(value) for value in values] + [0.0] * (4 - len(values)),
+            coordinates == "normalized",
+            bool(srgb),
+            bool(layers),
+        )
+
+    def numpy(self):
+        """The texels: a new array, of uint8 or float32."""
+        return self.array.copy()
+
+    @property
+    def shape(self):
+        """The number of texels along each axis, and of channels: the shape of the array."""
+        return self.array.shape
+
+    @property
+    def dtype(self):
+        """The numpy.dtype of the texels: uint8 or float32."""
+        return self.array.dtype
+
+    def __repr__(self):
+        return f"<ostra.Texture of {self.dtype} {self.shape}>"
+
+    def _repr_png_(self):
+        """The picture that notebooks show: (height, width) and 1, 3 or 4 channels; floats are 0 to 1."""
+        texels = self.array
+        channels = texels.shape[2] if texels.ndim == 3 else 1
+        if texels.ndim not in (2, 3) or channels not in (1, 3, 4):
+            return None
+        if texels.dtype != _numpy.uint8:
+            texels = (_numpy.nan_to_num(texels).clip(0, 1) * 255 + 0.5).astype(_numpy.uint8)
+        height, width = texels.shape[:2]
+        rows = _numpy.zeros((height, width * channels + 1), _numpy.uint8)
+        rows[:, 1:] = texels.reshape(height, -1)
+        kind = {1: 0, 3: 2, 4: 6}[channels]
+        return (
+            b"\x89PNG\r\n\x1a\n"
+            + _chunk(b"IHDR", _struct.pack(">IIBBBBB", width, height, 8, kind, 0, 0, 0))
+            + _chunk(b"IDAT", _zlib.compress(rows.tobytes()))
+            + _chunk(b"IEND", b"")
+        )
+
+
+def _chunk(name, data):
+    return _struct.pack(">I", len(data)) + name + data + _struct.pack(">I", _zlib.crc32(name + data))

@@ -1,0 +1,162 @@
+"""ostra.Buffer: elements that stay where kernels work with them."""
+
+import gc
+import sys
+
+import numpy
+import pytest
+
+import ostra
+from conftest import make_kernel, no_gpu
+
+STEP = make_kernel("Step", ["(const Block<Float32>) source", "(Block<Float32>) target"],
+                   "UNIFORM_BUFFER(target)[i] = UNIFORM_BUFFER(source)[i] * 0.5 + 1.0;")
+VECTORS = make_kernel("Vectors", ["(Block<Vector4d32>) values"],
+                      "UNIFORM_BUFFER(values)[i] = UNIFORM_BUFFER(values)[i] + vec4(1.0, 2.0, 3.0, 4.0);")
+
+
+def numbers(*shape):
+    return numpy.arange(numpy.prod(shape), dtype=numpy.float32).reshape(shape)
+
+
+def test_a_buffer_has_what_the_array_had(backend):
+    array = numbers(3, 4)
+    buffer = ostra.Buffer(array, backend=backend)
+    array[:] = 0
+    assert (buffer.shape, buffer.dtype, buffer.nbytes, buffer.backend) == ((3, 4), numpy.float32, 48, backend)
+    assert len(buffer) == 3 and "float32 (3, 4) on the" in repr(buffer)
+    numpy.testing.assert_array_equal(buffer.numpy(), numbers(3, 4))
+    numpy.testing.assert_array_equal(numpy.asarray(buffer), numbers(3, 4))
+
+
+def test_kernels_write_into_buffers(backend):
+    source, target = (ostra.Buffer(array, backend=backend) for array in (numbers(64), numpy.zeros(64, numpy.float32)))
+    assert ostra.kernel(STEP, backend=backend)(source=source, target=target) is None
+    numpy.testing.assert_array_equal(target.numpy(), numbers(64) / 2 + 1)
+
+
+def test_what_is_made_beside_a_buffer_is_a_buffer(backend):
+    made = ostra.kernel(STEP, backend=backend)(source=ostra.Buffer(numbers(8, 8), backend=backend))
+    assert isinstance(made, ostra.Buffer) and made.backend == backend and made.shape == (8, 8)
+    numpy.testing.assert_array_equal(made.numpy(), numbers(8, 8) / 2 + 1)
+
+
+def test_iterations_do_not_leave_the_device(backend):
+    step = ostra.kernel(STEP, backend=backend)
+    source, target = (ostra.Buffer(numbers(1000), backend=backend) for _ in range(2))
+    expected = numbers(1000)
+    for _ in range(20):
+        step(source=source, target=target)
+        source, target = target, source
+        expected = expected * numpy.float32(0.5) + numpy.float32(1)
+    moved = (1, 0) if backend == "gpu" else (0, 0)
+    assert (source.transfers, target.transfers) == (moved, moved)
+    numpy.testing.assert_array_equal(source.numpy(), expected)
+    assert source.transfers == ((1, 1) if backend == "gpu" else (0, 0))
+
+
+def test_a_buffer_of_numbers_may_be_one_of_vectors(backend):
+    buffer = ostra.Buffer(numpy.zeros((5, 4), numpy.float32), backend=backend)
+    vectors = ostra.kernel(VECTORS, backend=backend)
+    vectors(values=buffer)
+    halved = ostra.kernel(STEP, backend=backend)(source=buffer)
+    vectors(values=halved)
+    numpy.testing.assert_array_equal(halved.numpy(), numpy.tile(numpy.float32([2.5, 4, 5.5, 7]), (5, 1)))
+    numpy.testing.assert_array_equal(buffer.numpy(), numpy.tile(numpy.float32([1, 2, 3, 4]), (5, 1)))
+
+
+def test_all_elements_are_overwritten(backend):
+    buffer = ostra.Buffer(numbers(16), backend=backend)
+    step = ostra.kernel(STEP, backend=backend)
+    step(source=buffer)
+    buffer.write(numpy.ones(16, numpy.float32))
+    numpy.testing.assert_array_equal(step(source=buffer).numpy(), numpy.full(16, 1.5, numpy.float32))
+    with pytest.raises(TypeError, match="the buffer is of float32, not of float64"):
+        buffer.write(numpy.ones(16))
+    with pytest.raises(ValueError, match="the buffer has the shape \\(16,\\), not \\(8,\\)"):
+        buffer.write(numbers(8))
+
+
+def test_many_buffers_of_a_device_are_released(backend):
+    step = ostra.kernel(STEP, backend=backend)
+    values = ostra.Buffer(numbers(1 << 20), backend=backend)
+    for _ in range(300):  # 1.2 GB in all
+        values = step(source=values)
+    numpy.testing.assert_allclose(values.numpy(), numpy.full(1 << 20, 2, numpy.float32), rtol=1e-6)
+
+
+def test_a_buffer_of_the_cpu_is_its_memory():
+    buffer = ostra.Buffer(numpy.zeros(8, numpy.float32))
+    view = buffer.numpy()
+    ostra.kernel(STEP)(source=numbers(8), target=buffer)
+    numpy.testing.assert_array_equal(view, numbers(8) / 2 + 1)
+    memory = memoryview(buffer)
+    assert (memory.format, memory.shape, memory[0]) == ("f", (8,), 1.0)
+    assert buffer.__dlpack_device__() == (1, 0)
+    numpy.testing.assert_array_equal(numpy.from_dlpack(buffer), view)
+
+
+def test_memory_of_other_packages_is_used_without_a_copy():
+    array = numbers(8)
+    buffer = ostra.from_dlpack(array)
+    ostra.kernel(STEP)(source=numpy.ones(8, numpy.float32), target=buffer)
+    numpy.testing.assert_array_equal(array, numpy.full(8, 1.5, numpy.float32))
+    with pytest.raises(TypeError, match="DLPack takes an array that has it, not list"):
+        ostra.from_dlpack([1.0])
+    with pytest.raises(TypeError, match="not in C order"):
+        ostra.from_dlpack(numbers(4, 4).T)
+
+    class Elsewhere:
+        def __dlpack__(self, stream=None):
+            raise AssertionError
+
+        def __dlpack_device__(self):
+            return 2, 0
+
+    with pytest.raises(BufferError, match="not on the CPU"):
+        ostra.from_dlpack(Elsewhere())
+
+
+def test_arrays_in_another_order_are_copied_element_by_element():
+    buffer = ostra.Buffer(numpy.asfortranarray(numbers(4, 6))[::2])
+    numpy.testing.assert_array_equal(buffer.numpy(), numbers(4, 6)[::2])
+    assert buffer.numpy().flags.c_contiguous
+
+
+@pytest.mark.parametrize("array, error, message", [
+    (numbers(0), ValueError, "the array is empty"),
+    (numpy.array(["a"]), TypeError, "numbers or structs of numbers, not <U1"),
+    (numpy.array([object()]), TypeError, "not object"),
+    (numpy.ones(4, ">f4"), TypeError, "the byte order of this machine"),
+])
+def test_arrays_that_are_no_buffers_are_refused(array, error, message):
+    with pytest.raises(error, match=message):
+        ostra.Buffer(array)
+
+
+def test_an_unknown_backend_is_refused():
+    with pytest.raises(ValueError, match='"cpu", "gpu" or "auto", not \'tpu\''):
+        ostra.Buffer(numbers(4), backend="tpu")
+
+
+@no_gpu
+def test_a_buffer_of_another_backend_is_refused():
+    on_cpu, on_gpu = (ostra.Buffer(numbers(8), backend=name) for name in ("cpu", "gpu"))
+    with pytest.raises(TypeError, match='"source" is .* on the GPU, and it was given a buffer on the CPU; ostra.Buffer'):
+        ostra.kernel(STEP, backend="gpu")(source=on_cpu)
+    with pytest.raises(TypeError, match="given a buffer on the GPU"):
+        ostra.kernel(STEP)(source=on_gpu)
+    with pytest.raises(BufferError, match="lies on a GPU: buffer.numpy\\(\\) copies it"):
+        memoryview(on_gpu)
+    with pytest.raises(BufferError, match="lies on a GPU"):
+        on_gpu.__dlpack__()
+
+
+def test_a_buffer_lets_its_memory_go():
+    array = numbers(8)
+    count = sys.getrefcount(array)
+    buffer = ostra.from_dlpack(array)
+    ostra.kernel(STEP)(source=buffer)
+    del buffer
+    gc.collect()
+    assert sys.getrefcount(array) == count
