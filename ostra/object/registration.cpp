@@ -53,6 +53,19 @@ Result<void> RegisterClass(ModuleDescriptor& module, const Id& registryId, const
   return initializer.Do([&] { return registry.Insert(entry); }, &EraseClass, registryId, entry->GetId());
 }
 
+Result<void> RegisterClasses(ModuleDescriptor& module, const Id& registryId, std::span<const ClassEntry> entries,
+                             const char* contents, const char* provider) {
+  if (!ClassRegistry::Find(registryId))
+    return OSTRA_ILLEGAL_STATE(
+        "There is no registry of @ classes: load the module \"@\" before the @s of \"@\" are registered.", contents,
+        provider, contents, module.id);
+  for (const ClassEntry& entry : entries) {
+    OSTRA_ASSIGN_OR_RETURN(const ClassRef made, entry.create());
+    OSTRA_RETURN_IF_ERROR(RegisterClass(module, registryId, made));
+  }
+  return OK;
+}
+
 Result<void> RegisterRegistry(ModuleDescriptor& module, const Id& registryId) {
   OSTRA_ASSIGN_OR_RETURN(ModuleInitializer & initializer, FindInitializer(module));
   return initializer.Do([&] { return ClassRegistry::Declare(registryId); },

@@ -19,6 +19,15 @@ struct MethodDescription;  // reflection.h
 // Into the host's registry of classes; into another registry.
 OSTRA_API Result<void> RegisterClass(ModuleDescriptor& module, const ClassRef& entry);
 OSTRA_API Result<void> RegisterClass(ModuleDescriptor& module, const Id& registryId, const ClassRef& entry);
+// A class of a table: its ID and what makes it.
+struct ClassEntry {
+  const char* id;
+  Result<ClassRef> (*create)();
+};
+// All classes of a table. `contents` and `provider` are for the error of a registry that is not there: what is entered
+// in it ("kernel"), and the module to load before. Errors: illegal state for that; those of RegisterClass and `create`.
+OSTRA_API Result<void> RegisterClasses(ModuleDescriptor& module, const Id& registryId,
+                                       std::span<const ClassEntry> entries, const char* contents, const char* provider);
 // Declares a registry of classes.
 OSTRA_API Result<void> RegisterRegistry(ModuleDescriptor& module, const Id& registryId);
 // Makes an interface known under its C++ name; InterfaceRegistry lists them.

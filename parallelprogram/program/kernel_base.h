@@ -21,39 +21,11 @@ namespace ostra {
 
 inline constexpr Id kKernelBaseClass = "net.ostra.kernelclasses.base"_id;
 
-// What KernelBase does is the same for every parameter and runs once for each: it is kept out of the code that
-// compilers optimise.
-
-// Error: that of KernelBase::AddParameter.
-[[gnu::noinline, gnu::cold]] inline Result<void> AddKernelParameter(KernelParameterMap& parameters, const char* kernel,
-                                                                    std::string_view name, DataType type,
-                                                                    void* member) {
-  OSTRA_ASSIGN_OR_RETURN(CString key, CString::Create(name));
-  OSTRA_ASSIGN_OR_RETURN(auto entry, parameters.Insert(key));
-  if (!entry.isNew) {
-    return MakeError(kIllegalArgumentError, "kernelbase_impl", __LINE__, "The kernel \"@\" has two parameters \"@\".",
-                     kernel, name);
-  }
-  *entry.value = {type, member};
-  return OK;
-}
-
-[[gnu::noinline]] inline Result<void> SetKernelParameter(const KernelParameterMap& parameters, const CString& name,
-                                                         const void* data) {
-  const KernelParameter* parameter = parameters.Find(name);
-  if (!parameter) return OK;
-  if (parameter->type.IsPointer()) {
-    *static_cast<const void**>(parameter->address) = data;
-    return OK;
-  }
-  return parameter->type.Copy(parameter->address, data);
-}
-
 template <class Derived, class... MoreInterfaces>
 class KernelBase : public Component<Derived, KernelInterface, MoreInterfaces...> {
  public:
   Result<void> Set(const CString& paramName, const void* data) override {
-    return SetKernelParameter(_parameters, paramName, data);
+    return SetMember(_parameters, paramName, data);
   }
 
   const KernelParameterMap& GetKernelParameterMap() const override { return _parameters; }
@@ -65,7 +37,8 @@ class KernelBase : public Component<Derived, KernelInterface, MoreInterfaces...>
   // Lets the program set `member` under `name`. Errors: out of memory; illegal argument for a name used twice.
   template <class T>
   Result<void> AddParameter(std::string_view name, T& member) {
-    return AddKernelParameter(_parameters, Derived::kComponentName, name, GetDataType<T>(), &member);
+    return AddMember(_parameters, {"kernelbase_impl", "kernel", Derived::kComponentName}, name, GetDataType<T>(),
+                     &member);
   }
 
   KernelParameterMap _parameters;

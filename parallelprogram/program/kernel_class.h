@@ -40,11 +40,10 @@ struct RecordedParameter {
                                                                         const char* kernel, void* member,
                                                                         KernelParameterMap& parameters,
                                                                         BaseArray<KernelDeclaration>& declarations) {
-  OSTRA_RETURN_IF_ERROR(AddKernelParameter(parameters, kernel, parameter.name, parameter.type, member));
-  OSTRA_ASSIGN_OR_RETURN(const InternedId id, InternedId::Create(parameter.name));
+  OSTRA_RETURN_IF_ERROR(
+      AddMember(parameters, {"kernelbase_impl", "kernel", kernel}, parameter.name, parameter.type, member));
   const Bool isResource = parameter.type.IsPointer() || parameter.type.IsMadeWith(kBlockParametricType);
-  OSTRA_RETURN_IF_ERROR(declarations.Append(KernelDeclaration{id, parameter.type, parameter.isUsed && isResource}));
-  return OK;
+  return DeclareMember(declarations, parameter.name, parameter.type, parameter.isUsed && isResource);
 }
 
 template <class Derived, class Parameters, class Body, class Tuning>

@@ -5,19 +5,14 @@
 // without are given everything as it is.
 #pragma once
 
-#include "ostra/core/base_array.h"
-#include "ostra/core/data_type.h"
-#include "ostra/core/interned_id.h"
 #include "ostra/object/interface.h"
+#include "ostra/object/members.h"
 
 namespace ostra {
 
-struct KernelDeclaration {
-  InternedId name;
-  DataType type;  // of the member: a block for buffers, a pointer for textures and counters
-  // Whether the kernel cannot run without it: a buffer, texture or counter that its text uses.
-  Bool isRequired = false;
-};
+// A parameter: a block for a buffer, a pointer for a texture or counter. A buffer, texture or counter that the text of
+// the kernel uses is required.
+using KernelDeclaration = MemberDeclaration;
 
 class KernelDeclarationInterface : public ObjectInterface {
  public:

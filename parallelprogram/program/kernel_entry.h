@@ -5,15 +5,12 @@
 // Nothing registers itself: who links kernels enters their table (kernel_registration.h).
 #pragma once
 
-#include "ostra/object/class.h"
+#include "ostra/object/registration.h"
 
 namespace ostra::kernelclasses {
 
-// A kernel class: its ID, which is the kernel file's whole name, and what makes the Class.
-struct Entry {
-  const char* id;
-  Result<ClassRef> (*create)();
-};
+// The ID of a kernel class is the kernel file's whole name.
+using Entry = ClassEntry;
 
 }  // namespace ostra::kernelclasses
 

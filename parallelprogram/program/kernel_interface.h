@@ -1,10 +1,9 @@
 // KernelInterface: the contract between a kernel object and the CPU program that runs it.
 #pragma once
 
-#include "ostra/core/data_type.h"
-#include "ostra/core/hash_map.h"
 #include "ostra/math/data_types.h"
 #include "ostra/object/interface.h"
+#include "ostra/object/members.h"
 
 namespace ostra {
 
@@ -12,11 +11,8 @@ namespace ostra {
 inline constexpr Id kKernelClassRegistry = "net.ostra.registry.kernelclasses"_id;
 
 // A parameter of a kernel: its type and the address of the member that receives the value.
-struct KernelParameter {
-  DataType type;
-  void* address = nullptr;
-};
-using KernelParameterMap = HashMap<CString, KernelParameter>;
+using KernelParameter = Member;
+using KernelParameterMap = MemberMap;
 
 class KernelInterface : public ObjectInterface {
  public:

@@ -19,18 +19,8 @@ using KernelTable = std::span<const kernelclasses::Entry>;
 
 // Enters the classes; they are taken back with the module. Errors: illegal state when the parallelprogram module is not
 // loaded; those of the registry (illegal argument for an ID that is taken) and out of memory.
-[[gnu::cold]] inline Result<void> RegisterKernels(ModuleDescriptor& module, KernelTable kernels) {
-  if (!ClassRegistry::Find(kKernelClassRegistry))
-    return MakeError(
-        kIllegalStateError, "kernel_registration", __LINE__,
-        "There is no registry of kernel classes: load the module \"parallelprogram\" before the kernels of "
-        "\"@\" are registered.",
-        module.id);
-  for (const auto& kernel : kernels) {
-    OSTRA_ASSIGN_OR_RETURN(ClassRef kernelClass, kernel.create());
-    OSTRA_RETURN_IF_ERROR(RegisterClass(module, kKernelClassRegistry, kernelClass));
-  }
-  return OK;
+inline Result<void> RegisterKernels(ModuleDescriptor& module, KernelTable kernels) {
+  return RegisterClasses(module, kKernelClassRegistry, kernels, "kernel", "parallelprogram");
 }
 
 }  // namespace ostra

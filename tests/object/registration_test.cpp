@@ -110,6 +110,14 @@ TEST(RegistrationTest, WhatAModuleKeepsItselfIsUndoneInReverseAlsoWhenItsUnitFai
   }
 }
 
+TEST(RegistrationTest, ATableForARegistryThatIsNotThereNamesTheModuleToLoad) {
+  ModuleDescriptor module{.id = "com.example.shapes"_id};
+  EXPECT_THAT(RegisterClasses(module, "com.example.registry.shapes"_id, {}, "shape", "geometry"),
+              IsErrorWith(kIllegalStateError,
+                          "There is no registry of shape classes: load the module \"geometry\" before the shapes of "
+                          "\"com.example.shapes\" are registered."));
+}
+
 TEST(RegistrationTest, AModuleTakesPartInConfigurationUnlessTheHostSaysOtherwise) {
   ModuleDescriptor module{.id = "com.example.module"_id};
   EXPECT_FALSE(TakesPartInConfiguration(module));
