@@ -1,5 +1,7 @@
 // Checked kernels: what would leave a buffer, an array or a texture, divide by zero or not end becomes a failure of the
 // report (plain_reports.cpp), and something harmless is done in its place.
+#include <algorithm>
+
 #include "parallelprogram/kernellanguage/plain_printer.h"
 
 namespace ostra::kernellanguage {
@@ -26,7 +28,22 @@ Bool PlainPrinter::IsDivision(NodeIndex node) const {
   return FindNumber(divisor).value_or(0) == 0;
 }
 
-// Loops with barriers are left alone: how often they run must not depend on what an invocation does.
+// Loops with barriers count in steps of the group (CheckStep): how often they run must not depend on what one
+// invocation does.
+Bool PlainPrinter::NeedsRounds(NodeIndex node) const {
+  const NodeKind kind = KindOf(node);
+  const Bool isLoop = kind == NodeKind::kFor || kind == NodeKind::kWhile || kind == NodeKind::kDoWhile;
+  return _options.hasChecks && isLoop && HasBarrier(node);
+}
+
+Bool PlainPrinter::HasRounds(NodeIndex node) const {
+  if (node == kNoNode || IsExpression(KindOf(node))) return false;
+  if (NeedsRounds(node)) return true;
+  for (const NodeIndex child : _tree.GetChildren(node))
+    if (HasRounds(child)) return true;
+  return false;
+}
+
 Bool PlainPrinter::NeedsCheck(NodeIndex node) const {
   if (!_options.hasChecks) return false;
   switch (KindOf(node)) {
@@ -38,7 +55,7 @@ Bool PlainPrinter::NeedsCheck(NodeIndex node) const {
     case NodeKind::kFor:
     case NodeKind::kWhile:
     case NodeKind::kDoWhile:
-      return !HasBarrier(node);
+      return true;
     case NodeKind::kCall:
       return _resolved.meaning[node].word == WordId::kSampleTextureLayer ||
              _resolved.meaning[node].word == WordId::kFetchTextureLayer;
@@ -72,7 +89,7 @@ std::string PlainPrinter::IndexSize(NodeIndex node) const {
   if (indexType != kIntType && indexType != kUIntType) return "";
   if (KindOf(container) == NodeKind::kBuffer) return ReportedSize(_tree.GetName(container));
   const Type& type = _types[_resolved.converted[container]];
-  const Bool isRow = type.kind == TypeKind::kArray || type.kind == TypeKind::kVector;
+  const Bool isRow = type.kind == TypeKind::kArray || type.kind == TypeKind::kVector || type.kind == TypeKind::kMatrix;
   if (!isRow || FindNumber(index).value_or(type.count) < type.count) return "";
   return Join({std::to_string(type.count), "u"});
 }
@@ -97,9 +114,14 @@ std::string PlainPrinter::CheckIndex(NodeIndex node, const std::string& index) {
   const NodeIndex container = Child(node, 0);
   const Bool isBuffer = KindOf(container) == NodeKind::kBuffer;
   const TypeIndex type = _resolved.converted[Child(node, 1)];
-  const Bool isNamed = isBuffer || KindOf(container) == NodeKind::kName || KindOf(container) == NodeKind::kMemberOf;
-  const std::size_t site = AddCheck(node, isBuffer ? "index" : "array", type == kIntType ? "i" : "u",
-                                    isNamed ? _tree.GetName(container) : "");
+  const NodeKind kind = KindOf(container);
+  const Bool isNamed = isBuffer || kind == NodeKind::kName || kind == NodeKind::kMemberOf || kind == NodeKind::kUniform;
+  const Bool isMatrix = IsMatrix(_resolved.converted[container]);
+  const std::size_t site = AddCheck(node,
+                                    isBuffer   ? "index"
+                                    : isMatrix ? "column"
+                                               : "array",
+                                    type == kIntType ? "i" : "u", isNamed ? _tree.GetName(container) : "");
   return CallIndexCheck(node, type, site, index, size);
 }
 
@@ -113,13 +135,26 @@ std::string PlainPrinter::CheckLayer(NodeIndex call, const std::string& layer) {
   return CallIndexCheck(call, type, site, layer, size);
 }
 
-// The divisor, with 1 in the place of 0.
-std::string PlainPrinter::CheckDivisor(NodeIndex division, const std::string& divisor) {
+// Whether the quotient of the least number and -1 may be asked for, which no integer holds.
+Bool PlainPrinter::MayOverflow(NodeIndex division) const {
+  const NodeIndex left = Child(division, 0);
+  return IsDivision(division) && _types[_resolved.converted[Child(division, 1)]].scalar == Scalar::kInt32 &&
+         KindOf(left) != NodeKind::kLiteral;
+}
+
+// The divisor, with 1 in the place of 0, and of -1 for the least number. `dividend` is written twice.
+std::string PlainPrinter::CheckDivisor(NodeIndex division, const std::string& divisor, const std::string& dividend) {
   if (!_options.hasChecks || !IsDivision(division)) return divisor;
   const TypeIndex type = _resolved.converted[Child(division, 1)];
   const Bool isDivide = _tree.nodes[division].operation == Operation::kDivide;
   const std::size_t site = AddCheck(division, "division", "", isDivide ? "/" : "%");
   static_cast<void>(CallFail(0, "", ""));
+  const std::string place = Join({"(ostraState, ", std::to_string(site), "u, "});
+  if (MayOverflow(division)) {
+    const TypeIndex left = GetDividendType(division);
+    WriteDivisorCheck(left, type);
+    return Join({DivisorCheckName(left, type), place, dividend, ", ", divisor, ")"});
+  }
   const std::string name = Join({"ostra_divisor_", HelperWord(type)});
   if (_helperNames.insert(name).second) {
     const Bool isSigned = _types[type].scalar == Scalar::kInt32;
@@ -132,12 +167,62 @@ std::string PlainPrinter::CheckDivisor(NodeIndex division, const std::string& di
                       TypeName(type), " divisor)\n{\n\t", TypeName(type), " value = divisor;\n", tests,
                       "\treturn value;\n}\n\n"});
   }
-  return Join({name, "(ostraState, ", std::to_string(site), "u, ", divisor, ")"});
+  return Join({name, place, divisor, ")"});
+}
+
+// The type that the dividend has when it meets the divisor.
+TypeIndex PlainPrinter::GetDividendType(NodeIndex division) const {
+  const NodeIndex left = Child(division, 0);
+  return KindOf(division) == NodeKind::kBinary || _resolved.computed[division] == kUnknownType
+             ? _resolved.converted[left]
+             : _resolved.computed[division];
+}
+
+std::string PlainPrinter::DivisorCheckName(TypeIndex left, TypeIndex right) const {
+  return Join({"ostra_divisor_of_", HelperWord(left), "_", HelperWord(right)});
+}
+
+void PlainPrinter::WriteDivisorCheck(TypeIndex left, TypeIndex right) {
+  const std::string name = DivisorCheckName(left, right);
+  if (!_helperNames.insert(name).second) return;
+  const auto dividends = Components("dividend", left), divisors = Components("value", right);
+  std::string tests;
+  for (std::size_t i = 0; i < std::max(dividends.size(), divisors.size()); ++i) {
+    const std::string& divisor = divisors[std::min(i, divisors.size() - 1)];
+    const std::string& dividend = dividends[std::min(i, dividends.size() - 1)];
+    if (i < divisors.size())
+      tests += Join(
+          {"\tif (", divisor, " == 0)\n\t{\n\t\tostra_fail(report, site, 0u, 0u);\n\t\t", divisor, " = 1;\n\t}\n"});
+    tests += Join({"\tif (", divisor, " == -1 && ", dividend,
+                   " == -2147483647 - 1)\n\t{\n\t\tostra_fail(report, site, 0u, 1u);\n\t\t", divisor, " = 1;\n\t}\n"});
+  }
+  _helpers += Join({Mark(_place), "inline ", TypeName(right), " ", name, "(INOUT OstraReport report, uint site, ",
+                    TypeName(left), " dividend, ", TypeName(right), " divisor)\n{\n\t", TypeName(right),
+                    " value = divisor;\n", tests, "\treturn value;\n}\n\n"});
+}
+
+// A division whose dividend cannot be written twice is a function.
+std::string PlainPrinter::CallQuotient(NodeIndex division, const std::string& left, const std::string& right) {
+  const TypeIndex result = _resolved.type[division], a = GetDividendType(division);
+  const TypeIndex b = _resolved.converted[Child(division, 1)];
+  const Bool isDivide = _tree.nodes[division].operation == Operation::kDivide;
+  const std::size_t site = AddCheck(division, "division", "", isDivide ? "/" : "%");
+  static_cast<void>(CallFail(0, "", ""));
+  WriteDivisorCheck(a, b);
+  const std::string name =
+      Join({isDivide ? "ostra_quotient_of_" : "ostra_remainder_of_", HelperWord(a), "_", HelperWord(b)});
+  if (_helperNames.insert(name).second)
+    _helpers += Join({Mark(_place), "inline ", TypeName(result), " ", name, "(INOUT OstraReport report, uint site, ",
+                      TypeName(a), " dividend, ", TypeName(b), " divisor)\n{\n\treturn dividend ",
+                      isDivide ? "/ " : "% ", DivisorCheckName(a, b), "(report, site, dividend, divisor);\n}\n\n"});
+  return Join({name, "(ostraState, ", std::to_string(site), "u, ", left, ", ", right, ")"});
 }
 
 // The condition of a loop, which ends when its invocation has taken too many steps.
 std::string PlainPrinter::CheckStep(NodeIndex loop, const std::string& condition) {
   if (!NeedsCheck(loop)) return condition;
+  if (NeedsRounds(loop))
+    return Join({condition.empty() ? "" : Join({"(", condition, ") && "}), "ostraRounds <= ostraRoundLimit"});
   const std::size_t site = AddCheck(loop, "steps", "u", "");
   static_cast<void>(CallFail(0, "", ""));
   if (_helperNames.insert("ostra_step").second)
@@ -146,6 +231,38 @@ std::string PlainPrinter::CheckStep(NodeIndex loop, const std::string& condition
                       "\tostra_fail(report, site, report.limit, 0u);\n\treturn false;\n}\n\n"});
   const std::string before = condition.empty() ? "" : Join({"(", condition, ") && "});
   return Join({before, "ostra_step(ostraState, ", std::to_string(site), "u)"});
+}
+
+// The body of a loop, and what is behind a loop.
+void PlainPrinter::LoopBody(NodeIndex loop, NodeIndex body) {
+  if (!NeedsRounds(loop)) return Body(body);
+  Line({"{"});
+  ++_depth;
+  Line({"ostraRounds += 1u;"});
+  Statement(body);
+  --_depth;
+  Line({"}"});
+}
+
+void PlainPrinter::LoopEnd(NodeIndex loop) {
+  if (!NeedsRounds(loop)) return;
+  const std::size_t site = AddCheck(loop, "steps", "u", "");
+  Line({"if (ostraRounds > ostraRoundLimit)"});
+  Line({"{"});
+  Line({"\t", CallFail(site, "ostraRoundLimit", "0u"), ";"});
+  Line({"}"});
+}
+
+// Steps of loops with barriers, and how many there may be: the same number for all of the group.
+void PlainPrinter::PrintRoundStart() {
+  const std::string limit = Join({kGroupArrayPrefix, "Limit"});
+  Line({"if (", NumberInGroup(), " == 0u)"});
+  Line({"{"});
+  Line({"\t", limit, "[0] = ostraState.limit;"});
+  Line({"}"});
+  Line({"groupSharedBarrier;"});
+  Line({"const uint ostraRoundLimit = ", limit, "[0];"});
+  Line({"uint ostraRounds = 0u;"});
 }
 
 }  // namespace ostra::kernellanguage

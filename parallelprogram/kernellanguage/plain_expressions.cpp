@@ -149,14 +149,18 @@ std::string PlainPrinter::ValueItself(NodeIndex node, Binding& binding) {
       if (computed != kUnknownType && IsMatrix(computed) && _types[computed].count != 2 &&
           IsMatrix(_resolved.type[node]))
         return mark + ComputeMatrix(operation, _resolved.type[node], left, right);
+      if (_options.hasChecks && MayOverflow(node) && !IsSimple(child(0)))
+        return mark + CallQuotient(node, Expression(child(0)), Expression(child(1)));
       binding = Binding::kBinary;
-      return Join({Operand(child(0), operation, false), " ", mark, sign, " ",
-                   CheckDivisor(node, Operand(child(1), operation, true))});
+      const std::string value = Operand(child(0), operation, false);
+      return Join({value, " ", mark, sign, " ", CheckDivisor(node, Operand(child(1), operation, true), value)});
     }
-    case NodeKind::kAssign:
+    case NodeKind::kAssign: {
       CheckPlainPlace(child(0));
       binding = Binding::kAssignment;
-      return Join({Value(child(0), Binding::kUnary), " ", mark, sign, "= ", CheckDivisor(node, Expression(child(1)))});
+      const std::string place = Value(child(0), Binding::kUnary);
+      return Join({place, " ", mark, sign, "= ", CheckDivisor(node, Expression(child(1)), place)});
+    }
     case NodeKind::kConditional:
       binding = Binding::kConditional;
       return Join({Expression(child(0), Binding::kUnary), " ", mark, "? ", Expression(child(1), Binding::kUnary), " : ",

@@ -67,7 +67,10 @@ Bool PlainPrinter::NeedsHoist(NodeIndex node) const {
     case NodeKind::kAssign: {
       const TypeIndex type = _resolved.type[node];
       const Bool isComputed = operation != Operation::kNone;
-      return IsPart(Child(node, 0)) || (isComputed && (_resolved.computed[node] != type || IsMatrix(type)));
+      // The least number is looked for in the place before.
+      const Bool isWrittenTwice = _options.hasChecks && MayOverflow(node) && !IsSimpleValue(Child(node, 0));
+      return isWrittenTwice || IsPart(Child(node, 0)) ||
+             (isComputed && (_resolved.computed[node] != type || IsMatrix(type)));
     }
     case NodeKind::kCall: {
       const auto arguments = _tree.GetChildren(node);
@@ -339,9 +342,10 @@ void PlainPrinter::Loop(const LoopParts& loop) {
     Line({flag, " = true;"});
   }
   if (!loop.isBodyFirst) LoopCondition(loop);
-  Body(loop.body);
+  LoopBody(loop.node, loop.body);
   --_depth;
   Line({"}"});
+  LoopEnd(loop.node);
   --_depth;
   Line({"}"});
 }

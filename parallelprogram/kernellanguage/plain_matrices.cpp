@@ -130,7 +130,7 @@ std::string PlainPrinter::Column(NodeIndex node) {
   const auto number = FindNumber(index);
   if (number && *number < count && IsSimple(matrix))
     return MakeColumn(Expression(matrix, Binding::kPostfix), count, *number);
-  return CallColumn(type, Expression(matrix), Expression(index));
+  return CallColumn(type, Expression(matrix), CheckIndex(node, Expression(index)));
 }
 
 std::string PlainPrinter::CallColumn(TypeIndex type, const std::string& matrix, const std::string& index) {

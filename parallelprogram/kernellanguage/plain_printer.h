@@ -229,8 +229,18 @@ class PlainPrinter {
   std::string CheckLayer(NodeIndex call, const std::string& layer);
   std::string CallIndexCheck(NodeIndex node, TypeIndex type, std::size_t site, const std::string& index,
                              const std::string& size);
-  std::string CheckDivisor(NodeIndex division, const std::string& divisor);
+  Bool MayOverflow(NodeIndex division) const;
+  std::string CheckDivisor(NodeIndex division, const std::string& divisor, const std::string& dividend);
+  TypeIndex GetDividendType(NodeIndex division) const;
+  std::string DivisorCheckName(TypeIndex left, TypeIndex right) const;
+  void WriteDivisorCheck(TypeIndex left, TypeIndex right);
+  std::string CallQuotient(NodeIndex division, const std::string& left, const std::string& right);
+  Bool NeedsRounds(NodeIndex node) const;
+  Bool HasRounds(NodeIndex node) const;
   std::string CheckStep(NodeIndex loop, const std::string& condition);
+  void LoopBody(NodeIndex loop, NodeIndex body);
+  void LoopEnd(NodeIndex loop);
+  void PrintRoundStart();
 
   const SourceMap& _sources;
   const SyntaxTree& _tree;

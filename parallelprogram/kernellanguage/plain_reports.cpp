@@ -122,6 +122,8 @@ void PlainPrinter::PrintReportStruct() {
 
 void PlainPrinter::PrintReportStart() {
   if (!_isReporting) return;
+  const Bool hasRounds = HasRounds(_tree.kernel);
+  if (hasRounds) Line({"GROUPSHAREDMEM(uint, ", kGroupArrayPrefix, "Limit, 1)"});
   Line({"OstraReport ostraState;"});
   Line({"ostraState.invocation = (InGlobalInvocationID.z * ", HeadWord(7), " + InGlobalInvocationID.y) * ", HeadWord(6),
         " + InGlobalInvocationID.x;"});
@@ -137,6 +139,7 @@ void PlainPrinter::PrintReportStart() {
   Line({"{"});
   Line({"\tostraState.limit = min(ostraState.limit, 1000u);"});
   Line({"}"});
+  if (hasRounds) PrintRoundStart();
 }
 
 // Asks for room for `size` words. Once one finds none no other behind it does, so records that are there have no gaps.

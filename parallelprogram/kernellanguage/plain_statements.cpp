@@ -129,8 +129,8 @@ std::string PlainPrinter::ChangeSwizzle(NodeIndex assignment) {
   const TypeIndex type = _resolved.type[target];
   std::string place = Place(Child(target, 0));
   const std::string name = NewName("Value");
-  Line({"const ", TypeName(_resolved.converted[value]), " ", name, " = ", CheckDivisor(assignment, Expression(value)),
-        ";"});
+  Line({"const ", TypeName(_resolved.converted[value]), " ", name, " = ",
+        CheckDivisor(assignment, Expression(value), PartOf(place, target)), ";"});
   const Bool isScalar = _types.IsScalar(_resolved.converted[value]);
   const std::string_view sign = GetSpelling(_tree.nodes[assignment].operation);
   for (UInt32 i = 0; i < _types[type].count; ++i) {
@@ -155,10 +155,11 @@ std::string PlainPrinter::ColumnPlace(NodeIndex node) {
   const auto number = FindNumber(index);
   const std::string place = Place(matrix);
   if (count != 2 && number && *number < count) return MakeColumn(place, count, *number);
-  std::string column = number ? std::to_string(*number) : Expression(index);
-  if (!number && !IsSimple(index)) {
+  const Bool isChecked = NeedsCheck(node);
+  std::string column = isChecked ? "" : number ? std::to_string(*number) : Expression(index);
+  if (isChecked || (!number && !IsSimple(index))) {
     column = NewName("Index");
-    Line({"const int ", column, " = ", Expression(index), ";"});
+    Line({"const int ", column, " = ", CheckIndex(node, Expression(index)), ";"});
   }
   if (count != 2 && _options.isForGpu) return Join({place, "[", column, "]"});
   const std::string name = NewName("Column");
@@ -233,8 +234,8 @@ std::string PlainPrinter::ChangePlace(NodeIndex assignment) {
     const Bool isOfScalars = _types.IsScalar(type) && _types.IsScalar(computed);
     if (computed != type && !isOfScalars) Refuse(assignment, "this change of a vector by numbers of another type");
     const std::string left = computed == type ? place : Join({TypeName(computed), "(", place, ")"});
-    const std::string sum =
-        Join({left, " ", GetSpelling(operation), " ", CheckDivisor(assignment, Expression(value, Binding::kUnary))});
+    const std::string sum = Join(
+        {left, " ", GetSpelling(operation), " ", CheckDivisor(assignment, Expression(value, Binding::kUnary), left)});
     changed = computed == type ? sum : Join({TypeName(type), "(", sum, ")"});
   } else {
     changed = Expression(value);
@@ -304,7 +305,8 @@ void PlainPrinter::For(NodeIndex node) {
   const std::string test = condition == kNoNode ? "" : Expression(condition, Binding::kComma);
   Line({MarkOf(node), "for (", first, "; ", CheckStep(node, test), "; ",
         step == kNoNode ? "" : Value(step, Binding::kComma), ")"});
-  Body(body);
+  LoopBody(node, body);
+  LoopEnd(node);
 }
 
 void PlainPrinter::Statement(NodeIndex node) {
@@ -331,7 +333,8 @@ void PlainPrinter::Statement(NodeIndex node) {
         Loop({.node = node, .condition = child(0), .body = child(1)});
       } else {
         Line({MarkOf(node), "while (", CheckStep(node, Expression(child(0), Binding::kComma)), ")"});
-        Body(child(1));
+        LoopBody(node, child(1));
+        LoopEnd(node);
       }
       return PrintRecordsOf(child(0));
     case NodeKind::kDoWhile:
@@ -339,8 +342,9 @@ void PlainPrinter::Statement(NodeIndex node) {
         Loop({.node = node, .condition = child(1), .body = child(0), .isBodyFirst = true});
       } else {
         Line({MarkOf(node), "do"});
-        Body(child(0));
+        LoopBody(node, child(0));
         Line({"while (", CheckStep(node, Expression(child(1), Binding::kComma)), ");"});
+        LoopEnd(node);
       }
       return PrintRecordsOf(child(1));
     case NodeKind::kSwitch: {

@@ -119,7 +119,7 @@ std::string FormatInvocation(const Vec3<UInt32>& invocation, Int32 dimensions) {
 }
 
 // In the order of Site::Kind.
-constexpr std::string_view kKinds[] = {"print", "assert", "index", "array", "layer", "division", "steps"};
+constexpr std::string_view kKinds[] = {"print", "assert", "index", "array", "layer", "division", "steps", "column"};
 
 // What is wrong, in the words that checked kernels have on all devices.
 std::string FormatFailure(const KernelReportTable::Site& site, const UInt32* words) {
@@ -133,7 +133,10 @@ std::string FormatFailure(const KernelReportTable::Site& site, const UInt32* wor
       return "index " + number + " is outside the " + size + " elements of the array" + name;
     case Kind::kLayer:
       return "layer " + number + " is outside the " + size + " layers of the texture" + name;
+    case Kind::kColumn:
+      return "index " + number + " is outside the " + size + " columns of the matrix" + name;
     case Kind::kDivision:
+      if (words[1] != 0) return "the least whole number is divided by -1 (" + site.text + ")";
       return "a whole number is divided by zero (" + site.text + ")";
     case Kind::kSteps:
       return "this loop does not end: the loops of one invocation have taken " + number + " steps";

@@ -20,7 +20,7 @@ inline constexpr std::string_view kReportBuffer = "ostraReport";
 class KernelReportTable {
  public:
   struct Site {
-    enum class Kind : UInt8 { kPrint, kAssert, kIndex, kArray, kLayer, kDivision, kSteps };
+    enum class Kind : UInt8 { kPrint, kAssert, kIndex, kArray, kLayer, kDivision, kSteps, kColumn };
     Kind kind = Kind::kPrint;
     String file;
     Int32 line = 0, column = 0;

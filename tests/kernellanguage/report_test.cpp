@@ -81,9 +81,9 @@ TEST(ReportTest, ChecksStandAroundIndicesDivisorsAndLoops) {
       {.isForGpu = true, .hasChecks = true});
   EXPECT_TRUE(Has(form, "a[ostra_index_int(ostraState, 0u, k, 4u)] = 1;")) << form.text;
   EXPECT_TRUE(Has(form, "a[3] = 2;")) << form.text;
-  EXPECT_TRUE(Has(form, "a[1] / ostra_divisor_int(ostraState, 2u, k) + 7 % 2")) << form.text;
+  EXPECT_TRUE(Has(form, "ostra_quotient_of_int_int(ostraState, 2u, a[1], k) + 7 % 2")) << form.text;
   EXPECT_TRUE(Has(form, "for (int i = 0; (i < k) && ostra_step(ostraState, 3u); ++i)")) << form.text;
-  EXPECT_TRUE(Has(form, "k /= ostra_divisor_int(ostraState, 4u, k);")) << form.text;
+  EXPECT_TRUE(Has(form, "k /= ostra_divisor_of_int_int(ostraState, 4u, k, k);")) << form.text;
   ExpectReadable(
       PrintPlain("int a[4]; a[int(UNIFORM(n))] = 1 / int(UNIFORM(n)); do { } while (a[0] > 0);", {.hasChecks = true}));
 }

@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
@@ -53,6 +54,23 @@ class RunReportTest : public testing::TestWithParam<const char*> {
     for (const std::string name : {"count=4", "first=0", "place=3", "divisor=2", "steps=10"}) {
       const bool isGiven = settings.starts_with(name.substr(0, name.find('=') + 1));
       command.insert(command.end(), {"--set", isGiven ? settings : name});
+    }
+    command.insert(command.end(), more.begin(), more.end());
+    return RunTool(command);
+  }
+  // Eight elements, two groups.
+  ToolResult RunLimits(const std::vector<std::string>& settings, const std::vector<std::string>& more = {"--checked"}) {
+    std::vector<std::string> command = {"run",       GetTestKernel("../reports/net.example.limits.krn"),
+                                        "--in",      "target=zeros:8",
+                                        "--out",     "target=" + _folder / "out.csv",
+                                        "--size",    "8",
+                                        "--backend", GetParam()};
+    for (const std::string name :
+         {"count=8", "column=2", "written=1", "dividend=9", "divisor=-1", "form=0", "rounds=3"}) {
+      const auto given = std::find_if(settings.begin(), settings.end(), [&](const std::string& setting) {
+        return setting.starts_with(name.substr(0, name.find('=') + 1));
+      });
+      command.insert(command.end(), {"--set", given == settings.end() ? name : *given});
     }
     command.insert(command.end(), more.begin(), more.end());
     return RunTool(command);
@@ -181,6 +199,45 @@ TEST_P(RunReportTest, LoopsThatDoNotEndAreEnded) {
   std::filesystem::remove(_folder / "out.csv");
   ExpectFailure(RunWrong("steps=997", {"--checked", "--step-limit", "1000"}), 27,
                 "this loop does not end: the loops of one invocation have taken 1000 steps, in invocation 0");
+}
+
+TEST_P(RunReportTest, CheckedKernelsWithBarriersRun) {
+  ASSERT_EQ(RunLimits({}, {}).exitStatus, 0);
+  const std::string unchecked = _folder.Read("out.csv");
+  const ToolResult result = RunLimits({});
+  EXPECT_EQ(result.exitStatus, 0) << result.errors;
+  EXPECT_EQ(_folder.Read("out.csv"), unchecked);
+}
+
+TEST_P(RunReportTest, ColumnsOfMatricesAreChecked) {
+  ExpectFailure(RunLimits({"column=3"}), 21, "index 3 is outside the 3 columns of the matrix \"m\", in invocation 1");
+  ExpectFailure(RunLimits({"column=-1"}), 21, "index -1 is outside the 3 columns of the matrix \"m\", in invocation 1");
+  ExpectFailure(RunLimits({"written=2"}), 20,
+                "index 2 is outside the 2 columns of the matrix \"small\", in invocation 0");
+}
+
+TEST_P(RunReportTest, TheLeastNumberIsNotDividedByMinusOne) {
+  const struct {
+    int line;
+    const char* sign;
+  } forms[] = {{25, "/"}, {27, "%"}, {29, "/"}, {31, "/"}, {35, "%"}, {39, "/"}};
+  for (std::size_t form = 0; form < std::size(forms); ++form) {
+    const std::string chosen = "form=" + std::to_string(form);
+    ExpectFailure(RunLimits({"dividend=-2147483648", chosen}), forms[form].line,
+                  "the least whole number is divided by -1 (" + std::string(forms[form].sign) + "), in invocation 2");
+    ExpectFailure(RunLimits({"divisor=0", chosen}), forms[form].line,
+                  "a whole number is divided by zero (" + std::string(forms[form].sign) + "), in invocation 0");
+  }
+  EXPECT_EQ(RunLimits({"dividend=-2147483647"}).exitStatus, 0);
+}
+
+TEST_P(RunReportTest, LoopsWithBarriersAreEndedTogether) {
+  const std::vector<std::string> limited = {"--checked", "--step-limit", "1000"};
+  ExpectFailure(RunLimits({"rounds=-1"}, limited), 42,
+                "this loop does not end: the loops of one invocation have taken 1000 steps, in invocation 0");
+  ExpectFailure(RunLimits({"rounds=1001"}, limited), 42,
+                "this loop does not end: the loops of one invocation have taken 1000 steps, in invocation 0");
+  EXPECT_EQ(RunLimits({"rounds=1000"}, limited).exitStatus, 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(Backends, RunReportTest, testing::Values("cpu", "gpu"),
