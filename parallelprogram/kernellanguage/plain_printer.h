@@ -211,7 +211,8 @@ class PlainPrinter {
   void PrintRecord(std::size_t site, const std::vector<std::string>& words);
   void PrintRecords();
   void PrintRecordsOf(NodeIndex node);
-  std::vector<std::string> MakeWords(const std::string& value, TypeIndex type) const;
+  std::string CallDoubleWords(const std::string& number);
+  std::vector<std::string> MakeWords(const std::string& value, TypeIndex type);
   std::string CallPrint(std::size_t site, const std::vector<std::string>& words);
   std::string CallFail(std::size_t site, std::string_view first, std::string_view second);
   void PrintStatement(NodeIndex node);

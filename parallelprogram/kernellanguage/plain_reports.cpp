@@ -16,7 +16,8 @@ namespace ostra::kernellanguage {
 namespace {
 
 constexpr Int kMaxFailures = 32, kWordsOfFailure = 4;
-constexpr Int kRecordHead = 2;  // site and invocation
+constexpr Int kRecordHead = 2;                // site and invocation
+constexpr std::size_t kMaxLost = 0xf0000000;  // counted no further: the counter must not begin again
 // Of the struct: what functions print in one statement of the kernel.
 constexpr Int kWordsOfState = 64;
 
@@ -25,15 +26,18 @@ constexpr std::string_view kBuffer = "UNIFORM_BUFFER(ostraReport)";
 std::string HeadWord(Int number) { return Join({kBuffer, "[", std::to_string(number), "]"}); }
 std::string Unsigned(std::size_t number) { return Join({std::to_string(number), "u"}); }
 
-// "f", "u3" or "m4".
+// "f", "u3" or "m4"; of 64 bits "d", "l" (signed) and "w".
 std::string MakeTypeCode(const TypeTable& types, TypeIndex type) {
   const Type& kind = types[type];
   if (kind.kind == TypeKind::kMatrix) return Join({"m", std::to_string(kind.count)});
   const Bool isBool = kind.scalar == Scalar::kBool;
-  const std::string_view letter = isBool                         ? "b"
-                                  : IsFloating(kind.scalar)      ? "f"
-                                  : IsSignedInteger(kind.scalar) ? "i"
-                                                                 : "u";
+  const Bool isWide = kind.kind != TypeKind::kMatrix && GetSize(kind.scalar) > 4;
+  const std::string_view letter = isBool                              ? "b"
+                                  : isWide && IsFloating(kind.scalar) ? "d"
+                                  : isWide                            ? (IsSignedInteger(kind.scalar) ? "l" : "w")
+                                  : IsFloating(kind.scalar)           ? "f"
+                                  : IsSignedInteger(kind.scalar)      ? "i"
+                                                                      : "u";
   return types.IsVector(type) ? Join({letter, std::to_string(kind.count)}) : std::string(letter);
 }
 
@@ -162,7 +166,11 @@ void PlainPrinter::PrintEnd(const std::string& at) {
 void PlainPrinter::PrintLoss(const std::string& count) {
   const std::string old = NewName("Old");
   Line({"uint ", old, " = 0u;"});
-  Line({"AtomicAdd(", HeadWord(2), ", ", count, ", ", old, ");"});
+  Line({"AtomicAdd(", HeadWord(2), ", 0u, ", old, ");"});
+  Line({"if (", old, " < ", Unsigned(kMaxLost), ")"});
+  Line({"{"});
+  Line({"\tAtomicAdd(", HeadWord(2), ", ", count, ", ", old, ");"});
+  Line({"}"});
 }
 
 std::string PlainPrinter::RecordWord(const std::string& at, const std::string& number) const {
@@ -260,7 +268,69 @@ void PlainPrinter::PrintRecordsOf(NodeIndex node) {
     PrintRecords();
 }
 
-std::vector<std::string> PlainPrinter::MakeWords(const std::string& value, TypeIndex type) const {
+// The bits of a double, by arithmetic that is exact: no language has a word for them everywhere.
+std::string PlainPrinter::CallDoubleWords(const std::string& number) {
+  const std::string type = TypeName(GetScalarType(Scalar::kFloat64));
+  const auto make = [&type](std::string_view value) { return Join({type, "(", value, ")"}); };
+  const std::string body = Join({
+      "\t",
+      type,
+      " x = v0;\n\tuint top = 0u;\n\tint exponent = 0;\n",
+      "\tif (x < ",
+      make("0"),
+      " || (x == ",
+      make("0"),
+      " && ",
+      make("1"),
+      " / x < ",
+      make("0"),
+      "))\n\t{\n",
+      "\t\ttop = 2147483648u;\n\t\tx = -x;\n\t}\n",
+      "\tif (x != x)\n\t{\n\t\treturn uint2(0u, 2146959360u);\n\t}\n",
+      "\tif (x - x != ",
+      make("0"),
+      ")\n\t{\n\t\treturn uint2(0u, top | 2146435072u);\n\t}\n",
+      "\tif (x == ",
+      make("0"),
+      ")\n\t{\n\t\treturn uint2(0u, top);\n\t}\n",
+      // To [1, 2); numbers below the normal range need a second time.
+      "\tfor (int time = 0; time < 2; ++time)\n\t{\n\t\tfor (int power = 512; power > 0; power = power / 2)\n\t\t{\n",
+      "\t\t\t",
+      type,
+      " factor = ",
+      make("2"),
+      ";\n",
+      "\t\t\tfor (int k = 1; k < power; k = k * 2)\n\t\t\t{\n\t\t\t\tfactor = factor * factor;\n\t\t\t}\n",
+      "\t\t\tif (x >= factor)\n\t\t\t{\n\t\t\t\tx = x / factor;\n\t\t\t\texponent += power;\n\t\t\t}\n",
+      "\t\t\telse if (x < ",
+      make("1"),
+      " && x * factor < ",
+      make("2"),
+      ")\n\t\t\t{\n\t\t\t\tx = x * factor;\n\t\t\t\texponent -= power;\n\t\t\t}\n\t\t}\n\t}\n",
+      "\tif (exponent > -1023)\n\t{\n\t\tx = x - ",
+      make("1"),
+      ";\n",
+      "\t\ttop = top | (uint(exponent + 1023) << 20);\n\t}\n",
+      "\tfor (; exponent < -1022; ++exponent)\n\t{\n\t\tx = x / ",
+      make("2"),
+      ";\n\t}\n",
+      "\tx = x * ",
+      make("1048576"),
+      ";\n\tuint upper = uint(x);\n",
+      "\tx = (x - ",
+      make("upper"),
+      ") * ",
+      make("65536"),
+      " * ",
+      make("65536"),
+      ";\n",
+      "\treturn uint2(uint(x), top | upper);\n",
+  });
+  return CallHelper("ostra_words_of_double", GetVectorType(Scalar::kUInt32, 2), {GetScalarType(Scalar::kFloat64)}, body,
+                    {number});
+}
+
+std::vector<std::string> PlainPrinter::MakeWords(const std::string& value, TypeIndex type) {
   const Type& kind = _types[type];
   std::vector<std::string> numbers, words;
   if (IsMatrix(type)) {
@@ -274,7 +344,13 @@ std::vector<std::string> PlainPrinter::MakeWords(const std::string& value, TypeI
   }
   for (const std::string& number : numbers) {
     const Bool isFloat = kind.scalar == Scalar::kFloat32;
-    if (isFloat)
+    if (kind.scalar == Scalar::kFloat64) {
+      const std::string bits = NewName("Bits");
+      Line({"const uint2 ", bits, " = ", CallDoubleWords(number), ";"});
+      words.insert(words.end(), {bits + ".x", bits + ".y"});
+    } else if (GetSize(kind.scalar) > 4) {
+      words.insert(words.end(), {Join({"uint(", number, ")"}), Join({"uint(", number, " >> 32)"})});
+    } else if (isFloat)
       words.push_back(Join({"floatBitsToUint(", number, ")"}));
     else if (kind.scalar == Scalar::kHalf)
       words.push_back(Join({"floatBitsToUint(float(", number, "))"}));

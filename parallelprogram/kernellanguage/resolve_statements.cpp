@@ -140,13 +140,12 @@ void Resolver::Print(NodeIndex node) {
     const TypeIndex type = Expression(value);
     if (type == kUnknownType || IsStopped()) return;
     const Bool isShown = IsScalar(type) || IsVector(type) || Get(type).kind == TypeKind::kMatrix;
-    if (!isShown || (GetSize(Get(type).scalar) > 4)) {
-      Fail(value,
-           Join({"PRINT shows numbers, bools, vectors and matrices of 32 bits at most, not a ", TypeName(type)}));
+    if (!isShown) {
+      Fail(value, Join({"PRINT shows numbers, bools, vectors and matrices, not a ", TypeName(type)}));
       return;
     }
     const UInt32 count = std::max<UInt32>(Get(type).count, 1);
-    words += IsMatrix(type) ? count * count : count;
+    words += (IsMatrix(type) ? count * count : count) * (GetSize(Get(type).scalar) > 4 ? 2 : 1);
   }
   if (words > kMaxPrintedNumbers) {
     Fail(node, Join({"a PRINT shows ", std::to_string(kMaxPrintedNumbers), " numbers at most, and this one ",

@@ -35,22 +35,39 @@ Result<Int> ReadNumber(std::string_view text) {
   return number;
 }
 
-// Components in a row: "f" has one, "u3" three, "m4" sixteen.
+// Of a number; those of 64 bits have the lower half first.
+Int CountWordsOfNumber(char type) { return type == 'd' || type == 'l' || type == 'w' ? 2 : 1; }
+
+// Components in a row: "f" has one, "u3" three, "m4" sixteen, "d2" two of two words.
 Int CountWords(std::string_view type) {
   const Int count = type.size() > 1 ? type[1] - '0' : 1;
-  return type[0] == 'm' ? count * count : count;
+  return type[0] == 'm' ? count * count : count * CountWordsOfNumber(type[0]);
 }
 
 Bool IsType(std::string_view type) {
   const Bool isCounted = type.size() == 2 && type[1] >= '2' && type[1] <= '4';
-  return (type.size() == 1 || isCounted) && std::string_view("fiubm").find(type[0]) != std::string_view::npos &&
+  return (type.size() == 1 || isCounted) && std::string_view("fiubmdlw").find(type[0]) != std::string_view::npos &&
          (type[0] != 'm' || isCounted);
 }
 
 // The shortest digits that give the same bits when they are read again.
-std::string FormatNumber(char type, UInt32 word) {
+template <class T>
+std::string FormatFloat(T number) {
   char text[48];
+  if (number != number) return "nan";
+  return std::string(text, std::to_chars(text, text + sizeof(text), number).ptr);
+}
+
+std::string FormatNumber(char type, const UInt32* words) {
+  const UInt32 word = words[0];
+  const UInt64 wide = CountWordsOfNumber(type) == 2 ? UInt64{words[1]} << 32 | word : 0;
   switch (type) {
+    case 'd':
+      return FormatFloat(std::bit_cast<Float64>(wide));
+    case 'l':
+      return std::to_string(static_cast<Int64>(wide));
+    case 'w':
+      return std::to_string(wide);
     case 'b':
       return word != 0 ? "true" : "false";
     case 'i':
@@ -58,22 +75,20 @@ std::string FormatNumber(char type, UInt32 word) {
     case 'u':
       return std::to_string(word);
     default:
-      break;
+      return FormatFloat(std::bit_cast<Float32>(word));
   }
-  const auto number = std::bit_cast<Float32>(word);
-  if (number != number) return "nan";
-  return std::string(text, std::to_chars(text, text + sizeof(text), number).ptr);
 }
 
 std::string FormatList(char type, const UInt32* words, Int count) {
   std::string list = "(";
-  for (Int i = 0; i < count; ++i) list += (i == 0 ? "" : ", ") + FormatNumber(type, words[i]);
+  for (Int i = 0; i < count; ++i)
+    list += (i == 0 ? "" : ", ") + FormatNumber(type, words + i * CountWordsOfNumber(type));
   return list + ")";
 }
 
 // "(1, 2)" for vectors, a list of columns for matrices.
 std::string FormatValue(std::string_view type, const UInt32* words) {
-  if (type.size() == 1) return FormatNumber(type[0], words[0]);
+  if (type.size() == 1) return FormatNumber(type[0], words);
   const Int count = type[1] - '0';
   if (type[0] != 'm') return FormatList(type[0], words, count);
   std::string columns = "(";
@@ -124,7 +139,7 @@ constexpr std::string_view kKinds[] = {"print", "assert", "index", "array", "lay
 // What is wrong, in the words that checked kernels have on all devices.
 std::string FormatFailure(const KernelReportTable::Site& site, const UInt32* words) {
   using Kind = KernelReportTable::Site::Kind;
-  const std::string number = site.types.empty() ? "" : FormatNumber(site.types[0][0], words[0]);
+  const std::string number = site.types.empty() ? "" : FormatNumber(site.types[0][0], words);
   const std::string size = std::to_string(words[1]), name = site.text.empty() ? "" : " \"" + site.text + "\"";
   switch (site.kind) {
     case Kind::kIndex:

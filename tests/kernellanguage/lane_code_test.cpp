@@ -45,6 +45,7 @@ TEST(LaneCodeTest, EveryUnderstoodKernelOfTheRepositoryRunsWideOrHasAKnownReason
       {"net.example.sparseproduct.krn",
        "a loop in which each invocation walks through elements of its own, which is slower in lanes"},
       {"net.example.report.krn", "a value of type OstraReport that differs between invocations"},
+      {"net.example.wide.krn", "a value of type OstraReport that differs between invocations"},
       {"extended.krn", "a value of type half that differs between invocations"},
       {"net.example.halfblend.krn", "a value of type half4 that differs between invocations"},
       {"net.example.hueshift.krn",

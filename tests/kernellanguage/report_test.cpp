@@ -50,6 +50,22 @@ TEST(ReportTest, TheTableNamesPlacesTypesAndTexts) {
   ExpectReadable(form);
 }
 
+TEST(ReportTest, NumbersOf64BitsAreTwoWords) {
+  const PlainForm form =
+      PrintPlain("Int64 a = Int64(1); UInt64 b = UInt64(a); double c = 2.0; PRINT(\"%v %v %v\", a, b, c);");
+  EXPECT_NE(form.reportTable.find("\tl,w,d\t"), std::string::npos) << form.reportTable;
+  EXPECT_TRUE(Has(form, " = uint(a);")) << form.text;
+  EXPECT_TRUE(Has(form, " = uint(b >> 32);")) << form.text;
+  ExpectReadable(form);
+}
+
+// The counter must not begin again at 0.
+TEST(ReportTest, LostPrintsAreCountedUpToALimit) {
+  const PlainForm form = PrintPlain("PRINT(\"a\");", {.isForGpu = true});
+  EXPECT_TRUE(Has(form, "< 4026531840u)")) << form.text;
+  EXPECT_TRUE(Has(form, "AtomicAdd(UNIFORM_BUFFER(ostraReport)[2], 1u, ")) << form.text;
+}
+
 TEST(ReportTest, WithoutReportsNothingIsLeftOfThem) {
   const std::string_view body = "float a = 1.0; PRINT(\"%v\", a++); ASSERT(a++ > 0.0); UNIFORM_BUFFER(out)[0] = a;";
   const PlainForm silent = PrintPlain(body, {.hasReports = false});

@@ -3,11 +3,15 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdint>
+#include <cstdlib>
 #include <filesystem>
+#include <limits>
 #include <nlohmann/json.hpp>
 
 #include "tests/support/temporary_folder.h"
 #include "tests/tool/tool_process.h"
+#include "tests/tool/word_values.h"
 
 namespace ostra {
 namespace {
@@ -122,6 +126,35 @@ TEST_P(RunReportTest, PrintsAreShownInOrder) {
 TEST_P(RunReportTest, VectorsAndBranchesPrint) {
   _folder.Write("source.csv", "0\n0\n7\n");
   EXPECT_THAT(TakeLines(RunReport().output), HasSubstr("23: invocation 2: large: (0.5, -1, 0.7) 0\n"));
+}
+
+TEST_P(RunReportTest, NumbersOf64BitsPrint) {
+  const std::string lines[] = {"0.1",
+                               "-0.3333333333333333",
+                               "1e+300",
+                               "5e-324",
+                               "-0",
+                               "1.7976931348623157e+308",
+                               "2.2250738585072014e-308",
+                               "2.225073858507201e-308",
+                               "-inf",
+                               "nan",
+                               "2251799813685249.5",
+                               "-3"};
+  std::vector<double> numbers;
+  std::string expected;
+  for (const std::string& line : lines) {
+    const std::string at = std::to_string(numbers.size());
+    expected += "17: invocation " + at + ": x = " + line + ", " + at + "\n";
+    if (numbers.size() == 1) expected += "9: invocation 1: in a function -0.6666666666666666\n";
+    numbers.push_back(std::strtod(line.c_str(), nullptr));
+  }
+  _folder.Write("numbers.raw", BytesOf(numbers));
+  const ToolResult result =
+      RunTool({"run", GetTestKernel("../reports/net.example.wide.krn"), "--in", "source=" + _folder / "numbers.raw",
+               "--out", "target=" + _folder / "out.raw", "--set", "count=12", "--size", "12", "--backend", GetParam()});
+  ASSERT_EQ(result.exitStatus, 0) << result.errors;
+  EXPECT_EQ(TakeLines(result.output), expected);
 }
 
 TEST_P(RunReportTest, JsonHasPrintsInAField) {
@@ -242,6 +275,24 @@ TEST_P(RunReportTest, LoopsWithBarriersAreEndedTogether) {
 
 INSTANTIATE_TEST_SUITE_P(Backends, RunReportTest, testing::Values("cpu", "gpu"),
                          [](const auto& tested) { return std::string(tested.param); });
+
+TEST(RunReportWideTest, IntegersOf64BitsPrint) {
+  const TemporaryFolder folder;
+  folder.Write("ints.krn",
+               "#define KERNELINPUTS \\\n(const Block<Int64>) source, \\\n(Block<UInt64>) target\n\n"
+               "OSTRA_PARALLEL_KERNEL(Ints, KERNELINPUTS)\n{\n\tuint i = LinearInvocation();\n"
+               "\tInt64 x = UNIFORM_BUFFER(source)[i];\n\tUInt64 y = UInt64(x);\n\tPRINT(\"%v %v %v\", x, y, i);\n"
+               "\tUNIFORM_BUFFER(target)[i] = y;\n}\nOSTRA_PARALLEL_KERNEL_END\n");
+  folder.Write("source.raw",
+               BytesOf(std::vector<std::int64_t>{-1, std::numeric_limits<std::int64_t>::min(), 1ll << 32}));
+  const ToolResult result = RunTool({"run", folder / "ints.krn", "--in", "source=" + folder / "source.raw", "--out",
+                                     "target=" + folder / "out.raw", "--size", "3", "--backend", "cpu"});
+  ASSERT_EQ(result.exitStatus, 0) << result.errors;
+  EXPECT_EQ(TakeLines(result.output),
+            "10: invocation 0: -1 18446744073709551615 0\n"
+            "10: invocation 1: -9223372036854775808 9223372036854775808 1\n"
+            "10: invocation 2: 4294967296 4294967296 2\n");
+}
 
 TEST(RunReportBothTest, LinesNameTheBackend) {
   if (!HasDevice()) GTEST_SKIP() << "There is no GPU device on this machine.";
