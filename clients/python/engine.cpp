@@ -3,7 +3,10 @@
 #include <pybind11/pybind11.h>
 #include <unistd.h>
 
+#include <algorithm>
+
 #include "clients/python/engine_call.h"
+#include "parallelprogram/program/dispatch_times_interface.h"
 
 OSTRA_UNIT("python");
 
@@ -51,6 +54,7 @@ Result<Session&> Engine::GetGpu() {
   if (!_gpu) {
     OSTRA_ASSIGN_OR_RETURN(Session gpu, Session::TryCreate({.backend = Backend::kGpu}));
     _gpu.emplace(std::move(gpu));
+    if (_isMeasuring) OSTRA_RETURN_IF_ERROR(MeasureDispatches(true));
   }
   return *_gpu;
 }
@@ -67,6 +71,28 @@ Result<void> Engine::SetCounter(Backend backend, InternedId name, UInt32 value) 
     _counters.insert(key);
   }
   return program.SetAtomicCounter(name, value);
+}
+
+Result<void> Engine::MeasureDispatches(bool isOn) {
+  _isMeasuring = isOn;
+  OSTRA_RETURN_IF_ERROR(FindInterface<DispatchTimesInterface>(_cpu.GetProgram())->MeasureDispatches(isOn));
+  if (!_gpu) return OK;
+  return FindInterface<DispatchTimesInterface>(_gpu->GetProgram())->MeasureDispatches(isOn);
+}
+
+Result<std::vector<EngineTime>> Engine::TakeTimes() {
+  std::vector<EngineTime> times;
+  for (const Backend backend : {Backend::kCpu, Backend::kGpu}) {
+    if (backend == Backend::kGpu && !_gpu) continue;
+    auto& program = *FindInterface<DispatchTimesInterface>(GetSession(backend).GetProgram());
+    OSTRA_ASSIGN_OR_RETURN(const BaseArray<DispatchTime> taken, program.TakeDispatchTimes());
+    for (const DispatchTime& time : taken) {
+      const auto& sides = time.invocations;
+      const Int invocations = Int{sides.x} * std::max<Int>(sides.y, 1) * std::max<Int>(sides.z, 1);
+      times.push_back({_kernelNames[time.kernel.GetHashCode()], backend, invocations, time.duration});
+    }
+  }
+  return times;
 }
 
 void Engine::Retire(const ProgramResource& resource) {

@@ -1,7 +1,7 @@
 // Engine: the host, the sessions of CPU and GPU and the kernel runtime of the process that Python runs in.
 #pragma once
 
-#include <atomic>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -17,6 +17,14 @@ struct ProgramResource {
   Backend backend = Backend::kCpu;
   InternedId name;
   bool isTexture = false;
+};
+
+// A dispatch that was measured.
+struct EngineTime {
+  std::string kernel;
+  Backend backend = Backend::kCpu;
+  Int invocations = 0;
+  Int nanoseconds = 0;
 };
 
 // Everything is used under its mutex, which is locked without the interpreter lock: calls of several threads run one
@@ -45,6 +53,12 @@ class Engine {
   Result<InternedId> MakeName(const char* kind);
   // The counter of this name of a program, with a value. Programs keep counters: there is one for each name.
   Result<void> SetCounter(Backend backend, InternedId name, UInt32 value);
+  // From now on a kernel of a program is called `name` in times.
+  void NameKernel(InternedId kernel, const std::string& name) { _kernelNames[kernel.GetHashCode()] = name; }
+  // Measures the dispatches of both programs, or no more. Errors: those of DispatchTimesInterface.
+  Result<void> MeasureDispatches(bool isOn);
+  // Those that were measured since the last call: of the CPU, then of the GPU.
+  Result<std::vector<EngineTime>> TakeTimes();
   // Deletes what was retired.
   void DeleteRetired();
 
@@ -59,6 +73,8 @@ class Engine {
   KernelRuntime _runtime;
   Int _nameCount = 0;
   std::set<std::string> _counters;
+  std::map<UInt64, std::string> _kernelNames;
+  bool _isMeasuring = false;
   std::mutex _retiredMutex;
   std::vector<ProgramResource> _retired;  // guarded by _retiredMutex
 };

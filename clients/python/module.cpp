@@ -5,6 +5,7 @@
 
 #include "clients/python/element_format.h"
 #include "clients/python/engine_call.h"
+#include "clients/python/inquiries.h"
 #include "clients/python/python_kernel.h"
 
 namespace py = pybind11;
@@ -144,6 +145,12 @@ PYBIND11_MODULE(_ostra, module) {
       .def_property_readonly("backend", &PythonKernel::GetBackendName)
       .def_property_readonly("parameters", &PythonKernel::DescribeParameters);
   module.def("choose_backend", [](const std::string& name) { return GetBackendName(ChooseBackend(name)); });
+  module.def("devices", &ListDevices);
+  module.def("configuration", &ListConfiguration);
+  module.def("configure", &Configure);
+  module.def("device_memory", &GetDeviceMemory);
+  module.def("measure", &MeasureDispatches);
+  module.def("take_times", &TakeDispatchTimes);
   // The host ends before the libraries that it uses.
   py::module_::import("atexit").attr("register")(py::cpp_function(&Engine::Close));
 }

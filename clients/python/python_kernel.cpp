@@ -35,6 +35,7 @@ Result<void> PythonKernel::Load(const std::string& file, const std::string& text
   _name = std::string(url.GetName().GetView());
   _axisCount = loaded.GetAxisCount();
   OSTRA_ASSIGN_OR_RETURN(_kernel, _engine->MakeName("kernel"));
+  _engine->NameKernel(_kernel, _name);
   OSTRA_RETURN_IF_ERROR(GetProgram().AddKernel(_kernel, isOnGpu ? url : loaded.GetUrl(), true));
   return ReadParameters(loaded);
 }

@@ -14,9 +14,24 @@ from . import _ostra  # first: it says where it does not work
 import numpy as _numpy
 
 from ._ostra import Buffer, Counter, Error
+from ._inquiries import Profile, configuration, configure, devices, memory, profile
 from ._texture import Texture
 
-__all__ = ["Buffer", "Counter", "Error", "Kernel", "Texture", "from_dlpack", "kernel"]
+__all__ = [
+    "Buffer",
+    "Counter",
+    "Error",
+    "Kernel",
+    "Profile",
+    "Texture",
+    "configuration",
+    "configure",
+    "devices",
+    "from_dlpack",
+    "kernel",
+    "memory",
+    "profile",
+]
 
 
 class Kernel:
