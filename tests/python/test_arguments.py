@@ -186,7 +186,7 @@ def test_a_texture_is_not_changed_with_its_array():
 @pytest.mark.parametrize("array, settings, message", [
     (numbers(2, 2).astype("f8"), {}, "a texture is made of float32, float16 or uint8, not of float64"),
     (numbers(0, 2), {}, "the array is empty"),
-    ([1.0], {}, "takes a numpy array, not list"),
+    ([1.0], {}, "takes a numpy array or an ostra.Buffer, not list"),
     (numbers(2, 2), {"wrap": "mirror"}, 'wrap is "clamp", "repeat" or "border", not \'mirror\''),
     (numbers(2, 2), {"border": 1}, 'only wrap="border" shows a border'),
     (numbers(2, 2), {"coordinates": "pixels"}, "not 'pixels'"),

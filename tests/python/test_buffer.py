@@ -117,6 +117,21 @@ def test_memory_of_other_packages_is_used_without_a_copy():
         ostra.from_dlpack(Elsewhere())
 
 
+def test_a_buffer_becomes_a_texture(backend):
+    step = ostra.kernel(STEP, backend=backend)
+    texture = ostra.Texture(step(source=ostra.Buffer(numbers(4, 4), backend=backend)))
+    numpy.testing.assert_array_equal(texture.numpy(), numbers(4, 4) / 2 + 1)
+
+
+def test_what_does_not_fit_into_memory_is_an_error(backend):
+    kernel = ostra.kernel(STEP, backend=backend)
+    one = numpy.zeros(1, numpy.float32)
+    for source in (one, ostra.Buffer(one, backend=backend)):
+        with pytest.raises((MemoryError, ostra.Error)):
+            kernel((2**31, 2**13), source=source)  # 64 TiB
+    numpy.testing.assert_array_equal(kernel(source=numbers(8)), numbers(8) / 2 + 1)
+
+
 def test_arrays_in_another_order_are_copied_element_by_element():
     buffer = ostra.Buffer(numpy.asfortranarray(numbers(4, 6))[::2])
     numpy.testing.assert_array_equal(buffer.numpy(), numbers(4, 6)[::2])

@@ -34,7 +34,7 @@ class Counter:
 class Texture:
     def __init__(
         self,
-        array: numpy.ndarray,
+        array: numpy.ndarray | Buffer,
         *,
         wrap: str | Sequence[str] = "clamp",
         border: float | Sequence[float] | None = None,

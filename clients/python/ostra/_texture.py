@@ -17,7 +17,7 @@ class Texture(_ostra.Texture):
     """
 
     def __init__(self, array, *, wrap="clamp", border=None, coordinates="normalized", srgb=False, layers=False):
-        """Copies a numpy array of float32, float16 or uint8.
+        """Copies a numpy array or an ostra.Buffer of float32, float16 or uint8.
 
         array: the texels, axes from the slowest to x, then the channels where there are several: (height, width, 4).
         wrap: what is beyond the edges: "clamp", "repeat" or "border", or a tuple of them for x, y and z.
@@ -43,8 +43,10 @@ class Texture(_ostra.Texture):
         values = () if border is None else (border,) if not hasattr(border, "__len__") else tuple(border)
         if len(values) > 4:
             raise ValueError("border has up to four numbers")
+        if isinstance(array, _ostra.Buffer):
+            array = array.numpy()
         if not isinstance(array, _numpy.ndarray):
-            raise TypeError(f"a texture takes a numpy array, not {type(array).__name__}")
+            raise TypeError(f"a texture takes a numpy array or an ostra.Buffer, not {type(array).__name__}")
         modes = [_WRAP_MODES[mode] for mode in modes]
         super().__init__(
             array,
