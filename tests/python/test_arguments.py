@@ -231,3 +231,13 @@ def test_noises_are_chosen_by_name_or_number(backend, kernels):
         kernel((8, 8), **given, noiseMode_0="gasous")
     with pytest.raises(TypeError, match='did you mean "noiseMode_0"\\?'):
         kernel((8, 8), **given, noisMode_0=1)
+
+
+def test_a_buffer_that_a_kernel_does_not_use_may_be_given_and_left_out(backend):
+    kernel = ostra.kernel(make_kernel("Spare", ["(const Block<Float32>) spare", "(Block<Float32>) target"],
+                                      "UNIFORM_BUFFER(target)[i] = float(i);"), backend=backend)
+    target = numpy.zeros(8, numpy.float32)
+    for arguments in ({}, {"spare": numbers(8)}, {}, {"spare": numbers(8)}):
+        target[:] = -1
+        kernel(8, target=target, **arguments)
+        numpy.testing.assert_array_equal(target, numbers(8))
