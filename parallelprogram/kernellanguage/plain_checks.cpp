@@ -23,8 +23,9 @@ Bool PlainPrinter::IsDivision(NodeIndex node) const {
   const NodeIndex divisor = Child(node, 1);
   const TypeIndex type = _resolved.converted[divisor];
   const Scalar scalar = _types[type].scalar;
-  if (!(_types.IsScalar(type) || _types.IsVector(type)) || (scalar != Scalar::kInt32 && scalar != Scalar::kUInt32))
-    return false;
+  const Bool isWide = scalar == Scalar::kInt64 || scalar == Scalar::kUInt64;
+  const Bool isWhole = isWide || scalar == Scalar::kInt32 || scalar == Scalar::kUInt32;
+  if (!(_types.IsScalar(type) || _types.IsVector(type)) || !isWhole) return false;
   return FindNumber(divisor).value_or(0) == 0;
 }
 
@@ -135,10 +136,15 @@ std::string PlainPrinter::CheckLayer(NodeIndex call, const std::string& layer) {
   return CallIndexCheck(call, type, site, layer, size);
 }
 
+std::string PlainPrinter::WholeNumber(std::string_view digits, Scalar scalar) {
+  if (scalar == Scalar::kInt32) return std::string(digits);
+  return scalar == Scalar::kUInt32 ? Join({digits, "u"}) : Join({TypeName(GetScalarType(scalar)), "(", digits, ")"});
+}
+
 // Whether the quotient of the least number and -1 may be asked for, which no integer holds.
 Bool PlainPrinter::MayOverflow(NodeIndex division) const {
   const NodeIndex left = Child(division, 0);
-  return IsDivision(division) && _types[_resolved.converted[Child(division, 1)]].scalar == Scalar::kInt32 &&
+  return IsDivision(division) && IsSignedInteger(_types[_resolved.converted[Child(division, 1)]].scalar) &&
          KindOf(left) != NodeKind::kLiteral;
 }
 
@@ -157,11 +163,11 @@ std::string PlainPrinter::CheckDivisor(NodeIndex division, const std::string& di
   }
   const std::string name = Join({"ostra_divisor_", HelperWord(type)});
   if (_helperNames.insert(name).second) {
-    const Bool isSigned = _types[type].scalar == Scalar::kInt32;
+    const Scalar scalar = _types[type].scalar;
     std::string tests;
     for (const std::string& component : Components("value", type))
-      tests += Join({"\tif (", component, isSigned ? " == 0" : " == 0u",
-                     ")\n\t{\n\t\tostra_fail(report, site, 0u, 0u);\n\t\t", component, isSigned ? " = 1" : " = 1u",
+      tests += Join({"\tif (", component, " == ", WholeNumber("0", scalar),
+                     ")\n\t{\n\t\tostra_fail(report, site, 0u, 0u);\n\t\t", component, " = ", WholeNumber("1", scalar),
                      ";\n\t}\n"});
     _helpers += Join({MarkOf(division), "inline ", TypeName(type), " ", name, "(INOUT OstraReport report, uint site, ",
                       TypeName(type), " divisor)\n{\n\t", TypeName(type), " value = divisor;\n", tests,
@@ -185,16 +191,19 @@ std::string PlainPrinter::DivisorCheckName(TypeIndex left, TypeIndex right) cons
 void PlainPrinter::WriteDivisorCheck(TypeIndex left, TypeIndex right) {
   const std::string name = DivisorCheckName(left, right);
   if (!_helperNames.insert(name).second) return;
+  const Scalar scalar = _types[right].scalar;
+  const std::string zero = WholeNumber("0", scalar), one = WholeNumber("1", scalar);
+  const std::string least = scalar == Scalar::kInt32 ? "-2147483647 - 1" : Join({"(", one, " << 63)"});
   const auto dividends = Components("dividend", left), divisors = Components("value", right);
   std::string tests;
   for (std::size_t i = 0; i < std::max(dividends.size(), divisors.size()); ++i) {
     const std::string& divisor = divisors[std::min(i, divisors.size() - 1)];
     const std::string& dividend = dividends[std::min(i, dividends.size() - 1)];
     if (i < divisors.size())
-      tests += Join(
-          {"\tif (", divisor, " == 0)\n\t{\n\t\tostra_fail(report, site, 0u, 0u);\n\t\t", divisor, " = 1;\n\t}\n"});
-    tests += Join({"\tif (", divisor, " == -1 && ", dividend,
-                   " == -2147483647 - 1)\n\t{\n\t\tostra_fail(report, site, 0u, 1u);\n\t\t", divisor, " = 1;\n\t}\n"});
+      tests += Join({"\tif (", divisor, " == ", zero, ")\n\t{\n\t\tostra_fail(report, site, 0u, 0u);\n\t\t", divisor,
+                     " = ", one, ";\n\t}\n"});
+    tests += Join({"\tif (", divisor, " == -", one, " && ", dividend, " == ", least,
+                   ")\n\t{\n\t\tostra_fail(report, site, 0u, 1u);\n\t\t", divisor, " = ", one, ";\n\t}\n"});
   }
   _helpers += Join({Mark(_place), "inline ", TypeName(right), " ", name, "(INOUT OstraReport report, uint site, ",
                     TypeName(left), " dividend, ", TypeName(right), " divisor)\n{\n\t", TypeName(right),

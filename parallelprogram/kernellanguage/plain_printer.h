@@ -231,6 +231,7 @@ class PlainPrinter {
   std::string CallIndexCheck(NodeIndex node, TypeIndex type, std::size_t site, const std::string& index,
                              const std::string& size);
   Bool MayOverflow(NodeIndex division) const;
+  std::string WholeNumber(std::string_view digits, Scalar scalar);
   std::string CheckDivisor(NodeIndex division, const std::string& divisor, const std::string& dividend);
   TypeIndex GetDividendType(NodeIndex division) const;
   std::string DivisorCheckName(TypeIndex left, TypeIndex right) const;

@@ -59,6 +59,13 @@ TEST(ReportTest, NumbersOf64BitsAreTwoWords) {
   ExpectReadable(form);
 }
 
+TEST(ReportTest, DivisionsOf64BitsAreChecked) {
+  const PlainForm form = PrintPlain("Int64 a = Int64(1); Int64 b = (a + a) / a;", {.hasChecks = true});
+  EXPECT_TRUE(Has(form, "Int64 b = ostra_quotient_of_Int64_Int64(ostraState, 0u, a + a, a);")) << form.text;
+  EXPECT_TRUE(Has(form, "if (value == -Int64(1) && dividend == (Int64(1) << 63))")) << form.text;
+  ExpectReadable(form);
+}
+
 // The counter must not begin again at 0.
 TEST(ReportTest, LostPrintsAreCountedUpToALimit) {
   const PlainForm form = PrintPlain("PRINT(\"a\");", {.isForGpu = true});

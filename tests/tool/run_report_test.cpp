@@ -294,6 +294,32 @@ TEST(RunReportWideTest, IntegersOf64BitsPrint) {
             "10: invocation 2: 4294967296 4294967296 2\n");
 }
 
+TEST(RunReportWideTest, DivisionsOf64BitsAreChecked) {
+  const TemporaryFolder folder;
+  folder.Write("ints.krn",
+               "#define KERNELINPUTS \\\n(const Block<Int64>) source, \\\n(const Block<UInt64>) divisors, \\\n"
+               "(Block<Int64>) target\n\n"
+               "OSTRA_PARALLEL_KERNEL(Ints, KERNELINPUTS)\n{\n\tuint i = LinearInvocation();\n"
+               "\tInt64 x = UNIFORM_BUFFER(source)[i] / UNIFORM_BUFFER(source)[i + 3u];\n"
+               "\tx += Int64(7u / UNIFORM_BUFFER(divisors)[i]);\n"
+               "\tUNIFORM_BUFFER(target)[i] = x;\n}\nOSTRA_PARALLEL_KERNEL_END\n");
+  const auto run = [&](std::int64_t dividend, std::int64_t divisor, std::uint64_t last) {
+    folder.Write("source.raw", BytesOf(std::vector<std::int64_t>{9, dividend, 8, 3, divisor, 2}));
+    folder.Write("divisors.raw", BytesOf(std::vector<std::uint64_t>{7, 7, last}));
+    return RunTool({"run", folder / "ints.krn", "--in", "source=" + folder / "source.raw", "--in",
+                    "divisors=" + folder / "divisors.raw", "--out", "target=" + folder / "out.raw", "--size", "3",
+                    "--backend", "cpu", "--checked"})
+        .errors;
+  };
+  const std::int64_t least = std::numeric_limits<std::int64_t>::min();
+  EXPECT_EQ(run(least, 1, 7), "");
+  EXPECT_EQ(ValuesOf<std::int64_t>(folder.Read("out.raw")), (std::vector<std::int64_t>{4, least + 1, 5}));
+  EXPECT_THAT(run(least, -1, 7), HasSubstr("ints.krn:9:38: error: the least whole number is divided by -1 (/), in "
+                                           "invocation 1"));
+  EXPECT_THAT(run(6, 0, 7), HasSubstr("ints.krn:9:38: error: a whole number is divided by zero (/), in invocation 1"));
+  EXPECT_THAT(run(6, 1, 0), HasSubstr("ints.krn:10:16: error: a whole number is divided by zero (/), in invocation 2"));
+}
+
 TEST(RunReportBothTest, LinesNameTheBackend) {
   if (!HasDevice()) GTEST_SKIP() << "There is no GPU device on this machine.";
   const TemporaryFolder folder;
