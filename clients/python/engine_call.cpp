@@ -22,39 +22,36 @@ std::atomic<bool> g_isInterrupted{false};
 std::atomic<DispatchStopInterface*> g_running{nullptr};
 struct sigaction g_former = {};
 
+std::atomic<bool> g_isHandling{false};
+
 extern "C" void HandleInterrupt(int number) {
+  if (g_isHandling.exchange(true)) return;  // the former handler calls the one before, which is this
   g_isInterrupted.store(true);
   if (DispatchStopInterface* const running = g_running.load()) running->RequestStop();
   g_former.sa_handler(number);
+  g_isHandling.store(false);
 }
 
-// Python's handler, or the application's, is called from this one. Signals that are ignored or end the process do so.
-class InterruptHandler {
- public:
-  InterruptHandler() {
-    g_isInterrupted.store(false);
-    if (sigaction(SIGINT, nullptr, &g_former) != 0) return;
-    const bool isFunction = g_former.sa_handler != SIG_DFL && g_former.sa_handler != SIG_IGN;
-    if (!isFunction || (g_former.sa_flags & SA_SIGINFO) != 0) return;
-    struct sigaction own = g_former;
-    own.sa_handler = HandleInterrupt;
-    _isInstalled = sigaction(SIGINT, &own, nullptr) == 0;
-  }
-  InterruptHandler(const InterruptHandler&) = delete;
-  InterruptHandler& operator=(const InterruptHandler&) = delete;
-  ~InterruptHandler() {
-    if (_isInstalled) sigaction(SIGINT, &g_former, nullptr);
-  }
+// Python's handler, or the application's, is called from this one, which stays in front of it. Signals that are ignored
+// or end the process do so.
+void InstallInterruptHandler() {
+  struct sigaction known = {};
+  if (sigaction(SIGINT, nullptr, &known) != 0 || known.sa_handler == HandleInterrupt) return;
+  const bool isFunction = known.sa_handler != SIG_DFL && known.sa_handler != SIG_IGN;
+  if (!isFunction || (known.sa_flags & SA_SIGINFO) != 0) return;
+  g_former = known;
+  known.sa_handler = HandleInterrupt;
+  static_cast<void>(sigaction(SIGINT, &known, nullptr));  // without it a call is not stopped
+}
 
- private:
-  bool _isInstalled = false;
-};
-
-thread_local std::optional<InterruptHandler> t_handler;
+bool IsMainThread() {
+  thread_local const bool isMain = syscall(SYS_gettid) == getpid();
+  return isMain;
+}
 
 }  // namespace
 
-EngineCall::EngineCall(Engine& engine) : _engine(engine), _isMainThread(syscall(SYS_gettid) == getpid()) {
+EngineCall::EngineCall(Engine& engine) : _engine(engine), _isMainThread(IsMainThread()) {
   OrThrow(engine.CheckProcess());
   g_runningCalls.fetch_add(1);
   if (!g_isClosed.load()) return;
@@ -66,7 +63,10 @@ EngineCall::EngineCall(Engine& engine) : _engine(engine), _isMainThread(syscall(
 EngineCall::~EngineCall() { g_runningCalls.fetch_sub(1); }
 
 bool EngineCall::Begin() {
-  if (_isMainThread) t_handler.emplace();
+  if (_isMainThread) {
+    InstallInterruptHandler();
+    g_isInterrupted.store(false);
+  }
   const auto isInterrupted = [this] { return _isMainThread && g_isInterrupted.load(); };
   _hasLock = _engine.GetMutex().try_lock();
   while (!_hasLock && !isInterrupted()) _hasLock = _engine.GetMutex().try_lock_for(std::chrono::milliseconds(20));
@@ -82,7 +82,6 @@ void EngineCall::End() {
   if (_isMainThread) g_running.store(nullptr);
   if (_hasLock) _engine.GetMutex().unlock();
   _hasLock = false;
-  if (_isMainThread) t_handler.reset();
 }
 
 void EngineCall::ThrowSignal() const {
