@@ -28,7 +28,7 @@ struct DrawportParameter {
   DrawportParameterKind kind = DrawportParameterKind::Uniform;
   InternedId name;
   DrawportShaderValueType valueType = DrawportShaderValueType::Float;  // of uniforms
-  DrawportStructLayout layout;                                         // of buffers
+  DrawportStructLayout layout;  // of buffers; of uniforms of 64 bits the type name
   DrawportBufferAccess access = DrawportBufferAccess::ReadWrite;
   Bool isValue = false;                                              // a buffer of one element that is set as a value
   DrawportTextureType textureType = DrawportTextureType::Texture2D;  // of textures and images

@@ -121,6 +121,8 @@ Result<void> DrawportProgramDescription::AddRecordedParameters(const ShaderRecor
       added.isValue = parameter.isValue;
     } else if (!IsBound(parameter.kind)) {
       continue;
+    } else {
+      added.layout.typeName = parameter.elementType;
     }
     OSTRA_RETURN_IF_ERROR(AddParameter(std::move(added)));
   }

@@ -71,7 +71,8 @@ struct ShaderParameter {
   String name;
   // Of everything but buffers and counters.
   DrawportShaderValueType valueType = DrawportShaderValueType::Float;
-  // Of buffers: a type word, or the name of a struct.
+  // Of buffers: a type word, or the name of a struct. Of values of type UInt2: "Int64", "UInt64" or "Float64" for those
+  // of 64 bits, which programs read as such.
   String elementType;
   DrawportBufferAccess access = DrawportBufferAccess::ReadWrite;
   DataType structType = {};  // of elements that are structs whose members are known; else no type

@@ -1,4 +1,6 @@
 // How values of clients reach the parameters of a program.
+#include <bit>
+
 #include "ostra/core/format.h"
 #include "ostra/math/data_types.h"
 #include "ostra/render/gradient.h"
@@ -23,6 +25,12 @@ Result<void> SetParameterValue(const ParameterTarget& target, DrawportParameterH
   if (const auto* value = data.GetIf<UInt32>()) return factory.SetParameterUInt(values, handle, *value);
   if (const auto* value = data.GetIf<Int32>()) return factory.SetParameterInt(values, handle, *value);
   if (const auto* value = data.GetIf<Bool>()) return factory.SetParameterUInt(values, handle, *value ? 1 : 0);
+  if (const auto* value = data.GetIf<Int64>())
+    return factory.SetParameterUInt2(values, handle, std::bit_cast<Vec2<UInt32>>(*value));
+  if (const auto* value = data.GetIf<UInt64>())
+    return factory.SetParameterUInt2(values, handle, std::bit_cast<Vec2<UInt32>>(*value));
+  if (const auto* value = data.GetIf<Float64>())
+    return factory.SetParameterUInt2(values, handle, std::bit_cast<Vec2<UInt32>>(*value));
   if (const auto* value = data.GetIf<Vec2<UInt32>>()) return factory.SetParameterUInt2(values, handle, *value);
   if (const auto* value = data.GetIf<Vec3<UInt32>>()) return factory.SetParameterUInt3(values, handle, *value);
   if (const auto* value = data.GetIf<Vec4<UInt32>>()) return factory.SetParameterUInt4(values, handle, *value);

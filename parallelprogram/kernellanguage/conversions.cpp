@@ -49,7 +49,10 @@ Scalar GetCommonScalar(Scalar a, Scalar b) {
 }
 
 Bool ConvertsEverywhere(Scalar from, Scalar to) {
-  // No shading language reads a kernel with integers of other sizes.
+  // GLSL has few conversions of 64-bit integers that are not written.
+  const auto isLong = [](Scalar scalar) { return scalar == Scalar::kInt64 || scalar == Scalar::kUInt64; };
+  if (from != to && (isLong(from) || isLong(to))) return false;
+  // No shading language reads a kernel with smaller integers.
   const auto isShared = [](Scalar scalar) {
     return scalar == Scalar::kBool || scalar == Scalar::kInt32 || scalar == Scalar::kUInt32 ||
            scalar == Scalar::kFloat32 || scalar == Scalar::kFloat64;

@@ -65,12 +65,22 @@ std::string PlainPrinter::ArraySizes(const TypeTable& types, TypeIndex type) {
   return Join({"[", std::to_string(kind.count), "]", ArraySizes(types, kind.element)});
 }
 
+// Numbers of 64 bits are put together, because languages have different letters behind them, or none.
+std::string PlainPrinter::WideLiteral(const LiteralValue& value) {
+  const std::string name(kernellanguage::GetName(value.scalar));
+  const auto low = static_cast<UInt32>(value.integer), high = static_cast<UInt32>(value.integer >> 32);
+  if (high == 0) return Join({name, "(", std::to_string(low), "u)"});
+  return Join({name, "((", name, "(", std::to_string(high), "u) << 32) | ", name, "(", std::to_string(low), "u))"});
+}
+
 // An integer is written as the number that it is wanted as; 1 becomes 1.0 or 1u.
 std::string PlainPrinter::Literal(NodeIndex node, TypeIndex wanted) const {
   const std::string_view text = _tree.GetName(node);
   const TypeIndex type = _resolved.type[node];
   LiteralValue value;
   if (type == wanted || !_types.IsScalar(wanted) || !ParseLiteral(text, value)) return std::string(text);
+  if (IsInteger(value.scalar) && GetSize(value.scalar) == 8)
+    return Join({_types.GetName(wanted), "(", WideLiteral(value), ")"});
   if (IsInteger(value.scalar) && value.scalar != Scalar::kBool && value.integer < (UInt64{1} << 24)) {
     if (wanted == kFloatType) return std::to_string(value.integer) + ".0";
     if (wanted == kUIntType) return std::to_string(value.integer) + "u";
@@ -116,8 +126,11 @@ std::string PlainPrinter::ValueItself(NodeIndex node, Binding& binding) {
   const Meaning& meaning = _resolved.meaning[node];
   const std::string mark = MarkOf(node);
   switch (KindOf(node)) {
-    case NodeKind::kLiteral:
-      return Join({mark, name});
+    case NodeKind::kLiteral: {
+      LiteralValue value;
+      const Bool isWide = ParseLiteral(name, value) && IsInteger(value.scalar) && GetSize(value.scalar) == 8;
+      return isWide ? mark + WideLiteral(value) : Join({mark, name});
+    }
     case NodeKind::kName:
       return mark + Name(node, binding);
     case NodeKind::kUniform:

@@ -60,10 +60,15 @@ std::string PlainPrinter::ParameterType(NodeIndex type) const {
   std::string name(_tree.GetName(type));
   TypeIndex value = _resolved.type[type];
   if (IsExtendedType(name) && IsBoolVector(value)) value = GetVectorType(Scalar::kInt32, _types[value].count);
-  if (_options.isForGpu && (value == kBoolType || (_types.IsVector(value) && IsInteger(_types[value].scalar))))
+  const Bool isWide = _types.IsScalar(value) && GetSize(_types[value].scalar) == 8;
+  if (_options.isForGpu &&
+      (value == kBoolType || isWide || (_types.IsVector(value) && IsInteger(_types[value].scalar))))
     return _types.GetName(value);
   const Type& kind = _types[value];
-  if (IsExtendedType(name)) name = Join({"Vec", std::to_string(kind.count), "<", GetCppName(kind.scalar), ">"});
+  if (IsExtendedType(name) && kind.kind == TypeKind::kScalar)
+    name = GetCppName(kind.scalar);
+  else if (IsExtendedType(name))
+    name = Join({"Vec", std::to_string(kind.count), "<", GetCppName(kind.scalar), ">"});
   const auto arguments = _tree.GetChildren(type);
   for (std::size_t i = 0; i < arguments.size(); ++i) name += Join({i == 0 ? "<" : ", ", ParameterType(arguments[i])});
   if (!arguments.empty()) name += ">";

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "parallelprogram/kernellanguage/join.h"
+#include "parallelprogram/kernellanguage/literal.h"
 #include "parallelprogram/kernellanguage/plain_form.h"
 
 namespace ostra::kernellanguage {
@@ -125,6 +126,7 @@ class PlainPrinter {
   std::string Argument(NodeIndex call, std::size_t index);
   void CheckPlainPlace(NodeIndex place);
   std::string MemberText(NodeIndex node) const;  // ".x"
+  static std::string WideLiteral(const LiteralValue& value);
   std::string Literal(NodeIndex node, TypeIndex wanted) const;
   std::string TypeName(TypeIndex type);
   static std::string ArraySizes(const TypeTable& types, TypeIndex type);

@@ -206,6 +206,7 @@ TypeIndex Resolver::ReadType(NodeIndex node) {
   }
   if (type == kUnknownType) return Stop(node, Join({"the type \"", name, "\" here"}));
   if (arguments.empty() && IsExtendedType(name) && !_structs.contains(name)) Extend(node);
+  if (name == "Int" && !_structs.contains(name)) Extend(node, true);  // programs on GPUs have no such word
   return _resolved.type[node] = type;
 }
 
@@ -249,7 +250,8 @@ void Resolver::ExtendParameterType(NodeIndex node, TypeIndex type) {
   const Scalar scalar = Get(type).scalar;
   const Bool isOfIntegers = scalar == Scalar::kInt32 || scalar == Scalar::kUInt32;
   const Bool isShortVector = IsVector(type) && isOfIntegers && Get(type).count < 4;
-  if (type == kBoolType || isShortVector) Extend(node, true);
+  const Bool isWide = IsScalar(type) && GetSize(scalar) == 8;
+  if (type == kBoolType || isShortVector || isWide) Extend(node, true);
 }
 
 void Resolver::ReadParameters(NodeIndex item) {

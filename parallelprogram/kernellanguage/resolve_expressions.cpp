@@ -111,6 +111,8 @@ TypeIndex Resolver::ExpressionItself(NodeIndex node) {
 TypeIndex Resolver::Literal(NodeIndex node) {
   LiteralValue value;
   if (!ParseLiteral(NameOf(node), value)) return Stop(node, Join({"the number ", NameOf(node)}));
+  // Shading languages write these differently, or not at all.
+  if (value.scalar == Scalar::kInt64 || value.scalar == Scalar::kUInt64) Extend(node, true);
   return GetScalarType(value.scalar);
 }
 

@@ -241,6 +241,8 @@ constexpr Word kWords[] = {
     {"Int64", kType, Id::kOther, "", "64-bit integer"},
     {"Int", kType, Id::kOther, "", "64-bit integer"},
     {"UInt64", kType, Id::kOther, "", "64-bit integer without sign"},
+    {"int64_t", kType, Id::kOther, "", "64-bit integer"},
+    {"uint64_t", kType, Id::kOther, "", "64-bit integer without sign"},
     {"half", kType, Id::kOther, "", "16-bit number"},
     {"HalfFloat", kType, Id::kOther, "", "16-bit number"},
     {"float", kType, Id::kOther, "", "32-bit number"},

@@ -2,8 +2,10 @@
 
 #include <algorithm>
 
+#include "ostra/core/find_word.h"
 #include "ostra/core/format.h"
 #include "ostra/core/source_message.h"
+#include "ostra/math/data_types.h"
 #include "parallelprogram/shaderassembly/element_types.h"
 #include "parallelprogram/shaderassembly/resource_uses.h"
 #include "parallelprogram/shaderassembly/struct_elements.h"
@@ -40,6 +42,7 @@ class RecordMaker {
     }
     OSTRA_ASSIGN_OR_RETURN(_records.body,
                            MakeCode(_parser.GetKernelCode().GetString(), _parser.GetKernelCodeOrigins()));
+    OSTRA_RETURN_IF_ERROR(CheckNumbers());
     _records.noiseTableCount = _uses.GetNoiseTableCount();
     AssignBindings(_records);
     return std::move(_records);
@@ -103,7 +106,7 @@ class RecordMaker {
     for (const ShaderStruct& known : _records.structs)
       if (known.name == word) return word;
     const DataType other = FindElementWord(word.GetView());
-    return other.IsPopulated() && other != GetDataType<Float64>() ? word : String();
+    return other.IsPopulated() && other != GetDataType<Float64>() && !IsLong(other) ? word : String();
   }
 
   Result<void> AddFunction(const ShaderFunctionDefinition& function) {
@@ -151,6 +154,7 @@ class RecordMaker {
   void SetValue(const ShaderInputEntry& input, ShaderParameter& parameter) const {
     const ShaderValueForm form = GetDeclaredValueForm(input.dataType);
     parameter.valueType = form.type;
+    parameter.elementType = FindWideWord(input.dataType);
     if ((input.kind & kShaderInputAttribute) != 0) {
       parameter.kind = ShaderParameterKind::Attribute;
     } else if ((input.kind & kShaderInputVarying) != 0) {
@@ -179,6 +183,51 @@ class RecordMaker {
     texture.origin = MakeOrigin(entry.origin);
     OSTRA_RETURN_IF_ERROR(_records.textures.Append(std::move(texture)));
     return OK;
+  }
+
+  // Of values of 64 bits; empty for others.
+  static String FindWideWord(DataType type) {
+    if (type == GetDataType<Int64>()) return "Int64"_s;
+    if (type == GetDataType<UInt64>()) return "UInt64"_s;
+    return type == GetDataType<Float64>() ? "Float64"_s : String();
+  }
+
+  static Bool IsLong(DataType type) { return type == GetDataType<Int64>() || type == GetDataType<UInt64>(); }
+
+  // What not every language has. Elements of buffers are checked where they are declared.
+  Result<void> CheckNumbers() const {
+    for (const ShaderParameter& parameter : _records.parameters) {
+      if (parameter.kind != ShaderParameterKind::Value) continue;
+      const std::string_view obstacle = FindElementTypeObstacle(parameter.elementType.GetView(), _records.language);
+      if (obstacle.empty()) continue;
+      OSTRA_ASSIGN_OR_RETURN(const String what, Format("the value \"@\" is @", parameter.name, parameter.elementType));
+      return MakeNumberError(what.GetView(), obstacle, parameter.origin);
+    }
+    if (_records.language != kShadingLanguageHlsl) return OK;
+    for (const BaseArray<ShaderCode>* codes : {&_records.defines, &_records.groupShared, &_records.functions})
+      for (const ShaderCode& code : *codes) OSTRA_RETURN_IF_ERROR(CheckLongIntegers(code));
+    for (const ShaderCode& code : _records.fileScope) OSTRA_RETURN_IF_ERROR(CheckLongIntegers(code));
+    return CheckLongIntegers(_records.body);
+  }
+
+  Result<void> CheckLongIntegers(const ShaderCode& code) const {
+    std::string_view rest = code.text.GetView();
+    for (Int i = 0; !rest.empty(); ++i) {
+      const std::size_t end = std::min(rest.find('\n'), rest.size());
+      const std::string_view line = rest.substr(0, end), own = line.substr(0, line.find("//"));
+      rest.remove_prefix(std::min(end + 1, rest.size()));
+      for (const std::string_view word : {"Int64", "UInt64"})
+        if (HasWord(own, word))
+          return MakeNumberError(word, FindElementTypeObstacle(word, _records.language),
+                                 i < code.origins.GetCount() ? code.origins[i] : ShaderOrigin());
+    }
+    return OK;
+  }
+
+  static Error MakeNumberError(std::string_view what, std::string_view obstacle, const ShaderOrigin& origin) {
+    Result<String> text = Format("@: @", what, obstacle);
+    if (!text) return text.TakeError();
+    return MakeSourceError(origin.file.GetView(), origin.line, text->GetView(), kOstraUnit, __LINE__);
   }
 
   const ShaderParser& _parser;

@@ -35,6 +35,9 @@ constexpr UniformType kWrittenTypes[] = {
     {&GetDataType<Bool>, DrawportShaderValueType::UInt},
     {&GetDataType<Vec2<UInt32>>, DrawportShaderValueType::UInt2},
     {&GetDataType<Vec3<UInt32>>, DrawportShaderValueType::UInt3},
+    {&GetDataType<Int64>, DrawportShaderValueType::UInt2},
+    {&GetDataType<UInt64>, DrawportShaderValueType::UInt2},
+    {&GetDataType<Float64>, DrawportShaderValueType::UInt2},
     {&GetDataType<Vec2<Int32>>, DrawportShaderValueType::Int2},
     {&GetDataType<Vec3<Int32>>, DrawportShaderValueType::Int3},
 };

@@ -37,7 +37,8 @@ constinit const NamedType kTypes[] = {
 constinit const NamedType kWrittenTypes[] = {
     {&GetDataType<Vec2<Int32>>, {"int2"}, ""},   {&GetDataType<Vec3<Int32>>, {"int3"}, ""},
     {&GetDataType<Vec2<UInt32>>, {"uint2"}, ""}, {&GetDataType<Vec3<UInt32>>, {"uint3"}, ""},
-    {&GetDataType<Bool>, {"bool"}, ""},
+    {&GetDataType<Bool>, {"bool"}, ""},          {&GetDataType<Int64>, {"Int64"}, ""},
+    {&GetDataType<UInt64>, {"UInt64"}, ""},      {&GetDataType<Float64>, {"double"}, ""},
 };
 
 template <std::size_t kCount>

@@ -76,7 +76,9 @@ TEST(ShaderFeatures, WhatIsMissingIsNamedWithTheProgram) {
                                                "which the GPU device does not support."));
   features.core.shaderStorageImageExtendedFormats = VK_TRUE;
   EXPECT_THAT(Check(features, 49), IsOk());
-  EXPECT_THAT(Check(features, 11), IsErrorOfKind(kIllegalArgumentError));
+  EXPECT_THAT(Check(features, 11),
+              IsErrorWith(kIllegalArgumentError,
+                          "The GPU program \"blur\" uses 64-bit integers, which the GPU device does not support."));
   features.core.shaderInt64 = VK_TRUE;
   EXPECT_THAT(Check(features, 11), IsOk());
   EXPECT_THAT(Check(features, 9), IsErrorOfKind(kIllegalArgumentError));

@@ -15,7 +15,7 @@ TEST(ResolveTest, LiteralsHaveTheTypesOfTheLanguage) {
   EXPECT_EQ(PrintResult("int r = 0x10;"), "0x10:int");
   EXPECT_EQ(PrintResult("uint r = 0xffffffff;"), "0xffffffff:uint");
   EXPECT_EQ(PrintResult("uint r = 3u;"), "3u:uint");
-  EXPECT_EQ(PrintResult("Int64 r = 5000000000;"), "5000000000:Int64");
+  EXPECT_EQ(PrintResult("Int64 r = 5000000000;"), "5000000000^:Int64");
   EXPECT_EQ(PrintResult("bool r = true;"), "true:bool");
   EXPECT_EQ(PrintResult("double r = 0.1;"), "0.1:float>double");
 }

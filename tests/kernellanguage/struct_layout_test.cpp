@@ -58,13 +58,14 @@ TEST(StructLayoutTest, WhatOtherLanguagesKeepDifferentlyIsRefused) {
   EXPECT_EQ(FindLayoutErrors("float a;\nbool isOn;"),
             "4:6: the member \"isOn\" of the struct \"Particle\" is bool: a bool has 1 byte on the CPU and 4 on a GPU: "
             "use uint");
-  EXPECT_EQ(FindLayoutErrors("UInt8 a;\nUInt64 b;\nFloat64 c;"),
-            "3:7: the member \"a\" of the struct \"Particle\" is UInt8: GPU kernels have no integers of 8 and 16 bits: "
-            "pack several into a uint, or give each an int\n"
-            "4:8: the member \"b\" of the struct \"Particle\" is UInt64: GPU kernels have no 64-bit integers: keep two "
-            "uint\n"
-            "5:9: the member \"c\" of the struct \"Particle\" is double: structs in buffers have no 64-bit floats: use "
-            "float");
+  EXPECT_EQ(
+      FindLayoutErrors("UInt8 a;\nUInt64 b;\nFloat64 c;"),
+      "3:7: the member \"a\" of the struct \"Particle\" is UInt8: GPU kernels have no integers of 8 and 16 bits: "
+      "pack several into a uint, or give each an int\n"
+      "4:8: the member \"b\" of the struct \"Particle\" is UInt64: structs in buffers have no 64-bit integers: keep "
+      "two uint\n"
+      "5:9: the member \"c\" of the struct \"Particle\" is double: structs in buffers have no 64-bit floats: use "
+      "float");
   EXPECT_EQ(FindLayoutErrors("AffineMatrix32 a;"),
             "3:16: the member \"a\" of the struct \"Particle\" is AffineMatrix32: GPU kernels have no affine matrices: "
             "use mat4");

@@ -222,16 +222,14 @@ TEST_F(LintsTest, TypesThatNoGpuHasAreExplained) {
       Check(MakeKernel("(Block<UInt64>) a, \\\n(const Block<UInt16>) b, \\\n(Block<Bool>) c, \\\n"
                        "(Block<Vec4<HalfFloat>>) d, \\\n(Block<Float64>) e, \\\n(Float64) f",
                        "")),
-      ElementsAre("k.krn:2: error: the elements of \"a\" are UInt64: GPU kernels have no 64-bit integers: keep two "
-                  "uint",
-                  "k.krn:3: error: the elements of \"b\" are UInt16: GPU kernels have no integers of 8 and 16 bits: "
+      ElementsAre("k.krn:3: error: the elements of \"b\" are UInt16: GPU kernels have no integers of 8 and 16 bits: "
                   "pack several into a uint, or give each an int",
                   "k.krn:4: error: the elements of \"c\" are Bool: a bool has 1 byte on the CPU and 4 on a GPU: use "
                   "uint",
                   "k.krn:5: error: the elements of \"d\" are Vec4: of a type in angle brackets only the first word "
                   "is translated: write uint3, int4, half2 and the like",
-                  "k.krn:7: warning: the declaration of \"f\" makes no parameter on the GPU: values of 64 bits are "
-                  "for the CPU alone: use Float32, or a buffer of Float64"));
+                  "k.krn:7: warning: the declaration of \"f\" makes no parameter on the GPU: values of 64 bits need "
+                  "a file without C++ of its own: ostra check --explain says where it has some"));
 }
 
 TEST_F(LintsTest, TextureTypesOfTheCpuAloneAreExplained) {

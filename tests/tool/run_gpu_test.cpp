@@ -38,6 +38,42 @@ TEST(RunGpuTest, TheSameFileRunsOnTheGpu) {
   EXPECT_EQ(folder.Read("out.csv"), folder.Read("cpu.csv"));
 }
 
+TEST(RunGpuTest, NumbersOf64BitsAreElementsAndValuesOnBothSides) {
+  const TemporaryFolder folder;
+  folder.Write(
+      "net.example.wide.krn",
+      "#define KERNELINPUTS \\\n(UInt32) count, \\\n(int64_t) offset, \\\n(UInt64) mask, \\\n(double) scale, \\\n"
+      "(const Block<int64_t>) source, \\\n(Block<UInt64>) bits, \\\n(Block<Float64>) shares\n\n"
+      "OSTRA_PARALLEL_KERNEL(Wide, KERNELINPUTS)\n{\n\tuint i = LinearInvocation();\n"
+      "\tif (i >= UNIFORM(count)) return;\n"
+      "\tint64_t x = UNIFORM_BUFFER(source)[i] + UNIFORM(offset);\n"
+      "\tUNIFORM_BUFFER(bits)[i] = uint64_t(x) & UNIFORM(mask);\n"
+      "\tUNIFORM_BUFFER(shares)[i] = UNIFORM(scale) * (x > 5000000000 ? 2 : 4);\n}\n"
+      "OSTRA_PARALLEL_KERNEL_END\n");
+  folder.Write("in.csv", "9007199254740991\n9223372036854775807\n");
+  for (const std::string backend : {"cpu", "gpu"}) {
+    const ToolResult result = RunTool({"run",       folder / "net.example.wide.krn",
+                                       "--in",      "source=" + folder / "in.csv",
+                                       "--out",     "bits=" + folder / "bits.csv",
+                                       "--out",     "shares=" + folder / "shares.csv",
+                                       "--size",    "2",
+                                       "--set",     "count=2",
+                                       "--set",     "offset=-4611686018427387905",
+                                       "--set",     "mask=18446744073709551600",
+                                       "--set",     "scale=0.1",
+                                       "--backend", backend});
+    if (result.errors.find("64-bit") != std::string::npos) {
+      EXPECT_THAT(result.errors, HasSubstr("which the GPU device does not support"));
+      GTEST_SKIP() << result.errors;
+    }
+    if (backend != "cpu" && !HasDevice(result)) GTEST_SKIP() << "There is no GPU device on this machine.";
+    ASSERT_EQ(result.exitStatus, 0) << result.errors;
+    EXPECT_EQ(folder.Read("bits.csv"), "13844065254536904688\n4611686018427387888\n") << backend;
+    EXPECT_EQ(folder.Read("shares.csv"), "0.4\n0.2\n") << backend;
+    std::filesystem::remove(folder / "bits.csv");
+  }
+}
+
 TEST(RunGpuTest, TheGpuNeedsNoCompilerForTheCpu) {
   const TemporaryFolder folder;
   setenv("CXX", "no-such-compiler", 1);

@@ -240,4 +240,29 @@ std::vector<ParityRow> CompareDoubles(const Url& kernels) {
   return {row};
 }
 
+std::vector<ParityRow> CompareLongs(const Url& kernels) {
+  constexpr std::size_t kResults = 10;
+  constexpr const char* kGroup = "64-bit integers";
+  constexpr const char* kWhat = "+ - * / % & | ^ ~ << >>, comparisons, conversions";
+  if (GetDrawportShadingLanguage() == kShadingLanguageHlsl)
+    return {{kGroup, kWhat, "nothing: HLSL text has none", "not compared", true}};
+  constexpr Int64 kLeast = std::numeric_limits<Int64>::min(), kGreatest = std::numeric_limits<Int64>::max();
+  constexpr Int64 kEnds[] = {kLeast, kLeast + 1, -4294967296, -1, 0, 1, 4294967295, kGreatest - 1, kGreatest};
+  std::vector<Int64> a, b;
+  for (const Int64 x : kEnds)
+    for (const Int64 y : kEnds) a.push_back(x), b.push_back(y);
+  // Of all sizes: dividends and divisors of 1 to 64 bits.
+  const std::vector<UInt32> words = MakeWords(8, 4 * 4096);
+  const auto make = [&words](std::size_t i) {
+    return static_cast<Int64>(UInt64{words[i]} << 32 | words[i + 1]) >> (words[i] % 64);
+  };
+  for (std::size_t i = 0; i < words.size(); i += 4) a.push_back(make(i)), b.push_back(make(i + 2));
+  ParityRow row = CompareNumbers<Int64>(kGroup, kWhat, kResults, [&](const Id& programClass) {
+    return RunPairs(programClass, kernels, "net.ostra.parity.longs.krn", a, b, kResults);
+  });
+  // Devices need not have them; then the program is refused.
+  row.isHeld = row.isHeld || row.reached.find("which the GPU device does not support") != std::string::npos;
+  return {row};
+}
+
 }  // namespace ostra::parity

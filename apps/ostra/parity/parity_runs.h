@@ -25,6 +25,8 @@ std::vector<ParityRow> CompareOverflow(const Url& kernels);
 std::vector<ParityRow> CompareLanguage(const Url& kernels);
 // One row: functions of Float64. Held with a remark on devices and in languages without them.
 std::vector<ParityRow> CompareDoubles(const Url& kernels);
+// The same for arithmetic of 64-bit integers.
+std::vector<ParityRow> CompareLongs(const Url& kernels);
 
 // One row for all modes, and one for noises whose number is computed.
 std::vector<ParityRow> CompareNoises(const Url& kernels);

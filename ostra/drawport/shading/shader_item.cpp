@@ -1,8 +1,10 @@
 #include "ostra/drawport/shading/shader_item.h"
 
 #include <algorithm>
+#include <initializer_list>
 #include <iterator>
 
+#include "ostra/core/find_word.h"
 #include "ostra/core/format.h"
 
 OSTRA_UNIT("shader_assembly");
@@ -56,6 +58,30 @@ Result<const ValueType*> GetValueType(const String& name, DrawportShaderValueTyp
 
 constexpr Int AlignUp(Int offset, Int alignment) { return (offset + alignment - 1) / alignment * alignment; }
 
+// Whether the source of a kernel or stage has one of the words.
+Bool UsesWord(const ShaderRecords& records, std::initializer_list<std::string_view> words) {
+  const auto isIn = [words](const String& text) {
+    return std::any_of(words.begin(), words.end(),
+                       [&text](std::string_view word) { return HasWord(text.GetView(), word); });
+  };
+  const auto isInOne = [isIn](const BaseArray<ShaderCode>& codes) {
+    for (const ShaderCode& code : codes)
+      if (isIn(code.text)) return true;
+    return false;
+  };
+  for (const ShaderParameter& parameter : records.parameters)
+    if (isIn(parameter.elementType)) return true;
+  return isIn(records.body.text) || isInOne(records.defines) || isInOne(records.groupShared) ||
+         isInOne(records.functions) || isInOne(records.fileScope);
+}
+
+// The section of a value, by the type of 64 bits that it is read as.
+std::string_view GetValueSection(const ShaderParameter& parameter) {
+  if (parameter.elementType == "Int64") return "Int64 value";
+  if (parameter.elementType == "UInt64") return "UInt64 value";
+  return parameter.elementType == "Float64" ? "Float64 value" : "value";
+}
+
 Bool IsCounter(const ShaderParameter& parameter) {
   return parameter.kind == ShaderParameterKind::Counter ||
          (parameter.kind == ShaderParameterKind::Value && parameter.valueType == DrawportShaderValueType::AtomicUInt);
@@ -67,6 +93,7 @@ class ItemMaker {
   ItemMaker(const ShaderRecords& records, const Sections& sections) : _records(records), _sections(sections) {}
 
   Result<ShaderItems> Make() {
+    OSTRA_RETURN_IF_ERROR(AddExtensions());
     OSTRA_RETURN_IF_ERROR(AddUniforms());
     if (_items.uniforms.IsPopulated()) OSTRA_RETURN_IF_ERROR(AddUniformBuffer());
     OSTRA_RETURN_IF_ERROR(AddGradients());
@@ -78,10 +105,17 @@ class ItemMaker {
   }
 
  private:
+  // What a device need not have is asked for only by programs that use it.
+  Result<void> AddExtensions() {
+    if (UsesWord(_records, {"Int64", "UInt64"})) OSTRA_RETURN_IF_ERROR(AddItem("long integers", 0));
+    return OK;
+  }
+
   Result<void> AddUniforms() {
     for (const ShaderParameter& parameter : _records.parameters)
       if (parameter.kind == ShaderParameterKind::Value && !IsCounter(parameter))
-        OSTRA_RETURN_IF_ERROR(AddUniform(parameter.name, parameter.valueType, parameter.origin));
+        OSTRA_RETURN_IF_ERROR(
+            AddUniform(parameter.name, parameter.valueType, parameter.origin, GetValueSection(parameter)));
     for (Int i = 0; i < _records.noiseTableCount; ++i) {
       OSTRA_RETURN_IF_ERROR(AddNoiseUniform("noiseMode_@", i, DrawportShaderValueType::Int));
       OSTRA_RETURN_IF_ERROR(AddNoiseUniform("noiseSeed_@", i, DrawportShaderValueType::Int));
@@ -103,13 +137,14 @@ class ItemMaker {
     return AddUniform(name, type, ShaderOrigin());
   }
 
-  Result<void> AddUniform(const String& name, DrawportShaderValueType type, const ShaderOrigin& origin) {
+  Result<void> AddUniform(const String& name, DrawportShaderValueType type, const ShaderOrigin& origin,
+                          std::string_view section = "value") {
     OSTRA_ASSIGN_OR_RETURN(const ValueType* const valueType, GetValueType(name, type));
     const Int offset = AlignUp(_items.uniformByteCount, valueType->alignment);
     // Some languages leave no room for a scalar behind three components.
     _items.uniformByteCount = AlignUp(offset + valueType->size, valueType->alignment);
     UniformItem uniform{{name, type, offset}, {}};
-    uniform.item.sections[0] = type == DrawportShaderValueType::Gradient ? "gradient" : "value";
+    uniform.item.sections[0] = type == DrawportShaderValueType::Gradient ? "gradient" : section;
     uniform.item.origin = origin;
     OSTRA_RETURN_IF_ERROR(uniform.item.Set("name", name));
     OSTRA_RETURN_IF_ERROR(uniform.item.SetStatic("type", _sections.GetName("type", valueType->name)));
@@ -199,11 +234,7 @@ class ItemMaker {
   // Asking for the number of the sample makes a device run the program for each sample: only when it is used.
   Result<void> AddSampleNumber() {
     constexpr std::string_view kWord = "InSampleID";
-    Bool isUsed = _records.body.text.Contains(kWord);
-    for (const ShaderCode& code : _records.defines) isUsed = isUsed || code.text.Contains(kWord);
-    for (const ShaderCode& code : _records.functions) isUsed = isUsed || code.text.Contains(kWord);
-    for (const ShaderCode& code : _records.fileScope) isUsed = isUsed || code.text.Contains(kWord);
-    if (isUsed) OSTRA_RETURN_IF_ERROR(AddItem("sample", 0));
+    if (UsesWord(_records, {kWord})) OSTRA_RETURN_IF_ERROR(AddItem("sample", 0));
     return OK;
   }
 
