@@ -70,7 +70,7 @@ std::string PlainPrinter::WideLiteral(const LiteralValue& value) {
   const std::string name(kernellanguage::GetName(value.scalar));
   const auto low = static_cast<UInt32>(value.integer), high = static_cast<UInt32>(value.integer >> 32);
   if (high == 0) return Join({name, "(", std::to_string(low), "u)"});
-  return Join({name, "((", name, "(", std::to_string(high), "u) << 32) | ", name, "(", std::to_string(low), "u))"});
+  return Join({"(", name, "(", std::to_string(high), "u) << 32) | ", name, "(", std::to_string(low), "u)"});
 }
 
 // An integer is written as the number that it is wanted as; 1 becomes 1.0 or 1u.
@@ -129,7 +129,9 @@ std::string PlainPrinter::ValueItself(NodeIndex node, Binding& binding) {
     case NodeKind::kLiteral: {
       LiteralValue value;
       const Bool isWide = ParseLiteral(name, value) && IsInteger(value.scalar) && GetSize(value.scalar) == 8;
-      return isWide ? mark + WideLiteral(value) : Join({mark, name});
+      if (!isWide) return Join({mark, name});
+      binding = value.integer >> 32 == 0 ? Binding::kPostfix : Binding::kConditional;
+      return mark + WideLiteral(value);
     }
     case NodeKind::kName:
       return mark + Name(node, binding);
@@ -310,6 +312,8 @@ std::string PlainPrinter::Call(NodeIndex node) {
   if (NeedsCheck(node))
     return Join({_tree.GetName(node), "(", Expression(Child(node, 0)), ", ", Expression(Child(node, 1)), ", ",
                  CheckLayer(node, Expression(Child(node, 2))), ")"});
+  if (meaning.kind == MeaningKind::kWord && meaning.word == WordId::kRenderNoise)
+    return Join({"RenderNoise(", Value(Child(node, 0), Binding::kAssignment), ", ", List(node, 1), ")"});
   if (meaning.kind != MeaningKind::kFunction) return Join({_tree.GetName(node), "(", List(node, 0), ")"});
   std::string arguments = Arguments(node);
   // Arguments that are not given.

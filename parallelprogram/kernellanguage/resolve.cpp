@@ -113,6 +113,8 @@ void Resolver::ExtendConversions() {
     const Bool isComparison = operation == Operation::kEqual || operation == Operation::kNotEqual;
     if (isComparison && _resolved.type[_tree.GetChild(node, 0)] == _resolved.type[_tree.GetChild(node, 1)]) continue;
     if (kind == NodeKind::kConstruct || kind == NodeKind::kCast || kind == NodeKind::kIndex) continue;
+    // The number of a noise is what it is on a GPU.
+    if (kind == NodeKind::kCall && _resolved.meaning[node].word == WordId::kRenderNoise) continue;
     for (const NodeIndex child : _tree.GetChildren(node)) {
       if (child == kNoNode) continue;
       if (isOfCpp(_resolved.type[child], _resolved.converted[child])) Extend(child, true);

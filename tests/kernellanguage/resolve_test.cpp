@@ -28,7 +28,7 @@ TEST(ResolveTest, ScalarsAreConvertedAsInCpp) {
   EXPECT_EQ(PrintResult("Int16 a = Int16(3); int r = a << 2u;"), "(<< a:Int16>int 2u:uint):int");
   EXPECT_EQ(PrintResult("bool r = 3 && 0.5;"), "(&& 3^:int>bool 0.5^:float>bool):bool");
   EXPECT_EQ(PrintResult("bool r = 1 < 2u;"), "(< 1:int>uint 2u:uint):bool");
-  EXPECT_EQ(PrintResult("Int64 r = Int64(1) * 3u;"), "(* (make Int64 1:int>Int64):Int64 3u:uint>Int64):Int64");
+  EXPECT_EQ(PrintResult("Int64 r = Int64(1) * 3u;"), "(* (make Int64 1:int>Int64):Int64 3u^:uint>Int64):Int64");
   EXPECT_EQ(PrintResult("double d = 1.0; double r = d * 3;"), "(* d:double 3:int>double):double");
   EXPECT_EQ(PrintResult("half h = half(0.5); float r = h * 2;"), "(* h:half>float 2:int>float):float");
   EXPECT_EQ(PrintResult("float r = true ? 1 : 2.0;"), "(? true:bool 1:int>float 2.0:float):float");
