@@ -24,6 +24,10 @@ Result<void> SetParameterValue(const ParameterTarget& target, DrawportParameterH
         values, handle, Vector4d32(Float32(value->x), Float32(value->y), Float32(value->z), Float32(value->w)));
   if (const auto* value = data.GetIf<UInt32>()) return factory.SetParameterUInt(values, handle, *value);
   if (const auto* value = data.GetIf<Int32>()) return factory.SetParameterInt(values, handle, *value);
+  if (const auto* value = data.GetIf<Int8>()) return factory.SetParameterInt(values, handle, *value);
+  if (const auto* value = data.GetIf<UInt8>()) return factory.SetParameterInt(values, handle, *value);
+  if (const auto* value = data.GetIf<Int16>()) return factory.SetParameterInt(values, handle, *value);
+  if (const auto* value = data.GetIf<UInt16>()) return factory.SetParameterInt(values, handle, *value);
   if (const auto* value = data.GetIf<Bool>()) return factory.SetParameterUInt(values, handle, *value ? 1 : 0);
   if (const auto* value = data.GetIf<Int64>())
     return factory.SetParameterUInt2(values, handle, std::bit_cast<Vec2<UInt32>>(*value));

@@ -56,6 +56,7 @@ std::string PlainPrinter::TypeName(TypeIndex type) {
   if (_types[type].kind == TypeKind::kStruct) return NameOf(_types[type].declaration);
   if (IsMatrix(type) && _types[type].count == 2) return "vec4";
   if (IsBoolVector(type)) return _types.GetName(GetVectorType(Scalar::kInt32, _types[type].count));
+  if (IsSmall(type)) return "int";
   return _types.GetName(type);
 }
 
@@ -90,7 +91,8 @@ std::string PlainPrinter::Literal(NodeIndex node, TypeIndex wanted) const {
 
 std::string PlainPrinter::Expression(NodeIndex node, Binding lowest) {
   if (_resolved.converted[node] == _resolved.type[node]) return Value(node, lowest);
-  const Bool isNumber = KindOf(node) == NodeKind::kLiteral && _types.IsScalar(_resolved.converted[node]);
+  const Bool isNumber = KindOf(node) == NodeKind::kLiteral && _types.IsScalar(_resolved.converted[node]) &&
+                        !IsSmall(_resolved.converted[node]);
   const Bool isNegative = KindOf(node) == NodeKind::kUnary && _tree.nodes[node].operation == Operation::kMinus &&
                           KindOf(Child(node, 0)) == NodeKind::kLiteral && _resolved.converted[node] == kFloatType;
   if (isNegative && lowest <= Binding::kUnary) return Join({MarkOf(node), "-", Literal(Child(node, 0), kFloatType)});
@@ -199,12 +201,15 @@ std::string PlainPrinter::ValueItself(NodeIndex node, Binding& binding) {
       if (_types.IsVector(_resolved.converted[child(0)]) && FindNumber(child(1)).value_or(4) < 4)
         return Join({Expression(child(0), Binding::kPostfix), mark, ".", GetComponentName(*FindNumber(child(1)))});
       if (IsElementOfTable(node)) return Join({mark, CallTable(node)});
-      return Join({Value(child(0), Binding::kPostfix), mark, "[",
-                   CheckIndex(node, Expression(child(1), Binding::kComma)), "]"});
+      return Join({IsStoredSmall(node) ? "int(" : "", Value(child(0), Binding::kPostfix), mark, "[",
+                   CheckIndex(node, Expression(child(1), Binding::kComma)), IsStoredSmall(node) ? "])" : "]"});
     case NodeKind::kInitializerList:
       if (_types.IsVector(_resolved.type[node]) || IsMatrix(_resolved.type[node])) return mark + Construct(node, 0);
       return Join({mark, "{", List(node, 0), "}"});
     case NodeKind::kCall:
+      // Texels are uint.
+      if (IsSmall(_resolved.type[node]) && meaning.kind == MeaningKind::kWord)
+        return Join({mark, "int(", Call(node), ")"});
       return mark + Call(node);
     default:
       break;

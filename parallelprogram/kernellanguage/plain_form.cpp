@@ -60,7 +60,7 @@ std::string PlainPrinter::ParameterType(NodeIndex type) const {
   std::string name(_tree.GetName(type));
   TypeIndex value = _resolved.type[type];
   if (IsExtendedType(name) && IsBoolVector(value)) value = GetVectorType(Scalar::kInt32, _types[value].count);
-  const Bool isWide = _types.IsScalar(value) && GetSize(_types[value].scalar) == 8;
+  const Bool isWide = (_types.IsScalar(value) && GetSize(_types[value].scalar) == 8) || IsSmall(value);
   if (_options.isForGpu &&
       (value == kBoolType || isWide || (_types.IsVector(value) && IsInteger(_types[value].scalar))))
     return _types.GetName(value);
@@ -80,8 +80,8 @@ void PlainPrinter::PrintParameters() {
   Line({MarkOf(_tree.parameters), "#define KERNELINPUTS \\"});
   for (const NodeIndex parameter : _resolved.parameters) {
     const Bool isLast = parameter == _resolved.parameters.back();
-    Line({"(", ParameterType(Child(parameter, 0)), ") ", MarkOf(parameter), _tree.GetName(parameter),
-          isLast && !_isReporting ? "" : ", \\"});
+    const std::string type = IsSmall(_resolved.type[parameter]) ? "int" : ParameterType(Child(parameter, 0));
+    Line({"(", type, ") ", MarkOf(parameter), _tree.GetName(parameter), isLast && !_isReporting ? "" : ", \\"});
   }
   if (_isReporting) Line({"(Block<UInt32>) ostraReport"});
   _text += '\n';

@@ -64,6 +64,7 @@ std::string PlainPrinter::CallHelper(const std::string& name, TypeIndex result,
 }
 
 std::string PlainPrinter::ConvertScalar(const std::string& value, Scalar from, Scalar to) {
+  if (from != to && IsSmall(GetScalarType(to))) return CutInteger(value, from, to);
   return from == to ? value : Join({TypeName(GetScalarType(to)), "(", value, ")"});
 }
 
@@ -80,7 +81,8 @@ std::string PlainPrinter::PartText(const Part& part, Binding lowest) {
 // The value as the type that it is wanted as.
 std::string PlainPrinter::Convert(NodeIndex node) {
   const TypeIndex from = _resolved.type[node], to = _resolved.converted[node];
-  if (_types.IsScalar(from) && _types.IsScalar(to)) return Join({TypeName(to), "(", Value(node, Binding::kComma), ")"});
+  if (_types.IsScalar(from) && _types.IsScalar(to))
+    return ConvertScalar(Value(node, Binding::kComma), _types[from].scalar, _types[to].scalar);
   if (KindOf(node) == NodeKind::kLiteral && _types.IsVector(to) && !IsBoolVector(to)) {
     const std::vector<std::string> components(_types[to].count, Literal(node, GetScalarType(_types[to].scalar)));
     return Join({TypeName(to), "(", JoinList(components), ")"});
@@ -164,8 +166,7 @@ std::string PlainPrinter::ConstructScalar(TypeIndex type, const Part& part) {
   const std::string value =
       PartText(part, part.type == type || _types.IsVector(part.type) ? Binding::kPostfix : Binding::kComma);
   const std::string number = Components(value, part.type)[0];
-  if (_types[part.type].scalar == _types[type].scalar) return number;
-  return Join({TypeName(type), "(", number, ")"});
+  return ConvertScalar(number, _types[part.type].scalar, _types[type].scalar);
 }
 
 std::string PlainPrinter::ConstructStruct(TypeIndex type, const std::vector<Part>& parts) {

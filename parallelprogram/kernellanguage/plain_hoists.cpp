@@ -63,13 +63,13 @@ Bool PlainPrinter::NeedsHoist(NodeIndex node) const {
   switch (KindOf(node)) {
     case NodeKind::kUnary:
     case NodeKind::kPostfix:
-      return IsStep(operation) && IsPart(Child(node, 0));
+      return IsStep(operation) && (IsPart(Child(node, 0)) || IsSmall(_resolved.type[Child(node, 0)]));
     case NodeKind::kAssign: {
       const TypeIndex type = _resolved.type[node];
       const Bool isComputed = operation != Operation::kNone;
       // The least number is looked for in the place before.
       const Bool isWrittenTwice = _options.hasChecks && MayOverflow(node) && !IsSimpleValue(Child(node, 0));
-      return isWrittenTwice || IsPart(Child(node, 0)) ||
+      return isWrittenTwice || IsPart(Child(node, 0)) || IsStoredSmall(Child(node, 0)) ||
              (isComputed && (_resolved.computed[node] != type || IsMatrix(type)));
     }
     case NodeKind::kCall: {
@@ -241,6 +241,7 @@ void PlainPrinter::HoistChange(NodeIndex node) {
 // The value of a place whose text, or the text of what it is a swizzle of, is `place`.
 std::string PlainPrinter::PartOf(const std::string& place, NodeIndex target) {
   if (IsBoolComponent(target)) return Join({place, " != 0"});
+  if (IsStoredSmall(target)) return Join({"int(", place, ")"});
   const Meaning& meaning = _resolved.meaning[target];
   if (meaning.kind != MeaningKind::kSwizzle) return place;
   std::vector<std::string> components;
@@ -261,10 +262,15 @@ void PlainPrinter::ChangeByOne(NodeIndex node, Bool isValueUsed) {
   const std::string one = scalar == Scalar::kFloat32  ? "1.0"
                           : scalar == Scalar::kInt32  ? "1"
                           : scalar == Scalar::kUInt32 ? "1u"
+                          : IsSmall(type)             ? "1"
                                                       : Join({TypeName(GetScalarType(scalar)), "(1)"});
   const Bool isBefore = KindOf(node) == NodeKind::kPostfix;
   if (isValueUsed && isBefore) KeepValue(node, type, PartOf(place, target));
-  const auto change = [&](const std::string& part) { Line({MarkOf(node), part, " = ", part, sign, one, ";"}); };
+  const auto change = [&](const std::string& part) {
+    const std::string changed = Join({PartOf(part, target), sign, one});
+    Line({MarkOf(node), part, " = ",
+          IsSmall(type) ? StoredText(target, CutInteger(changed, scalar, scalar)) : Join({part, sign, one}), ";"});
+  };
   if (!isSwizzle) change(place);
   for (UInt32 i = 0; isSwizzle && i < GetSwizzleCount(meaning.number); ++i)
     change(Join({place, ".", GetComponentName(GetSwizzleComponent(meaning.number, i))}));

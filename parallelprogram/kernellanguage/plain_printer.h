@@ -170,6 +170,12 @@ class PlainPrinter {
   std::string Column(NodeIndex node);
   std::string CallColumn(TypeIndex type, const std::string& matrix, const std::string& index);
 
+  // plain_integers.cpp
+  Bool IsSmall(TypeIndex type) const;
+  Bool IsStoredSmall(NodeIndex place) const;
+  std::string CutInteger(const std::string& value, Scalar from, Scalar to) const;
+  std::string StoredText(NodeIndex place, const std::string& value) const;
+
   // plain_bools.cpp
   Bool IsBoolVector(TypeIndex type) const;
   std::string BoolsOf(const std::string& numbers, NodeIndex node) const;

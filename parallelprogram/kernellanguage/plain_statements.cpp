@@ -79,7 +79,8 @@ std::string PlainPrinter::CopyArgument(NodeIndex argument) {
   const std::string place = Place(isSwizzle ? Child(argument, 0) : argument), name = NewName("Argument");
   Line({TypeName(type), " ", name, " = ", PartOf(place, argument), ";"});
   if (!isSwizzle)
-    _writeBacks.push_back(Join({place, " = ", IsBoolComponent(argument) ? Join({"int(", name, ")"}) : name, ";"}));
+    _writeBacks.push_back(
+        Join({place, " = ", IsBoolComponent(argument) ? Join({"int(", name, ")"}) : StoredText(argument, name), ";"}));
   for (UInt32 i = 0; isSwizzle && i < _types[type].count; ++i)
     _writeBacks.push_back(Join({place, ".", GetComponentName(GetSwizzleComponent(meaning.number, i)), " = ", name, ".",
                                 GetComponentName(i), ";"}));
@@ -236,12 +237,14 @@ std::string PlainPrinter::ChangePlace(NodeIndex assignment) {
     const std::string left = computed == type ? place : Join({TypeName(computed), "(", place, ")"});
     const std::string sum = Join(
         {left, " ", GetSpelling(operation), " ", CheckDivisor(assignment, Expression(value, Binding::kUnary), left)});
-    changed = computed == type ? sum : Join({TypeName(type), "(", sum, ")"});
+    changed = isOfScalars        ? ConvertScalar(sum, _types[computed].scalar, _types[type].scalar)
+              : computed == type ? sum
+                                 : Join({TypeName(type), "(", sum, ")"});
   } else {
     changed = Expression(value);
   }
   _hoisted.erase(target);
-  Line({MarkOf(assignment), place, " = ", changed, ";"});
+  Line({MarkOf(assignment), place, " = ", StoredText(target, changed), ";"});
   WriteBack();
   return place;
 }

@@ -208,7 +208,10 @@ TypeIndex Resolver::ReadType(NodeIndex node) {
   }
   if (type == kUnknownType) return Stop(node, Join({"the type \"", name, "\" here"}));
   if (arguments.empty() && IsExtendedType(name) && !_structs.contains(name)) Extend(node);
-  if (name == "Int" && !_structs.contains(name)) Extend(node, true);  // programs on GPUs have no such word
+  // GPUs compute with others, or have no such word.
+  const Bool isSmall =
+      IsScalar(type) && IsInteger(Get(type).scalar) && type != kBoolType && GetSize(Get(type).scalar) < 4;
+  if (isSmall || (name == "Int" && !_structs.contains(name))) Extend(node, true);
   return _resolved.type[node] = type;
 }
 

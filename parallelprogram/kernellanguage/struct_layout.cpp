@@ -109,7 +109,7 @@ class LayoutMaker {
     if (type.scalar == Scalar::kBool) return "a bool has 1 byte on the CPU and 4 on a GPU: use uint";
     if (type.scalar == Scalar::kFloat64) return "structs in buffers have no 64-bit floats: use float";
     if (GetSize(type.scalar) == 8) return "structs in buffers have no 64-bit integers: keep two uint";
-    return "GPU kernels have no integers of 8 and 16 bits: pack several into a uint, or give each an int";
+    return "structs in buffers have no integers of 8 and 16 bits: pack several into a uint, or give each an int";
   }
 
   const SyntaxTree& _tree;

@@ -39,6 +39,10 @@ constexpr TypeWord kTypeWords[] = {
     {"Int64", GetScalarType(Scalar::kInt64)},
     {"Int", GetScalarType(Scalar::kInt64)},
     {"UInt64", GetScalarType(Scalar::kUInt64)},
+    {"int8_t", GetScalarType(Scalar::kInt8)},
+    {"uint8_t", GetScalarType(Scalar::kUInt8)},
+    {"int16_t", GetScalarType(Scalar::kInt16)},
+    {"uint16_t", GetScalarType(Scalar::kUInt16)},
     {"int64_t", GetScalarType(Scalar::kInt64)},
     {"uint64_t", GetScalarType(Scalar::kUInt64)},
     {"half", kHalfType},
@@ -223,7 +227,7 @@ const Type& GetWordType(std::string_view word) {
 }
 
 Bool IsExtendedType(std::string_view word) {
-  if (word == "mat2" || word == "int64_t" || word == "uint64_t") return true;
+  if (word == "mat2" || (word.ends_with("_t") && FindTypeWord(word) != kUnknownType)) return true;
   const std::string_view family = word.substr(0, word.empty() ? 0 : word.size() - 1);
   const Bool isBools = family == "bvec" || family == "bool";
   return FindTypeWord(word) != kUnknownType && (isBools || family == "ivec" || family == "uvec");

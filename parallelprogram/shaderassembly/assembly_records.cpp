@@ -106,7 +106,7 @@ class RecordMaker {
     for (const ShaderStruct& known : _records.structs)
       if (known.name == word) return word;
     const DataType other = FindElementWord(word.GetView());
-    return other.IsPopulated() && other != GetDataType<Float64>() && !IsLong(other) ? word : String();
+    return other.IsPopulated() && !HasOtherSize(other) ? word : String();
   }
 
   Result<void> AddFunction(const ShaderFunctionDefinition& function) {
@@ -192,7 +192,11 @@ class RecordMaker {
     return type == GetDataType<Float64>() ? "Float64"_s : String();
   }
 
-  static Bool IsLong(DataType type) { return type == GetDataType<Int64>() || type == GetDataType<UInt64>(); }
+  // Whether it is a number of 8 or 64 bits, or an integer of 16.
+  static Bool HasOtherSize(DataType type) {
+    return FindWideWord(type).IsPopulated() || type == GetDataType<Int8>() || type == GetDataType<UInt8>() ||
+           type == GetDataType<Int16>() || type == GetDataType<UInt16>();
+  }
 
   // What not every language has. Elements of buffers are checked where they are declared.
   Result<void> CheckNumbers() const {

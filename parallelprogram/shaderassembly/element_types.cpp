@@ -14,19 +14,15 @@ struct CpuType {
 constexpr std::string_view kLongIntegers =
     "HLSL text has no 64-bit integers: keep two uint, or translate to GLSL or Metal";
 constexpr std::string_view kSmallIntegers =
-    "GPU kernels have no integers of 8 and 16 bits: pack several into a uint, or give each an int";
+    "HLSL text has no integers of 8 and 16 bits: pack several into a uint, or give each an int";
 constexpr std::string_view kFlags = "a bool has 1 byte on the CPU and 4 on a GPU: use uint";
 
 constexpr CpuType kCpuTypes[] = {
     {"UInt", "GPU kernels know this type as UInt64"},
     {"Int", "GPU kernels know this type as Int64"},
-    {"UInt16", kSmallIntegers},
-    {"Int16", kSmallIntegers},
-    {"UInt8", kSmallIntegers},
-    {"Int8", kSmallIntegers},
-    {"UChar", kSmallIntegers},
-    {"Char", kSmallIntegers},
-    {"Byte", kSmallIntegers},
+    {"UChar", "GPU kernels know this type as UInt8"},
+    {"Char", "GPU kernels know this type as Int8"},
+    {"Byte", "GPU kernels know this type as UInt8"},
     {"Bool", kFlags},
     {"bool", kFlags},
 };
@@ -37,6 +33,8 @@ std::string_view Find(std::string_view type) {
   return {};
 }
 
+Bool IsSmall(std::string_view type) { return type == "Int8" || type == "UInt8" || type == "Int16" || type == "UInt16"; }
+
 Bool IsLong(std::string_view type) { return type == "Int64" || type == "UInt64"; }
 
 Bool IsDouble(std::string_view type) { return type == "Float64" || type == "double"; }
@@ -46,6 +44,7 @@ Bool IsDouble(std::string_view type) { return type == "Float64" || type == "doub
 std::string_view FindElementTypeObstacle(std::string_view type, const Id& language) {
   if (IsDouble(type) && language == kShadingLanguageMetal) return "Metal has no 64-bit floats: use Float32";
   if (IsLong(type) && language == kShadingLanguageHlsl) return kLongIntegers;
+  if (IsSmall(type) && language == kShadingLanguageHlsl) return kSmallIntegers;
   if (type == "Vec2" || type == "Vec3" || type == "Vec4")
     return "of a type in angle brackets only the first word is translated: write uint3, int4, half2 and the like";
   return Find(type);
@@ -65,6 +64,8 @@ Bool IsDefinedElementType(const ShaderParser& parser, std::string_view type) {
 }
 
 std::string_view FindValueTypeObstacle(std::string_view type) {
+  if (IsSmall(type))
+    return "values of 8 and 16 bits need a file without C++ of its own: ostra check --explain says where it has some";
   if (IsDouble(type) || IsLong(type))
     return "values of 64 bits need a file without C++ of its own: ostra check --explain says where it has some";
   return Find(type);

@@ -23,6 +23,8 @@ constexpr ElementWord kWords[] = {
     {{"Float64", "double"}, &GetDataType<Float64>},   {{"sqmat", "sqmat"}, &GetDataType<SquareMatrix32>},
     {{"int2", "ivec2"}, &GetDataType<Vec2<Int32>>},   {{"int3", "ivec3"}, &GetDataType<Vec3<Int32>>},
     {{"uint2", "uvec2"}, &GetDataType<Vec2<UInt32>>}, {{"uint3", "uvec3"}, &GetDataType<Vec3<UInt32>>},
+    {{"Int8", "Int8"}, &GetDataType<Int8>},           {{"UInt8", "UInt8"}, &GetDataType<UInt8>},
+    {{"Int16", "Int16"}, &GetDataType<Int16>},        {{"UInt16", "UInt16"}, &GetDataType<UInt16>},
     {{"Int64", "Int64"}, &GetDataType<Int64>},        {{"UInt64", "UInt64"}, &GetDataType<UInt64>},
     {{"ivec4", "ivec4"}, &GetDataType<Vec4<Int32>>},  {{"uvec4", "uvec4"}, &GetDataType<Vec4<UInt32>>},
 };
@@ -117,6 +119,9 @@ class StructMaker {
     if (type == GetDataType<Float64>()) obstacle = "structs in buffers have no 64-bit floats: use float";
     if (type == GetDataType<Int64>() || type == GetDataType<UInt64>())
       obstacle = "structs in buffers have no 64-bit integers: keep two uint";
+    if (type == GetDataType<Int8>() || type == GetDataType<UInt8>() || type == GetDataType<Int16>() ||
+        type == GetDataType<UInt16>())
+      obstacle = "structs in buffers have no integers of 8 and 16 bits: pack several into a uint, or give each an int";
     const Bool isNumber = GetNumberSize(type) != 0;
     if (isNumber && obstacle.empty()) return type;
     if (obstacle.empty()) obstacle = "neither a type of numbers nor a struct of the headers, declared above";

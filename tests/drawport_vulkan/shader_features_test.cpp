@@ -84,6 +84,11 @@ TEST(ShaderFeatures, WhatIsMissingIsNamedWithTheProgram) {
   EXPECT_THAT(Check(features, 9), IsErrorOfKind(kIllegalArgumentError));
   features.since12.shaderFloat16 = VK_TRUE;
   EXPECT_THAT(Check(features, 9), IsOk());
+  EXPECT_THAT(Check(features, 4448), IsErrorWith(kIllegalArgumentError,
+                                                 "The GPU program \"blur\" uses 8-bit values in buffers, which the GPU "
+                                                 "device does not support."));
+  features.since12.storageBuffer8BitAccess = VK_TRUE;
+  EXPECT_THAT(Check(features, 4448), IsOk());
   EXPECT_THAT(Check(features, 4433), IsErrorOfKind(kIllegalArgumentError));
   features.since11.storageBuffer16BitAccess = VK_TRUE;
   EXPECT_THAT(Check(features, 4433), IsOk());

@@ -60,7 +60,8 @@ TEST(StructLayoutTest, WhatOtherLanguagesKeepDifferentlyIsRefused) {
             "use uint");
   EXPECT_EQ(
       FindLayoutErrors("UInt8 a;\nUInt64 b;\nFloat64 c;"),
-      "3:7: the member \"a\" of the struct \"Particle\" is UInt8: GPU kernels have no integers of 8 and 16 bits: "
+      "3:7: the member \"a\" of the struct \"Particle\" is UInt8: structs in buffers have no integers of 8 and 16 "
+      "bits: "
       "pack several into a uint, or give each an int\n"
       "4:8: the member \"b\" of the struct \"Particle\" is UInt64: structs in buffers have no 64-bit integers: keep "
       "two uint\n"

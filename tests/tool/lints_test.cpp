@@ -222,9 +222,7 @@ TEST_F(LintsTest, TypesThatNoGpuHasAreExplained) {
       Check(MakeKernel("(Block<UInt64>) a, \\\n(const Block<UInt16>) b, \\\n(Block<Bool>) c, \\\n"
                        "(Block<Vec4<HalfFloat>>) d, \\\n(Block<Float64>) e, \\\n(Float64) f",
                        "")),
-      ElementsAre("k.krn:3: error: the elements of \"b\" are UInt16: GPU kernels have no integers of 8 and 16 bits: "
-                  "pack several into a uint, or give each an int",
-                  "k.krn:4: error: the elements of \"c\" are Bool: a bool has 1 byte on the CPU and 4 on a GPU: use "
+      ElementsAre("k.krn:4: error: the elements of \"c\" are Bool: a bool has 1 byte on the CPU and 4 on a GPU: use "
                   "uint",
                   "k.krn:5: error: the elements of \"d\" are Vec4: of a type in angle brackets only the first word "
                   "is translated: write uint3, int4, half2 and the like",

@@ -265,4 +265,36 @@ std::vector<ParityRow> CompareLongs(const Url& kernels) {
   return {row};
 }
 
+std::vector<ParityRow> CompareShorts(const Url& kernels) {
+  constexpr std::size_t kResults = 8;
+  constexpr const char* kGroup = "8- and 16-bit integers";
+  constexpr const char* kWhat = "+ - * / ^ << >> ++ +=, comparisons, conversions, elements";
+  if (GetDrawportShadingLanguage() == kShadingLanguageHlsl)
+    return {{kGroup, kWhat, "nothing: HLSL text has none", "not compared", true}};
+  std::vector<Int16> a, b;
+  std::vector<UInt8> bytes;
+  // An odd count: the last bytes fill no word.
+  for (const UInt32 word : MakeWords(9, 4097)) {
+    a.push_back(static_cast<Int16>(word >> 16)), b.push_back(static_cast<Int16>(word));
+    bytes.push_back(static_cast<UInt8>(word >> 8));
+  }
+  ParityRow row = CompareNumbers<Int16>(kGroup, kWhat, kResults, [&](const Id& programClass) {
+    const auto count = static_cast<UInt32>(a.size());
+    ProgramRunner runner(programClass, kernels, "net.ostra.parity.shorts.krn");
+    runner.SetValue<UInt32>("count", count);
+    runner.SetBuffer("a", a);
+    runner.SetBuffer("b", b);
+    runner.SetBuffer("results", std::vector<Int16>(a.size() * kResults, 7));
+    runner.SetBuffer("bytes", bytes);
+    runner.SetBuffer("byteResults", std::vector<UInt8>(bytes.size(), 7));
+    runner.Run({count, 1, 1});
+    NumberRun<Int16> all{runner.Read<Int16>("results"), {}};
+    for (const UInt8 byte : runner.Read<UInt8>("byteResults")) all.numbers.push_back(byte);
+    all.failure = runner.GetFailure();
+    return all;
+  });
+  row.isHeld = row.isHeld || row.reached.find("which the GPU device does not support") != std::string::npos;
+  return {row};
+}
+
 }  // namespace ostra::parity

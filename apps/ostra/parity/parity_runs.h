@@ -27,6 +27,8 @@ std::vector<ParityRow> CompareLanguage(const Url& kernels);
 std::vector<ParityRow> CompareDoubles(const Url& kernels);
 // The same for arithmetic of 64-bit integers.
 std::vector<ParityRow> CompareLongs(const Url& kernels);
+// The same for those of 8 and 16 bits.
+std::vector<ParityRow> CompareShorts(const Url& kernels);
 
 // One row for all modes, and one for noises whose number is computed.
 std::vector<ParityRow> CompareNoises(const Url& kernels);

@@ -53,6 +53,7 @@ std::vector<ParityCase> GetParityCases() {
   cases.push_back({"Overflow", [](const ParitySetting& setting) { return CompareOverflow(setting.kernels); }});
   cases.push_back({"Doubles", [](const ParitySetting& setting) { return CompareDoubles(setting.kernels); }});
   cases.push_back({"Longs", [](const ParitySetting& setting) { return CompareLongs(setting.kernels); }});
+  cases.push_back({"Shorts", [](const ParitySetting& setting) { return CompareShorts(setting.kernels); }});
   cases.push_back({"Noises", [](const ParitySetting& setting) { return CompareNoises(setting.kernels); }});
   for (const int dimensions : {1, 2, 3})
     cases.push_back({"Textures" + std::to_string(dimensions) + "D", [dimensions](const ParitySetting& setting) {

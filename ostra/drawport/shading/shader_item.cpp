@@ -108,6 +108,8 @@ class ItemMaker {
   // What a device need not have is asked for only by programs that use it.
   Result<void> AddExtensions() {
     if (UsesWord(_records, {"Int64", "UInt64"})) OSTRA_RETURN_IF_ERROR(AddItem("long integers", 0));
+    if (UsesWord(_records, {"Int8", "UInt8"})) OSTRA_RETURN_IF_ERROR(AddItem("bytes", 0));
+    if (UsesWord(_records, {"Int16", "UInt16"})) OSTRA_RETURN_IF_ERROR(AddItem("short integers", 0));
     return OK;
   }
 
