@@ -74,6 +74,25 @@ TEST(RunGpuTest, NumbersOf64BitsAreElementsAndValuesOnBothSides) {
   }
 }
 
+TEST(RunGpuTest, HlslTextRefusesIntegersThatItLacksByName) {
+  const TemporaryFolder folder;
+  const auto check = [&](const std::string& parameter, const std::string& line) {
+    folder.Write("net.example.sizes.krn", "#define KERNELINPUTS \\\n(Block<UInt32>) target, \\\n" + parameter +
+                                              "\n\nOSTRA_PARALLEL_KERNEL(Sizes, KERNELINPUTS)\n{\n\t" + line +
+                                              "\n\tUNIFORM_BUFFER(target)[0] = 1u;\n}\nOSTRA_PARALLEL_KERNEL_END\n");
+    return RunTool({"check", folder / "net.example.sizes.krn", "--target", "HLSL"}).errors;
+  };
+  constexpr const char* kLong = ": HLSL text has no 64-bit integers: keep two uint, or translate to GLSL or Metal";
+  EXPECT_THAT(check("(Block<UInt64>) a", ""),
+              HasSubstr(std::string(":3: error: the elements of \"a\" are UInt64") + kLong));
+  EXPECT_THAT(check("(Int64) a", ""), HasSubstr(std::string(":3: error: the value \"a\" is Int64") + kLong));
+  EXPECT_THAT(check("(UInt32) a", "Int64 x = 5;"), HasSubstr(std::string(":7: error: Int64") + kLong));
+  EXPECT_THAT(check("(Block<UInt8>) a", ""),
+              HasSubstr(":3: error: the elements of \"a\" are UInt8: HLSL text has no integers of 8 and 16 bits: pack "
+                        "several into a uint, or give each an int"));
+  EXPECT_THAT(check("(UInt8) a", "UInt8 x = UNIFORM(a) + 1;"), testing::Not(HasSubstr("error")));
+}
+
 TEST(RunGpuTest, TheGpuNeedsNoCompilerForTheCpu) {
   const TemporaryFolder folder;
   setenv("CXX", "no-such-compiler", 1);
