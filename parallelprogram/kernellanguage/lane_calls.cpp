@@ -36,6 +36,13 @@ Bool LanePrinter::IsMatrixFunction(NodeIndex call) const {
          std::none_of(arguments.begin(), arguments.end(), isOfVector);
 }
 
+// Whether the function takes 64-bit floats, which lanes compute one after the other.
+Bool LanePrinter::IsDoubleFunction(NodeIndex call) const {
+  const auto arguments = _tree.GetChildren(call);
+  return std::any_of(arguments.begin(), arguments.end(),
+                     [this](NodeIndex argument) { return _resolved.converted[argument] == kDoubleType; });
+}
+
 // A number that grows by 1 from lane to lane, kept within bounds: clamp(x, low, high), or min(max(x, low), high).
 std::optional<LanePrinter::Value> LanePrinter::CallClamp(NodeIndex node) {
   const TypeIndex type = TypeOf(node);
@@ -66,7 +73,7 @@ std::optional<LanePrinter::Value> LanePrinter::CallClamp(NodeIndex node) {
 
 LanePrinter::Value LanePrinter::CallWord(NodeIndex node) {
   if (auto clamped = CallClamp(node)) return *std::move(clamped);
-  if (IsMatrixFunction(node)) return CallEachLane(node, Join({"vocabulary::", NameOf(node)}));
+  if (IsMatrixFunction(node) || IsDoubleFunction(node)) return CallEachLane(node, Join({"vocabulary::", NameOf(node)}));
   std::string arguments;
   for (const NodeIndex argument : _tree.GetChildren(node)) {
     const TypeIndex type = _resolved.converted[argument];

@@ -229,11 +229,14 @@ TypeIndex Resolver::CallWord(NodeIndex node, WordId word) {
   const auto arguments = _tree.GetChildren(node);
   const Types types = ReadArguments(arguments, isKnown);
   if (!isKnown) return kUnknownType;
+  const Bool hasDouble = std::find(types.begin(), types.end(), kDoubleType) != types.end();
+  const auto overloads = hasDouble ? GetDoubleOverloads(word) : GetOverloads(word);
   for (const TypeIndex type : types) {
     const Bool isNumber = IsScalar(type) || IsVector(type);
-    if (isNumber && GetSize(Get(type).scalar) == 8) return Stop(node, Join({NameOf(node), " of numbers of 64 bits"}));
+    const Bool isDouble = type == kDoubleType && !overloads.empty();
+    if (isNumber && !isDouble && (GetSize(Get(type).scalar) == 8 || (hasDouble && !IsScalar(type))))
+      return Stop(node, Join({NameOf(node), " of numbers of 64 bits"}));
   }
-  const auto overloads = GetOverloads(word);
   std::vector<Candidate> candidates;
   // Arguments that the function sets are variables of just that type.
   std::vector<std::array<Bool, std::size(Overload{}.parameters)>> exact(overloads.size());

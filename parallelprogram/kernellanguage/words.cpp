@@ -1,6 +1,8 @@
 #include "parallelprogram/kernellanguage/words.h"
 
+#include <algorithm>
 #include <array>
+#include <string>
 #include <unordered_map>
 #include <vector>
 
@@ -397,6 +399,8 @@ TypeIndex ReadLetter(char letter, UInt32 width) {
   switch (letter) {
     case 'f':
       return kFloatType;
+    case 'd':
+      return kDoubleType;
     case 'i':
       return kIntType;
     case 'u':
@@ -436,6 +440,19 @@ void AddOverloads(std::string_view form, std::vector<Overload>& overloads) {
     overloads.push_back(ReadForm(form, width));
 }
 
+// Functions of floats alone are there for 64-bit floats, too; those that are written in the language are not.
+Bool HasDoubleForm(const Word& word, std::string_view form) {
+  const std::string_view parameters = form.substr(2, form.size() - 3);
+  return !word.isExtension && (form[0] == 'f' || form[0] == 'b') &&
+         parameters.find_first_not_of('f') == std::string_view::npos;
+}
+
+std::string MakeDoubleForm(std::string_view form) {
+  std::string made(form);
+  std::replace(made.begin(), made.end(), 'f', 'd');
+  return made;
+}
+
 struct Tables {
   Tables() {
     for (const Word& word : kWords) {
@@ -444,14 +461,16 @@ struct Tables {
       if (!byId[id]) byId[id] = &word;
       for (std::size_t at = 0; at < word.forms.size();) {
         const std::size_t end = std::min(word.forms.find(' ', at), word.forms.size());
-        AddOverloads(word.forms.substr(at, end - at), overloads[id]);
+        const std::string_view form = word.forms.substr(at, end - at);
+        AddOverloads(form, overloads[id]);
+        if (HasDoubleForm(word, form)) doubleOverloads[id].push_back(ReadForm(MakeDoubleForm(form), 1));
         at = end + 1;
       }
     }
   }
   std::unordered_map<std::string_view, const Word*> byName;
   std::array<const Word*, kIdCount> byId{};
-  std::array<std::vector<Overload>, kIdCount> overloads;
+  std::array<std::vector<Overload>, kIdCount> overloads, doubleOverloads;
 };
 
 const Tables& GetTables() {
@@ -487,5 +506,9 @@ WordId FindWordId(std::string_view name) {
 const Word& GetWord(WordId id) { return *GetTables().byId[static_cast<std::size_t>(id)]; }
 
 std::span<const Overload> GetOverloads(WordId id) { return GetTables().overloads[static_cast<std::size_t>(id)]; }
+
+std::span<const Overload> GetDoubleOverloads(WordId id) {
+  return GetTables().doubleOverloads[static_cast<std::size_t>(id)];
+}
 
 }  // namespace ostra::kernellanguage

@@ -19,7 +19,6 @@ const std::map<std::string, std::string>& GetReasons() {
       {"define.krn", "the header \"define.h\" is not one of the kernel's own"},
       {"net.example.convolve.krn", "the type \"TYPE\" is not declared in the kernel's files"},
       {"struct.krn", "the type \"TYPE\" is not declared in the kernel's files"},
-      {"net.ostra.parity.doubles.krn", "floor of numbers of 64 bits"},
       {"net.ostra.parity.paint_gpu.krn", "StoreImage, which the CPU does not have"},
   };
   return reasons;

@@ -69,6 +69,13 @@ TEST(ResolveTest, OverloadsOfTheFileAreChosenByTheirArguments) {
   EXPECT_EQ(PrintResult("float r = F(1);", before), "(call F 1:int>float):float");
 }
 
+TEST(ResolveTest, OneDoubleAmongTheArgumentsMakesAllOfThemDoubles) {
+  EXPECT_EQ(PrintResult("double d = 1.0; double r = sqrt(d);"), "(call sqrt d:double):double");
+  EXPECT_EQ(PrintResult("double d = 1.0; double r = clamp(d, 1, 2.5f);"),
+            "(call clamp d:double 1:int>double 2.5f:float>double):double");
+  EXPECT_EQ(PrintResult("double d = 1.0; bool r = isnan(d);"), "(call isnan d:double):bool");
+}
+
 TEST(ResolveTest, StructsAndArraysHaveMembersAndElements) {
   const std::string before = "struct P\n{\nvec3 at; float w[2];\n};\n";
   EXPECT_EQ(PrintResult("P p = {vec3(0.0), {1.0, 2}}; float r = p.w[1];", before), "(at p:P.w:float[2] 1:int):float");
@@ -215,7 +222,9 @@ TEST(ResolveErrorTest, ResultsFitTheirFunction) {
 
 TEST(ResolveReasonTest, WhatCppReadsInAnotherWayIsNotUnderstood) {
   EXPECT_EQ(FindReason("vec4 t = FetchTexture(image, vec2(1.5, 2.5));"), "1: FetchTexture at vec2");
-  EXPECT_EQ(FindReason("double d = 1.0; double a = sqrt(d);"), "1: sqrt of numbers of 64 bits");
+  EXPECT_EQ(FindReason("Int64 d = 1; Int64 a = abs(d);"), "1: abs of numbers of 64 bits");
+  EXPECT_EQ(FindReason("double d = 1.0; uint a = floatBitsToUint(d);"), "1: floatBitsToUint of numbers of 64 bits");
+  EXPECT_EQ(FindReason("double d = 1.0; vec2 a = max(vec2(1.0, 2.0), d);"), "1: max of numbers of 64 bits");
   EXPECT_EQ(FindReason("StoreImage(image, int2(0, 0), vec4(1.0));"), "1: StoreImage, which the CPU does not have");
   EXPECT_EQ(FindReason("half2 a; half2 b = a + a;"), "1: arithmetic of these vectors");
 }

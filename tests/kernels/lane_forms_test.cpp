@@ -52,6 +52,17 @@ TEST_P(LaneFormsTest, FunctionsThatInvocationsLeaveApart) {
   }
 }
 
+TEST_P(LaneFormsTest, FunctionsOfDoubles) {
+  const auto numbers = _random.MakeFloats(_length);
+  CompareWays("net.ostra.test.lanedoubles.krn", {_length + 3, 1, 1}, [&](KernelRunner& runner) {
+    runner.SetValue("count", _length);
+    runner.SetValue("scale", 0.75f);
+    runner.SetBuffer<Float32>("numbers", numbers);
+    runner.SetBuffer<Float64>("results", std::vector<Float64>(_length, 0.5));
+    runner.SetBuffer<Int32>("marks", std::vector<Int32>(_length, 7));
+  });
+}
+
 TEST_P(LaneFormsTest, CallsThatChangeElementsAndVariablesOfSomeLanes) {
   for (Int32 mode = 0; mode < 3; ++mode) {
     const auto numbers = _random.MakeIntegers<Int32>(_length, -3, 25);

@@ -307,11 +307,15 @@ class Expressions:
         return f"({e()} {self.pick(['==', '!=', '&', '|', '^'])} {e()})" if form == 8 else None
 
     def make_d(self, kind, e):
-        form = self.random.randrange(6)
+        form = self.random.randrange(9)
         if form < 3:
             return self.arithmetic(kind, e)
         if form == 3:
             return f"(- {e()})"
+        if form == 4:
+            return f"{self.pick(['abs', 'sign', 'floor', 'ceil', 'trunc', 'sqrt', 'exp', 'sin', 'log'])}({e()})"
+        if form == 5:
+            return f"{self.pick(['min', 'max', 'pow', 'step'])}({e()}, {e()})"
         return f"double({e(self.pick('fiul'))})"
 
     def make_l(self, kind, e):
