@@ -1,4 +1,4 @@
-// A folder for a while.
+// A folder that is removed at the end.
 #pragma once
 
 #include <cstdlib>

@@ -1,9 +1,9 @@
-# ostra_room(NAME SOURCES ... [USES ...] [LIBRARIES ...])
-# One folder of the host. USES names the rooms it may include; LIBRARIES the outside libraries underneath it.
-function(ostra_room name)
-  cmake_parse_arguments(room "" "" "SOURCES;USES;LIBRARIES" ${ARGN})
-  if(room_SOURCES)
-    add_library(ostra_${name} OBJECT ${room_SOURCES})
+# ostra_folder_library(NAME SOURCES ... [USES ...] [LIBRARIES ...])
+# One folder of the host. USES names the folders it may include; LIBRARIES the outside libraries underneath it.
+function(ostra_folder_library name)
+  cmake_parse_arguments(library "" "" "SOURCES;USES;LIBRARIES" ${ARGN})
+  if(library_SOURCES)
+    add_library(ostra_${name} OBJECT ${library_SOURCES})
     target_link_libraries(ostra_${name} PRIVATE ostra_flags)
     set(scope PUBLIC)
   else()
@@ -11,8 +11,8 @@ function(ostra_room name)
     set(scope INTERFACE)
   endif()
   target_include_directories(ostra_${name} ${scope} $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>)
-  list(TRANSFORM room_USES PREPEND ostra_)
-  target_link_libraries(ostra_${name} ${scope} ${room_USES} ${room_LIBRARIES})
+  list(TRANSFORM library_USES PREPEND ostra_)
+  target_link_libraries(ostra_${name} ${scope} ${library_USES} ${library_LIBRARIES})
 endfunction()
 
 # Much less time for half of all files. With fewer steps GCC takes members for uninitialized that are never read.

@@ -22,7 +22,7 @@ void DecodeFile(std::string_view file) {
   BaseArray<Byte> bytes = ArrayOf(file);
   const Bool isContainer = IsContainer(bytes.GetBlock());
   const auto decoded = DecodeContainer(bytes);
-  // Nobody guesses a tag.
+  // A tag cannot be guessed.
   if (isContainer) Require(!decoded && decoded.GetError().GetMessage() == "hmac different");
   Require(TextOf(bytes) == file);
 }

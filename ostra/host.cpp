@@ -74,7 +74,7 @@ Host::Host(Host&& other) noexcept
 
 Host::~Host() {
   if (!_isRunning) return;
-  // In reverse order nothing that is still loaded needs what goes, unless somebody else loaded it.
+  // In reverse order nothing that is still loaded needs what goes, unless it was loaded elsewhere.
   while (_modules.IsPopulated()) {
     Module* last = _modules[_modules.GetCount() - 1];
     if (auto unloaded = ModuleLoader::Unload(*last); !unloaded) CriticalOutput("@", unloaded.GetError());

@@ -127,7 +127,7 @@ CLI::App& AddRunCommand(CLI::App& app, RunArguments& arguments, ConfigurationArg
       ->type_name("N")
       ->check(CLI::Range(Int(1), Int(1000000000)));
   addList("--swap", arguments.swaps, "Exchange two buffers between two dispatches", "NAME,NAME");
-  // With one dispatch nothing would be exchanged, and nobody would be told.
+  // With one dispatch nothing would be exchanged, without a message.
   run.get_option("--swap")->needs("--iterations");
   run.add_option("--repeat", arguments.repeatCount, "Do everything N times from the same start, to measure")
       ->type_name("N")

@@ -22,7 +22,7 @@ struct Shader {
   std::uint32_t groupSize[3] = {1, 1, 1};
 };
 
-// Translates and compiles a kernel file with the same rooms as the GPU program. Throws Failure.
+// Translates and compiles a kernel file with the same libraries as the GPU program. Throws Failure.
 Shader MakeShader(const std::string& kernelPath);
 
 // SPIR-V of GLSL that was written by hand, from the same compiler. Throws Failure.

@@ -197,7 +197,7 @@ bool RunStore(const Options& options) {
   contest.Add(
       "ours-gpu",
       [=] {
-        // An element that nobody looks at makes other bytes of them.
+        // An element that is not checked makes other bytes of them.
         (*source)[kCount - 1] = GetValue(++*last);
         return program->StoreUniformBufferData(data, *source).IsOk() && program->Execute(true).IsOk();
       },

@@ -59,7 +59,7 @@ class ConfigurationTable {
   std::span<ConfigurationEntry> GetEntries() { return std::span(_entries).first(static_cast<std::size_t>(_count)); }
   Int GetCount() const { return _count; }
 
-  // Lets go of the help texts.
+  // Releases the help texts.
   void DropHelp() {
     for (ConfigurationEntry& entry : GetEntries()) entry.help = String();
   }

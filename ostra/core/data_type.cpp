@@ -37,7 +37,7 @@ struct DataType::Record {
 
 // All descriptions ever made; those that are listed are the registry, with at most one for an ID. Erased ones stay, so
 // that values of their type remain valid, and are listed again when a module that was loaded again registers the same
-// type. One that came when its ID was taken serves whoever described it, without being listed.
+// type. One that came when its ID was taken serves the module that described it, without being listed.
 struct DataTypeTable {
   using Record = DataType::Record;
   std::mutex mutex;

@@ -22,7 +22,7 @@ class OSTRA_API InternedId {
   static Result<InternedId> Create(std::string_view pattern, Int number);
   // For names known when the program is written: ends the process when memory is really exhausted.
   static InternedId FromLiteral(std::string_view text);
-  // The name if somebody has interned it; the empty name otherwise. Allocates nothing.
+  // The name if it is interned; the empty name otherwise. Allocates nothing.
   static InternedId Find(std::string_view text);
 
   String ToString() const { return _node ? String::FromStatic(GetText(), GetSize()) : String(); }

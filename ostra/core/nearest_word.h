@@ -1,4 +1,4 @@
-// What somebody who wrote a wrong name may have meant.
+// The word that a misspelt name is most like.
 //
 //   NearestWord nearest("reslut", 3);
 //   for (std::string_view name : names) nearest.Try(name);

@@ -8,7 +8,7 @@
 //     return OK;
 //   }
 //
-// Result<T&> refers to an object that somebody else owns.
+// Result<T&> refers to an object that it does not own.
 #pragma once
 
 #include <new>

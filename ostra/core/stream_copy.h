@@ -1,4 +1,5 @@
-// Copies for bytes that this processor does not look at again soon: those that a device, or nobody for a while, reads.
+// Copies for bytes that this processor does not look at again soon: those that a device reads, or that are read much
+// later.
 #pragma once
 
 #include "ostra/core/export.h"

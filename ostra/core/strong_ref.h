@@ -65,7 +65,7 @@ class RefCounted {
   void Release() const {
     if (_references.Drop()) DeleteObj(static_cast<const Derived*>(this));
   }
-  // True when nobody else holds the object: it may then be changed in place.
+  // True if there is no other reference: the object may then be changed in place.
   Bool IsUnique() const { return _references.IsOne(); }
 
  protected:

@@ -1,4 +1,4 @@
-// Bytes that nobody should guess: made at random, and compared without telling where they differ.
+// Bytes that must not be guessed: made at random, and compared without telling where they differ.
 #pragma once
 
 #include "ostra/core/base_array.h"

@@ -78,7 +78,7 @@ class DrawportCacheInterface : public ObjectInterface {
   // when no device starts; not implemented without a backend.
   virtual Result<DrawportRef> AllocDrawport(const Id& type, const Id& subtype) = 0;
 
-  // The items of a key: the one that is held by somebody, or a new one. Error: out of memory.
+  // The items of a key: the one that is still referenced, or a new one. Error: out of memory.
   virtual Result<DrawportVertexBufferItemRef> GetVertexbuffer(const DrawportResourceKey& key) = 0;
   // `describe` is called for a new item only.
   virtual Result<DrawportTextureItemRef> GetTexture(const DrawportResourceKey& key,
@@ -116,7 +116,7 @@ class DrawportCacheInterface : public ObjectInterface {
   // Errors: illegal argument for a size below 1 or above the capability; out of memory.
   virtual Result<DrawportStagingBuffer*> AllocStagingBuffer(DrawportContextInterface& context,
                                                             const DrawportStagingOptions& options) = 0;
-  // Really gives back the device memory of items that nobody holds; waits for the device where it must.
+  // Frees the device memory of items without references; waits for the device where it must.
   virtual Result<void> FreeTrashCaches(DrawportContextInterface& context) = 0;
 };
 using DrawportCacheRef = StrongRef<DrawportCacheInterface>;

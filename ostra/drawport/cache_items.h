@@ -1,4 +1,4 @@
-// Cache items: they own what is on the device, are found by key as long as somebody holds them, and are made valid for
+// Cache items: they own what is on the device, are found by key as long as they are referenced, and are made valid for
 // a context before they are used.
 //
 //   OSTRA_ASSIGN_OR_RETURN(DrawportVertexBufferItemRef item, cache->GetVertexbuffer(key));

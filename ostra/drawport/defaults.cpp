@@ -1,4 +1,4 @@
-// What is used where nobody chose: the default command list and the default cache.
+// What is used unless the client chooses: the default command list and the default cache.
 #include "ostra/core/format.h"
 #include "ostra/drawport/cache.h"
 #include "ostra/drawport/null_backend.h"

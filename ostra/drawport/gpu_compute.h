@@ -62,7 +62,7 @@ class GpuComputeInterface : public ObjectInterface {
   virtual Result<void> DispatchIndirect(DrawportCommandList& commandList, DrawportDeviceBuffer& buffer, Int offset) = 0;
   // Asks the hash callback and rebuilds the program if it is another one. On error the old program stays in use.
   virtual Result<void> ReloadProgramFactory(const DrawportContextRef& context) = 0;
-  // Lets go of program and callbacks.
+  // Releases program and callbacks.
   virtual void Reset() = 0;
 };
 using GpuComputeRef = StrongRef<GpuComputeInterface>;

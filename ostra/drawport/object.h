@@ -1,5 +1,5 @@
-// The counted objects of the GPU layer: contexts, drawports, caches and cache items. Backends make them; nobody creates
-// one through a class ID, so they need less than an ObjectInterface.
+// The counted objects of the GPU layer: contexts, drawports, caches and cache items. Backends make them; none is
+// created through a class ID, so they need less than an ObjectInterface.
 #pragma once
 
 #include <atomic>

@@ -77,7 +77,7 @@ class OSTRA_API DrawportProgramDescription {
   // The same for a piece that knows where its lines come from.
   Result<void> AddCode(DrawportStage stage, Int position, ShaderCode code,
                        DrawportCodeSection section = DrawportCodeSection::Body);
-  // Takes over all pieces and parameters that somebody else has put into records, in place of those that were added to
+  // Takes over all pieces and parameters that were put into records elsewhere, in place of those that were added to
   // their stage so far. Later calls add to them.
   Result<void> SetShaderRecords(ShaderRecords records);
 

@@ -38,7 +38,7 @@ Float32 ReadChannel(const PixelFormat& format, const Byte* bytes) {
 }  // namespace
 
 DrawportRenderer::~DrawportRenderer() {
-  if (_target) static_cast<void>(End().IsOk());  // nobody is left to be told
+  if (_target) static_cast<void>(End().IsOk());  // a destructor cannot report it
 }
 
 Result<DrawportRenderTargetRef> DrawportRenderer::CreateTarget(const DrawportRenderTargetDescription& description) {

@@ -78,7 +78,7 @@ struct ShaderParameter {
   DataType structType = {};  // of elements that are structs whose members are known; else no type
   // A buffer with one element that is read as UNIFORM(name): for values that the uniform buffer has no code for.
   Bool isValue = false;
-  Int byteSize = 0;  // of such a value; 0 when nobody knows
+  Int byteSize = 0;  // of such a value; 0 if unknown
   // Binding of buffers and counters; location of attributes, varyings and outputs. See AssignBindings.
   Int binding = -1;
   ShaderOrigin origin;

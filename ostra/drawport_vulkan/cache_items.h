@@ -1,4 +1,4 @@
-// The cache items of the backend. The cache finds them by key as long as somebody holds them; the last release destroys
+// The cache items of the backend. The cache finds them by key as long as they are referenced; the last release destroys
 // them, and the device memory goes when the device is done with it.
 #pragma once
 

@@ -88,7 +88,7 @@ class CommandList final : public DrawportCommandList {
   Result<void> Finish();
   // Frees memory that is only kept to be used again.
   void FreeSpareMemory();
-  // Lets go of what batches hold that are done when the timeline is at `reached`. Any thread.
+  // Releases what batches hold that are done when the timeline is at `reached`. Any thread.
   void ReleaseDone(UInt64 reached);
 
  private:

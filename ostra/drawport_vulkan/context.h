@@ -21,7 +21,7 @@ class Context final : public DrawportCounted<Context, DrawportContextInterface> 
   CommandList& GetCommands() { return _commands; }
   Device& GetDevice() const { return _commands.GetDevice(); }
 
-  // Gives back the memory of what nobody holds; waits for the device, which may still work with it.
+  // Frees the memory of unreferenced items; waits for the device, which may still work with it.
   Result<void> FreeTrash();
   // What create(MemorySpill) (→ Result) makes. When there is no memory of the best kind for it, once more after
   // FreeTrash, and then in slower memory if there is no other.
@@ -41,7 +41,7 @@ class Context final : public DrawportCounted<Context, DrawportContextInterface> 
 // The context behind an interface. Error: illegal state for a context of another backend.
 Result<Context*> FindContext(DrawportContextInterface& context);
 
-// A place in the plan of devices. The cache keeps one for each (see Cache::GetDrawport) while somebody holds it; the
+// A place in the plan of devices. The cache keeps one for each (see Cache::GetDrawport) while it is referenced; the
 // device starts with the first context.
 class Drawport final : public DrawportCounted<Drawport, DrawportInterface> {
  public:

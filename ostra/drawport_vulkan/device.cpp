@@ -29,7 +29,7 @@ Result<DeviceRef> Device::Open(Int index) {
   DeviceRef held;  // destroyed after the lock: the destructor of a device that did not start needs it
   const std::scoped_lock lock(g_mutex);
   Device*& running = g_running[index];
-  // A lost device stays lost: whoever asks again gets a fresh one.
+  // A lost device stays lost: the next request gets a fresh one.
   if (running && !running->IsLost() && running->TryAddRef()) return DeviceRef::Adopt(running);
   Device* device = NewObj<Device>(std::move(driver));
   if (!device) return OSTRA_OUT_OF_MEMORY();
@@ -272,7 +272,7 @@ void Device::SetName(VkObjectType type, UInt64 handle, const CString& name) cons
   info.objectType = type;
   info.objectHandle = handle;
   info.pObjectName = name.GetCString();
-  static_cast<void>(vkSetDebugUtilsObjectNameEXT(_device, &info));  // a name that is missing hurts nobody
+  static_cast<void>(vkSetDebugUtilsObjectNameEXT(_device, &info));  // debug names are optional
 }
 
 }  // namespace ostra::vulkan

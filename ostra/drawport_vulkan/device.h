@@ -87,7 +87,7 @@ class Device final : public DrawportCounted<Device, DrawportObject> {
   void LeaveList(UInt32 number);
   Bool HasList(UInt32 number);
   Bool HasSeveralLists() const { return _listCount.load(std::memory_order_relaxed) > 1; }
-  // Lets go of what the work of all lists holds that the device has done, also of lists that nobody asks any more.
+  // Releases what finished work of all lists holds, also of lists that are not used any more.
   void ReleaseDone();
 
  private:

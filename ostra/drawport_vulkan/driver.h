@@ -1,4 +1,4 @@
-// Driver: the Vulkan loader and the devices that it knows. One for the process, as long as somebody holds it.
+// Driver: the Vulkan loader and the devices that it knows. Shared by the process; destroyed with its last reference.
 //
 // OSTRA_VULKAN_DEVICE chooses the device that is taken first, by number or part of its name. With
 // OSTRA_VULKAN_VALIDATION=1 the validation layer looks at every call; what it says is written as critical diagnostics,

@@ -1,4 +1,4 @@
-// ItemTable: cache items by key, as long as somebody else holds them.
+// ItemTable: cache items by key, as long as they are referenced elsewhere.
 #pragma once
 
 #include <mutex>

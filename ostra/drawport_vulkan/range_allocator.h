@@ -11,7 +11,7 @@ class RangeAllocator {
 
   // One free range of `size` bytes. Error: out of memory.
   Result<void> Init(Int size);
-  // Where `size` bytes begin that nobody else has; kFull when there is no room. `alignment` is a power of two.
+  // Where `size` free bytes begin; kFull when there is no room. `alignment` is a power of two.
   // Error: out of memory.
   Result<Int> Allocate(Int size, Int alignment);
   // Gives back what Allocate handed out, with the same size.

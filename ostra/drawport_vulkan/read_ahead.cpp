@@ -53,7 +53,7 @@ void CommandList::ReadAhead(BufferResource& buffer, Int byteOffset, Int mostByte
   const Int bytes = std::min(mostBytes, buffer.GetSize() - byteOffset);
   if (bytes < kMinReadAhead) return;
   const UInt64 hostWrites = buffer.GetHostWrites();
-  // Nobody has asked for it yet. Whoever does meets the error, if it is still there.
+  // It was not asked for yet: the request that comes meets the error, if it is still there.
   const Result<StagingMemory*> memory = SubmitRead(buffer, byteOffset, bytes);
   if (!memory) return;
   _readAhead = {WeakRef<BufferResource>(&buffer), byteOffset, bytes, *memory, _submittedValue, hostWrites};

@@ -70,7 +70,7 @@ Result<void> RenderTarget::Init(MemorySpill spill) {
   _formats.samples = static_cast<VkSampleCountFlagBits>(sampleCount);  // the bits are the counts
   const DrawportDepthFormat depthFormat = _description.depthFormat;
   if (depthFormat == DrawportDepthFormat::None) return OK;
-  // Whoever reads a depth sees one channel.
+  // A depth is read as one channel.
   OSTRA_ASSIGN_OR_RETURN(
       const PixelFormatRef format,
       GetPixelFormat(depthFormat == DrawportDepthFormat::Float32 ? "net.ostra.image.pixelformat.dynamic.redf32"_id

@@ -60,7 +60,7 @@ class DeviceResource {
   void SetPlanned(Bool isPlanned) { _isPlanned.store(isPlanned, std::memory_order_release); }
 
  protected:
-  // Gives back what the object has on the device: nobody holds it any more.
+  // Frees what the object has on the device, after its last reference.
   virtual void Free() {}
 
  private:
@@ -97,7 +97,7 @@ class WeakRef {
 
   // The object, held; null when it has gone, or none is named.
   StrongRef<T> Lock() const { return _object && _object->TryAddRef() ? StrongRef<T>::Adopt(_object) : StrongRef<T>(); }
-  // Only while somebody else holds the object.
+  // Only while there is another reference to the object.
   T* operator->() const { return _object; }
   // To be compared: the object may have gone.
   T* GetPointer() const { return _object; }

@@ -16,8 +16,8 @@ class Setup {
   Setup() = default;
   Setup(const Setup&) = delete;
 
-  // Held while something is planned, and while a list submits: what is planned goes with exactly one submission. Who
-  // holds it must not let go of resources.
+  // Held while something is planned, and while a list submits: what is planned goes with exactly one submission. A
+  // thread that holds it must not release resources.
   std::mutex& GetMutex() { return _mutex; }
 
   // The following with the mutex held. Has RecordSetup called in front of the next submission; only names the resource.

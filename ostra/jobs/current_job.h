@@ -1,4 +1,4 @@
-// Sets the current job of a thread for a while. Internal to this folder.
+// Sets the current job of a thread, until the object is destroyed. Internal to this folder.
 #pragma once
 
 #include "ostra/core/types.h"

@@ -67,7 +67,7 @@ Result<void> Enqueue(const StrongRef<Job>& job) { return JobQueue::Add(*job, nul
 
 Result<void> Wait(Job& job) {
   if (&job == t_currentJob) return OSTRA_ILLEGAL_STATE("A job cannot wait for itself.");
-  (void)JobQueue::RunThis(job);  // when somebody else runs it, its end is waited for
+  (void)JobQueue::RunThis(job);  // when another thread runs it, its end is waited for
   for (;;) {
     const Job::State state = job._state.load(std::memory_order_acquire);
     if (state == Job::State::Ended) return OK;

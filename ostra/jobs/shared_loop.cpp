@@ -186,7 +186,7 @@ Bool SharedLoop::Join() {
     if (seats < kSeat) return false;
   } while (
       !_seats.compare_exchange_weak(seats, seats - kSeat + 1, std::memory_order_acquire, std::memory_order_relaxed));
-  // Only while inside: the loop cannot be given to somebody else now.
+  // Only while inside: the loop cannot be given to another thread now.
   if (seats < 2 * kSeat) Hide();
   return true;
 }

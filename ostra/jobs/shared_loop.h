@@ -38,8 +38,8 @@ class alignas(64) SharedLoop {
   static SharedLoop* Open(const LoopWork& work, const Pace& pace, UInt64 helpDelay = 0);
   // Works until no index is left. Returns what an index has cost this thread in ticks; 0 when it came too late for any.
   Float64 Work() { return Work(_pace, 0); }
-  // Lets nobody join any more, waits for the helpers and gives the loop back. After it, all effects of the helpers are
-  // visible to the caller.
+  // Closes the loop to new helpers, waits for those inside and returns the loop. After it, all effects of the helpers
+  // are visible to the caller.
   void Close();
 
   // In the child of a fork: no helper has come along.

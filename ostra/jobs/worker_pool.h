@@ -1,10 +1,10 @@
 // Workers: they run jobs and help in parallel loops. Internal to this folder.
 //
-// A worker is called onto a library thread when work is announced and nobody looks for work. It looks for more work
+// A worker is called onto a library thread when work is announced and no worker looks for work. It looks for more work
 // for at most 100 us before it gives the thread back.
 //
-// Whoever makes work visible calls Announce() afterwards. Work is never forgotten: either the announcing thread sees
-// that no worker looks, or the worker that stops looking sees the work. All functions are thread-safe.
+// A thread that makes work visible calls Announce() afterwards. Work is never forgotten: either the announcing thread
+// sees that no worker looks, or the worker that stops looking sees the work. All functions are thread-safe.
 #pragma once
 
 #include "ostra/core/types.h"

@@ -1,4 +1,4 @@
-// Frameworks: named promises that a part of the system is there. The host publishes one per room, a module the one it
+// Frameworks: named promises that a part of the system is there. The host publishes one per folder, a module the one it
 // stands for; a module whose needs are not published is not loaded.
 //
 // All functions are thread-safe.
@@ -17,7 +17,7 @@ OSTRA_API Bool IsPublished(const Id& framework);
 // All published frameworks, sorted by text. Error: out of memory.
 OSTRA_API Result<BaseArray<Id>> GetIds();
 
-// Publishes (withdraws) the frameworks of the host's own rooms. On error none of them is published.
+// Publishes (withdraws) the frameworks of the host's own folders. On error none of them is published.
 OSTRA_API Result<void> PublishHostFrameworks();
 OSTRA_API void WithdrawHostFrameworks();
 

@@ -1,4 +1,4 @@
-// The frameworks of the host's own rooms, by which modules say what they need.
+// The frameworks of the host's own folders, by which modules say what they need.
 #pragma once
 
 #include "ostra/core/id.h"

@@ -90,7 +90,7 @@ Result<void> RegisterDataType(ModuleDescriptor& module, const DataType& type) {
   auto listed = DataType::Find(type.GetId());
   if (!listed || *listed != type)
     return OSTRA_ILLEGAL_ARGUMENT("The data type \"@\" is already registered.", type.GetId());
-  // A type that was first described by somebody else works with their code, and stays with them.
+  // A type that another module described first works with that module's code, and stays with it.
   const auto* operation = reinterpret_cast<const void*>(type.GetOperations().destruct);
   if (FindSharedObject(operation) != FindCode(module)) return OK;
   return initializer.Do([]() -> Result<void> { return OK; }, [](const Id&, const Id& id) { DataType::Erase(id); }, Id(),

@@ -35,7 +35,7 @@ OSTRA_API Result<void> RegisterInterface(ModuleDescriptor& module, const Id& int
 OSTRA_API Result<void> RegisterReflection(ModuleDescriptor& module, const Id& interfaceId, std::string_view name,
                                           std::span<const MethodDescription> methods);
 // Enters a type that DataTypeOf<T>::Make() has described: it is erased with the module, unless it was described by
-// somebody else before, who then keeps it. Refused (illegal argument) when a type with other properties has the ID.
+// another module before, which then keeps it. Refused (illegal argument) when a type with other properties has the ID.
 OSTRA_API Result<void> RegisterDataType(ModuleDescriptor& module, const DataType& type);
 
 // Has `undo` called for something that the module keeps itself. Called before that is done, so that it is never done

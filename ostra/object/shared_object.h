@@ -1,4 +1,4 @@
-// Which shared object something lies in: tells the code of a module from everybody else's.
+// Which shared object something lies in: tells the code of a module from all other code.
 #pragma once
 
 namespace ostra {

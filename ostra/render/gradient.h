@@ -57,7 +57,7 @@ class OSTRA_API GradientRenderData {
   // A position that is no number counts as one before all knots. Allocates nothing.
   Vector32 Sample(Float32 position) const;
 
-  // The sorted knots (gradient_table.h), for whoever keeps them in another form; null when empty.
+  // The sorted knots (gradient_table.h), for code that keeps them in another form; null when empty.
   const GradientTable* GetTable() const;
 
   friend Bool operator==(const GradientRenderData& a, const GradientRenderData& b) { return a._table == b._table; }

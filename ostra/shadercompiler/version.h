@@ -5,7 +5,7 @@
 
 namespace ostra {
 
-// Names and versions of the compiler and of the optimiser, and a hash of the files of this room, whose passes change
+// Names and versions of the compiler and of the optimiser, and a hash of the files of this folder, whose passes change
 // their results. Error: out of memory.
 Result<String> GetShaderCompilerVersion();
 

@@ -13,7 +13,7 @@
 
 namespace ostra {
 
-// Who keeps things on the device: what it works on, and a number that nobody else of the process has.
+// Who keeps things on the device: what it works on, and a number that is unique in the process.
 struct DeviceOwner {
   const GpuContextData& data;
   UInt64 identity = 0;

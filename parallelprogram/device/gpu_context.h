@@ -21,7 +21,7 @@ struct GpuContextData {
   }
 };
 
-// A number that nobody else of the process has: what a program or loader keeps on a device is told by it from what
+// A number that is unique in the process: what a program or loader keeps on a device is told by it from what
 // others keep. Thread-safe.
 UInt64 TakeDeviceOwnerIdentity();
 

@@ -133,7 +133,7 @@ Result<ParserCache::EntryRef> ParserCache::Find(const KernelSource& source, Atom
   const EntryRef added = EntryRef::Adopt(entry);
   const SpinGuard guard(lock);
   const std::scoped_lock adding(_adding);  // programs have locks of their own
-  // Somebody who has missed it as well may have been faster.
+  // Another thread that missed it as well may have been faster.
   EntryRef present;
   if (_entries.Find(source.key, present) && !(present == known) && IsFor(*present, source)) return present;
   _entries.Erase(source.key);

@@ -71,7 +71,7 @@ class ParserCache {
   void Forget(UInt64 key, const EntryRef& entry, AtomicInt32& lock);
 
   SynchronizedHashMap<UInt64, EntryRef> _entries;
-  std::mutex _adding;  // of whoever puts an entry in or takes one out
+  std::mutex _adding;  // held while an entry is put in or taken out
 };
 
 // The parsers of all GPU programs of the process. `lock` is that of the program that asks.

@@ -116,7 +116,7 @@ Result<void> ParallelProgramGPUImpl::CompileKernel(const InternedId& kernelId, B
     OSTRA_RETURN_IF_ERROR(kernel->compute->Init(_current.context, callbacks, options));
     const Job* job = GetCurrentJob();
     if ((job && job->IsCancelled()) || kernel->HasDescription()) return OK;
-    // The program was there already, so nobody has asked for the sources.
+    // The program was there already, so the sources were not asked for.
     OSTRA_ASSIGN_OR_RETURN(const ParsedKernel parsed, Parse(*kernel, kernel->file.GetHashCode()));
     OSTRA_ASSIGN_OR_RETURN(KernelDescription description, DescribeKernel(parsed));
     kernel->SetDescription(std::move(description));

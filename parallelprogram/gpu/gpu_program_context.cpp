@@ -136,7 +136,7 @@ Result<void> ParallelProgramGPUImpl::UpdateDrawportContext(const DrawportContext
   if (_current.ownsOffscreenContext) _previous = _current;
   _current = std::move(data);
   ++_contextNumber;
-  // Kernels that nobody uses any more would keep the context before.
+  // Unused kernels would keep the context before.
   _kernels.ForEach([](const InternedId&, const GpuKernelRef& kernel) {
     static_cast<void>(kernel->compute->UpdateUniforms(DrawportContextRef(), false));
   });

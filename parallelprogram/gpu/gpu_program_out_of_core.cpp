@@ -40,7 +40,7 @@ Bool ParallelProgramGPUImpl::IsEvictable(const InternedId& attr, const GpuKernel
          !(spared && Holds(*spared, entry->_texture));
 }
 
-// A budget that nobody knows is no reason to evict anything.
+// An unknown budget is no reason to evict anything.
 Result<Bool> ParallelProgramGPUImpl::MakeRoom(Int bytes, const GpuKernel* spared) {
   for (Int i = 0;; ++i) {
     const auto [available, total] = GetAvailableAndTotalVRAMBudget();

@@ -14,7 +14,7 @@ extern std::array<InterfaceReference*, 2> g_hostReferences;
 extern InterfaceReference g_configurationReference;
 
 // "configuration": hands the module's variables to the host's configuration service, in the order of their
-// registration, unless the module does not take part; takes them back and lets go of their help texts.
+// registration, unless the module does not take part; takes them back and releases their help texts.
 Result<void> StartConfiguration(ModuleDescriptor& module);
 void StopConfiguration(ModuleDescriptor& module);
 

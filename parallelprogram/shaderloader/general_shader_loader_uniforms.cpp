@@ -29,7 +29,7 @@ Result<void> GeneralShaderLoaderImpl::SetUniform(const InternedId& attr, Forward
   return stage.uniforms.SetValue(attr, std::move(value));
 }
 
-// A shared program keeps the handler of the loader that has built it, so nobody is asked but this loader.
+// A shared program keeps the handler of the loader that has built it, so only this loader is asked.
 Result<void> GeneralShaderLoaderImpl::UpdateUniforms(const DrawportDrawPass* drawPass) {
   OSTRA_ASSIGN_OR_RETURN(GraphicsProgram & program, GetActiveProgram());
   if (program.isOfOtherDrawport) OSTRA_RETURN_IF_ERROR(UpdateActiveProgram(program.nameHash, drawPass));

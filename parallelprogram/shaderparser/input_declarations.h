@@ -6,7 +6,7 @@
 //   (TextureSampler_2D_RGBA_F32_LINEAR) image         const Block<Vector32> points;
 //                                                   };
 //
-// A line whose type nobody knows declares nothing, and that is no error.
+// A line of an unknown type declares nothing, and that is no error.
 #pragma once
 
 #include "parallelprogram/shaderparser/parse_state.h"

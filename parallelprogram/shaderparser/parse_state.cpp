@@ -8,7 +8,7 @@ OSTRA_UNIT("shaderparser");
 namespace ostra {
 namespace {
 
-// Null when it is absent; a name that nobody has interned is in no dictionary.
+// Null when it is absent; a name that is not interned is in no dictionary.
 const Data* FindOption(const DataDictionary& options, const Id& option) {
   const InternedId key = InternedId::Find(option.GetView());
   return key.IsPopulated() ? options.FindData(key) : nullptr;

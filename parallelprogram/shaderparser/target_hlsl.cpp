@@ -7,7 +7,7 @@ namespace {
 
 constexpr std::string_view kConst = "const";
 // How far before the keyword a "const" counts, and how much is then taken off in front of the keyword. What is taken
-// off is meant to be "const "; nobody looks whether it is.
+// off is meant to be "const "; this is not checked.
 constexpr Int kConstReach = 7;
 constexpr Int kConstSize = 6;
 

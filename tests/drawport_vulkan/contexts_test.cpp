@@ -192,7 +192,7 @@ TEST_F(ContextsTest, WorkWaitsForThatOfOthersJustWhenTheyHaveSubmittedSome) {
   Take(GetList(other).Execute(false));
   EXPECT_EQ(count(), alone + 2);  // a barrier of its own before what was recorded
   Take(GetList().BeginBatch());
-  EXPECT_EQ(count(), alone);  // nobody has submitted anything since
+  EXPECT_EQ(count(), alone);  // nothing was submitted since
 }
 
 TEST_F(ContextsTest, ABufferIsQuickAgainWhenTheWorkOfOtherContextsIsDone) {
@@ -209,7 +209,7 @@ TEST_F(ContextsTest, ABufferIsQuickAgainWhenTheWorkOfOtherContextsIsDone) {
     Take(GetList(context).Execute(false));
   }
   Take(GetDevice().WaitForSubmitted());
-  // Nobody asks the other context whether it is done.
+  // The other context is not asked whether it is done.
   EXPECT_EQ(CountSubmissions([&] {
               Write(GetList(), *buffer, 0, 64, 9);
               EXPECT_THAT(Read(GetList(), *buffer, 0, 64), Each(Byte(9)));
@@ -302,7 +302,7 @@ TEST_F(ContextsTest, AReadWorksWhenReadingAheadDoesNot) {
     EXPECT_EQ(Read(GetList(context), *buffer, 20 * kMiB, 20 * kMiB)[0], 2);
     if (!fired) break;
   }
-  EXPECT_GT(worked, 4);  // memory, recording and submission of what nobody had asked for
+  EXPECT_GT(worked, 4);  // memory, recording and submission without a request
 }
 
 TEST_F(ContextsTest, SeveralThreadsUseThingsForTheFirstTimeAndGiveBackTrash) {

@@ -34,7 +34,7 @@ inline void Take(Result<void> result) {
   if (!result) throw std::runtime_error(std::string(result.GetError().GetMessage().GetView()));
 }
 
-// What the driver writes where there is nobody to listen: tests then run unheard.
+// What the driver writes where messages have no receiver: tests then run without them.
 inline constexpr const char* kNoValidation = "Vulkan: the validation layer is not installed.";
 
 inline void ExpectSilentValidation(const DiagnosticRecorder& diagnostics) {

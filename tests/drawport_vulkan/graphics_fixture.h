@@ -149,7 +149,7 @@ class GraphicsTest : public GpuTest {
     GpuTest::TearDown();
   }
 
-  // Lets go of the programs of all calls, with their attributes and states.
+  // Releases the programs of all calls, with their attributes and states.
   void DropPrograms() {
     _programs.clear();
     _sets.clear();

@@ -10,7 +10,7 @@ using Type = DrawportShaderValueType;
 
 class GraphicsMemoryTest : public GraphicsTest {
  public:
-  // Lets go of everything that a draw names.
+  // Releases everything that a draw names.
   void DropEverything() {
     DropPrograms();
     _items.clear();

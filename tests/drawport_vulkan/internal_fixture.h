@@ -70,7 +70,7 @@ class DriverTest : public testing::Test {
          {"vkGetSemaphoreCounterValue", "vkGetPipelineCacheData", "vkMergePipelineCaches"})
       if (call == name) return true;
     if (fault == VK_ERROR_DEVICE_LOST) return false;
-    // What there is no memory for is tried once more with less, or after what nobody holds was given back.
+    // What there is no memory for is tried once more with less, or after unreferenced items were freed.
     for (const std::string_view name : {"vkAllocateMemory", "vkMapMemory", "vkCreateBuffer", "vkBindBufferMemory",
                                         "vkCreateImage", "vkBindImageMemory", "vkCreateImageView"})
       if (call == name) return true;
@@ -90,7 +90,7 @@ class DriverTest : public testing::Test {
       EXPECT_EQ(result.GetError().GetKind(), fault == VK_ERROR_DEVICE_LOST ? kIllegalStateError : kOutOfMemoryError)
           << result.GetError().GetMessage().GetView();
     } else if (!MayBeOvercome(fault, call)) {
-      ADD_FAILURE() << "nobody has noticed that " << call << " failed";
+      ADD_FAILURE() << "the failure of " << call << " was not noticed";
     }
     return true;
   }

@@ -43,7 +43,7 @@ TEST(GpuKernelTest, AKernelThatIsSaidToBeCompiledHasAWorkGroupSize) {
 }
 
 TEST(GpuKernelTest, AKernelWhoseJobWasCancelledDoesNotRun) {
-  // It has ended without an error, and nobody knows the size of its work groups.
+  // It has ended without an error, and the size of its work groups is unknown.
   GpuKernel kernel;
   kernel.state = CompileState::Running;
   kernel.EndCompile(OK, false);
@@ -145,7 +145,7 @@ TEST_F(GpuCompileTest, ReloadingLooksAtEveryKernelAndEndsWithTheFirstError) {
   Write("two.krn", kPlain);
   TakeCalls();
   ASSERT_THAT(program->CheckActiveKernelForUpdatedShaders(), IsOk());
-  EXPECT_THAT(TakeCalls(), ElementsAre());  // nobody has asked for it
+  EXPECT_THAT(TakeCalls(), ElementsAre());  // it was not asked for
   g_reloadKernelsParallelProgram = true;
   ASSERT_THAT(program->CheckActiveKernelForUpdatedShaders(), IsOk());
   EXPECT_THAT(TakeCalls(), testing::UnorderedElementsAre("program one", "program two"));

@@ -1,4 +1,4 @@
-// What only a program on a device does: reloading, textures that do not all fit, links that nobody declared.
+// What only a program on a device does: reloading, textures that do not all fit, links that are not declared.
 #include <chrono>
 #include <filesystem>
 #include <fstream>

@@ -137,7 +137,7 @@ TEST_F(GpuNoisesTest, AChangeOfModesTouchesNoFile) {
   const Url file = Write("net.ostra.test.calls.krn", "OSTRA_PARALLEL_KERNEL(");
   ASSERT_THAT(Change(24), IsOk());
   EXPECT_THAT(GetModes(), ElementsAre(24));
-  // Another kernel, that nobody has asked to be taken.
+  // Another kernel, without a request to take it.
   Write("net.ostra.test.calls.krn", MakeKernel({"0", "1"}, "(Float32) other, \\\n"));
   ASSERT_THAT(Change(3), IsOk());
   for (const DrawportParameter& parameter : GetCache().programs["k"]->description.GetParameters())

@@ -45,7 +45,7 @@ class RecordingBufferItem final : public DrawportCounted<RecordingBufferItem, Dr
 
 class RecordingTextureItem final : public DrawportCounted<RecordingTextureItem, DrawportTextureItemInterface> {
  public:
-  // Items by key, as long as somebody holds them.
+  // Items by key, as long as they are referenced.
   using Table = std::shared_ptr<std::map<UInt64, RecordingTextureItem*>>;
   RecordingTextureItem(RecordingDevice& device, Table table, UInt64 key)
       : _device(device), _table(std::move(table)), _key(key) {

@@ -93,7 +93,7 @@ void RunLoops(int count, std::chrono::microseconds pause) {
 
 TEST(ParallelForAllocationTest, TheCountersSeeAllocations) {
   const long before = g_count.load();
-  int* volatile value = new int(1);  // volatile: an allocation that nobody sees may be left out
+  int* volatile value = new int(1);  // volatile: an allocation without effect may be left out
   EXPECT_GT(g_count.load(), before);
   delete value;
 #ifndef OSTRA_SANITIZED

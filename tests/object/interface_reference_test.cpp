@@ -58,7 +58,7 @@ TEST(InterfaceReferenceTest, MethodsWithoutAResultGiveZero) {
   EXPECT_EQ(count(), 0);
   const HostMethod<Bool()> isOn("IsOn");
   EXPECT_FALSE(isOn());
-  // Nobody has told these methods which interface they belong to: their own names are all there is.
+  // These methods were not told which interface they belong to: their own names are all there is.
   EXPECT_THAT(recorder.GetLines(), ElementsAre("Method invocation of unresolvable interface", "Count", "Stop",
                                                "Method invocation of unresolvable interface", "IsOn", "Stop"));
 }

@@ -38,7 +38,7 @@ class SpinTest : public testing::Test {
     g_inCrashhandler = false;
   }
 
-  // The lock is held by somebody else and released when the waiter calls the delegate.
+  // The lock is held by another thread and released when the waiter calls the delegate.
   static void ReleaseInDelegate(void* stateOrReason, void* context) {
     Record(stateOrReason, context);
     SpinUnlock(g_lock);

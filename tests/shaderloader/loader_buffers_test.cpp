@@ -281,7 +281,7 @@ TEST_F(LoaderBuffersTest, AnUpdateWithOtherElementsKeepsTheEndOfTheBuffer) {
   EXPECT_EQ(GetEntry("b"_iid)._count, 2);
   ASSERT_THAT(loader->UpdateUniformBufferData("b"_iid, MakeFloats(1), 3), IsOk());
   EXPECT_THAT(Read(loader->GetGlobalBufferData("b"_iid)), ElementsAre(0, 1, 7, 0));
-  // Counts that nobody has counted.
+  // Counts that were not counted.
   DataBufferEntry boundless = GetEntry("b"_iid);
   boundless._count = Int{1} << 62;
   ASSERT_THAT(loader->SetGlobalBufferLink("c"_iid, *Data::Create(std::move(boundless))), IsOk());

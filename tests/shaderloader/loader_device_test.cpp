@@ -127,7 +127,7 @@ TEST_F(LoaderDeviceTest, AChangedFileChangesThePicture) {
   StoreAll();
   EXPECT_EQ(Draw(6).Count(kRed), 64);
   WriteColor("p.frag", "vec4(0.0, 1.0, 0.0, 1.0)");
-  EXPECT_EQ(Draw(6).Count(kRed), 64);  // nobody has looked yet
+  EXPECT_EQ(Draw(6).Count(kRed), 64);  // before the first read
   Take(loader->CheckActiveProgramForUpdatedShaders(target.GetPointer()));
   EXPECT_EQ(Draw(6).Count(kGreen), 64);
 

@@ -1,4 +1,4 @@
-// Bytes that nobody means as a source.
+// Bytes that are no source.
 #include <filesystem>
 #include <random>
 

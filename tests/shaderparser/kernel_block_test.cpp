@@ -166,7 +166,7 @@ TEST_F(KernelBlockTest, TheWorkGroupSizeIsRead) {
   // The minus one in x is what stands for nothing at all.
   EXPECT_EQ(GroupSizeOf(Parse("GROUPSIZE(-1, 8, 4)\n")), Vec3<Int32>(256, 1, 1));
   EXPECT_EQ(GroupSizeOf(Parse("GROUPSIZE(0, -8, 4)\n")), Vec3<Int32>(0, -8, 4));
-  // Nobody looks at the characters that are taken off.
+  // The characters that are taken off are not checked.
   EXPECT_EQ(GroupSizeOf(Parse("GROUPSIZES1; 2; 3;\n")), Vec3<Int32>(1, 2, 3));
 }
 

@@ -1,4 +1,4 @@
-// Init runs once, whoever calls it, and again after a failure.
+// Init runs once, from whatever thread, and again after a failure.
 #include <atomic>
 #include <filesystem>
 #include <thread>

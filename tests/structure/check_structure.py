@@ -7,14 +7,15 @@ Prints one line per violation, as file:line: text, and ends with 1 when there ar
 
 import pathlib
 import re
+import subprocess
 import sys
 
-# From the ground up: a room includes itself and those before it.
-HOST_ROOMS = ["core", "math", "object", "config", "monitor", "jobs", "io", "process", "crypt", "image", "render", "drawport",
+# From the ground up: a folder includes itself and those before it.
+HOST_FOLDERS = ["core", "math", "object", "config", "monitor", "jobs", "io", "process", "crypt", "image", "render", "drawport",
               "shadercompiler", "drawport_vulkan"]
-MODULE_ROOMS = ["base", "textures", "program", "kernellanguage", "kernelfront", "shaderparser", "shaderassembly", "device", "kernelruntime", "gpu",
+MODULE_FOLDERS = ["base", "textures", "program", "kernellanguage", "kernelfront", "shaderparser", "shaderassembly", "device", "kernelruntime", "gpu",
                 "shaderloader", "module"]
-ROOMS = {"ostra": HOST_ROOMS, "parallelprogram": MODULE_ROOMS}
+FOLDERS = {"ostra": HOST_FOLDERS, "parallelprogram": MODULE_FOLDERS}
 
 # Further restrictions: what a folder must not include although it stands later.
 FORBIDDEN = [
@@ -28,7 +29,7 @@ FORBIDDEN = [
     ("parallelprogram/shaderparser/", r"ostra/drawport"),
 ]
 
-# Each outside library is reached through one room.
+# Each outside library is reached through one folder.
 LIBRARIES = [
     (r"(oneapi/tbb|tbb)/", "ostra/jobs/"),
     (r"glm/", "ostra/math/"),
@@ -73,30 +74,30 @@ def find_includes(path):
 
 
 def check_arrows(root):
-    """Rooms include only themselves and rooms before them; nobody includes what is forbidden to it."""
+    """Folders include only themselves and folders before them, and nothing that is forbidden to them."""
     for path in find_sources(root, ["ostra", "parallelprogram"]):
         name = path.relative_to(root).as_posix()
         parts = name.split("/")
-        house, room = parts[0], parts[1] if len(parts) > 2 else None
-        if room and room not in ROOMS[house]:
-            yield f"{name}:1: the room {house}/{room} is not in the list of rooms"
+        top, folder = parts[0], parts[1] if len(parts) > 2 else None
+        if folder and folder not in FOLDERS[top]:
+            yield f"{name}:1: the folder {top}/{folder} is not in the list of folders"
             continue
         for line, _, included in find_includes(path):
-            for folder, pattern in FORBIDDEN:
-                if name.startswith(folder) and re.match(pattern, included):
-                    yield f"{name}:{line}: {folder} must not include {included}"
-            target = re.match(house + r"/(?:([^/]+)/)?", included)
-            if not room or not target:
+            for beginning, pattern in FORBIDDEN:
+                if name.startswith(beginning) and re.match(pattern, included):
+                    yield f"{name}:{line}: {beginning} must not include {included}"
+            target = re.match(top + r"/(?:([^/]+)/)?", included)
+            if not folder or not target:
                 continue
-            rooms = ROOMS[house]
+            folders = FOLDERS[top]
             if target.group(1) is None:
-                yield f"{name}:{line}: a room must not include {included}, which stands above all rooms"
-            elif target.group(1) not in rooms or rooms.index(target.group(1)) > rooms.index(room):
-                yield f"{name}:{line}: {house}/{room} must not include {included}, a later room"
+                yield f"{name}:{line}: a folder must not include {included}, which stands above all folders"
+            elif target.group(1) not in folders or folders.index(target.group(1)) > folders.index(folder):
+                yield f"{name}:{line}: {top}/{folder} must not include {included}, a later folder"
 
 
 def check_libraries(root):
-    """Outside libraries are reached through their room; the module uses none, and drawport names no Vulkan type."""
+    """Outside libraries are reached through their folder; the module uses none, and drawport names no Vulkan type."""
     for path in find_sources(root, ["ostra", "parallelprogram"]):
         name = path.relative_to(root).as_posix()
         for line, _, included in find_includes(path):
@@ -121,7 +122,7 @@ def check_sizes(root):
 
 
 def check_readmes(root):
-    """Every room says what it is for."""
+    """Every folder says what it is for."""
     folders = [path for parent in ("ostra", "parallelprogram", "clients", "apps") for path in sorted((root / parent).glob("*"))]
     folders += [root / name for name in ("kernels", "editors", "tests", "bench", "fuzz", "scripts", "cmake")]
     for folder in folders:
@@ -132,7 +133,7 @@ def check_readmes(root):
 
 
 def check_headers(root):
-    """Headers are included once, and never open a namespace for everybody."""
+    """Headers are included once, and never open a namespace for their includers."""
     for path in find_sources(root, ["ostra", "parallelprogram", "clients", "apps"], (".h",)):
         name = path.relative_to(root).as_posix()
         text = path.read_text(encoding="utf-8")
@@ -140,7 +141,7 @@ def check_headers(root):
             yield f"{name}:1: #pragma once is missing"
         for number, line in enumerate(text.splitlines(), 1):
             if re.match(r"using namespace ", line) and name not in OPENS_A_NAMESPACE:
-                yield f"{name}:{number}: a header opens a namespace for everybody who includes it"
+                yield f"{name}:{number}: a header opens a namespace for all files that include it"
 
 
 LINK = re.compile(r"\]\(([^)\s]+)\)")
@@ -185,8 +186,61 @@ def check_links(root):
                 yield f"docs/README.md:1: nothing leads to {page.name}"
 
 
+# What engineers whose first language is another one read twice, and what to write.
+WORDS = [
+    (r"nobody|somebody|everybody|whoever", "name the caller, the owner, the thread or the reference"),
+    (r"lets? go of", "write: releases"),
+    (r"by and by|for a while", "say when, or after how much"),
+]
+
+
+def find_prose(path):
+    """Comments of sources and lines of pages, with their numbers; texts in quotes are data."""
+    for number, line in enumerate(path.read_text(encoding="utf-8").splitlines(), 1):
+        if path.suffix in (".h", ".cpp", ".inl"):
+            line = re.sub(r'"(\\.|[^"\\])*"', "", line)
+            line = line.partition("//")[2]
+        yield number, line
+
+
+def check_words(root):
+    """Comments and pages keep to plain words."""
+    sources = list(find_sources(root, SOURCE_FOLDERS, (".h", ".cpp", ".inl")))
+    for path in sources + find_pages(root):
+        for number, line in find_prose(path):
+            for pattern, advice in WORDS:
+                match = re.search(rf"\b({pattern})\b", line, re.I)
+                if match:
+                    yield f'{path.relative_to(root).as_posix()}:{number}: "{match.group(0)}": {advice}'
+
+
+MAXIMAL_SUBJECT = 72
+CHECKED_COMMITS = 50
+
+
+def find_subjects(root):
+    """The subjects of the last commits, newest first; none outside of a repository."""
+    command = ["git", "-C", str(root), "-c", "safe.directory=*", "log", "--no-merges", f"-{CHECKED_COMMITS}", "--format=%h %s"]
+    try:
+        log = subprocess.run(command, capture_output=True, text=True, check=False)
+    except OSError:
+        return []
+    return [line.partition(" ")[::2] for line in log.stdout.splitlines()] if (root / ".git").exists() else []
+
+
+def check_commits(root, find=find_subjects):
+    """Subjects of commits are short, and no sentences."""
+    for commit, subject in find(root):
+        if len(subject) > MAXIMAL_SUBJECT:
+            yield f"{commit}:1: a subject of {len(subject)} characters; at most {MAXIMAL_SUBJECT} are allowed"
+        if subject.endswith("."):
+            yield f"{commit}:1: a subject that ends with a full stop"
+        if re.match(r"(fixup|squash|wip)\b", subject, re.I):
+            yield f'{commit}:1: "{subject}" is a step on the way, not a commit to keep'
+
+
 RULES = {"arrows": check_arrows, "libraries": check_libraries, "sizes": check_sizes, "readmes": check_readmes,
-         "headers": check_headers, "links": check_links}
+         "headers": check_headers, "links": check_links, "words": check_words, "commits": check_commits}
 
 
 def main(arguments):

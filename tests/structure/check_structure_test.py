@@ -36,18 +36,18 @@ class CheckStructureTest(unittest.TestCase):
 
     def test_a_room_that_includes_a_later_room_is_found(self):
         self.write("ostra/core/a.cpp", '\n#include "ostra/jobs/b.h"\n')
-        self.expect("arrows", "ostra/core/a.cpp:2: ostra/core must not include ostra/jobs/b.h, a later room")
+        self.expect("arrows", "ostra/core/a.cpp:2: ostra/core must not include ostra/jobs/b.h, a later folder")
 
     def test_rooms_of_the_module_have_an_order_too(self):
         self.write("parallelprogram/textures/a.cpp", '#include "parallelprogram/program/b.h"\n')
         self.write("parallelprogram/gpu/a.cpp", '#include "parallelprogram/device/b.h"\n')
         self.expect("arrows", "parallelprogram/textures/a.cpp:1: parallelprogram/textures must not include "
-                              "parallelprogram/program/b.h, a later room")
+                              "parallelprogram/program/b.h, a later folder")
 
     def test_a_room_that_includes_the_whole_host_is_found(self):
         self.write("ostra/core/a.cpp", '#include "ostra/host.h"\n')
         self.expect("arrows",
-                    "ostra/core/a.cpp:1: a room must not include ostra/host.h, which stands above all rooms")
+                    "ostra/core/a.cpp:1: a folder must not include ostra/host.h, which stands above all folders")
 
     def test_the_host_that_includes_the_module_is_found(self):
         self.write("ostra/jobs/a.cpp", '#include "parallelprogram/program/p.h"\n')
@@ -61,7 +61,7 @@ class CheckStructureTest(unittest.TestCase):
 
     def test_an_unknown_room_is_found(self):
         self.write("ostra/attic/a.cpp", "")
-        self.expect("arrows", "ostra/attic/a.cpp:1: the room ostra/attic is not in the list of rooms")
+        self.expect("arrows", "ostra/attic/a.cpp:1: the folder ostra/attic is not in the list of folders")
 
     def test_a_library_outside_its_room_is_found(self):
         self.write("ostra/core/a.cpp", "#include <oneapi/tbb/task_group.h>\n")
@@ -91,7 +91,7 @@ class CheckStructureTest(unittest.TestCase):
     def test_headers_without_a_guard_or_with_an_open_namespace_are_found(self):
         self.write("ostra/math/a.h", "#pragma once\nusing namespace std;\n")
         self.write("ostra/math/b.h", "int a;\n")
-        self.expect("headers", "ostra/math/a.h:2: a header opens a namespace for everybody who includes it",
+        self.expect("headers", "ostra/math/a.h:2: a header opens a namespace for all files that include it",
                     "ostra/math/b.h:1: #pragma once is missing")
 
     def test_links_that_lead_nowhere_are_found(self):
@@ -106,6 +106,25 @@ class CheckStructureTest(unittest.TestCase):
         self.write("docs/a.md", "# A")
         self.write("docs/b.md", "# B")
         self.expect("links", "docs/README.md:1: nothing leads to b.md")
+
+    def test_words_that_are_read_twice_are_found_in_comments_and_pages(self):
+        self.write("ostra/core/a.h", '#pragma once\n// Whoever calls it.\nint a = 0;  // nobody\nconst char* b = "nobody";\n')
+        self.write("docs/a.md", "It lets go of the buffer.\n")
+        self.write("docs/README.md", "[a](a.md)\n")
+        self.expect("words",
+                    'ostra/core/a.h:2: "Whoever": name the caller, the owner, the thread or the reference',
+                    'ostra/core/a.h:3: "nobody": name the caller, the owner, the thread or the reference',
+                    'docs/a.md:1: "lets go of": write: releases')
+
+    def test_subjects_of_commits_are_short_and_no_sentences(self):
+        subjects = [("a1", "x" * 72), ("a2", "x" * 73), ("a3", "Do this."), ("a4", "wip")]
+        self.assertEqual(list(check_structure.check_commits(self.root, lambda root: subjects)),
+                         ["a2:1: a subject of 73 characters; at most 72 are allowed",
+                          "a3:1: a subject that ends with a full stop",
+                          'a4:1: "wip" is a step on the way, not a commit to keep'])
+
+    def test_a_tree_outside_of_a_repository_has_no_commits(self):
+        self.expect("commits")
 
 
 if __name__ == "__main__":

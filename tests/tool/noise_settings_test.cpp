@@ -14,7 +14,7 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-// "noiseMode_0=3", with a star behind values that nobody set.
+// "noiseMode_0=3", with a star behind values that were not set.
 std::vector<std::string> Plan(const Assignments& settings) {
   const auto uniforms = PlanNoises(settings);
   EXPECT_THAT(uniforms, IsOk());

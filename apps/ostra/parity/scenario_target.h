@@ -1,4 +1,4 @@
-// What a scenario gives its kernel: values, buffers, counters and a noise, whoever runs the kernel.
+// What a scenario gives its kernel: values, buffers, counters and a noise, on every backend.
 #pragma once
 
 #include <vector>

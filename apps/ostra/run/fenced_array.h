@@ -1,6 +1,6 @@
-// An array with fences: memory that nobody can touch before its first element and behind its last one, so that reading
-// or writing there is a fault at once. Fences are whole pages; what remains of a page before the elements, and up to 63
-// bytes behind them, are known bytes, which show afterwards whether somebody wrote there.
+// An array with fences: memory that cannot be accessed before its first element and behind its last one, so that
+// reading or writing there is a fault at once. Fences are whole pages; what remains of a page before the elements, and
+// up to 63 bytes behind them, are known bytes, which show afterwards whether they were overwritten.
 #pragma once
 
 #include "ostra/core/array.h"

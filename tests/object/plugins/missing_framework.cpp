@@ -1,4 +1,4 @@
-// Needs a framework that nobody publishes.
+// Needs a framework that is not published.
 #include <array>
 
 #include "ostra/object/module_descriptor.h"
