@@ -6,7 +6,10 @@
 #include "clients/python/element_format.h"
 #include "clients/python/engine_call.h"
 #include "clients/python/inquiries.h"
+#include "clients/python/pictures.h"
 #include "clients/python/python_kernel.h"
+#include "ostra/drawport/settings.h"
+#include "ostra/jobs/worker_threads.h"
 
 namespace py = pybind11;
 
@@ -124,6 +127,16 @@ void RegisterTexture(py::module_& module) {
       .def_property_readonly("array", &PythonTexture::GetArray);
 }
 
+// Between two calls.
+void SetThreadLimit(Int count) {
+  const auto engine = OrThrow(Engine::Get());
+  EngineCall call(*engine);
+  OrThrow(call.Run([count]() -> Result<void> {
+    SetWorkerThreadLimit(count);
+    return OK;
+  }));
+}
+
 }  // namespace
 }  // namespace ostra::python
 
@@ -141,6 +154,8 @@ PYBIND11_MODULE(_ostra, module) {
   py::class_<PythonKernel>(module, "Kernel")
       .def(py::init<const std::string&, const std::string&, bool>())
       .def("call", &PythonKernel::Call)
+      .def("check", &PythonKernel::Check)
+      .def_property_readonly("axis_count", &PythonKernel::GetAxisCount)
       .def_property_readonly("name", &PythonKernel::GetName)
       .def_property_readonly("backend", &PythonKernel::GetBackendName)
       .def_property_readonly("parameters", &PythonKernel::DescribeParameters);
@@ -151,6 +166,10 @@ PYBIND11_MODULE(_ostra, module) {
   module.def("device_memory", &GetDeviceMemory);
   module.def("measure", &MeasureDispatches);
   module.def("take_times", &TakeDispatchTimes);
+  module.def("set_thread_limit", &SetThreadLimit);
+  module.def("set_memory_limit", &SetDrawportMemoryLimit);
+  module.def("read_picture", &ReadPicture);
+  module.def("write_picture", &WritePicture);
   // The host ends before the libraries that it uses.
   py::module_::import("atexit").attr("register")(py::cpp_function(&Engine::Close));
 }

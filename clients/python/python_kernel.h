@@ -4,6 +4,7 @@
 #include <pybind11/numpy.h>
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -28,6 +29,11 @@ class PythonKernel {
   // `size`: None, a number, or a sequence of up to three. Returns None, what was made, or a dict of several.
   pybind11::object Call(const pybind11::object& size, const pybind11::dict& arguments);
 
+  // The errors of Call in arguments; nothing runs.
+  void Check(const pybind11::object& size, const pybind11::dict& arguments) { Bind(size, arguments); }
+
+  // Of a position that an invocation looks at; nothing when that is not known.
+  std::optional<Int> GetAxisCount() const { return _axisCount; }
   const std::string& GetName() const { return _name; }
   const char* GetBackendName() const { return python::GetBackendName(_backend); }
   pybind11::dict DescribeParameters() const;

@@ -15,6 +15,8 @@ import numpy as _numpy
 
 from ._ostra import Buffer, Counter, Error
 from ._inquiries import Profile, configuration, configure, devices, memory, profile
+from ._source import KernelSource as _KernelSource
+from ._source import load as _load_source
 from ._texture import Texture
 
 __all__ = [
@@ -40,9 +42,10 @@ class Kernel:
     Calls from several threads run one after the other; the interpreter lock is released while they compile and run.
     """
 
-    def __init__(self, native, folder):
+    def __init__(self, native, folder, source):
         self._native = native
         self._folder = folder
+        self._source = source
 
     def __call__(self, size=None, /, **arguments):
         """Runs the kernel and returns the outputs that it has made.
@@ -79,6 +82,12 @@ class Kernel:
         """The parameters and their types, in the order of the kernel file: a dict of texts."""
         return self._native.parameters
 
+    def __reduce__(self):
+        # Another process compiles what the kernel was made of, whatever has become of the file.
+        if self._source is None:
+            raise TypeError(f"{self.name} cannot be pickled: its file could not be read")
+        return _load_source, (self._source, self.backend)
+
     def __repr__(self):
         parameters = ", ".join(f"{name}: {kind}" for name, kind in self.parameters.items())
         return f"<ostra.Kernel {self.name}({parameters}) on the {self.backend.upper()}>"
@@ -96,17 +105,22 @@ def kernel(source, *, backend="cpu", name=None):
     backend = _ostra.choose_backend(backend)
     if not isinstance(source, str) or "\n" not in source:
         path = _os.fspath(source)
-        return Kernel(_ostra.Kernel(_os.fsdecode(path), "", backend == "gpu"), None)
+        native = _ostra.Kernel(_os.fsdecode(path), "", backend == "gpu")
+        try:
+            return Kernel(native, None, _KernelSource.read(path))
+        except OSError:  # an address of the framework, and no path
+            return Kernel(native, None, None)
     found = _re.search(r"OSTRA_PARALLEL_KERNEL\s*\(\s*(\w+)", source)
     name = name or f"{found.group(1) if found else 'kernel'}.krn"
+    content = _KernelSource.of_text(source, name)
     if backend == "cpu":
-        return Kernel(_ostra.Kernel(name, source, False), None)
+        return Kernel(_ostra.Kernel(name, source, False), None, content)
     # A GPU program reads a file, and reads it again when its settings change.
     folder = _tempfile.TemporaryDirectory(prefix="ostra_")
     path = _os.path.join(folder.name, _os.path.basename(name))
     with open(path, "w", encoding="utf-8") as file:
         file.write(source)
-    return Kernel(_ostra.Kernel(path, "", True), folder)
+    return Kernel(_ostra.Kernel(path, "", True), folder, content)
 
 
 def from_dlpack(array):
