@@ -20,7 +20,7 @@ import dask.array  # noqa: E402
 
 import ostra.dask  # noqa: E402
 
-MEMORY = 320 << 20  # of a worker
+MEMORY = 300 << 20  # of a worker
 
 PLATE = """// One step of heat through a plate, whose sides keep theirs.
 #define HALO 1
@@ -174,7 +174,7 @@ def sum_bits_of_kernel(kernel, side, chunk, steps=1, **arguments):
 
 
 def test_a_blur_of_an_array_beyond_all_memory_has_the_bits_of_one_process(client):
-    side, chunk = 16384, 2048
+    side, chunk = 16384, 1024
     array = make_array(side, chunk)
     assert array.nbytes > 3 * MEMORY
     sums = sum_bits_of_blocks(ostra.dask.map_overlap(BLUR, source=array)).compute()
@@ -182,7 +182,7 @@ def test_a_blur_of_an_array_beyond_all_memory_has_the_bits_of_one_process(client
 
 
 def test_steps_of_heat_through_an_array_beyond_all_memory_have_the_bits_of_one_process(client):
-    side, chunk, steps = 13312, 2048, 3
+    side, chunk, steps = 12800, 1024, 3
     plate = make_array(side, chunk)
     assert plate.nbytes > 2 * MEMORY
     for _ in range(steps):
@@ -192,7 +192,7 @@ def test_steps_of_heat_through_an_array_beyond_all_memory_have_the_bits_of_one_p
 
 
 def test_a_worker_that_is_killed_loses_nothing():
-    array = make_array(6144, 512)
+    array = make_array(4096, 512)
     plate = array
     for _ in range(3):
         plate = ostra.dask.map_overlap(PLATE, source=plate, speed=0.3)
@@ -207,7 +207,7 @@ def test_a_worker_that_is_killed_loses_nothing():
         result = sums.compute()
         wait_until(lambda: len(client.run(os.getpid)) == 2)  # the killed one is started again
         assert before[victim] not in client.run(os.getpid).values()
-    expected = sum_bits_of_kernel(ostra.kernel(PLATE), 6144, 512, 3, speed=0.3)
+    expected = sum_bits_of_kernel(ostra.kernel(PLATE), 4096, 512, 3, speed=0.3)
     numpy.testing.assert_array_equal(result, expected)
 
 
