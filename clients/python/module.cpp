@@ -167,7 +167,7 @@ PYBIND11_MODULE(_ostra, module) {
   module.def("measure", &MeasureDispatches);
   module.def("take_times", &TakeDispatchTimes);
   module.def("set_thread_limit", &SetThreadLimit);
-  module.def("set_memory_limit", &SetDrawportMemoryLimit);
+  module.def("set_memory_limit", &ostra::SetDrawportMemoryLimit);
   module.def("read_picture", &ReadPicture);
   module.def("write_picture", &WritePicture);
   // The host ends before the libraries that it uses.

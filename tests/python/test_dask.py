@@ -12,7 +12,8 @@ import numpy
 import pytest
 
 import ostra
-from test_kernel import SCALE, no_gpu, numbers
+from conftest import no_gpu
+from test_kernel import SCALE, numbers
 
 dask = pytest.importorskip("dask", reason="There is no Dask (Debian: python3-dask).")
 distributed = pytest.importorskip("distributed", reason="There is no distributed (Debian: python3-distributed).")
@@ -125,7 +126,7 @@ OSTRA_PARALLEL_KERNEL_END
 
 def start_cluster(memory):
     return distributed.LocalCluster(
-        n_workers=2, threads_per_worker=1, memory_limit=memory, dashboard_address=None, resources={"GPU": 0})
+        n_workers=2, threads_per_worker=1, memory_limit=memory, dashboard_address=":0", resources={"GPU": 0})
 
 
 @pytest.fixture(scope="module")
