@@ -1,6 +1,5 @@
 """Kernels on the blocks of Dask's arrays."""
 
-import itertools
 import operator
 import os
 
@@ -33,8 +32,7 @@ def map_blocks(kernel, /, *arrays, size=None, backend=None, **arguments):
     """
     callee = Callee(kernel, backend)
     call = Call(callee, callee.add_positional(arrays, arguments), size)
-    chunks = call.find_chunks()
-    return _build(call, call.make_task(chunks), call.arrays)
+    return _build(call, call.list_blocks(), call.arrays)
 
 
 def map_overlap(kernel, /, *arrays, depth=None, boundary="none", size=None, backend=None, **arguments):
@@ -54,10 +52,11 @@ def map_overlap(kernel, /, *arrays, depth=None, boundary="none", size=None, back
     depths = _choose_depths(callee, depth, len(chunks))
     kinds = list(boundary) if isinstance(boundary, (tuple, list)) else [boundary] * len(chunks)
     _check_halo(chunks, depths, kinds)
-    task = call.make_task(chunks, tuple(map(_make_halo, chunks, depths, kinds)))
+    blocks = call.list_blocks(list(map(_make_halo, chunks, depths, kinds)))
+    task = call.make_task(blocks)
     grown = {name: overlap(array, dict(enumerate(depths)), dict(enumerate(kinds)), allow_rechunk=False)
              for name, array in call.arrays.items()}
-    return _build(call, task, grown)
+    return _build(call, blocks, grown, task)
 
 
 def reduce(kernel, /, *arrays, shape=1, size=None, combine=None, combine_size=None, combine_arguments=None, backend=None,
@@ -81,47 +80,50 @@ def reduce(kernel, /, *arrays, shape=1, size=None, combine=None, combine_size=No
     if combine is None and combine_size is None:
         combine_size = size
     call = Call(first, first.add_positional(arrays, arguments), size, shape)
-    parts = _stack_parts(call, call.make_task(call.find_chunks()))
+    parts = _stack_parts(call, call.list_blocks())
     call = Call(second, second.add_positional([parts], combine_arguments), combine_size, shape)
-    return _build(call, call.make_task(call.find_chunks()), call.arrays)
+    return _build(call, call.list_blocks(), call.arrays)
 
 
-def _build(call, task, arrays):
+def _build(call, blocks, arrays, task=None):
     """The array that the tasks write, or a dict of several."""
+    task = task or call.make_task(blocks)
+    chunks = call.find_chunks() if task.shape is None else tuple((side,) for side in task.choose_shape(None))
     depth = 1 if len(task.outputs) == 1 and task.outputs[0].components > 1 else 0
-    name, graph = _add_tasks(call, task, arrays, depth)
+    name, graph = _add_tasks(call, task, blocks, arrays, depth)
     if len(task.outputs) == 1:
-        return _make_array(graph, name, task, task.outputs[0])
+        return _make_array(graph, name, chunks, task.outputs[0])
     made = {}
     for output in task.outputs:
         chosen = f"{_get_stem(call)}-{output.name}-{tokenize(name, output.name)}"
         ending = (0,) if output.components > 1 else ()
-        layer = {(chosen, *index, *ending): (operator.getitem, (name, *index), output.name)
-                 for index in _list_blocks(task.chunks)}
-        made[output.name] = _make_array(_add_layer(graph, chosen, layer, name), chosen, task, output)
+        layer = {(chosen, *block.index, *ending): (operator.getitem, (name, *block.index), output.name)
+                 for block in blocks}
+        made[output.name] = _make_array(_add_layer(graph, chosen, layer, name), chosen, chunks, output)
     return made
 
 
-def _add_tasks(call, task, arrays, ending=0):
+def _add_tasks(call, task, blocks, arrays, ending=0):
     """A graph with a task for each block, and the name of its layer. `ending`: axes of its keys beyond the blocks'."""
-    name = f"{_get_stem(call)}-{tokenize(task, [array.name for array in arrays.values()], list(call.wholes.values()))}"
+    name = f"{_get_stem(call)}-{tokenize(task, blocks[0].halo, [array.name for array in arrays.values()], list(call.wholes.values()))}"
     layer = {}
     wholes = []
     for whole in call.wholes.values():
         wholes.append(f"ostra-whole-{tokenize(whole)}")
         layer[wholes[-1]] = whole
-    for index in _list_blocks(task.chunks):
-        blocks = [(array.name, *index, *(0,) * (array.ndim - len(index))) for array in arrays.values()]
-        layer[(name, *index, *(0,) * ending)] = (task, list(index), *blocks, *wholes)
+    for block in blocks:
+        keys = [(array.name, *block.index, *(0,) * (array.ndim - len(block.index))) for array in arrays.values()]
+        layer[(name, *block.index, *(0,) * ending)] = (task, block, *keys, *wholes)
     return name, HighLevelGraph.from_collections(name, layer, dependencies=list(arrays.values()))
 
 
-def _stack_parts(call, task):
+def _stack_parts(call, blocks):
     """What the tasks write, one behind the other, as an array of one chunk."""
+    task = call.make_task(blocks)
     if len(task.outputs) != 1:
         raise TypeError(f"{call.callee.name} writes {len(task.outputs)} buffers: a reduction has kernels that write one")
-    name, graph = _add_tasks(call, task, call.arrays)
-    parts = [(name, *index) for index in _list_blocks(task.chunks) if task.describe(index).count > 0]
+    name, graph = _add_tasks(call, task, blocks, call.arrays)
+    parts = [(name, *block.index) for block in blocks if block.count > 0]
     if not parts:
         raise ValueError("the array is empty")
     output = task.outputs[0]
@@ -132,8 +134,7 @@ def _stack_parts(call, task):
     return dask.array.Array(_add_layer(graph, stacked, layer, name), stacked, chunks, output.dtype)
 
 
-def _make_array(graph, name, task, output):
-    chunks = task.chunks if task.shape is None else tuple((side,) for side in task.choose_shape(None))
+def _make_array(graph, name, chunks, output):
     if output.components > 1:
         chunks = (*chunks, (output.components,))
     return dask.array.Array(graph, name, chunks, meta=numpy.empty((0,) * len(chunks), output.dtype))
@@ -147,10 +148,6 @@ def _get_stem(call):
     # Dashboards show tasks by it.
     name = call.callee.name
     return os.path.basename(name[:-4] if name.endswith(".krn") else name).split(".")[-1].lower() or "kernel"
-
-
-def _list_blocks(chunks):
-    return itertools.product(*(range(len(sizes)) for sizes in chunks))
 
 
 def _choose_depths(callee, depth, axes):

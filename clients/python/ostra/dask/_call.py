@@ -10,7 +10,7 @@ import numpy
 import ostra
 
 from .._source import KernelSource
-from ._task import Output, Task
+from ._task import Output, Task, list_blocks
 
 _BUFFER = re.compile(r"(const )?buffer of (\w+)(?:\[(\d+)\])?")
 
@@ -120,22 +120,27 @@ class Call:
                              "array.rechunk({-1: -1}) puts them into one")
         return array.chunks[:-1]
 
-    def make_task(self, chunks, halos=None):
+    def list_blocks(self, halos=None):
+        """The blocks that all arrays share, each with its halo."""
+        chunks = self.find_chunks()
+        return list_blocks(chunks, halos or [((0, 0),) * len(sizes) for sizes in chunks])
+
+    def make_task(self, blocks):
         """What is done with each block. Raises what is wrong with types, values and sizes."""
+        axes = len(blocks[0].shape)
         outputs = [Output(name, str(buffer.dtype), buffer.components)
                    for name, buffer in self.callee.buffers.items() if buffer.is_written]
         task = Task(
             source=self.callee.source, backend=self.callee.backend, axis_count=self.callee.axis_count,
-            names=(*self.arrays, *self.wholes), values=self.add_sides(len(chunks)), outputs=tuple(outputs),
-            chunks=chunks, halos=halos or tuple(((0, 0),) * len(sizes) for sizes in chunks),
+            names=(*self.arrays, *self.wholes), values=self.add_sides(axes), outputs=tuple(outputs),
             shape=self.shape, size=self.size)
         if not outputs:
             raise TypeError(f"{self.callee.name} writes no buffer of numbers: there is no result")
         for name, kind in self.callee.parameters.items():
             if kind == "counter" or kind.startswith("buffer of struct"):
                 raise TypeError(f'"{name}" is a {kind}, which tasks do not bring back')
-        self._check_axes(chunks)
-        self._check_types(task)
+        self._check_axes(axes)
+        self._check_types(task, blocks[0])
         return task
 
     def add_sides(self, ndim):
@@ -145,16 +150,15 @@ class Call:
                   if name in self.callee.parameters and name not in self.callee.buffers}
         return {**wanted, **self.values}
 
-    def _check_axes(self, chunks):
-        axes = self.callee.axis_count
-        if self.size is not None or axes == 1 or axes == len(chunks):
+    def _check_axes(self, axes):
+        own = self.callee.axis_count
+        if self.size is not None or own in (1, axes):
             return
-        known = "does not show how many axes" if axes is None else f"looks at {axes} axes"
-        raise ValueError(f"{self.callee.name} {known} of its position, and the array has {len(chunks)}: "
+        known = "does not show how many axes" if own is None else f"looks at {own} axes"
+        raise ValueError(f"{self.callee.name} {known} of its position, and the array has {axes}: "
                          "say how many invocations run for a block, size=...")
 
-    def _check_types(self, task):
-        first = task.describe((0,) * len(task.chunks))
+    def _check_types(self, task, first):
         samples = {output.name: numpy.zeros(output.add_components((1,)), output.dtype) for output in task.outputs}
         for name, array in self.arrays.items():
             samples[name] = make_sample(array, self.callee.buffers.get(name))

@@ -14,7 +14,7 @@ from dask.highlevelgraph import HighLevelGraph
 
 from .. import _ostra
 from ._call import Call, Callee
-from ._task import Task
+from ._task import Block, Task
 
 
 def apply(kernel, files, target=None, *, read=None, write=None, size=None, backend=None, **arguments):
@@ -46,7 +46,7 @@ def apply(kernel, files, target=None, *, read=None, write=None, size=None, backe
     call = _bind(callee, free[0], arguments, size)
     if list(call.arrays) != free:
         raise TypeError("arrays beside those of the files are arrays of numpy")
-    task = call.make_task(call.find_chunks())
+    task = call.make_task(call.list_blocks())
     if target is not None and len(task.outputs) > 1:
         raise TypeError(f"{callee.name} writes {len(task.outputs)} buffers, and a target takes one")
     work = FileTask(task, tuple(call.wholes.values()), callee.buffers[free[0]].components, read or read_file, write or write_file)
@@ -71,9 +71,8 @@ class FileTask:
         if not isinstance(array, numpy.ndarray) or array.ndim == 0:
             raise TypeError(f'"{file}" was read as {type(array).__name__}, not as an array of numpy with axes')
         shape = array.shape[:-1] if self.components > 1 else array.shape
-        chunks = tuple((side,) for side in shape)
-        task = dataclasses.replace(self.task, chunks=chunks, halos=(((0, 0),),) * len(chunks))
-        made = task((0,) * len(chunks), array, *self.wholes)
+        block = Block((0,) * len(shape), shape, (0,) * len(shape), ((0, 0),) * len(shape))
+        made = self.task(block, array, *self.wholes)
         if target is None:
             return made
         self.write(target, made)

@@ -1,6 +1,7 @@
 """What a task does with one block. It is sent to workers: all of it is values, and it has no kernel in it."""
 
 import dataclasses
+import itertools
 
 import numpy
 
@@ -14,16 +15,28 @@ class Block:
     index: which block, along each axis.
     shape: its elements along each axis, with the halo and without the components of vectors.
     origin: where its first element lies in the whole array; below 0 for a halo that lies before the array.
+    halo: how many elements were added before and behind it along each axis: pairs.
     """
 
     index: tuple
     shape: tuple
     origin: tuple
+    halo: tuple
 
     @property
     def count(self):
         """How many elements it has."""
         return int(numpy.prod(self.shape, dtype=numpy.int64))
+
+
+def list_blocks(chunks, halos):
+    """The blocks of an array. chunks, halos: of each axis and block, the size, and the elements added on both sides."""
+    axes = []
+    for sizes, pairs in zip(chunks, halos):
+        begins = itertools.accumulate(sizes[:-1], initial=0)
+        axes.append([(i, size + sum(halo), begin - halo[0], halo)
+                     for i, (size, begin, halo) in enumerate(zip(sizes, begins, pairs))])
+    return [Block(*zip(*parts)) for parts in itertools.product(*axes)]
 
 
 @dataclasses.dataclass(frozen=True)
@@ -43,7 +56,6 @@ class Task:
     """A kernel with all of its arguments but the arrays.
 
     names: of the parameters that take the arrays of a call, in their order.
-    chunks, halos: the sizes of the blocks along each axis; how many elements were added to each side of every block.
     shape: of the outputs, a tuple or a function of the block; None: that of the block.
     size: of the dispatch, likewise; None: the elements of the block as the kernel looks at them.
     """
@@ -54,35 +66,23 @@ class Task:
     names: tuple
     values: dict
     outputs: tuple
-    chunks: tuple
-    halos: tuple
     shape: object
     size: object
 
     def __dask_tokenize__(self):
         return tuple(getattr(self, field.name) for field in dataclasses.fields(self))
 
-    def __call__(self, index, *arrays):
+    def __call__(self, block, *arrays):
         """The array that the kernel has made of the block, or a dict of several."""
-        block = self.describe(index)
         made = {output.name: self._prepare(output, block, arrays) for output in self.outputs}
         if block.count > 0:
             _worker.apply_limits()
             kernel = self.source.load(_worker.choose_backend(self.backend))
             given = {name: numpy.require(array, requirements="CA") for name, array in zip(self.names, arrays)}
             kernel(self.choose_size(block), **{**self.choose_values(block), **given, **made})
-        trim = tuple(slice(low, -high or None) for low, high in self._choose_halo(index)) if self.shape is None else ()
+        trim = tuple(slice(low, -high or None) for low, high in block.halo) if self.shape is None else ()
         made = {name: numpy.ascontiguousarray(array[trim]) for name, array in made.items()}
         return made if len(made) > 1 else next(iter(made.values()))
-
-    def describe(self, index):
-        halo = self._choose_halo(index)
-        sizes = [sizes[i] for sizes, i in zip(self.chunks, index)]
-        return Block(
-            index=tuple(index),
-            shape=tuple(size + low + high for size, (low, high) in zip(sizes, halo)),
-            origin=tuple(sum(sizes[:i]) - low for sizes, i, (low, _) in zip(self.chunks, index, halo)),
-        )
 
     def choose_values(self, block):
         return {name: value(block) if callable(value) else value for name, value in self.values.items()}
@@ -97,10 +97,6 @@ class Task:
         if shape is None:
             return block.shape
         return tuple(shape) if hasattr(shape, "__len__") else (shape,)
-
-    def _choose_halo(self, index):
-        # (low, high) of each axis.
-        return [halo[i] for halo, i in zip(self.halos, index)]
 
     def _prepare(self, output, block, arrays):
         if output.name in self.names:  # the kernel changes it; tasks must not change what others read
