@@ -2,6 +2,8 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <charconv>
+#include <cmath>
 #include <functional>
 #include <string>
 #include <vector>
@@ -81,7 +83,7 @@ constexpr const char* kLanguageServerDetails =
 struct RunArguments {
   std::string kernel, templateArgument, size, backend = "cpu", cacheFolder;
   std::vector<std::string> inputs, outputs, settings, textures, swaps;
-  std::string profile;
+  std::string profile, firstDifference;
   Int printRoom = Int{1} << 20, stepLimit = 0;
   Int repeatCount = 1, iterationCount = 1;
   Bool isFast = false, isChecked = false, isSilent = false, isDebugged = false, isExplained = false, isJson = false;
@@ -135,6 +137,10 @@ CLI::App& AddRunCommand(CLI::App& app, RunArguments& arguments, ConfigurationArg
   run.add_option("--backend", arguments.backend, "Where the kernel runs: cpu, gpu, or both to compare them")
       ->type_name("NAME")
       ->check(OneOf({"cpu", "gpu", "both"}));
+  run.add_flag("--first-difference", arguments.firstDifference,
+               "With --backend both: show where the first element that differs comes from, line by line; "
+               "--first-difference=BOUND takes no notice of smaller differences")
+      ->excludes("--repeat");
   run.add_flag("--fast", arguments.isFast, "Allow the compiler to reorder floating-point arithmetic");
   run.add_flag("--checked", arguments.isChecked,
                "Check indices of buffers and arrays, layers of textures, divisors and loops; slower");
@@ -170,6 +176,17 @@ Result<Assignments> SplitAll(std::string_view option, const std::vector<std::str
   return assignments;
 }
 
+// Nothing without the option; 0 where it has no value.
+Result<std::optional<Float64>> ReadDifferenceBound(const std::string& text) {
+  if (text.empty()) return std::optional<Float64>();
+  if (text == "true") return std::optional(0.0);
+  Float64 bound = 0;
+  const auto [end, code] = std::from_chars(text.data(), text.data() + text.size(), bound);
+  if (code != std::errc() || end != text.data() + text.size() || !(bound >= 0) || std::isinf(bound))
+    return OSTRA_USAGE_ERROR("--first-difference=@: a bound is a number from 0 on", text);
+  return std::optional(bound);
+}
+
 Result<RunOptions> MakeRunOptions(const RunArguments& arguments) {
   RunOptions options;
   OSTRA_ASSIGN_OR_RETURN(options.kernelFile, Url::Create(arguments.kernel));
@@ -203,6 +220,7 @@ Result<RunOptions> MakeRunOptions(const RunArguments& arguments) {
   options.printRoom = arguments.printRoom;
   options.stepLimit = arguments.stepLimit;
   options.isDebugged = arguments.isDebugged;
+  OSTRA_ASSIGN_OR_RETURN(options.differenceBound, ReadDifferenceBound(arguments.firstDifference));
   options.isProfiled = !arguments.profile.empty();
   OSTRA_ASSIGN_OR_RETURN(options.traceFile, GetTraceFile(arguments.profile));
   options.isExplained = arguments.isExplained;
@@ -213,6 +231,11 @@ Result<RunOptions> MakeRunOptions(const RunArguments& arguments) {
                                                   : Backend::Cpu;
   if (options.isExplained && options.backend == Backend::Gpu)
     return OSTRA_USAGE_ERROR("--explain tells of the CPU: leave out --backend gpu or give both");
+  if (options.differenceBound && options.backend != Backend::Both)
+    return OSTRA_USAGE_ERROR("--first-difference compares the CPU with the GPU: give --backend both");
+  if (options.differenceBound && (options.isChecked || options.isDebugged))
+    return OSTRA_USAGE_ERROR("--first-difference cannot be given with @: find what that finds first",
+                             options.isChecked ? "--checked" : "--debug");
   if (options.isDebugged && options.backend == Backend::Gpu)
     return OSTRA_USAGE_ERROR("--debug: kernels are debugged on the CPU only: leave out --backend gpu or give both");
   return options;

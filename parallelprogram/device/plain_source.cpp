@@ -37,8 +37,9 @@ Result<std::optional<WrittenSource>> MakePlainSource(const Url& file, std::strin
       file, templateArgument,
       [&](const KernelSourceOptions& options, std::string_view text) -> Result<std::optional<WrittenSource>> {
         OSTRA_ASSIGN_OR_RETURN(const KernelReading kernel, KernelReading::Create(options, text));
-        return MakePlainSource(file,
-                               kernel.WithReports({.isSilent = !reports.hasReports, .isChecked = reports.hasChecks}));
+        return MakePlainSource(
+            file, kernel.WithReports(
+                      {.isSilent = !reports.hasReports, .isChecked = reports.hasChecks, .isTraced = reports.isTraced}));
       });
 }
 

@@ -80,6 +80,7 @@ Result<void> AddNoises(DrawportProgramDescription& program, Int tableCount) {
 // Nothing is added for kernels as they are compiled by themselves.
 UInt64 AppendReportOptions(UInt64 hash, const KernelReportOptions& options) {
   if (!options.hasReports) hash = AppendToKey(hash, 1);
+  if (options.isTraced) hash = AppendToKey(hash, 4);
   return options.hasChecks ? AppendToKey(hash, 2) : hash;
 }
 

@@ -48,7 +48,7 @@ Result<void> ParallelProgramGPUImpl::BeginReport(const GpuKernel& kernel, const 
     return kernel.textures.Contains(*id) ? 1 : 0;
   };
   OSTRA_ASSIGN_OR_RETURN(const BaseArray<UInt32> head,
-                         kernel.reports->MakeHead(room, extents, _prints.GetStepLimit(), getSize));
+                         kernel.reports->MakeHead(room, extents, _prints.GetStepLimit(), _prints.GetTrace(), getSize));
   return UploadBytes(_current, entry->_deviceBuffer, 0, reinterpret_cast<const Byte*>(head.GetFirst()),
                      head.GetCount() * Int{sizeof(UInt32)}, sizeof(UInt32));
 }

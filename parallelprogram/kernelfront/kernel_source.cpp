@@ -67,8 +67,16 @@ void CheckErrors(const kernellanguage::AnalyzedKernel& kernel) {
     throw kernelfront::Failure{kernellanguage::MakeSourceMessages(kernel.sources, kernel.errors), false};
 }
 
-constexpr std::string_view kNeedsTheLanguage =
-    " is not of the kernel language, and only kernels of it are checked here";
+[[noreturn]] void FailForRefusal(const kernellanguage::SourceMap& sources,
+                                 const kernellanguage::NotUnderstood& refusal);
+
+// Checks and traces are written by the front end.
+[[noreturn]] void FailForLanguage(const kernellanguage::AnalyzedKernel& kernel, Bool isTraced) {
+  FailForRefusal(kernel.sources,
+                 {kernel.notUnderstood->offset,
+                  Join({kernel.notUnderstood->reason, " is not of the kernel language, and only kernels of it are ",
+                        isTraced ? "traced" : "checked here"})});
+}
 
 std::optional<Int> CountNoiseCalls(const kernellanguage::AnalyzedKernel& kernel) {
   const kernellanguage::SyntaxTree& tree = kernel.tree;
@@ -131,8 +139,8 @@ template <class Use>
 auto ReadPlainKernel(const KernelSourceOptions& options,
                      const std::shared_ptr<const kernellanguage::AnalyzedKernel>& kernel, Use&& use)
     -> decltype(use(std::declval<const KernelRead&>())) {
-  kernellanguage::PlainForm form =
-      kernellanguage::PrintPlainForm(*kernel, {.hasReports = !options.isSilent, .hasChecks = options.isChecked});
+  kernellanguage::PlainForm form = kernellanguage::PrintPlainForm(
+      *kernel, {.hasReports = !options.isSilent, .hasChecks = options.isChecked, .isTraced = options.isTraced});
   if (form.refusal) FailForRefusal(kernel->sources, *form.refusal);
   auto origin = std::make_shared<kernellanguage::TextOrigin>();
   origin->sources = std::shared_ptr<const kernellanguage::SourceMap>(kernel, &kernel->sources);
@@ -195,7 +203,7 @@ Result<KernelReading> KernelReading::Create(const KernelSourceOptions& options, 
   return CatchFailures([&]() -> Result<KernelReading> {
     auto state = std::make_shared<State>(options, text);
     OSTRA_RETURN_IF_ERROR(state->Analyze());
-    return KernelReading(std::move(state), {options.isSilent, options.isChecked});
+    return KernelReading(std::move(state), {options.isSilent, options.isChecked, options.isTraced});
   });
 }
 
@@ -209,6 +217,7 @@ KernelSourceOptions KernelReading::GetOptions() const {
   KernelSourceOptions options = _state->options;
   options.isSilent = _switches.isSilent;
   options.isChecked = _switches.isChecked;
+  options.isTraced = _switches.isTraced;
   return options;
 }
 
@@ -227,7 +236,9 @@ auto KernelReading::Read(Use&& use) const {
     throw;
   }
   CheckErrors(kernel);
-  const Bool isPlain = kernel.resolved.firstUnprintable == kernellanguage::kNoNode && !_switches.isChecked;
+  if (_switches.isTraced && kernel.notUnderstood) FailForLanguage(kernel, true);
+  const Bool isPlain =
+      kernel.resolved.firstUnprintable == kernellanguage::kNoNode && !_switches.isChecked && !_switches.isTraced;
   if (kernel.IsUnderstood() && !isPlain) return Made(ReadPlainKernel(GetOptions(), _state->kernel, use));
   return Made(use(KernelRead{file, kernel}));
 }
@@ -312,15 +323,17 @@ Result<std::optional<PlainKernel>> KernelReading::MakePlainKernel() const {
   return CatchFailures([&]() -> Result<std::optional<PlainKernel>> {
     const kernellanguage::AnalyzedKernel& kernel = *_state->kernel;
     if (!kernel.IsUnderstood()) {
-      if (!_switches.isChecked || !kernel.notUnderstood) return std::nullopt;
-      FailForRefusal(kernel.sources,
-                     {kernel.notUnderstood->offset, Join({kernel.notUnderstood->reason, kNeedsTheLanguage})});
+      const Bool isNeeded = _switches.isChecked || _switches.isTraced;
+      if (!isNeeded || !kernel.notUnderstood) return std::nullopt;
+      FailForLanguage(kernel, _switches.isTraced);
     }
-    if (!_switches.isChecked && kernel.resolved.extensions.empty() &&
+    if (!_switches.isChecked && !_switches.isTraced && kernel.resolved.extensions.empty() &&
         kernelfront::KeepsLineRules(_state->options, _state->text))
       return std::nullopt;
-    kernellanguage::PlainForm form = kernellanguage::PrintPlainForm(
-        kernel, {.isForGpu = true, .hasReports = !_switches.isSilent, .hasChecks = _switches.isChecked});
+    kernellanguage::PlainForm form = kernellanguage::PrintPlainForm(kernel, {.isForGpu = true,
+                                                                             .hasReports = !_switches.isSilent,
+                                                                             .hasChecks = _switches.isChecked,
+                                                                             .isTraced = _switches.isTraced});
     if (form.refusal) FailForRefusal(kernel.sources, *form.refusal);
     return kernelfront::SplitPlainForm(std::move(form), kernel.sources);
   });

@@ -44,6 +44,8 @@ struct KernelSourceOptions {
   // Checks indices, divisions and steps of loops (kernellanguage/plain_checks.cpp) of a kernel that the front end
   // understands.
   Bool isChecked = false;
+  // Records the values that one invocation writes (kernellanguage/plain_traces.cpp).
+  Bool isTraced = false;
   // Messages name the lines of the file and show none.
   Bool isHidden = false;
   // Finds the header that `includingFile` names in quotes. Nothing: the #include stays for the compiler.
@@ -61,6 +63,7 @@ struct KernelParameterText {
 struct KernelReportSwitches {
   Bool isSilent = false;
   Bool isChecked = false;
+  Bool isTraced = false;
   friend bool operator==(const KernelReportSwitches&, const KernelReportSwitches&) = default;
 };
 

@@ -244,7 +244,7 @@ std::string PlainPrinter::CheckStep(NodeIndex loop, const std::string& condition
 
 // The body of a loop, and what is behind a loop.
 void PlainPrinter::LoopBody(NodeIndex loop, NodeIndex body) {
-  if (!NeedsRounds(loop)) return Body(body);
+  if (!NeedsRounds(loop)) return Body(body, ListLoopVariables(loop), CountTracedCalls(loop) > CountTracedCalls(body));
   Line({"{"});
   ++_depth;
   Line({"ostraRounds += 1u;"});

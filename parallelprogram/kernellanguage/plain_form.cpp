@@ -114,7 +114,18 @@ void PlainPrinter::PrintFunction(NodeIndex node) {
   if (_reportingFunctions.contains(node))
     parameters += Join({parameters.empty() ? "" : ", ", "INOUT OstraReport ostraState"});
   Line({"inline ", TypeName(_resolved.type[children[0]]), " ", MarkOf(node), NameOf(node), "(", parameters, ")"});
-  Body(children.back());
+  _function = node;
+  if (_options.isTraced) {
+    Line({"{"});
+    ++_depth;
+    TraceParameters(node);
+    for (const NodeIndex statement : _tree.GetChildren(children.back())) Statement(statement);
+    --_depth;
+    Line({"}"});
+  } else {
+    Body(children.back());
+  }
+  _function = kNoNode;
   _text += '\n';
 }
 

@@ -34,6 +34,8 @@ struct PlainOptions {
   // Indices of buffers and arrays, layers of textures, whole numbers that are divided by and steps of loops are
   // checked.
   Bool hasChecks = false;
+  // PRINT and ASSERT give way to records of the values that are written (plain_traces.cpp); without checks.
+  Bool isTraced = false;
 };
 
 // The kernel must be understood. Pure; thread-safe; throws std::bad_alloc.

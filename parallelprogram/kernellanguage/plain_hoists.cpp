@@ -76,7 +76,7 @@ Bool PlainPrinter::NeedsHoist(NodeIndex node) const {
       const auto arguments = _tree.GetChildren(node);
       for (std::size_t i = 0; i < arguments.size(); ++i)
         if (IsChangedArgument(node, i) && IsCopied(arguments[i])) return true;
-      return false;
+      return _unorderedCalls.contains(node);
     }
     default:
       return false;
@@ -85,6 +85,7 @@ Bool PlainPrinter::NeedsHoist(NodeIndex node) const {
 
 // Children come before their parents.
 void PlainPrinter::FindHoists() {
+  FindUnorderedCalls();
   _needsHoist.assign(_tree.nodes.size(), false);
   _hasHoists.assign(_tree.nodes.size(), false);
   for (NodeIndex node = 0; node < _tree.nodes.size(); ++node) {
@@ -122,7 +123,7 @@ void PlainPrinter::CollectChanges(NodeIndex node, std::set<NodeIndex>& changed) 
   if (!HasHoists(node)) return;
   const auto children = _tree.GetChildren(node);
   if (_needsHoist[node] && KindOf(node) != NodeKind::kCall) changed.insert(FindRoot(children[0]));
-  if (_needsHoist[node] && KindOf(node) == NodeKind::kCall)
+  if (_needsHoist[node] && KindOf(node) == NodeKind::kCall && !_unorderedCalls.contains(node))
     for (std::size_t i = 0; i < children.size(); ++i)
       if (IsChangedArgument(node, i)) changed.insert(FindRoot(children[i]));
   for (const NodeIndex child : children) CollectChanges(child, changed);

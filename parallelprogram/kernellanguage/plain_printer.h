@@ -59,7 +59,8 @@ class PlainPrinter {
   void Line(std::initializer_list<std::string_view> parts);
   void Statement(NodeIndex node);
   void If(NodeIndex node, std::string_view before);
-  void Body(NodeIndex statement);  // in braces
+  // In braces; begins with records of `traced`: variables and changed places. `hasCalls`: so do those of functions.
+  void Body(NodeIndex statement, const std::vector<NodeIndex>& traced = {}, Bool hasCalls = false);
   void Declaration(NodeIndex node);
   void ExpressionStatement(NodeIndex expression);
   Bool WriteSwizzle(NodeIndex assignment);
@@ -221,10 +222,44 @@ class PlainPrinter {
   void PrintRecordsOf(NodeIndex node);
   std::string CallDoubleWords(const std::string& number);
   std::vector<std::string> MakeWords(const std::string& value, TypeIndex type);
+  std::string MakeTypeCode(TypeIndex type) const;
   std::string CallPrint(std::size_t site, const std::vector<std::string>& words);
+  void AppendRecord(std::size_t site, const std::vector<std::string>& words);
   std::string CallFail(std::size_t site, std::string_view first, std::string_view second);
   void PrintStatement(NodeIndex node);
   void AssertStatement(NodeIndex node);
+
+  // plain_traces.cpp: records of what the traced invocation writes, and of stores to the watched element
+  static constexpr std::size_t kTracedInvocation = 9;  // of the words in front of the records; watched elements follow
+  struct TracedValue {
+    std::string format, types;
+    std::vector<std::string> words;
+  };
+  Int CountTraceWords() const;
+  std::string MakeTraceNames() const;
+  void PrintTraceStart();
+  void FindChanged(NodeIndex node, std::vector<NodeIndex>& places) const;
+  Bool IsRepeatable(NodeIndex node) const;
+  Bool Mentions(NodeIndex node, const std::set<NodeIndex>& variables, std::string_view buffer) const;
+  NodeIndex FindTracedRoot(NodeIndex place) const;
+  NodeIndex WidenPlace(NodeIndex place) const;
+  Bool AreIndicesFixed(NodeIndex place, const std::vector<NodeIndex>& changed) const;
+  void AddTraced(const std::string& value, TypeIndex type, TracedValue& traced);
+  std::string NamePlace(NodeIndex place, TracedValue& indices);
+  std::string MakeWatchCondition(NodeIndex place);
+  std::string PrefixOfTrace() const;
+  void TraceValue(NodeIndex node, const std::string& name, TracedValue indices, const std::string& value,
+                  TypeIndex type, const std::string& watched = {});
+  void TraceVariable(NodeIndex variable);
+  void TracePlace(NodeIndex place, const std::vector<NodeIndex>& changed);
+  void TraceChanged(NodeIndex expression);
+  void TraceParameters(NodeIndex function);
+  void TraceAll(const std::vector<NodeIndex>& traced);
+  std::vector<NodeIndex> ListLoopVariables(NodeIndex loop) const;
+  void TracedReturn(NodeIndex node);
+  std::size_t CountTracedCalls(NodeIndex node) const;
+  void FindUnorderedCalls();
+  void AddCalls(NodeIndex node);
 
   // plain_checks.cpp: what checked kernels look at. Texts are given back as they are where nothing is checked.
   Bool NeedsCheck(NodeIndex node) const;
@@ -282,6 +317,8 @@ class PlainPrinter {
   // By themselves or by what they call.
   std::set<NodeIndex> _printingFunctions, _failingFunctions, _reportingFunctions;
   std::map<NodeIndex, std::size_t> _checkSites;
+  std::set<NodeIndex> _unorderedCalls;  // that record
+  NodeIndex _function = kNoNode;        // that is being written; none: the kernel
   Bool _isReporting = false, _hasFailures = false, _isInKernel = false;
   std::string _sites;  // lines of the table
   std::size_t _siteCount = 0;

@@ -4,6 +4,7 @@
 //   0 words of records that were asked for   1 room for them           2 prints that found no room
 //   3 where the first of these would begin   4 the smallest invocation that failed      5 how many failures were noted
 //   6 invocations of a row                   7 rows of a layer         8 steps that the loops of an invocation may take
+//   from kFirstReportedSize on, in traced kernels: what is traced (plain_traces.cpp), else
 //   from kFirstReportedSize on: the size of each parameter, elements of a buffer or layers of a texture, in checked
 //   kernels behind them kMaxFailures failures of 4 words: site + 1, invocation, two numbers behind them records: site,
 //   invocation, the numbers of the site
@@ -26,21 +27,6 @@ constexpr std::string_view kBuffer = "UNIFORM_BUFFER(ostraReport)";
 std::string HeadWord(Int number) { return Join({kBuffer, "[", std::to_string(number), "]"}); }
 std::string Unsigned(std::size_t number) { return Join({std::to_string(number), "u"}); }
 
-// "f", "u3" or "m4"; of 64 bits "d", "l" (signed) and "w".
-std::string MakeTypeCode(const TypeTable& types, TypeIndex type) {
-  const Type& kind = types[type];
-  if (kind.kind == TypeKind::kMatrix) return Join({"m", std::to_string(kind.count)});
-  const Bool isBool = kind.scalar == Scalar::kBool;
-  const Bool isWide = kind.kind != TypeKind::kMatrix && GetSize(kind.scalar) > 4;
-  const std::string_view letter = isBool                              ? "b"
-                                  : isWide && IsFloating(kind.scalar) ? "d"
-                                  : isWide                            ? (IsSignedInteger(kind.scalar) ? "l" : "w")
-                                  : IsFloating(kind.scalar)           ? "f"
-                                  : IsSignedInteger(kind.scalar)      ? "i"
-                                                                      : "u";
-  return types.IsVector(type) ? Join({letter, std::to_string(kind.count)}) : std::string(letter);
-}
-
 // A field of a table whose fields and lines are separated by tabs and line ends.
 std::string MakeField(std::string_view text) {
   std::string field(text);
@@ -51,8 +37,24 @@ std::string MakeField(std::string_view text) {
 
 }  // namespace
 
+// "f", "u3" or "m4"; of 64 bits "d", "l" (signed) and "w".
+std::string PlainPrinter::MakeTypeCode(TypeIndex type) const {
+  const Type& kind = _types[type];
+  if (kind.kind == TypeKind::kMatrix) return Join({"m", std::to_string(kind.count)});
+  const Bool isBool = kind.scalar == Scalar::kBool;
+  const Bool isWide = kind.kind != TypeKind::kMatrix && GetSize(kind.scalar) > 4;
+  const std::string_view letter = isBool                              ? "b"
+                                  : isWide && IsFloating(kind.scalar) ? "d"
+                                  : isWide                            ? (IsSignedInteger(kind.scalar) ? "l" : "w")
+                                  : IsFloating(kind.scalar)           ? "f"
+                                  : IsSignedInteger(kind.scalar)      ? "i"
+                                                                      : "u";
+  return _types.IsVector(type) ? Join({letter, std::to_string(kind.count)}) : std::string(letter);
+}
+
 Bool PlainPrinter::IsReport(NodeIndex node, ReportUse use) const {
   const NodeKind kind = KindOf(node);
+  if (_options.isTraced) return false;
   if (kind == NodeKind::kPrint) return _options.hasReports && use != ReportUse::kFailure;
   if (use == ReportUse::kPrint) return false;
   return (kind == NodeKind::kAssert && _options.hasReports) || NeedsCheck(node);
@@ -70,6 +72,13 @@ Bool PlainPrinter::Contains(NodeIndex node, const std::set<NodeIndex>& functions
 
 // Functions stand in front of those that call them.
 void PlainPrinter::FindReports() {
+  if (_options.isTraced) {
+    _isReporting = true;
+    for (const NodeIndex function : _resolved.functions)
+      if (_isUsed[function]) _printingFunctions.insert(function);
+    _reportingFunctions = _printingFunctions;
+    return;
+  }
   if (!_options.hasReports && !_options.hasChecks) return;
   for (const NodeIndex function : _resolved.functions) {
     if (!_isUsed[function]) continue;
@@ -92,7 +101,7 @@ std::size_t PlainPrinter::AddSite(NodeIndex node, std::string_view kind, std::st
 
 Int PlainPrinter::GetFirstFailure() const {
   return static_cast<Int>(kFirstReportedSize) +
-         (_options.hasChecks ? static_cast<Int>(_resolved.parameters.size()) : 0);
+         (_options.hasChecks ? static_cast<Int>(_resolved.parameters.size()) : 0) + CountTraceWords();
 }
 
 std::string PlainPrinter::MakeReportTable() const {
@@ -100,6 +109,7 @@ std::string PlainPrinter::MakeReportTable() const {
   std::string names;
   for (const NodeIndex parameter : _resolved.parameters)
     if (_options.hasChecks) names += Join({"\t", _tree.GetName(parameter)});
+  names += MakeTraceNames();
   return Join({std::to_string(GetFirstFailure()), "\t", std::to_string(kMaxFailures), "\t",
                std::to_string(GetFirstFailure() + kMaxFailures * kWordsOfFailure), names, "\n", _sites});
 }
@@ -107,6 +117,7 @@ std::string PlainPrinter::MakeReportTable() const {
 // Of the struct, beside its words.
 std::vector<std::string_view> PlainPrinter::ListMembers() const {
   std::vector<std::string_view> members = {"invocation"};
+  if (_options.isTraced) members.push_back("traced");
   if (!_printingFunctions.empty()) members.insert(members.end(), {"used", "prints", "lost"});
   if (_hasFailures) members.insert(members.end(), {"failed", "first", "second"});
   if (_options.hasChecks) members.insert(members.end(), {"steps", "limit"});
@@ -133,6 +144,7 @@ void PlainPrinter::PrintReportStart() {
         " + InGlobalInvocationID.x;"});
   for (const std::string_view member : ListMembers())
     if (member != "invocation") Line({"ostraState.", member, " = 0u;"});
+  PrintTraceStart();
   if (!_options.hasChecks) return;
   // Of several failures the one of the smallest invocation is told: behind one, loops need not go on.
   const std::string first = NewName("First");
@@ -381,6 +393,25 @@ std::string PlainPrinter::CallPrint(std::size_t site, const std::vector<std::str
   return Join({name, "(ostraState, ", Unsigned(site), rest, ")"});
 }
 
+// The same without a call: drivers compile many calls that hand the struct on for minutes.
+void PlainPrinter::AppendRecord(std::size_t site, const std::vector<std::string>& words) {
+  const std::string at = NewName("At"), size = Unsigned(words.size() + kRecordHead);
+  Line({"uint ", at, " = ostraState.used;"});
+  Line({"ostraState.prints += 1u;"});
+  Line({"if (", at, " + ", size, " <= ", Unsigned(kWordsOfState), ")"});
+  Line({"{"});
+  Line({"\tostraState.words[", at, "] = ", Unsigned(site), ";"});
+  Line({"\tostraState.words[", at, " + 1u] = ostraState.invocation;"});
+  for (std::size_t i = 0; i < words.size(); ++i)
+    Line({"\tostraState.words[", at, " + ", Unsigned(i + kRecordHead), "] = ", words[i], ";"});
+  Line({"\tostraState.used = ", at, " + ", size, ";"});
+  Line({"}"});
+  Line({"else"});
+  Line({"{"});
+  Line({"\tostraState.lost += 1u;"});
+  Line({"}"});
+}
+
 // Notes the first failure of an invocation.
 std::string PlainPrinter::CallFail(std::size_t site, std::string_view first, std::string_view second) {
   if (_helperNames.insert("ostra_fail").second)
@@ -392,7 +423,7 @@ std::string PlainPrinter::CallFail(std::size_t site, std::string_view first, std
 }
 
 void PlainPrinter::PrintStatement(NodeIndex node) {
-  if (!_options.hasReports) return;
+  if (!_options.hasReports || _options.isTraced) return;
   Line({MarkOf(node), "{"});
   ++_depth;
   std::string types;
@@ -407,7 +438,7 @@ void PlainPrinter::PrintStatement(NodeIndex node) {
       text = name;
     }
     for (std::string& word : MakeWords(text, type)) words.push_back(std::move(word));
-    types += Join({types.empty() ? "" : ",", MakeTypeCode(_types, type)});
+    types += Join({types.empty() ? "" : ",", MakeTypeCode(type)});
   }
   const std::string_view text = _tree.GetName(node);
   const std::size_t site = AddSite(node, "print", types, text.substr(1, text.size() - 2));
@@ -422,7 +453,7 @@ void PlainPrinter::PrintStatement(NodeIndex node) {
 }
 
 void PlainPrinter::AssertStatement(NodeIndex node) {
-  if (!_options.hasReports) return;
+  if (!_options.hasReports || _options.isTraced) return;
   const std::string_view text = _tree.GetName(node);
   const std::size_t site = AddSite(node, "assert", "", text.empty() ? text : text.substr(1, text.size() - 2));
   const Bool isOpen = OpenHoists(Child(node, 0));

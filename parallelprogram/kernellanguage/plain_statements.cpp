@@ -10,9 +10,11 @@ void PlainPrinter::Line(std::initializer_list<std::string_view> parts) {
   _text += '\n';
 }
 
-void PlainPrinter::Body(NodeIndex statement) {
+void PlainPrinter::Body(NodeIndex statement, const std::vector<NodeIndex>& traced, Bool hasCalls) {
   Line({"{"});
   ++_depth;
+  if (hasCalls && _isInKernel) PrintRecords();
+  TraceAll(traced);
   if (statement != kNoNode && KindOf(statement) == NodeKind::kBlock) {
     for (const NodeIndex child : _tree.GetChildren(statement)) Statement(child);
   } else {
@@ -41,6 +43,7 @@ void PlainPrinter::Declaration(NodeIndex node) {
     const std::string text = VariableText(variable);
     Line({constant, atomic, text, ";"});
     WriteBack();
+    TraceVariable(variable);
     PrintRecordsOf(variable);
   }
 }
@@ -289,13 +292,16 @@ std::string PlainPrinter::ForStart(NodeIndex node) {
 void PlainPrinter::If(NodeIndex node, std::string_view before) {
   const Bool isOpen = OpenHoists(Child(node, 0));
   Line({MarkOf(node), before, "if (", Expression(Child(node, 0), Binding::kComma), ")"});
-  Body(Child(node, 1));
+  std::vector<NodeIndex> changed;
+  if (_options.isTraced) FindChanged(Child(node, 0), changed);
+  const Bool hasCalls = CountTracedCalls(Child(node, 0)) > 0;
+  Body(Child(node, 1), changed, hasCalls);
   const NodeIndex other = Child(node, 2);
   if (other != kNoNode && KindOf(other) == NodeKind::kIf && !HasHoists(Child(other, 0))) {
     If(other, "else ");
   } else if (other != kNoNode) {
     Line({"else"});
-    Body(other);
+    Body(other, changed, hasCalls);
   }
   CloseHoists(isOpen);
 }
@@ -324,6 +330,7 @@ void PlainPrinter::Statement(NodeIndex node) {
       return Declaration(node);
     case NodeKind::kExpressionStatement:
       ExpressionStatement(child(0));
+      TraceChanged(child(0));
       return PrintRecordsOf(child(0));
     case NodeKind::kIf:
       If(node, "");
@@ -367,6 +374,7 @@ void PlainPrinter::Statement(NodeIndex node) {
       return Line({MarkOf(node), "continue;"});
     case NodeKind::kReturn: {
       if (_isInKernel) PrintReportEnd();
+      if (_options.isTraced && child(0) != kNoNode) return TracedReturn(node);
       if (child(0) == kNoNode) return Line({MarkOf(node), "return;"});
       const Bool isOpen = OpenHoists(child(0));
       Line({MarkOf(node), "return ", Expression(child(0), Binding::kComma), ";"});

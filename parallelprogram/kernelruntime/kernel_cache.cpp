@@ -83,7 +83,7 @@ Result<Recipe> MakeRecipe(const KernelModuleOptions& options) {
   Recipe recipe;
   {
     const Step step(options, KernelBuildStep::kFrontEnd);
-    const KernelReportSwitches reports = {options.isSilent, options.isChecked && !options.isDebugged};
+    const KernelReportSwitches reports = {options.isSilent, options.isChecked && !options.isDebugged, options.isTraced};
     const KernelFile kernel{options.kernelFile, options.templateArgument, options.classId, options.text};
     OSTRA_ASSIGN_OR_RETURN(recipe.source,
                            options.opened ? options.opened->MakeSource(reports) : ReadKernelSource(kernel, reports));

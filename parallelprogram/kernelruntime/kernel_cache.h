@@ -35,6 +35,8 @@ struct KernelModuleOptions {
   Bool isChecked = false;
   // Leaves out PRINT and ASSERT.
   Bool isSilent = false;
+  // Records the values that one invocation writes (program/kernel_report_interface.h).
+  Bool isTraced = false;
   // Makes a module that debuggers step through: without optimisation, one invocation after the other.
   Bool isDebugged = false;
   // Compiles the kernel though the cache has a module of it.

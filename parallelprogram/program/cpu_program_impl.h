@@ -106,6 +106,7 @@ class ParallelProgramCPUImpl final
   Result<void> SetReportOptions(const KernelReportOptions& options) override;
   Result<void> SetPrintRoom(Int bytes) override;
   void SetStepLimit(UInt32 steps) override { _prints.SetStepLimit(steps); }
+  void SetTrace(const KernelTrace& trace) override { _prints.SetTrace(trace); }
   Result<KernelPrints> TakePrints() override;
 
  private:

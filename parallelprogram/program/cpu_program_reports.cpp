@@ -44,8 +44,9 @@ Result<void> ParallelProgramCPUImpl::RunReported(KernelEntry& entry, const Vec3<
   const Vec3<UInt32> extents = GetReportExtents(invocations, entry.kernel->GetKernelWorkGroupSize());
   const auto getSize = [&entry](std::string_view name) { return GetResourceSize(*entry.kernel, name); };
   const Int headCount = table.GetHeadCount();
-  OSTRA_ASSIGN_OR_RETURN(const BaseArray<UInt32> head,
-                         table.MakeHead(_prints.GetRoomWords(), extents, _prints.GetStepLimit(), getSize));
+  OSTRA_ASSIGN_OR_RETURN(
+      const BaseArray<UInt32> head,
+      table.MakeHead(_prints.GetRoomWords(), extents, _prints.GetStepLimit(), _prints.GetTrace(), getSize));
   OSTRA_RETURN_IF_ERROR(entry.reportWords.Resize(headCount + _prints.GetRoomWords()));
   std::copy(head.begin(), head.end(), entry.reportWords.begin());
   const Block<UInt32> words(entry.reportWords.GetFirst(), entry.reportWords.GetCount());

@@ -133,6 +133,14 @@ std::string FormatInvocation(const Vec3<UInt32>& invocation, Int32 dimensions) {
   return "(" + (dimensions == 2 ? y : y + ", " + std::to_string(invocation.z)) + ")";
 }
 
+// The word of a traced kernel that says what it records; nothing for another name.
+UInt32 FindTraced(std::string_view name, const KernelTrace& trace, const Vec3<UInt32>& extents) {
+  if (name != "@")
+    return trace.watchedElement && trace.watchedBuffer.GetView() == name.substr(1) ? *trace.watchedElement : kNone;
+  if (!trace.invocation) return kNone;
+  return (trace.invocation->z * extents.y + trace.invocation->y) * extents.x + trace.invocation->x;
+}
+
 // In the order of Site::Kind.
 constexpr std::string_view kKinds[] = {"print", "assert", "index", "array", "layer", "division", "steps", "column"};
 
@@ -213,6 +221,7 @@ Vec3<UInt32> GetReportExtents(const Vec3<UInt32>& invocations, const Vec3<UInt32
 }
 
 Result<BaseArray<UInt32>> KernelReportTable::MakeHead(Int roomWords, const Vec3<UInt32>& extents, UInt32 stepLimit,
+                                                      const KernelTrace& trace,
                                                       const std::function<Int(std::string_view name)>& getSize) const {
   BaseArray<UInt32> head;
   OSTRA_RETURN_IF_ERROR(head.Resize(_firstRecord));
@@ -223,7 +232,9 @@ Result<BaseArray<UInt32>> KernelReportTable::MakeHead(Int roomWords, const Vec3<
   head[kHeight] = extents.y;
   head[kSteps] = stepLimit;
   for (std::size_t i = 0; i < _sized.size(); ++i)
-    head[kSteps + 1 + static_cast<Int>(i)] = static_cast<UInt32>(std::min(getSize(_sized[i]), Int{kNone}));
+    head[kSteps + 1 + static_cast<Int>(i)] = _sized[i].starts_with('@')
+                                                 ? FindTraced(_sized[i], trace, extents)
+                                                 : static_cast<UInt32>(std::min(getSize(_sized[i]), Int{kNone}));
   return head;
 }
 

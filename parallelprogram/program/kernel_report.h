@@ -24,9 +24,10 @@ class KernelReportTable {
     Kind kind = Kind::kPrint;
     String file;
     Int32 line = 0, column = 0;
-    std::vector<std::string> types;  // of the values: f i u b for numbers, f3 for vectors, m4 for matrices
-    std::string text;                // as it is written between the quotes; what is indexed
-    Int wordCount = 0;               // of its values
+    std::vector<std::string>
+        types;          // of the values: f i u b (of 64 bits d l w) for numbers, f3 for vectors, m4 for matrices
+    std::string text;   // as it is written between the quotes; what is indexed
+    Int wordCount = 0;  // of its values
   };
 
   // Of PlainForm::reportTable. Errors: illegal argument for another text; out of memory.
@@ -35,6 +36,7 @@ class KernelReportTable {
   // The words before the first record, as they must be before a dispatch that has `roomWords` words for records.
   // `getSize(name)`: elements of a buffer, layers of a texture, 0 for what is neither.
   Result<BaseArray<UInt32>> MakeHead(Int roomWords, const Vec3<UInt32>& extents, UInt32 stepLimit,
+                                     const KernelTrace& trace,
                                      const std::function<Int(std::string_view name)>& getSize) const;
   Int GetHeadCount() const { return _firstRecord; }
   // How many words behind the head have records after a dispatch.
@@ -52,7 +54,8 @@ class KernelReportTable {
  private:
   Int _firstFailure = 0, _maxFailures = 0, _firstRecord = 0;
   std::vector<Site> _sites;
-  std::vector<std::string> _sized;  // parameters whose sizes the head has
+  // Parameters whose sizes the head has; "@" for the traced invocation, "@name" for the watched element of a buffer.
+  std::vector<std::string> _sized;
 };
 
 // How many invocations a row has, and rows a layer, in the numbers that records give invocations: those of whole work
@@ -67,6 +70,8 @@ class KernelPrintList {
   Result<void> SetRoom(Int bytes);
   void SetStepLimit(UInt32 steps) { _stepLimit = steps; }
   UInt32 GetStepLimit() const { return _stepLimit; }
+  void SetTrace(const KernelTrace& trace) { _trace = trace; }
+  const KernelTrace& GetTrace() const { return _trace; }
   Int GetRoomWords() const { return _roomWords; }
   // Takes the prints over; gives the error of what failed.
   Result<void> Add(KernelReportTable::Report report);
@@ -75,6 +80,7 @@ class KernelPrintList {
  private:
   UInt32 _stepLimit = 10'000'000;
   Int _roomWords = (Int{1} << 20) / 4;
+  KernelTrace _trace;
   KernelPrints _kept;
 };
 

@@ -12,6 +12,8 @@
 // such a kernel has left in its buffers when it fails is of no use.
 #pragma once
 
+#include <optional>
+
 #include "ostra/core/base_array.h"
 #include "ostra/core/interned_id.h"
 #include "ostra/core/string.h"
@@ -40,7 +42,18 @@ struct KernelReportOptions {
   // Indices of buffers and arrays, layers of textures, whole numbers that are divided by, and endless loops are
   // checked: the first invocation that fails becomes the error of the dispatch. Kernels must be of the language alone.
   Bool hasChecks = false;
+  // The values that one invocation writes are recorded as prints "name = value", "Function: name = value" in functions;
+  // PRINT and ASSERT are left out, and there are no checks. Kernels must be of the language alone.
+  Bool isTraced = false;
   friend Bool operator==(const KernelReportOptions&, const KernelReportOptions&) = default;
+};
+
+// What traced kernels record. Nothing of it is set: they record nothing.
+struct KernelTrace {
+  std::optional<Vec3<UInt32>> invocation;  // whose values are recorded
+  // All invocations record what they store into this element of a buffer.
+  InternedId watchedBuffer;
+  std::optional<UInt32> watchedElement;
 };
 
 class KernelReportInterface : public ObjectInterface {
@@ -56,6 +69,8 @@ class KernelReportInterface : public ObjectInterface {
   virtual Result<void> SetPrintRoom(Int bytes) = 0;
   // How many steps the loops of an invocation may take together in checked kernels; 10,000,000 unless it is set.
   virtual void SetStepLimit(UInt32 steps) = 0;
+  // Holds for dispatches of traced kernels from now on.
+  virtual void SetTrace(const KernelTrace& trace) = 0;
   // What was printed since the last call. At most 1,000,000 prints are kept between two calls; others count as lost.
   // Error: out of memory.
   virtual Result<KernelPrints> TakePrints() = 0;

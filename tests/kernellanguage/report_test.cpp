@@ -117,5 +117,47 @@ TEST(ReportTest, UncheckedKernelsStayAsTheyAre) {
   EXPECT_EQ(PrintPlain(body).reportTable, "");
 }
 
+TEST(TraceTest, WhatIsWrittenIsRecorded) {
+  const PlainForm form = PrintPlain(
+      "float a = 1.0; a += UNIFORM(f); vec3 b = UNIFORM(v); b.xy = b.yx;\n"
+      "for (int k = 0; k < 2; ++k) a = a * 2.0;\n"
+      "UNIFORM_BUFFER(out)[3u * UNIFORM(n)] = a; PRINT(\"%v\", a); ASSERT(a > 0.0);",
+      {.isTraced = true});
+  ExpectReadable(form);
+  EXPECT_NE(form.reportTable.find("\t@\t@n\t@f\t@v\t@m\t@in\t@out\t"), std::string::npos) << form.reportTable;
+  std::string texts;
+  for (std::size_t at = 0; (at = form.reportTable.find("print\t", at)) != std::string::npos;) {
+    const std::size_t end = form.reportTable.find('\n', at);
+    const std::size_t text = form.reportTable.rfind('\t', end) + 1;
+    texts += form.reportTable.substr(text, end - text) + "\n";
+    at = end;
+  }
+  EXPECT_EQ(texts, "a = %v\na = %v\nb = %v\nb = %v\nk = %v\na = %v\nout[%v] = %v\n");
+}
+
+TEST(TraceTest, CallsThatRecordComeFromLeftToRight) {
+  const std::string_view before = "inline float F(float x)\n{\n\treturn x;\n}\n";
+  const PlainForm form = PrintPlain("float a = max(F(1.0), F(2.0));", {.isTraced = true}, before);
+  ExpectReadable(form);
+  const std::size_t first = form.text.find("= F(1.0, ostraState);"), second = form.text.find("= F(2.0, ostraState);");
+  ASSERT_NE(second, std::string::npos) << form.text;
+  EXPECT_LT(first, second);
+  // Which of them is called at all is not for a line of its own.
+  const PlainForm chosen = PrintPlain("float a = UNIFORM(f) > 0.0 ? F(1.0) : F(2.0);", {.isTraced = true}, before);
+  EXPECT_TRUE(Has(chosen, "? F(1.0, ostraState) : F(2.0, ostraState)")) << chosen.text;
+}
+
+TEST(TraceTest, AStoreWhoseIndexChangesIsRefused) {
+  for (const std::string_view body :
+       {"uint i = 0u; UNIFORM_BUFFER(out)[i++] = 1.0;", "UNIFORM_BUFFER(counts)[UNIFORM_BUFFER(counts)[0]] = 1u;",
+        "uint i = 0u; UNIFORM_BUFFER(counts)[i] = i++;"}) {
+    const AnalyzedKernel kernel = AnalyzeBody(body);
+    ASSERT_TRUE(kernel.IsUnderstood()) << ListErrors(kernel);
+    const PlainForm form = PrintPlainForm(kernel, {.isTraced = true});
+    ASSERT_TRUE(form.refusal) << form.text;
+    EXPECT_EQ(form.refusal->reason, "a store whose index is changed by its own statement cannot be followed");
+  }
+}
+
 }  // namespace
 }  // namespace ostra::kernellanguage

@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "apps/ostra/values/element_numbers.h"
+#include "apps/ostra/values/scalar_type.h"
 #include "ostra/core/format.h"
 #include "ostra/math/data_types.h"
 
@@ -25,6 +26,10 @@ Float64 ReadNumber(DataType type, const Byte* bytes) {
     return Float64{Float32(HalfFloat::FromBits(static_cast<UInt16>(read(UInt16()))))};
   if (type == GetDataType<Int32>()) return read(Int32());
   if (type == GetDataType<UInt32>()) return read(UInt32());
+  if (type == GetDataType<Int16>()) return read(Int16());
+  if (type == GetDataType<UInt16>()) return read(UInt16());
+  if (type == GetDataType<Int64>()) return read(Int64());
+  if (type == GetDataType<UInt64>()) return read(UInt64());
   return read(Byte());
 }
 
@@ -35,8 +40,9 @@ void Note(RunDifference& difference, Float64 distance, const std::string& place)
   difference.place = place;
 }
 
-void CompareBuffers(const PlannedBuffer& buffer, const Array<Generic>& one, const Array<Generic>& other,
-                    RunDifference& difference) {
+// Calls `use(element, number, distance, one, other)` for all numbers whose bits differ, until it says false.
+template <class Use>
+void ForEachDifference(const PlannedBuffer& buffer, const Array<Generic>& one, const Array<Generic>& other, Use&& use) {
   const auto* first = reinterpret_cast<const Byte*>(one.GetFirstBlock().GetFirst());
   const auto* second = reinterpret_cast<const Byte*>(other.GetFirstBlock().GetFirst());
   const Int elementSize = buffer.elementType.GetSize();
@@ -48,9 +54,28 @@ void CompareBuffers(const PlannedBuffer& buffer, const Array<Generic>& one, cons
       const Byte* const b = second + number.offset;
       if (std::memcmp(a, b, static_cast<std::size_t>(number.type.GetSize())) == 0) continue;
       const Float64 distance = std::abs(ReadNumber(number.type, a) - ReadNumber(number.type, b));
-      Note(difference, distance, std::string(buffer.name.GetView()) + "[" + std::to_string(i) + "]" + number.place);
+      if (!use(i, number, distance, a, b)) return;
     }
   }
+}
+
+std::string NameElement(const PlannedBuffer& buffer, Int element, const ElementNumber& number) {
+  return std::string(buffer.name.GetView()) + "[" + std::to_string(element) + "]" + number.place;
+}
+
+std::string PrintNumber(const ElementNumber& number, const Byte* bytes) {
+  std::string text;
+  if (const ScalarType* const scalar = FindScalarType(number.type))
+    scalar->print(bytes, text);
+  else
+    text = std::to_string(static_cast<unsigned>(*bytes));
+  return text;
+}
+
+Result<void> CheckCounts(const PlannedBuffer& buffer, const Array<Generic>& one, const Array<Generic>& other) {
+  if (one.GetCount() == other.GetCount()) return OK;
+  return OSTRA_ILLEGAL_STATE("the buffer \"@\" has @ elements on the CPU and @ on the GPU", buffer.name, one.GetCount(),
+                             other.GetCount());
 }
 
 }  // namespace
@@ -60,10 +85,12 @@ Result<RunDifference> CompareRuns(const RunPlan& plan, const ProgramRun& one, co
   for (const PlannedBuffer& buffer : plan.buffers) {
     OSTRA_ASSIGN_OR_RETURN(const Array<Generic> first, one.GetBuffer(buffer.name));
     OSTRA_ASSIGN_OR_RETURN(const Array<Generic> second, other.GetBuffer(buffer.name));
-    if (first.GetCount() != second.GetCount())
-      return OSTRA_ILLEGAL_STATE("the buffer \"@\" has @ elements on the CPU and @ on the GPU", buffer.name,
-                                 first.GetCount(), second.GetCount());
-    CompareBuffers(buffer, first, second, difference);
+    OSTRA_RETURN_IF_ERROR(CheckCounts(buffer, first, second));
+    ForEachDifference(buffer, first, second,
+                      [&](Int element, const ElementNumber& number, Float64 distance, const Byte*, const Byte*) {
+                        Note(difference, distance, NameElement(buffer, element, number));
+                        return true;
+                      });
   }
   for (const PlannedCounter& counter : plan.counters) {
     OSTRA_ASSIGN_OR_RETURN(const UInt32 first, one.GetCounter(counter.name));
@@ -73,6 +100,33 @@ Result<RunDifference> CompareRuns(const RunPlan& plan, const ProgramRun& one, co
            std::string(counter.name.GetView()));
   }
   return difference;
+}
+
+Result<std::optional<ElementDifference>> FindDifference(const RunPlan& plan, const ProgramRun& one,
+                                                        const ProgramRun& other, Float64 bound) {
+  std::optional<ElementDifference> found;
+  for (const PlannedBuffer& buffer : plan.buffers) {
+    OSTRA_ASSIGN_OR_RETURN(const Array<Generic> first, one.GetBuffer(buffer.name));
+    OSTRA_ASSIGN_OR_RETURN(const Array<Generic> second, other.GetBuffer(buffer.name));
+    OSTRA_RETURN_IF_ERROR(CheckCounts(buffer, first, second));
+    ForEachDifference(buffer, first, second,
+                      [&](Int element, const ElementNumber& number, Float64 distance, const Byte* a, const Byte* b) {
+                        // What is no number on one side is beyond every bound.
+                        if (bound > 0 && distance <= bound) return true;
+                        found = {NameElement(buffer, element, number), buffer.name, element, PrintNumber(number, a),
+                                 PrintNumber(number, b)};
+                        return false;
+                      });
+    if (found) return found;
+  }
+  for (const PlannedCounter& counter : plan.counters) {
+    OSTRA_ASSIGN_OR_RETURN(const UInt32 first, one.GetCounter(counter.name));
+    OSTRA_ASSIGN_OR_RETURN(const UInt32 second, other.GetCounter(counter.name));
+    if (std::abs(static_cast<Float64>(first) - static_cast<Float64>(second)) > bound)
+      return std::optional(ElementDifference{
+          std::string(counter.name.GetView()), {}, -1, std::to_string(first), std::to_string(second)});
+  }
+  return found;
 }
 
 }  // namespace ostra::tool

@@ -16,7 +16,31 @@ Result<OpenedKernel> OpenKernel(const RunOptions& options) {
   return OpenedKernel::Open({options.kernelFile, options.templateArgument});
 }
 
+KernelModuleOptions MakeModuleOptions(const RunOptions& options, const OpenedKernel& opened) {
+  KernelModuleOptions module;
+  module.kernelFile = options.kernelFile;
+  module.cacheFolder = options.cacheFolder;
+  module.isFast = options.isFast;
+  module.templateArgument = options.templateArgument;
+  module.opened = &opened;
+  return module;
+}
+
 }  // namespace
+
+Result<TracedKernel> PrepareTracedKernel(const RunOptions& options, Host& host) {
+  TracedKernel traced;
+  traced.classId = std::string(options.kernelFile.GetName().GetView()) + ".traced";
+  OSTRA_ASSIGN_OR_RETURN(const OpenedKernel opened,
+                         OpenedKernel::Open({options.kernelFile, options.templateArgument, traced.classId}));
+  KernelModuleOptions module = MakeModuleOptions(options, opened);
+  module.classId = traced.classId;
+  module.isTraced = true;
+  BuildMessages messages;
+  module.observer = &messages;
+  OSTRA_ASSIGN_OR_RETURN(traced.module, LoadKernelModule(module, host));
+  return traced;
+}
 
 Result<PreparedKernel> PrepareKernel(const RunOptions& options, Host& host) {
   OSTRA_ASSIGN_OR_RETURN(const OpenedKernel opened, OpenKernel(options));
@@ -28,15 +52,10 @@ Result<PreparedKernel> PrepareKernel(const RunOptions& options, Host& host) {
                            ReadShaderParameters(options.kernelFile, options.templateArgument, opened));
     if (parameters) return PreparedKernel{opened, std::move(*parameters)};
   }
-  KernelModuleOptions module;
-  module.kernelFile = options.kernelFile;
-  module.cacheFolder = options.cacheFolder;
-  module.isFast = options.isFast;
+  KernelModuleOptions module = MakeModuleOptions(options, opened);
   module.isChecked = options.isChecked;
-  module.templateArgument = options.templateArgument;
   module.isSilent = options.isSilent;
   module.isDebugged = options.isDebugged;
-  module.opened = &opened;
   BuildMessages messages;
   module.observer = &messages;
   OSTRA_ASSIGN_OR_RETURN(KernelModule loaded, LoadKernelModule(module, host));

@@ -21,6 +21,16 @@ struct PreparedKernel {
 // ReadShaderParameters and MakeKernelModule, and of loading the module.
 Result<PreparedKernel> PrepareKernel(const RunOptions& options, Host& host);
 
+// The kernel once more, as it records what it computes (KernelReportOptions::isTraced); registered as a class of its
+// own.
+struct TracedKernel {
+  std::string classId;
+  kernelruntime::KernelModule module;
+};
+// Errors: those of PrepareKernel, and illegal argument with "file:line:column: error: ..." for a kernel that is not of
+// the language alone.
+Result<TracedKernel> PrepareTracedKernel(const RunOptions& options, Host& host);
+
 // A kernel's name may name a template and what takes the place of TYPE in it: `NAME_float_T_.krn` is `NAME.krn` with
 // `float`, when there is no file of the longer name. Changes the options' file and argument then. Error: out of memory.
 Result<void> SplitTemplateName(RunOptions& options);

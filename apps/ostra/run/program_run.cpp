@@ -113,6 +113,9 @@ Result<void> ProgramRun::AddKernel(const Id& programClass, const ProgramFile& fi
     reports->SetStepLimit(static_cast<UInt32>(file.stepLimit));
     if (isGpu) OSTRA_RETURN_IF_ERROR(reports->SetReportOptions(file.reports));
   }
+  if (!isGpu && !file.classId.empty()) {
+    OSTRA_ASSIGN_OR_RETURN(kernelFile, Url::Create(file.classId));
+  }
   OSTRA_ASSIGN_OR_RETURN(const InternedId name, InternedId::Create(file.kernelFile.GetName().GetView()));
   const auto quiet = isGpu ? std::make_unique<QuietCompilation>() : nullptr;
   const auto added = _program->AddKernel(name, kernelFile, true);
@@ -212,12 +215,32 @@ Result<void> ProgramRun::Dispatch(Int number, Bool isOnlyOne) {
   return done;
 }
 
+// What is done before a dispatch.
+Result<void> ProgramRun::Prepare(Int number) {
+  if (number > 1)
+    for (const auto& [first, second] : _plan->swaps) OSTRA_RETURN_IF_ERROR(_program->SwapBuffers(first, second));
+  return _program->UpdateUniforms();
+}
+
+Result<void> ProgramRun::Step(Int number) {
+  OSTRA_RETURN_IF_ERROR(Prepare(number));
+  OSTRA_RETURN_IF_ERROR(Dispatch(number, true));
+  return _program->Execute(true);
+}
+
+void ProgramRun::SetTrace(const KernelTrace& trace) {
+  if (auto* const reports = FindInterface<KernelReportInterface>(*_program)) reports->SetTrace(trace);
+}
+
+Result<KernelPrints> ProgramRun::TakePrints() {
+  auto* const reports = FindInterface<KernelReportInterface>(*_program);
+  return reports ? reports->TakePrints() : Result<KernelPrints>(KernelPrints());
+}
+
 Result<void> ProgramRun::DispatchAll(Int iterations, Progress& progress) {
   Pace pace(*_program, _isOnGpu, progress);
   for (Int i = 0; i < iterations; ++i) {
-    if (i > 0)
-      for (const auto& [first, second] : _plan->swaps) OSTRA_RETURN_IF_ERROR(_program->SwapBuffers(first, second));
-    OSTRA_RETURN_IF_ERROR(_program->UpdateUniforms());
+    OSTRA_RETURN_IF_ERROR(Prepare(i + 1));
     OSTRA_RETURN_IF_ERROR(Dispatch(i + 1, iterations == 1));
     OSTRA_RETURN_IF_ERROR(pace.Advance());
   }

@@ -18,6 +18,7 @@ struct ProgramFile {
   KernelReportOptions reports = {};
   Int printRoom = Int{1} << 20;  // bytes
   Int stepLimit = 10'000'000;
+  std::string classId = {};  // of the kernel on the CPU; empty: the name of the file
 };
 
 class ProgramRun {
@@ -38,6 +39,12 @@ class ProgramRun {
   // milliseconds. Progress is advanced by a step for each.
   Result<Float64> Run(Int iterations, Progress& progress);
 
+  // The dispatch number `number` alone, counted from 1, and waits for it.
+  Result<void> Step(Int number);
+  // Of traced kernels: what is recorded from now on, and what was recorded.
+  void SetTrace(const KernelTrace& trace);
+  Result<KernelPrints> TakePrints();
+
   // Error: illegal state when a kernel wrote close to a buffer; farther away it is a fault at
   // once. CPU only.
   Result<void> CheckBufferEnds(Bool isChecked) const;
@@ -52,6 +59,7 @@ class ProgramRun {
   ProgramRun(RunPlan& plan, Bool hasFences) : _plan(&plan), _hasFences(hasFences) {}
   Result<void> AddKernel(const Id& programClass, const ProgramFile& file, const DrawportContextRef* context);
   Result<void> DispatchAll(Int iterations, Progress& progress);
+  Result<void> Prepare(Int number);
   Result<void> Dispatch(Int number, Bool isOnlyOne);
   Result<void> StoreBuffer(PlannedBuffer& buffer);
   Result<void> StoreBuffers();

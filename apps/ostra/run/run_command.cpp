@@ -1,5 +1,6 @@
 #include "apps/ostra/run/run_command.h"
 
+#include <algorithm>
 #include <memory>
 #include <optional>
 
@@ -8,6 +9,7 @@
 #include "apps/ostra/profile/profile.h"
 #include "apps/ostra/run/compare_runs.h"
 #include "apps/ostra/run/crash_guard.h"
+#include "apps/ostra/run/first_difference.h"
 #include "apps/ostra/run/prepare_kernel.h"
 #include "apps/ostra/run/program_run.h"
 #include "apps/ostra/run/run_report.h"
@@ -64,8 +66,10 @@ Int ChooseStepLimit(const RunOptions& options, const Id& programClass) {
   return isSoftware ? kFew : kMany;
 }
 
+constexpr Int kTraceRoom = Int{8} << 20;  // bytes for the values of one invocation
+
 // Everything that needs objects of the kernel's module, which are gone when this returns.
-Result<RunReport> Execute(const RunOptions& options, RunPlan& plan) {
+Result<RunReport> Execute(const RunOptions& options, RunPlan& plan, const std::optional<TracedKernel>& traced) {
   const Id& firstClass = options.backend == Backend::Gpu ? kGpuProgramClass : kCpuProgramClass;
   const ProgramFile file{options.kernelFile,
                          options.templateArgument,
@@ -93,6 +97,14 @@ Result<RunReport> Execute(const RunOptions& options, RunPlan& plan) {
     OSTRA_ASSIGN_OR_RETURN(report.difference, CompareRuns(plan, run, gpuRun));
     run = std::move(gpuRun);
   }
+  if (traced) {
+    ProgramFile tracedFile = file;
+    tracedFile.reports = {.hasReports = false, .hasChecks = false, .isTraced = true};
+    tracedFile.printRoom = std::max(file.printRoom, kTraceRoom);
+    tracedFile.classId = traced->classId;
+    OSTRA_ASSIGN_OR_RETURN(report.firstDifference, FindFirstDifference(plan, file, tracedFile, options.iterationCount,
+                                                                       *options.differenceBound));
+  }
   OSTRA_RETURN_IF_ERROR(WriteOutputs(plan, run));
   for (const PlannedCounter& counter : plan.counters) {
     OSTRA_ASSIGN_OR_RETURN(const UInt32 value, run.GetCounter(counter.name));
@@ -113,12 +125,16 @@ Result<void> Run(const RunOptions& options, std::span<const char* const> argumen
   OSTRA_ASSIGN_OR_RETURN(const PreparedKernel kernel, PrepareKernel(options, host));
   OSTRA_ASSIGN_OR_RETURN(RunPlan plan, MakeRunPlan(options, kernel.opened, kernel.parameters));
   WriteNotes(plan);
+  std::optional<TracedKernel> traced;
+  if (options.differenceBound) {
+    OSTRA_ASSIGN_OR_RETURN(traced, PrepareTracedKernel(options, host));
+  }
   std::optional<LaneReport> lanes;
   if (options.isExplained) {
     OSTRA_ASSIGN_OR_RETURN(lanes, MakeLaneReport(options.kernelFile, kernel.opened));
     if (!lanes->reason.empty()) WriteReportLine(lanes->reason);
   }
-  OSTRA_ASSIGN_OR_RETURN(RunReport report, Execute(options, plan));
+  OSTRA_ASSIGN_OR_RETURN(RunReport report, Execute(options, plan, traced));
   report.kernel = options.kernelFile.GetName().GetView();
   report.lanes = std::move(lanes);
   report.wasCompiled = kernel.wasCompiled;

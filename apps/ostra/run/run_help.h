@@ -43,6 +43,9 @@ explains it. --profile=FILE writes a trace for trace viewers as well.
 PRINT("x = %v", x); in a kernel shows values, with the line and the invocation; ASSERT(x > 0); ends the run unless it
 holds. --checked looks at indices, divisors and loops. All of it works on the CPU and the GPU; see docs/debugging.md.
 
+--backend both --first-difference takes the first element that differs, and shows what the invocation that stored it
+computed on both sides, line by line; --first-difference=BOUND takes no notice of smaller distances.
+
 --debug compiles the kernel without optimisation and with debug information, and runs it on one thread:
 gdb -x share/ostra/gdb/ostra.py --args ostra run --debug KERNEL.krn ... steps through its lines; see docs/debugging.md.
 

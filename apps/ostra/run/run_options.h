@@ -1,6 +1,7 @@
 // What `ostra run` was asked to do.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -36,7 +37,8 @@ struct RunOptions {
   Bool isDebugged = false;       // the CPU's kernel is compiled for a debugger, and runs on one thread
   Bool isExplained = false;      // the report says how many invocations run at a time on the CPU
   Bool isProfiled = false;
-  std::string traceFile = {};  // of the profile; empty for none
+  std::string traceFile = {};                   // of the profile; empty for none
+  std::optional<Float64> differenceBound = {};  // the first larger difference of CPU and GPU is looked for
   Bool isJson = false;
   std::string cacheFolder;
 };

@@ -64,6 +64,35 @@ Json MakePrints(const std::vector<PrintedLine>& lines) {
   return prints;
 }
 
+Json MakeFirstDifference(const std::optional<FirstDifference>& difference) {
+  if (!difference) return nullptr;
+  constexpr Int kMaxLines = 10'000;
+  Json json = {{"place", difference->place},
+               {"cpu", difference->cpu},
+               {"gpu", difference->gpu},
+               {"dispatch", difference->dispatch}};
+  json["invocation"] = difference->invocation ? Json(*difference->invocation) : Json(nullptr);
+  Json values = Json::array(), first = nullptr;
+  Int leftOut = static_cast<Int>(difference->lines.size());
+  for (const ShownLines& part : ChooseLines(leftOut, difference->first, kMaxLines))
+    for (Int i = part.begin; i < part.end; ++i, --leftOut) {
+      const TracedLine& line = difference->lines[static_cast<std::size_t>(i)];
+      if (i == difference->first) first = values.size();
+      const auto show = [](const std::string& value) { return value.empty() ? Json(nullptr) : Json(value); };
+      values.push_back({{"file", line.file},
+                        {"line", line.line},
+                        {"column", line.column},
+                        {"name", line.name},
+                        {"cpu", show(line.cpu)},
+                        {"gpu", show(line.gpu)}});
+    }
+  json["values"] = std::move(values);
+  json["firstValue"] = std::move(first);
+  json["valuesLeftOut"] = leftOut + difference->lostCount;
+  json["notes"] = difference->notes;
+  return json;
+}
+
 std::string GetText(InternedId name) { return std::string(name.GetView()); }
 
 }  // namespace
@@ -89,7 +118,11 @@ Result<std::string> FormatRunReport(const RunReport& report, const RunOptions& o
       rows.push_back({"written", std::string(buffer.target->GetView()) + " (" + GetText(buffer.name) + ", " +
                                      std::to_string(buffer.count) + " elements of " + DescribeType(buffer.elementType) +
                                      ")"});
-  return FormatTable(rows) + (report.profile ? FormatProfile(*report.profile) : "");
+  std::string text = FormatTable(rows);
+  if (options.differenceBound)
+    text += FormatFirstDifference(report.firstDifference, *options.differenceBound,
+                                  std::string(options.kernelFile.GetView()));
+  return text + (report.profile ? FormatProfile(*report.profile) : "");
 }
 
 Result<std::string> FormatRunReportAsJson(const RunReport& report, const RunOptions& options, const RunPlan& plan) {
@@ -134,6 +167,7 @@ Result<std::string> FormatRunReportAsJson(const RunReport& report, const RunOpti
     json["gpuMilliseconds"] = MakeTimes(report.gpuMilliseconds);
     json["difference"] = {{"largest", report.difference.largest}, {"place", report.difference.place}};
   }
+  if (options.differenceBound) json["firstDifference"] = MakeFirstDifference(report.firstDifference);
   if (report.profile) json["profile"] = FormatProfileAsJson(*report.profile);
   return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
 }

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "apps/ostra/profile/profile.h"
+#include "apps/ostra/run/first_difference.h"
 #include "apps/ostra/run/lane_report.h"
 #include "apps/ostra/run/run_plan.h"
 #include "apps/ostra/run/show_prints.h"
@@ -29,6 +30,7 @@ struct RunReport {
   std::vector<PrintedLine> prints;                       // for JSON; otherwise they were written
   Int lostPrints = 0;                                    // that there was no room for
   RunDifference difference;                              // when the kernel ran on both
+  std::optional<FirstDifference> firstDifference;        // when it was asked for and there is one
   std::optional<ProfileReport> profile;                  // when it was asked for
 };
 

@@ -13,13 +13,13 @@ std::vector<Int> ListInvocation(const KernelPrint& print) {
   return numbers;
 }
 
+}  // namespace
+
 std::string FormatInvocation(const std::vector<Int>& numbers) {
   std::string text;
   for (const Int number : numbers) text += (text.empty() ? "" : ", ") + std::to_string(number);
   return numbers.size() == 1 ? text : "(" + text + ")";
 }
-
-}  // namespace
 
 std::string FormatPrintedLine(const PrintedLine& line) {
   std::string text = line.file + ":" + std::to_string(line.line) + ": ";

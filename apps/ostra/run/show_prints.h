@@ -37,6 +37,9 @@ class PrintSink {
   std::vector<PrintedLine> _kept;
 };
 
+// "5", "(1, 2)".
+std::string FormatInvocation(const std::vector<Int>& numbers);
+
 // "file:12: invocation 5: x = 1"
 std::string FormatPrintedLine(const PrintedLine& line);
 
