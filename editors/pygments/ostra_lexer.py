@@ -9,11 +9,11 @@ from pygments.token import Comment, Keyword, Name, Number, Operator, Punctuation
 # Written by editors/write_words.py.
 WORDS = {
     "Type": """
-        void bool Bool int Int32 uint UInt32 Int8 UInt8 Byte Int16 UInt16 Int64 Int UInt64 half HalfFloat float Float32
-        double Float64 vec2 vec3 vec4 float2 float3 float4 int2 int3 int4 uint2 uint3 uint4 ivec2 ivec3 ivec4 uvec2
-        uvec3 uvec4 bvec2 bvec3 bvec4 bool2 bool3 bool4 half2 half3 half4 Vector2d32 Vector32 Vector4d32 IntVector4d32
-        Vec2 Vec3 Vec4 mat2 mat3 sqmat SquareMatrix32 mat4 SquareMatrix4d32 Matrix32 AffineMatrix32 Block BaseArray
-        AtomicUInt32 GradientRenderData
+        void bool Bool int Int32 uint UInt32 Int8 UInt8 Byte Int16 UInt16 Int64 Int UInt64 int8_t uint8_t int16_t
+        uint16_t int64_t uint64_t half HalfFloat float Float32 double Float64 vec2 vec3 vec4 float2 float3 float4 int2
+        int3 int4 uint2 uint3 uint4 ivec2 ivec3 ivec4 uvec2 uvec3 uvec4 bvec2 bvec3 bvec4 bool2 bool3 bool4 half2 half3
+        half4 Vector2d32 Vector32 Vector4d32 IntVector4d32 Vec2 Vec3 Vec4 mat2 mat3 sqmat SquareMatrix32 mat4
+        SquareMatrix4d32 Matrix32 AffineMatrix32 Block BaseArray AtomicUInt32 GradientRenderData
         """.split(),
     "Function": """
         abs sign floor ceil trunc fract mod min max clamp mix step smoothstep sqrt Sqrt inversesqrt pow exp exp2 log

@@ -20,10 +20,14 @@ struct ParameterTarget {
   DrawportParameterValueSet& values;
 };
 
-// Sets a value with the setter for its type. Gradients are left out: compute programs read black. Error: illegal
-// argument for a type without setter; those of the setter.
+// The type of 64 bits of a uniform: "Int64", "UInt64", "Float64". Empty for others and for names that are not there.
+std::string_view FindWideType(Block<const DrawportParameter> parameters, const InternedId& name);
+
+// Sets a value with the setter for its type. Gradients are left out: compute programs read black. `wideType` is what
+// FindWideType says of the parameter: values of 64 bits are for parameters of their own type only. Errors: illegal
+// argument for a type without setter, and for another type of 64 bits; those of the setter.
 Result<void> SetParameterValue(const ParameterTarget& target, DrawportParameterHandle handle, const InternedId& name,
-                               const Data& value);
+                               const Data& value, std::string_view wideType = {});
 
 // Links `entry` to a texture parameter.
 Result<void> LinkTexture(DataDictionary& links, const InternedId& attr, const TextureSamplerEntry& entry);

@@ -9,9 +9,30 @@
 OSTRA_UNIT("parallelprogram_gpu_impl");
 
 namespace ostra {
+namespace {
+
+std::string_view GetWideType(const Data& value) {
+  if (value.GetIf<Int64>()) return "Int64";
+  if (value.GetIf<UInt64>()) return "UInt64";
+  return value.GetIf<Float64>() ? "Float64" : "";
+}
+
+Error MakeTypeError(const InternedId& name, const Data& value) {
+  return OSTRA_ILLEGAL_ARGUMENT("The uniform \"@\" cannot be given a value of type \"@\".", name, value.GetType());
+}
+
+}  // namespace
+
+std::string_view FindWideType(Block<const DrawportParameter> parameters, const InternedId& name) {
+  for (Int i = 0; i < parameters.GetCount(); ++i)
+    if (parameters[i].kind == DrawportParameterKind::Uniform && parameters[i].name == name)
+      return parameters[i].layout.typeName.GetView();
+  return {};
+}
 
 Result<void> SetParameterValue(const ParameterTarget& target, DrawportParameterHandle handle, const InternedId& name,
-                               const Data& data) {
+                               const Data& data, std::string_view wideType) {
+  if (GetWideType(data) != wideType) return MakeTypeError(name, data);
   DrawportProgramFactory& factory = target.factory;
   DrawportParameterValueSet& values = target.values;
   if (const auto* value = data.GetIf<Float32>()) return factory.SetParameterFloat(values, handle, *value);
@@ -45,7 +66,7 @@ Result<void> SetParameterValue(const ParameterTarget& target, DrawportParameterH
   if (const auto* value = data.GetIf<SquareMatrix4d32>()) return factory.SetParameterMatrix(values, handle, *value);
   if (const auto* value = data.GetIf<AffineMatrix32>()) return factory.SetParameterMatrix(values, handle, *value);
   if (data.GetIf<GradientRenderData>()) return OK;
-  return OSTRA_ILLEGAL_ARGUMENT("The uniform \"@\" cannot be given a value of type \"@\".", name, data.GetType());
+  return MakeTypeError(name, data);
 }
 
 }  // namespace ostra

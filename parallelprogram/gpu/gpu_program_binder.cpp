@@ -20,10 +20,11 @@ Int32 GetSeed(const Data& value) {
   return seed ? *seed : kDefaultNoiseSeed;
 }
 
-Result<void> BindUniforms(const GpuKernel& kernel, const ParameterTarget& target) {
+Result<void> BindUniforms(const GpuKernel& kernel, const ParameterTarget& target,
+                          Block<const DrawportParameter> parameters) {
   for (const auto& [name, value] : kernel.uniforms) {
     const DrawportParameterHandle handle = target.factory.GetParameterHandle(name);
-    if (handle) OSTRA_RETURN_IF_ERROR(SetParameterValue(target, handle, name, value));
+    if (handle) OSTRA_RETURN_IF_ERROR(SetParameterValue(target, handle, name, value, FindWideType(parameters, name)));
   }
   return OK;
 }
@@ -58,7 +59,7 @@ Result<void> ParallelProgramGPUImpl::BindParameters(const InternedId& kernelId, 
   OSTRA_ASSIGN_OR_RETURN(const GpuKernelRef kernel, FindKernel(kernelId));
   const ParameterTarget target{factory, values};
   ReportUnknownNames(*kernel, parameters);
-  OSTRA_RETURN_IF_ERROR(BindUniforms(*kernel, target));
+  OSTRA_RETURN_IF_ERROR(BindUniforms(*kernel, target, parameters));
   for (Int i = 0; i < parameters.GetCount(); ++i) {
     const DrawportParameter& parameter = parameters[i];
     if (parameter.kind != DrawportParameterKind::Buffer || parameter.isValue) continue;

@@ -121,6 +121,12 @@ std::string PlainPrinter::List(NodeIndex node, std::size_t first) {
   return list;
 }
 
+// As it is written: the translator reads it.
+std::string PlainPrinter::NoiseNumber(NodeIndex number) {
+  if (KindOf(number) == NodeKind::kLiteral) return Join({MarkOf(number), _tree.GetName(number)});
+  return Value(number, Binding::kAssignment);
+}
+
 std::string PlainPrinter::ValueItself(NodeIndex node, Binding& binding) {
   const auto child = [&](std::size_t i) { return Child(node, i); };
   const Operation operation = _tree.nodes[node].operation;
@@ -318,7 +324,7 @@ std::string PlainPrinter::Call(NodeIndex node) {
     return Join({_tree.GetName(node), "(", Expression(Child(node, 0)), ", ", Expression(Child(node, 1)), ", ",
                  CheckLayer(node, Expression(Child(node, 2))), ")"});
   if (meaning.kind == MeaningKind::kWord && meaning.word == WordId::kRenderNoise)
-    return Join({"RenderNoise(", Value(Child(node, 0), Binding::kAssignment), ", ", List(node, 1), ")"});
+    return Join({"RenderNoise(", NoiseNumber(Child(node, 0)), ", ", List(node, 1), ")"});
   if (meaning.kind != MeaningKind::kFunction) return Join({_tree.GetName(node), "(", List(node, 0), ")"});
   std::string arguments = Arguments(node);
   // Arguments that are not given.

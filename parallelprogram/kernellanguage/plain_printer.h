@@ -128,6 +128,7 @@ class PlainPrinter {
   void CheckPlainPlace(NodeIndex place);
   std::string MemberText(NodeIndex node) const;  // ".x"
   static std::string WideLiteral(const LiteralValue& value);
+  std::string NoiseNumber(NodeIndex number);
   std::string Literal(NodeIndex node, TypeIndex wanted) const;
   std::string TypeName(TypeIndex type);
   static std::string ArraySizes(const TypeTable& types, TypeIndex type);
