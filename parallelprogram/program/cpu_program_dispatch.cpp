@@ -1,6 +1,5 @@
 // Dispatch of the CPU program: spreads the invocations of a range over the worker threads.
 #include <algorithm>
-#include <atomic>
 #include <chrono>
 #include <exception>
 #include <mutex>
@@ -30,6 +29,21 @@ Int GetSteadyTime() {
       .count();
 }
 
+// Why a dispatch ends before its end. The bits of both lie in one flag, so that neither undoes the other.
+constexpr Byte kFailed = 1, kStopRequested = 2;
+
+void SetBits(Atomic<Byte>& flags, Byte bits) {
+  Byte before = flags.Load();
+  while (!flags.CompareExchange(before, static_cast<Byte>(before | bits))) {
+  }
+}
+
+void ClearBits(Atomic<Byte>& flags, Byte bits) {
+  Byte before = flags.Load();
+  while (!flags.CompareExchange(before, static_cast<Byte>(before & ~bits))) {
+  }
+}
+
 // What the threads of one dispatch share. The stop flag ends pieces soon after a failure, not at once.
 struct Dispatch {
   Dispatch(KernelInterface& dispatchedKernel, KernelRangeInterface* kernelRange, const InternedId& id,
@@ -53,7 +67,7 @@ struct Dispatch {
   void Fail(Error error) {
     const std::scoped_lock lock(errorMutex);
     result = std::move(error);  // the last error is the dispatch's
-    stop.Store(1);
+    SetBits(stop, kFailed);
   }
 };
 
@@ -220,8 +234,8 @@ Result<void> ParallelProgramCPUImpl::RunDispatch(UInt32 countX, UInt32 countY, U
 }
 
 Result<void> ParallelProgramCPUImpl::RunUnreported(UInt32 countX, UInt32 countY, UInt32 countZ) {
-  _stop.Store(0);  // a request that is not seen below sets it again
-  std::atomic_thread_fence(std::memory_order_seq_cst);
+  if (_stop.LoadRelaxed() != 0) [[unlikely]]
+    ClearBits(_stop, kFailed);
   OSTRA_RETURN_IF_ERROR(CheckStop());
   OSTRA_RETURN_IF_ERROR(countY == 1 && countZ == 1 ? DispatchKernelSimple(countX)
                                                    : DispatchKernelComplex(countX, countY, countZ));
@@ -229,15 +243,13 @@ Result<void> ParallelProgramCPUImpl::RunUnreported(UInt32 countX, UInt32 countY,
 }
 
 Result<void> ParallelProgramCPUImpl::CheckStop() const {
-  if (_isStopRequested.Load() == 0) return OK;
+  if ((_stop.Load() & kStopRequested) == 0) return OK;
   return OSTRA_ILLEGAL_STATE("The dispatch of the kernel \"@\" was stopped.", _activeKernelId);
 }
 
-void ParallelProgramCPUImpl::RequestStop() {
-  _isStopRequested.Store(1);
-  std::atomic_thread_fence(std::memory_order_seq_cst);
-  _stop.Store(1);
-}
+void ParallelProgramCPUImpl::RequestStop() { SetBits(_stop, kStopRequested); }
+
+void ParallelProgramCPUImpl::ForgetStop() { ClearBits(_stop, kStopRequested); }
 
 // What fails has no time.
 Result<void> ParallelProgramCPUImpl::MeasureDispatch(UInt32 countX, UInt32 countY, UInt32 countZ) {

@@ -102,7 +102,7 @@ class ParallelProgramCPUImpl final
   Result<void> MeasureDispatches(Bool isOn) override;
   Result<BaseArray<DispatchTime>> TakeDispatchTimes() override;
   void RequestStop() override;
-  void ForgetStop() override { _isStopRequested.Store(0); }
+  void ForgetStop() override;
   Result<void> SetReportOptions(const KernelReportOptions& options) override;
   Result<void> SetPrintRoom(Int bytes) override;
   void SetStepLimit(UInt32 steps) override { _prints.SetStepLimit(steps); }
@@ -213,8 +213,7 @@ class ParallelProgramCPUImpl final
   DataDictionary _counters;                    // name -> AtomicUInt32*
   DataDictionary _textures;                    // name -> TextureSamplerDataHelper*
   InternedId _activeKernelId;
-  Atomic<Byte> _isStopRequested;
-  Atomic<Byte> _stop;  // ends the running dispatch: a request or an error
+  Atomic<Byte> _stop;  // ends the running dispatch: bits of cpu_program_dispatch.cpp
   Bool _isMeasured = false;
   BaseArray<DispatchTime> _dispatchTimes;
   KernelPrintList _prints;
