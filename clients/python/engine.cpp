@@ -19,7 +19,11 @@ std::shared_ptr<Engine> g_engine;  // guarded by the interpreter lock
 Result<std::shared_ptr<Engine>> MakeEngine() {
   OSTRA_ASSIGN_OR_RETURN(Session cpu, Session::TryCreate());
   OSTRA_ASSIGN_OR_RETURN(KernelRuntime runtime, KernelRuntime::Create(cpu.GetHost()));
-  return std::make_shared<Engine>(std::move(cpu), std::move(runtime));
+  // A forked child has none of the threads that the end of an engine waits for: there it stays as it is.
+  const auto end = [](Engine* engine) {
+    if (engine->CheckProcess()) delete engine;
+  };
+  return std::shared_ptr<Engine>(new Engine(std::move(cpu), std::move(runtime)), end);
 }
 
 }  // namespace

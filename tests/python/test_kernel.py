@@ -300,6 +300,15 @@ def test_a_forked_process_is_told():
     assert os.waitstatus_to_exitcode(os.waitpid(process, 0)[1]) == 0
 
 
+def test_a_forked_process_ends_normally(backend):
+    program = f"import os, sys, numpy, ostra\nkernel = ostra.kernel({SCALE!r}, backend={backend!r})\n" \
+              "kernel(factor=2, source=numpy.ones(8, numpy.float32))\nchild = os.fork()\n" \
+              "if child == 0:\n    sys.exit(3)\n" \
+              "print(os.waitstatus_to_exitcode(os.waitpid(child, 0)[1]))\n"
+    done = subprocess.run([sys.executable, "-c", program], capture_output=True, text=True, check=False, timeout=60)
+    assert (done.returncode, done.stdout, done.stderr) == (0, "3\n", "")
+
+
 def test_the_interpreter_ends_with_kernels_that_live(backend):
     program = f"import numpy, ostra\nkernel = ostra.kernel({SCALE!r}, backend={backend!r})\n" \
               "print(kernel(factor=2, source=numpy.ones(8, numpy.float32))[7])\n"
