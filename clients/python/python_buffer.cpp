@@ -103,7 +103,7 @@ const py::array& PythonBuffer::GetHostArray() const {
 }
 
 py::array PythonBuffer::MakeNumpy() {
-  if (_backend == Backend::kCpu) return _array;
+  if (_backend == Backend::kCpu) return _array.attr("view")();  // whose shape may be set without changing the buffer
   py::array array = py::module_::import("numpy").attr("zeros")(_shape, _dtype);
   void* const target = array.mutable_data();
   EngineCall call(*_engine);

@@ -175,3 +175,12 @@ def test_a_buffer_lets_its_memory_go():
     del buffer
     gc.collect()
     assert sys.getrefcount(array) == count
+
+
+def test_the_shape_of_what_numpy_shows_is_not_that_of_the_buffer():
+    buffer = ostra.Buffer(numbers(8))
+    for view in (buffer.numpy(), numpy.asarray(buffer)):
+        view.shape = (2, 4)
+        view[0, 0] += 1
+    assert buffer.shape == (8,) and memoryview(buffer).shape == (8,)
+    assert buffer.numpy()[0] == 2
