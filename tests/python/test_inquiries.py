@@ -56,3 +56,23 @@ def test_a_profile_has_the_dispatches_of_its_block(backend):
     if backend == "cpu":
         assert 0 < row["milliseconds"] <= report.milliseconds
     assert "net.example.add.krn" in str(report) and "the block:" in str(report)
+
+
+def test_a_second_profile_is_refused_while_one_measures():
+    add = ostra.kernel(ADD, name="net.example.add.krn")
+    target = numpy.zeros(8, numpy.float32)
+    with ostra.profile() as report:
+        add(term=1, target=target)
+        with pytest.raises(ostra.Error, match="another ostra.profile\\(\\) measures"):
+            with ostra.profile():
+                pass
+        add(term=1, target=target)
+    assert [row["calls"] for row in report.kernels] == [2]
+    with ostra.profile() as again:
+        add(term=1, target=target)
+    assert [row["calls"] for row in again.kernels] == [1]
+
+
+def test_a_profile_that_has_not_begun_cannot_end():
+    with pytest.raises(ostra.Error, match="has not begun"):
+        ostra.profile().__exit__(None, None, None)

@@ -1,6 +1,7 @@
 """Devices, configuration, memory and profiles."""
 
 import os as _os
+import threading as _threading
 import time as _time
 
 from . import _ostra
@@ -46,6 +47,9 @@ def memory(backend="cpu"):
     return _os.sysconf("SC_AVPHYS_PAGES") * page, _os.sysconf("SC_PHYS_PAGES") * page
 
 
+_measuring = _threading.Lock()  # held by the profile whose block runs
+
+
 class Profile:
     """What the calls of a block took their time for. Made by ostra.profile.
 
@@ -57,19 +61,32 @@ class Profile:
     def __init__(self):
         self.kernels = []
         self.milliseconds = 0.0
+        self._begin = None
 
     def __enter__(self):
-        _ostra.measure(True)
-        _ostra.take_times()
+        if not _measuring.acquire(blocking=False):
+            raise _ostra.Error("another ostra.profile() measures: one does at a time")
+        try:
+            _ostra.measure(True)
+            _ostra.take_times()
+        except BaseException:
+            _measuring.release()
+            raise
         self._begin = _time.perf_counter()
         return self
 
     def __exit__(self, *_):
+        if self._begin is None:
+            raise _ostra.Error("the profile has not begun: with ostra.profile() as report")
+        begin, self._begin = self._begin, None
         try:
-            times = _ostra.take_times()
+            try:
+                times = _ostra.take_times()
+            finally:
+                _ostra.measure(False)
         finally:
-            _ostra.measure(False)
-        self.milliseconds = (_time.perf_counter() - self._begin) * 1000
+            _measuring.release()
+        self.milliseconds = (_time.perf_counter() - begin) * 1000
         rows = {}
         for kernel, backend, invocations, nanoseconds in times:
             row = rows.setdefault((kernel, backend), {"kernel": kernel, "backend": backend, "calls": 0, "invocations": 0,
@@ -92,6 +109,7 @@ class Profile:
 def profile():
     """Measures the dispatches of a block: with ostra.profile() as report: ...; print(report).
 
-    One at a time; calls of all threads are in it. Raises ostra.Error for a GPU without a clock.
+    One at a time; calls of all threads are in it. Raises ostra.Error while another one measures, and for a GPU without
+    a clock.
     """
     return Profile()
