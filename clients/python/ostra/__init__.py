@@ -59,6 +59,9 @@ class Kernel:
             shape of the dispatch. Textures are an ostra.Texture or an array, counters an int to start at, which is 0
             without one, or an ostra.Counter. noiseMode_0 (a name or number) and noiseSeed_0 choose the first noise.
 
+        Whole work groups run, so the size may be raised: a kernel without a guard, if (i >= UNIFORM(count)) return;,
+        writes past its arrays. Neither indices nor divisors are checked: `ostra run --checked` finds such mistakes.
+
         Returns None, the array, ostra.Buffer or count that was made, or a dict of several by name. Counts come as int,
         unless they are in an ostra.Counter; buffers are made where one is given.
 
