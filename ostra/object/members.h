@@ -1,8 +1,9 @@
 // Members of an object that others find by name and set: their types and addresses, and what is declared of them.
 //
 //   MemberMap members;
-//   OSTRA_RETURN_IF_ERROR(AddMember(members, {"unit", "kernel", "net.example.scale"}, "factor", GetDataType<Float32>(),
-//   &_factor)); OSTRA_RETURN_IF_ERROR(SetMember(members, "factor", &two));
+//   AddMember(members, {"unit", "kernel", "net.example.scale"}, "factor", GetDataType<Float32>(), &_factor);
+//
+//   SetMember(members, "factor", &two);
 //
 // These functions run once for each member of an object. The host has them, so that plug-ins need not compile them.
 #pragma once

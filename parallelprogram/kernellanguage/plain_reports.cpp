@@ -361,7 +361,8 @@ std::vector<std::string> PlainPrinter::MakeWords(const std::string& value, TypeI
       Line({"const uint2 ", bits, " = ", CallDoubleWords(number), ";"});
       words.insert(words.end(), {bits + ".x", bits + ".y"});
     } else if (GetSize(kind.scalar) > 4) {
-      words.insert(words.end(), {Join({"uint(", number, ")"}), Join({"uint(", number, " >> 32)"})});
+      const std::string whole = number.find(' ') == std::string::npos ? number : Join({"(", number, ")"});
+      words.insert(words.end(), {Join({"uint(", number, ")"}), Join({"uint(", whole, " >> 32)"})});
     } else if (isFloat)
       words.push_back(Join({"floatBitsToUint(", number, ")"}));
     else if (kind.scalar == Scalar::kHalf)

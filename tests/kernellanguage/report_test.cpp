@@ -59,6 +59,11 @@ TEST(ReportTest, NumbersOf64BitsAreTwoWords) {
   ExpectReadable(form);
 }
 
+TEST(ReportTest, TheHighWordIsThatOfTheWholeNumber) {
+  const PlainForm form = PrintPlain("PRINT(\"%v\", 0x8000000000000001UL);");
+  EXPECT_TRUE(Has(form, "uint(((UInt64(2147483648u) << 32) | UInt64(1u)) >> 32)")) << form.text;
+}
+
 TEST(ReportTest, DivisionsOf64BitsAreChecked) {
   const PlainForm form = PrintPlain("Int64 a = Int64(1); Int64 b = (a + a) / a;", {.hasChecks = true});
   EXPECT_TRUE(Has(form, "Int64 b = ostra_quotient_of_Int64_Int64(ostraState, 0u, a + a, a);")) << form.text;
