@@ -58,6 +58,13 @@ Int32 ReadNoiseMode(const std::string& parameter, const py::handle& value) {
                         (nearest.Get().empty() ? "" : "; did you mean " + Quote(std::string(nearest.Get())) + "?"));
 }
 
+// Programs number invocations with 32 bits.
+void CheckCount(const DispatchSize& size) {
+  UInt64 count = size.x;
+  for (const UInt32 side : {size.y, size.z}) count = count > UINT32_MAX ? count : count * side;
+  if (count > UINT32_MAX) throw py::value_error("a call runs at most 4294967295 invocations: make several calls");
+}
+
 }  // namespace
 
 PythonKernel::Invocation PythonKernel::Bind(const py::object& size, const py::dict& arguments) {
@@ -247,6 +254,7 @@ void PythonKernel::ChooseSize(const py::object& size, Invocation& invocation) co
       if (*axes[i] == 0) throw py::value_error("the size has numbers from 1 on");
       invocation.shape.insert(invocation.shape.begin(), *axes[i]);
     }
+    CheckCount(invocation.size);
     return;
   }
   std::vector<py::ssize_t> shape;

@@ -123,13 +123,20 @@ def test_a_buffer_becomes_a_texture(backend):
     numpy.testing.assert_array_equal(texture.numpy(), numbers(4, 4) / 2 + 1)
 
 
-def test_what_does_not_fit_into_memory_is_an_error(backend):
+def test_more_invocations_than_programs_can_number_are_refused(backend):
     kernel = ostra.kernel(STEP, backend=backend)
     one = numpy.zeros(1, numpy.float32)
     for source in (one, ostra.Buffer(one, backend=backend)):
-        with pytest.raises((MemoryError, ostra.Error)):
-            kernel((2**31, 2**13), source=source)  # 64 TiB
+        for size in (2**31, 2**13), (2**16, 2**16), (2, 2**31, 2**31):
+            with pytest.raises(ValueError, match="at most 4294967295 invocations"):
+                kernel(size, source=source)
     numpy.testing.assert_array_equal(kernel(source=numbers(8)), numbers(8) / 2 + 1)
+
+
+def test_what_does_not_fit_into_memory_is_an_error(backend):
+    with pytest.raises((MemoryError, ostra.Error)):
+        ostra.Buffer(numpy.broadcast_to(numpy.float32(1), (2**44,)), backend=backend)  # 64 TiB
+    numpy.testing.assert_array_equal(ostra.kernel(STEP, backend=backend)(source=numbers(8)), numbers(8) / 2 + 1)
 
 
 def test_arrays_in_another_order_are_copied_element_by_element():
