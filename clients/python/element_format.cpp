@@ -142,7 +142,7 @@ std::string ExplainMembers(DataType type, const py::dtype& dtype, const std::str
       return member.name.GetView() == py::cast<std::string>(field);
     };
     if (std::none_of(members.GetFirst(), members.GetFirst() + members.GetCount(), isMember))
-      return "the array's member \"" + path + py::cast<std::string>(field) + "\" is none of " + structName;
+      return "the array's member \"" + path + py::cast<std::string>(field) + "\" is not a member of " + structName;
   }
   if (dtype.itemsize() != type.GetSize())
     return structName + " has " + std::to_string(type.GetSize()) + " bytes, not " + std::to_string(dtype.itemsize());

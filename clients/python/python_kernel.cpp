@@ -90,6 +90,8 @@ void PythonKernel::SetKind(const LoadedKernel& loaded, Parameter& parameter) {
 
 // As the command-line tool shows them, on sys.stdout.
 void PythonKernel::ShowPrints(const KernelPrints& prints) {
+  const PyObject* const output = PySys_GetObject("stdout");
+  if (!output || output == Py_None) return;  // as Python's own print
   for (const KernelPrint& print : prints.prints) {
     std::string place = std::to_string(print.invocation.x);
     if (print.dimensions > 1) place += ", " + std::to_string(print.invocation.y);

@@ -84,7 +84,7 @@ def test_an_array_of_structs_is_made_with_the_members_of_the_kernel():
     (numpy.dtype([("mass", "f4"), ("position", "f4", 3), ("body", BODY)]),
      'the member "position" of the struct Particle begins at byte 0, not 4'),
     (numpy.dtype([("position", "f4", 3), ("mass", "f4"), ("body", BODY), ("more", "f4")]),
-     'the array\'s member "more" is none of the struct Particle'),
+     'the array\'s member "more" is not a member of the struct Particle'),
     (numpy.dtype({"names": PARTICLES.names, "formats": ["3f4", "f4", BODY], "offsets": [0, 12, 16], "itemsize": 48}),
      "the struct Particle has 36 bytes, not 48"),
 ])

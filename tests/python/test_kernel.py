@@ -80,6 +80,14 @@ def test_an_assertion_that_does_not_hold_is_an_error(backend):
         ostra.kernel(TALKING, backend=backend)(factor=-1, source=numbers(2))
 
 
+def test_without_a_standard_output_prints_are_lost_and_errors_are_not(backend, monkeypatch):
+    kernel = ostra.kernel(TALKING, backend=backend)
+    monkeypatch.setattr(sys, "stdout", None)
+    numpy.testing.assert_array_equal(kernel(factor=2, source=numbers(2)), 2 * numbers(2))
+    with pytest.raises(ostra.Error, match="the ASSERT does not hold"):
+        kernel(factor=-1, source=numbers(2))
+
+
 def test_an_output_that_is_not_given_is_made(backend):
     result = ostra.kernel(SCALE, backend=backend)(factor=2, source=numbers(64))
     assert result.dtype == numpy.float32

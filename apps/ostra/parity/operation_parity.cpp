@@ -138,6 +138,12 @@ NumberRun<Number> RunPairs(const Id& programClass, const Url& kernels, const cha
   return {std::move(results), runner.GetFailure()};
 }
 
+// Devices need not have the numbers of the row; then the program is refused.
+ParityRow AllowRefusal(ParityRow row) {
+  row.isHeld = row.isHeld || row.reached.find("which the GPU device does not support") != std::string::npos;
+  return row;
+}
+
 }  // namespace
 
 std::string FormatFigure(Float64 figure) {
@@ -235,9 +241,7 @@ std::vector<ParityRow> CompareDoubles(const Url& kernels) {
   ParityRow row = CompareNumbers<Float64>(kGroup, kWhat, kResults, [&](const Id& programClass) {
     return RunPairs(programClass, kernels, "net.ostra.parity.doubles.krn", a, b, kResults);
   });
-  // Devices need not have them; then the program is refused.
-  row.isHeld = row.isHeld || row.reached.find("which the GPU device does not support") != std::string::npos;
-  return {row};
+  return {AllowRefusal(std::move(row))};
 }
 
 std::vector<ParityRow> CompareLongs(const Url& kernels) {
@@ -260,9 +264,7 @@ std::vector<ParityRow> CompareLongs(const Url& kernels) {
   ParityRow row = CompareNumbers<Int64>(kGroup, kWhat, kResults, [&](const Id& programClass) {
     return RunPairs(programClass, kernels, "net.ostra.parity.longs.krn", a, b, kResults);
   });
-  // Devices need not have them; then the program is refused.
-  row.isHeld = row.isHeld || row.reached.find("which the GPU device does not support") != std::string::npos;
-  return {row};
+  return {AllowRefusal(std::move(row))};
 }
 
 std::vector<ParityRow> CompareShorts(const Url& kernels) {
@@ -293,8 +295,7 @@ std::vector<ParityRow> CompareShorts(const Url& kernels) {
     all.failure = runner.GetFailure();
     return all;
   });
-  row.isHeld = row.isHeld || row.reached.find("which the GPU device does not support") != std::string::npos;
-  return {row};
+  return {AllowRefusal(std::move(row))};
 }
 
 }  // namespace ostra::parity
