@@ -24,7 +24,12 @@ set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
 find_program(OSTRA_CCACHE ccache)
 if(OSTRA_CCACHE)
   # Without these it keeps no file that has precompiled headers.
-  set(CMAKE_CXX_COMPILER_LAUNCHER ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros ${OSTRA_CCACHE})
+  set(ccache_environment CCACHE_SLOPPINESS=pch_defines,time_macros)
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${CMAKE_COMMAND} -E env ${ccache_environment} ${OSTRA_CCACHE})
+  # A precompiled header knows its files by all of their bytes (#pragma once asks for them). Taken from the cache because
+  # the preprocessed text is the same, it may hold files whose comments were others, and those are then entered twice.
+  # Depending on the files alone never gives one of those.
+  set(OSTRA_PRECOMPILED_LAUNCHER ${CMAKE_COMMAND} -E env ${ccache_environment} CCACHE_DEPEND=1 ${OSTRA_CCACHE})
 endif()
 
 add_library(ostra_flags INTERFACE)
