@@ -28,8 +28,9 @@ if(OSTRA_CCACHE)
   set(CMAKE_CXX_COMPILER_LAUNCHER ${CMAKE_COMMAND} -E env ${ccache_environment} ${OSTRA_CCACHE})
   # A precompiled header knows its files by all of their bytes (#pragma once asks for them). Taken from the cache because
   # the preprocessed text is the same, it may hold files whose comments were others, and those are then entered twice.
-  # Depending on the files alone never gives one of those.
-  set(OSTRA_PRECOMPILED_LAUNCHER ${CMAKE_COMMAND} -E env ${ccache_environment} CCACHE_DEPEND=1 ${OSTRA_CCACHE})
+  # Depending on the files alone never gives one of those; the namespace keeps away what was stored the other way.
+  set(OSTRA_PRECOMPILED_LAUNCHER ${CMAKE_COMMAND} -E env ${ccache_environment} CCACHE_DEPEND=1
+                                 CCACHE_NAMESPACE=precompiled ${OSTRA_CCACHE})
 endif()
 
 add_library(ostra_flags INTERFACE)
