@@ -10,6 +10,8 @@ import re
 import subprocess
 import sys
 
+import structure_table
+
 # From the ground up: a folder includes itself and those before it.
 HOST_FOLDERS = ["core", "math", "object", "config", "monitor", "jobs", "io", "process", "crypt", "image", "render", "drawport",
               "shadercompiler", "drawport_vulkan"]
@@ -119,6 +121,39 @@ def check_sizes(root):
         lines = len(path.read_text(encoding="utf-8").splitlines())
         if lines > MAXIMAL_LINES:
             yield f"{path.relative_to(root).as_posix()}:1: {lines} lines; at most {MAXIMAL_LINES} are allowed"
+
+
+# Near what the sources have today; structure_table.py prints that.
+MAXIMAL_FUNCTION = 105
+MAXIMAL_METHODS = 200
+MAXIMAL_MEMBERS = 36
+MAXIMAL_INCLUDES = 110
+
+
+def check_functions(root):
+    """A function is read without turning the page, or nearly."""
+    for path in find_sources(root, SOURCE_FOLDERS):
+        for line, count in structure_table.find_functions(path):
+            if count > MAXIMAL_FUNCTION:
+                yield f"{path.relative_to(root).as_posix()}:{line}: a function of {count} lines; at most {MAXIMAL_FUNCTION} are allowed"
+
+
+def check_classes(root):
+    """A class has one idea: it does not grow without an end."""
+    for path in find_sources(root, SOURCE_FOLDERS, (".h",)):
+        for name, line, methods, members in structure_table.find_classes(path):
+            for count, limit, kind in ((methods, MAXIMAL_METHODS, "functions"), (members, MAXIMAL_MEMBERS, "members")):
+                if count > limit:
+                    yield f"{path.relative_to(root).as_posix()}:{line}: {name} has {count} {kind}; at most {limit} are allowed"
+
+
+def check_includes(root):
+    """What a source reads of this repository, by way of other headers too, stays bounded."""
+    includes = structure_table.Includes(root)
+    for path in find_sources(root, SOURCE_FOLDERS, (".cpp",)):
+        count = includes.count(path)
+        if count > MAXIMAL_INCLUDES:
+            yield f"{path.relative_to(root).as_posix()}:1: reads {count} headers of this repository; at most {MAXIMAL_INCLUDES} are allowed"
 
 
 def check_readmes(root):
@@ -239,7 +274,8 @@ def check_commits(root, find=find_subjects):
             yield f'{commit}:1: "{subject}" is a step on the way, not a commit to keep'
 
 
-RULES = {"arrows": check_arrows, "libraries": check_libraries, "sizes": check_sizes, "readmes": check_readmes,
+RULES = {"arrows": check_arrows, "libraries": check_libraries, "sizes": check_sizes, "functions": check_functions,
+         "classes": check_classes, "includes": check_includes, "readmes": check_readmes,
          "headers": check_headers, "links": check_links, "words": check_words, "commits": check_commits}
 
 

@@ -5,6 +5,7 @@ import tempfile
 import unittest
 
 import check_structure
+import structure_table
 
 FOLDERS = ["ostra/core", "ostra/math", "ostra/jobs", "ostra/drawport", "parallelprogram/program", "apps/ostra", "kernels",
            "tests", "bench", "fuzz", "scripts", "cmake"]
@@ -34,17 +35,17 @@ class CheckStructureTest(unittest.TestCase):
         for rule in check_structure.RULES:
             self.expect(rule)
 
-    def test_a_room_that_includes_a_later_room_is_found(self):
+    def test_a_folder_that_includes_a_later_folder_is_found(self):
         self.write("ostra/core/a.cpp", '\n#include "ostra/jobs/b.h"\n')
         self.expect("arrows", "ostra/core/a.cpp:2: ostra/core must not include ostra/jobs/b.h, a later folder")
 
-    def test_rooms_of_the_module_have_an_order_too(self):
+    def test_folders_of_the_module_have_an_order_too(self):
         self.write("parallelprogram/textures/a.cpp", '#include "parallelprogram/program/b.h"\n')
         self.write("parallelprogram/gpu/a.cpp", '#include "parallelprogram/device/b.h"\n')
         self.expect("arrows", "parallelprogram/textures/a.cpp:1: parallelprogram/textures must not include "
                               "parallelprogram/program/b.h, a later folder")
 
-    def test_a_room_that_includes_the_whole_host_is_found(self):
+    def test_a_folder_that_includes_the_whole_host_is_found(self):
         self.write("ostra/core/a.cpp", '#include "ostra/host.h"\n')
         self.expect("arrows",
                     "ostra/core/a.cpp:1: a folder must not include ostra/host.h, which stands above all folders")
@@ -59,11 +60,11 @@ class CheckStructureTest(unittest.TestCase):
         self.expect("arrows",
                     "parallelprogram/program/a.cpp:2: parallelprogram/program/ must not include ostra/drawport/context.h")
 
-    def test_an_unknown_room_is_found(self):
+    def test_an_unknown_folder_is_found(self):
         self.write("ostra/attic/a.cpp", "")
         self.expect("arrows", "ostra/attic/a.cpp:1: the folder ostra/attic is not in the list of folders")
 
-    def test_a_library_outside_its_room_is_found(self):
+    def test_a_library_outside_its_folder_is_found(self):
         self.write("ostra/core/a.cpp", "#include <oneapi/tbb/task_group.h>\n")
         self.expect("libraries", "ostra/core/a.cpp:1: oneapi/tbb/task_group.h belongs to ostra/jobs/")
 
@@ -82,7 +83,49 @@ class CheckStructureTest(unittest.TestCase):
         self.write("ostra/core/a.cpp", "\n" * 701)
         self.expect("sizes", "ostra/core/a.cpp:1: 701 lines; at most 700 are allowed")
 
-    def test_a_room_without_a_readme_is_found(self):
+    def write_function(self, statements, signature="Int Sum(Int a,\n        Int b) {\n"):
+        self.write("ostra/core/a.cpp", "namespace ostra {\n\n" + signature + "  a += b;\n" * statements + "}\n\n}  // namespace ostra\n")
+        return self.root / "ostra/core/a.cpp"
+
+    def test_a_function_that_is_too_long_is_found(self):
+        self.write_function(102)
+        self.expect("functions")
+        self.write_function(103)
+        self.expect("functions", "ostra/core/a.cpp:3: a function of 106 lines; at most 105 are allowed")
+
+    def test_functions_are_measured_with_their_signatures_and_closing_braces(self):
+        for signature, first, lines in (("Int Sum(Int a) {\n", 3, 4), ("Int Sum(Int a,\n        Int b) {\n", 3, 5),
+                                        ("class A {\n  Int Sum(Int a) const {\n", 4, 4)):
+            path = self.write_function(2, signature)
+            if signature.startswith("class"):
+                path.write_text(path.read_text().replace("}\n\n}", "  }\n};\n\n}"))
+            self.assertEqual(list(structure_table.find_functions(path)), [(first, lines)], signature)
+
+    def test_namespaces_tables_and_classes_are_no_functions(self):
+        path = self.root / "ostra/core/a.cpp"
+        self.write("ostra/core/a.cpp", "namespace {\nconst Int kTable[] = {\n  1,\n};\nstruct A {\n  Int a;\n};\n}\n")
+        self.assertEqual(list(structure_table.find_functions(path)), [])
+
+    def test_a_class_that_is_too_wide_is_found(self):
+        members = "".join(f"  Int _a{i} = 0;  // (a)\n" for i in range(37))
+        methods = "".join(f"  void Do{i}(Int a);\n" for i in range(201))
+        self.write("ostra/core/a.h", "class OSTRA_API A : public B {\n public:\n  A();\n" + methods + members + "};\n")
+        self.expect("classes", "ostra/core/a.h:1: A has 201 functions; at most 200 are allowed",
+                    "ostra/core/a.h:1: A has 37 members; at most 36 are allowed")
+
+    def test_classes_of_a_class_are_counted_for_themselves(self):
+        self.write("ostra/core/a.h", "class A {\n  struct B {\n    Int c, d;\n    Int e;\n    void F();\n  };\n  B _b;\n};\n")
+        self.assertEqual(list(structure_table.find_classes(self.root / "ostra/core/a.h")), [("A", 1, 0, 1), ("B", 2, 1, 2)])
+
+    def test_a_source_that_reads_too_many_headers_is_found(self):
+        for number in range(111):
+            self.write(f"ostra/core/h{number}.h", f'#pragma once\n#include "ostra/core/h{max(number - 1, 0)}.h"\n')
+        self.write("ostra/core/a.cpp", '#include "ostra/core/h109.h"\n')
+        self.expect("includes")
+        self.write("ostra/core/a.cpp", '#include "h110.h"\n')
+        self.expect("includes", "ostra/core/a.cpp:1: reads 111 headers of this repository; at most 110 are allowed")
+
+    def test_a_folder_without_a_readme_is_found(self):
         (self.root / "ostra/math/README.md").unlink()
         self.expect("readmes")
         self.write("ostra/math/a.h", "#pragma once\n")
