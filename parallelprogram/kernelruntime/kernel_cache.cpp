@@ -88,7 +88,7 @@ Result<Recipe> MakeRecipe(const KernelModuleOptions& options) {
     OSTRA_ASSIGN_OR_RETURN(recipe.source,
                            options.opened ? options.opened->MakeSource(reports) : ReadKernelSource(kernel, reports));
   }
-  OSTRA_ASSIGN_OR_RETURN(recipe.cache, OpenCacheFolder(options.cacheFolder));
+  OSTRA_ASSIGN_OR_RETURN(recipe.cache, OpenCacheFolder(options.cacheFolder, options.cacheSetting));
   OSTRA_ASSIGN_OR_RETURN(recipe.compiler, FindCompiler());
   OSTRA_ASSIGN_OR_RETURN(const std::string headerFolder, FindHeaderFolder());
   const CompilerFamily family = FindFamily(recipe.compiler);

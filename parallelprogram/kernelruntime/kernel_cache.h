@@ -25,9 +25,10 @@ class OpenedKernel;
 
 struct KernelModuleOptions {
   Url kernelFile;
-  std::string classId = {};              // empty: the name of the kernel file
-  std::optional<std::string> text = {};  // of the kernel; nothing: what stands in the file
-  std::string cacheFolder;               // empty: $XDG_CACHE_HOME/ostra, else ~/.cache/ostra
+  std::string classId = {};                                         // empty: the name of the kernel file
+  std::optional<std::string> text = {};                             // of the kernel; nothing: what stands in the file
+  std::string cacheFolder;                                          // empty: $XDG_CACHE_HOME/ostra, else ~/.cache/ostra
+  std::string cacheSetting = "KernelRuntimeSettings::cacheFolder";  // what messages call the way to choose it
   // Lets the compiler reorder floating-point arithmetic: faster, and the last bits differ.
   Bool isFast = false;
   // Lets the kernel end the process with a message at an index outside of a buffer, an array or the layers of a

@@ -221,6 +221,14 @@ TEST_F(KernelRuntimeTest, TheCacheHasWhatWasCompiledBefore) {
   EXPECT_THAT(Run(*found), Each(1));
 }
 
+TEST_F(KernelRuntimeTest, ACacheThatCannotBeMadeIsAnErrorThatNamesTheSetting) {
+  WriteFile("file", "no folder");
+  auto runtime = MakeRuntime({.cacheFolder = _folder / "file/cache"});
+  EXPECT_THAT(runtime->LoadText("net.example.uncached.krn", WriteKernel("2.0")),
+              IsErrorContaining(kIllegalStateError,
+                                "cannot be written; name another one with KernelRuntimeSettings::cacheFolder"));
+}
+
 TEST_F(KernelRuntimeTest, AnObserverIsToldTheSteps) {
   struct Recorder final : KernelBuildObserver {
     void Begin(KernelBuildStep step, const Url&) override { steps.push_back(step); }

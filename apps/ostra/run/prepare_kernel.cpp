@@ -20,6 +20,7 @@ KernelModuleOptions MakeModuleOptions(const RunOptions& options, const OpenedKer
   KernelModuleOptions module;
   module.kernelFile = options.kernelFile;
   module.cacheFolder = options.cacheFolder;
+  module.cacheSetting = "--cache-dir";
   module.isFast = options.isFast;
   module.templateArgument = options.templateArgument;
   module.opened = &opened;
