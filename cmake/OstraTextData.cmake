@@ -36,7 +36,7 @@ endfunction()
 # Makes the C++ file SOURCE in the build folder, which defines the table `name` that `header` declares: the names of the
 # files, without folders, and their texts.
 #
-#   namespace ostra::parity { struct TextFile { std::string_view name, text; }; extern const std::span<const TextFile> kFiles; }
+#   namespace ostra::conformance { struct TextFile { std::string_view name, text; }; extern const std::span<const TextFile> kFiles; }
 set(OSTRA_TEXT_TABLE_SCRIPT ${CMAKE_CURRENT_LIST_DIR}/MakeTextTable.cmake)
 
 function(ostra_text_table source)

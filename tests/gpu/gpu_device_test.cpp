@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "apps/ostra/parity/client_run.h"
+#include "conformance/client_run.h"
 #include "ostra/config/configuration.h"
 #include "ostra/drawport/cache.h"
 #include "ostra/drawport/drawport.h"
@@ -209,7 +209,7 @@ TEST_F(GpuDeviceTest, TexturesThatDoNotFitTogetherComeBackWhenTheyAreRead) {
   };
   for (int i = 0; i < kTextures; ++i) {
     const std::vector<Float32> texels = make(i);
-    TextureBindData data = parity::DescribeTexels(texels, kWidth, kHeight);
+    TextureBindData data = conformance::DescribeTexels(texels, kWidth, kHeight);
     ASSERT_THAT(program->StoreTextureBindData(order[i], data, true), IsOk()) << i;
   }
   Int onDevice = 0;
@@ -225,12 +225,12 @@ TEST_F(GpuDeviceTest, TexturesThatDoNotFitTogetherComeBackWhenTheyAreRead) {
     constexpr Int32 kX = 1234, kY = 567;
     // A texture that is not on the device has no entry to be linked; the parameter's own name leads to it.
     const std::vector<Float32> texels = make(i);
-    TextureBindData data = parity::DescribeTexels(texels, kWidth, kHeight);
+    TextureBindData data = conformance::DescribeTexels(texels, kWidth, kHeight);
     ASSERT_THAT(program->StoreTextureBindData(order[i], data, true), IsOk());
     ASSERT_THAT(program->SetTextureToActiveKernel(order[i], "image"_iid), IsOk());
     // Another texture takes its place before the kernel runs.
     const std::vector<Float32> other = make(i + 1);
-    TextureBindData otherData = parity::DescribeTexels(other, kWidth, kHeight);
+    TextureBindData otherData = conformance::DescribeTexels(other, kWidth, kHeight);
     ASSERT_THAT(program->StoreTextureBindData(order[(i + 1) % kTextures], otherData, true), IsOk());
     ASSERT_THAT(program->SetUniform("x"_iid, Int32(kX)), IsOk());
     ASSERT_THAT(program->SetUniform("y"_iid, Int32(kY)), IsOk());
@@ -267,7 +267,7 @@ TEST_F(GpuDeviceTest, AnotherContextOfTheDeviceFindsWhatWasStored) {
     ASSERT_THAT(program->Init(Url(), &*one, 0, false), IsOk());
     // Recorded in the first context and never executed by the client.
     const std::vector<Float32> texels(4 * 4 * 4, 0.5f);
-    TextureBindData data = parity::DescribeTexels(texels, 4, 4);
+    TextureBindData data = conformance::DescribeTexels(texels, 4, 4);
     ASSERT_THAT(program->StoreTextureBindData("image"_iid, data, false), IsOk());
     StoreBuffer<Float32>(*program, "found"_iid, {0, 0});
     Write("read.krn", kReadTexture);
@@ -309,7 +309,7 @@ TEST_F(GpuDeviceTest, LinkingATextureThatTheKernelDoesNotDeclareIsSaid) {
   Write("read.krn", kReadTexture);
   Add("read"_iid, "read.krn");
   const std::vector<Float32> texels(4 * 4 * 4, 0.5f);
-  TextureBindData data = parity::DescribeTexels(texels, 4, 4);
+  TextureBindData data = conformance::DescribeTexels(texels, 4, 4);
   ASSERT_THAT(program->StoreTextureBindData("image"_iid, data, false), IsOk());
   DiagnosticRecorder diagnostics;
   ASSERT_THAT(program->SetTextureToActiveKernelSameId("image"_iid), IsOk());
@@ -324,7 +324,7 @@ TEST_F(GpuDeviceTest, ATextureOfOtherDimensionsThanDeclaredIsRefused) {
   Add("read"_iid, "read.krn");
   StoreBuffer<Float32>(*program, "found"_iid, {0, 0});
   const std::vector<Float32> texels(4 * 4 * 4 * 4, 0.5f);
-  TextureBindData data = parity::DescribeTexels(texels, 4, 4);
+  TextureBindData data = conformance::DescribeTexels(texels, 4, 4);
   data._dimensions.z = 4;
   ASSERT_THAT(program->StoreTextureBindData("image"_iid, data, false), IsOk());
   EXPECT_THAT(program->UpdateUniforms(),

@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <optional>
 
-#include "apps/ostra/parity/kernel_folder.h"
+#include "conformance/kernel_folder.h"
 #include "ostra/core/diagnostics.h"
 #include "ostra/drawport/cache.h"
 #include "ostra/host.h"
@@ -19,7 +19,7 @@ class ValidationListener final : public DiagnosticListener {
   }
 };
 
-std::optional<parity::KernelFolder> g_kernels;
+std::optional<conformance::KernelFolder> g_kernels;
 
 // The host with the modules, for the whole run of the test program.
 class HostEnvironment final : public testing::Environment {
@@ -32,8 +32,8 @@ class HostEnvironment final : public testing::Environment {
     _host.emplace(std::move(host).GetValue());
     ASSERT_THAT(_host->LoadModule("parallelprogram"), IsOk());
     ASSERT_THAT(_host->LoadModule("drawport_vulkan"), IsOk());
-    ASSERT_THAT(parity::RegisterParityKernels(), IsOk());
-    auto kernels = parity::KernelFolder::Create();
+    ASSERT_THAT(conformance::RegisterConformanceKernels(), IsOk());
+    auto kernels = conformance::KernelFolder::Create();
     ASSERT_THAT(kernels, IsOk());
     g_kernels.emplace(std::move(*kernels));
   }

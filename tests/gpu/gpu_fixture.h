@@ -25,7 +25,7 @@ Bool HasDevice();
 // A program after Init, on a context of its own. `programClass` is one of the two classes.
 ParallelProgramRef MakeProgram(const Id& programClass);
 
-// The folder with the kernels of the parity suite, whose classes are registered: a resource path.
+// The folder with the kernels of the conformance suite, whose classes are registered: a resource path.
 const Url& GetKernelFolder();
 
 // Adds a kernel of that folder.

@@ -1,5 +1,5 @@
 // What a dispatch costs once everything has been used: no memory of the host.
-#include "apps/ostra/parity/client_run.h"
+#include "conformance/client_run.h"
 #include "ostra/core/memory.h"
 #include "tests/gpu/gpu_fixture.h"
 
@@ -51,7 +51,7 @@ TEST(GpuWarmTest, NorDoKernelsInTurnWithNoisesTexturesAndCounters) {
   ASSERT_TRUE(program);
   constexpr UInt32 kSize = 16;
   const std::vector<Float32> texels(kSize * kSize * 4, 0.5f);
-  TextureBindData texture = parity::DescribeTexels(texels, kSize, kSize);
+  TextureBindData texture = conformance::DescribeTexels(texels, kSize, kSize);
   ASSERT_THAT(program->StoreTextureBindData("image"_iid, texture, false), IsOk());
   StoreBuffer(*program, "target"_iid, std::vector<Vec4<Float32>>(kSize * kSize));
   StoreBuffer(*program, "result"_iid, std::vector<Vec4<Float32>>(kSize * kSize));

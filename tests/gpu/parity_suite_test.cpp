@@ -1,11 +1,11 @@
-// The parity suite on this machine's device, translated to each language that the backend compiles.
+// The conformance suite on this machine's device, translated to each language that the backend compiles.
 #include <fstream>
 #include <sstream>
 
-#include "apps/ostra/parity/client_scenarios.h"
-#include "apps/ostra/parity/differences.h"
-#include "apps/ostra/parity/parity_runs.h"
-#include "apps/ostra/parity/suite.h"
+#include "conformance/client_scenarios.h"
+#include "conformance/comparisons.h"
+#include "conformance/differences.h"
+#include "conformance/suite.h"
 #include "ostra/drawport/device_list.h"
 #include "ostra/drawport/settings.h"
 #include "tests/gpu/gpu_fixture.h"
@@ -13,7 +13,7 @@
 namespace ostra::test {
 namespace {
 
-using namespace parity;
+using namespace conformance;
 
 struct Language {
   const char* name;
@@ -32,7 +32,7 @@ class LanguageTest : public testing::Test {
 };
 
 struct NumbersParameter {
-  ParityCase parityCase;
+  ConformanceCase suiteCase;
   Language language;
 };
 
@@ -45,9 +45,10 @@ TEST_P(NumbersParityTest, EveryBoundIsHeld) {
   const auto devices = GetDrawportDevices();
   ASSERT_THAT(devices, IsOk());
   ASSERT_TRUE(devices->IsPopulated());
-  const std::vector<ParityRow> rows = GetParam().parityCase.run({GetKernelFolder(), (*devices)[0].filterWeightBits});
+  const std::vector<ConformanceRow> rows =
+      GetParam().suiteCase.run({GetKernelFolder(), (*devices)[0].filterWeightBits});
   EXPECT_FALSE(rows.empty());
-  for (const ParityRow& row : rows) {
+  for (const ConformanceRow& row : rows) {
     EXPECT_TRUE(row.isHeld) << row.what << ": promised " << row.promised << ", reached " << row.reached;
     EXPECT_NE(row.reached, "") << row.what;
   }
@@ -55,13 +56,13 @@ TEST_P(NumbersParityTest, EveryBoundIsHeld) {
 
 std::vector<NumbersParameter> ListNumbers() {
   std::vector<NumbersParameter> all;
-  for (const ParityCase& parityCase : GetParityCases())
-    for (const Language& language : kLanguages) all.push_back({parityCase, language});
+  for (const ConformanceCase& suiteCase : GetConformanceCases())
+    for (const Language& language : kLanguages) all.push_back({suiteCase, language});
   return all;
 }
 
 INSTANTIATE_TEST_SUITE_P(, NumbersParityTest, testing::ValuesIn(ListNumbers()),
-                         [](const auto& test) { return test.param.parityCase.name + "In" + test.param.language.name; });
+                         [](const auto& test) { return test.param.suiteCase.name + "In" + test.param.language.name; });
 
 // A scenario or the check of a difference, on a program.
 struct ClientParameter {
@@ -131,7 +132,7 @@ TEST_F(SuspiciousParityTest, AResultThatIsFartherAwayThanAllowedIsNotHeld) {
       {"x - y", "a unit", [](const Operands& at) { return 1.000001 * (Float64{at.x} - at.y); }, &GetUnit},
   };
   const OperationGroup& arithmetic = GetOperationGroups()[0];
-  const std::vector<ParityRow> rows =
+  const std::vector<ConformanceRow> rows =
       CompareOperations({"other", "Other", arithmetic.kernel, operations, arithmetic.makeOperands}, GetKernelFolder());
   ASSERT_EQ(rows.size(), 10u);
   EXPECT_TRUE(rows[0].isHeld) << rows[0].reached;
@@ -146,14 +147,15 @@ TEST_F(SuspiciousParityTest, AKernelWithOtherResultsIsNotHeld) {
     target.SetBuffer<Float32>("x", {1, 2});
     target.SetBuffer<Float32>("y", {3, runs++ == 0 ? 4.0f : 4.001f});
   };
-  const std::vector<ParityRow> rows = CompareKernel({"saxpy", {2, 1, 1}, prepare}, GetKernelFolder());
+  const std::vector<ConformanceRow> rows = CompareKernel({"saxpy", {2, 1, 1}, prepare}, GetKernelFolder());
   ASSERT_EQ(rows.size(), 1u);
   EXPECT_FALSE(rows[0].isHeld);
   EXPECT_THAT(rows[0].reached, testing::HasSubstr("y differs by up to 0.0001"));
 }
 
 TEST_F(SuspiciousParityTest, AKernelThatIsNotThereIsSaid) {
-  const std::vector<ParityRow> rows = CompareKernel({"nothing", {1, 1, 1}, [](ScenarioTarget&) {}}, GetKernelFolder());
+  const std::vector<ConformanceRow> rows =
+      CompareKernel({"nothing", {1, 1, 1}, [](ScenarioTarget&) {}}, GetKernelFolder());
   ASSERT_EQ(rows.size(), 1u);
   EXPECT_FALSE(rows[0].isHeld);
   EXPECT_THAT(rows[0].reached, testing::HasSubstr("net.ostra.kernels.nothing.krn"));

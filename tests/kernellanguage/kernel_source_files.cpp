@@ -13,7 +13,7 @@ std::string ReadWholeFile(const std::filesystem::path& path) {
 
 std::vector<std::filesystem::path> FindKernelFiles() {
   std::vector<std::filesystem::path> paths;
-  for (const char* folder : {"kernels", "apps/ostra/parity/kernels", "scripts/demo", "bench/kernels", "tests"}) {
+  for (const char* folder : {"kernels", "conformance/kernels", "scripts/demo", "bench/kernels", "tests"}) {
     const auto root = std::filesystem::path(OSTRA_SOURCE_FOLDER) / folder;
     for (const auto& entry : std::filesystem::recursive_directory_iterator(root)) {
       if (entry.path().extension() == ".krn") paths.push_back(entry.path());

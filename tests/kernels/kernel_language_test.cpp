@@ -2,7 +2,7 @@
 #include <cmath>
 #include <limits>
 
-#include "apps/ostra/parity/kernel_scenarios.h"
+#include "conformance/kernel_scenarios.h"
 #include "tests/kernels/kernel_runner.h"
 
 namespace ostra::kernelclasses {
@@ -13,7 +13,7 @@ Result<ClassRef> Create_by_hand_checked();
 namespace ostra::test {
 namespace {
 
-using namespace parity;
+using namespace conformance;
 
 using Ids = Vec3<UInt32>;
 

@@ -3,13 +3,13 @@
 #include <cmath>
 #include <numeric>
 
-#include "apps/ostra/parity/kernel_scenarios.h"
+#include "conformance/kernel_scenarios.h"
 #include "tests/kernels/kernel_runner.h"
 
 namespace ostra::test {
 namespace {
 
-using namespace parity;
+using namespace conformance;
 
 // A kernel after its scenario has run.
 class FinishedKernel : public KernelRunner {

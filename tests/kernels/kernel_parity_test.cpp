@@ -1,14 +1,14 @@
 // Every kernel gives the same bits whichever way its invocations are run.
 #include <algorithm>
 
-#include "apps/ostra/parity/kernel_scenarios.h"
+#include "conformance/kernel_scenarios.h"
 #include "kernel_library_test_kernels.h"
 #include "tests/kernels/kernel_runner.h"
 
 namespace ostra::test {
 namespace {
 
-using namespace parity;
+using namespace conformance;
 
 class KernelParityTest : public testing::TestWithParam<KernelScenario> {};
 

@@ -42,7 +42,7 @@ void KernelRunner::SetTypedValue(const char* name, const DataType& type, const v
   EXPECT_THAT(_kernel->Set(MakeName(name), value), IsOk());
 }
 
-void KernelRunner::SetTypedBuffer(const char* name, const parity::BufferElements& elements) {
+void KernelRunner::SetTypedBuffer(const char* name, const conformance::BufferElements& elements) {
   const KernelParameter* parameter = FindParameter(name);
   ASSERT_TRUE(parameter) << name;
   ASSERT_TRUE(parameter->type == elements.blockType) << name << " is a " << parameter->type.GetView();

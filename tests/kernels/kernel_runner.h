@@ -17,7 +17,7 @@
 #include <string>
 #include <vector>
 
-#include "apps/ostra/parity/scenario_target.h"
+#include "conformance/scenario_target.h"
 #include "ostra/render/render_noise.h"
 #include "parallelprogram/program/kernel_group_interface.h"
 #include "parallelprogram/program/kernel_loops.h"
@@ -43,7 +43,7 @@ inline constexpr Way kAllWays[] = {Way::kOneByOne,   Way::kOrdered,
                                    Way::kBaseline,   Way::kBaselineInSmallPieces,
                                    Way::kVectors256, Way::kVectors256InSmallPieces};
 
-class KernelRunner : public parity::ScenarioTarget {
+class KernelRunner : public conformance::ScenarioTarget {
  public:
   // Makes an object of the class `id`, which is linked with the test (linked_kernels.h), and calls its Init.
   explicit KernelRunner(const std::string& id);
@@ -82,7 +82,7 @@ class KernelRunner : public parity::ScenarioTarget {
   KernelInterface& GetKernel() { return *_kernel; }
 
   void SetTypedValue(const char* name, const DataType& type, const void* value) override;
-  void SetTypedBuffer(const char* name, const parity::BufferElements& elements) override;
+  void SetTypedBuffer(const char* name, const conformance::BufferElements& elements) override;
 
  private:
   const KernelParameter* FindParameter(const char* name) const;

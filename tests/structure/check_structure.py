@@ -21,8 +21,11 @@ FOLDERS = {"ostra": HOST_FOLDERS, "parallelprogram": MODULE_FOLDERS}
 
 # Further restrictions: what a folder must not include although it stands later.
 FORBIDDEN = [
-    ("ostra/", r"(parallelprogram|clients|apps|kernels|tests|bench|fuzz)/"),
-    ("parallelprogram/", r"(clients|apps|kernels|tests|bench|fuzz)/"),
+    ("ostra/", r"(parallelprogram|clients|conformance|apps|kernels|tests|bench|fuzz)/"),
+    ("parallelprogram/", r"(clients|conformance|apps|kernels|tests|bench|fuzz)/"),
+    ("clients/", r"(conformance|apps|tests|bench|fuzz)/"),
+    ("conformance/", r"(clients|apps|tests|bench|fuzz)/"),
+    ("tests/gpu/", r"(clients|apps|bench|fuzz)/"),
     ("parallelprogram/", r"ostra/drawport_vulkan/"),
     ("parallelprogram/program/", r"ostra/drawport/(?!handles\.h)"),
     ("parallelprogram/textures/", r"ostra/drawport/(?!handles\.h)"),
@@ -57,7 +60,7 @@ PROCESSOR = {"emmintrin.h", "immintrin.h", "arm_neon.h"}
 OPENS_A_NAMESPACE = {"parallelprogram/program/kernel_language.h"}
 
 MAXIMAL_LINES = 700
-SOURCE_FOLDERS = ["ostra", "parallelprogram", "clients", "apps", "tests", "bench", "fuzz"]
+SOURCE_FOLDERS = ["ostra", "parallelprogram", "clients", "conformance", "apps", "tests", "bench", "fuzz"]
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]')
 
 
@@ -77,11 +80,11 @@ def find_includes(path):
 
 def check_arrows(root):
     """Folders include only themselves and folders before them, and nothing that is forbidden to them."""
-    for path in find_sources(root, ["ostra", "parallelprogram"]):
+    for path in find_sources(root, SOURCE_FOLDERS):
         name = path.relative_to(root).as_posix()
         parts = name.split("/")
         top, folder = parts[0], parts[1] if len(parts) > 2 else None
-        if folder and folder not in FOLDERS[top]:
+        if top in FOLDERS and folder and folder not in FOLDERS[top]:
             yield f"{name}:1: the folder {top}/{folder} is not in the list of folders"
             continue
         for line, _, included in find_includes(path):
@@ -89,7 +92,7 @@ def check_arrows(root):
                 if name.startswith(beginning) and re.match(pattern, included):
                     yield f"{name}:{line}: {beginning} must not include {included}"
             target = re.match(top + r"/(?:([^/]+)/)?", included)
-            if not folder or not target:
+            if not folder or not target or top not in FOLDERS:
                 continue
             folders = FOLDERS[top]
             if target.group(1) is None:
@@ -159,7 +162,7 @@ def check_includes(root):
 def check_readmes(root):
     """Every folder says what it is for."""
     folders = [path for parent in ("ostra", "parallelprogram", "clients", "apps") for path in sorted((root / parent).glob("*"))]
-    folders += [root / name for name in ("kernels", "editors", "tests", "bench", "fuzz", "scripts", "cmake")]
+    folders += [root / name for name in ("conformance", "kernels", "editors", "tests", "bench", "fuzz", "scripts", "cmake")]
     for folder in folders:
         if folder.is_dir() and any(path.is_file() for path in folder.rglob("*")):
             readme = folder / "README.md"
@@ -169,7 +172,7 @@ def check_readmes(root):
 
 def check_headers(root):
     """Headers are included once, and never open a namespace for their includers."""
-    for path in find_sources(root, ["ostra", "parallelprogram", "clients", "apps"], (".h",)):
+    for path in find_sources(root, ["ostra", "parallelprogram", "clients", "conformance", "apps"], (".h",)):
         name = path.relative_to(root).as_posix()
         text = path.read_text(encoding="utf-8")
         if "/noise/" not in name and "#pragma once" not in text:

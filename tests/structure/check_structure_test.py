@@ -7,7 +7,7 @@ import unittest
 import check_structure
 import structure_table
 
-FOLDERS = ["ostra/core", "ostra/math", "ostra/jobs", "ostra/drawport", "parallelprogram/program", "apps/ostra", "kernels",
+FOLDERS = ["ostra/core", "ostra/math", "ostra/jobs", "ostra/drawport", "parallelprogram/program", "apps/ostra", "conformance", "kernels",
            "tests", "bench", "fuzz", "scripts", "cmake"]
 
 
@@ -53,6 +53,12 @@ class CheckStructureTest(unittest.TestCase):
     def test_the_host_that_includes_the_module_is_found(self):
         self.write("ostra/jobs/a.cpp", '#include "parallelprogram/program/p.h"\n')
         self.expect("arrows", "ostra/jobs/a.cpp:1: ostra/ must not include parallelprogram/program/p.h")
+
+    def test_a_suite_that_includes_an_application_is_found(self):
+        self.write("conformance/a.cpp", '#include "parallelprogram/program/p.h"\n#include "apps/ostra/output/o.h"\n')
+        self.write("tests/gpu/a.cpp", '#include "conformance/a.h"\n#include "apps/ostra/output/o.h"\n')
+        self.expect("arrows", "conformance/a.cpp:2: conformance/ must not include apps/ostra/output/o.h",
+                    "tests/gpu/a.cpp:2: tests/gpu/ must not include apps/ostra/output/o.h")
 
     def test_the_program_may_use_the_handles_of_drawport_only(self):
         self.write("parallelprogram/program/a.cpp",

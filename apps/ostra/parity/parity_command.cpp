@@ -4,10 +4,10 @@
 #include "apps/ostra/output/progress.h"
 #include "apps/ostra/output/quiet_option.h"
 #include "apps/ostra/output/standard_output.h"
-#include "apps/ostra/parity/kernel_folder.h"
 #include "apps/ostra/parity/parity_report.h"
-#include "apps/ostra/parity/suite.h"
 #include "apps/ostra/start_host.h"
+#include "conformance/kernel_folder.h"
+#include "conformance/suite.h"
 #include "ostra/core/format.h"
 #include "ostra/core/silent_diagnostics.h"
 #include "ostra/drawport/device_list.h"
@@ -34,18 +34,18 @@ constexpr const char* kDetails =
     "\n"
     "Exit status: 0 everything is held, 1 something is not or failed, 2 wrong usage.\n";
 
-void RunSuite(const parity::ParitySetting& setting, std::vector<parity::ParityRow>& rows) {
+void RunSuite(const conformance::ConformanceSetting& setting, std::vector<conformance::ConformanceRow>& rows) {
   // What scenarios do wrong on purpose is no news for the user: not even critical lines are.
   const SilentDiagnosticStream silence;
-  const std::vector<parity::ParityCase> cases = parity::GetParityCases();
+  const std::vector<conformance::ConformanceCase> cases = conformance::GetConformanceCases();
   Progress progress("comparing", static_cast<Int>(cases.size()) + 2, "groups");
-  for (const parity::ParityCase& each : cases) {
-    for (parity::ParityRow& row : each.run(setting)) rows.push_back(std::move(row));
+  for (const conformance::ConformanceCase& each : cases) {
+    for (conformance::ConformanceRow& row : each.run(setting)) rows.push_back(std::move(row));
     progress.Advance();
   }
-  rows.push_back(parity::RunClientScenarios(setting));
+  rows.push_back(conformance::RunClientScenarios(setting));
   progress.Advance();
-  rows.push_back(parity::RunDifferences(setting));
+  rows.push_back(conformance::RunDifferences(setting));
   progress.Advance();
 }
 
@@ -69,8 +69,8 @@ Result<void> RunParity(const ParityArguments& arguments, std::span<const char* c
   if (devices.IsEmpty()) return OSTRA_ILLEGAL_STATE("there is no GPU device");
   OSTRA_ASSIGN_OR_RETURN(const Id language, Id::Create(arguments.language));
   SetDrawportShadingLanguage(language);
-  OSTRA_RETURN_IF_ERROR(parity::RegisterParityKernels());
-  OSTRA_ASSIGN_OR_RETURN(const parity::KernelFolder kernels, parity::KernelFolder::Create());
+  OSTRA_RETURN_IF_ERROR(conformance::RegisterConformanceKernels());
+  OSTRA_ASSIGN_OR_RETURN(const conformance::KernelFolder kernels, conformance::KernelFolder::Create());
   ParityReport report{std::string(devices[0].name.GetView()), arguments.language, {}};
   RunSuite({kernels.GetUrl(), devices[0].filterWeightBits}, report.rows);
   OSTRA_RETURN_IF_ERROR(WriteReport(arguments.isJson ? FormatParityReportAsJson(report) : FormatParityReport(report)));

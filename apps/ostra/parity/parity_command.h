@@ -17,8 +17,9 @@ struct ParityArguments {
 
 CLI::App& AddParityCommand(CLI::App& app, ParityArguments& arguments);
 
-// Runs the parity suite on the first device and writes what it has found. `processArguments`: those of the process, for
-// the host. Errors: illegal state without a device, and when something is not as it is promised; those of StartHost.
+// Runs the conformance suite on the first device and writes what it has found. `processArguments`: those of the
+// process, for the host. Errors: illegal state without a device, and when something is not as it is promised; those of
+// StartHost.
 Result<void> RunParity(const ParityArguments& arguments, std::span<const char* const> processArguments);
 
 }  // namespace ostra::tool

@@ -13,7 +13,7 @@ namespace ostra::tool {
 std::string FormatParityReport(const ParityReport& report) {
   std::vector<std::vector<std::string>> table = {{"", "", "promised", "reached"}};
   std::string group;
-  for (const parity::ParityRow& row : report.rows) {
+  for (const conformance::ConformanceRow& row : report.rows) {
     table.push_back({row.group == group ? "" : row.group, row.what, row.promised,
                      row.isHeld ? row.reached : "NOT HELD: " + row.reached});
     group = row.group;
@@ -24,7 +24,7 @@ std::string FormatParityReport(const ParityReport& report) {
 std::string FormatParityReportAsJson(const ParityReport& report) {
   using Json = nlohmann::ordered_json;
   Json rows = Json::array();
-  for (const parity::ParityRow& row : report.rows)
+  for (const conformance::ConformanceRow& row : report.rows)
     rows.push_back({{"group", row.group},
                     {"what", row.what},
                     {"promised", row.promised},
@@ -38,8 +38,8 @@ std::string FormatParityReportAsJson(const ParityReport& report) {
 }
 
 Result<void> CheckParityReport(const ParityReport& report) {
-  const auto others =
-      std::count_if(report.rows.begin(), report.rows.end(), [](const parity::ParityRow& row) { return !row.isHeld; });
+  const auto others = std::count_if(report.rows.begin(), report.rows.end(),
+                                    [](const conformance::ConformanceRow& row) { return !row.isHeld; });
   if (others == 0) return OK;
   return OSTRA_ILLEGAL_STATE("@ of @ promises are not held", static_cast<Int>(others),
                              static_cast<Int>(report.rows.size()));

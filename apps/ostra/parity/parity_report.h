@@ -4,14 +4,14 @@
 #include <string>
 #include <vector>
 
-#include "apps/ostra/parity/parity_row.h"
+#include "conformance/conformance_row.h"
 #include "ostra/core/result.h"
 
 namespace ostra::tool {
 
 struct ParityReport {
   std::string device, language;
-  std::vector<parity::ParityRow> rows;
+  std::vector<conformance::ConformanceRow> rows;
 };
 
 // A table with what was promised and what was reached, group after group.

@@ -1,4 +1,4 @@
-// What a part of the parity suite has found out.
+// What a part of the conformance suite has found out.
 #pragma once
 
 #include <string>
@@ -6,9 +6,9 @@
 
 #include "ostra/core/types.h"
 
-namespace ostra::parity {
+namespace ostra::conformance {
 
-struct ParityRow {
+struct ConformanceRow {
   std::string group;     // "arithmetic"
   std::string what;      // "x * y + z"
   std::string promised;  // "the same bits"
@@ -18,4 +18,4 @@ struct ParityRow {
 
 inline constexpr const char* kSameBits = "the same bits";
 
-}  // namespace ostra::parity
+}  // namespace ostra::conformance

@@ -1,6 +1,6 @@
-// The kernels of the parity suite: their classes for the CPU, and their files for a GPU program to read.
+// The kernels of the conformance suite: their classes for the CPU, and their files for a GPU program to read.
 //
-//   OSTRA_RETURN_IF_ERROR(RegisterParityKernels());
+//   OSTRA_RETURN_IF_ERROR(RegisterConformanceKernels());
 //   OSTRA_ASSIGN_OR_RETURN(const KernelFolder folder, KernelFolder::Create());
 //   program->Init(folder.GetUrl(), nullptr, 0, true);
 //   program->AddKernel(id, Url("relative://net.ostra.kernels.saxpy.krn"_s), true);
@@ -12,7 +12,7 @@
 
 #include "ostra/io/url.h"
 
-namespace ostra::parity {
+namespace ostra::conformance {
 
 struct TextFile {
   std::string_view name, text;
@@ -43,6 +43,6 @@ class KernelFolder {
 
 // Enters the kernels' classes, once per host; the module "parallelprogram" must be loaded. Errors: those of the
 // registry.
-Result<void> RegisterParityKernels();
+Result<void> RegisterConformanceKernels();
 
-}  // namespace ostra::parity
+}  // namespace ostra::conformance

@@ -4,9 +4,9 @@
 #include <span>
 #include <vector>
 
-#include "apps/ostra/parity/client_run.h"
+#include "conformance/client_run.h"
 
-namespace ostra::parity {
+namespace ostra::conformance {
 
 std::span<const ClientScenario> GetBufferScenarios();
 std::span<const ClientScenario> GetKernelScenariosOfClients();
@@ -25,4 +25,4 @@ void LinkIndex(ClientRun& run, UInt32 count, UInt32 value);
 inline constexpr const char* kSaxpyKernel = "net.ostra.kernels.saxpy.krn";
 inline constexpr const char* kIndexKernel = "net.ostra.kernels.index.krn";
 
-}  // namespace ostra::parity
+}  // namespace ostra::conformance

@@ -1,11 +1,11 @@
 // Dispatches, kernels and links.
-#include "apps/ostra/parity/differences.h"
+#include "conformance/differences.h"
 
-#include "apps/ostra/parity/client_scenarios.h"
+#include "conformance/client_scenarios.h"
 #include "ostra/object/class.h"
 #include "ostra/render/gradient.h"
 
-namespace ostra::parity {
+namespace ostra::conformance {
 namespace {
 
 using Words = std::vector<UInt32>;
@@ -18,123 +18,125 @@ Words DispatchIndex(ClientRun& run, UInt32 x, UInt32 y, UInt32 z) {
 }
 
 void CheckZeroExtents(ClientRun& run) {
-  PARITY_HOLDS(run, DispatchIndex(run, 8, 8, 0) == (run.IsGpu() ? Words{7, 7, 7, 7} : Words{0, 1, 2, 3}));
+  CONFORMANCE_HOLDS(run, DispatchIndex(run, 8, 8, 0) == (run.IsGpu() ? Words{7, 7, 7, 7} : Words{0, 1, 2, 3}));
 }
 
 void CheckPartialGroups(ClientRun& run) {
-  PARITY_HOLDS(run, DispatchIndex(run, 2, 1, 1) == (run.IsGpu() ? Words{0, 1, 2, 3} : Words{0, 1, 7, 7}));
+  CONFORMANCE_HOLDS(run, DispatchIndex(run, 2, 1, 1) == (run.IsGpu() ? Words{0, 1, 2, 3} : Words{0, 1, 7, 7}));
 }
 
-void CheckExtentsOfZeroBehindX(ClientRun& run) { PARITY_HOLDS(run, DispatchIndex(run, 2, 0, 0) == Words{0, 1, 2, 3}); }
+void CheckExtentsOfZeroBehindX(ClientRun& run) {
+  CONFORMANCE_HOLDS(run, DispatchIndex(run, 2, 0, 0) == Words{0, 1, 2, 3});
+}
 
 // What a device does with a count of 0 is not looked at, only that it is no error.
 void CheckIndirectCounts(ClientRun& run) {
   LinkIndex(run, 4, 7);
   run.Store<Vec4<Int32>>("arguments"_iid, {{0, 1, 1, 0}});
-  PARITY_OK(run, run->DispatchIndirectKernel("arguments"_iid, 0, false));
-  PARITY_HOLDS(run, run.IsGpu() || run.Read<UInt32>("values"_iid) == Words{0, 1, 2, 3});
+  CONFORMANCE_OK(run, run->DispatchIndirectKernel("arguments"_iid, 0, false));
+  CONFORMANCE_HOLDS(run, run.IsGpu() || run.Read<UInt32>("values"_iid) == Words{0, 1, 2, 3});
 }
 
 void CheckUnknownArguments(ClientRun& run) {
   LinkIndex(run, 4, 7);
   if (run.IsGpu())
-    PARITY_FAILS(run, kIllegalStateError, "trying to dispatch indirect from unknown buffer",
-                 run->DispatchIndirectKernel("unknown"_iid, 0, false));
+    CONFORMANCE_FAILS(run, kIllegalStateError, "trying to dispatch indirect from unknown buffer",
+                      run->DispatchIndirectKernel("unknown"_iid, 0, false));
   else
-    PARITY_FAILS(run, kIllegalArgumentError, "buffer for update could not be found",
-                 run->DispatchIndirectKernel("unknown"_iid, 0, false));
+    CONFORMANCE_FAILS(run, kIllegalArgumentError, "buffer for update could not be found",
+                      run->DispatchIndirectKernel("unknown"_iid, 0, false));
 }
 
 void CheckStoredAgain(ClientRun& run) {
   LinkSaxpy(run, {1}, {2});
   run.Store<Float32>("x"_iid, {100});
   RunSaxpy(run, 1, 1);
-  PARITY_HOLDS(run, run.Read<Float32>("y"_iid) == Floats{run.IsGpu() ? 102.0f : 3.0f});
+  CONFORMANCE_HOLDS(run, run.Read<Float32>("y"_iid) == Floats{run.IsGpu() ? 102.0f : 3.0f});
 }
 
 void CheckMissingLink(ClientRun& run) {
   run.AddKernel("index"_iid, kIndexKernel);
   run.Store<UInt32>("values"_iid, {7, 7});
-  PARITY_OK(run, run->SetUniform("count"_iid, UInt32(2)));
+  CONFORMANCE_OK(run, run->SetUniform("count"_iid, UInt32(2)));
   if (!run.IsGpu()) {
-    PARITY_FAILS(run, kIllegalArgumentError, "", run->GetKernelBufferLink("values"_iid));
+    CONFORMANCE_FAILS(run, kIllegalArgumentError, "", run->GetKernelBufferLink("values"_iid));
     return;
   }
-  PARITY_OK(run, run->UpdateUniforms());
-  PARITY_OK(run, run->DispatchKernel(2, 1, 1, false));
-  PARITY_HOLDS(run, run.Read<UInt32>("values"_iid) == Words{0, 1});
+  CONFORMANCE_OK(run, run->UpdateUniforms());
+  CONFORMANCE_OK(run, run->DispatchKernel(2, 1, 1, false));
+  CONFORMANCE_HOLDS(run, run.Read<UInt32>("values"_iid) == Words{0, 1});
 }
 
 void CheckUnknownNames(ClientRun& run) {
   const auto linked = run->SetBufferToActiveKernelSameId("unknown"_iid);
   if (run.IsGpu())
-    PARITY_FAILS(run, kIllegalStateError, "no active kernel set", linked);
+    CONFORMANCE_FAILS(run, kIllegalStateError, "no active kernel set", linked);
   else
-    PARITY_FAILS(run, kIllegalArgumentError, "", linked);
+    CONFORMANCE_FAILS(run, kIllegalArgumentError, "", linked);
 }
 
 void CheckCopiedKernels(ClientRun& run) {
   run.AddKernel("one"_iid, kSaxpyKernel);
   run.Store<Float32>("x"_iid, {1});
-  PARITY_OK(run, run->SetBufferToActiveKernelSameId("x"_iid));
-  PARITY_OK(run, run->CopyKernel("one"_iid, "two"_iid, true));
-  PARITY_HOLDS(run, run->GetActiveKernelId() == (run.IsGpu() ? "two"_iid : "one"_iid));
+  CONFORMANCE_OK(run, run->SetBufferToActiveKernelSameId("x"_iid));
+  CONFORMANCE_OK(run, run->CopyKernel("one"_iid, "two"_iid, true));
+  CONFORMANCE_HOLDS(run, run->GetActiveKernelId() == (run.IsGpu() ? "two"_iid : "one"_iid));
   const auto name = String::Create(kSaxpyKernel);
-  PARITY_OK(run, name);
-  PARITY_HOLDS(run, run->GetProgramCount(*name) == (run.IsGpu() ? 2 : 1));
+  CONFORMANCE_OK(run, name);
+  CONFORMANCE_HOLDS(run, run->GetProgramCount(*name) == (run.IsGpu() ? 2 : 1));
   run->SetActiveKernel("two"_iid);
-  PARITY_HOLDS(run, run->GetKernelBufferLink("x"_iid).IsOk() != run.IsGpu());
+  CONFORMANCE_HOLDS(run, run->GetKernelBufferLink("x"_iid).IsOk() != run.IsGpu());
 }
 
 void CheckReset(ClientRun& run) {
-  PARITY_OK(run, run->Reset());
+  CONFORMANCE_OK(run, run->Reset());
   const Result<void> stored = run->CreateUniformBuffer("a"_iid, GetDataType<Float32>(), 1);
-  PARITY_HOLDS(run, stored.IsOk() != run.IsGpu());
-  PARITY_OK(run, run->Init(run.GetKernels(), nullptr, 0, true));
-  PARITY_OK(run, run->CreateUniformBuffer("a"_iid, GetDataType<Float32>(), 1));
+  CONFORMANCE_HOLDS(run, stored.IsOk() != run.IsGpu());
+  CONFORMANCE_OK(run, run->Init(run.GetKernels(), nullptr, 0, true));
+  CONFORMANCE_OK(run, run->CreateUniformBuffer("a"_iid, GetDataType<Float32>(), 1));
 }
 
 // One row of texels of a noise.
 void PrepareNoise(ClientRun& run) {
   run.AddKernel("noise"_iid, "net.ostra.kernels.noise.krn");
   run.Store("target"_iid, std::vector<Vec4<Float32>>(16));
-  PARITY_OK(run, run->SetBufferToActiveKernelSameId("target"_iid));
-  PARITY_OK(run, run->SetUniform("width"_iid, Int32(16)));
-  PARITY_OK(run, run->SetUniform("height"_iid, Int32(1)));
-  PARITY_OK(run, run->SetUniform("cells"_iid, Float32(5)));
-  PARITY_OK(run, run->SetUniform("time"_iid, Float32(0)));
-  PARITY_OK(run, run->SetUniform("noiseMode_0"_iid, Int32(1)));
+  CONFORMANCE_OK(run, run->SetBufferToActiveKernelSameId("target"_iid));
+  CONFORMANCE_OK(run, run->SetUniform("width"_iid, Int32(16)));
+  CONFORMANCE_OK(run, run->SetUniform("height"_iid, Int32(1)));
+  CONFORMANCE_OK(run, run->SetUniform("cells"_iid, Float32(5)));
+  CONFORMANCE_OK(run, run->SetUniform("time"_iid, Float32(0)));
+  CONFORMANCE_OK(run, run->SetUniform("noiseMode_0"_iid, Int32(1)));
 }
 
 void CheckMissingSeed(ClientRun& run) {
   PrepareNoise(run);
   const Result<void> updated = run->UpdateUniforms();
   if (!run.IsGpu()) {
-    PARITY_FAILS(run, kIllegalArgumentError, "", updated);
+    CONFORMANCE_FAILS(run, kIllegalArgumentError, "", updated);
     return;
   }
-  PARITY_OK(run, updated);
-  PARITY_OK(run, run->DispatchKernel(16, 1, 1, false));
+  CONFORMANCE_OK(run, updated);
+  CONFORMANCE_OK(run, run->DispatchKernel(16, 1, 1, false));
   const Floats without = run.Read<Float32>("target"_iid);
-  PARITY_OK(run, run->SetUniform("noiseSeed_0"_iid, Int32(42)));
-  PARITY_OK(run, run->UpdateUniforms());
-  PARITY_OK(run, run->DispatchKernel(16, 1, 1, false));
-  PARITY_HOLDS(run, run.Read<Float32>("target"_iid) == without);
+  CONFORMANCE_OK(run, run->SetUniform("noiseSeed_0"_iid, Int32(42)));
+  CONFORMANCE_OK(run, run->UpdateUniforms());
+  CONFORMANCE_OK(run, run->DispatchKernel(16, 1, 1, false));
+  CONFORMANCE_HOLDS(run, run.Read<Float32>("target"_iid) == without);
 }
 
 void CheckGradient(ClientRun& run) {
   auto gradient = CreateObject<GradientInterface>(kGradientClass);
-  PARITY_OK(run, gradient);
-  PARITY_OK(run, (*gradient)->InsertKnot({.color = Vector32(0.75f, 0.5f, 0.25f)}));
+  CONFORMANCE_OK(run, gradient);
+  CONFORMANCE_OK(run, (*gradient)->InsertKnot({.color = Vector32(0.75f, 0.5f, 0.25f)}));
   auto ramp = (*gradient)->InitRender();
-  PARITY_OK(run, ramp);
+  CONFORMANCE_OK(run, ramp);
   run.AddKernel("gradient"_iid, "net.ostra.parity.gradient.krn");
   run.Store<Float32>("reds"_iid, {9});
-  PARITY_OK(run, run->SetBufferToActiveKernelSameId("reds"_iid));
-  PARITY_OK(run, run->SetUniform("ramp"_iid, std::move(*ramp)));
-  PARITY_OK(run, run->UpdateUniforms());
-  PARITY_OK(run, run->DispatchKernel(1, 1, 1, false));
-  PARITY_HOLDS(run, run.Read<Float32>("reds"_iid) == Floats{run.IsGpu() ? 0.0f : 0.75f});
+  CONFORMANCE_OK(run, run->SetBufferToActiveKernelSameId("reds"_iid));
+  CONFORMANCE_OK(run, run->SetUniform("ramp"_iid, std::move(*ramp)));
+  CONFORMANCE_OK(run, run->UpdateUniforms());
+  CONFORMANCE_OK(run, run->DispatchKernel(1, 1, 1, false));
+  CONFORMANCE_HOLDS(run, run.Read<Float32>("reds"_iid) == Floats{run.IsGpu() ? 0.0f : 0.75f});
 }
 
 constexpr Difference kDifferences[] = {
@@ -170,4 +172,4 @@ std::vector<Difference> GetDifferences() {
   return all;
 }
 
-}  // namespace ostra::parity
+}  // namespace ostra::conformance

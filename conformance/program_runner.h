@@ -14,11 +14,11 @@
 #include <string>
 #include <vector>
 
-#include "apps/ostra/parity/scenario_target.h"
+#include "conformance/scenario_target.h"
 #include "ostra/io/url.h"
 #include "parallelprogram/program/parallel_program.h"
 
-namespace ostra::parity {
+namespace ostra::conformance {
 
 // A program after Init, on a context of its own, that finds kernels in `kernels`.
 Result<ParallelProgramRef> MakeProgram(const Id& programClass, const Url& kernels);
@@ -69,4 +69,4 @@ class ProgramRunner final : public ScenarioTarget {
 // The bytes of a value that holds an array. Error: illegal argument for another value.
 Result<std::vector<Byte>> GetArrayBytes(const Data& data);
 
-}  // namespace ostra::parity
+}  // namespace ostra::conformance

@@ -5,9 +5,9 @@
 #include <span>
 #include <vector>
 
-#include "apps/ostra/parity/client_run.h"
+#include "conformance/client_run.h"
 
-namespace ostra::parity {
+namespace ostra::conformance {
 
 struct Difference {
   const char* what;
@@ -25,4 +25,4 @@ std::span<const Difference> GetTextureDifferences();
 // All of them, in the order of the table.
 std::vector<Difference> GetDifferences();
 
-}  // namespace ostra::parity
+}  // namespace ostra::conformance

@@ -1,4 +1,4 @@
-#include "apps/ostra/parity/program_runner.h"
+#include "conformance/program_runner.h"
 
 #include <algorithm>
 
@@ -8,7 +8,7 @@
 
 OSTRA_UNIT("parity_program");
 
-namespace ostra::parity {
+namespace ostra::conformance {
 
 namespace {
 constexpr Bool kWithBarrier = false;  // what the parameter disableBarrier is then
@@ -121,4 +121,4 @@ UInt32 ProgramRunner::ReadCounter(const std::string& name) {
   return value;
 }
 
-}  // namespace ostra::parity
+}  // namespace ostra::conformance

@@ -1,8 +1,8 @@
 // Buffers and textures.
-#include "apps/ostra/parity/client_scenarios.h"
-#include "apps/ostra/parity/differences.h"
+#include "conformance/client_scenarios.h"
+#include "conformance/differences.h"
 
-namespace ostra::parity {
+namespace ostra::conformance {
 namespace {
 
 using Words = std::vector<UInt32>;
@@ -10,60 +10,62 @@ using Words = std::vector<UInt32>;
 void CheckEmptyBuffers(ClientRun& run) {
   const Result<void> created = run->CreateUniformBuffer("a"_iid, GetDataType<Float32>(), 0);
   if (run.IsGpu())
-    PARITY_FAILS(run, kIllegalArgumentError, "Empty buffers are not allowed to be added.", created);
+    CONFORMANCE_FAILS(run, kIllegalArgumentError, "Empty buffers are not allowed to be added.", created);
   else
-    PARITY_OK(run, created);
+    CONFORMANCE_OK(run, created);
 }
 
 void CheckShrinking(ClientRun& run) {
   run.Store<Float32>("a"_iid, {1, 2, 3});
-  PARITY_OK(run, run->ResizeUniformBuffer("a"_iid, 2, false));
-  PARITY_HOLDS(run, run.Read<Float32>("a"_iid).size() == (run.IsGpu() ? 3 : 2));
-  PARITY_OK(run, run->ResizeUniformBuffer("a"_iid, 2, true));
-  PARITY_HOLDS(run, run.Read<Float32>("a"_iid) == Floats{1, 2});
+  CONFORMANCE_OK(run, run->ResizeUniformBuffer("a"_iid, 2, false));
+  CONFORMANCE_HOLDS(run, run.Read<Float32>("a"_iid).size() == (run.IsGpu() ? 3 : 2));
+  CONFORMANCE_OK(run, run->ResizeUniformBuffer("a"_iid, 2, true));
+  CONFORMANCE_HOLDS(run, run.Read<Float32>("a"_iid) == Floats{1, 2});
 }
 
 void CheckResizeToNothing(ClientRun& run) {
   run.Store<Float32>("a"_iid, {1, 2, 3});
   const Result<void> resized = run->ResizeUniformBuffer("a"_iid, 0, true);
   if (run.IsGpu())
-    PARITY_OK(run, resized);
+    CONFORMANCE_OK(run, resized);
   else
-    PARITY_FAILS(run, kIllegalArgumentError, "Buffer cannot be resized to 0 size.", resized);
-  PARITY_HOLDS(run, run.Read<Float32>("a"_iid) == Floats{1, 2, 3});
+    CONFORMANCE_FAILS(run, kIllegalArgumentError, "Buffer cannot be resized to 0 size.", resized);
+  CONFORMANCE_HOLDS(run, run.Read<Float32>("a"_iid) == Floats{1, 2, 3});
 }
 
 void CheckLongUpdates(ClientRun& run) {
   run.Store<Float32>("a"_iid, {1});
   const Result<void> updated = run->UpdateUniformBufferData("a"_iid, 0, ClientRun::MakeArray<Float32>({4, 5}));
   if (run.IsGpu())
-    PARITY_OK(run, updated);
+    CONFORMANCE_OK(run, updated);
   else
-    PARITY_FAILS(run, kIllegalArgumentError, "Data update does not fit into existing buffer", updated);
-  PARITY_HOLDS(run, run.Read<Float32>("a"_iid) == (run.IsGpu() ? Floats{4, 5} : Floats{1}));
+    CONFORMANCE_FAILS(run, kIllegalArgumentError, "Data update does not fit into existing buffer", updated);
+  CONFORMANCE_HOLDS(run, run.Read<Float32>("a"_iid) == (run.IsGpu() ? Floats{4, 5} : Floats{1}));
 }
 
 void CheckCopiedBytes(ClientRun& run) {
   run.Store<UInt32>("a"_iid, {0x11111111, 0x22222222});
   run.Store<UInt32>("b"_iid, {0, 0});
-  PARITY_OK(run, run->CopyBufferDataBytes("a"_iid, "b"_iid, 6, 0, 0));
-  PARITY_HOLDS(run, run.Read<UInt32>("b"_iid) == Words{0x11111111, run.IsGpu() ? 0u : 0x2222u});
+  CONFORMANCE_OK(run, run->CopyBufferDataBytes("a"_iid, "b"_iid, 6, 0, 0));
+  CONFORMANCE_HOLDS(run, run.Read<UInt32>("b"_iid) == Words{0x11111111, run.IsGpu() ? 0u : 0x2222u});
   run.Store<UInt8>("c"_iid, {1, 2});
   const Result<void> copied = run->CopyBufferDataBytes("c"_iid, "b"_iid, 2, 0, 0);
   if (run.IsGpu())
-    PARITY_FAILS(run, kIllegalArgumentError, "source buffer datatype's size must be a multiple of 16 bits", copied);
+    CONFORMANCE_FAILS(run, kIllegalArgumentError, "source buffer datatype's size must be a multiple of 16 bits",
+                      copied);
   else
-    PARITY_OK(run, copied);
+    CONFORMANCE_OK(run, copied);
 }
 
 // The warning is the business of the GPU program's own tests.
 void CheckLongCopies(ClientRun& run) {
   constexpr Int kMost = 16776960, kLong = kMost + 4;
   run.Store("a"_iid, Words(kLong, 5));
-  PARITY_OK(run, run->CreateUniformBuffer("b"_iid, GetDataType<UInt32>(), kLong));
-  PARITY_OK(run, run->CopyBufferData("a"_iid, "b"_iid, kLong, 0, 0));
+  CONFORMANCE_OK(run, run->CreateUniformBuffer("b"_iid, GetDataType<UInt32>(), kLong));
+  CONFORMANCE_OK(run, run->CopyBufferData("a"_iid, "b"_iid, kLong, 0, 0));
   const UInt32 last = run.IsGpu() ? 0 : 5;
-  PARITY_HOLDS(run, run.GetElements<UInt32>(run->GetGlobalBufferData("b"_iid, kMost - 1, 3)) == Words{5, last, last});
+  CONFORMANCE_HOLDS(run,
+                    run.GetElements<UInt32>(run->GetGlobalBufferData("b"_iid, kMost - 1, 3)) == Words{5, last, last});
 }
 
 void CheckBytesAsOtherTypes(ClientRun& run) {
@@ -71,48 +73,48 @@ void CheckBytesAsOtherTypes(ClientRun& run) {
   const std::vector<UInt8> values = {0, 0, 128, 63, 0, 0, 0, 64};
   auto array = GenericBaseArray::CreateCopy(
       GetDataType<UInt8>(), Block<const Generic>(reinterpret_cast<const Generic*>(values.data()), 8, 1));
-  PARITY_OK(run, array);
+  CONFORMANCE_OK(run, array);
   const Result<void> stored = run->StoreUniformBufferData("a"_iid, GetDataType<Float32>(), std::move(*array));
   if (!run.IsGpu()) {
-    PARITY_FAILS(run, kIllegalArgumentError, "", stored);
+    CONFORMANCE_FAILS(run, kIllegalArgumentError, "", stored);
     return;
   }
-  PARITY_OK(run, stored);
-  PARITY_HOLDS(run, run.Read<Float32>("a"_iid) == Floats{1, 2});
+  CONFORMANCE_OK(run, stored);
+  CONFORMANCE_HOLDS(run, run.Read<Float32>("a"_iid) == Floats{1, 2});
 }
 
 void CheckWhatIsRead(ClientRun& run) {
   run.Store<Float32>("a"_iid, {1});
   const auto read = run->GetGlobalBufferData("a"_iid);
-  PARITY_OK(run, read);
-  PARITY_OK(run, run->UpdateUniformBufferData("a"_iid, 0, ClientRun::MakeArray<Float32>({2})));
-  PARITY_HOLDS(run, run.GetElements<Float32>(read) == Floats{run.IsGpu() ? 1.0f : 2.0f});
+  CONFORMANCE_OK(run, read);
+  CONFORMANCE_OK(run, run->UpdateUniformBufferData("a"_iid, 0, ClientRun::MakeArray<Float32>({2})));
+  CONFORMANCE_HOLDS(run, run.GetElements<Float32>(read) == Floats{run.IsGpu() ? 1.0f : 2.0f});
 }
 
 void CheckUnknownTextures(ClientRun& run) {
   const Result<void> swapped = run->SwapTextures("one"_iid, "two"_iid);
-  PARITY_FAILS(run, kIllegalArgumentError,
-               run.IsGpu() ? "texture one could not be found" : "buffer one could not be found", swapped);
+  CONFORMANCE_FAILS(run, kIllegalArgumentError,
+                    run.IsGpu() ? "texture one could not be found" : "buffer one could not be found", swapped);
 }
 
 void CheckRegions(ClientRun& run) {
   const Floats texels = MakeTexels(8, 4);
   TextureBindData data = DescribeTexels(texels, 8, 4);
-  PARITY_OK(run, run->StoreTextureBindData("t"_iid, data, false));
+  CONFORMANCE_OK(run, run->StoreTextureBindData("t"_iid, data, false));
   const auto read = run->GetTextureData("t"_iid, Vec3<Int32>(1), Vec3<Int32>(2, 3, 1));
   const SamplingData* record = run.GetTexture(read);
-  PARITY_HOLDS(run, record != nullptr);
-  PARITY_HOLDS(run, record->_dimensions == (run.IsGpu() ? Vec3<UInt32>(2, 3, 1) : Vec3<UInt32>(8, 4, 1)));
+  CONFORMANCE_HOLDS(run, record != nullptr);
+  CONFORMANCE_HOLDS(run, record->_dimensions == (run.IsGpu() ? Vec3<UInt32>(2, 3, 1) : Vec3<UInt32>(8, 4, 1)));
 }
 
 void CheckCopiedTextures(ClientRun& run) {
   const Floats ones(4 * 4 * 4, 1.0f), twos(4 * 4 * 4, 2.0f);
   TextureBindData one = DescribeTexels(ones, 4, 4), two = DescribeTexels(twos, 4, 4);
-  PARITY_OK(run, run->StoreTextureBindData("one"_iid, one, false));
-  PARITY_OK(run, run->StoreTextureBindData("two"_iid, two, false));
-  PARITY_OK(run, run->CopyTextureBytes("one"_iid, "two"_iid, -1, 0, 0));
+  CONFORMANCE_OK(run, run->StoreTextureBindData("one"_iid, one, false));
+  CONFORMANCE_OK(run, run->StoreTextureBindData("two"_iid, two, false));
+  CONFORMANCE_OK(run, run->CopyTextureBytes("one"_iid, "two"_iid, -1, 0, 0));
   const Floats read = run.GetTexels(run->GetTextureData("two"_iid, Vec3<Int32>(0), Vec3<Int32>(kAll)));
-  PARITY_HOLDS(run, read == (run.IsGpu() ? twos : ones));
+  CONFORMANCE_HOLDS(run, read == (run.IsGpu() ? twos : ones));
 }
 
 // What a kernel reads from a texture of 4 x 4 texels at one place.
@@ -149,8 +151,8 @@ void CheckSrgb(ClientRun& run) {
   TextureBindData data = DescribeTexels(texels, 4, 4);
   data._sRGB = true;
   const Reading reading = ReadTexture(run, data, {0.5f, 0.5f, 0, 0}, {1, 1, 0, 0});
-  PARITY_HOLDS(run, run.IsGpu() ? reading.fetched == 0.5f : reading.fetched > 0.21f && reading.fetched < 0.22f);
-  PARITY_HOLDS(run, run.IsGpu() ? reading.sampled == 0.5f : reading.sampled > 0.21f && reading.sampled < 0.22f);
+  CONFORMANCE_HOLDS(run, run.IsGpu() ? reading.fetched == 0.5f : reading.fetched > 0.21f && reading.fetched < 0.22f);
+  CONFORMANCE_HOLDS(run, run.IsGpu() ? reading.sampled == 0.5f : reading.sampled > 0.21f && reading.sampled < 0.22f);
 }
 
 void CheckCoordinates(ClientRun& run) {
@@ -159,7 +161,7 @@ void CheckCoordinates(ClientRun& run) {
   data._normalizedCoordinates = false;
   // Texel (1, 2), or far outside, where the last texel is.
   const Reading reading = ReadTexture(run, data, {1.5f, 2.5f, 0, 0}, {0, 0, 0, 0});
-  PARITY_HOLDS(run, reading.sampled == (run.IsGpu() ? 15.0f : 9.0f));
+  CONFORMANCE_HOLDS(run, reading.sampled == (run.IsGpu() ? 15.0f : 9.0f));
 }
 
 void CheckBorder(ClientRun& run) {
@@ -169,8 +171,8 @@ void CheckBorder(ClientRun& run) {
   for (Float32& component : data._borderColor) component = 0.75f;
   const Reading reading = ReadTexture(run, data, {-3.0f, 0.5f, 0, 0}, {-3, 1, 0, 0});
   const Float32 border = run.IsGpu() ? 0.0f : 0.75f;
-  PARITY_HOLDS(run, reading.sampled == border);
-  PARITY_HOLDS(run, reading.fetched == border);
+  CONFORMANCE_HOLDS(run, reading.sampled == border);
+  CONFORMANCE_HOLDS(run, reading.fetched == border);
 }
 
 void CheckRepeatedMultiples(ClientRun& run) {
@@ -179,7 +181,7 @@ void CheckRepeatedMultiples(ClientRun& run) {
   for (TextureWrapMode& mode : data._wrapModes) mode = TextureWrapMode::REPEAT;
   // Texel (0, 1), or one behind the end of its row: (0, 2).
   const Reading reading = ReadTexture(run, data, {0.5f, 0.5f, 0, 0}, {-4, 1, 0, 0});
-  PARITY_HOLDS(run, reading.fetched == (run.IsGpu() ? 4.0f : 8.0f));
+  CONFORMANCE_HOLDS(run, reading.fetched == (run.IsGpu() ? 4.0f : 8.0f));
 }
 
 void CheckNormalizedValues(ClientRun& run) {
@@ -194,23 +196,24 @@ void CheckNormalizedValues(ClientRun& run) {
   data._filter = TextureFilter::POINT;
   data._normalizedValues = true;
   run.AddKernel("read"_iid, "net.ostra.parity.texels.krn");
-  PARITY_OK(run, run->StoreTextureBindData("bytes"_iid, data, false));
+  CONFORMANCE_OK(run, run->StoreTextureBindData("bytes"_iid, data, false));
   data._data = reinterpret_cast<const Byte*>(numbers.data());
   data._dataSize = 64;
   data._format = TextureFormat::F32;
   data._normalizedValues = false;
-  PARITY_OK(run, run->StoreTextureBindData("numbers"_iid, data, false));
-  for (const InternedId& id : {"bytes"_iid, "numbers"_iid}) PARITY_OK(run, run->SetTextureToActiveKernelSameId(id));
+  CONFORMANCE_OK(run, run->StoreTextureBindData("numbers"_iid, data, false));
+  for (const InternedId& id : {"bytes"_iid, "numbers"_iid})
+    CONFORMANCE_OK(run, run->SetTextureToActiveKernelSameId(id));
   run.Store("texels"_iid, std::vector<Vec4<Int32>>{{1, 1, 0, 0}});
   run.Store("foundNumbers"_iid, Floats{9});
   run.Store("foundBytes"_iid, Words{9});
   run.Store("sizes"_iid, std::vector<Vec4<Int32>>(1));
   for (const InternedId& id : {"texels"_iid, "foundNumbers"_iid, "foundBytes"_iid, "sizes"_iid})
-    PARITY_OK(run, run->SetBufferToActiveKernelSameId(id));
-  PARITY_OK(run, run->SetUniform("count"_iid, UInt32(1)));
-  PARITY_OK(run, run->UpdateUniforms());
-  PARITY_OK(run, run->DispatchKernel(1, 1, 1, false));
-  PARITY_HOLDS(run, run.Read<UInt32>("foundBytes"_iid) == Words{255});
+    CONFORMANCE_OK(run, run->SetBufferToActiveKernelSameId(id));
+  CONFORMANCE_OK(run, run->SetUniform("count"_iid, UInt32(1)));
+  CONFORMANCE_OK(run, run->UpdateUniforms());
+  CONFORMANCE_OK(run, run->DispatchKernel(1, 1, 1, false));
+  CONFORMANCE_HOLDS(run, run.Read<UInt32>("foundBytes"_iid) == Words{255});
 }
 
 void CheckColumns(ClientRun& run) {
@@ -222,15 +225,15 @@ void CheckColumns(ClientRun& run) {
   run.Store("sampled"_iid, std::vector<Vec4<Float32>>(1));
   run.Store("fetched"_iid, std::vector<Vec4<Float32>>(1));
   for (const InternedId& id : {"places"_iid, "texels"_iid, "sampled"_iid, "fetched"_iid})
-    PARITY_OK(run, run->SetBufferToActiveKernelSameId(id));
-  PARITY_OK(run, run->StoreTextureBindData("image"_iid, data, false));
-  PARITY_OK(run, run->SetTextureToActiveKernelSameId("image"_iid));
-  PARITY_OK(run, run->SetUniform("count"_iid, UInt32(1)));
+    CONFORMANCE_OK(run, run->SetBufferToActiveKernelSameId(id));
+  CONFORMANCE_OK(run, run->StoreTextureBindData("image"_iid, data, false));
+  CONFORMANCE_OK(run, run->SetTextureToActiveKernelSameId("image"_iid));
+  CONFORMANCE_OK(run, run->SetUniform("count"_iid, UInt32(1)));
   const Result<void> updated = run->UpdateUniforms();
   if (run.IsGpu())
-    PARITY_OK(run, updated);
+    CONFORMANCE_OK(run, updated);
   else
-    PARITY_FAILS(run, kIllegalArgumentError, "", updated);
+    CONFORMANCE_FAILS(run, kIllegalArgumentError, "", updated);
 }
 
 void CheckLayers(ClientRun& run) {
@@ -240,23 +243,24 @@ void CheckLayers(ClientRun& run) {
   data._numChannels = 1;
   run.AddKernel("read"_iid, "net.ostra.parity.layers.krn");
   run.Store("found"_iid, Floats{-1});
-  PARITY_OK(run, run->StoreTextureBindData("image"_iid, data, false));
-  PARITY_OK(run, run->SetTextureToActiveKernelSameId("image"_iid));
-  PARITY_OK(run, run->SetBufferToActiveKernelSameId("found"_iid));
+  CONFORMANCE_OK(run, run->StoreTextureBindData("image"_iid, data, false));
+  CONFORMANCE_OK(run, run->SetTextureToActiveKernelSameId("image"_iid));
+  CONFORMANCE_OK(run, run->SetBufferToActiveKernelSameId("found"_iid));
   const Result<void> updated = run->UpdateUniforms();
   const Floats read = run.GetTexels(run->GetTextureData("image"_iid, Vec3<Int32>(0), Vec3<Int32>(kAll)));
   if (run.IsGpu()) {
-    PARITY_FAILS(run, kIllegalArgumentError,
-                 "The kernel's texture \"image\" is read by layer, but a texture with several layers is linked to it: "
-                 "textures on the GPU have one.",
-                 updated);
-    PARITY_HOLDS(run, read == Floats(texels.begin(), texels.begin() + 16));
+    CONFORMANCE_FAILS(
+        run, kIllegalArgumentError,
+        "The kernel's texture \"image\" is read by layer, but a texture with several layers is linked to it: "
+        "textures on the GPU have one.",
+        updated);
+    CONFORMANCE_HOLDS(run, read == Floats(texels.begin(), texels.begin() + 16));
     return;
   }
-  PARITY_OK(run, updated);
-  PARITY_OK(run, run->DispatchKernel(1, 1, 1, false));
-  PARITY_HOLDS(run, run.Read<Float32>("found"_iid) == Floats{25});
-  PARITY_HOLDS(run, read == texels);
+  CONFORMANCE_OK(run, updated);
+  CONFORMANCE_OK(run, run->DispatchKernel(1, 1, 1, false));
+  CONFORMANCE_HOLDS(run, run.Read<Float32>("found"_iid) == Floats{25});
+  CONFORMANCE_HOLDS(run, read == texels);
 }
 
 constexpr Difference kBuffers[] = {
@@ -300,4 +304,4 @@ constexpr Difference kTextures[] = {
 std::span<const Difference> GetBufferDifferences() { return kBuffers; }
 std::span<const Difference> GetTextureDifferences() { return kTextures; }
 
-}  // namespace ostra::parity
+}  // namespace ostra::conformance

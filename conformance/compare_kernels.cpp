@@ -2,10 +2,10 @@
 #include <algorithm>
 #include <cmath>
 
-#include "apps/ostra/parity/parity_runs.h"
-#include "apps/ostra/parity/program_runner.h"
+#include "conformance/comparisons.h"
+#include "conformance/program_runner.h"
 
-namespace ostra::parity {
+namespace ostra::conformance {
 namespace {
 
 struct Outcome {
@@ -59,8 +59,8 @@ Float32 GetDistance(const std::vector<Byte>& a, const std::vector<Byte>& b) {
 
 }  // namespace
 
-std::vector<ParityRow> CompareKernel(const KernelScenario& scenario, const Url& kernels) {
-  ParityRow row{"kernels", scenario.name, kSameBits, kSameBits, true};
+std::vector<ConformanceRow> CompareKernel(const KernelScenario& scenario, const Url& kernels) {
+  ConformanceRow row{"kernels", scenario.name, kSameBits, kSameBits, true};
   if (scenario.distance > 0) row.promised = FormatFigure(scenario.distance) + " (" + scenario.inexact + ")";
   const Outcome cpu = RunScenario(kCpuProgramClass, scenario, kernels);
   const Outcome gpu = RunScenario(kGpuProgramClass, scenario, kernels);
@@ -90,4 +90,4 @@ std::vector<ParityRow> CompareKernel(const KernelScenario& scenario, const Url& 
   return {row};
 }
 
-}  // namespace ostra::parity
+}  // namespace ostra::conformance

@@ -1,4 +1,4 @@
-#include "apps/ostra/parity/kernel_folder.h"
+#include "conformance/kernel_folder.h"
 
 #include <stdlib.h>  // mkdtemp
 
@@ -6,12 +6,12 @@
 #include <string>
 
 #include "ostra/core/format.h"
-#include "ostra_parity_kernels.h"
+#include "ostra_conformance_kernels.h"
 #include "parallelprogram/program/kernel_registration.h"
 
 OSTRA_UNIT("parity_kernels");
 
-namespace ostra::parity {
+namespace ostra::conformance {
 
 Result<KernelFolder> KernelFolder::Create() {
   std::error_code failure;
@@ -36,13 +36,13 @@ KernelFolder::~KernelFolder() {
   if (!_path.empty()) std::filesystem::remove_all(_path, ignored);
 }
 
-Result<void> RegisterParityKernels() {
+Result<void> RegisterConformanceKernels() {
   OSTRA_ASSIGN_OR_RETURN(ClassRegistry & registry, ClassRegistry::Find(kKernelClassRegistry));
-  for (const auto& kernel : GetKernels_ostra_parity()) {
+  for (const auto& kernel : GetKernels_ostra_conformance()) {
     OSTRA_ASSIGN_OR_RETURN(const ClassRef kernelClass, kernel.create());
     OSTRA_RETURN_IF_ERROR(registry.Insert(kernelClass));
   }
   return OK;
 }
 
-}  // namespace ostra::parity
+}  // namespace ostra::conformance

@@ -1,4 +1,4 @@
-#include "apps/ostra/parity/client_run.h"
+#include "conformance/client_run.h"
 
 #include <filesystem>
 
@@ -6,7 +6,7 @@
 
 OSTRA_UNIT("parity_client");
 
-namespace ostra::parity {
+namespace ostra::conformance {
 
 ClientRun::ClientRun(const Id& programClass, const Url& kernels)
     : _isGpu(programClass == kGpuProgramClass), _kernels(kernels) {
@@ -82,4 +82,4 @@ Floats MakeTexels(UInt32 width, UInt32 height) {
   return texels;
 }
 
-}  // namespace ostra::parity
+}  // namespace ostra::conformance

@@ -2,7 +2,7 @@
 //
 //   void StoredElementsAreReadBack(ClientRun& run) {
 //     run.Store<Float32>("a"_iid, {1, 2});
-//     PARITY_HOLDS(run, run.Read<Float32>("a"_iid) == Floats{1, 2});
+//     CONFORMANCE_HOLDS(run, run.Read<Float32>("a"_iid) == Floats{1, 2});
 //   }
 //
 // The macros end the function when what they ask for is not so.
@@ -11,10 +11,10 @@
 #include <string>
 #include <vector>
 
-#include "apps/ostra/parity/program_runner.h"
+#include "conformance/program_runner.h"
 #include "parallelprogram/textures/sampling_data.h"
 
-namespace ostra::parity {
+namespace ostra::conformance {
 
 using Floats = std::vector<Float32>;
 
@@ -99,20 +99,20 @@ Floats MakeTexels(UInt32 width, UInt32 height);
 // Everything, as a corner of a region.
 inline constexpr Int32 kAll = 1 << 30;
 
-}  // namespace ostra::parity
+}  // namespace ostra::conformance
 
-#define PARITY_HOLDS(run, ...)                                                 \
+#define CONFORMANCE_HOLDS(run, ...)                                            \
   do {                                                                         \
     if (!(run).Check((__VA_ARGS__), #__VA_ARGS__, __FILE__, __LINE__)) return; \
   } while (false)
 
-#define PARITY_OK(run, ...)                                                      \
+#define CONFORMANCE_OK(run, ...)                                                 \
   do {                                                                           \
     if (!(run).CheckOk((__VA_ARGS__), #__VA_ARGS__, __FILE__, __LINE__)) return; \
   } while (false)
 
 // `message` "" stands for any.
-#define PARITY_FAILS(run, kind, message, ...)                                                      \
+#define CONFORMANCE_FAILS(run, kind, message, ...)                                                 \
   do {                                                                                             \
     if (!(run).CheckError((__VA_ARGS__), kind, message, #__VA_ARGS__, __FILE__, __LINE__)) return; \
   } while (false)

@@ -6,7 +6,7 @@
 #include "ostra/core/data_type.h"
 #include "ostra/math/data_types.h"
 
-namespace ostra::parity {
+namespace ostra::conformance {
 
 struct BufferElements {
   DataType elementType;
@@ -37,4 +37,4 @@ class ScenarioTarget {
   ~ScenarioTarget() = default;
 };
 
-}  // namespace ostra::parity
+}  // namespace ostra::conformance

@@ -1,10 +1,10 @@
-#include "apps/ostra/parity/kernel_scenarios.h"
+#include "conformance/kernel_scenarios.h"
 
 #include <random>
 
 #include "ostra/render/render_noise.h"
 
-namespace ostra::parity {
+namespace ostra::conformance {
 namespace {
 
 constexpr Int kPixelCount = Int{kWidth} * kHeight;
@@ -245,4 +245,4 @@ std::vector<Vec4<Float32>> MakePixels(Int count, Float32 brightest) {
   return pixels;
 }
 
-}  // namespace ostra::parity
+}  // namespace ostra::conformance

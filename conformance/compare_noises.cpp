@@ -1,9 +1,9 @@
 // Noises of all modes, still and moving.
-#include "apps/ostra/parity/parity_runs.h"
-#include "apps/ostra/parity/program_runner.h"
+#include "conformance/comparisons.h"
+#include "conformance/program_runner.h"
 #include "parallelprogram/program/noise_modes.h"
 
-namespace ostra::parity {
+namespace ostra::conformance {
 namespace {
 
 // One program for all modes: its kernel is compiled once.
@@ -46,11 +46,11 @@ std::vector<Byte> RunComputedNumbers(const Id& programClass, const Url& kernels,
   return values;
 }
 
-ParityRow CompareComputedNumbers(const Url& kernels) {
+ConformanceRow CompareComputedNumbers(const Url& kernels) {
   std::string cpuFailure, gpuFailure;
   const Bool isSame = RunComputedNumbers(kCpuProgramClass, kernels, cpuFailure) ==
                       RunComputedNumbers(kGpuProgramClass, kernels, gpuFailure);
-  ParityRow row{"noises", "chosen by a computed number", kSameBits, isSame ? kSameBits : "other bits", isSame};
+  ConformanceRow row{"noises", "chosen by a computed number", kSameBits, isSame ? kSameBits : "other bits", isSame};
   for (const std::string& failure : {cpuFailure, gpuFailure})
     if (!failure.empty()) row = MakeFailedRow(row.group, row.what, row.promised, failure);
   return row;
@@ -58,7 +58,7 @@ ParityRow CompareComputedNumbers(const Url& kernels) {
 
 }  // namespace
 
-std::vector<ParityRow> CompareNoises(const Url& kernels) {
+std::vector<ConformanceRow> CompareNoises(const Url& kernels) {
   const std::string what = std::to_string(kNoiseModeCount) + " modes of RenderNoise";
   NoiseRunner cpu(kCpuProgramClass, kernels), gpu(kGpuProgramClass, kernels);
   std::string others;
@@ -73,4 +73,4 @@ std::vector<ParityRow> CompareNoises(const Url& kernels) {
           CompareComputedNumbers(kernels)};
 }
 
-}  // namespace ostra::parity
+}  // namespace ostra::conformance

@@ -1,9 +1,9 @@
-#include "apps/ostra/parity/operation_bounds.h"
+#include "conformance/operation_bounds.h"
 
 #include <cmath>
 #include <random>
 
-namespace ostra::parity {
+namespace ostra::conformance {
 namespace {
 
 constexpr Int kOperandCount = 8192;
@@ -176,4 +176,4 @@ std::span<const OperationGroup> GetOperationGroups() {
   return groups;
 }
 
-}  // namespace ostra::parity
+}  // namespace ostra::conformance

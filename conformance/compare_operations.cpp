@@ -6,11 +6,11 @@
 #include <cstring>
 #include <limits>
 
-#include "apps/ostra/parity/parity_runs.h"
-#include "apps/ostra/parity/program_runner.h"
+#include "conformance/comparisons.h"
+#include "conformance/program_runner.h"
 #include "ostra/drawport/settings.h"
 
-namespace ostra::parity {
+namespace ostra::conformance {
 namespace {
 
 using Floats = std::vector<Float32>;
@@ -63,7 +63,7 @@ struct Column {
   Float32 GetGpu(std::size_t i) const { return gpu[i * width + place]; }
 };
 
-void CompareBits(const Column& column, ParityRow& row) {
+void CompareBits(const Column& column, ConformanceRow& row) {
   std::size_t others = 0;
   for (std::size_t i = 0; i < column.operands.size(); ++i) others += !HasSameBits(column.GetCpu(i), column.GetGpu(i));
   row.isHeld = others == 0;
@@ -71,7 +71,7 @@ void CompareBits(const Column& column, ParityRow& row) {
       row.isHeld ? kSameBits : std::to_string(others) + " of " + std::to_string(column.operands.size()) + " differ";
 }
 
-void Measure(const Operation& operation, const Column& column, ParityRow& row) {
+void Measure(const Operation& operation, const Column& column, ConformanceRow& row) {
   Float64 fromExact = 0, fromCpu = 0, share = 0;
   for (std::size_t i = 0; i < column.operands.size(); ++i) {
     const Float64 exact = operation.exact(column.operands[i]);
@@ -108,7 +108,7 @@ struct NumberRun {
 
 // One row: `run` gives `resultCount` numbers for each element, and perhaps more behind them.
 template <class Number, class Run>
-ParityRow CompareNumbers(const char* group, const char* what, std::size_t resultCount, Run&& run) {
+ConformanceRow CompareNumbers(const char* group, const char* what, std::size_t resultCount, Run&& run) {
   const NumberRun<Number> cpu = run(kCpuProgramClass), gpu = run(kGpuProgramClass);
   if (!cpu.failure.empty() || !gpu.failure.empty())
     return MakeFailedRow(group, what, kSameBits, cpu.failure.empty() ? gpu.failure : cpu.failure);
@@ -139,7 +139,7 @@ NumberRun<Number> RunPairs(const Id& programClass, const Url& kernels, const cha
 }
 
 // Devices need not have the numbers of the row; then the program is refused.
-ParityRow AllowRefusal(ParityRow row) {
+ConformanceRow AllowRefusal(ConformanceRow row) {
   row.isHeld = row.isHeld || row.reached.find("which the GPU device does not support") != std::string::npos;
   return row;
 }
@@ -152,18 +152,18 @@ std::string FormatFigure(Float64 figure) {
   return text;
 }
 
-ParityRow MakeFailedRow(std::string group, std::string what, std::string promised, std::string failure) {
+ConformanceRow MakeFailedRow(std::string group, std::string what, std::string promised, std::string failure) {
   return {std::move(group), std::move(what), std::move(promised), std::move(failure), false};
 }
 
-std::vector<ParityRow> CompareOperations(const OperationGroup& group, const Url& kernels) {
+std::vector<ConformanceRow> CompareOperations(const OperationGroup& group, const Url& kernels) {
   const std::vector<Operands> operands = group.makeOperands();
   const Results cpu = RunOperations(kCpuProgramClass, group, operands, kernels);
   const Results gpu = RunOperations(kGpuProgramClass, group, operands, kernels);
-  std::vector<ParityRow> rows;
+  std::vector<ConformanceRow> rows;
   for (std::size_t i = 0; i < group.operations.size(); ++i) {
     const Operation& operation = group.operations[i];
-    ParityRow row{group.name, operation.name, operation.promise ? operation.promise : kSameBits, {}, false};
+    ConformanceRow row{group.name, operation.name, operation.promise ? operation.promise : kSameBits, {}, false};
     const Column column{operands, cpu.values, gpu.values, i, group.operations.size()};
     if (!cpu.failure.empty() || !gpu.failure.empty())
       row.reached = cpu.failure.empty() ? gpu.failure : cpu.failure;
@@ -176,7 +176,7 @@ std::vector<ParityRow> CompareOperations(const OperationGroup& group, const Url&
   return rows;
 }
 
-std::vector<ParityRow> CompareIntegers(const Url& kernels) {
+std::vector<ConformanceRow> CompareIntegers(const Url& kernels) {
   constexpr UInt32 kElements = 10007;
   constexpr std::size_t kResults = 12;
   const auto run = [&](const Id& programClass) {
@@ -197,7 +197,7 @@ std::vector<ParityRow> CompareIntegers(const Url& kernels) {
   return {CompareNumbers<UInt32>("integers", "+ - * / % & | ^ ~ << >>, conversions, atomics", kResults, run)};
 }
 
-std::vector<ParityRow> CompareOverflow(const Url& kernels) {
+std::vector<ConformanceRow> CompareOverflow(const Url& kernels) {
   constexpr std::size_t kResults = 10;
   constexpr Int32 kLeast = std::numeric_limits<Int32>::min(), kGreatest = std::numeric_limits<Int32>::max();
   constexpr Int32 kEnds[] = {kLeast, kLeast + 1, -1, 0, 1, kGreatest - 1, kGreatest, 0x55555555};
@@ -212,7 +212,7 @@ std::vector<ParityRow> CompareOverflow(const Url& kernels) {
       })};
 }
 
-std::vector<ParityRow> CompareLanguage(const Url& kernels) {
+std::vector<ConformanceRow> CompareLanguage(const Url& kernels) {
   constexpr std::size_t kResults = 8;
   std::vector<Int32> a, b;
   for (const UInt32 word : MakeWords(6, 4096)) a.push_back(static_cast<Int32>(word));
@@ -224,7 +224,7 @@ std::vector<ParityRow> CompareLanguage(const Url& kernels) {
                                 })};
 }
 
-std::vector<ParityRow> CompareDoubles(const Url& kernels) {
+std::vector<ConformanceRow> CompareDoubles(const Url& kernels) {
   constexpr std::size_t kResults = 12;
   std::vector<Float64> a, b;
   // A fraction of 53 bits, sizes up to where numbers are whole, both signs.
@@ -238,13 +238,13 @@ std::vector<ParityRow> CompareDoubles(const Url& kernels) {
   constexpr const char* kWhat = "+ *, floor, ceil, trunc, fract, abs, sign, min, max, clamp, step, sqrt";
   if (GetDrawportShadingLanguage() == kShadingLanguageHlsl)
     return {{kGroup, kWhat, "nothing: HLSL computes them with 32 bits", "not compared", true}};
-  ParityRow row = CompareNumbers<Float64>(kGroup, kWhat, kResults, [&](const Id& programClass) {
+  ConformanceRow row = CompareNumbers<Float64>(kGroup, kWhat, kResults, [&](const Id& programClass) {
     return RunPairs(programClass, kernels, "net.ostra.parity.doubles.krn", a, b, kResults);
   });
   return {AllowRefusal(std::move(row))};
 }
 
-std::vector<ParityRow> CompareLongs(const Url& kernels) {
+std::vector<ConformanceRow> CompareLongs(const Url& kernels) {
   constexpr std::size_t kResults = 10;
   constexpr const char* kGroup = "64-bit integers";
   constexpr const char* kWhat = "+ - * / % & | ^ ~ << >>, comparisons, conversions";
@@ -261,13 +261,13 @@ std::vector<ParityRow> CompareLongs(const Url& kernels) {
     return static_cast<Int64>(UInt64{words[i]} << 32 | words[i + 1]) >> (words[i] % 64);
   };
   for (std::size_t i = 0; i < words.size(); i += 4) a.push_back(make(i)), b.push_back(make(i + 2));
-  ParityRow row = CompareNumbers<Int64>(kGroup, kWhat, kResults, [&](const Id& programClass) {
+  ConformanceRow row = CompareNumbers<Int64>(kGroup, kWhat, kResults, [&](const Id& programClass) {
     return RunPairs(programClass, kernels, "net.ostra.parity.longs.krn", a, b, kResults);
   });
   return {AllowRefusal(std::move(row))};
 }
 
-std::vector<ParityRow> CompareShorts(const Url& kernels) {
+std::vector<ConformanceRow> CompareShorts(const Url& kernels) {
   constexpr std::size_t kResults = 8;
   constexpr const char* kGroup = "8- and 16-bit integers";
   constexpr const char* kWhat = "+ - * / ^ << >> ++ +=, comparisons, conversions, elements";
@@ -280,7 +280,7 @@ std::vector<ParityRow> CompareShorts(const Url& kernels) {
     a.push_back(static_cast<Int16>(word >> 16)), b.push_back(static_cast<Int16>(word));
     bytes.push_back(static_cast<UInt8>(word >> 8));
   }
-  ParityRow row = CompareNumbers<Int16>(kGroup, kWhat, kResults, [&](const Id& programClass) {
+  ConformanceRow row = CompareNumbers<Int16>(kGroup, kWhat, kResults, [&](const Id& programClass) {
     const auto count = static_cast<UInt32>(a.size());
     ProgramRunner runner(programClass, kernels, "net.ostra.parity.shorts.krn");
     runner.SetValue<UInt32>("count", count);
@@ -298,4 +298,4 @@ std::vector<ParityRow> CompareShorts(const Url& kernels) {
   return {AllowRefusal(std::move(row))};
 }
 
-}  // namespace ostra::parity
+}  // namespace ostra::conformance

@@ -5,12 +5,12 @@
 #include <limits>
 #include <random>
 
-#include "apps/ostra/parity/parity_runs.h"
-#include "apps/ostra/parity/program_runner.h"
+#include "conformance/comparisons.h"
+#include "conformance/program_runner.h"
 #include "ostra/math/half_float.h"
 #include "parallelprogram/textures/texture_bind_data.h"
 
-namespace ostra::parity {
+namespace ostra::conformance {
 namespace {
 
 using Pixels = std::vector<Vec4<Float32>>;
@@ -206,10 +206,10 @@ class FilterMeasure {
 
 }  // namespace
 
-std::vector<ParityRow> CompareTextures(int dimensions, Int weightBits, const Url& kernels) {
+std::vector<ConformanceRow> CompareTextures(int dimensions, Int weightBits, const Url& kernels) {
   const std::string axes = " " + std::to_string(dimensions) + "D, F32 and F16, clamp, repeat, black border";
-  ParityRow fetches{kGroup, "FetchTexture" + axes, kSameBits, kSameBits, true};
-  ParityRow samples{
+  ConformanceRow fetches{kGroup, "FetchTexture" + axes, kSameBits, kSameBits, true};
+  ConformanceRow samples{
       kGroup,
       "SampleTexture" + axes,
       FormatFigure(GetAllowedSteps(dimensions)) + " steps of the weights (2^-" + std::to_string(weightBits) + ")",
@@ -224,7 +224,7 @@ std::vector<ParityRow> CompareTextures(int dimensions, Int weightBits, const Url
       const Readings cpu = Read(kCpuProgramClass, picture, places, texels, kernels);
       const Readings gpu = Read(kGpuProgramClass, picture, places, texels, kernels);
       if (!cpu.failure.empty() || !gpu.failure.empty()) {
-        for (ParityRow* row : {&fetches, &samples})
+        for (ConformanceRow* row : {&fetches, &samples})
           *row = MakeFailedRow(kGroup, row->what, row->promised, cpu.failure.empty() ? gpu.failure : cpu.failure);
         return {fetches, samples};
       }
@@ -240,7 +240,7 @@ std::vector<ParityRow> CompareTextures(int dimensions, Int weightBits, const Url
   return {fetches, samples};
 }
 
-std::vector<ParityRow> CompareTexels(const Url& kernels) {
+std::vector<ConformanceRow> CompareTexels(const Url& kernels) {
   constexpr UInt32 kWidth = 37, kHeight = 23;
   constexpr const char* kWhat = "FetchTexture 2D, F32 and U8 of one channel, point";
   Picture numbers = MakePicture(2, TextureFormat::F32, kWrapModes[0]);
@@ -281,4 +281,4 @@ std::vector<ParityRow> CompareTexels(const Url& kernels) {
   return {{kGroup, kWhat, kSameBits, isSame ? kSameBits : "other texels", isSame}};
 }
 
-}  // namespace ostra::parity
+}  // namespace ostra::conformance

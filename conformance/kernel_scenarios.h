@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "apps/ostra/parity/scenario_target.h"
+#include "conformance/scenario_target.h"
 
-namespace ostra::parity {
+namespace ostra::conformance {
 
 struct KernelScenario {
   const char* name;  // of the kernel, in net.ostra.kernels.NAME.krn
@@ -33,4 +33,4 @@ inline constexpr Int32 kWidth = 37, kHeight = 19;
 inline constexpr UInt32 kCount = 1003;
 inline constexpr UInt32 kInner = 23;  // of the product of two matrices
 
-}  // namespace ostra::parity
+}  // namespace ostra::conformance

@@ -1,4 +1,4 @@
-// The operations that the parity suite measures one by one, and how far a device may be from the exact value.
+// The operations that the conformance suite measures one by one, and how far a device may be from the exact value.
 //
 // A unit in the last place is the distance of two neighbouring 32-bit floats at the exact value. What a device is
 // allowed is what Vulkan demands of it; functions that it defines by others inherit their errors.
@@ -9,7 +9,7 @@
 
 #include "ostra/core/types.h"
 
-namespace ostra::parity {
+namespace ostra::conformance {
 
 struct Operands {
   Float32 x = 0, y = 0, z = 0;
@@ -40,4 +40,4 @@ std::span<const OperationGroup> GetOperationGroups();
 // The distance of two neighbouring 32-bit floats at `value`, which is in their normal range.
 Float64 GetLastPlace(Float64 value);
 
-}  // namespace ostra::parity
+}  // namespace ostra::conformance
