@@ -212,6 +212,24 @@ std::vector<ConformanceRow> CompareOverflow(const Url& kernels) {
       })};
 }
 
+std::vector<ConformanceRow> CompareRemainders(const Url& kernels) {
+  constexpr std::size_t kResults = 8;
+  constexpr Int32 kLeast = std::numeric_limits<Int32>::min(), kGreatest = std::numeric_limits<Int32>::max();
+  std::vector<Int32> a, b;
+  for (const Int32 x : {kLeast, kLeast + 1, -64, -1, 0, 1, 64, kGreatest})
+    for (const Int32 y : {kLeast, -65, -64, -3, 1, 3, 64, kGreatest}) a.push_back(x), b.push_back(y);
+  // Of all sizes: dividends and divisors of 1 to 32 bits.
+  const auto append = [](std::vector<Int32>& numbers, UInt32 seed) {
+    const std::vector<UInt32> words = MakeWords(seed, 2 * 4096);
+    for (std::size_t i = 0; i < words.size(); i += 2)
+      numbers.push_back(static_cast<Int32>(words[i]) >> (words[i + 1] % 32));
+  };
+  append(a, 10), append(b, 11);
+  return {CompareNumbers<Int32>("integers", "% of signed numbers", kResults, [&](const Id& programClass) {
+    return RunPairs(programClass, kernels, "net.ostra.parity.remainders.krn", a, b, kResults);
+  })};
+}
+
 std::vector<ConformanceRow> CompareLanguage(const Url& kernels) {
   constexpr std::size_t kResults = 8;
   std::vector<Int32> a, b;

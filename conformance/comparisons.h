@@ -22,6 +22,8 @@ std::vector<ConformanceRow> CompareOperations(const OperationGroup& group, const
 std::vector<ConformanceRow> CompareIntegers(const Url& kernels);
 // One row: signed integers whose results do not fit.
 std::vector<ConformanceRow> CompareOverflow(const Url& kernels);
+// One row: remainders of numbers of either sign.
+std::vector<ConformanceRow> CompareRemainders(const Url& kernels);
 std::vector<ConformanceRow> CompareLanguage(const Url& kernels);
 // One row: functions of Float64. Held with a remark on devices and in languages without them.
 std::vector<ConformanceRow> CompareDoubles(const Url& kernels);

@@ -14,6 +14,7 @@
 #include "parallelprogram/kernelfront/struct_types.h"
 #include "parallelprogram/kernellanguage/group_code.h"
 #include "parallelprogram/kernellanguage/literal.h"
+#include "parallelprogram/kernellanguage/remainders.h"
 
 OSTRA_UNIT("kernelfront");
 
@@ -327,13 +328,14 @@ Result<std::optional<PlainKernel>> KernelReading::MakePlainKernel() const {
       if (!isNeeded || !kernel.notUnderstood) return std::nullopt;
       FailForLanguage(kernel, _switches.isTraced);
     }
-    if (!_switches.isChecked && !_switches.isTraced && kernel.resolved.extensions.empty() &&
-        kernelfront::KeepsLineRules(_state->options, _state->text))
-      return std::nullopt;
+    const Bool isPlain = !_switches.isChecked && !_switches.isTraced && kernel.resolved.extensions.empty() &&
+                         kernelfront::KeepsLineRules(_state->options, _state->text);
+    if (isPlain && kernellanguage::FindOpenRemainders(kernel.tree, kernel.resolved).empty()) return std::nullopt;
     kernellanguage::PlainForm form = kernellanguage::PrintPlainForm(kernel, {.isForGpu = true,
                                                                              .hasReports = !_switches.isSilent,
                                                                              .hasChecks = _switches.isChecked,
                                                                              .isTraced = _switches.isTraced});
+    if (form.refusal && isPlain) return std::nullopt;
     if (form.refusal) FailForRefusal(kernel.sources, *form.refusal);
     return kernelfront::SplitPlainForm(std::move(form), kernel.sources);
   });

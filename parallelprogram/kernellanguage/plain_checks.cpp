@@ -220,10 +220,12 @@ std::string PlainPrinter::CallQuotient(NodeIndex division, const std::string& le
   WriteDivisorCheck(a, b);
   const std::string name =
       Join({isDivide ? "ostra_quotient_of_" : "ostra_remainder_of_", HelperWord(a), "_", HelperWord(b)});
+  const std::string checked = Join({DivisorCheckName(a, b), "(report, site, dividend, divisor)"});
+  const std::string value = IsOpenRemainder(division) ? CallRemainder(a, b, "dividend", checked)
+                                                      : Join({"dividend ", isDivide ? "/ " : "% ", checked});
   if (_helperNames.insert(name).second)
     _helpers += Join({Mark(_place), "inline ", TypeName(result), " ", name, "(INOUT OstraReport report, uint site, ",
-                      TypeName(a), " dividend, ", TypeName(b), " divisor)\n{\n\treturn dividend ",
-                      isDivide ? "/ " : "% ", DivisorCheckName(a, b), "(report, site, dividend, divisor);\n}\n\n"});
+                      TypeName(a), " dividend, ", TypeName(b), " divisor)\n{\n\treturn ", value, ";\n}\n\n"});
   return Join({name, "(ostraState, ", std::to_string(site), "u, ", left, ", ", right, ")"});
 }
 

@@ -174,6 +174,10 @@ std::string PlainPrinter::ValueItself(NodeIndex node, Binding& binding) {
         return mark + ComputeMatrix(operation, _resolved.type[node], left, right);
       if (_options.hasChecks && MayOverflow(node) && !IsSimple(child(0)))
         return mark + CallQuotient(node, Expression(child(0)), Expression(child(1)));
+      if (IsOpenRemainder(node)) {
+        const std::string value = Expression(child(0));
+        return mark + CallRemainder(left.type, right.type, value, CheckDivisor(node, Expression(child(1)), value));
+      }
       binding = Binding::kBinary;
       const std::string value = Operand(child(0), operation, false);
       return Join({value, " ", mark, sign, " ", CheckDivisor(node, Operand(child(1), operation, true), value)});
@@ -182,7 +186,10 @@ std::string PlainPrinter::ValueItself(NodeIndex node, Binding& binding) {
       CheckPlainPlace(child(0));
       binding = Binding::kAssignment;
       const std::string place = Value(child(0), Binding::kUnary);
-      return Join({place, " ", mark, sign, "= ", CheckDivisor(node, Expression(child(1)), place)});
+      const std::string value = CheckDivisor(node, Expression(child(1)), place);
+      if (!IsOpenRemainder(node)) return Join({place, " ", mark, sign, "= ", value});
+      return Join(
+          {place, " ", mark, "= ", CallRemainder(GetDividendType(node), _resolved.converted[child(1)], place, value)});
     }
     case NodeKind::kConditional:
       binding = Binding::kConditional;

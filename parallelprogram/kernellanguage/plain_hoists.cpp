@@ -68,7 +68,8 @@ Bool PlainPrinter::NeedsHoist(NodeIndex node) const {
       const TypeIndex type = _resolved.type[node];
       const Bool isComputed = operation != Operation::kNone;
       // The least number is looked for in the place before.
-      const Bool isWrittenTwice = _options.hasChecks && MayOverflow(node) && !IsSimpleValue(Child(node, 0));
+      const Bool isLookedAt = _options.hasChecks && MayOverflow(node);
+      const Bool isWrittenTwice = (isLookedAt || IsOpenRemainder(node)) && !IsSimpleValue(Child(node, 0));
       return isWrittenTwice || IsPart(Child(node, 0)) || IsStoredSmall(Child(node, 0)) ||
              (isComputed && (_resolved.computed[node] != type || IsMatrix(type)));
     }

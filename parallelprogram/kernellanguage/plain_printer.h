@@ -13,6 +13,7 @@
 #include "parallelprogram/kernellanguage/join.h"
 #include "parallelprogram/kernellanguage/literal.h"
 #include "parallelprogram/kernellanguage/plain_form.h"
+#include "parallelprogram/kernellanguage/remainders.h"
 
 namespace ostra::kernellanguage {
 
@@ -31,7 +32,9 @@ class PlainPrinter {
         _tree(kernel.tree),
         _resolved(kernel.resolved),
         _types(kernel.resolved.types),
-        _options(options) {}
+        _options(options) {
+    if (_options.isForGpu) _openRemainders = FindOpenRemainders(_tree, _resolved);
+  }
 
   PlainForm Print();
 
@@ -178,6 +181,11 @@ class PlainPrinter {
   std::string CutInteger(const std::string& value, Scalar from, Scalar to) const;
   std::string StoredText(NodeIndex place, const std::string& value) const;
 
+  // plain_remainders.cpp: % as C++ computes it.
+  Bool IsOpenRemainder(NodeIndex node) const { return _openRemainders.contains(node); }
+  Bool HasOpenRemainder(NodeIndex node) const;
+  std::string CallRemainder(TypeIndex left, TypeIndex right, const std::string& dividend, const std::string& divisor);
+
   // plain_bools.cpp
   Bool IsBoolVector(TypeIndex type) const;
   std::string BoolsOf(const std::string& numbers, NodeIndex node) const;
@@ -319,6 +327,7 @@ class PlainPrinter {
   std::set<NodeIndex> _printingFunctions, _failingFunctions, _reportingFunctions;
   std::map<NodeIndex, std::size_t> _checkSites;
   std::set<NodeIndex> _unorderedCalls;  // that record
+  std::set<NodeIndex> _openRemainders;  // of kernels for GPUs
   NodeIndex _function = kNoNode;        // that is being written; none: the kernel
   Bool _isReporting = false, _hasFailures = false, _isInKernel = false;
   std::string _sites;  // lines of the table

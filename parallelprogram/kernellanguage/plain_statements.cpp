@@ -140,9 +140,12 @@ std::string PlainPrinter::ChangeSwizzle(NodeIndex assignment) {
   for (UInt32 i = 0; i < _types[type].count; ++i) {
     const std::string component = Join({place, ".", GetComponentName(GetSwizzleComponent(meaning.number, i))});
     const std::string part = isScalar ? name : Join({name, ".", GetComponentName(i)});
-    const std::string changed = sign.empty() ? part : Join({component, " ", sign, " ", part});
     // Components of bool vectors are ints already.
     const Scalar computed = _types[_resolved.converted[value]].scalar;
+    const TypeIndex number = GetScalarType(computed);
+    const std::string changed = sign.empty()                  ? part
+                                : IsOpenRemainder(assignment) ? CallRemainder(number, number, component, part)
+                                                              : Join({component, " ", sign, " ", part});
     const Bool isStored = !isScalar && IsBoolVector(_resolved.converted[value]);
     Line({MarkOf(assignment), component, " = ",
           isStored ? changed : StoredComponent(changed, computed, _types[type].scalar), ";"});
@@ -238,8 +241,10 @@ std::string PlainPrinter::ChangePlace(NodeIndex assignment) {
     const Bool isOfScalars = _types.IsScalar(type) && _types.IsScalar(computed);
     if (computed != type && !isOfScalars) Refuse(assignment, "this change of a vector by numbers of another type");
     const std::string left = computed == type ? place : Join({TypeName(computed), "(", place, ")"});
-    const std::string sum = Join(
-        {left, " ", GetSpelling(operation), " ", CheckDivisor(assignment, Expression(value, Binding::kUnary), left)});
+    const std::string by = CheckDivisor(assignment, Expression(value, Binding::kUnary), left);
+    const std::string sum = IsOpenRemainder(assignment)
+                                ? CallRemainder(GetDividendType(assignment), right.type, left, by)
+                                : Join({left, " ", GetSpelling(operation), " ", by});
     changed = isOfScalars        ? ConvertScalar(sum, _types[computed].scalar, _types[type].scalar)
               : computed == type ? sum
                                  : Join({TypeName(type), "(", sum, ")"});
@@ -365,6 +370,7 @@ void PlainPrinter::Statement(NodeIndex node) {
       return PrintRecordsOf(child(0));
     }
     case NodeKind::kCase:
+      if (HasOpenRemainder(child(0))) return Refuse(child(0), "a remainder of a negative number behind \"case\"");
       return Line({MarkOf(node), "case ", Expression(child(0)), ":"});
     case NodeKind::kDefault:
       return Line({MarkOf(node), "default:"});

@@ -6,6 +6,7 @@
 #include "kernel_source_files.h"
 #include "kernel_text.h"
 #include "parallelprogram/kernellanguage/print_tree.h"
+#include "parallelprogram/kernellanguage/remainders.h"
 
 namespace ostra::kernellanguage {
 namespace {
@@ -85,6 +86,59 @@ TEST(PlainFormTest, ColumnsHaveNamesOnTheCpuAndNumbersOnGpus) {
   EXPECT_EQ(PlainBody("vec3 a = UNIFORM(m)[1];", {}, true), "vec3 a = UNIFORM(m)[1];");
   EXPECT_EQ(PlainBody("mat3 a = UNIFORM(m); a[1] *= 2; ++a[2].x;"), "mat3 a = UNIFORM(m); a.v1 *= 2.0; ++a.v2.x;");
   EXPECT_EQ(PlainBody("vec3 a = UNIFORM(m).v1;", {}, true), "vec3 a = UNIFORM(m)[1];");
+}
+
+TEST(PlainFormTest, RemaindersThatMayBeNegativeAreMadeOfQuotientsOnGpus) {
+  constexpr std::string_view kNumber = "int k = int(UNIFORM(n)); ";
+  const auto remainder = [&](const std::string& body) {
+    const std::string text = PlainBody(std::string(kNumber) + body, {}, true);
+    EXPECT_TRUE(text.starts_with(kNumber)) << text;
+    return text.substr(kNumber.size());
+  };
+  EXPECT_EQ(remainder("int a = 2 * (k % 3);"), "int a = 2 * (ostra_remainder_int(k, 3));");
+  EXPECT_EQ(remainder("int a = 5 % k;"), "int a = ostra_remainder_int(5, k);");
+  EXPECT_EQ(remainder("k %= 5;"), "k = ostra_remainder_int(k, 5);");
+  EXPECT_EQ(remainder("int2 a = int2(k, 1); a %= 3; a.yx %= int2(3, 4);"),
+            "int2 a = int2(k, 1); a = ostra_remainder_int2_int(a, 3); { const int2 ostraValue1 = int2(3, 4); "
+            "a.y = ostra_remainder_int(a.y, ostraValue1.x); a.x = ostra_remainder_int(a.x, ostraValue1.y); }");
+  EXPECT_EQ(remainder("int a[4]; a[k & 3] %= 5;"),
+            "int a[4]; { const int ostraIndex1 = k & 3; a[ostraIndex1] = ostra_remainder_int(a[ostraIndex1], 5); }");
+  EXPECT_EQ(PlainBody("int a = int(UNIFORM(n)) % 3;"), "int a = int(UNIFORM(n)) % 3;");
+  const AnalyzedKernel kernel = AnalyzeBody("int k = int(UNIFORM(n)) % 3;");
+  EXPECT_NE(PrintPlain(kernel, true)
+                .text.find("inline int ostra_remainder_int(int v0, int v1)\n{\n"
+                           "\treturn v0 - (v0 / v1) * v1;\n}\n"),
+            std::string::npos);
+}
+
+// The remainders of such a body that are helped.
+std::size_t CountOpenRemainders(std::string_view body) {
+  const AnalyzedKernel kernel = AnalyzeBody(body);
+  EXPECT_TRUE(kernel.IsUnderstood()) << ListErrors(kernel);
+  return FindOpenRemainders(kernel.tree, kernel.resolved).size();
+}
+
+TEST(PlainFormTest, RemaindersOfWhatIsVisiblyNotNegativeStay) {
+  EXPECT_EQ(CountOpenRemainders("uint a = UNIFORM(n) % 3u; int b = 7 % 4;"), 0u);
+  EXPECT_EQ(CountOpenRemainders("for (int k = 0; k < 99; ++k) { int a = k % 3; }"), 0u);
+  EXPECT_EQ(CountOpenRemainders("int end = int(UNIFORM(n)); for (int k = 0; k < end; k++) { int a = k % 3; }"), 0u);
+  EXPECT_EQ(
+      CountOpenRemainders("for (int k = int(InLocalInvocationID.x) * 16; k < 99; k = k + 256) { int a = k % 3; }"), 0u);
+  EXPECT_EQ(CountOpenRemainders("int a = (int(UNIFORM(n)) & 15) % 3; int b = (a / 2 + 1) % 5; int c = b % a;"), 0u);
+  EXPECT_EQ(CountOpenRemainders("const int size = 8; int a = int(UNIFORM(n) & 255u) % size;"), 0u);
+}
+
+TEST(PlainFormTest, RemaindersOfWhatMayBecomeNegativeAreHelped) {
+  EXPECT_EQ(CountOpenRemainders("int a = -5 % 3; int b = 5 % -3;"), 2u);
+  EXPECT_EQ(CountOpenRemainders("int a = int(UNIFORM(n)) % 3; int b = int(InGlobalInvocationID.x) % 3;"), 2u);
+  EXPECT_EQ(CountOpenRemainders("int a = 7; a -= 9; int b = a % 3;"), 1u);
+  EXPECT_EQ(CountOpenRemainders("for (int k = 0; k < 9; ++k) { int a = k % 3; k -= 2; }"), 1u);
+  EXPECT_EQ(CountOpenRemainders("for (int k = -3; k < 9; ++k) { int a = k % 3; }"), 1u);
+  EXPECT_EQ(CountOpenRemainders("for (int k = 9; k >= -3; --k) { int a = k % 3; }"), 1u);
+  EXPECT_EQ(CountOpenRemainders("for (int k = 0; k < 2147483647; k += 7) { int a = k % 3; }"), 1u);
+  EXPECT_EQ(CountOpenRemainders("for (Int8 k = 0; k < 300; ++k) { int a = k % 3; }"), 1u);
+  EXPECT_EQ(CountOpenRemainders("int a = 2147483647; int b = (a + 1) % 3; int c = (a * 2) % 3;"), 2u);
+  EXPECT_EQ(CountOpenRemainders("int a = 7; int b = (a - 9) % 3; int2 c = int2(7, 8) % 3;"), 2u);
 }
 
 TEST(PlainFormTest, VectorsOfBoolsAreNumbers) {

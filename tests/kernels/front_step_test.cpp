@@ -222,6 +222,22 @@ TEST(KernelReadingTest, GivesWhatTheFunctionsGiveAndAsksForEachHeaderOnce) {
   EXPECT_EQ(count, 1);
 }
 
+TEST(PlainKernelTest, ARemainderThatMayBeNegativeIsWrittenAnewInAPlainKernel) {
+  const auto make = [](std::string_view operand) {
+    const std::string text =
+        "#define KERNELINPUTS \\\n(Block<Int32>) values\n\nOSTRA_PARALLEL_KERNEL(K, KERNELINPUTS)\n{\n"
+        "\tuint i = LinearInvocation();\n\tUNIFORM_BUFFER(values)[i] = " +
+        std::string(operand) + " % 3;\n}\nOSTRA_PARALLEL_KERNEL_END\n";
+    return MakePlainKernel({.fileName = "k.krn", .classId = "k.krn"}, text);
+  };
+  const auto open = make("UNIFORM_BUFFER(values)[i]"), certain = make("int(InLocalInvocationID.x)");
+  ASSERT_THAT(open, IsOk());
+  ASSERT_TRUE(*open);
+  EXPECT_NE((*open)->text.find("= ostra_remainder_int(UNIFORM_BUFFER(values)[i], 3);"), std::string::npos);
+  ASSERT_THAT(certain, IsOk());
+  EXPECT_FALSE(*certain);
+}
+
 TEST_F(FrontStepTextTest, TablesNameTheirClassesInOrder) {
   auto table = GenerateKernelTable("my_app", {"net.example.b.krn", "net.example.a-1.krn"});
   ASSERT_THAT(table, IsOk());

@@ -1,0 +1,72 @@
+// Bodies of a few lines whose numbers are those of C++, on the CPU and on the GPU, with checks and without.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "tests/support/temporary_folder.h"
+#include "tests/tool/tool_process.h"
+
+namespace ostra {
+namespace {
+
+struct Way {
+  const char* name;
+  std::vector<std::string> options;
+};
+
+class RunLanguageTest : public testing::TestWithParam<Way> {
+ protected:
+  // The elements of `out`, which one invocation writes: int, five of them. `two` is 2, `flags` is true, false, true.
+  std::string Run(const std::string& body, const std::string& before = "") {
+    _folder.Write("net.example.body.krn",
+                  "#define KERNELINPUTS \\\n(Int32) two, \\\n(bvec3) flags, \\\n(Block<Int32>) out\n\n" + before +
+                      "OSTRA_PARALLEL_KERNEL(Body, KERNELINPUTS)\n{\n" + body + "\n}\nOSTRA_PARALLEL_KERNEL_END\n");
+    std::vector<std::string> arguments = {"run",    _folder / "net.example.body.krn",
+                                          "--in",   "out=zeros:5",
+                                          "--out",  "out=" + _folder / "out.csv",
+                                          "--size", "1",
+                                          "--set",  "two=2",
+                                          "--set",  "flags=1,0,1"};
+    arguments.insert(arguments.end(), GetParam().options.begin(), GetParam().options.end());
+    const ToolResult result = RunTool(arguments);
+    if (result.errors.find("--backend cpu runs the kernel without one") != std::string::npos) return "no device";
+    EXPECT_EQ(result.exitStatus, 0) << result.errors << body;
+    std::string numbers = _folder.Read("out.csv");
+    for (char& c : numbers) c = c == '\n' ? ' ' : c;
+    return numbers;
+  }
+
+  TemporaryFolder _folder;
+};
+
+#define EXPECT_NUMBERS(numbers, ...)                                                     \
+  do {                                                                                   \
+    const std::string given = Run(__VA_ARGS__);                                          \
+    if (given == "no device") GTEST_SKIP() << "There is no GPU device on this machine."; \
+    EXPECT_EQ(given, numbers);                                                           \
+  } while (false)
+
+TEST_P(RunLanguageTest, RemaindersHaveTheSignOfTheDividend) {
+  EXPECT_NUMBERS("-2 2 -1 -63 3 ", R"(
+	int k = UNIFORM(two) - 7;
+	UNIFORM_BUFFER(out)[0] = k % 3;
+	UNIFORM_BUFFER(out)[1] = 5 % (UNIFORM(two) - 5);
+	k %= 4;
+	UNIFORM_BUFFER(out)[2] = k;
+	UNIFORM_BUFFER(out)[3] = -127;
+	UNIFORM_BUFFER(out)[UNIFORM(two) + 1] %= 64;
+	ivec2 v = ivec2(-7, 7);
+	v.yx %= ivec2(4, UNIFORM(two) - 6);
+	UNIFORM_BUFFER(out)[4] = v.y + (v.x == -3 ? 0 : 100);)");
+}
+
+INSTANTIATE_TEST_SUITE_P(Ways, RunLanguageTest,
+                         testing::Values(Way{"Cpu", {"--backend", "cpu"}},
+                                         Way{"CpuWithChecks", {"--backend", "cpu", "--checked"}},
+                                         Way{"Gpu", {"--backend", "gpu"}},
+                                         Way{"GpuWithChecks", {"--backend", "gpu", "--checked"}}),
+                         [](const auto& parameter) { return std::string(parameter.param.name); });
+
+}  // namespace
+}  // namespace ostra
