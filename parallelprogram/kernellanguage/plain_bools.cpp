@@ -36,6 +36,22 @@ std::string PlainPrinter::BoolsOf(const std::string& numbers, NodeIndex node) co
   return Join({_types.GetName(type), "(", JoinList(components), ")"});
 }
 
+// b.x, b[1] and b[k]: whether the number is not 0.
+std::string PlainPrinter::BoolComponent(NodeIndex node) {
+  const NodeIndex whole = Child(node, 0);
+  const std::string numbers = KindOf(whole) == NodeKind::kUniform && !_hoisted.contains(whole)
+                                  ? Join({"UNIFORM(", _tree.GetName(whole), ")"})
+                                  : Expression(whole, Binding::kPostfix);
+  std::string part;
+  if (KindOf(node) == NodeKind::kMemberOf)
+    part = MemberText(node);
+  else if (const auto number = FindNumber(Child(node, 1)); number.value_or(4) < 4)
+    part = Join({".", GetComponentName(*number)});
+  else
+    part = Join({"[", CheckIndex(node, Expression(Child(node, 1), Binding::kComma)), "]"});
+  return Join({"(", numbers, MarkOf(node), part, " != 0)"});
+}
+
 // lessThan and its relatives, any, all and not.
 std::string PlainPrinter::CallOfBools(NodeIndex node) {
   const WordId word = _resolved.meaning[node].word;

@@ -203,13 +203,10 @@ std::string PlainPrinter::ValueItself(NodeIndex node, Binding& binding) {
       return mark + Construct(node, 1);
     case NodeKind::kMemberOf:
       if (meaning.kind == MeaningKind::kSwizzle) return mark + Swizzle(node);
-      if (meaning.kind == MeaningKind::kComponent && KindOf(child(0)) == NodeKind::kUniform &&
-          IsBoolVector(_resolved.type[child(0)]))
-        return Join({"(UNIFORM(", _tree.GetName(child(0)), ")", mark, MemberText(node), " != 0)"});
-      if (meaning.kind == MeaningKind::kComponent && IsBoolVector(_resolved.type[child(0)]))
-        return Join({"(", Expression(child(0), Binding::kPostfix), mark, MemberText(node), " != 0)"});
+      if (IsBoolComponent(node)) return BoolComponent(node);
       return Join({Expression(child(0), Binding::kPostfix), mark, MemberText(node)});
     case NodeKind::kIndex:
+      if (IsBoolComponent(node)) return BoolComponent(node);
       if (IsMatrix(_resolved.converted[child(0)])) return mark + Column(node);
       if (_types.IsVector(_resolved.converted[child(0)]) && FindNumber(child(1)).value_or(4) < 4)
         return Join({Expression(child(0), Binding::kPostfix), mark, ".", GetComponentName(*FindNumber(child(1)))});

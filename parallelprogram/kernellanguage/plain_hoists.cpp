@@ -34,8 +34,9 @@ Bool IsUnordered(NodeKind kind, Operation operation) {
 }  // namespace
 
 Bool PlainPrinter::IsBoolComponent(NodeIndex place) const {
-  return KindOf(place) == NodeKind::kMemberOf && _resolved.meaning[place].kind == MeaningKind::kComponent &&
-         IsBoolVector(_resolved.type[Child(place, 0)]);
+  const Bool isPart = KindOf(place) == NodeKind::kIndex || (KindOf(place) == NodeKind::kMemberOf &&
+                                                            _resolved.meaning[place].kind == MeaningKind::kComponent);
+  return isPart && IsBoolVector(_resolved.type[Child(place, 0)]);
 }
 
 // Whether the place has no plain name that can be assigned to.

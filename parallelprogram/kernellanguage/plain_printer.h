@@ -188,6 +188,7 @@ class PlainPrinter {
 
   // plain_bools.cpp
   Bool IsBoolVector(TypeIndex type) const;
+  std::string BoolComponent(NodeIndex node);
   std::string BoolsOf(const std::string& numbers, NodeIndex node) const;
   std::string CallOfBools(NodeIndex node);
 

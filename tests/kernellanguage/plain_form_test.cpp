@@ -146,6 +146,22 @@ TEST(PlainFormTest, VectorsOfBoolsAreNumbers) {
             "int2 b = int2(int(true), int(UNIFORM(f) > 1.0)); if ((b.y != 0)) { return; }");
 }
 
+TEST(PlainFormTest, ComponentsOfBoolsHaveIndicesToo) {
+  constexpr std::string_view kBools = "bvec2 b = bvec2(true, false); int2 b2 = int2(0, 1); ";
+  const std::string before = "int2 b = int2(int(true), int(false)); int2 b2 = int2(0, 1); ";
+  const auto body = [&](const std::string& text) {
+    const std::string plain = PlainBody(std::string(kBools) + text, {}, true);
+    EXPECT_TRUE(plain.starts_with(before)) << plain;
+    return plain.substr(before.size());
+  };
+  EXPECT_EQ(body("if (!b[1] && b2[1] > 0) return;"), "if (!(b.y != 0) && b2.y > 0) { return; }");
+  EXPECT_EQ(body("bool c = b[b2.x];"), "bool c = (b[b2.x] != 0);");
+  EXPECT_EQ(body("b[1] = b2.x > 3;"), "{ b[1] = int(b2.x > 3); }");
+  EXPECT_EQ(body("b[b2.x] = b[0];"), "{ b[b2.x] = int((b.x != 0)); }");
+  EXPECT_EQ(body("bvec2 c[2]; c[1][b2.x] = true; bool d = c[0][1];"),
+            "int2 c[2]; { c[1][b2.x] = int(true); } bool d = (c[0].y != 0);");
+}
+
 TEST(PlainFormTest, ParametersOfBoolsAreNumbersToo) {
   const AnalyzedKernel kernel = AnalyzeText(
       "#define KERNELINPUTS \\\n(bvec2) b, \\\n(Block<Float32>) target\n\nOSTRA_PARALLEL_KERNEL(K, KERNELINPUTS)\n{\n"

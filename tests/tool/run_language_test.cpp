@@ -17,11 +17,12 @@ struct Way {
 
 class RunLanguageTest : public testing::TestWithParam<Way> {
  protected:
-  // The elements of `out`, which one invocation writes: int, five of them. `two` is 2, `flags` is true, false, true.
+  // The elements of `out`, which one invocation writes: five of type int. `two` is 2, `flags` is true, false, true.
   std::string Run(const std::string& body, const std::string& before = "") {
     _folder.Write("net.example.body.krn",
                   "#define KERNELINPUTS \\\n(Int32) two, \\\n(bvec3) flags, \\\n(Block<Int32>) out\n\n" + before +
-                      "OSTRA_PARALLEL_KERNEL(Body, KERNELINPUTS)\n{\n" + body + "\n}\nOSTRA_PARALLEL_KERNEL_END\n");
+                      "OSTRA_PARALLEL_KERNEL(Body, KERNELINPUTS)\n{\n\tif (LinearInvocation() > 0u) return;\n" + body +
+                      "\n}\nOSTRA_PARALLEL_KERNEL_END\n");
     std::vector<std::string> arguments = {"run",    _folder / "net.example.body.krn",
                                           "--in",   "out=zeros:5",
                                           "--out",  "out=" + _folder / "out.csv",
@@ -59,6 +60,23 @@ TEST_P(RunLanguageTest, RemaindersHaveTheSignOfTheDividend) {
 	ivec2 v = ivec2(-7, 7);
 	v.yx %= ivec2(4, UNIFORM(two) - 6);
 	UNIFORM_BUFFER(out)[4] = v.y + (v.x == -3 ? 0 : 100);)");
+}
+
+TEST_P(RunLanguageTest, ComponentsOfBoolVectorsHaveIndices) {
+  EXPECT_NUMBERS("101 5 0 110 1 ", R"(
+	int k = UNIFORM(two);
+	UNIFORM_BUFFER(out)[0] = (UNIFORM(flags)[0] ? 1 : 0) + (UNIFORM(flags)[k - 1] ? 10 : 0) + (UNIFORM(flags)[k] ? 100 : 0);
+	bvec3 b = UNIFORM(flags);
+	bvec4 all = bvec4(false);
+	for (int i = 0; i < 3; ++i) UNIFORM_BUFFER(out)[1] += b[i] ? 1 << i : 0;
+	b[0] = !b[0];
+	b[k] = b[1];
+	UNIFORM_BUFFER(out)[2] = any(b) ? 1 : 0;
+	Turn(all[k]);
+	Turn(all[1]);
+	UNIFORM_BUFFER(out)[3] = (all[0] ? 1 : 0) + (all[1] ? 10 : 0) + (all[2] ? 100 : 0) + (all.w ? 1000 : 0);
+	UNIFORM_BUFFER(out)[4] = (all[k--] = false) || !all[k] ? 0 : 1;)",
+                 "inline void Turn(inout bool flag)\n{\n\tflag = !flag;\n}\n\n");
 }
 
 INSTANTIATE_TEST_SUITE_P(Ways, RunLanguageTest,
