@@ -316,4 +316,36 @@ std::vector<ConformanceRow> CompareShorts(const Url& kernels) {
   return {AllowRefusal(std::move(row))};
 }
 
+std::vector<ConformanceRow> CompareHalves(const Url& kernels) {
+  constexpr std::size_t kResults = 12;
+  constexpr const char* kGroup = "half floats";
+  constexpr const char* kWhat = "vectors: + - * ++ += max clamp floor lessThan, swizzles, conversions";
+  if (GetDrawportShadingLanguage() == kShadingLanguageHlsl)
+    return {{kGroup, kWhat, "nothing: HLSL needs shader model 6.2", "not compared", true}};
+  // From 1/8 to 16 with both signs: no result below the normal range.
+  const auto make = [](UInt32 word) {
+    return HalfFloat::FromBits(static_cast<UInt16>((word & 0x8000u) | (0x3000u + (word >> 16) % 0x1c00u)));
+  };
+  constexpr UInt32 kVectors = 1025;
+  const std::vector<UInt32> words = MakeWords(10, 8 * kVectors);
+  std::vector<Vec4<HalfFloat>> a, b;
+  for (std::size_t i = 0; i < words.size(); i += 8) {
+    a.emplace_back(make(words[i]), make(words[i + 1]), make(words[i + 2]), make(words[i + 3]));
+    b.emplace_back(make(words[i + 4]), make(words[i + 5]), make(words[i + 6]), make(words[i + 7]));
+  }
+  return {CompareNumbers<UInt16>(kGroup, kWhat, kResults, [&](const Id& programClass) {
+    ProgramRunner runner(programClass, kernels, "net.ostra.parity.halves.krn");
+    runner.SetValue<UInt32>("count", kVectors);
+    runner.SetValue("gain", Vec4<HalfFloat>(Vec4<Float32>(0.3f, -2, 7, 0.01f)));
+    runner.SetValue("bias", Vec3<HalfFloat>(Vec3<Float32>(0.1f, 100, -3)));
+    runner.SetValue("offset", Vec2<HalfFloat>(Vec2<Float32>(5, 0.7f)));
+    runner.SetBuffer("a", a);
+    runner.SetBuffer("b", b);
+    runner.SetBuffer("results", std::vector<Vec4<HalfFloat>>(a.size() * 3));
+    runner.Run({kVectors, 1, 1});
+    std::vector<UInt16> bits = runner.Read<UInt16>("results");
+    return NumberRun<UInt16>{std::move(bits), runner.GetFailure()};
+  })};
+}
+
 }  // namespace ostra::conformance

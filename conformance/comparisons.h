@@ -31,6 +31,8 @@ std::vector<ConformanceRow> CompareDoubles(const Url& kernels);
 std::vector<ConformanceRow> CompareLongs(const Url& kernels);
 // The same for those of 8 and 16 bits.
 std::vector<ConformanceRow> CompareShorts(const Url& kernels);
+// Vectors of half floats; the results are compared as bits.
+std::vector<ConformanceRow> CompareHalves(const Url& kernels);
 
 // One row for all modes, and one for noises whose number is computed.
 std::vector<ConformanceRow> CompareNoises(const Url& kernels);

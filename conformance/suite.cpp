@@ -56,6 +56,7 @@ std::vector<ConformanceCase> GetConformanceCases() {
   cases.push_back({"Remainders", [](const ConformanceSetting& setting) { return CompareRemainders(setting.kernels); }});
   cases.push_back({"Doubles", [](const ConformanceSetting& setting) { return CompareDoubles(setting.kernels); }});
   cases.push_back({"Longs", [](const ConformanceSetting& setting) { return CompareLongs(setting.kernels); }});
+  cases.push_back({"Halves", [](const ConformanceSetting& setting) { return CompareHalves(setting.kernels); }});
   cases.push_back({"Shorts", [](const ConformanceSetting& setting) { return CompareShorts(setting.kernels); }});
   cases.push_back({"Noises", [](const ConformanceSetting& setting) { return CompareNoises(setting.kernels); }});
   for (const int dimensions : {1, 2, 3})

@@ -40,6 +40,11 @@ Result<void> SetParameterValue(const ParameterTarget& target, DrawportParameterH
   if (const auto* value = data.GetIf<Vec2<Float32>>()) return factory.SetParameterFloat2(values, handle, *value);
   if (const auto* value = data.GetIf<Vec3<Float32>>()) return factory.SetParameterVector(values, handle, *value);
   if (const auto* value = data.GetIf<Vec4<Float32>>()) return factory.SetParameterVector(values, handle, *value);
+  if (const auto* value = data.GetIf<Vec2<HalfFloat>>())
+    return factory.SetParameterFloat2(values, handle, Vector2d32(Float32(value->x), Float32(value->y)));
+  if (const auto* value = data.GetIf<Vec3<HalfFloat>>())
+    return factory.SetParameterVector(values, handle,
+                                      Vector32(Float32(value->x), Float32(value->y), Float32(value->z)));
   if (const auto* value = data.GetIf<Vec4<HalfFloat>>())
     return factory.SetParameterVector(
         values, handle, Vector4d32(Float32(value->x), Float32(value->y), Float32(value->z), Float32(value->w)));

@@ -82,6 +82,7 @@ std::string PlainPrinter::Literal(NodeIndex node, TypeIndex wanted) const {
   if (type == wanted || !_types.IsScalar(wanted) || !ParseLiteral(text, value)) return std::string(text);
   if (IsInteger(value.scalar) && GetSize(value.scalar) == 8)
     return Join({_types.GetName(wanted), "(", WideLiteral(value), ")"});
+  if (wanted == kHalfType) return Join({"half(", Literal(node, kFloatType), ")"});
   if (IsInteger(value.scalar) && value.scalar != Scalar::kBool && value.integer < (UInt64{1} << 24)) {
     if (wanted == kFloatType) return std::to_string(value.integer) + ".0";
     if (wanted == kUIntType) return std::to_string(value.integer) + "u";

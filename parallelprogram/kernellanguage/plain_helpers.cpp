@@ -64,6 +64,10 @@ std::string PlainPrinter::CallHelper(const std::string& name, TypeIndex result,
 }
 
 std::string PlainPrinter::ConvertScalar(const std::string& value, Scalar from, Scalar to) {
+  // As C++ converts a half: by way of a float. Not every language has another way.
+  const Bool hasHalf = (from == Scalar::kHalf) != (to == Scalar::kHalf);
+  if (hasHalf && from != Scalar::kFloat32 && to != Scalar::kFloat32)
+    return ConvertScalar(Join({"float(", value, ")"}), Scalar::kFloat32, to);
   if (from != to && IsSmall(GetScalarType(to))) return CutInteger(value, from, to);
   return from == to ? value : Join({TypeName(GetScalarType(to)), "(", value, ")"});
 }
@@ -72,6 +76,17 @@ std::string PlainPrinter::ConvertScalar(const std::string& value, Scalar from, S
 std::string PlainPrinter::StoredComponent(const std::string& value, Scalar from, Scalar to) {
   return to == Scalar::kBool ? ConvertScalar(ConvertScalar(value, from, to), to, Scalar::kInt32)
                              : ConvertScalar(value, from, to);
+}
+
+// A number as another number, or a vector as one of other numbers.
+std::string PlainPrinter::ConvertText(const std::string& value, TypeIndex from, TypeIndex to) {
+  if (from == to) return value;
+  if (_types.IsScalar(from)) return ConvertScalar(value, _types[from].scalar, _types[to].scalar);
+  std::vector<std::string> components = Components("v0", from);
+  for (std::string& component : components)
+    component = StoredComponent(component, _types[from].scalar, _types[to].scalar);
+  return CallHelper(Join({"ostra_", HelperWord(to), "_of_", HelperWord(from)}), to, {from},
+                    Join({"\treturn ", TypeName(to), "(", JoinList(components), ");\n"}), {value});
 }
 
 std::string PlainPrinter::PartText(const Part& part, Binding lowest) {

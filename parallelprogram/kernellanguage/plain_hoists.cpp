@@ -64,7 +64,8 @@ Bool PlainPrinter::NeedsHoist(NodeIndex node) const {
   switch (KindOf(node)) {
     case NodeKind::kUnary:
     case NodeKind::kPostfix:
-      return IsStep(operation) && (IsPart(Child(node, 0)) || IsSmall(_resolved.type[Child(node, 0)]));
+      return IsStep(operation) && (IsPart(Child(node, 0)) || IsSmall(_resolved.type[Child(node, 0)]) ||
+                                   _types[_resolved.type[Child(node, 0)]].scalar == Scalar::kHalf);
     case NodeKind::kAssign: {
       const TypeIndex type = _resolved.type[node];
       const Bool isComputed = operation != Operation::kNone;
@@ -261,18 +262,22 @@ void PlainPrinter::ChangeByOne(NodeIndex node, Bool isValueUsed) {
   const Bool isSwizzle = meaning.kind == MeaningKind::kSwizzle;
   const std::string place = Place(isSwizzle ? Child(target, 0) : target);
   const Scalar scalar = _types[type].scalar;
+  const Bool isHalf = scalar == Scalar::kHalf;
   const std::string_view sign = _tree.nodes[node].operation == Operation::kIncrement ? " + " : " - ";
-  const std::string one = scalar == Scalar::kFloat32  ? "1.0"
-                          : scalar == Scalar::kInt32  ? "1"
-                          : scalar == Scalar::kUInt32 ? "1u"
-                          : IsSmall(type)             ? "1"
-                                                      : Join({TypeName(GetScalarType(scalar)), "(1)"});
+  const std::string one = isHalf || scalar == Scalar::kFloat32 ? "1.0"
+                          : scalar == Scalar::kInt32           ? "1"
+                          : scalar == Scalar::kUInt32          ? "1u"
+                          : IsSmall(type)                      ? "1"
+                                                               : Join({TypeName(GetScalarType(scalar)), "(1)"});
   const Bool isBefore = KindOf(node) == NodeKind::kPostfix;
   if (isValueUsed && isBefore) KeepValue(node, type, PartOf(place, target));
   const auto change = [&](const std::string& part) {
-    const std::string changed = Join({PartOf(part, target), sign, one});
-    Line({MarkOf(node), part, " = ",
-          IsSmall(type) ? StoredText(target, CutInteger(changed, scalar, scalar)) : Join({part, sign, one}), ";"});
+    const TypeIndex own = isSwizzle ? GetScalarType(scalar) : type;
+    const TypeIndex computed = isHalf ? GetVectorType(Scalar::kFloat32, _types[own].count) : own;
+    const std::string changed =
+        IsSmall(type) ? StoredText(target, CutInteger(Join({PartOf(part, target), sign, one}), scalar, scalar))
+                      : ConvertText(Join({ConvertText(part, own, computed), sign, one}), computed, own);
+    Line({MarkOf(node), part, " = ", changed, ";"});
   };
   if (!isSwizzle) change(place);
   for (UInt32 i = 0; isSwizzle && i < GetSwizzleCount(meaning.number); ++i)

@@ -148,6 +148,7 @@ class PlainPrinter {
   Bool IsSimpleValue(NodeIndex node) const;  // of its own type
   std::string Convert(NodeIndex node);
   std::string ConvertScalar(const std::string& value, Scalar from, Scalar to);
+  std::string ConvertText(const std::string& value, TypeIndex from, TypeIndex to);
   std::string ConstructVector(TypeIndex type, const std::vector<Part>& parts);
   std::string Swizzle(NodeIndex node);
   std::string PartText(const Part& part, Binding lowest);

@@ -143,9 +143,10 @@ std::string PlainPrinter::ChangeSwizzle(NodeIndex assignment) {
     // Components of bool vectors are ints already.
     const Scalar computed = _types[_resolved.converted[value]].scalar;
     const TypeIndex number = GetScalarType(computed);
+    const std::string before = _types[type].scalar == Scalar::kHalf ? Join({"float(", component, ")"}) : component;
     const std::string changed = sign.empty()                  ? part
                                 : IsOpenRemainder(assignment) ? CallRemainder(number, number, component, part)
-                                                              : Join({component, " ", sign, " ", part});
+                                                              : Join({before, " ", sign, " ", part});
     const Bool isStored = !isScalar && IsBoolVector(_resolved.converted[value]);
     Line({MarkOf(assignment), component, " = ",
           isStored ? changed : StoredComponent(changed, computed, _types[type].scalar), ";"});
@@ -238,16 +239,12 @@ std::string PlainPrinter::ChangePlace(NodeIndex assignment) {
   } else if (operation != Operation::kNone && IsMatrix(type) && _types[type].count != 2) {
     changed = ComputeMatrix(operation, type, {target, type}, right);
   } else if (operation != Operation::kNone) {
-    const Bool isOfScalars = _types.IsScalar(type) && _types.IsScalar(computed);
-    if (computed != type && !isOfScalars) Refuse(assignment, "this change of a vector by numbers of another type");
-    const std::string left = computed == type ? place : Join({TypeName(computed), "(", place, ")"});
+    const std::string left = ConvertText(place, type, computed);
     const std::string by = CheckDivisor(assignment, Expression(value, Binding::kUnary), left);
     const std::string sum = IsOpenRemainder(assignment)
                                 ? CallRemainder(GetDividendType(assignment), right.type, left, by)
                                 : Join({left, " ", GetSpelling(operation), " ", by});
-    changed = isOfScalars        ? ConvertScalar(sum, _types[computed].scalar, _types[type].scalar)
-              : computed == type ? sum
-                                 : Join({TypeName(type), "(", sum, ")"});
+    changed = ConvertText(sum, computed, type);
   } else {
     changed = Expression(value);
   }

@@ -112,6 +112,7 @@ void Resolver::ExtendConversions() {
     const Operation operation = _tree.nodes[node].operation;
     const Bool isComparison = operation == Operation::kEqual || operation == Operation::kNotEqual;
     if (isComparison && _resolved.type[_tree.GetChild(node, 0)] == _resolved.type[_tree.GetChild(node, 1)]) continue;
+    if (kind == NodeKind::kConstruct || kind == NodeKind::kCast) ExtendHalves(node);
     if (kind == NodeKind::kConstruct || kind == NodeKind::kCast || kind == NodeKind::kIndex) continue;
     // The number of a noise is what it is on a GPU.
     if (kind == NodeKind::kCall && _resolved.meaning[node].word == WordId::kRenderNoise) continue;
@@ -123,6 +124,15 @@ void Resolver::ExtendConversions() {
       if (isValue && IsWidenedUniform(_resolved.type[child])) Extend(child, true);
     }
     if (kind == NodeKind::kAssign && isOfCpp(_resolved.computed[node], _resolved.type[node])) Extend(node, true);
+  }
+}
+
+// half(k), int(h): C++ makes a float of the number before, which rounds, too.
+void Resolver::ExtendHalves(NodeIndex node) {
+  for (const NodeIndex child : _tree.GetChildren(node)) {
+    const TypeIndex from = _resolved.type[child], to = _resolved.converted[child];
+    if (!IsScalar(from) || !IsScalar(to) || (from == kHalfType) == (to == kHalfType)) continue;
+    if (from != kFloatType && to != kFloatType) Extend(child, true);
   }
 }
 
@@ -254,7 +264,7 @@ void Resolver::CheckParameterType(NodeIndex node, Bool isElement) {
 void Resolver::ExtendParameterType(NodeIndex node, TypeIndex type) {
   const Scalar scalar = Get(type).scalar;
   const Bool isOfIntegers = scalar == Scalar::kInt32 || scalar == Scalar::kUInt32;
-  const Bool isShortVector = IsVector(type) && isOfIntegers && Get(type).count < 4;
+  const Bool isShortVector = IsVector(type) && (isOfIntegers || scalar == Scalar::kHalf) && Get(type).count < 4;
   const Bool isWide = IsScalar(type) && GetSize(scalar) == 8;
   if (type == kBoolType || isShortVector || isWide) Extend(node, true);
 }

@@ -39,9 +39,14 @@ TypeIndex Resolver::Unary(NodeIndex node) {
   }
   const Bool isComplement = operation == Operation::kComplement;
   if (kind.kind == TypeKind::kVector) {
-    if (kind.scalar == Scalar::kHalf || kind.scalar == Scalar::kBool || (isComplement && IsFloating(kind.scalar)))
+    if (kind.scalar == Scalar::kBool || (isComplement && IsFloating(kind.scalar)))
       return Stop(node, Join({"\"", sign, "\" of a ", TypeName(type)}));
-    return type;
+    if (kind.scalar != Scalar::kHalf) return type;
+    // Halves are computed as floats.
+    Extend(node);
+    const TypeIndex result = GetVectorType(Scalar::kFloat32, kind.count);
+    SetConverted(operand, result);
+    return result;
   }
   if (kind.kind == TypeKind::kMatrix && !isComplement) {
     Extend(node);
@@ -65,9 +70,12 @@ TypeIndex Resolver::Step(NodeIndex node) {
   if (type == kUnknownType || IsStopped()) return kUnknownType;
   const Type& kind = Get(type);
   if (!CheckPlace(operand, Join({"\"", sign, "\""}))) return kUnknownType;
-  if (kind.kind == TypeKind::kVector && kind.scalar != Scalar::kHalf && kind.scalar != Scalar::kBool) {
+  if ((IsScalar(type) || IsVector(type)) && kind.scalar == Scalar::kHalf) {
+    Extend(node);
+    _resolved.computed[node] = GetVectorType(Scalar::kFloat32, kind.count);
+  } else if (kind.kind == TypeKind::kVector && kind.scalar != Scalar::kBool) {
     _resolved.computed[node] = type;
-  } else if (kind.kind == TypeKind::kScalar && kind.scalar != Scalar::kHalf && kind.scalar != Scalar::kBool) {
+  } else if (kind.kind == TypeKind::kScalar && kind.scalar != Scalar::kBool) {
     _resolved.computed[node] = GetScalarType(Promote(kind.scalar));
   } else if (kind.scalar == Scalar::kBool && (IsScalar(type) || IsVector(type))) {
     return Fail(node, Join({"there is no \"", sign, "\" for a ", TypeName(type)}));
@@ -145,18 +153,16 @@ TypeIndex Resolver::BinaryOfVectors(NodeIndex node, TypeIndex left, TypeIndex ri
     if (!isEquality)
       return FailOperation(node, left, right,
                            ": vectors are compared component by component, with lessThan(a, b) and its relatives");
-    if (a.kind != b.kind || a.count != b.count || a.scalar == Scalar::kHalf || b.scalar == Scalar::kHalf)
-      return Stop(node, "this comparison of vectors");
+    if (a.kind != b.kind || a.count != b.count) return Stop(node, "this comparison of vectors");
     if (left == right && a.scalar == Scalar::kBool) Extend(node);
-    if (left == right) return SetComputed(node, left, kBoolType);
+    if (left == right && a.scalar != Scalar::kHalf) return SetComputed(node, left, kBoolType);
     return SetComputed(node, ConvertOperands(node, GetCommonScalar(a.scalar, b.scalar), a.count), kBoolType);
   }
   const Type& vector = a.kind == TypeKind::kVector ? a : b;
-  if (vector.scalar == Scalar::kHalf || vector.scalar == Scalar::kBool)
-    return Stop(node, "arithmetic of these vectors");
+  if (vector.scalar == Scalar::kBool) return Stop(node, "arithmetic of these vectors");
   if (!isNumber(a) || !isNumber(b)) return FailOperation(node, left, right);
   if (a.kind == b.kind && a.count != b.count) return FailOperation(node, left, right);
-  const Bool isPlain = a.scalar == b.scalar;
+  const Bool isPlain = a.scalar == b.scalar && a.scalar != Scalar::kHalf;
   const Scalar common = isPlain              ? a.scalar
                         : IsShift(operation) ? Promote(a.scalar)
                                              : GetCommonScalar(a.scalar, b.scalar);
@@ -258,11 +264,19 @@ void Resolver::AssignComputed(NodeIndex node, TypeIndex target, TypeIndex value)
     return;
   }
   if (a.kind != TypeKind::kVector) return refuse();
-  if (a.scalar == Scalar::kHalf || a.scalar == Scalar::kBool || (IsOfIntegers(operation) && IsFloating(a.scalar))) {
+  if (a.scalar == Scalar::kBool || (IsOfIntegers(operation) && IsFloating(a.scalar))) {
     Stop(node, "this operation of vectors");
     return;
   }
   if (b.kind == TypeKind::kVector ? b.count != a.count : b.kind != TypeKind::kScalar) return refuse();
+  if (a.scalar == Scalar::kHalf) {
+    if (b.scalar == Scalar::kFloat64) return refuse();
+    Extend(node);
+    _resolved.computed[node] = GetVectorType(Scalar::kFloat32, a.count);
+    SetConverted(valueNode, GetVectorType(Scalar::kFloat32, b.count));
+    return;
+  }
+  if (b.kind == TypeKind::kVector && b.scalar == Scalar::kHalf) Extend(node);
   // Vectors convert the other operand to their own component before they compute.
   _resolved.computed[node] = target;
   SetConverted(valueNode, b.kind == TypeKind::kVector ? target : GetScalarType(a.scalar));

@@ -26,6 +26,7 @@ class Resolver {
   void Extend(NodeIndex node, Bool isPrintable = false);
   // Conversions that some shading languages do not make without a word.
   void ExtendConversions();
+  void ExtendHalves(NodeIndex node);
   SourceOffset GetOffset(NodeIndex node) const { return _tree.nodes[node].offset; }
   std::string_view NameOf(NodeIndex node) const { return _tree.GetName(node); }
   std::string TypeName(TypeIndex type) const { return _resolved.types.GetName(type); }

@@ -118,6 +118,8 @@ Bool FindElementWord(std::string_view word, Scalar& scalar);
 Bool ParseTextureType(std::string_view word, Type& type);
 
 // Whether a parameter of the type is declared with floats for GPUs.
-constexpr Bool IsWidenedUniform(TypeIndex type) { return type == kHalfType || type == GetVectorType(Scalar::kHalf, 4); }
+constexpr Bool IsWidenedUniform(TypeIndex type) {
+  return type == kHalfType || (type >= GetVectorType(Scalar::kHalf, 2) && type <= GetVectorType(Scalar::kHalf, 4));
+}
 
 }  // namespace ostra::kernellanguage

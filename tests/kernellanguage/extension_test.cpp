@@ -156,7 +156,7 @@ TEST(ExtensionTest, ArgumentsOfSeveralTypesBecomeOne) {
             "(call clamp (make int3 1:int 2:int 3:int):int3>uint3 0:int>uint 2u:uint)^:uint3>int3");
   EXPECT_EQ(PrintResult("vec3 r = pow(UNIFORM(v), 2.0);"), "(call pow uniform.v:vec3 2.0^:float>vec3)^:vec3");
   EXPECT_EQ(PrintResult("vec3 r = mix(0, UNIFORM(v), 0.5);"), "(call mix 0^:int>vec3 uniform.v:vec3 0.5:float)^:vec3");
-  EXPECT_EQ(PrintResult("half h = half(1.0); float r = min(h, 2);"), "(call min h:half>float 2:int>float)^:float");
+  EXPECT_EQ(PrintResult("half h = half(1.0); float r = min(h, 2);"), "(call min h^:half>float 2:int>float)^:float");
   EXPECT_EQ(PrintResult("float r = sqrt(2);"), "(call sqrt 2:int>float):float");
 }
 
@@ -187,6 +187,20 @@ TEST(ExtensionTest, VectorsComputeWithOtherNumbers) {
   EXPECT_EQ(PrintResult("vec3 r = true ? UNIFORM(v) : 0;"), "(? true:bool uniform.v:vec3 0:int>vec3)^:vec3");
   EXPECT_EQ(FindErrors("vec3 a = UNIFORM(v) & 2;"), "1:21: there is no \"&\" for vec3 and int");
   EXPECT_EQ(FindErrors("half h = 1.0; h *= 2.0;"), "");
+}
+
+TEST(ExtensionTest, HalvesComputeAsFloats) {
+  EXPECT_EQ(PrintResult("half2 h; half2 r = h * h;"), "(* h:half2>vec2 h:half2>vec2)^:vec2>half2");
+  EXPECT_EQ(PrintResult("half3 h; vec3 r = h + 1;"), "(+ h:half3>vec3 1:int>float)^:vec3");
+  EXPECT_EQ(PrintResult("half2 h; half k; half2 r = -h / k;"), "(/ (- h:half2>vec2)^:vec2 k^:half>float)^:vec2>half2");
+  EXPECT_EQ(PrintResult("half2 h; bool r = h == h;"), "(== h:half2>vec2 h:half2>vec2)^:bool");
+  EXPECT_EQ(PrintResult("half4 h; float r = dot(h, h);"), "(call dot h^:half4>vec4 h^:half4>vec4)^:float");
+  EXPECT_EQ(PrintResult("half r = half(UNIFORM(n));"), "(make half uniform.n^:uint>half):half");
+  EXPECT_EQ(FindErrors("half2 a; half b; a += b; a *= vec2(1, 2); a.x++; a++; --b; vec2 c = UNIFORM(v).xy; c -= a;"),
+            "");
+  EXPECT_EQ(FindErrors("half2 a; half2 b = a % a;"), "1:22: there is no \"%\" for half2 and half2");
+  EXPECT_EQ(FindErrors("half2 a; half3 b; half2 c = a + b;"), "1:31: there is no \"+\" for half2 and half3");
+  EXPECT_EQ(FindErrors("half2 a; double b = 1.0; a += b;"), "1:28: there is no \"+=\" for half2 and double");
 }
 
 TEST(ExtensionTest, MatricesComputeAsInLinearAlgebra) {

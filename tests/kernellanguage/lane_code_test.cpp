@@ -46,6 +46,7 @@ TEST(LaneCodeTest, EveryUnderstoodKernelOfTheRepositoryRunsWideOrHasAKnownReason
        "a loop in which each invocation walks through elements of its own, which is slower in lanes"},
       {"net.example.report.krn", "a value of type OstraReport that differs between invocations"},
       {"net.example.wide.krn", "a value of type OstraReport that differs between invocations"},
+      {"net.ostra.parity.halves.krn", "a value of type half4 that differs between invocations"},
       {"net.ostra.parity.shorts.krn", "a value of type Int16 that differs between invocations"},
       {"extended.krn", "a value of type half that differs between invocations"},
       {"net.example.halfblend.krn", "a value of type half4 that differs between invocations"},

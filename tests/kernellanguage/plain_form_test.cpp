@@ -181,6 +181,17 @@ TEST(PlainFormTest, ConstantsOfTheFileStandWhereTheyAreUsedOnGpus) {
             "float a = 0.5; int b = ostra_table_kTable(1);");
 }
 
+TEST(PlainFormTest, HalvesAreFloatsWhileTheyAreComputed) {
+  EXPECT_EQ(PlainBody("half2 a; a += 0.5;"), "half2 a; { a = ostra_half2_of_vec2(ostra_vec2_of_half2(a) + 0.5); }");
+  EXPECT_EQ(PlainBody("half2 a; a.y++; a--;"),
+            "half2 a; { a.y = half(float(a.y) + 1.0); } { a = ostra_half2_of_vec2(ostra_vec2_of_half2(a) - 1.0); }");
+  EXPECT_EQ(PlainBody("half a = 3; half b = a * a;", "", true),
+            "half a = half(3.0); half b = half(float(a) * float(a));");
+  EXPECT_EQ(PlainBody("half a = half(UNIFORM(n));", "", true), "half a = half(float(UNIFORM(n)));");
+  EXPECT_EQ(PlainBody("half a; int b = int(a); bool c = a;", "", true),
+            "half a; int b = int(float(a)); bool c = bool(float(a));");
+}
+
 TEST(PlainFormTest, WordsThatALanguageKeepsGetAnotherName) {
   EXPECT_EQ(PlainBody("float sample = 1.0; float sample_ = sample;"),
             "float sample__ = 1.0; float sample_ = sample__;");

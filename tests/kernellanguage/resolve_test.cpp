@@ -30,7 +30,7 @@ TEST(ResolveTest, ScalarsAreConvertedAsInCpp) {
   EXPECT_EQ(PrintResult("bool r = 1 < 2u;"), "(< 1:int>uint 2u:uint):bool");
   EXPECT_EQ(PrintResult("Int64 r = Int64(1) * 3u;"), "(* (make Int64 1:int>Int64):Int64 3u^:uint>Int64):Int64");
   EXPECT_EQ(PrintResult("double d = 1.0; double r = d * 3;"), "(* d:double 3:int>double):double");
-  EXPECT_EQ(PrintResult("half h = half(0.5); float r = h * 2;"), "(* h:half>float 2:int>float):float");
+  EXPECT_EQ(PrintResult("half h = half(0.5); float r = h * 2;"), "(* h^:half>float 2:int>float):float");
   EXPECT_EQ(PrintResult("float r = true ? 1 : 2.0;"), "(? true:bool 1:int>float 2.0:float):float");
 }
 
@@ -226,7 +226,7 @@ TEST(ResolveReasonTest, WhatCppReadsInAnotherWayIsNotUnderstood) {
   EXPECT_EQ(FindReason("double d = 1.0; uint a = floatBitsToUint(d);"), "1: floatBitsToUint of numbers of 64 bits");
   EXPECT_EQ(FindReason("double d = 1.0; vec2 a = max(vec2(1.0, 2.0), d);"), "1: max of numbers of 64 bits");
   EXPECT_EQ(FindReason("StoreImage(image, int2(0, 0), vec4(1.0));"), "1: StoreImage, which the CPU does not have");
-  EXPECT_EQ(FindReason("half2 a; half2 b = a + a;"), "1: arithmetic of these vectors");
+  EXPECT_EQ(FindReason("bool2 a; bool2 b = a + a;"), "1: arithmetic of these vectors");
 }
 
 TEST(ResolveReasonTest, TheNumberOfTypesHasALimit) {
