@@ -33,6 +33,11 @@ def make_toctree(pages):
     return fence(":hidden:\n\n" + "\n".join(pages), "{toctree}")
 
 
+def unmark(title):
+    """A title without the marks of Markdown."""
+    return re.sub(r"\\(.)", r"\1", title.replace("`", ""))
+
+
 def find_children(text):
     """The pages that the hidden list of a page names."""
     listed = re.search(r"```{toctree}\n:hidden:\n\n(.*?)```", text, re.S)
@@ -42,7 +47,7 @@ def find_children(text):
 def make_navigation(folder, groups):
     """The list of pages beside each page: its groups, and the pages below those that list others."""
     def name_pages(pages):
-        return [(page, TITLES.get(page) or find_title(folder / f"{page}.md").replace("`", "")) for page in pages]
+        return [(page, TITLES.get(page) or unmark(find_title(folder / f"{page}.md"))) for page in pages]
 
     below = {page: name_pages(find_children((folder / f"{page}.md").read_text(encoding="utf-8")))
              for _, pages in groups for page in pages}

@@ -90,13 +90,13 @@ class Stage:
             raise BrokenLink(f"{page}: {target} is not in the repository")
         if mark:
             self.pictures.append((name, text, page))
+        # A title says more than the name of a file.
+        if text == file.rpartition("/")[2] and name in self.names:
+            text = find_title(self.root / name)
         if name == self.entry:
             name = "index.md"
         elif name not in self.names:
             (self.folder / name).parent.mkdir(parents=True, exist_ok=True)
             shutil.copyfile(self.root / name, self.folder / name)
         page = "index.md" if page == self.entry else page
-        # A title says more than the name of a file.
-        if text == file.rpartition("/")[2] and name in self.names:
-            text = find_title(self.root / name)
         return f"{mark}[{text}]({relate(page, name)}{'#' + anchor if anchor else ''})"

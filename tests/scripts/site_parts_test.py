@@ -4,6 +4,7 @@
 """
 
 import pathlib
+import subprocess
 import sys
 import tempfile
 import unittest
@@ -15,7 +16,7 @@ from check_links import check_site  # noqa: E402
 from command_pages import find_commands  # noqa: E402
 from header_pages import find_public_headers, make_page  # noqa: E402
 from header_parser import Type, parse_header  # noqa: E402
-from stage_pages import guess_language, name_languages  # noqa: E402
+from stage_pages import BrokenLink, Stage, guess_language, name_languages  # noqa: E402
 from text_pages import docstring_to_markdown, escape  # noqa: E402
 
 HEADER = """// A counter that wraps.
@@ -138,6 +139,30 @@ class PageTest(unittest.TestCase):
         text = "Usage: tool\n\nOptions:\n  -h  Help\n\nSubcommands:\n  run    Run it\n  stop-it  Stop it\n"
         self.assertEqual(find_commands(text), [("run", "Run it"), ("stop-it", "Stop it")])
         self.assertEqual(find_commands("Usage: tool\n"), [])
+
+
+class StageTest(unittest.TestCase):
+    def read(self, text):
+        """A page of a repository with this text, as the site has it."""
+        with tempfile.TemporaryDirectory() as folder:
+            root = pathlib.Path(folder)
+            subprocess.run(["git", "init", "-q", root], check=True)
+            for name, content in {"docs/page.md": text, "docs/README.md": "# Entry\n", "part/README.md": "# Part of it\n",
+                                  "part/code.cpp": "int a;\n"}.items():
+                (root / name).parent.mkdir(exist_ok=True)
+                (root / name).write_text(content, encoding="utf-8")
+            stage = Stage(root, root / "staged", "docs/README.md")
+            self.assertEqual(stage.names, ["docs/README.md", "docs/page.md", "part/README.md"])
+            return stage.read("docs/page.md"), [path.name for path in (root / "staged").rglob("*.*")]
+
+    def test_links_to_pages_folders_and_files_hold_in_the_site(self):
+        self.assertEqual(self.read("[README.md](README.md) [b](../part#x) [c](../part/code.cpp) `[d](none)`"),
+                         ("[Entry](../index.md) [b](../part/README.md#x) [c](../part/code.cpp) `[d](none)`", ["code.cpp"]))
+
+    def test_a_link_out_of_the_repository_or_to_nothing_is_an_error(self):
+        for link in ("none.md", "../../other.md"):
+            with self.assertRaisesRegex(BrokenLink, f"docs/page.md: {link} is not in the repository"):
+                self.read(f"[a]({link})")
 
 
 class LinkTest(unittest.TestCase):
