@@ -112,10 +112,8 @@ Result<void> CheckConfiguration(const ConfigurationArguments& arguments) {
   return OK;
 }
 
-CLI::App& AddRunCommand(CLI::App& app, RunArguments& arguments, ConfigurationArguments& configuration) {
-  CLI::App& run = *app.add_subcommand("run", kRunSummary);
-  run.footer(kRunDetails);
-  run.add_option("kernel", arguments.kernel, "The kernel file")->type_name("KERNEL.krn")->required();
+// What a kernel is given, and how often it runs over how much.
+void AddDispatchOptions(CLI::App& run, RunArguments& arguments) {
   const auto addList = [&run](const char* name, std::vector<std::string>& target, const char* help, const char* type) {
     run.add_option(name, target, help)->type_name(type)->allow_extra_args(false);
   };
@@ -134,9 +132,9 @@ CLI::App& AddRunCommand(CLI::App& app, RunArguments& arguments, ConfigurationArg
   run.add_option("--repeat", arguments.repeatCount, "Do everything N times from the same start, to measure")
       ->type_name("N")
       ->check(CLI::Range(Int(1), Int(1000000)));
-  run.add_option("--backend", arguments.backend, "Where the kernel runs: cpu, gpu, or both to compare them")
-      ->type_name("NAME")
-      ->check(OneOf({"cpu", "gpu", "both"}));
+}
+
+void AddCheckOptions(CLI::App& run, RunArguments& arguments) {
   run.add_flag("--first-difference", arguments.firstDifference,
                "With --backend both: show where the first element that differs comes from, line by line; "
                "--first-difference=BOUND takes no notice of smaller differences")
@@ -155,6 +153,17 @@ CLI::App& AddRunCommand(CLI::App& app, RunArguments& arguments, ConfigurationArg
   run.add_flag("--debug", arguments.isDebugged,
                "Compile the kernel for a debugger, and run it on one thread; on the CPU only")
       ->excludes("--fast");
+}
+
+CLI::App& AddRunCommand(CLI::App& app, RunArguments& arguments, ConfigurationArguments& configuration) {
+  CLI::App& run = *app.add_subcommand("run", kRunSummary);
+  run.footer(kRunDetails);
+  run.add_option("kernel", arguments.kernel, "The kernel file")->type_name("KERNEL.krn")->required();
+  AddDispatchOptions(run, arguments);
+  run.add_option("--backend", arguments.backend, "Where the kernel runs: cpu, gpu, or both to compare them")
+      ->type_name("NAME")
+      ->check(OneOf({"cpu", "gpu", "both"}));
+  AddCheckOptions(run, arguments);
   run.add_flag("--explain", arguments.isExplained,
                "Say how many invocations run at a time on the CPU, and what stands in the way of a wide form");
   AddProfileOption(run, arguments.profile);
@@ -187,6 +196,46 @@ Result<std::optional<Float64>> ReadDifferenceBound(const std::string& text) {
   return std::optional(bound);
 }
 
+Result<Assignments> SplitTextures(const std::vector<std::string>& texts) {
+  Assignments textures;
+  for (const std::string& texture : texts) {
+    const std::size_t mark = texture.find(':');
+    if (mark == std::string::npos || mark == 0)
+      return OSTRA_USAGE_ERROR("--texture needs NAME:KEY=VALUE,..., but got \"@\"", texture);
+    textures.emplace_back(texture.substr(0, mark), texture.substr(mark + 1));
+  }
+  return textures;
+}
+
+Result<Assignments> SplitSwaps(const std::vector<std::string>& texts) {
+  Assignments swaps;
+  for (const std::string& swap : texts) {
+    const std::vector<std::string_view> names = SplitText(swap, ',');
+    if (names.size() != 2 || names[0].empty() || names[1].empty())
+      return OSTRA_USAGE_ERROR("--swap needs the names of two buffers, but got \"@\"", swap);
+    swaps.emplace_back(names[0], names[1]);
+  }
+  return swaps;
+}
+
+Backend FindBackend(std::string_view name) {
+  return name == "gpu" ? Backend::Gpu : name == "both" ? Backend::Both : Backend::Cpu;
+}
+
+// What each option allows alone.
+Result<void> CheckTogether(const RunOptions& options) {
+  if (options.isExplained && options.backend == Backend::Gpu)
+    return OSTRA_USAGE_ERROR("--explain tells of the CPU: leave out --backend gpu or give both");
+  if (options.differenceBound && options.backend != Backend::Both)
+    return OSTRA_USAGE_ERROR("--first-difference compares the CPU with the GPU: give --backend both");
+  if (options.differenceBound && (options.isChecked || options.isDebugged))
+    return OSTRA_USAGE_ERROR("--first-difference cannot be given with @: find what that finds first",
+                             options.isChecked ? "--checked" : "--debug");
+  if (options.isDebugged && options.backend == Backend::Gpu)
+    return OSTRA_USAGE_ERROR("--debug: kernels are debugged on the CPU only: leave out --backend gpu or give both");
+  return OK;
+}
+
 Result<RunOptions> MakeRunOptions(const RunArguments& arguments) {
   RunOptions options;
   OSTRA_ASSIGN_OR_RETURN(options.kernelFile, Url::Create(arguments.kernel));
@@ -195,23 +244,13 @@ Result<RunOptions> MakeRunOptions(const RunArguments& arguments) {
   OSTRA_ASSIGN_OR_RETURN(options.inputs, SplitAll("--in", arguments.inputs));
   OSTRA_ASSIGN_OR_RETURN(options.outputs, SplitAll("--out", arguments.outputs));
   OSTRA_ASSIGN_OR_RETURN(options.settings, SplitAll("--set", arguments.settings));
-  for (const std::string& texture : arguments.textures) {
-    const std::size_t mark = texture.find(':');
-    if (mark == std::string::npos || mark == 0)
-      return OSTRA_USAGE_ERROR("--texture needs NAME:KEY=VALUE,..., but got \"@\"", texture);
-    options.textures.emplace_back(texture.substr(0, mark), texture.substr(mark + 1));
-  }
+  OSTRA_ASSIGN_OR_RETURN(options.textures, SplitTextures(arguments.textures));
   if (!arguments.size.empty()) {
     auto size = ParseExtents(arguments.size);
     if (!size) return OSTRA_USAGE_ERROR("--size: @", size.GetError());
     options.size = *size;
   }
-  for (const std::string& swap : arguments.swaps) {
-    const std::vector<std::string_view> names = SplitText(swap, ',');
-    if (names.size() != 2 || names[0].empty() || names[1].empty())
-      return OSTRA_USAGE_ERROR("--swap needs the names of two buffers, but got \"@\"", swap);
-    options.swaps.emplace_back(names[0], names[1]);
-  }
+  OSTRA_ASSIGN_OR_RETURN(options.swaps, SplitSwaps(arguments.swaps));
   options.repeatCount = arguments.repeatCount;
   options.iterationCount = arguments.iterationCount;
   options.isFast = arguments.isFast;
@@ -226,18 +265,8 @@ Result<RunOptions> MakeRunOptions(const RunArguments& arguments) {
   options.isExplained = arguments.isExplained;
   options.isJson = arguments.isJson;
   options.cacheFolder = arguments.cacheFolder;
-  options.backend = arguments.backend == "gpu"    ? Backend::Gpu
-                    : arguments.backend == "both" ? Backend::Both
-                                                  : Backend::Cpu;
-  if (options.isExplained && options.backend == Backend::Gpu)
-    return OSTRA_USAGE_ERROR("--explain tells of the CPU: leave out --backend gpu or give both");
-  if (options.differenceBound && options.backend != Backend::Both)
-    return OSTRA_USAGE_ERROR("--first-difference compares the CPU with the GPU: give --backend both");
-  if (options.differenceBound && (options.isChecked || options.isDebugged))
-    return OSTRA_USAGE_ERROR("--first-difference cannot be given with @: find what that finds first",
-                             options.isChecked ? "--checked" : "--debug");
-  if (options.isDebugged && options.backend == Backend::Gpu)
-    return OSTRA_USAGE_ERROR("--debug: kernels are debugged on the CPU only: leave out --backend gpu or give both");
+  options.backend = FindBackend(arguments.backend);
+  OSTRA_RETURN_IF_ERROR(CheckTogether(options));
   return options;
 }
 
@@ -285,6 +314,60 @@ int Finish(const Result<void>& result) {
   return static_cast<int>(GetExitStatus(result.GetError()));
 }
 
+// What the commands have read from the command line.
+struct AllArguments {
+  RunArguments run;
+  ConfigurationArguments configuration;
+  Bool isInfoJson = false;
+  FileArguments encode, decode;
+  TranslateArguments translate;
+  CheckArguments check;
+  RenderArguments render;
+  ParityArguments parity;
+};
+
+CLI::App& AddInfoCommand(CLI::App& app, AllArguments& read) {
+  CLI::App& info = *app.add_subcommand(
+      "info", "List GPU devices, modules, classes, interfaces, configuration variables and threads");
+  info.footer(kInfoDetails);
+  info.add_flag("--json", read.isInfoJson, "Report as JSON");
+  AddConfigurationOptions(info, read.configuration);
+  return info;
+}
+
+CLI::App& AddLanguageServerCommand(CLI::App& app) {
+  CLI::App& server =
+      *app.add_subcommand("language-server", "Tell an editor about the kernel file that is being written");
+  server.footer(kLanguageServerDetails);
+  const std::string help = "Standard input and output, as always";
+  server.add_flag("--stdio", help);  // there is nothing else; editors pass it
+  return server;
+}
+
+// Adds all commands, in the order of the help. What they run reads `read` then; `arguments` have no name of a program.
+std::vector<Command> AddCommands(CLI::App& app, AllArguments& read, std::span<const char* const> arguments) {
+  const auto configured = [&read](CLI::App& command) {
+    AddConfigurationOptions(command, read.configuration);
+    return &command;
+  };
+  return {
+      {&AddRunCommand(app, read.run, read.configuration),
+       [&read, arguments] { return RunKernel(read.run, arguments); }},
+      {&AddInfoCommand(app, read), [&read, arguments] { return ShowInfo(read.isInfoJson, arguments); }},
+      {&AddFileCommand(app, "encode", kEncodeSummary, kEncodeDetails, read.encode),
+       [&read] { return ConvertFile(read.encode, &EncodeFile); }},
+      {&AddFileCommand(app, "decode", kDecodeSummary, kDecodeDetails, read.decode),
+       [&read] { return ConvertFile(read.decode, &DecodeFile); }},
+      {&AddLanguageServerCommand(app), [] { return RunLanguageServer(); }},
+      {&AddTranslateCommand(app, read.translate), [&read] { return RunTranslate(read.translate); }},
+      {&AddCheckCommand(app, read.check), [&read] { return RunCheck(read.check); }},
+      {configured(AddRenderCommand(app, read.render)),
+       [&read, arguments] { return RunRender(read.render, arguments); }},
+      {configured(AddParityCommand(app, read.parity)),
+       [&read, arguments] { return RunParity(read.parity, arguments); }},
+  };
+}
+
 }  // namespace
 
 int RunCommandLine(std::span<const char* const> arguments) {
@@ -292,45 +375,8 @@ int RunCommandLine(std::span<const char* const> arguments) {
   app.name("ostra");
   app.require_subcommand(1);
   app.set_version_flag("--version", "ostra " OSTRA_VERSION);
-  RunArguments runArguments;
-  ConfigurationArguments configuration;
-  CLI::App& run = AddRunCommand(app, runArguments, configuration);
-  CLI::App& info = *app.add_subcommand(
-      "info", "List GPU devices, modules, classes, interfaces, configuration variables and threads");
-  info.footer(kInfoDetails);
-  Bool isInfoJson = false;
-  info.add_flag("--json", isInfoJson, "Report as JSON");
-  AddConfigurationOptions(info, configuration);
-  FileArguments encodeArguments, decodeArguments;
-  CLI::App& encode = AddFileCommand(app, "encode", kEncodeSummary, kEncodeDetails, encodeArguments);
-  CLI::App& decode = AddFileCommand(app, "decode", kDecodeSummary, kDecodeDetails, decodeArguments);
-  CLI::App& languageServer =
-      *app.add_subcommand("language-server", "Tell an editor about the kernel file that is being written");
-  languageServer.footer(kLanguageServerDetails);
-  Bool isStdio = true;  // there is nothing else; editors pass it
-  languageServer.add_flag("--stdio", isStdio, "Standard input and output, as always");
-  TranslateArguments translateArguments;
-  CheckArguments checkArguments;
-  RenderArguments renderArguments;
-  ParityArguments parityArguments;
-  CLI::App& translate = AddTranslateCommand(app, translateArguments);
-  CLI::App& check = AddCheckCommand(app, checkArguments);
-  CLI::App& render = AddRenderCommand(app, renderArguments);
-  AddConfigurationOptions(render, configuration);
-  CLI::App& parity = AddParityCommand(app, parityArguments);
-  AddConfigurationOptions(parity, configuration);
-  const auto rest = arguments.size() > 1 ? arguments.subspan(1) : arguments;
-  const std::vector<Command> commands = {
-      {&run, [&] { return RunKernel(runArguments, rest); }},
-      {&info, [&] { return ShowInfo(isInfoJson, rest); }},
-      {&encode, [&] { return ConvertFile(encodeArguments, &EncodeFile); }},
-      {&decode, [&] { return ConvertFile(decodeArguments, &DecodeFile); }},
-      {&languageServer, [] { return RunLanguageServer(); }},
-      {&translate, [&] { return RunTranslate(translateArguments); }},
-      {&check, [&] { return RunCheck(checkArguments); }},
-      {&render, [&] { return RunRender(renderArguments, rest); }},
-      {&parity, [&] { return RunParity(parityArguments, rest); }},
-  };
+  AllArguments read;
+  const std::vector<Command> commands = AddCommands(app, read, arguments.size() > 1 ? arguments.subspan(1) : arguments);
   std::vector<std::string> names;
   for (const Command& command : commands) names.push_back(command.app->get_name());
   const std::string name = arguments.size() > 1 ? arguments[1] : "";
@@ -346,7 +392,7 @@ int RunCommandLine(std::span<const char* const> arguments) {
     const auto parsed = findParsed();
     return FailUsage(DescribeParseError(parsed == commands.end() ? app : *parsed->app, error));
   }
-  if (const auto checked = CheckConfiguration(configuration); !checked) return Finish(checked);
+  if (const auto checked = CheckConfiguration(read.configuration); !checked) return Finish(checked);
   if (const auto applied = ApplyMemoryLimit(); !applied) return Finish(applied);
   return Finish(findParsed()->run());
 }

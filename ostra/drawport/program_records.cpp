@@ -1,4 +1,6 @@
 // How the description of a program becomes the records that a shader is assembled from, and the other way round.
+#include <algorithm>
+
 #include "ostra/core/format.h"
 #include "ostra/drawport/program_factory_item.h"
 
@@ -104,6 +106,62 @@ Result<void> AddStructs(const BaseArray<DrawportParameter>& parameters, const Ba
   return OK;
 }
 
+// What was given as records for this stage.
+Result<void> AddGiven(const ShaderRecords& given, ShaderRecords& records) {
+  OSTRA_RETURN_IF_ERROR(Copy(given.defines, records.defines));
+  OSTRA_RETURN_IF_ERROR(Copy(given.structs, records.structs));
+  OSTRA_RETURN_IF_ERROR(Copy(given.functions, records.functions));
+  OSTRA_RETURN_IF_ERROR(Copy(given.fileScope, records.fileScope));
+  OSTRA_RETURN_IF_ERROR(Copy(given.groupShared, records.groupShared));
+  OSTRA_ASSIGN_OR_RETURN(records.body, Copy(given.body));
+  for (const ShaderParameter& parameter : given.parameters) OSTRA_RETURN_IF_ERROR(records.parameters.Append(parameter));
+  for (const ShaderTexture& texture : given.textures) OSTRA_RETURN_IF_ERROR(records.textures.Append(texture));
+  records.noiseTableCount = given.noiseTableCount;
+  return records.noiseModes.CopyFrom(given.noiseModes);
+}
+
+// Parameters that came with records stand in front, and are there already. What stages hand on is none of them.
+Result<void> AddFurtherParameters(const BaseArray<DrawportParameter>& parameters, ShaderRecords& records) {
+  Int recorded = records.textures.GetCount();
+  for (const ShaderParameter& parameter : records.parameters) recorded += IsBound(parameter.kind);
+  Int seen = 0;
+  for (const DrawportParameter& parameter : parameters) {
+    if (parameter.stage != records.stage || seen++ < recorded) continue;
+    if (parameter.kind == DrawportParameterKind::Texture || parameter.kind == DrawportParameterKind::Image) {
+      OSTRA_RETURN_IF_ERROR(records.textures.Append(MakeTexture(parameter)));
+      continue;
+    }
+    OSTRA_RETURN_IF_ERROR(records.parameters.Append(MakeParameter(parameter)));
+  }
+  return OK;
+}
+
+// Noises that were added one by one: as many tables as there are uniforms for them.
+void CountNoiseTables(const BaseArray<DrawportNoiseFunction>& noises, const BaseArray<DrawportParameter>& parameters,
+                      ShaderRecords& records) {
+  const auto isOfStage = [&records](const auto& entry) { return entry.stage == records.stage; };
+  if (records.noiseTableCount > 0 || std::none_of(noises.begin(), noises.end(), isOfStage)) return;
+  records.noiseTableCount =
+      std::count_if(parameters.begin(), parameters.end(), [&](const DrawportParameter& parameter) {
+        return isOfStage(parameter) && parameter.valueType == DrawportShaderValueType::NoiseTable;
+      });
+}
+
+Result<void> AddPieces(const BaseArray<DrawportCode>& code, ShaderRecords& records) {
+  for (const DrawportCode& piece : code) {
+    if (piece.stage != records.stage || piece.section == DrawportCodeSection::Structs) continue;
+    if (piece.section == DrawportCodeSection::Body) {
+      OSTRA_RETURN_IF_ERROR(Join(records.body, piece.code));
+      continue;
+    }
+    BaseArray<ShaderCode>& pieces =
+        piece.section == DrawportCodeSection::GroupShared ? records.groupShared : records.fileScope;
+    OSTRA_ASSIGN_OR_RETURN(ShaderCode copy, Copy(piece.code));
+    OSTRA_RETURN_IF_ERROR(pieces.Append(std::move(copy)));
+  }
+  return OK;
+}
+
 }  // namespace
 
 Result<void> DrawportProgramDescription::AddRecordedParameters(const ShaderRecords& records) {
@@ -178,51 +236,11 @@ Result<ShaderRecords> DrawportProgramDescription::MakeShaderRecords(DrawportStag
     OSTRA_RETURN_IF_ERROR(records.functions.Append(ShaderCode{function.definition, {}}));
   }
   for (const ShaderRecords& given : _records) {
-    if (given.stage != stage) continue;
-    OSTRA_RETURN_IF_ERROR(Copy(given.defines, records.defines));
-    OSTRA_RETURN_IF_ERROR(Copy(given.structs, records.structs));
-    OSTRA_RETURN_IF_ERROR(Copy(given.functions, records.functions));
-    OSTRA_RETURN_IF_ERROR(Copy(given.fileScope, records.fileScope));
-    OSTRA_RETURN_IF_ERROR(Copy(given.groupShared, records.groupShared));
-    OSTRA_ASSIGN_OR_RETURN(records.body, Copy(given.body));
-    for (const ShaderParameter& parameter : given.parameters)
-      OSTRA_RETURN_IF_ERROR(records.parameters.Append(parameter));
-    for (const ShaderTexture& texture : given.textures) OSTRA_RETURN_IF_ERROR(records.textures.Append(texture));
-    records.noiseTableCount = given.noiseTableCount;
-    OSTRA_RETURN_IF_ERROR(records.noiseModes.CopyFrom(given.noiseModes));
+    if (given.stage == stage) OSTRA_RETURN_IF_ERROR(AddGiven(given, records));
   }
-  // Parameters that came with records stand in front, and are there already. What stages hand on is none of them.
-  Int recorded = records.textures.GetCount();
-  for (const ShaderParameter& parameter : records.parameters) recorded += IsBound(parameter.kind);
-  Int seen = 0;
-  for (const DrawportParameter& parameter : _parameters) {
-    if (parameter.stage != stage || seen++ < recorded) continue;
-    if (parameter.kind == DrawportParameterKind::Texture || parameter.kind == DrawportParameterKind::Image) {
-      OSTRA_RETURN_IF_ERROR(records.textures.Append(MakeTexture(parameter)));
-      continue;
-    }
-    OSTRA_RETURN_IF_ERROR(records.parameters.Append(MakeParameter(parameter)));
-  }
-  // Noises that were added one by one: as many tables as there are uniforms for them.
-  Bool hasNoises = false;
-  for (const DrawportNoiseFunction& noise : _noises) hasNoises = hasNoises || noise.stage == stage;
-  if (hasNoises && records.noiseTableCount == 0) {
-    for (const DrawportParameter& parameter : _parameters) {
-      if (parameter.stage == stage && parameter.valueType == DrawportShaderValueType::NoiseTable)
-        ++records.noiseTableCount;
-    }
-  }
-  for (const DrawportCode& piece : _code) {
-    if (piece.stage != stage || piece.section == DrawportCodeSection::Structs) continue;
-    if (piece.section == DrawportCodeSection::Body) {
-      OSTRA_RETURN_IF_ERROR(Join(records.body, piece.code));
-      continue;
-    }
-    BaseArray<ShaderCode>& pieces =
-        piece.section == DrawportCodeSection::GroupShared ? records.groupShared : records.fileScope;
-    OSTRA_ASSIGN_OR_RETURN(ShaderCode copy, Copy(piece.code));
-    OSTRA_RETURN_IF_ERROR(pieces.Append(std::move(copy)));
-  }
+  OSTRA_RETURN_IF_ERROR(AddFurtherParameters(_parameters, records));
+  CountNoiseTables(_noises, _parameters, records);
+  OSTRA_RETURN_IF_ERROR(AddPieces(_code, records));
   OSTRA_RETURN_IF_ERROR(AddStageVariables(records));
   return records;
 }

@@ -242,52 +242,57 @@ Int KernelReportTable::CountRecordWords(Block<const UInt32> head) {
   return std::min({Int{head[kUsed]}, Int{head[kEnd]}, Int{head[kRoom]}});
 }
 
+std::vector<const UInt32*> KernelReportTable::SortRecords(const UInt32* words, Int count) const {
+  std::vector<const UInt32*> found;
+  // What a kernel has written over its buffers may be anything.
+  for (Int at = 0; at + kRecordHead <= count;) {
+    const UInt32* record = words + at;
+    if (record[0] >= _sites.size() || _sites[record[0]].kind != Site::Kind::kPrint) break;
+    at += kRecordHead + _sites[record[0]].wordCount;
+    if (at > count) break;
+    found.push_back(record);
+  }
+  std::stable_sort(found.begin(), found.end(), [](const UInt32* a, const UInt32* b) { return a[1] < b[1]; });
+  return found;
+}
+
+const UInt32* KernelReportTable::FindFirstFailure(const UInt32* head) const {
+  const Int failures = std::min(Int{head[kFailureCount]}, _maxFailures);
+  const UInt32* first = nullptr;
+  for (Int i = 0; i < failures; ++i) {
+    const UInt32* failure = head + _firstFailure + 4 * i;
+    if (failure[0] == 0 || failure[0] > _sites.size()) continue;
+    if (!first || failure[1] < first[1]) first = failure;
+  }
+  return first;
+}
+
 Result<KernelReportTable::Report> KernelReportTable::Read(Block<const UInt32> head, Block<const UInt32> records,
                                                           const InternedId& kernel, const Vec3<UInt32>& invocations,
                                                           const Vec3<UInt32>& extents) const {
   try {
-    Report report;
     const Int32 dimensions = CountDimensions(invocations);
+    const auto getInvocation = [&](UInt32 number) { return GetInvocation(number, extents, dimensions); };
+    Report report;
     report.lostCount = Int{head[kLost]};
-    struct Record {
-      UInt32 invocation;
-      const UInt32* words;
-    };
-    std::vector<Record> found;
-    const Int count = std::min(CountRecordWords(head), records.GetCount());
-    // What a kernel has written over its buffers may be anything.
-    for (Int at = 0; at + kRecordHead <= count;) {
-      const UInt32* words = records.GetFirst() + at;
-      if (words[0] >= _sites.size() || _sites[words[0]].kind != Site::Kind::kPrint) break;
-      at += kRecordHead + _sites[words[0]].wordCount;
-      if (at > count) break;
-      found.push_back({words[1], words});
-    }
-    std::stable_sort(found.begin(), found.end(),
-                     [](const Record& a, const Record& b) { return a.invocation < b.invocation; });
+    const std::vector<const UInt32*> found =
+        SortRecords(records.GetFirst(), std::min(CountRecordWords(head), records.GetCount()));
     OSTRA_RETURN_IF_ERROR(report.prints.Reserve(static_cast<Int>(found.size())));
-    for (const Record& record : found) {
-      const Site& site = _sites[record.words[0]];
+    for (const UInt32* record : found) {
+      const Site& site = _sites[record[0]];
       KernelPrint print;
       print.kernel = kernel;
       print.file = site.file;
       print.line = site.line;
       print.column = site.column;
-      print.invocation = GetInvocation(record.invocation, extents, dimensions);
+      print.invocation = getInvocation(record[1]);
       print.dimensions = dimensions;
-      OSTRA_ASSIGN_OR_RETURN(print.text, String::Create(FormatText(site, record.words + kRecordHead)));
+      OSTRA_ASSIGN_OR_RETURN(print.text, String::Create(FormatText(site, record + kRecordHead)));
       OSTRA_RETURN_IF_ERROR(report.prints.Append(std::move(print)));
     }
-    const Int failures = std::min(Int{head[kFailureCount]}, _maxFailures);
-    const UInt32* first = nullptr;
-    for (Int i = 0; i < failures; ++i) {
-      const UInt32* failure = head.GetFirst() + _firstFailure + 4 * i;
-      if (failure[0] == 0 || failure[0] > _sites.size()) continue;
-      if (!first || failure[1] < first[1]) first = failure;
-    }
-    if (first) {
+    if (const UInt32* first = FindFirstFailure(head.GetFirst())) {
       const Site& site = _sites[first[0] - 1];
-      const std::string place = FormatInvocation(GetInvocation(first[1], extents, dimensions), dimensions);
+      const std::string place = FormatInvocation(getInvocation(first[1]), dimensions);
       OSTRA_ASSIGN_OR_RETURN(report.failure,
                              Format("@:@:@: error: @, in invocation @", site.file, site.line, site.column,
                                     std::string_view(FormatFailure(site, first + 2)), std::string_view(place)));

@@ -52,6 +52,11 @@ class KernelReportTable {
                       const Vec3<UInt32>& invocations, const Vec3<UInt32>& extents) const;
 
  private:
+  // Where the records of PRINT begin, of the first invocation first; in one invocation as they were written.
+  std::vector<const UInt32*> SortRecords(const UInt32* words, Int count) const;
+  // That of the first invocation; null without one. It begins with the number of its site + 1 and the invocation.
+  const UInt32* FindFirstFailure(const UInt32* head) const;
+
   Int _firstFailure = 0, _maxFailures = 0, _firstRecord = 0;
   std::vector<Site> _sites;
   // Parameters whose sizes the head has; "@" for the traced invocation, "@name" for the watched element of a buffer.
