@@ -3,7 +3,6 @@
 import os
 import re
 import shutil
-import subprocess
 
 # Lines of code blocks, inline code and links of a page.
 CODE = re.compile(r"^```.*?^```|`[^`\n]+`", re.M | re.S)
@@ -14,11 +13,15 @@ class BrokenLink(Exception):
     """A link of a page that leads nowhere."""
 
 
+# Folders of what is built, and of packages of others.
+FOREIGN = {"build", "out", "node_modules"}
+
+
 def find_pages(root):
-    """The tracked Markdown files, and those that git does not ignore."""
-    command = ["git", "-C", str(root), "-c", "safe.directory=*", "ls-files", "--cached", "--others", "--exclude-standard", "*.md"]
-    names = subprocess.run(command, capture_output=True, text=True, check=True).stdout.split("\n")
-    return sorted(name for name in set(names) if name and (root / name).is_file())
+    """The Markdown files of the repository, by their paths in it."""
+    pages = [path.relative_to(root) for path in root.rglob("*.md")]
+    return sorted(path.as_posix() for path in pages
+                  if not any(part in FOREIGN or part.startswith(".") for part in path.parts))
 
 
 def guess_language(code):

@@ -4,7 +4,6 @@
 """
 
 import pathlib
-import subprocess
 import sys
 import tempfile
 import unittest
@@ -146,9 +145,8 @@ class StageTest(unittest.TestCase):
         """A page of a repository with this text, as the site has it."""
         with tempfile.TemporaryDirectory() as folder:
             root = pathlib.Path(folder)
-            subprocess.run(["git", "init", "-q", root], check=True)
             for name, content in {"docs/page.md": text, "docs/README.md": "# Entry\n", "part/README.md": "# Part of it\n",
-                                  "part/code.cpp": "int a;\n"}.items():
+                                  "part/code.cpp": "int a;\n", "build/page.md": "# Built\n"}.items():
                 (root / name).parent.mkdir(exist_ok=True)
                 (root / name).write_text(content, encoding="utf-8")
             stage = Stage(root, root / "staged", "docs/README.md")
