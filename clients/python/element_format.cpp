@@ -5,6 +5,7 @@
 #include <cstring>
 #include <limits>
 
+#include "clients/python/arguments.h"
 #include "ostra/core/struct_type.h"
 #include "ostra/math/data_types.h"
 
@@ -15,20 +16,29 @@ namespace py = pybind11;
 namespace {
 
 [[noreturn]] void RefuseNumber(const std::string& parameter, const char* type, const py::handle& value) {
-  throw py::type_error("\"" + parameter + "\" is a " + type + ", not " + ReprOf(value));
+  RefuseArgument(parameter, std::string("a ") + type, value);
 }
 
 [[noreturn]] void RefuseRange(const std::string& parameter, const char* type, const py::handle& value) {
   PyErr_SetString(PyExc_OverflowError,
-                  ("\"" + parameter + "\" is a " + type + ", and " + ReprOf(value) + " does not fit").c_str());
+                  (Quote(parameter) + " is a " + type + ", and " + ShowValue(value) + " does not fit").c_str());
   throw py::error_already_set();
+}
+
+// Of a conversion that Python has refused. What is no error in the value itself goes on: an interrupt.
+[[noreturn]] void RefuseConversion(const std::string& parameter, const char* type, const py::handle& value) {
+  const bool isRange = PyErr_ExceptionMatches(PyExc_OverflowError) != 0;
+  if (!PyErr_ExceptionMatches(PyExc_Exception)) throw py::error_already_set();
+  PyErr_Clear();
+  if (isRange) RefuseRange(parameter, type, value);
+  RefuseNumber(parameter, type, value);
 }
 
 template <class T>
 T ReadInteger(const std::string& parameter, const char* type, const py::handle& value) {
   if (!PyIndex_Check(value.ptr()) || PyBool_Check(value.ptr())) RefuseNumber(parameter, type, value);
   const auto number = py::reinterpret_steal<py::object>(PyNumber_Index(value.ptr()));
-  if (!number) throw py::error_already_set();
+  if (!number) RefuseConversion(parameter, type, value);  // an array of several numbers
   if constexpr (std::is_same_v<T, UInt64>) {
     const UInt64 wide = PyLong_AsUnsignedLongLong(number.ptr());
     if (!PyErr_Occurred()) return wide;
@@ -41,11 +51,9 @@ T ReadInteger(const std::string& parameter, const char* type, const py::handle& 
 }
 
 double ReadFloat(const std::string& parameter, const char* type, const py::handle& value) {
-  const double number = PyBool_Check(value.ptr()) ? -1 : PyFloat_AsDouble(value.ptr());
-  if (PyBool_Check(value.ptr()) || PyErr_Occurred()) {
-    PyErr_Clear();
-    RefuseNumber(parameter, type, value);
-  }
+  if (PyBool_Check(value.ptr())) RefuseNumber(parameter, type, value);
+  const double number = PyFloat_AsDouble(value.ptr());
+  if (PyErr_Occurred()) RefuseConversion(parameter, type, value);
   return number;
 }
 
@@ -189,8 +197,7 @@ std::string ExplainStructDifference(DataType type, const py::dtype& dtype) {
 
 std::vector<char> MakeValue(const std::string& parameter, DataType type, const py::handle& value) {
   const Scalar* scalar = FindComponent(type);
-  if (!scalar)
-    throw py::type_error("\"" + parameter + "\" is a " + DescribeElement(type) + ", which Python cannot give");
+  if (!scalar) throw py::type_error(Quote(parameter) + " is a " + DescribeElement(type) + ", which Python cannot give");
   std::vector<char> bytes(static_cast<std::size_t>(type.GetSize()));
   const auto size = static_cast<std::size_t>(scalar->type.GetSize());
   const std::size_t count = bytes.size() / size;
@@ -200,8 +207,8 @@ std::vector<char> MakeValue(const std::string& parameter, DataType type, const p
   }
   const py::object numbers = py::module_::import("numpy").attr("asarray")(value, "object").attr("ravel")();
   if (py::len(numbers) != count)
-    throw py::type_error("\"" + parameter + "\" has " + std::to_string(count) + " numbers, not " +
-                         std::to_string(py::len(numbers)));
+    throw py::type_error(Quote(parameter) + " has " + std::to_string(count) + " numbers, not " +
+                         std::to_string(py::len(numbers)) + ": " + ShowValue(value));
   for (std::size_t i = 0; i < count; ++i)
     scalar->write(parameter, scalar->dtype, py::object(numbers[py::int_(i)]), bytes.data() + i * size);
   return bytes;

@@ -11,9 +11,8 @@
 
 namespace ostra::python {
 
-// str(value) and repr(value).
+// str(value).
 inline std::string TextOf(const pybind11::handle& value) { return std::string(pybind11::str(value)); }
-inline std::string ReprOf(const pybind11::handle& value) { return std::string(pybind11::repr(value)); }
 
 // Numbers of one type, tightly packed: a scalar, a vector, or a matrix column by column; or a struct.
 struct ElementFormat {

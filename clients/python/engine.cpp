@@ -6,7 +6,9 @@
 #include <algorithm>
 
 #include "clients/python/engine_call.h"
+#include "ostra/drawport/device_list.h"
 #include "parallelprogram/program/dispatch_times_interface.h"
+#include "parallelprogram/program/kernel_report_interface.h"
 
 OSTRA_UNIT("python");
 
@@ -54,10 +56,26 @@ Result<void> Engine::CheckProcess() const {
       "of multiprocessing, or make the first kernel after the fork.");
 }
 
+Result<KernelRuntime&> Engine::GetRuntime(bool isChecked) {
+  if (!isChecked) return _runtime;
+  if (!_checkedRuntime) {
+    // The compiler's checks would end the process.
+    const KernelRuntimeSettings settings = {.isChecked = true, .isOfLanguageAlone = true};
+    OSTRA_ASSIGN_OR_RETURN(KernelRuntime runtime, KernelRuntime::Create(_cpu.GetHost(), settings));
+    _checkedRuntime.emplace(std::move(runtime));
+  }
+  return *_checkedRuntime;
+}
+
 Result<Session&> Engine::GetGpu() {
   if (!_gpu) {
     OSTRA_ASSIGN_OR_RETURN(Session gpu, Session::TryCreate({.backend = Backend::kGpu}));
     _gpu.emplace(std::move(gpu));
+    // Drivers in software end loops by themselves after 65,535 steps, without a word.
+    constexpr UInt32 kSoftwareSteps = 60'000;
+    const auto devices = GetDrawportDevices();
+    if (devices && devices->GetCount() > 0 && (*devices)[0].kind == "software"_s)
+      FindInterface<KernelReportInterface>(_gpu->GetProgram())->SetStepLimit(kSoftwareSteps);
     if (_isMeasuring) OSTRA_RETURN_IF_ERROR(MeasureDispatches(true));
   }
   return *_gpu;
@@ -100,6 +118,7 @@ Result<std::vector<EngineTime>> Engine::TakeTimes() {
 }
 
 void Engine::Retire(const ProgramResource& resource) {
+  if (!CheckProcess()) return;  // in a forked child the lock may be held by a thread that is not there
   const std::lock_guard lock(_retiredMutex);
   _retired.push_back(resource);
 }

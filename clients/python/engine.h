@@ -43,7 +43,8 @@ class Engine {
   std::timed_mutex& GetMutex() { return _mutex; }
   // The rest under the mutex.
   Result<void> CheckProcess() const;
-  KernelRuntime& GetRuntime() { return _runtime; }
+  // `isChecked`: that of kernels whose indices, divisors and loops are checked. Error: out of memory.
+  Result<KernelRuntime&> GetRuntime(bool isChecked);
   Session& GetCpu() { return _cpu; }
   // Error: there is no device.
   Result<Session&> GetGpu();
@@ -62,7 +63,8 @@ class Engine {
   // Deletes what was retired.
   void DeleteRetired();
 
-  // Deletes a resource with the next call. Without the mutex, from any thread.
+  // Deletes a resource with the next call; in a process that was forked it does nothing. Without the mutex, from any
+  // thread.
   void Retire(const ProgramResource& resource);
 
  private:
@@ -71,6 +73,7 @@ class Engine {
   Session _cpu;
   std::optional<Session> _gpu;
   KernelRuntime _runtime;
+  std::optional<KernelRuntime> _checkedRuntime;
   Int _nameCount = 0;
   std::set<std::string> _counters;
   std::map<UInt64, std::string> _kernelNames;

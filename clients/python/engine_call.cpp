@@ -49,9 +49,16 @@ bool IsMainThread() {
   return isMain;
 }
 
+// Whether SIGINT raises KeyboardInterrupt and does nothing else.
+bool HasOwnHandler() {
+  static const auto& ask = *new py::object(py::module_::import("signal").attr("getsignal"));
+  static const auto& own = *new py::object(py::module_::import("signal").attr("default_int_handler"));
+  return ask(static_cast<int>(SIGINT)).is(own);
+}
+
 }  // namespace
 
-EngineCall::EngineCall(Engine& engine) : _engine(engine), _isMainThread(IsMainThread()) {
+EngineCall::EngineCall(Engine& engine) : _engine(engine), _isInterruptible(IsMainThread() && HasOwnHandler()) {
   OrThrow(engine.CheckProcess());
   g_runningCalls.fetch_add(1);
   if (!g_isClosed.load()) return;
@@ -63,29 +70,34 @@ EngineCall::EngineCall(Engine& engine) : _engine(engine), _isMainThread(IsMainTh
 EngineCall::~EngineCall() { g_runningCalls.fetch_sub(1); }
 
 bool EngineCall::Begin() {
-  if (_isMainThread) {
+  if (_isInterruptible) {
     InstallInterruptHandler();
     g_isInterrupted.store(false);
   }
-  const auto isInterrupted = [this] { return _isMainThread && g_isInterrupted.load(); };
+  const auto isInterrupted = [this] { return _isInterruptible && g_isInterrupted.load(); };
   _hasLock = _engine.GetMutex().try_lock();
   while (!_hasLock && !isInterrupted()) _hasLock = _engine.GetMutex().try_lock_for(std::chrono::milliseconds(20));
   if (!_hasLock) return false;
   auto* const stop = FindInterface<DispatchStopInterface>(_engine.GetCpu().GetProgram());
   if (stop) stop->ForgetStop();
-  if (_isMainThread) g_running.store(stop);
+  if (_isInterruptible) g_running.store(stop);
   _engine.DeleteRetired();
   return !isInterrupted();
 }
 
 void EngineCall::End() {
-  if (_isMainThread) g_running.store(nullptr);
+  if (_isInterruptible) g_running.store(nullptr);
   if (_hasLock) _engine.GetMutex().unlock();
   _hasLock = false;
 }
 
 void EngineCall::ThrowSignal() const {
-  if (_isMainThread && g_isInterrupted.exchange(false) && PyErr_CheckSignals() != 0) throw py::error_already_set();
+  if (_isInterruptible && g_isInterrupted.exchange(false) && PyErr_CheckSignals() != 0) throw py::error_already_set();
+}
+
+void EngineCall::ThrowInterrupted() {
+  PyErr_SetString(PyExc_KeyboardInterrupt, "a signal has ended the wait for another call");
+  throw py::error_already_set();
 }
 
 void EngineCall::CloseAll(const std::function<void()>& stop) {

@@ -17,7 +17,8 @@
 namespace ostra::python {
 
 // An interrupt (Ctrl-C) stops the dispatch on the CPU of a call that the main thread makes; one on a GPU ends first.
-// Whatever Python's handler of the signal raises is thrown then: KeyboardInterrupt.
+// What Python's own handler raises is thrown then: KeyboardInterrupt. Where the program has another handler of SIGINT,
+// which need not raise, nothing is stopped: Python calls it after the call, as it does for all signals.
 class EngineCall {
  public:
   // Throws Exception when the interpreter ends, and in a process that was forked. With the interpreter lock.
@@ -37,7 +38,7 @@ class EngineCall {
       if (section.isOpen) result.emplace(function());
     }
     ThrowSignal();
-    if (!result) return Error::Make(kIllegalStateError, "The call was interrupted.", "python", __LINE__);
+    if (!result) ThrowInterrupted();
     return std::move(*result);
   }
 
@@ -60,9 +61,11 @@ class EngineCall {
   bool Begin();
   void End();
   void ThrowSignal() const;
+  // Of an interrupt that no handler of Python's has seen. It is no result of the call.
+  [[noreturn]] static void ThrowInterrupted();
 
   Engine& _engine;
-  const bool _isMainThread;
+  const bool _isInterruptible;
   bool _hasLock = false;
 };
 

@@ -3,6 +3,8 @@
 #include <pybind11/pybind11.h>
 #include <pybind11/stl.h>
 
+#include "clients/python/arguments.h"
+#include "clients/python/dlpack.h"
 #include "clients/python/element_format.h"
 #include "clients/python/engine_call.h"
 #include "clients/python/inquiries.h"
@@ -43,10 +45,29 @@ void RegisterError(py::module_& module) {
 // That of the array behind the buffer. Nothing may be thrown.
 extern "C" int GetBuffer(PyObject* object, Py_buffer* view, int flags) {
   view->obj = nullptr;
-  const auto& buffer = *py::cast<PythonBuffer*>(py::handle(object));
-  if (buffer.GetBackend() == Backend::kCpu) return PyObject_GetBuffer(buffer.GetHostArray().ptr(), view, flags);
-  PyErr_SetString(PyExc_BufferError, "the buffer lies on a GPU: buffer.numpy() copies it");
+  try {
+    const auto& buffer = *py::cast<PythonBuffer*>(py::handle(object));
+    return PyObject_GetBuffer(buffer.GetHostArray().ptr(), view, flags);
+  } catch (py::error_already_set& error) {
+    error.restore();
+  } catch (const py::builtin_exception& error) {
+    error.set_error();
+  }
   return -1;
+}
+
+std::shared_ptr<PythonBuffer> MakeBuffer(const py::args& positional, const py::kwargs& named) {
+  const auto given = TakeArguments("ostra.Buffer", {"array", "backend"}, 1, positional, named);
+  const py::array array = TakeArray("array", given[0]);
+  return std::make_shared<PythonBuffer>(array, given[1] ? ChooseBackend(given[1]) : Backend::kCpu);
+}
+
+py::object MakeArray(PythonBuffer& own, const py::args& positional, const py::kwargs& named) {
+  const auto given = TakeArguments("ostra.Buffer.__array__", {"dtype", "copy"}, 0, positional, named);
+  const py::object array = own.MakeNumpy();
+  const bool isCopied = given[1] && given[1].ptr() == Py_True && own.GetBackend() == Backend::kCpu;
+  if (!given[0] || given[0].is_none()) return isCopied ? array.attr("copy")() : array;
+  return array.attr("astype")(given[0], py::arg("copy") = isCopied);
 }
 
 void RegisterBuffer(py::module_& module) {
@@ -64,13 +85,24 @@ is given a buffer makes its other outputs as buffers. On the CPU it has the buff
 Raises TypeError for an array without numbers, ValueError for an empty one, ostra.Error without a GPU.)";
   buffer.attr("__module__") = "ostra";
   buffer
-      .def(py::init<const py::array&, const std::string&>(), py::arg("array"), py::arg("backend") = "cpu",
+      .def(py::init(&MakeBuffer),
            "Copies a numpy array to a backend: \"cpu\", \"gpu\", or \"auto\" for a GPU where there is one.")
-      .def("numpy", &PythonBuffer::MakeNumpy,
-           "The elements: on the CPU the memory itself, without a copy; on a GPU a new array, when all calls have "
-           "ended.")
-      .def("write", &PythonBuffer::Write, py::arg("array"),
-           "Overwrites all elements. Raises TypeError for another dtype, ValueError for another shape.")
+      .def(
+          "numpy",
+          [](PythonBuffer& own, const py::args& positional, const py::kwargs& named) {
+            TakeArguments("ostra.Buffer.numpy", {}, 0, positional, named);
+            return own.MakeNumpy();
+          },
+          "The elements: on the CPU the memory itself, without a copy; on a GPU a new array, when all calls have "
+          "ended.")
+      .def(
+          "write",
+          [](PythonBuffer& own, const py::args& positional, const py::kwargs& named) {
+            own.Write(TakeArray("array", TakeArguments("ostra.Buffer.write", {"array"}, 1, positional, named)[0]));
+          },
+          "Overwrites all elements. Raises TypeError for another dtype and for read-only memory, ValueError for "
+          "another "
+          "shape.")
       .def_property_readonly("shape", &PythonBuffer::GetShapeTuple, "The number of elements along each axis: a tuple.")
       .def_property_readonly("dtype", &PythonBuffer::GetDtype, "The numpy.dtype of the elements.")
       .def_property_readonly("nbytes", &PythonBuffer::GetByteCount, "The size of all elements in bytes.")
@@ -84,25 +116,17 @@ Raises TypeError for an array without numbers, ValueError for an empty one, ostr
              if (own.GetShape().empty()) throw py::type_error("the buffer has no axes");
              return own.GetShape().front();
            })
-      .def(
-          "__array__",
-          [](PythonBuffer& own, const py::object& dtype) {
-            const py::object array = own.MakeNumpy();
-            return dtype.is_none() ? array : py::object(array.attr("astype")(dtype, py::arg("copy") = false));
-          },
-          py::arg("dtype") = py::none())
-      .def(
-          "__dlpack__",
-          [](const PythonBuffer& own, const py::object& stream) {
-            return own.GetHostArray().attr("__dlpack__")(py::arg("stream") = stream);
-          },
-          py::kw_only(), py::arg("stream") = py::none())
+      .def("__array__", &MakeArray)
+      .def("__dlpack__",
+           [](const PythonBuffer& own, const py::args& positional, const py::kwargs& named) {
+             return own.GetHostArray().attr("__dlpack__")(*positional, **named);
+           })
       .def("__dlpack_device__", [](const PythonBuffer& own) { return own.GetHostArray().attr("__dlpack_device__")(); })
       .def("__repr__", [](const PythonBuffer& own) {
         return "<ostra.Buffer of " + TextOf(own.GetDtype()) + " " + TextOf(own.GetShapeTuple()) + " on the " +
                (own.GetBackend() == Backend::kGpu ? "GPU" : "CPU") + ">";
       });
-  module.def("share", &PythonBuffer::Share);
+  module.def("share", [](const py::object& array) { return PythonBuffer::Share(ReadDlpack(array)); });
 }
 
 void RegisterCounter(py::module_& module) {
@@ -111,8 +135,14 @@ void RegisterCounter(py::module_& module) {
 
 Counter(value=0) is given to the parameter of a kernel, counts on from its value, and has the new one after the call.)";
   counter.attr("__module__") = "ostra";
-  counter.def(py::init<UInt32>(), py::arg("value") = 0, "A counter that starts at `value`, 0 to 2**32 - 1.")
-      .def_readwrite("value", &PythonCounter::value, "The number: an int.")
+  const auto make = [](const py::args& positional, const py::kwargs& named) {
+    const auto given = TakeArguments("ostra.Counter", {"value"}, 0, positional, named);
+    return PythonCounter{given[0] ? TakeUInt32("value", given[0]) : 0};
+  };
+  const auto set = [](PythonCounter& own, const py::object& value) { own.value = TakeUInt32("value", value); };
+  counter.def(py::init(make), "A counter that starts at `value`, 0 to 2**32 - 1.")
+      .def_property(
+          "value", [](const PythonCounter& own) { return own.value; }, set, "The number: an int.")
       .def("__int__", [](const PythonCounter& own) { return own.value; })
       .def("__repr__", [](const PythonCounter& own) { return "ostra.Counter(" + std::to_string(own.value) + ")"; });
 }
@@ -152,17 +182,25 @@ PYBIND11_MODULE(_ostra, module) {
   RegisterCounter(module);
   RegisterTexture(module);
   py::class_<PythonKernel>(module, "Kernel")
-      .def(py::init<const std::string&, const std::string&, bool>())
+      .def(py::init([](const py::object& file, const py::object& text, bool isOnGpu, bool isChecked) {
+        const std::string content = text.is_none() ? std::string() : TakeText("source", text);
+        const std::string name = TakeText(text.is_none() ? "source" : "name", file);
+        return std::make_unique<PythonKernel>(name, content, isOnGpu, isChecked);
+      }))
       .def("call", &PythonKernel::Call)
       .def("check", &PythonKernel::Check)
       .def_property_readonly("axis_count", &PythonKernel::GetAxisCount)
       .def_property_readonly("name", &PythonKernel::GetName)
       .def_property_readonly("backend", &PythonKernel::GetBackendName)
+      .def_property_readonly("is_checked", &PythonKernel::IsChecked)
       .def_property_readonly("parameters", &PythonKernel::DescribeParameters);
-  module.def("choose_backend", [](const std::string& name) { return GetBackendName(ChooseBackend(name)); });
+  module.def("choose_backend", [](const py::object& name) { return GetBackendName(ChooseBackend(name)); });
+  module.def("check_text", [](const std::string& name, const py::object& text) { TakeText(name, text); });
+  module.def("take_floats", &TakeFloats);
   module.def("devices", &ListDevices);
   module.def("configuration", &ListConfiguration);
-  module.def("configure", &Configure);
+  module.def("configure",
+             [](const py::object& name, bool value) { Configure(TakeText("the name of a variable", name), value); });
   module.def("device_memory", &GetDeviceMemory);
   module.def("measure", &MeasureDispatches);
   module.def("take_times", &TakeDispatchTimes);

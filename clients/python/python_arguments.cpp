@@ -3,6 +3,7 @@
 #include <charconv>
 #include <cstring>
 
+#include "clients/python/arguments.h"
 #include "clients/python/python_kernel.h"
 #include "ostra/core/nearest_word.h"
 #include "parallelprogram/program/noise_modes.h"
@@ -14,8 +15,6 @@ namespace py = pybind11;
 namespace {
 
 constexpr std::string_view kMode = "noiseMode_", kSeed = "noiseSeed_";
-
-std::string Quote(const std::string& name) { return "\"" + name + "\""; }
 
 std::string NameType(const py::handle& value) { return TextOf(py::type::handle_of(value).attr("__name__")); }
 
@@ -48,7 +47,7 @@ Int32 ReadNoiseMode(const std::string& parameter, const py::handle& value) {
     throw py::value_error(Quote(parameter) + " is 0 to " + std::to_string(kNoiseModeCount - 1) + ", not " +
                           std::to_string(mode));
   }
-  const auto name = py::cast<std::string>(value);
+  const std::string name = TakeText(parameter, value);
   NearestWord nearest(name, 3);
   for (Int32 mode = 0; mode < kNoiseModeCount; ++mode) {
     if (GetNoiseName(mode) == name) return mode;
@@ -116,7 +115,7 @@ void PythonKernel::BindArgument(Parameter& parameter, const py::object& value, I
 
 void PythonKernel::CheckNames(const py::dict& arguments) const {
   for (const auto& argument : arguments) {
-    const auto name = py::cast<std::string>(argument.first);
+    const std::string name = TakeText("the name of a parameter", argument.first);
     const auto isNamed = [&name](const Parameter& parameter) { return parameter.name == name; };
     if (std::any_of(_parameters.begin(), _parameters.end(), isNamed)) continue;
     if (_hasNoises && FindNoiseSetting(name)) continue;
@@ -202,12 +201,14 @@ PythonKernel::BoundBuffer PythonKernel::BindBuffer(Parameter& parameter, const p
 PythonKernel::BoundTexture PythonKernel::BindTexture(const Parameter& parameter, const py::object& value) const {
   const std::string wanted = Quote(parameter.name) + " is a " + DescribeTexture(*parameter.texture);
   std::shared_ptr<PythonTexture> texture;
-  if (py::isinstance<PythonTexture>(value))
+  if (py::isinstance<PythonTexture>(value)) {
+    CheckConstructed(value);
     texture = py::cast<std::shared_ptr<PythonTexture>>(value);
-  else if (py::isinstance<py::array>(value))
+  } else if (py::isinstance<py::array>(value)) {
     texture = std::make_shared<PythonTexture>(py::array(value), TextureSettings());
-  else
+  } else {
     throw py::type_error(wanted + ", which takes an ostra.Texture or a numpy array, not " + NameType(value));
+  }
   texture->Check(wanted, *parameter.texture, _backend);
   return {&parameter, std::move(texture)};
 }
@@ -217,10 +218,7 @@ PythonKernel::BoundCounter PythonKernel::BindCounter(const Parameter& parameter,
     auto& counter = py::cast<PythonCounter&>(value);
     return {&parameter, counter.value, &counter};
   }
-  const std::vector<char> bytes = MakeValue(parameter.name, GetDataType<UInt32>(), value);
-  BoundCounter bound{&parameter};
-  std::memcpy(&bound.value, bytes.data(), sizeof(bound.value));
-  return bound;
+  return {&parameter, TakeUInt32(parameter.name, value)};
 }
 
 // Programs keep values: all that earlier calls have set are set again.
@@ -245,12 +243,13 @@ void PythonKernel::BindNoises(const py::dict& arguments, Invocation& invocation)
 
 void PythonKernel::ChooseSize(const py::object& size, Invocation& invocation) const {
   if (!size.is_none()) {
-    const py::tuple extents = PyIndex_Check(size.ptr()) ? py::make_tuple(size) : py::tuple(size);
+    const py::tuple extents = FindElements(size).value_or(py::make_tuple(size));
     UInt32* const axes[] = {&invocation.size.x, &invocation.size.y, &invocation.size.z};
     if (extents.empty() || extents.size() > 3) throw py::value_error("the size has one to three numbers");
     for (std::size_t i = 0; i < extents.size(); ++i) {
-      const auto bytes = MakeValue("size", GetDataType<UInt32>(), extents[i]);
-      std::memcpy(axes[i], bytes.data(), sizeof(UInt32));
+      if (!PyIndex_Check(py::object(extents[i]).ptr()))
+        RefuseArgument("size", "a number or a tuple of one to three numbers", size);
+      *axes[i] = TakeUInt32("size", extents[i]);
       if (*axes[i] == 0) throw py::value_error("the size has numbers from 1 on");
       invocation.shape.insert(invocation.shape.begin(), *axes[i]);
     }

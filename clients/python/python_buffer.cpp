@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "clients/python/arguments.h"
 #include "clients/python/element_format.h"
 #include "clients/python/engine_call.h"
 
@@ -13,15 +14,14 @@ namespace py = pybind11;
 
 namespace {
 
-Backend Start(Backend backend) {
-  if (backend == Backend::kCpu) return backend;
+// Error: why there is no GPU. Everything else is thrown.
+Result<void> StartGpu() {
   const auto engine = OrThrow(Engine::Get());
   EngineCall call(*engine);
-  OrThrow(call.Run([&]() -> Result<void> {
+  return call.Run([&]() -> Result<void> {
     OSTRA_RETURN_IF_ERROR(engine->GetGpu());
     return OK;
-  }));
-  return backend;
+  });
 }
 
 void CheckArray(const py::array& array) {
@@ -42,21 +42,23 @@ std::vector<py::ssize_t> ShapeOf(const py::array& array) { return {array.shape()
 
 }  // namespace
 
-Backend ChooseBackend(const std::string& name) {
-  if (name == "cpu") return Backend::kCpu;
-  if (name == "gpu") return Start(Backend::kGpu);
-  if (name != "auto") throw py::value_error("backend is \"cpu\", \"gpu\" or \"auto\", not " + ReprOf(py::str(name)));
-  try {
-    return Start(Backend::kGpu);
-  } catch (const Exception&) {
-    return Backend::kCpu;
-  }
+Backend ChooseBackend(const py::handle& name) {
+  constexpr const char* kBackends = "\"cpu\", \"gpu\" or \"auto\"";
+  if (!py::isinstance<py::str>(name)) RefuseArgument("backend", kBackends, name);
+  if (name.equal(py::str("cpu"))) return Backend::kCpu;
+  const bool isGpu = name.equal(py::str("gpu"));
+  if (!isGpu && !name.equal(py::str("auto")))
+    throw py::value_error(std::string("\"backend\" is ") + kBackends + ", not " + ShowValue(name));
+  Result<void> started = StartGpu();
+  if (!isGpu) return started ? Backend::kGpu : Backend::kCpu;
+  OrThrow(std::move(started));
+  return Backend::kGpu;
 }
 
 const char* GetBackendName(Backend backend) { return backend == Backend::kGpu ? "gpu" : "cpu"; }
 
-PythonBuffer::PythonBuffer(const py::array& array, const std::string& backend)
-    : _backend(ChooseBackend(backend)), _shape(ShapeOf(array)), _dtype(array.dtype()), _byteCount(array.nbytes()) {
+PythonBuffer::PythonBuffer(const py::array& array, Backend backend)
+    : _backend(backend), _shape(ShapeOf(array)), _dtype(array.dtype()), _byteCount(array.nbytes()) {
   py::array copy = CopyArray(array);
   _engine = OrThrow(Engine::Get());
   if (_backend == Backend::kCpu) {
@@ -81,9 +83,7 @@ std::shared_ptr<PythonBuffer> PythonBuffer::Share(const py::array& array) {
   auto buffer = std::make_shared<PythonBuffer>(Backend::kCpu, std::vector<py::ssize_t>{1}, array.dtype());
   buffer->_shape = ShapeOf(array);
   buffer->_byteCount = array.nbytes();
-  // What DLPack hands over may be written, but numpy says otherwise.
-  const std::vector<py::ssize_t> strides(array.strides(), array.strides() + array.ndim());
-  buffer->_array = py::array(array.dtype(), buffer->_shape, strides, array.data(), py::make_tuple(array));
+  buffer->_array = array;
   return buffer;
 }
 
@@ -118,6 +118,7 @@ void PythonBuffer::Write(const py::array& array) {
     throw py::value_error("the buffer has the shape " + TextOf(GetShapeTuple()) + ", not " +
                           TextOf(array.attr("shape")));
   if (_backend == Backend::kCpu) {
+    if (!_array.writeable()) throw py::type_error("the memory of the buffer is read-only");
     py::module_::import("numpy").attr("copyto")(_array, array);
     return;
   }

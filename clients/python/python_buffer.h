@@ -9,13 +9,14 @@
 #include <utility>
 #include <vector>
 
+#include "clients/python/constructed.h"
 #include "clients/python/engine.h"
 
 namespace ostra::python {
 
-// "cpu", "gpu" or "auto" as a backend; "auto" starts a GPU to see whether there is one. Throws ValueError for others
-// and Exception for "gpu" without a GPU.
-Backend ChooseBackend(const std::string& name);
+// "cpu", "gpu" or "auto" as a backend; "auto" starts a GPU to see whether there is one. Throws TypeError and ValueError
+// for others, Exception for "gpu" without a GPU, and what a signal raises while a GPU starts.
+Backend ChooseBackend(const pybind11::handle& name);
 const char* GetBackendName(Backend backend);
 
 // On the CPU it is a numpy array. On a GPU the elements lie in a buffer of the program: they are uploaded for the first
@@ -23,8 +24,8 @@ const char* GetBackendName(Backend backend);
 class PythonBuffer {
  public:
   // Copies the array. Throws TypeError and ValueError for one that has no buffer.
-  PythonBuffer(const pybind11::array& array, const std::string& backend);
-  // Shares the memory of an array, on the CPU. Throws the same.
+  PythonBuffer(const pybind11::array& array, Backend backend);
+  // Shares the memory of an array, on the CPU; it stays read-only where the array is. Throws the same.
   static std::shared_ptr<PythonBuffer> Share(const pybind11::array& array);
   // Zeros.
   PythonBuffer(Backend backend, std::vector<pybind11::ssize_t> shape, pybind11::dtype dtype);
@@ -42,7 +43,8 @@ class PythonBuffer {
 
   // On the CPU the memory itself, on a GPU a copy. Throws Exception: that of the device.
   pybind11::array MakeNumpy();
-  // Overwrites all elements. Throws TypeError for another type or shape; Exception: that of the device.
+  // Overwrites all elements. Throws TypeError for another type, for another shape and where the memory is read-only;
+  // Exception: that of the device.
   void Write(const pybind11::array& array);
   // The array of a buffer on the CPU. Throws BufferError for one on a GPU.
   const pybind11::array& GetHostArray() const;

@@ -17,8 +17,8 @@ namespace ostra::python {
 
 namespace py = pybind11;
 
-PythonKernel::PythonKernel(const std::string& file, const std::string& text, bool isOnGpu)
-    : _backend(isOnGpu ? Backend::kGpu : Backend::kCpu) {
+PythonKernel::PythonKernel(const std::string& file, const std::string& text, bool isOnGpu, bool isChecked)
+    : _backend(isOnGpu ? Backend::kGpu : Backend::kCpu), _isChecked(isChecked) {
   _engine = OrThrow(Engine::Get());
   EngineCall call(*_engine);
   OrThrow(call.Run([&] { return Load(file, text); }));
@@ -30,14 +30,25 @@ Result<void> PythonKernel::Load(const std::string& file, const std::string& text
   const bool isOnGpu = _backend == Backend::kGpu;
   if (isOnGpu) OSTRA_RETURN_IF_ERROR(_engine->GetGpu());
   OSTRA_ASSIGN_OR_RETURN(const Url url, Url::Create(file));
-  OSTRA_ASSIGN_OR_RETURN(const LoadedKernel loaded,
-                         text.empty() ? _engine->GetRuntime().Load(url) : _engine->GetRuntime().LoadText(file, text));
+  OSTRA_ASSIGN_OR_RETURN(KernelRuntime & runtime, _engine->GetRuntime(_isChecked));
+  OSTRA_ASSIGN_OR_RETURN(const LoadedKernel loaded, text.empty() ? runtime.Load(url) : runtime.LoadText(file, text));
   _name = std::string(url.GetName().GetView());
   _axisCount = loaded.GetAxisCount();
   OSTRA_ASSIGN_OR_RETURN(_kernel, _engine->MakeName("kernel"));
   _engine->NameKernel(_kernel, _name);
-  OSTRA_RETURN_IF_ERROR(GetProgram().AddKernel(_kernel, isOnGpu ? url : loaded.GetUrl(), true));
+  OSTRA_RETURN_IF_ERROR(AddToProgram(isOnGpu ? url : loaded.GetUrl()));
   return ReadParameters(loaded);
+}
+
+// A class of the CPU has its checks; a program of a GPU compiles them into the kernel.
+Result<void> PythonKernel::AddToProgram(const Url& file) {
+  ParallelProgramInterface& program = GetProgram();
+  if (_backend == Backend::kCpu || !_isChecked) return program.AddKernel(_kernel, file, true);
+  auto* const reports = FindInterface<KernelReportInterface>(program);
+  OSTRA_RETURN_IF_ERROR(reports->SetReportOptions({.hasChecks = true}));
+  const auto added = program.AddKernel(_kernel, file, true);
+  OSTRA_RETURN_IF_ERROR(reports->SetReportOptions({}));
+  return added;
 }
 
 // The class of the CPU knows the parameters of both.

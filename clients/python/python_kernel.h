@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "clients/python/constructed.h"
 #include "clients/python/element_format.h"
 #include "clients/python/engine.h"
 #include "clients/python/python_buffer.h"
@@ -23,8 +24,9 @@ struct PythonCounter {
 
 class PythonKernel {
  public:
-  // `text`: the kernel itself, and `file` its name; empty: it stands in `file`. Throws Exception.
-  PythonKernel(const std::string& file, const std::string& text, bool isOnGpu);
+  // `text`: the kernel itself, and `file` its name; empty: it stands in `file`. `isChecked`: calls look at indices,
+  // divisors and loops (KernelReportOptions). Throws Exception.
+  PythonKernel(const std::string& file, const std::string& text, bool isOnGpu, bool isChecked);
 
   // `size`: None, a number, or a sequence of up to three. Returns None, what was made, or a dict of several.
   pybind11::object Call(const pybind11::object& size, const pybind11::dict& arguments);
@@ -35,6 +37,7 @@ class PythonKernel {
   // Of a position that an invocation looks at; nothing when that is not known.
   std::optional<Int> GetAxisCount() const { return _axisCount; }
   const std::string& GetName() const { return _name; }
+  bool IsChecked() const { return _isChecked; }
   const char* GetBackendName() const { return python::GetBackendName(_backend); }
   pybind11::dict DescribeParameters() const;
 
@@ -90,6 +93,7 @@ class PythonKernel {
 
   // The rest of the constructor, without the interpreter lock.
   Result<void> Load(const std::string& file, const std::string& text);
+  Result<void> AddToProgram(const Url& file);
   Result<void> ReadParameters(const LoadedKernel& loaded);
   static void SetKind(const LoadedKernel& loaded, Parameter& parameter);
   ParallelProgramInterface& GetProgram() const { return _engine->GetSession(_backend).GetProgram(); }
@@ -123,7 +127,8 @@ class PythonKernel {
   std::string _name;
   InternedId _kernel;
   std::optional<Int> _axisCount;
-  bool _hasReports = false;  // PRINT or ASSERT
+  bool _isChecked;
+  bool _hasReports = false;  // PRINT, ASSERT or checks
   bool _hasNoises = false;
   Int _noiseCount = 1;  // that calls have set
   std::vector<Parameter> _parameters;

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "clients/python/constructed.h"
 #include "clients/python/engine.h"
 #include "parallelprogram/textures/texture_bind_data.h"
 

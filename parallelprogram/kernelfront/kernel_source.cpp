@@ -265,6 +265,13 @@ Result<String> KernelReading::GenerateSource() const {
   });
 }
 
+Result<void> KernelReading::CheckLanguage() const {
+  return CatchFailures([&]() -> Result<void> {
+    if (_state->kernel->notUnderstood) FailForLanguage(*_state->kernel, _switches.isTraced);
+    return OK;
+  });
+}
+
 // For what clients see of a kernel: its own parameters and structs.
 constexpr KernelReportSwitches kWithoutReports = {.isSilent = true, .isChecked = false};
 

@@ -88,6 +88,9 @@ class KernelReading {
   Result<String> GenerateClientHeader() const;
   Result<std::vector<KernelParameterText>> ListParameters() const;
   Result<void> FindMistakes() const;
+  // Error: illegal argument with what the front end of the language does not understand: such a kernel has neither
+  // checks nor traces. Nothing is said of mistakes.
+  Result<void> CheckLanguage() const;
   Result<std::optional<SourceMessage>> ExplainLineRules() const;
   Result<String> ExplainLanes() const;
   Result<std::optional<Int>> CountNoises() const;

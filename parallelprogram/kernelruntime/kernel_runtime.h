@@ -42,8 +42,11 @@ struct KernelRuntimeSettings {
   std::string cacheFolder = {};
   // Lets the compiler reorder floating-point arithmetic: faster, and the last bits differ from those of a GPU.
   Bool isFast = false;
-  // Lets kernels end the process with a message at an index outside of a buffer, an array or a texture's layers.
+  // Lets kernels check indices, divisors and loops: a dispatch fails with what is wrong (KernelReportOptions). Kernels
+  // with C++ of their own end the process with a message at an index outside of a buffer or an array.
   Bool isChecked = false;
+  // Refuses kernels with C++ of their own.
+  Bool isOfLanguageAlone = false;
   KernelBuildObserver* observer = nullptr;  // outlives the runtime
 };
 
@@ -94,8 +97,9 @@ class OSTRA_API KernelRuntime {
   // The kernel in a file; `templateArgument` takes the place of TYPE in it. Takes as long as reading the file when
   // neither it nor a header beside it has changed since the last call. Errors: those of reading the file; illegal
   // argument with "file:line:column: error: ...", the line and a caret for a text that is no kernel, and with the
-  // compiler's messages, which name lines of the kernel file; illegal state without a C++ compiler, without the
-  // framework's headers, and for a cache folder that other users may write to; out of memory.
+  // compiler's messages, which name lines of the kernel file; the same with what is not of the language where the
+  // settings refuse it; illegal state without a C++ compiler, without the framework's headers, and for a cache folder
+  // that other users may write to; out of memory.
   Result<LoadedKernel> Load(const Url& file, std::string_view templateArgument = {});
   // The kernel in a text, in UTF-8. `name` stands for the file in messages and gives the class its name; headers are
   // looked for beside it. Errors: the same.

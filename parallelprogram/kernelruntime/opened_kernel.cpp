@@ -92,7 +92,7 @@ Result<KernelSource> OpenedKernel::MakeSource(const KernelReportSwitches& report
   if (_source && _reports == reports) return *_source;
   KernelSource source;
   auto made = _reading->WithReports(reports).GenerateSource();
-  source.isChecked = reports.isChecked && made;
+  source.isChecked = reports.isChecked && made && _reading->CheckLanguage();
   // Without them the compiler's checks are left (kernel_cache.cpp).
   if (!made && reports.isChecked) made = _reading->WithReports({.isSilent = reports.isSilent}).GenerateSource();
   OSTRA_ASSIGN_OR_RETURN(source.text, Check(std::move(made)));
@@ -105,6 +105,12 @@ Result<KernelSource> OpenedKernel::MakeSource(const KernelReportSwitches& report
 
 Result<std::vector<KernelParameterText>> OpenedKernel::ListParameters() const {
   return Check(_reading->ListParameters());
+}
+
+Result<void> OpenedKernel::CheckLanguage(const KernelReportSwitches& reports) const {
+  OSTRA_RETURN_IF_ERROR(_reading->CheckLanguage());
+  OSTRA_RETURN_IF_ERROR(Check(_reading->WithReports(reports).GenerateSource()));
+  return OK;
 }
 
 Result<void> OpenedKernel::FindMistakes() const { return Check(_reading->FindMistakes()); }

@@ -26,6 +26,8 @@ class OpenedKernel {
   Result<KernelSource> MakeSource(const KernelReportSwitches& reports = {}) const;
   // ListKernelParameters (kernelfront/kernel_source.h).
   Result<std::vector<KernelParameterText>> ListParameters() const;
+  // Why the kernel cannot have these reports from the front end: what is not of the language, and mistakes.
+  Result<void> CheckLanguage(const KernelReportSwitches& reports) const;
   // What is wrong for the CPU and for GPUs.
   Result<void> FindMistakes() const;
   // Why the kernel has no wide form: "file:line:column: note: ...", and the line with a caret below unless a file is

@@ -1,7 +1,11 @@
 """ostra.Buffer: elements that stay where kernels work with them."""
 
+import ctypes
 import gc
+import os
 import sys
+import threading
+import time
 
 import numpy
 import pytest
@@ -101,7 +105,7 @@ def test_memory_of_other_packages_is_used_without_a_copy():
     buffer = ostra.from_dlpack(array)
     ostra.kernel(STEP)(source=numpy.ones(8, numpy.float32), target=buffer)
     numpy.testing.assert_array_equal(array, numpy.full(8, 1.5, numpy.float32))
-    with pytest.raises(TypeError, match="DLPack takes an array that has it, not list"):
+    with pytest.raises(TypeError, match="an array with DLPack's methods, not \\[1.0\\]"):
         ostra.from_dlpack([1.0])
     with pytest.raises(TypeError, match="not in C order"):
         ostra.from_dlpack(numbers(4, 4).T)
@@ -115,6 +119,101 @@ def test_memory_of_other_packages_is_used_without_a_copy():
 
     with pytest.raises(BufferError, match="not on the CPU"):
         ostra.from_dlpack(Elsewhere())
+
+
+class Device(ctypes.Structure):
+    _fields_ = [("kind", ctypes.c_int32), ("number", ctypes.c_int32)]
+
+
+class Tensor(ctypes.Structure):
+    _fields_ = [("data", ctypes.c_void_p), ("device", Device), ("axes", ctypes.c_int32), ("code", ctypes.c_uint8),
+                ("bits", ctypes.c_uint8), ("lanes", ctypes.c_uint16), ("shape", ctypes.POINTER(ctypes.c_int64)),
+                ("strides", ctypes.POINTER(ctypes.c_int64)), ("offset", ctypes.c_uint64)]
+
+
+class VersionedTensor(ctypes.Structure):
+    pass
+
+
+Release = ctypes.CFUNCTYPE(None, ctypes.POINTER(VersionedTensor))
+VersionedTensor._fields_ = [("major", ctypes.c_uint32), ("minor", ctypes.c_uint32), ("manager", ctypes.c_void_p),
+                            ("release", Release), ("flags", ctypes.c_uint64), ("tensor", Tensor)]
+NAME = b"dltensor_versioned"
+
+
+class Exporter:
+    """An array as packages with version 1 of DLPack hand it over; the last axis may be shorter than the memory."""
+
+    def __init__(self, array, flags=0, major=1, code=2, width=None):
+        self.array, self.released = array, 0
+        shape = (*array.shape[:-1], width or array.shape[-1])
+        self._axes = [(ctypes.c_int64 * array.ndim)(*shape),
+                      (ctypes.c_int64 * array.ndim)(*(step // array.itemsize for step in array.strides))]
+        tensor = Tensor(array.ctypes.data, Device(1, 0), array.ndim, code, array.itemsize * 8, 1, self._axes[0],
+                        self._axes[1], 0)
+        self._managed = VersionedTensor(major, 0, None, Release(self._release), flags, tensor)
+
+    def _release(self, _):
+        self.released += 1
+
+    def __dlpack_device__(self):
+        return 1, 0
+
+    def __dlpack__(self, *, max_version):
+        assert max_version[0] == 1
+        new = ctypes.pythonapi.PyCapsule_New
+        new.restype, new.argtypes = ctypes.py_object, [ctypes.c_void_p, ctypes.c_char_p, ctypes.c_void_p]
+        return new(ctypes.addressof(self._managed), NAME, None)
+
+
+def test_memory_that_its_owner_calls_read_only_is_read_and_not_written():
+    step, owner = ostra.kernel(STEP), Exporter(numbers(2, 4), flags=1)
+    buffer = ostra.from_dlpack(owner)
+    assert not buffer.numpy().flags.writeable and memoryview(buffer).readonly
+    numpy.testing.assert_array_equal(step(source=buffer).numpy(), numbers(2, 4) / 2 + 1)
+    with pytest.raises(TypeError, match='"target" .* its array is read-only'):
+        step(source=numbers(8), target=buffer)
+    with pytest.raises(TypeError, match="the memory of the buffer is read-only"):
+        buffer.write(numbers(2, 4))
+    numpy.testing.assert_array_equal(owner.array, numbers(2, 4))
+
+
+def test_memory_of_version_1_is_written_and_released_once():
+    owner = Exporter(numbers(8))
+    buffer = ostra.from_dlpack(owner)
+    ostra.kernel(STEP)(source=numbers(8), target=buffer)
+    numpy.testing.assert_array_equal(owner.array, numbers(8) / 2 + 1)
+    view = buffer.numpy()
+    del buffer
+    gc.collect()
+    assert owner.released == 0 and view[0] == 1
+    del view
+    gc.collect()
+    assert owner.released == 1
+
+
+@pytest.mark.parametrize("owner, error, message", [
+    (Exporter(numbers(4), major=2), BufferError, "the version 2 of DLPack, not 1"),
+    (Exporter(numbers(4), code=4), TypeError, "not the type 4 of 32 bits"),
+    (Exporter(numbers(4, 4), width=2), TypeError, "not in C order"),
+])
+def test_memory_that_cannot_be_shared_is_refused_and_released(owner, error, message):
+    with pytest.raises(error, match=message):
+        ostra.from_dlpack(owner)
+    gc.collect()
+    assert owner.released == 1
+
+
+def test_what_is_no_capsule_is_refused():
+    class Wrong:
+        def __dlpack__(self):
+            return 3
+
+        def __dlpack_device__(self):
+            return 1, 0
+
+    with pytest.raises(TypeError, match='__dlpack__ of "array" gives 3'):
+        ostra.from_dlpack(Wrong())
 
 
 def test_a_buffer_becomes_a_texture(backend):
@@ -182,6 +281,41 @@ def test_a_buffer_lets_its_memory_go():
     del buffer
     gc.collect()
     assert sys.getrefcount(array) == count
+
+
+@no_gpu
+def test_a_forked_process_destroys_buffers_of_a_gpu_while_a_thread_uses_it():
+    step, done = ostra.kernel(STEP, backend="gpu"), threading.Event()
+
+    def work():
+        while not done.is_set():
+            step(source=ostra.Buffer(numbers(4), backend="gpu"))
+
+    thread = threading.Thread(target=work)
+    thread.start()
+    try:
+        for _ in range(50):
+            buffer = step(source=ostra.Buffer(numbers(4), backend="gpu"))
+            child = os.fork()
+            if child == 0:
+                del buffer
+                os._exit(3)
+            assert wait_for(child, 20) == 3
+    finally:
+        done.set()
+        thread.join()
+
+
+def wait_for(child, seconds):
+    """The exit code of a child; it is killed if it does not end."""
+    end = time.monotonic() + seconds
+    while time.monotonic() < end:
+        ended, status = os.waitpid(child, os.WNOHANG)
+        if ended:
+            return os.waitstatus_to_exitcode(status)
+        time.sleep(0.001)
+    os.kill(child, 9)
+    return os.waitstatus_to_exitcode(os.waitpid(child, 0)[1])
 
 
 def test_the_shape_of_what_numpy_shows_is_not_that_of_the_buffer():

@@ -13,7 +13,7 @@ import numpy
 import pytest
 
 import ostra
-from conftest import make_kernel
+from conftest import make_kernel, no_gpu
 
 # As many steps as there are numbers times `rounds`.
 SLOW = make_kernel("Slow", ["(UInt32) rounds", "(Block<Float32>) target"],
@@ -57,16 +57,73 @@ def test_an_interrupt_ends_a_call_and_the_next_one_works(interrupt_after):
     assert numpy.all(target == 1) and sys.getrefcount(target) == count
 
 
-def test_an_interrupt_that_python_answers_without_an_exception_is_an_error(interrupt_after):
+@pytest.fixture
+def own_handler():
+    """A handler of SIGINT that raises nothing: the list of its signals."""
     seen = []
-    former = signal.signal(signal.SIGINT, lambda *_: seen.append(1))
+    former = signal.signal(signal.SIGINT, lambda number, _: seen.append(number))
+    yield seen
+    signal.signal(signal.SIGINT, former)
+
+
+def test_a_call_goes_on_where_a_handler_of_the_program_takes_the_interrupt(own_handler, interrupt_after):
+    slow = ostra.kernel(SLOW)
+    target = numpy.zeros(1 << 16, numpy.float32)
+    interrupt_after(0.1)
+    begin = time.monotonic()
+    slow(rounds=5000, target=target)
+    assert time.monotonic() - begin > 0.1  # else it was over before
+    assert own_handler == [signal.SIGINT] and numpy.count_nonzero(target) > target.size * 0.9
+    expected = numpy.zeros_like(target)
+    slow(rounds=5000, target=expected)
+    numpy.testing.assert_array_equal(target, expected)
+
+
+def test_the_exception_of_a_handler_of_the_program_comes_after_the_call(interrupt_after):
+    class Enough(Exception):
+        pass
+
+    def end(*_):
+        raise Enough
+
+    target = numpy.zeros(1 << 16, numpy.float32)
+    slow = ostra.kernel(SLOW)
+    former = signal.signal(signal.SIGINT, end)
     try:
-        interrupt_after(0.3)
-        with pytest.raises(ostra.Error, match="was stopped"):
-            ostra.kernel(SLOW)(target=numpy.zeros(1 << 24, numpy.float32), **FOREVER)
+        interrupt_after(0.1)
+        with pytest.raises(Enough):
+            slow(rounds=5000, target=target)
+            time.sleep(10)
     finally:
         signal.signal(signal.SIGINT, former)
-    assert seen == [1]
+    assert numpy.count_nonzero(target) > target.size * 0.9
+
+
+@pytest.fixture
+def busy_engine():
+    """Another thread that calls kernels for about a second."""
+    slow = ostra.kernel(SLOW)
+    thread = threading.Thread(target=lambda: slow(1 << 14, rounds=200000))
+    thread.start()
+    time.sleep(0.1)
+    yield thread
+    thread.join()
+
+
+def test_an_interrupt_is_not_taken_for_a_missing_gpu(busy_engine, interrupt_after):
+    interrupt_after(0.1)
+    with pytest.raises(KeyboardInterrupt):
+        ostra.kernel(ADD, backend="auto")
+        time.sleep(10)
+
+
+@no_gpu
+def test_a_gpu_is_found_though_a_handler_takes_an_interrupt(busy_engine, own_handler, interrupt_after):
+    interrupt_after(0.1)
+    assert ostra.Buffer(numbers(4), backend="auto").backend == "gpu"
+    assert own_handler == [signal.SIGINT]
+    busy_engine.join(1)
+    assert not busy_engine.is_alive()  # its kernel had ended before
 
 
 def test_an_interrupt_ends_the_wait_for_another_thread(interrupt_after):

@@ -14,7 +14,7 @@ def run_blocks(page, count):
 
 
 def test_the_blocks_of_the_page_run():
-    run_blocks("python-client.md", 5)
+    run_blocks("python-client.md", 6)
 
 
 def test_the_blocks_of_the_page_about_clusters_run():

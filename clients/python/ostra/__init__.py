@@ -11,8 +11,6 @@ import tempfile as _tempfile
 
 from . import _ostra  # first: it says where it does not work
 
-import numpy as _numpy
-
 from ._ostra import Buffer, Counter, Error
 from ._inquiries import Profile, configuration, configure, devices, memory, profile
 from ._source import KernelSource as _KernelSource
@@ -43,6 +41,8 @@ class Kernel:
     """
 
     def __init__(self, native, folder, source):
+        if not isinstance(native, _ostra.Kernel):
+            raise TypeError("ostra.kernel makes kernels, ostra.Kernel(...) does not")
         self._native = native
         self._folder = folder
         self._source = source
@@ -60,7 +60,7 @@ class Kernel:
             without one, or an ostra.Counter. noiseMode_0 (a name or number) and noiseSeed_0 choose the first noise.
 
         Whole work groups run, so the size may be raised: a kernel without a guard, if (i >= UNIFORM(count)) return;,
-        writes past its arrays. Neither indices nor divisors are checked: `ostra run --checked` finds such mistakes.
+        writes past its arrays. Only a checked kernel looks at indices, divisors and loops: ostra.kernel(checked=True).
 
         Returns None, the array, ostra.Buffer or count that was made, or a dict of several by name. Counts come as int,
         unless they are in an ostra.Counter; buffers are made where one is given.
@@ -81,9 +81,19 @@ class Kernel:
         return self._native.backend
 
     @property
+    def checked(self):
+        """Whether calls look at indices, divisors and loops: a bool."""
+        return self._native.is_checked
+
+    @property
     def parameters(self):
         """The parameters and their types, in the order of the kernel file: a dict of texts."""
         return self._native.parameters
+
+    def __getattr__(self, name):
+        if name in ("_native", "_folder", "_source"):
+            raise TypeError("the constructor of this ostra.Kernel has not run: ostra.kernel makes kernels")
+        raise AttributeError(f"an ostra.Kernel has no attribute {name!r}")
 
     def __reduce__(self):
         # Another process compiles what the kernel was made of, whatever has become of the file.
@@ -96,46 +106,69 @@ class Kernel:
         return f"<ostra.Kernel {self.name}({parameters}) on the {self.backend.upper()}>"
 
 
-def kernel(source, *, backend="cpu", name=None):
+def kernel(source, *, backend="cpu", name=None, checked=None):
     """Compiles a kernel, or finds it in the cache.
 
     source: the path of a kernel file, or the text of a kernel: a str with a line end in it.
     backend: "cpu", "gpu", or "auto" for a GPU where there is one.
     name: how messages call a kernel that is a text.
+    checked: whether calls look at indices, divisors and loops, and raise ostra.Error with the line, the invocation, the
+        index and the size of what it lies outside of. Such calls are slower, and kernels with C++ of their own are
+        refused. Without it OSTRA_CHECKED=1 in the environment says it.
 
-    Raises ostra.Error with the line of the kernel for a mistake in it, without a C++ compiler, and without a GPU.
+    Raises TypeError and ValueError for other arguments, and ostra.Error with the line of the kernel for a mistake in it,
+    without a C++ compiler, and without a GPU.
     """
     backend = _ostra.choose_backend(backend)
+    checked = _choose_checks(checked)
     if not isinstance(source, str) or "\n" not in source:
-        path = _os.fspath(source)
-        native = _ostra.Kernel(_os.fsdecode(path), "", backend == "gpu")
-        try:
-            return Kernel(native, None, _KernelSource.read(path))
-        except OSError:  # an address of the framework, and no path
-            return Kernel(native, None, None)
+        return _load_file(source, backend, checked)
+    _ostra.check_text("source", source)
     found = _re.search(r"OSTRA_PARALLEL_KERNEL\s*\(\s*(\w+)", source)
-    name = name or f"{found.group(1) if found else 'kernel'}.krn"
-    content = _KernelSource.of_text(source, name)
+    if name is None:
+        name = f"{found.group(1) if found else 'kernel'}.krn"
+    _ostra.check_text("name", name)
+    content = _KernelSource.of_text(source, name).with_checks(checked)
     if backend == "cpu":
-        return Kernel(_ostra.Kernel(name, source, False), None, content)
+        return Kernel(_ostra.Kernel(name, source, False, checked), None, content)
     # A GPU program reads a file, and reads it again when its settings change.
     folder = _tempfile.TemporaryDirectory(prefix="ostra_")
     path = _os.path.join(folder.name, _os.path.basename(name))
     with open(path, "w", encoding="utf-8") as file:
         file.write(source)
-    return Kernel(_ostra.Kernel(path, "", True), folder, content)
+    return Kernel(_ostra.Kernel(path, None, True, checked), folder, content)
+
+
+def _choose_checks(checked):
+    if checked is None:
+        value = _os.environ.get("OSTRA_CHECKED", "0")
+        if value not in ("", "0", "1"):
+            raise ValueError(f"OSTRA_CHECKED in the environment is 0 or 1, not {value!r}")
+        return value == "1"
+    if not isinstance(checked, bool):
+        raise TypeError(f'"checked" is True, False or None, not {checked!r}')
+    return checked
+
+
+def _load_file(source, backend, checked):
+    if not isinstance(source, (str, bytes, _os.PathLike)):
+        raise TypeError(f'"source" is the path of a kernel file or the text of a kernel, not {source!r}')
+    path = _os.fsdecode(source)
+    if not path:
+        raise ValueError('"source" is empty: it is the path of a kernel file or the text of a kernel')
+    native = _ostra.Kernel(path, None, backend == "gpu", checked)
+    try:
+        return Kernel(native, None, _KernelSource.read(path).with_checks(checked))
+    except OSError:  # an address of the framework, and no path
+        return Kernel(native, None, None)
 
 
 def from_dlpack(array):
     """An ostra.Buffer on the CPU in the memory of an array of another package, without a copy.
 
-    array: an object with DLPack's methods whose numbers lie in the memory of the CPU, in C order.
+    array: an object with DLPack's methods whose numbers lie in the memory of the CPU, in C order. Memory that its owner
+        says to be read-only is so here, too: kernels that may write refuse it.
 
     Raises TypeError for other objects and orders, BufferError for memory of another device.
     """
-    if not hasattr(array, "__dlpack__"):
-        raise TypeError(f"DLPack takes an array that has it, not {type(array).__name__}")
-    kind, number = array.__dlpack_device__()
-    if kind != 1:
-        raise BufferError(f"the array lies on the device {kind, number} of DLPack, not on the CPU: copy it there")
-    return _ostra.share(_numpy.from_dlpack(array))
+    return _ostra.share(array)

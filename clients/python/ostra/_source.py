@@ -20,12 +20,14 @@ class KernelSource:
 
     name: the path of the kernel file among `files`.
     files: the bytes of each file, by its path below a folder that holds all of them.
+    checked: whether calls look at indices, divisors and loops.
     """
 
-    def __init__(self, name, files):
+    def __init__(self, name, files, checked=False):
         self.name = name
         self.files = files
-        digest = hashlib.sha256(repr(name).encode())
+        self.checked = checked
+        digest = hashlib.sha256(repr((name, checked)).encode())
         for path, content in sorted(files.items()):
             digest.update(repr((path, len(content))).encode() + content)
         self.digest = digest.hexdigest()
@@ -56,6 +58,10 @@ class KernelSource:
         root = os.path.commonpath([os.path.dirname(each) for each in found])
         return cls(os.path.relpath(path, root), {os.path.relpath(each, root): text for each, text in found.items()})
 
+    def with_checks(self, checked):
+        """The same kernel with `checked`."""
+        return KernelSource(self.name, self.files, checked)
+
     def __dask_tokenize__(self):
         return self.digest
 
@@ -77,14 +83,15 @@ class KernelSource:
 
         if len(self.files) == 1 and backend == "cpu":
             try:
-                return kernel(self.files[self.name].decode(), backend=backend, name=os.path.basename(self.name))
+                text, name = self.files[self.name].decode(), os.path.basename(self.name)
+                return kernel(text, backend=backend, name=name, checked=self.checked)
             except UnicodeDecodeError:
                 pass  # an encoded file
         # Programs of a GPU and headers are read from files.
         folder = os.path.join(_get_folder(), self.digest)
         for name, content in self.files.items():
             _write(os.path.join(folder, name), content)
-        return kernel(os.path.join(folder, self.name), backend=backend)
+        return kernel(os.path.join(folder, self.name), backend=backend, checked=self.checked)
 
 
 def load(source, backend):

@@ -7,7 +7,7 @@ from . import _ostra
 
 import numpy as _numpy
 
-_WRAP_MODES = {"repeat": 0, "clamp": 1, "border": 2}
+_WRAP_MODES = {"clamp": 1, "repeat": 0, "border": 2}
 
 
 class Texture(_ostra.Texture):
@@ -28,19 +28,17 @@ class Texture(_ostra.Texture):
 
         Border values, coordinates in texels, srgb and layers are for the CPU: kernels on a GPU refuse such textures.
 
-        Raises TypeError for other types of numbers, ValueError for settings that are none and for an empty array.
+        Raises TypeError for other types of numbers and settings, ValueError for settings that are none and for an empty array.
         """
-        modes = (wrap,) * 3 if isinstance(wrap, str) else tuple(wrap)
+        modes = (wrap,) * 3 if not isinstance(wrap, (tuple, list)) else tuple(wrap)
         for mode in modes:
-            if mode not in _WRAP_MODES:
-                raise ValueError(f'wrap is "clamp", "repeat" or "border", not {mode!r}')
+            _check_choice("wrap", mode, _WRAP_MODES)
         if not 1 <= len(modes) <= 3:
             raise ValueError("wrap has one to three modes, for x, y and z")
-        if coordinates not in ("normalized", "texels"):
-            raise ValueError(f'coordinates is "normalized" or "texels", not {coordinates!r}')
+        _check_choice("coordinates", coordinates, ("normalized", "texels"))
         if border is not None and "border" not in modes:
             raise ValueError('border: only wrap="border" shows a border')
-        values = () if border is None else (border,) if not hasattr(border, "__len__") else tuple(border)
+        values = [] if border is None else _ostra.take_floats("border", border)
         if len(values) > 4:
             raise ValueError("border has up to four numbers")
         if isinstance(array, _ostra.Buffer):
@@ -51,7 +49,7 @@ class Texture(_ostra.Texture):
         super().__init__(
             array,
             modes + [1] * (3 - len(modes)),
-            [float(value) for value in values] + [0.0] * (4 - len(values)),
+            values + [0.0] * (4 - len(values)),
             coordinates == "normalized",
             bool(srgb),
             bool(layers),
@@ -92,6 +90,14 @@ class Texture(_ostra.Texture):
             + _chunk(b"IDAT", _zlib.compress(rows.tobytes()))
             + _chunk(b"IEND", b"")
         )
+
+
+def _check_choice(name, value, choices):
+    if not isinstance(value, str) or value not in choices:
+        quoted = [f'"{choice}"' for choice in choices]
+        wanted = " or ".join([", ".join(quoted[:-1]), quoted[-1]])
+        kind = ValueError if isinstance(value, str) else TypeError
+        raise kind(f"{name} is {wanted}, not {value!r}")
 
 
 def _chunk(name, data):

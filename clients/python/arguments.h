@@ -1,0 +1,41 @@
+// Arguments of the package's functions: one place that takes them over from Python, and that says what is wrong with
+// one: the name of the parameter, what it takes and what was given.
+#pragma once
+
+#include <pybind11/numpy.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "ostra/core/types.h"
+
+namespace ostra::python {
+
+// repr(value), cut after 80 characters; the name of the type for a value that cannot be shown.
+std::string ShowValue(const pybind11::handle& value);
+
+// A text in quotes, as messages name parameters.
+std::string Quote(const std::string& name);
+
+// Throws TypeError: "name" is `wanted`, not `value`.
+[[noreturn]] void RefuseArgument(const std::string& name, const std::string& wanted, const pybind11::handle& value);
+
+// What a function was given for its parameters, in their order; null for one that was left out. The first
+// `requiredCount` must be given. Throws TypeError for others, for too many and for missing ones.
+std::vector<pybind11::object> TakeArguments(const std::string& function, const std::vector<std::string>& names,
+                                            std::size_t requiredCount, const pybind11::args& positional,
+                                            const pybind11::kwargs& named);
+
+// Throws TypeError for what is no str, and ValueError for a null character and for half characters, which UTF-8 lacks.
+std::string TakeText(const std::string& name, const pybind11::handle& value);
+// Throws TypeError for what is no numpy array.
+pybind11::array TakeArray(const std::string& name, const pybind11::handle& value);
+// Throws TypeError for what is no whole number, and OverflowError below 0 and from 2**32 on.
+UInt32 TakeUInt32(const std::string& name, const pybind11::handle& value);
+// A number, or a sequence of several. Throws as above for what is no number that a float32 has.
+std::vector<float> TakeFloats(const std::string& name, const pybind11::object& value);
+// The elements of a sequence that is no text; nothing for other values.
+std::optional<pybind11::tuple> FindElements(const pybind11::handle& value);
+
+}  // namespace ostra::python
