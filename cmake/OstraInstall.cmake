@@ -78,6 +78,8 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/tests/install/outside ${PROJECT_SOURCE_D
   ${PROJECT_SOURCE_DIR}/tests/install/chain DESTINATION ${CMAKE_INSTALL_DATADIR}/ostra/examples)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/tests/shaderloader/example/
   DESTINATION ${CMAKE_INSTALL_DATADIR}/ostra/examples/triangle)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples/ DESTINATION ${CMAKE_INSTALL_DATADIR}/ostra/examples/gallery
+  PATTERN README.md EXCLUDE PATTERN __pycache__ EXCLUDE)
 install(FILES ${PROJECT_SOURCE_DIR}/editors/gdb/ostra.py DESTINATION ${CMAKE_INSTALL_DATADIR}/ostra/gdb)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR})
 

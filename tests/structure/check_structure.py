@@ -162,7 +162,7 @@ def check_includes(root):
 def check_readmes(root):
     """Every folder says what it is for."""
     folders = [path for parent in ("ostra", "parallelprogram", "clients", "apps") for path in sorted((root / parent).glob("*"))]
-    folders += [root / name for name in ("conformance", "kernels", "editors", "tests", "bench", "fuzz", "scripts", "cmake")]
+    folders += [root / name for name in ("conformance", "examples", "kernels", "editors", "tests", "bench", "fuzz", "scripts", "cmake")]
     for folder in folders:
         if folder.is_dir() and any(path.is_file() for path in folder.rglob("*")):
             readme = folder / "README.md"
@@ -188,7 +188,7 @@ CODE_BLOCK = re.compile(r"^```.*?^```", re.M | re.S)
 
 
 def find_pages(root):
-    folders = [name for name in ("docs", "kernels", "editors", "scripts", "cmake", *SOURCE_FOLDERS) if (root / name).is_dir()]
+    folders = [name for name in ("docs", "examples", "kernels", "editors", "scripts", "cmake", *SOURCE_FOLDERS) if (root / name).is_dir()]
     pages = list(root.glob("*.md")) + [path for name in folders for path in (root / name).rglob("*.md")]
     return sorted(path for path in pages if "node_modules" not in path.parts)
 

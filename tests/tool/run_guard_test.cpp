@@ -136,6 +136,15 @@ TEST_F(RunGuardTest, ACheckedKernelNamesLineIndexAndBuffer) {
   EXPECT_THAT(Fill("-1", "1", {"--checked"}).errors, HasSubstr("index -1 is outside the 2 elements"));
 }
 
+TEST_F(RunGuardTest, ACheckedKernelWithItsOwnCppStopsAtAnIndexOutside) {
+  const ToolResult result =
+      RunBody("auto place = i + 100000u;\n\tUNIFORM_BUFFER(target)[place] = 1;", {}, {"--checked"});
+  ExpectOneLine(result, kFailed);
+  EXPECT_THAT(result.errors,
+              testing::MatchesRegex(".*body.krn:9: error: index 1[0-9]+ is outside the 100000 elements of "
+                                    "the buffer \"target\"\n"));
+}
+
 TEST_F(RunGuardTest, SeveralThreadsThatFailSayOneLine) {
   ExpectOneLine(Run("net.example.step.krn", {"--checked", "--in", "now=ones:16", "--size", "100000", "--set", "width=5",
                                              "--in", "next=zeros:100000", "--out", "next=" + _folder / "out.csv"}),

@@ -13,6 +13,7 @@ from . import _ostra  # first: it says where it does not work
 
 from ._ostra import Buffer, Counter, Error
 from ._inquiries import Profile, configuration, configure, devices, memory, profile
+from ._pictures import read_picture, write_picture
 from ._source import KernelSource as _KernelSource
 from ._source import load as _load_source
 from ._texture import Texture
@@ -31,6 +32,8 @@ __all__ = [
     "kernel",
     "memory",
     "profile",
+    "read_picture",
+    "write_picture",
 ]
 
 
