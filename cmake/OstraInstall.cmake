@@ -18,6 +18,7 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/ostra DESTINATION ${CMAKE_INSTALL_INCLUD
   REGEX "/ostra/(drawport_vulkan|shadercompiler|drawport/shading|render/noise)(/|$)" EXCLUDE
   REGEX "/ostra/core/zero_memory\\.h$" EXCLUDE
   REGEX "/ostra/crypt/conversion_base\\.h$" EXCLUDE
+  REGEX "/ostra/(crypt|drawport|object|render)/host_classes\\.h$" EXCLUDE
   REGEX "/ostra/host_configuration\\.h$" EXCLUDE
   REGEX "/ostra/image/png_session\\.h$" EXCLUDE
   REGEX "/ostra/math/elementary_forms\\.inl$" EXCLUDE

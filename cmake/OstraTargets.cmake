@@ -47,6 +47,7 @@ function(ostra_test name)
   # Kernels and libraries that a test has with it stay as they are shipped.
   set_source_files_properties(${test_SOURCES} PROPERTIES COMPILE_OPTIONS "${OSTRA_TEST_OPTIONS}")
   target_precompile_headers(${name} REUSE_FROM ostra_test_headers)
+  target_sources(${name} PRIVATE $<TARGET_OBJECTS:ostra_test_host_classes>)
   target_link_libraries(${name} PRIVATE ostra_flags ostra ${test_LIBRARIES} GTest::gmock GTest::gtest_main)
   # Tests ask for sizes that cannot be had; a sanitizer must answer like an allocator, not end the process.
   ostra_wants_test(isWanted "${test_LABELS}")

@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include "ostra/host_classes.h"
 #include "parallelprogram/shaderparser/container.h"
 #include "tests/support/bytes.h"
 #include "tests/support/container_reference.h"
@@ -58,6 +59,8 @@ void EncodeText(std::string_view text) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
+  static const Bool isReady = RegisterHostClasses().IsOk();
+  Require(isReady);
   if (size == 0) return 0;
   const std::string_view rest(reinterpret_cast<const char*>(data) + 1, size - 1);
   switch (data[0] % 4) {

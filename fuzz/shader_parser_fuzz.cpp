@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "ostra/core/silent_diagnostics.h"
+#include "ostra/host_classes.h"
 #include "parallelprogram/shaderparser/shader_parser.h"
 #include "tests/support/temporary_folder.h"
 
@@ -67,6 +68,8 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
   if (size == 0 || size > kMostBytes) return 0;
   // What the parser says about endless headers and full tables stays off the terminal.
   static const SilentDiagnosticStream silence;
+  static const Bool isReady = RegisterHostClasses().IsOk();
+  Check(isReady);
   static const Folder folder;
   std::string_view texts(reinterpret_cast<const char*>(data) + 1, size - 1);
   folder.Write("k.krn", texts);

@@ -7,6 +7,7 @@
 
 #include "ostra/config/configuration.h"
 #include "ostra/core/diagnostics.h"
+#include "ostra/host_classes.h"
 #include "ostra/host_configuration.h"
 #include "ostra/object/framework.h"
 #include "ostra/object/machine_info.h"
@@ -19,6 +20,7 @@ namespace {
 constinit std::atomic<bool> g_isRunning{false};
 
 Result<void> StartServices() {
+  OSTRA_RETURN_IF_ERROR(RegisterHostClasses());
   OSTRA_RETURN_IF_ERROR(Frameworks::PublishHostFrameworks());
   Result<void> result = MachineInfo::PublishInterface();
   if (result) {

@@ -16,6 +16,7 @@
 
 #include "ostra/core/format.h"
 #include "ostra/core/printable_text.h"
+#include "ostra/host_classes.h"
 #include "ostra/io/file.h"
 #include "parallelprogram/kernelfront/kernel_source.h"
 #include "parallelprogram/shaderparser/source_file.h"
@@ -84,6 +85,9 @@ int Translate(const Arguments& arguments) {
   for (const std::string& name : {in, arguments.id, arguments.name})
     if (HasControlCharacters(name))
       return Report(name + ": error: names of kernel files and classes are UTF-8 without control characters");
+  // Those that decode files.
+  if (const auto registered = RegisterHostClasses(); !registered)
+    return Report(in + ": error: " + std::string(registered.GetError().GetMessage().GetView()));
   const auto source = ReadSource(in);
   if (!source) return 1;
   const std::string name = arguments.name.empty() ? in : arguments.name;

@@ -6,6 +6,7 @@
 #include "apps/noisepictures/noise_picture.h"
 #include "apps/ostra/output/progress.h"
 #include "ostra/core/format.h"
+#include "ostra/host_classes.h"
 #include "ostra/object/class.h"
 
 OSTRA_UNIT("noisepictures");
@@ -14,6 +15,7 @@ namespace ostra {
 namespace {
 
 Result<void> DrawAll(std::string_view folder) {
+  OSTRA_RETURN_IF_ERROR(RegisterHostClasses());
   OSTRA_ASSIGN_OR_RETURN(ClassRegistry & registry, ClassRegistry::Find(kRenderNoiseRegistry));
   OSTRA_ASSIGN_OR_RETURN(const BaseArray<Id> ids, registry.GetIds());
   tool::Progress progress("drawing", ids.GetCount(), "pictures");

@@ -27,6 +27,7 @@
 #include "apps/ostra/tool_memory.h"
 #include "apps/ostra/values/text.h"
 #include "ostra/config/configuration.h"
+#include "ostra/host_classes.h"
 
 OSTRA_UNIT("command_line");
 
@@ -394,6 +395,7 @@ int RunCommandLine(std::span<const char* const> arguments) {
   }
   if (const auto checked = CheckConfiguration(read.configuration); !checked) return Finish(checked);
   if (const auto applied = ApplyMemoryLimit(); !applied) return Finish(applied);
+  if (const auto registered = RegisterHostClasses(); !registered) return Finish(registered);
   return Finish(findParsed()->run());
 }
 

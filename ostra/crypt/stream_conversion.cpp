@@ -4,6 +4,8 @@
 
 #include "ostra/crypt/conversion_base.h"
 #include "ostra/crypt/crypto_key.h"
+#include "ostra/crypt/host_classes.h"
+#include "ostra/object/host_classes.h"
 
 OSTRA_UNIT("streamconversion");
 
@@ -13,27 +15,23 @@ namespace {
 constexpr Result<ClassRef> (*kClasses[])() = {&MakeHashSha256Class, &MakeHashHmacClass, &MakeCryptoKeyClass,
                                               &MakeAesDecoderClass, &MakeAesEncoderClass};
 
-Result<void> RegisterConversions() {
-  static_cast<void>(GetDataType<CryptoKeyRef>());
-  static_cast<void>(GetDataType<Array<Byte>>());
-  OSTRA_RETURN_IF_ERROR(ClassRegistry::Declare(kStreamConversionRegistry));
-  OSTRA_ASSIGN_OR_RETURN(ClassRegistry & registry, ClassRegistry::Find(kStreamConversionRegistry));
-  for (const auto make : kClasses) {
-    OSTRA_ASSIGN_OR_RETURN(const ClassRef conversion, make());
-    OSTRA_RETURN_IF_ERROR(registry.Insert(conversion));
-  }
-  return OK;
-}
-
-// The host has its conversions as soon as it is loaded. Without them it still runs what is not encoded.
-[[maybe_unused]] const Bool g_registered = RegisterConversions().IsOk();
-
 Block<Byte> GetPart(Block<Byte> block, Int start, Int count) {
   if (start >= block.GetCount()) return {};
   return {block.GetFirst() + start, std::min(count, block.GetCount() - start)};
 }
 
 }  // namespace
+
+Result<void> RegisterConversions() {
+  static_cast<void>(GetDataType<CryptoKeyRef>());
+  static_cast<void>(GetDataType<Array<Byte>>());
+  OSTRA_ASSIGN_OR_RETURN(ClassRegistry & registry, FindOrDeclareRegistry(kStreamConversionRegistry));
+  for (const auto make : kClasses) {
+    OSTRA_ASSIGN_OR_RETURN(const ClassRef conversion, make());
+    OSTRA_RETURN_IF_ERROR(InsertOnce(registry, conversion));
+  }
+  return OK;
+}
 
 Result<ClassRef> FindConversionClass(const Id& id) {
   OSTRA_ASSIGN_OR_RETURN(const ClassRegistry& registry, ClassRegistry::Find(kStreamConversionRegistry));

@@ -3,7 +3,8 @@
 #include <atomic>
 
 #include "ostra/core/format.h"
-#include "ostra/object/class.h"
+#include "ostra/drawport/host_classes.h"
+#include "ostra/object/host_classes.h"
 
 OSTRA_UNIT("gpucompute");
 
@@ -145,12 +146,11 @@ class GpuCompute final : public Component<GpuCompute, GpuComputeInterface> {
   DrawportParameterValueSet* _values = nullptr;
 };
 
+}  // namespace
+
 Result<void> RegisterGpuCompute() {
   OSTRA_ASSIGN_OR_RETURN(ClassRef computeClass, Class::Create<GpuCompute>(kGpuComputeClass));
-  return ClassRegistry::GetClasses().Insert(computeClass);
+  return InsertOnce(ClassRegistry::GetClasses(), computeClass);
 }
 
-[[maybe_unused]] const Bool g_registered = RegisterGpuCompute().IsOk();
-
-}  // namespace
 }  // namespace ostra

@@ -1,7 +1,8 @@
 #include "ostra/drawport/null_backend.h"
 
 #include "ostra/core/format.h"
-#include "ostra/object/class.h"
+#include "ostra/drawport/host_classes.h"
+#include "ostra/object/host_classes.h"
 
 OSTRA_UNIT("drawport_null");
 
@@ -92,14 +93,12 @@ class NullDrawport final : public DrawportCounted<NullDrawport, DrawportInterfac
   DrawportCapabilities _capabilities;
 };
 
+}  // namespace
+
 Result<void> RegisterNullCache() {
   OSTRA_ASSIGN_OR_RETURN(ClassRef cacheClass, Class::Create<NullCache>(kNullCacheClass));
-  return ClassRegistry::GetClasses().Insert(cacheClass);
+  return InsertOnce(ClassRegistry::GetClasses(), cacheClass);
 }
-
-[[maybe_unused]] const Bool g_registered = RegisterNullCache().IsOk();
-
-}  // namespace
 
 Result<DrawportCacheRef> CreateNullCache() { return CreateObject<DrawportCacheInterface>(kNullCacheClass); }
 

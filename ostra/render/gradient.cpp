@@ -1,8 +1,9 @@
 #include "ostra/render/gradient.h"
 
 #include "ostra/core/format.h"
-#include "ostra/object/class.h"
+#include "ostra/object/host_classes.h"
 #include "ostra/render/gradient_table.h"
+#include "ostra/render/host_classes.h"
 
 OSTRA_UNIT("gradient");
 
@@ -61,16 +62,14 @@ class Gradient final : public Component<Gradient, GradientInterface> {
   BaseArray<GradientKnot> _knots;
 };
 
+}  // namespace
+
 Result<void> RegisterGradient() {
   static_cast<void>(GetDataType<GradientRenderData>());
   static_cast<void>(GetDataType<GradientRenderData*>());
   OSTRA_ASSIGN_OR_RETURN(ClassRef gradientClass, Class::Create<Gradient>(kGradientClass));
-  return ClassRegistry::GetClasses().Insert(gradientClass);
+  return InsertOnce(ClassRegistry::GetClasses(), gradientClass);
 }
-
-[[maybe_unused]] const Bool g_registered = RegisterGradient().IsOk();
-
-}  // namespace
 
 GradientRenderData::GradientRenderData() = default;
 GradientRenderData::GradientRenderData(StrongRef<const GradientTable> table) : _table(std::move(table)) {}

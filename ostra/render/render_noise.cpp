@@ -1,7 +1,8 @@
 #include "ostra/render/render_noise.h"
 
 #include "ostra/core/format.h"
-#include "ostra/object/class.h"
+#include "ostra/object/host_classes.h"
+#include "ostra/render/host_classes.h"
 #include "ostra/render/noise_functions.h"
 
 OSTRA_UNIT("rendernoise");
@@ -64,20 +65,17 @@ ObjectInterface* CreateNoise(const Class& noiseClass) {
   return nullptr;
 }
 
+}  // namespace
+
 Result<void> RegisterNoises() {
   static_cast<void>(GetDataType<RenderNoiseRef>());
   static_cast<void>(GetDataType<Block<RenderNoiseRef>>());
-  OSTRA_RETURN_IF_ERROR(ClassRegistry::Declare(kRenderNoiseRegistry));
-  OSTRA_ASSIGN_OR_RETURN(ClassRegistry & registry, ClassRegistry::Find(kRenderNoiseRegistry));
+  OSTRA_ASSIGN_OR_RETURN(ClassRegistry & registry, FindOrDeclareRegistry(kRenderNoiseRegistry));
   for (const NoiseEntry& entry : GetNoiseEntries()) {
     OSTRA_ASSIGN_OR_RETURN(ClassRef noiseClass, Class::Create(entry.id, &CreateNoise));
-    OSTRA_RETURN_IF_ERROR(registry.Insert(noiseClass));
+    OSTRA_RETURN_IF_ERROR(InsertOnce(registry, noiseClass));
   }
   return OK;
 }
 
-// The host has its noises as soon as it is loaded. Without them it still runs what uses no noise.
-[[maybe_unused]] const Bool g_registered = RegisterNoises().IsOk();
-
-}  // namespace
 }  // namespace ostra

@@ -4,6 +4,7 @@
 #include <latch>
 #include <thread>
 
+#include "ostra/host_classes.h"
 #include "ostra/math/data_types.h"
 #include "parallelprogram/gpu/gpu_program.h"
 #include "parallelprogram/program/parallel_program.h"
@@ -22,6 +23,7 @@ test::RecordingDevice& GetDevice() {
 }
 
 Result<void> Run(Bool isAnswered) {
+  OSTRA_RETURN_IF_ERROR(RegisterHostClasses());
   if (!isAnswered) {
     GetDevice().onCall = [](std::string_view call) {
       if (!call.starts_with("execute")) return;

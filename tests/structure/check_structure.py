@@ -182,6 +182,17 @@ def check_headers(root):
                 yield f"{name}:{number}: a header opens a namespace for all files that include it"
 
 
+DROPPED_RESULT = re.compile(r"^(?!\s).*\bg_\w+ = [\w:]+\(.*\)\.IsOk\(\);")
+
+
+def check_registrations(root):
+    """Nothing is registered while a library is loaded, where a failure is lost."""
+    for path in find_sources(root, ["ostra", "parallelprogram"], (".cpp",)):
+        for number, line in enumerate(path.read_text(encoding="utf-8").splitlines(), 1):
+            if DROPPED_RESULT.match(line):
+                yield f"{path.relative_to(root).as_posix()}:{number}: a result that is dropped while the library is loaded"
+
+
 LINK = re.compile(r"\]\(([^)\s]+)\)")
 HEADING = re.compile(r"^#+ +(.*)$", re.M)
 CODE_BLOCK = re.compile(r"^```.*?^```", re.M | re.S)
@@ -279,7 +290,7 @@ def check_commits(root, find=find_subjects):
 
 RULES = {"arrows": check_arrows, "libraries": check_libraries, "sizes": check_sizes, "functions": check_functions,
          "classes": check_classes, "includes": check_includes, "readmes": check_readmes,
-         "headers": check_headers, "links": check_links, "words": check_words, "commits": check_commits}
+         "headers": check_headers, "registrations": check_registrations, "links": check_links, "words": check_words, "commits": check_commits}
 
 
 def main(arguments):

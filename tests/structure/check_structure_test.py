@@ -143,6 +143,11 @@ class CheckStructureTest(unittest.TestCase):
         self.expect("headers", "ostra/math/a.h:2: a header opens a namespace for all files that include it",
                     "ostra/math/b.h:1: #pragma once is missing")
 
+    def test_a_registration_whose_failure_is_dropped_is_found(self):
+        self.write("ostra/math/a.cpp", "const Bool g_registered = RegisterThat(1).IsOk();\nBool b = Register().IsOk();\n")
+        self.expect("registrations",
+                    "ostra/math/a.cpp:1: a result that is dropped while the library is loaded")
+
     def test_links_that_lead_nowhere_are_found(self):
         self.write("README.md", "[a](docs/a.md#some-heading-2d) [b](docs/none.md)\n[c](docs/a.md#other) [d](https://example.net)\n"
                                 "[e](#here)\n# Here\n")
