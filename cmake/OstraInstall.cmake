@@ -76,7 +76,7 @@ install(FILES ${PROJECT_SOURCE_DIR}/ostra/shadercompiler/metal/metal_stdlib
 
 # The programs of the pages: each is built and run by a test.
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/tests/install/outside ${PROJECT_SOURCE_DIR}/tests/install/runtime
-  ${PROJECT_SOURCE_DIR}/tests/install/chain DESTINATION ${CMAKE_INSTALL_DATADIR}/ostra/examples)
+  ${PROJECT_SOURCE_DIR}/tests/install/chain ${PROJECT_SOURCE_DIR}/tests/install/files DESTINATION ${CMAKE_INSTALL_DATADIR}/ostra/examples)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/tests/shaderloader/example/
   DESTINATION ${CMAKE_INSTALL_DATADIR}/ostra/examples/triangle)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples/ DESTINATION ${CMAKE_INSTALL_DATADIR}/ostra/examples/gallery

@@ -10,6 +10,7 @@
 #include <span>
 
 #include "clients/cpp/resource.h"
+#include "ostra/arrays/array_file.h"
 #include "ostra/core/struct_type.h"
 #include "ostra/math/data_types.h"
 
@@ -63,12 +64,14 @@ class Buffer : public client::Resource {
   Buffer(Buffer&& other) noexcept
       : Resource(std::move(other._session), other._name),
         _count(other._count),
+        _extent(other._extent),
         _shared(std::move(other._shared)),
         _read(std::move(other._read)) {}
   Buffer& operator=(Buffer&& other) noexcept {
     std::swap(_session, other._session);
     std::swap(_name, other._name);
     std::swap(_count, other._count);
+    std::swap(_extent, other._extent);
     std::swap(_shared, other._shared);
     std::swap(_read, other._read);
     return *this;
@@ -82,6 +85,8 @@ class Buffer : public client::Resource {
 
   // Elements, not bytes.
   Int GetCount() const { return _count; }
+  // The sides of the picture or array that the buffer was loaded from; else the count alone.
+  const ArrayExtent& GetExtent() const { return _extent; }
 
   // The elements, when all dispatches have ended. On the CPU they are where kernels write them, without a copy, and
   // change with the next dispatch; on a GPU they are a copy. Valid until the next call of Read and as long as this
@@ -112,11 +117,32 @@ class Buffer : public client::Resource {
     OrThrow(TryWrite(elements, offset, where));
   }
 
+  // Writes all elements to a file, whole or not at all; ostra/arrays/array_file.h says what the suffixes mean. `extent`
+  // gives pictures and arrays their sides. Errors: those of reading, and of WriteArrayFile.
+  Result<void> TrySave(std::string_view file, const ArrayExtent& extent, CallSite where = CallSite::Here()) {
+    OSTRA_ASSIGN_OR_RETURN(const std::span<const T> elements, TryRead(where));
+    return client::CallAt(where, [&]() -> Result<void> {
+      OSTRA_ASSIGN_OR_RETURN(const Url url, Url::Create(file));
+      const Block<const Generic> block(reinterpret_cast<const Generic*>(elements.data()), _count, sizeof(T));
+      return WriteArrayFile(url, GetDataType<T>(), block, extent);
+    });
+  }
+  void Save(std::string_view file, const ArrayExtent& extent, CallSite where = CallSite::Here()) {
+    OrThrow(TrySave(file, extent, where));
+  }
+  // With the sides of the file that the buffer was loaded from.
+  Result<void> TrySave(std::string_view file, CallSite where = CallSite::Here()) {
+    return TrySave(file, _extent, where);
+  }
+  void Save(std::string_view file, CallSite where = CallSite::Here()) { OrThrow(TrySave(file, _extent, where)); }
+
  private:
   friend class Session;
-  Buffer(client::SessionRef session, InternedId name, Int count) : Resource(std::move(session), name), _count(count) {}
+  Buffer(client::SessionRef session, InternedId name, Int count)
+      : Resource(std::move(session), name), _count(count), _extent{count, 1, 1} {}
 
   Int _count;
+  ArrayExtent _extent;
   std::unique_ptr<Array<Generic>> _shared;  // the client's memory, which the program only links
   Data _read;
 };

@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "clients/cpp/kernel.h"
+#include "ostra/image/picture_channels.h"
 
 namespace ostra {
 
@@ -130,6 +131,27 @@ class Session {
     return OrThrow(TryShareBuffer<T>(elements, where));
   }
 
+  // A buffer with the elements of a file: .npy, .raw, .bin, or a picture for elements of Vec4<Float32>. Errors: those
+  // of ReadArrayFile (ostra/arrays/array_file.h); out of memory.
+  template <class T>
+  Result<Buffer<T>> TryLoadBuffer(std::string_view file, CallSite where = CallSite::Here()) {
+    return client::CallAt(where, [&]() -> Result<Buffer<T>> {
+      OSTRA_ASSIGN_OR_RETURN(const Url url, Url::Create(file));
+      OSTRA_ASSIGN_OR_RETURN(ArrayContents contents, ReadArrayFile(url, GetDataType<T>()));
+      const Int count = contents.elements.GetCount();
+      OSTRA_ASSIGN_OR_RETURN(const InternedId name, MakeBufferName(count));
+      OSTRA_RETURN_IF_ERROR(
+          _state->GetProgram().StoreUniformBufferData(name, GetDataType<T>(), std::move(contents.elements)));
+      Buffer<T> buffer(_state, name, count);
+      buffer._extent = contents.extent;
+      return buffer;
+    });
+  }
+  template <class T>
+  Buffer<T> LoadBuffer(std::string_view file, CallSite where = CallSite::Here()) {
+    return OrThrow(TryLoadBuffer<T>(file, where));
+  }
+
   // A counter that starts at `value`, for parameters of kernels with this name. It replaces one of the same name, which
   // must not be used any more. Error: out of memory.
   Result<Counter> TryMakeCounter(std::string_view name, UInt32 value = 0, CallSite where = CallSite::Here()) {
@@ -155,6 +177,37 @@ class Session {
   }
   Texture MakeTexture(const TextureBindData& description, CallSite where = CallSite::Here()) {
     return OrThrow(TryMakeTexture(description, where));
+  }
+
+  // A texture of a picture file. `channels` names the channels of its texels in their order: one to four of the letters
+  // r, g, b and a. `settings` says how it is sampled, and with _format whether its texels are floats (F32, the default)
+  // or bytes (U8); its texels, size and number of channels come from the file. Errors: those of ReadImage; illegal
+  // argument for other letters and formats; out of memory.
+  Result<Texture> TryLoadTexture(std::string_view file, const TextureBindData& settings = {},
+                                 std::string_view channels = "rgba", CallSite where = CallSite::Here()) {
+    return client::CallAt(where, [&]() -> Result<Texture> {
+      const Bool isByte = settings._format == TextureFormat::U8;
+      if (!isByte && settings._format != TextureFormat::F32 && settings._format != TextureFormat::INVALID)
+        return MakeError(kIllegalArgumentError, client::kUnit, __LINE__,
+                         "Textures from pictures have texels of the format F32 or U8.");
+      OSTRA_ASSIGN_OR_RETURN(const Url url, Url::Create(file));
+      OSTRA_ASSIGN_OR_RETURN(const Image image, ReadImage(url));
+      OSTRA_ASSIGN_OR_RETURN(const BaseArray<Byte> texels,
+                             TakeChannels(image, channels, isByte ? TexelNumber::UInt8 : TexelNumber::Float32));
+      TextureBindData description = settings;
+      description._data = texels.GetFirst();
+      description._dataSize = texels.GetCount();
+      description._dimensions = {static_cast<UInt32>(image.width), static_cast<UInt32>(image.height), 1};
+      description._format = isByte ? TextureFormat::U8 : TextureFormat::F32;
+      description._numChannels = static_cast<UInt32>(channels.size());
+      OSTRA_ASSIGN_OR_RETURN(const InternedId name, _state->MakeName("texture"));
+      OSTRA_RETURN_IF_ERROR(_state->GetProgram().StoreTextureBindData(name, description, false));
+      return Texture(_state, name);
+    });
+  }
+  Texture LoadTexture(std::string_view file, const TextureBindData& settings = {}, std::string_view channels = "rgba",
+                      CallSite where = CallSite::Here()) {
+    return OrThrow(TryLoadTexture(file, settings, channels, where));
   }
 
   // Waits until all calls of kernels are done, which reading does as well. Error: that of the device.

@@ -13,7 +13,9 @@
 #include "net.example.sample.kernel.h"
 #include "net.example.scale.kernel.h"
 #include "net.ostra.test.templated.kernel.h"
+#include "ostra/image/image.h"
 #include "tests/support/result_matchers.h"
+#include "tests/support/temporary_folder.h"
 
 namespace ostra {
 namespace {
@@ -154,6 +156,68 @@ TEST_P(SessionTest, TexturesAreSampled) {
   auto result = _session->MakeBuffer<Vec4<Float32>>(16);
   sample({.width = 4, .height = 4, .image = image, .result = result}, {4, 4});
   for (const Vec4<Float32>& texel : result.Read()) EXPECT_EQ(texel, Vec4<Float32>(0.5f, 0.5f, 0.5f, 0.5f));
+}
+
+TEST_P(SessionTest, BuffersAreLoadedFromFilesAndSaved) {
+  const TemporaryFolder folder;
+  const auto scale = _session->Load<kernels::Scale>();
+  _session->MakeBuffer(std::vector<Float32>{1, 2, 3, 4, 5, 6}).Save(folder / "a.npy", {3, 2, 1});
+  for (const char* name : {"b.npy", "b.raw"}) {
+    auto values = _session->LoadBuffer<Float32>(folder / "a.npy");
+    EXPECT_EQ(values.GetCount(), 6);
+    EXPECT_EQ(values.GetExtent().width, 3);
+    EXPECT_EQ(values.GetExtent().height, 2);
+    scale({.count = 6, .factor = 2, .values = values});
+    values.Save(folder / name);
+    auto again = _session->LoadBuffer<Float32>(folder / name);
+    EXPECT_THAT(Copy(again.Read()), ElementsAre(2, 4, 6, 8, 10, 12));
+    EXPECT_EQ(again.GetExtent().width, name[2] == 'n' ? 3 : 6);
+  }
+  const auto wrong = _session->TryLoadBuffer<Int32>(folder / "a.npy");
+  ASSERT_FALSE(wrong);
+  EXPECT_THAT(std::string(wrong.GetError().GetMessage().GetView()),
+              testing::AllOf(HasSubstr("session_test.cpp:"),
+                             HasSubstr("a.npy holds numbers of the type float32, but int32 is needed.")));
+  EXPECT_THAT(_session->TryLoadBuffer<Float32>(folder / "missing.raw"), IsErrorOfKind(kIllegalStateError));
+  EXPECT_THAT(_session->MakeBuffer<Float32>(3).TrySave(folder / "c.png"), IsErrorOfKind(kIllegalArgumentError));
+}
+
+TEST_P(SessionTest, StructsAreSavedAsRecords) {
+  const TemporaryFolder folder;
+  auto particles = _session->MakeBuffer<kernelstructs::Particle>(2);
+  kernelstructs::Particle second{};
+  second.id = 41;
+  second.body.spin.x = 0.5f;
+  particles.Write({&second, 1}, 1);
+  particles.Save(folder / "particles.npy");
+  auto again = _session->LoadBuffer<kernelstructs::Particle>(folder / "particles.npy");
+  EXPECT_EQ(again.Read()[0].id, 0u);
+  EXPECT_EQ(again.Read()[1].id, 41u);
+  EXPECT_EQ(again.Read()[1].body.spin.x, 0.5f);
+  EXPECT_THAT(_session->TryLoadBuffer<kernelstructs::Body>(folder / "particles.npy"),
+              IsErrorOfKind(kIllegalArgumentError));
+}
+
+TEST_P(SessionTest, PicturesBecomeTexturesAndBuffersPictures) {
+  const TemporaryFolder folder;
+  const Vec4<Float32> colour(0.2f, 0.4f, 0.6f, 1);
+  _session->MakeBuffer(std::vector<Vec4<Float32>>(6, colour)).Save(folder / "a.png", {3, 2, 1});
+  const auto sample = _session->Load<kernels::Sample>();
+  auto result = _session->MakeBuffer<Vec4<Float32>>(16);
+  const auto expectColour = [&](Vec4<Float32> expected) {
+    for (const Vec4<Float32>& texel : result.TryRead().GetValue())
+      for (int i = 0; i < 4; ++i) EXPECT_NEAR(texel[i], expected[i], 1e-6f);
+  };
+  const auto image = _session->LoadTexture(folder / "a.png");
+  sample({.width = 4, .height = 4, .image = image, .result = result}, {4, 4});
+  expectColour(colour);
+  const auto turned = _session->LoadTexture(folder / "a.png", {}, "bgra");
+  sample({.width = 4, .height = 4, .image = turned, .result = result}, {4, 4});
+  expectColour({0.6f, 0.4f, 0.2f, 1});
+  EXPECT_THAT(_session->TryLoadTexture(folder / "a.png", {}, "bgrx"), IsErrorOfKind(kIllegalArgumentError));
+  EXPECT_THAT(_session->TryLoadTexture(folder / "a.png", {._format = TextureFormat::I32}),
+              IsErrorOfKind(kIllegalArgumentError));
+  EXPECT_THAT(_session->TryLoadTexture(folder / "missing.png"), IsErrorOfKind(kIllegalStateError));
 }
 
 TEST_P(SessionTest, TemplatesRunWithTheirType) {

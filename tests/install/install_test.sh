@@ -61,6 +61,21 @@ else
   [ "$("$work/chain/chain" gpu)" = 1000 ] || { echo "the chain gives another number on the GPU"; exit 1; }
 fi
 
+# A buffer from a file of the tool and back: 2 * (2 * 1 + 1) everywhere.
+"$cmake" -S "$here/files" -B "$work/files" -G Ninja -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_BUILD_TYPE=Release \
+  -DCMAKE_PREFIX_PATH="$work/tree" -DCMAKE_CXX_FLAGS="$flags"
+"$cmake" --build "$work/files"
+saxpy=$work/tree/share/ostra/kernels/net.ostra.kernels.saxpy.krn
+(cd "$work" && CXX=$compiler "$work/tree/bin/ostra" run "$saxpy" --cache-dir cache \
+  --in x=ones:1000 --in y=ones:1000 --set a=2 --set count=1000 --out y=three.npy
+  "$work/files/files" three.npy six.npy
+  CXX=$compiler "$work/tree/bin/ostra" run "$saxpy" --cache-dir cache \
+    --in x=ones:1000 --in y=six.npy --set a=0 --set count=1000 --out y=six.csv)
+[ "$(sort -u "$work/six.csv" | tr -d '\r')" = 6 ] || { echo "other numbers come back:"; sort -u "$work/six.csv" | head; exit 1; }
+if "$work/files/files" "$work/none.npy" "$work/six.npy" 2>"$work/none.log" || ! grep -q "main.cpp:11: .*none.npy" "$work/none.log"; then
+  echo "a file that is missing is not named:"; cat "$work/none.log"; exit 1
+fi
+
 # The Python package runs from the installed tree.
 if [ -n "$numpy_python" ]; then
   site=$(echo "$work"/tree/lib/python*/site-packages)

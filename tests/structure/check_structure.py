@@ -13,7 +13,7 @@ import sys
 import structure_table
 
 # From the ground up: a folder includes itself and those before it.
-HOST_FOLDERS = ["core", "math", "object", "config", "monitor", "jobs", "io", "process", "crypt", "image", "render", "drawport",
+HOST_FOLDERS = ["core", "math", "object", "config", "monitor", "jobs", "io", "process", "crypt", "image", "arrays", "render", "drawport",
               "shadercompiler", "drawport_vulkan"]
 MODULE_FOLDERS = ["base", "textures", "program", "kernellanguage", "kernelfront", "shaderparser", "shaderassembly", "device", "kernelruntime", "gpu",
                 "shaderloader", "module"]

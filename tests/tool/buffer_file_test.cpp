@@ -3,8 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "apps/ostra/buffers/npy.h"
 #include "apps/ostra/tool_error.h"
+#include "ostra/arrays/npy.h"
 #include "ostra/image/image.h"
 #include "ostra/io/file.h"
 #include "ostra/math/data_types.h"
@@ -93,15 +93,14 @@ TEST(BufferFileTest, FilesThatDoNotFitTheParameterSayWhy) {
   folder.Write("bad.csv", "\xFF");
   folder.Write("bad.png", "x");
   const auto load = [&](const char* name, DataType type) { return MessageOf(LoadBuffer(folder / name, type)); };
-  EXPECT_THAT(load("a.npy", GetDataType<Int32>()),
-              HasSubstr("holds numbers of the type float32, but the parameter needs int32"));
+  EXPECT_THAT(load("a.npy", GetDataType<Int32>()), HasSubstr("holds numbers of the type float32, but int32 is needed"));
   EXPECT_THAT(load("a.npy", GetDataType<Vector2d32>()), HasSubstr("holds 3 numbers"));
   EXPECT_THAT(load("a.raw", GetDataType<Int32>()), HasSubstr("has 5 bytes, which is no multiple of the 4 bytes"));
   EXPECT_THAT(load("empty.raw", GetDataType<Int32>()), HasSubstr("is empty"));
   EXPECT_THAT(load("bad.npy", GetDataType<Int32>()), HasSubstr("no .npy file"));
   EXPECT_THAT(load("bad.csv", GetDataType<Int32>()), HasSubstr("not UTF-8"));
   EXPECT_THAT(load("bad.png", GetDataType<Vector4d32>()), HasSubstr("neither a PNG"));
-  EXPECT_THAT(load("bad.png", GetDataType<Float32>()), HasSubstr("needs float32"));
+  EXPECT_THAT(load("bad.png", GetDataType<Float32>()), HasSubstr("4 x float32, but float32 is needed"));
   EXPECT_THAT(load("missing.csv", GetDataType<Float32>()), HasSubstr("No such file"));
   EXPECT_THAT(LoadBuffer("photo.jpg", GetDataType<Vector4d32>()), IsErrorOfKind(kUsageError));
 }
@@ -127,7 +126,7 @@ TEST(BufferFileTest, AxesThatDoNotHoldElementsAreRefused) {
   const auto load = [&](std::initializer_list<Int> shape) {
     const std::vector<Float32> numbers(12, 1.0f);
     const std::vector<Int> axes(shape);
-    folder.Write("a.npy", EncodeNpyHeader(*FindScalarType(GetDataType<Float32>()), axes) +
+    folder.Write("a.npy", EncodeNpyHeader(*FindNumberType(GetDataType<Float32>()), axes) +
                               std::string(reinterpret_cast<const char*>(numbers.data()), 48));
     return LoadBuffer(folder / "a.npy", GetDataType<Vector4d32>());
   };

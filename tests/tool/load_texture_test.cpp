@@ -4,8 +4,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "apps/ostra/buffers/npy.h"
 #include "apps/ostra/tool_error.h"
+#include "ostra/arrays/npy.h"
 #include "ostra/image/image.h"
 #include "ostra/io/file.h"
 #include "parallelprogram/textures/sampler_types.h"
@@ -77,7 +77,7 @@ class LoadTextureTest : public testing::Test {
     Int count = 1;
     for (const Int side : shape) count *= side;
     for (Int i = 0; i < count; ++i) numbers.push_back(static_cast<T>(i));
-    _folder.Write(name, EncodeNpyHeader(*FindScalarType(GetDataType<T>()), shape) +
+    _folder.Write(name, EncodeNpyHeader(*FindNumberType(GetDataType<T>()), shape) +
                             std::string(reinterpret_cast<const char*>(numbers.data()), numbers.size() * sizeof(T)));
   }
 
@@ -169,8 +169,8 @@ TEST_F(LoadTextureTest, ArraysHaveTheirChannelsInTheLastAxis) {
 
 TEST_F(LoadTextureTest, ArraysOfOtherNumbersAreRefused) {
   WriteArray<Float64>("double.npy", {2, 2});
-  ExpectRefused<Gray>(kIllegalArgumentError,
-                      "double.npy holds numbers of the type float64, but the parameter needs float32.", {"double.npy"});
+  ExpectRefused<Gray>(kIllegalArgumentError, "double.npy holds numbers of the type float64, but float32 is needed.",
+                      {"double.npy"});
   WriteArray<UInt8>("bytes.npy", {2, 2});
   EXPECT_THAT(GetBytes(*Load<Marks>({"bytes.npy"})), ElementsAre(0, 1, 2, 3));
   _folder.Write("broken.npy", "none");

@@ -5,7 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <set>
 
-#include "apps/ostra/buffers/npy.h"
+#include "ostra/arrays/npy.h"
 #include "ostra/io/file.h"
 #include "tests/support/result_matchers.h"
 #include "tests/tool/render_fixture.h"
@@ -46,7 +46,7 @@ TEST_F(RenderTest, VerticesLieWhereTheirAttributesSay) {
 TEST_F(RenderTest, AttributesComeFromArrayFilesAndTextFiles) {
   const Float32 numbers[] = {-1, -1, 0, -1, 0, 1, -1, -1, 0, 1, -1, 1};
   const Int shape[] = {6, 2};
-  _folder.Write("p.npy", tool::EncodeNpyHeader(*tool::FindScalarType("f4"), shape) +
+  _folder.Write("p.npy", EncodeNpyHeader(*FindNumberType("f4"), shape) +
                              std::string(reinterpret_cast<const char*>(numbers), sizeof(numbers)));
   _folder.Write("p.csv", "-1,-1\n0,-1\n0,1\n-1,-1\n0,1\n-1,1\n");
   for (const char* file : {"p.npy", "p.csv"}) {

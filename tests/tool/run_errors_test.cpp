@@ -70,7 +70,7 @@ TEST_F(RunErrorsTest, FilesThatCannotBeReadFail) {
 TEST_F(RunErrorsTest, PicturesOfDifferentSizesFail) {
   Expect(kBadUsage, "b.png for \"second\" has 3 x 4; give --size", _blend,
          {"--in", In("first", "a.png"), "--in", In("second", "b.png"), "--out", In("result", "out.png")});
-  Expect(kFailed, "a.png is a picture, which makes elements of 4 x float32, but the parameter needs float32", _scale,
+  Expect(kFailed, "a.png is a picture, which makes elements of 4 x float32, but float32 is needed", _scale,
          {"--in", In("values", "a.png")});
 }
 

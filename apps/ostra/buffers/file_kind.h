@@ -1,4 +1,4 @@
-// What a data file is, as its suffix says.
+// What a data file is, as its suffix says: those of ostra/arrays/array_file.h, and texts of numbers.
 #pragma once
 
 #include "ostra/core/types.h"

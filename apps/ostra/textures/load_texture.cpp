@@ -4,9 +4,9 @@
 
 #include "apps/ostra/buffers/buffer_file.h"
 #include "apps/ostra/buffers/file_kind.h"
-#include "apps/ostra/buffers/npy_file.h"
 #include "apps/ostra/textures/picture_texels.h"
 #include "apps/ostra/tool_error.h"
+#include "ostra/arrays/npy_file.h"
 
 OSTRA_UNIT("load_texture");
 
@@ -105,8 +105,8 @@ class TextureLoader {
   }
 
   Result<Source> LoadArray(const Url& file) {
-    OSTRA_ASSIGN_OR_RETURN(const ElementLayout element, GetElementLayout(_layout.GetTexelType()));
-    OSTRA_ASSIGN_OR_RETURN(const NumberFile array, ReadNumberFile(file, *element.scalar));
+    OSTRA_ASSIGN_OR_RETURN(const NumberLayout element, GetNumberLayout(_layout.GetTexelType()));
+    OSTRA_ASSIGN_OR_RETURN(const NumberFile array, ReadNumberFile(file, *element.number));
     Source result;
     result.axes = array.numbers.shape;
     if (_layout.channels > 1) {

@@ -80,22 +80,21 @@ void Print(const void* source, std::string& target) {
 }
 
 template <class T>
-ScalarType Describe(std::string_view npyCode) {
+ScalarType Describe() {
+  const NumberType& number = *FindNumberType(GetDataType<T>());
   if constexpr (std::is_same_v<T, Bool>)
-    return {GetDataType<T>(), npyCode, ParseBool, Print<T>};
+    return {number, ParseBool, Print<T>};
   else if constexpr (kIsFloat<T>)
-    return {GetDataType<T>(), npyCode, ParseFloat<T>, Print<T>};
+    return {number, ParseFloat<T>, Print<T>};
   else
-    return {GetDataType<T>(), npyCode, ParseInteger<T>, Print<T>};
+    return {number, ParseInteger<T>, Print<T>};
 }
 
-// 8-bit signed numbers have two types of the same form; the first of a code is the one that files are read as.
 const auto& GetScalarTypes() {
   static const ScalarType types[] = {
-      Describe<Float32>("f4"), Describe<UInt32>("u4"),  Describe<Int32>("i4"), Describe<HalfFloat>("f2"),
-      Describe<UInt8>("u1"),   Describe<Int8>("i1"),    Describe<Char>("i1"),  Describe<UInt16>("u2"),
-      Describe<Int16>("i2"),   Describe<Float64>("f8"), Describe<Int64>("i8"), Describe<UInt64>("u8"),
-      Describe<Bool>("b1"),
+      Describe<Float32>(), Describe<UInt32>(), Describe<Int32>(),  Describe<HalfFloat>(), Describe<UInt8>(),
+      Describe<Int8>(),    Describe<Char>(),   Describe<UInt16>(), Describe<Int16>(),     Describe<Float64>(),
+      Describe<Int64>(),   Describe<UInt64>(), Describe<Bool>(),
   };
   return types;
 }
@@ -109,30 +108,13 @@ const ScalarType* FindScalarType(DataType type) {
 }
 
 const ScalarType* FindScalarType(std::string_view npyCode) {
-  for (const ScalarType& scalar : GetScalarTypes())
-    if (scalar.npyCode == npyCode) return &scalar;
-  return nullptr;
+  const NumberType* const number = FindNumberType(npyCode);
+  return number ? FindScalarType(number->type) : nullptr;
 }
 
 Result<ElementLayout> GetElementLayout(DataType type) {
-  DataType inner = type;
-  // A matrix is made of vectors, which are made of numbers.
-  while (inner.IsMadeWith(kVectorParametricType) || inner.IsMadeWith(kSquareMatrixParametricType) ||
-         inner.IsMadeWith(kMatrixParametricType) || inner.IsMadeWith(kAtomicParametricType))
-    inner = inner.GetInnerType();
-  const ScalarType* scalar = inner.IsPopulated() ? FindScalarType(inner) : nullptr;
-  if (!scalar) return OSTRA_ILLEGAL_ARGUMENT("The type @ is not made of numbers.", DescribeType(type));
-  return ElementLayout{scalar, type.GetSize() / scalar->GetSize()};
-}
-
-std::string DescribeType(DataType type) {
-  if (!type.IsPopulated()) return "nothing";
-  DataType inner = type;
-  while (inner.IsMadeWith(kVectorParametricType) || inner.IsMadeWith(kSquareMatrixParametricType) ||
-         inner.IsMadeWith(kMatrixParametricType))
-    inner = inner.GetInnerType();
-  std::string name(inner.GetView());
-  return inner == type ? name : std::to_string(type.GetSize() / inner.GetSize()) + " x " + name;
+  OSTRA_ASSIGN_OR_RETURN(const NumberLayout layout, GetNumberLayout(type));
+  return ElementLayout{FindScalarType(layout.number->type), layout.componentCount};
 }
 
 }  // namespace ostra::tool

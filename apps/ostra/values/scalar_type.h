@@ -10,19 +10,16 @@
 #include <string>
 #include <string_view>
 
-#include "ostra/core/data_type.h"
+#include "ostra/arrays/number_type.h"
 
 namespace ostra::tool {
 
-struct ScalarType {
-  DataType type;
-  std::string_view npyCode;  // kind and bytes, as array files name it
+// A type of numbers with its form on command lines and in texts.
+struct ScalarType : NumberType {
   // Reads the whole text as one number. Error: usage error that says what was expected.
   Result<void> (*parse)(std::string_view text, void* target);
   // Appends the number in the shortest form that reads back as the same number.
   void (*print)(const void* value, std::string& target);
-
-  Int GetSize() const { return type.GetSize(); }  // in bytes
 };
 
 // Null when `type` is no number type, or there is none of this code.
@@ -39,6 +36,6 @@ struct ElementLayout {
 Result<ElementLayout> GetElementLayout(DataType type);
 
 // "float32", "4 x float32"; the name of a type that has no layout.
-std::string DescribeType(DataType type);
+inline std::string DescribeType(DataType type) { return DescribeElementType(type); }
 
 }  // namespace ostra::tool

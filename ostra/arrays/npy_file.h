@@ -1,10 +1,10 @@
-// Array files of numbers of one type.
+// Array files of numbers of one type. Throws std::bad_alloc. Thread-safe.
 #pragma once
 
-#include "apps/ostra/buffers/npy.h"
+#include "ostra/arrays/npy.h"
 #include "ostra/io/url.h"
 
-namespace ostra::tool {
+namespace ostra {
 
 struct NumberFile {
   BaseArray<Byte> bytes;  // of the whole file
@@ -13,6 +13,6 @@ struct NumberFile {
 
 // Errors, all with the name of the file: file errors; illegal argument for files that are no arrays and for numbers of
 // another type; out of memory.
-Result<NumberFile> ReadNumberFile(const Url& file, const ScalarType& scalar);
+OSTRA_API Result<NumberFile> ReadNumberFile(const Url& file, const NumberType& number);
 
-}  // namespace ostra::tool
+}  // namespace ostra

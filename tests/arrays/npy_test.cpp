@@ -1,4 +1,4 @@
-#include "apps/ostra/buffers/npy.h"
+#include "ostra/arrays/npy.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -7,7 +7,7 @@
 
 #include "ostra/math/data_types.h"
 
-namespace ostra::tool {
+namespace ostra {
 namespace {
 
 using testing::ElementsAre;
@@ -38,7 +38,7 @@ TEST(NpyTest, AFileOfKnownBytesGivesItsShapeAndNumbers) {
     const std::string file = MakeFile(version, kHeader, kNumbers);
     const auto array = DecodeNpy(BlockOf(file));
     ASSERT_TRUE(array.IsOk()) << MessageOf(file);
-    EXPECT_EQ(array->scalar->type, GetDataType<Int32>());
+    EXPECT_EQ(array->number->type, GetDataType<Int32>());
     EXPECT_THAT(array->shape, ElementsAre(2, 1));
     EXPECT_EQ(array->GetCount(), 2);
     Int32 numbers[2];
@@ -58,16 +58,16 @@ TEST(NpyTest, HeadersMayBeWrittenInAnyOrderAndWithEitherQuote) {
 TEST(NpyTest, WritingAndReadingKeepsTypeShapeAndBytes) {
   for (const char* code : {"f4", "u4", "i4", "f2", "u1", "i1", "u2", "i2", "f8", "i8", "u8", "b1"})
     for (const std::vector<Int>& shape : {std::vector<Int>{}, {5}, {3, 4}, {2, 3, 4}, {0}, {1}}) {
-      const ScalarType* scalar = FindScalarType(code);
-      ASSERT_NE(scalar, nullptr) << code;
+      const NumberType* number = FindNumberType(code);
+      ASSERT_NE(number, nullptr) << code;
       Int count = 1;
       for (const Int side : shape) count *= side;
       std::string numbers;
-      for (Int i = 0; i < count * scalar->GetSize(); ++i) numbers += static_cast<char>(i * 31 + 1);
-      const std::string file = EncodeNpyHeader(*scalar, shape) + numbers;
+      for (Int i = 0; i < count * number->GetSize(); ++i) numbers += static_cast<char>(i * 31 + 1);
+      const std::string file = EncodeNpyHeader(*number, shape) + numbers;
       const auto array = DecodeNpy(BlockOf(file));
       ASSERT_TRUE(array.IsOk()) << array.GetError().GetMessage().GetView();
-      EXPECT_EQ(array->scalar, scalar);
+      EXPECT_EQ(array->number, number);
       EXPECT_EQ(array->shape, shape);
       EXPECT_EQ(std::string(reinterpret_cast<const char*>(array->numbers.GetFirst()),
                             static_cast<std::size_t>(array->numbers.GetCount())),
@@ -78,7 +78,7 @@ TEST(NpyTest, WritingAndReadingKeepsTypeShapeAndBytes) {
 
 TEST(NpyTest, TheWrittenHeaderIsTheOneOfTheFormat) {
   const std::vector<Int> shape = {2, 3};
-  const std::string text = EncodeNpyHeader(*FindScalarType("f4"), shape);
+  const std::string text = EncodeNpyHeader(*FindNumberType("f4"), shape);
   EXPECT_EQ(text.substr(0, 10), std::string("\x93NUMPY\x01\x00\x76\x00", 10));
   EXPECT_THAT(text.substr(10), testing::StartsWith("{'descr': '<f4', 'fortran_order': False, 'shape': (2, 3), } "));
   EXPECT_EQ(text.size(), 128u);
@@ -113,4 +113,4 @@ TEST(NpyTest, FilesThatCannotBeReadSayWhy) {
 }
 
 }  // namespace
-}  // namespace ostra::tool
+}  // namespace ostra

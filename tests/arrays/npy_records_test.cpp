@@ -1,13 +1,13 @@
-#include "apps/ostra/buffers/npy_records.h"
+#include "ostra/arrays/npy_records.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "apps/ostra/buffers/npy.h"
+#include "ostra/arrays/npy.h"
 #include "ostra/core/struct_type.h"
 #include "ostra/math/data_types.h"
 
-namespace ostra::tool {
+namespace ostra {
 namespace {
 
 using testing::HasSubstr;
@@ -92,8 +92,8 @@ TEST(NpyRecordsTest, FilesKeepShapesAndBytes) {
   EXPECT_EQ(array->records.GetCount(), 96);
   EXPECT_THAT(decode(file.substr(0, file.size() - 1)).GetError().GetMessage().GetView(),
               HasSubstr("the file ends too early"));
-  EXPECT_EQ(decode(EncodeNpyHeader(*FindScalarType("f4"), std::vector<Int>{4})).GetError().GetMessage(),
-            "the elements are numbers of the type float32, and the parameter needs records of the struct Body");
+  EXPECT_EQ(decode(EncodeNpyHeader(*FindNumberType("f4"), std::vector<Int>{4})).GetError().GetMessage(),
+            "the elements are numbers of the type float32, and records of the struct Body are needed");
 }
 
 TEST(NpyRecordsTest, LongHeadersAreWrittenInVersionTwo) {
@@ -106,4 +106,4 @@ TEST(NpyRecordsTest, LongHeadersAreWrittenInVersionTwo) {
 }
 
 }  // namespace
-}  // namespace ostra::tool
+}  // namespace ostra

@@ -1,5 +1,7 @@
 // Array files of the .npy format, versions 1 to 3: little-endian numbers in C order.
 //
+// Throws std::bad_alloc. Thread-safe.
+//
 // The format is described in "NEP 1 - A Simple File Format for NumPy Arrays" (2007).
 #pragma once
 
@@ -7,22 +9,22 @@
 #include <string>
 #include <vector>
 
-#include "apps/ostra/values/scalar_type.h"
+#include "ostra/arrays/number_type.h"
 #include "ostra/core/base_array.h"
 
-namespace ostra::tool {
+namespace ostra {
 
 struct NumberArray {
-  const ScalarType* scalar = nullptr;
+  const NumberType* number = nullptr;
   std::vector<Int> shape;     // the last axis varies fastest; empty for a single number
   Block<const Byte> numbers;  // the bytes of all numbers, inside the decoded file
 
-  Int GetCount() const { return scalar ? numbers.GetCount() / scalar->GetSize() : 0; }
+  Int GetCount() const { return number ? numbers.GetCount() / number->GetSize() : 0; }
 };
 
 // Errors: illegal argument with the reason, without the name of the file: damaged or cut off, big-endian numbers,
 // Fortran order, elements that are no plain numbers.
-Result<NumberArray> DecodeNpy(Block<const Byte> bytes);
+OSTRA_API Result<NumberArray> DecodeNpy(Block<const Byte> bytes);
 
 struct RecordArray {
   std::vector<Int> shape;
@@ -30,12 +32,12 @@ struct RecordArray {
 };
 
 // The same for elements that are records, which must be those of the struct (npy_records.h).
-Result<RecordArray> DecodeNpyRecords(Block<const Byte> bytes, DataType structType);
+OSTRA_API Result<RecordArray> DecodeNpyRecords(Block<const Byte> bytes, DataType structType);
 
 // What stands in front of the records, whose description is in Python's words.
-std::string EncodeNpyRecordHeader(std::string_view description, std::span<const Int> shape);
+OSTRA_API std::string EncodeNpyRecordHeader(std::string_view description, std::span<const Int> shape);
 
 // What stands in front of the numbers in a file of version 1 whose shape is `shape`.
-std::string EncodeNpyHeader(const ScalarType& scalar, std::span<const Int> shape);
+OSTRA_API std::string EncodeNpyHeader(const NumberType& number, std::span<const Int> shape);
 
-}  // namespace ostra::tool
+}  // namespace ostra

@@ -1,18 +1,18 @@
-#include "apps/ostra/buffers/npy_records.h"
+#include "ostra/arrays/npy_records.h"
 
 #include <algorithm>
 #include <charconv>
 #include <optional>
 #include <vector>
 
-#include "apps/ostra/values/scalar_type.h"
-#include "apps/ostra/values/text.h"
+#include "ostra/arrays/number_type.h"
 #include "ostra/core/format.h"
+#include "ostra/core/split_text.h"
 #include "ostra/core/struct_type.h"
 
 OSTRA_UNIT("npy");
 
-namespace ostra::tool {
+namespace ostra {
 namespace {
 
 constexpr Int kMaxDepth = 64;
@@ -114,7 +114,7 @@ class DescriptionReader {
 
 // The axes of a member behind those of the array that it may be: columns, components.
 struct MemberForm {
-  const ScalarType* scalar = nullptr;  // null for a struct
+  const NumberType* number = nullptr;  // null for a struct
   std::vector<Int> axes;
 
   Int GetCount() const {
@@ -133,14 +133,15 @@ Result<MemberForm> FindForm(const StructMember& member) {
     form.axes.push_back(type.GetElementCount());
     type = type.GetInnerType();
   }
-  form.scalar = FindScalarType(type);
-  if (!form.scalar) return OSTRA_ILLEGAL_ARGUMENT("The type @ is not made of numbers.", DescribeType(member.type));
+  form.number = FindNumberType(type);
+  if (!form.number)
+    return OSTRA_ILLEGAL_ARGUMENT("The type @ is not made of numbers.", DescribeElementType(member.type));
   return form;
 }
 
-std::string GetCode(const ScalarType& scalar) {
-  std::string code(1, scalar.GetSize() == 1 ? '|' : '<');
-  return code.append(scalar.npyCode);
+std::string GetCode(const NumberType& number) {
+  std::string code(1, number.GetSize() == 1 ? '|' : '<');
+  return code.append(number.npyCode);
 }
 
 Result<void> CheckMembersKnown(DataType type) {
@@ -165,7 +166,7 @@ Result<void> CheckFields(const std::vector<Field>& fields, DataType type, const 
     if (field == fields.end())
       return OSTRA_ILLEGAL_ARGUMENT("the records have no field \"@\", which the struct @ has", name, type);
     OSTRA_ASSIGN_OR_RETURN(const MemberForm form, FindForm(member));
-    const std::string wanted = Describe(form.GetCount(), form.scalar ? GetCode(*form.scalar) : std::string());
+    const std::string wanted = Describe(form.GetCount(), form.number ? GetCode(*form.number) : std::string());
     const std::string given = Describe(field->count, field->type);
     if (wanted != given)
       return OSTRA_ILLEGAL_ARGUMENT("the field \"@\" is @, and the member of the struct @ is @", name, given, type,
@@ -173,7 +174,7 @@ Result<void> CheckFields(const std::vector<Field>& fields, DataType type, const 
     if (field->offset != member.offset)
       return OSTRA_ILLEGAL_ARGUMENT("the field \"@\" begins at byte @, and the member of the struct @ at byte @", name,
                                     field->offset, type, member.offset);
-    if (!form.scalar) OSTRA_RETURN_IF_ERROR(CheckFields(field->fields, member.type, name + "."));
+    if (!form.number) OSTRA_RETURN_IF_ERROR(CheckFields(field->fields, member.type, name + "."));
   }
   for (const Field& field : fields) {
     const Bool isMember = std::any_of(members.GetFirst(), members.GetFirst() + members.GetCount(),
@@ -197,8 +198,8 @@ Result<std::string> MakeRecordDescription(DataType structType) {
   for (Int i = 0; i < members.GetCount(); ++i) {
     OSTRA_ASSIGN_OR_RETURN(const MemberForm form, FindForm(members[i]));
     text.append(i > 0 ? ", ('" : "('").append(members[i].name.GetView()).append("', ");
-    if (form.scalar) {
-      text.append("'").append(GetCode(*form.scalar)).append("'");
+    if (form.number) {
+      text.append("'").append(GetCode(*form.number)).append("'");
     } else {
       OSTRA_ASSIGN_OR_RETURN(const std::string inner, MakeRecordDescription(members[i].type));
       text += inner;
@@ -216,4 +217,4 @@ Result<void> CheckRecordDescription(std::string_view description, DataType struc
   return CheckFields(*fields, structType, "");
 }
 
-}  // namespace ostra::tool
+}  // namespace ostra

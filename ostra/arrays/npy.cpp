@@ -1,16 +1,16 @@
-#include "apps/ostra/buffers/npy.h"
+#include "ostra/arrays/npy.h"
 
 #include <bit>
 #include <charconv>
 #include <string>
 
-#include "apps/ostra/buffers/npy_records.h"
-#include "apps/ostra/values/text.h"
+#include "ostra/arrays/npy_records.h"
 #include "ostra/core/format.h"
+#include "ostra/core/split_text.h"
 
 OSTRA_UNIT("npy");
 
-namespace ostra::tool {
+namespace ostra {
 
 static_assert(std::endian::native == std::endian::little, "numbers are copied as they are");
 
@@ -53,7 +53,7 @@ Result<std::string_view> FindValue(std::string_view header, std::string_view key
   return OSTRA_ILLEGAL_ARGUMENT("the header has no \"@\"", key);
 }
 
-Result<const ScalarType*> ParseType(std::string_view header) {
+Result<const NumberType*> ParseType(std::string_view header) {
   OSTRA_ASSIGN_OR_RETURN(std::string_view value, FindValue(header, "descr"));
   const char quote = value.empty() ? ' ' : value.front();
   const std::size_t end = quote == '\'' || quote == '"' ? value.find(quote, 1) : std::string_view::npos;
@@ -63,9 +63,9 @@ Result<const ScalarType*> ParseType(std::string_view header) {
   if (value.substr(0, 1) == ">")
     return OSTRA_ILLEGAL_ARGUMENT("the numbers are big-endian (\"@\"); only little-endian ones can be read", value);
   const Bool hasOrder = value.find_first_of("<=|") == 0;
-  const ScalarType* scalar = FindScalarType(value.substr(hasOrder ? 1 : 0));
-  if (!scalar) return OSTRA_ILLEGAL_ARGUMENT("the type \"@\" of the numbers is not known", value);
-  return scalar;
+  const NumberType* number = FindNumberType(value.substr(hasOrder ? 1 : 0));
+  if (!number) return OSTRA_ILLEGAL_ARGUMENT("the type \"@\" of the numbers is not known", value);
+  return number;
 }
 
 Result<std::vector<Int>> ParseShape(std::string_view header) {
@@ -131,10 +131,10 @@ std::string EncodeHeader(std::string_view description, std::span<const Int> shap
 Result<NumberArray> DecodeNpy(Block<const Byte> bytes) {
   OSTRA_ASSIGN_OR_RETURN(const Header header, FindHeader(bytes));
   NumberArray array;
-  OSTRA_ASSIGN_OR_RETURN(array.scalar, ParseType(header.text));
+  OSTRA_ASSIGN_OR_RETURN(array.number, ParseType(header.text));
   OSTRA_RETURN_IF_ERROR(CheckOrder(header.text));
   OSTRA_ASSIGN_OR_RETURN(array.shape, ParseShape(header.text));
-  OSTRA_ASSIGN_OR_RETURN(array.numbers, FindElements(bytes, header, array.shape, array.scalar->GetSize()));
+  OSTRA_ASSIGN_OR_RETURN(array.numbers, FindElements(bytes, header, array.shape, array.number->GetSize()));
   return array;
 }
 
@@ -142,10 +142,9 @@ Result<RecordArray> DecodeNpyRecords(Block<const Byte> bytes, DataType structTyp
   OSTRA_ASSIGN_OR_RETURN(const Header header, FindHeader(bytes));
   OSTRA_ASSIGN_OR_RETURN(const std::string_view description, FindValue(header.text, "descr"));
   if (!description.starts_with('[')) {
-    OSTRA_ASSIGN_OR_RETURN(const ScalarType* const scalar, ParseType(header.text));
-    return OSTRA_ILLEGAL_ARGUMENT(
-        "the elements are numbers of the type @, and the parameter needs records of the struct @", scalar->type,
-        structType);
+    OSTRA_ASSIGN_OR_RETURN(const NumberType* const number, ParseType(header.text));
+    return OSTRA_ILLEGAL_ARGUMENT("the elements are numbers of the type @, and records of the struct @ are needed",
+                                  number->type, structType);
   }
   OSTRA_RETURN_IF_ERROR(CheckRecordDescription(description, structType));
   OSTRA_RETURN_IF_ERROR(CheckOrder(header.text));
@@ -159,9 +158,9 @@ std::string EncodeNpyRecordHeader(std::string_view description, std::span<const 
   return EncodeHeader(description, shape);
 }
 
-std::string EncodeNpyHeader(const ScalarType& scalar, std::span<const Int> shape) {
-  const std::string order = scalar.GetSize() == 1 ? "'|" : "'<";
-  return EncodeHeader(order + std::string(scalar.npyCode) + "'", shape);
+std::string EncodeNpyHeader(const NumberType& number, std::span<const Int> shape) {
+  const std::string order = number.GetSize() == 1 ? "'|" : "'<";
+  return EncodeHeader(order + std::string(number.npyCode) + "'", shape);
 }
 
-}  // namespace ostra::tool
+}  // namespace ostra
