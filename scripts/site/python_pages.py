@@ -26,10 +26,10 @@ def list_nodes(node):
     return {each.name: each for each in node.body if isinstance(each, (ast.FunctionDef, ast.ClassDef))}
 
 
-def make_signature(node, owner=""):
-    """The signature of a function of the stubs, on lines that fit a page."""
+def make_signature(node, name=None):
+    """The signature of a function of the stubs, on lines that fit a page. `name`: by which it is called."""
     returns = f" -> {ast.unparse(node.returns)}" if node.returns else ""
-    name = owner if node.name == "__init__" else node.name
+    name = name or node.name
     if any(ast.unparse(each).startswith("property") for each in node.decorator_list):
         return f"{name}: {ast.unparse(node.returns)}" if node.returns else name
     line = f"{name}({ast.unparse(node.args)}){returns if node.name != '__init__' else ''}"
@@ -80,9 +80,8 @@ def make_class(name, thing, node):
         text = inspect.getdoc(value)
         if not text:
             continue
-        signature = make_signature(members[member]) if member in members else member
-        if member == "__call__":
-            signature = signature.replace("__call__", name.rpartition(".")[2].lower(), 1)
+        called = name.rpartition(".")[2].lower() if member == "__call__" else member
+        signature = make_signature(members[member], called) if member in members else called
         pieces.append(f"### {escape(name)}.{escape(member)}\n\n{fence(signature, 'python')}\n{docstring_to_markdown(text)}")
     return "\n".join(pieces)
 
@@ -101,7 +100,7 @@ def make_page(module):
             pieces.append(escape(type(thing).__name__) + "\n")
             continue
         node = node or find_node(thing)
-        pieces += [fence(make_signature(node) if node else name, "python"), get_text(thing, full)]
+        pieces += [fence(make_signature(node, name) if node else name, "python"), get_text(thing, full)]
     return "\n".join(pieces) + "\n"
 
 

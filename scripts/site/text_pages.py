@@ -63,4 +63,7 @@ def docstring_to_markdown(text, language="python"):
 
 def make_argument(line):
     argument = ARGUMENT.match(line)
-    return f"- `{argument.group(1)}`: {escape(argument.group(2))}" if argument else "  " + escape(line.strip())
+    if not argument:
+        return "  " + escape(line.strip())
+    names = ", ".join(f"`{name}`" for name in argument.group(1).split(", "))
+    return f"- {names}: {escape(argument.group(2))}"

@@ -12,7 +12,7 @@ ROOT = pathlib.Path(sys.argv[1])
 sys.path.insert(0, str(ROOT / "scripts/site"))
 
 from check_links import check_site  # noqa: E402
-from command_pages import find_commands  # noqa: E402
+from command_pages import find_commands, wrap_help  # noqa: E402
 from header_pages import find_public_headers, make_page  # noqa: E402
 from header_parser import Type, parse_header  # noqa: E402
 from stage_pages import BrokenLink, Stage, guess_language, name_languages  # noqa: E402
@@ -138,6 +138,16 @@ class PageTest(unittest.TestCase):
         text = "Usage: tool\n\nOptions:\n  -h  Help\n\nSubcommands:\n  run    Run it\n  stop-it  Stop it\n"
         self.assertEqual(find_commands(text), [("run", "Run it"), ("stop-it", "Stop it")])
         self.assertEqual(find_commands("Usage: tool\n"), [])
+
+    def test_long_lines_of_help_texts_go_on_in_their_column(self):
+        text = wrap_help("Options:\n  --long NAME        " + 30 * "word " + "\n  -h   Help\n")
+        self.assertEqual(text, "Options:\n  --long NAME        " + " ".join(17 * ["word"]) + "\n" + 21 * " " +
+                         " ".join(13 * ["word"]) + "\n  -h   Help")
+
+    def test_paragraphs_of_help_texts_are_filled_when_they_are_too_wide(self):
+        wide = " ".join(22 * ["word"])
+        self.assertEqual(wrap_help(f"{wide}\nword\n\nshort\nlines\n"),
+                         " ".join(21 * ["word"]) + "\nword word\n\nshort\nlines")
 
 
 class StageTest(unittest.TestCase):
