@@ -8,6 +8,7 @@
 #include "clients/python/element_format.h"
 #include "clients/python/engine_call.h"
 #include "clients/python/inquiries.h"
+#include "clients/python/parity.h"
 #include "clients/python/pictures.h"
 #include "clients/python/python_kernel.h"
 #include "ostra/drawport/settings.h"
@@ -198,6 +199,8 @@ PYBIND11_MODULE(_ostra, module) {
   module.def("check_text", [](const std::string& name, const py::object& text) { TakeText(name, text); });
   module.def("take_floats", &TakeFloats);
   module.def("devices", &ListDevices);
+  module.def("parity_groups", &ListParityGroups);
+  module.def("run_parity", &RunParityGroup);
   module.def("configuration", &ListConfiguration);
   module.def("configure",
              [](const py::object& name, bool value) { Configure(TakeText("the name of a variable", name), value); });

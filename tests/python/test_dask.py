@@ -219,6 +219,24 @@ def wait_until(condition):
         time.sleep(0.02)
 
 
+SHIFT = SCALE.replace("Scale", "Shift").replace("UNIFORM_BUFFER(source)[i]", "UNIFORM_BUFFER(source)[i + 1u]")
+
+
+@pytest.mark.parametrize("kind", ["kernel", "file", "text"])
+def test_checked_kernels_are_checked_in_blocks(kind, tmp_path, monkeypatch):
+    kernel = SHIFT
+    if kind == "kernel":
+        kernel = ostra.kernel(SHIFT, checked=True)
+    else:
+        monkeypatch.setenv("OSTRA_CHECKED", "1")
+    if kind == "file":
+        kernel = tmp_path / "net.example.shift.krn"
+        kernel.write_text(SHIFT)
+    shifted = ostra.dask.map_blocks(kernel, source=dask.array.from_array(numbers(128), chunks=64), factor=2)
+    with pytest.raises(ostra.Error, match='index 64 is outside the 64 elements of the buffer "source", in invocation 63'):
+        shifted.compute(scheduler="synchronous")
+
+
 def test_every_worker_compiles_a_kernel_once_and_finds_it_in_the_cache(client):
     text = SCALE.replace("Scale", "OncePerWorker")
     array = dask.array.from_array(numbers(4096), chunks=64)

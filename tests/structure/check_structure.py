@@ -23,7 +23,8 @@ FOLDERS = {"ostra": HOST_FOLDERS, "parallelprogram": MODULE_FOLDERS}
 FORBIDDEN = [
     ("ostra/", r"(parallelprogram|clients|conformance|apps|kernels|tests|bench|fuzz)/"),
     ("parallelprogram/", r"(clients|conformance|apps|kernels|tests|bench|fuzz)/"),
-    ("clients/", r"(conformance|apps|tests|bench|fuzz)/"),
+    ("clients/", r"(apps|tests|bench|fuzz)/"),
+    ("clients/cpp/", r"conformance/"),
     ("conformance/", r"(clients|apps|tests|bench|fuzz)/"),
     ("tests/gpu/", r"(clients|apps|bench|fuzz)/"),
     ("parallelprogram/", r"ostra/drawport_vulkan/"),

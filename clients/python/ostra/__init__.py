@@ -13,6 +13,7 @@ from . import _ostra  # first: it says where it does not work
 
 from ._ostra import Buffer, Counter, Error
 from ._inquiries import Profile, configuration, configure, devices, memory, profile
+from ._parity import parity
 from ._pictures import read_picture, write_picture
 from ._source import KernelSource as _KernelSource
 from ._source import load as _load_source
@@ -31,6 +32,7 @@ __all__ = [
     "from_dlpack",
     "kernel",
     "memory",
+    "parity",
     "profile",
     "read_picture",
     "write_picture",

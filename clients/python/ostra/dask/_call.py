@@ -62,7 +62,7 @@ def _find_source(kernel):
     if isinstance(kernel, str) and "\n" in kernel:
         return ostra.kernel(kernel)._source
     try:
-        return KernelSource.read(os.fspath(kernel))
+        return KernelSource.read(os.fspath(kernel)).with_checks(ostra._choose_checks(None))
     except OSError:
         return ostra.kernel(kernel)._source  # raises, with a message that says more
 
