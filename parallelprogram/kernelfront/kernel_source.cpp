@@ -14,7 +14,6 @@
 #include "parallelprogram/kernelfront/struct_types.h"
 #include "parallelprogram/kernellanguage/group_code.h"
 #include "parallelprogram/kernellanguage/literal.h"
-#include "parallelprogram/kernellanguage/remainders.h"
 
 OSTRA_UNIT("kernelfront");
 
@@ -337,7 +336,7 @@ Result<std::optional<PlainKernel>> KernelReading::MakePlainKernel() const {
     }
     const Bool isPlain = !_switches.isChecked && !_switches.isTraced && kernel.resolved.extensions.empty() &&
                          kernelfront::KeepsLineRules(_state->options, _state->text);
-    if (isPlain && kernellanguage::FindOpenRemainders(kernel.tree, kernel.resolved).empty()) return std::nullopt;
+    if (isPlain && !kernellanguage::IsOpenOnGpus(kernel)) return std::nullopt;
     kernellanguage::PlainForm form = kernellanguage::PrintPlainForm(kernel, {.isForGpu = true,
                                                                              .hasReports = !_switches.isSilent,
                                                                              .hasChecks = _switches.isChecked,

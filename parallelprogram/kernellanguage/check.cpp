@@ -2,6 +2,7 @@
 
 #include <map>
 
+#include "parallelprogram/kernellanguage/evaluation_order.h"
 #include "parallelprogram/kernellanguage/join.h"
 
 namespace ostra::kernellanguage {
@@ -20,6 +21,8 @@ class Checker {
       }
     }
     Statement(_tree.GetChild(_tree.kernel, 0));
+    for (const auto& [node, variable] : FindEvaluationOrder(_tree, _resolved).unordered)
+      Fail(node, DescribeUnordered(_tree, variable));
     return std::move(_result);
   }
 

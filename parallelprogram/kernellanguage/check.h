@@ -1,4 +1,5 @@
-// What is wrong with statements, beyond names and types: jumps that lead nowhere, labels, ends of functions.
+// What is wrong with statements, beyond names and types: jumps that lead nowhere, labels, ends of functions,
+// expressions of no certain order.
 #pragma once
 
 #include <optional>

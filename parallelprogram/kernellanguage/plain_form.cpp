@@ -187,6 +187,11 @@ PlainForm PlainPrinter::Print() {
   return form;
 }
 
+Bool IsOpenOnGpus(const AnalyzedKernel& kernel) {
+  return !FindOpenRemainders(kernel.tree, kernel.resolved).empty() ||
+         !FindEvaluationOrder(kernel.tree, kernel.resolved).valueFirst.empty();
+}
+
 PlainForm PrintPlainForm(const AnalyzedKernel& kernel, const PlainOptions& options) {
   return PlainPrinter(kernel, options).Print();
 }

@@ -2,7 +2,7 @@
 // of numbers that are computed in another type, and calls that change a part of a variable. They become statements in
 // front of the one that they stand in, and their values variables. What && || ?: and the comma say about the order is
 // kept; where nothing says it, an expression that names the changed variable in another part is an error.
-#include "parallelprogram/kernellanguage/library_words.h"
+#include "parallelprogram/kernellanguage/changes.h"
 #include "parallelprogram/kernellanguage/plain_printer.h"
 
 namespace ostra::kernellanguage {
@@ -45,12 +45,7 @@ Bool PlainPrinter::IsPart(NodeIndex place) const {
 }
 
 Bool PlainPrinter::IsChangedArgument(NodeIndex call, std::size_t index) const {
-  const Meaning& meaning = _resolved.meaning[call];
-  if (meaning.kind == MeaningKind::kWord && IsLibraryWord(meaning.word))
-    return GetOverloads(meaning.word)[meaning.overload].Changes(index);
-  if (meaning.kind != MeaningKind::kFunction) return false;
-  const auto parameters = _tree.GetChildren(meaning.target);
-  return index + 2 < parameters.size() && IsChanged(parameters[index + 1]);
+  return kernellanguage::IsChangedArgument(_tree, _resolved, call, index);
 }
 
 // An argument that is changed is a variable: not every language takes references to elements and components, and Metal
@@ -72,8 +67,8 @@ Bool PlainPrinter::NeedsHoist(NodeIndex node) const {
       // The least number is looked for in the place before.
       const Bool isLookedAt = _options.hasChecks && MayOverflow(node);
       const Bool isWrittenTwice = (isLookedAt || IsOpenRemainder(node)) && !IsSimpleValue(Child(node, 0));
-      return isWrittenTwice || IsPart(Child(node, 0)) || IsStoredSmall(Child(node, 0)) ||
-             (isComputed && (_resolved.computed[node] != type || IsMatrix(type)));
+      return isWrittenTwice || (_options.isForGpu && IsValueFirst(node)) || IsPart(Child(node, 0)) ||
+             IsStoredSmall(Child(node, 0)) || (isComputed && (_resolved.computed[node] != type || IsMatrix(type)));
     }
     case NodeKind::kCall: {
       const auto arguments = _tree.GetChildren(node);
@@ -110,8 +105,7 @@ Bool PlainPrinter::HasInnerHoists(NodeIndex node) const {
 
 // The variable or parameter that a place is a part of.
 NodeIndex PlainPrinter::FindRoot(NodeIndex place) const {
-  while (KindOf(place) == NodeKind::kMemberOf || KindOf(place) == NodeKind::kIndex) place = Child(place, 0);
-  return _resolved.meaning[place].target;
+  return _resolved.meaning[FindPlaceRoot(_tree, place)].target;
 }
 
 void PlainPrinter::CollectNames(NodeIndex node, std::set<NodeIndex>& names) const {
@@ -132,18 +126,15 @@ void PlainPrinter::CollectChanges(NodeIndex node, std::set<NodeIndex>& changed) 
   for (const NodeIndex child : children) CollectChanges(child, changed);
 }
 
-void PlainPrinter::RefuseOrder(NodeIndex node, NodeIndex variable) {
-  Refuse(node, Join({"\"", _tree.GetName(variable),
-                     "\" is changed in one part of this expression and named in another, in no certain order; write "
-                     "the change as a statement of its own"}));
-}
+void PlainPrinter::RefuseOrder(NodeIndex node, NodeIndex variable) { Refuse(node, DescribeUnordered(_tree, variable)); }
 
 void PlainPrinter::CheckOrder(NodeIndex node) {
   const auto children = _tree.GetChildren(node);
   std::map<NodeIndex, UInt32> named;
   std::set<NodeIndex> names, changed;
   if (KindOf(node) == NodeKind::kAssign) {
-    // The value comes first.
+    // The value comes first; it is kept where the place changes what it names.
+    if (IsValueFirst(node)) return;
     CollectNames(children[1], names);
     CollectChanges(Child(node, 0), changed);
     for (const NodeIndex variable : changed)
@@ -167,6 +158,8 @@ void PlainPrinter::HoistParts(NodeIndex node) {
   const auto hoist = [this](NodeIndex child) { child == _copyingCall ? HoistParts(child) : Hoist(child); };
   const auto children = _tree.GetChildren(node);
   if (KindOf(node) == NodeKind::kAssign) hoist(children[1]);
+  if (IsValueFirst(node) && !_hoisted.contains(children[1]))
+    KeepValue(children[1], _resolved.type[children[1]], Value(children[1], Binding::kAssignment));
   for (std::size_t i = 0; i < children.size(); ++i)
     if (i == 0 || KindOf(node) != NodeKind::kAssign) hoist(children[i]);
 }

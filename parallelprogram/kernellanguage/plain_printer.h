@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "parallelprogram/kernellanguage/evaluation_order.h"
 #include "parallelprogram/kernellanguage/join.h"
 #include "parallelprogram/kernellanguage/literal.h"
 #include "parallelprogram/kernellanguage/plain_form.h"
@@ -32,7 +33,8 @@ class PlainPrinter {
         _tree(kernel.tree),
         _resolved(kernel.resolved),
         _types(kernel.resolved.types),
-        _options(options) {
+        _options(options),
+        _order(FindEvaluationOrder(_tree, _resolved)) {
     if (_options.isForGpu) _openRemainders = FindOpenRemainders(_tree, _resolved);
   }
 
@@ -102,6 +104,7 @@ class PlainPrinter {
   void CollectChanges(NodeIndex node, std::set<NodeIndex>& changed) const;
   void RefuseOrder(NodeIndex node, NodeIndex variable);
   void CheckOrder(NodeIndex node);
+  Bool IsValueFirst(NodeIndex node) const { return _order.valueFirst.contains(node); }
   void HoistParts(NodeIndex node);
   void Hoist(NodeIndex node);
   void KeepValue(NodeIndex node, TypeIndex type, const std::string& value);
@@ -329,6 +332,7 @@ class PlainPrinter {
   std::set<NodeIndex> _printingFunctions, _failingFunctions, _reportingFunctions;
   std::map<NodeIndex, std::size_t> _checkSites;
   std::set<NodeIndex> _unorderedCalls;  // that record
+  EvaluationOrder _order;
   std::set<NodeIndex> _openRemainders;  // of kernels for GPUs
   NodeIndex _function = kNoNode;        // that is being written; none: the kernel
   Bool _isReporting = false, _hasFailures = false, _isInKernel = false;

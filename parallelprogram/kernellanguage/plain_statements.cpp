@@ -101,6 +101,7 @@ void PlainPrinter::WriteBack() {
 NodeIndex PlainPrinter::FindWholeCall(NodeIndex expression) const {
   if (expression == kNoNode) return kNoNode;
   const Bool isAssigned = KindOf(expression) == NodeKind::kAssign;
+  if (IsValueFirst(expression)) return kNoNode;
   const NodeIndex call = isAssigned ? Child(expression, 1) : expression;
   if (KindOf(call) != NodeKind::kCall) return kNoNode;
   std::set<NodeIndex> changed, names;
@@ -261,7 +262,7 @@ void PlainPrinter::ExpressionStatement(NodeIndex expression) {
   }
   if (WriteBranches(expression)) return;
   const NodeIndex outer = std::exchange(_copyingCall, FindWholeCall(expression));
-  const Bool isOpen = HasInnerHoists(expression);
+  const Bool isOpen = HasInnerHoists(expression) || (HasHoists(expression) && IsValueFirst(expression));
   if (isOpen) Line({"{"});
   if (isOpen) ++_depth;
   HoistParts(expression);

@@ -5,7 +5,7 @@
 #include <optional>
 #include <vector>
 
-#include "parallelprogram/kernellanguage/library_words.h"
+#include "parallelprogram/kernellanguage/changes.h"
 #include "parallelprogram/kernellanguage/literal.h"
 
 namespace ostra::kernellanguage {
@@ -65,35 +65,14 @@ class RemainderReader {
 
   // The variable that a place is or is a part of; kNoNode: none.
   NodeIndex FindVariable(NodeIndex place) const {
-    while (_tree.Is(place, NodeKind::kMemberOf) || _tree.Is(place, NodeKind::kIndex)) place = Child(place, 0);
-    return _tree.Is(place, NodeKind::kName) ? _resolved.meaning[place].target : kNoNode;
-  }
-
-  Bool IsChangedArgument(NodeIndex call, std::size_t index) const {
-    const Meaning& meaning = _resolved.meaning[call];
-    if (meaning.kind == MeaningKind::kWord) {
-      if (meaning.word >= WordId::kAtomicAdd && meaning.word <= WordId::kAtomicCompareExchange) return true;
-      return IsLibraryWord(meaning.word) && GetOverloads(meaning.word)[meaning.overload].Changes(index);
-    }
-    if (meaning.kind != MeaningKind::kFunction) return false;
-    const NodeIndex parameter = Child(meaning.target, index + 1);
-    const UInt16 flags = parameter == kNoNode ? 0 : _tree.nodes[parameter].flags;
-    return (flags & (kIsOut | kIsInOut | kIsReference)) != 0;
+    const NodeIndex root = FindPlaceRoot(_tree, place);
+    return _tree.Is(root, NodeKind::kName) ? _resolved.meaning[root].target : kNoNode;
   }
 
   // How often each variable is changed after its declaration.
   void FindChanges() {
-    for (NodeIndex node = 0; node < _tree.nodes.size(); ++node) {
-      const Operation operation = OperationOf(node);
-      const Bool isStep = operation == Operation::kIncrement || operation == Operation::kDecrement;
-      const Bool isChange = _tree.Is(node, NodeKind::kAssign) || _tree.Is(node, NodeKind::kPostfix) ||
-                            (_tree.Is(node, NodeKind::kUnary) && isStep);
-      if (isChange) ++_changes[FindVariable(Child(node, 0))];
-      if (!_tree.Is(node, NodeKind::kCall)) continue;
-      const auto arguments = _tree.GetChildren(node);
-      for (std::size_t i = 0; i < arguments.size(); ++i)
-        if (IsChangedArgument(node, i)) ++_changes[FindVariable(arguments[i])];
-    }
+    for (NodeIndex node = 0; node < _tree.nodes.size(); ++node)
+      for (const NodeIndex place : ListChangedPlaces(_tree, _resolved, node)) ++_changes[FindVariable(place)];
   }
 
   Bound FindLiteral(NodeIndex node) const {

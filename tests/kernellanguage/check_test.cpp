@@ -1,4 +1,4 @@
-// Jumps, labels and ends of functions.
+// Jumps, labels, ends of functions, expressions of no certain order.
 #include "parallelprogram/kernellanguage/check.h"
 
 #include <gtest/gtest.h>
@@ -29,6 +29,20 @@ std::string FindWarning(std::string_view functionBody) {
   const AnalyzedKernel kernel = AnalyzeBody("", "inline float F(float x)\n{\n" + std::string(functionBody) + "\n}\n");
   EXPECT_TRUE(kernel.errors.empty()) << ListErrors(kernel);
   return kernel.warnings.empty() ? "" : kernel.warnings[0].text;
+}
+
+TEST(CheckTest, ExpressionsOfNoCertainOrderAreErrors) {
+  const std::string text =
+      "\"k\" is changed in one part of this expression and named in another, in no certain order; write the change as "
+      "a "
+      "statement of its own";
+  EXPECT_EQ(FindErrors("int k = 0; int a = k++ + k;"), "1:24: " + text);
+  EXPECT_EQ(FindErrors("int k = 0; int a = max(k, k += 2);"), "1:20: " + text);
+  EXPECT_EQ(FindErrors("int k = 0; vec2 a = vec2(float(k++), float(k++));"), "1:21: " + text);
+  EXPECT_EQ(FindErrors("int k = 0; float a = UNIFORM_BUFFER(in)[k] * UNIFORM_BUFFER(in)[--k];"), "1:44: " + text);
+  EXPECT_EQ(FindErrors("int k = 0; int a = (k++, k) + 1; bool b = k++ > 1 && k > 2; int c = b ? k++ : k; k = k++ + 1;"),
+            "");
+  EXPECT_EQ(FindErrors("int k = 0; float a[4]; a[k++] = float(k); a[k] = float(k++); a[k] += a[k++];"), "");
 }
 
 TEST(CheckTest, AFunctionWithoutAReturnIsWarnedOf) {

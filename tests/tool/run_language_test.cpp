@@ -26,7 +26,7 @@ class RunLanguageTest : public testing::TestWithParam<Way> {
     std::vector<std::string> arguments = {"run",    _folder / "net.example.body.krn",
                                           "--in",   "out=zeros:5",
                                           "--out",  "out=" + _folder / "out.csv",
-                                          "--size", "1",
+                                          "--size", "40",
                                           "--set",  "two=2",
                                           "--set",  "flags=1,0,1"};
     arguments.insert(arguments.end(), GetParam().options.begin(), GetParam().options.end());
@@ -77,6 +77,25 @@ TEST_P(RunLanguageTest, ComponentsOfBoolVectorsHaveIndices) {
 	UNIFORM_BUFFER(out)[3] = (all[0] ? 1 : 0) + (all[1] ? 10 : 0) + (all[2] ? 100 : 0) + (all.w ? 1000 : 0);
 	UNIFORM_BUFFER(out)[4] = (all[k--] = false) || !all[k] ? 0 : 1;)",
                  "inline void Turn(inout bool flag)\n{\n\tflag = !flag;\n}\n\n");
+}
+
+TEST_P(RunLanguageTest, ValuesAreComputedBeforePlaces) {
+  EXPECT_NUMBERS("0 31 41 53 10 ", R"(
+	int k = 0;
+	float w[4];
+	w[k++] = float(k);
+	vec3 v[4];
+	v[k++].xy = vec2(float(k));
+	v[k].xy = vec2(float(k++));
+	UNIFORM_BUFFER(out)[0] = int(w[0]);
+	UNIFORM_BUFFER(out)[1] = 10 * k + int(v[1].x);
+	v[--k].x = float(k);
+	UNIFORM_BUFFER(out)[3] = 50 + int(v[2].x);
+	k = 1;
+	UNIFORM_BUFFER(out)[k] = k++ + 40;
+	k = 3;
+	UNIFORM_BUFFER(out)[4] = 5;
+	UNIFORM_BUFFER(out)[k] *= ++k - 2;)");
 }
 
 INSTANTIATE_TEST_SUITE_P(Ways, RunLanguageTest,
