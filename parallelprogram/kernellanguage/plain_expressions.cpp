@@ -205,7 +205,8 @@ std::string PlainPrinter::ValueItself(NodeIndex node, Binding& binding) {
     case NodeKind::kMemberOf:
       if (meaning.kind == MeaningKind::kSwizzle) return mark + Swizzle(node);
       if (IsBoolComponent(node)) return BoolComponent(node);
-      return Join({Expression(child(0), Binding::kPostfix), mark, MemberText(node)});
+      return Join({IsStoredSmall(node) ? "int(" : "", Expression(child(0), Binding::kPostfix), mark, MemberText(node),
+                   IsStoredSmall(node) ? ")" : ""});
     case NodeKind::kIndex:
       if (IsBoolComponent(node)) return BoolComponent(node);
       if (IsMatrix(_resolved.converted[child(0)])) return mark + Column(node);

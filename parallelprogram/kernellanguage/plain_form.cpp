@@ -42,7 +42,12 @@ void PlainPrinter::PrintStruct(NodeIndex node) {
   ++_depth;
   for (const NodeIndex member : _tree.GetChildren(node)) {
     const TypeIndex type = _resolved.type[member];
-    Line({TypeName(type), " ", MarkOf(member), _tree.GetName(member), ArraySizes(_types, type), ";"});
+    TypeIndex number = type;
+    while (_types[number].kind == TypeKind::kArray) number = _types[number].element;
+    // Small integers have their own size in a struct that lies in a buffer.
+    const Bool isStored = IsSmall(number) && _storedStructs.contains(node);
+    Line({isStored ? _types.GetName(number) : TypeName(type), " ", MarkOf(member), _tree.GetName(member),
+          ArraySizes(_types, type), ";"});
   }
   --_depth;
   Line({"};"});
@@ -153,6 +158,7 @@ PlainForm PlainPrinter::Print() {
   FindUsed(_tree.kernel);
   FindUsed(_tree.parameters);
   FindNames();
+  _storedStructs = FindStoredStructs(_tree, _resolved);
   FindHoists();
   FindReports();
   const auto items = _tree.GetChildren(_tree.root);

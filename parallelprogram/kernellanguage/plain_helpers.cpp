@@ -192,7 +192,11 @@ std::string PlainPrinter::ConstructStruct(TypeIndex type, const std::vector<Part
   for (std::size_t i = 0; i < parts.size() && i < members.size(); ++i) {
     if (_types[parts[i].type].kind == TypeKind::kArray || _types[parts[i].type].kind == TypeKind::kList)
       Refuse(parts[i].node, "an array among the members that a struct is made of");
-    body += Join({"\tv.", _tree.GetName(members[i]), " = v", std::to_string(i), ";\n"});
+    std::string value = Join({"v", std::to_string(i)});
+    const TypeIndex member = _resolved.type[members[i]];
+    if (IsSmall(member) && _storedStructs.contains(_types[type].declaration))
+      value = Join({_types.GetName(member), "(", value, ")"});
+    body += Join({"\tv.", _tree.GetName(members[i]), " = ", value, ";\n"});
     parameters.push_back(parts[i].type);
     arguments.push_back(PartText(parts[i], Binding::kAssignment));
   }

@@ -4,16 +4,34 @@
 
 namespace ostra::kernellanguage {
 
+std::set<NodeIndex> FindStoredStructs(const SyntaxTree& tree, const ResolvedTree& resolved) {
+  std::set<NodeIndex> found;
+  const auto add = [&](auto&& self, TypeIndex type) -> void {
+    while (resolved.types[type].kind == TypeKind::kArray) type = resolved.types[type].element;
+    const Type& kind = resolved.types[type];
+    if (kind.kind != TypeKind::kStruct || !found.insert(kind.declaration).second) return;
+    for (const NodeIndex member : tree.GetChildren(kind.declaration)) self(self, resolved.type[member]);
+  };
+  for (const NodeIndex parameter : resolved.parameters) {
+    const Type& type = resolved.types[resolved.type[parameter]];
+    if (type.kind == TypeKind::kBuffer) add(add, type.element);
+  }
+  return found;
+}
+
 Bool PlainPrinter::IsSmall(TypeIndex type) const {
   if (!_options.isForGpu || !_types.IsScalar(type)) return false;
   const Scalar scalar = _types[type].scalar;
   return IsInteger(scalar) && scalar != Scalar::kBool && GetSize(scalar) < 4;
 }
 
-// Whether the place is a number of a buffer, which has its own size there.
+// Whether the place is a number of a buffer, or of a struct that lies in one, which has its own size there.
 Bool PlainPrinter::IsStoredSmall(NodeIndex place) const {
-  return KindOf(place) == NodeKind::kIndex && KindOf(Child(place, 0)) == NodeKind::kBuffer &&
-         IsSmall(_resolved.type[place]);
+  if (!IsSmall(_resolved.type[place])) return false;
+  if (KindOf(place) == NodeKind::kIndex) place = Child(place, 0);
+  if (KindOf(place) == NodeKind::kBuffer) return true;
+  return KindOf(place) == NodeKind::kMemberOf && _resolved.meaning[place].kind == MeaningKind::kMember &&
+         _storedStructs.contains(_types[_resolved.type[Child(place, 0)]].declaration);
 }
 
 // An int with the value that a number of the type `from` has in the type `to`.

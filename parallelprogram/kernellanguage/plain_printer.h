@@ -24,6 +24,8 @@ enum class Binding : UInt8 { kComma, kAssignment, kConditional, kBinary, kUnary,
 // "x" to "w".
 inline std::string_view GetComponentName(UInt32 component) { return std::string_view("xyzw").substr(component, 1); }
 
+// The structs that lie in buffers, as elements or inside of such.
+std::set<NodeIndex> FindStoredStructs(const SyntaxTree& tree, const ResolvedTree& resolved);
 std::string JoinList(const std::vector<std::string>& parts);  // "a, b"
 
 class PlainPrinter {
@@ -310,6 +312,7 @@ class PlainPrinter {
   std::string _helpers, _text;
   std::set<std::string> _helperNames;
   std::set<NodeIndex> _fileConstants;
+  std::set<NodeIndex> _storedStructs;         // that lie in buffers
   std::vector<Bool> _needsHoist, _hasHoists;  // nodes, and those with one at or below them
   std::map<NodeIndex, std::string> _hoisted;  // their values
   std::vector<Bool> _isUsed;                  // functions, structs and constants that the kernel needs

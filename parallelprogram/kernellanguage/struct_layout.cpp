@@ -81,10 +81,12 @@ class LayoutMaker {
     const UInt32 number = GetSize(type.scalar);
     const Bool isOnGpus = type.scalar == Scalar::kFloat32 || type.scalar == Scalar::kInt32 ||
                           type.scalar == Scalar::kUInt32 || type.scalar == Scalar::kHalf;
+    // The languages that lack these refuse them in their own translation.
+    const Bool isOtherInteger = IsInteger(type.scalar) && type.scalar != Scalar::kBool && type.count == 1;
     switch (type.kind) {
       case TypeKind::kScalar:
       case TypeKind::kVector:
-        if (!isOnGpus) return std::nullopt;
+        if (!isOnGpus && !isOtherInteger) return std::nullopt;
         return Extent{GetSize(type), number};
       case TypeKind::kMatrix:
         if (type.count < 3) return std::nullopt;
@@ -108,8 +110,8 @@ class LayoutMaker {
       return "structs in buffers are made of numbers";
     if (type.scalar == Scalar::kBool) return "a bool has 1 byte on the CPU and 4 on a GPU: use uint";
     if (type.scalar == Scalar::kFloat64) return "structs in buffers have no 64-bit floats: use float";
-    if (GetSize(type.scalar) == 8) return "structs in buffers have no 64-bit integers: keep two uint";
-    return "structs in buffers have no integers of 8 and 16 bits: pack several into a uint, or give each an int";
+    return "structs in buffers have no vectors of integers of 8, 16 and 64 bits: give each component a member of its "
+           "own, or use an array";
   }
 
   const SyntaxTree& _tree;

@@ -1,6 +1,7 @@
 // How the structs lie in memory that are elements of a kernel's buffers.
 //
-// They are made of numbers of 16 and 32 bits that GPUs have: vectors and matrices of them, arrays, other such structs.
+// They are made of integers, floats of 16 and 32 bits, vectors and matrices of what has 32 bits or is a half float,
+// arrays, other such structs.
 // No member needs padding, so that C++, GLSL, HLSL and Metal agree on every offset.
 #pragma once
 

@@ -88,7 +88,7 @@ class RecordMaker {
   Result<void> AddStruct(const ShaderStructDefinition& definition) {
     ShaderStruct added{definition.name.GetString(), {}, MakeOrigin(definition.origin)};
     for (const ShaderStructMember& member : definition.declarations) {
-      OSTRA_ASSIGN_OR_RETURN(String type, MakeMemberType(member.type));
+      OSTRA_ASSIGN_OR_RETURN(String type, MakeMemberType(member.type, IsStored(added.name.GetView())));
       if (type.IsEmpty()) continue;
       OSTRA_ASSIGN_OR_RETURN(String name, member.dimension.IsEmpty() ? Result<String>(member.name)
                                                                      : Format("@[@]", member.name, member.dimension));
@@ -99,14 +99,29 @@ class RecordMaker {
     return OK;
   }
 
-  // The type of a member in generated declarations; empty for types that programs on GPUs do without.
-  Result<String> MakeMemberType(const String& word) const {
+  // Whether the struct, or one that it is a member of, is the element of a buffer. Those are declared behind it.
+  Bool IsStored(std::string_view name) const {
+    for (const ShaderInputEntry& input : _parser.GetInputEntries())
+      if (!input.dataType.IsPopulated() && input.typeName.GetString().GetView() == name) return true;
+    Bool isBehind = false;
+    for (const ShaderStructDefinition& definition : _parser.GetStructs()) {
+      const std::string_view own = definition.name.GetString().GetView();
+      for (const ShaderStructMember& member : definition.declarations)
+        if (isBehind && member.type.GetView() == name && IsStored(own)) return true;
+      isBehind = isBehind || own == name;
+    }
+    return false;
+  }
+
+  // The type of a member in generated declarations; empty for types that programs on GPUs do without: those of another
+  // size in structs that lie in no buffer.
+  Result<String> MakeMemberType(const String& word, Bool isStored) const {
     const DataType type = DataTypeFromTypeName(word.GetView());
     if (type.IsPopulated()) return ShaderTypeName(type, CString(), _parser.GetTargetLanguage()).GetString();
     for (const ShaderStruct& known : _records.structs)
       if (known.name == word) return word;
     const DataType other = FindElementWord(word.GetView());
-    return other.IsPopulated() && !HasOtherSize(other) ? word : String();
+    return other.IsPopulated() && (isStored || !HasOtherSize(other)) ? word : String();
   }
 
   Result<void> AddFunction(const ShaderFunctionDefinition& function) {

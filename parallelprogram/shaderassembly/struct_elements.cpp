@@ -117,12 +117,7 @@ class StructMaker {
       return Make(*inner);
     const DataType type = FindElementWord(word);
     if (type == GetDataType<Float64>()) obstacle = "structs in buffers have no 64-bit floats: use float";
-    if (type == GetDataType<Int64>() || type == GetDataType<UInt64>())
-      obstacle = "structs in buffers have no 64-bit integers: keep two uint";
-    if (type == GetDataType<Int8>() || type == GetDataType<UInt8>() || type == GetDataType<Int16>() ||
-        type == GetDataType<UInt16>())
-      obstacle = "structs in buffers have no integers of 8 and 16 bits: pack several into a uint, or give each an int";
-    const Bool isNumber = GetNumberSize(type) != 0;
+    const Bool isNumber = GetNumberSize(type) != 0 || IsOtherInteger(type);
     if (isNumber && obstacle.empty()) return type;
     if (obstacle.empty()) obstacle = "neither a type of numbers nor a struct of the headers, declared above";
     return Fail(declaration.origin,
@@ -137,6 +132,12 @@ class StructMaker {
         if (&other == &declaration) return false;
     }
     return false;
+  }
+
+  // Of 8, 16 or 64 bits.
+  static Bool IsOtherInteger(DataType type) {
+    return type == GetDataType<Int64>() || type == GetDataType<UInt64>() || type == GetDataType<Int8>() ||
+           type == GetDataType<UInt8>() || type == GetDataType<Int16>() || type == GetDataType<UInt16>();
   }
 
   // 0 for types that are not made of numbers.

@@ -44,6 +44,7 @@ class WrittenLines {
     for (ShaderStructDefinition& definition : pieces.structs) {
       Map(definition.origin);
       for (ShaderInputEntry& member : definition.members) Map(member.origin);
+      for (ShaderStructMember& member : definition.declarations) Map(member.origin);
     }
     for (ShaderInputEntry& entry : pieces.inputEntries) Map(entry.origin);
     for (ShaderTextureEntry& entry : pieces.textureEntries) Map(entry.origin);

@@ -3,8 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cstdint>
 #include <cstring>
 #include <filesystem>
+#include <type_traits>
 
 #include "tests/support/temporary_folder.h"
 #include "tests/tool/tool_process.h"
@@ -213,6 +215,97 @@ TEST_F(RunStructsTest, HalfFloatsWarnOfOldShaderModels) {
   EXPECT_EQ(result.exitStatus, 0) << result.errors;
   EXPECT_THAT(result.output + result.errors, HasSubstr("the half floats of \"particles\" need shader model 6.2"));
   EXPECT_EQ(RunMember("cpu", "\thalf a;\n\thalf3 b;").exitStatus, 0);
+}
+
+// Integers of all sizes, as members, elements of arrays and members of other structs.
+struct Counters {
+  std::array<std::uint8_t, 4> flags;
+  std::int16_t level;
+  std::uint16_t mask;
+};
+struct Record {
+  std::int64_t total;
+  std::uint64_t bits;
+  Counters first;
+  Counters others[2];
+  std::int8_t low;
+  std::uint8_t high;
+  std::int16_t step;
+  std::int32_t k;
+};
+static_assert(sizeof(Record) == 48);
+
+constexpr const char* kRecordKernel =
+    "struct Counters\n{\n\tUInt8 flags[4];\n\tInt16 level;\n\tUInt16 mask;\n};\n\n"
+    "struct Record\n{\n\tInt64 total;\n\tUInt64 bits;\n\tCounters first;\n\tCounters others[2];\n\tInt8 low;\n"
+    "\tUInt8 high;\n\tInt16 step;\n\tint k;\n};\n\n"
+    "#define KERNELINPUTS \\\n(const Block<Record>) source, \\\n(Block<Record>) target\n\n"
+    "Counters Twist(Counters x, int by) { x.level = x.level * by; x.flags[1] += 200; return x; }\n\n"
+    "OSTRA_PARALLEL_KERNEL(Records, KERNELINPUTS)\n{\n\tuint i = LinearInvocation();\n"
+    "\tRecord r = UNIFORM_BUFFER(source)[i];\n"
+    "\tr.total = r.total * 3 - r.low;\n\tr.bits ^= uint64_t(r.high) << 40;\n"
+    "\tr.first = Twist(r.first, r.step);\n\tr.others[1].level++;\n"
+    "\tr.others[0].flags[i & 3u] = r.low + r.high;\n\tr.low -= 100;\n"
+    "\tr.k = r.low < 0 ? r.first.mask : -r.first.level;\n\tUNIFORM_BUFFER(target)[i] = r;\n"
+    "\tUNIFORM_BUFFER(target)[i].step *= 7;\n\tUNIFORM_BUFFER(target)[i].first.flags[2] ^= 0x5a;\n"
+    "\tUNIFORM_BUFFER(target)[i].high++;\n}\nOSTRA_PARALLEL_KERNEL_END\n";
+
+Record Advance(Record r, std::size_t i) {
+  const auto cut = [](auto& target, std::int64_t value) {
+    target = static_cast<std::decay_t<decltype(target)>>(value);
+  };
+  r.total = static_cast<std::int64_t>(static_cast<std::uint64_t>(r.total) * 3 - static_cast<std::uint64_t>(r.low));
+  r.bits ^= std::uint64_t{r.high} << 40;
+  cut(r.first.level, std::int64_t{r.first.level} * r.step);
+  cut(r.first.flags[1], r.first.flags[1] + 200);
+  cut(r.others[1].level, r.others[1].level + 1);
+  cut(r.others[0].flags[i % 4], r.low + r.high);
+  cut(r.low, r.low - 100);
+  r.k = r.low < 0 ? r.first.mask : -r.first.level;
+  cut(r.step, std::int64_t{r.step} * 7);
+  r.first.flags[2] ^= 0x5a;
+  cut(r.high, r.high + 1);
+  return r;
+}
+
+TEST_F(RunStructsTest, IntegersOfAllSizesAreMembers) {
+  _folder.Write("net.example.records.krn", kRecordKernel);
+  std::vector<Record> records(kCount), expected(kCount);
+  std::uint32_t state = 1;
+  for (std::size_t i = 0; i < kCount * sizeof(Record); ++i) {
+    state = state * 1664525u + 1013904223u;
+    reinterpret_cast<std::uint8_t*>(records.data())[i] = static_cast<std::uint8_t>(state >> 24);
+  }
+  for (std::size_t i = 0; i < kCount; ++i) expected[i] = Advance(records[i], i);
+  _folder.Write("records.raw", BytesOf(records));
+  for (const std::string backend : {"cpu", "gpu"}) {
+    const ToolResult result =
+        RunTool({"run", _folder / "net.example.records.krn", "--in", "source=" + _folder / "records.raw", "--out",
+                 "target=" + _folder / (backend + ".raw"), "--size", std::to_string(kCount), "--backend", backend});
+    if (result.errors.find("--backend cpu runs the kernel without one") != std::string::npos ||
+        result.errors.find("does not support") != std::string::npos)
+      GTEST_SKIP() << result.errors;
+    ASSERT_EQ(result.exitStatus, 0) << result.errors;
+    EXPECT_EQ(_folder.Read(backend + ".raw"), BytesOf(expected)) << backend;
+  }
+}
+
+TEST_F(RunStructsTest, IntegersThatALanguageLacksAreRefusedByName) {
+  _folder.Write("net.example.records.krn", kRecordKernel);
+  const auto check = [this](const std::string& target) {
+    return RunTool({"check", _folder / "net.example.records.krn", "--target", target});
+  };
+  EXPECT_EQ(check("METAL").exitStatus, 0);
+  EXPECT_THAT(check("HLSL").errors,
+              HasSubstr(":10: error: the member \"total\" of the struct \"Record\" is Int64: HLSL text has no 64-bit "
+                        "integers: keep two uint, or translate to GLSL or Metal"));
+  EXPECT_THAT(RunMember("check", "\tInt16 a;\n\tInt16 b;").errors,
+              HasSubstr("is Int16: HLSL text has no integers of 8 and 16 bits: pack several into a uint"));
+  for (const std::string backend : {"cpu", "check"})
+    EXPECT_THAT(RunMember(backend, "\tVec2<Int64> x;").errors,
+                HasSubstr(":14: error: the member \"x\" of the struct \"Particle\" is Vec2<Int64>: structs in buffers "
+                          "have no vectors of integers of 8, 16 and 64 bits"))
+        << backend;
 }
 
 TEST_F(RunStructsTest, AnUnknownTypeIsNamed) {

@@ -58,6 +58,14 @@ Result<const ValueType*> GetValueType(const String& name, DrawportShaderValueTyp
 
 constexpr Int AlignUp(Int offset, Int alignment) { return (offset + alignment - 1) / alignment * alignment; }
 
+// Whether a member of a struct is of one of the types.
+Bool UsesInMember(const ShaderRecords& records, std::initializer_list<std::string_view> types) {
+  for (const ShaderStruct& structure : records.structs)
+    for (const ShaderMember& member : structure.members)
+      if (std::find(types.begin(), types.end(), member.type.GetView()) != types.end()) return true;
+  return false;
+}
+
 // Whether the source of a kernel or stage has one of the words.
 Bool UsesWord(const ShaderRecords& records, std::initializer_list<std::string_view> words) {
   const auto isIn = [words](const String& text) {
@@ -71,6 +79,7 @@ Bool UsesWord(const ShaderRecords& records, std::initializer_list<std::string_vi
   };
   for (const ShaderParameter& parameter : records.parameters)
     if (isIn(parameter.elementType)) return true;
+  if (UsesInMember(records, words)) return true;
   return isIn(records.body.text) || isInOne(records.defines) || isInOne(records.groupShared) ||
          isInOne(records.functions) || isInOne(records.fileScope);
 }
@@ -110,6 +119,9 @@ class ItemMaker {
     if (UsesWord(_records, {"Int64", "UInt64"})) OSTRA_RETURN_IF_ERROR(AddItem("long integers", 0));
     if (UsesWord(_records, {"Int8", "UInt8"})) OSTRA_RETURN_IF_ERROR(AddItem("bytes", 0));
     if (UsesWord(_records, {"Int16", "UInt16"})) OSTRA_RETURN_IF_ERROR(AddItem("short integers", 0));
+    // Structs are variables, too.
+    if (UsesInMember(_records, {"Int8", "UInt8"})) OSTRA_RETURN_IF_ERROR(AddItem("byte members", 0));
+    if (UsesInMember(_records, {"Int16", "UInt16"})) OSTRA_RETURN_IF_ERROR(AddItem("short members", 0));
     return OK;
   }
 
