@@ -49,10 +49,11 @@ bool IsMainThread() {
   return isMain;
 }
 
-// Whether SIGINT raises KeyboardInterrupt and does nothing else.
+// Whether SIGINT raises KeyboardInterrupt and does nothing else. Asked by every call: the module "signal" would look
+// for a name of the handler, which takes longer than a small call.
 bool HasOwnHandler() {
-  static const auto& ask = *new py::object(py::module_::import("signal").attr("getsignal"));
-  static const auto& own = *new py::object(py::module_::import("signal").attr("default_int_handler"));
+  static const auto& ask = *new py::object(py::module_::import("_signal").attr("getsignal"));
+  static const auto& own = *new py::object(py::module_::import("_signal").attr("default_int_handler"));
   return ask(static_cast<int>(SIGINT)).is(own);
 }
 
