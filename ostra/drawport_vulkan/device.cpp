@@ -14,6 +14,9 @@ namespace {
 
 constexpr Int kMaxDevices = 32;
 
+// Of devices that lack parts of Vulkan. Of these parts patches that are divided into lines are used, nothing else.
+constexpr const char* kPortabilitySubset = "VK_KHR_portability_subset";
+
 constinit std::mutex g_mutex;
 constinit Device* g_running[kMaxDevices] = {};  // not counted; by place in the plan
 
@@ -81,8 +84,11 @@ Result<void> Device::Init(Int index) {
 }
 
 Result<void> Device::LookAtLimits() {
-  OSTRA_ASSIGN_OR_RETURN(const Bool isKnown, HasDeviceExtension(_physicalDevice, VK_KHR_MAINTENANCE_4_EXTENSION_NAME));
-  if (!isKnown) return OK;
+  // Devices of version 1.3 need not name the extension any more.
+  const Bool isCore = std::min(_properties.apiVersion, _driver->GetApiVersion()) >= VK_API_VERSION_1_3;
+  OSTRA_ASSIGN_OR_RETURN(const Bool isExtension,
+                         HasDeviceExtension(_physicalDevice, VK_KHR_MAINTENANCE_4_EXTENSION_NAME));
+  if (!isCore && !isExtension) return OK;
   VkPhysicalDeviceMaintenance4PropertiesKHR limits = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_MAINTENANCE_4_PROPERTIES_KHR};
   VkPhysicalDeviceProperties2 properties = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_PROPERTIES_2};
   properties.pNext = &limits;
@@ -104,9 +110,15 @@ Result<void> Device::CreateDevice() {
   ShaderFeatures has;
   VkPhysicalDeviceFeatures2 all = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_FEATURES_2};
   all.pNext = &has.since11;
+  // A device that lists this extension has to be asked for it.
+  OSTRA_ASSIGN_OR_RETURN(const Bool isSubset, HasDeviceExtension(_physicalDevice, kPortabilitySubset));
+  VkPhysicalDevicePortabilitySubsetFeaturesKHR subset = {
+      VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_PORTABILITY_SUBSET_FEATURES_KHR};
+  if (isSubset) has.since12.pNext = &subset;
   has.since11.pNext = &has.since12;
   vkGetPhysicalDeviceFeatures2(_physicalDevice, &all);
   has.core = all.features;
+  has.hasIsolines = !isSubset || subset.tessellationIsolines;
   LookAtSubgroups(has);
   has.maxSharedBytes = GetLimits().maxComputeSharedMemorySize;
 
@@ -114,7 +126,6 @@ Result<void> Device::CreateDevice() {
   _shaderFeatures = SelectShaderFeatures(has);
   VkPhysicalDeviceVulkan12Features wants12 = _shaderFeatures.since12;
   wants12.timelineSemaphore = VK_TRUE;
-  wants12.scalarBlockLayout = VK_TRUE;
   VkPhysicalDeviceVulkan11Features wants11 = _shaderFeatures.since11;
   VkPhysicalDeviceFeatures2 wants = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_FEATURES_2};
   wants.features = _shaderFeatures.core;
@@ -132,6 +143,8 @@ Result<void> Device::CreateDevice() {
   _graphics.canDraw = CanDraw(snapshot);
   _isRenderingCore = snapshot.rendering == RenderingSupport::Core;
   if (_graphics.canDraw) wants12.pNext = &wantsRendering;
+  wantsRendering.pNext = isSubset ? &subset : nullptr;
+  if (isSubset && !_graphics.canDraw) wants12.pNext = &subset;
   _graphics.hasTessellation = wants.features.tessellationShader;
   _graphics.hasSampleShading = wants.features.sampleRateShading;
   _graphics.hasVertexStores = wants.features.vertexPipelineStoresAndAtomics;
@@ -140,10 +153,11 @@ Result<void> Device::CreateDevice() {
   _hasHalfFloats = wants12.shaderFloat16 && wants11.storageBuffer16BitAccess;
 
   OSTRA_ASSIGN_OR_RETURN(_hasBudgetExtension, HasDeviceExtension(_physicalDevice, VK_EXT_MEMORY_BUDGET_EXTENSION_NAME));
-  const char* extensions[2];
+  const char* extensions[3];
   UInt32 extensionCount = 0;
   if (_hasBudgetExtension) extensions[extensionCount++] = VK_EXT_MEMORY_BUDGET_EXTENSION_NAME;
   if (_graphics.canDraw && !_isRenderingCore) extensions[extensionCount++] = VK_KHR_DYNAMIC_RENDERING_EXTENSION_NAME;
+  if (isSubset) extensions[extensionCount++] = kPortabilitySubset;
   const Float32 priority = 1;
   VkDeviceQueueCreateInfo queue = {VK_STRUCTURE_TYPE_DEVICE_QUEUE_CREATE_INFO};
   queue.queueFamilyIndex = _queueFamily;

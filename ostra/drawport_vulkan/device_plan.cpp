@@ -57,7 +57,6 @@ std::string_view FindObstacle(const DeviceSnapshot& device) {
   const Bool isNewEnough = device.majorVersion > 1 || (device.majorVersion == 1 && device.minorVersion >= 2);
   if (!isNewEnough) return "older than Vulkan 1.2";
   if (!device.hasTimelineSemaphores) return "no timeline semaphores";
-  if (!device.hasScalarBlockLayout) return "no scalar block layout";
   return PlanQueueFamily(device) < 0 ? "no queue that computes" : "";
 }
 

@@ -37,18 +37,17 @@ struct DeviceSnapshot {
   UInt32 majorVersion = 0;  // of the API
   UInt32 minorVersion = 0;
   Bool hasTimelineSemaphores = false;
-  Bool hasScalarBlockLayout = false;
   RenderingSupport rendering = RenderingSupport::None;
   BaseArray<QueueFamilySnapshot> queueFamilies;
   BaseArray<MemoryHeapSnapshot> heaps;
   BaseArray<MemoryTypeSnapshot> memoryTypes;
 };
 
-// Why a device cannot be used ("no scalar block layout"); empty for devices of at least version 1.2 with timeline
-// semaphores, scalar block layout and a compute queue.
+// Why a device cannot be used ("no timeline semaphores"); empty for devices of at least version 1.2 with timeline
+// semaphores and a compute queue.
 std::string_view FindObstacle(const DeviceSnapshot& device);
 
-// Names of the devices that cannot be used, each with the reason in parentheses: "A (no scalar block layout), B (...)".
+// Names of the devices that cannot be used, each with the reason in parentheses: "A (no timeline semaphores), B (...)".
 // Error: out of memory.
 Result<String> ListUnusable(Block<const DeviceSnapshot> devices);
 

@@ -113,7 +113,12 @@ Result<void> Driver::CreateInstance() {
     if (!validates) WarningOutput("Vulkan: the validation layer is not installed.");
   }
   OSTRA_ASSIGN_OR_RETURN(_hasDebugUtils, HasExtension(nullptr, VK_EXT_DEBUG_UTILS_EXTENSION_NAME));
-  const char* const extensions[] = {VK_EXT_DEBUG_UTILS_EXTENSION_NAME};
+  OSTRA_ASSIGN_OR_RETURN(const Bool seesPortability,
+                         HasExtension(nullptr, VK_KHR_PORTABILITY_ENUMERATION_EXTENSION_NAME));
+  const char* extensions[2];
+  UInt32 extensionCount = 0;
+  if (_hasDebugUtils) extensions[extensionCount++] = VK_EXT_DEBUG_UTILS_EXTENSION_NAME;
+  if (seesPortability) extensions[extensionCount++] = VK_KHR_PORTABILITY_ENUMERATION_EXTENSION_NAME;
 
   const VkValidationFeatureEnableEXT enabled[] = {VK_VALIDATION_FEATURE_ENABLE_SYNCHRONIZATION_VALIDATION_EXT};
   VkValidationFeaturesEXT features = {VK_STRUCTURE_TYPE_VALIDATION_FEATURES_EXT};
@@ -123,7 +128,9 @@ Result<void> Driver::CreateInstance() {
   VkDebugUtilsMessengerCreateInfoEXT messenger = MakeMessengerInfo();
   VkInstanceCreateInfo info = {VK_STRUCTURE_TYPE_INSTANCE_CREATE_INFO};
   info.pApplicationInfo = &application;
-  info.enabledExtensionCount = _hasDebugUtils ? 1 : 0;
+  // Devices that lack parts of Vulkan are listed as well: what is used beyond those parts is asked for.
+  if (seesPortability) info.flags = VK_INSTANCE_CREATE_ENUMERATE_PORTABILITY_BIT_KHR;
+  info.enabledExtensionCount = extensionCount;
   info.ppEnabledExtensionNames = extensions;
   if (validates) {
     info.enabledLayerCount = 1;
@@ -174,7 +181,7 @@ Result<void> Driver::PretendDevices() {
   }
   if (_snapshots.IsEmpty()) return OK;
   if (g_pretended.firstCannotDraw) _snapshots[0].rendering = RenderingSupport::None;
-  if (g_pretended.firstIsUnusable) _snapshots[0].hasScalarBlockLayout = false;
+  if (g_pretended.firstIsUnusable) _snapshots[0].hasTimelineSemaphores = false;
   return OK;
 }
 

@@ -15,7 +15,7 @@ namespace ostra::vulkan {
 struct PretendedMachine {
   Bool hasEveryDeviceTwice = false;
   Bool firstCannotDraw = false;
-  Bool firstIsUnusable = false;  // no scalar block layout
+  Bool firstIsUnusable = false;  // no timeline semaphores
   // Each device has one memory type more, of the host's memory, behind those that are there.
   Bool hasHostMemory = false;
   Bool isOld = false;  // the loader knows version 1.2 only
@@ -33,6 +33,8 @@ class Driver final : public DrawportCounted<Driver, DrawportObject> {
   ~Driver();
 
   VkInstance GetInstance() const { return _instance; }
+  // Of the instance: what is newer in a device cannot be used.
+  UInt32 GetApiVersion() const { return _apiVersion; }
   // Usable devices, from the one that suits best.
   Int GetDeviceCount() const { return _usableCount; }
   // With those that cannot be used, which come last.

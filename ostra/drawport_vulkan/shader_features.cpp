@@ -5,6 +5,7 @@
 
 #include "ostra/core/format.h"
 #include "ostra/drawport_vulkan/spirv.h"
+#include "ostra/drawport_vulkan/storage_layout.h"
 
 OSTRA_UNIT("drawport_vulkan");
 
@@ -59,10 +60,11 @@ constexpr UInt32 kCommon[] = {0, 1, 40, 43, 44, 46, 47, 50, 51, 4437};
 constexpr UInt32 kFirstSubgroup = 61;
 constexpr UInt32 kLastSubgroup = 68;
 
+constexpr const char* kMissing = "The GPU program \"@\" uses @, which the GPU device does not support.";
+
 Result<void> CheckCapability(ShaderFeatures features, VkShaderStageFlagBits stage, UInt32 capability,
                              std::string_view program) {
   if (std::find(std::begin(kCommon), std::end(kCommon), capability) != std::end(kCommon)) return OK;
-  constexpr const char* kMissing = "The GPU program \"@\" uses @, which the GPU device does not support.";
   if (capability >= kFirstSubgroup && capability <= kLastSubgroup) {
     const Bool isThere = (features.subgroupOperations >> (capability - kFirstSubgroup) & 1) != 0;
     if (isThere && (features.subgroupStages & stage) != 0) return OK;
@@ -77,15 +79,27 @@ Result<void> CheckCapability(ShaderFeatures features, VkShaderStageFlagBits stag
                                 program, capability);
 }
 
+Result<void> CheckLayout(const ShaderFeatures& features, Block<const UInt32> spirv, std::string_view program) {
+  if (features.since12.scalarBlockLayout) return OK;
+  OSTRA_ASSIGN_OR_RETURN(const String packed, FindPackedElement(spirv));
+  if (packed.IsEmpty()) return OK;
+  return OSTRA_ILLEGAL_ARGUMENT(
+      "The GPU program \"@\" uses elements of buffers that are packed tightly (@), for which the GPU device would need "
+      "scalar block layout.",
+      program, packed);
+}
+
 }  // namespace
 
 ShaderFeatures SelectShaderFeatures(const ShaderFeatures& has) {
   ShaderFeatures from = has;
   ShaderFeatures selected;
   for (const Need& need : kNeeds) need.getFlag(selected) = need.getFlag(from);
+  selected.since12.scalarBlockLayout = has.since12.scalarBlockLayout;
   selected.subgroupOperations = has.subgroupOperations;
   selected.subgroupStages = has.subgroupStages;
   selected.maxSharedBytes = has.maxSharedBytes;
+  selected.hasIsolines = has.hasIsolines;
   return selected;
 }
 
@@ -94,6 +108,9 @@ Result<void> CheckShader(const ShaderFeatures& features, VkShaderStageFlagBits s
   OSTRA_ASSIGN_OR_RETURN(const BaseArray<UInt32> capabilities, FindCapabilities(spirv));
   for (const UInt32 capability : capabilities)
     OSTRA_RETURN_IF_ERROR(CheckCapability(features, stage, capability, program));
+  if (!features.hasIsolines && MakesIsolines(spirv))
+    return OSTRA_ILLEGAL_ARGUMENT(kMissing, program, "patches that are divided into lines");
+  OSTRA_RETURN_IF_ERROR(CheckLayout(features, spirv, program));
   OSTRA_ASSIGN_OR_RETURN(const UInt64 shared, CountSharedBytes(spirv));
   if (shared <= features.maxSharedBytes) return OK;
   return OSTRA_ILLEGAL_ARGUMENT("The GPU program \"@\" shares @ bytes in a work group; the GPU device has room for @.",

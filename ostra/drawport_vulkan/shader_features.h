@@ -22,6 +22,7 @@ struct ShaderFeatures {
   VkSubgroupFeatureFlags subgroupOperations = 0;
   VkShaderStageFlags subgroupStages = 0;
   UInt32 maxSharedBytes = 0;  // of a work group
+  Bool hasIsolines = true;    // where there is tessellation: only portability drivers may lack it
 };
 
 // What of `has` programs can ask for; nothing else is set.

@@ -96,7 +96,6 @@ Result<DeviceSnapshot> TakeSnapshot(VkPhysicalDevice device, UInt32 apiVersion) 
     vkGetPhysicalDeviceFeatures2(device, &features);
     if (rendering.dynamicRendering) snapshot.rendering = isCore ? RenderingSupport::Core : RenderingSupport::Extension;
     snapshot.hasTimelineSemaphores = features12.timelineSemaphore;
-    snapshot.hasScalarBlockLayout = features12.scalarBlockLayout;
   }
   OSTRA_RETURN_IF_ERROR(TakeQueueFamilies(device, snapshot));
   OSTRA_RETURN_IF_ERROR(TakeMemory(device, snapshot));

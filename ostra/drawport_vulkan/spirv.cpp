@@ -23,6 +23,12 @@ Bool HasInstruction(Block<const UInt32> words, Matches&& matches) {
   return false;
 }
 
+Bool HasMode(Block<const UInt32> words, UInt32 mode) {
+  return HasInstruction(words, [&](const Instruction& instruction) {
+    return instruction.Is(kOpExecutionMode, 3) && instruction.words[2] == mode;
+  });
+}
+
 // Sizes of types and numbers of constants, by their ids. Everything is declared before it is named.
 class Sizes {
  public:
@@ -126,11 +132,8 @@ Result<UInt64> CountSharedBytes(Block<const UInt32> spirv) {
   return shared;
 }
 
-Bool WritesDepth(Block<const UInt32> spirv) {
-  return HasInstruction(spirv, [](const Instruction& instruction) {
-    return instruction.Is(kOpExecutionMode, 3) && instruction.words[2] == kModeDepthReplacing;
-  });
-}
+Bool WritesDepth(Block<const UInt32> spirv) { return HasMode(spirv, kModeDepthReplacing); }
+Bool MakesIsolines(Block<const UInt32> spirv) { return HasMode(spirv, kModeIsolines); }
 
 Bool RunsForSamples(Block<const UInt32> spirv) {
   return HasInstruction(spirv, [](const Instruction& instruction) {

@@ -17,8 +17,10 @@ Result<BaseArray<UInt32>> FindCapabilities(Block<const UInt32> spirv);
 // Bytes of the variables that a work group shares, without what a device puts between them. Error: out of memory.
 Result<UInt64> CountSharedBytes(Block<const UInt32> spirv);
 
-// Whether the words compute the depth of a pixel, and whether they run for each sample.
+// Whether the words compute the depth of a pixel, whether they run for each sample, and whether they divide patches
+// into lines.
 Bool WritesDepth(Block<const UInt32> spirv);
 Bool RunsForSamples(Block<const UInt32> spirv);
+Bool MakesIsolines(Block<const UInt32> spirv);
 
 }  // namespace ostra::vulkan

@@ -63,9 +63,10 @@ enum Decoration : UInt32 {
   kDecorationNoContraction = 42,
 };
 
-enum StorageClass : UInt32 { kStorageInput = 1, kStorageOutput = 3, kStorageWorkgroup = 4 };
+enum StorageClass : UInt32 { kStorageInput = 1, kStorageOutput = 3, kStorageWorkgroup = 4, kStorageBuffer = 12 };
 
 inline constexpr UInt32 kModeDepthReplacing = 12;
+inline constexpr UInt32 kModeIsolines = 25;
 inline constexpr UInt32 kCapabilitySampleRateShading = 35;
 inline constexpr UInt32 kFunctionDontInline = 2;
 

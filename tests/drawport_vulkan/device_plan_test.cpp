@@ -23,7 +23,6 @@ DeviceSnapshot MakeDevice(std::string_view name, DeviceKind kind) {
   device.majorVersion = 1;
   device.minorVersion = 3;
   device.hasTimelineSemaphores = true;
-  device.hasScalarBlockLayout = true;
   EXPECT_THAT(device.queueFamilies.Append(QueueFamilySnapshot{.hasGraphics = true, .hasCompute = true}), IsOk());
   return device;
 }
@@ -58,7 +57,7 @@ TEST_F(PlanTest, LeavesOutDevicesThatLackWhatIsNeeded) {
   for (int i = 0; i < 6; ++i) Add("device", DeviceKind::Discrete);
   _devices[0].minorVersion = 1;
   _devices[1].hasTimelineSemaphores = false;
-  _devices[2].hasScalarBlockLayout = false;
+  _devices[2].queueFamilies[0].hasCompute = false;
   _devices[3].queueFamilies.Clear();
   _devices[4].majorVersion = 2;
   _devices[4].minorVersion = 0;
@@ -89,17 +88,17 @@ TEST_F(PlanTest, SaysWhatADeviceLacks) {
   for (int i = 0; i < 5; ++i) Add(std::string(1, static_cast<char>('A' + i)), DeviceKind::Discrete);
   _devices[0].minorVersion = 1;
   _devices[1].hasTimelineSemaphores = false;
-  _devices[2].hasScalarBlockLayout = false;
+  _devices[2].queueFamilies[0].hasCompute = false;
   _devices[3].queueFamilies.Clear();
   EXPECT_EQ(FindObstacle(_devices[0]), "older than Vulkan 1.2");
   EXPECT_EQ(FindObstacle(_devices[4]), "");
   EXPECT_EQ(*ListUnusable(Block<const DeviceSnapshot>(_devices.data(), 5)),
-            "A (older than Vulkan 1.2), B (no timeline semaphores), C (no scalar block layout), "
+            "A (older than Vulkan 1.2), B (no timeline semaphores), C (no queue that computes), "
             "D (no queue that computes)"_s);
   EXPECT_THAT(TryPlan("C"), IsErrorWith(kIllegalArgumentError,
                                         "No usable GPU device is \"C\". There are: A (0, not usable: older than Vulkan "
-                                        "1.2), B (1, not usable: no timeline semaphores), C (2, not usable: no scalar "
-                                        "block layout), D (3, not usable: no queue that computes), E (4)."));
+                                        "1.2), B (1, not usable: no timeline semaphores), C (2, not usable: no queue "
+                                        "that computes), D (3, not usable: no queue that computes), E (4)."));
 }
 
 TEST_F(PlanTest, PrefersAQueueThatAlsoDraws) {

@@ -161,10 +161,10 @@ TEST_F(DevicesTest, ADeviceThatCannotBeUsedIsListedLastWithTheReason) {
   for (Int i = 0; i < usable; ++i) EXPECT_TRUE(devices[i].isUsable);
   const DrawportDeviceInformation& last = devices[usable];
   EXPECT_FALSE(last.isUsable);
-  EXPECT_EQ(last.problem, "no scalar block layout"_s);
+  EXPECT_EQ(last.problem, "no timeline semaphores"_s);
   EXPECT_EQ(last.name, _driver->GetSnapshot(usable).name);
   EXPECT_THAT(AllocDrawport()->CreateOffscreenRenderContext(false, static_cast<Int32>(usable)),
-              IsErrorContaining(kIllegalArgumentError, "cannot be used: no scalar block layout"));
+              IsErrorContaining(kIllegalArgumentError, "cannot be used: no timeline semaphores"));
 }
 
 TEST_F(DevicesTest, AMachineWithoutAUsableDeviceSaysWhyEachCannotBeUsed) {
@@ -174,7 +174,7 @@ TEST_F(DevicesTest, AMachineWithoutAUsableDeviceSaysWhyEachCannotBeUsed) {
   const std::string name(Take(Driver::Get())->GetSnapshot(0).name.GetView());
   Driver::Pretend({.firstIsUnusable = true});
   EXPECT_THAT(ListDevices(*_cache), IsErrorWith(kIllegalStateError, "There is no usable GPU device on this machine: " +
-                                                                        name + " (no scalar block layout)."));
+                                                                        name + " (no timeline semaphores)."));
 }
 
 TEST_F(DevicesTest, DrawsOnTheFirstDeviceThatCan) {

@@ -2,6 +2,7 @@
 #include "ostra/drawport_vulkan/shader_features.h"
 
 #include "ostra/drawport_vulkan/spirv.h"
+#include "ostra/drawport_vulkan/storage_layout.h"
 #include "tests/drawport_vulkan/internal_fixture.h"
 
 using namespace ostra;
@@ -64,8 +65,58 @@ Result<void> Check(const ShaderFeatures& features, UInt32 capability) {
   return CheckShader(features, VK_SHADER_STAGE_COMPUTE_BIT, GetBlock(words), "blur");
 }
 
+// A buffer of elements of the type 10, `stride` bytes apart.
+String FindPacked(UInt32 stride, std::initializer_list<UInt32> element) {
+  Words words = MakeWords({Op(71, 4), 20, 6,  stride,      // OpDecorate %20 ArrayStride
+                           Op(72, 5), 21, 0,  35,     0,   // OpMemberDecorate %21 0 Offset 0
+                           Op(72, 5), 10, 0,  35,     0,   // members of a struct %10, if it is one: at 0, 4 and 16
+                           Op(72, 5), 10, 1,  35,     4,   //
+                           Op(72, 5), 10, 2,  35,     16,  //
+                           Op(72, 5), 10, 2,  7,      12,  // columns 12 bytes apart
+                           Op(22, 3), 1,  32,              // float
+                           Op(21, 4), 2,  32, 0,           // uint
+                           Op(23, 4), 3,  1,  3,           // vec3
+                           Op(24, 4), 4,  3,  3,           // mat3
+                           Op(23, 4), 5,  1,  4});         // vec4
+  words.insert(words.end(), element);
+  const auto rest = MakeWords({Op(29, 3), 20, 10,        // array of it
+                               Op(30, 3), 21, 20,        // the block
+                               Op(32, 4), 22, 12, 21,    // pointer to it in storage buffers
+                               Op(59, 4), 22, 23, 12});  // the buffer
+  words.insert(words.end(), rest.begin() + 5, rest.end());
+  return Take(FindPackedElement(GetBlock(words)));
+}
+
+TEST(StorageLayout, NumbersAndVectorsOfTwoAndFourLieTheSameByAllRules) {
+  EXPECT_EQ(FindPacked(4, {Op(22, 3), 10, 32}), ""_s);
+  EXPECT_EQ(FindPacked(8, {Op(23, 4), 10, 1, 2}), ""_s);
+  EXPECT_EQ(FindPacked(16, {Op(23, 4), 10, 2, 4}), ""_s);
+  EXPECT_EQ(FindPacked(2, {Op(22, 3), 10, 16}), ""_s);
+}
+
+TEST(StorageLayout, VectorsOfThreeArePackedUnlessTheyAreFourApart) {
+  EXPECT_EQ(FindPacked(12, {Op(23, 4), 10, 1, 3}), "vec3"_s);
+  EXPECT_EQ(FindPacked(12, {Op(23, 4), 10, 2, 3}), "uvec3"_s);
+  EXPECT_EQ(FindPacked(16, {Op(23, 4), 10, 1, 3}), ""_s);
+}
+
+TEST(StorageLayout, StructsArePackedWhereRulesWouldLeaveGaps) {
+  EXPECT_EQ(FindPacked(20, {Op(30, 5), 10, 1, 2, 1}), ""_s);        // numbers
+  EXPECT_EQ(FindPacked(32, {Op(30, 5), 10, 1, 2, 5}), ""_s);        // vec4 at 16
+  EXPECT_EQ(FindPacked(36, {Op(30, 5), 10, 1, 2, 5}), "struct"_s);  // the next one is not aligned
+  EXPECT_EQ(FindPacked(32, {Op(30, 4), 10, 1, 5}), "struct"_s);     // vec4 at 4
+  EXPECT_EQ(FindPacked(16, {Op(30, 4), 10, 1, 3}), ""_s);           // vec3 at 4 crosses nothing
+  EXPECT_EQ(FindPacked(64, {Op(30, 5), 10, 1, 2, 4}), "mat3x3"_s);
+}
+
+TEST(StorageLayout, WordsThatAreNoProgramArePackedNowhere) {
+  const UInt32 other[] = {1, 2, 3, 4, 5, 6};
+  EXPECT_EQ(Take(FindPackedElement({other, 6})), ""_s);
+}
+
 TEST(ShaderFeatures, WhatIsMissingIsNamedWithTheProgram) {
   ShaderFeatures features;
+  features.since12.scalarBlockLayout = VK_TRUE;
   EXPECT_THAT(Check(features, 10),
               IsErrorWith(kIllegalArgumentError,
                           "The GPU program \"blur\" uses 64-bit floats, which the GPU device does not support."));
@@ -102,6 +153,19 @@ TEST(ShaderFeatures, WhatNobodyAsksADeviceForIsRefusedByItsNumber) {
   EXPECT_THAT(Check({}, 50), IsOk());  // sizes of images: everywhere
 }
 
+TEST(ShaderFeatures, PatchesOfLinesNeedADeviceThatHasThem) {
+  ShaderFeatures features;
+  const Words words = MakeWords({Op(16, 3), 1, 25});  // OpExecutionMode %1 Isolines
+  const auto check = [&] {
+    return CheckShader(features, VK_SHADER_STAGE_TESSELLATION_EVALUATION_BIT, GetBlock(words), "hair");
+  };
+  EXPECT_THAT(check(), IsOk());
+  features.hasIsolines = false;
+  EXPECT_THAT(check(), IsErrorWith(kIllegalArgumentError,
+                                   "The GPU program \"hair\" uses patches that are divided into "
+                                   "lines, which the GPU device does not support."));
+}
+
 TEST(ShaderFeatures, OperationsOfSubgroupsNeedTheStageAsWell) {
   ShaderFeatures features;
   EXPECT_THAT(Check(features, 63), IsErrorOfKind(kIllegalArgumentError));
@@ -130,8 +194,8 @@ TEST(ShaderFeatures, ADeviceIsMadeWithWhatProgramsCanAskForAlone) {
 
 class ShaderFeaturesTest : public DriverTest {
  protected:
-  // A program of one invocation that sets the first numbers of the buffer "data".
-  Result<std::vector<UInt32>> Run(const String& shared, const String& code) {
+  // A program of one invocation that sets the first numbers of the buffer "data", whose elements are of `type`.
+  Result<std::vector<UInt32>> Run(const String& shared, const String& code, const String& type = "uint"_s) {
     OSTRA_ASSIGN_OR_RETURN(const DrawportContextRef context, MakeContext());
     const BufferRef buffer =
         Take(BufferResource::Create(static_cast<Context&>(*context).GetDevice(), 64, MemoryUse::Device, true));
@@ -142,8 +206,7 @@ class ShaderFeaturesTest : public DriverTest {
             [=](DrawportProgramDescription& program) -> Result<void> {
               constexpr DrawportStage kStage = DrawportStage::Compute;
               OSTRA_RETURN_IF_ERROR(program.SetDebugLabel("net.ostra.test.krn"));
-              OSTRA_RETURN_IF_ERROR(program.AddBufferParameter(kStage,
-                                                               {.typeName = "uint"_s, .members = {}, .byteSize = 4},
+              OSTRA_RETURN_IF_ERROR(program.AddBufferParameter(kStage, {.typeName = type, .members = {}, .byteSize = 4},
                                                                "data"_iid, DrawportBufferAccess::ReadWrite));
               if (shared.IsPopulated())
                 OSTRA_RETURN_IF_ERROR(program.AddCode(kStage, kAppendCode, shared, DrawportCodeSection::GroupShared));
@@ -165,6 +228,17 @@ class ShaderFeaturesTest : public DriverTest {
     return values;
   }
 };
+
+TEST_F(ShaderFeaturesTest, VectorsOfThreeRunWhereTheDevicePacksThem) {
+  const auto values = Run({}, "UNIFORM_BUFFER(data)[1] = uvec3(7u, 8u, 9u);\n"_s, "uvec3"_s);
+  if (values) {
+    EXPECT_THAT(std::vector<UInt32>(values->begin(), values->begin() + 7), ElementsAre(0, 0, 0, 7, 8, 9, 0));
+  } else {
+    EXPECT_THAT(values, IsErrorWith(kIllegalArgumentError,
+                                    "The GPU program \"net.ostra.test.krn\" uses elements of buffers that are packed "
+                                    "tightly (uvec3), for which the GPU device would need scalar block layout."));
+  }
+}
 
 TEST_F(ShaderFeaturesTest, DoublesRunWhereTheDeviceHasThem) {
   const auto values = Run({},

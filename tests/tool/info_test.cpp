@@ -19,11 +19,11 @@ TEST(InfoTest, DevicesThatCannotBeUsedHaveNoNumberButAReason) {
   }
   devices[1].problem = "VK_ERROR_INITIALIZATION_FAILED"_s;
   devices[2].isUsable = false;
-  devices[2].problem = "no scalar block layout"_s;
+  devices[2].problem = "no timeline semaphores"_s;
   const std::string text = FormatDevices(devices, "");
   EXPECT_THAT(text, HasSubstr("  0  Good\n"));
   EXPECT_THAT(text, HasSubstr("  1  Broken\n     does not start: VK_ERROR_INITIALIZATION_FAILED\n"));
-  EXPECT_THAT(text, HasSubstr("  -  Old\n     cannot be used: no scalar block layout\n"));
+  EXPECT_THAT(text, HasSubstr("  -  Old\n     cannot be used: no timeline semaphores\n"));
   EXPECT_EQ(FormatDevices({}, "why"), "\nGPU devices\n  no device: why\n");
 }
 
