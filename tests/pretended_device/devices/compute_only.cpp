@@ -1,0 +1,14 @@
+// A device that computes and does not draw.
+#include "tests/pretended_device/devices.h"
+
+namespace ostra::pretended {
+
+PretendedDevice MakeComputeOnly() {
+  PretendedDevice device;
+  device.key = "compute_only";
+  device.name = "Pretended device that computes";
+  device.queueFamilies = {{.flags = VK_QUEUE_TRANSFER_BIT | VK_QUEUE_COMPUTE_BIT, .timestampBits = 0}};
+  return device;
+}
+
+}  // namespace ostra::pretended

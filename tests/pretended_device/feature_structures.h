@@ -1,0 +1,17 @@
+// The structures of features in a chain: what of it a device has, and what of it somebody asks for.
+#pragma once
+
+#include <string>
+
+#include "tests/pretended_device/pretended_device.h"
+
+namespace ostra::pretended {
+
+// Overwrites the known structures of a chain with what a device of `apiVersion` offers.
+void AnswerFeatures(void* chain, const Features& offered, uint32_t apiVersion);
+
+// What the chain and `core` (may be null) switch on that is not offered, one text each.
+std::vector<std::string> FindMissingFeatures(const void* chain, const VkPhysicalDeviceFeatures* core,
+                                             const Features& offered, uint32_t apiVersion);
+
+}  // namespace ostra::pretended

@@ -1,0 +1,103 @@
+// Memory of the pretended types, all of it really of the driver's first type.
+#include "tests/pretended_device/intercepted.h"
+
+namespace ostra::pretended {
+namespace {
+
+// The types that `isForImages` leaves, as bits; those of the driver where the table says nothing.
+void AnswerRequirements(VkMemoryRequirements& requirements, bool isImage) {
+  const std::vector<Type>& types = GetTable().types;
+  if (types.empty()) return;
+  requirements.memoryTypeBits = 0;
+  for (uint32_t i = 0; i < types.size(); ++i)
+    if (!isImage || types[i].isForImages) requirements.memoryTypeBits |= 1u << i;
+}
+
+std::string FindMistake(DeviceState& state, const VkMemoryAllocateInfo& info) {
+  const PretendedDevice& table = GetTable();
+  if (info.memoryTypeIndex >= table.types.size())
+    return "vkAllocateMemory asks for the memory type " + std::to_string(info.memoryTypeIndex);
+  const VkDeviceSize heapSize = table.heaps[table.types[info.memoryTypeIndex].heap].size;
+  if (info.allocationSize > heapSize)
+    return "vkAllocateMemory asks for " + std::to_string(info.allocationSize) + " bytes of a heap of " +
+           std::to_string(heapSize);
+  const std::scoped_lock lock(state.mutex);
+  if (state.memory.size() >= state.limits.maxMemoryAllocationCount)
+    return "vkAllocateMemory makes more pieces than the device has room for";
+  return "";
+}
+
+}  // namespace
+
+VkResult AllocateMemory(VkDevice device, const VkMemoryAllocateInfo* info, const VkAllocationCallbacks* callbacks,
+                        VkDeviceMemory* memory) {
+  DeviceState& state = GetDevice(GetKey(device));
+  const PretendedDevice& table = GetTable();
+  if (table.types.empty()) return state.AllocateMemory(device, info, callbacks, memory);
+  if (const std::string mistake = FindMistake(state, *info); !mistake.empty()) {
+    ReportViolation(*state.instance, mistake);
+    return VK_ERROR_OUT_OF_DEVICE_MEMORY;
+  }
+  const uint32_t heap = table.types[info->memoryTypeIndex].heap;
+  if (CountUsed(heap) + info->allocationSize > table.heaps[heap].size) return VK_ERROR_OUT_OF_DEVICE_MEMORY;
+  VkMemoryAllocateInfo changed = *info;
+  changed.memoryTypeIndex = 0;
+  const VkResult result = state.AllocateMemory(device, &changed, callbacks, memory);
+  if (result != VK_SUCCESS) return result;
+  const std::scoped_lock lock(state.mutex);
+  state.memory[*memory] = {info->memoryTypeIndex, info->allocationSize};
+  state.used[heap] += info->allocationSize;
+  return VK_SUCCESS;
+}
+
+void FreeMemory(VkDevice device, VkDeviceMemory memory, const VkAllocationCallbacks* callbacks) {
+  DeviceState& state = GetDevice(GetKey(device));
+  {
+    const std::scoped_lock lock(state.mutex);
+    if (const auto found = state.memory.find(memory); found != state.memory.end()) {
+      state.used[GetTable().types[found->second.type].heap] -= found->second.size;
+      state.memory.erase(found);
+    }
+  }
+  state.FreeMemory(device, memory, callbacks);
+}
+
+VkResult MapMemory(VkDevice device, VkDeviceMemory memory, VkDeviceSize offset, VkDeviceSize size,
+                   VkMemoryMapFlags flags, void** mapped) {
+  DeviceState& state = GetDevice(GetKey(device));
+  const auto isHidden = [&] {
+    const std::scoped_lock lock(state.mutex);
+    const auto found = state.memory.find(memory);
+    if (found == state.memory.end()) return false;
+    return (GetTable().types[found->second.type].flags & VK_MEMORY_PROPERTY_HOST_VISIBLE_BIT) == 0;
+  };
+  if (isHidden()) {
+    ReportViolation(*state.instance, "vkMapMemory maps memory that the host does not see");
+    return VK_ERROR_MEMORY_MAP_FAILED;
+  }
+  return state.MapMemory(device, memory, offset, size, flags, mapped);
+}
+
+void GetBufferMemoryRequirements(VkDevice device, VkBuffer buffer, VkMemoryRequirements* requirements) {
+  GetDevice(GetKey(device)).GetBufferMemoryRequirements(device, buffer, requirements);
+  AnswerRequirements(*requirements, false);
+}
+
+void GetBufferMemoryRequirements2(VkDevice device, const VkBufferMemoryRequirementsInfo2* info,
+                                  VkMemoryRequirements2* requirements) {
+  GetDevice(GetKey(device)).GetBufferMemoryRequirements2(device, info, requirements);
+  AnswerRequirements(requirements->memoryRequirements, false);
+}
+
+void GetImageMemoryRequirements(VkDevice device, VkImage image, VkMemoryRequirements* requirements) {
+  GetDevice(GetKey(device)).GetImageMemoryRequirements(device, image, requirements);
+  AnswerRequirements(*requirements, true);
+}
+
+void GetImageMemoryRequirements2(VkDevice device, const VkImageMemoryRequirementsInfo2* info,
+                                 VkMemoryRequirements2* requirements) {
+  GetDevice(GetKey(device)).GetImageMemoryRequirements2(device, info, requirements);
+  AnswerRequirements(requirements->memoryRequirements, true);
+}
+
+}  // namespace ostra::pretended

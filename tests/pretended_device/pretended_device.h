@@ -1,0 +1,84 @@
+// PretendedDevice: a table of what another device would answer, laid over the software driver of the machine.
+//
+// Only what a table says is changed: limits and features are taken away from those that the driver has, memory types,
+// heaps and queue families are replaced. One file of `devices` has one device.
+#pragma once
+
+#define VK_NO_PROTOTYPES
+#define VK_ENABLE_BETA_EXTENSIONS
+#include <vulkan/vulkan.h>
+
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+namespace ostra::pretended {
+
+// What a device has of each version of Vulkan.
+struct Features {
+  Features() {
+    since11.sType = VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_VULKAN_1_1_FEATURES;
+    since12.sType = VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_VULKAN_1_2_FEATURES;
+    since13.sType = VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_VULKAN_1_3_FEATURES;
+  }
+  VkPhysicalDeviceFeatures core = {};
+  VkPhysicalDeviceVulkan11Features since11 = {};
+  VkPhysicalDeviceVulkan12Features since12 = {};
+  VkPhysicalDeviceVulkan13Features since13 = {};
+};
+
+struct Heap {
+  VkDeviceSize size = 0;  // bytes
+  VkMemoryHeapFlags flags = 0;
+};
+
+struct Type {
+  VkMemoryPropertyFlags flags = 0;
+  uint32_t heap = 0;
+  bool isForImages = true;
+};
+
+struct QueueFamily {
+  VkQueueFlags flags = 0;
+  uint32_t queueCount = 1;
+  uint32_t timestampBits = 64;
+};
+
+enum class PromotedExtensions {
+  Listed,  // what became a part of Vulkan 1.3 is listed, as the driver does
+  Hidden,  // not listed; a device of version 1.3 has it all the same
+};
+
+struct PretendedDevice {
+  const char* key = nullptr;   // in the environment variable OSTRA_PRETENDED_DEVICE
+  const char* name = nullptr;  // that the device answers
+  VkPhysicalDeviceType type = VK_PHYSICAL_DEVICE_TYPE_DISCRETE_GPU;
+  uint32_t apiVersion = VK_API_VERSION_1_3;
+  // Has the extension of devices that lack parts of Vulkan, none of these parts, and shows itself only to those who
+  // ask for such devices.
+  bool isPortability = false;
+  PromotedExtensions promoted = PromotedExtensions::Listed;
+  // Those of the driver where a list is empty.
+  std::vector<Heap> heaps;
+  std::vector<Type> types;
+  std::vector<QueueFamily> queueFamilies;
+  VkDeviceSize maxBufferSize = VkDeviceSize{1} << 31;
+  // Each is given what the driver has and takes away from it. May be null.
+  void (*reduceLimits)(VkPhysicalDeviceLimits&) = nullptr;
+  void (*reduceFeatures)(Features&) = nullptr;
+  VkFormatFeatureFlags (*findMissing)(VkFormat) = nullptr;  // features of images in optimal tiling
+};
+
+constexpr VkDeviceSize kMiB = VkDeviceSize{1} << 20;
+
+// The properties that memory types have together.
+constexpr VkMemoryPropertyFlags kDeviceLocal = VK_MEMORY_PROPERTY_DEVICE_LOCAL_BIT;
+constexpr VkMemoryPropertyFlags kMapped = VK_MEMORY_PROPERTY_HOST_VISIBLE_BIT | VK_MEMORY_PROPERTY_HOST_COHERENT_BIT;
+constexpr VkMemoryPropertyFlags kCached = VK_MEMORY_PROPERTY_HOST_CACHED_BIT;
+
+// All devices that there are.
+const std::vector<PretendedDevice>& GetDevices();
+// The one that the environment chooses; null without one of that name.
+const PretendedDevice* FindChosenDevice();
+
+}  // namespace ostra::pretended
