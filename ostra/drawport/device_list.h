@@ -25,6 +25,8 @@ struct DrawportDeviceInformation {
   String apiVersion;  // "1.3"
   VideoMemoryBudget memory;
   BaseArray<DrawportFeature> features;  // those that are there
+  // What programs may ask for and the device does not have, as "64-bit floats".
+  BaseArray<String> missing;
   DrawportFormatCounts formats;
   Bool canDraw = false;
   // False: the device lacks something that the backend needs, which `problem` names.

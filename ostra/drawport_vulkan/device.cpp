@@ -150,7 +150,8 @@ Result<void> Device::CreateDevice() {
   _graphics.hasVertexStores = wants.features.vertexPipelineStoresAndAtomics;
   _graphics.hasFragmentStores = wants.features.fragmentStoresAndAtomics;
   _graphics.hasIndependentBlend = wants.features.independentBlend;
-  _hasHalfFloats = wants12.shaderFloat16 && wants11.storageBuffer16BitAccess;
+  // Halves are read, converted and written; what computes with them is asked for by the program that does.
+  _hasHalfFloats = wants11.storageBuffer16BitAccess;
 
   OSTRA_ASSIGN_OR_RETURN(_hasBudgetExtension, HasDeviceExtension(_physicalDevice, VK_EXT_MEMORY_BUDGET_EXTENSION_NAME));
   const char* extensions[3];

@@ -43,6 +43,7 @@ Result<void> DescribeContext(DrawportContextInterface& context, DrawportDeviceIn
     if (context.IsFeatureSupported(feature)) OSTRA_RETURN_IF_ERROR(information.features.Append(feature));
   information.formats = CountFormats(context);
   OSTRA_ASSIGN_OR_RETURN(const Context* found, FindContext(context));
+  OSTRA_ASSIGN_OR_RETURN(information.missing, ListMissing(found->GetDevice().GetShaderFeatures()));
   information.filterWeightBits = found->GetDevice().GetLimits().subTexelPrecisionBits;
   return OK;
 }

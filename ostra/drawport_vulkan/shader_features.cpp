@@ -60,6 +60,8 @@ constexpr UInt32 kCommon[] = {0, 1, 40, 43, 44, 46, 47, 50, 51, 4437};
 constexpr UInt32 kFirstSubgroup = 61;
 constexpr UInt32 kLastSubgroup = 68;
 
+constexpr std::string_view kPackedElements = "elements of buffers that are packed tightly";
+constexpr std::string_view kIsolines = "patches that are divided into lines";
 constexpr const char* kMissing = "The GPU program \"@\" uses @, which the GPU device does not support.";
 
 Result<void> CheckCapability(ShaderFeatures features, VkShaderStageFlagBits stage, UInt32 capability,
@@ -84,9 +86,9 @@ Result<void> CheckLayout(const ShaderFeatures& features, Block<const UInt32> spi
   OSTRA_ASSIGN_OR_RETURN(const String packed, FindPackedElement(spirv));
   if (packed.IsEmpty()) return OK;
   return OSTRA_ILLEGAL_ARGUMENT(
-      "The GPU program \"@\" uses elements of buffers that are packed tightly (@), for which the GPU device would need "
+      "The GPU program \"@\" uses @ (@), for which the GPU device would need "
       "scalar block layout.",
-      program, packed);
+      program, kPackedElements, packed);
 }
 
 }  // namespace
@@ -103,13 +105,29 @@ ShaderFeatures SelectShaderFeatures(const ShaderFeatures& has) {
   return selected;
 }
 
+Result<BaseArray<String>> ListMissing(const ShaderFeatures& features) {
+  BaseArray<String> missing;
+  const auto add = [&](std::string_view name) -> Result<void> {
+    for (const String& known : missing)
+      if (known.GetView() == name) return OK;
+    OSTRA_ASSIGN_OR_RETURN(String text, String::Create(name));
+    OSTRA_RETURN_IF_ERROR(missing.Append(std::move(text)));
+    return OK;
+  };
+  ShaderFeatures has = features;
+  for (const Need& need : kNeeds)
+    if (!need.getFlag(has)) OSTRA_RETURN_IF_ERROR(add(need.name));
+  if (!has.since12.scalarBlockLayout) OSTRA_RETURN_IF_ERROR(add(kPackedElements));
+  if (!has.hasIsolines) OSTRA_RETURN_IF_ERROR(add(kIsolines));
+  return missing;
+}
+
 Result<void> CheckShader(const ShaderFeatures& features, VkShaderStageFlagBits stage, Block<const UInt32> spirv,
                          std::string_view program) {
   OSTRA_ASSIGN_OR_RETURN(const BaseArray<UInt32> capabilities, FindCapabilities(spirv));
   for (const UInt32 capability : capabilities)
     OSTRA_RETURN_IF_ERROR(CheckCapability(features, stage, capability, program));
-  if (!features.hasIsolines && MakesIsolines(spirv))
-    return OSTRA_ILLEGAL_ARGUMENT(kMissing, program, "patches that are divided into lines");
+  if (!features.hasIsolines && MakesIsolines(spirv)) return OSTRA_ILLEGAL_ARGUMENT(kMissing, program, kIsolines);
   OSTRA_RETURN_IF_ERROR(CheckLayout(features, spirv, program));
   OSTRA_ASSIGN_OR_RETURN(const UInt64 shared, CountSharedBytes(spirv));
   if (shared <= features.maxSharedBytes) return OK;

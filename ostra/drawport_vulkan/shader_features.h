@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "ostra/core/base_array.h"
+#include "ostra/core/string.h"
 #include "ostra/drawport_vulkan/api.h"
 
 namespace ostra::vulkan {
@@ -27,6 +28,9 @@ struct ShaderFeatures {
 
 // What of `has` programs can ask for; nothing else is set.
 ShaderFeatures SelectShaderFeatures(const ShaderFeatures& has);
+
+// What programs can ask for and `features` lack, as "64-bit floats", each once. Error: out of memory.
+Result<BaseArray<String>> ListMissing(const ShaderFeatures& features);
 
 // Holds the compiled words of a stage against what a device was made with. Errors: illegal argument that names the
 // program and what is missing; out of memory.

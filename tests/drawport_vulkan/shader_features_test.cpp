@@ -1,6 +1,8 @@
 // What compiled programs say about themselves, and what becomes of those that ask for more than the device has.
 #include "ostra/drawport_vulkan/shader_features.h"
 
+#include <algorithm>
+
 #include "ostra/drawport_vulkan/spirv.h"
 #include "ostra/drawport_vulkan/storage_layout.h"
 #include "tests/drawport_vulkan/internal_fixture.h"
@@ -238,6 +240,41 @@ TEST_F(ShaderFeaturesTest, VectorsOfThreeRunWhereTheDevicePacksThem) {
                                     "The GPU program \"net.ostra.test.krn\" uses elements of buffers that are packed "
                                     "tightly (uvec3), for which the GPU device would need scalar block layout."));
   }
+}
+
+TEST_F(ShaderFeaturesTest, HalvesAreConvertedByDevicesThatDoNotComputeWithThem) {
+  const auto convert = Run({}, "UNIFORM_BUFFER(data)[0] = half(float(UNIFORM_BUFFER(data)[1]) + 1.5);\n"_s, "half"_s);
+  const auto add = Run({}, "UNIFORM_BUFFER(data)[0] = UNIFORM_BUFFER(data)[1] + half(1.5);\n"_s, "half"_s);
+  const DrawportContextRef context = Take(MakeContext());
+  const ShaderFeatures& features = static_cast<Context&>(*context).GetDevice().GetShaderFeatures();
+  EXPECT_EQ(context->IsFeatureSupported(DrawportFeature::ShaderHalfFloat),
+            features.since11.storageBuffer16BitAccess == VK_TRUE);
+  const std::string uses = "The GPU program \"net.ostra.test.krn\" uses ";
+  const std::string missing = ", which the GPU device does not support.";
+  if (features.since11.storageBuffer16BitAccess)
+    EXPECT_EQ(Take(convert)[0] & 0xFFFFu, 0x3E00u);
+  else
+    EXPECT_THAT(convert, IsErrorWith(kIllegalArgumentError, uses + "16-bit values in buffers" + missing));
+  if (features.since11.storageBuffer16BitAccess && features.since12.shaderFloat16)
+    EXPECT_EQ(Take(add)[0] & 0xFFFFu, 0x3E00u);
+  else
+    EXPECT_THAT(add, IsErrorContaining(kIllegalArgumentError, uses + "16-bit "));
+}
+
+TEST_F(ShaderFeaturesTest, WhatTheDeviceLacksIsListed) {
+  const DrawportContextRef context = Take(MakeContext());
+  const ShaderFeatures& features = static_cast<Context&>(*context).GetDevice().GetShaderFeatures();
+  std::vector<std::string> missing;
+  for (const String& name : Take(ListMissing(features))) missing.emplace_back(name.GetView());
+  const auto isListed = [&](const char* name) {
+    return std::find(missing.begin(), missing.end(), name) != missing.end();
+  };
+  EXPECT_EQ(isListed("64-bit floats"), features.core.shaderFloat64 == VK_FALSE);
+  EXPECT_EQ(isListed("16-bit floats"), features.since12.shaderFloat16 == VK_FALSE);
+  EXPECT_EQ(isListed("elements of buffers that are packed tightly"), features.since12.scalarBlockLayout == VK_FALSE);
+  EXPECT_EQ(isListed("patches that are divided into lines"), !features.hasIsolines);
+  std::sort(missing.begin(), missing.end());
+  EXPECT_EQ(std::adjacent_find(missing.begin(), missing.end()), missing.end());
 }
 
 TEST_F(ShaderFeaturesTest, DoublesRunWhereTheDeviceHasThem) {

@@ -20,7 +20,11 @@ TEST(InfoTest, DevicesThatCannotBeUsedHaveNoNumberButAReason) {
   devices[1].problem = "VK_ERROR_INITIALIZATION_FAILED"_s;
   devices[2].isUsable = false;
   devices[2].problem = "no timeline semaphores"_s;
+  devices[0].canDraw = true;
+  ASSERT_THAT(devices[0].missing.Append("64-bit floats"_s), IsOk());
+  ASSERT_THAT(devices[0].missing.Append("tessellation"_s), IsOk());
   const std::string text = FormatDevices(devices, "");
+  EXPECT_THAT(text, HasSubstr("     lacks     64-bit floats, tessellation\n"));
   EXPECT_THAT(text, HasSubstr("  0  Good\n"));
   EXPECT_THAT(text, HasSubstr("  1  Broken\n     does not start: VK_ERROR_INITIALIZATION_FAILED\n"));
   EXPECT_THAT(text, HasSubstr("  -  Old\n     cannot be used: no timeline semaphores\n"));

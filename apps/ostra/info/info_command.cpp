@@ -73,6 +73,13 @@ std::string ListFeatures(const DrawportDeviceInformation& device) {
   return text.empty() ? "none" : text;
 }
 
+std::string ListMissing(const DrawportDeviceInformation& device) {
+  std::string text;
+  for (const String& name : device.missing) text += (text.empty() ? "" : ", ") + TextOf(name);
+  if (!device.canDraw) text += (text.empty() ? "" : ", ") + std::string("drawing");
+  return text.empty() ? "nothing that programs can ask for" : text;
+}
+
 std::string FormatFormats(const DrawportFormatCounts& formats) {
   return std::to_string(formats.sampled) + " of " + std::to_string(kPixelFormatCount) + " sampled, " +
          std::to_string(formats.filtered) + " filtered, " + std::to_string(formats.shaderReadWrite) +
@@ -106,6 +113,8 @@ Json ListDevices(const BaseArray<DrawportDeviceInformation>& devices) {
   for (const DrawportDeviceInformation& device : devices) {
     Json features = Json::array();
     for (const DrawportFeature feature : device.features) features.push_back(TextOf(GetDrawportFeatureText(feature)));
+    Json missing = Json::array();
+    for (const String& name : device.missing) missing.push_back(TextOf(name));
     list.push_back({{"name", TextOf(device.name)},
                     {"kind", TextOf(device.kind)},
                     {"backend", TextOf(device.backend.GetView())},
@@ -115,6 +124,7 @@ Json ListDevices(const BaseArray<DrawportDeviceInformation>& devices) {
                     {"problem", TextOf(device.problem)},
                     {"canDraw", device.canDraw},
                     {"features", features},
+                    {"missing", missing},
                     {"formats",
                      {{"sampled", device.formats.sampled},
                       {"filtered", device.formats.filtered},
@@ -165,6 +175,7 @@ std::string FormatDevices(const BaseArray<DrawportDeviceInformation>& devices, c
         {{"     kind", TextOf(device.kind) + ", " + TextOf(device.backend.GetView()) + " " + TextOf(device.apiVersion)},
          {"     memory", FormatSize(device.memory.total) + ", " + FormatSize(device.memory.available) + " available"},
          {"     features", ListFeatures(device) + (device.canDraw ? ", drawing" : "")},
+         {"     lacks", ListMissing(device)},
          {"     formats", FormatFormats(device.formats)}});
   }
   return text;

@@ -11,8 +11,8 @@ struct OstraGradientSegment
 	float lowSlope;
 	float highSlope;
 	int interpolation;
-	vec3 color;
-	vec3 change;
+	float color[3];
+	float change[3];
 };
 layout(set = 0, binding = 1, scalar) readonly buffer OstraGradients
 {
@@ -33,12 +33,13 @@ vec3 SampleGradient(GradientRenderData gradient, float position)
 			high = middle;
 	}
 	OstraGradientSegment segment = ostraGradientSegments[gradient.first + max(low, 1u) - 1u];
-	if (low == 0u) return segment.color;
+	vec3 color = vec3(segment.color[0], segment.color[1], segment.color[2]);
+	if (low == 0u) return color;
 	float t = (min(position, 1.0) - segment.position) * segment.scale;
 	float part = t < segment.bias ? segment.lowSlope * t : 1.0 - segment.highSlope * (1.0 - t);
 	if (segment.interpolation == 0) part = 0.0;
 	if (segment.interpolation == 2) part = part * part * (3.0 - 2.0 * part);
-	return segment.color + segment.change * part;
+	return color + vec3(segment.change[0], segment.change[1], segment.change[2]) * part;
 }
 layout(location = 0)  in float tone;
 vec4 color = vec4(0);
