@@ -1,4 +1,4 @@
-// The structures of features in a chain: what of it a device has, and what of it somebody asks for.
+// The structures of features in a chain: what a device offers of them, and what a caller asks for.
 #pragma once
 
 #include <string>
