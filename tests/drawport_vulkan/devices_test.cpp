@@ -1,6 +1,7 @@
 // Several devices: drawports of each, when they start, and what is said about those that do not. Every device of the
 // machine is there twice, so that one is enough.
 #include <atomic>
+#include <cstdlib>
 #include <set>
 #include <thread>
 
@@ -55,6 +56,12 @@ TEST_F(DevicesTest, EachDeviceHasOneDrawport) {
   const Int places = _driver->GetDeviceCount();
   EXPECT_THAT(drawport->CreateOffscreenRenderContext(false, static_cast<Int32>(places)),
               IsErrorContaining(kIllegalArgumentError, "There is no GPU device "));
+}
+
+// Without it nothing would tell that tests on pretended devices really ran on the driver itself.
+TEST_F(DevicesTest, APretendedDeviceIsTheOneThatIsUsed) {
+  if (!std::getenv("OSTRA_PRETENDED_DEVICE")) GTEST_SKIP() << "No device is pretended.";
+  EXPECT_THAT(std::string(_driver->GetSnapshot(0).name.GetView()), testing::StartsWith("Pretended "));
 }
 
 TEST_F(DevicesTest, DrawportsGoWithTheirHolders) {
