@@ -78,9 +78,9 @@ Host::~Host() {
   if (!_isRunning) return;
   // In reverse order nothing that is still loaded needs what goes, unless it was loaded elsewhere.
   while (_modules.IsPopulated()) {
-    Module* last = _modules[_modules.GetCount() - 1];
+    Module* last = _modules.GetLast();
     if (auto unloaded = ModuleLoader::Unload(*last); !unloaded) CriticalOutput("@", unloaded.GetError());
-    static_cast<void>(_modules.Resize(_modules.GetCount() - 1));
+    _modules.RemoveLast();
   }
   StopServices();
   g_isRunning = false;
@@ -88,9 +88,9 @@ Host::~Host() {
 
 Result<Module&> Host::Keep(Result<Module&> module) {
   if (module)
-    _modules[_modules.GetCount() - 1] = &*module;
+    _modules.GetLast() = &*module;
   else
-    static_cast<void>(_modules.Resize(_modules.GetCount() - 1));
+    _modules.RemoveLast();
   return module;
 }
 
@@ -111,8 +111,8 @@ Result<void> Host::UnloadModule(Module& module) {
   while (index < _modules.GetCount() && _modules[index] != &module) ++index;
   if (index == _modules.GetCount()) return OSTRA_ILLEGAL_ARGUMENT("The module is not one that this host has loaded.");
   OSTRA_RETURN_IF_ERROR(ModuleLoader::Unload(module));
-  for (; index + 1 < _modules.GetCount(); ++index) _modules[index] = _modules[index + 1];
-  return _modules.Resize(_modules.GetCount() - 1);
+  _modules.Remove(index);
+  return OK;
 }
 
 }  // namespace ostra

@@ -82,7 +82,7 @@ void Configuration::Unregister(ConfigurationEntry& entry) {
   Service& service = Service::Get();
   const std::scoped_lock lock(service.mutex);
   const auto end = std::remove(service.entries.begin(), service.entries.end(), &entry);
-  static_cast<void>(service.entries.Resize(end - service.entries.begin()));  // shrinking cannot fail
+  service.entries.Shorten(end - service.entries.begin());
   if (service.entries.IsEmpty()) service.entries = BaseArray<ConfigurationEntry*>();
 }
 

@@ -125,7 +125,7 @@ class BaseArray {
     if (count < 0)
       return Error::Make(kIllegalArgumentError, "An array cannot have a negative count.", "basearray", __LINE__);
     OSTRA_RETURN_IF_ERROR(Reserve(count));
-    while (_count > count) _first[--_count].~T();
+    Shorten(count);
     while (_count < count) ::new (static_cast<void*>(_first + _count++)) T();
     return OK;
   }
@@ -139,13 +139,31 @@ class BaseArray {
     return OK;
   }
 
-  // Destroys all elements; keeps the memory.
-  void Clear() {
-    while (_count > 0) _first[--_count].~T();
+  // Removals destroy elements and keep the memory, so they cannot fail.
+
+  // Keeps the first `count` elements, which must be there.
+  void Shorten(Int count) {
+    while (_count > count) _first[--_count].~T();
+  }
+  void Clear() { Shorten(0); }
+  // The array must not be empty.
+  void RemoveLast() { Shorten(_count - 1); }
+  // The element at `index`, which must be in range. Those behind it move up.
+  void Remove(Int index) {
+    for (; index + 1 < _count; ++index) _first[index] = std::move(_first[index + 1]);
+    RemoveLast();
+  }
+  // The same, in constant time: the last element takes its place.
+  void RemoveUnordered(Int index) {
+    if (index + 1 < _count) _first[index] = std::move(_first[_count - 1]);
+    RemoveLast();
   }
 
   T& operator[](Int index) { return _first[index]; }
   const T& operator[](Int index) const { return _first[index]; }
+  // The array must not be empty.
+  T& GetLast() { return _first[_count - 1]; }
+  const T& GetLast() const { return _first[_count - 1]; }
   T* GetFirst() { return _first; }
   const T* GetFirst() const { return _first; }
   Int GetCount() const { return _count; }

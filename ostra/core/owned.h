@@ -54,8 +54,7 @@ class OwnedArray {
   // Deletes the object at `index`, which must be in range; the last one takes its place.
   void Remove(Int index) {
     T* const removed = _objects[index];
-    _objects[index] = _objects[GetCount() - 1];
-    static_cast<void>(_objects.Resize(GetCount() - 1));  // shrinking cannot fail
+    _objects.RemoveUnordered(index);
     DeleteObj(removed);
   }
 

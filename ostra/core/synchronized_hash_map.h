@@ -4,6 +4,7 @@
 #include <mutex>
 #include <utility>
 
+#include "ostra/core/base_array.h"
 #include "ostra/core/hash_map.h"
 
 namespace ostra {
@@ -49,8 +50,24 @@ class SynchronizedHashMap {
     const std::scoped_lock lock(_mutex);
     for (const auto& [key, value] : _map) visit(key, value);
   }
+  // Copies of all keys, and of all values, in no particular order. Error: out of memory.
+  Result<BaseArray<Key>> GetKeys() const {
+    return Collect<Key>([](const auto& pair) -> const Key& { return pair.first; });
+  }
+  Result<BaseArray<Value>> GetValues() const {
+    return Collect<Value>([](const auto& pair) -> const Value& { return pair.second; });
+  }
 
  private:
+  template <class Part, class Choose>
+  Result<BaseArray<Part>> Collect(Choose&& choose) const {
+    const std::scoped_lock lock(_mutex);
+    BaseArray<Part> parts;
+    OSTRA_RETURN_IF_ERROR(parts.Reserve(_map.GetCount()));
+    for (const auto& pair : _map) OSTRA_RETURN_IF_ERROR(parts.Append(choose(pair)));
+    return parts;
+  }
+
   mutable std::mutex _mutex;
   HashMap<Key, Value> _map;
 };

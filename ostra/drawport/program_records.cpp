@@ -208,11 +208,11 @@ Result<void> DrawportProgramDescription::SetShaderRecords(ShaderRecords records)
     for (Int i = 0; i < entries.GetCount(); ++i) {
       if (entries[i].stage != stage) std::swap(entries[kept++], entries[i]);
     }
-    return entries.Resize(kept);  // shrinking cannot fail
+    entries.Shorten(kept);
   };
-  OSTRA_RETURN_IF_ERROR(removeStage(_code));
-  OSTRA_RETURN_IF_ERROR(removeStage(_parameters));
-  OSTRA_RETURN_IF_ERROR(removeStage(_records));
+  removeStage(_code);
+  removeStage(_parameters);
+  removeStage(_records);
   OSTRA_RETURN_IF_ERROR(AddRecordedParameters(records));
   if (stage == DrawportStage::Compute) {
     const Vec3<UInt32> size = records.workGroupSize;

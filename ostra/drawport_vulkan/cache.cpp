@@ -44,9 +44,7 @@ Result<DrawportRef> Cache::GetDrawport(Int index, const DeviceRef& device) {
 void Cache::Forget(const Drawport& drawport) {
   const std::scoped_lock lock(_drawportMutex);
   Drawport** const place = std::find(_drawports.begin(), _drawports.end(), &drawport);
-  if (place == _drawports.end()) return;
-  *place = _drawports[_drawports.GetCount() - 1];
-  static_cast<void>(_drawports.Resize(_drawports.GetCount() - 1));  // shrinking cannot fail
+  if (place != _drawports.end()) _drawports.RemoveUnordered(place - _drawports.begin());
 }
 
 Result<DrawportVertexBufferItemRef> Cache::GetVertexbuffer(const DrawportResourceKey& key) {

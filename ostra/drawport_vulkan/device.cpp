@@ -240,8 +240,7 @@ void Device::LeaveList(UInt32 number) {
   const std::scoped_lock lock(_listMutex);
   EnteredList* const place = FindList(number);
   if (place == _lists.end()) return;
-  *place = _lists[_lists.GetCount() - 1];
-  static_cast<void>(_lists.Resize(_lists.GetCount() - 1));  // shrinking cannot fail
+  _lists.RemoveUnordered(place - _lists.begin());
   --_listCount;
 }
 

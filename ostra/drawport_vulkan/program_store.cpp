@@ -138,7 +138,7 @@ Result<PipelineRef> ProgramStore::GetPipeline(const Id& language, Block<const St
     for (const UInt32 number : numbers) {
       for (Int k = 0; k < declared.GetCount(); ++k) {
         if (declared[k].number != number) continue;
-        if (used.IsPopulated() && used[used.GetCount() - 1].number == number) break;
+        if (used.IsPopulated() && used.GetLast().number == number) break;
         OSTRA_RETURN_IF_ERROR(used.Append(PipelineBinding{number, declared[k].type, GetStageFlag(stage.stage)}));
         break;
       }

@@ -35,8 +35,7 @@ Result<Int> RangeAllocator::Allocate(Int size, Int alignment) {
   } else if (end < range.end) {
     _free[best].begin = end;
   } else {
-    for (Int i = best; i + 1 < _free.GetCount(); ++i) _free[i] = _free[i + 1];
-    OSTRA_RETURN_IF_ERROR(_free.Resize(_free.GetCount() - 1));
+    _free.Remove(best);
   }
   return begin;
 }
@@ -51,8 +50,7 @@ void RangeAllocator::Free(Int offset, Int size) {
   const Bool touchesPrevious = next > 0 && _free[next - 1].end == offset;
   if (touchesPrevious && touchesNext) {
     _free[next - 1].end = _free[next].end;
-    for (Int i = next; i + 1 < _free.GetCount(); ++i) _free[i] = _free[i + 1];
-    static_cast<void>(_free.Resize(_free.GetCount() - 1));  // shrinking cannot fail
+    _free.Remove(next);
   } else if (touchesPrevious) {
     _free[next - 1].end = end;
   } else if (touchesNext) {

@@ -32,9 +32,7 @@ void Setup::Clear() {
 void Setup::Remove(const DeviceResource& resource) {
   const std::scoped_lock lock(_mutex);
   DeviceResource** const place = std::find(_planned.begin(), _planned.end(), &resource);
-  if (place == _planned.end()) return;
-  *place = _planned[_planned.GetCount() - 1];
-  static_cast<void>(_planned.Resize(_planned.GetCount() - 1));  // shrinking cannot fail
+  if (place != _planned.end()) _planned.RemoveUnordered(place - _planned.begin());
 }
 
 void BufferResource::RecordSetup(VkCommandBuffer commands) {

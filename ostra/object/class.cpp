@@ -126,13 +126,7 @@ Result<ClassRef> ClassRegistry::FindEntryValue(const Id& id) const {
 }
 
 Result<BaseArray<Id>> ClassRegistry::GetIds() const {
-  BaseArray<Id> ids;
-  Result<void> result = OK;
-  _entries->ForEach([&](const Id& id, const ClassRef&) {
-    if (!result) return;
-    if (auto appended = ids.Append(id); !appended) result = appended.TakeError();
-  });
-  OSTRA_RETURN_IF_ERROR(std::move(result));
+  OSTRA_ASSIGN_OR_RETURN(BaseArray<Id> ids, _entries->GetKeys());
   std::sort(ids.begin(), ids.end());
   return ids;
 }

@@ -41,13 +41,7 @@ Bool Frameworks::IsPublished(const Id& framework) {
 }
 
 Result<BaseArray<Id>> Frameworks::GetIds() {
-  BaseArray<Id> ids;
-  Result<void> result = OK;
-  GetFrameworks().ForEach([&](const Id& id, Bool) {
-    if (!result) return;
-    if (auto appended = ids.Append(id); !appended) result = appended.TakeError();
-  });
-  OSTRA_RETURN_IF_ERROR(std::move(result));
+  OSTRA_ASSIGN_OR_RETURN(BaseArray<Id> ids, GetFrameworks().GetKeys());
   std::sort(ids.begin(), ids.end());
   return ids;
 }

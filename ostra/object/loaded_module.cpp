@@ -86,10 +86,10 @@ void LoadedModule::Stop() {
   if (_hasPublished) Frameworks::Withdraw(_descriptor.publishedFramework);
   _hasPublished = false;
   while (_running.IsPopulated()) {
-    const RunningEntry last = _running[_running.GetCount() - 1];
+    const RunningEntry last = _running.GetLast();
     if (last.entry->leave) last.entry->leave(_descriptor);
     _initializer.RollBack(last.registrationsBefore);
-    static_cast<void>(_running.Resize(_running.GetCount() - 1));
+    _running.RemoveLast();
   }
   for (InterfaceReference* reference : _descriptor.references) HostInterfaces::Unresolve(*reference);
   _descriptor.initializer = nullptr;

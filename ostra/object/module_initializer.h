@@ -25,7 +25,7 @@ class ModuleInitializer {
   Result<void> Do(Action&& action, UndoFunction undo, const Id& registryId, const Id& id) {
     OSTRA_RETURN_IF_ERROR(_done.Append(Done{undo, nullptr, registryId, id}));
     Result<void> result = action();
-    if (!result) DropLast();
+    if (!result) _done.RemoveLast();
     return result;
   }
 
@@ -53,10 +53,10 @@ class ModuleInitializer {
   // Undoes everything after the first `count` actions, the latest first.
   void RollBack(Int count) {
     while (_done.GetCount() > count) {
-      const Done& last = _done[_done.GetCount() - 1];
+      const Done& last = _done.GetLast();
       if (last.undo) last.undo(last.registryId, last.id);
       if (last.simpleUndo) last.simpleUndo();
-      DropLast();
+      _done.RemoveLast();
     }
   }
 
@@ -67,8 +67,6 @@ class ModuleInitializer {
     Id registryId;
     Id id;
   };
-  void DropLast() { static_cast<void>(_done.Resize(_done.GetCount() - 1)); }  // shrinking cannot fail
-
   BaseArray<Done> _done;
   BaseArray<ClassRef> _classes;
   Bool _takesPartInConfiguration;

@@ -1,5 +1,7 @@
 #include "ostra/object/module_loader.h"
 
+#include <algorithm>
+
 #include "ostra/core/format.h"
 #include "ostra/object/loaded_module.h"
 
@@ -30,11 +32,8 @@ struct ModuleList {
 
   void Remove(const LoadedModule& module) {
     const std::scoped_lock lock(mutex);
-    Int kept = 0;
-    for (LoadedModule* other : modules) {
-      if (other != &module) modules[kept++] = other;
-    }
-    static_cast<void>(modules.Resize(kept));
+    const auto end = std::remove(modules.begin(), modules.end(), &module);
+    modules.Shorten(end - modules.begin());
     if (modules.IsEmpty()) modules = BaseArray<LoadedModule*>();
   }
 

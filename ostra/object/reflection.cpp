@@ -60,13 +60,7 @@ Result<InterfaceRecordRef> Reflection::Find(const Id& interfaceId) {
 }
 
 Result<BaseArray<Id>> Reflection::GetInterfaceIds() {
-  BaseArray<Id> ids;
-  Result<void> result = OK;
-  GetRecords().ForEach([&](const Id& id, const InterfaceRecordRef&) {
-    if (!result) return;
-    if (auto appended = ids.Append(id); !appended) result = appended.TakeError();
-  });
-  OSTRA_RETURN_IF_ERROR(std::move(result));
+  OSTRA_ASSIGN_OR_RETURN(BaseArray<Id> ids, GetRecords().GetKeys());
   std::sort(ids.begin(), ids.end());
   return ids;
 }

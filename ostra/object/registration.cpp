@@ -124,13 +124,7 @@ Result<String> InterfaceRegistry::FindName(const Id& interfaceId) {
 }
 
 Result<BaseArray<Id>> InterfaceRegistry::GetIds() {
-  BaseArray<Id> ids;
-  Result<void> result = OK;
-  GetInterfaces().ForEach([&](const Id& id, const String&) {
-    if (!result) return;
-    if (auto appended = ids.Append(id); !appended) result = appended.TakeError();
-  });
-  OSTRA_RETURN_IF_ERROR(std::move(result));
+  OSTRA_ASSIGN_OR_RETURN(BaseArray<Id> ids, GetInterfaces().GetKeys());
   std::sort(ids.begin(), ids.end());
   return ids;
 }

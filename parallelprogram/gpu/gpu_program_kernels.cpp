@@ -132,16 +132,6 @@ Result<GpuKernelRef> ParallelProgramGPUImpl::FindKernel(const InternedId& kernel
   return kernel;
 }
 
-Result<BaseArray<GpuKernelRef>> ParallelProgramGPUImpl::GetKernels() const {
-  BaseArray<GpuKernelRef> kernels;
-  Result<void> result = OK;
-  _kernels.ForEach([&](const InternedId&, const GpuKernelRef& kernel) {
-    if (!result) return;
-    auto added = kernels.Append(kernel);
-    if (!added) result = added.TakeError();
-  });
-  OSTRA_RETURN_IF_ERROR(std::move(result));
-  return kernels;
-}
+Result<BaseArray<GpuKernelRef>> ParallelProgramGPUImpl::GetKernels() const { return _kernels.GetValues(); }
 
 }  // namespace ostra

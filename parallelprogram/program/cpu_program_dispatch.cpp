@@ -254,11 +254,11 @@ void ParallelProgramCPUImpl::ForgetStop() { ClearBits(_stop, kStopRequested); }
 // What fails has no time.
 Result<void> ParallelProgramCPUImpl::MeasureDispatch(UInt32 countX, UInt32 countY, UInt32 countZ) {
   OSTRA_RETURN_IF_ERROR(_dispatchTimes.Append(DispatchTime{_activeKernelId, {countX, countY, countZ}}));
-  DispatchTime& time = _dispatchTimes[_dispatchTimes.GetCount() - 1];
+  DispatchTime& time = _dispatchTimes.GetLast();
   time.begin = GetSteadyTime();
   auto done = RunDispatch(countX, countY, countZ);
   time.duration = GetSteadyTime() - time.begin;
-  if (!done) static_cast<void>(_dispatchTimes.Resize(_dispatchTimes.GetCount() - 1));
+  if (!done) _dispatchTimes.RemoveLast();
   return done;
 }
 

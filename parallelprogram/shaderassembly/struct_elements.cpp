@@ -88,8 +88,7 @@ class StructMaker {
       alignment = std::max(alignment, needed);
       OSTRA_RETURN_IF_ERROR(members.Append(std::move(member)));
     }
-    if (size % alignment != 0)
-      return FailAtPadding(name, definition.declarations[definition.declarations.GetCount() - 1], size, alignment);
+    if (size % alignment != 0) return FailAtPadding(name, definition.declarations.GetLast(), size, alignment);
     if (members.IsEmpty())
       return Fail(definition.origin, Format("the struct \"@\" has no members, and is the element of a buffer", name));
     return MakeStructType({name, size, alignment, {members.GetFirst(), members.GetCount()}});

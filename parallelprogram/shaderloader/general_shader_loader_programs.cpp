@@ -121,17 +121,7 @@ Result<ShaderStage&> GeneralShaderLoaderImpl::GetActiveStage(Int32 shaderIndex) 
   return program.stages[shaderIndex];
 }
 
-Result<BaseArray<GraphicsProgramRef>> GeneralShaderLoaderImpl::GetPrograms() const {
-  BaseArray<GraphicsProgramRef> programs;
-  Result<void> result = OK;
-  _programs.ForEach([&](const InternedId&, const GraphicsProgramRef& program) {
-    if (!result) return;
-    auto added = programs.Append(program);
-    if (!added) result = added.TakeError();
-  });
-  OSTRA_RETURN_IF_ERROR(std::move(result));
-  return programs;
-}
+Result<BaseArray<GraphicsProgramRef>> GeneralShaderLoaderImpl::GetPrograms() const { return _programs.GetValues(); }
 
 Result<void> GeneralShaderLoaderImpl::ChangeAllStages(DataDictionary ParameterLinks::*table, const ChangeTable& change,
                                                       DataDictionary& globals, const InternedId& attr) {

@@ -17,7 +17,7 @@ Result<void> CollectedLines::Append(std::string_view line, const ShaderTextOrigi
 void CollectedLines::RemoveLast() {
   if (_count == 0) return;
   _text.Cut(_lastStart);
-  static_cast<void>(_origins.Resize(_lastOrigins));  // shrinks, so it cannot fail
+  _origins.Shorten(_lastOrigins);
   --_count;
 }
 

@@ -88,7 +88,7 @@ Result<void> DecipherToFront(StreamConversionInterface& decoder, BaseArray<Byte>
 // The last byte says how many to take off; they are not compared. From 128 on it counts as more than there can be.
 Result<void> RemovePadding(BaseArray<Byte>& bytes) {
   if (bytes.IsEmpty()) return OSTRA_ILLEGAL_ARGUMENT("The container holds no text.");
-  const Int count = static_cast<Int8>(bytes[bytes.GetCount() - 1]);
+  const Int count = static_cast<Int8>(bytes.GetLast());
   return bytes.Resize(count < 0 ? count : bytes.GetCount() - count);
 }
 

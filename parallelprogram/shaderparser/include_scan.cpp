@@ -32,8 +32,6 @@ class IncludeScan {
   Result<void> ScanLines(const Url& header, const SourceLines& lines, Bool& wasSeen);
   Result<Bool> EnterGuard(const SourceLines& lines, Int index);
   Result<void> ScanIncludeLine(const Url& header, std::string_view line);
-  // Drops the files from `count` on.
-  void Cut(Int count) { static_cast<void>(_files.Resize(count)); }
 
   ParseState& _state;
   BaseArray<IncludeFile> _files;
@@ -81,10 +79,10 @@ Result<void> IncludeScan::Scan(const Url& file) {
   OSTRA_RETURN_IF_ERROR(_open.Append(OpenHeader{header, _guards.GetCount()}));
   Bool wasSeen = false;
   OSTRA_RETURN_IF_ERROR(ScanLines(header, lines, wasSeen));
-  OSTRA_RETURN_IF_ERROR(_open.Resize(_open.GetCount() - 1));
+  _open.RemoveLast();
   _state.origin = includingLine;
   if (wasSeen)
-    Cut(filesBefore);
+    _files.Shorten(filesBefore);
   else
     OSTRA_RETURN_IF_ERROR(_files.Append(std::move(include)));
   return OK;

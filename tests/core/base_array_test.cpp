@@ -1,5 +1,6 @@
 #include "ostra/core/base_array.h"
 
+#include <algorithm>
 #include <memory>
 #include <numeric>
 #include <string>
@@ -91,6 +92,56 @@ TEST(BaseArrayTest, ElementsAreDestroyedWhenTheyLeave) {
   EXPECT_EQ(token.use_count(), 5);
   tokens.Clear();
   EXPECT_EQ(token.use_count(), 1);
+}
+
+TEST(BaseArrayTest, ElementsAreRemovedFromAnyPlace) {
+  auto numbers = *BaseArray<Int32>::Create({1, 2, 3, 4, 5, 6});
+  numbers.Remove(1);
+  EXPECT_THAT(Read(numbers), ElementsAre(1, 3, 4, 5, 6));
+  numbers.RemoveUnordered(0);
+  EXPECT_THAT(Read(numbers), ElementsAre(6, 3, 4, 5));
+  EXPECT_EQ(numbers.GetLast(), 5);
+  numbers.RemoveLast();
+  EXPECT_THAT(Read(numbers), ElementsAre(6, 3, 4));
+  numbers.Remove(2);
+  numbers.RemoveUnordered(1);
+  EXPECT_THAT(Read(numbers), ElementsAre(6));
+  numbers.RemoveUnordered(0);
+  EXPECT_TRUE(numbers.IsEmpty());
+}
+
+TEST(BaseArrayTest, ShorteningKeepsTheFirstElementsAndTheMemory) {
+  auto numbers = *BaseArray<Int32>::Create({1, 2, 3, 4});
+  const Int32* const first = numbers.GetFirst();
+  numbers.Shorten(4);
+  EXPECT_THAT(Read(numbers), ElementsAre(1, 2, 3, 4));
+  const FailingAllocation failure(1);
+  numbers.Shorten(2);
+  EXPECT_THAT(Read(numbers), ElementsAre(1, 2));
+  EXPECT_THAT(numbers.Resize(4), IsOk());
+  EXPECT_THAT(Read(numbers), ElementsAre(1, 2, 0, 0));
+  EXPECT_EQ(numbers.GetFirst(), first);
+}
+
+TEST(BaseArrayTest, RemovedElementsAreDestroyedAndOthersKeepWhatTheyOwn) {
+  BaseArray<std::shared_ptr<int>> numbers;
+  std::vector<std::weak_ptr<int>> watched;
+  for (int i = 0; i < 5; ++i) {
+    auto number = std::make_shared<int>(i);
+    watched.push_back(number);
+    ASSERT_THAT(numbers.Append(std::move(number)), IsOk());
+  }
+  const auto countAlive = [&] {
+    return std::count_if(watched.begin(), watched.end(), [](const auto& number) { return !number.expired(); });
+  };
+  numbers.Remove(0);
+  EXPECT_TRUE(watched[0].expired());
+  numbers.RemoveUnordered(1);
+  EXPECT_TRUE(watched[2].expired());
+  EXPECT_EQ(countAlive(), 3);
+  EXPECT_EQ(*numbers[0], 1);
+  EXPECT_EQ(*numbers[1], 4);
+  EXPECT_EQ(*numbers[2], 3);
 }
 
 TEST(BaseArrayTest, AFailedAllocationLeavesTheArrayAsItWas) {

@@ -1,5 +1,6 @@
 #include "ostra/core/hash_map.h"
 
+#include <algorithm>
 #include <atomic>
 #include <map>
 #include <memory>
@@ -108,6 +109,26 @@ TEST(SynchronizedHashMapTest, PreparesForEntries) {
   EXPECT_THAT(map.Resize(-1), IsErrorWith(kIllegalArgumentError, "A table cannot have a negative count."));
   EXPECT_TRUE(*map.Insert(1, 10));
   EXPECT_EQ(map.GetCount(), 1);
+}
+
+TEST(SynchronizedHashMapTest, KeysAndValuesAreCollected) {
+  SynchronizedHashMap<Int, Int> map;
+  EXPECT_TRUE(map.GetKeys()->IsEmpty());
+  for (Int key = 0; key < 20; ++key) ASSERT_THAT(map.Insert(key, key * key), IsOk());
+  const auto collect = [&]() -> Result<void> {
+    OSTRA_ASSIGN_OR_RETURN(BaseArray<Int> keys, map.GetKeys());
+    OSTRA_ASSIGN_OR_RETURN(BaseArray<Int> values, map.GetValues());
+    std::sort(keys.begin(), keys.end());
+    std::sort(values.begin(), values.end());
+    EXPECT_EQ(keys.GetCount(), 20);
+    EXPECT_EQ(values.GetCount(), 20);
+    for (Int key = 0; key < 20; ++key) {
+      EXPECT_EQ(keys[key], key);
+      EXPECT_EQ(values[key], key * key);
+    }
+    return OK;
+  };
+  EXPECT_EQ(ExpectEveryAllocationFailureIsReported(collect), 2);
 }
 
 TEST(SynchronizedHashMapTest, KeepsTheFirstOfSeveralValues) {

@@ -60,7 +60,7 @@ class RecordLinter {
     UInt64 bytes = 0;
     for (const ShaderCode& code : _records.groupShared) bytes += GetBytes(code.text.GetView());
     if (bytes <= kMaxGroupBytes) return;
-    const ShaderCode& last = _records.groupShared[_records.groupShared.GetCount() - 1];
+    const ShaderCode& last = _records.groupShared.GetLast();
     Add(last.origins.IsEmpty() ? ShaderOrigin() : last.origins[0], Severity::Error,
         std::to_string(bytes) + " bytes of group-shared memory: at most " + std::to_string(kMaxGroupBytes) +
             " are possible");
