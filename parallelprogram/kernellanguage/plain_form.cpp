@@ -85,7 +85,12 @@ void PlainPrinter::PrintParameters() {
   Line({MarkOf(_tree.parameters), "#define KERNELINPUTS \\"});
   for (const NodeIndex parameter : _resolved.parameters) {
     const Bool isLast = parameter == _resolved.parameters.back();
-    const std::string type = IsSmall(_resolved.type[parameter]) ? "int" : ParameterType(Child(parameter, 0));
+    const TypeIndex value = _resolved.type[parameter];
+    // Translations of files take a half2 and a half3 for values without a code, which kernels cannot be given.
+    const Bool isShortHalf = _options.isForGpu && IsWidenedUniform(value) && _types[value].count % 4 > 1;
+    const std::string type = IsSmall(value) ? "int"
+                             : isShortHalf  ? _types.GetName(GetVectorType(Scalar::kFloat32, _types[value].count))
+                                            : ParameterType(Child(parameter, 0));
     Line({"(", type, ") ", MarkOf(parameter), _tree.GetName(parameter), isLast && !_isReporting ? "" : ", \\"});
   }
   if (_isReporting) Line({"(Block<UInt32>) ostraReport"});

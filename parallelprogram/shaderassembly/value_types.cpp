@@ -35,8 +35,6 @@ constexpr UniformType kWrittenTypes[] = {
     {&GetDataType<Bool>, DrawportShaderValueType::UInt},
     {&GetDataType<Vec2<UInt32>>, DrawportShaderValueType::UInt2},
     {&GetDataType<Vec3<UInt32>>, DrawportShaderValueType::UInt3},
-    {&GetDataType<Vec2<HalfFloat>>, DrawportShaderValueType::Float2},
-    {&GetDataType<Vec3<HalfFloat>>, DrawportShaderValueType::Float3},
     {&GetDataType<Int64>, DrawportShaderValueType::UInt2},
     {&GetDataType<UInt64>, DrawportShaderValueType::UInt2},
     {&GetDataType<Float64>, DrawportShaderValueType::UInt2},

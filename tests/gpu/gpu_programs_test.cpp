@@ -77,8 +77,8 @@ TEST_F(GpuProgramsTest, EachTypeOfValueHasItsCode) {
   }
   EXPECT_THAT(declared, ElementsAre("f code 1", "h code 1", "f2 code 2", "f3 code 3", "f4 code 4", "h4 code 4",
                                     "u code 18", "i code 14", "u4 code 21", "i4 code 17", "m3 code 6", "m4 code 7",
-                                    "g code 28", "c code 29", "h2 value half2 of 4", "h3 value half3 of 6",
-                                    "u3 code 20", "source buffer Float32 read", "target buffer Vector32"));
+                                    "g code 28", "c code 29", "h2 code 2", "h3 code 3", "u3 code 20",
+                                    "source buffer Float32 read", "target buffer Vector32"));
   EXPECT_THAT(GetDescription("k").GetWorkGroupSize(), ElementsAre(8u, 4u, 2u));
 }
 
