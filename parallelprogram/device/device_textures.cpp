@@ -35,14 +35,22 @@ Int GetByteSize(const DrawportTextureDescription& description) {
   return extent.width * extent.height * extent.depth * description.format->GetBytesPerPixel();
 }
 
+constexpr UInt64 kFillStates = kTextureIsUnfilled | kTextureLackedMemory;
+
 // Fills an item's texture. What fails in that does not fail the call: it is written as a diagnostic.
-Result<DrawportTexture*> MakeFilled(const GpuContextData& data, DrawportTextureItemInterface& item,
-                                    const DrawportExtent& extent, const TexelBytes& texels, const InternedId& attr) {
+// It is noted in the entry's state.
+Result<void> MakeFilled(const GpuContextData& data, const DrawportExtent& extent, const TexelBytes& texels,
+                        const InternedId& attr, TextureSamplerEntry& entry) {
+  entry._state &= ~kFillStates;
   OSTRA_ASSIGN_OR_RETURN(const DrawportTextureFill fill, DrawportTextureFill::Create([&](DrawportTexture& texture) {
-                           if (auto filled = FillTexture(data, texture, extent, texels); !filled)
-                             CriticalOutput("@, at attribute @", filled.GetError(), attr);
+                           auto filled = FillTexture(data, texture, extent, texels);
+                           if (filled) return;
+                           const Bool isMemory = filled.GetError().GetKind() == kOutOfMemoryError;
+                           entry._state |= kTextureIsUnfilled | (isMemory ? kTextureLackedMemory : 0);
+                           CriticalOutput("@, at attribute @", filled.GetError(), attr);
                          }));
-  return item.MakeValid(*data.context, fill);
+  OSTRA_ASSIGN_OR_RETURN(entry._texture, entry._textureItem->MakeValid(*data.context, fill));
+  return OK;
 }
 
 // A texture keeps its key when it gets another name: to store something under the first name again is to make another.
@@ -91,6 +99,14 @@ const TextureSamplerEntry* FindTextureEntry(const DataDictionary& table, const I
   return data ? data->GetIf<TextureSamplerEntry>() : nullptr;
 }
 
+UInt64 GetFillState(const TextureSamplerEntry& entry, const DataDictionary& table) {
+  for (const auto& [name, value] : table) {
+    const auto* known = value.GetIf<TextureSamplerEntry>();
+    if (known && known->_texture == entry._texture) return known->_state & kFillStates;
+  }
+  return entry._state & kFillStates;
+}
+
 void RaiseDimensions(TextureBindData& bindData) {
   for (UInt32* extent : {&bindData._dimensions.x, &bindData._dimensions.y, &bindData._dimensions.z})
     *extent = std::max<UInt32>(*extent, 1);
@@ -115,7 +131,7 @@ Result<TextureSamplerEntry> MakeTextureEntry(const GpuContextData& data, const D
     OSTRA_RETURN_IF_ERROR(zeros.Resize(GetByteSize(wanted)));
     texels = {zeros.GetFirst(), zeros.GetCount()};
   }
-  OSTRA_ASSIGN_OR_RETURN(entry._texture, MakeFilled(data, *entry._textureItem, wanted.extent, texels, attr));
+  OSTRA_RETURN_IF_ERROR(MakeFilled(data, wanted.extent, texels, attr, entry));
   OSTRA_ASSIGN_OR_RETURN(entry._sampler, entry._samplerItem->MakeValid(*data.context));
   OSTRA_ASSIGN_OR_RETURN(entry._samplingData, BuildSamplingData(bindData, false));
   entry._samplingData._dataSize = stored.size;
@@ -148,8 +164,7 @@ Result<void> UpdateTexture(const GpuContextData& data, DataDictionary& table, co
   OSTRA_ASSIGN_OR_RETURN(entry._samplerItem, data.cache->GetTextureSampler(MakeSamplerKey(bindData)));
   OSTRA_ASSIGN_OR_RETURN(entry._sampler, entry._samplerItem->MakeValid(*data.context));
   const DrawportExtent extent{bindData._dimensions.x, bindData._dimensions.y, bindData._dimensions.z};
-  OSTRA_ASSIGN_OR_RETURN(entry._texture,
-                         MakeFilled(data, *entry._textureItem, extent, {stored.data, stored.size}, attr));
+  OSTRA_RETURN_IF_ERROR(MakeFilled(data, extent, {stored.data, stored.size}, attr, entry));
   OSTRA_ASSIGN_OR_RETURN(entry._samplingData, BuildSamplingData(bindData, false));
   entry._samplingData._dataSize = stored.size;
   return table.Set(attr, std::move(entry));

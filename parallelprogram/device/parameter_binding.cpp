@@ -28,6 +28,22 @@ Result<void> CheckLayers(const DrawportParameter& parameter, const TextureSample
       user, parameter.name);
 }
 
+// Results of texels that are not there would look like others.
+Result<void> CheckFilled(const DrawportParameter& parameter, const TextureSamplerEntry& entry,
+                         const DataDictionary& globals, std::string_view user) {
+  const UInt64 state = GetFillState(entry, globals);
+  if ((state & kTextureIsUnfilled) == 0) return OK;
+  const DrawportTextureDescription& texture = entry._texture->GetDescription();
+  const DrawportExtent& extent = texture.extent;
+  const Id& kind = (state & kTextureLackedMemory) != 0 ? kOutOfMemoryError : kIllegalStateError;
+  return MakeError(
+      kind, kOstraUnit, __LINE__,
+      "The @'s texture \"@\" (@ x @ x @ texels, @ bytes) has not got all its texels, because the device failed while "
+      "they were written: store them again, and link the texture.",
+      user, parameter.name, extent.width, extent.height, extent.depth,
+      extent.width * extent.height * extent.depth * texture.format->GetBytesPerPixel());
+}
+
 }  // namespace
 
 // Shaders read a texture with the number of dimensions that they declare.
@@ -82,6 +98,7 @@ Result<void> BindTexture(const ParameterTarget& target, DrawportParameterHandle 
   DrawportTexture* texture = linked ? linked->_texture : nullptr;
   if (texture) OSTRA_RETURN_IF_ERROR(CheckTextureType(parameter, *texture, user));
   if (texture) OSTRA_RETURN_IF_ERROR(CheckLayers(parameter, *linked, user));
+  if (texture) OSTRA_RETURN_IF_ERROR(CheckFilled(parameter, *linked, globals, user));
   if (parameter.kind == DrawportParameterKind::Image)
     return target.factory.SetParameterImage(target.values, handle, texture);
   return target.factory.SetParameterTexture(target.values, handle, texture, linked ? linked->_sampler : nullptr);

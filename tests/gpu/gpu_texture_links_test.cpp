@@ -237,6 +237,33 @@ TEST_F(GpuTextureLinksTest, FurtherLayersOfAnUpdateAreSaidOnce) {
   EXPECT_THAT(program->UpdateUniforms(), IsErrorWith(kIllegalArgumentError, kOneLayer));
 }
 
+TEST_F(GpuTextureLinksTest, ATextureWithoutAllItsTexelsIsNotBoundUntilTheyAreStoredAgain) {
+  constexpr const char* kUnfilled =
+      "The kernel's texture \"image\" (4 x 4 x 1 texels, 64 bytes) has not got all its texels, because the device "
+      "failed while they were written: store them again, and link the texture.";
+  AddTextureKernel("k"_iid, kLayered, "UNIFORM_BUFFER(values)[0] = FetchTexture(image, int2(0, 0));");
+  ASSERT_THAT(Store("values"_iid, 1), IsOk());
+  const DiagnosticRecorder diagnostics;
+  device.failing = "staging";
+  ASSERT_THAT(StoreTexture("image"_iid, 4, 4, 1), IsOk());
+  device.failing.clear();
+  EXPECT_THAT(diagnostics.GetLines(), ElementsAre("made-up failure, at attribute image"));
+  EXPECT_THAT(program->UpdateUniforms(), IsErrorWith(kIllegalStateError, kUnfilled));
+  TextureBindData texels = Fill(4, 4, 2);
+  ASSERT_THAT(program->UpdateTextureBindData("image"_iid, texels), IsOk());
+  EXPECT_THAT(program->UpdateUniforms(), IsOk());
+  // What an update leaves half written is no result, either.
+  device.failing = "staging";
+  ASSERT_THAT(program->UpdateTextureBindData("image"_iid, texels), IsOk());
+  device.failing.clear();
+  EXPECT_THAT(program->UpdateUniforms(), IsErrorWith(kIllegalStateError, kUnfilled));
+  // What is stored anew is another texture.
+  ASSERT_THAT(StoreTexture("image"_iid, 4, 4, 3), IsOk());
+  EXPECT_THAT(program->UpdateUniforms(), IsErrorWith(kIllegalStateError, kUnfilled));
+  ASSERT_THAT(program->SetTextureToActiveKernelSameId("image"_iid), IsOk());
+  EXPECT_THAT(program->UpdateUniforms(), IsOk());
+}
+
 TEST_F(GpuTextureLinksTest, ATextureOfSeveralLayersIsNotEvicted) {
   StartOutOfCore(52 * kMiB, 52 * kMiB, {"layers"_iid, "b"_iid});
   TextureBindData layers = Fill(2048, 4096, 1);
