@@ -52,6 +52,27 @@ std::string PlainPrinter::BoolComponent(NodeIndex node) {
   return Join({"(", numbers, MarkOf(node), part, " != 0)"});
 }
 
+Bool IsComparisonOfVectors(const SyntaxTree& tree, const ResolvedTree& resolved, NodeIndex node) {
+  const Operation operation = tree.nodes[node].operation;
+  const Bool isEquality = operation == Operation::kEqual || operation == Operation::kNotEqual;
+  return tree.Is(node, NodeKind::kBinary) && isEquality &&
+         resolved.types.IsVector(resolved.converted[tree.GetChild(node, 0)]);
+}
+
+// == and != of vectors, which give a vector in HLSL and Metal.
+std::string PlainPrinter::CallComparison(NodeIndex node) {
+  const Bool isEqual = _tree.nodes[node].operation == Operation::kEqual;
+  const TypeIndex type = _resolved.converted[Child(node, 0)];
+  std::string value;
+  for (UInt32 i = 0; i < _types[type].count; ++i)
+    value += Join({i == 0    ? ""
+                   : isEqual ? " && "
+                             : " || ",
+                   "v0.", GetComponentName(i), isEqual ? " == " : " != ", "v1.", GetComponentName(i)});
+  return CallHelper(Join({isEqual ? "ostra_equal_" : "ostra_different_", HelperWord(type)}), kBoolType, {type, type},
+                    Join({"\treturn ", value, ";\n"}), {Expression(Child(node, 0)), Expression(Child(node, 1))});
+}
+
 // lessThan and its relatives, any, all and not.
 std::string PlainPrinter::CallOfBools(NodeIndex node) {
   const WordId word = _resolved.meaning[node].word;

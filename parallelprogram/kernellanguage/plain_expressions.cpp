@@ -175,6 +175,7 @@ std::string PlainPrinter::ValueItself(NodeIndex node, Binding& binding) {
         return mark + ComputeMatrix(operation, _resolved.type[node], left, right);
       if (_options.hasChecks && MayOverflow(node) && !IsSimple(child(0)))
         return mark + CallQuotient(node, Expression(child(0)), Expression(child(1)));
+      if (_options.isForGpu && IsComparisonOfVectors(_tree, _resolved, node)) return mark + CallComparison(node);
       if (IsOpenRemainder(node)) {
         const std::string value = Expression(child(0));
         return mark + CallRemainder(left.type, right.type, value, CheckDivisor(node, Expression(child(1)), value));
@@ -243,6 +244,7 @@ std::string PlainPrinter::MemberText(NodeIndex node) const {
     return Join({".", GetComponentName(meaning.number)});
   if (meaning.kind == MeaningKind::kComponent && IsMatrix(type))
     return MakeColumn("", _types[type].count, meaning.number);
+  if (meaning.kind == MeaningKind::kMember) return Join({".", NameOf(meaning.target)});
   return Join({".", _tree.GetName(node)});
 }
 

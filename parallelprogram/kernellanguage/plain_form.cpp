@@ -46,7 +46,7 @@ void PlainPrinter::PrintStruct(NodeIndex node) {
     while (_types[number].kind == TypeKind::kArray) number = _types[number].element;
     // Small integers have their own size in a struct that lies in a buffer.
     const Bool isStored = IsSmall(number) && _storedStructs.contains(node);
-    Line({isStored ? _types.GetName(number) : TypeName(type), " ", MarkOf(member), _tree.GetName(member),
+    Line({isStored ? _types.GetName(number) : TypeName(type), " ", MarkOf(member), NameOf(member),
           ArraySizes(_types, type), ";"});
   }
   --_depth;
@@ -199,6 +199,8 @@ PlainForm PlainPrinter::Print() {
 }
 
 Bool IsOpenOnGpus(const AnalyzedKernel& kernel) {
+  for (NodeIndex node = 0; node < kernel.tree.nodes.size(); ++node)
+    if (IsComparisonOfVectors(kernel.tree, kernel.resolved, node)) return true;
   return !FindOpenRemainders(kernel.tree, kernel.resolved).empty() ||
          !FindEvaluationOrder(kernel.tree, kernel.resolved).valueFirst.empty();
 }

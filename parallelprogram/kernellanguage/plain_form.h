@@ -39,7 +39,8 @@ struct PlainOptions {
 };
 
 // Whether other languages than C++ may compute something else of an understood kernel that is plain: a remainder of a
-// negative number, an index that changes what is assigned. The plain form for GPUs says it in another way.
+// negative number, an index that changes what is assigned, == of vectors. The plain form for GPUs says it in another
+// way.
 Bool IsOpenOnGpus(const AnalyzedKernel& kernel);
 
 // The kernel must be understood. Pure; thread-safe; throws std::bad_alloc.

@@ -196,7 +196,7 @@ std::string PlainPrinter::ConstructStruct(TypeIndex type, const std::vector<Part
     const TypeIndex member = _resolved.type[members[i]];
     if (IsSmall(member) && _storedStructs.contains(_types[type].declaration))
       value = Join({_types.GetName(member), "(", value, ")"});
-    body += Join({"\tv.", _tree.GetName(members[i]), " = ", value, ";\n"});
+    body += Join({"\tv.", NameOf(members[i]), " = ", value, ";\n"});
     parameters.push_back(parts[i].type);
     arguments.push_back(PartText(parts[i], Binding::kAssignment));
   }

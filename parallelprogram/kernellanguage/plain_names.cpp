@@ -11,6 +11,21 @@ Bool IsDeclaration(NodeKind kind) {
 
 Bool NeedsAnotherName(std::string_view name) { return IsShaderWord(name) || FindTypeWord(name) != kUnknownType; }
 
+// "length" of a struct is that of an array in GLSL.
+Bool NeedsAnotherMemberName(std::string_view name) { return NeedsAnotherName(name) || name == "length"; }
+
+// Members of structs that lie in no buffer: those of buffers are compared with the members that the host has.
+std::vector<NodeIndex> ListMembersToRename(const SyntaxTree& tree, const ResolvedTree& resolved) {
+  const std::set<NodeIndex> ofBuffers = FindStoredStructs(tree, resolved);
+  std::vector<NodeIndex> members;
+  for (const NodeIndex declaration : resolved.structs) {
+    if (ofBuffers.contains(declaration)) continue;
+    for (const NodeIndex member : tree.GetChildren(declaration))
+      if (NeedsAnotherMemberName(tree.GetName(member))) members.push_back(member);
+  }
+  return members;
+}
+
 }  // namespace
 
 void PlainPrinter::FindNames() {
@@ -25,6 +40,9 @@ void PlainPrinter::FindNames() {
     while (_declaredNames.contains(other)) other += '_';
     _names.emplace(node, std::move(other));
   }
+  if (!_options.isForGpu) return;
+  for (const NodeIndex member : ListMembersToRename(_tree, _resolved))
+    _names.emplace(member, Join({"ostra_member_", _tree.GetName(member)}));
 }
 
 std::string PlainPrinter::NameOf(NodeIndex declaration) const {

@@ -26,6 +26,10 @@ inline std::string_view GetComponentName(UInt32 component) { return std::string_
 
 // The structs that lie in buffers, as elements or inside of such.
 std::set<NodeIndex> FindStoredStructs(const SyntaxTree& tree, const ResolvedTree& resolved);
+
+// Whether the node is == or != of two vectors.
+Bool IsComparisonOfVectors(const SyntaxTree& tree, const ResolvedTree& resolved, NodeIndex node);
+
 std::string JoinList(const std::vector<std::string>& parts);  // "a, b"
 
 class PlainPrinter {
@@ -195,6 +199,7 @@ class PlainPrinter {
   // plain_bools.cpp
   Bool IsBoolVector(TypeIndex type) const;
   std::string BoolComponent(NodeIndex node);
+  std::string CallComparison(NodeIndex node);
   std::string BoolsOf(const std::string& numbers, NodeIndex node) const;
   std::string CallOfBools(NodeIndex node);
 

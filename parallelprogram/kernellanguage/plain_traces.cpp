@@ -153,7 +153,7 @@ void PlainPrinter::AddTraced(const std::string& value, TypeIndex type, TracedVal
     std::string_view comma;
     for (const NodeIndex member : _tree.GetChildren(kind.declaration)) {
       traced.format += Join({std::exchange(comma, ", "), _tree.GetName(member), " = "});
-      AddTraced(Join({value, ".", _tree.GetName(member)}), _resolved.type[member], traced);
+      AddTraced(Join({value, ".", NameOf(member)}), _resolved.type[member], traced);
     }
     traced.format += "}";
   } else {

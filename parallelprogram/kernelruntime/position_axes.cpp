@@ -25,6 +25,11 @@ std::optional<Int> CountPositionAxes(std::string_view text) {
   for (std::size_t i = 0; i < tokens.size(); ++i) {
     const std::string_view word = getText(i);
     if (word == "InGlobalInvocationID" || word == "InLocalInvocationID" || word == "InWorkGroupID") {
+      // Of the form that runs whole groups: "const Vec3<UInt32>& InWorkGroupID",
+      // "ForEachInvocation<...>(InWorkGroupID".
+      const Bool isDeclared = i > 1 && getText(i - 1) == "&" && getText(i - 2) == ">";
+      const Bool isLoop = i > 4 && getText(i - 1) == "(" && getText(i - 5) == "ForEachInvocation";
+      if (isDeclared || isLoop) continue;
       if (getText(i + 1) == ".")
         count = std::max(count, GetAxisCount(getText(i + 2)));
       else

@@ -161,6 +161,14 @@ TEST(PlainFormTest, VectorsOfBoolsAreNumbers) {
             "int2 b = int2(int(true), int(UNIFORM(f) > 1.0)); if ((b.y != 0)) { return; }");
 }
 
+TEST(PlainFormTest, VectorsAreComparedByAFunctionOnGpus) {
+  EXPECT_EQ(PlainBody("bool a = UNIFORM(v) == UNIFORM(v);"), "bool a = UNIFORM(v) == UNIFORM(v);");
+  EXPECT_EQ(PlainBody("bool a = !(UNIFORM(v) == UNIFORM(v));", {}, true),
+            "bool a = !ostra_equal_vec3(UNIFORM(v), UNIFORM(v));");
+  EXPECT_EQ(PlainBody("int2 a = int2(1, 2); if (a != int2(3, 4)) return;", {}, true),
+            "int2 a = int2(1, 2); if (ostra_different_int2(a, int2(3, 4))) { return; }");
+}
+
 TEST(PlainFormTest, ComponentsOfBoolsHaveIndicesToo) {
   constexpr std::string_view kBools = "bvec2 b = bvec2(true, false); int2 b2 = int2(0, 1); ";
   const std::string before = "int2 b = int2(int(true), int(false)); int2 b2 = int2(0, 1); ";
@@ -210,6 +218,18 @@ TEST(PlainFormTest, HalvesAreFloatsWhileTheyAreComputed) {
 TEST(PlainFormTest, WordsThatALanguageKeepsGetAnotherName) {
   EXPECT_EQ(PlainBody("float sample = 1.0; float sample_ = sample;"),
             "float sample__ = 1.0; float sample_ = sample__;");
+}
+
+TEST(PlainFormTest, MembersThatALanguageKeepsGetAnotherNameOnGpus) {
+  const AnalyzedKernel kernel = AnalyzeBody("Path p = Path(1.0, 2.0, 3.0); p.length += p.sample + p.width;",
+                                            "struct Path { float length, sample, width; };\n");
+  ASSERT_TRUE(kernel.IsUnderstood()) << ListErrors(kernel);
+  const std::string text = PrintPlain(kernel, true).text;
+  EXPECT_NE(text.find("float ostra_member_length;"), std::string::npos) << text;
+  EXPECT_NE(text.find("float width;"), std::string::npos) << text;
+  EXPECT_NE(text.find("v.ostra_member_sample = v1;"), std::string::npos) << text;
+  EXPECT_NE(text.find("p.ostra_member_length += p.ostra_member_sample + p.width;"), std::string::npos) << text;
+  EXPECT_NE(PrintPlain(kernel).text.find("p.length += p.sample + p.width;"), std::string::npos);
 }
 
 TEST(PlainFormTest, OperatorsKeepTheirOrder) {

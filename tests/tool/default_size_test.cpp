@@ -69,6 +69,12 @@ TEST(PositionAxesTest, TheTextOfAKernelShowsThem) {
   EXPECT_EQ(kernelruntime::CountPositionAxes("GROUPSIZE(4, 4, 4)"), 3);
   EXPECT_EQ(kernelruntime::CountPositionAxes("uint z = InLocalInvocationID.z;"), 3);
   EXPECT_EQ(kernelruntime::CountPositionAxes("Inside(InGlobalInvocationID)"), std::nullopt);
+  constexpr const char* kGroupForm =
+      "void RunGroup(const Vec3<UInt32>& InWorkGroupID, OstraMemory& ostraMemory) const {\n"
+      "ForEachInvocation<OstraGroupSize>(InWorkGroupID, [&](const Vec3<UInt32>& InGlobalInvocationID, "
+      "const Vec3<UInt32>& InLocalInvocationID) {\n";
+  EXPECT_EQ(kernelruntime::CountPositionAxes(std::string(kGroupForm) + "uint y = InLocalInvocationID.y;"), 2);
+  EXPECT_EQ(kernelruntime::CountPositionAxes(std::string(kGroupForm) + "Inside(InWorkGroupID);"), std::nullopt);
   EXPECT_EQ(kernelruntime::CountPositionAxes("Inside(InGlobalInvocationID); uint z = InWorkGroupID.z;"), 3);
 }
 

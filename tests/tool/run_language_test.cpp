@@ -98,6 +98,28 @@ TEST_P(RunLanguageTest, ValuesAreComputedBeforePlaces) {
 	UNIFORM_BUFFER(out)[k] *= ++k - 2;)");
 }
 
+TEST_P(RunLanguageTest, VectorsAreEqualWhereAllComponentsAre) {
+  EXPECT_NUMBERS("1 0 1 0 1 ", R"(
+	vec3 a = vec3(1.0, 2.0, float(UNIFORM(two)));
+	int2 b = int2(UNIFORM(two), 3);
+	bvec3 c = UNIFORM(flags);
+	UNIFORM_BUFFER(out)[0] = a == vec3(1.0, 2.0, 2.0) ? 1 : 0;
+	UNIFORM_BUFFER(out)[1] = a == vec3(1.0, 2.0, 3.0) ? 1 : 0;
+	UNIFORM_BUFFER(out)[2] = b != int2(2, 4) ? 1 : 0;
+	UNIFORM_BUFFER(out)[3] = b != int2(2, 3) ? 1 : 0;
+	UNIFORM_BUFFER(out)[4] = c == bvec3(true, false, true) ? 1 : 0;)");
+}
+
+TEST_P(RunLanguageTest, MembersMayHaveNamesThatALanguageKeeps) {
+  EXPECT_NUMBERS("7 2 3 0 0 ", R"(
+	Path p = {UNIFORM(two), 2, {3, 4}};
+	p.length += 5;
+	UNIFORM_BUFFER(out)[0] = p.length;
+	UNIFORM_BUFFER(out)[1] = p.sample;
+	UNIFORM_BUFFER(out)[2] = p.buffer[0];)",
+                 "struct Path { int length, sample; int buffer[2]; };\n");
+}
+
 INSTANTIATE_TEST_SUITE_P(Ways, RunLanguageTest,
                          testing::Values(Way{"Cpu", {"--backend", "cpu"}},
                                          Way{"CpuWithChecks", {"--backend", "cpu", "--checked"}},
