@@ -126,8 +126,6 @@ void PlainPrinter::CollectChanges(NodeIndex node, std::set<NodeIndex>& changed) 
   for (const NodeIndex child : children) CollectChanges(child, changed);
 }
 
-void PlainPrinter::RefuseOrder(NodeIndex node, NodeIndex variable) { Refuse(node, DescribeUnordered(_tree, variable)); }
-
 void PlainPrinter::CheckOrder(NodeIndex node) {
   const auto children = _tree.GetChildren(node);
   std::map<NodeIndex, UInt32> named;
@@ -138,7 +136,7 @@ void PlainPrinter::CheckOrder(NodeIndex node) {
     CollectNames(children[1], names);
     CollectChanges(Child(node, 0), changed);
     for (const NodeIndex variable : changed)
-      if (names.contains(variable)) return RefuseOrder(node, variable);
+      if (names.contains(variable)) return Refuse(node, DescribeUnordered(_tree, variable));
     return;
   }
   if (!IsUnordered(KindOf(node), _tree.nodes[node].operation)) return;
@@ -149,7 +147,7 @@ void PlainPrinter::CheckOrder(NodeIndex node) {
     for (const NodeIndex name : names) ++named[name];
   }
   for (const NodeIndex variable : changed)
-    if (variable != kNoNode && named[variable] > 1) return RefuseOrder(node, variable);
+    if (variable != kNoNode && named[variable] > 1) return Refuse(node, DescribeUnordered(_tree, variable));
 }
 
 void PlainPrinter::HoistParts(NodeIndex node) {

@@ -108,7 +108,6 @@ class PlainPrinter {
   NodeIndex FindRoot(NodeIndex place) const;
   void CollectNames(NodeIndex node, std::set<NodeIndex>& names) const;
   void CollectChanges(NodeIndex node, std::set<NodeIndex>& changed) const;
-  void RefuseOrder(NodeIndex node, NodeIndex variable);
   void CheckOrder(NodeIndex node);
   Bool IsValueFirst(NodeIndex node) const { return _order.valueFirst.contains(node); }
   void HoistParts(NodeIndex node);
