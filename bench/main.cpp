@@ -81,12 +81,12 @@ constexpr Workload kParts[] = {
     {"first_terrain", &bench::RunFirstTerrain},
 };
 
-ostra::Result<void> EnterKernels(ostra::ModuleDescriptor& module) {
+ostra::Result<void> RegisterOwnKernels(ostra::ModuleDescriptor& module) {
   OSTRA_RETURN_IF_ERROR(ostra::RegisterKernels(module, GetKernels_ostra_bench()));
-  return bench::EnterVirtualKernels(module);
+  return bench::RegisterVirtualKernels(module);
 }
 
-constexpr ostra::ModuleEntry kUnits[] = {{"kernels", &EnterKernels}};
+constexpr ostra::ModuleEntry kUnits[] = {{"kernels", &RegisterOwnKernels}};
 
 ostra::ModuleDescriptor& GetApplication() {
   using namespace ostra::literals;

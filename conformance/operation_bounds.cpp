@@ -8,7 +8,7 @@ namespace {
 
 constexpr Int kOperandCount = 8192;
 // One unit in the last place relative to a value: between the half of it and it.
-const Float64 kLargestUnit = std::ldexp(1.0, -23);
+const Float64 kMaxUnit = std::ldexp(1.0, -23);
 
 // Reproducible numbers: the engine's are the same everywhere, those of the library's distributions are not.
 class Numbers {
@@ -88,15 +88,15 @@ const Operation kRoots[] = {
      [](const Operands&, Float64 exact) { return 2.5 * GetLastPlace(exact); }},
     // 1 / inversesqrt(x)
     {"sqrt(x)", "that of 1 / inversesqrt(x)", [](const Operands& at) { return std::sqrt(std::abs(Float64{at.x})); },
-     [](const Operands&, Float64 exact) { return (2 + 2.5) * kLargestUnit * exact; }},
+     [](const Operands&, Float64 exact) { return (2 + 2.5) * kMaxUnit * exact; }},
     {"inversesqrt(x)", "2 units in the last place",
      [](const Operands& at) { return 1 / std::sqrt(std::abs(Float64{at.x})); },
      [](const Operands&, Float64 exact) { return 2 * GetLastPlace(exact); }},
     // sqrt(dot(v, v)): three products and two sums of positive numbers, then the root.
     {"length(v)", "that of sqrt(dot(v, v))", GetLength,
-     [](const Operands&, Float64 exact) { return (0.75 + 4.5) * kLargestUnit * exact; }},
+     [](const Operands&, Float64 exact) { return (0.75 + 4.5) * kMaxUnit * exact; }},
     {"normalize(v)", "that of v / length(v)", [](const Operands& at) { return at.x / GetLength(at); },
-     [](const Operands&, Float64 exact) { return (0.75 + 4.5 + 2.5) * kLargestUnit * std::abs(exact); }},
+     [](const Operands&, Float64 exact) { return (0.75 + 4.5 + 2.5) * kMaxUnit * std::abs(exact); }},
 };
 
 Float64 GetExponentialUnits(Float64 x) { return 3 + 2 * std::abs(x); }
@@ -112,8 +112,8 @@ Float64 GetPowerAllowance(const Operands& at, Float64 exact) {
   const Float64 logarithm = std::log2(Float64{at.y});
   const Float64 exponent = at.z * logarithm;
   const Float64 exponentError =
-      std::abs(at.z) * GetLogarithmAllowance(at.y, logarithm) + 0.5 * kLargestUnit * std::abs(exponent);
-  return exact * (std::expm1(std::log(2.0) * exponentError) + GetExponentialUnits(exponent) * kLargestUnit);
+      std::abs(at.z) * GetLogarithmAllowance(at.y, logarithm) + 0.5 * kMaxUnit * std::abs(exponent);
+  return exact * (std::expm1(std::log(2.0) * exponentError) + GetExponentialUnits(exponent) * kMaxUnit);
 }
 
 const Operation kExponentials[] = {
@@ -161,9 +161,9 @@ const Operation kAngles[] = {
 }  // namespace
 
 Float64 GetLastPlace(Float64 value) {
-  constexpr int kSmallestExponent = -126, kFractionBits = 23;
-  const int exponent = value == 0 ? kSmallestExponent : std::ilogb(value);
-  return std::ldexp(1.0, (exponent < kSmallestExponent ? kSmallestExponent : exponent) - kFractionBits);
+  constexpr int kMinExponent = -126, kFractionBits = 23;
+  const int exponent = value == 0 ? kMinExponent : std::ilogb(value);
+  return std::ldexp(1.0, (exponent < kMinExponent ? kMinExponent : exponent) - kFractionBits);
 }
 
 std::span<const OperationGroup> GetOperationGroups() {

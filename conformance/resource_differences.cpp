@@ -59,13 +59,13 @@ void CheckCopiedBytes(ClientRun& run) {
 
 // The warning is the business of the GPU program's own tests.
 void CheckLongCopies(ClientRun& run) {
-  constexpr Int kMost = 16776960, kLong = kMost + 4;
+  constexpr Int kMax = 16776960, kLong = kMax + 4;
   run.Store("a"_iid, Words(kLong, 5));
   CONFORMANCE_OK(run, run->CreateUniformBuffer("b"_iid, GetDataType<UInt32>(), kLong));
   CONFORMANCE_OK(run, run->CopyBufferData("a"_iid, "b"_iid, kLong, 0, 0));
   const UInt32 last = run.IsGpu() ? 0 : 5;
   CONFORMANCE_HOLDS(run,
-                    run.GetElements<UInt32>(run->GetGlobalBufferData("b"_iid, kMost - 1, 3)) == Words{5, last, last});
+                    run.GetElements<UInt32>(run->GetGlobalBufferData("b"_iid, kMax - 1, 3)) == Words{5, last, last});
 }
 
 void CheckBytesAsOtherTypes(ClientRun& run) {

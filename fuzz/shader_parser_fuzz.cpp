@@ -15,7 +15,7 @@ namespace {
 
 constexpr unsigned char kFileEnd = 1;
 // Lines that grow with every rule are for the tests; here they only take time.
-constexpr std::size_t kMostBytes = 4096;
+constexpr std::size_t kMaxBytes = 4096;
 
 class Folder {
  public:
@@ -65,7 +65,7 @@ void CheckPieces(const ShaderParser& parser) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
-  if (size == 0 || size > kMostBytes) return 0;
+  if (size == 0 || size > kMaxBytes) return 0;
   // What the parser says about endless headers and full tables stays off the terminal.
   static const SilentDiagnosticStream silence;
   static const Bool isReady = RegisterHostClasses().IsOk();

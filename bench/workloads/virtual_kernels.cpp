@@ -46,7 +46,7 @@ class IndexKernel final : public KernelBase<IndexKernel> {
 
 }  // namespace
 
-Result<void> EnterVirtualKernels(ModuleDescriptor& module) {
+Result<void> RegisterVirtualKernels(ModuleDescriptor& module) {
   OSTRA_ASSIGN_OR_RETURN(ClassRef saxpy, Class::Create<SaxpyKernel>(Id("bench.saxpy"_s)));
   OSTRA_RETURN_IF_ERROR(RegisterClass(module, kKernelClassRegistry, saxpy));
   OSTRA_ASSIGN_OR_RETURN(ClassRef index, Class::Create<IndexKernel>(Id("bench.index"_s)));

@@ -9,6 +9,6 @@ inline constexpr const char* kVirtualSaxpy = "bench.saxpy";
 inline constexpr const char* kVirtualIndex = "bench.index";
 
 // Enters the classes into the kernel class registry.
-ostra::Result<void> EnterVirtualKernels(ostra::ModuleDescriptor& module);
+ostra::Result<void> RegisterVirtualKernels(ostra::ModuleDescriptor& module);
 
 }  // namespace bench

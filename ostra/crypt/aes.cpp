@@ -54,9 +54,9 @@ class Aes final : public StreamConversionBase<Aes<ENCODES>> {
   }
 
   Result<void> Process(Block<const Byte> source, Block<Byte> target) {
-    constexpr Int kMostAtOnce = INT_MAX / kAesBlockSize * kAesBlockSize;
+    constexpr Int kMaxAtOnce = INT_MAX / kAesBlockSize * kAesBlockSize;
     for (Int done = 0; done < source.GetCount();) {
-      const Int count = std::min(source.GetCount() - done, kMostAtOnce);
+      const Int count = std::min(source.GetCount() - done, kMaxAtOnce);
       int written = 0;
       if (EVP_CipherUpdate(_context.get(), target.GetFirst() + done, &written, source.GetFirst() + done,
                            static_cast<int>(count)) != 1 ||

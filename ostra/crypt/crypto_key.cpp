@@ -19,8 +19,8 @@ class CryptoKey final : public Component<CryptoKey, CryptoKeyInterface> {
 
   Result<void> Init(Block<const Byte> key, Block<const Byte> initialVector, Int blockSize) override {
     if (_blockSize != 0) return OSTRA_ILLEGAL_STATE("The key was initialized already.");
-    if (key.IsEmpty() || key.GetCount() > kLargestKey)
-      return OSTRA_ILLEGAL_ARGUMENT("A key has 1 to @ bytes, not @.", kLargestKey, key.GetCount());
+    if (key.IsEmpty() || key.GetCount() > kMaxKey)
+      return OSTRA_ILLEGAL_ARGUMENT("A key has 1 to @ bytes, not @.", kMaxKey, key.GetCount());
     if (blockSize <= 0 || blockSize % 8 != 0 || blockSize / 8 != initialVector.GetCount())
       return OSTRA_ILLEGAL_ARGUMENT("An initial vector of @ bytes does not fit blocks of @ bits.",
                                     initialVector.GetCount(), blockSize);
@@ -35,7 +35,7 @@ class CryptoKey final : public Component<CryptoKey, CryptoKeyInterface> {
   Int GetBlockSize() const override { return _blockSize; }
 
  private:
-  static constexpr Int kLargestKey = 64;
+  static constexpr Int kMaxKey = 64;
 
   static Result<void> Copy(Block<const Byte> source, BaseArray<Byte>& target) {
     OSTRA_RETURN_IF_ERROR(target.Resize(source.GetCount()));

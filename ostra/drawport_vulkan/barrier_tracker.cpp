@@ -49,17 +49,17 @@ std::optional<Barrier> BarrierTracker::BeforeTransfer(const void* resource, cons
     barrier = Barrier{VK_PIPELINE_STAGE_TRANSFER_BIT, VK_ACCESS_TRANSFER_WRITE_BIT, VK_PIPELINE_STAGE_TRANSFER_BIT,
                       kTransferAccess};
   }
-  if (barrier) _touchCount = 0;
-  _touches[_touchCount++] = {resource, region, isWrite};
+  if (barrier) _accessCount = 0;
+  _accesses[_accessCount++] = {resource, region, isWrite};
   _dispatchesMissTransfers = true;
   return barrier;
 }
 
 Bool BarrierTracker::Collides(const void* resource, const DrawportRegion& region, Bool isWrite) const {
-  if (_touchCount == kTouchCount) return true;
-  for (Int i = 0; i < _touchCount; ++i) {
-    const Touch& touch = _touches[i];
-    if (touch.resource == resource && (touch.isWrite || isWrite) && Overlap(touch.region, region)) return true;
+  if (_accessCount == kAccessCount) return true;
+  for (Int i = 0; i < _accessCount; ++i) {
+    const Access& access = _accesses[i];
+    if (access.resource == resource && (access.isWrite || isWrite) && Overlap(access.region, region)) return true;
   }
   return false;
 }

@@ -49,10 +49,10 @@ class BarrierTracker {
   Barrier BeforeHost() const;
 
  private:
-  static constexpr Int kTouchCount = 32;
+  static constexpr Int kAccessCount = 32;
 
   // What a transfer has touched since the last barrier between transfers.
-  struct Touch {
+  struct Access {
     const void* resource = nullptr;
     DrawportRegion region;
     Bool isWrite = false;
@@ -65,8 +65,8 @@ class BarrierTracker {
   Bool _transfersMissDispatches = false;  // transfers do not wait for dispatches yet
   Bool _dispatchesMissTransfers = false;
   Bool _hasDrawn = false;  // ever
-  Touch _touches[kTouchCount];
-  Int _touchCount = 0;
+  Access _accesses[kAccessCount];
+  Int _accessCount = 0;
 };
 
 }  // namespace ostra::vulkan

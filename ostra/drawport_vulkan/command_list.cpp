@@ -12,7 +12,7 @@ namespace {
 }  // namespace
 
 Result<void> CommandList::Init() {
-  OSTRA_ASSIGN_OR_RETURN(_number, _device->EnterList(*this));
+  OSTRA_ASSIGN_OR_RETURN(_number, _device->AddList(*this));
   for (Batch& batch : _batches) {
     VkCommandPoolCreateInfo pool = {VK_STRUCTURE_TYPE_COMMAND_POOL_CREATE_INFO};
     pool.flags = VK_COMMAND_POOL_CREATE_TRANSIENT_BIT;
@@ -37,7 +37,7 @@ CommandList::~CommandList() {
   if (_current) Abandon(*_current);
   for (const Batch& batch : _batches)
     if (batch.isInFlight && !_device->Wait(batch.timelineValue)) _device->WaitUntilIdle();
-  _device->LeaveList(_number);  // from here on no other thread looks into the batches
+  _device->RemoveList(_number);  // from here on no other thread looks into the batches
   for (Batch& batch : _batches) {
     ReleaseKept(batch);
     DestroyStamps(batch);

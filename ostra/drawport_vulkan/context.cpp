@@ -16,10 +16,10 @@ constexpr Int kMinStagingCapacity = Int(64) << 10;
 
 // Textures are moved in whole rows, so that each must fit; 256 KiB on most devices.
 Int GetLongestRow(const VkPhysicalDeviceLimits& limits) {
-  constexpr Int kLargestTexel = 16;
+  constexpr Int kMaxTexel = 16;
   const Int texels = std::max(limits.maxImageDimension1D, limits.maxImageDimension2D);
   const Int alignment = GetDrawportRowAlignment();
-  return (texels * kLargestTexel + alignment - 1) / alignment * alignment;
+  return (texels * kMaxTexel + alignment - 1) / alignment * alignment;
 }
 
 DrawportCapabilities MakeCapabilities(VkPhysicalDevice device) {

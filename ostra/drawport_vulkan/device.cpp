@@ -69,7 +69,7 @@ Result<void> Device::Init(Int index) {
   vkGetPhysicalDeviceProperties2(_physicalDevice, &properties);
   _properties = properties.properties;
   _miscountsPatches = driver.driverID == VK_DRIVER_ID_MESA_LLVMPIPE;
-  OSTRA_RETURN_IF_ERROR(LookAtLimits());
+  OSTRA_RETURN_IF_ERROR(QueryLimits());
   OSTRA_RETURN_IF_ERROR(CreateDevice());
   vkGetDeviceQueue(_device, _queueFamily, 0, &_queue);
   _memory.Init(_physicalDevice, _device, _driver->GetSnapshot(index), _hasBudgetExtension);
@@ -83,7 +83,7 @@ Result<void> Device::Init(Int index) {
   return OK;
 }
 
-Result<void> Device::LookAtLimits() {
+Result<void> Device::QueryLimits() {
   // Devices of version 1.3 need not name the extension any more.
   const Bool isCore = std::min(_properties.apiVersion, _driver->GetApiVersion()) >= VK_API_VERSION_1_3;
   OSTRA_ASSIGN_OR_RETURN(const Bool isExtension,
@@ -97,7 +97,7 @@ Result<void> Device::LookAtLimits() {
   return OK;
 }
 
-void Device::LookAtSubgroups(ShaderFeatures& features) const {
+void Device::QuerySubgroups(ShaderFeatures& features) const {
   VkPhysicalDeviceSubgroupProperties subgroups = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_SUBGROUP_PROPERTIES};
   VkPhysicalDeviceProperties2 properties = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_PROPERTIES_2};
   properties.pNext = &subgroups;
@@ -119,7 +119,7 @@ Result<void> Device::CreateDevice() {
   vkGetPhysicalDeviceFeatures2(_physicalDevice, &all);
   has.core = all.features;
   has.hasIsolines = !isSubset || subset.tessellationIsolines;
-  LookAtSubgroups(has);
+  QuerySubgroups(has);
   has.maxSharedBytes = GetLimits().maxComputeSharedMemorySize;
 
   // What programs may use is switched on where it is there; nothing else.
@@ -173,7 +173,7 @@ Result<void> Device::CreateDevice() {
   return OSTRA_VULKAN(vkCreateDevice(_physicalDevice, &info, nullptr, &_device));
 }
 
-Result<void> Device::Watch(Result<void> result) {
+Result<void> Device::CheckLoss(Result<void> result) {
   if (result || !IsDeviceLost(result.GetError()) || IsLost()) return result;
   // What runs is over before anybody takes it for done. A device that is really lost answers at once.
   static_cast<void>(vkDeviceWaitIdle(_device));
@@ -194,7 +194,7 @@ Result<UInt64> Device::Submit(const VkCommandBuffer* commands, UInt32 count) {
   info.pCommandBuffers = commands;
   info.signalSemaphoreCount = 1;
   info.pSignalSemaphores = &_timeline;
-  OSTRA_RETURN_IF_ERROR(Watch(OSTRA_VULKAN(vkQueueSubmit(_queue, 1, &info, VK_NULL_HANDLE))));
+  OSTRA_RETURN_IF_ERROR(CheckLoss(OSTRA_VULKAN(vkQueueSubmit(_queue, 1, &info, VK_NULL_HANDLE))));
   _submittedValue = value;
   return value;
 }
@@ -208,7 +208,7 @@ Result<void> Device::Wait(UInt64 value) {
   Result<void> waited = OSTRA_VULKAN(vkWaitSemaphores(_device, &info, UINT64_MAX));
   if (waited) return waited;
   const std::scoped_lock lock(_queueMutex);
-  return Watch(std::move(waited));
+  return CheckLoss(std::move(waited));
 }
 
 UInt64 Device::GetSubmittedValue() {
@@ -223,7 +223,7 @@ void Device::WaitUntilIdle() {
   static_cast<void>(vkDeviceWaitIdle(_device));
 }
 
-Result<UInt32> Device::EnterList(CommandList& list) {
+Result<UInt32> Device::AddList(CommandList& list) {
   static constinit std::atomic<UInt32> counter{1};
   const UInt32 number = counter.fetch_add(1, std::memory_order_relaxed);
   const std::scoped_lock lock(_listMutex);
@@ -236,7 +236,7 @@ Device::EnteredList* Device::FindList(UInt32 number) {
   return std::find_if(_lists.begin(), _lists.end(), [=](const EnteredList& list) { return list.number == number; });
 }
 
-void Device::LeaveList(UInt32 number) {
+void Device::RemoveList(UInt32 number) {
   const std::scoped_lock lock(_listMutex);
   EnteredList* const place = FindList(number);
   if (place == _lists.end()) return;
@@ -261,7 +261,7 @@ UInt64 Device::GetReachedValue() {
   Result<void> asked = OSTRA_VULKAN(vkGetSemaphoreCounterValue(_device, _timeline, &value));
   if (asked) return value;
   const std::scoped_lock lock(_queueMutex);
-  static_cast<void>(Watch(std::move(asked)));
+  static_cast<void>(CheckLoss(std::move(asked)));
   return IsLost() ? UINT64_MAX : 0;
 }
 

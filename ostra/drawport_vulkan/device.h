@@ -83,8 +83,8 @@ class Device final : public DrawportCounted<Device, DrawportObject> {
   void SetName(VkObjectType type, UInt64 handle, const CString& name) const;
 
   // Command lists: a number that tells a new one from all others of the process, until it leaves.
-  Result<UInt32> EnterList(CommandList& list);
-  void LeaveList(UInt32 number);
+  Result<UInt32> AddList(CommandList& list);
+  void RemoveList(UInt32 number);
   Bool HasList(UInt32 number);
   Bool HasSeveralLists() const { return _listCount.load(std::memory_order_relaxed) > 1; }
   // Releases what finished work of all lists holds, also of lists that are not used any more.
@@ -93,10 +93,10 @@ class Device final : public DrawportCounted<Device, DrawportObject> {
  private:
   Result<void> Init(Int index);
   Result<void> CreateDevice();
-  Result<void> LookAtLimits();
-  void LookAtSubgroups(ShaderFeatures& features) const;
+  Result<void> QueryLimits();
+  void QuerySubgroups(ShaderFeatures& features) const;
   // Remembers a lost device; → the result as it is. With the queue locked.
-  Result<void> Watch(Result<void> result);
+  Result<void> CheckLoss(Result<void> result);
 
   DriverRef _driver;
   Int _index = 0;

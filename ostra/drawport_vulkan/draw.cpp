@@ -150,8 +150,8 @@ Result<void> CommandList::CheckDraw(const DrawportDrawCall& call, ProgramFactory
   if (call.count < 1 || call.first < 0 || call.instanceCount < 1)
     return OSTRA_ILLEGAL_ARGUMENT("@ vertices from @ on and @ instances cannot be drawn.", call.count, call.first,
                                   call.instanceCount);
-  constexpr Int kMost = std::numeric_limits<Int32>::max();
-  if (call.count > kMost || call.first > kMost - call.count || call.instanceCount > kMost)
+  constexpr Int kMax = std::numeric_limits<Int32>::max();
+  if (call.count > kMax || call.first > kMax - call.count || call.instanceCount > kMax)
     return OSTRA_ILLEGAL_ARGUMENT("@ vertices from @ on and @ instances are more than a draw can have.", call.count,
                                   call.first, call.instanceCount);
   if (static_cast<Int32>(call.topology) < 0 || call.topology > DrawportTopology::Patches)

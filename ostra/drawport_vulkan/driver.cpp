@@ -97,7 +97,7 @@ Result<void> Driver::Init() {
   if (volkGetInstanceVersion() < VK_API_VERSION_1_2)
     return OSTRA_ILLEGAL_STATE("The Vulkan loader of this machine is older than version 1.2.");
   OSTRA_RETURN_IF_ERROR(CreateInstance());
-  return LookAtDevices();
+  return QueryDevices();
 }
 
 Result<void> Driver::CreateInstance() {
@@ -145,7 +145,7 @@ Result<void> Driver::CreateInstance() {
   return OSTRA_VULKAN(vkCreateDebugUtilsMessengerEXT(_instance, &messenger, nullptr, &_messenger));
 }
 
-Result<void> Driver::LookAtDevices() {
+Result<void> Driver::QueryDevices() {
   UInt32 count = 0;
   OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkEnumeratePhysicalDevices(_instance, &count, nullptr)));
   OSTRA_RETURN_IF_ERROR(_physicalDevices.Resize(count));

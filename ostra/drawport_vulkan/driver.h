@@ -51,7 +51,7 @@ class Driver final : public DrawportCounted<Driver, DrawportObject> {
  private:
   Result<void> Init();
   Result<void> CreateInstance();
-  Result<void> LookAtDevices();
+  Result<void> QueryDevices();
   Result<void> PretendDevices();
 
   VkInstance _instance = VK_NULL_HANDLE;

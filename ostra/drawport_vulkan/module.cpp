@@ -27,7 +27,7 @@ class DeviceList final : public Component<DeviceList, DrawportDeviceListInterfac
   }
 };
 
-Result<void> EnterBackend(ModuleDescriptor& module) {
+Result<void> RegisterBackend(ModuleDescriptor& module) {
   OSTRA_ASSIGN_OR_RETURN(ClassRef cache, Class::Create<vulkan::Cache>("net.ostra.drawport.cache.vulkan"_id));
   OSTRA_RETURN_IF_ERROR(RegisterClass(module, cache));
   OSTRA_ASSIGN_OR_RETURN(ClassRef test, Class::Create<SelectorTest>("net.ostra.drawport.selectortestclass.vulkan"_id));
@@ -37,7 +37,7 @@ Result<void> EnterBackend(ModuleDescriptor& module) {
 }
 
 constexpr std::array kFrameworks = {kCoreFramework, kImageFramework, kDrawportFramework};
-constexpr std::array<ModuleEntry, 1> kUnits = {{{"drawport_vulkan", &EnterBackend}}};
+constexpr std::array<ModuleEntry, 1> kUnits = {{{"drawport_vulkan", &RegisterBackend}}};
 
 }  // namespace
 }  // namespace ostra

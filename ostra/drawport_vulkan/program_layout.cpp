@@ -183,9 +183,9 @@ Result<void> ProgramFactory::LayOut(const ProgramStage& stage) {
       if (const ShaderUniform* wrap = FindByName(shader.uniforms, wrapName)) place.wrapOffset = begin + wrap->offset;
     }
     if (place.parameter.isValue && place.binding >= 0) {
-      constexpr Int kLargestValue = 64;  // for a value of unknown size: a matrix
+      constexpr Int kMaxValue = 64;  // for a value of unknown size: a matrix
       place.valueOffset = (_sliceSize + alignment - 1) / alignment * alignment;
-      place.valueSize = place.parameter.layout.byteSize > 0 ? place.parameter.layout.byteSize : kLargestValue;
+      place.valueSize = place.parameter.layout.byteSize > 0 ? place.parameter.layout.byteSize : kMaxValue;
       _sliceSize = place.valueOffset + place.valueSize;
     }
   }

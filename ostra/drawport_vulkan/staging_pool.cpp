@@ -24,7 +24,7 @@ StagingMemory* StagingPool::Take(Int bytes, MemoryUse use, UInt64 completed) {
 }
 
 Bool StagingPool::MustWait(Int size, UInt64 completed) const {
-  if (GetTotal() + size <= kMostBytes) return false;
+  if (GetTotal() + size <= kMaxBytes) return false;
   return std::any_of(_blocks.begin(), _blocks.end(),
                      [&](const StagingMemory* block) { return block->busyUntil > completed; });
 }
@@ -41,7 +41,7 @@ Result<StagingMemory*> StagingPool::Add(BufferRef buffer, Int size, MemoryUse us
 
 void StagingPool::FreeSpare(UInt64 completed) {
   Int total = GetTotal();
-  for (Int i = _blocks.GetCount() - 1; i >= 0 && total > kMostBytes / 2; --i) {
+  for (Int i = _blocks.GetCount() - 1; i >= 0 && total > kMaxBytes / 2; --i) {
     if (_blocks[i]->isMapped || _blocks[i]->busyUntil > completed) continue;
     total -= _blocks[i]->size;
     _blocks.Remove(i);

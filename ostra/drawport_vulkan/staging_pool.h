@@ -1,4 +1,4 @@
-// StagingPool: the memory that transfers of a list go through. It grows to kMostBytes; more waits until the device is
+// StagingPool: the memory that transfers of a list go through. It grows to kMaxBytes; more waits until the device is
 // done with some of it. It calls no driver.
 #pragma once
 
@@ -9,7 +9,7 @@ namespace ostra::vulkan {
 
 class StagingPool {
  public:
-  static constexpr Int kMostBytes = Int(64) << 20;
+  static constexpr Int kMaxBytes = Int(64) << 20;
 
   // Bytes of new memory for a transfer: powers of two, so that it serves other ones.
   static Int GetBlockSize(Int bytes);
@@ -21,7 +21,7 @@ class StagingPool {
   Bool MustWait(Int size, UInt64 completed) const;
   // Adds memory, which counts as mapped. Error: out of memory.
   Result<StagingMemory*> Add(BufferRef buffer, Int size, MemoryUse use);
-  // Frees what is not in use until half of kMostBytes is left.
+  // Frees what is not in use until half of kMaxBytes is left.
   void FreeSpare(UInt64 completed);
 
  private:

@@ -55,8 +55,8 @@ Result<void> CheckLayout(const Layout& layout, Int fileSize) {
   if (layout.width > kMaxImagePixels / layout.height)
     return OSTRA_ILLEGAL_ARGUMENT("a picture of @ x @ pixels is too large, the limit is @ pixels.", layout.width,
                                   layout.height, kMaxImagePixels);
-  constexpr Int kLargestCompression = 1032;  // of the deflate format: 258 bytes for 2 bits
-  if (layout.width * layout.height / 8 * layout.bitsInFile > fileSize * kLargestCompression)
+  constexpr Int kMaxCompression = 1032;  // of the deflate format: 258 bytes for 2 bits
+  if (layout.width * layout.height / 8 * layout.bitsInFile > fileSize * kMaxCompression)
     return OSTRA_ILLEGAL_ARGUMENT("@: @ bytes are too few for @ x @ pixels.", kDamaged, fileSize, layout.width,
                                   layout.height);
   if (layout.bytesPerRow != layout.width * 4 * layout.bitDepth / 8)
@@ -66,8 +66,8 @@ Result<void> CheckLayout(const Layout& layout, Int fileSize) {
 
 template <class Value>
 void Widen(const Value* source, Float32* target, Int count) {
-  constexpr Float32 kLargest = static_cast<Float32>(static_cast<Value>(~Value(0)));
-  for (Int i = 0; i < count; ++i) target[i] = static_cast<Float32>(source[i]) / kLargest;
+  constexpr Float32 kMax = static_cast<Float32>(static_cast<Value>(~Value(0)));
+  for (Int i = 0; i < count; ++i) target[i] = static_cast<Float32>(source[i]) / kMax;
 }
 
 void WidenRow(const Layout& layout, const Byte* row, Float32* target) {

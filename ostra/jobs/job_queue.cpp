@@ -24,7 +24,7 @@ Result<void> JobQueue::Add(Job& job, JobGroup* group) {
   if (WorkerPool::IsForkedChild())
     return OSTRA_ILLEGAL_STATE("A job was enqueued in the child of a fork, which has no worker threads.");
   OSTRA_RETURN_IF_ERROR(Link(job, group));
-  if (WorkerPool::Announce() || !Withdraw(job)) return OK;
+  if (WorkerPool::Notify() || !Withdraw(job)) return OK;
   return OSTRA_OUT_OF_MEMORY();
 }
 
@@ -96,7 +96,7 @@ Bool JobQueue::RunOne() {
     if (!job) return false;
     Take(*job);
   }
-  if (HasJobs()) (void)WorkerPool::Announce();  // this worker no longer looks; without another it comes back
+  if (HasJobs()) (void)WorkerPool::Notify();  // this worker no longer looks; without another it comes back
   Run(*job);
   return true;
 }

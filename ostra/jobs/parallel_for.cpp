@@ -24,7 +24,7 @@ Int GetThreadCount(Int wanted) {
 
 // Works from work.begin on until others are worth calling, or to the end. Pieces grow from the granularity on, so that
 // short loops look at the clock only a few times.
-void RunAlone(LoopWork& work, Pace& pace) {
+void RunAlone(LoopWork& work, Rate& rate) {
   const UInt64 start = ReadTicks();
   UInt64 last = start;
   Int size = work.granularity;
@@ -35,11 +35,11 @@ void RunAlone(LoopWork& work, Pace& pace) {
     work.begin += done;
     if (done == left) return;
     const UInt64 now = ReadTicks();
-    pace.Measure(done, now - last);
+    rate.Measure(done, now - last);
     last = now;
-    if (work.threadCount > 1 && now - start >= kAloneTicks && pace.GetIndexCount(kWorthSharingTicks) < left - done)
+    if (work.threadCount > 1 && now - start >= kAloneTicks && rate.GetIndexCount(kWorthSharingTicks) < left - done)
       return;
-    const Int longest = pace.GetIndexCount(work.threadCount > 1 ? kAlonePieceTicks : kLongPieceTicks);
+    const Int longest = rate.GetIndexCount(work.threadCount > 1 ? kAlonePieceTicks : kLongPieceTicks);
     // Never all that is left at once: it may take much longer than what was measured.
     const Int half = std::max((left - done) / 2, 8 * std::min<Int>(work.granularity, 64));
     size = std::max(std::min({4 * std::min(done, kMaxQuarter), longest, half}), work.granularity);
@@ -50,16 +50,16 @@ void RunAlone(LoopWork& work, Pace& pace) {
 
 void RunPieces(Int count, Int granularity, Int threadCount, PieceFunction* function, void* context) {
   LoopWork work{function, context, 0, count, granularity, GetThreadCount(threadCount)};
-  Pace pace;
-  RunAlone(work, pace);
+  Rate rate;
+  RunAlone(work, rate);
   if (work.begin == count) return;
-  if (SharedLoop* loop = SharedLoop::Open(work, pace)) {
+  if (SharedLoop* loop = SharedLoop::Open(work, rate)) {
     loop->Work();
     loop->Close();
     return;
   }
   work.threadCount = 1;
-  RunAlone(work, pace);
+  RunAlone(work, rate);
 }
 
 // An unknown duration counts as a long one, so that the first pieces are single indices. Helpers wait, then: most loops
@@ -69,9 +69,9 @@ Float64 RunPacedPieces(Int count, Float64 ticksPerIndex, PieceFunction* function
   constexpr UInt64 kHelpDelay = 500 * kTicksPerMicrosecond;
   const Bool isKnown = ticksPerIndex > 0;
   LoopWork work{function, context, 0, count, 1, GetThreadCount(-1)};
-  Pace pace(isKnown ? ticksPerIndex : kUnknownTicks);
+  Rate rate(isKnown ? ticksPerIndex : kUnknownTicks);
   SharedLoop* loop = nullptr;
-  if (work.threadCount > 1 && count > 1) loop = SharedLoop::Open(work, pace, isKnown ? 0 : kHelpDelay);
+  if (work.threadCount > 1 && count > 1) loop = SharedLoop::Open(work, rate, isKnown ? 0 : kHelpDelay);
   if (loop) {
     const Float64 measured = loop->Work();
     loop->Close();
@@ -79,7 +79,7 @@ Float64 RunPacedPieces(Int count, Float64 ticksPerIndex, PieceFunction* function
   }
   const UInt64 start = ReadTicks();
   work.threadCount = 1;
-  RunAlone(work, pace);
+  RunAlone(work, rate);
   return static_cast<Float64>(ReadTicks() - start) / static_cast<Float64>(count);
 }
 

@@ -42,17 +42,17 @@ SharedLoop* AcquireLoop() {
 
 UInt64 SharedLoop::GetBit() const { return UInt64{1} << static_cast<UInt64>(this - g_loops.data()); }
 
-SharedLoop* SharedLoop::Open(const LoopWork& work, const Pace& pace, UInt64 helpDelay) {
+SharedLoop* SharedLoop::Open(const LoopWork& work, const Rate& rate, UInt64 helpDelay) {
   SharedLoop* loop = AcquireLoop();
   if (!loop) return nullptr;
   loop->_work = work;
-  loop->_pace = pace;
+  loop->_rate = rate;
   loop->_helpTime.store(helpDelay > 0 ? ReadTicks() + helpDelay : 0, std::memory_order_relaxed);
   loop->_job = GetCurrentJob();
   loop->Divide();
   loop->_seats.store(static_cast<UInt32>(work.threadCount - 1) * kSeat, std::memory_order_release);
   g_openLoops.fetch_or(loop->GetBit());
-  (void)WorkerPool::Announce();
+  (void)WorkerPool::Notify();
   return loop;
 }
 
@@ -60,7 +60,7 @@ SharedLoop* SharedLoop::Open(const LoopWork& work, const Pace& pace, UInt64 help
 // granularity but the last one of all.
 void SharedLoop::Divide() {
   const Int granules = (_work.count - 1) / _work.granularity + 1;
-  _shareCount = std::min({_work.threadCount, granules, kLargestShareCount});
+  _shareCount = std::min({_work.threadCount, granules, kMaxShareCount});
   Int begin = _work.begin;
   Int granule = 0;
   for (Int i = 0; i < _shareCount; ++i) {
@@ -98,10 +98,10 @@ Int SharedLoop::GetLeft() const {
 
 // Takes the next piece of a share, at most a part of it: large while there is plenty, smaller towards the end, so that
 // all threads end together.
-Bool SharedLoop::TakeFrom(Share& share, const Pace& pace, Int divisor, Int& begin, Int& end) {
+Bool SharedLoop::TakeFrom(Share& share, const Rate& rate, Int divisor, Int& begin, Int& end) {
   begin = share.next.load(std::memory_order_relaxed);
-  const Int shortest = pace.GetIndexCount(kShortPieceTicks);
-  const Int longest = pace.GetIndexCount(kLongPieceTicks);
+  const Int shortest = rate.GetIndexCount(kShortPieceTicks);
+  const Int longest = rate.GetIndexCount(kLongPieceTicks);
   do {
     const Int left = share.end - begin;
     if (left <= 0) return false;
@@ -113,8 +113,8 @@ Bool SharedLoop::TakeFrom(Share& share, const Pace& pace, Int divisor, Int& begi
   return true;
 }
 
-Bool SharedLoop::Take(const Pace& pace, Int ownShare, Int& begin, Int& end) {
-  if (TakeFrom(_shares[static_cast<std::size_t>(ownShare)], pace, 1, begin, end)) return true;
+Bool SharedLoop::Take(const Rate& rate, Int ownShare, Int& begin, Int& end) {
+  if (TakeFrom(_shares[static_cast<std::size_t>(ownShare)], rate, 1, begin, end)) return true;
   for (;;) {
     Share* fullest = nullptr;
     Int most = 0;
@@ -126,24 +126,24 @@ Bool SharedLoop::Take(const Pace& pace, Int ownShare, Int& begin, Int& end) {
       }
     }
     if (!fullest) return false;
-    if (TakeFrom(*fullest, pace, _work.threadCount, begin, end)) return true;
+    if (TakeFrom(*fullest, rate, _work.threadCount, begin, end)) return true;
   }
 }
 
-Float64 SharedLoop::Work(Pace pace, Int ownShare) {
+Float64 SharedLoop::Work(Rate rate, Int ownShare) {
   const MonitorScope scope("parallel loop");
   Int begin = 0;
   Int end = 0;
   UInt64 start = ReadTicks();
   const UInt64 first = start;
   Int done = 0;
-  while (Take(pace, ownShare, begin, end)) {
+  while (Take(rate, ownShare, begin, end)) {
     _work.Call(begin, end);
     const UInt64 now = ReadTicks();
-    pace.Measure(end - begin, now - start);
+    rate.Measure(end - begin, now - start);
     start = now;
     done += end - begin;
-    CallMore(pace);
+    CallMore(rate);
   }
   _helpTime.store(0, std::memory_order_relaxed);
   Hide();
@@ -151,13 +151,13 @@ Float64 SharedLoop::Work(Pace pace, Int ownShare) {
 }
 
 // Lets helpers begin, and calls one more worker, while there is work and a seat for it.
-void SharedLoop::CallMore(const Pace& pace) {
+void SharedLoop::CallMore(const Rate& rate) {
   const Bool isOpen = g_openLoops.load(std::memory_order_relaxed) & GetBit();
   const Bool isHelpAwaited = _helpTime.load(std::memory_order_relaxed) != 0;
   if (!isOpen && !isHelpAwaited) return;
-  if (GetLeft() <= pace.GetIndexCount(kWorthCallingTicks)) return;
+  if (GetLeft() <= rate.GetIndexCount(kWorthCallingTicks)) return;
   if (isHelpAwaited) _helpTime.store(0, std::memory_order_relaxed);
-  if (isOpen) (void)WorkerPool::Announce();  // without a worker those inside do it all
+  if (isOpen) (void)WorkerPool::Notify();  // without a worker those inside do it all
 }
 
 // A helper that waits need not be called when the caller is in a long piece.
@@ -209,9 +209,9 @@ void SharedLoop::HelpOne() {
   SharedLoop& loop = g_loops[static_cast<std::size_t>(std::countr_zero(open))];
   if (!loop.Join()) return;
   loop.AwaitHelpTime();
-  loop.CallMore(loop._pace);
+  loop.CallMore(loop._rate);
   const CurrentJobScope scope(loop._job);
-  loop.Work(loop._pace, loop.ChooseShare());
+  loop.Work(loop._rate, loop.ChooseShare());
   loop.Leave();
 }
 

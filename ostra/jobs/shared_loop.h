@@ -10,8 +10,8 @@
 #include <array>
 #include <atomic>
 
-#include "ostra/jobs/pace.h"
 #include "ostra/jobs/parallel_for.h"
+#include "ostra/jobs/rate.h"
 
 namespace ostra {
 
@@ -32,12 +32,12 @@ struct LoopWork {
 
 class alignas(64) SharedLoop {
  public:
-  // Opens a loop for others; null when too many are open, and then the caller works alone. `pace` is what is known
+  // Opens a loop for others; null when too many are open, and then the caller works alone. `rate` is what is known
   // about the duration of an index. Helpers begin at once, or when `helpDelay` ticks are over or the caller has
   // measured that the rest is worth their while.
-  static SharedLoop* Open(const LoopWork& work, const Pace& pace, UInt64 helpDelay = 0);
+  static SharedLoop* Open(const LoopWork& work, const Rate& rate, UInt64 helpDelay = 0);
   // Works until no index is left. Returns what an index has cost this thread in ticks; 0 when it came too late for any.
-  Float64 Work() { return Work(_pace, 0); }
+  Float64 Work() { return Work(_rate, 0); }
   // Closes the loop to new helpers, waits for those inside and returns the loop. After it, all effects of the helpers
   // are visible to the caller.
   void Close();
@@ -52,7 +52,7 @@ class alignas(64) SharedLoop {
   static void HelpOne();
 
  private:
-  static constexpr Int kLargestShareCount = 32;
+  static constexpr Int kMaxShareCount = 32;
 
   // Indices that no thread has taken yet: next .. end - 1.
   struct alignas(64) Share {
@@ -63,13 +63,13 @@ class alignas(64) SharedLoop {
 
   void Divide();
   Int ChooseShare();
-  Float64 Work(Pace pace, Int ownShare);
-  Bool Take(const Pace& pace, Int ownShare, Int& begin, Int& end);
-  Bool TakeFrom(Share& share, const Pace& pace, Int divisor, Int& begin, Int& end);
+  Float64 Work(Rate rate, Int ownShare);
+  Bool Take(const Rate& rate, Int ownShare, Int& begin, Int& end);
+  Bool TakeFrom(Share& share, const Rate& rate, Int divisor, Int& begin, Int& end);
   Int GetLeft() const;
   Bool Join();
   void Leave();
-  void CallMore(const Pace& pace);
+  void CallMore(const Rate& rate);
   void AwaitHelpTime() const;
   void Hide();
   UInt64 GetBit() const;
@@ -78,12 +78,12 @@ class alignas(64) SharedLoop {
   // loop is closed.
   std::atomic<UInt32> _seats{0};
   LoopWork _work{};
-  Pace _pace;
+  Rate _rate;
   std::atomic<UInt64> _helpTime{0};  // ticks before which helpers take nothing
   Job* _job = nullptr;               // the caller's job is the current job of its helpers, too
   std::atomic<UInt32> _chosen{0};    // a bit for each share that a thread has chosen
   Int _shareCount = 0;
-  std::array<Share, kLargestShareCount> _shares;
+  std::array<Share, kMaxShareCount> _shares;
 };
 
 }  // namespace ostra

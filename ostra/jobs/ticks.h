@@ -1,4 +1,4 @@
-// A clock that can be read in a few nanoseconds, to pace work.
+// A clock that can be read in a few nanoseconds, to rate work.
 #pragma once
 
 #include "ostra/core/types.h"

@@ -34,7 +34,7 @@ Int GetWorkerLimit() { return std::max<Int>(GetWorkerThreadCount() - 1, 1); }
 
 Bool HasWork() { return JobQueue::HasJobs() || SharedLoop::HasOpenLoops(); }
 
-Bool EnterPool() {
+Bool JoinPool() {
   Int present = g_presentCount.load();
   do {
     if (present >= GetWorkerLimit() || g_stopping.load() || g_isForkedChild.load()) return false;
@@ -73,7 +73,7 @@ void RunWorker() {
     }
     LeavePool();
     // Work announced since the last look may have counted on this worker.
-    if (!HasWork() || !EnterPool()) break;
+    if (!HasWork() || !JoinPool()) break;
   }
   t_isWorker = false;
 }
@@ -112,9 +112,9 @@ void SetWorkerThreadLimit(Int count) {
 
 namespace WorkerPool {
 
-Bool Announce() {
+Bool Notify() {
   if (g_lookingCount.load() > 0) return true;
-  if (!EnterPool()) return g_presentCount.load() > 0;
+  if (!JoinPool()) return g_presentCount.load() > 0;
   if (LibraryThreads::Run(&RunWorker)) return true;
   LeavePool();
   return g_presentCount.load() > 0;

@@ -3,7 +3,7 @@
 // A worker is called onto a library thread when work is announced and no worker looks for work. It looks for more work
 // for at most 100 us before it gives the thread back.
 //
-// A thread that makes work visible calls Announce() afterwards. Work is never forgotten: either the announcing thread
+// A thread that makes work visible calls Notify() afterwards. Work is never forgotten: either the notifying thread
 // sees that no worker looks, or the worker that stops looking sees the work. All functions are thread-safe.
 #pragma once
 
@@ -13,7 +13,7 @@ namespace ostra::WorkerPool {
 
 // Calls a worker when none looks for work and the limit allows one more. False when there is no worker at all and none
 // can be called.
-Bool Announce();
+Bool Notify();
 
 // Lets no worker be called again and waits until all have ended what they run. Called once, at the end, and not on a
 // worker, which could not wait for itself: that ends the process with a message.

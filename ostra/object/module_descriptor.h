@@ -1,12 +1,12 @@
 // ModuleDescriptor: the record through which the host knows a module. A plug-in exports one as `g_ostra`; an
 // application that contains classes of its own hands its to ModuleLoader::RegisterApplication.
 //
-//   static Result<void> EnterClasses(ModuleDescriptor& module) {
+//   static Result<void> RegisterOwnClasses(ModuleDescriptor& module) {
 //     OSTRA_ASSIGN_OR_RETURN(ClassRef counter, Class::Create<Counter>("com.example.counter"_id));
 //     return RegisterClass(module, counter);                        // registration.h; taken back at unload
 //   }
 //   static constexpr Id kNeeds[] = {"net.ostra.core.framework"_id};
-//   static constexpr ModuleEntry kUnits[] = {{"counter", &EnterClasses}};
+//   static constexpr ModuleEntry kUnits[] = {{"counter", &RegisterOwnClasses}};
 //
 //   OSTRA_MODULE_DESCRIPTOR = {
 //       .id = "com.example.counters"_id, .version = "1.0", .requiredFrameworks = kNeeds, .units = kUnits};

@@ -5,7 +5,7 @@
 
 #include "ostra/core/stream_copy.h"
 #include "ostra/jobs/parallel_for.h"
-#include "ostra/jobs/touch_pages.h"
+#include "ostra/jobs/prefault_pages.h"
 
 OSTRA_UNIT("parallelprogram_gpu_impl");
 
@@ -41,11 +41,11 @@ Result<Int> GetTransferChunkSize(const GpuContextData& data, DrawportCapability 
 
 TransferPieces CutChunk(Int chunk, Int capacity) {
   constexpr Int kPieces = 64;
-  constexpr Int kSmallestRest = 256;  // a 256th of the capacity
+  constexpr Int kMinRest = 256;  // a 256th of the capacity
   const Int size = std::max<Int>(capacity / kPieces, 1);
   const Int whole = (chunk - 1) / size;
   const Int rest = chunk - whole * size;
-  const Bool restIsPiece = whole < 1 || rest >= capacity / kSmallestRest;
+  const Bool restIsPiece = whole < 1 || rest >= capacity / kMinRest;
   return {size, restIsPiece ? whole + 1 : whole};
 }
 
@@ -84,7 +84,7 @@ Result<void> DownloadBytes(const GpuContextData& data, BufferReader reader, Draw
   const auto use = isLoader ? DrawportStagingUse::HostReadWrite : DrawportStagingUse::HostRead;
   DrawportCommandList& list = data.GetCommandList();
   OSTRA_ASSIGN_OR_RETURN(const Int capacity, GetTransferChunkSize(data, capability, elementSize));
-  if (bytes >= kLargeTransfer) TouchPages(target, bytes);
+  if (bytes >= kLargeTransfer) PrefaultPages(target, bytes);
   for (Int done = 0; done < bytes;) {
     const Int chunk = std::min(bytes - done, capacity);
     OSTRA_ASSIGN_OR_RETURN(const StagingBuffer staging, StagingBuffer::Create(data, chunk, use));

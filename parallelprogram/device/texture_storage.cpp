@@ -57,12 +57,12 @@ TextureFormat GetTextureFormat(const PixelFormat& format) {
 
 // 0 where not even their bytes could be counted.
 Int CountElements(const TextureBindData& bindData) {
-  constexpr Int kLargestElement = 8;
+  constexpr Int kMaxElement = 8;
   const Vec3<UInt32>& size = bindData._dimensions;
   Int count = bindData._numChannels, bytes = 0;
   for (const UInt32 extent : {size.x, size.y, size.z})
     if (__builtin_mul_overflow(count, Int{extent}, &count)) return 0;
-  return __builtin_mul_overflow(count, kLargestElement, &bytes) ? 0 : count;
+  return __builtin_mul_overflow(count, kMaxElement, &bytes) ? 0 : count;
 }
 
 // Bytes of an element as it is given. Halves may come as halves or as floats, and texels that were read back have the

@@ -68,12 +68,12 @@ Bool GpuKernel::IsWorthCompiling() const {
   return hasReadNothing || !(compileError->GetKind() == kIllegalArgumentError);
 }
 
-Result<void> GpuKernel::Settle() {
+Result<void> GpuKernel::ApplyCompiled() {
   const std::scoped_lock guard(lock);
-  return SettleLocked();
+  return ApplyCompiledLocked();
 }
 
-Result<void> GpuKernel::SettleLocked() {
+Result<void> GpuKernel::ApplyCompiledLocked() {
   if (state != CompileState::Running && read) {
     sources = std::move(*read);
     read.reset();
@@ -94,9 +94,9 @@ Result<void> GpuKernel::SettleLocked() {
 }
 
 // Under one lock: a compilation that ends in between would have its program run with the work group size of none.
-Result<void> GpuKernel::SettleCompiled() {
+Result<void> GpuKernel::RequireCompiled() {
   const std::scoped_lock guard(lock);
-  OSTRA_RETURN_IF_ERROR(SettleLocked());
+  OSTRA_RETURN_IF_ERROR(ApplyCompiledLocked());
   // Without a size there is nothing to divide a dispatch by: the job was cancelled.
   if (state == CompileState::Ready && workGroupSize.x > 0) return OK;
   if (compileError)

@@ -74,12 +74,12 @@ struct GpuKernel : RefCounted<GpuKernel>, ParameterLinks {
   Bool IsWorthCompiling() const;
 
   // Takes over what a compilation that has ended has found. Error: out of memory.
-  Result<void> Settle();
+  Result<void> ApplyCompiled();
   // The same, and looks how it has ended. Error: illegal state while the kernel is compiled, and when that has failed.
-  Result<void> SettleCompiled();
+  Result<void> RequireCompiled();
 
  private:
-  Result<void> SettleLocked();
+  Result<void> ApplyCompiledLocked();
 };
 using GpuKernelRef = StrongRef<GpuKernel>;
 

@@ -183,7 +183,7 @@ Result<void> ParallelProgramGPUImpl::BuildProgram(const InternedId& kernelId, Dr
 // A program with all noises takes drivers up to minutes to compile, one with those that are chosen a moment. No file is
 // looked at: modes are values, and a kernel that was edited meanwhile is no affair of theirs.
 Result<void> ParallelProgramGPUImpl::UpdateNoiseModes(GpuKernel& kernel) {
-  constexpr Int kMostModeChanges = 32;
+  constexpr Int kMaxModeChanges = 32;
   if (!kernel.usesNoise || !kernel.hasKnownModes) return OK;
   Int32 modes[kMaxNoises];
   Int used = 0;
@@ -198,7 +198,7 @@ Result<void> ParallelProgramGPUImpl::UpdateNoiseModes(GpuKernel& kernel) {
   OSTRA_RETURN_IF_ERROR(changed.Resize(used));
   std::copy(modes, modes + used, changed.begin());
   std::swap(kernel.noiseModes, changed);
-  kernel.hasKnownModes = kernel.modeChanges < kMostModeChanges;
+  kernel.hasKnownModes = kernel.modeChanges < kMaxModeChanges;
   kernel.isChangingModes = true;
   Result<void> rebuilt = ExplainFailure(kernel, kernel.compute->ReloadProgramFactory(_current.context));
   kernel.isChangingModes = false;
@@ -210,7 +210,7 @@ Result<void> ParallelProgramGPUImpl::UpdateNoiseModes(GpuKernel& kernel) {
     return rebuilt;
   }
   ++kernel.modeChanges;
-  return kernel.Settle();
+  return kernel.ApplyCompiled();
 }
 
 Result<ParsedKernel> ParallelProgramGPUImpl::Parse(GpuKernel& kernel, UInt64 hash) {
@@ -239,13 +239,13 @@ Result<void> ParallelProgramGPUImpl::ReloadChangedKernels() {
   for (const GpuKernelRef& kernel : kernels) {
     const CompileState state = kernel->GetState();
     if (state != CompileState::Ready && state != CompileState::Failed) continue;
-    OSTRA_RETURN_IF_ERROR(kernel->Settle());
+    OSTRA_RETURN_IF_ERROR(kernel->ApplyCompiled());
     OSTRA_ASSIGN_OR_RETURN(const UInt64 stamp, MakeSourcesStamp(kernel->file, kernel->sources.files));
     if (stamp == kernel->sources.stamp) continue;
     kernel->sources.stamp = stamp;
     Result<void> reloaded = ExplainFailure(*kernel, kernel->compute->ReloadProgramFactory(_current.context));
     kernel->EndCompile(reloaded, true);
-    OSTRA_RETURN_IF_ERROR(kernel->Settle());
+    OSTRA_RETURN_IF_ERROR(kernel->ApplyCompiled());
     if (!reloaded) return reloaded;
   }
   return OK;

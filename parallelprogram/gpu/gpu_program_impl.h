@@ -2,7 +2,7 @@
 // and binder of kernels, buffers, links, textures, out-of-core textures, dispatch.
 //
 // Everything but compile jobs happens on the thread that drives the program. A compile job writes only the part of its
-// kernel that `GpuKernel::lock` guards; the driving thread takes it over with Settle.
+// kernel that `GpuKernel::lock` guards; the driving thread takes it over with ApplyCompiled.
 #pragma once
 
 #include "ostra/jobs/job_group.h"
@@ -174,13 +174,13 @@ class ParallelProgramGPUImpl final : public Component<ParallelProgramGPUImpl, Pa
 
   // Textures.
 
-  // Stores a texture whose extents are at least 1. Textures of `spared` are not evicted for it.
-  Result<void> StoreTexture(const InternedId& attr, const TextureBindData& bindData, const GpuKernel* spared);
+  // Stores a texture whose extents are at least 1. Textures of `kept` are not evicted for it.
+  Result<void> StoreTexture(const InternedId& attr, const TextureBindData& bindData, const GpuKernel* kept);
   Result<Data> ReadTextureData(const TextureSamplerEntry& entry, const Vec3<Int32>& end) const;
-  // Evicts textures until `bytes` bytes fit or nothing is left to evict; textures of `spared` stay, and those that
+  // Evicts textures until `bytes` bytes fit or nothing is left to evict; textures of `kept` stay, and those that
   // cannot be read back. Returns whether they fit.
-  Result<Bool> MakeRoom(Int bytes, const GpuKernel* spared);
-  Bool IsEvictable(const InternedId& attr, const GpuKernel* spared) const;
+  Result<Bool> MakeRoom(Int bytes, const GpuKernel* kept);
+  Bool IsEvictable(const InternedId& attr, const GpuKernel* kept) const;
   Result<void> EvictTexture(const InternedId& attr);
   // Makes evicted textures of the kernel again.
   Result<void> RestoreTextures(GpuKernel& kernel);

@@ -116,13 +116,13 @@ InternedId ParallelProgramGPUImpl::GetActiveKernelId() const { return _activeKer
 
 Result<GpuKernel&> ParallelProgramGPUImpl::GetActiveKernel() const {
   if (!_activeKernel) return OSTRA_ILLEGAL_STATE("no active kernel set");
-  OSTRA_RETURN_IF_ERROR(_activeKernel->Settle());
+  OSTRA_RETURN_IF_ERROR(_activeKernel->ApplyCompiled());
   return *_activeKernel;
 }
 
 Result<GpuKernel&> ParallelProgramGPUImpl::GetRunnableKernel() const {
   if (!_activeKernel) return OSTRA_ILLEGAL_STATE("no active kernel set");
-  OSTRA_RETURN_IF_ERROR(_activeKernel->SettleCompiled());
+  OSTRA_RETURN_IF_ERROR(_activeKernel->RequireCompiled());
   return *_activeKernel;
 }
 

@@ -10,8 +10,8 @@ OSTRA_UNIT("parallelprogram_gpu_impl");
 namespace ostra {
 namespace {
 
-constexpr Int kSmallestEvicted = 0x1000000;  // bytes; smaller textures stay
-constexpr Float64 kReserve = 0.1;            // of the whole memory, for everything else
+constexpr Int kMinEvicted = 0x1000000;  // bytes; smaller textures stay
+constexpr Float64 kReserve = 0.1;       // of the whole memory, for everything else
 constexpr Int32 kWholeTexture = 1 << 30;
 
 Bool Holds(const GpuKernel& kernel, const DrawportTexture* texture) {
@@ -35,19 +35,19 @@ Bool IsWhole(const TextureSamplerEntry& entry) {
 
 }  // namespace
 
-Bool ParallelProgramGPUImpl::IsEvictable(const InternedId& attr, const GpuKernel* spared) const {
+Bool ParallelProgramGPUImpl::IsEvictable(const InternedId& attr, const GpuKernel* kept) const {
   const TextureSamplerEntry* entry = FindTextureEntry(_textures, attr);
-  return entry && entry->_samplingData._dataSize >= kSmallestEvicted && IsWhole(*entry) &&
-         !(spared && Holds(*spared, entry->_texture));
+  return entry && entry->_samplingData._dataSize >= kMinEvicted && IsWhole(*entry) &&
+         !(kept && Holds(*kept, entry->_texture));
 }
 
 // An unknown budget is no reason to evict anything.
-Result<Bool> ParallelProgramGPUImpl::MakeRoom(Int bytes, const GpuKernel* spared) {
+Result<Bool> ParallelProgramGPUImpl::MakeRoom(Int bytes, const GpuKernel* kept) {
   for (Int i = 0;; ++i) {
     const auto [available, total] = GetAvailableAndTotalVRAMBudget();
     const auto reserve = static_cast<Int64>(static_cast<Float64>(total) * kReserve);
     if (total < 1 || bytes <= available - reserve) return true;
-    while (i < _deleteOrder.GetCount() && !IsEvictable(_deleteOrder[i], spared)) ++i;
+    while (i < _deleteOrder.GetCount() && !IsEvictable(_deleteOrder[i], kept)) ++i;
     if (i == _deleteOrder.GetCount()) return bytes <= available;
     OSTRA_RETURN_IF_ERROR(EvictTexture(_deleteOrder[i]));
   }

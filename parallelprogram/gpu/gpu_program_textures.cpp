@@ -18,14 +18,14 @@ Result<void> ParallelProgramGPUImpl::StoreTextureBindData(const InternedId& attr
 }
 
 Result<void> ParallelProgramGPUImpl::StoreTexture(const InternedId& attr, const TextureBindData& bindData,
-                                                  const GpuKernel* spared) {
+                                                  const GpuKernel* kept) {
   OSTRA_RETURN_IF_ERROR(CheckHasContext(_current));
   OSTRA_ASSIGN_OR_RETURN(const DrawportResourceKey key,
                          MakeTextureKey(MakeNameKey(attr.GetHashCode(), _identity), bindData, _narrow));
   MakeTextureRoom makeRoom;
   if (g_outOfCoreParallelProgram) {
-    OSTRA_ASSIGN_OR_RETURN(makeRoom, MakeTextureRoom::Create([this, &bindData, spared]() -> Result<void> {
-                             OSTRA_RETURN_IF_ERROR(MakeRoom(bindData._dataSize, spared));
+    OSTRA_ASSIGN_OR_RETURN(makeRoom, MakeTextureRoom::Create([this, &bindData, kept]() -> Result<void> {
+                             OSTRA_RETURN_IF_ERROR(MakeRoom(bindData._dataSize, kept));
                              return OK;
                            }));
   }

@@ -254,8 +254,8 @@ std::string KernelFile::MakeInclude(const EditedText& text, const Token& start,
   // A header that includes itself is guarded, or it never ends.
   if (std::find(includingHeaders.begin(), includingHeaders.end(), header->path) != includingHeaders.end()) return "";
   if (_onceHeaders.contains(header->path)) return "";
-  if (++_headerCount > kMaximalHeaders)
-    Fail(text, start, Join({"more than ", std::to_string(kMaximalHeaders), " headers are included"}));
+  if (++_headerCount > kMaxHeaders)
+    Fail(text, start, Join({"more than ", std::to_string(kMaxHeaders), " headers are included"}));
   return Join({MakeLineMark(1, header->path), MakeHeader(*header, includingHeaders), "\n", goOn});
 }
 

@@ -38,7 +38,7 @@ class KernelFile {
   std::string MakeParametersName() const;
 
  private:
-  static constexpr int kMaximalHeaders = 1000;
+  static constexpr int kMaxHeaders = 1000;
 
   // The kernel: the place of its text from the head of its definition to the end, and what it needs to be a class.
   struct Kernel {

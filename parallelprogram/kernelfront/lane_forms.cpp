@@ -15,12 +15,12 @@ struct Level {
 constexpr Level kLevels[] = {{"0", "kBaseline"}, {"1", "kVectors256"}, {"2", "kVectors512"}};
 
 // Each level has a text of its own, and what compilers take grows with all of them.
-constexpr std::size_t kLargestText = std::size_t{1} << 18;
+constexpr std::size_t kMaxText = std::size_t{1} << 18;
 
 Bool IsLarge(const kernellanguage::SourceMap& sources) {
   std::size_t size = 0;
   for (Int i = 0; i < sources.GetFileCount(); ++i) size += sources.GetFile(i).text.size();
-  return size > kLargestText;
+  return size > kMaxText;
 }
 
 kernellanguage::LaneCode PrintCode(const KernelFile& file, const kernellanguage::AnalyzedKernel& kernel) {

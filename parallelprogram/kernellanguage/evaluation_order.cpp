@@ -55,21 +55,21 @@ class OrderReader {
   void Look(NodeIndex node) {
     switch (_tree.nodes[node].kind) {
       case NodeKind::kAssign:
-        return LookAtAssignment(node);
+        return CheckAssignment(node);
       case NodeKind::kBinary: {
         const Operation operation = _tree.nodes[node].operation;
         if (operation == Operation::kLogicalAnd || operation == Operation::kLogicalOr) return;
-        return LookAtParts(node);
+        return CheckParts(node);
       }
       case NodeKind::kCall:
       case NodeKind::kConstruct:
-        return LookAtParts(node);
+        return CheckParts(node);
       default:
         return;
     }
   }
 
-  void LookAtAssignment(NodeIndex node) {
+  void CheckAssignment(NodeIndex node) {
     Uses indices, value;
     for (NodeIndex place = _tree.GetChild(node, 0);
          _tree.Is(place, NodeKind::kMemberOf) || _tree.Is(place, NodeKind::kIndex); place = _tree.GetChild(place, 0))
@@ -80,7 +80,7 @@ class OrderReader {
     if (Meet(indices.changed, value.names) || Meet(indices.names, value.changed)) _order.valueFirst.insert(node);
   }
 
-  void LookAtParts(NodeIndex node) {
+  void CheckParts(NodeIndex node) {
     Names changed, named;
     for (const NodeIndex child : _tree.GetChildren(node)) {
       Uses uses;

@@ -33,7 +33,7 @@ Bool IsTemporaryList(const fs::path& path) {
 
 }  // namespace
 
-void TouchCacheFile(const fs::path& file) {
+void MarkCacheFileUsed(const fs::path& file) {
   std::error_code code;
   fs::last_write_time(file, fs::file_time_type::clock::now(), code);
 }

@@ -66,8 +66,8 @@ Result<std::optional<CompiledFile>> FindCompiledFile(const CompiledFileKey& key)
   OSTRA_RETURN_IF_ERROR(CheckTrustedFile(path.native()));
   CompiledList found;
   if (!Measure(path, found) || found.size != list->size || found.checksum != list->checksum) return nothing;
-  TouchCacheFile(path);
-  TouchCacheFile(listPath);
+  MarkCacheFileUsed(path);
+  MarkCacheFileUsed(listPath);
   return std::optional(CompiledFile{path, std::move(list->headers)});
 }
 

@@ -24,17 +24,17 @@ constexpr std::array kFrameworks = {
 
 // Units without registrations keep their place: what they get later must come before the units below them.
 constexpr std::array<ModuleEntry, 11> kUnits = {{
-    {"general_shader_loader_impl", &EnterGeneralShaderLoader, &LeaveGeneralShaderLoader},
-    {"shader_data_entries", &EnterShaderDataEntries},
-    {"kernelbase_impl", &EnterKernelBase},
-    {"kernelinterface_texture", &EnterKernelTextures},
-    {"parallelprogram_cpu_impl", &EnterCpuProgram},
-    {"parallelprogram_gpu_impl", &EnterGpuProgram, &LeaveGpuProgram},
-    {"texture_sampling_structs", &EnterTextureStructures},
+    {"general_shader_loader_impl", &RegisterGeneralShaderLoader, &UnregisterGeneralShaderLoader},
+    {"shader_data_entries", &RegisterShaderDataEntries},
+    {"kernelbase_impl", &RegisterKernelBase},
+    {"kernelinterface_texture", &RegisterKernelTextures},
+    {"parallelprogram_cpu_impl", &RegisterCpuProgram},
+    {"parallelprogram_gpu_impl", &RegisterGpuProgram, &UnregisterGpuProgram},
+    {"texture_sampling_structs", &RegisterTextureStructures},
     {"shaderparser", nullptr},
-    {"kernelclassregistry", &EnterKernelClassRegistry},
+    {"kernelclassregistry", &RegisterKernelClassRegistry},
     {"reflection", nullptr},
-    {"register", &EnterModuleFrame},
+    {"register", &RegisterModuleFrame},
 }};
 
 constexpr std::array<ModuleEntry, 3> kStartup = {{

@@ -27,21 +27,21 @@ Result<void> RegisterVariable(ModuleDescriptor& module, const char* name, const 
 
 }  // namespace
 
-Result<void> EnterGeneralShaderLoader(ModuleDescriptor& module) {
+Result<void> RegisterGeneralShaderLoader(ModuleDescriptor& module) {
   OSTRA_ASSIGN_OR_RETURN(ClassRef loader, CreateGeneralShaderLoaderClass());
   OSTRA_RETURN_IF_ERROR(RegisterClass(module, loader));
   return RegisterVariable<&g_checkActiveProgramForUpdatedShaders>(module, "g_checkActiveProgramForUpdatedShaders",
                                                                   "enables reloading of shader files from hd"_s);
 }
 
-void LeaveGeneralShaderLoader(ModuleDescriptor&) { ResetStageParserCache(); }
+void UnregisterGeneralShaderLoader(ModuleDescriptor&) { ResetStageParserCache(); }
 
-Result<void> EnterShaderDataEntries(ModuleDescriptor& module) {
+Result<void> RegisterShaderDataEntries(ModuleDescriptor& module) {
   OSTRA_RETURN_IF_ERROR(RegisterDataType(module, DataTypeOf<DataBufferEntry>::Make()));
   return RegisterDataType(module, DataTypeOf<TextureSamplerEntry>::Make());
 }
 
-Result<void> EnterKernelBase(ModuleDescriptor& module) {
+Result<void> RegisterKernelBase(ModuleDescriptor& module) {
   // The unit of the registry comes later and declares it again: a registry may be declared by everyone who needs it.
   OSTRA_RETURN_IF_ERROR(RegisterRegistry(module, kKernelClassRegistry));
   OSTRA_ASSIGN_OR_RETURN(ClassRef base, CreateKernelBaseClass());
@@ -49,16 +49,16 @@ Result<void> EnterKernelBase(ModuleDescriptor& module) {
   return RegisterClass(module, kKernelClassRegistry, base);
 }
 
-Result<void> EnterKernelTextures(ModuleDescriptor& module) {
+Result<void> RegisterKernelTextures(ModuleDescriptor& module) {
   return ForEachSamplerType([&](DataType type) { return RegisterDataType(module, type); });
 }
 
-Result<void> EnterCpuProgram(ModuleDescriptor& module) {
+Result<void> RegisterCpuProgram(ModuleDescriptor& module) {
   OSTRA_ASSIGN_OR_RETURN(ClassRef program, CreateCpuProgramClass());
   return RegisterClass(module, program);
 }
 
-Result<void> EnterGpuProgram(ModuleDescriptor& module) {
+Result<void> RegisterGpuProgram(ModuleDescriptor& module) {
   OSTRA_ASSIGN_OR_RETURN(ClassRef program, CreateGpuProgramClass());
   OSTRA_RETURN_IF_ERROR(RegisterClass(module, program));
   OSTRA_RETURN_IF_ERROR(RegisterVariable<&g_reloadKernelsParallelProgram>(
@@ -69,17 +69,17 @@ Result<void> EnterGpuProgram(ModuleDescriptor& module) {
                                                        "enables out of core simulation"_s);
 }
 
-void LeaveGpuProgram(ModuleDescriptor&) { ResetParserCache(); }
+void UnregisterGpuProgram(ModuleDescriptor&) { ResetParserCache(); }
 
-Result<void> EnterTextureStructures(ModuleDescriptor& module) {
+Result<void> RegisterTextureStructures(ModuleDescriptor& module) {
   return ForEachTextureType([&](DataType type) { return RegisterDataType(module, type); });
 }
 
-Result<void> EnterKernelClassRegistry(ModuleDescriptor& module) {
+Result<void> RegisterKernelClassRegistry(ModuleDescriptor& module) {
   return RegisterRegistry(module, kKernelClassRegistry);
 }
 
-Result<void> EnterModuleFrame(ModuleDescriptor& module) {
+Result<void> RegisterModuleFrame(ModuleDescriptor& module) {
   OSTRA_RETURN_IF_ERROR(RegisterInterface(module, ParallelProgramInterface::kInterfaceId, "ParallelProgramInterface"));
   OSTRA_RETURN_IF_ERROR(RegisterInterface(module, KernelInterface::kInterfaceId, "KernelInterface"));
   return RegisterInterface(module, GeneralShaderLoaderInterface::kInterfaceId, "GeneralShaderLoaderInterface");

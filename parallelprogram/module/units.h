@@ -5,20 +5,20 @@
 
 namespace ostra {
 
-Result<void> EnterGeneralShaderLoader(ModuleDescriptor& module);
-void LeaveGeneralShaderLoader(ModuleDescriptor& module);
+Result<void> RegisterGeneralShaderLoader(ModuleDescriptor& module);
+void UnregisterGeneralShaderLoader(ModuleDescriptor& module);
 
-Result<void> EnterShaderDataEntries(ModuleDescriptor& module);
+Result<void> RegisterShaderDataEntries(ModuleDescriptor& module);
 
-Result<void> EnterKernelBase(ModuleDescriptor& module);
-Result<void> EnterKernelTextures(ModuleDescriptor& module);
-Result<void> EnterCpuProgram(ModuleDescriptor& module);
+Result<void> RegisterKernelBase(ModuleDescriptor& module);
+Result<void> RegisterKernelTextures(ModuleDescriptor& module);
+Result<void> RegisterCpuProgram(ModuleDescriptor& module);
 
-Result<void> EnterGpuProgram(ModuleDescriptor& module);
-void LeaveGpuProgram(ModuleDescriptor& module);
+Result<void> RegisterGpuProgram(ModuleDescriptor& module);
+void UnregisterGpuProgram(ModuleDescriptor& module);
 
-Result<void> EnterTextureStructures(ModuleDescriptor& module);
-Result<void> EnterKernelClassRegistry(ModuleDescriptor& module);
-Result<void> EnterModuleFrame(ModuleDescriptor& module);
+Result<void> RegisterTextureStructures(ModuleDescriptor& module);
+Result<void> RegisterKernelClassRegistry(ModuleDescriptor& module);
+Result<void> RegisterModuleFrame(ModuleDescriptor& module);
 
 }  // namespace ostra

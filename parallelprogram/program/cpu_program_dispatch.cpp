@@ -21,7 +21,7 @@ constexpr Float64 kLongPieceTicks = 500 * kTicksPerMicrosecond;
 // Where a range runs one invocation after the other the compiler may still have made vector instructions of its loop:
 // so many are shared in ranges that suit these, but for fewer than kManyInvocations threads without work would cost
 // more.
-constexpr Int kLargestVector = 16;
+constexpr Int kMaxVector = 16;
 constexpr Int kManyInvocations = 256;
 
 Int GetSteadyTime() {
@@ -142,7 +142,7 @@ Result<void> RunInvocations(Dispatch& dispatch, UInt32 first, UInt32 count, Bool
 // The size of the ranges that long invocations are shared in: whole lanes, but fewer where threads would be without
 // work.
 Int GetUnit(Bool hasRanges, Int count, Int laneCount) {
-  if (laneCount == 1) return hasRanges && count >= kManyInvocations ? kLargestVector : 1;
+  if (laneCount == 1) return hasRanges && count >= kManyInvocations ? kMaxVector : 1;
   const Int threadCount = GetWorkerThreadCount();
   return std::clamp((count + threadCount - 1) / threadCount, Int{1}, laneCount);
 }

@@ -102,7 +102,7 @@ constexpr UInt32 GetLinearOffset(UInt32 groupY) {
 template <class Body, class Group>
 class RangeLoops {
   using Ids = Vec3<UInt32>;
-  static constexpr UInt32 kLargest = 0xffffffffu;
+  static constexpr UInt32 kMax = 0xffffffffu;
 
  public:
   static constexpr Bool kCanFail =
@@ -241,7 +241,7 @@ class RangeLoops {
     UInt32 done;
     if constexpr (Body::kUsesLinearInvocation) {
       const UInt32 offset = row.linearOffset;
-      if (offset > kLargest - rows.end) return RunRowInOrder(body, rows);
+      if (offset > kMax - rows.end) return RunRowInOrder(body, rows);
       done = RunBelowBound(body, rows.begin + offset, rows.end + offset,
                            [&](UInt32 i) OSTRA_KERNEL_FLAT { row.Run(body, i - offset, i, kHasBound); }) -
              offset;

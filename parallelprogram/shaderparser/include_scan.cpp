@@ -11,7 +11,7 @@ namespace {
 
 // What a parse that refuses endless sources allows: headers that include others without guards multiply.
 constexpr Int kDeepestInclude = 64;
-constexpr Int kMostIncludes = 1000;
+constexpr Int kMaxIncludes = 1000;
 
 class IncludeScan {
  public:
@@ -70,7 +70,7 @@ Result<void> IncludeScan::Scan(const Url& file) {
   OSTRA_RETURN_IF_ERROR(CheckLimits(header));
   const ShaderTextOrigin includingLine = _state.origin;
   IncludeFile include;
-  OSTRA_ASSIGN_OR_RETURN(include.file, _state.EnterFile(header));
+  OSTRA_ASSIGN_OR_RETURN(include.file, _state.AddFile(header));
   _state.origin = {include.file, 0};
   OSTRA_ASSIGN_OR_RETURN(include.source, ReadSourceFile(header, _state.lineEnds, _state.overlay));
   OSTRA_ASSIGN_OR_RETURN(const SourceLines lines, SplitLines(include.source.text));
@@ -92,7 +92,7 @@ Result<void> IncludeScan::AppendPreamble(const Url& file) {
   const std::string_view preamble = _state.target.nanoVdbPreamble;
   if (preamble.empty() || !file.GetName().Contains("PNanoVDB")) return OK;
   ShaderTextOrigin origin;
-  OSTRA_ASSIGN_OR_RETURN(origin.file, _state.EnterFile(file));
+  OSTRA_ASSIGN_OR_RETURN(origin.file, _state.AddFile(file));
   ShaderTextOrigins origins;
   OSTRA_RETURN_IF_ERROR(origins.Append(origin));
   OSTRA_RETURN_IF_ERROR(origins.Append(origin));
@@ -111,9 +111,9 @@ Result<void> IncludeScan::CheckLimits(const Url& header) {
   }
   if (_state.endless == EndlessSource::Repeat) return OK;
   if (_open.GetCount() >= kDeepestInclude) return _state.MakeLocatedError("headers include each other too deeply");
-  if (++_scanned > kMostIncludes) {
-    const Bool areDistinct = _state.pieces.files.GetCount() > kMostIncludes / 2;
-    OSTRA_ASSIGN_OR_RETURN(const String text, Format("more than @ headers are included@", kMostIncludes,
+  if (++_scanned > kMaxIncludes) {
+    const Bool areDistinct = _state.pieces.files.GetCount() > kMaxIncludes / 2;
+    OSTRA_ASSIGN_OR_RETURN(const String text, Format("more than @ headers are included@", kMaxIncludes,
                                                      areDistinct ? "" : " again and again; guards are missing"));
     return _state.MakeLocatedError(text);
   }

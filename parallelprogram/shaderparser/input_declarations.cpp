@@ -10,8 +10,8 @@ namespace ostra {
 namespace {
 
 // What a Metal kernel takes at most.
-constexpr Int32 kMostMetalBuffers = 30;
-constexpr Int32 kMostMetalImages = 8;
+constexpr Int32 kMaxMetalBuffers = 30;
+constexpr Int32 kMaxMetalImages = 8;
 
 Error MakeFormError() { return OSTRA_ILLEGAL_ARGUMENT("struct entry is not conforming to '(type) name' structure"); }
 
@@ -43,12 +43,12 @@ std::string_view FindElementType(std::string_view type) {
 }
 
 void CountMetalBuffer(ShaderPieces& pieces) {
-  if (pieces.metalBufferCount++ >= kMostMetalBuffers)
+  if (pieces.metalBufferCount++ >= kMaxMetalBuffers)
     DebugStop("Assertion failed: Too many buffers bound to kernel(>30). Metal compile will fail.");
 }
 
 void CountMetalImage(ShaderPieces& pieces) {
-  if (pieces.metalImageCount++ >= kMostMetalImages)
+  if (pieces.metalImageCount++ >= kMaxMetalImages)
     DebugStop("Assertion failed: Too many UAV textures bound to kernel(>8). Metal compile will fail.");
 }
 

@@ -13,7 +13,7 @@ Int GetLongestEnd(Int count) { return 4 * count + 8192; }
 
 // What one rule may cost on one line: bytes looked at and moved. Only lines of many thousands of nested keywords, whose
 // cost grows with the square of their length, come near.
-constexpr Int kMostWork = Int(1) << 30;
+constexpr Int kMaxWork = Int(1) << 30;
 
 Error MakeEndlessError(const ParseState& state, const LineRule& rule, std::string_view reason) {
   const auto text = Format("the replacement of \"@\" meets this line again and again: @", rule.keyword, reason);
@@ -29,7 +29,7 @@ Result<void> ApplyRule(ParseState& state, const LineRule& rule, LineText& line) 
   const Bool refuses = state.endless == EndlessSource::Refuse;
   const Bool isReplacement = rule.handler == &ReplaceKeyword;
   const Int longest = GetLongestEnd(line.GetCount());
-  const Int mostWork = line.GetWork() + kMostWork;
+  const Int mostWork = line.GetWork() + kMaxWork;
   for (Int at = line.Find(rule.keyword, 0); at != NOT_FOUND; at = line.Find(rule.keyword, at)) {
     if (refuses && isReplacement && rule.replacement.Contains(rule.keyword))
       return MakeEndlessError(state, rule, "what takes its place holds it again");

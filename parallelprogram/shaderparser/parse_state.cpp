@@ -16,7 +16,7 @@ const Data* FindOption(const DataDictionary& options, const Id& option) {
 
 }  // namespace
 
-Result<Int32> ParseState::EnterFile(const Url& file) {
+Result<Int32> ParseState::AddFile(const Url& file) {
   for (Int i = 0; i < pieces.files.GetCount(); ++i)
     if (pieces.files[i] == file) return static_cast<Int32>(i);
   // A parse that ran out of memory may have left more.

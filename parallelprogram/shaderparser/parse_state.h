@@ -34,7 +34,7 @@ struct ParseState {
   LineText line;
 
   // The number of a file in `pieces.files`; adds it when it is new. Error: out of memory.
-  Result<Int32> EnterFile(const Url& file);
+  Result<Int32> AddFile(const Url& file);
 
   // Begins the notes of the file that `origin` is in: `lineCount` unread lines. Error: out of memory.
   Result<void> BeginNotes(Int lineCount);

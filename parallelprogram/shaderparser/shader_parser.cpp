@@ -27,7 +27,7 @@ Result<void> AddRules(ParseState& state, const DataDictionary& options) {
 }
 
 Result<void> ParseFile(ParseState& state, const Url& file, const DataDictionary& options) {
-  OSTRA_ASSIGN_OR_RETURN(const Int32 number, state.EnterFile(file));
+  OSTRA_ASSIGN_OR_RETURN(const Int32 number, state.AddFile(file));
   state.origin = {number, 0};
   OSTRA_RETURN_IF_ERROR(AddRules(state, options));
   OSTRA_ASSIGN_OR_RETURN(const BaseArray<IncludeFile> includes, ScanIncludes(state, file));

@@ -101,7 +101,7 @@ class WrittenLines {
 
 Result<void> ParseWrittenSource(ParseState& state, const WrittenSource& written) {
   state.isWritten = true;
-  for (const Url& file : written.files) OSTRA_RETURN_IF_ERROR(state.EnterFile(file));
+  for (const Url& file : written.files) OSTRA_RETURN_IF_ERROR(state.AddFile(file));
   WrittenLines lines(state, written);
   Result<void> result = lines.Parse();
   OSTRA_RETURN_IF_ERROR(lines.Map());

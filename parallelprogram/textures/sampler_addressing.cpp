@@ -56,10 +56,10 @@ Int4 FindAxes(UInt32 flags, TextureWrapMode mode) {
 // rounding but for that of the sum. False for others, and for what is no number.
 template <Int kDimensions>
 Bool FindNeighboursNearby(Float4 position, Float4 extent, UInt32 flags, Neighbours& neighbours, Borders& borders) {
-  constexpr Float32 kLargest = 268435456.0f;  // doubled, it fits into an integer
+  constexpr Float32 kMax = 268435456.0f;  // doubled, it fits into an integer
   const Float4 next = position + kNextTexel;
   if (!AreAllSet<kDimensions>((position > -extent) & (next < extent + extent) & (extent > Broadcast(0)) &
-                              (extent <= Broadcast(kLargest))))
+                              (extent <= Broadcast(kMax))))
     return false;
   const Int4 isRepeated = FindAxes(flags, TextureWrapMode::REPEAT);
   const Int4 isClamped = FindAxes(flags, TextureWrapMode::CLAMP);

@@ -17,13 +17,13 @@ using sampler::Float4;
 using sampler::Read;
 
 // Numbers of texels and their bytes fit into 32 bits, extents into floats and integers.
-constexpr UInt32 kLargestExtent = 1u << 28;
-constexpr Int kLargestSize = Int{1} << 31;
+constexpr UInt32 kMaxExtent = 1u << 28;
+constexpr Int kMaxSize = Int{1} << 31;
 
 template <int kDimensions>
 OSTRA_LANE_INLINE Bool HasWideForm(const SamplingData& data) {
-  Bool isPossible = data._texels && data._dataSize < kLargestSize;
-  for (int i = 0; i < kDimensions; ++i) isPossible &= data._dimensions[i] - 1u < kLargestExtent;
+  Bool isPossible = data._texels && data._dataSize < kMaxSize;
+  for (int i = 0; i < kDimensions; ++i) isPossible &= data._dimensions[i] - 1u < kMaxExtent;
   return isPossible;
 }
 

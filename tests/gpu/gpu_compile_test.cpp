@@ -28,17 +28,17 @@ TEST(GpuKernelTest, AKernelThatIsSaidToBeCompiledHasAWorkGroupSize) {
       kernel.SetDescription(MakeDescription());
       kernel.EndCompile(OK, false);
     });
-    while (!kernel.SettleCompiled()) std::this_thread::yield();
+    while (!kernel.RequireCompiled()) std::this_thread::yield();
     EXPECT_EQ(kernel.workGroupSize.x, 8u);
     job.join();
   }
   // The same, one step at a time.
   GpuKernel kernel;
   kernel.state = CompileState::Running;
-  ASSERT_THAT(kernel.Settle(), IsOk());
+  ASSERT_THAT(kernel.ApplyCompiled(), IsOk());
   kernel.SetDescription(MakeDescription());
   kernel.EndCompile(OK, false);
-  ASSERT_THAT(kernel.SettleCompiled(), IsOk());
+  ASSERT_THAT(kernel.RequireCompiled(), IsOk());
   EXPECT_EQ(kernel.workGroupSize.x, 8u);
 }
 
@@ -47,10 +47,10 @@ TEST(GpuKernelTest, AKernelWhoseJobWasCancelledDoesNotRun) {
   GpuKernel kernel;
   kernel.state = CompileState::Running;
   kernel.EndCompile(OK, false);
-  EXPECT_THAT(kernel.SettleCompiled(),
+  EXPECT_THAT(kernel.RequireCompiled(),
               IsErrorWith(kIllegalStateError, "The kernel \"\" cannot run because its compilation has not ended."));
   kernel.SetDescription(MakeDescription());
-  EXPECT_THAT(kernel.SettleCompiled(), IsOk());
+  EXPECT_THAT(kernel.RequireCompiled(), IsOk());
 }
 
 class GpuCompileTest : public GpuCallsTest {

@@ -285,8 +285,8 @@ TEST_F(ModuleLoaderTest, EveryFailingAllocationFailsTheLoadAndLeavesNothing) {
 
 // An application registers a descriptor of its own.
 
-Result<void> EnterOwnRegistry(ModuleDescriptor& module) { return RegisterRegistry(module, kCounterRegistry); }
-constexpr std::array<ModuleEntry, 1> kOwnUnits = {{{"own", &EnterOwnRegistry}}};
+Result<void> RegisterOwnRegistry(ModuleDescriptor& module) { return RegisterRegistry(module, kCounterRegistry); }
+constexpr std::array<ModuleEntry, 1> kOwnUnits = {{{"own", &RegisterOwnRegistry}}};
 constexpr std::array kOwnNeeds = {kGoodFramework};
 
 TEST_F(ModuleLoaderTest, AnApplicationIsRegisteredByTheSameSteps) {

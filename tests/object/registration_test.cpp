@@ -43,8 +43,8 @@ TEST(RegistrationTest, RegisteringBeforeTheHostHasSetUpTheDescriptorIsReportedAn
 // What the module of the next tests registers: set by the test.
 std::vector<std::string> g_done;
 Result<void> (*g_enter)(ModuleDescriptor& module) = nullptr;
-Result<void> EnterUnit(ModuleDescriptor& module) { return g_enter(module); }
-constexpr std::array<ModuleEntry, 1> kUnits = {{{"unit", &EnterUnit}}};
+Result<void> RegisterUnit(ModuleDescriptor& module) { return g_enter(module); }
+constexpr std::array<ModuleEntry, 1> kUnits = {{{"unit", &RegisterUnit}}};
 
 struct Shape {
   Int numbers[3];

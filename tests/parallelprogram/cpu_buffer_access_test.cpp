@@ -11,7 +11,7 @@ constexpr const char* kSourceMissing = "source buffer could not be found";
 constexpr const char* kTargetMissing = "target buffer could not be found";
 constexpr const char* kSourceRange = "count and offset out of range for source buffer";
 constexpr const char* kTargetRange = "count and offset out of range for target buffer";
-constexpr Int kMost = std::numeric_limits<Int>::max();
+constexpr Int kMax = std::numeric_limits<Int>::max();
 constexpr Int kLeast = std::numeric_limits<Int>::min();
 
 using ReadBufferTest = ProgramTest;
@@ -49,7 +49,7 @@ TEST_F(ReadBufferTest, EvenARangeOfAllElementsIsANewArray) {
 
 TEST_F(ReadBufferTest, CountMinusOneIsTheWholeSharedBufferWhateverTheOffset) {
   StoreBuffer<Int32>("a"_iid, {1, 2});
-  for (const Int offset : {Int{0}, Int{1}, Int{100}, Int{-7}, kMost}) {
+  for (const Int offset : {Int{0}, Int{1}, Int{100}, Int{-7}, kMax}) {
     const auto whole = program->GetGlobalBufferData("a"_iid, offset, -1);
     ASSERT_THAT(program->UpdateUniformBufferData("a"_iid, 0, MakeArray<Int32>({static_cast<Int32>(offset % 1000)})),
                 IsOk());
@@ -74,9 +74,9 @@ TEST_F(ReadBufferTest, RangesOutsideMemoryAreRefused) {
   EXPECT_THAT(program->GetGlobalBufferData("a"_iid, kLeast, 2), outside);
   EXPECT_THAT(program->GetGlobalBufferData("a"_iid, 0, -2), outside);
   EXPECT_THAT(program->GetGlobalBufferData("a"_iid, 2, kLeast), outside);
-  EXPECT_THAT(program->GetGlobalBufferData("a"_iid, kMost, 2), outside);
-  EXPECT_THAT(program->GetGlobalBufferData("a"_iid, 2, kMost), outside);
-  EXPECT_THAT(program->GetGlobalBufferData("a"_iid, kMost, kMost), outside);
+  EXPECT_THAT(program->GetGlobalBufferData("a"_iid, kMax, 2), outside);
+  EXPECT_THAT(program->GetGlobalBufferData("a"_iid, 2, kMax), outside);
+  EXPECT_THAT(program->GetGlobalBufferData("a"_iid, kMax, kMax), outside);
 }
 
 TEST_F(ReadBufferTest, KernelBuffersAreReadThroughTheirLinks) {
@@ -167,11 +167,11 @@ TEST_F(CopyBufferTest, RefusesRangesOutsideMemory) {
   for (auto copy : {&CopyBufferTest::Copy, &CopyBufferTest::CopyBytes}) {
     EXPECT_THAT((this->*copy)(1, -1, 0), IsErrorWith(kIllegalArgumentError, kSourceRange));
     EXPECT_THAT((this->*copy)(1, kLeast, 0), IsErrorWith(kIllegalArgumentError, kSourceRange));
-    EXPECT_THAT((this->*copy)(1, kMost, 0), IsErrorWith(kIllegalArgumentError, kSourceRange));
-    EXPECT_THAT((this->*copy)(kMost, 1, 0), IsErrorWith(kIllegalArgumentError, kSourceRange));
+    EXPECT_THAT((this->*copy)(1, kMax, 0), IsErrorWith(kIllegalArgumentError, kSourceRange));
+    EXPECT_THAT((this->*copy)(kMax, 1, 0), IsErrorWith(kIllegalArgumentError, kSourceRange));
     EXPECT_THAT((this->*copy)(1, 0, -1), IsErrorWith(kIllegalArgumentError, kTargetRange));
     EXPECT_THAT((this->*copy)(1, 0, kLeast), IsErrorWith(kIllegalArgumentError, kTargetRange));
-    EXPECT_THAT((this->*copy)(1, 0, kMost), IsErrorWith(kIllegalArgumentError, kTargetRange));
+    EXPECT_THAT((this->*copy)(1, 0, kMax), IsErrorWith(kIllegalArgumentError, kTargetRange));
   }
   ExpectTargetUnchanged();
 }

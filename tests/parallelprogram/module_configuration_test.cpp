@@ -181,17 +181,17 @@ TEST(ModuleConfigurationTest, EachEntryRunsTheFunctionOfItsName) {
     Result<void> (*enter)(ModuleDescriptor& module);
     void (*leave)(ModuleDescriptor& module);
   };
-  const Functions kUnits[] = {{&EnterGeneralShaderLoader, &LeaveGeneralShaderLoader},
-                              {&EnterShaderDataEntries, nullptr},
-                              {&EnterKernelBase, nullptr},
-                              {&EnterKernelTextures, nullptr},
-                              {&EnterCpuProgram, nullptr},
-                              {&EnterGpuProgram, &LeaveGpuProgram},
-                              {&EnterTextureStructures, nullptr},
+  const Functions kUnits[] = {{&RegisterGeneralShaderLoader, &UnregisterGeneralShaderLoader},
+                              {&RegisterShaderDataEntries, nullptr},
+                              {&RegisterKernelBase, nullptr},
+                              {&RegisterKernelTextures, nullptr},
+                              {&RegisterCpuProgram, nullptr},
+                              {&RegisterGpuProgram, &UnregisterGpuProgram},
+                              {&RegisterTextureStructures, nullptr},
                               {nullptr, nullptr},
-                              {&EnterKernelClassRegistry, nullptr},
+                              {&RegisterKernelClassRegistry, nullptr},
                               {nullptr, nullptr},
-                              {&EnterModuleFrame, nullptr}};
+                              {&RegisterModuleFrame, nullptr}};
   const Functions kStartup[] = {
       {&StartConfiguration, &StopConfiguration}, {&ReadProcessorFlags, nullptr}, {&RegisterReflections, nullptr}};
   ASSERT_EQ(g_ostra.units.size(), std::size(kUnits));

@@ -160,10 +160,10 @@ Int32 MakePlace(const Texture& texture, Int axis, Places places, std::mt19937& r
 template <class T, class Wide, class One>
 testing::AssertionResult LooksUpTheSame(const Texture& texture, const TextureSamplerDataHelper& sampler, Wide wide,
                                         One one, UInt32 dimensions, UInt32 lanes, Places places, std::mt19937& random) {
-  constexpr UInt32 kMost = 16, kUntouched = 0x12345678;
+  constexpr UInt32 kMax = 16, kUntouched = 0x12345678;
   const UInt32 mask = (random() % 2 ? 0xffffu : random() & random()) & ((1u << lanes) - 1);
-  T coordinates[3 * kMost];
-  UInt32 layers[kMost], result[4 * kMost + 1];
+  T coordinates[3 * kMax];
+  UInt32 layers[kMax], result[4 * kMax + 1];
   std::ranges::fill(result, kUntouched);
   for (UInt32 lane = 0; lane < lanes; ++lane) {
     const Bool isOn = mask >> lane & 1;

@@ -181,7 +181,7 @@ TEST_F(TextureProgramTest, CopiesOutsideTheTexturesAreRefused) {
   };
   const char* source = "bytesCount + sourceBytesOffset is larger than source texture size.";
   const char* target = "bytesCount + targetBytesOffset is larger than target texture size.";
-  constexpr Int kMost = std::numeric_limits<Int>::max();
+  constexpr Int kMax = std::numeric_limits<Int>::max();
   EXPECT_THAT(copy("x"_iid, "y"_iid, 4, 0, 0),
               IsErrorWith(kIllegalArgumentError, "source texture could not be found."));
   EXPECT_THAT(copy("a"_iid, "y"_iid, 4, 0, 0),
@@ -192,7 +192,7 @@ TEST_F(TextureProgramTest, CopiesOutsideTheTexturesAreRefused) {
   EXPECT_THAT(copy("a"_iid, "c"_iid, 17, 0, 0), IsErrorWith(kIllegalArgumentError, source));
   EXPECT_THAT(copy("a"_iid, "c"_iid, 8, 9, 99), IsErrorWith(kIllegalArgumentError, source));
   EXPECT_THAT(copy("a"_iid, "c"_iid, 8, 0, 13), IsErrorWith(kIllegalArgumentError, target));
-  EXPECT_THAT(copy("a"_iid, "c"_iid, kMost, kMost, 0), IsErrorWith(kIllegalArgumentError, source));
+  EXPECT_THAT(copy("a"_iid, "c"_iid, kMax, kMax, 0), IsErrorWith(kIllegalArgumentError, source));
   EXPECT_THAT(copy("a"_iid, "c"_iid, 4, -4, 0), IsErrorWith(kIllegalArgumentError, source));
   EXPECT_THAT(copy("a"_iid, "c"_iid, 4, 0, -4), IsErrorWith(kIllegalArgumentError, target));
 }

@@ -155,13 +155,13 @@ TEST_F(FetchAddressTest, WithoutAModeTheCoordinateIsUsedAsItIs) {
 
 TEST_F(FetchAddressTest, TheLargestCoordinatesStayInside) {
   texture = MakeCountingTexture({5, 3, 2});
-  const Int32 kLeast = std::numeric_limits<Int32>::min(), kMost = std::numeric_limits<Int32>::max();
+  const Int32 kLeast = std::numeric_limits<Int32>::min(), kMax = std::numeric_limits<Int32>::max();
   for (const Int32 mode : {0, 1, 2}) {
     for (Int axis = 0; axis < 3; ++axis) SetMode(axis, static_cast<TextureWrapMode>(mode));
     const SamplingData data = texture.Build();
-    for (const Int32 x : {kLeast, kLeast + 1, -1, 0, 4, kMost})
-      for (const Int32 y : {kLeast, -16777217, 1, kMost - 1, kMost})
-        for (const Int32 z : {kLeast, -1, 16777217, kMost}) {
+    for (const Int32 x : {kLeast, kLeast + 1, -1, 0, 4, kMax})
+      for (const Int32 y : {kLeast, -16777217, 1, kMax - 1, kMax})
+        for (const Int32 z : {kLeast, -1, 16777217, kMax}) {
           EXPECT_TRUE(HaveSameBits(Fetch(texture, data, 1, {x, y, z}), ReferenceFetch(texture, 1, {x, y, z}, 0)))
               << x << " " << y << " " << z << " mode " << mode;
         }

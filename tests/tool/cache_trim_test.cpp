@@ -28,7 +28,7 @@ TEST_F(CacheTrimTest, ModulesAndListsThatWereUsedLongestAgoGoFirst) {
     Make(std::to_string(age) + ".so", std::chrono::hours(age));
     Make(std::to_string(age) + ".headers", std::chrono::hours(age));
   }
-  TouchCacheFile(_folder / "4.so");
+  MarkCacheFileUsed(_folder / "4.so");
   TrimCache(_folder.GetPath(), 2);
   EXPECT_TRUE(Exists("1.so") && Exists("4.so") && Exists("1.headers") && Exists("2.headers"));
   EXPECT_FALSE(Exists("2.so") || Exists("3.so") || Exists("3.headers") || Exists("4.headers"));

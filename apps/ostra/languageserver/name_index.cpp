@@ -27,8 +27,8 @@ class FileTokens {
     const auto& tokens = _tokens[static_cast<std::size_t>(index)];
     auto token = std::lower_bound(tokens.begin(), tokens.end(), byte,
                                   [](const Token& left, SourceOffset right) { return left.offset < right; });
-    constexpr Int kMost = 16;  // "const Block<Vector4d32>& name", "GROUPSHAREDMEM(float, name, 64)"
-    for (Int count = 0; token != tokens.end() && count < kMost; ++token, ++count) {
+    constexpr Int kMax = 16;  // "const Block<Vector4d32>& name", "GROUPSHAREDMEM(float, name, 64)"
+    for (Int count = 0; token != tokens.end() && count < kMax; ++token, ++count) {
       if (token->kind != TokenKind::kWord || token->text != name) continue;
       place.file = index;
       place.begin = token->offset - _sources.GetFile(index).begin;

@@ -10,7 +10,7 @@
 #include "apps/ostra/output/standard_output.h"
 #include "apps/ostra/profile/profile.h"
 #include "apps/ostra/run/crash_guard.h"
-#include "apps/ostra/run/fenced_array.h"
+#include "apps/ostra/run/guarded_array.h"
 #include "ostra/core/diagnostics.h"
 #include "ostra/core/silent_diagnostics.h"
 #include "ostra/jobs/job_failure.h"
@@ -41,13 +41,13 @@ class QuietCompilation final : public DiagnosticListener {
 
 // Advances progress by the dispatches that are done. A GPU is asked for that so seldom that it does not matter, and not
 // at all where nothing is shown: there dispatches are recorded and submitted together.
-class Pace {
+class Throttle {
  public:
-  Pace(ParallelProgramInterface& program, Bool isOnGpu, Progress& progress)
+  Throttle(ParallelProgramInterface& program, Bool isOnGpu, Progress& progress)
       : _program(program), _isWaiting(isOnGpu && progress.IsOn()), _progress(progress) {}
-  Pace(const Pace&) = delete;
-  Pace& operator=(const Pace&) = delete;
-  ~Pace() { _progress.Advance(_recorded); }
+  Throttle(const Throttle&) = delete;
+  Throttle& operator=(const Throttle&) = delete;
+  ~Throttle() { _progress.Advance(_recorded); }
 
   Result<void> Advance() {
     if (++_recorded < _together) return OK;
@@ -144,7 +144,7 @@ Result<void> ProgramRun::StoreBuffer(PlannedBuffer& buffer) {
   const auto* const first = static_cast<const Byte*>(buffer.start.GetFirst());
   const Bool areZero = buffer.source.empty() && std::all_of(first, first + buffer.elementType.GetSize(),
                                                             [](Byte byte) { return byte == Byte{}; });
-  OSTRA_ASSIGN_OR_RETURN(StrongRef<ArrayInterface> elements, FencedArray::Create(buffer.start, areZero));
+  OSTRA_ASSIGN_OR_RETURN(StrongRef<ArrayInterface> elements, GuardedArray::Create(buffer.start, areZero));
   _fencedBuffers.push_back(std::make_unique<Array<Generic>>(std::move(elements)));
   OSTRA_ASSIGN_OR_RETURN(const Data link, Data::Create(_fencedBuffers.back().get()));
   return _program->SetGlobalBufferLink(buffer.name, link);
@@ -152,7 +152,7 @@ Result<void> ProgramRun::StoreBuffer(PlannedBuffer& buffer) {
 
 Result<void> ProgramRun::CheckBufferEnds(Bool isChecked) const {
   for (const auto& buffer : _fencedBuffers)
-    if (!static_cast<const FencedArray&>(*buffer->GetReference()).AreMarginsWhole())
+    if (!static_cast<const GuardedArray&>(*buffer->GetReference()).AreMarginsWhole())
       return OSTRA_ILLEGAL_STATE("@", DescribeOutside(isChecked));
   return OK;
 }
@@ -238,11 +238,11 @@ Result<KernelPrints> ProgramRun::TakePrints() {
 }
 
 Result<void> ProgramRun::DispatchAll(Int iterations, Progress& progress) {
-  Pace pace(*_program, _isOnGpu, progress);
+  Throttle throttle(*_program, _isOnGpu, progress);
   for (Int i = 0; i < iterations; ++i) {
     OSTRA_RETURN_IF_ERROR(Prepare(i + 1));
     OSTRA_RETURN_IF_ERROR(Dispatch(i + 1, iterations == 1));
-    OSTRA_RETURN_IF_ERROR(pace.Advance());
+    OSTRA_RETURN_IF_ERROR(throttle.Advance());
   }
   return _program->Execute(true);
 }

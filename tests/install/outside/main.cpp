@@ -9,8 +9,10 @@
 
 using namespace ostra;
 
-static Result<void> EnterKernels(ModuleDescriptor& module) { return RegisterKernels(module, GetKernels_outside()); }
-static constexpr ModuleEntry kUnits[] = {{"kernels", &EnterKernels}};
+static Result<void> RegisterOwnKernels(ModuleDescriptor& module) {
+  return RegisterKernels(module, GetKernels_outside());
+}
+static constexpr ModuleEntry kUnits[] = {{"kernels", &RegisterOwnKernels}};
 OSTRA_MODULE_DESCRIPTOR = {.id = "com.example.outside"_id, .version = "1.0", .units = kUnits};
 
 static Result<Int> CountWrongValues(UInt32 count) {

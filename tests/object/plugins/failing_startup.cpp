@@ -10,14 +10,14 @@ OSTRA_UNIT("failingstartup");
 namespace ostra {
 namespace {
 
-Result<void> EnterRegistry(ModuleDescriptor& module) { return RegisterRegistry(module, kCounterRegistry); }
-void LeaveRegistry(ModuleDescriptor&) { DiagnosticOutput("leave registry"); }
+Result<void> RegisterOwnRegistry(ModuleDescriptor& module) { return RegisterRegistry(module, kCounterRegistry); }
+void UnregisterOwnRegistry(ModuleDescriptor&) { DiagnosticOutput("leave registry"); }
 Result<void> StartFirst(ModuleDescriptor&) { return OK; }
 void StopFirst(ModuleDescriptor&) { DiagnosticOutput("stop first"); }
 Result<void> StartSecond(ModuleDescriptor&) { return OSTRA_ILLEGAL_STATE("The lamp is broken."); }
 void StopSecond(ModuleDescriptor&) { DiagnosticOutput("stop second"); }
 
-constexpr std::array<ModuleEntry, 1> kUnits = {{{"registry", &EnterRegistry, &LeaveRegistry}}};
+constexpr std::array<ModuleEntry, 1> kUnits = {{{"registry", &RegisterOwnRegistry, &UnregisterOwnRegistry}}};
 constexpr std::array<ModuleEntry, 2> kStartup = {
     {{"first", &StartFirst, &StopFirst}, {"second", &StartSecond, &StopSecond}}};
 

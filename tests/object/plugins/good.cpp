@@ -23,18 +23,18 @@ constexpr std::array<HostMethodBase*, 1> kNumberMethods = {&DoubleNumber};
 constinit InterfaceReference g_numbers{kNumbersInterface, kNumberMethods};
 constexpr std::array<InterfaceReference*, 1> kReferences = {&g_numbers};
 
-Result<void> EnterCounter(ModuleDescriptor& module) {
+Result<void> RegisterCounter(ModuleDescriptor& module) {
   DiagnosticOutput("enter counter");
   OSTRA_ASSIGN_OR_RETURN(ClassRef counter, Class::Create<Counter>(kCounterClass));
   return RegisterClass(module, counter);
 }
-void LeaveCounter(ModuleDescriptor&) { DiagnosticOutput("leave counter"); }
+void UnregisterCounter(ModuleDescriptor&) { DiagnosticOutput("leave counter"); }
 
-Result<void> EnterRegistry(ModuleDescriptor& module) {
+Result<void> RegisterOwnRegistry(ModuleDescriptor& module) {
   DiagnosticOutput("enter registry");
   return RegisterRegistry(module, kCounterRegistry);
 }
-void LeaveRegistry(ModuleDescriptor&) { DiagnosticOutput("leave registry"); }
+void UnregisterOwnRegistry(ModuleDescriptor&) { DiagnosticOutput("leave registry"); }
 
 Result<void> StartNumbers(ModuleDescriptor&) {
   auto number = DoubleNumber(21);
@@ -54,7 +54,7 @@ void StopLast(ModuleDescriptor&) { DiagnosticOutput("stop last"); }
 
 constexpr std::array<Id, 2> kNeeds = {"net.ostra.core.framework"_id, kGoodFramework};
 constexpr std::array<ModuleEntry, 2> kUnits = {
-    {{"counter", &EnterCounter, &LeaveCounter}, {"registry", &EnterRegistry, &LeaveRegistry}}};
+    {{"counter", &RegisterCounter, &UnregisterCounter}, {"registry", &RegisterOwnRegistry, &UnregisterOwnRegistry}}};
 constexpr std::array<ModuleEntry, 2> kStartup = {
     {{"numbers", &StartNumbers, &StopNumbers}, {"last", &StartLast, &StopLast}}};
 

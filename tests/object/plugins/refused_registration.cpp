@@ -14,20 +14,20 @@ class Nothing final : public Component<Nothing, CounterInterface> {
   Int Next() override { return 0; }
 };
 
-Result<void> EnterFirst(ModuleDescriptor& module) {
+Result<void> RegisterFirst(ModuleDescriptor& module) {
   OSTRA_ASSIGN_OR_RETURN(ClassRef nothing, Class::Create<Nothing>("com.example.nothing"_id));
   return RegisterClass(module, nothing);
 }
-void LeaveFirst(ModuleDescriptor&) { DiagnosticOutput("leave first"); }
+void UnregisterFirst(ModuleDescriptor&) { DiagnosticOutput("leave first"); }
 
-Result<void> EnterSecond(ModuleDescriptor& module) {
+Result<void> RegisterSecond(ModuleDescriptor& module) {
   OSTRA_RETURN_IF_ERROR(RegisterRegistry(module, kCounterRegistry));
-  return EnterFirst(module);
+  return RegisterFirst(module);
 }
-void LeaveSecond(ModuleDescriptor&) { DiagnosticOutput("leave second"); }
+void UnregisterSecond(ModuleDescriptor&) { DiagnosticOutput("leave second"); }
 
 constexpr std::array<ModuleEntry, 2> kUnits = {
-    {{"first", &EnterFirst, &LeaveFirst}, {"second", &EnterSecond, &LeaveSecond}}};
+    {{"first", &RegisterFirst, &UnregisterFirst}, {"second", &RegisterSecond, &UnregisterSecond}}};
 
 }  // namespace
 }  // namespace ostra

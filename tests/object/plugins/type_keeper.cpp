@@ -15,11 +15,11 @@ OSTRA_DATATYPE(ostra::Lasting, "com.example.datatype.lasting", "Lasting");
 namespace ostra {
 namespace {
 
-Result<void> EnterType(ModuleDescriptor&) {
+Result<void> RegisterOwnType(ModuleDescriptor&) {
   GetDataType<Lasting>();
   return OK;
 }
-constexpr std::array<ModuleEntry, 1> kUnits = {{{"type", &EnterType}}};
+constexpr std::array<ModuleEntry, 1> kUnits = {{{"type", &RegisterOwnType}}};
 
 }  // namespace
 }  // namespace ostra

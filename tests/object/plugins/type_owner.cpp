@@ -16,7 +16,7 @@ OSTRA_DATATYPE(ostra::Owned, "com.example.datatype.owned", "Owned");
 namespace ostra {
 namespace {
 
-Result<void> EnterType(ModuleDescriptor& module) {
+Result<void> RegisterOwnType(ModuleDescriptor& module) {
   OSTRA_RETURN_IF_ERROR(RegisterDataType(module, DataTypeOf<Owned>::Make()));
   GetDataType<Owned*>();
   GetDataType<Block<const Owned>>();
@@ -24,7 +24,7 @@ Result<void> EnterType(ModuleDescriptor& module) {
   GetDataType<Array<Owned>*>();
   return OK;
 }
-constexpr std::array<ModuleEntry, 1> kUnits = {{{"type", &EnterType}}};
+constexpr std::array<ModuleEntry, 1> kUnits = {{{"type", &RegisterOwnType}}};
 
 }  // namespace
 }  // namespace ostra

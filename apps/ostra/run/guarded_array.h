@@ -7,14 +7,14 @@
 
 namespace ostra::tool {
 
-class FencedArray final : public ArrayInterface {
+class GuardedArray final : public ArrayInterface {
  public:
   // Copies of elements of a plain type; `areZero`: all of their bytes are zero, so that none needs to be copied. Error:
   // out of memory.
   static Result<StrongRef<ArrayInterface>> Create(const GenericBaseArray& elements, Bool areZero = false);
   // Takes over `memory`; Create calls it.
-  FencedArray(DataType type, Int count, Byte* memory, Int memorySize);
-  ~FencedArray() override;
+  GuardedArray(DataType type, Int count, Byte* memory, Int memorySize);
+  ~GuardedArray() override;
 
   DataType GetElementType() const override { return _type; }
   Int GetCount() const override { return _count; }

@@ -7,10 +7,10 @@
 
 namespace ostra {
 
-class Pace {
+class Rate {
  public:
-  Pace() = default;
-  explicit Pace(Float64 ticksPerIndex) : _ticksPerIndex(ticksPerIndex) {}
+  Rate() = default;
+  explicit Rate(Float64 ticksPerIndex) : _ticksPerIndex(ticksPerIndex) {}
 
   void Measure(Int indexCount, UInt64 ticks) {
     _ticksPerIndex = static_cast<Float64>(ticks + 1) / static_cast<Float64>(indexCount);

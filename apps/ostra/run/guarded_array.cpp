@@ -1,4 +1,4 @@
-#include "apps/ostra/run/fenced_array.h"
+#include "apps/ostra/run/guarded_array.h"
 
 #include <sys/mman.h>
 #include <unistd.h>
@@ -7,7 +7,7 @@
 #include "ostra/core/large_pages.h"
 #include "ostra/core/memory_limit.h"
 
-OSTRA_UNIT("fenced_array");
+OSTRA_UNIT("guarded_array");
 
 namespace ostra::tool {
 
@@ -25,7 +25,7 @@ Byte GetMarginByte(Int i) { return static_cast<Byte>(0xA5 ^ (i * 167)); }
 }  // namespace
 
 template <class Visit>
-void FencedArray::VisitMargins(Visit&& visit) const {
+void GuardedArray::VisitMargins(Visit&& visit) const {
   const auto visitAll = [&](Byte* begin, const Byte* end) {
     for (Byte* at = begin; at < end; ++at) visit(*at, GetMarginByte(at - _memory));
   };
@@ -33,7 +33,7 @@ void FencedArray::VisitMargins(Visit&& visit) const {
   visitAll(_first + _count * _type.GetSize(), _memory + _memorySize - kFenceSize);
 }
 
-Result<StrongRef<ArrayInterface>> FencedArray::Create(const GenericBaseArray& elements, Bool areZero) {
+Result<StrongRef<ArrayInterface>> GuardedArray::Create(const GenericBaseArray& elements, Bool areZero) {
   const DataType type = elements.GetElementType();
   const Int size = elements.GetCount() * type.GetSize();
   const Int usedSize = RoundUp(size, sysconf(_SC_PAGESIZE)), memorySize = usedSize + 2 * kFenceSize;
@@ -45,9 +45,9 @@ Result<StrongRef<ArrayInterface>> FencedArray::Create(const GenericBaseArray& el
     return OSTRA_OUT_OF_MEMORY();
   }
   Byte* used = static_cast<Byte*>(memory) + kFenceSize;
-  FencedArray* array = nullptr;
+  GuardedArray* array = nullptr;
   if (mprotect(used, static_cast<std::size_t>(usedSize), PROT_READ | PROT_WRITE) == 0)
-    array = NewObj<FencedArray>(type, elements.GetCount(), static_cast<Byte*>(memory), memorySize);
+    array = NewObj<GuardedArray>(type, elements.GetCount(), static_cast<Byte*>(memory), memorySize);
   if (!array) {
     munmap(memory, static_cast<std::size_t>(memorySize));
     ReturnMemory(usedSize);
@@ -59,32 +59,32 @@ Result<StrongRef<ArrayInterface>> FencedArray::Create(const GenericBaseArray& el
   return StrongRef<ArrayInterface>::Adopt(array);
 }
 
-FencedArray::FencedArray(DataType type, Int count, Byte* memory, Int memorySize)
+GuardedArray::GuardedArray(DataType type, Int count, Byte* memory, Int memorySize)
     : _type(type), _count(count), _memory(memory), _memorySize(memorySize) {
   _first = memory + memorySize - kFenceSize - RoundUp(count * type.GetSize(), kAlignment);
 }
 
-FencedArray::~FencedArray() {
+GuardedArray::~GuardedArray() {
   munmap(_memory, static_cast<std::size_t>(_memorySize));
   ReturnMemory(_memorySize - 2 * kFenceSize);
 }
 
-Block<Generic> FencedArray::GetBlock(Int index) const {
+Block<Generic> GuardedArray::GetBlock(Int index) const {
   return {reinterpret_cast<Generic*>(_first + index * _type.GetSize()), _count - index, _type.GetSize()};
 }
 
-Result<void> FencedArray::Resize(Int, ResizeFlags) {
+Result<void> GuardedArray::Resize(Int, ResizeFlags) {
   return OSTRA_NOT_IMPLEMENTED("An array with fences keeps its @ elements.", _count);
 }
 
-Result<StrongRef<ArrayInterface>> FencedArray::Clone() const {
+Result<StrongRef<ArrayInterface>> GuardedArray::Clone() const {
   const Block<Generic> block = GetBlock(0);
   OSTRA_ASSIGN_OR_RETURN(const Array<Generic> copy,
                          NewBaseArray(_type, {block.GetFirst(), block.GetCount(), block.GetStride()}));
   return copy.GetReference();
 }
 
-Bool FencedArray::AreMarginsWhole() const {
+Bool GuardedArray::AreMarginsWhole() const {
   Bool isWhole = true;
   VisitMargins([&](const Byte& byte, Byte expected) { isWhole = isWhole && byte == expected; });
   return isWhole;

@@ -1,4 +1,4 @@
-#include "ostra/jobs/touch_pages.h"
+#include "ostra/jobs/prefault_pages.h"
 
 #include <algorithm>
 #include <atomic>
@@ -7,7 +7,7 @@
 
 namespace ostra {
 
-void TouchPages(void* memory, Int bytes) {
+void PrefaultPages(void* memory, Int bytes) {
   constexpr std::uintptr_t kLargePage = std::uintptr_t{1} << 21;
   constexpr std::uintptr_t kSmallPage = 4096;
   if (bytes < 1) return;
