@@ -264,6 +264,26 @@ def check_words(root):
                     yield f'{path.relative_to(root).as_posix()}:{number}: "{match.group(0)}": {advice}'
 
 
+# Names of C++ that say less than the field's words for the same.
+NAMES = [
+    (r"k(Most|Largest|Maximal)[A-Z]?\w*", "kMax..."),
+    (r"(Enter|Leave)\w+(?=\(ModuleDescriptor)", "Register... and Unregister..."),
+    (r"LookAt[A-Z]\w*", "Query... or Check..."),
+    (r"(Nameless|Fenced)\w+", "Temporary... and Guarded..."),
+]
+
+
+def check_names(root):
+    """Names are the field's words."""
+    for path in find_sources(root, SOURCE_FOLDERS, (".h", ".cpp", ".inl")):
+        for number, line in enumerate(path.read_text(encoding="utf-8").splitlines(), 1):
+            code = re.sub(r'"(\\.|[^"\\])*"', "", line).partition("//")[0]
+            for pattern, advice in NAMES:
+                match = re.search(rf"\b({pattern})", code)
+                if match:
+                    yield f'{path.relative_to(root).as_posix()}:{number}: "{match.group(1)}": name it {advice}'
+
+
 MAXIMAL_SUBJECT = 72
 CHECKED_COMMITS = 50
 
@@ -291,7 +311,7 @@ def check_commits(root, find=find_subjects):
 
 RULES = {"arrows": check_arrows, "libraries": check_libraries, "sizes": check_sizes, "functions": check_functions,
          "classes": check_classes, "includes": check_includes, "readmes": check_readmes,
-         "headers": check_headers, "registrations": check_registrations, "links": check_links, "words": check_words, "commits": check_commits}
+         "headers": check_headers, "registrations": check_registrations, "links": check_links, "words": check_words, "names": check_names, "commits": check_commits}
 
 
 def main(arguments):

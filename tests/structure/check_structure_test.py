@@ -170,6 +170,12 @@ class CheckStructureTest(unittest.TestCase):
                     'ostra/core/a.h:3: "nobody": name the caller, the owner, the thread or the reference',
                     'docs/a.md:1: "lets go of": write: releases')
 
+    def test_names_that_say_less_than_the_usual_ones_are_found(self):
+        self.write("ostra/core/a.cpp", "// kMost\nconst char* a = \"kLargest\";\nconstexpr Int kMostFiles = 1, kAlmost = 2;\n"
+                                       "Result<void> EnterA(ModuleDescriptor& module);\nvoid EnterLoop(Int a);\n  LookAt,\n")
+        self.expect("names", 'ostra/core/a.cpp:3: "kMostFiles": name it kMax...',
+                    'ostra/core/a.cpp:4: "EnterA": name it Register... and Unregister...')
+
     def test_subjects_of_commits_are_short_and_no_sentences(self):
         subjects = [("a1", "x" * 72), ("a2", "x" * 73), ("a3", "Do this."), ("a4", "wip")]
         self.assertEqual(list(check_structure.check_commits(self.root, lambda root: subjects)),
