@@ -21,7 +21,9 @@ Bool ParseFloating(std::string_view text, LiteralValue& value) {
   if (hasSuffix) text.remove_suffix(1);
   Float32 number = 0;
   if (text.empty() || !ParseAll(text, number, std::chars_format::general)) return false;
-  value = {.scalar = Scalar::kFloat32, .floating = number};
+  Float64 exact = number;
+  static_cast<void>(ParseAll(text, exact, std::chars_format::general));
+  value = {.scalar = Scalar::kFloat32, .floating = number, .isRounded = exact != Float64{number}};
   return true;
 }
 

@@ -10,8 +10,9 @@ namespace ostra::kernellanguage {
 
 struct LiteralValue {
   Scalar scalar = Scalar::kInt32;
-  UInt64 integer = 0;    // of integers and bools
-  Float64 floating = 0;  // of floats: the value after rounding to the type
+  UInt64 integer = 0;      // of integers and bools
+  Float64 floating = 0;    // of floats: the value after rounding to the type
+  Bool isRounded = false;  // of floats: whether the digits meant another number, as those of 0.1
 };
 
 // "12", "0x1fu", "1.5", "1e-3f", "true". False for what the language does not have: other suffixes, other bases with a

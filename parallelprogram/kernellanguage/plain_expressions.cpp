@@ -1,3 +1,5 @@
+#include <charconv>
+
 #include "parallelprogram/kernellanguage/library_words.h"
 #include "parallelprogram/kernellanguage/literal.h"
 #include "parallelprogram/kernellanguage/plain_marks.h"
@@ -74,6 +76,13 @@ std::string PlainPrinter::WideLiteral(const LiteralValue& value) {
   return Join({"(", name, "(", std::to_string(high), "u) << 32) | ", name, "(", std::to_string(low), "u)"});
 }
 
+// 0.1 is a float before it becomes a double, but compilers for GPUs may convert all digits that they see.
+static std::string PrintDigits(Float64 rounded) {
+  char digits[32];
+  std::string text(digits, std::to_chars(digits, digits + sizeof(digits), rounded, std::chars_format::general, 17).ptr);
+  return text.find_first_of(".e") == std::string::npos ? text + ".0" : text;
+}
+
 // An integer is written as the number that it is wanted as; 1 becomes 1.0 or 1u.
 std::string PlainPrinter::Literal(NodeIndex node, TypeIndex wanted) const {
   const std::string_view text = _tree.GetName(node);
@@ -87,6 +96,8 @@ std::string PlainPrinter::Literal(NodeIndex node, TypeIndex wanted) const {
     if (wanted == kFloatType) return std::to_string(value.integer) + ".0";
     if (wanted == kUIntType) return std::to_string(value.integer) + "u";
   }
+  if (_options.isForGpu && wanted == kDoubleType && value.isRounded)
+    return Join({_types.GetName(wanted), "(", PrintDigits(value.floating), ")"});
   return Join({_types.GetName(wanted), "(", text, ")"});
 }
 

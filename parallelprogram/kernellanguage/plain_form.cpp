@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "parallelprogram/kernellanguage/literal.h"
 #include "parallelprogram/kernellanguage/plain_marks.h"
 #include "parallelprogram/kernellanguage/plain_printer.h"
 
@@ -198,9 +199,17 @@ PlainForm PlainPrinter::Print() {
   return form;
 }
 
+// 0.1 where a double belongs.
+static Bool IsRoundedAsDouble(const AnalyzedKernel& kernel, NodeIndex node) {
+  LiteralValue value;
+  return kernel.tree.Is(node, NodeKind::kLiteral) && kernel.resolved.type[node] == kFloatType &&
+         kernel.resolved.converted[node] == kDoubleType && ParseLiteral(kernel.tree.GetName(node), value) &&
+         value.isRounded;
+}
+
 Bool IsOpenOnGpus(const AnalyzedKernel& kernel) {
   for (NodeIndex node = 0; node < kernel.tree.nodes.size(); ++node)
-    if (IsComparisonOfVectors(kernel.tree, kernel.resolved, node)) return true;
+    if (IsComparisonOfVectors(kernel.tree, kernel.resolved, node) || IsRoundedAsDouble(kernel, node)) return true;
   return !FindOpenRemainders(kernel.tree, kernel.resolved).empty() ||
          !FindEvaluationOrder(kernel.tree, kernel.resolved).valueFirst.empty();
 }

@@ -161,6 +161,13 @@ TEST(PlainFormTest, VectorsOfBoolsAreNumbers) {
             "int2 b = int2(int(true), int(UNIFORM(f) > 1.0)); if ((b.y != 0)) { return; }");
 }
 
+TEST(PlainFormTest, FloatsAreRoundedBeforeTheyAreDoublesOnGpus) {
+  EXPECT_EQ(PlainBody("Float64 d = 0.1; d = d * 2.0;", {}, true).find("0.1;"), std::string::npos);
+  EXPECT_NE(PlainBody("Float64 d = 0.1;", {}, true).find("(0.10000000149011612)"), std::string::npos);
+  EXPECT_NE(PlainBody("Float64 d = 16777217.0;", {}, true).find("(16777216.0)"), std::string::npos);
+  EXPECT_NE(PlainBody("Float64 d = 0.5; d = 1e10;", {}, true).find("0.5"), std::string::npos);
+}
+
 TEST(PlainFormTest, VectorsAreComparedByAFunctionOnGpus) {
   EXPECT_EQ(PlainBody("bool a = UNIFORM(v) == UNIFORM(v);"), "bool a = UNIFORM(v) == UNIFORM(v);");
   EXPECT_EQ(PlainBody("bool a = !(UNIFORM(v) == UNIFORM(v));", {}, true),

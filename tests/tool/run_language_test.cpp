@@ -48,6 +48,13 @@ class RunLanguageTest : public testing::TestWithParam<Way> {
     EXPECT_EQ(given, numbers);                                                           \
   } while (false)
 
+TEST_P(RunLanguageTest, NumbersWithAPointAreFloatsBeforeTheyAreDoubles) {
+  EXPECT_NUMBERS("1000000014 2000000029 0 0 0 ", R"(
+	Float64 d = 0.1;
+	UNIFORM_BUFFER(out)[0] = int(d * 10000000000.0);
+	UNIFORM_BUFFER(out)[1] = int(Float64(UNIFORM(two)) * 0.1 * 10000000000.0);)");
+}
+
 TEST_P(RunLanguageTest, RemaindersHaveTheSignOfTheDividend) {
   EXPECT_NUMBERS("-2 2 -1 -63 3 ", R"(
 	int k = UNIFORM(two) - 7;
