@@ -42,6 +42,18 @@ std::string Capitalize(std::string word) {
   return word;
 }
 
+ConformanceRow RunClientScenarios(const ConformanceSetting& setting) {
+  CheckCounter counter(setting);
+  for (const ClientScenario& scenario : GetClientScenarios()) counter.Run(scenario.name, scenario.run);
+  return counter.MakeRow("clients", "scenarios on both programs", "the same results and messages");
+}
+
+ConformanceRow RunDifferences(const ConformanceSetting& setting) {
+  CheckCounter counter(setting);
+  for (const Difference& difference : GetDifferences()) counter.Run(difference.test, difference.check);
+  return counter.MakeRow("differences", "rows of the table", "each class by its own rule");
+}
+
 }  // namespace
 
 std::vector<ConformanceCase> GetConformanceCases() {
@@ -71,16 +83,13 @@ std::vector<ConformanceCase> GetConformanceCases() {
   return cases;
 }
 
-ConformanceRow RunClientScenarios(const ConformanceSetting& setting) {
-  CheckCounter counter(setting);
-  for (const ClientScenario& scenario : GetClientScenarios()) counter.Run(scenario.name, scenario.run);
-  return counter.MakeRow("clients", "scenarios on both programs", "the same results and messages");
-}
-
-ConformanceRow RunDifferences(const ConformanceSetting& setting) {
-  CheckCounter counter(setting);
-  for (const Difference& difference : GetDifferences()) counter.Run(difference.test, difference.check);
-  return counter.MakeRow("differences", "rows of the table", "each class by its own rule");
+std::vector<ConformanceCase> GetAllConformanceCases() {
+  std::vector<ConformanceCase> cases = GetConformanceCases();
+  cases.push_back(
+      {"Clients", [](const ConformanceSetting& setting) { return std::vector{RunClientScenarios(setting)}; }});
+  cases.push_back(
+      {"Differences", [](const ConformanceSetting& setting) { return std::vector{RunDifferences(setting)}; }});
+  return cases;
 }
 
 }  // namespace ostra::conformance

@@ -2,7 +2,7 @@
 //
 //   OSTRA_RETURN_IF_ERROR(RegisterConformanceKernels());
 //   OSTRA_ASSIGN_OR_RETURN(const KernelFolder kernels, KernelFolder::Create());
-//   for (const ConformanceCase& each : GetConformanceCases())
+//   for (const ConformanceCase& each : GetAllConformanceCases())
 //     for (const ConformanceRow& row : each.run({kernels.GetUrl(), weightBits})) Show(row);
 //
 // The GPU program runs what the backend is set to: see SetDrawportShadingLanguage.
@@ -28,9 +28,8 @@ struct ConformanceCase {
 // What compares numbers: operations, integers, noises, textures, kernels of the library.
 std::vector<ConformanceCase> GetConformanceCases();
 
-// One row each: what clients do, the same on both classes; and what the classes do differently. A row that is not held
-// says on which class and where.
-ConformanceRow RunClientScenarios(const ConformanceSetting& setting);
-ConformanceRow RunDifferences(const ConformanceSetting& setting);
+// Those, and two of one row each: "Clients", what clients do, the same on both classes; and "Differences", what the
+// classes do differently. A row that is not held says on which class and where.
+std::vector<ConformanceCase> GetAllConformanceCases();
 
 }  // namespace ostra::conformance

@@ -181,8 +181,8 @@ class Session {
 
   // A texture of a picture file. `channels` names the channels of its texels in their order: one to four of the letters
   // r, g, b and a. `settings` says how it is sampled, and with _format whether its texels are floats (F32, the default)
-  // or bytes (U8); its texels, size and number of channels come from the file. Errors: those of ReadImage; illegal
-  // argument for other letters and formats; out of memory.
+  // or bytes (U8); its texels and size come from the file, the number of channels from `channels`. Errors: those of
+  // ReadImage; illegal argument for other letters and formats; out of memory.
   Result<Texture> TryLoadTexture(std::string_view file, const TextureBindData& settings = {},
                                  std::string_view channels = "rgba", CallSite where = CallSite::Here()) {
     return client::CallAt(where, [&]() -> Result<Texture> {

@@ -15,8 +15,6 @@ namespace {
 
 constexpr py::ssize_t kShown = 80;
 
-std::string NameType(const py::handle& value) { return TextOf(py::type::handle_of(value).attr("__name__")); }
-
 std::string List(const std::vector<std::string>& names) {
   std::string text;
   for (const std::string& name : names) text += (text.empty() ? "" : ", ") + name;
@@ -34,6 +32,8 @@ std::string ExplainUnknown(const std::string& call, const std::vector<std::strin
 }  // namespace
 
 std::string Quote(const std::string& name) { return "\"" + name + "\""; }
+
+std::string NameType(const py::handle& value) { return TextOf(py::type::handle_of(value).attr("__name__")); }
 
 std::string ShowValue(const py::handle& value) {
   try {
@@ -110,8 +110,9 @@ std::vector<float> TakeFloats(const std::string& name, const py::object& value) 
 
 std::optional<py::tuple> FindElements(const py::handle& value) {
   if (PyUnicode_Check(value.ptr()) || PyBytes_Check(value.ptr()) || !PySequence_Check(value.ptr())) return std::nullopt;
-  if (PySequence_Size(value.ptr()) < 0) {  // an array without axes
-    PyErr_Clear();
+  if (PySequence_Size(value.ptr()) < 0) {
+    if (!PyErr_ExceptionMatches(PyExc_TypeError)) throw py::error_already_set();
+    PyErr_Clear();  // an array without axes
     return std::nullopt;
   }
   return py::tuple(py::reinterpret_borrow<py::object>(value));

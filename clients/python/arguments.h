@@ -18,6 +18,9 @@ std::string ShowValue(const pybind11::handle& value);
 // A text in quotes, as messages name parameters.
 std::string Quote(const std::string& name);
 
+// The name of the type of a value.
+std::string NameType(const pybind11::handle& value);
+
 // Throws TypeError: "name" is `wanted`, not `value`.
 [[noreturn]] void RefuseArgument(const std::string& name, const std::string& wanted, const pybind11::handle& value);
 
@@ -27,15 +30,18 @@ std::vector<pybind11::object> TakeArguments(const std::string& function, const s
                                             std::size_t requiredCount, const pybind11::args& positional,
                                             const pybind11::kwargs& named);
 
-// Throws TypeError for what is no str, and ValueError for a null character and for half characters, which UTF-8 lacks.
+// Throws TypeError if `value` is not a str, and ValueError for a null character and for unpaired surrogates, which
+// UTF-8 cannot encode.
 std::string TakeText(const std::string& name, const pybind11::handle& value);
-// Throws TypeError for what is no numpy array.
+// Throws TypeError if `value` is not a numpy array.
 pybind11::array TakeArray(const std::string& name, const pybind11::handle& value);
-// Throws TypeError for what is no whole number, and OverflowError below 0 and from 2**32 on.
+// Throws TypeError if `value` is not a whole number, and OverflowError below 0 and from 2**32 on.
 UInt32 TakeUInt32(const std::string& name, const pybind11::handle& value);
-// A number, or a sequence of several. Throws as above for what is no number that a float32 has.
+// A number, or a sequence of several. Throws TypeError if one is not a number, and OverflowError if it does not fit a
+// float32.
 std::vector<float> TakeFloats(const std::string& name, const pybind11::object& value);
-// The elements of a sequence that is no text; nothing for other values.
+// The elements of a sequence other than a text; nothing for other values. Throws what the sequence raises, but for
+// TypeError of its length.
 std::optional<pybind11::tuple> FindElements(const pybind11::handle& value);
 
 }  // namespace ostra::python

@@ -16,11 +16,15 @@ template <class T>
 inline constexpr bool kIsOfPackage = std::is_same_v<T, PythonBuffer> || std::is_same_v<T, PythonKernel> ||
                                      std::is_same_v<T, PythonTexture> || std::is_same_v<T, PythonCounter>;
 
-// `value`: of a class that pybind11 has made. Throws TypeError for one that Class.__new__ alone has made.
-inline void CheckConstructed(const pybind11::handle& value) {
+// `value`: an instance of the class of T, or of a class that is derived from it and from others too. Throws TypeError
+// if the constructor of T has not run for it, as after Class.__new__ alone.
+template <class T>
+void CheckConstructed(const pybind11::handle& value) {
+  const auto* const type = pybind11::detail::get_type_info(typeid(T), true);
   auto* const instance = reinterpret_cast<pybind11::detail::instance*>(value.ptr());
-  if (instance->get_value_and_holder().holder_constructed()) return;
-  const auto name = pybind11::str(pybind11::type::handle_of(value).attr("__name__")).cast<std::string>();
+  if (instance->get_value_and_holder(type).holder_constructed()) return;
+  const pybind11::handle registered(reinterpret_cast<PyObject*>(type->type));
+  const auto name = pybind11::str(registered.attr("__name__")).cast<std::string>();
   throw pybind11::type_error("the constructor of this ostra." + name + " has not run: ostra." + name +
                              ".__new__ alone makes no object that can be used");
 }
@@ -29,12 +33,13 @@ inline void CheckConstructed(const pybind11::handle& value) {
 
 namespace pybind11::detail {
 
-// Every way from Python to C++ leads through here: methods, properties and arguments.
+// Methods, properties, arguments and casts to references lead through here. Casts to a shared_ptr have a caster of
+// their own: call CheckConstructed before them.
 template <class T>
 class type_caster<T, std::enable_if_t<ostra::python::kIsOfPackage<T>>> : public type_caster_base<T> {
  public:
   bool load(handle source, bool mayConvert) {
-    if (pybind11::isinstance<T>(source)) ostra::python::CheckConstructed(source);
+    if (pybind11::isinstance<T>(source)) ostra::python::CheckConstructed<T>(source);
     return type_caster_base<T>::load(source, mayConvert);
   }
 };

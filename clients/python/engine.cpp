@@ -6,7 +6,7 @@
 #include <algorithm>
 
 #include "clients/python/engine_call.h"
-#include "ostra/drawport/device_list.h"
+#include "parallelprogram/device/step_limit.h"
 #include "parallelprogram/program/dispatch_times_interface.h"
 #include "parallelprogram/program/kernel_report_interface.h"
 
@@ -71,11 +71,8 @@ Result<Session&> Engine::GetGpu() {
   if (!_gpu) {
     OSTRA_ASSIGN_OR_RETURN(Session gpu, Session::TryCreate({.backend = Backend::kGpu}));
     _gpu.emplace(std::move(gpu));
-    // Drivers in software end loops by themselves after 65,535 steps, without a word.
-    constexpr UInt32 kSoftwareSteps = 60'000;
-    const auto devices = GetDrawportDevices();
-    if (devices && devices->GetCount() > 0 && (*devices)[0].kind == "software"_s)
-      FindInterface<KernelReportInterface>(_gpu->GetProgram())->SetStepLimit(kSoftwareSteps);
+    OSTRA_ASSIGN_OR_RETURN(auto& reports, GetInterface<KernelReportInterface>(_gpu->GetProgram()));
+    reports.SetStepLimit(GetDefaultStepLimit());
     if (_isMeasuring) OSTRA_RETURN_IF_ERROR(MeasureDispatches(true));
   }
   return *_gpu;
@@ -97,16 +94,18 @@ Result<void> Engine::SetCounter(Backend backend, InternedId name, UInt32 value) 
 
 Result<void> Engine::MeasureDispatches(bool isOn) {
   _isMeasuring = isOn;
-  OSTRA_RETURN_IF_ERROR(FindInterface<DispatchTimesInterface>(_cpu.GetProgram())->MeasureDispatches(isOn));
+  OSTRA_ASSIGN_OR_RETURN(auto& times, GetInterface<DispatchTimesInterface>(_cpu.GetProgram()));
+  OSTRA_RETURN_IF_ERROR(times.MeasureDispatches(isOn));
   if (!_gpu) return OK;
-  return FindInterface<DispatchTimesInterface>(_gpu->GetProgram())->MeasureDispatches(isOn);
+  OSTRA_ASSIGN_OR_RETURN(auto& gpuTimes, GetInterface<DispatchTimesInterface>(_gpu->GetProgram()));
+  return gpuTimes.MeasureDispatches(isOn);
 }
 
 Result<std::vector<EngineTime>> Engine::TakeTimes() {
   std::vector<EngineTime> times;
   for (const Backend backend : {Backend::kCpu, Backend::kGpu}) {
     if (backend == Backend::kGpu && !_gpu) continue;
-    auto& program = *FindInterface<DispatchTimesInterface>(GetSession(backend).GetProgram());
+    OSTRA_ASSIGN_OR_RETURN(auto& program, GetInterface<DispatchTimesInterface>(GetSession(backend).GetProgram()));
     OSTRA_ASSIGN_OR_RETURN(const BaseArray<DispatchTime> taken, program.TakeDispatchTimes());
     for (const DispatchTime& time : taken) {
       const auto& sides = time.invocations;

@@ -8,6 +8,7 @@
 #include <set>
 
 #include "clients/cpp/session.h"
+#include "ostra/core/format.h"
 #include "parallelprogram/kernelruntime/kernel_runtime.h"
 
 namespace ostra::python {
@@ -26,6 +27,14 @@ struct EngineTime {
   Int invocations = 0;
   Int nanoseconds = 0;
 };
+
+// An optional interface of a program. Error: illegal state if the program does not have it.
+template <class Interface>
+Result<Interface&> GetInterface(ParallelProgramInterface& program) {
+  if (auto* const found = FindInterface<Interface>(program)) return *found;
+  return MakeError(kIllegalStateError, "python", __LINE__, "The program does not have the interface @.",
+                   Interface::kInterfaceId);
+}
 
 // Everything is used under its mutex, which is locked without the interpreter lock: calls of several threads run one
 // after the other (EngineCall).

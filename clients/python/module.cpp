@@ -53,6 +53,8 @@ extern "C" int GetBuffer(PyObject* object, Py_buffer* view, int flags) {
     error.restore();
   } catch (const py::builtin_exception& error) {
     error.set_error();
+  } catch (const std::exception& error) {
+    PyErr_SetString(PyExc_BufferError, error.what());
   }
   return -1;
 }
@@ -65,9 +67,14 @@ std::shared_ptr<PythonBuffer> MakeBuffer(const py::args& positional, const py::k
 
 py::object MakeArray(PythonBuffer& own, const py::args& positional, const py::kwargs& named) {
   const auto given = TakeArguments("ostra.Buffer.__array__", {"dtype", "copy"}, 0, positional, named);
+  const bool hasDtype = given[0] && !given[0].is_none();
+  const bool isOnCpu = own.GetBackend() == Backend::kCpu;
+  if (given[1] && given[1].ptr() == Py_False &&
+      (!isOnCpu || (hasDtype && !py::dtype::from_args(given[0]).equal(own.GetDtype()))))
+    throw py::value_error("these elements cannot be had without a copy");
   const py::object array = own.MakeNumpy();
-  const bool isCopied = given[1] && given[1].ptr() == Py_True && own.GetBackend() == Backend::kCpu;
-  if (!given[0] || given[0].is_none()) return isCopied ? array.attr("copy")() : array;
+  const bool isCopied = given[1] && given[1].ptr() == Py_True && isOnCpu;
+  if (!hasDtype) return isCopied ? array.attr("copy")() : array;
   return array.attr("astype")(given[0], py::arg("copy") = isCopied);
 }
 

@@ -21,19 +21,9 @@ namespace {
 
 using conformance::ConformanceCase;
 using conformance::ConformanceRow;
-using conformance::ConformanceSetting;
 
 const std::vector<ConformanceCase>& GetGroups() {
-  static const auto groups = [] {
-    std::vector<ConformanceCase> all = conformance::GetConformanceCases();
-    all.push_back({"Clients", [](const ConformanceSetting& setting) {
-                     return std::vector{conformance::RunClientScenarios(setting)};
-                   }});
-    all.push_back({"Differences", [](const ConformanceSetting& setting) {
-                     return std::vector{conformance::RunDifferences(setting)};
-                   }});
-    return all;
-  }();
+  static const auto groups = conformance::GetAllConformanceCases();
   return groups;
 }
 

@@ -16,8 +16,6 @@ namespace {
 
 constexpr std::string_view kMode = "noiseMode_", kSeed = "noiseSeed_";
 
-std::string NameType(const py::handle& value) { return TextOf(py::type::handle_of(value).attr("__name__")); }
-
 // The number of "noiseMode_3" and "noiseSeed_3".
 std::optional<Int> FindNoiseSetting(std::string_view name) {
   if (!name.starts_with(kMode) && !name.starts_with(kSeed)) return std::nullopt;
@@ -202,7 +200,7 @@ PythonKernel::BoundTexture PythonKernel::BindTexture(const Parameter& parameter,
   const std::string wanted = Quote(parameter.name) + " is a " + DescribeTexture(*parameter.texture);
   std::shared_ptr<PythonTexture> texture;
   if (py::isinstance<PythonTexture>(value)) {
-    CheckConstructed(value);
+    CheckConstructed<PythonTexture>(value);
     texture = py::cast<std::shared_ptr<PythonTexture>>(value);
   } else if (py::isinstance<py::array>(value)) {
     texture = std::make_shared<PythonTexture>(py::array(value), TextureSettings());

@@ -43,7 +43,7 @@ class PythonBuffer {
 
   // On the CPU the memory itself, on a GPU a copy. Throws Exception: that of the device.
   pybind11::array MakeNumpy();
-  // Overwrites all elements. Throws TypeError for another type, for another shape and where the memory is read-only;
+  // Overwrites all elements. Throws TypeError for another type and for read-only memory, ValueError for another shape;
   // Exception: that of the device.
   void Write(const pybind11::array& array);
   // The array of a buffer on the CPU. Throws BufferError for one on a GPU.

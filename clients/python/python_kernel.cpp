@@ -44,10 +44,10 @@ Result<void> PythonKernel::Load(const std::string& file, const std::string& text
 Result<void> PythonKernel::AddToProgram(const Url& file) {
   ParallelProgramInterface& program = GetProgram();
   if (_backend == Backend::kCpu || !_isChecked) return program.AddKernel(_kernel, file, true);
-  auto* const reports = FindInterface<KernelReportInterface>(program);
-  OSTRA_RETURN_IF_ERROR(reports->SetReportOptions({.hasChecks = true}));
+  OSTRA_ASSIGN_OR_RETURN(auto& reports, GetInterface<KernelReportInterface>(program));
+  OSTRA_RETURN_IF_ERROR(reports.SetReportOptions({.hasChecks = true}));
   const auto added = program.AddKernel(_kernel, file, true);
-  OSTRA_RETURN_IF_ERROR(reports->SetReportOptions({}));
+  OSTRA_RETURN_IF_ERROR(reports.SetReportOptions({}));
   return added;
 }
 
@@ -135,7 +135,8 @@ py::object PythonKernel::Call(const py::object& size, const py::dict& arguments)
   auto ran = call.Run([&]() -> Result<void> {
     auto done = Run(invocation);
     if (_hasReports) {
-      OSTRA_ASSIGN_OR_RETURN(prints, FindInterface<KernelReportInterface>(GetProgram())->TakePrints());
+      OSTRA_ASSIGN_OR_RETURN(auto& reports, GetInterface<KernelReportInterface>(GetProgram()));
+      OSTRA_ASSIGN_OR_RETURN(prints, reports.TakePrints());
     }
     return done;
   });

@@ -100,6 +100,21 @@ def test_a_buffer_of_the_cpu_is_its_memory():
     numpy.testing.assert_array_equal(numpy.from_dlpack(buffer), view)
 
 
+def test_an_array_without_a_copy_is_the_memory_or_an_error(backend):
+    buffer = ostra.Buffer(numbers(8), backend=backend)
+    message = "^these elements cannot be had without a copy$"
+    with pytest.raises(ValueError, match=message):
+        buffer.__array__(numpy.float64, copy=False)
+    if backend == "cpu":
+        for dtype in (None, numpy.float32, "float32"):
+            assert numpy.shares_memory(buffer.__array__(dtype, copy=False), buffer.numpy())
+    else:
+        with pytest.raises(ValueError, match=message):
+            buffer.__array__(copy=False)
+    assert buffer.__array__(numpy.float64).dtype == buffer.__array__(numpy.float64, copy=None).dtype == numpy.float64
+    assert not numpy.shares_memory(buffer.__array__(copy=True), buffer.__array__())
+
+
 def test_memory_of_other_packages_is_used_without_a_copy():
     array = numbers(8)
     buffer = ostra.from_dlpack(array)

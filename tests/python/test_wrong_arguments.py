@@ -130,6 +130,23 @@ def test_an_empty_source_is_told():
     check(ValueError, '"source" is empty', lambda: ostra.kernel(""))
 
 
+@pytest.mark.parametrize("name", ["", "a/"])
+def test_a_name_without_a_file_is_told(name, backend):
+    check(ValueError, f'"name" is the name of a file, not {name!r}', lambda: ostra.kernel(SCALE, name=name, backend=backend))
+
+
+@pytest.mark.parametrize("raised", [KeyboardInterrupt, MemoryError, ZeroDivisionError])
+def test_what_the_length_of_a_sequence_raises_is_not_lost(raised):
+    class Raising(list):
+        def __len__(self):
+            raise raised
+
+    with pytest.raises(raised):
+        ostra.kernel(SCALE)(Raising([4]), factor=1, source=ones(4))
+    with pytest.raises(raised):
+        ostra.Texture(ones(2, 2), wrap="border", border=Raising([1.0]))
+
+
 @pytest.mark.parametrize("made", [ostra.Buffer, ostra.Counter, ostra.Texture, ostra.Kernel])
 def test_an_object_whose_constructor_has_not_run_is_refused(made):
     wave = ostra.kernel(WAVE)
@@ -148,6 +165,27 @@ def test_an_object_whose_constructor_has_not_run_is_refused(made):
         uses += [lambda: empty(), lambda: empty.name, lambda: empty.checked, lambda: empty.parameters]
     for use in uses:
         check(TypeError, f"the constructor of this ostra.{made.__name__} has not run", use)
+
+
+def test_an_object_of_several_classes_needs_the_constructor_of_each():
+    class Both(ostra.Buffer, ostra.Texture):
+        pass
+
+    class Swapped(ostra.Texture, ostra.Buffer):
+        pass
+
+    wave = ostra.kernel(WAVE)
+    for made in (Both, Swapped):
+        both = made.__new__(made)
+        ostra.Buffer.__init__(both, ones(4))
+        assert len(ostra.Buffer.numpy(both)) == 4 and memoryview(both)[0] == 1
+        for use in (lambda: both.array, lambda: ostra.Texture.numpy(both), lambda: wave(4, image=both)):
+            check(TypeError, "the constructor of this ostra.Texture has not run", use)
+        other = made.__new__(made)
+        ostra.Texture.__init__(other, ones(2, 2))
+        assert other.array.shape[:2] == (2, 2)
+        for use in (lambda: ostra.Buffer.numpy(other), lambda: memoryview(other)):
+            check(TypeError, "the constructor of this ostra.Buffer has not run", use)
 
 
 def test_a_subclass_whose_constructor_calls_no_other_is_refused():

@@ -14,8 +14,8 @@
 #include "apps/ostra/run/program_run.h"
 #include "apps/ostra/run/run_report.h"
 #include "apps/ostra/start_host.h"
-#include "ostra/drawport/device_list.h"
 #include "ostra/jobs/worker_threads.h"
+#include "parallelprogram/device/step_limit.h"
 
 OSTRA_UNIT("run_command");
 
@@ -56,14 +56,10 @@ Result<std::vector<Float64>> Repeat(const RunOptions& options, ProgramRun& run) 
   return times;
 }
 
-// Drivers in software end loops by themselves after 65,535 steps, without a word.
 Int ChooseStepLimit(const RunOptions& options, const Id& programClass) {
-  constexpr Int kMany = 10'000'000, kFew = 60'000;
   if (options.stepLimit > 0) return options.stepLimit;
-  if (!options.isChecked || programClass == kCpuProgramClass) return kMany;
-  const auto devices = GetDrawportDevices();
-  const Bool isSoftware = devices && devices->GetCount() > 0 && (*devices)[0].kind == "software"_s;
-  return isSoftware ? kFew : kMany;
+  if (!options.isChecked || programClass == kCpuProgramClass) return kDefaultStepLimit;
+  return GetDefaultStepLimit();
 }
 
 constexpr Int kTraceRoom = Int{8} << 20;  // bytes for the values of one invocation

@@ -133,6 +133,8 @@ def kernel(source, *, backend="cpu", name=None, checked=None):
     if name is None:
         name = f"{found.group(1) if found else 'kernel'}.krn"
     _ostra.check_text("name", name)
+    if not _os.path.basename(name):
+        raise ValueError(f'"name" is the name of a file, not {name!r}')
     content = _KernelSource.of_text(source, name).with_checks(checked)
     if backend == "cpu":
         return Kernel(_ostra.Kernel(name, source, False, checked), None, content)

@@ -5,6 +5,7 @@ import json as _json
 import os as _os
 import subprocess as _subprocess
 import sys as _sys
+from collections.abc import Iterable as _Iterable
 
 from . import _ostra
 
@@ -24,14 +25,16 @@ for name in json.loads(sys.argv[1]):
 def parity(groups=None, *, language="GLSL"):
     """Compares the results of the GPU with those of the CPU, in a process of its own.
 
-    groups: the names of some groups, as ["Integers", "Noises"]; None: all of them, which takes more than a minute with a
-        driver in software. A name that is none lists them.
+    groups: the names of one or more groups, as ["Integers", "Noises"]; None: all of them, which takes more than a minute
+        with a driver in software. The message for an unknown name lists them.
     language: what kernels are translated to on their way: "GLSL" or "HLSL".
 
     Returns a list of dicts, one for each promise: group, what, promised, reached, held (a bool).
 
     Raises TypeError and ValueError for other arguments, and ostra.Error without a GPU.
     """
+    if not isinstance(language, str):
+        raise TypeError(f'"language" is "GLSL" or "HLSL", not {language!r}')
     if language not in ("GLSL", "HLSL"):
         raise ValueError(f'"language" is "GLSL" or "HLSL", not {language!r}')
     command = [_sys.executable, "-c", _PROGRAM, _json.dumps(_check_groups(groups)), language]
@@ -47,11 +50,12 @@ def _check_groups(groups):
     known = _ostra.parity_groups()
     if groups is None:
         return known
-    if isinstance(groups, str) or not all(isinstance(name, str) for name in groups):
-        raise TypeError(f'"groups" is a list of names, not {groups!r}')
-    for name in groups:
+    names = [] if isinstance(groups, (str, bytes)) or not isinstance(groups, _Iterable) else list(groups)
+    if not names or not all(isinstance(name, str) for name in names):
+        raise TypeError(f'"groups" is a list of one or more names, not {groups!r}')
+    for name in names:
         if name not in known:
             near = _difflib.get_close_matches(name, known, 1)
             hint = f'did you mean "{near[0]}"?' if near else "there are " + ", ".join(known)
             raise ValueError(f'"groups" has no group {name!r}; {hint}')
-    return list(groups)
+    return names
