@@ -13,6 +13,8 @@ class Fluid:
     """A flow (velocity, dyes) that no pressure resists: all stays on the device but for the jets."""
 
     def __init__(self, width, height, backend="auto"):
+        if min(width, height) < 2:
+            raise ValueError("a fluid needs sides of at least 2")
         self.advect, self.press, self.project = (
             ostra.kernel(FOLDER / f"net.example.{name}.krn", backend=backend) for name in ("advect", "pressure", "project"))
         self.size = dict(width=width, height=height)
@@ -57,6 +59,8 @@ if __name__ == "__main__":
     parser.add_argument("--backend", default="auto")
     parser.add_argument("--out", default="fluid.png")
     options = parser.parse_args()
+    if min(options.size) < 8:
+        parser.error("--size needs sides of at least 8")
     fluid, name = Fluid(*options.size, backend=options.backend), pathlib.Path(options.out)
     for frame in range(options.frames):
         for _ in range(options.steps):

@@ -1,17 +1,25 @@
 // The Mandelbrot set, as fractal.py draws it: fractal FILE.png [cpu|gpu] [WIDTH HEIGHT]
+#include <charconv>
 #include <cstdio>
-#include <cstdlib>
 #include <string_view>
 
 #include "clients/cpp/session.h"
 #include "net.example.fractal.kernel.h"
 #include "ostra/image/image.h"
 
+// 0 for a text that is not a number from 1 to 8192.
+int ParseSide(std::string_view text) {
+  int side = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), side);
+  return error == std::errc() && end == text.data() + text.size() && side >= 1 && side <= 8192 ? side : 0;
+}
+
 int main(int argc, char** argv) try {
-  if (argc < 2) return std::fprintf(stderr, "usage: fractal FILE.png [cpu|gpu] [WIDTH HEIGHT]\n"), 2;
-  const bool isOnGpu = argc > 2 && argv[2] == std::string_view("gpu");
-  const int width = argc > 4 ? std::atoi(argv[3]) : 360, height = argc > 4 ? std::atoi(argv[4]) : 240;
-  if (width < 1 || height < 1 || width > 8192 || height > 8192) return std::fprintf(stderr, "sides are 1 to 8192\n"), 2;
+  const std::string_view backend = argc > 2 ? argv[2] : "cpu";
+  const int width = argc > 3 ? ParseSide(argv[3]) : 360, height = argc > 4 ? ParseSide(argv[4]) : 240;
+  const bool isOnGpu = backend == "gpu";
+  if ((argc != 2 && argc != 3 && argc != 5) || (!isOnGpu && backend != "cpu") || width == 0 || height == 0)
+    return std::fprintf(stderr, "usage: fractal FILE.png [cpu|gpu] [WIDTH HEIGHT]; sides are 1 to 8192\n"), 2;
   const ostra::UInt32 columns = static_cast<ostra::UInt32>(width), rows = static_cast<ostra::UInt32>(height);
 
   ostra::Session session(isOnGpu ? ostra::Backend::kGpu : ostra::Backend::kCpu);

@@ -1,6 +1,6 @@
 // One substance that grows in another, from a square: reaction_diffusion FILE.png [cpu|gpu] [STEPS]
+#include <charconv>
 #include <cstdio>
-#include <cstdlib>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -20,10 +20,19 @@ Fields MakeStart() {
   return fields;
 }
 
+// -1 for a text that is not a number.
+int ParseSteps(std::string_view text) {
+  int steps = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), steps);
+  return error == std::errc() && end == text.data() + text.size() ? steps : -1;
+}
+
 int main(int argc, char** argv) try {
-  if (argc < 2) return std::fprintf(stderr, "usage: reaction_diffusion FILE.png [cpu|gpu] [STEPS]\n"), 2;
-  const bool isOnGpu = argc > 2 && argv[2] == std::string_view("gpu");
-  const int steps = argc > 3 ? std::atoi(argv[3]) : 4000;
+  const std::string_view backend = argc > 2 ? argv[2] : "cpu";
+  const int steps = argc > 3 ? ParseSteps(argv[3]) : 4000;
+  const bool isOnGpu = backend == "gpu";
+  if (argc < 2 || argc > 4 || (!isOnGpu && backend != "cpu") || steps < 0)
+    return std::fprintf(stderr, "usage: reaction_diffusion FILE.png [cpu|gpu] [STEPS]\n"), 2;
 
   ostra::Session session(isOnGpu ? ostra::Backend::kGpu : ostra::Backend::kCpu);
   const auto react = session.Load<ostra::kernels::ReactionDiffusion>();

@@ -49,6 +49,8 @@ if __name__ == "__main__":
     parser.add_argument("--backend", default="auto")
     parser.add_argument("--out", default="reaction_diffusion.png")
     options = parser.parse_args()
+    if min(options.size) < 8:
+        parser.error("--size needs sides of at least 8")
     simulation = Simulation(make_start(*options.size), backend=options.backend)
     name = pathlib.Path(options.out)
     for frame in range(options.frames):

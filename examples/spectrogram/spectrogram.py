@@ -33,6 +33,8 @@ def read_sound(path):
 
 def measure(sound, hop=64, backend="auto"):
     """The power of 256 frequencies, from 0 to half of the rate, in each part: (parts, 256)."""
+    if len(sound) < PART:
+        raise ValueError(f"the sound has {len(sound)} samples: a part has {PART}")
     parts = (len(sound) - PART) // hop + 1
     power = numpy.zeros((parts, PART // 2), numpy.float32)
     ostra.kernel(KERNEL, backend=backend)(power.size, parts=parts, hop=hop, samples=sound, power=power)
@@ -41,7 +43,7 @@ def measure(sound, hop=64, backend="auto"):
 
 def paint(power):
     """Time from left to right, high tones above; 50 dB from dark to bright."""
-    level = (1 + numpy.log10(power / power.max() + 1e-12) / 5).clip(0, 1).T[::-1, :, None]
+    level = (1 + numpy.log10(power / max(power.max(), 1e-30) + 1e-12) / 5).clip(0, 1).T[::-1, :, None]
     return numpy.concatenate([level**0.7, level**1.8, 0.25 * numpy.sin(numpy.pi * level) + level**4 * 0.8], 2).clip(0, 1)
 
 

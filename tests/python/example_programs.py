@@ -21,21 +21,34 @@ def load(name):
     return module
 
 
+def start(command):
+    """What a program that has ended leaves: its exit status and what it wrote."""
+    return subprocess.run(command, capture_output=True, text=True, check=False, timeout=120)
+
+
+def start_python(name, *arguments):
+    return start([sys.executable, "-B", str(EXAMPLES / name / f"{name}.py"), "--backend", "cpu", *arguments])
+
+
 def run(name, folder, *arguments):
     """The picture that a program leaves."""
     file = folder / f"{name}.png"
-    command = [sys.executable, "-B", str(EXAMPLES / name / f"{name}.py"), "--out", str(file), "--backend", "cpu", *arguments]
-    done = subprocess.run(command, capture_output=True, text=True, check=False, timeout=120)
+    done = start_python(name, "--out", str(file), *arguments)
     assert (done.returncode, done.stdout, done.stderr) == (0, "", "")
     return ostra.read_picture(file)
 
 
-def run_built(name, folder, *arguments):
-    """The picture that a program in C++ leaves."""
+def start_built(name, *arguments):
+    """A program in C++."""
     built = [path for path in os.environ.get("OSTRA_EXAMPLES", "").split(":") if path.endswith(f"example_{name}")]
     if not built or not pathlib.Path(built[0]).is_file():
         pytest.skip(f"The program example_{name} is not built, or OSTRA_EXAMPLES does not name it.")
+    return start([built[0], *arguments])
+
+
+def run_built(name, folder, *arguments):
+    """The picture that a program in C++ leaves."""
     file = folder / f"{name}.png"
-    done = subprocess.run([built[0], str(file), *arguments], capture_output=True, text=True, check=False, timeout=120)
+    done = start_built(name, str(file), *arguments)
     assert (done.returncode, done.stdout, done.stderr) == (0, "", "")
     return ostra.read_picture(file)

@@ -3,9 +3,10 @@
 import math
 
 import numpy
+import pytest
 
 import ostra
-from example_programs import EXAMPLES, load, run, run_built
+from example_programs import EXAMPLES, load, run, run_built, start_built, start_python
 
 
 def test_every_example_has_a_program_a_kernel_a_picture_and_a_place_in_the_gallery():
@@ -38,6 +39,28 @@ def test_the_substances_of_c_plus_plus_react_as_those_of_python(tmp_path, backen
     amount = numpy.float32(2.8) * load("reaction_diffusion").Simulation(start, backend=backend).run(50)[..., 1]
     assert amount.max() > 0.5
     numpy.testing.assert_allclose(picture[..., 0], amount.clip(0, 1), atol=0.51 / 255)
+
+
+@pytest.mark.parametrize("name, arguments", [
+    ("fractal", []), ("fractal", ["cup"]), ("fractal", ["cpu", "30"]), ("fractal", ["cpu", "30", "2x"]),
+    ("fractal", ["cpu", "0", "20"]), ("fractal", ["cpu", "30", "8193"]), ("fractal", ["cpu", "30", "20", "10"]),
+    ("reaction_diffusion", []), ("reaction_diffusion", ["GPU"]), ("reaction_diffusion", ["cpu", "many"]),
+    ("reaction_diffusion", ["cpu", "-1"]), ("reaction_diffusion", ["cpu", "1", "2"]),
+])
+def test_programs_of_c_plus_plus_refuse_other_arguments(name, arguments, tmp_path):
+    file = tmp_path / "none.png"
+    done = start_built(name, *([str(file)] if arguments else []), *arguments)
+    assert (done.returncode, done.stdout) == (2, "") and not file.exists()
+    assert done.stderr.startswith(f"usage: {name} FILE.png [cpu|gpu] [") and done.stderr.count("\n") == 1
+
+
+@pytest.mark.parametrize("name", ["fluid", "reaction_diffusion"])
+@pytest.mark.parametrize("sides", [("6", "6"), ("1", "40"), ("40", "-3")])
+def test_sizes_that_are_too_small_are_refused(name, sides, tmp_path):
+    file = tmp_path / "none.png"
+    done = start_python(name, "--size", *sides, "--out", str(file))
+    assert (done.returncode, done.stdout) == (2, "") and not file.exists()
+    assert done.stderr.endswith("error: --size needs sides of at least 8\n")
 
 
 # Fractal.
@@ -162,6 +185,16 @@ def test_a_tone_is_found_where_it_is(tmp_path):
     rows = picture[..., :3].sum(-1)
     steady = 255 - round(3000 / (8000 / 512))  # the tone that the example makes
     assert (rows[steady] > 1).mean() > 0.95 and (rows[steady - 20] > 1).mean() < 0.1
+
+
+def test_a_sound_without_a_whole_part_is_refused_and_silence_is_dark():
+    program = load("spectrogram")
+    with pytest.raises(ValueError, match="^the sound has 511 samples: a part has 512$"):
+        program.measure(numpy.zeros(511, numpy.float32), backend="cpu")
+    power = program.measure(numpy.zeros(512, numpy.float32), backend="cpu")
+    with numpy.errstate(all="raise"):
+        picture = program.paint(power)
+    assert picture.shape == (256, 1, 3) and (picture == 0).all()
 
 
 # Colours.

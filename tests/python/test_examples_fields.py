@@ -1,6 +1,7 @@
 """The examples that change a terrain and a flow."""
 
 import numpy
+import pytest
 
 from example_programs import load, run
 
@@ -77,6 +78,12 @@ def test_a_steady_flow_carries_dye_along(backend):
     expected = numpy.zeros((24, 40), numpy.float32)
     expected[10:14, 18:22] = 1
     numpy.testing.assert_allclose(fluid.flow.numpy()[..., 2], expected, atol=1e-4)
+
+
+@pytest.mark.parametrize("sides", [(1, 8), (8, 1)])
+def test_a_flow_of_one_row_is_refused(sides):
+    with pytest.raises(ValueError, match="^a fluid needs sides of at least 2$"):
+        load("fluid").Fluid(*sides, "cpu")
 
 
 def test_jets_meet_in_the_middle():

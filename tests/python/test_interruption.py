@@ -28,14 +28,29 @@ def numbers(count):
     return numpy.arange(count, dtype=numpy.float32)
 
 
+def find_rounds(slow, size, seconds=0.5):
+    """With how many rounds a call of SLOW lasts longer than this."""
+    rounds = 1000
+    while True:
+        begin = time.monotonic()
+        slow(size, rounds=rounds)
+        took = time.monotonic() - begin
+        if took > seconds:
+            return rounds
+        rounds *= 2 if took > seconds / 4 else 4
+
+
 @pytest.fixture
 def interrupt_after():
-    """Sends SIGINT to the process after some seconds."""
+    """Sends SIGINT to the process after some seconds, and calls `then` a little later."""
     timers = []
 
-    def start(seconds):
+    def start(seconds, then=None):
         timers.append(threading.Timer(seconds, os.kill, (os.getpid(), signal.SIGINT)))
-        timers[-1].start()
+        if then:
+            timers.append(threading.Timer(seconds + 0.3, then))
+        for timer in timers[-2 if then else -1:]:
+            timer.start()
 
     yield start
     for timer in timers:
@@ -69,13 +84,14 @@ def own_handler():
 def test_a_call_goes_on_where_a_handler_of_the_program_takes_the_interrupt(own_handler, interrupt_after):
     slow = ostra.kernel(SLOW)
     target = numpy.zeros(1 << 16, numpy.float32)
+    rounds = find_rounds(slow, target.size)
     interrupt_after(0.1)
     begin = time.monotonic()
-    slow(rounds=5000, target=target)
+    slow(rounds=rounds, target=target)
     assert time.monotonic() - begin > 0.1  # else it was over before
     assert own_handler == [signal.SIGINT] and numpy.count_nonzero(target) > target.size * 0.9
     expected = numpy.zeros_like(target)
-    slow(rounds=5000, target=expected)
+    slow(rounds=rounds, target=expected)
     numpy.testing.assert_array_equal(target, expected)
 
 
@@ -88,11 +104,12 @@ def test_the_exception_of_a_handler_of_the_program_comes_after_the_call(interrup
 
     target = numpy.zeros(1 << 16, numpy.float32)
     slow = ostra.kernel(SLOW)
+    rounds = find_rounds(slow, target.size)
     former = signal.signal(signal.SIGINT, end)
     try:
         interrupt_after(0.1)
         with pytest.raises(Enough):
-            slow(rounds=5000, target=target)
+            slow(rounds=rounds, target=target)
             time.sleep(10)
     finally:
         signal.signal(signal.SIGINT, former)
@@ -101,13 +118,26 @@ def test_the_exception_of_a_handler_of_the_program_comes_after_the_call(interrup
 
 @pytest.fixture
 def busy_engine():
-    """Another thread that calls kernels for about a second."""
+    """Another thread that calls a kernel, half a second and more each time, until the event is set."""
     slow = ostra.kernel(SLOW)
-    thread = threading.Thread(target=lambda: slow(1 << 14, rounds=200000))
+    rounds = find_rounds(slow, 1 << 14)
+    called, stop, failed = threading.Event(), threading.Event(), []
+
+    def work():
+        try:
+            while not stop.is_set():
+                slow(1 << 14, rounds=rounds)
+                called.set()
+        except Exception as error:  # told to the test
+            failed.append(error)
+
+    thread = threading.Thread(target=work)
     thread.start()
-    time.sleep(0.1)
-    yield thread
+    was_called = called.wait(60)
+    yield stop
+    stop.set()
     thread.join()
+    assert was_called and failed == []
 
 
 def test_an_interrupt_is_not_taken_for_a_missing_gpu(busy_engine, interrupt_after):
@@ -119,30 +149,21 @@ def test_an_interrupt_is_not_taken_for_a_missing_gpu(busy_engine, interrupt_afte
 
 @no_gpu
 def test_a_gpu_is_found_though_a_handler_takes_an_interrupt(busy_engine, own_handler, interrupt_after):
-    interrupt_after(0.1)
+    interrupt_after(0.1, busy_engine.set)
     assert ostra.Buffer(numbers(4), backend="auto").backend == "gpu"
+    deadline = time.monotonic() + 10
+    while not own_handler and time.monotonic() < deadline:
+        time.sleep(0.01)
     assert own_handler == [signal.SIGINT]
-    busy_engine.join(1)
-    assert not busy_engine.is_alive()  # its kernel had ended before
 
 
-def test_an_interrupt_ends_the_wait_for_another_thread(interrupt_after):
+def test_an_interrupt_ends_the_wait_for_another_thread(busy_engine, interrupt_after):
     slow = ostra.kernel(SLOW)
-    done = threading.Event()
-
-    def work():
-        slow(1 << 14, rounds=200000)
-        done.set()
-
-    thread = threading.Thread(target=work)
-    thread.start()
-    time.sleep(0.1)
     interrupt_after(0.2)
     with pytest.raises(KeyboardInterrupt):
-        while not done.is_set():
+        while True:
             slow(1, rounds=1)
-    thread.join()
-    assert done.is_set()
+    assert not busy_engine.is_set()
 
 
 def test_threads_share_kernels_buffers_and_textures(backend):
