@@ -81,6 +81,9 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/tests/shaderloader/example/
   DESTINATION ${CMAKE_INSTALL_DATADIR}/ostra/examples/triangle)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples/ DESTINATION ${CMAKE_INSTALL_DATADIR}/ostra/examples/gallery
   PATTERN README.md EXCLUDE PATTERN __pycache__ EXCLUDE)
+# The picture that some of them start from unless they are given another one.
+install(FILES ${PROJECT_SOURCE_DIR}/docs/pictures/scenes.png
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/ostra/examples/docs/pictures)
 install(FILES ${PROJECT_SOURCE_DIR}/editors/gdb/ostra.py DESTINATION ${CMAKE_INSTALL_DATADIR}/ostra/gdb)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR})
 

@@ -2,8 +2,8 @@
 # scripts/site.sh OUT [BUILD]: builds the documentation site in OUT from the pages, the headers, the help texts of the tool and
 # the Python package. Open OUT/index.html: no server and no network are needed. A link that leads nowhere ends it with 1.
 #
-# BUILD: a build folder with the tool and the Python package. Without it, packages are installed where missing, and both are
-# built in build/release.
+# BUILD: a build folder with the tool and the Python package, as build/release: nothing is installed or built then. Without it,
+# packages are installed where missing, which needs root or sudo, and both are built in build/release.
 set -eu
 
 out=${1:?"scripts/site.sh OUT [BUILD]"}

@@ -106,7 +106,8 @@ def write_python_pages(root, build, stage):
     path = os.pathsep.join([str(HERE), str(build / "python")])
     result = subprocess.run(command, env={**os.environ, "PYTHONPATH": path}, capture_output=True, text=True, check=False)
     if result.returncode != 0:
-        raise RuntimeError(f"the pages of the Python package failed: {result.stderr.strip().splitlines()[-1]}")
+        reason = (result.stderr.strip().splitlines() or ["no message"])[-1]
+        raise RuntimeError(f"the pages of the Python package failed: {reason}")
     return result.stdout.split()
 
 

@@ -70,19 +70,16 @@ def get_text(thing, name):
 
 
 def make_class(name, thing, node):
-    """A class and those of its members that have a documentation string of their own."""
+    """A class and its public members."""
     pieces = [get_text(thing, name)]
     members = list_nodes(node) if node else {}
     if "__init__" in members and len(members["__init__"].args.args + members["__init__"].args.kwonlyargs) > 1:
         pieces.insert(0, fence(make_signature(members["__init__"], name.rpartition(".")[2]), "python"))
     for member in sorted(key for key in vars(thing) if not key.startswith("_") or key == "__call__"):
-        value = vars(thing)[member]
-        text = inspect.getdoc(value)
-        if not text:
-            continue
+        text = get_text(vars(thing)[member], f"{name}.{member}")
         called = name.rpartition(".")[2].lower() if member == "__call__" else member
         signature = make_signature(members[member], called) if member in members else called
-        pieces.append(f"### {escape(name)}.{escape(member)}\n\n{fence(signature, 'python')}\n{docstring_to_markdown(text)}")
+        pieces.append(f"### {escape(name)}.{escape(member)}\n\n{fence(signature, 'python')}\n{text}")
     return "\n".join(pieces)
 
 

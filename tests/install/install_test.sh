@@ -85,8 +85,21 @@ scale = ostra.kernel('$here/chain/net.example.scale.krn')
 values = numpy.ones(10, numpy.float32)
 scale(count=10, factor=4, values=values)
 assert (values == 4).all(), values
-assert ostra.__file__.startswith('$work'), ostra.__file__")
+assert ostra.__file__.startswith('$work'), ostra.__file__"
+    # An example finds the picture that it starts from.
+    CXX=$compiler XDG_CACHE_HOME="$work/cache" PYTHONPATH=$site "$numpy_python" -B \
+      tree/share/ostra/examples/gallery/palette/palette.py --backend cpu --colours 4 --shrink 16 --out palette.png
+    [ -s palette.png ] || { echo "the installed example palette.py leaves no picture"; exit 1; })
 fi
+
+# The gallery builds from what is installed, and a program of it draws.
+"$cmake" -S "$work/tree/share/ostra/examples/gallery" -B "$work/gallery" -G Ninja -DCMAKE_CXX_COMPILER="$compiler" \
+  -DCMAKE_BUILD_TYPE=Release -DCMAKE_PREFIX_PATH="$work/tree" -DCMAKE_CXX_FLAGS="$flags"
+"$cmake" --build "$work/gallery"
+"$work/gallery/example_fractal" "$work/fractal.png" cpu 32 24
+# The sides of a PNG file are the numbers of four bytes at its 17th byte.
+[ "$(od -A n -t x1 -j 16 -N 8 "$work/fractal.png" | tr -d ' ')" = 0000002000000018 ] ||
+  { echo "the fractal of the installed gallery is not a picture of 32 x 24"; exit 1; }
 
 # Every header that is installed can be included, and programs can link with what it declares.
 "$python" -B "$here/check_public_headers.py" "$work/tree/include" "$build" "$here/../.." ||

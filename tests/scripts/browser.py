@@ -2,12 +2,16 @@
 
 import json
 import os
+import select
 import shutil
 import subprocess
 import tempfile
+import time
 
 FLAGS = ["--headless", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run", "--disable-background-networking",
          "--disable-component-update", "--disable-sync", "--disable-dev-shm-usage", "--remote-debugging-pipe"]
+
+PATIENCE = 60  # seconds
 
 
 def find_browser():
@@ -57,8 +61,10 @@ class Browser:
         return fcntl.fcntl(descriptor, fcntl.F_DUPFD_CLOEXEC, 64)
 
     def _receive(self):
-        """The next message of the browser."""
+        """The next message of the browser. Raises TimeoutError when none comes for a minute."""
         while b"\0" not in self._received:
+            if not select.select([self._reader], [], [], PATIENCE)[0]:
+                raise TimeoutError("the browser does not answer")
             read = os.read(self._reader.fileno(), 1 << 20)
             if not read:
                 raise ConnectionError("the browser has ended")
@@ -87,8 +93,11 @@ class Browser:
         failed = self.call("Page.navigate", url=url).get("errorText")
         if failed:
             raise RuntimeError(f"{url}: {failed}")
-        while not any(event.get("method") == "Page.loadEventFired" for event in self.events):
-            self.events.append(self._receive())
+        deadline = time.monotonic() + PATIENCE
+        while self.evaluate("document.readyState") != "complete":
+            if time.monotonic() > deadline:
+                raise TimeoutError(f"{url} is not loaded after {PATIENCE} seconds")
+            time.sleep(0.02)
         return self.events
 
     def evaluate(self, expression):

@@ -15,6 +15,7 @@ from check_links import check_site  # noqa: E402
 from command_pages import find_commands, wrap_help  # noqa: E402
 from header_pages import find_public_headers, make_page  # noqa: E402
 from header_parser import Type, parse_header  # noqa: E402
+from python_pages import Undocumented, make_class  # noqa: E402
 from stage_pages import BrokenLink, Stage, guess_language, name_languages  # noqa: E402
 from text_pages import docstring_to_markdown, escape  # noqa: E402
 
@@ -148,6 +149,24 @@ class PageTest(unittest.TestCase):
         wide = " ".join(22 * ["word"])
         self.assertEqual(wrap_help(f"{wide}\nword\n\nshort\nlines\n"),
                          " ".join(21 * ["word"]) + "\nword word\n\nshort\nlines")
+
+
+class ClassTest(unittest.TestCase):
+    def test_members_without_a_documentation_string_are_an_error(self):
+        class Part:
+            """A part."""
+
+            def told(self):
+                """Says something."""
+
+            @property
+            def bare(self):
+                return 1
+
+        with self.assertRaisesRegex(Undocumented, "^module.Part.bare has no documentation string$"):
+            make_class("module.Part", Part, None)
+        del Part.bare
+        self.assertIn("### module.Part.told", make_class("module.Part", Part, None))
 
 
 class StageTest(unittest.TestCase):
