@@ -206,6 +206,9 @@ Result<void> WriteArrayFile(const Url& file, DataType elementType, Block<const G
                             const ArrayExtent& extent) {
   return CatchExhaustedMemory([&]() -> Result<void> {
     OSTRA_RETURN_IF_ERROR(CheckAny(file, elementType));
+    if (extent.width < 0 || extent.height < 0 || extent.depth < 0)
+      return OSTRA_ILLEGAL_ARGUMENT("@ cannot be written: an extent of @ x @ x @ has sides below 0.", file,
+                                    extent.width, extent.height, extent.depth);
     const Block<const Byte> bytes(reinterpret_cast<const Byte*>(elements.GetFirst()),
                                   elements.GetCount() * elementType.GetSize());
     const ArrayFileKind kind = GetArrayFileKind(file);

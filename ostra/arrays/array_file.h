@@ -28,7 +28,13 @@ struct ArrayExtent {
   Int height = 1;
   Int depth = 1;
 
-  Int GetCount() const { return width * height * depth; }
+  // -1 for more than an Int counts.
+  Int GetCount() const {
+    Int count = 0;
+    const Bool isTooLarge =
+        __builtin_mul_overflow(width, height, &count) || __builtin_mul_overflow(count, depth, &count);
+    return isTooLarge ? -1 : count;
+  }
 };
 
 struct ArrayContents {
@@ -47,7 +53,8 @@ OSTRA_API Result<void> CheckArrayFile(const Url& file, DataType elementType);
 
 // Writes elements, which lie without gaps, whole or not at all. `extent` gives pictures and arrays their sides; an
 // array gets one axis when the extent does not have its count. Errors: illegal argument for an unknown suffix, a type
-// that such files do not hold, a picture whose extent does not have the count of elements; file errors; out of memory.
+// that such files do not hold, an extent with sides below 0, a picture whose extent does not have the count of
+// elements; file errors; out of memory.
 OSTRA_API Result<void> WriteArrayFile(const Url& file, DataType elementType, Block<const Generic> elements,
                                       const ArrayExtent& extent = {});
 

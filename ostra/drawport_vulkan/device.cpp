@@ -227,18 +227,18 @@ Result<UInt32> Device::AddList(CommandList& list) {
   static constinit std::atomic<UInt32> counter{1};
   const UInt32 number = counter.fetch_add(1, std::memory_order_relaxed);
   const std::scoped_lock lock(_listMutex);
-  OSTRA_RETURN_IF_ERROR(_lists.Append(EnteredList{number, &list}));
+  OSTRA_RETURN_IF_ERROR(_lists.Append(ListEntry{number, &list}));
   ++_listCount;
   return number;
 }
 
-Device::EnteredList* Device::FindList(UInt32 number) {
-  return std::find_if(_lists.begin(), _lists.end(), [=](const EnteredList& list) { return list.number == number; });
+Device::ListEntry* Device::FindList(UInt32 number) {
+  return std::find_if(_lists.begin(), _lists.end(), [=](const ListEntry& list) { return list.number == number; });
 }
 
 void Device::RemoveList(UInt32 number) {
   const std::scoped_lock lock(_listMutex);
-  EnteredList* const place = FindList(number);
+  ListEntry* const place = FindList(number);
   if (place == _lists.end()) return;
   _lists.RemoveUnordered(place - _lists.begin());
   --_listCount;
@@ -252,7 +252,7 @@ Bool Device::HasList(UInt32 number) {
 void Device::ReleaseDone() {
   const UInt64 reached = GetReachedValue();
   const std::scoped_lock lock(_listMutex);
-  for (const EnteredList& entered : _lists) entered.list->ReleaseDone(reached);
+  for (const ListEntry& entry : _lists) entry.list->ReleaseDone(reached);
 }
 
 UInt64 Device::GetReachedValue() {

@@ -120,13 +120,13 @@ class Device final : public DrawportCounted<Device, DrawportObject> {
   UInt64 _submittedValue = 0;  // guarded by _queueMutex
   std::atomic<bool> _isLost{false};
 
-  struct EnteredList {
+  struct ListEntry {
     UInt32 number;
     CommandList* list;
   };
-  EnteredList* FindList(UInt32 number);
+  ListEntry* FindList(UInt32 number);
   std::mutex _listMutex;
-  BaseArray<EnteredList> _lists;
+  BaseArray<ListEntry> _lists;
   std::atomic<Int> _listCount{0};
 
   std::atomic<bool> _hasToldUnfiltered[kPixelFormatCount] = {};

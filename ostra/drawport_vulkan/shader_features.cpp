@@ -86,9 +86,8 @@ Result<void> CheckLayout(const ShaderFeatures& features, Block<const UInt32> spi
   OSTRA_ASSIGN_OR_RETURN(const String packed, FindPackedElement(spirv));
   if (packed.IsEmpty()) return OK;
   return OSTRA_ILLEGAL_ARGUMENT(
-      "The GPU program \"@\" uses @ (@), for which the GPU device would need "
-      "scalar block layout.",
-      program, kPackedElements, packed);
+      "The GPU program \"@\" uses @ (@), for which the GPU device would need scalar block layout.", program,
+      kPackedElements, packed);
 }
 
 }  // namespace

@@ -54,18 +54,39 @@ class Types {
   // "vec3", "mat3", "struct".
   Result<String> Describe(Words type) const {
     const UInt32 opcode = GetOpcode(type);
-    if (opcode == kOpTypeVector) return Format("@vec@", GetPrefix(Find(type[2])), type[3]);
-    if (opcode != kOpTypeMatrix) return "struct"_s;
-    const Words column = Find(type[2]);
-    return Format("mat@x@", type[3], column[3]);
+    const Words part = opcode == kOpTypeVector || opcode == kOpTypeMatrix ? Find(type[2], type) : Words();
+    if (part.empty() || (opcode == kOpTypeMatrix && GetOpcode(part) != kOpTypeVector)) return "struct"_s;
+    return opcode == kOpTypeVector ? Format("@vec@", GetPrefix(part), type[3]) : Format("mat@x@", type[3], part[3]);
   }
 
  private:
-  Words Find(UInt32 id) const {
-    for (const auto& instruction : _instructions)
-      if (instruction.GetOpcode() >= kOpTypeVoid && instruction.GetOpcode() <= kOpTypePointer &&
-          instruction.words.size() > 1 && instruction.words[1] == id)
-        return instruction.words;
+  // How many words the types below read; 0 for other types.
+  static std::size_t GetLeastSize(UInt32 opcode) {
+    switch (opcode) {
+      case kOpTypeInt:
+      case kOpTypeVector:
+      case kOpTypeMatrix:
+      case kOpTypeArray:
+      case kOpTypePointer:
+        return 4;
+      case kOpTypeFloat:
+      case kOpTypeRuntimeArray:
+        return 3;
+      case kOpTypeStruct:
+        return 2;
+      default:
+        return 0;
+    }
+  }
+
+  // A type with all words that it must have; with `before`, one that stands in front of that instruction, as parts of
+  // a type do. Empty for others.
+  Words Find(UInt32 id, Words before = {}) const {
+    for (const auto& instruction : _instructions) {
+      if (!before.empty() && instruction.words.data() == before.data()) return {};
+      const std::size_t size = GetLeastSize(instruction.GetOpcode());
+      if (size > 0 && instruction.words.size() >= size && instruction.words[1] == id) return instruction.words;
+    }
     return {};
   }
   UInt32 FindConstant(UInt32 id) const {
@@ -99,17 +120,17 @@ class Types {
     switch (GetOpcode(type)) {
       case kOpTypeInt:
       case kOpTypeFloat:
-        return {type[2] / 8, type[2] / 8};
+        return {type[2] / 8, std::max(1u, type[2] / 8)};
       case kOpTypeVector: {
-        const UInt32 component = Measure(Find(type[2])).size;
-        return {component * type[3], component * (type[3] == 2 ? 2 : 4)};
+        const UInt32 component = Measure(Find(type[2], type)).size;
+        return {component * type[3], std::max(1u, component * (type[3] == 2 ? 2 : 4))};
       }
       case kOpTypeMatrix:
-        return {Measure(Find(type[2])).size * type[3], Measure(Find(type[2])).alignment};
+        return {Measure(Find(type[2], type)).size * type[3], Measure(Find(type[2], type)).alignment};
       case kOpTypeArray:
-        return {FindStride(type) * FindConstant(type[3]), Measure(Find(type[2])).alignment};
+        return {FindStride(type) * FindConstant(type[3]), Measure(Find(type[2], type)).alignment};
       case kOpTypeRuntimeArray:
-        return {0, Measure(Find(type[2])).alignment};
+        return {0, Measure(Find(type[2], type)).alignment};
       case kOpTypeStruct:
         return MeasureStruct(type);
       default:
@@ -119,7 +140,7 @@ class Types {
   Layout MeasureStruct(Words type) const {
     Layout all;
     for (UInt32 i = 0; i + 2 < type.size(); ++i) {
-      const Layout member = Measure(Find(type[i + 2]));
+      const Layout member = Measure(Find(type[i + 2], type));
       all.size = std::max(all.size, FindOfMember(type, i, kDecorationOffset) + member.size);
       all.alignment = std::max(all.alignment, member.alignment);
     }
@@ -129,7 +150,7 @@ class Types {
   // What of `type` is packed; empty for nothing.
   Words FindPacked(Words type) const {
     if (IsArray(type)) {
-      const Words element = Find(type[2]);
+      const Words element = Find(type[2], type);
       if (const Words packed = FindPacked(element); !packed.empty()) return packed;
       return FindStride(type) % Measure(element).alignment == 0 ? Words() : element;
     }
@@ -139,7 +160,7 @@ class Types {
   Words FindPackedMember(Words type) const {
     UInt32 begin = 0;  // where the next member may lie
     for (UInt32 i = 0; i + 2 < type.size(); ++i) {
-      const Words member = Find(type[i + 2]);
+      const Words member = Find(type[i + 2], type);
       const Layout layout = Measure(member);
       const UInt32 offset = FindOfMember(type, i, kDecorationOffset);
       if (const Words packed = FindPacked(member); !packed.empty()) return packed;
@@ -156,7 +177,7 @@ class Types {
 
   // The matrix that a member is, or has an array of.
   Words FindMatrix(Words type) const {
-    while (IsArray(type)) type = Find(type[2]);
+    while (IsArray(type)) type = Find(type[2], type);
     return GetOpcode(type) == kOpTypeMatrix ? type : Words();
   }
 

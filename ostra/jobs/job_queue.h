@@ -10,7 +10,7 @@ namespace ostra {
 
 class JobQueue {
  public:
-  // Queues `job`, which becomes one of `group` when that is not null, and announces it. Errors: those of AddJob.
+  // Queues `job`, which becomes one of `group` when that is not null, and notifies the pool. Errors: those of AddJob.
   static Result<void> Add(Job& job, JobGroup* group);
 
   static Bool HasJobs();

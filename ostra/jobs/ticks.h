@@ -1,4 +1,4 @@
-// A clock that can be read in a few nanoseconds, to rate work.
+// A clock that can be read in a few nanoseconds, to measure how long work takes.
 #pragma once
 
 #include "ostra/core/types.h"

@@ -72,7 +72,7 @@ void RunWorker() {
       continue;
     }
     LeavePool();
-    // Work announced since the last look may have counted on this worker.
+    // Work that was notified since the last look may have counted on this worker.
     if (!HasWork() || !JoinPool()) break;
   }
   t_isWorker = false;

@@ -1,6 +1,6 @@
 // Workers: they run jobs and help in parallel loops. Internal to this folder.
 //
-// A worker is called onto a library thread when work is announced and no worker looks for work. It looks for more work
+// A worker is called onto a library thread when work is notified and no worker looks for work. It looks for more work
 // for at most 100 us before it gives the thread back.
 //
 // A thread that makes work visible calls Notify() afterwards. Work is never forgotten: either the notifying thread

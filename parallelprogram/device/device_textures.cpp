@@ -35,10 +35,10 @@ Int GetByteSize(const DrawportTextureDescription& description) {
   return extent.width * extent.height * extent.depth * description.format->GetBytesPerPixel();
 }
 
-constexpr UInt64 kFillStates = kTextureIsUnfilled | kTextureLackedMemory;
+constexpr UInt64 kFillStates = TextureSamplerEntry::kIsUnfilled | TextureSamplerEntry::kLackedMemory;
 
-// Fills an item's texture. What fails in that does not fail the call: it is written as a diagnostic.
-// It is noted in the entry's state.
+// Fills the texture of `entry`. A failed transfer is no error of the call: it is written as a diagnostic and noted in
+// the entry's _state.
 Result<void> MakeFilled(const GpuContextData& data, const DrawportExtent& extent, const TexelBytes& texels,
                         const InternedId& attr, TextureSamplerEntry& entry) {
   entry._state &= ~kFillStates;
@@ -46,7 +46,8 @@ Result<void> MakeFilled(const GpuContextData& data, const DrawportExtent& extent
                            auto filled = FillTexture(data, texture, extent, texels);
                            if (filled) return;
                            const Bool isMemory = filled.GetError().GetKind() == kOutOfMemoryError;
-                           entry._state |= kTextureIsUnfilled | (isMemory ? kTextureLackedMemory : 0);
+                           entry._state |=
+                               TextureSamplerEntry::kIsUnfilled | (isMemory ? TextureSamplerEntry::kLackedMemory : 0);
                            CriticalOutput("@, at attribute @", filled.GetError(), attr);
                          }));
   OSTRA_ASSIGN_OR_RETURN(entry._texture, entry._textureItem->MakeValid(*data.context, fill));

@@ -7,11 +7,8 @@
 
 namespace ostra {
 
-// Bits of TextureSamplerEntry::_state: the texels could not be written, or not all of them; for want of memory.
-inline constexpr UInt64 kTextureIsUnfilled = 4, kTextureLackedMemory = 8;
-
-// The bits of the texture of `entry`, which may be a link. `table` has the textures themselves: a link does not notice
-// that its texture is filled again.
+// kIsUnfilled and kLackedMemory of the texture of `entry`, which may be a link. `table` has the textures themselves: a
+// link does not notice that its texture is filled again.
 UInt64 GetFillState(const TextureSamplerEntry& entry, const DataDictionary& table);
 
 // Null when there is no entry of this name.
@@ -26,7 +23,7 @@ using MakeTextureRoom = Delegate<Result<void>()>;
 // The entry of `table` for a texture as `bindData`, whose extents are at least 1, describes it: on the device and
 // filled. A texture that is still held is found again by `key`, see MakeTextureKey, unless it is of another kind or has
 // another name by now. What fails while it is filled is written as a diagnostic, and the entry notes it
-// (kTextureIsUnfilled): such a texture is not bound. It has one layer: texels of further
+// (kIsUnfilled): such a texture is not bound. It has one layer: texels of further
 // ones are left out, which the entry notes (kHasLayers). Errors: those of FindTextureFormat, of `makeRoom` and of the
 // cache; out of memory.
 Result<TextureSamplerEntry> MakeTextureEntry(const GpuContextData& data, const DataDictionary& table,

@@ -28,20 +28,21 @@ Result<void> CheckLayers(const DrawportParameter& parameter, const TextureSample
       user, parameter.name);
 }
 
-// Results of texels that are not there would look like others.
+// A kernel would compute with undefined texels without an error.
 Result<void> CheckFilled(const DrawportParameter& parameter, const TextureSamplerEntry& entry,
                          const DataDictionary& globals, std::string_view user) {
   const UInt64 state = GetFillState(entry, globals);
-  if ((state & kTextureIsUnfilled) == 0) return OK;
+  if ((state & TextureSamplerEntry::kIsUnfilled) == 0) return OK;
   const DrawportTextureDescription& texture = entry._texture->GetDescription();
   const DrawportExtent& extent = texture.extent;
-  const Id& kind = (state & kTextureLackedMemory) != 0 ? kOutOfMemoryError : kIllegalStateError;
+  const Bool isMemory = (state & TextureSamplerEntry::kLackedMemory) != 0;
   return MakeError(
-      kind, kOstraUnit, __LINE__,
-      "The @'s texture \"@\" (@ x @ x @ texels, @ bytes) has not got all its texels, because the device failed while "
-      "they were written: store them again, and link the texture.",
+      isMemory ? kOutOfMemoryError : kIllegalStateError, kOstraUnit, __LINE__,
+      "The @'s texture \"@\" (@ x @ x @ texels, @ bytes) is incomplete: @ while its texels were written. Store the "
+      "texture again and link it.",
       user, parameter.name, extent.width, extent.height, extent.depth,
-      extent.width * extent.height * extent.depth * texture.format->GetBytesPerPixel());
+      extent.width * extent.height * extent.depth * texture.format->GetBytesPerPixel(),
+      isMemory ? "memory was exhausted" : "the transfer failed");
 }
 
 }  // namespace

@@ -25,7 +25,7 @@ Bool Holds(const GpuKernel& kernel, const DrawportTexture* texture) {
 // Of texels that were never given nothing can be kept: reading has no room for them. What was given several layers
 // would come back as if it had been given one.
 Bool IsWhole(const TextureSamplerEntry& entry) {
-  constexpr UInt64 kIsPart = TextureSamplerEntry::kHasLayers | kTextureIsUnfilled;
+  constexpr UInt64 kIsPart = TextureSamplerEntry::kHasLayers | TextureSamplerEntry::kIsUnfilled;
   if (!entry._texture || (entry._state & kIsPart) != 0) return false;
   const DrawportTextureDescription& texture = entry._texture->GetDescription();
   const DrawportExtent& extent = texture.extent;

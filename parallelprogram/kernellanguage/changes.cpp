@@ -16,8 +16,7 @@ Bool IsChangedArgument(const SyntaxTree& tree, const ResolvedTree& resolved, Nod
   if (meaning.kind != MeaningKind::kFunction) return false;
   const auto parameters = tree.GetChildren(meaning.target);
   if (index + 2 >= parameters.size()) return false;
-  const UInt16 flags = tree.nodes[parameters[index + 1]].flags;
-  return (flags & (kIsOut | kIsInOut)) || ((flags & kIsReference) && !(flags & kIsConst));
+  return SetsArgument(tree.nodes[parameters[index + 1]].flags);
 }
 
 std::vector<NodeIndex> ListChangedPlaces(const SyntaxTree& tree, const ResolvedTree& resolved, NodeIndex node) {

@@ -59,6 +59,8 @@ class OrderReader {
       case NodeKind::kBinary: {
         const Operation operation = _tree.nodes[node].operation;
         if (operation == Operation::kLogicalAnd || operation == Operation::kLogicalOr) return;
+        // C++ computes their left side first; the plain form for GPUs refuses them where that matters.
+        if (operation == Operation::kShiftLeft || operation == Operation::kShiftRight) return;
         return CheckParts(node);
       }
       case NodeKind::kCall:

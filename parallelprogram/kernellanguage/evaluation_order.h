@@ -1,4 +1,5 @@
-// Where the parts of an expression change what other parts read.
+// Where the parts of an expression change what other parts read. Of kernels that the front end understands. Pure;
+// thread-safe; throws std::bad_alloc.
 #pragma once
 
 #include <set>
@@ -15,8 +16,7 @@ struct EvaluationOrder {
   // leave it open.
   std::set<NodeIndex> valueFirst;
   // Expressions of no certain order in any language, and the variable that one of their parts changes and another
-  // names: k++ + k. Calls that change
-  // their arguments are not among them: C++ computes them one after the other.
+  // names: k++ + k. Calls that change their arguments are not among them: C++ computes them one after the other.
   std::vector<std::pair<NodeIndex, NodeIndex>> unordered;
 };
 

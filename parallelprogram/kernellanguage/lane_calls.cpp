@@ -89,10 +89,7 @@ LanePrinter::Value LanePrinter::CallWord(NodeIndex node) {
   return {Join({"::ostra::OSTRA_LANES::", NameOf(node), "(", arguments, ")"}), Form::kLanes, TypeOf(node)};
 }
 
-Bool LanePrinter::IsChanged(NodeIndex parameter) const {
-  const UInt16 flags = _tree.nodes[parameter].flags;
-  return (flags & (kIsOut | kIsInOut)) || ((flags & kIsReference) && !(flags & kIsConst));
-}
+Bool LanePrinter::IsChanged(NodeIndex parameter) const { return SetsArgument(_tree.nodes[parameter].flags); }
 
 Bool LanePrinter::ChangesArguments(NodeIndex call) const {
   if (KindOf(call) != NodeKind::kCall || _resolved.meaning[call].kind != MeaningKind::kFunction) return false;

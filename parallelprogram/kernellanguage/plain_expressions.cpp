@@ -303,10 +303,7 @@ std::string PlainPrinter::CallTable(NodeIndex node) {
   return CallHelper(name, element, std::vector<TypeIndex>(indices.size(), kIntType), body, indices);
 }
 
-Bool PlainPrinter::IsChanged(NodeIndex parameter) const {
-  const UInt16 flags = _tree.nodes[parameter].flags;
-  return (flags & (kIsOut | kIsInOut)) || ((flags & kIsReference) && !(flags & kIsConst));
-}
+Bool PlainPrinter::IsChanged(NodeIndex parameter) const { return SetsArgument(_tree.nodes[parameter].flags); }
 
 std::string PlainPrinter::Argument(NodeIndex call, std::size_t index) {
   const NodeIndex argument = Child(call, index);

@@ -87,7 +87,7 @@ void PlainPrinter::PrintParameters() {
   for (const NodeIndex parameter : _resolved.parameters) {
     const Bool isLast = parameter == _resolved.parameters.back();
     const TypeIndex value = _resolved.type[parameter];
-    // Translations of files take a half2 and a half3 for values without a code, which kernels cannot be given.
+    // The translator has no value code for half2 and half3, so they are declared as vectors of floats.
     const Bool isShortHalf = _options.isForGpu && IsWidenedUniform(value) && _types[value].count % 4 > 1;
     const std::string type = IsSmall(value) ? "int"
                              : isShortHalf  ? _types.GetName(GetVectorType(Scalar::kFloat32, _types[value].count))

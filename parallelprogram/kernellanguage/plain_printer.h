@@ -192,7 +192,6 @@ class PlainPrinter {
 
   // plain_remainders.cpp: % as C++ computes it.
   Bool IsOpenRemainder(NodeIndex node) const { return _openRemainders.contains(node); }
-  Bool HasOpenRemainder(NodeIndex node) const;
   std::string CallRemainder(TypeIndex left, TypeIndex right, const std::string& dividend, const std::string& divisor);
 
   // plain_bools.cpp

@@ -1,16 +1,8 @@
 // Remainders for GPUs. GLSL leaves open what % gives for negative numbers, and compilers of HLSL and drivers differ;
 // all of them cut quotients as C++ does.
-#include <algorithm>
-
 #include "parallelprogram/kernellanguage/plain_printer.h"
 
 namespace ostra::kernellanguage {
-
-Bool PlainPrinter::HasOpenRemainder(NodeIndex node) const {
-  if (node == kNoNode || IsOpenRemainder(node)) return node != kNoNode;
-  const auto children = _tree.GetChildren(node);
-  return std::any_of(children.begin(), children.end(), [this](NodeIndex child) { return HasOpenRemainder(child); });
-}
 
 std::string PlainPrinter::CallRemainder(TypeIndex left, TypeIndex right, const std::string& dividend,
                                         const std::string& divisor) {

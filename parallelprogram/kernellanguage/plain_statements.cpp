@@ -368,7 +368,6 @@ void PlainPrinter::Statement(NodeIndex node) {
       return PrintRecordsOf(child(0));
     }
     case NodeKind::kCase:
-      if (HasOpenRemainder(child(0))) return Refuse(child(0), "a remainder of a negative number behind \"case\"");
       return Line({MarkOf(node), "case ", Expression(child(0)), ":"});
     case NodeKind::kDefault:
       return Line({MarkOf(node), "default:"});

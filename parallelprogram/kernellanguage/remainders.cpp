@@ -44,8 +44,10 @@ class RemainderReader {
     for (NodeIndex node = 0; node < _tree.nodes.size(); ++node)
       if (IsWhole(node)) _bounds[node] = Convert(FindBound(node), TypeOf(node).scalar);
     std::set<NodeIndex> open;
-    for (NodeIndex node = 0; node < _tree.nodes.size(); ++node)
+    for (NodeIndex node = 0; node < _tree.nodes.size(); ++node) {
       if (IsSignedRemainder(node) && !(Wanted(Child(node, 0)) && Wanted(Child(node, 1)))) open.insert(node);
+      if (_tree.Is(node, NodeKind::kCase)) EraseAll(Child(node, 0), open);
+    }
     return open;
   }
 
@@ -55,6 +57,12 @@ class RemainderReader {
   const Type& TypeOf(NodeIndex node) const { return _resolved.types[_resolved.type[node]]; }
   Bool IsWhole(NodeIndex node) const {
     return TypeOf(node).kind == TypeKind::kScalar && IsInteger(TypeOf(node).scalar);
+  }
+
+  void EraseAll(NodeIndex node, std::set<NodeIndex>& open) const {
+    if (node == kNoNode) return;
+    open.erase(node);
+    for (const NodeIndex child : _tree.GetChildren(node)) EraseAll(child, open);
   }
 
   Bool IsSignedRemainder(NodeIndex node) const {

@@ -8,9 +8,10 @@
 
 namespace ostra::kernellanguage {
 
-// The kBinary and kAssign nodes of %, but for those whose operands are visibly not negative: literals, numbers within
+// The kBinary and kAssign nodes of %, but for those whose operands are visibly not negative (literals, numbers within
 // a work group, counters of loops that grow from such a number, variables that keep one, and what + * / % & >> make of
-// them.
+// them) and those behind "case": compilers compute constants as C++ does. The kernel must be understood. Pure;
+// thread-safe; throws std::bad_alloc.
 std::set<NodeIndex> FindOpenRemainders(const SyntaxTree& tree, const ResolvedTree& resolved);
 
 }  // namespace ostra::kernellanguage

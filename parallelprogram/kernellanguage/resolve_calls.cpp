@@ -105,7 +105,7 @@ TypeIndex Resolver::CallFunction(NodeIndex node, const std::vector<NodeIndex>& f
       const UInt16 flags = _tree.nodes[parameter].flags;
       form.parameters.push_back(_resolved.type[parameter]);
       if (_tree.GetChild(parameter, 2) == kNoNode) ++form.needed;
-      form.exact.push_back((flags & (kIsOut | kIsInOut)) || ((flags & kIsReference) && !(flags & kIsConst)));
+      form.exact.push_back(SetsArgument(flags));
     }
   }
   std::size_t chosen = 0;

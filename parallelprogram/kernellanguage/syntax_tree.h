@@ -132,6 +132,11 @@ enum NodeFlag : UInt16 {
   kIsCppOnly = 4096,   // written in a way that is not of the plain form, but C++
 };
 
+// Whether a function may set what is given for a parameter with these flags.
+constexpr Bool SetsArgument(UInt16 flags) {
+  return (flags & (kIsOut | kIsInOut)) != 0 || ((flags & kIsReference) != 0 && (flags & kIsConst) == 0);
+}
+
 struct Node {
   NodeKind kind = NodeKind::kFile;
   Operation operation = Operation::kNone;

@@ -586,8 +586,7 @@ class Analyzer {
     const Bool isWide = !together.IsSame();
     if (isWide) PassArguments(function, arguments, parameters);
     for (std::size_t i = 0; i < arguments.size(); ++i) {
-      const UInt16 flags = _tree.nodes[parameters[i]].flags;
-      const Bool isChanged = (flags & (kIsOut | kIsInOut)) || ((flags & kIsReference) && !(flags & kIsConst));
+      const Bool isChanged = SetsArgument(_tree.nodes[parameters[i]].flags);
       if (isChanged) Assign(arguments[i], isWide ? kVarying : together, node);
       hasChanges = hasChanges || isChanged;
     }
@@ -626,9 +625,7 @@ class Analyzer {
     if (isFirst) SetFlag(_table.isCalledWide, function);
     for (std::size_t i = 0; i < arguments.size(); ++i) {
       // What a call changes is handed back lane by lane.
-      const UInt16 flags = _tree.nodes[parameters[i]].flags;
-      if ((flags & (kIsOut | kIsInOut)) || ((flags & kIsReference) && !(flags & kIsConst)))
-        Raise(parameters[i], kVarying, arguments[i]);
+      if (SetsArgument(_tree.nodes[parameters[i]].flags)) Raise(parameters[i], kVarying, arguments[i]);
       if (_tree.HasFlag(parameters[i], kIsOut)) continue;
       const Uniformity value = _table.nodes[arguments[i]];
       RaiseVariable(parameters[i], value, arguments[i], isFirst && _table.nodes[parameters[i]] == kSame);

@@ -39,8 +39,8 @@ class KernelRuntime::Implementation {
   Result<LoadedKernel> Load(kernelruntime::KernelFile kernel) {
     OSTRA_ASSIGN_OR_RETURN(const kernelruntime::OpenedKernel opened, kernelruntime::OpenedKernel::Open(kernel));
     OSTRA_ASSIGN_OR_RETURN(const std::string version, MakeVersion(kernel, opened));
-    if (_settings.isOfLanguageAlone) OSTRA_RETURN_IF_ERROR(opened.CheckLanguage({.isChecked = _settings.isChecked}));
     if (const auto loaded = _loaded.find(version); loaded != _loaded.end()) return loaded->second;
+    if (_settings.isOfLanguageAlone) OSTRA_RETURN_IF_ERROR(opened.CheckLanguage({.isChecked = _settings.isChecked}));
     OSTRA_ASSIGN_OR_RETURN(auto traits, MakeTraits(opened));
     OSTRA_ASSIGN_OR_RETURN(kernel.classId, ChooseClassId(kernel.file));
     kernelruntime::KernelModuleOptions options;

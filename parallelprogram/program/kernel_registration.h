@@ -1,8 +1,9 @@
 // Registers tables of kernel classes. ostra_add_kernels makes such a table for a target:
 //
 //   #include "myapp_kernels.h"
-//   static Result<void> RegisterOwnKernels(ModuleDescriptor& module) { return RegisterKernels(module,
-//   GetKernels_myapp()); }
+//   static Result<void> RegisterOwnKernels(ModuleDescriptor& module) {
+//     return RegisterKernels(module, GetKernels_myapp());
+//   }
 //   ... .units = {{"kernels", &RegisterOwnKernels}}
 //
 // The parallelprogram module must be loaded before: the registry is its.

@@ -36,8 +36,10 @@ static_assert(sizeof(DataBufferEntry) == 7 * 8);
 
 struct TextureSamplerEntry {
   // Bits of _state.
-  static constexpr UInt64 kWritable = 1;   // the kernel that this entry belongs to writes the texture
-  static constexpr UInt64 kHasLayers = 2;  // it was given more layers than the one that the device has
+  static constexpr UInt64 kWritable = 1;      // the kernel that this entry belongs to writes the texture
+  static constexpr UInt64 kHasLayers = 2;     // it was given more layers than the one that the device has
+  static constexpr UInt64 kIsUnfilled = 4;    // its texels could not be written, or not all of them,
+  static constexpr UInt64 kLackedMemory = 8;  // because memory was exhausted
 
   DrawportTexture* _texture = nullptr;         // valid while _textureItem is held
   DrawportTextureSampler* _sampler = nullptr;  // valid while _samplerItem is held

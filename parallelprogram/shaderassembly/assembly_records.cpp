@@ -1,6 +1,9 @@
 #include "parallelprogram/shaderassembly/assembly_records.h"
 
 #include <algorithm>
+#include <functional>
+#include <set>
+#include <string>
 
 #include "ostra/core/find_word.h"
 #include "ostra/core/format.h"
@@ -17,9 +20,24 @@ namespace ostra {
 
 namespace {
 
+using TypeNames = std::set<std::string, std::less<>>;
+
+// The types of elements of buffers and of their members. Structs are declared behind the structs of their members.
+TypeNames FindStoredTypes(const ShaderParser& parser) {
+  TypeNames stored;
+  for (const ShaderInputEntry& input : parser.GetInputEntries())
+    if (!input.dataType.IsPopulated()) stored.emplace(input.typeName.GetString().GetView());
+  const BaseArray<ShaderStructDefinition>& structs = parser.GetStructs();
+  for (Int i = structs.GetCount(); i-- > 0;) {
+    if (!stored.contains(structs[i].name.GetString().GetView())) continue;
+    for (const ShaderStructMember& member : structs[i].declarations) stored.emplace(member.type.GetView());
+  }
+  return stored;
+}
+
 class RecordMaker {
  public:
-  RecordMaker(const ShaderParser& parser, DrawportStage stage) : _parser(parser) {
+  RecordMaker(const ShaderParser& parser, DrawportStage stage) : _parser(parser), _stored(FindStoredTypes(parser)) {
     _records.language = parser.GetTargetLanguage();
     _records.stage = stage;
   }
@@ -88,7 +106,7 @@ class RecordMaker {
   Result<void> AddStruct(const ShaderStructDefinition& definition) {
     ShaderStruct added{definition.name.GetString(), {}, MakeOrigin(definition.origin)};
     for (const ShaderStructMember& member : definition.declarations) {
-      OSTRA_ASSIGN_OR_RETURN(String type, MakeMemberType(member.type, IsStored(added.name.GetView())));
+      OSTRA_ASSIGN_OR_RETURN(String type, MakeMemberType(member.type, _stored.contains(added.name.GetView())));
       if (type.IsEmpty()) continue;
       OSTRA_ASSIGN_OR_RETURN(String name, member.dimension.IsEmpty() ? Result<String>(member.name)
                                                                      : Format("@[@]", member.name, member.dimension));
@@ -97,20 +115,6 @@ class RecordMaker {
     }
     OSTRA_RETURN_IF_ERROR(_records.structs.Append(std::move(added)));
     return OK;
-  }
-
-  // Whether the struct, or one that it is a member of, is the element of a buffer. Those are declared behind it.
-  Bool IsStored(std::string_view name) const {
-    for (const ShaderInputEntry& input : _parser.GetInputEntries())
-      if (!input.dataType.IsPopulated() && input.typeName.GetString().GetView() == name) return true;
-    Bool isBehind = false;
-    for (const ShaderStructDefinition& definition : _parser.GetStructs()) {
-      const std::string_view own = definition.name.GetString().GetView();
-      for (const ShaderStructMember& member : definition.declarations)
-        if (isBehind && member.type.GetView() == name && IsStored(own)) return true;
-      isBehind = isBehind || own == name;
-    }
-    return false;
   }
 
   // The type of a member in generated declarations; empty for types that programs on GPUs do without: those of another
@@ -250,6 +254,7 @@ class RecordMaker {
   }
 
   const ShaderParser& _parser;
+  const TypeNames _stored;
   ResourceUses _uses;
   ShaderRecords _records;
 };

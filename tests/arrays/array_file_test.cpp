@@ -108,6 +108,14 @@ TEST(ArrayFileTest, WhatCannotBeWrittenIsRefusedAndLeavesNoFile) {
   const auto written = Write(folder.MakeUrl("a.png"), std::vector<Vector4d32>(5), {2, 2, 1});
   ASSERT_FALSE(written);
   EXPECT_THAT(MessageOf(written.GetError()), HasSubstr("has 5 elements, and a picture of 2 x 2 needs 4"));
+  for (const char* name : {"a.png", "a.npy"}) {
+    const auto negative = Write(folder.MakeUrl(name), std::vector<Vector4d32>(4), {-2, -2, 1});
+    ASSERT_FALSE(negative) << name;
+    EXPECT_THAT(MessageOf(negative.GetError()), HasSubstr("an extent of -2 x -2 x 1 has sides below 0")) << name;
+    constexpr Int kHuge = Int{1} << 62;
+    const auto huge = Write(folder.MakeUrl("b.png"), std::vector<Vector4d32>(4), {kHuge, kHuge, 1});
+    EXPECT_FALSE(huge);
+  }
   EXPECT_TRUE(std::filesystem::is_empty(folder.GetPath()));
 }
 

@@ -116,6 +116,14 @@ TEST(StorageLayout, WordsThatAreNoProgramArePackedNowhere) {
   EXPECT_EQ(Take(FindPackedElement({other, 6})), ""_s);
 }
 
+TEST(StorageLayout, DamagedTypesArePackedNowhere) {
+  for (const UInt32 opcode : {21u, 22u, 23u, 24u, 28u, 29u})
+    EXPECT_EQ(FindPacked(12, {Op(opcode, 2), 10}), ""_s) << opcode;      // cut off
+  EXPECT_EQ(FindPacked(12, {Op(20, 2), 9, Op(23, 4), 10, 9, 3}), ""_s);  // a vector of bools
+  EXPECT_EQ(FindPacked(12, {Op(30, 3), 10, 10}), ""_s);                  // a struct of itself
+  EXPECT_EQ(FindPacked(12, {Op(23, 4), 10, 10, 3}), ""_s);               // a vector of itself
+}
+
 TEST(ShaderFeatures, WhatIsMissingIsNamedWithTheProgram) {
   ShaderFeatures features;
   features.since12.scalarBlockLayout = VK_TRUE;

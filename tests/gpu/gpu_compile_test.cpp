@@ -179,7 +179,7 @@ TEST_F(GpuCompileTest, ValuesReachTheSetterOfTheirType) {
   for (char name = 'a'; name <= 'm'; ++name) text += std::string("(Float32) ") + name + ", \\\n";
   text +=
       "(half2) pair, \\\n(Block<Float32>) values\n\nOSTRA_PARALLEL_KERNEL(K, KERNELINPUTS)\n{\n\t"
-      "UNIFORM_BUFFER(values)[0] = 1.0;\n}\nOSTRA_PARALLEL_KERNEL_END\n";
+      "auto one = 1.0;\n\tUNIFORM_BUFFER(values)[0] = one;\n}\nOSTRA_PARALLEL_KERNEL_END\n";
   AddKernel("k"_iid, text);
   ASSERT_THAT(program->SetUniform("a"_iid, Float32(1)), IsOk());
   ASSERT_THAT(program->SetUniform("b"_iid, HalfFloat(2.0f)), IsOk());
@@ -200,7 +200,8 @@ TEST_F(GpuCompileTest, ValuesReachTheSetterOfTheirType) {
                                                          "float4 e = 5", "float4 f = 6", "uint g = 7", "int h = -8",
                                                          "uint3 i = 9", "uint4 j = 10", "int3 k = -11", "int4 l = -12",
                                                          "mat4 m = 0", "buffer values = -1"));
-  // Two halves have no setter; that they have four bytes keeps setters of other sizes away.
+  // Two halves of a file with C++ of its own have no setter; that they have four bytes keeps setters of other sizes
+  // away.
   for (const DrawportParameter& parameter : GetCache().programs["k"]->description.GetParameters()) {
     if (!(parameter.name == "pair"_iid)) continue;
     EXPECT_TRUE(parameter.isValue);
@@ -208,6 +209,18 @@ TEST_F(GpuCompileTest, ValuesReachTheSetterOfTheirType) {
   }
   ASSERT_THAT(program->SetUniform("pair"_iid, Vec2<HalfFloat>(HalfFloat(1.0f))), IsOk());
   EXPECT_THAT(program->UpdateUniforms(), IsErrorOfKind(kIllegalArgumentError));
+}
+
+TEST_F(GpuCompileTest, TwoAndThreeHalvesReachTheSettersOfFloats) {
+  AddKernel("k"_iid,
+            "#define KERNELINPUTS \\\n(half2) pair, \\\n(half3) triple, \\\n(Block<Float32>) values\n\n"
+            "OSTRA_PARALLEL_KERNEL(K, KERNELINPUTS)\n{\n\tUNIFORM_BUFFER(values)[0] = float(UNIFORM(pair).x);\n}\n"
+            "OSTRA_PARALLEL_KERNEL_END\n");
+  ASSERT_THAT(program->SetUniform("pair"_iid, Vec2<HalfFloat>(HalfFloat(2.0f))), IsOk());
+  ASSERT_THAT(program->SetUniform("triple"_iid, Vec3<HalfFloat>(HalfFloat(3.0f))), IsOk());
+  TakeCalls();
+  ASSERT_THAT(program->UpdateUniforms(), IsOk());
+  EXPECT_THAT(TakeCalls(), testing::UnorderedElementsAre("float2 pair = 2", "float3 triple = 3", "buffer values = -1"));
 }
 
 TEST_F(GpuCompileTest, ParsersThatFailTogetherLeaveNothingOfWhatTheyFound) {

@@ -239,8 +239,8 @@ TEST_F(GpuTextureLinksTest, FurtherLayersOfAnUpdateAreSaidOnce) {
 
 TEST_F(GpuTextureLinksTest, ATextureWithoutAllItsTexelsIsNotBoundUntilTheyAreStoredAgain) {
   constexpr const char* kUnfilled =
-      "The kernel's texture \"image\" (4 x 4 x 1 texels, 64 bytes) has not got all its texels, because the device "
-      "failed while they were written: store them again, and link the texture.";
+      "The kernel's texture \"image\" (4 x 4 x 1 texels, 64 bytes) is incomplete: the transfer failed while its texels "
+      "were written. Store the texture again and link it.";
   AddTextureKernel("k"_iid, kLayered, "UNIFORM_BUFFER(values)[0] = FetchTexture(image, int2(0, 0));");
   ASSERT_THAT(Store("values"_iid, 1), IsOk());
   const DiagnosticRecorder diagnostics;

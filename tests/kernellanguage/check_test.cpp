@@ -42,6 +42,7 @@ TEST(CheckTest, ExpressionsOfNoCertainOrderAreErrors) {
   EXPECT_EQ(FindErrors("int k = 0; float a = UNIFORM_BUFFER(in)[k] * UNIFORM_BUFFER(in)[--k];"), "1:44: " + text);
   EXPECT_EQ(FindErrors("int k = 0; int a = (k++, k) + 1; bool b = k++ > 1 && k > 2; int c = b ? k++ : k; k = k++ + 1;"),
             "");
+  EXPECT_EQ(FindErrors("int k = 1; int a = k++ << k; int b = k-- >> k;"), "");  // the left side comes first
   EXPECT_EQ(FindErrors("int k = 0; float a[4]; a[k++] = float(k); a[k] = float(k++); a[k] += a[k++];"), "");
 }
 

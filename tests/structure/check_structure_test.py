@@ -1,6 +1,7 @@
 """Breaks each rule of check_structure.py in a small tree and expects the violation to be found."""
 
 import pathlib
+import re
 import tempfile
 import unittest
 
@@ -182,6 +183,10 @@ class CheckStructureTest(unittest.TestCase):
                          ["a2:1: a subject of 73 characters; at most 72 are allowed",
                           "a3:1: a subject that ends with a full stop",
                           'a4:1: "wip" is a step on the way, not a commit to keep'])
+
+    def test_every_rule_is_a_test(self):
+        listed = re.search(r"foreach\(rule ([^)]*)\)", (pathlib.Path(__file__).parent / "CMakeLists.txt").read_text())
+        self.assertEqual(set(listed.group(1).split()), set(check_structure.RULES))
 
     def test_a_tree_outside_of_a_repository_has_no_commits(self):
         self.expect("commits")

@@ -2,7 +2,7 @@
 
     structure_table.py ROOT
 
-Prints a table with a row per folder at the top (ostra, parallelprogram, clients, apps, tests). What is found relies on
+Prints a table with a column per folder at the top. What is found relies on
 the format of the sources, which a test holds: a function or class ends with a brace in the column where it began.
 """
 
@@ -12,7 +12,7 @@ import re
 import statistics
 import sys
 
-TOP_FOLDERS = ["ostra", "parallelprogram", "clients", "apps", "tests"]
+TOP_FOLDERS = ["ostra", "parallelprogram", "clients", "conformance", "apps", "tests", "bench", "fuzz"]
 INCLUDE = re.compile(r'^\s*#\s*include\s*"([^"]+)"')
 # What opens a brace at the end of a line and is no function.
 NO_FUNCTION = re.compile(r"^\s*(namespace|struct|class|enum|union|extern|using|typedef|return|if|for|while|switch|else|do|case|"

@@ -55,6 +55,20 @@ TEST_P(RunLanguageTest, NumbersWithAPointAreFloatsBeforeTheyAreDoubles) {
 	UNIFORM_BUFFER(out)[1] = int(Float64(UNIFORM(two)) * 0.1 * 10000000000.0);)");
 }
 
+TEST_P(RunLanguageTest, RemaindersBehindCaseHaveTheSignOfTheDividend) {
+  EXPECT_NUMBERS("1 -2 0 0 0 ", R"(
+	int k = (UNIFORM(two) - 7) % 3;
+	switch (k)
+	{
+		case -5 % 3:
+			UNIFORM_BUFFER(out)[0] = 1;
+			break;
+		default:
+			UNIFORM_BUFFER(out)[0] = 2;
+	}
+	UNIFORM_BUFFER(out)[1] = k;)");
+}
+
 TEST_P(RunLanguageTest, RemaindersHaveTheSignOfTheDividend) {
   EXPECT_NUMBERS("-2 2 -1 -63 3 ", R"(
 	int k = UNIFORM(two) - 7;

@@ -14,7 +14,7 @@ namespace ostra::tool {
 namespace {
 
 // Address space only. Kernels that are told a wrong width or count mostly end up within it.
-constexpr Int kFenceSize = Int(256) << 20;
+constexpr Int kGuardSize = Int(256) << 20;
 constexpr Int kAlignment = 64;
 
 Int RoundUp(Int size, Int unit) { return (size + unit - 1) / unit * unit; }
@@ -29,14 +29,14 @@ void GuardedArray::VisitMargins(Visit&& visit) const {
   const auto visitAll = [&](Byte* begin, const Byte* end) {
     for (Byte* at = begin; at < end; ++at) visit(*at, GetMarginByte(at - _memory));
   };
-  visitAll(_memory + kFenceSize, _first);
-  visitAll(_first + _count * _type.GetSize(), _memory + _memorySize - kFenceSize);
+  visitAll(_memory + kGuardSize, _first);
+  visitAll(_first + _count * _type.GetSize(), _memory + _memorySize - kGuardSize);
 }
 
 Result<StrongRef<ArrayInterface>> GuardedArray::Create(const GenericBaseArray& elements, Bool areZero) {
   const DataType type = elements.GetElementType();
   const Int size = elements.GetCount() * type.GetSize();
-  const Int usedSize = RoundUp(size, sysconf(_SC_PAGESIZE)), memorySize = usedSize + 2 * kFenceSize;
+  const Int usedSize = RoundUp(size, sysconf(_SC_PAGESIZE)), memorySize = usedSize + 2 * kGuardSize;
   if (!ReserveMemory(usedSize)) return OSTRA_OUT_OF_MEMORY();
   void* memory = mmap(nullptr, static_cast<std::size_t>(memorySize), PROT_NONE,
                       MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
@@ -44,7 +44,7 @@ Result<StrongRef<ArrayInterface>> GuardedArray::Create(const GenericBaseArray& e
     ReturnMemory(usedSize);
     return OSTRA_OUT_OF_MEMORY();
   }
-  Byte* used = static_cast<Byte*>(memory) + kFenceSize;
+  Byte* used = static_cast<Byte*>(memory) + kGuardSize;
   GuardedArray* array = nullptr;
   if (mprotect(used, static_cast<std::size_t>(usedSize), PROT_READ | PROT_WRITE) == 0)
     array = NewObj<GuardedArray>(type, elements.GetCount(), static_cast<Byte*>(memory), memorySize);
@@ -61,12 +61,12 @@ Result<StrongRef<ArrayInterface>> GuardedArray::Create(const GenericBaseArray& e
 
 GuardedArray::GuardedArray(DataType type, Int count, Byte* memory, Int memorySize)
     : _type(type), _count(count), _memory(memory), _memorySize(memorySize) {
-  _first = memory + memorySize - kFenceSize - RoundUp(count * type.GetSize(), kAlignment);
+  _first = memory + memorySize - kGuardSize - RoundUp(count * type.GetSize(), kAlignment);
 }
 
 GuardedArray::~GuardedArray() {
   munmap(_memory, static_cast<std::size_t>(_memorySize));
-  ReturnMemory(_memorySize - 2 * kFenceSize);
+  ReturnMemory(_memorySize - 2 * kGuardSize);
 }
 
 Block<Generic> GuardedArray::GetBlock(Int index) const {
@@ -74,7 +74,7 @@ Block<Generic> GuardedArray::GetBlock(Int index) const {
 }
 
 Result<void> GuardedArray::Resize(Int, ResizeFlags) {
-  return OSTRA_NOT_IMPLEMENTED("An array with fences keeps its @ elements.", _count);
+  return OSTRA_NOT_IMPLEMENTED("A guarded array keeps its @ elements.", _count);
 }
 
 Result<StrongRef<ArrayInterface>> GuardedArray::Clone() const {

@@ -1,6 +1,6 @@
-// An array with fences: memory that cannot be accessed before its first element and behind its last one, so that
-// reading or writing there is a fault at once. Fences are whole pages; what remains of a page before the elements, and
-// up to 63 bytes behind them, are known bytes, which show afterwards whether they were overwritten.
+// A guarded array: memory that cannot be accessed before its first element and behind its last one, so that
+// reading or writing there is a fault at once. The guards are whole pages; what remains of a page before the elements,
+// and up to 63 bytes behind them, are known bytes, which show afterwards whether they were overwritten.
 #pragma once
 
 #include "ostra/core/array.h"
@@ -19,12 +19,12 @@ class GuardedArray final : public ArrayInterface {
   DataType GetElementType() const override { return _type; }
   Int GetCount() const override { return _count; }
   Block<Generic> GetBlock(Int index) const override;
-  // Not implemented: the fence stays where it is.
+  // Not implemented: the guard stays where it is.
   Result<void> Resize(Int count, ResizeFlags flags) override;
-  // A copy without a fence.
+  // A copy without guards.
   Result<StrongRef<ArrayInterface>> Clone() const override;
 
-  // Whether the bytes between the elements and the fences are what they were.
+  // Whether the bytes between the elements and the guards are what they were.
   Bool AreMarginsWhole() const;
 
  private:
@@ -34,7 +34,7 @@ class GuardedArray final : public ArrayInterface {
 
   DataType _type;
   Int _count;
-  Byte* _memory;  // everything, the fences included
+  Byte* _memory;  // everything, the guards included
   Int _memorySize;
   Byte* _first;  // element
 };

@@ -133,7 +133,7 @@ Result<void> ProgramRun::StoreBuffers() {
 }
 
 Result<void> ProgramRun::StoreBuffer(PlannedBuffer& buffer) {
-  if (!_hasFences || !buffer.elementType.IsPlain() || buffer.count == 0) {
+  if (!_hasGuards || !buffer.elementType.IsPlain() || buffer.count == 0) {
     GenericBaseArray elements;
     if (_plan->isRunOnce)
       elements = std::move(buffer.start);
@@ -145,13 +145,13 @@ Result<void> ProgramRun::StoreBuffer(PlannedBuffer& buffer) {
   const Bool areZero = buffer.source.empty() && std::all_of(first, first + buffer.elementType.GetSize(),
                                                             [](Byte byte) { return byte == Byte{}; });
   OSTRA_ASSIGN_OR_RETURN(StrongRef<ArrayInterface> elements, GuardedArray::Create(buffer.start, areZero));
-  _fencedBuffers.push_back(std::make_unique<Array<Generic>>(std::move(elements)));
-  OSTRA_ASSIGN_OR_RETURN(const Data link, Data::Create(_fencedBuffers.back().get()));
+  _guardedBuffers.push_back(std::make_unique<Array<Generic>>(std::move(elements)));
+  OSTRA_ASSIGN_OR_RETURN(const Data link, Data::Create(_guardedBuffers.back().get()));
   return _program->SetGlobalBufferLink(buffer.name, link);
 }
 
 Result<void> ProgramRun::CheckBufferEnds(Bool isChecked) const {
-  for (const auto& buffer : _fencedBuffers)
+  for (const auto& buffer : _guardedBuffers)
     if (!static_cast<const GuardedArray&>(*buffer->GetReference()).AreMarginsWhole())
       return OSTRA_ILLEGAL_STATE("@", DescribeOutside(isChecked));
   return OK;

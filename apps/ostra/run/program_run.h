@@ -56,7 +56,7 @@ class ProgramRun {
   Result<UInt32> GetCounter(InternedId name) const { return _program->GetAtomicCounter(name); }
 
  private:
-  ProgramRun(RunPlan& plan, Bool hasFences) : _plan(&plan), _hasFences(hasFences) {}
+  ProgramRun(RunPlan& plan, Bool hasGuards) : _plan(&plan), _hasGuards(hasGuards) {}
   Result<void> AddKernel(const Id& programClass, const ProgramFile& file, const DrawportContextRef* context);
   Result<void> DispatchAll(Int iterations, Progress& progress);
   Result<void> Prepare(Int number);
@@ -70,13 +70,13 @@ class ProgramRun {
   Int CountBytes() const;
 
   RunPlan* _plan;
-  Bool _hasFences;
+  Bool _hasGuards;
   Bool _isOnGpu = false;
   Int _byteCount = 0;
   PrintSink* _sink = nullptr;
   std::string _backend;
-  // Buffers with fences, which the program only links.
-  std::vector<std::unique_ptr<Array<Generic>>> _fencedBuffers;
+  // Guarded buffers, which the program only links.
+  std::vector<std::unique_ptr<Array<Generic>>> _guardedBuffers;
   std::unique_ptr<TemplateFolder> _templateFolder;  // outlives the program, which reads from it
   ParallelProgramRef _program;
 };
