@@ -605,6 +605,10 @@ std::optional<Int64> Resolver::Evaluate(NodeIndex node) const {
       if (*right == 0) return {};
       result = *left / *right;
       break;
+    case Operation::kRemainder:
+      if (*right == 0) return {};
+      result = *left % *right;
+      break;
     default:
       return {};
   }

@@ -200,15 +200,15 @@ TEST_F(GpuCompileTest, ValuesReachTheSetterOfTheirType) {
                                                          "float4 e = 5", "float4 f = 6", "uint g = 7", "int h = -8",
                                                          "uint3 i = 9", "uint4 j = 10", "int3 k = -11", "int4 l = -12",
                                                          "mat4 m = 0", "buffer values = -1"));
-  // Two halves of a file with C++ of its own have no setter; that they have four bytes keeps setters of other sizes
-  // away.
+  // Two halves of a file with C++ of its own are four bytes, by which backends refuse the floats that are set.
   for (const DrawportParameter& parameter : GetCache().programs["k"]->description.GetParameters()) {
     if (!(parameter.name == "pair"_iid)) continue;
     EXPECT_TRUE(parameter.isValue);
     EXPECT_EQ(parameter.layout.byteSize, 4);
   }
   ASSERT_THAT(program->SetUniform("pair"_iid, Vec2<HalfFloat>(HalfFloat(1.0f))), IsOk());
-  EXPECT_THAT(program->UpdateUniforms(), IsErrorOfKind(kIllegalArgumentError));
+  ASSERT_THAT(program->UpdateUniforms(), IsOk());
+  EXPECT_THAT(TakeCalls(), testing::Contains("float2 pair = 1"));
 }
 
 TEST_F(GpuCompileTest, TwoAndThreeHalvesReachTheSettersOfFloats) {
