@@ -25,13 +25,9 @@ int main(int argc, char** argv) try {
   ostra::Session session(isOnGpu ? ostra::Backend::kGpu : ostra::Backend::kCpu);
   const auto fractal = session.Load<ostra::kernels::Fractal>();
   auto picture = session.MakeBuffer<ostra::Vec4<float>>(ostra::Int{columns} * rows);
-  fractal({.width = columns,
-           .height = rows,
-           .centre = {-0.65f, 0.0f},
-           .extent = 3.2f,
-           .maximum = 400,
-           .picture = picture},
-          {columns, rows});
+  fractal(
+      {.width = columns, .height = rows, .centre = {-0.65f, 0.0f}, .extent = 3.2f, .maximum = 400, .picture = picture},
+      {columns, rows});
   const auto pixels = picture.Read();
   const ostra::ImageView view(width, height, {&pixels[0].x, ostra::Int(4 * pixels.size())});
   ostra::OrThrow(ostra::WriteImage(ostra::OrThrow(ostra::Url::Create(argv[1])), view));

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "ostra/core/format.h"
+#include "ostra/image/picture_byte.h"
 
 OSTRA_UNIT("picture_channels");
 
@@ -10,9 +11,6 @@ namespace ostra {
 namespace {
 
 constexpr std::string_view kLetters = "rgba";
-
-// As pictures are written: the nearest step, and 0 for what is no number.
-Byte ToByte(Float32 value) { return static_cast<Byte>(value > 0 ? std::min(value, 1.0f) * 255 + 0.5f : 0); }
 
 }  // namespace
 
@@ -30,7 +28,7 @@ Result<BaseArray<Byte>> TakeChannels(const ImageView& image, std::string_view ch
     for (const char letter : channels) {
       const Float32 value = image.rgba[4 * i + static_cast<Int>(kLetters.find(letter))];
       if (isByte) {
-        *target++ = ToByte(value);
+        *target++ = ToPictureByte(value);
       } else {
         MemCopy(target, &value, sizeof(value));
         target += sizeof(value);

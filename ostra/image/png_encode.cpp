@@ -1,6 +1,7 @@
 #include "ostra/core/format.h"
 #include "ostra/image/image.h"
 #include "ostra/image/memory_sink.h"
+#include "ostra/image/picture_byte.h"
 #include "ostra/image/png_session.h"
 
 OSTRA_UNIT("png");
@@ -14,11 +15,6 @@ void WriteToMemory(png_structp png, png_bytep data, std::size_t size) {
     png_error(png, "out of memory");
 }
 
-Byte ToStep(Float32 value) {
-  if (!(value > 0)) return 0;
-  return value >= 1 ? 255 : static_cast<Byte>(value * 255 + 0.5f);
-}
-
 void WritePicture(png_structp png, png_infop info, const ImageView& image, Byte* row, MemorySink& sink) {
   png_set_write_fn(png, &sink, WriteToMemory, nullptr);
   png_set_user_limits(png, PNG_UINT_31_MAX, PNG_UINT_31_MAX);
@@ -30,7 +26,7 @@ void WritePicture(png_structp png, png_infop info, const ImageView& image, Byte*
   const Int valuesPerRow = 4 * image.width;
   for (Int y = 0; y < image.height; ++y) {
     const Float32* source = image.rgba.GetFirst() + y * valuesPerRow;
-    for (Int i = 0; i < valuesPerRow; ++i) row[i] = ToStep(source[i]);
+    for (Int i = 0; i < valuesPerRow; ++i) row[i] = ToPictureByte(source[i]);
     png_write_row(png, row);
   }
   png_write_end(png, nullptr);

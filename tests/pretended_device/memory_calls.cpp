@@ -39,14 +39,24 @@ VkResult AllocateMemory(VkDevice device, const VkMemoryAllocateInfo* info, const
     return VK_ERROR_OUT_OF_DEVICE_MEMORY;
   }
   const uint32_t heap = table.types[info->memoryTypeIndex].heap;
-  if (CountUsed(heap) + info->allocationSize > table.heaps[heap].size) return VK_ERROR_OUT_OF_DEVICE_MEMORY;
-  VkMemoryAllocateInfo changed = *info;
-  changed.memoryTypeIndex = 0;
-  const VkResult result = state.AllocateMemory(device, &changed, callbacks, memory);
-  if (result != VK_SUCCESS) return result;
+  // Counted first, so that two threads do not overfill the heap together.
+  const auto count = [&](VkDeviceSize bytes) {
+    const std::scoped_lock lock(state.mutex);
+    state.used[heap] += bytes;
+  };
+  count(info->allocationSize);
+  VkResult result = VK_ERROR_OUT_OF_DEVICE_MEMORY;
+  if (CountUsed(heap) <= table.heaps[heap].size) {
+    VkMemoryAllocateInfo changed = *info;
+    changed.memoryTypeIndex = 0;
+    result = state.AllocateMemory(device, &changed, callbacks, memory);
+  }
+  if (result != VK_SUCCESS) {
+    count(-info->allocationSize);
+    return result;
+  }
   const std::scoped_lock lock(state.mutex);
   state.memory[*memory] = {info->memoryTypeIndex, info->allocationSize};
-  state.used[heap] += info->allocationSize;
   return VK_SUCCESS;
 }
 

@@ -61,7 +61,7 @@ PROCESSOR = {"emmintrin.h", "immintrin.h", "arm_neon.h"}
 OPENS_A_NAMESPACE = {"parallelprogram/program/kernel_language.h"}
 
 MAXIMAL_LINES = 700
-SOURCE_FOLDERS = ["ostra", "parallelprogram", "clients", "conformance", "apps", "tests", "bench", "fuzz"]
+SOURCE_FOLDERS = ["ostra", "parallelprogram", "clients", "examples", "conformance", "apps", "tests", "bench", "fuzz"]
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]')
 
 
