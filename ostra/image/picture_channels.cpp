@@ -1,7 +1,5 @@
 #include "ostra/image/picture_channels.h"
 
-#include <algorithm>
-
 #include "ostra/core/format.h"
 #include "ostra/image/picture_byte.h"
 
