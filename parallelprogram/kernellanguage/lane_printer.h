@@ -248,8 +248,9 @@ class LanePrinter {
   std::vector<Bool> _isClamped;  // variables
   Bool _hasFoundRows = false;
   std::vector<Exit> _exits;
-  std::unordered_map<NodeIndex, Value> _held;  // expressions that are computed already
-  NodeIndex _function = kNoNode;               // that is being written; kNoNode in the kernel
+  std::unordered_map<NodeIndex, Value> _held;                // expressions that are computed already
+  mutable std::unordered_map<TypeIndex, Bool> _laneStructs;  // the answers of HasLaneType for structs
+  NodeIndex _function = kNoNode;                             // that is being written; kNoNode in the kernel
   Bool _hasManyReturns = false;
   int _nameCount = 0;
 };

@@ -36,9 +36,13 @@ Bool LanePrinter::IsAggregate(TypeIndex type) const {
 Bool LanePrinter::HasLaneType(TypeIndex type) const {
   const Type& kind = _types[type];
   if (kind.kind == TypeKind::kStruct) {
+    const auto [known, isNew] = _laneStructs.try_emplace(type, false);
+    Bool& hasLanes = known->second;
+    if (!isNew) return hasLanes;
     const std::vector<Part> parts = GetParts(kind.declaration);
-    return parts.size() <= kMaxStructParts &&
-           std::all_of(parts.begin(), parts.end(), [this](const Part& part) { return HasLaneType(part.type); });
+    return hasLanes =
+               parts.size() <= kMaxStructParts &&
+               std::all_of(parts.begin(), parts.end(), [this](const Part& part) { return HasLaneType(part.type); });
   }
   if (IsAggregate(type)) return true;
   if (kind.kind != TypeKind::kScalar && kind.kind != TypeKind::kVector) return false;

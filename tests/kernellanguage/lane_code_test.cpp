@@ -112,6 +112,16 @@ LaneCode Print(std::string_view body) {
 }
 Bool HasText(const LaneCode& code, std::string_view text) { return code.text.find(text) != std::string::npos; }
 
+// Asked one by one for each of its members, the last struct would take minutes.
+TEST(LaneCodeTest, StructsOfStructsAreLookedAtOnce) {
+  std::string structs = "struct S0 { float a; };\n";
+  for (int i = 1; i < 32; ++i) {
+    const std::string inner = "S" + std::to_string(i - 1);
+    structs += "struct S" + std::to_string(i) + " { " + inner + " a; " + inner + " b; };\n";
+  }
+  EXPECT_EQ(FindRefusal(AnalyzeBody("float x = UNIFORM(f) * 2.0; if (x > 1.0) { return; }", structs)), "");
+}
+
 TEST(LaneCodeTest, OnlyVariablesThatAreReadBehindALoopAreKeptForTheLanesThatHaveLeftIt) {
   const std::string start = "uint i = InGlobalInvocationID.x; float x = float(i); float y = 1.0; uint n = 0u;\n";
   const std::string loop = "while (x < 9.0) { x = x + y; y = y * x; n++; }\n";
