@@ -94,37 +94,35 @@ Picture MakePicture(int dimensions, TextureFormat format, const WrapModes& wrap)
   return picture;
 }
 
+// Coordinates for kPlaces readings, each of which draw(extent of its axis) makes; axes that are not there are 0.
+template <class T, class Draw>
+std::vector<Vec4<T>> DrawCoordinates(const Picture& picture, Draw&& draw) {
+  std::vector<Vec4<T>> drawn;
+  for (UInt32 i = 0; i < kPlaces; ++i) {
+    T at[3] = {0, 0, 0};
+    for (int axis = 0; axis < picture.dimensions; ++axis) at[axis] = draw(picture.GetExtent(axis));
+    drawn.emplace_back(at[0], at[1], at[2], T(0));
+  }
+  return drawn;
+}
+
 // Places between texels, also far outside, that are not so close to a texel's middle that its neighbours would be in
 // doubt.
 Places MakePlaces(const Picture& picture) {
   Numbers numbers;
-  Places places;
-  for (UInt32 i = 0; i < kPlaces; ++i) {
-    Float32 at[3] = {0, 0, 0};
-    for (int axis = 0; axis < picture.dimensions; ++axis) {
-      const Int32 extent = picture.GetExtent(axis);
-      const Float64 texel = numbers.Below(3 * extent) - extent + 0.5 + 0.02 + 0.96 * numbers.Fraction();
-      at[axis] = static_cast<Float32>(texel / extent);
-    }
-    places.emplace_back(at[0], at[1], at[2], 0.0f);
-  }
-  return places;
+  return DrawCoordinates<Float32>(picture, [&numbers](Int32 extent) {
+    const Float64 texel = numbers.Below(3 * extent) - extent + 0.5 + 0.02 + 0.96 * numbers.Fraction();
+    return static_cast<Float32>(texel / extent);
+  });
 }
 
 // Below 0, exact multiples of the extent are left out: see GetDifferences.
 Texels MakeTexels(const Picture& picture) {
   Numbers numbers;
-  Texels texels;
-  for (UInt32 i = 0; i < kPlaces; ++i) {
-    Int32 at[3] = {0, 0, 0};
-    for (int axis = 0; axis < picture.dimensions; ++axis) {
-      const Int32 extent = picture.GetExtent(axis);
-      at[axis] = numbers.Below(5 * extent) - 2 * extent;
-      if (at[axis] < 0 && at[axis] % extent == 0) ++at[axis];
-    }
-    texels.emplace_back(at[0], at[1], at[2], 0);
-  }
-  return texels;
+  return DrawCoordinates<Int32>(picture, [&numbers](Int32 extent) {
+    const Int32 texel = numbers.Below(5 * extent) - 2 * extent;
+    return texel < 0 && texel % extent == 0 ? texel + 1 : texel;
+  });
 }
 
 struct Readings {

@@ -21,7 +21,7 @@ struct NumberType {
   Int GetSize() const { return type.GetSize(); }  // in bytes
 };
 
-// Null when `type` is no type of numbers, or there is none of this code.
+// The number type of `type`, or of a code in array files; null if it is not known.
 OSTRA_API const NumberType* FindNumberType(DataType type);
 OSTRA_API const NumberType* FindNumberType(std::string_view npyCode);
 

@@ -120,7 +120,8 @@ Result<void> AddGiven(const ShaderRecords& given, ShaderRecords& records) {
   return records.noiseModes.CopyFrom(given.noiseModes);
 }
 
-// Parameters that came with records stand in front, and are there already. What stages hand on is none of them.
+// Adds the parameters that came without records. They follow those of the records, which were added before. Variables
+// between stages are not parameters.
 Result<void> AddFurtherParameters(const BaseArray<DrawportParameter>& parameters, ShaderRecords& records) {
   Int recorded = records.textures.GetCount();
   for (const ShaderParameter& parameter : records.parameters) recorded += IsBound(parameter.kind);

@@ -59,16 +59,6 @@ Function FindNewerFunction(std::string_view name, std::index_sequence<kIndices..
   return found;
 }
 
-template <class Info>
-VkLayerInstanceCreateInfo* FindLink(const Info& info) {
-  for (auto* entry = static_cast<const VkBaseInStructure*>(info.pNext); entry; entry = entry->pNext) {
-    auto* link = reinterpret_cast<VkLayerInstanceCreateInfo*>(const_cast<VkBaseInStructure*>(entry));
-    if (entry->sType == VK_STRUCTURE_TYPE_LOADER_INSTANCE_CREATE_INFO && link->function == VK_LAYER_LINK_INFO)
-      return link;
-  }
-  return nullptr;
-}
-
 void FindFunctions(VkInstance instance, InstanceState& state) {
   state.handle = instance;
 #define OSTRA_FIND(name) state.name = reinterpret_cast<PFN_vk##name>(state.getNext(instance, "vk" #name));
@@ -105,7 +95,8 @@ VkResult CreateInstance(const VkInstanceCreateInfo* info, const VkAllocationCall
   // The loader leaves drivers out that are asked for by this flag alone, and fails when no other is there.
   const bool seesPortability = (info->flags & VK_INSTANCE_CREATE_ENUMERATE_PORTABILITY_BIT_KHR) != 0;
   if (GetTable().isPortability && !seesPortability) return VK_ERROR_INCOMPATIBLE_DRIVER;
-  VkLayerInstanceLink*& link = FindLink(*info)->u.pLayerInfo;
+  VkLayerInstanceLink*& link =
+      FindLink<VkLayerInstanceCreateInfo>(*info, VK_STRUCTURE_TYPE_LOADER_INSTANCE_CREATE_INFO)->u.pLayerInfo;
   auto state = std::make_unique<InstanceState>();
   state->getNext = link->pfnNextGetInstanceProcAddr;
   const auto create = reinterpret_cast<PFN_vkCreateInstance>(state->getNext(nullptr, "vkCreateInstance"));

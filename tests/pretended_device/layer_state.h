@@ -117,4 +117,14 @@ Structure* FindInChain(const void* chain, VkStructureType type) {
   return nullptr;
 }
 
+// What the loader hands to a layer when an instance or a device is created; null without it.
+template <class Link, class Info>
+Link* FindLink(const Info& info, VkStructureType type) {
+  for (auto* entry = static_cast<const VkBaseInStructure*>(info.pNext); entry; entry = entry->pNext) {
+    auto* link = reinterpret_cast<Link*>(const_cast<VkBaseInStructure*>(entry));
+    if (entry->sType == type && link->function == VK_LAYER_LINK_INFO) return link;
+  }
+  return nullptr;
+}
+
 }  // namespace ostra::pretended

@@ -36,15 +36,6 @@ bool HasWantedQueues(InstanceState& instance, VkPhysicalDevice device, const VkD
   return hasAll;
 }
 
-VkLayerDeviceCreateInfo* FindLink(const VkDeviceCreateInfo& info) {
-  for (auto* entry = static_cast<const VkBaseInStructure*>(info.pNext); entry; entry = entry->pNext) {
-    auto* link = reinterpret_cast<VkLayerDeviceCreateInfo*>(const_cast<VkBaseInStructure*>(entry));
-    if (entry->sType == VK_STRUCTURE_TYPE_LOADER_DEVICE_CREATE_INFO && link->function == VK_LAYER_LINK_INFO)
-      return link;
-  }
-  return nullptr;
-}
-
 void FindFunctions(VkDevice device, DeviceState& state) {
 #define OSTRA_FIND(name) state.name = reinterpret_cast<PFN_vk##name>(state.getNext(device, "vk" #name));
   OSTRA_DEVICE_FUNCTIONS(OSTRA_FIND)
@@ -88,7 +79,8 @@ VkResult CreateDevice(VkPhysicalDevice physicalDevice, const VkDeviceCreateInfo*
   changed.enabledExtensionCount = static_cast<uint32_t>(extensions.size());
   changed.ppEnabledExtensionNames = extensions.data();
 
-  VkLayerDeviceLink*& link = FindLink(*info)->u.pLayerInfo;
+  VkLayerDeviceLink*& link =
+      FindLink<VkLayerDeviceCreateInfo>(*info, VK_STRUCTURE_TYPE_LOADER_DEVICE_CREATE_INFO)->u.pLayerInfo;
   state->getNext = link->pfnNextGetDeviceProcAddr;
   const auto create =
       reinterpret_cast<PFN_vkCreateDevice>(link->pfnNextGetInstanceProcAddr(instance.handle, "vkCreateDevice"));

@@ -22,7 +22,7 @@ struct ScalarType : NumberType {
   void (*print)(const void* value, std::string& target);
 };
 
-// Null when `type` is no number type, or there is none of this code.
+// The scalar type of `type`, or of a code; null if it is not known.
 const ScalarType* FindScalarType(DataType type);
 const ScalarType* FindScalarType(std::string_view npyCode);
 
