@@ -59,7 +59,7 @@ class ClientRun {
     if (!elements.empty()) MemCopy(elements.data(), bytes.data(), static_cast<Int>(bytes.size()));
     return elements;
   }
-  // The record of a texture that was read back; null, and noted, when it is none.
+  // The record of a texture that was read back. Null for other data, which is noted as a failure.
   const SamplingData* GetTexture(const Result<Data>& data);
   Floats GetTexels(const Result<Data>& data);
 

@@ -7,7 +7,7 @@
 
 namespace ostra::python {
 
-// A list of dicts; empty where there is none.
+// A list of dicts; empty on a machine without a device.
 pybind11::list ListDevices();
 // A dict of dicts: value, help and configured.
 pybind11::dict ListConfiguration();
