@@ -1,0 +1,302 @@
+// What workloads ask of the driver, beside the numbers in driver_counts.txt: a change of any of them is seen.
+#include <fstream>
+#include <optional>
+#include <sstream>
+
+#include "parallelprogram/device/parser_cache.h"
+#include "parallelprogram/gpu/gpu_program.h"
+#include "parallelprogram/program/parallel_program.h"
+#include "parallelprogram/textures/sampling_data.h"
+#include "parallelprogram/textures/texture_bind_data.h"
+#include "tests/drawport_vulkan/internal_fixture.h"
+#include "tests/gpu/counted_driver.h"
+#include "tests/support/temporary_folder.h"
+
+namespace ostra::test {
+namespace {
+
+constexpr const char* kStep = R"(#define KERNELINPUTS \
+(Float32) step, \
+(Block<Float32>) source, \
+(Block<Float32>) target
+
+GROUPSIZE(1, 1, 1)
+
+OSTRA_PARALLEL_KERNEL(Step, KERNELINPUTS)
+{
+	UNIFORM_BUFFER(target)[0] = UNIFORM_BUFFER(source)[0] + UNIFORM(step);
+}
+OSTRA_PARALLEL_KERNEL_END
+)";
+
+constexpr const char* kCount = R"(#define KERNELINPUTS \
+(AtomicUInt32*) hits
+
+GROUPSIZE(1, 1, 1)
+
+OSTRA_PARALLEL_KERNEL(Count, KERNELINPUTS)
+{
+	uint old = 0u;
+	AtomicAdd(GetAtomicCounter(hits), 1u, old);
+}
+OSTRA_PARALLEL_KERNEL_END
+)";
+
+constexpr const char* kBrighten = R"(#define KERNELINPUTS \
+(const TextureSampler_2D_R_F32_POINT) source, \
+(TextureSampler_2D_R_F32_POINT) target
+
+GROUPSIZE(1, 1, 1)
+
+OSTRA_PARALLEL_KERNEL(Brighten, KERNELINPUTS)
+{
+	int2 at = int2(int(InGlobalInvocationID.x), int(InGlobalInvocationID.y));
+	StoreImage(target, at, FetchTexture(source, at) + 1.0);
+}
+OSTRA_PARALLEL_KERNEL_END
+)";
+
+constexpr Int kLarge = Int{64} << 20;  // bytes
+
+std::string GetRow(const std::string& workload, const DriverCounts& counts) {
+  std::ostringstream row;
+  row << workload;
+  for (const Int count :
+       {counts.submissions, counts.waits, counts.barriers, counts.sets, counts.allocations, counts.bytes})
+    row << " " << count;
+  return row.str();
+}
+
+// The row of the table, with one space between its columns; empty when there is none.
+std::string FindRow(const std::string& workload) {
+  std::ifstream table(OSTRA_TEST_DRIVER_COUNTS);
+  for (std::string line; std::getline(table, line);) {
+    std::istringstream words(line);
+    std::string word, row;
+    while (words >> word) row += (row.empty() ? "" : " ") + word;
+    if (row.starts_with(workload + " ")) return row;
+  }
+  return {};
+}
+
+class GpuDriverCountsTest : public vulkan::DriverTest {
+ protected:
+  void SetUp() override {
+    DriverTest::SetUp();
+    if (IsSkipped()) return;
+    const DrawportContextRef context = Take(MakeContext());
+    if (static_cast<vulkan::Context&>(*context).GetDevice().GetProperties().deviceType != VK_PHYSICAL_DEVICE_TYPE_CPU)
+      GTEST_SKIP() << "The table has the counts of the software driver; other devices have memory of other kinds.";
+    _driver.emplace();
+    _programClass = Take(CreateGpuProgramClass());
+  }
+  void TearDown() override {
+    _driver.reset();
+    ResetParserCache();
+    DriverTest::TearDown();
+  }
+
+  // A program on a context of its own.
+  ParallelProgramRef MakeProgram() {
+    const DrawportContextRef context = Take(MakeContext());
+    ParallelProgramRef program = Take(_programClass->CreateObject<ParallelProgramInterface>());
+    Take(program->Init(Url(), &context, 0, false));
+    return program;
+  }
+  ParallelProgramRef MakeProgram(const char* kernel) {
+    ParallelProgramRef program = MakeProgram();
+    const std::string name = "net.ostra.test.counted" + std::to_string(++_kernels) + ".krn";
+    Take(program->AddKernel("k"_iid, Take(Url::Create(_sources.Write(name, kernel))), true));
+    return program;
+  }
+  // One that adds `step` to what is in a buffer.
+  ParallelProgramRef MakeStepProgram() {
+    ParallelProgramRef program = MakeProgram(kStep);
+    for (const InternedId& id : {"source"_iid, "target"_iid})
+      Take(program->StoreUniformBufferData(id, Take(BaseArray<Float32>::Create({0}))));
+    Take(program->SetUniform("step"_iid, Float32(1)));
+    return program;
+  }
+  static void Dispatch(ParallelProgramInterface& program) {
+    Take(program.UpdateUniforms());
+    Take(program.DispatchKernel(1, 1, 1, false));
+  }
+  static Float32 ReadFirst(ParallelProgramInterface& program, InternedId id) {
+    return Take(Take(program.GetGlobalBufferData(id)).Get<Array<Float32>>())[0];
+  }
+
+  template <class Work>
+  void ExpectCounts(const std::string& workload, Work&& work) {
+    const DriverCounts before = _driver->GetCounts();
+    work();
+    EXPECT_EQ(GetRow(workload, _driver->GetCounts() - before), FindRow(workload))
+        << "columns: submissions, waits, barriers, sets, allocations, bytes";
+  }
+
+ private:
+  std::optional<CountedDriver> _driver;
+  ClassRef _programClass;
+  TemporaryFolder _sources;
+  int _kernels = 0;
+};
+
+// Whether the host sees the memory of buffers, as here, or not, as on most devices with memory of their own.
+class GpuBufferCountsTest : public GpuDriverCountsTest, public testing::WithParamInterface<bool> {
+ protected:
+  void SetUp() override {
+    SetDrawportDirectMapping(GetParam());
+    GpuDriverCountsTest::SetUp();
+  }
+  std::string GetName(const char* workload) const { return std::string(workload) + (GetParam() ? "/seen" : "/unseen"); }
+};
+INSTANTIATE_TEST_SUITE_P(Memory, GpuBufferCountsTest, testing::Bool(),
+                         [](const auto& instance) { return std::string(instance.param ? "Seen" : "Unseen"); });
+
+TEST_P(GpuBufferCountsTest, OfOneDispatch) {
+  const ParallelProgramRef program = MakeStepProgram();
+  Take(program->Execute(true));
+  ExpectCounts(GetName("one_dispatch"), [&] {
+    Dispatch(*program);
+    Take(program->Execute(true));
+  });
+  EXPECT_EQ(ReadFirst(*program, "target"_iid), 1);
+}
+
+TEST_P(GpuBufferCountsTest, OfAThousandDispatches) {
+  const ParallelProgramRef program = MakeStepProgram();
+  Take(program->Execute(true));
+  ExpectCounts(GetName("dispatches_1000"), [&] {
+    for (int i = 0; i < 1000; ++i) {
+      Take(program->SetUniform("step"_iid, Float32(i)));
+      Dispatch(*program);
+    }
+    Take(program->Execute(true));
+  });
+  EXPECT_EQ(ReadFirst(*program, "target"_iid), 999);
+}
+
+TEST_P(GpuBufferCountsTest, OfADispatchAndItsCounterAHundredTimes) {
+  const ParallelProgramRef program = MakeProgram(kCount);
+  Take(program->AddAtomicCounter("hits"_iid, UInt32(0)));
+  Take(program->SetAtomicCounterToActiveKernel("hits"_iid));
+  ExpectCounts(GetName("counter_reads_100"), [&] {
+    for (UInt32 i = 1; i <= 100; ++i) {
+      Dispatch(*program);
+      EXPECT_EQ(Take(program->GetAtomicCounter("hits"_iid)), i);
+    }
+  });
+}
+
+TEST_P(GpuBufferCountsTest, OfUploadDispatchAndReadBack) {
+  const ParallelProgramRef program = MakeProgram(kStep);
+  Take(program->SetUniform("step"_iid, Float32(1)));
+  Take(program->StoreUniformBufferData("target"_iid, Take(BaseArray<Float32>::Create({0}))));
+  BaseArray<Float32> values;
+  Take(values.Resize(kLarge / 4));
+  values.GetLast() = 7;
+  ExpectCounts(GetName("round_trip_64_mib"), [&] {
+    Take(program->StoreUniformBufferData("source"_iid, std::move(values)));
+    Dispatch(*program);
+    const Data read = Take(program->GetGlobalBufferData("source"_iid));
+    EXPECT_EQ(Take(read.Get<Array<Float32>>())[kLarge / 4 - 1], 7);
+  });
+  EXPECT_EQ(ReadFirst(*program, "target"_iid), 1);
+}
+
+TEST_F(GpuDriverCountsTest, OfBuffersThatChangePlaces) {
+  const ParallelProgramRef program = MakeStepProgram();
+  Take(program->Execute(true));
+  ExpectCounts("ping_pong_3000", [&] {
+    for (int i = 0; i < 3000; ++i) {
+      Dispatch(*program);
+      Take(program->SwapBuffers("source"_iid, "target"_iid));
+    }
+    Take(program->Execute(true));
+  });
+  EXPECT_EQ(ReadFirst(*program, "source"_iid), 3000);
+}
+
+TEST_F(GpuDriverCountsTest, OfManyBuffersInTurn) {
+  const ParallelProgramRef program = MakeStepProgram();
+  std::vector<InternedId> places;
+  for (int i = 0; i < 40; ++i) {
+    places.push_back(Take(InternedId::Create("place" + std::to_string(i))));
+    Take(program->StoreUniformBufferData(places.back(), Take(BaseArray<Float32>::Create({0}))));
+  }
+  Take(program->Execute(true));
+  ExpectCounts("buffers_in_turn_40", [&] {
+    for (std::size_t i = 0; i < 1000; ++i) {
+      Take(program->SetBufferToActiveKernel(places[i % 40], "source"_iid));
+      Take(program->SetBufferToActiveKernel(places[(i + 1) % 40], "target"_iid));
+      Dispatch(*program);
+    }
+    Take(program->Execute(true));
+  });
+  EXPECT_EQ(ReadFirst(*program, places[1000 % 40]), 1000);
+}
+
+TEST_F(GpuDriverCountsTest, OfTwoProgramsInTurn) {
+  const ParallelProgramRef programs[] = {MakeStepProgram(), MakeStepProgram()};
+  for (const ParallelProgramRef& program : programs) Take(program->Execute(true));
+  ExpectCounts("two_programs_100", [&] {
+    for (int i = 0; i < 100; ++i) {
+      for (const ParallelProgramRef& program : programs) {
+        Dispatch(*program);
+        Take(program->SwapBuffers("source"_iid, "target"_iid));
+        Take(program->Execute(false));
+      }
+    }
+    for (const ParallelProgramRef& program : programs) Take(program->Execute(true));
+  });
+  for (const ParallelProgramRef& program : programs) EXPECT_EQ(ReadFirst(*program, "source"_iid), 100);
+}
+
+TextureBindData DescribeTexture(UInt32 size) {
+  TextureBindData data;
+  data._dimensions = Vec3<UInt32>(size, size, 1);
+  data._format = TextureFormat::F32;
+  data._numChannels = 1;
+  data._filter = TextureFilter::POINT;
+  data._dataSize = Int64{4} * size * size;
+  return data;
+}
+
+TEST_F(GpuDriverCountsTest, OfTheReadBackOfATexture) {
+  const ParallelProgramRef program = MakeProgram();
+  std::vector<Float32> texels(kLarge / 4, 3.0f);
+  TextureBindData bindData = DescribeTexture(4096);
+  bindData._data = reinterpret_cast<const Byte*>(texels.data());
+  Take(program->StoreTextureBindData("image"_iid, bindData, false));
+  Take(program->Execute(true));
+  ExpectCounts("texture_read_64_mib", [&] {
+    const Data read = Take(program->GetTextureData("image"_iid, Vec3<Int32>(0), Vec3<Int32>(1 << 30)));
+    const SamplingData& record = *read.GetIf<SamplingData>();
+    EXPECT_EQ(record._dataSize, kLarge);
+    EXPECT_EQ(std::memcmp(record._texels, texels.data(), static_cast<std::size_t>(kLarge)), 0);
+  });
+}
+
+TEST_F(GpuDriverCountsTest, OfAChainOverTextures) {
+  const ParallelProgramRef program = MakeProgram(kBrighten);
+  for (const InternedId& id : {"source"_iid, "target"_iid}) {
+    TextureBindData bindData = DescribeTexture(16);
+    Take(program->CreateTexture(id, bindData));
+  }
+  ExpectCounts("texture_chain_50", [&] {
+    for (int i = 0; i < 50; ++i) {
+      for (const InternedId& id : {"source"_iid, "target"_iid}) Take(program->SetTextureToActiveKernelSameId(id));
+      Take(program->UpdateUniforms());
+      Take(program->DispatchKernel(16, 16, 1, true));
+      Take(program->AddTextureMemoryBarrier());
+      Take(program->SwapTextures("source"_iid, "target"_iid));
+    }
+    Take(program->Execute(true));
+  });
+  const Data read = Take(program->GetTextureData("source"_iid, Vec3<Int32>(0), Vec3<Int32>(1 << 30)));
+  Float32 last = 0;
+  MemCopy(&last, read.GetIf<SamplingData>()->_texels + 4 * 255, 4);
+  EXPECT_EQ(last, 50);
+}
+
+}  // namespace
+}  // namespace ostra::test
