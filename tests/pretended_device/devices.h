@@ -18,5 +18,10 @@ PretendedDevice MakeVulkan12();
 PretendedDevice MakeVulkan13();
 PretendedDevice MakeQueueFamilies();
 PretendedDevice MakeComputeOnly();
+PretendedDevice MakeNvidia();
+PretendedDevice MakeAmd();
+PretendedDevice MakeIntel();
+PretendedDevice MakeApple();
+PretendedDevice MakePhone();
 
 }  // namespace ostra::pretended

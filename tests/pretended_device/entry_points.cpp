@@ -45,7 +45,8 @@ Function FindDeviceFunction(std::string_view name) {
 template <std::size_t kIndex>
 VkResult VKAPI_CALL CallNewerFunction() {
   InstanceState nowhere;
-  ReportViolation(nowhere, "a call of " + std::string(kFunctionsOf13[kIndex]) + ", which came with Vulkan 1.3");
+  ReportViolation(nowhere, GetFirstTable(),
+                  "a call of " + std::string(kFunctionsOf13[kIndex]) + ", which came with Vulkan 1.3");
   return VK_ERROR_EXTENSION_NOT_PRESENT;
 }
 
@@ -68,8 +69,11 @@ void FindFunctions(VkInstance instance, InstanceState& state) {
 
 Function VKAPI_CALL GetDeviceFunction(VkDevice device, const char* name) {
   if (std::string_view(name) == "vkGetDeviceProcAddr") return reinterpret_cast<Function>(&GetDeviceFunction);
-  const Function next = GetDevice(GetKey(device)).getNext(device, name);
-  if (GetTable().apiVersion < VK_API_VERSION_1_3)
+  const DeviceState& state = GetDevice(GetKey(device));
+  const Function next = state.getNext(device, name);
+  if (state.table->hasDeviceFault && std::string_view(name) == "vkGetDeviceFaultInfoEXT")
+    return reinterpret_cast<Function>(&GetDeviceFaultInfoEXT);
+  if (state.table->apiVersion < VK_API_VERSION_1_3)
     if (const Function newer = FindNewerFunction(name, std::make_index_sequence<kFunctionsOf13.size()>())) return newer;
   const Function own = FindDeviceFunction(name);
   return own && next ? own : next;
@@ -94,7 +98,7 @@ VkResult CreateInstance(const VkInstanceCreateInfo* info, const VkAllocationCall
                         VkInstance* instance) {
   // The loader leaves drivers out that are asked for by this flag alone, and fails when no other is there.
   const bool seesPortability = (info->flags & VK_INSTANCE_CREATE_ENUMERATE_PORTABILITY_BIT_KHR) != 0;
-  if (GetTable().isPortability && !seesPortability) return VK_ERROR_INCOMPATIBLE_DRIVER;
+  if (GetFirstTable().isPortability && !seesPortability) return VK_ERROR_INCOMPATIBLE_DRIVER;
   VkLayerInstanceLink*& link =
       FindLink<VkLayerInstanceCreateInfo>(*info, VK_STRUCTURE_TYPE_LOADER_INSTANCE_CREATE_INFO)->u.pLayerInfo;
   auto state = std::make_unique<InstanceState>();

@@ -26,7 +26,7 @@ Structure MakeWhole(const char* name, const Offered& offered, const VkBool32& la
 }
 
 // What is offered of a structure; nothing of those that the table does not speak of.
-std::optional<Structure> FindOffered(VkStructureType type, const Features& offered, uint32_t apiVersion) {
+std::optional<Structure> FindOffered(VkStructureType type, const Features& offered, const PretendedDevice& table) {
   const auto& [core, since11, since12, since13] = offered;
   switch (type) {
     case VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_VULKAN_1_1_FEATURES:
@@ -34,7 +34,7 @@ std::optional<Structure> FindOffered(VkStructureType type, const Features& offer
     case VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_VULKAN_1_2_FEATURES:
       return MakeWhole("Vulkan12Features", since12, since12.subgroupBroadcastDynamicId);
     case VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_VULKAN_1_3_FEATURES:
-      if (apiVersion < VK_API_VERSION_1_3) return Structure{"Vulkan13Features", Flags(kFlagsOf13, VK_FALSE)};
+      if (table.apiVersion < VK_API_VERSION_1_3) return Structure{"Vulkan13Features", Flags(kFlagsOf13, VK_FALSE)};
       return MakeWhole("Vulkan13Features", since13, since13.maintenance4);
     case VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_16BIT_STORAGE_FEATURES:
       return Structure{"16BitStorageFeatures",
@@ -56,6 +56,8 @@ std::optional<Structure> FindOffered(VkStructureType type, const Features& offer
       return Structure{"Synchronization2Features", {since13.synchronization2}};
     case VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_MAINTENANCE_4_FEATURES:
       return Structure{"Maintenance4Features", {since13.maintenance4}};
+    case VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_FAULT_FEATURES_EXT:
+      return Structure{"FaultFeaturesEXT", {table.hasDeviceFault, table.hasDeviceFault}};
     case VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_PORTABILITY_SUBSET_FEATURES_KHR:
       return Structure{"PortabilitySubsetFeaturesKHR", Flags(15, VK_FALSE)};
     default:
@@ -78,25 +80,25 @@ void CompareCore(const VkPhysicalDeviceFeatures& wanted, const VkPhysicalDeviceF
 
 }  // namespace
 
-void AnswerFeatures(void* chain, const Features& offered, uint32_t apiVersion) {
+void AnswerFeatures(void* chain, const Features& offered, const PretendedDevice& table) {
   for (auto* entry = static_cast<VkBaseOutStructure*>(chain); entry; entry = entry->pNext) {
     if (entry->sType == VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_FEATURES_2) {
       reinterpret_cast<VkPhysicalDeviceFeatures2*>(entry)->features = offered.core;
       continue;
     }
-    const std::optional<Structure> known = FindOffered(entry->sType, offered, apiVersion);
+    const std::optional<Structure> known = FindOffered(entry->sType, offered, table);
     if (known) std::memcpy(entry + 1, known->flags.data(), known->flags.size() * sizeof(VkBool32));
   }
 }
 
 std::vector<std::string> FindMissingFeatures(const void* chain, const VkPhysicalDeviceFeatures* core,
-                                             const Features& offered, uint32_t apiVersion) {
+                                             const Features& offered, const PretendedDevice& table) {
   std::vector<std::string> missing;
   if (core) CompareCore(*core, offered.core, missing);
   for (auto* entry = static_cast<const VkBaseInStructure*>(chain); entry; entry = entry->pNext) {
     if (entry->sType == VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_FEATURES_2)
       CompareCore(reinterpret_cast<const VkPhysicalDeviceFeatures2*>(entry)->features, offered.core, missing);
-    else if (const auto known = FindOffered(entry->sType, offered, apiVersion))
+    else if (const auto known = FindOffered(entry->sType, offered, table))
       Compare(known->name, reinterpret_cast<const VkBool32*>(entry + 1), known->flags, missing);
   }
   return missing;

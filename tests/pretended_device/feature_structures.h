@@ -7,11 +7,11 @@
 
 namespace ostra::pretended {
 
-// Overwrites the known structures of a chain with what a device of `apiVersion` offers.
-void AnswerFeatures(void* chain, const Features& offered, uint32_t apiVersion);
+// Overwrites the known structures of a chain with what the device `table` offers.
+void AnswerFeatures(void* chain, const Features& offered, const PretendedDevice& table);
 
 // What the chain and `core` (may be null) switch on that is not offered, one text each.
 std::vector<std::string> FindMissingFeatures(const void* chain, const VkPhysicalDeviceFeatures* core,
-                                             const Features& offered, uint32_t apiVersion);
+                                             const Features& offered, const PretendedDevice& table);
 
 }  // namespace ostra::pretended

@@ -19,6 +19,9 @@ OSTRA_INSTANCE_FUNCTIONS(OSTRA_DECLARE)
 OSTRA_DEVICE_FUNCTIONS(OSTRA_DECLARE)
 #undef OSTRA_DECLARE
 
+// Counts a call that may lose the device. True when the device is lost, by this call or before.
+bool IsLostNow(DeviceState& state);
+
 // What the device has, from what the driver has.
 Features GetOfferedFeatures(VkPhysicalDevice device);
 

@@ -36,6 +36,24 @@ States<DeviceState>& GetLogicalDevices() {
   return *states;
 }
 
+// Which software device of the driver each handle is.
+struct Numbers {
+  std::mutex mutex;
+  std::map<VkPhysicalDevice, std::size_t> byHandle;
+};
+Numbers& GetNumbers() {
+  static auto* const numbers = new Numbers;
+  return *numbers;
+}
+
+const PretendedDevice& GetTableAt(std::size_t number) {
+  // Asked anew each time: a process may pretend one device after the other.
+  const std::vector<const PretendedDevice*> chosen = FindChosenDevices();
+  if (number < chosen.size() && chosen[number]) return *chosen[number];
+  std::fputs("OSTRA_PRETENDED_DEVICE names none of the devices that can be pretended.\n", stderr);
+  std::abort();
+}
+
 std::vector<Receiver> CopyReceivers(InstanceState& instance) {
   const std::scoped_lock lock(instance.mutex);
   std::vector<Receiver> receivers;
@@ -52,26 +70,42 @@ void AddDevice(void* key, std::unique_ptr<DeviceState> state) { GetLogicalDevice
 DeviceState& GetDevice(void* key) { return GetLogicalDevices().Get(key); }
 std::unique_ptr<DeviceState> TakeDevice(void* key) { return GetLogicalDevices().Take(key); }
 
-const PretendedDevice& GetTable() {
-  // Asked anew each time: a process may pretend one device after the other.
-  if (const PretendedDevice* const table = FindChosenDevice()) return *table;
-  std::fputs("OSTRA_PRETENDED_DEVICE names none of the devices that can be pretended.\n", stderr);
-  std::abort();
+void NumberPhysicalDevice(VkPhysicalDevice device, std::size_t number) {
+  const std::scoped_lock lock(GetNumbers().mutex);
+  GetNumbers().byHandle[device] = number;
 }
 
-VkDeviceSize CountUsed(uint32_t heap) {
+const PretendedDevice& GetTable(VkPhysicalDevice device) {
+  const std::scoped_lock lock(GetNumbers().mutex);
+  const auto found = GetNumbers().byHandle.find(device);
+  return GetTableAt(found == GetNumbers().byHandle.end() ? 0 : found->second);
+}
+
+const PretendedDevice& GetFirstTable() { return GetTableAt(0); }
+
+uint64_t ReadNumber(const char* variable) {
+  const char* const value = std::getenv(variable);
+  return value ? std::strtoull(value, nullptr, 10) : 0;
+}
+
+VkDeviceSize CountUsed(VkPhysicalDevice device, uint32_t heap) {
   States<DeviceState>& devices = GetLogicalDevices();
   const std::scoped_lock lock(devices.mutex);
   VkDeviceSize used = 0;
   for (const auto& entry : devices.byKey) {
+    if (entry.second->physicalDevice != device) continue;
     const std::scoped_lock deviceLock(entry.second->mutex);
     if (const auto found = entry.second->used.find(heap); found != entry.second->used.end()) used += found->second;
   }
   return used;
 }
 
-void ReportViolation(InstanceState& instance, const std::string& text) {
-  const std::string message = "Violation of the pretended device \"" + std::string(GetTable().key) + "\": " + text;
+void ReportViolation(const DeviceState& device, const std::string& text) {
+  ReportViolation(*device.instance, *device.table, text);
+}
+
+void ReportViolation(InstanceState& instance, const PretendedDevice& table, const std::string& text) {
+  const std::string message = "Violation of the pretended device \"" + std::string(table.key) + "\": " + text;
   std::fprintf(stderr, "%s\n", message.c_str());
   VkDebugUtilsMessengerCallbackDataEXT data = {VK_STRUCTURE_TYPE_DEBUG_UTILS_MESSENGER_CALLBACK_DATA_EXT};
   data.pMessageIdName = "pretended device";

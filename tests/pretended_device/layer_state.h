@@ -38,6 +38,12 @@ namespace ostra::pretended {
 #define OSTRA_DEVICE_FUNCTIONS(X) \
   X(DestroyDevice)                \
   X(GetDeviceQueue)               \
+  X(QueueSubmit)                  \
+  X(WaitSemaphores)               \
+  X(GetSemaphoreCounterValue)     \
+  X(GetQueryPoolResults)          \
+  X(DeviceWaitIdle)               \
+  X(GetDeviceFaultInfoEXT)        \
   X(CreateCommandPool)            \
   X(AllocateMemory)               \
   X(FreeMemory)                   \
@@ -71,15 +77,25 @@ struct MemoryState {
   VkDeviceSize size = 0;
 };
 
+// What has gone wrong with a device, because the environment asks for it.
+struct Faults {
+  uint32_t callCount = 0;  // that may lose the device
+  uint32_t submitCount = 0;
+  bool isLost = false;
+  bool isHung = false;
+};
+
 struct DeviceState {
   PFN_vkGetDeviceProcAddr getNext = nullptr;
   InstanceState* instance = nullptr;
   VkPhysicalDevice physicalDevice = VK_NULL_HANDLE;
+  const PretendedDevice* table = nullptr;
   VkPhysicalDeviceLimits limits = {};
   std::map<uint32_t, uint32_t> queueCounts;  // by the family that was asked for
   std::mutex mutex;                          // guards what follows
   std::map<VkDeviceMemory, MemoryState> memory;
   std::map<uint32_t, VkDeviceSize> used;  // by heap
+  Faults faults;
 #define OSTRA_MEMBER(name) PFN_vk##name name = nullptr;
   OSTRA_DEVICE_FUNCTIONS(OSTRA_MEMBER)
 #undef OSTRA_MEMBER
@@ -99,15 +115,23 @@ void AddDevice(void* key, std::unique_ptr<DeviceState> state);
 DeviceState& GetDevice(void* key);
 std::unique_ptr<DeviceState> TakeDevice(void* key);
 
-// The device that the layer answers as.
-const PretendedDevice& GetTable();
+// Notes which software device of the driver a handle is, counted from 0.
+void NumberPhysicalDevice(VkPhysicalDevice device, std::size_t number);
+// The device that the layer answers as in place of `device`.
+const PretendedDevice& GetTable(VkPhysicalDevice device);
+// The same where no device is known: the first.
+const PretendedDevice& GetFirstTable();
 
 // Bytes that work holds of a heap, over all logical devices of the process.
-VkDeviceSize CountUsed(uint32_t heap);
+VkDeviceSize CountUsed(VkPhysicalDevice device, uint32_t heap);
+
+// The number in an environment variable, which may change while a program runs; 0 without one.
+uint64_t ReadNumber(const char* variable);
 
 // A call uses what the device does not have: an error for the receivers of messages, and a line of standard error that
 // begins with "Violation of the pretended device".
-void ReportViolation(InstanceState& instance, const std::string& text);
+void ReportViolation(InstanceState& instance, const PretendedDevice& table, const std::string& text);
+void ReportViolation(const DeviceState& device, const std::string& text);
 
 // The structure of a chain that has `type`; null without one.
 template <class Structure>

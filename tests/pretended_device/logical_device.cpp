@@ -6,17 +6,17 @@ namespace ostra::pretended {
 namespace {
 
 // Extensions that the device does not list are refused by the loader.
-void CheckSubset(InstanceState& instance, const VkDeviceCreateInfo& info) {
+void CheckSubset(InstanceState& instance, const PretendedDevice& table, const VkDeviceCreateInfo& info) {
   for (uint32_t i = 0; i < info.enabledExtensionCount; ++i)
     if (std::string_view(info.ppEnabledExtensionNames[i]) == VK_KHR_PORTABILITY_SUBSET_EXTENSION_NAME) return;
-  if (GetTable().isPortability)
-    ReportViolation(instance, "vkCreateDevice does not ask for " VK_KHR_PORTABILITY_SUBSET_EXTENSION_NAME);
+  if (table.isPortability)
+    ReportViolation(instance, table, "vkCreateDevice does not ask for " VK_KHR_PORTABILITY_SUBSET_EXTENSION_NAME);
 }
 
 bool HasWantedFeatures(InstanceState& instance, VkPhysicalDevice device, const VkDeviceCreateInfo& info) {
-  const auto missing =
-      FindMissingFeatures(info.pNext, info.pEnabledFeatures, GetOfferedFeatures(device), GetTable().apiVersion);
-  for (const std::string& feature : missing) ReportViolation(instance, "vkCreateDevice asks for " + feature);
+  const PretendedDevice& table = GetTable(device);
+  const auto missing = FindMissingFeatures(info.pNext, info.pEnabledFeatures, GetOfferedFeatures(device), table);
+  for (const std::string& feature : missing) ReportViolation(instance, table, "vkCreateDevice asks for " + feature);
   return missing.empty();
 }
 
@@ -30,8 +30,9 @@ bool HasWantedQueues(InstanceState& instance, VkPhysicalDevice device, const VkD
     const VkDeviceQueueCreateInfo& wanted = info.pQueueCreateInfos[i];
     if (wanted.queueFamilyIndex < count && wanted.queueCount <= families[wanted.queueFamilyIndex].queueCount) continue;
     hasAll = false;
-    ReportViolation(instance, "vkCreateDevice asks for " + std::to_string(wanted.queueCount) +
-                                  " queues of the family " + std::to_string(wanted.queueFamilyIndex));
+    ReportViolation(instance, GetTable(device),
+                    "vkCreateDevice asks for " + std::to_string(wanted.queueCount) + " queues of the family " +
+                        std::to_string(wanted.queueFamilyIndex));
   }
   return hasAll;
 }
@@ -46,6 +47,7 @@ std::unique_ptr<DeviceState> MakeState(VkPhysicalDevice physicalDevice, const Vk
   auto state = std::make_unique<DeviceState>();
   state->instance = &GetInstance(GetKey(physicalDevice));
   state->physicalDevice = physicalDevice;
+  state->table = &GetTable(physicalDevice);
   VkPhysicalDeviceProperties properties;
   GetPhysicalDeviceProperties(physicalDevice, &properties);
   state->limits = properties.limits;
@@ -59,7 +61,7 @@ std::unique_ptr<DeviceState> MakeState(VkPhysicalDevice physicalDevice, const Vk
 VkResult CreateDevice(VkPhysicalDevice physicalDevice, const VkDeviceCreateInfo* info,
                       const VkAllocationCallbacks* callbacks, VkDevice* device) {
   InstanceState& instance = GetInstance(GetKey(physicalDevice));
-  CheckSubset(instance, *info);
+  CheckSubset(instance, GetTable(physicalDevice), *info);
   if (!HasWantedFeatures(instance, physicalDevice, *info)) return VK_ERROR_FEATURE_NOT_PRESENT;
   if (!HasWantedQueues(instance, physicalDevice, *info)) return VK_ERROR_INITIALIZATION_FAILED;
   auto state = MakeState(physicalDevice, *info);
@@ -73,9 +75,11 @@ VkResult CreateDevice(VkPhysicalDevice physicalDevice, const VkDeviceCreateInfo*
   changed.queueCreateInfoCount = 1;
   changed.pQueueCreateInfos = &queue;
   std::vector<const char*> extensions;
-  for (uint32_t i = 0; i < info->enabledExtensionCount; ++i)
-    if (std::string_view(info->ppEnabledExtensionNames[i]) != VK_KHR_PORTABILITY_SUBSET_EXTENSION_NAME)
+  for (uint32_t i = 0; i < info->enabledExtensionCount; ++i) {
+    const std::string_view name = info->ppEnabledExtensionNames[i];
+    if (name != VK_KHR_PORTABILITY_SUBSET_EXTENSION_NAME && name != VK_EXT_DEVICE_FAULT_EXTENSION_NAME)
       extensions.push_back(info->ppEnabledExtensionNames[i]);
+  }
   changed.enabledExtensionCount = static_cast<uint32_t>(extensions.size());
   changed.ppEnabledExtensionNames = extensions.data();
 
@@ -103,7 +107,7 @@ void GetDeviceQueue(VkDevice device, uint32_t family, uint32_t index, VkQueue* q
   const DeviceState& state = GetDevice(GetKey(device));
   const auto found = state.queueCounts.find(family);
   if (found == state.queueCounts.end() || index >= found->second)
-    ReportViolation(*state.instance, "vkGetDeviceQueue asks for a queue that the device was not made with");
+    ReportViolation(state, "vkGetDeviceQueue asks for a queue that the device was not made with");
   state.GetDeviceQueue(device, 0, 0, queue);
 }
 
@@ -111,7 +115,7 @@ VkResult CreateCommandPool(VkDevice device, const VkCommandPoolCreateInfo* info,
                            VkCommandPool* pool) {
   const DeviceState& state = GetDevice(GetKey(device));
   if (state.queueCounts.count(info->queueFamilyIndex) == 0)
-    ReportViolation(*state.instance, "vkCreateCommandPool names a family that the device has no queue of");
+    ReportViolation(state, "vkCreateCommandPool names a family that the device has no queue of");
   VkCommandPoolCreateInfo changed = *info;
   changed.queueFamilyIndex = 0;
   return state.CreateCommandPool(device, &changed, callbacks, pool);

@@ -5,8 +5,8 @@ namespace ostra::pretended {
 namespace {
 
 // The types that `isForImages` leaves, as bits; those of the driver where the table says nothing.
-void AnswerRequirements(VkMemoryRequirements& requirements, bool isImage) {
-  const std::vector<Type>& types = GetTable().types;
+void AnswerRequirements(const DeviceState& state, VkMemoryRequirements& requirements, bool isImage) {
+  const std::vector<Type>& types = state.table->types;
   if (types.empty()) return;
   requirements.memoryTypeBits = 0;
   for (uint32_t i = 0; i < types.size(); ++i)
@@ -14,7 +14,7 @@ void AnswerRequirements(VkMemoryRequirements& requirements, bool isImage) {
 }
 
 std::string FindMistake(DeviceState& state, const VkMemoryAllocateInfo& info) {
-  const PretendedDevice& table = GetTable();
+  const PretendedDevice& table = *state.table;
   if (info.memoryTypeIndex >= table.types.size())
     return "vkAllocateMemory asks for the memory type " + std::to_string(info.memoryTypeIndex);
   const VkDeviceSize heapSize = table.heaps[table.types[info.memoryTypeIndex].heap].size;
@@ -32,10 +32,10 @@ std::string FindMistake(DeviceState& state, const VkMemoryAllocateInfo& info) {
 VkResult AllocateMemory(VkDevice device, const VkMemoryAllocateInfo* info, const VkAllocationCallbacks* callbacks,
                         VkDeviceMemory* memory) {
   DeviceState& state = GetDevice(GetKey(device));
-  const PretendedDevice& table = GetTable();
+  const PretendedDevice& table = *state.table;
   if (table.types.empty()) return state.AllocateMemory(device, info, callbacks, memory);
   if (const std::string mistake = FindMistake(state, *info); !mistake.empty()) {
-    ReportViolation(*state.instance, mistake);
+    ReportViolation(state, mistake);
     return VK_ERROR_OUT_OF_DEVICE_MEMORY;
   }
   const uint32_t heap = table.types[info->memoryTypeIndex].heap;
@@ -46,7 +46,7 @@ VkResult AllocateMemory(VkDevice device, const VkMemoryAllocateInfo* info, const
   };
   count(info->allocationSize);
   VkResult result = VK_ERROR_OUT_OF_DEVICE_MEMORY;
-  if (CountUsed(heap) <= table.heaps[heap].size) {
+  if (CountUsed(state.physicalDevice, heap) <= table.heaps[heap].size) {
     VkMemoryAllocateInfo changed = *info;
     changed.memoryTypeIndex = 0;
     result = state.AllocateMemory(device, &changed, callbacks, memory);
@@ -65,7 +65,7 @@ void FreeMemory(VkDevice device, VkDeviceMemory memory, const VkAllocationCallba
   {
     const std::scoped_lock lock(state.mutex);
     if (const auto found = state.memory.find(memory); found != state.memory.end()) {
-      state.used[GetTable().types[found->second.type].heap] -= found->second.size;
+      state.used[state.table->types[found->second.type].heap] -= found->second.size;
       state.memory.erase(found);
     }
   }
@@ -79,35 +79,40 @@ VkResult MapMemory(VkDevice device, VkDeviceMemory memory, VkDeviceSize offset, 
     const std::scoped_lock lock(state.mutex);
     const auto found = state.memory.find(memory);
     if (found == state.memory.end()) return false;
-    return (GetTable().types[found->second.type].flags & VK_MEMORY_PROPERTY_HOST_VISIBLE_BIT) == 0;
+    return (state.table->types[found->second.type].flags & VK_MEMORY_PROPERTY_HOST_VISIBLE_BIT) == 0;
   };
   if (isHidden()) {
-    ReportViolation(*state.instance, "vkMapMemory maps memory that the host does not see");
+    ReportViolation(state, "vkMapMemory maps memory that the host does not see");
     return VK_ERROR_MEMORY_MAP_FAILED;
   }
+  IsLostNow(state);  // mapping itself cannot fail by it
   return state.MapMemory(device, memory, offset, size, flags, mapped);
 }
 
 void GetBufferMemoryRequirements(VkDevice device, VkBuffer buffer, VkMemoryRequirements* requirements) {
-  GetDevice(GetKey(device)).GetBufferMemoryRequirements(device, buffer, requirements);
-  AnswerRequirements(*requirements, false);
+  const DeviceState& state = GetDevice(GetKey(device));
+  state.GetBufferMemoryRequirements(device, buffer, requirements);
+  AnswerRequirements(state, *requirements, false);
 }
 
 void GetBufferMemoryRequirements2(VkDevice device, const VkBufferMemoryRequirementsInfo2* info,
                                   VkMemoryRequirements2* requirements) {
-  GetDevice(GetKey(device)).GetBufferMemoryRequirements2(device, info, requirements);
-  AnswerRequirements(requirements->memoryRequirements, false);
+  const DeviceState& state = GetDevice(GetKey(device));
+  state.GetBufferMemoryRequirements2(device, info, requirements);
+  AnswerRequirements(state, requirements->memoryRequirements, false);
 }
 
 void GetImageMemoryRequirements(VkDevice device, VkImage image, VkMemoryRequirements* requirements) {
-  GetDevice(GetKey(device)).GetImageMemoryRequirements(device, image, requirements);
-  AnswerRequirements(*requirements, true);
+  const DeviceState& state = GetDevice(GetKey(device));
+  state.GetImageMemoryRequirements(device, image, requirements);
+  AnswerRequirements(state, *requirements, true);
 }
 
 void GetImageMemoryRequirements2(VkDevice device, const VkImageMemoryRequirementsInfo2* info,
                                  VkMemoryRequirements2* requirements) {
-  GetDevice(GetKey(device)).GetImageMemoryRequirements2(device, info, requirements);
-  AnswerRequirements(requirements->memoryRequirements, true);
+  const DeviceState& state = GetDevice(GetKey(device));
+  state.GetImageMemoryRequirements2(device, info, requirements);
+  AnswerRequirements(state, requirements->memoryRequirements, true);
 }
 
 }  // namespace ostra::pretended

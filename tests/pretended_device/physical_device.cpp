@@ -11,8 +11,7 @@ namespace {
 
 InstanceState& GetInstanceOf(VkPhysicalDevice device) { return GetInstance(GetKey(device)); }
 
-void AnswerProperties(VkPhysicalDeviceProperties& properties) {
-  const PretendedDevice& table = GetTable();
+void AnswerProperties(const PretendedDevice& table, VkPhysicalDeviceProperties& properties) {
   std::strncpy(properties.deviceName, table.name, sizeof(properties.deviceName) - 1);
   properties.deviceType = table.type;
   properties.apiVersion = std::min(properties.apiVersion, table.apiVersion);
@@ -22,19 +21,21 @@ void AnswerProperties(VkPhysicalDeviceProperties& properties) {
   if (table.reduceLimits) table.reduceLimits(properties.limits);
 }
 
-void AnswerMemory(VkPhysicalDeviceMemoryProperties& memory) {
-  const PretendedDevice& table = GetTable();
+void AnswerMemory(const PretendedDevice& table, VkPhysicalDeviceMemoryProperties& memory) {
   if (table.types.empty()) return;
   memory = {};
   for (const Heap& heap : table.heaps) memory.memoryHeaps[memory.memoryHeapCount++] = {heap.size, heap.flags};
   for (const Type& type : table.types) memory.memoryTypes[memory.memoryTypeCount++] = {type.flags, type.heap};
 }
 
-void AnswerBudget(VkPhysicalDeviceMemoryBudgetPropertiesEXT& budget) {
-  const std::vector<Heap>& heaps = GetTable().heaps;
+// Another program may take memory of the device while this one runs: OSTRA_PRETENDED_BUDGET has what is left, in MiB.
+void AnswerBudget(VkPhysicalDevice device, VkPhysicalDeviceMemoryBudgetPropertiesEXT& budget) {
+  const std::vector<Heap>& heaps = GetTable(device).heaps;
+  const VkDeviceSize left = ReadNumber("OSTRA_PRETENDED_BUDGET") * kMiB;
   for (uint32_t i = 0; i < heaps.size(); ++i) {
-    budget.heapBudget[i] = heaps[i].size;
-    budget.heapUsage[i] = CountUsed(i);
+    const bool isShared = left > 0 && (heaps[i].flags & VK_MEMORY_HEAP_DEVICE_LOCAL_BIT) != 0;
+    budget.heapBudget[i] = isShared ? std::min(left, heaps[i].size) : heaps[i].size;
+    budget.heapUsage[i] = CountUsed(device, i);
   }
 }
 
@@ -55,12 +56,13 @@ VkQueueFamilyProperties MakeFamily(const QueueFamily& family) {
   return {family.flags, family.queueCount, family.timestampBits, {1, 1, 1}};
 }
 
-VkFormatFeatureFlags FindMissing(VkFormat format) {
-  return GetTable().findMissing ? GetTable().findMissing(format) : VkFormatFeatureFlags{0};
+VkFormatFeatureFlags FindMissing(VkPhysicalDevice device, VkFormat format) {
+  const auto find = GetTable(device).findMissing;
+  return find ? find(format) : VkFormatFeatureFlags{0};
 }
 
-void AnswerFormat(VkFormat format, VkFormatProperties& properties) {
-  properties.optimalTilingFeatures &= ~FindMissing(format);
+void AnswerFormat(VkPhysicalDevice device, VkFormat format, VkFormatProperties& properties) {
+  properties.optimalTilingFeatures &= ~FindMissing(device, format);
 }
 
 VkPhysicalDeviceLimits GetLimits(VkPhysicalDevice device) {
@@ -80,7 +82,7 @@ bool IsWithout(VkFormatFeatureFlags missing, VkImageUsageFlags usage) {
 
 VkResult AnswerImageFormat(VkPhysicalDevice device, VkFormat format, VkImageType type, VkImageUsageFlags usage,
                            VkImageFormatProperties& properties) {
-  if (IsWithout(FindMissing(format), usage)) return VK_ERROR_FORMAT_NOT_SUPPORTED;
+  if (IsWithout(FindMissing(device, format), usage)) return VK_ERROR_FORMAT_NOT_SUPPORTED;
   const VkPhysicalDeviceLimits limits = GetLimits(device);
   const uint32_t extent = type == VK_IMAGE_TYPE_1D   ? limits.maxImageDimension1D
                           : type == VK_IMAGE_TYPE_2D ? limits.maxImageDimension2D
@@ -100,7 +102,7 @@ Features GetOfferedFeatures(VkPhysicalDevice device) {
   features.since12.pNext = &features.since13;
   GetInstanceOf(device).GetPhysicalDeviceFeatures2(device, &all);
   features.core = all.features;
-  if (GetTable().reduceFeatures) GetTable().reduceFeatures(features);
+  if (const auto reduce = GetTable(device).reduceFeatures) reduce(features);
   return features;
 }
 
@@ -116,7 +118,10 @@ VkResult EnumeratePhysicalDevices(VkInstance instance, uint32_t* count, VkPhysic
   for (const VkPhysicalDevice device : all) {
     VkPhysicalDeviceProperties properties;
     state.GetPhysicalDeviceProperties(device, &properties);
-    if (properties.deviceType == VK_PHYSICAL_DEVICE_TYPE_CPU && pretended.empty()) pretended.push_back(device);
+    if (properties.deviceType != VK_PHYSICAL_DEVICE_TYPE_CPU || pretended.size() == FindChosenDevices().size())
+      continue;
+    NumberPhysicalDevice(device, pretended.size());
+    pretended.push_back(device);
   }
   return AnswerList(pretended, count, devices != nullptr,
                     [&](uint32_t i, VkPhysicalDevice device) { devices[i] = device; });
@@ -131,27 +136,29 @@ VkResult EnumerateDeviceExtensionProperties(VkPhysicalDevice device, const char*
   std::vector<VkExtensionProperties> all(found);
   const VkResult result = state.EnumerateDeviceExtensionProperties(device, nullptr, &found, all.data());
   if (result != VK_SUCCESS) return result;
-  if (GetTable().promoted == PromotedExtensions::Hidden)
+  const PretendedDevice& table = GetTable(device);
+  if (table.promoted == PromotedExtensions::Hidden)
     std::erase_if(all, [](const auto& extension) { return Contains(kPromotedTo13, extension.extensionName); });
-  if (GetTable().isPortability) all.push_back({VK_KHR_PORTABILITY_SUBSET_EXTENSION_NAME, 1});
+  if (table.hasDeviceFault) all.push_back({VK_EXT_DEVICE_FAULT_EXTENSION_NAME, 1});
+  if (table.isPortability) all.push_back({VK_KHR_PORTABILITY_SUBSET_EXTENSION_NAME, 1});
   return AnswerList(all, count, properties != nullptr,
                     [&](uint32_t i, const VkExtensionProperties& extension) { properties[i] = extension; });
 }
 
 void GetPhysicalDeviceProperties(VkPhysicalDevice device, VkPhysicalDeviceProperties* properties) {
   GetInstanceOf(device).GetPhysicalDeviceProperties(device, properties);
-  AnswerProperties(*properties);
+  AnswerProperties(GetTable(device), *properties);
 }
 
 void GetPhysicalDeviceProperties2(VkPhysicalDevice device, VkPhysicalDeviceProperties2* properties) {
   GetInstanceOf(device).GetPhysicalDeviceProperties2(device, properties);
-  AnswerProperties(properties->properties);
+  AnswerProperties(GetTable(device), properties->properties);
   if (auto* found = FindInChain<VkPhysicalDeviceMaintenance4Properties>(
           properties->pNext, VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_MAINTENANCE_4_PROPERTIES))
-    found->maxBufferSize = std::min(found->maxBufferSize, GetTable().maxBufferSize);
+    found->maxBufferSize = std::min(found->maxBufferSize, GetTable(device).maxBufferSize);
   if (auto* found = FindInChain<VkPhysicalDeviceVulkan13Properties>(
           properties->pNext, VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_VULKAN_1_3_PROPERTIES))
-    found->maxBufferSize = std::min(found->maxBufferSize, GetTable().maxBufferSize);
+    found->maxBufferSize = std::min(found->maxBufferSize, GetTable(device).maxBufferSize);
 }
 
 void GetPhysicalDeviceFeatures(VkPhysicalDevice device, VkPhysicalDeviceFeatures* features) {
@@ -160,25 +167,25 @@ void GetPhysicalDeviceFeatures(VkPhysicalDevice device, VkPhysicalDeviceFeatures
 
 void GetPhysicalDeviceFeatures2(VkPhysicalDevice device, VkPhysicalDeviceFeatures2* features) {
   GetInstanceOf(device).GetPhysicalDeviceFeatures2(device, features);
-  AnswerFeatures(features, GetOfferedFeatures(device), GetTable().apiVersion);
+  AnswerFeatures(features, GetOfferedFeatures(device), GetTable(device));
 }
 
 void GetPhysicalDeviceMemoryProperties(VkPhysicalDevice device, VkPhysicalDeviceMemoryProperties* properties) {
   GetInstanceOf(device).GetPhysicalDeviceMemoryProperties(device, properties);
-  AnswerMemory(*properties);
+  AnswerMemory(GetTable(device), *properties);
 }
 
 void GetPhysicalDeviceMemoryProperties2(VkPhysicalDevice device, VkPhysicalDeviceMemoryProperties2* properties) {
   GetInstanceOf(device).GetPhysicalDeviceMemoryProperties2(device, properties);
-  AnswerMemory(properties->memoryProperties);
+  AnswerMemory(GetTable(device), properties->memoryProperties);
   if (auto* budget = FindInChain<VkPhysicalDeviceMemoryBudgetPropertiesEXT>(
           properties->pNext, VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_MEMORY_BUDGET_PROPERTIES_EXT))
-    AnswerBudget(*budget);
+    AnswerBudget(device, *budget);
 }
 
 void GetPhysicalDeviceQueueFamilyProperties(VkPhysicalDevice device, uint32_t* count,
                                             VkQueueFamilyProperties* properties) {
-  const std::vector<QueueFamily>& families = GetTable().queueFamilies;
+  const std::vector<QueueFamily>& families = GetTable(device).queueFamilies;
   if (families.empty()) return GetInstanceOf(device).GetPhysicalDeviceQueueFamilyProperties(device, count, properties);
   AnswerList(families, count, properties != nullptr,
              [&](uint32_t i, const QueueFamily& family) { properties[i] = MakeFamily(family); });
@@ -186,7 +193,7 @@ void GetPhysicalDeviceQueueFamilyProperties(VkPhysicalDevice device, uint32_t* c
 
 void GetPhysicalDeviceQueueFamilyProperties2(VkPhysicalDevice device, uint32_t* count,
                                              VkQueueFamilyProperties2* properties) {
-  const std::vector<QueueFamily>& families = GetTable().queueFamilies;
+  const std::vector<QueueFamily>& families = GetTable(device).queueFamilies;
   if (families.empty()) return GetInstanceOf(device).GetPhysicalDeviceQueueFamilyProperties2(device, count, properties);
   AnswerList(families, count, properties != nullptr,
              [&](uint32_t i, const QueueFamily& family) { properties[i].queueFamilyProperties = MakeFamily(family); });
@@ -194,14 +201,14 @@ void GetPhysicalDeviceQueueFamilyProperties2(VkPhysicalDevice device, uint32_t* 
 
 void GetPhysicalDeviceFormatProperties(VkPhysicalDevice device, VkFormat format, VkFormatProperties* properties) {
   GetInstanceOf(device).GetPhysicalDeviceFormatProperties(device, format, properties);
-  AnswerFormat(format, *properties);
+  AnswerFormat(device, format, *properties);
 }
 
 void GetPhysicalDeviceFormatProperties2(VkPhysicalDevice device, VkFormat format, VkFormatProperties2* properties) {
   GetInstanceOf(device).GetPhysicalDeviceFormatProperties2(device, format, properties);
-  AnswerFormat(format, properties->formatProperties);
+  AnswerFormat(device, format, properties->formatProperties);
   if (auto* found = FindInChain<VkFormatProperties3>(properties->pNext, VK_STRUCTURE_TYPE_FORMAT_PROPERTIES_3))
-    found->optimalTilingFeatures &= ~VkFormatFeatureFlags2{FindMissing(format)};
+    found->optimalTilingFeatures &= ~VkFormatFeatureFlags2{FindMissing(device, format)};
 }
 
 VkResult GetPhysicalDeviceImageFormatProperties(VkPhysicalDevice device, VkFormat format, VkImageType type,

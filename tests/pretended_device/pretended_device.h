@@ -58,6 +58,7 @@ struct PretendedDevice {
   // ask for such devices.
   bool isPortability = false;
   PromotedExtensions promoted = PromotedExtensions::Listed;
+  bool hasDeviceFault = false;  // lists VK_EXT_device_fault and says where it was lost
   // Those of the driver where a list is empty.
   std::vector<Heap> heaps;
   std::vector<Type> types;
@@ -78,7 +79,7 @@ constexpr VkMemoryPropertyFlags kCached = VK_MEMORY_PROPERTY_HOST_CACHED_BIT;
 
 // All devices that there are.
 const std::vector<PretendedDevice>& GetDevices();
-// The one that the environment chooses; null without one of that name.
-const PretendedDevice* FindChosenDevice();
+// Those that the environment chooses, in the order of the driver's software devices; null for a name of none.
+std::vector<const PretendedDevice*> FindChosenDevices();
 
 }  // namespace ostra::pretended

@@ -1,13 +1,8 @@
-// Whether the layer notices calls that use what the pretended device does not have: most of what it is there to find is
-// done wrong here once, with plain Vulkan; not dispatches and images beyond the limits. Skipped where there is no
-// software driver.
-#include <gmock/gmock.h>
-#include <volk.h>
+// Whether the layer notices calls that use what the pretended device does not have: what it is there to find is done
+// wrong here once. Skipped where there is no software driver.
+#include "tests/pretended_device/pretended_device_fixture.h"
 
-#include <cstdlib>
-#include <string>
-#include <vector>
-
+using namespace ostra::pretended;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -15,112 +10,8 @@ using testing::StartsWith;
 
 namespace {
 
-using Strings = std::vector<std::string>;
-
-VKAPI_ATTR VkBool32 VKAPI_CALL Remember(VkDebugUtilsMessageSeverityFlagBitsEXT, VkDebugUtilsMessageTypeFlagsEXT,
-                                        const VkDebugUtilsMessengerCallbackDataEXT* data, void* user) {
-  static_cast<Strings*>(user)->push_back(data->pMessage);
-  return VK_FALSE;
-}
-
-class PretendedDeviceTest : public testing::Test {
- protected:
-  void TearDown() override {
-    if (_device) vkDestroyDevice(std::exchange(_device, VK_NULL_HANDLE), nullptr);
-    if (_messenger) vkDestroyDebugUtilsMessengerEXT(_instance, std::exchange(_messenger, VK_NULL_HANDLE), nullptr);
-    if (_instance) vkDestroyInstance(std::exchange(_instance, VK_NULL_HANDLE), nullptr);
-  }
-
-  // An instance on which the layer answers as the device `key`.
-  void Start(const char* key, VkInstanceCreateFlags flags = 0) {
-    setenv("VK_ADD_LAYER_PATH", OSTRA_LAYER_FOLDER, 1);
-    setenv("VK_INSTANCE_LAYERS", "VK_LAYER_OSTRA_pretended_device", 1);
-    setenv("OSTRA_PRETENDED_DEVICE", key, 1);
-    if (volkInitialize() != VK_SUCCESS) GTEST_SKIP() << "There is no Vulkan loader on this machine.";
-    const char* extensions[] = {VK_EXT_DEBUG_UTILS_EXTENSION_NAME, VK_KHR_PORTABILITY_ENUMERATION_EXTENSION_NAME};
-    VkApplicationInfo application = {VK_STRUCTURE_TYPE_APPLICATION_INFO};
-    application.apiVersion = VK_API_VERSION_1_3;
-    VkInstanceCreateInfo info = {VK_STRUCTURE_TYPE_INSTANCE_CREATE_INFO};
-    info.flags = flags;
-    info.pApplicationInfo = &application;
-    info.enabledExtensionCount = 2;
-    info.ppEnabledExtensionNames = extensions;
-    _started = vkCreateInstance(&info, nullptr, &_instance);
-    if (_started != VK_SUCCESS) return;
-    volkLoadInstance(_instance);
-    Listen();
-    FindDevice();
-  }
-
-  void Listen() {
-    VkDebugUtilsMessengerCreateInfoEXT info = {VK_STRUCTURE_TYPE_DEBUG_UTILS_MESSENGER_CREATE_INFO_EXT};
-    info.messageSeverity = VK_DEBUG_UTILS_MESSAGE_SEVERITY_ERROR_BIT_EXT;
-    info.messageType = VK_DEBUG_UTILS_MESSAGE_TYPE_VALIDATION_BIT_EXT;
-    info.pfnUserCallback = &Remember;
-    info.pUserData = &_messages;
-    ASSERT_EQ(vkCreateDebugUtilsMessengerEXT(_instance, &info, nullptr, &_messenger), VK_SUCCESS);
-  }
-
-  void FindDevice() {
-    uint32_t count = 1;
-    vkEnumeratePhysicalDevices(_instance, &count, &_physicalDevice);
-    if (count == 0) _physicalDevice = VK_NULL_HANDLE;
-  }
-
-  void StartOrSkip(const char* key) {
-    Start(key, VK_INSTANCE_CREATE_ENUMERATE_PORTABILITY_BIT_KHR);
-    ASSERT_EQ(_started, VK_SUCCESS);
-    if (!_physicalDevice) GTEST_SKIP() << "There is no software driver on this machine.";
-  }
-
-  VkResult MakeDevice(const void* chain = nullptr, Strings extensions = {}, uint32_t family = 0) {
-    const float priority = 1;
-    VkDeviceQueueCreateInfo queue = {VK_STRUCTURE_TYPE_DEVICE_QUEUE_CREATE_INFO};
-    queue.queueFamilyIndex = family;
-    queue.queueCount = 1;
-    queue.pQueuePriorities = &priority;
-    std::vector<const char*> names;
-    for (const std::string& extension : extensions) names.push_back(extension.c_str());
-    VkDeviceCreateInfo info = {VK_STRUCTURE_TYPE_DEVICE_CREATE_INFO};
-    info.pNext = chain;
-    info.queueCreateInfoCount = 1;
-    info.pQueueCreateInfos = &queue;
-    info.enabledExtensionCount = static_cast<uint32_t>(names.size());
-    info.ppEnabledExtensionNames = names.data();
-    return vkCreateDevice(_physicalDevice, &info, nullptr, &_device);
-  }
-
-  VkResult Allocate(uint32_t type, VkDeviceSize size, VkDeviceMemory* memory) {
-    VkMemoryAllocateInfo info = {VK_STRUCTURE_TYPE_MEMORY_ALLOCATE_INFO};
-    info.memoryTypeIndex = type;
-    info.allocationSize = size;
-    return vkAllocateMemory(_device, &info, nullptr, memory);
-  }
-
-  VkPhysicalDeviceProperties GetProperties() const {
-    VkPhysicalDeviceProperties properties;
-    vkGetPhysicalDeviceProperties(_physicalDevice, &properties);
-    return properties;
-  }
-
-  Strings TakeMessages() { return std::exchange(_messages, {}); }
-
-  VkResult _started = VK_SUCCESS;
-  VkInstance _instance = VK_NULL_HANDLE;
-  VkDebugUtilsMessengerEXT _messenger = VK_NULL_HANDLE;
-  VkPhysicalDevice _physicalDevice = VK_NULL_HANDLE;
-  VkDevice _device = VK_NULL_HANDLE;
-  Strings _messages;
-};
-
-#define START(key)  \
-  StartOrSkip(key); \
-  if (IsSkipped() || HasFatalFailure()) return
-
-constexpr VkDeviceSize kMiB = VkDeviceSize{1} << 20;
-
 TEST_F(PretendedDeviceTest, AnswersWhatStandsInTheTable) {
-  START("discrete");
+  OSTRA_START("discrete");
   const VkPhysicalDeviceProperties properties = GetProperties();
   EXPECT_STREQ(properties.deviceName, "Pretended discrete device");
   EXPECT_EQ(properties.deviceType, VK_PHYSICAL_DEVICE_TYPE_DISCRETE_GPU);
@@ -133,7 +24,7 @@ TEST_F(PretendedDeviceTest, AnswersWhatStandsInTheTable) {
 }
 
 TEST_F(PretendedDeviceTest, MemoryThatTheHostDoesNotSeeIsNotMapped) {
-  START("discrete");
+  OSTRA_START("discrete");
   ASSERT_EQ(MakeDevice(), VK_SUCCESS);
   for (const uint32_t type : {0u, 1u}) {
     VkDeviceMemory memory;
@@ -150,7 +41,7 @@ TEST_F(PretendedDeviceTest, MemoryThatTheHostDoesNotSeeIsNotMapped) {
 }
 
 TEST_F(PretendedDeviceTest, HeapsEndAndTheirBudgetSaysSo) {
-  START("discrete");
+  OSTRA_START("discrete");
   ASSERT_EQ(MakeDevice(), VK_SUCCESS);
   VkDeviceMemory first;
   VkDeviceMemory second;
@@ -171,7 +62,7 @@ TEST_F(PretendedDeviceTest, HeapsEndAndTheirBudgetSaysSo) {
 }
 
 TEST_F(PretendedDeviceTest, FeaturesThatAreNotOfferedAreRefused) {
-  START("no_half_arithmetic");
+  OSTRA_START("no_half_arithmetic");
   VkPhysicalDeviceVulkan12Features features = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_VULKAN_1_2_FEATURES};
   VkPhysicalDeviceFeatures2 all = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_FEATURES_2};
   all.pNext = &features;
@@ -192,7 +83,7 @@ TEST_F(PretendedDeviceTest, FeaturesThatAreNotOfferedAreRefused) {
 }
 
 TEST_F(PretendedDeviceTest, ExtensionsThatAreNotListedAreRefused) {
-  START("vulkan12");
+  OSTRA_START("vulkan12");
   EXPECT_EQ(MakeDevice(nullptr, {VK_KHR_DYNAMIC_RENDERING_EXTENSION_NAME}), VK_ERROR_EXTENSION_NOT_PRESENT);
   VkPhysicalDeviceVulkan13Features newer = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_VULKAN_1_3_FEATURES};
   newer.synchronization2 = VK_TRUE;
@@ -201,7 +92,7 @@ TEST_F(PretendedDeviceTest, ExtensionsThatAreNotListedAreRefused) {
 }
 
 TEST_F(PretendedDeviceTest, FunctionsOfANewerVersionAreNotCalled) {
-  START("vulkan12");
+  OSTRA_START("vulkan12");
   ASSERT_EQ(MakeDevice(), VK_SUCCESS);
   const auto destroy =
       reinterpret_cast<PFN_vkDestroyPrivateDataSlot>(vkGetDeviceProcAddr(_device, "vkDestroyPrivateDataSlot"));
@@ -211,7 +102,7 @@ TEST_F(PretendedDeviceTest, FunctionsOfANewerVersionAreNotCalled) {
 }
 
 TEST_F(PretendedDeviceTest, PortabilityDevicesAreSeenByThoseWhoAskForThem) {
-  START("portability");
+  OSTRA_START("portability");
   EXPECT_EQ(MakeDevice(), VK_SUCCESS);
   EXPECT_THAT(TakeMessages(), ElementsAre(HasSubstr("does not ask for VK_KHR_portability_subset")));
   vkDestroyDevice(_device, nullptr);
@@ -223,7 +114,7 @@ TEST_F(PretendedDeviceTest, PortabilityDevicesAreSeenByThoseWhoAskForThem) {
 }
 
 TEST_F(PretendedDeviceTest, SizesAreHeldAgainstTheLimits) {
-  START("least_limits");
+  OSTRA_START("least_limits");
   ASSERT_EQ(MakeDevice(), VK_SUCCESS);
   VkBufferCreateInfo buffer = {VK_STRUCTURE_TYPE_BUFFER_CREATE_INFO};
   buffer.size = 1024 * kMiB + 1;
@@ -248,7 +139,7 @@ TEST_F(PretendedDeviceTest, SizesAreHeldAgainstTheLimits) {
 }
 
 TEST_F(PretendedDeviceTest, QueuesAreThoseOfTheirFamily) {
-  START("queue_families");
+  OSTRA_START("queue_families");
   EXPECT_NE(MakeDevice(nullptr, {}, 3), VK_SUCCESS);
   EXPECT_THAT(TakeMessages(), ElementsAre(HasSubstr("queues of the family 3")));
   ASSERT_EQ(MakeDevice(nullptr, {}, 2), VK_SUCCESS);
@@ -265,13 +156,72 @@ TEST_F(PretendedDeviceTest, QueuesAreThoseOfTheirFamily) {
 }
 
 TEST_F(PretendedDeviceTest, FormatsLackWhatTheTableTakesAway) {
-  START("no_float_filter");
+  OSTRA_START("no_float_filter");
   VkFormatProperties properties;
   vkGetPhysicalDeviceFormatProperties(_physicalDevice, VK_FORMAT_R32_SFLOAT, &properties);
   EXPECT_EQ(properties.optimalTilingFeatures & VK_FORMAT_FEATURE_SAMPLED_IMAGE_FILTER_LINEAR_BIT, 0u);
   EXPECT_NE(properties.optimalTilingFeatures & VK_FORMAT_FEATURE_SAMPLED_IMAGE_BIT, 0u);
   vkGetPhysicalDeviceFormatProperties(_physicalDevice, VK_FORMAT_R16_SFLOAT, &properties);
   EXPECT_NE(properties.optimalTilingFeatures & VK_FORMAT_FEATURE_SAMPLED_IMAGE_FILTER_LINEAR_BIT, 0u);
+}
+
+TEST_F(PretendedDeviceTest, WorkGroupsAreCountedAgainstTheLimits) {
+  OSTRA_START("least_limits");
+  ASSERT_EQ(MakeDevice(), VK_SUCCESS);
+  VkCommandPool pool;
+  const VkCommandBuffer commands = BeginCommands(&pool);
+  vkCmdDispatch(commands, 65535, 65535, 65535);
+  EXPECT_THAT(TakeMessages(), IsEmpty());
+  for (const uint32_t wide : {0, 1, 2}) {
+    vkCmdDispatch(commands, wide == 0 ? 65536 : 1, wide == 1 ? 65536 : 1, wide == 2 ? 65536 : 1);
+    EXPECT_THAT(TakeMessages(), ElementsAre(HasSubstr("vkCmdDispatch has more work groups than the device takes")));
+  }
+  vkDestroyCommandPool(_device, pool, nullptr);
+}
+
+TEST_F(PretendedDeviceTest, ImagesAreOfAUseThatTheirFormatHas) {
+  OSTRA_START("phone");
+  ASSERT_EQ(MakeDevice(), VK_SUCCESS);
+  VkImageCreateInfo info = {VK_STRUCTURE_TYPE_IMAGE_CREATE_INFO};
+  info.imageType = VK_IMAGE_TYPE_2D;
+  info.format = VK_FORMAT_R8_UNORM;
+  info.extent = {4, 4, 1};
+  info.mipLevels = info.arrayLayers = 1;
+  info.samples = VK_SAMPLE_COUNT_1_BIT;
+  info.usage = VK_IMAGE_USAGE_SAMPLED_BIT | VK_IMAGE_USAGE_STORAGE_BIT;
+  VkImage image;
+  EXPECT_NE(vkCreateImage(_device, &info, nullptr, &image), VK_SUCCESS);
+  EXPECT_THAT(TakeMessages(), ElementsAre(HasSubstr("an image of a use that its format does not have")));
+  info.usage = VK_IMAGE_USAGE_SAMPLED_BIT;
+  ASSERT_EQ(vkCreateImage(_device, &info, nullptr, &image), VK_SUCCESS);
+  vkDestroyImage(_device, image, nullptr);
+  EXPECT_THAT(TakeMessages(), IsEmpty());
+}
+
+TEST_F(PretendedDeviceTest, PiecesOfMemoryAreCounted) {
+  OSTRA_START("nvidia");
+  ASSERT_EQ(MakeDevice(), VK_SUCCESS);
+  std::vector<VkDeviceMemory> pieces(GetProperties().limits.maxMemoryAllocationCount);
+  for (VkDeviceMemory& piece : pieces) ASSERT_EQ(Allocate(0, 4096, &piece), VK_SUCCESS);
+  VkDeviceMemory beyond;
+  EXPECT_NE(Allocate(0, 4096, &beyond), VK_SUCCESS);
+  EXPECT_THAT(TakeMessages(),
+              ElementsAre(HasSubstr("vkAllocateMemory makes more pieces than the device has room for")));
+  for (const VkDeviceMemory piece : pieces) vkFreeMemory(_device, piece, nullptr);
+}
+
+TEST_F(PretendedDeviceTest, WhatAPortabilityDeviceLacksIsRefused) {
+  OSTRA_START("portability");
+  VkPhysicalDevicePortabilitySubsetFeaturesKHR subset = {
+      VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_PORTABILITY_SUBSET_FEATURES_KHR};
+  VkPhysicalDeviceFeatures2 all = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_FEATURES_2};
+  all.pNext = &subset;
+  vkGetPhysicalDeviceFeatures2(_physicalDevice, &all);
+  EXPECT_FALSE(subset.triangleFans);
+  subset.pNext = nullptr;
+  subset.triangleFans = VK_TRUE;
+  EXPECT_EQ(MakeDevice(&subset, {"VK_KHR_portability_subset"}), VK_ERROR_FEATURE_NOT_PRESENT);
+  EXPECT_THAT(TakeMessages(), ElementsAre(HasSubstr("of VkPhysicalDevicePortabilitySubsetFeaturesKHR")));
 }
 
 }  // namespace

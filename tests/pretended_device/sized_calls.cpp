@@ -7,8 +7,8 @@ namespace ostra::pretended {
 VkResult CreateBuffer(VkDevice device, const VkBufferCreateInfo* info, const VkAllocationCallbacks* callbacks,
                       VkBuffer* buffer) {
   const DeviceState& state = GetDevice(GetKey(device));
-  if (info->size > GetTable().maxBufferSize) {
-    ReportViolation(*state.instance, "vkCreateBuffer makes a buffer of " + std::to_string(info->size) + " bytes");
+  if (info->size > state.table->maxBufferSize) {
+    ReportViolation(state, "vkCreateBuffer makes a buffer of " + std::to_string(info->size) + " bytes");
     return VK_ERROR_OUT_OF_DEVICE_MEMORY;
   }
   return state.CreateBuffer(device, info, callbacks, buffer);
@@ -24,9 +24,9 @@ VkResult CreateImage(VkDevice device, const VkImageCreateInfo* info, const VkAll
   const bool fits = extent.width <= most.maxExtent.width && extent.height <= most.maxExtent.height &&
                     extent.depth <= most.maxExtent.depth && info->arrayLayers <= most.maxArrayLayers;
   if (supported != VK_SUCCESS || !fits) {
-    ReportViolation(*state.instance, supported != VK_SUCCESS
-                                         ? "vkCreateImage makes an image of a use that its format does not have"
-                                         : "vkCreateImage makes an image that is too large");
+    ReportViolation(state, supported != VK_SUCCESS
+                               ? "vkCreateImage makes an image of a use that its format does not have"
+                               : "vkCreateImage makes an image that is too large");
     return VK_ERROR_OUT_OF_DEVICE_MEMORY;
   }
   return state.CreateImage(device, info, callbacks, image);
@@ -36,7 +36,7 @@ void CmdDispatch(VkCommandBuffer commands, uint32_t x, uint32_t y, uint32_t z) {
   const DeviceState& state = GetDevice(GetKey(commands));
   const auto& most = state.limits.maxComputeWorkGroupCount;
   if (x > most[0] || y > most[1] || z > most[2])
-    ReportViolation(*state.instance, "vkCmdDispatch has more work groups than the device takes");
+    ReportViolation(state, "vkCmdDispatch has more work groups than the device takes");
   state.CmdDispatch(commands, x, y, z);
 }
 

@@ -7,6 +7,7 @@ PretendedDevice MakeDiscrete() {
   PretendedDevice device;
   device.key = "discrete";
   device.name = "Pretended discrete device";
+  device.hasDeviceFault = true;
   device.heaps = {{256 * kMiB, VK_MEMORY_HEAP_DEVICE_LOCAL_BIT}, {4096 * kMiB, 0}};
   device.types = {{.flags = kDeviceLocal, .heap = 0},
                   {.flags = kMapped, .heap = 1},

@@ -1,0 +1,105 @@
+// Devices that a layer of Vulkan pretends and that are lost in the middle of something: tests/pretended_device. Skipped
+// without that layer.
+#include "tests/drawport_vulkan/internal_fixture.h"
+
+using namespace ostra;
+using namespace ostra::vulkan;
+
+namespace {
+
+constexpr Int kCount = Int(1) << 16;
+
+class PretendedFaultsTest : public DriverTest {
+ protected:
+  void SetUp() override {
+    if (!std::getenv("OSTRA_PRETENDED_DEVICE")) GTEST_SKIP() << "No device is pretended.";
+    DriverTest::SetUp();
+  }
+  void TearDown() override {
+    unsetenv("OSTRA_PRETENDED_LOSS");
+    if (std::getenv("OSTRA_PRETENDED_DEVICE")) DriverTest::TearDown();
+  }
+
+  static Result<void> Upload(CommandList& list, BufferResource& buffer, UInt32 value) {
+    OSTRA_ASSIGN_OR_RETURN(DrawportStagingBuffer * staging,
+                           list.AllocStagingBuffer(buffer.GetSize(), DrawportStagingUse::BufferUpload));
+    Result<Byte*> mapped =
+        list.PrivateMapBuffer(*staging, DrawportMapMode::WriteDiscard, buffer, 0, 0, buffer.GetSize());
+    if (mapped) std::fill_n(reinterpret_cast<UInt32*>(*mapped), buffer.GetSize() / 4, value);
+    Result<void> done = mapped ? list.UnmapBuffer(*staging, DrawportUnmapMode::Commit) : mapped.TakeError();
+    list.ReleaseStagingBuffer(staging);
+    return done;
+  }
+  static Result<void> ExpectFirst(CommandList& list, BufferResource& buffer, UInt32 value) {
+    OSTRA_ASSIGN_OR_RETURN(DrawportStagingBuffer * staging,
+                           list.AllocStagingBuffer(buffer.GetSize(), DrawportStagingUse::HostRead));
+    const Result<Byte*> mapped = list.PrivateMapBuffer(*staging, DrawportMapMode::Read, buffer, 0, 0, buffer.GetSize());
+    if (mapped) {
+      EXPECT_EQ(reinterpret_cast<const UInt32*>(*mapped)[0], value);
+    }
+    list.ReleaseStagingBuffer(staging);
+    return mapped ? Result<void>(OK) : Result<void>(Error(mapped.GetError()));
+  }
+  static Result<GpuComputeRef> MakeAdd(const DrawportContextRef& context, DrawportDeviceBuffer* buffer) {
+    return MakeCompute(
+        context,
+        [](DrawportProgramDescription& program) -> Result<void> {
+          constexpr DrawportStage kStage = DrawportStage::Compute;
+          OSTRA_RETURN_IF_ERROR(program.AddBufferParameter(kStage, {.typeName = "uint"_s, .members = {}, .byteSize = 4},
+                                                           "data"_iid, DrawportBufferAccess::ReadWrite));
+          OSTRA_RETURN_IF_ERROR(program.AddCode(kStage, kAppendCode, "UNIFORM_BUFFER(data)[0] += 1u;\n"_s));
+          return program.SetComputeShaderProperties(1, 1, 1);
+        },
+        [buffer](DrawportProgramFactory& factory, DrawportParameterValueSet& values) {
+          return factory.SetParameterBuffer(values, factory.GetBufferParameterHandle("data"_iid), buffer);
+        });
+  }
+
+  // Bytes go up, two dispatches of one submission and one of another count, bytes come down.
+  Result<void> Run() {
+    OSTRA_ASSIGN_OR_RETURN(const DrawportContextRef context, MakeContext());
+    CommandList& list = static_cast<Context&>(*context).GetCommands();
+    OSTRA_ASSIGN_OR_RETURN(const BufferRef buffer,
+                           BufferResource::Create(list.GetDevice(), 4 * kCount, MemoryUse::Device, true));
+    OSTRA_RETURN_IF_ERROR(Upload(list, *buffer, 7));
+    OSTRA_ASSIGN_OR_RETURN(const GpuComputeRef add, MakeAdd(context, buffer.GetPointer()));
+    for (const Bool isSubmitted : {false, true, true}) {
+      OSTRA_RETURN_IF_ERROR(add->Dispatch(1, 1, 1));
+      OSTRA_RETURN_IF_ERROR(list.AddMemoryBarrier(DrawportBarrierBits::StorageBuffer));
+      if (isSubmitted) OSTRA_RETURN_IF_ERROR(list.Execute(false));
+    }
+    OSTRA_RETURN_IF_ERROR(ExpectFirst(list, *buffer, 10));
+    return context->GetDrawport()->GetDrawportCache()->FreeTrashCaches(*context);
+  }
+
+  // Whether the device was lost in call `n`.
+  Bool RunAndLose(int n) {
+    setenv("OSTRA_PRETENDED_LOSS", std::to_string(n).c_str(), 1);
+    const Result<void> result = Run();
+    unsetenv("OSTRA_PRETENDED_LOSS");
+    if (result) return false;
+    EXPECT_THAT(result, IsErrorContaining(kIllegalStateError, "The GPU device is lost."));
+    return true;
+  }
+};
+
+TEST_F(PretendedFaultsTest, ALossInAnyCallIsAnErrorLeavesNothingBehindAndANewProgramWorks) {
+  for (const Bool isDirect : {true, false}) {
+    SetDrawportDirectMapping(isDirect);
+    ASSERT_THAT(Run(), IsOk());  // names, and what is kept on disk
+    const Int liveBefore = AllocationFaults::GetLiveCount();
+    for (int n = 1;; ++n) {
+      SCOPED_TRACE(testing::Message() << "lost in call " << n << (isDirect ? "" : ", through staging memory"));
+      ASSERT_LT(n, 200);
+      const Bool isLost = RunAndLose(n);
+      EXPECT_EQ(AllocationFaults::GetLiveCount(), liveBefore);
+      if (HasFailure()) return;
+      if (isLost) continue;
+      EXPECT_GT(n, 5);
+      break;
+    }
+    EXPECT_THAT(Run(), IsOk());
+  }
+}
+
+}  // namespace
