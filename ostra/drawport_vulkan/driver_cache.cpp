@@ -31,7 +31,7 @@ DriverCache::~DriverCache() {
 Result<void> DriverCache::Load(const ContentStore& store) {
   _key = MakeDriverKey(_device.GetProperties());
   OSTRA_ASSIGN_OR_RETURN(const BaseArray<Byte> data, store.Load(_key));
-  _loadedHash = HashText(GetText(data));
+  _knownHash = HashText(GetText(data));
   OSTRA_ASSIGN_OR_RETURN(_cache, Create(data));
   return OK;
 }
@@ -46,19 +46,20 @@ Result<VkPipelineCache> DriverCache::Create(const BaseArray<Byte>& data) {
   return cache;
 }
 
-Result<void> DriverCache::Merge(const BaseArray<Byte>& data) {
-  OSTRA_ASSIGN_OR_RETURN(const VkPipelineCache other, Create(data));
-  Result<void> merged = OSTRA_VULKAN(vkMergePipelineCaches(_device.GetHandle(), _cache, 1, &other));
-  vkDestroyPipelineCache(_device.GetHandle(), other, nullptr);
-  return merged;
+Result<VkPipelineCache> DriverCache::CreateMerged(const BaseArray<Byte>& data) {
+  OSTRA_ASSIGN_OR_RETURN(const VkPipelineCache merged, Create(data));
+  Result<void> result = OSTRA_VULKAN(vkMergePipelineCaches(_device.GetHandle(), merged, 1, &_cache));
+  if (result) return merged;
+  vkDestroyPipelineCache(_device.GetHandle(), merged, nullptr);
+  return result.TakeError();
 }
 
-Result<BaseArray<Byte>> DriverCache::GetData() {
+Result<BaseArray<Byte>> DriverCache::GetData(VkPipelineCache cache) {
   std::size_t size = 0;
-  OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkGetPipelineCacheData(_device.GetHandle(), _cache, &size, nullptr)));
+  OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkGetPipelineCacheData(_device.GetHandle(), cache, &size, nullptr)));
   BaseArray<Byte> data;
   OSTRA_RETURN_IF_ERROR(data.Resize(static_cast<Int>(size)));
-  OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkGetPipelineCacheData(_device.GetHandle(), _cache, &size, data.GetFirst())));
+  OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkGetPipelineCacheData(_device.GetHandle(), cache, &size, data.GetFirst())));
   OSTRA_RETURN_IF_ERROR(data.Resize(static_cast<Int>(size)));
   return data;
 }
@@ -67,11 +68,14 @@ void DriverCache::Save(const ContentStore& store) {
   if (!_cache || _device.IsLost()) return;
   const auto kept = store.Load(_key);
   if (!kept) return;
-  const Bool isOfOthers = kept->IsPopulated() && HashText(GetText(*kept)) != _loadedHash;
-  if (isOfOthers && !Merge(*kept)) return;
-  const auto data = GetData();
-  if (!data || data->IsEmpty() || GetText(*data) == GetText(*kept)) return;
-  store.Save(_key, data->GetBlock());
+  const Bool isOfOthers = kept->IsPopulated() && HashText(GetText(*kept)) != _knownHash;
+  const auto merged = isOfOthers ? CreateMerged(*kept) : Result<VkPipelineCache>(VkPipelineCache(VK_NULL_HANDLE));
+  if (!merged) return;
+  const auto data = GetData(*merged ? *merged : _cache);
+  if (*merged) vkDestroyPipelineCache(_device.GetHandle(), *merged, nullptr);
+  if (!data || data->IsEmpty()) return;
+  _knownHash = HashText(GetText(*data));
+  if (GetText(*data) != GetText(*kept)) store.Save(_key, data->GetBlock());
 }
 
 }  // namespace ostra::vulkan

@@ -1,5 +1,5 @@
 // DriverCache: what the driver keeps of the programs that it has compiled, from one start to the next. Used by one
-// thread at a time, but for the handle.
+// thread at a time, but for the handle: others may compile with it meanwhile.
 #pragma once
 
 #include "ostra/drawport_vulkan/device.h"
@@ -26,12 +26,13 @@ class DriverCache {
 
  private:
   Result<VkPipelineCache> Create(const BaseArray<Byte>& data);
-  Result<void> Merge(const BaseArray<Byte>& data);
-  Result<BaseArray<Byte>> GetData();
+  // A cache of its own with `data` and what this one has: nothing is merged into one that threads compile with.
+  Result<VkPipelineCache> CreateMerged(const BaseArray<Byte>& data);
+  Result<BaseArray<Byte>> GetData(VkPipelineCache cache);
 
   Device& _device;
   ContentKey _key;
-  UInt64 _loadedHash = 0;  // of the bytes that it began with
+  UInt64 _knownHash = 0;  // of the bytes that it began with, or has saved
   VkPipelineCache _cache = VK_NULL_HANDLE;
 };
 

@@ -146,7 +146,9 @@ Result<VkPipeline> Pipeline::GetVariant(const GraphicsState& state) {
   for (const Variant& known : _variants)
     if (known.state == state) return known.pipeline;
   OSTRA_RETURN_IF_ERROR(_variants.Reserve(_variants.GetCount() + 1));
+  const auto begin = std::chrono::steady_clock::now();
   OSTRA_ASSIGN_OR_RETURN(VkPipeline made, CreateVariant(state));
+  GetDevice().GetPrograms().NoteCompiled(begin);
   GetDevice().SetName(VK_OBJECT_TYPE_PIPELINE, reinterpret_cast<UInt64>(made), _name);
   OSTRA_RETURN_IF_ERROR(_variants.Append(Variant{state, made}));  // there is room
   return made;

@@ -1,6 +1,7 @@
 // ProgramFactory: a compiled program with the places of its parameters; ValueSet: the values of one of its users.
 #pragma once
 
+#include "ostra/core/hash_map.h"
 #include "ostra/core/owned.h"
 #include "ostra/drawport/program_factory.h"
 #include "ostra/drawport/program_factory_item.h"
@@ -93,18 +94,20 @@ class ValueSet final : public DrawportParameterValueSet {
     VkDescriptorSet set = VK_NULL_HANDLE;
     UInt64 busyUntil = 0;
     BaseArray<BoundObject> objects;  // that it was written with
+    UInt64 objectHash = 0;
   };
-  static constexpr Int kRecentCount = 16;
 
   // Readies the objects and lets the batch hold them.
   Result<void> KeepObjects(CommandList& list);
   // Error: illegal state, with the parameter's name.
   Result<void> MakeUnsetError(Int binding) const;
-  // Makes a set that has the published objects the current one: one of the last few that were written, or one that the
+  // Makes a set that has the published objects the current one: the one that was written with them, or one that the
   // device is done with, or a new one.
   Result<void> FindSet(CommandList& list);
   Result<void> TakeSet(CommandList& list);
   Result<void> AddSet(CommandList& list);
+  // Finds the current set by its objects from now on.
+  void NoteObjects(UInt64 hash);
   void WriteSet(CommandList& list);
   void FindDynamicPlaces();
   // The value behind a dynamic storage binding.
@@ -137,10 +140,9 @@ class ValueSet final : public DrawportParameterValueSet {
   BaseArray<DescriptorPoolRef> _pools;
   Int _setsLeft = 0;  // in the last pool
   BaseArray<Set> _sets;
-  Int _current = -1;               // the set that has the published objects; -1: none
-  Int _recent[kRecentCount] = {};  // sets that were written last, in a ring
-  Int _recentCount = 0;            // of all writes
-  UInt64 _scannedSerial = 0;       // batches were done up to it when sets before _scanned were busy
+  Int _current = -1;              // the set that has the published objects; -1: none
+  HashMap<UInt64, Int> _written;  // sets by the hash of their objects
+  UInt64 _scannedSerial = 0;      // batches were done up to it when sets before _scanned were busy
   Int _scanned = 0;
   UInt64 _keptSerial = 0;
   BaseArray<VkWriteDescriptorSet> _writes;

@@ -1,5 +1,6 @@
 #include "ostra/drawport_vulkan/program_store.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 #include "ostra/core/diagnostics.h"
@@ -15,6 +16,10 @@ namespace ostra::vulkan {
 namespace {
 
 constexpr Int kStoreLimit = Int(256) << 20;
+// What the driver keeps is saved when its compiler has worked for at least so long, and so many times as long as saving
+// takes.
+constexpr std::chrono::nanoseconds kLeastUnsaved = std::chrono::milliseconds(20);
+constexpr int kUnsavedPerSave = 20;
 
 Result<String> FindStoreFolder() {
   const char* chosen = std::getenv("OSTRA_GPU_CACHE");
@@ -69,6 +74,22 @@ PipelineRef ProgramStore::FindRunning(const ContentKey& key) {
   if (!known || !(*known)->TryAddRef()) return {};
   ++_statistics.shared;
   return PipelineRef::Adopt(*known);
+}
+
+void ProgramStore::NoteCompiled(std::chrono::steady_clock::time_point begin) {
+  const auto end = std::chrono::steady_clock::now();
+  // While another thread saves, the time is only counted.
+  const std::unique_lock saving(_saveMutex, std::try_to_lock);
+  {
+    const std::scoped_lock lock(_mutex);
+    _hasNewPipelines = true;
+    _unsavedTime += end - begin;
+    if (!saving || _unsavedTime < std::max(kLeastUnsaved, kUnsavedPerSave * _saveTime)) return;
+    _unsavedTime = {};
+  }
+  _driverCache.Save(_store);
+  const std::scoped_lock lock(_mutex);
+  _saveTime = std::chrono::steady_clock::now() - end;
 }
 
 void ProgramStore::Forget(const Pipeline& pipeline) {
@@ -145,13 +166,14 @@ Result<PipelineRef> ProgramStore::GetPipeline(const Id& language, Block<const St
     }
     OSTRA_RETURN_IF_ERROR(compiled.Append(std::move(stage)));
   }
+  const auto begin = std::chrono::steady_clock::now();
   OSTRA_ASSIGN_OR_RETURN(
       PipelineRef pipeline,
       Pipeline::Create(_device, key, std::move(compiled),
                        Block<const PipelineBinding>(used.GetFirst(), used.GetCount()), _driverCache.GetHandle()));
   if (const auto label = CString::Create(name)) pipeline->SetName(*label);
+  NoteCompiled(begin);
   const std::scoped_lock lock(_mutex);
-  _hasNewPipelines = true;
   OSTRA_ASSIGN_OR_RETURN(const auto entry, _running.Insert(key, pipeline.GetPointer()));
   // Two threads may have made the same one: the later stands in the table.
   *entry.value = pipeline.GetPointer();

@@ -2,6 +2,8 @@
 // of the compiler and of the driver are kept on disk, so that a later start compiles nothing.
 #pragma once
 
+#include <chrono>
+
 #include "ostra/core/hash_map.h"
 #include "ostra/core/owned.h"
 #include "ostra/drawport_vulkan/driver_cache.h"
@@ -41,6 +43,9 @@ class ProgramStore {
   // Thread-safe.
   Result<PipelineRef> GetPipeline(const Id& language, Block<const StageText> stages,
                                   Block<const PipelineBinding> declared, const String& name);
+  // The driver has compiled something since `begin`. What it keeps is saved when that has become much more than
+  // saving takes: a process that ends badly has little to compile again. Thread-safe.
+  void NoteCompiled(std::chrono::steady_clock::time_point begin);
   // Called by a pipeline that goes.
   void Forget(const Pipeline& pipeline);
 
@@ -60,6 +65,9 @@ class ProgramStore {
   HashMap<ContentKey, Pipeline*> _running;  // not counted
   ProgramStatistics _statistics;
   Bool _hasNewPipelines = false;
+  std::mutex _saveMutex;                     // held while the driver's cache is saved
+  std::chrono::nanoseconds _unsavedTime{0};  // of the driver's compiler since then
+  std::chrono::nanoseconds _saveTime{0};     // that the last time took
 };
 
 }  // namespace ostra::vulkan

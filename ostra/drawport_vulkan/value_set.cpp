@@ -17,6 +17,18 @@ Bool IsDynamic(VkDescriptorType type) {
   return type == VK_DESCRIPTOR_TYPE_UNIFORM_BUFFER_DYNAMIC || type == VK_DESCRIPTOR_TYPE_STORAGE_BUFFER_DYNAMIC;
 }
 
+UInt64 GetHash(const BaseArray<BoundObject>& objects) {
+  UInt64 hash = 0;
+  for (const BoundObject& object : objects) {
+    for (const void* address :
+         {static_cast<const void*>(object.buffer.GetPointer()), static_cast<const void*>(object.image.GetPointer()),
+          static_cast<const void*>(object.sampler.GetPointer())})
+      hash = CombineHash(hash, reinterpret_cast<UInt64>(address));
+    hash = CombineHash(hash, static_cast<UInt64>(object.isLayered));
+  }
+  return hash;
+}
+
 Bool IsBuffer(VkDescriptorType type) { return IsDynamic(type) || type == VK_DESCRIPTOR_TYPE_STORAGE_BUFFER; }
 
 }  // namespace
@@ -126,7 +138,7 @@ Result<ValueSet::Binding> ValueSet::Prepare(CommandList& list) {
     _gradientRoom = static_cast<Int>(std::bit_ceil(static_cast<UInt64>(std::max<Int>(_gradients.GetCount(), 1))));
     _sliceSerial = 0;
     _current = -1;  // the sets end too early
-    _recentCount = 0;
+    _written.Reset();
   }
   if (GetSliceSize() > 0 && _sliceSerial != serial) {
     OSTRA_ASSIGN_OR_RETURN(const CommandList::UniformSlice slice, list.AllocateUniforms(GetSliceSize()));
@@ -181,18 +193,26 @@ const ParameterPlace* ValueSet::FindValue(Int binding) const {
 }
 
 Result<void> ValueSet::FindSet(CommandList& list) {
-  for (Int i = 0; i < std::min(_recentCount, kRecentCount); ++i) {
-    const Int known = _recent[i];
-    if (!std::equal(_objects.begin(), _objects.end(), _sets[known].objects.begin())) continue;
-    _current = known;
+  const UInt64 hash = GetHash(_objects);
+  const Int* const known = _written.Find(hash);
+  if (known && std::equal(_objects.begin(), _objects.end(), _sets[*known].objects.begin())) {
+    _current = *known;
     return OK;
   }
   OSTRA_RETURN_IF_ERROR(TakeSet(list));
   WriteSet(list);
   std::copy(_objects.begin(), _objects.end(), _sets[_current].objects.begin());
-  _recent[_recentCount % kRecentCount] = _current;
-  _recentCount = _recentCount + 1 < 2 * kRecentCount ? _recentCount + 1 : kRecentCount;
+  NoteObjects(hash);
   return OK;
+}
+
+void ValueSet::NoteObjects(UInt64 hash) {
+  Set& set = _sets[_current];
+  const Int* const before = _written.Find(set.objectHash);
+  if (before && *before == _current) _written.Erase(set.objectHash);
+  set.objectHash = hash;
+  // A set that finds no memory in the table serves this time.
+  if (const auto entry = _written.Insert(hash)) *entry->value = _current;
 }
 
 Result<void> ValueSet::TakeSet(CommandList& list) {
