@@ -23,18 +23,21 @@ Bool Overlap(const DrawportRegion& a, const DrawportRegion& b) {
 
 }  // namespace
 
-std::optional<Barrier> BarrierTracker::BetweenDispatches() {
-  if (!_hasUnseenDispatch) return std::nullopt;
-  _hasUnseenDispatch = false;
-  // One kind for buffers and textures: clients ask for both, one after the other, and the second then costs nothing.
-  return Barrier{VK_PIPELINE_STAGE_COMPUTE_SHADER_BIT, VK_ACCESS_SHADER_WRITE_BIT, kDispatchStages, kDispatchAccess};
-}
-
 std::optional<Barrier> BarrierTracker::BeforeDispatch() {
-  if (!_dispatchesMissTransfers) return std::nullopt;
-  _dispatchesMissTransfers = false;
-  return Barrier{VK_PIPELINE_STAGE_TRANSFER_BIT | GetDrawStages(),
-                 VK_ACCESS_TRANSFER_WRITE_BIT | (_hasDrawn ? kDrawWrites : 0), kDispatchStages, kDispatchAccess};
+  if (!_isAskedFor && !_dispatchesMissTransfers) return std::nullopt;
+  Barrier barrier{0, 0, kDispatchStages, kDispatchAccess};
+  // One kind for buffers and textures: clients ask for both, one after the other.
+  if (_isAskedFor) {
+    barrier.from |= VK_PIPELINE_STAGE_COMPUTE_SHADER_BIT;
+    barrier.fromAccess |= VK_ACCESS_SHADER_WRITE_BIT;
+    _hasUnseenDispatch = false;
+  }
+  if (_dispatchesMissTransfers) {
+    barrier.from |= VK_PIPELINE_STAGE_TRANSFER_BIT | GetDrawStages();
+    barrier.fromAccess |= VK_ACCESS_TRANSFER_WRITE_BIT | (_hasDrawn ? kDrawWrites : 0);
+  }
+  _isAskedFor = _dispatchesMissTransfers = false;
+  return barrier;
 }
 
 std::optional<Barrier> BarrierTracker::BeforeTransfer(const void* resource, const DrawportRegion& region,

@@ -32,13 +32,11 @@ class BarrierTracker {
   void AddPass() { _transfersMissDispatches = _dispatchesMissTransfers = true; }
   void BeginPass() { _hasDrawn = true; }
   // Recorded work was thrown away, and the barriers in it: all are owed again.
-  void Forget() { _hasUnseenDispatch = _transfersMissDispatches = _dispatchesMissTransfers = true; }
+  void Forget() { _hasUnseenDispatch = _isAskedFor = _transfersMissDispatches = _dispatchesMissTransfers = true; }
 
-  // Whether dispatches wait for a barrier between them.
-  Bool HasUnseenDispatch() const { return _hasUnseenDispatch; }
-
-  // Between dispatches, as the client asks for it. None when nothing was dispatched since the last one.
-  std::optional<Barrier> BetweenDispatches();
+  // The client asks that later dispatches see what earlier ones write. Costs nothing until one follows.
+  void SeparateDispatches() { _isAskedFor = _isAskedFor || _hasUnseenDispatch; }
+  // One for all that the dispatch waits for.
   std::optional<Barrier> BeforeDispatch();
   // Before a transfer that reads or writes `region`: bytes of a buffer along x, texels of an image. The resource is
   // told apart by its address. The transfer counts as recorded.
@@ -62,6 +60,7 @@ class BarrierTracker {
   Bool Collides(const void* resource, const DrawportRegion& region, Bool isWrite) const;
 
   Bool _hasUnseenDispatch = false;        // since the last barrier between dispatches
+  Bool _isAskedFor = false;               // such a barrier, by the client
   Bool _transfersMissDispatches = false;  // transfers do not wait for dispatches yet
   Bool _dispatchesMissTransfers = false;
   Bool _hasDrawn = false;  // ever

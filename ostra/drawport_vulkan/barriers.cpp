@@ -18,9 +18,7 @@ Result<void> CommandList::AddMemoryBarrier(DrawportBarrierBits bits) {
   if (_device->IsLost()) return MakeDeviceLostError(kOstraUnit, __LINE__);
   if (!HasAnyBit(bits, DrawportBarrierBits::StorageBuffer | DrawportBarrierBits::Texture)) return OK;
   SuspendPass();  // beginning again shows all that draws have written
-  if (!_barriers.HasUnseenDispatch()) return OK;
-  OSTRA_RETURN_IF_ERROR(BeginBatch());
-  RecordBarrier(_barriers.BetweenDispatches());
+  _barriers.SeparateDispatches();
   return OK;
 }
 

@@ -52,6 +52,12 @@ Result<void> BufferResource::Init(Int bytes, MemoryUse use, MemorySpill spill) {
   return OSTRA_VULKAN(vkBindBufferMemory(device, _buffer, _piece.memory, static_cast<VkDeviceSize>(_piece.offset)));
 }
 
+void BufferResource::RecordRead(VkCommandBuffer commands, const DrawportRegion& region, VkBuffer target) const {
+  const VkBufferCopy range = {static_cast<VkDeviceSize>(region.origin.x), 0,
+                              static_cast<VkDeviceSize>(region.extent.width)};
+  vkCmdCopyBuffer(commands, _buffer, target, 1, &range);
+}
+
 void BufferResource::SetName(const CString& name) const {
   GetDevice().SetName(VK_OBJECT_TYPE_BUFFER, reinterpret_cast<UInt64>(_buffer), name);
 }

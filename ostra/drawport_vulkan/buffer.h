@@ -1,7 +1,6 @@
 // BufferResource: a buffer with its memory.
 #pragma once
 
-#include "ostra/drawport/resources.h"
 #include "ostra/drawport_vulkan/resource.h"
 
 namespace ostra::vulkan {
@@ -43,11 +42,10 @@ class BufferResource final : public DeviceResource, public DrawportDeviceBuffer 
     _fillBegin = begin;
     SetZeroBegin(_paddedSize, 0);
   }
+  Bool HasContents() const override { return true; }
+  DrawportExtent GetExtent() const override { return {_size, 1, 1}; }
+  void RecordRead(VkCommandBuffer commands, const DrawportRegion& region, VkBuffer target) const override;
   void RecordSetup(VkCommandBuffer commands) override;
-
-  // Counts what the host has written to the mapped memory, and is about to.
-  void NoteHostWrite() { _hostWrites.fetch_add(1, std::memory_order_relaxed); }
-  UInt64 GetHostWrites() const { return _hostWrites.load(std::memory_order_relaxed); }
 
  private:
   Result<void> Init(Int bytes, MemoryUse use, MemorySpill spill);
@@ -61,7 +59,6 @@ class BufferResource final : public DeviceResource, public DrawportDeviceBuffer 
   Int _zeroBeginBefore = 0;
   UInt64 _zeroedBy = 0;
   Int _fillBegin = 0;
-  std::atomic<UInt64> _hostWrites{0};
 };
 
 using BufferRef = StrongRef<BufferResource>;

@@ -4,8 +4,8 @@
 // round: once a program is warm, recording allocates nothing.
 //
 // command_list.cpp has batches and dispatches, draw.cpp passes and draws, barriers.cpp the barriers between them,
-// transfers.cpp the movement of bytes, read_ahead.cpp what is read from buffers, setup.cpp the first use of resources,
-// work_times.cpp time stamps.
+// transfers.cpp and texture_transfers.cpp the movement of bytes, reads.cpp what is read, setup.cpp the first use of
+// resources, work_times.cpp time stamps.
 #pragma once
 
 #include <optional>
@@ -17,6 +17,7 @@
 #include "ostra/drawport_vulkan/device_clock.h"
 #include "ostra/drawport_vulkan/image.h"
 #include "ostra/drawport_vulkan/pipeline.h"
+#include "ostra/drawport_vulkan/read_ahead.h"
 #include "ostra/drawport_vulkan/render_target.h"
 #include "ostra/drawport_vulkan/staging.h"
 #include "ostra/drawport_vulkan/staging_pool.h"
@@ -144,6 +145,8 @@ class CommandList final : public DrawportCommandList {
   // setup.cpp
   Result<UInt64> SubmitBehindSetup(Batch& batch);
   Result<void> RecordSetup(Batch& batch, Bool isAfterOthers);
+  // Whether other lists have submitted work with what the batch names, and nothing has waited for it yet.
+  Bool DependsOnOthers(const Batch& batch) const;
 
   // draw.cpp
   Result<void> ResumePass();
@@ -175,22 +178,12 @@ class CommandList final : public DrawportCommandList {
   Result<Byte*> ReadTexture(StagingBuffer& staging, ImageResource& image, const DrawportRegion& region, Int hostSize);
   Result<void> CommitTexture(StagingBuffer& staging);
 
-  // read_ahead.cpp
-  struct CopiedAhead {
-    WeakRef<BufferResource> buffer;
-    Int byteOffset = 0;
-    Int bytes = 0;
-    StagingMemory* memory = nullptr;  // counts as mapped; null when nothing is read ahead
-    UInt64 submittedValue = 0;        // of the device, with the copy
-    UInt64 hostWrites = 0;            // to the buffer, before the copy
-  };
+  // reads.cpp
   Result<Byte*> MapForReading(StagingBuffer& staging, BufferResource& buffer, Int byteOffset, Int bytes);
-  // Submits a copy of the bytes. The staging memory counts as mapped.
-  Result<StagingMemory*> SubmitRead(BufferResource& buffer, Int byteOffset, Int bytes);
-  void ReadAhead(BufferResource& buffer, Int byteOffset, Int mostBytes);
-  // The memory with exactly these bytes, null unless they are still those of the buffer.
-  StagingMemory* TakeReadAhead(const BufferResource& buffer, Int byteOffset, Int bytes);
-  void DropReadAhead();
+  // The bytes or texels of a region, copied to staging memory that counts as mapped; what follows is on its way.
+  Result<StagingMemory*> Read(DeviceResource& resource, const DrawportRegion& region);
+  Result<StagingMemory*> SubmitRead(DeviceResource& resource, const DrawportRegion& region, Int bytes);
+  void ReadFollowing(DeviceResource& resource, const DrawportRegion& region);
 
   DeviceRef _device;
   UInt32 _number = 0;  // tells lists apart
@@ -233,7 +226,7 @@ class CommandList final : public DrawportCommandList {
 
   OwnedArray<StagingBuffer> _stagingBuffers;
   StagingPool _stagingPool;
-  CopiedAhead _readAhead;
+  ReadAhead _readAhead;
 };
 
 }  // namespace ostra::vulkan

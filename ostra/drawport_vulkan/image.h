@@ -49,6 +49,10 @@ class ImageResource final : public DeviceResource, public DrawportTexture {
   // Whether the texels have a layout and are zero in whatever is submitted from now on.
   Bool IsCleared() const { return _isCleared.load(std::memory_order_acquire); }
   void SetCleared() { _isCleared.store(true, std::memory_order_release); }
+  Bool HasContents() const override { return true; }
+  DrawportExtent GetExtent() const override { return _description.extent; }
+  Int GetReadSize(const DrawportRegion& region) const override;
+  void RecordRead(VkCommandBuffer commands, const DrawportRegion& region, VkBuffer target) const override;
   void RecordSetup(VkCommandBuffer commands) override;
 
  private:

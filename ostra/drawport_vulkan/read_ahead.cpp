@@ -1,78 +1,58 @@
-// Reading through staging memory. Buffers are read chunk after chunk: while the host takes the bytes of one, the device
-// copies what follows, and hands that out when it is asked for next.
+#include "ostra/drawport_vulkan/read_ahead.h"
+
 #include <algorithm>
-
-#include "ostra/drawport_vulkan/command_list.h"
-
-OSTRA_UNIT("drawport_vulkan");
+#include <utility>
 
 namespace ostra::vulkan {
 namespace {
 
-// Less is copied faster than it is submitted.
-constexpr Int kMinReadAhead = Int(1) << 20;
+Bool AreEqual(const DrawportRegion& a, const DrawportRegion& b) {
+  return a.origin.x == b.origin.x && a.origin.y == b.origin.y && a.origin.z == b.origin.z &&
+         a.extent.width == b.extent.width && a.extent.height == b.extent.height && a.extent.depth == b.extent.depth;
+}
 
 }  // namespace
 
-Result<StagingMemory*> CommandList::SubmitRead(BufferResource& buffer, Int byteOffset, Int bytes) {
-  OSTRA_ASSIGN_OR_RETURN(StagingMemory * memory, TakeStagingMemory(bytes, MemoryUse::ReadBack));
-  const auto copy = [&]() -> Result<void> {
-    OSTRA_ASSIGN_OR_RETURN(memory->busyUntil, BeginBatch());
-    OSTRA_RETURN_IF_ERROR(Keep(buffer));
-    OSTRA_RETURN_IF_ERROR(Keep(*memory->buffer));
-    PrepareTransfer(buffer, {{byteOffset, 0, 0}, {bytes, 1, 1}}, false);
-    const VkBufferCopy range = {static_cast<VkDeviceSize>(byteOffset), 0, static_cast<VkDeviceSize>(bytes)};
-    vkCmdCopyBuffer(_current->commands, buffer.GetHandle(), memory->buffer->GetHandle(), 1, &range);
-    return Submit();
-  };
-  Result<void> copied = copy();
-  if (copied) return memory;
-  memory->isMapped = false;
-  return copied.TakeError();
+void ReadAhead::Note(DeviceResource& resource, const DrawportRegion& region, StagingMemory& memory,
+                     const Moment& moment) {
+  _resource = WeakRef<DeviceResource>(&resource);
+  _region = region;
+  _memory = &memory;
+  _moment = moment;
 }
 
-Result<Byte*> CommandList::MapForReading(StagingBuffer& staging, BufferResource& buffer, Int byteOffset, Int bytes) {
-  OSTRA_RETURN_IF_ERROR(EnsureZeroed(buffer));
-  if (buffer.GetMapped() && buffer.IsHostCached()) {
-    OSTRA_RETURN_IF_ERROR(WaitFor(buffer));
-    return buffer.GetMapped() + byteOffset;
-  }
-  staging.memory = TakeReadAhead(buffer, byteOffset, bytes);
-  if (!staging.memory) {
-    DropReadAhead();
-    OSTRA_ASSIGN_OR_RETURN(staging.memory, SubmitRead(buffer, byteOffset, bytes));
-  }
-  const UInt64 serial = staging.memory->busyUntil;
-  ReadAhead(buffer, byteOffset + bytes, bytes);
-  while (_completedSerial < serial && _batches[_oldest].isInFlight) OSTRA_RETURN_IF_ERROR(WaitForOldest());
-  if (_device->IsLost()) return MakeDeviceLostError(kOstraUnit, __LINE__);
-  return staging.memory->buffer->GetMapped();
-}
-
-void CommandList::ReadAhead(BufferResource& buffer, Int byteOffset, Int mostBytes) {
-  const Int bytes = std::min(mostBytes, buffer.GetSize() - byteOffset);
-  if (bytes < kMinReadAhead) return;
-  const UInt64 hostWrites = buffer.GetHostWrites();
-  // It was not asked for yet: the request that comes meets the error, if it is still there.
-  const Result<StagingMemory*> memory = SubmitRead(buffer, byteOffset, bytes);
-  if (!memory) return;
-  _readAhead = {WeakRef<BufferResource>(&buffer), byteOffset, bytes, *memory, _submittedValue, hostWrites};
-}
-
-StagingMemory* CommandList::TakeReadAhead(const BufferResource& buffer, Int byteOffset, Int bytes) {
-  const CopiedAhead& ahead = _readAhead;
-  if (!ahead.memory || ahead.buffer.GetPointer() != &buffer || ahead.byteOffset != byteOffset || ahead.bytes != bytes)
+StagingMemory* ReadAhead::Take(const DeviceResource& resource, const DrawportRegion& region) {
+  if (!_memory || _resource.GetPointer() != &resource || !AreEqual(_region, region)) return nullptr;
+  // What was recorded here, submitted anywhere or written by the host since then may have changed the bytes.
+  if (!resource.WasLastUsedBy(_moment.stamp) || resource.GetSubmittedValue() != _moment.submittedValue ||
+      resource.GetHostWrites() != _moment.hostWrites)
     return nullptr;
-  // Whatever was recorded here, submitted anywhere or written by the host since then may have changed the bytes.
-  if (_current || _device->GetSubmittedValue() != ahead.submittedValue || buffer.GetHostWrites() != ahead.hostWrites)
-    return nullptr;
-  _readAhead.buffer = {};
-  return std::exchange(_readAhead.memory, nullptr);
+  _resource = {};
+  return std::exchange(_memory, nullptr);
 }
 
-void CommandList::DropReadAhead() {
-  if (_readAhead.memory) _readAhead.memory->isMapped = false;
-  _readAhead = {};
+void ReadAhead::Drop() {
+  if (_memory) _memory->isMapped = false;
+  *this = {};
+}
+
+DrawportRegion FindNextRegion(const DrawportExtent& whole, const DrawportRegion& region) {
+  const auto& [origin, extent] = region;
+  const DrawportRegion none = {{}, {0, 0, 0}};
+  const Int nextX = origin.x + extent.width, nextY = origin.y + extent.height, nextZ = origin.z + extent.depth;
+  // Parts of a row: bytes of a buffer.
+  if (whole.height == 1 && whole.depth == 1)
+    return nextX < whole.width ? DrawportRegion{{nextX, 0, 0}, {std::min(extent.width, whole.width - nextX), 1, 1}}
+                               : none;
+  if (extent.width != whole.width) return none;
+  if (extent.height != whole.height)
+    return nextY < whole.height
+               ? DrawportRegion{{0, nextY, origin.z},
+                                {whole.width, std::min(extent.height, whole.height - nextY), extent.depth}}
+               : none;
+  return nextZ < whole.depth
+             ? DrawportRegion{{0, 0, nextZ}, {whole.width, whole.height, std::min(extent.depth, whole.depth - nextZ)}}
+             : none;
 }
 
 }  // namespace ostra::vulkan

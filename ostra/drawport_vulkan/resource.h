@@ -3,6 +3,7 @@
 // of programs only name it: they hold the record, which says that the object has gone.
 #pragma once
 
+#include "ostra/drawport/resources.h"
 #include "ostra/drawport_vulkan/device.h"
 
 namespace ostra::vulkan {
@@ -54,6 +55,27 @@ class DeviceResource {
   // Whether the device may work with it, now or when something is submitted next.
   Bool IsInUse() const { return _uses.load(std::memory_order_acquire) != 0 || IsPlanned(); }
 
+  // Whether work writes to it, or reads what other work has written.
+  virtual Bool HasContents() const { return false; }
+  // The last work that was submitted with it, of all lists: the value of the timeline at its end, and the list. Noted
+  // with the mutex of the setup held, under which all lists submit.
+  void NoteSubmission(UInt32 list, UInt64 value) {
+    _submittedBy = list;
+    _submittedValue.store(value, std::memory_order_release);
+  }
+  UInt32 GetSubmittingList() const { return _submittedBy; }
+  UInt64 GetSubmittedValue() const { return _submittedValue.load(std::memory_order_acquire); }
+
+  // Counts what the host has written to the mapped memory, and is about to.
+  void NoteHostWrite() { _hostWrites.fetch_add(1, std::memory_order_relaxed); }
+  UInt64 GetHostWrites() const { return _hostWrites.load(std::memory_order_relaxed); }
+
+  // For objects with contents that the host reads: the extent of all of it, in bytes along x or texels; the bytes of
+  // what RecordRead copies, from the beginning of `target`.
+  virtual DrawportExtent GetExtent() const { return {0, 0, 0}; }
+  virtual Int GetReadSize(const DrawportRegion& region) const { return region.extent.width; }
+  virtual void RecordRead(VkCommandBuffer, const DrawportRegion&, VkBuffer) const {}
+
   // See Setup. RecordSetup records what makes the object ready.
   virtual void RecordSetup(VkCommandBuffer commands) { static_cast<void>(commands); }
   Bool IsPlanned() const { return _isPlanned.load(std::memory_order_acquire); }
@@ -72,6 +94,9 @@ class DeviceResource {
   DeviceRef _device;
   std::atomic<UInt64> _lastUse{0};  // stamp of a batch; 0: never
   std::atomic<Int32> _uses{0};
+  UInt32 _submittedBy = 0;
+  std::atomic<UInt64> _submittedValue{0};
+  std::atomic<UInt64> _hostWrites{0};
   std::atomic<bool> _isPlanned{false};
 };
 

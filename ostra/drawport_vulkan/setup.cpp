@@ -108,14 +108,24 @@ Result<void> CommandList::RecordSetup(Batch& batch, Bool isAfterOthers) {
 Result<UInt64> CommandList::SubmitBehindSetup(Batch& batch) {
   Setup& setup = _device->GetSetup();
   const std::scoped_lock lock(setup.GetMutex());
-  // What other lists have submitted since this one did may have written what this one reads.
-  const Bool isAfterOthers = _device->GetSubmittedValue() != _submittedValue;
+  const Bool isAfterOthers = DependsOnOthers(batch);
+  const Int ownCount = batch.kept.GetCount();  // what is planned has a barrier of its own
   const Bool hasSetup = isAfterOthers || setup.GetPlanned().IsPopulated();
   if (hasSetup) OSTRA_RETURN_IF_ERROR(RecordSetup(batch, isAfterOthers));
   const VkCommandBuffer commands[] = {batch.setup, batch.commands};
   OSTRA_ASSIGN_OR_RETURN(_submittedValue, _device->Submit(commands + !hasSetup, 1u + hasSetup));
   setup.Clear();
+  if (isAfterOthers) setup.SetOrderedValue(_submittedValue - 1);
+  for (Int i = 0; i < ownCount; ++i) batch.kept[i]->NoteSubmission(_number, _submittedValue);
   return _submittedValue;
+}
+
+Bool CommandList::DependsOnOthers(const Batch& batch) const {
+  const UInt64 ordered = _device->GetSetup().GetOrderedValue();
+  return std::any_of(batch.kept.begin(), batch.kept.end(), [&](const DeviceResourceRef& resource) {
+    return resource->HasContents() && resource->GetSubmittingList() != _number &&
+           resource->GetSubmittedValue() > ordered;
+  });
 }
 
 }  // namespace ostra::vulkan

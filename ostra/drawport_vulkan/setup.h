@@ -27,12 +27,17 @@ class Setup {
   // All of it has been submitted.
   void Clear();
 
+  // Whatever is submitted later waits for all that was submitted up to this value of the timeline, by whatever list.
+  UInt64 GetOrderedValue() const { return _orderedValue; }
+  void SetOrderedValue(UInt64 value) { _orderedValue = value; }
+
   // For a resource that goes. Without the mutex.
   void Remove(const DeviceResource& resource);
 
  private:
   std::mutex _mutex;
   BaseArray<DeviceResource*> _planned;  // those that go wait for the mutex
+  UInt64 _orderedValue = 0;
 };
 
 }  // namespace ostra::vulkan

@@ -50,22 +50,23 @@ VkBufferImageCopy MakeCopy(const ImageResource& image, const DrawportRegion& reg
 
 }  // namespace
 
+Int ImageResource::GetReadSize(const DrawportRegion& region) const {
+  if (NeedsRepacking(*this, region.extent.width)) return GetDeviceSize(*this, region.extent);
+  return GetPitch(region.extent.width) * region.extent.height * region.extent.depth;
+}
+
+void ImageResource::RecordRead(VkCommandBuffer commands, const DrawportRegion& region, VkBuffer target) const {
+  const VkBufferImageCopy copy = MakeCopy(*this, region);
+  vkCmdCopyImageToBuffer(commands, _image, VK_IMAGE_LAYOUT_GENERAL, target, 1, &copy);
+}
+
 Result<Byte*> CommandList::ReadTexture(StagingBuffer& staging, ImageResource& image, const DrawportRegion& region,
                                        Int hostSize) {
   const Bool isRepacked = NeedsRepacking(image, region.extent.width);
   if (isRepacked) OSTRA_RETURN_IF_ERROR(staging.texels.Resize(hostSize));
-  const Int size = isRepacked ? GetDeviceSize(image, region.extent) : hostSize;
-  OSTRA_ASSIGN_OR_RETURN(StagingMemory * memory, TakeStagingMemory(size, MemoryUse::ReadBack));
-  staging.memory = memory;
   OSTRA_RETURN_IF_ERROR(EnsureCleared(image));
-  OSTRA_ASSIGN_OR_RETURN(memory->busyUntil, BeginBatch());
-  OSTRA_RETURN_IF_ERROR(Keep(image));
-  OSTRA_RETURN_IF_ERROR(Keep(*memory->buffer));
-  PrepareTransfer(image, region, false);
-  const VkBufferImageCopy copy = MakeCopy(image, region);
-  vkCmdCopyImageToBuffer(_current->commands, image.GetHandle(), VK_IMAGE_LAYOUT_GENERAL, memory->buffer->GetHandle(), 1,
-                         &copy);
-  OSTRA_RETURN_IF_ERROR(Execute(true));
+  OSTRA_ASSIGN_OR_RETURN(StagingMemory * memory, Read(image, region));
+  staging.memory = memory;
   if (!isRepacked) return memory->buffer->GetMapped();
   Repack(image, region.extent, staging.texels.GetFirst(), memory->buffer->GetMapped(), false);
   return staging.texels.GetFirst();

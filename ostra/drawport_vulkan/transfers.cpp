@@ -45,7 +45,7 @@ Result<StagingMemory*> CommandList::TakeStagingMemory(Int bytes, MemoryUse use) 
 }
 
 void CommandList::FreeSpareMemory() {
-  DropReadAhead();
+  _readAhead.Drop();
   for (StagingBuffer* staging : _stagingBuffers)
     if (staging->state == StagingBuffer::State::Released) staging->texels = {};
   _stagingPool.FreeSpare(GetCompletedSerial());

@@ -20,7 +20,7 @@ DrawportRegion MakeBytes(Int begin, Int count) { return {{begin, 0, 0}, {count, 
 
 TEST(BarrierTrackerTest, FirstWorkNeedsNone) {
   BarrierTracker tracker;
-  EXPECT_FALSE(tracker.BetweenDispatches());
+  tracker.SeparateDispatches();
   EXPECT_FALSE(tracker.BeforeDispatch());
   EXPECT_FALSE(tracker.BeforeTransfer(&kBuffer, MakeBytes(0, 4), true));
 }
@@ -29,13 +29,27 @@ TEST(BarrierTrackerTest, DispatchesWaitForEachOtherWhenAskedAndOnce) {
   BarrierTracker tracker;
   tracker.AddDispatch();
   EXPECT_FALSE(tracker.BeforeDispatch());
-  EXPECT_TRUE(tracker.HasUnseenDispatch());
-  const auto barrier = tracker.BetweenDispatches();
+  tracker.SeparateDispatches();
+  tracker.SeparateDispatches();
+  const auto barrier = tracker.BeforeDispatch();
   ASSERT_TRUE(barrier);
   EXPECT_EQ(barrier->fromAccess, VkAccessFlags{VK_ACCESS_SHADER_WRITE_BIT});
   EXPECT_NE(barrier->toAccess & VK_ACCESS_INDIRECT_COMMAND_READ_BIT, 0u);
-  EXPECT_FALSE(tracker.HasUnseenDispatch());
-  EXPECT_FALSE(tracker.BetweenDispatches());
+  EXPECT_FALSE(tracker.BeforeDispatch());
+  tracker.SeparateDispatches();
+  EXPECT_FALSE(tracker.BeforeDispatch()) << "nothing was dispatched since";
+}
+
+TEST(BarrierTrackerTest, ADispatchWaitsForDispatchesAndTransfersWithOneBarrier) {
+  BarrierTracker tracker;
+  tracker.AddDispatch();
+  EXPECT_TRUE(tracker.BeforeTransfer(&kBuffer, MakeBytes(0, 4), false));
+  tracker.SeparateDispatches();
+  const auto barrier = tracker.BeforeDispatch();
+  ASSERT_TRUE(barrier);
+  EXPECT_EQ(barrier->from, VkPipelineStageFlags{VK_PIPELINE_STAGE_COMPUTE_SHADER_BIT | VK_PIPELINE_STAGE_TRANSFER_BIT});
+  EXPECT_EQ(barrier->fromAccess, VkAccessFlags{VK_ACCESS_SHADER_WRITE_BIT | VK_ACCESS_TRANSFER_WRITE_BIT});
+  EXPECT_FALSE(tracker.BeforeDispatch());
 }
 
 TEST(BarrierTrackerTest, TransfersBesideEachOtherDoNotWait) {
@@ -62,8 +76,8 @@ TEST(BarrierTrackerTest, ATransferWaitsForOneThatOverlapsWhenOneOfThemWrites) {
 TEST(BarrierTrackerTest, WorkThatWasThrownAwayLeavesAllBarriersOwed) {
   BarrierTracker tracker;
   tracker.Forget();
-  EXPECT_TRUE(tracker.BeforeDispatch());
-  EXPECT_TRUE(tracker.BetweenDispatches());
+  EXPECT_EQ(tracker.BeforeDispatch()->from,
+            VkPipelineStageFlags{VK_PIPELINE_STAGE_COMPUTE_SHADER_BIT | VK_PIPELINE_STAGE_TRANSFER_BIT});
   EXPECT_TRUE(tracker.BeforeTransfer(&kBuffer, MakeBytes(0, 4), false));
 }
 
@@ -83,6 +97,7 @@ struct Work {
   DrawportRegion region = {};
   Bool isWrite = true;
   std::size_t barrierCount = 0;  // recorded before it
+  std::size_t askedCount = 0;    // how often dispatches were to be separated before it
 
   VkPipelineStageFlags GetStage() const {
     return kind == kDispatch   ? VK_PIPELINE_STAGE_COMPUTE_SHADER_BIT
@@ -101,7 +116,8 @@ struct Work {
 };
 
 Bool MustWait(const Work& first, const Work& second) {
-  if (first.kind == Work::kDispatch && second.kind == Work::kDispatch) return false;  // the client asks for that
+  if (first.kind == Work::kDispatch && second.kind == Work::kDispatch)
+    return first.askedCount != second.askedCount;  // the client asks for that
   if (first.kind != Work::kTransfer || second.kind != Work::kTransfer) return true;
   const Int begin = first.region.origin.x, otherBegin = second.region.origin.x;
   return first.resource == second.resource && (first.isWrite || second.isWrite) &&
@@ -132,7 +148,8 @@ class Recording {
         _tracker.AddPass();
         break;
       case 2:
-        Note(_tracker.BetweenDispatches());
+        _tracker.SeparateDispatches();
+        ++_askedCount;
         break;
       default: {
         const void* const resource = _random() % 2 == 0 ? &kBuffer : &kOther;
@@ -159,6 +176,7 @@ class Recording {
   }
   void Add(Work work) {
     work.barrierCount = _barriers.size();
+    work.askedCount = _askedCount;
     _work.push_back(work);
   }
   Bool AreSeparated(const Work& first, const Work& second) const {
@@ -171,6 +189,7 @@ class Recording {
   BarrierTracker _tracker;
   std::vector<Work> _work;
   std::vector<Barrier> _barriers;
+  std::size_t _askedCount = 0;
 };
 
 TEST(BarrierTrackerTest, RandomWorkNeverMeetsAHazard) {

@@ -180,19 +180,32 @@ TEST_F(ContextsTest, WhatGoesBeforeItsFirstUseIsSubmittedLeavesNothingBehind) {
   EXPECT_THAT(GetList().Execute(true), IsOk());
 }
 
-TEST_F(ContextsTest, WorkWaitsForThatOfOthersJustWhenTheyHaveSubmittedSome) {
-  const auto count = [&] { return CountCalls([&] { Take(GetList().Execute(true)); }); };
-  Take(GetList().BeginBatch());
-  count();  // the first one of all
-  Take(GetList().BeginBatch());
-  const Int alone = count();
-  Take(GetList().BeginBatch());  // alone still
+TEST_F(ContextsTest, WorkWaitsForThatOfOthersJustWhenItNamesWhatTheyHaveUsed) {
+  const BufferRef shared = MakeBuffer(64), own = MakeBuffer(64), another = MakeBuffer(64);
+  // The calls of the driver that submit work with these buffers.
+  const auto submit = [](CommandList& list, std::initializer_list<BufferRef> buffers) {
+    Take(list.BeginBatch());
+    for (const BufferRef& buffer : buffers) Take(list.Keep(*buffer));
+    return CountCalls([&] { Take(list.Execute(true)); });
+  };
+  submit(GetList(), {own});  // the first one of all
+  const Int alone = submit(GetList(), {own});
+  const Int waiting = alone + 2;  // a barrier of its own before what was recorded
   const DrawportContextRef other = MakeOther();
-  Take(GetList(other).BeginBatch());
-  Take(GetList(other).Execute(false));
-  EXPECT_EQ(count(), alone + 2);  // a barrier of its own before what was recorded
+  submit(GetList(other), {another});
+  EXPECT_EQ(submit(GetList(), {own}), alone);
+  submit(GetList(other), {shared, another});
+  EXPECT_EQ(submit(GetList(), {own}), alone);
+  EXPECT_EQ(submit(GetList(), {own, shared}), waiting);
+  EXPECT_EQ(submit(GetList(), {own, shared}), alone);
+  EXPECT_EQ(submit(GetList(), {another}), alone) << "what that barrier waited for as well";
+  EXPECT_EQ(submit(GetList(other), {shared}), waiting);
+
+  // Recorded before the other one, submitted after it.
   Take(GetList().BeginBatch());
-  EXPECT_EQ(count(), alone);  // nothing was submitted since
+  Take(GetList().Keep(*shared));
+  submit(GetList(other), {shared});
+  EXPECT_EQ(CountCalls([&] { Take(GetList().Execute(true)); }), waiting);
 }
 
 TEST_F(ContextsTest, ABufferIsQuickAgainWhenTheWorkOfOtherContextsIsDone) {
@@ -254,29 +267,36 @@ TEST_F(ContextsTest, WhatFollowsIsReadAheadOnce) {
   EXPECT_EQ(read(kMiB - 4, kMiB - 4), 1);
 }
 
-TEST_F(ContextsTest, WhatWasReadAheadIsNotUsedAfterAnythingElse) {
+TEST_F(ContextsTest, WhatWasReadAheadIsNotUsedAfterOtherWorkWithTheBuffer) {
   SetDrawportDirectMapping(false);
   const DrawportContextRef other = MakeOther();
   const BufferRef buffer = MakeBuffer(4 * kMiB);
   const BufferRef second = MakeBuffer(4 * kMiB);
-  const std::function<void()> others[] = {
-      [&] { Take(GetList().BeginBatch()); },
-      [&] { Take(GetList().BeginBatch()), Take(GetList().Execute(true)); },
-      [&] { Take(GetList(other).BeginBatch()), Take(GetList(other).Execute(false)); },
-      [&] { Read(GetList(), *second, 0, 4); },
-      [&] { Read(GetList(other), *second, 0, 4); },
-      [&] { Take(static_cast<Context&>(*_first).FreeTrash()); },
+  const auto use = [&](const DrawportContextRef& context, BufferResource& used) {
+    Take(GetList(context).BeginBatch());
+    Take(GetList(context).Keep(used));
   };
-  for (std::size_t i = 0; i < std::size(others); ++i) {
+  struct Case {
+    std::function<void()> work;
+    Int submissions;  // that the next read makes: of itself, and of what follows it
+  };
+  const Case cases[] = {
+      {[&] { use(_first, *buffer); }, 2},
+      {[&] { use(_first, *buffer), Take(GetList().Execute(true)); }, 2},
+      {[&] { use(other, *buffer), Take(GetList(other).Execute(false)); }, 2},
+      {[&] { Read(GetList(), *second, 0, 4); }, 2},
+      {[&] { Read(GetList(other), *buffer, 0, 4); }, 2},
+      {[&] { Take(static_cast<Context&>(*_first).FreeTrash()); }, 2},
+      {[&] { use(_first, *second), Take(GetList().Execute(true)); }, 1},
+      {[&] { use(other, *second), Take(GetList(other).Execute(false)); }, 1},
+      {[&] { Read(GetList(other), *second, 0, 4); }, 1},
+  };
+  for (std::size_t i = 0; i < std::size(cases); ++i) {
     SCOPED_TRACE(i);
     Read(GetList(), *buffer, 0, kMiB);
-    others[i]();
-    EXPECT_EQ(CountSubmissions([&] { Read(GetList(), *buffer, kMiB, kMiB); }), 2);
+    cases[i].work();
+    EXPECT_EQ(CountSubmissions([&] { Read(GetList(), *buffer, kMiB, kMiB); }), cases[i].submissions);
   }
-  // What another context has only recorded is not there yet for anybody.
-  Read(GetList(), *buffer, 0, kMiB);
-  Take(GetList(other).BeginBatch());
-  EXPECT_EQ(CountSubmissions([&] { Read(GetList(), *buffer, kMiB, kMiB); }), 1);
 }
 
 TEST_F(ContextsTest, AReadWorksWhenReadingAheadDoesNot) {

@@ -20,7 +20,7 @@ namespace ostra::test {
 
 struct DriverCounts {
   Int submissions = 0;
-  Int waits = 0;     // of the host for the device
+  Int stops = 0;     // of the host until the device has nothing more to do
   Int barriers = 0;  // calls of vkCmdPipelineBarrier
   Int sets = 0;      // descriptor sets that were allocated
   Int allocations = 0;
@@ -29,7 +29,7 @@ struct DriverCounts {
 };
 
 inline DriverCounts operator-(const DriverCounts& a, const DriverCounts& b) {
-  return {a.submissions - b.submissions, a.waits - b.waits, a.barriers - b.barriers, a.sets - b.sets,
+  return {a.submissions - b.submissions, a.stops - b.stops, a.barriers - b.barriers, a.sets - b.sets,
           a.allocations - b.allocations, a.bytes - b.bytes};
 }
 
@@ -68,10 +68,12 @@ class CountedDriver {
   static VKAPI_ATTR VkResult VKAPI_CALL Submit(VkQueue queue, uint32_t count, const VkSubmitInfo* infos,
                                                VkFence fence) {
     ++g_this->_counts.submissions;
+    const auto* timeline = static_cast<const VkTimelineSemaphoreSubmitInfo*>(infos->pNext);
+    g_this->_submitted[infos->pSignalSemaphores[0]] = timeline->pSignalSemaphoreValues[0];
     return g_this->_submit.original(queue, count, infos, fence);
   }
   static VKAPI_ATTR VkResult VKAPI_CALL Wait(VkDevice device, const VkSemaphoreWaitInfo* info, uint64_t timeout) {
-    ++g_this->_counts.waits;
+    if (info->pValues[0] == g_this->_submitted[info->pSemaphores[0]]) ++g_this->_counts.stops;
     const VkResult result = g_this->_wait.original(device, info, timeout);
     uint64_t& awaited = g_this->_awaited[info->pSemaphores[0]];
     awaited = std::max(awaited, info->pValues[0]);
@@ -127,7 +129,7 @@ class CountedDriver {
 
   static inline CountedDriver* g_this = nullptr;
   DriverCounts _counts;
-  std::map<VkSemaphore, uint64_t> _awaited;
+  std::map<VkSemaphore, uint64_t> _submitted, _awaited;  // the last value of each
   Place<PFN_vkQueueSubmit> _submit;
   Place<PFN_vkWaitSemaphores> _wait;
   Place<PFN_vkGetSemaphoreCounterValue> _getValue;

@@ -62,7 +62,7 @@ std::string GetRow(const std::string& workload, const DriverCounts& counts) {
   std::ostringstream row;
   row << workload;
   for (const Int count :
-       {counts.submissions, counts.waits, counts.barriers, counts.sets, counts.allocations, counts.bytes})
+       {counts.submissions, counts.stops, counts.barriers, counts.sets, counts.allocations, counts.bytes})
     row << " " << count;
   return row.str();
 }
@@ -130,7 +130,7 @@ class GpuDriverCountsTest : public vulkan::DriverTest {
     const DriverCounts before = _driver->GetCounts();
     work();
     EXPECT_EQ(GetRow(workload, _driver->GetCounts() - before), FindRow(workload))
-        << "columns: submissions, waits, barriers, sets, allocations, bytes";
+        << "columns: submissions, stops, barriers, sets, allocations, bytes";
   }
 
  private:
