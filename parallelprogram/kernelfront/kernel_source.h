@@ -41,10 +41,10 @@ struct KernelSourceOptions {
   Bool isScalar = false;
   // Leaves out PRINT and ASSERT, with all that they compute.
   Bool isSilent = false;
-  // Checks indices, divisions and steps of loops (kernellanguage/plain_checks.cpp) of a kernel that the front end
+  // Checks indices, divisions and steps of loops (kernellanguage/plain_checks.h) of a kernel that the front end
   // understands.
   Bool isChecked = false;
-  // Records the values that one invocation writes (kernellanguage/plain_traces.cpp).
+  // Records the values that one invocation writes (kernellanguage/plain_traces.h).
   Bool isTraced = false;
   // Messages name the lines of the file and show none.
   Bool isHidden = false;

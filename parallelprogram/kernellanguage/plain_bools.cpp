@@ -1,5 +1,6 @@
-// Vectors of bools in the plain form: vectors of ints, 0 and 1, because not every language has others.
-#include "parallelprogram/kernellanguage/plain_printer.h"
+#include "parallelprogram/kernellanguage/plain_bools.h"
+
+#include "parallelprogram/kernellanguage/plain_expressions.h"
 
 namespace ostra::kernellanguage {
 namespace {
@@ -23,44 +24,22 @@ std::string_view GetComparison(WordId word) {
 
 }  // namespace
 
-Bool PlainPrinter::IsBoolVector(TypeIndex type) const {
-  return _types.IsVector(type) && _types[type].scalar == Scalar::kBool;
-}
-
-// Of a parameter, whose numbers may be any: 1 for those that are not 0.
-std::string PlainPrinter::BoolsOf(const std::string& numbers, NodeIndex node) const {
-  const TypeIndex type = GetVectorType(Scalar::kInt32, _types[_resolved.type[node]].count);
-  std::vector<std::string> components;
-  for (const std::string& component : Components(numbers, type))
-    components.push_back(Join({"int(", component, " != 0)"}));
-  return Join({_types.GetName(type), "(", JoinList(components), ")"});
-}
-
-// b.x, b[1] and b[k]: whether the number is not 0.
-std::string PlainPrinter::BoolComponent(NodeIndex node) {
+std::string PlainBools::BoolComponent(NodeIndex node) {
   const NodeIndex whole = Child(node, 0);
-  const std::string numbers = KindOf(whole) == NodeKind::kUniform && !_hoisted.contains(whole)
+  const std::string numbers = KindOf(whole) == NodeKind::kUniform && !_kept.IsKept(whole)
                                   ? Join({"UNIFORM(", _tree.GetName(whole), ")"})
-                                  : Expression(whole, Binding::kPostfix);
+                                  : _expressions.Expression(whole, Binding::kPostfix);
   std::string part;
   if (KindOf(node) == NodeKind::kMemberOf)
-    part = MemberText(node);
-  else if (const auto number = FindNumber(Child(node, 1)); number.value_or(4) < 4)
+    part = _expressions.MemberText(node);
+  else if (const auto number = _kernel.FindNumber(Child(node, 1)); number.value_or(4) < 4)
     part = Join({".", GetComponentName(*number)});
   else
-    part = Join({"[", CheckIndex(node, Expression(Child(node, 1), Binding::kComma)), "]"});
+    part = Join({"[", _checks.CheckIndex(node, _expressions.Expression(Child(node, 1), Binding::kComma)), "]"});
   return Join({"(", numbers, MarkOf(node), part, " != 0)"});
 }
 
-Bool IsComparisonOfVectors(const SyntaxTree& tree, const ResolvedTree& resolved, NodeIndex node) {
-  const Operation operation = tree.nodes[node].operation;
-  const Bool isEquality = operation == Operation::kEqual || operation == Operation::kNotEqual;
-  return tree.Is(node, NodeKind::kBinary) && isEquality &&
-         resolved.types.IsVector(resolved.converted[tree.GetChild(node, 0)]);
-}
-
-// == and != of vectors, which give a vector in HLSL and Metal.
-std::string PlainPrinter::CallComparison(NodeIndex node) {
+std::string PlainBools::CallComparison(NodeIndex node) {
   const Bool isEqual = _tree.nodes[node].operation == Operation::kEqual;
   const TypeIndex type = _resolved.converted[Child(node, 0)];
   std::string value;
@@ -69,12 +48,12 @@ std::string PlainPrinter::CallComparison(NodeIndex node) {
                    : isEqual ? " && "
                              : " || ",
                    "v0.", GetComponentName(i), isEqual ? " == " : " != ", "v1.", GetComponentName(i)});
-  return CallHelper(Join({isEqual ? "ostra_equal_" : "ostra_different_", HelperWord(type)}), kBoolType, {type, type},
-                    Join({"\treturn ", value, ";\n"}), {Expression(Child(node, 0)), Expression(Child(node, 1))});
+  return _helpers.Call(Join({isEqual ? "ostra_equal_" : "ostra_different_", _names.HelperWord(type)}), kBoolType,
+                       {type, type}, Join({"\treturn ", value, ";\n"}),
+                       {_expressions.Expression(Child(node, 0)), _expressions.Expression(Child(node, 1))});
 }
 
-// lessThan and its relatives, any, all and not.
-std::string PlainPrinter::CallOfBools(NodeIndex node) {
+std::string PlainBools::CallOfBools(NodeIndex node) {
   const WordId word = _resolved.meaning[node].word;
   const auto operands = _tree.GetChildren(node);
   std::vector<TypeIndex> parameters;
@@ -82,8 +61,8 @@ std::string PlainPrinter::CallOfBools(NodeIndex node) {
   std::string name = Join({"ostra_", _tree.GetName(node)});
   for (const NodeIndex operand : operands) {
     parameters.push_back(_resolved.converted[operand]);
-    arguments.push_back(Expression(operand));
-    name += Join({"_", HelperWord(parameters.back())});
+    arguments.push_back(_expressions.Expression(operand));
+    name += Join({"_", _names.HelperWord(parameters.back())});
   }
   const UInt32 count = _types[parameters[0]].count;
   std::vector<std::string> tests;
@@ -103,7 +82,7 @@ std::string PlainPrinter::CallOfBools(NodeIndex node) {
       value += Join({value.empty() ? "" : word == WordId::kAny ? " || " : " && ", test});
   else
     value = Join({TypeName(result), "(", JoinList(tests), ")"});
-  return CallHelper(name, result, parameters, Join({"\treturn ", value, ";\n"}), arguments);
+  return _helpers.Call(name, result, parameters, Join({"\treturn ", value, ";\n"}), arguments);
 }
 
 }  // namespace ostra::kernellanguage

@@ -1,9 +1,11 @@
+#include "parallelprogram/kernellanguage/plain_expressions.h"
+
 #include <charconv>
 
-#include "parallelprogram/kernellanguage/library_words.h"
-#include "parallelprogram/kernellanguage/literal.h"
-#include "parallelprogram/kernellanguage/plain_marks.h"
-#include "parallelprogram/kernellanguage/plain_printer.h"
+#include "parallelprogram/kernellanguage/plain_bools.h"
+#include "parallelprogram/kernellanguage/plain_calls.h"
+#include "parallelprogram/kernellanguage/plain_construction.h"
+#include "parallelprogram/kernellanguage/plain_matrices.h"
 
 namespace ostra::kernellanguage {
 namespace {
@@ -49,42 +51,54 @@ Bool NeedsParentheses(Operation inner, Operation outer, Bool isRight) {
   return a.isDoubtful || b.isDoubtful || isLogicalMixture || a.level < b.level || (isRight && a.level == b.level);
 }
 
-}  // namespace
-
-std::string PlainPrinter::Mark(SourceOffset offset) { return MakeMark(offset); }
-
-std::string PlainPrinter::TypeName(TypeIndex type) {
-  while (_types[type].kind == TypeKind::kArray) type = _types[type].element;
-  if (_types[type].kind == TypeKind::kStruct) return NameOf(_types[type].declaration);
-  if (IsMatrix(type) && _types[type].count == 2) return "vec4";
-  if (IsBoolVector(type)) return _types.GetName(GetVectorType(Scalar::kInt32, _types[type].count));
-  if (IsSmall(type)) return "int";
-  return _types.GetName(type);
-}
-
-std::string PlainPrinter::ArraySizes(const TypeTable& types, TypeIndex type) {
-  const Type& kind = types[type];
-  if (kind.kind != TypeKind::kArray) return "";
-  return Join({"[", std::to_string(kind.count), "]", ArraySizes(types, kind.element)});
-}
-
-// Numbers of 64 bits are put together, because languages have different letters behind them, or none.
-std::string PlainPrinter::WideLiteral(const LiteralValue& value) {
-  const std::string name(kernellanguage::GetName(value.scalar));
-  const auto low = static_cast<UInt32>(value.integer), high = static_cast<UInt32>(value.integer >> 32);
-  if (high == 0) return Join({name, "(", std::to_string(low), "u)"});
-  return Join({"(", name, "(", std::to_string(high), "u) << 32) | ", name, "(", std::to_string(low), "u)"});
-}
-
 // 0.1 is a float before it becomes a double, but compilers for GPUs may convert all digits that they see.
-static std::string PrintDigits(Float64 rounded) {
+std::string PrintDigits(Float64 rounded) {
   char digits[32];
   std::string text(digits, std::to_chars(digits, digits + sizeof(digits), rounded, std::chars_format::general, 17).ptr);
   return text.find_first_of(".e") == std::string::npos ? text + ".0" : text;
 }
 
-// An integer is written as the number that it is wanted as; 1 becomes 1.0 or 1u.
-std::string PlainPrinter::Literal(NodeIndex node, TypeIndex wanted) const {
+}  // namespace
+
+PlainExpressions::PlainExpressions(const PlainBasis& basis, const Uses& uses)
+    : PlainPart(basis),
+      _kept(uses.kept),
+      _values(uses.values),
+      _checks(uses.checks),
+      _bools(uses.bools),
+      _calls(uses.calls),
+      _construction(uses.construction),
+      _matrices(uses.matrices) {}
+
+std::string PlainExpressions::Expression(NodeIndex node, Binding lowest) {
+  if (_resolved.converted[node] == _resolved.type[node]) return Value(node, lowest);
+  const Bool isNumber = KindOf(node) == NodeKind::kLiteral && _types.IsScalar(_resolved.converted[node]) &&
+                        !_kernel.IsSmall(_resolved.converted[node]);
+  const Bool isNegative = KindOf(node) == NodeKind::kUnary && _tree.nodes[node].operation == Operation::kMinus &&
+                          KindOf(Child(node, 0)) == NodeKind::kLiteral && _resolved.converted[node] == kFloatType;
+  if (isNegative && lowest <= Binding::kUnary) return Join({MarkOf(node), "-", Literal(Child(node, 0), kFloatType)});
+  return isNumber ? MarkOf(node) + Literal(node, _resolved.converted[node]) : _construction.Convert(node);
+}
+
+std::string PlainExpressions::Value(NodeIndex node, Binding lowest) {
+  if (const std::string* kept = _kept.Find(node)) return *kept;
+  Binding binding = Binding::kPostfix;
+  std::string text = ValueItself(node, binding);
+  return binding < lowest ? Join({"(", text, ")"}) : text;
+}
+
+std::string PlainExpressions::PartText(const TypedNode& part, Binding lowest) {
+  return part.type == _resolved.type[part.node] ? Value(part.node, lowest) : Expression(part.node, lowest);
+}
+
+std::string PlainExpressions::List(NodeIndex node, std::size_t first) {
+  const auto children = _tree.GetChildren(node);
+  std::string list;
+  for (std::size_t i = first; i < children.size(); ++i) list += Join({i == first ? "" : ", ", Expression(children[i])});
+  return list;
+}
+
+std::string PlainExpressions::Literal(NodeIndex node, TypeIndex wanted) const {
   const std::string_view text = _tree.GetName(node);
   const TypeIndex type = _resolved.type[node];
   LiteralValue value;
@@ -101,109 +115,48 @@ std::string PlainPrinter::Literal(NodeIndex node, TypeIndex wanted) const {
   return Join({_types.GetName(wanted), "(", text, ")"});
 }
 
-std::string PlainPrinter::Expression(NodeIndex node, Binding lowest) {
-  if (_resolved.converted[node] == _resolved.type[node]) return Value(node, lowest);
-  const Bool isNumber = KindOf(node) == NodeKind::kLiteral && _types.IsScalar(_resolved.converted[node]) &&
-                        !IsSmall(_resolved.converted[node]);
-  const Bool isNegative = KindOf(node) == NodeKind::kUnary && _tree.nodes[node].operation == Operation::kMinus &&
-                          KindOf(Child(node, 0)) == NodeKind::kLiteral && _resolved.converted[node] == kFloatType;
-  if (isNegative && lowest <= Binding::kUnary) return Join({MarkOf(node), "-", Literal(Child(node, 0), kFloatType)});
-  return isNumber ? MarkOf(node) + Literal(node, _resolved.converted[node]) : Convert(node);
-}
-
-std::string PlainPrinter::Value(NodeIndex node, Binding lowest) {
-  if (const auto hoisted = _hoisted.find(node); hoisted != _hoisted.end()) return hoisted->second;
-  Binding binding = Binding::kPostfix;
-  std::string text = ValueItself(node, binding);
-  return binding < lowest ? Join({"(", text, ")"}) : text;
-}
-
-std::string PlainPrinter::Operand(NodeIndex node, Operation operation, Bool isRight) {
-  const Bool isItself = _resolved.converted[node] == _resolved.type[node];
-  if (isItself && KindOf(node) == NodeKind::kBinary &&
-      NeedsParentheses(_tree.nodes[node].operation, operation, isRight))
-    return Join({"(", Value(node, Binding::kComma), ")"});
-  return Expression(node, Binding::kBinary);
-}
-
-std::string PlainPrinter::List(NodeIndex node, std::size_t first) {
-  const auto children = _tree.GetChildren(node);
-  std::string list;
-  for (std::size_t i = first; i < children.size(); ++i) list += Join({i == first ? "" : ", ", Expression(children[i])});
-  return list;
-}
-
-// As it is written: the translator reads it.
-std::string PlainPrinter::NoiseNumber(NodeIndex number) {
-  if (KindOf(number) == NodeKind::kLiteral) return Join({MarkOf(number), _tree.GetName(number)});
-  return Value(number, Binding::kAssignment);
-}
-
-std::string PlainPrinter::ValueItself(NodeIndex node, Binding& binding) {
-  const auto child = [&](std::size_t i) { return Child(node, i); };
-  const Operation operation = _tree.nodes[node].operation;
-  const std::string_view sign = GetSpelling(operation), name = _tree.GetName(node);
+std::string PlainExpressions::MemberText(NodeIndex node) const {
   const Meaning& meaning = _resolved.meaning[node];
+  const TypeIndex type = _resolved.type[Child(node, 0)];
+  if (meaning.kind == MeaningKind::kComponent && _types.IsVector(type))
+    return Join({".", GetComponentName(meaning.number)});
+  if (meaning.kind == MeaningKind::kComponent && _kernel.IsMatrix(type))
+    return _values.MakeColumn("", _types[type].count, meaning.number);
+  if (meaning.kind == MeaningKind::kMember) return Join({".", NameOf(meaning.target)});
+  return Join({".", _tree.GetName(node)});
+}
+
+void PlainExpressions::CheckPlainPlace(NodeIndex place) {
+  while (KindOf(place) == NodeKind::kMemberOf || KindOf(place) == NodeKind::kIndex) place = Child(place, 0);
+  if (_kept.IsKept(place)) Refuse(place, "a place that is changed twice in one expression");
+}
+
+std::string PlainExpressions::ValueItself(NodeIndex node, Binding& binding) {
+  const auto child = [&](std::size_t i) { return Child(node, i); };
+  const std::string_view sign = GetSpelling(_tree.nodes[node].operation), name = _tree.GetName(node);
   const std::string mark = MarkOf(node);
   switch (KindOf(node)) {
-    case NodeKind::kLiteral: {
-      LiteralValue value;
-      const Bool isWide = ParseLiteral(name, value) && IsInteger(value.scalar) && GetSize(value.scalar) == 8;
-      if (!isWide) return Join({mark, name});
-      binding = value.integer >> 32 == 0 ? Binding::kPostfix : Binding::kConditional;
-      return mark + WideLiteral(value);
-    }
+    case NodeKind::kLiteral:
+      return mark + LiteralItself(node, binding);
     case NodeKind::kName:
       return mark + Name(node, binding);
     case NodeKind::kUniform:
-      // A bool is a uint on a GPU.
-      if (_options.isForGpu && _resolved.type[node] == kBoolType) return Join({mark, "(UNIFORM(", name, ") != 0u)"});
-      if (_options.isForGpu && IsWidenedUniform(_resolved.type[node]))
-        return Join({mark, TypeName(_resolved.type[node]), "(UNIFORM(", name, "))"});
-      if (IsBoolVector(_resolved.type[node])) return Join({mark, BoolsOf(Join({"UNIFORM(", name, ")"}), node)});
-      return Join({mark, "UNIFORM(", name, ")"});
+      return mark + Uniform(node);
     case NodeKind::kBuffer:
       return Join({mark, "UNIFORM_BUFFER(", name, ")"});
     case NodeKind::kLocalData:
       return Join({mark, "LOCALDATA(", name, ", ", Expression(child(0)), ", ", Expression(child(1)), ")"});
-    case NodeKind::kUnary: {
-      if (operation == Operation::kIncrement || operation == Operation::kDecrement) CheckPlainPlace(child(0));
+    case NodeKind::kUnary:
       binding = Binding::kUnary;
-      // "- -x" is no "--x".
-      const Bool isSignAgain = KindOf(child(0)) == NodeKind::kUnary;
-      return Join({mark, sign, Expression(child(0), isSignAgain ? Binding::kPostfix : Binding::kUnary)});
-    }
+      return mark + Unary(node);
     case NodeKind::kPostfix:
       CheckPlainPlace(child(0));
       return Join({Value(child(0), Binding::kPostfix), mark, sign});
-    case NodeKind::kBinary: {
-      const TypeIndex computed = _resolved.computed[node];
-      const Part left{child(0), _resolved.converted[child(0)]}, right{child(1), _resolved.converted[child(1)]};
-      if (meaning.word == WordId::kMul) return mark + MultiplyMatrix(_resolved.type[node], left, right);
-      // One of two columns is a vector here, and computed as one.
-      if (computed != kUnknownType && IsMatrix(computed) && _types[computed].count != 2 &&
-          IsMatrix(_resolved.type[node]))
-        return mark + ComputeMatrix(operation, _resolved.type[node], left, right);
-      if (_options.hasChecks && MayOverflow(node) && !IsSimple(child(0)))
-        return mark + CallQuotient(node, Expression(child(0)), Expression(child(1)));
-      if (_options.isForGpu && IsComparisonOfVectors(_tree, _resolved, node)) return mark + CallComparison(node);
-      if (IsOpenRemainder(node)) {
-        const std::string value = Expression(child(0));
-        return mark + CallRemainder(left.type, right.type, value, CheckDivisor(node, Expression(child(1)), value));
-      }
-      binding = Binding::kBinary;
-      const std::string value = Operand(child(0), operation, false);
-      return Join({value, " ", mark, sign, " ", CheckDivisor(node, Operand(child(1), operation, true), value)});
-    }
-    case NodeKind::kAssign: {
-      CheckPlainPlace(child(0));
+    case NodeKind::kBinary:
+      return Binary(node, binding);
+    case NodeKind::kAssign:
       binding = Binding::kAssignment;
-      const std::string place = Value(child(0), Binding::kUnary);
-      const std::string value = CheckDivisor(node, Expression(child(1)), place);
-      if (!IsOpenRemainder(node)) return Join({place, " ", mark, sign, "= ", value});
-      return Join(
-          {place, " ", mark, "= ", CallRemainder(GetDividendType(node), _resolved.converted[child(1)], place, value)});
-    }
+      return Assign(node);
     case NodeKind::kConditional:
       binding = Binding::kConditional;
       return Join({Expression(child(0), Binding::kUnary), " ", mark, "? ", Expression(child(1), Binding::kUnary), " : ",
@@ -213,28 +166,21 @@ std::string PlainPrinter::ValueItself(NodeIndex node, Binding& binding) {
       return Join({Value(child(0), Binding::kComma), mark, ", ", Expression(child(1))});
     case NodeKind::kConstruct:
     case NodeKind::kCast:
-      return mark + Construct(node, 1);
+      return mark + _construction.Construct(node, 1);
     case NodeKind::kMemberOf:
-      if (meaning.kind == MeaningKind::kSwizzle) return mark + Swizzle(node);
-      if (IsBoolComponent(node)) return BoolComponent(node);
-      return Join({IsStoredSmall(node) ? "int(" : "", Expression(child(0), Binding::kPostfix), mark, MemberText(node),
-                   IsStoredSmall(node) ? ")" : ""});
+      return Member(node);
     case NodeKind::kIndex:
-      if (IsBoolComponent(node)) return BoolComponent(node);
-      if (IsMatrix(_resolved.converted[child(0)])) return mark + Column(node);
-      if (_types.IsVector(_resolved.converted[child(0)]) && FindNumber(child(1)).value_or(4) < 4)
-        return Join({Expression(child(0), Binding::kPostfix), mark, ".", GetComponentName(*FindNumber(child(1)))});
-      if (IsElementOfTable(node)) return Join({mark, CallTable(node)});
-      return Join({IsStoredSmall(node) ? "int(" : "", Value(child(0), Binding::kPostfix), mark, "[",
-                   CheckIndex(node, Expression(child(1), Binding::kComma)), IsStoredSmall(node) ? "])" : "]"});
-    case NodeKind::kInitializerList:
-      if (_types.IsVector(_resolved.type[node]) || IsMatrix(_resolved.type[node])) return mark + Construct(node, 0);
+      return Index(node);
+    case NodeKind::kInitializerList: {
+      const TypeIndex type = _resolved.type[node];
+      if (_types.IsVector(type) || _kernel.IsMatrix(type)) return mark + _construction.Construct(node, 0);
       return Join({mark, "{", List(node, 0), "}"});
-    case NodeKind::kCall:
+    }
+    case NodeKind::kCall: {
       // Texels are uint.
-      if (IsSmall(_resolved.type[node]) && meaning.kind == MeaningKind::kWord)
-        return Join({mark, "int(", Call(node), ")"});
-      return mark + Call(node);
+      const Bool isTexel = _kernel.IsSmall(_resolved.type[node]) && _resolved.meaning[node].kind == MeaningKind::kWord;
+      return isTexel ? Join({mark, "int(", _calls.Call(node), ")"}) : mark + _calls.Call(node);
+    }
     default:
       break;
   }
@@ -242,27 +188,101 @@ std::string PlainPrinter::ValueItself(NodeIndex node, Binding& binding) {
   return "";
 }
 
-// What is computed before the statement is a value.
-void PlainPrinter::CheckPlainPlace(NodeIndex place) {
-  while (KindOf(place) == NodeKind::kMemberOf || KindOf(place) == NodeKind::kIndex) place = Child(place, 0);
-  if (_hoisted.contains(place)) Refuse(place, "a place that is changed twice in one expression");
+std::string PlainExpressions::LiteralItself(NodeIndex node, Binding& binding) const {
+  const std::string_view text = _tree.GetName(node);
+  LiteralValue value;
+  const Bool isWide = ParseLiteral(text, value) && IsInteger(value.scalar) && GetSize(value.scalar) == 8;
+  if (!isWide) return std::string(text);
+  binding = value.integer >> 32 == 0 ? Binding::kPostfix : Binding::kConditional;
+  return WideLiteral(value);
 }
 
-std::string PlainPrinter::MemberText(NodeIndex node) const {
-  const Meaning& meaning = _resolved.meaning[node];
-  const TypeIndex type = _resolved.type[Child(node, 0)];
-  if (meaning.kind == MeaningKind::kComponent && _types.IsVector(type))
-    return Join({".", GetComponentName(meaning.number)});
-  if (meaning.kind == MeaningKind::kComponent && IsMatrix(type))
-    return MakeColumn("", _types[type].count, meaning.number);
-  if (meaning.kind == MeaningKind::kMember) return Join({".", NameOf(meaning.target)});
-  return Join({".", _tree.GetName(node)});
+std::string PlainExpressions::Uniform(NodeIndex node) const {
+  const TypeIndex type = _resolved.type[node];
+  const std::string uniform = Join({"UNIFORM(", _tree.GetName(node), ")"});
+  // A bool is a uint on a GPU.
+  if (_options.isForGpu && type == kBoolType) return Join({"(", uniform, " != 0u)"});
+  if (_options.isForGpu && IsWidenedUniform(type)) return Join({TypeName(type), "(", uniform, ")"});
+  return _kernel.IsBoolVector(type) ? _values.BoolsOf(uniform, node) : uniform;
 }
 
-std::string PlainPrinter::Name(NodeIndex node, Binding& binding) {
+std::string PlainExpressions::Unary(NodeIndex node) {
+  const Operation operation = _tree.nodes[node].operation;
+  const NodeIndex operand = Child(node, 0);
+  if (operation == Operation::kIncrement || operation == Operation::kDecrement) CheckPlainPlace(operand);
+  // "- -x" is no "--x".
+  const Bool isSignAgain = KindOf(operand) == NodeKind::kUnary;
+  return Join({GetSpelling(operation), Expression(operand, isSignAgain ? Binding::kPostfix : Binding::kUnary)});
+}
+
+std::string PlainExpressions::Binary(NodeIndex node, Binding& binding) {
+  const NodeIndex first = Child(node, 0), second = Child(node, 1);
+  const Operation operation = _tree.nodes[node].operation;
+  const TypeIndex type = _resolved.type[node], computed = _resolved.computed[node];
+  const TypedNode left{first, _resolved.converted[first]}, right{second, _resolved.converted[second]};
+  const std::string mark = MarkOf(node);
+  if (_resolved.meaning[node].word == WordId::kMul) return mark + _matrices.MultiplyMatrix(type, left, right);
+  // One of two columns is a vector here, and computed as one.
+  const Bool isOfMatrices = computed != kUnknownType && _kernel.IsMatrix(computed) && _types[computed].count != 2;
+  if (isOfMatrices && _kernel.IsMatrix(type)) return mark + _matrices.ComputeMatrix(operation, type, left, right);
+  if (_options.hasChecks && _kernel.MayOverflow(node) && !_kept.IsSimple(first))
+    return mark + _checks.CallQuotient(node, Expression(first), Expression(second));
+  if (_options.isForGpu && IsComparisonOfVectors(_tree, _resolved, node)) return mark + _bools.CallComparison(node);
+  if (_kernel.IsOpenRemainder(node)) {
+    const std::string value = Expression(first);
+    const std::string divisor = _checks.CheckDivisor(node, Expression(second), value);
+    return mark + _values.CallRemainder(left.type, right.type, value, divisor);
+  }
+  binding = Binding::kBinary;
+  const std::string value = Operand(first, operation, false);
+  const std::string other = _checks.CheckDivisor(node, Operand(second, operation, true), value);
+  return Join({value, " ", mark, GetSpelling(operation), " ", other});
+}
+
+std::string PlainExpressions::Assign(NodeIndex node) {
+  const NodeIndex target = Child(node, 0), assigned = Child(node, 1);
+  CheckPlainPlace(target);
+  const std::string place = Value(target, Binding::kUnary);
+  const std::string value = _checks.CheckDivisor(node, Expression(assigned), place);
+  if (!_kernel.IsOpenRemainder(node))
+    return Join({place, " ", MarkOf(node), GetSpelling(_tree.nodes[node].operation), "= ", value});
+  return Join({place, " ", MarkOf(node), "= ",
+               _values.CallRemainder(_kernel.GetDividendType(node), _resolved.converted[assigned], place, value)});
+}
+
+std::string PlainExpressions::Member(NodeIndex node) {
+  if (_resolved.meaning[node].kind == MeaningKind::kSwizzle) return MarkOf(node) + _construction.Swizzle(node);
+  if (_kernel.IsBoolComponent(node)) return _bools.BoolComponent(node);
+  const std::string part = Join({Expression(Child(node, 0), Binding::kPostfix), MarkOf(node), MemberText(node)});
+  return _kernel.IsStoredSmall(node) ? Join({"int(", part, ")"}) : part;
+}
+
+std::string PlainExpressions::Index(NodeIndex node) {
+  const NodeIndex whole = Child(node, 0), index = Child(node, 1);
+  if (_kernel.IsBoolComponent(node)) return _bools.BoolComponent(node);
+  if (_kernel.IsMatrix(_resolved.converted[whole])) return MarkOf(node) + _matrices.Column(node);
+  const auto number = _kernel.FindNumber(index);
+  if (_types.IsVector(_resolved.converted[whole]) && number.value_or(4) < 4)
+    return Join({Expression(whole, Binding::kPostfix), MarkOf(node), ".", GetComponentName(*number)});
+  if (IsElementOfTable(node)) return MarkOf(node) + CallTable(node);
+  const std::string container = Value(whole, Binding::kPostfix);
+  const std::string checked = _checks.CheckIndex(node, Expression(index, Binding::kComma));
+  const std::string element = Join({container, MarkOf(node), "[", checked, "]"});
+  return _kernel.IsStoredSmall(node) ? Join({"int(", element, ")"}) : element;
+}
+
+std::string PlainExpressions::Operand(NodeIndex node, Operation operation, Bool isRight) {
+  const Bool isItself = _resolved.converted[node] == _resolved.type[node];
+  if (isItself && KindOf(node) == NodeKind::kBinary &&
+      NeedsParentheses(_tree.nodes[node].operation, operation, isRight))
+    return Join({"(", Value(node, Binding::kComma), ")"});
+  return Expression(node, Binding::kBinary);
+}
+
+std::string PlainExpressions::Name(NodeIndex node, Binding& binding) {
   const Meaning& meaning = _resolved.meaning[node];
   if (meaning.kind != MeaningKind::kVariable) return std::string(_tree.GetName(node));
-  if (!_options.isForGpu || !_fileConstants.contains(meaning.target)) return NameOf(meaning.target);
+  if (!_options.isForGpu || !_kernel.fileConstants.contains(meaning.target)) return NameOf(meaning.target);
   // Variables outside of functions mean something else in every language.
   const NodeIndex value = Child(meaning.target, 2);
   if (value == kNoNode || _types[_resolved.type[meaning.target]].kind == TypeKind::kArray) {
@@ -273,17 +293,25 @@ std::string PlainPrinter::Name(NodeIndex node, Binding& binding) {
   return Expression(value, Binding::kPostfix);
 }
 
+// Numbers of 64 bits are put together, because languages have different letters behind them, or none.
+std::string PlainExpressions::WideLiteral(const LiteralValue& value) {
+  const std::string name(kernellanguage::GetName(value.scalar));
+  const auto low = static_cast<UInt32>(value.integer), high = static_cast<UInt32>(value.integer >> 32);
+  if (high == 0) return Join({name, "(", std::to_string(low), "u)"});
+  return Join({"(", name, "(", std::to_string(high), "u) << 32) | ", name, "(", std::to_string(low), "u)"});
+}
+
 // Whether the indices lead from a table outside of functions to one of its numbers.
-Bool PlainPrinter::IsElementOfTable(NodeIndex node) const {
+Bool PlainExpressions::IsElementOfTable(NodeIndex node) const {
   if (!_options.isForGpu || _types[_resolved.type[node]].kind == TypeKind::kArray) return false;
   while (KindOf(node) == NodeKind::kIndex && _types[_resolved.type[Child(node, 0)]].kind == TypeKind::kArray)
     node = Child(node, 0);
   return KindOf(node) == NodeKind::kName && _types[_resolved.type[node]].kind == TypeKind::kArray &&
-         _fileConstants.contains(_resolved.meaning[node].target);
+         _kernel.fileConstants.contains(_resolved.meaning[node].target);
 }
 
 // A table of numbers is a function of their indices.
-std::string PlainPrinter::CallTable(NodeIndex node) {
+std::string PlainExpressions::CallTable(NodeIndex node) {
   std::vector<std::string> indices;
   const TypeIndex element = _resolved.type[node];
   for (; KindOf(node) == NodeKind::kIndex; node = Child(node, 0)) {
@@ -294,64 +322,13 @@ std::string PlainPrinter::CallTable(NodeIndex node) {
   const NodeIndex table = _resolved.meaning[node].target;
   const std::string name = Join({"ostra_table_", NameOf(table)});
   std::string body;
-  if (!_helperNames.contains(name)) {
+  if (!_helpers.IsDefined(name)) {
     std::string place = "values";
     for (std::size_t i = 0; i < indices.size(); ++i) place += Join({"[v", std::to_string(i), "]"});
-    body = Join({"\tconst ", TypeName(element), " values", ArraySizes(_types, _resolved.type[table]), " = ",
+    body = Join({"\tconst ", TypeName(element), " values", _names.ArraySizes(_resolved.type[table]), " = ",
                  Expression(Child(table, 2)), ";\n\treturn ", place, ";\n"});
   }
-  return CallHelper(name, element, std::vector<TypeIndex>(indices.size(), kIntType), body, indices);
-}
-
-Bool PlainPrinter::IsChanged(NodeIndex parameter) const { return SetsArgument(_tree.nodes[parameter].flags); }
-
-std::string PlainPrinter::Argument(NodeIndex call, std::size_t index) {
-  const NodeIndex argument = Child(call, index);
-  if (!IsChangedArgument(call, index) || KindOf(argument) == NodeKind::kName) return Expression(argument);
-  CheckPlainPlace(argument);
-  return call == _copyingCall && IsCopied(argument) ? CopyArgument(argument) : Expression(argument);
-}
-
-std::string PlainPrinter::Arguments(NodeIndex node) {
-  std::string list;
-  for (std::size_t i = 0; i < _tree.GetChildren(node).size(); ++i)
-    list += Join({i == 0 ? "" : ", ", Argument(node, i)});
-  return list;
-}
-
-std::string PlainPrinter::Call(NodeIndex node) {
-  const Meaning& meaning = _resolved.meaning[node];
-  if (meaning.kind == MeaningKind::kWord && meaning.word >= WordId::kLessThan && meaning.word <= WordId::kNot)
-    return CallOfBools(node);
-  if (meaning.kind == MeaningKind::kWord && IsGroupWord(meaning.word)) return CallOfGroup(node);
-  if (meaning.kind == MeaningKind::kWord && IsLibraryWord(meaning.word)) return CallOfLibrary(node);
-  if (meaning.kind == MeaningKind::kWord && !_tree.GetChildren(node).empty()) {
-    const auto operands = _tree.GetChildren(node);
-    const auto isSmall = [&](NodeIndex operand) {
-      const TypeIndex type = _resolved.converted[operand];
-      return IsMatrix(type) && _types[type].count == 2;
-    };
-    if (meaning.word == WordId::kMul && operands.size() == 2)
-      return MultiplyMatrix(_resolved.type[node], {operands[0], _resolved.converted[operands[0]]},
-                            {operands[1], _resolved.converted[operands[1]]});
-    if (isSmall(operands[0])) return CallOfSmallMatrix(node);
-  }
-  if (NeedsCheck(node))
-    return Join({_tree.GetName(node), "(", Expression(Child(node, 0)), ", ", Expression(Child(node, 1)), ", ",
-                 CheckLayer(node, Expression(Child(node, 2))), ")"});
-  if (meaning.kind == MeaningKind::kWord && meaning.word == WordId::kRenderNoise)
-    return Join({"RenderNoise(", NoiseNumber(Child(node, 0)), ", ", List(node, 1), ")"});
-  if (meaning.kind != MeaningKind::kFunction) return Join({_tree.GetName(node), "(", List(node, 0), ")"});
-  std::string arguments = Arguments(node);
-  // Arguments that are not given.
-  const auto parameters = _tree.GetChildren(meaning.target);
-  for (std::size_t i = _tree.GetChildren(node).size() + 1; i + 1 < parameters.size(); ++i) {
-    const NodeIndex value = Child(parameters[i], 2);
-    if (value == kNoNode) continue;
-    arguments += Join({arguments.empty() ? "" : ", ", Expression(value)});
-  }
-  if (_reportingFunctions.contains(meaning.target)) arguments += Join({arguments.empty() ? "" : ", ", "ostraState"});
-  return Join({NameOf(meaning.target), "(", arguments, ")"});
+  return _helpers.Call(name, element, std::vector<TypeIndex>(indices.size(), kIntType), body, indices);
 }
 
 }  // namespace ostra::kernellanguage

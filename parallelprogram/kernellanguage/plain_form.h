@@ -23,7 +23,7 @@ struct PlainForm {
   std::size_t headerSize = 0;
   std::vector<TextMark> marks;           // in the order of their positions; the first is at 0
   std::optional<NotUnderstood> refusal;  // something that has no plain form; then there is no text
-  // What the kernel reports, for the host that reads its reports (parallelprogram/base/kernel_report.h); empty:
+  // What the kernel reports, for the host that reads its reports (parallelprogram/program/kernel_report.h); empty:
   // nothing.
   std::string reportTable;
 };
@@ -34,7 +34,7 @@ struct PlainOptions {
   // Indices of buffers and arrays, layers of textures, whole numbers that are divided by and steps of loops are
   // checked.
   Bool hasChecks = false;
-  // PRINT and ASSERT give way to records of the values that are written (plain_traces.cpp); without checks.
+  // PRINT and ASSERT give way to records of the values that are written (plain_traces.h); without checks.
   Bool isTraced = false;
 };
 

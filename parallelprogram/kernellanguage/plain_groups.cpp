@@ -1,17 +1,10 @@
-// Words of a work group: what its invocations compute together, by an array in group memory and barriers. The order of
-// all sums is that of the text, so CPU and GPUs give the same bits.
-#include <bit>
+#include "parallelprogram/kernellanguage/plain_groups.h"
 
-#include "parallelprogram/kernellanguage/plain_printer.h"
+#include <bit>
 
 namespace ostra::kernellanguage {
 
-std::string PlainPrinter::GroupCount() const {
-  return std::to_string(_resolved.groupSize[0] * _resolved.groupSize[1] * _resolved.groupSize[2]) + "u";
-}
-
-// The number of the invocation in its group, x first.
-std::string PlainPrinter::NumberInGroup() const {
+std::string PlainGroups::NumberInGroup() const {
   const UInt32* size = _resolved.groupSize;
   std::string number = "InLocalInvocationID.x";
   if (size[1] > 1) number += Join({" + InLocalInvocationID.y * ", std::to_string(size[0]), "u"});
@@ -19,45 +12,18 @@ std::string PlainPrinter::NumberInGroup() const {
   return number;
 }
 
-// Words of one type share an array: each ends with a barrier behind the last time that it is read.
-std::string PlainPrinter::GroupArray(TypeIndex type) {
-  std::string name = Join({kGroupArrayPrefix, HelperWord(type)});
-  _groupArrays.emplace(name, type);
-  return name;
-}
-
-std::string PlainPrinter::DeclareGroupArrays() const {
+std::string PlainGroups::DeclareGroupArrays() const {
   std::string text;
   std::string count = GroupCount();
   count.pop_back();
   for (const auto& [name, type] : _groupArrays)
-    text += Join({Mark(_tree.nodes[_tree.kernel].offset), "\tGROUPSHAREDMEM(", _types.GetName(type), ", ", name, ", ",
-                  count, ")\n"});
+    text += Join({MakeMark(_tree.nodes[_tree.kernel].offset), "\tGROUPSHAREDMEM(", _types.GetName(type), ", ", name,
+                  ", ", count, ")\n"});
   return text;
 }
 
-std::string PlainPrinter::CombineInGroup(WordId word, const std::string& a, const std::string& b) const {
-  switch (word) {
-    case WordId::kGroupReduceMin:
-      return Join({"min(", a, ", ", b, ")"});
-    case WordId::kGroupReduceMax:
-      return Join({"max(", a, ", ", b, ")"});
-    case WordId::kGroupReduceAnd:
-    case WordId::kGroupAll:
-      return Join({a, " & ", b});
-    case WordId::kGroupReduceOr:
-    case WordId::kGroupAny:
-      return Join({a, " | ", b});
-    case WordId::kGroupReduceXor:
-      return Join({a, " ^ ", b});
-    default:
-      return Join({a, " + ", b});
-  }
-}
-
 // Halves of the group onto each other, until the first element holds all.
-std::string PlainPrinter::ReduceGroup(WordId word, TypeIndex type, const std::string& array,
-                                      const std::string& number) {
+std::string PlainGroups::ReduceGroup(WordId word, TypeIndex type, const std::string& array, const std::string& number) {
   const UInt32 count = _resolved.groupSize[0] * _resolved.groupSize[1] * _resolved.groupSize[2];
   const std::string reach = NewName("Reach"), result = NewName("Value");
   const std::string own = Join({array, "[", number, "]"}), other = Join({array, "[", number, " + ", reach, "]"});
@@ -76,7 +42,7 @@ std::string PlainPrinter::ReduceGroup(WordId word, TypeIndex type, const std::st
 }
 
 // Sums of 1, 2, 4, ... invocations up to this one.
-std::string PlainPrinter::ScanGroup(WordId word, TypeIndex type, const std::string& array, const std::string& number) {
+std::string PlainGroups::ScanGroup(WordId word, TypeIndex type, const std::string& array, const std::string& number) {
   const std::string sum = NewName("Value"), reach = NewName("Reach");
   Line({TypeName(type), " ", sum, " = ", array, "[", number, "];"});
   Line({"for (uint ", reach, " = 1u; ", reach, " < ", GroupCount(), "; ", reach, " = ", reach, " * 2u)"});
@@ -106,7 +72,7 @@ std::string PlainPrinter::ScanGroup(WordId word, TypeIndex type, const std::stri
 }
 
 // The value of one invocation, or the bits of 32.
-std::string PlainPrinter::GatherGroup(WordId word, TypeIndex type, const std::string& array, const std::string& index) {
+std::string PlainGroups::GatherGroup(WordId word, TypeIndex type, const std::string& array, const std::string& index) {
   const std::string result = NewName("Value");
   if (word == WordId::kGroupBroadcast) {
     Line({"const ", TypeName(type), " ", result, " = ", array, "[", index, "];"});
@@ -125,27 +91,49 @@ std::string PlainPrinter::GatherGroup(WordId word, TypeIndex type, const std::st
   return result;
 }
 
-std::string PlainPrinter::CallOfGroup(NodeIndex node) {
-  const Meaning& meaning = _resolved.meaning[node];
-  const auto arguments = _tree.GetChildren(node);
+std::string PlainGroups::CombineInGroup(WordId word, const std::string& a, const std::string& b) const {
+  switch (word) {
+    case WordId::kGroupReduceMin:
+      return Join({"min(", a, ", ", b, ")"});
+    case WordId::kGroupReduceMax:
+      return Join({"max(", a, ", ", b, ")"});
+    case WordId::kGroupReduceAnd:
+    case WordId::kGroupAll:
+      return Join({a, " & ", b});
+    case WordId::kGroupReduceOr:
+    case WordId::kGroupAny:
+      return Join({a, " | ", b});
+    case WordId::kGroupReduceXor:
+      return Join({a, " ^ ", b});
+    default:
+      return Join({a, " + ", b});
+  }
+}
+
+// Words of one type share an array: each ends with a barrier behind the last time that it is read.
+std::string PlainGroups::GroupArray(TypeIndex type) {
+  std::string name = Join({kGroupArrayPrefix, _names.HelperWord(type)});
+  _groupArrays.emplace(name, type);
+  return name;
+}
+
+std::string PlainGroups::GroupCount() const {
+  return std::to_string(_resolved.groupSize[0] * _resolved.groupSize[1] * _resolved.groupSize[2]) + "u";
+}
+
+std::string PlainGroups::CallGroup(NodeIndex call, const std::string& value, const std::string& index) {
+  const Meaning& meaning = _resolved.meaning[call];
   const Overload& overload = GetOverloads(meaning.word)[meaning.overload];
   const Bool isBool = overload.parameters[0] == kBoolType;
   const TypeIndex type = isBool ? kUIntType : overload.parameters[0];
-  const std::string value = Expression(arguments[0], isBool ? Binding::kComma : Binding::kAssignment);
-  std::string index;
-  if (arguments.size() == 2) {
-    index = NewName("Index");
-    const std::string given = Expression(arguments[1]);
-    Line({MarkOf(node), "const uint ", index, " = ", given, ";"});
-  }
   const std::string array = GroupArray(type), number = NewName("Invocation");
-  Line({MarkOf(node), "const uint ", number, " = ", NumberInGroup(), ";"});
+  Line({MarkOf(call), "const uint ", number, " = ", NumberInGroup(), ";"});
   Line({array, "[", number, "] = ", isBool ? Join({"uint(", value, ")"}) : value, ";"});
   Line({"groupSharedBarrier;"});
   const Bool isScan = meaning.word == WordId::kGroupScanInclusiveAdd || meaning.word == WordId::kGroupScanExclusiveAdd;
-  const std::string result = arguments.size() == 2 ? GatherGroup(meaning.word, type, array, index)
-                             : isScan              ? ScanGroup(meaning.word, type, array, number)
-                                                   : ReduceGroup(meaning.word, type, array, number);
+  const std::string result = !index.empty() ? GatherGroup(meaning.word, type, array, index)
+                             : isScan       ? ScanGroup(meaning.word, type, array, number)
+                                            : ReduceGroup(meaning.word, type, array, number);
   if (overload.result != kBoolType) return result;
   const std::string condition = NewName("Value");
   Line({"const bool ", condition, " = ", result, " != 0u;"});

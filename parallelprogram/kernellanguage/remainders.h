@@ -1,5 +1,5 @@
 // Remainders that shading languages leave open: those of signed integers, one of which may be negative. C++ and the
-// language of kernels say what they are; the plain form for GPUs computes them from quotients (plain_remainders.cpp).
+// language of kernels say what they are; the plain form for GPUs computes them from quotients (plain_values.h).
 #pragma once
 
 #include <set>

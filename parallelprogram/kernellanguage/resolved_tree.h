@@ -31,7 +31,7 @@
 //   typedef struct { } S;   kStruct with kIsCppOnly; a kType with it is written "struct S"
 //   typedef float4 Colour;  kPrototype; a kType with it has the type itself
 //   [unroll] for (...)      a statement with kIsExtended
-//   PRINT("%v", x), ASSERT(x > 0)    kPrint, kAssert: reports (plain_reports.cpp)
+//   PRINT("%v", x), ASSERT(x > 0)    kPrint, kAssert: reports (plain_reports.h)
 //   const float k = 1.0;    kDeclaration outside of functions
 //   float F(float x) {      kFunction with kIsCppOnly: not inline, or the brace on the same line
 //   float F(float x);       kPrototype, which says nothing that its kFunction does not

@@ -1,5 +1,5 @@
 // What a kernel reports (PRINT, ASSERT) on its way through memory: the words of the buffer kReportBuffer, which its
-// plain form writes (kernellanguage/plain_reports.cpp), and what they say. The same for CPU and GPU, so that texts are,
+// plain form writes (kernellanguage/plain_reports.h), and what they say. The same for CPU and GPU, so that texts are,
 // too.
 #pragma once
 

@@ -95,10 +95,11 @@ class CheckStructureTest(unittest.TestCase):
         return self.root / "ostra/core/a.cpp"
 
     def test_a_function_that_is_too_long_is_found(self):
-        self.write_function(102)
+        most = check_structure.MAXIMAL_FUNCTION
+        self.write_function(most - 3)
         self.expect("functions")
-        self.write_function(103)
-        self.expect("functions", "ostra/core/a.cpp:3: a function of 106 lines; at most 105 are allowed")
+        self.write_function(most - 2)
+        self.expect("functions", f"ostra/core/a.cpp:3: a function of {most + 1} lines; at most {most} are allowed")
 
     def test_functions_are_measured_with_their_signatures_and_closing_braces(self):
         for signature, first, lines in (("Int Sum(Int a) {\n", 3, 4), ("Int Sum(Int a,\n        Int b) {\n", 3, 5),
@@ -114,23 +115,25 @@ class CheckStructureTest(unittest.TestCase):
         self.assertEqual(list(structure_table.find_functions(path)), [])
 
     def test_a_class_that_is_too_wide_is_found(self):
-        members = "".join(f"  Int _a{i} = 0;  // (a)\n" for i in range(37))
-        methods = "".join(f"  void Do{i}(Int a);\n" for i in range(201))
+        most_members, most_methods = check_structure.MAXIMAL_MEMBERS, check_structure.MAXIMAL_METHODS
+        members = "".join(f"  Int _a{i} = 0;  // (a)\n" for i in range(most_members + 1))
+        methods = "".join(f"  void Do{i}(Int a);\n" for i in range(most_methods + 1))
         self.write("ostra/core/a.h", "class OSTRA_API A : public B {\n public:\n  A();\n" + methods + members + "};\n")
-        self.expect("classes", "ostra/core/a.h:1: A has 201 functions; at most 200 are allowed",
-                    "ostra/core/a.h:1: A has 37 members; at most 36 are allowed")
+        self.expect("classes", f"ostra/core/a.h:1: A has {most_methods + 1} functions; at most {most_methods} are allowed",
+                    f"ostra/core/a.h:1: A has {most_members + 1} members; at most {most_members} are allowed")
 
     def test_classes_of_a_class_are_counted_for_themselves(self):
         self.write("ostra/core/a.h", "class A {\n  struct B {\n    Int c, d;\n    Int e;\n    void F();\n  };\n  B _b;\n};\n")
         self.assertEqual(list(structure_table.find_classes(self.root / "ostra/core/a.h")), [("A", 1, 0, 1), ("B", 2, 1, 2)])
 
     def test_a_source_that_reads_too_many_headers_is_found(self):
-        for number in range(111):
+        most = check_structure.MAXIMAL_INCLUDES
+        for number in range(most + 1):
             self.write(f"ostra/core/h{number}.h", f'#pragma once\n#include "ostra/core/h{max(number - 1, 0)}.h"\n')
-        self.write("ostra/core/a.cpp", '#include "ostra/core/h109.h"\n')
+        self.write("ostra/core/a.cpp", '#include "ostra/core/h%d.h"\n' % (most - 1))
         self.expect("includes")
-        self.write("ostra/core/a.cpp", '#include "h110.h"\n')
-        self.expect("includes", "ostra/core/a.cpp:1: reads 111 headers of this repository; at most 110 are allowed")
+        self.write("ostra/core/a.cpp", '#include "h%d.h"\n' % most)
+        self.expect("includes", f"ostra/core/a.cpp:1: reads {most + 1} headers of this repository; at most {most} are allowed")
 
     def test_a_folder_without_a_readme_is_found(self):
         (self.root / "ostra/math/README.md").unlink()

@@ -1,0 +1,115 @@
+#include "parallelprogram/kernellanguage/plain_calls.h"
+
+#include "parallelprogram/kernellanguage/changes.h"
+#include "parallelprogram/kernellanguage/library_words.h"
+#include "parallelprogram/kernellanguage/plain_bools.h"
+#include "parallelprogram/kernellanguage/plain_changes.h"
+#include "parallelprogram/kernellanguage/plain_expressions.h"
+#include "parallelprogram/kernellanguage/plain_matrices.h"
+
+namespace ostra::kernellanguage {
+
+PlainCalls::PlainCalls(const PlainBasis& basis, const Uses& uses)
+    : PlainPart(basis),
+      _checkPlan(uses.checkPlan),
+      _reportPlan(uses.reportPlan),
+      _hoistPlan(uses.hoistPlan),
+      _library(uses.library),
+      _groups(uses.groups),
+      _checks(uses.checks),
+      _expressions(uses.expressions),
+      _bools(uses.bools),
+      _matrices(uses.matrices),
+      _changes(uses.changes) {}
+
+std::string PlainCalls::Call(NodeIndex node) {
+  const Meaning& meaning = _resolved.meaning[node];
+  if (meaning.kind == MeaningKind::kFunction) return CallOfFunction(node);
+  return meaning.kind == MeaningKind::kWord ? CallOfWord(node) : CallAsWritten(node);
+}
+
+std::string PlainCalls::CallOfWord(NodeIndex node) {
+  const WordId word = _resolved.meaning[node].word;
+  if (word >= WordId::kLessThan && word <= WordId::kNot) return _bools.CallOfBools(node);
+  if (IsGroupWord(word)) return CallOfGroup(node);
+  if (IsLibraryWord(word)) return CallOfLibrary(node);
+  const auto operands = _tree.GetChildren(node);
+  const TypeIndex first = operands.empty() ? kUnknownType : _resolved.converted[operands[0]];
+  if (word == WordId::kMul && operands.size() == 2)
+    return _matrices.MultiplyMatrix(_resolved.type[node], {operands[0], first},
+                                    {operands[1], _resolved.converted[operands[1]]});
+  if (!operands.empty() && _kernel.IsMatrix(first) && _types[first].count == 2)
+    return _matrices.CallOfSmallMatrix(node);
+  if (_checkPlan.NeedsCheck(node))
+    return Join({_tree.GetName(node), "(", _expressions.Expression(operands[0]), ", ",
+                 _expressions.Expression(operands[1]), ", ",
+                 _checks.CheckLayer(node, _expressions.Expression(operands[2])), ")"});
+  if (word == WordId::kRenderNoise)
+    return Join({"RenderNoise(", NoiseNumber(operands[0]), ", ", _expressions.List(node, 1), ")"});
+  return CallAsWritten(node);
+}
+
+std::string PlainCalls::CallAsWritten(NodeIndex node) {
+  return Join({_tree.GetName(node), "(", _expressions.List(node, 0), ")"});
+}
+
+std::string PlainCalls::CallOfFunction(NodeIndex node) {
+  const NodeIndex function = _resolved.meaning[node].target;
+  std::string arguments = Arguments(node);
+  // Arguments that are not given.
+  const auto parameters = _tree.GetChildren(function);
+  for (std::size_t i = _tree.GetChildren(node).size() + 1; i + 1 < parameters.size(); ++i) {
+    const NodeIndex value = Child(parameters[i], 2);
+    if (value == kNoNode) continue;
+    arguments += Join({arguments.empty() ? "" : ", ", _expressions.Expression(value)});
+  }
+  if (_reportPlan.IsReportingFunction(function)) arguments += Join({arguments.empty() ? "" : ", ", "ostraState"});
+  return Join({NameOf(function), "(", arguments, ")"});
+}
+
+std::string PlainCalls::CallOfGroup(NodeIndex node) {
+  const Meaning& meaning = _resolved.meaning[node];
+  const auto arguments = _tree.GetChildren(node);
+  const Bool isBool = GetOverloads(meaning.word)[meaning.overload].parameters[0] == kBoolType;
+  const std::string value = _expressions.Expression(arguments[0], isBool ? Binding::kComma : Binding::kAssignment);
+  std::string index;
+  if (arguments.size() == 2) {
+    index = NewName("Index");
+    const std::string given = _expressions.Expression(arguments[1]);
+    Line({MarkOf(node), "const uint ", index, " = ", given, ";"});
+  }
+  return _groups.CallGroup(node, value, index);
+}
+
+std::string PlainCalls::CallOfLibrary(NodeIndex node) {
+  const Meaning& meaning = _resolved.meaning[node];
+  const Overload& overload = GetOverloads(meaning.word)[meaning.overload];
+  std::vector<std::string> arguments;
+  for (std::size_t i = 0; i < _tree.GetChildren(node).size(); ++i) arguments.push_back(Argument(node, i));
+  // Synonyms have the functions of the first word.
+  return _library.CallLibrary(GetWord(meaning.word).name, overload, arguments);
+}
+
+std::string PlainCalls::Argument(NodeIndex call, std::size_t index) {
+  const NodeIndex argument = Child(call, index);
+  if (!IsChangedArgument(_tree, _resolved, call, index) || KindOf(argument) == NodeKind::kName)
+    return _expressions.Expression(argument);
+  _expressions.CheckPlainPlace(argument);
+  return call == _changes.GetCopyingCall() && _hoistPlan.IsCopied(argument) ? _changes.CopyArgument(argument)
+                                                                            : _expressions.Expression(argument);
+}
+
+std::string PlainCalls::Arguments(NodeIndex node) {
+  std::string list;
+  for (std::size_t i = 0; i < _tree.GetChildren(node).size(); ++i)
+    list += Join({i == 0 ? "" : ", ", Argument(node, i)});
+  return list;
+}
+
+// As it is written: the translator reads it.
+std::string PlainCalls::NoiseNumber(NodeIndex number) {
+  if (KindOf(number) == NodeKind::kLiteral) return Join({MarkOf(number), _tree.GetName(number)});
+  return _expressions.Value(number, Binding::kAssignment);
+}
+
+}  // namespace ostra::kernellanguage

@@ -1,0 +1,67 @@
+// Expressions as text. An expression gives its value as the type that it is wanted as, or as its own.
+#pragma once
+
+#include "parallelprogram/kernellanguage/literal.h"
+#include "parallelprogram/kernellanguage/plain_checks.h"
+#include "parallelprogram/kernellanguage/plain_kept_values.h"
+
+namespace ostra::kernellanguage {
+
+class PlainBools;
+class PlainCalls;
+class PlainConstruction;
+class PlainMatrices;
+
+class PlainExpressions : PlainPart {
+ public:
+  struct Uses {
+    const KeptValues& kept;
+    PlainValues& values;
+    PlainChecks& checks;
+    PlainBools& bools;
+    PlainCalls& calls;
+    PlainConstruction& construction;
+    PlainMatrices& matrices;
+  };
+
+  PlainExpressions(const PlainBasis& basis, const Uses& uses);
+
+  // As the type that it is wanted as; in parentheses if it is bound less tightly than `lowest`.
+  std::string Expression(NodeIndex node, Binding lowest = Binding::kAssignment);
+  // As its own type.
+  std::string Value(NodeIndex node, Binding lowest);
+  // As the type that the part has.
+  std::string PartText(const TypedNode& part, Binding lowest);
+  // The children from `first` on, separated by commas.
+  std::string List(NodeIndex node, std::size_t first);
+  // An integer is written as the number that it is wanted as; 1 becomes 1.0 or 1u.
+  std::string Literal(NodeIndex node, TypeIndex wanted) const;
+  std::string MemberText(NodeIndex node) const;  // ".x"
+  // Refuses a place that is computed before the statement: it is a value there.
+  void CheckPlainPlace(NodeIndex place);
+
+ private:
+  std::string ValueItself(NodeIndex node, Binding& binding);
+  std::string LiteralItself(NodeIndex node, Binding& binding) const;
+  std::string Uniform(NodeIndex node) const;
+  std::string Unary(NodeIndex node);
+  std::string Binary(NodeIndex node, Binding& binding);
+  std::string Assign(NodeIndex node);
+  std::string Member(NodeIndex node);
+  std::string Index(NodeIndex node);
+  std::string Operand(NodeIndex node, Operation operation, Bool isRight);
+  std::string Name(NodeIndex node, Binding& binding);
+  static std::string WideLiteral(const LiteralValue& value);
+  Bool IsElementOfTable(NodeIndex node) const;
+  std::string CallTable(NodeIndex node);
+
+  const KeptValues& _kept;
+  PlainValues& _values;
+  PlainChecks& _checks;
+  PlainBools& _bools;
+  PlainCalls& _calls;
+  PlainConstruction& _construction;
+  PlainMatrices& _matrices;
+};
+
+}  // namespace ostra::kernellanguage
