@@ -69,7 +69,12 @@ LanePrinter::Value LanePrinter::Convert(Value value, TypeIndex to, NodeIndex pla
   }
   const std::string lanes = ToLanes(value, place);
   LaneType(to, place);
-  if (to == kBoolType) return {Join({"(", lanes, " != ", GetCppName(from.scalar), "(0))"}), Form::kLanes, to};
+  if (to == kBoolType) {
+    const Bool isHalf = from.scalar == Scalar::kHalf;
+    return {Join({"(", isHalf ? Join({"Convert<Float32>(", lanes, ")"}) : lanes,
+                  " != ", GetCppName(isHalf ? Scalar::kFloat32 : from.scalar), "(0))"}),
+            Form::kLanes, to};
+  }
   return {Join({"Convert<", GetCppName(target.scalar), ">(", lanes, ")"}), Form::kLanes, to};
 }
 

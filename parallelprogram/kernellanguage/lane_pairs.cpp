@@ -74,9 +74,10 @@ Bool LanePrinter::CanBePaired(NodeIndex node, Bool isInLoop, PairedWork& work) c
     default:
       break;
   }
-  // Structs, matrices and numbers of 64 bits have no pairs.
+  // Structs, matrices and numbers of other sizes than 32 bits have no pairs.
   const Bool isValue = IsExpression(kind) || kind == NodeKind::kFunctionParameter;
-  if (isValue && isInLanes && type.kind != TypeKind::kVoid && (!isNumber || GetSize(type.scalar) > 4)) return false;
+  const Bool hasPairs = isNumber && (type.scalar == Scalar::kBool || GetSize(type.scalar) == 4);
+  if (isValue && isInLanes && type.kind != TypeKind::kVoid && !hasPairs) return false;
   const auto children = _tree.GetChildren(node);
   return std::all_of(children.begin(), children.end(),
                      [&](NodeIndex child) { return child == kNoNode || CanBePaired(child, isInLoop, work); });

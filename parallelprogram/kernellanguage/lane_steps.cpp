@@ -25,9 +25,9 @@ Bool LanePrinter::IsGuard(NodeIndex statement) const {
 // Whether a value that differs between lanes is one that compilers compute in vectors.
 Bool LanePrinter::IsPlainValue(NodeIndex expression) const {
   if (FormOf(expression) != Form::kLanes) return true;
-  const TypeIndex type = TypeOf(expression);
-  return type == GetScalarType(Scalar::kFloat32) || type == GetScalarType(Scalar::kInt32) ||
-         type == GetScalarType(Scalar::kUInt32);
+  const Type& type = _types[TypeOf(expression)];
+  if (type.kind != TypeKind::kScalar || type.scalar == Scalar::kBool) return false;
+  return type.scalar == Scalar::kFloat32 || (IsInteger(type.scalar) && GetSize(type.scalar) <= 4);
 }
 
 Bool LanePrinter::IsPlain(NodeIndex node) const {

@@ -46,8 +46,7 @@ Bool LanePrinter::HasLaneType(TypeIndex type) const {
   }
   if (IsAggregate(type)) return true;
   if (kind.kind != TypeKind::kScalar && kind.kind != TypeKind::kVector) return false;
-  if (kind.kind == TypeKind::kVector && kind.scalar == Scalar::kBool) return false;
-  return kind.scalar == Scalar::kBool || (GetSize(kind.scalar) >= 4 && kind.scalar != Scalar::kHalf);
+  return kind.kind == TypeKind::kScalar || kind.scalar != Scalar::kBool;
 }
 
 std::string LanePrinter::LaneType(TypeIndex type, NodeIndex place) {

@@ -138,6 +138,56 @@ TEST_P(LaneFormsTest, NeighboursWithinARowAndVectorsThatAreNotTakenApart) {
   }
 }
 
+TEST_P(LaneFormsTest, HalfFloats) {
+  for (int run = 0; run < 10; ++run) {
+    const auto halves = _random.MakeHalves<HalfFloat>(_length);
+    const auto fours = _random.MakeHalves<Vec4<HalfFloat>>(_length);
+    const auto places = _random.MakeIntegers<UInt32>(_length, 0, _length - 1);
+    const auto numbers = _random.MakeIntegers<Int32>(_length, -3, 9);
+    const Vec3<HalfFloat> three(HalfFloat(7.0f), HalfFloat(6.0f), HalfFloat(5.0f));
+    CompareWays("net.ostra.test.lanehalves.krn", {_length + 3, 1, 1}, [&](KernelRunner& runner) {
+      runner.SetValue("count", _length);
+      runner.SetValue("scale", 0.1f);
+      runner.SetValue("offset", HalfFloat(0.7f));
+      runner.SetBuffer<HalfFloat>("halves", halves);
+      runner.SetBuffer<Vec4<HalfFloat>>("fours", fours);
+      runner.SetBuffer<UInt32>("places", places);
+      runner.SetBuffer<Int32>("numbers", numbers);
+      runner.SetBuffer<HalfFloat>("results", std::vector<HalfFloat>(_length, HalfFloat(0.125f)));
+      runner.SetBuffer<HalfFloat>("picked", std::vector<HalfFloat>(_length, HalfFloat(0.25f)));
+      runner.SetBuffer<Vec3<HalfFloat>>("threes", std::vector<Vec3<HalfFloat>>(_length, three));
+      runner.SetBuffer<Vec4<HalfFloat>>("blended", fours);
+      runner.SetBuffer<HalfFloat>("last", std::vector<HalfFloat>(2, HalfFloat(3.0f)));
+      runner.SetBuffer<Float32>("floats", std::vector<Float32>(_length, 0.5f));
+      runner.SetBuffer<Int32>("marks", std::vector<Int32>(_length, 7));
+    });
+  }
+}
+
+TEST_P(LaneFormsTest, IntegersOf8And16Bits) {
+  for (int run = 0; run < 10; ++run) {
+    const auto bytes = _random.MakeIntegers<UInt8>(_length, 0, 255);
+    const auto signs = _random.MakeIntegers<Int8>(_length, -128, 127);
+    const auto shorts = _random.MakeIntegers<Int16>(_length, -32768, 32767);
+    const auto places = _random.MakeIntegers<UInt16>(_length, 0, 65535);
+    CompareWays("net.ostra.test.lanesmall.krn", {_length + 3, 1, 1}, [&](KernelRunner& runner) {
+      runner.SetValue("count", _length);
+      runner.SetValue("start", UInt8(5 + run));
+      runner.SetBuffer<UInt8>("bytes", bytes);
+      runner.SetBuffer<Int8>("signs", signs);
+      runner.SetBuffer<Int16>("shorts", shorts);
+      runner.SetBuffer<UInt16>("places", places);
+      runner.SetBuffer<UInt8>("byteResults", std::vector<UInt8>(_length, 9));
+      runner.SetBuffer<Int8>("signResults", std::vector<Int8>(_length, 8));
+      runner.SetBuffer<Int16>("shortResults", std::vector<Int16>(_length, 7));
+      runner.SetBuffer<UInt16>("picked", std::vector<UInt16>(_length, 6));
+      runner.SetBuffer<UInt8>("last", std::vector<UInt8>(2, 5));
+      runner.SetBuffer<Float32>("floats", std::vector<Float32>(_length, 0.5f));
+      runner.SetBuffer<Int64>("longs", std::vector<Int64>(_length, -3));
+    });
+  }
+}
+
 TEST_P(LaneFormsTest, ShortLoopsOfArithmetic) {
   for (int run = 0; run < 10; ++run) {
     const auto numbers = _random.MakeIntegers<Int32>(_length, -3, 25);

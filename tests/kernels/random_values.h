@@ -4,7 +4,7 @@
 #include <random>
 #include <vector>
 
-#include "ostra/core/types.h"
+#include "ostra/math/half_float.h"
 
 namespace ostra::test {
 
@@ -22,6 +22,14 @@ class RandomValues {
     std::vector<Float32> numbers(count);
     for (Float32& number : numbers) number = std::uniform_real_distribution<Float32>(-6.0f, 6.0f)(_random);
     return numbers;
+  }
+  // Half floats, or vectors of them.
+  template <class T>
+  std::vector<T> MakeHalves(std::size_t count) {
+    std::vector<T> elements(count);
+    auto* halves = reinterpret_cast<HalfFloat*>(elements.data());
+    for (std::size_t i = 0; i < count * sizeof(T) / sizeof(HalfFloat); ++i) halves[i] = HalfFloat(MakeFloats(1)[0]);
+    return elements;
   }
   template <class Vector>
   std::vector<Vector> MakeVectors(std::size_t count) {

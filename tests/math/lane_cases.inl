@@ -61,6 +61,20 @@ struct LaneCases {
     Store(result, Convert<To>(Load(x)));
   }
 
+  static void WidenHalves(const HalfFloat* x, Float32* result) { Store(result, Convert<Float32>(Load(x))); }
+  static void RoundToHalves(const Float32* x, HalfFloat* result) { Store(result, Convert<HalfFloat>(Load(x))); }
+
+  // Results of the operators that numbers of 8 and 16 bits have, kCount each.
+  template <class T>
+  static void SmallOperators(const T* x, const T* y, UInt32 bits, T* result) {
+    const Lanes<T> a = Load(x), b = Load(y);
+    for (const Lanes<T> lanes : {a + b, a - b, a * b, -a, Select(MakeMask(bits), a, b), Convert<T>(a < b),
+                                 Convert<T>(a == b), Select(Mask(a < b) & MakeMask(bits), a, b)}) {
+      Store(result, lanes);
+      result += kCount;
+    }
+  }
+
   static Mask MakeMask(UInt32 bits) {
     Mask mask = false;
     for (int i = 0; i < kCount; ++i) mask.Set(i, (bits >> i & 1u) != 0);

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -110,6 +111,10 @@ class LanesTest : public testing::Test {
   void CompareQuotients();
   template <class To, class From>
   void CompareConversion(const std::string& what, From low, From high);
+  template <class From, class... To>
+  void CompareConversions(const std::string& what);
+  template <class Small>
+  void CompareSmallNumbers(const std::string& what);
   template <class T>
   void CompareMemory();
 };
@@ -278,6 +283,95 @@ TYPED_TEST(LanesTest, ConversionsHaveTheBitsOfTheScalarOnes) {
   this->template CompareConversion<UInt32, Float64>("double to uint", 0.0, 4294967295.0);
 }
 
+// From any bits, to each of the types.
+template <class Cases>
+template <class From, class... To>
+void LanesTest<Cases>::CompareConversions(const std::string& what) {
+  const auto compare = [&](auto to) {
+    using Number = decltype(to);
+    for (int run = 0; run < 100; ++run) {
+      const auto x = MakeNumbers<From>(_random, kCount);
+      std::vector<Number> result(kCount), expected;
+      Cases::ConvertAll(x.data(), result.data());
+      for (const From value : x) expected.push_back(static_cast<Number>(value));
+      ExpectSameBits(result, expected, what);
+    }
+  };
+  (compare(To()), ...);
+}
+template <class Cases>
+template <class Small>
+void LanesTest<Cases>::CompareSmallNumbers(const std::string& what) {
+  CompareConversions<Small, Int8, UInt8, Int16, UInt16, Int32, UInt32, Int64, UInt64, HalfFloat, Float32, Float64>(
+      "from " + what);
+  CompareConversions<Int32, Small>("int to " + what);
+  CompareConversions<UInt32, Small>("uint to " + what);
+  CompareConversions<Int64, Small>("long to " + what);
+  CompareConversions<UInt64, Small>("unsigned long to " + what);
+  const auto low = static_cast<Float32>(std::numeric_limits<Small>::min());
+  const auto high = static_cast<Float32>(std::numeric_limits<Small>::max());
+  CompareConversion<Small, Float32>("float to " + what, low, high);
+  CompareConversion<Small, Float64>("double to " + what, low, high);
+  for (int run = 0; run < 300; ++run) {
+    const auto x = MakeNumbers<Small>(_random, kCount), y = MakeNumbers<Small>(_random, kCount);
+    const auto bits = static_cast<UInt32>(_random());
+    std::vector<Small> result(8 * kCount), expected;
+    Cases::SmallOperators(x.data(), y.data(), bits, result.data());
+    const auto add = [&](auto&& make) {
+      for (int i = 0; i < kCount; ++i) expected.push_back(static_cast<Small>(make(x[i], y[i], (bits >> i & 1u) != 0)));
+    };
+    add([](Small a, Small b, Bool) { return a + b; }), add([](Small a, Small b, Bool) { return a - b; });
+    add([](Small a, Small b, Bool) { return UInt32(a) * UInt32(b); }), add([](Small a, Small, Bool) { return -a; });
+    add([](Small a, Small b, Bool isOn) { return isOn ? a : b; });
+    add([](Small a, Small b, Bool) { return a < b; }), add([](Small a, Small b, Bool) { return a == b; });
+    add([](Small a, Small b, Bool isOn) { return a < b && isOn ? a : b; });
+    ExpectSameBits(result, expected, what);
+  }
+}
+
+TYPED_TEST(LanesTest, NumbersOf8And16BitsWrapAroundAndConvertAsInCpp) {
+  this->template CompareSmallNumbers<Int8>("Int8");
+  this->template CompareSmallNumbers<UInt8>("UInt8");
+  this->template CompareSmallNumbers<Int16>("Int16");
+  this->template CompareSmallNumbers<UInt16>("UInt16");
+}
+
+TYPED_TEST(LanesTest, AllHalfFloatsWidenToTheirValue) {
+  constexpr int kCount = TypeParam::kCount;
+  for (UInt32 first = 0; first < 0x10000u; first += kCount) {
+    HalfFloat halves[kCount];
+    Float32 wide[kCount];
+    for (int i = 0; i < kCount; ++i) halves[i] = HalfFloat::FromBits(static_cast<UInt16>(first + i));
+    TypeParam::WidenHalves(halves, wide);
+    for (int i = 0; i < kCount; ++i) {
+      const Float32 expected = halves[i];
+      const UInt32 quiet = expected == expected ? 0u : 0x00400000u;  // of what is no number
+      ASSERT_EQ(std::bit_cast<UInt32>(wide[i]) | quiet, std::bit_cast<UInt32>(expected) | quiet) << halves[i].GetBits();
+    }
+  }
+}
+
+TYPED_TEST(LanesTest, FloatsRoundToTheNearestHalfFloatAsOneByOne) {
+  constexpr int kCount = TypeParam::kCount;
+  std::vector<Float32> numbers = MakeNumbers<Float32>(this->_random, 20000);
+  // Halves, what lies between two of them, and the numbers beside those.
+  for (UInt32 bits = 0; bits < 0x10000u; ++bits) {
+    const auto half = HalfFloat::FromBits(static_cast<UInt16>(bits));
+    const auto widened = std::bit_cast<UInt32>(static_cast<Float32>(half));
+    const auto next = std::bit_cast<UInt32>(static_cast<Float32>(HalfFloat::FromBits(static_cast<UInt16>(bits + 1))));
+    const UInt32 middle = widened + (next - widened) / 2;
+    for (const UInt32 number : {widened, middle - 1, middle, middle + 1})
+      numbers.push_back(std::bit_cast<Float32>(number));
+  }
+  numbers.resize(numbers.size() / kCount * kCount);
+  for (std::size_t first = 0; first < numbers.size(); first += kCount) {
+    HalfFloat halves[kCount];
+    TypeParam::RoundToHalves(&numbers[first], halves);
+    for (int i = 0; i < kCount; ++i)
+      ASSERT_EQ(halves[i].GetBits(), HalfFloat(numbers[first + i]).GetBits()) << numbers[first + i];
+  }
+}
+
 TYPED_TEST(LanesTest, MasksKeepTheirLanesAndKnowAnyAllAndNone) {
   for (int run = 0; run < 300; ++run) {
     const UInt32 bits = run == 0 ? 0u : run == 1 ? this->kAll : static_cast<UInt32>(this->_random()) & this->kAll;
@@ -297,9 +391,9 @@ void LanesTest<Cases>::CompareMemory() {
   const auto makeElements = [&] {
     std::vector<T> elements(kElements);
     for (T& element : elements)
-      for (std::size_t i = 0; i < sizeof(T) / 4; ++i) {
+      for (std::size_t i = 0; i < sizeof(T); i += 4) {
         const UInt32 bits = static_cast<UInt32>(_random()) & 0xbfffffffu;  // no NaN, whose bits a copy may change
-        std::memcpy(reinterpret_cast<char*>(&element) + 4 * i, &bits, 4);
+        std::memcpy(reinterpret_cast<char*>(&element) + i, &bits, std::min<std::size_t>(4, sizeof(T) - i));
       }
     return elements;
   };
@@ -347,6 +441,12 @@ TYPED_TEST(LanesTest, LoadsAndStoresMoveTheElementsOfTheirMaskAndTouchNoOther) {
   this->template CompareMemory<Vec4<Float32>>();
   this->template CompareMemory<Vec4<Int32>>();
   this->template CompareMemory<Vec3<Float64>>();
+  this->template CompareMemory<Int8>();
+  this->template CompareMemory<UInt16>();
+  this->template CompareMemory<HalfFloat>();
+  this->template CompareMemory<Vec2<HalfFloat>>();
+  this->template CompareMemory<Vec3<HalfFloat>>();
+  this->template CompareMemory<Vec4<UInt8>>();
 }
 
 TYPED_TEST(LanesTest, FunctionsOfVectorsHaveTheBitsOfTheScalarOnes) {

@@ -1,11 +1,12 @@
 // Lanes: values of several invocations side by side, in the compilers' vector types. See masks.inl and values.inl for
-// the types, functions.inl, vectors.inl and matrices.inl for the vocabulary's functions, memory.inl for loads and
-// stores, rows.inl for vectors that are not taken apart.
+// the types, conversions.inl for half floats and conversions, division.inl for integers, functions.inl, vectors.inl and
+// matrices.inl for the vocabulary's functions, memory.inl for loads and stores, rows.inl for vectors that are not taken
+// apart.
 //
-// OSTRA_LANE_LEVEL says for which instruction level: 0 every x86-64 processor and other processors, 1 AVX2 and FMA, 2
-// AVX-512 (F, BW, DQ, VL). A source that is compiled for several levels includes this header once for each, so there is
-// no guard around the whole. Each level is a namespace of its own (lanes4, lanes8, lanes16), so that no inline function
-// of one level can replace that of another when the program is linked.
+// OSTRA_LANE_LEVEL says for which instruction level: 0 every x86-64 processor and other processors, 1 AVX2, FMA and
+// F16C, 2 AVX-512 (F, BW, DQ, VL). A source that is compiled for several levels includes this header once for each, so
+// there is no guard around the whole. Each level is a namespace of its own (lanes4, lanes8, lanes16), so that no inline
+// function of one level can replace that of another when the program is linked.
 #ifndef OSTRA_LANE_LEVEL
 #define OSTRA_LANE_LEVEL 0
 #endif
@@ -24,15 +25,22 @@
 #include <type_traits>
 #include <utility>
 
+#include "ostra/math/half_float.h"
 #include "ostra/math/matrix.h"
 #include "ostra/math/scalar_functions.h"
 #include "ostra/math/vector.h"
 
 #include "ostra/math/lanes/level_begin.inl"
 
+#include "ostra/math/lanes/widths.inl"
+//
 #include "ostra/math/lanes/masks.inl"
 //
 #include "ostra/math/lanes/values.inl"
+//
+#include "ostra/math/lanes/conversions.inl"
+//
+#include "ostra/math/lanes/division.inl"
 //
 #include "ostra/math/lanes/functions.inl"
 #include "ostra/math/lanes/vectors.inl"

@@ -1,9 +1,9 @@
 // Opens the code of one instruction level: included by lanes.inl, and by sources around their own code of that
 // level; closed by level_end.inl. No include guard: a source may be compiled for several levels, one after the other.
 //
-// OSTRA_LANE_LEVEL says which: 0 every x86-64 processor and other processors, 1 AVX2 and FMA, 2 AVX-512 (F, BW, DQ,
-// VL). Everything between the two files is compiled for that level and lies in a namespace of its own, so that no
-// inline function of one level can replace that of another when the program is linked. With OSTRA_LANE_PAIRS the
+// OSTRA_LANE_LEVEL says which: 0 every x86-64 processor and other processors, 1 AVX2, FMA and F16C, 2 AVX-512 (F,
+// BW, DQ, VL). Everything between the two files is compiled for that level and lies in a namespace of its own, so that
+// no inline function of one level can replace that of another when the program is linked. With OSTRA_LANE_PAIRS the
 // namespace is that of pairs.inl.
 #ifndef OSTRA_LANE_LEVEL
 #error "OSTRA_LANE_LEVEL says for which instruction level lanes are compiled: 0, 1 or 2."
@@ -16,10 +16,10 @@
 #define OSTRA_LANES lanes8
 #define OSTRA_LANE_COUNT 8
 #ifdef __clang__
-#pragma clang attribute push(__attribute__((target("avx2,fma,bmi,bmi2"))), apply_to = function)
+#pragma clang attribute push(__attribute__((target("avx2,fma,f16c,bmi,bmi2"))), apply_to = function)
 #else
 #pragma GCC push_options
-#pragma GCC target("avx2,fma,bmi,bmi2")
+#pragma GCC target("avx2,fma,f16c,bmi,bmi2")
 #endif
 #elif OSTRA_LANE_LEVEL == 2
 #ifdef OSTRA_LANE_PAIRS

@@ -1,22 +1,9 @@
-// Native vectors, and Mask: a condition for each of kLaneCount invocations.
+// Mask: a condition for each of kLaneCount invocations.
 //
 // A mask is held as the processor holds it: with AVX-512 one bit for each lane, in a register for masks, else a vector
 // whose lanes are all ones or all zeros. There is no && and ||: `&` and `|` compute both sides.
 
 namespace ostra::OSTRA_LANES {
-
-inline constexpr int kLaneCount = OSTRA_LANE_COUNT;
-
-template <class T>
-struct NativeVector {
-  typedef T Type __attribute__((vector_size(sizeof(T) * kLaneCount)));
-};
-template <class T>
-using Native = typename NativeVector<T>::Type;
-
-// A vector whose lanes are all ones where a comparison of lanes of T holds, else all zeros.
-template <class T>
-using NativeCondition = Native<std::conditional_t<sizeof(T) == sizeof(Int64), Int64, Int32>>;
 
 inline constexpr UInt32 kAllBits = (1u << kLaneCount) - 1u;
 
@@ -168,8 +155,11 @@ struct Mask {
   // As wide as elements of T.
   template <class T>
   OSTRA_LANE_INLINE NativeCondition<T> As() const {
-    if constexpr (sizeof(T) == sizeof(Int32))
-      return v;
+    if constexpr (sizeof(T) == sizeof(Int32)) return v;
+#if OSTRA_LANE_LEVEL == 1
+    else if constexpr (sizeof(T) == sizeof(Int16))
+      return internal::PackShorts(v);
+#endif
     else
       return __builtin_convertvector(v, NativeCondition<T>);
   }

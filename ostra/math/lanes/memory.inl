@@ -6,11 +6,13 @@
 
 namespace ostra::OSTRA_LANES {
 
-// How an element of memory spreads over lanes: `Lane` is the type of all lanes, made of kParts vectors of Part.
+// How an element of memory spreads over lanes: `Lane` is the type of all lanes, made of kParts vectors of Part, in
+// which kParts numbers of the type Number are held.
 template <class T>
 struct Spread {
   using Lane = Lanes<T>;
-  using Part = T;
+  using Number = T;
+  using Part = Held<T>;
   static constexpr int kParts = 1;
   OSTRA_LANE_INLINE static Lane Join(const Native<Part>* parts) { return Lane::Make(parts[0]); }
   OSTRA_LANE_INLINE static void Split(const Lane& lanes, Native<Part>* parts) { parts[0] = lanes.v; }
@@ -18,7 +20,8 @@ struct Spread {
 template <class T>
 struct Spread<Vec2<T>> {
   using Lane = LaneVec2<T>;
-  using Part = T;
+  using Number = T;
+  using Part = Held<T>;
   static constexpr int kParts = 2;
   OSTRA_LANE_INLINE static Lane Join(const Native<Part>* parts) {
     return {Lanes<T>::Make(parts[0]), Lanes<T>::Make(parts[1])};
@@ -30,7 +33,8 @@ struct Spread<Vec2<T>> {
 template <class T>
 struct Spread<Vec3<T>> {
   using Lane = LaneVec3<T>;
-  using Part = T;
+  using Number = T;
+  using Part = Held<T>;
   static constexpr int kParts = 3;
   OSTRA_LANE_INLINE static Lane Join(const Native<Part>* parts) {
     return {Lanes<T>::Make(parts[0]), Lanes<T>::Make(parts[1]), Lanes<T>::Make(parts[2])};
@@ -42,7 +46,8 @@ struct Spread<Vec3<T>> {
 template <class T>
 struct Spread<Vec4<T>> {
   using Lane = LaneVec4<T>;
-  using Part = T;
+  using Number = T;
+  using Part = Held<T>;
   static constexpr int kParts = 4;
   OSTRA_LANE_INLINE static Lane Join(const Native<Part>* parts) {
     return {Lanes<T>::Make(parts[0]), Lanes<T>::Make(parts[1]), Lanes<T>::Make(parts[2]), Lanes<T>::Make(parts[3])};
@@ -54,26 +59,12 @@ struct Spread<Vec4<T>> {
 
 namespace internal {
 
-// A vector anywhere in memory. As a vector of its own: what memcpy copies, GCC keeps in memory where ways meet.
-template <class T>
-struct UnalignedVector {
-  typedef T Type __attribute__((vector_size(sizeof(T) * kLaneCount), aligned(alignof(T)), may_alias));
-};
-template <class T>
-OSTRA_LANE_INLINE Native<T> LoadNative(const void* from) {
-  return *static_cast<const typename UnalignedVector<T>::Type*>(from);
-}
-template <class T>
-OSTRA_LANE_INLINE void StoreNative(void* to, Native<T> vector) {
-  *static_cast<typename UnalignedVector<T>::Type*>(to) = vector;
-}
+using LaneNumbers = std::make_integer_sequence<int, kLaneCount>;
 
 template <class Vector, int... lane>
 OSTRA_LANE_INLINE auto Join(Vector low, Vector high, std::integer_sequence<int, lane...>) {
   return __builtin_shufflevector(low, high, lane...);
 }
-
-using LaneNumbers = std::make_integer_sequence<int, kLaneCount>;
 
 // Part `part` of kLaneCount elements of `kParts` parts each that lie in `rows` one after the other.
 template <int kParts, int part, class T, int... lane>
@@ -125,16 +116,16 @@ OSTRA_LANE_INLINE void MakeRows(const Native<T>* parts, Native<T>* rows, std::in
   ((rows[row] = MakeRow<kParts, row, T>(parts, LaneNumbers())), ...);
 }
 
-// base[places[first]] and the `count` - 1 next ones, four at a time: element by element, each would wait for the one
-// before.
-template <int first, int count, class T, class Index>
+// base[places[first]] and the `count` - 1 next ones as numbers of the type To, four at a time: element by element, each
+// would wait for the one before.
+template <int first, int count, class To, class T, class Index>
 OSTRA_LANE_INLINE auto PickElements(const T* base, const Index* places) {
   if constexpr (count == 4) {
-    typedef T Four __attribute__((vector_size(sizeof(T) * 4)));
+    typedef To Four __attribute__((vector_size(sizeof(To) * 4)));
     return Four{base[places[first]], base[places[first + 1]], base[places[first + 2]], base[places[first + 3]]};
   } else {
-    return Join(PickElements<first, count / 2>(base, places), PickElements<first + count / 2, count / 2>(base, places),
-                std::make_integer_sequence<int, count>());
+    return Join(PickElements<first, count / 2, To>(base, places),
+                PickElements<first + count / 2, count / 2, To>(base, places), std::make_integer_sequence<int, count>());
   }
 }
 
@@ -148,26 +139,44 @@ OSTRA_LANE_INLINE void RepeatLanes(Vector numbers, Vector* rows, std::integer_se
   ((rows[row] = RepeatLanesInRow<kParts, row>(numbers, LaneNumbers())), ...);
 }
 
+// The rows of kLaneCount elements that are not held as they lie in memory.
+template <class Number, class Part, int... row>
+OSTRA_LANE_INLINE void LoadHeldRows(const void* first, Native<Part>* rows, std::integer_sequence<int, row...>) {
+  ((rows[row] = LoadHeld<Number>(static_cast<const Number*>(first) + row * kLaneCount)), ...);
+}
+template <class Number, class Part, int... row>
+OSTRA_LANE_INLINE void StoreHeldRows(void* first, const Native<Part>* rows, std::integer_sequence<int, row...>) {
+  (StoreHeld<Number>(static_cast<Number*>(first) + row * kLaneCount, rows[row]), ...);
+}
+
 }  // namespace internal
 
 // The kLaneCount elements from `first` on.
 template <class T>
 OSTRA_LANE_INLINE typename Spread<T>::Lane Load(const T* first) {
+  using Number = typename Spread<T>::Number;
   using Part = typename Spread<T>::Part;
   constexpr int kParts = Spread<T>::kParts;
   Native<Part> rows[kParts], parts[kParts];
-  std::memcpy(rows, first, sizeof(rows));
+  if constexpr (std::is_same_v<Number, Part>)
+    std::memcpy(rows, first, sizeof(rows));
+  else
+    internal::LoadHeldRows<Number, Part>(first, rows, std::make_integer_sequence<int, kParts>());
   internal::PickParts<kParts, Part>(rows, parts, std::make_integer_sequence<int, kParts>());
   return Spread<T>::Join(parts);
 }
 template <class T>
 OSTRA_LANE_INLINE void Store(T* first, const typename Spread<T>::Lane& lanes) {
+  using Number = typename Spread<T>::Number;
   using Part = typename Spread<T>::Part;
   constexpr int kParts = Spread<T>::kParts;
   Native<Part> rows[kParts], parts[kParts];
   Spread<T>::Split(lanes, parts);
   internal::MakeRows<kParts, Part>(parts, rows, std::make_integer_sequence<int, kParts>());
-  std::memcpy(first, rows, sizeof(rows));
+  if constexpr (std::is_same_v<Number, Part>)
+    std::memcpy(first, rows, sizeof(rows));
+  else
+    internal::StoreHeldRows<Number, Part>(first, rows, std::make_integer_sequence<int, kParts>());
 }
 
 // Element base[offset(lane)] of each lane in the mask.
@@ -229,7 +238,7 @@ OSTRA_LANE_INLINE void Store(T* first, const typename Spread<T>::Lane& lanes, Ma
 template <class T, class Index>
 OSTRA_LANE_INLINE typename Spread<T>::Lane Gather(const T* base, Lanes<Index> index, Mask mask) {
   const UInt32 bits = GetBits(mask);
-  if (bits == 0) return typename Spread<T>::Lane(Lanes<typename Spread<T>::Part>(0));
+  if (bits == 0) return typename Spread<T>::Lane{};
   // Of lane 0, which may be off: then this may lie before the first element.
   const Int64 first = static_cast<Int64>(index.Get(__builtin_ctz(bits))) - __builtin_ctz(bits);
   if (All((index == Lanes<Index>(static_cast<Index>(first)) + MakeIota<Index>()) | !mask))
@@ -245,8 +254,12 @@ OSTRA_LANE_INLINE typename Spread<T>::Lane Gather(const T* base, Lanes<Index> in
   // GCC would take them out of the register again.
   __asm__("" : "+m"(places));
 #endif
-  if constexpr (Spread<T>::kParts == 1 && sizeof(T) == sizeof(Int32)) {
-    return Lanes<T>::Make(internal::PickElements<0, kLaneCount>(base, places));
+  using Part = typename Spread<T>::Part;
+  if constexpr (std::is_same_v<T, HalfFloat>) {
+    const auto* halves = reinterpret_cast<const UInt16*>(base);
+    return Lanes<T>::Make(internal::HoldHalves(internal::PickElements<0, kLaneCount, Int32>(halves, places)));
+  } else if constexpr (Spread<T>::kParts == 1 && sizeof(Part) == sizeof(Int32)) {
+    return Lanes<T>::Make(internal::PickElements<0, kLaneCount, Part>(base, places));
   } else {
     T elements[kLaneCount];
     for (int i = 0; i < kLaneCount; ++i) elements[i] = base[places[i]];

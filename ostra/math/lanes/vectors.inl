@@ -97,6 +97,20 @@ OSTRA_LANE_INLINE LaneVec4<T> Select(Mask m, const LaneVec4<T>& a, const LaneVec
   return {Select(m, a.x, b.x), Select(m, a.y, b.y), Select(m, a.z, b.z), Select(m, a.w, b.w)};
 }
 
+// Each component as another number.
+template <class To, class From>
+OSTRA_LANE_INLINE LaneVec2<To> Convert(const LaneVec2<From>& a) {
+  return {Convert<To>(a.x), Convert<To>(a.y)};
+}
+template <class To, class From>
+OSTRA_LANE_INLINE LaneVec3<To> Convert(const LaneVec3<From>& a) {
+  return {Convert<To>(a.x), Convert<To>(a.y), Convert<To>(a.z)};
+}
+template <class To, class From>
+OSTRA_LANE_INLINE LaneVec4<To> Convert(const LaneVec4<From>& a) {
+  return {Convert<To>(a.x), Convert<To>(a.y), Convert<To>(a.z), Convert<To>(a.w)};
+}
+
 // A function of scalars, component by component. Arguments that are scalars stand for all components.
 #define OSTRA_LANE_UNARY(T, name)                                                                        \
   OSTRA_LANE_INLINE LaneVec2<T> name(const LaneVec2<T>& a) { return {name(a.x), name(a.y)}; }            \
