@@ -18,20 +18,23 @@ import random
 import re
 import subprocess
 
-from random_expressions import COMPONENTS, MEMBERS, NAMES, VECTORS, Expressions, Variable
+from random_expressions import COMPONENTS, NAMES, VECTORS, Expressions, Variable
 
 INPUTS = [
     "(UInt32) count", "(UInt32) width", "(Int32) ui", "(UInt32) uu", "(Float32) uf", "(Vector32) uv",
     "(const Block<Float32>) fin", "(const Block<Int32>) iin", "(const Block<UInt32>) uin",
     "(const Block<Vector32>) vin", "(const Block<Float64>) din", "(Block<Float32>) fout", "(Block<Int32>) iout",
     "(Block<UInt32>) uout", "(Block<Vector2d32>) twoout", "(Block<Vector32>) threeout", "(Block<Vector4d32>) fourout",
-    "(Block<Float64>) dout", "(Block<Int64>) lout", "(Block<UInt32>) bins", "(AtomicUInt32*) counter"
+    "(Block<Float64>) dout", "(Block<Int64>) lout", "(const Block<half>) hin", "(const Block<half4>) hfourin",
+    "(const Block<UInt8>) yin", "(const Block<Int16>) win", "(Block<half>) hout", "(Block<half3>) hthreeout",
+    "(Block<UInt8>) yout", "(Block<Int16>) wout", "(Block<UInt32>) bins", "(AtomicUInt32*) counter"
 ]
-COMMON = ["f", "f", "f", "i", "i", "i", "u", "u", "b", "f2", "f3", "f4", "i2", "u3", "d", "l"]
+COMMON = ["f", "f", "f", "i", "i", "i", "u", "u", "b", "f2", "f3", "f4", "i2", "u3", "d", "l", "h", "y", "w"]
 OF_KERNELS = ["s", "m"]
 # What a buffer gets, and where an invocation writes.
 OUTPUTS = [("fout", "f", "i"), ("iout", "i", "i"), ("uout", "u", "many"), ("twoout", "f2", "back"),
-           ("threeout", "f3", "i"), ("fourout", "f4", "two"), ("dout", "d", "i"), ("lout", "l", "i")]
+           ("threeout", "f3", "i"), ("fourout", "f4", "two"), ("dout", "d", "i"), ("lout", "l", "i"),
+           ("hout", "h", "i"), ("hthreeout", "f3", "i"), ("yout", "y", "i"), ("wout", "w", "back")]
 
 
 # Statements, functions and the whole file.
@@ -85,14 +88,14 @@ class Kernel(Expressions):
         return self.assign()
 
     def declare(self, kind=None):
-        kind = kind or self.pick(COMMON if self.in_function is not None else COMMON + OF_KERNELS)
+        kind = kind or self.pick_kind(COMMON if self.in_function is not None else COMMON + OF_KERNELS)
         name = self.name()
         value = self.uniform(kind) if self.chance(0.2) else self.expression(kind, 3)
         self.line(f"{self.type_name(kind)} {name} = {value};")
         self.scopes[-1].append(Variable(name, kind))
 
     def array(self):
-        kind = self.pick(["f", "f", "i", "u", "f2", "b"] + ([] if self.in_function is not None else ["s", "m"]))
+        kind = self.pick_kind(["f", "f", "i", "u", "f2", "b", "h", "y"] + ([] if self.in_function is not None else ["s", "m"]))
         name = self.name("a")
         count = self.pick([3, 4, 5])
         values = ", ".join(self.uniform(kind) if self.chance(0.4) else self.expression(kind, 1) for _ in range(count))
@@ -121,17 +124,19 @@ class Kernel(Expressions):
             target += "." + COMPONENTS[self.random.randrange(int(kind[1]))]
             kind = kind[0]
         if kind in ("s", "m") and self.chance(0.75):
-            kind = self.pick(["f", "f3"] if kind == "m" else ["f", "f3", "i", "b", "m", "d"])
+            kind = self.pick_kind(["f", "f3"] if kind == "m" else ["f", "f3", "i", "b", "m", "d", "h", "y"])
             target += self.pick(self.members(v, kind))
         if kind in ("s", "m"):
             self.line(f"{target} = {self.expression(kind, 3)};")
             return
         form = self.random.randrange(8)
-        if form == 0 and kind in ("i", "u", "l"):
+        if form == 0 and kind in ("i", "u", "l", "h", "y", "w"):
             self.line(f"{target}{self.pick(['++', '--'])};" if self.chance(0.5) else f"++{target};")
         elif form <= 3 and kind != "b":
-            operators = {"i": "+-*&|^", "u": "+-*&|^", "l": "+-*^", "f": "+-*/", "d": "+-*"}.get(kind, "+-*")
-            value = self.uniform(kind) if self.chance(0.2) else self.expression(kind, 2)
+            operators = {"i": "+-*&|^", "u": "+-*&|^", "l": "+-*^", "f": "+-*/", "d": "+-*", "h": "+*",
+                         "y": "+-*&|^", "w": "+-*&|^"}.get(kind, "+-*")
+            by = {"h": "f", "y": "i", "w": "i"}.get(kind, kind)
+            value = self.uniform(by) if self.chance(0.2) else self.expression(by, 2)
             if kind in ("i", "u") and self.chance(0.2):
                 self.line(f"{target} {self.pick(['<<=', '>>='])} {self.random.randrange(32)};")
             else:
@@ -243,10 +248,12 @@ class Kernel(Expressions):
     def store(self):
         if self.in_function is not None:
             return self.assign()
-        buffer, kind, where = self.pick(OUTPUTS)
+        buffer, kind, where = self.pick(OUTPUTS if self.has_small else OUTPUTS[:-4])
         place = {"i": "i", "many": self.pick(["i * 4u", "i * 4u + 1u", "4u * i + 3u", f"i * 4u + ({self.expression('u', 1)} & 3u)"]),
                  "back": "UNIFORM(count) - 1u - i", "two": self.pick(["i * 2u", "2u * i + 1u"])}[where]
         target = f"UNIFORM_BUFFER({buffer})[{place}]"
+        if buffer == "hthreeout":
+            return self.line(f"{target} = half3({self.expression(kind, 3)});")
         form = self.random.randrange(6)
         if kind in VECTORS and form <= 1:
             target += "." + COMPONENTS[self.random.randrange(int(kind[1]))]
@@ -315,12 +322,12 @@ class Kernel(Expressions):
 
     def function(self):
         name = self.name(f"Function{self.seed}_")
-        result = self.pick(["f", "f", "i", "i", "u", "b", "f3", "f2", "void", "void"])
+        result = self.pick_kind(["f", "f", "i", "i", "u", "b", "f3", "f2", "h", "w", "void", "void"])
         parameters = []
         self.scopes.append([])
         texts = []
         for _ in range(self.random.randrange(1, 4)):
-            kind = self.pick(["f", "i", "u", "f3", "b", "f2", "d"])
+            kind = self.pick_kind(["f", "i", "u", "f3", "b", "f2", "d", "h", "y"])
             qualifier = self.pick(["", "", "", "INOUT ", "out "]) if result == "void" or self.chance(0.3) else ""
             p = self.name("p")
             parameters.append((kind, qualifier))
@@ -361,12 +368,12 @@ class Kernel(Expressions):
         self.line("")
         self.line(f"struct State{self.seed}")
         self.line("{")
-        self.lines += [f"\t{NAMES[kind]} {name};" for name, kind in MEMBERS]
+        self.lines += [f"\t{NAMES[kind]} {name};" for name, kind in self.struct]
         self.line("};")
         self.line("")
         self.line(f"inline State{self.seed} Make{self.seed}(float x, int n, mat3 m, bool isShort)")
         self.line("{")
-        self.line(f"\tState{self.seed} made = {{x, vec3(x, 0.5, 2.0), n, isShort, m, double(x)}};")
+        self.line(f"\tState{self.seed} made = {{x, vec3(x, 0.5, 2.0), n, isShort, m, double(x){', half(x), UInt8(n)' if self.has_small else ''}}};")
         self.line("\tif (isShort) return made;")
         self.line("\tmade.place.y = x * 0.25;")
         self.line("\tmade.turn.v1 = made.place;")
@@ -419,19 +426,26 @@ def run(program, *arguments):
 SHARED_NAMES = ["OstraKernelParameters", "OstraGroupSize", "OstraLoops"]
 
 
+# The same of functions that the plain form adds.
+def find_helpers(path):
+    with open(path, encoding="utf-8") as file:
+        return sorted(set(re.findall(r"^inline [\w:]+ (ostra_\w+)\(", file.read(), re.MULTILINE)))
+
+
 # With `one_level` each kernel is compiled for 4, 8 or 16 lanes only, which takes half the time.
 def write_source(kernelc, seeds, folder, source, one_level):
     lines = ['#include "tests/kernels/random_kernels.h"', ""]
     for seed in seeds:
         text = os.path.join(folder, f"{make_id(seed)}.inc")
         run(kernelc, os.path.join(folder, make_id(seed)), text)
-        lines += [f"#define {name} {name}{seed}" for name in SHARED_NAMES]
+        names = SHARED_NAMES + find_helpers(text)
+        lines += [f"#define {name} {name}_{seed}" for name in names]
         if one_level:
             lines += ["#undef OSTRA_KERNEL_HAS_LANES", f"#define OSTRA_KERNEL_HAS_LANES(level) (level == {seed % 3})"]
         lines.append(f'#include "{text}"')
         forms = f"test::RandomKernelForms<Random{seed}Body, OstraGroupSize>"
         lines.append(f"namespace ostra::kernel {{ static const Bool kIsRegistered{seed} = {forms}::Register({seed}); }}")
-        lines += [f"#undef {name}" for name in SHARED_NAMES]
+        lines += [f"#undef {name}" for name in names]
     with open(source, "w", encoding="utf-8") as file:
         file.write("\n".join(lines) + "\n")
 

@@ -2,11 +2,14 @@
 import random
 
 NAMES = {"f": "float", "i": "int", "u": "uint", "b": "bool", "d": "double", "l": "Int64", "f2": "vec2", "f3": "vec3",
-         "f4": "vec4", "m": "mat3", "i2": "int2", "i3": "int3", "i4": "int4", "u2": "uint2", "u3": "uint3", "u4": "uint4"}
+         "f4": "vec4", "m": "mat3", "h": "half", "y": "UInt8", "w": "Int16", "i2": "int2", "i3": "int3", "i4": "int4", "u2": "uint2", "u3": "uint3", "u4": "uint4"}
 VECTORS = ["f2", "f3", "f4", "i2", "i3", "i4", "u2", "u3", "u4"]
+# Integers of 8 and 16 bits.
+SMALL = ["y", "w"]
 COMPONENTS = "xyzw"
 # The struct of a kernel, kind "s".
-MEMBERS = [("weight", "f"), ("place", "f3"), ("number", "i"), ("isSet", "b"), ("turn", "m"), ("mass", "d")]
+MEMBERS = [("weight", "f"), ("place", "f3"), ("number", "i"), ("isSet", "b"), ("turn", "m"), ("mass", "d"), ("part", "h"),
+           ("age", "y")]
 
 
 class Variable:
@@ -27,6 +30,9 @@ class Expressions:
         self.loops = []          # "loop" or "switch"
         self.budget = 0
         self.same = False        # only values that are the same in all invocations
+        # Half of the kernels have half floats and small integers; the front end writes such a kernel anew.
+        self.has_small = self.chance(0.5)
+        self.struct = MEMBERS if self.has_small else MEMBERS[:-2]
 
     # --- Writing ---
 
@@ -42,6 +48,10 @@ class Expressions:
 
     def pick(self, items):
         return items[self.random.randrange(len(items))]
+
+    # One of the kinds, of those that the kernel has.
+    def pick_kind(self, kinds):
+        return self.pick([kind for kind in kinds if self.has_small or kind not in ("h", "y", "w")])
 
     def variables(self, kind=None, is_array=False, is_writable=False):
         found = []
@@ -71,6 +81,10 @@ class Expressions:
             return f"double({self.literal('f')})"
         if kind == "l":
             return f"Int64({self.literal('i')})"
+        if kind == "h":
+            return f"half({self.literal('f')})"
+        if kind in SMALL:
+            return f"{NAMES[kind]}({self.literal('i')})"
         return None
 
     def uniform(self, kind):
@@ -91,7 +105,9 @@ class Expressions:
         return self.pick(["0", "5u", "UNIFORM(uu) & 31u", "UNIFORM(count) / 2u % 32u"])
 
     def load(self, kind, depth):
-        buffer = {"f": "fin", "i": "iin", "u": "uin", "f3": "vin", "d": "din"}.get(kind)
+        if kind == "f4" and self.has_small and self.in_function is None:
+            return f"vec4(UNIFORM_BUFFER(hfourin)[{self.place(depth)}])"
+        buffer = {"f": "fin", "i": "iin", "u": "uin", "f3": "vin", "d": "din", "h": "hin", "y": "yin", "w": "win"}.get(kind)
         if buffer is None or self.in_function is not None:
             return None
         if not self.same and self.chance(0.15):
@@ -132,17 +148,16 @@ class Expressions:
         return f"{f[0]}({', '.join(self.expression(p[0], depth - 1) for p in f[2])})"
 
     # What of a struct or a matrix is of a kind.
-    @staticmethod
-    def members(variable, kind):
+    def members(self, variable, kind):
         if variable.kind == "m":
             columns = [".v0", ".v1", ".v2"]
             return columns if kind == "f3" else [c + "." + x for c in columns for x in "xyz"] if kind == "f" else []
         found = []
-        for name, other in MEMBERS:
+        for name, other in self.struct:
             if other == kind:
                 found.append("." + name)
             if other == "m":
-                found += ["." + name + part for part in Expressions.members(Variable("", "m"), kind)]
+                found += ["." + name + part for part in self.members(Variable("", "m"), kind)]
             if other == "f3" and kind == "f":
                 found += [f".{name}.{x}" for x in "xyz"]
         return found
@@ -221,7 +236,7 @@ class Expressions:
             return f"({e('b')} ? {e()} : {e()})"
         if form == 12:
             return self.member(kind)
-        return getattr(self, "make_" + ("vector" if kind in VECTORS else kind))(kind, e)
+        return getattr(self, "make_" + ("vector" if kind in VECTORS else "small" if kind in SMALL else kind))(kind, e)
 
     def arithmetic(self, kind, e):
         left, sign, right = e(), self.pick("+-*/"), e()
@@ -238,7 +253,7 @@ class Expressions:
         if form == 6:
             return f"{self.pick(['clamp', 'mix', 'smoothstep'])}({e()}, {e()}, {e()})"
         if form == 7:
-            return f"float({e(self.pick('iubdl'))})"
+            return f"float({e(self.pick_kind('iubdlhhyw'))})"
         if form == 8:
             return f"(- {e()})"
         if form == 9:
@@ -275,7 +290,7 @@ class Expressions:
         if form == 0:
             return f"ToInt{self.seed}({e('f')})"
         if form == 1:
-            return f"int({e(self.pick('ubl'))})"
+            return f"int({e(self.pick_kind('ublyyw'))})"
         if form == 2:
             return f"{self.pick(['abs', 'sign'])}({e()})"
         if form == 3:
@@ -291,20 +306,41 @@ class Expressions:
         text = self.whole(kind, e)
         if text is not None:
             return text
-        return f"uint({e(self.pick('ibl'))})"
+        return f"uint({e(self.pick_kind('iblyw'))})"
 
     def make_b(self, kind, e):
         form = self.random.randrange(9)
         if form < 4:
-            other = self.pick("ffiiuudl")
+            other = self.pick_kind("ffiiuudlhyw")
             return f"({e(other)} {self.pick(['<', '<=', '>', '>=', '==', '!='])} {e(other)})"
         if form < 6:
             return f"({e()} {self.pick(['&&', '||'])} {e()})"
         if form == 6:
             return f"(!{e()})"
         if form == 7:
-            return self.pick([f"isnan({e('f')})", f"isinf({e('f')})", f"bool({e(self.pick('iu'))})"])
+            return self.pick([f"isnan({e('f')})", f"isinf({e('f')})", f"bool({e(self.pick_kind('iuhw'))})"])
         return f"({e()} {self.pick(['==', '!=', '&', '|', '^'])} {e()})" if form == 8 else None
+
+    # Half floats, which are computed as floats, and small integers, which are computed as ints: rounded and cut at the end.
+    def make_h(self, kind, e):
+        form = self.random.randrange(6)
+        if form == 0:
+            return f"half({e()} {self.pick('+*')} {e('f')})"
+        if form == 1:
+            return f"half({self.pick(['min', 'max'])}({e('f')}, float({e()})))"
+        if form == 2:
+            return f"half(- {e()})"
+        return f"half({e(self.pick('ffiud'))})"
+
+    def make_small(self, kind, e):
+        name, form = NAMES[kind], self.random.randrange(6)
+        if form < 2:
+            return f"{name}({e()} {self.pick('+-*&|^')} {e(self.pick(SMALL))})"
+        if form == 2:
+            return f"{name}({e()} {self.pick(['<<', '>>'])} {self.random.randrange(16)})"
+        if form == 3:
+            return f"{name}({self.pick('-~')}{e()})"
+        return f"{name}({e(self.pick('iubl'))})"
 
     def make_d(self, kind, e):
         form = self.random.randrange(9)
@@ -316,7 +352,7 @@ class Expressions:
             return f"{self.pick(['abs', 'sign', 'floor', 'ceil', 'trunc', 'sqrt', 'exp', 'sin', 'log'])}({e()})"
         if form == 5:
             return f"{self.pick(['min', 'max', 'pow', 'step'])}({e()}, {e()})"
-        return f"double({e(self.pick('fiul'))})"
+        return f"double({e(self.pick_kind('fiulh'))})"
 
     def make_l(self, kind, e):
         form = self.random.randrange(6)
@@ -326,7 +362,7 @@ class Expressions:
             return f"({e()} {self.pick('/%')} (Int64({e('u')} & 15u) + Int64(1)))"
         if form == 4:
             return f"({e()} {self.pick(['<<', '>>'])} {self.random.randrange(40)})"
-        return f"Int64({e(self.pick('iub'))})"
+        return f"Int64({e(self.pick_kind('iubyw'))})"
 
     def make_vector(self, kind, e):
         scalar, parts = kind[0], int(kind[1])

@@ -29,6 +29,11 @@ struct RandomKernelData {
   std::vector<Vector4d32> fourout;
   std::vector<Float64> dout;
   std::vector<Int64> lout;
+  std::vector<HalfFloat> hin, hout;
+  std::vector<Vec4<HalfFloat>> hfourin;
+  std::vector<Vec3<HalfFloat>> hthreeout;
+  std::vector<UInt8> yin, yout;
+  std::vector<Int16> win, wout;
   std::vector<UInt32> bins;
   AtomicUInt32 counter;
 };
@@ -74,6 +79,14 @@ Parameters MakeParameters(RandomKernelData& data) {
   LinkData(made.ostraParameter_fourout, data.fourout);
   LinkData(made.ostraParameter_dout, data.dout);
   LinkData(made.ostraParameter_lout, data.lout);
+  LinkData(made.ostraParameter_hin, data.hin);
+  LinkData(made.ostraParameter_hfourin, data.hfourin);
+  LinkData(made.ostraParameter_yin, data.yin);
+  LinkData(made.ostraParameter_win, data.win);
+  LinkData(made.ostraParameter_hout, data.hout);
+  LinkData(made.ostraParameter_hthreeout, data.hthreeout);
+  LinkData(made.ostraParameter_yout, data.yout);
+  LinkData(made.ostraParameter_wout, data.wout);
   LinkData(made.ostraParameter_bins, data.bins);
   made.counter = &data.counter;
   return made;

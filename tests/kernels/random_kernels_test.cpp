@@ -28,6 +28,10 @@ RandomKernelData MakeData(UInt32 seed, UInt32 width) {
   data.uin = random.MakeIntegers<UInt32>(inputCount, 0, 40);
   data.vin = random.MakeVectors<Vector32>(inputCount);
   data.din.assign(data.fin.begin(), data.fin.end());
+  data.hin = random.MakeHalves<HalfFloat>(inputCount);
+  data.hfourin = random.MakeHalves<Vec4<HalfFloat>>(inputCount);
+  data.yin = random.MakeIntegers<UInt8>(inputCount, 0, 255);
+  data.win = random.MakeIntegers<Int16>(inputCount, -300, 300);
   data.ui = random.MakeIntegers<Int32>(1, -5, 15)[0];
   data.uu = random.MakeIntegers<UInt32>(1, 0, 20)[0];
   data.uf = data.fin[0];
@@ -40,6 +44,10 @@ RandomKernelData MakeData(UInt32 seed, UInt32 width) {
   data.fourout.assign(2 * count, Vector4d32(6.0f, 7.0f, 8.0f, 9.0f));
   data.dout.assign(count, 0.5);
   data.lout.assign(count, 79);
+  data.hout.assign(count, HalfFloat(0.125f));
+  data.hthreeout.assign(count, Vec3<HalfFloat>(HalfFloat(5.0f), HalfFloat(6.0f), HalfFloat(7.0f)));
+  data.yout.assign(count, 80);
+  data.wout.assign(count, -81);
   data.bins.assign(8, 3);
   data.counter.Store(5);
   return data;
@@ -60,6 +68,12 @@ void AppendNumbers(const std::vector<T>& elements, std::vector<Byte>& bytes) {
   AppendBytes(numbers, bytes);
 }
 
+template <class T>
+void AppendHalves(const std::vector<T>& elements, std::vector<Byte>& bytes) {
+  const auto* halves = reinterpret_cast<const HalfFloat*>(elements.data());
+  AppendNumbers<Float32>(std::vector<Float32>(halves, halves + elements.size() * sizeof(T) / sizeof(HalfFloat)), bytes);
+}
+
 // The bytes of all outputs.
 std::vector<Byte> GetOutputs(const RandomKernelData& data) {
   std::vector<Byte> bytes;
@@ -68,6 +82,10 @@ std::vector<Byte> GetOutputs(const RandomKernelData& data) {
   AppendNumbers<Float32>(data.threeout, bytes);
   AppendNumbers<Float32>(data.fourout, bytes);
   AppendNumbers<Float64>(data.dout, bytes);
+  AppendHalves(data.hout, bytes);
+  AppendHalves(data.hthreeout, bytes);
+  AppendBytes(data.yout, bytes);
+  AppendBytes(data.wout, bytes);
   AppendBytes(data.iout, bytes);
   AppendBytes(data.uout, bytes);
   AppendBytes(data.lout, bytes);
