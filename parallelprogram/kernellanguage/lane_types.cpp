@@ -106,16 +106,17 @@ void LanePrinter::Struct(NodeIndex declaration) {
   Line({"OSTRA_LANE_INLINE ", lanes, "([[maybe_unused]] const ", shared, "& ostraShared) {"});
   forEachPart({"(*this)", ".", " = ostraShared", ".", ";"});
   Line({"}"});
-  Line({"friend OSTRA_LANE_INLINE ", lanes, " Select(Mask ostraMask, const ", lanes, "& ostraA, const ", lanes,
-        "& ostraB) {"});
+  Line({"[[maybe_unused]] friend OSTRA_LANE_INLINE ", lanes, " Select(Mask ostraMask, const ", lanes,
+        "& ostraA, const ", lanes, "& ostraB) {"});
   Line({lanes, " ostraResult;"});
   forEachPart({"ostraResult", ".", " = Select(ostraMask, ostraA", ".", ", ostraB", ".", ");"});
   Line({"return ostraResult; }"});
-  Line({"friend OSTRA_LANE_INLINE ", shared, " GetLane(const ", lanes, "& ostraLanes, int ostraLane) {"});
+  Line({"[[maybe_unused]] friend OSTRA_LANE_INLINE ", shared, " GetLane(const ", lanes,
+        "& ostraLanes, int ostraLane) {"});
   Line({shared, " ostraResult{};"});
   forEachPart({"ostraResult", ".", " = GetLane(ostraLanes", ".", ", ostraLane);"});
   Line({"return ostraResult; }"});
-  Line({"friend OSTRA_LANE_INLINE void SetLane(", lanes, "& ostraLanes, int ostraLane, const ", shared,
+  Line({"[[maybe_unused]] friend OSTRA_LANE_INLINE void SetLane(", lanes, "& ostraLanes, int ostraLane, const ", shared,
         "& ostraValue) {"});
   forEachPart({"SetLane(ostraLanes", ".", ", ostraLane, ostraValue", ".", ");"});
   Line({"}"});
