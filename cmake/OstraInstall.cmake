@@ -3,10 +3,10 @@ include(CMakePackageConfigHelpers)
 
 # Programs and modules find libostra beside themselves, wherever the tree is put.
 set_target_properties(ostra_program ostra-kernelc PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
-set_target_properties(ostra_kernelruntime PROPERTIES INSTALL_RPATH "$ORIGIN")
+set_target_properties(ostra_kernelruntime ostra_plans PROPERTIES INSTALL_RPATH "$ORIGIN")
 set_target_properties(parallelprogram drawport_vulkan PROPERTIES INSTALL_RPATH "$ORIGIN/../..")
 
-install(TARGETS ostra ostra_kernelruntime ostra-kernelc EXPORT ostraTargets
+install(TARGETS ostra ostra_kernelruntime ostra_plans ostra-kernelc EXPORT ostraTargets
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(TARGETS parallelprogram drawport_vulkan LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/ostra/modules)
@@ -67,6 +67,9 @@ foreach(header
   install(FILES ${PROJECT_SOURCE_DIR}/parallelprogram/${header}
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/parallelprogram/${folder})
 endforeach()
+
+install(FILES ${PROJECT_SOURCE_DIR}/plans/render_scene.h ${PROJECT_SOURCE_DIR}/plans/work_observer.h
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/plans)
 
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/clients/cpp DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/clients FILES_MATCHING PATTERN "*.h")
 

@@ -2,11 +2,11 @@
 // say why not, and whose shapes have as many numbers for every attribute.
 #include <cstdlib>
 
-#include "apps/ostra/render/scene_values.h"
-#include "apps/ostra/render/shapes.h"
+#include "plans/scene/scene_values.h"
+#include "plans/scene/shapes.h"
 
 using namespace ostra;
-using namespace ostra::tool;
+using namespace ostra::plans;
 
 namespace {
 

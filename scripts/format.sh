@@ -12,6 +12,6 @@ case ${1:-} in
   *) echo "Unknown option \"$1\"; --check is known." >&2; exit 2 ;;
 esac
 # shellcheck disable=SC2086  # several options
-find ostra parallelprogram clients conformance apps examples tests bench fuzz \( -name '*.h' -o -name '*.cpp' -o -name '*.inl' \) \
+find ostra parallelprogram plans clients conformance apps examples tests bench fuzz \( -name '*.h' -o -name '*.cpp' -o -name '*.inl' \) \
   -not -path 'ostra/render/noise/*' -not -path 'tests/kernels/golden/*' -not -path 'tests/kernellanguage/golden/*' -not -path 'tests/kernels/files/*' \
   -not -path 'tests/tool/kernels/*' -not -path 'tests/porting/*' -print0 | xargs -0 "$formatter" $options

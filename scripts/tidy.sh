@@ -7,7 +7,7 @@ cd "$(dirname "$0")/.."
 build=${BUILD:-build/release}
 [ -f "$build/compile_commands.json" ] || { echo "$build is not configured" >&2; exit 2; }
 if [ $# -eq 0 ]; then
-  set -- $(find ostra parallelprogram conformance apps -name '*.cpp' -not -path 'ostra/drawport_vulkan/*')
+  set -- $(find ostra parallelprogram plans conformance apps -name '*.cpp' -not -path 'ostra/drawport_vulkan/*')
 fi
 # Flags of GCC that Clang does not know are no findings.
 printf '%s\n' "$@" | xargs -P "$(nproc)" -n 4 "${CLANG_TIDY:-clang-tidy}" -p "$build" --quiet \

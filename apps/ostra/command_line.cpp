@@ -12,26 +12,28 @@
 #include "apps/ostra/encode/encode_command.h"
 #include "apps/ostra/info/info_command.h"
 #include "apps/ostra/languageserver/language_server_command.h"
-#include "apps/ostra/names/nearest_name.h"
 #include "apps/ostra/names/one_of.h"
 #include "apps/ostra/output/quiet_option.h"
 #include "apps/ostra/output/standard_output.h"
 #include "apps/ostra/parity/parity_command.h"
 #include "apps/ostra/profile/profile_option.h"
 #include "apps/ostra/render_command_line.h"
-#include "apps/ostra/run/prepare_kernel.h"
 #include "apps/ostra/run/run_command.h"
 #include "apps/ostra/run/run_help.h"
 #include "apps/ostra/shader_command_line.h"
 #include "apps/ostra/tool_error.h"
 #include "apps/ostra/tool_memory.h"
-#include "apps/ostra/values/text.h"
 #include "ostra/config/configuration.h"
 #include "ostra/host_classes.h"
+#include "plans/names/nearest_name.h"
+#include "plans/run/prepare_kernel.h"
+#include "plans/values/text.h"
 
 OSTRA_UNIT("command_line");
 
 namespace ostra::tool {
+
+using namespace plans;
 
 namespace {
 

@@ -4,14 +4,16 @@
 #include "apps/ostra/profile/profile_option.h"
 #include "apps/ostra/render/render_command.h"
 #include "apps/ostra/render/render_help.h"
-#include "apps/ostra/render/scene.h"
 #include "apps/ostra/tool_error.h"
-#include "apps/ostra/values/text.h"
 #include "ostra/image/image.h"
+#include "plans/scene/scene.h"
+#include "plans/values/text.h"
 
 OSTRA_UNIT("render_command_line");
 
 namespace ostra::tool {
+
+using namespace plans;
 
 CLI::App& AddRenderCommand(CLI::App& app, RenderArguments& arguments) {
   CLI::App& render = *app.add_subcommand("render", kRenderSummary);

@@ -7,6 +7,8 @@
 
 namespace ostra::tool {
 
+using namespace plans;
+
 namespace {
 
 constexpr const char* kTranslateDetails =

@@ -3,15 +3,15 @@
 #include <string>
 #include <vector>
 
-#include "apps/ostra/names/nearest_name.h"
 #include "apps/ostra/tool_error.h"
 #include "ostra/config/configuration.h"
-#include "ostra/drawport/cache.h"
-#include "ostra/drawport/device_list.h"
+#include "plans/names/nearest_name.h"
 
 OSTRA_UNIT("start_host");
 
 namespace ostra::tool {
+
+using namespace plans;
 
 namespace {
 
@@ -34,16 +34,6 @@ Result<Host> StartHost(std::span<const char* const> arguments) {
   OSTRA_RETURN_IF_ERROR(host.LoadModule("parallelprogram"));
   OSTRA_RETURN_IF_ERROR(CheckConfigurationNames());
   return host;
-}
-
-Result<void> StartGpu(Host& host, std::string_view hint) {
-  if (auto loaded = host.LoadModule("drawport_vulkan"); !loaded)
-    return OSTRA_ILLEGAL_STATE("there is no GPU backend (@): @", hint, loaded.GetError());
-  OSTRA_ASSIGN_OR_RETURN(const DrawportCacheRef cache, GetDefaultDrawportCache());
-  if (!cache->GetCacheType().IsEmpty()) return OK;
-  const auto devices = GetDrawportDevices();  // says why
-  if (devices) return OSTRA_ILLEGAL_STATE("there is no GPU device (@)", hint);
-  return OSTRA_ILLEGAL_STATE("there is no GPU device (@): @", hint, devices.GetError());
 }
 
 }  // namespace ostra::tool

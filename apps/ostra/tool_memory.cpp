@@ -4,16 +4,18 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 
 #include "apps/ostra/tool_error.h"
 #include "ostra/core/memory_limit.h"
+#include "plans/values/memory_size.h"
 
 OSTRA_UNIT("tool_memory");
 
 namespace ostra::tool {
+
+using plans::FormatMemorySize;
 
 namespace {
 
@@ -40,15 +42,6 @@ Result<Int> ParseMemorySize(std::string_view text) {
   if (code != std::errc() || !isUnit || number < 1 || number > std::numeric_limits<Int>::max() / factor)
     return OSTRA_USAGE_ERROR("\"@\" is no size of memory such as 512M or 8G", text);
   return number * factor;
-}
-
-std::string FormatMemorySize(Int bytes) {
-  char text[40];
-  if (bytes < Int(1) << 30)
-    std::snprintf(text, sizeof(text), "%.1f MiB", static_cast<Float64>(bytes) / (1 << 20));
-  else
-    std::snprintf(text, sizeof(text), "%.1f GiB", static_cast<Float64>(bytes) / (1 << 30));
-  return text;
 }
 
 Result<void> ApplyMemoryLimit() {

@@ -11,9 +11,6 @@ namespace ostra::tool {
 // The bytes of "512M", "8G" or "1000000": whole numbers of bytes, KiB, MiB, GiB or TiB. Usage error for anything else.
 Result<Int> ParseMemorySize(std::string_view text);
 
-// "6.1 GiB"
-std::string FormatMemorySize(Int bytes);
-
 // Sets the limit of the host's allocator. Usage error for a variable that is no size.
 Result<void> ApplyMemoryLimit();
 

@@ -29,6 +29,16 @@ std::string ExplainUnknown(const std::string& call, const std::vector<std::strin
          (nearest.Get().empty() ? std::string() : "; did you mean " + Quote(std::string(nearest.Get())) + "?");
 }
 
+template <class T>
+std::vector<T> TakeNumbers(const std::string& name, const py::object& value) {
+  std::vector<T> numbers;
+  for (const py::handle& element : FindElements(value).value_or(py::make_tuple(value))) {
+    const std::vector<char> bytes = MakeValue(name, GetDataType<T>(), element);
+    std::memcpy(&numbers.emplace_back(), bytes.data(), sizeof(T));
+  }
+  return numbers;
+}
+
 }  // namespace
 
 std::string Quote(const std::string& name) { return "\"" + name + "\""; }
@@ -100,12 +110,11 @@ UInt32 TakeUInt32(const std::string& name, const py::handle& value) {
 }
 
 std::vector<float> TakeFloats(const std::string& name, const py::object& value) {
-  std::vector<float> numbers;
-  for (const py::handle& element : FindElements(value).value_or(py::make_tuple(value))) {
-    const std::vector<char> bytes = MakeValue(name, GetDataType<Float32>(), element);
-    std::memcpy(&numbers.emplace_back(), bytes.data(), sizeof(float));
-  }
-  return numbers;
+  return TakeNumbers<float>(name, value);
+}
+
+std::vector<double> TakeDoubles(const std::string& name, const py::object& value) {
+  return TakeNumbers<double>(name, value);
 }
 
 std::optional<py::tuple> FindElements(const py::handle& value) {

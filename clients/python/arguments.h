@@ -40,6 +40,8 @@ UInt32 TakeUInt32(const std::string& name, const pybind11::handle& value);
 // A number, or a sequence of several. Throws TypeError if one is not a number, and OverflowError if it does not fit a
 // float32.
 std::vector<float> TakeFloats(const std::string& name, const pybind11::object& value);
+// The same for a float64.
+std::vector<double> TakeDoubles(const std::string& name, const pybind11::object& value);
 // The elements of a sequence other than a text; nothing for other values. Throws what the sequence raises, but for
 // TypeError of its length.
 std::optional<pybind11::tuple> FindElements(const pybind11::handle& value);

@@ -11,6 +11,7 @@
 #include "clients/python/parity.h"
 #include "clients/python/pictures.h"
 #include "clients/python/python_kernel.h"
+#include "clients/python/scene_pictures.h"
 #include "ostra/drawport/settings.h"
 #include "ostra/jobs/worker_threads.h"
 
@@ -205,6 +206,7 @@ PYBIND11_MODULE(_ostra, module) {
   module.def("choose_backend", [](const py::object& name) { return GetBackendName(ChooseBackend(name)); });
   module.def("check_text", [](const std::string& name, const py::object& text) { TakeText(name, text); });
   module.def("take_floats", &TakeFloats);
+  module.def("take_doubles", &TakeDoubles);
   module.def("devices", &ListDevices);
   module.def("parity_groups", &ListParityGroups);
   module.def("run_parity", &RunParityGroup);
@@ -216,6 +218,10 @@ PYBIND11_MODULE(_ostra, module) {
   module.def("take_times", &TakeDispatchTimes);
   module.def("set_thread_limit", &SetThreadLimit);
   module.def("set_memory_limit", &ostra::SetDrawportMemoryLimit);
+  module.def("render", [](const std::string& path, const std::string& text, const std::string& folder, ostra::Int width,
+                          ostra::Int height, const std::vector<std::pair<std::string, std::vector<double>>>& values) {
+    return RenderPicture({path, !text.empty(), text, folder}, {width, height}, values);
+  });
   module.def("read_picture", &ReadPicture);
   module.def("write_picture", &WritePicture);
   // The host ends before the libraries that it uses.

@@ -7,6 +7,7 @@ from text_pages import comment_to_markdown, escape, fence
 
 GROUPS = [
     ("clients/cpp", "C++: sessions, buffers, typed kernels"),
+    ("plans", "C++: scenes to pictures"),
     ("parallelprogram", "C++: programs, kernels, shaders"),
     ("ostra", "C++: the host framework"),
 ]
@@ -21,6 +22,7 @@ def find_public_headers(root):
         raise ValueError("cmake/OstraInstall.cmake has another form: header_pages.py must learn it")
     headers = [path for folder in ("ostra", "clients/cpp") for path in sorted((root / folder).rglob("*.h"))]
     headers = [path for path in headers if not any(rule.search("/" + path.relative_to(root).as_posix()) for rule in excluded)]
+    headers += [root / name for name in re.findall(r"PROJECT_SOURCE_DIR\}/(plans/\w+\.h)", rules)]
     return headers + [root / "parallelprogram" / name for name in sorted(listed.group(1).split()) if name.endswith(".h")]
 
 

@@ -22,7 +22,7 @@ def list_hidden(build):
     libraries = [str(library) for library in (build / "lib").glob("libostra*.so")]
     exported = {line.split()[-1] for line in run("nm", "-D", "--defined-only", *libraries).splitlines() if " " in line}
     # Objects of files that there are no more may still lie in the folder.
-    outputs = re.findall(r"^build ((?:ostra|parallelprogram)/\S+\.o):", (build / "build.ninja").read_text(), flags=re.M)
+    outputs = re.findall(r"^build ((?:ostra|parallelprogram|plans)/\S+\.o):", (build / "build.ninja").read_text(), flags=re.M)
     objects = [str(build / output) for output in outputs if (build / output).is_file()]
     if not objects:
         sys.exit(f"There are no objects in {build}")
@@ -64,7 +64,7 @@ def declares(text, name):
 
 def read_headers(folder):
     headers = {}
-    for part in ("ostra", "parallelprogram", "clients"):
+    for part in ("ostra", "parallelprogram", "plans", "clients"):
         for path in sorted((folder / part).rglob("*.h")):
             text = re.sub(r"//[^\n]*|/\*.*?\*/", "", path.read_text(encoding="utf-8"), flags=re.S)
             headers[path.relative_to(folder).as_posix()] = text
@@ -82,7 +82,7 @@ def main(arguments):
         violations += [f"{header}: programs cannot link with {'::'.join(name)}" for header, text in public.items()
                        if declares(text, name)]
     for header, text in public.items():
-        for included in re.findall(r'#\s*include "((?:ostra|parallelprogram|clients)/[^"]+)"', text):
+        for included in re.findall(r'#\s*include "((?:ostra|parallelprogram|plans|clients)/[^"]+)"', text):
             if not (include / included).is_file():
                 violations.append(f"{header}: {included} is not installed")
     print("\n".join(violations), end="\n" if violations else "")

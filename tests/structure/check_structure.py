@@ -21,12 +21,13 @@ FOLDERS = {"ostra": HOST_FOLDERS, "parallelprogram": MODULE_FOLDERS}
 
 # Further restrictions: what a folder must not include although it stands later.
 FORBIDDEN = [
-    ("ostra/", r"(parallelprogram|clients|conformance|apps|kernels|tests|bench|fuzz)/"),
-    ("parallelprogram/", r"(clients|conformance|apps|kernels|tests|bench|fuzz)/"),
+    ("ostra/", r"(parallelprogram|plans|clients|conformance|apps|kernels|tests|bench|fuzz)/"),
+    ("parallelprogram/", r"(plans|clients|conformance|apps|kernels|tests|bench|fuzz)/"),
+    ("plans/", r"(clients|conformance|apps|tests|bench|fuzz)/"),
     ("clients/", r"(apps|tests|bench|fuzz)/"),
-    ("clients/cpp/", r"conformance/"),
-    ("conformance/", r"(clients|apps|tests|bench|fuzz)/"),
-    ("tests/gpu/", r"(clients|apps|bench|fuzz)/"),
+    ("clients/cpp/", r"(conformance|plans)/"),
+    ("conformance/", r"(plans|clients|apps|tests|bench|fuzz)/"),
+    ("tests/gpu/", r"(plans|clients|apps|bench|fuzz)/"),
     ("parallelprogram/", r"ostra/drawport_vulkan/"),
     ("parallelprogram/program/", r"ostra/drawport/(?!handles\.h)"),
     ("parallelprogram/textures/", r"ostra/drawport/(?!handles\.h)"),
@@ -61,7 +62,7 @@ PROCESSOR = {"emmintrin.h", "immintrin.h", "arm_neon.h"}
 OPENS_A_NAMESPACE = {"parallelprogram/program/kernel_language.h"}
 
 MAXIMAL_LINES = 700
-SOURCE_FOLDERS = ["ostra", "parallelprogram", "clients", "examples", "conformance", "apps", "tests", "bench", "fuzz"]
+SOURCE_FOLDERS = ["ostra", "parallelprogram", "plans", "clients", "examples", "conformance", "apps", "tests", "bench", "fuzz"]
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]')
 
 
@@ -163,7 +164,7 @@ def check_includes(root):
 def check_readmes(root):
     """Every folder says what it is for."""
     folders = [path for parent in ("ostra", "parallelprogram", "clients", "apps") for path in sorted((root / parent).glob("*"))]
-    folders += [root / name for name in ("conformance", "examples", "kernels", "editors", "tests", "bench", "fuzz", "scripts", "cmake")]
+    folders += [root / name for name in ("conformance", "plans", "examples", "kernels", "editors", "tests", "bench", "fuzz", "scripts", "cmake")]
     for folder in folders:
         if folder.is_dir() and any(path.is_file() for path in folder.rglob("*")):
             readme = folder / "README.md"
@@ -173,7 +174,7 @@ def check_readmes(root):
 
 def check_headers(root):
     """Headers are included once, and never open a namespace for their includers."""
-    for path in find_sources(root, ["ostra", "parallelprogram", "clients", "conformance", "apps"], (".h",)):
+    for path in find_sources(root, ["ostra", "parallelprogram", "plans", "clients", "conformance", "apps"], (".h",)):
         name = path.relative_to(root).as_posix()
         text = path.read_text(encoding="utf-8")
         if "/noise/" not in name and "#pragma once" not in text:

@@ -1,4 +1,4 @@
-#include "apps/ostra/buffers/buffer_file.h"
+#include "plans/buffers/buffer_file.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -12,6 +12,8 @@
 #include "tests/support/temporary_folder.h"
 
 namespace ostra::tool {
+
+using namespace plans;
 namespace {
 
 using testing::AllOf;

@@ -1,4 +1,4 @@
-#include "apps/ostra/buffers/csv.h"
+#include "plans/buffers/csv.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -8,6 +8,8 @@
 #include "ostra/math/data_types.h"
 
 namespace ostra::tool {
+
+using namespace plans;
 namespace {
 
 using testing::ElementsAre;

@@ -1,5 +1,5 @@
 // The size of a run without --size, as docs/dispatch-size.md says it.
-#include "apps/ostra/run/default_size.h"
+#include "plans/run/default_size.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -9,6 +9,8 @@
 #include "tests/support/result_matchers.h"
 
 namespace ostra::tool {
+
+using namespace plans;
 namespace {
 
 using testing::HasSubstr;

@@ -7,6 +7,8 @@
 #include "tests/support/temporary_folder.h"
 
 namespace ostra::tool {
+
+using namespace plans;
 namespace {
 
 using testing::AllOf;

@@ -1,5 +1,5 @@
 // Texels of textures from files: which sizes and channels come out, what is refused, and what thin textures become.
-#include "apps/ostra/textures/load_texture.h"
+#include "plans/textures/load_texture.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -14,6 +14,8 @@
 #include "tests/support/temporary_folder.h"
 
 namespace ostra::tool {
+
+using namespace plans;
 namespace {
 
 using testing::ElementsAre;

@@ -1,4 +1,4 @@
-#include "apps/ostra/names/nearest_name.h"
+#include "plans/names/nearest_name.h"
 
 #include <gtest/gtest.h>
 
@@ -6,6 +6,8 @@
 #include <vector>
 
 namespace ostra::tool {
+
+using namespace plans;
 namespace {
 
 TEST(NearestNameTest, OnlyANameThatIsCloseIsSuggested) {

@@ -1,5 +1,5 @@
 // The settings that choose noises.
-#include "apps/ostra/run/noise_settings.h"
+#include "plans/run/noise_settings.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -9,6 +9,8 @@
 #include "tests/support/result_matchers.h"
 
 namespace ostra::tool {
+
+using namespace plans;
 namespace {
 
 using testing::ElementsAre;

@@ -1,5 +1,5 @@
 // Models in .obj files.
-#include "apps/ostra/render/obj_file.h"
+#include "plans/scene/obj_file.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -7,6 +7,8 @@
 #include "tests/support/result_matchers.h"
 
 namespace ostra::tool {
+
+using namespace plans;
 namespace {
 
 using testing::ElementsAre;

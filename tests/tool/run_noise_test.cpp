@@ -4,10 +4,10 @@
 
 #include <nlohmann/json.hpp>
 
-#include "apps/ostra/buffers/buffer_file.h"
 #include "ostra/math/data_types.h"
 #include "ostra/object/class.h"
 #include "ostra/render/render_noise.h"
+#include "plans/buffers/buffer_file.h"
 #include "tests/support/result_matchers.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/tool/tool_process.h"
@@ -35,7 +35,7 @@ class RunNoiseTest : public testing::Test {
 
   // The two noises that come out are these, along the line.
   void ExpectNoises(const RenderNoiseRef& first, const RenderNoiseRef& second) {
-    const auto contents = tool::LoadBuffer(_folder / "out.npy", GetDataType<Vector2d32>());
+    const auto contents = plans::LoadBuffer(_folder / "out.npy", GetDataType<Vector2d32>());
     ASSERT_THAT(contents, IsOk());
     ASSERT_EQ(contents->elements.GetCount(), kCount);
     const auto* values = static_cast<const Vector2d32*>(contents->elements.GetFirst());

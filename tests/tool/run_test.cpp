@@ -4,10 +4,10 @@
 #include <cmath>
 #include <nlohmann/json.hpp>
 
-#include "apps/ostra/buffers/buffer_file.h"
 #include "ostra/image/image.h"
 #include "ostra/io/file.h"
 #include "ostra/math/data_types.h"
+#include "plans/buffers/buffer_file.h"
 #include "tests/support/result_matchers.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/tool/tool_process.h"
@@ -21,7 +21,7 @@ using testing::HasSubstr;
 
 template <class T>
 std::vector<T> LoadValues(const std::string& file) {
-  const auto contents = tool::LoadBuffer(file, GetDataType<T>());
+  const auto contents = plans::LoadBuffer(file, GetDataType<T>());
   EXPECT_THAT(contents, IsOk());
   if (!contents) return {};
   const T* first = static_cast<const T*>(contents->elements.GetFirst());

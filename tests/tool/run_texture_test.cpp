@@ -5,11 +5,11 @@
 #include <algorithm>
 #include <nlohmann/json.hpp>
 
-#include "apps/ostra/buffers/buffer_file.h"
 #include "ostra/image/image.h"
 #include "ostra/math/data_types.h"
 #include "parallelprogram/textures/sampler_family.h"
 #include "parallelprogram/textures/texture_records.h"
+#include "plans/buffers/buffer_file.h"
 #include "tests/support/result_matchers.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/tool/tool_process.h"
@@ -141,7 +141,7 @@ TEST_F(RunTextureTest, TexturesOfAllDimensionsComeFromTablesArraysAndPictures) {
                In("marks", "marks.png"), "--in", In("colors", "colors.raw"), "--texture", "colors:size=2x2x2", "--in",
                "numbers=zeros:16", "--out", In("numbers", "out.csv"), "--size", "1"});
   ASSERT_EQ(result.exitStatus, 0) << result.errors;
-  const auto numbers = tool::LoadBuffer(_folder / "out.csv", GetDataType<Float32>());
+  const auto numbers = plans::LoadBuffer(_folder / "out.csv", GetDataType<Float32>());
   ASSERT_THAT(numbers, IsOk());
   const auto* first = static_cast<const Float32*>(numbers->elements.GetFirst());
   EXPECT_THAT(std::vector<Float32>(first, first + 16),

@@ -4,10 +4,12 @@
 
 #include <ostream>
 
-#include "apps/ostra/render/scene.h"
+#include "plans/scene/scene.h"
 #include "tests/support/result_matchers.h"
 
 namespace ostra::tool {
+
+using namespace plans;
 namespace {
 
 using testing::ElementsAre;

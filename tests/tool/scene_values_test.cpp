@@ -2,10 +2,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "apps/ostra/render/scene_values.h"
+#include "plans/scene/scene_values.h"
 #include "tests/support/result_matchers.h"
 
 namespace ostra::tool {
+
+using namespace plans;
 namespace {
 
 using testing::ElementsAre;

@@ -3,9 +3,11 @@
 
 #include <cmath>
 
-#include "apps/ostra/render/shapes.h"
+#include "plans/scene/shapes.h"
 
 namespace ostra::tool {
+
+using namespace plans;
 namespace {
 
 struct V3 {

@@ -1,5 +1,5 @@
 // What --texture says about a texture.
-#include "apps/ostra/textures/texture_settings.h"
+#include "plans/textures/texture_settings.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -9,6 +9,8 @@
 #include "tests/support/result_matchers.h"
 
 namespace ostra::tool {
+
+using namespace plans;
 namespace {
 
 using testing::ElementsAre;

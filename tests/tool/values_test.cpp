@@ -8,14 +8,17 @@
 
 #include "apps/ostra/tool_error.h"
 #include "apps/ostra/tool_memory.h"
-#include "apps/ostra/values/extents.h"
-#include "apps/ostra/values/scalar_type.h"
-#include "apps/ostra/values/text.h"
-#include "apps/ostra/values/typed_value.h"
 #include "ostra/math/data_types.h"
+#include "plans/values/extents.h"
+#include "plans/values/memory_size.h"
+#include "plans/values/scalar_type.h"
+#include "plans/values/text.h"
+#include "plans/values/typed_value.h"
 #include "tests/support/result_matchers.h"
 
 namespace ostra::tool {
+
+using namespace plans;
 namespace {
 
 using testing::ElementsAre;

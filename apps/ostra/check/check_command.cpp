@@ -12,12 +12,14 @@
 #include "apps/ostra/output/quiet.h"
 #include "apps/ostra/output/standard_output.h"
 #include "apps/ostra/translate/translation_report.h"
-#include "apps/ostra/values/text.h"
 #include "ostra/core/format.h"
+#include "plans/values/text.h"
 
 OSTRA_UNIT("check_command");
 
 namespace ostra::tool {
+
+using namespace plans;
 
 namespace {
 

@@ -14,6 +14,8 @@ OSTRA_UNIT("cpu_compiler");
 
 namespace ostra::tool {
 
+using namespace plans;
+
 using namespace kernelruntime;
 
 Result<CpuCompiler> CpuCompiler::Find() {

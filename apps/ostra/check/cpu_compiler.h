@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "apps/ostra/lints/findings.h"
 #include "parallelprogram/kernelruntime/kernel_source.h"
+#include "plans/lints/findings.h"
 
 namespace ostra::tool {
 
@@ -16,7 +16,8 @@ class CpuCompiler {
 
   // Adds what the compiler says about the source of `file`, marked with "[CPU]"; a compiler that cannot be run is a
   // finding, too. Error: illegal state when it fails without a message, or no file can be made. Thread-safe.
-  Result<void> Compile(const kernelruntime::KernelSource& source, const std::string& file, Findings& findings) const;
+  Result<void> Compile(const kernelruntime::KernelSource& source, const std::string& file,
+                       plans::Findings& findings) const;
 
  private:
   std::vector<std::string> _command;  // reads the source from standard input

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "apps/ostra/values/text.h"
 #include "ostra/core/format.h"
 #include "ostra/shadercompiler/text_limits.h"
 #include "parallelprogram/device/kernel_mistakes.h"
@@ -13,8 +12,11 @@
 #include "parallelprogram/kernelruntime/source_text.h"
 #include "parallelprogram/shaderassembly/assembly_records.h"
 #include "parallelprogram/shaderparser/kernel_words.h"
+#include "plans/values/text.h"
 
 namespace ostra::tool {
+
+using namespace plans;
 
 using namespace kernelruntime;
 

@@ -7,9 +7,9 @@
 
 #include "apps/ostra/check/cpu_compiler.h"
 #include "apps/ostra/check/metal_compiler.h"
-#include "apps/ostra/lints/findings.h"
-#include "apps/ostra/lints/lint_file.h"
-#include "apps/ostra/translate/translation.h"
+#include "plans/lints/findings.h"
+#include "plans/lints/lint_file.h"
+#include "plans/translate/translation.h"
 
 namespace ostra::tool {
 
@@ -17,10 +17,10 @@ namespace ostra::tool {
 // may run beside others.
 struct TargetCheck {
   Id target;
-  Translation translation;
+  plans::Translation translation;
   std::optional<ShaderRecords> records;
   std::optional<AssembledShader> assembled;
-  Findings findings;
+  plans::Findings findings;
   Bool isRefused = false;  // for what FileCheck::mistakes says
 };
 
@@ -29,9 +29,9 @@ struct FileCheck {
   Bool isStage = false;                // of a graphics program
   String source;                       // deciphered
   std::optional<WrittenSource> plain;  // what is translated in its place
-  Findings findings;
+  plans::Findings findings;
   std::optional<kernelruntime::KernelSource> cpuSource;  // to be compiled for the CPU
-  Findings cpuFindings;
+  plans::Findings cpuFindings;
   // What the front end of the language finds wrong with a kernel. It stands for what compilers say of it.
   std::optional<Error> mistakes;
   std::string lanes;  // "file: note: ...": whether the kernel has a wide form; empty unless it was asked for
@@ -56,7 +56,7 @@ Result<FileCheck> PrepareCheck(const CheckOptions& options, const std::string& f
 
 // Everything that was found. Mistakes that the front end has found stand for what compilers say, and for all else about
 // their lines. When every other target takes the kernel they carry the mark " [CPU]" and stand for nothing else.
-Findings CollectFindings(const FileCheck& check, const CheckOptions& options);
+plans::Findings CollectFindings(const FileCheck& check, const CheckOptions& options);
 
 // Compiles what was assembled; Metal text only with a compiler for it. Errors: those of running compilers.
 Result<void> CompileTarget(TargetCheck& check, const FileCheck& file, const MetalCompiler* metal);

@@ -4,11 +4,13 @@
 #include <map>
 #include <set>
 
-#include "apps/ostra/names/nearest_name.h"
-#include "apps/ostra/values/scalar_type.h"
 #include "parallelprogram/shaderassembly/assembly_records.h"
+#include "plans/names/nearest_name.h"
+#include "plans/values/scalar_type.h"
 
 namespace ostra::tool {
+
+using namespace plans;
 
 namespace {
 

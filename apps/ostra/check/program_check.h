@@ -8,6 +8,6 @@ namespace ostra::tool {
 
 // What a stage receives from the one before it must be handed on there, with the same type. Stages whose neighbour is
 // not among the files are left alone.
-void CheckPrograms(const std::vector<FileCheck>& checks, Findings& findings);
+void CheckPrograms(const std::vector<FileCheck>& checks, plans::Findings& findings);
 
 }  // namespace ostra::tool

@@ -7,15 +7,17 @@
 #include "apps/ostra/output/standard_output.h"
 #include "apps/ostra/output/table.h"
 #include "apps/ostra/start_host.h"
-#include "apps/ostra/values/text.h"
 #include "ostra/config/configuration.h"
 #include "ostra/drawport/device_list.h"
 #include "ostra/jobs/worker_threads.h"
 #include "ostra/object/class.h"
 #include "ostra/object/registration.h"
 #include "parallelprogram/program/kernel_interface.h"
+#include "plans/values/text.h"
 
 namespace ostra::tool {
+
+using namespace plans;
 
 namespace {
 

@@ -1,9 +1,11 @@
 #include <algorithm>
 
 #include "apps/ostra/languageserver/features.h"
-#include "apps/ostra/values/text.h"
+#include "plans/values/text.h"
 
 namespace ostra::tool {
+
+using namespace plans;
 
 namespace {
 

@@ -6,10 +6,12 @@
 #include "apps/ostra/languageserver/file_uri.h"
 #include "apps/ostra/languageserver/lint_document.h"
 #include "apps/ostra/languageserver/text_positions.h"
-#include "apps/ostra/values/text.h"
 #include "parallelprogram/device/kernel_headers.h"
+#include "plans/values/text.h"
 
 namespace ostra::tool {
+
+using namespace plans;
 
 namespace {
 

@@ -2,14 +2,16 @@
 
 #include <algorithm>
 
-#include "apps/ostra/lints/lint_file.h"
-#include "apps/ostra/values/text.h"
 #include "ostra/core/silent_diagnostics.h"
 #include "parallelprogram/device/plain_source.h"
 #include "parallelprogram/kernelfront/source_rules.h"
 #include "parallelprogram/shaderassembly/assembly_records.h"
+#include "plans/lints/lint_file.h"
+#include "plans/values/text.h"
 
 namespace ostra::tool {
+
+using namespace plans;
 
 namespace {
 

@@ -4,12 +4,14 @@
 #include <cctype>
 #include <charconv>
 
-#include "apps/ostra/values/text.h"
 #include "ostra/core/format.h"
+#include "plans/values/text.h"
 
 OSTRA_UNIT("languageserver");
 
 namespace ostra::tool {
+
+using namespace plans;
 
 namespace {
 

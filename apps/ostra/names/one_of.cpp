@@ -2,9 +2,11 @@
 
 #include <algorithm>
 
-#include "apps/ostra/names/nearest_name.h"
+#include "plans/names/nearest_name.h"
 
 namespace ostra::tool {
+
+using namespace plans;
 
 namespace {
 

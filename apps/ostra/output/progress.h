@@ -10,22 +10,21 @@
 #include <mutex>
 #include <string>
 
-#include "ostra/core/types.h"
+#include "plans/work_observer.h"
 
 namespace ostra::tool {
 
-class Progress {
+class Progress final : public plans::WorkProgress {
  public:
   // `total` steps of the kind `unit`; 0 when there is only one, of unknown length, which is announced at once.
   Progress(std::string text, Int total, std::string unit = "");
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
-  ~Progress();
+  ~Progress() override;
 
   // Thread-safe.
-  void Advance(Int steps = 1);
-  // Whether a line may be written: work that knows its own state only by waiting may leave that out otherwise.
-  Bool IsOn() const { return _isOn; }
+  void Advance(Int steps = 1) override;
+  Bool IsOn() const override { return _isOn; }
 
   // Takes a line away that is there. May be called in a signal handler.
   static void Erase();

@@ -12,10 +12,13 @@
 #include "ostra/core/silent_diagnostics.h"
 #include "ostra/drawport/device_list.h"
 #include "ostra/drawport/settings.h"
+#include "plans/start_gpu.h"
 
 OSTRA_UNIT("parity_command");
 
 namespace ostra::tool {
+
+using namespace plans;
 
 namespace {
 

@@ -6,6 +6,8 @@
 
 namespace ostra::tool {
 
+using namespace plans;
+
 namespace {
 
 using Json = nlohmann::ordered_json;

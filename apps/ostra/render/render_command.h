@@ -6,15 +6,15 @@
 #include <utility>
 #include <vector>
 
-#include "apps/ostra/values/extents.h"
 #include "ostra/io/url.h"
+#include "plans/values/extents.h"
 
 namespace ostra::tool {
 
 struct RenderOptions {
   Url sceneFile;
   Url target;
-  Extents size;                                             // unknown: that of the scene
+  plans::Extents size;                                      // unknown: that of the scene
   std::vector<std::pair<std::string, std::string>> values;  // values of the scene that are replaced: "angle", "1,2,3"
   std::string cacheFolder;
   Bool isProfiled = false;

@@ -4,14 +4,16 @@
 #include <cstring>
 #include <limits>
 
-#include "apps/ostra/values/element_numbers.h"
-#include "apps/ostra/values/scalar_type.h"
 #include "ostra/core/format.h"
 #include "ostra/math/data_types.h"
+#include "plans/values/element_numbers.h"
+#include "plans/values/scalar_type.h"
 
 OSTRA_UNIT("compare_runs");
 
 namespace ostra::tool {
+
+using namespace plans;
 namespace {
 
 // The number at `bytes`; for a type that is none, its first byte.

@@ -3,16 +3,10 @@
 
 #include <csignal>
 
+#include "ostra/core/types.h"
 #include "ostra/jobs/signal_stack.h"
 
 namespace ostra::tool {
-
-// `isChecked`: the kernel was compiled with checks, which have not found it.
-inline const char* DescribeOutside(Bool isChecked) {
-  return isChecked ? "the kernel reads or writes outside of its buffers, where --checked does not look: in a "
-                     "buffer or an array that a function was handed"
-                   : "the kernel reads or writes outside of its buffers; run it with --checked to see where";
-}
 
 // While it lives, a kernel that touches memory outside of everything, divides a whole number by zero, needs more stack
 // than there is, or is stopped by a check ends the process with a line on standard error and exit status 1. Outputs are

@@ -12,6 +12,8 @@
 OSTRA_UNIT("first_difference");
 
 namespace ostra::tool {
+
+using namespace plans;
 namespace {
 
 using Place = std::vector<UInt32>;  // z, y, x: their order is that of the invocations

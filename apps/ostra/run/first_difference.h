@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "apps/ostra/run/prepare_kernel.h"
-#include "apps/ostra/run/program_run.h"
+#include "plans/run/prepare_kernel.h"
+#include "plans/run/program_run.h"
 
 namespace ostra::tool {
 
@@ -33,8 +33,9 @@ struct FirstDifference {
 // Runs the kernel on both sides, dispatch by dispatch, until they differ by more than `bound`, then traced. `plan` must
 // not be one that is run once; `traced` is the kernel's file as it is run for traces. Nothing: no difference. Errors:
 // those of the programs.
-Result<std::optional<FirstDifference>> FindFirstDifference(RunPlan& plan, const ProgramFile& file,
-                                                           const ProgramFile& traced, Int iterations, Float64 bound);
+Result<std::optional<FirstDifference>> FindFirstDifference(plans::RunPlan& plan, const plans::ProgramFile& file,
+                                                           const plans::ProgramFile& traced, Int iterations,
+                                                           Float64 bound);
 
 // Which lines are shown: the first one that differs and some around it, so that a long loop does not hide it.
 struct ShownLines {

@@ -4,22 +4,24 @@
 #include <memory>
 #include <optional>
 
-#include "apps/ostra/output/progress.h"
-#include "apps/ostra/output/standard_output.h"
-#include "apps/ostra/profile/profile.h"
+#include "apps/ostra/output/shown_work.h"
 #include "apps/ostra/run/compare_runs.h"
 #include "apps/ostra/run/crash_guard.h"
 #include "apps/ostra/run/first_difference.h"
-#include "apps/ostra/run/prepare_kernel.h"
-#include "apps/ostra/run/program_run.h"
 #include "apps/ostra/run/run_report.h"
 #include "apps/ostra/start_host.h"
 #include "ostra/jobs/worker_threads.h"
 #include "parallelprogram/device/step_limit.h"
+#include "plans/profile/profile.h"
+#include "plans/run/prepare_kernel.h"
+#include "plans/run/program_run.h"
+#include "plans/start_gpu.h"
 
 OSTRA_UNIT("run_command");
 
 namespace ostra::tool {
+
+using namespace plans;
 
 namespace {
 
@@ -65,16 +67,20 @@ Int ChooseStepLimit(const RunOptions& options, const Id& programClass) {
 constexpr Int kTraceRoom = Int{8} << 20;  // bytes for the values of one invocation
 
 // Everything that needs objects of the kernel's module, which are gone when this returns.
-Result<RunReport> Execute(const RunOptions& options, RunPlan& plan, const std::optional<TracedKernel>& traced) {
+Result<RunReport> Execute(const RunOptions& options, RunPlan& plan, const std::optional<TracedKernel>& traced,
+                          WorkObserver& observer) {
   const Id& firstClass = options.backend == Backend::Gpu ? kGpuProgramClass : kCpuProgramClass;
   const ProgramFile file{options.kernelFile,
                          options.templateArgument,
                          {.hasReports = !options.isSilent, .hasChecks = options.isChecked},
                          options.printRoom,
-                         ChooseStepLimit(options, firstClass)};
+                         ChooseStepLimit(options, firstClass),
+                         {},
+                         true,
+                         &observer};
   OSTRA_ASSIGN_OR_RETURN(ProgramRun run, ProgramRun::Create(plan, firstClass, file));
   RunReport report;
-  PrintSink prints(options.isJson);
+  ShownPrints prints(options.isJson);
   const Bool isBoth = options.backend == Backend::Both;
   run.ShowPrints(prints, isBoth ? "CPU" : "");
   {
@@ -118,19 +124,20 @@ Result<void> Run(const RunOptions& options, std::span<const char* const> argumen
   OSTRA_ASSIGN_OR_RETURN(Host host, StartHost(arguments));
   if (options.backend != Backend::Cpu) OSTRA_RETURN_IF_ERROR(StartGpu(host));
   if (options.isDebugged) SetWorkerThreadLimit(1);
-  OSTRA_ASSIGN_OR_RETURN(const PreparedKernel kernel, PrepareKernel(options, host));
+  ShownWork observer;
+  OSTRA_ASSIGN_OR_RETURN(const PreparedKernel kernel, PrepareKernel(options, host, observer));
   OSTRA_ASSIGN_OR_RETURN(RunPlan plan, MakeRunPlan(options, kernel.opened, kernel.parameters));
   WriteNotes(plan);
   std::optional<TracedKernel> traced;
   if (options.differenceBound) {
-    OSTRA_ASSIGN_OR_RETURN(traced, PrepareTracedKernel(options, host));
+    OSTRA_ASSIGN_OR_RETURN(traced, PrepareTracedKernel(options, host, observer));
   }
   std::optional<LaneReport> lanes;
   if (options.isExplained) {
     OSTRA_ASSIGN_OR_RETURN(lanes, MakeLaneReport(options.kernelFile, kernel.opened));
     if (!lanes->reason.empty()) WriteReportLine(lanes->reason);
   }
-  OSTRA_ASSIGN_OR_RETURN(RunReport report, Execute(options, plan, traced));
+  OSTRA_ASSIGN_OR_RETURN(RunReport report, Execute(options, plan, traced, observer));
   report.kernel = options.kernelFile.GetName().GetView();
   report.lanes = std::move(lanes);
   report.wasCompiled = kernel.wasCompiled;

@@ -6,10 +6,12 @@
 
 #include "apps/ostra/output/table.h"
 #include "apps/ostra/profile/profile_report.h"
-#include "apps/ostra/values/scalar_type.h"
-#include "apps/ostra/values/typed_value.h"
+#include "plans/values/scalar_type.h"
+#include "plans/values/typed_value.h"
 
 namespace ostra::tool {
+
+using namespace plans;
 
 namespace {
 

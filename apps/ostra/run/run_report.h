@@ -5,11 +5,11 @@
 #include <string>
 #include <vector>
 
-#include "apps/ostra/profile/profile.h"
 #include "apps/ostra/run/first_difference.h"
 #include "apps/ostra/run/lane_report.h"
-#include "apps/ostra/run/run_plan.h"
 #include "apps/ostra/run/show_prints.h"
+#include "plans/profile/profile.h"
+#include "plans/run/run_plan.h"
 
 namespace ostra::tool {
 
@@ -31,13 +31,15 @@ struct RunReport {
   Int lostPrints = 0;                                    // that there was no room for
   RunDifference difference;                              // when the kernel ran on both
   std::optional<FirstDifference> firstDifference;        // when it was asked for and there is one
-  std::optional<ProfileReport> profile;                  // when it was asked for
+  std::optional<plans::ProfileReport> profile;           // when it was asked for
 };
 
 // A table of what was run, how long it took, what was written and what was counted.
-Result<std::string> FormatRunReport(const RunReport& report, const RunOptions& options, const RunPlan& plan);
+Result<std::string> FormatRunReport(const RunReport& report, const plans::RunOptions& options,
+                                    const plans::RunPlan& plan);
 
 // The same as one JSON object and a line end.
-Result<std::string> FormatRunReportAsJson(const RunReport& report, const RunOptions& options, const RunPlan& plan);
+Result<std::string> FormatRunReportAsJson(const RunReport& report, const plans::RunOptions& options,
+                                          const plans::RunPlan& plan);
 
 }  // namespace ostra::tool

@@ -28,7 +28,7 @@ std::string FormatPrintedLine(const PrintedLine& line) {
   return line.backend.empty() ? text : text + " [" + line.backend + "]";
 }
 
-Result<void> PrintSink::Take(ParallelProgramInterface& program, std::string_view backend, Int dispatch) {
+Result<void> ShownPrints::Take(ParallelProgramInterface& program, std::string_view backend, Int dispatch) {
   auto* const reports = FindInterface<KernelReportInterface>(program);
   if (!reports) return OK;
   OSTRA_ASSIGN_OR_RETURN(const KernelPrints taken, reports->TakePrints());
@@ -54,7 +54,7 @@ Result<void> PrintSink::Take(ParallelProgramInterface& program, std::string_view
   return lines.empty() ? Result<void>(OK) : WriteReport(lines);
 }
 
-void PrintSink::Flush() {
+void ShownPrints::Flush() {
   for (const PrintedLine& line : _kept) WriteReportLine(FormatPrintedLine(line));
   _kept.clear();
 }

@@ -6,7 +6,7 @@
 
 #include "ostra/core/result.h"
 #include "parallelprogram/program/kernel_report_interface.h"
-#include "parallelprogram/program/parallel_program.h"
+#include "plans/run/print_sink.h"
 
 namespace ostra::tool {
 
@@ -17,19 +17,16 @@ struct PrintedLine {
 };
 
 // Takes prints of programs, and shows or keeps them.
-class PrintSink {
+class ShownPrints final : public plans::PrintSink {
  public:
   // `isKept`: for a report in JSON; otherwise they are written at once.
-  explicit PrintSink(Bool isKept) : _isKept(isKept) {}
+  explicit ShownPrints(Bool isKept) : _isKept(isKept) {}
 
-  // What the program has printed since the last call. `dispatch` counts from 1; 0 for the only one. `backend` is "CPU",
-  // "GPU" or "" where it goes without saying. Errors: those of the program and of writing.
-  Result<void> Take(ParallelProgramInterface& program, std::string_view backend, Int dispatch);
+  Result<void> Take(ParallelProgramInterface& program, std::string_view backend, Int dispatch) override;
 
   const std::vector<PrintedLine>& GetKept() const { return _kept; }
   Int GetLostCount() const { return _lostCount; }
-  // Writes what was kept, where no report will hold it.
-  void Flush();
+  void Flush() override;
 
  private:
   const Bool _isKept;

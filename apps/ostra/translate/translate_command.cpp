@@ -10,6 +10,8 @@ OSTRA_UNIT("translate_command");
 
 namespace ostra::tool {
 
+using namespace plans;
+
 using namespace kernelruntime;
 
 namespace {

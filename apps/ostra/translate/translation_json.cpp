@@ -1,13 +1,15 @@
 #include <nlohmann/json.hpp>
 
 #include "apps/ostra/translate/translation_report.h"
-#include "apps/ostra/values/text.h"
 #include "ostra/core/atomic.h"
 #include "ostra/math/data_types.h"
 #include "ostra/render/gradient.h"
 #include "parallelprogram/shaderassembly/assembly_records.h"
+#include "plans/values/text.h"
 
 namespace ostra::tool {
+
+using namespace plans;
 
 namespace {
 

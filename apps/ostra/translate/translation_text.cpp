@@ -2,10 +2,12 @@
 
 #include "apps/ostra/output/table.h"
 #include "apps/ostra/translate/translation_report.h"
-#include "apps/ostra/values/text.h"
 #include "parallelprogram/shaderassembly/assembly_records.h"
+#include "plans/values/text.h"
 
 namespace ostra::tool {
+
+using namespace plans;
 
 namespace {
 

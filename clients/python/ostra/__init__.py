@@ -15,6 +15,9 @@ from ._ostra import Buffer, Counter, Error
 from ._inquiries import Profile, configuration, configure, devices, memory, profile
 from ._parity import parity
 from ._pictures import read_picture, write_picture
+from ._png import encode_png as _encode_png
+from ._progress import progress
+from ._render import render
 from ._source import KernelSource as _KernelSource
 from ._source import load as _load_source
 from ._texture import Texture
@@ -34,9 +37,19 @@ __all__ = [
     "memory",
     "parity",
     "profile",
+    "progress",
     "read_picture",
+    "render",
     "write_picture",
 ]
+
+
+def _show_buffer(buffer):
+    """The picture that notebooks show: (height, width) and 1, 3 or 4 channels; floats are 0 to 1."""
+    return _encode_png(buffer.numpy()) if len(buffer.shape) in (2, 3) else None
+
+
+Buffer._repr_png_ = _show_buffer
 
 
 class Kernel:

@@ -1,9 +1,7 @@
 """ostra.Texture."""
 
-import struct as _struct
-import zlib as _zlib
-
 from . import _ostra
+from ._png import encode_png as _encode_png
 
 import numpy as _numpy
 
@@ -74,22 +72,7 @@ class Texture(_ostra.Texture):
 
     def _repr_png_(self):
         """The picture that notebooks show: (height, width) and 1, 3 or 4 channels; floats are 0 to 1."""
-        texels = self.array
-        channels = texels.shape[2] if texels.ndim == 3 else 1
-        if texels.ndim not in (2, 3) or channels not in (1, 3, 4):
-            return None
-        if texels.dtype != _numpy.uint8:
-            texels = (_numpy.nan_to_num(texels).clip(0, 1) * 255 + 0.5).astype(_numpy.uint8)
-        height, width = texels.shape[:2]
-        rows = _numpy.zeros((height, width * channels + 1), _numpy.uint8)
-        rows[:, 1:] = texels.reshape(height, -1)
-        kind = {1: 0, 3: 2, 4: 6}[channels]
-        return (
-            b"\x89PNG\r\n\x1a\n"
-            + _chunk(b"IHDR", _struct.pack(">IIBBBBB", width, height, 8, kind, 0, 0, 0))
-            + _chunk(b"IDAT", _zlib.compress(rows.tobytes()))
-            + _chunk(b"IEND", b"")
-        )
+        return _encode_png(self.array)
 
 
 def _check_choice(name, value, choices):
@@ -98,7 +81,3 @@ def _check_choice(name, value, choices):
         wanted = " or ".join([", ".join(quoted[:-1]), quoted[-1]])
         kind = ValueError if isinstance(value, str) else TypeError
         raise kind(f"{name} is {wanted}, not {value!r}")
-
-
-def _chunk(name, data):
-    return _struct.pack(">I", len(data)) + name + data + _struct.pack(">I", _zlib.crc32(name + data))

@@ -1,0 +1,53 @@
+#include "clients/python/scene_pictures.h"
+
+#include <cstring>
+
+#include "clients/python/engine_call.h"
+#include "plans/render_scene.h"
+#include "plans/usage_error.h"
+
+OSTRA_UNIT("python");
+
+namespace ostra::python {
+
+namespace py = pybind11;
+
+namespace {
+
+class KeptNotes final : public plans::WorkObserver {
+ public:
+  void Note(std::string_view text) override { notes.emplace_back(text); }
+
+  std::vector<std::string> notes;
+};
+
+Result<Image> Render(Host& host, const SceneSource& source, const RenderSettings& settings) {
+  if (!source.isText) {
+    OSTRA_ASSIGN_OR_RETURN(const Url file, Url::Create(source.path));
+    return RenderScene(host, file, settings);
+  }
+  OSTRA_ASSIGN_OR_RETURN(const Url folder, Url::Create(source.folder));
+  return RenderSceneText(host, source.text, source.path, folder, settings);
+}
+
+}  // namespace
+
+py::tuple RenderPicture(const SceneSource& source, const std::array<Int, 2>& size,
+                        const std::vector<std::pair<std::string, std::vector<double>>>& values) {
+  KeptNotes observer;
+  const RenderSettings settings = {.width = size[0], .height = size[1], .values = values, .observer = &observer};
+  const auto engine = OrThrow(Engine::Get());
+  EngineCall call(*engine);
+  Result<Image> image =
+      call.Run([&]() -> Result<Image> { return Render(engine->GetCpu().GetHost(), source, settings); });
+  if (!image && image.GetError().GetKind() == plans::kUsageError)
+    throw py::value_error(std::string(image.GetError().GetMessage().GetView()));
+  const Image picture = OrThrow(std::move(image));
+  py::array_t<float> pixels({picture.height, picture.width, Int(4)});
+  std::memcpy(pixels.mutable_data(), picture.rgba.GetFirst(), static_cast<std::size_t>(pixels.nbytes()));
+  py::list notes;
+  for (const std::string& note : observer.notes) notes.append(note);
+  return py::make_tuple(pixels, notes);
+}
+
+}  // namespace ostra::python
