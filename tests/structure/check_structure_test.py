@@ -126,6 +126,10 @@ class CheckStructureTest(unittest.TestCase):
         self.write("ostra/core/a.h", "class A {\n  struct B {\n    Int c, d;\n    Int e;\n    void F();\n  };\n  B _b;\n};\n")
         self.assertEqual(list(structure_table.find_classes(self.root / "ostra/core/a.h")), [("A", 1, 0, 1), ("B", 2, 1, 2)])
 
+    def test_classes_with_bases_on_several_lines_are_counted(self):
+        self.write("ostra/core/a.h", "class A final\n    : public B<A, C>,\n      public D {\n public:\n  void E();\n  Int _f = 0;\n};\n\nclass G;\n")
+        self.assertEqual(list(structure_table.find_classes(self.root / "ostra/core/a.h")), [("A", 1, 1, 1)])
+
     def test_a_source_that_reads_too_many_headers_is_found(self):
         most = check_structure.MAXIMAL_INCLUDES
         for number in range(most + 1):

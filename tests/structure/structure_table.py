@@ -66,13 +66,18 @@ def find_classes(path):
     """(name, first line, methods, members) of each class, without those of classes inside of it."""
     lines = read_lines(path)
     for number, line in enumerate(lines):
+        # A list of bases may take several lines.
+        last = number
+        while re.match(r"\s*(?:template\s*<.*>\s*)?(?:class|struct)\s", line) and line[-1] not in "{;}\\>" and last + 1 < len(lines):
+            last += 1
+            line += " " + lines[last].strip()
         match = CLASS.match(line)
         if not match:
             continue
         indent, name = match.groups()
         end = find_end(lines, number, indent)
         inner = indent + " " * 2
-        body = [text[len(inner):].partition("//")[0].rstrip() for text in lines[number + 1:end]
+        body = [text[len(inner):].partition("//")[0].rstrip() for text in lines[last + 1:end]
                 if text.startswith(inner) and not text.startswith(inner + " ") and not text.startswith(inner + "//")]
         methods = {found.group(1) for found in map(METHOD.match, body) if found} - {name, "~" + name}
         members = [text for text in body if MEMBER.match(text)]
