@@ -1,7 +1,7 @@
 // ResolvedTree: what names and expressions of a syntax tree mean. Tables beside the tree, one entry per node.
 //
 // Conversions are explicit: an expression has the type `types[node]` by itself and is wanted as `converted[node]` where
-// it stands. They differ where C++ converts without a word: "1 + x" with a float x has a literal of type int that is
+// it stands. They differ where C++ converts implicitly: "1 + x" with a float x has a literal of type int that is
 // converted to float. A conversion is one of scalars, of a half float to others, or of vectors component by component.
 //
 // The language takes more than its plain form, which the C++ compiler and the translation for GPUs read as it stands.

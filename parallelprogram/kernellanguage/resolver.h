@@ -24,7 +24,7 @@ class Resolver {
   TypeIndex Fail(NodeIndex node, std::string text, std::vector<DiagnosticNote> notes = {});
   // Notes a node that is not of the plain form; `isPrintable`: the C++ forms know it all the same.
   void Extend(NodeIndex node, Bool isPrintable = false);
-  // Conversions that some shading languages do not make without a word.
+  // Conversions that some shading languages make only if they are written.
   void ExtendConversions();
   void ExtendHalves(NodeIndex node);
   SourceOffset GetOffset(NodeIndex node) const { return _tree.nodes[node].offset; }

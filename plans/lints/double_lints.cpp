@@ -1,4 +1,4 @@
-// Functions of 64-bit floats: HLSL has them for 32 bits alone and narrows the arguments without a word.
+// Functions of 64-bit floats: HLSL has them for 32 bits alone and narrows the arguments implicitly.
 #include <algorithm>
 #include <string>
 #include <vector>

@@ -18,7 +18,7 @@
 namespace ostra::plans {
 
 // The whole of a JSON text. Error: "FILE:LINE:COLUMN: ..." for what is no JSON, and for a key that stands twice in one
-// object, of which one value would be lost without a word.
+// object, of which one value would be lost, and the writer of the file would not know.
 Result<nlohmann::json> ParseJson(std::string_view text, std::string_view file);
 
 // A name as messages show it: in double quotes, without line ends and other control characters.

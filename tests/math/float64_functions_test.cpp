@@ -137,7 +137,7 @@ OSTRA_TEST_IS_CALLABLE(pow)
 OSTRA_TEST_IS_CALLABLE(floor)
 OSTRA_TEST_IS_CALLABLE(floatBitsToUint)
 
-// These would lose digits without a word.
+// These would lose digits, and no compiler would warn.
 TEST(Float64FunctionsTest, WhatHasNoFormOf64BitsIsNoFunction) {
   static_assert(Calls_mul<SquareMatrix32, vec3> && !Calls_mul<SquareMatrix32, DoubleVector>);
   static_assert(Calls_min<Int32, Int32> && !Calls_min<Int64, Int32> && !Calls_min<UInt64, UInt64>);
