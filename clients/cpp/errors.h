@@ -4,6 +4,7 @@
 #include <exception>
 #include <string>
 
+#include "ostra/core/catch_out_of_memory.h"
 #include "ostra/core/result.h"
 
 namespace ostra {
@@ -52,13 +53,11 @@ inline Error Locate(const Error& error, const CallSite& where) {
 // an error, too.
 template <class Function>
 auto CallAt(const CallSite& where, Function&& function) -> decltype(function()) {
-  try {
+  return CatchOutOfMemory("client", where.line, [&]() -> decltype(function()) {
     auto result = function();
     if (!result) return Locate(result.GetError(), where);
     return result;
-  } catch (const std::bad_alloc&) {
-    return Error::MakeOutOfMemory("client", where.line);
-  }
+  });
 }
 
 }  // namespace client

@@ -1,11 +1,11 @@
 #include "ostra/arrays/array_file.h"
 
-#include <new>
 #include <string>
 #include <vector>
 
 #include "ostra/arrays/npy_file.h"
 #include "ostra/arrays/npy_records.h"
+#include "ostra/core/catch_out_of_memory.h"
 #include "ostra/core/format.h"
 #include "ostra/core/struct_type.h"
 #include "ostra/image/image.h"
@@ -170,16 +170,6 @@ Result<void> CheckAny(const Url& file, DataType type) {
   return CheckFileTarget(file);
 }
 
-// Exhausted memory of the standard library is an error, too.
-template <class Function>
-auto CatchExhaustedMemory(Function&& function) -> decltype(function()) {
-  try {
-    return function();
-  } catch (const std::bad_alloc&) {
-    return OSTRA_OUT_OF_MEMORY();
-  }
-}
-
 }  // namespace
 
 ArrayFileKind GetArrayFileKind(const Url& file) {
@@ -191,7 +181,7 @@ ArrayFileKind GetArrayFileKind(const Url& file) {
 }
 
 Result<ArrayContents> ReadArrayFile(const Url& file, DataType elementType) {
-  return CatchExhaustedMemory([&]() -> Result<ArrayContents> {
+  return CatchOutOfMemory(kOstraUnit, __LINE__, [&]() -> Result<ArrayContents> {
     OSTRA_ASSIGN_OR_RETURN(ArrayContents contents, ReadAny(file, elementType));
     if (contents.elements.GetCount() == 0) return OSTRA_ILLEGAL_ARGUMENT("@ is empty.", file);
     return contents;
@@ -199,12 +189,12 @@ Result<ArrayContents> ReadArrayFile(const Url& file, DataType elementType) {
 }
 
 Result<void> CheckArrayFile(const Url& file, DataType elementType) {
-  return CatchExhaustedMemory([&] { return CheckAny(file, elementType); });
+  return CatchOutOfMemory(kOstraUnit, __LINE__, [&] { return CheckAny(file, elementType); });
 }
 
 Result<void> WriteArrayFile(const Url& file, DataType elementType, Block<const Generic> elements,
                             const ArrayExtent& extent) {
-  return CatchExhaustedMemory([&]() -> Result<void> {
+  return CatchOutOfMemory(kOstraUnit, __LINE__, [&]() -> Result<void> {
     OSTRA_RETURN_IF_ERROR(CheckAny(file, elementType));
     if (extent.width < 0 || extent.height < 0 || extent.depth < 0)
       return OSTRA_ILLEGAL_ARGUMENT("@ cannot be written: an extent of @ x @ x @ has sides below 0.", file,

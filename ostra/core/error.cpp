@@ -4,9 +4,9 @@
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
-#include <new>
 #include <vector>
 
+#include "ostra/core/catch_out_of_memory.h"
 #include "ostra/core/format.h"
 #include "ostra/core/memory.h"
 #include "ostra/core/result.h"
@@ -101,21 +101,15 @@ struct SourceErrors {
 };
 
 Error MakeSourceError(std::vector<SourceMessage> messages, const char* unit, Int32 line, const Id& kind) {
-  try {
-    return SourceErrors::Make(kind, std::move(messages), unit, line);
-  } catch (const std::bad_alloc&) {
-    return Error::MakeOutOfMemory(unit, line);
-  }
+  return CatchOutOfMemory(unit, line, [&] { return SourceErrors::Make(kind, std::move(messages), unit, line); });
 }
 
 Error MakeSourceError(std::string_view file, Int sourceLine, std::string_view text, const char* unit, Int32 line,
                       const Id& kind) {
-  try {
+  return CatchOutOfMemory(unit, line, [&] {
     SourceMessage message{.file = std::string(file), .line = sourceLine, .text = std::string(text)};
     return SourceErrors::Make(kind, {std::move(message)}, unit, line);
-  } catch (const std::bad_alloc&) {
-    return Error::MakeOutOfMemory(unit, line);
-  }
+  });
 }
 
 std::span<const SourceMessage> GetSourceMessages(const Error& error) { return SourceErrors::Get(error); }

@@ -12,6 +12,7 @@
 #include <new>
 #include <stdexcept>
 
+#include "ostra/core/catch_out_of_memory.h"
 #include "ostra/core/format.h"
 #include "ostra/image/image.h"
 #include "ostra/image/memory_sink.h"
@@ -62,9 +63,7 @@ class MemoryWriter final : public Imf::OStream {
 template <class Value, class Work>
 Result<Value> CallLibrary(std::string_view prefix, const Work& work) {
   try {
-    return work();
-  } catch (const std::bad_alloc&) {
-    return OSTRA_OUT_OF_MEMORY();
+    return CatchOutOfMemory(kOstraUnit, __LINE__, work);
   } catch (const std::exception& exception) {
     return OSTRA_ILLEGAL_ARGUMENT("@: @.", prefix, exception.what());
   }

@@ -7,6 +7,7 @@
 #include <new>
 #include <vector>
 
+#include "ostra/core/catch_out_of_memory.h"
 #include "ostra/core/diagnostics.h"
 #include "ostra/core/format.h"
 #include "ostra/io/file.h"
@@ -106,13 +107,12 @@ Result<BaseArray<Byte>> ContentStore::Load(const ContentKey& key) const {
     return bytes;
   OSTRA_RETURN_IF_ERROR(bytes.Resize(size));
   if (size > 0) MemCopy(bytes.GetFirst(), body.GetFirst(), size);
-  try {
+  OSTRA_RETURN_IF_ERROR(CatchOutOfMemory(kOstraUnit, __LINE__, [&]() -> Result<void> {
     // Used now: what was not used for longest goes first.
     std::error_code code;
     fs::last_write_time(fs::path(file.GetView()), fs::file_time_type::clock::now(), code);
-  } catch (const std::bad_alloc&) {
-    return OSTRA_OUT_OF_MEMORY();
-  }
+    return OK;
+  }));
   return bytes;
 }
 

@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <new>
 #include <span>
 #include <unordered_map>
 #include <vector>
 
+#include "ostra/core/catch_out_of_memory.h"
 #include "ostra/shadercompiler/shader_size.h"
 #include "ostra/shadercompiler/spirv_words.h"
 
@@ -110,13 +110,11 @@ namespace ostra {
 
 Result<ShaderSize> CountShaderWords(Block<const UInt32> words) {
   const std::span<const UInt32> all(words.GetFirst(), static_cast<std::size_t>(words.GetCount()));
-  try {
+  return CatchOutOfMemory(kOstraUnit, __LINE__, [&]() -> Result<ShaderSize> {
     auto functions = shadercompiler::FindFunctions(all);
     const std::vector<UInt32> entryPoints = shadercompiler::FindEntryPoints(all);
     return ShaderSize{all.size(), shadercompiler::GetProgramSize(functions, entryPoints)};
-  } catch (const std::bad_alloc&) {
-    return OSTRA_OUT_OF_MEMORY();
-  }
+  });
 }
 
 }  // namespace ostra

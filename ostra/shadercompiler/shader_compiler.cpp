@@ -1,8 +1,8 @@
 #include "ostra/shadercompiler/shader_compiler.h"
 
 #include <algorithm>
-#include <new>
 
+#include "ostra/core/catch_out_of_memory.h"
 #include "ostra/core/format.h"
 #include "ostra/shadercompiler/contraction.h"
 #include "ostra/shadercompiler/glslang_front.h"
@@ -84,8 +84,8 @@ Result<CompiledShader> CompileShader(const Id& language, DrawportStage stage, co
                        stage == DrawportStage::TessellationControl || stage == DrawportStage::TessellationEvaluation ||
                        stage == DrawportStage::Fragment;
   if (!isStage) return OSTRA_ILLEGAL_ARGUMENT("Shaders of the stage @ cannot be compiled.", static_cast<Int32>(stage));
-  CompiledShader compiled;
-  try {
+  return CatchOutOfMemory(kOstraUnit, __LINE__, [&]() -> Result<CompiledShader> {
+    CompiledShader compiled;
     std::vector<ShaderMessage> messages;
     std::vector<UInt32> words;
     if (auto error = shadercompiler::FindTextLimitError(shader.text)) {
@@ -98,16 +98,14 @@ Result<CompiledShader> CompileShader(const Id& language, DrawportStage stage, co
     OSTRA_RETURN_IF_ERROR(compiled.words.Resize(static_cast<Int>(words.size())));
     std::copy(words.begin(), words.end(), compiled.words.begin());
     for (ShaderMessage& message : messages) OSTRA_RETURN_IF_ERROR(compiled.messages.Append(std::move(message)));
-  } catch (const std::bad_alloc&) {
-    return OSTRA_OUT_OF_MEMORY();
-  }
-  return compiled;
+    return compiled;
+  });
 }
 
 Result<SourceMessage> PlaceShaderMessage(const AssembledShader& shader, const ShaderMessage& message,
                                          std::string_view fallbackFile) {
   OSTRA_ASSIGN_OR_RETURN(const String text, RestoreShaderWords(message.text));
-  try {
+  return CatchOutOfMemory(kOstraUnit, __LINE__, [&]() -> Result<SourceMessage> {
     SourceMessage placed{.severity = message.isError ? SourceSeverity::kError : SourceSeverity::kWarning,
                          .file = std::string(fallbackFile),
                          .text = std::string(text.GetView())};
@@ -125,13 +123,11 @@ Result<SourceMessage> PlaceShaderMessage(const AssembledShader& shader, const Sh
       placed.text += " (line " + std::to_string(message.line) + " of the assembled text)";
     }
     return placed;
-  } catch (const std::bad_alloc&) {
-    return OSTRA_OUT_OF_MEMORY();
-  }
+  });
 }
 
 Error MakeCompileError(const AssembledShader& shader, const CompiledShader& compiled, std::string_view fallbackFile) {
-  try {
+  return CatchOutOfMemory(kOstraUnit, __LINE__, [&]() -> Error {
     std::vector<SourceMessage> errors;
     for (const ShaderMessage& message : compiled.messages) {
       if (!message.isError) continue;
@@ -140,9 +136,7 @@ Error MakeCompileError(const AssembledShader& shader, const CompiledShader& comp
       errors.push_back(std::move(*placed));
     }
     return MakeSourceError(std::move(errors), kOstraUnit, __LINE__);
-  } catch (const std::bad_alloc&) {
-    return OSTRA_OUT_OF_MEMORY();
-  }
+  });
 }
 
 }  // namespace ostra

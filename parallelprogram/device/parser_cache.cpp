@@ -1,8 +1,8 @@
 #include "parallelprogram/device/parser_cache.h"
 
 #include <mutex>
-#include <new>
 
+#include "ostra/core/catch_out_of_memory.h"
 #include "ostra/core/diagnostics.h"
 #include "ostra/core/format.h"
 #include "ostra/core/source_message.h"
@@ -35,7 +35,7 @@ Bool IsKernel(const KernelSource& source) { return source.sampleCount < 0; }
 // Error: illegal argument (kernellanguage/diagnostic.h) for the first line that the translator takes for something
 // else.
 Result<void> CheckSourceRules(const ShaderParser& parser, const KernelSource& source) {
-  try {
+  return CatchOutOfMemory(kOstraUnit, __LINE__, [&]() -> Result<void> {
     for (const Url& file : parser.GetFiles()) {
       const auto read = ReadSourceFile(file, LineEnds::LineFeeds);
       if (!read) continue;  // the parser says why
@@ -50,10 +50,8 @@ Result<void> CheckSourceRules(const ShaderParser& parser, const KernelSource& so
       }
       return MakeSourceError({std::move(message)}, kOstraUnit, __LINE__);
     }
-  } catch (const std::bad_alloc&) {
-    return OSTRA_OUT_OF_MEMORY();
-  }
-  return OK;
+    return OK;
+  });
 }
 
 Result<void> ParseSource(ShaderParser& parser, const KernelSource& source, const DataDictionary& options,

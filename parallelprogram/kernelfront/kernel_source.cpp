@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <map>
-#include <new>
 #include <utility>
 
+#include "ostra/core/catch_out_of_memory.h"
 #include "ostra/core/source_message.h"
 #include "parallelprogram/kernelfront/client_header.h"
 #include "parallelprogram/kernelfront/failure.h"
@@ -26,11 +26,9 @@ using kernelfront::Join;
 template <class Step>
 auto CatchFailures(Step&& step) -> decltype(step()) {
   try {
-    return step();
+    return CatchOutOfMemory(kOstraUnit, __LINE__, step);
   } catch (const kernelfront::Failure& failure) {
     return MakeSourceError(failure.messages, kOstraUnit, __LINE__);
-  } catch (const std::bad_alloc&) {
-    return OSTRA_OUT_OF_MEMORY();
   }
 }
 

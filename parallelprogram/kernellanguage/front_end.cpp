@@ -1,7 +1,6 @@
 #include "parallelprogram/kernellanguage/front_end.h"
 
-#include <new>
-
+#include "ostra/core/catch_out_of_memory.h"
 #include "parallelprogram/kernellanguage/check.h"
 
 OSTRA_UNIT("kernellanguage");
@@ -54,13 +53,11 @@ void Analyze(const Source& source, AnalyzedKernel& kernel) {
 }  // namespace
 
 Result<AnalyzedKernel> AnalyzeKernel(const Source& source) {
-  try {
+  return CatchOutOfMemory(kOstraUnit, __LINE__, [&]() -> Result<AnalyzedKernel> {
     AnalyzedKernel kernel;
     Analyze(source, kernel);
     return kernel;
-  } catch (const std::bad_alloc&) {
-    return OSTRA_OUT_OF_MEMORY();
-  }
+  });
 }
 
 std::optional<NotUnderstood> FindUnprintable(const AnalyzedKernel& kernel) {

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <exception>
 #include <map>
-#include <new>
 #include <optional>
 
+#include "ostra/core/catch_out_of_memory.h"
 #include "ostra/object/class.h"
 #include "parallelprogram/kernelruntime/kernel_cache.h"
 #include "parallelprogram/kernelruntime/opened_kernel.h"
@@ -22,9 +22,7 @@ namespace {
 template <class Function>
 auto CatchExceptions(Function&& function) -> decltype(function()) {
   try {
-    return function();
-  } catch (const std::bad_alloc&) {
-    return OSTRA_OUT_OF_MEMORY();
+    return CatchOutOfMemory(kOstraUnit, __LINE__, function);
   } catch (const std::exception& exception) {
     return OSTRA_ILLEGAL_STATE("The kernel cannot be loaded: @.", std::string_view(exception.what()));
   }

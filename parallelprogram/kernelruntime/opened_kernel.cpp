@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <charconv>
-#include <new>
 
+#include "ostra/core/catch_out_of_memory.h"
 #include "ostra/core/format.h"
 #include "ostra/core/source_message.h"
 #include "ostra/io/file.h"
@@ -60,7 +60,7 @@ Result<OpenedKernel> OpenedKernel::Open(const KernelFile& kernel) {
   OSTRA_ASSIGN_OR_RETURN(const SourceText source, ReadText(kernel));
   // Before the front end, which walks expressions as well; what macros of headers stand for is known behind it.
   OSTRA_RETURN_IF_ERROR(CheckLimits(kernel.file, source.text.GetView()));
-  try {
+  return CatchOutOfMemory(kOstraUnit, __LINE__, [&]() -> Result<OpenedKernel> {
     OpenedKernel opened;
     opened._file = kernel.file;
     opened._isEncoded = source.isEncoded;
@@ -76,9 +76,7 @@ Result<OpenedKernel> OpenedKernel::Open(const KernelFile& kernel) {
     OSTRA_ASSIGN_OR_RETURN(KernelReading reading, KernelReading::Create(options, source.text.GetView()));
     opened._reading.emplace(std::move(reading));
     return opened;
-  } catch (const std::bad_alloc&) {
-    return OSTRA_OUT_OF_MEMORY();
-  }
+  });
 }
 
 // What a step gives, or why a header could not be read.

@@ -3,8 +3,8 @@
 #include <chrono>
 #include <exception>
 #include <mutex>
-#include <new>
 
+#include "ostra/core/catch_out_of_memory.h"
 #include "ostra/core/format.h"
 #include "ostra/jobs/paced_loop.h"
 #include "ostra/jobs/worker_threads.h"
@@ -122,9 +122,7 @@ Result<void> RunUnguarded(Dispatch& dispatch, UInt32 first, UInt32 count, Bool i
 // leave the dispatch: other threads still use what lies on this one's stack.
 Result<void> RunInvocations(Dispatch& dispatch, UInt32 first, UInt32 count, Bool isOrdered) {
   try {
-    return RunUnguarded(dispatch, first, count, isOrdered);
-  } catch (const std::bad_alloc&) {
-    return OSTRA_OUT_OF_MEMORY();
+    return CatchOutOfMemory(kOstraUnit, __LINE__, [&] { return RunUnguarded(dispatch, first, count, isOrdered); });
   } catch (const std::exception& exception) {
     return OSTRA_ILLEGAL_STATE("The kernel \"@\" has thrown an exception: @", dispatch.kernelId, exception.what());
   } catch (...) {

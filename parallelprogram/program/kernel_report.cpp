@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <bit>
 #include <charconv>
-#include <new>
 
+#include "ostra/core/catch_out_of_memory.h"
 #include "ostra/core/format.h"
 
 OSTRA_UNIT("kernel_report");
@@ -192,7 +192,7 @@ Result<KernelReportTable::Site> ReadSite(std::string_view line) {
 }  // namespace
 
 Result<KernelReportTable> KernelReportTable::Parse(std::string_view text) {
-  try {
+  return CatchOutOfMemory(kOstraUnit, __LINE__, [&]() -> Result<KernelReportTable> {
     KernelReportTable table;
     std::string_view first = TakeField(text, '\n');
     OSTRA_ASSIGN_OR_RETURN(table._firstFailure, ReadNumber(TakeField(first, '\t')));
@@ -207,9 +207,7 @@ Result<KernelReportTable> KernelReportTable::Parse(std::string_view text) {
       table._sites.push_back(std::move(site));
     }
     return table;
-  } catch (const std::bad_alloc&) {
-    return OSTRA_OUT_OF_MEMORY();
-  }
+  });
 }
 
 Vec3<UInt32> GetReportExtents(const Vec3<UInt32>& invocations, const Vec3<UInt32>& groupSize) {
@@ -270,7 +268,7 @@ const UInt32* KernelReportTable::FindFirstFailure(const UInt32* head) const {
 Result<KernelReportTable::Report> KernelReportTable::Read(Block<const UInt32> head, Block<const UInt32> records,
                                                           const InternedId& kernel, const Vec3<UInt32>& invocations,
                                                           const Vec3<UInt32>& extents) const {
-  try {
+  return CatchOutOfMemory(kOstraUnit, __LINE__, [&]() -> Result<KernelReportTable::Report> {
     const Int32 dimensions = CountDimensions(invocations);
     const auto getInvocation = [&](UInt32 number) { return GetInvocation(number, extents, dimensions); };
     Report report;
@@ -298,9 +296,7 @@ Result<KernelReportTable::Report> KernelReportTable::Read(Block<const UInt32> he
                                     std::string_view(FormatFailure(site, first + 2)), std::string_view(place)));
     }
     return report;
-  } catch (const std::bad_alloc&) {
-    return OSTRA_OUT_OF_MEMORY();
-  }
+  });
 }
 
 Result<void> KernelPrintList::SetRoom(Int bytes) {

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <charconv>
-#include <new>
 
+#include "ostra/core/catch_out_of_memory.h"
 #include "ostra/drawport/shader_assembly.h"
 #include "parallelprogram/kernelfront/edited_text.h"
 
@@ -60,13 +60,12 @@ Bool Contains(const std::vector<std::string_view>& names, std::string_view name)
 
 Result<ResourceUses> ResourceUses::Find(const ShaderParser& parser) {
   ResourceUses uses;
-  try {
+  OSTRA_RETURN_IF_ERROR(CatchOutOfMemory(kOstraUnit, __LINE__, [&]() -> Result<void> {
     uses.Read(parser.GetKernelCode(), false);
     for (const String& define : parser.GetDefines()) uses.Read(define, false);
     for (const ShaderFunctionDefinition& function : parser.GetFunctions()) uses.Read(function.body, true);
-  } catch (const std::bad_alloc&) {
-    return OSTRA_OUT_OF_MEMORY();
-  }
+    return OK;
+  }));
   const Int marks = parser.GetNoiseCallCount();
   uses._noiseTableCount = marks == 0 ? 0 : std::min(std::max(marks, uses._noiseTableCount), kMaxNoiseTables);
   return uses;
