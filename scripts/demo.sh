@@ -15,6 +15,7 @@ kernels=$here/../kernels
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 : >"$out/times.txt"
+: >"$work/references"
 
 # The device that is there, as `ostra info` lists it.
 "$tool" info >"$work/info"
@@ -32,10 +33,27 @@ field() {
   sed -n "s/^$1  *//p" "$work/report" | sed 's/ (best of.*//'
 }
 
-# line LABEL SIZE CPU GPU DIFFERENCE: a line of the table.
+# of_best LABEL TIME: the speed of a kernel on the CPU in percent of that of the fastest hand-written loop for the same
+# work, which has run here too (bench/demo); "-" where there is none.
+of_best() {
+  awk -F '\t' -v label="$1" -v time="$2" 'BEGIN { percent = "-" }
+    $1 == label {
+      split(time, part, " ")
+      factor = part[2] == "s" ? 1000 : part[2] == "ms" ? 1 : part[2] == "us" ? 0.001 : 0
+      if (part[1] * factor > 0) percent = sprintf("%.0f %%", 100 * $2 / (part[1] * factor))
+    }
+    END { print percent }' "$work/references"
+}
+
+# row LABEL SIZE CPU GPU OF_BEST DIFFERENCE: a line of the table.
+row() {
+  printf '%s\t%s\t%s\t%s\t%s\t%s\n' "$@" >>"$work/rows"
+  printf '%-24s %-12s %12s %12s %18s   %s\n' "$@" | tee -a "$out/times.txt"
+}
+
+# line LABEL SIZE CPU GPU DIFFERENCE: the same, with the fifth cell looked up.
 line() {
-  printf '%s\t%s\t%s\t%s\t%s\n' "$@" >>"$work/rows"
-  printf '%-24s %-12s %12s %12s   %s\n' "$@" | tee -a "$out/times.txt"
+  row "$1" "$2" "$3" "$4" "$(of_best "$1" "$3")" "$5"
 }
 
 # measure BACKEND LABEL KERNEL OPTIONS...: runs a kernel and notes its times, which are those of all its dispatches
@@ -60,13 +78,15 @@ run() {
 
 width=1920
 height=1080
-line kernel size CPU GPU "largest difference"
+row kernel size CPU GPU "of the best known" "largest difference"
 if [ -n "$photo" ]; then
   picture=$photo
   # A PNG file has its width and height at byte 16, big-endian.
-  pixels=$(od -An -j16 -N8 -tu1 "$photo" | awk '{ print ($1 * 16777216 + $2 * 65536 + $3 * 256 + $4) * \
-    ($5 * 16777216 + $6 * 65536 + $7 * 256 + $8) }')
+  extent=$(od -An -j16 -N8 -tu1 "$photo" | awk '{ print $1 * 16777216 + $2 * 65536 + $3 * 256 + $4, \
+    $5 * 16777216 + $6 * 65536 + $7 * 256 + $8 }')
+  pixels=$((${extent% *} * ${extent#* }))
 else
+  extent="$width $height"
   pixels=$((width * height))
   run "scene" "$here/demo/net.ostra.demo.scene.krn" --size ${width}x$height --set width=$width --set height=$height \
     --set grain=0.12 --out target="$out/scene.exr"
@@ -75,6 +95,11 @@ fi
 
 run "tonemap" "$kernels/net.ostra.kernels.tonemap.krn" --in source="$picture" --out target="$out/tonemap.png" \
   --set count="$pixels" --set exposure=0.8 --set white=6 --set gamma=2.2 --repeat 5
+references=$(dirname "$tool")/ostra-demo-references
+if [ -x "$references" ]; then
+  # shellcheck disable=SC2086
+  "$references" $extent >"$work/references" || exit 1
+fi
 awk 'BEGIN { split("1 4 6 4 1", w, " "); for (y = 1; y <= 5; y++) for (x = 1; x <= 5; x++) print w[x] * w[y] / 256 }' \
   >"$work/taps.csv"
 run "blur, 25 weights" "$kernels/net.ostra.kernels.blur5.krn" --in source="$out/tonemap.png" --in taps="$work/taps.csv" \
@@ -164,6 +189,12 @@ if [ "$backend" = both ]; then
   cat <<'END' | tee -a "$out/times.txt"
 Times are the best ones, of all dispatches of a run. Where a kernel decides by comparing floats, as at the edges of the
 scene, the last bit of a number can change a whole pixel; devices blend neighbouring texels in steps of their own.
+END
+fi
+if [ -s "$work/references" ]; then
+  cat <<'END' | tee -a "$out/times.txt"
+"Of the best known" is the speed on the CPU in percent of that of the fastest hand-written loop for the same work (OpenMP,
+oneTBB, or shaped for the vector unit by hand), timed in between; "-" stands where no such loop is known here.
 END
 fi
 "$here/demo_page.sh" "$work/rows" "$out"
