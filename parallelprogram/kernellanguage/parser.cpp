@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "parallelprogram/kernellanguage/foreign_words.h"
 #include "parallelprogram/kernellanguage/join.h"
 #include "parallelprogram/kernellanguage/parser_state.h"
 #include "parallelprogram/kernellanguage/types.h"
@@ -163,6 +164,7 @@ void Parser::ReadItem(Nodes& items) {
     ++_namespaces;
     return;
   }
+  if (Is("[") && Is("numthreads", 1)) return FailGroupSize();
   switch (FindWordId(token.text)) {
     case WordId::kNoiseMark:
       items.push_back(Add(NodeKind::kNoiseMark, token.offset, "", {}));
@@ -185,6 +187,14 @@ void Parser::ReadItem(Nodes& items) {
   if (Is("struct") || (Is("typedef") && Is("struct", 1))) return ReadStruct(items);
   if (Is("typedef") || (Is("using") && Is("=", 2))) return ReadAlias(items);
   ReadFunctionOrConstant(items);
+}
+
+// [numthreads(8, 8, 1)]
+void Parser::FailGroupSize() {
+  const Token& word = Peek(1);
+  Fail(word.offset, MakeForeignWordText(word.text, FindForeignWord(word.text, ForeignUse::kDeclaration)));
+  while (!IsEnd() && !TakeIf("]")) Take();
+  _isBroken = false;
 }
 
 void Parser::ReadGroupSize(Nodes& items) {

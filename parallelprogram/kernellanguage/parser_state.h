@@ -81,6 +81,7 @@ class Parser {
 
   // The file (parser.cpp).
   void ReadItem(Nodes& items);
+  void FailGroupSize();
   void ReadGroupSize(Nodes& items);
   void ReadTuning(Nodes& items);
   void ReadInputs(Nodes& items);

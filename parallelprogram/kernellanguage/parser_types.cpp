@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "ostra/core/nearest_word.h"
+#include "parallelprogram/kernellanguage/foreign_words.h"
 #include "parallelprogram/kernellanguage/host_names.h"
 #include "parallelprogram/kernellanguage/join.h"
 #include "parallelprogram/kernellanguage/parser_state.h"
@@ -111,6 +112,9 @@ NodeIndex Parser::FailUnknownType() {
     return Stop(token.offset, Join({"\"", token.text, "\" is C++ beyond the language of kernels"}));
   if (known && known->kind == WordKind::kStage)
     return Stop(token.offset, Join({"\"", token.text, "\" is a word of graphics stages"}));
+  const std::string_view instead = FindForeignWord(token.text, ForeignUse::kDeclaration);
+  if (!instead.empty() && !_declared.contains(token.text))
+    return Fail(token.offset, MakeForeignWordText(token.text, instead));
   // "flaot x = ...": two words side by side begin a declaration, unless one is a macro of the host.
   const Bool isDeclaration = IsWord(1) && !IsKnownName(Peek(1).text) && !MayBeHostName(Peek(1).text) &&
                              (Is("=", 2) || Is(";", 2) || Is(",", 2) || Is("(", 2) || Is("[", 2) || Is(")", 2));

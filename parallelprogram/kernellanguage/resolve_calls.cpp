@@ -3,6 +3,7 @@
 
 #include "ostra/core/nearest_word.h"
 #include "parallelprogram/kernellanguage/conversions.h"
+#include "parallelprogram/kernellanguage/foreign_words.h"
 #include "parallelprogram/kernellanguage/host_names.h"
 #include "parallelprogram/kernellanguage/join.h"
 #include "parallelprogram/kernellanguage/library_words.h"
@@ -440,6 +441,9 @@ TypeIndex Resolver::FailUnknownName(NodeIndex node, Bool isCall) {
     if (_tree.Is(item, NodeKind::kFunction)) return Stop(node, "functions that call each other");
     if (_tree.Is(item, NodeKind::kPrototype)) return Stop(node, "a function before its body");
   }
+  std::string_view instead = FindForeignWord(name, ForeignUse::kValue);
+  if (instead.empty() && isCall) instead = FindForeignWord(name, ForeignUse::kDeclaration);
+  if (!instead.empty()) return Fail(node, MakeForeignWordText(name, instead));
   if (MayBeHostName(name)) return Stop(node, Join({"\"", name, "\" is not declared in the kernel's files"}));
   const std::string_view meant = FindMeantName(name, isCall);
   if (const NodeIndex parameter = FindParameter(meant); parameter != kNoNode && FindWord(meant) == nullptr) {
