@@ -263,9 +263,9 @@ std::vector<ConformanceRow> CompareDoubles(const Url& kernels) {
 }
 
 std::vector<ConformanceRow> CompareLongs(const Url& kernels) {
-  constexpr std::size_t kResults = 10;
+  constexpr std::size_t kResults = 12;
   constexpr const char* kGroup = "64-bit integers";
-  constexpr const char* kWhat = "+ - * / % & | ^ ~ << >>, comparisons, conversions";
+  constexpr const char* kWhat = "+ - * / % & | ^ ~ << >>, comparisons, conversions, min max clamp abs sign";
   if (GetDrawportShadingLanguage() == kShadingLanguageHlsl)
     return {{kGroup, kWhat, "nothing: HLSL text has none", "not compared", true}};
   constexpr Int64 kLeast = std::numeric_limits<Int64>::min(), kGreatest = std::numeric_limits<Int64>::max();

@@ -50,8 +50,7 @@ Scalar GetCommonScalar(Scalar a, Scalar b) {
 
 Bool ConvertsEverywhere(Scalar from, Scalar to) {
   // GLSL has few conversions of 64-bit integers that are not written.
-  const auto isLong = [](Scalar scalar) { return scalar == Scalar::kInt64 || scalar == Scalar::kUInt64; };
-  if (from != to && (isLong(from) || isLong(to))) return false;
+  if (from != to && (IsLongInteger(from) || IsLongInteger(to))) return false;
   // Halves without a conversion are computed in 16 bits on GPUs.
   if (from == Scalar::kHalf && to != Scalar::kHalf) return false;
   // No shading language reads a kernel with smaller integers.

@@ -77,6 +77,18 @@ constexpr LibraryFunction kFunctions[] = {
     {"ostra_select_float_float_bool", "f(ffb)", kSelect},
     {"ostra_select_int_int_bool", "i(iib)", kSelect},
     {"ostra_select_uint_uint_bool", "u(uub)", kSelect},
+    // Of 64-bit integers, for which some languages have no such functions. The least one stays what it is.
+    {"ostra_min_Int64_Int64", "l(ll)", "\treturn (v1 < v0) ? v1 : v0;\n"},
+    {"ostra_min_UInt64_UInt64", "m(mm)", "\treturn (v1 < v0) ? v1 : v0;\n"},
+    {"ostra_max_Int64_Int64", "l(ll)", "\treturn (v0 < v1) ? v1 : v0;\n"},
+    {"ostra_max_UInt64_UInt64", "m(mm)", "\treturn (v0 < v1) ? v1 : v0;\n"},
+    {"ostra_clamp_Int64_Int64_Int64", "l(lll)", "\treturn ostra_min_Int64_Int64(ostra_max_Int64_Int64(v0, v1), v2);\n"},
+    {"ostra_clamp_UInt64_UInt64_UInt64", "m(mmm)",
+     "\treturn ostra_min_UInt64_UInt64(ostra_max_UInt64_UInt64(v0, v1), v2);\n"},
+    {"ostra_abs_Int64", "l(l)", "\treturn (v0 < Int64(0u)) ? Int64(UInt64(0u) - UInt64(v0)) : v0;\n"},
+    {"ostra_sign_Int64", "l(l)",
+     "\tif (v0 < Int64(0u))\n\t{\n\t\treturn Int64(-1);\n\t}\n"
+     "\treturn (v0 > Int64(0u)) ? Int64(1) : Int64(0);\n"},
     // Of vectors and matrices.
     {"ostra_refract_vec2_vec2_float", "2(22f)", "\tfloat d = v1.x * v0.x + v1.y * v0.y;\n" OSTRA_REFRACT},
     {"ostra_refract_vec3_vec3_float", "3(33f)", "\tfloat d = v1.x * v0.x + v1.y * v0.y + v1.z * v0.z;\n" OSTRA_REFRACT},

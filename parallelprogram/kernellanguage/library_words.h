@@ -17,6 +17,8 @@ struct LibraryFunction {
 };
 
 inline Bool IsLibraryWord(WordId id) { return id >= kFirstLibraryWord && id < WordId::kCount; }
+// Whether a call of the word with a result of this scalar is one of 64-bit integers, which is written here, too.
+inline Bool IsLongCall(WordId id, Scalar result) { return IsLongInteger(result) && !GetLongOverloads(id).empty(); }
 
 // Null: there is none. Words of vectors that have none of their own apply that of numbers to each component.
 const LibraryFunction* FindLibraryFunction(std::string_view name);

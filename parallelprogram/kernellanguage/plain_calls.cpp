@@ -32,7 +32,7 @@ std::string PlainCalls::CallOfWord(NodeIndex node) {
   const WordId word = _resolved.meaning[node].word;
   if (word >= WordId::kLessThan && word <= WordId::kNot) return _bools.CallOfBools(node);
   if (IsGroupWord(word)) return CallOfGroup(node);
-  if (IsLibraryWord(word)) return CallOfLibrary(node);
+  if (IsLibraryWord(word) || IsLongCall(word, _types[_resolved.type[node]].scalar)) return CallOfLibrary(node);
   const auto operands = _tree.GetChildren(node);
   const TypeIndex first = operands.empty() ? kUnknownType : _resolved.converted[operands[0]];
   if (word == WordId::kMul && operands.size() == 2)
@@ -83,7 +83,8 @@ std::string PlainCalls::CallOfGroup(NodeIndex node) {
 
 std::string PlainCalls::CallOfLibrary(NodeIndex node) {
   const Meaning& meaning = _resolved.meaning[node];
-  const Overload& overload = GetOverloads(meaning.word)[meaning.overload];
+  const Bool isLong = IsLongCall(meaning.word, _types[_resolved.type[node]].scalar);
+  const Overload& overload = (isLong ? GetLongOverloads(meaning.word) : GetOverloads(meaning.word))[meaning.overload];
   std::vector<std::string> arguments;
   for (std::size_t i = 0; i < _tree.GetChildren(node).size(); ++i) arguments.push_back(Argument(node, i));
   // Synonyms have the functions of the first word.

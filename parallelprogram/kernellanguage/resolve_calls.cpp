@@ -225,17 +225,48 @@ TypeIndex Resolver::FailOverload(NodeIndex node, std::span<const Overload> overl
   return Fail(node, Join({"there is no ", NameOf(node), " of ", ListTypes(types), "; it takes ", forms}));
 }
 
+// The type in which C++ computes with all the numbers; Bool: there are others than numbers.
+Scalar Resolver::GetCommonScalarOf(const Types& types) const {
+  Scalar common = Scalar::kBool;
+  for (const TypeIndex type : types) {
+    if (!IsScalar(type) && !IsVector(type)) return Scalar::kBool;
+    common = GetCommonScalar(common, Get(type).scalar);
+  }
+  return common;
+}
+
+// min, max, clamp, abs and sign of 64-bit integers.
+TypeIndex Resolver::CallOfLongs(NodeIndex node, WordId word, const Types& types) {
+  const TypeIndex wanted = GetScalarType(GetCommonScalarOf(types));
+  const Bool areScalars = std::all_of(types.begin(), types.end(), [this](TypeIndex type) { return IsScalar(type); });
+  const auto overloads = GetLongOverloads(word);
+  const auto fits = [&](const Overload& overload) {
+    return areScalars && overload.count == types.size() && overload.parameters[0] == wanted;
+  };
+  const auto found = std::find_if(overloads.begin(), overloads.end(), fits);
+  if (found == overloads.end()) return FailOverload(node, overloads, types);
+  for (const NodeIndex argument : _tree.GetChildren(node)) SetConverted(argument, wanted);
+  Extend(node);
+  _resolved.meaning[node] = {
+      .kind = MeaningKind::kWord, .word = word, .overload = static_cast<UInt16>(found - overloads.begin())};
+  return found->result;
+}
+
 TypeIndex Resolver::CallWord(NodeIndex node, WordId word) {
   Bool isKnown = false;
   const auto arguments = _tree.GetChildren(node);
   const Types types = ReadArguments(arguments, isKnown);
   if (!isKnown) return kUnknownType;
+  const Scalar common = GetCommonScalarOf(types);
+  if (IsLongInteger(common) && !GetLongOverloads(word).empty()) return CallOfLongs(node, word, types);
   const Bool hasDouble = std::find(types.begin(), types.end(), kDoubleType) != types.end();
   const auto overloads = hasDouble ? GetDoubleOverloads(word) : GetOverloads(word);
   for (const TypeIndex type : types) {
     const Bool isNumber = IsScalar(type) || IsVector(type);
     const Bool isDouble = type == kDoubleType && !overloads.empty();
-    if (isNumber && !isDouble && (GetSize(Get(type).scalar) == 8 || (hasDouble && !IsScalar(type))))
+    // Beside a float it becomes one.
+    const Bool isConverted = IsScalar(type) && IsLongInteger(Get(type).scalar) && IsFloating(common);
+    if (isNumber && !isDouble && !isConverted && (GetSize(Get(type).scalar) == 8 || (hasDouble && !IsScalar(type))))
       return Stop(node, Join({NameOf(node), " of numbers of 64 bits"}));
   }
   std::vector<Candidate> candidates;

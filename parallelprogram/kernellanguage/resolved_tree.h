@@ -18,6 +18,7 @@
 //   vec3 v = 1.0, max(v, 0) a scalar that is wanted as a vector is that in all components
 //   vec2 a = v              a vector that is wanted as a shorter one is its first components
 //   max(f, 0)               converted to what the overload takes
+//   min(l, 0)               of 64-bit integers: a function of the library
 //   int k = u, if (k & 1)   a conversion of numbers that GLSL does not make by itself
 //   half h = 1.0            a float or integer wanted as a half is rounded
 //   { } for vectors         as a kConstruct; the kInitializerList has the type
@@ -61,7 +62,7 @@ enum class MeaningKind : UInt8 {
 struct Meaning {
   MeaningKind kind = MeaningKind::kNone;
   WordId word = WordId::kNone;
-  UInt16 overload = 0;  // number in GetOverloads(word)
+  UInt16 overload = 0;  // number in GetOverloads(word), or in those of 64 bits
   UInt32 number = 0;
   NodeIndex target = kNoNode;
 };

@@ -124,6 +124,8 @@ class Resolver {
   Bool IsDeclaredLater(std::string_view name) const;
   TypeIndex CallFunction(NodeIndex node, const std::vector<NodeIndex>& functions);
   TypeIndex CallWord(NodeIndex node, WordId word);
+  Scalar GetCommonScalarOf(const Types& types) const;
+  TypeIndex CallOfLongs(NodeIndex node, WordId word, const Types& types);
   Bool CheckGroupWord(NodeIndex call);
   void FindGroupCalls(NodeIndex node);
   Bool IsCut(const Overload& overload, const Types& types) const;

@@ -76,6 +76,7 @@ inline constexpr TypeIndex kBoolType = GetScalarType(Scalar::kBool), kIntType = 
 
 Bool IsFloating(Scalar scalar);  // half, float, double
 Bool IsSignedInteger(Scalar scalar);
+constexpr Bool IsLongInteger(Scalar scalar) { return scalar == Scalar::kInt64 || scalar == Scalar::kUInt64; }
 Bool IsInteger(Scalar scalar);               // bool, too
 UInt32 GetSize(Scalar scalar);               // bytes
 UInt32 GetSize(const Type& type);            // of numbers, vectors and matrices without gaps; 0: of others

@@ -405,6 +405,10 @@ TypeIndex ReadLetter(char letter, UInt32 width) {
       return kIntType;
     case 'u':
       return kUIntType;
+    case 'l':
+      return GetScalarType(Scalar::kInt64);
+    case 'm':
+      return GetScalarType(Scalar::kUInt64);
     case 'b':
       return kBoolType;
     case 'F':
@@ -453,6 +457,20 @@ std::string MakeDoubleForm(std::string_view form) {
   return made;
 }
 
+// Functions of integers alone are there for those of 64 bits.
+Bool HasLongForm(const Word& word, std::string_view form) {
+  const std::string_view parameters = form.substr(2, form.size() - 3);
+  return !word.isExtension && (form[0] == 'i' || form[0] == 'u') &&
+         parameters.find_first_not_of(form[0]) == std::string_view::npos;
+}
+
+std::string MakeLongForm(std::string_view form) {
+  std::string made(form);
+  std::replace(made.begin(), made.end(), 'i', 'l');
+  std::replace(made.begin(), made.end(), 'u', 'm');
+  return made;
+}
+
 struct Tables {
   Tables() {
     for (const Word& word : kWords) {
@@ -464,13 +482,14 @@ struct Tables {
         const std::string_view form = word.forms.substr(at, end - at);
         AddOverloads(form, overloads[id]);
         if (HasDoubleForm(word, form)) doubleOverloads[id].push_back(ReadForm(MakeDoubleForm(form), 1));
+        if (HasLongForm(word, form)) longOverloads[id].push_back(ReadForm(MakeLongForm(form), 1));
         at = end + 1;
       }
     }
   }
   std::unordered_map<std::string_view, const Word*> byName;
   std::array<const Word*, kIdCount> byId{};
-  std::array<std::vector<Overload>, kIdCount> overloads, doubleOverloads;
+  std::array<std::vector<Overload>, kIdCount> overloads, doubleOverloads, longOverloads;
 };
 
 const Tables& GetTables() {
@@ -509,6 +528,10 @@ std::span<const Overload> GetOverloads(WordId id) { return GetTables().overloads
 
 std::span<const Overload> GetDoubleOverloads(WordId id) {
   return GetTables().doubleOverloads[static_cast<std::size_t>(id)];
+}
+
+std::span<const Overload> GetLongOverloads(WordId id) {
+  return GetTables().longOverloads[static_cast<std::size_t>(id)];
 }
 
 }  // namespace ostra::kernellanguage

@@ -220,9 +220,9 @@ struct Word {
   std::string_view name;
   WordKind kind;
   WordId id;
-  // Of functions: their overloads, as result(arguments) with one letter a type: f i u b d scalars; F I U B vectors of
-  // these, all of one width; 2 3 4 vectors of floats; K M N A mat2, mat3, mat4 and affine matrix; v nothing. A & stands
-  // behind an argument that the function sets.
+  // Of functions: their overloads, as result(arguments) with one letter a type: f i u b d scalars; l and m Int64 and
+  // UInt64; F I U B vectors of the first four, all of one width; 2 3 4 vectors of floats; K M N A mat2, mat3, mat4 and
+  // affine matrix; v nothing. A & stands behind an argument that the function sets.
   std::string_view forms;
   std::string_view meaning;  // one line
   Bool isExtension = false;  // not of the plain form: no compiler knows it
@@ -249,6 +249,8 @@ Overload ReadForm(std::string_view form, UInt32 width);
 std::span<const Overload> GetOverloads(WordId id);
 // Those of 64-bit floats, in the same order: one 64-bit float among the arguments makes all of them 64-bit floats.
 std::span<const Overload> GetDoubleOverloads(WordId id);
+// Those of 64-bit integers: min, max, clamp, abs and sign have some, which the plain form calls as library words.
+std::span<const Overload> GetLongOverloads(WordId id);
 
 // How the names of arrays begin that these functions use in the plain form. What is read of them behind a barrier, at a
 // number that is the same in the group, is the same.

@@ -239,6 +239,10 @@ TEST(PlainFormTest, MembersThatALanguageKeepsGetAnotherNameOnGpus) {
   EXPECT_NE(PrintPlain(kernel).text.find("p.length += p.sample + p.width;"), std::string::npos);
 }
 
+TEST(PlainFormTest, FunctionsOf64BitIntegersAreWritten) {
+  EXPECT_EQ(PlainBody("Int64 a = min(Int64(1), 2);"), "Int64 a = ostra_min_Int64_Int64(Int64(1), Int64(2));");
+}
+
 TEST(PlainFormTest, OperatorsKeepTheirOrder) {
   EXPECT_EQ(PlainBody("float f = UNIFORM(f); float a = (f + 1.0) * f - (f - (f - 2.0)) / (f / f);"),
             "float f = UNIFORM(f); float a = (f + 1.0) * f - (f - (f - 2.0)) / (f / f);");

@@ -69,6 +69,16 @@ TEST(ResolveTest, OverloadsOfTheFileAreChosenByTheirArguments) {
   EXPECT_EQ(PrintResult("float r = F(1);", before), "(call F 1:int>float):float");
 }
 
+TEST(ResolveTest, IntegersOf64BitsHaveFunctionsOfTheirOwn) {
+  EXPECT_EQ(PrintResult("Int64 d = 1; Int64 r = min(d, 3);"), "(call min d:Int64 3^:int>Int64)^:Int64");
+  EXPECT_EQ(PrintResult("UInt64 d = 1; UInt64 r = clamp(d, d, 7u);"),
+            "(call clamp d:UInt64 d:UInt64 7u^:uint>UInt64)^:UInt64");
+  EXPECT_EQ(PrintResult("Int64 d = 1; float r = max(d, 0.5);"), "(call max d^:Int64>float 0.5:float):float");
+  EXPECT_EQ(FindErrors("UInt64 d = 1; UInt64 a = abs(d);"), "1:26: there is no abs of UInt64; it takes (Int64)");
+  EXPECT_EQ(FindErrors("Vec2<Int64> d; Vec2<Int64> a = min(d, d);"),
+            "1:32: there is no min of Vec2<Int64>, Vec2<Int64>; it takes (Int64, Int64), (UInt64, UInt64)");
+}
+
 TEST(ResolveTest, OneDoubleAmongTheArgumentsMakesAllOfThemDoubles) {
   EXPECT_EQ(PrintResult("double d = 1.0; double r = sqrt(d);"), "(call sqrt d:double):double");
   EXPECT_EQ(PrintResult("double d = 1.0; double r = clamp(d, 1, 2.5f);"),
@@ -222,7 +232,7 @@ TEST(ResolveErrorTest, ResultsFitTheirFunction) {
 
 TEST(ResolveReasonTest, WhatCppReadsInAnotherWayIsNotUnderstood) {
   EXPECT_EQ(FindReason("vec4 t = FetchTexture(image, vec2(1.5, 2.5));"), "1: FetchTexture at vec2");
-  EXPECT_EQ(FindReason("Int64 d = 1; Int64 a = abs(d);"), "1: abs of numbers of 64 bits");
+  EXPECT_EQ(FindReason("Int64 d = 1; float a = sqrt(d);"), "1: sqrt of numbers of 64 bits");
   EXPECT_EQ(FindReason("double d = 1.0; uint a = floatBitsToUint(d);"), "1: floatBitsToUint of numbers of 64 bits");
   EXPECT_EQ(FindReason("double d = 1.0; vec2 a = max(vec2(1.0, 2.0), d);"), "1: max of numbers of 64 bits");
   EXPECT_EQ(FindReason("StoreImage(image, int2(0, 0), vec4(1.0));"), "1: StoreImage, which the CPU does not have");

@@ -72,8 +72,9 @@ std::string PrintOverload(const Word& word, const Overload& overload) {
 std::string DescribeWord(const Word& word) {
   std::string code;
   if (word.kind == WordKind::kFunction) {
-    for (const Overload& overload : GetOverloads(word.id))
-      code.append(code.empty() ? "" : "\n").append(PrintOverload(word, overload));
+    for (const auto overloads : {GetOverloads(word.id), GetLongOverloads(word.id)})
+      for (const Overload& overload : overloads)
+        code.append(code.empty() ? "" : "\n").append(PrintOverload(word, overload));
   }
   return Join({InCode(code.empty() ? word.name : code), "\n", word.meaning});
 }
