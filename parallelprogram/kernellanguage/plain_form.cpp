@@ -9,7 +9,18 @@
 
 namespace ostra::kernellanguage {
 
+// Types at or below the node that GPUs lack.
+void PlainPrinter::RefuseCpuVectors(NodeIndex node) {
+  if (node == kNoNode) return;
+  const Type& type = _types[_resolved.type[node]];
+  if (KindOf(node) == NodeKind::kType && IsCpuVector(type))
+    Refuse(node, Join({"GPUs have no ", _types.GetName(_resolved.type[node]), ": use several ",
+                       _types.GetName(GetScalarType(type.scalar))}));
+  for (const NodeIndex child : _tree.GetChildren(node)) RefuseCpuVectors(child);
+}
+
 void PlainPrinter::PrintStruct(NodeIndex node) {
+  if (_options.isForGpu) RefuseCpuVectors(node);
   Line({"struct ", MarkOf(node), NameOf(node)});
   _out.Open();
   for (const NodeIndex member : _tree.GetChildren(node)) {
@@ -33,6 +44,7 @@ void PlainPrinter::PrintDirective(NodeIndex node) {
 }
 
 void PlainPrinter::PrintParameters() {
+  if (_options.isForGpu) RefuseCpuVectors(_tree.parameters);
   if (_resolved.parameters.empty() && !reportPlan.IsReporting()) return;
   Line({MarkOf(_tree.parameters), "#define KERNELINPUTS \\"});
   for (const NodeIndex parameter : _resolved.parameters) {
@@ -79,6 +91,7 @@ std::string PlainPrinter::PrintFunctionParameters(NodeIndex function) const {
 }
 
 void PlainPrinter::PrintFunction(NodeIndex node) {
+  if (_options.isForGpu) RefuseCpuVectors(node);
   const auto children = _tree.GetChildren(node);
   Line({"inline ", TypeName(_resolved.type[children[0]]), " ", MarkOf(node), NameOf(node), "(",
         PrintFunctionParameters(node), ")"});
@@ -96,6 +109,7 @@ void PlainPrinter::PrintFunction(NodeIndex node) {
 }
 
 void PlainPrinter::PrintKernel() {
+  if (_options.isForGpu) RefuseCpuVectors(_tree.kernel);
   Line({MarkOf(_tree.kernel), "OSTRA_PARALLEL_KERNEL(", _tree.GetName(_tree.kernel), ", KERNELINPUTS)"});
   const std::size_t begin = _out.GetSize() + std::string_view("{\n").size();
   _out.EnterKernel();

@@ -39,6 +39,7 @@ class PlainPrinter : PlainTables, PlainPart {
   PlainForm Print();
 
  private:
+  void RefuseCpuVectors(NodeIndex node);
   void PrintStruct(NodeIndex node);
   void PrintDirective(NodeIndex node);
   void PrintParameters();

@@ -221,7 +221,7 @@ TypeIndex Resolver::ReadType(NodeIndex node) {
   // GPUs compute with others, or have no such word.
   const Bool isSmall =
       IsScalar(type) && IsInteger(Get(type).scalar) && type != kBoolType && GetSize(Get(type).scalar) < 4;
-  if (isSmall || (name == "Int" && !_structs.contains(name))) Extend(node, true);
+  if (isSmall || IsCpuVector(Get(type)) || (name == "Int" && !_structs.contains(name))) Extend(node, true);
   return _resolved.type[node] = type;
 }
 

@@ -118,6 +118,12 @@ Bool FindElementWord(std::string_view word, Scalar& scalar);
 // "TextureSampler_2D_RGBA_F32_LINEAR"; false for words that are no such type.
 Bool ParseTextureType(std::string_view word, Type& type);
 
+// Whether no shading language has the vector, or not all: of integers other than 32 bits, of 64-bit floats.
+constexpr Bool IsCpuVector(const Type& type) {
+  if (type.kind != TypeKind::kVector || type.scalar == Scalar::kBool || type.scalar == Scalar::kHalf) return false;
+  return type.scalar != Scalar::kInt32 && type.scalar != Scalar::kUInt32 && type.scalar != Scalar::kFloat32;
+}
+
 // Whether a parameter of the type is declared with floats for GPUs.
 constexpr Bool IsWidenedUniform(TypeIndex type) {
   return type == kHalfType || (type >= GetVectorType(Scalar::kHalf, 2) && type <= GetVectorType(Scalar::kHalf, 4));

@@ -243,6 +243,14 @@ TEST(PlainFormTest, FunctionsOf64BitIntegersAreWritten) {
   EXPECT_EQ(PlainBody("Int64 a = min(Int64(1), 2);"), "Int64 a = ostra_min_Int64_Int64(Int64(1), Int64(2));");
 }
 
+TEST(PlainFormTest, VectorsThatGpusLackAreRefusedByName) {
+  const AnalyzedKernel kernel = AnalyzeBody("Vec2<Int64> a;");
+  ASSERT_TRUE(kernel.IsUnderstood()) << ListErrors(kernel);
+  const PlainForm form = PrintPlainForm(kernel, {.isForGpu = true});
+  ASSERT_TRUE(form.refusal);
+  EXPECT_EQ(form.refusal->reason, "GPUs have no Vec2<Int64>: use several Int64");
+}
+
 TEST(PlainFormTest, OperatorsKeepTheirOrder) {
   EXPECT_EQ(PlainBody("float f = UNIFORM(f); float a = (f + 1.0) * f - (f - (f - 2.0)) / (f / f);"),
             "float f = UNIFORM(f); float a = (f + 1.0) * f - (f - (f - 2.0)) / (f / f);");
