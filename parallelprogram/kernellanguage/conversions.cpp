@@ -48,6 +48,10 @@ Scalar GetCommonScalar(Scalar a, Scalar b) {
   return std::max(a, b);
 }
 
+Bool IsCutFloat(Scalar from, Scalar to) {
+  return IsFloating(from) && IsInteger(to) && to != Scalar::kBool && GetSize(to) < 4;
+}
+
 Bool ConvertsEverywhere(Scalar from, Scalar to) {
   // GLSL has few conversions of 64-bit integers that are not written.
   if (from != to && (IsLongInteger(from) || IsLongInteger(to))) return false;

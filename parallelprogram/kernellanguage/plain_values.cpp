@@ -1,5 +1,7 @@
 #include "parallelprogram/kernellanguage/plain_values.h"
 
+#include "parallelprogram/kernellanguage/conversions.h"
+
 namespace ostra::kernellanguage {
 
 std::vector<std::string> PlainValues::Components(const std::string& value, TypeIndex type) const {
@@ -18,6 +20,8 @@ std::string PlainValues::ConvertScalar(const std::string& value, Scalar from, Sc
   if (hasHalf && from != Scalar::kFloat32 && to != Scalar::kFloat32)
     return ConvertScalar(Join({"float(", value, ")"}), Scalar::kFloat32, to);
   if (from != to && _kernel.IsSmall(GetScalarType(to))) return CutInteger(value, from, to);
+  // C++ leaves open what becomes of a float that does not fit.
+  if (IsCutFloat(from, to)) return Join({TypeName(GetScalarType(to)), "(int(", value, "))"});
   return from == to ? value : Join({TypeName(GetScalarType(to)), "(", value, ")"});
 }
 

@@ -106,8 +106,14 @@ void Resolver::ExtendConversions() {
   const auto isOfCpp = [&](TypeIndex from, TypeIndex to) {
     return from != to && IsScalar(from) && IsScalar(to) && !ConvertsEverywhere(Get(from).scalar, Get(to).scalar);
   };
+  const auto isCut = [&](TypeIndex from, TypeIndex to) {
+    return IsScalar(from) && IsScalar(to) && IsCutFloat(Get(from).scalar, Get(to).scalar);
+  };
   for (NodeIndex node = 0; node < _tree.nodes.size(); ++node) {
     const NodeKind kind = _tree.nodes[node].kind;
+    for (const NodeIndex child : _tree.GetChildren(node))
+      if (child != kNoNode && isCut(_resolved.type[child], _resolved.converted[child])) Extend(child);
+    if (kind == NodeKind::kAssign && isCut(_resolved.computed[node], _resolved.type[node])) Extend(node);
     // bool == bool is everywhere.
     const Operation operation = _tree.nodes[node].operation;
     const Bool isComparison = operation == Operation::kEqual || operation == Operation::kNotEqual;

@@ -20,6 +20,7 @@
 //   max(f, 0)               converted to what the overload takes
 //   min(l, 0)               of 64-bit integers: a function of the library
 //   int k = u, if (k & 1)   a conversion of numbers that GLSL does not make by itself
+//   UInt8 k = f             by way of an int, which is cut
 //   half h = 1.0            a float or integer wanted as a half is rounded
 //   { } for vectors         as a kConstruct; the kInitializerList has the type
 //   f(1) of f(x, y = 2)     fewer arguments than parameters: the rest are the third children of the parameters

@@ -239,6 +239,12 @@ TEST(PlainFormTest, MembersThatALanguageKeepsGetAnotherNameOnGpus) {
   EXPECT_NE(PrintPlain(kernel).text.find("p.length += p.sample + p.width;"), std::string::npos);
 }
 
+TEST(PlainFormTest, FloatsBecomeSmallIntegersByWayOfInts) {
+  EXPECT_EQ(PlainBody("UInt8 a = UNIFORM(f); Int16 b = Int16(UNIFORM(f)); b += 0.5;"),
+            "UInt8 a = UInt8(int(UNIFORM(f))); Int16 b = Int16(int(UNIFORM(f))); { b = Int16(int(float(b) + 0.5)); }");
+  EXPECT_EQ(PlainBody("UInt8 a = UNIFORM(f);", "", true), "int a = (int(UNIFORM(f)) & 255);");
+}
+
 TEST(PlainFormTest, FunctionsOf64BitIntegersAreWritten) {
   EXPECT_EQ(PlainBody("Int64 a = min(Int64(1), 2);"), "Int64 a = ostra_min_Int64_Int64(Int64(1), Int64(2));");
 }

@@ -155,6 +155,22 @@ TEST_P(RunLanguageTest, IntegersOf64BitsHaveLimits) {
 	UNIFORM_BUFFER(out)[4] = max(high, 1u) == high && min(high, uint64_t(far)) == uint64_t(far) ? 1 : 0;)");
 }
 
+TEST_P(RunLanguageTest, FloatsThatDoNotFitSmallIntegersAreCutAsInts) {
+  EXPECT_NUMBERS("44 -127 212 -32671 41 ", R"(
+	float x = float(UNIFORM(two)) * 150.0;
+	UInt8 a = x;
+	int8_t b = int8_t(x - 470.5 + 300.0);
+	UInt8 c[2];
+	c[1] = -x - 256.0;
+	int16_t d = 32767;
+	d += x - 201.25;
+	UNIFORM_BUFFER(out)[0] = a;
+	UNIFORM_BUFFER(out)[1] = b;
+	UNIFORM_BUFFER(out)[2] = c[1];
+	UNIFORM_BUFFER(out)[3] = d;
+	UNIFORM_BUFFER(out)[4] = uint16_t(half(x) + 65277.0);)");
+}
+
 INSTANTIATE_TEST_SUITE_P(Ways, RunLanguageTest,
                          testing::Values(Way{"Cpu", {"--backend", "cpu"}},
                                          Way{"CpuWithChecks", {"--backend", "cpu", "--checked"}},
