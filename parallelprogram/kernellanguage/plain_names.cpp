@@ -4,7 +4,6 @@
 #include <set>
 #include <string_view>
 #include <utility>
-#include <vector>
 
 #include "parallelprogram/kernellanguage/cpp_text.h"
 #include "parallelprogram/kernellanguage/join.h"
@@ -20,20 +19,7 @@ Bool IsDeclaration(NodeKind kind) {
 
 Bool NeedsAnotherName(std::string_view name) { return IsShaderWord(name) || FindTypeWord(name) != kUnknownType; }
 
-// "length" of a struct is that of an array in GLSL.
-Bool NeedsAnotherMemberName(std::string_view name) { return NeedsAnotherName(name) || name == "length"; }
-
-// Members of structs that lie in no buffer: those of buffers are compared with the members that the host has.
-std::vector<NodeIndex> ListMembersToRename(const SyntaxTree& tree, const ResolvedTree& resolved) {
-  const std::set<NodeIndex> ofBuffers = FindStoredStructs(tree, resolved);
-  std::vector<NodeIndex> members;
-  for (const NodeIndex declaration : resolved.structs) {
-    if (ofBuffers.contains(declaration)) continue;
-    for (const NodeIndex member : tree.GetChildren(declaration))
-      if (NeedsAnotherMemberName(tree.GetName(member))) members.push_back(member);
-  }
-  return members;
-}
+Bool NeedsAnotherMemberName(std::string_view name) { return NeedsAnotherName(name) || IsShaderMemberWord(name); }
 
 }  // namespace
 
@@ -51,8 +37,10 @@ PlainNames::PlainNames(const PlainKernel& kernel) : _kernel(kernel) {
     _names.emplace(node, std::move(other));
   }
   if (!_kernel.options.isForGpu) return;
-  for (const NodeIndex member : ListMembersToRename(_kernel.tree, _kernel.resolved))
-    _names.emplace(member, Join({"ostra_member_", _kernel.tree.GetName(member)}));
+  for (const NodeIndex declaration : _kernel.resolved.structs)
+    for (const NodeIndex member : _kernel.tree.GetChildren(declaration))
+      if (NeedsAnotherMemberName(_kernel.tree.GetName(member)))
+        _names.emplace(member, Join({kMemberPrefix, _kernel.tree.GetName(member)}));
 }
 
 std::string PlainNames::NameOf(NodeIndex declaration) const {

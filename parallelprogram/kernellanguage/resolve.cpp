@@ -302,6 +302,7 @@ void Resolver::ReadStruct(NodeIndex item) {
     const TypeIndex whole = ReadArray(type, _tree.GetChild(member, 1), kNoNode);
     _resolved.type[member] = _resolved.converted[member] = whole;
     CheckName(member);
+    if (IsShaderMemberWord(NameOf(member)) && !IsShaderWord(NameOf(member))) Extend(member, true);
     for (const NodeIndex other : _tree.GetChildren(item)) {
       if (other == member) break;
       if (NameOf(other) == NameOf(member)) Fail(member, Join({"there is a member \"", NameOf(member), "\" already"}));

@@ -8,6 +8,7 @@
 #include "ostra/core/source_message.h"
 #include "ostra/core/struct_type.h"
 #include "ostra/math/data_types.h"
+#include "parallelprogram/kernellanguage/shader_words.h"
 #include "parallelprogram/shaderassembly/element_types.h"
 
 OSTRA_UNIT("shader_assembly_records");
@@ -28,6 +29,13 @@ constexpr ElementWord kWords[] = {
     {{"Int64", "Int64"}, &GetDataType<Int64>},        {{"UInt64", "UInt64"}, &GetDataType<UInt64>},
     {{"ivec4", "ivec4"}, &GetDataType<Vec4<Int32>>},  {{"uvec4", "uvec4"}, &GetDataType<Vec4<UInt32>>},
 };
+
+// As hosts know it.
+std::string_view GetName(const ShaderStructMember& member) {
+  std::string_view name = member.name.GetView();
+  if (name.starts_with(kernellanguage::kMemberPrefix)) name.remove_prefix(kernellanguage::kMemberPrefix.size());
+  return name;
+}
 
 const ShaderStructDefinition* FindStruct(const ShaderParser& parser, std::string_view name) {
   for (const ShaderStructDefinition& definition : parser.GetStructs())
@@ -73,7 +81,7 @@ class StructMaker {
     Int size = 0, alignment = 1;
     for (const ShaderStructMember& declaration : definition.declarations) {
       StructMember member;
-      member.name = declaration.name;
+      OSTRA_ASSIGN_OR_RETURN(member.name, String::Create(GetName(declaration)));
       OSTRA_ASSIGN_OR_RETURN(member.type, FindType(name, declaration));
       if (!member.type.IsPopulated()) return DataType();
       if (declaration.dimension.IsPopulated()) {
@@ -106,7 +114,7 @@ class StructMaker {
     return Fail(declaration.origin,
                 Format("the struct \"@\" has @ bytes at the member \"@\", where a multiple of @ is needed: languages "
                        "fill such gaps differently, so add members or change their order",
-                       structName, offset, declaration.name, alignment));
+                       structName, offset, GetName(declaration), alignment));
   }
 
   Result<DataType> FindType(std::string_view structName, const ShaderStructMember& declaration) {
@@ -119,8 +127,8 @@ class StructMaker {
     const Bool isNumber = GetNumberSize(type) != 0 || IsOtherInteger(type);
     if (isNumber && obstacle.empty()) return type;
     if (obstacle.empty()) obstacle = "neither a type of numbers nor a struct of the headers, declared above";
-    return Fail(declaration.origin,
-                Format("the member \"@\" of the struct \"@\" is @: @", declaration.name, structName, word, obstacle));
+    return Fail(declaration.origin, Format("the member \"@\" of the struct \"@\" is @: @", GetName(declaration),
+                                           structName, word, obstacle));
   }
 
   // Structs are declared before they are used; this also ends chains of structs that hold each other.

@@ -239,6 +239,19 @@ TEST(PlainFormTest, MembersThatALanguageKeepsGetAnotherNameOnGpus) {
   EXPECT_NE(PrintPlain(kernel).text.find("p.length += p.sample + p.width;"), std::string::npos);
 }
 
+TEST(PlainFormTest, MembersOfElementsGetAnotherNameOnGpusToo) {
+  const AnalyzedKernel kernel = AnalyzeText(
+      "struct Path\n{\n\tfloat length;\n};\n\n#define KERNELINPUTS \\\n(Block<Path>) paths\n\n"
+      "OSTRA_PARALLEL_KERNEL(Test, KERNELINPUTS)\n{\n\tUNIFORM_BUFFER(paths)[0].length = 1.0;\n}\n"
+      "OSTRA_PARALLEL_KERNEL_END\n");
+  ASSERT_TRUE(kernel.IsUnderstood()) << ListErrors(kernel);
+  EXPECT_FALSE(kernel.resolved.extensions.empty());
+  EXPECT_EQ(kernel.resolved.firstUnprintable, kNoNode);
+  const std::string text = PrintPlain(kernel, true).text;
+  EXPECT_NE(text.find("float ostra_member_length;"), std::string::npos) << text;
+  EXPECT_NE(text.find("UNIFORM_BUFFER(paths)[0].ostra_member_length = 1.0;"), std::string::npos) << text;
+}
+
 TEST(PlainFormTest, FloatsBecomeSmallIntegersByWayOfInts) {
   EXPECT_EQ(PlainBody("UInt8 a = UNIFORM(f); Int16 b = Int16(UNIFORM(f)); b += 0.5;"),
             "UInt8 a = UInt8(int(UNIFORM(f))); Int16 b = Int16(int(UNIFORM(f))); { b = Int16(int(float(b) + 0.5)); }");

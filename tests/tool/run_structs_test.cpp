@@ -308,6 +308,35 @@ TEST_F(RunStructsTest, IntegersThatALanguageLacksAreRefusedByName) {
         << backend;
 }
 
+TEST_F(RunStructsTest, MembersMayHaveNamesThatALanguageKeeps) {
+  _folder.Write("net.example.paths.krn",
+                "struct Path\n{\n\tfloat length;\n\tint sample;\n\tvec2 texture;\n};\n\n"
+                "#define KERNELINPUTS \\\n(Block<Path>) paths\n\nOSTRA_PARALLEL_KERNEL(Paths, KERNELINPUTS)\n{\n"
+                "\tuint i = LinearInvocation();\n\tif (i > 1u) return;\n"
+                "\tUNIFORM_BUFFER(paths)[i].length = 1.5;\n\tUNIFORM_BUFFER(paths)[i].sample += 7;\n"
+                "\tUNIFORM_BUFFER(paths)[i].texture = vec2(2.0, UNIFORM_BUFFER(paths)[i].length);\n}\n"
+                "OSTRA_PARALLEL_KERNEL_END\n");
+  const std::string record = "[('length', '<f4'), ('sample', '<i4'), ('texture', '<f4', (2,))]";
+  struct Path {
+    float length;
+    int sample;
+    std::array<float, 2> texture;
+  };
+  const std::vector<Path> before = {{0.0f, 1, {}}, {0.0f, 2, {}}},
+                          after = {{1.5f, 8, {2.0f, 1.5f}}, {1.5f, 9, {2.0f, 1.5f}}};
+  _folder.Write("in.npy", MakeNpy(record, "(2,)", BytesOf(before)));
+  for (const std::string backend : {"cpu", "gpu", "both"}) {
+    const ToolResult result = RunTool({"run", _folder / "net.example.paths.krn", "--in", "paths=" + _folder / "in.npy",
+                                       "--out", "paths=" + _folder / "out.npy", "--size", "2", "--backend", backend});
+    if (result.errors.find("--backend cpu runs the kernel without one") != std::string::npos)
+      GTEST_SKIP() << "There is no GPU device on this machine.";
+    ASSERT_EQ(result.exitStatus, 0) << result.errors;
+    EXPECT_EQ(_folder.Read("out.npy"), MakeNpy(record, "(2,)", BytesOf(after))) << backend;
+  }
+  const ToolResult checked = RunTool({"check", _folder / "net.example.paths.krn"});
+  EXPECT_EQ(checked.exitStatus, 0) << checked.errors;
+}
+
 TEST_F(RunStructsTest, AnUnknownTypeIsNamed) {
   EXPECT_THAT(RunMember("check", "\tFlot x;").errors, HasSubstr("Flot"));
   EXPECT_THAT(RunMember("check", "\tPlace x;").errors, HasSubstr(":3:2: error: unknown type \"Place\"\n\tPlace x;"));
