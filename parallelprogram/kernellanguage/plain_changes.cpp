@@ -234,4 +234,34 @@ void PlainChanges::WriteColumns() {
   _changedColumns.clear();
 }
 
+// Arrays go element by element: not every language assigns them.
+void PlainChanges::KeepStruct(NodeIndex node) {
+  const NodeIndex declaration = _types[_resolved.type[node]].declaration;
+  const Bool isStored = _kernel.storedStructs.contains(declaration);
+  const auto members = _tree.GetChildren(declaration);
+  const std::string name = NewName("Struct");
+  Line({TypeName(_resolved.type[node]), " ", name, ";"});
+  for (std::size_t i = 0; i < members.size(); ++i) {
+    const NodeIndex value = Child(node, i + 1);
+    TypeIndex type = _resolved.type[members[i]];
+    const Bool isArray = _types[type].kind == TypeKind::kArray;
+    std::string target = Join({name, ".", NameOf(members[i])});
+    std::string given = isArray ? Place(value) : _expressions.Expression(value);
+    std::size_t depth = 0;
+    for (; _types[type].kind == TypeKind::kArray; type = _types[type].element, ++depth) {
+      const std::string index = NewName("Index");
+      Line({"for (int ", index, " = 0; ", index, " < ", std::to_string(_types[type].count), "; ++", index, ")"});
+      _out.Open();
+      for (std::string* text : {&target, &given}) *text += Join({"[", index, "]"});
+    }
+    const Bool isFromStored = isArray && KindOf(value) == NodeKind::kMemberOf &&
+                              _kernel.storedStructs.contains(_types[_resolved.type[Child(value, 0)]].declaration);
+    if (_kernel.IsSmall(type) && isFromStored) given = Join({"int(", given, ")"});
+    if (_kernel.IsSmall(type) && isStored) given = Join({_types.GetName(type), "(", given, ")"});
+    Line({target, " = ", given, ";"});
+    for (; depth > 0; --depth) _out.Close();
+  }
+  _kept.Keep(node, name);
+}
+
 }  // namespace ostra::kernellanguage

@@ -41,6 +41,8 @@ class PlainChanges : PlainPart {
   void WriteBack();
   // A variable with the value of the expression, which stands for it from there on.
   void KeepValue(NodeIndex node, TypeIndex type, const std::string& value);
+  // The same of a struct that is made of values with an array among them.
+  void KeepStruct(NodeIndex node);
 
   // The call whose arguments may be copied before the statement. Gives the one before.
   NodeIndex SetCopyingCall(NodeIndex call);

@@ -34,6 +34,8 @@ Bool HoistPlan::FindNeed(NodeIndex node) const {
         if (IsChangedArgument(_kernel.tree, _kernel.resolved, node, i) && IsCopied(arguments[i])) return true;
       return _tracePlan.IsUnorderedCall(node);
     }
+    case NodeKind::kConstruct:
+      return _kernel.IsStructOfArrays(node);
     default:
       return false;
   }
@@ -67,8 +69,10 @@ Bool HoistPlan::IsCopied(NodeIndex argument) const {
 void HoistPlan::CollectChanges(NodeIndex node, std::set<NodeIndex>& changed) const {
   if (!HasHoists(node)) return;
   const auto children = _kernel.tree.GetChildren(node);
-  if (_needsHoist[node] && _kernel.GetKind(node) != NodeKind::kCall) changed.insert(_kernel.FindRoot(children[0]));
-  if (_needsHoist[node] && _kernel.GetKind(node) == NodeKind::kCall && !_tracePlan.IsUnorderedCall(node))
+  const NodeKind kind = _kernel.GetKind(node);
+  if (_needsHoist[node] && kind != NodeKind::kCall && kind != NodeKind::kConstruct)
+    changed.insert(_kernel.FindRoot(children[0]));
+  if (_needsHoist[node] && kind == NodeKind::kCall && !_tracePlan.IsUnorderedCall(node))
     for (std::size_t i = 0; i < children.size(); ++i)
       if (IsChangedArgument(_kernel.tree, _kernel.resolved, node, i)) changed.insert(_kernel.FindRoot(children[i]));
   for (const NodeIndex child : children) CollectChanges(child, changed);

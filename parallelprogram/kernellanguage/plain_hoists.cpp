@@ -161,6 +161,7 @@ void PlainHoists::HoistChange(NodeIndex node) {
     _changes.SetCopyingCall(outer);
     return;
   }
+  if (KindOf(node) == NodeKind::kConstruct) return _changes.KeepStruct(node);
   const NodeIndex target = Child(node, 0);
   if (KindOf(node) != NodeKind::kAssign) return _changes.ChangeByOne(node, true);
   const std::string place = _resolved.meaning[target].kind == MeaningKind::kSwizzle ? _changes.ChangeSwizzle(node)

@@ -1,5 +1,6 @@
 #include "parallelprogram/kernellanguage/plain_kernel.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "parallelprogram/kernellanguage/changes.h"
@@ -159,6 +160,13 @@ void PlainKernel::CollectNames(NodeIndex node, std::set<NodeIndex>& names) const
   const NodeKind kind = GetKind(node);
   if (kind == NodeKind::kName || kind == NodeKind::kBuffer) names.insert(resolved.meaning[node].target);
   for (const NodeIndex child : tree.GetChildren(node)) CollectNames(child, names);
+}
+
+Bool PlainKernel::IsStructOfArrays(NodeIndex node) const {
+  if (GetKind(node) != NodeKind::kConstruct || types[resolved.type[node]].kind != TypeKind::kStruct) return false;
+  const auto children = tree.GetChildren(node);
+  return std::any_of(children.begin() + 1, children.end(),
+                     [this](NodeIndex child) { return types[resolved.type[child]].kind == TypeKind::kArray; });
 }
 
 }  // namespace ostra::kernellanguage

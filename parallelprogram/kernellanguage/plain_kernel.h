@@ -45,6 +45,8 @@ struct PlainKernel {
   Bool IsBoolComponent(NodeIndex place) const;
   // Whether C++ computes the value of the assignment before its place, and the difference shows.
   Bool IsValueFirst(NodeIndex assignment) const { return order.valueFirst.contains(assignment); }
+  // Whether the node makes a struct of values with an array among them, which no function takes by value.
+  Bool IsStructOfArrays(NodeIndex node) const;
   Bool IsOpenRemainder(NodeIndex node) const { return openRemainders.contains(node); }
   // The value of an integer as it is written.
   std::optional<UInt32> FindNumber(NodeIndex node) const;

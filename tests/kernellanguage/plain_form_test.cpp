@@ -262,6 +262,18 @@ TEST(PlainFormTest, FunctionsOf64BitIntegersAreWritten) {
   EXPECT_EQ(PlainBody("Int64 a = min(Int64(1), 2);"), "Int64 a = ostra_min_Int64_Int64(Int64(1), Int64(2));");
 }
 
+TEST(PlainFormTest, AStructOfArraysIsMadeBeforeTheStatement) {
+  EXPECT_EQ(PlainBody("float a[2]; Path p = Path(1.0, a); p = UNIFORM(n) > 1u ? Path(2.0, p.steps) : p;",
+                      "struct Path { float x; float steps[2]; };\n"),
+            "float a[2]; Path ostraStruct1; ostraStruct1.x = 1.0; "
+            "for (int ostraIndex2 = 0; ostraIndex2 < 2; ++ostraIndex2) { "
+            "ostraStruct1.steps[ostraIndex2] = a[ostraIndex2]; } Path p = ostraStruct1; "
+            "{ Path ostraValue3; if (UNIFORM(n) > 1u) { Path ostraStruct4; ostraStruct4.x = 2.0; "
+            "for (int ostraIndex5 = 0; ostraIndex5 < 2; ++ostraIndex5) { "
+            "ostraStruct4.steps[ostraIndex5] = p.steps[ostraIndex5]; } ostraValue3 = ostraStruct4; } "
+            "else { ostraValue3 = p; } p = ostraValue3; }");
+}
+
 TEST(PlainFormTest, VectorsThatGpusLackAreRefusedByName) {
   const AnalyzedKernel kernel = AnalyzeBody("Vec2<Int64> a;");
   ASSERT_TRUE(kernel.IsUnderstood()) << ListErrors(kernel);

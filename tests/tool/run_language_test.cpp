@@ -171,6 +171,23 @@ TEST_P(RunLanguageTest, FloatsThatDoNotFitSmallIntegersAreCutAsInts) {
 	UNIFORM_BUFFER(out)[4] = uint16_t(half(x) + 65277.0);)");
 }
 
+TEST_P(RunLanguageTest, StructsAreMadeOfArrays) {
+  EXPECT_NUMBERS("1 30 7 6 42 ", R"(
+	int tail[2];
+	tail[0] = 30;
+	tail[1] = UNIFORM(two);
+	Path p = Path(1, tail, vec2(6.0, 7.0));
+	tail[0] = 0;
+	UNIFORM_BUFFER(out)[0] = p.length;
+	UNIFORM_BUFFER(out)[1] = p.tail[0];
+	UNIFORM_BUFFER(out)[2] = int(p.end.y);
+	Path q = UNIFORM(two) == 2 ? Path(6, p.tail, p.end) : p;
+	UNIFORM_BUFFER(out)[3] = q.length;
+	UNIFORM_BUFFER(out)[4] = Sum(Path(10, q.tail, vec2(0.0)));)",
+                 "struct Path { int length; int tail[2]; vec2 end; };\n"
+                 "int Sum(Path p) { return p.length + p.tail[0] + p.tail[1]; }\n\n");
+}
+
 INSTANTIATE_TEST_SUITE_P(Ways, RunLanguageTest,
                          testing::Values(Way{"Cpu", {"--backend", "cpu"}},
                                          Way{"CpuWithChecks", {"--backend", "cpu", "--checked"}},
