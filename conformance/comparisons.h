@@ -25,6 +25,8 @@ std::vector<ConformanceRow> CompareOverflow(const Url& kernels);
 // One row: remainders of numbers of either sign.
 std::vector<ConformanceRow> CompareRemainders(const Url& kernels);
 std::vector<ConformanceRow> CompareLanguage(const Url& kernels);
+// One row: members of structs in buffers.
+std::vector<ConformanceRow> CompareMembers(const Url& kernels);
 // One row: functions of Float64. Held with a remark on devices and in languages without them.
 std::vector<ConformanceRow> CompareDoubles(const Url& kernels);
 // The same for arithmetic of 64-bit integers.

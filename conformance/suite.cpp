@@ -64,6 +64,7 @@ std::vector<ConformanceCase> GetConformanceCases() {
                      }});
   cases.push_back({"Integers", [](const ConformanceSetting& setting) { return CompareIntegers(setting.kernels); }});
   cases.push_back({"Language", [](const ConformanceSetting& setting) { return CompareLanguage(setting.kernels); }});
+  cases.push_back({"Members", [](const ConformanceSetting& setting) { return CompareMembers(setting.kernels); }});
   cases.push_back({"Overflow", [](const ConformanceSetting& setting) { return CompareOverflow(setting.kernels); }});
   cases.push_back({"Remainders", [](const ConformanceSetting& setting) { return CompareRemainders(setting.kernels); }});
   cases.push_back({"Doubles", [](const ConformanceSetting& setting) { return CompareDoubles(setting.kernels); }});
