@@ -74,8 +74,8 @@ void CheckTables(const AnalyzedKernel& kernel) {
 }
 
 // The plain form of what is understood says where it comes from, and is read without a mistake.
-void CheckPlainForm(const AnalyzedKernel& kernel, ostra::Bool isForGpu) {
-  const PlainForm form = PrintPlainForm(kernel, {.isForGpu = isForGpu});
+void CheckPlainForm(const AnalyzedKernel& kernel, const PlainOptions& options) {
+  const PlainForm form = PrintPlainForm(kernel, options);
   if (form.refusal) return Require(!form.refusal->reason.empty() && form.text.empty(), "a reason instead of a text");
   Require(form.headerSize <= form.text.size(), "the header is a part of the text");
   ostra::UInt32 last = 0;
@@ -84,7 +84,7 @@ void CheckPlainForm(const AnalyzedKernel& kernel, ostra::Bool isForGpu) {
     Require(kernel.sources.Locate(mark.source).line > 0, "a mark has a place");
     last = mark.position;
   }
-  if (isForGpu) return;
+  if (options.isForGpu) return;
   const auto again = AnalyzeKernel({.fileName = "plain.krn", .text = form.text});
   Require(again.IsOk() && again->errors.empty(), "a plain form without mistakes");
 }
@@ -115,7 +115,10 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
   }
   if (!kernel->IsUnderstood()) return 0;
   CheckTables(*kernel);
-  CheckPlainForm(*kernel, false);
-  CheckPlainForm(*kernel, true);
+  for (const bool isForGpu : {false, true}) {
+    CheckPlainForm(*kernel, {.isForGpu = isForGpu});
+    CheckPlainForm(*kernel, {.isForGpu = isForGpu, .hasChecks = true});
+    CheckPlainForm(*kernel, {.isForGpu = isForGpu, .hasReports = false, .isTraced = true});
+  }
   return 0;
 }
