@@ -30,7 +30,7 @@ class GpuCompute final : public Component<GpuCompute, GpuComputeInterface> {
     if (isComplete) _callbacks = callbacks;  // a context may come later
     if (!context) return OSTRA_ILLEGAL_STATE("A GPU program needs a drawport context.");
     if (!isComplete) return OSTRA_ILLEGAL_ARGUMENT("A GPU program needs a hash callback and a builder.");
-    Result<void> built = Build(context);
+    Result<void> built = Build(context, _callbacks.build);
     if (built && !options.keepsCallbacks) {
       _callbacks.hash = {};
       _callbacks.build = {};
@@ -39,26 +39,11 @@ class GpuCompute final : public Component<GpuCompute, GpuComputeInterface> {
   }
 
   Result<void> UpdateUniforms(const DrawportContextRef& context, Bool setsAll) override {
-    if (!context) {
-      DropProgram();
-      _context = {};
-      return OSTRA_ILLEGAL_STATE("A GPU program needs a drawport context.");
-    }
-    Bool isNew = false;
-    if (!_item) {
-      if (!_callbacks.build) return OSTRA_ILLEGAL_STATE("The GPU program has not been initialized.");
-      OSTRA_RETURN_IF_ERROR(Build(context));
-      isNew = true;
-    }
-    OSTRA_ASSIGN_OR_RETURN(DrawportProgramFactory * factory, _item->MakeValid(*context));
-    if (factory != _factory) DropProgram();  // the factory for another device has gone
-    OSTRA_ASSIGN_OR_RETURN(DrawportParameterValueSet * values, factory->GetParameterValueSet(*context, _number, _hash));
-    isNew = isNew || values != _values || !(_context == context);
-    if (setsAll || isNew) OSTRA_RETURN_IF_ERROR(Bind(*context, *factory, *values));
-    _factory = factory;
-    _values = values;
-    _context = context;
-    return OK;
+    return Update(context, setsAll, nullptr);
+  }
+
+  Result<void> UpdateUniformsWith(const DrawportContextRef& context, const DrawportParameterBinder& bind) override {
+    return Update(context, true, &bind);
   }
 
   Result<void> Dispatch(UInt32 x, UInt32 y, UInt32 z) override {
@@ -81,12 +66,18 @@ class GpuCompute final : public Component<GpuCompute, GpuComputeInterface> {
   }
 
   Result<void> ReloadProgramFactory(const DrawportContextRef& context) override {
+    return ReloadProgramFactoryWith(context, _callbacks.build);
+  }
+
+  Result<void> ReloadProgramFactoryWith(const DrawportContextRef& context,
+                                        const DrawportProgramBuilder& build) override {
     if (!context) return OSTRA_ILLEGAL_STATE("A GPU program needs a drawport context.");
     if (!_callbacks.hash) return OSTRA_ILLEGAL_STATE("The GPU program has no callbacks to be rebuilt with.");
     DrawportHashStream stream;
     OSTRA_RETURN_IF_ERROR(_callbacks.hash(stream));
     if (_item && stream.GetHash() == _hash) return OK;
-    return Build(context);
+    if (!build) return OSTRA_ILLEGAL_ARGUMENT("A GPU program needs a builder.");
+    return Build(context, build);
   }
 
   void Reset() override {
@@ -98,7 +89,31 @@ class GpuCompute final : public Component<GpuCompute, GpuComputeInterface> {
   }
 
  private:
-  Result<void> Build(const DrawportContextRef& context) {
+  // `bind`: in place of the binder of the program, unless it is null.
+  Result<void> Update(const DrawportContextRef& context, Bool setsAll, const DrawportParameterBinder* bind) {
+    if (!context) {
+      DropProgram();
+      _context = {};
+      return OSTRA_ILLEGAL_STATE("A GPU program needs a drawport context.");
+    }
+    Bool isNew = false;
+    if (!_item) {
+      if (!_callbacks.build) return OSTRA_ILLEGAL_STATE("The GPU program has not been initialized.");
+      OSTRA_RETURN_IF_ERROR(Build(context, _callbacks.build));
+      isNew = true;
+    }
+    OSTRA_ASSIGN_OR_RETURN(DrawportProgramFactory * factory, _item->MakeValid(*context));
+    if (factory != _factory) DropProgram();  // the factory for another device has gone
+    OSTRA_ASSIGN_OR_RETURN(DrawportParameterValueSet * values, factory->GetParameterValueSet(*context, _number, _hash));
+    isNew = isNew || values != _values || !(_context == context);
+    if (setsAll || isNew) OSTRA_RETURN_IF_ERROR(Bind(*context, *factory, *values, bind));
+    _factory = factory;
+    _values = values;
+    _context = context;
+    return OK;
+  }
+
+  Result<void> Build(const DrawportContextRef& context, const DrawportProgramBuilder& build) {
     const DrawportRef drawport = context->GetDrawport();
     DrawportHashStream stream;
     OSTRA_RETURN_IF_ERROR(_callbacks.hash(stream));
@@ -107,7 +122,7 @@ class GpuCompute final : public Component<GpuCompute, GpuComputeInterface> {
     key.Append(stream.GetHash());
     key.Append(_buildCount++);  // a hash may come back with other sources behind it
     DrawportProgramFactoryItemRef item;
-    OSTRA_RETURN_IF_ERROR(drawport->GetDrawportCache()->GetProgramFactory(key, _callbacks.build, item, *context));
+    OSTRA_RETURN_IF_ERROR(drawport->GetDrawportCache()->GetProgramFactory(key, build, item, *context));
     OSTRA_RETURN_IF_ERROR(item->MakeValid(*context));
     // Only a program that compiled replaces the one that is in use.
     DropProgram();
@@ -117,10 +132,10 @@ class GpuCompute final : public Component<GpuCompute, GpuComputeInterface> {
   }
 
   Result<void> Bind(DrawportContextInterface& context, DrawportProgramFactory& factory,
-                    DrawportParameterValueSet& values) {
+                    DrawportParameterValueSet& values, const DrawportParameterBinder* bind) {
     const DrawportProgramDescription& program = _item->GetSpecification();
-    const DrawportParameterBinder& binder =
-        program.GetParameterBinder() ? program.GetParameterBinder() : _callbacks.bind;
+    const DrawportParameterBinder& own = program.GetParameterBinder() ? program.GetParameterBinder() : _callbacks.bind;
+    const DrawportParameterBinder& binder = bind ? *bind : own;
     OSTRA_RETURN_IF_ERROR(factory.StartSetParameters(context, values));
     if (binder) OSTRA_RETURN_IF_ERROR(binder(factory, values, program.GetParameters().GetBlock()));
     return factory.EndSetParameters(context, values);

@@ -54,6 +54,9 @@ class GpuComputeInterface : public ObjectInterface {
   // `setsAll` false only a program that was just built is given its parameters. Errors: illegal state before Init, and
   // without a context, after which the one before is not held any longer.
   virtual Result<void> UpdateUniforms(const DrawportContextRef& context, Bool setsAll) = 0;
+  // The same with `bind` in place of the program's own callback, for all parameters. It is not held behind the call; an
+  // empty one sets nothing. Errors: as of UpdateUniforms.
+  virtual Result<void> UpdateUniformsWith(const DrawportContextRef& context, const DrawportParameterBinder& bind) = 0;
   // Records x * y * z work groups on the command list of the last UpdateUniforms, with its values.
   // Errors: illegal state before UpdateUniforms; illegal argument for counts outside 1 to 65535.
   virtual Result<void> Dispatch(UInt32 x, UInt32 y, UInt32 z) = 0;
@@ -62,6 +65,10 @@ class GpuComputeInterface : public ObjectInterface {
   virtual Result<void> DispatchIndirect(DrawportCommandList& commandList, DrawportDeviceBuffer& buffer, Int offset) = 0;
   // Asks the hash callback and rebuilds the program if it is another one. On error the old program stays in use.
   virtual Result<void> ReloadProgramFactory(const DrawportContextRef& context) = 0;
+  // The same with `build` in place of the program's own builder. It is not held behind the call. Error also: illegal
+  // argument for an empty builder that is needed.
+  virtual Result<void> ReloadProgramFactoryWith(const DrawportContextRef& context,
+                                                const DrawportProgramBuilder& build) = 0;
   // Releases program and callbacks.
   virtual void Reset() = 0;
 };

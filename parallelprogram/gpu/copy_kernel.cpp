@@ -59,6 +59,26 @@ UInt32 ToWords(Int count, Float32 wordsPerElement) {
   return words >= kBeyondAll ? UINT32_MAX : static_cast<UInt32>(std::max(words, 0.0f));
 }
 
+// One run, in words.
+struct Copied {
+  DrawportDeviceBuffer& source;
+  DrawportDeviceBuffer& target;
+  UInt32 count, sourceOffset, targetOffset;
+};
+
+Result<void> Bind(const Copied& copied, DrawportProgramFactory& factory, DrawportParameterValueSet& values) {
+  const CopyNames& names = GetNames();
+  const auto setUInt = [&](const InternedId& name, UInt32 value) {
+    return factory.SetParameterUInt(values, factory.GetParameterHandle(name), value);
+  };
+  OSTRA_RETURN_IF_ERROR(setUInt(names.copyCount, copied.count));
+  OSTRA_RETURN_IF_ERROR(setUInt(names.sourceOffset, copied.sourceOffset));
+  OSTRA_RETURN_IF_ERROR(setUInt(names.targetOffset, copied.targetOffset));
+  OSTRA_RETURN_IF_ERROR(
+      factory.SetParameterBuffer(values, factory.GetBufferParameterHandle(names.sourceData), &copied.source));
+  return factory.SetParameterBuffer(values, factory.GetBufferParameterHandle(names.targetData), &copied.target);
+}
+
 }  // namespace
 
 Result<void> DeviceCopy::Build(const GpuContextData& data) {
@@ -69,9 +89,12 @@ Result<void> DeviceCopy::Build(const GpuContextData& data) {
                                                stream.Write(MixKey(HashText(kCopyKernelId)));
                                                return OK;
                                              }));
-  OSTRA_ASSIGN_OR_RETURN(callbacks.bind, DrawportParameterBinder::Create(
-                                             [this](DrawportProgramFactory& factory, DrawportParameterValueSet& values,
-                                                    Block<const DrawportParameter>) { return Bind(factory, values); }));
+  // Each run brings a binder of its own.
+  OSTRA_ASSIGN_OR_RETURN(callbacks.bind,
+                         DrawportParameterBinder::Create([](DrawportProgramFactory&, DrawportParameterValueSet&,
+                                                            Block<const DrawportParameter>) -> Result<void> {
+                           return OSTRA_ILLEGAL_STATE("The copy kernel has values during a copy alone.");
+                         }));
   OSTRA_ASSIGN_OR_RETURN(callbacks.build,
                          DrawportProgramBuilder::Create([binder = callbacks.bind](DrawportProgramDescription& program) {
                            return Describe(program, binder);
@@ -86,39 +109,24 @@ UInt32 DeviceCopy::GetWordCount(const Range& range) { return ToWords(range.count
 
 Result<void> DeviceCopy::Run(const GpuContextData& data, DrawportDeviceBuffer& source, DrawportDeviceBuffer& target,
                              const Range& range) {
-  _copyCount = GetWordCount(range);
-  if (_copyCount == 0) return OK;
-  _sourceOffset = ToWords(range.sourceOffset, range.wordsPerElement);
-  _targetOffset = ToWords(range.targetOffset, range.wordsPerElement);
-  if (_copyCount > kMaxWords) WarningOutput("A copy of @ words was cut to @ words.", _copyCount, kMaxWords);
+  const UInt32 asked = GetWordCount(range);
+  if (asked == 0) return OK;
+  Copied copied{source, target, 0, ToWords(range.sourceOffset, range.wordsPerElement),
+                ToWords(range.targetOffset, range.wordsPerElement)};
+  if (asked > kMaxWords) WarningOutput("A copy of @ words was cut to @ words.", asked, kMaxWords);
   // Offsets that single precision has rounded up must not lead behind the end.
-  const Int words = std::min(source.GetSize() / 4 - Int{_sourceOffset}, target.GetSize() / 4 - Int{_targetOffset});
-  _copyCount = static_cast<UInt32>(std::clamp<Int>(words, 0, _copyCount));
+  const Int words =
+      std::min(source.GetSize() / 4 - Int{copied.sourceOffset}, target.GetSize() / 4 - Int{copied.targetOffset});
+  copied.count = static_cast<UInt32>(std::clamp<Int>(words, 0, asked));
   if (!_compute) return OSTRA_ILLEGAL_STATE("The copy kernel has not been built.");
-  _source = &source;
-  _target = &target;
-  const auto run = [&]() -> Result<void> {
-    OSTRA_RETURN_IF_ERROR(_compute->UpdateUniforms(data.context, true));
-    OSTRA_RETURN_IF_ERROR(data.GetCommandList().AddMemoryBarrier(DrawportBarrierBits::StorageBuffer));
-    OSTRA_RETURN_IF_ERROR(_compute->Dispatch(std::min<UInt32>(_copyCount >> 8, 65534) + 1, 1, 1));
-    return data.GetCommandList().Execute(true);
-  };
-  Result<void> result = run();
-  _source = _target = nullptr;
-  return result;
-}
-
-Result<void> DeviceCopy::Bind(DrawportProgramFactory& factory, DrawportParameterValueSet& values) const {
-  const CopyNames& names = GetNames();
-  const auto setUInt = [&](const InternedId& name, UInt32 value) {
-    return factory.SetParameterUInt(values, factory.GetParameterHandle(name), value);
-  };
-  OSTRA_RETURN_IF_ERROR(setUInt(names.copyCount, _copyCount));
-  OSTRA_RETURN_IF_ERROR(setUInt(names.sourceOffset, _sourceOffset));
-  OSTRA_RETURN_IF_ERROR(setUInt(names.targetOffset, _targetOffset));
-  OSTRA_RETURN_IF_ERROR(
-      factory.SetParameterBuffer(values, factory.GetBufferParameterHandle(names.sourceData), _source));
-  return factory.SetParameterBuffer(values, factory.GetBufferParameterHandle(names.targetData), _target);
+  OSTRA_ASSIGN_OR_RETURN(const DrawportParameterBinder bind,
+                         DrawportParameterBinder::Create(
+                             [&copied](DrawportProgramFactory& factory, DrawportParameterValueSet& values,
+                                       Block<const DrawportParameter>) { return Bind(copied, factory, values); }));
+  OSTRA_RETURN_IF_ERROR(_compute->UpdateUniformsWith(data.context, bind));
+  OSTRA_RETURN_IF_ERROR(data.GetCommandList().AddMemoryBarrier(DrawportBarrierBits::StorageBuffer));
+  OSTRA_RETURN_IF_ERROR(_compute->Dispatch(std::min<UInt32>(copied.count >> 8, 65534) + 1, 1, 1));
+  return data.GetCommandList().Execute(true);
 }
 
 void DeviceCopy::Reset() {

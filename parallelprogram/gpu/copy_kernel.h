@@ -36,14 +36,7 @@ class DeviceCopy {
   void Reset();
 
  private:
-  Result<void> Bind(DrawportProgramFactory& factory, DrawportParameterValueSet& values) const;
-
   GpuComputeRef _compute;
-  DrawportDeviceBuffer* _source = nullptr;  // during a run
-  DrawportDeviceBuffer* _target = nullptr;
-  UInt32 _copyCount = 0;
-  UInt32 _sourceOffset = 0;
-  UInt32 _targetOffset = 0;
 };
 
 }  // namespace ostra

@@ -48,8 +48,7 @@ struct GpuKernel : RefCounted<GpuKernel>, ParameterLinks {
   // The modes of all noises that the program is built for; empty: it chooses as it runs. This and the next two only
   // change while nothing is compiled.
   BaseArray<Int32> noiseModes;
-  Bool hasKnownModes = true;     // false: they have changed too often
-  Bool isChangingModes = false;  // what is built now is made from the same sources
+  Bool hasKnownModes = true;  // false: they have changed too often
   Int modeChanges = 0;
   Bool texturesChanged = false;  // a texture was deleted since the last UpdateUniforms
   UnknownNames unknownNames;     // that the binder has met

@@ -106,6 +106,16 @@ Result<void> ExplainFailure(const GpuKernel& kernel, Result<void> compiled) {
   return ExplainCompileError(kernel.file, kernel.templateArgument.GetView(), compiled.GetError());
 }
 
+// What does not depend on the kernel's file.
+Result<void> BeginProgram(const InternedId& kernelId, DrawportProgramDescription& program,
+                          const DrawportParameterBinder& binder) {
+  OSTRA_RETURN_IF_ERROR(program.ReinitializeDrawportNoise(0));
+  OSTRA_RETURN_IF_ERROR(program.SetParameterInitializationHandler(binder, kernelId.GetHashCode()));
+  for (const DrawportFeature feature : kRequiredFeatures)
+    OSTRA_RETURN_IF_ERROR(program.AddRequiredFeature(kCompute, feature));
+  return OK;
+}
+
 }  // namespace
 
 Result<void> ParallelProgramGPUImpl::CompileKernel(const InternedId& kernelId, Bool wait) {
@@ -128,6 +138,14 @@ Result<void> ParallelProgramGPUImpl::CompileKernel(const InternedId& kernelId, B
   return result;
 }
 
+Result<DrawportParameterBinder> ParallelProgramGPUImpl::MakeBinder(const InternedId& kernelId) {
+  return DrawportParameterBinder::Create([this, id = kernelId](DrawportProgramFactory& factory,
+                                                               DrawportParameterValueSet& values,
+                                                               Block<const DrawportParameter> parameters) {
+    return BindParameters(id, factory, values, parameters);
+  });
+}
+
 Result<GpuComputeCallbacks> ParallelProgramGPUImpl::MakeCallbacks(const GpuKernel& kernel) {
   GpuComputeCallbacks callbacks;
   const InternedId id = kernel.id;
@@ -137,12 +155,7 @@ Result<GpuComputeCallbacks> ParallelProgramGPUImpl::MakeCallbacks(const GpuKerne
                                                stream.Write(HashProgram(*found));
                                                return OK;
                                              }));
-  OSTRA_ASSIGN_OR_RETURN(
-      callbacks.bind,
-      DrawportParameterBinder::Create([this, id](DrawportProgramFactory& factory, DrawportParameterValueSet& values,
-                                                 Block<const DrawportParameter> parameters) {
-        return BindParameters(id, factory, values, parameters);
-      }));
+  OSTRA_ASSIGN_OR_RETURN(callbacks.bind, MakeBinder(id));
   OSTRA_ASSIGN_OR_RETURN(callbacks.build, DrawportProgramBuilder::Create(
                                               [this, id, binder = callbacks.bind](DrawportProgramDescription& program) {
                                                 return BuildProgram(id, program, binder);
@@ -152,32 +165,30 @@ Result<GpuComputeCallbacks> ParallelProgramGPUImpl::MakeCallbacks(const GpuKerne
 
 Result<void> ParallelProgramGPUImpl::BuildProgram(const InternedId& kernelId, DrawportProgramDescription& program,
                                                   const DrawportParameterBinder& binder) {
-  OSTRA_RETURN_IF_ERROR(program.ReinitializeDrawportNoise(0));
-  OSTRA_RETURN_IF_ERROR(program.SetParameterInitializationHandler(binder, kernelId.GetHashCode()));
-  for (const DrawportFeature feature : kRequiredFeatures)
-    OSTRA_RETURN_IF_ERROR(program.AddRequiredFeature(kCompute, feature));
-
+  OSTRA_RETURN_IF_ERROR(BeginProgram(kernelId, program, binder));
   OSTRA_ASSIGN_OR_RETURN(const GpuKernelRef kernel, FindKernel(kernelId));
-  ParsedKernel parsed = kernel->parsed;
-  if (!kernel->isChangingModes) {
-    OSTRA_ASSIGN_OR_RETURN(parsed, Parse(*kernel, kernel->fileName.GetHashCode()));
-    // Mistakes may end glslang's HLSL front end, and the process with it.
-    if (GetDrawportShadingLanguage() == kShadingLanguageHlsl)
-      OSTRA_RETURN_IF_ERROR(CheckKernelMistakes(kernel->file, kernel->templateArgument.GetView()));
-  }
+  OSTRA_ASSIGN_OR_RETURN(const ParsedKernel parsed, Parse(*kernel, kernel->fileName.GetHashCode()));
+  // Mistakes may end glslang's HLSL front end, and the process with it.
+  if (GetDrawportShadingLanguage() == kShadingLanguageHlsl)
+    OSTRA_RETURN_IF_ERROR(CheckKernelMistakes(kernel->file, kernel->templateArgument.GetView()));
+  return DescribeProgram(*kernel, parsed, program);
+}
+
+Result<void> ParallelProgramGPUImpl::DescribeProgram(GpuKernel& kernel, const ParsedKernel& parsed,
+                                                     DrawportProgramDescription& program) {
   OSTRA_ASSIGN_OR_RETURN(KernelDescription description, DescribeKernel(parsed));
   OSTRA_ASSIGN_OR_RETURN(ShaderRecords records, MakeShaderRecords(*parsed.parser, kCompute));
   for (ShaderTexture& texture : records.textures) texture.format = FindStoredFormat(texture.format, _narrow);
   // A kernel may compute the number of a noise: there are then as many as have been set.
-  if (description.usesNoise) records.noiseTableCount = std::max(records.noiseTableCount, kernel->noiseModes.GetCount());
+  if (description.usesNoise) records.noiseTableCount = std::max(records.noiseTableCount, kernel.noiseModes.GetCount());
   const Int noiseTableCount = records.noiseTableCount;
-  OSTRA_ASSIGN_OR_RETURN(records.noiseModes, MakeNoiseModes(*kernel, noiseTableCount));
+  OSTRA_ASSIGN_OR_RETURN(records.noiseModes, MakeNoiseModes(kernel, noiseTableCount));
   OSTRA_RETURN_IF_ERROR(program.SetShaderRecords(std::move(records)));
   if (description.usesNoise) OSTRA_RETURN_IF_ERROR(AddNoises(program, noiseTableCount));
   const WorkGroupSize size = description.workGroupSize;
   OSTRA_RETURN_IF_ERROR(program.SetComputeShaderProperties(size.x, size.y, size.z));
-  kernel->SetDescription(std::move(description));
-  return program.SetDebugLabel(kernelId.GetView());
+  kernel.SetDescription(std::move(description));
+  return program.SetDebugLabel(kernel.id.GetView());
 }
 
 // A program with all noises takes drivers up to minutes to compile, one with those that are chosen a moment. No file is
@@ -197,11 +208,16 @@ Result<void> ParallelProgramGPUImpl::UpdateNoiseModes(GpuKernel& kernel) {
   BaseArray<Int32> changed;
   OSTRA_RETURN_IF_ERROR(changed.Resize(used));
   std::copy(modes, modes + used, changed.begin());
+  OSTRA_ASSIGN_OR_RETURN(const DrawportParameterBinder binder, MakeBinder(kernel.id));
+  OSTRA_ASSIGN_OR_RETURN(
+      const DrawportProgramBuilder builder,
+      DrawportProgramBuilder::Create([this, &kernel, &binder](DrawportProgramDescription& program) -> Result<void> {
+        OSTRA_RETURN_IF_ERROR(BeginProgram(kernel.id, program, binder));
+        return DescribeProgram(kernel, kernel.parsed, program);
+      }));
   std::swap(kernel.noiseModes, changed);
   kernel.hasKnownModes = kernel.modeChanges < kMaxModeChanges;
-  kernel.isChangingModes = true;
-  Result<void> rebuilt = ExplainFailure(kernel, kernel.compute->ReloadProgramFactory(_current.context));
-  kernel.isChangingModes = false;
+  Result<void> rebuilt = ExplainFailure(kernel, kernel.compute->ReloadProgramFactoryWith(_current.context, builder));
   kernel.EndCompile(rebuilt, true);
   if (!rebuilt) {
     // Those of the program that is still there, so that the next update tries again.

@@ -134,8 +134,11 @@ class ParallelProgramGPUImpl final : public Component<ParallelProgramGPUImpl, Pa
 
   Result<void> CompileKernel(const InternedId& kernelId, Bool wait);
   Result<GpuComputeCallbacks> MakeCallbacks(const GpuKernel& kernel);
+  Result<DrawportParameterBinder> MakeBinder(const InternedId& kernelId);
+  // The program of a kernel whose file is read now, and of one that was parsed before.
   Result<void> BuildProgram(const InternedId& kernelId, DrawportProgramDescription& program,
                             const DrawportParameterBinder& binder);
+  Result<void> DescribeProgram(GpuKernel& kernel, const ParsedKernel& parsed, DrawportProgramDescription& program);
   // Parses the kernel's file. `hash`: see MakeParserKey.
   Result<ParsedKernel> Parse(GpuKernel& kernel, UInt64 hash);
   Result<void> ReloadChangedKernels();

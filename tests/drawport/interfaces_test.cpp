@@ -155,6 +155,8 @@ TEST(GpuCompute, NeedsAContextAndCallbacks) {
               IsErrorWith(kIllegalStateError, "The GPU program has not been initialized."));
   EXPECT_THAT(compute->Dispatch(1, 1, 1), IsErrorOfKind(kIllegalStateError));
   EXPECT_THAT(compute->ReloadProgramFactory(context), IsErrorOfKind(kIllegalStateError));
+  EXPECT_THAT(compute->UpdateUniformsWith(context, {}), IsErrorOfKind(kIllegalStateError));
+  EXPECT_THAT(compute->ReloadProgramFactoryWith(context, {}), IsErrorOfKind(kIllegalStateError));
 }
 
 TEST(GpuCompute, PassesTheErrorOfTheBackendOn) {

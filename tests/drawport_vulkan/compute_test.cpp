@@ -177,6 +177,27 @@ TEST_F(ComputeTest, KeepsTheValuesThatEachDispatchWasRecordedWith) {
   EXPECT_THAT(Download<UInt32>(*target), ElementsAre(1, 2, 3, 4, 5, 6, 7, 8));
 }
 
+TEST_F(ComputeTest, TakesTheValuesOfOneUpdateFromABinderOfItsOwn) {
+  DrawportDeviceBuffer* target = MakeBuffer(2 * 4);
+  ProgramBuilder program(*this);
+  program.Uniform(Type::UInt, "index").Writes("target", "uint", 4);
+  const std::string_view body =
+      "if (InGlobalInvocationID.x == 0u) UNIFORM_BUFFER(target)[UNIFORM(index)] = UNIFORM(index) + 1u;\n";
+  const auto bindIndex = [target](UInt32 index) {
+    return [target, index](ProgramValues& values) {
+      values.Set("index", index);
+      values.SetBuffer("target", target);
+    };
+  };
+  GpuComputeRef compute = program.Make(body, bindIndex(0));
+  Take(compute->UpdateUniformsWith(_context, program.MakeCallbacks(body, bindIndex(1)).bind));
+  Take(compute->Dispatch(1, 1, 1));
+  EXPECT_THAT(Download<UInt32>(*target), ElementsAre(0, 2));
+  Take(compute->UpdateUniforms(_context, true));
+  Take(compute->Dispatch(1, 1, 1));
+  EXPECT_THAT(Download<UInt32>(*target), ElementsAre(1, 2));
+}
+
 TEST_F(ComputeTest, KeepsTheBuffersThatEachDispatchWasRecordedWith) {
   std::vector<DrawportDeviceBuffer*> targets;
   for (int i = 0; i < 20; ++i) targets.push_back(MakeBuffer(4));
