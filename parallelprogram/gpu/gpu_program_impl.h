@@ -207,6 +207,7 @@ class ParallelProgramGPUImpl final : public Component<ParallelProgramGPUImpl, Pa
   BaseArray<InternedId> _noiseDataNames;
   BaseArray<InternedId> _noiseModeNames;
   HashMap<InternedId, Data> _evictedTextures;  // SamplingData with texels
+  Bool _hasToldEviction = false;
   BaseArray<InternedId> _deleteOrder;
   NarrowTexels _narrow;
   KernelPrintList _prints;

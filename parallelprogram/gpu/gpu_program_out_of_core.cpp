@@ -2,6 +2,7 @@
 // the device when a kernel that reads them runs.
 #include <algorithm>
 
+#include "ostra/core/diagnostics.h"
 #include "parallelprogram/device/cache_keys.h"
 #include "parallelprogram/gpu/gpu_program_impl.h"
 
@@ -58,7 +59,14 @@ Result<void> ParallelProgramGPUImpl::EvictTexture(const InternedId& attr) {
   OSTRA_ASSIGN_OR_RETURN(Data texels, GetTextureData(attr, Vec3<Int32>(0), Vec3<Int32>(kWholeTexture)));
   OSTRA_ASSIGN_OR_RETURN(const auto position, _evictedTextures.Insert(attr));
   *position.value = std::move(texels);
+  const Int bytes = FindTextureEntry(_textures, attr)->_samplingData._dataSize;
+  const auto [available, total] = GetAvailableAndTotalVRAMBudget();
   OSTRA_RETURN_IF_ERROR(DeleteTexture(attr, true));
+  if (!std::exchange(_hasToldEviction, true))
+    WarningOutput(
+        "The memory of the GPU device is full, @ of @ bytes are free: the texture \"@\" of @ bytes is kept by the host "
+        "until a kernel reads it, and further ones may be.",
+        available, total, attr, bytes);
   return _current.cache->FreeTrashCaches(*_current.context);
 }
 

@@ -4,8 +4,10 @@
 namespace ostra::test {
 namespace {
 
+using testing::AllOf;
 using testing::Contains;
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::Not;
 
 TEST_F(GpuTexturesTest, AfterASwapEachNameHasATextureOfItsOwn) {
@@ -112,6 +114,7 @@ TEST_F(GpuTexturesTest, ExtentsWhoseBytesCannotBeCountedAreNoTexels) {
 }
 
 TEST_F(GpuTexturesTest, TexturesMakeRoomInTheirOrder) {
+  const DiagnosticRecorder diagnostics;
   StartOutOfCore(40 * kMiB, 40 * kMiB, {"none"_iid, "small"_iid, "a"_iid, "b"_iid});
   ASSERT_THAT(StoreTexture("small"_iid, 64, 64, 9), IsOk());
   ASSERT_THAT(StoreLarge("a"_iid, 1), IsOk());
@@ -137,6 +140,11 @@ TEST_F(GpuTexturesTest, TexturesMakeRoomInTheirOrder) {
   ASSERT_THAT(StoreLarge("e"_iid, 5), IsOk());
   EXPECT_FALSE(IsOnDevice("b"_iid));
   EXPECT_TRUE(IsOnDevice("c"_iid));
+  // Told once, with sizes.
+  ASSERT_EQ(diagnostics.GetLines().size(), 1u);
+  EXPECT_THAT(diagnostics.GetLines()[0],
+              AllOf(HasSubstr("of 41943040 bytes are free: the texture \"a\" of 16777216 bytes"),
+                    HasSubstr("is kept by the host")));
 }
 
 TEST_F(GpuTexturesTest, OnlyANewTextureMakesRoom) {
@@ -164,7 +172,8 @@ TEST_F(GpuTexturesTest, ATextureWithFewerTexelsThanItHasRoomForStays) {
   ASSERT_THAT(StoreLarge("c"_iid, 3), IsOk());
   EXPECT_TRUE(IsOnDevice("short"_iid));
   EXPECT_FALSE(IsOnDevice("b"_iid));
-  EXPECT_THAT(diagnostics.GetLines(), ElementsAre());
+  EXPECT_THAT(diagnostics.GetLines(),
+              ElementsAre(HasSubstr("the texture \"b\" of 16777216 bytes is kept by the host")));
 }
 
 TEST_F(GpuTexturesTest, ABudgetThatNobodyKnowsEvictsNothing) {
