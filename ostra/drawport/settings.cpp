@@ -11,6 +11,7 @@ namespace {
 constinit std::atomic<Int> g_memoryLimit{0};
 constinit std::atomic<Int> g_stagingCapacity{0};
 constinit std::atomic<Int> g_programLimit{0};
+constinit std::atomic<Float64> g_timeLimit{0};
 constinit std::atomic<Int> g_rowAlignment{1};
 constinit std::atomic<bool> g_isDirect{true};
 constinit std::atomic<bool> g_readsDirectly{true};
@@ -26,6 +27,9 @@ Int GetDrawportStagingCapacity() { return g_stagingCapacity; }
 
 void SetDrawportProgramLimit(Int words) { g_programLimit = words; }
 Int GetDrawportProgramLimit() { return g_programLimit; }
+
+void SetDrawportTimeLimit(Float64 seconds) { g_timeLimit = seconds > 0 ? std::min(seconds, 1e6) : 0; }
+Float64 GetDrawportTimeLimit() { return g_timeLimit; }
 
 void SetDrawportRowAlignment(Int bytes) { g_rowAlignment = std::max<Int>(bytes, 1); }
 Int GetDrawportRowAlignment() { return g_rowAlignment; }

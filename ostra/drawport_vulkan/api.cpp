@@ -4,6 +4,7 @@ namespace ostra::vulkan {
 namespace {
 
 constexpr std::string_view kDeviceLost = "The GPU device is lost.";
+constexpr std::string_view kTimeout = "The GPU device was waited for too long.";
 
 constinit std::atomic<Int> g_callCount{0};
 constinit std::atomic<Int> g_failingCall{0};  // 0: none
@@ -19,8 +20,10 @@ Error MakeDeviceLostError(const char* unit, Int32 line) {
 }
 
 Bool IsDeviceLost(const Error& error) {
-  return error.GetKind() == kIllegalStateError && error.GetMessage() == kDeviceLost;
+  return error.GetKind() == kIllegalStateError && error.GetMessage().GetView().starts_with(kDeviceLost);
 }
+
+Bool IsTimeout(const Error& error) { return error.GetMessage() == kTimeout; }
 
 const char* GetResultName(VkResult result) {
   switch (result) {
@@ -62,6 +65,8 @@ Result<void> CheckResult(VkResult result, const char* call, const char* unit, In
     case VK_ERROR_FRAGMENTED_POOL:
     case VK_ERROR_TOO_MANY_OBJECTS:
       return Error::MakeOutOfMemory(unit, line);
+    case VK_TIMEOUT:
+      return Error::Make(kIllegalStateError, kTimeout, unit, line);
     case VK_ERROR_DEVICE_LOST:
       return MakeDeviceLostError(unit, line);
     default:

@@ -31,6 +31,9 @@ Result<void> CheckResult(VkResult result, const char* call, const char* unit, In
 Error MakeDeviceLostError(const char* unit, Int32 line);
 Bool IsDeviceLost(const Error& error);
 
+// Whether an error says that a wait has ended before what was waited for.
+Bool IsTimeout(const Error& error);
+
 namespace CallFaults {
 // Lets the `n`-th call from now on fail with `result`, counted from 1 over all threads. Only that one fails.
 void FailNth(Int n, VkResult result);

@@ -22,6 +22,7 @@ Result<BufferRef> BufferResource::Create(Device& device, Int bytes, MemoryUse us
 }
 
 void BufferResource::Free() {
+  if (GetDevice().IsHung()) return;
   if (_buffer) vkDestroyBuffer(GetDevice().GetHandle(), _buffer, nullptr);
   GetDevice().GetMemory().Free(_piece);
 }
@@ -44,9 +45,10 @@ Result<void> BufferResource::Init(Int bytes, MemoryUse use, MemorySpill spill) {
   else
     info.usage |= VK_BUFFER_USAGE_UNIFORM_BUFFER_BIT | VK_BUFFER_USAGE_STORAGE_BUFFER_BIT;
   OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkCreateBuffer(device, &info, nullptr, &_buffer)));
-  VkMemoryRequirements requirements;
-  vkGetBufferMemoryRequirements(device, _buffer, &requirements);
-  OSTRA_ASSIGN_OR_RETURN(_piece, GetDevice().GetMemory().Allocate(requirements, use, MemoryContent::Linear, spill));
+  DedicatedObject dedicated;
+  const VkMemoryRequirements requirements = QueryRequirements(device, _buffer, dedicated);
+  OSTRA_ASSIGN_OR_RETURN(_piece,
+                         GetDevice().GetMemory().Allocate(requirements, use, MemoryContent::Linear, spill, dedicated));
   if (use == MemoryUse::Device && !GetDrawportDirectMapping()) _piece.mapped = nullptr;
   if (use == MemoryUse::Device && !GetDrawportDirectReading()) _piece.isHostCached = false;
   return OSTRA_VULKAN(vkBindBufferMemory(device, _buffer, _piece.memory, static_cast<VkDeviceSize>(_piece.offset)));

@@ -41,7 +41,7 @@ CommandList::~CommandList() {
   for (Batch& batch : _batches) {
     ReleaseKept(batch);
     DestroyStamps(batch);
-    if (batch.pool) vkDestroyCommandPool(_device->GetHandle(), batch.pool, nullptr);
+    if (batch.pool && !_device->IsHung()) vkDestroyCommandPool(_device->GetHandle(), batch.pool, nullptr);
   }
 }
 

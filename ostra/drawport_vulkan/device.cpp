@@ -4,6 +4,7 @@
 
 #include "ostra/core/diagnostics.h"
 #include "ostra/drawport_vulkan/command_list.h"
+#include "ostra/drawport_vulkan/device_fault.h"
 #include "ostra/drawport_vulkan/program_store.h"
 #include "ostra/drawport_vulkan/snapshot.h"
 
@@ -69,6 +70,7 @@ Result<void> Device::Init(Int index) {
   vkGetPhysicalDeviceProperties2(_physicalDevice, &properties);
   _properties = properties.properties;
   _miscountsPatches = driver.driverID == VK_DRIVER_ID_MESA_LLVMPIPE;
+  OSTRA_ASSIGN_OR_RETURN(_timeLimit, ReadTimeLimit());
   OSTRA_RETURN_IF_ERROR(QueryLimits());
   OSTRA_RETURN_IF_ERROR(CreateDevice());
   vkGetDeviceQueue(_device, _queueFamily, 0, &_queue);
@@ -154,8 +156,14 @@ Result<void> Device::CreateDevice() {
   _hasHalfFloats = wants11.storageBuffer16BitAccess;
 
   OSTRA_ASSIGN_OR_RETURN(_hasBudgetExtension, HasDeviceExtension(_physicalDevice, VK_EXT_MEMORY_BUDGET_EXTENSION_NAME));
-  const char* extensions[3];
+  OSTRA_ASSIGN_OR_RETURN(_hasFaultExtension, HasDeviceExtension(_physicalDevice, VK_EXT_DEVICE_FAULT_EXTENSION_NAME));
+  VkPhysicalDeviceFaultFeaturesEXT wantsFault = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_FAULT_FEATURES_EXT};
+  wantsFault.deviceFault = VK_TRUE;
+  wantsFault.pNext = wants.pNext;
+  if (_hasFaultExtension) wants.pNext = &wantsFault;
+  const char* extensions[4];
   UInt32 extensionCount = 0;
+  if (_hasFaultExtension) extensions[extensionCount++] = VK_EXT_DEVICE_FAULT_EXTENSION_NAME;
   if (_hasBudgetExtension) extensions[extensionCount++] = VK_EXT_MEMORY_BUDGET_EXTENSION_NAME;
   if (_graphics.canDraw && !_isRenderingCore) extensions[extensionCount++] = VK_KHR_DYNAMIC_RENDERING_EXTENSION_NAME;
   if (isSubset) extensions[extensionCount++] = kPortabilitySubset;
@@ -173,16 +181,8 @@ Result<void> Device::CreateDevice() {
   return OSTRA_VULKAN(vkCreateDevice(_physicalDevice, &info, nullptr, &_device));
 }
 
-Result<void> Device::CheckLoss(Result<void> result) {
-  if (result || !IsDeviceLost(result.GetError()) || IsLost()) return result;
-  // What runs is over before anybody takes it for done. A device that is really lost answers at once.
-  static_cast<void>(vkDeviceWaitIdle(_device));
-  _isLost = true;
-  return result;
-}
-
 Result<UInt64> Device::Submit(const VkCommandBuffer* commands, UInt32 count) {
-  if (IsLost()) return MakeDeviceLostError(kOstraUnit, __LINE__);
+  if (IsLost()) return MakeLostError(__LINE__);
   const std::scoped_lock lock(_queueMutex);
   const UInt64 value = _submittedValue + 1;
   VkTimelineSemaphoreSubmitInfo timeline = {VK_STRUCTURE_TYPE_TIMELINE_SEMAPHORE_SUBMIT_INFO};
@@ -199,29 +199,12 @@ Result<UInt64> Device::Submit(const VkCommandBuffer* commands, UInt32 count) {
   return value;
 }
 
-Result<void> Device::Wait(UInt64 value) {
-  if (IsLost()) return MakeDeviceLostError(kOstraUnit, __LINE__);
-  VkSemaphoreWaitInfo info = {VK_STRUCTURE_TYPE_SEMAPHORE_WAIT_INFO};
-  info.semaphoreCount = 1;
-  info.pSemaphores = &_timeline;
-  info.pValues = &value;
-  Result<void> waited = OSTRA_VULKAN(vkWaitSemaphores(_device, &info, UINT64_MAX));
-  if (waited) return waited;
-  const std::scoped_lock lock(_queueMutex);
-  return CheckLoss(std::move(waited));
-}
-
 UInt64 Device::GetSubmittedValue() {
   const std::scoped_lock lock(_queueMutex);
   return _submittedValue;
 }
 
 Result<void> Device::WaitForSubmitted() { return Wait(GetSubmittedValue()); }
-
-void Device::WaitUntilIdle() {
-  const std::scoped_lock lock(_queueMutex);
-  static_cast<void>(vkDeviceWaitIdle(_device));
-}
 
 Result<UInt32> Device::AddList(CommandList& list) {
   static constinit std::atomic<UInt32> counter{1};

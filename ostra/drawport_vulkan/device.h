@@ -64,7 +64,8 @@ class Device final : public DrawportCounted<Device, DrawportObject> {
   Result<UInt64> Submit(const VkCommandBuffer* commands, UInt32 count);
   // That of the last submission of any list; 0 before the first.
   UInt64 GetSubmittedValue();
-  // Waits until the timeline has reached `value`. Error: illegal state when the device is lost.
+  // Waits until the timeline has reached `value`. Error: illegal state when the device is lost, which it is as well
+  // when no submission ends within the time limit (SetDrawportTimeLimit, OSTRA_GPU_TIME_LIMIT).
   Result<void> Wait(UInt64 value);
   // The same for all that was handed to the queue so far, by whatever list.
   Result<void> WaitForSubmitted();
@@ -74,6 +75,8 @@ class Device final : public DrawportCounted<Device, DrawportObject> {
   // For the end of a list whose work could not be awaited.
   void WaitUntilIdle();
   Bool IsLost() const { return _isLost.load(std::memory_order_relaxed); }
+  // Lost because its work does not end. What it may work with is never freed, and the device itself never destroyed.
+  Bool IsHung() const { return _isHung.load(std::memory_order_acquire); }
 
   // vkCmdBeginRendering and vkCmdEndRendering, for devices that can draw.
   void BeginRendering(VkCommandBuffer commands, const VkRenderingInfo& info) const;
@@ -95,8 +98,13 @@ class Device final : public DrawportCounted<Device, DrawportObject> {
   Result<void> CreateDevice();
   Result<void> QueryLimits();
   void QuerySubgroups(ShaderFeatures& features) const;
-  // Remembers a lost device; → the result as it is. With the queue locked.
+  // Remembers a lost device, and where it was lost; → the result, or the error that says so. With the queue locked.
   Result<void> CheckLoss(Result<void> result);
+  // One wait, as long as submissions end within `limit` nanoseconds each. Error: see IsTimeout.
+  Result<void> WaitWithLimit(UInt64 value, UInt64 limit);
+  // Leaves the device to work that does not end.
+  Error Abandon(UInt64 limit);
+  Error MakeLostError(Int32 line) const;
 
   DriverRef _driver;
   Int _index = 0;
@@ -109,6 +117,8 @@ class Device final : public DrawportCounted<Device, DrawportObject> {
   UInt64 _maxBufferSize = UINT64_MAX;
   Bool _hasHalfFloats = false;
   Bool _hasBudgetExtension = false;
+  Bool _hasFaultExtension = false;
+  UInt64 _timeLimit = 0;  // nanoseconds, of the environment; 0: none
   ShaderFeatures _shaderFeatures;
   GraphicsFeatures _graphics;
   Bool _isRenderingCore = false;
@@ -119,6 +129,9 @@ class Device final : public DrawportCounted<Device, DrawportObject> {
   VkSemaphore _timeline = VK_NULL_HANDLE;
   UInt64 _submittedValue = 0;  // guarded by _queueMutex
   std::atomic<bool> _isLost{false};
+  std::atomic<bool> _isHung{false};
+  String _loss;  // what is known about the loss; written before _isLost
+  Device* _nextAbandoned = nullptr;
 
   struct ListEntry {
     UInt32 number;

@@ -52,6 +52,7 @@ Result<ImageRef> ImageResource::CreateTarget(Device& device, const DrawportTextu
 
 void ImageResource::Free() {
   const VkDevice device = GetDevice().GetHandle();
+  if (GetDevice().IsHung()) return;
   if (_view) vkDestroyImageView(device, _view, nullptr);
   if (_layeredView) vkDestroyImageView(device, _layeredView, nullptr);
   if (_image) vkDestroyImage(device, _image, nullptr);
@@ -161,10 +162,10 @@ Result<void> ImageResource::Init(MemorySpill spill) {
   vkGetPhysicalDeviceFormatProperties(GetDevice().GetPhysicalDevice(), _format.format, &properties);
   _isFilterable = (properties.optimalTilingFeatures & VK_FORMAT_FEATURE_SAMPLED_IMAGE_FILTER_LINEAR_BIT) != 0;
 
-  VkMemoryRequirements requirements;
-  vkGetImageMemoryRequirements(device, _image, &requirements);
-  OSTRA_ASSIGN_OR_RETURN(
-      _piece, GetDevice().GetMemory().Allocate(requirements, MemoryUse::Device, MemoryContent::Image, spill));
+  DedicatedObject dedicated;
+  const VkMemoryRequirements requirements = QueryRequirements(device, _image, dedicated);
+  OSTRA_ASSIGN_OR_RETURN(_piece, GetDevice().GetMemory().Allocate(requirements, MemoryUse::Device, MemoryContent::Image,
+                                                                  spill, dedicated));
   OSTRA_RETURN_IF_ERROR(
       OSTRA_VULKAN(vkBindImageMemory(device, _image, _piece.memory, static_cast<VkDeviceSize>(_piece.offset))));
 
@@ -252,7 +253,7 @@ Result<SamplerRef> SamplerResource::Create(Device& device, UInt8 key) {
 
 void SamplerResource::Free() {
   for (const VkSampler sampler : {_sampler, _nearest})
-    if (sampler) vkDestroySampler(GetDevice().GetHandle(), sampler, nullptr);
+    if (sampler && !GetDevice().IsHung()) vkDestroySampler(GetDevice().GetHandle(), sampler, nullptr);
 }
 
 Result<CounterRef> CounterResource::Create(Device& device, MemorySpill spill) {

@@ -33,6 +33,26 @@ Bool IsOutOfMemory(const Result<T>& result) {
 
 }  // namespace
 
+VkMemoryRequirements QueryRequirements(VkDevice device, VkBuffer buffer, DedicatedObject& dedicated) {
+  VkMemoryDedicatedRequirements wanted = {VK_STRUCTURE_TYPE_MEMORY_DEDICATED_REQUIREMENTS};
+  VkMemoryRequirements2 requirements = {VK_STRUCTURE_TYPE_MEMORY_REQUIREMENTS_2, &wanted, {}};
+  VkBufferMemoryRequirementsInfo2 info = {VK_STRUCTURE_TYPE_BUFFER_MEMORY_REQUIREMENTS_INFO_2, nullptr, buffer};
+  vkGetBufferMemoryRequirements2(device, &info, &requirements);
+  dedicated = {};
+  if (wanted.requiresDedicatedAllocation || wanted.prefersDedicatedAllocation) dedicated.buffer = buffer;
+  return requirements.memoryRequirements;
+}
+
+VkMemoryRequirements QueryRequirements(VkDevice device, VkImage image, DedicatedObject& dedicated) {
+  VkMemoryDedicatedRequirements wanted = {VK_STRUCTURE_TYPE_MEMORY_DEDICATED_REQUIREMENTS};
+  VkMemoryRequirements2 requirements = {VK_STRUCTURE_TYPE_MEMORY_REQUIREMENTS_2, &wanted, {}};
+  VkImageMemoryRequirementsInfo2 info = {VK_STRUCTURE_TYPE_IMAGE_MEMORY_REQUIREMENTS_INFO_2, nullptr, image};
+  vkGetImageMemoryRequirements2(device, &info, &requirements);
+  dedicated = {};
+  if (wanted.requiresDedicatedAllocation || wanted.prefersDedicatedAllocation) dedicated.image = image;
+  return requirements.memoryRequirements;
+}
+
 MemoryPool::MemoryPool() = default;
 MemoryPool::~MemoryPool() = default;
 
@@ -60,21 +80,23 @@ Bool MemoryPool::IsCounted(const MemoryBlock& block) const {
 }
 
 Result<MemoryPiece> MemoryPool::Allocate(const VkMemoryRequirements& requirements, MemoryUse use, MemoryContent content,
-                                         MemorySpill spill) {
+                                         MemorySpill spill, DedicatedObject dedicated) {
   Bool isFirstSlow = false;
+  Int used = 0;
   const auto allocate = [&] {
     const std::scoped_lock lock(_mutex);
     Bool isSlow = false;
-    Result<MemoryPiece> piece = AllocateLocked(requirements, use, content, spill, isSlow);
+    Result<MemoryPiece> piece = AllocateLocked(requirements, use, content, spill, dedicated, isSlow);
     isFirstSlow = piece && isSlow && !std::exchange(_hasToldSpill[static_cast<Int>(use)], true);
+    used = _usedSize;
     return piece;
   };
   Result<MemoryPiece> piece = allocate();
   if (isFirstSlow && use == MemoryUse::Device)
     WarningOutput(
         "The memory of the GPU device \"@\" is full: a piece of @ bytes lies in memory of the host, which is slower, "
-        "and further ones may.",
-        _snapshot->name, requirements.size);
+        "and further ones may. Of the device's @ bytes this process uses @.",
+        _snapshot->name, requirements.size, _snapshot->heaps[PlanBudgetHeap(*_snapshot)].size, used);
   else if (isFirstSlow)
     WarningOutput("Memory that the host reads fast is used up for the GPU device \"@\": reading back is slower.",
                   _snapshot->name);
@@ -82,18 +104,33 @@ Result<MemoryPiece> MemoryPool::Allocate(const VkMemoryRequirements& requirement
 }
 
 Result<MemoryPiece> MemoryPool::AllocateLocked(const VkMemoryRequirements& requirements, MemoryUse use,
-                                               MemoryContent content, MemorySpill spill, Bool& isSlow) {
+                                               MemoryContent content, MemorySpill spill, DedicatedObject dedicated,
+                                               Bool& isSlow) {
+  const Int size = static_cast<Int>(requirements.size);
+  const Int limit = GetDrawportMemoryLimit();
+  if (PlanMemoryType(*_snapshot, use, requirements.memoryTypeBits) < 0)
+    return OSTRA_ILLEGAL_STATE("The GPU device has no memory of the kind that is needed.");
+  if (use == MemoryUse::Device && limit > 0 && _usedSize + size > limit) return OSTRA_OUT_OF_MEMORY();
+  _isOverBudget = false;
+  Result<MemoryPiece> piece = AllocateOfBest(requirements, use, content, spill, dedicated, isSlow);
+  if (piece || !IsOutOfMemory(piece) || !_isOverBudget || spill == MemorySpill::Refused) return piece;
+  // A budget is an estimate: before nothing is had at all, the driver decides.
+  _obeysBudget = false;
+  piece = AllocateOfBest(requirements, use, content, spill, dedicated, isSlow);
+  _obeysBudget = true;
+  return piece;
+}
+
+Result<MemoryPiece> MemoryPool::AllocateOfBest(const VkMemoryRequirements& requirements, MemoryUse use,
+                                               MemoryContent content, MemorySpill spill, DedicatedObject dedicated,
+                                               Bool& isSlow) {
   const Int size = static_cast<Int>(requirements.size);
   const Int alignment = static_cast<Int>(requirements.alignment);
   UInt32 allowed = requirements.memoryTypeBits;
   const Int best = PlanMemoryType(*_snapshot, use, allowed);
-  if (best < 0) return OSTRA_ILLEGAL_STATE("The GPU device has no memory of the kind that is needed.");
-
-  const Int limit = GetDrawportMemoryLimit();
-  if (use == MemoryUse::Device && limit > 0 && _usedSize + size > limit) return OSTRA_OUT_OF_MEMORY();
   for (Int type = best;;) {
     isSlow = IsSlower(*_snapshot, use, best, type);
-    Result<MemoryPiece> piece = AllocateOfType(size, alignment, static_cast<UInt32>(type), use, content);
+    Result<MemoryPiece> piece = AllocateOfType(size, alignment, static_cast<UInt32>(type), use, content, dedicated);
     if (piece || !IsOutOfMemory(piece)) return piece;
     // What is slower is better than nothing.
     allowed &= ~(UInt32(1) << type);
@@ -103,10 +140,10 @@ Result<MemoryPiece> MemoryPool::AllocateLocked(const VkMemoryRequirements& requi
 }
 
 Result<MemoryPiece> MemoryPool::AllocateOfType(Int size, Int alignment, UInt32 type, MemoryUse use,
-                                               MemoryContent content) {
+                                               MemoryContent content, DedicatedObject dedicated) {
   MemoryBlock* found = nullptr;
   Int offset = RangeAllocator::kFull;
-  if (GetBlockSize(size) > size) {
+  if (!dedicated && GetBlockSize(size) > size) {
     for (MemoryBlock* block : _blocks) {
       if (block->type != type || block->use != use || block->content != content) continue;
       OSTRA_ASSIGN_OR_RETURN(offset, block->ranges.Allocate(size, alignment));
@@ -116,7 +153,7 @@ Result<MemoryPiece> MemoryPool::AllocateOfType(Int size, Int alignment, UInt32 t
     }
   }
   if (!found) {
-    OSTRA_ASSIGN_OR_RETURN(found, AddBlockFor(size, type, use, content));
+    OSTRA_ASSIGN_OR_RETURN(found, AddBlockFor(size, type, use, content, dedicated));
     OSTRA_ASSIGN_OR_RETURN(offset, found->ranges.Allocate(size, alignment));
   }
   if (IsCounted(*found)) _usedSize += size;
@@ -128,52 +165,79 @@ Result<MemoryPiece> MemoryPool::AllocateOfType(Int size, Int alignment, UInt32 t
                      .block = found};
 }
 
-Result<MemoryBlock*> MemoryPool::AddBlockFor(Int size, UInt32 type, MemoryUse use, MemoryContent content) {
-  Int blockSize = GetBlockSize(size);
-  Result<MemoryBlock*> block = AddBlock(blockSize, type, use, content);
-  if (!block && IsOutOfMemory(block) && FreeEmptyBlocksLocked()) block = AddBlock(blockSize, type, use, content);
+Result<MemoryBlock*> MemoryPool::AddBlockFor(Int size, UInt32 type, MemoryUse use, MemoryContent content,
+                                             DedicatedObject dedicated) {
+  Int blockSize = dedicated ? size : GetBlockSize(size);
+  const auto add = [&] { return AddBlock(blockSize, type, use, content, dedicated); };
+  Result<MemoryBlock*> block = add();
+  if (!block && IsOutOfMemory(block) && FreeEmptyBlocksLocked()) block = add();
   // Where a whole block does not fit any more, the piece itself still may.
   while (!block && IsOutOfMemory(block) && blockSize > size) {
     blockSize = std::max(blockSize / 2, size);
-    block = AddBlock(blockSize, type, use, content);
+    block = add();
   }
   return block;
 }
 
-Result<MemoryBlock*> MemoryPool::AddBlock(Int size, UInt32 type, MemoryUse use, MemoryContent content) {
+Result<MemoryBlock*> MemoryPool::AddBlock(Int size, UInt32 type, MemoryUse use, MemoryContent content,
+                                          DedicatedObject dedicated) {
+  const Int heap = _snapshot->memoryTypes[type].heap;
+  if (size > _snapshot->heaps[heap].size) return OSTRA_OUT_OF_MEMORY();
+  if (_obeysBudget && !IsInBudget(size, heap)) {
+    _isOverBudget = true;
+    return OSTRA_OUT_OF_MEMORY();
+  }
   Owned<MemoryBlock> made = MakeOwned<MemoryBlock>();
   if (!made) return OSTRA_OUT_OF_MEMORY();
   OSTRA_ASSIGN_OR_RETURN(MemoryBlock * block, _blocks.Append(std::move(made)));
-  const auto fill = [&]() -> Result<void> {
-    block->size = size;
-    block->type = type;
-    block->use = use;
-    block->content = content;
-    if (size > _snapshot->heaps[_snapshot->memoryTypes[type].heap].size) return OSTRA_OUT_OF_MEMORY();
-    OSTRA_RETURN_IF_ERROR(block->ranges.Init(size));
-    VkMemoryAllocateInfo info = {VK_STRUCTURE_TYPE_MEMORY_ALLOCATE_INFO};
-    info.allocationSize = static_cast<VkDeviceSize>(size);
-    info.memoryTypeIndex = type;
-    OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkAllocateMemory(_device, &info, nullptr, &block->memory)));
-    const Bool isSoftware = _snapshot->kind == DeviceKind::Software;
-    const Bool isImage = content == MemoryContent::Image;
-    if (!_snapshot->memoryTypes[type].isHostVisible || (isImage && !isSoftware)) return OK;
-    void* mapped = nullptr;
-    OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkMapMemory(_device, block->memory, 0, VK_WHOLE_SIZE, 0, &mapped)));
-    // The memory of software devices is the host's own.
-    if (isSoftware) AdviseLargePages(mapped, size);
-    if (isImage)
-      vkUnmapMemory(_device, block->memory);
-    else
-      block->mapped = static_cast<Byte*>(mapped);
-    return OK;
-  };
-  Result<void> filled = fill();
-  if (!filled) {
-    RemoveBlock(_blocks.GetCount() - 1);
-    return filled.TakeError();
-  }
-  return block;
+  block->size = size;
+  block->type = type;
+  block->use = use;
+  block->content = content;
+  Result<void> filled = FillBlock(*block, dedicated);
+  if (filled) return block;
+  RemoveBlock(_blocks.GetCount() - 1);
+  return filled.TakeError();
+}
+
+Result<void> MemoryPool::FillBlock(MemoryBlock& block, DedicatedObject dedicated) {
+  OSTRA_RETURN_IF_ERROR(block.ranges.Init(block.size));
+  VkMemoryDedicatedAllocateInfo alone = {VK_STRUCTURE_TYPE_MEMORY_DEDICATED_ALLOCATE_INFO};
+  alone.buffer = dedicated.buffer;
+  alone.image = dedicated.image;
+  VkMemoryAllocateInfo info = {VK_STRUCTURE_TYPE_MEMORY_ALLOCATE_INFO};
+  if (dedicated) info.pNext = &alone;
+  info.allocationSize = static_cast<VkDeviceSize>(block.size);
+  info.memoryTypeIndex = block.type;
+  OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkAllocateMemory(_device, &info, nullptr, &block.memory)));
+  const Bool isSoftware = _snapshot->kind == DeviceKind::Software;
+  const Bool isImage = block.content == MemoryContent::Image;
+  if (!_snapshot->memoryTypes[block.type].isHostVisible || (isImage && !isSoftware)) return OK;
+  void* mapped = nullptr;
+  OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkMapMemory(_device, block.memory, 0, VK_WHOLE_SIZE, 0, &mapped)));
+  // The memory of software devices is the host's own.
+  if (isSoftware) AdviseLargePages(mapped, block.size);
+  if (isImage)
+    vkUnmapMemory(_device, block.memory);
+  else
+    block.mapped = static_cast<Byte*>(mapped);
+  return OK;
+}
+
+Bool MemoryPool::IsInBudget(Int size, Int heap) const { return size <= QueryFree(heap); }
+
+Int MemoryPool::QueryFree(Int heap) const {
+  if (!_hasBudgetExtension) return INT64_MAX;
+  VkPhysicalDeviceMemoryBudgetPropertiesEXT budget = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_MEMORY_BUDGET_PROPERTIES_EXT};
+  VkPhysicalDeviceMemoryProperties2 properties = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_MEMORY_PROPERTIES_2};
+  properties.pNext = &budget;
+  vkGetPhysicalDeviceMemoryProperties2(_physicalDevice, &properties);
+  return static_cast<Int>(budget.heapBudget[heap]) - static_cast<Int>(budget.heapUsage[heap]);
+}
+
+void MemoryPool::Abandon() {
+  const std::scoped_lock lock(_mutex);
+  _isAbandoned = true;
 }
 
 void MemoryPool::RemoveBlock(Int index) {
@@ -184,6 +248,7 @@ void MemoryPool::RemoveBlock(Int index) {
 void MemoryPool::Free(const MemoryPiece& piece) {
   if (!piece.block) return;
   const std::scoped_lock lock(_mutex);
+  if (_isAbandoned) return;
   MemoryBlock* block = piece.block;
   block->ranges.Free(piece.offset, piece.size);
   if (IsCounted(*block)) _usedSize -= piece.size;
@@ -202,6 +267,7 @@ void MemoryPool::FreeEmptyBlocks() {
 }
 
 Bool MemoryPool::FreeEmptyBlocksLocked() {
+  if (_isAbandoned) return false;
   const Int before = _blocks.GetCount();
   for (Int i = before - 1; i >= 0; --i)
     if (_blocks[i]->ranges.IsEmpty()) RemoveBlock(i);
@@ -218,16 +284,7 @@ VideoMemoryBudget MemoryPool::GetBudget() const {
   if (heap < 0) return {};
   const Int used = GetUsedSize();
   Int total = _snapshot->heaps[heap].size;
-  Int available = total - used;
-  if (_hasBudgetExtension) {
-    // What other programs use counts as well.
-    VkPhysicalDeviceMemoryBudgetPropertiesEXT budget = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_MEMORY_BUDGET_PROPERTIES_EXT};
-    VkPhysicalDeviceMemoryProperties2 properties = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_MEMORY_PROPERTIES_2};
-    properties.pNext = &budget;
-    vkGetPhysicalDeviceMemoryProperties2(_physicalDevice, &properties);
-    const Int free = static_cast<Int>(budget.heapBudget[heap]) - static_cast<Int>(budget.heapUsage[heap]);
-    available = std::min(available, free);
-  }
+  Int available = std::min(total - used, QueryFree(heap));
   if (const Int limit = GetDrawportMemoryLimit(); limit > 0) {
     total = std::min(total, limit);
     available = std::min(available, limit - used);

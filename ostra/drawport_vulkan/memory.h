@@ -23,6 +23,17 @@ struct MemoryPiece {
   MemoryBlock* block = nullptr;
 };
 
+// The buffer or image that an allocation is for, where the driver wants memory of its own for it; neither otherwise.
+struct DedicatedObject {
+  VkBuffer buffer = VK_NULL_HANDLE;
+  VkImage image = VK_NULL_HANDLE;
+  explicit operator bool() const { return buffer || image; }
+};
+
+// What a buffer or image needs, and whether it is best alone in its memory.
+VkMemoryRequirements QueryRequirements(VkDevice device, VkBuffer buffer, DedicatedObject& dedicated);
+VkMemoryRequirements QueryRequirements(VkDevice device, VkImage image, DedicatedObject& dedicated);
+
 enum class MemoryContent : Int32 {
   Linear,
   Image
@@ -44,11 +55,14 @@ class MemoryPool {
   // Gives everything back, before the device goes.
   void Release();
 
-  // The first piece in much slower memory than there is for its use is told as a warning.
-  // Errors: out of memory, also when the limit of SetDrawportMemoryLimit would be passed.
+  // The first piece in much slower memory than there is for its use is told as a warning. What other programs use
+  // counts as used where the device says so: beyond that memory is taken only when no other is left, and no `spill` is
+  // refused. Errors: out of memory, also when the limit of SetDrawportMemoryLimit would be passed.
   Result<MemoryPiece> Allocate(const VkMemoryRequirements& requirements, MemoryUse use, MemoryContent content,
-                               MemorySpill spill = MemorySpill::Allowed);
+                               MemorySpill spill = MemorySpill::Allowed, DedicatedObject dedicated = {});
   void Free(const MemoryPiece& piece);
+  // From now on nothing is freed: the device works with it and will not end.
+  void Abandon();
   // Gives blocks back that nothing lies in.
   void FreeEmptyBlocks();
 
@@ -59,11 +73,22 @@ class MemoryPool {
  private:
   // `isSlow` is set when the piece lies in much slower memory than there is.
   Result<MemoryPiece> AllocateLocked(const VkMemoryRequirements& requirements, MemoryUse use, MemoryContent content,
-                                     MemorySpill spill, Bool& isSlow);
-  Result<MemoryPiece> AllocateOfType(Int size, Int alignment, UInt32 type, MemoryUse use, MemoryContent content);
+                                     MemorySpill spill, DedicatedObject dedicated, Bool& isSlow);
+  // From the best type to the worst that `spill` allows.
+  Result<MemoryPiece> AllocateOfBest(const VkMemoryRequirements& requirements, MemoryUse use, MemoryContent content,
+                                     MemorySpill spill, DedicatedObject dedicated, Bool& isSlow);
+  Result<MemoryPiece> AllocateOfType(Int size, Int alignment, UInt32 type, MemoryUse use, MemoryContent content,
+                                     DedicatedObject dedicated);
   // A block that has room for `size` bytes, of the common size where that can be had.
-  Result<MemoryBlock*> AddBlockFor(Int size, UInt32 type, MemoryUse use, MemoryContent content);
-  Result<MemoryBlock*> AddBlock(Int size, UInt32 type, MemoryUse use, MemoryContent content);
+  Result<MemoryBlock*> AddBlockFor(Int size, UInt32 type, MemoryUse use, MemoryContent content,
+                                   DedicatedObject dedicated);
+  Result<MemoryBlock*> AddBlock(Int size, UInt32 type, MemoryUse use, MemoryContent content, DedicatedObject dedicated);
+  // Memory from the driver, mapped where the host works with it.
+  Result<void> FillBlock(MemoryBlock& block, DedicatedObject dedicated);
+  // Whether the device has room for `size` bytes, with what other programs use.
+  Bool IsInBudget(Int size, Int heap) const;
+  // Bytes of a heap that are free, with what other programs use; INT64_MAX where the device does not say.
+  Int QueryFree(Int heap) const;
   Bool FreeEmptyBlocksLocked();
   // Whether pieces of the block count as device memory.
   Bool IsCounted(const MemoryBlock& block) const;
@@ -77,6 +102,9 @@ class MemoryPool {
   Bool _hasBudgetExtension = false;
   OwnedArray<MemoryBlock> _blocks;
   Int _usedSize = 0;
+  Bool _obeysBudget = true;    // false while memory is taken that other programs use
+  Bool _isOverBudget = false;  // an allocation has met the budget
+  Bool _isAbandoned = false;
   Bool _hasToldSpill[3] = {};  // by use
 };
 

@@ -79,6 +79,7 @@ Result<PipelineRef> Pipeline::Create(Device& device, const ContentKey& key, Base
 
 Pipeline::~Pipeline() {
   GetDevice().GetPrograms().Forget(*this);
+  if (GetDevice().IsHung()) return;
   const VkDevice device = GetDevice().GetHandle();
   for (const Variant& variant : _variants) vkDestroyPipeline(device, variant.pipeline, nullptr);
   if (_pipeline) vkDestroyPipeline(device, _pipeline, nullptr);
@@ -182,7 +183,7 @@ Result<DescriptorPoolRef> DescriptorPool::Create(Device& device, Block<const Pip
 }
 
 DescriptorPool::~DescriptorPool() {
-  if (_pool) vkDestroyDescriptorPool(GetDevice().GetHandle(), _pool, nullptr);
+  if (_pool && !GetDevice().IsHung()) vkDestroyDescriptorPool(GetDevice().GetHandle(), _pool, nullptr);
 }
 
 Result<VkDescriptorSet> DescriptorPool::Allocate(VkDescriptorSetLayout layout) {

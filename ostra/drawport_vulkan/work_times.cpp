@@ -106,7 +106,7 @@ void CommandList::ReadStamps(Batch& batch) {
 
 void CommandList::DestroyStamps(Batch& batch) {
   if (!batch.stamps) return;
-  vkDestroyQueryPool(_device->GetHandle(), batch.stamps->pool, nullptr);
+  if (!_device->IsHung()) vkDestroyQueryPool(_device->GetHandle(), batch.stamps->pool, nullptr);
   batch.stamps.reset();
 }
 

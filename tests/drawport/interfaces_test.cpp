@@ -347,6 +347,8 @@ TEST(ProgramDescription, ReportsExhaustedMemory) {
 TEST(Settings, AreClampedToWhatMakesSense) {
   SetDrawportMemoryLimit(-5);
   EXPECT_EQ(GetDrawportMemoryLimit(), 0);
+  SetDrawportTimeLimit(-1);
+  EXPECT_EQ(GetDrawportTimeLimit(), 0);
   SetDrawportRowAlignment(0);
   EXPECT_EQ(GetDrawportRowAlignment(), 1);
   EXPECT_TRUE(GetDrawportDirectMapping());

@@ -20,7 +20,7 @@ constexpr Int kMiB = Int(1) << 20;
 struct LimitedDriver {
   PFN_vkAllocateMemory allocate = nullptr;
   PFN_vkFreeMemory free = nullptr;
-  PFN_vkGetBufferMemoryRequirements getRequirements = nullptr;
+  PFN_vkGetBufferMemoryRequirements2 getRequirements = nullptr;
   PFN_vkGetPhysicalDeviceFormatProperties getFormat = nullptr;
   UInt32 hostType = 0;
   Int room = INT64_MAX;  // of the device's memory
@@ -55,9 +55,10 @@ VKAPI_ATTR void VKAPI_CALL FreeLimited(VkDevice device, VkDeviceMemory memory, c
   }
   g_limited.free(device, memory, callbacks);
 }
-VKAPI_ATTR void VKAPI_CALL GetBothKinds(VkDevice device, VkBuffer buffer, VkMemoryRequirements* requirements) {
-  g_limited.getRequirements(device, buffer, requirements);
-  requirements->memoryTypeBits |= 1u << g_limited.hostType;
+VKAPI_ATTR void VKAPI_CALL GetBothKinds(VkDevice device, const VkBufferMemoryRequirementsInfo2* info,
+                                        VkMemoryRequirements2* requirements) {
+  g_limited.getRequirements(device, info, requirements);
+  requirements->memoryRequirements.memoryTypeBits |= 1u << g_limited.hostType;
 }
 VKAPI_ATTR void VKAPI_CALL GetFormatWithoutFilter(VkPhysicalDevice device, VkFormat format,
                                                   VkFormatProperties* properties) {
@@ -70,7 +71,8 @@ VKAPI_ATTR void VKAPI_CALL GetFormatWithoutFilter(VkPhysicalDevice device, VkFor
 struct LimitedMemory {
   const ReplacedFunction<PFN_vkAllocateMemory> allocate{vkAllocateMemory, &AllocateLimited};
   const ReplacedFunction<PFN_vkFreeMemory> free{vkFreeMemory, &FreeLimited};
-  const ReplacedFunction<PFN_vkGetBufferMemoryRequirements> requirements{vkGetBufferMemoryRequirements, &GetBothKinds};
+  const ReplacedFunction<PFN_vkGetBufferMemoryRequirements2> requirements{vkGetBufferMemoryRequirements2,
+                                                                          &GetBothKinds};
 };
 
 class LimitedDeviceTest : public DriverTest {
@@ -82,7 +84,7 @@ class LimitedDeviceTest : public DriverTest {
     if (IsSkipped()) return;
     g_limited.allocate = vkAllocateMemory;
     g_limited.free = vkFreeMemory;
-    g_limited.getRequirements = vkGetBufferMemoryRequirements;
+    g_limited.getRequirements = vkGetBufferMemoryRequirements2;
     g_limited.getFormat = vkGetPhysicalDeviceFormatProperties;
     g_limited.hostType = static_cast<UInt32>(_driver->GetSnapshot(0).memoryTypes.GetCount() - 1);
   }

@@ -29,6 +29,8 @@ struct FakeDriver {
   std::map<UInt64, Memory> live;
   UInt64 next = 1;
   VkResult answer = VK_SUCCESS;
+  Int budget = 4096 * kMiB;  // of the first heap, with what other programs use
+  UInt64 aloneWith = 0;      // the buffer that the last allocation was for
 };
 FakeDriver g_driver;
 constexpr UInt32 kHeapOfType[] = {0, 0, 1};
@@ -36,6 +38,8 @@ constexpr UInt32 kHeapOfType[] = {0, 0, 1};
 VKAPI_ATTR VkResult VKAPI_CALL Allocate(VkDevice, const VkMemoryAllocateInfo* info, const VkAllocationCallbacks*,
                                         VkDeviceMemory* memory) {
   const Int size = static_cast<Int>(info->allocationSize);
+  const auto* alone = static_cast<const VkMemoryDedicatedAllocateInfo*>(info->pNext);
+  g_driver.aloneWith = alone ? reinterpret_cast<UInt64>(alone->buffer) : 0;
   g_driver.asked.push_back(size / kMiB);
   if (g_driver.answer != VK_SUCCESS) return g_driver.answer;
   Int& room = g_driver.room[kHeapOfType[info->memoryTypeIndex]];
@@ -56,6 +60,16 @@ VKAPI_ATTR VkResult VKAPI_CALL Map(VkDevice, VkDeviceMemory, VkDeviceSize, VkDev
   static Byte bytes[16];
   *mapped = bytes;
   return VK_SUCCESS;
+}
+
+VKAPI_ATTR void VKAPI_CALL AnswerBudget(VkPhysicalDevice, VkPhysicalDeviceMemoryProperties2* properties) {
+  auto* const budget = static_cast<VkPhysicalDeviceMemoryBudgetPropertiesEXT*>(properties->pNext);
+  Int used[2] = {};
+  for (const auto& entry : g_driver.live) used[kHeapOfType[entry.second.type]] += entry.second.size;
+  for (int heap = 0; heap < 2; ++heap) {
+    budget->heapBudget[heap] = static_cast<VkDeviceSize>(heap == 0 ? g_driver.budget : 4096 * kMiB);
+    budget->heapUsage[heap] = static_cast<VkDeviceSize>(used[heap]);
+  }
 }
 
 class MemoryTest : public testing::Test {
@@ -87,8 +101,19 @@ class MemoryTest : public testing::Test {
   const ReplacedFunction<PFN_vkAllocateMemory> _allocate{vkAllocateMemory, &Allocate};
   const ReplacedFunction<PFN_vkFreeMemory> _free{vkFreeMemory, &Free};
   const ReplacedFunction<PFN_vkMapMemory> _map{vkMapMemory, &Map};
+  const ReplacedFunction<PFN_vkGetPhysicalDeviceMemoryProperties2> _budget{vkGetPhysicalDeviceMemoryProperties2,
+                                                                           &AnswerBudget};
   DeviceSnapshot _snapshot;
   MemoryPool _pool;
+};
+
+// The device says how much memory other programs leave.
+class MemoryBudgetTest : public MemoryTest {
+ protected:
+  void SetUp() override {
+    MemoryTest::SetUp();
+    _pool.Init(VK_NULL_HANDLE, VK_NULL_HANDLE, _snapshot, true);
+  }
 };
 
 TEST_F(MemoryTest, SmallPiecesShareABlockAndLargeOnesGiveTheirsBackAtOnce) {
@@ -185,6 +210,63 @@ TEST_F(MemoryTest, OtherFailuresAreAnsweredAtOnce) {
   g_driver.answer = VK_ERROR_DEVICE_LOST;
   EXPECT_THAT(Get(1000), IsErrorWith(kIllegalStateError, "The GPU device is lost."));
   EXPECT_THAT(g_driver.asked, ElementsAre(64));
+}
+
+TEST_F(MemoryTest, WhatTheDriverWantsAloneGetsMemoryOfItsOwn) {
+  const MemoryPiece shared = Take(Get(1000));
+  VkMemoryRequirements requirements = {};
+  requirements.size = 3000;
+  requirements.alignment = 256;
+  requirements.memoryTypeBits = 0b1;
+  const auto buffer = reinterpret_cast<VkBuffer>(UInt64{77});
+  const MemoryPiece alone =
+      Take(_pool.Allocate(requirements, MemoryUse::Device, MemoryContent::Linear, MemorySpill::Allowed, {buffer, {}}));
+  EXPECT_NE(alone.memory, shared.memory);
+  EXPECT_EQ(g_driver.aloneWith, 77u);
+  EXPECT_EQ(g_driver.live.at(reinterpret_cast<UInt64>(alone.memory)).size, 3000);
+  EXPECT_EQ(Take(Get(1000)).memory, shared.memory);
+  _pool.Free(alone);
+  EXPECT_EQ(g_driver.live.size(), 1u);
+}
+
+TEST_F(MemoryBudgetTest, ABudgetThatShrinksSendsWhatDoesNotFitToTheHostAndSaysSoOnceWithSizes) {
+  EXPECT_EQ(GetType(Take(Get(100 * kMiB))), 0u);
+  EXPECT_EQ(_pool.GetBudget().available, 3996 * kMiB);
+  g_driver.budget = 120 * kMiB;
+  EXPECT_EQ(_pool.GetBudget().available, 20 * kMiB);
+  const DiagnosticRecorder diagnostics;
+  EXPECT_EQ(GetType(Take(Get(50 * kMiB))), 2u);
+  EXPECT_EQ(GetType(Take(Get(50 * kMiB))), 2u);
+  ASSERT_EQ(diagnostics.GetLines().size(), 1u);
+  EXPECT_THAT(diagnostics.GetLines()[0], testing::HasSubstr("a piece of 52428800 bytes"));
+  EXPECT_THAT(diagnostics.GetLines()[0],
+              testing::HasSubstr("Of the device's 4294967296 bytes this process uses 104857600."));
+  EXPECT_EQ(GetType(Take(Get(1000))), 0u);  // in a block of what is left
+  g_driver.budget = 4096 * kMiB;
+  EXPECT_EQ(GetType(Take(Get(50 * kMiB))), 0u);
+}
+
+TEST_F(MemoryBudgetTest, BeyondTheBudgetTheCallerMakesRoomFirst) {
+  const MemoryPiece first = Take(Get(100 * kMiB));
+  g_driver.budget = 120 * kMiB;
+  VkMemoryRequirements requirements = {};
+  requirements.size = static_cast<VkDeviceSize>(50 * kMiB);
+  requirements.alignment = 256;
+  requirements.memoryTypeBits = 0b101;
+  const auto get = [&] {
+    return _pool.Allocate(requirements, MemoryUse::Device, MemoryContent::Linear, MemorySpill::Refused);
+  };
+  EXPECT_THAT(get(), IsErrorOfKind(kOutOfMemoryError));
+  _pool.Free(first);
+  EXPECT_EQ(GetType(Take(get())), 0u);
+}
+
+// A budget is an estimate.
+TEST_F(MemoryBudgetTest, WhereNoOtherMemoryServesTheDriverDecides) {
+  g_driver.budget = 10 * kMiB;
+  EXPECT_EQ(GetType(Take(Get(50 * kMiB, MemoryUse::Device, MemoryContent::Linear, 0b1))), 0u);
+  g_driver.room[0] = 0;
+  EXPECT_THAT(Get(50 * kMiB, MemoryUse::Device, MemoryContent::Linear, 0b1), IsErrorOfKind(kOutOfMemoryError));
 }
 
 TEST_F(MemoryTest, TheLimitHoldsWhateverThereIs) {

@@ -16,7 +16,9 @@ class PretendedFaultsTest : public DriverTest {
     DriverTest::SetUp();
   }
   void TearDown() override {
-    unsetenv("OSTRA_PRETENDED_LOSS");
+    for (const char* variable : {"OSTRA_PRETENDED_LOSS", "OSTRA_PRETENDED_HANG", "OSTRA_PRETENDED_BUDGET"})
+      unsetenv(variable);
+    SetDrawportTimeLimit(0);
     if (std::getenv("OSTRA_PRETENDED_DEVICE")) DriverTest::TearDown();
   }
 
@@ -100,6 +102,56 @@ TEST_F(PretendedFaultsTest, ALossInAnyCallIsAnErrorLeavesNothingBehindAndANewPro
     }
     EXPECT_THAT(Run(), IsOk());
   }
+}
+
+// The layer says where, on devices that do: see PretendedDevice::hasDeviceFault.
+TEST_F(PretendedFaultsTest, ADeviceThatSaysWhereItWasLostIsQuoted) {
+  if (std::string_view(std::getenv("OSTRA_PRETENDED_DEVICE")) != "discrete")
+    GTEST_SKIP() << "Only the pretended device \"discrete\" says where it was lost.";
+  constexpr std::string_view kWhere = "The driver says: pretended fault; invalid write at 0x12345000 to 0x12345fff.";
+  int quotedCount = 0;
+  for (int n = 1; n <= 6; ++n) {
+    const DiagnosticRecorder told;
+    setenv("OSTRA_PRETENDED_LOSS", std::to_string(n).c_str(), 1);
+    const Result<void> result = Run();
+    ASSERT_THAT(result, IsErrorContaining(kIllegalStateError, "The GPU device is lost.")) << n;
+    quotedCount += result.GetError().GetMessage().GetView().ends_with(kWhere);
+    EXPECT_THAT(told.GetLines(), testing::Contains(testing::HasSubstr(kWhere)).Times(1)) << n;
+  }
+  EXPECT_GT(quotedCount, 0);  // the error of the submission or wait itself
+}
+
+// Each hung device stays until the process ends, so there are few.
+TEST_F(PretendedFaultsTest, WorkThatNeverEndsIsAnErrorWithinTheTimeLimitAndANewProgramWorks) {
+  SetDrawportTimeLimit(0.02);
+  ASSERT_THAT(Run(), IsOk());
+  for (const char* submission : {"1", "2"}) {
+    setenv("OSTRA_PRETENDED_HANG", submission, 1);
+    EXPECT_THAT(Run(), IsErrorContaining(kIllegalStateError,
+                                         "The GPU device is lost. Its work did not end within 0.02 seconds"));
+    unsetenv("OSTRA_PRETENDED_HANG");
+    SetDrawportTimeLimit(0);
+    EXPECT_THAT(Run(), IsOk());
+    SetDrawportTimeLimit(0.02);
+  }
+}
+
+TEST_F(PretendedFaultsTest, ATimeLimitThatIsNoTimeIsRefused) {
+  for (const char* limit : {"", "soon", "-1", "0", "nan", "1e9", "2s"}) {
+    setenv("OSTRA_GPU_TIME_LIMIT", limit, 1);
+    EXPECT_THAT(MakeContext(), IsErrorContaining(kIllegalArgumentError, "OSTRA_GPU_TIME_LIMIT is")) << limit;
+  }
+  setenv("OSTRA_GPU_TIME_LIMIT", "off", 1);
+  EXPECT_THAT(MakeContext(), IsOk());
+  unsetenv("OSTRA_GPU_TIME_LIMIT");
+}
+
+// Everything that the device has room for is in use by others: buffers go to the host where there is memory of the
+// host, and work all the same.
+TEST_F(PretendedFaultsTest, BuffersWorkWhenTheBudgetShrinksToNothing) {
+  ASSERT_THAT(Run(), IsOk());
+  setenv("OSTRA_PRETENDED_BUDGET", "1", 1);
+  EXPECT_THAT(Run(), IsOk());
 }
 
 }  // namespace

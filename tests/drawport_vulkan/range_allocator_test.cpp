@@ -69,6 +69,47 @@ TEST(RangeAllocator, PartsNeverOverlapWhateverTheOrder) {
   EXPECT_EQ(*ranges.Allocate(kSize, 1), 0);
 }
 
+// Sizes of six powers of two, as buffers have them, with four fifths of the block in use: what is free stays in pieces
+// that serve.
+TEST(RangeAllocator, AMillionAllocationsLeaveTheFreeMemoryUsable) {
+  constexpr Int kSize = Int(64) << 20;
+  constexpr Int kMaxPart = Int(1) << 20;
+  constexpr Int kMaxUsed = kSize / 5 * 4;
+  RangeAllocator ranges;
+  ASSERT_THAT(ranges.Init(kSize), IsOk());
+  struct Part {
+    Int begin, size;
+  };
+  std::vector<Part> parts;
+  UInt64 random = 1;
+  const auto next = [&](UInt64 limit) {
+    random = random * 6364136223846793005u + 1442695040888963407u;
+    return (random >> 33) % limit;
+  };
+  const auto freeOne = [&] {
+    std::swap(parts[next(parts.size())], parts.back());
+    ranges.Free(parts.back().begin, parts.back().size);
+    parts.pop_back();
+  };
+  int allocated = 0;
+  int failed = 0;
+  while (allocated < 1000000) {
+    const Int size = (kMaxPart >> next(6)) - static_cast<Int>(next(4096));
+    while (kSize - ranges.GetFreeSize() + size > kMaxUsed) freeOne();
+    Int begin = *ranges.Allocate(size, 256);
+    for (; begin == RangeAllocator::kFull; begin = *ranges.Allocate(size, 256)) {
+      ++failed;
+      freeOne();
+    }
+    parts.push_back({begin, size});
+    ++allocated;
+  }
+  EXPECT_LT(failed, allocated / 1000);  // although a fifth of the block is free, few find no place at once
+  while (!parts.empty()) freeOne();
+  EXPECT_TRUE(ranges.IsEmpty());
+  EXPECT_EQ(*ranges.Allocate(kSize, 1), 0);
+}
+
 TEST(RangeAllocator, ReportsExhaustedMemory) {
   ExpectEveryAllocationFailureIsReported([]() -> Result<void> {
     RangeAllocator ranges;

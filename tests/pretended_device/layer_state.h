@@ -48,6 +48,8 @@ namespace ostra::pretended {
   X(AllocateMemory)               \
   X(FreeMemory)                   \
   X(MapMemory)                    \
+  X(BindBufferMemory)             \
+  X(BindImageMemory)              \
   X(GetBufferMemoryRequirements)  \
   X(GetBufferMemoryRequirements2) \
   X(GetImageMemoryRequirements)   \
@@ -75,6 +77,7 @@ struct InstanceState {
 struct MemoryState {
   uint32_t type = 0;
   VkDeviceSize size = 0;
+  uint64_t owner = 0;  // the buffer or image that it is for alone
 };
 
 // What has gone wrong with a device, because the environment asks for it.

@@ -56,6 +56,29 @@ std::unique_ptr<DeviceState> MakeState(VkPhysicalDevice physicalDevice, const Vk
   return state;
 }
 
+// Takes a structure that the driver does not know out of a chain for as long as it lives.
+class WithoutStructure {
+ public:
+  WithoutStructure(const void* chain, VkStructureType type) {
+    for (auto* entry = static_cast<VkBaseInStructure*>(const_cast<void*>(chain)); entry && entry->pNext;
+         entry = const_cast<VkBaseInStructure*>(entry->pNext)) {
+      if (entry->pNext->sType != type) continue;
+      _before = entry;
+      _taken = entry->pNext;
+      _before->pNext = _taken->pNext;
+      return;
+    }
+  }
+  WithoutStructure(const WithoutStructure&) = delete;
+  ~WithoutStructure() {
+    if (_before) _before->pNext = _taken;
+  }
+
+ private:
+  VkBaseInStructure* _before = nullptr;
+  const VkBaseInStructure* _taken = nullptr;
+};
+
 }  // namespace
 
 VkResult CreateDevice(VkPhysicalDevice physicalDevice, const VkDeviceCreateInfo* info,
@@ -89,6 +112,7 @@ VkResult CreateDevice(VkPhysicalDevice physicalDevice, const VkDeviceCreateInfo*
   const auto create =
       reinterpret_cast<PFN_vkCreateDevice>(link->pfnNextGetInstanceProcAddr(instance.handle, "vkCreateDevice"));
   link = link->pNext;
+  const WithoutStructure withoutFaults(&changed, VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_FAULT_FEATURES_EXT);
   const VkResult result = create(physicalDevice, &changed, callbacks, device);
   if (result != VK_SUCCESS) return result;
   FindFunctions(*device, *state);

@@ -27,7 +27,50 @@ std::string FindMistake(DeviceState& state, const VkMemoryAllocateInfo& info) {
   return "";
 }
 
+uint64_t FindOwner(const VkMemoryAllocateInfo& info) {
+  const auto* alone =
+      FindInChain<VkMemoryDedicatedAllocateInfo>(info.pNext, VK_STRUCTURE_TYPE_MEMORY_DEDICATED_ALLOCATE_INFO);
+  if (!alone) return 0;
+  return alone->buffer ? reinterpret_cast<uint64_t>(alone->buffer) : reinterpret_cast<uint64_t>(alone->image);
+}
+
+bool NeedsOwnMemory(const DeviceState& state, VkDeviceSize size) {
+  return state.table->dedicatedFrom > 0 && size >= state.table->dedicatedFrom;
+}
+
+void AnswerDedicated(const DeviceState& state, VkMemoryRequirements2& requirements) {
+  auto* const found =
+      FindInChain<VkMemoryDedicatedRequirements>(requirements.pNext, VK_STRUCTURE_TYPE_MEMORY_DEDICATED_REQUIREMENTS);
+  if (!found || !NeedsOwnMemory(state, requirements.memoryRequirements.size)) return;
+  found->prefersDedicatedAllocation = found->requiresDedicatedAllocation = VK_TRUE;
+}
+
+void CheckOwner(DeviceState& state, VkDeviceSize size, VkDeviceMemory memory, uint64_t object) {
+  if (!NeedsOwnMemory(state, size)) return;
+  const auto isOwn = [&] {
+    const std::scoped_lock lock(state.mutex);
+    return state.memory[memory].owner == object;
+  };
+  if (!isOwn()) ReportViolation(state, "what needs memory of its own is bound to memory that it shares");
+}
+
 }  // namespace
+
+VkResult BindBufferMemory(VkDevice device, VkBuffer buffer, VkDeviceMemory memory, VkDeviceSize offset) {
+  DeviceState& state = GetDevice(GetKey(device));
+  VkMemoryRequirements requirements;
+  state.GetBufferMemoryRequirements(device, buffer, &requirements);
+  CheckOwner(state, requirements.size, memory, reinterpret_cast<uint64_t>(buffer));
+  return state.BindBufferMemory(device, buffer, memory, offset);
+}
+
+VkResult BindImageMemory(VkDevice device, VkImage image, VkDeviceMemory memory, VkDeviceSize offset) {
+  DeviceState& state = GetDevice(GetKey(device));
+  VkMemoryRequirements requirements;
+  state.GetImageMemoryRequirements(device, image, &requirements);
+  CheckOwner(state, requirements.size, memory, reinterpret_cast<uint64_t>(image));
+  return state.BindImageMemory(device, image, memory, offset);
+}
 
 VkResult AllocateMemory(VkDevice device, const VkMemoryAllocateInfo* info, const VkAllocationCallbacks* callbacks,
                         VkDeviceMemory* memory) {
@@ -56,7 +99,7 @@ VkResult AllocateMemory(VkDevice device, const VkMemoryAllocateInfo* info, const
     return result;
   }
   const std::scoped_lock lock(state.mutex);
-  state.memory[*memory] = {info->memoryTypeIndex, info->allocationSize};
+  state.memory[*memory] = {info->memoryTypeIndex, info->allocationSize, FindOwner(*info)};
   return VK_SUCCESS;
 }
 
@@ -100,6 +143,7 @@ void GetBufferMemoryRequirements2(VkDevice device, const VkBufferMemoryRequireme
   const DeviceState& state = GetDevice(GetKey(device));
   state.GetBufferMemoryRequirements2(device, info, requirements);
   AnswerRequirements(state, requirements->memoryRequirements, false);
+  AnswerDedicated(state, *requirements);
 }
 
 void GetImageMemoryRequirements(VkDevice device, VkImage image, VkMemoryRequirements* requirements) {
@@ -113,6 +157,7 @@ void GetImageMemoryRequirements2(VkDevice device, const VkImageMemoryRequirement
   const DeviceState& state = GetDevice(GetKey(device));
   state.GetImageMemoryRequirements2(device, info, requirements);
   AnswerRequirements(state, requirements->memoryRequirements, true);
+  AnswerDedicated(state, *requirements);
 }
 
 }  // namespace ostra::pretended

@@ -63,6 +63,7 @@ struct PretendedDevice {
   std::vector<Heap> heaps;
   std::vector<Type> types;
   std::vector<QueueFamily> queueFamilies;
+  VkDeviceSize dedicatedFrom = 0;  // buffers and images of so many bytes need memory of their own; 0: none
   VkDeviceSize maxBufferSize = VkDeviceSize{1} << 31;
   // Each is given what the driver has and takes away from it. May be null.
   void (*reduceLimits)(VkPhysicalDeviceLimits&) = nullptr;

@@ -111,4 +111,25 @@ TEST_F(PretendedFaultsTest, TwoDevicesOfOneInstanceAnswerAsTwo) {
   EXPECT_THAT(TakeMessages(), IsEmpty());
 }
 
+TEST_F(PretendedFaultsTest, WhatNeedsMemoryOfItsOwnIsNotBoundToAnother) {
+  OSTRA_START("discrete_visible");
+  ASSERT_EQ(MakeDevice(), VK_SUCCESS);
+  VkBufferCreateInfo info = {VK_STRUCTURE_TYPE_BUFFER_CREATE_INFO};
+  info.size = kMiB;
+  info.usage = VK_BUFFER_USAGE_STORAGE_BUFFER_BIT;
+  for (const bool isOwn : {false, true}) {
+    VkBuffer buffer;
+    ASSERT_EQ(vkCreateBuffer(_device, &info, nullptr, &buffer), VK_SUCCESS);
+    VkMemoryDedicatedAllocateInfo alone = {VK_STRUCTURE_TYPE_MEMORY_DEDICATED_ALLOCATE_INFO};
+    alone.buffer = buffer;
+    VkMemoryAllocateInfo allocation = {VK_STRUCTURE_TYPE_MEMORY_ALLOCATE_INFO, isOwn ? &alone : nullptr, kMiB, 0};
+    VkDeviceMemory memory;
+    ASSERT_EQ(vkAllocateMemory(_device, &allocation, nullptr, &memory), VK_SUCCESS);
+    EXPECT_EQ(vkBindBufferMemory(_device, buffer, memory, 0), VK_SUCCESS);
+    EXPECT_EQ(TakeMessages().size(), isOwn ? 0u : 1u);
+    vkDestroyBuffer(_device, buffer, nullptr);
+    vkFreeMemory(_device, memory, nullptr);
+  }
+}
+
 }  // namespace

@@ -7,6 +7,7 @@ PretendedDevice MakeDiscreteVisible() {
   PretendedDevice device;
   device.key = "discrete_visible";
   device.name = "Pretended discrete device with visible memory";
+  device.dedicatedFrom = kMiB;
   device.heaps = {{2048 * kMiB, VK_MEMORY_HEAP_DEVICE_LOCAL_BIT}, {4096 * kMiB, 0}};
   device.types = {{.flags = kDeviceLocal, .heap = 0},
                   {.flags = kDeviceLocal | kMapped, .heap = 0},
