@@ -68,7 +68,10 @@ Result<void> SceneKernels::RunKernel(const std::string& name, const SceneKernel&
   auto made = std::make_unique<Kernel>();
   made->plan = std::move(*plan);
   OSTRA_ASSIGN_OR_RETURN(ProgramRun run, ProgramRun::Create(made->plan, kGpuProgramClass,
-                                                            {options.kernelFile, options.templateArgument}, &context));
+                                                            {.kernelFile = options.kernelFile,
+                                                             .templateArgument = options.templateArgument,
+                                                             .observer = &observer},
+                                                            &context));
   made->run.emplace(std::move(run));
   const auto progress = observer.Begin("running " + name, kernel.iterationCount, "dispatches");
   OSTRA_RETURN_IF_ERROR(made->run->Run(kernel.iterationCount, *progress));

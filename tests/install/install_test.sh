@@ -76,6 +76,17 @@ if "$work/files/files" "$work/none.npy" "$work/six.npy" 2>"$work/none.log" || ! 
   echo "a file that is missing is not named:"; cat "$work/none.log"; exit 1
 fi
 
+# A scene becomes a picture, on the first GPU where there is one; without one the program says so.
+"$cmake" -S "$here/scene" -B "$work/scene" -G Ninja -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_BUILD_TYPE=Release \
+  -DCMAKE_PREFIX_PATH="$work/tree" -DCMAKE_CXX_FLAGS="$flags"
+"$cmake" --build "$work/scene"
+if "$work/scene/scene" "$work/tree/share/ostra/examples/triangle/shaders" "$work/scene.png" 2>"$work/scene.log"; then
+  [ "$(od -A n -t x1 -j 16 -N 8 "$work/scene.png" | tr -d ' ')" = 0000002000000018 ] ||
+    { echo "the scene is not a picture of 32 x 24"; exit 1; }
+elif ! grep -q "^ *no device: " "$work/info.log" || ! grep -q "there is no GPU" "$work/scene.log"; then
+  echo "the scene is not drawn:"; cat "$work/scene.log"; exit 1
+fi
+
 # The Python package runs from the installed tree.
 if [ -n "$numpy_python" ]; then
   site=$(echo "$work"/tree/lib/python*/site-packages)
