@@ -70,10 +70,11 @@ Result<KernelRuntime&> Engine::GetRuntime(bool isChecked) {
 Result<Session&> Engine::GetGpu() {
   if (!_gpu) {
     OSTRA_ASSIGN_OR_RETURN(Session gpu, Session::TryCreate({.backend = Backend::kGpu}));
-    _gpu.emplace(std::move(gpu));
-    OSTRA_ASSIGN_OR_RETURN(auto& reports, GetInterface<KernelReportInterface>(_gpu->GetProgram()));
+    OSTRA_ASSIGN_OR_RETURN(auto& reports, GetInterface<KernelReportInterface>(gpu.GetProgram()));
     reports.SetStepLimit(GetDefaultStepLimit());
-    if (_isMeasuring) OSTRA_RETURN_IF_ERROR(MeasureDispatches(true));
+    OSTRA_ASSIGN_OR_RETURN(auto& times, GetInterface<DispatchTimesInterface>(gpu.GetProgram()));
+    if (_isMeasuring) OSTRA_RETURN_IF_ERROR(times.MeasureDispatches(true));
+    _gpu.emplace(std::move(gpu));
   }
   return *_gpu;
 }

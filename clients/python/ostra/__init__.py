@@ -191,4 +191,6 @@ def from_dlpack(array):
 
     Raises TypeError for other objects and orders, BufferError for memory of another device.
     """
+    if isinstance(array, type):  # its methods are those of its objects
+        raise TypeError(f'"array" is an array with DLPack\'s methods, not {array!r:.80}')
     return _ostra.share(array)
