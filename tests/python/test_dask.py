@@ -291,6 +291,30 @@ def test_a_worker_runs_kernels_where_its_configuration_says():
         ostra.dask.map_blocks(text, source=array, factor=2, backend="auto").compute(scheduler="threads")
 
 
+def make_worker(gpus):
+    options = {"nthreads": 1, "memory_limit": MEMORY, "resources": {"GPU": gpus}}
+    return {"cls": distributed.Nanny, "options": options}
+
+
+@no_gpu
+def test_workers_with_and_without_a_gpu_share_the_blocks_of_an_array():
+    text = SCALE.replace("Scale", "OnBoth")
+    hot = text.replace("UNIFORM_BUFFER(target)[i] =", 'ASSERT(UNIFORM_BUFFER(source)[i] < 0.0, "too hot");\n'
+                       "\tUNIFORM_BUFFER(target)[i] =").replace("OnBoth", "Hot")
+    array = dask.array.from_array(numbers(256), chunks=16)
+    scheduler = {"cls": distributed.Scheduler, "options": {"dashboard_address": ":0"}}
+    workers = {"without": make_worker(0), "with": make_worker(1)}
+    with distributed.SpecCluster(workers=workers, scheduler=scheduler) as cluster, distributed.Client(cluster) as client:
+        client.wait_for_workers(2)
+        scaled = ostra.dask.map_blocks(text, source=array, factor=2, backend="auto").compute()
+        numpy.testing.assert_array_equal(scaled, 2 * numbers(256))
+        kernels = client.run(ostra.dask.list_kernels)
+        assert sorted(kernel for each in kernels.values() for kernel in each) == [
+            ("OnBoth.krn", "cpu"), ("OnBoth.krn", "gpu")]
+        with pytest.raises(ostra.Error, match="Hot.krn:10.*too hot"):
+            ostra.dask.map_blocks(hot, source=array, factor=2, backend="auto").compute()
+
+
 @pytest.mark.parametrize("chunks", [(100, 128), (300, 500), (37, 41), (299, 1)])
 def test_chunks_of_all_sizes_have_the_bits_of_one_call(chunks):
     plate = numpy.random.default_rng(1).random((300, 500), numpy.float32)
