@@ -36,8 +36,9 @@ Bool LanePrinter::IsMatrixFunction(NodeIndex call) const {
          std::none_of(arguments.begin(), arguments.end(), isOfVector);
 }
 
-// Whether the function takes 64-bit floats, which lanes compute one after the other.
-Bool LanePrinter::IsDoubleFunction(NodeIndex call) const {
+// Whether the function of 64-bit floats is one of the C library, which lanes compute one after the other.
+Bool LanePrinter::IsLibraryFunction(NodeIndex call) const {
+  if (!IsElementary(_resolved.meaning[call].word)) return false;
   const auto arguments = _tree.GetChildren(call);
   return std::any_of(arguments.begin(), arguments.end(),
                      [this](NodeIndex argument) { return _resolved.converted[argument] == kDoubleType; });
@@ -73,12 +74,13 @@ std::optional<LanePrinter::Value> LanePrinter::CallClamp(NodeIndex node) {
 
 LanePrinter::Value LanePrinter::CallWord(NodeIndex node) {
   if (auto clamped = CallClamp(node)) return *std::move(clamped);
-  if (IsMatrixFunction(node) || IsDoubleFunction(node)) return CallEachLane(node, Join({"vocabulary::", NameOf(node)}));
+  if (IsMatrixFunction(node) || IsLibraryFunction(node))
+    return CallEachLane(node, Join({"vocabulary::", NameOf(node)}));
   std::string arguments;
   for (const NodeIndex argument : _tree.GetChildren(node)) {
     const TypeIndex type = _resolved.converted[argument];
     const Bool isNumber = _types.IsScalar(type) || _types.IsVector(type);
-    if (isNumber && GetSize(_types[type].scalar) != 4)
+    if (isNumber && GetSize(_types[type].scalar) != 4 && type != kDoubleType)
       Refuse(argument, Join({NameOf(node), " of a ", _types.GetName(type)}));
     // A matrix that is the same in all lanes is not spread over them.
     const Bool isShared = IsAggregate(type) && FormOf(argument) == Form::kShared;

@@ -11,8 +11,6 @@ namespace {
 // Numbers that differ between invocations: half of the registers of AVX-512.
 constexpr UInt32 kMaxNumbers = 16;
 
-Bool IsElementary(WordId word) { return word >= WordId::kPow && word <= WordId::kAtan; }
-
 }  // namespace
 
 // Whether lanes that differ only leave the loop in the statement.

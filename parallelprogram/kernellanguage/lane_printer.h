@@ -161,7 +161,7 @@ class LanePrinter {
   Value CallWord(NodeIndex node);
   std::optional<Value> CallClamp(NodeIndex node);
   Bool IsMatrixFunction(NodeIndex call) const;
-  Bool IsDoubleFunction(NodeIndex call) const;
+  Bool IsLibraryFunction(NodeIndex call) const;
   Value CallFunction(NodeIndex node);
   Bool IsChanged(NodeIndex parameter) const;
   Bool ChangesArguments(NodeIndex call) const;

@@ -263,6 +263,8 @@ inline Bool IsOfFile(WordId id) {
   const Bool isPart = id >= WordId::kGroupSize && id <= WordId::kGradientData;
   return (isPart && id != WordId::kKernelEnd && id != WordId::kCpuScopeEnd) || id == WordId::kLinearInvocation;
 }
+// Powers, logarithms and functions of angles.
+inline Bool IsElementary(WordId id) { return id >= WordId::kPow && id <= WordId::kAtan; }
 inline Bool IsAtomic(WordId id) { return id >= WordId::kAtomicAdd && id <= WordId::kAtomicCompareExchange; }
 
 }  // namespace ostra::kernellanguage

@@ -23,6 +23,25 @@ struct LaneCases {
   OSTRA_TERNARY_FUNCTIONS(OSTRA_CASE)
 #undef OSTRA_CASE
 
+  // The functions of Float64, kCount results each.
+  static void Functions64(const Float64* x, const Float64* y, const Float64* z, Float64* result) {
+    const Lanes<Float64> a = Load(x), b = Load(y), c = Load(z);
+    const auto add = [&](Lanes<Float64> lanes) {
+      Store(result, lanes);
+      result += kCount;
+    };
+#define OSTRA_CASE(name) add(OSTRA_LANES::name(a));
+    OSTRA_UNARY_FUNCTIONS_64(OSTRA_CASE)
+#undef OSTRA_CASE
+#define OSTRA_CASE(name) add(OSTRA_LANES::name(a, b));
+    OSTRA_BINARY_FUNCTIONS_64(OSTRA_CASE)
+#undef OSTRA_CASE
+#define OSTRA_CASE(name) add(OSTRA_LANES::name(a, b, c));
+    OSTRA_TERNARY_FUNCTIONS(OSTRA_CASE)
+#undef OSTRA_CASE
+    add(Convert<Float64>(OSTRA_LANES::isnan(a))), add(Convert<Float64>(OSTRA_LANES::isinf(a)));
+  }
+
   template <class T>
   static void Quotients(const T* x, const T* y, T* quotients, T* rests) {
     Store(quotients, Divide(Load(x), Load(y), Mask(true)));

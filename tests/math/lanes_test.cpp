@@ -4,6 +4,9 @@
       f(sin) f(cos) f(tan) f(asin) f(acos) f(atan) f(radians) f(degrees)
 #define OSTRA_BINARY_FUNCTIONS(f) f(min) f(max) f(mod) f(step) f(pow) f(atan)
 #define OSTRA_TERNARY_FUNCTIONS(f) f(clamp) f(mix) f(smoothstep)
+#define OSTRA_UNARY_FUNCTIONS_64(f) \
+  f(abs) f(sign) f(floor) f(ceil) f(trunc) f(fract) f(sqrt) f(Sqrt) f(inversesqrt) f(radians) f(degrees)
+#define OSTRA_BINARY_FUNCTIONS_64(f) f(min) f(max) f(mod) f(step)
 
 #include <gtest/gtest.h>
 
@@ -178,6 +181,33 @@ TYPED_TEST(LanesTest, FunctionsOfSeveralNumbersHaveTheBitsOfTheScalarOnes) {
       for (std::size_t i = 0; i < x.size(); ++i) expected[i] = function.scalar(x[i], y[i], z[i]);
       ExpectSameBits(result, expected, function.name);
     }
+  }
+}
+
+TYPED_TEST(LanesTest, FunctionsOfDoublesHaveTheBitsOfTheScalarOnes) {
+  namespace scalar = vocabulary::float64;
+  for (int run = 0; run < 500; ++run) {
+    const auto x = MakeNumbers<Float64>(this->_random, TypeParam::kCount);
+    const auto y = MakeNumbers<Float64>(this->_random, TypeParam::kCount);
+    const auto z = MakeNumbers<Float64>(this->_random, TypeParam::kCount);
+    std::vector<Float64> expected;
+    const auto add = [&](auto&& function) {
+      for (std::size_t i = 0; i < x.size(); ++i) expected.push_back(function(x[i], y[i], z[i]));
+    };
+#define OSTRA_CASE(name) add([](Float64 a, Float64, Float64) { return scalar::name(a); });
+    OSTRA_UNARY_FUNCTIONS_64(OSTRA_CASE)
+#undef OSTRA_CASE
+#define OSTRA_CASE(name) add([](Float64 a, Float64 b, Float64) { return scalar::name(a, b); });
+    OSTRA_BINARY_FUNCTIONS_64(OSTRA_CASE)
+#undef OSTRA_CASE
+#define OSTRA_CASE(name) add([](Float64 a, Float64 b, Float64 c) { return scalar::name(a, b, c); });
+    OSTRA_TERNARY_FUNCTIONS(OSTRA_CASE)
+#undef OSTRA_CASE
+    add([](Float64 a, Float64, Float64) { return scalar::isnan(a); });
+    add([](Float64 a, Float64, Float64) { return scalar::isinf(a); });
+    std::vector<Float64> result(expected.size());
+    TypeParam::Functions64(x.data(), y.data(), z.data(), result.data());
+    ExpectSameBits(result, expected, "a function of Float64");
   }
 }
 

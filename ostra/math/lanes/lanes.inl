@@ -43,6 +43,9 @@
 #include "ostra/math/lanes/division.inl"
 //
 #include "ostra/math/lanes/functions.inl"
+//
+#include "ostra/math/lanes/functions64.inl"
+//
 #include "ostra/math/lanes/vectors.inl"
 //
 #include "ostra/math/lanes/matrices.inl"
