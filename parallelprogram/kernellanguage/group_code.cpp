@@ -26,7 +26,8 @@ void GroupPrinter::MarkLine(NodeIndex node) { _piece += MakeLineDirective(_sourc
 
 void GroupPrinter::EndPiece() {
   if (_piece.empty()) return;
-  _text += Join({kBeginPiece, _piece, "});\n"});
+  const std::string repeated = RepeatedDeclarations();
+  _text += Join({kBeginPiece, repeated, _piece, "});\n"});
   _piece.clear();
   ++_pieceCount;
 }
@@ -53,7 +54,6 @@ void GroupPrinter::Cut(NodeIndex node) {
   if (!_isCut[node] && !isBody) {
     // Variables of a block that is cut may be needed behind the next barrier.
     if (kind == NodeKind::kDeclaration) {
-      MarkLine(node);
       for (const NodeIndex variable : _tree.GetChildren(node)) Declare(variable);
       return;
     }
@@ -108,13 +108,24 @@ void GroupPrinter::CutLoop(NodeIndex node) {
   if (HasContinue(body)) Outside({"ostraContinue", std::to_string(node), ":;"});
   if (isDo) leave();
   if (isFor && Child(node, 2) != kNoNode) {
-    MarkLine(node);
-    Line({Expression(Child(node, 2)), ";"});
+    const NodeIndex step = Child(node, 2);
+    const NodeIndex counter = KindOf(step) == NodeKind::kComma ? kNoNode : Child(step, 0);
+    if (counter != kNoNode && IsShared(counter)) {
+      Outside({MakeLineDirective(_sources.Locate(_tree.nodes[node].offset)), Expression(step), ";"});
+    } else {
+      MarkLine(node);
+      Line({Expression(step), ";"});
+    }
   }
   Outside({"}"});
 }
 
 void GroupPrinter::Decide(NodeIndex condition) {
+  if (IsShared(condition)) {
+    Outside({MakeLineDirective(_sources.Locate(_tree.nodes[condition].offset)), "ostraCondition = static_cast<Bool>(",
+             Expression(condition), ");"});
+    return;
+  }
   MarkLine(condition);
   Line({"ostraCondition = static_cast<Bool>(", Expression(condition), ");"});
   EndPiece();
@@ -159,6 +170,12 @@ void GroupPrinter::Declare(NodeIndex variable) {
     if (isNumber && IsConstant(value)) known->second.place = Place::kConstant;
   }
   const std::string name = UniqueName(variable);
+  if (known->second.place == Place::kShared) {
+    _constants += Join({"[[maybe_unused]] ", TypeName(type), " ", name, "{};\n"});
+    return Outside(
+        {MakeLineDirective(_sources.Locate(_tree.nodes[variable].offset)), name, " = ", Expression(value), ";"});
+  }
+  MarkLine(variable);
   if (TypeName(type).empty()) return Refuse(variable, Join({"a variable of type ", _types.GetName(type)}));
   switch (known->second.place) {
     case Place::kConstant:
@@ -166,6 +183,9 @@ void GroupPrinter::Declare(NodeIndex variable) {
       return;
     case Place::kPiece:
       return Line({"[[maybe_unused]] ", VariableText(variable, name), ";"});
+    case Place::kShared:
+    case Place::kRepeated:
+      return;
     case Place::kKept:
       break;
   }
@@ -180,8 +200,10 @@ void GroupPrinter::Declare(NodeIndex variable) {
 // A variable of the kernel is named in the current piece.
 void GroupPrinter::Use(NodeIndex variable) {
   const auto known = _variables.find(variable);
-  if (known != _variables.end() && known->second.place == Place::kPiece && known->second.piece != _pieceCount)
-    known->second.place = Place::kKept;
+  if (known == _variables.end()) return;
+  if (known->second.place == Place::kPiece && known->second.piece != _pieceCount)
+    known->second.place = CanBeRepeated(variable) ? Place::kRepeated : Place::kKept;
+  if (known->second.place == Place::kRepeated) _repeated.insert(variable);
 }
 
 // The arrays in group memory, and the variables that are kept for each invocation.
@@ -205,6 +227,8 @@ std::string GroupPrinter::Declarations() const {
 
 GroupCode GroupPrinter::Print() {
   if (_tree.HasFlag(_tree.kernel, kIsMethodForm)) Refuse(_tree.kernel, "a kernel that can fail");
+  FindChanges();
+  FindShared(Child(_tree.kernel, 0));
   Run();
   Run();
   std::string text = Join({"OSTRA_GROUP_KERNEL_CLASS(", _options.className, ", ", _options.parameters, ") {\n"});

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <unordered_map>
+#include <unordered_set>
 
 #include "parallelprogram/kernellanguage/group_code.h"
 #include "parallelprogram/kernellanguage/join.h"
@@ -25,7 +26,13 @@ class GroupPrinter {
 
  private:
   // Where a variable that is declared between cut statements lies.
-  enum class Place { kPiece, kKept, kConstant };
+  enum class Place {
+    kPiece,
+    kKept,  // for each invocation
+    kConstant,
+    kShared,    // one for the group
+    kRepeated,  // computed again in each piece
+  };
   struct Variable {
     Place place = Place::kPiece;
     int piece = 0;  // that it was seen in first
@@ -55,6 +62,15 @@ class GroupPrinter {
   // Whether `node` has a continue of the loop around it.
   Bool HasContinue(NodeIndex node) const;
 
+  // group_values.cpp: values that are not kept for each invocation
+  void FindChanges();
+  void FindShared(NodeIndex node);
+  Bool IsShared(NodeIndex expression, NodeIndex own = kNoNode) const;
+  Bool CanBeRepeated(NodeIndex variable) const;
+  template <class IsKnown>
+  Bool IsArithmetic(NodeIndex node, int& nodesLeft, const IsKnown& isKnown) const;
+  std::string RepeatedDeclarations();
+
   // group_expressions.cpp: C++ of one invocation
   void Statement(NodeIndex node);
   std::string VariableText(NodeIndex variable, std::string_view name);
@@ -77,8 +93,10 @@ class GroupPrinter {
 
   std::string _text, _piece, _constants;
   std::unordered_map<NodeIndex, Variable> _variables;
-  std::vector<NodeIndex> _order;      // of _variables
-  std::vector<NodeIndex> _continued;  // cut loops around the statement
+  std::vector<NodeIndex> _order;            // of _variables
+  std::unordered_set<NodeIndex> _repeated;  // that the piece names
+  std::vector<int> _changeCounts;           // of variables: places where they change
+  std::vector<NodeIndex> _continued;        // cut loops around the statement
   std::optional<NotUnderstood> _refusal;
   int _pieceCount = 0;
 };
