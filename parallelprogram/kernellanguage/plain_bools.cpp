@@ -35,7 +35,7 @@ std::string PlainBools::BoolComponent(NodeIndex node) {
   else if (const auto number = _kernel.FindNumber(Child(node, 1)); number.value_or(4) < 4)
     part = Join({".", GetComponentName(*number)});
   else
-    part = Join({"[", _checks.CheckIndex(node, _expressions.Expression(Child(node, 1), Binding::kComma)), "]"});
+    part = Join({"[", _checks.CheckIndex(node, _expressions.Expression(Child(node, 1), Binding::kAssignment)), "]"});
   return Join({"(", numbers, MarkOf(node), part, " != 0)"});
 }
 

@@ -170,7 +170,7 @@ std::string PlainChanges::Place(NodeIndex node) {
       const std::string place = Place(Child(node, 0));
       const NodeIndex index = Child(node, 1);
       if (_kept.IsSimple(index))
-        return Join({place, "[", _checks.CheckIndex(node, _expressions.Expression(index, Binding::kComma)), "]"});
+        return Join({place, "[", _checks.CheckIndex(node, _expressions.Expression(index, Binding::kAssignment)), "]"});
       const std::string name = NewName("Index");
       Line({"const ", TypeName(_resolved.converted[index]), " ", name, " = ",
             _checks.CheckIndex(node, _expressions.Expression(index)), ";"});

@@ -266,7 +266,7 @@ std::string PlainExpressions::Index(NodeIndex node) {
     return Join({Expression(whole, Binding::kPostfix), MarkOf(node), ".", GetComponentName(*number)});
   if (IsElementOfTable(node)) return MarkOf(node) + CallTable(node);
   const std::string container = Value(whole, Binding::kPostfix);
-  const std::string checked = _checks.CheckIndex(node, Expression(index, Binding::kComma));
+  const std::string checked = _checks.CheckIndex(node, Expression(index, Binding::kAssignment));
   const std::string element = Join({container, MarkOf(node), "[", checked, "]"});
   return _kernel.IsStoredSmall(node) ? Join({"int(", element, ")"}) : element;
 }
