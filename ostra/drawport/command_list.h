@@ -70,6 +70,13 @@ class OSTRA_API DrawportCommandList {
   virtual Result<void> SetAtomicCounterValue(DrawportAtomicCounter& counter, UInt32 value) = 0;
   virtual Result<UInt32> GetAtomicCounterValue(DrawportAtomicCounter& counter) = 0;
 
+  // The value of a counter at this place in the order of work, without waiting: returns the number to ask with. Taking
+  // it submits and waits where the work is not done yet; once for each number. The last 4096 values are kept. Error:
+  // not implemented where counters are only read at once; Take: illegal state for a number that was taken, was dropped
+  // with its work, or is too old.
+  virtual Result<UInt64> RecordCounterRead(DrawportAtomicCounter& counter);
+  virtual Result<UInt32> TakeCounterRead(UInt64 number);
+
   // Runs x * y * z work groups of a compute program with the values that were published last. Group counts are 1 to
   // 65535. Errors: illegal argument for other counts; illegal state for a program that is not of this list's device.
   virtual Result<void> Dispatch(DrawportProgramFactory& program, DrawportParameterValueSet& values, UInt32 x, UInt32 y,

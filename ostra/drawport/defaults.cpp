@@ -47,8 +47,14 @@ constinit DefaultCommandList g_defaultCommandList;
 
 Error MakeNoClockError() { return OSTRA_NOT_IMPLEMENTED("The GPU device has no clock that could be read."); }
 
+Error MakeNoCounterReadsError() {
+  return OSTRA_NOT_IMPLEMENTED("The GPU backend reads counters only when it waits for them.");
+}
+
 }  // namespace
 
+Result<UInt64> DrawportCommandList::RecordCounterRead(DrawportAtomicCounter&) { return MakeNoCounterReadsError(); }
+Result<UInt32> DrawportCommandList::TakeCounterRead(UInt64) { return MakeNoCounterReadsError(); }
 Result<UInt64> DrawportCommandList::BeginTimedWork() { return MakeNoClockError(); }
 Result<void> DrawportCommandList::EndTimedWork(UInt64) { return MakeNoClockError(); }
 Result<DrawportWorkTime> DrawportCommandList::TakeWorkTime(UInt64) { return MakeNoClockError(); }

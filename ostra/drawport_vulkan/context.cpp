@@ -69,7 +69,7 @@ DrawportPixelFormatAccess Context::GetPixelFormatAccessFlags(PixelFormatRef form
 VideoMemoryBudget Context::GetAvailableAndTotalVRAMBudget() const { return GetDevice().GetMemory().GetBudget(); }
 
 Result<void> Context::FreeTrash() {
-  OSTRA_RETURN_IF_ERROR(_commands.Finish());
+  OSTRA_RETURN_IF_ERROR(_commands.Execute(true));
   // Work of other contexts holds things as well, and some of them never ask whether it is done.
   OSTRA_RETURN_IF_ERROR(GetDevice().WaitForSubmitted());
   GetDevice().ReleaseDone();

@@ -3,9 +3,9 @@
 #include <algorithm>
 
 #include "ostra/core/diagnostics.h"
-#include "ostra/drawport_vulkan/command_list.h"
 #include "ostra/drawport_vulkan/device_fault.h"
 #include "ostra/drawport_vulkan/program_store.h"
+#include "ostra/drawport_vulkan/recorder.h"
 #include "ostra/drawport_vulkan/snapshot.h"
 
 OSTRA_UNIT("drawport_vulkan");
@@ -206,7 +206,7 @@ UInt64 Device::GetSubmittedValue() {
 
 Result<void> Device::WaitForSubmitted() { return Wait(GetSubmittedValue()); }
 
-Result<UInt32> Device::AddList(CommandList& list) {
+Result<UInt32> Device::AddList(Recorder& list) {
   static constinit std::atomic<UInt32> counter{1};
   const UInt32 number = counter.fetch_add(1, std::memory_order_relaxed);
   const std::scoped_lock lock(_listMutex);

@@ -10,8 +10,8 @@
 
 namespace ostra::vulkan {
 
-class CommandList;
 class ProgramStore;
+class Recorder;
 
 // What of graphics a device has.
 struct GraphicsFeatures {
@@ -85,8 +85,8 @@ class Device final : public DrawportCounted<Device, DrawportObject> {
   // Names an object for debuggers. `handle` is a Vulkan handle of `type`.
   void SetName(VkObjectType type, UInt64 handle, const CString& name) const;
 
-  // Command lists: a number that tells a new one from all others of the process, until it leaves.
-  Result<UInt32> AddList(CommandList& list);
+  // Recorders of command lists: a number that tells a new list from all others of the process, until it leaves.
+  Result<UInt32> AddList(Recorder& list);
   void RemoveList(UInt32 number);
   Bool HasList(UInt32 number);
   Bool HasSeveralLists() const { return _listCount.load(std::memory_order_relaxed) > 1; }
@@ -135,7 +135,7 @@ class Device final : public DrawportCounted<Device, DrawportObject> {
 
   struct ListEntry {
     UInt32 number;
-    CommandList* list;
+    Recorder* list;
   };
   ListEntry* FindList(UInt32 number);
   std::mutex _listMutex;

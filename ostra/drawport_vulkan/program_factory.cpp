@@ -65,7 +65,7 @@ DrawportParameterHandle ProgramFactory::GetStageParameterHandle(DrawportStage st
 Result<DrawportParameterValueSet*> ProgramFactory::GetParameterValueSet(DrawportContextInterface& context, UInt64 owner,
                                                                         UInt64 programHash) {
   OSTRA_ASSIGN_OR_RETURN(Context * found, FindContext(context));
-  const UInt32 list = found->GetCommands().GetNumber();
+  const UInt32 list = found->GetCommands().GetRecorder().GetNumber();
   const std::scoped_lock lock(_valueSetMutex);
   for (ValueSet* set : _valueSets)
     if (set->IsOf(list, owner, programHash)) return set;

@@ -12,8 +12,8 @@
 namespace ostra::vulkan {
 
 struct BoundSet;
-class CommandList;
 class ProgramFactory;
+class Recorder;
 struct ProgramStage;
 
 // Where a parameter's value goes.
@@ -87,7 +87,7 @@ class ValueSet final : public DrawportParameterValueSet {
 
   // Readies everything for a dispatch of the batch that `list` records; afterwards nothing else may be recorded before
   // it. Error: illegal state for another list, or a resource that is not set.
-  Result<Binding> Prepare(CommandList& list);
+  Result<Binding> Prepare(Recorder& list);
 
  private:
   struct Set {
@@ -98,17 +98,17 @@ class ValueSet final : public DrawportParameterValueSet {
   };
 
   // Readies the objects and lets the batch hold them.
-  Result<void> KeepObjects(CommandList& list);
+  Result<void> KeepObjects(Recorder& list);
   // Error: illegal state, with the parameter's name.
   Result<void> MakeUnsetError(Int binding) const;
   // Makes a set that has the published objects the current one: the one that was written with them, or one that the
   // device is done with, or a new one.
-  Result<void> FindSet(CommandList& list);
-  Result<void> TakeSet(CommandList& list);
-  Result<void> AddSet(CommandList& list);
+  Result<void> FindSet(Recorder& list);
+  Result<void> TakeSet(Recorder& list);
+  Result<void> AddSet(Recorder& list);
   // Finds the current set by its objects from now on.
   void NoteObjects(UInt64 hash);
-  void WriteSet(CommandList& list);
+  void WriteSet(Recorder& list);
   void FindDynamicPlaces();
   // The value behind a dynamic storage binding.
   const ParameterPlace* FindValue(Int binding) const;

@@ -2,7 +2,8 @@
 
 #include <algorithm>
 
-#include "ostra/drawport_vulkan/command_list.h"
+#include "ostra/drawport_vulkan/recorder.h"
+#include "ostra/drawport_vulkan/staging.h"
 
 OSTRA_UNIT("drawport_vulkan");
 
@@ -59,7 +60,18 @@ void ImageResource::RecordSetup(VkCommandBuffer commands) {
     vkCmdClearColorImage(commands, _image, VK_IMAGE_LAYOUT_GENERAL, &zero, 1, &barrier.subresourceRange);
 }
 
-Result<void> CommandList::EnsureCleared(ImageResource& image) {
+Result<void> Recorder::EnsureZeroed(BufferResource& buffer) {
+  const Int begin = buffer.GetZeroBegin();
+  const Int end = buffer.GetPaddedSize();
+  if (begin >= end) return OK;
+  const Bool isQuick = buffer.IsHostCached() || end - begin <= kLargeTransfer;
+  if (!buffer.GetMapped() || !isQuick || !IsIdle(buffer)) return FillWithZeros(buffer);
+  std::fill(buffer.GetMapped() + begin, buffer.GetMapped() + end, Byte(0));
+  buffer.SetZeroBegin(end, 0);
+  return OK;
+}
+
+Result<void> Recorder::EnsureCleared(ImageResource& image) {
   if (image.IsCleared()) return OK;
   OSTRA_RETURN_IF_ERROR(BeginBatch());
   OSTRA_RETURN_IF_ERROR(Keep(image));
@@ -71,7 +83,7 @@ Result<void> CommandList::EnsureCleared(ImageResource& image) {
   return OK;
 }
 
-Result<void> CommandList::FillWithZeros(BufferResource& buffer) {
+Result<void> Recorder::FillWithZeros(BufferResource& buffer) {
   OSTRA_ASSIGN_OR_RETURN(const UInt64 serial, BeginBatch());
   OSTRA_RETURN_IF_ERROR(Keep(buffer));
   Setup& setup = _device->GetSetup();
@@ -87,7 +99,7 @@ Result<void> CommandList::FillWithZeros(BufferResource& buffer) {
   return OK;
 }
 
-Result<void> CommandList::RecordSetup(Batch& batch, Bool isAfterOthers) {
+Result<void> Recorder::RecordSetup(Batch& batch, Bool isAfterOthers) {
   const BaseArray<DeviceResource*>& planned = _device->GetSetup().GetPlanned();
   OSTRA_RETURN_IF_ERROR(batch.kept.Reserve(batch.kept.GetCount() + planned.GetCount()));
   VkCommandBufferBeginInfo info = {VK_STRUCTURE_TYPE_COMMAND_BUFFER_BEGIN_INFO};
@@ -105,7 +117,7 @@ Result<void> CommandList::RecordSetup(Batch& batch, Bool isAfterOthers) {
   return OSTRA_VULKAN(vkEndCommandBuffer(batch.setup));
 }
 
-Result<UInt64> CommandList::SubmitBehindSetup(Batch& batch) {
+Result<UInt64> Recorder::SubmitBehindSetup(Batch& batch) {
   Setup& setup = _device->GetSetup();
   const std::scoped_lock lock(setup.GetMutex());
   const Bool isAfterOthers = DependsOnOthers(batch);
@@ -120,7 +132,7 @@ Result<UInt64> CommandList::SubmitBehindSetup(Batch& batch) {
   return _submittedValue;
 }
 
-Bool CommandList::DependsOnOthers(const Batch& batch) const {
+Bool Recorder::DependsOnOthers(const Batch& batch) const {
   const UInt64 ordered = _device->GetSetup().GetOrderedValue();
   return std::any_of(batch.kept.begin(), batch.kept.end(), [&](const DeviceResourceRef& resource) {
     return resource->HasContents() && resource->GetSubmittingList() != _number &&

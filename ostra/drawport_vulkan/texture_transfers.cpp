@@ -1,5 +1,5 @@
 // How texels get to the device and back, always through staging memory.
-#include "ostra/drawport_vulkan/command_list.h"
+#include "ostra/drawport_vulkan/transfers.h"
 #include "ostra/jobs/parallel_for.h"
 
 OSTRA_UNIT("drawport_vulkan");
@@ -60,11 +60,11 @@ void ImageResource::RecordRead(VkCommandBuffer commands, const DrawportRegion& r
   vkCmdCopyImageToBuffer(commands, _image, VK_IMAGE_LAYOUT_GENERAL, target, 1, &copy);
 }
 
-Result<Byte*> CommandList::ReadTexture(StagingBuffer& staging, ImageResource& image, const DrawportRegion& region,
-                                       Int hostSize) {
+Result<Byte*> Transfers::ReadTexture(StagingBuffer& staging, ImageResource& image, const DrawportRegion& region,
+                                     Int hostSize) {
   const Bool isRepacked = NeedsRepacking(image, region.extent.width);
   if (isRepacked) OSTRA_RETURN_IF_ERROR(staging.texels.Resize(hostSize));
-  OSTRA_RETURN_IF_ERROR(EnsureCleared(image));
+  OSTRA_RETURN_IF_ERROR(_recorder.EnsureCleared(image));
   OSTRA_ASSIGN_OR_RETURN(StagingMemory * memory, Read(image, region));
   staging.memory = memory;
   if (!isRepacked) return memory->buffer->GetMapped();
@@ -72,28 +72,21 @@ Result<Byte*> CommandList::ReadTexture(StagingBuffer& staging, ImageResource& im
   return staging.texels.GetFirst();
 }
 
-Result<Byte*> CommandList::PrivateMapTexture(DrawportStagingBuffer& stagingBuffer, DrawportMapMode mode,
-                                             DrawportTexture& texture, const DrawportRegion& region, Int level,
-                                             Int layer, Int stagingOffset, Int flags) {
-  auto& staging = static_cast<StagingBuffer&>(stagingBuffer);
-  auto& image = static_cast<ImageResource&>(texture);
-  OSTRA_ASSIGN_OR_RETURN(const Int hostSize, image.GetStagingBufferSize(region.origin, region.extent, level, layer));
+Result<Byte*> Transfers::MapTextureForWriting(StagingBuffer& staging, const ImageResource& image,
+                                              const DrawportRegion& region, Int hostSize) {
+  const Bool isRepacked = NeedsRepacking(image, region.extent.width);
+  if (isRepacked) OSTRA_RETURN_IF_ERROR(staging.texels.Resize(hostSize));
+  OSTRA_ASSIGN_OR_RETURN(staging.memory, TakeStagingMemory(image.GetReadSize(region), MemoryUse::Upload));
+  return isRepacked ? staging.texels.GetFirst() : staging.memory->buffer->GetMapped();
+}
+
+Result<Byte*> Transfers::MapTexture(StagingBuffer& staging, DrawportMapMode mode, ImageResource& image,
+                                    const DrawportRegion& region, Int hostSize) {
   OSTRA_RETURN_IF_ERROR(staging.CheckMapping(mode, hostSize));
-  if (stagingOffset != 0 || flags != 0)
-    return OSTRA_ILLEGAL_ARGUMENT("A staging buffer is mapped from its beginning and without flags, not with @ and @.",
-                                  stagingOffset, flags);
-  OSTRA_RETURN_IF_ERROR(image.CheckIsOn(*_device));
-  if (_device->IsLost()) return MakeDeviceLostError(kOstraUnit, __LINE__);
+  OSTRA_RETURN_IF_ERROR(CheckUsable(image));
   staging.memory = nullptr;
-  const auto map = [&]() -> Result<Byte*> {
-    if (mode == DrawportMapMode::Read) return ReadTexture(staging, image, region, hostSize);
-    const Bool isRepacked = NeedsRepacking(image, region.extent.width);
-    if (isRepacked) OSTRA_RETURN_IF_ERROR(staging.texels.Resize(hostSize));
-    const Int size = isRepacked ? GetDeviceSize(image, region.extent) : hostSize;
-    OSTRA_ASSIGN_OR_RETURN(staging.memory, TakeStagingMemory(size, MemoryUse::Upload));
-    return isRepacked ? staging.texels.GetFirst() : staging.memory->buffer->GetMapped();
-  };
-  Result<Byte*> mapped = map();
+  Result<Byte*> mapped = mode == DrawportMapMode::Read ? ReadTexture(staging, image, region, hostSize)
+                                                       : MapTextureForWriting(staging, image, region, hostSize);
   if (!mapped) {
     if (staging.memory) staging.memory->isMapped = false;
     staging.memory = nullptr;
@@ -107,30 +100,30 @@ Result<Byte*> CommandList::PrivateMapTexture(DrawportStagingBuffer& stagingBuffe
   return mapped;
 }
 
-Result<void> CommandList::CommitTexture(StagingBuffer& staging) {
+Result<void> Transfers::CommitTexture(StagingBuffer& staging) {
   ImageResource& image = *staging.image;
   BufferResource& memory = *staging.memory->buffer;
   if (NeedsRepacking(image, staging.region.extent.width))
     Repack(image, staging.region.extent, staging.texels.GetFirst(), memory.GetMapped(), true);
-  OSTRA_RETURN_IF_ERROR(EnsureCleared(image));
-  OSTRA_ASSIGN_OR_RETURN(const UInt64 serial, BeginBatch());
-  OSTRA_RETURN_IF_ERROR(Keep(image));
-  OSTRA_RETURN_IF_ERROR(Keep(memory));
-  PrepareTransfer(image, staging.region, true);
+  OSTRA_RETURN_IF_ERROR(_recorder.EnsureCleared(image));
+  OSTRA_ASSIGN_OR_RETURN(const UInt64 serial, _recorder.BeginBatch());
+  OSTRA_RETURN_IF_ERROR(_recorder.Keep(image));
+  OSTRA_RETURN_IF_ERROR(_recorder.Keep(memory));
+  _recorder.PrepareTransfer(image, staging.region, true);
   const VkBufferImageCopy copy = MakeCopy(image, staging.region);
-  vkCmdCopyBufferToImage(_current->commands, memory.GetHandle(), image.GetHandle(), VK_IMAGE_LAYOUT_GENERAL, 1, &copy);
+  vkCmdCopyBufferToImage(_recorder.GetCommands(), memory.GetHandle(), image.GetHandle(), VK_IMAGE_LAYOUT_GENERAL, 1,
+                         &copy);
   staging.memory->busyUntil = serial;
   return OK;
 }
 
-Result<void> CommandList::UnmapTexture(DrawportStagingBuffer& stagingBuffer) {
-  auto& staging = static_cast<StagingBuffer&>(stagingBuffer);
+Result<void> Transfers::UnmapTexture(StagingBuffer& staging) {
   if (staging.state != StagingBuffer::State::Texture)
     return OSTRA_ILLEGAL_STATE("No texture is mapped in this staging buffer.");
   Result<void> result = OK;
   if (staging.mode == DrawportMapMode::WriteDiscard) {
     result = CommitTexture(staging);
-    if (result && staging.bytes >= kLargeTransfer) result = Submit();
+    if (result && staging.bytes >= kLargeTransfer) result = _recorder.Submit();
   }
   staging.memory->isMapped = false;
   staging.memory = nullptr;

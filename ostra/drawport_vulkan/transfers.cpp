@@ -1,9 +1,8 @@
-// How bytes get to the device and back. Where the host sees a buffer and nothing that was recorded names it, the host
-// reads and writes the buffer itself; otherwise bytes go through staging memory, of which several pieces are on their
-// way at once.
+#include "ostra/drawport_vulkan/transfers.h"
+
 #include <algorithm>
 
-#include "ostra/drawport_vulkan/command_list.h"
+#include "ostra/core/format.h"
 
 OSTRA_UNIT("drawport_vulkan");
 
@@ -14,7 +13,7 @@ DrawportRegion MakeRange(Int begin, Int count) { return {{begin, 0, 0}, {count, 
 
 }  // namespace
 
-Result<DrawportStagingBuffer*> CommandList::AllocStagingBuffer(Int bytes, DrawportStagingUse use) {
+Result<DrawportStagingBuffer*> Transfers::AllocStagingBuffer(Int bytes, DrawportStagingUse use) {
   StagingBuffer* found = nullptr;
   for (StagingBuffer* staging : _stagingBuffers)
     if (staging->state == StagingBuffer::State::Released) found = staging;
@@ -29,57 +28,30 @@ Result<DrawportStagingBuffer*> CommandList::AllocStagingBuffer(Int bytes, Drawpo
   return found;
 }
 
-Result<StagingMemory*> CommandList::TakeStagingMemory(Int bytes, MemoryUse use) {
+Result<StagingMemory*> Transfers::TakeStagingMemory(Int bytes, MemoryUse use) {
   const Int size = StagingPool::GetBlockSize(bytes);
   while (true) {
-    const UInt64 completed = GetCompletedSerial();
+    const UInt64 completed = _recorder.GetCompletedSerial();
     if (StagingMemory* const memory = _stagingPool.Take(bytes, use, completed)) return memory;
     if (!_stagingPool.MustWait(size, completed)) break;
-    OSTRA_RETURN_IF_ERROR(Submit());
-    OSTRA_RETURN_IF_ERROR(WaitForOldest());
+    OSTRA_RETURN_IF_ERROR(_recorder.Submit());
+    OSTRA_RETURN_IF_ERROR(_recorder.WaitForOldest());
   }
   FreeSpareMemory();  // what is there does not fit
-  OSTRA_ASSIGN_OR_RETURN(BufferRef buffer, BufferResource::Create(*_device, size, use, false));
+  OSTRA_ASSIGN_OR_RETURN(BufferRef buffer, BufferResource::Create(_recorder.GetDevice(), size, use, false));
   const Int created = buffer->GetSize();
   return _stagingPool.Add(std::move(buffer), created, use);
 }
 
-void CommandList::FreeSpareMemory() {
+void Transfers::FreeSpareMemory() {
   _readAhead.Drop();
   for (StagingBuffer* staging : _stagingBuffers)
     if (staging->state == StagingBuffer::State::Released) staging->texels = {};
-  _stagingPool.FreeSpare(GetCompletedSerial());
+  _stagingPool.FreeSpare(_recorder.GetCompletedSerial());
 }
 
-Bool CommandList::IsIdle(const DeviceResource& resource) {
-  RetireReached();
-  if (!resource.IsInUse()) return true;
-  if (!_device->HasSeveralLists()) return false;
-  _device->ReleaseDone();
-  return !resource.IsInUse();
-}
-
-Result<void> CommandList::WaitFor(const DeviceResource& resource) {
-  if (IsIdle(resource)) return OK;
-  if (resource.IsPlanned()) OSTRA_RETURN_IF_ERROR(BeginBatch());  // for its setup to go with
-  OSTRA_RETURN_IF_ERROR(Submit());
-  while (!IsIdle(resource) && _batches[_oldest].isInFlight) OSTRA_RETURN_IF_ERROR(WaitForOldest());
-  return IsIdle(resource) ? Result<void>(OK) : _device->WaitForSubmitted();
-}
-
-Result<void> CommandList::EnsureZeroed(BufferResource& buffer) {
-  const Int begin = buffer.GetZeroBegin();
-  const Int end = buffer.GetPaddedSize();
-  if (begin >= end) return OK;
-  const Bool isQuick = buffer.IsHostCached() || end - begin <= kLargeTransfer;
-  if (!buffer.GetMapped() || !isQuick || !IsIdle(buffer)) return FillWithZeros(buffer);
-  std::fill(buffer.GetMapped() + begin, buffer.GetMapped() + end, Byte(0));
-  buffer.SetZeroBegin(end, 0);
-  return OK;
-}
-
-Result<Byte*> CommandList::MapForWriting(StagingBuffer& staging, BufferResource& buffer, Int byteOffset, Int bytes) {
-  if (buffer.GetMapped() && IsIdle(buffer)) {
+Result<Byte*> Transfers::MapForWriting(StagingBuffer& staging, BufferResource& buffer, Int byteOffset, Int bytes) {
+  if (buffer.GetMapped() && _recorder.IsIdle(buffer)) {
     const Int zeroBegin = buffer.GetZeroBegin();
     if (byteOffset > zeroBegin) std::fill(buffer.GetMapped() + zeroBegin, buffer.GetMapped() + byteOffset, Byte(0));
     const Int end = byteOffset + bytes;
@@ -91,19 +63,18 @@ Result<Byte*> CommandList::MapForWriting(StagingBuffer& staging, BufferResource&
   return staging.memory->buffer->GetMapped();
 }
 
-Result<Byte*> CommandList::PrivateMapBuffer(DrawportStagingBuffer& stagingBuffer, DrawportMapMode mode,
-                                            DrawportDeviceBuffer& deviceBuffer, Int stagingOffset, Int byteOffset,
-                                            Int bytes) {
-  auto& staging = static_cast<StagingBuffer&>(stagingBuffer);
-  auto& buffer = static_cast<BufferResource&>(deviceBuffer);
+Result<void> Transfers::CheckUsable(const DeviceResource& resource) const {
+  OSTRA_RETURN_IF_ERROR(resource.CheckIsOn(_recorder.GetDevice()));
+  return _recorder.GetDevice().IsLost() ? MakeDeviceLostError(kOstraUnit, __LINE__) : Result<void>(OK);
+}
+
+Result<Byte*> Transfers::MapBuffer(StagingBuffer& staging, DrawportMapMode mode, BufferResource& buffer, Int byteOffset,
+                                   Int bytes) {
   OSTRA_RETURN_IF_ERROR(staging.CheckMapping(mode, bytes));
-  if (stagingOffset != 0)
-    return OSTRA_ILLEGAL_ARGUMENT("A staging buffer is mapped from its beginning, not from byte @.", stagingOffset);
   if (byteOffset < 0 || byteOffset > buffer.GetSize() - bytes)
     return OSTRA_ILLEGAL_ARGUMENT("@ bytes from byte @ on are not inside a device buffer of @ bytes.", bytes,
                                   byteOffset, buffer.GetSize());
-  OSTRA_RETURN_IF_ERROR(buffer.CheckIsOn(*_device));
-  if (_device->IsLost()) return MakeDeviceLostError(kOstraUnit, __LINE__);
+  OSTRA_RETURN_IF_ERROR(CheckUsable(buffer));
   staging.memory = nullptr;
   const Bool isRead = mode == DrawportMapMode::Read;
   Result<Byte*> mapped =
@@ -121,39 +92,40 @@ Result<Byte*> CommandList::PrivateMapBuffer(DrawportStagingBuffer& stagingBuffer
   return mapped;
 }
 
-Result<void> CommandList::CommitBuffer(StagingBuffer& staging) {
+Result<void> Transfers::CommitBuffer(StagingBuffer& staging) {
   BufferResource& buffer = *staging.buffer;
   const Int end = staging.byteOffset + staging.bytes;
   const Int zeroBegin = buffer.GetZeroBegin();
   const Bool isLast = end == buffer.GetSize();
   // Zeros are filled in words: before bytes that leave a gap, or that end inside a word.
   if (staging.byteOffset > zeroBegin || (end > zeroBegin && end % 4 != 0 && !isLast))
-    OSTRA_RETURN_IF_ERROR(FillWithZeros(buffer));
-  OSTRA_ASSIGN_OR_RETURN(const UInt64 serial, BeginBatch());
-  OSTRA_RETURN_IF_ERROR(Keep(buffer));
-  OSTRA_RETURN_IF_ERROR(Keep(*staging.memory->buffer));
-  PrepareTransfer(buffer, MakeRange(staging.byteOffset, staging.bytes), true);
+    OSTRA_RETURN_IF_ERROR(_recorder.FillWithZeros(buffer));
+  OSTRA_ASSIGN_OR_RETURN(const UInt64 serial, _recorder.BeginBatch());
+  OSTRA_RETURN_IF_ERROR(_recorder.Keep(buffer));
+  OSTRA_RETURN_IF_ERROR(_recorder.Keep(*staging.memory->buffer));
+  _recorder.PrepareTransfer(buffer, MakeRange(staging.byteOffset, staging.bytes), true);
   VkBufferCopy copy = {0, static_cast<VkDeviceSize>(staging.byteOffset), static_cast<VkDeviceSize>(staging.bytes)};
-  vkCmdCopyBuffer(_current->commands, staging.memory->buffer->GetHandle(), buffer.GetHandle(), 1, &copy);
+  vkCmdCopyBuffer(_recorder.GetCommands(), staging.memory->buffer->GetHandle(), buffer.GetHandle(), 1, &copy);
   staging.memory->busyUntil = serial;
   if (end > buffer.GetZeroBegin())
-    buffer.SetZeroBegin(isLast ? buffer.GetPaddedSize() : end, DeviceResource::MakeStamp(_number, serial));
+    buffer.SetZeroBegin(isLast ? buffer.GetPaddedSize() : end,
+                        DeviceResource::MakeStamp(_recorder.GetNumber(), serial));
   return OK;
 }
 
-Result<void> CommandList::UnmapBuffer(DrawportStagingBuffer& stagingBuffer, DrawportUnmapMode) {
-  auto& staging = static_cast<StagingBuffer&>(stagingBuffer);
+Result<void> Transfers::UnmapBuffer(StagingBuffer& staging) {
   if (staging.state != StagingBuffer::State::Buffer)
     return OSTRA_ILLEGAL_STATE("No buffer is mapped in this staging buffer.");
   Result<void> result = OK;
   // What the host has written itself goes with the device as well.
-  if (staging.mode == DrawportMapMode::WriteDiscard && _device->IsLost())
+  if (staging.mode == DrawportMapMode::WriteDiscard && _recorder.GetDevice().IsLost())
     result = MakeDeviceLostError(kOstraUnit, __LINE__);
   if (staging.memory) {
     if (result && staging.mode == DrawportMapMode::WriteDiscard) result = CommitBuffer(staging);
     staging.memory->isMapped = false;
     // On its way at once, so that the device copies while the host fills the next piece.
-    if (result && staging.mode == DrawportMapMode::WriteDiscard && staging.bytes >= kLargeTransfer) result = Submit();
+    if (result && staging.mode == DrawportMapMode::WriteDiscard && staging.bytes >= kLargeTransfer)
+      result = _recorder.Submit();
   } else if (staging.mode == DrawportMapMode::WriteDiscard)
     staging.buffer->NoteHostWrite();
   staging.memory = nullptr;
@@ -162,9 +134,7 @@ Result<void> CommandList::UnmapBuffer(DrawportStagingBuffer& stagingBuffer, Draw
   return result;
 }
 
-void CommandList::ReleaseStagingBuffer(DrawportStagingBuffer* stagingBuffer) {
-  auto* staging = static_cast<StagingBuffer*>(stagingBuffer);
-  if (!staging) return;
+void Transfers::ReleaseStagingBuffer(StagingBuffer* staging) {
   // Mapped still: there may be bytes.
   if (staging->buffer && staging->mode == DrawportMapMode::WriteDiscard) staging->buffer->NoteHostWrite();
   if (staging->memory) staging->memory->isMapped = false;
@@ -174,26 +144,24 @@ void CommandList::ReleaseStagingBuffer(DrawportStagingBuffer* stagingBuffer) {
   staging->state = StagingBuffer::State::Released;
 }
 
-Result<void> CommandList::SetAtomicCounterValue(DrawportAtomicCounter& counter, UInt32 value) {
-  BufferResource& buffer = static_cast<CounterResource&>(counter).GetBuffer();
-  OSTRA_RETURN_IF_ERROR(buffer.CheckIsOn(*_device));
-  if (_device->IsLost()) return MakeDeviceLostError(kOstraUnit, __LINE__);
-  OSTRA_RETURN_IF_ERROR(EnsureZeroed(buffer));
-  if (buffer.GetMapped() && IsIdle(buffer)) {
+Result<void> Transfers::SetCounter(CounterResource& counter, UInt32 value) {
+  BufferResource& buffer = counter.GetBuffer();
+  OSTRA_RETURN_IF_ERROR(CheckUsable(buffer));
+  OSTRA_RETURN_IF_ERROR(_recorder.EnsureZeroed(buffer));
+  if (buffer.GetMapped() && _recorder.IsIdle(buffer)) {
     MemCopy(buffer.GetMapped(), &value, sizeof(value));
     return OK;
   }
-  OSTRA_RETURN_IF_ERROR(BeginBatch());
-  OSTRA_RETURN_IF_ERROR(Keep(buffer));
-  PrepareTransfer(buffer, MakeRange(0, sizeof(value)), true);
-  vkCmdUpdateBuffer(_current->commands, buffer.GetHandle(), 0, sizeof(value), &value);
+  OSTRA_RETURN_IF_ERROR(_recorder.BeginBatch());
+  OSTRA_RETURN_IF_ERROR(_recorder.Keep(buffer));
+  _recorder.PrepareTransfer(buffer, MakeRange(0, sizeof(value)), true);
+  vkCmdUpdateBuffer(_recorder.GetCommands(), buffer.GetHandle(), 0, sizeof(value), &value);
   return OK;
 }
 
-Result<UInt32> CommandList::GetAtomicCounterValue(DrawportAtomicCounter& counter) {
-  BufferResource& buffer = static_cast<CounterResource&>(counter).GetBuffer();
-  OSTRA_RETURN_IF_ERROR(buffer.CheckIsOn(*_device));
-  if (_device->IsLost()) return MakeDeviceLostError(kOstraUnit, __LINE__);
+Result<UInt32> Transfers::GetCounter(CounterResource& counter) {
+  BufferResource& buffer = counter.GetBuffer();
+  OSTRA_RETURN_IF_ERROR(CheckUsable(buffer));
   StagingBuffer staging;
   auto mapped = MapForReading(staging, buffer, 0, sizeof(UInt32));
   if (staging.memory) staging.memory->isMapped = false;

@@ -2,8 +2,8 @@
 #include <bit>
 #include <cstring>
 
-#include "ostra/drawport_vulkan/command_list.h"
 #include "ostra/drawport_vulkan/program_factory.h"
+#include "ostra/drawport_vulkan/recorder.h"
 #include "ostra/drawport_vulkan/render_target.h"
 
 OSTRA_UNIT("drawport_vulkan");
@@ -90,7 +90,7 @@ Result<void> ValueSet::MakeUnsetError(Int binding) const {
   return OSTRA_ILLEGAL_STATE("A parameter of the GPU program is not set.");
 }
 
-Result<void> ValueSet::KeepObjects(CommandList& list) {
+Result<void> ValueSet::KeepObjects(Recorder& list) {
   const BaseArray<PipelineBinding>& bindings = _factory.GetPipeline().GetBindings();
   for (Int i = 0; i < _objects.GetCount(); ++i) {
     const VkDescriptorType type = bindings[i].type;
@@ -127,7 +127,7 @@ ValueSet::Range ValueSet::FindRange(Int binding) const {
   return {place.valueOffset, place.valueSize};
 }
 
-Result<ValueSet::Binding> ValueSet::Prepare(CommandList& list) {
+Result<ValueSet::Binding> ValueSet::Prepare(Recorder& list) {
   if (list.GetNumber() != _list)
     return OSTRA_ILLEGAL_STATE("The parameters of the GPU program were set for another context.");
   const BaseArray<PipelineBinding>& bindings = _factory.GetPipeline().GetBindings();
@@ -141,7 +141,7 @@ Result<ValueSet::Binding> ValueSet::Prepare(CommandList& list) {
     _written.Reset();
   }
   if (GetSliceSize() > 0 && _sliceSerial != serial) {
-    OSTRA_ASSIGN_OR_RETURN(const CommandList::UniformSlice slice, list.AllocateUniforms(GetSliceSize()));
+    OSTRA_ASSIGN_OR_RETURN(const Recorder::UniformSlice slice, list.AllocateUniforms(GetSliceSize()));
     MemCopy(slice.memory, _bytes.GetFirst(), _bytes.GetCount());
     if (_gradients.IsPopulated() && _gradients.GetCount() <= _gradientRoom)
       MemCopy(slice.memory + _factory.GetSliceSize(), _gradients.GetFirst(),
@@ -192,7 +192,7 @@ const ParameterPlace* ValueSet::FindValue(Int binding) const {
                       [binding](const ParameterPlace& place) { return place.binding == binding; });
 }
 
-Result<void> ValueSet::FindSet(CommandList& list) {
+Result<void> ValueSet::FindSet(Recorder& list) {
   const UInt64 hash = GetHash(_objects);
   const Int* const known = _written.Find(hash);
   if (known && std::equal(_objects.begin(), _objects.end(), _sets[*known].objects.begin())) {
@@ -215,7 +215,7 @@ void ValueSet::NoteObjects(UInt64 hash) {
   if (const auto entry = _written.Insert(hash)) *entry->value = _current;
 }
 
-Result<void> ValueSet::TakeSet(CommandList& list) {
+Result<void> ValueSet::TakeSet(Recorder& list) {
   const UInt64 completed = list.GetCompletedSerial();
   if (completed != _scannedSerial) _scanned = 0;
   _scannedSerial = completed;
@@ -230,7 +230,7 @@ Result<void> ValueSet::TakeSet(CommandList& list) {
   return OK;
 }
 
-Result<void> ValueSet::AddSet(CommandList& list) {
+Result<void> ValueSet::AddSet(Recorder& list) {
   const Pipeline& pipeline = _factory.GetPipeline();
   OSTRA_RETURN_IF_ERROR(_sets.Reserve(_sets.GetCount() + 1));
   if (_setsLeft == 0) {
@@ -254,7 +254,7 @@ Result<void> ValueSet::AddSet(CommandList& list) {
   return OK;
 }
 
-void ValueSet::WriteSet(CommandList& list) {
+void ValueSet::WriteSet(Recorder& list) {
   const BaseArray<PipelineBinding>& bindings = _factory.GetPipeline().GetBindings();
   for (Int i = 0; i < bindings.GetCount(); ++i) {
     const BoundObject& object = _objects[i];

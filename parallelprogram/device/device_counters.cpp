@@ -47,4 +47,9 @@ Result<UInt32> GetCounterValue(const GpuContextData& data, const GpuCounterTable
   return data.GetCommandList().GetAtomicCounterValue(*counter.counter);
 }
 
+Result<UInt64> RecordCounterRead(const GpuContextData& data, const GpuCounterTable& table, const InternedId& attr) {
+  OSTRA_ASSIGN_OR_RETURN(const GpuCounter& counter, FindCounter(table, attr));
+  return data.GetCommandList().RecordCounterRead(*counter.counter);
+}
+
 }  // namespace ostra

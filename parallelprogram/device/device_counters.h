@@ -21,5 +21,7 @@ Result<void> LinkCounter(const GpuCounterTable& table, const InternedId& attr, G
 Result<void> SetCounterValue(const GpuContextData& data, const GpuCounterTable& table, const InternedId& attr,
                              UInt32 value);
 Result<UInt32> GetCounterValue(const GpuContextData& data, const GpuCounterTable& table, const InternedId& attr);
+// See DrawportCommandList::RecordCounterRead.
+Result<UInt64> RecordCounterRead(const GpuContextData& data, const GpuCounterTable& table, const InternedId& attr);
 
 }  // namespace ostra

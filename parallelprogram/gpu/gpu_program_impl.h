@@ -10,13 +10,15 @@
 #include "parallelprogram/device/device_textures.h"
 #include "parallelprogram/gpu/copy_kernel.h"
 #include "parallelprogram/gpu/gpu_kernel.h"
+#include "parallelprogram/program/counter_reads_interface.h"
 #include "parallelprogram/program/dispatch_times_interface.h"
 #include "parallelprogram/program/parallel_program.h"
 
 namespace ostra {
 
-class ParallelProgramGPUImpl final : public Component<ParallelProgramGPUImpl, ParallelProgramInterface,
-                                                      DispatchTimesInterface, KernelReportInterface> {
+class ParallelProgramGPUImpl final
+    : public Component<ParallelProgramGPUImpl, ParallelProgramInterface, CounterReadsInterface, DispatchTimesInterface,
+                       KernelReportInterface> {
  public:
   static constexpr const char* kComponentName = "ParallelProgramGPUImpl";
 
@@ -74,6 +76,8 @@ class ParallelProgramGPUImpl final : public Component<ParallelProgramGPUImpl, Pa
   Result<void> SetAtomicCounterToActiveKernel(const InternedId& attr) override;
   Result<void> SetAtomicCounter(const InternedId& attr, UInt32 value) override;
   Result<UInt32> GetAtomicCounter(const InternedId& attr) const override;
+  Result<UInt64> RecordCounterRead(const InternedId& attr) override;
+  Result<UInt32> TakeCounterRead(UInt64 number) override;
 
   Result<void> SetUniform(const InternedId& attr, ForwardingDataPtr&& data) override;
   Result<void> SwapBuffers(const InternedId& bufferOne, const InternedId& bufferTwo) override;

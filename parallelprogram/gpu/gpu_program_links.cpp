@@ -56,4 +56,12 @@ Result<UInt32> ParallelProgramGPUImpl::GetAtomicCounter(const InternedId& attr) 
   return GetCounterValue(_current, _counters, attr);
 }
 
+Result<UInt64> ParallelProgramGPUImpl::RecordCounterRead(const InternedId& attr) {
+  return ostra::RecordCounterRead(_current, _counters, attr);
+}
+
+Result<UInt32> ParallelProgramGPUImpl::TakeCounterRead(UInt64 number) {
+  return _current.GetCommandList().TakeCounterRead(number);
+}
+
 }  // namespace ostra

@@ -250,6 +250,28 @@ TEST_F(ComputeTest, CountsWithAtomicCountersWhoseValuesAreSetAndReadInOrder) {
   EXPECT_EQ(Take(GetList().GetAtomicCounterValue(*counter)), 1064u);
 }
 
+TEST_F(ComputeTest, CopiesValuesOfCountersInTheOrderOfWork) {
+  auto item = Take(_cache->GetAtomicCounter({"hits"_iid, 1}));
+  DrawportAtomicCounter* counter = Take(item->MakeValid(*_context));
+  const UInt64 zero = Take(GetList().RecordCounterRead(*counter));
+  std::vector<UInt64> numbers;
+  for (UInt32 i = 0; i < 4096; ++i) {
+    Take(GetList().SetAtomicCounterValue(*counter, 3 * i));
+    numbers.push_back(Take(GetList().RecordCounterRead(*counter)));
+    if (i % 1000 == 0) Take(GetList().Execute(false));
+  }
+  Take(GetList().SetAtomicCounterValue(*counter, 1));
+  const auto isGone = [](UInt64 number) {
+    return IsErrorWith(kIllegalStateError, "There is no value of the counter read " + std::to_string(number) +
+                                               ": it was taken, was dropped, or is too old.");
+  };
+  EXPECT_THAT(GetList().TakeCounterRead(zero), isGone(zero));
+  EXPECT_THAT(GetList().TakeCounterRead(0), isGone(0));
+  EXPECT_EQ(Take(GetList().TakeCounterRead(numbers.back())), 3u * 4095);
+  for (UInt32 i = 0; i + 1 < numbers.size(); ++i) ASSERT_EQ(Take(GetList().TakeCounterRead(numbers[i])), 3 * i);
+  EXPECT_THAT(GetList().TakeCounterRead(numbers[0]), isGone(numbers[0]));
+}
+
 TEST_F(ComputeTest, ReadsGroupCountsOfAnIndirectDispatchWhenTheDeviceGetsThere) {
   DrawportDeviceBuffer* counts = MakeBuffer(2 * 16);
   DrawportDeviceBuffer* target = MakeBuffer(256 * 4);

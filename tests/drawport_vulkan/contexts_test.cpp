@@ -103,8 +103,8 @@ TEST_F(ContextsTest, FirstUsesGoWithWhateverIsSubmittedNext) {
     buffers.push_back(MakeBuffer(100));
   }
   EXPECT_EQ(CountSubmissions([&] {
-              for (const ImageRef& image : images) Take(GetList(other).EnsureCleared(*image));
-              for (const BufferRef& buffer : buffers) Take(GetList(other).EnsureZeroed(*buffer));
+              for (const ImageRef& image : images) Take(GetList(other).GetRecorder().EnsureCleared(*image));
+              for (const BufferRef& buffer : buffers) Take(GetList(other).GetRecorder().EnsureZeroed(*buffer));
             }),
             0);
   EXPECT_EQ(CountSubmissions([&] { Take(GetList(other).Execute(true)); }), 1);
@@ -116,8 +116,8 @@ TEST_F(ContextsTest, AFirstUseDoesNotWipeWhatAContextMadeLaterHasStored) {
   SetDrawportDirectMapping(false);
   const ImageRef image = MakeImage();
   const BufferRef buffer = MakeBuffer(64);
-  Take(GetList().EnsureCleared(*image));  // recorded, by the only context so far
-  Take(GetList().EnsureZeroed(*buffer));
+  Take(GetList().GetRecorder().EnsureCleared(*image));  // recorded, by the only context so far
+  Take(GetList().GetRecorder().EnsureZeroed(*buffer));
   const DrawportContextRef later = MakeOther();
   WriteRow(GetList(later), *image, 1, 5);
   Write(GetList(later), *buffer, 16, 16, 5);
@@ -136,8 +136,8 @@ TEST_F(ContextsTest, FirstUsesThatCouldNotBeSubmittedGoWithTheNextSubmissionOfAn
     SCOPED_TRACE(n);
     const ImageRef image = MakeImage();
     const BufferRef buffer = MakeBuffer(64);
-    Take(GetList().EnsureCleared(*image));
-    Take(GetList().EnsureZeroed(*buffer));
+    Take(GetList().GetRecorder().EnsureCleared(*image));
+    Take(GetList().GetRecorder().EnsureZeroed(*buffer));
     CallFaults::FailNth(n, VK_ERROR_OUT_OF_DEVICE_MEMORY);
     EXPECT_THAT(GetList().Execute(false), IsErrorOfKind(kOutOfMemoryError));
     CallFaults::Disable();
@@ -152,10 +152,10 @@ TEST_F(ContextsTest, FirstUsesOfADroppedContextStillComeBeforeWhatOthersDo) {
   DrawportContextRef other = MakeOther();
   const ImageRef image = MakeImage();
   const BufferRef buffer = MakeBuffer(64);
-  Take(GetList(other).BeginBatch());
-  Take(GetList(other).Keep(*buffer));  // in use, so that the device is to fill it
-  Take(GetList(other).EnsureZeroed(*buffer));
-  Take(GetList(other).EnsureCleared(*image));
+  Take(GetList(other).GetRecorder().BeginBatch());
+  Take(GetList(other).GetRecorder().Keep(*buffer));  // in use, so that the device is to fill it
+  Take(GetList(other).GetRecorder().EnsureZeroed(*buffer));
+  Take(GetList(other).GetRecorder().EnsureCleared(*image));
   other = {};
   Write(GetList(), *buffer, 16, 16, 5);  // not by the host itself, which would come too early
   WriteRow(GetList(), *image, 1, 5);
@@ -170,13 +170,13 @@ TEST_F(ContextsTest, WhatGoesBeforeItsFirstUseIsSubmittedLeavesNothingBehind) {
   const auto visit = [&] {
     const DrawportContextRef other = MakeOther();
     const ImageRef image = MakeImage();
-    Take(GetList(other).EnsureCleared(*image));
+    Take(GetList(other).GetRecorder().EnsureCleared(*image));
   };
   visit();
   const Int before = AllocationFaults::GetLiveCount();
   for (int i = 0; i < 5; ++i) visit();
   EXPECT_EQ(AllocationFaults::GetLiveCount(), before);
-  Take(GetList().BeginBatch());
+  Take(GetList().GetRecorder().BeginBatch());
   EXPECT_THAT(GetList().Execute(true), IsOk());
 }
 
@@ -184,8 +184,8 @@ TEST_F(ContextsTest, WorkWaitsForThatOfOthersJustWhenItNamesWhatTheyHaveUsed) {
   const BufferRef shared = MakeBuffer(64), own = MakeBuffer(64), another = MakeBuffer(64);
   // The calls of the driver that submit work with these buffers.
   const auto submit = [](CommandList& list, std::initializer_list<BufferRef> buffers) {
-    Take(list.BeginBatch());
-    for (const BufferRef& buffer : buffers) Take(list.Keep(*buffer));
+    Take(list.GetRecorder().BeginBatch());
+    for (const BufferRef& buffer : buffers) Take(list.GetRecorder().Keep(*buffer));
     return CountCalls([&] { Take(list.Execute(true)); });
   };
   submit(GetList(), {own});  // the first one of all
@@ -202,8 +202,8 @@ TEST_F(ContextsTest, WorkWaitsForThatOfOthersJustWhenItNamesWhatTheyHaveUsed) {
   EXPECT_EQ(submit(GetList(other), {shared}), waiting);
 
   // Recorded before the other one, submitted after it.
-  Take(GetList().BeginBatch());
-  Take(GetList().Keep(*shared));
+  Take(GetList().GetRecorder().BeginBatch());
+  Take(GetList().GetRecorder().Keep(*shared));
   submit(GetList(other), {shared});
   EXPECT_EQ(CountCalls([&] { Take(GetList().Execute(true)); }), waiting);
 }
@@ -214,11 +214,11 @@ TEST_F(ContextsTest, ABufferIsQuickAgainWhenTheWorkOfOtherContextsIsDone) {
   const BufferRef large = MakeBuffer(64 * kMiB);
   const DrawportContextRef other = MakeOther();
   for (const DrawportContextRef& context : {other, _first}) {
-    Take(GetList(context).BeginBatch());
-    Take(GetList(context).Keep(*buffer));
+    Take(GetList(context).GetRecorder().BeginBatch());
+    Take(GetList(context).GetRecorder().Keep(*buffer));
     EXPECT_TRUE(buffer->IsInUse());
-    Take(GetList(context).Keep(*large));
-    Take(GetList(context).EnsureZeroed(*large));  // by the device, which is not done when Execute returns
+    Take(GetList(context).GetRecorder().Keep(*large));
+    Take(GetList(context).GetRecorder().EnsureZeroed(*large));  // by the device, which is not done when Execute returns
     Take(GetList(context).Execute(false));
   }
   Take(GetDevice().WaitForSubmitted());
@@ -228,8 +228,8 @@ TEST_F(ContextsTest, ABufferIsQuickAgainWhenTheWorkOfOtherContextsIsDone) {
               EXPECT_THAT(Read(GetList(), *buffer, 0, 64), Each(Byte(9)));
             }),
             0);
-  Take(GetList(other).BeginBatch());
-  Take(GetList(other).Keep(*buffer));
+  Take(GetList(other).GetRecorder().BeginBatch());
+  Take(GetList(other).GetRecorder().Keep(*buffer));
   EXPECT_EQ(CountSubmissions([&] {
               Write(GetList(), *buffer, 0, 64, 10);
               Take(GetList().Execute(true));
@@ -273,8 +273,8 @@ TEST_F(ContextsTest, WhatWasReadAheadIsNotUsedAfterOtherWorkWithTheBuffer) {
   const BufferRef buffer = MakeBuffer(4 * kMiB);
   const BufferRef second = MakeBuffer(4 * kMiB);
   const auto use = [&](const DrawportContextRef& context, BufferResource& used) {
-    Take(GetList(context).BeginBatch());
-    Take(GetList(context).Keep(used));
+    Take(GetList(context).GetRecorder().BeginBatch());
+    Take(GetList(context).GetRecorder().Keep(used));
   };
   struct Case {
     std::function<void()> work;

@@ -36,7 +36,7 @@ class DeviceChangeTest : public testing::Test {
   // Loses the device of the context.
   void Lose() {
     Context& inside = static_cast<Context&>(*_context);
-    Take(inside.GetCommands().BeginBatch());
+    Take(inside.GetCommands().GetRecorder().BeginBatch());
     CallFaults::FailNth(2, VK_ERROR_DEVICE_LOST);  // after the end of recording
     EXPECT_THAT(inside.GetCommands().Execute(true), IsErrorWith(kIllegalStateError, "The GPU device is lost."));
     CallFaults::Disable();
@@ -184,10 +184,10 @@ TEST_F(DeviceChangeTest, OnALostDeviceNothingSucceeds) {
 
 TEST_F(DeviceChangeTest, WhatIsRecordedWhenTheDeviceIsLostEndsWithItsError) {
   const DrawportContextRef other = Take(_drawport->CreateOffscreenRenderContext(true, 0));
-  Take(static_cast<Context&>(*other).GetCommands().BeginBatch());
+  Take(static_cast<Context&>(*other).GetCommands().GetRecorder().BeginBatch());
   Lose();
   const auto isLost = IsErrorWith(kIllegalStateError, "The GPU device is lost.");
-  EXPECT_THAT(static_cast<Context&>(*other).GetCommands().BeginBatch(), isLost);
+  EXPECT_THAT(static_cast<Context&>(*other).GetCommands().GetRecorder().BeginBatch(), isLost);
   EXPECT_THAT(other->GetCommandList().Execute(false), isLost);
   EXPECT_THAT(other->GetCommandList().Execute(false), isLost);
 }

@@ -120,7 +120,7 @@ TEST_F(DevicesTest, ADeviceStartsWithItsFirstContext) {
 TEST_F(DevicesTest, AllContextsInThePlaceOfALostDeviceShareADrawport) {
   const DrawportRef drawport = AllocDrawport();
   const DrawportContextRef lost = Take(drawport->CreateOffscreenRenderContext(true, 1));
-  Take(static_cast<Context&>(*lost).GetCommands().BeginBatch());
+  Take(static_cast<Context&>(*lost).GetCommands().GetRecorder().BeginBatch());
   CallFaults::FailNth(2, VK_ERROR_DEVICE_LOST);  // after the end of recording
   EXPECT_THAT(lost->GetCommandList().Execute(true), IsErrorWith(kIllegalStateError, "The GPU device is lost."));
   CallFaults::Disable();

@@ -129,13 +129,27 @@ TEST_F(InternalTest, ALostDeviceAnswersEverythingWithTheSameError) {
   const DrawportContextRef context = Take(MakeContext());
   Context& inside = static_cast<Context&>(*context);
   const BufferRef buffer = Take(BufferResource::Create(inside.GetDevice(), 64, MemoryUse::Device, false));
-  Take(inside.GetCommands().BeginBatch());
+  Take(inside.GetCommands().GetRecorder().BeginBatch());
   CallFaults::FailNth(2, VK_ERROR_DEVICE_LOST);  // after the end of recording
   EXPECT_THAT(inside.GetCommands().Execute(true), IsErrorWith(kIllegalStateError, "The GPU device is lost."));
   CallFaults::Disable();
   EXPECT_TRUE(inside.GetDevice().IsLost());
-  EXPECT_THAT(inside.GetCommands().BeginBatch(), IsErrorWith(kIllegalStateError, "The GPU device is lost."));
+  EXPECT_THAT(inside.GetCommands().GetRecorder().BeginBatch(),
+              IsErrorWith(kIllegalStateError, "The GPU device is lost."));
   EXPECT_THAT(RunScenario(), IsOk());  // others go on with a fresh device
+}
+
+TEST_F(InternalTest, ValuesOfCountersGoWithTheWorkThatIsDropped) {
+  const DrawportContextRef context = Take(MakeContext());
+  CommandList& list = static_cast<Context&>(*context).GetCommands();
+  const CounterRef counter = Take(CounterResource::Create(list.GetDevice()));
+  const UInt64 dropped = Take(list.RecordCounterRead(*counter));
+  CallFaults::FailNth(1, VK_ERROR_OUT_OF_DEVICE_MEMORY);
+  EXPECT_THAT(list.TakeCounterRead(dropped), IsErrorOfKind(kOutOfMemoryError));
+  CallFaults::Disable();
+  EXPECT_THAT(list.TakeCounterRead(dropped), IsErrorContaining(kIllegalStateError, "was dropped"));
+  Take(list.SetAtomicCounterValue(*counter, 8));
+  EXPECT_EQ(Take(list.TakeCounterRead(Take(list.RecordCounterRead(*counter)))), 8u);
 }
 
 TEST_F(InternalTest, TheSameTextIsCompiledOnceAndFoundOnDiskByTheNextStart) {

@@ -126,8 +126,8 @@ TEST_F(LimitedDeviceTest, RunningWorkIsAwaitedBeforeDeviceMemorySpills) {
     ASSERT_TRUE(first);
     // Only recorded work holds it from here on.
     CommandList& list = static_cast<Context&>(*context).GetCommands();
-    Take(list.BeginBatch());
-    Take(list.Keep(*first));
+    Take(list.GetRecorder().BeginBatch());
+    Take(list.GetRecorder().Keep(*first));
     items.clear();
     ASSERT_EQ(g_limited.room, 20 * kMiB);
     ASSERT_TRUE(MakeBuffer(context, 80 * kMiB, items));

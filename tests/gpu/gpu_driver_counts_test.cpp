@@ -3,8 +3,8 @@
 #include <optional>
 #include <sstream>
 
-#include "parallelprogram/device/parser_cache.h"
 #include "parallelprogram/gpu/gpu_program.h"
+#include "parallelprogram/program/counter_reads_interface.h"
 #include "parallelprogram/program/parallel_program.h"
 #include "parallelprogram/textures/sampling_data.h"
 #include "parallelprogram/textures/texture_bind_data.h"
@@ -92,7 +92,6 @@ class GpuDriverCountsTest : public vulkan::DriverTest {
   }
   void TearDown() override {
     _driver.reset();
-    ResetParserCache();
     DriverTest::TearDown();
   }
 
@@ -185,6 +184,25 @@ TEST_P(GpuBufferCountsTest, OfADispatchAndItsCounterAHundredTimes) {
       EXPECT_EQ(Take(program->GetAtomicCounter("hits"_iid)), i);
     }
   });
+}
+
+TEST_P(GpuBufferCountsTest, OfCountersThatAreReadBehindAHundredDispatches) {
+  const ParallelProgramRef program = MakeProgram(kCount);
+  auto& reads = *FindInterface<CounterReadsInterface>(*program);
+  Take(program->AddAtomicCounter("hits"_iid, UInt32(0)));
+  Take(program->SetAtomicCounterToActiveKernel("hits"_iid));
+  ExpectCounts(GetName("counter_copies_100"), [&] {
+    std::vector<UInt64> numbers;
+    for (int i = 0; i < 100; ++i) {
+      Dispatch(*program);
+      numbers.push_back(Take(reads.RecordCounterRead("hits"_iid)));
+    }
+    for (UInt32 i = 0; i < 100; ++i) EXPECT_EQ(Take(reads.TakeCounterRead(numbers[i])), i + 1);
+  });
+  EXPECT_THAT(reads.TakeCounterRead(1),
+              IsErrorWith(kIllegalStateError,
+                          "There is no value of the counter read 1: it was taken, was dropped, or is too old."));
+  EXPECT_THAT(reads.RecordCounterRead("misses"_iid), IsErrorWith(kIllegalArgumentError, "atomic identifier not found"));
 }
 
 TEST_P(GpuBufferCountsTest, OfUploadDispatchAndReadBack) {

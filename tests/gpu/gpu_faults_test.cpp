@@ -126,7 +126,7 @@ TEST_F(GpuFaultsTest, OnALostDeviceNothingIsStoredOrMade) {
   Take(program->AddAtomicCounter("counter"_iid, UInt32(1)));
   Take(program->Execute(true));
   auto& commands = static_cast<vulkan::Context&>(*context).GetCommands();
-  Take(commands.BeginBatch());
+  Take(commands.GetRecorder().BeginBatch());
   vulkan::CallFaults::FailNth(2, VK_ERROR_DEVICE_LOST);  // after the end of recording
   const auto isLost = IsErrorWith(kIllegalStateError, "The GPU device is lost.");
   EXPECT_THAT(program->Execute(true), isLost);

@@ -1,9 +1,8 @@
-// Passes and draws. Rendering begins with the first draw of a pass. Everything else that is recorded ends it for a
-// moment; the next draw begins it again with what the targets have by then.
+#include "ostra/drawport_vulkan/pass_recorder.h"
+
 #include <algorithm>
 #include <limits>
 
-#include "ostra/drawport_vulkan/command_list.h"
 #include "ostra/drawport_vulkan/program_factory.h"
 
 OSTRA_UNIT("drawport_vulkan");
@@ -54,12 +53,12 @@ VkRenderingAttachmentInfoKHR MakeAttachment(const RenderTarget::Attachment& atta
 
 }  // namespace
 
-Result<void> CommandList::BeginDrawPass(DrawportRenderTarget& renderTarget, const DrawportClearValues& clear) {
+Result<void> PassRecorder::Begin(DrawportRenderTarget& renderTarget, const DrawportClearValues& clear) {
   auto& target = static_cast<RenderTarget&>(renderTarget);
   if (_target) return OSTRA_ILLEGAL_STATE("A draw pass begins inside of another one.");
-  if (&target.GetDevice() != _device.GetPointer())
+  if (&target.GetDevice() != &_recorder.GetDevice())
     return OSTRA_ILLEGAL_STATE("The render target was made for another device.");
-  if (_device->IsLost()) return MakeDeviceLostError(kOstraUnit, __LINE__);
+  if (_recorder.GetDevice().IsLost()) return MakeDeviceLostError(kOstraUnit, __LINE__);
   if (clear.clearsDepth && target.GetDepthFormat() != DrawportDepthFormat::None &&
       !(clear.depth >= 0 && clear.depth <= 1))
     return OSTRA_ILLEGAL_ARGUMENT("A depth is between 0 and 1, not @.", Float64(clear.depth));
@@ -70,32 +69,32 @@ Result<void> CommandList::BeginDrawPass(DrawportRenderTarget& renderTarget, cons
   return OK;
 }
 
-Result<void> CommandList::EndDrawPass() {
+Result<void> PassRecorder::End() {
   if (!_target) return OSTRA_ILLEGAL_STATE("There is no draw pass.");
   // A pass without draws still clears.
-  Result<void> result = _isCleared ? Result<void>(OK) : ResumePass();
-  SuspendPass();
+  Result<void> result = _isCleared ? Result<void>(OK) : Resume();
+  Suspend();
   _target = {};
   _lastPipeline = {};
-  if (result && _device->IsLost()) return MakeDeviceLostError(kOstraUnit, __LINE__);
+  if (result && _recorder.GetDevice().IsLost()) return MakeDeviceLostError(kOstraUnit, __LINE__);
   return result;
 }
 
-Result<void> CommandList::ResumePass() {
+Result<void> PassRecorder::Resume() {
   if (_isRendering) return OK;
-  OSTRA_RETURN_IF_ERROR(BeginBatch());
+  OSTRA_RETURN_IF_ERROR(_recorder.BeginBatch());
   const RenderTarget& target = *_target;
   const auto prepare = [this](ImageResource& image) -> Result<void> {
-    OSTRA_RETURN_IF_ERROR(EnsureCleared(image));
-    return Keep(image);
+    OSTRA_RETURN_IF_ERROR(_recorder.EnsureCleared(image));
+    return _recorder.Keep(image);
   };
   OSTRA_RETURN_IF_ERROR(target.ForEachImage(prepare));
-  RecordBarrier(_barriers.BeforePass());
+  _recorder.RecordBarrier(_recorder.GetBarriers().BeforePass());
   BeginRendering(*_target);
   return OK;
 }
 
-void CommandList::BeginRendering(RenderTarget& target) {
+void PassRecorder::BeginRendering(RenderTarget& target) {
   VkRenderingAttachmentInfoKHR colors[kMaxColorTargets];
   for (Int i = 0; i < target.GetColorCount(); ++i) {
     const PixelFormatRef format = target.GetColorFormat(i);
@@ -115,7 +114,7 @@ void CommandList::BeginRendering(RenderTarget& target) {
     depth.clearValue.depthStencil = {_clear.depth, 0};
     info.pDepthAttachment = &depth;
   }
-  _device->BeginRendering(_current->commands, info);
+  _recorder.GetDevice().BeginRendering(_recorder.GetCommands(), info);
   // Row 0 is the top of the picture, y of positions grows upwards: the viewport is turned over.
   const VkViewport viewport = {0,
                                static_cast<Float32>(description.height),
@@ -123,25 +122,30 @@ void CommandList::BeginRendering(RenderTarget& target) {
                                -static_cast<Float32>(description.height),
                                0,
                                1};
-  vkCmdSetViewport(_current->commands, 0, 1, &viewport);
-  vkCmdSetScissor(_current->commands, 0, 1, &info.renderArea);
+  vkCmdSetViewport(_recorder.GetCommands(), 0, 1, &viewport);
+  vkCmdSetScissor(_recorder.GetCommands(), 0, 1, &info.renderArea);
   _boundVariant = VK_NULL_HANDLE;
   _boundVertices = nullptr;
-  if (!_isCleared) _clearedBy = _current->serial;
+  if (!_isCleared) _clearedBy = _recorder.GetSerial();
   _isCleared = true;
   _isRendering = true;
-  _barriers.BeginPass();
+  _recorder.GetBarriers().BeginPass();
 }
 
-void CommandList::SuspendPass() {
+void PassRecorder::NoteDroppedBatch(UInt64 serial) {
+  _isRendering = false;
+  if (_clearedBy == serial) _isCleared = false;  // the pass clears once more
+}
+
+void PassRecorder::Suspend() {
   if (!_isRendering) return;
   _isRendering = false;
-  _device->EndRendering(_current->commands);
-  _barriers.AddPass();
+  _recorder.GetDevice().EndRendering(_recorder.GetCommands());
+  _recorder.GetBarriers().AddPass();
 }
 
-Result<void> CommandList::CheckDraw(const DrawportDrawCall& call, ProgramFactory& factory) const {
-  if (&factory.GetDevice() != _device.GetPointer())
+Result<void> PassRecorder::CheckDraw(const DrawportDrawCall& call, ProgramFactory& factory) const {
+  if (&factory.GetDevice() != &_recorder.GetDevice())
     return OSTRA_ILLEGAL_STATE("The GPU program was built for another device.");
   if (!static_cast<const ValueSet&>(*call.values).IsOfProgram(factory))
     return OSTRA_ILLEGAL_ARGUMENT("The values of the draw are those of another GPU program.");
@@ -160,20 +164,20 @@ Result<void> CommandList::CheckDraw(const DrawportDrawCall& call, ProgramFactory
   if (arePatches != factory.HasTessellation())
     return OSTRA_ILLEGAL_ARGUMENT(arePatches ? "Patches are drawn by programs with tessellation stages only."
                                              : "A GPU program with tessellation stages draws patches only.");
-  const UInt32 limit = _device->GetLimits().maxTessellationPatchSize;
+  const UInt32 limit = _recorder.GetDevice().GetLimits().maxTessellationPatchSize;
   if (arePatches && (call.patchSize < 1 || call.patchSize > static_cast<Int>(limit)))
     return OSTRA_ILLEGAL_ARGUMENT("A patch of @ control points is not possible; there are 1 to @.", call.patchSize,
                                   limit);
   return factory.CheckTargets(*_target);
 }
 
-Result<BufferResource*> CommandList::FindVertices(const DrawportDrawCall& call, const ProgramFactory& factory) const {
+Result<BufferResource*> PassRecorder::FindVertices(const DrawportDrawCall& call, const ProgramFactory& factory) const {
   if (!factory.HasAttributes()) return nullptr;
   if (!call.attributes) return OSTRA_ILLEGAL_ARGUMENT("The GPU program reads vertices; the draw has no attributes.");
   DrawportDeviceBuffer* const buffer = call.vertices ? call.vertices : call.attributes->GetDeviceBuffer();
   if (!buffer) return OSTRA_ILLEGAL_ARGUMENT("The GPU program reads vertices; the draw has no vertex buffer.");
   auto* vertices = static_cast<BufferResource*>(buffer);
-  if (&vertices->GetDevice() != _device.GetPointer())
+  if (&vertices->GetDevice() != &_recorder.GetDevice())
     return OSTRA_ILLEGAL_STATE("The vertex buffer belongs to another device.");
   const DrawportVertexAttributeLayout& layout = call.attributes->GetLayout();
   const Int needed = layout.IsPerInstance() ? call.instanceCount : call.first + call.count;
@@ -183,14 +187,30 @@ Result<BufferResource*> CommandList::FindVertices(const DrawportDrawCall& call, 
   return vertices;
 }
 
-Int CommandList::GetMostVertices(const DrawportDrawCall& call) const {
-  if (call.topology != DrawportTopology::Patches || !_device->MiscountsPatches()) return call.count;
+Int PassRecorder::GetMostVertices(const DrawportDrawCall& call) const {
+  if (call.topology != DrawportTopology::Patches || !_recorder.GetDevice().MiscountsPatches()) return call.count;
   // As many patches as cannot make more vertices than 16 bits count.
-  const Int most = static_cast<Int>(_device->GetLimits().maxTessellationGenerationLevel) + 1;
+  const Int most = static_cast<Int>(_recorder.GetDevice().GetLimits().maxTessellationGenerationLevel) + 1;
   return std::max<Int>(65535 / (most * most), 1) * call.patchSize;
 }
 
-Result<void> CommandList::Draw(const DrawportDrawCall& call) {
+Result<void> PassRecorder::FindVariant(const DrawportDrawCall& call, ProgramFactory& factory) {
+  GraphicsState state;
+  if (call.state) state.state = call.state->GetDescription();
+  state.topology = call.topology;
+  if (call.topology == DrawportTopology::Patches) state.patchSize = static_cast<UInt32>(call.patchSize);
+  state.targets = _target->GetFormats();
+  factory.AddTargets(state);
+  OSTRA_RETURN_IF_ERROR(factory.AddAttributes(call.attributes, state));
+  Pipeline& pipeline = factory.GetPipeline();
+  if (_lastPipeline.GetPointer() == &pipeline && _lastState == state) return OK;
+  OSTRA_ASSIGN_OR_RETURN(_lastVariant, pipeline.GetVariant(state));
+  _lastPipeline = PipelineRef(&pipeline);
+  _lastState = state;
+  return OK;
+}
+
+Result<void> PassRecorder::Draw(const DrawportDrawCall& call) {
   if (!_target) return OSTRA_ILLEGAL_STATE("There is no draw pass.");
   if (!call.program || !call.values) return OSTRA_ILLEGAL_ARGUMENT("A draw needs a GPU program and its values.");
   auto& factory = static_cast<ProgramFactory&>(*call.program);
@@ -199,37 +219,26 @@ Result<void> CommandList::Draw(const DrawportDrawCall& call) {
   if (values.Reads(*_target))
     return OSTRA_ILLEGAL_STATE("The GPU program reads a texture of the target that it draws into.");
 
-  GraphicsState state;
-  if (call.state) state.state = call.state->GetDescription();
-  state.topology = call.topology;
-  if (call.topology == DrawportTopology::Patches) state.patchSize = static_cast<UInt32>(call.patchSize);
-  state.targets = _target->GetFormats();
-  factory.AddTargets(state);
-  OSTRA_RETURN_IF_ERROR(factory.AddAttributes(call.attributes, state));
+  OSTRA_RETURN_IF_ERROR(FindVariant(call, factory));
   OSTRA_ASSIGN_OR_RETURN(BufferResource* const vertices, FindVertices(call, factory));
-  Pipeline& pipeline = factory.GetPipeline();
-  if (_lastPipeline.GetPointer() != &pipeline || !(_lastState == state)) {
-    OSTRA_ASSIGN_OR_RETURN(_lastVariant, pipeline.GetVariant(state));
-    _lastPipeline = PipelineRef(&pipeline);
-    _lastState = state;
-  }
 
   // All of this may record something else, or begin another batch: only then does rendering go on.
-  if (vertices) OSTRA_RETURN_IF_ERROR(EnsureZeroed(*vertices));
-  OSTRA_ASSIGN_OR_RETURN(ValueSet::Binding binding, values.Prepare(*this));
+  if (vertices) OSTRA_RETURN_IF_ERROR(_recorder.EnsureZeroed(*vertices));
+  OSTRA_ASSIGN_OR_RETURN(ValueSet::Binding binding, values.Prepare(_recorder));
   if (!_isRendering) {
-    OSTRA_RETURN_IF_ERROR(ResumePass());
+    OSTRA_RETURN_IF_ERROR(Resume());
     // Clearing the targets may have submitted the batch that the values were prepared for.
-    OSTRA_ASSIGN_OR_RETURN(binding, values.Prepare(*this));
+    OSTRA_ASSIGN_OR_RETURN(binding, values.Prepare(_recorder));
   }
-  OSTRA_RETURN_IF_ERROR(Keep(pipeline));
-  if (vertices) OSTRA_RETURN_IF_ERROR(Keep(*vertices));
-  const VkCommandBuffer commands = _current->commands;
+  Pipeline& pipeline = factory.GetPipeline();
+  OSTRA_RETURN_IF_ERROR(_recorder.Keep(pipeline));
+  if (vertices) OSTRA_RETURN_IF_ERROR(_recorder.Keep(*vertices));
+  const VkCommandBuffer commands = _recorder.GetCommands();
   if (_boundVariant != _lastVariant) {
     vkCmdBindPipeline(commands, VK_PIPELINE_BIND_POINT_GRAPHICS, _lastVariant);
     _boundVariant = _lastVariant;
   }
-  binding.Record(commands, VK_PIPELINE_BIND_POINT_GRAPHICS, pipeline.GetLayout(), _boundDrawSet);
+  binding.Record(commands, VK_PIPELINE_BIND_POINT_GRAPHICS, pipeline.GetLayout(), _boundSet);
   if (vertices && _boundVertices != vertices) {
     const VkBuffer buffer = vertices->GetHandle();
     const VkDeviceSize offset = 0;
