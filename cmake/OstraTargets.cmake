@@ -1,3 +1,50 @@
+# What most sources include, compiled once. The sanitizers' presets go without, so that each source is known to include
+# what it needs.
+option(OSTRA_PRECOMPILE_HEADERS "Compile the headers that most sources include once" ${CMAKE_COMPILER_IS_GNUCXX})
+
+# ostra_precompiled_headers(NAME HEADER ... [LIBRARIES ...] [OPTIONS ...])
+# A header of headers for position-independent code with these options, to be used by ostra_use_precompiled_headers.
+function(ostra_precompiled_headers name)
+  cmake_parse_arguments(headers "" "HEADER" "LIBRARIES;OPTIONS" ${ARGN})
+  if(NOT OSTRA_PRECOMPILE_HEADERS)
+    return()
+  endif()
+  add_library(${name} OBJECT ${PROJECT_SOURCE_DIR}/cmake/precompiled/source.cpp)
+  set_target_properties(${name} PROPERTIES CXX_COMPILER_LAUNCHER "${OSTRA_PRECOMPILED_LAUNCHER}")
+  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
+  target_compile_options(${name} PRIVATE ${headers_OPTIONS})
+  target_link_libraries(${name} PRIVATE ostra_flags ${headers_LIBRARIES})
+  target_precompile_headers(${name} PRIVATE ${PROJECT_SOURCE_DIR}/${headers_HEADER})
+endfunction()
+
+# ostra_use_precompiled_headers(HEADERS FOLDER...)
+# For the libraries of these folders. Sources with options of their own cannot have them.
+function(ostra_use_precompiled_headers headers)
+  if(NOT OSTRA_PRECOMPILE_HEADERS)
+    return()
+  endif()
+  foreach(folder IN LISTS ARGN)
+    get_property(targets DIRECTORY ${PROJECT_SOURCE_DIR}/${folder} PROPERTY BUILDSYSTEM_TARGETS)
+    foreach(target IN LISTS targets)
+      get_target_property(type ${target} TYPE)
+      if(type MATCHES "^(OBJECT|STATIC|SHARED|MODULE)_LIBRARY$" AND NOT target STREQUAL headers)
+        target_precompile_headers(${target} REUSE_FROM ${headers})
+        # With precompiled headers GCC 12 warns of the standard library's own copies of texts.
+        target_compile_options(${target} PRIVATE -Wno-array-bounds)
+        get_target_property(sources ${target} SOURCES)
+        list(FILTER sources EXCLUDE REGEX "^[$/]")
+        list(TRANSFORM sources PREPEND ${PROJECT_SOURCE_DIR}/${folder}/)
+        foreach(source IN LISTS sources)
+          get_source_file_property(options ${source} TARGET_DIRECTORY ${target} COMPILE_OPTIONS)
+          if(options)
+            set_source_files_properties(${source} TARGET_DIRECTORY ${target} PROPERTIES SKIP_PRECOMPILE_HEADERS ON)
+          endif()
+        endforeach()
+      endif()
+    endforeach()
+  endforeach()
+endfunction()
+
 # ostra_folder_library(NAME SOURCES ... [USES ...] [LIBRARIES ...])
 # One folder of the host. USES names the folders it may include; LIBRARIES the outside libraries underneath it.
 function(ostra_folder_library name)

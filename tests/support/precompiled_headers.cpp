@@ -1,1 +1,0 @@
-// The target of the precompiled headers of all tests needs a source.
