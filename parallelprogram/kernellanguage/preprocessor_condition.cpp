@@ -22,7 +22,9 @@ class Evaluator {
 
  private:
   void Fail() {
-    if (!_notUnderstood) _notUnderstood = NotUnderstood{_offset, "this condition of the preprocessor"};
+    if (_notUnderstood) return;
+    _notUnderstood.emplace().offset = _offset;
+    _notUnderstood->reason = "this condition of the preprocessor";
   }
   Bool Take(std::string_view sign) {
     if (_at == _tokens.size() || !_tokens[_at].Is(sign)) return false;
