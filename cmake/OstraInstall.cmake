@@ -31,6 +31,7 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/ostra DESTINATION ${CMAKE_INSTALL_INCLUD
 foreach(header
     base/kernel_checks.h
     kernelruntime/kernel_runtime.h
+    program/counter_reads_interface.h
     program/dispatch_times_interface.h
     program/kernel_atomics.h
     program/kernel_base.h
@@ -52,6 +53,7 @@ foreach(header
     program/kernel_prelude.h
     program/kernel_range_interface.h
     program/kernel_registration.h
+    program/kernel_report_interface.h
     program/kernel_steps.h
     program/noise_modes.h
     program/parallel_program.h
