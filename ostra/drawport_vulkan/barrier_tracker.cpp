@@ -1,5 +1,7 @@
 #include "ostra/drawport_vulkan/barrier_tracker.h"
 
+#include <algorithm>
+
 namespace ostra::vulkan {
 namespace {
 
@@ -40,31 +42,31 @@ std::optional<Barrier> BarrierTracker::BeforeDispatch() {
   return barrier;
 }
 
-std::optional<Barrier> BarrierTracker::BeforeTransfer(const void* resource, const DrawportRegion& region,
-                                                      Bool isWrite) {
+std::optional<Barrier> BarrierTracker::BeforeTransfer(std::initializer_list<Access> accesses) {
   std::optional<Barrier> barrier;
   if (_transfersMissDispatches) {
     barrier = Barrier{kDispatchStages | GetDrawStages() | VK_PIPELINE_STAGE_TRANSFER_BIT,
                       VK_ACCESS_SHADER_WRITE_BIT | VK_ACCESS_TRANSFER_WRITE_BIT | (_hasDrawn ? kDrawWrites : 0),
                       VK_PIPELINE_STAGE_TRANSFER_BIT, kTransferAccess};
     _transfersMissDispatches = false;
-  } else if (Collides(resource, region, isWrite)) {
+  } else if (Collides(accesses)) {
     barrier = Barrier{VK_PIPELINE_STAGE_TRANSFER_BIT, VK_ACCESS_TRANSFER_WRITE_BIT, VK_PIPELINE_STAGE_TRANSFER_BIT,
                       kTransferAccess};
   }
   if (barrier) _accessCount = 0;
-  _accesses[_accessCount++] = {resource, region, isWrite};
+  for (const Access& access : accesses) _accesses[_accessCount++] = access;
   _dispatchesMissTransfers = true;
   return barrier;
 }
 
-Bool BarrierTracker::Collides(const void* resource, const DrawportRegion& region, Bool isWrite) const {
-  if (_accessCount == kAccessCount) return true;
-  for (Int i = 0; i < _accessCount; ++i) {
-    const Access& access = _accesses[i];
-    if (access.resource == resource && (access.isWrite || isWrite) && Overlap(access.region, region)) return true;
-  }
-  return false;
+Bool BarrierTracker::Collides(std::initializer_list<Access> accesses) const {
+  if (_accessCount + static_cast<Int>(accesses.size()) > kAccessCount) return true;
+  return std::any_of(accesses.begin(), accesses.end(), [this](const Access& next) {
+    return std::any_of(_accesses, _accesses + _accessCount, [&](const Access& earlier) {
+      return earlier.resource == next.resource && (earlier.isWrite || next.isWrite) &&
+             Overlap(earlier.region, next.region);
+    });
+  });
 }
 
 Barrier BarrierTracker::BeforePass() const {

@@ -10,6 +10,7 @@
 
 #include <volk.h>
 
+#include <initializer_list>
 #include <optional>
 
 #include "ostra/drawport/resources.h"
@@ -38,9 +39,18 @@ class BarrierTracker {
   void SeparateDispatches() { _isAskedFor = _isAskedFor || _hasUnseenDispatch; }
   // One for all that the dispatch waits for.
   std::optional<Barrier> BeforeDispatch();
-  // Before a transfer that reads or writes `region`: bytes of a buffer along x, texels of an image. The resource is
-  // told apart by its address. The transfer counts as recorded.
-  std::optional<Barrier> BeforeTransfer(const void* resource, const DrawportRegion& region, Bool isWrite);
+  // What a transfer reads or writes: bytes of a buffer along x, texels of an image. The resource is told apart by its
+  // address.
+  struct Access {
+    const void* resource = nullptr;
+    DrawportRegion region;
+    Bool isWrite = false;
+  };
+  // Before one transfer with all its accesses, at most two. It counts as recorded.
+  std::optional<Barrier> BeforeTransfer(std::initializer_list<Access> accesses);
+  std::optional<Barrier> BeforeTransfer(const void* resource, const DrawportRegion& region, Bool isWrite) {
+    return BeforeTransfer({{resource, region, isWrite}});
+  }
   // One a pass: what was written before it may be vertices, uniforms, textures or targets in it.
   Barrier BeforePass() const;
   // Before the host reads what was written.
@@ -49,22 +59,15 @@ class BarrierTracker {
  private:
   static constexpr Int kAccessCount = 32;
 
-  // What a transfer has touched since the last barrier between transfers.
-  struct Access {
-    const void* resource = nullptr;
-    DrawportRegion region;
-    Bool isWrite = false;
-  };
-
   VkPipelineStageFlags GetDrawStages() const { return _hasDrawn ? VK_PIPELINE_STAGE_ALL_GRAPHICS_BIT : 0; }
-  Bool Collides(const void* resource, const DrawportRegion& region, Bool isWrite) const;
+  Bool Collides(std::initializer_list<Access> accesses) const;
 
   Bool _hasUnseenDispatch = false;        // since the last barrier between dispatches
   Bool _isAskedFor = false;               // such a barrier, by the client
   Bool _transfersMissDispatches = false;  // transfers do not wait for dispatches yet
   Bool _dispatchesMissTransfers = false;
-  Bool _hasDrawn = false;  // ever
-  Access _accesses[kAccessCount];
+  Bool _hasDrawn = false;          // ever
+  Access _accesses[kAccessCount];  // of transfers since the last barrier between transfers
   Int _accessCount = 0;
 };
 

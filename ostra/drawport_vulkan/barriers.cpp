@@ -17,4 +17,10 @@ void Recorder::PrepareTransfer(const DeviceResource& resource, const DrawportReg
   RecordBarrier(_barriers.BeforeTransfer(&resource, region, isWrite));
 }
 
+void Recorder::PrepareCopy(const DeviceResource& source, const DrawportRegion& sourceRegion,
+                           const DeviceResource& target, const DrawportRegion& targetRegion) {
+  _listener.SuspendPass();
+  RecordBarrier(_barriers.BeforeTransfer({{&source, sourceRegion, false}, {&target, targetRegion, true}}));
+}
+
 }  // namespace ostra::vulkan

@@ -12,7 +12,7 @@ namespace {
 // The context behind an interface, for something that is made valid or made on its device.
 Result<Context*> FindWorkingContext(DrawportContextInterface& context) {
   OSTRA_ASSIGN_OR_RETURN(Context * found, FindContext(context));
-  if (found->GetDevice().IsLost()) return MakeDeviceLostError(kOstraUnit, __LINE__);
+  if (found->GetDevice().IsLost()) return found->GetDevice().MakeLostError(__LINE__);
   return found;
 }
 

@@ -19,7 +19,7 @@ void CommandList::NoteDroppedBatch(Int place, UInt64 serial) {
 }
 
 Result<void> CommandList::AddMemoryBarrier(DrawportBarrierBits bits) {
-  if (GetDevice().IsLost()) return MakeDeviceLostError(kOstraUnit, __LINE__);
+  if (GetDevice().IsLost()) return GetDevice().MakeLostError(__LINE__);
   if (!HasAnyBit(bits, DrawportBarrierBits::StorageBuffer | DrawportBarrierBits::Texture)) return OK;
   _pass.Suspend();  // beginning again shows all that draws have written
   _recorder.GetBarriers().SeparateDispatches();

@@ -26,12 +26,12 @@ Result<UInt64> CounterReads::Record(CounterResource& counter) {
   OSTRA_RETURN_IF_ERROR(_recorder.EnsureZeroed(buffer));
   OSTRA_RETURN_IF_ERROR(_recorder.Keep(buffer));
   OSTRA_RETURN_IF_ERROR(_recorder.Keep(*_copies));
-  _recorder.PrepareTransfer(buffer, MakeWord(0), false);
-  _recorder.PrepareTransfer(*_copies, MakeWord(place), true);
+  _recorder.PrepareCopy(buffer, MakeWord(0), *_copies, MakeWord(place));
   const VkBufferCopy copy = {0, static_cast<VkDeviceSize>(place * kWord), kWord};
   vkCmdCopyBuffer(_recorder.GetCommands(), buffer.GetHandle(), _copies->GetHandle(), 1, &copy);
-  _values[place] = {++_last, serial};
-  return _last;
+  // Another list's number is never one of these.
+  _values[place] = {DeviceResource::MakeStamp(_recorder.GetNumber(), ++_last), serial};
+  return _values[place].number;
 }
 
 Result<UInt32> CounterReads::Take(UInt64 number) {

@@ -23,14 +23,14 @@ class CounterReads {
 
  private:
   struct Value {
-    UInt64 number = 0;  // 0: none
+    UInt64 number = 0;  // the list's and that of the read among its reads; 0: none
     UInt64 serial = 0;  // of the batch that copies it
   };
 
   Recorder& _recorder;
-  BufferRef _copies;         // made for the first one; value `number` at word number % kCount
+  BufferRef _copies;         // made for the first one; the n-th value at word n % kCount
   BaseArray<Value> _values;  // in the same places
-  UInt64 _last = 0;
+  UInt64 _last = 0;          // count of reads
 };
 
 }  // namespace ostra::vulkan

@@ -74,7 +74,10 @@ class Device final : public DrawportCounted<Device, DrawportObject> {
   Setup& GetSetup() { return _setup; }
   // For the end of a list whose work could not be awaited.
   void WaitUntilIdle();
-  Bool IsLost() const { return _isLost.load(std::memory_order_relaxed); }
+  // From then on MakeLostError says what is known about the loss.
+  Bool IsLost() const { return _isLost.load(std::memory_order_acquire); }
+  // The error of everything that is asked of a lost device. Illegal state.
+  Error MakeLostError(Int32 line) const;
   // Lost because its work does not end. What it may work with is never freed, and the device itself never destroyed.
   Bool IsHung() const { return _isHung.load(std::memory_order_acquire); }
 
@@ -104,7 +107,6 @@ class Device final : public DrawportCounted<Device, DrawportObject> {
   Result<void> WaitWithLimit(UInt64 value, UInt64 limit);
   // Leaves the device to work that does not end.
   Error Abandon(UInt64 limit);
-  Error MakeLostError(Int32 line) const;
 
   DriverRef _driver;
   Int _index = 0;

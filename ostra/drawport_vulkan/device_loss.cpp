@@ -16,7 +16,6 @@ constinit Device* g_abandoned = nullptr;
 }  // namespace
 
 Error Device::MakeLostError(Int32 line) const {
-  static_cast<void>(_isLost.load(std::memory_order_acquire));
   if (_loss.IsEmpty()) return MakeDeviceLostError(kOstraUnit, line);
   return MakeError(kIllegalStateError, kOstraUnit, line, "The GPU device is lost. @", _loss);
 }

@@ -32,7 +32,7 @@ class DriverCache {
 
   Device& _device;
   ContentKey _key;
-  UInt64 _knownHash = 0;  // of the bytes that it began with, or has saved
+  UInt64 _knownHash = 0;  // of the bytes that it began with, or has saved without those of others
   VkPipelineCache _cache = VK_NULL_HANDLE;
 };
 

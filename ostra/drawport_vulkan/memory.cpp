@@ -40,6 +40,7 @@ VkMemoryRequirements QueryRequirements(VkDevice device, VkBuffer buffer, Dedicat
   vkGetBufferMemoryRequirements2(device, &info, &requirements);
   dedicated = {};
   if (wanted.requiresDedicatedAllocation || wanted.prefersDedicatedAllocation) dedicated.buffer = buffer;
+  dedicated.isRequired = wanted.requiresDedicatedAllocation;
   return requirements.memoryRequirements;
 }
 
@@ -50,6 +51,7 @@ VkMemoryRequirements QueryRequirements(VkDevice device, VkImage image, Dedicated
   vkGetImageMemoryRequirements2(device, &info, &requirements);
   dedicated = {};
   if (wanted.requiresDedicatedAllocation || wanted.prefersDedicatedAllocation) dedicated.image = image;
+  dedicated.isRequired = wanted.requiresDedicatedAllocation;
   return requirements.memoryRequirements;
 }
 
@@ -141,6 +143,14 @@ Result<MemoryPiece> MemoryPool::AllocateOfBest(const VkMemoryRequirements& requi
 
 Result<MemoryPiece> MemoryPool::AllocateOfType(Int size, Int alignment, UInt32 type, MemoryUse use,
                                                MemoryContent content, DedicatedObject dedicated) {
+  Result<MemoryPiece> piece = AllocatePiece(size, alignment, type, use, content, dedicated);
+  const Bool isShareable = dedicated && !dedicated.isRequired && GetBlockSize(size) > size;
+  if (piece || !IsOutOfMemory(piece) || !isShareable) return piece;
+  return AllocatePiece(size, alignment, type, use, content, {});
+}
+
+Result<MemoryPiece> MemoryPool::AllocatePiece(Int size, Int alignment, UInt32 type, MemoryUse use,
+                                              MemoryContent content, DedicatedObject dedicated) {
   MemoryBlock* found = nullptr;
   Int offset = RangeAllocator::kFull;
   if (!dedicated && GetBlockSize(size) > size) {
@@ -154,7 +164,12 @@ Result<MemoryPiece> MemoryPool::AllocateOfType(Int size, Int alignment, UInt32 t
   }
   if (!found) {
     OSTRA_ASSIGN_OR_RETURN(found, AddBlockFor(size, type, use, content, dedicated));
-    OSTRA_ASSIGN_OR_RETURN(offset, found->ranges.Allocate(size, alignment));
+    Result<Int> first = found->ranges.Allocate(size, alignment);
+    if (!first) {
+      RemoveBlock(_blocks.GetCount() - 1);  // the new one
+      return first.TakeError();
+    }
+    offset = *first;
   }
   if (IsCounted(*found)) _usedSize += size;
   return MemoryPiece{.memory = found->memory,

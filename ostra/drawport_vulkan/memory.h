@@ -27,6 +27,7 @@ struct MemoryPiece {
 struct DedicatedObject {
   VkBuffer buffer = VK_NULL_HANDLE;
   VkImage image = VK_NULL_HANDLE;
+  Bool isRequired = false;  // false: shared memory serves where there is no other
   explicit operator bool() const { return buffer || image; }
 };
 
@@ -52,7 +53,7 @@ class MemoryPool {
   ~MemoryPool();
   void Init(VkPhysicalDevice physicalDevice, VkDevice device, const DeviceSnapshot& snapshot, Bool hasBudgetExtension);
 
-  // Gives everything back, before the device goes.
+  // Frees all memory, before the device is destroyed.
   void Release();
 
   // The first piece in much slower memory than there is for its use is told as a warning. What other programs use
@@ -63,7 +64,7 @@ class MemoryPool {
   void Free(const MemoryPiece& piece);
   // From now on nothing is freed: the device works with it and will not end.
   void Abandon();
-  // Gives blocks back that nothing lies in.
+  // Frees blocks without pieces.
   void FreeEmptyBlocks();
 
   VideoMemoryBudget GetBudget() const;
@@ -77,8 +78,11 @@ class MemoryPool {
   // From the best type to the worst that `spill` allows.
   Result<MemoryPiece> AllocateOfBest(const VkMemoryRequirements& requirements, MemoryUse use, MemoryContent content,
                                      MemorySpill spill, DedicatedObject dedicated, Bool& isSlow);
+  // `dedicated` where that can be had or has to be, otherwise shared.
   Result<MemoryPiece> AllocateOfType(Int size, Int alignment, UInt32 type, MemoryUse use, MemoryContent content,
                                      DedicatedObject dedicated);
+  Result<MemoryPiece> AllocatePiece(Int size, Int alignment, UInt32 type, MemoryUse use, MemoryContent content,
+                                    DedicatedObject dedicated);
   // A block that has room for `size` bytes, of the common size where that can be had.
   Result<MemoryBlock*> AddBlockFor(Int size, UInt32 type, MemoryUse use, MemoryContent content,
                                    DedicatedObject dedicated);

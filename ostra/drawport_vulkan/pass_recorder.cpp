@@ -58,7 +58,7 @@ Result<void> PassRecorder::Begin(DrawportRenderTarget& renderTarget, const Drawp
   if (_target) return OSTRA_ILLEGAL_STATE("A draw pass begins inside of another one.");
   if (&target.GetDevice() != &_recorder.GetDevice())
     return OSTRA_ILLEGAL_STATE("The render target was made for another device.");
-  if (_recorder.GetDevice().IsLost()) return MakeDeviceLostError(kOstraUnit, __LINE__);
+  if (_recorder.GetDevice().IsLost()) return _recorder.GetDevice().MakeLostError(__LINE__);
   if (clear.clearsDepth && target.GetDepthFormat() != DrawportDepthFormat::None &&
       !(clear.depth >= 0 && clear.depth <= 1))
     return OSTRA_ILLEGAL_ARGUMENT("A depth is between 0 and 1, not @.", Float64(clear.depth));
@@ -76,7 +76,7 @@ Result<void> PassRecorder::End() {
   Suspend();
   _target = {};
   _lastPipeline = {};
-  if (result && _recorder.GetDevice().IsLost()) return MakeDeviceLostError(kOstraUnit, __LINE__);
+  if (result && _recorder.GetDevice().IsLost()) return _recorder.GetDevice().MakeLostError(__LINE__);
   return result;
 }
 

@@ -143,13 +143,21 @@ const PipelineStage* Pipeline::FindStage(DrawportStage stage) const {
 }
 
 Result<VkPipeline> Pipeline::GetVariant(const GraphicsState& state) {
+  std::optional<std::chrono::steady_clock::time_point> compiledSince;
+  OSTRA_ASSIGN_OR_RETURN(const VkPipeline variant, FindOrCreateVariant(state, compiledSince));
+  if (compiledSince) GetDevice().GetPrograms().NoteCompiled(*compiledSince);
+  return variant;
+}
+
+Result<VkPipeline> Pipeline::FindOrCreateVariant(const GraphicsState& state,
+                                                 std::optional<std::chrono::steady_clock::time_point>& compiledSince) {
   const std::scoped_lock lock(_mutex);
   for (const Variant& known : _variants)
     if (known.state == state) return known.pipeline;
   OSTRA_RETURN_IF_ERROR(_variants.Reserve(_variants.GetCount() + 1));
   const auto begin = std::chrono::steady_clock::now();
   OSTRA_ASSIGN_OR_RETURN(VkPipeline made, CreateVariant(state));
-  GetDevice().GetPrograms().NoteCompiled(begin);
+  compiledSince = begin;
   GetDevice().SetName(VK_OBJECT_TYPE_PIPELINE, reinterpret_cast<UInt64>(made), _name);
   OSTRA_RETURN_IF_ERROR(_variants.Append(Variant{state, made}));  // there is room
   return made;

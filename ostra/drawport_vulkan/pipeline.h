@@ -1,7 +1,9 @@
 // Pipeline: a program in the form that the device runs. Shared by all programs with the same text.
 #pragma once
 
+#include <chrono>
 #include <mutex>
+#include <optional>
 
 #include "ostra/drawport/shader_assembly.h"
 #include "ostra/drawport_vulkan/graphics_state.h"
@@ -61,6 +63,10 @@ class Pipeline final : public DeviceResource {
   };
   Result<void> Init(VkPipelineCache cache);
   Result<void> InitCompute();
+  // `compiledSince` is set when the variant is new. The device may save its cache of compiled programs then, which is
+  // left to the caller: other threads that draw with the program do not wait for that.
+  Result<VkPipeline> FindOrCreateVariant(const GraphicsState& state,
+                                         std::optional<std::chrono::steady_clock::time_point>& compiledSince);
   // graphics_pipeline.cpp
   Result<VkPipeline> CreateVariant(const GraphicsState& state) const;
 

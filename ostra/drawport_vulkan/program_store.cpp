@@ -86,6 +86,7 @@ void ProgramStore::NoteCompiled(std::chrono::steady_clock::time_point begin) {
     _unsavedTime += end - begin;
     if (!saving || _unsavedTime < std::max(kLeastUnsaved, kUnsavedPerSave * _saveTime)) return;
     _unsavedTime = {};
+    _hasNewPipelines = false;
   }
   _driverCache.Save(_store);
   const std::scoped_lock lock(_mutex);
@@ -172,11 +173,13 @@ Result<PipelineRef> ProgramStore::GetPipeline(const Id& language, Block<const St
       Pipeline::Create(_device, key, std::move(compiled),
                        Block<const PipelineBinding>(used.GetFirst(), used.GetCount()), _driverCache.GetHandle()));
   if (const auto label = CString::Create(name)) pipeline->SetName(*label);
-  NoteCompiled(begin);
-  const std::scoped_lock lock(_mutex);
-  OSTRA_ASSIGN_OR_RETURN(const auto entry, _running.Insert(key, pipeline.GetPointer()));
-  // Two threads may have made the same one: the later stands in the table.
-  *entry.value = pipeline.GetPointer();
+  {
+    const std::scoped_lock lock(_mutex);
+    OSTRA_ASSIGN_OR_RETURN(const auto entry, _running.Insert(key, pipeline.GetPointer()));
+    // Two threads may have made the same one: the later stands in the table.
+    *entry.value = pipeline.GetPointer();
+  }
+  NoteCompiled(begin);  // may save, which other users of the program do not wait for
   return pipeline;
 }
 

@@ -64,7 +64,7 @@ class ProgramStore {
   mutable std::mutex _mutex;
   HashMap<ContentKey, Pipeline*> _running;  // not counted
   ProgramStatistics _statistics;
-  Bool _hasNewPipelines = false;
+  Bool _hasNewPipelines = false;             // since the driver's cache was saved
   std::mutex _saveMutex;                     // held while the driver's cache is saved
   std::chrono::nanoseconds _unsavedTime{0};  // of the driver's compiler since then
   std::chrono::nanoseconds _saveTime{0};     // that the last time took

@@ -28,23 +28,26 @@ Result<StagingMemory*> Transfers::Read(DeviceResource& resource, const DrawportR
     OSTRA_ASSIGN_OR_RETURN(memory, SubmitRead(resource, region, resource.GetReadSize(region)));
   }
   const UInt64 serial = memory->busyUntil;
-  ReadFollowing(resource, FindNextRegion(resource.GetExtent(), region));
-  Result<void> waited = _recorder.WaitForBatch(serial);
-  if (waited) return memory;
+  Result<void> done = ReadFollowing(resource, FindNextRegion(resource.GetExtent(), region));
+  if (done) done = _recorder.WaitForBatch(serial);
+  if (done) return memory;
   memory->isMapped = false;
-  return waited.TakeError();
+  return done.TakeError();
 }
 
-void Transfers::ReadFollowing(DeviceResource& resource, const DrawportRegion& region) {
-  if (region.extent.width < 1) return;
+Result<void> Transfers::ReadFollowing(DeviceResource& resource, const DrawportRegion& region) {
+  if (region.extent.width < 1) return OK;
   const Int bytes = resource.GetReadSize(region);
-  if (bytes < ReadAhead::kMinBytes) return;
+  if (bytes < ReadAhead::kMinBytes) return OK;
+  // Work that the client has recorded is not dropped in silence when the copy fails.
+  OSTRA_RETURN_IF_ERROR(_recorder.Submit());
   const UInt64 hostWrites = resource.GetHostWrites();
   // It was not asked for yet: the request that comes meets the error, if it is still there.
   const Result<StagingMemory*> memory = SubmitRead(resource, region, bytes);
-  if (!memory) return;
+  if (!memory) return OK;
   const UInt64 stamp = DeviceResource::MakeStamp(_recorder.GetNumber(), (*memory)->busyUntil);
   _readAhead.Note(resource, region, **memory, {stamp, _recorder.GetSubmittedValue(), hostWrites});
+  return OK;
 }
 
 Result<Byte*> Transfers::MapForReading(StagingBuffer& staging, BufferResource& buffer, Int byteOffset, Int bytes) {

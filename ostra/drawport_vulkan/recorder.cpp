@@ -99,9 +99,10 @@ void Recorder::Abandon(Batch& batch) {
 }
 
 Result<UInt64> Recorder::BeginBatch() {
-  if (_device->IsLost()) return MakeDeviceLostError(kOstraUnit, __LINE__);
+  if (_device->IsLost()) return _device->MakeLostError(__LINE__);
   if (_current) return _current->serial;
   RetireReached();
+  if (_device->IsLost()) return _device->MakeLostError(__LINE__);  // noticed just now
   Batch& batch = _batches[_next];
   if (batch.isInFlight) OSTRA_RETURN_IF_ERROR(WaitForOldest());
   OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkResetCommandPool(_device->GetHandle(), batch.pool, 0)));
@@ -148,7 +149,7 @@ Result<void> Recorder::Submit() {
 Result<void> Recorder::Execute(Bool wait) {
   OSTRA_RETURN_IF_ERROR(Submit());
   if (!wait || _device->IsLost()) RetireReached();
-  if (_device->IsLost()) return MakeDeviceLostError(kOstraUnit, __LINE__);
+  if (_device->IsLost()) return _device->MakeLostError(__LINE__);
   if (!wait) return OK;
   while (_batches[_oldest].isInFlight) OSTRA_RETURN_IF_ERROR(WaitForOldest());
   return OK;
@@ -177,7 +178,7 @@ Result<Recorder::UniformSlice> Recorder::AllocateUniforms(Int bytes) {
 Result<void> Recorder::WaitForBatch(UInt64 serial) {
   if (_current && _current->serial <= serial) OSTRA_RETURN_IF_ERROR(Submit());
   while (_completedSerial < serial && _batches[_oldest].isInFlight) OSTRA_RETURN_IF_ERROR(WaitForOldest());
-  return _device->IsLost() ? MakeDeviceLostError(kOstraUnit, __LINE__) : Result<void>(OK);
+  return _device->IsLost() ? _device->MakeLostError(__LINE__) : Result<void>(OK);
 }
 
 Bool Recorder::IsIdle(const DeviceResource& resource) {
@@ -189,11 +190,14 @@ Bool Recorder::IsIdle(const DeviceResource& resource) {
 }
 
 Result<void> Recorder::WaitFor(const DeviceResource& resource) {
-  if (IsIdle(resource)) return OK;
-  if (resource.IsPlanned()) OSTRA_RETURN_IF_ERROR(BeginBatch());  // for its setup to go with
-  OSTRA_RETURN_IF_ERROR(Submit());
-  while (!IsIdle(resource) && _batches[_oldest].isInFlight) OSTRA_RETURN_IF_ERROR(WaitForOldest());
-  return IsIdle(resource) ? Result<void>(OK) : _device->WaitForSubmitted();
+  if (!IsIdle(resource)) {
+    if (resource.IsPlanned()) OSTRA_RETURN_IF_ERROR(BeginBatch());  // for its setup to go with
+    OSTRA_RETURN_IF_ERROR(Submit());
+    while (!IsIdle(resource) && _batches[_oldest].isInFlight) OSTRA_RETURN_IF_ERROR(WaitForOldest());
+    if (!IsIdle(resource)) OSTRA_RETURN_IF_ERROR(_device->WaitForSubmitted());
+  }
+  // Everything counts as done on a lost device.
+  return _device->IsLost() ? _device->MakeLostError(__LINE__) : Result<void>(OK);
 }
 
 }  // namespace ostra::vulkan

@@ -88,6 +88,9 @@ class Recorder {
   void RecordBarrier(const std::optional<Barrier>& owed);
   // Before a transfer that reads or writes `region`.
   void PrepareTransfer(const DeviceResource& resource, const DrawportRegion& region, Bool isWrite);
+  // Before a copy between resources that both may be used by other work of the batch.
+  void PrepareCopy(const DeviceResource& source, const DrawportRegion& sourceRegion, const DeviceResource& target,
+                   const DrawportRegion& targetRegion);
 
   Result<void> Submit();
   // Submits; with `wait` waits until the device has done everything of this list.
@@ -95,7 +98,8 @@ class Recorder {
   Result<void> WaitForOldest();
   // Submits the batch where that is still to be done. Error: illegal state when the device is lost.
   Result<void> WaitForBatch(UInt64 serial);
-  // Waits until no submitted work names the resource. What other lists have only recorded comes later.
+  // Waits until no submitted work names the resource. What other lists have only recorded comes later. Error: illegal
+  // state when the device is lost.
   Result<void> WaitFor(const DeviceResource& resource);
   // Whether no work of any list names the resource.
   Bool IsIdle(const DeviceResource& resource);

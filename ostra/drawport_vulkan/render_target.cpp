@@ -17,7 +17,7 @@ Bool CanBlend(VkPhysicalDevice device, VkFormat format) {
 
 Result<RenderTargetRef> RenderTarget::Create(Device& device, const DrawportRenderTargetDescription& description,
                                              MemorySpill spill) {
-  if (device.IsLost()) return MakeDeviceLostError(kOstraUnit, __LINE__);
+  if (device.IsLost()) return device.MakeLostError(__LINE__);
   RenderTarget* target = NewObj<RenderTarget>(DeviceRef(&device), description);
   if (!target) return OSTRA_OUT_OF_MEMORY();
   RenderTargetRef held = RenderTargetRef::Adopt(target);

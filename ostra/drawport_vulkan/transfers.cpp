@@ -65,7 +65,7 @@ Result<Byte*> Transfers::MapForWriting(StagingBuffer& staging, BufferResource& b
 
 Result<void> Transfers::CheckUsable(const DeviceResource& resource) const {
   OSTRA_RETURN_IF_ERROR(resource.CheckIsOn(_recorder.GetDevice()));
-  return _recorder.GetDevice().IsLost() ? MakeDeviceLostError(kOstraUnit, __LINE__) : Result<void>(OK);
+  return _recorder.GetDevice().IsLost() ? _recorder.GetDevice().MakeLostError(__LINE__) : Result<void>(OK);
 }
 
 Result<Byte*> Transfers::MapBuffer(StagingBuffer& staging, DrawportMapMode mode, BufferResource& buffer, Int byteOffset,
@@ -119,7 +119,7 @@ Result<void> Transfers::UnmapBuffer(StagingBuffer& staging) {
   Result<void> result = OK;
   // What the host has written itself goes with the device as well.
   if (staging.mode == DrawportMapMode::WriteDiscard && _recorder.GetDevice().IsLost())
-    result = MakeDeviceLostError(kOstraUnit, __LINE__);
+    result = _recorder.GetDevice().MakeLostError(__LINE__);
   if (staging.memory) {
     if (result && staging.mode == DrawportMapMode::WriteDiscard) result = CommitBuffer(staging);
     staging.memory->isMapped = false;

@@ -49,7 +49,8 @@ class Transfers {
   // The bytes or texels of a region, copied to staging memory that counts as mapped; what follows is on its way.
   Result<StagingMemory*> Read(DeviceResource& resource, const DrawportRegion& region);
   Result<StagingMemory*> SubmitRead(DeviceResource& resource, const DrawportRegion& region, Int bytes);
-  void ReadFollowing(DeviceResource& resource, const DrawportRegion& region);
+  // Copies a region that is not asked for yet. Errors: those of the work that was recorded before.
+  Result<void> ReadFollowing(DeviceResource& resource, const DrawportRegion& region);
 
   // Of the device that all of this is for. Errors: illegal state for a resource of another one, or a lost one.
   Result<void> CheckUsable(const DeviceResource& resource) const;

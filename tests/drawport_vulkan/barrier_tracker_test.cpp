@@ -73,6 +73,19 @@ TEST(BarrierTrackerTest, ATransferWaitsForOneThatOverlapsWhenOneOfThemWrites) {
   }
 }
 
+// However many accesses were noted before it, the table is never full between the two of a copy.
+TEST(BarrierTrackerTest, ACopyIsRememberedWithBothAccesses) {
+  for (Int before = 0; before < 70; ++before) {
+    for (const Bool usesSource : {false, true}) {
+      BarrierTracker tracker;
+      for (Int i = 0; i < before; ++i) tracker.BeforeTransfer(&kBuffer, MakeBytes(100 + 4 * i, 4), true);
+      tracker.BeforeTransfer({{&kBuffer, MakeBytes(0, 4), false}, {&kOther, MakeBytes(0, 4), true}});
+      const Byte& used = usesSource ? kBuffer : kOther;
+      EXPECT_TRUE(tracker.BeforeTransfer(&used, MakeBytes(0, 4), true)) << before << " accesses before";
+    }
+  }
+}
+
 TEST(BarrierTrackerTest, WorkThatWasThrownAwayLeavesAllBarriersOwed) {
   BarrierTracker tracker;
   tracker.Forget();
@@ -135,7 +148,7 @@ class Recording {
   explicit Recording(UInt32 seed) : _random(seed) {}
 
   void AddRandomWork() {
-    switch (_random() % 5) {
+    switch (_random() % 6) {
       case 0:
         Note(_tracker.BeforeDispatch());
         Add({Work::kDispatch});
@@ -151,6 +164,14 @@ class Recording {
         _tracker.SeparateDispatches();
         ++_askedCount;
         break;
+      case 3: {  // a copy: both accesses are of one piece of work
+        const DrawportRegion source = MakeBytes(_random() % 64, 1 + _random() % 16);
+        const DrawportRegion target = MakeBytes(_random() % 64, 1 + _random() % 16);
+        Note(_tracker.BeforeTransfer({{&kBuffer, source, false}, {&kOther, target, true}}));
+        Add({Work::kTransfer, &kBuffer, source, false});
+        Add({Work::kTransfer, &kOther, target, true});
+        break;
+      }
       default: {
         const void* const resource = _random() % 2 == 0 ? &kBuffer : &kOther;
         const DrawportRegion region = MakeBytes(_random() % 64, 1 + _random() % 16);

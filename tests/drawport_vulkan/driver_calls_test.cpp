@@ -27,6 +27,7 @@ struct Heard {
   PFN_vkCreateComputePipelines createPipelines = nullptr;
   std::vector<std::pair<VkObjectType, std::string>> names;
   std::string cacheData;
+  VkPipelineCache merged = VK_NULL_HANDLE;
   VkResult formatAnswer = VK_SUCCESS;
   VkImageFormatProperties formatLimits = {};
 };
@@ -67,6 +68,16 @@ VKAPI_ATTR VkResult VKAPI_CALL AnswerCacheData(VkDevice, VkPipelineCache, std::s
   if (data) MemCopy(data, g_heard.cacheData.data(), static_cast<Int>(g_heard.cacheData.size()));
   *size = g_heard.cacheData.size();
   return VK_SUCCESS;
+}
+// The data of a cache that others were merged into differ from those of any other.
+VKAPI_ATTR VkResult VKAPI_CALL NoteMerged(VkDevice, VkPipelineCache target, UInt32, const VkPipelineCache*) {
+  g_heard.merged = target;
+  return VK_SUCCESS;
+}
+VKAPI_ATTR VkResult VKAPI_CALL AnswerOwnOrMergedData(VkDevice device, VkPipelineCache cache, std::size_t* size,
+                                                     void* data) {
+  g_heard.cacheData = cache == g_heard.merged ? "mine and theirs" : "mine";
+  return AnswerCacheData(device, cache, size, data);
 }
 VKAPI_ATTR VkResult VKAPI_CALL AnswerFormatProperties(VkPhysicalDevice, VkFormat, VkImageType, VkImageTiling,
                                                       VkImageUsageFlags, VkImageCreateFlags,
@@ -116,6 +127,10 @@ class DriverCallsTest : public DriverTest {
                                      .GetValue();
     const ContentKey key = MakeDriverKey(static_cast<Context&>(*context).GetDevice().GetProperties());
     return (_folder / (std::string(Take(key.ToText()).GetView()) + ".content")).native();
+  }
+  static std::string LoadText(const ContentStore& store, const ContentKey& key) {
+    const BaseArray<Byte> kept = Take(store.Load(key));
+    return {reinterpret_cast<const char*>(kept.GetFirst()), static_cast<std::size_t>(kept.GetCount())};
   }
   static ino_t GetNumber(const std::string& file) {
     struct stat state = {};
@@ -204,12 +219,17 @@ TEST_F(DriverCallsTest, WhatTakesLongToCompileIsSavedWhileTheDeviceLives) {
   g_heard.createPipelines = vkCreateComputePipelines;
   const ReplacedFunction<PFN_vkCreateComputePipelines> slow(vkCreateComputePipelines, &CompileSlowly);
   const std::string file = FindDriverFile();
-  const DrawportContextRef context = Take(MakeContext());
-  const BufferRef buffer = MakeBuffer(context);
+  DrawportContextRef context = Take(MakeContext());
+  BufferRef buffer = MakeBuffer(context);
   g_heard.cacheData = "one pipeline";
   EXPECT_FALSE(fs::exists(file));
   MakeCounter(context, buffer.GetPointer(), 1);
   EXPECT_TRUE(fs::exists(file));
+  const ino_t written = GetNumber(file);
+  g_heard.cacheData = "another text, which nothing was compiled for";
+  buffer = {};
+  context = {};
+  EXPECT_EQ(GetNumber(file), written) << "saved again at the end";
 }
 
 TEST_F(DriverCallsTest, WhatAnotherProcessHasSavedMeanwhileIsMerged) {
@@ -227,9 +247,26 @@ TEST_F(DriverCallsTest, WhatAnotherProcessHasSavedMeanwhileIsMerged) {
     store.Save(key, {reinterpret_cast<const Byte*>(theirs.data()), static_cast<Int>(theirs.size())});
   }
   EXPECT_EQ(g_heard.mergeCount, 1);
-  const BaseArray<Byte> kept = Take(store.Load(key));
-  EXPECT_EQ(std::string(reinterpret_cast<const char*>(kept.GetFirst()), static_cast<std::size_t>(kept.GetCount())),
-            "mine and theirs");
+  EXPECT_EQ(LoadText(store, key), "mine and theirs");
+}
+
+TEST_F(DriverCallsTest, WhatAnotherProcessHasSavedOutlivesAllLaterSaves) {
+  const ReplacedFunction<PFN_vkGetPipelineCacheData> data(vkGetPipelineCacheData, &AnswerOwnOrMergedData);
+  const ReplacedFunction<PFN_vkMergePipelineCaches> merge(vkMergePipelineCaches, &NoteMerged);
+  const DrawportContextRef context = Take(MakeContext());
+  const ContentStore store = Take(ContentStore::Open(_folder.native(), 1 << 20));
+  Device& device = static_cast<Context&>(*context).GetDevice();
+  DriverCache cache(device);
+  Take(cache.Load(store));
+  cache.Save(store);
+  const ContentKey key = MakeDriverKey(device.GetProperties());
+  EXPECT_EQ(LoadText(store, key), "mine");
+  const std::string_view theirs = "theirs";
+  store.Save(key, {reinterpret_cast<const Byte*>(theirs.data()), static_cast<Int>(theirs.size())});
+  for (int i = 0; i < 3; ++i) {
+    cache.Save(store);
+    EXPECT_EQ(LoadText(store, key), "mine and theirs") << "save " << i;
+  }
 }
 
 TEST(DiskKeys, TellCompilersLanguagesStagesAndDriversApart) {

@@ -152,6 +152,77 @@ TEST_F(InternalTest, ValuesOfCountersGoWithTheWorkThatIsDropped) {
   EXPECT_EQ(Take(list.TakeCounterRead(Take(list.RecordCounterRead(*counter)))), 8u);
 }
 
+TEST_F(InternalTest, NumbersOfCounterReadsAreThoseOfTheirList) {
+  const DrawportContextRef context = Take(MakeContext()), other = Take(MakeContext());
+  CommandList& list = static_cast<Context&>(*context).GetCommands();
+  CommandList& otherList = static_cast<Context&>(*other).GetCommands();
+  const CounterRef counter = Take(CounterResource::Create(list.GetDevice()));
+  Take(list.SetAtomicCounterValue(*counter, 5));
+  const UInt64 number = Take(list.RecordCounterRead(*counter));
+  EXPECT_NE(Take(otherList.RecordCounterRead(*counter)), number);
+  EXPECT_THAT(otherList.TakeCounterRead(number), IsErrorOfKind(kIllegalStateError));
+  EXPECT_EQ(Take(list.TakeCounterRead(number)), 5u);
+}
+
+// The second piece is there already when it is asked for; what was recorded meanwhile is submitted with the copy of the
+// third.
+TEST_F(InternalTest, AFailureWhileMoreIsReadAheadDropsNoWorkInSilence) {
+  constexpr Int kPiece = ReadAhead::kMinBytes;
+  SetDrawportDirectMapping(false);
+  int toldCount = 0;
+  for (Int n = 1;; ++n) {
+    SCOPED_TRACE(n);
+    ASSERT_LT(n, 100);
+    const DrawportContextRef context = Take(MakeContext());
+    CommandList& list = static_cast<Context&>(*context).GetCommands();
+    const BufferRef buffer = Take(BufferResource::Create(list.GetDevice(), 4 * kPiece, MemoryUse::Device, true));
+    const CounterRef counter = Take(CounterResource::Create(list.GetDevice()));
+    DrawportStagingBuffer* const staging = Take(list.AllocStagingBuffer(kPiece, DrawportStagingUse::HostRead));
+    const auto read = [&](Int piece) {
+      const auto mapped = list.PrivateMapBuffer(*staging, DrawportMapMode::Read, *buffer, 0, piece * kPiece, kPiece);
+      return mapped ? list.UnmapBuffer(*staging, DrawportUnmapMode::Commit) : Result<void>(Error(mapped.GetError()));
+    };
+    EXPECT_EQ(Take(list.GetAtomicCounterValue(*counter)), 0u);
+    Take(read(0));
+    Take(list.SetAtomicCounterValue(*counter, 9));
+    CallFaults::FailNth(n, VK_ERROR_OUT_OF_DEVICE_MEMORY);
+    const Result<void> second = read(1);
+    const Bool hasFired = CallFaults::HasFired();
+    CallFaults::Disable();
+    const UInt32 value = Take(list.GetAtomicCounterValue(*counter));
+    if (second) {
+      EXPECT_EQ(value, 9u);
+    }
+    list.ReleaseStagingBuffer(staging);
+    toldCount += second ? 0 : 1;
+    if (!hasFired) break;
+  }
+  EXPECT_GT(toldCount, 0);
+}
+
+TEST_F(InternalTest, ALossThatIsFoundByLookingWhetherABufferIsInUseIsAnError) {
+  const DrawportContextRef context = Take(MakeContext());
+  CommandList& list = static_cast<Context&>(*context).GetCommands();
+  const BufferRef buffer = Take(BufferResource::Create(list.GetDevice(), 64, MemoryUse::Device, true));
+  Recorder& recorder = list.GetRecorder();
+  Take(recorder.BeginBatch());
+  Take(recorder.Keep(*buffer));
+  Take(recorder.Submit());
+  CallFaults::FailNth(1, VK_ERROR_DEVICE_LOST);
+  EXPECT_THAT(recorder.WaitFor(*buffer), IsErrorWith(kIllegalStateError, "The GPU device is lost."));
+  EXPECT_EQ(CallFaults::GetFiredCall(), "vkGetSemaphoreCounterValue");
+}
+
+TEST_F(InternalTest, ALossThatIsFoundByTheNextBatchIsAnError) {
+  const DrawportContextRef context = Take(MakeContext());
+  Recorder& recorder = static_cast<Context&>(*context).GetCommands().GetRecorder();
+  Take(recorder.BeginBatch());
+  Take(recorder.Submit());
+  CallFaults::FailNth(1, VK_ERROR_DEVICE_LOST);
+  EXPECT_THAT(recorder.BeginBatch(), IsErrorWith(kIllegalStateError, "The GPU device is lost."));
+  EXPECT_EQ(CallFaults::GetFiredCall(), "vkGetSemaphoreCounterValue");
+}
+
 TEST_F(InternalTest, TheSameTextIsCompiledOnceAndFoundOnDiskByTheNextStart) {
   DrawportDeviceBuffer* data = nullptr;
   DrawportTexture* texture = nullptr;

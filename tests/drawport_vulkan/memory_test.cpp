@@ -229,6 +229,23 @@ TEST_F(MemoryTest, WhatTheDriverWantsAloneGetsMemoryOfItsOwn) {
   EXPECT_EQ(g_driver.live.size(), 1u);
 }
 
+TEST_F(MemoryTest, WhatTheDriverOnlyPrefersAloneSharesABlockBeforeItLeavesTheDevice) {
+  VkMemoryRequirements requirements = {};
+  requirements.size = 3000;
+  requirements.alignment = 256;
+  requirements.memoryTypeBits = 0b101;
+  const auto get = [&](Bool isRequired) {
+    return Take(_pool.Allocate(requirements, MemoryUse::Device, MemoryContent::Linear, MemorySpill::Allowed,
+                               {.buffer = reinterpret_cast<VkBuffer>(UInt64{77}), .isRequired = isRequired}));
+  };
+  const MemoryPiece shared = Take(Get(1000));
+  g_driver.room[0] = 0;
+  EXPECT_EQ(get(false).memory, shared.memory);
+  const MemoryPiece alone = get(true);
+  EXPECT_EQ(GetType(alone), 2u);
+  EXPECT_EQ(g_driver.aloneWith, 77u);
+}
+
 TEST_F(MemoryBudgetTest, ABudgetThatShrinksSendsWhatDoesNotFitToTheHostAndSaysSoOnceWithSizes) {
   EXPECT_EQ(GetType(Take(Get(100 * kMiB))), 0u);
   EXPECT_EQ(_pool.GetBudget().available, 3996 * kMiB);
