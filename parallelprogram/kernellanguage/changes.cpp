@@ -38,7 +38,8 @@ std::vector<NodeIndex> ListChangedPlaces(const SyntaxTree& tree, const ResolvedT
   std::vector<NodeIndex> places;
   const auto arguments = tree.GetChildren(node);
   for (std::size_t i = 0; i < arguments.size(); ++i)
-    if (isAtomic || IsChangedArgument(tree, resolved, node, i)) places.push_back(arguments[i]);
+    if ((isAtomic && (i == 0 || i + 1 == arguments.size())) || IsChangedArgument(tree, resolved, node, i))
+      places.push_back(arguments[i]);
   return places;
 }
 

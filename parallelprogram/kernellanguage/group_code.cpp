@@ -109,8 +109,9 @@ void GroupPrinter::CutLoop(NodeIndex node) {
   if (isDo) leave();
   if (isFor && Child(node, 2) != kNoNode) {
     const NodeIndex step = Child(node, 2);
-    const NodeIndex counter = KindOf(step) == NodeKind::kComma ? kNoNode : Child(step, 0);
-    if (counter != kNoNode && IsShared(counter)) {
+    const NodeKind kind = KindOf(step);
+    const Bool isChange = kind == NodeKind::kAssign || kind == NodeKind::kPostfix || kind == NodeKind::kUnary;
+    if (isChange && KindOf(Child(step, 0)) == NodeKind::kName && IsShared(Child(step, 0))) {
       Outside({MakeLineDirective(_sources.Locate(_tree.nodes[node].offset)), Expression(step), ";"});
     } else {
       MarkLine(node);
@@ -168,6 +169,7 @@ void GroupPrinter::Declare(NodeIndex variable) {
     _order.push_back(variable);
     const Bool isNumber = _tree.HasFlag(variable, kIsConst) && _types.IsScalar(type) && value != kNoNode;
     if (isNumber && IsConstant(value)) known->second.place = Place::kConstant;
+    known->second.isRepeatable = CanBeRepeated(variable);
   }
   const std::string name = UniqueName(variable);
   if (known->second.place == Place::kShared) {
@@ -202,7 +204,7 @@ void GroupPrinter::Use(NodeIndex variable) {
   const auto known = _variables.find(variable);
   if (known == _variables.end()) return;
   if (known->second.place == Place::kPiece && known->second.piece != _pieceCount)
-    known->second.place = CanBeRepeated(variable) ? Place::kRepeated : Place::kKept;
+    known->second.place = known->second.isRepeatable ? Place::kRepeated : Place::kKept;
   if (known->second.place == Place::kRepeated) _repeated.insert(variable);
 }
 

@@ -35,7 +35,8 @@ class GroupPrinter {
   };
   struct Variable {
     Place place = Place::kPiece;
-    int piece = 0;  // that it was seen in first
+    int piece = 0;              // that it was seen in first
+    Bool isRepeatable = false;  // pieces may compute it again
   };
 
   void Refuse(NodeIndex node, std::string reason);

@@ -24,7 +24,8 @@ void GroupPrinter::FindChanges() {
   }
 }
 
-// Arithmetic of what `isKnown` answers true for, literals and uniforms. It ends and divides by nothing unknown.
+// Arithmetic of what `isKnown` answers true for, literals and uniforms. It has no side effects, no
+// loops, and only literal divisors.
 template <class IsKnown>
 Bool GroupPrinter::IsArithmetic(NodeIndex node, int& nodesLeft, const IsKnown& isKnown) const {
   if (--nodesLeft < 0) return false;
@@ -97,7 +98,8 @@ void GroupPrinter::FindShared(NodeIndex node) {
   for (const NodeIndex child : _tree.GetChildren(node)) FindShared(child);
 }
 
-// Whether pieces may compute the variable again: a number that never changes, made of the numbers of the invocation.
+// Whether pieces may compute the variable again: a number that never changes, made of the numbers of the invocation and
+// of variables that are declared before it and may be computed again themselves.
 Bool GroupPrinter::CanBeRepeated(NodeIndex variable) const {
   const NodeIndex value = Child(variable, 2);
   if (value == kNoNode || _changeCounts[variable] != 0 || !_types.IsScalar(_resolved.type[variable])) return false;
@@ -109,8 +111,9 @@ Bool GroupPrinter::CanBeRepeated(NodeIndex variable) const {
     if (meaning.kind == MeaningKind::kWord)
       return name != node && (meaning.word == WordId::kGlobalInvocation || meaning.word == WordId::kLocalInvocation ||
                               meaning.word == WordId::kWorkGroup || meaning.word == WordId::kWorkGroupSize);
-    return meaning.kind == MeaningKind::kVariable && name == node && _variables.contains(meaning.target) &&
-           CanBeRepeated(meaning.target);
+    if (meaning.kind != MeaningKind::kVariable || name != node) return false;
+    const auto known = _variables.find(meaning.target);
+    return known != _variables.end() && known->second.isRepeatable;
   });
 }
 

@@ -68,10 +68,8 @@ std::string PlainCalls::CallOfFunction(NodeIndex node) {
 }
 
 std::string PlainCalls::CallOfGroup(NodeIndex node) {
-  const Meaning& meaning = _resolved.meaning[node];
   const auto arguments = _tree.GetChildren(node);
-  const Bool isBool = GetOverloads(meaning.word)[meaning.overload].parameters[0] == kBoolType;
-  const std::string value = _expressions.Expression(arguments[0], isBool ? Binding::kComma : Binding::kAssignment);
+  const std::string value = _expressions.Expression(arguments[0], Binding::kAssignment);
   std::string index;
   if (arguments.size() == 2) {
     index = NewName("Index");

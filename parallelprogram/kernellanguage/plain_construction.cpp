@@ -10,7 +10,8 @@ namespace ostra::kernellanguage {
 std::string PlainConstruction::Convert(NodeIndex node) {
   const TypeIndex from = _resolved.type[node], to = _resolved.converted[node];
   if (_types.IsScalar(from) && _types.IsScalar(to))
-    return _values.ConvertScalar(_expressions.Value(node, Binding::kComma), _types[from].scalar, _types[to].scalar);
+    return _values.ConvertScalar(_expressions.Value(node, Binding::kAssignment), _types[from].scalar,
+                                 _types[to].scalar);
   if (KindOf(node) == NodeKind::kLiteral && _types.IsVector(to) && !_kernel.IsBoolVector(to)) {
     const std::vector<std::string> components(_types[to].count,
                                               _expressions.Literal(node, GetScalarType(_types[to].scalar)));
@@ -94,7 +95,7 @@ std::string PlainConstruction::ConstructVector(TypeIndex type, const std::vector
 // A number of a vector is its first component.
 std::string PlainConstruction::ConstructScalar(TypeIndex type, const TypedNode& part) {
   const std::string value = _expressions.PartText(
-      part, part.type == type || _types.IsVector(part.type) ? Binding::kPostfix : Binding::kComma);
+      part, part.type == type || _types.IsVector(part.type) ? Binding::kPostfix : Binding::kAssignment);
   const std::string number = _values.Components(value, part.type)[0];
   return _values.ConvertScalar(number, _types[part.type].scalar, _types[type].scalar);
 }

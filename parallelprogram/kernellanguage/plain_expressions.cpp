@@ -316,7 +316,7 @@ std::string PlainExpressions::CallTable(NodeIndex node) {
   const TypeIndex element = _resolved.type[node];
   for (; KindOf(node) == NodeKind::kIndex; node = Child(node, 0)) {
     const NodeIndex index = Child(node, 1);
-    const std::string number = Expression(index, Binding::kComma);
+    const std::string number = Expression(index, Binding::kAssignment);
     indices.insert(indices.begin(), _resolved.converted[index] == kIntType ? number : Join({"int(", number, ")"}));
   }
   const NodeIndex table = _resolved.meaning[node].target;

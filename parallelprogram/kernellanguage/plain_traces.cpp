@@ -111,7 +111,7 @@ std::string PlainTraces::MakeWatchCondition(NodeIndex place) {
   while (Child(place, 0) != root) place = Child(place, 0);
   for (std::size_t i = 0; i < _resolved.parameters.size(); ++i)
     if (_tree.GetName(_resolved.parameters[i]) == _tree.GetName(root))
-      return Join({"uint(", _expressions.Expression(Child(place, 1), Binding::kComma), ") == ", kReportBuffer, "[",
+      return Join({"uint(", _expressions.Expression(Child(place, 1), Binding::kAssignment), ") == ", kReportBuffer, "[",
                    std::to_string(kTracedInvocation + 1 + i), "]"});
   return "";
 }

@@ -1,7 +1,7 @@
 // The plain form: what it says, that it says the same again, and that its places are those of the kernel.
 #include "parallelprogram/kernellanguage/plain_form.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include "kernel_source_files.h"
 #include "kernel_text.h"
@@ -286,6 +286,13 @@ TEST(PlainFormTest, OperatorsKeepTheirOrder) {
   EXPECT_EQ(PlainBody("float f = UNIFORM(f); float a = (f + 1.0) * f - (f - (f - 2.0)) / (f / f);"),
             "float f = UNIFORM(f); float a = (f + 1.0) * f - (f - (f - 2.0)) / (f / f);");
   EXPECT_EQ(PlainBody("int a = 1; int b = -(-a) + (a << 2 & 3);"), "int a = 1; int b = -(-a) + ((a << 2) & 3);");
+}
+
+TEST(PlainFormTest, AnExpressionWithACommaIsOneArgument) {
+  constexpr std::string_view kTable = "const int kTable[2] = {3, 4};\n";
+  const std::string body = PlainBody("int i = 1; int j = 0; float f = (i, j); int b = kTable[(i, j)];", kTable, true);
+  EXPECT_THAT(body, testing::HasSubstr("float f = float((i, j));"));
+  EXPECT_THAT(body, testing::HasSubstr("ostra_table_kTable((i, j))"));
 }
 
 TEST(PlainFormTest, ArgumentsThatAreChangedAreVariables) {
