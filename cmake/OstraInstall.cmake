@@ -70,7 +70,7 @@ foreach(header
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/parallelprogram/${folder})
 endforeach()
 
-install(FILES ${PROJECT_SOURCE_DIR}/plans/render_scene.h ${PROJECT_SOURCE_DIR}/plans/work_observer.h
+install(FILES ${PROJECT_SOURCE_DIR}/plans/render_scene.h ${PROJECT_SOURCE_DIR}/plans/usage_error.h ${PROJECT_SOURCE_DIR}/plans/work_observer.h
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/plans)
 
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/clients/cpp DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/clients FILES_MATCHING PATTERN "*.h")

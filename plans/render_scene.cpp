@@ -1,5 +1,8 @@
 #include "plans/render_scene.h"
 
+#include <exception>
+
+#include "ostra/core/catch_out_of_memory.h"
 #include "plans/scene/draw_scene.h"
 #include "plans/start_gpu.h"
 #include "plans/usage_error.h"
@@ -11,6 +14,16 @@ namespace ostra {
 using namespace plans;
 
 namespace {
+
+// Runs `function`, which uses the standard library, for callers that catch nothing.
+template <class Function>
+Result<Image> CatchExceptions(Function&& function) {
+  try {
+    return CatchOutOfMemory(kOstraUnit, __LINE__, function);
+  } catch (const std::exception& exception) {
+    return OSTRA_ILLEGAL_STATE("The scene cannot be drawn: @.", std::string_view(exception.what()));
+  }
+}
 
 Result<void> ApplySettings(const RenderSettings& settings, Scene& scene) {
   for (const auto& [name, numbers] : settings.values) OSTRA_RETURN_IF_ERROR(SetSceneValue(scene, name, numbers));
@@ -26,9 +39,10 @@ Result<void> ApplySettings(const RenderSettings& settings, Scene& scene) {
 Result<Image> Render(Host& host, Scene scene, const Url& folder, const RenderSettings& settings) {
   OSTRA_RETURN_IF_ERROR(ApplySettings(settings, scene));
   OSTRA_ASSIGN_OR_RETURN(const RenderPlan plan, MakeRenderPlan(scene, folder));
+  WorkObserver diagnosticsAlone;
+  WorkObserver& observer = settings.observer ? *settings.observer : diagnosticsAlone;
+  ShowNotes(plan, observer);
   OSTRA_RETURN_IF_ERROR(StartGpu(host, "scenes are drawn on a GPU, or by a driver that plays one"));
-  WorkObserver silent;
-  WorkObserver& observer = settings.observer ? *settings.observer : silent;
   OSTRA_ASSIGN_OR_RETURN(DrawnScene drawn, DrawScene(scene, plan, folder, settings.cacheFolder, host, observer));
   return std::move(drawn.rendered.image);
 }
@@ -36,14 +50,18 @@ Result<Image> Render(Host& host, Scene scene, const Url& folder, const RenderSet
 }  // namespace
 
 Result<Image> RenderScene(Host& host, const Url& file, const RenderSettings& settings) {
-  OSTRA_ASSIGN_OR_RETURN(Scene scene, ReadScene(file));
-  return Render(host, std::move(scene), file.GetDirectory(), settings);
+  return CatchExceptions([&]() -> Result<Image> {
+    OSTRA_ASSIGN_OR_RETURN(Scene scene, ReadScene(file));
+    return Render(host, std::move(scene), file.GetDirectory(), settings);
+  });
 }
 
 Result<Image> RenderSceneText(Host& host, std::string_view text, std::string_view name, const Url& folder,
                               const RenderSettings& settings) {
-  OSTRA_ASSIGN_OR_RETURN(Scene scene, ParseScene(text, name));
-  return Render(host, std::move(scene), folder, settings);
+  return CatchExceptions([&]() -> Result<Image> {
+    OSTRA_ASSIGN_OR_RETURN(Scene scene, ParseScene(text, name));
+    return Render(host, std::move(scene), folder, settings);
+  });
 }
 
 }  // namespace ostra

@@ -1,12 +1,14 @@
-// WorkObserver: what long work says of itself while it goes on, for those who show progress and notes. As it is, it
-// shows nothing.
+// WorkObserver: what long work says of itself while it goes on, for those who show progress and notes. The class itself
+// writes diagnostics to standard error and shows nothing else. Its functions are called by the thread that does the
+// work.
 #pragma once
 
+#include <cstdio>
 #include <memory>
 #include <string>
 #include <string_view>
 
-#include "ostra/core/types.h"
+#include "ostra/core/printable_text.h"
 
 namespace ostra::plans {
 
@@ -26,12 +28,17 @@ class WorkObserver {
   virtual std::unique_ptr<WorkProgress> Begin(const std::string& text, Int steps, const std::string& unit);
   // What the user should know although nothing is wrong: a sentence without its period.
   virtual void Note([[maybe_unused]] std::string_view text) {}
-  // A line of the framework's diagnostics, which would be written to standard error.
-  virtual void Report([[maybe_unused]] std::string_view line) {}
+  // A line of the framework's diagnostics, which is kept off standard error otherwise.
+  virtual void Report(std::string_view line);
 };
 
 inline std::unique_ptr<WorkProgress> WorkObserver::Begin(const std::string&, Int, const std::string&) {
   return std::make_unique<WorkProgress>();
+}
+
+inline void WorkObserver::Report(std::string_view line) {
+  WriteMessage(stderr, line);
+  std::fputc('\n', stderr);
 }
 
 }  // namespace ostra::plans

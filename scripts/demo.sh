@@ -98,7 +98,12 @@ run "tonemap" "$kernels/net.ostra.kernels.tonemap.krn" --in source="$picture" --
 references=$(dirname "$tool")/ostra-demo-references
 if [ -x "$references" ]; then
   # shellcheck disable=SC2086
-  "$references" $extent >"$work/references" || exit 1
+  "$references" $extent >"$work/references" || {
+    [ $? -ne 1 ] || exit 1  # results differ
+    # The picture is too large for the loops, or for the memory beside them.
+    echo "note: nothing is compared with hand-written loops"
+    : >"$work/references"
+  }
 fi
 awk 'BEGIN { split("1 4 6 4 1", w, " "); for (y = 1; y <= 5; y++) for (x = 1; x <= 5; x++) print w[x] * w[y] / 256 }' \
   >"$work/taps.csv"

@@ -17,6 +17,7 @@ namespace {
 class KeptNotes final : public plans::WorkObserver {
  public:
   void Note(std::string_view text) override { notes.emplace_back(text); }
+  void Report(std::string_view line) override { notes.emplace_back(line); }
 
   std::vector<std::string> notes;
 };
@@ -28,6 +29,13 @@ Result<Image> Render(Host& host, const SceneSource& source, const RenderSettings
   }
   OSTRA_ASSIGN_OR_RETURN(const Url folder, Url::Create(source.folder));
   return RenderSceneText(host, source.text, source.path, folder, settings);
+}
+
+// Notes name files, whose names need not be UTF-8.
+py::str Decode(const std::string& text) {
+  PyObject* const decoded = PyUnicode_DecodeUTF8(text.data(), static_cast<Py_ssize_t>(text.size()), "backslashreplace");
+  if (!decoded) throw py::error_already_set();
+  return py::reinterpret_steal<py::str>(decoded);
 }
 
 }  // namespace
@@ -46,7 +54,7 @@ py::tuple RenderPicture(const SceneSource& source, const std::array<Int, 2>& siz
   py::array_t<float> pixels({picture.height, picture.width, Int(4)});
   std::memcpy(pixels.mutable_data(), picture.rgba.GetFirst(), static_cast<std::size_t>(pixels.nbytes()));
   py::list notes;
-  for (const std::string& note : observer.notes) notes.append(note);
+  for (const std::string& note : observer.notes) notes.append(Decode(note));
   return py::make_tuple(pixels, notes);
 }
 

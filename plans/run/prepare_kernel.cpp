@@ -3,6 +3,7 @@
 #include "ostra/io/file.h"
 #include "plans/profile/profile.h"
 #include "plans/run/build_messages.h"
+#include "plans/run/parameter_class.h"
 #include "plans/run/shader_parameters.h"
 
 namespace ostra::plans {
@@ -25,6 +26,14 @@ KernelModuleOptions MakeModuleOptions(const RunOptions& options, const OpenedKer
   module.templateArgument = options.templateArgument;
   module.opened = &opened;
   return module;
+}
+
+// For a kernel whose parameters the GPU program cannot find in its text.
+Result<PreparedKernel> PrepareByCompiler(const KernelModuleOptions& options, const OpenedKernel& opened, Host& host) {
+  OSTRA_ASSIGN_OR_RETURN(ParameterClass loaded, LoadParameterClass(options, host));
+  OSTRA_ASSIGN_OR_RETURN(KernelParameters parameters, KernelParameters::Read(loaded.classId));
+  const Bool wasCompiled = loaded.module.wasCompiled;
+  return PreparedKernel{opened, std::move(parameters), wasCompiled, std::move(loaded.module)};
 }
 
 }  // namespace
@@ -59,6 +68,7 @@ Result<PreparedKernel> PrepareKernel(const RunOptions& options, Host& host, Work
   module.isDebugged = options.isDebugged;
   BuildMessages messages(observer);
   module.observer = &messages;
+  if (options.backend == Backend::Gpu) return PrepareByCompiler(module, opened, host);
   OSTRA_ASSIGN_OR_RETURN(KernelModule loaded, LoadKernelModule(module, host));
   OSTRA_ASSIGN_OR_RETURN(KernelParameters parameters, KernelParameters::Read(loaded.classId));
   const Bool wasCompiled = loaded.wasCompiled;

@@ -17,8 +17,9 @@ struct PreparedKernel {
   kernelruntime::KernelModule module = {};  // keeps the file where a debugger finds it
 };
 
-// Reads the kernel and, where the CPU is to run it, compiles it and loads its module into `host`. The GPU alone needs
-// no C++ compiler, unless a parameter has a type that only one can explain. Errors: those of OpenedKernel,
+// Reads the kernel and, where the CPU is to run it, compiles it and loads its module into `host`: once in the life of
+// the host. The GPU alone needs no C++ compiler, unless a parameter has a type that only one can explain; it prepares a
+// kernel any number of times. Errors: those of OpenedKernel,
 // ReadShaderParameters and MakeKernelModule, and of loading the module.
 Result<PreparedKernel> PrepareKernel(const RunOptions& options, Host& host, WorkObserver& observer);
 

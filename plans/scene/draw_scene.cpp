@@ -41,10 +41,11 @@ Result<void> CheckTargetMemory(const Scene& scene, const RenderPlan& plan, const
                              plan.passes.size(), FormatMemorySize(bytes), FormatMemorySize(budget.available));
 }
 
-Result<std::string> FindDeviceName(const DrawportInterface& drawport) {
-  OSTRA_ASSIGN_OR_RETURN(const BaseArray<DrawportDeviceInformation> devices, GetDrawportDevices());
+// Empty if the devices cannot be listed: the picture is there.
+std::string FindDeviceName(const DrawportInterface& drawport) {
+  const auto devices = GetDrawportDevices();
   const Int index = drawport.GetDrawingDevice();
-  return index < devices.GetCount() ? std::string(devices[index].name.GetView()) : std::string();
+  return devices && index < devices->GetCount() ? std::string((*devices)[index].name.GetView()) : std::string();
 }
 
 }  // namespace
@@ -70,17 +71,20 @@ Result<void> SetSceneValue(Scene& scene, const std::string& name, std::vector<Fl
   return OK;
 }
 
-Result<DrawnScene> DrawScene(const Scene& scene, const RenderPlan& plan, const Url& folder,
-                             const std::string& cacheFolder, Host& host, WorkObserver& observer) {
+void ShowNotes(const RenderPlan& plan, WorkObserver& observer) {
   for (const PlannedFileTexture& texture : plan.textures)
     for (const std::string& note : texture.contents.notes) observer.Note(note);
+}
+
+Result<DrawnScene> DrawScene(const Scene& scene, const RenderPlan& plan, const Url& folder,
+                             const std::string& cacheFolder, Host& host, WorkObserver& observer) {
   OSTRA_ASSIGN_OR_RETURN(const DrawportContextRef context, MakeContext());
   OSTRA_RETURN_IF_ERROR(CheckTargetMemory(scene, plan, *context));
   OSTRA_ASSIGN_OR_RETURN(const SceneKernels kernels,
                          SceneKernels::Run(scene, folder, cacheFolder, host, context, observer));
   DrawnScene drawn;
   OSTRA_ASSIGN_OR_RETURN(drawn.rendered, SceneRenderer(scene, plan, kernels, context, observer).Render());
-  OSTRA_ASSIGN_OR_RETURN(drawn.device, FindDeviceName(*context->GetDrawport()));
+  drawn.device = FindDeviceName(*context->GetDrawport());
   return drawn;
 }
 

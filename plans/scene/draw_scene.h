@@ -16,9 +16,12 @@ Result<Scene> ReadScene(const Url& file);
 // Replaces a value that stands under "values". Error: usage error "the scene has no value ..." with the nearest name.
 Result<void> SetSceneValue(Scene& scene, const std::string& name, std::vector<Float64> numbers);
 
+// Notes on what was done to the files of the plan.
+void ShowNotes(const RenderPlan& plan, WorkObserver& observer);
+
 struct DrawnScene {
   RenderedScene rendered;
-  std::string device;
+  std::string device;  // its name; empty if the devices cannot be listed
 };
 
 // Runs the scene's kernels and draws its passes on the first device, which StartGpu has started. `plan` is the one of

@@ -2,6 +2,7 @@
 
 import json
 import pathlib
+import threading
 
 import numpy
 import pytest
@@ -94,6 +95,15 @@ def test_kernels_and_scenes_take_turns(folder):
         assert invert(source=picture)[5, 0, 0] == 1 - shade
 
 
+@no_gpu
+def test_a_scene_is_drawn_in_a_thread(folder):
+    pictures = []
+    thread = threading.Thread(target=lambda: pictures.append(ostra.render(make_scene(), folder=folder)))
+    thread.start()
+    thread.join()
+    numpy.testing.assert_array_equal(pictures[0], ostra.render(make_scene(), folder=folder))
+
+
 @pytest.mark.parametrize("change, message", [
     ({"uniforms": {"tnit": [1, 0, 0, 1]}}, 'passes\\[0\\].draws\\[0\\].uniforms.tnit: .* did you mean "tint"'),
     ({"stages": ["flat.vert", "none.frag"]}, "stages"),
@@ -125,6 +135,7 @@ def test_a_scene_that_is_not_there_is_an_error(tmp_path):
     (ValueError, {"size": (0, 4)}, "at least one pixel"),
     (ValueError, {"size": (20000, 4)}, "1 to 16384 pixels"),
     (TypeError, {"values": [1]}, '"values" is a dict'),
+    (TypeError, {"values": {3: 1}}, 'a name in "values" is a str, not 3'),
     (TypeError, {"values": {"tint": "red"}}, '"tint"'),
     (ValueError, {"values": {"tint": float("nan")}}, '"tint" is made of finite numbers'),
     (ValueError, {"values": {"tin": 1}}, 'the scene has no value "tin"; did you mean "tint"'),

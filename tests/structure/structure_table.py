@@ -12,7 +12,7 @@ import re
 import statistics
 import sys
 
-TOP_FOLDERS = ["ostra", "parallelprogram", "clients", "conformance", "apps", "tests", "bench", "fuzz"]
+TOP_FOLDERS = ["ostra", "parallelprogram", "plans", "clients", "conformance", "apps", "tests", "bench", "fuzz"]
 INCLUDE = re.compile(r'^\s*#\s*include\s*"([^"]+)"')
 # What opens a brace at the end of a line and is no function.
 NO_FUNCTION = re.compile(r"^\s*(namespace|struct|class|enum|union|extern|using|typedef|return|if|for|while|switch|else|do|case|"

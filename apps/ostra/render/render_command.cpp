@@ -94,8 +94,9 @@ Result<void> Render(const RenderOptions& options, std::span<const char* const> a
   std::optional<ProfilePart> part(std::in_place, "plan");
   OSTRA_ASSIGN_OR_RETURN(const RenderPlan plan, MakeRenderPlan(scene, folder));
   part.reset();
-  OSTRA_RETURN_IF_ERROR(StartGpu(host, "scenes are drawn on a GPU, or by a driver that plays one"));
   ShownWork observer;
+  ShowNotes(plan, observer);
+  OSTRA_RETURN_IF_ERROR(StartGpu(host, "scenes are drawn on a GPU, or by a driver that plays one"));
   OSTRA_ASSIGN_OR_RETURN(const DrawnScene drawn, DrawScene(scene, plan, folder, options.cacheFolder, host, observer));
   part.emplace("write files");
   OSTRA_RETURN_IF_ERROR(WriteImage(options.target, drawn.rendered.image));

@@ -16,7 +16,8 @@ def progress(steps, text="running"):
     text: what the line calls the work.
 
     The line appears after half a second, below the cell of a notebook or on standard error where that is a terminal;
-    elsewhere nothing is written. It goes away at the end, when the loop is left, and when an error ends it.
+    elsewhere nothing is written. It goes away at the end; when `break` or an
+    error ends the loop, as soon as the iterator is released.
 
     Returns an iterator. Raises TypeError for other arguments.
     """

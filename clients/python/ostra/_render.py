@@ -70,6 +70,8 @@ def _take_values(values):
         raise TypeError(f'"values" is a dict of numbers by name, not {values!r:.80}')
     taken = []
     for name, value in values.items():
+        if not isinstance(name, str):
+            raise TypeError(f'a name in "values" is a str, not {name!r:.80}')
         _ostra.check_text("values", name)
         numbers = _ostra.take_doubles(name, value)
         if not all(map(_math.isfinite, numbers)):

@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "plans/render_scene.h"
+#include "plans/usage_error.h"
 
 using namespace ostra;
 
@@ -18,6 +19,13 @@ static Result<void> Draw(const char* folder, const char* file) {
   OSTRA_ASSIGN_OR_RETURN(const Url stages, Url::Create(folder));
   OSTRA_ASSIGN_OR_RETURN(const Image picture,
                          RenderSceneText(host, kScene, "triangle", stages, {.width = 32, .height = 24}));
+  // The triangle becomes brighter towards the top.
+  const auto getRed = [&](Int x, Int y) { return picture.rgba[4 * (y * picture.width + x)]; };
+  if (getRed(16, 12) < 0.4f || getRed(16, 12) > 0.6f || getRed(0, 0) != 0)
+    return MakeError(kIllegalStateError, "scene", __LINE__, "Other colours: @, @.", getRed(16, 12), getRed(0, 0));
+  const auto refused = RenderSceneText(host, kScene, "triangle", stages, {.values = {{"none", {1}}}});
+  if (refused || refused.GetError().GetKind() != plans::kUsageError)
+    return MakeError(kIllegalStateError, "scene", __LINE__, "An unknown value is not refused.");
   OSTRA_ASSIGN_OR_RETURN(const Url target, Url::Create(file));
   return WriteImage(target, picture);
 }
