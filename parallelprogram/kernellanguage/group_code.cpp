@@ -109,8 +109,8 @@ void GroupPrinter::CutLoop(NodeIndex node) {
   if (isDo) leave();
   if (isFor && Child(node, 2) != kNoNode) {
     const NodeIndex step = Child(node, 2);
-    const NodeKind kind = KindOf(step);
-    const Bool isChange = kind == NodeKind::kAssign || kind == NodeKind::kPostfix || kind == NodeKind::kUnary;
+    const NodeKind change = KindOf(step);
+    const Bool isChange = change == NodeKind::kAssign || change == NodeKind::kPostfix || change == NodeKind::kUnary;
     if (isChange && KindOf(Child(step, 0)) == NodeKind::kName && IsShared(Child(step, 0))) {
       Outside({MakeLineDirective(_sources.Locate(_tree.nodes[node].offset)), Expression(step), ";"});
     } else {
