@@ -105,7 +105,12 @@ run() {
     from=$(date +%s)
     echo "== $step" >>"$messages"
     output=$out/output.tmp
-    timeout -k 5 "$remaining" "$@" >"$output" 2>>"$messages"
+    # A step that does not end when it is asked to is killed within the time as well.
+    if [ "$remaining" -gt 10 ]; then
+      timeout -k 5 "$((remaining - 5))" "$@" >"$output" 2>>"$messages"
+    else
+      timeout -s KILL "$remaining" "$@" >"$output" 2>>"$messages"
+    fi
     code=$?
     took=$(($(date +%s) - from))
     status=$code
@@ -177,7 +182,7 @@ problems=$(grep '"step"' "$figures" | grep -v '"status":0,' | sed 's/.*"step":"\
   [ ! -s "$out/parity.txt" ] || { echo && cat "$out/parity.txt"; }
   echo
   if [ -n "$problems" ]; then
-    echo "Not measured (what was said stands in messages.txt; a number is an exit status):"
+    echo "Not measured (messages.txt has their error messages; a number is an exit status):"
     echo "$problems" | sed 's/^/  /'
   else
     echo "Everything was measured."

@@ -28,7 +28,7 @@ Int GetDrawportStagingCapacity() { return g_stagingCapacity; }
 void SetDrawportProgramLimit(Int words) { g_programLimit = words; }
 Int GetDrawportProgramLimit() { return g_programLimit; }
 
-void SetDrawportTimeLimit(Float64 seconds) { g_timeLimit = seconds > 0 ? std::min(seconds, 1e6) : 0; }
+void SetDrawportTimeLimit(Float64 seconds) { g_timeLimit = seconds > 0 ? std::clamp(seconds, 1e-6, 1e6) : 0; }
 Float64 GetDrawportTimeLimit() { return g_timeLimit; }
 
 void SetDrawportRowAlignment(Int bytes) { g_rowAlignment = std::max<Int>(bytes, 1); }

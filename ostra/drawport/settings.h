@@ -24,9 +24,10 @@ OSTRA_API Int GetDrawportStagingCapacity();
 OSTRA_API void SetDrawportProgramLimit(Int words);
 OSTRA_API Int GetDrawportProgramLimit();
 
-// Seconds that the device may take for one submission while a program waits for it; 0, the default, is no limit. A
-// device that takes longer counts as lost: what waits gets an error, and a new context starts a new device. Memory that
-// the old one may work with is not freed before the process ends. OSTRA_GPU_TIME_LIMIT goes before it.
+// Seconds that the device may take for one submission while a program waits for it, raised to a microsecond; 0, the
+// default, is no limit. A device that takes longer counts as lost: what waits gets an error, and a new context starts a
+// new device. Memory that the old one may work with is not freed before the process ends. OSTRA_GPU_TIME_LIMIT goes
+// before it, also as "off".
 OSTRA_API void SetDrawportTimeLimit(Float64 seconds);
 OSTRA_API Float64 GetDrawportTimeLimit();
 

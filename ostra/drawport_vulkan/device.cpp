@@ -243,8 +243,11 @@ UInt64 Device::GetReachedValue() {
   UInt64 value = 0;
   Result<void> asked = OSTRA_VULKAN(vkGetSemaphoreCounterValue(_device, _timeline, &value));
   if (asked) return value;
-  const std::scoped_lock lock(_queueMutex);
-  static_cast<void>(CheckLoss(std::move(asked)));
+  {
+    const std::scoped_lock lock(_queueMutex);
+    static_cast<void>(CheckLoss(std::move(asked)));
+  }
+  TellLoss();
   return IsLost() ? UINT64_MAX : 0;
 }
 

@@ -2,6 +2,8 @@
 // Thread-safe.
 #pragma once
 
+#include <optional>
+
 #include "ostra/drawport_vulkan/driver.h"
 #include "ostra/drawport_vulkan/memory.h"
 #include "ostra/drawport_vulkan/setup.h"
@@ -60,7 +62,8 @@ class Device final : public DrawportCounted<Device, DrawportObject> {
   // A fault of Mesa's software driver: it counts the vertices that a draw of patches is divided into in 16 bits.
   Bool MiscountsPatches() const { return _miscountsPatches; }
 
-  // Hands recorded work to the queue. The returned value of the timeline is reached when the work is done.
+  // Hands recorded work to the queue. The returned value of the timeline is reached when the work is done. After an
+  // error the caller calls TellLoss, when it holds no mutex.
   Result<UInt64> Submit(const VkCommandBuffer* commands, UInt32 count);
   // That of the last submission of any list; 0 before the first.
   UInt64 GetSubmittedValue();
@@ -76,6 +79,8 @@ class Device final : public DrawportCounted<Device, DrawportObject> {
   void WaitUntilIdle();
   // From then on MakeLostError says what is known about the loss.
   Bool IsLost() const { return _isLost.load(std::memory_order_acquire); }
+  // Warns of a loss, once for each device. Called without mutexes: who listens to warnings may take its time.
+  void TellLoss();
   // The error of everything that is asked of a lost device. Illegal state.
   Error MakeLostError(Int32 line) const;
   // Lost because its work does not end. What it may work with is never freed, and the device itself never destroyed.
@@ -101,11 +106,12 @@ class Device final : public DrawportCounted<Device, DrawportObject> {
   Result<void> CreateDevice();
   Result<void> QueryLimits();
   void QuerySubgroups(ShaderFeatures& features) const;
-  // Remembers a lost device, and where it was lost; → the result, or the error that says so. With the queue locked.
+  // Remembers a lost device, and where it was lost; → the result, or the error that says so. With the queue locked;
+  // TellLoss comes after it.
   Result<void> CheckLoss(Result<void> result);
   // One wait, as long as submissions end within `limit` nanoseconds each. Error: see IsTimeout.
   Result<void> WaitWithLimit(UInt64 value, UInt64 limit);
-  // Leaves the device to work that does not end.
+  // Leaves the device to work that does not end. With the queue locked; TellLoss comes after it.
   Error Abandon(UInt64 limit);
 
   DriverRef _driver;
@@ -120,7 +126,7 @@ class Device final : public DrawportCounted<Device, DrawportObject> {
   Bool _hasHalfFloats = false;
   Bool _hasBudgetExtension = false;
   Bool _hasFaultExtension = false;
-  UInt64 _timeLimit = 0;  // nanoseconds, of the environment; 0: none
+  std::optional<UInt64> _timeLimit;  // of OSTRA_GPU_TIME_LIMIT; see ReadTimeLimit
   ShaderFeatures _shaderFeatures;
   GraphicsFeatures _graphics;
   Bool _isRenderingCore = false;
@@ -132,7 +138,11 @@ class Device final : public DrawportCounted<Device, DrawportObject> {
   UInt64 _submittedValue = 0;  // guarded by _queueMutex
   std::atomic<bool> _isLost{false};
   std::atomic<bool> _isHung{false};
-  String _loss;  // what is known about the loss; written before _isLost
+  struct Loss {
+    String text;  // what is known about it
+    std::atomic<bool> isUntold{false};
+  };
+  Loss _loss;  // written before _isLost
   Device* _nextAbandoned = nullptr;
 
   struct ListEntry {

@@ -63,14 +63,15 @@ Result<String> DescribeFault(VkDevice device) {
   return text;
 }
 
-Result<UInt64> ReadTimeLimit() {
+Result<std::optional<UInt64>> ReadTimeLimit() {
   const char* const chosen = std::getenv("OSTRA_GPU_TIME_LIMIT");
-  if (!chosen || std::string_view(chosen) == "off") return UInt64{0};
+  if (!chosen) return std::optional<UInt64>();
+  if (std::string_view(chosen) == "off") return std::optional<UInt64>(0);
   const std::string_view text = chosen;
   Float64 seconds = 0;
   const auto [end, code] = std::from_chars(text.data(), text.data() + text.size(), seconds);
   if (code == std::errc() && end == text.data() + text.size() && seconds >= 1e-6 && seconds <= 1e6)
-    return static_cast<UInt64>(seconds * 1e9);
+    return std::optional<UInt64>(static_cast<UInt64>(seconds * 1e9));
   return OSTRA_ILLEGAL_ARGUMENT("OSTRA_GPU_TIME_LIMIT is \"@\": give seconds from 0.000001 to 1000000, or off.",
                                 chosen);
 }

@@ -1,6 +1,8 @@
 // Where a device was lost, and how long it may take.
 #pragma once
 
+#include <optional>
+
 #include "ostra/core/string.h"
 #include "ostra/drawport_vulkan/api.h"
 
@@ -10,8 +12,8 @@ namespace ostra::vulkan {
 // says nothing. Error: out of memory.
 Result<String> DescribeFault(VkDevice device);
 
-// Nanoseconds of the environment variable OSTRA_GPU_TIME_LIMIT, which has seconds; 0 without it, or if it is "off".
-// Error: illegal argument when it is neither.
-Result<UInt64> ReadTimeLimit();
+// Nanoseconds of the environment variable OSTRA_GPU_TIME_LIMIT, which has seconds; 0, no limit, if it is "off"; nothing
+// without it. Error: illegal argument when it is neither.
+Result<std::optional<UInt64>> ReadTimeLimit();
 
 }  // namespace ostra::vulkan

@@ -16,34 +16,42 @@ constinit Device* g_abandoned = nullptr;
 }  // namespace
 
 Error Device::MakeLostError(Int32 line) const {
-  if (_loss.IsEmpty()) return MakeDeviceLostError(kOstraUnit, line);
-  return MakeError(kIllegalStateError, kOstraUnit, line, "The GPU device is lost. @", _loss);
+  if (_loss.text.IsEmpty()) return MakeDeviceLostError(kOstraUnit, line);
+  return MakeError(kIllegalStateError, kOstraUnit, line, "The GPU device is lost. @", _loss.text);
 }
 
 Result<void> Device::CheckLoss(Result<void> result) {
   if (result || !IsDeviceLost(result.GetError())) return result;
   if (IsLost()) return MakeLostError(__LINE__);
-  // What runs is over before anybody takes it for done. A device that is really lost answers at once.
+  // Running work must end before it counts as done. A device that is really lost answers at once.
   static_cast<void>(vkDeviceWaitIdle(_device));
   if (_hasFaultExtension) {
     const Result<String> fault = DescribeFault(_device);
     Result<String> text =
         fault && fault->IsPopulated() ? Format("The driver says: @.", *fault) : Result<String>(String());
-    if (text) _loss = std::move(*text);
+    if (text) _loss.text = std::move(*text);
   }
-  if (_loss.IsPopulated()) WarningOutput("The GPU device \"@\" is lost. @", _driver->GetSnapshot(_index).name, _loss);
+  _loss.isUntold.store(_loss.text.IsPopulated(), std::memory_order_relaxed);
   _isLost.store(true, std::memory_order_release);
   return MakeLostError(__LINE__);
 }
 
 Result<void> Device::Wait(UInt64 value) {
   if (IsLost()) return MakeLostError(__LINE__);
-  const UInt64 limit = _timeLimit > 0 ? _timeLimit : static_cast<UInt64>(GetDrawportTimeLimit() * 1e9);
+  const UInt64 limit = _timeLimit ? *_timeLimit : static_cast<UInt64>(GetDrawportTimeLimit() * 1e9);
   Result<void> waited = WaitWithLimit(value, limit);
   if (waited) return waited;
-  const std::scoped_lock lock(_queueMutex);
-  if (IsTimeout(waited.GetError())) return Abandon(limit);
-  return CheckLoss(std::move(waited));
+  {
+    const std::scoped_lock lock(_queueMutex);
+    waited = IsTimeout(waited.GetError()) ? Result<void>(Abandon(limit)) : CheckLoss(std::move(waited));
+  }
+  TellLoss();
+  return waited;
+}
+
+void Device::TellLoss() {
+  if (!IsLost() || !_loss.isUntold.exchange(false, std::memory_order_relaxed)) return;
+  WarningOutput("The GPU device \"@\" is lost. @", _driver->GetSnapshot(_index).name, _loss.text);
 }
 
 Result<void> Device::WaitWithLimit(UInt64 value, UInt64 limit) {
@@ -70,7 +78,7 @@ Error Device::Abandon(UInt64 limit) {
   Result<String> text =
       Format("Its work did not end within @ seconds, the time limit of OSTRA_GPU_TIME_LIMIT or SetDrawportTimeLimit.",
              static_cast<Float64>(limit) * 1e-9);
-  if (text) _loss = std::move(*text);
+  if (text) _loss.text = std::move(*text);
   // The device may go on with what it was given, so none of that is ever freed.
   _memory.Abandon();
   AddRef();
@@ -78,6 +86,7 @@ Error Device::Abandon(UInt64 limit) {
     const std::scoped_lock lock(g_abandonedMutex);
     _nextAbandoned = std::exchange(g_abandoned, this);
   }
+  _loss.isUntold.store(_loss.text.IsPopulated(), std::memory_order_relaxed);
   _isHung.store(true, std::memory_order_release);
   _isLost.store(true, std::memory_order_release);
   return MakeLostError(__LINE__);

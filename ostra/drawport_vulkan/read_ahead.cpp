@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "ostra/drawport/settings.h"
+
 namespace ostra::vulkan {
 namespace {
 
@@ -27,6 +29,7 @@ StagingMemory* ReadAhead::Take(const DeviceResource& resource, const DrawportReg
   if (!resource.WasLastUsedBy(_moment.stamp) || resource.GetSubmittedValue() != _moment.submittedValue ||
       resource.GetHostWrites() != _moment.hostWrites)
     return nullptr;
+  if (_moment.rowAlignment != GetDrawportRowAlignment()) return nullptr;
   _resource = {};
   return std::exchange(_memory, nullptr);
 }

@@ -12,11 +12,12 @@ class ReadAhead {
   static constexpr Int kMinBytes = Int(1) << 20;
 
   // When a copy was made: as the last work of batch `stamp`, which was submitted as `submittedValue` of the timeline,
-  // after so many writes of the host.
+  // after so many writes of the host, with rows of texels that far apart (SetDrawportRowAlignment).
   struct Moment {
     UInt64 stamp = 0;
     UInt64 submittedValue = 0;
     UInt64 hostWrites = 0;
+    Int rowAlignment = 1;
   };
 
   // A copy was submitted to memory, which counts as mapped.

@@ -1,4 +1,5 @@
 // Reading through staging memory, with what follows copied meanwhile.
+#include "ostra/drawport/settings.h"
 #include "ostra/drawport_vulkan/transfers.h"
 
 OSTRA_UNIT("drawport_vulkan");
@@ -46,7 +47,8 @@ Result<void> Transfers::ReadFollowing(DeviceResource& resource, const DrawportRe
   const Result<StagingMemory*> memory = SubmitRead(resource, region, bytes);
   if (!memory) return OK;
   const UInt64 stamp = DeviceResource::MakeStamp(_recorder.GetNumber(), (*memory)->busyUntil);
-  _readAhead.Note(resource, region, **memory, {stamp, _recorder.GetSubmittedValue(), hostWrites});
+  _readAhead.Note(resource, region, **memory,
+                  {stamp, _recorder.GetSubmittedValue(), hostWrites, GetDrawportRowAlignment()});
   return OK;
 }
 

@@ -133,6 +133,7 @@ Result<void> Recorder::Submit() {
   Result<UInt64> value = ended ? SubmitBehindSetup(batch) : Result<UInt64>(ended.TakeError());
   if (!value) {
     Abandon(batch);
+    _device->TellLoss();
     return value.TakeError();
   }
   batch.uniformEnd = _uniformRing.GetHead();

@@ -25,7 +25,7 @@ struct BoundSet {
 // What the list of a recorder is told. A batch is named by its place, 0 to kBatchCount - 1.
 class RecorderListener {
  public:
-  // Work is recorded that cannot stand inside of a pass.
+  // Work is recorded that is not allowed in a pass.
   virtual void SuspendPass() = 0;
   // Nothing is bound in a new batch.
   virtual void NoteNewBatch() = 0;

@@ -211,7 +211,7 @@ void ValueSet::NoteObjects(UInt64 hash) {
   const Int* const before = _written.Find(set.objectHash);
   if (before && *before == _current) _written.Erase(set.objectHash);
   set.objectHash = hash;
-  // A set that finds no memory in the table serves this time.
+  // A set without an entry in the table, for lack of memory, is used this once.
   if (const auto entry = _written.Insert(hash)) *entry->value = _current;
 }
 

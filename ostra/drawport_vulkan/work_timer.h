@@ -22,7 +22,7 @@ class WorkTimer {
   Result<void> End(UInt64 number) { return WriteStamp(number, true); }
   Result<DrawportWorkTime> Take(UInt64 number);
 
-  // Reads the stamps of a batch that is done. What finds no memory is as good as dropped.
+  // Reads the stamps of a batch that is done. Stamps that there is no memory for count as dropped.
   void Read(Int place);
   // Those of a batch that was not submitted.
   void Drop(Int place);

@@ -223,6 +223,15 @@ TEST_F(InternalTest, ALossThatIsFoundByTheNextBatchIsAnError) {
   EXPECT_EQ(CallFaults::GetFiredCall(), "vkGetSemaphoreCounterValue");
 }
 
+TEST_F(InternalTest, NoTimeLimitInTheEnvironmentGoesBeforeThatOfTheProgram) {
+  setenv("OSTRA_GPU_TIME_LIMIT", "off", 1);
+  SetDrawportTimeLimit(1e-9);
+  EXPECT_EQ(GetDrawportTimeLimit(), 1e-6) << "shorter ones are raised";
+  EXPECT_THAT(RunScenario(), IsOk());
+  SetDrawportTimeLimit(0);
+  unsetenv("OSTRA_GPU_TIME_LIMIT");
+}
+
 TEST_F(InternalTest, TheSameTextIsCompiledOnceAndFoundOnDiskByTheNextStart) {
   DrawportDeviceBuffer* data = nullptr;
   DrawportTexture* texture = nullptr;

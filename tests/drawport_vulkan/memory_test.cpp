@@ -238,6 +238,7 @@ TEST_F(MemoryTest, WhatTheDriverOnlyPrefersAloneSharesABlockBeforeItLeavesTheDev
     return Take(_pool.Allocate(requirements, MemoryUse::Device, MemoryContent::Linear, MemorySpill::Allowed,
                                {.buffer = reinterpret_cast<VkBuffer>(UInt64{77}), .isRequired = isRequired}));
   };
+  const DiagnosticRecorder diagnostics;
   const MemoryPiece shared = Take(Get(1000));
   g_driver.room[0] = 0;
   EXPECT_EQ(get(false).memory, shared.memory);

@@ -58,11 +58,11 @@ class PretendedFaultsTest : public DriverTest {
   }
 
   // Bytes go up, two dispatches of one submission and one of another count, bytes come down.
-  Result<void> Run() {
+  Result<void> Run(Int count = kCount) {
     OSTRA_ASSIGN_OR_RETURN(const DrawportContextRef context, MakeContext());
     CommandList& list = static_cast<Context&>(*context).GetCommands();
     OSTRA_ASSIGN_OR_RETURN(const BufferRef buffer,
-                           BufferResource::Create(list.GetDevice(), 4 * kCount, MemoryUse::Device, true));
+                           BufferResource::Create(list.GetDevice(), 4 * count, MemoryUse::Device, true));
     OSTRA_RETURN_IF_ERROR(Upload(list, *buffer, 7));
     OSTRA_ASSIGN_OR_RETURN(const GpuComputeRef add, MakeAdd(context, buffer.GetPointer()));
     for (const Bool isSubmitted : {false, true, true}) {
@@ -123,17 +123,32 @@ TEST_F(PretendedFaultsTest, ADeviceThatSaysWhereItWasLostIsQuoted) {
 
 // Each hung device stays until the process ends, so there are few.
 TEST_F(PretendedFaultsTest, WorkThatNeverEndsIsAnErrorWithinTheTimeLimitAndANewProgramWorks) {
-  SetDrawportTimeLimit(0.02);
   ASSERT_THAT(Run(), IsOk());
   for (const char* submission : {"1", "2"}) {
+    const DiagnosticRecorder told;
+    SetDrawportTimeLimit(0.02);
     setenv("OSTRA_PRETENDED_HANG", submission, 1);
     EXPECT_THAT(Run(), IsErrorContaining(kIllegalStateError,
                                          "The GPU device is lost. Its work did not end within 0.02 seconds"));
+    EXPECT_THAT(told.GetLines(),
+                testing::Contains(testing::HasSubstr("\" is lost. Its work did not end within 0.02 seconds")).Times(1));
     unsetenv("OSTRA_PRETENDED_HANG");
     SetDrawportTimeLimit(0);
     EXPECT_THAT(Run(), IsOk());
+  }
+}
+
+TEST_F(PretendedFaultsTest, WorkThatNeverEndsIsToldWhenAContextIsDestroyed) {
+  const DiagnosticRecorder told;
+  setenv("OSTRA_PRETENDED_HANG", "1", 1);
+  {
+    const DrawportContextRef context = Take(MakeContext());
+    Recorder& recorder = static_cast<Context&>(*context).GetCommands().GetRecorder();
+    Take(recorder.BeginBatch());
+    Take(recorder.Submit());
     SetDrawportTimeLimit(0.02);
   }
+  EXPECT_THAT(told.GetLines(), testing::Contains(testing::HasSubstr("Its work did not end within 0.02 seconds")));
 }
 
 TEST_F(PretendedFaultsTest, ATimeLimitThatIsNoTimeIsRefused) {
@@ -150,8 +165,8 @@ TEST_F(PretendedFaultsTest, ATimeLimitThatIsNoTimeIsRefused) {
 // host, and work all the same.
 TEST_F(PretendedFaultsTest, BuffersWorkWhenTheBudgetShrinksToNothing) {
   ASSERT_THAT(Run(), IsOk());
-  setenv("OSTRA_PRETENDED_BUDGET", "1", 1);
-  EXPECT_THAT(Run(), IsOk());
+  setenv("OSTRA_PRETENDED_BUDGET", "1", 1);  // MiB, fewer than the buffer has
+  EXPECT_THAT(Run(Int(1) << 19), IsOk());
 }
 
 }  // namespace

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include "ostra/drawport/settings.h"
+
 namespace ostra::test {
 namespace {
 
@@ -55,6 +57,13 @@ TEST_F(ReadAheadStateTest, WhatMayHaveChangedIsNotTaken) {
   _resource->NoteSubmission(1, kSubmitted);
   _resource->BeginUse(kStamp + 1);
   EXPECT_EQ(_ahead.Take(*_resource, kRegion), nullptr) << "other work with it was recorded";
+}
+
+TEST_F(ReadAheadStateTest, RowsWithAnotherDistanceAreNotTaken) {
+  SetDrawportRowAlignment(256);
+  EXPECT_EQ(_ahead.Take(*_resource, kRegion), nullptr);
+  SetDrawportRowAlignment(1);
+  EXPECT_EQ(_ahead.Take(*_resource, kRegion), &_memory);
 }
 
 TEST_F(ReadAheadStateTest, DroppedMemoryIsFree) {

@@ -19,6 +19,14 @@ bool NeverEnds(DeviceState& state) {
   return state.faults.isHung;
 }
 
+struct FaultFlags {
+  bool isLost, isHung;
+};
+FaultFlags GetFlags(DeviceState& state) {
+  const std::scoped_lock lock(state.mutex);
+  return {state.faults.isLost, state.faults.isHung};
+}
+
 }  // namespace
 
 bool IsLostNow(DeviceState& state) {
@@ -54,13 +62,13 @@ VkResult GetQueryPoolResults(VkDevice device, VkQueryPool pool, uint32_t first, 
 // A lost device may answer that it is idle: what it was given is over.
 VkResult DeviceWaitIdle(VkDevice device) {
   DeviceState& state = GetDevice(GetKey(device));
-  if (state.faults.isHung) ReportViolation(state, "vkDeviceWaitIdle would wait for work that never ends");
+  if (GetFlags(state).isHung) ReportViolation(state, "vkDeviceWaitIdle would wait for work that never ends");
   return state.DeviceWaitIdle(device);
 }
 
 VkResult GetDeviceFaultInfoEXT(VkDevice device, VkDeviceFaultCountsEXT* counts, VkDeviceFaultInfoEXT* info) {
-  const DeviceState& state = GetDevice(GetKey(device));
-  if (!state.faults.isLost) ReportViolation(state, "vkGetDeviceFaultInfoEXT asks a device that is not lost");
+  DeviceState& state = GetDevice(GetKey(device));
+  if (!GetFlags(state).isLost) ReportViolation(state, "vkGetDeviceFaultInfoEXT asks a device that is not lost");
   if (!info) {
     counts->addressInfoCount = 1;
     counts->vendorInfoCount = 0;

@@ -15,13 +15,19 @@ class TwoDrivers {
     namespace fs = std::filesystem;
     std::error_code error;
     fs::path found;
-    for (const auto& entry : fs::directory_iterator("/usr/share/vulkan/icd.d", error))
-      if (entry.path().filename().native().starts_with("lvp_icd.")) found = entry.path();
+    for (fs::directory_iterator entry("/usr/share/vulkan/icd.d", error), end; !error && entry != end;
+         entry.increment(error))
+      if (entry->path().filename().native().starts_with("lvp_icd.")) found = entry->path();
     if (found.empty()) return;
-    _folder = fs::temp_directory_path() / ("ostra_two_drivers_" + std::to_string(getpid()));
-    fs::create_directories(_folder);
+    const fs::path folder = fs::temp_directory_path(error) / ("ostra_two_drivers_" + std::to_string(getpid()));
+    fs::create_directories(folder, error);
     for (const char* name : {"first.json", "second.json"})
-      fs::copy_file(found, _folder / name, fs::copy_options::overwrite_existing);
+      if (!error) fs::copy_file(found, folder / name, fs::copy_options::overwrite_existing, error);
+    if (error) {
+      fs::remove_all(folder, error);
+      return;
+    }
+    _folder = folder;
     const std::string files = (_folder / "first.json").native() + ":" + (_folder / "second.json").native();
     setenv("VK_DRIVER_FILES", files.c_str(), 1);
     setenv("VK_ICD_FILENAMES", files.c_str(), 1);  // of older loaders
