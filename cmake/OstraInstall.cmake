@@ -84,8 +84,9 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/tests/install/outside ${PROJECT_SOURCE_D
   ${PROJECT_SOURCE_DIR}/tests/install/chain ${PROJECT_SOURCE_DIR}/tests/install/files DESTINATION ${CMAKE_INSTALL_DATADIR}/ostra/examples)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/tests/shaderloader/example/
   DESTINATION ${CMAKE_INSTALL_DATADIR}/ostra/examples/triangle)
+# Without the notebooks: they draw scenes that only the repository has.
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples/ DESTINATION ${CMAKE_INSTALL_DATADIR}/ostra/examples/gallery
-  PATTERN README.md EXCLUDE PATTERN __pycache__ EXCLUDE)
+  PATTERN README.md EXCLUDE PATTERN __pycache__ EXCLUDE PATTERN notebooks EXCLUDE)
 # The picture that some of them start from unless they are given another one.
 install(FILES ${PROJECT_SOURCE_DIR}/docs/pictures/scenes.png
   DESTINATION ${CMAKE_INSTALL_DATADIR}/ostra/examples/docs/pictures)
