@@ -46,7 +46,15 @@ std::string PlainCalls::CallOfWord(NodeIndex node) {
                  _checks.CheckLayer(node, _expressions.Expression(operands[2])), ")"});
   if (word == WordId::kRenderNoise)
     return Join({"RenderNoise(", NoiseNumber(operands[0]), ", ", _expressions.List(node, 1), ")"});
+  if (_options.isForGpu && IsTruncOfDouble(_resolved, node))
+    return CallTruncOfDouble(_expressions.Expression(operands[0]));
   return CallAsWritten(node);
+}
+
+// Some drivers give numbers of this size back as they are, where floor and ceil are right.
+std::string PlainCalls::CallTruncOfDouble(const std::string& number) {
+  return _helpers.Call("ostra_trunc_of_double", kDoubleType, {kDoubleType},
+                       "\treturn (v0 < 0.0) ? -floor(-v0) : ((v0 > 0.0) ? floor(v0) : v0);\n", {number});
 }
 
 std::string PlainCalls::CallAsWritten(NodeIndex node) {

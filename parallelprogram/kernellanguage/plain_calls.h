@@ -33,6 +33,7 @@ class PlainCalls : PlainPart {
 
  private:
   std::string CallOfWord(NodeIndex node);
+  std::string CallTruncOfDouble(const std::string& number);
   std::string CallAsWritten(NodeIndex node);
   std::string CallOfFunction(NodeIndex node);
   std::string CallOfGroup(NodeIndex node);

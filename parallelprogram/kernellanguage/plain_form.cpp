@@ -171,7 +171,9 @@ static Bool IsRoundedAsDouble(const AnalyzedKernel& kernel, NodeIndex node) {
 
 Bool IsOpenOnGpus(const AnalyzedKernel& kernel) {
   for (NodeIndex node = 0; node < kernel.tree.nodes.size(); ++node)
-    if (IsComparisonOfVectors(kernel.tree, kernel.resolved, node) || IsRoundedAsDouble(kernel, node)) return true;
+    if (IsComparisonOfVectors(kernel.tree, kernel.resolved, node) || IsRoundedAsDouble(kernel, node) ||
+        IsTruncOfDouble(kernel.resolved, node))
+      return true;
   return !FindOpenRemainders(kernel.tree, kernel.resolved).empty() ||
          !FindEvaluationOrder(kernel.tree, kernel.resolved).valueFirst.empty();
 }

@@ -79,6 +79,11 @@ std::set<NodeIndex> FindStoredStructs(const SyntaxTree& tree, const ResolvedTree
   return found;
 }
 
+Bool IsTruncOfDouble(const ResolvedTree& resolved, NodeIndex node) {
+  return resolved.meaning[node].kind == MeaningKind::kWord && resolved.meaning[node].word == WordId::kTrunc &&
+         resolved.type[node] == kDoubleType;
+}
+
 Bool IsComparisonOfVectors(const SyntaxTree& tree, const ResolvedTree& resolved, NodeIndex node) {
   const Operation operation = tree.nodes[node].operation;
   const Bool isEquality = operation == Operation::kEqual || operation == Operation::kNotEqual;

@@ -16,6 +16,8 @@ std::set<NodeIndex> FindStoredStructs(const SyntaxTree& tree, const ResolvedTree
 
 // Whether the node is == or != of two vectors.
 Bool IsComparisonOfVectors(const SyntaxTree& tree, const ResolvedTree& resolved, NodeIndex node);
+// Whether a call is trunc of a 64-bit float, which GPUs get in other words.
+Bool IsTruncOfDouble(const ResolvedTree& resolved, NodeIndex node);
 
 struct PlainKernel {
   PlainKernel(const AnalyzedKernel& kernel, const PlainOptions& options);

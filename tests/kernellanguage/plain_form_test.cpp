@@ -168,6 +168,14 @@ TEST(PlainFormTest, FloatsAreRoundedBeforeTheyAreDoublesOnGpus) {
   EXPECT_NE(PlainBody("Float64 d = 0.5; d = 1e10;", {}, true).find("0.5"), std::string::npos);
 }
 
+TEST(PlainFormTest, DoublesAreCutByFloorOnGpus) {
+  EXPECT_EQ(PlainBody("Float64 d = 1.5; Float64 e = trunc(d); float f = trunc(UNIFORM(f));", {}, true),
+            "Float64 d = 1.5; Float64 e = ostra_trunc_of_double(d); float f = trunc(UNIFORM(f));");
+  EXPECT_EQ(PlainBody("Float64 d = 1.5; Float64 e = trunc(d);"), "Float64 d = 1.5; Float64 e = trunc(d);");
+  const AnalyzedKernel kernel = AnalyzeBody("Float64 d = 1.5; Float64 e = trunc(d);");
+  EXPECT_TRUE(IsOpenOnGpus(kernel));
+}
+
 TEST(PlainFormTest, VectorsAreComparedByAFunctionOnGpus) {
   EXPECT_EQ(PlainBody("bool a = UNIFORM(v) == UNIFORM(v);"), "bool a = UNIFORM(v) == UNIFORM(v);");
   EXPECT_EQ(PlainBody("bool a = !(UNIFORM(v) == UNIFORM(v));", {}, true),
