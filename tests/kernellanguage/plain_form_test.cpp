@@ -170,8 +170,8 @@ TEST(PlainFormTest, FloatsAreRoundedBeforeTheyAreDoublesOnGpus) {
 
 TEST(PlainFormTest, DoublesAreCutByFloorOnGpus) {
   EXPECT_EQ(PlainBody("Float64 d = 1.5; Float64 e = trunc(d); float f = trunc(UNIFORM(f));", {}, true),
-            "Float64 d = 1.5; Float64 e = ostra_trunc_of_double(d); float f = trunc(UNIFORM(f));");
-  EXPECT_EQ(PlainBody("Float64 d = 1.5; Float64 e = trunc(d);"), "Float64 d = 1.5; Float64 e = trunc(d);");
+            "double d = double(1.5); double e = ostra_trunc_of_double(d); float f = trunc(UNIFORM(f));");
+  EXPECT_EQ(PlainBody("Float64 d = 1.5; Float64 e = trunc(d);"), "double d = double(1.5); double e = trunc(d);");
   const AnalyzedKernel kernel = AnalyzeBody("Float64 d = 1.5; Float64 e = trunc(d);");
   EXPECT_TRUE(IsOpenOnGpus(kernel));
 }
