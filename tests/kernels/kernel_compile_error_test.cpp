@@ -34,7 +34,6 @@ const Mistake kMistakes[] = {
      "invocations of a group cannot exchange", 0},
     {"DoublesAndTheirFunctions", "\tFloat64 d = 2.0;\n\tfloat r = sqrt(d) + max(d, 1) + mix(1.0, 2, d);\n", "", 0},
     {"AWordWithoutAFormOfDoubles", "\tFloat64 d = 2.0;\n\tuint bits = floatBitsToUint(d);\n", "floatBitsToUint", 2},
-    {"FunctionsOfLongIntegers", "\tUInt64 k = 5;\n\tk = min(k, 3u);\n", "vocabulary::min(", 2},
     {"ATexelAtNumbers", "\tfloat t = FetchTexture(image, int2(1, 2));\n", "", 0},
     {"ATexelBetweenNumbers", "\tfloat t = FetchTexture(image, vec2(1.7, 2.9));\n",
      "FetchTexture takes the numbers of a texel: int, int2 or int3", 0},
