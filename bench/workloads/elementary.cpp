@@ -4,6 +4,7 @@
 
 #include "bench/workloads/workloads.h"
 #include "ostra/math/elementary_functions.h"
+#include "ostra/math/lane_levels.h"
 
 namespace bench {
 namespace {
@@ -35,14 +36,11 @@ void LanesOfFirst(const float* x, const float*, float* result) {
 #ifdef __x86_64__
 namespace lanes8 = elementary::lanes8;
 namespace lanes16 = elementary::lanes16;
-const bool kHasLanes8 = __builtin_cpu_supports("avx2");
-const bool kHasLanes16 = __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
-                         __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512vl");
 #else
 namespace lanes8 = elementary::lanes4;
 namespace lanes16 = elementary::lanes4;
-const bool kHasLanes8 = false, kHasLanes16 = false;
 #endif
+const bool kHasLanes8 = CountLaneLevels() > 1, kHasLanes16 = CountLaneLevels() > 2;
 
 // clang-format off
 #define OSTRA_UNARY(name, low, high)                                                                     \

@@ -7,6 +7,7 @@
 
 #include <type_traits>
 
+#include "ostra/math/lane_levels.h"
 #include "ostra/math/vector.h"
 #include "parallelprogram/program/kernel_range_interface.h"
 
@@ -64,26 +65,10 @@ namespace ostra::kernel {
 // Instruction sets in ascending order: every x86-64 processor; with 256-bit vectors; with 512-bit vectors.
 enum class InstructionLevel { kBaseline, kVectors256, kVectors512 };
 
-#ifdef OSTRA_KERNEL_LEVELS
-// Whether the processor converts half floats. Clang 14 does not know the feature by name.
-inline Bool HasHalfConversions() {
-  UInt32 leaf = 1, b, features = 0, d;
-  __asm__("cpuid" : "+a"(leaf), "=b"(b), "+c"(features), "=d"(d));
-  return (features >> 29 & 1u) != 0;
-}
-#endif
-
 // The level of this processor.
 inline InstructionLevel DetectInstructionLevel() {
 #ifdef OSTRA_KERNEL_LEVELS
-  __builtin_cpu_init();
-  if (!__builtin_cpu_supports("avx2") || !__builtin_cpu_supports("fma") || !__builtin_cpu_supports("bmi2") ||
-      !HasHalfConversions())
-    return InstructionLevel::kBaseline;
-  if (!__builtin_cpu_supports("avx512f") || !__builtin_cpu_supports("avx512bw") ||
-      !__builtin_cpu_supports("avx512dq") || !__builtin_cpu_supports("avx512vl"))
-    return InstructionLevel::kVectors256;
-  return InstructionLevel::kVectors512;
+  return static_cast<InstructionLevel>(CountLaneLevels() - 1);
 #else
   return InstructionLevel::kBaseline;
 #endif

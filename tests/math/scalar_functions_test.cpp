@@ -11,6 +11,7 @@
 #include <tuple>
 #include <vector>
 
+#include "ostra/math/lane_levels.h"
 #include "ostra/math/vocabulary.h"
 
 namespace ostra {
@@ -142,14 +143,11 @@ namespace lanes4 = elementary::lanes4;
 #ifdef __x86_64__
 namespace lanes8 = elementary::lanes8;
 namespace lanes16 = elementary::lanes16;
-const Bool kHasLanes8 = __builtin_cpu_supports("avx2");
-const Bool kHasLanes16 = __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
-                         __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512vl");
 #else
 namespace lanes8 = elementary::lanes4;
 namespace lanes16 = elementary::lanes4;
-const Bool kHasLanes8 = false, kHasLanes16 = false;
 #endif
+const Bool kHasLanes8 = CountLaneLevels() > 1, kHasLanes16 = CountLaneLevels() > 2;
 
 // clang-format off
 #define OSTRA_UNARY(name, hash)                                                                                     \

@@ -4,6 +4,7 @@
 #include <iterator>
 #include <limits>
 
+#include "ostra/math/lane_levels.h"
 #include "tests/render/noise_fixture.h"
 #include "tests/support/diagnostic_recorder.h"
 
@@ -74,19 +75,6 @@ TEST(RenderNoiseTest, ANoiseIsNotCopied) {
   EXPECT_EQ(diagnostics.GetLines().size(), 1u);
 }
 
-// How many levels of ostra/math/lanes the processor has.
-Int CountLevels() {
-#if defined(__x86_64__)
-  if (!__builtin_cpu_supports("avx2") || !__builtin_cpu_supports("fma") || !__builtin_cpu_supports("bmi2")) return 1;
-  return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
-                 __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512vl")
-             ? 3
-             : 2;
-#else
-  return 1;
-#endif
-}
-
 TEST(RenderNoiseTest, SeveralPlacesAtOnceHaveTheBitsOfEach) {
   constexpr Float32 kInfinity = std::numeric_limits<Float32>::infinity();
   std::vector<Vector4d32> positions = MakePositions(512);
@@ -97,7 +85,7 @@ TEST(RenderNoiseTest, SeveralPlacesAtOnceHaveTheBitsOfEach) {
   positions[10] = Vector4d32(1e-30f, -1e-9f, 3e38f, -kInfinity);
   for (const Id& id : GetNoiseIds()) {
     const RenderNoiseRef noise = MakeNoise(id, 1234);
-    for (Int level = 0; level < CountLevels(); ++level) {
+    for (Int level = 0; level < CountLaneLevels(); ++level) {
       const std::size_t count = std::size_t{4} << level;
       for (std::size_t first = 0; first < positions.size(); first += count) {
         Float32 values[16 + 1], places[4 * 16];

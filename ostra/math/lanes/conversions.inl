@@ -21,8 +21,8 @@ struct Lanes<HalfFloat> {
   OSTRA_LANE_INLINE void Set(int lane, HalfFloat value) { v[lane] = static_cast<HalfBits>(value.GetBits()); }
 };
 
-// Small integers are held as Int32, and wrap around. Scalars are computed as Int32 in C++; components of vectors are
-// not.
+// Small integers are held as Int32, and wrap around. C++ promotes scalars of these types to Int32 before it computes
+// with them, but not the components of our vectors.
 template <class T>
 requires kIsSmallInteger<T>
 struct Lanes<T> {

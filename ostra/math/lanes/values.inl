@@ -8,7 +8,8 @@
 //   Lanes<Float32> y = Select(x < 0.0f, -x, 2.0f * x);
 //   if (Any(y > limit)) ...
 //
-// An operation of lanes does in each lane what the same operation does with two scalars: the same bits, at every level.
+// An operation of lanes does in each lane what the same operation does with two scalars: the same bits at every
+// level, but for the bits of a NaN.
 // A scalar stands for a value that all lanes share. What C++ leaves undefined for scalars (a division by zero, a shift
 // by more than the width) must not happen in any lane, active or not: Divide and Remainder take a mask for that.
 // Nothing allocates, fails or keeps state.
