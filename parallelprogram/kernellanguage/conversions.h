@@ -30,7 +30,7 @@ struct Candidate {
 };
 enum class Choice : UInt8 { kFound, kNone, kAmbiguous, kUncertain };
 
-// Whether a number of the one scalar that does not fit the other is cut as an int is: int8_t(300.0) is 44.
+// Whether the conversion is by way of an int, whose upper bits are dropped: Int8(300.0) is 44.
 Bool IsCutFloat(Scalar from, Scalar to);
 
 // Whether all shading languages make the conversion by themselves, as C++ does: GLSL knows few.

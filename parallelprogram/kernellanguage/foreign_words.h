@@ -15,7 +15,7 @@ enum class ForeignUse : UInt8 {
 };
 
 // What to write in place of the word, the end of a sentence: "write InLocalInvocationID". Empty for other words.
-// Names that a kernel declares come before these.
+// Callers look the name up among those that the kernel declares first.
 std::string_view FindForeignWord(std::string_view name, ForeignUse use);
 
 // The message about the word with that end.

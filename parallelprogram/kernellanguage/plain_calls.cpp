@@ -9,19 +9,6 @@
 
 namespace ostra::kernellanguage {
 
-PlainCalls::PlainCalls(const PlainBasis& basis, const Uses& uses)
-    : PlainPart(basis),
-      _checkPlan(uses.checkPlan),
-      _reportPlan(uses.reportPlan),
-      _hoistPlan(uses.hoistPlan),
-      _library(uses.library),
-      _groups(uses.groups),
-      _checks(uses.checks),
-      _expressions(uses.expressions),
-      _bools(uses.bools),
-      _matrices(uses.matrices),
-      _changes(uses.changes) {}
-
 std::string PlainCalls::Call(NodeIndex node) {
   const Meaning& meaning = _resolved.meaning[node];
   if (meaning.kind == MeaningKind::kFunction) return CallOfFunction(node);
@@ -30,24 +17,24 @@ std::string PlainCalls::Call(NodeIndex node) {
 
 std::string PlainCalls::CallOfWord(NodeIndex node) {
   const WordId word = _resolved.meaning[node].word;
-  if (word >= WordId::kLessThan && word <= WordId::kNot) return _bools.CallOfBools(node);
+  if (word >= WordId::kLessThan && word <= WordId::kNot) return _uses.bools.CallOfBools(node);
   if (IsGroupWord(word)) return CallOfGroup(node);
   if (IsLibraryWord(word) || IsLongCall(word, _types[_resolved.type[node]].scalar)) return CallOfLibrary(node);
   const auto operands = _tree.GetChildren(node);
   const TypeIndex first = operands.empty() ? kUnknownType : _resolved.converted[operands[0]];
   if (word == WordId::kMul && operands.size() == 2)
-    return _matrices.MultiplyMatrix(_resolved.type[node], {operands[0], first},
-                                    {operands[1], _resolved.converted[operands[1]]});
+    return _uses.matrices.MultiplyMatrix(_resolved.type[node], {operands[0], first},
+                                         {operands[1], _resolved.converted[operands[1]]});
   if (!operands.empty() && _kernel.IsMatrix(first) && _types[first].count == 2)
-    return _matrices.CallOfSmallMatrix(node);
-  if (_checkPlan.NeedsCheck(node))
-    return Join({_tree.GetName(node), "(", _expressions.Expression(operands[0]), ", ",
-                 _expressions.Expression(operands[1]), ", ",
-                 _checks.CheckLayer(node, _expressions.Expression(operands[2])), ")"});
+    return _uses.matrices.CallOfSmallMatrix(node);
+  if (_uses.checkPlan.NeedsCheck(node))
+    return Join({_tree.GetName(node), "(", _uses.expressions.Expression(operands[0]), ", ",
+                 _uses.expressions.Expression(operands[1]), ", ",
+                 _uses.checks.CheckLayer(node, _uses.expressions.Expression(operands[2])), ")"});
   if (word == WordId::kRenderNoise)
-    return Join({"RenderNoise(", NoiseNumber(operands[0]), ", ", _expressions.List(node, 1), ")"});
+    return Join({"RenderNoise(", NoiseNumber(operands[0]), ", ", _uses.expressions.List(node, 1), ")"});
   if (_options.isForGpu && IsTruncOfDouble(_resolved, node))
-    return CallTruncOfDouble(_expressions.Expression(operands[0]));
+    return CallTruncOfDouble(_uses.expressions.Expression(operands[0]));
   return CallAsWritten(node);
 }
 
@@ -58,7 +45,7 @@ std::string PlainCalls::CallTruncOfDouble(const std::string& number) {
 }
 
 std::string PlainCalls::CallAsWritten(NodeIndex node) {
-  return Join({_tree.GetName(node), "(", _expressions.List(node, 0), ")"});
+  return Join({_tree.GetName(node), "(", _uses.expressions.List(node, 0), ")"});
 }
 
 std::string PlainCalls::CallOfFunction(NodeIndex node) {
@@ -69,22 +56,22 @@ std::string PlainCalls::CallOfFunction(NodeIndex node) {
   for (std::size_t i = _tree.GetChildren(node).size() + 1; i + 1 < parameters.size(); ++i) {
     const NodeIndex value = Child(parameters[i], 2);
     if (value == kNoNode) continue;
-    arguments += Join({arguments.empty() ? "" : ", ", _expressions.Expression(value)});
+    arguments += Join({arguments.empty() ? "" : ", ", _uses.expressions.Expression(value)});
   }
-  if (_reportPlan.IsReportingFunction(function)) arguments += Join({arguments.empty() ? "" : ", ", "ostraState"});
+  if (_uses.reportPlan.IsReportingFunction(function)) arguments += Join({arguments.empty() ? "" : ", ", "ostraState"});
   return Join({NameOf(function), "(", arguments, ")"});
 }
 
 std::string PlainCalls::CallOfGroup(NodeIndex node) {
   const auto arguments = _tree.GetChildren(node);
-  const std::string value = _expressions.Expression(arguments[0], Binding::kAssignment);
+  const std::string value = _uses.expressions.Expression(arguments[0], Binding::kAssignment);
   std::string index;
   if (arguments.size() == 2) {
     index = NewName("Index");
-    const std::string given = _expressions.Expression(arguments[1]);
+    const std::string given = _uses.expressions.Expression(arguments[1]);
     Line({MarkOf(node), "const uint ", index, " = ", given, ";"});
   }
-  return _groups.CallGroup(node, value, index);
+  return _uses.groups.CallGroup(node, value, index);
 }
 
 std::string PlainCalls::CallOfLibrary(NodeIndex node) {
@@ -94,16 +81,17 @@ std::string PlainCalls::CallOfLibrary(NodeIndex node) {
   std::vector<std::string> arguments;
   for (std::size_t i = 0; i < _tree.GetChildren(node).size(); ++i) arguments.push_back(Argument(node, i));
   // Synonyms have the functions of the first word.
-  return _library.CallLibrary(GetWord(meaning.word).name, overload, arguments);
+  return _uses.library.CallLibrary(GetWord(meaning.word).name, overload, arguments);
 }
 
 std::string PlainCalls::Argument(NodeIndex call, std::size_t index) {
   const NodeIndex argument = Child(call, index);
   if (!IsChangedArgument(_tree, _resolved, call, index) || KindOf(argument) == NodeKind::kName)
-    return _expressions.Expression(argument);
-  _expressions.CheckPlainPlace(argument);
-  return call == _changes.GetCopyingCall() && _hoistPlan.IsCopied(argument) ? _changes.CopyArgument(argument)
-                                                                            : _expressions.Expression(argument);
+    return _uses.expressions.Expression(argument);
+  _uses.expressions.CheckPlainPlace(argument);
+  return call == _uses.changes.GetCopyingCall() && _uses.hoistPlan.IsCopied(argument)
+             ? _uses.changes.CopyArgument(argument)
+             : _uses.expressions.Expression(argument);
 }
 
 std::string PlainCalls::Arguments(NodeIndex node) {
@@ -116,7 +104,7 @@ std::string PlainCalls::Arguments(NodeIndex node) {
 // As it is written: the translator reads it.
 std::string PlainCalls::NoiseNumber(NodeIndex number) {
   if (KindOf(number) == NodeKind::kLiteral) return Join({MarkOf(number), _tree.GetName(number)});
-  return _expressions.Value(number, Binding::kAssignment);
+  return _uses.expressions.Value(number, Binding::kAssignment);
 }
 
 }  // namespace ostra::kernellanguage

@@ -27,7 +27,7 @@ class PlainCalls : PlainPart {
     PlainChanges& changes;
   };
 
-  PlainCalls(const PlainBasis& basis, const Uses& uses);
+  PlainCalls(const PlainBasis& basis, const Uses& uses) : PlainPart(basis), _uses(uses) {}
 
   std::string Call(NodeIndex node);
 
@@ -42,16 +42,7 @@ class PlainCalls : PlainPart {
   std::string Arguments(NodeIndex node);
   std::string NoiseNumber(NodeIndex number);
 
-  const CheckPlan& _checkPlan;
-  const ReportPlan& _reportPlan;
-  const HoistPlan& _hoistPlan;
-  PlainLibrary& _library;
-  PlainGroups& _groups;
-  PlainChecks& _checks;
-  PlainExpressions& _expressions;
-  PlainBools& _bools;
-  PlainMatrices& _matrices;
-  PlainChanges& _changes;
+  const Uses _uses;
 };
 
 }  // namespace ostra::kernellanguage

@@ -7,16 +7,6 @@
 
 namespace ostra::kernellanguage {
 
-PlainChanges::PlainChanges(const PlainBasis& basis, const Uses& uses)
-    : PlainPart(basis),
-      _checkPlan(uses.checkPlan),
-      _hoistPlan(uses.hoistPlan),
-      _kept(uses.kept),
-      _values(uses.values),
-      _checks(uses.checks),
-      _expressions(uses.expressions),
-      _matrices(uses.matrices) {}
-
 NodeIndex PlainChanges::SetCopyingCall(NodeIndex call) { return std::exchange(_copyingCall, call); }
 
 // v.xy = ..., v.xy += ...: the value first, then one component after the other.
@@ -30,7 +20,7 @@ Bool PlainChanges::WriteSwizzle(NodeIndex assignment) {
 
 // What is assigned in another way than it is written: m *= n, i *= 1.5, m[1] = v, b.x = true.
 Bool PlainChanges::WriteChange(NodeIndex assignment) {
-  if (!_hoistPlan.NeedsHoist(assignment)) return false;
+  if (!_uses.hoistPlan.NeedsHoist(assignment)) return false;
   _out.Open();
   ChangePlace(assignment);
   _out.Close();
@@ -44,7 +34,8 @@ std::string PlainChanges::ChangeSwizzle(NodeIndex assignment) {
   std::string place = Place(Child(target, 0));
   const std::string name = NewName("Value");
   Line({"const ", TypeName(_resolved.converted[value]), " ", name, " = ",
-        _checks.CheckDivisor(assignment, _expressions.Expression(value), _values.PartOf(place, target)), ";"});
+        _uses.checks.CheckDivisor(assignment, _uses.expressions.Expression(value), _uses.values.PartOf(place, target)),
+        ";"});
   const Bool isScalar = _types.IsScalar(_resolved.converted[value]);
   const std::string_view sign = GetSpelling(_tree.nodes[assignment].operation);
   for (UInt32 i = 0; i < _types[type].count; ++i) {
@@ -56,11 +47,11 @@ std::string PlainChanges::ChangeSwizzle(NodeIndex assignment) {
     const std::string before = _types[type].scalar == Scalar::kHalf ? Join({"float(", component, ")"}) : component;
     const std::string changed = sign.empty() ? part
                                 : _kernel.IsOpenRemainder(assignment)
-                                    ? _values.CallRemainder(number, number, component, part)
+                                    ? _uses.values.CallRemainder(number, number, component, part)
                                     : Join({before, " ", sign, " ", part});
     const Bool isStored = !isScalar && _kernel.IsBoolVector(_resolved.converted[value]);
     Line({MarkOf(assignment), component, " = ",
-          isStored ? changed : _values.StoredComponent(changed, computed, _types[type].scalar), ";"});
+          isStored ? changed : _uses.values.StoredComponent(changed, computed, _types[type].scalar), ";"});
   }
   WriteBack();
   return place;
@@ -72,26 +63,28 @@ std::string PlainChanges::MakeChanged(NodeIndex assignment, const std::string& p
   const TypeIndex type = _resolved.type[target], computed = _resolved.computed[assignment];
   const Operation operation = _tree.nodes[assignment].operation;
   const TypedNode right{value, _resolved.converted[value]};
-  if (_kernel.IsBoolComponent(target)) return Join({"int(", _expressions.Expression(value), ")"});
-  if (_resolved.meaning[assignment].word == WordId::kMul) return _matrices.MultiplyMatrix(type, {target, type}, right);
-  if (operation == Operation::kNone) return _expressions.Expression(value);
+  if (_kernel.IsBoolComponent(target)) return Join({"int(", _uses.expressions.Expression(value), ")"});
+  if (_resolved.meaning[assignment].word == WordId::kMul)
+    return _uses.matrices.MultiplyMatrix(type, {target, type}, right);
+  if (operation == Operation::kNone) return _uses.expressions.Expression(value);
   if (_kernel.IsMatrix(type) && _types[type].count != 2)
-    return _matrices.ComputeMatrix(operation, type, {target, type}, right);
-  const std::string left = _values.ConvertText(place, type, computed);
-  const std::string by = _checks.CheckDivisor(assignment, _expressions.Expression(value, Binding::kUnary), left);
+    return _uses.matrices.ComputeMatrix(operation, type, {target, type}, right);
+  const std::string left = _uses.values.ConvertText(place, type, computed);
+  const std::string by =
+      _uses.checks.CheckDivisor(assignment, _uses.expressions.Expression(value, Binding::kUnary), left);
   const std::string sum = _kernel.IsOpenRemainder(assignment)
-                              ? _values.CallRemainder(_kernel.GetDividendType(assignment), right.type, left, by)
+                              ? _uses.values.CallRemainder(_kernel.GetDividendType(assignment), right.type, left, by)
                               : Join({left, " ", GetSpelling(operation), " ", by});
-  return _values.ConvertText(sum, computed, type);
+  return _uses.values.ConvertText(sum, computed, type);
 }
 
 std::string PlainChanges::ChangePlace(NodeIndex assignment) {
   const NodeIndex target = Child(assignment, 0);
   std::string place = Place(target);
-  _kept.Keep(target, place);  // computed once
+  _uses.kept.Keep(target, place);  // computed once
   const std::string changed = MakeChanged(assignment, place);
-  _kept.Release(target);
-  Line({MarkOf(assignment), place, " = ", _values.StoredText(target, changed), ";"});
+  _uses.kept.Release(target);
+  Line({MarkOf(assignment), place, " = ", _uses.values.StoredText(target, changed), ";"});
   WriteBack();
   return place;
 }
@@ -114,22 +107,22 @@ void PlainChanges::ChangeByOne(NodeIndex node, Bool isValueUsed) {
   const std::string_view sign = _tree.nodes[node].operation == Operation::kIncrement ? " + " : " - ";
   const std::string one = MakeOne(type);
   const Bool isBefore = KindOf(node) == NodeKind::kPostfix;
-  if (isValueUsed && isBefore) KeepValue(node, type, _values.PartOf(place, target));
+  if (isValueUsed && isBefore) KeepValue(node, type, _uses.values.PartOf(place, target));
   const auto change = [&](const std::string& part) {
     const TypeIndex own = isSwizzle ? GetScalarType(scalar) : type;
     const TypeIndex computed = isHalf ? GetVectorType(Scalar::kFloat32, _types[own].count) : own;
     const std::string changed =
         _kernel.IsSmall(type)
-            ? _values.StoredText(target,
-                                 _values.CutInteger(Join({_values.PartOf(part, target), sign, one}), scalar, scalar))
-            : _values.ConvertText(Join({_values.ConvertText(part, own, computed), sign, one}), computed, own);
+            ? _uses.values.StoredText(
+                  target, _uses.values.CutInteger(Join({_uses.values.PartOf(part, target), sign, one}), scalar, scalar))
+            : _uses.values.ConvertText(Join({_uses.values.ConvertText(part, own, computed), sign, one}), computed, own);
     Line({MarkOf(node), part, " = ", changed, ";"});
   };
   if (!isSwizzle) change(place);
   for (UInt32 i = 0; isSwizzle && i < GetSwizzleCount(meaning.number); ++i)
     change(Join({place, ".", GetComponentName(GetSwizzleComponent(meaning.number, i))}));
   WriteBack();
-  if (isValueUsed && !isBefore) KeepValue(node, type, _values.PartOf(place, target));
+  if (isValueUsed && !isBefore) KeepValue(node, type, _uses.values.PartOf(place, target));
 }
 
 std::string PlainChanges::CopyArgument(NodeIndex argument) {
@@ -137,11 +130,12 @@ std::string PlainChanges::CopyArgument(NodeIndex argument) {
   const TypeIndex type = _resolved.type[argument];
   const Bool isSwizzle = meaning.kind == MeaningKind::kSwizzle;
   const std::string place = Place(isSwizzle ? Child(argument, 0) : argument), name = NewName("Argument");
-  Line({TypeName(type), " ", name, " = ", _values.PartOf(place, argument), ";"});
+  Line({TypeName(type), " ", name, " = ", _uses.values.PartOf(place, argument), ";"});
   if (!isSwizzle)
-    _writeBacks.push_back(Join(
-        {place, " = ",
-         _kernel.IsBoolComponent(argument) ? Join({"int(", name, ")"}) : _values.StoredText(argument, name), ";"}));
+    _writeBacks.push_back(
+        Join({place, " = ",
+              _kernel.IsBoolComponent(argument) ? Join({"int(", name, ")"}) : _uses.values.StoredText(argument, name),
+              ";"}));
   for (UInt32 i = 0; isSwizzle && i < _types[type].count; ++i)
     _writeBacks.push_back(Join({place, ".", GetComponentName(GetSwizzleComponent(meaning.number, i)), " = ", name, ".",
                                 GetComponentName(i), ";"}));
@@ -156,7 +150,7 @@ void PlainChanges::WriteBack() {
 void PlainChanges::KeepValue(NodeIndex node, TypeIndex type, const std::string& value) {
   const std::string name = NewName("Value");
   Line({"const ", TypeName(type), " ", name, " = ", value, ";"});
-  _kept.Keep(node, name);
+  _uses.kept.Keep(node, name);
 }
 
 // The place with its indices in variables, so that naming it again reads and changes nothing more.
@@ -164,21 +158,22 @@ std::string PlainChanges::Place(NodeIndex node) {
   switch (KindOf(node)) {
     case NodeKind::kMemberOf:
       if (_resolved.meaning[node].kind == MeaningKind::kSwizzle) break;
-      return Join({Place(Child(node, 0)), _expressions.MemberText(node)});
+      return Join({Place(Child(node, 0)), _uses.expressions.MemberText(node)});
     case NodeKind::kIndex: {
       if (_kernel.IsMatrix(_resolved.converted[Child(node, 0)])) return ColumnPlace(node);
       const std::string place = Place(Child(node, 0));
       const NodeIndex index = Child(node, 1);
-      if (_kept.IsSimple(index))
-        return Join({place, "[", _checks.CheckIndex(node, _expressions.Expression(index, Binding::kAssignment)), "]"});
+      if (_uses.kept.IsSimple(index))
+        return Join({place, "[",
+                     _uses.checks.CheckIndex(node, _uses.expressions.Expression(index, Binding::kAssignment)), "]"});
       const std::string name = NewName("Index");
       Line({"const ", TypeName(_resolved.converted[index]), " ", name, " = ",
-            _checks.CheckIndex(node, _expressions.Expression(index)), ";"});
+            _uses.checks.CheckIndex(node, _uses.expressions.Expression(index)), ";"});
       return Join({place, "[", name, "]"});
     }
     case NodeKind::kName:
     case NodeKind::kBuffer:
-      return _expressions.Value(node, Binding::kPostfix);
+      return _uses.expressions.Value(node, Binding::kPostfix);
     default:
       break;
   }
@@ -193,25 +188,26 @@ std::string PlainChanges::ColumnPlace(NodeIndex node) {
   const UInt32 count = _types[type].count;
   const auto number = _kernel.FindNumber(index);
   const std::string place = Place(matrix);
-  if (count != 2 && number && *number < count) return _values.MakeColumn(place, count, *number);
-  const Bool isChecked = _checkPlan.NeedsCheck(node);
-  std::string column = isChecked ? "" : number ? std::to_string(*number) : _expressions.Expression(index);
-  if (isChecked || (!number && !_kept.IsSimple(index))) {
+  if (count != 2 && number && *number < count) return _uses.values.MakeColumn(place, count, *number);
+  const Bool isChecked = _uses.checkPlan.NeedsCheck(node);
+  std::string column = isChecked ? "" : number ? std::to_string(*number) : _uses.expressions.Expression(index);
+  if (isChecked || (!number && !_uses.kept.IsSimple(index))) {
     column = NewName("Index");
-    Line({"const int ", column, " = ", _checks.CheckIndex(node, _expressions.Expression(index)), ";"});
+    Line({"const int ", column, " = ", _uses.checks.CheckIndex(node, _uses.expressions.Expression(index)), ";"});
   }
   if (count != 2 && _options.isForGpu) return Join({place, "[", column, "]"});
   const std::string name = NewName("Column");
-  Line({TypeName(_resolved.type[node]), " ", name, " = ", _values.CallColumn(type, place, column), ";"});
+  Line({TypeName(_resolved.type[node]), " ", name, " = ", _uses.values.CallColumn(type, place, column), ";"});
   _changedColumns.push_back({place, column, name, count, number && *number < count ? number : std::nullopt});
   return name;
 }
 
 void PlainChanges::WriteColumn(const ChangedColumn& changed, UInt32 column) {
   if (changed.count != 2)
-    return Line({_values.MakeColumn(changed.matrix, changed.count, column), " = ", changed.name, ";"});
+    return Line({_uses.values.MakeColumn(changed.matrix, changed.count, column), " = ", changed.name, ";"});
   for (UInt32 row = 0; row < 2; ++row)
-    Line({_values.MakeElement(changed.matrix, 2, column, row), " = ", changed.name, ".", GetComponentName(row), ";"});
+    Line({_uses.values.MakeElement(changed.matrix, 2, column, row), " = ", changed.name, ".", GetComponentName(row),
+          ";"});
 }
 
 void PlainChanges::WriteColumns() {
@@ -246,7 +242,7 @@ void PlainChanges::KeepStruct(NodeIndex node) {
     TypeIndex type = _resolved.type[members[i]];
     const Bool isArray = _types[type].kind == TypeKind::kArray;
     std::string target = Join({name, ".", NameOf(members[i])});
-    std::string given = isArray ? Place(value) : _expressions.Expression(value);
+    std::string given = isArray ? Place(value) : _uses.expressions.Expression(value);
     std::size_t depth = 0;
     for (; _types[type].kind == TypeKind::kArray; type = _types[type].element, ++depth) {
       const std::string index = NewName("Index");
@@ -261,7 +257,7 @@ void PlainChanges::KeepStruct(NodeIndex node) {
     Line({target, " = ", given, ";"});
     for (; depth > 0; --depth) _out.Close();
   }
-  _kept.Keep(node, name);
+  _uses.kept.Keep(node, name);
 }
 
 }  // namespace ostra::kernellanguage

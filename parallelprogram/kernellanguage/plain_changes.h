@@ -25,7 +25,7 @@ class PlainChanges : PlainPart {
     PlainMatrices& matrices;
   };
 
-  PlainChanges(const PlainBasis& basis, const Uses& uses);
+  PlainChanges(const PlainBasis& basis, const Uses& uses) : PlainPart(basis), _uses(uses) {}
 
   // The whole assignment as statements, if it is one of a swizzle, or one that is written otherwise.
   Bool WriteSwizzle(NodeIndex assignment);
@@ -62,17 +62,10 @@ class PlainChanges : PlainPart {
   std::string MakeChanged(NodeIndex assignment, const std::string& place);
   std::string MakeOne(TypeIndex type) const;
 
-  const CheckPlan& _checkPlan;
-  const HoistPlan& _hoistPlan;
-  KeptValues& _kept;
-  PlainValues& _values;
-  PlainChecks& _checks;
-  PlainExpressions& _expressions;
-  PlainMatrices& _matrices;
-
   NodeIndex _copyingCall = kNoNode;
   std::vector<std::string> _writeBacks;        // statements behind the one that is being written
   std::vector<ChangedColumn> _changedColumns;  // that the statement writes back at its end
+  const Uses _uses;
 };
 
 }  // namespace ostra::kernellanguage

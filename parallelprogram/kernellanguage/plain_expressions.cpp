@@ -60,16 +60,6 @@ std::string PrintDigits(Float64 rounded) {
 
 }  // namespace
 
-PlainExpressions::PlainExpressions(const PlainBasis& basis, const Uses& uses)
-    : PlainPart(basis),
-      _kept(uses.kept),
-      _values(uses.values),
-      _checks(uses.checks),
-      _bools(uses.bools),
-      _calls(uses.calls),
-      _construction(uses.construction),
-      _matrices(uses.matrices) {}
-
 std::string PlainExpressions::Expression(NodeIndex node, Binding lowest) {
   if (_resolved.converted[node] == _resolved.type[node]) return Value(node, lowest);
   const Bool isNumber = KindOf(node) == NodeKind::kLiteral && _types.IsScalar(_resolved.converted[node]) &&
@@ -77,11 +67,11 @@ std::string PlainExpressions::Expression(NodeIndex node, Binding lowest) {
   const Bool isNegative = KindOf(node) == NodeKind::kUnary && _tree.nodes[node].operation == Operation::kMinus &&
                           KindOf(Child(node, 0)) == NodeKind::kLiteral && _resolved.converted[node] == kFloatType;
   if (isNegative && lowest <= Binding::kUnary) return Join({MarkOf(node), "-", Literal(Child(node, 0), kFloatType)});
-  return isNumber ? MarkOf(node) + Literal(node, _resolved.converted[node]) : _construction.Convert(node);
+  return isNumber ? MarkOf(node) + Literal(node, _resolved.converted[node]) : _uses.construction.Convert(node);
 }
 
 std::string PlainExpressions::Value(NodeIndex node, Binding lowest) {
-  if (const std::string* kept = _kept.Find(node)) return *kept;
+  if (const std::string* kept = _uses.kept.Find(node)) return *kept;
   Binding binding = Binding::kPostfix;
   std::string text = ValueItself(node, binding);
   return binding < lowest ? Join({"(", text, ")"}) : text;
@@ -121,14 +111,14 @@ std::string PlainExpressions::MemberText(NodeIndex node) const {
   if (meaning.kind == MeaningKind::kComponent && _types.IsVector(type))
     return Join({".", GetComponentName(meaning.number)});
   if (meaning.kind == MeaningKind::kComponent && _kernel.IsMatrix(type))
-    return _values.MakeColumn("", _types[type].count, meaning.number);
+    return _uses.values.MakeColumn("", _types[type].count, meaning.number);
   if (meaning.kind == MeaningKind::kMember) return Join({".", NameOf(meaning.target)});
   return Join({".", _tree.GetName(node)});
 }
 
 void PlainExpressions::CheckPlainPlace(NodeIndex place) {
   while (KindOf(place) == NodeKind::kMemberOf || KindOf(place) == NodeKind::kIndex) place = Child(place, 0);
-  if (_kept.IsKept(place)) Refuse(place, "a place that is changed twice in one expression");
+  if (_uses.kept.IsKept(place)) Refuse(place, "a place that is changed twice in one expression");
 }
 
 std::string PlainExpressions::ValueItself(NodeIndex node, Binding& binding) {
@@ -166,20 +156,20 @@ std::string PlainExpressions::ValueItself(NodeIndex node, Binding& binding) {
       return Join({Value(child(0), Binding::kComma), mark, ", ", Expression(child(1))});
     case NodeKind::kConstruct:
     case NodeKind::kCast:
-      return mark + _construction.Construct(node, 1);
+      return mark + _uses.construction.Construct(node, 1);
     case NodeKind::kMemberOf:
       return Member(node);
     case NodeKind::kIndex:
       return Index(node);
     case NodeKind::kInitializerList: {
       const TypeIndex type = _resolved.type[node];
-      if (_types.IsVector(type) || _kernel.IsMatrix(type)) return mark + _construction.Construct(node, 0);
+      if (_types.IsVector(type) || _kernel.IsMatrix(type)) return mark + _uses.construction.Construct(node, 0);
       return Join({mark, "{", List(node, 0), "}"});
     }
     case NodeKind::kCall: {
       // Texels are uint.
       const Bool isTexel = _kernel.IsSmall(_resolved.type[node]) && _resolved.meaning[node].kind == MeaningKind::kWord;
-      return isTexel ? Join({mark, "int(", _calls.Call(node), ")"}) : mark + _calls.Call(node);
+      return isTexel ? Join({mark, "int(", _uses.calls.Call(node), ")"}) : mark + _uses.calls.Call(node);
     }
     default:
       break;
@@ -203,7 +193,7 @@ std::string PlainExpressions::Uniform(NodeIndex node) const {
   // A bool is a uint on a GPU.
   if (_options.isForGpu && type == kBoolType) return Join({"(", uniform, " != 0u)"});
   if (_options.isForGpu && IsWidenedUniform(type)) return Join({TypeName(type), "(", uniform, ")"});
-  return _kernel.IsBoolVector(type) ? _values.BoolsOf(uniform, node) : uniform;
+  return _kernel.IsBoolVector(type) ? _uses.values.BoolsOf(uniform, node) : uniform;
 }
 
 std::string PlainExpressions::Unary(NodeIndex node) {
@@ -221,21 +211,22 @@ std::string PlainExpressions::Binary(NodeIndex node, Binding& binding) {
   const TypeIndex type = _resolved.type[node], computed = _resolved.computed[node];
   const TypedNode left{first, _resolved.converted[first]}, right{second, _resolved.converted[second]};
   const std::string mark = MarkOf(node);
-  if (_resolved.meaning[node].word == WordId::kMul) return mark + _matrices.MultiplyMatrix(type, left, right);
+  if (_resolved.meaning[node].word == WordId::kMul) return mark + _uses.matrices.MultiplyMatrix(type, left, right);
   // One of two columns is a vector here, and computed as one.
   const Bool isOfMatrices = computed != kUnknownType && _kernel.IsMatrix(computed) && _types[computed].count != 2;
-  if (isOfMatrices && _kernel.IsMatrix(type)) return mark + _matrices.ComputeMatrix(operation, type, left, right);
-  if (_options.hasChecks && _kernel.MayOverflow(node) && !_kept.IsSimple(first))
-    return mark + _checks.CallQuotient(node, Expression(first), Expression(second));
-  if (_options.isForGpu && IsComparisonOfVectors(_tree, _resolved, node)) return mark + _bools.CallComparison(node);
+  if (isOfMatrices && _kernel.IsMatrix(type)) return mark + _uses.matrices.ComputeMatrix(operation, type, left, right);
+  if (_options.hasChecks && _kernel.MayOverflow(node) && !_uses.kept.IsSimple(first))
+    return mark + _uses.checks.CallQuotient(node, Expression(first), Expression(second));
+  if (_options.isForGpu && IsComparisonOfVectors(_tree, _resolved, node))
+    return mark + _uses.bools.CallComparison(node);
   if (_kernel.IsOpenRemainder(node)) {
     const std::string value = Expression(first);
-    const std::string divisor = _checks.CheckDivisor(node, Expression(second), value);
-    return mark + _values.CallRemainder(left.type, right.type, value, divisor);
+    const std::string divisor = _uses.checks.CheckDivisor(node, Expression(second), value);
+    return mark + _uses.values.CallRemainder(left.type, right.type, value, divisor);
   }
   binding = Binding::kBinary;
   const std::string value = Operand(first, operation, false);
-  const std::string other = _checks.CheckDivisor(node, Operand(second, operation, true), value);
+  const std::string other = _uses.checks.CheckDivisor(node, Operand(second, operation, true), value);
   return Join({value, " ", mark, GetSpelling(operation), " ", other});
 }
 
@@ -243,30 +234,30 @@ std::string PlainExpressions::Assign(NodeIndex node) {
   const NodeIndex target = Child(node, 0), assigned = Child(node, 1);
   CheckPlainPlace(target);
   const std::string place = Value(target, Binding::kUnary);
-  const std::string value = _checks.CheckDivisor(node, Expression(assigned), place);
+  const std::string value = _uses.checks.CheckDivisor(node, Expression(assigned), place);
   if (!_kernel.IsOpenRemainder(node))
     return Join({place, " ", MarkOf(node), GetSpelling(_tree.nodes[node].operation), "= ", value});
   return Join({place, " ", MarkOf(node), "= ",
-               _values.CallRemainder(_kernel.GetDividendType(node), _resolved.converted[assigned], place, value)});
+               _uses.values.CallRemainder(_kernel.GetDividendType(node), _resolved.converted[assigned], place, value)});
 }
 
 std::string PlainExpressions::Member(NodeIndex node) {
-  if (_resolved.meaning[node].kind == MeaningKind::kSwizzle) return MarkOf(node) + _construction.Swizzle(node);
-  if (_kernel.IsBoolComponent(node)) return _bools.BoolComponent(node);
+  if (_resolved.meaning[node].kind == MeaningKind::kSwizzle) return MarkOf(node) + _uses.construction.Swizzle(node);
+  if (_kernel.IsBoolComponent(node)) return _uses.bools.BoolComponent(node);
   const std::string part = Join({Expression(Child(node, 0), Binding::kPostfix), MarkOf(node), MemberText(node)});
   return _kernel.IsStoredSmall(node) ? Join({"int(", part, ")"}) : part;
 }
 
 std::string PlainExpressions::Index(NodeIndex node) {
   const NodeIndex whole = Child(node, 0), index = Child(node, 1);
-  if (_kernel.IsBoolComponent(node)) return _bools.BoolComponent(node);
-  if (_kernel.IsMatrix(_resolved.converted[whole])) return MarkOf(node) + _matrices.Column(node);
+  if (_kernel.IsBoolComponent(node)) return _uses.bools.BoolComponent(node);
+  if (_kernel.IsMatrix(_resolved.converted[whole])) return MarkOf(node) + _uses.matrices.Column(node);
   const auto number = _kernel.FindNumber(index);
   if (_types.IsVector(_resolved.converted[whole]) && number.value_or(4) < 4)
     return Join({Expression(whole, Binding::kPostfix), MarkOf(node), ".", GetComponentName(*number)});
   if (IsElementOfTable(node)) return MarkOf(node) + CallTable(node);
   const std::string container = Value(whole, Binding::kPostfix);
-  const std::string checked = _checks.CheckIndex(node, Expression(index, Binding::kAssignment));
+  const std::string checked = _uses.checks.CheckIndex(node, Expression(index, Binding::kAssignment));
   const std::string element = Join({container, MarkOf(node), "[", checked, "]"});
   return _kernel.IsStoredSmall(node) ? Join({"int(", element, ")"}) : element;
 }

@@ -24,7 +24,7 @@ class PlainExpressions : PlainPart {
     PlainMatrices& matrices;
   };
 
-  PlainExpressions(const PlainBasis& basis, const Uses& uses);
+  PlainExpressions(const PlainBasis& basis, const Uses& uses) : PlainPart(basis), _uses(uses) {}
 
   // As the type that it is wanted as; in parentheses if it is bound less tightly than `lowest`.
   std::string Expression(NodeIndex node, Binding lowest = Binding::kAssignment);
@@ -55,13 +55,7 @@ class PlainExpressions : PlainPart {
   Bool IsElementOfTable(NodeIndex node) const;
   std::string CallTable(NodeIndex node);
 
-  const KeptValues& _kept;
-  PlainValues& _values;
-  PlainChecks& _checks;
-  PlainBools& _bools;
-  PlainCalls& _calls;
-  PlainConstruction& _construction;
-  PlainMatrices& _matrices;
+  const Uses _uses;
 };
 
 }  // namespace ostra::kernellanguage

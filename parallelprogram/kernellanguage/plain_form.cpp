@@ -65,7 +65,11 @@ void PlainPrinter::PrintParameters() {
 // For GPUs constants stand where they are used.
 void PlainPrinter::PrintConstant(NodeIndex declaration) {
   for (const NodeIndex variable : _tree.GetChildren(declaration)) {
-    if (_kernel.isUsed[variable] && !_options.isForGpu) Line({"const ", _statements.VariableText(variable), ";"});
+    if (!_kernel.isUsed[variable]) continue;
+    if (_options.isForGpu)
+      RefuseCpuVectors(variable);
+    else
+      Line({"const ", _statements.VariableText(variable), ";"});
   }
 }
 

@@ -139,7 +139,7 @@ Bool PlainKernel::IsDivision(NodeIndex node) const {
   const NodeIndex divisor = GetChild(node, 1);
   const TypeIndex type = resolved.converted[divisor];
   const Scalar scalar = types[type].scalar;
-  const Bool isWide = scalar == Scalar::kInt64 || scalar == Scalar::kUInt64;
+  const Bool isWide = IsLongInteger(scalar);
   const Bool isWhole = isWide || scalar == Scalar::kInt32 || scalar == Scalar::kUInt32;
   if (!(types.IsScalar(type) || types.IsVector(type)) || !isWhole) return false;
   return FindNumber(divisor).value_or(0) == 0;

@@ -19,9 +19,11 @@ Bool IsDeclaration(NodeKind kind) {
 
 Bool NeedsAnotherName(std::string_view name) { return IsShaderWord(name) || FindTypeWord(name) != kUnknownType; }
 
-Bool NeedsAnotherMemberName(std::string_view name) { return NeedsAnotherName(name) || IsShaderMemberWord(name); }
-
 }  // namespace
+
+Bool NeedsAnotherMemberName(std::string_view name) {
+  return IsShaderMemberWord(name) || FindTypeWord(name) != kUnknownType;
+}
 
 PlainNames::PlainNames(const PlainKernel& kernel) : _kernel(kernel) {
   std::set<std::string_view> declared;

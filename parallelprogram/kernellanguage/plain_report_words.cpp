@@ -1,6 +1,30 @@
 #include "parallelprogram/kernellanguage/plain_report_words.h"
 
 namespace ostra::kernellanguage {
+namespace {
+
+// The bits of a double, by arithmetic that is exact: no language has a word for them everywhere. $ stands for the type.
+constexpr std::string_view kWordsOfDouble =
+    "\t$ x = v0;\n\tuint top = 0u;\n\tint exponent = 0;\n"
+    "\tif (x < $(0) || (x == $(0) && $(1) / x < $(0)))\n\t{\n"
+    "\t\ttop = 2147483648u;\n\t\tx = -x;\n\t}\n"
+    "\tif (x != x)\n\t{\n\t\treturn uint2(0u, 2146959360u);\n\t}\n"
+    "\tif (x - x != $(0))\n\t{\n\t\treturn uint2(0u, top | 2146435072u);\n\t}\n"
+    "\tif (x == $(0))\n\t{\n\t\treturn uint2(0u, top);\n\t}\n"
+    // To [1, 2); numbers below the normal range need a second time.
+    "\tfor (int time = 0; time < 2; ++time)\n\t{\n\t\tfor (int power = 512; power > 0; power = power / 2)\n\t\t{\n"
+    "\t\t\t$ factor = $(2);\n"
+    "\t\t\tfor (int k = 1; k < power; k = k * 2)\n\t\t\t{\n\t\t\t\tfactor = factor * factor;\n\t\t\t}\n"
+    "\t\t\tif (x >= factor)\n\t\t\t{\n\t\t\t\tx = x / factor;\n\t\t\t\texponent += power;\n\t\t\t}\n"
+    "\t\t\telse if (x < $(1) && x * factor < $(2))\n\t\t\t{\n\t\t\t\tx = x * factor;\n\t\t\t\texponent -= power;\n"
+    "\t\t\t}\n\t\t}\n\t}\n"
+    "\tif (exponent > -1023)\n\t{\n\t\tx = x - $(1);\n\t\ttop = top | (uint(exponent + 1023) << 20);\n\t}\n"
+    "\tfor (; exponent < -1022; ++exponent)\n\t{\n\t\tx = x / $(2);\n\t}\n"
+    "\tx = x * $(1048576);\n\tuint upper = uint(x);\n"
+    "\tx = (x - $(upper)) * $(65536) * $(65536);\n"
+    "\treturn uint2(uint(x), top | upper);\n";
+
+}  // namespace
 
 std::vector<std::string> ReportWords::MakeWords(const std::string& value, TypeIndex type) {
   const Type& kind = _types[type];
@@ -48,64 +72,10 @@ std::string ReportWords::MakeTypeCode(TypeIndex type) const {
   return _types.IsVector(type) ? Join({letter, std::to_string(kind.count)}) : std::string(letter);
 }
 
-// The bits of a double, by arithmetic that is exact: no language has a word for them everywhere.
 std::string ReportWords::CallDoubleWords(const std::string& number) {
   const std::string type = TypeName(GetScalarType(Scalar::kFloat64));
-  const auto make = [&type](std::string_view value) { return Join({type, "(", value, ")"}); };
-  const std::string body = Join({
-      "\t",
-      type,
-      " x = v0;\n\tuint top = 0u;\n\tint exponent = 0;\n",
-      "\tif (x < ",
-      make("0"),
-      " || (x == ",
-      make("0"),
-      " && ",
-      make("1"),
-      " / x < ",
-      make("0"),
-      "))\n\t{\n",
-      "\t\ttop = 2147483648u;\n\t\tx = -x;\n\t}\n",
-      "\tif (x != x)\n\t{\n\t\treturn uint2(0u, 2146959360u);\n\t}\n",
-      "\tif (x - x != ",
-      make("0"),
-      ")\n\t{\n\t\treturn uint2(0u, top | 2146435072u);\n\t}\n",
-      "\tif (x == ",
-      make("0"),
-      ")\n\t{\n\t\treturn uint2(0u, top);\n\t}\n",
-      // To [1, 2); numbers below the normal range need a second time.
-      "\tfor (int time = 0; time < 2; ++time)\n\t{\n\t\tfor (int power = 512; power > 0; power = power / 2)\n\t\t{\n",
-      "\t\t\t",
-      type,
-      " factor = ",
-      make("2"),
-      ";\n",
-      "\t\t\tfor (int k = 1; k < power; k = k * 2)\n\t\t\t{\n\t\t\t\tfactor = factor * factor;\n\t\t\t}\n",
-      "\t\t\tif (x >= factor)\n\t\t\t{\n\t\t\t\tx = x / factor;\n\t\t\t\texponent += power;\n\t\t\t}\n",
-      "\t\t\telse if (x < ",
-      make("1"),
-      " && x * factor < ",
-      make("2"),
-      ")\n\t\t\t{\n\t\t\t\tx = x * factor;\n\t\t\t\texponent -= power;\n\t\t\t}\n\t\t}\n\t}\n",
-      "\tif (exponent > -1023)\n\t{\n\t\tx = x - ",
-      make("1"),
-      ";\n",
-      "\t\ttop = top | (uint(exponent + 1023) << 20);\n\t}\n",
-      "\tfor (; exponent < -1022; ++exponent)\n\t{\n\t\tx = x / ",
-      make("2"),
-      ";\n\t}\n",
-      "\tx = x * ",
-      make("1048576"),
-      ";\n\tuint upper = uint(x);\n",
-      "\tx = (x - ",
-      make("upper"),
-      ") * ",
-      make("65536"),
-      " * ",
-      make("65536"),
-      ";\n",
-      "\treturn uint2(uint(x), top | upper);\n",
-  });
+  std::string body;
+  for (const char c : kWordsOfDouble) c == '$' ? body += type : body += c;
   return _helpers.Call("ostra_words_of_double", GetVectorType(Scalar::kUInt32, 2), {GetScalarType(Scalar::kFloat64)},
                        body, {number});
 }

@@ -24,7 +24,7 @@ class PlainStatements : PlainPart {
     PlainTraces& traces;
   };
 
-  PlainStatements(const PlainBasis& basis, const Uses& uses);
+  PlainStatements(const PlainBasis& basis, const Uses& uses) : PlainPart(basis), _uses(uses) {}
 
   void Statement(NodeIndex node);
   // In braces; begins with records of `traced`: variables and changed places. `hasCalls`: so do those of functions.
@@ -53,19 +53,7 @@ class PlainStatements : PlainPart {
   void PrintStatement(NodeIndex node);
   void AssertStatement(NodeIndex node);
 
-  const CheckPlan& _checkPlan;
-  const TracePlan& _tracePlan;
-  const ReportPlan& _reportPlan;
-  const HoistPlan& _hoistPlan;
-  const KeptValues& _kept;
-  ReportSites& _sites;
-  ReportWords& _words;
-  PlainReports& _reports;
-  PlainChecks& _checks;
-  PlainExpressions& _expressions;
-  PlainChanges& _changes;
-  PlainHoists& _hoists;
-  PlainTraces& _traces;
+  const Uses _uses;
 };
 
 }  // namespace ostra::kernellanguage

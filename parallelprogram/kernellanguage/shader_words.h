@@ -13,6 +13,9 @@ Bool IsShaderWord(std::string_view name);
 // The same of a member of a struct: "length", too, is what GLSL asks of an array.
 inline Bool IsShaderMemberWord(std::string_view name) { return IsShaderWord(name) || name == "length"; }
 
+// Whether a member of this name has another one in the plain form for GPUs.
+Bool NeedsAnotherMemberName(std::string_view name);
+
 // In front of such a member in the plain form for GPUs; hosts know it without.
 inline constexpr std::string_view kMemberPrefix = "ostra_member_";
 

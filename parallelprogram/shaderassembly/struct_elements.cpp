@@ -32,9 +32,10 @@ constexpr ElementWord kWords[] = {
 
 // As hosts know it.
 std::string_view GetName(const ShaderStructMember& member) {
-  std::string_view name = member.name.GetView();
-  if (name.starts_with(kernellanguage::kMemberPrefix)) name.remove_prefix(kernellanguage::kMemberPrefix.size());
-  return name;
+  const std::string_view name = member.name.GetView();
+  if (!name.starts_with(kernellanguage::kMemberPrefix)) return name;
+  const std::string_view own = name.substr(kernellanguage::kMemberPrefix.size());
+  return kernellanguage::NeedsAnotherMemberName(own) ? own : name;
 }
 
 const ShaderStructDefinition* FindStruct(const ShaderParser& parser, std::string_view name) {

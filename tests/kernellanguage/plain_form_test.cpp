@@ -283,11 +283,11 @@ TEST(PlainFormTest, AStructOfArraysIsMadeBeforeTheStatement) {
 }
 
 TEST(PlainFormTest, VectorsThatGpusLackAreRefusedByName) {
-  const AnalyzedKernel kernel = AnalyzeBody("Vec2<Int64> a;");
-  ASSERT_TRUE(kernel.IsUnderstood()) << ListErrors(kernel);
-  const PlainForm form = PrintPlainForm(kernel, {.isForGpu = true});
-  ASSERT_TRUE(form.refusal);
-  EXPECT_EQ(form.refusal->reason, "GPUs have no Vec2<Int64>: use several Int64");
+  constexpr std::string_view kReason = "GPUs have no Vec2<Int64>: use several Int64";
+  EXPECT_EQ(Refusal("Vec2<Int64> a;", {}, true), kReason);
+  constexpr std::string_view kConstant = "const Vec2<Int64> kOffset = Vec2<Int64>(1, 2);\n";
+  EXPECT_EQ(Refusal("Int64 a = kOffset.x;", kConstant, true), kReason);
+  EXPECT_EQ(Refusal("int a = 1;", kConstant, true), "");
 }
 
 TEST(PlainFormTest, OperatorsKeepTheirOrder) {

@@ -81,5 +81,23 @@ TEST(WordsTest, SynonymsShareTheirOverloads) {
   EXPECT_EQ(GetWord(WordId::kSqrt).name, "sqrt");
 }
 
+TEST(WordsTest, WhatForeignWordsAreAnsweredWithIsInTheTable) {
+  const std::string source =
+      ReadWholeFile(std::filesystem::path(OSTRA_SOURCE_FOLDER) / "parallelprogram/kernellanguage/foreign_words.cpp");
+  constexpr std::string_view kBegin = "\"write ";
+  std::size_t count = 0;
+  for (std::size_t at = source.find(kBegin); at != std::string::npos; at = source.find(kBegin, at + 1)) {
+    const std::size_t begin = at + kBegin.size();
+    std::size_t end = begin;
+    while (end < source.size() && IsWordCharacter(source[end])) ++end;
+    const std::string word = source.substr(begin, end - begin);
+    // "write the function without it", "write x / y", "write /".
+    if (word.size() < 2 || word == "the") continue;
+    EXPECT_TRUE(FindWord(word) || FindTypeWord(word) != kUnknownType) << word;
+    ++count;
+  }
+  EXPECT_GT(count, 100u);
+}
+
 }  // namespace
 }  // namespace ostra::kernellanguage
