@@ -40,7 +40,7 @@ namespace lanes16 = elementary::lanes16;
 namespace lanes8 = elementary::lanes4;
 namespace lanes16 = elementary::lanes4;
 #endif
-const bool kHasLanes8 = CountLaneLevels() > 1, kHasLanes16 = CountLaneLevels() > 2;
+const bool kHasLanes8 = ostra::CountLaneLevels() > 1, kHasLanes16 = ostra::CountLaneLevels() > 2;
 
 // clang-format off
 #define OSTRA_UNARY(name, low, high)                                                                     \
