@@ -30,7 +30,8 @@ function(ostra_use_precompiled_headers headers)
       if(type MATCHES "^(OBJECT|STATIC|SHARED|MODULE)_LIBRARY$" AND NOT target STREQUAL headers)
         target_precompile_headers(${target} REUSE_FROM ${headers})
         # With precompiled headers GCC 12 warns of the standard library's own copies of texts.
-        target_compile_options(${target} PRIVATE -Wno-array-bounds)
+        target_compile_options(${target} PRIVATE -Wno-array-bounds -Wno-stringop-overflow -Wno-stringop-overread
+                                                 -Wno-restrict)
         get_target_property(sources ${target} SOURCES)
         list(FILTER sources EXCLUDE REGEX "^[$/]")
         list(TRANSFORM sources PREPEND ${PROJECT_SOURCE_DIR}/${folder}/)

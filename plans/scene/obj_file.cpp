@@ -80,8 +80,7 @@ class ObjReader {
     }
     if (corners.size() < 3) return MakeError("a face needs three corners");
     if (_vertices.GetCount() + 3 * (static_cast<Int>(corners.size()) - 2) > kMaxSceneVertices)
-      return MakeError(
-          std::string("there are more than ").append(std::to_string(kMaxSceneVertices)).append(" vertices"));
+      return MakeError("there are more than " + std::to_string(kMaxSceneVertices) + " vertices");
     const Vector normal = MakeNormal(corners);
     for (std::size_t i = 2; i < corners.size(); ++i)
       for (const std::size_t corner : {std::size_t(0), i - 1, i}) Append(corners[corner], normal);
