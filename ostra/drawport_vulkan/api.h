@@ -31,7 +31,7 @@ Result<void> CheckResult(VkResult result, const char* call, const char* unit, In
 Error MakeDeviceLostError(const char* unit, Int32 line);
 Bool IsDeviceLost(const Error& error);
 
-// Whether an error says that a wait has ended before what was waited for.
+// Whether an error is the timeout of a wait.
 Bool IsTimeout(const Error& error);
 
 namespace CallFaults {

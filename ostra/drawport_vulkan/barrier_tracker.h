@@ -32,7 +32,7 @@ class BarrierTracker {
   void AddDispatch() { _hasUnseenDispatch = _transfersMissDispatches = true; }
   void AddPass() { _transfersMissDispatches = _dispatchesMissTransfers = true; }
   void BeginPass() { _hasDrawn = true; }
-  // Recorded work was thrown away, and the barriers in it: all are owed again.
+  // Recorded work was dropped with its barriers: all are needed again.
   void Forget() { _hasUnseenDispatch = _isAskedFor = _transfersMissDispatches = _dispatchesMissTransfers = true; }
 
   // The client asks that later dispatches see what earlier ones write. Costs nothing until one follows.

@@ -3,13 +3,13 @@
 
 namespace ostra::vulkan {
 
-void Recorder::RecordBarrier(const std::optional<Barrier>& owed) {
-  if (!owed) return;
+void Recorder::RecordBarrier(const std::optional<Barrier>& pending) {
+  if (!pending) return;
   _listener.SuspendPass();
   VkMemoryBarrier barrier = {VK_STRUCTURE_TYPE_MEMORY_BARRIER};
-  barrier.srcAccessMask = owed->fromAccess;
-  barrier.dstAccessMask = owed->toAccess;
-  vkCmdPipelineBarrier(_current->commands, owed->from, owed->to, 0, 1, &barrier, 0, nullptr, 0, nullptr);
+  barrier.srcAccessMask = pending->fromAccess;
+  barrier.dstAccessMask = pending->toAccess;
+  vkCmdPipelineBarrier(_current->commands, pending->from, pending->to, 0, 1, &barrier, 0, nullptr, 0, nullptr);
 }
 
 void Recorder::PrepareTransfer(const DeviceResource& resource, const DrawportRegion& region, Bool isWrite) {

@@ -4,6 +4,7 @@
 
 #include "ostra/core/diagnostics.h"
 #include "ostra/drawport_vulkan/device_fault.h"
+#include "ostra/drawport_vulkan/device_features.h"
 #include "ostra/drawport_vulkan/program_store.h"
 #include "ostra/drawport_vulkan/recorder.h"
 #include "ostra/drawport_vulkan/snapshot.h"
@@ -14,9 +15,6 @@ namespace ostra::vulkan {
 namespace {
 
 constexpr Int kMaxDevices = 32;
-
-// Of devices that lack parts of Vulkan. Of these parts patches that are divided into lines are used, nothing else.
-constexpr const char* kPortabilitySubset = "VK_KHR_portability_subset";
 
 constinit std::mutex g_mutex;
 constinit Device* g_running[kMaxDevices] = {};  // not counted; by place in the plan
@@ -74,7 +72,7 @@ Result<void> Device::Init(Int index) {
   OSTRA_RETURN_IF_ERROR(QueryLimits());
   OSTRA_RETURN_IF_ERROR(CreateDevice());
   vkGetDeviceQueue(_device, _queueFamily, 0, &_queue);
-  _memory.Init(_physicalDevice, _device, _driver->GetSnapshot(index), _hasBudgetExtension);
+  _memory.Init(_physicalDevice, _device, _driver->GetSnapshot(index), _extensions.hasBudget);
 
   VkSemaphoreTypeCreateInfo type = {VK_STRUCTURE_TYPE_SEMAPHORE_TYPE_CREATE_INFO};
   type.semaphoreType = VK_SEMAPHORE_TYPE_TIMELINE;
@@ -99,81 +97,40 @@ Result<void> Device::QueryLimits() {
   return OK;
 }
 
-void Device::QuerySubgroups(ShaderFeatures& features) const {
-  VkPhysicalDeviceSubgroupProperties subgroups = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_SUBGROUP_PROPERTIES};
-  VkPhysicalDeviceProperties2 properties = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_PROPERTIES_2};
-  properties.pNext = &subgroups;
-  vkGetPhysicalDeviceProperties2(_physicalDevice, &properties);
-  features.subgroupOperations = subgroups.supportedOperations;
-  features.subgroupStages = subgroups.supportedStages;
+Result<void> Device::CreateDevice() {
+  OSTRA_ASSIGN_OR_RETURN(_extensions, QueryExtensions(_physicalDevice));
+  const DeviceSnapshot& snapshot = _driver->GetSnapshot(_index);
+  _isRenderingCore = snapshot.rendering == RenderingSupport::Core;
+  FeatureChain has, wants;
+  // What programs may use is switched on where it is there; nothing else.
+  _shaderFeatures = QueryFeatures(_physicalDevice, _extensions, has);
+  RequestFeatures(_shaderFeatures, has, _extensions, CanDraw(snapshot), wants);
+  // Halves are read, converted and written; what computes with them is asked for by the program that does.
+  _hasHalfFloats = wants.since11.storageBuffer16BitAccess;
+  const VkPhysicalDeviceFeatures& core = wants.all.features;
+  _graphics = {.canDraw = CanDraw(snapshot),
+               .hasTessellation = Bool(core.tessellationShader),
+               .hasSampleShading = Bool(core.sampleRateShading),
+               .hasVertexStores = Bool(core.vertexPipelineStoresAndAtomics),
+               .hasFragmentStores = Bool(core.fragmentStoresAndAtomics),
+               .hasIndependentBlend = Bool(core.independentBlend)};
+  return CreateDeviceWith(wants);
 }
 
-Result<void> Device::CreateDevice() {
-  ShaderFeatures has;
-  VkPhysicalDeviceFeatures2 all = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_FEATURES_2};
-  all.pNext = &has.since11;
-  // A device that lists this extension has to be asked for it.
-  OSTRA_ASSIGN_OR_RETURN(const Bool isSubset, HasDeviceExtension(_physicalDevice, kPortabilitySubset));
-  VkPhysicalDevicePortabilitySubsetFeaturesKHR subset = {
-      VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_PORTABILITY_SUBSET_FEATURES_KHR};
-  if (isSubset) has.since12.pNext = &subset;
-  has.since11.pNext = &has.since12;
-  vkGetPhysicalDeviceFeatures2(_physicalDevice, &all);
-  has.core = all.features;
-  has.hasIsolines = !isSubset || subset.tessellationIsolines;
-  QuerySubgroups(has);
-  has.maxSharedBytes = GetLimits().maxComputeSharedMemorySize;
-
-  // What programs may use is switched on where it is there; nothing else.
-  _shaderFeatures = SelectShaderFeatures(has);
-  VkPhysicalDeviceVulkan12Features wants12 = _shaderFeatures.since12;
-  wants12.timelineSemaphore = VK_TRUE;
-  VkPhysicalDeviceVulkan11Features wants11 = _shaderFeatures.since11;
-  VkPhysicalDeviceFeatures2 wants = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_FEATURES_2};
-  wants.features = _shaderFeatures.core;
-  wants.features.robustBufferAccess = has.core.robustBufferAccess;
-  wants.features.vertexPipelineStoresAndAtomics = has.core.vertexPipelineStoresAndAtomics;
-  wants.features.fragmentStoresAndAtomics = has.core.fragmentStoresAndAtomics;
-  wants.features.independentBlend = has.core.independentBlend;
-  wants.features.largePoints = has.core.largePoints;
-  wants.pNext = &wants11;
-  wants11.pNext = &wants12;
-  VkPhysicalDeviceDynamicRenderingFeaturesKHR wantsRendering = {
-      VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_DYNAMIC_RENDERING_FEATURES_KHR};
-  wantsRendering.dynamicRendering = VK_TRUE;
-  const DeviceSnapshot& snapshot = _driver->GetSnapshot(_index);
-  _graphics.canDraw = CanDraw(snapshot);
-  _isRenderingCore = snapshot.rendering == RenderingSupport::Core;
-  if (_graphics.canDraw) wants12.pNext = &wantsRendering;
-  wantsRendering.pNext = isSubset ? &subset : nullptr;
-  if (isSubset && !_graphics.canDraw) wants12.pNext = &subset;
-  _graphics.hasTessellation = wants.features.tessellationShader;
-  _graphics.hasSampleShading = wants.features.sampleRateShading;
-  _graphics.hasVertexStores = wants.features.vertexPipelineStoresAndAtomics;
-  _graphics.hasFragmentStores = wants.features.fragmentStoresAndAtomics;
-  _graphics.hasIndependentBlend = wants.features.independentBlend;
-  // Halves are read, converted and written; what computes with them is asked for by the program that does.
-  _hasHalfFloats = wants11.storageBuffer16BitAccess;
-
-  OSTRA_ASSIGN_OR_RETURN(_hasBudgetExtension, HasDeviceExtension(_physicalDevice, VK_EXT_MEMORY_BUDGET_EXTENSION_NAME));
-  OSTRA_ASSIGN_OR_RETURN(_hasFaultExtension, HasDeviceExtension(_physicalDevice, VK_EXT_DEVICE_FAULT_EXTENSION_NAME));
-  VkPhysicalDeviceFaultFeaturesEXT wantsFault = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_FAULT_FEATURES_EXT};
-  wantsFault.deviceFault = VK_TRUE;
-  wantsFault.pNext = wants.pNext;
-  if (_hasFaultExtension) wants.pNext = &wantsFault;
+Result<void> Device::CreateDeviceWith(const FeatureChain& wants) {
   const char* extensions[4];
   UInt32 extensionCount = 0;
-  if (_hasFaultExtension) extensions[extensionCount++] = VK_EXT_DEVICE_FAULT_EXTENSION_NAME;
-  if (_hasBudgetExtension) extensions[extensionCount++] = VK_EXT_MEMORY_BUDGET_EXTENSION_NAME;
+  if (_extensions.hasFault) extensions[extensionCount++] = VK_EXT_DEVICE_FAULT_EXTENSION_NAME;
+  if (_extensions.hasBudget) extensions[extensionCount++] = VK_EXT_MEMORY_BUDGET_EXTENSION_NAME;
+  if (_extensions.hasSubset) extensions[extensionCount++] = VK_KHR_PORTABILITY_SUBSET_EXTENSION_NAME;
   if (_graphics.canDraw && !_isRenderingCore) extensions[extensionCount++] = VK_KHR_DYNAMIC_RENDERING_EXTENSION_NAME;
-  if (isSubset) extensions[extensionCount++] = kPortabilitySubset;
   const Float32 priority = 1;
   VkDeviceQueueCreateInfo queue = {VK_STRUCTURE_TYPE_DEVICE_QUEUE_CREATE_INFO};
   queue.queueFamilyIndex = _queueFamily;
   queue.queueCount = 1;
   queue.pQueuePriorities = &priority;
   VkDeviceCreateInfo info = {VK_STRUCTURE_TYPE_DEVICE_CREATE_INFO};
-  info.pNext = &wants;
+  info.pNext = &wants.all;
   info.queueCreateInfoCount = 1;
   info.pQueueCreateInfos = &queue;
   info.enabledExtensionCount = extensionCount;

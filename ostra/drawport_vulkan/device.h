@@ -12,6 +12,7 @@
 
 namespace ostra::vulkan {
 
+class FeatureChain;
 class ProgramStore;
 class Recorder;
 
@@ -23,6 +24,13 @@ struct GraphicsFeatures {
   Bool hasVertexStores = false;  // all stages before the fragment stage
   Bool hasFragmentStores = false;
   Bool hasIndependentBlend = false;  // targets may differ in what is written and mixed
+};
+
+// Optional extensions, enabled on devices that list them.
+struct DeviceExtensions {
+  Bool hasBudget = false;  // VK_EXT_memory_budget
+  Bool hasFault = false;   // VK_EXT_device_fault
+  Bool hasSubset = false;  // VK_KHR_portability_subset: lacks parts of Vulkan, of which isolines alone are used
 };
 
 class Device final : public DrawportCounted<Device, DrawportObject> {
@@ -62,7 +70,7 @@ class Device final : public DrawportCounted<Device, DrawportObject> {
   // A fault of Mesa's software driver: it counts the vertices that a draw of patches is divided into in 16 bits.
   Bool MiscountsPatches() const { return _miscountsPatches; }
 
-  // Hands recorded work to the queue. The returned value of the timeline is reached when the work is done. After an
+  // Submits recorded work to the queue. The returned value of the timeline is reached when the work is done. After an
   // error the caller calls TellLoss, when it holds no mutex.
   Result<UInt64> Submit(const VkCommandBuffer* commands, UInt32 count);
   // That of the last submission of any list; 0 before the first.
@@ -79,11 +87,11 @@ class Device final : public DrawportCounted<Device, DrawportObject> {
   void WaitUntilIdle();
   // From then on MakeLostError says what is known about the loss.
   Bool IsLost() const { return _isLost.load(std::memory_order_acquire); }
-  // Warns of a loss, once for each device. Called without mutexes: who listens to warnings may take its time.
+  // Warns of a loss, once for each device. Called without mutexes: listeners to warnings may block.
   void TellLoss();
-  // The error of everything that is asked of a lost device. Illegal state.
+  // The error of every call on a lost device: illegal state.
   Error MakeLostError(Int32 line) const;
-  // Lost because its work does not end. What it may work with is never freed, and the device itself never destroyed.
+  // Lost because its work does not end. The memory of that work is never freed, the device never destroyed.
   Bool IsHung() const { return _isHung.load(std::memory_order_acquire); }
 
   // vkCmdBeginRendering and vkCmdEndRendering, for devices that can draw.
@@ -93,7 +101,8 @@ class Device final : public DrawportCounted<Device, DrawportObject> {
   // Names an object for debuggers. `handle` is a Vulkan handle of `type`.
   void SetName(VkObjectType type, UInt64 handle, const CString& name) const;
 
-  // Recorders of command lists: a number that tells a new list from all others of the process, until it leaves.
+  // Registers the recorder of a command list until RemoveList. Returns its number, which no other list of the process
+  // has. Error: out of memory.
   Result<UInt32> AddList(Recorder& list);
   void RemoveList(UInt32 number);
   Bool HasList(UInt32 number);
@@ -104,14 +113,14 @@ class Device final : public DrawportCounted<Device, DrawportObject> {
  private:
   Result<void> Init(Int index);
   Result<void> CreateDevice();
+  Result<void> CreateDeviceWith(const FeatureChain& wants);
   Result<void> QueryLimits();
-  void QuerySubgroups(ShaderFeatures& features) const;
-  // Remembers a lost device, and where it was lost; → the result, or the error that says so. With the queue locked;
-  // TellLoss comes after it.
+  // Notes the loss and its location if `result` is the error of a lost device. Returns `result`, or the error of the
+  // loss. Called with the queue locked; TellLoss follows.
   Result<void> CheckLoss(Result<void> result);
-  // One wait, as long as submissions end within `limit` nanoseconds each. Error: see IsTimeout.
+  // Waits as long as each submission ends within `limit` nanoseconds. Error: timeout, see IsTimeout.
   Result<void> WaitWithLimit(UInt64 value, UInt64 limit);
-  // Leaves the device to work that does not end. With the queue locked; TellLoss comes after it.
+  // Marks the device as lost because its work does not end. Called with the queue locked; TellLoss follows.
   Error Abandon(UInt64 limit);
 
   DriverRef _driver;
@@ -124,8 +133,7 @@ class Device final : public DrawportCounted<Device, DrawportObject> {
   UInt32 _timestampBits = 0;
   UInt64 _maxBufferSize = UINT64_MAX;
   Bool _hasHalfFloats = false;
-  Bool _hasBudgetExtension = false;
-  Bool _hasFaultExtension = false;
+  DeviceExtensions _extensions;
   std::optional<UInt64> _timeLimit;  // of OSTRA_GPU_TIME_LIMIT; see ReadTimeLimit
   ShaderFeatures _shaderFeatures;
   GraphicsFeatures _graphics;

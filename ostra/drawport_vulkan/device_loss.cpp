@@ -25,7 +25,7 @@ Result<void> Device::CheckLoss(Result<void> result) {
   if (IsLost()) return MakeLostError(__LINE__);
   // Running work must end before it counts as done. A device that is really lost answers at once.
   static_cast<void>(vkDeviceWaitIdle(_device));
-  if (_hasFaultExtension) {
+  if (_extensions.hasFault) {
     const Result<String> fault = DescribeFault(_device);
     Result<String> text =
         fault && fault->IsPopulated() ? Format("The driver says: @.", *fault) : Result<String>(String());

@@ -74,7 +74,7 @@ void DriverCache::Save(const ContentStore& store) {
   const auto data = GetData(*merged ? *merged : _cache);
   if (*merged) vkDestroyPipelineCache(_device.GetHandle(), *merged, nullptr);
   if (!data || data->IsEmpty()) return;
-  // This cache never gets what others have saved, so the next save merges it again.
+  // Data of other processes never enter this cache, so the next save merges them again.
   if (!isOfOthers) _knownHash = HashText(GetText(*data));
   if (GetText(*data) != GetText(*kept)) store.Save(_key, data->GetBlock());
 }

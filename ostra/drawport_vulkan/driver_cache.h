@@ -26,7 +26,7 @@ class DriverCache {
 
  private:
   Result<VkPipelineCache> Create(const BaseArray<Byte>& data);
-  // A cache of its own with `data` and what this one has: nothing is merged into one that threads compile with.
+  // A new cache with `data` and the contents of this one, which is left as it is: other threads may be using it.
   Result<VkPipelineCache> CreateMerged(const BaseArray<Byte>& data);
   Result<BaseArray<Byte>> GetData(VkPipelineCache cache);
 

@@ -33,28 +33,6 @@ Bool IsOutOfMemory(const Result<T>& result) {
 
 }  // namespace
 
-VkMemoryRequirements QueryRequirements(VkDevice device, VkBuffer buffer, DedicatedObject& dedicated) {
-  VkMemoryDedicatedRequirements wanted = {VK_STRUCTURE_TYPE_MEMORY_DEDICATED_REQUIREMENTS};
-  VkMemoryRequirements2 requirements = {VK_STRUCTURE_TYPE_MEMORY_REQUIREMENTS_2, &wanted, {}};
-  VkBufferMemoryRequirementsInfo2 info = {VK_STRUCTURE_TYPE_BUFFER_MEMORY_REQUIREMENTS_INFO_2, nullptr, buffer};
-  vkGetBufferMemoryRequirements2(device, &info, &requirements);
-  dedicated = {};
-  if (wanted.requiresDedicatedAllocation || wanted.prefersDedicatedAllocation) dedicated.buffer = buffer;
-  dedicated.isRequired = wanted.requiresDedicatedAllocation;
-  return requirements.memoryRequirements;
-}
-
-VkMemoryRequirements QueryRequirements(VkDevice device, VkImage image, DedicatedObject& dedicated) {
-  VkMemoryDedicatedRequirements wanted = {VK_STRUCTURE_TYPE_MEMORY_DEDICATED_REQUIREMENTS};
-  VkMemoryRequirements2 requirements = {VK_STRUCTURE_TYPE_MEMORY_REQUIREMENTS_2, &wanted, {}};
-  VkImageMemoryRequirementsInfo2 info = {VK_STRUCTURE_TYPE_IMAGE_MEMORY_REQUIREMENTS_INFO_2, nullptr, image};
-  vkGetImageMemoryRequirements2(device, &info, &requirements);
-  dedicated = {};
-  if (wanted.requiresDedicatedAllocation || wanted.prefersDedicatedAllocation) dedicated.image = image;
-  dedicated.isRequired = wanted.requiresDedicatedAllocation;
-  return requirements.memoryRequirements;
-}
-
 MemoryPool::MemoryPool() = default;
 MemoryPool::~MemoryPool() = default;
 
@@ -116,7 +94,7 @@ Result<MemoryPiece> MemoryPool::AllocateLocked(const VkMemoryRequirements& requi
   _isOverBudget = false;
   Result<MemoryPiece> piece = AllocateOfBest(requirements, use, content, spill, dedicated, isSlow);
   if (piece || !IsOutOfMemory(piece) || !_isOverBudget || spill == MemorySpill::Refused) return piece;
-  // A budget is an estimate: before nothing is had at all, the driver decides.
+  // A budget is an estimate: before the allocation fails, the driver is asked without it.
   _obeysBudget = false;
   piece = AllocateOfBest(requirements, use, content, spill, dedicated, isSlow);
   _obeysBudget = true;

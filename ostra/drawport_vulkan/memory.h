@@ -56,13 +56,13 @@ class MemoryPool {
   // Frees all memory, before the device is destroyed.
   void Release();
 
-  // The first piece in much slower memory than there is for its use is told as a warning. What other programs use
-  // counts as used where the device says so: beyond that memory is taken only when no other is left, and no `spill` is
-  // refused. Errors: out of memory, also when the limit of SetDrawportMemoryLimit would be passed.
+  // Warns of the first piece that lies in much slower memory than the best type for its use. With VK_EXT_memory_budget,
+  // memory of other programs counts as used; the budget is exceeded only if no other memory is left and `spill` is
+  // allowed. Errors: out of memory, also if the piece would exceed the limit of SetDrawportMemoryLimit.
   Result<MemoryPiece> Allocate(const VkMemoryRequirements& requirements, MemoryUse use, MemoryContent content,
                                MemorySpill spill = MemorySpill::Allowed, DedicatedObject dedicated = {});
   void Free(const MemoryPiece& piece);
-  // From now on nothing is freed: the device works with it and will not end.
+  // Frees nothing from now on: work that does not end may use it.
   void Abandon();
   // Frees blocks without pieces.
   void FreeEmptyBlocks();
@@ -78,12 +78,12 @@ class MemoryPool {
   // From the best type to the worst that `spill` allows.
   Result<MemoryPiece> AllocateOfBest(const VkMemoryRequirements& requirements, MemoryUse use, MemoryContent content,
                                      MemorySpill spill, DedicatedObject dedicated, Bool& isSlow);
-  // `dedicated` where that can be had or has to be, otherwise shared.
+  // Dedicated memory if it is required or available, otherwise a piece of a block.
   Result<MemoryPiece> AllocateOfType(Int size, Int alignment, UInt32 type, MemoryUse use, MemoryContent content,
                                      DedicatedObject dedicated);
   Result<MemoryPiece> AllocatePiece(Int size, Int alignment, UInt32 type, MemoryUse use, MemoryContent content,
                                     DedicatedObject dedicated);
-  // A block that has room for `size` bytes, of the common size where that can be had.
+  // A new block for a piece of `size` bytes: of the common size, or a smaller one if memory is short.
   Result<MemoryBlock*> AddBlockFor(Int size, UInt32 type, MemoryUse use, MemoryContent content,
                                    DedicatedObject dedicated);
   Result<MemoryBlock*> AddBlock(Int size, UInt32 type, MemoryUse use, MemoryContent content, DedicatedObject dedicated);

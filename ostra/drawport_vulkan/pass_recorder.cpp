@@ -233,23 +233,32 @@ Result<void> PassRecorder::Draw(const DrawportDrawCall& call) {
   Pipeline& pipeline = factory.GetPipeline();
   OSTRA_RETURN_IF_ERROR(_recorder.Keep(pipeline));
   if (vertices) OSTRA_RETURN_IF_ERROR(_recorder.Keep(*vertices));
-  const VkCommandBuffer commands = _recorder.GetCommands();
-  if (_boundVariant != _lastVariant) {
-    vkCmdBindPipeline(commands, VK_PIPELINE_BIND_POINT_GRAPHICS, _lastVariant);
-    _boundVariant = _lastVariant;
-  }
-  binding.Record(commands, VK_PIPELINE_BIND_POINT_GRAPHICS, pipeline.GetLayout(), _boundSet);
-  if (vertices && _boundVertices != vertices) {
-    const VkBuffer buffer = vertices->GetHandle();
-    const VkDeviceSize offset = 0;
-    vkCmdBindVertexBuffers(commands, 0, 1, &buffer, &offset);
-    _boundVertices = vertices;
-  }
+  BindVariant();
+  binding.Record(_recorder.GetCommands(), VK_PIPELINE_BIND_POINT_GRAPHICS, pipeline.GetLayout(), _boundSet);
+  BindVertices(vertices);
+  RecordDraw(call);
+  return OK;
+}
+
+void PassRecorder::BindVariant() {
+  if (_boundVariant == _lastVariant) return;
+  vkCmdBindPipeline(_recorder.GetCommands(), VK_PIPELINE_BIND_POINT_GRAPHICS, _lastVariant);
+  _boundVariant = _lastVariant;
+}
+
+void PassRecorder::BindVertices(BufferResource* vertices) {
+  if (!vertices || _boundVertices == vertices) return;
+  const VkBuffer buffer = vertices->GetHandle();
+  const VkDeviceSize offset = 0;
+  vkCmdBindVertexBuffers(_recorder.GetCommands(), 0, 1, &buffer, &offset);
+  _boundVertices = vertices;
+}
+
+void PassRecorder::RecordDraw(const DrawportDrawCall& call) {
   const Int most = GetMostVertices(call);
   for (Int done = 0; done < call.count; done += most)
-    vkCmdDraw(commands, static_cast<UInt32>(std::min(most, call.count - done)), static_cast<UInt32>(call.instanceCount),
-              static_cast<UInt32>(call.first + done), 0);
-  return OK;
+    vkCmdDraw(_recorder.GetCommands(), static_cast<UInt32>(std::min(most, call.count - done)),
+              static_cast<UInt32>(call.instanceCount), static_cast<UInt32>(call.first + done), 0);
 }
 
 }  // namespace ostra::vulkan

@@ -1,5 +1,5 @@
-// PassRecorder: the draw pass of a list and its draws. Rendering begins with the first draw of a pass. Everything else
-// that is recorded ends it for a moment; the next draw begins it again with what the targets have by then.
+// PassRecorder: the draw pass of a list and its draws. Rendering begins with the first draw of a pass. All other work
+// suspends it; the next draw begins it again and keeps the contents of the targets.
 #pragma once
 
 #include "ostra/drawport/command_list.h"
@@ -33,6 +33,9 @@ class PassRecorder {
   Result<BufferResource*> FindVertices(const DrawportDrawCall& call, const ProgramFactory& factory) const;
   // Makes the variant of the program's pipeline that the draw needs the last one.
   Result<void> FindVariant(const DrawportDrawCall& call, ProgramFactory& factory);
+  void BindVariant();
+  void BindVertices(BufferResource* vertices);  // null: the program has none
+  void RecordDraw(const DrawportDrawCall& call);
   // Vertices of one call of the driver.
   Int GetMostVertices(const DrawportDrawCall& call) const;
 

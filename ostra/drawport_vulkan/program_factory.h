@@ -99,6 +99,10 @@ class ValueSet final : public DrawportParameterValueSet {
 
   // Readies the objects and lets the batch hold them.
   Result<void> KeepObjects(Recorder& list);
+  // Makes the gradients' part of the slice large enough.
+  void GrowGradients();
+  // Copies values and gradients to a new slice of the uniform ring.
+  Result<void> WriteSlice(Recorder& list);
   // Error: illegal state, with the parameter's name.
   Result<void> MakeUnsetError(Int binding) const;
   // Makes a set that has the published objects the current one: the one that was written with them, or one that the

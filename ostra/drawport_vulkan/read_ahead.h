@@ -8,7 +8,7 @@ namespace ostra::vulkan {
 
 class ReadAhead {
  public:
-  // Less is copied faster than it is submitted.
+  // Smaller copies take less time than their submission.
   static constexpr Int kMinBytes = Int(1) << 20;
 
   // When a copy was made: as the last work of batch `stamp`, which was submitted as `submittedValue` of the timeline,

@@ -22,7 +22,7 @@ struct BoundSet {
   UInt32 uniformOffset = 0;
 };
 
-// What the list of a recorder is told. A batch is named by its place, 0 to kBatchCount - 1.
+// Notifications to the list of a recorder. A batch is named by its index, 0 to kBatchCount - 1.
 class RecorderListener {
  public:
   // Work is recorded that is not allowed in a pass.
@@ -50,7 +50,7 @@ class Recorder {
   void Close();
 
   Device& GetDevice() const { return *_device; }
-  // Tells lists apart.
+  // Of the list: see Device::AddList.
   UInt32 GetNumber() const { return _number; }
   BarrierTracker& GetBarriers() { return _barriers; }
   // Of the device, with the last batch.
@@ -76,16 +76,16 @@ class Recorder {
   Result<UniformSlice> AllocateUniforms(Int bytes);
   BufferResource& GetUniformBuffer() { return *_uniforms; }
 
-  // Makes what was never written read as zero, before the device reads it.
+  // Zero-fill a resource before its first use.
   Result<void> EnsureZeroed(BufferResource& buffer);
   Result<void> EnsureCleared(ImageResource& image);
-  // The same by the device.
+  // Records a fill of the whole buffer.
   Result<void> FillWithZeros(BufferResource& buffer);
 
-  // Before work that cannot stand inside of a pass.
+  // Before work that is not allowed in a pass.
   void EndRendering() { _listener.SuspendPass(); }
-  // One that is owed, if any.
-  void RecordBarrier(const std::optional<Barrier>& owed);
+  // Records the pending barrier, if any.
+  void RecordBarrier(const std::optional<Barrier>& pending);
   // Before a transfer that reads or writes `region`.
   void PrepareTransfer(const DeviceResource& resource, const DrawportRegion& region, Bool isWrite);
   // Before a copy between resources that both may be used by other work of the batch.

@@ -27,7 +27,7 @@ class Setup {
   // All of it has been submitted.
   void Clear();
 
-  // Whatever is submitted later waits for all that was submitted up to this value of the timeline, by whatever list.
+  // Later submissions of any list wait for all work that was submitted up to this value of the timeline.
   UInt64 GetOrderedValue() const { return _orderedValue; }
   void SetOrderedValue(UInt64 value) { _orderedValue = value; }
 

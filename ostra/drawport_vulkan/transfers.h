@@ -52,7 +52,7 @@ class Transfers {
   // Copies a region that is not asked for yet. Errors: those of the work that was recorded before.
   Result<void> ReadFollowing(DeviceResource& resource, const DrawportRegion& region);
 
-  // Of the device that all of this is for. Errors: illegal state for a resource of another one, or a lost one.
+  // Errors: illegal state if the resource belongs to another device or the device is lost.
   Result<void> CheckUsable(const DeviceResource& resource) const;
 
   Recorder& _recorder;

@@ -127,6 +127,26 @@ ValueSet::Range ValueSet::FindRange(Int binding) const {
   return {place.valueOffset, place.valueSize};
 }
 
+void ValueSet::GrowGradients() {
+  const Int needed = std::max<Int>(_gradients.GetCount(), 1);
+  if (_gradientRoom >= needed) return;
+  _gradientRoom = static_cast<Int>(std::bit_ceil(static_cast<UInt64>(needed)));
+  _sliceSerial = 0;
+  _current = -1;  // the sets end too early
+  _written.Reset();
+}
+
+Result<void> ValueSet::WriteSlice(Recorder& list) {
+  OSTRA_ASSIGN_OR_RETURN(const Recorder::UniformSlice slice, list.AllocateUniforms(GetSliceSize()));
+  MemCopy(slice.memory, _bytes.GetFirst(), _bytes.GetCount());
+  if (_gradients.IsPopulated() && _gradients.GetCount() <= _gradientRoom)
+    MemCopy(slice.memory + _factory.GetSliceSize(), _gradients.GetFirst(),
+            _gradients.GetCount() * static_cast<Int>(sizeof(ShaderGradientSegment)));
+  OSTRA_ASSIGN_OR_RETURN(_sliceSerial, list.BeginBatch());  // the ring may have needed a new batch
+  _sliceOffset = slice.offset;
+  return OK;
+}
+
 Result<ValueSet::Binding> ValueSet::Prepare(Recorder& list) {
   if (list.GetNumber() != _list)
     return OSTRA_ILLEGAL_STATE("The parameters of the GPU program were set for another context.");
@@ -134,21 +154,10 @@ Result<ValueSet::Binding> ValueSet::Prepare(Recorder& list) {
   OSTRA_ASSIGN_OR_RETURN(UInt64 serial, list.BeginBatch());
   if (bindings.IsEmpty()) return Binding{};
 
-  if (_factory.HasGradients() && _gradientRoom < std::max<Int>(_gradients.GetCount(), 1)) {
-    _gradientRoom = static_cast<Int>(std::bit_ceil(static_cast<UInt64>(std::max<Int>(_gradients.GetCount(), 1))));
-    _sliceSerial = 0;
-    _current = -1;  // the sets end too early
-    _written.Reset();
-  }
+  if (_factory.HasGradients()) GrowGradients();
   if (GetSliceSize() > 0 && _sliceSerial != serial) {
-    OSTRA_ASSIGN_OR_RETURN(const Recorder::UniformSlice slice, list.AllocateUniforms(GetSliceSize()));
-    MemCopy(slice.memory, _bytes.GetFirst(), _bytes.GetCount());
-    if (_gradients.IsPopulated() && _gradients.GetCount() <= _gradientRoom)
-      MemCopy(slice.memory + _factory.GetSliceSize(), _gradients.GetFirst(),
-              _gradients.GetCount() * static_cast<Int>(sizeof(ShaderGradientSegment)));
-    OSTRA_ASSIGN_OR_RETURN(serial, list.BeginBatch());  // the ring may have needed a new batch
-    _sliceSerial = serial;
-    _sliceOffset = slice.offset;
+    OSTRA_RETURN_IF_ERROR(WriteSlice(list));
+    serial = _sliceSerial;
   }
   // What the batch holds already is there and ready.
   if (_keptSerial != serial) {
