@@ -336,20 +336,14 @@ TEST_F(DriverCallsTest, ABufferThatIsLargerThanBuffersCanBeIsRefused) {
               IsErrorContaining(kIllegalArgumentError, "that the GPU device can give one."));
 }
 
-// Each dispatch adds 1 to what the one before it has written and puts it elsewhere: a set with wrong buffers loses
-// some.
-TEST_F(DriverCallsTest, BuffersThatChangePlacesNeedAsManyDescriptorSetsAsPlaces) {
-  g_heard.allocateSets = vkAllocateDescriptorSets;
-  g_heard.updateSets = vkUpdateDescriptorSets;
-  const DrawportContextRef context = Take(MakeContext());
-  DrawportCommandList& list = context->GetCommandList();
-  const auto run = [&](Int bufferCount, int dispatchCount) {
-    std::vector<BufferRef> buffers;
-    for (Int i = 0; i < bufferCount; ++i)
-      buffers.push_back(
-          Take(BufferResource::Create(static_cast<Context&>(*context).GetDevice(), 64, MemoryUse::Device, true)));
-    std::size_t step = 0;
-    const GpuComputeRef compute = Take(MakeCompute(
+class ChangingPlacesTest : public DriverCallsTest {
+ protected:
+  // Adds 1 to what buffer `step` begins with and stores the sum in the next one, around the ring of buffers. The step
+  // is read with each update of the parameters.
+  static GpuComputeRef MakeIncrement(const DrawportContextRef& context, const std::vector<BufferRef>& buffers,
+                                     const std::size_t& step) {
+    const auto at = [&buffers](std::size_t i) { return buffers[i % buffers.size()].GetPointer(); };
+    return Take(MakeCompute(
         context,
         [](DrawportProgramDescription& program) -> Result<void> {
           for (const InternedId& name : {"from"_iid, "to"_iid})
@@ -360,35 +354,51 @@ TEST_F(DriverCallsTest, BuffersThatChangePlacesNeedAsManyDescriptorSetsAsPlaces)
                                                 "UNIFORM_BUFFER(to)[0] = UNIFORM_BUFFER(from)[0] + 1u;\n"_s));
           return program.SetComputeShaderProperties(1, 1, 1);
         },
-        [&](DrawportProgramFactory& factory, DrawportParameterValueSet& values) -> Result<void> {
-          const auto at = [&](std::size_t i) { return buffers[i % buffers.size()].GetPointer(); };
+        [at, &step](DrawportProgramFactory& factory, DrawportParameterValueSet& values) -> Result<void> {
           OSTRA_RETURN_IF_ERROR(
               factory.SetParameterBuffer(values, factory.GetBufferParameterHandle("from"_iid), at(step)));
           return factory.SetParameterBuffer(values, factory.GetBufferParameterHandle("to"_iid), at(step + 1));
         }));
+  }
+  static UInt32 ReadFirst(const DrawportContextRef& context, BufferResource& buffer) {
+    CommandList& list = static_cast<Context&>(*context).GetCommands();
+    DrawportStagingBuffer* const staging = Take(list.AllocStagingBuffer(64, DrawportStagingUse::HostRead));
+    const Byte* const mapped = Take(list.PrivateMapBuffer(*staging, DrawportMapMode::Read, buffer, 0, 0, 4));
+    const UInt32 value = *reinterpret_cast<const UInt32*>(mapped);
+    list.ReleaseStagingBuffer(staging);
+    return value;
+  }
+  // Runs the increment `dispatchCount` times: a set with wrong buffers loses some. Counts calls in g_heard.
+  void Run(Int bufferCount, int dispatchCount) {
+    const DrawportContextRef context = Take(MakeContext());
+    Device& device = static_cast<Context&>(*context).GetDevice();
+    std::vector<BufferRef> buffers;
+    for (Int i = 0; i < bufferCount; ++i)
+      buffers.push_back(Take(BufferResource::Create(device, 64, MemoryUse::Device, true)));
+    std::size_t step = 0;
+    const GpuComputeRef compute = MakeIncrement(context, buffers, step);
     const ReplacedFunction sets(vkAllocateDescriptorSets, &CountSets);
     const ReplacedFunction updates(vkUpdateDescriptorSets, &CountSetUpdates);
     g_heard.setCount = g_heard.updateCount = 0;
-    for (int i = 0; i < dispatchCount; ++i) {
+    for (; step < static_cast<std::size_t>(dispatchCount); ++step) {
       Take(compute->UpdateUniforms(context, true));
-      Take(list.AddMemoryBarrier(DrawportBarrierBits::StorageBuffer));
+      Take(context->GetCommandList().AddMemoryBarrier(DrawportBarrierBits::StorageBuffer));
       Take(compute->Dispatch(1, 1, 1));
-      ++step;
     }
-    Take(list.Execute(true));
-    DrawportStagingBuffer* staging =
-        Take(static_cast<Context&>(*context).GetCommands().AllocStagingBuffer(64, DrawportStagingUse::HostRead));
-    const BufferRef& last = buffers[step % buffers.size()];
-    const Byte* mapped = Take(list.PrivateMapBuffer(*staging, DrawportMapMode::Read, *last, 0, 0, 4));
-    EXPECT_EQ(*reinterpret_cast<const UInt32*>(mapped), static_cast<UInt32>(dispatchCount));
-    list.ReleaseStagingBuffer(staging);
-  };
+    Take(context->GetCommandList().Execute(true));
+    EXPECT_EQ(ReadFirst(context, *buffers[step % buffers.size()]), static_cast<UInt32>(dispatchCount));
+  }
+};
+
+TEST_F(ChangingPlacesTest, BuffersThatChangePlacesNeedAsManyDescriptorSetsAsPlaces) {
+  g_heard.allocateSets = vkAllocateDescriptorSets;
+  g_heard.updateSets = vkUpdateDescriptorSets;
   for (const Int buffers : {2, 5}) {
-    run(buffers, 1000);
+    Run(buffers, 1000);
     EXPECT_EQ(g_heard.setCount, buffers);
     EXPECT_EQ(g_heard.updateCount, buffers);
   }
-  run(40, 100);
+  Run(40, 100);
   EXPECT_EQ(g_heard.setCount, 40);
 }
 

@@ -1,5 +1,8 @@
 // Devices that a layer of Vulkan pretends and that are lost in the middle of something: tests/pretended_device. Skipped
 // without that layer.
+#include <algorithm>
+
+#include "ostra/drawport_vulkan/snapshot.h"
 #include "tests/drawport_vulkan/internal_fixture.h"
 
 using namespace ostra;
@@ -57,6 +60,18 @@ class PretendedFaultsTest : public DriverTest {
         });
   }
 
+  static Bool IsPretended(std::string_view key) { return std::getenv("OSTRA_PRETENDED_DEVICE") == key; }
+
+  // Whether buffers have somewhere else to go, and the device tells its budget.
+  Bool HasHostMemoryAndBudget() {
+    const DrawportContextRef context = Take(MakeContext());
+    const Device& device = static_cast<Context&>(*context).GetDevice();
+    const DriverRef driver = Take(Driver::Get());
+    const auto& types = driver->GetSnapshot(device.GetIndex()).memoryTypes;
+    return Take(HasDeviceExtension(device.GetPhysicalDevice(), VK_EXT_MEMORY_BUDGET_EXTENSION_NAME)) &&
+           std::any_of(types.begin(), types.end(), [](const auto& type) { return !type.isDeviceLocal; });
+  }
+
   // Bytes go up, two dispatches of one submission and one of another count, bytes come down.
   Result<void> Run(Int count = kCount) {
     OSTRA_ASSIGN_OR_RETURN(const DrawportContextRef context, MakeContext());
@@ -106,8 +121,7 @@ TEST_F(PretendedFaultsTest, ALossInAnyCallIsAnErrorLeavesNothingBehindAndANewPro
 
 // The layer says where, on devices that do: see PretendedDevice::hasDeviceFault.
 TEST_F(PretendedFaultsTest, ADeviceThatSaysWhereItWasLostIsQuoted) {
-  if (std::string_view(std::getenv("OSTRA_PRETENDED_DEVICE")) != "discrete")
-    GTEST_SKIP() << "Only the pretended device \"discrete\" says where it was lost.";
+  if (!IsPretended("discrete")) GTEST_SKIP() << "Only the pretended device \"discrete\" says where it was lost.";
   constexpr std::string_view kWhere = "The driver says: pretended fault; invalid write at 0x12345000 to 0x12345fff.";
   int quotedCount = 0;
   for (int n = 1; n <= 6; ++n) {
@@ -161,12 +175,19 @@ TEST_F(PretendedFaultsTest, ATimeLimitThatIsNoTimeIsRefused) {
   unsetenv("OSTRA_GPU_TIME_LIMIT");
 }
 
-// Everything that the device has room for is in use by others: buffers go to the host where there is memory of the
-// host, and work all the same.
-TEST_F(PretendedFaultsTest, BuffersWorkWhenTheBudgetShrinksToNothing) {
+// Other programs use all memory of the device.
+TEST_F(PretendedFaultsTest, BuffersMoveToTheHostWhenTheBudgetShrinksToNothing) {
   ASSERT_THAT(Run(), IsOk());
-  setenv("OSTRA_PRETENDED_BUDGET", "1", 1);  // MiB, fewer than the buffer has
+  const Bool hasHostMemory = HasHostMemoryAndBudget();
+  if (IsPretended("discrete")) {
+    EXPECT_TRUE(hasHostMemory);
+  }
+  const DiagnosticRecorder told;
+  setenv("OSTRA_PRETENDED_BUDGET", "1", 1);  // MiB, half of what the buffer needs
   EXPECT_THAT(Run(Int(1) << 19), IsOk());
+  EXPECT_THAT(told.GetLines(),
+              testing::Contains(testing::HasSubstr("is full: a piece of 2097152 bytes lies in memory of the host"))
+                  .Times(hasHostMemory ? 1 : 0));
 }
 
 }  // namespace

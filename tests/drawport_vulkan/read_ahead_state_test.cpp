@@ -1,4 +1,4 @@
-// What was copied before it was asked for, and what is read next: without a device.
+// ReadAhead and FindNextRegion, without a device.
 #include "ostra/drawport_vulkan/read_ahead.h"
 
 #include <gtest/gtest.h>
@@ -38,7 +38,7 @@ TEST_F(ReadAheadStateTest, WhatWasCopiedIsTakenOnce) {
   EXPECT_EQ(_ahead.Take(*_resource, kRegion), &_memory);
   EXPECT_EQ(_ahead.Take(*_resource, kRegion), nullptr);
   _ahead.Drop();
-  EXPECT_TRUE(_memory.isMapped) << "whoever has taken it frees it";
+  EXPECT_TRUE(_memory.isMapped) << "the caller of Take frees it";
 }
 
 TEST_F(ReadAheadStateTest, OtherRegionsAndResourcesAreNotTaken) {

@@ -59,7 +59,7 @@ VkResult GetQueryPoolResults(VkDevice device, VkQueryPool pool, uint32_t first, 
   return state.GetQueryPoolResults(device, pool, first, count, size, data, stride, flags);
 }
 
-// A lost device may answer that it is idle: what it was given is over.
+// A lost device may answer that it is idle: its work is over.
 VkResult DeviceWaitIdle(VkDevice device) {
   DeviceState& state = GetDevice(GetKey(device));
   if (GetFlags(state).isHung) ReportViolation(state, "vkDeviceWaitIdle would wait for work that never ends");

@@ -99,9 +99,8 @@ VkResult CreateDevice(VkPhysicalDevice physicalDevice, const VkDeviceCreateInfo*
   changed.pQueueCreateInfos = &queue;
   std::vector<const char*> extensions;
   for (uint32_t i = 0; i < info->enabledExtensionCount; ++i) {
-    const std::string_view name = info->ppEnabledExtensionNames[i];
-    if (name != VK_KHR_PORTABILITY_SUBSET_EXTENSION_NAME && name != VK_EXT_DEVICE_FAULT_EXTENSION_NAME)
-      extensions.push_back(info->ppEnabledExtensionNames[i]);
+    const char* const name = info->ppEnabledExtensionNames[i];
+    if (!IsAnsweredByLayer(GetTable(physicalDevice), name)) extensions.push_back(name);
   }
   changed.enabledExtensionCount = static_cast<uint32_t>(extensions.size());
   changed.ppEnabledExtensionNames = extensions.data();

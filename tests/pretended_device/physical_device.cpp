@@ -30,6 +30,7 @@ void AnswerMemory(const PretendedDevice& table, VkPhysicalDeviceMemoryProperties
 
 // Another program may take memory of the device while this one runs: OSTRA_PRETENDED_BUDGET has what is left, in MiB.
 void AnswerBudget(VkPhysicalDevice device, VkPhysicalDeviceMemoryBudgetPropertiesEXT& budget) {
+  if (!HasBudget(GetTable(device))) return;
   const std::vector<Heap>& heaps = GetTable(device).heaps;
   const VkDeviceSize left = ReadNumber("OSTRA_PRETENDED_BUDGET") * kMiB;
   for (uint32_t i = 0; i < heaps.size(); ++i) {
@@ -137,10 +138,12 @@ VkResult EnumerateDeviceExtensionProperties(VkPhysicalDevice device, const char*
   const VkResult result = state.EnumerateDeviceExtensionProperties(device, nullptr, &found, all.data());
   if (result != VK_SUCCESS) return result;
   const PretendedDevice& table = GetTable(device);
+  std::erase_if(all, [&](const auto& extension) { return IsAnsweredByLayer(table, extension.extensionName); });
   if (table.promoted == PromotedExtensions::Hidden)
     std::erase_if(all, [](const auto& extension) { return Contains(kPromotedTo13, extension.extensionName); });
   if (table.hasDeviceFault) all.push_back({VK_EXT_DEVICE_FAULT_EXTENSION_NAME, 1});
   if (table.isPortability) all.push_back({VK_KHR_PORTABILITY_SUBSET_EXTENSION_NAME, 1});
+  if (HasBudget(table)) all.push_back({VK_EXT_MEMORY_BUDGET_EXTENSION_NAME, 1});
   return AnswerList(all, count, properties != nullptr,
                     [&](uint32_t i, const VkExtensionProperties& extension) { properties[i] = extension; });
 }

@@ -54,8 +54,8 @@ struct PretendedDevice {
   const char* name = nullptr;  // that the device answers
   VkPhysicalDeviceType type = VK_PHYSICAL_DEVICE_TYPE_DISCRETE_GPU;
   uint32_t apiVersion = VK_API_VERSION_1_3;
-  // Has the extension of devices that lack parts of Vulkan, none of these parts, and shows itself only to those who
-  // ask for such devices.
+  // Has VK_KHR_portability_subset and none of the parts of Vulkan that may be missing with it. Listed only for
+  // instances that enable VK_KHR_portability_enumeration.
   bool isPortability = false;
   PromotedExtensions promoted = PromotedExtensions::Listed;
   bool hasDeviceFault = false;  // lists VK_EXT_device_fault and says where it was lost
@@ -70,6 +70,15 @@ struct PretendedDevice {
   void (*reduceFeatures)(Features&) = nullptr;
   VkFormatFeatureFlags (*findMissing)(VkFormat) = nullptr;  // features of images in optimal tiling
 };
+
+// Whether the device lists VK_EXT_memory_budget: all do that have heaps of their own.
+inline bool HasBudget(const PretendedDevice& device) { return !device.heaps.empty(); }
+
+// Whether the driver is not asked about an extension, because the layer answers for the device.
+inline bool IsAnsweredByLayer(const PretendedDevice& device, std::string_view extension) {
+  return extension == VK_EXT_DEVICE_FAULT_EXTENSION_NAME || extension == VK_KHR_PORTABILITY_SUBSET_EXTENSION_NAME ||
+         (extension == VK_EXT_MEMORY_BUDGET_EXTENSION_NAME && HasBudget(device));
+}
 
 constexpr VkDeviceSize kMiB = VkDeviceSize{1} << 20;
 

@@ -1,5 +1,8 @@
 // Whether the layer loses devices, lets work hang, takes memory away and answers as several devices when the
 // environment asks for it. Skipped where there is no software driver.
+#include <algorithm>
+#include <string_view>
+
 #include "tests/pretended_device/pretended_device_fixture.h"
 #include "tests/pretended_device/two_drivers.h"
 
@@ -23,6 +26,24 @@ TEST_F(PretendedFaultsTest, TheBudgetShrinksWhileTheProgramRuns) {
   vkGetPhysicalDeviceMemoryProperties2(_physicalDevice, &properties);
   EXPECT_EQ(budget.heapBudget[0], 32 * kMiB);
   EXPECT_EQ(budget.heapBudget[1], 4096 * kMiB);  // of the host
+}
+
+TEST_F(PretendedFaultsTest, DevicesWithHeapsListTheBudgetOnceAndAreMadeWithIt) {
+  const auto countBudgets = [&] {
+    uint32_t count = 0;
+    vkEnumerateDeviceExtensionProperties(_physicalDevice, nullptr, &count, nullptr);
+    std::vector<VkExtensionProperties> all(count);
+    vkEnumerateDeviceExtensionProperties(_physicalDevice, nullptr, &count, all.data());
+    return std::count_if(all.begin(), all.end(), [](const VkExtensionProperties& extension) {
+      return std::string_view(extension.extensionName) == VK_EXT_MEMORY_BUDGET_EXTENSION_NAME;
+    });
+  };
+  for (const char* key : {"discrete", "unified"}) {
+    OSTRA_START(key);
+    EXPECT_EQ(countBudgets(), 1) << key;
+    EXPECT_EQ(MakeDevice(nullptr, {VK_EXT_MEMORY_BUDGET_EXTENSION_NAME}), VK_SUCCESS) << key;
+    TearDown();
+  }
 }
 
 TEST_F(PretendedFaultsTest, ADeviceIsLostInTheCallThatIsChosenAndStaysLost) {
@@ -83,11 +104,12 @@ TEST_F(PretendedFaultsTest, ALostDeviceSaysWhereAndOneThatIsNotLostIsNotAsked) {
   vkDestroySemaphore(_device, semaphore, nullptr);
 }
 
-// The driver is there twice, by two files that name it.
+// Two driver files name one driver.
 TEST_F(PretendedFaultsTest, TwoDevicesOfOneInstanceAnswerAsTwo) {
   OSTRA_START("discrete");
   const TwoDrivers drivers;
-  if (!drivers.AreThere()) GTEST_SKIP() << "The software driver's file is not where it is looked for.";
+  if (!drivers.AreThere())
+    GTEST_SKIP() << "The software driver is not a library that this test knows: libvulkan_lvp.so.";
   TearDown();
   OSTRA_START("discrete,unified");
   uint32_t count = 2;

@@ -1,7 +1,6 @@
 // AMD desktop cards, as they are published: a window of 256 MiB into the memory of the card, and types of memory that
-// only those may take who ask for the extension they belong to.
-#include <algorithm>
-
+// may be used only with an extension.
+#include "tests/pretended_device/device_parts.h"
 #include "tests/pretended_device/devices.h"
 
 namespace ostra::pretended {
@@ -11,11 +10,10 @@ PretendedDevice MakeAmd() {
   device.key = "amd";
   device.name = "Pretended AMD desktop card";
   device.reduceLimits = [](VkPhysicalDeviceLimits& limits) {
-    limits.maxComputeWorkGroupInvocations = std::min(limits.maxComputeWorkGroupInvocations, 1024u);
-    limits.maxImageDimension2D = std::min(limits.maxImageDimension2D, 16384u);
-    limits.maxMemoryAllocationCount = std::min(limits.maxMemoryAllocationCount, 4096u);
-    limits.minUniformBufferOffsetAlignment = 16;
-    limits.minStorageBufferOffsetAlignment = 16;
+    Cap(limits.maxComputeWorkGroupInvocations, 1024);
+    Cap(limits.maxImageDimension2D, 16384);
+    Cap(limits.maxMemoryAllocationCount, 4096);
+    SetOffsetAlignments(limits, 16, 16);
     limits.nonCoherentAtomSize = 128;
   };
   constexpr VkMemoryPropertyFlags kUncached =
@@ -30,11 +28,8 @@ PretendedDevice MakeAmd() {
                   {.flags = kMapped | kUncached, .heap = 1},
                   {.flags = kDeviceLocal | kMapped | kUncached, .heap = 2},
                   {.flags = kMapped | kCached | kUncached, .heap = 1}};
-  constexpr VkQueueFlags kTransfer = VK_QUEUE_TRANSFER_BIT;
-  constexpr VkQueueFlags kCompute = kTransfer | VK_QUEUE_COMPUTE_BIT;
-  device.queueFamilies = {{.flags = kCompute | VK_QUEUE_GRAPHICS_BIT},
-                          {.flags = kCompute, .queueCount = 2},
-                          {.flags = kTransfer, .queueCount = 2}};
+  device.queueFamilies = {
+      {.flags = kGraphicsQueue}, {.flags = kComputeQueue, .queueCount = 2}, {.flags = kTransferQueue, .queueCount = 2}};
   return device;
 }
 

@@ -1,4 +1,5 @@
 // A device that computes and does not draw.
+#include "tests/pretended_device/device_parts.h"
 #include "tests/pretended_device/devices.h"
 
 namespace ostra::pretended {
@@ -7,7 +8,7 @@ PretendedDevice MakeComputeOnly() {
   PretendedDevice device;
   device.key = "compute_only";
   device.name = "Pretended device that computes";
-  device.queueFamilies = {{.flags = VK_QUEUE_TRANSFER_BIT | VK_QUEUE_COMPUTE_BIT, .timestampBits = 0}};
+  device.queueFamilies = {{.flags = kComputeQueue, .timestampBits = 0}};
   return device;
 }
 

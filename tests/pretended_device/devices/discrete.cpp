@@ -1,4 +1,5 @@
 // A card with little memory of its own, which the host does not see.
+#include "tests/pretended_device/device_parts.h"
 #include "tests/pretended_device/devices.h"
 
 namespace ostra::pretended {
@@ -13,8 +14,7 @@ PretendedDevice MakeDiscrete() {
                   {.flags = kMapped, .heap = 1},
                   {.flags = kMapped | kCached, .heap = 1, .isForImages = false}};
   device.reduceLimits = [](VkPhysicalDeviceLimits& limits) {
-    limits.minUniformBufferOffsetAlignment = 256;
-    limits.minStorageBufferOffsetAlignment = 64;
+    SetOffsetAlignments(limits, 256, 64);
     limits.nonCoherentAtomSize = 256;
     limits.optimalBufferCopyOffsetAlignment = 128;
     limits.optimalBufferCopyRowPitchAlignment = 256;

@@ -1,7 +1,6 @@
 // Intel graphics inside of a processor, as they are published: all memory is the device's and the host's, one queue,
 // time stamps of 36 bits, no 64-bit floats.
-#include <algorithm>
-
+#include "tests/pretended_device/device_parts.h"
 #include "tests/pretended_device/devices.h"
 
 namespace ostra::pretended {
@@ -12,18 +11,17 @@ PretendedDevice MakeIntel() {
   device.name = "Pretended Intel integrated device";
   device.type = VK_PHYSICAL_DEVICE_TYPE_INTEGRATED_GPU;
   device.reduceLimits = [](VkPhysicalDeviceLimits& limits) {
-    limits.maxComputeWorkGroupInvocations = std::min(limits.maxComputeWorkGroupInvocations, 1024u);
-    limits.maxStorageBufferRange = std::min(limits.maxStorageBufferRange, 1u << 30);
-    limits.maxImageDimension2D = std::min(limits.maxImageDimension2D, 16384u);
-    limits.maxImageDimension3D = std::min(limits.maxImageDimension3D, 2048u);
+    Cap(limits.maxComputeWorkGroupInvocations, 1024);
+    Cap(limits.maxStorageBufferRange, 1u << 30);
+    Cap(limits.maxImageDimension2D, 16384);
+    Cap(limits.maxImageDimension3D, 2048);
     limits.minUniformBufferOffsetAlignment = 64;
     limits.nonCoherentAtomSize = 64;
   };
   device.reduceFeatures = [](Features& features) { features.core.shaderFloat64 = VK_FALSE; };
   device.heaps = {{2048 * kMiB, VK_MEMORY_HEAP_DEVICE_LOCAL_BIT}};
   device.types = {{.flags = kDeviceLocal, .heap = 0}, {.flags = kDeviceLocal | kMapped | kCached, .heap = 0}};
-  device.queueFamilies = {
-      {.flags = VK_QUEUE_TRANSFER_BIT | VK_QUEUE_COMPUTE_BIT | VK_QUEUE_GRAPHICS_BIT, .timestampBits = 36}};
+  device.queueFamilies = {{.flags = kGraphicsQueue, .timestampBits = 36}};
   return device;
 }
 

@@ -1,10 +1,13 @@
 // The smallest limits that Vulkan 1.2 allows, and no feature that it leaves open, but scalar block layout.
 #include <algorithm>
 
+#include "tests/pretended_device/device_parts.h"
 #include "tests/pretended_device/devices.h"
 
 namespace ostra::pretended {
 namespace {
+
+constexpr VkSampleCountFlags kOneOrFour = VK_SAMPLE_COUNT_1_BIT | VK_SAMPLE_COUNT_4_BIT;
 
 void ReduceImages(VkPhysicalDeviceLimits& limits) {
   limits.maxImageDimension1D = 4096;
@@ -20,7 +23,6 @@ void ReduceImages(VkPhysicalDeviceLimits& limits) {
   limits.subPixelPrecisionBits = 4;
   limits.subTexelPrecisionBits = 4;
   limits.mipmapPrecisionBits = 4;
-  constexpr VkSampleCountFlags kOneOrFour = VK_SAMPLE_COUNT_1_BIT | VK_SAMPLE_COUNT_4_BIT;
   limits.sampledImageColorSampleCounts = kOneOrFour;
   limits.sampledImageIntegerSampleCounts = VK_SAMPLE_COUNT_1_BIT;
   limits.sampledImageDepthSampleCounts = kOneOrFour;
@@ -51,8 +53,7 @@ void ReduceDescriptors(VkPhysicalDeviceLimits& limits) {
   limits.maxDescriptorSetStorageImages = 24;
   limits.minMemoryMapAlignment = 64;
   limits.minTexelBufferOffsetAlignment = 256;
-  limits.minUniformBufferOffsetAlignment = 256;
-  limits.minStorageBufferOffsetAlignment = 256;
+  SetOffsetAlignments(limits, 256, 256);
   limits.nonCoherentAtomSize = 256;
 }
 
@@ -87,7 +88,6 @@ void ReduceDrawing(VkPhysicalDeviceLimits& limits) {
   limits.viewportBoundsRange[1] = 8191;
   limits.pointSizeRange[1] = 1;
   limits.lineWidthRange[1] = 1;
-  constexpr VkSampleCountFlags kOneOrFour = VK_SAMPLE_COUNT_1_BIT | VK_SAMPLE_COUNT_4_BIT;
   limits.framebufferColorSampleCounts = kOneOrFour;
   limits.framebufferDepthSampleCounts = kOneOrFour;
   limits.framebufferStencilSampleCounts = kOneOrFour;

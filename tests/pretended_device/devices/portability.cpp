@@ -1,4 +1,6 @@
-// A device behind another API: it lacks parts of Vulkan, and shows itself only to those who ask for such devices.
+// A device behind another API: it lacks parts of Vulkan, and is listed only for instances that enable
+// VK_KHR_portability_enumeration.
+#include "tests/pretended_device/device_parts.h"
 #include "tests/pretended_device/devices.h"
 
 namespace ostra::pretended {
@@ -13,13 +15,10 @@ PretendedDevice MakePortability() {
   device.heaps = {{2048 * kMiB, VK_MEMORY_HEAP_DEVICE_LOCAL_BIT}};
   device.types = {{.flags = kDeviceLocal, .heap = 0}, {.flags = kDeviceLocal | kMapped | kCached, .heap = 0}};
   device.reduceFeatures = [](Features& features) {
-    features.core.shaderFloat64 = VK_FALSE;
-    features.core.geometryShader = VK_FALSE;
+    RemoveDesktopFeatures(features.core);
     features.core.logicOp = VK_FALSE;
-    features.core.wideLines = VK_FALSE;
     features.core.shaderCullDistance = VK_FALSE;
     features.core.robustBufferAccess = VK_FALSE;
-    features.core.pipelineStatisticsQuery = VK_FALSE;
   };
   return device;
 }

@@ -1,4 +1,5 @@
 // A device with a queue family for each kind of work; the one that does everything is the last.
+#include "tests/pretended_device/device_parts.h"
 #include "tests/pretended_device/devices.h"
 
 namespace ostra::pretended {
@@ -7,11 +8,9 @@ PretendedDevice MakeQueueFamilies() {
   PretendedDevice device;
   device.key = "queue_families";
   device.name = "Pretended device of several queue families";
-  constexpr VkQueueFlags kTransfer = VK_QUEUE_TRANSFER_BIT;
-  constexpr VkQueueFlags kCompute = kTransfer | VK_QUEUE_COMPUTE_BIT;
-  device.queueFamilies = {{.flags = kTransfer, .queueCount = 2, .timestampBits = 0},
-                          {.flags = kCompute, .queueCount = 4, .timestampBits = 36},
-                          {.flags = kCompute | VK_QUEUE_GRAPHICS_BIT, .queueCount = 1, .timestampBits = 48}};
+  device.queueFamilies = {{.flags = kTransferQueue, .queueCount = 2, .timestampBits = 0},
+                          {.flags = kComputeQueue, .queueCount = 4, .timestampBits = 36},
+                          {.flags = kGraphicsQueue, .queueCount = 1, .timestampBits = 48}};
   return device;
 }
 
