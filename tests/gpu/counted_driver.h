@@ -1,12 +1,12 @@
-// CountedDriver: counts what the driver is asked for as long as it lives.
+// CountedDriver: counts calls of the driver during its lifetime.
 //
 //   CountedDriver driver;
 //   const DriverCounts before = driver.GetCounts();
 //   ... dispatches ...
 //   const DriverCounts used = driver.GetCounts() - before;
 //
-// Counts must not depend on how quick the device is: it answers that work is done only when the host has waited for it.
-// One at a time.
+// Counts must not depend on the speed of the device: work counts as done only after the host has waited for it.
+// One instance at a time.
 #pragma once
 
 #include <algorithm>
@@ -23,13 +23,14 @@ struct DriverCounts {
   Int stops = 0;     // of the host until the device has nothing more to do
   Int barriers = 0;  // calls of vkCmdPipelineBarrier
   Int sets = 0;      // descriptor sets that were allocated
+  Int pools = 0;     // of descriptor sets; not in the table
   Int allocations = 0;
   Int bytes = 0;  // that copies on the device move
   friend bool operator==(const DriverCounts&, const DriverCounts&) = default;
 };
 
 inline DriverCounts operator-(const DriverCounts& a, const DriverCounts& b) {
-  return {a.submissions - b.submissions, a.stops - b.stops, a.barriers - b.barriers, a.sets - b.sets,
+  return {a.submissions - b.submissions, a.stops - b.stops, a.barriers - b.barriers, a.sets - b.sets, a.pools - b.pools,
           a.allocations - b.allocations, a.bytes - b.bytes};
 }
 
@@ -42,6 +43,7 @@ class CountedDriver {
     _getValue.emplace(vkGetSemaphoreCounterValue, &GetValue);
     _barrier.emplace(vkCmdPipelineBarrier, &AddBarrier);
     _allocateSets.emplace(vkAllocateDescriptorSets, &AllocateSets);
+    _createPool.emplace(vkCreateDescriptorPool, &CreatePool);
     _allocate.emplace(vkAllocateMemory, &Allocate);
     _copyBuffer.emplace(vkCmdCopyBuffer, &CopyBuffer);
     _toBuffer.emplace(vkCmdCopyImageToBuffer, &CopyToBuffer);
@@ -96,6 +98,11 @@ class CountedDriver {
     g_this->_counts.sets += info->descriptorSetCount;
     return g_this->_allocateSets.original(device, info, sets);
   }
+  static VKAPI_ATTR VkResult VKAPI_CALL CreatePool(VkDevice device, const VkDescriptorPoolCreateInfo* info,
+                                                   const VkAllocationCallbacks* callbacks, VkDescriptorPool* pool) {
+    ++g_this->_counts.pools;
+    return g_this->_createPool.original(device, info, callbacks, pool);
+  }
   static VKAPI_ATTR VkResult VKAPI_CALL Allocate(VkDevice device, const VkMemoryAllocateInfo* info,
                                                  const VkAllocationCallbacks* callbacks, VkDeviceMemory* memory) {
     ++g_this->_counts.allocations;
@@ -135,6 +142,7 @@ class CountedDriver {
   Place<PFN_vkGetSemaphoreCounterValue> _getValue;
   Place<PFN_vkCmdPipelineBarrier> _barrier;
   Place<PFN_vkAllocateDescriptorSets> _allocateSets;
+  Place<PFN_vkCreateDescriptorPool> _createPool;
   Place<PFN_vkAllocateMemory> _allocate;
   Place<PFN_vkCmdCopyBuffer> _copyBuffer;
   Place<PFN_vkCmdCopyImageToBuffer> _toBuffer;

@@ -1,33 +1,14 @@
 // What workloads ask of the driver, beside the numbers in driver_counts.txt: a change of any of them is seen.
 #include <fstream>
-#include <optional>
 #include <sstream>
 
-#include "parallelprogram/gpu/gpu_program.h"
 #include "parallelprogram/program/counter_reads_interface.h"
-#include "parallelprogram/program/parallel_program.h"
 #include "parallelprogram/textures/sampling_data.h"
 #include "parallelprogram/textures/texture_bind_data.h"
-#include "tests/drawport_vulkan/internal_fixture.h"
-#include "tests/gpu/counted_driver.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/gpu/counted_programs_fixture.h"
 
 namespace ostra::test {
 namespace {
-
-constexpr const char* kStep = R"(#define KERNELINPUTS \
-(Float32) step, \
-(Block<Float32>) source, \
-(Block<Float32>) target
-
-GROUPSIZE(1, 1, 1)
-
-OSTRA_PARALLEL_KERNEL(Step, KERNELINPUTS)
-{
-	UNIFORM_BUFFER(target)[0] = UNIFORM_BUFFER(source)[0] + UNIFORM(step);
-}
-OSTRA_PARALLEL_KERNEL_END
-)";
 
 constexpr const char* kCount = R"(#define KERNELINPUTS \
 (AtomicUInt32*) hits
@@ -79,64 +60,21 @@ std::string FindRow(const std::string& workload) {
   return {};
 }
 
-class GpuDriverCountsTest : public vulkan::DriverTest {
+class GpuDriverCountsTest : public CountedProgramsTest {
  protected:
   void SetUp() override {
-    DriverTest::SetUp();
+    CountedProgramsTest::SetUp();
     if (IsSkipped()) return;
     const DrawportContextRef context = Take(MakeContext());
     if (static_cast<vulkan::Context&>(*context).GetDevice().GetProperties().deviceType != VK_PHYSICAL_DEVICE_TYPE_CPU)
       GTEST_SKIP() << "The table has the counts of the software driver; other devices have memory of other kinds.";
-    _driver.emplace();
-    _programClass = Take(CreateGpuProgramClass());
-  }
-  void TearDown() override {
-    _driver.reset();
-    DriverTest::TearDown();
-  }
-
-  // A program on a context of its own.
-  ParallelProgramRef MakeProgram() {
-    const DrawportContextRef context = Take(MakeContext());
-    ParallelProgramRef program = Take(_programClass->CreateObject<ParallelProgramInterface>());
-    Take(program->Init(Url(), &context, 0, false));
-    return program;
-  }
-  ParallelProgramRef MakeProgram(const char* kernel) {
-    ParallelProgramRef program = MakeProgram();
-    const std::string name = "net.ostra.test.counted" + std::to_string(++_kernels) + ".krn";
-    Take(program->AddKernel("k"_iid, Take(Url::Create(_sources.Write(name, kernel))), true));
-    return program;
-  }
-  // One that adds `step` to what is in a buffer.
-  ParallelProgramRef MakeStepProgram() {
-    ParallelProgramRef program = MakeProgram(kStep);
-    for (const InternedId& id : {"source"_iid, "target"_iid})
-      Take(program->StoreUniformBufferData(id, Take(BaseArray<Float32>::Create({0}))));
-    Take(program->SetUniform("step"_iid, Float32(1)));
-    return program;
-  }
-  static void Dispatch(ParallelProgramInterface& program) {
-    Take(program.UpdateUniforms());
-    Take(program.DispatchKernel(1, 1, 1, false));
-  }
-  static Float32 ReadFirst(ParallelProgramInterface& program, InternedId id) {
-    return Take(Take(program.GetGlobalBufferData(id)).Get<Array<Float32>>())[0];
   }
 
   template <class Work>
   void ExpectCounts(const std::string& workload, Work&& work) {
-    const DriverCounts before = _driver->GetCounts();
-    work();
-    EXPECT_EQ(GetRow(workload, _driver->GetCounts() - before), FindRow(workload))
+    EXPECT_EQ(GetRow(workload, Count(std::forward<Work>(work))), FindRow(workload))
         << "columns: submissions, stops, barriers, sets, allocations, bytes";
   }
-
- private:
-  std::optional<CountedDriver> _driver;
-  ClassRef _programClass;
-  TemporaryFolder _sources;
-  int _kernels = 0;
 };
 
 // Whether the host sees the memory of buffers, as here, or not, as on most devices with memory of their own.
@@ -151,7 +89,7 @@ class GpuBufferCountsTest : public GpuDriverCountsTest, public testing::WithPara
 INSTANTIATE_TEST_SUITE_P(Memory, GpuBufferCountsTest, testing::Bool(),
                          [](const auto& instance) { return std::string(instance.param ? "Seen" : "Unseen"); });
 
-TEST_P(GpuBufferCountsTest, OfOneDispatch) {
+TEST_P(GpuBufferCountsTest, OneDispatchIsOneSubmission) {
   const ParallelProgramRef program = MakeStepProgram();
   Take(program->Execute(true));
   ExpectCounts(GetName("one_dispatch"), [&] {
@@ -161,7 +99,7 @@ TEST_P(GpuBufferCountsTest, OfOneDispatch) {
   EXPECT_EQ(ReadFirst(*program, "target"_iid), 1);
 }
 
-TEST_P(GpuBufferCountsTest, OfAThousandDispatches) {
+TEST_P(GpuBufferCountsTest, AThousandDispatchesAreOneSubmission) {
   const ParallelProgramRef program = MakeStepProgram();
   Take(program->Execute(true));
   ExpectCounts(GetName("dispatches_1000"), [&] {
@@ -174,7 +112,7 @@ TEST_P(GpuBufferCountsTest, OfAThousandDispatches) {
   EXPECT_EQ(ReadFirst(*program, "target"_iid), 999);
 }
 
-TEST_P(GpuBufferCountsTest, OfADispatchAndItsCounterAHundredTimes) {
+TEST_P(GpuBufferCountsTest, EachReadOfACounterStopsTheHost) {
   const ParallelProgramRef program = MakeProgram(kCount);
   Take(program->AddAtomicCounter("hits"_iid, UInt32(0)));
   Take(program->SetAtomicCounterToActiveKernel("hits"_iid));
@@ -186,7 +124,7 @@ TEST_P(GpuBufferCountsTest, OfADispatchAndItsCounterAHundredTimes) {
   });
 }
 
-TEST_P(GpuBufferCountsTest, OfCountersThatAreReadBehindAHundredDispatches) {
+TEST_P(GpuBufferCountsTest, CountersThatWereCopiedAreReadWithOneStop) {
   const ParallelProgramRef program = MakeProgram(kCount);
   auto& reads = *FindInterface<CounterReadsInterface>(*program);
   Take(program->AddAtomicCounter("hits"_iid, UInt32(0)));
@@ -205,7 +143,7 @@ TEST_P(GpuBufferCountsTest, OfCountersThatAreReadBehindAHundredDispatches) {
   EXPECT_THAT(reads.RecordCounterRead("misses"_iid), IsErrorWith(kIllegalArgumentError, "atomic identifier not found"));
 }
 
-TEST_P(GpuBufferCountsTest, OfUploadDispatchAndReadBack) {
+TEST_P(GpuBufferCountsTest, AnUploadADispatchAndAReadBackStopOnce) {
   const ParallelProgramRef program = MakeProgram(kStep);
   Take(program->SetUniform("step"_iid, Float32(1)));
   Take(program->StoreUniformBufferData("target"_iid, Take(BaseArray<Float32>::Create({0}))));
@@ -221,7 +159,7 @@ TEST_P(GpuBufferCountsTest, OfUploadDispatchAndReadBack) {
   EXPECT_EQ(ReadFirst(*program, "target"_iid), 1);
 }
 
-TEST_F(GpuDriverCountsTest, OfBuffersThatChangePlaces) {
+TEST_F(GpuDriverCountsTest, TwoBuffersThatChangePlacesNeedTwoDescriptorSets) {
   const ParallelProgramRef program = MakeStepProgram();
   Take(program->Execute(true));
   ExpectCounts("ping_pong_3000", [&] {
@@ -234,7 +172,7 @@ TEST_F(GpuDriverCountsTest, OfBuffersThatChangePlaces) {
   EXPECT_EQ(ReadFirst(*program, "source"_iid), 3000);
 }
 
-TEST_F(GpuDriverCountsTest, OfManyBuffersInTurn) {
+TEST_F(GpuDriverCountsTest, FortyBuffersInTurnNeedFortyDescriptorSets) {
   const ParallelProgramRef program = MakeStepProgram();
   std::vector<InternedId> places;
   for (int i = 0; i < 40; ++i) {
@@ -253,7 +191,7 @@ TEST_F(GpuDriverCountsTest, OfManyBuffersInTurn) {
   EXPECT_EQ(ReadFirst(*program, places[1000 % 40]), 1000);
 }
 
-TEST_F(GpuDriverCountsTest, OfTwoProgramsInTurn) {
+TEST_F(GpuDriverCountsTest, TwoProgramsInTurnStopOnce) {
   const ParallelProgramRef programs[] = {MakeStepProgram(), MakeStepProgram()};
   for (const ParallelProgramRef& program : programs) Take(program->Execute(true));
   ExpectCounts("two_programs_100", [&] {
@@ -279,7 +217,7 @@ TextureBindData DescribeTexture(UInt32 size) {
   return data;
 }
 
-TEST_F(GpuDriverCountsTest, OfTheReadBackOfATexture) {
+TEST_F(GpuDriverCountsTest, ReadingATextureBackStopsOnce) {
   const ParallelProgramRef program = MakeProgram();
   std::vector<Float32> texels(kLarge / 4, 3.0f);
   TextureBindData bindData = DescribeTexture(4096);
@@ -294,7 +232,7 @@ TEST_F(GpuDriverCountsTest, OfTheReadBackOfATexture) {
   });
 }
 
-TEST_F(GpuDriverCountsTest, OfAChainOverTextures) {
+TEST_F(GpuDriverCountsTest, AChainOverTexturesIsOneSubmission) {
   const ParallelProgramRef program = MakeProgram(kBrighten);
   for (const InternedId& id : {"source"_iid, "target"_iid}) {
     TextureBindData bindData = DescribeTexture(16);
