@@ -43,7 +43,8 @@ Result<Image> Render(Host& host, Scene scene, const Url& folder, const RenderSet
   WorkObserver& observer = settings.observer ? *settings.observer : diagnosticsAlone;
   ShowNotes(plan, observer);
   OSTRA_RETURN_IF_ERROR(StartGpu(host, "scenes are drawn on a GPU, or by a driver that plays one"));
-  OSTRA_ASSIGN_OR_RETURN(DrawnScene drawn, DrawScene(scene, plan, folder, settings.cacheFolder, host, observer));
+  OSTRA_ASSIGN_OR_RETURN(DrawnScene drawn,
+                         DrawScene(scene, plan, folder, {settings.cacheFolder, settings.cacheSetting}, host, observer));
   return std::move(drawn.rendered.image);
 }
 

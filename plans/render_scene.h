@@ -24,6 +24,7 @@ struct RenderSettings {
   std::vector<std::pair<std::string, std::vector<Float64>>> values = {};
   // Of compiled kernels; empty: as KernelRuntimeSettings::cacheFolder.
   std::string cacheFolder = {};
+  std::string cacheSetting = "RenderSettings::cacheFolder";  // what messages call the way to choose it
   // Called by the thread that renders, before RenderScene returns. Null: only diagnostics are shown, on standard error.
   plans::WorkObserver* observer = nullptr;
 };
@@ -31,8 +32,8 @@ struct RenderSettings {
 // Draws on the first GPU; the backend is loaded into `host` unless it is there. `file` may be relative to the working
 // folder. Errors: file errors of the scene; illegal argument "FILE: PATH: ..." for what is wrong in the scene and in
 // files that it names, "file:line: error: ..." for a stage file or a kernel; of the kind plans::kUsageError for a value
-// that the scene does not have and for sizes; illegal state without a device and without enough of its memory; out of
-// memory. Used by one thread at a time, together with all other functions of the host.
+// that the scene does not have and for sizes; illegal state without a device, without enough of its memory and if the
+// observer stops the work; out of memory. Used by one thread at a time, together with all other functions of the host.
 OSTRA_API Result<Image> RenderScene(Host& host, const Url& file, const RenderSettings& settings = {});
 
 // The same for the text of a scene. `name` stands for the file in messages; names of files count from `folder`.

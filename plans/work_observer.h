@@ -17,7 +17,8 @@ class WorkProgress {
  public:
   virtual ~WorkProgress() = default;
   virtual void Advance([[maybe_unused]] Int steps = 1) {}
-  // Whether steps are shown: work that knows its own state only by waiting may leave that out otherwise.
+  // Whether steps are shown, or the work may be stopped between them: work that knows its own state only by waiting may
+  // leave that out otherwise.
   virtual Bool IsOn() const { return false; }
 };
 
@@ -26,6 +27,8 @@ class WorkObserver {
   virtual ~WorkObserver() = default;
   // `steps` of the kind `unit`; 0 when there is only one, of unknown length. Never null.
   virtual std::unique_ptr<WorkProgress> Begin(const std::string& text, Int steps, const std::string& unit);
+  // Whether the work is to end with an error. Asked before each dispatch and each pass.
+  virtual Bool IsStopped() const { return false; }
   // What the user should know although nothing is wrong: a sentence without its period.
   virtual void Note([[maybe_unused]] std::string_view text) {}
   // A line of the framework's diagnostics, which is kept off standard error otherwise.

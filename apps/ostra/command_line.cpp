@@ -239,8 +239,17 @@ Result<void> CheckTogether(const RunOptions& options) {
   return OK;
 }
 
+constexpr SettingNames kRunSettings = {.input = "--in",
+                                       .output = "--out",
+                                       .value = "--set",
+                                       .swap = "--swap",
+                                       .texture = "--texture",
+                                       .size = "--size",
+                                       .backend = "--backend"};
+
 Result<RunOptions> MakeRunOptions(const RunArguments& arguments) {
   RunOptions options;
+  options.names = kRunSettings;
   OSTRA_ASSIGN_OR_RETURN(options.kernelFile, Url::Create(arguments.kernel));
   options.templateArgument = arguments.templateArgument;
   if (options.templateArgument.empty()) OSTRA_RETURN_IF_ERROR(SplitTemplateName(options));
@@ -267,7 +276,7 @@ Result<RunOptions> MakeRunOptions(const RunArguments& arguments) {
   OSTRA_ASSIGN_OR_RETURN(options.traceFile, GetTraceFile(arguments.profile));
   options.isExplained = arguments.isExplained;
   options.isJson = arguments.isJson;
-  options.cacheFolder = arguments.cacheFolder;
+  options.cache = {arguments.cacheFolder, "--cache-dir"};
   options.backend = FindBackend(arguments.backend);
   OSTRA_RETURN_IF_ERROR(CheckTogether(options));
   return options;

@@ -75,16 +75,19 @@ bool EngineCall::Begin() {
     InstallInterruptHandler();
     g_isInterrupted.store(false);
   }
-  const auto isInterrupted = [this] { return _isInterruptible && g_isInterrupted.load(); };
   _hasLock = _engine.GetMutex().try_lock();
-  while (!_hasLock && !isInterrupted()) _hasLock = _engine.GetMutex().try_lock_for(std::chrono::milliseconds(20));
+  while (!_hasLock && !IsInterrupted()) _hasLock = _engine.GetMutex().try_lock_for(std::chrono::milliseconds(20));
   if (!_hasLock) return false;
   auto* const stop = FindInterface<DispatchStopInterface>(_engine.GetCpu().GetProgram());
   if (stop) stop->ForgetStop();
   if (_isInterruptible) g_running.store(stop);
   _engine.DeleteRetired();
-  return !isInterrupted();
+  return !IsInterrupted();
 }
+
+bool EngineCall::IsInterrupted() const { return _isInterruptible && g_isInterrupted.load(); }
+
+bool EngineCall::IsStopped() const { return IsInterrupted() || g_isClosed.load(); }
 
 void EngineCall::End() {
   if (_isInterruptible) g_running.store(nullptr);

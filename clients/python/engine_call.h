@@ -42,6 +42,9 @@ class EngineCall {
     return std::move(*result);
   }
 
+  // Whether an interrupt has come, or the interpreter ends: work of several steps asks it between them. Any thread.
+  bool IsStopped() const;
+
   // Waits until all calls have ended, while `stop` is called again and again, and refuses others. With the interpreter
   // lock, which is released while it waits.
   static void CloseAll(const std::function<void()>& stop);
@@ -60,6 +63,7 @@ class EngineCall {
   // Locks the engine; false when an interrupt has come before.
   bool Begin();
   void End();
+  bool IsInterrupted() const;
   void ThrowSignal() const;
   // Of an interrupt that no handler of Python's has seen. It is no result of the call.
   [[noreturn]] static void ThrowInterrupted();

@@ -14,12 +14,27 @@ namespace py = pybind11;
 
 namespace {
 
+// Steps that an interrupt may end.
+class InterruptibleSteps final : public plans::WorkProgress {
+ public:
+  Bool IsOn() const override { return true; }
+};
+
 class KeptNotes final : public plans::WorkObserver {
  public:
+  explicit KeptNotes(const EngineCall& call) : _call(call) {}
+
+  std::unique_ptr<plans::WorkProgress> Begin(const std::string&, Int, const std::string&) override {
+    return std::make_unique<InterruptibleSteps>();
+  }
+  Bool IsStopped() const override { return _call.IsStopped(); }
   void Note(std::string_view text) override { notes.emplace_back(text); }
   void Report(std::string_view line) override { notes.emplace_back(line); }
 
   std::vector<std::string> notes;
+
+ private:
+  const EngineCall& _call;
 };
 
 Result<Image> Render(Host& host, const SceneSource& source, const RenderSettings& settings) {
@@ -42,10 +57,11 @@ py::str Decode(const std::string& text) {
 
 py::tuple RenderPicture(const SceneSource& source, const std::array<Int, 2>& size,
                         const std::vector<std::pair<std::string, std::vector<double>>>& values) {
-  KeptNotes observer;
-  const RenderSettings settings = {.width = size[0], .height = size[1], .values = values, .observer = &observer};
   const auto engine = OrThrow(Engine::Get());
   EngineCall call(*engine);
+  KeptNotes observer(call);
+  const RenderSettings settings = {
+      .width = size[0], .height = size[1], .values = values, .cacheSetting = "XDG_CACHE_HOME", .observer = &observer};
   Result<Image> image =
       call.Run([&]() -> Result<Image> { return Render(engine->GetCpu().GetHost(), source, settings); });
   if (!image && image.GetError().GetKind() == plans::kUsageError)

@@ -1,8 +1,9 @@
-// The number of invocations of a run without --size. docs/dispatch-size.md has the rule.
+// The number of invocations of a run that is not told it. docs/dispatch-size.md has the rule.
 #pragma once
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "plans/values/extents.h"
@@ -24,8 +25,9 @@ struct SizeSource {
 // first array or texture with rows. Unknown when nothing has rows.
 Extents FindDomain(const std::vector<SizeSource>& sources);
 
-// The size of a run without --size. `axisCount`: as of CountPositionAxes. Errors: usage errors, which ask for --size,
-// when there is nothing to go by, and whenever a part of what is read could be left out.
-Result<Extents> ChooseDefaultSize(const std::vector<SizeSource>& sources, std::optional<Int> axisCount);
+// The size of a run that is not told it. `axisCount`: as of CountPositionAxes. Errors: usage errors, which ask for
+// `option` (SettingNames::size), when there is nothing to go by, and whenever a part of what is read could be left out.
+Result<Extents> ChooseDefaultSize(const std::vector<SizeSource>& sources, std::optional<Int> axisCount,
+                                  std::string_view option);
 
 }  // namespace ostra::plans

@@ -7,14 +7,6 @@
 
 namespace ostra::plans {
 
-// What a kernel has done to memory that is not its own. `isChecked`: the kernel was compiled with checks, which have
-// not found it.
-inline const char* DescribeOutside(Bool isChecked) {
-  return isChecked ? "the kernel reads or writes outside of its buffers, where --checked does not look: in a "
-                     "buffer or an array that a function was handed"
-                   : "the kernel reads or writes outside of its buffers; run it with --checked to see where";
-}
-
 class GuardedArray final : public ArrayInterface {
  public:
   // Copies of elements of a plain type; `areZero`: all of their bytes are zero, so that none needs to be copied. Error:

@@ -63,15 +63,15 @@ std::optional<NoiseSetting> FindNoiseSetting(std::string_view name) {
   return NoiseSetting{isMode, number};
 }
 
-Result<std::vector<PlannedUniform>> PlanNoises(const Assignments& settings) {
+Result<std::vector<PlannedUniform>> PlanNoises(const Assignments& settings, std::string_view option) {
   std::map<Int, Int32> modes, seeds;
   for (const auto& [name, text] : settings) {
     const auto setting = FindNoiseSetting(name);
     if (!setting) continue;
     if (setting->number >= kMaxNoises)
-      return OSTRA_USAGE_ERROR("--set @: a kernel has at most @ noises, numbered from 0", name, kMaxNoises);
+      return OSTRA_USAGE_ERROR("@ @: a kernel has at most @ noises, numbered from 0", option, name, kMaxNoises);
     const auto value = setting->isMode ? ParseMode(text) : ParseSeed(text);
-    if (!value) return OSTRA_USAGE_ERROR("--set @: @", name, value.GetError());
+    if (!value) return OSTRA_USAGE_ERROR("@ @: @", option, name, value.GetError());
     (setting->isMode ? modes : seeds)[setting->number] = *value;
   }
   Int count = 1;
@@ -85,7 +85,7 @@ Result<std::vector<PlannedUniform>> PlanNoises(const Assignments& settings) {
     };
     const auto mode = find(modes);
     if (!mode && i > 0)
-      return OSTRA_USAGE_ERROR("--set: @@ is set, but not @@: noises are numbered without gaps",
+      return OSTRA_USAGE_ERROR("@: @@ is set, but not @@: noises are numbered without gaps", option,
                                modes.count(count - 1) > 0 ? kMode : kSeed, count - 1, kMode, i);
     OSTRA_ASSIGN_OR_RETURN(PlannedUniform modeUniform, MakeUniform(kMode, i, mode));
     OSTRA_ASSIGN_OR_RETURN(PlannedUniform seedUniform, MakeUniform(kSeed, i, find(seeds)));

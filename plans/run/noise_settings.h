@@ -21,7 +21,8 @@ std::optional<NoiseSetting> FindNoiseSetting(std::string_view name);
 // The uniforms of the noises that `settings` choose; other settings are left alone. A mode is a number or the name of a
 // noise, a seed is any 32-bit integer and 0 when it is left out. Without any setting there is noise number 0, perlin:
 // a kernel that calls noises calls that one. Errors: usage errors for values that are no modes or seeds, and for
-// numbers of noises that do not go on from 0, because a program does not look beyond a gap; out of memory.
-Result<std::vector<PlannedUniform>> PlanNoises(const Assignments& settings);
+// numbers of noises that do not go on from 0, because a program does not look beyond a gap, with SettingNames::value as
+// `option` in front; out of memory.
+Result<std::vector<PlannedUniform>> PlanNoises(const Assignments& settings, std::string_view option);
 
 }  // namespace ostra::plans

@@ -20,8 +20,8 @@ Result<OpenedKernel> OpenKernel(const RunOptions& options) {
 KernelModuleOptions MakeModuleOptions(const RunOptions& options, const OpenedKernel& opened) {
   KernelModuleOptions module;
   module.kernelFile = options.kernelFile;
-  module.cacheFolder = options.cacheFolder;
-  module.cacheSetting = "--cache-dir";
+  module.cacheFolder = options.cache.path;
+  module.cacheSetting = options.cache.setting;
   module.isFast = options.isFast;
   module.templateArgument = options.templateArgument;
   module.opened = &opened;

@@ -13,6 +13,7 @@
 #include "ostra/object/class.h"
 #include "plans/profile/profile.h"
 #include "plans/run/guarded_array.h"
+#include "plans/stopped_work.h"
 
 OSTRA_UNIT("program_run");
 
@@ -79,6 +80,7 @@ Result<ProgramRun> ProgramRun::Create(RunPlan& plan, const Id& programClass, con
   OSTRA_ASSIGN_OR_RETURN(run._program, CreateObject<ParallelProgramInterface>(programClass));
   run._isOnGpu = programClass == kGpuProgramClass;
   run._byteCount = run.CountBytes();
+  run._observer = file.observer;
   OSTRA_RETURN_IF_ERROR(run.AddKernel(programClass, file, context));
   {
     ProfilePart part("upload");
@@ -151,11 +153,10 @@ Result<void> ProgramRun::StoreBuffer(PlannedBuffer& buffer) {
   return _program->SetGlobalBufferLink(buffer.name, link);
 }
 
-Result<void> ProgramRun::CheckBufferEnds(Bool isChecked) const {
-  for (const auto& buffer : _guardedBuffers)
-    if (!static_cast<const GuardedArray&>(*buffer->GetReference()).AreMarginsWhole())
-      return OSTRA_ILLEGAL_STATE("@", DescribeOutside(isChecked));
-  return OK;
+Bool ProgramRun::AreBufferEndsWhole() const {
+  return std::all_of(_guardedBuffers.begin(), _guardedBuffers.end(), [](const auto& buffer) {
+    return static_cast<const GuardedArray&>(*buffer->GetReference()).AreMarginsWhole();
+  });
 }
 
 Result<void> ProgramRun::StoreTextures() {
@@ -241,6 +242,7 @@ Result<KernelPrints> ProgramRun::TakePrints() {
 Result<void> ProgramRun::DispatchAll(Int iterations, WorkProgress& progress) {
   Throttle throttle(*_program, _isOnGpu, progress);
   for (Int i = 0; i < iterations; ++i) {
+    OSTRA_RETURN_IF_ERROR(CheckStopped(_observer));
     OSTRA_RETURN_IF_ERROR(Prepare(i + 1));
     OSTRA_RETURN_IF_ERROR(Dispatch(i + 1, iterations == 1));
     OSTRA_RETURN_IF_ERROR(throttle.Advance());

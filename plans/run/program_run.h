@@ -22,7 +22,7 @@ struct ProgramFile {
   std::string classId = {};  // of the kernel on the CPU; empty: the name of the file
   // On the CPU: an access far outside of a buffer is a fault of the process, and one close to it is found afterwards.
   Bool hasGuards = false;
-  WorkObserver* observer = nullptr;  // of diagnostics while a GPU's kernel is compiled
+  WorkObserver* observer = nullptr;  // gets diagnostics while a GPU's kernel is compiled, and may stop the run
 };
 
 class ProgramRun {
@@ -40,7 +40,8 @@ class ProgramRun {
   // Puts buffers, links and counters back to their start, which is also where they are after Create.
   Result<void> Restart();
   // Dispatches `iterations` times, exchanging the buffers of the plan in between. Returns the time of the dispatches in
-  // milliseconds. Progress is advanced by a step for each.
+  // milliseconds. Progress is advanced by a step for each. Error: illegal state if the observer stops the run, which is
+  // asked before each dispatch.
   Result<Float64> Run(Int iterations, WorkProgress& progress);
 
   // The dispatch number `number` alone, counted from 1, and waits for it.
@@ -49,9 +50,9 @@ class ProgramRun {
   void SetTrace(const KernelTrace& trace);
   Result<KernelPrints> TakePrints();
 
-  // Error: illegal state when a kernel wrote close to a buffer; farther away it is a fault at
-  // once. CPU only.
-  Result<void> CheckBufferEnds(Bool isChecked) const;
+  // Whether kernels have left what is close to their buffers as it was; farther away a write is a fault at once. CPU
+  // only.
+  Bool AreBufferEndsWhole() const;
 
   // The elements that the kernel sees under this name after the last dispatch.
   Result<Array<Generic>> GetBuffer(InternedId name) const;
@@ -79,6 +80,7 @@ class ProgramRun {
   Int _byteCount = 0;
   PrintSink* _sink = nullptr;
   std::string _backend;
+  WorkObserver* _observer = nullptr;
   // Guarded buffers, which the program only links.
   std::vector<std::unique_ptr<Array<Generic>>> _guardedBuffers;
   std::unique_ptr<TemplateFolder> _templateFolder;  // outlives the program, which reads from it

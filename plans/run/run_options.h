@@ -1,4 +1,4 @@
-// What `ostra run` was asked to do.
+// What a run was asked to do.
 #pragma once
 
 #include <optional>
@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "ostra/io/url.h"
+#include "plans/run/setting_names.h"
 #include "plans/values/extents.h"
 
 namespace ostra::plans {
@@ -16,6 +17,11 @@ using Assignments = std::vector<std::pair<std::string, std::string>>;
 
 // Where a kernel runs. Both: on the CPU, then on the GPU, whose results are written and compared with those of the CPU.
 enum class Backend { Cpu, Gpu, Both };
+
+struct KernelCacheFolder {
+  std::string path = {};                                       // empty: as KernelRuntimeSettings::cacheFolder
+  std::string setting = "KernelRuntimeSettings::cacheFolder";  // what messages call the way to choose it
+};
 
 struct RunOptions {
   Url kernelFile;
@@ -40,7 +46,8 @@ struct RunOptions {
   std::string traceFile = {};                   // of the profile; empty for none
   std::optional<Float64> differenceBound = {};  // the first larger difference of CPU and GPU is looked for
   Bool isJson = false;
-  std::string cacheFolder;
+  KernelCacheFolder cache = {};
+  SettingNames names = {};
 };
 
 }  // namespace ostra::plans

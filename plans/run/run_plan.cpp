@@ -47,15 +47,16 @@ class Planner {
  private:
   // Before files are read: names of all options.
   Result<void> CheckNames() {
-    OSTRA_RETURN_IF_ERROR(CheckOption("--in", _options.inputs, {ParameterKind::Buffer, ParameterKind::Texture}));
-    OSTRA_RETURN_IF_ERROR(CheckOption("--out", _options.outputs, {ParameterKind::Buffer}));
-    OSTRA_RETURN_IF_ERROR(CheckOption("--set", _options.settings, {ParameterKind::Uniform, ParameterKind::Counter}));
+    OSTRA_RETURN_IF_ERROR(CheckOption(_names.input, _options.inputs, {ParameterKind::Buffer, ParameterKind::Texture}));
+    OSTRA_RETURN_IF_ERROR(CheckOption(_names.output, _options.outputs, {ParameterKind::Buffer}));
+    OSTRA_RETURN_IF_ERROR(
+        CheckOption(_names.value, _options.settings, {ParameterKind::Uniform, ParameterKind::Counter}));
     for (const auto& [first, second] : _options.swaps) {
-      OSTRA_ASSIGN_OR_RETURN(const Parameter& a, _parameters.Get("--swap", first, {ParameterKind::Buffer}));
-      OSTRA_ASSIGN_OR_RETURN(const Parameter& b, _parameters.Get("--swap", second, {ParameterKind::Buffer}));
+      OSTRA_ASSIGN_OR_RETURN(const Parameter& a, _parameters.Get(_names.swap, first, {ParameterKind::Buffer}));
+      OSTRA_ASSIGN_OR_RETURN(const Parameter& b, _parameters.Get(_names.swap, second, {ParameterKind::Buffer}));
       if (a.type != b.type)
-        return OSTRA_USAGE_ERROR("--swap: \"@\" has elements of @, and \"@\" of @", first, DescribeType(a.type), second,
-                                 DescribeType(b.type));
+        return OSTRA_USAGE_ERROR("@: \"@\" has elements of @, and \"@\" of @", _names.swap, first, DescribeType(a.type),
+                                 second, DescribeType(b.type));
       OSTRA_ASSIGN_OR_RETURN(const InternedId firstName, InternedId::Create(first));
       OSTRA_ASSIGN_OR_RETURN(const InternedId secondName, InternedId::Create(second));
       _plan.swaps.emplace_back(firstName, secondName);
@@ -82,7 +83,7 @@ class Planner {
 
   Result<void> CheckNoise(const std::string& name) {
     if (_parameters.HasNoise()) return OK;
-    return OSTRA_USAGE_ERROR("--set: the kernel calls no noises, so that \"@\" would change nothing", name);
+    return OSTRA_USAGE_ERROR("@: the kernel calls no noises, so that \"@\" would change nothing", _names.value, name);
   }
 
   Result<void> LoadInputs() {
@@ -93,7 +94,7 @@ class Planner {
       auto contents = LoadBuffer(source, type);
       if (!contents) {
         if (contents.GetError().GetKind() != kUsageError) return contents.TakeError();
-        return OSTRA_USAGE_ERROR("--in @: @", name, contents.GetError());
+        return OSTRA_USAGE_ERROR("@ @: @", _names.input, name, contents.GetError());
       }
       const auto kind = contents->isPicture ? SizeSource::Kind::Picture : SizeSource::Kind::Array;
       const Extents& size = contents->size;
@@ -121,7 +122,8 @@ class Planner {
       const ProfilePart part("front end");
       // Reports ask for positions of their own.
       OSTRA_ASSIGN_OR_RETURN(const KernelSource source, _opened.MakeSource({.isSilent = true}));
-      OSTRA_ASSIGN_OR_RETURN(_plan.size, ChooseDefaultSize(_sizes, CountPositionAxes(source.text.GetView())));
+      OSTRA_ASSIGN_OR_RETURN(_plan.size,
+                             ChooseDefaultSize(_sizes, CountPositionAxes(source.text.GetView()), _names.size));
     }
     // One line of as many invocations as the picture has pixels makes a picture of the same sides.
     const Bool isPictureInOneLine = _domain.IsKnown() && _plan.size == Extents{_domain.GetCount(), 1, 1};
@@ -161,8 +163,8 @@ class Planner {
       const std::filesystem::path place = std::filesystem::weakly_canonical(file, code);
       const auto [other, isNew] = names.emplace(code ? file : place.native(), name);
       if (!isNew)
-        return OSTRA_USAGE_ERROR("--out: \"@\" and \"@\" would be written to the same file @", other->second, name,
-                                 file);
+        return OSTRA_USAGE_ERROR("@: \"@\" and \"@\" would be written to the same file @", _names.output, other->second,
+                                 name, file);
       buffer.target = target;
     }
     return OK;
@@ -173,7 +175,7 @@ class Planner {
       if (!_parameters.Find(name)) continue;  // a noise
       const Parameter& parameter = *_parameters.Find(name);
       auto value = ParseValue(parameter.type, text);
-      if (!value) return OSTRA_USAGE_ERROR("--set @: @", name, value.GetError());
+      if (!value) return OSTRA_USAGE_ERROR("@ @: @", _names.value, name, value.GetError());
       OSTRA_ASSIGN_OR_RETURN(const InternedId id, InternedId::Create(name));
       if (parameter.kind == ParameterKind::Uniform) {
         _plan.uniforms.push_back({id, std::move(*value), false});
@@ -187,7 +189,7 @@ class Planner {
 
   Result<void> AddNoises() {
     if (!_parameters.HasNoise()) return OK;
-    OSTRA_ASSIGN_OR_RETURN(std::vector<PlannedUniform> noises, PlanNoises(_options.settings));
+    OSTRA_ASSIGN_OR_RETURN(std::vector<PlannedUniform> noises, PlanNoises(_options.settings, _names.value));
     for (PlannedUniform& noise : noises)
       if (!_parameters.Find(noise.name.GetView())) _plan.uniforms.push_back(std::move(noise));
     return CheckNoiseNumbers();
@@ -204,7 +206,7 @@ class Planner {
         count = called.value_or(kMaxNoises);
       }
       if (setting->number >= *count)
-        return OSTRA_USAGE_ERROR("--set: the kernel calls no noise @, so that \"@\" would change nothing",
+        return OSTRA_USAGE_ERROR("@: the kernel calls no noise @, so that \"@\" would change nothing", _names.value,
                                  setting->number, name);
     }
     return OK;
@@ -230,19 +232,26 @@ class Planner {
                        [&](const auto& setting) { return setting.first == name; });
   }
 
+  Error ExplainMissingBuffer(const Parameter& parameter) const {
+    const std::string& name = parameter.name;
+    const std::string type = DescribeType(parameter.type);
+    if (_names.output.empty())
+      return OSTRA_USAGE_ERROR("the buffer \"@\" (@) has no elements: give @ @=FILE or @ @=zeros:SIZE", name, type,
+                               _names.input, name, _names.input, name);
+    return OSTRA_USAGE_ERROR("the buffer \"@\" (@) has no elements: give @ @=FILE, @ @=zeros:SIZE or @ @=FILE", name,
+                             type, _names.input, name, _names.input, name, _names.output, name);
+  }
+
   // A parameter that is left out would silently be zero or point nowhere.
   Result<void> CheckComplete() {
     for (const Parameter& parameter : _parameters.GetAll()) {
       const std::string& name = parameter.name;
-      if (parameter.kind == ParameterKind::Buffer && !FindBuffer(name))
-        return OSTRA_USAGE_ERROR(
-            "the buffer \"@\" (@) has no elements: give --in @=FILE, --in @=zeros:SIZE or --out @=FILE", name,
-            DescribeType(parameter.type), name, name, name);
+      if (parameter.kind == ParameterKind::Buffer && !FindBuffer(name)) return ExplainMissingBuffer(parameter);
       const auto hasName = [&](const PlannedUniform& uniform) { return uniform.name.GetView() == name; };
       if (parameter.kind == ParameterKind::Uniform &&
           std::none_of(_plan.uniforms.begin(), _plan.uniforms.end(), hasName))
-        return OSTRA_USAGE_ERROR("the uniform \"@\" (@) has no value: give --set @=VALUE", name,
-                                 DescribeType(parameter.type), name);
+        return OSTRA_USAGE_ERROR("the uniform \"@\" (@) has no value: give @ @=VALUE", name,
+                                 DescribeType(parameter.type), _names.value, name);
       const DataType pointed = parameter.type.IsPointer() ? parameter.type.GetInnerType() : DataType();
       if (parameter.kind == ParameterKind::Other && pointed.IsPopulated() &&
           pointed.GetName().GetView().find("TextureSamplerObj_") != std::string_view::npos)
@@ -257,6 +266,7 @@ class Planner {
   }
 
   const RunOptions& _options;
+  const SettingNames& _names = _options.names;
   const OpenedKernel& _opened;
   const KernelParameters& _parameters;
   RunPlan _plan;

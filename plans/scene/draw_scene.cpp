@@ -77,11 +77,10 @@ void ShowNotes(const RenderPlan& plan, WorkObserver& observer) {
 }
 
 Result<DrawnScene> DrawScene(const Scene& scene, const RenderPlan& plan, const Url& folder,
-                             const std::string& cacheFolder, Host& host, WorkObserver& observer) {
+                             const KernelCacheFolder& cache, Host& host, WorkObserver& observer) {
   OSTRA_ASSIGN_OR_RETURN(const DrawportContextRef context, MakeContext());
   OSTRA_RETURN_IF_ERROR(CheckTargetMemory(scene, plan, *context));
-  OSTRA_ASSIGN_OR_RETURN(const SceneKernels kernels,
-                         SceneKernels::Run(scene, folder, cacheFolder, host, context, observer));
+  OSTRA_ASSIGN_OR_RETURN(const SceneKernels kernels, SceneKernels::Run(scene, folder, cache, host, context, observer));
   DrawnScene drawn;
   OSTRA_ASSIGN_OR_RETURN(drawn.rendered, SceneRenderer(scene, plan, kernels, context, observer).Render());
   drawn.device = FindDeviceName(*context->GetDrawport());

@@ -28,6 +28,6 @@ struct DrawnScene {
 // the scene, whose file lies in `folder`. Errors: illegal state for targets that the device has no memory for; those of
 // SceneKernels and SceneRenderer.
 Result<DrawnScene> DrawScene(const Scene& scene, const RenderPlan& plan, const Url& folder,
-                             const std::string& cacheFolder, Host& host, WorkObserver& observer);
+                             const KernelCacheFolder& cache, Host& host, WorkObserver& observer);
 
 }  // namespace ostra::plans

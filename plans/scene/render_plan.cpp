@@ -238,7 +238,7 @@ class Planner {
     auto added = source.settings.empty() ? Result<void>(OK) : AddTextureSettings(source.settings, *layout, settings);
     if (added) added = CheckTextureSettings(*layout, settings);
     if (!added) return MakeError(source.path, added.GetError().GetMessage().GetView());
-    auto contents = LoadTexture(name, files, *layout, settings);
+    auto contents = LoadTexture(name, files, *layout, settings, SettingNames());
     if (!contents) return MakeError(source.path, contents.GetError().GetMessage().GetView());
     if (contents->layers > 1)
       return MakeError(source.path, "the files are " + std::to_string(contents->layers) +

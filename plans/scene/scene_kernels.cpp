@@ -20,7 +20,11 @@ std::string MakeZeros(const Extents& size) {
   return "zeros:" + std::to_string(size.width) + "x" + std::to_string(size.height) + "x" + std::to_string(size.depth);
 }
 
-// The kernel in the words of `ostra run`.
+// Of a kernel in a scene file.
+constexpr SettingNames kKernelKeys = {
+    .input = "\"in\"", .output = "", .value = "\"set\"", .swap = "\"swap\"", .size = "\"size\""};
+
+// The kernel as a run.
 Result<void> AddOptions(const SceneKernel& kernel, const Url& folder, const KernelParameters& parameters,
                         RunOptions& options) {
   options.size = kernel.size;
@@ -40,16 +44,16 @@ Result<void> AddOptions(const SceneKernel& kernel, const Url& folder, const Kern
 
 }  // namespace
 
-Result<SceneKernels> SceneKernels::Run(const Scene& scene, const Url& folder, const std::string& cacheFolder,
+Result<SceneKernels> SceneKernels::Run(const Scene& scene, const Url& folder, const KernelCacheFolder& cache,
                                        Host& host, const DrawportContextRef& context, WorkObserver& observer) {
   SceneKernels kernels(scene);
   for (const auto& [name, kernel] : scene.kernels)
-    OSTRA_RETURN_IF_ERROR(kernels.RunKernel(name, kernel, folder, cacheFolder, host, context, observer));
+    OSTRA_RETURN_IF_ERROR(kernels.RunKernel(name, kernel, folder, cache, host, context, observer));
   return kernels;
 }
 
 Result<void> SceneKernels::RunKernel(const std::string& name, const SceneKernel& kernel, const Url& folder,
-                                     const std::string& cacheFolder, Host& host, const DrawportContextRef& context,
+                                     const KernelCacheFolder& cache, Host& host, const DrawportContextRef& context,
                                      WorkObserver& observer) {
   const auto fail = [&](const Error& error) {
     return OSTRA_ILLEGAL_ARGUMENT("@: @: @", _scene->file, kernel.path, error);
@@ -57,7 +61,8 @@ Result<void> SceneKernels::RunKernel(const std::string& name, const SceneKernel&
   OSTRA_ASSIGN_OR_RETURN(const Url file, FindSceneFile(folder, kernel.file));
   RunOptions options;
   options.kernelFile = file;
-  options.cacheFolder = cacheFolder;
+  options.cache = cache;
+  options.names = kKernelKeys;
   options.backend = Backend::Gpu;
   OSTRA_RETURN_IF_ERROR(SplitTemplateName(options));
   if (const auto source = ReadSourceBytes(options.kernelFile); !source) return fail(source.GetError());

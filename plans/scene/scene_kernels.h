@@ -12,10 +12,10 @@ namespace ostra::plans {
 
 class SceneKernels {
  public:
-  // Runs all kernels on the device of `context`. Compiled ones are kept in `cacheFolder`. Errors: illegal argument
+  // Runs all kernels on the device of `context`. Compiled ones are kept in `cache`. Errors: illegal argument
   // "FILE: PATH: ..." for what does not fit the kernel; "file:line: error: ..." for what is wrong in its file; those of
   // the device.
-  static Result<SceneKernels> Run(const Scene& scene, const Url& folder, const std::string& cacheFolder, Host& host,
+  static Result<SceneKernels> Run(const Scene& scene, const Url& folder, const KernelCacheFolder& cache, Host& host,
                                   const DrawportContextRef& context, WorkObserver& observer);
 
   // A buffer after the last dispatch. Errors: illegal argument "FILE: PATH: ..." for a kernel without such a buffer.
@@ -34,7 +34,7 @@ class SceneKernels {
 
   explicit SceneKernels(const Scene& scene) : _scene(&scene) {}
   Result<void> RunKernel(const std::string& name, const SceneKernel& kernel, const Url& folder,
-                         const std::string& cacheFolder, Host& host, const DrawportContextRef& context,
+                         const KernelCacheFolder& cache, Host& host, const DrawportContextRef& context,
                          WorkObserver& observer);
 
   const Scene* _scene;

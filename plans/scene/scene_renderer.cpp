@@ -7,6 +7,7 @@
 #include "parallelprogram/textures/texture_bind_data.h"
 #include "plans/profile/profile.h"
 #include "plans/scene/vertex_data.h"
+#include "plans/stopped_work.h"
 
 OSTRA_UNIT("scene_renderer");
 
@@ -60,10 +61,12 @@ Result<RenderedScene> SceneRenderer::Render() {
       const ProfilePart part("build");
       OSTRA_RETURN_IF_ERROR(place(pass.scene->path, MakeTarget(pass)));
       for (const PlannedDraw& draw : pass.draws) {
+        OSTRA_RETURN_IF_ERROR(CheckStopped(&_observer));
         OSTRA_RETURN_IF_ERROR(place(draw.scene->path, PrepareDraw(draw, *pass.scene)));
         progress->Advance();
       }
     }
+    OSTRA_RETURN_IF_ERROR(CheckStopped(&_observer));
     const ProfilePart part("draw");
     OSTRA_RETURN_IF_ERROR(place(pass.scene->path, MeasurePass(pass)));
     // A pass that is only recorded takes no time yet.

@@ -21,7 +21,7 @@ class SceneRenderer {
                 const DrawportContextRef& context, WorkObserver& observer);
 
   // Errors: those of the loader and of the renderer, with the place in the scene in front unless they name a line of a
-  // stage file.
+  // stage file; illegal state if the observer stops the work, which is asked before each draw and each pass.
   Result<RenderedScene> Render();
 
  private:

@@ -46,12 +46,14 @@ struct Source {
 
 class TextureLoader {
  public:
-  TextureLoader(std::string_view name, const TextureLayout& layout, const TextureSettings& settings)
-      : _name(name), _layout(layout), _settings(settings), _texelSize(layout.GetTexelType().GetSize()) {}
+  TextureLoader(std::string_view name, const TextureLayout& layout, const TextureSettings& settings,
+                const SettingNames& names)
+      : _name(name), _layout(layout), _settings(settings), _names(names), _texelSize(layout.GetTexelType().GetSize()) {}
 
   Result<TextureContents> Load(const std::vector<std::string>& sources) {
     if (sources.size() > 1 && _settings.layers > 0)
-      return OSTRA_USAGE_ERROR("--texture @: layers: there are @ files, and each is a layer", _name, sources.size());
+      return OSTRA_USAGE_ERROR("@ @: layers: there are @ files, and each is a layer", _names.texture, _name,
+                               sources.size());
     std::vector<Source> parts;
     for (const std::string& source : sources) {
       OSTRA_ASSIGN_OR_RETURN(Source part, LoadSource(source));
@@ -76,12 +78,13 @@ class TextureLoader {
     OSTRA_ASSIGN_OR_RETURN(const Url file, Url::Create(source));
     const FileKind kind = GetFileKind(file);
     if (kind == FileKind::Picture) return LoadPicture(file);
-    if (!_settings.channels.empty()) return OSTRA_USAGE_ERROR("--texture @: channels: @ is no picture", _name, source);
+    if (!_settings.channels.empty())
+      return OSTRA_USAGE_ERROR("@ @: channels: @ is no picture", _names.texture, _name, source);
     if (kind == FileKind::Npy) return LoadArray(file);
     auto contents = LoadBuffer(source, _layout.GetTexelType());
     if (!contents) {
       if (contents.GetError().GetKind() != kUsageError) return contents.TakeError();
-      return OSTRA_USAGE_ERROR("--in @: @", _name, contents.GetError());
+      return OSTRA_USAGE_ERROR("@ @: @", _names.input, _name, contents.GetError());
     }
     Source result;
     OSTRA_RETURN_IF_ERROR(result.texels.Resize(contents->elements.GetCount() * _texelSize));
@@ -97,7 +100,7 @@ class TextureLoader {
     auto texels = TakeChannels(image, _layout, _settings.channels);
     if (texels) return Source{std::move(*texels), {image.height, image.width}};
     if (texels.GetError().GetKind() == kUsageError)
-      return OSTRA_USAGE_ERROR("--texture @: @: @", _name, file, texels.GetError());
+      return OSTRA_USAGE_ERROR("@ @: @: @", _names.texture, _name, file, texels.GetError());
     if (texels.GetError().GetKind() == kIllegalArgumentError)
       return OSTRA_ILLEGAL_ARGUMENT("@ does not fit the texture \"@\" (@): @.", file, _name, _layout.name,
                                     texels.GetError());
@@ -132,8 +135,8 @@ class TextureLoader {
     }
     Axes axes = parts.front().axes;
     if (axes.empty())
-      return OSTRA_USAGE_ERROR("@ does not say the size of the texture \"@\" (@): give --texture @:size=@", source,
-                               _name, _layout.name, _name, GetSizeForm());
+      return OSTRA_USAGE_ERROR("@ does not say the size of the texture \"@\" (@): give @ @:size=@", source, _name,
+                               _layout.name, _names.texture, _name, GetSizeForm());
     const std::size_t dimensions = static_cast<std::size_t>(_layout.dimensions);
     const Axes whole = axes;
     if (_settings.layers > 0) {
@@ -147,8 +150,8 @@ class TextureLoader {
     }
     if (axes.size() != dimensions)
       return OSTRA_USAGE_ERROR(
-          "@ has @ texels, which does not fit the texture \"@\" (@): say how to read it with --texture @:size=@@",
-          source, DescribeAxes(whole), _name, _layout.name, _name, GetSizeForm(),
+          "@ has @ texels, which does not fit the texture \"@\" (@): say how to read it with @ @:size=@@", source,
+          DescribeAxes(whole), _name, _layout.name, _names.texture, _name, GetSizeForm(),
           axes.size() > dimensions ? " and layers=COUNT" : "");
     contents.size = MakeExtents(axes);
     return OK;
@@ -233,14 +236,16 @@ class TextureLoader {
   const std::string_view _name;
   const TextureLayout& _layout;
   const TextureSettings& _settings;
+  const SettingNames& _names;
   const Int _texelSize;  // bytes
 };
 
 }  // namespace
 
 Result<TextureContents> LoadTexture(std::string_view name, const std::vector<std::string>& sources,
-                                    const TextureLayout& layout, const TextureSettings& settings) {
-  return TextureLoader(name, layout, settings).Load(sources);
+                                    const TextureLayout& layout, const TextureSettings& settings,
+                                    const SettingNames& names) {
+  return TextureLoader(name, layout, settings, names).Load(sources);
 }
 
 TextureBindData DescribeTexture(const TextureLayout& layout, const TextureSettings& settings,

@@ -2,7 +2,7 @@
 //
 //   .png .exr            pictures; several make the layers of a texture, or the slices of a volume
 //   .npy                 arrays: axes from the slowest to x, then the channels; the layers stand before all
-//   .csv .txt .raw .bin  texels one after the other, with the size of --texture
+//   .csv .txt .raw .bin  texels one after the other, with the size that the settings say
 //   zeros:SIZE ones:SIZE
 #pragma once
 
@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "ostra/core/base_array.h"
+#include "plans/run/setting_names.h"
 #include "plans/textures/texture_settings.h"
 
 namespace ostra::plans {
@@ -26,7 +27,8 @@ struct TextureContents {
 // column, or slice) is doubled, and a note says so. Errors name the source and the reason: usage errors for what other
 // settings would avoid, others for what is wrong with the files; out of memory.
 Result<TextureContents> LoadTexture(std::string_view name, const std::vector<std::string>& sources,
-                                    const TextureLayout& layout, const TextureSettings& settings);
+                                    const TextureLayout& layout, const TextureSettings& settings,
+                                    const SettingNames& names);
 
 // How programs are told about loaded texels; without their address.
 TextureBindData DescribeTexture(const TextureLayout& layout, const TextureSettings& settings,

@@ -43,9 +43,9 @@ def count_pictures(shown):
 def test_the_notebook_of_a_first_kernel_runs(capsys):
     names, shown = run_cells("first_kernel.ipynb")
     assert count_pictures(shown) == 2
-    y, x = numpy.indices((128, 128), numpy.float32) / 128 - 0.5
+    y, x = (numpy.indices((128, 192), numpy.float32) - numpy.array([64, 96], numpy.float32)[:, None, None]) / 128
     waves = 0.5 + 0.5 * numpy.sin(60 * numpy.hypot(x, y))
-    numpy.testing.assert_allclose(names["height"], waves, atol=1e-4)
+    numpy.testing.assert_allclose(names["level"], waves, atol=1e-4)
     assert 'did you mean "time"?' in capsys.readouterr().out
 
 

@@ -1,7 +1,6 @@
 """Calls with random arguments: what does not fit is refused with a message of one line, and nothing breaks."""
 
 import random
-import time
 
 import numpy
 import pytest
@@ -13,7 +12,7 @@ ADD = make_kernel("Add", ["(Float32) term", "(const Block<Float32>) source", "(B
                   "uint old;\nAtomicAdd(GetAtomicCounter(hits), 1u, old);\n"
                   "UNIFORM_BUFFER(target)[i] = UNIFORM_BUFFER(source)[i] + UNIFORM(term);")
 REFUSALS = (TypeError, ValueError, OverflowError, BufferError, ostra.Error)
-SECONDS = 3
+CALLS = 1500
 
 
 def make_array(draw):
@@ -71,9 +70,8 @@ def test_random_calls_are_refused_or_done(seed, tmp_path, monkeypatch):
     monkeypatch.chdir(tmp_path)
     draw = random.Random(seed)
     add = ostra.kernel(ADD, checked=True)
-    end = time.monotonic() + SECONDS
     done = refused = 0
-    while time.monotonic() < end and done + refused < 4000:
+    for _ in range(CALLS):
         function, positional, named = make_call(draw, add)
         try:
             function(*positional, **named)
@@ -81,10 +79,10 @@ def test_random_calls_are_refused_or_done(seed, tmp_path, monkeypatch):
         except REFUSALS as error:
             refused += 1
             text = str(error)
-            assert text, (function, positional, named)
-            # A method of a class that is called without any object.
+            # A method of a class that is called without any object: the message is not of this package.
             is_without_object = not positional and function in (ostra.Buffer.numpy, ostra.Buffer.write)
-            assert "Invoked with" not in text or is_without_object, (function, positional, named, text)
+            is_line = len(text.splitlines()) == 1 and "Invoked with" not in text
+            assert is_line or (text and is_without_object), (function, positional, named, text)
     assert done > 20 and refused > 20
     counted = add(term=1, source=numpy.ones(64, numpy.float32))
     assert counted["hits"] == 64 and (counted["target"] == 2).all()

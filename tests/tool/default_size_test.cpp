@@ -22,7 +22,7 @@ SizeSource List(Int count) { return {Kind::Array, "list", "a.csv", {count, 1, 1}
 SizeSource Texture(Extents size) { return {Kind::Texture, "texture", "t.png", size, true}; }
 
 std::string Choose(const std::vector<SizeSource>& sources, std::optional<Int> axes) {
-  const auto size = ChooseDefaultSize(sources, axes);
+  const auto size = ChooseDefaultSize(sources, axes, "--size");
   if (size) return size->ToText();
   EXPECT_EQ(size.GetError().GetKind(), kUsageError);
   const std::string message(size.GetError().GetMessage().GetView());

@@ -41,7 +41,8 @@ class LoadTextureTest : public testing::Test {
     std::vector<std::string> sources;
     for (const std::string& file : files)
       sources.push_back(file.find(':') == std::string::npos ? _folder / file : file);
-    OSTRA_ASSIGN_OR_RETURN(TextureContents contents, LoadTexture("t", sources, layout, read));
+    OSTRA_ASSIGN_OR_RETURN(TextureContents contents,
+                           LoadTexture("t", sources, layout, read, {.input = "--in", .texture = "--texture"}));
     // Whatever comes out, a program takes it for a texture of the declared dimensions, with all of its texels.
     TextureBindData description;
     description._dimensions = {static_cast<UInt32>(contents.size.width), static_cast<UInt32>(contents.size.height),

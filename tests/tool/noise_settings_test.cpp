@@ -18,7 +18,7 @@ using testing::HasSubstr;
 
 // "noiseMode_0=3", with a star behind values that were not set.
 std::vector<std::string> Plan(const Assignments& settings) {
-  const auto uniforms = PlanNoises(settings);
+  const auto uniforms = PlanNoises(settings, "--set");
   EXPECT_THAT(uniforms, IsOk());
   std::vector<std::string> texts;
   if (!uniforms) return texts;
@@ -31,7 +31,7 @@ std::vector<std::string> Plan(const Assignments& settings) {
 }
 
 void ExpectRefused(const Assignments& settings, const char* text) {
-  const auto result = PlanNoises(settings);
+  const auto result = PlanNoises(settings, "--set");
   ASSERT_FALSE(result.IsOk()) << text;
   EXPECT_EQ(result.GetError().GetKind(), kUsageError);
   EXPECT_THAT(std::string(result.GetError().GetMessage().GetView()), HasSubstr(text));
@@ -54,7 +54,7 @@ TEST(NoiseSettingTest, ModesAreNumbersOrNames) {
   EXPECT_THAT(Plan({{"noiseMode_0", "turbulence"}}), ElementsAre("noiseMode_0=1", "noiseSeed_0=0*"));
   for (Int32 mode = 0; mode < kNoiseModeCount; ++mode) {
     const std::string_view id = GetNoiseClass(mode).GetView();
-    const auto named = PlanNoises({{"noiseMode_0", std::string(id.substr(id.rfind('.') + 1))}});
+    const auto named = PlanNoises({{"noiseMode_0", std::string(id.substr(id.rfind('.') + 1))}}, "--set");
     ASSERT_THAT(named, IsOk());
     EXPECT_EQ(GetNoiseClass(*named->front().value.GetIf<Int32>()), GetNoiseClass(mode));
   }

@@ -324,7 +324,7 @@ TEST_F(RenderDeviceErrorsTest, KernelsAndTheirBuffersAreChecked) {
   const std::string places = R"({"kernel": "k", "buffer": "places"})";
   Expect(kFailed, R"(scene.json: kernels.k: the uniform "y" (float32) has no value)",
          Run(makeScene(R"("size": [3])", places)));
-  Expect(kFailed, R"(scene.json: kernels.k: --set: the kernel has no uniform "z")",
+  Expect(kFailed, R"(scene.json: kernels.k: "set": the kernel has no uniform "z")",
          Run(makeScene(R"("size": [3], "set": {"y": 1, "z": 2})", places)));
   Expect(kFailed, "scene.json: passes[0].draws[0].vertices: the buffer has 12 bytes, and a vertex has 8",
          Run(makeScene(R"("size": [3], "set": {"y": 1})", places)));

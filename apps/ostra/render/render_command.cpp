@@ -97,7 +97,8 @@ Result<void> Render(const RenderOptions& options, std::span<const char* const> a
   ShownWork observer;
   ShowNotes(plan, observer);
   OSTRA_RETURN_IF_ERROR(StartGpu(host, "scenes are drawn on a GPU, or by a driver that plays one"));
-  OSTRA_ASSIGN_OR_RETURN(const DrawnScene drawn, DrawScene(scene, plan, folder, options.cacheFolder, host, observer));
+  OSTRA_ASSIGN_OR_RETURN(const DrawnScene drawn,
+                         DrawScene(scene, plan, folder, {options.cacheFolder, "--cache-dir"}, host, observer));
   part.emplace("write files");
   OSTRA_RETURN_IF_ERROR(WriteImage(options.target, drawn.rendered.image));
   part.reset();

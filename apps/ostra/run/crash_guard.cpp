@@ -8,11 +8,8 @@
 #include <iterator>
 
 #include "apps/ostra/tool_error.h"
-#include "plans/run/guarded_array.h"
 
 namespace ostra::tool {
-
-using namespace plans;
 
 namespace {
 

@@ -8,6 +8,14 @@
 
 namespace ostra::tool {
 
+// What a kernel has done to memory that is not its own. `isChecked`: the kernel was compiled with checks, which have
+// not found it.
+inline const char* DescribeOutside(Bool isChecked) {
+  return isChecked ? "the kernel reads or writes outside of its buffers, where --checked does not look: in a "
+                     "buffer or an array that a function was handed"
+                   : "the kernel reads or writes outside of its buffers; run it with --checked to see where";
+}
+
 // While it lives, a kernel that touches memory outside of everything, divides a whole number by zero, needs more stack
 // than there is, or is stopped by a check ends the process with a line on standard error and exit status 1. Outputs are
 // written later, so that none is left in halves. Handlers that are there already, such as those of a sanitizer, stay.

@@ -87,7 +87,7 @@ Result<RunReport> Execute(const RunOptions& options, RunPlan& plan, const std::o
     // Drivers of GPUs are no business of the guard.
     const auto guard = options.backend == Backend::Gpu ? nullptr : std::make_unique<CrashGuard>(options.isChecked);
     OSTRA_ASSIGN_OR_RETURN(report.milliseconds, Repeat(options, run));
-    OSTRA_RETURN_IF_ERROR(run.CheckBufferEnds(options.isChecked));
+    if (!run.AreBufferEndsWhole()) return OSTRA_ILLEGAL_STATE("@", DescribeOutside(options.isChecked));
   }
   if (options.backend == Backend::Both) {
     ProgramFile gpuFile = file;
@@ -122,7 +122,8 @@ Result<RunReport> Execute(const RunOptions& options, RunPlan& plan, const std::o
 Result<void> Run(const RunOptions& options, std::span<const char* const> arguments) {
   if (options.isProfiled) Profile::Start(options.traceFile);
   OSTRA_ASSIGN_OR_RETURN(Host host, StartHost(arguments));
-  if (options.backend != Backend::Cpu) OSTRA_RETURN_IF_ERROR(StartGpu(host));
+  if (options.backend != Backend::Cpu)
+    OSTRA_RETURN_IF_ERROR(StartGpu(host, "--backend cpu runs the kernel without one"));
   if (options.isDebugged) SetWorkerThreadLimit(1);
   ShownWork observer;
   OSTRA_ASSIGN_OR_RETURN(const PreparedKernel kernel, PrepareKernel(options, host, observer));
