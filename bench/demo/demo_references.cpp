@@ -4,15 +4,19 @@
 //
 // One line for each kernel: its label in the demo, a tab, the milliseconds of the best run of the fastest loop. The
 // blur is of a picture of that size; the Mandelbrot set is that of the demo. A loop whose results differ from those of
-// the plain loop on one thread ends the program with 1.
+// the plain loop on one thread ends the program with 1; sides that are no numbers, and pictures that are too large for
+// the loops or for the memory that is left, with 2.
 #include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <functional>
 #include <limits>
+#include <new>
+#include <string>
 #include <vector>
 
 #include "bench/references/shaped.h"
@@ -49,6 +53,20 @@ bool PrintBest(const char* label, const std::vector<std::function<void()>>& loop
   }
   std::printf("%s\t%.6f\n", label, best);
   return true;
+}
+
+// Bytes that can be used without swapping; the most that there are where the system does not say it.
+std::uint64_t FindAvailableMemory() {
+  std::ifstream file("/proc/meminfo");
+  std::string name, unit;
+  for (std::uint64_t count = 0; file >> name >> count; std::getline(file, unit))
+    if (name == "MemAvailable:") return count * 1024;
+  return std::numeric_limits<std::uint64_t>::max();
+}
+
+// Of the three pictures of the blur.
+std::uint64_t CountBytes(long width, long height) {
+  return std::uint64_t{3} * 4 * sizeof(float) * static_cast<std::uint64_t>(width) * static_cast<std::uint64_t>(height);
 }
 
 bool PrintBlur(int width, int height) {
@@ -92,5 +110,19 @@ int main(int argumentCount, char** arguments) {
     std::fprintf(stderr, "ostra-demo-references WIDTH HEIGHT: both from 1 to 32768\n");
     return 2;
   }
-  return bench::PrintBlur(static_cast<int>(width), static_cast<int>(height)) && bench::PrintMandelbrot() ? 0 : 1;
+  const std::uint64_t needed = bench::CountBytes(width, height), available = bench::FindAvailableMemory();
+  constexpr std::uint64_t kMebibyte = std::uint64_t{1} << 20;
+  if (needed > available) {
+    std::fprintf(stderr, "ostra-demo-references: a picture of %ld x %ld needs %llu MiB, and %llu MiB are left\n", width,
+                 height, static_cast<unsigned long long>(needed / kMebibyte),
+                 static_cast<unsigned long long>(available / kMebibyte));
+    return 2;
+  }
+  try {
+    return bench::PrintBlur(static_cast<int>(width), static_cast<int>(height)) && bench::PrintMandelbrot() ? 0 : 1;
+  } catch (const std::bad_alloc&) {
+    std::fprintf(stderr, "ostra-demo-references: there is not enough memory for a picture of %ld x %ld\n", width,
+                 height);
+    return 2;
+  }
 }
