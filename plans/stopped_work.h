@@ -1,7 +1,7 @@
 // How work ends that its observer stops.
 #pragma once
 
-#include "ostra/core/result.h"
+#include "ostra/core/format.h"
 #include "plans/work_observer.h"
 
 namespace ostra::plans {
