@@ -39,6 +39,12 @@ std::vector<T> TakeNumbers(const std::string& name, const py::object& value) {
   return numbers;
 }
 
+py::str JoinLines(const py::str& text) {
+  py::list lines;
+  for (const py::handle& line : text.attr("splitlines")()) lines.append(line.attr("strip")());
+  return py::str(" ").attr("join")(lines);
+}
+
 }  // namespace
 
 std::string Quote(const std::string& name) { return "\"" + name + "\""; }
@@ -47,7 +53,7 @@ std::string NameType(const py::handle& value) { return TextOf(py::type::handle_o
 
 std::string ShowValue(const py::handle& value) {
   try {
-    const py::str text = py::repr(value);
+    const py::str text = JoinLines(py::repr(value));
     const bool isShort = py::len(text) <= kShown;
     const py::object shown = isShort ? py::object(text) : text[py::slice(0, kShown, 1)];
     return TextOf(shown.attr("encode")("utf-8", "backslashreplace").attr("decode")("utf-8")) + (isShort ? "" : "...");

@@ -12,7 +12,7 @@
 
 namespace ostra::python {
 
-// repr(value), cut after 80 characters; the name of the type for a value that cannot be shown.
+// repr(value) in one line, cut after 80 characters; the name of the type for a value that cannot be shown.
 std::string ShowValue(const pybind11::handle& value);
 
 // A text in quotes, as messages name parameters.

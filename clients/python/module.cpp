@@ -204,6 +204,7 @@ PYBIND11_MODULE(_ostra, module) {
       .def_property_readonly("is_checked", &PythonKernel::IsChecked)
       .def_property_readonly("parameters", &PythonKernel::DescribeParameters);
   module.def("choose_backend", [](const py::object& name) { return GetBackendName(ChooseBackend(name)); });
+  module.def("show_value", [](const py::object& value) { return ShowValue(value); });
   module.def("check_text", [](const std::string& name, const py::object& text) { TakeText(name, text); });
   module.def("take_floats", &TakeFloats);
   module.def("take_doubles", &TakeDoubles);

@@ -1,4 +1,4 @@
-// What messages call the settings of a run: in the words of whoever gives them.
+// What messages call the settings of a run: in the words of its caller.
 #pragma once
 
 #include <string_view>

@@ -199,3 +199,16 @@ def test_a_subclass_whose_constructor_calls_no_other_is_refused():
 
     with pytest.raises(TypeError):
         Own()
+
+
+@pytest.mark.parametrize("call", [
+    lambda value: ostra.render(value),
+    lambda value: ostra.render({}, values={"a": value}),
+    lambda value: ostra.kernel(value),
+    lambda value: ostra.progress(range(3), value),
+    lambda value: ostra.read_picture(value),
+])
+def test_a_value_of_several_lines_is_shown_in_one(call):
+    with pytest.raises((TypeError, ValueError)) as refused:
+        call(numpy.zeros((9, 40), numpy.float32))
+    assert len(str(refused.value).splitlines()) == 1 and "0., 0." in str(refused.value)

@@ -166,13 +166,13 @@ def _choose_checks(checked):
             raise ValueError(f"OSTRA_CHECKED in the environment is 0 or 1, not {value!r}")
         return value == "1"
     if not isinstance(checked, bool):
-        raise TypeError(f'"checked" is True, False or None, not {checked!r}')
+        raise TypeError(f'"checked" is True, False or None, not {_ostra.show_value(checked)}')
     return checked
 
 
 def _load_file(source, backend, checked):
     if not isinstance(source, (str, bytes, _os.PathLike)):
-        raise TypeError(f'"source" is the path of a kernel file or the text of a kernel, not {source!r}')
+        raise TypeError(f'"source" is the path of a kernel file or the text of a kernel, not {_ostra.show_value(source)}')
     path = _os.fsdecode(source)
     if not path:
         raise ValueError('"source" is empty: it is the path of a kernel file or the text of a kernel')
@@ -192,5 +192,5 @@ def from_dlpack(array):
     Raises TypeError for other objects and orders, BufferError for memory of another device.
     """
     if isinstance(array, type):  # its methods are those of its objects
-        raise TypeError(f'"array" is an array with DLPack\'s methods, not {array!r:.80}')
+        raise TypeError(f'"array" is an array with DLPack\'s methods, not {_ostra.show_value(array)}')
     return _ostra.share(array)

@@ -31,7 +31,7 @@ def configure(**variables):
     """
     for name, value in variables.items():
         if not isinstance(value, bool):
-            raise TypeError(f"{name} is True or False, not {value!r}")
+            raise TypeError(f"{name} is True or False, not {_ostra.show_value(value)}")
     for name, value in variables.items():
         _ostra.configure(name, value)
 

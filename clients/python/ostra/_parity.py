@@ -34,9 +34,9 @@ def parity(groups=None, *, language="GLSL"):
     Raises TypeError and ValueError for other arguments, and ostra.Error without a GPU.
     """
     if not isinstance(language, str):
-        raise TypeError(f'"language" is "GLSL" or "HLSL", not {language!r}')
+        raise TypeError(f'"language" is "GLSL" or "HLSL", not {_ostra.show_value(language)}')
     if language not in ("GLSL", "HLSL"):
-        raise ValueError(f'"language" is "GLSL" or "HLSL", not {language!r}')
+        raise ValueError(f'"language" is "GLSL" or "HLSL", not {_ostra.show_value(language)}')
     command = [_sys.executable, "-c", _PROGRAM, _json.dumps(_check_groups(groups)), language]
     package = _os.path.dirname(_os.path.dirname(_os.path.abspath(__file__)))
     paths = _os.pathsep.join([package, *filter(None, [_os.environ.get("PYTHONPATH")])])
@@ -52,7 +52,7 @@ def _check_groups(groups):
         return known
     names = [] if isinstance(groups, (str, bytes)) or not isinstance(groups, _Iterable) else list(groups)
     if not names or not all(isinstance(name, str) for name in names):
-        raise TypeError(f'"groups" is a list of one or more names, not {groups!r}')
+        raise TypeError(f'"groups" is a list of one or more names, not {_ostra.show_value(groups)}')
     for name in names:
         if name not in known:
             near = _difflib.get_close_matches(name, known, 1)

@@ -41,7 +41,7 @@ def write_picture(path, picture):
 
 def _check_path(path):
     if not isinstance(path, (str, bytes, _os.PathLike)):
-        raise TypeError(f'"path" is the path of a file, not {path!r}')
+        raise TypeError(f'"path" is the path of a file, not {_ostra.show_value(path)}')
     path = _os.fsdecode(path)
     _ostra.check_text("path", path)
     return path

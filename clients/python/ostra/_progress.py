@@ -22,9 +22,9 @@ def progress(steps, text="running"):
     Returns an iterator. Raises TypeError for other arguments.
     """
     if not isinstance(steps, _abc.Iterable):
-        raise TypeError(f'"steps" is what a loop goes through, not {steps!r:.80}')
+        raise TypeError(f'"steps" is what a loop goes through, not {_ostra.show_value(steps)}')
     if not isinstance(text, str):
-        raise TypeError(f'"text" is a str, not {text!r:.80}')
+        raise TypeError(f'"text" is a str, not {_ostra.show_value(text)}')
     return _go_through(steps, text, len(steps) if isinstance(steps, _abc.Sized) else None)
 
 

@@ -46,7 +46,7 @@ def _write_scene(scene):
 
 def _take_path(name, path, also=""):
     if not isinstance(path, (str, bytes, _os.PathLike)):
-        raise TypeError(f'"{name}" is a path{also}, not {path!r:.80}')
+        raise TypeError(f'"{name}" is a path{also}, not {_ostra.show_value(path)}')
     path = _os.fsdecode(path)
     _ostra.check_text(name, path)
     return path
@@ -57,9 +57,9 @@ def _take_size(size):
         return 0, 0
     sides = tuple(size) if isinstance(size, (tuple, list)) else ()
     if len(sides) != 2 or not all(isinstance(side, _numbers.Integral) and not isinstance(side, bool) for side in sides):
-        raise TypeError(f'"size" is a tuple of two whole numbers, width and height, not {size!r:.80}')
+        raise TypeError(f'"size" is a tuple of two whole numbers, width and height, not {_ostra.show_value(size)}')
     if not all(1 <= side < 2**31 for side in sides):
-        raise ValueError(f"a picture has at least one pixel along each side, and at most 16384, not {size!r:.80}")
+        raise ValueError(f"a picture has at least one pixel along each side, and at most 16384, not {_ostra.show_value(size)}")
     return tuple(int(side) for side in sides)
 
 
@@ -67,14 +67,14 @@ def _take_values(values):
     if values is None:
         return []
     if not isinstance(values, dict):
-        raise TypeError(f'"values" is a dict of numbers by name, not {values!r:.80}')
+        raise TypeError(f'"values" is a dict of numbers by name, not {_ostra.show_value(values)}')
     taken = []
     for name, value in values.items():
         if not isinstance(name, str):
-            raise TypeError(f'a name in "values" is a str, not {name!r:.80}')
+            raise TypeError(f'a name in "values" is a str, not {_ostra.show_value(name)}')
         _ostra.check_text("values", name)
         numbers = _ostra.take_doubles(name, value)
         if not all(map(_math.isfinite, numbers)):
-            raise ValueError(f'"{name}" is made of finite numbers, not {value!r:.80}')
+            raise ValueError(f'"{name}" is made of finite numbers, not {_ostra.show_value(value)}')
         taken.append((name, numbers))
     return taken

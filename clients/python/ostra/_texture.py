@@ -80,4 +80,4 @@ def _check_choice(name, value, choices):
         quoted = [f'"{choice}"' for choice in choices]
         wanted = " or ".join([", ".join(quoted[:-1]), quoted[-1]])
         kind = ValueError if isinstance(value, str) else TypeError
-        raise kind(f"{name} is {wanted}, not {value!r}")
+        raise kind(f"{name} is {wanted}, not {_ostra.show_value(value)}")
