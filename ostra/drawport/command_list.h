@@ -12,6 +12,7 @@
 #pragma once
 
 #include "ostra/drawport/draw_call.h"
+#include "ostra/drawport/parameters.h"
 #include "ostra/drawport/resources.h"
 
 namespace ostra {
@@ -85,6 +86,23 @@ class OSTRA_API DrawportCommandList {
   // Error: illegal argument when they are not inside the buffer or the offset is no multiple of 4.
   virtual Result<void> DispatchIndirect(DrawportProgramFactory& program, DrawportParameterValueSet& values,
                                         DrawportDeviceBuffer& arguments, Int byteOffset) = 0;
+
+  // Recorded work: dispatches, barriers and values of counters that are recorded once and run many times. Between Begin
+  // and End these three are recorded and not run; everything else happens as ever. The work holds the objects that were
+  // set and works with them and with the values of that moment, whatever is set later. A replay is recorded like one
+  // dispatch after another, and costs little more than one. Errors: not implemented where work cannot be recorded;
+  // illegal state for Begin while work is recorded, for End while none is, for a replay meanwhile, and for a number of
+  // another list or of work that was released.
+  virtual Result<void> BeginRecordedWork();
+  // Returns the number to replay it by. On error nothing is kept.
+  virtual Result<UInt64> EndRecordedWork();
+  virtual Result<void> ReplayWork(UInt64 number);
+  // Gives all recorded dispatches of the program the value that was set last for a parameter, published or not; for
+  // later replays. Values of other owners are left. Error: illegal argument for a parameter that is no value.
+  virtual Result<void> UpdateRecordedParameter(UInt64 number, DrawportProgramFactory& program,
+                                               DrawportParameterValueSet& values, DrawportParameterHandle handle);
+  // What was replayed is done nevertheless. A number of no work is passed over.
+  virtual void ReleaseRecordedWork(UInt64 number);
 
   // Draws between Begin and End go into `target`, one after another. A pass sees everything that was recorded before
   // it, and what is recorded after it sees its targets and what its stages have written, without barriers. Other work

@@ -51,8 +51,18 @@ Error MakeNoCounterReadsError() {
   return OSTRA_NOT_IMPLEMENTED("The GPU backend reads counters only when it waits for them.");
 }
 
+Error MakeNoRecordedWorkError() { return OSTRA_NOT_IMPLEMENTED("The GPU backend cannot record work to be replayed."); }
+
 }  // namespace
 
+Result<void> DrawportCommandList::BeginRecordedWork() { return MakeNoRecordedWorkError(); }
+Result<UInt64> DrawportCommandList::EndRecordedWork() { return MakeNoRecordedWorkError(); }
+Result<void> DrawportCommandList::ReplayWork(UInt64) { return MakeNoRecordedWorkError(); }
+Result<void> DrawportCommandList::UpdateRecordedParameter(UInt64, DrawportProgramFactory&, DrawportParameterValueSet&,
+                                                          DrawportParameterHandle) {
+  return MakeNoRecordedWorkError();
+}
+void DrawportCommandList::ReleaseRecordedWork(UInt64) {}
 Result<UInt64> DrawportCommandList::RecordCounterRead(DrawportAtomicCounter&) { return MakeNoCounterReadsError(); }
 Result<UInt32> DrawportCommandList::TakeCounterRead(UInt64) { return MakeNoCounterReadsError(); }
 Result<UInt64> DrawportCommandList::BeginTimedWork() { return MakeNoClockError(); }

@@ -65,6 +65,11 @@ class GpuCompute final : public Component<GpuCompute, GpuComputeInterface> {
     return commandList.DispatchIndirect(*_factory, *_values, buffer, offset * kRecordSize);
   }
 
+  Result<GpuComputeProgram> GetProgram() const override {
+    OSTRA_RETURN_IF_ERROR(CheckUpdated());
+    return GpuComputeProgram{_item, _factory, _values};
+  }
+
   Result<void> ReloadProgramFactory(const DrawportContextRef& context) override {
     return ReloadProgramFactoryWith(context, _callbacks.build);
   }

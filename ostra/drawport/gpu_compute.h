@@ -42,6 +42,13 @@ struct GpuComputeOptions {
   Bool wait = true;  // the program is always built by the calling thread; kept for callers that say how they wait
 };
 
+// What a dispatch runs with.
+struct GpuComputeProgram {
+  DrawportProgramFactoryItemRef item;
+  DrawportProgramFactory* factory = nullptr;  // of the item
+  DrawportParameterValueSet* values = nullptr;
+};
+
 class GpuComputeInterface : public ObjectInterface {
  public:
   static constexpr Id kInterfaceId = "net.ostra.drawportmisc.interface.gpucompute"_id;
@@ -63,6 +70,8 @@ class GpuComputeInterface : public ObjectInterface {
   // Group counts from element `offset` of a buffer of four Int32 per element; the fourth is not looked at.
   // Errors: as of Dispatch; illegal argument when the element is not inside the buffer.
   virtual Result<void> DispatchIndirect(DrawportCommandList& commandList, DrawportDeviceBuffer& buffer, Int offset) = 0;
+  // That of the last UpdateUniforms, to update recorded work with. Error: illegal state before UpdateUniforms.
+  virtual Result<GpuComputeProgram> GetProgram() const = 0;
   // Asks the hash callback and rebuilds the program if it is another one. On error the old program stays in use.
   virtual Result<void> ReloadProgramFactory(const DrawportContextRef& context) = 0;
   // The same with `build` in place of the program's own builder. It is not held behind the call. Error also: illegal

@@ -37,9 +37,28 @@ std::optional<Barrier> BarrierTracker::BeforeDispatch() {
   if (_dispatchesMissTransfers) {
     barrier.from |= VK_PIPELINE_STAGE_TRANSFER_BIT | GetDrawStages();
     barrier.fromAccess |= VK_ACCESS_TRANSFER_WRITE_BIT | (_hasDrawn ? kDrawWrites : 0);
+    barrier.toAccess |= VK_ACCESS_UNIFORM_READ_BIT;  // of values of recorded work
   }
   _isAskedFor = _dispatchesMissTransfers = false;
   return barrier;
+}
+
+std::optional<Barrier> BarrierTracker::BeforeReplay(const ReplayHazards& work) {
+  if (work.isSeparatedBefore) SeparateDispatches();
+  if (!work.hasTransfers) return BeforeDispatch();
+  if (!_hasUnseenDispatch && !_transfersMissDispatches && !_dispatchesMissTransfers) return std::nullopt;
+  _hasUnseenDispatch = _isAskedFor = _transfersMissDispatches = _dispatchesMissTransfers = false;
+  _accessCount = 0;
+  return Barrier{kDispatchStages | GetDrawStages() | VK_PIPELINE_STAGE_TRANSFER_BIT,
+                 VK_ACCESS_SHADER_WRITE_BIT | VK_ACCESS_TRANSFER_WRITE_BIT | (_hasDrawn ? kDrawWrites : 0),
+                 kDispatchStages | VK_PIPELINE_STAGE_TRANSFER_BIT,
+                 kDispatchAccess | kTransferAccess | VK_ACCESS_UNIFORM_READ_BIT};
+}
+
+void BarrierTracker::AddReplay(const ReplayHazards& work) {
+  if (work.hasDispatches) AddDispatch();
+  if (work.hasTransfers) _transfersMissDispatches = _dispatchesMissTransfers = true;
+  if (work.isSeparatedBehind) SeparateDispatches();
 }
 
 std::optional<Barrier> BarrierTracker::BeforeTransfer(std::initializer_list<Access> accesses) {

@@ -26,6 +26,16 @@ struct Barrier {
   friend bool operator==(const Barrier&, const Barrier&) = default;
 };
 
+// What recorded work, which has a tracker of its own for what is inside of it, is to the work before and behind a
+// replay.
+struct ReplayHazards {
+  Bool hasDispatches = false;
+  Bool hasTransfers = false;
+  Bool isSeparatedBefore = false;  // the client has asked for a barrier before the first dispatch
+  Bool isSeparatedBehind = false;  // and behind the last one
+  Bool IsEmpty() const { return !hasDispatches && !hasTransfers; }
+};
+
 class BarrierTracker {
  public:
   // Work that was recorded. A pass counts when its rendering ends.
@@ -39,6 +49,10 @@ class BarrierTracker {
   void SeparateDispatches() { _isAskedFor = _isAskedFor || _hasUnseenDispatch; }
   // One for all that the dispatch waits for.
   std::optional<Barrier> BeforeDispatch();
+  // One for all that a replay waits for, and what work behind it has to know. Inside of it transfers wait for no work
+  // that was recorded before, so the replay does.
+  std::optional<Barrier> BeforeReplay(const ReplayHazards& work);
+  void AddReplay(const ReplayHazards& work);
   // What a transfer reads or writes: bytes of a buffer along x, texels of an image. The resource is told apart by its
   // address.
   struct Access {

@@ -2,6 +2,7 @@
 // counters and time stamps have classes of their own.
 #pragma once
 
+#include "ostra/core/owned.h"
 #include "ostra/drawport_vulkan/counter_reads.h"
 #include "ostra/drawport_vulkan/pass_recorder.h"
 #include "ostra/drawport_vulkan/transfers.h"
@@ -9,12 +10,16 @@
 
 namespace ostra::vulkan {
 
+class ProgramFactory;
+class Replays;
+class ValueSet;
+
 class CommandList final : public DrawportCommandList, private RecorderListener {
  public:
-  explicit CommandList(DeviceRef device) : _recorder(std::move(device), *this) {}
+  explicit CommandList(DeviceRef device);
   CommandList(const CommandList&) = delete;
-  ~CommandList() { _recorder.Close(); }
-  Result<void> Init() { return _recorder.Init(); }
+  ~CommandList();
+  Result<void> Init();
 
   Result<void> AddMemoryBarrier(DrawportBarrierBits bits) override;
   Result<void> Execute(Bool wait) override { return _recorder.Execute(wait); }
@@ -34,6 +39,12 @@ class CommandList final : public DrawportCommandList, private RecorderListener {
                         UInt32 z) override;
   Result<void> DispatchIndirect(DrawportProgramFactory& program, DrawportParameterValueSet& values,
                                 DrawportDeviceBuffer& arguments, Int byteOffset) override;
+  Result<void> BeginRecordedWork() override;
+  Result<UInt64> EndRecordedWork() override;
+  Result<void> ReplayWork(UInt64 number) override;
+  Result<void> UpdateRecordedParameter(UInt64 number, DrawportProgramFactory& program,
+                                       DrawportParameterValueSet& values, DrawportParameterHandle handle) override;
+  void ReleaseRecordedWork(UInt64 number) override;
   Result<void> BeginDrawPass(DrawportRenderTarget& target, const DrawportClearValues& clear) override {
     return _pass.Begin(target, clear);
   }
@@ -57,13 +68,15 @@ class CommandList final : public DrawportCommandList, private RecorderListener {
   void NoteDroppedBatch(Int place, UInt64 serial) override;
   void NoteDoneBatch(Int place) override { _timer.Read(place); }
 
-  Result<void> PrepareDispatch(DrawportProgramFactory& program, DrawportParameterValueSet& values);
+  Result<void> CheckDispatch(const ProgramFactory& program, const ValueSet& values) const;
+  Result<void> PrepareDispatch(ProgramFactory& program, ValueSet& values);
 
   Recorder _recorder;
   WorkTimer _timer{_recorder};
   PassRecorder _pass{_recorder};
   Transfers _transfers{_recorder};
   CounterReads _counterReads{_recorder};
+  Owned<Replays> _replays;
   // What the current batch has bound for compute.
   VkPipeline _boundPipeline = VK_NULL_HANDLE;
   BoundSet _boundSet;

@@ -133,6 +133,19 @@ Result<void> ProgramFactory::SetValue(DrawportParameterValueSet& values, Drawpor
   return OK;
 }
 
+Result<ProgramFactory::ValueRange> ProgramFactory::FindValue(DrawportParameterHandle handle) const {
+  if (handle.index < 0 || handle.index >= _places.GetCount())
+    return OSTRA_ILLEGAL_ARGUMENT("The handle @ is not one of this GPU program.", handle.index);
+  const ParameterPlace& place = _places[handle.index];
+  const DrawportParameter& parameter = place.parameter;
+  if (parameter.kind == DrawportParameterKind::Buffer && parameter.isValue)
+    return place.valueOffset < 0 ? ValueRange{} : ValueRange{place.valueOffset, place.valueSize};
+  if (parameter.kind != DrawportParameterKind::Uniform || parameter.valueType == DrawportShaderValueType::AtomicUInt ||
+      parameter.valueType == DrawportShaderValueType::Gradient)
+    return OSTRA_ILLEGAL_ARGUMENT("The parameter \"@\" of the GPU program is no value.", parameter.name);
+  return place.uniformOffset < 0 ? ValueRange{} : ValueRange{place.uniformOffset, GetUniformSize(parameter.valueType)};
+}
+
 Result<void> ProgramFactory::SetParameterFloat(DrawportParameterValueSet& values, DrawportParameterHandle handle,
                                                Float32 value) {
   return SetValue(values, handle, DrawportShaderValueType::Float, &value, sizeof(value));

@@ -13,6 +13,7 @@ namespace ostra::vulkan {
 
 struct BoundSet;
 class ProgramFactory;
+class RecordedWork;
 class Recorder;
 struct ProgramStage;
 
@@ -41,6 +42,8 @@ struct BoundObject {
   Bool isLayered = false;
   friend Bool operator==(const BoundObject&, const BoundObject&) = default;
 };
+
+UInt64 HashObjects(const BaseArray<BoundObject>& objects);
 
 // An attribute or a colour of a graphics program.
 struct StageVariable {
@@ -72,6 +75,7 @@ class ValueSet final : public DrawportParameterValueSet {
   }
 
   UInt32 GetList() const { return _list; }
+  UInt64 GetOwner() const { return _owner; }
 
   // Whether a texture of the target is among what is set.
   Bool Reads(const class RenderTarget& target) const;
@@ -88,6 +92,8 @@ class ValueSet final : public DrawportParameterValueSet {
   // Readies everything for a dispatch of the batch that `list` records; afterwards nothing else may be recorded before
   // it. Error: illegal state for another list, or a resource that is not set.
   Result<Binding> Prepare(Recorder& list);
+  // The same for a dispatch that `list` records as a part of `work`.
+  Result<Binding> Record(const Recorder& list, RecordedWork& work);
 
  private:
   struct Set {
@@ -97,14 +103,29 @@ class ValueSet final : public DrawportParameterValueSet {
     UInt64 objectHash = 0;
   };
 
+  struct LockedObject {
+    BufferRef buffer;
+    ImageRef image;
+    SamplerRef sampler;
+  };
+  // Error: illegal state when what is bound is not set, or has gone.
+  Result<LockedObject> LockObject(Int binding) const;
   // Readies the objects and lets the batch hold them.
   Result<void> KeepObjects(Recorder& list);
   // Makes the gradients' part of the slice large enough.
   void GrowGradients();
   // Copies values and gradients to a new slice of the uniform ring.
   Result<void> WriteSlice(Recorder& list);
+  void CopyValues(Byte* slice) const;
+  // Values are others than those of the slices that were written.
+  void DropSlices();
+  // The same for recorded work.
+  Result<void> HoldObjects(RecordedWork& work) const;
+  Result<void> RecordSlice(RecordedWork& work);
+  Result<VkDescriptorSet> RecordSet(RecordedWork& work);
+  Binding MakeBinding(VkDescriptorSet set, UInt32 uniformOffset);
   // Error: illegal state, with the parameter's name.
-  Result<void> MakeUnsetError(Int binding) const;
+  Error MakeUnsetError(Int binding) const;
   // Makes a set that has the published objects the current one: the one that was written with them, or one that the
   // device is done with, or a new one.
   Result<void> FindSet(Recorder& list);
@@ -112,7 +133,7 @@ class ValueSet final : public DrawportParameterValueSet {
   Result<void> AddSet(Recorder& list);
   // Finds the current set by its objects from now on.
   void NoteObjects(UInt64 hash);
-  void WriteSet(Recorder& list);
+  void WriteSet(VkDescriptorSet set, const BufferResource* uniforms);
   void FindDynamicPlaces();
   // The value behind a dynamic storage binding.
   const ParameterPlace* FindValue(Int binding) const;
@@ -136,6 +157,13 @@ class ValueSet final : public DrawportParameterValueSet {
   // The uniforms' place for batch _sliceSerial; another batch gets another copy.
   UInt64 _sliceSerial = 0;
   UInt32 _sliceOffset = 0;
+  // The same in the recorded work of this number.
+  struct RecordedSlice {
+    UInt64 work = 0;
+    BufferResource* buffer = nullptr;
+    UInt32 offset = 0;
+  };
+  RecordedSlice _recordedSlice;
   BaseArray<UInt32> _dynamicOffsets;
   BaseArray<Int> _dynamicPlaces;  // the same from the beginning of the slice; -1: offset 0
 
@@ -174,6 +202,13 @@ class ProgramFactory final : public DrawportProgramFactory {
   // which lie behind the slice.
   Bool HasGradients() const { return _gradientBindings.IsPopulated(); }
   Bool IsGradientBinding(UInt32 number) const;
+
+  // Where the value of a parameter lies in a slice; no bytes for one that the program does not read. Error: illegal
+  // argument for a parameter that is no value.
+  struct ValueRange {
+    Int offset = 0, bytes = 0;
+  };
+  Result<ValueRange> FindValue(DrawportParameterHandle handle) const;
 
   // Of graphics programs. Whether vertices have the attributes that the program reads, and targets a place for its
   // colours. Errors: illegal argument that names what is missing.

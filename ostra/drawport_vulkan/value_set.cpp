@@ -17,7 +17,11 @@ Bool IsDynamic(VkDescriptorType type) {
   return type == VK_DESCRIPTOR_TYPE_UNIFORM_BUFFER_DYNAMIC || type == VK_DESCRIPTOR_TYPE_STORAGE_BUFFER_DYNAMIC;
 }
 
-UInt64 GetHash(const BaseArray<BoundObject>& objects) {
+Bool IsBuffer(VkDescriptorType type) { return IsDynamic(type) || type == VK_DESCRIPTOR_TYPE_STORAGE_BUFFER; }
+
+}  // namespace
+
+UInt64 HashObjects(const BaseArray<BoundObject>& objects) {
   UInt64 hash = 0;
   for (const BoundObject& object : objects) {
     for (const void* address :
@@ -28,10 +32,6 @@ UInt64 GetHash(const BaseArray<BoundObject>& objects) {
   }
   return hash;
 }
-
-Bool IsBuffer(VkDescriptorType type) { return IsDynamic(type) || type == VK_DESCRIPTOR_TYPE_STORAGE_BUFFER; }
-
-}  // namespace
 
 Result<void> ValueSet::Init() {
   const BaseArray<PipelineBinding>& bindings = _factory.GetPipeline().GetBindings();
@@ -69,11 +69,11 @@ void ValueSet::Publish() {
                                     static_cast<std::size_t>(_gradients.GetCount()) * sizeof(_gradients[0])) == 0);
   if (!areSame) {
     std::swap(_nextGradients, _gradients);
-    _sliceSerial = 0;
+    DropSlices();
   }
   if (!std::equal(_nextBytes.begin(), _nextBytes.end(), _bytes.begin())) {
     std::copy(_nextBytes.begin(), _nextBytes.end(), _bytes.begin());
-    _sliceSerial = 0;
+    DropSlices();
   }
   if (!std::equal(_nextObjects.begin(), _nextObjects.end(), _objects.begin())) {
     std::swap(_nextObjects, _objects);
@@ -82,7 +82,7 @@ void ValueSet::Publish() {
   }
 }
 
-Result<void> ValueSet::MakeUnsetError(Int binding) const {
+Error ValueSet::MakeUnsetError(Int binding) const {
   for (const ParameterPlace& place : _factory.GetPlaces()) {
     if (place.binding == binding)
       return OSTRA_ILLEGAL_STATE("The parameter \"@\" of the GPU program is not set.", place.parameter.name);
@@ -90,22 +90,25 @@ Result<void> ValueSet::MakeUnsetError(Int binding) const {
   return OSTRA_ILLEGAL_STATE("A parameter of the GPU program is not set.");
 }
 
+Result<ValueSet::LockedObject> ValueSet::LockObject(Int binding) const {
+  const VkDescriptorType type = _factory.GetPipeline().GetBindings()[binding].type;
+  const BoundObject& object = _objects[binding];
+  LockedObject locked{object.buffer.Lock(), object.image.Lock(), object.sampler.Lock()};
+  const Bool isOwn = !object.buffer && IsDynamic(type);
+  const Bool needsSampler = type == VK_DESCRIPTOR_TYPE_COMBINED_IMAGE_SAMPLER;
+  const Bool isSet = IsBuffer(type) ? isOwn || locked.buffer : locked.image && (!needsSampler || locked.sampler);
+  if (!isSet) return MakeUnsetError(binding);
+  return locked;
+}
+
 Result<void> ValueSet::KeepObjects(Recorder& list) {
-  const BaseArray<PipelineBinding>& bindings = _factory.GetPipeline().GetBindings();
   for (Int i = 0; i < _objects.GetCount(); ++i) {
-    const VkDescriptorType type = bindings[i].type;
-    const BufferRef buffer = _objects[i].buffer.Lock();
-    const ImageRef image = _objects[i].image.Lock();
-    const SamplerRef sampler = _objects[i].sampler.Lock();
-    const Bool isOwn = !_objects[i].buffer && IsDynamic(type);
-    const Bool needsSampler = type == VK_DESCRIPTOR_TYPE_COMBINED_IMAGE_SAMPLER;
-    const Bool isSet = IsBuffer(type) ? isOwn || buffer : image && (!needsSampler || sampler);
-    if (!isSet) return MakeUnsetError(i);
-    if (buffer) OSTRA_RETURN_IF_ERROR(list.EnsureZeroed(*buffer));
-    if (image) OSTRA_RETURN_IF_ERROR(list.EnsureCleared(*image));
-    for (const DeviceResourceRef& object :
-         {DeviceResourceRef(buffer), DeviceResourceRef(image), DeviceResourceRef(sampler)})
-      if (object) OSTRA_RETURN_IF_ERROR(list.Keep(*object));
+    OSTRA_ASSIGN_OR_RETURN(const LockedObject object, LockObject(i));
+    if (object.buffer) OSTRA_RETURN_IF_ERROR(list.EnsureZeroed(*object.buffer));
+    if (object.image) OSTRA_RETURN_IF_ERROR(list.EnsureCleared(*object.image));
+    for (const DeviceResourceRef& held :
+         {DeviceResourceRef(object.buffer), DeviceResourceRef(object.image), DeviceResourceRef(object.sampler)})
+      if (held) OSTRA_RETURN_IF_ERROR(list.Keep(*held));
   }
   for (const DescriptorPoolRef& pool : _pools) OSTRA_RETURN_IF_ERROR(list.Keep(*pool));
   return OK;
@@ -131,17 +134,26 @@ void ValueSet::GrowGradients() {
   const Int needed = std::max<Int>(_gradients.GetCount(), 1);
   if (_gradientRoom >= needed) return;
   _gradientRoom = static_cast<Int>(std::bit_ceil(static_cast<UInt64>(needed)));
-  _sliceSerial = 0;
+  DropSlices();
   _current = -1;  // the sets end too early
   _written.Reset();
 }
 
+void ValueSet::DropSlices() {
+  _sliceSerial = 0;
+  _recordedSlice = {};
+}
+
+void ValueSet::CopyValues(Byte* slice) const {
+  MemCopy(slice, _bytes.GetFirst(), _bytes.GetCount());
+  if (_gradients.IsPopulated() && _gradients.GetCount() <= _gradientRoom)
+    MemCopy(slice + _factory.GetSliceSize(), _gradients.GetFirst(),
+            _gradients.GetCount() * static_cast<Int>(sizeof(ShaderGradientSegment)));
+}
+
 Result<void> ValueSet::WriteSlice(Recorder& list) {
   OSTRA_ASSIGN_OR_RETURN(const Recorder::UniformSlice slice, list.AllocateUniforms(GetSliceSize()));
-  MemCopy(slice.memory, _bytes.GetFirst(), _bytes.GetCount());
-  if (_gradients.IsPopulated() && _gradients.GetCount() <= _gradientRoom)
-    MemCopy(slice.memory + _factory.GetSliceSize(), _gradients.GetFirst(),
-            _gradients.GetCount() * static_cast<Int>(sizeof(ShaderGradientSegment)));
+  CopyValues(slice.memory);
   OSTRA_ASSIGN_OR_RETURN(_sliceSerial, list.BeginBatch());  // the ring may have needed a new batch
   _sliceOffset = slice.offset;
   return OK;
@@ -169,12 +181,15 @@ Result<ValueSet::Binding> ValueSet::Prepare(Recorder& list) {
     FindDynamicPlaces();
   }
   _sets[_current].busyUntil = serial;
+  return MakeBinding(_sets[_current].set, _sliceOffset);
+}
+
+ValueSet::Binding ValueSet::MakeBinding(VkDescriptorSet set, UInt32 uniformOffset) {
   for (Int i = 0; i < _dynamicPlaces.GetCount(); ++i) {
     const Int place = _dynamicPlaces[i];
-    _dynamicOffsets[i] = place < 0 ? 0 : _sliceOffset + static_cast<UInt32>(place);
+    _dynamicOffsets[i] = place < 0 ? 0 : uniformOffset + static_cast<UInt32>(place);
   }
-  return Binding{_sets[_current].set, _sliceOffset, static_cast<UInt32>(_dynamicOffsets.GetCount()),
-                 _dynamicOffsets.GetFirst()};
+  return Binding{set, uniformOffset, static_cast<UInt32>(_dynamicOffsets.GetCount()), _dynamicOffsets.GetFirst()};
 }
 
 // Those of a descriptor set: draws that differ in their values alone find them again.
@@ -202,14 +217,14 @@ const ParameterPlace* ValueSet::FindValue(Int binding) const {
 }
 
 Result<void> ValueSet::FindSet(Recorder& list) {
-  const UInt64 hash = GetHash(_objects);
+  const UInt64 hash = HashObjects(_objects);
   const Int* const known = _written.Find(hash);
   if (known && std::equal(_objects.begin(), _objects.end(), _sets[*known].objects.begin())) {
     _current = *known;
     return OK;
   }
   OSTRA_RETURN_IF_ERROR(TakeSet(list));
-  WriteSet(list);
+  WriteSet(_sets[_current].set, &list.GetUniformBuffer());
   std::copy(_objects.begin(), _objects.end(), _sets[_current].objects.begin());
   NoteObjects(hash);
   return OK;
@@ -263,13 +278,13 @@ Result<void> ValueSet::AddSet(Recorder& list) {
   return OK;
 }
 
-void ValueSet::WriteSet(Recorder& list) {
+void ValueSet::WriteSet(VkDescriptorSet set, const BufferResource* uniforms) {
   const BaseArray<PipelineBinding>& bindings = _factory.GetPipeline().GetBindings();
   for (Int i = 0; i < bindings.GetCount(); ++i) {
     const BoundObject& object = _objects[i];
     VkWriteDescriptorSet& write = _writes[i];
     write = {VK_STRUCTURE_TYPE_WRITE_DESCRIPTOR_SET};
-    write.dstSet = _sets[_current].set;
+    write.dstSet = set;
     write.dstBinding = bindings[i].number;
     write.descriptorCount = 1;
     write.descriptorType = bindings[i].type;
@@ -278,7 +293,7 @@ void ValueSet::WriteSet(Recorder& list) {
       if (object.buffer)
         info = {object.buffer->GetHandle(), 0, static_cast<VkDeviceSize>(object.buffer->GetSize())};
       else
-        info = {list.GetUniformBuffer().GetHandle(), 0, static_cast<VkDeviceSize>(FindRange(i).size)};
+        info = {uniforms->GetHandle(), 0, static_cast<VkDeviceSize>(FindRange(i).size)};
       write.pBufferInfo = &info;
     } else {
       VkDescriptorImageInfo& info = _imageInfos[i];

@@ -52,6 +52,41 @@ TEST(BarrierTrackerTest, ADispatchWaitsForDispatchesAndTransfersWithOneBarrier) 
   EXPECT_FALSE(tracker.BeforeDispatch());
 }
 
+TEST(BarrierTrackerTest, AReplayOfDispatchesIsLikeADispatch) {
+  BarrierTracker tracker;
+  vulkan::ReplayHazards work{.hasDispatches = true};
+  EXPECT_FALSE(tracker.BeforeReplay(work));
+  tracker.AddReplay(work);
+  EXPECT_FALSE(tracker.BeforeReplay(work)) << "nobody has asked";
+  work.isSeparatedBefore = true;
+  EXPECT_TRUE(tracker.BeforeReplay(work));
+  EXPECT_FALSE(tracker.BeforeReplay(work)) << "nothing was dispatched since";
+  work.isSeparatedBehind = true;
+  tracker.AddReplay(work);
+  EXPECT_TRUE(tracker.BeforeDispatch());
+  tracker.AddReplay(work);
+  EXPECT_TRUE(tracker.BeforeTransfer(&kBuffer, MakeBytes(0, 4), false));
+  const auto barrier = tracker.BeforeReplay(work);
+  ASSERT_TRUE(barrier);
+  EXPECT_NE(barrier->toAccess & VK_ACCESS_UNIFORM_READ_BIT, 0u) << "values may have been copied";
+}
+
+TEST(BarrierTrackerTest, AReplayWithTransfersWaitsForEverythingAndIsWaitedFor) {
+  BarrierTracker tracker;
+  const vulkan::ReplayHazards work{.hasDispatches = true, .hasTransfers = true};
+  EXPECT_FALSE(tracker.BeforeReplay(work));
+  tracker.AddReplay(work);
+  const auto barrier = tracker.BeforeReplay(work);
+  ASSERT_TRUE(barrier);
+  EXPECT_NE(barrier->from & VK_PIPELINE_STAGE_COMPUTE_SHADER_BIT, 0u);
+  EXPECT_NE(barrier->from & VK_PIPELINE_STAGE_TRANSFER_BIT, 0u);
+  EXPECT_NE(barrier->to & VK_PIPELINE_STAGE_TRANSFER_BIT, 0u);
+  EXPECT_NE(barrier->to & VK_PIPELINE_STAGE_COMPUTE_SHADER_BIT, 0u);
+  tracker.AddReplay(work);
+  EXPECT_TRUE(tracker.BeforeDispatch());
+  EXPECT_TRUE(tracker.BeforeTransfer(&kBuffer, MakeBytes(0, 4), false));
+}
+
 TEST(BarrierTrackerTest, TransfersBesideEachOtherDoNotWait) {
   BarrierTracker tracker;
   EXPECT_FALSE(tracker.BeforeTransfer(&kBuffer, MakeBytes(0, 4), true));
