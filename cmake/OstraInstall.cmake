@@ -33,6 +33,7 @@ foreach(header
     kernelruntime/kernel_runtime.h
     program/counter_reads_interface.h
     program/dispatch_times_interface.h
+    program/recorded_dispatches_interface.h
     program/kernel_atomics.h
     program/kernel_base.h
     program/kernel_buffer.h

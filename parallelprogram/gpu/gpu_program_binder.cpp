@@ -53,6 +53,12 @@ Result<void> BindCounters(const GpuKernel& kernel, const ParameterTarget& target
 
 }  // namespace
 
+Result<void> BindNoiseTable(const ParameterTarget& target, DrawportParameterHandle handle, const Data* seed) {
+  if (!handle) return OK;
+  return target.factory.SetParameterNoise(target.values, handle, seed ? GetSeed(*seed) : kDefaultNoiseSeed,
+                                          kNoiseDepth);
+}
+
 Result<void> ParallelProgramGPUImpl::BindParameters(const InternedId& kernelId, DrawportProgramFactory& factory,
                                                     DrawportParameterValueSet& values,
                                                     Block<const DrawportParameter> parameters) {
@@ -82,15 +88,10 @@ Result<void> ParallelProgramGPUImpl::BindParameters(const InternedId& kernelId, 
 }
 
 Result<void> ParallelProgramGPUImpl::BindNoises(const GpuKernel& kernel, const ParameterTarget& target) const {
-  const auto bind = [&](const InternedId& name, Int32 seed) -> Result<void> {
-    const DrawportParameterHandle handle = target.factory.GetParameterHandle(name);
-    return handle ? target.factory.SetParameterNoise(target.values, handle, seed, kNoiseDepth) : Result<void>(OK);
-  };
-  for (Int i = 0; i < _noiseDataNames.GetCount(); ++i) {
-    const Data* value = kernel.uniforms.FindData(_noiseSeedNames[i]);
-    OSTRA_RETURN_IF_ERROR(bind(_noiseDataNames[i], value ? GetSeed(*value) : kDefaultNoiseSeed));
-  }
-  return bind("noiseData"_iid, kDefaultNoiseSeed);
+  for (Int i = 0; i < _noiseDataNames.GetCount(); ++i)
+    OSTRA_RETURN_IF_ERROR(BindNoiseTable(target, target.factory.GetParameterHandle(_noiseDataNames[i]),
+                                         kernel.uniforms.FindData(_noiseSeedNames[i])));
+  return BindNoiseTable(target, target.factory.GetParameterHandle("noiseData"_iid), nullptr);
 }
 
 }  // namespace ostra

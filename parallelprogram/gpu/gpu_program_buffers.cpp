@@ -128,6 +128,7 @@ Result<void> ParallelProgramGPUImpl::CopyWords(const DataBufferEntry& source, co
   if (DeviceCopy::GetWordCount(range) == 0) return OK;
   if (!source._deviceBuffer || !target._deviceBuffer)
     return OSTRA_ILLEGAL_STATE("no device buffer found to copy data into");
+  if (_recordings.IsOpen()) return OSTRA_ILLEGAL_STATE("Buffers cannot be copied while dispatches are being recorded.");
   return _copyKernel.Run(_current, *source._deviceBuffer, *target._deviceBuffer, range);
 }
 

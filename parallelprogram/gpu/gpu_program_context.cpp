@@ -56,7 +56,10 @@ Result<ClassRef> CreateGpuProgramClass() { return Class::Create<ParallelProgramG
 ParallelProgramGPUImpl::ParallelProgramGPUImpl() : _identity(TakeDeviceOwnerIdentity()) {}
 
 // Compile jobs use the program until they have ended.
-ParallelProgramGPUImpl::~ParallelProgramGPUImpl() { WaitForKernelCompile(); }
+ParallelProgramGPUImpl::~ParallelProgramGPUImpl() {
+  WaitForKernelCompile();
+  _recordings.ReleaseAll(_current, _contextNumber);
+}
 
 Result<void> ParallelProgramGPUImpl::Init(const Url& resourcePath, const DrawportContextRef* context, Int32 deviceIndex,
                                           Bool createOffscreenContext) {
@@ -133,6 +136,7 @@ Result<void> ParallelProgramGPUImpl::UpdateDrawportContext(const DrawportContext
   data.ownsOffscreenContext = false;
   OSTRA_RETURN_IF_ERROR(SubmitRecordedWork(_current));
   OSTRA_RETURN_IF_ERROR(BuildCopyKernel(data));  // nothing is compiled any more when this returns
+  _recordings.Abandon(_current);
   if (_current.ownsOffscreenContext) _previous = _current;
   _current = std::move(data);
   ++_contextNumber;
@@ -147,6 +151,7 @@ Result<void> ParallelProgramGPUImpl::UpdateDrawportContext(const DrawportContext
 Result<void> ParallelProgramGPUImpl::Reset() {
   WaitForKernelCompile();
   OSTRA_RETURN_IF_ERROR(SubmitRecordedWork(_current));
+  _recordings.ReleaseAll(_current, _contextNumber);
   _copyKernel.Reset();
   _activeKernel = nullptr;
   _activeKernelId = InternedId();

@@ -48,7 +48,7 @@ Result<void> ParallelProgramGPUImpl::UpdateUniforms() {
   OSTRA_RETURN_IF_ERROR(LinkReportBuffer(kernel));
   OSTRA_RETURN_IF_ERROR(kernel.compute->UpdateUniforms(_current.context, true));
   kernel.contextNumber = _contextNumber;
-  return OK;
+  return _recordings.NoteUpdate(_activeKernel, _buffers, _textures);
 }
 
 // What would be recorded for the context before would never be submitted.
@@ -64,6 +64,7 @@ Result<void> ParallelProgramGPUImpl::DispatchKernel(UInt32 countX, UInt32 countY
   if (g_outOfCoreParallelProgram) OSTRA_RETURN_IF_ERROR(UpdateUniforms());
   OSTRA_ASSIGN_OR_RETURN(GpuKernel & kernel, GetRunnableKernel());
   OSTRA_RETURN_IF_ERROR(CheckContext(kernel));
+  OSTRA_RETURN_IF_ERROR(_recordings.CheckDispatch(kernel));
   if (!disableBarrier) OSTRA_RETURN_IF_ERROR(AddMemoryBarrier());
   const WorkGroupCounts counts = GetWorkGroupCounts(countX, countY, countZ, kernel.workGroupSize);
   if (counts.x == 0 || counts.y == 0 || counts.z == 0) return OK;
@@ -84,7 +85,7 @@ Result<void> ParallelProgramGPUImpl::RecordReported(const GpuKernel& kernel, con
 
 template <class Record>
 Result<void> ParallelProgramGPUImpl::RecordDispatch(const Vec3<UInt32>& invocations, Record&& record) {
-  if (!_isMeasured) return record();
+  if (!_isMeasured || _recordings.IsOpen()) return record();
   DrawportCommandList& list = _current.GetCommandList();
   OSTRA_RETURN_IF_ERROR(_measured.Reserve(_measured.GetCount() + 1));
   OSTRA_ASSIGN_OR_RETURN(const UInt64 number, list.BeginTimedWork());
@@ -128,9 +129,11 @@ Result<void> ParallelProgramGPUImpl::DispatchIndirectKernel(const InternedId& bu
   const RunningCall call;
   OSTRA_ASSIGN_OR_RETURN(GpuKernel & kernel, GetRunnableKernel());
   OSTRA_RETURN_IF_ERROR(CheckContext(kernel));
+  OSTRA_RETURN_IF_ERROR(_recordings.CheckDispatch(kernel));
   if (!disableBarrier) OSTRA_RETURN_IF_ERROR(AddMemoryBarrier());
   const DataBufferEntry* entry = FindBufferEntry(_buffers, buffer);
   if (!entry || !entry->_deviceBuffer) return OSTRA_ILLEGAL_STATE("trying to dispatch indirect from unknown buffer");
+  OSTRA_RETURN_IF_ERROR(_recordings.NoteBuffer(*entry, _buffers));
   return RecordReported(kernel, {}, [&] {
     return kernel.compute->DispatchIndirect(_current.GetCommandList(), *entry->_deviceBuffer, offset);
   });

@@ -10,15 +10,17 @@
 #include "parallelprogram/device/device_textures.h"
 #include "parallelprogram/gpu/copy_kernel.h"
 #include "parallelprogram/gpu/gpu_kernel.h"
+#include "parallelprogram/gpu/gpu_recordings.h"
 #include "parallelprogram/program/counter_reads_interface.h"
 #include "parallelprogram/program/dispatch_times_interface.h"
 #include "parallelprogram/program/parallel_program.h"
+#include "parallelprogram/program/recorded_dispatches_interface.h"
 
 namespace ostra {
 
 class ParallelProgramGPUImpl final
     : public Component<ParallelProgramGPUImpl, ParallelProgramInterface, CounterReadsInterface, DispatchTimesInterface,
-                       KernelReportInterface> {
+                       KernelReportInterface, RecordedDispatchesInterface> {
  public:
   static constexpr const char* kComponentName = "ParallelProgramGPUImpl";
 
@@ -105,6 +107,12 @@ class ParallelProgramGPUImpl final
   void SetStepLimit(UInt32 steps) override { _prints.SetStepLimit(steps); }
   void SetTrace(const KernelTrace& trace) override { _prints.SetTrace(trace); }
   Result<KernelPrints> TakePrints() override;
+  Result<void> BeginRecording() override;
+  Result<UInt64> EndRecording() override;
+  Result<void> SetRecordedUniform(UInt64 number, const InternedId& kernelId, const InternedId& attr,
+                                  ForwardingDataPtr&& data) override;
+  Result<void> Replay(UInt64 number, Int times) override;
+  Result<void> ReleaseRecording(UInt64 number) override;
 
  private:
   // Context.
@@ -223,6 +231,7 @@ class ParallelProgramGPUImpl final
     Int contextNumber;  // this context knows the time by
   };
   BaseArray<MeasuredDispatch> _measured;
+  GpuRecordings _recordings;
 };
 
 }  // namespace ostra

@@ -156,6 +156,7 @@ Result<void> ParallelProgramCPUImpl::UpdateUniformBufferData(const InternedId& a
 
 Result<void> ParallelProgramCPUImpl::CopyBufferData(const InternedId& sourceAttr, const InternedId& targetAttr,
                                                     Int count, Int sourceOffset, Int targetOffset) {
+  OSTRA_RETURN_IF_ERROR(CheckNotRecording());
   const BufferSlot* sourceSlot = FindBuffer(_buffers, sourceAttr);
   if (!sourceSlot) return OSTRA_ILLEGAL_ARGUMENT("source buffer could not be found");
   const BufferSlot* targetSlot = FindBuffer(_buffers, targetAttr);
@@ -174,6 +175,7 @@ Result<void> ParallelProgramCPUImpl::CopyBufferData(const InternedId& sourceAttr
 
 Result<void> ParallelProgramCPUImpl::CopyBufferDataBytes(const InternedId& sourceAttr, const InternedId& targetAttr,
                                                          Int bytesCount, Int sourceBytesOffset, Int targetBytesOffset) {
+  OSTRA_RETURN_IF_ERROR(CheckNotRecording());
   const BufferSlot* sourceSlot = FindBuffer(_buffers, sourceAttr);
   if (!sourceSlot) return OSTRA_ILLEGAL_ARGUMENT("source buffer could not be found");
   const BufferSlot* targetSlot = FindBuffer(_buffers, targetAttr);

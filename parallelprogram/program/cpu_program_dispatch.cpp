@@ -219,6 +219,8 @@ Result<void> CheckWorkGroup(const Vec3<UInt32>& size, const InternedId& kernelId
 }  // namespace
 
 Result<void> ParallelProgramCPUImpl::DispatchKernel(UInt32 countX, UInt32 countY, UInt32 countZ, Bool) {
+  if (_openRecording) [[unlikely]]
+    return RecordDispatch({countX, countY, countZ});
   const MonitorScope scope("dispatch kernel");
   if (_isMeasured) [[unlikely]]
     return MeasureDispatch(countX, countY, countZ);
@@ -294,6 +296,10 @@ Result<void> ParallelProgramCPUImpl::DispatchKernelComplex(UInt32 countX, UInt32
 }
 
 Result<void> ParallelProgramCPUImpl::DispatchIndirectKernel(const InternedId& buffer, UInt32 offset, Bool) {
+  return _openRecording ? RecordIndirect(buffer, offset) : RunIndirect(buffer, offset);
+}
+
+Result<void> ParallelProgramCPUImpl::RunIndirect(const InternedId& buffer, UInt32 offset) {
   OSTRA_ASSIGN_OR_RETURN(KernelEntry & entry, GetRunnableKernel());
   const BufferSlot* slot = FindBuffer(_buffers, buffer);
   if (!slot) return OSTRA_ILLEGAL_ARGUMENT("buffer for update could not be found");

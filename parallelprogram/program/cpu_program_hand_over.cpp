@@ -96,8 +96,13 @@ void ParallelProgramCPUImpl::HandOverResized(const BufferSlot& slot) {
   }
 }
 
-// An update that fails takes back what it has not handed over again: addresses from the update before may be old.
 Result<void> ParallelProgramCPUImpl::UpdateUniforms() {
+  OSTRA_RETURN_IF_ERROR(UpdateActiveKernel());
+  return _openRecording ? RecordUpdate() : Result<void>(OK);
+}
+
+// An update that fails takes back what it has not handed over again: addresses from the update before may be old.
+Result<void> ParallelProgramCPUImpl::UpdateActiveKernel() {
   OSTRA_ASSIGN_OR_RETURN(KernelEntry & entry, GetRunnableKernel());
   const Int linkCount = entry.bufferLinks.GetCount() + entry.textureLinks.GetCount() + entry.atomicLinks.GetCount();
   OSTRA_RETURN_IF_ERROR(entry.handedOver.Reserve(linkCount));

@@ -1,10 +1,12 @@
 // ParallelProgramCPUImpl: state and helpers. Its methods are grouped by file: kernels and links, buffers, resources
-// (counters, uniforms, hand-over to the kernel), noises, textures, dispatch.
+// (counters, uniforms, hand-over to the kernel), noises, textures, dispatch,
+// recordings.
 #pragma once
 
 #include "ostra/core/atomic.h"
 #include "ostra/core/data_dictionary.h"
 #include "ostra/core/intrusive_list.h"
+#include "ostra/core/owned.h"
 #include "ostra/render/render_noise.h"
 #include "parallelprogram/program/dispatch_stop_interface.h"
 #include "parallelprogram/program/dispatch_times_interface.h"
@@ -14,6 +16,8 @@
 #include "parallelprogram/program/kernel_report.h"
 #include "parallelprogram/program/parallel_program.h"
 #include "parallelprogram/program/parameter_checks.h"
+#include "parallelprogram/program/recorded_dispatches_interface.h"
+#include "parallelprogram/program/recorded_resources.h"
 #include "parallelprogram/program/unknown_names.h"
 #include "parallelprogram/textures/texture_factory.h"
 
@@ -24,7 +28,7 @@ using BufferSlot = Array<Generic>;
 
 class ParallelProgramCPUImpl final
     : public Component<ParallelProgramCPUImpl, ParallelProgramInterface, DispatchTimesInterface, DispatchStopInterface,
-                       KernelReportInterface> {
+                       KernelReportInterface, RecordedDispatchesInterface> {
  public:
   static constexpr const char* kComponentName = "ParallelProgramCPUImpl";
 
@@ -108,6 +112,12 @@ class ParallelProgramCPUImpl final
   void SetStepLimit(UInt32 steps) override { _prints.SetStepLimit(steps); }
   void SetTrace(const KernelTrace& trace) override { _prints.SetTrace(trace); }
   Result<KernelPrints> TakePrints() override;
+  Result<void> BeginRecording() override;
+  Result<UInt64> EndRecording() override;
+  Result<void> SetRecordedUniform(UInt64 number, const InternedId& kernelId, const InternedId& attr,
+                                  ForwardingDataPtr&& data) override;
+  Result<void> Replay(UInt64 number, Int times) override;
+  Result<void> ReleaseRecording(UInt64 number) override;
 
  private:
   struct BufferNode : ListNode<BufferNode> {
@@ -160,6 +170,36 @@ class ParallelProgramCPUImpl final
     }
   };
 
+  // A recording makes its calls with kernel objects of its own: those of the program keep what they were given.
+  struct RecordedKernel {
+    InternedId id;
+    KernelEntry entry;
+  };
+  struct RecordedStep {
+    enum class Kind { Update, Dispatch, DispatchIndirect, SetCounter } kind = Kind::Update;
+    Int kernel = 0;  // index
+    // Of an update: links and values as they were.
+    DataDictionary bufferLinks, uniforms, atomicLinks, textureLinks;
+    Vec3<UInt32> invocations;
+    InternedId buffer;  // with counts of work groups
+    UInt32 offset = 0;
+    AtomicUInt32* counter = nullptr;
+    UInt32 value = 0;
+  };
+  struct Recording {
+    UInt64 number = 0;
+    BaseArray<Owned<RecordedKernel>> kernels;
+    BaseArray<RecordedStep> steps;
+    RecordedResources resources;
+
+    // The index of a kernel; the count of kernels when there is none.
+    Int FindKernel(const InternedId& id) const {
+      Int index = 0;
+      while (index < kernels.GetCount() && kernels[index]->id != id) ++index;
+      return index;
+    }
+  };
+
   // The active kernel. Error: illegal state "no active kernel set".
   Result<KernelEntry&> GetActiveKernel() const;
   // The same, with a kernel object that can run.
@@ -195,7 +235,10 @@ class ParallelProgramCPUImpl final
   // Hands a buffer over again that has moved, to every kernel that holds it.
   void HandOverResized(const BufferSlot& slot);
 
+  // Hands everything over to the active kernel.
+  Result<void> UpdateActiveKernel();
   Result<void> RunDispatch(UInt32 countX, UInt32 countY, UInt32 countZ);
+  Result<void> RunIndirect(const InternedId& buffer, UInt32 offset);
   Result<void> RunUnreported(UInt32 countX, UInt32 countY, UInt32 countZ);
   // Error: illegal state when a stop was requested.
   Result<void> CheckStop() const;
@@ -204,6 +247,18 @@ class ParallelProgramCPUImpl final
   Result<void> MeasureDispatch(UInt32 countX, UInt32 countY, UInt32 countZ);
   Result<void> DispatchKernelSimple(UInt32 count);
   Result<void> DispatchKernelComplex(UInt32 countX, UInt32 countY, UInt32 countZ);
+
+  // Recordings. Record... append a step to the open one; errors: those that the call itself would have had before it
+  // ran.
+  Result<Recording&> FindRecording(UInt64 number);
+  // Error: illegal state while dispatches are recorded.
+  Result<void> CheckNotRecording() const;
+  Result<void> RecordUpdate();
+  Result<void> RecordDispatch(const Vec3<UInt32>& invocations);
+  Result<void> RecordIndirect(const InternedId& buffer, UInt32 offset);
+  // The active kernel in the open recording, after an update. Error: illegal state when it was not updated yet.
+  Result<Int> FindRecordedKernel() const;
+  Result<void> RunStep(Recording& recording, RecordedStep& step);
 
   // Storage outlives names: links keep working when a resource is replaced by name.
   IntrusiveList<BufferNode> _bufferStorage;    // freed by Reset
@@ -221,6 +276,9 @@ class ParallelProgramCPUImpl final
   BaseArray<InternedId> _noiseModeNames;
   BaseArray<InternedId> _noiseSeedNames;
   KernelEntry* _activeKernel = nullptr;
+  std::optional<Recording> _openRecording;  // that has begun
+  BaseArray<Recording> _recordings;
+  UInt64 _lastRecording = 0;
   HashMap<InternedId, KernelEntry> _kernels;
 };
 

@@ -118,6 +118,8 @@ Result<ParallelProgramCPUImpl::KernelEntry&> ParallelProgramCPUImpl::GetRunnable
 // What is kept: the noise names, so that the program needs no other Init, and the storage of the counters, whose
 // addresses are good as long as the program. The counters' names are forgotten.
 Result<void> ParallelProgramCPUImpl::Reset() {
+  _openRecording.reset();
+  _recordings.Clear();
   _kernels.Reset();
   _activeKernel = nullptr;
   _activeKernelId = InternedId();

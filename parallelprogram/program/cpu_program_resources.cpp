@@ -36,6 +36,14 @@ Result<void> ParallelProgramCPUImpl::SetAtomicCounterToActiveKernel(const Intern
 Result<void> ParallelProgramCPUImpl::SetAtomicCounter(const InternedId& attr, UInt32 value) {
   AtomicUInt32* counter = FindCounter(_counters, attr);
   if (!counter) return OSTRA_ILLEGAL_ARGUMENT("atomic identifier not found");
+  if (_openRecording) {
+    RecordedStep step;
+    step.kind = RecordedStep::Kind::SetCounter;
+    step.counter = counter;
+    step.value = value;
+    OSTRA_RETURN_IF_ERROR(_openRecording->steps.Append(std::move(step)));
+    return OK;
+  }
   counter->Exchange(value);
   return OK;
 }

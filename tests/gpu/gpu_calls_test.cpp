@@ -1,4 +1,5 @@
 // What the GPU program asks of the GPU layer, call by call.
+#include "parallelprogram/program/recorded_dispatches_interface.h"
 #include "tests/gpu/calls_fixture.h"
 
 namespace ostra::test {
@@ -30,6 +31,13 @@ TEST_F(GpuCallsTest, AStoreGoesThroughStagingMemoryInChunks) {
   ASSERT_THAT(data, IsOk());
   EXPECT_EQ((*data->Get<Array<Float32>>())[1999], 17999.0f);
   EXPECT_THAT(TakeCalls(), ElementsAre("staging 8000 use 32", "map 1 at 64000 of 8000", "unmap 1", "release"));
+}
+
+TEST_F(GpuCallsTest, ALayerThatCannotRecordSaysSo) {
+  auto* const recordings = FindInterface<RecordedDispatchesInterface>(*program);
+  ASSERT_TRUE(recordings);
+  EXPECT_THAT(recordings->BeginRecording(), IsErrorContaining(kNotImplementedError, "cannot record work"));
+  EXPECT_THAT(recordings->EndRecording(), IsErrorOfKind(kIllegalStateError));
 }
 
 TEST_F(GpuCallsTest, ChunksHoldWholeElements) {

@@ -3,6 +3,7 @@
 #include <sstream>
 
 #include "parallelprogram/program/counter_reads_interface.h"
+#include "parallelprogram/program/recorded_dispatches_interface.h"
 #include "parallelprogram/textures/sampling_data.h"
 #include "parallelprogram/textures/texture_bind_data.h"
 #include "tests/gpu/counted_programs_fixture.h"
@@ -84,6 +85,15 @@ class GpuBufferCountsTest : public GpuDriverCountsTest, public testing::WithPara
     SetDrawportDirectMapping(GetParam());
     GpuDriverCountsTest::SetUp();
   }
+  // Dispatches with the steps 0, 1 and so on, each with values of its own.
+  static UInt64 Record(ParallelProgramInterface& program, RecordedDispatchesInterface& recordings, int count) {
+    Take(recordings.BeginRecording());
+    for (int i = 0; i < count; ++i) {
+      Take(program.SetUniform("step"_iid, Float32(i)));
+      Dispatch(program);
+    }
+    return Take(recordings.EndRecording());
+  }
   std::string GetName(const char* workload) const { return std::string(workload) + (GetParam() ? "/seen" : "/unseen"); }
 };
 INSTANTIATE_TEST_SUITE_P(Memory, GpuBufferCountsTest, testing::Bool(),
@@ -110,6 +120,41 @@ TEST_P(GpuBufferCountsTest, AThousandDispatchesAreOneSubmission) {
     Take(program->Execute(true));
   });
   EXPECT_EQ(ReadFirst(*program, "target"_iid), 999);
+}
+
+TEST_P(GpuBufferCountsTest, AThousandDispatchesAreRecordedWithoutASubmission) {
+  const ParallelProgramRef program = MakeStepProgram();
+  auto& recordings = *FindInterface<RecordedDispatchesInterface>(*program);
+  Take(program->Execute(true));
+  UInt64 recording = 0;
+  ExpectCounts(GetName("recording_1000"), [&] { recording = Record(*program, recordings, 1000); });
+  Take(recordings.Replay(recording, 1));
+  EXPECT_EQ(ReadFirst(*program, "target"_iid), 999);
+}
+
+TEST_P(GpuBufferCountsTest, AReplayOfAThousandDispatchesCostsASubmission) {
+  const ParallelProgramRef program = MakeStepProgram();
+  auto& recordings = *FindInterface<RecordedDispatchesInterface>(*program);
+  const UInt64 recording = Record(*program, recordings, 1000);
+  Take(recordings.Replay(recording, 1));
+  Take(program->Execute(true));
+  ExpectCounts(GetName("replays_10_of_1000"), [&] {
+    for (int i = 0; i < 10; ++i) {
+      Take(recordings.Replay(recording, 1));
+      Take(program->Execute(false));
+    }
+    Take(program->Execute(true));
+  });
+  EXPECT_EQ(ReadFirst(*program, "target"_iid), 999);
+  ExpectCounts(GetName("new_values_10_of_1000"), [&] {
+    for (int i = 0; i < 10; ++i) {
+      Take(recordings.SetRecordedUniform(recording, "k"_iid, "step"_iid, Float32(i)));
+      Take(recordings.Replay(recording, 1));
+      Take(program->Execute(false));
+    }
+    Take(program->Execute(true));
+  });
+  EXPECT_EQ(ReadFirst(*program, "target"_iid), 9);
 }
 
 TEST_P(GpuBufferCountsTest, EachReadOfACounterStopsTheHost) {

@@ -1,0 +1,78 @@
+// Recordings of the GPU program: dispatches that are recorded once and replayed.
+#include <algorithm>
+
+#include "ostra/core/format.h"
+#include "parallelprogram/gpu/gpu_program_impl.h"
+#include "parallelprogram/gpu/running_call.h"
+
+OSTRA_UNIT("parallelprogram_gpu_impl");
+
+namespace ostra {
+
+namespace {
+
+// Gives the recorded dispatches of a program another value of a uniform.
+Result<void> Update(DrawportCommandList& list, UInt64 work, const GpuRecording::Program& used, const InternedId& attr,
+                    const Data& value) {
+  const GpuComputeProgram& program = used.program;
+  const DrawportParameterHandle handle = program.factory->GetParameterHandle(attr);
+  if (!handle) return OSTRA_ILLEGAL_ARGUMENT("The kernel \"@\" has no uniform \"@\".", used.kernel->id, attr);
+  const Block<const DrawportParameter> parameters = program.item->GetSpecification().GetParameters().GetBlock();
+  OSTRA_RETURN_IF_ERROR(
+      SetParameterValue({*program.factory, *program.values}, handle, attr, value, FindWideType(parameters, attr)));
+  return list.UpdateRecordedParameter(work, *program.factory, *program.values, handle);
+}
+
+// The same for the table `attr` of a noise, with its seed.
+Result<void> UpdateNoise(DrawportCommandList& list, UInt64 work, const GpuRecording::Program& used,
+                         const InternedId& attr, const Data& seed) {
+  const GpuComputeProgram& program = used.program;
+  const DrawportParameterHandle handle = program.factory->GetParameterHandle(attr);
+  if (!handle) return OK;
+  OSTRA_RETURN_IF_ERROR(BindNoiseTable({*program.factory, *program.values}, handle, &seed));
+  return list.UpdateRecordedParameter(work, *program.factory, *program.values, handle);
+}
+
+}  // namespace
+
+Result<void> ParallelProgramGPUImpl::BeginRecording() { return _recordings.Begin(_current, _contextNumber); }
+Result<UInt64> ParallelProgramGPUImpl::EndRecording() { return _recordings.End(_current); }
+
+Result<void> ParallelProgramGPUImpl::ReleaseRecording(UInt64 number) { return _recordings.Release(_current, number); }
+
+Result<void> ParallelProgramGPUImpl::Replay(UInt64 number, Int times) {
+  const RunningCall call;
+  OSTRA_ASSIGN_OR_RETURN(const GpuRecording& recording, _recordings.Find(number));
+  if (times < 0) return OSTRA_ILLEGAL_ARGUMENT("A recording cannot be replayed @ times.", times);
+  if (_recordings.IsOpen())
+    return OSTRA_ILLEGAL_STATE("A recording cannot be replayed while dispatches are being recorded.");
+  if (recording.contextNumber != _contextNumber)
+    return OSTRA_ILLEGAL_STATE(
+        "The context was replaced since the dispatches were recorded: they have to be recorded again.");
+  OSTRA_RETURN_IF_ERROR(recording.CheckUnchanged(_buffers, _textures));
+  for (Int i = 0; i < times; ++i) OSTRA_RETURN_IF_ERROR(_current.GetCommandList().ReplayWork(recording.work));
+  return OK;
+}
+
+Result<void> ParallelProgramGPUImpl::SetRecordedUniform(UInt64 number, const InternedId& kernelId,
+                                                        const InternedId& attr, ForwardingDataPtr&& data) {
+  OSTRA_ASSIGN_OR_RETURN(const GpuRecording& recording, _recordings.Find(number));
+  if (data.IsEmpty()) return OSTRA_ILLEGAL_ARGUMENT("The uniform \"@\" was given no value.", attr);
+  OSTRA_ASSIGN_OR_RETURN(const Data value, std::move(data).Take());
+  if (std::find(_noiseModeNames.begin(), _noiseModeNames.end(), attr) != _noiseModeNames.end())
+    return OSTRA_ILLEGAL_ARGUMENT("The mode of a noise, \"@\", cannot be changed in recorded dispatches.", attr);
+  DrawportCommandList& list = _current.GetCommandList();
+  const Int noise = std::find(_noiseSeedNames.begin(), _noiseSeedNames.end(), attr) - _noiseSeedNames.begin();
+  Bool isKnown = false;
+  for (const GpuRecording::Program& used : recording.programs) {
+    if (used.kernel->id != kernelId) continue;
+    isKnown = true;
+    OSTRA_RETURN_IF_ERROR(Update(list, recording.work, used, attr, value));
+    if (noise < _noiseSeedNames.GetCount())
+      OSTRA_RETURN_IF_ERROR(UpdateNoise(list, recording.work, used, _noiseDataNames[noise], value));
+  }
+  if (isKnown) return OK;
+  return OSTRA_ILLEGAL_ARGUMENT("The recording has no dispatch of a kernel \"@\".", kernelId);
+}
+
+}  // namespace ostra
