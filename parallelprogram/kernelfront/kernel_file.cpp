@@ -102,12 +102,12 @@ std::string KernelFile::Print(std::string_view laneForms) const {
   return MakeHead() + MakeBody() + MakeTail(laneForms);
 }
 
-std::string KernelFile::PrintGroups(std::string_view groupClass) const {
+std::string KernelFile::PrintGroups(std::string_view groupClass, std::string_view laneForms) const {
   std::string head = MakeHead();
   // Behind the first header, which may be precompiled.
   head.insert(head.find('\n') + 1, "#include \"parallelprogram/program/kernel_groups.h\"\n");
   return Join({head, MakeLineMark(1, _file), _text.Take(0, _kernel.begin), "\n", MakeLineMark(_kernel.endLine, _file),
-               _text.Take(_kernel.end, _text.GetSize()), "\n", groupClass, MakeTail("")});
+               _text.Take(_kernel.end, _text.GetSize()), "\n", groupClass, MakeTail(laneForms)});
 }
 
 void KernelFile::CheckWords(const EditedText& text) {

@@ -31,7 +31,7 @@ class KernelFile {
   // The whole C++ source; the wide forms (lane_forms.h) stand behind the kernel's class.
   std::string Print(std::string_view laneForms) const;
   // The same with `groupClass` (group_code.h) in place of the kernel.
-  std::string PrintGroups(std::string_view groupClass) const;
+  std::string PrintGroups(std::string_view groupClass, std::string_view laneForms) const;
 
   const std::string& GetKernelName() const { return _kernel.name; }
   // The record of parameters, with the noises of a kernel that has some.

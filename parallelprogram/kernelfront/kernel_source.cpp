@@ -12,7 +12,6 @@
 #include "parallelprogram/kernelfront/lane_forms.h"
 #include "parallelprogram/kernelfront/plain_kernel.h"
 #include "parallelprogram/kernelfront/struct_types.h"
-#include "parallelprogram/kernellanguage/group_code.h"
 #include "parallelprogram/kernellanguage/literal.h"
 
 OSTRA_UNIT("kernelfront");
@@ -93,10 +92,10 @@ std::optional<Int> CountNoiseCalls(const kernellanguage::AnalyzedKernel& kernel)
 }
 
 // A kernel whose invocations exchange values runs a group at a time.
-std::string PrintGroups(const kernelfront::KernelFile& file, const kernellanguage::AnalyzedKernel& kernel) {
-  const auto code = kernellanguage::PrintGroupCode(
-      kernel, {.className = file.GetKernelName(), .parameters = file.MakeParametersName()});
-  if (!code.refusal) return file.PrintGroups(code.text);
+std::string PrintGroups(const kernelfront::KernelFile& file, const kernellanguage::AnalyzedKernel& kernel,
+                        Bool isScalar) {
+  const auto code = kernelfront::PrintGroupCode(file, kernel);
+  if (!code.refusal) return file.PrintGroups(code.text, isScalar ? "" : kernelfront::MakeGroupForms(file, code));
   kernelfront::Fail(kernel.sources,
                     {.offset = code.refusal->offset,
                      .text = Join({code.refusal->reason, ", in a kernel whose invocations exchange values"})});
@@ -256,7 +255,7 @@ Result<String> KernelReading::GenerateSource() const {
     // What reports is not about speed.
     const Bool isScalar = _state->options.isScalar || !read.reportTable.empty();
     const std::string printed =
-        hasGroups ? PrintGroups(read.file, read.kernel)
+        hasGroups ? PrintGroups(read.file, read.kernel, isScalar)
                   : read.file.Print(isScalar ? "" : kernelfront::MakeLaneForms(read.file, read.kernel));
     return read.plain ? kernelfront::MapLines(printed, *read.plain, *read.origin) : printed;
   });

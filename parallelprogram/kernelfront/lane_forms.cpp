@@ -23,40 +23,84 @@ Bool IsLarge(const kernellanguage::SourceMap& sources) {
   return size > kMaxText;
 }
 
+kernellanguage::NotUnderstood MakeTooLarge(const kernellanguage::AnalyzedKernel& kernel) {
+  return {kernel.tree.nodes[kernel.tree.kernel].offset, "a text of more than 256 KiB"};
+}
+
 kernellanguage::LaneCode PrintCode(const KernelFile& file, const kernellanguage::AnalyzedKernel& kernel) {
   if (kernel.notUnderstood) return {"", kernel.notUnderstood};
-  if (IsLarge(kernel.sources)) {
-    const auto offset = kernel.tree.nodes[kernel.tree.kernel].offset;
-    return {"", kernellanguage::NotUnderstood{offset, "a text of more than 256 KiB"}};
-  }
+  if (IsLarge(kernel.sources)) return {"", MakeTooLarge(kernel)};
   return kernellanguage::PrintLaneCode(kernel,
                                        {.className = file.GetKernelName(), .parameters = file.MakeParametersName()});
 }
 
-// How a kernel runs whose invocations exchange values; the place is that of its first barrier.
-kernellanguage::Diagnostic ExplainGroups(const kernellanguage::AnalyzedKernel& kernel) {
-  const auto& size = kernel.resolved.groupSize;
-  kernellanguage::Diagnostic note{
-      .severity = kernellanguage::Severity::kNote,
-      .offset = kernel.tree.nodes[kernel.tree.kernel].offset,
-      .text = Join({"no wide form but whole groups of ", std::to_string(UInt64{size[0]} * size[1] * size[2]),
-                    " invocations, one after the other"})};
+// The lines of the barriers, or that there are none.
+std::string ListBarriers(const kernellanguage::AnalyzedKernel& kernel) {
   std::string lines;
   for (kernellanguage::NodeIndex node = 0; node < kernel.tree.nodes.size(); ++node) {
     if (!kernel.tree.Is(node, kernellanguage::NodeKind::kBarrier)) continue;
-    const auto offset = kernel.tree.nodes[node].offset;
-    if (lines.empty()) note.offset = offset;
-    lines += Join({lines.empty() ? "" : ", ", std::to_string(kernel.sources.Locate(offset).line)});
+    const auto line = kernel.sources.Locate(kernel.tree.nodes[node].offset).line;
+    lines += Join({lines.empty() ? "" : ", ", std::to_string(line)});
   }
-  note.text += lines.empty() ? ", without a barrier" : Join({", cut at the barriers in line ", lines});
-  return note;
+  return lines.empty() ? ", without a barrier" : Join({", cut at the barriers in line ", lines});
+}
+
+// How a kernel runs whose invocations exchange values, and why not in lanes. The place is that of the first reason.
+std::string ExplainGroups(const KernelFile& file, const kernellanguage::AnalyzedKernel& kernel) {
+  const kernellanguage::GroupCode code = PrintGroupCode(file, kernel);
+  if (code.refusal || code.laneRefusals.empty()) return "";
+  const auto& [offset, reason] = code.laneRefusals.front();
+  const auto& size = kernel.resolved.groupSize;
+  const std::string groups =
+      Join({"whole groups of ", std::to_string(UInt64{size[0]} * size[1] * size[2]), " invocations"});
+  const std::string text =
+      code.lanes.empty()
+          ? Join({"no wide form because of ", reason, ", but ", groups, ", one after the other", ListBarriers(kernel)})
+          : Join({"no wide form of this and what lies between the same barriers because of ", reason, "; ", groups,
+                  ListBarriers(kernel), ", of which ", std::to_string(code.laneRefusals.size()), " of ",
+                  std::to_string(code.pieceCount), " parts run one invocation after the other"});
+  return kernellanguage::FormatDiagnostic(
+      kernel.sources, {.severity = kernellanguage::Severity::kNote, .offset = offset, .text = text});
+}
+
+// The forms of all levels. `code` is compiled with `include` in a namespace of the level, and again for half as many
+// lanes where `isPaired`; `specialize` gives what makes the form of a level known.
+template <class Specialize>
+std::string MakeForms(std::string_view code, Bool isPaired, Specialize&& specialize) {
+  std::string forms;
+  const auto open = [&forms] {
+    forms += "#include \"ostra/math/lanes/level_begin.inl\"\n";
+    forms += Join({kOpenNamespaces, " namespace OSTRA_LANES {\nusing namespace ::ostra::OSTRA_LANES;\n"});
+  };
+  const auto closeNamespaces = [&forms] { forms += Join({"} ", kCloseNamespaces, "\n"}); };
+  const auto closeLevel = [&forms] { forms += "#include \"ostra/math/lanes/level_end.inl\"\n"; };
+  for (const Level& level : kLevels) {
+    const Bool hasPairs = isPaired && level.number == "2";
+    forms += Join({"#if OSTRA_KERNEL_HAS_LANES(", level.number, ")\n#define OSTRA_LANE_LEVEL ", level.number, "\n"});
+    forms += Join({"#include \"parallelprogram/program/kernel_lane", hasPairs ? "_pairs" : "s", ".inl\"\n"});
+    if (hasPairs) {
+      // The form for what is left of a row.
+      open();
+      forms += code;
+      closeNamespaces();
+      closeLevel();
+      forms += "#define OSTRA_LANE_PAIRS\n";
+    }
+    open();
+    const auto [loops, form] = specialize(level.name, hasPairs);
+    forms += Join({code, "using OstraLoops = ", loops, ";\n"});
+    closeNamespaces();
+    forms += Join({"namespace ostra::kernel {\ntemplate <>\nstruct ", form, " : OSTRA_LANES::OstraLoops {};\n}\n"});
+    closeLevel();
+    forms += Join({hasPairs ? "#undef OSTRA_LANE_PAIRS\n" : "", "#undef OSTRA_LANE_LEVEL\n#endif\n"});
+  }
+  return forms;
 }
 
 }  // namespace
 
 std::string ExplainLaneForms(const KernelFile& file, const kernellanguage::AnalyzedKernel& kernel) {
-  if (kernel.IsUnderstood() && kernel.groups.isNeeded)
-    return kernellanguage::FormatDiagnostic(kernel.sources, ExplainGroups(kernel));
+  if (kernel.IsUnderstood() && kernel.groups.isNeeded) return ExplainGroups(file, kernel);
   const auto code = PrintCode(file, kernel);
   if (!code.refusal) return "";
   return kernellanguage::FormatDiagnostic(kernel.sources, {.severity = kernellanguage::Severity::kNote,
@@ -92,36 +136,31 @@ std::string MakeLaneForms(const KernelFile& file, const kernellanguage::Analyzed
   const std::string& name = file.GetKernelName();
   const auto code = PrintCode(file, kernel);
   if (code.refusal) return "";
-  std::string forms;
-  const auto open = [&forms] {
-    forms += "#include \"ostra/math/lanes/level_begin.inl\"\n";
-    forms += Join({kOpenNamespaces, " namespace OSTRA_LANES {\nusing namespace ::ostra::OSTRA_LANES;\n"});
-  };
-  const auto closeNamespaces = [&forms] { forms += Join({"} ", kCloseNamespaces, "\n"}); };
-  const auto closeLevel = [&forms] { forms += "#include \"ostra/math/lanes/level_end.inl\"\n"; };
-  for (const Level& level : kLevels) {
-    const Bool isPaired = code.isPaired && level.number == "2";
-    forms += Join({"#if OSTRA_KERNEL_HAS_LANES(", level.number, ")\n#define OSTRA_LANE_LEVEL ", level.number, "\n"});
-    forms += Join({"#include \"parallelprogram/program/kernel_lane", isPaired ? "_pairs" : "s", ".inl\"\n"});
-    if (isPaired) {
-      // The form for what is left of a row.
-      open();
-      forms += code.text;
-      closeNamespaces();
-      closeLevel();
-      forms += "#define OSTRA_LANE_PAIRS\n";
-    }
-    open();
-    const std::string form = Join({"Ostra", name, "Lanes"});
-    forms += Join({code.text, "using OstraLoops = LaneLoops<", form, ", OstraGroupSize",
-                   isPaired ? Join({", lanes16::", form}) : "", ">;\n"});
-    closeNamespaces();
-    forms += Join({"namespace ostra::kernel {\ntemplate <>\nstruct LaneForm<", name,
-                   "Body, InstructionLevel::", level.name, "> : OSTRA_LANES::OstraLoops {};\n}\n"});
-    closeLevel();
-    forms += Join({isPaired ? "#undef OSTRA_LANE_PAIRS\n" : "", "#undef OSTRA_LANE_LEVEL\n#endif\n"});
+  const std::string lanes = Join({"Ostra", name, "Lanes"});
+  return MakeForms(code.text, code.isPaired, [&](std::string_view level, Bool hasPairs) {
+    const std::string half = hasPairs ? Join({", lanes16::", lanes}) : "";
+    return std::pair(Join({"LaneLoops<", lanes, ", OstraGroupSize", half, ">"}),
+                     Join({"LaneForm<", name, "Body, InstructionLevel::", level, ">"}));
+  });
+}
+
+kernellanguage::GroupCode PrintGroupCode(const KernelFile& file, const kernellanguage::AnalyzedKernel& kernel) {
+  auto code = kernellanguage::PrintGroupCode(
+      kernel, {.className = file.GetKernelName(), .parameters = file.MakeParametersName()});
+  if (IsLarge(kernel.sources)) {
+    code.lanes.clear();
+    code.laneRefusals = {MakeTooLarge(kernel)};
   }
-  return forms;
+  return code;
+}
+
+std::string MakeGroupForms(const KernelFile& file, const kernellanguage::GroupCode& code) {
+  if (code.lanes.empty()) return "";
+  const std::string& name = file.GetKernelName();
+  return MakeForms(code.lanes, false, [&](std::string_view level, Bool) {
+    return std::pair(Join({"GroupLoops<Ostra", name, "Lanes, OstraGroupSize>"}),
+                     Join({"GroupForm<", name, "Body, InstructionLevel::", level, ">"}));
+  });
 }
 
 }  // namespace ostra::kernelfront

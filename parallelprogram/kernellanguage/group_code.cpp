@@ -25,11 +25,37 @@ void GroupPrinter::Line(std::initializer_list<std::string_view> parts) {
 void GroupPrinter::MarkLine(NodeIndex node) { _piece += MakeLineDirective(_sources.Locate(_tree.nodes[node].offset)); }
 
 void GroupPrinter::EndPiece() {
-  if (_piece.empty()) return;
-  const std::string repeated = RepeatedDeclarations();
-  _text += Join({kBeginPiece, repeated, _piece, "});\n"});
+  for (const GroupPiece::Item& item : _items.items) AddItem(item);
+  if (!_piece.empty()) {
+    std::string repeated;
+    _items.repeated = TakeRepeated();
+    for (const NodeIndex variable : _items.repeated)
+      repeated += Join({"[[maybe_unused]] const ", VariableText(variable, UniqueName(variable)), ";\n"});
+    const std::string_view guard =
+        _earlyReturn == kNoNode ? "" : "if (ostraMemory.ostraHasReturned[ostraNumber]) return;\n";
+    const std::string scalar = Join({kBeginPiece, guard, repeated, _piece, "});\n"});
+    _text += _lanes ? PieceInLanes(scalar) : scalar;
+    ++_pieceCount;
+  }
   _piece.clear();
-  ++_pieceCount;
+  _kept.clear();
+  _items = {};
+}
+
+// To the loop over the invocations.
+void GroupPrinter::AddItem(const GroupPiece::Item& item) {
+  switch (item.kind) {
+    case GroupPiece::Kind::kStatement:
+      return Statement(item.node);
+    case GroupPiece::Kind::kVariable:
+      return Declare(item.node);
+    case GroupPiece::Kind::kCondition:
+      MarkLine(item.node);
+      return Line({"ostraCondition = static_cast<Bool>(", Expression(item.node), ");"});
+    case GroupPiece::Kind::kStep:
+      MarkLine(item.node);
+      return Line({Expression(Child(item.node, 2)), ";"});
+  }
 }
 
 void GroupPrinter::Outside(std::initializer_list<std::string_view> parts) {
@@ -42,6 +68,7 @@ void GroupPrinter::Run() {
   _text.clear();
   _constants.clear();
   _pieceCount = 0;
+  if (_earlyReturn != kNoNode) _text = "for (Bool& hasReturned : ostraMemory.ostraHasReturned) hasReturned = false;\n";
   Cut(Child(_tree.kernel, 0));
   EndPiece();
 }
@@ -54,10 +81,19 @@ void GroupPrinter::Cut(NodeIndex node) {
   if (!_isCut[node] && !isBody) {
     // Variables of a block that is cut may be needed behind the next barrier.
     if (kind == NodeKind::kDeclaration) {
-      for (const NodeIndex variable : _tree.GetChildren(node)) Declare(variable);
+      for (const NodeIndex variable : _tree.GetChildren(node)) {
+        if (const auto known = _variables.find(variable);
+            known != _variables.end() && known->second.place == Place::kShared)
+          Declare(variable);
+        else
+          Add(GroupPiece::Kind::kVariable, variable);
+      }
       return;
     }
-    return Statement(node);
+    const Bool isNothing = kind == NodeKind::kEmpty || kind == NodeKind::kNoiseMark || kind == NodeKind::kSharedArray ||
+                           kind == NodeKind::kMakeLocal;
+    if (!isNothing) Add(GroupPiece::Kind::kStatement, node);
+    return;
   }
   switch (kind) {
     case NodeKind::kBlock:
@@ -114,8 +150,7 @@ void GroupPrinter::CutLoop(NodeIndex node) {
     if (isChange && KindOf(Child(step, 0)) == NodeKind::kName && IsShared(Child(step, 0))) {
       Outside({MakeLineDirective(_sources.Locate(_tree.nodes[node].offset)), Expression(step), ";"});
     } else {
-      MarkLine(node);
-      Line({Expression(step), ";"});
+      Add(GroupPiece::Kind::kStep, node);
     }
   }
   Outside({"}"});
@@ -127,8 +162,7 @@ void GroupPrinter::Decide(NodeIndex condition) {
              Expression(condition), ");"});
     return;
   }
-  MarkLine(condition);
-  Line({"ostraCondition = static_cast<Bool>(", Expression(condition), ");"});
+  Add(GroupPiece::Kind::kCondition, condition);
   EndPiece();
 }
 
@@ -165,6 +199,7 @@ void GroupPrinter::Declare(NodeIndex variable) {
   const auto [known, isNew] = _variables.try_emplace(variable, Variable{Place::kPiece, _pieceCount});
   const TypeIndex type = _resolved.type[variable];
   const NodeIndex value = Child(variable, 2);
+  known->second.piece = _pieceCount;
   if (isNew) {
     _order.push_back(variable);
     const Bool isNumber = _tree.HasFlag(variable, kIsConst) && _types.IsScalar(type) && value != kNoNode;
@@ -177,18 +212,22 @@ void GroupPrinter::Declare(NodeIndex variable) {
     return Outside(
         {MakeLineDirective(_sources.Locate(_tree.nodes[variable].offset)), name, " = ", Expression(value), ";"});
   }
-  MarkLine(variable);
   if (TypeName(type).empty()) return Refuse(variable, Join({"a variable of type ", _types.GetName(type)}));
+  if (known->second.place == Place::kConstant) {
+    _constants += Join({"[[maybe_unused]] const ", VariableText(variable, name), ";\n"});
+    return;
+  }
+  if (known->second.place == Place::kRepeated) return;
+  MarkLine(variable);
   switch (known->second.place) {
-    case Place::kConstant:
-      _constants += Join({"[[maybe_unused]] const ", VariableText(variable, name), ";\n"});
-      return;
     case Place::kPiece:
       return Line({"[[maybe_unused]] ", VariableText(variable, name), ";"});
+    case Place::kConstant:
     case Place::kShared:
     case Place::kRepeated:
       return;
     case Place::kKept:
+      _kept.insert(variable);
       break;
   }
   if (value == kNoNode) return;
@@ -206,6 +245,7 @@ void GroupPrinter::Use(NodeIndex variable) {
   if (known->second.place == Place::kPiece && known->second.piece != _pieceCount)
     known->second.place = known->second.isRepeatable ? Place::kRepeated : Place::kKept;
   if (known->second.place == Place::kRepeated) _repeated.insert(variable);
+  if (known->second.place == Place::kKept) _kept.insert(variable);
 }
 
 // The arrays in group memory, and the variables that are kept for each invocation.
@@ -219,6 +259,7 @@ std::string GroupPrinter::Declarations() const {
     const TypeIndex type = _resolved.type[node];
     text += Join({TypeName(type), " ", UniqueName(node), ArraySizes(type), ";\n"});
   }
+  if (_earlyReturn != kNoNode) text += Join({"Bool ostraHasReturned", count, ";\n"});
   for (const NodeIndex variable : _order) {
     const TypeIndex type = _resolved.type[variable];
     if (_variables.at(variable).place == Place::kKept)
@@ -231,9 +272,12 @@ GroupCode GroupPrinter::Print() {
   if (_tree.HasFlag(_tree.kernel, kIsMethodForm)) Refuse(_tree.kernel, "a kernel that can fail");
   FindChanges();
   FindShared(Child(_tree.kernel, 0));
+  _earlyReturn = FindEarlyReturn(Child(_tree.kernel, 0), false, false);
   Run();
   Run();
-  std::string text = Join({"OSTRA_GROUP_KERNEL_CLASS(", _options.className, ", ", _options.parameters, ") {\n"});
+  GroupCode code;
+  std::string& text = code.text;
+  text = Join({"OSTRA_GROUP_KERNEL_CLASS(", _options.className, ", ", _options.parameters, ") {\n"});
   text += Join({"using ", _options.className, "Values::", _options.className, "Values;\n"});
   text += Join({"struct OstraMemory {\n", Declarations(), "};\n"});
   text +=
@@ -241,11 +285,13 @@ GroupCode GroupPrinter::Print() {
       "const {\n[[maybe_unused]] Bool ostraCondition = false;\n";
   text += Join({_constants, _text, "}\n};\n"});
   if (_refusal) text.clear();
-  return {std::move(text), std::move(_refusal)};
+  if (!_refusal) RunInLanes(code);
+  code.refusal = std::move(_refusal);
+  return code;
 }
 
 GroupCode PrintGroupCode(const AnalyzedKernel& kernel, const GroupCodeOptions& options) {
-  if (auto refusal = FindUnprintable(kernel)) return {{}, std::move(refusal)};
+  if (auto refusal = FindUnprintable(kernel)) return {.text = {}, .refusal = std::move(refusal)};
   return GroupPrinter(kernel, options).Print();
 }
 

@@ -5,7 +5,9 @@
 //   const GroupCode code = PrintGroupCode(kernel, {.className = "Sum", .parameters = "OstraKernelParameters"});
 //   if (code.refusal) ...        // FormatNotUnderstood says what has no such form
 //
-// The text is the class of the kernel and its body, for kernel_groups.h. Pure and thread-safe.
+// The text is the class of the kernel and its body, for kernel_groups.h. `lanes` is a struct that runs the pieces in
+// lanes along x of the group, for kernel_lane_groups.inl; a piece that has no wide form runs one invocation after the
+// other there, too. Pure and thread-safe.
 #pragma once
 
 #include "parallelprogram/kernellanguage/front_end.h"
@@ -20,6 +22,10 @@ struct GroupCode {
   std::string text;
   // What has no such form, with its place; the text is empty then.
   std::optional<NotUnderstood> refusal;
+  std::string lanes = {};  // empty if no piece has a wide form
+  // Why pieces have none, in the order of the text, and how many pieces there are.
+  std::vector<NotUnderstood> laneRefusals = {};
+  int pieceCount = 0;
 };
 
 // `kernel` is understood, and its groups.isNeeded.

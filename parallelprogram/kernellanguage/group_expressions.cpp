@@ -88,7 +88,8 @@ void GroupPrinter::Statement(NodeIndex node) {
     case NodeKind::kContinue:
       return Line({"continue;"});
     case NodeKind::kReturn:
-      return Line({"return;"});  // of the piece, behind which no barrier comes
+      // Of the piece, behind which no barrier comes.
+      return Line({_earlyReturn == kNoNode ? "" : "ostraMemory.ostraHasReturned[ostraNumber] = true; ", "return;"});
     case NodeKind::kEmpty:
     case NodeKind::kNoiseMark:
     case NodeKind::kSharedArray:

@@ -1,21 +1,26 @@
 // The state of PrintGroupCode, and how its parts call each other. Internal to group_*.cpp.
 //
-// Statements are written to a piece, the body of a loop over the invocations, until the next cut statement ends it.
-// The kernel is written twice: the first time to learn which variables are used in several pieces.
+// Statements are collected in a piece, the body of a loop over the invocations, until the next cut statement ends it.
+// The kernel is written three times: the first two times to learn which variables are used in several pieces, the last
+// time for lanes.
 #pragma once
 
+#include <set>
 #include <unordered_map>
 #include <unordered_set>
 
 #include "parallelprogram/kernellanguage/group_code.h"
+#include "parallelprogram/kernellanguage/group_piece.h"
 #include "parallelprogram/kernellanguage/join.h"
+#include "parallelprogram/kernellanguage/lane_piece_printer.h"
 
 namespace ostra::kernellanguage {
 
 class GroupPrinter {
  public:
   GroupPrinter(const AnalyzedKernel& kernel, const GroupCodeOptions& options)
-      : _tree(kernel.tree),
+      : _kernel(kernel),
+        _tree(kernel.tree),
         _resolved(kernel.resolved),
         _types(kernel.resolved.types),
         _isCut(kernel.groups.isCut),
@@ -47,11 +52,19 @@ class GroupPrinter {
   // Writing.
   void Line(std::initializer_list<std::string_view> parts);  // to the piece
   void MarkLine(NodeIndex node);
+  void Add(GroupPiece::Kind kind, NodeIndex node) { _items.items.push_back({kind, node}); }
   void EndPiece();
   void Outside(std::initializer_list<std::string_view> parts);  // behind the piece, which ends
 
+  // group_lanes.cpp: the same in lanes
+  void RunInLanes(GroupCode& code);
+  GroupNames NameVariables() const;
+  std::optional<NotUnderstood> FindOrderedAtomic() const;
+  std::string PieceInLanes(const std::string& scalar);
+
   // group_code.cpp: statements around barriers
   void Run();
+  void AddItem(const GroupPiece::Item& item);
   void Cut(NodeIndex node);
   void CutLoop(NodeIndex node);
   // Ends the piece; then the generated ostraCondition is that of the group.
@@ -63,6 +76,9 @@ class GroupPrinter {
   // Whether `node` has a continue of the loop around it.
   Bool HasContinue(NodeIndex node) const;
 
+  // group_returns.cpp: a return behind which pieces come that the others run; kNoNode if there is none
+  NodeIndex FindEarlyReturn(NodeIndex node, Bool isInIf, Bool isFollowed) const;
+
   // group_values.cpp: values that are not kept for each invocation
   void FindChanges();
   void FindShared(NodeIndex node);
@@ -70,7 +86,7 @@ class GroupPrinter {
   Bool CanBeRepeated(NodeIndex variable) const;
   template <class IsKnown>
   Bool IsArithmetic(NodeIndex node, int& nodesLeft, const IsKnown& isKnown) const;
-  std::string RepeatedDeclarations();
+  std::vector<NodeIndex> TakeRepeated();
 
   // group_expressions.cpp: C++ of one invocation
   void Statement(NodeIndex node);
@@ -85,6 +101,7 @@ class GroupPrinter {
   std::string ArraySizes(TypeIndex type) const;
   std::string UniqueName(NodeIndex variable) const;
 
+  const AnalyzedKernel& _kernel;
   const SyntaxTree& _tree;
   const ResolvedTree& _resolved;
   const TypeTable& _types;
@@ -92,14 +109,19 @@ class GroupPrinter {
   const SourceMap& _sources;
   const GroupCodeOptions& _options;
 
+  GroupPiece _items;
   std::string _text, _piece, _constants;
   std::unordered_map<NodeIndex, Variable> _variables;
   std::vector<NodeIndex> _order;            // of _variables
   std::unordered_set<NodeIndex> _repeated;  // that the piece names
+  std::set<NodeIndex> _kept;                // that the piece names or declares
   std::vector<int> _changeCounts;           // of variables: places where they change
   std::vector<NodeIndex> _continued;        // cut loops around the statement
   std::optional<NotUnderstood> _refusal;
+  NodeIndex _earlyReturn = kNoNode;
   int _pieceCount = 0;
+  LanePiecePrinter* _lanes = nullptr;  // of the last time
+  std::vector<NotUnderstood> _laneRefusals;
 };
 
 }  // namespace ostra::kernellanguage

@@ -117,18 +117,19 @@ Bool GroupPrinter::CanBeRepeated(NodeIndex variable) const {
   });
 }
 
-// The declarations of what the piece computes again, each one behind those that it names.
-std::string GroupPrinter::RepeatedDeclarations() {
-  std::string text;
+// What the piece computes again, each variable behind those that it needs.
+std::vector<NodeIndex> GroupPrinter::TakeRepeated() {
+  std::vector<NodeIndex> repeated;
   for (std::size_t i = _order.size(); i-- > 0;) {
     const NodeIndex variable = _order[i];
     if (!_repeated.contains(variable)) continue;
-    // Its value may add others to the list.
-    const std::string own = Join({"[[maybe_unused]] const ", VariableText(variable, UniqueName(variable)), ";\n"});
-    text.insert(0, own);
+    // Its value may add others.
+    Expression(Child(variable, 2));
+    repeated.push_back(variable);
   }
   _repeated.clear();
-  return text;
+  std::reverse(repeated.begin(), repeated.end());
+  return repeated;
 }
 
 }  // namespace ostra::kernellanguage

@@ -213,11 +213,11 @@ void LanePrinter::CallAtomic(NodeIndex node) {
   Line({"{"});
   if (KindOf(place) == NodeKind::kCall) {
     target = Join({"GetAtomicCounter(", NameOf(Child(place, 0)), ")"});
-  } else if (KindOf(place) == NodeKind::kIndex && KindOf(Child(place, 0)) == NodeKind::kBuffer) {
+  } else if (KindOf(place) == NodeKind::kIndex && _names.IsMemory(Child(place, 0))) {
     const Value index = Evaluate(Child(place, 1));
     const std::string name = NewName("index");
     Line({"const auto ", name, " = ", ToLanes(index, place), ";"});
-    target = Join({"ostraParameter_", NameOf(Child(place, 0)), "[", name, ".Get(ostraLane)]"});
+    target = Join({_names.GetMemory(Child(place, 0)), "[", name, ".Get(ostraLane)]"});
   } else {
     return Refuse(place, "an atomic operation on this");
   }
@@ -230,7 +230,7 @@ void LanePrinter::CallAtomic(NodeIndex node) {
   Line({"ForEachLaneIn(", GetMask(), ", [&](int ostraLane) OSTRA_KERNEL_FLAT {"});
   Line({SharedType(TypeOf(old)), " ostraOld = 0;"});
   Line({NameOf(node), "(", target, ", ", values, "ostraOld);"});
-  Line({NameOf(old), ".Set(ostraLane, ostraOld);"});
+  Line({_names.GetVariable(_resolved.meaning[old].target), ".Set(ostraLane, ostraOld);"});
   Line({"}); }"});
 }
 

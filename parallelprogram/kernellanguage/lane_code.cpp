@@ -15,6 +15,7 @@ constexpr std::string_view kTypesAndMakers[] = {"AffineMatrix32",
                                                 "ClampedRamp",
                                                 "Float32",
                                                 "Float64",
+                                                "ForEachRow",
                                                 "GroupX",
                                                 "Int32",
                                                 "Int64",
@@ -67,7 +68,8 @@ void LanePrinter::MarkLine(NodeIndex node) { _text += MakeLineDirective(_sources
 
 std::string LanePrinter::NewName(std::string_view stem) { return Join({"ostra_", stem, std::to_string(_nameCount++)}); }
 
-LaneCode LanePrinter::Print() {
+// Kernels that can fail, and names that the wide form has for itself, are refused first.
+void LanePrinter::Prepare() {
   const NodeIndex kernel = _tree.kernel;
   if (_tree.HasFlag(kernel, kIsMethodForm)) Refuse(kernel, "a kernel that can fail");
   for (NodeIndex node = 0; node < static_cast<NodeIndex>(_tree.nodes.size()); ++node) {
@@ -78,21 +80,28 @@ LaneCode LanePrinter::Print() {
     if (Has(kTypesAndMakers, NameOf(node)) || (kind != NodeKind::kFunction && Has(kFunctionsOfLanes, NameOf(node))))
       Refuse(node, Join({"the name \"", NameOf(node), "\""}));
   }
-  if (IsOneStep(kernel))
+  const Bool isWhole = !_names.IsInGroup();
+  if (isWhole && IsOneStep(kernel))
     Refuse(kernel, "one step of arithmetic on elements, of which the compiler makes the faster loop by itself");
-  if (_exchangesValues) Refuse(kernel, "invocations that exchange values in group memory");
-  const std::string name = Join({"Ostra", _options.className, "Lanes"});
-  Line({"struct ", name, " : ", _options.parameters, " {"});
-  Line({"explicit ", name, "(const ", _options.parameters, "& values) : ", _options.parameters, "(values) {}"});
+  if (isWhole && _exchangesValues) Refuse(kernel, "invocations that exchange values in group memory");
   Line(
       {"[[maybe_unused]] static constexpr Vec3<UInt32> ostraGroupSize{OstraGroupSize::kX, OstraGroupSize::kY, "
        "OstraGroupSize::kZ};"});
-  Line({"OSTRA_KERNEL_INLINE static Mask ostraMakeActive(UInt32 count) { return MakeFirstLanes(count); }"});
   FindUses();
   FindRows();
   _isClamped.assign(_tree.nodes.size(), false);
+  _isKept.assign(_tree.nodes.size(), false);
   Structs();
   Functions();
+}
+
+LaneCode LanePrinter::Print() {
+  const NodeIndex kernel = _tree.kernel;
+  const std::string name = Join({"Ostra", _options.className, "Lanes"});
+  Line({"struct ", name, " : ", _options.parameters, " {"});
+  Line({"explicit ", name, "(const ", _options.parameters, "& values) : ", _options.parameters, "(values) {}"});
+  Line({"OSTRA_KERNEL_INLINE static Mask ostraMakeActive(UInt32 count) { return MakeFirstLanes(count); }"});
+  Prepare();
   _masks = {{"ostraActive"}};
   Line(
       {"OSTRA_KERNEL_INLINE void Run([[maybe_unused]] UInt32 ostraX, [[maybe_unused]] UInt32 ostraY, "

@@ -6,8 +6,6 @@ namespace {
 
 constexpr std::string_view kComponents[] = {"x", "y", "z", "w"};
 
-Bool IsBuffer(const SyntaxTree& tree, NodeIndex node) { return tree.Is(node, NodeKind::kBuffer); }
-
 }  // namespace
 
 Bool LanePrinter::IsHarmless(NodeIndex node) const {
@@ -96,6 +94,10 @@ std::string LanePrinter::Shared(NodeIndex node) {
 // group's values may have: the others differ along x.
 std::string LanePrinter::SharedWord(NodeIndex node, std::string_view component) {
   const WordId word = _resolved.meaning[node].word;
+  if (_names.IsInGroup() && (word == WordId::kWorkGroup || (word == WordId::kLocalInvocation && !component.empty()))) {
+    const std::string_view vector = word == WordId::kWorkGroup ? "InWorkGroupID" : "ostraLocal";
+    return component.empty() ? std::string(vector) : Join({vector, ".", component});
+  }
   if (word == WordId::kWorkGroupSize)
     return component.empty() ? "ostraGroupSize" : Join({"ostraGroupSize.", component});
   if (component == "x" && word == WordId::kGlobalInvocation) return "ostraX";
@@ -126,7 +128,7 @@ std::string LanePrinter::SharedItself(NodeIndex node) {
       const Meaning& meaning = _resolved.meaning[node];
       if (meaning.kind == MeaningKind::kWord) return SharedWord(node, "");
       if (meaning.kind == MeaningKind::kVariable && FormOf(meaning.target) == Form::kLanes) break;
-      return std::string(NameOf(node));
+      return meaning.kind == MeaningKind::kVariable ? _names.GetVariable(meaning.target) : std::string(NameOf(node));
     }
     case NodeKind::kUniform:
       return Join({"ostraParameter_", NameOf(node)});
@@ -162,8 +164,7 @@ std::string LanePrinter::SharedItself(NodeIndex node) {
       return Join({SharedItself(children[0]), ".", NameOf(node)});
     }
     case NodeKind::kIndex:
-      if (IsBuffer(_tree, children[0]))
-        return Join({"ostraParameter_", NameOf(children[0]), "[", Shared(children[1]), "]"});
+      if (_names.IsMemory(children[0])) return Join({_names.GetMemory(children[0]), "[", Shared(children[1]), "]"});
       return Join({SharedItself(children[0]), "[", Shared(children[1]), "]"});
     case NodeKind::kLocalData:
       return Join({"ostraParameter_", NameOf(node), "[", Shared(children[1]), "]"});
@@ -241,7 +242,7 @@ LanePrinter::Value LanePrinter::EvaluateItself(NodeIndex node) {
     case NodeKind::kIndex:
       return Index(node);
     case NodeKind::kLocalData:
-      return LoadElement(NameOf(node), TypeOf(node), children[1], node);
+      return LoadElement(node, TypeOf(node), children[1], node);
     case NodeKind::kCall:
       return Call(node);
     default:
@@ -260,6 +261,8 @@ LanePrinter::Value LanePrinter::Name(NodeIndex node) {
       case WordId::kGlobalInvocation:
         return {"LaneVec3<UInt32>(Ramp<UInt32>(ostraX, 1), ostraY, ostraZ)", Form::kLanes, type};
       case WordId::kLocalInvocation:
+        if (_names.IsInGroup())
+          return {"LaneVec3<UInt32>(Ramp<UInt32>(ostraLocal.x, 1), ostraLocal.y, ostraLocal.z)", Form::kLanes, type};
         return {
             "LaneVec3<UInt32>(LocalX<OstraGroupSize::kX>(ostraX), ostraY % ostraGroupSize.y, ostraZ % "
             "ostraGroupSize.z)",
@@ -279,7 +282,7 @@ LanePrinter::Value LanePrinter::Name(NodeIndex node) {
   if (_isClamped[meaning.target]) form = Form::kClamped;
   if (_isInRows[meaning.target]) form = Form::kRows;
   const Int32 stride = form == Form::kLinear ? _uniformity.Get(meaning.target).stride : 0;
-  return {std::string(NameOf(node)), form, TypeOf(node), stride};
+  return {_names.GetVariable(meaning.target), form, TypeOf(node), stride};
 }
 
 LanePrinter::Value LanePrinter::Member(NodeIndex node) {
@@ -287,6 +290,7 @@ LanePrinter::Value LanePrinter::Member(NodeIndex node) {
   if (KindOf(operand) == NodeKind::kName && _resolved.meaning[operand].kind == MeaningKind::kWord &&
       NameOf(node) == "x") {
     const WordId word = _resolved.meaning[operand].word;
+    if (_names.IsInGroup() && word == WordId::kLocalInvocation) return {"ostraLocal.x", Form::kLinear, kUIntType, 1};
     if (word == WordId::kLocalInvocation) return {"LocalX<OstraGroupSize::kX>(ostraX)", Form::kLanes, kUIntType};
     if (word == WordId::kWorkGroup) return {"GroupX<OstraGroupSize::kX>(ostraX)", Form::kLanes, kUIntType};
     if (word == WordId::kGlobalInvocation) return {"ostraX", Form::kLinear, kUIntType, 1};
@@ -302,7 +306,8 @@ std::string_view LanePrinter::PartName(NodeIndex node) const {
   return _types.IsVector(TypeOf(Child(node, 0))) ? kComponents[_resolved.meaning[node].number & 3] : NameOf(node);
 }
 
-// The element of a buffer of which `place` is a part, and the way from it to there; kNoNode for other places.
+// The element of a buffer or of group memory of which `place` is a part, and the way from it to there; kNoNode for
+// other places.
 NodeIndex LanePrinter::FindElement(NodeIndex place, std::string& path) const {
   path.clear();
   for (; KindOf(place) == NodeKind::kMemberOf || KindOf(place) == NodeKind::kIndex; place = Child(place, 0)) {
@@ -310,7 +315,7 @@ NodeIndex LanePrinter::FindElement(NodeIndex place, std::string& path) const {
       path.insert(0, Join({".", PartName(place)}));
       continue;
     }
-    if (IsBuffer(_tree, Child(place, 0))) return place;
+    if (_names.IsMemory(Child(place, 0))) return place;
     if (KindOf(Child(place, 1)) != NodeKind::kLiteral) return kNoNode;
     path.insert(0, Join({"[", NameOf(Child(place, 1)), "]"}));
   }
@@ -320,7 +325,7 @@ NodeIndex LanePrinter::FindElement(NodeIndex place, std::string& path) const {
 // The C++ of element `ostraLane` of a buffer, for the body of a loop over lanes.
 std::string LanePrinter::ElementOfLane(NodeIndex element) {
   const Value at = Evaluate(Child(element, 1));
-  const std::string buffer = Join({"ostraParameter_", NameOf(Child(element, 0))});
+  const std::string buffer = _names.GetMemory(Child(element, 0));
   if (at.form == Form::kShared) return Join({buffer, "[", at.text, "]"});
   const std::string index = NewName("index");
   const Bool isLinear = at.form == Form::kLinear;
@@ -361,28 +366,26 @@ LanePrinter::Value LanePrinter::CallEachLane(NodeIndex node, std::string_view fu
   return MapLanes(TypeOf(node), node, Join({function, "(", arguments, ")"}));
 }
 
-LanePrinter::Value LanePrinter::LoadElement(std::string_view buffer, TypeIndex element, NodeIndex index,
-                                            NodeIndex place) {
+LanePrinter::Value LanePrinter::LoadElement(NodeIndex memory, TypeIndex element, NodeIndex index, NodeIndex place) {
   const std::string type = LaneType(element, place);
   const Value at = Evaluate(index);
   if (at.form == Form::kShared)
-    return {Join({type, "(ostraParameter_", buffer, "[", at.text, "])"}), Form::kLanes, element};
+    return {Join({type, "(", _names.GetMemory(memory), "[", at.text, "])"}), Form::kLanes, element};
   if (element == kBoolType) Refuse(place, "an element of a buffer of bool");
   const Bool isInRows = _isInRows[place];
   const Bool isRun = (at.form == Form::kLinear && at.stride == 1) || at.form == Form::kClamped;
   const std::string_view load = isRun      ? (isInRows ? "LoadRowsOfRun(" : "LoadRun(")
                                 : isInRows ? "GatherRows("
                                            : "Gather(";
-  return {Join({load, "ostraParameter_", buffer, ".GetFirst(), ", isRun ? at.text : ToLanes(at, index), ", ", GetMask(),
-                ")"}),
+  return {Join({load, _names.GetFirst(memory), ", ", isRun ? at.text : ToLanes(at, index), ", ", GetMask(), ")"}),
           isInRows ? Form::kRows : Form::kLanes, element};
 }
 
 LanePrinter::Value LanePrinter::Index(NodeIndex node) {
   const NodeIndex operand = Child(node, 0), index = Child(node, 1);
   const TypeIndex type = TypeOf(node);
-  if (IsBuffer(_tree, operand) && IsAggregate(type)) return LoadPart(node, "", node);
-  if (IsBuffer(_tree, operand)) return LoadElement(NameOf(operand), type, index, node);
+  if (_names.IsMemory(operand) && IsAggregate(type)) return LoadPart(node, "", node);
+  if (_names.IsMemory(operand)) return LoadElement(operand, type, index, node);
   std::string array, path;
   const NodeIndex variable = FindVariable(operand, array);
   if (const NodeIndex element = FindElement(node, path); element != kNoNode) return LoadPart(element, path, node);

@@ -11,23 +11,29 @@
 
 #include "parallelprogram/kernellanguage/join.h"
 #include "parallelprogram/kernellanguage/lane_code.h"
+#include "parallelprogram/kernellanguage/lane_names.h"
 
 namespace ostra::kernellanguage {
 
 class LanePrinter {
  public:
   LanePrinter(const AnalyzedKernel& kernel, const LaneCodeOptions& options)
+      : LanePrinter(kernel, kernel.uniformity, options, nullptr) {}
+  LaneCode Print();
+
+ protected:
+  // `names` are those of variables outside of pieces, if the kernel is printed piece by piece; null otherwise.
+  LanePrinter(const AnalyzedKernel& kernel, const UniformityTable& uniformity, const LaneCodeOptions& options,
+              const GroupNames* names)
       : _tree(kernel.tree),
         _resolved(kernel.resolved),
         _types(kernel.resolved.types),
-        _uniformity(kernel.uniformity),
+        _uniformity(uniformity),
         _sources(kernel.sources),
         _options(options),
-        _exchangesValues(kernel.groups.isNeeded) {}
+        _exchangesValues(kernel.groups.isNeeded),
+        _names(kernel.tree, kernel.resolved, names) {}
 
-  LaneCode Print();
-
- private:
   // How a value is held: one scalar for all lanes; the scalar of the first lane, from which it grows by a stride;
   // lanes; lanes of a number that grows by 1 and is kept within bounds; lanes of vectors as they lie in memory.
   enum class Form { kShared, kLinear, kLanes, kClamped, kRows };
@@ -80,6 +86,8 @@ class LanePrinter {
     Bool isSwitch = false;
   };
 
+  // Checks the kernel, finds out what its parts need, and prints its structs and functions.
+  void Prepare();
   // What a statement does not have, or the first of several.
   void Refuse(NodeIndex node, std::string reason);
   Bool HasRefused() const { return _refusal.has_value(); }
@@ -141,7 +149,7 @@ class LanePrinter {
   // Computes the indices of a place once, for all that follows until they are released.
   void HoldIndices(NodeIndex place);
   void ReleaseIndices(NodeIndex place);
-  Value LoadElement(std::string_view buffer, TypeIndex element, NodeIndex index, NodeIndex place);
+  Value LoadElement(NodeIndex memory, TypeIndex element, NodeIndex index, NodeIndex place);
   Value Member(NodeIndex node);
   std::string_view PartName(NodeIndex node) const;
   NodeIndex FindElement(NodeIndex place, std::string& path) const;
@@ -238,6 +246,7 @@ class LanePrinter {
   const SourceMap& _sources;
   const LaneCodeOptions& _options;
   const Bool _exchangesValues;
+  const LaneNames _names;
 
   std::string _text;
   std::optional<NotUnderstood> _refusal;
@@ -246,6 +255,7 @@ class LanePrinter {
   Uses _uses;
   std::vector<Bool> _isInRows;   // variables and loads
   std::vector<Bool> _isClamped;  // variables
+  std::vector<Bool> _isKept;     // variables, for each invocation of a group
   Bool _hasFoundRows = false;
   std::vector<Exit> _exits;
   std::unordered_map<NodeIndex, Value> _held;                // expressions that are computed already

@@ -111,7 +111,7 @@ void LanePrinter::Statement(NodeIndex node) {
 
 void LanePrinter::Variable(NodeIndex node) {
   const TypeIndex type = TypeOf(node);
-  const std::string name(NameOf(node));
+  const std::string name = _names.GetVariable(node);
   const NodeIndex value = Child(node, 2);
   if (_types[type].kind == TypeKind::kArray) return ArrayVariable(node, type);
   const Form form = FormOf(node);
@@ -120,7 +120,7 @@ void LanePrinter::Variable(NodeIndex node) {
     _variableDepths[node] = static_cast<int>(_masks.size());
     if (value == kNoNode) return Line({"[[maybe_unused]] ", lanes, " ", name, "{};"});
     const Value first = Evaluate(value);
-    _isClamped[node] = first.form == Form::kClamped && first.type == type && !_uses.isChanged[node];
+    _isClamped[node] = first.form == Form::kClamped && first.type == type && !_uses.isChanged[node] && !_isKept[node];
     if (_isClamped[node]) return Line({"[[maybe_unused]] const auto ", name, " = ", first.text, ";"});
     return Line(
         {"[[maybe_unused]] ", lanes, " ", name, " = ", _isInRows[node] ? ToRows(first) : ToLanes(first, value), ";"});
@@ -158,7 +158,7 @@ void LanePrinter::ArrayVariable(NodeIndex node, TypeIndex type) {
     }
   }
   _variableDepths[node] = static_cast<int>(_masks.size());
-  Line({"[[maybe_unused]] ", name, " ", NameOf(node), "[", std::to_string(_types[type].count), "]",
+  Line({"[[maybe_unused]] ", name, " ", _names.GetVariable(node), "[", std::to_string(_types[type].count), "]",
         value == kNoNode ? "" : " = {", values, value == kNoNode ? ";" : "};"});
 }
 
@@ -220,8 +220,9 @@ Bool LanePrinter::IsSharedEffect(NodeIndex node) const {
 NodeIndex LanePrinter::FindVariable(NodeIndex place, std::string& text) {
   switch (KindOf(place)) {
     case NodeKind::kName:
-      text = NameOf(place);
-      return _resolved.meaning[place].kind == MeaningKind::kVariable ? _resolved.meaning[place].target : kNoNode;
+      if (_resolved.meaning[place].kind != MeaningKind::kVariable || _names.IsMemory(place)) return kNoNode;
+      text = _names.GetVariable(_resolved.meaning[place].target);
+      return _resolved.meaning[place].target;
     case NodeKind::kMemberOf: {
       const NodeIndex variable = FindVariable(Child(place, 0), text);
       if (variable == kNoNode) return kNoNode;
@@ -293,23 +294,22 @@ void LanePrinter::Assign(NodeIndex target, const Value& value) {
             values, ", ostraLane); }); }"});
       return;
     }
-    const std::string buffer = Join({"ostraParameter_", NameOf(Child(element, 0))});
+    const NodeIndex memory = Child(element, 0);
+    const std::string first = _names.GetFirst(memory);
     const Value index = Evaluate(Child(element, 1));
     LaneType(value.type, target);
     if (value.type == kBoolType && (index.form != Form::kShared || value.form != Form::kShared))
       return Refuse(target, "an element of a buffer of bool");
     if (index.form == Form::kShared && value.form == Form::kShared)
-      return Line({buffer, "[", index.text, "] = ", value.text, ";"});
+      return Line({_names.GetMemory(memory), "[", index.text, "] = ", value.text, ";"});
     if (index.form == Form::kShared)
-      return Line(
-          {"StoreLast(", buffer, ".GetFirst() + ", index.text, ", ", ToLanes(value, target), ", ", GetMask(), ");"});
+      return Line({"StoreLast(", first, " + ", index.text, ", ", ToLanes(value, target), ", ", GetMask(), ");"});
     if (index.form == Form::kLinear && index.stride == 1 && value.form == Form::kRows)
-      return Line({"StoreRowsOfRun(", buffer, ".GetFirst(), ", index.text, ", ", value.text, ", ", GetMask(), ");"});
+      return Line({"StoreRowsOfRun(", first, ", ", index.text, ", ", value.text, ", ", GetMask(), ");"});
     if (index.form == Form::kLinear && index.stride == 1)
-      return Line(
-          {"StoreRun(", buffer, ".GetFirst(), ", index.text, ", ", ToLanes(value, target), ", ", GetMask(), ");"});
-    return Line({"Scatter(", buffer, ".GetFirst(), ", ToLanes(index, element), ", ", ToLanes(value, target), ", ",
-                 GetMask(), ");"});
+      return Line({"StoreRun(", first, ", ", index.text, ", ", ToLanes(value, target), ", ", GetMask(), ");"});
+    return Line(
+        {"Scatter(", first, ", ", ToLanes(index, element), ", ", ToLanes(value, target), ", ", GetMask(), ");"});
   }
   if (AssignElements(target, value)) return;
   std::string place;
@@ -320,7 +320,8 @@ void LanePrinter::Assign(NodeIndex target, const Value& value) {
       return Refuse(target, "a value that is the same in all invocations, made of others");
     return Line({place, " = ", value.text, ";"});
   }
-  const std::string lanes = _isInRows[variable] && place == NameOf(variable) ? ToRows(value) : ToLanes(value, target);
+  const std::string lanes =
+      _isInRows[variable] && place == _names.GetVariable(variable) ? ToRows(value) : ToLanes(value, target);
   if (MayBeReadLater(variable)) return Line({place, " = Select(", GetMask(), ", ", lanes, ", ", place, ");"});
   Line({place, " = ", lanes, ";"});
 }

@@ -36,7 +36,10 @@ Uniformity Combine(const Uniformity& a, const Uniformity& b) {
 class Analyzer {
  public:
   Analyzer(const SyntaxTree& tree, const ResolvedTree& resolved, UniformityScope scope)
-      : _tree(tree), _resolved(resolved), _isOfGroup(scope == UniformityScope::kGroup) {
+      : _tree(tree),
+        _resolved(resolved),
+        _isOfGroup(scope == UniformityScope::kGroup),
+        _isInOneGroup(scope != UniformityScope::kRow) {
     const std::size_t count = tree.nodes.size();
     _table.nodes.assign(count, kSame);
     _table.isLeftApart.assign(count, false);
@@ -355,7 +358,7 @@ class Analyzer {
       return _table.nodes[meaning.target];
     }
     const Bool isSame = meaning.kind == MeaningKind::kParameter || meaning.word == WordId::kWorkGroupSize ||
-                        (_isOfGroup && meaning.word == WordId::kWorkGroup);
+                        (_isInOneGroup && meaning.word == WordId::kWorkGroup);
     return isSame ? kSame : kVarying;
   }
 
@@ -379,7 +382,7 @@ class Analyzer {
   Uniformity InvocationComponent(WordId word, UInt32 component) const {
     if (_isOfGroup) return _resolved.groupSize[component] == 1 ? kSame : kVarying;
     if (component > 0) return kRow;
-    return word == WordId::kGlobalInvocation ? MakeLinear(1) : kVarying;
+    return word == WordId::kGlobalInvocation || _isInOneGroup ? MakeLinear(1) : kVarying;
   }
 
   Uniformity Element(NodeIndex parameter, NodeIndex index) {
@@ -636,7 +639,7 @@ class Analyzer {
 
   const SyntaxTree& _tree;
   const ResolvedTree& _resolved;
-  const Bool _isOfGroup;
+  const Bool _isOfGroup, _isInOneGroup;
   UniformityTable _table;
   std::vector<std::size_t> _regionOf;   // per variable: regions that were open when it was declared
   std::vector<Bool> _isInterrupted;     // loops with a break or continue of some lanes

@@ -59,8 +59,9 @@ struct UniformityTable {
 
 // Between which invocations values are compared.
 enum class UniformityScope : UInt8 {
-  kRow,    // those that follow each other along x
-  kGroup,  // those of a work group: values are kUniform or kVarying then
+  kRow,         // those that follow each other along x
+  kGroup,       // those of a work group: values are kUniform or kVarying then
+  kRowOfGroup,  // those of a work group that follow each other along x
 };
 
 // For a tree that was resolved without errors. Never fails otherwise than with std::bad_alloc.

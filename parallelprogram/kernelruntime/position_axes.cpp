@@ -28,7 +28,8 @@ std::optional<Int> CountPositionAxes(std::string_view text) {
       // Of the form that runs whole groups: "const Vec3<UInt32>& InWorkGroupID",
       // "ForEachInvocation<...>(InWorkGroupID".
       const Bool isDeclared = i > 1 && getText(i - 1) == "&" && getText(i - 2) == ">";
-      const Bool isLoop = i > 4 && getText(i - 1) == "(" && getText(i - 5) == "ForEachInvocation";
+      const Bool isLoop =
+          i > 4 && getText(i - 1) == "(" && (getText(i - 5) == "ForEachInvocation" || getText(i - 5) == "ForEachRow");
       if (isDeclared || isLoop) continue;
       if (getText(i + 1) == ".")
         count = std::max(count, GetAxisCount(getText(i + 2)));

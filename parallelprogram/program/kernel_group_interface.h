@@ -14,6 +14,8 @@ struct KernelGroups {
   Vec3<UInt32> count;  // of the whole dispatch per axis
   UInt64 first = 0;
   UInt64 end = 0;
+  // True: between barriers the invocations run one after the other in ascending order, not in lanes.
+  Bool isOrdered = false;
 };
 
 class KernelGroupInterface : public ObjectInterface {
@@ -22,6 +24,9 @@ class KernelGroupInterface : public ObjectInterface {
 
   // Runs the groups. Called from many threads at once for different ones. Error: out of memory.
   virtual Result<void> RunGroups(const KernelGroups& groups) = 0;
+
+  // Invocations of a group that RunGroups computes at a time, for all or part of the kernel.
+  virtual UInt32 GetLaneCount() const { return 1; }
 };
 
 }  // namespace ostra

@@ -5,6 +5,9 @@
 //
 //   struct OstraMemory { ... };      // arrays of the group, and variables that live across a barrier
 //   void RunGroup(const Vec3<UInt32>& InWorkGroupID, OstraMemory& memory) const;
+//
+// A second form of the body, for each instruction level, runs the pieces between barriers in lanes along x of the group
+// (kernel_lane_groups.inl).
 #pragma once
 
 #include <memory>
@@ -53,6 +56,50 @@ OSTRA_KERNEL_INLINE T& GetGroupElement(T (&array)[count], Index index, [[maybe_u
   return array[index];
 }
 
+// The wide form of a body for an instruction level; a kernel that has one specializes this:
+//
+//   static constexpr Bool kExists = true;
+//   static constexpr UInt32 kCount = 8;                   // invocations at a time
+//   static void Run(const Values& values, const KernelGroups& groups, Body::OstraMemory& memory);
+template <class Body, InstructionLevel level>
+struct GroupForm {
+  static constexpr Bool kExists = false;
+  static constexpr UInt32 kCount = 1;
+};
+
+// Chooses between the forms of a body.
+template <class Body, class Group>
+class GroupForms {
+ public:
+  // Calls use(form) with the best wide form that there is for the processor's level or a lower one. Returns false if
+  // there is none.
+  template <class Use>
+  static Bool UseWide(Use&& use) {
+#ifdef OSTRA_KERNEL_ONLY_LEVEL
+    return UseLevel<static_cast<InstructionLevel>(OSTRA_KERNEL_ONLY_LEVEL)>(use);
+#else
+#ifdef OSTRA_KERNEL_LEVELS
+    // Rows of a few invocations leave no lanes off.
+    if (g_instructionLevel >= InstructionLevel::kVectors512 && Group::kX > 8 &&
+        UseLevel<InstructionLevel::kVectors512>(use))
+      return true;
+    if (g_instructionLevel >= InstructionLevel::kVectors256 && Group::kX > 4 &&
+        UseLevel<InstructionLevel::kVectors256>(use))
+      return true;
+#endif
+    return UseLevel<InstructionLevel::kBaseline>(use);
+#endif
+  }
+
+ private:
+  template <InstructionLevel level, class Use>
+  static Bool UseLevel(Use&& use) {
+    using Form = GroupForm<Body, level>;
+    if constexpr (Form::kExists) use(Form());
+    return Form::kExists;
+  }
+};
+
 template <class Derived, class Parameters, class Body, class Tuning>
 class GroupKernelClass : public KernelBase<Derived, KernelGroupInterface, KernelDeclarationInterface> {
  public:
@@ -79,6 +126,8 @@ class GroupKernelClass : public KernelBase<Derived, KernelGroupInterface, Kernel
     const Body body(_values);
     const std::unique_ptr<typename Body::OstraMemory> memory(new (std::nothrow) typename Body::OstraMemory{});
     if (!memory) return Error::MakeOutOfMemory("parallelprogram_kernel", __LINE__);
+    const auto runWide = [&](auto form) { form.Run(body, groups, *memory); };
+    if (!groups.isOrdered && Forms::UseWide(runWide)) return OK;
     const Vec3<UInt32>& count = groups.count;
     for (UInt64 i = groups.first; i < groups.end; ++i) {
       const UInt64 row = i / count.x;
@@ -89,7 +138,15 @@ class GroupKernelClass : public KernelBase<Derived, KernelGroupInterface, Kernel
     return OK;
   }
 
+  UInt32 GetLaneCount() const override {
+    UInt32 count = 1;
+    Forms::UseWide([&](auto form) { count = form.kCount; });
+    return count;
+  }
+
  private:
+  using Forms = GroupForms<Body, typename Tuning::Group>;
+
   Parameters _values;
   BaseArray<KernelDeclaration> _declarations;
 };

@@ -12,6 +12,7 @@
 #endif
 
 #include "ostra/math/lanes/lanes.inl"
+#include "parallelprogram/program/kernel_group_interface.h"
 #include "parallelprogram/program/kernel_loops.h"
 
 #include "ostra/math/lanes/level_begin.inl"
@@ -242,6 +243,7 @@ OSTRA_LANE_INLINE Lanes<Float32> NoiseLanes(const Body& body, Index number, cons
 
 }  // namespace ostra::OSTRA_LANES
 
+#include "parallelprogram/program/kernel_lane_groups.inl"
 #include "parallelprogram/program/kernel_lane_loops.inl"
 //
 #include "ostra/math/lanes/level_end.inl"

@@ -126,13 +126,31 @@ std::vector<UInt32> MakeGroupControl(UInt32 rounds) {
 TEST_F(KernelLibraryTest, GroupsComeToTheirBarriersInEveryKindOfControlFlow) {
   for (const UInt32 rounds : {0u, 1u, 2u, 4u, 7u, 9u}) {
     SCOPED_TRACE(rounds);
-    KernelRunner runner("net.ostra.test.groupcontrol.krn");
-    static_cast<ScenarioTarget&>(runner).SetValue<UInt32>("rounds", rounds);
-    static_cast<ScenarioTarget&>(runner).SetBuffer("result", std::vector<UInt32>(8 * 64));
-    ASSERT_THAT(runner.Run({16, 4, 2}), IsOk());
-    const auto result = runner.GetBuffer<UInt32>("result");
     const std::vector<UInt32> expected = MakeGroupControl(rounds);
-    for (Int i = 0; i < 8 * 64; ++i) ASSERT_EQ(result[i], expected[i % 64]) << i;
+    for (const Way way : kAllWays) {
+      KernelRunner runner("net.ostra.test.groupcontrol.krn");
+      static_cast<ScenarioTarget&>(runner).SetValue<UInt32>("rounds", rounds);
+      static_cast<ScenarioTarget&>(runner).SetBuffer("result", std::vector<UInt32>(8 * 64));
+      ASSERT_THAT(runner.Run({16, 4, 2}, way), IsOk());
+      const auto result = runner.GetBuffer<UInt32>("result");
+      for (Int i = 0; i < 8 * 64; ++i) ASSERT_EQ(result[i], expected[i % 64]) << i;
+    }
+  }
+}
+
+TEST_F(KernelLibraryTest, InvocationsThatHaveReturnedRunNothingBehindABarrier) {
+  for (const UInt32 mode : {0u, 1u, 2u}) {
+    SCOPED_TRACE(mode);
+    KernelRunner runner("net.ostra.test.groupreturns.krn");
+    static_cast<ScenarioTarget&>(runner).SetValue<UInt32>("mode", mode);
+    static_cast<ScenarioTarget&>(runner).SetBuffer("result", std::vector<UInt32>(24, 7));
+    ASSERT_THAT(runner.Run({12, 2, 1}), IsOk());
+    const auto result = runner.GetBuffer<UInt32>("result");
+    for (UInt32 i = 0; i < 24; ++i) {
+      const UInt32 other = 11 - i % 12 + mode;
+      const Bool isEarly = mode > 0 && other == 5, isLate = mode == 2 && i % 12 == 3;
+      EXPECT_EQ(result[i], isEarly ? 7 : (mode > 0 ? other : 7) + (isLate ? 0 : 100)) << i;
+    }
   }
 }
 

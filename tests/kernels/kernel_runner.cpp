@@ -76,13 +76,15 @@ void KernelRunner::SetNoise(const Id& classId, Int32 seed) {
 }
 
 // In ascending order, but backwards for small pieces: groups do not need each other.
-Result<void> KernelRunner::RunGroups(const Vec3<UInt32>& extent, Way way) {
+Result<void> KernelRunner::RunGroups(const Vec3<UInt32>& extent, Bool isOneByOne, Bool isInSmallPieces,
+                                     Bool isOrdered) {
   KernelGroups groups;
+  groups.isOrdered = isOrdered;
   groups.count = (extent + _kernel->GetKernelWorkGroupSize() - 1u) / _kernel->GetKernelWorkGroupSize();
   const UInt64 count = UInt64{groups.count.x} * groups.count.y * groups.count.z;
-  const UInt64 piece = way == Way::kOneByOne ? 1 : way == Way::kInSmallPieces ? 2 : count;
+  const UInt64 piece = isOneByOne ? 1 : isInSmallPieces ? 2 : count;
   for (UInt64 i = 0; i < (count + piece - 1) / piece; ++i) {
-    groups.first = (way == Way::kInSmallPieces ? (count + piece - 1) / piece - 1 - i : i) * piece;
+    groups.first = (isInSmallPieces ? (count + piece - 1) / piece - 1 - i : i) * piece;
     groups.end = std::min(groups.first + piece, count);
     OSTRA_RETURN_IF_ERROR(_groups->RunGroups(groups));
   }
@@ -90,8 +92,8 @@ Result<void> KernelRunner::RunGroups(const Vec3<UInt32>& extent, Way way) {
 }
 
 Result<void> KernelRunner::Run(const Vec3<UInt32>& extent, Way way) {
-  if (_groups) return RunGroups(extent, way);
-  if (way == Way::kOneByOne) return RunOneByOne(extent);
+  const Bool isOneByOne = way == Way::kOneByOne;
+  if (isOneByOne && !_groups) return RunOneByOne(extent);
   using kernel::InstructionLevel;
   const auto level = kernel::g_instructionLevel;
   if (way == Way::kBaseline || way == Way::kBaselineInSmallPieces)
@@ -100,7 +102,9 @@ Result<void> KernelRunner::Run(const Vec3<UInt32>& extent, Way way) {
     kernel::g_instructionLevel = std::min(level, InstructionLevel::kVectors256);
   const Bool isInSmallPieces =
       way == Way::kInSmallPieces || way == Way::kBaselineInSmallPieces || way == Way::kVectors256InSmallPieces;
-  Result<void> result = RunPieces(extent, isInSmallPieces, way == Way::kOrdered);
+  const Bool isOrdered = way == Way::kOrdered;
+  Result<void> result = _groups ? RunGroups(extent, isOneByOne, isInSmallPieces, isOneByOne || isOrdered)
+                                : RunPieces(extent, isInSmallPieces, isOrdered);
   kernel::g_instructionLevel = level;
   return result;
 }

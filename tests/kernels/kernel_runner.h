@@ -75,7 +75,7 @@ class KernelRunner : public conformance::ScenarioTarget {
   Result<void> RunRange(const KernelRange& range);
 
   // Invocations at a time.
-  UInt32 GetLaneCount() const { return _range ? _range->GetLaneCount() : 1; }
+  UInt32 GetLaneCount() const { return _range ? _range->GetLaneCount() : _groups->GetLaneCount(); }
 
   // The bytes of all buffers and the counters.
   std::vector<Byte> GetState() const;
@@ -88,7 +88,7 @@ class KernelRunner : public conformance::ScenarioTarget {
   const KernelParameter* FindParameter(const char* name) const;
   static CString MakeName(const char* name);
   Result<void> RunOneByOne(const Vec3<UInt32>& extent);
-  Result<void> RunGroups(const Vec3<UInt32>& extent, Way way);
+  Result<void> RunGroups(const Vec3<UInt32>& extent, Bool isOneByOne, Bool isInSmallPieces, Bool isOrdered);
   Result<void> RunPieces(const Vec3<UInt32>& extent, Bool isInSmallPieces, Bool isOrdered);
 
   KernelRef _kernel;

@@ -228,6 +228,26 @@ TEST_P(LaneFormsTest, StructsAndMatrices) {
   }
 }
 
+TEST_P(LaneFormsTest, ValuesThatLiveAcrossBarriersOfGroups) {
+  for (const char* shape : {"3x2x2", "5x1x1", "7x3x1", "12x2x1"}) {
+    for (Int32 mode = 0; mode < 3; ++mode) {
+      const auto numbers = _random.MakeIntegers<Int32>(_length, -3, 12);
+      const auto threes = _random.MakeVectors<Vector32>(_length);
+      const std::string id = std::string("net.ostra.test.lanegroups") + shape + ".krn";
+      CompareWays(id.c_str(), {_length, 1, 1}, [&](KernelRunner& runner) {
+        runner.SetValue("count", _length);
+        runner.SetValue("mode", mode);
+        runner.SetBuffer<Int32>("numbers", numbers);
+        runner.SetBuffer<Vector32>("threes", threes);
+        runner.SetBuffer<Int32>("results", std::vector<Int32>(4 * _length, 12345));
+        runner.SetBuffer<Float32>("floats", std::vector<Float32>(_length, 0.5f));
+        runner.SetBuffer<Vector32>("places", std::vector<Vector32>(_length, Vector32(7.0f, 6.0f, 5.0f)));
+        runner.SetBuffer<UInt32>("bins", std::vector<UInt32>(8, 3));
+      });
+    }
+  }
+}
+
 TEST_P(LaneFormsTest, PositionsInRowsAndGroups) {
   for (UInt32 height = 1; height <= 3; ++height) {
     CompareWays("net.ostra.test.lanepositions.krn", {_length + 1, height + 1, 1}, [&](KernelRunner& runner) {

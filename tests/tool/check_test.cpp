@@ -333,14 +333,33 @@ TEST_F(CheckTest, ExplainSaysWhetherAKernelHasAWideForm) {
   EXPECT_THAT(scalar.errors, StartsWith(At("k.krn", 9) + ":"));
   EXPECT_THAT(scalar.errors, HasSubstr(": note: no wide form because of "));
   EXPECT_THAT(scalar.errors, HasSubstr("\tauto half = [](float x) { return x / 2; };\n"));
-  const ToolResult groups = Check(MakeKernel("\tGROUPSHAREDMEM(float, row, 64)\n\tuint i = InLocalInvocationID.x;\n"
-                                             "\trow[i] = 1.0;\n\tgroupSharedBarrier;\n\tfloat sum = row[63u - i];\n"
-                                             "\tgroupSharedBarrier;\n\tUNIFORM_BUFFER(values)[i] = sum;"),
-                                  {"--target", "CPU", "--explain"});
-  EXPECT_EQ(groups.exitStatus, 0) << groups.errors;
-  EXPECT_THAT(groups.errors, StartsWith(At("k.krn", 12) + ":"));
-  EXPECT_THAT(groups.errors, HasSubstr(": note: no wide form but whole groups of 64 invocations, one after the other, "
-                                       "cut at the barriers in line 12, 14\n"));
+}
+
+TEST_F(CheckTest, ExplainSaysWhichPartsOfAKernelOfGroupsHaveNoWideForm) {
+  const auto explain = [this](const std::string& store, const std::string& size) {
+    std::string source = MakeKernel(
+        "\tGROUPSHAREDMEM(float, row, 64)\n\tuint i = InLocalInvocationID.x;\n"
+        "\trow[i] = 1.0;\n\tgroupSharedBarrier;\n\t" +
+        store + "\n\tgroupSharedBarrier;\n\tUNIFORM_BUFFER(values)[i] = row[i];");
+    source.replace(source.find("64, 1, 1"), 8, size);
+    const ToolResult result = Check(source, {"--target", "CPU", "--explain"});
+    EXPECT_EQ(result.exitStatus, 0) << result.errors;
+    return result.errors;
+  };
+  EXPECT_EQ(explain("float next = row[63u - i];", "64, 1, 1"),
+            _folder / "k.krn" + ": note: the kernel has a wide form\n");
+  const std::string partly = explain("row[i ^ 1u] = 2.0;", "64, 1, 1");
+  EXPECT_THAT(partly, StartsWith(At("k.krn", 13) + ":"));
+  EXPECT_THAT(partly,
+              HasSubstr(": note: no wide form of this and what lies between the same barriers because of a store "
+                        "to group memory at places that differ, "));
+  EXPECT_THAT(partly, HasSubstr("whole groups of 64 invocations, cut at the barriers in line 12, 14, of which 1 of 3 "
+                                "parts run one invocation after the other\n"));
+  const std::string narrow = explain("row[i] = 2.0;", "1, 64, 1");
+  EXPECT_THAT(narrow,
+              HasSubstr(": note: no wide form because of groups of one invocation along x, the axis of the lanes, "
+                        "but whole groups of 64 invocations, one after the other, cut at the barriers in line 12, "
+                        "14\n"));
 }
 
 TEST_F(CheckTest, TheTemplateArgumentIsForTheCpuAsWell) {

@@ -77,6 +77,7 @@ TEST(PositionAxesTest, TheTextOfAKernelShowsThem) {
       "const Vec3<UInt32>& InLocalInvocationID) {\n";
   EXPECT_EQ(kernelruntime::CountPositionAxes(std::string(kGroupForm) + "uint y = InLocalInvocationID.y;"), 2);
   EXPECT_EQ(kernelruntime::CountPositionAxes(std::string(kGroupForm) + "Inside(InWorkGroupID);"), std::nullopt);
+  EXPECT_EQ(kernelruntime::CountPositionAxes("ForEachRow<OstraGroupSize>(InWorkGroupID, [&](UInt32 ostraX) {});"), 1);
   EXPECT_EQ(kernelruntime::CountPositionAxes("Inside(InGlobalInvocationID); uint z = InWorkGroupID.z;"), 3);
 }
 

@@ -10,7 +10,7 @@ namespace ostra::tool {
 
 struct LaneReport {
   Int count = 1;       // of invocations at a time
-  std::string reason;  // why it is one: "file:line:column: note: ..."; empty otherwise
+  std::string reason;  // why it is one, for all or part of the kernel: "file:line:column: note: ..."; empty otherwise
 };
 
 // Asks the class of the kernel, which is registered. Errors: those of the registry and of

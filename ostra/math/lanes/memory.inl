@@ -158,10 +158,12 @@ OSTRA_LANE_INLINE typename Spread<T>::Lane Load(const T* first) {
   using Part = typename Spread<T>::Part;
   constexpr int kParts = Spread<T>::kParts;
   Native<Part> rows[kParts], parts[kParts];
-  if constexpr (std::is_same_v<Number, Part>)
-    std::memcpy(rows, first, sizeof(rows));
-  else
+  if constexpr (std::is_same_v<Number, Part>) {
+    for (int row = 0; row < kParts; ++row)
+      rows[row] = internal::LoadNative<Part>(reinterpret_cast<const Part*>(first) + row * kLaneCount);
+  } else {
     internal::LoadHeldRows<Number, Part>(first, rows, std::make_integer_sequence<int, kParts>());
+  }
   internal::PickParts<kParts, Part>(rows, parts, std::make_integer_sequence<int, kParts>());
   return Spread<T>::Join(parts);
 }
@@ -173,10 +175,12 @@ OSTRA_LANE_INLINE void Store(T* first, const typename Spread<T>::Lane& lanes) {
   Native<Part> rows[kParts], parts[kParts];
   Spread<T>::Split(lanes, parts);
   internal::MakeRows<kParts, Part>(parts, rows, std::make_integer_sequence<int, kParts>());
-  if constexpr (std::is_same_v<Number, Part>)
-    std::memcpy(first, rows, sizeof(rows));
-  else
+  if constexpr (std::is_same_v<Number, Part>) {
+    for (int row = 0; row < kParts; ++row)
+      internal::StoreNative<Part>(reinterpret_cast<Part*>(first) + row * kLaneCount, rows[row]);
+  } else {
     internal::StoreHeldRows<Number, Part>(first, rows, std::make_integer_sequence<int, kParts>());
+  }
 }
 
 // Element base[offset(lane)] of each lane in the mask.
