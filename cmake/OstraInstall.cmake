@@ -33,7 +33,6 @@ foreach(header
     kernelruntime/kernel_runtime.h
     program/counter_reads_interface.h
     program/dispatch_times_interface.h
-    program/recorded_dispatches_interface.h
     program/kernel_atomics.h
     program/kernel_base.h
     program/kernel_buffer.h
@@ -59,6 +58,7 @@ foreach(header
     program/noise_modes.h
     program/parallel_program.h
     program/parallel_program_reflection.h
+    program/recorded_dispatches_interface.h
     program/shader_data_entries.h
     shaderloader/general_shader_loader_interface.h
     shaderloader/general_shader_loader_reflection.h

@@ -187,7 +187,8 @@ class ParallelProgramCPUImpl final
     UInt32 value = 0;
   };
   struct Recording {
-    UInt64 number = 0;
+    explicit Recording(UInt64 ownNumber) : number(ownNumber) {}
+    UInt64 number;
     BaseArray<Owned<RecordedKernel>> kernels;
     BaseArray<RecordedStep> steps;
     RecordedResources resources;

@@ -11,8 +11,7 @@ namespace ostra {
 Result<void> ParallelProgramCPUImpl::BeginRecording() {
   if (_openRecording)
     return OSTRA_ILLEGAL_STATE("Dispatches are being recorded already: end the recording before another one begins.");
-  _openRecording.emplace();
-  _openRecording->number = ++_lastRecording;
+  _openRecording.emplace(++_lastRecording);
   return OK;
 }
 
