@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "ostra/drawport/device_list.h"
+#include "parallelprogram/program/recorded_dispatches_interface.h"
 
 namespace bench {
 
@@ -109,6 +110,45 @@ void GpuWork::AddSwappingPeers(Contest& contest, std::uint32_t x, const char* fi
       [raw = _raw, groups = GetGroupCounts(_raw->GetShader(), x, 1), first = std::string(first),
        second = std::string(second), swaps] {
         raw->RunSwapping(groups, swaps, first, second);
+        return true;
+      },
+      [result = _rawResult, isRight] {
+        std::vector<std::uint8_t> bytes(result->GetSize());
+        result->Read(bytes.data());
+        return isRight(bytes.data());
+      });
+}
+
+void GpuWork::AddReplayingPeers(Contest& contest, std::uint32_t x, const char* first, const char* second,
+                                const char* uniform, std::function<bool(const void*)> isRight, int swaps, int repeats) {
+  auto* const recordings = ostra::FindInterface<ostra::RecordedDispatchesInterface>(*_program);
+  Need(recordings->BeginRecording());
+  for (int i = 0; i < swaps; ++i) {
+    Need(_program->UpdateUniforms());
+    Need(_program->DispatchKernel(x, 1, 1, false));
+    Need(_program->SwapBuffers(Name(first), Name(second)));
+  }
+  const ostra::UInt64 recording = Need(recordings->EndRecording());
+  contest.Add(
+      "ours-gpu",
+      [program = _program, recordings, recording, kernel = _program->GetActiveKernelId(), uniform = Name(uniform), x,
+       repeats] {
+        for (int i = 0; i < repeats; ++i) {
+          if (!recordings->SetRecordedUniform(recording, kernel, uniform, ostra::UInt32{x}).IsOk() ||
+              !recordings->Replay(recording, 1).IsOk() || !program->Execute(true).IsOk())
+            return false;
+        }
+        return true;
+      },
+      [program = _program, name = _result, isRight] { return isRight(ReadBuffer(*program, name).data()); });
+  _raw->RecordSecondary(GetGroupCounts(_raw->GetShader(), x, 1), swaps, first, second);
+  contest.Add(
+      "vulkan",
+      [raw = _raw, uniform = std::string(uniform), x, repeats] {
+        for (int i = 0; i < repeats; ++i) {
+          raw->SetUniform(uniform, &x, sizeof(x));
+          raw->RunSecondary();
+        }
         return true;
       },
       [result = _rawResult, isRight] {

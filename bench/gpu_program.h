@@ -72,6 +72,11 @@ class GpuWork {
   void AddSwappingPeers(Contest& contest, std::uint32_t x, const char* first, const char* second,
                         std::function<bool(const void*)> isRight, int swaps);
 
+  // The same recorded once and replayed `repeats` times a run, each time with the value of `uniform` set anew,
+  // submitted and awaited. By hand that is a secondary command buffer.
+  void AddReplayingPeers(Contest& contest, std::uint32_t x, const char* first, const char* second, const char* uniform,
+                         std::function<bool(const void*)> isRight, int swaps, int repeats);
+
  private:
   void AddRawPeer(Contest& contest, const char* peer, std::uint32_t x, std::uint32_t y,
                   std::function<bool(const void*)> isRight, int dispatches, int repeats, bool usesTimeline);

@@ -45,6 +45,7 @@ constexpr Workload kWorkloads[] = {
     {"store", &bench::RunStore},
     {"readback", &bench::RunReadBack},
     {"gpu_submit", &bench::RunGpuSubmit},
+    {"gpu_replay", &bench::RunReplay},
     {"ping_pong", &bench::RunPingPong},
     {"shader_compile", &bench::RunShaderCompile},
     {"large_program", &bench::RunLargeProgram},

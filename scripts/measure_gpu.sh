@@ -55,6 +55,7 @@ parity
 upload
 readback
 gpu_submit
+gpu_replay
 saxpy ours-gpu,vulkan
 blur5 ours-gpu,vulkan
 mandelbrot ours-gpu,vulkan

@@ -124,10 +124,10 @@ int RawDevice::FindMemoryType(std::uint32_t allowed, VkMemoryPropertyFlags neede
   return -1;
 }
 
-VkCommandBuffer RawDevice::MakeCommandBuffer() {
+VkCommandBuffer RawDevice::MakeCommandBuffer(VkCommandBufferLevel level) {
   VkCommandBufferAllocateInfo info = {VK_STRUCTURE_TYPE_COMMAND_BUFFER_ALLOCATE_INFO};
   info.commandPool = _pool;
-  info.level = VK_COMMAND_BUFFER_LEVEL_PRIMARY;
+  info.level = level;
   info.commandBufferCount = 1;
   VkCommandBuffer commands = VK_NULL_HANDLE;
   BENCH_VULKAN(vkAllocateCommandBuffers(_device, &info, &commands));

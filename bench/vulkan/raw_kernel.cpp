@@ -144,18 +144,23 @@ void RawKernel::SetUniform(const std::string& name, const void* value, std::size
 void RawKernel::Record(GroupCounts groups, int dispatches, const VkDescriptorSet (&sets)[2]) {
   if (!_values.empty()) std::memcpy(_uniforms->GetMapped(), _values.data(), _values.size());
   BeginCommands(_commands);
-  vkCmdBindPipeline(_commands, VK_PIPELINE_BIND_POINT_COMPUTE, _pipeline);
+  RecordDispatches(_commands, groups, dispatches, sets);
+  BENCH_VULKAN(vkEndCommandBuffer(_commands));
+}
+
+void RawKernel::RecordDispatches(VkCommandBuffer commands, GroupCounts groups, int dispatches,
+                                 const VkDescriptorSet (&sets)[2]) {
+  vkCmdBindPipeline(commands, VK_PIPELINE_BIND_POINT_COMPUTE, _pipeline);
   VkMemoryBarrier barrier = {VK_STRUCTURE_TYPE_MEMORY_BARRIER};
   barrier.srcAccessMask = VK_ACCESS_SHADER_WRITE_BIT;
   barrier.dstAccessMask = VK_ACCESS_SHADER_READ_BIT | VK_ACCESS_SHADER_WRITE_BIT;
   for (int i = 0; i < dispatches; ++i) {
     if (i == 0 || sets[0] != sets[1])
-      vkCmdBindDescriptorSets(_commands, VK_PIPELINE_BIND_POINT_COMPUTE, _layout, 0, 1, &sets[i % 2], 0, nullptr);
-    vkCmdPipelineBarrier(_commands, VK_PIPELINE_STAGE_COMPUTE_SHADER_BIT, VK_PIPELINE_STAGE_COMPUTE_SHADER_BIT, 0, 1,
+      vkCmdBindDescriptorSets(commands, VK_PIPELINE_BIND_POINT_COMPUTE, _layout, 0, 1, &sets[i % 2], 0, nullptr);
+    vkCmdPipelineBarrier(commands, VK_PIPELINE_STAGE_COMPUTE_SHADER_BIT, VK_PIPELINE_STAGE_COMPUTE_SHADER_BIT, 0, 1,
                          &barrier, 0, nullptr, 0, nullptr);
-    vkCmdDispatch(_commands, groups.x, groups.y, 1);
+    vkCmdDispatch(commands, groups.x, groups.y, 1);
   }
-  BENCH_VULKAN(vkEndCommandBuffer(_commands));
 }
 
 void RawKernel::Run(GroupCounts groups, int dispatches, bool usesTimeline) {
@@ -168,6 +173,27 @@ void RawKernel::Run(GroupCounts groups, int dispatches, bool usesTimeline) {
 void RawKernel::RunSwapping(GroupCounts groups, int dispatches, const std::string& first, const std::string& second) {
   if (!_swapped) MakeSwappedSet(Find(_shader.buffers, first), Find(_shader.buffers, second));
   Record(groups, dispatches, {_set, _swapped});
+  _device->Submit(_commands, _fence);
+  _device->Wait(_fence);
+}
+
+void RawKernel::RecordSecondary(GroupCounts groups, int dispatches, const std::string& first,
+                                const std::string& second) {
+  if (!_swapped) MakeSwappedSet(Find(_shader.buffers, first), Find(_shader.buffers, second));
+  _secondary = _device->MakeCommandBuffer(VK_COMMAND_BUFFER_LEVEL_SECONDARY);
+  const VkCommandBufferInheritanceInfo inheritance = {VK_STRUCTURE_TYPE_COMMAND_BUFFER_INHERITANCE_INFO};
+  VkCommandBufferBeginInfo info = {VK_STRUCTURE_TYPE_COMMAND_BUFFER_BEGIN_INFO};
+  info.pInheritanceInfo = &inheritance;
+  BENCH_VULKAN(vkBeginCommandBuffer(_secondary, &info));
+  RecordDispatches(_secondary, groups, dispatches, {_set, _swapped});
+  BENCH_VULKAN(vkEndCommandBuffer(_secondary));
+}
+
+void RawKernel::RunSecondary() {
+  if (!_values.empty()) std::memcpy(_uniforms->GetMapped(), _values.data(), _values.size());
+  BeginCommands(_commands);
+  vkCmdExecuteCommands(_commands, 1, &_secondary);
+  BENCH_VULKAN(vkEndCommandBuffer(_commands));
   _device->Submit(_commands, _fence);
   _device->Wait(_fence);
 }

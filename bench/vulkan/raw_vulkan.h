@@ -24,7 +24,7 @@ class RawDevice {
   // A memory type among `allowed` that has all of `needed`, best one that has `wished` too; -1 for none.
   int FindMemoryType(std::uint32_t allowed, VkMemoryPropertyFlags needed, VkMemoryPropertyFlags wished) const;
 
-  VkCommandBuffer MakeCommandBuffer();
+  VkCommandBuffer MakeCommandBuffer(VkCommandBufferLevel level = VK_COMMAND_BUFFER_LEVEL_PRIMARY);
   VkFence MakeFence();
   void Submit(VkCommandBuffer commands, VkFence fence);
   // Waits for a fence that was submitted, and makes it ready for the next time.
@@ -131,11 +131,16 @@ class RawKernel {
   void Run(GroupCounts groups, int dispatches, bool usesTimeline = false);
   // The same where two buffers change places behind each dispatch. All has been set.
   void RunSwapping(GroupCounts groups, int dispatches, const std::string& first, const std::string& second);
+  // The same in a secondary command buffer, recorded by the first and executed by the second as often as it is called,
+  // each time with the values as they are, submitted and awaited.
+  void RecordSecondary(GroupCounts groups, int dispatches, const std::string& first, const std::string& second);
+  void RunSecondary();
 
  private:
   VkDescriptorSet AllocateSet();
   void MakeSwappedSet(std::uint32_t first, std::uint32_t second);
   void Record(GroupCounts groups, int dispatches, const VkDescriptorSet (&sets)[2]);
+  void RecordDispatches(VkCommandBuffer commands, GroupCounts groups, int dispatches, const VkDescriptorSet (&sets)[2]);
   RawDeviceRef _device;
   Shader _shader;
   VkDescriptorSetLayout _setLayout = VK_NULL_HANDLE;
@@ -144,6 +149,7 @@ class RawKernel {
   VkDescriptorPool _pool = VK_NULL_HANDLE;
   VkDescriptorSet _set = VK_NULL_HANDLE;
   VkDescriptorSet _swapped = VK_NULL_HANDLE;
+  VkCommandBuffer _secondary = VK_NULL_HANDLE;
   VkCommandBuffer _commands = VK_NULL_HANDLE;
   VkFence _fence = VK_NULL_HANDLE;
   std::vector<std::uint8_t> _values;

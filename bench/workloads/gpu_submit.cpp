@@ -53,6 +53,22 @@ bool RunPingPong(const Options& options) {
   return true;
 }
 
+bool RunReplay(const Options& options) {
+  for (const int dispatches : {2, 64, 1000}) {
+    const int repeats = GetRepeats(dispatches);
+    Contest contest("gpu_replay", std::to_string(dispatches), "latency", "us");
+    GpuWork work("net.ostra.bench.step.krn", "before");
+    if (!work.Start(options)) return true;
+    for (const char* name : {"before", "after"})
+      work.AddBuffer<ostra::UInt32>(name, kElements, [](std::int64_t) { return 0u; });
+    work.SetUniform("count", ostra::UInt32{kElements});
+    work.AddReplayingPeers(contest, kElements, "before", "after", "count", ExpectCount(dispatches * repeats),
+                           dispatches, repeats);
+    if (!contest.Run(options, [=](double seconds) { return seconds / repeats * 1e6; })) return false;
+  }
+  return true;
+}
+
 bool RunGpuSubmit(const Options& options) {
   for (const int dispatches : {0, 1, 64, 1000}) {
     if (!RunCount(options, dispatches)) return false;

@@ -22,6 +22,7 @@ bool RunStore(const Options& options);
 bool RunReadBack(const Options& options);
 // Empty work, from recording to its end.
 bool RunGpuSubmit(const Options& options);
+bool RunReplay(const Options& options);
 // Two buffers that change places behind each of many dispatches.
 bool RunPingPong(const Options& options);
 // Kernel files to programs of the device, with empty and with full caches.
