@@ -5,7 +5,7 @@
 #include "apps/ostra/render/render_command.h"
 #include "apps/ostra/render/render_help.h"
 #include "apps/ostra/tool_error.h"
-#include "ostra/image/image.h"
+#include "ostra/image/picture_format.h"
 #include "plans/scene/scene.h"
 #include "plans/values/text.h"
 
@@ -19,7 +19,9 @@ CLI::App& AddRenderCommand(CLI::App& app, RenderArguments& arguments) {
   CLI::App& render = *app.add_subcommand("render", kRenderSummary);
   render.footer(kRenderDetails);
   render.add_option("scene", arguments.scene, "The scene file")->type_name("SCENE.json")->required();
-  render.add_option("--out", arguments.target, "The picture to write: .png or .exr")->type_name("FILE")->required();
+  render.add_option("--out", arguments.target, "The picture to write: " OSTRA_PICTURE_SUFFIXES)
+      ->type_name("FILE")
+      ->required();
   render.add_option("--size", arguments.size, "Size of the picture (default: that of the scene)")->type_name("WxH");
   render.add_option("--set", arguments.values, "Replace a value of the scene")
       ->type_name("NAME=NUMBER,...")

@@ -224,6 +224,7 @@ PYBIND11_MODULE(_ostra, module) {
     return RenderPicture({path, !text.empty(), text, folder}, {width, height}, values);
   });
   module.def("read_picture", &ReadPicture);
+  module.def("picture_info", &DescribePicture);
   module.def("write_picture", &WritePicture);
   // The host ends before the libraries that it uses.
   py::module_::import("atexit").attr("register")(py::cpp_function(&Engine::Close));

@@ -8,7 +8,7 @@
 #include "ostra/core/catch_out_of_memory.h"
 #include "ostra/core/format.h"
 #include "ostra/core/struct_type.h"
-#include "ostra/image/image.h"
+#include "ostra/image/picture_format.h"
 #include "ostra/io/file.h"
 #include "ostra/math/data_types.h"
 
@@ -18,7 +18,7 @@ namespace ostra {
 
 namespace {
 
-constexpr const char* kKnownSuffixes = ".npy, .raw, .bin, .png and .exr";
+constexpr const char* kKnownSuffixes = ".npy, .raw, .bin and pictures: " OSTRA_PICTURE_SUFFIXES;
 
 // Elements with the given bytes, whose number is a multiple of the element size.
 Result<GenericBaseArray> MakeElements(DataType type, Block<const Byte> bytes) {
@@ -174,7 +174,7 @@ Result<void> CheckAny(const Url& file, DataType type) {
 
 ArrayFileKind GetArrayFileKind(const Url& file) {
   const String suffix = file.GetSuffix();
-  if (suffix == "png" || suffix == "exr") return ArrayFileKind::Picture;
+  if (IsPictureFile(file)) return ArrayFileKind::Picture;
   if (suffix == "npy") return ArrayFileKind::Npy;
   if (suffix == "raw" || suffix == "bin") return ArrayFileKind::Raw;
   return ArrayFileKind::Unknown;

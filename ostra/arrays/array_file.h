@@ -2,7 +2,7 @@
 //
 //   .npy          arrays; the numbers must have the type of the elements, the fields of records those of the struct
 //   .raw .bin     the bytes of the elements
-//   .png .exr     pictures, for elements of 4 x float32
+//   .png .exr ... pictures (ostra/image/picture_format.h), for elements of 4 x float32
 //
 //   OSTRA_ASSIGN_OR_RETURN(ArrayContents contents, ReadArrayFile(file, GetDataType<Float32>()));
 //   OSTRA_RETURN_IF_ERROR(WriteArrayFile(copy, contents.elements.GetElementType(), contents.elements.GetBlock(),

@@ -16,6 +16,7 @@
 #include "ostra/core/format.h"
 #include "ostra/image/image.h"
 #include "ostra/image/memory_sink.h"
+#include "ostra/image/picture_settings.h"
 
 OSTRA_UNIT("exr");
 
@@ -112,6 +113,17 @@ void CopyGray(Image& image) {
   for (Int i = 0; i < image.rgba.GetCount(); i += 4) image.rgba[i + 1] = image.rgba[i + 2] = image.rgba[i];
 }
 
+PictureDescription Describe(const Imf::ChannelList& channels, const char* const (&names)[4]) {
+  const Imf::PixelType type = channels.findChannel(names[0])->type;
+  PictureDescription description;
+  const Bool isGray = names[0] == std::string_view("Y");
+  description.channels = (isGray ? 1 : 3) + (channels.findChannel(names[3]) ? 1 : 0);
+  description.bits = type == Imf::HALF ? 16 : 32;
+  description.isFloat = type != Imf::UINT;
+  description.colors = PictureColors::Linear;  // as the format says
+  return description;
+}
+
 Result<Image> ReadPixels(Block<const Byte> bytes) {
   OSTRA_RETURN_IF_ERROR(CheckHeader(bytes));
   MemoryReader reader(bytes);
@@ -130,6 +142,7 @@ Result<Image> ReadPixels(Block<const Byte> bytes) {
   }
   file.setFrameBuffer(target);
   file.readPixels(window.min.y, window.max.y);
+  image.description = Describe(file.header().channels(), names);
   if (isGray) CopyGray(image);
   return image;
 }
@@ -162,8 +175,9 @@ Result<Image> DecodeExr(Block<const Byte> bytes) {
   return CallLibrary<Image>(kDamaged, [bytes] { return ReadPixels(bytes); });
 }
 
-Result<BaseArray<Byte>> EncodeExr(const ImageView& image) {
+Result<BaseArray<Byte>> EncodeExr(const ImageView& image, const PictureSettings& settings) {
   OSTRA_CHECK_ARGUMENT(image.width > 0 && image.height > 0 && image.rgba.GetCount() == 4 * image.width * image.height);
+  OSTRA_RETURN_IF_ERROR(CheckPictureSettings(image, settings, {"OpenEXR", {}, {}}));
   return CallLibrary<BaseArray<Byte>>("the picture cannot be written as OpenEXR",
                                       [&image] { return WritePixels(image); });
 }

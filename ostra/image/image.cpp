@@ -1,9 +1,7 @@
 #include "ostra/image/image.h"
 
-#include <algorithm>
-#include <iterator>
-
 #include "ostra/core/large_pages.h"
+#include "ostra/image/picture_format.h"
 #include "ostra/io/file.h"
 
 OSTRA_UNIT("image");
@@ -12,26 +10,14 @@ namespace ostra {
 
 namespace {
 
-constexpr Byte kPngStart[] = {0x89, 'P', 'N', 'G', 0x0D, 0x0A, 0x1A, 0x0A};
-constexpr Byte kExrStart[] = {0x76, 0x2F, 0x31, 0x01};
-
-template <std::size_t SIZE>
-Bool StartsWith(Block<const Byte> bytes, const Byte (&start)[SIZE]) {
-  return bytes.GetCount() >= Int(SIZE) && std::equal(std::begin(start), std::end(start), bytes.GetFirst());
-}
-
 Result<Image> Decode(Block<const Byte> bytes) {
-  if (StartsWith(bytes, kPngStart)) return DecodePng(bytes);
-  if (StartsWith(bytes, kExrStart)) return DecodeExr(bytes);
-  return OSTRA_ILLEGAL_ARGUMENT("this is neither a PNG nor an OpenEXR picture.");
-}
-
-Result<BaseArray<Byte>> Encode(const Url& url, const ImageView& image) {
-  const String suffix = url.GetSuffix();
-  if (suffix == "png") return EncodePng(image);
-  if (suffix == "exr") return EncodeExr(image);
-  return OSTRA_ILLEGAL_ARGUMENT("@ cannot be written: pictures have the suffix \"png\" or \"exr\", not \"@\".", url,
-                                suffix);
+  const PictureFormat* format = FindPictureFormat(bytes);
+  if (!format)
+    return OSTRA_ILLEGAL_ARGUMENT("its first bytes are those of no known picture; known are @.",
+                                  OSTRA_PICTURE_SUFFIXES);
+  OSTRA_ASSIGN_OR_RETURN(Image image, format->decode(bytes));
+  image.description.format = format->name;
+  return image;
 }
 
 }  // namespace
@@ -41,7 +27,7 @@ Result<Image> Image::Create(Int width, Int height) {
   if (width > kMaxImagePixels / height)
     return OSTRA_ILLEGAL_ARGUMENT("A picture of @ x @ pixels is too large, the limit is @ pixels.", width, height,
                                   kMaxImagePixels);
-  Image image{width, height, {}};
+  Image image{width, height, {}, {}};
   const Int count = 4 * width * height;
   OSTRA_RETURN_IF_ERROR(image.rgba.Reserve(count));
   // Pages of the usual size make the first writing several times slower.
@@ -58,9 +44,16 @@ Result<Image> ReadImage(const Url& url) {
   return image;
 }
 
-Result<void> WriteImage(const Url& url, const ImageView& image) {
-  OSTRA_ASSIGN_OR_RETURN(const BaseArray<Byte> bytes, Encode(url, image));
-  return WriteFileAtomically(url, bytes.GetBlock());
+Result<void> WriteImage(const Url& url, const ImageView& image, const PictureSettings& settings) {
+  const PictureFormat* format = FindPictureFormat(url);
+  if (!format)
+    return OSTRA_ILLEGAL_ARGUMENT("@ cannot be written: its suffix \"@\" is that of no known picture; known are @.",
+                                  url, url.GetSuffix(), OSTRA_PICTURE_SUFFIXES);
+  const auto bytes = format->encode(image, settings);
+  if (!bytes && bytes.GetError().GetKind() == kIllegalArgumentError)
+    return OSTRA_ILLEGAL_ARGUMENT("@ cannot be written: @", url, bytes.GetError());
+  if (!bytes) return bytes.GetError();
+  return WriteFileAtomically(url, bytes->GetBlock());
 }
 
 }  // namespace ostra

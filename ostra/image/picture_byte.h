@@ -1,4 +1,4 @@
-// How a channel becomes one of 256 steps. Only for the files of this folder.
+// How a channel becomes one of 256 or 65536 steps. Only for the files of this folder.
 #pragma once
 
 #include "ostra/core/types.h"
@@ -9,6 +9,12 @@ namespace ostra {
 inline Byte ToPictureByte(Float32 value) {
   if (!(value > 0)) return 0;
   return value >= 1 ? 255 : static_cast<Byte>(value * 255 + 0.5f);
+}
+
+// The same in steps of 65535.
+inline UInt16 ToPictureStep16(Float32 value) {
+  if (!(value > 0)) return 0;
+  return value >= 1 ? 65535 : static_cast<UInt16>(value * 65535 + 0.5f);
 }
 
 }  // namespace ostra

@@ -17,12 +17,33 @@ struct Source {
   std::size_t left;
 };
 
+// What the file says of its numbers.
+PictureDescription Describe(png_const_structp png, png_const_infop info) {
+  const Bool isPalette = png_get_color_type(png, info) == PNG_COLOR_TYPE_PALETTE;
+  const Bool hasTransparency = png_get_valid(png, info, PNG_INFO_tRNS) != 0;
+  PictureDescription description;
+  description.channels = (isPalette ? 3 : Int(png_get_channels(png, info))) + (hasTransparency ? 1 : 0);
+  description.bits = isPalette ? 8 : png_get_bit_depth(png, info);
+  description.isFloat = false;
+  png_fixed_point gamma = 0;
+  if (png_get_valid(png, info, PNG_INFO_iCCP)) {
+    description.colors = PictureColors::Profile;
+  } else if (png_get_valid(png, info, PNG_INFO_sRGB)) {
+    description.colors = PictureColors::Srgb;
+  } else if (png_get_gAMA_fixed(png, info, &gamma)) {
+    description.colors = gamma == PNG_FP_1 ? PictureColors::Linear : PictureColors::Gamma;
+    if (gamma != PNG_FP_1) description.gamma = static_cast<Float32>(gamma) / PNG_FP_1;
+  }
+  return description;
+}
+
 struct Layout {
   Int width, height;
   Int bitDepth;     // of a channel, as libpng hands it out: 8 or 16
   Int bitsInFile;   // of a pixel
   Int bytesPerRow;  // as libpng hands them out
   int passes;       // more than 1 for interlaced pictures
+  PictureDescription description;
 };
 
 void ReadFromMemory(png_structp png, png_bytep target, std::size_t size) {
@@ -40,6 +61,7 @@ void ReadHeader(png_structp png, png_infop info, Source& source, Layout& layout)
   layout.width = png_get_image_width(png, info);
   layout.height = png_get_image_height(png, info);
   layout.bitsInFile = Int(png_get_channels(png, info)) * png_get_bit_depth(png, info);
+  layout.description = Describe(png, info);
   png_set_expand(png);
   png_set_gray_to_rgb(png);
   png_set_add_alpha(png, 0xFFFF, PNG_FILLER_AFTER);
@@ -87,6 +109,7 @@ Result<Image> DecodePng(Block<const Byte> bytes) {
     return session.MakeError(kDamaged);
   OSTRA_RETURN_IF_ERROR(CheckLayout(layout, bytes.GetCount()));
   OSTRA_ASSIGN_OR_RETURN(Image image, Image::Create(layout.width, layout.height));
+  image.description = layout.description;
   // The rows of an interlaced picture are visited once for each pass, so that all of them are kept.
   const Bool isInterlaced = layout.passes > 1;
   BaseArray<Byte> stored;

@@ -1,6 +1,6 @@
 // Buffers of a kernel from files, and back. The suffix says what a file is:
 //
-//   .png .exr     pictures, for elements of 4 x float32
+//   .png .exr ... pictures (ostra/image/picture_format.h), for elements of 4 x float32
 //   .npy          arrays; the numbers must have the type of the elements, the fields of records those of the struct
 //   .csv .txt     texts with one element per line
 //   .raw .bin     the bytes of the elements

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "ostra/core/types.h"
-#include "ostra/io/url.h"
+#include "ostra/image/picture_format.h"
 
 namespace ostra::plans {
 
@@ -11,6 +11,6 @@ enum class FileKind : Int32 { Unknown, Picture, Npy, Csv, Raw };
 FileKind GetFileKind(const Url& file);
 
 // For error lines: the suffixes that are known.
-inline constexpr const char* kKnownSuffixes = ".png, .exr, .npy, .csv and .raw";
+inline constexpr const char* kKnownSuffixes = OSTRA_PICTURE_SUFFIXES ", .npy, .csv and .raw";
 
 }  // namespace ostra::plans

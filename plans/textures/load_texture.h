@@ -1,7 +1,7 @@
 // The texels of a texture from files.
 //
-//   .png .exr            pictures; several make the layers of a texture, or the slices of a volume
-//   .npy                 arrays: axes from the slowest to x, then the channels; the layers stand before all
+//   .png .exr ...        pictures (ostra/image/picture_format.h); several make the layers of a texture, or the slices
+//   of a volume .npy                 arrays: axes from the slowest to x, then the channels; the layers stand before all
 //   .csv .txt .raw .bin  texels one after the other, with the size that the settings say
 //   zeros:SIZE ones:SIZE
 #pragma once

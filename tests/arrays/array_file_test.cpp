@@ -91,7 +91,7 @@ TEST(ArrayFileTest, FilesThatDoNotFitSayWhy) {
   EXPECT_THAT(load("bad.png", GetDataType<Vector4d32>()), HasSubstr("neither a PNG"));
   EXPECT_THAT(load("bad.png", GetDataType<Float32>()), HasSubstr("4 x float32, but float32 is needed"));
   EXPECT_THAT(load("missing.npy", GetDataType<Float32>()), HasSubstr("No such file"));
-  EXPECT_THAT(load("a.csv", GetDataType<Float32>()), HasSubstr("known are .npy, .raw, .bin, .png and .exr"));
+  EXPECT_THAT(load("a.csv", GetDataType<Float32>()), HasSubstr("known are .npy, .raw, .bin and pictures: .png, .exr"));
 }
 
 TEST(ArrayFileTest, WhatCannotBeWrittenIsRefusedAndLeavesNoFile) {

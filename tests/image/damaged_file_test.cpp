@@ -5,8 +5,8 @@
 
 #include <random>
 
-#include "ostra/core/memory.h"
 #include "ostra/image/image.h"
+#include "tests/image/decode_checks.h"
 #include "tests/image/sample_files.h"
 
 namespace ostra {
@@ -22,18 +22,6 @@ std::string MakeExrFile() {
   Image image = Image::Create(9, 40).GetValue();
   for (Int i = 0; i < image.rgba.GetCount(); ++i) image.rgba[i] = static_cast<Float32>(i % 17);
   return StringOf(EncodeExr(image).GetValue());
-}
-
-// Decodes and checks that a success has a sound picture and a failure a message.
-template <class Decode>
-Bool IsDecoded(const Decode& decode, const std::string& bytes) {
-  const auto image = decode(BlockOf(bytes));
-  if (!image.IsOk()) {
-    EXPECT_TRUE(image.GetError().GetMessage().IsPopulated());
-    return false;
-  }
-  EXPECT_EQ(image->rgba.GetCount(), 4 * image->width * image->height);
-  return true;
 }
 
 TEST(DamagedFileTest, APngFileThatEndsAtAnyByteIsAnError) {
@@ -90,32 +78,6 @@ TEST(DamagedFileTest, SizesThatTheFileCannotHoldAreRefusedBeforeMemoryIsTaken) {
   const auto image = DecodePng(BlockOf(file));
   ASSERT_FALSE(image.IsOk());
   EXPECT_THAT(std::string(image.GetError().GetMessage().GetView()), testing::HasSubstr("60000 x 60000"));
-}
-
-template <class Work>
-void ExpectOutOfMemoryAtEveryAllocation(const Work& work) {
-  for (Int n = 1;; ++n) {
-    const Int live = AllocationFaults::GetLiveCount();
-    AllocationFaults::FailNth(n);
-    Bool isOk = false;
-    {
-      const auto result = work();
-      isOk = result.IsOk();
-      const Bool hasFired = AllocationFaults::HasFired();
-      AllocationFaults::Disable();
-      if (!hasFired) {
-        EXPECT_TRUE(isOk);
-        EXPECT_GT(n, 2);
-        return;
-      }
-      if (!isOk) {
-        EXPECT_EQ(result.GetError().GetKind(), kOutOfMemoryError)
-            << n << ": " << result.GetError().GetMessage().GetView();
-      }
-    }
-    EXPECT_FALSE(isOk) << n;
-    EXPECT_EQ(AllocationFaults::GetLiveCount(), live) << n;
-  }
 }
 
 TEST(DamagedFileTest, EveryAllocationMayFail) {

@@ -77,6 +77,10 @@ TEST(ExrTest, HalfAndFloatChannelsAreReadAndMissingAlphaIsOne) {
     for (const char* channels : {"RGB", "RGBA", "YA", "Y"}) {
       const auto image = DecodeExr(BlockOf(MakeExr(channels, type)));
       ASSERT_TRUE(image.IsOk()) << image.GetError().GetMessage().GetView();
+      EXPECT_EQ(image->description.channels, static_cast<Int>(std::string_view(channels).size()));
+      EXPECT_EQ(image->description.bits, type == Imf::HALF ? 16 : 32);
+      EXPECT_TRUE(image->description.isFloat);
+      EXPECT_EQ(image->description.colors, PictureColors::Linear);
       const std::string names(channels);
       for (Int i = 0; i < kWidth * kHeight; ++i)
         for (Int c = 0; c < 4; ++c) {

@@ -1,8 +1,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <png.h>
 
 #include <cmath>
 #include <limits>
+#include <random>
 
 #include "ostra/image/image.h"
 #include "tests/image/sample_files.h"
@@ -40,6 +42,79 @@ TEST(PngTest, WritingAndReadingKeepsEveryEightBitValue) {
   ASSERT_EQ(copy->width, 64);
   ASSERT_EQ(copy->height, 16);
   for (Int i = 0; i < image.rgba.GetCount(); ++i) ASSERT_EQ(copy->rgba[i], image.rgba[i]) << i;
+}
+
+TEST(PngTest, PicturesOfAnySizeDepthAndNumberOfChannelsComeBackExactly) {
+  std::mt19937 random(7);
+  for (int round = 0; round < 80; ++round) {
+    const Int channels = 1 + round % 4, bits = round / 4 % 2 == 0 ? 8 : 16;
+    const UInt32 largest = (1u << bits) - 1;
+    Image image = Image::Create(1 + random() % 30, 1 + random() % 30).GetValue();
+    for (Int i = 0; i < image.rgba.GetCount(); ++i)
+      image.rgba[i] = static_cast<Float32>(random() % (largest + 1)) / static_cast<Float32>(largest);
+    for (Int i = 0; i < image.rgba.GetCount(); i += 4) {
+      if (channels < 3) image.rgba[i + 1] = image.rgba[i + 2] = image.rgba[i];
+      if (channels % 2 == 1) image.rgba[i + 3] = 1;
+    }
+    const auto bytes = EncodePng(image, {.bits = bits, .channels = channels});
+    ASSERT_TRUE(bytes.IsOk()) << bytes.GetError().GetMessage().GetView();
+    const auto copy = DecodePng(bytes->GetBlock());
+    ASSERT_TRUE(copy.IsOk()) << copy.GetError().GetMessage().GetView();
+    ASSERT_EQ(copy->width, image.width);
+    ASSERT_EQ(copy->description.bits, bits);
+    ASSERT_EQ(copy->description.channels, channels);
+    ASSERT_FALSE(copy->description.isFloat);
+    for (Int i = 0; i < image.rgba.GetCount(); ++i) ASSERT_EQ(copy->rgba[i], image.rgba[i]) << bits << " " << channels;
+  }
+}
+
+TEST(PngTest, SettingsThatPngDoesNotKnowAreRefused) {
+  const auto messageOf = [](const Image& image, const PictureSettings& settings) {
+    const auto bytes = EncodePng(image, settings);
+    return bytes.IsOk() ? "no error" : std::string(bytes.GetError().GetMessage().GetView());
+  };
+  Image image = Image::Create(2, 2).GetValue();
+  EXPECT_EQ(messageOf(image, {.bits = 12}), "PNG pictures cannot have 12 bits: possible are 8 and 16.");
+  EXPECT_EQ(messageOf(image, {.channels = 5}), "PNG pictures cannot have 5 channels: possible are 1, 2, 3 and 4.");
+  EXPECT_EQ(messageOf(image, {.quality = 50}), "PNG pictures have no quality: it is for JPEG.");
+  EXPECT_EQ(messageOf(image, {.channels = 1}), "no error");
+  image.rgba[9] = 1;
+  for (const Int channels : {1, 2})
+    EXPECT_THAT(messageOf(image, {.channels = channels}), testing::HasSubstr("the picture has colours"));
+}
+
+// A file with what `change` says of its colours.
+template <class Change>
+PictureDescription DescribePng(const Change& change) {
+  std::string bytes;
+  png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
+  png_infop info = png_create_info_struct(png);
+  const auto write = [](png_structp target, png_bytep data, std::size_t size) {
+    static_cast<std::string*>(png_get_io_ptr(target))->append(reinterpret_cast<const char*>(data), size);
+  };
+  png_set_write_fn(png, &bytes, write, nullptr);
+  png_set_IHDR(png, info, 1, 1, 8, PNG_COLOR_TYPE_GRAY, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
+               PNG_FILTER_TYPE_DEFAULT);
+  change(png, info);
+  png_write_info(png, info);
+  const png_byte row[] = {9};
+  png_write_row(png, row);
+  png_write_end(png, nullptr);
+  png_destroy_write_struct(&png, &info);
+  return DecodePng(BlockOf(bytes)).GetValue().description;
+}
+
+TEST(PngTest, TheDescriptionSaysWhatTheFileSaysOfItsColours) {
+  EXPECT_EQ(DescribePng([](png_structp, png_infop) {}).colors, PictureColors::Unsaid);
+  const auto isSrgb = [](png_structp png, png_infop info) { png_set_sRGB(png, info, PNG_sRGB_INTENT_PERCEPTUAL); };
+  EXPECT_EQ(DescribePng(isSrgb).colors, PictureColors::Srgb);
+  const auto isLinear = [](png_structp png, png_infop info) { png_set_gAMA_fixed(png, info, PNG_FP_1); };
+  EXPECT_EQ(DescribePng(isLinear).colors, PictureColors::Linear);
+  const PictureDescription gamma =
+      DescribePng([](png_structp png, png_infop info) { png_set_gAMA_fixed(png, info, 55000); });
+  EXPECT_EQ(gamma.colors, PictureColors::Gamma);
+  EXPECT_FLOAT_EQ(gamma.gamma, 0.55f);
+  EXPECT_EQ(gamma.channels, 1);
 }
 
 TEST(PngTest, WrittenValuesAreClampedAndRounded) {

@@ -21,6 +21,21 @@ def test_a_png_has_the_bytes_that_were_written(tmp_path, channels):
     numpy.testing.assert_array_equal((again[..., 3] * 255).round(), picture[..., 3] if channels == 4 else 255)
 
 
+@pytest.mark.parametrize("channels", [1, 2, 3, 4])
+@pytest.mark.parametrize("dtype", [numpy.uint8, numpy.uint16])
+def test_a_png_keeps_every_number_and_its_channels(tmp_path, dtype, channels):
+    largest = numpy.iinfo(dtype).max
+    picture = numpy.random.default_rng(2).integers(0, largest + 1, (7, 9, channels)).astype(dtype)
+    ostra.write_picture(tmp_path / "a.png", picture, channels=channels)
+    info = ostra.picture_info(tmp_path / "a.png")
+    assert info["channels"] == channels and info["dtype"] == numpy.dtype(dtype).name
+    again = (ostra.read_picture(tmp_path / "a.png") * largest).round().astype(dtype)
+    numpy.testing.assert_array_equal(again[..., 0], picture[..., 0])
+    numpy.testing.assert_array_equal(again[..., 3], picture[..., -1] if channels in (2, 4) else largest)
+    if channels > 2:
+        numpy.testing.assert_array_equal(again[..., :3], picture[..., :3])
+
+
 def test_an_exr_has_the_numbers_that_were_written(tmp_path):
     picture = numpy.random.default_rng(1).normal(size=(4, 6, 4)).astype(numpy.float32)
     ostra.write_picture(str(tmp_path / "a.exr"), picture)
@@ -34,10 +49,10 @@ def test_arrays_in_any_order_are_written(tmp_path):
 
 
 @pytest.mark.parametrize("picture, message", [
-    ([1.0], "of float32, float64 or uint8, not list"),
-    (ramp(2, 2).astype("i4"), "of float32, float64 or uint8, not int32"),
+    ([1.0], "of float32, float64, uint8 or uint16, not list"),
+    (ramp(2, 2).astype("i4"), "of float32, float64, uint8 or uint16, not int32"),
     (ramp(4), "has the shape .*, not \\(4,\\)"),
-    (ramp(2, 2, 2), "not \\(2, 2, 2\\)"),
+    (ramp(2, 2, 5), "not \\(2, 2, 5\\)"),
     (ramp(0, 2), "not \\(0, 2\\)"),
 ])
 def test_arrays_that_are_no_pictures_are_refused(tmp_path, picture, message):
@@ -59,3 +74,47 @@ def test_files_that_are_no_pictures_are_named(tmp_path):
             ostra.read_picture(wrong)
     with pytest.raises(ValueError, match='"path" has a null character'):
         ostra.write_picture("a\0b.png", ramp(2, 2))
+
+
+def write_jpeg(path, picture, **settings):
+    try:
+        ostra.write_picture(path, picture, **settings)
+    except ostra.Error as error:
+        if "install the package libjpeg-dev" in str(error):
+            pytest.skip("libjpeg-dev was not found when ostra was built.")
+        raise
+
+
+def test_a_jpeg_is_near_to_what_was_written(tmp_path):
+    picture = numpy.linspace(0, 1, 40 * 30, dtype=numpy.float32).reshape(30, 40)
+    write_jpeg(tmp_path / "a.JPG", picture)
+    again = ostra.read_picture(tmp_path / "a.JPG")
+    assert again.shape == (30, 40, 4)
+    assert abs(again[..., 0] - picture).max() < 8 / 255
+    assert (again[..., 3] == 1).all()
+    assert ostra.picture_info(tmp_path / "a.JPG") == {
+        "format": "JPEG", "width": 40, "height": 30, "channels": 1, "dtype": "uint8", "colors": None, "orientation": 1}
+
+
+def test_the_quality_of_a_jpeg_is_said(tmp_path):
+    picture = numpy.random.default_rng(1).random((30, 40, 3))
+    for name, settings in (("default", {}), ("90", {"quality": 90}), ("30", {"quality": 30})):
+        write_jpeg(tmp_path / f"{name}.jpeg", picture, **settings)
+    assert (tmp_path / "default.jpeg").read_bytes() == (tmp_path / "90.jpeg").read_bytes()
+    assert (tmp_path / "30.jpeg").stat().st_size < (tmp_path / "90.jpeg").stat().st_size
+    for quality in ("90", 90.0, True, 0, 101):
+        with pytest.raises(TypeError, match='"quality" is a whole number'):
+            ostra.write_picture(tmp_path / "a.jpg", picture, quality=quality)
+    with pytest.raises(ostra.Error, match="PNG pictures have no quality"):
+        ostra.write_picture(tmp_path / "a.png", picture, quality=50)
+
+
+def test_what_a_file_says_is_told(tmp_path):
+    picture = ramp(3, 5, 4)
+    ostra.write_picture(tmp_path / "a.png", picture)
+    ostra.write_picture(tmp_path / "a.exr", picture)
+    same = {"width": 5, "height": 3, "channels": 4, "orientation": 1}
+    assert ostra.picture_info(tmp_path / "a.png") == {"format": "PNG", "dtype": "uint8", "colors": None, **same}
+    assert ostra.picture_info(tmp_path / "a.exr") == {"format": "OpenEXR", "dtype": "float32", "colors": "linear", **same}
+    with pytest.raises(ostra.Error, match="missing.png"):
+        ostra.picture_info(tmp_path / "missing.png")

@@ -50,6 +50,7 @@ def make_call(draw, add):
         (ostra.kernel, ["backend", "name", "checked"]),
         (ostra.from_dlpack, ["array"]),
         (ostra.render, ["scene", "size", "values", "folder"]),
+        (ostra.picture_info, ["path"]),
         (ostra.read_picture, ["path"]),
         (ostra.configure, ["g_none"]),
         (ostra.memory, ["backend"]),

@@ -40,7 +40,7 @@ FORBIDDEN = [
 LIBRARIES = [
     (r"(oneapi/tbb|tbb)/", "ostra/jobs/"),
     (r"glm/", "ostra/math/"),
-    (r"(png\.h|OpenEXR/|Imf|Imath|Iex|half\.h)", "ostra/image/"),
+    (r"(png\.h|jpeglib\.h|jerror\.h|tiff|OpenEXR/|Imf|Imath|Iex|half\.h)", "ostra/image/"),
     (r"openssl/", "ostra/crypt/"),
     (r"(glslang/|spirv)", "ostra/shadercompiler/"),
     (r"(vulkan/|volk)", "ostra/drawport_vulkan/"),

@@ -104,7 +104,7 @@ TEST(BufferFileTest, FilesThatDoNotFitTheParameterSayWhy) {
   EXPECT_THAT(load("bad.png", GetDataType<Vector4d32>()), HasSubstr("neither a PNG"));
   EXPECT_THAT(load("bad.png", GetDataType<Float32>()), HasSubstr("4 x float32, but float32 is needed"));
   EXPECT_THAT(load("missing.csv", GetDataType<Float32>()), HasSubstr("No such file"));
-  EXPECT_THAT(LoadBuffer("photo.jpg", GetDataType<Vector4d32>()), IsErrorOfKind(kUsageError));
+  EXPECT_THAT(LoadBuffer("photo.gif", GetDataType<Vector4d32>()), IsErrorOfKind(kUsageError));
 }
 
 TEST(BufferFileTest, TargetsThatCannotBeWrittenAreFoundBeforehand) {

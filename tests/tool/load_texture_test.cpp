@@ -297,7 +297,7 @@ TEST_F(LoadTextureTest, WhatIsTooLargeForASamplerIsRefused) {
 }
 
 TEST_F(LoadTextureTest, FilesThatAreNoneOfThemAreNamed) {
-  ExpectRefused<Gray>(kUsageError, "--in t: ", {"a.tiff"});
+  ExpectRefused<Gray>(kUsageError, "--in t: ", {"a.gif"});
   ExpectRefused<Gray>(kUsageError, "--texture t: channels: ", {"zeros:2x2"}, "channels=r");
   EXPECT_FALSE(Load<Gray>({"none.png"}).IsOk());
   _folder.Write("text.png", "no picture");

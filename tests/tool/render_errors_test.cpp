@@ -47,8 +47,8 @@ TEST_F(RenderErrorsTest, TheCommandLineIsChecked) {
          Run(R"({"values": {"angle": 1}, "passes": [{"draws": []}]})", {"--set", "angel=2"}));
   Expect(kBadUsage, "--set angle: \"two\" is not a number",
          Run(R"({"values": {"angle": 1}, "passes": [{"draws": []}]})", {"--set", "angle=two"}));
-  Expect(kBadUsage, "has no suffix that says how to write it; known are .png and .exr",
-         RunTool({"render", _folder / "scene.json", "--out", _folder / "out.jpg"}));
+  Expect(kBadUsage, "has no suffix that says how to write it; known are .png, .exr",
+         RunTool({"render", _folder / "scene.json", "--out", _folder / "out.gif"}));
   Expect(kFailed, "there is no folder", RunTool({"render", _folder / "scene.json", "--out", _folder / "none/out.png"}));
   Expect(kBadUsage, "there is no option \"--ste\"; did you mean \"--set\"?", Run(MakeScene(""), {"--ste", "a=1"}));
 }

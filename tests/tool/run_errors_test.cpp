@@ -110,7 +110,7 @@ TEST_F(RunErrorsTest, ParametersWithoutAValueAreNamed) {
 TEST_F(RunErrorsTest, OutputsThatCannotBeWrittenFailBeforeTheRun) {
   Expect(kFailed, "there is no folder", _invert, {"--in", In("image", "a.png"), "--out", In("result", "none/out.png")});
   Expect(kBadUsage, "has no suffix that says how to write it", _invert,
-         {"--in", In("image", "a.png"), "--out", In("result", "out.jpg")});
+         {"--in", In("image", "a.png"), "--out", In("result", "out.gif")});
   Expect(kFailed, "a picture needs elements of 4 x float32", _scale,
          {"--in", In("values", "values.csv"), "--set", "factor=1", "--set", "offset=1,2", "--out",
           In("values", "out.png")});

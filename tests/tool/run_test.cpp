@@ -2,9 +2,10 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <iostream>
 #include <nlohmann/json.hpp>
 
-#include "ostra/image/image.h"
+#include "ostra/image/picture_format.h"
 #include "ostra/io/file.h"
 #include "ostra/math/data_types.h"
 #include "plans/buffers/buffer_file.h"
@@ -49,6 +50,28 @@ TEST(RunTest, APictureGoesThroughAKernelWithItsSizeSetByItself) {
   ASSERT_EQ(inverted->height, 9);
   for (Int i = 0; i < picture.rgba.GetCount(); ++i)
     ASSERT_EQ(inverted->rgba[i], i % 4 == 3 ? picture.rgba[i] : 1 - picture.rgba[i]) << i;
+}
+
+TEST(RunTest, PicturesOfEveryKindGoThroughAKernel) {
+  Image picture = Image::Create(20, 12).GetValue();
+  for (Int i = 0; i < picture.rgba.GetCount(); ++i) picture.rgba[i] = i % 4 == 3 ? 1 : 51.0f / 255;
+  for (const PictureFormat& format : GetPictureFormats()) {
+    const TemporaryFolder folder;
+    const std::string suffix = "." + std::string(format.suffixes[0]);
+    if (!WriteImage(folder.MakeUrl("in" + suffix), picture)) {
+      std::cout << format.name << " is left out: its library was not found when this was built.\n";
+      continue;
+    }
+    const ToolResult result =
+        RunTool({"run", GetTestKernel("net.example.invert.krn"), "--in", "image=" + folder / ("in" + suffix), "--out",
+                 "result=" + folder / ("out" + suffix)});
+    ASSERT_EQ(result.exitStatus, 0) << result.errors;
+    const auto inverted = ReadImage(folder.MakeUrl("out" + suffix));
+    ASSERT_THAT(inverted, IsOk());
+    ASSERT_EQ(inverted->width, 20);
+    for (Int i = 0; i < picture.rgba.GetCount(); ++i)
+      ASSERT_NEAR(inverted->rgba[i], i % 4 == 3 ? 1 : 204.0f / 255, 1.1f / 255) << format.name << " " << i;
+  }
 }
 
 TEST(RunTest, ValuesOfOptionsReachTheKernelInTheirTypes) {

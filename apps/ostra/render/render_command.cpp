@@ -46,7 +46,8 @@ Result<void> ReplaceValues(const RenderOptions& options, Scene& scene) {
 
 Result<void> CheckPictureTarget(const Url& target) {
   if (GetFileKind(target) != FileKind::Picture)
-    return OSTRA_USAGE_ERROR("--out: @ has no suffix that says how to write it; known are .png and .exr", target);
+    return OSTRA_USAGE_ERROR("--out: @ has no suffix that says how to write it; known are @", target,
+                             OSTRA_PICTURE_SUFFIXES);
   return CheckFileTarget(target);
 }
 

@@ -1,6 +1,8 @@
 // What `ostra run --help` says.
 #pragma once
 
+#include "ostra/image/picture_format.h"
+
 namespace ostra::tool {
 
 inline constexpr const char* kRunSummary = "Run a kernel file on data from files";
@@ -15,7 +17,8 @@ unless they are set.
 A template is a kernel with TYPE in it: --template-argument float puts float there, and so does the name NAME_float_T_.krn
 for the file NAME.krn.
 
-Files: .png and .exr (pictures, elements of 4 x float32), .npy, .csv, .raw; zeros:SIZE and ones:SIZE make elements.
+Files: )" OSTRA_PICTURE_SUFFIXES R"( (pictures, elements of 4 x float32), .npy, .csv, .raw;
+zeros:SIZE and ones:SIZE make elements.
 
 Textures: what the kernel declares as a texture is read as one. Pictures give the channels and numbers that it declares
 (0 to 1, or 0 to 255 for U8), .npy files their axes with the channels last. --in given several times makes layers, on

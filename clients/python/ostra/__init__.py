@@ -14,7 +14,7 @@ from . import _ostra  # first: it says where it does not work
 from ._ostra import Buffer, Counter, Error
 from ._inquiries import Profile, configuration, configure, devices, memory, profile
 from ._parity import parity
-from ._pictures import read_picture, write_picture
+from ._pictures import picture_info, read_picture, write_picture
 from ._png import encode_png as _encode_png
 from ._progress import progress
 from ._render import render
@@ -36,6 +36,7 @@ __all__ = [
     "kernel",
     "memory",
     "parity",
+    "picture_info",
     "profile",
     "progress",
     "read_picture",

@@ -80,7 +80,7 @@ class FileTask:
 
 
 def read_file(path):
-    """The array in a file: ".npy", or a picture, ".png" or ".exr", as float32 of the shape (height, width, 4)."""
+    """The array in a file: ".npy", or a picture as `ostra.read_picture` reads it: float32 of the shape (height, width, 4)."""
     if path.endswith(".npy"):
         return numpy.load(path, allow_pickle=False)
     return _ostra.read_picture(path)
@@ -89,7 +89,7 @@ def read_file(path):
 def write_file(path, array):
     """Writes an array as `read_file` reads it, whole or not at all."""
     if not path.endswith(".npy"):
-        _ostra.write_picture(path, array)
+        _ostra.write_picture(path, array, 0, 0, 0)
         return
     written = f"{path}.{uuid.uuid4().hex}.part"
     try:
