@@ -158,6 +158,8 @@ Result<void> CheckAny(const Url& file, DataType type) {
   const ArrayFileKind kind = GetArrayFileKind(file);
   if (kind == ArrayFileKind::Unknown)
     return OSTRA_ILLEGAL_ARGUMENT("@ has no suffix that says how to write it; known are @.", file, kKnownSuffixes);
+  if (kind == ArrayFileKind::Picture && !IsPictureFile(file))
+    return OSTRA_ILLEGAL_ARGUMENT("@ cannot be written: it names a layer, and pictures are written whole.", file);
   if (kind == ArrayFileKind::Picture && type != GetDataType<Vector4d32>())
     return OSTRA_ILLEGAL_ARGUMENT("@ cannot be written: a picture needs elements of 4 x float32, not of @.", file,
                                   DescribeElementType(type));
@@ -174,7 +176,7 @@ Result<void> CheckAny(const Url& file, DataType type) {
 
 ArrayFileKind GetArrayFileKind(const Url& file) {
   const String suffix = file.GetSuffix();
-  if (IsPictureFile(file)) return ArrayFileKind::Picture;
+  if (IsPictureFile(file) || SplitPictureSource(file).layer.IsPopulated()) return ArrayFileKind::Picture;
   if (suffix == "npy") return ArrayFileKind::Npy;
   if (suffix == "raw" || suffix == "bin") return ArrayFileKind::Raw;
   return ArrayFileKind::Unknown;

@@ -14,7 +14,8 @@
 
 #include "ostra/core/catch_out_of_memory.h"
 #include "ostra/core/format.h"
-#include "ostra/image/image.h"
+#include "ostra/image/exr_channels.h"
+#include "ostra/image/exr_layers.h"
 #include "ostra/image/memory_sink.h"
 #include "ostra/image/picture_settings.h"
 
@@ -78,7 +79,9 @@ Result<void> CheckHeader(Block<const Byte> bytes) {
   Imf::Xdr::read<Imf::StreamIO>(reader, version);
   if (magic != Imf::MAGIC) return OSTRA_ILLEGAL_ARGUMENT("this is not an OpenEXR picture.");
   if (Imf::isMultiPart(version) || Imf::isNonImage(version))
-    return OSTRA_ILLEGAL_ARGUMENT("OpenEXR files with several parts or with deep pixels are not supported.");
+    return OSTRA_ILLEGAL_ARGUMENT(
+        "OpenEXR files with several parts or with deep pixels are not supported: write "
+        "each part to a file of its own.");
   Imf::Header header;
   header.readFrom(reader, version);
   const Imath::Box2i& window = header.dataWindow();
@@ -93,57 +96,46 @@ Result<void> CheckHeader(Block<const Byte> bytes) {
   return OK;
 }
 
-// Where each of red, green, blue and alpha comes from.
-Result<void> FindChannels(const Imf::ChannelList& channels, const char* (&names)[4]) {
-  const Bool isGray = channels.findChannel("Y") && !channels.findChannel("R");
-  const char* const wanted[4] = {isGray ? "Y" : "R", isGray ? "Y" : "G", isGray ? "Y" : "B", "A"};
-  for (int i = 0; i < 4; ++i) {
-    const Imf::Channel* channel = channels.findChannel(wanted[i]);
-    if (!channel && i < 3) return OSTRA_ILLEGAL_ARGUMENT("the OpenEXR picture has no channel @.", wanted[i]);
-    if (channel && (channel->xSampling != 1 || channel->ySampling != 1))
-      return OSTRA_ILLEGAL_ARGUMENT(
-          "channel @ of the OpenEXR picture is stored at a lower resolution, which is not supported.", wanted[i]);
-    names[i] = wanted[i];
-  }
-  return OK;
-}
-
 // A frame buffer takes one place per channel name: gray is read as red and then copied.
 void CopyGray(Image& image) {
   for (Int i = 0; i < image.rgba.GetCount(); i += 4) image.rgba[i + 1] = image.rgba[i + 2] = image.rgba[i];
 }
 
-PictureDescription Describe(const Imf::ChannelList& channels, const char* const (&names)[4]) {
-  const Imf::PixelType type = channels.findChannel(names[0])->type;
+PictureDescription Describe(const Imf::ChannelList& channels, const ExrChannels& chosen) {
+  const Imf::PixelType type = channels.findChannel(chosen.names[0])->type;
   PictureDescription description;
-  const Bool isGray = names[0] == std::string_view("Y");
-  description.channels = (isGray ? 1 : 3) + (channels.findChannel(names[3]) ? 1 : 0);
+  description.channels = (chosen.isGray ? 1 : 3) + (chosen.hasAlpha ? 1 : 0);
   description.bits = type == Imf::HALF ? 16 : 32;
   description.isFloat = type != Imf::UINT;
   description.colors = PictureColors::Linear;  // as the format says
   return description;
 }
 
-Result<Image> ReadPixels(Block<const Byte> bytes) {
-  OSTRA_RETURN_IF_ERROR(CheckHeader(bytes));
-  MemoryReader reader(bytes);
-  Imf::InputFile file(reader, 0);
-  const char* names[4];
-  OSTRA_RETURN_IF_ERROR(FindChannels(file.header().channels(), names));
-  const Imath::Box2i window = file.header().dataWindow();
-  OSTRA_ASSIGN_OR_RETURN(Image image, Image::Create(window.max.x - window.min.x + 1, window.max.y - window.min.y + 1));
-  const Bool isGray = names[0] == std::string_view("Y");
+Imf::FrameBuffer MakeTarget(Image& image, const ExrChannels& chosen, const Imath::Box2i& window) {
   const std::size_t pixelSize = 4 * sizeof(Float32);
   Imf::FrameBuffer target;
   for (int i = 0; i < 4; ++i) {
-    if (isGray && (i == 1 || i == 2)) continue;
-    target.insert(names[i], Imf::Slice::Make(Imf::FLOAT, image.rgba.GetFirst() + i, window, pixelSize,
-                                             pixelSize * static_cast<std::size_t>(image.width), 1, 1, 1.0));
+    if ((chosen.isGray && (i == 1 || i == 2)) || (i == 3 && !chosen.hasAlpha)) continue;
+    target.insert(chosen.names[i], Imf::Slice::Make(Imf::FLOAT, image.rgba.GetFirst() + i, window, pixelSize,
+                                                    pixelSize * static_cast<std::size_t>(image.width), 1, 1, 1.0));
   }
-  file.setFrameBuffer(target);
+  return target;
+}
+
+Result<Image> ReadPixels(Block<const Byte> bytes, std::string_view layer) {
+  OSTRA_RETURN_IF_ERROR(CheckHeader(bytes));
+  MemoryReader reader(bytes);
+  Imf::InputFile file(reader, 0);
+  const Imf::ChannelList& channels = file.header().channels();
+  OSTRA_ASSIGN_OR_RETURN(const ExrChannels chosen, ChooseExrChannels(channels, layer));
+  const Imath::Box2i window = file.header().dataWindow();
+  OSTRA_ASSIGN_OR_RETURN(Image image, Image::Create(window.max.x - window.min.x + 1, window.max.y - window.min.y + 1));
+  if (!chosen.hasAlpha)
+    for (Int i = 3; i < image.rgba.GetCount(); i += 4) image.rgba[i] = 1;
+  file.setFrameBuffer(MakeTarget(image, chosen, window));
   file.readPixels(window.min.y, window.max.y);
-  image.description = Describe(file.header().channels(), names);
-  if (isGray) CopyGray(image);
+  if (chosen.isGray) CopyGray(image);
+  image.description = Describe(channels, chosen);
   return image;
 }
 
@@ -171,8 +163,10 @@ Result<BaseArray<Byte>> WritePixels(const ImageView& image) {
 
 }  // namespace
 
-Result<Image> DecodeExr(Block<const Byte> bytes) {
-  return CallLibrary<Image>(kDamaged, [bytes] { return ReadPixels(bytes); });
+Result<Image> DecodeExr(Block<const Byte> bytes) { return DecodeExrLayer(bytes, {}); }
+
+Result<Image> DecodeExrLayer(Block<const Byte> bytes, std::string_view layer) {
+  return CallLibrary<Image>(kDamaged, [bytes, layer] { return ReadPixels(bytes, layer); });
 }
 
 Result<BaseArray<Byte>> EncodeExr(const ImageView& image, const PictureSettings& settings) {

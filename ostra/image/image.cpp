@@ -10,12 +10,14 @@ namespace ostra {
 
 namespace {
 
-Result<Image> Decode(Block<const Byte> bytes) {
+Result<Image> Decode(Block<const Byte> bytes, std::string_view layer) {
   const PictureFormat* format = FindPictureFormat(bytes);
   if (!format)
     return OSTRA_ILLEGAL_ARGUMENT("its first bytes are those of no known picture; known are @.",
                                   OSTRA_PICTURE_SUFFIXES);
-  OSTRA_ASSIGN_OR_RETURN(Image image, format->decode(bytes));
+  if (!layer.empty() && !format->hasLayers)
+    return OSTRA_ILLEGAL_ARGUMENT("@ pictures have no layers, and \"@\" is asked for.", format->name, layer);
+  OSTRA_ASSIGN_OR_RETURN(Image image, format->decode(bytes, layer));
   image.description.format = format->name;
   return image;
 }
@@ -37,8 +39,9 @@ Result<Image> Image::Create(Int width, Int height) {
 }
 
 Result<Image> ReadImage(const Url& url) {
-  OSTRA_ASSIGN_OR_RETURN(const BaseArray<Byte> bytes, ReadFileToMemory(url));
-  auto image = Decode(bytes.GetBlock());
+  const PictureSource source = SplitPictureSource(url);
+  OSTRA_ASSIGN_OR_RETURN(const BaseArray<Byte> bytes, ReadFileToMemory(source.file));
+  auto image = Decode(bytes.GetBlock(), source.layer.GetView());
   if (!image && image.GetError().GetKind() == kIllegalArgumentError)
     return OSTRA_ILLEGAL_ARGUMENT("@ cannot be read: @", url, image.GetError());
   return image;

@@ -19,6 +19,7 @@ class MemorySink {
     return true;
   }
 
+  Int GetSize() const { return _size; }
   Int GetPosition() const { return _position; }
   void SetPosition(Int position) { _position = position; }
   Bool IsOutOfMemory() const { return _isOutOfMemory; }

@@ -2,14 +2,26 @@
 
 #include <algorithm>
 
+#include "ostra/image/exr_layers.h"
+#include "ostra/image/tiff.h"
+
 namespace ostra {
 
 namespace {
 
+using namespace std::string_view_literals;
+
+// Of what has no layers.
+template <Result<Image> (*DECODE)(Block<const Byte>)>
+Result<Image> DecodeWhole(Block<const Byte> bytes, std::string_view) {
+  return DECODE(bytes);
+}
+
 constexpr PictureFormat kFormats[] = {
-    {"PNG", {"png"}, {"\x89PNG\r\n\x1A\n"}, DecodePng, EncodePng},
-    {"OpenEXR", {"exr"}, {"\x76\x2F\x31\x01"}, DecodeExr, EncodeExr},
-    {"JPEG", {"jpg", "jpeg"}, {"\xFF\xD8\xFF"}, DecodeJpeg, EncodeJpeg},
+    {"PNG", {"png"}, {"\x89PNG\r\n\x1A\n"}, false, DecodeWhole<DecodePng>, EncodePng},
+    {"OpenEXR", {"exr"}, {"\x76\x2F\x31\x01"}, true, DecodeExrLayer, EncodeExr},
+    {"JPEG", {"jpg", "jpeg"}, {"\xFF\xD8\xFF"}, false, DecodeWhole<DecodeJpeg>, EncodeJpeg},
+    {"TIFF", {"tif", "tiff"}, {"II*\0"sv, "MM\0*"sv, "II+\0"sv, "MM\0+"sv}, true, DecodeTiff, EncodeTiff},
 };
 
 Bool IsSameSuffix(std::string_view text, std::string_view suffix) {
@@ -37,6 +49,16 @@ const PictureFormat* FindPictureFormat(const Url& url) {
     for (const std::string_view suffix : format.suffixes)
       if (!suffix.empty() && IsSameSuffix(text.GetView(), suffix)) return &format;
   return nullptr;
+}
+
+PictureSource SplitPictureSource(const Url& url) {
+  if (IsPictureFile(url)) return {url, {}};
+  const std::string_view text = url.GetView();
+  for (std::size_t mark = text.find('#'); mark < text.size() - 1; mark = text.find('#', mark + 1)) {
+    const Url file(url.GetText().SubString(0, static_cast<Int>(mark)));
+    if (IsPictureFile(file)) return {file, url.GetText().SubString(static_cast<Int>(mark) + 1)};
+  }
+  return {url, {}};
 }
 
 }  // namespace ostra

@@ -1,7 +1,8 @@
 // The kinds of picture files: what their names end with, how they begin, and who reads and writes them.
 //
-//   if (IsPictureFile(url)) ...                                  // by the suffix, in upper or lower case
-//   const PictureFormat* format = FindPictureFormat(bytes);     // by the first bytes
+//   if (IsPictureFile(url)) ...                               // by the suffix, in upper or lower case
+//   const PictureFormat* format = FindPictureFormat(bytes);   // by the first bytes
+//   PictureSource source = SplitPictureSource(url);           // "render.exr#diffuse": the file and its layer
 //
 // This is the one list of suffixes: what tells pictures from other files asks it. Thread-safe.
 #pragma once
@@ -12,7 +13,7 @@
 #include "ostra/image/image.h"
 
 // All suffixes of the table, for messages and help texts; a test compares them.
-#define OSTRA_PICTURE_SUFFIXES ".png, .exr, .jpg, .jpeg"
+#define OSTRA_PICTURE_SUFFIXES ".png, .exr, .jpg, .jpeg, .tif, .tiff"
 
 namespace ostra {
 
@@ -20,7 +21,8 @@ struct PictureFormat {
   const char* name;  // in messages
   std::string_view suffixes[2];
   std::string_view starts[4];  // of the bytes of a file
-  Result<Image> (*decode)(Block<const Byte> bytes);
+  Bool hasLayers;              // or pages
+  Result<Image> (*decode)(Block<const Byte> bytes, std::string_view layer);
   Result<BaseArray<Byte>> (*encode)(const ImageView& image, const PictureSettings& settings);
 };
 
@@ -33,5 +35,14 @@ OSTRA_API const PictureFormat* FindPictureFormat(Block<const Byte> bytes);
 OSTRA_API const PictureFormat* FindPictureFormat(const Url& url);
 
 inline Bool IsPictureFile(const Url& url) { return FindPictureFormat(url) != nullptr; }
+
+// A file, and which of its layers or pages is read; empty for the only one.
+struct PictureSource {
+  Url file;
+  String layer;
+};
+
+// Behind the suffix of a picture "#" and a name stand for a layer. What is no such name is the file itself.
+OSTRA_API PictureSource SplitPictureSource(const Url& url);
 
 }  // namespace ostra

@@ -18,6 +18,19 @@ TEST(PictureFormatTest, ASuffixNamesAFormatInUpperAndLowerCase) {
     EXPECT_FALSE(IsPictureFile(UrlOf(name))) << name;
 }
 
+TEST(PictureFormatTest, ALayerStandsBehindTheSuffixOfAPicture) {
+  const auto split = [](std::string_view text) {
+    const PictureSource source = SplitPictureSource(UrlOf(text));
+    return std::string(source.file.GetView()) + "|" + std::string(source.layer.GetView());
+  };
+  EXPECT_EQ(split("a.exr#b"), "a.exr|b");
+  EXPECT_EQ(split("c/a.b.EXR#key.light"), "c/a.b.EXR|key.light");
+  EXPECT_EQ(split("a#1.tif#2"), "a#1.tif|2");
+  EXPECT_EQ(split("a.tif#b#c"), "a.tif|b#c");
+  for (const char* name : {"a.exr", "a.exr#", "a#b", "a.npy#b", "#", "#b.exr", "a.exr#b/c.png", ""})
+    EXPECT_EQ(split(name), std::string(name) + "|");
+}
+
 TEST(PictureFormatTest, EverySuffixIsInTheTextForMessages) {
   std::string text;
   for (const PictureFormat& format : GetPictureFormats())

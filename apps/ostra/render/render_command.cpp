@@ -45,7 +45,7 @@ Result<void> ReplaceValues(const RenderOptions& options, Scene& scene) {
 }
 
 Result<void> CheckPictureTarget(const Url& target) {
-  if (GetFileKind(target) != FileKind::Picture)
+  if (!IsPictureFile(target))
     return OSTRA_USAGE_ERROR("--out: @ has no suffix that says how to write it; known are @", target,
                              OSTRA_PICTURE_SUFFIXES);
   return CheckFileTarget(target);
