@@ -88,7 +88,7 @@ TEST(ArrayFileTest, FilesThatDoNotFitSayWhy) {
   EXPECT_THAT(load("a.raw", GetDataType<Int32>()), HasSubstr("has 5 bytes, which is no multiple of the 4 bytes"));
   EXPECT_THAT(load("empty.raw", GetDataType<Int32>()), HasSubstr("is empty"));
   EXPECT_THAT(load("bad.npy", GetDataType<Int32>()), HasSubstr("no .npy file"));
-  EXPECT_THAT(load("bad.png", GetDataType<Vector4d32>()), HasSubstr("neither a PNG"));
+  EXPECT_THAT(load("bad.png", GetDataType<Vector4d32>()), HasSubstr("no known picture"));
   EXPECT_THAT(load("bad.png", GetDataType<Float32>()), HasSubstr("4 x float32, but float32 is needed"));
   EXPECT_THAT(load("missing.npy", GetDataType<Float32>()), HasSubstr("No such file"));
   EXPECT_THAT(load("a.csv", GetDataType<Float32>()), HasSubstr("known are .npy, .raw, .bin and pictures: .png, .exr"));

@@ -143,7 +143,7 @@ void WritePage(TIFF* tiff, const TiffKind& kind, Int width, Int height) {
 std::string MakeTiff(const TiffKind& kind, Int width, Int height) {
   Target target;
   TIFF* tiff = TIFFClientOpen(
-      "sample", kind.mode.c_str(), &target, Read, Write, Seek, [](thandle_t) { return 0; }, GetSize, nullptr, nullptr);
+      "sample", kind.mode, &target, Read, Write, Seek, [](thandle_t) { return 0; }, GetSize, nullptr, nullptr);
   for (int page = 0; page < kind.pages; ++page) {
     WritePage(tiff, kind, width + page, height + page);
     TIFFWriteDirectory(tiff);
@@ -199,13 +199,13 @@ std::vector<TiffKind> GetTiffKinds() {
           TiffKind kind{each.photometric, each.samples, each.bits, each.sampleFormat, compression};
           kind.isSeparate = isSeparate;
           kind.isTiled = isTiled;
-          if (kinds.size() % 3 == 1) kind.mode = "wb";
-          if (kinds.size() % 5 == 1) kind.mode += "8";
+          constexpr const char* kModes[] = {"w", "wb", "w8", "wb8"};
+          kind.mode = kModes[kinds.size() % 7 % 4];
           const Bool canPredict =
               each.bits >= 8 && compression != COMPRESSION_NONE && compression != COMPRESSION_PACKBITS;
           if (canPredict && kinds.size() % 2 == 0) kind.predictor = each.sampleFormat == 3 ? 3 : 2;
           // The library writes such files with the bytes of each number turned around, and reads others right.
-          if (kind.predictor == 3 && kind.mode.starts_with("wb")) kind.predictor = 1;
+          if (kind.predictor == 3 && std::string_view(kind.mode).starts_with("wb")) kind.predictor = 1;
           kinds.push_back(kind);
         }
   return kinds;

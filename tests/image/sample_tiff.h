@@ -18,7 +18,7 @@ struct TiffKind {
   int predictor = 1;     // 1: none
   Bool isSeparate = false;
   Bool isTiled = false;
-  std::string mode = "w";  // of the library: "wb" is big-endian, "w8" for files above 4 GiB
+  const char* mode = "w";  // of the library: "wb" is big-endian, "w8" for files above 4 GiB
   int orientation = 1;
   int pages = 1;              // of equal pixels, the sides one larger each
   Bool hasThumbnail = false;  // behind the first page
