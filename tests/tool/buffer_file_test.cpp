@@ -101,7 +101,7 @@ TEST(BufferFileTest, FilesThatDoNotFitTheParameterSayWhy) {
   EXPECT_THAT(load("empty.raw", GetDataType<Int32>()), HasSubstr("is empty"));
   EXPECT_THAT(load("bad.npy", GetDataType<Int32>()), HasSubstr("no .npy file"));
   EXPECT_THAT(load("bad.csv", GetDataType<Int32>()), HasSubstr("not UTF-8"));
-  EXPECT_THAT(load("bad.png", GetDataType<Vector4d32>()), HasSubstr("neither a PNG"));
+  EXPECT_THAT(load("bad.png", GetDataType<Vector4d32>()), HasSubstr("no known picture"));
   EXPECT_THAT(load("bad.png", GetDataType<Float32>()), HasSubstr("4 x float32, but float32 is needed"));
   EXPECT_THAT(load("missing.csv", GetDataType<Float32>()), HasSubstr("No such file"));
   EXPECT_THAT(LoadBuffer("photo.gif", GetDataType<Vector4d32>()), IsErrorOfKind(kUsageError));

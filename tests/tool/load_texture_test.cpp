@@ -301,7 +301,8 @@ TEST_F(LoadTextureTest, FilesThatAreNoneOfThemAreNamed) {
   ExpectRefused<Gray>(kUsageError, "--texture t: channels: ", {"zeros:2x2"}, "channels=r");
   EXPECT_FALSE(Load<Gray>({"none.png"}).IsOk());
   _folder.Write("text.png", "no picture");
-  ExpectRefused<Gray>(kIllegalArgumentError, "text.png cannot be read: this is neither a PNG", {"text.png"});
+  ExpectRefused<Gray>(kIllegalArgumentError, "text.png cannot be read: its first bytes are those of no known picture",
+                      {"text.png"});
 }
 
 }  // namespace

@@ -61,7 +61,7 @@ TEST_F(RunErrorsTest, FilesThatCannotBeReadFail) {
   Expect(kFailed, "cannot be read: Is a directory", _folder.GetPath().string(), {});
   Expect(kFailed, "none.png cannot be read: No such file", _invert,
          {"--in", In("image", "none.png"), "--out", In("result", "out.png")});
-  Expect(kFailed, "text.png cannot be read: this is neither a PNG", _invert,
+  Expect(kFailed, "text.png cannot be read: its first bytes are those of no known picture", _invert,
          {"--in", In("image", "text.png"), "--out", In("result", "out.png")});
   Expect(kFailed, "line 1: \"no\" is not a number", _scale,
          {"--in", "values=" + _folder.Write("bad.csv", "no"), "--set", "factor=1", "--set", "offset=0,0"});
