@@ -4,6 +4,8 @@ import collections.abc as _abc
 import sys as _sys
 import time as _time
 
+from . import _ostra
+
 _BEGIN = 0.5  # seconds until a line is shown
 _PAUSE = 0.1  # seconds between two of them
 _WIDTH = 30  # characters of the bar
