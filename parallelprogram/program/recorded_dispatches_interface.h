@@ -14,7 +14,8 @@
 //
 // UpdateUniforms, DispatchKernel, DispatchIndirectKernel, AddMemoryBarrier, AddTextureMemoryBarrier and
 // SetAtomicCounter are recorded and not run. What copies on the device is refused meanwhile; everything else happens at
-// once. The thread that drives the program.
+// once. Programs that share a context share what it records: the others must not dispatch in between. The thread that
+// drives the program.
 #pragma once
 
 #include "ostra/core/data.h"
