@@ -88,11 +88,10 @@ class OSTRA_API DrawportCommandList {
                                         DrawportDeviceBuffer& arguments, Int byteOffset) = 0;
 
   // Recorded work: dispatches, barriers and values of counters that are recorded once and run many times. Between Begin
-  // and End these three are recorded and not run; everything else happens as ever. The work holds the objects that were
-  // set and works with them and with the values of that moment, whatever is set later. A replay is recorded like one
-  // dispatch after another, and costs little more than one. Errors: not implemented where work cannot be recorded;
-  // illegal state for Begin while work is recorded, for End while none is, for a replay meanwhile, and for a number of
-  // another list or of work that was released.
+  // and End these three are recorded and not run; all other calls take effect at once. The work keeps the objects and
+  // values that were set when it was recorded. A replay costs little more than one dispatch. Errors: not implemented
+  // where work cannot be recorded; illegal state for Begin while work is recorded, for End while none is, for a replay
+  // meanwhile, and for a number of another list or of work that was released.
   virtual Result<void> BeginRecordedWork();
   // Returns the number to replay it by. On error nothing is kept.
   virtual Result<UInt64> EndRecordedWork();

@@ -155,7 +155,7 @@ void CommandList::ReleaseRecordedWork(UInt64 number) { _replays->Release(number)
 
 Result<void> CommandList::ReplayWork(UInt64 number) {
   OSTRA_RETURN_IF_ERROR(_replays->Replay(number));
-  // What it binds is no affair of the batch, and nothing else is bound behind it.
+  // State is not inherited from secondary command buffers: everything is bound again behind them.
   _boundPipeline = VK_NULL_HANDLE;
   _boundSet = {};
   _pass.NoteNewBatch();

@@ -23,7 +23,7 @@ class RecordedWork final : public DeviceResource {
 
   UInt64 GetNumber() const { return _number; }
   VkCommandBuffer GetCommands() const { return _commands; }
-  // Between the recorded dispatches; what was submitted before is not their affair.
+  // Between the recorded dispatches. GetHazards has what they are to the work before a replay.
   BarrierTracker& GetBarriers() { return _barriers; }
   void RecordBarrier(const std::optional<Barrier>& pending);
   // The client asks for a barrier here.

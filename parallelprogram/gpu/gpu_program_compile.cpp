@@ -192,7 +192,7 @@ Result<void> ParallelProgramGPUImpl::DescribeProgram(GpuKernel& kernel, const Pa
 }
 
 // A program with all noises takes drivers up to minutes to compile, one with those that are chosen a moment. No file is
-// looked at: modes are values, and a kernel that was edited meanwhile is no affair of theirs.
+// looked at: modes are values; a file that was edited meanwhile is read by ReloadKernels.
 Result<void> ParallelProgramGPUImpl::UpdateNoiseModes(GpuKernel& kernel) {
   constexpr Int kMaxModeChanges = 32;
   if (!kernel.usesNoise || !kernel.hasKnownModes) return OK;
