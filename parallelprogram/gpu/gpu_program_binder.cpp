@@ -70,9 +70,10 @@ Result<void> ParallelProgramGPUImpl::BindParameters(const InternedId& kernelId, 
     const DrawportParameter& parameter = parameters[i];
     if (parameter.kind != DrawportParameterKind::Buffer || parameter.isValue) continue;
     const DrawportParameterHandle handle = factory.GetBufferParameterHandle(parameter.name);
-    OSTRA_RETURN_IF_ERROR(BindBuffer(target, handle, parameter, *kernel, _buffers));
+    OSTRA_RETURN_IF_ERROR(BindBuffer(target, handle, parameter, *kernel, _buffers.GetNames()));
     const DataBufferEntry* linked = FindBufferEntry(kernel->buffers, parameter.name);
-    if (linked && linked->_deviceBuffer) OSTRA_RETURN_IF_ERROR(CheckElements(parameter, GetStoredType(*linked)));
+    if (linked && linked->_deviceBuffer)
+      OSTRA_RETURN_IF_ERROR(CheckElements(parameter, _buffers.GetStoredType(*linked)));
   }
   if (g_outOfCoreParallelProgram) OSTRA_RETURN_IF_ERROR(RestoreTextures(*kernel));
   for (Int i = 0; i < parameters.GetCount(); ++i) {

@@ -1,183 +1,54 @@
 // Buffers of the GPU program: creating, resizing, storing, updating, copying and reading.
-#include <algorithm>
-
 #include "ostra/core/format.h"
-#include "parallelprogram/device/buffer_transfer.h"
-#include "parallelprogram/device/cache_keys.h"
 #include "parallelprogram/gpu/gpu_program_impl.h"
 #include "parallelprogram/gpu/running_call.h"
-#include "parallelprogram/program/range_check.h"
 
 OSTRA_UNIT("parallelprogram_gpu_impl");
 
 namespace ostra {
-namespace {
-
-constexpr Int kWordSize = 4;
-
-Int GetByteSize(const DataBufferEntry& entry) { return entry._count * GetElementSize(entry); }
-
-Float32 GetWordsPerElement(const DataBufferEntry& entry) {
-  return static_cast<Float32>(GetElementSize(entry)) / static_cast<Float32>(kWordSize);
-}
-
-// Gives the entry another type of elements. Their number stays, as far as the device memory has room for them.
-void TakeElementType(DataBufferEntry& entry, const DataType& type) {
-  entry._elementType = type;
-  if (!entry._deviceBuffer) return;
-  const Int room = entry._deviceBuffer->GetSize() / type.GetSize();
-  entry._capacity = std::min(entry._capacity, room);
-  entry._count = std::min(entry._count, room);
-}
-
-}  // namespace
 
 Result<void> ParallelProgramGPUImpl::CreateUniformBuffer(const InternedId& attr, const DataType& dataType, Int count) {
-  OSTRA_RETURN_IF_ERROR(CreateBuffer(GetOwner(), _buffers, attr, dataType, count));
-  _storedTypes.Erase(FindBufferEntry(_buffers, attr)->_deviceBuffer);  // memory of an earlier buffer
-  return OK;
+  return _buffers.Create(GetOwner(), attr, dataType, count);
 }
 
 Result<void> ParallelProgramGPUImpl::ResizeUniformBuffer(const InternedId& attr, Int count, Bool forceResize) {
-  const DataBufferEntry* known = FindBufferEntry(_buffers, attr);
-  if (!known) return OSTRA_ILLEGAL_ARGUMENT("buffer for resize could not be found");
-  if (count == 0 || (count <= known->_capacity && !forceResize)) return OK;
-  if (count < 0) return OSTRA_ILLEGAL_ARGUMENT("Empty buffers are not allowed to be added.");
-  const DataBufferEntry old = *known;
-  DataBufferEntry entry = old;
-  OSTRA_RETURN_IF_ERROR(AllocateBuffer(GetOwner(), attr, count, nullptr, entry, old._deviceBuffer));
-  if (entry._deviceBuffer != old._deviceBuffer) {
-    DeviceCopy::Range range;
-    range.count = std::min(old._count, count);
-    range.wordsPerElement = GetWordsPerElement(old);
-    OSTRA_RETURN_IF_ERROR(CopyWords(old, entry, range));
-  }
-  OSTRA_RETURN_IF_ERROR(KeepStoredType(old, entry));
-  return _buffers.Set(attr, std::move(entry));
-}
-
-// Capacity and count are numbers of elements, whatever their type is from now on.
-Result<void> ParallelProgramGPUImpl::Upload(const InternedId& attr, const UploadSource& source, DataBufferEntry& entry,
-                                            Bool newBuffer, Int offset) const {
-  const Int capacity = entry._capacity;
-  TakeElementType(entry, source.elementType);
-  Int end = 0;
-  const Bool isBeyond = offset < 0 || __builtin_add_overflow(offset, source.count, &end) || end > capacity;
-  if (newBuffer || (isBeyond && offset == 0)) {
-    OSTRA_RETURN_IF_ERROR(AllocateBuffer(GetOwner(), attr, source.count, source.bytes, entry));
-    return OK;
-  }
-  if (isBeyond) return OSTRA_ILLEGAL_ARGUMENT("Data update does not fit into existing buffer");
-  const Int elementSize = source.elementType.GetSize();
-  if (entry._deviceBuffer && end * elementSize > entry._deviceBuffer->GetSize())
-    return OSTRA_ILLEGAL_ARGUMENT("Data update does not fit into existing buffer");
-  entry._count = std::max(entry._count, end);
-  return UploadBytes(_current, entry._deviceBuffer, offset * elementSize, source.bytes, source.GetByteCount(),
-                     elementSize);
-}
-
-Result<void> ParallelProgramGPUImpl::Store(const InternedId& attr, const UploadSource& source) {
-  const DataBufferEntry* known = FindBufferEntry(_buffers, attr);
-  DataBufferEntry entry = known ? *known : DataBufferEntry();
-  OSTRA_RETURN_IF_ERROR(Upload(attr, source, entry, true, 0));
-  _storedTypes.Erase(entry._deviceBuffer);  // memory of an earlier buffer
-  return _buffers.Set(attr, std::move(entry));
+  return _buffers.Resize(GetOwner(), attr, count, forceResize);
 }
 
 Result<void> ParallelProgramGPUImpl::StoreUniformBufferData(const InternedId& attr, ForwardingDataPtr&& data) {
   OSTRA_ASSIGN_OR_RETURN(const UploadSource source, UploadSource::FromValue(data));
-  return Store(attr, source);
+  return _buffers.Store(GetOwner(), attr, source);
 }
 
 Result<void> ParallelProgramGPUImpl::StoreUniformBufferData(const InternedId& attr, const DataType& dataType,
                                                             GenericBaseArray&& data) {
   const GenericBaseArray elements = std::move(data);
   OSTRA_ASSIGN_OR_RETURN(const UploadSource source, UploadSource::FromBytes(dataType, elements));
-  return Store(attr, source);
+  return _buffers.Store(GetOwner(), attr, source);
 }
 
-// Data that is longer than the buffer replaces it; data that would end behind it does not fit.
 Result<void> ParallelProgramGPUImpl::UpdateUniformBufferData(const InternedId& attr, Int offset,
                                                              ForwardingDataPtr&& data) {
-  const DataBufferEntry* known = FindBufferEntry(_buffers, attr);
-  if (!known) return OSTRA_ILLEGAL_ARGUMENT("buffer for update could not be found");
-  OSTRA_ASSIGN_OR_RETURN(const UploadSource source, UploadSource::FromValue(data));
-  DataBufferEntry entry = *known;
-  OSTRA_RETURN_IF_ERROR(Upload(attr, source, entry, false, offset));
-  if (entry == *known) return OK;
-  OSTRA_RETURN_IF_ERROR(KeepStoredType(*known, entry));
-  return _buffers.Set(attr, std::move(entry));
-}
-
-DataType ParallelProgramGPUImpl::GetStoredType(const DataBufferEntry& entry) const {
-  const DataType* stored = _storedTypes.Find(entry._deviceBuffer);
-  return stored ? *stored : entry._elementType;
-}
-
-Result<void> ParallelProgramGPUImpl::KeepStoredType(const DataBufferEntry& before, const DataBufferEntry& after) {
-  const DataType type = GetStoredType(before);
-  _storedTypes.Erase(after._deviceBuffer);
-  if (type == after._elementType) return OK;
-  OSTRA_ASSIGN_OR_RETURN(const auto kept, _storedTypes.Insert(after._deviceBuffer));
-  *kept.value = type;
-  return OK;
-}
-
-Result<void> ParallelProgramGPUImpl::CopyWords(const DataBufferEntry& source, const DataBufferEntry& target,
-                                               const DeviceCopy::Range& range) {
-  if (DeviceCopy::GetWordCount(range) == 0) return OK;
-  if (!source._deviceBuffer || !target._deviceBuffer)
-    return OSTRA_ILLEGAL_STATE("no device buffer found to copy data into");
-  if (_recordings.IsOpen()) return OSTRA_ILLEGAL_STATE("Buffers cannot be copied while dispatches are being recorded.");
-  return _copyKernel.Run(_current, *source._deviceBuffer, *target._deviceBuffer, range);
+  return _buffers.Update(GetOwner(), attr, offset, data);
 }
 
 Result<void> ParallelProgramGPUImpl::CopyBufferData(const InternedId& sourceAttr, const InternedId& targetAttr,
                                                     Int count, Int sourceOffset, Int targetOffset) {
-  const DataBufferEntry* source = FindBufferEntry(_buffers, sourceAttr);
-  if (!source) return OSTRA_ILLEGAL_ARGUMENT("source buffer could not be found");
-  const DataBufferEntry* target = FindBufferEntry(_buffers, targetAttr);
-  if (!target) return OSTRA_ILLEGAL_ARGUMENT("target buffer could not be found");
-  if (source->_elementType != target->_elementType)
-    return OSTRA_ILLEGAL_ARGUMENT("Buffers have mismatching data types");
-  if (!IsWithin(source->_count, sourceOffset, count))
-    return OSTRA_ILLEGAL_ARGUMENT("count and offset out of range for source buffer");
-  if (!IsWithin(target->_count, targetOffset, count))
-    return OSTRA_ILLEGAL_ARGUMENT("count and offset out of range for target buffer");
-  if (count < 1) return OK;
-  DeviceCopy::Range range{count, sourceOffset, targetOffset, 1};
-  range.wordsPerElement = GetWordsPerElement(*source);
-  return CopyWords(*source, *target, range);
+  return _buffers.Copy(_current, sourceAttr, targetAttr, count, sourceOffset, targetOffset);
 }
 
-// Whole words are copied: up to three bytes at the end, and of each offset, are left out.
 Result<void> ParallelProgramGPUImpl::CopyBufferDataBytes(const InternedId& sourceAttr, const InternedId& targetAttr,
                                                          Int bytesCount, Int sourceBytesOffset, Int targetBytesOffset) {
-  const DataBufferEntry* source = FindBufferEntry(_buffers, sourceAttr);
-  if (!source) return OSTRA_ILLEGAL_ARGUMENT("source buffer could not be found");
-  const DataBufferEntry* target = FindBufferEntry(_buffers, targetAttr);
-  if (!target) return OSTRA_ILLEGAL_ARGUMENT("target buffer could not be found");
-  if (!IsWithin(GetByteSize(*source), sourceBytesOffset, bytesCount))
-    return OSTRA_ILLEGAL_ARGUMENT("count and offset out of range for source buffer");
-  if (!IsWithin(GetByteSize(*target), targetBytesOffset, bytesCount))
-    return OSTRA_ILLEGAL_ARGUMENT("count and offset out of range for target buffer");
-  if (GetElementSize(*source) % 2 != 0)
-    return OSTRA_ILLEGAL_ARGUMENT("source buffer datatype's size must be a multiple of 16 bits");
-  if (GetElementSize(*target) % 2 != 0)
-    return OSTRA_ILLEGAL_ARGUMENT("target buffer datatype's size must be a multiple of 16 bits");
-  if (bytesCount < kWordSize) return OK;
-  return CopyWords(*source, *target,
-                   {bytesCount / kWordSize, sourceBytesOffset / kWordSize, targetBytesOffset / kWordSize, 1});
+  return _buffers.CopyBytes(_current, sourceAttr, targetAttr, bytesCount, sourceBytesOffset, targetBytesOffset);
 }
 
 Result<void> ParallelProgramGPUImpl::DeleteUniformBuffer(const InternedId& bufferId) {
-  const DataBufferEntry* known = FindBufferEntry(_buffers, bufferId);
+  const DataBufferEntry* known = _buffers.Find(bufferId);
   if (!known) return OK;
   const DataBufferEntry entry = *known;
   OSTRA_ASSIGN_OR_RETURN(const BaseArray<GpuKernelRef> kernels, GetKernels());
   for (const GpuKernelRef& kernel : kernels) OSTRA_RETURN_IF_ERROR(ClearBufferLinks(kernel->buffers, bufferId, entry));
-  _storedTypes.Erase(entry._deviceBuffer);
-  return _buffers.EraseData(bufferId);
+  return _buffers.Erase(bufferId);
 }
 
 Result<Data> ParallelProgramGPUImpl::GetGlobalBufferData(const InternedId& attr) const {
@@ -186,7 +57,7 @@ Result<Data> ParallelProgramGPUImpl::GetGlobalBufferData(const InternedId& attr)
 
 Result<Data> ParallelProgramGPUImpl::GetGlobalBufferData(const InternedId& attr, Int offset, Int count) const {
   const RunningCall call;
-  const DataBufferEntry* entry = FindBufferEntry(_buffers, attr);
+  const DataBufferEntry* entry = _buffers.Find(attr);
   if (!entry) return OSTRA_ILLEGAL_ARGUMENT("buffer identifier not found");
   return DownloadBuffer(_current, *entry, offset, count, BufferReader::GpuProgram);
 }

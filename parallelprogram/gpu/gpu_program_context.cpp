@@ -121,7 +121,7 @@ Result<void> ParallelProgramGPUImpl::CreateOwnContext(const DrawportContextRef* 
 Result<void> ParallelProgramGPUImpl::BuildCopyKernel(const GpuContextData& data) {
   OSTRA_ASSIGN_OR_RETURN(const StrongRef<JobGroup> group, GetCompileGroup());
   OSTRA_ASSIGN_OR_RETURN(const StrongRef<Job> job,
-                         Job::Create([this, &data]() -> Result<void> { return _copyKernel.Build(data); }));
+                         Job::Create([this, &data]() -> Result<void> { return _buffers.BuildCopyKernel(data); }));
   OSTRA_RETURN_IF_ERROR(group->AddJob(job));
   WaitForKernelCompile();
   return job->GetResult();
@@ -152,14 +152,12 @@ Result<void> ParallelProgramGPUImpl::Reset() {
   WaitForKernelCompile();
   OSTRA_RETURN_IF_ERROR(SubmitRecordedWork(_current));
   _recordings.ReleaseAll(_current, _contextNumber);
-  _copyKernel.Reset();
   _activeKernel = nullptr;
   _activeKernelId = InternedId();
   _kernels.Reset();
   _evictedTextures.Reset();
   _textures.Reset();
   _buffers.Reset();
-  _storedTypes.Reset();
   _previous = GpuContextData();
   _current = GpuContextData();
   return OK;

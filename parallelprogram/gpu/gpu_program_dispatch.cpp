@@ -45,10 +45,10 @@ Result<void> ParallelProgramGPUImpl::UpdateUniforms() {
   OSTRA_ASSIGN_OR_RETURN(GpuKernel & kernel, GetRunnableKernel());
   kernel.texturesChanged = false;
   OSTRA_RETURN_IF_ERROR(UpdateNoiseModes(kernel));
-  OSTRA_RETURN_IF_ERROR(LinkReportBuffer(kernel));
+  OSTRA_RETURN_IF_ERROR(_reports.LinkBuffer(GetOwner(), kernel, kernel.contextNumber == _contextNumber));
   OSTRA_RETURN_IF_ERROR(kernel.compute->UpdateUniforms(_current.context, true));
   kernel.contextNumber = _contextNumber;
-  return _recordings.NoteUpdate(_activeKernel, _buffers, _textures);
+  return _recordings.NoteUpdate(_activeKernel, _buffers.GetNames(), _textures);
 }
 
 // What would be recorded for the context before would never be submitted.
@@ -78,51 +78,32 @@ Result<void> ParallelProgramGPUImpl::RecordReported(const GpuKernel& kernel, con
   if (!kernel.reports) return RecordDispatch(invocations, record);
   const Vec3<UInt32> extents =
       GetReportExtents(invocations, {kernel.workGroupSize.x, kernel.workGroupSize.y, kernel.workGroupSize.z});
-  OSTRA_RETURN_IF_ERROR(BeginReport(kernel, extents));
+  OSTRA_RETURN_IF_ERROR(_reports.Begin(_current, kernel, extents));
   OSTRA_RETURN_IF_ERROR(RecordDispatch(invocations, record));
-  return EndReport(kernel, invocations, extents);
+  return _reports.End(_current, kernel, invocations, extents);
 }
 
 template <class Record>
 Result<void> ParallelProgramGPUImpl::RecordDispatch(const Vec3<UInt32>& invocations, Record&& record) {
-  if (!_isMeasured || _recordings.IsOpen()) return record();
-  DrawportCommandList& list = _current.GetCommandList();
-  OSTRA_RETURN_IF_ERROR(_measured.Reserve(_measured.GetCount() + 1));
-  OSTRA_ASSIGN_OR_RETURN(const UInt64 number, list.BeginTimedWork());
-  OSTRA_RETURN_IF_ERROR(record());
-  OSTRA_RETURN_IF_ERROR(list.EndTimedWork(number));
-  OSTRA_RETURN_IF_ERROR(_measured.Append(MeasuredDispatch{{_activeKernelId, invocations}, number, _contextNumber}));
-  return OK;
+  if (!_times.IsOn() || _recordings.IsOpen()) return record();
+  return _times.RecordTimed(_current.GetCommandList(), _contextNumber, _activeKernelId, invocations, record);
 }
 
 Result<void> ParallelProgramGPUImpl::MeasureDispatches(Bool isOn) {
-  if (isOn) {
-    // Sets the clock, or says that there is none.
-    DrawportCommandList& list = _current.GetCommandList();
-    OSTRA_ASSIGN_OR_RETURN(const UInt64 number, list.BeginTimedWork());
-    OSTRA_RETURN_IF_ERROR(list.EndTimedWork(number));
-    OSTRA_RETURN_IF_ERROR(list.Execute(true));
-    OSTRA_RETURN_IF_ERROR(list.TakeWorkTime(number));
-  }
-  _isMeasured = isOn;
-  return OK;
+  return _times.SetOn(_current.GetCommandList(), isOn);
 }
 
 Result<BaseArray<DispatchTime>> ParallelProgramGPUImpl::TakeDispatchTimes() {
-  DrawportCommandList& list = _current.GetCommandList();
-  OSTRA_RETURN_IF_ERROR(list.Execute(true));
-  BaseArray<DispatchTime> times;
-  OSTRA_RETURN_IF_ERROR(times.Reserve(_measured.GetCount()));
-  for (MeasuredDispatch& dispatch : _measured) {
-    if (dispatch.contextNumber != _contextNumber) continue;
-    OSTRA_ASSIGN_OR_RETURN(const DrawportWorkTime time, list.TakeWorkTime(dispatch.number));
-    dispatch.time.begin = time.begin;
-    dispatch.time.duration = time.duration;
-    OSTRA_RETURN_IF_ERROR(times.Append(dispatch.time));
-  }
-  _measured.Clear();
-  return times;
+  return _times.Take(_current.GetCommandList(), _contextNumber);
 }
+
+Result<void> ParallelProgramGPUImpl::SetReportOptions(const KernelReportOptions& options) {
+  _reports.SetOptions(options);
+  return OK;
+}
+
+Result<void> ParallelProgramGPUImpl::SetPrintRoom(Int bytes) { return _reports.GetPrints().SetRoom(bytes); }
+Result<KernelPrints> ParallelProgramGPUImpl::TakePrints() { return _reports.GetPrints().Take(); }
 
 Result<void> ParallelProgramGPUImpl::DispatchIndirectKernel(const InternedId& buffer, UInt32 offset,
                                                             Bool disableBarrier) {
@@ -131,9 +112,9 @@ Result<void> ParallelProgramGPUImpl::DispatchIndirectKernel(const InternedId& bu
   OSTRA_RETURN_IF_ERROR(CheckContext(kernel));
   OSTRA_RETURN_IF_ERROR(_recordings.CheckDispatch(kernel));
   if (!disableBarrier) OSTRA_RETURN_IF_ERROR(AddMemoryBarrier());
-  const DataBufferEntry* entry = FindBufferEntry(_buffers, buffer);
+  const DataBufferEntry* entry = _buffers.Find(buffer);
   if (!entry || !entry->_deviceBuffer) return OSTRA_ILLEGAL_STATE("trying to dispatch indirect from unknown buffer");
-  OSTRA_RETURN_IF_ERROR(_recordings.NoteBuffer(*entry, _buffers));
+  OSTRA_RETURN_IF_ERROR(_recordings.NoteBuffer(*entry, _buffers.GetNames()));
   return RecordReported(kernel, {}, [&] {
     return kernel.compute->DispatchIndirect(_current.GetCommandList(), *entry->_deviceBuffer, offset);
   });

@@ -6,13 +6,11 @@
 #pragma once
 
 #include "ostra/jobs/job_group.h"
-#include "parallelprogram/device/buffer_values.h"
 #include "parallelprogram/device/device_textures.h"
-#include "parallelprogram/gpu/copy_kernel.h"
-#include "parallelprogram/gpu/gpu_kernel.h"
-#include "parallelprogram/gpu/gpu_recordings.h"
+#include "parallelprogram/gpu/gpu_buffers.h"
+#include "parallelprogram/gpu/gpu_dispatch_times.h"
+#include "parallelprogram/gpu/gpu_reports.h"
 #include "parallelprogram/program/counter_reads_interface.h"
-#include "parallelprogram/program/dispatch_times_interface.h"
 #include "parallelprogram/program/parallel_program.h"
 #include "parallelprogram/program/recorded_dispatches_interface.h"
 
@@ -104,8 +102,8 @@ class ParallelProgramGPUImpl final
   Result<BaseArray<DispatchTime>> TakeDispatchTimes() override;
   Result<void> SetReportOptions(const KernelReportOptions& options) override;
   Result<void> SetPrintRoom(Int bytes) override;
-  void SetStepLimit(UInt32 steps) override { _prints.SetStepLimit(steps); }
-  void SetTrace(const KernelTrace& trace) override { _prints.SetTrace(trace); }
+  void SetStepLimit(UInt32 steps) override { _reports.GetPrints().SetStepLimit(steps); }
+  void SetTrace(const KernelTrace& trace) override { _reports.GetPrints().SetTrace(trace); }
   Result<KernelPrints> TakePrints() override;
   Result<void> BeginRecording() override;
   Result<UInt64> EndRecording() override;
@@ -169,24 +167,6 @@ class ParallelProgramGPUImpl final
   template <class Record>
   Result<void> RecordReported(const GpuKernel& kernel, const Vec3<UInt32>& invocations, Record&& record);
 
-  // Reports. Gives a kernel that has them a buffer for their words, and takes it from others.
-  Result<void> LinkReportBuffer(GpuKernel& kernel);
-  Result<void> BeginReport(const GpuKernel& kernel, const Vec3<UInt32>& extents);
-  // Errors: that of an assertion that does not hold; those of reading.
-  Result<void> EndReport(const GpuKernel& kernel, const Vec3<UInt32>& invocations, const Vec3<UInt32>& extents);
-
-  // Buffers.
-
-  // Writes `source` into the buffer of `entry`, or into a new one.
-  Result<void> Upload(const InternedId& attr, const UploadSource& source, DataBufferEntry& entry, Bool newBuffer,
-                      Int offset) const;
-  Result<void> Store(const InternedId& attr, const UploadSource& source);
-  // What the buffer was created or stored with: updates may bring its bytes as another type.
-  DataType GetStoredType(const DataBufferEntry& entry) const;
-  // Notes the stored type of `before` for `after`, which an update or a resize has made of it. Error: out of memory.
-  Result<void> KeepStoredType(const DataBufferEntry& before, const DataBufferEntry& after);
-  Result<void> CopyWords(const DataBufferEntry& source, const DataBufferEntry& target, const DeviceCopy::Range& range);
-
   // Textures.
 
   // Stores a texture whose extents are at least 1. Textures of `kept` are not evicted for it.
@@ -202,9 +182,7 @@ class ParallelProgramGPUImpl final
 
   const UInt64 _identity;
   Url _resourcePath;
-  DataDictionary _buffers;                                      // name -> DataBufferEntry
-  HashMap<const DrawportDeviceBuffer*, DataType> _storedTypes;  // where an entry has another one
-  DataDictionary _textures;                                     // name -> TextureSamplerEntry
+  DataDictionary _textures;  // name -> TextureSamplerEntry
   GpuCounterTable _counters;
   GpuContextData _current;
   GpuContextData _previous;
@@ -212,7 +190,8 @@ class ParallelProgramGPUImpl final
   InternedId _activeKernelId;
   GpuKernelRef _activeKernel;
   SynchronizedHashMap<InternedId, GpuKernelRef> _kernels;
-  DeviceCopy _copyKernel;
+  GpuRecordings _recordings;
+  GpuBuffers _buffers{_recordings};
   StrongRef<JobGroup> _compileGroup;  // null when nothing is pending
   AtomicInt32 _parserLock{0};
   BaseArray<InternedId> _noiseSeedNames;
@@ -222,16 +201,8 @@ class ParallelProgramGPUImpl final
   Bool _hasToldEviction = false;
   BaseArray<InternedId> _deleteOrder;
   NarrowTexels _narrow;
-  KernelPrintList _prints;
-  KernelReportOptions _reportOptions;  // of kernels that are added
-  Bool _isMeasured = false;
-  struct MeasuredDispatch {
-    DispatchTime time;  // without begin and duration
-    UInt64 number;      // that the command list of
-    Int contextNumber;  // this context knows the time by
-  };
-  BaseArray<MeasuredDispatch> _measured;
-  GpuRecordings _recordings;
+  GpuReports _reports;
+  GpuDispatchTimes _times;
 };
 
 }  // namespace ostra

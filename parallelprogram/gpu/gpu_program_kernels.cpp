@@ -32,7 +32,7 @@ Result<void> ParallelProgramGPUImpl::AddKernelFile(const InternedId& kernelId, c
   kernel->id = kernelId;
   kernel->file = file;
   kernel->templateArgument = templateArgument;
-  kernel->reportOptions = _reportOptions;
+  kernel->reportOptions = _reports.GetOptions();
   OSTRA_ASSIGN_OR_RETURN(const Bool isNew, _kernels.Insert(kernelId, kernel));
   if (!isNew) return OSTRA_ILLEGAL_ARGUMENT("Kernel id is already used");
 

@@ -7,11 +7,11 @@ OSTRA_UNIT("parallelprogram_gpu_impl");
 
 namespace ostra {
 Result<void> ParallelProgramGPUImpl::SetGlobalBufferLink(const InternedId& attr, const Data& data) {
-  return SetBufferLink(_buffers, attr, data);
+  return SetBufferLink(_buffers.GetNames(), attr, data);
 }
 
 Result<Data> ParallelProgramGPUImpl::GetGlobalBufferLink(const InternedId& attr) const {
-  return GetBufferLink(_buffers, attr);
+  return GetBufferLink(_buffers.GetNames(), attr);
 }
 
 Result<void> ParallelProgramGPUImpl::SetKernelBufferLink(const InternedId& attr, const Data& data) {

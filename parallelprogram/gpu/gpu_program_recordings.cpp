@@ -49,7 +49,7 @@ Result<void> ParallelProgramGPUImpl::Replay(UInt64 number, Int times) {
   if (recording.contextNumber != _contextNumber)
     return OSTRA_ILLEGAL_STATE(
         "The context was replaced since the dispatches were recorded: they have to be recorded again.");
-  OSTRA_RETURN_IF_ERROR(recording.CheckUnchanged(_buffers, _textures));
+  OSTRA_RETURN_IF_ERROR(recording.CheckUnchanged(_buffers.GetNames(), _textures));
   for (Int i = 0; i < times; ++i) OSTRA_RETURN_IF_ERROR(_current.GetCommandList().ReplayWork(recording.work));
   return OK;
 }

@@ -1,38 +1,30 @@
-// Reports of kernels on the GPU: the words that a kernel with PRINT or ASSERT writes, before and after its dispatch.
+#include "parallelprogram/gpu/gpu_reports.h"
+
 #include <algorithm>
 
 #include "ostra/core/format.h"
 #include "parallelprogram/device/buffer_transfer.h"
-#include "parallelprogram/gpu/gpu_program_impl.h"
 
 OSTRA_UNIT("parallelprogram_gpu_impl");
 
 namespace ostra {
 
-Result<void> ParallelProgramGPUImpl::SetReportOptions(const KernelReportOptions& options) {
-  _reportOptions = options;
-  return OK;
-}
-
-Result<void> ParallelProgramGPUImpl::SetPrintRoom(Int bytes) { return _prints.SetRoom(bytes); }
-Result<KernelPrints> ParallelProgramGPUImpl::TakePrints() { return _prints.Take(); }
-
 // Each kernel has words of its own: those of another one may be as many when it was updated, and fewer now.
-Result<void> ParallelProgramGPUImpl::LinkReportBuffer(GpuKernel& kernel) {
+Result<void> GpuReports::LinkBuffer(const DeviceOwner& owner, GpuKernel& kernel, Bool isSameContext) const {
   OSTRA_ASSIGN_OR_RETURN(const InternedId name, InternedId::Create(kReportBuffer));
   if (!kernel.reports) return kernel.buffers.Contains(name) ? kernel.buffers.EraseData(name) : Result<void>(OK);
   const Int count = kernel.reports->GetHeadCount() + _prints.GetRoomWords();
   const DataBufferEntry* known = FindBufferEntry(kernel.buffers, name);
-  if (known && known->_count >= count && kernel.contextNumber == _contextNumber) return OK;
+  if (known && known->_count >= count && isSameContext) return OK;
   OSTRA_ASSIGN_OR_RETURN(const String text, Format("@.@", kernel.id, name));
   OSTRA_ASSIGN_OR_RETURN(const InternedId own, InternedId::Create(text.GetView()));
   DataBufferEntry entry;
   entry._elementType = GetDataType<UInt32>();
-  OSTRA_RETURN_IF_ERROR(AllocateBuffer(GetOwner(), own, count, nullptr, entry));
+  OSTRA_RETURN_IF_ERROR(AllocateBuffer(owner, own, count, nullptr, entry));
   return kernel.buffers.Set(name, std::move(entry));
 }
 
-Result<void> ParallelProgramGPUImpl::BeginReport(const GpuKernel& kernel, const Vec3<UInt32>& extents) {
+Result<void> GpuReports::Begin(const GpuContextData& data, const GpuKernel& kernel, const Vec3<UInt32>& extents) const {
   OSTRA_ASSIGN_OR_RETURN(const InternedId name, InternedId::Create(kReportBuffer));
   const DataBufferEntry* entry = FindBufferEntry(kernel.buffers, name);
   if (!entry)
@@ -49,19 +41,19 @@ Result<void> ParallelProgramGPUImpl::BeginReport(const GpuKernel& kernel, const 
   };
   OSTRA_ASSIGN_OR_RETURN(const BaseArray<UInt32> head,
                          kernel.reports->MakeHead(room, extents, _prints.GetStepLimit(), _prints.GetTrace(), getSize));
-  return UploadBytes(_current, entry->_deviceBuffer, 0, reinterpret_cast<const Byte*>(head.GetFirst()),
+  return UploadBytes(data, entry->_deviceBuffer, 0, reinterpret_cast<const Byte*>(head.GetFirst()),
                      head.GetCount() * Int{sizeof(UInt32)}, sizeof(UInt32));
 }
 
-Result<void> ParallelProgramGPUImpl::EndReport(const GpuKernel& kernel, const Vec3<UInt32>& invocations,
-                                               const Vec3<UInt32>& extents) {
+Result<void> GpuReports::End(const GpuContextData& data, const GpuKernel& kernel, const Vec3<UInt32>& invocations,
+                             const Vec3<UInt32>& extents) {
   OSTRA_ASSIGN_OR_RETURN(const InternedId name, InternedId::Create(kReportBuffer));
   const DataBufferEntry* entry = FindBufferEntry(kernel.buffers, name);
   const auto read = [&](Int first, Int count) -> Result<BaseArray<UInt32>> {
     BaseArray<UInt32> words;
     OSTRA_RETURN_IF_ERROR(words.Resize(count));
     if (count > 0)
-      OSTRA_RETURN_IF_ERROR(DownloadBytes(_current, BufferReader::GpuProgram, entry->_deviceBuffer,
+      OSTRA_RETURN_IF_ERROR(DownloadBytes(data, BufferReader::GpuProgram, entry->_deviceBuffer,
                                           first * Int{sizeof(UInt32)}, reinterpret_cast<Byte*>(words.GetFirst()),
                                           count * Int{sizeof(UInt32)}, sizeof(UInt32)));
     return words;
