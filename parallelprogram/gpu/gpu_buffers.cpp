@@ -5,6 +5,7 @@
 #include "ostra/core/format.h"
 #include "parallelprogram/device/buffer_transfer.h"
 #include "parallelprogram/program/range_check.h"
+#include "parallelprogram/program/recording_errors.h"
 
 OSTRA_UNIT("parallelprogram_gpu_impl");
 
@@ -120,7 +121,7 @@ Result<void> GpuBuffers::CopyWords(const GpuContextData& data, const Pair& pair,
   if (DeviceCopy::GetWordCount(range) == 0) return OK;
   if (!pair.source._deviceBuffer || !pair.target._deviceBuffer)
     return OSTRA_ILLEGAL_STATE("no device buffer found to copy data into");
-  if (_recordings.IsOpen()) return OSTRA_ILLEGAL_STATE("Buffers cannot be copied while dispatches are being recorded.");
+  if (_recordings.IsOpen()) return recording_errors::MakeNoCopies();
   return _copyKernel.Run(data, *pair.source._deviceBuffer, *pair.target._deviceBuffer, range);
 }
 

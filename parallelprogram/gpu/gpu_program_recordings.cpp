@@ -4,6 +4,7 @@
 #include "ostra/core/format.h"
 #include "parallelprogram/gpu/gpu_program_impl.h"
 #include "parallelprogram/gpu/running_call.h"
+#include "parallelprogram/program/recording_errors.h"
 
 OSTRA_UNIT("parallelprogram_gpu_impl");
 
@@ -16,7 +17,7 @@ Result<void> Update(DrawportCommandList& list, UInt64 work, const GpuRecording::
                     const Data& value) {
   const GpuComputeProgram& program = used.program;
   const DrawportParameterHandle handle = program.factory->GetParameterHandle(attr);
-  if (!handle) return OSTRA_ILLEGAL_ARGUMENT("The kernel \"@\" has no uniform \"@\".", used.kernel->id, attr);
+  if (!handle) return recording_errors::MakeNoUniform(used.kernel->id, attr);
   const Block<const DrawportParameter> parameters = program.item->GetSpecification().GetParameters().GetBlock();
   OSTRA_RETURN_IF_ERROR(
       SetParameterValue({*program.factory, *program.values}, handle, attr, value, FindWideType(parameters, attr)));
@@ -43,9 +44,7 @@ Result<void> ParallelProgramGPUImpl::ReleaseRecording(UInt64 number) { return _r
 Result<void> ParallelProgramGPUImpl::Replay(UInt64 number, Int times) {
   const RunningCall call;
   OSTRA_ASSIGN_OR_RETURN(const GpuRecording& recording, _recordings.Find(number));
-  if (times < 0) return OSTRA_ILLEGAL_ARGUMENT("A recording cannot be replayed @ times.", times);
-  if (_recordings.IsOpen())
-    return OSTRA_ILLEGAL_STATE("A recording cannot be replayed while dispatches are being recorded.");
+  OSTRA_RETURN_IF_ERROR(recording_errors::CheckReplay(times, _recordings.IsOpen()));
   if (recording.contextNumber != _contextNumber)
     return OSTRA_ILLEGAL_STATE(
         "The context was replaced since the dispatches were recorded: they have to be recorded again.");
@@ -60,7 +59,7 @@ Result<void> ParallelProgramGPUImpl::SetRecordedUniform(UInt64 number, const Int
   if (data.IsEmpty()) return OSTRA_ILLEGAL_ARGUMENT("The uniform \"@\" was given no value.", attr);
   OSTRA_ASSIGN_OR_RETURN(const Data value, std::move(data).Take());
   if (std::find(_noiseModeNames.begin(), _noiseModeNames.end(), attr) != _noiseModeNames.end())
-    return OSTRA_ILLEGAL_ARGUMENT("The mode of a noise, \"@\", cannot be changed in recorded dispatches.", attr);
+    return recording_errors::MakeNoiseMode(attr);
   DrawportCommandList& list = _current.GetCommandList();
   const Int noise = std::find(_noiseSeedNames.begin(), _noiseSeedNames.end(), attr) - _noiseSeedNames.begin();
   Bool isKnown = false;
@@ -72,7 +71,7 @@ Result<void> ParallelProgramGPUImpl::SetRecordedUniform(UInt64 number, const Int
       OSTRA_RETURN_IF_ERROR(UpdateNoise(list, recording.work, used, _noiseDataNames[noise], value));
   }
   if (isKnown) return OK;
-  return OSTRA_ILLEGAL_ARGUMENT("The recording has no dispatch of a kernel \"@\".", kernelId);
+  return recording_errors::MakeNotDispatched(kernelId);
 }
 
 }  // namespace ostra

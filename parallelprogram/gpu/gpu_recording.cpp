@@ -4,6 +4,7 @@
 
 #include "ostra/core/format.h"
 #include "parallelprogram/device/device_textures.h"
+#include "parallelprogram/program/recording_errors.h"
 
 OSTRA_UNIT("parallelprogram_gpu_impl");
 
@@ -64,9 +65,9 @@ Result<void> GpuRecording::AddKernel(const GpuKernelRef& kernel, const DataDicti
 
 // What a client has linked itself, and words of reports, are not the program's.
 Result<void> GpuRecording::AddBuffer(const DataBufferEntry& entry, const DataDictionary& allBuffers) {
-  const auto isSame = [&entry](const Buffer& known) { return known.entry._deviceBuffer == entry._deviceBuffer; };
+  const auto isSame = [&entry](const DataBufferEntry& known) { return known._deviceBuffer == entry._deviceBuffer; };
   if (!entry._deviceBuffer || std::any_of(buffers.begin(), buffers.end(), isSame)) return OK;
-  if (HasBuffer(allBuffers, entry)) OSTRA_RETURN_IF_ERROR(buffers.Append(Buffer{entry}));
+  if (HasBuffer(allBuffers, entry)) OSTRA_RETURN_IF_ERROR(buffers.Append(entry));
   return OK;
 }
 
@@ -78,18 +79,11 @@ Result<void> GpuRecording::CheckUnchanged(const DataDictionary& allBuffers, cons
         "The kernel \"@\" was compiled again since dispatches of it were recorded: they have to be recorded again.",
         used.kernel->id);
   }
-  for (const Buffer& buffer : buffers)
-    if (!HasBuffer(allBuffers, buffer.entry))
-      return OSTRA_ILLEGAL_STATE(
-          "The buffer \"@\" was replaced, resized or deleted since dispatches with it were recorded: they have to be "
-          "recorded again.",
-          buffer.entry._bufferId);
+  for (const DataBufferEntry& buffer : buffers)
+    if (!HasBuffer(allBuffers, buffer)) return recording_errors::MakeBufferChanged(buffer._bufferId);
   for (const Texture& texture : textures)
     if (!HasTexture(allTextures, texture.name, texture.texture))
-      return OSTRA_ILLEGAL_STATE(
-          "The texture \"@\" was replaced or deleted since dispatches with it were recorded: they have to be recorded "
-          "again.",
-          texture.name);
+      return recording_errors::MakeTextureChanged(texture.name);
   return OK;
 }
 

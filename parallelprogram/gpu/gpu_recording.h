@@ -16,9 +16,6 @@ struct GpuRecording {
     GpuComputeProgram program;
     StrongRef<ShaderParser> parser;  // the kernel has another one when its file was read again
   };
-  struct Buffer {
-    DataBufferEntry entry;
-  };
   struct Texture {
     InternedId name;
     DrawportTextureItemRef item;
@@ -29,7 +26,7 @@ struct GpuRecording {
   UInt64 work = 0;    // in the command list
   Int contextNumber = 0;
   BaseArray<Program> programs;
-  BaseArray<Buffer> buffers;
+  BaseArray<DataBufferEntry> buffers;
   BaseArray<Texture> textures;
 
   // Notes what a kernel runs with after an update. Of buffers and textures those that the program has, in `buffers` and

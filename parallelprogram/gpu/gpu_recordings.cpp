@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "ostra/core/format.h"
+#include "parallelprogram/program/recording_errors.h"
 
 OSTRA_UNIT("parallelprogram_gpu_impl");
 
@@ -18,7 +19,7 @@ Result<void> GpuRecordings::Begin(const GpuContextData& data, Int contextNumber)
 }
 
 Result<UInt64> GpuRecordings::End(const GpuContextData& data) {
-  if (!_open) return OSTRA_ILLEGAL_STATE("No dispatches are being recorded: a recording has to begin before it ends.");
+  if (!_open) return recording_errors::MakeNotBegun();
   GpuRecording recording = std::move(*_open);
   _open.reset();
   DrawportCommandList& list = data.GetCommandList();
@@ -34,9 +35,7 @@ Result<UInt64> GpuRecordings::End(const GpuContextData& data) {
 Result<GpuRecording&> GpuRecordings::Find(UInt64 number) {
   GpuRecording* const found = std::find_if(_recordings.begin(), _recordings.end(),
                                            [number](const GpuRecording& known) { return known.number == number; });
-  if (found == _recordings.end())
-    return OSTRA_ILLEGAL_STATE("The program has no recording @: it was released, or belongs to another program.",
-                               number);
+  if (found == _recordings.end()) return recording_errors::MakeNotFound(number);
   return *found;
 }
 
@@ -76,8 +75,7 @@ Result<void> GpuRecordings::CheckDispatch(const GpuKernel& kernel) const {
   if (kernel.reports)
     return OSTRA_NOT_IMPLEMENTED("The kernel \"@\" reports something: its dispatches cannot be recorded.", kernel.id);
   if (_open->HasKernel(kernel)) return OK;
-  return OSTRA_ILLEGAL_STATE("The uniforms of the kernel \"@\" have not been updated since the recording began.",
-                             kernel.id);
+  return recording_errors::MakeNotUpdated(kernel.id);
 }
 
 }  // namespace ostra

@@ -2,6 +2,7 @@
 
 #include "ostra/core/format.h"
 #include "parallelprogram/program/cpu_hand_over.h"
+#include "parallelprogram/program/recording_errors.h"
 
 OSTRA_UNIT("parallelprogram_cpu_impl");
 
@@ -21,7 +22,7 @@ Result<void> CpuRecordings::Begin() {
 }
 
 Result<UInt64> CpuRecordings::End() {
-  if (!_open) return OSTRA_ILLEGAL_STATE("No dispatches are being recorded: a recording has to begin before it ends.");
+  if (!_open) return recording_errors::MakeNotBegun();
   Recording recording = std::move(*_open);
   _open.reset();
   const UInt64 number = recording.number;
@@ -29,15 +30,12 @@ Result<UInt64> CpuRecordings::End() {
   return number;
 }
 
-Result<void> CpuRecordings::CheckNotOpen() const {
-  if (!_open) return OK;
-  return OSTRA_ILLEGAL_STATE("Buffers cannot be copied while dispatches are being recorded.");
-}
+Result<void> CpuRecordings::CheckNotOpen() const { return _open ? recording_errors::MakeNoCopies() : Result<void>(OK); }
 
 Result<CpuRecordings::Recording&> CpuRecordings::Find(UInt64 number) {
   for (Recording& recording : _recordings)
     if (recording.number == number) return recording;
-  return OSTRA_ILLEGAL_STATE("The program has no recording @: it was released, or belongs to another program.", number);
+  return recording_errors::MakeNotFound(number);
 }
 
 Result<void> CpuRecordings::RecordUpdate(const ActiveKernel& active) {
@@ -65,9 +63,7 @@ Result<CpuRecordings::Step> CpuRecordings::MakeDispatch(const ActiveKernel& acti
   OSTRA_ASSIGN_OR_RETURN(CpuKernel & kernel, active.GetRunnable());
   Step step;
   step.kernel = _open->FindKernel(active.id);
-  if (step.kernel == _open->kernels.GetCount())
-    return OSTRA_ILLEGAL_STATE("The uniforms of the kernel \"@\" have not been updated since the recording began.",
-                               active.id);
+  if (step.kernel == _open->kernels.GetCount()) return recording_errors::MakeNotUpdated(active.id);
   OSTRA_RETURN_IF_ERROR(CpuHandOver(kernel, active.id).CheckIsSet());
   return step;
 }
@@ -103,8 +99,7 @@ Result<void> CpuRecordings::RecordCounter(AtomicUInt32& counter, UInt32 value) {
 
 Result<void> CpuRecordings::Replay(UInt64 number, Int times) {
   OSTRA_ASSIGN_OR_RETURN(Recording & recording, Find(number));
-  if (times < 0) return OSTRA_ILLEGAL_ARGUMENT("A recording cannot be replayed @ times.", times);
-  if (_open) return OSTRA_ILLEGAL_STATE("A recording cannot be replayed while dispatches are being recorded.");
+  OSTRA_RETURN_IF_ERROR(recording_errors::CheckReplay(times, IsOpen()));
   OSTRA_RETURN_IF_ERROR(recording.resources.CheckUnchanged(_program.buffers.GetNames(), _program.textures.GetNames()));
   for (Int i = 0; i < times; ++i)
     for (const Step& step : recording.steps) OSTRA_RETURN_IF_ERROR(RunStep(recording, step));
@@ -137,16 +132,13 @@ Result<void> CpuRecordings::SetUniform(UInt64 number, const InternedId& kernelId
   OSTRA_ASSIGN_OR_RETURN(Recording & recording, Find(number));
   if (data.IsEmpty()) return OSTRA_ILLEGAL_ARGUMENT("The uniform \"@\" was given no value.", attr);
   OSTRA_ASSIGN_OR_RETURN(const Data value, data.Take());
-  if (_program.noises.IsMode(attr))
-    return OSTRA_ILLEGAL_ARGUMENT("The mode of a noise, \"@\", cannot be changed in recorded dispatches.", attr);
+  if (_program.noises.IsMode(attr)) return recording_errors::MakeNoiseMode(attr);
   const Int index = recording.FindKernel(kernelId);
-  if (index == recording.kernels.GetCount())
-    return OSTRA_ILLEGAL_ARGUMENT("The recording has no dispatch of a kernel \"@\".", kernelId);
+  if (index == recording.kernels.GetCount()) return recording_errors::MakeNotDispatched(kernelId);
   const CpuKernel& kernel = recording.kernels[index]->kernel;
   const ParameterChecks checks(kernel.GetDeclarations(), kernelId);
   const KernelDeclaration* const declaration = checks.Find(attr);
-  if (!declaration && kernel.declarations)
-    return OSTRA_ILLEGAL_ARGUMENT("The kernel \"@\" has no uniform \"@\".", kernelId, attr);
+  if (!declaration && kernel.declarations) return recording_errors::MakeNoUniform(kernelId, attr);
   OSTRA_RETURN_IF_ERROR(checks.CheckValue(declaration, value.GetType()));
   for (Step& step : recording.steps)
     if (step.kind == Step::Kind::Update && step.kernel == index)

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "ostra/core/format.h"
+#include "parallelprogram/program/recording_errors.h"
 
 OSTRA_UNIT("parallelprogram_cpu_impl");
 
@@ -62,16 +62,10 @@ Result<void> RecordedResources::CheckUnchanged(const DataDictionary& allBuffers,
                                                const DataDictionary& allTextures) const {
   for (const Resource& buffer : _buffers)
     if (!FindPlace<Slot>(allBuffers, buffer.name, buffer.place) || CountElements(buffer.place) != buffer.count)
-      return OSTRA_ILLEGAL_STATE(
-          "The buffer \"@\" was replaced, resized or deleted since dispatches with it were recorded: they have to be "
-          "recorded again.",
-          buffer.name);
+      return recording_errors::MakeBufferChanged(buffer.name);
   for (const Resource& texture : _textures)
     if (!FindPlace<TextureSamplerDataHelper>(allTextures, texture.name, texture.place))
-      return OSTRA_ILLEGAL_STATE(
-          "The texture \"@\" was replaced or deleted since dispatches with it were recorded: they have to be recorded "
-          "again.",
-          texture.name);
+      return recording_errors::MakeTextureChanged(texture.name);
   return OK;
 }
 
