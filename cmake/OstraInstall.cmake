@@ -44,6 +44,7 @@ foreach(header
     program/kernel_interface.h
     program/kernel_interface_reflection.h
     program/kernel_language.h
+    program/kernel_lane_groups.inl
     program/kernel_lane_loops.inl
     program/kernel_lane_pairs.inl
     program/kernel_lanes.inl
