@@ -37,16 +37,22 @@ bool RunCount(const Options& options, int dispatches) {
   return contest.Run(options, [=](double seconds) { return seconds / repeats * 1e6; });
 }
 
+// Two buffers of zeros that change places. False without a device.
+bool StartSwapped(const Options& options, GpuWork& work) {
+  if (!work.Start(options)) return false;
+  for (const char* name : {"before", "after"})
+    work.AddBuffer<ostra::UInt32>(name, kElements, [](std::int64_t) { return 0u; });
+  work.SetUniform("count", ostra::UInt32{kElements});
+  return true;
+}
+
 }  // namespace
 
 bool RunPingPong(const Options& options) {
   for (const int swaps : {1000, 30000}) {
     Contest contest("ping_pong", std::to_string(swaps), "latency", "ms");
     GpuWork work("net.ostra.bench.step.krn", "before");
-    if (!work.Start(options)) return true;
-    for (const char* name : {"before", "after"})
-      work.AddBuffer<ostra::UInt32>(name, kElements, [](std::int64_t) { return 0u; });
-    work.SetUniform("count", ostra::UInt32{kElements});
+    if (!StartSwapped(options, work)) return true;
     work.AddSwappingPeers(contest, kElements, "before", "after", ExpectCount(swaps), swaps);
     if (!contest.Run(options, [](double seconds) { return seconds * 1e3; })) return false;
   }
@@ -58,10 +64,7 @@ bool RunReplay(const Options& options) {
     const int repeats = GetRepeats(dispatches);
     Contest contest("gpu_replay", std::to_string(dispatches), "latency", "us");
     GpuWork work("net.ostra.bench.step.krn", "before");
-    if (!work.Start(options)) return true;
-    for (const char* name : {"before", "after"})
-      work.AddBuffer<ostra::UInt32>(name, kElements, [](std::int64_t) { return 0u; });
-    work.SetUniform("count", ostra::UInt32{kElements});
+    if (!StartSwapped(options, work)) return true;
     work.AddReplayingPeers(contest, kElements, "before", "after", "count", ExpectCount(dispatches * repeats),
                            dispatches, repeats);
     if (!contest.Run(options, [=](double seconds) { return seconds / repeats * 1e6; })) return false;

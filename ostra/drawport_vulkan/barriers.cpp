@@ -3,13 +3,17 @@
 
 namespace ostra::vulkan {
 
+void RecordBarrier(VkCommandBuffer commands, const Barrier& barrier) {
+  VkMemoryBarrier memory = {VK_STRUCTURE_TYPE_MEMORY_BARRIER};
+  memory.srcAccessMask = barrier.fromAccess;
+  memory.dstAccessMask = barrier.toAccess;
+  vkCmdPipelineBarrier(commands, barrier.from, barrier.to, 0, 1, &memory, 0, nullptr, 0, nullptr);
+}
+
 void Recorder::RecordBarrier(const std::optional<Barrier>& pending) {
   if (!pending) return;
   _listener.SuspendPass();
-  VkMemoryBarrier barrier = {VK_STRUCTURE_TYPE_MEMORY_BARRIER};
-  barrier.srcAccessMask = pending->fromAccess;
-  barrier.dstAccessMask = pending->toAccess;
-  vkCmdPipelineBarrier(_current->commands, pending->from, pending->to, 0, 1, &barrier, 0, nullptr, 0, nullptr);
+  vulkan::RecordBarrier(_current->commands, *pending);
 }
 
 void Recorder::PrepareTransfer(const DeviceResource& resource, const DrawportRegion& region, Bool isWrite) {

@@ -44,11 +44,7 @@ RecordedWork::~RecordedWork() {
 }
 
 void RecordedWork::RecordBarrier(const std::optional<Barrier>& pending) {
-  if (!pending) return;
-  VkMemoryBarrier barrier = {VK_STRUCTURE_TYPE_MEMORY_BARRIER};
-  barrier.srcAccessMask = pending->fromAccess;
-  barrier.dstAccessMask = pending->toAccess;
-  vkCmdPipelineBarrier(_commands, pending->from, pending->to, 0, 1, &barrier, 0, nullptr, 0, nullptr);
+  if (pending) vulkan::RecordBarrier(_commands, *pending);
 }
 
 void RecordedWork::SeparateDispatches() {

@@ -38,6 +38,8 @@ class RecorderListener {
   ~RecorderListener() = default;
 };
 
+void RecordBarrier(VkCommandBuffer commands, const Barrier& barrier);
+
 class Recorder {
  public:
   static constexpr Int kBatchCount = 16;

@@ -57,7 +57,7 @@ TEST(BarrierTrackerTest, AReplayOfDispatchesIsLikeADispatch) {
   vulkan::ReplayHazards work{.hasDispatches = true};
   EXPECT_FALSE(tracker.BeforeReplay(work));
   tracker.AddReplay(work);
-  EXPECT_FALSE(tracker.BeforeReplay(work)) << "nobody has asked";
+  EXPECT_FALSE(tracker.BeforeReplay(work)) << "dispatches are not separated unless the client asks";
   work.isSeparatedBefore = true;
   EXPECT_TRUE(tracker.BeforeReplay(work));
   EXPECT_FALSE(tracker.BeforeReplay(work)) << "nothing was dispatched since";

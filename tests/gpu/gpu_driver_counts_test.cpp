@@ -7,22 +7,10 @@
 #include "parallelprogram/textures/sampling_data.h"
 #include "parallelprogram/textures/texture_bind_data.h"
 #include "tests/gpu/counted_programs_fixture.h"
+#include "tests/gpu/recorded_kernels.h"
 
 namespace ostra::test {
 namespace {
-
-constexpr const char* kCount = R"(#define KERNELINPUTS \
-(AtomicUInt32*) hits
-
-GROUPSIZE(1, 1, 1)
-
-OSTRA_PARALLEL_KERNEL(Count, KERNELINPUTS)
-{
-	uint old = 0u;
-	AtomicAdd(GetAtomicCounter(hits), 1u, old);
-}
-OSTRA_PARALLEL_KERNEL_END
-)";
 
 constexpr const char* kBrighten = R"(#define KERNELINPUTS \
 (const TextureSampler_2D_R_F32_POINT) source, \
@@ -158,7 +146,7 @@ TEST_P(GpuBufferCountsTest, AReplayOfAThousandDispatchesCostsASubmission) {
 }
 
 TEST_P(GpuBufferCountsTest, EachReadOfACounterStopsTheHost) {
-  const ParallelProgramRef program = MakeProgram(kCount);
+  const ParallelProgramRef program = MakeProgram(kTallyText);
   Take(program->AddAtomicCounter("hits"_iid, UInt32(0)));
   Take(program->SetAtomicCounterToActiveKernel("hits"_iid));
   ExpectCounts(GetName("counter_reads_100"), [&] {
@@ -170,7 +158,7 @@ TEST_P(GpuBufferCountsTest, EachReadOfACounterStopsTheHost) {
 }
 
 TEST_P(GpuBufferCountsTest, CountersThatWereCopiedAreReadWithOneStop) {
-  const ParallelProgramRef program = MakeProgram(kCount);
+  const ParallelProgramRef program = MakeProgram(kTallyText);
   auto& reads = *FindInterface<CounterReadsInterface>(*program);
   Take(program->AddAtomicCounter("hits"_iid, UInt32(0)));
   Take(program->SetAtomicCounterToActiveKernel("hits"_iid));

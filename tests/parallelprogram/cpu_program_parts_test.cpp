@@ -8,7 +8,7 @@
 #include "parallelprogram/program/cpu_dispatcher.h"
 #include "parallelprogram/program/cpu_hand_over.h"
 #include "parallelprogram/program/cpu_textures.h"
-#include "parallelprogram/program/kernel_base.h"
+#include "tests/parallelprogram/scale_kernel.h"
 #include "tests/support/arrays.h"
 #include "tests/support/fault_injection.h"
 #include "tests/support/result_matchers.h"
@@ -18,24 +18,8 @@ namespace {
 
 using testing::ElementsAre;
 
-class ScaleKernel final : public KernelBase<ScaleKernel> {
- public:
-  static constexpr const char* kComponentName = "net.ostra.test.partsscale";
-
-  Result<void> Init() override {
-    _workGroupSize = {4, 1, 1};
-    OSTRA_RETURN_IF_ERROR(AddParameter("values", _values));
-    return AddParameter("factor", _factor);
-  }
-  Result<void> Kernel(const Vec3<UInt32>& global, const Vec3<UInt32>&, const Vec3<UInt32>&) override {
-    if (global.x < _values.GetCount()) _values[global.x] *= _factor;
-    return OK;
-  }
-
- private:
-  Block<Float32> _values;
-  Float32 _factor = 1;
-};
+template <class Kernel>
+using PlainForm = KernelBase<Kernel>;
 
 TEST(CpuBuffersTest, ABufferThatIsReplacedStaysForThoseWhoLinkToIt) {
   CpuBuffers buffers;
@@ -152,7 +136,7 @@ TEST_F(CpuTexturesTest, OneThatIsFreedHasNoName) {
 class CpuHandOverTest : public testing::Test {
  protected:
   void SetUp() override {
-    const auto kernelClass = Class::Create<ScaleKernel>("net.ostra.test.partsscale"_id);
+    const auto kernelClass = Class::Create<ScaleKernel<PlainForm>>("net.ostra.test.scale"_id);
     ASSERT_THAT(kernelClass, IsOk());
     ASSERT_THAT(kernel.CreateObject(**kernelClass), IsOk());
     ASSERT_THAT(buffers.Store("values"_iid, MakeArray<Float32>({1, 2})), IsOk());

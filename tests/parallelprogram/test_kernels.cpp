@@ -3,6 +3,7 @@
 #include <stdexcept>
 
 #include "ostra/object/class.h"
+#include "tests/parallelprogram/scale_kernel.h"
 
 OSTRA_UNIT("test_kernels");
 
@@ -56,27 +57,6 @@ class RecorderKernel final : public Form<RecorderKernel<Form>> {
   AtomicUInt32* _calls = nullptr;
   Int64 _failBegin = 0;
   Int64 _failEnd = 0;
-};
-
-template <template <class> class Form>
-class ScaleKernel final : public Form<ScaleKernel<Form>> {
- public:
-  static constexpr const char* kComponentName = kScale;
-
-  Result<void> Init() override {
-    this->_workGroupSize = {64, 1, 1};
-    OSTRA_RETURN_IF_ERROR(this->AddParameter("values", _values));
-    return this->AddParameter("factor", _factor);
-  }
-
-  Result<void> Kernel(const Vec3<UInt32>& global, const Vec3<UInt32>&, const Vec3<UInt32>&) override {
-    if (global.x < _values.GetCount()) _values[global.x] *= _factor;
-    return OK;
-  }
-
- private:
-  Block<Float32> _values;
-  Float32 _factor = 1;
 };
 
 template <template <class> class Form>
