@@ -114,7 +114,11 @@ namespace WorkerPool {
 
 Bool Notify() {
   if (g_lookingCount.load() > 0) return true;
-  if (!JoinPool()) return g_presentCount.load() > 0;
+  while (!JoinPool()) {
+    if (g_presentCount.load() > 0) return true;  // it looks for work once more when it leaves
+    // No room, and then nobody: the last worker left in between, and its place can be taken.
+    if (g_stopping.load() || g_isForkedChild.load()) return false;
+  }
   if (LibraryThreads::Run(&RunWorker)) return true;
   LeavePool();
   return g_presentCount.load() > 0;
