@@ -4,7 +4,6 @@
 #include "parallelprogram/base/configuration_variables.h"
 #include "parallelprogram/gpu/gpu_program.h"
 #include "parallelprogram/gpu/gpu_program_impl.h"
-#include "parallelprogram/program/noise_modes.h"
 
 OSTRA_UNIT("parallelprogram_gpu_impl");
 
@@ -53,30 +52,23 @@ Bool CanReadAndWrite(DrawportContextInterface& context, const Id& formatId, Bool
 
 Result<ClassRef> CreateGpuProgramClass() { return Class::Create<ParallelProgramGPUImpl>(kGpuProgramClass); }
 
-ParallelProgramGPUImpl::ParallelProgramGPUImpl() : _identity(TakeDeviceOwnerIdentity()) {}
-
 // Compile jobs use the program until they have ended.
 ParallelProgramGPUImpl::~ParallelProgramGPUImpl() {
   WaitForKernelCompile();
-  _recordings.ReleaseAll(_current, _contextNumber);
+  _recordings.ReleaseAll(_contexts.current, _contexts.number);
 }
 
 Result<void> ParallelProgramGPUImpl::Init(const Url& resourcePath, const DrawportContextRef* context, Int32 deviceIndex,
                                           Bool createOffscreenContext) {
   _resourcePath = resourcePath;
-  if (_noiseSeedNames.IsEmpty()) {
-    OSTRA_ASSIGN_OR_RETURN(BaseArray<InternedId> seeds, MakeNoiseNames(kNoiseSeedPattern));
-    OSTRA_ASSIGN_OR_RETURN(_noiseDataNames, MakeNoiseNames("noiseData_@"));
-    OSTRA_ASSIGN_OR_RETURN(_noiseModeNames, MakeNoiseNames(kNoiseModePattern));
-    _noiseSeedNames = std::move(seeds);
-  }
-  if (_current.context) {
-    _previous = _current;
+  OSTRA_RETURN_IF_ERROR(_noises.Init());
+  if (_contexts.current.context) {
+    _contexts.previous = _contexts.current;
     return OK;
   }
 
   GpuContextData data;
-  NarrowTexels narrow = _narrow;
+  NarrowTexels narrow = _textures.GetNarrow();
   if (createOffscreenContext) {
     OSTRA_RETURN_IF_ERROR(CreateOwnContext(context, deviceIndex, data, narrow));
   } else if (context && *context) {
@@ -88,9 +80,9 @@ Result<void> ParallelProgramGPUImpl::Init(const Url& resourcePath, const Drawpor
     data.contextReplaceable = true;  // a context may come later
   }
   if (data.context) OSTRA_RETURN_IF_ERROR(BuildCopyKernel(data));
-  _narrow = narrow;
-  _current = data;
-  _previous = std::move(data);
+  _textures.SetNarrow(narrow);
+  _contexts.current = data;
+  _contexts.previous = std::move(data);
   return OK;
 }
 
@@ -119,67 +111,62 @@ Result<void> ParallelProgramGPUImpl::CreateOwnContext(const DrawportContextRef* 
 }
 
 Result<void> ParallelProgramGPUImpl::BuildCopyKernel(const GpuContextData& data) {
-  OSTRA_ASSIGN_OR_RETURN(const StrongRef<JobGroup> group, GetCompileGroup());
   OSTRA_ASSIGN_OR_RETURN(const StrongRef<Job> job,
                          Job::Create([this, &data]() -> Result<void> { return _buffers.BuildCopyKernel(data); }));
-  OSTRA_RETURN_IF_ERROR(group->AddJob(job));
+  OSTRA_RETURN_IF_ERROR(_compileJobs.Add(job));
   WaitForKernelCompile();
   return job->GetResult();
 }
 
 Result<void> ParallelProgramGPUImpl::UpdateDrawportContext(const DrawportContextRef& newDrawportContext) {
-  if (!_current.contextReplaceable || !newDrawportContext || newDrawportContext == _current.context) return OK;
-  GpuContextData data = _current;
+  if (!_contexts.current.contextReplaceable || !newDrawportContext || newDrawportContext == _contexts.current.context)
+    return OK;
+  GpuContextData data = _contexts.current;
   data.context = newDrawportContext;
   data.drawport = data.context->GetDrawport();
   data.cache = data.drawport->GetDrawportCache();
   data.ownsOffscreenContext = false;
-  OSTRA_RETURN_IF_ERROR(SubmitRecordedWork(_current));
+  OSTRA_RETURN_IF_ERROR(SubmitRecordedWork(_contexts.current));
   OSTRA_RETURN_IF_ERROR(BuildCopyKernel(data));  // nothing is compiled any more when this returns
-  _recordings.Abandon(_current);
-  if (_current.ownsOffscreenContext) _previous = _current;
-  _current = std::move(data);
-  ++_contextNumber;
+  _recordings.Abandon(_contexts.current);
+  if (_contexts.current.ownsOffscreenContext) _contexts.previous = _contexts.current;
+  _contexts.current = std::move(data);
+  ++_contexts.number;
   // Unused kernels would keep the context before.
-  _kernels.ForEach([](const InternedId&, const GpuKernelRef& kernel) {
-    static_cast<void>(kernel->compute->UpdateUniforms(DrawportContextRef(), false));
-  });
+  _kernels.ForEach(
+      [](GpuKernel& kernel) { static_cast<void>(kernel.compute->UpdateUniforms(DrawportContextRef(), false)); });
   return OK;
 }
 
 // Counters, the names of noises, the order of deletion and the widths of texels stay.
 Result<void> ParallelProgramGPUImpl::Reset() {
   WaitForKernelCompile();
-  OSTRA_RETURN_IF_ERROR(SubmitRecordedWork(_current));
-  _recordings.ReleaseAll(_current, _contextNumber);
-  _activeKernel = nullptr;
-  _activeKernelId = InternedId();
+  OSTRA_RETURN_IF_ERROR(SubmitRecordedWork(_contexts.current));
+  _recordings.ReleaseAll(_contexts.current, _contexts.number);
   _kernels.Reset();
-  _evictedTextures.Reset();
   _textures.Reset();
   _buffers.Reset();
-  _previous = GpuContextData();
-  _current = GpuContextData();
+  _contexts.previous = GpuContextData();
+  _contexts.current = GpuContextData();
   return OK;
 }
 
 Bool ParallelProgramGPUImpl::GetMemoryInformation(Int64& freeMemory, Int64& totalMemory) const {
   const VideoMemoryBudget budget =
-      _current.context ? _current.context->GetAvailableAndTotalVRAMBudget() : GetDefaultVRAMBudget();
+      _contexts.current.context ? _contexts.current.context->GetAvailableAndTotalVRAMBudget() : GetDefaultVRAMBudget();
   freeMemory = g_outOfCoreParallelProgram ? budget.available + budget.total / 2 : budget.available;
   totalMemory = budget.total;
   return freeMemory != -1;
 }
 
 std::pair<Int64, Int64> ParallelProgramGPUImpl::GetAvailableAndTotalVRAMBudget() const {
-  if (!_previous.context) return {0, 0};
-  const VideoMemoryBudget budget = _previous.context->GetAvailableAndTotalVRAMBudget();
+  const VideoMemoryBudget budget = GetMemoryBudget(_contexts.previous);
   return {budget.available, budget.total};
 }
 
 void ParallelProgramGPUImpl::GetSupportReadWritePixelFormats(Bool& readWrite16bit, Bool& readWrite8bit) const {
-  readWrite16bit = _narrow.with16bit;
-  readWrite8bit = _narrow.with8bit;
+  readWrite16bit = _textures.GetNarrow().with16bit;
+  readWrite8bit = _textures.GetNarrow().with8bit;
 }
 
 }  // namespace ostra

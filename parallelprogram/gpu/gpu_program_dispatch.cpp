@@ -33,27 +33,28 @@ WorkGroupCounts GetWorkGroupCounts(UInt32 countX, UInt32 countY, UInt32 countZ, 
 }
 
 Result<void> ParallelProgramGPUImpl::SetUniform(const InternedId& attr, ForwardingDataPtr&& data) {
-  OSTRA_ASSIGN_OR_RETURN(GpuKernel & kernel, GetActiveKernel());
+  OSTRA_ASSIGN_OR_RETURN(GpuKernel & kernel, _kernels.GetActive());
   if (data.IsEmpty()) return OSTRA_ILLEGAL_ARGUMENT("The uniform \"@\" was given no value.", attr);
   return kernel.uniforms.SetValue(attr, std::move(data));
 }
 
 // A kernel that could not be compiled for a reason that may be over by now is compiled here.
 Result<void> ParallelProgramGPUImpl::UpdateUniforms() {
-  if (_activeKernel && _current.context && _activeKernel->IsWorthCompiling())
-    static_cast<void>(CompileKernel(_activeKernelId, true));  // the kernel keeps the error
-  OSTRA_ASSIGN_OR_RETURN(GpuKernel & kernel, GetRunnableKernel());
+  const GpuKernelRef active = _kernels.FindActive();
+  if (active && _contexts.current.context && active->IsWorthCompiling())
+    static_cast<void>(_compiler.Compile(active->id, true));  // the kernel keeps the error
+  OSTRA_ASSIGN_OR_RETURN(GpuKernel & kernel, _kernels.GetRunnable());
   kernel.texturesChanged = false;
-  OSTRA_RETURN_IF_ERROR(UpdateNoiseModes(kernel));
-  OSTRA_RETURN_IF_ERROR(_reports.LinkBuffer(GetOwner(), kernel, kernel.contextNumber == _contextNumber));
-  OSTRA_RETURN_IF_ERROR(kernel.compute->UpdateUniforms(_current.context, true));
-  kernel.contextNumber = _contextNumber;
-  return _recordings.NoteUpdate(_activeKernel, _buffers.GetNames(), _textures);
+  OSTRA_RETURN_IF_ERROR(_compiler.UpdateNoiseModes(kernel));
+  OSTRA_RETURN_IF_ERROR(_reports.LinkBuffer(_contexts.GetOwner(), kernel, kernel.contextNumber == _contexts.number));
+  OSTRA_RETURN_IF_ERROR(kernel.compute->UpdateUniforms(_contexts.current.context, true));
+  kernel.contextNumber = _contexts.number;
+  return _recordings.NoteUpdate(active, _buffers.GetNames(), _textures.GetNames());
 }
 
 // What would be recorded for the context before would never be submitted.
 Result<void> ParallelProgramGPUImpl::CheckContext(const GpuKernel& kernel) const {
-  if (kernel.contextNumber == 0 || kernel.contextNumber == _contextNumber) return OK;
+  if (kernel.contextNumber == 0 || kernel.contextNumber == _contexts.number) return OK;
   return OSTRA_ILLEGAL_STATE("The uniforms of the kernel \"@\" have not been updated since the context was replaced.",
                              kernel.id);
 }
@@ -62,7 +63,7 @@ Result<void> ParallelProgramGPUImpl::DispatchKernel(UInt32 countX, UInt32 countY
   const RunningCall call;
   // Textures that were evicted since the last update come back with it.
   if (g_outOfCoreParallelProgram) OSTRA_RETURN_IF_ERROR(UpdateUniforms());
-  OSTRA_ASSIGN_OR_RETURN(GpuKernel & kernel, GetRunnableKernel());
+  OSTRA_ASSIGN_OR_RETURN(GpuKernel & kernel, _kernels.GetRunnable());
   OSTRA_RETURN_IF_ERROR(CheckContext(kernel));
   OSTRA_RETURN_IF_ERROR(_recordings.CheckDispatch(kernel));
   if (!disableBarrier) OSTRA_RETURN_IF_ERROR(AddMemoryBarrier());
@@ -78,23 +79,24 @@ Result<void> ParallelProgramGPUImpl::RecordReported(const GpuKernel& kernel, con
   if (!kernel.reports) return RecordDispatch(invocations, record);
   const Vec3<UInt32> extents =
       GetReportExtents(invocations, {kernel.workGroupSize.x, kernel.workGroupSize.y, kernel.workGroupSize.z});
-  OSTRA_RETURN_IF_ERROR(_reports.Begin(_current, kernel, extents));
+  OSTRA_RETURN_IF_ERROR(_reports.Begin(_contexts.current, kernel, extents));
   OSTRA_RETURN_IF_ERROR(RecordDispatch(invocations, record));
-  return _reports.End(_current, kernel, invocations, extents);
+  return _reports.End(_contexts.current, kernel, invocations, extents);
 }
 
 template <class Record>
 Result<void> ParallelProgramGPUImpl::RecordDispatch(const Vec3<UInt32>& invocations, Record&& record) {
   if (!_times.IsOn() || _recordings.IsOpen()) return record();
-  return _times.RecordTimed(_current.GetCommandList(), _contextNumber, _activeKernelId, invocations, record);
+  return _times.RecordTimed(_contexts.current.GetCommandList(), _contexts.number, _kernels.GetActiveId(), invocations,
+                            record);
 }
 
 Result<void> ParallelProgramGPUImpl::MeasureDispatches(Bool isOn) {
-  return _times.SetOn(_current.GetCommandList(), isOn);
+  return _times.SetOn(_contexts.current.GetCommandList(), isOn);
 }
 
 Result<BaseArray<DispatchTime>> ParallelProgramGPUImpl::TakeDispatchTimes() {
-  return _times.Take(_current.GetCommandList(), _contextNumber);
+  return _times.Take(_contexts.current.GetCommandList(), _contexts.number);
 }
 
 Result<void> ParallelProgramGPUImpl::SetReportOptions(const KernelReportOptions& options) {
@@ -108,7 +110,7 @@ Result<KernelPrints> ParallelProgramGPUImpl::TakePrints() { return _reports.GetP
 Result<void> ParallelProgramGPUImpl::DispatchIndirectKernel(const InternedId& buffer, UInt32 offset,
                                                             Bool disableBarrier) {
   const RunningCall call;
-  OSTRA_ASSIGN_OR_RETURN(GpuKernel & kernel, GetRunnableKernel());
+  OSTRA_ASSIGN_OR_RETURN(GpuKernel & kernel, _kernels.GetRunnable());
   OSTRA_RETURN_IF_ERROR(CheckContext(kernel));
   OSTRA_RETURN_IF_ERROR(_recordings.CheckDispatch(kernel));
   if (!disableBarrier) OSTRA_RETURN_IF_ERROR(AddMemoryBarrier());
@@ -116,21 +118,21 @@ Result<void> ParallelProgramGPUImpl::DispatchIndirectKernel(const InternedId& bu
   if (!entry || !entry->_deviceBuffer) return OSTRA_ILLEGAL_STATE("trying to dispatch indirect from unknown buffer");
   OSTRA_RETURN_IF_ERROR(_recordings.NoteBuffer(*entry, _buffers.GetNames()));
   return RecordReported(kernel, {}, [&] {
-    return kernel.compute->DispatchIndirect(_current.GetCommandList(), *entry->_deviceBuffer, offset);
+    return kernel.compute->DispatchIndirect(_contexts.current.GetCommandList(), *entry->_deviceBuffer, offset);
   });
 }
 
 Result<void> ParallelProgramGPUImpl::AddMemoryBarrier() {
-  return _current.GetCommandList().AddMemoryBarrier(DrawportBarrierBits::StorageBuffer);
+  return _contexts.current.GetCommandList().AddMemoryBarrier(DrawportBarrierBits::StorageBuffer);
 }
 
 Result<void> ParallelProgramGPUImpl::AddTextureMemoryBarrier() {
-  return _current.GetCommandList().AddMemoryBarrier(DrawportBarrierBits::Texture);
+  return _contexts.current.GetCommandList().AddMemoryBarrier(DrawportBarrierBits::Texture);
 }
 
 Result<void> ParallelProgramGPUImpl::Execute(Bool wait) {
   const RunningCall call;
-  return _current.GetCommandList().Execute(wait);
+  return _contexts.current.GetCommandList().Execute(wait);
 }
 
 }  // namespace ostra

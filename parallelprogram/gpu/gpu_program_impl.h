@@ -1,14 +1,13 @@
-// ParallelProgramGPUImpl: state and helpers. Its methods are grouped by file: context, kernels, compilation, builder
-// and binder of kernels, buffers, links, textures, out-of-core textures, dispatch.
+// ParallelProgramGPUImpl: the methods of its interfaces above the parts that do the work. They are grouped by file:
+// context, kernels, buffers, links, textures, recordings, dispatch.
 //
 // Everything but compile jobs happens on the thread that drives the program. A compile job writes only the part of its
 // kernel that `GpuKernel::lock` guards; the driving thread takes it over with ApplyCompiled.
 #pragma once
 
-#include "ostra/jobs/job_group.h"
-#include "parallelprogram/device/device_textures.h"
-#include "parallelprogram/gpu/gpu_buffers.h"
+#include "parallelprogram/gpu/compile_jobs.h"
 #include "parallelprogram/gpu/gpu_dispatch_times.h"
+#include "parallelprogram/gpu/gpu_kernel_compiler.h"
 #include "parallelprogram/gpu/gpu_reports.h"
 #include "parallelprogram/program/counter_reads_interface.h"
 #include "parallelprogram/program/parallel_program.h"
@@ -22,7 +21,6 @@ class ParallelProgramGPUImpl final
  public:
   static constexpr const char* kComponentName = "ParallelProgramGPUImpl";
 
-  ParallelProgramGPUImpl();
   ~ParallelProgramGPUImpl() override;
 
   Result<void> Init(const Url& resourcePath, const DrawportContextRef* context, Int32 deviceIndex,
@@ -120,45 +118,14 @@ class ParallelProgramGPUImpl final
                                 NarrowTexels& narrow) const;
   // Builds the copy kernel in a job and returns the job's error.
   Result<void> BuildCopyKernel(const GpuContextData& data);
-  DeviceOwner GetOwner() const { return {_current, _identity}; }
 
   // Kernels.
 
-  // The active kernel, with what its compile job has found. Error: illegal state "no active kernel set".
-  Result<GpuKernel&> GetActiveKernel() const;
-  // The same, ready to run. Errors also: illegal state while it is compiled, or when that has failed.
-  Result<GpuKernel&> GetRunnableKernel() const;
   // Error: illegal state when the kernel's parameters were set in another context than the current one.
   Result<void> CheckContext(const GpuKernel& kernel) const;
   Result<void> AddKernelFile(const InternedId& kernelId, const Url& file, const String& templateArgument, Bool wait);
-  Result<void> PrepareKernel(GpuKernel& kernel) const;
-  // Runs the compile job, or hands it to the compile group.
+  // Runs the compile job, or leaves it to be waited for.
   Result<void> StartCompileJob(GpuKernel& kernel, Bool wait);
-  Result<StrongRef<JobGroup>> GetCompileGroup();
-  // References to all kernels, for loops that must not hold the table's lock. Error: out of memory.
-  Result<BaseArray<GpuKernelRef>> GetKernels() const;
-  // Error: illegal state "kernel not found".
-  Result<GpuKernelRef> FindKernel(const InternedId& kernelId) const;
-
-  // Compilation; on a job's thread.
-
-  Result<void> CompileKernel(const InternedId& kernelId, Bool wait);
-  Result<GpuComputeCallbacks> MakeCallbacks(const GpuKernel& kernel);
-  Result<DrawportParameterBinder> MakeBinder(const InternedId& kernelId);
-  // The program of a kernel whose file is read now, and of one that was parsed before.
-  Result<void> BuildProgram(const InternedId& kernelId, DrawportProgramDescription& program,
-                            const DrawportParameterBinder& binder);
-  Result<void> DescribeProgram(GpuKernel& kernel, const ParsedKernel& parsed, DrawportProgramDescription& program);
-  // Parses the kernel's file. `hash`: see MakeParserKey.
-  Result<ParsedKernel> Parse(GpuKernel& kernel, UInt64 hash);
-  Result<void> ReloadChangedKernels();
-  // Builds the program for the modes of noises that are set now, when they are others. On the driving thread.
-  Result<void> UpdateNoiseModes(GpuKernel& kernel);
-
-  // Binder: sets the current values of a kernel's parameters.
-  Result<void> BindParameters(const InternedId& kernelId, DrawportProgramFactory& factory,
-                              DrawportParameterValueSet& values, Block<const DrawportParameter> parameters);
-  Result<void> BindNoises(const GpuKernel& kernel, const ParameterTarget& target) const;
 
   // Dispatch. `record()` records one on the current context; it is timed when dispatches are measured.
   template <class Record>
@@ -167,40 +134,17 @@ class ParallelProgramGPUImpl final
   template <class Record>
   Result<void> RecordReported(const GpuKernel& kernel, const Vec3<UInt32>& invocations, Record&& record);
 
-  // Textures.
-
-  // Stores a texture whose extents are at least 1. Textures of `kept` are not evicted for it.
-  Result<void> StoreTexture(const InternedId& attr, const TextureBindData& bindData, const GpuKernel* kept);
-  Result<Data> ReadTextureData(const TextureSamplerEntry& entry, const Vec3<Int32>& end) const;
-  // Evicts textures until `bytes` bytes fit or nothing is left to evict; textures of `kept` stay, and those that
-  // cannot be read back. Returns whether they fit.
-  Result<Bool> MakeRoom(Int bytes, const GpuKernel* kept);
-  Bool IsEvictable(const InternedId& attr, const GpuKernel* kept) const;
-  Result<void> EvictTexture(const InternedId& attr);
-  // Makes evicted textures of the kernel again.
-  Result<void> RestoreTextures(GpuKernel& kernel);
-
-  const UInt64 _identity;
+  GpuContexts _contexts;
   Url _resourcePath;
-  DataDictionary _textures;  // name -> TextureSamplerEntry
   GpuCounterTable _counters;
-  GpuContextData _current;
-  GpuContextData _previous;
-  Int _contextNumber = 1;  // counts the contexts that have taken the place of others
-  InternedId _activeKernelId;
-  GpuKernelRef _activeKernel;
-  SynchronizedHashMap<InternedId, GpuKernelRef> _kernels;
+  GpuKernelTable _kernels;
+  CompileJobs _compileJobs;
   GpuRecordings _recordings;
   GpuBuffers _buffers{_recordings};
-  StrongRef<JobGroup> _compileGroup;  // null when nothing is pending
-  AtomicInt32 _parserLock{0};
-  BaseArray<InternedId> _noiseSeedNames;
-  BaseArray<InternedId> _noiseDataNames;
-  BaseArray<InternedId> _noiseModeNames;
-  HashMap<InternedId, Data> _evictedTextures;  // SamplingData with texels
-  Bool _hasToldEviction = false;
-  BaseArray<InternedId> _deleteOrder;
-  NarrowTexels _narrow;
+  GpuTextures _textures{_kernels};
+  GpuNoises _noises;
+  GpuBinder _binder{_contexts, _kernels, _buffers, _textures, _noises};
+  GpuKernelCompiler _compiler{_contexts, _kernels, _textures, _noises, _binder};
   GpuReports _reports;
   GpuDispatchTimes _times;
 };

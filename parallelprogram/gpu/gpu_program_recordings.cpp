@@ -1,6 +1,4 @@
 // Recordings of the GPU program: dispatches that are recorded once and replayed.
-#include <algorithm>
-
 #include "ostra/core/format.h"
 #include "parallelprogram/gpu/gpu_program_impl.h"
 #include "parallelprogram/gpu/running_call.h"
@@ -36,20 +34,22 @@ Result<void> UpdateNoise(DrawportCommandList& list, UInt64 work, const GpuRecord
 
 }  // namespace
 
-Result<void> ParallelProgramGPUImpl::BeginRecording() { return _recordings.Begin(_current, _contextNumber); }
-Result<UInt64> ParallelProgramGPUImpl::EndRecording() { return _recordings.End(_current); }
+Result<void> ParallelProgramGPUImpl::BeginRecording() { return _recordings.Begin(_contexts.current, _contexts.number); }
+Result<UInt64> ParallelProgramGPUImpl::EndRecording() { return _recordings.End(_contexts.current); }
 
-Result<void> ParallelProgramGPUImpl::ReleaseRecording(UInt64 number) { return _recordings.Release(_current, number); }
+Result<void> ParallelProgramGPUImpl::ReleaseRecording(UInt64 number) {
+  return _recordings.Release(_contexts.current, number);
+}
 
 Result<void> ParallelProgramGPUImpl::Replay(UInt64 number, Int times) {
   const RunningCall call;
   OSTRA_ASSIGN_OR_RETURN(const GpuRecording& recording, _recordings.Find(number));
   OSTRA_RETURN_IF_ERROR(recording_errors::CheckReplay(times, _recordings.IsOpen()));
-  if (recording.contextNumber != _contextNumber)
+  if (recording.contextNumber != _contexts.number)
     return OSTRA_ILLEGAL_STATE(
         "The context was replaced since the dispatches were recorded: they have to be recorded again.");
-  OSTRA_RETURN_IF_ERROR(recording.CheckUnchanged(_buffers.GetNames(), _textures));
-  for (Int i = 0; i < times; ++i) OSTRA_RETURN_IF_ERROR(_current.GetCommandList().ReplayWork(recording.work));
+  OSTRA_RETURN_IF_ERROR(recording.CheckUnchanged(_buffers.GetNames(), _textures.GetNames()));
+  for (Int i = 0; i < times; ++i) OSTRA_RETURN_IF_ERROR(_contexts.current.GetCommandList().ReplayWork(recording.work));
   return OK;
 }
 
@@ -58,17 +58,15 @@ Result<void> ParallelProgramGPUImpl::SetRecordedUniform(UInt64 number, const Int
   OSTRA_ASSIGN_OR_RETURN(const GpuRecording& recording, _recordings.Find(number));
   if (data.IsEmpty()) return OSTRA_ILLEGAL_ARGUMENT("The uniform \"@\" was given no value.", attr);
   OSTRA_ASSIGN_OR_RETURN(const Data value, std::move(data).Take());
-  if (std::find(_noiseModeNames.begin(), _noiseModeNames.end(), attr) != _noiseModeNames.end())
-    return recording_errors::MakeNoiseMode(attr);
-  DrawportCommandList& list = _current.GetCommandList();
-  const Int noise = std::find(_noiseSeedNames.begin(), _noiseSeedNames.end(), attr) - _noiseSeedNames.begin();
+  if (_noises.IsMode(attr)) return recording_errors::MakeNoiseMode(attr);
+  DrawportCommandList& list = _contexts.current.GetCommandList();
+  const InternedId* table = _noises.FindTableOfSeed(attr);
   Bool isKnown = false;
   for (const GpuRecording::Program& used : recording.programs) {
     if (used.kernel->id != kernelId) continue;
     isKnown = true;
     OSTRA_RETURN_IF_ERROR(Update(list, recording.work, used, attr, value));
-    if (noise < _noiseSeedNames.GetCount())
-      OSTRA_RETURN_IF_ERROR(UpdateNoise(list, recording.work, used, _noiseDataNames[noise], value));
+    if (table) OSTRA_RETURN_IF_ERROR(UpdateNoise(list, recording.work, used, *table, value));
   }
   if (isKnown) return OK;
   return recording_errors::MakeNotDispatched(kernelId);

@@ -6,9 +6,6 @@
 
 namespace ostra {
 
-// Binds the table of a noise; nothing with an empty handle. `seed`: null for the default.
-Result<void> BindNoiseTable(const ParameterTarget& target, DrawportParameterHandle handle, const Data* seed);
-
 struct GpuRecording {
   // A program that dispatches run: a kernel has another one for other modes of noises.
   struct Program {

@@ -3,11 +3,16 @@
 #include <gtest/gtest.h>
 
 #include "ostra/math/data_types.h"
+#include "parallelprogram/gpu/compile_jobs.h"
 #include "parallelprogram/gpu/gpu_buffers.h"
 #include "parallelprogram/gpu/gpu_dispatch_times.h"
 #include "parallelprogram/gpu/gpu_reports.h"
+#include "parallelprogram/gpu/gpu_textures.h"
 #include "tests/support/arrays.h"
+#include "tests/support/fault_injection.h"
 #include "tests/support/result_matchers.h"
+
+OSTRA_UNIT("gpu_program_parts_test");
 
 namespace ostra::test {
 namespace {
@@ -84,6 +89,123 @@ TEST(GpuReportsTest, AKernelThatReportsNothingLosesTheBufferOfItsWords) {
   GpuReports reports;
   ASSERT_THAT(reports.LinkBuffer({context, 1}, kernel, true), IsOk());
   EXPECT_FALSE(kernel.buffers.Contains(*name));
+}
+
+class GpuKernelTableTest : public testing::Test {
+ protected:
+  static GpuKernelRef Make(InternedId id, const char* fileName) {
+    GpuKernel* kernel = NewObj<GpuKernel>();
+    kernel->id = id;
+    kernel->fileName = String::Create(fileName).GetValue();
+    kernel->state = CompileState::Ready;
+    return GpuKernelRef::Adopt(kernel);
+  }
+  Result<void> Add(const GpuKernelRef& kernel) {
+    return kernels.Add(kernel, []() -> Result<void> { return OK; });
+  }
+
+  GpuKernelTable kernels;
+};
+
+TEST_F(GpuKernelTableTest, TheKernelThatWasAddedLastIsActiveUntilAnotherOneIsChosen) {
+  EXPECT_THAT(kernels.GetActive(), IsErrorWith(kIllegalStateError, "no active kernel set"));
+  ASSERT_THAT(Add(Make("a"_iid, "x.krn")), IsOk());
+  ASSERT_THAT(Add(Make("b"_iid, "y.krn")), IsOk());
+  EXPECT_EQ(kernels.GetActiveId(), "b"_iid);
+  kernels.SetActive("a"_iid);
+  EXPECT_EQ(kernels.GetActive()->id, "a"_iid);
+  kernels.SetActive("nobody"_iid);
+  EXPECT_EQ(kernels.GetActiveId(), "a"_iid);
+  kernels.Reset();
+  EXPECT_EQ(kernels.FindActive(), nullptr);
+  EXPECT_THAT(kernels.Find("a"_iid), IsErrorWith(kIllegalStateError, "kernel not found"));
+}
+
+TEST_F(GpuKernelTableTest, AKernelThatCannotBeginLeavesTheTableAsItWas) {
+  ASSERT_THAT(Add(Make("a"_iid, "x.krn")), IsOk());
+  const GpuKernelRef failing = Make("b"_iid, "x.krn");
+  Bool wasActive = false;
+  EXPECT_THAT(kernels.Add(failing,
+                          [&]() -> Result<void> {
+                            wasActive = kernels.FindActive() == failing;
+                            return OSTRA_ILLEGAL_STATE("it cannot begin");
+                          }),
+              IsErrorWith(kIllegalStateError, "it cannot begin"));
+  EXPECT_TRUE(wasActive);
+  EXPECT_EQ(kernels.GetActiveId(), "a"_iid);
+  EXPECT_EQ(kernels.FindOrNull("b"_iid), nullptr);
+  EXPECT_THAT(Add(Make("a"_iid, "z.krn")), IsErrorWith(kIllegalArgumentError, "Kernel id is already used"));
+  EXPECT_EQ(kernels.GetActive()->fileName.GetView(), "x.krn");
+}
+
+TEST_F(GpuKernelTableTest, KernelsAreCountedByTheirFiles) {
+  ASSERT_THAT(Add(Make("a"_iid, "x.krn")), IsOk());
+  ASSERT_THAT(Add(Make("b"_iid, "x.krn")), IsOk());
+  ASSERT_THAT(Add(Make("c"_iid, "")), IsOk());
+  EXPECT_EQ(kernels.CountPrograms(String::Create("x.krn").GetValue()), 2);
+  EXPECT_EQ(kernels.CountPrograms(String()), 0);
+}
+
+TEST_F(GpuKernelTableTest, AKernelThatDidNotCompileIsActiveButDoesNotRun) {
+  const GpuKernelRef kernel = Make("a"_iid, "x.krn");
+  kernel->EndCompile(OSTRA_ILLEGAL_STATE("a word is missing"), false);
+  ASSERT_THAT(Add(kernel), IsOk());
+  EXPECT_THAT(kernels.GetActive(), IsOk());
+  EXPECT_THAT(kernels.GetRunnable(), IsErrorOfKind(kIllegalStateError));
+}
+
+TEST_F(GpuKernelTableTest, WithoutMemoryNothingIsAdded) {
+  const GpuKernelRef kernel = Make("a"_iid, "x.krn");
+  EXPECT_GT(ExpectEveryAllocationFailureIsReported([&]() -> Result<void> {
+              GpuKernelTable table;
+              Result<void> added = table.Add(kernel, []() -> Result<void> { return OK; });
+              EXPECT_EQ(added.IsOk(), table.FindActive() == kernel);
+              OSTRA_RETURN_IF_ERROR(added);
+              return table.GetAll() ? Result<void>(OK) : OSTRA_OUT_OF_MEMORY();
+            }),
+            1);
+}
+
+TEST(CompileJobsTest, AllOfThemHaveEndedAfterTheWait) {
+  CompileJobs jobs;
+  jobs.Wait();  // for nothing
+  for (int round = 0; round < 2; ++round) {
+    std::atomic<int> count{0};
+    for (int i = 0; i < 20; ++i)
+      ASSERT_THAT(jobs.Add(*Job::Create([&]() -> Result<void> {
+        ++count;
+        return OK;
+      })),
+                  IsOk());
+    jobs.Wait();
+    EXPECT_EQ(count, 20);
+  }
+}
+
+TEST(GpuTexturesTest, WithoutAContextNothingIsStoredOrRead) {
+  const GpuKernelTable kernels;
+  const GpuContexts contexts;
+  GpuTextures textures(kernels);
+  TextureBindData bindData;
+  bindData._dimensions = {2, 2, 1};
+  bindData._format = TextureFormat::F32;
+  bindData._numChannels = 1;
+  EXPECT_THAT(textures.Store(contexts, "t"_iid, bindData), IsErrorOfKind(kIllegalStateError));
+  EXPECT_EQ(textures.Find("t"_iid), nullptr);
+  EXPECT_THAT(textures.Update(contexts.current, "t"_iid, bindData),
+              IsErrorWith(kIllegalArgumentError, "texture for update could not be found"));
+  EXPECT_THAT(textures.Swap("t"_iid, "u"_iid), IsErrorWith(kIllegalArgumentError, "texture one could not be found"));
+  EXPECT_THAT(textures.Delete("t"_iid, false), IsOk());
+  EXPECT_FALSE(textures.Read(contexts.current, "t"_iid, {1, 1, 1}).IsOk());
+  EXPECT_EQ(GetMemoryBudget(contexts.previous).total, 0);
+}
+
+TEST(GpuTexturesTest, AKernelWithoutTexturesNeedsNoneBack) {
+  const GpuKernelTable kernels;
+  const GpuContexts contexts;
+  GpuTextures textures(kernels);
+  GpuKernel kernel;
+  EXPECT_THAT(textures.Restore(contexts, kernel), IsOk());
 }
 
 }  // namespace

@@ -1,12 +1,12 @@
-// Compilation of kernels: the job, the callbacks that describe a program to the GPU layer, and reloading.
+#include "parallelprogram/gpu/gpu_kernel_compiler.h"
+
 #include <algorithm>
 
-#include "ostra/core/diagnostics.h"
 #include "ostra/drawport/settings.h"
+#include "ostra/jobs/job.h"
 #include "parallelprogram/base/configuration_variables.h"
 #include "parallelprogram/device/cache_keys.h"
 #include "parallelprogram/device/kernel_mistakes.h"
-#include "parallelprogram/gpu/gpu_program_impl.h"
 #include "parallelprogram/program/noise_modes.h"
 #include "parallelprogram/shaderassembly/assembly_records.h"
 
@@ -118,13 +118,13 @@ Result<void> BeginProgram(const InternedId& kernelId, DrawportProgramDescription
 
 }  // namespace
 
-Result<void> ParallelProgramGPUImpl::CompileKernel(const InternedId& kernelId, Bool wait) {
-  OSTRA_ASSIGN_OR_RETURN(const GpuKernelRef kernel, FindKernel(kernelId));
+Result<void> GpuKernelCompiler::Compile(const InternedId& kernelId, Bool wait) {
+  OSTRA_ASSIGN_OR_RETURN(const GpuKernelRef kernel, _kernels.Find(kernelId));
   const auto compile = [&]() -> Result<void> {
     OSTRA_ASSIGN_OR_RETURN(const GpuComputeCallbacks callbacks, MakeCallbacks(*kernel));
     GpuComputeOptions options;
     options.wait = wait;
-    OSTRA_RETURN_IF_ERROR(kernel->compute->Init(_current.context, callbacks, options));
+    OSTRA_RETURN_IF_ERROR(kernel->compute->Init(_contexts.current.context, callbacks, options));
     const Job* job = GetCurrentJob();
     if ((job && job->IsCancelled()) || kernel->HasDescription()) return OK;
     // The program was there already, so the sources were not asked for.
@@ -138,47 +138,40 @@ Result<void> ParallelProgramGPUImpl::CompileKernel(const InternedId& kernelId, B
   return result;
 }
 
-Result<DrawportParameterBinder> ParallelProgramGPUImpl::MakeBinder(const InternedId& kernelId) {
-  return DrawportParameterBinder::Create([this, id = kernelId](DrawportProgramFactory& factory,
-                                                               DrawportParameterValueSet& values,
-                                                               Block<const DrawportParameter> parameters) {
-    return BindParameters(id, factory, values, parameters);
-  });
-}
-
-Result<GpuComputeCallbacks> ParallelProgramGPUImpl::MakeCallbacks(const GpuKernel& kernel) {
+Result<GpuComputeCallbacks> GpuKernelCompiler::MakeCallbacks(const GpuKernel& kernel) {
   GpuComputeCallbacks callbacks;
   const InternedId id = kernel.id;
   OSTRA_ASSIGN_OR_RETURN(callbacks.hash, Delegate<Result<void>(DrawportHashStream&)>::Create(
                                              [this, id](DrawportHashStream& stream) -> Result<void> {
-                                               OSTRA_ASSIGN_OR_RETURN(const GpuKernelRef found, FindKernel(id));
+                                               OSTRA_ASSIGN_OR_RETURN(const GpuKernelRef found, _kernels.Find(id));
                                                stream.Write(HashProgram(*found));
                                                return OK;
                                              }));
-  OSTRA_ASSIGN_OR_RETURN(callbacks.bind, MakeBinder(id));
+  OSTRA_ASSIGN_OR_RETURN(callbacks.bind, _binder.Make(id));
   OSTRA_ASSIGN_OR_RETURN(callbacks.build, DrawportProgramBuilder::Create(
                                               [this, id, binder = callbacks.bind](DrawportProgramDescription& program) {
-                                                return BuildProgram(id, program, binder);
+                                                return Build(id, program, binder);
                                               }));
   return callbacks;
 }
 
-Result<void> ParallelProgramGPUImpl::BuildProgram(const InternedId& kernelId, DrawportProgramDescription& program,
-                                                  const DrawportParameterBinder& binder) {
+Result<void> GpuKernelCompiler::Build(const InternedId& kernelId, DrawportProgramDescription& program,
+                                      const DrawportParameterBinder& binder) {
   OSTRA_RETURN_IF_ERROR(BeginProgram(kernelId, program, binder));
-  OSTRA_ASSIGN_OR_RETURN(const GpuKernelRef kernel, FindKernel(kernelId));
+  OSTRA_ASSIGN_OR_RETURN(const GpuKernelRef kernel, _kernels.Find(kernelId));
   OSTRA_ASSIGN_OR_RETURN(const ParsedKernel parsed, Parse(*kernel, kernel->fileName.GetHashCode()));
   // Mistakes may end glslang's HLSL front end, and the process with it.
   if (GetDrawportShadingLanguage() == kShadingLanguageHlsl)
     OSTRA_RETURN_IF_ERROR(CheckKernelMistakes(kernel->file, kernel->templateArgument.GetView()));
-  return DescribeProgram(*kernel, parsed, program);
+  return Describe(*kernel, parsed, program);
 }
 
-Result<void> ParallelProgramGPUImpl::DescribeProgram(GpuKernel& kernel, const ParsedKernel& parsed,
-                                                     DrawportProgramDescription& program) {
+Result<void> GpuKernelCompiler::Describe(GpuKernel& kernel, const ParsedKernel& parsed,
+                                         DrawportProgramDescription& program) {
   OSTRA_ASSIGN_OR_RETURN(KernelDescription description, DescribeKernel(parsed));
   OSTRA_ASSIGN_OR_RETURN(ShaderRecords records, MakeShaderRecords(*parsed.parser, kCompute));
-  for (ShaderTexture& texture : records.textures) texture.format = FindStoredFormat(texture.format, _narrow);
+  for (ShaderTexture& texture : records.textures)
+    texture.format = FindStoredFormat(texture.format, _textures.GetNarrow());
   // A kernel may compute the number of a noise: there are then as many as have been set.
   if (description.usesNoise) records.noiseTableCount = std::max(records.noiseTableCount, kernel.noiseModes.GetCount());
   const Int noiseTableCount = records.noiseTableCount;
@@ -192,33 +185,19 @@ Result<void> ParallelProgramGPUImpl::DescribeProgram(GpuKernel& kernel, const Pa
 }
 
 // A program with all noises takes drivers up to minutes to compile, one with those that are chosen a moment. No file is
-// looked at: modes are values; a file that was edited meanwhile is read by ReloadKernels.
-Result<void> ParallelProgramGPUImpl::UpdateNoiseModes(GpuKernel& kernel) {
+// looked at: modes are values; a file that was edited meanwhile is read by ReloadChanged.
+Result<void> GpuKernelCompiler::UpdateNoiseModes(GpuKernel& kernel) {
   constexpr Int kMaxModeChanges = 32;
   if (!kernel.usesNoise || !kernel.hasKnownModes) return OK;
   Int32 modes[kMaxNoises];
-  Int used = 0;
-  for (Int i = 0; i < _noiseModeNames.GetCount(); ++i) {
-    const Data* value = kernel.uniforms.FindData(_noiseModeNames[i]);
-    const auto mode = value ? value->ConvertTo<Int32>() : Result<Int32>(0);
-    modes[i] = mode ? *mode : 0;
-    if (value || kernel.uniforms.FindData(_noiseSeedNames[i])) used = i + 1;
-  }
+  const Int used = _noises.FindModes(kernel, modes);
   if (std::equal(modes, modes + used, kernel.noiseModes.begin(), kernel.noiseModes.end())) return OK;
   BaseArray<Int32> changed;
   OSTRA_RETURN_IF_ERROR(changed.Resize(used));
   std::copy(modes, modes + used, changed.begin());
-  OSTRA_ASSIGN_OR_RETURN(const DrawportParameterBinder binder, MakeBinder(kernel.id));
-  OSTRA_ASSIGN_OR_RETURN(
-      const DrawportProgramBuilder builder,
-      DrawportProgramBuilder::Create([this, &kernel, &binder](DrawportProgramDescription& program) -> Result<void> {
-        OSTRA_RETURN_IF_ERROR(BeginProgram(kernel.id, program, binder));
-        return DescribeProgram(kernel, kernel.parsed, program);
-      }));
   std::swap(kernel.noiseModes, changed);
   kernel.hasKnownModes = kernel.modeChanges < kMaxModeChanges;
-  Result<void> rebuilt = ExplainFailure(kernel, kernel.compute->ReloadProgramFactoryWith(_current.context, builder));
-  kernel.EndCompile(rebuilt, true);
+  Result<void> rebuilt = Rebuild(kernel);
   if (!rebuilt) {
     // Those of the program that is still there, so that the next update tries again.
     std::swap(kernel.noiseModes, changed);
@@ -229,11 +208,25 @@ Result<void> ParallelProgramGPUImpl::UpdateNoiseModes(GpuKernel& kernel) {
   return kernel.ApplyCompiled();
 }
 
-Result<ParsedKernel> ParallelProgramGPUImpl::Parse(GpuKernel& kernel, UInt64 hash) {
+Result<void> GpuKernelCompiler::Rebuild(GpuKernel& kernel) {
+  OSTRA_ASSIGN_OR_RETURN(const DrawportParameterBinder binder, _binder.Make(kernel.id));
+  OSTRA_ASSIGN_OR_RETURN(
+      const DrawportProgramBuilder builder,
+      DrawportProgramBuilder::Create([this, &kernel, &binder](DrawportProgramDescription& program) -> Result<void> {
+        OSTRA_RETURN_IF_ERROR(BeginProgram(kernel.id, program, binder));
+        return Describe(kernel, kernel.parsed, program);
+      }));
+  Result<void> rebuilt =
+      ExplainFailure(kernel, kernel.compute->ReloadProgramFactoryWith(_contexts.current.context, builder));
+  kernel.EndCompile(rebuilt, true);
+  return rebuilt;
+}
+
+Result<ParsedKernel> GpuKernelCompiler::Parse(GpuKernel& kernel, UInt64 hash) {
   KernelSource source;
   source.file = kernel.file;
   source.templateArgument = kernel.templateArgument;
-  if (_current.drawport) source.language = _current.drawport->GetShadingLanguage();
+  if (_contexts.current.drawport) source.language = _contexts.current.drawport->GetShadingLanguage();
   source.reports = kernel.reportOptions;
   source.key =
       MakeParserKey(AppendReportOptions(hash, kernel.reportOptions), kernel.id.GetHashCode(), kernel.sources.stamp);
@@ -249,9 +242,9 @@ Result<ParsedKernel> ParallelProgramGPUImpl::Parse(GpuKernel& kernel, UInt64 has
 
 // Looks at every kernel, not only at the active one. The stamp is kept before the program is rebuilt: a source that
 // does not compile is reported once, and looked at again when it has changed again.
-Result<void> ParallelProgramGPUImpl::ReloadChangedKernels() {
+Result<void> GpuKernelCompiler::ReloadChanged() {
   if (!g_reloadKernelsParallelProgram) return OK;
-  OSTRA_ASSIGN_OR_RETURN(const BaseArray<GpuKernelRef> kernels, GetKernels());
+  OSTRA_ASSIGN_OR_RETURN(const BaseArray<GpuKernelRef> kernels, _kernels.GetAll());
   for (const GpuKernelRef& kernel : kernels) {
     const CompileState state = kernel->GetState();
     if (state != CompileState::Ready && state != CompileState::Failed) continue;
@@ -259,18 +252,12 @@ Result<void> ParallelProgramGPUImpl::ReloadChangedKernels() {
     OSTRA_ASSIGN_OR_RETURN(const UInt64 stamp, MakeSourcesStamp(kernel->file, kernel->sources.files));
     if (stamp == kernel->sources.stamp) continue;
     kernel->sources.stamp = stamp;
-    Result<void> reloaded = ExplainFailure(*kernel, kernel->compute->ReloadProgramFactory(_current.context));
+    Result<void> reloaded = ExplainFailure(*kernel, kernel->compute->ReloadProgramFactory(_contexts.current.context));
     kernel->EndCompile(reloaded, true);
     OSTRA_RETURN_IF_ERROR(kernel->ApplyCompiled());
     if (!reloaded) return reloaded;
   }
   return OK;
-}
-
-Result<void> ParallelProgramGPUImpl::CheckActiveKernelForUpdatedShaders() { return ReloadChangedKernels(); }
-
-void ParallelProgramGPUImpl::ReloadKernels() {
-  if (auto reloaded = ReloadChangedKernels(); !reloaded) CriticalOutput("@", reloaded.GetError());
 }
 
 }  // namespace ostra
