@@ -116,7 +116,7 @@ Bool Notify() {
   if (g_lookingCount.load() > 0) return true;
   while (!JoinPool()) {
     if (g_presentCount.load() > 0) return true;  // it looks for work once more when it leaves
-    // No room, and then nobody: the last worker left in between, and its place can be taken.
+    // No room, and then no worker: the last one left in between, and its place can be taken.
     if (g_stopping.load() || g_isForkedChild.load()) return false;
   }
   if (LibraryThreads::Run(&RunWorker)) return true;
