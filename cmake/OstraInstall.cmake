@@ -40,6 +40,7 @@ foreach(header
     program/kernel_declaration_interface.h
     program/kernel_entry.h
     program/kernel_group_interface.h
+    program/kernel_group_memories.h
     program/kernel_groups.h
     program/kernel_interface.h
     program/kernel_interface_reflection.h

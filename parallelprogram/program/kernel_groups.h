@@ -10,12 +10,10 @@
 // (kernel_lane_groups.inl).
 #pragma once
 
-#include <memory>
-#include <new>
-
 #include "parallelprogram/base/kernel_checks.h"
 #include "parallelprogram/program/kernel_class.h"
 #include "parallelprogram/program/kernel_group_interface.h"
+#include "parallelprogram/program/kernel_group_memories.h"
 
 namespace ostra::kernel {
 
@@ -124,7 +122,7 @@ class GroupKernelClass : public KernelBase<Derived, KernelGroupInterface, Kernel
 
   Result<void> RunGroups(const KernelGroups& groups) override {
     const Body body(_values);
-    const std::unique_ptr<typename Body::OstraMemory> memory(new (std::nothrow) typename Body::OstraMemory{});
+    const GroupMemory<typename Body::OstraMemory> memory(_memories);
     if (!memory) return Error::MakeOutOfMemory("parallelprogram_kernel", __LINE__);
     const auto runWide = [&](auto form) { form.Run(body, groups, *memory); };
     if (!groups.isOrdered && Forms::UseWide(runWide)) return OK;
@@ -149,6 +147,7 @@ class GroupKernelClass : public KernelBase<Derived, KernelGroupInterface, Kernel
 
   Parameters _values;
   BaseArray<KernelDeclaration> _declarations;
+  GroupMemories _memories;
 };
 
 }  // namespace ostra::kernel

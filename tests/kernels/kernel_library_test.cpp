@@ -5,6 +5,7 @@
 
 #include "conformance/kernel_scenarios.h"
 #include "tests/kernels/kernel_runner.h"
+#include "tests/support/fault_injection.h"
 
 namespace ostra::test {
 namespace {
@@ -67,6 +68,30 @@ TEST_F(KernelLibraryTest, GroupsSumAndScanTheirElements) {
     EXPECT_EQ(totals[group], total) << group;
   }
   for (UInt32 i = kCount - 2; i < kCount; ++i) EXPECT_EQ(target[i], 0u);
+}
+
+TEST_F(KernelLibraryTest, GroupsOfAKernelThatHasRunAllocateNothing) {
+  FinishedKernel sums("groupsum");
+  const std::vector<Byte> state = sums.GetState();
+  for (const Way way : {Way::kUnordered, Way::kInSmallPieces, Way::kOrdered}) {
+    const FailingAllocation failure(1);
+    EXPECT_THAT(sums.Run({kCount, 1, 1}, way), IsOk());
+    EXPECT_FALSE(AllocationFaults::HasFired());
+  }
+  EXPECT_EQ(sums.GetState(), state);
+}
+
+TEST_F(KernelLibraryTest, GroupsWithoutMemoryAreAnError) {
+  KernelRunner sums(GetKernelId("groupsum"));
+  sums.SetValue("count", UInt32{4});
+  sums.SetBuffer<Float32>("source", {1, 2, 3, 4});
+  sums.SetBuffer<Float32>("sums", {0});
+  {
+    const FailingAllocation failure(1);
+    EXPECT_THAT(sums.Run({4, 1, 1}), IsErrorOfKind(kOutOfMemoryError));
+  }
+  EXPECT_THAT(sums.Run({4, 1, 1}), IsOk());
+  EXPECT_THAT(sums.GetBuffer<Float32>("sums"), testing::ElementsAre(10));
 }
 
 TEST_F(KernelLibraryTest, GroupsCountAndSortTheirElements) {
