@@ -49,12 +49,12 @@ class GroupMemories {
 
 // Uses one of the memories as long as it lives.
 template <class Memory>
-class GroupMemory {
+class UsedGroupMemory {
  public:
-  explicit GroupMemory(GroupMemories& memories) : _memories(memories), _memory(memories.Take<Memory>()) {}
-  GroupMemory(const GroupMemory&) = delete;
-  GroupMemory& operator=(const GroupMemory&) = delete;
-  ~GroupMemory() {
+  explicit UsedGroupMemory(GroupMemories& memories) : _memories(memories), _memory(memories.Take<Memory>()) {}
+  UsedGroupMemory(const UsedGroupMemory&) = delete;
+  UsedGroupMemory& operator=(const UsedGroupMemory&) = delete;
+  ~UsedGroupMemory() {
     if (_memory) _memories.Give(_memory);
   }
   explicit operator bool() const { return _memory; }

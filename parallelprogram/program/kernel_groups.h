@@ -122,7 +122,7 @@ class GroupKernelClass : public KernelBase<Derived, KernelGroupInterface, Kernel
 
   Result<void> RunGroups(const KernelGroups& groups) override {
     const Body body(_values);
-    const GroupMemory<typename Body::OstraMemory> memory(_memories);
+    const UsedGroupMemory<typename Body::OstraMemory> memory(_memories);
     if (!memory) return Error::MakeOutOfMemory("parallelprogram_kernel", __LINE__);
     const auto runWide = [&](auto form) { form.Run(body, groups, *memory); };
     if (!groups.isOrdered && Forms::UseWide(runWide)) return OK;
