@@ -40,7 +40,7 @@ Result<void> ParallelProgramGPUImpl::SetUniform(const InternedId& attr, Forwardi
 
 // A kernel that could not be compiled for a reason that may be over by now is compiled here.
 Result<void> ParallelProgramGPUImpl::UpdateUniforms() {
-  const GpuKernelRef active = _kernels.FindActive();
+  const GpuKernelRef& active = _kernels.FindActive();
   if (active && _contexts.current.context && active->IsWorthCompiling())
     static_cast<void>(_compiler.Compile(active->id, true));  // the kernel keeps the error
   OSTRA_ASSIGN_OR_RETURN(GpuKernel & kernel, _kernels.GetRunnable());

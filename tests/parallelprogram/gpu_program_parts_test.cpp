@@ -114,7 +114,7 @@ TEST_F(GpuKernelTableTest, TheKernelThatWasAddedLastIsActiveUntilAnotherOneIsCho
   EXPECT_EQ(kernels.GetActiveId(), "b"_iid);
   kernels.SetActive("a"_iid);
   EXPECT_EQ(kernels.GetActive()->id, "a"_iid);
-  kernels.SetActive("nobody"_iid);
+  kernels.SetActive("unknown"_iid);
   EXPECT_EQ(kernels.GetActiveId(), "a"_iid);
   kernels.Reset();
   EXPECT_EQ(kernels.FindActive(), nullptr);
