@@ -46,7 +46,7 @@ void PlainPrinter::PrintDirective(NodeIndex node) {
 void PlainPrinter::PrintParameters() {
   if (_options.isForGpu) RefuseCpuVectors(_tree.parameters);
   if (_resolved.parameters.empty() && !reportPlan.IsReporting()) return;
-  Line({MarkOf(_tree.parameters), "#define KERNELINPUTS \\"});
+  Line({MarkOf(_tree.parameters != kNoNode ? _tree.parameters : _tree.kernel), "#define KERNELINPUTS \\"});
   for (const NodeIndex parameter : _resolved.parameters) {
     const Bool isLast = parameter == _resolved.parameters.back();
     const TypeIndex value = _resolved.type[parameter];

@@ -96,6 +96,18 @@ TEST(ReportTest, FunctionsHandTheReportOn) {
   EXPECT_FALSE(Has(form, "Other")) << form.text;
 }
 
+// The list of parameters that the report needs stands where the kernel begins.
+TEST(ReportTest, KernelsWithoutParametersReportToo) {
+  const AnalyzedKernel kernel =
+      AnalyzeText("OSTRA_PARALLEL_KERNEL(Test, KERNELINPUTS)\n{\nPRINT(\"%v\", 1);\n}\nOSTRA_PARALLEL_KERNEL_END\n");
+  for (const Bool isForGpu : {false, true}) {
+    const PlainForm form = PrintPlainForm(kernel, {.isForGpu = isForGpu});
+    ASSERT_FALSE(form.refusal) << form.refusal->reason;
+    EXPECT_TRUE(Has(form, "#define KERNELINPUTS \\\n(Block<UInt32>) ostraReport\n")) << form.text;
+    ExpectReadable(form);
+  }
+}
+
 TEST(ReportTest, PrintsOfAllTypesAreReadAgain) {
   ExpectReadable(
       PrintPlain("PRINT(\"%v %v %v %v %v %v\", 1, 2u, true, UNIFORM(m), lessThan(UNIFORM(v), UNIFORM(v)), "
