@@ -78,6 +78,16 @@ std::optional<Barrier> BarrierTracker::BeforeTransfer(std::initializer_list<Acce
   return barrier;
 }
 
+Barrier BarrierTracker::BeforeLayoutChange(const void* image, const DrawportRegion& region, Bool isWrite) {
+  _transfersMissDispatches = true;
+  return *BeforeTransfer(image, region, isWrite);
+}
+
+Barrier BarrierTracker::BeforeAnything() const {
+  return {VK_PIPELINE_STAGE_TRANSFER_BIT, VK_ACCESS_TRANSFER_WRITE_BIT, VK_PIPELINE_STAGE_ALL_COMMANDS_BIT,
+          VK_ACCESS_MEMORY_READ_BIT | VK_ACCESS_MEMORY_WRITE_BIT};
+}
+
 Bool BarrierTracker::Collides(std::initializer_list<Access> accesses) const {
   if (_accessCount + static_cast<Int>(accesses.size()) > kAccessCount) return true;
   return std::any_of(accesses.begin(), accesses.end(), [this](const Access& next) {
@@ -91,6 +101,11 @@ Bool BarrierTracker::Collides(std::initializer_list<Access> accesses) const {
 Barrier BarrierTracker::BeforePass() const {
   return {kDispatchStages | VK_PIPELINE_STAGE_TRANSFER_BIT | VK_PIPELINE_STAGE_ALL_GRAPHICS_BIT,
           VK_ACCESS_TRANSFER_WRITE_BIT | kDrawWrites, VK_PIPELINE_STAGE_ALL_GRAPHICS_BIT,
+          VK_ACCESS_MEMORY_READ_BIT | VK_ACCESS_MEMORY_WRITE_BIT};
+}
+
+Barrier BarrierTracker::BehindPass() const {
+  return {VK_PIPELINE_STAGE_ALL_GRAPHICS_BIT, kDrawWrites, VK_PIPELINE_STAGE_ALL_COMMANDS_BIT,
           VK_ACCESS_MEMORY_READ_BIT | VK_ACCESS_MEMORY_WRITE_BIT};
 }
 

@@ -5,7 +5,14 @@
 //   vkCmdDispatch(...);
 //   tracker.AddDispatch();
 //
-// It calls no driver.
+// LayoutTracker: which images of a batch are in a layout for transfers. Between batches, and whenever a dispatch or a
+// draw may read it, an image is in its home layout; transfers in between leave it where they need it.
+//
+//   if (const auto change = layouts.BeforeTransfer(&image, home, isWrite)) Record(*change);
+//   vkCmdCopyBufferToImage(...);
+//   Record(layouts.TakeHome());  // before a dispatch, a draw, and at the end of the batch
+//
+// They call no driver.
 #pragma once
 
 #include <volk.h>
@@ -23,6 +30,10 @@ struct Barrier {
   VkAccessFlags fromAccess = 0;
   VkPipelineStageFlags to = 0;
   VkAccessFlags toAccess = 0;
+  // One for both.
+  friend Barrier operator|(const Barrier& a, const Barrier& b) {
+    return {a.from | b.from, a.fromAccess | b.fromAccess, a.to | b.to, a.toAccess | b.toAccess};
+  }
   friend bool operator==(const Barrier&, const Barrier&) = default;
 };
 
@@ -65,8 +76,14 @@ class BarrierTracker {
   std::optional<Barrier> BeforeTransfer(const void* resource, const DrawportRegion& region, Bool isWrite) {
     return BeforeTransfer({{resource, region, isWrite}});
   }
+  // The same where the image changes its layout, for which all earlier work with it has to be done.
+  Barrier BeforeLayoutChange(const void* image, const DrawportRegion& region, Bool isWrite);
+  // Between transfers and whatever comes.
+  Barrier BeforeAnything() const;
   // One a pass: what was written before it may be vertices, uniforms, textures or targets in it.
   Barrier BeforePass() const;
+  // Behind rendering: what was drawn is read by whatever comes.
+  Barrier BehindPass() const;
   // Before the host reads what was written.
   Barrier BeforeHost() const;
 
@@ -83,6 +100,43 @@ class BarrierTracker {
   Bool _hasDrawn = false;          // ever
   Access _accesses[kAccessCount];  // of transfers since the last barrier between transfers
   Int _accessCount = 0;
+};
+
+class LayoutTracker {
+ public:
+  static constexpr Int kCapacity = 16;
+
+  struct Change {
+    const void* image = nullptr;  // told apart by its address
+    VkImageLayout from = VK_IMAGE_LAYOUT_UNDEFINED;
+    VkImageLayout to = VK_IMAGE_LAYOUT_UNDEFINED;
+  };
+  struct Changes {
+    Change items[kCapacity];
+    Int count = 0;
+    const Change* begin() const { return items; }
+    const Change* end() const { return items + count; }
+  };
+
+  // In which layout transfers read or write an image of this home: the general layout serves them as well.
+  static VkImageLayout GetTransferLayout(VkImageLayout home, Bool isWrite);
+
+  // Before a transfer; nothing where the image is in the layout for it. The tracker must not be full.
+  std::optional<Change> BeforeTransfer(const void* image, VkImageLayout home, Bool isWrite);
+  // What brings all images home. They count as there.
+  Changes TakeHome();
+  Bool IsFull() const { return _count == kCapacity; }
+  Bool IsEmpty() const { return _count == 0; }
+  // The batch was dropped: nothing has left its home.
+  void Forget() { _count = 0; }
+
+ private:
+  struct Away {
+    const void* image;
+    VkImageLayout home, layout;
+  };
+  Away _away[kCapacity] = {};
+  Int _count = 0;
 };
 
 }  // namespace ostra::vulkan

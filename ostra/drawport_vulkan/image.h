@@ -46,16 +46,43 @@ class ImageResource final : public DeviceResource, public DrawportTexture {
   // Bytes from one row of `width` texels to the next in staging buffers.
   Int GetPitch(Int width) const;
 
-  // Whether the texels have a layout and are zero in whatever is submitted from now on.
-  Bool IsCleared() const { return _isCleared.load(std::memory_order_acquire); }
-  void SetCleared() { _isCleared.store(true, std::memory_order_release); }
+  // The layout between batches and whenever programs read or write it. What kernels write is in the general layout,
+  // everything else in that for sampling.
+  VkImageLayout GetHomeLayout() const {
+    return _description.isImage ? VK_IMAGE_LAYOUT_GENERAL : VK_IMAGE_LAYOUT_SHADER_READ_ONLY_OPTIMAL;
+  }
+
+  // Rows of texels (see texture_rows.h) up to here are zero or filled in whatever is submitted from now on. Kept by the
+  // list that fills: `stamp` is that of the batch that does it, so that it can be taken back.
+  Bool IsDefined() const { return GetDefinedRows() == GetRowCount(); }
+  Int GetDefinedRows() const { return _definedRows.load(std::memory_order_acquire); }
+  void SetDefinedRows(Int rows, UInt64 stamp);
+  void SetAllDefined(UInt64 stamp) { SetDefinedRows(GetRowCount(), stamp); }
+  void ForgetBatch(UInt64 stamp) override;
+  // The same without what batch `stamp` writes, which was not submitted yet.
+  Int GetUndefinedBegin(UInt64 stamp) const { return _definedBy == stamp ? _definedBefore : GetDefinedRows(); }
+  // The following with the setup mutex held. Whether the setup gives it its layout, or has done so.
+  Bool HasLayout() const { return _hasLayout; }
+  void SetHasLayout() { _hasLayout = true; }
+  // The setup zero-fills from row `begin` on, out of `zeros` unless it is all of the texture.
+  void SetZeroedBySetup(Int begin, BufferRef zeros);
+  // Bytes of the zeros for rows of a texture that was filled in part.
+  Int GetZerosSize() const;
   Bool HasContents() const override { return true; }
   DrawportExtent GetExtent() const override { return _description.extent; }
   Int GetReadSize(const DrawportRegion& region) const override;
+  // Between a block and packed texels.
+  VkBufferImageCopy MakePackedCopy(const DrawportRegion& region) const;
   void RecordRead(VkCommandBuffer commands, const DrawportRegion& region, VkBuffer target) const override;
+  const ImageResource* GetImage() const override { return this; }
+  void AddSetupLayout(Bool isBehind, ImageBarriers& barriers) const override;
   void RecordSetup(VkCommandBuffer commands) override;
+  void NoteSetup() override;
 
  private:
+  Bool IsZeroedBySetup() const { return _zeroBegin < GetRowCount(); }
+  Int GetRowCount() const { return _description.extent.height * _description.extent.depth; }
+  void RecordZeros(VkCommandBuffer commands) const;
   Result<void> Check() const;
   Result<void> CheckTarget() const;
   Result<void> Init(MemorySpill spill);
@@ -72,7 +99,14 @@ class ImageResource final : public DeviceResource, public DrawportTexture {
   VkImageView _view = VK_NULL_HANDLE;
   VkImageView _layeredView = VK_NULL_HANDLE;  // 1D and 2D only
   MemoryPiece _piece;
-  std::atomic<bool> _isCleared{false};  // lists of other threads look at it
+  std::atomic<Int> _definedRows{0};  // lists of other threads look at it
+  Int _definedBefore = 0;
+  UInt64 _definedBy = 0;
+  // Guarded by the mutex of the setup.
+  Bool _hasLayout = false;
+  Bool _isInLayout = false;    // the setup was submitted
+  Int _zeroBegin = INT64_MAX;  // row
+  BufferRef _zeros;
 };
 using ImageRef = StrongRef<ImageResource>;
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <limits>
 
+#include "ostra/drawport_vulkan/image_barriers.h"
 #include "ostra/drawport_vulkan/program_factory.h"
 
 OSTRA_UNIT("drawport_vulkan");
@@ -36,17 +37,21 @@ VkClearColorValue MakeClearColor(PixelFormatRef format, const Vector4d32& color)
   return value;
 }
 
+VkImageLayout GetAttachmentLayout(const ImageResource& image) {
+  return image.IsDepth() ? VK_IMAGE_LAYOUT_DEPTH_STENCIL_ATTACHMENT_OPTIMAL : VK_IMAGE_LAYOUT_COLOR_ATTACHMENT_OPTIMAL;
+}
+
 VkRenderingAttachmentInfoKHR MakeAttachment(const RenderTarget::Attachment& attachment, Bool clears,
                                             VkResolveModeFlagBits resolveMode) {
   VkRenderingAttachmentInfoKHR info = {VK_STRUCTURE_TYPE_RENDERING_ATTACHMENT_INFO_KHR};
   info.imageView = attachment.image->GetView(false);
-  info.imageLayout = VK_IMAGE_LAYOUT_GENERAL;
+  info.imageLayout = GetAttachmentLayout(*attachment.image);
   info.loadOp = clears ? VK_ATTACHMENT_LOAD_OP_CLEAR : VK_ATTACHMENT_LOAD_OP_LOAD;
   info.storeOp = VK_ATTACHMENT_STORE_OP_STORE;
   if (attachment.resolved) {
     info.resolveMode = resolveMode;
     info.resolveImageView = attachment.resolved->GetView(false);
-    info.resolveImageLayout = VK_IMAGE_LAYOUT_GENERAL;
+    info.resolveImageLayout = info.imageLayout;
   }
   return info;
 }
@@ -83,15 +88,36 @@ Result<void> PassRecorder::End() {
 Result<void> PassRecorder::Resume() {
   if (_isRendering) return OK;
   OSTRA_RETURN_IF_ERROR(_recorder.BeginBatch());
-  const RenderTarget& target = *_target;
   const auto prepare = [this](ImageResource& image) -> Result<void> {
-    OSTRA_RETURN_IF_ERROR(_recorder.EnsureCleared(image));
+    OSTRA_RETURN_IF_ERROR(Clears(image) ? _recorder.EnsureLayout(image) : _recorder.EnsureCleared(image));
     return _recorder.Keep(image);
   };
-  OSTRA_RETURN_IF_ERROR(target.ForEachImage(prepare));
-  _recorder.RecordBarrier(_recorder.GetBarriers().BeforePass());
+  OSTRA_RETURN_IF_ERROR(_target->ForEachImage(prepare));
+  RecordLayouts(_recorder.GetBarriers().BeforePass(), true);
   BeginRendering(*_target);
   return OK;
+}
+
+Bool PassRecorder::Clears(const ImageResource& image) const {
+  return !_isCleared && (image.IsDepth() ? _clear.clearsDepth : _clear.clearsColor);
+}
+
+void PassRecorder::RecordLayouts(const Barrier& barrier, Bool isBegin) {
+  ImageBarriers layouts;
+  const UInt64 stamp = DeviceResource::MakeStamp(_recorder.GetNumber(), _recorder.GetSerial());
+  static_cast<void>(_target->ForEachImage([&](ImageResource& image) -> Result<void> {
+    const VkImageLayout home = image.GetHomeLayout();
+    const VkImageLayout drawn = GetAttachmentLayout(image);
+    if (!isBegin) {
+      layouts.Add(image.GetHandle(), image.GetAspect(), drawn, home);
+      return OK;
+    }
+    const Bool clears = Clears(image);
+    if (clears && !image.IsDefined()) image.SetAllDefined(stamp);
+    layouts.Add(image.GetHandle(), image.GetAspect(), clears ? VK_IMAGE_LAYOUT_UNDEFINED : home, drawn);
+    return OK;
+  }));
+  _recorder.RecordBarrier(barrier, layouts);
 }
 
 void PassRecorder::BeginRendering(RenderTarget& target) {
@@ -141,6 +167,7 @@ void PassRecorder::Suspend() {
   if (!_isRendering) return;
   _isRendering = false;
   _recorder.GetDevice().EndRendering(_recorder.GetCommands());
+  RecordLayouts(_recorder.GetBarriers().BehindPass(), false);
   _recorder.GetBarriers().AddPass();
 }
 

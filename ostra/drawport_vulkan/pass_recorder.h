@@ -29,6 +29,10 @@ class PassRecorder {
  private:
   Result<void> Resume();
   void BeginRendering(RenderTarget& target);
+  // Whether the rendering that begins now clears all of an attachment.
+  Bool Clears(const ImageResource& image) const;
+  // With the layouts of all attachments.
+  void RecordLayouts(const Barrier& barrier, Bool isBegin);
   Result<void> CheckDraw(const DrawportDrawCall& call, ProgramFactory& factory) const;
   Result<BufferResource*> FindVertices(const DrawportDrawCall& call, const ProgramFactory& factory) const;
   // Makes the variant of the program's pipeline that the draw needs the last one.

@@ -96,6 +96,7 @@ void Recorder::Abandon(Batch& batch) {
   _uniformRing.Rewind(batch.uniformEnd);  // where the batch began
   _current = nullptr;
   _barriers.Forget();
+  _layouts.Forget();
 }
 
 Result<UInt64> Recorder::BeginBatch() {
@@ -128,7 +129,7 @@ Result<void> Recorder::Submit() {
   if (!_current) return OK;
   _listener.SuspendPass();
   Batch& batch = *_current;
-  RecordBarrier(_barriers.BeforeHost());
+  RecordEndOfBatch();
   Result<void> ended = OSTRA_VULKAN(vkEndCommandBuffer(batch.commands));
   Result<UInt64> value = ended ? SubmitBehindSetup(batch) : Result<UInt64>(ended.TakeError());
   if (!value) {

@@ -3,7 +3,7 @@
 // recording allocates nothing.
 //
 // What records dispatches, draws, transfers and time stamps shares the recorder of its list. recorder.cpp has batches,
-// barriers.cpp the barriers between them, setup.cpp the first use of resources.
+// barriers.cpp the barriers between them, setup.cpp and image_setup.cpp the first use of resources.
 #pragma once
 
 #include <optional>
@@ -38,7 +38,8 @@ class RecorderListener {
   ~RecorderListener() = default;
 };
 
-void RecordBarrier(VkCommandBuffer commands, const Barrier& barrier);
+// With changes of layouts, if any, whose accesses are those of the barrier.
+void RecordBarrier(VkCommandBuffer commands, const Barrier& barrier, ImageBarriers* images = nullptr);
 
 class Recorder {
  public:
@@ -81,17 +82,25 @@ class Recorder {
   // Zero-fill a resource before its first use.
   Result<void> EnsureZeroed(BufferResource& buffer);
   Result<void> EnsureCleared(ImageResource& image);
+  // Before a transfer that fills `region` of an image, which counts as kept. Rows of a new image that are filled one
+  // after the other are not zero-filled before. Returns whether NoteFill has to follow behind the transfer.
+  Result<Bool> PrepareFill(ImageResource& image, const DrawportRegion& region);
+  void NoteFill(ImageResource& image, const DrawportRegion& region);
+  // Gives a new image its layout; for work that writes all of it.
+  Result<void> EnsureLayout(ImageResource& image);
   // Records a fill of the whole buffer.
   Result<void> FillWithZeros(BufferResource& buffer);
 
   // Before work that is not allowed in a pass.
   void EndRendering() { _listener.SuspendPass(); }
-  // Records the pending barrier, if any.
+  // Before work that is no transfer: records the pending barrier, if any, and brings images home. With further changes
+  // of layouts.
   void RecordBarrier(const std::optional<Barrier>& pending);
+  void RecordBarrier(const Barrier& barrier, ImageBarriers& images);
   // Before a transfer that reads or writes `region`.
   void PrepareTransfer(const DeviceResource& resource, const DrawportRegion& region, Bool isWrite);
   // Before a copy between resources that both may be used by other work of the batch.
-  void PrepareCopy(const DeviceResource& source, const DrawportRegion& sourceRegion, const DeviceResource& target,
+  void PrepareCopy(const BufferResource& source, const DrawportRegion& sourceRegion, const BufferResource& target,
                    const DrawportRegion& targetRegion);
 
   Result<void> Submit();
@@ -127,7 +136,10 @@ class Recorder {
   void Abandon(Batch& batch);
   static void ReleaseKept(Batch& batch);
 
+  void RecordEndOfBatch();
   Result<UInt64> SubmitBehindSetup(Batch& batch);
+  // Lets the batch hold what is planned.
+  Result<void> KeepPlanned(Batch& batch);
   Result<void> RecordSetup(Batch& batch, Bool isAfterOthers);
   // Whether other lists have submitted work with what the batch names, and nothing has waited for it yet.
   Bool DependsOnOthers(const Batch& batch) const;
@@ -146,6 +158,7 @@ class Recorder {
   BufferRef _uniforms;
   UniformRing _uniformRing{UInt64(4) << 20};  // for several thousand dispatches that the device has not done yet
   BarrierTracker _barriers;
+  LayoutTracker _layouts;
 };
 
 }  // namespace ostra::vulkan

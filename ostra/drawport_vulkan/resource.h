@@ -8,6 +8,9 @@
 
 namespace ostra::vulkan {
 
+class ImageResource;
+struct ImageBarriers;
+
 class DeviceResource {
  public:
   explicit DeviceResource(DeviceRef device) : _device(std::move(device)) {}
@@ -75,9 +78,17 @@ class DeviceResource {
   virtual DrawportExtent GetExtent() const { return {0, 0, 0}; }
   virtual Int GetReadSize(const DrawportRegion& region) const { return region.extent.width; }
   virtual void RecordRead(VkCommandBuffer, const DrawportRegion&, VkBuffer) const {}
+  // For images: the same object.
+  virtual const ImageResource* GetImage() const { return nullptr; }
 
-  // See Setup. RecordSetup records what makes the object ready.
+  // See Setup. RecordSetup records what makes the object ready, between changes of its layout, if it has one.
+  virtual void AddSetupLayout(Bool isBehind, ImageBarriers& barriers) const {
+    static_cast<void>(isBehind);
+    static_cast<void>(barriers);
+  }
   virtual void RecordSetup(VkCommandBuffer commands) { static_cast<void>(commands); }
+  // It was submitted; the mutex of the setup is held.
+  virtual void NoteSetup() {}
   Bool IsPlanned() const { return _isPlanned.load(std::memory_order_acquire); }
   void SetPlanned(Bool isPlanned) { _isPlanned.store(isPlanned, std::memory_order_release); }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "ostra/drawport_vulkan/image_barriers.h"
 #include "ostra/drawport_vulkan/recorder.h"
 #include "ostra/drawport_vulkan/staging.h"
 
@@ -10,23 +11,41 @@ OSTRA_UNIT("drawport_vulkan");
 namespace ostra::vulkan {
 namespace {
 
-void RecordFullBarrier(VkCommandBuffer commands, VkPipelineStageFlags from, VkAccessFlags fromAccess) {
-  VkMemoryBarrier barrier = {VK_STRUCTURE_TYPE_MEMORY_BARRIER};
-  barrier.srcAccessMask = fromAccess;
-  barrier.dstAccessMask = VK_ACCESS_MEMORY_READ_BIT | VK_ACCESS_MEMORY_WRITE_BIT;
-  vkCmdPipelineBarrier(commands, from, VK_PIPELINE_STAGE_ALL_COMMANDS_BIT, 0, 1, &barrier, 0, nullptr, 0, nullptr);
+// Changes layouts, behind `from` and before all later work.
+void RecordLayouts(VkCommandBuffer commands, VkPipelineStageFlags from, VkAccessFlags fromAccess,
+                   ImageBarriers& images) {
+  const auto hasContents = [](const VkImageMemoryBarrier& image) {
+    return image.oldLayout != VK_IMAGE_LAYOUT_UNDEFINED;
+  };
+  if (std::any_of(images.items, images.items + images.count, hasContents)) {
+    from = VK_PIPELINE_STAGE_ALL_COMMANDS_BIT;
+    fromAccess = VK_ACCESS_MEMORY_WRITE_BIT;
+  }
+  constexpr VkAccessFlags kEverything = VK_ACCESS_MEMORY_READ_BIT | VK_ACCESS_MEMORY_WRITE_BIT;
+  images.SetAccesses(fromAccess, kEverything);
+  VkMemoryBarrier memory = {VK_STRUCTURE_TYPE_MEMORY_BARRIER};
+  memory.srcAccessMask = fromAccess;
+  memory.dstAccessMask = kEverything;
+  const UInt32 memoryCount = fromAccess != 0;
+  vkCmdPipelineBarrier(commands, from, VK_PIPELINE_STAGE_ALL_COMMANDS_BIT, 0, memoryCount, &memory, 0, nullptr,
+                       images.count, images.items);
+  images.count = 0;
 }
 
 }  // namespace
 
 Result<void> Setup::Plan(DeviceResource& resource) {
+  if (resource.IsPlanned()) return OK;
   OSTRA_RETURN_IF_ERROR(_planned.Append(&resource));
   resource.SetPlanned(true);
   return OK;
 }
 
 void Setup::Clear() {
-  for (DeviceResource* resource : _planned) resource->SetPlanned(false);
+  for (DeviceResource* resource : _planned) {
+    resource->NoteSetup();
+    resource->SetPlanned(false);
+  }
   _planned.Clear();
 }
 
@@ -41,25 +60,6 @@ void BufferResource::RecordSetup(VkCommandBuffer commands) {
                   static_cast<VkDeviceSize>(_paddedSize - _fillBegin), 0);
 }
 
-// Gives an image its layout and makes it zero.
-void ImageResource::RecordSetup(VkCommandBuffer commands) {
-  VkImageMemoryBarrier barrier = {VK_STRUCTURE_TYPE_IMAGE_MEMORY_BARRIER};
-  barrier.dstAccessMask = VK_ACCESS_TRANSFER_WRITE_BIT;
-  barrier.newLayout = VK_IMAGE_LAYOUT_GENERAL;  // for good: one layout serves transfers, sampling and images
-  barrier.srcQueueFamilyIndex = VK_QUEUE_FAMILY_IGNORED;
-  barrier.dstQueueFamilyIndex = VK_QUEUE_FAMILY_IGNORED;
-  barrier.image = _image;
-  barrier.subresourceRange = {GetAspect(), 0, 1, 0, VK_REMAINING_ARRAY_LAYERS};
-  vkCmdPipelineBarrier(commands, VK_PIPELINE_STAGE_TOP_OF_PIPE_BIT, VK_PIPELINE_STAGE_TRANSFER_BIT, 0, 0, nullptr, 0,
-                       nullptr, 1, &barrier);
-  const VkClearColorValue zero = {};
-  const VkClearDepthStencilValue near = {};
-  if (IsDepth())
-    vkCmdClearDepthStencilImage(commands, _image, VK_IMAGE_LAYOUT_GENERAL, &near, 1, &barrier.subresourceRange);
-  else
-    vkCmdClearColorImage(commands, _image, VK_IMAGE_LAYOUT_GENERAL, &zero, 1, &barrier.subresourceRange);
-}
-
 Result<void> Recorder::EnsureZeroed(BufferResource& buffer) {
   const Int begin = buffer.GetZeroBegin();
   const Int end = buffer.GetPaddedSize();
@@ -68,18 +68,6 @@ Result<void> Recorder::EnsureZeroed(BufferResource& buffer) {
   if (!buffer.GetMapped() || !isQuick || !IsIdle(buffer)) return FillWithZeros(buffer);
   std::fill(buffer.GetMapped() + begin, buffer.GetMapped() + end, Byte(0));
   buffer.SetZeroBegin(end, 0);
-  return OK;
-}
-
-Result<void> Recorder::EnsureCleared(ImageResource& image) {
-  if (image.IsCleared()) return OK;
-  OSTRA_RETURN_IF_ERROR(BeginBatch());
-  OSTRA_RETURN_IF_ERROR(Keep(image));
-  Setup& setup = _device->GetSetup();
-  const std::scoped_lock lock(setup.GetMutex());
-  if (image.IsCleared()) return OK;
-  OSTRA_RETURN_IF_ERROR(setup.Plan(image));
-  image.SetCleared();
   return OK;
 }
 
@@ -99,21 +87,37 @@ Result<void> Recorder::FillWithZeros(BufferResource& buffer) {
   return OK;
 }
 
-Result<void> Recorder::RecordSetup(Batch& batch, Bool isAfterOthers) {
+Result<void> Recorder::KeepPlanned(Batch& batch) {
   const BaseArray<DeviceResource*>& planned = _device->GetSetup().GetPlanned();
   OSTRA_RETURN_IF_ERROR(batch.kept.Reserve(batch.kept.GetCount() + planned.GetCount()));
-  VkCommandBufferBeginInfo info = {VK_STRUCTURE_TYPE_COMMAND_BUFFER_BEGIN_INFO};
-  info.flags = VK_COMMAND_BUFFER_USAGE_ONE_TIME_SUBMIT_BIT;
-  OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkBeginCommandBuffer(batch.setup, &info)));
-  if (isAfterOthers) RecordFullBarrier(batch.setup, VK_PIPELINE_STAGE_ALL_COMMANDS_BIT, VK_ACCESS_MEMORY_WRITE_BIT);
   for (DeviceResource* resource : planned) {
     if (!resource->TryAddRef()) continue;                                      // goes, and waits for the mutex
     static_cast<void>(batch.kept.Append(DeviceResourceRef::Adopt(resource)));  // there is room
     resource->BeginUse(DeviceResource::MakeStamp(_number, batch.serial));
-    resource->RecordSetup(batch.setup);
   }
-  if (planned.IsPopulated())
-    RecordFullBarrier(batch.setup, VK_PIPELINE_STAGE_TRANSFER_BIT, VK_ACCESS_TRANSFER_WRITE_BIT);
+  return OK;
+}
+
+Result<void> Recorder::RecordSetup(Batch& batch, Bool isAfterOthers) {
+  const Int first = batch.kept.GetCount();
+  OSTRA_RETURN_IF_ERROR(KeepPlanned(batch));
+  VkCommandBufferBeginInfo info = {VK_STRUCTURE_TYPE_COMMAND_BUFFER_BEGIN_INFO};
+  info.flags = VK_COMMAND_BUFFER_USAGE_ONE_TIME_SUBMIT_BIT;
+  OSTRA_RETURN_IF_ERROR(OSTRA_VULKAN(vkBeginCommandBuffer(batch.setup, &info)));
+  const auto recordLayouts = [&](Bool isBehind, VkPipelineStageFlags from, VkAccessFlags fromAccess) {
+    ImageBarriers images;
+    for (Int i = first; i < batch.kept.GetCount(); ++i) {
+      batch.kept[i]->AddSetupLayout(isBehind, images);
+      if (images.IsFull()) RecordLayouts(batch.setup, from, fromAccess, images);
+    }
+    if (fromAccess != 0 || images.count > 0) RecordLayouts(batch.setup, from, fromAccess, images);
+  };
+  if (isAfterOthers)
+    recordLayouts(false, VK_PIPELINE_STAGE_ALL_COMMANDS_BIT, VK_ACCESS_MEMORY_WRITE_BIT);
+  else
+    recordLayouts(false, VK_PIPELINE_STAGE_TOP_OF_PIPE_BIT, 0);
+  for (Int i = first; i < batch.kept.GetCount(); ++i) batch.kept[i]->RecordSetup(batch.setup);
+  if (first < batch.kept.GetCount()) recordLayouts(true, VK_PIPELINE_STAGE_TRANSFER_BIT, VK_ACCESS_TRANSFER_WRITE_BIT);
   return OSTRA_VULKAN(vkEndCommandBuffer(batch.setup));
 }
 

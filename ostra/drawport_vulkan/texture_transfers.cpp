@@ -37,18 +37,24 @@ void Repack(const ImageResource& image, const DrawportExtent& extent, Byte* host
 }
 
 VkBufferImageCopy MakeCopy(const ImageResource& image, const DrawportRegion& region) {
-  const auto& [origin, extent] = image.GetRegionInLayer(region);
+  VkBufferImageCopy copy = image.MakePackedCopy(region);
+  const Int width = region.extent.width;
+  if (!NeedsRepacking(image, width))
+    copy.bufferRowLength = static_cast<UInt32>(image.GetPitch(width) / image.GetFormat().hostTexelSize);
+  return copy;
+}
+
+}  // namespace
+
+VkBufferImageCopy ImageResource::MakePackedCopy(const DrawportRegion& region) const {
+  const auto& [origin, extent] = GetRegionInLayer(region);
   VkBufferImageCopy copy = {};
-  if (!NeedsRepacking(image, extent.width))
-    copy.bufferRowLength = static_cast<UInt32>(image.GetPitch(extent.width) / image.GetFormat().hostTexelSize);
-  copy.imageSubresource = image.GetLayers(region);
+  copy.imageSubresource = GetLayers(region);
   copy.imageOffset = {static_cast<Int32>(origin.x), static_cast<Int32>(origin.y), static_cast<Int32>(origin.z)};
   copy.imageExtent = {static_cast<UInt32>(extent.width), static_cast<UInt32>(extent.height),
                       static_cast<UInt32>(extent.depth)};
   return copy;
 }
-
-}  // namespace
 
 Int ImageResource::GetReadSize(const DrawportRegion& region) const {
   if (NeedsRepacking(*this, region.extent.width)) return GetDeviceSize(*this, region.extent);
@@ -57,7 +63,7 @@ Int ImageResource::GetReadSize(const DrawportRegion& region) const {
 
 void ImageResource::RecordRead(VkCommandBuffer commands, const DrawportRegion& region, VkBuffer target) const {
   const VkBufferImageCopy copy = MakeCopy(*this, region);
-  vkCmdCopyImageToBuffer(commands, _image, VK_IMAGE_LAYOUT_GENERAL, target, 1, &copy);
+  vkCmdCopyImageToBuffer(commands, _image, LayoutTracker::GetTransferLayout(GetHomeLayout(), false), target, 1, &copy);
 }
 
 Result<Byte*> Transfers::ReadTexture(StagingBuffer& staging, ImageResource& image, const DrawportRegion& region,
@@ -105,14 +111,15 @@ Result<void> Transfers::CommitTexture(StagingBuffer& staging) {
   BufferResource& memory = *staging.memory->buffer;
   if (NeedsRepacking(image, staging.region.extent.width))
     Repack(image, staging.region.extent, staging.texels.GetFirst(), memory.GetMapped(), true);
-  OSTRA_RETURN_IF_ERROR(_recorder.EnsureCleared(image));
+  OSTRA_ASSIGN_OR_RETURN(const Bool isFill, _recorder.PrepareFill(image, staging.region));
   OSTRA_ASSIGN_OR_RETURN(const UInt64 serial, _recorder.BeginBatch());
   OSTRA_RETURN_IF_ERROR(_recorder.Keep(image));
   OSTRA_RETURN_IF_ERROR(_recorder.Keep(memory));
   _recorder.PrepareTransfer(image, staging.region, true);
   const VkBufferImageCopy copy = MakeCopy(image, staging.region);
-  vkCmdCopyBufferToImage(_recorder.GetCommands(), memory.GetHandle(), image.GetHandle(), VK_IMAGE_LAYOUT_GENERAL, 1,
-                         &copy);
+  vkCmdCopyBufferToImage(_recorder.GetCommands(), memory.GetHandle(), image.GetHandle(),
+                         LayoutTracker::GetTransferLayout(image.GetHomeLayout(), true), 1, &copy);
+  if (isFill) _recorder.NoteFill(image, staging.region);
   staging.memory->busyUntil = serial;
   return OK;
 }

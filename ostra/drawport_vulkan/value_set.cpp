@@ -301,7 +301,7 @@ void ValueSet::WriteSet(VkDescriptorSet set, const BufferResource* uniforms) {
           object.image->IsMeantToBeFiltered())
         _factory.GetDevice().TellUnfiltered(object.image->GetDescription().format);
       info = {object.sampler ? object.sampler->GetHandle(object.image->IsFilterable()) : VK_NULL_HANDLE,
-              object.image->GetView(object.isLayered), VK_IMAGE_LAYOUT_GENERAL};
+              object.image->GetView(object.isLayered), object.image->GetHomeLayout()};
       write.pImageInfo = &info;
     }
   }

@@ -25,13 +25,14 @@ struct DriverCounts {
   Int sets = 0;      // descriptor sets that were allocated
   Int pools = 0;     // of descriptor sets; not in the table
   Int allocations = 0;
-  Int bytes = 0;  // that copies on the device move
+  Int bytes = 0;   // that copies on the device move
+  Int clears = 0;  // of whole textures
   friend bool operator==(const DriverCounts&, const DriverCounts&) = default;
 };
 
 inline DriverCounts operator-(const DriverCounts& a, const DriverCounts& b) {
   return {a.submissions - b.submissions, a.stops - b.stops, a.barriers - b.barriers, a.sets - b.sets, a.pools - b.pools,
-          a.allocations - b.allocations, a.bytes - b.bytes};
+          a.allocations - b.allocations, a.bytes - b.bytes, a.clears - b.clears};
 }
 
 class CountedDriver {
@@ -49,6 +50,7 @@ class CountedDriver {
     _toBuffer.emplace(vkCmdCopyImageToBuffer, &CopyToBuffer);
     _toImage.emplace(vkCmdCopyBufferToImage, &CopyToImage);
     _update.emplace(vkCmdUpdateBuffer, &Update);
+    _clear.emplace(vkCmdClearColorImage, &Clear);
   }
   CountedDriver(const CountedDriver&) = delete;
   ~CountedDriver() { g_this = nullptr; }
@@ -133,6 +135,12 @@ class CountedDriver {
     g_this->_counts.bytes += static_cast<Int>(size);
     g_this->_update.original(commands, buffer, offset, size, data);
   }
+  static VKAPI_ATTR void VKAPI_CALL Clear(VkCommandBuffer commands, VkImage image, VkImageLayout layout,
+                                          const VkClearColorValue* color, uint32_t count,
+                                          const VkImageSubresourceRange* ranges) {
+    ++g_this->_counts.clears;
+    g_this->_clear.original(commands, image, layout, color, count, ranges);
+  }
 
   static inline CountedDriver* g_this = nullptr;
   DriverCounts _counts;
@@ -148,6 +156,7 @@ class CountedDriver {
   Place<PFN_vkCmdCopyImageToBuffer> _toBuffer;
   Place<PFN_vkCmdCopyBufferToImage> _toImage;
   Place<PFN_vkCmdUpdateBuffer> _update;
+  Place<PFN_vkCmdClearColorImage> _clear;
 };
 
 }  // namespace ostra::test

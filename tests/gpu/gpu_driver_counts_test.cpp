@@ -31,8 +31,8 @@ constexpr Int kLarge = Int{64} << 20;  // bytes
 std::string GetRow(const std::string& workload, const DriverCounts& counts) {
   std::ostringstream row;
   row << workload;
-  for (const Int count :
-       {counts.submissions, counts.stops, counts.barriers, counts.sets, counts.allocations, counts.bytes})
+  for (const Int count : {counts.submissions, counts.stops, counts.barriers, counts.sets, counts.allocations,
+                          counts.bytes, counts.clears})
     row << " " << count;
   return row.str();
 }
@@ -62,7 +62,7 @@ class GpuDriverCountsTest : public CountedProgramsTest {
   template <class Work>
   void ExpectCounts(const std::string& workload, Work&& work) {
     EXPECT_EQ(GetRow(workload, Count(std::forward<Work>(work))), FindRow(workload))
-        << "columns: submissions, stops, barriers, sets, allocations, bytes";
+        << "columns: submissions, stops, barriers, sets, allocations, bytes, clears";
   }
 };
 
@@ -248,6 +248,17 @@ TextureBindData DescribeTexture(UInt32 size) {
   data._filter = TextureFilter::POINT;
   data._dataSize = Int64{4} * size * size;
   return data;
+}
+
+TEST_F(GpuDriverCountsTest, ANewTextureIsFilledWithoutBeingCleared) {
+  const ParallelProgramRef program = MakeProgram();
+  std::vector<Float32> texels(kLarge / 4, 3.0f);
+  TextureBindData bindData = DescribeTexture(4096);
+  bindData._data = reinterpret_cast<const Byte*>(texels.data());
+  ExpectCounts("texture_write_64_mib", [&] {
+    Take(program->StoreTextureBindData("image"_iid, bindData, false));
+    Take(program->Execute(true));
+  });
 }
 
 TEST_F(GpuDriverCountsTest, ReadingATextureBackStopsOnce) {
