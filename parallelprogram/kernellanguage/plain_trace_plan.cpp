@@ -27,7 +27,7 @@ void TracePlan::FindChanged(NodeIndex node, std::vector<NodeIndex>& places) cons
   if (_kernel.GetKind(node) == NodeKind::kAssign || (isStep && !children.empty())) places.push_back(children[0]);
   if (_kernel.GetKind(node) != NodeKind::kCall) return;
   const Meaning& meaning = _kernel.resolved.meaning[node];
-  const Bool isAtomic = meaning.kind == MeaningKind::kWord && GetWord(meaning.word).kind == WordKind::kAtomic;
+  const Bool isAtomic = IsAtomicCall(node);
   for (std::size_t i = 0; i < children.size(); ++i) {
     Bool isChanged = isAtomic && (i == 0 || i + 1 == children.size());
     if (meaning.kind == MeaningKind::kFunction) {
@@ -38,6 +38,27 @@ void TracePlan::FindChanged(NodeIndex node, std::vector<NodeIndex>& places) cons
     }
     if (isChanged) places.push_back(children[i]);
   }
+}
+
+Bool TracePlan::IsAtomicCall(NodeIndex node) const {
+  const Meaning& meaning = _kernel.resolved.meaning[node];
+  return _kernel.GetKind(node) == NodeKind::kCall && meaning.kind == MeaningKind::kWord &&
+         GetWord(meaning.word).kind == WordKind::kAtomic;
+}
+
+void TracePlan::FindCounted(NodeIndex node, std::vector<NodeIndex>& calls) const {
+  if (node == kNoNode) return;
+  for (const NodeIndex child : _kernel.tree.GetChildren(node)) FindCounted(child, calls);
+  if (!IsAtomicCall(node)) return;
+  const Meaning& place = _kernel.resolved.meaning[_kernel.GetChild(node, 0)];
+  if (place.kind == MeaningKind::kWord && place.word == WordId::kAtomicCounter) calls.push_back(node);
+}
+
+Bool TracePlan::IsValueFixed(NodeIndex atomic, const std::vector<NodeIndex>& changed) const {
+  const ChangedNames names = ListNames(changed);
+  const auto children = _kernel.tree.GetChildren(atomic);
+  return std::all_of(children.begin() + 1, children.end() - 1,
+                     [&](NodeIndex value) { return IsRepeatable(value) && !Mentions(value, names); });
 }
 
 std::vector<NodeIndex> TracePlan::ListLoopVariables(NodeIndex loop) const {
@@ -87,22 +108,25 @@ NodeIndex TracePlan::WidenPlace(NodeIndex place) const {
   return place;
 }
 
-Bool TracePlan::AreIndicesFixed(NodeIndex place, const std::vector<NodeIndex>& changed) const {
-  std::set<NodeIndex> variables;
-  std::string_view buffer;
-  for (const NodeIndex other : changed) {
-    const NodeIndex root = FindTracedRoot(other);
+TracePlan::ChangedNames TracePlan::ListNames(const std::vector<NodeIndex>& changed) const {
+  ChangedNames names;
+  for (const NodeIndex place : changed) {
+    const NodeIndex root = FindTracedRoot(place);
     if (root == kNoNode) continue;
     if (_kernel.GetKind(root) == NodeKind::kBuffer)
-      buffer = _kernel.tree.GetName(root);
+      names.buffer = _kernel.tree.GetName(root);
     else
-      variables.insert(_kernel.resolved.meaning[root].target);
+      names.variables.insert(_kernel.resolved.meaning[root].target);
   }
+  return names;
+}
+
+Bool TracePlan::AreIndicesFixed(NodeIndex place, const std::vector<NodeIndex>& changed) const {
+  const ChangedNames names = ListNames(changed);
   for (; _kernel.GetKind(place) == NodeKind::kMemberOf || _kernel.GetKind(place) == NodeKind::kIndex;
        place = _kernel.GetChild(place, 0)) {
     if (_kernel.GetKind(place) != NodeKind::kIndex) continue;
-    if (!IsRepeatable(_kernel.GetChild(place, 1)) || Mentions(_kernel.GetChild(place, 1), variables, buffer))
-      return false;
+    if (!IsRepeatable(_kernel.GetChild(place, 1)) || Mentions(_kernel.GetChild(place, 1), names)) return false;
   }
   return true;
 }
@@ -130,13 +154,13 @@ Bool TracePlan::IsRepeatable(NodeIndex node) const {
 }
 
 // Whether the expression reads one of the variables, or the buffer.
-Bool TracePlan::Mentions(NodeIndex node, const std::set<NodeIndex>& variables, std::string_view buffer) const {
+Bool TracePlan::Mentions(NodeIndex node, const ChangedNames& names) const {
   if (node == kNoNode) return false;
-  if (_kernel.GetKind(node) == NodeKind::kName && variables.contains(_kernel.resolved.meaning[node].target))
+  if (_kernel.GetKind(node) == NodeKind::kName && names.variables.contains(_kernel.resolved.meaning[node].target))
     return true;
-  if (_kernel.GetKind(node) == NodeKind::kBuffer && _kernel.tree.GetName(node) == buffer) return true;
+  if (_kernel.GetKind(node) == NodeKind::kBuffer && _kernel.tree.GetName(node) == names.buffer) return true;
   for (const NodeIndex child : _kernel.tree.GetChildren(node))
-    if (Mentions(child, variables, buffer)) return true;
+    if (Mentions(child, names)) return true;
   return false;
 }
 

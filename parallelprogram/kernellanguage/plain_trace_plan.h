@@ -21,6 +21,10 @@ class TracePlan {
   std::string MakeTraceNames() const;
   // Places that the expression changes, in the order in which they stand.
   void FindChanged(NodeIndex node, std::vector<NodeIndex>& places) const;
+  // Atomic operations of counters within the expression.
+  void FindCounted(NodeIndex node, std::vector<NodeIndex>& calls) const;
+  // Whether the operation's value can be computed again behind its statement, which changes `changed`.
+  Bool IsValueFixed(NodeIndex atomic, const std::vector<NodeIndex>& changed) const;
   // What changes from round to round: recorded where the body begins.
   std::vector<NodeIndex> ListLoopVariables(NodeIndex loop) const;
   // The variable or buffer that the place is a part of; kNoNode for another place.
@@ -37,8 +41,14 @@ class TracePlan {
   Bool IsUnorderedCall(NodeIndex call) const { return _unorderedCalls.contains(call); }
 
  private:
+  struct ChangedNames {
+    std::set<NodeIndex> variables;
+    std::string_view buffer;
+  };
+  ChangedNames ListNames(const std::vector<NodeIndex>& changed) const;
+  Bool IsAtomicCall(NodeIndex node) const;
   Bool IsRepeatable(NodeIndex node) const;
-  Bool Mentions(NodeIndex node, const std::set<NodeIndex>& variables, std::string_view buffer) const;
+  Bool Mentions(NodeIndex node, const ChangedNames& names) const;
   void FindUnorderedCalls();
   void AddCalls(NodeIndex node);
 

@@ -28,6 +28,9 @@ void PlainTraces::TraceChanged(NodeIndex expression) {
   // What functions have recorded comes first.
   if (_out.IsInKernel() && _tracePlan.CountTracedCalls(expression) > 0) _reports.PrintRecords();
   for (const NodeIndex place : changed) TracePlace(place, changed);
+  std::vector<NodeIndex> counted;
+  _tracePlan.FindCounted(expression, counted);
+  for (const NodeIndex atomic : counted) TraceCounted(atomic, changed);
 }
 
 void PlainTraces::TraceParameters(NodeIndex function) {
@@ -109,10 +112,15 @@ std::string PlainTraces::MakeWatchCondition(NodeIndex place) {
   const NodeIndex root = _tracePlan.FindTracedRoot(place);
   if (root == kNoNode || KindOf(root) != NodeKind::kBuffer || !_out.IsInKernel()) return "";
   while (Child(place, 0) != root) place = Child(place, 0);
+  const std::string index = _expressions.Expression(Child(place, 1), Binding::kAssignment);
+  return MakeWatchTest(_tree.GetName(root), Join({"uint(", index, ")"}));
+}
+
+// Whether this element of the parameter is the watched one.
+std::string PlainTraces::MakeWatchTest(std::string_view parameter, const std::string& element) const {
   for (std::size_t i = 0; i < _resolved.parameters.size(); ++i)
-    if (_tree.GetName(_resolved.parameters[i]) == _tree.GetName(root))
-      return Join({"uint(", _expressions.Expression(Child(place, 1), Binding::kAssignment), ") == ", kReportBuffer, "[",
-                   std::to_string(kTracedInvocation + 1 + i), "]"});
+    if (_tree.GetName(_resolved.parameters[i]) == parameter)
+      return Join({element, " == ", kReportBuffer, "[", std::to_string(kTracedInvocation + 1 + i), "]"});
   return "";
 }
 
@@ -120,15 +128,23 @@ std::string PlainTraces::PrefixOfTrace() const {
   return _out.GetFunction() == kNoNode ? "" : Join({_tree.GetName(_out.GetFunction()), ": "});
 }
 
-// `watched`: another condition under which it is recorded.
 void PlainTraces::TraceValue(NodeIndex node, const std::string& name, TracedValue indices, const std::string& value,
                              TypeIndex type, const std::string& watched) {
   TracedValue traced = std::move(indices);
   traced.format = Join({PrefixOfTrace(), name, " = "});
+  OpenRecord(node, watched);
+  AddTraced(value, type, traced);
+  CloseRecord(node, traced);
+}
+
+// `watched`: another condition under which it is recorded.
+void PlainTraces::OpenRecord(NodeIndex node, const std::string& watched) {
   const std::string other = watched.empty() ? "" : Join({" || ", watched});
   Line({MarkOf(node), "if (ostraState.traced != 0u", other, ")"});
   _out.Open();
-  AddTraced(value, type, traced);
+}
+
+void PlainTraces::CloseRecord(NodeIndex node, const TracedValue& traced) {
   const std::size_t site = _sites.AddSite(node, "print", traced.types, traced.format);
   if (_out.IsInKernel())
     _reports.PrintRecord(site, traced.words);
@@ -151,6 +167,26 @@ void PlainTraces::TracePlace(NodeIndex place, const std::vector<NodeIndex>& chan
   // An element of a buffer that is changed as a whole is one of several words.
   TraceValue(place, name, std::move(indices), _expressions.Value(place, Binding::kPostfix), _resolved.type[place],
              MakeWatchCondition(place));
+}
+
+// What an invocation does to a counter: the value that it gives, because the one that it finds there depends on which
+// invocation comes first.
+void PlainTraces::TraceCounted(NodeIndex atomic, const std::vector<NodeIndex>& changed) {
+  const std::string_view counter = _tree.GetName(Child(Child(atomic, 0), 0));
+  TracedValue traced;
+  traced.format = Join({PrefixOfTrace(), _tree.GetName(atomic), "(", counter, ") = "});
+  const auto children = _tree.GetChildren(atomic);
+  const Bool isKnown = _tracePlan.IsValueFixed(atomic, changed);
+  OpenRecord(atomic, MakeWatchTest(counter, "0u"));
+  for (std::size_t i = 1; i + 1 < children.size(); ++i) {
+    if (i > 1) traced.format += ", ";
+    if (!isKnown)
+      traced.format += "...";
+    else
+      AddTraced(Join({"(", _expressions.Expression(children[i], Binding::kAssignment), ")"}),
+                _resolved.converted[children[i]], traced);
+  }
+  CloseRecord(atomic, traced);
 }
 
 }  // namespace ostra::kernellanguage

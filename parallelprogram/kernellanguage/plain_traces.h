@@ -1,6 +1,7 @@
 // Traced kernels: one invocation records the values that it writes, line by line, and every invocation that stores into
-// one watched element of a buffer records that. The records are those of PRINT (plain_reports.h), with the text
-// "name = %v"; in functions "Function: name = %v". Nothing in kernels that are not traced.
+// one watched element of a buffer, or changes a watched counter, records that. The records are those of PRINT
+// (plain_reports.h), with the text "name = %v"; in functions "Function: name = %v". Nothing in kernels that are not
+// traced.
 #pragma once
 
 #include "parallelprogram/kernellanguage/plain_report_words.h"
@@ -37,10 +38,14 @@ class PlainTraces : PlainPart {
   void AddTraced(const std::string& value, TypeIndex type, TracedValue& traced);
   std::string NamePlace(NodeIndex place, TracedValue& indices);
   std::string MakeWatchCondition(NodeIndex place);
+  std::string MakeWatchTest(std::string_view parameter, const std::string& element) const;
   std::string PrefixOfTrace() const;
   void TraceValue(NodeIndex node, const std::string& name, TracedValue indices, const std::string& value,
                   TypeIndex type, const std::string& watched = {});
+  void OpenRecord(NodeIndex node, const std::string& watched);
+  void CloseRecord(NodeIndex node, const TracedValue& traced);
   void TracePlace(NodeIndex place, const std::vector<NodeIndex>& changed);
+  void TraceCounted(NodeIndex atomic, const std::vector<NodeIndex>& changed);
 
   const TracePlan& _tracePlan;
   ReportSites& _sites;

@@ -51,7 +51,8 @@ struct KernelReportOptions {
 // What traced kernels record. Nothing of it is set: they record nothing.
 struct KernelTrace {
   std::optional<Vec3<UInt32>> invocation;  // whose values are recorded
-  // All invocations record what they store into this element of a buffer.
+  // All invocations record what they store into this element of a buffer, or, with the name of a counter and element 0,
+  // what they do to the counter: "AtomicAdd(hits) = 1".
   InternedId watchedBuffer;
   std::optional<UInt32> watchedElement;
 };

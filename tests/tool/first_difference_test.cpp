@@ -262,6 +262,74 @@ TEST_F(FirstDifferenceTest, GroupsAndAtomicOperationsAreFollowed) {
   EXPECT_THAT(counted["notes"][0].get<std::string>(), HasSubstr("this invocation stores into the element on the "));
 }
 
+constexpr const char* kCountedHead = "#define KERNELINPUTS \\\n(AtomicUInt32*) hits, \\\n(Block<Float32>) target\n\n";
+
+// Counts the invocations whose tangent has a last bit of 1.
+std::string MakeCounting(const std::string& operation) {
+  return std::string(kCountedHead) + kBegin +
+         "\tuint i = LinearInvocation();\n"
+         "\tif (i >= 200u)\n"
+         "\t\treturn;\n"
+         "\tUNIFORM_BUFFER(target)[i] = 1.0;\n"
+         "\tuint bit = uint(floatBitsToInt(tan(float(i) * 7.0))) & 1u;\n"
+         "\tuint old = 0u;\n" +
+         operation + kEnd;
+}
+
+TEST_F(FirstDifferenceTest, ACounterShowsTheFirstInvocationThatCountsOnOneSideOnly) {
+  const std::string kernel = MakeCounting("\tif (bit == 1u)\n\t\tAtomicAdd(GetAtomicCounter(hits), 1u, old);\n");
+  const json difference = Find(kernel, "200");
+  ASSERT_FALSE(difference.is_null());
+  EXPECT_EQ(difference["place"], "hits");
+  EXPECT_NE(difference["cpu"], difference["gpu"]);
+  EXPECT_EQ(NameValue(TakeFirst(difference)), "11 bit");
+  ASSERT_EQ(difference["notes"].size(), 2u) << difference["notes"];
+  EXPECT_THAT(difference["notes"][0].get<std::string>(), HasSubstr("this invocation changes the counter on the "));
+  EXPECT_THAT(NameValues(difference), HasSubstr("\n14 AtomicAdd(hits)\n"));
+  // No invocation before it counts on one side only.
+  const int first = difference["invocation"][0].get<int>();
+  for (const char* side : {"cpu", "gpu"})
+    EXPECT_EQ(difference["values"][0][side], std::to_string(first)) << difference["values"][0];
+  EXPECT_THAT(Run(kernel, "200", {"--first-difference"}).output,
+              HasSubstr("\nchanged by invocation " + std::to_string(first) + "\n"));
+}
+
+TEST_F(FirstDifferenceTest, ACounterShowsWhatIsAddedToIt) {
+  const json difference = Find(MakeCounting("\tAtomicAdd(GetAtomicCounter(hits), bit + i, old);\n"), "200");
+  ASSERT_FALSE(difference.is_null());
+  EXPECT_EQ(NameValue(TakeFirst(difference)), "11 bit");
+  const json last = difference["values"].back();
+  EXPECT_EQ(last["name"], "AtomicAdd(hits)");
+  EXPECT_NE(last["cpu"], last["gpu"]);
+  const json bit = difference["values"][difference["firstValue"].get<std::size_t>()];
+  const int invocation = difference["invocation"][0].get<int>();
+  EXPECT_EQ(last["cpu"], std::to_string(std::stoi(bit["cpu"].get<std::string>()) + invocation));
+  ASSERT_EQ(difference["notes"].size(), 1u) << difference["notes"];
+  EXPECT_EQ(difference["notes"][0],
+            "200 invocations change the counter; the first one that does so in another way on the GPU is shown");
+}
+
+// The last one to come decides: on the CPU the first one, which takes longer and has another thread; in order on
+// llvmpipe.
+TEST_F(FirstDifferenceTest, ACounterThatDependsOnTheOrderIsToldSo) {
+  const std::string kernel = std::string(kCountedHead) + kBegin +
+                             "\tuint i = LinearInvocation();\n"
+                             "\tUNIFORM_BUFFER(target)[i] = 1.0;\n"
+                             "\tuint old = 0u;\n"
+                             "\tfloat x = float(i);\n"
+                             "\tint steps = i == 0u ? 50000 : 0;\n"
+                             "\tfor (int k = 0; k < steps; ++k)\n"
+                             "\t\tx = tan(x) + pow(abs(x), 0.5);\n"
+                             "\tif (i == 0u || i == 102399u)\n"
+                             "\t\tAtomicExchange(GetAtomicCounter(hits), i + (x > 1e9 ? 1u : 2u), old);\n" +
+                             kEnd;
+  const json difference = Find(kernel, "102400");
+  if (difference.is_null()) GTEST_SKIP() << "CPU and GPU took the invocations in one order.";
+  ASSERT_FALSE(difference["notes"].empty());
+  EXPECT_TRUE(difference["invocation"].is_null());
+  EXPECT_THAT(difference["notes"][0].get<std::string>(), HasSubstr("its value depends on their order"));
+}
+
 TEST_F(FirstDifferenceTest, TheDispatchIsTheFirstThatDiffers) {
   const std::string kernel = "#define KERNELINPUTS \\\n(const Block<Float32>) now, \\\n(Block<Float32>) target\n\n" +
                              std::string(kBegin) +

@@ -125,8 +125,8 @@ Result<std::optional<ElementDifference>> FindDifference(const RunPlan& plan, con
     OSTRA_ASSIGN_OR_RETURN(const UInt32 first, one.GetCounter(counter.name));
     OSTRA_ASSIGN_OR_RETURN(const UInt32 second, other.GetCounter(counter.name));
     if (std::abs(static_cast<Float64>(first) - static_cast<Float64>(second)) > bound)
-      return std::optional(ElementDifference{
-          std::string(counter.name.GetView()), {}, -1, std::to_string(first), std::to_string(second)});
+      return std::optional(ElementDifference{std::string(counter.name.GetView()), counter.name, -1,
+                                             std::to_string(first), std::to_string(second)});
   }
   return found;
 }

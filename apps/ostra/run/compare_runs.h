@@ -16,8 +16,8 @@ Result<RunDifference> CompareRuns(const plans::RunPlan& plan, const plans::Progr
 // A number of an element, or a counter, that differs.
 struct ElementDifference {
   std::string place;  // "result[12]", in a struct "result[12].mass"; the name of a counter
-  InternedId buffer;
-  Int element = -1;  // of the buffer; -1 for a counter
+  InternedId name;    // of the buffer or counter
+  Int element = -1;   // of the buffer; -1 for a counter
   std::string cpu, gpu;
 };
 

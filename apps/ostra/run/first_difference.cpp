@@ -85,14 +85,27 @@ std::vector<Int> ListInvocation(const Place& place, Int32 dimensions) {
   return numbers;
 }
 
-// What the invocations stored into one element, on both sides.
+// What an invocation stored into one element, or did to one counter, on both sides.
 struct Stores {
   std::vector<std::string> cpu, gpu;
   Int32 dimensions = 1;
 };
 
+using Writers = std::map<Place, Stores>;
+
+Writers ListWriters(const Side& cpu, const Side& gpu) {
+  Writers writers;
+  for (const auto& [side, list] : {std::pair(&cpu, &Stores::cpu), std::pair(&gpu, &Stores::gpu)})
+    for (const SideRecord& record : side->records) {
+      Stores& stores = writers[record.invocation];
+      (stores.*list).push_back(record.name + " = " + record.value);
+      stores.dimensions = record.dimensions;
+    }
+  return writers;
+}
+
 // The invocation to look at: one that stores on one side only, else the last one whose values differ, else the last.
-std::optional<Place> ChooseWriter(const std::map<Place, Stores>& writers) {
+std::optional<Place> ChooseWriter(const Writers& writers) {
   std::optional<Place> different;
   for (const auto& [place, stores] : writers) {
     if (stores.cpu.empty() != stores.gpu.empty()) return place;
@@ -100,6 +113,13 @@ std::optional<Place> ChooseWriter(const std::map<Place, Stores>& writers) {
   }
   if (different || writers.empty()) return different;
   return writers.rbegin()->first;
+}
+
+// The first invocation that does something else to the counter on the other side: all of them count.
+std::optional<Place> ChooseCounting(const Writers& writers) {
+  for (const auto& [place, stores] : writers)
+    if (stores.cpu != stores.gpu) return place;
+  return std::nullopt;
 }
 
 void AddLines(const Side& cpu, const Side& gpu, FirstDifference& difference) {
@@ -136,14 +156,16 @@ void AddLines(const Side& cpu, const Side& gpu, FirstDifference& difference) {
   difference.lostCount = std::max(cpu.lostCount, gpu.lostCount);
 }
 
-std::string DescribeWriters(const std::map<Place, Stores>& writers, const Place& chosen) {
+std::string DescribeWriters(const Writers& writers, const Place& chosen, Bool isCounter) {
   const Stores& stores = writers.at(chosen);
   if (stores.cpu.empty() || stores.gpu.empty())
-    return std::string("this invocation stores into the element on the ") + (stores.gpu.empty() ? "CPU" : "GPU") +
-           " only";
+    return std::string("this invocation ") + (isCounter ? "changes the counter" : "stores into the element") +
+           " on the " + (stores.gpu.empty() ? "CPU" : "GPU") + " only";
   if (writers.size() == 1) return "";
-  return std::to_string(writers.size()) +
-         " invocations store into the element; the last one whose values differ is shown";
+  const std::string count = std::to_string(writers.size());
+  if (isCounter)
+    return count + " invocations change the counter; the first one that does so in another way on the GPU is shown";
+  return count + " invocations store into the element; the last one whose values differ is shown";
 }
 
 // Whether a traced run has ended as the run without traces did.
@@ -158,32 +180,33 @@ Result<void> CheckTraced(const RunPlan& plan, Pair& traced, Float64 bound, First
   return OK;
 }
 
+std::string ExplainNoWriter(const Writers& writers, Bool isCounter) {
+  if (!isCounter) return "no invocation stores into this element in a dispatch that records it";
+  if (writers.empty()) return "no invocation changes this counter in a dispatch that records it";
+  return "every invocation does the same to this counter on both sides: its value depends on their order, or was "
+         "another one before";
+}
+
 Result<void> Explain(RunPlan& plan, const ProgramFile& file, const ElementDifference& found, Float64 bound,
                      FirstDifference& difference) {
-  if (found.element < 0) {
-    difference.notes.push_back("a counter belongs to all invocations: none can be shown for it");
-    return OK;
-  }
+  const Bool isCounter = difference.isCounter = found.element < 0;
   OSTRA_ASSIGN_OR_RETURN(Pair traced, Pair::Create(plan, file));
   KernelTrace watch;
-  watch.watchedBuffer = found.buffer;
-  watch.watchedElement = static_cast<UInt32>(found.element);
+  watch.watchedBuffer = found.name;
+  watch.watchedElement = static_cast<UInt32>(std::max<Int>(found.element, 0));
   OSTRA_ASSIGN_OR_RETURN(const auto stored, traced.Trace(watch, difference.dispatch));
-  std::map<Place, Stores> writers;
-  for (const SideRecord& record : stored.first.records) {
-    writers[record.invocation].cpu.push_back(record.value);
-    writers[record.invocation].dimensions = record.dimensions;
-  }
-  for (const SideRecord& record : stored.second.records) {
-    writers[record.invocation].gpu.push_back(record.value);
-    writers[record.invocation].dimensions = record.dimensions;
-  }
-  const auto writer = ChooseWriter(writers);
+  if (const Int lost = std::max(stored.first.lostCount, stored.second.lostCount); lost > 0)
+    difference.notes.push_back(std::to_string(lost) +
+                               (isCounter ? " changes of the counter" : " stores into the element") +
+                               " found no room in the record: another invocation may differ before this one");
+  const Writers writers = ListWriters(stored.first, stored.second);
+  const auto writer = isCounter ? ChooseCounting(writers) : ChooseWriter(writers);
   if (!writer) {
-    difference.notes.push_back("no invocation stores into this element in a dispatch that records it");
+    difference.notes.push_back(ExplainNoWriter(writers, isCounter));
     return CheckTraced(plan, traced, bound, difference);
   }
-  if (std::string note = DescribeWriters(writers, *writer); !note.empty()) difference.notes.push_back(std::move(note));
+  if (std::string note = DescribeWriters(writers, *writer, isCounter); !note.empty())
+    difference.notes.push_back(std::move(note));
   difference.invocation = ListInvocation(*writer, writers.at(*writer).dimensions);
   KernelTrace trace;
   trace.invocation = Vec3<UInt32>{(*writer)[2], (*writer)[1], (*writer)[0]};
@@ -245,7 +268,9 @@ std::string FormatFirstDifference(const std::optional<FirstDifference>& differen
           " on the GPU";
   if (difference->dispatch > 1) text += ", after dispatch " + std::to_string(difference->dispatch);
   text += "\n";
-  if (difference->invocation) text += "stored by invocation " + FormatInvocation(*difference->invocation) + "\n";
+  if (difference->invocation)
+    text += (difference->isCounter ? "changed by invocation " : "stored by invocation ") +
+            FormatInvocation(*difference->invocation) + "\n";
   std::vector<std::vector<std::string>> rows = {{"line", "value", "CPU", "GPU", ""}};
   const Int count = static_cast<Int>(difference->lines.size());
   const std::vector<ShownLines> parts = ChooseLines(count, difference->first, kMaxLines);

@@ -23,6 +23,7 @@ struct TracedLine {
 struct FirstDifference {
   std::string place, cpu, gpu;  // as in ElementDifference
   Int dispatch = 1;
+  Bool isCounter = false;
   std::optional<std::vector<Int>> invocation;  // that stored the element; nothing when none is known
   std::vector<TracedLine> lines;               // in the order in which they were computed
   Int first = -1;                              // that differs; -1: none does
