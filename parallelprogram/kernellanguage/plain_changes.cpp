@@ -242,20 +242,22 @@ void PlainChanges::KeepStruct(NodeIndex node) {
     TypeIndex type = _resolved.type[members[i]];
     const Bool isArray = _types[type].kind == TypeKind::kArray;
     std::string target = Join({name, ".", NameOf(members[i])});
-    std::string given = isArray ? Place(value) : _uses.expressions.Expression(value);
-    std::size_t depth = 0;
-    for (; _types[type].kind == TypeKind::kArray; type = _types[type].element, ++depth) {
-      const std::string index = NewName("Index");
+    const Bool isTable = isArray && _uses.expressions.IsTable(value);
+    std::string given = isTable ? "" : isArray ? Place(value) : _uses.expressions.Expression(value);
+    std::vector<std::string> indices;
+    for (; _types[type].kind == TypeKind::kArray; type = _types[type].element) {
+      const std::string& index = indices.emplace_back(NewName("Index"));
       Line({"for (int ", index, " = 0; ", index, " < ", std::to_string(_types[type].count), "; ++", index, ")"});
       _out.Open();
       for (std::string* text : {&target, &given}) *text += Join({"[", index, "]"});
     }
+    if (isTable) given = _uses.expressions.CallTable(value, indices);
     const Bool isFromStored = isArray && KindOf(value) == NodeKind::kMemberOf &&
                               _kernel.storedStructs.contains(_types[_resolved.type[Child(value, 0)]].declaration);
     if (_kernel.IsSmall(type) && isFromStored) given = Join({"int(", given, ")"});
     if (_kernel.IsSmall(type) && isStored) given = Join({_types.GetName(type), "(", given, ")"});
     Line({target, " = ", given, ";"});
-    for (; depth > 0; --depth) _out.Close();
+    for (std::size_t depth = indices.size(); depth > 0; --depth) _out.Close();
   }
   _uses.kept.Keep(node, name);
 }

@@ -281,7 +281,17 @@ std::string PlainExpressions::Name(NodeIndex node, Binding& binding) {
     return "";
   }
   binding = Binding::kPostfix;
-  return Expression(value, Binding::kPostfix);
+  return KindOf(value) == NodeKind::kInitializerList ? CallConstant(meaning.target) : Expression(value, binding);
+}
+
+// A struct that is written in braces is the result of a function: only declarations have braces.
+std::string PlainExpressions::CallConstant(NodeIndex variable) {
+  const std::string name = Join({"ostra_constant_", NameOf(variable)});
+  const TypeIndex type = _resolved.type[variable];
+  std::string body;
+  if (!_helpers.IsDefined(name))
+    body = Join({"\tconst ", TypeName(type), " value = ", Expression(Child(variable, 2)), ";\n\treturn value;\n"});
+  return _helpers.Call(name, type, {}, body, {});
 }
 
 // Numbers of 64 bits are put together, because languages have different letters behind them, or none.
@@ -292,19 +302,24 @@ std::string PlainExpressions::WideLiteral(const LiteralValue& value) {
   return Join({"(", name, "(", std::to_string(high), "u) << 32) | ", name, "(", std::to_string(low), "u)"});
 }
 
-// Whether the indices lead from a table outside of functions to one of its numbers.
-Bool PlainExpressions::IsElementOfTable(NodeIndex node) const {
-  if (!_options.isForGpu || _types[_resolved.type[node]].kind == TypeKind::kArray) return false;
+Bool PlainExpressions::IsTable(NodeIndex node) const {
   while (KindOf(node) == NodeKind::kIndex && _types[_resolved.type[Child(node, 0)]].kind == TypeKind::kArray)
     node = Child(node, 0);
-  return KindOf(node) == NodeKind::kName && _types[_resolved.type[node]].kind == TypeKind::kArray &&
+  return _options.isForGpu && KindOf(node) == NodeKind::kName &&
+         _types[_resolved.type[node]].kind == TypeKind::kArray &&
          _kernel.fileConstants.contains(_resolved.meaning[node].target);
 }
 
+// Whether the indices lead from a table outside of functions to one of its numbers.
+Bool PlainExpressions::IsElementOfTable(NodeIndex node) const {
+  return _types[_resolved.type[node]].kind != TypeKind::kArray && IsTable(node);
+}
+
 // A table of numbers is a function of their indices.
-std::string PlainExpressions::CallTable(NodeIndex node) {
-  std::vector<std::string> indices;
-  const TypeIndex element = _resolved.type[node];
+std::string PlainExpressions::CallTable(NodeIndex node, const std::vector<std::string>& more) {
+  std::vector<std::string> indices = more;
+  TypeIndex element = _resolved.type[node];
+  while (_types[element].kind == TypeKind::kArray) element = _types[element].element;
   for (; KindOf(node) == NodeKind::kIndex; node = Child(node, 0)) {
     const NodeIndex index = Child(node, 1);
     const std::string number = Expression(index, Binding::kAssignment);

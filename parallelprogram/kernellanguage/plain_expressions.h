@@ -37,6 +37,10 @@ class PlainExpressions : PlainPart {
   // An integer is written as the number that it is wanted as; 1 becomes 1.0 or 1u.
   std::string Literal(NodeIndex node, TypeIndex wanted) const;
   std::string MemberText(NodeIndex node) const;  // ".x"
+  // Whether it is a table outside of functions, or a row of one, which GPUs have as a function.
+  Bool IsTable(NodeIndex node) const;
+  // The number behind the indices of `node` and these more, which have the type int.
+  std::string CallTable(NodeIndex node, const std::vector<std::string>& more = {});
   // Refuses a place that is computed before the statement: it is a value there.
   void CheckPlainPlace(NodeIndex place);
 
@@ -53,7 +57,7 @@ class PlainExpressions : PlainPart {
   std::string Name(NodeIndex node, Binding& binding);
   static std::string WideLiteral(const LiteralValue& value);
   Bool IsElementOfTable(NodeIndex node) const;
-  std::string CallTable(NodeIndex node);
+  std::string CallConstant(NodeIndex variable);
 
   const Uses _uses;
 };

@@ -145,7 +145,7 @@ PlainForm PlainPrinter::Print() {
   _reports.PrintReportStruct();
   const std::string structs = _out.TakeText();
   printAll({NodeKind::kDeclaration}, [&](NodeIndex item) { PrintConstant(item); });
-  const std::string constants = _out.TakeText();
+  const std::string constants = _out.TakeText(), helpersOfConstants = _helpers.GetText();
   for (const NodeIndex function : _resolved.functions) {
     if (_kernel.isUsed[function]) PrintFunction(function);
   }
@@ -161,7 +161,8 @@ PlainForm PlainPrinter::Print() {
   form.reportTable = sites.MakeReportTable();
   TakeMarks(structs, form);
   form.headerSize = form.text.size();
-  TakeMarks(Join({_out.TakeText(), constants, _helpers.GetText(), body}), form);
+  const std::string_view helpers = std::string_view(_helpers.GetText()).substr(helpersOfConstants.size());
+  TakeMarks(Join({_out.TakeText(), helpersOfConstants, constants, helpers, body}), form);
   return form;
 }
 

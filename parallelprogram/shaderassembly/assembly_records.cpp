@@ -48,7 +48,6 @@ class RecordMaker {
     OSTRA_RETURN_IF_ERROR(AddTexts(_parser.GetDefines(), _parser.GetDefineOrigins(), _records.defines));
     OSTRA_RETURN_IF_ERROR(AddTexts(_parser.GetGroupSharedDeclarations(), _parser.GetGroupSharedDeclarationOrigins(),
                                    _records.groupShared));
-    for (const ShaderStructDefinition& definition : _parser.GetStructs()) OSTRA_RETURN_IF_ERROR(AddStruct(definition));
     for (const ShaderFunctionDefinition& function : _parser.GetFunctions())
       OSTRA_RETURN_IF_ERROR(AddFunction(function));
     for (const ShaderInputEntry& input : _parser.GetInputEntries()) OSTRA_RETURN_IF_ERROR(AddInput(input));
@@ -60,6 +59,8 @@ class RecordMaker {
     }
     OSTRA_ASSIGN_OR_RETURN(_records.body,
                            MakeCode(_parser.GetKernelCode().GetString(), _parser.GetKernelCodeOrigins()));
+    // Behind the texts that name their members.
+    for (const ShaderStructDefinition& definition : _parser.GetStructs()) OSTRA_RETURN_IF_ERROR(AddStruct(definition));
     OSTRA_RETURN_IF_ERROR(CheckNumbers());
     _records.noiseTableCount = _uses.GetNoiseTableCount();
     AssignBindings(_records);
@@ -105,9 +106,12 @@ class RecordMaker {
 
   Result<void> AddStruct(const ShaderStructDefinition& definition) {
     ShaderStruct added{definition.name.GetString(), {}, MakeOrigin(definition.origin)};
+    const Bool isStored = _stored.contains(added.name.GetView());
     for (const ShaderStructMember& member : definition.declarations) {
-      OSTRA_ASSIGN_OR_RETURN(String type, MakeMemberType(member.type, _stored.contains(added.name.GetView())));
+      const Bool isNamed = !isStored && IsNamed(member.name.GetView());
+      OSTRA_ASSIGN_OR_RETURN(String type, MakeMemberType(member.type, isStored || isNamed));
       if (type.IsEmpty()) continue;
+      if (isNamed) OSTRA_RETURN_IF_ERROR(CheckMember(added, member));
       OSTRA_ASSIGN_OR_RETURN(String name, member.dimension.IsEmpty() ? Result<String>(member.name)
                                                                      : Format("@[@]", member.name, member.dimension));
       OSTRA_RETURN_IF_ERROR(
@@ -117,15 +121,31 @@ class RecordMaker {
     return OK;
   }
 
+  // Whether a text of the program names the member, or something else of this name.
+  Bool IsNamed(std::string_view member) const {
+    const auto isIn = [member](const ShaderCode& code) { return HasWord(code.text.GetView(), member); };
+    return isIn(_records.body) || std::any_of(_records.functions.begin(), _records.functions.end(), isIn) ||
+           std::any_of(_records.fileScope.begin(), _records.fileScope.end(), isIn);
+  }
+
+  // Members of elements are checked with their buffers.
+  Result<void> CheckMember(const ShaderStruct& owner, const ShaderStructMember& member) const {
+    const std::string_view obstacle = FindElementTypeObstacle(member.type.GetView(), _records.language);
+    if (obstacle.empty() || !HasOtherSize(FindElementWord(member.type.GetView()))) return OK;
+    OSTRA_ASSIGN_OR_RETURN(const String what,
+                           Format("the member \"@\" of the struct \"@\" is @", member.name, owner.name, member.type));
+    return MakeNumberError(what.GetView(), obstacle, MakeOrigin(member.origin));
+  }
+
   // The type of a member in generated declarations; empty for types that programs on GPUs do without: those of another
-  // size in structs that lie in no buffer.
-  Result<String> MakeMemberType(const String& word, Bool isStored) const {
+  // size, unless they are needed.
+  Result<String> MakeMemberType(const String& word, Bool isNeeded) const {
     const DataType type = DataTypeFromTypeName(word.GetView());
     if (type.IsPopulated()) return ShaderTypeName(type, CString(), _parser.GetTargetLanguage()).GetString();
     for (const ShaderStruct& known : _records.structs)
       if (known.name == word) return word;
     const DataType other = FindElementWord(word.GetView());
-    return other.IsPopulated() && (isStored || !HasOtherSize(other)) ? word : String();
+    return other.IsPopulated() && (isNeeded || !HasOtherSize(other)) ? word : String();
   }
 
   Result<void> AddFunction(const ShaderFunctionDefinition& function) {
@@ -209,12 +229,6 @@ class RecordMaker {
     if (type == GetDataType<Int64>()) return "Int64"_s;
     if (type == GetDataType<UInt64>()) return "UInt64"_s;
     return type == GetDataType<Float64>() ? "Float64"_s : String();
-  }
-
-  // Whether it is a number of 8 or 64 bits, or an integer of 16.
-  static Bool HasOtherSize(DataType type) {
-    return FindWideWord(type).IsPopulated() || type == GetDataType<Int8>() || type == GetDataType<UInt8>() ||
-           type == GetDataType<Int16>() || type == GetDataType<UInt16>();
   }
 
   // What not every language has. Elements of buffers are checked where they are declared.

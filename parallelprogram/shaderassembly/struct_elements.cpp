@@ -125,7 +125,7 @@ class StructMaker {
       return Make(*inner);
     const DataType type = FindElementWord(word);
     if (type == GetDataType<Float64>()) obstacle = "structs in buffers have no 64-bit floats: use float";
-    const Bool isNumber = GetNumberSize(type) != 0 || IsOtherInteger(type);
+    const Bool isNumber = GetNumberSize(type) != 0 || HasOtherSize(type);
     if (isNumber && obstacle.empty()) return type;
     if (obstacle.empty()) obstacle = "neither a type of numbers nor a struct of the headers, declared above";
     return Fail(declaration.origin, Format("the member \"@\" of the struct \"@\" is @: @", GetName(declaration),
@@ -140,12 +140,6 @@ class StructMaker {
         if (&other == &declaration) return false;
     }
     return false;
-  }
-
-  // Of 8, 16 or 64 bits.
-  static Bool IsOtherInteger(DataType type) {
-    return type == GetDataType<Int64>() || type == GetDataType<UInt64>() || type == GetDataType<Int8>() ||
-           type == GetDataType<UInt8>() || type == GetDataType<Int16>() || type == GetDataType<UInt16>();
   }
 
   // 0 for types that are not made of numbers.
@@ -166,6 +160,12 @@ DataType FindElementWord(std::string_view word) {
   for (const ElementWord& known : kWords)
     if (word == known.names[0] || word == known.names[1]) return known.getType();
   return DataTypeFromTypeName(word);
+}
+
+Bool HasOtherSize(DataType type) {
+  return type == GetDataType<Float64>() || type == GetDataType<Int64>() || type == GetDataType<UInt64>() ||
+         type == GetDataType<Int8>() || type == GetDataType<UInt8>() || type == GetDataType<Int16>() ||
+         type == GetDataType<UInt16>();
 }
 
 Result<DataType> MakeStructElementType(const ShaderParser& parser, std::string_view name) {

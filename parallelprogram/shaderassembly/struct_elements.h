@@ -20,4 +20,7 @@ Result<DataType> MakeStructElementType(const ShaderParser& parser, std::string_v
 // for other words. Has words that values cannot have.
 DataType FindElementWord(std::string_view word);
 
+// Whether it is a number of 8 or 64 bits, or an integer of 16.
+Bool HasOtherSize(DataType type);
+
 }  // namespace ostra

@@ -188,6 +188,41 @@ TEST_P(RunLanguageTest, StructsAreMadeOfArrays) {
                  "int Sum(Path p) { return p.length + p.tail[0] + p.tail[1]; }\n\n");
 }
 
+TEST_P(RunLanguageTest, ConstantsOfTheFileMayBeStructs) {
+  EXPECT_NUMBERS("7 12 5 30 11 ", R"(
+	Path p = Path(5, kTail, vec2(0.0));
+	int row[kCount] = {1, 2};
+	UNIFORM_BUFFER(out)[0] = kPath.length + kPath.tail[UNIFORM(two) - 1];
+	UNIFORM_BUFFER(out)[1] = int(kPath.end.y) + kInner.at.tail[1] + kInner.weight;
+	UNIFORM_BUFFER(out)[2] = p.length * row[0] + int(kTurned.w) - kMade.weight + kMade.at.tail[0];
+	UNIFORM_BUFFER(out)[3] = p.tail[0];
+	UNIFORM_BUFFER(out)[4] = Sum(kPath) - kInner.at.tail[0];)",
+                 "const int kCount = 2;\n"
+                 "const int kTail[kCount] = {30, 40};\n"
+                 "struct Path { int length; int tail[kCount]; vec2 end; };\n"
+                 "struct Inner { int weight; Path at; };\n"
+                 "const Path kPath = {3, {0, 4}, vec2(1.0, 2.0)};\n"
+                 "const mat2 kTurn = mat2(4.0);\n"
+                 "const vec4 kTurned = vec4(kTurn[1].xy, 1, kTurn[0].x);\n"
+                 "const Inner kMade = Inner(4, kPath);\n"
+                 "static const Inner kInner = {4, {9, {-4, 6}, {0.5, 0.5}}};\n"
+                 "int Sum(Path p) { return p.length + p.tail[0] + p.tail[1]; }\n\n");
+}
+
+TEST_P(RunLanguageTest, MembersMayHave64Bits) {
+  EXPECT_NUMBERS("3 2 9 0 0 ", R"(
+	Wide w;
+	w.sum = 1.0;
+	w.parts[1] = 0.25;
+	w.sum += w.parts[1] * 8.0;
+	w.count = Int64(UNIFORM(two)) << 40;
+	UNIFORM_BUFFER(out)[0] = int(w.sum);
+	UNIFORM_BUFFER(out)[1] = int(w.count >> 40);
+	UNIFORM_BUFFER(out)[2] = Double(w);)",
+                 "struct Wide { double sum; Float64 parts[2]; Int64 count; };\n"
+                 "int Double(Wide w) { return int(w.sum * 3.0); }\n\n");
+}
+
 INSTANTIATE_TEST_SUITE_P(Ways, RunLanguageTest,
                          testing::Values(Way{"Cpu", {"--backend", "cpu"}},
                                          Way{"CpuWithChecks", {"--backend", "cpu", "--checked"}},
