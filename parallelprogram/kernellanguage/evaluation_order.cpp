@@ -4,6 +4,7 @@
 
 #include "parallelprogram/kernellanguage/changes.h"
 #include "parallelprogram/kernellanguage/join.h"
+#include "parallelprogram/kernellanguage/operations.h"
 
 namespace ostra::kernellanguage {
 namespace {
@@ -58,7 +59,7 @@ class OrderReader {
         return CheckAssignment(node);
       case NodeKind::kBinary: {
         const Operation operation = _tree.nodes[node].operation;
-        if (operation == Operation::kLogicalAnd || operation == Operation::kLogicalOr) return;
+        if (IsLogical(operation)) return;
         // C++ computes their left side first; the plain form for GPUs refuses them where that matters.
         if (operation == Operation::kShiftLeft || operation == Operation::kShiftRight) return;
         return CheckParts(node);

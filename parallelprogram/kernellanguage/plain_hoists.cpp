@@ -4,14 +4,11 @@
 #include <utility>
 
 #include "parallelprogram/kernellanguage/changes.h"
+#include "parallelprogram/kernellanguage/operations.h"
 #include "parallelprogram/kernellanguage/plain_expressions.h"
 
 namespace ostra::kernellanguage {
 namespace {
-
-Bool IsLogical(Operation operation) {
-  return operation == Operation::kLogicalAnd || operation == Operation::kLogicalOr;
-}
 
 // Whether the order in which the children are computed is not certain.
 Bool IsUnordered(NodeKind kind, Operation operation) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "parallelprogram/kernellanguage/join.h"
+#include "parallelprogram/kernellanguage/operations.h"
 
 namespace ostra::kernellanguage {
 TracePlan::TracePlan(const PlainKernel& kernel) : _kernel(kernel) { FindUnorderedCalls(); }
@@ -169,9 +170,7 @@ void TracePlan::FindUnorderedCalls() {
   for (NodeIndex node = 0; node < _kernel.tree.nodes.size(); ++node) {
     const Bool isBranch = _kernel.GetKind(node) == NodeKind::kConditional || _kernel.GetKind(node) == NodeKind::kComma;
     const Operation operation = _kernel.tree.nodes[node].operation;
-    if (!IsExpression(_kernel.GetKind(node)) || isBranch || operation == Operation::kLogicalAnd ||
-        operation == Operation::kLogicalOr)
-      continue;
+    if (!IsExpression(_kernel.GetKind(node)) || isBranch || IsLogical(operation)) continue;
     const auto children = _kernel.tree.GetChildren(node);
     const auto count = std::count_if(children.begin(), children.end(),
                                      [this](NodeIndex child) { return CountTracedCalls(child) > 0; });

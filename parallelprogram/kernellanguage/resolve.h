@@ -19,8 +19,6 @@ struct Resolution {
 
 // More types than these (arrays of different lengths, structs) are not understood.
 inline constexpr UInt32 kMaxTypes = 4096;
-// Functions that call each other in a row before the file has them the other way round.
-inline constexpr Int kMaxCallDepth = 200;
 
 Resolution Resolve(const SyntaxTree& tree);
 

@@ -1,19 +1,120 @@
+#include "parallelprogram/kernellanguage/resolve_statements.h"
+
 #include <algorithm>
 
-#include "parallelprogram/kernellanguage/join.h"
-#include "parallelprogram/kernellanguage/resolver.h"
+#include "parallelprogram/kernellanguage/report_text.h"
 
 namespace ostra::kernellanguage {
 
-void Resolver::Statements(NodeIndex block) {
+void ResolveStatements::ReadBody(NodeIndex block, TypeIndex returnType) {
+  _returnType = returnType;
+  ReadStatements(block);
+}
+
+void ResolveStatements::ReadStatements(NodeIndex block) {
   for (const NodeIndex statement : _tree.GetChildren(block)) {
     if (IsStopped()) return;
-    Statement(statement);
+    ReadStatement(statement);
   }
 }
 
+void ResolveStatements::ReadInScope(NodeIndex statement) {
+  _uses.names.OpenScope();
+  ReadStatement(statement);
+  _uses.names.CloseScope();
+}
+
+void ResolveStatements::ReadStatement(NodeIndex node) {
+  if (node == kNoNode || IsStopped()) return;
+  switch (KindOf(node)) {
+    case NodeKind::kBlock:
+      _uses.names.OpenScope();
+      ReadStatements(node);
+      _uses.names.CloseScope();
+      return;
+    case NodeKind::kDeclaration:
+      _uses.groupCalls.FindCalls(node);
+      return _uses.variables.ReadDeclaration(node);
+    case NodeKind::kExpressionStatement:
+      _uses.groupCalls.FindCalls(Child(node, 0));
+      _uses.expressions.Expression(Child(node, 0));
+      return;
+    case NodeKind::kIf:
+      return If(node);
+    case NodeKind::kFor:
+      return For(node);
+    case NodeKind::kWhile:
+      _uses.expressions.Condition(Child(node, 0));
+      return ReadInScope(Child(node, 1));
+    case NodeKind::kDoWhile:
+      ReadInScope(Child(node, 0));
+      return _uses.expressions.Condition(Child(node, 1));
+    case NodeKind::kSwitch:
+      return Switch(node);
+    case NodeKind::kCase:
+      return Case(node);
+    case NodeKind::kReturn:
+      return Return(node);
+    case NodeKind::kSharedArray:
+      return _uses.variables.ReadSharedArray(node);
+    default:
+      return ReadWord(node);
+  }
+}
+
+// Statements that are words of the language.
+void ResolveStatements::ReadWord(NodeIndex node) {
+  switch (KindOf(node)) {
+    case NodeKind::kPrint:
+      return Print(node);
+    case NodeKind::kAssert:
+      return Assert(node);
+    case NodeKind::kBarrier:
+      _resolved.usesBarrier = true;
+      return;
+    case NodeKind::kNoiseMark:
+      _resolved.usesNoise = true;
+      return;
+    default:
+      return;
+  }
+}
+
+void ResolveStatements::If(NodeIndex node) {
+  _uses.expressions.Condition(Child(node, 0));
+  ReadInScope(Child(node, 1));
+  ReadInScope(Child(node, 2));
+}
+
+void ResolveStatements::For(NodeIndex node) {
+  const NodeIndex condition = Child(node, 1), step = Child(node, 2);
+  _uses.names.OpenScope();
+  ReadStatement(Child(node, 0));
+  if (condition != kNoNode) _uses.expressions.Condition(condition);
+  if (step != kNoNode && !IsStopped()) _uses.expressions.Expression(step);
+  ReadInScope(Child(node, 3));
+  _uses.names.CloseScope();
+}
+
+void ResolveStatements::Switch(NodeIndex node) {
+  const NodeIndex value = Child(node, 0);
+  const TypeIndex type = _uses.expressions.Expression(value);
+  if (IsStopped()) return;
+  if (type != kUnknownType) {
+    const Bool isInteger = IsScalar(type) && IsInteger(Get(type).scalar);
+    if (type == kHalfType) {
+      Stop(value, "a switch over a half");
+    } else if (!isInteger) {
+      Fail(value, Join({"a switch needs a whole number, not a ", TypeName(type)}));
+    } else {
+      SetConverted(value, GetScalarType(GetSize(Get(type).scalar) < 4 ? Scalar::kInt32 : Get(type).scalar));
+    }
+  }
+  ReadStatement(Child(node, 1));
+}
+
 // The first name in an expression that is no constant; kNoNode: there is none.
-NodeIndex Resolver::FindChanging(NodeIndex expression) const {
+NodeIndex ResolveStatements::FindChanging(NodeIndex expression) const {
   const Meaning& meaning = _resolved.meaning[expression];
   const Bool isVariable = _tree.Is(expression, NodeKind::kName) && meaning.kind == MeaningKind::kVariable;
   if (isVariable && !_tree.HasFlag(meaning.target, kIsConst)) return expression;
@@ -25,119 +126,44 @@ NodeIndex Resolver::FindChanging(NodeIndex expression) const {
   return kNoNode;
 }
 
-void Resolver::Statement(NodeIndex node) {
-  if (node == kNoNode || IsStopped()) return;
-  const auto child = [&](std::size_t i) { return _tree.GetChild(node, i); };
-  const auto inScope = [&](NodeIndex statement) {
-    OpenScope();
-    Statement(statement);
-    CloseScope();
-  };
-  switch (_tree.nodes[node].kind) {
-    case NodeKind::kBlock:
-      OpenScope();
-      Statements(node);
-      CloseScope();
-      break;
-    case NodeKind::kDeclaration:
-      FindGroupCalls(node);
-      ReadDeclaration(node);
-      break;
-    case NodeKind::kExpressionStatement:
-      FindGroupCalls(child(0));
-      Expression(child(0));
-      break;
-    case NodeKind::kIf:
-      Condition(child(0));
-      inScope(child(1));
-      inScope(child(2));
-      break;
-    case NodeKind::kFor:
-      For(node);
-      break;
-    case NodeKind::kWhile:
-      Condition(child(0));
-      inScope(child(1));
-      break;
-    case NodeKind::kDoWhile:
-      inScope(child(0));
-      Condition(child(1));
-      break;
-    case NodeKind::kSwitch:
-      Switch(node);
-      break;
-    case NodeKind::kCase: {
-      const TypeIndex type = Expression(child(0));
-      if (type == kUnknownType || IsStopped()) break;
-      if (const NodeIndex changing = FindChanging(child(0)); changing != kNoNode)
-        Fail(changing, Join({"a case needs a number that is known, and \"", NameOf(changing), "\" may change"}));
-      else if (!Evaluate(child(0)) || !IsScalar(type))
-        Stop(child(0), "this value of a case");
-      break;
-    }
-    case NodeKind::kReturn:
-      Return(node);
-      break;
-    case NodeKind::kSharedArray:
-      SharedArray(node);
-      break;
-    case NodeKind::kPrint:
-      Print(node);
-      break;
-    case NodeKind::kAssert:
-      Condition(child(0));
-      if (!IsStopped()) CheckReportText(node, 0);
-      Extend(node);
-      break;
-    case NodeKind::kBarrier:
-      _resolved.usesBarrier = true;
-      break;
-    case NodeKind::kNoiseMark:
-      _resolved.usesNoise = true;
-      break;
-    default:
-      break;
-  }
-}
-
-void Resolver::Condition(NodeIndex expression) {
-  const TypeIndex type = Expression(expression);
+void ResolveStatements::Case(NodeIndex node) {
+  const NodeIndex value = Child(node, 0);
+  const TypeIndex type = _uses.expressions.Expression(value);
   if (type == kUnknownType || IsStopped()) return;
-  if (!IsScalar(type)) {
-    Fail(expression, Join({"a condition must be a bool or a number, not a ", TypeName(type)}));
-    return;
-  }
-  SetConverted(expression, kBoolType);
+  if (const NodeIndex changing = FindChanging(value); changing != kNoNode)
+    Fail(changing, Join({"a case needs a number that is known, and \"", NameOf(changing), "\" may change"}));
+  else if (!_uses.constants.Evaluate(value) || !IsScalar(type))
+    Stop(value, "this value of a case");
 }
 
-// The text of a PRINT or ASSERT shows `count` values.
-void Resolver::CheckReportText(NodeIndex node, std::size_t count) {
-  const std::string_view text = NameOf(node), word = _tree.Is(node, NodeKind::kPrint) ? "PRINT" : "ASSERT";
-  if (text.empty()) return;
-  if (text.size() < 2 || text.front() != '"' || text.back() != '"') {
-    Fail(node, Join({"the text of ", word, " stands in double quotes, on one line"}));
+void ResolveStatements::Return(NodeIndex node) {
+  const NodeIndex value = Child(node, 0);
+  if (value == kNoNode) {
+    if (_returnType != kVoidType) Fail(node, Join({"this function must return a ", TypeName(_returnType)}));
     return;
   }
-  std::size_t values = 0;
-  for (std::size_t at = text.find('%'); at != std::string_view::npos; at = text.find('%', at + 2)) {
-    if (text[at + 1] == 'v') ++values;
-    if (text[at + 1] == 'v' || text[at + 1] == '%') continue;
-    Fail(node, Join({"\"%", text[at + 1] == '"' ? "" : text.substr(at + 1, 1),
-                     "\" in a text: every value is %v, and %% a percent sign"}));
+  const TypeIndex type = _uses.expressions.Expression(value);
+  if (type == kUnknownType || IsStopped()) return;
+  if (_returnType == kVoidType) {
+    if (type == kVoidType)
+      Stop(node, "the result of a function without one");
+    else
+      Fail(value, _uses.names.IsInKernel() ? "a kernel returns no value" : "a void function returns no value");
     return;
   }
-  if (values == count) return;
-  const auto say = [](std::size_t number) {
-    return Join({std::to_string(number), number == 1 ? " value" : " values"});
-  };
-  Fail(node, Join({"the text of ", word, " shows ", say(values), " (%v), and there ", count == 1 ? "is " : "are ",
-                   say(count)}));
+  _uses.conversions.Convert(value, _returnType, "the result of this function");
 }
 
-void Resolver::Print(NodeIndex node) {
+void ResolveStatements::CheckReportText(NodeIndex node, std::size_t count) {
+  const std::string_view word = _tree.Is(node, NodeKind::kPrint) ? "PRINT" : "ASSERT";
+  if (std::string mistake = FindReportTextMistake(NameOf(node), word, count); !mistake.empty())
+    Fail(node, std::move(mistake));
+}
+
+void ResolveStatements::Print(NodeIndex node) {
   std::size_t words = 0;
   for (const NodeIndex value : _tree.GetChildren(node)) {
-    const TypeIndex type = Expression(value);
+    const TypeIndex type = _uses.expressions.Expression(value);
     if (type == kUnknownType || IsStopped()) return;
     const Bool isShown = IsScalar(type) || IsVector(type) || Get(type).kind == TypeKind::kMatrix;
     if (!isShown) {
@@ -156,64 +182,10 @@ void Resolver::Print(NodeIndex node) {
   Extend(node);
 }
 
-void Resolver::For(NodeIndex node) {
-  OpenScope();
-  Statement(_tree.GetChild(node, 0));
-  if (_tree.GetChild(node, 1) != kNoNode) Condition(_tree.GetChild(node, 1));
-  if (_tree.GetChild(node, 2) != kNoNode && !IsStopped()) Expression(_tree.GetChild(node, 2));
-  OpenScope();
-  Statement(_tree.GetChild(node, 3));
-  CloseScope();
-  CloseScope();
-}
-
-void Resolver::Switch(NodeIndex node) {
-  const NodeIndex value = _tree.GetChild(node, 0);
-  const TypeIndex type = Expression(value);
-  if (IsStopped()) return;
-  if (type != kUnknownType) {
-    const Bool isInteger = IsScalar(type) && IsInteger(Get(type).scalar);
-    if (type == kHalfType) {
-      Stop(value, "a switch over a half");
-    } else if (!isInteger) {
-      Fail(value, Join({"a switch needs a whole number, not a ", TypeName(type)}));
-    } else {
-      SetConverted(value, GetScalarType(GetSize(Get(type).scalar) < 4 ? Scalar::kInt32 : Get(type).scalar));
-    }
-  }
-  Statement(_tree.GetChild(node, 1));
-}
-
-void Resolver::Return(NodeIndex node) {
-  const NodeIndex value = _tree.GetChild(node, 0);
-  if (value == kNoNode) {
-    if (_returnType != kVoidType) Fail(node, Join({"this function must return a ", TypeName(_returnType)}));
-    return;
-  }
-  const TypeIndex type = Expression(value);
-  if (type == kUnknownType || IsStopped()) return;
-  if (_returnType == kVoidType) {
-    if (type == kVoidType)
-      Stop(node, "the result of a function without one");
-    else
-      Fail(value, _isInKernel ? "a kernel returns no value" : "a void function returns no value");
-    return;
-  }
-  Convert(value, _returnType, "the result of this function");
-}
-
-void Resolver::SharedArray(NodeIndex node) {
-  const TypeIndex element = ReadType(_tree.GetChild(node, 0));
-  if (IsStopped()) return;
-  const auto count = Evaluate(_tree.GetChild(node, 1));
-  if (!count || *count < 1 || element == kVoidType || element == kGradientType || element == kCounterType) {
-    Stop(node, "this array in group memory");
-    return;
-  }
-  Expression(_tree.GetChild(node, 1));
-  _resolved.type[node] = _resolved.converted[node] = _resolved.types.GetArray(element, static_cast<UInt32>(*count));
-  if (_resolved.types.GetCount() > kMaxTypes) Stop(node, Join({"more than ", std::to_string(kMaxTypes), " types"}));
-  Declare(node);
+void ResolveStatements::Assert(NodeIndex node) {
+  _uses.expressions.Condition(Child(node, 0));
+  if (!IsStopped()) CheckReportText(node, 0);
+  Extend(node);
 }
 
 }  // namespace ostra::kernellanguage

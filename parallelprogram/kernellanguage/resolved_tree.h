@@ -95,6 +95,11 @@ struct ResolvedTree {
   std::vector<NodeIndex> extensions;
   // The first of them that the C++ forms of this folder do not know, either; kNoNode: those are for GPUs only.
   NodeIndex firstUnprintable = kNoNode;
+  // Notes such a node; `isPrintable`: the C++ forms know it all the same.
+  void Extend(NodeIndex node, Bool isPrintable = false) {
+    extensions.push_back(node);
+    if (!isPrintable && firstUnprintable == kNoNode) firstUnprintable = node;
+  }
 
   Bool usesNoise = false, usesGradient = false, usesLinearInvocation = false, usesBarrier = false;
 };

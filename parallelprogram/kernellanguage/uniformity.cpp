@@ -6,6 +6,7 @@
 #include "parallelprogram/kernellanguage/join.h"
 #include "parallelprogram/kernellanguage/library_words.h"
 #include "parallelprogram/kernellanguage/literal.h"
+#include "parallelprogram/kernellanguage/operations.h"
 
 namespace ostra::kernellanguage {
 namespace {
@@ -441,7 +442,7 @@ class Analyzer {
     const NodeIndex leftNode = _tree.GetChild(node, 0), rightNode = _tree.GetChild(node, 1);
     const Operation operation = _tree.nodes[node].operation;
     const Uniformity left = Value(leftNode);
-    const Bool isLogical = operation == Operation::kLogicalAnd || operation == Operation::kLogicalOr;
+    const Bool isLogical = IsLogical(operation);
     if (isLogical) _regions.push_back({ToControl(left), leftNode});
     const Uniformity right = Value(rightNode);
     if (isLogical) _regions.pop_back();

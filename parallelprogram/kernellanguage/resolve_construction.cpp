@@ -1,18 +1,16 @@
-// Values that are made of others: vec4(v.xy, z, 1.0), mat3(1.0), Particle(a, b), (float)x, { 1, 2 }.
-#include <algorithm>
+#include "parallelprogram/kernellanguage/resolve_construction.h"
 
-#include "parallelprogram/kernellanguage/join.h"
-#include "parallelprogram/kernellanguage/resolver.h"
+#include <algorithm>
 
 namespace ostra::kernellanguage {
 
-TypeIndex Resolver::Construct(NodeIndex node) {
+TypeIndex ResolveConstruction::Construct(NodeIndex node) {
   const auto children = _tree.GetChildren(node);
-  const TypeIndex type = ReadType(children[0]);
+  const TypeIndex type = _types.ReadType(children[0]);
   if (IsStopped()) return kUnknownType;
   const auto arguments = children.subspan(1);
   Bool isKnown = false;
-  const Types types = ReadArguments(arguments, isKnown);
+  const TypeList types = _expressions.ReadArguments(arguments, isKnown);
   if (!isKnown) return kUnknownType;
   const Type kind = Get(type);
   if (kind.kind == TypeKind::kVoid || kind.kind == TypeKind::kGradient || kind.kind == TypeKind::kCounter)
@@ -35,7 +33,7 @@ TypeIndex Resolver::Construct(NodeIndex node) {
   }
 }
 
-TypeIndex Resolver::ConstructScalar(NodeIndex node, TypeIndex type, Arguments arguments) {
+TypeIndex ResolveConstruction::ConstructScalar(NodeIndex node, TypeIndex type, Arguments arguments) {
   if (arguments.size() != 1)
     return Fail(node, Join({"a ", TypeName(type), " is made of one value, not of ", std::to_string(arguments.size())}));
   const TypeIndex given = _resolved.type[arguments[0]];
@@ -45,8 +43,7 @@ TypeIndex Resolver::ConstructScalar(NodeIndex node, TypeIndex type, Arguments ar
   return type;
 }
 
-// The components that all arguments have together, those of the matrices included; 0 with an error.
-UInt32 Resolver::CountComponents(TypeIndex type, Arguments arguments) {
+UInt32 ResolveConstruction::CountComponents(TypeIndex type, Arguments arguments) {
   UInt32 count = 0;
   for (const NodeIndex argument : arguments) {
     const Type& given = Get(_resolved.type[argument]);
@@ -60,34 +57,35 @@ UInt32 Resolver::CountComponents(TypeIndex type, Arguments arguments) {
   return count;
 }
 
-// Makes the arguments be wanted with the scalar of the value that is made of them.
-void Resolver::ConvertComponents(Arguments arguments, Scalar scalar) {
+void ResolveConstruction::ConvertComponents(Arguments arguments, Scalar scalar) {
   for (const NodeIndex argument : arguments) {
     const Type& given = Get(_resolved.type[argument]);
     if (given.kind != TypeKind::kMatrix) SetConverted(argument, GetVectorType(scalar, given.count));
   }
 }
 
-TypeIndex Resolver::ConstructVector(NodeIndex node, TypeIndex type, Arguments arguments) {
+Bool ResolveConstruction::IsPlainVector(TypeIndex type, Arguments arguments) const {
+  const Bool isHalf = Get(type).scalar == Scalar::kHalf;
+  return std::none_of(arguments.begin(), arguments.end(), [&](NodeIndex argument) {
+    const Type& given = Get(_resolved.type[argument]);
+    const Bool isOther = (given.scalar == Scalar::kHalf) != isHalf;
+    const Bool isRounded = arguments.size() == 1 && given.kind == TypeKind::kScalar && isHalf;
+    return given.kind == TypeKind::kMatrix || (isOther && (given.kind == TypeKind::kVector || isRounded));
+  });
+}
+
+TypeIndex ResolveConstruction::ConstructVector(NodeIndex node, TypeIndex type, Arguments arguments) {
   const Type kind = Get(type);
   const UInt32 components = CountComponents(type, arguments);
   if (components == 0) return kUnknownType;
-  const Bool isOne = arguments.size() == 1;
-  Bool isPlain = true;
-  for (const NodeIndex argument : arguments) {
-    const Type& given = Get(_resolved.type[argument]);
-    const Bool isOther = (given.scalar == Scalar::kHalf) != (kind.scalar == Scalar::kHalf);
-    const Bool isRounded = isOne && given.kind == TypeKind::kScalar && kind.scalar == Scalar::kHalf;
-    if (given.kind == TypeKind::kMatrix || (isOther && (given.kind == TypeKind::kVector || isRounded))) isPlain = false;
-  }
   const Type only = Get(_resolved.type[arguments[0]]);
-  const Bool isSpread = isOne && only.kind == TypeKind::kScalar;
-  const Bool isCut = isOne && only.kind == TypeKind::kVector && components > kind.count;
+  const Bool isSpread = arguments.size() == 1 && only.kind == TypeKind::kScalar;
+  const Bool isCut = arguments.size() == 1 && only.kind == TypeKind::kVector && components > kind.count;
   if (!isSpread && !isCut && components != kind.count) {
     return Fail(node, Join({"a ", TypeName(type), " has ", std::to_string(kind.count), " components, here are ",
                             std::to_string(components)}));
   }
-  if (isCut) isPlain = isPlain && only.scalar == kind.scalar;
+  const Bool isPlain = IsPlainVector(type, arguments) && (!isCut || only.scalar == kind.scalar);
   if (!isPlain)
     Extend(node);
   else if (isSpread)
@@ -96,16 +94,17 @@ TypeIndex Resolver::ConstructVector(NodeIndex node, TypeIndex type, Arguments ar
   return type;
 }
 
-TypeIndex Resolver::ConstructColumns(NodeIndex node, TypeIndex type, Arguments arguments, UInt32 count, UInt32 height) {
+TypeIndex ResolveConstruction::ConstructColumns(NodeIndex node, TypeIndex type, Arguments arguments, UInt32 count,
+                                                UInt32 height) {
   if (arguments.size() != count)
     return Fail(node, Join({"a ", TypeName(type), " is made of ", std::to_string(count), " columns"}));
   for (const NodeIndex argument : arguments) {
-    if (!Convert(argument, GetVectorType(Scalar::kFloat32, height), "a column")) return kUnknownType;
+    if (!_conversions.Convert(argument, GetVectorType(Scalar::kFloat32, height), "a column")) return kUnknownType;
   }
   return type;
 }
 
-TypeIndex Resolver::ConstructMatrix(NodeIndex node, TypeIndex type, Arguments arguments) {
+TypeIndex ResolveConstruction::ConstructMatrix(NodeIndex node, TypeIndex type, Arguments arguments) {
   const UInt32 count = Get(type).count;
   const auto isVector = [this](NodeIndex argument) { return IsVector(_resolved.type[argument]); };
   if (arguments.size() == count && std::all_of(arguments.begin(), arguments.end(), isVector))
@@ -123,7 +122,7 @@ TypeIndex Resolver::ConstructMatrix(NodeIndex node, TypeIndex type, Arguments ar
   return type;
 }
 
-TypeIndex Resolver::ConstructStruct(NodeIndex node, TypeIndex type, Arguments arguments) {
+TypeIndex ResolveConstruction::ConstructStruct(NodeIndex node, TypeIndex type, Arguments arguments) {
   const NodeIndex declaration = Get(type).declaration;
   const auto members = _tree.GetChildren(declaration);
   if (arguments.size() < members.size())  // the rest is 0 in C++
@@ -135,18 +134,19 @@ TypeIndex Resolver::ConstructStruct(NodeIndex node, TypeIndex type, Arguments ar
                 {{GetOffset(declaration), Join({TypeName(type), " is declared here"})}});
   }
   for (std::size_t i = 0; i < members.size(); ++i) {
-    if (!Convert(arguments[i], _resolved.type[members[i]], Join({"the member \"", NameOf(members[i]), "\""})))
+    if (!_conversions.Convert(arguments[i], _resolved.type[members[i]],
+                              Join({"the member \"", NameOf(members[i]), "\""})))
       return kUnknownType;
   }
   Extend(node);
   return type;
 }
 
-TypeIndex Resolver::Cast(NodeIndex node) {
-  const NodeIndex typeNode = _tree.GetChild(node, 0), operand = _tree.GetChild(node, 1);
-  const TypeIndex type = ReadType(typeNode);
+TypeIndex ResolveConstruction::Cast(NodeIndex node) {
+  const NodeIndex typeNode = Child(node, 0), operand = Child(node, 1);
+  const TypeIndex type = _types.ReadType(typeNode);
   if (IsStopped()) return kUnknownType;
-  const TypeIndex given = Expression(operand);
+  const TypeIndex given = _expressions.Expression(operand);
   if (given == kUnknownType || IsStopped()) return kUnknownType;
   if ((_tree.nodes[typeNode].flags & (kIsReference | kIsPointer)) != 0) return Stop(node, "a cast to this type");
   if (given == type) return type;
@@ -158,8 +158,8 @@ TypeIndex Resolver::Cast(NodeIndex node) {
 }
 
 // As the shading languages read it: (vec3)x is vec3(x).
-TypeIndex Resolver::CastToVector(NodeIndex node, TypeIndex type) {
-  const NodeIndex operand = _tree.GetChild(node, 1);
+TypeIndex ResolveConstruction::CastToVector(NodeIndex node, TypeIndex type) {
+  const NodeIndex operand = Child(node, 1);
   const Type kind = Get(type), given = Get(_resolved.type[operand]);
   if (given.kind == TypeKind::kVector && given.count < kind.count)
     return Stop(node, Join({"a cast of a ", TypeName(_resolved.type[operand]), " to ", TypeName(type)}));
