@@ -6,6 +6,7 @@
 #include "ostra/core/text_characters.h"
 #include "parallelprogram/kernelfront/failure.h"
 #include "parallelprogram/kernelfront/guard.h"
+#include "parallelprogram/kernelfront/missing_kernel.h"
 #include "parallelprogram/kernelfront/rewrite.h"
 #include "parallelprogram/kernelfront/source_rules.h"
 #include "parallelprogram/kernellanguage/words.h"
@@ -89,9 +90,7 @@ void KernelFile::Read() {
   CheckWords(_text);
   const auto& tokens = _text.GetTokens();
   for (std::size_t i = 0; i < tokens.size();) i = ReadOutside(i);
-  if (_kernel.name.empty())
-    Fail(_text.GetSource(), tokens.empty() ? 0 : tokens.back().begin,
-         "the file has no kernel: OSTRA_PARALLEL_KERNEL(Name, KERNELINPUTS) is missing");
+  if (_kernel.name.empty()) FailForMissingKernel(_text);
   if (!_braces.empty()) Stop(tokens.back(), "a brace that is opened outside of the kernel is not closed");
   CheckParameterUses(_text, _parameters);
   _text.Replace(_kernel.begin, _kernel.bodyBegin, MakeClassHead());
@@ -133,7 +132,7 @@ std::size_t KernelFile::ReadLineStart(std::size_t i) {
     case WordId::kKernelStart:
       return ReadMacroKernel(i);
     case WordId::kKernelEnd:
-      Stop(At(i), "the kernel that ends here has no start");
+      FailForMissingStart(_text, At(i));
     case WordId::kKernelMethod:
       return ReadMethodKernel(i);
     case WordId::kGroupSize:

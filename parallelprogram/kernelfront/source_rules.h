@@ -11,6 +11,11 @@
 
 namespace ostra {
 
+// For files without a kernel.
+inline constexpr std::string_view kHowToWriteAKernel =
+    "write OSTRA_PARALLEL_KERNEL(Name, KERNELINPUTS), its body in braces on the lines below, and "
+    "OSTRA_PARALLEL_KERNEL_END";
+
 struct SourceMistake {
   std::size_t position = 0;  // the byte of the text that the mistake is about
   std::string text;

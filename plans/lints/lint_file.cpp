@@ -1,5 +1,6 @@
 #include "plans/lints/lint_file.h"
 
+#include "parallelprogram/kernelfront/source_rules.h"
 #include "plans/values/text.h"
 
 namespace ostra::plans {
@@ -70,10 +71,14 @@ Result<void> LintUntranslated(const TranslatedFile& file, Findings& findings) {
   return OK;
 }
 
+std::string DescribeMissingKernel() {
+  return "there is no kernel in this file, or it does not end: " + std::string(kHowToWriteAKernel);
+}
+
 Result<Bool> CanBeAssembled(const std::string& file, const ShaderParser& parser, DrawportStage stage,
                             Findings& findings) {
   if (parser.GetKernelCode().IsEmpty()) {
-    findings.Add({file, 0, Severity::Error, "there is no kernel in this file, or it does not end"});
+    findings.Add({file, 0, Severity::Error, DescribeMissingKernel()});
     return false;
   }
   const Bool isTessellation =

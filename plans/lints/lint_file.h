@@ -25,6 +25,9 @@ Result<void> LintFile(const TranslatedFile& file, const ShaderParser& parser, Fi
 // The same of a file that no parser has come to the end of, as far as they need none. Error: out of memory.
 Result<void> LintUntranslated(const TranslatedFile& file, Findings& findings);
 
+// About a file from which no kernel was translated.
+std::string DescribeMissingKernel();
+
 // What keeps the file from being assembled for the parser's target. False when there is something. Error: out of
 // memory.
 Result<Bool> CanBeAssembled(const std::string& file, const ShaderParser& parser, DrawportStage stage,

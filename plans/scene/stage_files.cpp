@@ -8,6 +8,7 @@
 #include "parallelprogram/kernelfront/source_rules.h"
 #include "parallelprogram/kernelruntime/source_text.h"
 #include "parallelprogram/shaderassembly/assembly_records.h"
+#include "plans/lints/lint_file.h"
 #include "plans/lints/lints.h"
 
 OSTRA_UNIT("stage_files");
@@ -54,8 +55,7 @@ class StageReader {
       OSTRA_RETURN_IF_ERROR(CheckTextures(file, parser.GetPointer()));
       OSTRA_RETURN_IF_ERROR(CheckPatchDefines(file, stage, *parser));
       if (parser->GetKernelCode().IsEmpty())
-        return MakeSourceError(file.GetView(), 0, "there is no kernel in this file, or it does not end", kOstraUnit,
-                               __LINE__);
+        return MakeSourceError(file.GetView(), 0, DescribeMissingKernel(), kOstraUnit, __LINE__);
       OSTRA_ASSIGN_OR_RETURN(const std::optional<Finding> mistake, FindStageFinding(*parser, stage));
       if (mistake) return OSTRA_ILLEGAL_ARGUMENT("@", FormatFinding(*mistake));
       OSTRA_ASSIGN_OR_RETURN(const ShaderRecords records, MakeShaderRecords(*parser, stage));

@@ -23,16 +23,25 @@ std::string MakeNote(const std::string& place, const char* reason) {
   return "\n" + place + ": note: the rules for lines hold because this is not understood: " + reason;
 }
 
+constexpr const char* kNoKernel =
+    "the file has no kernel: write OSTRA_PARALLEL_KERNEL(Name, KERNELINPUTS), its body in braces on the lines below, "
+    "and OSTRA_PARALLEL_KERNEL_END";
+
 const Refusal kRefusals[] = {
-    {"EmptyFile", "", 1, 1, "the file has no kernel: OSTRA_PARALLEL_KERNEL(Name, KERNELINPUTS) is missing"},
-    {"NoKernel", "// one\nint a;\n", 2, 6,
-     "the file has no kernel: OSTRA_PARALLEL_KERNEL(Name, KERNELINPUTS) is missing"},
+    {"EmptyFile", "", 1, 1, kNoKernel},
+    {"NoKernel", "// one\nint a;\n", 2, 6, kNoKernel},
+    {"KernelOfC", "// one\nvoid main()\n{\n}\n", 2, 6, kNoKernel},
+    {"KernelOfAnotherLanguage", "int a;\n__kernel void Scale(__global float* x)\n{\n}\n", 2, 1, kNoKernel},
+    {"MisspeltKernel", "OSTRA_PARALEL_KERNEL(A, K)\n{\n}\nOSTRA_PARALLEL_KERNEL_END\n", 1, 1,
+     "unknown word \"OSTRA_PARALEL_KERNEL\"; did you mean \"OSTRA_PARALLEL_KERNEL\"?"},
     {"SecondKernel",
      "OSTRA_PARALLEL_KERNEL(A, K)\n{\n}\nOSTRA_PARALLEL_KERNEL_END\nFP_KERNEL(B, K)\n{\n}\nFP_KERNEL_END\n", 5, 1,
      "a second kernel: the first one is in line 1"},
     {"KernelWithoutEnd", "OSTRA_PARALLEL_KERNEL(A, K)\n{\n}\n", 1, 1,
      "the kernel has no end: OSTRA_PARALLEL_KERNEL_END is missing"},
-    {"KernelWithoutStart", "OSTRA_PARALLEL_KERNEL_END\n", 1, 1, "the kernel that ends here has no start"},
+    {"KernelWithoutStart", "OSTRA_PARALLEL_KERNEL_END\n", 1, 1,
+     "the kernel that ends here has no start: write OSTRA_PARALLEL_KERNEL(Name, KERNELINPUTS), its body in braces on "
+     "the lines below, and OSTRA_PARALLEL_KERNEL_END"},
     {"KernelWithoutName", "\nFP_KERNEL(, K)\n{\n}\nFP_KERNEL_END\n", 2, 1,
      "FP_KERNEL is not used in the form FP_KERNEL(Name, KERNELINPUTS)"},
     {"BracesOfTheKernel", "FP_KERNEL(A, K)\n{\n\tif (a) {\n}\nFP_KERNEL_END\n", 2, 1,

@@ -120,7 +120,9 @@ TEST_F(EncodeTest, WhatTheFrontStepFindsInAnEncodedKernelNamesItsLine) {
   Write("test.krn", "\n\nOSTRA_PARALLEL_KERNEL_END\n");
   Encode("test.krn");
   EXPECT_THAT(RunKernel("test.krn").errors,
-              testing::EndsWith("test.krn:3:1: error: the kernel that ends here has no start\n"));
+              testing::EndsWith("test.krn:3:1: error: the kernel that ends here has no start: write "
+                                "OSTRA_PARALLEL_KERNEL(Name, KERNELINPUTS), its body in braces on the lines below, and "
+                                "OSTRA_PARALLEL_KERNEL_END\n"));
 }
 
 TEST_F(EncodeTest, EncodedKernelsAndHeadersAreTranslatedAndCheckedLikePlainOnes) {

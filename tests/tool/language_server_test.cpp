@@ -201,7 +201,8 @@ TEST(LanguageServerTest, StageFilesAreChecked) {
   EXPECT_THAT(TextsOf(editor.TakeDiagnostics(uri)), ElementsAre(HasSubstr("4: a function on one line")));
   editor.Change(uri, {{{"text", head}}});
   EXPECT_THAT(TextsOf(editor.TakeDiagnostics(uri)),
-              ElementsAre("0: there is no kernel in this file, or it does not end"));
+              ElementsAre("0: there is no kernel in this file, or it does not end: write OSTRA_PARALLEL_KERNEL(Name, "
+                          "KERNELINPUTS), its body in braces on the lines below, and OSTRA_PARALLEL_KERNEL_END"));
 }
 
 TEST(LanguageServerTest, HeadersOnDiskAreFoundBesideTheKernel) {

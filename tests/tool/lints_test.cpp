@@ -554,8 +554,11 @@ TEST_F(LintsTest, HeadersThatTheGpuPassesOverAreNamed) {
 }
 
 TEST_F(LintsTest, AFileWithoutAKernelIsAnError) {
-  EXPECT_THAT(Check("int a;\n"), Contains("k.krn: error: there is no kernel in this file, or it does not end"));
-  EXPECT_THAT(Check(""), Contains("k.krn: error: there is no kernel in this file, or it does not end"));
+  const std::string text =
+      "k.krn: error: there is no kernel in this file, or it does not end: write OSTRA_PARALLEL_KERNEL(Name, "
+      "KERNELINPUTS), its body in braces on the lines below, and OSTRA_PARALLEL_KERNEL_END";
+  EXPECT_THAT(Check("int a;\n"), Contains(text));
+  EXPECT_THAT(Check(""), Contains(text));
 }
 
 TEST_F(LintsTest, HeadersAreLookedAt) {

@@ -182,7 +182,9 @@ TEST_F(TranslateTest, AFileWithoutAKernelIsSaidToBeOne) {
   const ToolResult result = Translate({"--target", "HLSL"});
   EXPECT_EQ(result.exitStatus, 0);
   EXPECT_EQ(result.errors,
-            "ostra: " + (_folder / "k.krn") + ": warning: there is no kernel in this file, or it does not end\n");
+            "ostra: " + (_folder / "k.krn") +
+                ": warning: there is no kernel in this file, or it does not end: write OSTRA_PARALLEL_KERNEL(Name, "
+                "KERNELINPUTS), its body in braces on the lines below, and OSTRA_PARALLEL_KERNEL_END\n");
 }
 
 TEST_F(TranslateTest, WhatCannotBeReadIsCalledAsByOtherCommands) {

@@ -5,6 +5,7 @@
 #include "ostra/core/format.h"
 #include "ostra/io/file.h"
 #include "parallelprogram/kernelruntime/source_text.h"
+#include "plans/lints/lint_file.h"
 
 OSTRA_UNIT("translate_command");
 
@@ -34,8 +35,7 @@ Result<void> ShowTranslation(const TranslationOptions& options, Bool isJson) {
   if (isJson) return translation.result;
   if (!translation.result) return MakePlacedError(options.file, translation);
   if (translation.parser->GetKernelCode().IsEmpty())
-    WriteErrorLine(std::string(options.file.GetView()) +
-                   ": warning: there is no kernel in this file, or it does not end");
+    WriteErrorLine(std::string(options.file.GetView()) + ": warning: " + DescribeMissingKernel());
   if (translation.plain) {
     const std::string header(translation.plain->header.GetView()), plain(translation.plain->text.GetView());
     OSTRA_RETURN_IF_ERROR(WriteOutput("// Plain form\n" + header + plain + "\n"));
