@@ -17,16 +17,20 @@ Bool IsSame(const DrawportTextureDescription& a, const DrawportTextureDescriptio
          a.extent.height == b.extent.height && a.extent.depth == b.extent.depth;
 }
 
+Bool CanBeWritten(PixelFormatRef format, DrawportContextInterface& context) {
+  const Bool isFloatingPoint = format->valueClass == PixelValueClass::FloatingPoint;
+  return HasAccess(context.GetPixelFormatAccessFlags(format, isFloatingPoint),
+                   DrawportPixelFormatAccess::ShaderReadWrite);
+}
+
 DrawportTextureDescription DescribeTexture(const TextureBindData& bindData, PixelFormatRef format,
-                                           DrawportContextInterface& context) {
+                                           DrawportContextInterface& context, TextureUse use) {
   DrawportTextureDescription description;
   description.type = GetTextureType(bindData);
   description.format = format;
   const Vec3<UInt32>& size = bindData._dimensions;
   description.extent = {size.x, size.y, size.z};
-  const Bool isFloatingPoint = format->valueClass == PixelValueClass::FloatingPoint;
-  description.isImage =
-      HasAccess(context.GetPixelFormatAccessFlags(format, isFloatingPoint), DrawportPixelFormatAccess::ShaderReadWrite);
+  description.isImage = use == TextureUse::Written && CanBeWritten(format, context);
   return description;
 }
 
@@ -116,12 +120,12 @@ void RaiseDimensions(TextureBindData& bindData) {
 Result<TextureSamplerEntry> MakeTextureEntry(const GpuContextData& data, const DataDictionary& table,
                                              const InternedId& attr, const TextureBindData& bindData,
                                              const NarrowTexels& narrow, const DrawportResourceKey& key,
-                                             const MakeTextureRoom& makeRoom) {
+                                             const MakeTextureRoom& makeRoom, TextureUse use) {
   TextureSamplerEntry entry;
   OSTRA_ASSIGN_OR_RETURN(entry._samplerItem, data.cache->GetTextureSampler(MakeSamplerKey(bindData)));
   OSTRA_ASSIGN_OR_RETURN(const PixelFormatRef format, FindTextureFormat(bindData, narrow));
   OSTRA_ASSIGN_OR_RETURN(const StoredTexels stored, MakeStoredTexels(bindData, *format));
-  const DrawportTextureDescription wanted = DescribeTexture(bindData, format, *data.context);
+  const DrawportTextureDescription wanted = DescribeTexture(bindData, format, *data.context, use);
 
   Bool isNew = false;
   OSTRA_ASSIGN_OR_RETURN(entry._textureItem, FindTextureItem(data, table, attr, wanted, key, isNew));
@@ -169,6 +173,42 @@ Result<void> UpdateTexture(const GpuContextData& data, DataDictionary& table, co
   OSTRA_ASSIGN_OR_RETURN(entry._samplingData, BuildSamplingData(bindData, false));
   entry._samplingData._dataSize = stored.size;
   return table.Set(attr, std::move(entry));
+}
+
+Bool IsWritableEntry(const GpuContextData& data, const TextureSamplerEntry& entry) {
+  const DrawportTextureDescription& description = entry._texture->GetDescription();
+  return description.isImage || !CanBeWritten(description.format, *data.context);
+}
+
+Result<TextureSamplerEntry> MakeWritableEntry(const GpuContextData& data, const DataDictionary& table,
+                                              const InternedId& attr, const TextureSamplerEntry& entry,
+                                              const DrawportResourceKey& key) {
+  DrawportTextureDescription wanted = entry._texture->GetDescription();
+  wanted.isImage = true;
+  BaseArray<Byte> texels;
+  OSTRA_RETURN_IF_ERROR(texels.Resize(GetByteSize(wanted)));
+  OSTRA_RETURN_IF_ERROR(ReadTexture(data, *entry._texture, wanted.extent, texels.GetFirst(), texels.GetCount()));
+  TextureSamplerEntry writable = entry;
+  Bool isNew = false;
+  OSTRA_ASSIGN_OR_RETURN(writable._textureItem, FindTextureItem(data, table, attr, wanted, key, isNew));
+  OSTRA_RETURN_IF_ERROR(MakeFilled(data, wanted.extent, {texels.GetFirst(), texels.GetCount()}, attr, writable));
+  return writable;
+}
+
+Result<Bool> ReplaceTexture(DataDictionary& table, const DrawportTexture* from, const TextureSamplerEntry& to) {
+  BaseArray<InternedId> names;
+  for (const auto& [name, value] : table) {
+    const auto* entry = value.GetIf<TextureSamplerEntry>();
+    if (entry && entry->_texture == from) OSTRA_RETURN_IF_ERROR(names.Append(name));
+  }
+  for (const InternedId& name : names) {
+    TextureSamplerEntry entry = *FindTextureEntry(table, name);
+    entry._texture = to._texture;
+    entry._textureItem = to._textureItem;
+    entry._state = (entry._state & ~kFillStates) | (to._state & kFillStates);
+    OSTRA_RETURN_IF_ERROR(table.Set(name, std::move(entry)));
+  }
+  return !names.IsEmpty();
 }
 
 Result<Bool> EmptyTextureLinks(DataDictionary& links, const DrawportTexture* texture, const InternedId& textureId) {

@@ -26,10 +26,24 @@ using MakeTextureRoom = Delegate<Result<void>()>;
 // (kIsUnfilled): such a texture is not bound. It has one layer: texels of further
 // ones are left out, which the entry notes (kHasLayers). Errors: those of FindTextureFormat, of `makeRoom` and of the
 // cache; out of memory.
+// `use`: devices keep textures that are only read in a form that is faster to read.
+enum class TextureUse { ReadOnly, Written };
 Result<TextureSamplerEntry> MakeTextureEntry(const GpuContextData& data, const DataDictionary& table,
                                              const InternedId& attr, const TextureBindData& bindData,
                                              const NarrowTexels& narrow, const DrawportResourceKey& key,
-                                             const MakeTextureRoom& makeRoom = {});
+                                             const MakeTextureRoom& makeRoom = {},
+                                             TextureUse use = TextureUse::Written);
+
+// Whether programs may write the texture, or could not even if it were made for that.
+Bool IsWritableEntry(const GpuContextData& data, const TextureSamplerEntry& entry);
+// A texture with the texels of a read-only one, for programs that write. `key` is that of the texture `attr`. Errors:
+// those of reading and filling; out of memory.
+Result<TextureSamplerEntry> MakeWritableEntry(const GpuContextData& data, const DataDictionary& table,
+                                              const InternedId& attr, const TextureSamplerEntry& entry,
+                                              const DrawportResourceKey& key);
+// Lets all entries of `table` for the texture of `from` lead to that of `to`. Returns whether there were any. Error:
+// out of memory.
+Result<Bool> ReplaceTexture(DataDictionary& table, const DrawportTexture* from, const TextureSamplerEntry& to);
 
 // Writes other texels into a texture of `table`, as far as they reach, and describes it by `texBindData` from now on.
 // Texels of another format are taken as bytes. What fails while it is filled is written as a diagnostic and noted, and

@@ -81,21 +81,22 @@ Result<void> BindBuffer(const ParameterTarget& target, DrawportParameterHandle h
   return target.factory.SetParameterBuffer(target.values, handle, linked ? linked->_deviceBuffer : nullptr);
 }
 
-// A link whose texture was deleted leads to the program's texture of that name, once there is one again. Otherwise it
-// is none, and a parameter without link leads to the texture of its own name.
+Result<const TextureSamplerEntry*> FindLinkedTexture(const DrawportParameter& parameter, ParameterLinks& links,
+                                                     const DataDictionary& globals) {
+  const TextureSamplerEntry* linked = FindTextureEntry(links.textures, parameter.name);
+  if (linked && linked->_texture) return linked;
+  const Bool hasName = linked && linked->_textureId.IsPopulated();
+  const TextureSamplerEntry* global = hasName ? FindTextureEntry(globals, linked->_textureId) : nullptr;
+  if (!global) global = FindTextureEntry(globals, parameter.name);
+  if (!global) return linked;
+  OSTRA_RETURN_IF_ERROR(LinkTexture(links.textures, parameter.name, *global));
+  return FindTextureEntry(links.textures, parameter.name);
+}
+
 Result<void> BindTexture(const ParameterTarget& target, DrawportParameterHandle handle,
                          const DrawportParameter& parameter, ParameterLinks& links, const DataDictionary& globals,
                          std::string_view user) {
-  const TextureSamplerEntry* linked = FindTextureEntry(links.textures, parameter.name);
-  if (!linked || !linked->_texture) {
-    const Bool hasName = linked && linked->_textureId.IsPopulated();
-    const TextureSamplerEntry* global = hasName ? FindTextureEntry(globals, linked->_textureId) : nullptr;
-    if (!global) global = FindTextureEntry(globals, parameter.name);
-    if (global) {
-      OSTRA_RETURN_IF_ERROR(LinkTexture(links.textures, parameter.name, *global));
-      linked = FindTextureEntry(links.textures, parameter.name);
-    }
-  }
+  OSTRA_ASSIGN_OR_RETURN(const TextureSamplerEntry* const linked, FindLinkedTexture(parameter, links, globals));
   DrawportTexture* texture = linked ? linked->_texture : nullptr;
   if (texture) OSTRA_RETURN_IF_ERROR(CheckTextureType(parameter, *texture, user));
   if (texture) OSTRA_RETURN_IF_ERROR(CheckLayers(parameter, *linked, user));

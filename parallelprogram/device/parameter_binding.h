@@ -37,6 +37,12 @@ Result<void> LinkTexture(DataDictionary& links, const InternedId& attr, const Te
 Result<void> BindBuffer(const ParameterTarget& target, DrawportParameterHandle handle,
                         const DrawportParameter& parameter, ParameterLinks& links, const DataDictionary& globals);
 
+// What a texture parameter is linked to, null for nothing. A link whose texture was deleted leads to the program's
+// texture of that name, once there is one again. Otherwise it is none, and a parameter without link leads to the
+// texture of its own name. Error: out of memory.
+Result<const TextureSamplerEntry*> FindLinkedTexture(const DrawportParameter& parameter, ParameterLinks& links,
+                                                     const DataDictionary& globals);
+
 // The same for a texture or image. `user` is what the program is for its client, "kernel" or "stage". Error also:
 // illegal argument when a texture of other dimensions is linked, or one of several layers to a parameter that is read
 // by layer.

@@ -54,6 +54,7 @@ Result<void> GpuBinder::Bind(const InternedId& kernelId, const ParameterTarget& 
   OSTRA_RETURN_IF_ERROR(BindUniforms(*kernel, target, parameters));
   OSTRA_RETURN_IF_ERROR(BindBuffers(*kernel, target, parameters));
   if (g_outOfCoreParallelProgram) OSTRA_RETURN_IF_ERROR(_textures.Restore(_contexts, *kernel));
+  OSTRA_RETURN_IF_ERROR(MakeTexturesWritable(*kernel, parameters));
   OSTRA_RETURN_IF_ERROR(BindTextures(*kernel, target, parameters));
   OSTRA_RETURN_IF_ERROR(BindCounters(*kernel, target));
   return kernel->usesNoise ? _noises.Bind(*kernel, target) : Result<void>(OK);
@@ -69,6 +70,19 @@ Result<void> GpuBinder::BindBuffers(GpuKernel& kernel, const ParameterTarget& ta
     const DataBufferEntry* linked = FindBufferEntry(kernel.buffers, parameter.name);
     if (linked && linked->_deviceBuffer)
       OSTRA_RETURN_IF_ERROR(CheckElements(parameter, _buffers.GetStoredType(*linked)));
+  }
+  return OK;
+}
+
+// Before any texture is bound: one may be linked to several parameters.
+Result<void> GpuBinder::MakeTexturesWritable(GpuKernel& kernel, Block<const DrawportParameter> parameters) {
+  for (Int i = 0; i < parameters.GetCount(); ++i) {
+    const Bool isTexture = parameters[i].kind == DrawportParameterKind::Texture;
+    if (parameters[i].kind != DrawportParameterKind::Image && !(isTexture && _textures.AreAllWritable())) continue;
+    OSTRA_ASSIGN_OR_RETURN(const TextureSamplerEntry* const linked,
+                           FindLinkedTexture(parameters[i], kernel, _textures.GetNames()));
+    if (linked && linked->_texture)
+      OSTRA_RETURN_IF_ERROR(_textures.MakeWritable(_contexts, TextureSamplerEntry(*linked)));
   }
   return OK;
 }

@@ -26,6 +26,7 @@ class GpuBinder {
                     Block<const DrawportParameter> parameters);
   Result<void> BindBuffers(GpuKernel& kernel, const ParameterTarget& target,
                            Block<const DrawportParameter> parameters) const;
+  Result<void> MakeTexturesWritable(GpuKernel& kernel, Block<const DrawportParameter> parameters);
   Result<void> BindTextures(GpuKernel& kernel, const ParameterTarget& target,
                             Block<const DrawportParameter> parameters) const;
 

@@ -51,6 +51,7 @@ struct GpuKernel : RefCounted<GpuKernel>, ParameterLinks {
   Bool hasKnownModes = true;  // false: they have changed too often
   Int modeChanges = 0;
   Bool texturesChanged = false;  // a texture was deleted since the last UpdateUniforms
+  Bool needsUpdate = false;      // a texture was replaced since then that the program is set to
   UnknownNames unknownNames;     // that the binder has met
   Int contextNumber = 0;         // of the context of the last UpdateUniforms; 0 before
 

@@ -129,6 +129,7 @@ Result<void> ParallelProgramGPUImpl::UpdateDrawportContext(const DrawportContext
   OSTRA_RETURN_IF_ERROR(SubmitRecordedWork(_contexts.current));
   OSTRA_RETURN_IF_ERROR(BuildCopyKernel(data));  // nothing is compiled any more when this returns
   _recordings.Abandon(_contexts.current);
+  _textures.SetAllWritable(false);
   if (_contexts.current.ownsOffscreenContext) _contexts.previous = _contexts.current;
   _contexts.current = std::move(data);
   ++_contexts.number;
@@ -143,6 +144,7 @@ Result<void> ParallelProgramGPUImpl::Reset() {
   WaitForKernelCompile();
   OSTRA_RETURN_IF_ERROR(SubmitRecordedWork(_contexts.current));
   _recordings.ReleaseAll(_contexts.current, _contexts.number);
+  _textures.SetAllWritable(false);
   _kernels.Reset();
   _textures.Reset();
   _buffers.Reset();

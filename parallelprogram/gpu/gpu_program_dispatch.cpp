@@ -48,6 +48,7 @@ Result<void> ParallelProgramGPUImpl::UpdateUniforms() {
   OSTRA_RETURN_IF_ERROR(_compiler.UpdateNoiseModes(kernel));
   OSTRA_RETURN_IF_ERROR(_reports.LinkBuffer(_contexts.GetOwner(), kernel, kernel.contextNumber == _contexts.number));
   OSTRA_RETURN_IF_ERROR(kernel.compute->UpdateUniforms(_contexts.current.context, true));
+  kernel.needsUpdate = false;
   kernel.contextNumber = _contexts.number;
   return _recordings.NoteUpdate(active, _buffers.GetNames(), _textures.GetNames());
 }
@@ -65,6 +66,7 @@ Result<void> ParallelProgramGPUImpl::DispatchKernel(UInt32 countX, UInt32 countY
   if (g_outOfCoreParallelProgram) OSTRA_RETURN_IF_ERROR(UpdateUniforms());
   OSTRA_ASSIGN_OR_RETURN(GpuKernel & kernel, _kernels.GetRunnable());
   OSTRA_RETURN_IF_ERROR(CheckContext(kernel));
+  if (kernel.needsUpdate) OSTRA_RETURN_IF_ERROR(UpdateUniforms());
   OSTRA_RETURN_IF_ERROR(_recordings.CheckDispatch(kernel));
   if (!disableBarrier) OSTRA_RETURN_IF_ERROR(AddMemoryBarrier());
   const WorkGroupCounts counts = GetWorkGroupCounts(countX, countY, countZ, kernel.workGroupSize);
@@ -112,6 +114,7 @@ Result<void> ParallelProgramGPUImpl::DispatchIndirectKernel(const InternedId& bu
   const RunningCall call;
   OSTRA_ASSIGN_OR_RETURN(GpuKernel & kernel, _kernels.GetRunnable());
   OSTRA_RETURN_IF_ERROR(CheckContext(kernel));
+  if (kernel.needsUpdate) OSTRA_RETURN_IF_ERROR(UpdateUniforms());
   OSTRA_RETURN_IF_ERROR(_recordings.CheckDispatch(kernel));
   if (!disableBarrier) OSTRA_RETURN_IF_ERROR(AddMemoryBarrier());
   const DataBufferEntry* entry = _buffers.Find(buffer);

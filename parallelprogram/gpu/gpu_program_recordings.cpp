@@ -34,8 +34,17 @@ Result<void> UpdateNoise(DrawportCommandList& list, UInt64 work, const GpuRecord
 
 }  // namespace
 
-Result<void> ParallelProgramGPUImpl::BeginRecording() { return _recordings.Begin(_contexts.current, _contexts.number); }
-Result<UInt64> ParallelProgramGPUImpl::EndRecording() { return _recordings.End(_contexts.current); }
+Result<void> ParallelProgramGPUImpl::BeginRecording() {
+  OSTRA_RETURN_IF_ERROR(_recordings.Begin(_contexts.current, _contexts.number));
+  _textures.SetAllWritable(true);
+  return OK;
+}
+
+Result<UInt64> ParallelProgramGPUImpl::EndRecording() {
+  Result<UInt64> number = _recordings.End(_contexts.current);
+  _textures.SetAllWritable(_recordings.IsOpen());
+  return number;
+}
 
 Result<void> ParallelProgramGPUImpl::ReleaseRecording(UInt64 number) {
   return _recordings.Release(_contexts.current, number);

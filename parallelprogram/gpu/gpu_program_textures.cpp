@@ -53,7 +53,9 @@ Result<DrawportTextureSampler*> ParallelProgramGPUImpl::GetTextureSamplerHandle(
   return entry ? entry->_sampler : nullptr;
 }
 
+// Others may have it written by their programs.
 Result<DrawportTexture*> ParallelProgramGPUImpl::GetTextureHandle(const InternedId& attr) {
+  OSTRA_RETURN_IF_ERROR(_textures.MakeWritable(_contexts, attr));
   const TextureSamplerEntry* entry = _textures.Find(attr);
   return entry ? entry->_texture : nullptr;
 }
@@ -64,6 +66,7 @@ Result<DrawportTextureSamplerItemRef> ParallelProgramGPUImpl::GetTextureSamplerC
 }
 
 Result<DrawportTextureItemRef> ParallelProgramGPUImpl::GetTextureCacheRef(const InternedId& attr) {
+  OSTRA_RETURN_IF_ERROR(_textures.MakeWritable(_contexts, attr));
   OSTRA_ASSIGN_OR_RETURN(const TextureSamplerEntry& entry, _textures.GetNames().Get<TextureSamplerEntry>(attr));
   return entry._textureItem;
 }

@@ -12,8 +12,9 @@ OSTRA_UNIT("parallelprogram_gpu_impl");
 namespace ostra {
 namespace {
 
-constexpr Int kMinEvicted = 0x1000000;  // bytes; smaller textures stay
-constexpr Float64 kReserve = 0.1;       // of the whole memory, for everything else
+constexpr Int kMinEvicted = 0x1000000;   // bytes; smaller textures stay
+constexpr Float64 kReserve = 0.1;        // of the whole memory, for everything else
+constexpr UInt64 kReadOnlyKey = 0x526F;  // tells keys of read-only textures from those of others
 constexpr Int32 kWholeTexture = 1 << 30;
 
 Bool Holds(const GpuKernel& kernel, const DrawportTexture* texture) {
@@ -101,8 +102,17 @@ Result<void> GpuTextures::Store(const GpuContexts& contexts, const InternedId& a
                              return OK;
                            }));
   }
+  const Bool isReadOnly = bindData._data && bindData._dataSize > 0 && !_written.Contains(attr);
+  DrawportResourceKey ownKey = key;
+  if (isReadOnly) ownKey.values[2] = AppendToKey(key.values[2], kReadOnlyKey);
   OSTRA_ASSIGN_OR_RETURN(TextureSamplerEntry entry,
-                         MakeTextureEntry(contexts.current, _names, attr, bindData, _narrow, key, makeRoom));
+                         MakeTextureEntry(contexts.current, _names, attr, bindData, _narrow, ownKey, makeRoom,
+                                          isReadOnly ? TextureUse::ReadOnly : TextureUse::Written));
+  if (const TextureSamplerEntry* const before = Find(attr)) _readOnlyKeys.Erase(before->_texture);
+  if (isReadOnly) {
+    OSTRA_ASSIGN_OR_RETURN(const auto known, _readOnlyKeys.Insert(entry._texture));
+    *known.value = key;
+  }
   OSTRA_RETURN_IF_ERROR(_names.Set(attr, std::move(entry)));
   _evicted.Erase(attr);
   return OK;
@@ -110,6 +120,36 @@ Result<void> GpuTextures::Store(const GpuContexts& contexts, const InternedId& a
 
 Result<void> GpuTextures::Update(const GpuContextData& data, const InternedId& attr, const TextureBindData& bindData) {
   return UpdateTexture(data, _names, attr, bindData, _narrow);
+}
+
+Result<void> GpuTextures::MakeWritable(const GpuContexts& contexts, const InternedId& attr) {
+  const TextureSamplerEntry* entry = Find(attr);
+  return entry && entry->_texture ? MakeWritable(contexts, TextureSamplerEntry(*entry)) : Result<void>(OK);
+}
+
+Result<void> GpuTextures::MakeWritable(const GpuContexts& contexts, const TextureSamplerEntry& entry) {
+  if (!contexts.current.context || IsWritableEntry(contexts.current, entry)) return OK;
+  constexpr UInt64 kIsRefused = TextureSamplerEntry::kIsUnfilled | TextureSamplerEntry::kLackedMemory;
+  if ((GetFillState(entry, _names) & kIsRefused) != 0) return OK;  // the binder says so
+  InternedId attr;
+  for (const auto& [name, value] : _names) {
+    const auto* known = value.GetIf<TextureSamplerEntry>();
+    if (known && known->_texture == entry._texture) attr = name;
+  }
+  if (attr.IsEmpty()) return OK;
+  OSTRA_RETURN_IF_ERROR(_written.Insert(attr, true));
+  const DrawportResourceKey* const key = _readOnlyKeys.Find(entry._texture);
+  if (!key) return OK;
+  OSTRA_ASSIGN_OR_RETURN(const TextureSamplerEntry writable,
+                         MakeWritableEntry(contexts.current, _names, attr, entry, *key));
+  _readOnlyKeys.Erase(entry._texture);
+  OSTRA_ASSIGN_OR_RETURN(const BaseArray<GpuKernelRef> kernels, _kernels.GetAll());
+  for (const GpuKernelRef& kernel : kernels) {
+    OSTRA_ASSIGN_OR_RETURN(const Bool wasLinked, ReplaceTexture(kernel->textures, entry._texture, writable));
+    kernel->needsUpdate = kernel->needsUpdate || wasLinked;
+  }
+  OSTRA_RETURN_IF_ERROR(ReplaceTexture(_names, entry._texture, writable));
+  return OK;
 }
 
 Result<void> GpuTextures::Swap(const InternedId& one, const InternedId& two) {
@@ -133,6 +173,7 @@ Result<void> GpuTextures::Delete(const InternedId& attr, Bool isKept) {
     OSTRA_ASSIGN_OR_RETURN(const Bool wasLinked, EmptyTextureLinks(kernel->textures, entry->_texture, attr));
     kernel->texturesChanged = kernel->texturesChanged || wasLinked;
   }
+  _readOnlyKeys.Erase(entry->_texture);
   return _names.EraseData(attr);
 }
 
@@ -201,6 +242,8 @@ Result<void> GpuTextures::Restore(const GpuContexts& contexts, GpuKernel& kernel
 
 void GpuTextures::Reset() {
   _evicted.Reset();
+  _written.Reset();
+  _readOnlyKeys.Reset();
   _names.Reset();
 }
 

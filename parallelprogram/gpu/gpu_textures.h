@@ -32,6 +32,16 @@ class GpuTextures {
   // Makes evicted textures of the kernel again, in the place of others where room is missing.
   Result<void> Restore(const GpuContexts& contexts, GpuKernel& kernel);
 
+  // Textures begin as read-only ones where they are given texels. Before a kernel writes one, another that can be
+  // written takes its place in all links; kernels that were linked have to be updated again. Textures of others stay.
+  // Errors: those of MakeWritableEntry.
+  Result<void> MakeWritable(const GpuContexts& contexts, const TextureSamplerEntry& entry);
+  // The same for a texture whose handle is given to others. Nothing happens for an unknown name.
+  Result<void> MakeWritable(const GpuContexts& contexts, const InternedId& attr);
+  // While it is set, all textures that kernels use are made writable: recorded work names them for good.
+  void SetAllWritable(Bool isOn) { _areAllWritable = isOn; }
+  Bool AreAllWritable() const { return _areAllWritable; }
+
   // The textures that may be evicted, first to last. Error: out of memory.
   Result<void> SetEvictionOrder(const BaseArray<InternedId>& order) { return _evictionOrder.CopyFrom(order); }
   void SetNarrow(const NarrowTexels& narrow) { _narrow = narrow; }
@@ -57,6 +67,9 @@ class GpuTextures {
   BaseArray<InternedId> _evictionOrder;
   NarrowTexels _narrow;
   Bool _hasToldEviction = false;
+  Bool _areAllWritable = false;
+  HashMap<InternedId, Bool> _written;  // names whose next textures are writable from the beginning
+  HashMap<const DrawportTexture*, DrawportResourceKey> _readOnlyKeys;  // that they would have if they were written
 };
 
 // Bytes that are free and bytes in all on the device of a context; 0 without one.
