@@ -91,13 +91,11 @@ LanePrinter::Value LanePrinter::CallWord(NodeIndex node) {
   return {Join({"::ostra::OSTRA_LANES::", NameOf(node), "(", arguments, ")"}), Form::kLanes, TypeOf(node)};
 }
 
-Bool LanePrinter::IsChanged(NodeIndex parameter) const { return SetsArgument(_tree.nodes[parameter].flags); }
-
 Bool LanePrinter::ChangesArguments(NodeIndex call) const {
   if (KindOf(call) != NodeKind::kCall || _resolved.meaning[call].kind != MeaningKind::kFunction) return false;
   const auto parameters = _tree.GetChildren(_resolved.meaning[call].target);
   return std::any_of(parameters.begin() + 1, parameters.end() - 1,
-                     [this](NodeIndex parameter) { return IsChanged(parameter); });
+                     [this](NodeIndex parameter) { return SetsArgument(_tree.nodes[parameter].flags); });
 }
 
 Bool LanePrinter::HasChangingCall(NodeIndex expression) const {
@@ -146,7 +144,7 @@ LanePrinter::Value LanePrinter::CallFunction(NodeIndex node) {
     const NodeIndex argument = arguments[i], parameter = Child(function, i + 1);
     const Form form = isShared ? Form::kShared : FormOf(parameter);
     list += list.empty() ? "" : ", ";
-    if (IsChanged(parameter)) {
+    if (SetsArgument(_tree.nodes[parameter].flags)) {
       list += PassPlace(argument, parameter, form, copies);
       changed.push_back(FindRoot(argument));
     } else if (isShared) {
@@ -256,7 +254,7 @@ void LanePrinter::Function(NodeIndex function) {
   Bool canBeWritten = !type.empty();
   std::string parameters = "[[maybe_unused]] Mask ostraMask";
   for (const NodeIndex parameter : children.subspan(1, children.size() - 2)) {
-    const Bool isChanged = IsChanged(parameter);
+    const Bool isChanged = SetsArgument(_tree.nodes[parameter].flags);
     const Bool isInLanes = FormOf(parameter) == Form::kLanes;
     const TypeIndex own = TypeOf(parameter);
     if (_types[own].kind == TypeKind::kArray || (isInLanes ? !HasLaneType(own) : SharedType(own).empty())) {

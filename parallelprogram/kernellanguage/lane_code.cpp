@@ -112,8 +112,8 @@ LaneCode LanePrinter::Print() {
   Line({"}"});
   Line({"};"});
   if (_refusal) _text.clear();
-  const Bool isPaired = !_refusal && IsPaired();
-  return {std::move(_text), std::move(_refusal), isPaired};
+  const UInt32 pairedNumberCount = _refusal ? 0 : CountPairedNumbers();
+  return {std::move(_text), std::move(_refusal), pairedNumberCount};
 }
 
 LaneCode PrintLaneCode(const AnalyzedKernel& kernel, const LaneCodeOptions& options) {

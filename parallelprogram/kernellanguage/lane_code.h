@@ -27,8 +27,9 @@ struct LaneCode {
   std::string text;
   // What has no wide form, with its place; the text is empty then.
   std::optional<NotUnderstood> refusal;
-  // Whether the text is faster with two vectors of AVX-512 at a time (ostra/math/lanes/pairs.inl).
-  Bool isPaired = false;
+  // Of a text that is faster with two vectors at a time (ostra/math/lanes/pairs.inl) if all its numbers fit into the
+  // registers: how many differ between lanes. Else 0.
+  UInt32 pairedNumberCount = 0;
 };
 
 // `kernel` is understood and analyzed.

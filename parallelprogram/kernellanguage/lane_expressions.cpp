@@ -6,6 +6,13 @@ namespace {
 
 constexpr std::string_view kComponents[] = {"x", "y", "z", "w"};
 
+// Whether a node is a number of 32 bits other than 0 as it is written.
+Bool IsDivisor(const SyntaxTree& tree, NodeIndex node) {
+  LiteralValue value;
+  if (!tree.Is(node, NodeKind::kLiteral) || !ParseLiteral(tree.GetName(node), value)) return false;
+  return (value.scalar == Scalar::kInt32 || value.scalar == Scalar::kUInt32) && value.integer != 0;
+}
+
 }  // namespace
 
 Bool LanePrinter::IsHarmless(NodeIndex node) const {
@@ -127,6 +134,7 @@ std::string LanePrinter::SharedItself(NodeIndex node) {
     case NodeKind::kName: {
       const Meaning& meaning = _resolved.meaning[node];
       if (meaning.kind == MeaningKind::kWord) return SharedWord(node, "");
+      if (IsCount(node)) return _names.GetCount(meaning.target);
       if (meaning.kind == MeaningKind::kVariable && FormOf(meaning.target) == Form::kLanes) break;
       return meaning.kind == MeaningKind::kVariable ? _names.GetVariable(meaning.target) : std::string(NameOf(node));
     }
@@ -194,12 +202,6 @@ LanePrinter::Value LanePrinter::Evaluate(NodeIndex node) {
   return Convert(EvaluateItself(node), _resolved.converted[node], node);
 }
 
-Bool LanePrinter::IsDivisor(NodeIndex node) const {
-  LiteralValue value;
-  if (KindOf(node) != NodeKind::kLiteral || !ParseLiteral(NameOf(node), value)) return false;
-  return (value.scalar == Scalar::kInt32 || value.scalar == Scalar::kUInt32) && value.integer != 0;
-}
-
 LanePrinter::Value LanePrinter::EvaluateItself(NodeIndex node) {
   if (ChangesArguments(node)) return CallFunction(node);
   const Form form = FormOf(node);
@@ -207,7 +209,7 @@ LanePrinter::Value LanePrinter::EvaluateItself(NodeIndex node) {
   if (form != Form::kLanes && !isChange) {
     Value value{SharedItself(node), form, TypeOf(node)};
     if (form == Form::kLinear) value.stride = _uniformity.Get(node).stride;
-    value.isDivisor = IsDivisor(node);
+    value.isDivisor = IsDivisor(_tree, node);
     return value;
   }
   const auto children = _tree.GetChildren(node);
@@ -277,6 +279,7 @@ LanePrinter::Value LanePrinter::Name(NodeIndex node) {
     }
     Refuse(node, Join({NameOf(node), " in this place"}));
   }
+  if (IsCount(node)) return {_names.GetCount(meaning.target), Form::kShared, TypeOf(node)};
   // The expression may differ between lanes only as what it is converted to.
   Form form = FormOf(meaning.target);
   if (_isClamped[meaning.target]) form = Form::kClamped;
@@ -527,9 +530,8 @@ LanePrinter::Value LanePrinter::Binary(Operation operation, const Value& left, c
 // The lanes of the mask in which the condition holds. One comparison under the mask of another takes no instruction
 // more.
 std::string LanePrinter::ToMaskUnder(const std::string& mask, NodeIndex condition) {
-  const Bool isAnd = KindOf(condition) == NodeKind::kBinary &&
-                     _tree.nodes[condition].operation == Operation::kLogicalAnd && IsHarmless(condition);
-  if (!isAnd) return Join({"(", mask, " & ", ToMask(condition), ")"});
+  if (!_tree.IsBinary(condition, Operation::kLogicalAnd) || !IsHarmless(condition))
+    return Join({"(", mask, " & ", ToMask(condition), ")"});
   return ToMaskUnder(ToMaskUnder(mask, Child(condition, 0)), Child(condition, 1));
 }
 

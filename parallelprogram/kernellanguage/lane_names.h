@@ -22,6 +22,9 @@ class LaneNames {
     return std::string(_tree.GetName(variable));
   }
 
+  // The number of turns that the lanes of a loop share, beside the variable that counts them.
+  std::string GetCount(NodeIndex variable) const { return Join({"ostraCount_", GetVariable(variable)}); }
+
   // Whether a node is a buffer or an array in group memory.
   Bool IsMemory(NodeIndex node) const {
     if (_tree.Is(node, NodeKind::kBuffer)) return true;

@@ -8,20 +8,16 @@
 namespace ostra::kernellanguage {
 namespace {
 
-// Numbers that differ between invocations: half of the registers of AVX-512.
-constexpr UInt32 kMaxNumbers = 16;
+// Whether lanes that differ only leave the loop in the statement.
+Bool IsOnlyLeaving(const SyntaxTree& tree, NodeIndex statement) {
+  if (tree.Is(statement, NodeKind::kBlock)) {
+    const auto statements = tree.GetChildren(statement);
+    return statements.size() == 1 && IsOnlyLeaving(tree, statements[0]);
+  }
+  return tree.Is(statement, NodeKind::kBreak) || tree.Is(statement, NodeKind::kReturn);
+}
 
 }  // namespace
-
-// Whether lanes that differ only leave the loop in the statement.
-Bool LanePrinter::IsOnlyLeaving(NodeIndex statement) const {
-  const NodeKind kind = KindOf(statement);
-  if (kind == NodeKind::kBlock) {
-    const auto statements = _tree.GetChildren(statement);
-    return statements.size() == 1 && IsOnlyLeaving(statements[0]);
-  }
-  return kind == NodeKind::kBreak || kind == NodeKind::kReturn;
-}
 
 Bool LanePrinter::CanBePaired(NodeIndex node, Bool isInLoop, PairedWork& work) const {
   const NodeKind kind = KindOf(node);
@@ -41,7 +37,7 @@ Bool LanePrinter::CanBePaired(NodeIndex node, Bool isInLoop, PairedWork& work) c
       return false;
     case NodeKind::kIf:
       if (isInLoop && FormOf(Child(node, 0)) != Form::kShared &&
-          (Child(node, 2) != kNoNode || !IsOnlyLeaving(Child(node, 1))))
+          (Child(node, 2) != kNoNode || !IsOnlyLeaving(_tree, Child(node, 1))))
         return false;
       break;
     case NodeKind::kVariable:
@@ -81,12 +77,12 @@ Bool LanePrinter::CanBePaired(NodeIndex node, Bool isInLoop, PairedWork& work) c
                      [&](NodeIndex child) { return child == kNoNode || CanBePaired(child, isInLoop, work); });
 }
 
-Bool LanePrinter::IsPaired() const {
+UInt32 LanePrinter::CountPairedNumbers() const {
   PairedWork work;
   for (const NodeIndex function : _resolved.functions) {
-    if (!CanBePaired(function, true, work)) return false;
+    if (!CanBePaired(function, true, work)) return 0;
   }
-  return CanBePaired(_tree.kernel, false, work) && work.hasLoop && work.numberCount <= kMaxNumbers;
+  return CanBePaired(_tree.kernel, false, work) && work.hasLoop ? work.numberCount : 0;
 }
 
 }  // namespace ostra::kernellanguage

@@ -105,6 +105,8 @@ class LanePrinter {
   NodeKind KindOf(NodeIndex node) const { return _tree.nodes[node].kind; }
   TypeIndex TypeOf(NodeIndex node) const { return _resolved.type[node]; }
   Form FormOf(NodeIndex node) const;
+  // Whether the name of a variable stands for the number of turns that all lanes of a loop share.
+  Bool IsCount(NodeIndex name) const;
   // Whether an expression may be computed in lanes that are off: it touches no memory, traps nowhere, calls no function
   // of the file and changes nothing.
   Bool IsHarmless(NodeIndex node) const;
@@ -132,9 +134,7 @@ class LanePrinter {
   std::string Shared(NodeIndex node);        // C++ of one value for all lanes, or for the first one of a linear value
   std::string SharedItself(NodeIndex node);  // before its conversion
   std::string SharedWord(NodeIndex node, std::string_view component);
-  Value Evaluate(NodeIndex node);  // as it is wanted where it stands
-  // Whether a node is a number of 32 bits other than 0 as it is written.
-  Bool IsDivisor(NodeIndex node) const;
+  Value Evaluate(NodeIndex node);        // as it is wanted where it stands
   Value EvaluateItself(NodeIndex node);  // before its conversion
   std::string InLanes(NodeIndex node) { return ToLanes(Evaluate(node), node); }
   std::string ToLanes(const Value& value, NodeIndex place);
@@ -171,7 +171,6 @@ class LanePrinter {
   Bool IsMatrixFunction(NodeIndex call) const;
   Bool IsLibraryFunction(NodeIndex call) const;
   Value CallFunction(NodeIndex node);
-  Bool IsChanged(NodeIndex parameter) const;
   Bool ChangesArguments(NodeIndex call) const;
   Bool HasChangingCall(NodeIndex expression) const;
   NodeIndex FindRoot(NodeIndex place) const;
@@ -196,9 +195,8 @@ class LanePrinter {
   Bool MayBeReadLater(NodeIndex variable) const;
 
   // lane_pairs.cpp
-  Bool IsPaired() const;
+  UInt32 CountPairedNumbers() const;
   Bool CanBePaired(NodeIndex node, Bool isInLoop, PairedWork& work) const;
-  Bool IsOnlyLeaving(NodeIndex statement) const;
 
   // lane_rows.cpp
   void FindRows();
@@ -223,6 +221,7 @@ class LanePrinter {
   void Variable(NodeIndex node);
   void ArrayVariable(NodeIndex node, TypeIndex type);
   void Effect(NodeIndex expression);
+  Bool StepCount(NodeIndex expression);
   void Assign(NodeIndex target, const Value& value);
   Bool AssignElements(NodeIndex target, const Value& value);
   void Change(NodeIndex target, Operation operation, const Value* by, TypeIndex computed);
@@ -230,13 +229,13 @@ class LanePrinter {
   void Loop(NodeIndex node);
   void PlainLoop(NodeIndex node);
   void MaskedLoop(NodeIndex node);
+  void LeaveUnless(const std::string& mask, NodeIndex condition);
   void Switch(NodeIndex node);
   void Leave(NodeIndex node);
   void Return(NodeIndex node);
   NodeIndex FindVariable(NodeIndex place, std::string& text);
   // A step of a loop that is one C++ expression, the same for all lanes.
   Bool IsSharedEffect(NodeIndex expression) const;
-  std::string SharedEffect(NodeIndex expression) { return SharedItself(expression); }
   void InBranch(const std::string& mask, NodeIndex statement);
 
   const SyntaxTree& _tree;

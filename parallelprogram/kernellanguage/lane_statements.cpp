@@ -119,7 +119,11 @@ void LanePrinter::Variable(NodeIndex node) {
     const std::string lanes = _isInRows[node] ? RowsType(type) : LaneType(type, node);
     _variableDepths[node] = static_cast<int>(_masks.size());
     if (value == kNoNode) return Line({"[[maybe_unused]] ", lanes, " ", name, "{};"});
-    const Value first = Evaluate(value);
+    Value first = Evaluate(value);
+    if (_uniformity.isCounter[node]) {
+      Line({SharedType(type), " ", _names.GetCount(node), " = ", first.text, ";"});
+      first.text = _names.GetCount(node);
+    }
     _isClamped[node] = first.form == Form::kClamped && first.type == type && !_uses.isChanged[node] && !_isKept[node];
     if (_isClamped[node]) return Line({"[[maybe_unused]] const auto ", name, " = ", first.text, ";"});
     return Line(
@@ -162,7 +166,27 @@ void LanePrinter::ArrayVariable(NodeIndex node, TypeIndex type) {
         value == kNoNode ? "" : " = {", values, value == kNoNode ? ";" : "};"});
 }
 
+// Moves on the number of turns that all lanes of a loop share, and that of each lane; lanes that have left the loop
+// keep what they have. Answers false for other expressions.
+Bool LanePrinter::StepCount(NodeIndex node) {
+  const NodeKind kind = KindOf(node);
+  const Bool isStep = kind == NodeKind::kAssign || kind == NodeKind::kPostfix || kind == NodeKind::kUnary;
+  if (!isStep || !IsCount(Child(node, 0))) return false;
+  const NodeIndex place = Child(node, 0), variable = _resolved.meaning[place].target;
+  const std::string name = _names.GetVariable(variable);
+  Line({SharedItself(node), ";"});
+  if (kind != NodeKind::kAssign && !IsFloating(_types[TypeOf(place)].scalar)) {
+    const Bool isUp = _tree.nodes[node].operation == Operation::kIncrement;
+    Line({name, isUp ? " = Increment(" : " = Decrement(", GetMask(), ", ", name, ");"});
+  } else {
+    const std::string lanes = ToLanes({_names.GetCount(variable), Form::kShared, TypeOf(place)}, place);
+    Line({name, " = Select(", GetMask(), ", ", lanes, ", ", name, ");"});
+  }
+  return true;
+}
+
 void LanePrinter::Effect(NodeIndex node) {
+  if (StepCount(node)) return;
   const auto children = _tree.GetChildren(node);
   const Operation operation = _tree.nodes[node].operation;
   switch (KindOf(node)) {
@@ -371,7 +395,7 @@ void LanePrinter::PlainLoop(NodeIndex node) {
   if (isDoWhile)
     Line({"do {"});
   else
-    Line({"for (; ", both, "; ", step != kNoNode && isStepShared ? SharedEffect(step) : "", ") {"});
+    Line({"for (; ", both, "; ", step != kNoNode && isStepShared ? SharedItself(step) : "", ") {"});
   std::string mask = GetMask();
   std::string continued;
   if (hasMaskedContinue) {
@@ -404,6 +428,17 @@ void LanePrinter::PlainLoop(NodeIndex node) {
   Line({"}"});
 }
 
+// Takes the lanes out of the mask of a loop for which the condition does not hold. What is the same in all lanes ends
+// the loop for all of them.
+void LanePrinter::LeaveUnless(const std::string& mask, NodeIndex condition) {
+  if (FormOf(condition) == Form::kShared) return Line({"if (!static_cast<Bool>(", Shared(condition), ")) break;"});
+  const Bool isAnd = _tree.IsBinary(condition, Operation::kLogicalAnd);
+  if (!isAnd || (FormOf(Child(condition, 0)) != Form::kShared && !IsHarmless(condition)))
+    return Line({mask, " = ", ToMaskUnder(mask, condition), ";"});
+  LeaveUnless(mask, Child(condition, 0));
+  LeaveUnless(mask, Child(condition, 1));
+}
+
 // A loop that lanes leave one by one.
 void LanePrinter::MaskedLoop(NodeIndex node) {
   const LoopParts loop = GetLoopParts(node);
@@ -418,8 +453,8 @@ void LanePrinter::MaskedLoop(NodeIndex node) {
   const auto test = [&] {
     if (loop.condition == kNoNode) return;
     MarkLine(loop.condition);
-    Line({mask, " = ", ToMaskUnder(mask, loop.condition), ";"});
-    Line({"if (None(", mask, ")) break;"});
+    LeaveUnless(mask, loop.condition);
+    if (FormOf(loop.condition) != Form::kShared) Line({"if (None(", mask, ")) break;"});
   };
   Line({"for (;;) {"});
   if (!isDoWhile) test();

@@ -22,6 +22,12 @@ LanePrinter::Form LanePrinter::FormOf(NodeIndex node) const {
   return uniformity.variance == Variance::kLinear ? Form::kLinear : Form::kLanes;
 }
 
+Bool LanePrinter::IsCount(NodeIndex name) const {
+  const Meaning& meaning = _resolved.meaning[name];
+  return KindOf(name) == NodeKind::kName && meaning.kind == MeaningKind::kVariable &&
+         _uniformity.isCounter[meaning.target] && FormOf(name) == Form::kShared;
+}
+
 std::string LanePrinter::SharedType(TypeIndex type) const {
   const Type& kind = _types[type];
   if (kind.kind == TypeKind::kVoid) return "void";

@@ -167,6 +167,10 @@ class SyntaxTree {
     return index < nodes[node].childCount ? children[nodes[node].firstChild + index] : kNoNode;
   }
   Bool Is(NodeIndex node, NodeKind kind) const { return node != kNoNode && nodes[node].kind == kind; }
+  // A kBinary of that operation.
+  Bool IsBinary(NodeIndex node, Operation operation) const {
+    return Is(node, NodeKind::kBinary) && nodes[node].operation == operation;
+  }
   Bool HasFlag(NodeIndex node, NodeFlag flag) const { return nodes[node].flags & flag; }
 
   // The same nodes, names and flags in the same order; where they stand in the source does not matter.

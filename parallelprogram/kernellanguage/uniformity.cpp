@@ -6,6 +6,7 @@
 #include "parallelprogram/kernellanguage/join.h"
 #include "parallelprogram/kernellanguage/library_words.h"
 #include "parallelprogram/kernellanguage/literal.h"
+#include "parallelprogram/kernellanguage/loop_counters.h"
 #include "parallelprogram/kernellanguage/operations.h"
 
 namespace ostra::kernellanguage {
@@ -45,7 +46,11 @@ class Analyzer {
     _table.nodes.assign(count, kSame);
     _table.isLeftApart.assign(count, false);
     _table.isCalledWide.assign(count, false);
+    _table.isCounter.assign(count, false);
     _table.causes.assign(count, kNoNode);
+    if (scope == UniformityScope::kRow) _countedLoops = FindLoopCounters(tree, resolved);
+    _countedLoops.resize(count, kNoNode);
+    _counts.assign(count, kSame);
     _regionOf.assign(count, 0);
     _isInterrupted.assign(count, false);
     _losesLanes.assign(count, false);
@@ -70,7 +75,10 @@ class Analyzer {
         AnalyzeBody(function, _tree.GetChildren(function).back());
       }
     } while (_hasChanged && ++sweep < kMaxSweeps);
-    if (_hasChanged) GiveUp();
+    if (_hasChanged)
+      GiveUp();
+    else
+      MarkCounters();
     return std::move(_table);
   }
 
@@ -92,6 +100,12 @@ class Analyzer {
     std::fill(_table.isLeftApart.begin(), _table.isLeftApart.end(), true);
     std::fill(_table.isCalledWide.begin(), _table.isCalledWide.end(), true);
     std::fill(_table.causes.begin(), _table.causes.end(), kNoNode);
+  }
+
+  void MarkCounters() {
+    for (NodeIndex node = 0; node < _countedLoops.size(); ++node)
+      _table.isCounter[node] =
+          _countedLoops[node] != kNoNode && _counts[node].IsSame() && _table.nodes[node] == kVarying;
   }
 
   void AnalyzeBody(NodeIndex function, NodeIndex block) {
@@ -116,6 +130,17 @@ class Analyzer {
   // One more of the values of a variable.
   void RaiseVariable(NodeIndex variable, const Uniformity& value, NodeIndex cause, Bool isFirst = false) {
     Raise(variable, isFirst ? value : Merge(_table.nodes[variable], value), cause);
+  }
+  // One more of the values of a counter in its loop.
+  void RaiseCount(NodeIndex variable, const Uniformity& value) {
+    const Uniformity count = Merge(_counts[variable], value);
+    if (count != _counts[variable]) _hasChanged = true;
+    _counts[variable] = count;
+  }
+  Bool IsInCountedLoop(NodeIndex variable) const {
+    return _countedLoops[variable] != kNoNode &&
+           std::any_of(_targets.begin(), _targets.end(),
+                       [loop = _countedLoops[variable]](const Target& target) { return target.node == loop; });
   }
   void SetFlag(std::vector<Bool>& flags, NodeIndex node) {
     if (!flags[node]) _hasChanged = true;
@@ -201,6 +226,7 @@ class Analyzer {
     if (value == kNoNode) return;
     const Uniformity given = Value(value);
     RaiseVariable(variable, given, value, _table.nodes[variable] == kSame);
+    RaiseCount(variable, given);
     _isAssigned[variable] = true;
   }
 
@@ -356,7 +382,7 @@ class Analyzer {
   Uniformity NameValue(const Meaning& meaning) {
     if (meaning.kind == MeaningKind::kVariable) {
       _cause = meaning.target;
-      return _table.nodes[meaning.target];
+      return IsInCountedLoop(meaning.target) ? _counts[meaning.target] : _table.nodes[meaning.target];
     }
     const Bool isSame = meaning.kind == MeaningKind::kParameter || meaning.word == WordId::kWorkGroupSize ||
                         (_isInOneGroup && meaning.word == WordId::kWorkGroup);
@@ -527,6 +553,9 @@ class Analyzer {
     const NodeIndex variable = meaning.target;
     if (isPart && value.variance == Variance::kLinear) value = kVarying;
     const Region control = GetControl(_regionOf[variable]);
+    // Lanes that have left the loop no longer count.
+    if (IsInCountedLoop(variable))
+      RaiseCount(variable, control.variance == Variance::kUniform ? value : Merge(value, kRow));
     // Lanes that have returned keep what they had.
     const Bool isOut = _tree.Is(variable, NodeKind::kFunctionParameter) && _hasVaryingReturn[_function] &&
                        (_tree.nodes[variable].flags & (kIsOut | kIsInOut | kIsReference));
@@ -642,59 +671,24 @@ class Analyzer {
   const ResolvedTree& _resolved;
   const Bool _isOfGroup, _isInOneGroup;
   UniformityTable _table;
-  std::vector<std::size_t> _regionOf;   // per variable: regions that were open when it was declared
-  std::vector<Bool> _isInterrupted;     // loops with a break or continue of some lanes
-  std::vector<Bool> _losesLanes;        // loops with a return of some lanes
-  std::vector<Bool> _hasVaryingReturn;  // functions
-  std::vector<Bool> _isCalledVarying;   // functions: some lanes only
-  std::vector<Bool> _isAssigned;        // variables: some value is known
+  std::vector<NodeIndex> _countedLoops;  // of variables: see FindLoopCounters
+  std::vector<Uniformity> _counts;       // of such variables in their loops
+  std::vector<std::size_t> _regionOf;    // per variable: regions that were open when it was declared
+  std::vector<Bool> _isInterrupted;      // loops with a break or continue of some lanes
+  std::vector<Bool> _losesLanes;         // loops with a return of some lanes
+  std::vector<Bool> _hasVaryingReturn;   // functions
+  std::vector<Bool> _isCalledVarying;    // functions: some lanes only
+  std::vector<Bool> _isAssigned;         // variables: some value is known
   std::vector<Region> _regions;
   std::vector<Target> _targets;
   NodeIndex _function = kNoNode, _cause = kNoNode, _breakCause = kNoNode;
   Bool _hasLostLanes = false, _hasReturnedValue = false, _hasChanged = false;
 };
 
-std::string DescribeStep(const SyntaxTree& tree, const ResolvedTree& resolved, NodeIndex node, NodeIndex next) {
-  const std::string_view name = tree.GetName(node);
-  const NodeKind kind = tree.nodes[node].kind;
-  if (kind == NodeKind::kVariable || kind == NodeKind::kFunctionParameter)
-    return Join({"\"", name, "\" differs between invocations"});
-  if (kind == NodeKind::kFunction) return Join({"the result of \"", name, "\" differs between invocations"});
-  if (next != kNoNode) return "it is computed here";
-  const Bool isShared = kind == NodeKind::kSharedArray;
-  if (isShared) return Join({"\"", name, "\" holds what other invocations of the group have written"});
-  if (kind == NodeKind::kMemberOf || kind == NodeKind::kName) return "the number of the invocation differs along x";
-  if (kind == NodeKind::kIndex || kind == NodeKind::kLocalData)
-    return "an element of a buffer that the kernel may write";
-  if (kind == NodeKind::kCall && resolved.meaning[node].word == WordId::kLinearInvocation)
-    return "the number of the invocation differs along x";
-  if (kind == NodeKind::kCall && IsAtomic(resolved.meaning[node].word))
-    return "every invocation gets another value before";
-  return "it differs here";
-}
-
 }  // namespace
 
 UniformityTable AnalyzeUniformity(const SyntaxTree& tree, const ResolvedTree& resolved, UniformityScope scope) {
   return Analyzer(tree, resolved, scope).Run();
-}
-
-std::vector<UniformityReason> Explain(const SyntaxTree& tree, const ResolvedTree& resolved,
-                                      const UniformityTable& table, NodeIndex node) {
-  std::vector<UniformityReason> reasons;
-  if (node == kNoNode || table.Get(node).IsSame()) return reasons;
-  while (node != kNoNode && reasons.size() < kMaxReasons) {
-    const NodeIndex next = table.causes[node];
-    // Nodes on the way that only pass a value on say nothing new.
-    const NodeKind kind = tree.nodes[node].kind;
-    const Bool isPassing = next != kNoNode && (kind == NodeKind::kName || kind == NodeKind::kConstruct ||
-                                               kind == NodeKind::kCast || kind == NodeKind::kBinary);
-    if (!isPassing || reasons.empty()) reasons.push_back({node, DescribeStep(tree, resolved, node, next)});
-    const Bool isKnown = std::any_of(reasons.begin(), reasons.end(), [&](const auto& r) { return r.node == next; });
-    if (isKnown) break;
-    node = next;
-  }
-  return reasons;
 }
 
 }  // namespace ostra::kernellanguage

@@ -49,6 +49,9 @@ struct UniformityTable {
   std::vector<Uniformity> nodes;
   // Loops and switches that some lanes leave before others, by break or by a condition that differs.
   std::vector<Bool> isLeftApart;
+  // Variables that differ, but count the turns of a loop (loop_counters.h) by steps that are the same in all lanes:
+  // their names are not kVarying in that loop.
+  std::vector<Bool> isCounter;
   // kFunctions that are called with arguments of which not all are the same in all lanes.
   std::vector<Bool> isCalledWide;
   // What made a node differ: the node to look at next; kNoNode at a source.

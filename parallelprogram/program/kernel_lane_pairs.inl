@@ -3,8 +3,13 @@
 #include "ostra/math/lanes/pairs.inl"
 #include "parallelprogram/program/kernel_lanes.inl"
 
-#ifndef OSTRA_HAS_KERNEL_LANE_PAIRS
-#define OSTRA_HAS_KERNEL_LANE_PAIRS
+#if (OSTRA_LANE_LEVEL == 1 && !defined(OSTRA_HAS_KERNEL_LANE_PAIRS_1)) || \
+    (OSTRA_LANE_LEVEL == 2 && !defined(OSTRA_HAS_KERNEL_LANE_PAIRS_2))
+#if OSTRA_LANE_LEVEL == 1
+#define OSTRA_HAS_KERNEL_LANE_PAIRS_1
+#else
+#define OSTRA_HAS_KERNEL_LANE_PAIRS_2
+#endif
 
 #define OSTRA_LANE_PAIRS
 #include "ostra/math/lanes/level_begin.inl"

@@ -125,7 +125,7 @@ TEST(LaneCodeTest, OnlyVariablesThatAreReadBehindALoopAreKeptForTheLanesThatHave
   const LaneCode plain = Print(start + loop + end);
   EXPECT_FALSE(HasText(plain, "x = Select("));
   EXPECT_FALSE(HasText(plain, "y = Select("));
-  EXPECT_TRUE(HasText(plain, "n = Select("));
+  EXPECT_TRUE(HasText(plain, "n = Increment("));
   EXPECT_TRUE(HasText(Print(start + loop + "UNIFORM_BUFFER(out)[i] = y;" + end), "y = Select("));
   // A loop around it begins again with what is left.
   EXPECT_TRUE(HasText(Print(start + "for (int k = 0; k < 3; k++) { " + loop + " }" + end), "x = Select("));
@@ -133,6 +133,21 @@ TEST(LaneCodeTest, OnlyVariablesThatAreReadBehindALoopAreKeptForTheLanesThatHave
   EXPECT_TRUE(
       HasText(Print(start + "while (x < 9.0) { x += 1.0; if (x > 3.0) { y = 2.0; continue; } x += y; n++; }" + end),
               "y = Select("));
+}
+
+TEST(LaneCodeTest, WhatLanesStillCountTogetherEndsTheLoopForAllOfThem) {
+  const std::string start = "uint i = InGlobalInvocationID.x; float x = float(i);\n";
+  const std::string end = "UNIFORM_BUFFER(counts)[i] = n;";
+  const LaneCode counted = Print(start + "uint n = 0u; while (n < 9u && x < 9.0) { x = x * x; n++; }" + end);
+  EXPECT_TRUE(HasText(counted, "if (!static_cast<Bool>((ostraCount_n < 9u))) break;"));
+  EXPECT_TRUE(HasText(counted, "(ostraCount_n++);"));
+  EXPECT_TRUE(HasText(counted, "n = Increment("));
+  const LaneCode behind = Print(start + "uint n = 2u; while (x < 9.0 && n < 9u) { x = x * x; n += 3u; }" + end);
+  EXPECT_TRUE(HasText(behind, "if (!static_cast<Bool>((ostraCount_n < 9u))) break;"));
+  EXPECT_TRUE(HasText(behind, "n = Select("));
+  // Lanes begin with numbers of their own.
+  EXPECT_FALSE(
+      HasText(Print(start + "uint n = i * i; while (n < 99u && x < 9.0) { x = x * x; n++; }" + end), "Count_"));
 }
 
 TEST(LaneCodeTest, VectorsThatAreNotTakenApartStayInRows) {
@@ -163,15 +178,16 @@ TEST(LaneCodeTest, PositionsThatAreKeptWithinBoundsAreRuns) {
 }
 
 TEST(LaneCodeTest, ShortLoopsOfArithmeticRunTwoVectorsAtATime) {
-  const auto isPaired = [](const std::string& body) {
+  const auto countNumbers = [](const std::string& body) {
     return Print("uint i = InGlobalInvocationID.x; float x = float(i);\n" + body +
                  "\nUNIFORM_BUFFER(out)[i] = x * sqrt(x);")
-        .isPaired;
+        .pairedNumberCount;
   };
+  const auto isPaired = [&](const std::string& body) { return countNumbers(body) > 0; };
   EXPECT_TRUE(isPaired("while (x < 9.0) { x = x * 1.5 + 1.0; }"));
   EXPECT_TRUE(
       isPaired("for (uint k = 0u; k < UNIFORM(n); k++) { x += UNIFORM_BUFFER(in)[k]; if (x > 4.0) { break; } }"));
-  // No loop; other ways, calls, elements and textures; too many numbers.
+  // No loop; other ways, calls, elements and textures.
   EXPECT_FALSE(isPaired("x = x + 1.0;"));
   EXPECT_FALSE(isPaired("while (x < 9.0) { if (x > 4.0) { x += 1.0; } x += 2.0; }"));
   EXPECT_FALSE(isPaired("while (x < 9.0) { x += exp(x); }"));
@@ -179,9 +195,10 @@ TEST(LaneCodeTest, ShortLoopsOfArithmeticRunTwoVectorsAtATime) {
       isPaired("uint k = i * i; while (x < 9.0) { k += i * 3u; x += UNIFORM_BUFFER(in)[k % 7u] * x * x * x * x * x * x "
                "* x * x; }"));
   EXPECT_FALSE(isPaired("while (x < 9.0) { x += SampleTexture(image, vec2(x, x)).x; }"));
-  EXPECT_FALSE(
-      isPaired("vec4 a = vec4(x, x, x, x); vec4 b = a * x; vec4 c = a * b; vec4 d = b * c;\n"
-               "while (x < 9.0) { x += dot(a, b) + dot(c, d); }"));
+  EXPECT_EQ(countNumbers("while (x < 9.0) { float y = x * 1.5; x = y + 1.0; }"), 2u);
+  EXPECT_EQ(countNumbers("vec4 a = vec4(x, x, x, x); vec4 b = a * x; vec4 c = a * b; vec4 d = b * c;\n"
+                         "while (x < 9.0) { x += dot(a, b) + dot(c, d); }"),
+            17u);
 }
 
 TEST(LaneCodeTest, PlacesThatCallsChangeMustNotOverlap) {

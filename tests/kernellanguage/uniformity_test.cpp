@@ -132,6 +132,30 @@ TEST(UniformityTest, LoopsThatLanesLeaveApartMakeTheirVariablesDiffer) {
       << "the inner loop is left by all lanes";
 }
 
+TEST(UniformityTest, LanesThatAreStillInALoopHaveTheSameNumberOfTurns) {
+  const auto find = [](std::string_view count, std::string_view step) {
+    return FindAfterStart(
+        Join({"uint t = 0u; ", count, " while (a < 9.0) { uint r = n; a = a * a + 1.0; ", step, " }"}));
+  };
+  EXPECT_EQ(find("uint n = 0u;", "n++;"), "row");
+  EXPECT_EQ(find("uint n = u;", "n += u; if (a > 3.0) break;"), "row");
+  EXPECT_EQ(find("uint n = row;", "n = n * 2u + u; --n;"), "row");
+  EXPECT_EQ(FindAfterStart("int n = 0; for (; n < 9; n++) { int r = n; if (a > 1.0) continue; if (a > 0.5) break; }"),
+            "row");
+  EXPECT_EQ(FindAfterStart("int n = 0; do { n++; } while (a > float(n)); int r = n;"), "varying");
+  // Lanes begin with numbers of their own, go on by steps of their own, or not in every turn.
+  EXPECT_EQ(find("uint n = i;", "n++;"), "varying");
+  EXPECT_EQ(find("uint n = 0u;", "n += i;"), "varying");
+  EXPECT_EQ(find("uint n = 0u;", "if (a > 3.0) n++;"), "varying");
+  EXPECT_EQ(find("uint n = 0u;", "if (a > 3.0) continue; n++;"), "varying");
+  EXPECT_EQ(find("uint n = 0u;", "while (a > 2.0) { a -= 1.0; n++; }"), "varying");
+  EXPECT_EQ(find("uint n = 0u;", "n++; if (a > 3.0) n = 4u;"), "varying");
+  EXPECT_EQ(find("uint n = 0u; n = i;", "n++;"), "varying");
+  EXPECT_EQ(find("uint n = 0u; while (a < 2.0) { a += 1.0; n++; }", "n++;"), "varying");
+  EXPECT_EQ(find("uint n = 0u;", "n++; t = n++;"), "varying");
+  EXPECT_EQ(find("uint n = 0u;", "++(++n);"), "varying");
+}
+
 TEST(UniformityTest, LoopsSayWhetherTheyAreLeftApart) {
   const auto isApart = [](std::string_view body, NodeKind kind) {
     const AnalyzedKernel kernel = AnalyzeBody(Join({kStart, body}));

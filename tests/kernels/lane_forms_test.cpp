@@ -203,6 +203,32 @@ TEST_P(LaneFormsTest, ShortLoopsOfArithmetic) {
   }
 }
 
+TEST_P(LaneFormsTest, ShortLoopsThatCountTheirTurns) {
+  for (int run = 0; run < 10; ++run) {
+    const auto numbers = _random.MakeFloats(_length);
+    CompareWays("net.ostra.test.lanesteps.krn", {_length + 3, 1, 1}, [&](KernelRunner& runner) {
+      runner.SetValue("count", _length);
+      runner.SetValue("most", Int32{9});
+      runner.SetValue("limit", 20.0f);
+      runner.SetBuffer<Float32>("numbers", numbers);
+      runner.SetBuffer<Float32>("ways", std::vector<Float32>(_length, 0.5f));
+      runner.SetBuffer<Int32>("turns", std::vector<Int32>(_length, 12345));
+    });
+  }
+}
+
+TEST_P(LaneFormsTest, NumbersOfTurnsOfLoopsThatInvocationsLeaveApart) {
+  for (int run = 0; run < 10; ++run) {
+    const auto numbers = _random.MakeIntegers<Int32>(_length, 0, 25);
+    CompareWays("net.ostra.test.lanecounts.krn", {_length + 3, 1, 1}, [&](KernelRunner& runner) {
+      runner.SetValue("count", _length);
+      runner.SetValue("most", Int32{3 + run});
+      runner.SetBuffer<Int32>("numbers", numbers);
+      runner.SetBuffer<Int32>("results", std::vector<Int32>(_length, 12345));
+    });
+  }
+}
+
 TEST_P(LaneFormsTest, StructsAndMatrices) {
   for (Int32 mode = 0; mode < 3; ++mode) {
     const auto numbers = _random.MakeFloats(_length);

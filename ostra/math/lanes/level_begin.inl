@@ -13,8 +13,13 @@
 #define OSTRA_LANES lanes4
 #define OSTRA_LANE_COUNT 4
 #elif OSTRA_LANE_LEVEL == 1
+#ifdef OSTRA_LANE_PAIRS
+#define OSTRA_LANES pairs8
+#define OSTRA_LANE_COUNT 16
+#else
 #define OSTRA_LANES lanes8
 #define OSTRA_LANE_COUNT 8
+#endif
 #ifdef __clang__
 #pragma clang attribute push(__attribute__((target("avx2,fma,f16c,bmi,bmi2"))), apply_to = function)
 #else
@@ -23,7 +28,7 @@
 #endif
 #elif OSTRA_LANE_LEVEL == 2
 #ifdef OSTRA_LANE_PAIRS
-#define OSTRA_LANES lanes32
+#define OSTRA_LANES pairs16
 #define OSTRA_LANE_COUNT 32
 #else
 #define OSTRA_LANES lanes16

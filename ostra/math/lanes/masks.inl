@@ -166,7 +166,16 @@ struct Mask {
   // `a` where the mask holds, `b` elsewhere.
   template <class T>
   OSTRA_LANE_INLINE T Choose(T a, T b) const {
-    return As<std::remove_cvref_t<decltype(a[0])>>() ? a : b;
+    using Element = std::remove_cvref_t<decltype(a[0])>;
+#if OSTRA_LANE_LEVEL == 1 && !defined(__clang__)
+    // GCC 12 would compare the mask with 0 first.
+    if constexpr (sizeof(Element) == sizeof(Int32))
+      return reinterpret_cast<T>(__builtin_ia32_blendvps256(reinterpret_cast<Native<Float32>>(b),
+                                                            reinterpret_cast<Native<Float32>>(a),
+                                                            reinterpret_cast<Native<Float32>>(v)));
+    else
+#endif
+      return As<Element>() ? a : b;
   }
 
   OSTRA_LANE_INLINE Bool Get(int lane) const { return v[lane] != 0; }

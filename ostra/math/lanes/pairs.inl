@@ -1,19 +1,28 @@
-// Lanes of twice as many invocations as the vectors of AVX-512 hold: each value is a pair of them.
+// Lanes of twice as many invocations as the vectors of AVX2 or AVX-512 hold: each value is a pair of them.
 //
 // The steps of one half fill the time in which those of the other are not done, as long as both fit into the registers.
 // The names are those of the single form (masks.inl, values.inl, functions.inl, memory.inl), in a namespace of their
 // own; what is not here has no such form.
 #include "ostra/math/lanes/lanes.inl"
 
-#ifndef OSTRA_HAS_LANE_PAIRS
-#define OSTRA_HAS_LANE_PAIRS
+#if (OSTRA_LANE_LEVEL == 1 && !defined(OSTRA_HAS_LANE_PAIRS_1)) || \
+    (OSTRA_LANE_LEVEL == 2 && !defined(OSTRA_HAS_LANE_PAIRS_2))
+#if OSTRA_LANE_LEVEL == 1
+#define OSTRA_HAS_LANE_PAIRS_1
+#else
+#define OSTRA_HAS_LANE_PAIRS_2
+#endif
 
 #define OSTRA_LANE_PAIRS
 #include "ostra/math/lanes/level_begin.inl"
 
 namespace ostra::OSTRA_LANES {
 
+#if OSTRA_LANE_LEVEL == 1
+namespace half = lanes8;
+#else
 namespace half = lanes16;
+#endif
 
 inline constexpr int kLaneCount = OSTRA_LANE_COUNT;
 static_assert(kLaneCount == 2 * half::kLaneCount);
@@ -76,6 +85,14 @@ OSTRA_LANE_INLINE Lanes<T> Select(Mask mask, Lanes<T> x, Lanes<T> y) {
 }
 OSTRA_LANE_INLINE Mask Select(Mask mask, Mask x, Mask y) {
   return {half::Select(mask.a, x.a, y.a), half::Select(mask.b, x.b, y.b)};
+}
+template <class T>
+OSTRA_LANE_INLINE Lanes<T> Increment(Mask mask, Lanes<T> x) {
+  return {half::Increment(mask.a, x.a), half::Increment(mask.b, x.b)};
+}
+template <class T>
+OSTRA_LANE_INLINE Lanes<T> Decrement(Mask mask, Lanes<T> x) {
+  return {half::Decrement(mask.a, x.a), half::Decrement(mask.b, x.b)};
 }
 template <class T>
 OSTRA_LANE_INLINE Lanes<T> ShiftLeft(Lanes<T> x, Lanes<T> count) {

@@ -77,6 +77,22 @@ OSTRA_LANE_INLINE Lanes<T> Select(Mask mask, Lanes<T> a, Lanes<T> b) {
 }
 OSTRA_LANE_INLINE Mask Select(Mask mask, Mask a, Mask b) { return (mask & a) | AndNot(b, mask); }
 
+// One more, or one less, where the mask holds; wraps.
+template <class T>
+OSTRA_LANE_INLINE Lanes<T> Increment(Mask mask, Lanes<T> a) {
+#if OSTRA_LANE_LEVEL < 2
+  if constexpr (sizeof(T) == sizeof(Int32)) return Lanes<T>::Make(a.v - reinterpret_cast<Native<T>>(mask.v));
+#endif
+  return Select(mask, a + Lanes<T>(T(1)), a);
+}
+template <class T>
+OSTRA_LANE_INLINE Lanes<T> Decrement(Mask mask, Lanes<T> a) {
+#if OSTRA_LANE_LEVEL < 2
+  if constexpr (sizeof(T) == sizeof(Int32)) return Lanes<T>::Make(a.v + reinterpret_cast<Native<T>>(mask.v));
+#endif
+  return Select(mask, a - Lanes<T>(T(1)), a);
+}
+
 // Shifts to the left and to the right, each lane by a number of its own; arithmetic for signed elements. The numbers
 // are below the width of T in every lane.
 template <class T>
