@@ -45,7 +45,10 @@ std::string PlainCalls::CallTruncOfDouble(const std::string& number) {
 }
 
 std::string PlainCalls::CallAsWritten(NodeIndex node) {
-  return Join({_tree.GetName(node), "(", _uses.expressions.List(node, 0), ")"});
+  const Meaning& meaning = _resolved.meaning[node];
+  const Bool isOffset = meaning.kind == MeaningKind::kWord && meaning.word == WordId::kMatrixOffset;
+  const std::string_view name = isOffset ? GetWord(meaning.word).name : _tree.GetName(node);
+  return Join({name, "(", _uses.expressions.List(node, 0), ")"});
 }
 
 std::string PlainCalls::CallOfFunction(NodeIndex node) {

@@ -22,7 +22,9 @@ TypeIndex ResolveWordCalls::Call(NodeIndex node, WordId word) {
   const auto chosen = ChooseOverload(node, word, overloads, types, isPlain);
   if (!chosen || !ConvertArguments(node, overloads[*chosen])) return kUnknownType;
   if (IsGroupWord(word) && !_uses.groupCalls.CheckCall(node)) return kUnknownType;
-  if (GetWord(word).isExtension && isPlain) Extend(node);
+  // The translation for GPUs replaces the other name of this word as a text.
+  const Bool isOtherName = word == WordId::kMatrixOffset && NameOf(node) != GetWord(word).name;
+  if ((GetWord(word).isExtension || isOtherName) && isPlain) Extend(node);
   SetWord(node, word, *chosen);
   return overloads[*chosen].result;
 }
