@@ -19,6 +19,7 @@ const std::map<std::string, std::string>& GetReasons() {
       {"define.krn", "the header \"define.h\" is not one of the kernel's own"},
       {"net.example.convolve.krn", "the type \"TYPE\" is not declared in the kernel's files"},
       {"struct.krn", "the type \"TYPE\" is not declared in the kernel's files"},
+      {"net.example.rows.own.krn", "a part for the CPU only (CPU_SCOPE_START)"},
       {"net.ostra.parity.paint_gpu.krn", "StoreImage, which the CPU does not have"},
   };
   return reasons;
