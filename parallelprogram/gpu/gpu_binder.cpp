@@ -81,8 +81,7 @@ Result<void> GpuBinder::MakeTexturesWritable(GpuKernel& kernel, Block<const Draw
     if (parameters[i].kind != DrawportParameterKind::Image && !(isTexture && _textures.AreAllWritable())) continue;
     OSTRA_ASSIGN_OR_RETURN(const TextureSamplerEntry* const linked,
                            FindLinkedTexture(parameters[i], kernel, _textures.GetNames()));
-    if (linked && linked->_texture)
-      OSTRA_RETURN_IF_ERROR(_textures.MakeWritable(_contexts, TextureSamplerEntry(*linked)));
+    if (linked && linked->_texture) OSTRA_RETURN_IF_ERROR(_textures.MakeWritable(_contexts, linked->_texture));
   }
   return OK;
 }

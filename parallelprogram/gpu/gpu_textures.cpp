@@ -122,34 +122,46 @@ Result<void> GpuTextures::Update(const GpuContextData& data, const InternedId& a
   return UpdateTexture(data, _names, attr, bindData, _narrow);
 }
 
-Result<void> GpuTextures::MakeWritable(const GpuContexts& contexts, const InternedId& attr) {
-  const TextureSamplerEntry* entry = Find(attr);
-  return entry && entry->_texture ? MakeWritable(contexts, TextureSamplerEntry(*entry)) : Result<void>(OK);
-}
-
-Result<void> GpuTextures::MakeWritable(const GpuContexts& contexts, const TextureSamplerEntry& entry) {
-  if (!contexts.current.context || IsWritableEntry(contexts.current, entry)) return OK;
-  constexpr UInt64 kIsRefused = TextureSamplerEntry::kIsUnfilled | TextureSamplerEntry::kLackedMemory;
-  if ((GetFillState(entry, _names) & kIsRefused) != 0) return OK;  // the binder says so
-  InternedId attr;
+Result<void> GpuTextures::MakeWritable(const GpuContexts& contexts, const DrawportTexture* texture) {
   for (const auto& [name, value] : _names) {
     const auto* known = value.GetIf<TextureSamplerEntry>();
-    if (known && known->_texture == entry._texture) attr = name;
+    if (known && known->_texture == texture) return MakeWritable(contexts, InternedId(name));
   }
-  if (attr.IsEmpty()) return OK;
+  return OK;
+}
+
+Result<void> GpuTextures::MakeWritable(const GpuContexts& contexts, const InternedId& attr) {
+  const TextureSamplerEntry* const entry = Find(attr);
+  if (!contexts.current.context || !entry || !entry->_texture || IsWritableEntry(contexts.current, *entry)) return OK;
+  constexpr UInt64 kIsRefused = TextureSamplerEntry::kIsUnfilled | TextureSamplerEntry::kLackedMemory;
+  const DrawportResourceKey* const key = _readOnlyKeys.Find(entry->_texture);
+  if (!key || (entry->_state & kIsRefused) != 0) return OK;  // the binder says so
   OSTRA_RETURN_IF_ERROR(_written.Insert(attr, true));
-  const DrawportResourceKey* const key = _readOnlyKeys.Find(entry._texture);
-  if (!key) return OK;
-  OSTRA_ASSIGN_OR_RETURN(const TextureSamplerEntry writable,
-                         MakeWritableEntry(contexts.current, _names, attr, entry, *key));
-  _readOnlyKeys.Erase(entry._texture);
+  auto writable = MakeWritableEntry(contexts.current, _names, attr, *entry, *key);
+  const Bool lacksMemory = !writable && writable.GetError().GetKind() == kOutOfMemoryError;
+  if (lacksMemory && IsWhole(*entry)) return MakeWritableByHost(contexts, attr);
+  if (!writable) return writable.TakeError();
+  const DrawportTexture* const before = entry->_texture;
+  _readOnlyKeys.Erase(before);
   OSTRA_ASSIGN_OR_RETURN(const BaseArray<GpuKernelRef> kernels, _kernels.GetAll());
   for (const GpuKernelRef& kernel : kernels) {
-    OSTRA_ASSIGN_OR_RETURN(const Bool wasLinked, ReplaceTexture(kernel->textures, entry._texture, writable));
+    OSTRA_ASSIGN_OR_RETURN(const Bool wasLinked, ReplaceTexture(kernel->textures, before, *writable));
     kernel->needsUpdate = kernel->needsUpdate || wasLinked;
   }
-  OSTRA_RETURN_IF_ERROR(ReplaceTexture(_names, entry._texture, writable));
+  OSTRA_RETURN_IF_ERROR(ReplaceTexture(_names, before, *writable));
   return OK;
+}
+
+Result<void> GpuTextures::MakeWritableByHost(const GpuContexts& contexts, const InternedId& attr) {
+  const GpuContextData& data = contexts.current;
+  OSTRA_ASSIGN_OR_RETURN(const Data texels, Read(data, attr, Vec3<Int32>(kWholeTexture)));
+  OSTRA_ASSIGN_OR_RETURN(const SamplingData& record, texels.Get<SamplingData>());
+  const DrawportTexture* const before = Find(attr)->_texture;
+  OSTRA_ASSIGN_OR_RETURN(const BaseArray<GpuKernelRef> kernels, _kernels.GetAll());
+  for (const GpuKernelRef& kernel : kernels) kernel->needsUpdate = kernel->needsUpdate || Holds(*kernel, before);
+  OSTRA_RETURN_IF_ERROR(Delete(attr, true));
+  OSTRA_RETURN_IF_ERROR(data.cache->FreeTrashCaches(*data.context));
+  return Store(contexts, attr, MakeBindData(record));
 }
 
 Result<void> GpuTextures::Swap(const InternedId& one, const InternedId& two) {

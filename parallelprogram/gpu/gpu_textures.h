@@ -35,7 +35,7 @@ class GpuTextures {
   // Textures begin as read-only ones where they are given texels. Before a kernel writes one, another that can be
   // written takes its place in all links; kernels that were linked have to be updated again. Textures of others stay.
   // Errors: those of MakeWritableEntry.
-  Result<void> MakeWritable(const GpuContexts& contexts, const TextureSamplerEntry& entry);
+  Result<void> MakeWritable(const GpuContexts& contexts, const DrawportTexture* texture);
   // The same for a texture whose handle is given to others. Nothing happens for an unknown name.
   Result<void> MakeWritable(const GpuContexts& contexts, const InternedId& attr);
   // While it is set, all textures that kernels use are made writable: recorded work names them for good.
@@ -58,6 +58,8 @@ class GpuTextures {
   // Evicts textures until `bytes` bytes fit or nothing is left to evict; textures of `kept` stay, and those that
   // cannot be read back. Returns whether they fit.
   Result<Bool> MakeRoom(const GpuContexts& contexts, Int bytes, const GpuKernel* kept);
+  // MakeWritable where the device has no room for both textures: the first one leaves it before.
+  Result<void> MakeWritableByHost(const GpuContexts& contexts, const InternedId& attr);
   Bool IsEvictable(const InternedId& attr, const GpuKernel* kept) const;
   Result<void> Evict(const GpuContexts& contexts, const InternedId& attr);
 

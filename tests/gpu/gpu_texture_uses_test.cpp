@@ -39,14 +39,14 @@ class GpuTextureUsesTest : public CountedProgramsTest {
     CountedProgramsTest::TearDown();
   }
 
-  void Store(InternedId id, Float32 value) {
-    std::vector<Float32> texels(kSize * kSize, value);
+  void Store(InternedId id, Float32 value) { Store(id, kSize, std::vector<Float32>(kSize * kSize, value)); }
+  void Store(InternedId id, UInt32 size, const std::vector<Float32>& texels) {
     TextureBindData data;
-    data._dimensions = Vec3<UInt32>(kSize, kSize, 1);
+    data._dimensions = Vec3<UInt32>(size, size, 1);
     data._format = TextureFormat::F32;
     data._numChannels = 1;
     data._filter = TextureFilter::POINT;
-    data._dataSize = Int64{4} * kSize * kSize;
+    data._dataSize = Int64{4} * size * size;
     data._data = reinterpret_cast<const Byte*>(texels.data());
     Take(_program->StoreTextureBindData(id, data, false));
   }
@@ -138,6 +138,23 @@ TEST_F(GpuTextureUsesTest, RecordedDispatchesReadWhatLaterOnesWrite) {
   Take(recordings.Replay(recording, 3));
   EXPECT_EQ(Read("a"_iid), Texels(7, 1));
   EXPECT_EQ(Read("b"_iid), Texels(6, 10));
+}
+
+// There is no room for the texture twice.
+TEST_F(GpuTextureUsesTest, ATextureThatFillsMostOfTheDeviceIsWrittenToo) {
+  constexpr UInt32 kLarge = 2560;  // 25 MiB
+  SetDrawportMemoryLimit(Int{40} << 20);
+  Store("read"_iid, 1);
+  std::vector<Float32> texels(std::size_t{kLarge} * kLarge);
+  for (std::size_t i = 0; i < texels.size(); ++i) texels[i] = static_cast<Float32>(i);
+  Store("large"_iid, kLarge, texels);
+  Link("large"_iid, "read"_iid);
+  Link("read"_iid, "large"_iid);
+  Run();
+  const Data read = Take(_program->GetTextureData("large"_iid, Vec3<Int32>(0), Vec3<Int32>(1 << 30)));
+  texels[0] = 2;
+  EXPECT_EQ(std::memcmp(read.GetIf<SamplingData>()->_texels, texels.data(), texels.size() * 4), 0);
+  SetDrawportMemoryLimit(0);
 }
 
 TEST_F(GpuTextureUsesTest, TheHandleOfATextureStaysWhenAKernelWritesIt) {
