@@ -11,6 +11,7 @@ using namespace ostra::vulkan;
 namespace {
 
 constexpr Int kCount = Int(1) << 16;
+constexpr Int kChain = 16;  // buffers of a chain
 
 class PretendedFaultsTest : public DriverTest {
  protected:
@@ -60,6 +61,28 @@ class PretendedFaultsTest : public DriverTest {
         });
   }
 
+  static Result<GpuComputeRef> MakeStep(const DrawportContextRef& context, DrawportDeviceBuffer* source,
+                                        DrawportDeviceBuffer* target) {
+    return MakeCompute(
+        context,
+        [](DrawportProgramDescription& program) -> Result<void> {
+          constexpr DrawportStage kStage = DrawportStage::Compute;
+          OSTRA_RETURN_IF_ERROR(program.AddBufferParameter(kStage, {.typeName = "uint"_s, .members = {}, .byteSize = 4},
+                                                           "source"_iid, DrawportBufferAccess::ReadOnly));
+          OSTRA_RETURN_IF_ERROR(program.AddBufferParameter(kStage, {.typeName = "uint"_s, .members = {}, .byteSize = 4},
+                                                           "target"_iid, DrawportBufferAccess::ReadWrite));
+          OSTRA_RETURN_IF_ERROR(program.AddCode(
+              kStage, kAppendCode,
+              "uint i = InGlobalInvocationID.x; UNIFORM_BUFFER(target)[i] = UNIFORM_BUFFER(source)[i] * 1664525u + i;\n"_s));
+          return program.SetComputeShaderProperties(64, 1, 1);
+        },
+        [=](DrawportProgramFactory& factory, DrawportParameterValueSet& values) -> Result<void> {
+          OSTRA_RETURN_IF_ERROR(
+              factory.SetParameterBuffer(values, factory.GetBufferParameterHandle("source"_iid), source));
+          return factory.SetParameterBuffer(values, factory.GetBufferParameterHandle("target"_iid), target);
+        });
+  }
+
   static Bool IsPretended(std::string_view key) { return std::getenv("OSTRA_PRETENDED_DEVICE") == key; }
 
   // Whether buffers have somewhere else to go, and the device tells its budget.
@@ -87,6 +110,34 @@ class PretendedFaultsTest : public DriverTest {
     }
     OSTRA_RETURN_IF_ERROR(ExpectFirst(list, *buffer, 10));
     return context->GetDrawport()->GetDrawportCache()->FreeTrashCaches(*context);
+  }
+
+  // Each buffer is computed from the one before it; the last one is returned.
+  std::vector<UInt32> RunChain() {
+    const DrawportContextRef context = Take(MakeContext());
+    CommandList& list = static_cast<Context&>(*context).GetCommands();
+    std::vector<BufferRef> buffers;
+    for (Int i = 0; i < kChain; ++i)
+      buffers.push_back(Take(BufferResource::Create(list.GetDevice(), 4 * kCount, MemoryUse::Device, true)));
+    Take(Upload(list, *buffers[0], 7));
+    std::vector<GpuComputeRef> steps;
+    for (std::size_t i = 1; i < buffers.size(); ++i) {
+      steps.push_back(Take(MakeStep(context, buffers[i - 1].GetPointer(), buffers[i].GetPointer())));
+      Take(steps.back()->Dispatch(kCount / 64, 1, 1));
+      Take(list.AddMemoryBarrier(DrawportBarrierBits::StorageBuffer));
+    }
+    std::vector<UInt32> result(kCount);
+    DrawportStagingBuffer* staging = Take(list.AllocStagingBuffer(4 * kCount, DrawportStagingUse::HostRead));
+    MemCopy(result.data(),
+            Take(list.PrivateMapBuffer(*staging, DrawportMapMode::Read, *buffers.back(), 0, 0, 4 * kCount)),
+            4 * kCount);
+    list.ReleaseStagingBuffer(staging);
+    return result;
+  }
+  static UInt32 ComputeChain(Int index) {
+    UInt32 value = 7;
+    for (Int i = 1; i < kChain; ++i) value = value * 1664525u + static_cast<UInt32>(index);
+    return value;
   }
 
   // Whether the device was lost in call `n`.
@@ -188,6 +239,18 @@ TEST_F(PretendedFaultsTest, BuffersMoveToTheHostWhenTheBudgetShrinksToNothing) {
   EXPECT_THAT(told.GetLines(),
               testing::Contains(testing::HasSubstr("is full: a piece of 2097152 bytes lies in memory of the host"))
                   .Times(hasHostMemory ? 1 : 0));
+}
+
+TEST_F(PretendedFaultsTest, AChainOverMoreBuffersThanTheBudgetHoldsGivesTheSameBits) {
+  const std::vector<UInt32> expected = RunChain();
+  EXPECT_EQ(expected[5], ComputeChain(5));
+  EXPECT_EQ(expected.back(), ComputeChain(kCount - 1));
+  const DiagnosticRecorder told;
+  setenv("OSTRA_PRETENDED_BUDGET", "1", 1);  // MiB, for buffers of 4 MiB in all
+  EXPECT_EQ(RunChain(), expected);
+  EXPECT_THAT(
+      told.GetLines(),
+      testing::Contains(testing::HasSubstr("lies in memory of the host")).Times(HasHostMemoryAndBudget() ? 1 : 0));
 }
 
 }  // namespace
