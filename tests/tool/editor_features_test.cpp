@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include "apps/ostra/languageserver/word_page.h"
 #include "tests/tool/language_server_fixture.h"
 
 namespace ostra::tool {
@@ -93,6 +94,34 @@ TEST(EditorHoverTest, AWordShowsItsFormsAndItsMeaning) {
   EXPECT_THAT(HoverAt(InKernel("sum.x = sq$rt(2.0);")),
               AllOf(HasSubstr("float sqrt(float)"), HasSubstr("vec3 sqrt(vec3)"), HasSubstr("square root")));
   EXPECT_THAT(HoverAt(InKernel("sum.x = UNI$FORM(factor);")), HasSubstr("value of a parameter"));
+}
+
+// What docs/kernel-words.md has in the columns of both sides.
+TEST(EditorHoverTest, AWordShowsWhatThePageSaysOfBothSides) {
+  EXPECT_THAT(
+      HoverAt(InKernel("sum.x = fm$a(1.0, 2.0, 3.0);")),
+      AllOf(HasSubstr("\n\nCPU: rounded once, as the C library's\n\nGPU: the same bits: computed in integers")));
+  EXPECT_THAT(
+      HoverAt(InKernel("sum.x = UNI$FORM(factor);")),
+      AllOf(HasSubstr("CPU: the member of the parameter record"), HasSubstr("GPU: a member of the uniform buffer")));
+  EXPECT_THAT(HoverAt(InKernel("uint old;\n\tAtomic$Max(old, 1u, old);")), HasSubstr("CPU: relaxed atomics"));
+}
+
+TEST(EditorHoverTest, RowsOfThePageAreFoundByTheirWordsAndHaveNoLinks) {
+  constexpr std::string_view kPage =
+      "# Page\n\n| word | CPU | GPU |\n| --- | --- | --- |\n| `Add(place, value)`, `Sub` [x] | a [link](b.md#c) | same "
+      "|\n"
+      "| more of `value`s | one | two [a] (b) |\n\n| word | stage | means |\n| `InPatch(name, i)` | both | a varying "
+      "|\n|  |\n|";
+  const auto row = FindWordRow(kPage, "Sub");
+  ASSERT_TRUE(row);
+  EXPECT_EQ(row->cpu, "a link");
+  EXPECT_EQ(row->gpu, "same");
+  EXPECT_EQ(FindWordRow(kPage, "value")->gpu, "two [a] (b)");
+  EXPECT_FALSE(FindWordRow(kPage, "place"));
+  EXPECT_FALSE(FindWordRow(kPage, "x"));
+  EXPECT_EQ(FindWordRow(kPage, "InPatch")->cpu, "");
+  EXPECT_EQ(FindWordRow(kPage, "InPatch")->gpu, "a varying");
 }
 
 TEST(EditorHoverTest, CommentsAndNumbersShowNothing) {

@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "apps/ostra/languageserver/features.h"
+#include "apps/ostra/languageserver/word_page.h"
 #include "parallelprogram/kernellanguage/join.h"
 #include "parallelprogram/kernellanguage/words.h"
 
@@ -76,7 +77,12 @@ std::string DescribeWord(const Word& word) {
       for (const Overload& overload : overloads)
         code.append(code.empty() ? "" : "\n").append(PrintOverload(word, overload));
   }
-  return Join({InCode(code.empty() ? word.name : code), "\n", word.meaning});
+  std::string text = Join({InCode(code.empty() ? word.name : code), "\n", word.meaning});
+  // What the documentation says of both sides.
+  const auto row = FindWordRow(word.name);
+  if (row && !row->cpu.empty()) text += Join({"\n\nCPU: ", row->cpu});
+  if (row && !row->gpu.empty()) text += Join({"\n\nGPU: ", row->gpu});
+  return text;
 }
 
 }  // namespace
