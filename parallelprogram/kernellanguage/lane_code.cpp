@@ -2,8 +2,9 @@
 
 #include <algorithm>
 
-#include "parallelprogram/kernellanguage/cpp_text.h"
+#include "parallelprogram/kernellanguage/lane_pairs.h"
 #include "parallelprogram/kernellanguage/lane_printer.h"
+#include "parallelprogram/kernellanguage/lane_steps.h"
 
 namespace ostra::kernellanguage {
 namespace {
@@ -54,24 +55,8 @@ Bool Has(const std::string_view (&names)[count], std::string_view name) {
 
 }  // namespace
 
-void LanePrinter::Refuse(NodeIndex node, std::string reason) {
-  if (_refusal) return;
-  _refusal = NotUnderstood{node == kNoNode ? kNoOffset : _tree.nodes[node].offset, std::move(reason)};
-}
-
-void LanePrinter::Line(std::initializer_list<std::string_view> parts) {
-  for (const std::string_view part : parts) _text += part;
-  _text += '\n';
-}
-
-void LanePrinter::MarkLine(NodeIndex node) { _text += MakeLineDirective(_sources.Locate(_tree.nodes[node].offset)); }
-
-std::string LanePrinter::NewName(std::string_view stem) { return Join({"ostra_", stem, std::to_string(_nameCount++)}); }
-
-// Kernels that can fail, and names that the wide form has for itself, are refused first.
-void LanePrinter::Prepare() {
-  const NodeIndex kernel = _tree.kernel;
-  if (_tree.HasFlag(kernel, kIsMethodForm)) Refuse(kernel, "a kernel that can fail");
+// Names that the wide form has for itself.
+void LanePrinter::RefuseNames() {
   for (NodeIndex node = 0; node < static_cast<NodeIndex>(_tree.nodes.size()); ++node) {
     const NodeKind kind = KindOf(node);
     if (kind != NodeKind::kVariable && kind != NodeKind::kFunctionParameter && kind != NodeKind::kFunction &&
@@ -80,40 +65,41 @@ void LanePrinter::Prepare() {
     if (Has(kTypesAndMakers, NameOf(node)) || (kind != NodeKind::kFunction && Has(kFunctionsOfLanes, NameOf(node))))
       Refuse(node, Join({"the name \"", NameOf(node), "\""}));
   }
+}
+
+void LanePrinter::Prepare() {
+  const NodeIndex body = _tree.kernel;
+  if (_tree.HasFlag(body, kIsMethodForm)) Refuse(body, "a kernel that can fail");
+  RefuseNames();
   const Bool isWhole = !_names.IsInGroup();
   if (isWhole && IsOneStep(kernel))
-    Refuse(kernel, "one step of arithmetic on elements, of which the compiler makes the faster loop by itself");
-  if (isWhole && _exchangesValues) Refuse(kernel, "invocations that exchange values in group memory");
+    Refuse(body, "one step of arithmetic on elements, of which the compiler makes the faster loop by itself");
+  if (isWhole && kernel.exchangesValues) Refuse(body, "invocations that exchange values in group memory");
   Line(
       {"[[maybe_unused]] static constexpr Vec3<UInt32> ostraGroupSize{OstraGroupSize::kX, OstraGroupSize::kY, "
        "OstraGroupSize::kZ};"});
-  FindUses();
-  FindRows();
-  _isClamped.assign(_tree.nodes.size(), false);
-  _isKept.assign(_tree.nodes.size(), false);
-  Structs();
-  Functions();
+  types.PrintStructs();
+  _functions.PrintFunctions();
 }
 
 LaneCode LanePrinter::Print() {
-  const NodeIndex kernel = _tree.kernel;
   const std::string name = Join({"Ostra", _options.className, "Lanes"});
   Line({"struct ", name, " : ", _options.parameters, " {"});
   Line({"explicit ", name, "(const ", _options.parameters, "& values) : ", _options.parameters, "(values) {}"});
   Line({"OSTRA_KERNEL_INLINE static Mask ostraMakeActive(UInt32 count) { return MakeFirstLanes(count); }"});
   Prepare();
-  _masks = {{"ostraActive"}};
+  masks.Begin("ostraActive");
   Line(
       {"OSTRA_KERNEL_INLINE void Run([[maybe_unused]] UInt32 ostraX, [[maybe_unused]] UInt32 ostraY, "
        "[[maybe_unused]] UInt32 ostraZ, [[maybe_unused]] UInt32 ostraLinear, [[maybe_unused]] Mask ostraActive) const "
        "{"});
   Line({"[[maybe_unused]] Mask ostraReturned = false;"});
-  Block(_tree.GetChild(kernel, 0));
+  _statements.Block(Child(_tree.kernel, 0));
   Line({"}"});
   Line({"};"});
-  if (_refusal) _text.clear();
-  const UInt32 pairedNumberCount = _refusal ? 0 : CountPairedNumbers();
-  return {std::move(_text), std::move(_refusal), pairedNumberCount};
+  LaneCode code = out.Take();
+  if (!code.refusal) code.pairedNumberCount = CountPairedNumbers(kernel, rows);
+  return code;
 }
 
 LaneCode PrintLaneCode(const AnalyzedKernel& kernel, const LaneCodeOptions& options) {

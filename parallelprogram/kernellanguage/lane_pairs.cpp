@@ -1,88 +1,106 @@
-// Kernels that run two vectors at a time where there are registers for them (ostra/math/lanes/pairs.inl): short loops
-// of arithmetic, each step of which waits for the one before. Loops that pick up elements, look up textures or go
-// different ways have other things to wait for.
+#include "parallelprogram/kernellanguage/lane_pairs.h"
+
 #include <algorithm>
 
-#include "parallelprogram/kernellanguage/lane_printer.h"
-
 namespace ostra::kernellanguage {
+
 namespace {
 
-// Whether lanes that differ only leave the loop in the statement.
-Bool IsOnlyLeaving(const SyntaxTree& tree, NodeIndex statement) {
-  if (tree.Is(statement, NodeKind::kBlock)) {
-    const auto statements = tree.GetChildren(statement);
-    return statements.size() == 1 && IsOnlyLeaving(tree, statements[0]);
+class PairedWork : LaneQuery {
+ public:
+  PairedWork(const LaneKernel& kernel, const LaneRows& rows) : LaneQuery(kernel), _rows(rows) {}
+
+  // Adds what a node and all below it do; false if it has no pairs.
+  Bool Add(NodeIndex node, Bool isInLoop) {
+    const Bool isLoop =
+        KindOf(node) == NodeKind::kFor || KindOf(node) == NodeKind::kWhile || KindOf(node) == NodeKind::kDoWhile;
+    _hasLoop = _hasLoop || isLoop;
+    isInLoop = isInLoop || isLoop;
+    if (!HasPairs(node, isInLoop) || !HasPairedValue(node)) return false;
+    const auto children = _tree.GetChildren(node);
+    return std::all_of(children.begin(), children.end(),
+                       [&](NodeIndex child) { return child == kNoNode || Add(child, isInLoop); });
   }
-  return tree.Is(statement, NodeKind::kBreak) || tree.Is(statement, NodeKind::kReturn);
-}
+  UInt32 CountNumbers() const { return _hasLoop ? _numberCount : 0; }
+
+ private:
+  // Whether lanes that differ only leave the loop in the statement.
+  Bool IsOnlyLeaving(NodeIndex statement) const {
+    const NodeKind kind = KindOf(statement);
+    if (kind == NodeKind::kBlock) {
+      const auto statements = _tree.GetChildren(statement);
+      return statements.size() == 1 && IsOnlyLeaving(statements[0]);
+    }
+    return kind == NodeKind::kBreak || kind == NodeKind::kReturn;
+  }
+
+  Bool IsNumber(TypeIndex type) const { return _types.IsScalar(type) || _types.IsVector(type); }
+
+  Bool HasPairs(NodeIndex node, Bool isInLoop) {
+    switch (KindOf(node)) {
+      case NodeKind::kSwitch:
+      case NodeKind::kContinue:
+      case NodeKind::kLocalData:
+        return false;
+      case NodeKind::kIf:
+        return !isInLoop || FormOf(Child(node, 0)) == LaneForm::kShared ||
+               (Child(node, 2) == kNoNode && IsOnlyLeaving(Child(node, 1)));
+      case NodeKind::kVariable:
+        return AddVariable(node);
+      case NodeKind::kIndex: {
+        const Uniformity place = _uniformity.Get(Child(node, 1));
+        const Bool isRun = place.IsSame() || place == Uniformity{Variance::kLinear, 1};
+        return !_rows.IsInRows(node) && KindOf(Child(node, 0)) == NodeKind::kBuffer && (!isInLoop || isRun);
+      }
+      case NodeKind::kAssign:
+        // Stored lane by lane.
+        return KindOf(Child(node, 0)) != NodeKind::kMemberOf || KindOf(Child(Child(node, 0), 0)) != NodeKind::kIndex;
+      case NodeKind::kCall:
+        return IsPairedCall(node);
+      default:
+        return true;
+    }
+  }
+
+  Bool AddVariable(NodeIndex variable) {
+    const TypeIndex type = TypeOf(variable);
+    if (_rows.IsInRows(variable)) return false;
+    if (FormOf(variable) != LaneForm::kLanes) return true;
+    _numberCount += std::max<UInt32>(1, _types[type].count);
+    return IsNumber(type);
+  }
+
+  Bool IsPairedCall(NodeIndex call) const {
+    const Meaning& meaning = _resolved.meaning[call];
+    if (meaning.kind == MeaningKind::kFunction) return true;
+    if (IsAtomic(meaning.word)) return false;
+    if (FormOf(call) != LaneForm::kLanes) return true;
+    const Bool isClamp = meaning.word == WordId::kClamp || meaning.word == WordId::kMin || meaning.word == WordId::kMax;
+    return !GetOverloads(meaning.word).empty() && !IsElementary(meaning.word) &&
+           (!isClamp || IsFloating(_types[TypeOf(call)].scalar));
+  }
+
+  // Structs, matrices and numbers of other sizes than 32 bits have no pairs.
+  Bool HasPairedValue(NodeIndex node) const {
+    const Bool isValue = IsExpression(KindOf(node)) || KindOf(node) == NodeKind::kFunctionParameter;
+    if (!isValue || FormOf(node) != LaneForm::kLanes || TypeOf(node) == kVoidType) return true;
+    const Scalar scalar = _types[TypeOf(node)].scalar;
+    return IsNumber(TypeOf(node)) && (scalar == Scalar::kBool || GetSize(scalar) == 4);
+  }
+
+  const LaneRows& _rows;
+  UInt32 _numberCount = 0;
+  Bool _hasLoop = false;
+};
 
 }  // namespace
 
-Bool LanePrinter::CanBePaired(NodeIndex node, Bool isInLoop, PairedWork& work) const {
-  const NodeKind kind = KindOf(node);
-  const Bool isInLanes = FormOf(node) == Form::kLanes;
-  const Type& type = _types[TypeOf(node)];
-  const Bool isNumber = type.kind == TypeKind::kScalar || type.kind == TypeKind::kVector;
-  switch (kind) {
-    case NodeKind::kFor:
-    case NodeKind::kWhile:
-    case NodeKind::kDoWhile:
-      isInLoop = true;
-      work.hasLoop = true;
-      break;
-    case NodeKind::kSwitch:
-    case NodeKind::kContinue:
-    case NodeKind::kLocalData:
-      return false;
-    case NodeKind::kIf:
-      if (isInLoop && FormOf(Child(node, 0)) != Form::kShared &&
-          (Child(node, 2) != kNoNode || !IsOnlyLeaving(_tree, Child(node, 1))))
-        return false;
-      break;
-    case NodeKind::kVariable:
-      if (_isInRows[node] || (isInLanes && !isNumber)) return false;
-      if (isInLanes) work.numberCount += std::max<UInt32>(1, type.count);
-      break;
-    case NodeKind::kIndex: {
-      const Uniformity place = _uniformity.Get(Child(node, 1));
-      const Bool isRun = place.IsSame() || place == Uniformity{Variance::kLinear, 1};
-      if (_isInRows[node] || KindOf(Child(node, 0)) != NodeKind::kBuffer || (isInLoop && !isRun)) return false;
-      break;
-    }
-    case NodeKind::kAssign:
-      // Stored lane by lane.
-      if (KindOf(Child(node, 0)) == NodeKind::kMemberOf && KindOf(Child(Child(node, 0), 0)) == NodeKind::kIndex)
-        return false;
-      break;
-    case NodeKind::kCall: {
-      const Meaning& meaning = _resolved.meaning[node];
-      if (meaning.kind == MeaningKind::kFunction) break;
-      const Bool isClamp =
-          meaning.word == WordId::kClamp || meaning.word == WordId::kMin || meaning.word == WordId::kMax;
-      if (IsAtomic(meaning.word)) return false;
-      if (isInLanes && (GetOverloads(meaning.word).empty() || IsElementary(meaning.word))) return false;
-      if (isInLanes && isClamp && !IsFloating(type.scalar)) return false;
-      break;
-    }
-    default:
-      break;
+UInt32 CountPairedNumbers(const LaneKernel& kernel, const LaneRows& rows) {
+  PairedWork work(kernel, rows);
+  for (const NodeIndex function : kernel.resolved.functions) {
+    if (!work.Add(function, true)) return 0;
   }
-  // Structs, matrices and numbers of other sizes than 32 bits have no pairs.
-  const Bool isValue = IsExpression(kind) || kind == NodeKind::kFunctionParameter;
-  const Bool hasPairs = isNumber && (type.scalar == Scalar::kBool || GetSize(type.scalar) == 4);
-  if (isValue && isInLanes && type.kind != TypeKind::kVoid && !hasPairs) return false;
-  const auto children = _tree.GetChildren(node);
-  return std::all_of(children.begin(), children.end(),
-                     [&](NodeIndex child) { return child == kNoNode || CanBePaired(child, isInLoop, work); });
-}
-
-UInt32 LanePrinter::CountPairedNumbers() const {
-  PairedWork work;
-  for (const NodeIndex function : _resolved.functions) {
-    if (!CanBePaired(function, true, work)) return 0;
-  }
-  return CanBePaired(_tree.kernel, false, work) && work.hasLoop ? work.numberCount : 0;
+  return work.Add(kernel.tree.kernel, false) ? work.CountNumbers() : 0;
 }
 
 }  // namespace ostra::kernellanguage

@@ -26,7 +26,7 @@ class LanePiecePrinter : private LanePrinter {
   void LoadKept(NodeIndex variable);
   void KeepValue(NodeIndex variable);
   Bool IsOrdinaryValue(TypeIndex type) const;
-  NodeIndex CountStores(NodeIndex node, Walk& walk) const;
+  NodeIndex CountStores(NodeIndex node, LaneWalk& walk) const;
   NodeIndex FindSlowStore(const GroupPiece& piece) const;
 };
 

@@ -1,7 +1,6 @@
 // Pieces of a kernel whose invocations exchange values, in lanes along x of the group. Values that are kept across a
 // barrier are loaded where a piece begins and stored where it ends, so that they stay in registers meanwhile.
 #include <algorithm>
-#include <utility>
 
 #include "parallelprogram/kernellanguage/changes.h"
 #include "parallelprogram/kernellanguage/lane_piece_printer.h"
@@ -37,8 +36,7 @@ void AddChanged(const SyntaxTree& tree, const ResolvedTree& resolved, NodeIndex 
 LaneCode LanePiecePrinter::PrintCommon() {
   Prepare();
   if (_resolved.groupSize[0] == 1) Refuse(_tree.kernel, "groups of one invocation along x, the axis of the lanes");
-  if (_refusal) _text.clear();
-  return {std::exchange(_text, {}), std::exchange(_refusal, std::nullopt)};
+  return out.Take();
 }
 
 // Whether lanes of the type are loaded and stored as a run of elements.
@@ -50,8 +48,8 @@ Bool LanePiecePrinter::IsOrdinaryValue(TypeIndex type) const {
 void LanePiecePrinter::LoadKept(NodeIndex variable) {
   const TypeIndex type = TypeOf(variable);
   const std::string name = _names.GetVariable(variable), kept = Join({"ostraMemory.", name});
-  _variableDepths[variable] = 1;
-  if (FormOf(variable) != Form::kLanes) {
+  masks.SetVariableDepth(variable, 1);
+  if (FormOf(variable) != LaneForm::kLanes) {
     const Bool isArray = _types[type].kind == TypeKind::kArray;
     if (isArray) return Refuse(variable, "an array that is kept across a barrier");
     return Line({"[[maybe_unused]] ", SharedType(type), " ", name, " = ", kept, "[ostraNumber];"});
@@ -65,8 +63,8 @@ void LanePiecePrinter::LoadKept(NodeIndex variable) {
                  ", [&](int ostraLane) OSTRA_KERNEL_FLAT { return ", kept,
                  "[ostraNumber + static_cast<UInt32>(ostraLane)][ostraElement]; });"});
   }
-  const std::string lanes = _isInRows[variable] ? RowsType(type) : LaneType(type, variable);
-  const std::string_view load = _isInRows[variable] ? "LoadRowsOfRun(" : "LoadRun(";
+  const std::string lanes = rows.IsInRows(variable) ? _values.RowsType(type) : LaneType(type, variable);
+  const std::string_view load = rows.IsInRows(variable) ? "LoadRowsOfRun(" : "LoadRun(";
   if (IsOrdinaryValue(type))
     return Line({"[[maybe_unused]] ", lanes, " ", name, " = ", load, kept, ", ostraNumber, ", GetMask(), ");"});
   Line({"[[maybe_unused]] ", lanes, " ", name, " = MapLanes<", lanes, ">(", GetMask(),
@@ -80,46 +78,46 @@ void LanePiecePrinter::KeepValue(NodeIndex variable) {
   const std::string name = _names.GetVariable(variable), kept = Join({"ostraMemory.", name});
   const std::string each = Join({"ForEachLaneIn(", GetMask(), ", [&](int ostraLane) OSTRA_KERNEL_FLAT { "});
   const std::string own = Join({kept, "[ostraNumber + static_cast<UInt32>(ostraLane)]"});
-  const Form form = FormOf(variable);
+  const LaneForm form = FormOf(variable);
   if (_types[type].kind == TypeKind::kArray) {
-    if (form != Form::kLanes) return Refuse(variable, "an array that is kept across a barrier");
+    if (form != LaneForm::kLanes) return Refuse(variable, "an array that is kept across a barrier");
     Line({"for (int ostraElement = 0; ostraElement < ", std::to_string(_types[type].count), "; ++ostraElement)"});
     return Line({each, own, "[ostraElement] = GetLane(", name, "[ostraElement], ostraLane); });"});
   }
-  if (_isInRows[variable]) return Line({"StoreRowsOfRun(", kept, ", ostraNumber, ", name, ", ", GetMask(), ");"});
+  if (rows.IsInRows(variable)) return Line({"StoreRowsOfRun(", kept, ", ostraNumber, ", name, ", ", GetMask(), ");"});
   if (IsOrdinaryValue(type)) {
-    const Int32 stride = form == Form::kLinear ? _uniformity.Get(variable).stride : 0;
-    const std::string lanes = ToLanes({name, form, type, stride}, variable);
+    const Int32 stride = form == LaneForm::kLinear ? _uniformity.Get(variable).stride : 0;
+    const std::string lanes = _values.ToLanes({name, form, type, stride}, variable);
     return Line({"StoreRun(", kept, ", ostraNumber, ", lanes, ", ", GetMask(), ");"});
   }
-  Line({each, own, " = ", form == Form::kLanes ? Join({"GetLane(", name, ", ostraLane)"}) : name, "; });"});
+  Line({each, own, " = ", form == LaneForm::kLanes ? Join({"GetLane(", name, ", ostraLane)"}) : name, "; });"});
 }
 
 void LanePiecePrinter::Item(const GroupPiece::Item& item) {
   switch (item.kind) {
     case GroupPiece::Kind::kStatement:
-      return Statement(item.node);
+      return _statements.Statement(item.node);
     case GroupPiece::Kind::kVariable:
       MarkLine(item.node);
-      return Variable(item.node);
+      return _variables.Variable(item.node);
     case GroupPiece::Kind::kStep:
       MarkLine(item.node);
-      return Effect(Child(item.node, 2));
+      return _assignments.Effect(Child(item.node, 2));
     case GroupPiece::Kind::kCondition:
       MarkLine(item.node);
       // The same in the whole group, but lanes may not know it.
-      if (FormOf(item.node) == Form::kShared)
-        return Line({"ostraCondition = static_cast<Bool>(", Shared(item.node), ");"});
-      return Line({"ostraCondition = Any(", ToMaskUnder(GetMask(), item.node), ");"});
+      if (FormOf(item.node) == LaneForm::kShared)
+        return Line({"ostraCondition = static_cast<Bool>(", _shared.Shared(item.node), ");"});
+      return Line({"ostraCondition = Any(", _expressions.ToMaskUnder(GetMask(), item.node), ");"});
   }
 }
 
 // The first store to group memory at places that differ.
-NodeIndex LanePiecePrinter::CountStores(NodeIndex node, Walk& walk) const {
+NodeIndex LanePiecePrinter::CountStores(NodeIndex node, LaneWalk& walk) const {
   NodeIndex first = kNoNode;
   const NodeIndex target = KindOf(node) == NodeKind::kAssign ? Child(node, 0) : kNoNode;
   if (target != kNoNode && KindOf(target) == NodeKind::kIndex && KindOf(Child(target, 0)) == NodeKind::kName &&
-      _names.IsMemory(Child(target, 0)) && FormOf(Child(target, 1)) == Form::kLanes) {
+      _names.IsMemory(Child(target, 0)) && FormOf(Child(target, 1)) == LaneForm::kLanes) {
     ++walk.elementCount;
     first = node;
   }
@@ -132,20 +130,20 @@ NodeIndex LanePiecePrinter::CountStores(NodeIndex node, Walk& walk) const {
 
 NodeIndex LanePiecePrinter::FindSlowStore(const GroupPiece& piece) const {
   NodeIndex first = kNoNode;
-  Walk stores, work;
+  LaneWalk stores, work;
   for (const GroupPiece::Item& item : piece.items) {
     const NodeIndex store = CountStores(item.node, stores);
     if (first == kNoNode) first = store;
-    CountWork(item.node, work);
+    walks.CountWork(item.node, work);
   }
   return work.operationCount < kOperationsPerStore * stores.elementCount ? first : kNoNode;
 }
 
 LaneCode LanePiecePrinter::PrintPiece(const GroupPiece& piece) {
-  _masks = {{"ostraActive"}};
-  _exits.clear();
-  _held.clear();
-  _isKept.assign(_tree.nodes.size(), false);
+  masks.Begin("ostraActive");
+  exits.Clear();
+  held.Clear();
+  _variables.SetKept({});
   std::vector<NodeIndex> changed, declared;
   for (const GroupPiece::Item& item : piece.items) {
     AddChanged(_tree, _resolved, GetPart(_tree, item), changed);
@@ -158,16 +156,16 @@ LaneCode LanePiecePrinter::PrintPiece(const GroupPiece& piece) {
   };
   Line({kBeginPiece});
   Line({"[[maybe_unused]] Mask ostraReturned = false;"});
-  for (const NodeIndex variable : piece.repeated) Variable(variable);
+  for (const NodeIndex variable : piece.repeated) _variables.Variable(variable);
+  _variables.SetKept(piece.kept);
   for (const NodeIndex variable : piece.kept) {
-    _isKept[variable] = true;
     if (!has(declared, variable)) LoadKept(variable);
   }
   int open = 0;
   for (std::size_t i = 0; i < piece.items.size() && !HasRefused(); ++i) {
     const GroupPiece::Item& item = piece.items[i];
     Item(item);
-    if (item.kind != GroupPiece::Kind::kStatement || i + 1 == piece.items.size() || !HasExit(item.node)) continue;
+    if (item.kind != GroupPiece::Kind::kStatement || i + 1 == piece.items.size() || !jumps.HasExit(item.node)) continue;
     Line({"if (Any(", GetMask(), ")) {"});
     ++open;
   }
@@ -176,8 +174,7 @@ LaneCode LanePiecePrinter::PrintPiece(const GroupPiece& piece) {
     if (has(declared, variable) || has(changed, variable)) KeepValue(variable);
   }
   Line({"});"});
-  if (_refusal) _text.clear();
-  return {std::exchange(_text, {}), std::exchange(_refusal, std::nullopt)};
+  return out.Take();
 }
 
 }  // namespace ostra::kernellanguage

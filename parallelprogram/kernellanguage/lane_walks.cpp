@@ -1,8 +1,6 @@
-// Loops that are slower in lanes: each invocation walks through elements of its own, and does little with them. Lanes
-// have to pick up such elements one by one, where one invocation finds the next one beside the last.
-#include <algorithm>
+#include "parallelprogram/kernellanguage/lane_walks.h"
 
-#include "parallelprogram/kernellanguage/lane_printer.h"
+#include <algorithm>
 
 namespace ostra::kernellanguage {
 namespace {
@@ -12,16 +10,16 @@ constexpr int kOperationsPerElement = 8;
 
 }  // namespace
 
-void LanePrinter::FindMoved(NodeIndex node, Walk& walk) const {
+void LaneWalks::FindMoved(NodeIndex node, LaneWalk& walk) const {
   const NodeKind kind = KindOf(node);
-  const Operation operation = _tree.nodes[node].operation;
+  const Operation operation = OperationOf(node);
   const Bool isStep = operation == Operation::kIncrement || operation == Operation::kDecrement;
   if (kind == NodeKind::kVariable) walk.own.push_back(node);
   if (kind == NodeKind::kAssign || kind == NodeKind::kPostfix || (kind == NodeKind::kUnary && isStep)) {
     const NodeIndex target = Child(node, 0);
     const Meaning& meaning = _resolved.meaning[target];
     if (KindOf(target) == NodeKind::kName && meaning.kind == MeaningKind::kVariable &&
-        FormOf(meaning.target) == Form::kLanes)
+        FormOf(meaning.target) == LaneForm::kLanes)
       walk.moved.push_back(meaning.target);
   }
   for (const NodeIndex child : _tree.GetChildren(node)) {
@@ -30,7 +28,7 @@ void LanePrinter::FindMoved(NodeIndex node, Walk& walk) const {
 }
 
 // Whether the loop takes another value for `node` in each turn, from the one that it had.
-Bool LanePrinter::IsMoved(NodeIndex node, const Walk& walk) const {
+Bool LaneWalks::IsMoved(NodeIndex node, const LaneWalk& walk) const {
   const auto has = [](const std::vector<NodeIndex>& variables, NodeIndex variable) {
     return std::binary_search(variables.begin(), variables.end(), variable);
   };
@@ -43,10 +41,10 @@ Bool LanePrinter::IsMoved(NodeIndex node, const Walk& walk) const {
                      [&](NodeIndex child) { return child != kNoNode && IsMoved(child, walk); });
 }
 
-void LanePrinter::CountWork(NodeIndex node, Walk& walk) const {
+void LaneWalks::CountWork(NodeIndex node, LaneWalk& walk) const {
   switch (KindOf(node)) {
     case NodeKind::kIndex:
-      if (KindOf(Child(node, 0)) == NodeKind::kBuffer && FormOf(Child(node, 1)) == Form::kLanes &&
+      if (KindOf(Child(node, 0)) == NodeKind::kBuffer && FormOf(Child(node, 1)) == LaneForm::kLanes &&
           IsMoved(Child(node, 1), walk))
         ++walk.elementCount;
       break;
@@ -56,7 +54,7 @@ void LanePrinter::CountWork(NodeIndex node, Walk& walk) const {
     case NodeKind::kConditional:
     case NodeKind::kPostfix:
     case NodeKind::kUnary:
-      if (FormOf(node) == Form::kLanes)
+      if (FormOf(node) == LaneForm::kLanes)
         walk.operationCount += std::max(1, static_cast<int>(_types[TypeOf(node)].count));
       break;
     default:
@@ -67,9 +65,9 @@ void LanePrinter::CountWork(NodeIndex node, Walk& walk) const {
   }
 }
 
-Bool LanePrinter::IsSlowWalk(NodeIndex loop) const {
-  const LoopParts parts = GetLoopParts(loop);
-  Walk walk;
+Bool LaneWalks::IsSlowWalk(NodeIndex loop) const {
+  const LoopParts parts = _kernel.GetLoopParts(loop);
+  LaneWalk walk;
   for (const NodeIndex part : {parts.condition, parts.step, parts.body}) {
     if (part != kNoNode) FindMoved(part, walk);
   }
