@@ -8,13 +8,13 @@
 namespace ostra::kernelfront {
 namespace {
 
-// An instruction level: its number for lanes.inl, its name in InstructionLevel, and how many numbers that differ
-// between lanes a kernel may have to run two vectors at a time: half of the registers.
+// An instruction level: its number for lanes.inl, its name in InstructionLevel, and how many numbers a kernel may have
+// to run two vectors at a time: those that its loops keep fill the registers then.
 struct Level {
   std::string_view number, name;
-  UInt32 maxPairedNumbers;
+  kernellanguage::PairedNumbers mostPaired;
 };
-constexpr Level kLevels[] = {{"0", "kBaseline", 0}, {"1", "kVectors256", 8}, {"2", "kVectors512", 16}};
+constexpr Level kLevels[] = {{"0", "kBaseline", {0, 0}}, {"1", "kVectors256", {16, 8}}, {"2", "kVectors512", {16, 16}}};
 
 // Each level has a text of its own, and what compilers take grows with all of them.
 constexpr std::size_t kMaxText = std::size_t{1} << 18;
@@ -68,7 +68,8 @@ std::string ExplainGroups(const KernelFile& file, const kernellanguage::Analyzed
 // The forms of all levels. `code` is compiled with `include` in a namespace of the level, and again for half as many
 // lanes where it is paired; `specialize` gives what makes the form of a level known.
 template <class Specialize>
-std::string MakeForms(std::string_view code, UInt32 pairedNumberCount, Specialize&& specialize) {
+std::string MakeForms(std::string_view code, const std::optional<kernellanguage::PairedNumbers>& paired,
+                      Specialize&& specialize) {
   std::string forms;
   const auto open = [&forms] {
     forms += "#include \"ostra/math/lanes/level_begin.inl\"\n";
@@ -77,7 +78,7 @@ std::string MakeForms(std::string_view code, UInt32 pairedNumberCount, Specializ
   const auto closeNamespaces = [&forms] { forms += Join({"} ", kCloseNamespaces, "\n"}); };
   const auto closeLevel = [&forms] { forms += "#include \"ostra/math/lanes/level_end.inl\"\n"; };
   for (const Level& level : kLevels) {
-    const Bool hasPairs = pairedNumberCount > 0 && pairedNumberCount <= level.maxPairedNumbers;
+    const Bool hasPairs = paired && paired->all <= level.mostPaired.all && paired->kept <= level.mostPaired.kept;
     forms += Join({"#if OSTRA_KERNEL_HAS_LANES(", level.number, ")\n#define OSTRA_LANE_LEVEL ", level.number, "\n"});
     forms += Join({"#include \"parallelprogram/program/kernel_lane", hasPairs ? "_pairs" : "s", ".inl\"\n"});
     if (hasPairs) {
@@ -139,7 +140,7 @@ std::string MakeLaneForms(const KernelFile& file, const kernellanguage::Analyzed
   const auto code = PrintCode(file, kernel);
   if (code.refusal) return "";
   const std::string lanes = Join({"Ostra", name, "Lanes"});
-  return MakeForms(code.text, code.pairedNumberCount, [&](const Level& level, Bool hasPairs) {
+  return MakeForms(code.text, code.pairedNumbers, [&](const Level& level, Bool hasPairs) {
     const std::string half = hasPairs ? Join({level.number == "1" ? ", lanes8::" : ", lanes16::", lanes}) : "";
     return std::pair(Join({"LaneLoops<", lanes, ", OstraGroupSize", half, ">"}),
                      Join({"LaneForm<", name, "Body, InstructionLevel::", level.name, ">"}));
@@ -159,7 +160,7 @@ kernellanguage::GroupCode PrintGroupCode(const KernelFile& file, const kernellan
 std::string MakeGroupForms(const KernelFile& file, const kernellanguage::GroupCode& code) {
   if (code.lanes.empty()) return "";
   const std::string& name = file.GetKernelName();
-  return MakeForms(code.lanes, 0, [&](const Level& level, Bool) {
+  return MakeForms(code.lanes, {}, [&](const Level& level, Bool) {
     return std::pair(Join({"GroupLoops<Ostra", name, "Lanes, OstraGroupSize>"}),
                      Join({"GroupForm<", name, "Body, InstructionLevel::", level.name, ">"}));
   });

@@ -2,10 +2,12 @@
 
 #include <algorithm>
 
+#include "parallelprogram/kernellanguage/clamp_windows.h"
 #include "parallelprogram/kernellanguage/lane_expressions.h"
 #include "parallelprogram/kernellanguage/lane_function_calls.h"
 #include "parallelprogram/kernellanguage/lane_shared.h"
 #include "parallelprogram/kernellanguage/lane_values.h"
+#include "parallelprogram/kernellanguage/lane_windows.h"
 
 namespace ostra::kernellanguage {
 
@@ -49,31 +51,17 @@ Bool LaneCalls::IsLibraryFunction(NodeIndex call) const {
                      [this](NodeIndex argument) { return _resolved.converted[argument] == kDoubleType; });
 }
 
-// A number that grows by 1 from lane to lane, kept within bounds: clamp(x, low, high), or min(max(x, low), high).
+// A number that grows by 1 from lane to lane, kept within bounds.
 std::optional<LaneValue> LaneCalls::CallClamp(NodeIndex node) {
+  const auto [number, low, high] = GetClampedNumber(_tree, _resolved, node);
+  if (number == kNoNode || _uniformity.Get(number) != Uniformity{Variance::kLinear, 1} ||
+      FormOf(low) != LaneForm::kShared || FormOf(high) != LaneForm::kShared)
+    return {};
   const TypeIndex type = TypeOf(node);
-  const WordId word = _resolved.meaning[node].word;
-  if (type != kIntType && type != kUIntType) return {};
-  NodeIndex number = kNoNode, low = kNoNode, high = kNoNode;
-  if (word == WordId::kClamp) {
-    number = Child(node, 0), low = Child(node, 1), high = Child(node, 2);
-  } else if (word == WordId::kMin && KindOf(Child(node, 0)) == NodeKind::kCall &&
-             _resolved.meaning[Child(node, 0)].kind == MeaningKind::kWord &&
-             _resolved.meaning[Child(node, 0)].word == WordId::kMax) {
-    const NodeIndex inner = Child(node, 0);
-    if (_resolved.converted[inner] != type) return {};
-    number = Child(inner, 0), low = Child(inner, 1), high = Child(node, 1);
-  } else {
-    return {};
-  }
-  for (const NodeIndex argument : {number, low, high}) {
-    if (_resolved.converted[argument] != type) return {};
-  }
-  if (_uniformity.Get(number) != Uniformity{Variance::kLinear, 1} || FormOf(low) != LaneForm::kShared ||
-      FormOf(high) != LaneForm::kShared)
-    return {};
-  return LaneValue{Join({"ClampedRamp<", SharedType(type), ">{", _uses.expressions.Evaluate(number).text, ", ",
-                         _uses.shared.Shared(low), ", ", _uses.shared.Shared(high), "}"}),
+  const std::string first = _uses.expressions.Evaluate(number).text;
+  if (_uses.windows.IsLeftOut(node)) return LaneValue{first, LaneForm::kLinear, type, 1};
+  return LaneValue{Join({"ClampedRamp<", SharedType(type), ">{", first, ", ", _uses.shared.Shared(low), ", ",
+                         _uses.shared.Shared(high), "}"}),
                    LaneForm::kClamped, type};
 }
 

@@ -11,6 +11,7 @@ class LaneExpressions;
 class LaneFunctionCalls;
 class LaneShared;
 class LaneValues;
+class LaneWindows;
 
 class LaneCalls : LanePart {
  public:
@@ -19,6 +20,7 @@ class LaneCalls : LanePart {
     LaneShared& shared;
     LaneExpressions& expressions;
     LaneFunctionCalls& functionCalls;
+    const LaneWindows& windows;
   };
 
   LaneCalls(const LaneBasis& basis, const Uses& uses) : LanePart(basis), _uses(uses) {}

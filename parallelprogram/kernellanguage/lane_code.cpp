@@ -40,13 +40,15 @@ constexpr std::string_view kTypesAndMakers[] = {"AffineMatrix32",
                                                 "Vec2",
                                                 "Vec3",
                                                 "Vec4",
+                                                "kLaneCount",
                                                 "ostra",
                                                 "vocabulary"};
 constexpr std::string_view kFunctionsOfLanes[] = {
-    "AndNot",      "Any",        "Convert",     "Divide",      "DivideBy",          "FetchLanes",     "ForEachLaneIn",
-    "Gather",      "GatherRows", "GetElements", "GetLane",     "GetSharedElements", "LoadRowsOfRun",  "LoadRun",
-    "NoiseLanes",  "None",       "Remainder",   "RemainderBy", "SampleLanes",       "Scatter",        "Select",
-    "SetElements", "SetLane",    "ShiftLeft",   "ShiftRight",  "StoreLast",         "StoreRowsOfRun", "StoreRun"};
+    "All",         "AndNot",         "Any",     "Convert",     "Decrement",   "Divide",    "DivideBy",
+    "FetchLanes",  "ForEachLaneIn",  "Gather",  "GatherRows",  "GetElements", "GetLane",   "GetSharedElements",
+    "Increment",   "LoadRowsOfRun",  "LoadRun", "NoiseLanes",  "None",        "Remainder", "RemainderBy",
+    "SampleLanes", "Scatter",        "Select",  "SetElements", "SetLane",     "ShiftLeft", "ShiftRight",
+    "StoreLast",   "StoreRowsOfRun", "StoreRun"};
 
 template <std::size_t count>
 Bool Has(const std::string_view (&names)[count], std::string_view name) {
@@ -98,7 +100,7 @@ LaneCode LanePrinter::Print() {
   Line({"}"});
   Line({"};"});
   LaneCode code = out.Take();
-  if (!code.refusal) code.pairedNumberCount = CountPairedNumbers(kernel, rows);
+  if (!code.refusal) code.pairedNumbers = CountPairedNumbers(kernel, rows, variableUses);
   return code;
 }
 

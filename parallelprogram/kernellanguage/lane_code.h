@@ -23,13 +23,18 @@ struct LaneCodeOptions {
   std::string_view className, parameters;
 };
 
+// How many numbers that differ between lanes two vectors at a time (ostra/math/lanes/pairs.inl) have to hold twice: all
+// of the kernel, and those that its loops use but do not declare.
+struct PairedNumbers {
+  UInt32 all = 0, kept = 0;
+};
+
 struct LaneCode {
   std::string text;
   // What has no wide form, with its place; the text is empty then.
   std::optional<NotUnderstood> refusal;
-  // Of a text that is faster with two vectors at a time (ostra/math/lanes/pairs.inl) if all its numbers fit into the
-  // registers: how many differ between lanes. Else 0.
-  UInt32 pairedNumberCount = 0;
+  // Of a text that is faster with two vectors at a time if its numbers fit into the registers.
+  std::optional<PairedNumbers> pairedNumbers{};
 };
 
 // `kernel` is understood and analyzed.

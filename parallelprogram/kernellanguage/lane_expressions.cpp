@@ -104,9 +104,12 @@ LaneValue LaneExpressions::Name(NodeIndex node) {
   if (_kernel.IsCount(node)) return {_names.GetCount(meaning.target), LaneForm::kShared, TypeOf(node)};
   // The expression may differ between lanes only as what it is converted to.
   LaneForm form = FormOf(meaning.target);
-  if (_isClamped[meaning.target]) form = LaneForm::kClamped;
+  Int32 stride = form == LaneForm::kLinear ? _uniformity.Get(meaning.target).stride : 0;
+  if (const auto held = _forms.find(meaning.target); held != _forms.end()) {
+    form = held->second;
+    stride = form == LaneForm::kLinear ? 1 : 0;
+  }
   if (_uses.rows.IsInRows(meaning.target)) form = LaneForm::kRows;
-  const Int32 stride = form == LaneForm::kLinear ? _uniformity.Get(meaning.target).stride : 0;
   return {_names.GetVariable(meaning.target), form, TypeOf(node), stride};
 }
 

@@ -2,6 +2,8 @@
 // written before the statement it stands in.
 #pragma once
 
+#include <unordered_map>
+
 #include "parallelprogram/kernellanguage/lane_part.h"
 
 namespace ostra::kernellanguage {
@@ -30,8 +32,7 @@ class LaneExpressions : LanePart {
     LaneFunctionCalls& functionCalls;
   };
 
-  LaneExpressions(const LaneBasis& basis, const Uses& uses)
-      : LanePart(basis), _uses(uses), _isClamped(basis.kernel.tree.nodes.size(), false) {}
+  LaneExpressions(const LaneBasis& basis, const Uses& uses) : LanePart(basis), _uses(uses) {}
 
   LaneValue Evaluate(NodeIndex node);        // as it is wanted where it stands
   LaneValue EvaluateItself(NodeIndex node);  // before its conversion
@@ -40,8 +41,8 @@ class LaneExpressions : LanePart {
   // The lanes of the mask in which the condition holds. One comparison under the mask of another takes no instruction
   // more.
   std::string ToMaskUnder(const std::string& mask, NodeIndex condition);
-  // A variable whose value is kept within bounds.
-  void SetClamped(NodeIndex variable, Bool isClamped) { _isClamped[variable] = isClamped; }
+  // How a variable in lanes is held: kLanes; kClamped or kLinear if its value has that form and stays as it is.
+  void SetForm(NodeIndex variable, LaneForm form) { _forms[variable] = form; }
 
  private:
   LaneValue EvaluateLanes(NodeIndex node);
@@ -49,7 +50,7 @@ class LaneExpressions : LanePart {
   LaneValue WordName(NodeIndex node);
 
   const Uses _uses;
-  std::vector<Bool> _isClamped;  // variables
+  std::unordered_map<NodeIndex, LaneForm> _forms;  // of variables in lanes
 };
 
 }  // namespace ostra::kernellanguage

@@ -7,6 +7,7 @@
 #include "parallelprogram/kernellanguage/lane_shared.h"
 #include "parallelprogram/kernellanguage/lane_statements.h"
 #include "parallelprogram/kernellanguage/lane_walks.h"
+#include "parallelprogram/kernellanguage/lane_windows.h"
 
 namespace ostra::kernellanguage {
 
@@ -72,7 +73,21 @@ void LaneLoops::MaskedLoop(NodeIndex node) {
 void LaneLoops::Loop(NodeIndex node) {
   if (_uses.walks.IsSlowWalk(node))
     return Refuse(node, "a loop in which each invocation walks through elements of its own, which is slower in lanes");
-  return _uses.jumps.IsMaskedLoop(node) ? MaskedLoop(node) : PlainLoop(node);
+  if (_uses.jumps.IsMaskedLoop(node)) return MaskedLoop(node);
+  const std::string inside = _uses.windows.Begin(node);
+  return inside.empty() ? PlainLoop(node) : WindowLoop(node, inside);
+}
+
+void LaneLoops::WindowLoop(NodeIndex node, const std::string& inside) {
+  Line({"if (", inside, ") {"});
+  _masks.Push("Mask(true)", node);
+  PlainLoop(node);
+  _masks.Pop();
+  Line({"} else {"});
+  _uses.windows.BeginClamped();
+  PlainLoop(node);
+  Line({"}"});
+  _uses.windows.End();
 }
 
 void LaneLoops::Turn(NodeIndex body, const LaneExit& exit) {

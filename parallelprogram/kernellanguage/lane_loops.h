@@ -12,6 +12,7 @@ class LaneJumps;
 class LaneShared;
 class LaneStatements;
 class LaneWalks;
+class LaneWindows;
 
 class LaneLoops : LanePart {
  public:
@@ -22,6 +23,7 @@ class LaneLoops : LanePart {
     LaneExpressions& expressions;
     LaneAssignments& assignments;
     LaneStatements& statements;
+    LaneWindows& windows;
     LaneExits& exits;
   };
 
@@ -32,6 +34,8 @@ class LaneLoops : LanePart {
  private:
   void Turn(NodeIndex body, const LaneExit& exit);
   void PlainLoop(NodeIndex node);
+  // The loop twice: `inside` says when clamp may be left out.
+  void WindowLoop(NodeIndex node, const std::string& inside);
   // The mask of a turn that some lanes leave by `continue`.
   void TurnOfSome(NodeIndex body);
   void MaskedLoop(NodeIndex node);

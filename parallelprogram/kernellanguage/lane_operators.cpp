@@ -74,10 +74,12 @@ LaneValue LaneOperators::Binary(Operation operation, const LaneValue& left, cons
                                 NodeIndex place) {
   if (left.form == LaneForm::kRows || right.form == LaneForm::kRows)
     return BinaryOfRows(operation, left, right, result, place);
-  const Bool isMoved = (left.form == LaneForm::kClamped && right.form == LaneForm::kShared) ||
-                       (left.form == LaneForm::kShared && right.form == LaneForm::kClamped);
-  if (isMoved && operation == Operation::kAdd)
-    return {Join({"(", left.text, " + ", right.text, ")"}), LaneForm::kClamped, result};
+  if (operation == Operation::kAdd && (left.form == LaneForm::kShared || right.form == LaneForm::kShared)) {
+    const LaneValue& moved = left.form == LaneForm::kShared ? right : left;
+    const Bool isRun = moved.form == LaneForm::kLinear && (result == kIntType || result == kUIntType);
+    if (moved.form == LaneForm::kClamped || isRun)
+      return {Join({"(", left.text, " + ", right.text, ")"}), moved.form, result, moved.stride};
+  }
   if (IsShift(operation)) return Shift(operation, left, right, result, place);
   const Bool isDivision = operation == Operation::kDivide || operation == Operation::kRemainder;
   if (isDivision && !IsFloating(_types[left.type].scalar)) return Divide(operation, left, right, result, place);

@@ -1,6 +1,7 @@
 #include "parallelprogram/kernellanguage/lane_pairs.h"
 
 #include <algorithm>
+#include <unordered_set>
 
 namespace ostra::kernellanguage {
 
@@ -8,7 +9,8 @@ namespace {
 
 class PairedWork : LaneQuery {
  public:
-  PairedWork(const LaneKernel& kernel, const LaneRows& rows) : LaneQuery(kernel), _rows(rows) {}
+  PairedWork(const LaneKernel& kernel, const LaneRows& rows, const LaneUses& uses)
+      : LaneQuery(kernel), _rows(rows), _uses(uses) {}
 
   // Adds what a node and all below it do; false if it has no pairs.
   Bool Add(NodeIndex node, Bool isInLoop) {
@@ -21,7 +23,9 @@ class PairedWork : LaneQuery {
     return std::all_of(children.begin(), children.end(),
                        [&](NodeIndex child) { return child == kNoNode || Add(child, isInLoop); });
   }
-  UInt32 CountNumbers() const { return _hasLoop ? _numberCount : 0; }
+  std::optional<PairedNumbers> GetNumbers() const {
+    return _hasLoop && _numbers.all > 0 ? std::optional(_numbers) : std::nullopt;
+  }
 
  private:
   // Whether lanes that differ only leave the loop in the statement.
@@ -47,6 +51,9 @@ class PairedWork : LaneQuery {
                (Child(node, 2) == kNoNode && IsOnlyLeaving(Child(node, 1)));
       case NodeKind::kVariable:
         return AddVariable(node);
+      case NodeKind::kName:
+        AddUse(node);
+        return true;
       case NodeKind::kIndex: {
         const Uniformity place = _uniformity.Get(Child(node, 1));
         const Bool isRun = place.IsSame() || place == Uniformity{Variance::kLinear, 1};
@@ -66,9 +73,18 @@ class PairedWork : LaneQuery {
     const TypeIndex type = TypeOf(variable);
     if (_rows.IsInRows(variable)) return false;
     if (FormOf(variable) != LaneForm::kLanes) return true;
-    _numberCount += std::max<UInt32>(1, _types[type].count);
+    _numbers.all += CountComponents(variable);
     return IsNumber(type);
   }
+
+  void AddUse(NodeIndex name) {
+    const Meaning& meaning = _resolved.meaning[name];
+    if (meaning.kind != MeaningKind::kVariable || FormOf(meaning.target) != LaneForm::kLanes) return;
+    if (_uses.IsKeptByLoop(name, meaning.target) && _kept.insert(meaning.target).second)
+      _numbers.kept += CountComponents(meaning.target);
+  }
+
+  UInt32 CountComponents(NodeIndex variable) const { return std::max<UInt32>(1, _types[TypeOf(variable)].count); }
 
   Bool IsPairedCall(NodeIndex call) const {
     const Meaning& meaning = _resolved.meaning[call];
@@ -89,18 +105,20 @@ class PairedWork : LaneQuery {
   }
 
   const LaneRows& _rows;
-  UInt32 _numberCount = 0;
+  const LaneUses& _uses;
+  PairedNumbers _numbers;
+  std::unordered_set<NodeIndex> _kept;  // variables
   Bool _hasLoop = false;
 };
 
 }  // namespace
 
-UInt32 CountPairedNumbers(const LaneKernel& kernel, const LaneRows& rows) {
-  PairedWork work(kernel, rows);
+std::optional<PairedNumbers> CountPairedNumbers(const LaneKernel& kernel, const LaneRows& rows, const LaneUses& uses) {
+  PairedWork work(kernel, rows, uses);
   for (const NodeIndex function : kernel.resolved.functions) {
-    if (!work.Add(function, true)) return 0;
+    if (!work.Add(function, true)) return {};
   }
-  return work.Add(kernel.tree.kernel, false) ? work.CountNumbers() : 0;
+  return work.Add(kernel.tree.kernel, false) ? work.GetNumbers() : std::nullopt;
 }
 
 }  // namespace ostra::kernellanguage

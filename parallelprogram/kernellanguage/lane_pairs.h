@@ -3,11 +3,15 @@
 // different ways have other things to wait for.
 #pragma once
 
+#include <optional>
+
+#include "parallelprogram/kernellanguage/lane_code.h"
 #include "parallelprogram/kernellanguage/lane_rows.h"
+#include "parallelprogram/kernellanguage/lane_uses.h"
 
 namespace ostra::kernellanguage {
 
-// How many numbers differ between lanes, in such a kernel; 0 for others.
-UInt32 CountPairedNumbers(const LaneKernel& kernel, const LaneRows& rows);
+// The numbers of such a kernel; none for others.
+std::optional<PairedNumbers> CountPairedNumbers(const LaneKernel& kernel, const LaneRows& rows, const LaneUses& uses);
 
 }  // namespace ostra::kernellanguage

@@ -24,6 +24,7 @@
 #include "parallelprogram/kernellanguage/lane_values.h"
 #include "parallelprogram/kernellanguage/lane_variables.h"
 #include "parallelprogram/kernellanguage/lane_walks.h"
+#include "parallelprogram/kernellanguage/lane_windows.h"
 
 namespace ostra::kernellanguage {
 
@@ -65,17 +66,18 @@ class LanePrinter : protected LaneTables, protected LanePart {
   LaneValues _values{basis};
   // These call each other, as expressions and statements stand inside of each other.
   LaneShared _shared{basis, {_values, held}};
+  LaneWindows _windows{basis, {jumps, _shared}};
   LaneExpressions _expressions{
       basis, {rows, _values, _shared, held, _operators, _memory, _construction, _calls, _functionCalls}};
   LaneOperators _operators{basis, {_values, _shared, _expressions}};
   LaneMemory _memory{basis, {rows, _values, _shared, held, _expressions}};
   LaneConstruction _construction{basis, {_values, _expressions}};
-  LaneCalls _calls{basis, {_values, _shared, _expressions, _functionCalls}};
+  LaneCalls _calls{basis, {_values, _shared, _expressions, _functionCalls, _windows}};
   LaneFunctionCalls _functionCalls{basis, {_values, _shared, _expressions, _memory, _assignments}};
   LaneAssignments _assignments{basis,
                                {variableUses, rows, _values, _shared, _expressions, _operators, _memory, _calls}};
   LaneVariables _variables{basis, {variableUses, rows, _values, _expressions}};
-  LaneLoops _loops{basis, {jumps, walks, _shared, _expressions, _assignments, _statements, exits}};
+  LaneLoops _loops{basis, {jumps, walks, _shared, _expressions, _assignments, _statements, _windows, exits}};
   LaneSwitches _switches{basis, {jumps, _values, _shared, _expressions, _statements, exits}};
   LaneStatements _statements{
       basis, {jumps, _values, _shared, _expressions, _assignments, _variables, _loops, _switches, exits}};

@@ -12,6 +12,8 @@ class LaneUses : LaneQuery {
 
   // Whether a variable is changed behind its declaration.
   Bool IsChanged(NodeIndex variable) const { return _isChanged[variable]; }
+  // Whether the name stands in a loop that the variable is declared outside of.
+  Bool IsKeptByLoop(NodeIndex name, NodeIndex variable) const { return _loop[name] != _loop[variable]; }
   // Whether a variable is read behind a statement, or in the next turn of a loop around the statement.
   Bool IsReadBehind(NodeIndex variable, NodeIndex statement) const {
     return _loop[statement] != _loop[variable] || _last[variable] > _last[statement];

@@ -56,10 +56,10 @@ void LaneVariables::LaneVariable(NodeIndex node) {
     Line({SharedType(type), " ", _names.GetCount(node), " = ", first.text, ";"});
     first.text = _names.GetCount(node);
   }
-  const Bool isClamped =
-      first.form == LaneForm::kClamped && first.type == type && !_uses.variableUses.IsChanged(node) && !IsKept(node);
-  _uses.expressions.SetClamped(node, isClamped);
-  if (isClamped) return Line({"[[maybe_unused]] const auto ", name, " = ", first.text, ";"});
+  const Bool isRun = first.form == LaneForm::kClamped || (first.form == LaneForm::kLinear && first.stride == 1);
+  const Bool isHeldAsRun = isRun && first.type == type && !_uses.variableUses.IsChanged(node) && !IsKept(node);
+  _uses.expressions.SetForm(node, isHeldAsRun ? first.form : LaneForm::kLanes);
+  if (isHeldAsRun) return Line({"[[maybe_unused]] const auto ", name, " = ", first.text, ";"});
   Line({"[[maybe_unused]] ", lanes, " ", name, " = ",
         isInRows ? _uses.values.ToRows(first) : _uses.values.ToLanes(first, value), ";"});
 }

@@ -181,9 +181,9 @@ TEST(LaneCodeTest, ShortLoopsOfArithmeticRunTwoVectorsAtATime) {
   const auto countNumbers = [](const std::string& body) {
     return Print("uint i = InGlobalInvocationID.x; float x = float(i);\n" + body +
                  "\nUNIFORM_BUFFER(out)[i] = x * sqrt(x);")
-        .pairedNumberCount;
+        .pairedNumbers;
   };
-  const auto isPaired = [&](const std::string& body) { return countNumbers(body) > 0; };
+  const auto isPaired = [&](const std::string& body) { return countNumbers(body).has_value(); };
   EXPECT_TRUE(isPaired("while (x < 9.0) { x = x * 1.5 + 1.0; }"));
   EXPECT_TRUE(
       isPaired("for (uint k = 0u; k < UNIFORM(n); k++) { x += UNIFORM_BUFFER(in)[k]; if (x > 4.0) { break; } }"));
@@ -195,10 +195,50 @@ TEST(LaneCodeTest, ShortLoopsOfArithmeticRunTwoVectorsAtATime) {
       isPaired("uint k = i * i; while (x < 9.0) { k += i * 3u; x += UNIFORM_BUFFER(in)[k % 7u] * x * x * x * x * x * x "
                "* x * x; }"));
   EXPECT_FALSE(isPaired("while (x < 9.0) { x += SampleTexture(image, vec2(x, x)).x; }"));
-  EXPECT_EQ(countNumbers("while (x < 9.0) { float y = x * 1.5; x = y + 1.0; }"), 2u);
-  EXPECT_EQ(countNumbers("vec4 a = vec4(x, x, x, x); vec4 b = a * x; vec4 c = a * b; vec4 d = b * c;\n"
-                         "while (x < 9.0) { x += dot(a, b) + dot(c, d); }"),
-            17u);
+  // Those that are declared in the loop, and before it without being used there, need no register in the meantime.
+  const auto expect = [&](const std::string& body, UInt32 all, UInt32 kept) {
+    const auto numbers = countNumbers(body);
+    ASSERT_TRUE(numbers);
+    EXPECT_EQ(numbers->all, all) << body;
+    EXPECT_EQ(numbers->kept, kept) << body;
+  };
+  expect("while (x < 9.0) { float y = x * 1.5; x = y + 1.0; }", 2, 1);
+  expect("float z = x * x; vec2 w = vec2(z, x); while (x < 9.0) { x = x + w.x; } x = x * z;", 4, 3);
+  expect(
+      "vec4 a = vec4(x, x, x, x); vec4 b = a * x; vec4 c = a * b; vec4 d = b * c;\n"
+      "while (x < 9.0) { x += dot(a, b) + dot(c, d); }",
+      17, 17);
+}
+
+TEST(LaneCodeTest, LoopsWhosePositionsAreWithinBoundsLeaveClampOut) {
+  const auto find = [](const std::string& loop) {
+    const LaneCode code = Print("int x = int(InGlobalInvocationID.x); int w = int(UNIFORM(n)); float sum = 0.0;\n" +
+                                loop + "\nUNIFORM_BUFFER(out)[x] = sqrt(sum);");
+    const std::size_t begin = code.text.find("if (All(ostraActive) && ");
+    return begin == std::string::npos ? "" : code.text.substr(begin, code.text.find('\n', begin) - begin);
+  };
+  const std::string sum = "sum += UNIFORM_BUFFER(in)[clamp(x + k - 2, 0, w - 1)];";
+  EXPECT_EQ(find("for (int k = 0; k < 5; k++) { " + sum + " }"),
+            "if (All(ostraActive) && static_cast<Int64>(x) + (-2) >= static_cast<Int64>(0) && "
+            "static_cast<Int64>(x) + (2) + (kLaneCount - 1) <= static_cast<Int64>((w - 1))) {");
+  EXPECT_EQ(
+      find("for (int k = -w; k <= w; ++k) { int at = x - k; sum += UNIFORM_BUFFER(in)[clamp(at, -3, w)]; }"),
+      "if (All(ostraActive) && static_cast<Int64>(x) + (0) - static_cast<Int64>(w) >= static_cast<Int64>((-3)) && "
+      "static_cast<Int64>(x) + (0) - static_cast<Int64>((-w)) + (kLaneCount - 1) <= static_cast<Int64>(w)) {");
+  EXPECT_NE(find("for (uint k = 0u; k < 3u; k++) { sum += UNIFORM_BUFFER(in)[clamp(InGlobalInvocationID.x + k, 0u, "
+                 "UNIFORM(n))]; }"),
+            "");
+  // One test for all loops inside.
+  EXPECT_NE(find("for (int j = 0; j < 2; j++) { for (int k = 0; k < 5; k++) { " + sum + " } }"), "");
+  // Numbers, bounds and turns that the loop changes, and loops that lanes leave.
+  EXPECT_EQ(find("for (int k = 0; k < 5; k++) { k += 1; " + sum + " }"), "");
+  EXPECT_EQ(find("for (int k = 0; k < 5; k += 2) { " + sum + " }"), "");
+  EXPECT_EQ(find("for (int k = 0; k < 5; k++) { w = w - 1; " + sum + " }"), "");
+  EXPECT_EQ(
+      find("int q = x; for (int k = 0; k < 5; k++) { q = x + 1; sum += UNIFORM_BUFFER(in)[clamp(q + k, 0, w)]; }"), "");
+  EXPECT_EQ(find("for (int k = 0; k < 5; k++) { " + sum + " if (sum > 3.0) return; }"), "");
+  EXPECT_EQ(find("for (int k = 0; k < 5; k++) { " + sum + " if (sum > 3.0) break; }"), "");
+  EXPECT_EQ(find("for (int k = 0; k < 5; k++) { sum += UNIFORM_BUFFER(in)[clamp(x * 2 + k, 0, w)]; }"), "");
 }
 
 TEST(LaneCodeTest, PlacesThatCallsChangeMustNotOverlap) {

@@ -1,5 +1,7 @@
 // Kernels whose neighbouring invocations go different ways give the same bits at every width and for every length of a
 // row.
+#include <limits>
+
 #include "tests/kernels/kernel_runner.h"
 #include "tests/kernels/random_values.h"
 
@@ -135,6 +137,21 @@ TEST_P(LaneFormsTest, NeighboursWithinARowAndVectorsThatAreNotTakenApart) {
       runner.SetBuffer<Vector32>("threeSums", std::vector<Vector32>(count, Vector32(7.0f, 6.0f, 5.0f)));
       runner.SetBuffer<Vector4d32>("fourSums", std::vector<Vector4d32>(count, Vector4d32(4.0f, 3.0f, 2.0f, 1.0f)));
     });
+  }
+}
+
+TEST_P(LaneFormsTest, NeighboursWithinARadiusThatIsGiven) {
+  const Int32 least = std::numeric_limits<Int32>::min(), most = std::numeric_limits<Int32>::max();
+  for (const auto& [radius, shift] : {std::pair{0, 0}, {1, 0}, {3, 2}, {2, -9}, {-1, 0}, {least, 0}, {1, most}}) {
+    const auto numbers = _random.MakeFloats(_length);
+    CompareWays("net.ostra.test.laneradius.krn", {_length + 3, 1, 1},
+                [&, radius = radius, shift = shift](auto& runner) {
+                  runner.SetValue("width", static_cast<Int32>(_length));
+                  runner.SetValue("radius", radius);
+                  runner.SetValue("shift", shift);
+                  runner.template SetBuffer<Float32>("numbers", numbers);
+                  runner.template SetBuffer<Float32>("sums", std::vector<Float32>(_length, 0.375f));
+                });
   }
 }
 
