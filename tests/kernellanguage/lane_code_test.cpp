@@ -118,6 +118,14 @@ TEST(LaneCodeTest, StructsOfStructsAreLookedAtOnce) {
   EXPECT_EQ(FindRefusal(AnalyzeBody("float x = UNIFORM(f) * 2.0; if (x > 1.0) { return; }", structs)), "");
 }
 
+TEST(LaneCodeTest, KernelsWhoseVariablesAreCalledLikePartsOfTheWideFormHaveNone) {
+  for (const std::string name : {"All", "Select", "Increment", "kLaneCount"}) {
+    const std::string body = "float " + name + " = UNIFORM(f); while (" + name + " < 9.0) { " + name + " = " + name +
+                             " * 2.0; } UNIFORM_BUFFER(out)[InGlobalInvocationID.x] = " + name + ";";
+    EXPECT_EQ(FindRefusal(body), "the name \"" + name + "\"");
+  }
+}
+
 TEST(LaneCodeTest, OnlyVariablesThatAreReadBehindALoopAreKeptForTheLanesThatHaveLeftIt) {
   const std::string start = "uint i = InGlobalInvocationID.x; float x = float(i); float y = 1.0; uint n = 0u;\n";
   const std::string loop = "while (x < 9.0) { x = x + y; y = y * x; n++; }\n";
