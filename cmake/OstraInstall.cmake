@@ -53,6 +53,7 @@ foreach(header
     program/kernel_noise.h
     program/kernel_parameters.h
     program/kernel_prelude.h
+    program/kernel_print_text.h
     program/kernel_range_interface.h
     program/kernel_registration.h
     program/kernel_report_interface.h

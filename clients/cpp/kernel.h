@@ -115,8 +115,11 @@ class SessionKernel {
     OSTRA_RETURN_IF_ERROR(arguments.ForEach(binder));
     OSTRA_ASSIGN_OR_RETURN(const DispatchSize size, binder.ChooseSize(given));
     OSTRA_RETURN_IF_ERROR(program.UpdateUniforms());
-    OSTRA_RETURN_IF_ERROR(program.DispatchKernel(size.x, size.y, size.z, false));
-    return program.Execute(false);
+    Result<void> done = program.DispatchKernel(size.x, size.y, size.z, false);
+    if (done) done = program.Execute(false);
+    // Prints tell, too, why an assertion does not hold.
+    OSTRA_RETURN_IF_ERROR(_session->ShowPrints());
+    return done;
   }
 
   client::SessionRef _session;

@@ -55,6 +55,11 @@ class Session {
   // The program behind the session, for what this layer has no word for.
   ParallelProgramInterface& GetProgram() const { return _state->GetProgram(); }
 
+  // What is called with what a kernel has printed (PRINT), by the thread that calls the kernel, before the call returns
+  // or says which ASSERT did not hold. Unless it is set prints go to standard error, a line each: FormatKernelPrint
+  // (parallelprogram/program/kernel_print_text.h). An empty listener sets that again.
+  void SetPrintListener(PrintListener listener) { _state->SetPrintListener(std::move(listener)); }
+
   // A kernel of the application; K is a struct of NAME.kernel.h. Errors: illegal state for a kernel that does not
   // compile for the GPU.
   template <class K>

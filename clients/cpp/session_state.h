@@ -4,6 +4,8 @@
 #include <unistd.h>
 
 #include <climits>
+#include <functional>
+#include <iostream>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -13,12 +15,16 @@
 #include "ostra/host.h"
 #include "ostra/object/class.h"
 #include "parallelprogram/program/kernel_interface.h"
+#include "parallelprogram/program/kernel_print_text.h"
 #include "parallelprogram/program/parallel_program.h"
 
 namespace ostra {
 
 // Where the kernels of a session run.
 enum class Backend { kCpu, kGpu };
+
+// Takes what the kernels of a session have printed; see Session::SetPrintListener.
+using PrintListener = std::function<void(const KernelPrints&)>;
 
 namespace client {
 
@@ -79,6 +85,17 @@ class SessionState {
     return InternedId::Create("client." + std::string(kind) + std::to_string(++_count));
   }
 
+  void SetPrintListener(PrintListener listener) { _printListener = std::move(listener); }
+  // Hands over what the last dispatch has printed.
+  Result<void> ShowPrints() {
+    auto* const reports = FindInterface<KernelReportInterface>(*_program);
+    if (!reports) return OK;
+    OSTRA_ASSIGN_OR_RETURN(const KernelPrints prints, reports->TakePrints());
+    if (prints.prints.IsEmpty() && prints.lostCount == 0) return OK;
+    _printListener ? _printListener(prints) : WritePrints(prints);
+    return OK;
+  }
+
   // Links of kernels may still lead to an array of the client: it stays, without elements.
   void Retire(std::unique_ptr<Array<Generic>> shared) {
     *shared = Array<Generic>();
@@ -106,6 +123,11 @@ class SessionState {
     return std::string(file.substr(0, file.rfind('/')));
   }
 
+  static void WritePrints(const KernelPrints& prints) {
+    for (const KernelPrint& print : prints.prints) std::cerr << FormatKernelPrint(print) << '\n';
+    if (prints.lostCount > 0) std::cerr << prints.lostCount << " prints did not fit\n";
+  }
+
   Result<void> LoadOnce(std::string_view name, const Id& id) {
     OSTRA_ASSIGN_OR_RETURN(const BaseArray<ModuleInformation> modules, ModuleLoader::GetModules());
     for (const ModuleInformation& module : modules)
@@ -120,6 +142,7 @@ class SessionState {
   std::vector<Id> _classes;
   std::vector<std::unique_ptr<Array<Generic>>> _retired;
   Int _count = 0;
+  PrintListener _printListener;
   ParallelProgramRef _program;
 };
 

@@ -9,6 +9,7 @@
 #include "ostra/render/render_noise.h"
 #include "parallelprogram/program/kernel_declaration_interface.h"
 #include "parallelprogram/program/kernel_interface.h"
+#include "parallelprogram/program/kernel_print_text.h"
 #include "parallelprogram/program/kernel_report.h"
 
 OSTRA_UNIT("python");
@@ -103,14 +104,7 @@ void PythonKernel::SetKind(const LoadedKernel& loaded, Parameter& parameter) {
 void PythonKernel::ShowPrints(const KernelPrints& prints) {
   const PyObject* const output = PySys_GetObject("stdout");
   if (!output || output == Py_None) return;  // as Python's own print
-  for (const KernelPrint& print : prints.prints) {
-    std::string place = std::to_string(print.invocation.x);
-    if (print.dimensions > 1) place += ", " + std::to_string(print.invocation.y);
-    if (print.dimensions > 2) place += ", " + std::to_string(print.invocation.z);
-    if (print.dimensions > 1) place = "(" + place + ")";
-    py::print(std::string(print.file.GetView()) + ":" + std::to_string(print.line) + ": invocation " + place + ": " +
-              std::string(print.text.GetView()));
-  }
+  for (const KernelPrint& print : prints.prints) py::print(FormatKernelPrint(print));
   if (prints.lostCount > 0) py::print(std::to_string(prints.lostCount) + " prints did not fit");
 }
 

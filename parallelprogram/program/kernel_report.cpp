@@ -6,6 +6,7 @@
 
 #include "ostra/core/catch_out_of_memory.h"
 #include "ostra/core/format.h"
+#include "parallelprogram/program/kernel_print_text.h"
 
 OSTRA_UNIT("kernel_report");
 
@@ -125,12 +126,6 @@ Int32 CountDimensions(const Vec3<UInt32>& invocations) { return invocations.z > 
 Vec3<UInt32> GetInvocation(UInt32 number, const Vec3<UInt32>& extents, Int32 dimensions) {
   if (dimensions == 1 || extents.x == 0 || extents.y == 0) return {number, 0, 0};
   return {number % extents.x, number / extents.x % extents.y, number / extents.x / extents.y};
-}
-
-std::string FormatInvocation(const Vec3<UInt32>& invocation, Int32 dimensions) {
-  if (dimensions == 1) return std::to_string(invocation.x);
-  const std::string y = std::to_string(invocation.x) + ", " + std::to_string(invocation.y);
-  return "(" + (dimensions == 2 ? y : y + ", " + std::to_string(invocation.z)) + ")";
 }
 
 // The word of a traced kernel that says what it records; nothing for another name.

@@ -10,6 +10,7 @@
 #include "net.example.count.kernel.h"
 #include "net.example.particles.kernel.h"
 #include "net.example.ramp.kernel.h"
+#include "net.example.report.kernel.h"
 #include "net.example.sample.kernel.h"
 #include "net.example.scale.kernel.h"
 #include "net.ostra.test.templated.kernel.h"
@@ -20,9 +21,12 @@
 namespace ostra {
 namespace {
 
+using testing::Contains;
 using testing::Each;
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::HasSubstr;
+using testing::SizeIs;
 
 class SessionTest : public testing::TestWithParam<Backend> {
  protected:
@@ -52,6 +56,32 @@ TEST_P(SessionTest, AChainOfKernelsGivesTheExpectedNumbers) {
   scale({.count = 5, .factor = 3, .values = blurred});
   EXPECT_THAT(Copy(values.Read()), ElementsAre(0, 1, 2, 3, 4));
   EXPECT_THAT(Copy(blurred.Read()), ElementsAre(0, 3, 6, 9, 12));
+}
+
+TEST_P(SessionTest, PrintsArriveAtTheListenerBeforeACallReturnsAndThoseOfAFailedOneToo) {
+  const auto report = _session->Load<kernels::Report>();
+  auto source = _session->MakeBuffer(std::vector<Float32>{0.25f, 0.5f, 4}), target = _session->MakeBuffer<Float32>(3);
+  std::vector<std::string> lines;
+  _session->SetPrintListener([&](const KernelPrints& prints) {
+    EXPECT_EQ(prints.lostCount, 0);
+    for (const KernelPrint& print : prints.prints) lines.push_back(FormatKernelPrint(print));
+  });
+  report({.count = 2, .scale = 1, .limit = 3, .source = source, .target = target});
+  ASSERT_THAT(lines, SizeIs(8));
+  EXPECT_THAT(lines[0], EndsWith("net.example.report.krn:21: invocation 0: i = 0, x = 0.25, 100%"));
+  EXPECT_THAT(lines[4], EndsWith("invocation 1: i = 1, x = 0.5, 100%"));
+  lines.clear();
+  const auto failed = report.TryRun({.count = 3, .scale = 1, .limit = 3, .source = source, .target = target});
+  EXPECT_THAT(failed, IsErrorContaining(kIllegalStateError, "small"));
+  EXPECT_THAT(lines, Contains(EndsWith("invocation 2: i = 2, x = 4, 100%")));
+}
+
+TEST_P(SessionTest, PrintsGoToStandardErrorUnlessTheyAreTaken) {
+  const auto report = _session->Load<kernels::Report>();
+  auto source = _session->MakeBuffer(std::vector<Float32>{0.25f}), target = _session->MakeBuffer<Float32>(1);
+  testing::internal::CaptureStderr();
+  report({.count = 1, .scale = 1, .limit = 3, .source = source, .target = target});
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("invocation 0: i = 0, x = 0.25, 100%\n"));
 }
 
 TEST_P(SessionTest, SwappedBuffersIterateWithoutLeavingTheDevice) {
