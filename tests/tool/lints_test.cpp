@@ -101,8 +101,8 @@ TEST_F(LintsTest, AFunctionEndsWhereItDoesOnTheGpu) {
   const std::string late =
       "inline Float32 Late(Matrix32 m, Int32 n)\n{\n\tVector32 p;\n\tif (n > 0) { p = matoff(m);\n\t}\n"
       "\treturn p.x;\n}\n";
-  EXPECT_THAT(Check(MakeKernel("(Block<Float32>) data", "\tUNIFORM_BUFFER(data)[0] = 1.0;") + late + kOfHost),
-              Contains("k.krn:14: warning: code after the last block of the file never reaches the GPU"));
+  EXPECT_THAT(Check(MakeKernel("(Block<Float32>) data", "\tUNIFORM_BUFFER(data)[0] = 1.0;", kOfHost) + late),
+              Contains("k.krn:18: warning: code after the last block of the file never reaches the GPU"));
 }
 
 TEST_F(LintsTest, AVectorOfOneNumberIsFoundWhateverMakesTheNumber) {
