@@ -69,6 +69,7 @@ class SessionState {
     if (_backend == Backend::kGpu) OSTRA_RETURN_IF_ERROR(LoadOnce("drawport_vulkan", "net.ostra.drawport.vulkan"_id));
     const Id programClass = _backend == Backend::kGpu ? kGpuProgramClass : kCpuProgramClass;
     OSTRA_ASSIGN_OR_RETURN(_program, CreateObject<ParallelProgramInterface>(programClass));
+    _reports = FindInterface<KernelReportInterface>(*_program);
     OSTRA_ASSIGN_OR_RETURN(const Url resources,
                            Url::Create(resourceFolder.empty() ? FindProgramFolder() : resourceFolder));
     const auto started = _program->Init(resources, nullptr, deviceIndex, _backend == Backend::kGpu);
@@ -88,9 +89,8 @@ class SessionState {
   void SetPrintListener(PrintListener listener) { _printListener = std::move(listener); }
   // Hands over what the last dispatch has printed.
   Result<void> ShowPrints() {
-    auto* const reports = FindInterface<KernelReportInterface>(*_program);
-    if (!reports) return OK;
-    OSTRA_ASSIGN_OR_RETURN(const KernelPrints prints, reports->TakePrints());
+    if (!_reports) return OK;
+    OSTRA_ASSIGN_OR_RETURN(const KernelPrints prints, _reports->TakePrints());
     if (prints.prints.IsEmpty() && prints.lostCount == 0) return OK;
     _printListener ? _printListener(prints) : WritePrints(prints);
     return OK;
@@ -144,6 +144,7 @@ class SessionState {
   Int _count = 0;
   PrintListener _printListener;
   ParallelProgramRef _program;
+  KernelReportInterface* _reports = nullptr;  // of the program
 };
 
 using SessionRef = std::shared_ptr<SessionState>;

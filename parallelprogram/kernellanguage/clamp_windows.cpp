@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <optional>
 #include <unordered_map>
+#include <unordered_set>
 
 #include "parallelprogram/kernellanguage/changes.h"
 #include "parallelprogram/kernellanguage/literal.h"
@@ -65,7 +66,7 @@ class Finder {
       const NodeIndex root = FindPlaceRoot(_tree, place);
       if (_tree.Is(root, NodeKind::kName)) ++_changes[_resolved.meaning[root].target];
     }
-    if (_tree.Is(node, NodeKind::kVariable)) _isInside[node] = true;
+    if (_tree.Is(node, NodeKind::kVariable)) _isInside.insert(node);
     if (_tree.Is(node, NodeKind::kCall)) _calls.push_back(node);
     if (_tree.Is(node, NodeKind::kFor)) FindTurns(node);
     for (const NodeIndex child : _tree.GetChildren(node)) {
@@ -77,7 +78,7 @@ class Finder {
     const auto known = _changes.find(variable);
     return known == _changes.end() ? 0 : known->second;
   }
-  Bool IsInside(NodeIndex variable) const { return _isInside.find(variable) != _isInside.end(); }
+  Bool IsInside(NodeIndex variable) const { return _isInside.count(variable) != 0; }
   NodeIndex GetVariable(NodeIndex name) const {
     const Meaning& meaning = _resolved.meaning[name];
     const Bool isVariable = _tree.Is(name, NodeKind::kName) && meaning.kind == MeaningKind::kVariable;
@@ -86,8 +87,7 @@ class Finder {
 
   // `for (int k = 0; k < 5; k++)`: the first and the last number of k.
   void FindTurns(NodeIndex loop) {
-    const NodeIndex start = _tree.GetChild(loop, 0), condition = _tree.GetChild(loop, 1),
-                    step = _tree.GetChild(loop, 2);
+    const auto [start, condition, step, body] = GetLoopParts(_tree, loop);
     if (!_tree.Is(start, NodeKind::kDeclaration) || _tree.GetChildren(start).size() != 1 || step == kNoNode) return;
     const NodeIndex variable = _tree.GetChild(start, 0), first = _tree.GetChild(variable, 2);
     const Bool isUp = (_tree.Is(step, NodeKind::kPostfix) || _tree.Is(step, NodeKind::kUnary)) &&
@@ -199,9 +199,9 @@ class Finder {
   const ResolvedTree& _resolved;
   const UniformityTable& _uniformity;
   std::vector<NodeIndex> _calls;
-  std::unordered_map<NodeIndex, int> _changes;    // of variables in the loop
-  std::unordered_map<NodeIndex, Bool> _isInside;  // variables of the loop
-  std::unordered_map<NodeIndex, Turns> _turns;    // of variables of `for`
+  std::unordered_map<NodeIndex, int> _changes;  // of variables in the loop
+  std::unordered_set<NodeIndex> _isInside;      // variables of the loop
+  std::unordered_map<NodeIndex, Turns> _turns;  // of variables of `for`
 };
 
 }  // namespace

@@ -12,8 +12,8 @@
 
 namespace ostra::kernellanguage {
 
-// A number that is kept within bounds: clamp(number, low, high), or min(max(number, low), high). kNoNode throughout if
-// a call is none of integers of 32 bits.
+// A number that is kept within bounds: clamp(number, low, high), or min(max(number, low), high). All are kNoNode for
+// other calls, and for numbers of other types than int and uint.
 struct ClampedNumber {
   NodeIndex number = kNoNode, low = kNoNode, high = kNoNode;
 };

@@ -141,7 +141,7 @@ void GroupPrinter::CutLoop(NodeIndex node) {
   Cut(body);
   Outside({"}"});
   _continued.pop_back();
-  if (HasContinue(body)) Outside({"ostraContinue", std::to_string(node), ":;"});
+  if (HasContinue(_tree, body)) Outside({"ostraContinue", std::to_string(node), ":;"});
   if (isDo) leave();
   if (isFor && Child(node, 2) != kNoNode) {
     const NodeIndex step = Child(node, 2);
@@ -164,17 +164,6 @@ void GroupPrinter::Decide(NodeIndex condition) {
   }
   Add(GroupPiece::Kind::kCondition, condition);
   EndPiece();
-}
-
-Bool GroupPrinter::HasContinue(NodeIndex node) const {
-  if (node == kNoNode || IsExpression(KindOf(node))) return false;
-  if (KindOf(node) == NodeKind::kContinue) return true;
-  if (KindOf(node) == NodeKind::kFor || KindOf(node) == NodeKind::kWhile || KindOf(node) == NodeKind::kDoWhile)
-    return false;
-  for (const NodeIndex child : _tree.GetChildren(node)) {
-    if (HasContinue(child)) return true;
-  }
-  return false;
 }
 
 // Numbers that C++ may want to know, as labels and sizes.

@@ -25,7 +25,7 @@ class AtomicOrder {
     const Meaning& meaning = _resolved.meaning[node];
     if (kind == NodeKind::kCall && meaning.kind == MeaningKind::kWord && IsAtomic(meaning.word))
       _calls.push_back({node, FindMemory(_tree.GetChild(node, 0)), isInLoop});
-    isInLoop = isInLoop || kind == NodeKind::kFor || kind == NodeKind::kWhile || kind == NodeKind::kDoWhile;
+    isInLoop = isInLoop || IsLoop(kind);
     for (const NodeIndex child : _tree.GetChildren(node)) {
       if (child != kNoNode) Add(child, isInLoop);
     }

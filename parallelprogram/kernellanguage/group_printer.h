@@ -73,8 +73,6 @@ class GroupPrinter {
   void Use(NodeIndex variable);
   std::string Declarations() const;
   Bool IsConstant(NodeIndex expression) const;
-  // Whether `node` has a continue of the loop around it.
-  Bool HasContinue(NodeIndex node) const;
 
   // group_returns.cpp: a return behind which pieces come that the others run; kNoNode if there is none
   NodeIndex FindEarlyReturn(NodeIndex node, Bool isInIf, Bool isFollowed) const;

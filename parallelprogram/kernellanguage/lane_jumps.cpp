@@ -16,7 +16,7 @@ Bool LaneJumps::HasJump(NodeIndex node, NodeKind kind, Bool isMasked, Bool isBel
   const NodeKind own = KindOf(node);
   if (own == kind) return !isMasked || isBelow;
   if (IsExpression(own)) return false;
-  if (own == NodeKind::kFor || own == NodeKind::kWhile || own == NodeKind::kDoWhile) return false;
+  if (IsLoop(own)) return false;
   if (own == NodeKind::kSwitch && kind == NodeKind::kBreak) return false;
   const Bool differs =
       (own == NodeKind::kIf || own == NodeKind::kSwitch) && FormOf(Child(node, 0)) != LaneForm::kShared;
@@ -31,7 +31,7 @@ Bool LaneJumps::HasExit(NodeIndex node) const {
 }
 
 Bool LaneJumps::IsMaskedLoop(NodeIndex node) const {
-  const LoopParts loop = _kernel.GetLoopParts(node);
+  const LoopParts loop = GetLoopParts(_tree, node);
   if (loop.condition != kNoNode && FormOf(loop.condition) != LaneForm::kShared) return true;
   return HasJump(loop.body, NodeKind::kBreak, true) ||
          (HasJump(loop.body, NodeKind::kContinue, true) && HasJump(loop.body, NodeKind::kBreak, false)) ||

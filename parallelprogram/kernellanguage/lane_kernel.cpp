@@ -23,20 +23,6 @@ Bool LaneKernel::IsCount(NodeIndex name) const {
          uniformity.isCounter[meaning.target] && FormOf(name) == LaneForm::kShared;
 }
 
-LoopParts LaneKernel::GetLoopParts(NodeIndex loop) const {
-  switch (tree.nodes[loop].kind) {
-    case NodeKind::kFor:
-      return {.start = tree.GetChild(loop, 0),
-              .condition = tree.GetChild(loop, 1),
-              .step = tree.GetChild(loop, 2),
-              .body = tree.GetChild(loop, 3)};
-    case NodeKind::kWhile:
-      return {.condition = tree.GetChild(loop, 0), .body = tree.GetChild(loop, 1)};
-    default:
-      return {.condition = tree.GetChild(loop, 1), .body = tree.GetChild(loop, 0)};
-  }
-}
-
 Bool LaneKernel::IsHarmless(NodeIndex node) const {
   switch (tree.nodes[node].kind) {
     case NodeKind::kAssign:

@@ -7,11 +7,6 @@
 
 namespace ostra::kernellanguage {
 
-// The parts of a loop; kNoNode where it has none.
-struct LoopParts {
-  NodeIndex start = kNoNode, condition = kNoNode, step = kNoNode, body = kNoNode;
-};
-
 class LaneKernel {
  public:
   // `groupNames` are those of variables outside of pieces, if the kernel is printed piece by piece; null otherwise. All
@@ -30,7 +25,6 @@ class LaneKernel {
   LaneForm FormOf(NodeIndex node) const;
   // Whether the name of a variable stands for the number of turns that all lanes of a loop share.
   Bool IsCount(NodeIndex name) const;
-  LoopParts GetLoopParts(NodeIndex loop) const;
   // Whether an expression may be computed in lanes that are off: it touches no memory, traps nowhere, calls no function
   // of the file and changes nothing.
   Bool IsHarmless(NodeIndex expression) const;

@@ -13,7 +13,7 @@ namespace ostra::kernellanguage {
 
 // A loop that all lanes begin and end together.
 void LaneLoops::PlainLoop(NodeIndex node) {
-  const auto [start, condition, step, body] = _kernel.GetLoopParts(node);
+  const auto [start, condition, step, body] = GetLoopParts(_tree, node);
   const Bool isDoWhile = KindOf(node) == NodeKind::kDoWhile;
   // Lanes may leave by return, or leave a loop around this one: without any there is no next turn.
   const std::string any = _uses.jumps.HasReturn(body) ? Join({"Any(", GetMask(), ")"}) : "";
@@ -45,7 +45,7 @@ void LaneLoops::PlainLoop(NodeIndex node) {
 
 // A loop that lanes leave one by one.
 void LaneLoops::MaskedLoop(NodeIndex node) {
-  const LoopParts loop = _kernel.GetLoopParts(node);
+  const LoopParts loop = GetLoopParts(_tree, node);
   const Bool isDoWhile = KindOf(node) == NodeKind::kDoWhile;
   const std::string outer = GetMask(), mask = NewName("mask");
   const std::string continued = _uses.jumps.HasJump(loop.body, NodeKind::kContinue, false) ? NewName("continued") : "";

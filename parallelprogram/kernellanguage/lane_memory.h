@@ -38,7 +38,7 @@ class LaneMemory : LanePart {
   // A part of an element that is a struct or a matrix, lane by lane.
   LaneValue LoadPart(NodeIndex element, const std::string& path, NodeIndex place);
   LaneValue IndexOfArray(NodeIndex node, const std::string& array, NodeIndex variable);
-  // The x of InGlobalInvocationID and its relatives; without a text: it is none of them.
+  // The x of InGlobalInvocationID and its relatives. For other members the text is empty.
   LaneValue WordMember(NodeIndex node) const;
 
   const Uses _uses;

@@ -14,8 +14,7 @@ class PairedWork : LaneQuery {
 
   // Adds what a node and all below it do; false if it has no pairs.
   Bool Add(NodeIndex node, Bool isInLoop) {
-    const Bool isLoop =
-        KindOf(node) == NodeKind::kFor || KindOf(node) == NodeKind::kWhile || KindOf(node) == NodeKind::kDoWhile;
+    const Bool isLoop = IsLoop(KindOf(node));
     _hasLoop = _hasLoop || isLoop;
     isInLoop = isInLoop || isLoop;
     if (!HasPairs(node, isInLoop) || !HasPairedValue(node)) return false;

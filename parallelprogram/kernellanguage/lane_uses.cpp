@@ -26,7 +26,7 @@ void LaneUses::Find(NodeIndex node, NodeIndex loop, UInt32& position) {
         _isChanged[_resolved.meaning[place].target] = true;
     }
   }
-  const Bool isLoop = kind == NodeKind::kFor || kind == NodeKind::kWhile || kind == NodeKind::kDoWhile;
+  const Bool isLoop = IsLoop(kind);
   // What a `for` begins with is done once.
   const NodeIndex start = kind == NodeKind::kFor ? Child(node, 0) : kNoNode;
   for (const NodeIndex child : _tree.GetChildren(node)) {

@@ -66,7 +66,7 @@ void LaneWalks::CountWork(NodeIndex node, LaneWalk& walk) const {
 }
 
 Bool LaneWalks::IsSlowWalk(NodeIndex loop) const {
-  const LoopParts parts = _kernel.GetLoopParts(loop);
+  const LoopParts parts = GetLoopParts(_tree, loop);
   LaneWalk walk;
   for (const NodeIndex part : {parts.condition, parts.step, parts.body}) {
     if (part != kNoNode) FindMoved(part, walk);

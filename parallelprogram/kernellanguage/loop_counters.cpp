@@ -1,6 +1,5 @@
 #include "parallelprogram/kernellanguage/loop_counters.h"
 
-#include <algorithm>
 #include <unordered_map>
 
 #include "parallelprogram/kernellanguage/changes.h"
@@ -41,13 +40,6 @@ class Finder {
     }
   }
 
-  static Bool IsLoop(NodeKind kind) {
-    return kind == NodeKind::kFor || kind == NodeKind::kWhile || kind == NodeKind::kDoWhile;
-  }
-  NodeIndex GetBody(NodeIndex loop) const {
-    const auto children = _tree.GetChildren(loop);
-    return _tree.Is(loop, NodeKind::kDoWhile) ? children.front() : children.back();
-  }
   Bool IsInside(NodeIndex node, NodeIndex outer) const {
     while (node != kNoNode && node != outer) node = _parents[node];
     return node == outer;
@@ -75,19 +67,10 @@ class Finder {
     NodeIndex body = parent;
     if (_tree.Is(_parents[body], NodeKind::kBlock)) body = _parents[body];
     const NodeIndex loop = _parents[body];
-    if (loop == kNoNode || !IsLoop(_tree.nodes[loop].kind) || GetBody(loop) != body) return kNoNode;
+    if (loop == kNoNode || !IsLoop(_tree.nodes[loop].kind) || GetLoopParts(_tree, loop).body != body) return kNoNode;
     const auto [known, isNew] = _mayContinue.try_emplace(body, false);
-    if (isNew) known->second = MayContinue(body);
+    if (isNew) known->second = HasContinue(_tree, body);
     return known->second ? kNoNode : loop;
-  }
-  // Whether a turn may end early.
-  Bool MayContinue(NodeIndex node) const {
-    if (_tree.Is(node, NodeKind::kContinue)) return true;
-    if (IsExpression(_tree.nodes[node].kind)) return false;
-    const auto children = _tree.GetChildren(node);
-    return std::any_of(children.begin(), children.end(), [this](NodeIndex child) {
-      return child != kNoNode && !IsLoop(_tree.nodes[child].kind) && MayContinue(child);
-    });
   }
 
   // n++, n -= 2, n = n + step: what may be computed twice.

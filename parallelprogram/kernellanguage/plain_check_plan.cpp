@@ -26,9 +26,7 @@ Bool CheckPlan::NeedsCheck(NodeIndex node) const {
 }
 
 Bool CheckPlan::NeedsRounds(NodeIndex node) const {
-  const NodeKind kind = _kernel.GetKind(node);
-  const Bool isLoop = kind == NodeKind::kFor || kind == NodeKind::kWhile || kind == NodeKind::kDoWhile;
-  return _kernel.options.hasChecks && isLoop && HasBarrier(node);
+  return _kernel.options.hasChecks && IsLoop(_kernel.GetKind(node)) && HasBarrier(node);
 }
 
 Bool CheckPlan::HasRounds(NodeIndex node) const {

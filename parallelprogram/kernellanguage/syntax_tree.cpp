@@ -1,4 +1,6 @@
 #include "parallelprogram/kernellanguage/syntax_tree.h"
+
+#include <algorithm>
 #include "parallelprogram/kernellanguage/join.h"
 
 #include <iterator>
@@ -42,6 +44,29 @@ std::string_view GetSpelling(Operation operation) {
                                              ">>", "&", "|", "^", "<", "<=", ">",  ">=", "==", "!=", "&&", "||"};
   static_assert(std::size(kSpellings) == static_cast<std::size_t>(Operation::kLogicalOr) + 1);
   return kSpellings[static_cast<std::size_t>(operation)];
+}
+
+LoopParts GetLoopParts(const SyntaxTree& tree, NodeIndex loop) {
+  switch (tree.nodes[loop].kind) {
+    case NodeKind::kFor:
+      return {.start = tree.GetChild(loop, 0),
+              .condition = tree.GetChild(loop, 1),
+              .step = tree.GetChild(loop, 2),
+              .body = tree.GetChild(loop, 3)};
+    case NodeKind::kWhile:
+      return {.condition = tree.GetChild(loop, 0), .body = tree.GetChild(loop, 1)};
+    default:
+      return {.condition = tree.GetChild(loop, 1), .body = tree.GetChild(loop, 0)};
+  }
+}
+
+Bool HasContinue(const SyntaxTree& tree, NodeIndex statement) {
+  if (statement == kNoNode) return false;
+  const NodeKind kind = tree.nodes[statement].kind;
+  if (kind == NodeKind::kContinue) return true;
+  if (IsExpression(kind) || IsLoop(kind)) return false;
+  const auto children = tree.GetChildren(statement);
+  return std::any_of(children.begin(), children.end(), [&](NodeIndex child) { return HasContinue(tree, child); });
 }
 
 std::string_view GetKindName(NodeKind kind) {

@@ -191,6 +191,19 @@ class SyntaxTree {
 
 Bool IsExpression(NodeKind kind);
 Bool IsStatement(NodeKind kind);
+constexpr Bool IsLoop(NodeKind kind) {
+  return kind == NodeKind::kFor || kind == NodeKind::kWhile || kind == NodeKind::kDoWhile;
+}
+
+// The parts of a loop; kNoNode where it has none.
+struct LoopParts {
+  NodeIndex start = kNoNode, condition = kNoNode, step = kNoNode, body = kNoNode;
+};
+LoopParts GetLoopParts(const SyntaxTree& tree, NodeIndex loop);
+
+// Whether a statement has a `continue` of a loop around it.
+Bool HasContinue(const SyntaxTree& tree, NodeIndex statement);
+
 std::string_view GetKindName(NodeKind kind);
 
 }  // namespace ostra::kernellanguage
