@@ -8,7 +8,7 @@
 
 #include "ostra/core/result.h"
 #include "parallelprogram/kernellanguage/group_plan.h"
-#include "parallelprogram/kernellanguage/parser.h"
+#include "parallelprogram/kernellanguage/parse.h"
 #include "parallelprogram/kernellanguage/resolve.h"
 #include "parallelprogram/kernellanguage/struct_layout.h"
 #include "parallelprogram/kernellanguage/uniformity.h"

@@ -1,5 +1,5 @@
 // From text to syntax trees, and mistakes of syntax.
-#include "parallelprogram/kernellanguage/parser.h"
+#include "parallelprogram/kernellanguage/parse.h"
 
 #include <gtest/gtest.h>
 
