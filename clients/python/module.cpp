@@ -191,11 +191,13 @@ PYBIND11_MODULE(_ostra, module) {
   RegisterCounter(module);
   RegisterTexture(module);
   py::class_<PythonKernel>(module, "Kernel")
-      .def(py::init([](const py::object& file, const py::object& text, bool isOnGpu, bool isChecked) {
-        const std::string content = text.is_none() ? std::string() : TakeText("source", text);
-        const std::string name = TakeText(text.is_none() ? "source" : "name", file);
-        return std::make_unique<PythonKernel>(name, content, isOnGpu, isChecked);
-      }))
+      .def(py::init(
+          [](const py::object& file, const py::object& text, const std::string& gpuFile, bool isOnGpu, bool isChecked) {
+            const std::string content = text.is_none() ? std::string() : TakeText("source", text);
+            const std::string name = TakeText(text.is_none() ? "source" : "name", file);
+            return std::make_unique<PythonKernel>(name, content, gpuFile, isOnGpu, isChecked);
+          }))
+      .def("set_print_filter", &PythonKernel::SetPrintFilter)
       .def("call", &PythonKernel::Call)
       .def("check", &PythonKernel::Check)
       .def_property_readonly("axis_count", &PythonKernel::GetAxisCount)

@@ -18,16 +18,17 @@ namespace ostra::python {
 
 namespace py = pybind11;
 
-PythonKernel::PythonKernel(const std::string& file, const std::string& text, bool isOnGpu, bool isChecked)
+PythonKernel::PythonKernel(const std::string& file, const std::string& text, const std::string& gpuFile, bool isOnGpu,
+                           bool isChecked)
     : _backend(isOnGpu ? Backend::kGpu : Backend::kCpu), _isChecked(isChecked) {
   _engine = OrThrow(Engine::Get());
   EngineCall call(*_engine);
-  OrThrow(call.Run([&] { return Load(file, text); }));
+  OrThrow(call.Run([&] { return Load(file, text, gpuFile); }));
   for (Parameter& parameter : _parameters)
     if (parameter.kind == Kind::kBuffer) parameter.dtype = MakeDtype(parameter.type);
 }
 
-Result<void> PythonKernel::Load(const std::string& file, const std::string& text) {
+Result<void> PythonKernel::Load(const std::string& file, const std::string& text, const std::string& gpuFile) {
   const bool isOnGpu = _backend == Backend::kGpu;
   if (isOnGpu) OSTRA_RETURN_IF_ERROR(_engine->GetGpu());
   OSTRA_ASSIGN_OR_RETURN(const Url url, Url::Create(file));
@@ -37,7 +38,8 @@ Result<void> PythonKernel::Load(const std::string& file, const std::string& text
   _axisCount = loaded.GetAxisCount();
   OSTRA_ASSIGN_OR_RETURN(_kernel, _engine->MakeName("kernel"));
   _engine->NameKernel(_kernel, _name);
-  OSTRA_RETURN_IF_ERROR(AddToProgram(isOnGpu ? url : loaded.GetUrl()));
+  OSTRA_ASSIGN_OR_RETURN(const Url gpuUrl, Url::Create(gpuFile.empty() ? file : gpuFile));
+  OSTRA_RETURN_IF_ERROR(AddToProgram(isOnGpu ? gpuUrl : loaded.GetUrl()));
   return ReadParameters(loaded);
 }
 
@@ -101,10 +103,13 @@ void PythonKernel::SetKind(const LoadedKernel& loaded, Parameter& parameter) {
 }
 
 // As the command-line tool shows them, on sys.stdout.
-void PythonKernel::ShowPrints(const KernelPrints& prints) {
+void PythonKernel::ShowPrints(const KernelPrints& prints) const {
   const PyObject* const output = PySys_GetObject("stdout");
   if (!output || output == Py_None) return;  // as Python's own print
-  for (const KernelPrint& print : prints.prints) py::print(FormatKernelPrint(print));
+  for (const KernelPrint& print : prints.prints) {
+    const std::string line = FormatKernelPrint(print);
+    py::print(_printFilter.is_none() ? py::str(line) : _printFilter(line));
+  }
   if (prints.lostCount > 0) py::print(std::to_string(prints.lostCount) + " prints did not fit");
 }
 

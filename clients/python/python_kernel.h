@@ -24,9 +24,14 @@ struct PythonCounter {
 
 class PythonKernel {
  public:
-  // `text`: the kernel itself, and `file` its name; empty: it stands in `file`. `isChecked`: calls look at indices,
-  // divisors and loops (KernelReportOptions). Throws Exception.
-  PythonKernel(const std::string& file, const std::string& text, bool isOnGpu, bool isChecked);
+  // `text`: the kernel itself, and `file` its name; empty: it stands in `file`. `gpuFile`: where a program on a GPU
+  // reads the text, without it that of the CPU runs. `isChecked`: calls look at indices, divisors and loops
+  // (KernelReportOptions). Throws Exception.
+  PythonKernel(const std::string& file, const std::string& text, const std::string& gpuFile, bool isOnGpu,
+               bool isChecked);
+
+  // What kernels print goes through this function, which takes and returns a str; None: as it is.
+  void SetPrintFilter(pybind11::object filter) { _printFilter = std::move(filter); }
 
   // `size`: None, a number, or a sequence of up to three. Returns None, what was made, or a dict of several.
   pybind11::object Call(const pybind11::object& size, const pybind11::dict& arguments);
@@ -92,13 +97,13 @@ class PythonKernel {
   };
 
   // The rest of the constructor, without the interpreter lock.
-  Result<void> Load(const std::string& file, const std::string& text);
+  Result<void> Load(const std::string& file, const std::string& text, const std::string& gpuFile);
   Result<void> AddToProgram(const Url& file);
   Result<void> ReadParameters(const LoadedKernel& loaded);
   static void SetKind(const LoadedKernel& loaded, Parameter& parameter);
   ParallelProgramInterface& GetProgram() const { return _engine->GetSession(_backend).GetProgram(); }
 
-  static void ShowPrints(const KernelPrints& prints);
+  void ShowPrints(const KernelPrints& prints) const;
   static pybind11::object CollectResults(const Invocation& invocation, const std::vector<Parameter>& parameters);
 
   // python_arguments.cpp: what a call gives, checked against the parameters.
@@ -132,6 +137,7 @@ class PythonKernel {
   bool _hasNoises = false;
   Int _noiseCount = 1;  // that calls have set
   std::vector<Parameter> _parameters;
+  pybind11::object _printFilter = pybind11::none();
 };
 
 }  // namespace ostra::python

@@ -22,7 +22,7 @@ def run_blocks(page, count, monkeypatch, needs_gpu=None):
 
 
 def test_the_blocks_of_the_page_run(monkeypatch):
-    run_blocks("python-client.md", 7, monkeypatch, needs_gpu=False)
+    run_blocks("python-client.md", 8, monkeypatch, needs_gpu=False)
 
 
 @no_gpu

@@ -90,8 +90,9 @@ def test_backends_that_are_no_texts(backend):
 
 
 @pytest.mark.parametrize("call, message", [
-    (lambda: ostra.kernel(5), '"source" is the path of a kernel file or the text of a kernel, not 5'),
-    (lambda: ostra.kernel(None), '"source" is the path of a kernel file or the text of a kernel, not None'),
+    (lambda: ostra.kernel(5), '"source" is the path of a kernel file, the text of a kernel or a function whose docstring is one, not 5'),
+    (lambda: ostra.kernel(None), '"source" is the path of a kernel file, the text of a kernel or a function whose docstring is one, not None'),
+    (lambda: ostra.kernel(SCALE, type=5), '"type" is the name of a type, such as "vec3", not 5'),
     (lambda: ostra.kernel(SCALE, name=5), '"name" is a str, not 5'),
     (lambda: ostra.kernel(SCALE, checked=1), '"checked" is True, False or None, not 1'),
     (lambda: ostra.Kernel(1, 2, 3), "ostra.kernel makes kernels"),
@@ -128,6 +129,10 @@ def test_wrong_types_are_type_errors_that_name_the_argument(call, message):
 ])
 def test_numbers_outside_of_their_type_are_overflow_errors(call, message):
     check(OverflowError, message, call)
+
+
+def test_a_type_that_is_no_name_is_told():
+    check(ValueError, '"type" is the name of a type, such as "vec3", not \'vec3;\'', lambda: ostra.kernel(SCALE, type="vec3;"))
 
 
 def test_an_empty_source_is_told():

@@ -1,5 +1,5 @@
 from os import PathLike
-from typing import Any, Iterable, Iterator, Literal, Sequence, TypeVar
+from typing import Any, Callable, Iterable, Iterator, Literal, Sequence, TypeVar, overload
 
 import numpy
 
@@ -67,8 +67,18 @@ class Profile:
     def __enter__(self) -> Profile: ...
     def __exit__(self, *_: Any) -> None: ...
 
+@overload
 def kernel(
-    source: str | PathLike[str], *, backend: Backend = "cpu", name: str | None = None, checked: bool | None = None
+    *, backend: Backend = "cpu", name: str | None = None, checked: bool | None = None, type: str | None = None
+) -> Callable[[Callable[..., Any]], Kernel]: ...
+@overload
+def kernel(
+    source: str | PathLike[str] | Callable[..., Any],
+    *,
+    backend: Backend = "cpu",
+    name: str | None = None,
+    checked: bool | None = None,
+    type: str | None = None,
 ) -> Kernel: ...
 def from_dlpack(array: Any) -> Buffer: ...
 def devices() -> list[dict[str, Any]]: ...

@@ -8,6 +8,8 @@ import shutil
 import tempfile
 import threading
 
+from ._place import TextPlace
+
 _INCLUDE = re.compile(rb'^[ \t]*#[ \t]*include[ \t]*"([^"\n]+)"', re.M)
 _HALO = re.compile(rb"^[ \t]*#[ \t]*define[ \t]+HALO[ \t]+(\d+)[ \t]*\r?$", re.M)
 
@@ -21,12 +23,14 @@ class KernelSource:
     name: the path of the kernel file among `files`.
     files: the bytes of each file, by its path below a folder that holds all of them.
     checked: whether calls look at indices, divisors and loops.
+    place: where messages say that the text stands; None: where it is.
     """
 
-    def __init__(self, name, files, checked=False):
+    def __init__(self, name, files, checked=False, place=None):
         self.name = name
         self.files = files
         self.checked = checked
+        self.place = place
         digest = hashlib.sha256(repr((name, checked)).encode())
         for path, content in sorted(files.items()):
             digest.update(repr((path, len(content))).encode() + content)
@@ -40,12 +44,12 @@ class KernelSource:
             return cls._collect(path, file.read())
 
     @classmethod
-    def of_text(cls, text, name):
-        """A kernel that is a text; its headers lie in the current folder."""
-        return cls._collect(os.path.abspath(name), text.encode())
+    def of_text(cls, text, name, place=None):
+        """A kernel that is a text; its headers lie beside `name`, or in the current folder."""
+        return cls._collect(os.path.abspath(name), text.encode(), place)
 
     @classmethod
-    def _collect(cls, path, content):
+    def _collect(cls, path, content, place=None):
         found = {path: content}
         stem = path[:-4] if path.endswith(".krn") else path
         waiting = [(path, content)]
@@ -56,11 +60,23 @@ class KernelSource:
             for name in _INCLUDE.findall(text):
                 _find(os.path.normpath(os.path.join(os.path.dirname(includer), os.fsdecode(name))), found, waiting)
         root = os.path.commonpath([os.path.dirname(each) for each in found])
-        return cls(os.path.relpath(path, root), {os.path.relpath(each, root): text for each, text in found.items()})
+        files = {os.path.relpath(each, root): text for each, text in found.items()}
+        return cls(os.path.relpath(path, root), files, place=place)
 
     def with_checks(self, checked):
         """The same kernel with `checked`."""
-        return KernelSource(self.name, self.files, checked)
+        return KernelSource(self.name, self.files, checked, self.place)
+
+    def with_type(self, type, shown):
+        """The same kernel with `type` in place of TYPE. `shown`: the file that messages name."""
+        files = {name: content.replace(b"TYPE", type.encode()) for name, content in self.files.items()}
+        return KernelSource(self.name, files, self.checked, self.place or TextPlace(shown))
+
+    def write(self, folder):
+        """Writes the files below a folder. Returns the path of the kernel file."""
+        for name, content in self.files.items():
+            _write(os.path.join(folder, name), content)
+        return os.path.join(folder, self.name)
 
     def __dask_tokenize__(self):
         return self.digest
@@ -75,23 +91,22 @@ class KernelSource:
         with _lock:  # threads that want the same kernel wait for the one that compiles it
             kernel = _kept.get((self.digest, backend))
             if kernel is None:
-                kernel = _kept[self.digest, backend] = self._make(backend)
+                kernel = _kept[self.digest, backend] = self.make(backend)
             return kernel
 
-    def _make(self, backend):
-        from . import kernel
+    def make(self, backend):
+        """The kernel, compiled or found in the cache. Raises what `ostra.kernel` raises."""
+        from ._kernel import load_file, load_text
 
         if len(self.files) == 1 and backend == "cpu":
             try:
                 text, name = self.files[self.name].decode(), os.path.basename(self.name)
-                return kernel(text, backend=backend, name=name, checked=self.checked)
+                return load_text(text, name, backend, self.checked, self.place and self.place.with_name(name))
             except UnicodeDecodeError:
                 pass  # an encoded file
         # Programs of a GPU and headers are read from files.
-        folder = os.path.join(_get_folder(), self.digest)
-        for name, content in self.files.items():
-            _write(os.path.join(folder, name), content)
-        return kernel(os.path.join(folder, self.name), backend=backend, checked=self.checked)
+        path = self.write(os.path.join(_get_folder(), self.digest))
+        return load_file(path, backend, self.checked, self.place and self.place.with_name(path))
 
 
 def load(source, backend):
