@@ -119,6 +119,26 @@ class PortingCases:
         self.same(nearest, squares.argmin(1))
         self.near(distances, squares.min(1))
 
+    def test_updatecentres(self):
+        rng = np.random.default_rng(33)
+        middles = f32(rng, 5, 3, low=-4, high=4)
+        points = (middles[rng.integers(0, 5, 300)] + f32(rng, 300, 3, low=-0.5, high=0.5)).astype(np.float32)
+        # The last centre is nearest to no point, and stays where it is.
+        centres = np.concatenate([points[:6], [[90, 90, 90]]]).astype(np.float32)
+        expected, sets = centres.astype(np.float64), {"count": 300, "centreCount": 7}
+        for _ in range(6):
+            ins = {"points": points, "centres": centres}
+            nearest, _ = self.run_kernel("nearestcentre", 300, ins, ["nearest", "distances"], sets)
+            ins = {"points": points, "nearest": nearest, "centres": centres, "sizes": np.zeros(7, np.uint32)}
+            centres, sizes = self.run_kernel("updatecentres", 7 * 64, ins, ["centres", "sizes"], sets)
+            owner = ((points[:, None].astype(np.float64) - expected[None]) ** 2).sum(2).argmin(1)
+            for c in set(owner):
+                expected[c] = points[owner == c].mean(0, dtype=np.float64)
+            self.same(nearest, owner)
+            self.same(sizes, np.bincount(owner, minlength=7))
+            self.near(centres, expected)
+        self.same(sizes[6], 0)
+
     def test_particles(self):
         rng = np.random.default_rng(9)
         fields = [("position", "<f4", 3), ("age", "<f4"), ("velocity", "<f4", 3), ("flags", "<u4")]
