@@ -29,6 +29,7 @@ struct GroupCode {
 };
 
 // `kernel` is understood, and its groups.isNeeded.
+// Of an understood kernel whose groups are needed (GroupPlan::isNeeded).
 GroupCode PrintGroupCode(const AnalyzedKernel& kernel, const GroupCodeOptions& options);
 
 }  // namespace ostra::kernellanguage
