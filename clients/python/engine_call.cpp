@@ -59,13 +59,18 @@ bool HasOwnHandler() {
 
 }  // namespace
 
+void EngineCall::CheckInterpreter() {
+  if (!g_isClosed.load()) return;
+  throw Exception(
+      Error::Make(kIllegalStateError, "The interpreter ends: no kernel runs any more.", "python", __LINE__));
+}
+
 EngineCall::EngineCall(Engine& engine) : _engine(engine), _isInterruptible(IsMainThread() && HasOwnHandler()) {
   OrThrow(engine.CheckProcess());
   g_runningCalls.fetch_add(1);
   if (!g_isClosed.load()) return;
   g_runningCalls.fetch_sub(1);
-  throw Exception(
-      Error::Make(kIllegalStateError, "The interpreter ends: no kernel runs any more.", "python", __LINE__));
+  CheckInterpreter();
 }
 
 EngineCall::~EngineCall() { g_runningCalls.fetch_sub(1); }

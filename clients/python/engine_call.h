@@ -21,6 +21,10 @@ namespace ostra::python {
 // which need not raise, nothing is stopped: Python calls it after the call, as it does for all signals.
 class EngineCall {
  public:
+  // Throws Exception when the interpreter ends. Asked before arguments are looked at, as modules can no longer be
+  // imported then.
+  static void CheckInterpreter();
+
   // Throws Exception when the interpreter ends, and in a process that was forked. With the interpreter lock.
   explicit EngineCall(Engine& engine);
   EngineCall(const EngineCall&) = delete;

@@ -30,6 +30,15 @@ void CheckOnlyOne() {
   py::set_shared_data(kKey, new std::string(library.dli_fname ? library.dli_fname : "?"));  // for the process
 }
 
+// With what to do about it, where the error itself does not know that it is one of Python.
+std::string MakeMessage(const Exception& exception) {
+  std::string message = exception.what();
+  if (message.find("The GPU device is lost.") != std::string::npos)
+    message +=
+        " What lay on it is lost, and this process cannot use it again: start Python again. Kernels on the CPU go on.";
+  return message;
+}
+
 void RegisterError(py::module_& module) {
   static py::exception<Exception> error(module, "Error", PyExc_RuntimeError);
   error.attr("__module__") = "ostra";
@@ -39,7 +48,7 @@ void RegisterError(py::module_& module) {
       if (thrown) std::rethrow_exception(thrown);
     } catch (const Exception& exception) {
       const bool isMemory = exception.GetError().GetKind() == kOutOfMemoryError;
-      PyErr_SetString(isMemory ? PyExc_MemoryError : error.ptr(), exception.what());
+      PyErr_SetString(isMemory ? PyExc_MemoryError : error.ptr(), MakeMessage(exception).c_str());
     }
   });
 }

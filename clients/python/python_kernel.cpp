@@ -128,6 +128,7 @@ py::dict PythonKernel::DescribeParameters() const {
 }
 
 py::object PythonKernel::Call(const py::object& size, const py::dict& arguments) {
+  EngineCall::CheckInterpreter();
   Invocation invocation = Bind(size, arguments);
   KernelPrints prints;
   EngineCall call(*_engine);
