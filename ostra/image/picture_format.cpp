@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "ostra/image/exr_layers.h"
+#include "ostra/image/hdr.h"
 #include "ostra/image/tiff.h"
 
 namespace ostra {
@@ -22,6 +23,7 @@ constexpr PictureFormat kFormats[] = {
     {"OpenEXR", {"exr"}, {"\x76\x2F\x31\x01"}, true, DecodeExrLayer, EncodeExr},
     {"JPEG", {"jpg", "jpeg"}, {"\xFF\xD8\xFF"}, false, DecodeWhole<DecodeJpeg>, EncodeJpeg},
     {"TIFF", {"tif", "tiff"}, {"II*\0"sv, "MM\0*"sv, "II+\0"sv, "MM\0+"sv}, true, DecodeTiff, EncodeTiff},
+    {"Radiance HDR", {"hdr"}, {"#?RADIANCE", "#?RGBE"}, false, DecodeWhole<DecodeHdr>, EncodeHdr},
 };
 
 Bool IsSameSuffix(std::string_view text, std::string_view suffix) {

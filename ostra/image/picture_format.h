@@ -13,7 +13,7 @@
 #include "ostra/image/image.h"
 
 // All suffixes of the table, for messages and help texts; a test compares them.
-#define OSTRA_PICTURE_SUFFIXES ".png, .exr, .jpg, .jpeg, .tif, .tiff"
+#define OSTRA_PICTURE_SUFFIXES ".png, .exr, .jpg, .jpeg, .tif, .tiff, .hdr"
 
 namespace ostra {
 

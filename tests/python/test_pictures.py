@@ -76,6 +76,20 @@ def test_files_that_are_no_pictures_are_named(tmp_path):
         ostra.write_picture("a\0b.png", ramp(2, 2))
 
 
+def test_an_hdr_is_near_to_what_was_written(tmp_path):
+    picture = numpy.random.default_rng(1).lognormal(0, 4, (20, 30, 3)).astype(numpy.float32)
+    ostra.write_picture(tmp_path / "a.hdr", picture)
+    again = ostra.read_picture(tmp_path / "a.hdr")
+    assert (abs(again[..., :3] - picture) <= picture.max(-1, keepdims=True) / 256).all() and (again[..., 3] == 1).all()
+    ostra.write_picture(tmp_path / "b.HDR", again)
+    assert (tmp_path / "a.hdr").read_bytes() == (tmp_path / "b.HDR").read_bytes()
+    assert ostra.picture_info(tmp_path / "a.hdr") == {
+        "format": "Radiance HDR", "width": 30, "height": 20, "channels": 3, "dtype": "float32", "colors": "linear",
+        "orientation": 1}
+    with pytest.raises(ostra.Error, match="Radiance HDR pictures have no choice of bits"):
+        ostra.write_picture(tmp_path / "a.hdr", picture, bits=8)
+
+
 def write_optional(path, picture, **settings):
     try:
         ostra.write_picture(path, picture, **settings)

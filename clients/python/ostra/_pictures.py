@@ -35,11 +35,11 @@ def picture_info(path):
 
 
 def write_picture(path, picture, *, quality=None, bits=None, channels=None):
-    """Writes a picture whole or not at all, as the suffix says: .png (8 bits), .exr or .tif (32-bit floats) or .jpg.
+    """Writes a picture whole or not at all, as the suffix says: .png (8 bits), .exr or .tif (32-bit floats), .hdr or .jpg.
 
     picture: an array of float32 (0 to 1), float64, uint8 or uint16 of the shape (height, width) or (height, width, channels)
         with 1, 2 (gray and alpha), 3 or 4 channels.
-    quality: of JPEG, 1 (smallest file) to 100 (nearest to the picture); without it 90. JPEG has no alpha: it is left out.
+    quality: of JPEG, 1 (smallest file) to 100 (nearest to the picture); without it 90. JPEG and HDR have no alpha: it is left out.
     bits: of a channel in a PNG, 8 or 16, without it 16 for an array of uint16, else 8; in a TIFF 8, 16 or 32 (floats), without it 32.
     channels: in a PNG, TIFF or JPEG, 1 (gray), 2 (gray and alpha), 3 or 4; without it all that there are.
 
