@@ -8,6 +8,8 @@
 #include "parallelprogram/kernellanguage/literal.h"
 #include "parallelprogram/kernellanguage/loop_counters.h"
 #include "parallelprogram/kernellanguage/operations.h"
+#include "parallelprogram/kernellanguage/plain_report_layout.h"
+#include "parallelprogram/kernellanguage/safe_code.h"
 
 namespace ostra::kernellanguage {
 namespace {
@@ -414,9 +416,15 @@ class Analyzer {
 
   Uniformity Element(NodeIndex parameter, NodeIndex index) {
     const Uniformity place = Value(index);
+    if (_isOfGroup && IsReportedNumber(parameter, index)) return kSame;
     const Type& buffer = _resolved.types[_resolved.type[parameter]];
     _cause = place.IsSame() ? kNoNode : index;
     return buffer.isConst && place.IsSame() ? place : kVarying;
+  }
+
+  // Whether a number of the report is one that stays as it was when the dispatch began.
+  Bool IsReportedNumber(NodeIndex parameter, NodeIndex index) const {
+    return _tree.GetName(parameter) == kReportParameter && GetConstant(index).value_or(0) >= kFirstSettledWord;
   }
 
   Uniformity IndexValue(NodeIndex node) {
@@ -611,7 +619,7 @@ class Analyzer {
     for (std::size_t i = 0; i < arguments.size(); ++i) {
       const Uniformity value = Value(arguments[i]);
       // What is in an out parameter before does not count.
-      if (_tree.HasFlag(parameters[i], kIsOut)) continue;
+      if (_tree.HasFlag(parameters[i], kIsOut) || (_isOfGroup && IsReport(parameters[i]))) continue;
       if (cause == kNoNode && !value.IsSame()) cause = arguments[i];
       hasVarying = hasVarying || value.variance == Variance::kVarying;
       together = Combine(together, value);
@@ -626,31 +634,16 @@ class Analyzer {
     _cause = isWide ? (_table.causes[function] == kNoNode ? cause : function) : cause;
     if (!isWide) return together;
     // The call with what the first lane has gives the first of these results, whether that lane takes part or not.
-    const Bool isKnown = !hasChanges && !hasVarying && IsSafe(_tree.GetChildren(function).back());
+    const Bool isKnown =
+        !hasChanges && !hasVarying && RunsWithAnyValues(_tree, _resolved, _tree.GetChildren(function).back());
     return isKnown ? _table.nodes[function] : kVarying;
   }
 
-  // Whether a part of the file may run with any values: it ends and divides nothing.
-  Bool IsSafe(NodeIndex node) const {
-    switch (_tree.nodes[node].kind) {
-      case NodeKind::kFor:
-      case NodeKind::kWhile:
-      case NodeKind::kDoWhile:
-      case NodeKind::kIndex:
-      case NodeKind::kLocalData:
-        return false;
-      case NodeKind::kCall:
-        if (_resolved.meaning[node].kind == MeaningKind::kFunction) return false;
-        break;
-      default:
-        break;
-    }
-    const Operation operation = _tree.nodes[node].operation;
-    if (operation == Operation::kDivide || operation == Operation::kRemainder) return false;
-    for (const NodeIndex child : _tree.GetChildren(node)) {
-      if (child != kNoNode && !IsSafe(child)) return false;
-    }
-    return true;
+  // Whether the parameter is the notes that an invocation of a checked kernel takes: functions add to them, and give
+  // what they give without them.
+  Bool IsReport(NodeIndex parameter) const {
+    const Type& type = _resolved.types[_resolved.type[parameter]];
+    return type.kind == TypeKind::kStruct && _tree.GetName(type.declaration) == kReportStruct;
   }
 
   void PassArguments(NodeIndex function, std::span<const NodeIndex> arguments, std::span<const NodeIndex> parameters) {

@@ -128,6 +128,31 @@ TEST(ReportTest, ChecksStandAroundIndicesDivisorsAndLoops) {
       PrintPlain("int a[4]; a[int(UNIFORM(n))] = 1 / int(UNIFORM(n)); do { } while (a[0] > 0);", {.hasChecks = true}));
 }
 
+// The report of each invocation differs; what the checks give to the loop's condition is the same.
+TEST(ReportTest, CheckedConditionsAreTheSameInAGroup) {
+  const std::string_view before = "inline uint Half(uint x)\n{\n\twhile (x > 9u) x = x / 2u;\n\treturn x;\n}\n";
+  const std::string array = "GROUPSHAREDMEM(float, shared, 8)\nshared[0] = 1;\n";
+  for (const std::string loop :
+       {"for (uint i = 0; i < 16u / UNIFORM(n); ++i)", "for (uint i = 16; i > 0u; i = i / UNIFORM(n))",
+        "for (uint i = 0; i < uint(UNIFORM_BUFFER(in)[UNIFORM(n)]); ++i)",
+        "for (uint i = 0; i < Half(UNIFORM(n)); ++i)", "if (16 % int(UNIFORM(n)) > 0)"})
+    ExpectReadable(PrintPlain(array + loop + "\n{\ngroupSharedBarrier;\n}\n", {.hasChecks = true}, before));
+}
+
+// A check of what differs gives what differs.
+TEST(ReportTest, CheckedConditionsThatDifferAreTold) {
+  const PlainForm form = PrintPlain(
+      "GROUPSHAREDMEM(float, part, 8)\npart[0] = 1;\nuint i = InLocalInvocationID.x;\n"
+      "groupSharedBarrier;\nif (1u / (i + 1u) > 0u) part[0] = 2;",
+      {.hasChecks = true});
+  std::string differing = form.text;
+  const std::string_view check = "part[0] = 2.0;";
+  const std::size_t at = differing.find(check);
+  ASSERT_NE(at, std::string::npos) << form.text;
+  const AnalyzedKernel again = AnalyzeText(differing.replace(at, check.size(), "groupSharedBarrier;"));
+  EXPECT_NE(ListErrors(again).find("this condition differs between them"), std::string::npos) << ListErrors(again);
+}
+
 TEST(ReportTest, UncheckedKernelsStayAsTheyAre) {
   const std::string_view body = "int k = 1; UNIFORM_BUFFER(out)[k] = 1.0 / 2; vec2 v = vec2(1).yx;";
   EXPECT_EQ(PrintPlain(body).text.find("ostraReport"), std::string::npos);

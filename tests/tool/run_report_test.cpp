@@ -79,6 +79,20 @@ class RunReportTest : public testing::TestWithParam<const char*> {
     command.insert(command.end(), more.begin(), more.end());
     return RunTool(command);
   }
+  // Four elements, one group.
+  ToolResult RunRounds(const std::string& tile, const std::string& place,
+                       const std::vector<std::string>& more = {"--checked"}) {
+    _folder.Write("limits.raw", BytesOf(std::vector<std::uint32_t>{3, 2}));
+    std::vector<std::string> command = {"run",       GetTestKernel("../reports/net.example.rounds.krn"),
+                                        "--in",      "limits=" + _folder / "limits.raw",
+                                        "--set",     "tile=" + tile,
+                                        "--set",     "place=" + place,
+                                        "--out",     "target=" + _folder / "out.csv",
+                                        "--size",    "4",
+                                        "--backend", GetParam()};
+    command.insert(command.end(), more.begin(), more.end());
+    return RunTool(command);
+  }
   // The run ends with this error alone, and writes nothing.
   void ExpectFailure(const ToolResult& result, int line, const std::string& text) {
     EXPECT_EQ(result.exitStatus, 1);
@@ -271,6 +285,18 @@ TEST_P(RunReportTest, LoopsWithBarriersAreEndedTogether) {
   ExpectFailure(RunLimits({"rounds=1001"}, limited), 42,
                 "this loop does not end: the loops of one invocation have taken 1000 steps, in invocation 0");
   EXPECT_EQ(RunLimits({"rounds=1000"}, limited).exitStatus, 0);
+}
+
+// What a check notes differs between the invocations, what it gives does not.
+TEST_P(RunReportTest, ChecksMayStandInTheConditionsOfLoopsWithBarriers) {
+  for (const std::vector<std::string>& checked : {std::vector<std::string>{}, {"--checked"}}) {
+    const ToolResult result = RunRounds("4", "1", checked);
+    ASSERT_EQ(result.exitStatus, 0) << result.errors;
+    EXPECT_EQ(_folder.Read("out.csv"), "224\n225\n226\n227\n");
+    std::filesystem::remove(_folder / "out.csv");
+  }
+  ExpectFailure(RunRounds("4", "2"), 31, "index 2 is outside the 2 elements of the buffer \"limits\", in invocation 0");
+  ExpectFailure(RunRounds("0", "1"), 26, "a whole number is divided by zero (/), in invocation 0");
 }
 
 INSTANTIATE_TEST_SUITE_P(Backends, RunReportTest, testing::Values("cpu", "gpu"),
