@@ -27,6 +27,14 @@ OSTRA_LANE_INLINE Bool HasWideForm(const SamplingData& data) {
   return isPossible;
 }
 
+// Calls `use` for each axis, whose number is a constant in it.
+template <int kDimensions, class Use>
+OSTRA_LANE_INLINE void ForEachAxis(const Use& use) {
+  use(0);
+  if constexpr (kDimensions > 1) use(1);
+  if constexpr (kDimensions > 2) use(2);
+}
+
 // The lanes of `bits`.
 OSTRA_LANE_INLINE Mask MakeMask(UInt32 bits) {
   if (bits == kAllBits) return true;
@@ -77,13 +85,19 @@ OSTRA_LANE_INLINE Mask ResolveLanes(Lanes<Float32> place, Float32 size, UInt32 m
   return border;
 }
 
-// The neighbours of all lanes along each axis.
+// Neighbours that lie side by side along each axis, none of them the border.
+template <int kDimensions>
+struct NearNeighbours {
+  Lanes<Int32> first[kDimensions];
+  Native<Float32> weight[kDimensions];
+};
+
+// Any neighbours along each axis.
 template <int kDimensions>
 struct LaneNeighbours {
   Lanes<Int32> first[kDimensions], second[kDimensions];
-  Lanes<Float32> weight[kDimensions];
+  Native<Float32> weight[kDimensions];
   Mask border[2][kDimensions];
-  Bool isSideBySide;  // the second neighbours are right behind the first ones, and none is the border
   Bool hasBorder;
   Bool isOutside;  // all neighbours are the border
 };
@@ -91,34 +105,36 @@ struct LaneNeighbours {
 template <int kDimensions>
 OSTRA_LANE_INLINE void LoadPlaces(const Float32* coordinates, const SamplingData& data, Lanes<Float32>* places) {
   const Bool isNormalized = data._flags._bits >= PackedTextureFlags::kNormalizedCoordinates;
-  for (int i = 0; i < kDimensions; ++i) {
+  ForEachAxis<kDimensions>([&](int i) __attribute__((always_inline)) {
     places[i] = Load(coordinates + i * kLaneCount);
     if (isNormalized) places[i] = places[i] * static_cast<Float32>(static_cast<Int32>(data._dimensions[i]));
-  }
+  });
+}
+
+// Whether the neighbours of all lanes in `easy` lie side by side: most do.
+template <int kDimensions>
+OSTRA_LANE_INLINE Bool FindNearNeighbours(const Lanes<Float32>* places, const SamplingData& data, Mask easy,
+                                          NearNeighbours<kDimensions>& neighbours) {
+  Mask isNear = true;
+  ForEachAxis<kDimensions>([&](int i) __attribute__((always_inline)) {
+    const Float32 size = static_cast<Float32>(static_cast<Int32>(data._dimensions[i]));
+    const Lanes<Float32> position = places[i] + -0.5f, next = position + 1.0f;
+    neighbours.first[i] = Convert<Int32>(position);
+    neighbours.weight[i] = (position - Convert<Float32>(neighbours.first[i])).v;
+    isNear = isNear & (position >= 0.0f) & (next < size) & (Convert<Int32>(next) - neighbours.first[i] == 1);
+  });
+  return All(isNear | !easy);
 }
 
 template <int kDimensions>
 OSTRA_LANE_INLINE void FindLaneNeighbours(const Lanes<Float32>* places, const SamplingData& data, Mask& easy,
                                           LaneNeighbours<kDimensions>& neighbours) {
-  Mask isNear = true;
-  for (int i = 0; i < kDimensions; ++i) {
-    const Float32 size = static_cast<Float32>(static_cast<Int32>(data._dimensions[i]));
-    const Lanes<Float32> position = places[i] + -0.5f, next = position + 1.0f;
-    neighbours.first[i] = Convert<Int32>(position);
-    neighbours.second[i] = Convert<Int32>(next);
-    neighbours.weight[i] = position - Convert<Float32>(neighbours.first[i]);
-    neighbours.border[0][i] = neighbours.border[1][i] = false;
-    isNear = isNear & (position >= 0.0f) & (next < size) & (neighbours.second[i] - neighbours.first[i] == 1);
-  }
-  neighbours.hasBorder = neighbours.isOutside = false;
-  neighbours.isSideBySide = All(isNear | !easy);
-  if (neighbours.isSideBySide) return;
   Mask border = false, outside = false;
   for (int i = 0; i < kDimensions; ++i) {
     const Float32 size = static_cast<Float32>(static_cast<Int32>(data._dimensions[i]));
     const UInt32 mode = sampler::GetWrapMode(data._flags._bits, i);
     const Lanes<Float32> position = places[i] + -0.5f;
-    neighbours.weight[i] = position - floor(position);
+    neighbours.weight[i] = (position - floor(position)).v;
     neighbours.border[0][i] = ResolveLanes(position, size, mode, easy, neighbours.first[i]);
     neighbours.border[1][i] = ResolveLanes(position + 1.0f, size, mode, easy, neighbours.second[i]);
     border = border | neighbours.border[0][i] | neighbours.border[1][i];
@@ -132,16 +148,15 @@ OSTRA_LANE_INLINE void FindLaneNeighbours(const Lanes<Float32>* places, const Sa
 template <int kDimensions>
 OSTRA_LANE_INLINE Lanes<UInt32> GetTexelOffsets(const Lanes<Int32>* index, Lanes<UInt32> layer,
                                                 const SamplingData& data, UInt32 stride, Mask easy) {
-  const auto number = [&](int i) __attribute__((always_inline)) { return BitCast<UInt32>(index[i]); };
   const Vec3<UInt32>& extent = data._dimensions;
-  Lanes<UInt32> texel;
-  if constexpr (kDimensions == 1)
-    texel = layer * extent.x + number(0);
-  else if constexpr (kDimensions == 2)
-    texel = (layer * extent.y + number(1)) * extent.x + number(0);
-  else
-    texel = ((layer * extent.z + number(2)) * extent.y + number(1)) * extent.x + number(0);
-  return Select(easy, texel * stride, Lanes<UInt32>(0u));
+  // Products of their own do not wait for each other.
+  Lanes<UInt32> bytes = BitCast<UInt32>(index[0]) * stride;
+  for (int i = 1; i < kDimensions; ++i) {
+    stride *= extent[i - 1];
+    bytes = bytes + BitCast<UInt32>(index[i]) * stride;
+  }
+  bytes = bytes + layer * (stride * extent[kDimensions - 1]);
+  return Select(easy, bytes, Lanes<UInt32>(0u));
 }
 
 // The bytes from the first neighbours to those of a corner, when all lie side by side.
@@ -154,23 +169,28 @@ OSTRA_LANE_INLINE Native<Float32> LerpLanes(Native<Float32> a, Native<Float32> b
   return (b - a) * weight + a;
 }
 
-// Blends the corners along x, then y, then z. `load` gives the values of a corner.
-template <int kDimensions, class Load>
-OSTRA_LANE_INLINE Native<Float32> BlendCorners(const Native<Float32>* weight, const Load& load) {
-  const auto along = [&](int corner) __attribute__((always_inline)) {
-    return LerpLanes(load(corner), load(corner + 1), weight[0]);
-  };
+// Blends rows of corners along y, then z. `along` gives a row, which is blended along x.
+template <int kDimensions, class Along>
+OSTRA_LANE_INLINE Native<Float32> BlendRows(const Native<Float32>* weight, const Along& along) {
   if constexpr (kDimensions == 1) {
     return along(0);
   } else {
-    const auto plane = [&](int corner) __attribute__((always_inline)) {
-      return LerpLanes(along(corner), along(corner + 2), weight[1]);
+    const auto plane = [&](int row) __attribute__((always_inline)) {
+      return LerpLanes(along(row), along(row + 1), weight[1]);
     };
     if constexpr (kDimensions == 2)
       return plane(0);
     else
-      return LerpLanes(plane(0), plane(4), weight[2]);
+      return LerpLanes(plane(0), plane(2), weight[2]);
   }
+}
+
+// Blends the corners along x, then y, then z. `load` gives the values of a corner.
+template <int kDimensions, class Load>
+OSTRA_LANE_INLINE Native<Float32> BlendCorners(const Native<Float32>* weight, const Load& load) {
+  return BlendRows<kDimensions>(
+      weight, [&](int row)
+                  __attribute__((always_inline)) { return LerpLanes(load(2 * row), load(2 * row + 1), weight[0]); });
 }
 
 // A value of memory for each lane.
@@ -179,36 +199,31 @@ OSTRA_LANE_INLINE Native<T> PickEach(const Place& place, std::integer_sequence<i
   return Native<T>{Read<T>(place(lane))...};
 }
 
-// Floats of one channel that lie side by side: both neighbours along x are read at once.
+// Floats of one channel that lie side by side: both neighbours along x are read at once. Of four lanes, the pairs of
+// two go into one vector and those of the others into another, which one instruction sorts into first and second ones.
 template <int... lane>
 OSTRA_LANE_INLINE void ReadPairs(const Byte* texels, const UInt32* offsets, Native<Float32>& first,
                                  Native<Float32>& second, std::integer_sequence<int, lane...>) {
   typedef Float64 Pairs __attribute__((vector_size(sizeof(Native<Float32>))));  // only to move eight bytes at once
-  constexpr int kHalf = kLaneCount / 2;
   const auto read = [&](int i) __attribute__((always_inline)) { return Read<Float64>(texels + offsets[i]); };
   const auto half = [&]<int... pair>(int begin, std::integer_sequence<int, pair...>) __attribute__((always_inline)) {
-    return reinterpret_cast<Native<Float32>>(Pairs{read(begin + pair)...});
+    return reinterpret_cast<Native<Float32>>(Pairs{read(begin + pair / 2 * 4 + pair % 2)...});
   };
-  const Native<Float32> low = half(0, std::make_integer_sequence<int, kHalf>());
-  const Native<Float32> high = half(kHalf, std::make_integer_sequence<int, kHalf>());
-  first = __builtin_shufflevector(low, high, (2 * lane)...);
-  second = __builtin_shufflevector(low, high, (2 * lane + 1)...);
+  const Native<Float32> low = half(0, std::make_integer_sequence<int, kLaneCount / 2>());
+  const Native<Float32> high = half(2, std::make_integer_sequence<int, kLaneCount / 2>());
+  first = __builtin_shufflevector(low, high, (lane / 4 * 4 + lane % 2 * 2 + lane % 4 / 2 * kLaneCount)...);
+  second = __builtin_shufflevector(low, high, (lane / 4 * 4 + lane % 2 * 2 + lane % 4 / 2 * kLaneCount + 1)...);
 }
 
 // `read(row, first, second)` gives the neighbours along x of a row.
 template <int kDimensions, class ReadRow>
 OSTRA_LANE_INLINE Native<Float32> BlendPairs(const Native<Float32>* weight, const ReadRow& read) {
-  constexpr int kRows = 1 << (kDimensions - 1);
-  Native<Float32> rows[kRows];
-  for (int row = 0; row < kRows; ++row) {
-    Native<Float32> first, second;
-    read(row, first, second);
-    rows[row] = LerpLanes(first, second, weight[0]);
-  }
-  if constexpr (kDimensions == 1) return rows[0];
-  if constexpr (kDimensions == 2) return LerpLanes(rows[0], rows[1], weight[1]);
-  if constexpr (kDimensions == 3)
-    return LerpLanes(LerpLanes(rows[0], rows[1], weight[1]), LerpLanes(rows[2], rows[3], weight[1]), weight[2]);
+  return BlendRows<kDimensions>(
+      weight, [&](int row) __attribute__((always_inline)) {
+        Native<Float32> first, second;
+        read(row, first, second);
+        return LerpLanes(first, second, weight[0]);
+      });
 }
 
 // Floats of two channels and more: whole texels are blended, a quarter of the lanes at once. What lies behind a texel
@@ -312,6 +327,11 @@ OSTRA_LANE_INLINE TexelKind GetTexelKind(const SamplerLanes& lanes) {
   return isFloat && !lanes.isSrgb ? TexelKind::kFloats : TexelKind::kOthers;
 }
 
+// The bytes from a texel to the next.
+OSTRA_LANE_INLINE UInt32 GetTexelStride(const SamplerLanes& lanes) {
+  return lanes.channels * static_cast<UInt32>(GetElementSize(lanes.format));
+}
+
 OSTRA_LANE_INLINE const Float32* GetByteTable(const SamplerLanes& lanes) {
   return sampler::g_byteTables.values[lanes.isSrgb][lanes.format == TextureFormat::I8][lanes.isNormalized];
 }
@@ -413,85 +433,144 @@ OSTRA_LANE_INLINE void BlendBorder(const TextureSamplerDataHelper& sampler, cons
   }
 }
 
-// Lanes of a linear lookup whose neighbours are known. `easy` has one lane at least.
-template <int kDimensions>
-OSTRA_LANE_INLINE void SampleLinear(const TextureSamplerDataHelper& sampler,
-                                    const LaneNeighbours<kDimensions>& neighbours, Lanes<UInt32> layer, Mask easy,
-                                    Byte* result) {
-  constexpr int kCorners = 1 << kDimensions;
-  const SamplingData& data = sampler._samplingData;
-  const SamplerLanes& lanes = sampler._lanes;
-  const UInt32 stride = lanes.channels * static_cast<UInt32>(GetElementSize(lanes.format));
+// What a linear lookup knows of the texels of a sampler.
+struct TexelForm {
+  UInt32 stride;  // bytes from one to the next
+  TexelKind kind;
+  Bool isSingle;  // one float
+  Bool isWhole;   // several floats, of which all that are wanted are there
+};
+OSTRA_LANE_INLINE TexelForm GetTexelForm(const SamplerLanes& lanes) {
   const TexelKind kind = GetTexelKind(lanes);
-  Native<Float32> weight[kDimensions];
-  for (int i = 0; i < kDimensions; ++i) weight[i] = neighbours.weight[i].v;
-  if (neighbours.isOutside) return BlendBorder<kDimensions>(sampler, weight, result);
-  alignas(64) UInt32 offsets[kCorners][kLaneCount];
-  const Bool isSingle = kind == TexelKind::kFloats && lanes.channels == 1 && lanes.outputs == 1;
-  const Bool isWhole = kind == TexelKind::kFloats && lanes.channels > 1 && lanes.outputs <= lanes.channels;
-  if (neighbours.isSideBySide) {
-    const Lanes<UInt32> first = GetTexelOffsets<kDimensions>(neighbours.first, layer, data, stride, easy);
-    Store(offsets[0], first);
-    if (isSingle) {
-      const Native<Float32> value = BlendPairs<kDimensions>(
-          weight, [&](int row, Native<Float32>& left, Native<Float32>& right) __attribute__((always_inline)) {
-            ReadPairs(data._texels + GetCornerBytes(2 * row, data, stride), offsets[0], left, right, LaneNumbers());
-          });
-      std::memcpy(result, &value, sizeof(value));
-      return;
-    }
-    if (isWhole) {
-      const Byte* texels[kCorners];
-      for (int corner = 0; corner < kCorners; ++corner)
-        texels[corner] = data._texels + GetCornerBytes(corner, data, stride);
-      return BlendTexels<kDimensions>(
-          weight,
-          [&](int corner, int lane) __attribute__((always_inline)) { return texels[corner] + offsets[0][lane]; },
-          lanes.outputs, result);
-    }
-    for (int corner = 1; corner < kCorners; ++corner)
-      Store(offsets[corner], first + static_cast<UInt32>(GetCornerBytes(corner, data, stride)));
-  } else {
-    // Clamped, both neighbours along x may be the same texel; what is read behind it is not used.
-    const Lanes<Int32> apart = neighbours.second[0] - neighbours.first[0];
-    const Bool isPaired = isSingle && !neighbours.hasBorder && All((apart == 0) | (apart == 1) | !easy);
-    for (int corner = 0; corner < kCorners; corner += isPaired ? 2 : 1) {
-      Lanes<Int32> index[kDimensions];
-      for (int i = 0; i < kDimensions; ++i) index[i] = corner >> i & 1 ? neighbours.second[i] : neighbours.first[i];
-      Store(offsets[corner], GetTexelOffsets<kDimensions>(index, layer, data, stride, easy));
-    }
-    if (isPaired) {
-      const Native<Float32> value = BlendPairs<kDimensions>(
-          weight, [&](int row, Native<Float32>& left, Native<Float32>& right) __attribute__((always_inline)) {
-            ReadPairs(data._texels, offsets[2 * row], left, right, LaneNumbers());
-            right = (apart == 0).Choose(left, right);
-          });
-      std::memcpy(result, &value, sizeof(value));
-      return;
-    }
-    if (isWhole && !neighbours.hasBorder) {
-      return BlendTexels<kDimensions>(
-          weight,
-          [&](int corner, int lane) __attribute__((always_inline)) { return data._texels + offsets[corner][lane]; },
-          lanes.outputs, result);
-    }
-  }
-  Mask borders[kCorners];
-  if (neighbours.hasBorder) {
-    for (int corner = 0; corner < kCorners; ++corner) {
-      borders[corner] = false;
-      for (int i = 0; i < kDimensions; ++i) borders[corner] = borders[corner] | neighbours.border[corner >> i & 1][i];
-    }
-  }
-  const Mask* border = neighbours.hasBorder ? borders : nullptr;
+  const Bool isFloat = kind == TexelKind::kFloats;
+  return {GetTexelStride(lanes), kind, isFloat && lanes.channels == 1 && lanes.outputs == 1,
+          isFloat && lanes.channels > 1 && lanes.outputs <= lanes.channels};
+}
+
+// Blends the texels at some offsets for each corner, whatever their kind.
+template <int kDimensions>
+OSTRA_LANE_INLINE void BlendAnyChannels(const TextureSamplerDataHelper& sampler, TexelKind kind,
+                                        const UInt32 (*offsets)[kLaneCount], const Native<Float32>* weight,
+                                        const Mask* borders, Byte* result) {
   switch (kind) {
     case TexelKind::kFloats:
-      return BlendChannels<kDimensions, TexelKind::kFloats>(sampler, offsets, weight, border, result);
+      return BlendChannels<kDimensions, TexelKind::kFloats>(sampler, offsets, weight, borders, result);
     case TexelKind::kBytes:
-      return BlendChannels<kDimensions, TexelKind::kBytes>(sampler, offsets, weight, border, result);
+      return BlendChannels<kDimensions, TexelKind::kBytes>(sampler, offsets, weight, borders, result);
     default:
-      return BlendChannels<kDimensions, TexelKind::kOthers>(sampler, offsets, weight, border, result);
+      return BlendChannels<kDimensions, TexelKind::kOthers>(sampler, offsets, weight, borders, result);
   }
+}
+
+template <int kDimensions>
+OSTRA_LANE_INLINE void SampleNear(const TextureSamplerDataHelper& sampler,
+                                  const NearNeighbours<kDimensions>& neighbours, Lanes<UInt32> layer, Mask easy,
+                                  Byte* result) {
+  constexpr int kCorners = 1 << kDimensions;
+  const SamplingData& data = sampler._samplingData;
+  const TexelForm form = GetTexelForm(sampler._lanes);
+  const Lanes<UInt32> first = GetTexelOffsets<kDimensions>(neighbours.first, layer, data, form.stride, easy);
+  alignas(64) UInt32 offsets[kCorners][kLaneCount];
+  Store(offsets[0], first);
+  const auto getTexels = [&](int corner) __attribute__((always_inline)) {
+    return data._texels + GetCornerBytes(corner, data, form.stride);
+  };
+  if (form.isSingle) {
+    const Native<Float32> value = BlendPairs<kDimensions>(
+        neighbours.weight, [&](int row, Native<Float32>& left, Native<Float32>& right) __attribute__((always_inline)) {
+          ReadPairs(getTexels(2 * row), offsets[0], left, right, LaneNumbers());
+        });
+    std::memcpy(result, &value, sizeof(value));
+    return;
+  }
+  if (form.isWhole) {
+    const Byte* texels[kCorners];
+    for (int corner = 0; corner < kCorners; ++corner) texels[corner] = getTexels(corner);
+    return BlendTexels<kDimensions>(
+        neighbours.weight,
+        [&](int corner, int lane) __attribute__((always_inline)) { return texels[corner] + offsets[0][lane]; },
+        sampler._lanes.outputs, result);
+  }
+  for (int corner = 1; corner < kCorners; ++corner)
+    Store(offsets[corner], first + static_cast<UInt32>(GetCornerBytes(corner, data, form.stride)));
+  BlendAnyChannels<kDimensions>(sampler, form.kind, offsets, neighbours.weight, nullptr, result);
+}
+
+// `easy` has one lane at least.
+template <int kDimensions>
+OSTRA_LANE_INLINE void SampleApart(const TextureSamplerDataHelper& sampler,
+                                   const LaneNeighbours<kDimensions>& neighbours, Lanes<UInt32> layer, Mask easy,
+                                   Byte* result) {
+  constexpr int kCorners = 1 << kDimensions;
+  const Byte* texels = sampler._samplingData._texels;
+  if (neighbours.isOutside) return BlendBorder<kDimensions>(sampler, neighbours.weight, result);
+  const TexelForm form = GetTexelForm(sampler._lanes);
+  // Clamped, both neighbours along x may be the same texel; what is read behind it is not used.
+  const Lanes<Int32> apart = neighbours.second[0] - neighbours.first[0];
+  const Bool isPaired = form.isSingle && !neighbours.hasBorder && All((apart == 0) | (apart == 1) | !easy);
+  alignas(64) UInt32 offsets[kCorners][kLaneCount];
+  for (int corner = 0; corner < kCorners; corner += isPaired ? 2 : 1) {
+    Lanes<Int32> index[kDimensions];
+    for (int i = 0; i < kDimensions; ++i) index[i] = corner >> i & 1 ? neighbours.second[i] : neighbours.first[i];
+    Store(offsets[corner], GetTexelOffsets<kDimensions>(index, layer, sampler._samplingData, form.stride, easy));
+  }
+  if (isPaired) {
+    const Native<Float32> value = BlendPairs<kDimensions>(
+        neighbours.weight, [&](int row, Native<Float32>& left, Native<Float32>& right) __attribute__((always_inline)) {
+          ReadPairs(texels, offsets[2 * row], left, right, LaneNumbers());
+          right = (apart == 0).Choose(left, right);
+        });
+    std::memcpy(result, &value, sizeof(value));
+    return;
+  }
+  if (form.isWhole && !neighbours.hasBorder) {
+    return BlendTexels<kDimensions>(
+        neighbours.weight,
+        [&](int corner, int lane) __attribute__((always_inline)) { return texels + offsets[corner][lane]; },
+        sampler._lanes.outputs, result);
+  }
+  Mask borders[kCorners];
+  for (int corner = 0; neighbours.hasBorder && corner < kCorners; ++corner) {
+    borders[corner] = false;
+    for (int i = 0; i < kDimensions; ++i) borders[corner] = borders[corner] | neighbours.border[corner >> i & 1][i];
+  }
+  BlendAnyChannels<kDimensions>(sampler, form.kind, offsets, neighbours.weight,
+                                neighbours.hasBorder ? borders : nullptr, result);
+}
+
+// The lanes that were looked up.
+template <int kDimensions>
+OSTRA_LANE_INLINE UInt32 SampleLinear(const TextureSamplerDataHelper& sampler, const Lanes<Float32>* places,
+                                      Lanes<UInt32> layer, Mask easy, Byte* result) {
+  const SamplingData& data = sampler._samplingData;
+  NearNeighbours<kDimensions> near;
+  if (FindNearNeighbours<kDimensions>(places, data, easy, near)) {
+    SampleNear<kDimensions>(sampler, near, layer, easy, result);
+    return GetBits(easy);
+  }
+  LaneNeighbours<kDimensions> neighbours;
+  FindLaneNeighbours<kDimensions>(places, data, easy, neighbours);
+  const UInt32 done = GetBits(easy);
+  if (done != 0) SampleApart<kDimensions>(sampler, neighbours, layer, easy, result);
+  return done;
+}
+
+// The nearest texels; the lanes that were looked up.
+template <int kDimensions>
+OSTRA_LANE_INLINE UInt32 SamplePoint(const TextureSamplerDataHelper& sampler, const Lanes<Float32>* places,
+                                     Lanes<UInt32> layer, Mask easy, Byte* result) {
+  const SamplingData& data = sampler._samplingData;
+  Lanes<Int32> index[kDimensions];
+  Mask border = false;
+  for (int i = 0; i < kDimensions; ++i) {
+    const Float32 size = static_cast<Float32>(static_cast<Int32>(data._dimensions[i]));
+    border = border | ResolveLanes(places[i], size, sampler::GetWrapMode(data._flags._bits, i), easy, index[i]);
+  }
+  const UInt32 done = GetBits(easy);
+  alignas(64) UInt32 offsets[1][kLaneCount];
+  Store(offsets[0], GetTexelOffsets<kDimensions>(index, layer, data, GetTexelStride(sampler._lanes), easy));
+  if (done != 0) ReadTexels(sampler, offsets, &border, result);
+  return done;
 }
 
 // Looks lanes up one by one with a function of single lookups.
@@ -516,31 +595,15 @@ void SampleLanesOf(void* result, const Float32* coordinates, const UInt32* layer
                    const TextureSamplerDataHelper* sampler) {
   const SamplingData& data = sampler->_samplingData;
   UInt32 done = 0;
-  if (HasWideForm<kDimensions>(data)) [[likely]] {
+  if (bits != 0 && HasWideForm<kDimensions>(data)) [[likely]] {
     Lanes<Float32> places[kDimensions];
     LoadPlaces<kDimensions>(coordinates, data, places);
-    Mask easy = MakeMask(bits);
+    const Mask lanes = MakeMask(bits);
     const Lanes<UInt32> layer = Load(layers);
-    if ((data._flags._bits & PackedTextureFlags::kFilterMask) == PackedTextureFlags::kLinearFilter) [[likely]] {
-      LaneNeighbours<kDimensions> neighbours;
-      FindLaneNeighbours<kDimensions>(places, data, easy, neighbours);
-      done = GetBits(easy);
-      if (done != 0) SampleLinear<kDimensions>(*sampler, neighbours, layer, easy, static_cast<Byte*>(result));
-    } else {
-      Lanes<Int32> index[kDimensions];
-      Mask border = false;
-      for (int i = 0; i < kDimensions; ++i) {
-        const Float32 size = static_cast<Float32>(static_cast<Int32>(data._dimensions[i]));
-        border = border | ResolveLanes(places[i], size, sampler::GetWrapMode(data._flags._bits, i), easy, index[i]);
-      }
-      done = GetBits(easy);
-      const SamplerLanes& lanes = sampler->_lanes;
-      alignas(64) UInt32 offsets[1][kLaneCount];
-      Store(offsets[0],
-            GetTexelOffsets<kDimensions>(index, layer, data,
-                                         lanes.channels * static_cast<UInt32>(GetElementSize(lanes.format)), easy));
-      if (done != 0) ReadTexels(*sampler, offsets, &border, static_cast<Byte*>(result));
-    }
+    if ((data._flags._bits & PackedTextureFlags::kFilterMask) == PackedTextureFlags::kLinearFilter) [[likely]]
+      done = SampleLinear<kDimensions>(*sampler, places, layer, lanes, static_cast<Byte*>(result));
+    else
+      done = SamplePoint<kDimensions>(*sampler, places, layer, lanes, static_cast<Byte*>(result));
   }
   OSTRA_LANE_CLEAR;
   if (bits & ~done) [[unlikely]]
@@ -592,8 +655,7 @@ void FetchLanesOf(void* result, const Int32* coordinates, const UInt32* layers, 
   if (HasWideForm<kDimensions>(sampler->_samplingData)) [[likely]] {
     Mask easy = MakeMask(bits);
     alignas(64) UInt32 offsets[1][kLaneCount];
-    const Mask border = FindLaneTexels<kDimensions>(coordinates, layers, sampler->_samplingData,
-                                                    lanes.channels * static_cast<UInt32>(GetElementSize(lanes.format)),
+    const Mask border = FindLaneTexels<kDimensions>(coordinates, layers, sampler->_samplingData, GetTexelStride(lanes),
                                                     easy, offsets[0]);
     done = GetBits(easy);
     if (done != 0) ReadTexels(*sampler, offsets, &border, static_cast<Byte*>(result));
@@ -613,8 +675,7 @@ void FetchByteLanesOf(void* result, const Int32* coordinates, const UInt32* laye
   if (HasWideForm<kDimensions>(data)) [[likely]] {
     Mask easy = MakeMask(bits);
     UInt32 offsets[kLaneCount];
-    const Mask border = FindLaneTexels<kDimensions>(
-        coordinates, layers, data, lanes.channels * static_cast<UInt32>(GetElementSize(lanes.format)), easy, offsets);
+    const Mask border = FindLaneTexels<kDimensions>(coordinates, layers, data, GetTexelStride(lanes), easy, offsets);
     done = GetBits(easy);
     const Bool isFloat = lanes.format == TextureFormat::F32 || lanes.format == TextureFormat::F16;
     const UInt32 borderBits = GetBits(border);
