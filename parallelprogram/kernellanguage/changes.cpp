@@ -1,6 +1,7 @@
 #include "parallelprogram/kernellanguage/changes.h"
 
 #include "parallelprogram/kernellanguage/library_words.h"
+#include "parallelprogram/kernellanguage/operations.h"
 
 namespace ostra::kernellanguage {
 
@@ -21,7 +22,7 @@ Bool IsChangedArgument(const SyntaxTree& tree, const ResolvedTree& resolved, Nod
 
 std::vector<NodeIndex> ListChangedPlaces(const SyntaxTree& tree, const ResolvedTree& resolved, NodeIndex node) {
   const Operation operation = tree.nodes[node].operation;
-  const Bool isStep = operation == Operation::kIncrement || operation == Operation::kDecrement;
+  const Bool isStep = IsStep(operation);
   switch (tree.nodes[node].kind) {
     case NodeKind::kAssign:
     case NodeKind::kPostfix:

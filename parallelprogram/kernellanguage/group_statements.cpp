@@ -34,9 +34,7 @@ void GroupStatements::Statement(NodeIndex node) {
     case NodeKind::kContinue:
       return Line({"continue;"});
     case NodeKind::kReturn:
-      // Of the piece, behind which no barrier comes.
-      return Line(
-          {_kernel.earlyReturn == kNoNode ? "" : "ostraMemory.ostraHasReturned[ostraNumber] = true; ", "return;"});
+      return Return();
     case NodeKind::kEmpty:
     case NodeKind::kNoiseMark:
     case NodeKind::kSharedArray:
@@ -45,6 +43,11 @@ void GroupStatements::Statement(NodeIndex node) {
     default:
       return _output.Refuse(node, Join({"\"", GetKindName(KindOf(node)), "\""}));
   }
+}
+
+// Of the piece, behind which no barrier comes.
+void GroupStatements::Return() {
+  Line({_kernel.earlyReturn == kNoNode ? "" : "ostraMemory.ostraHasReturned[ostraNumber] = true; ", "return;"});
 }
 
 void GroupStatements::Declaration(NodeIndex node) {

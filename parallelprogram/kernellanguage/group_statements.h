@@ -27,6 +27,7 @@ class GroupStatements : GroupQuery {
   void Declare(NodeIndex variable);
 
  private:
+  void Return();
   void Loop(NodeIndex node);
   void If(NodeIndex node);
   void Declaration(NodeIndex node);

@@ -4,6 +4,7 @@
 
 #include "parallelprogram/kernellanguage/changes.h"
 #include "parallelprogram/kernellanguage/literal.h"
+#include "parallelprogram/kernellanguage/operations.h"
 
 namespace ostra::kernellanguage {
 namespace {
@@ -36,7 +37,7 @@ Bool GroupValues::IsConstant(NodeIndex expression) const {
   if (kind != NodeKind::kUnary && kind != NodeKind::kBinary && kind != NodeKind::kConstruct && kind != NodeKind::kCast)
     return false;
   const Operation operation = _tree.nodes[expression].operation;
-  if (operation == Operation::kIncrement || operation == Operation::kDecrement) return false;
+  if (IsStep(operation)) return false;
   const auto children = _tree.GetChildren(expression);
   return std::all_of(children.begin(), children.end(), [this](NodeIndex child) { return IsConstant(child); });
 }
@@ -60,7 +61,7 @@ Bool GroupValues::IsArithmetic(NodeIndex node, int& nodesLeft, const IsKnown& is
     case NodeKind::kMemberOf:
       return isKnown(node);
     case NodeKind::kUnary:
-      return operation != Operation::kIncrement && operation != Operation::kDecrement && areArithmetic(0);
+      return !IsStep(operation) && areArithmetic(0);
     case NodeKind::kBinary:
       return IsQuotientSafe(node) && areArithmetic(0);
     case NodeKind::kConstruct:

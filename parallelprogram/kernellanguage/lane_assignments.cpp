@@ -8,6 +8,7 @@
 #include "parallelprogram/kernellanguage/lane_shared.h"
 #include "parallelprogram/kernellanguage/lane_uses.h"
 #include "parallelprogram/kernellanguage/lane_values.h"
+#include "parallelprogram/kernellanguage/operations.h"
 
 namespace ostra::kernellanguage {
 
@@ -94,7 +95,7 @@ void LaneAssignments::Effect(NodeIndex node) {
     case NodeKind::kPostfix:
       return Step(node);
     case NodeKind::kUnary:
-      if (operation == Operation::kIncrement || operation == Operation::kDecrement) return Step(node);
+      if (IsStep(operation)) return Step(node);
       break;
     case NodeKind::kCall:
       if (_resolved.meaning[node].kind == MeaningKind::kWord && IsAtomic(_resolved.meaning[node].word))

@@ -44,7 +44,7 @@ LaneValue LaneExpressions::EvaluateLanes(NodeIndex node) {
     case NodeKind::kName:
       return Name(node);
     case NodeKind::kUnary:
-      if (operation == Operation::kIncrement || operation == Operation::kDecrement) break;
+      if (IsStep(operation)) break;
       return _uses.operators.Unary(node);
     case NodeKind::kBinary: {
       if (IsLogical(operation)) return _uses.operators.Logical(node);

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "parallelprogram/kernellanguage/operations.h"
+
 namespace ostra::kernellanguage {
 
 Bool LaneJumps::HasReturn(NodeIndex node) const {
@@ -50,7 +52,7 @@ Bool LaneJumps::IsSharedEffect(NodeIndex node) const {
     case NodeKind::kPostfix:
       break;
     case NodeKind::kUnary:
-      if (OperationOf(node) != Operation::kIncrement && OperationOf(node) != Operation::kDecrement) return false;
+      if (!IsStep(OperationOf(node))) return false;
       break;
     default:
       return false;

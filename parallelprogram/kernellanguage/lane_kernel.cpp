@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "parallelprogram/kernellanguage/literal.h"
+#include "parallelprogram/kernellanguage/operations.h"
 
 namespace ostra::kernellanguage {
 namespace {
@@ -31,8 +32,7 @@ Bool LaneKernel::IsHarmless(NodeIndex node) const {
     case NodeKind::kLocalData:
       return false;
     case NodeKind::kUnary:
-      if (tree.nodes[node].operation == Operation::kIncrement || tree.nodes[node].operation == Operation::kDecrement)
-        return false;
+      if (IsStep(tree.nodes[node].operation)) return false;
       break;
     case NodeKind::kBinary: {
       const Operation operation = tree.nodes[node].operation;

@@ -45,22 +45,13 @@ class Steps : LaneQuery {
       case NodeKind::kCall:
       case NodeKind::kMemberOf:
         return FormOf(node) != LaneForm::kLanes;
-      case NodeKind::kBinary: {
-        const Operation operation = OperationOf(node);
-        const Bool isDivision = operation == Operation::kDivide || operation == Operation::kRemainder;
-        if (isDivision && TypeOf(node) != GetScalarType(Scalar::kFloat32)) return false;
-        [[fallthrough]];
-      }
+      case NodeKind::kBinary:
       case NodeKind::kCast:
       case NodeKind::kConstruct:
       case NodeKind::kUnary:
-        return IsPlainValue(node) && arePlain(_tree.GetChildren(node));
-      case NodeKind::kAssign: {
-        const NodeIndex target = Child(node, 0);
-        if (KindOf(target) == NodeKind::kIndex && _uniformity.Get(Child(target, 1)) != Uniformity{Variance::kLinear, 1})
-          return false;
-        return IsPlainValue(node) && arePlain(_tree.GetChildren(node));
-      }
+        return !IsIntegerDivision(node) && IsPlainValue(node) && arePlain(_tree.GetChildren(node));
+      case NodeKind::kAssign:
+        return !IsScattered(Child(node, 0)) && IsPlainValue(node) && arePlain(_tree.GetChildren(node));
       case NodeKind::kIndex:
         return KindOf(Child(node, 0)) == NodeKind::kBuffer && IsPlainValue(node) && IsPlain(Child(node, 1));
       default:
@@ -69,6 +60,15 @@ class Steps : LaneQuery {
   }
 
  private:
+  Bool IsIntegerDivision(NodeIndex node) const {
+    const Operation operation = OperationOf(node);
+    const Bool isDivision = operation == Operation::kDivide || operation == Operation::kRemainder;
+    return isDivision && TypeOf(node) != GetScalarType(Scalar::kFloat32);
+  }
+  // Whether lanes that lie side by side store to elements that do not.
+  Bool IsScattered(NodeIndex target) const {
+    return KindOf(target) == NodeKind::kIndex && _uniformity.Get(Child(target, 1)) != Uniformity{Variance::kLinear, 1};
+  }
   // Whether a value that differs between lanes is one that compilers compute in vectors.
   Bool IsPlainValue(NodeIndex expression) const {
     if (FormOf(expression) != LaneForm::kLanes) return true;

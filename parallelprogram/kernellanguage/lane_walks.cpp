@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "parallelprogram/kernellanguage/operations.h"
+
 namespace ostra::kernellanguage {
 namespace {
 
@@ -13,7 +15,7 @@ constexpr int kOperationsPerElement = 8;
 void LaneWalks::FindMoved(NodeIndex node, LaneWalk& walk) const {
   const NodeKind kind = KindOf(node);
   const Operation operation = OperationOf(node);
-  const Bool isStep = operation == Operation::kIncrement || operation == Operation::kDecrement;
+  const Bool isStep = IsStep(operation);
   if (kind == NodeKind::kVariable) walk.own.push_back(node);
   if (kind == NodeKind::kAssign || kind == NodeKind::kPostfix || (kind == NodeKind::kUnary && isStep)) {
     const NodeIndex target = Child(node, 0);

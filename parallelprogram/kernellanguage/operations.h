@@ -14,6 +14,10 @@ constexpr Bool IsEquality(Operation operation) {
 constexpr Bool IsShift(Operation operation) {
   return operation == Operation::kShiftLeft || operation == Operation::kShiftRight;
 }
+// ++ and --.
+constexpr Bool IsStep(Operation operation) {
+  return operation == Operation::kIncrement || operation == Operation::kDecrement;
+}
 // && and ||, whose right operand may not be computed.
 constexpr Bool IsLogical(Operation operation) {
   return operation == Operation::kLogicalAnd || operation == Operation::kLogicalOr;

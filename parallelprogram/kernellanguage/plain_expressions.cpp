@@ -2,6 +2,7 @@
 
 #include <charconv>
 
+#include "parallelprogram/kernellanguage/operations.h"
 #include "parallelprogram/kernellanguage/plain_bools.h"
 #include "parallelprogram/kernellanguage/plain_calls.h"
 #include "parallelprogram/kernellanguage/plain_construction.h"
@@ -123,7 +124,7 @@ void PlainExpressions::CheckPlainPlace(NodeIndex place) {
 
 std::string PlainExpressions::ValueItself(NodeIndex node, Binding& binding) {
   const auto child = [&](std::size_t i) { return Child(node, i); };
-  const std::string_view sign = GetSpelling(_tree.nodes[node].operation), name = _tree.GetName(node);
+  const std::string_view name = _tree.GetName(node);
   const std::string mark = MarkOf(node);
   switch (KindOf(node)) {
     case NodeKind::kLiteral:
@@ -136,24 +137,6 @@ std::string PlainExpressions::ValueItself(NodeIndex node, Binding& binding) {
       return Join({mark, "UNIFORM_BUFFER(", name, ")"});
     case NodeKind::kLocalData:
       return Join({mark, "LOCALDATA(", name, ", ", Expression(child(0)), ", ", Expression(child(1)), ")"});
-    case NodeKind::kUnary:
-      binding = Binding::kUnary;
-      return mark + Unary(node);
-    case NodeKind::kPostfix:
-      CheckPlainPlace(child(0));
-      return Join({Value(child(0), Binding::kPostfix), mark, sign});
-    case NodeKind::kBinary:
-      return Binary(node, binding);
-    case NodeKind::kAssign:
-      binding = Binding::kAssignment;
-      return Assign(node);
-    case NodeKind::kConditional:
-      binding = Binding::kConditional;
-      return Join({Expression(child(0), Binding::kUnary), " ", mark, "? ", Expression(child(1), Binding::kUnary), " : ",
-                   Expression(child(2), Binding::kUnary)});
-    case NodeKind::kComma:
-      binding = Binding::kComma;
-      return Join({Value(child(0), Binding::kComma), mark, ", ", Expression(child(1))});
     case NodeKind::kConstruct:
     case NodeKind::kCast:
       return mark + _uses.construction.Construct(node, 1);
@@ -172,10 +155,37 @@ std::string PlainExpressions::ValueItself(NodeIndex node, Binding& binding) {
       return isTexel ? Join({mark, "int(", _uses.calls.Call(node), ")"}) : mark + _uses.calls.Call(node);
     }
     default:
-      break;
+      return Operator(node, binding);
   }
-  Refuse(node, Join({"this use of \"", name, sign, "\""}));
-  return "";
+}
+
+std::string PlainExpressions::Operator(NodeIndex node, Binding& binding) {
+  const auto child = [&](std::size_t i) { return Child(node, i); };
+  const std::string_view sign = GetSpelling(_tree.nodes[node].operation);
+  const std::string mark = MarkOf(node);
+  switch (KindOf(node)) {
+    case NodeKind::kUnary:
+      binding = Binding::kUnary;
+      return mark + Unary(node);
+    case NodeKind::kPostfix:
+      CheckPlainPlace(child(0));
+      return Join({Value(child(0), Binding::kPostfix), mark, sign});
+    case NodeKind::kBinary:
+      return Binary(node, binding);
+    case NodeKind::kAssign:
+      binding = Binding::kAssignment;
+      return Assign(node);
+    case NodeKind::kConditional:
+      binding = Binding::kConditional;
+      return Join({Expression(child(0), Binding::kUnary), " ", mark, "? ", Expression(child(1), Binding::kUnary), " : ",
+                   Expression(child(2), Binding::kUnary)});
+    case NodeKind::kComma:
+      binding = Binding::kComma;
+      return Join({Value(child(0), Binding::kComma), mark, ", ", Expression(child(1))});
+    default:
+      Refuse(node, Join({"this use of \"", _tree.GetName(node), sign, "\""}));
+      return "";
+  }
 }
 
 std::string PlainExpressions::LiteralItself(NodeIndex node, Binding& binding) const {
@@ -199,7 +209,7 @@ std::string PlainExpressions::Uniform(NodeIndex node) const {
 std::string PlainExpressions::Unary(NodeIndex node) {
   const Operation operation = _tree.nodes[node].operation;
   const NodeIndex operand = Child(node, 0);
-  if (operation == Operation::kIncrement || operation == Operation::kDecrement) CheckPlainPlace(operand);
+  if (IsStep(operation)) CheckPlainPlace(operand);
   // "- -x" is no "--x".
   const Bool isSignAgain = KindOf(operand) == NodeKind::kUnary;
   return Join({GetSpelling(operation), Expression(operand, isSignAgain ? Binding::kPostfix : Binding::kUnary)});

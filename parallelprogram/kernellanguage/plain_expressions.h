@@ -46,6 +46,7 @@ class PlainExpressions : PlainPart {
 
  private:
   std::string ValueItself(NodeIndex node, Binding& binding);
+  std::string Operator(NodeIndex node, Binding& binding);
   std::string LiteralItself(NodeIndex node, Binding& binding) const;
   std::string Uniform(NodeIndex node) const;
   std::string Unary(NodeIndex node);

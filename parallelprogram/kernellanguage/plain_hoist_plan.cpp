@@ -1,14 +1,9 @@
 #include "parallelprogram/kernellanguage/plain_hoist_plan.h"
 
 #include "parallelprogram/kernellanguage/changes.h"
+#include "parallelprogram/kernellanguage/operations.h"
 
 namespace ostra::kernellanguage {
-namespace {
-
-Bool IsStep(Operation operation) { return operation == Operation::kIncrement || operation == Operation::kDecrement; }
-
-}  // namespace
-
 Bool HoistPlan::FindNeed(NodeIndex node) const {
   const Operation operation = _kernel.tree.nodes[node].operation;
   switch (_kernel.GetKind(node)) {

@@ -33,40 +33,20 @@ std::string PlainLibrary::MultiplyColumns(TypeIndex matrix) {
 // A function of vectors by that of numbers. What the latter sets goes through a variable, as no component does in
 // every language.
 std::string PlainLibrary::ApplyToComponents(std::string_view word, const Overload& overload) {
-  Overload ofNumbers = overload;
-  const auto getNumber = [this](TypeIndex type) {
-    return _types.IsVector(type) ? GetScalarType(_types[type].scalar) : type;
-  };
-  ofNumbers.result = getNumber(overload.result);
   UInt32 count = 1;
-  for (std::size_t i = 0; i < overload.count; ++i) {
-    ofNumbers.parameters[i] = getNumber(overload.parameters[i]);
-    count = std::max(count, _types[overload.parameters[i]].count);
-  }
+  for (std::size_t i = 0; i < overload.count; ++i) count = std::max(count, _types[overload.parameters[i]].count);
   std::string variables, calls;
   std::vector<std::string> components;
-  for (UInt32 k = 0; k < count; ++k) {
-    std::vector<std::string> numbers;
-    for (std::size_t i = 0; i < overload.count; ++i) {
-      const std::string value = Join({"v", std::to_string(i)});
-      const TypeIndex type = overload.parameters[i];
-      numbers.push_back(_types.IsVector(type) ? Join({value, ".", GetComponentName(k)}) : value);
-      if (_kernel.IsBoolVector(type)) numbers.back() += " != 0";
-      if (!overload.Changes(i)) continue;
-      numbers.back() = Join({value, GetComponentName(k)});
-      variables += Join({"\t", TypeName(ofNumbers.parameters[i]), " ", numbers.back(), ";\n"});
-    }
-    const std::string component = CallLibrary(word, ofNumbers, numbers);
-    components.push_back(_kernel.IsBoolVector(overload.result) ? Join({"int(", component, ")"}) : component);
-  }
+  for (UInt32 k = 0; k < count; ++k) components.push_back(CallOfComponent(word, overload, k, variables));
   const std::string type = overload.result == kVoidType ? "" : TypeName(overload.result);
-  if (overload.changed == 0) return Join({"\treturn ", type, "(", JoinList(components), ");\n"});
+  const auto makeResult = [&] { return Join({"\treturn ", type, "(", JoinList(components), ");\n"}); };
+  if (overload.changed == 0) return makeResult();
   for (UInt32 k = 0; k < count; ++k) {
     const std::string result = Join({"r", GetComponentName(k)});
     if (overload.result == kVoidType) {
       calls += Join({"\t", components[k], ";\n"});
     } else {
-      calls += Join({"\t", TypeName(ofNumbers.result), " ", result, " = ", components[k], ";\n"});
+      calls += Join({"\t", TypeName(GetNumber(overload.result)), " ", result, " = ", components[k], ";\n"});
       components[k] = result;
     }
   }
@@ -77,8 +57,31 @@ std::string PlainLibrary::ApplyToComponents(std::string_view word, const Overloa
     for (UInt32 k = 0; k < count; ++k) parts.push_back(Join({value, GetComponentName(k)}));
     calls += Join({"\t", value, " = ", TypeName(overload.parameters[i]), "(", JoinList(parts), ");\n"});
   }
-  if (overload.result != kVoidType) calls += Join({"\treturn ", type, "(", JoinList(components), ");\n"});
-  return variables + calls;
+  return Join({variables, calls, overload.result == kVoidType ? "" : makeResult()});
+}
+
+// The call for component `k`; declares the variables of what it sets.
+std::string PlainLibrary::CallOfComponent(std::string_view word, const Overload& overload, UInt32 k,
+                                          std::string& variables) {
+  Overload ofNumbers = overload;
+  ofNumbers.result = GetNumber(overload.result);
+  std::vector<std::string> numbers;
+  for (std::size_t i = 0; i < overload.count; ++i) {
+    const std::string value = Join({"v", std::to_string(i)});
+    const TypeIndex type = overload.parameters[i];
+    ofNumbers.parameters[i] = GetNumber(type);
+    numbers.push_back(_types.IsVector(type) ? Join({value, ".", GetComponentName(k)}) : value);
+    if (_kernel.IsBoolVector(type)) numbers.back() += " != 0";
+    if (!overload.Changes(i)) continue;
+    numbers.back() = Join({value, GetComponentName(k)});
+    variables += Join({"\t", TypeName(ofNumbers.parameters[i]), " ", numbers.back(), ";\n"});
+  }
+  const std::string component = CallLibrary(word, ofNumbers, numbers);
+  return _kernel.IsBoolVector(overload.result) ? Join({"int(", component, ")"}) : component;
+}
+
+TypeIndex PlainLibrary::GetNumber(TypeIndex type) const {
+  return _types.IsVector(type) ? GetScalarType(_types[type].scalar) : type;
 }
 
 // The functions of the library that a body calls.

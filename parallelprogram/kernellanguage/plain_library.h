@@ -16,6 +16,8 @@ class PlainLibrary : PlainPart {
  private:
   std::string MultiplyColumns(TypeIndex matrix);
   std::string ApplyToComponents(std::string_view word, const Overload& overload);
+  std::string CallOfComponent(std::string_view word, const Overload& overload, UInt32 k, std::string& variables);
+  TypeIndex GetNumber(TypeIndex type) const;  // the scalar of a vector
   void WriteParts(std::string_view body);
 
   PlainValues& _values;

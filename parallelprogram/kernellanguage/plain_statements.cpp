@@ -35,6 +35,23 @@ void PlainStatements::Statement(NodeIndex node) {
     case NodeKind::kSwitch:
       Switch(node);
       return _uses.reports.PrintRecordsOf(child(0));
+    case NodeKind::kReturn:
+      return Return(node);
+    case NodeKind::kEmpty:
+      return;
+    case NodeKind::kPrint:
+      return PrintStatement(node);
+    case NodeKind::kAssert:
+      return AssertStatement(node);
+    default:
+      return SingleLine(node);
+  }
+}
+
+// A statement with nothing around or inside of it.
+void PlainStatements::SingleLine(NodeIndex node) {
+  const auto child = [&](std::size_t i) { return Child(node, i); };
+  switch (KindOf(node)) {
     case NodeKind::kCase:
       return Line({MarkOf(node), "case ", _uses.expressions.Expression(child(0)), ":"});
     case NodeKind::kDefault:
@@ -43,16 +60,8 @@ void PlainStatements::Statement(NodeIndex node) {
       return Line({MarkOf(node), "break;"});
     case NodeKind::kContinue:
       return Line({MarkOf(node), "continue;"});
-    case NodeKind::kReturn:
-      return Return(node);
-    case NodeKind::kEmpty:
-      return;
     case NodeKind::kNoiseMark:
       return Line({MarkOf(node), "ADDNOISECALL"});
-    case NodeKind::kPrint:
-      return PrintStatement(node);
-    case NodeKind::kAssert:
-      return AssertStatement(node);
     case NodeKind::kSharedArray:
       return Line({MarkOf(node), "GROUPSHAREDMEM(", TypeName(_resolved.type[child(0)]), ", ", NameOf(node), ", ",
                    _uses.expressions.Expression(child(1)), ")"});

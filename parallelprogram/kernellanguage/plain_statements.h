@@ -37,6 +37,7 @@ class PlainStatements : PlainPart {
     NodeIndex node = kNoNode, start = kNoNode, condition = kNoNode, step = kNoNode, body = kNoNode;
     Bool isBodyFirst = false;
   };
+  void SingleLine(NodeIndex node);
   void Declaration(NodeIndex node);
   void If(NodeIndex node, std::string_view before);
   std::string ForStart(NodeIndex node);

@@ -24,7 +24,7 @@ void TracePlan::FindChanged(NodeIndex node, std::vector<NodeIndex>& places) cons
   const auto children = _kernel.tree.GetChildren(node);
   for (const NodeIndex child : children) FindChanged(child, places);
   const Operation operation = _kernel.tree.nodes[node].operation;
-  const Bool isStep = operation == Operation::kIncrement || operation == Operation::kDecrement;
+  const Bool isStep = IsStep(operation);
   if (_kernel.GetKind(node) == NodeKind::kAssign || (isStep && !children.empty())) places.push_back(children[0]);
   if (_kernel.GetKind(node) != NodeKind::kCall) return;
   const Meaning& meaning = _kernel.resolved.meaning[node];

@@ -85,7 +85,7 @@ class Printer {
 
   std::string ExpressionItself(NodeIndex node) const {
     const Node& entry = _tree.nodes[node];
-    const std::string_view name = _tree.GetName(node);
+    const std::string_view name = _tree.GetName(node), sign = GetSpelling(entry.operation);
     switch (entry.kind) {
       case NodeKind::kLiteral:
       case NodeKind::kName:
@@ -94,35 +94,38 @@ class Printer {
         return Join({"uniform.", name});
       case NodeKind::kBuffer:
         return Join({"buffer.", name});
+      case NodeKind::kMemberOf:
+        return Join({Expression(_tree.GetChild(node, 0)), ".", name});
       case NodeKind::kLocalData:
         return List(Join({"local.", name}), node);
       case NodeKind::kUnary:
-        return List(GetSpelling(entry.operation), node);
-      case NodeKind::kPostfix:
-        return List(Join({"postfix", GetSpelling(entry.operation)}), node);
       case NodeKind::kBinary:
-        return List(GetSpelling(entry.operation), node);
+        return List(sign, node);
+      case NodeKind::kPostfix:
+        return List(Join({"postfix", sign}), node);
       case NodeKind::kAssign:
-        return List(Join({GetSpelling(entry.operation), "="}), node);
-      case NodeKind::kConditional:
-        return List("?", node);
-      case NodeKind::kComma:
-        return List(",", node);
+        return List(Join({sign, "="}), node);
       case NodeKind::kCall:
         return List(Join({"call ", name}), node);
-      case NodeKind::kConstruct:
-        return List("make", node);
-      case NodeKind::kCast:
-        return List("cast", node);
-      case NodeKind::kMemberOf:
-        return Join({Expression(_tree.GetChild(node, 0)), ".", name});
-      case NodeKind::kIndex:
-        return List("at", node);
-      case NodeKind::kInitializerList:
-        return List("list", node);
       default:
-        return std::string(GetKindName(entry.kind));
+        return List(node);
     }
+  }
+
+  // An expression whose head is the same for all of its kind; the name of other kinds.
+  std::string List(NodeIndex node) const {
+    struct Head {
+      NodeKind kind;
+      std::string_view text;
+    };
+    constexpr Head kHeads[] = {{NodeKind::kConditional, "?"},  {NodeKind::kComma, ","},
+                               {NodeKind::kConstruct, "make"}, {NodeKind::kCast, "cast"},
+                               {NodeKind::kIndex, "at"},       {NodeKind::kInitializerList, "list"}};
+    const NodeKind kind = _tree.nodes[node].kind;
+    for (const Head& head : kHeads) {
+      if (head.kind == kind) return List(head.text, node);
+    }
+    return std::string(GetKindName(kind));
   }
 
   std::string TypeOf(NodeIndex node) const {
@@ -152,68 +155,83 @@ class Printer {
   // A line for the node and lines for the statements below it.
   void PrintNode(NodeIndex node) {
     if (node == kNoNode) return Line({"-"});
-    const Node& entry = _tree.nodes[node];
-    const std::string_view name = _tree.GetName(node);
+    if (_tree.Is(node, NodeKind::kDeclaration)) {
+      for (const NodeIndex variable : _tree.GetChildren(node)) Line({"declare ", Declared(variable)});
+      return;
+    }
+    Line({LineOf(node)});
+    ++_depth;
+    for (const NodeIndex statement : ListBelow(node)) PrintNode(statement);
+    --_depth;
+  }
+
+  std::string LineOf(NodeIndex node) const {
     const auto child = [&](std::size_t i) { return _tree.GetChild(node, i); };
-    if (entry.kind == NodeKind::kExpressionStatement) return Line({Expression(child(0)), ";", VarianceOf(node)});
-    std::string kind(GetKindName(entry.kind));
+    const std::string_view name = _tree.GetName(node);
+    std::string kind(GetKindName(_tree.nodes[node].kind));
     kind[0] = ToLower(kind[0]);
-    std::size_t firstLine = 0;  // of the children, that gets a line of its own
-    switch (entry.kind) {
+    switch (_tree.nodes[node].kind) {
+      case NodeKind::kExpressionStatement:
+        return Join({Expression(child(0)), ";", VarianceOf(node)});
       case NodeKind::kGroupSize:
       case NodeKind::kTuning:
-        return Line({kind, " ", name, List("", node)});
+      case NodeKind::kPrint:
+      case NodeKind::kAssert:
+        return Join({kind, " ", name, List("", node)});
       case NodeKind::kParameter:
       case NodeKind::kMember:
       case NodeKind::kFunctionParameter:
-        return Line({kind, " ", Declared(node)});
-      case NodeKind::kDeclaration:
-        for (const NodeIndex variable : _tree.GetChildren(node)) Line({"declare ", Declared(variable)});
-        return;
+        return Join({kind, " ", Declared(node)});
       case NodeKind::kFunction:
-        Line({kind, " ", TypeName(child(0)), " ", name});
-        firstLine = 1;
-        break;
+        return Join({kind, " ", TypeName(child(0)), " ", name});
       case NodeKind::kIf:
       case NodeKind::kWhile:
       case NodeKind::kSwitch:
-        Line({kind, LeftApart(node), VarianceOf(node), " ", Expression(child(0))});
-        firstLine = 1;
-        break;
-      case NodeKind::kFor: {
-        Line({kind, LeftApart(node), VarianceOf(node), " ", Expression(child(1)), " step ", Expression(child(2))});
-        ++_depth;
-        PrintNode(child(0));
-        --_depth;
-        firstLine = 3;
-        break;
-      }
+        return Join({kind, LeftApart(node), VarianceOf(node), " ", Expression(child(0))});
+      case NodeKind::kFor:
+        return Join(
+            {kind, LeftApart(node), VarianceOf(node), " ", Expression(child(1)), " step ", Expression(child(2))});
       case NodeKind::kDoWhile:
-        Line({kind, LeftApart(node), VarianceOf(node), " ", Expression(child(1))});
-        ++_depth;
-        PrintNode(child(0));
-        --_depth;
-        return;
+        return Join({kind, LeftApart(node), VarianceOf(node), " ", Expression(child(1))});
       case NodeKind::kCase:
       case NodeKind::kReturn:
-        return Line({kind, VarianceOf(node), " ", Expression(child(0))});
-      case NodeKind::kPrint:
-      case NodeKind::kAssert:
-        return Line({kind, " ", name, List("", node)});
+        return Join({kind, VarianceOf(node), " ", Expression(child(0))});
       case NodeKind::kSharedArray:
-        return Line({kind, " ", TypeName(child(0)), " ", name, " ", Expression(child(1))});
+        return Join({kind, " ", TypeName(child(0)), " ", name, " ", Expression(child(1))});
       case NodeKind::kMakeLocal:
-        return Line({kind, " ", name, " ", Expression(child(0)), " ", Expression(child(1))});
+        return Join({kind, " ", name, " ", Expression(child(0)), " ", Expression(child(1))});
       default:
-        Line({kind, name.empty() ? "" : " ", Flags(node), name, VarianceOf(node)});
-        break;
+        return Join({kind, name.empty() ? "" : " ", Flags(node), name, VarianceOf(node)});
     }
-    ++_depth;
+  }
+
+  // The children that have lines of their own.
+  std::vector<NodeIndex> ListBelow(NodeIndex node) const {
     const auto children = _tree.GetChildren(node);
-    for (std::size_t i = firstLine; i < children.size(); ++i) {
-      if (children[i] != kNoNode) PrintNode(children[i]);
+    std::size_t first = 0;
+    switch (_tree.nodes[node].kind) {
+      case NodeKind::kFor:
+        return {children[0], children[3]};
+      case NodeKind::kDoWhile:
+        return {children[0]};
+      case NodeKind::kFunction:
+      case NodeKind::kIf:
+      case NodeKind::kWhile:
+      case NodeKind::kSwitch:
+        first = 1;
+        break;
+      case NodeKind::kFile:
+      case NodeKind::kParameters:
+      case NodeKind::kStruct:
+      case NodeKind::kKernel:
+      case NodeKind::kBlock:
+        break;
+      default:
+        return {};
     }
-    --_depth;
+    std::vector<NodeIndex> below(children.begin() + static_cast<std::ptrdiff_t>(first), children.end());
+    std::erase(below, kNoNode);
+    return below;
   }
 
   std::string LeftApart(NodeIndex node) const {

@@ -1,6 +1,7 @@
 #include "parallelprogram/kernellanguage/resolve_expressions.h"
 
 #include "parallelprogram/kernellanguage/literal.h"
+#include "parallelprogram/kernellanguage/operations.h"
 #include "parallelprogram/kernellanguage/resolve_assignments.h"
 #include "parallelprogram/kernellanguage/resolve_calls.h"
 #include "parallelprogram/kernellanguage/resolve_construction.h"
@@ -28,13 +29,9 @@ TypeIndex ResolveExpressions::ExpressionItself(NodeIndex node) {
       return _uses.parameterWords.ParameterWord(node);
     case NodeKind::kLocalData:
       return _uses.parameterWords.LocalData(node);
-    case NodeKind::kUnary: {
-      const Operation operation = OperationOf(node);
-      return operation == Operation::kIncrement || operation == Operation::kDecrement ? _uses.assignments.Step(node)
-                                                                                      : _uses.operators.Unary(node);
-    }
+    case NodeKind::kUnary:
     case NodeKind::kPostfix:
-      return _uses.assignments.Step(node);
+      return IsStep(OperationOf(node)) ? _uses.assignments.Step(node) : _uses.operators.Unary(node);
     case NodeKind::kBinary:
       return _uses.operators.Binary(node);
     case NodeKind::kAssign:

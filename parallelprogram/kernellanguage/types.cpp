@@ -161,9 +161,39 @@ TypeIndex TypeTable::AddStruct(UInt32 declaration, std::string_view name) {
       {.kind = TypeKind::kStruct, .count = static_cast<UInt32>(_structNames.size() - 1), .declaration = declaration});
 }
 
+namespace {
+
+std::string GetVectorName(const Type& type) {
+  const std::string count = std::to_string(type.count);
+  if (type.scalar == Scalar::kFloat32) return Join({"vec", count});
+  if (type.scalar == Scalar::kBool) return Join({"bvec", count});
+  const Bool isShort = type.scalar == Scalar::kInt32 || type.scalar == Scalar::kUInt32 || type.scalar == Scalar::kHalf;
+  return isShort ? Join({GetName(type.scalar), count}) : Join({"Vec", count, "<", GetCppName(type.scalar), ">"});
+}
+
+std::string GetTextureName(const Type& type) {
+  constexpr std::string_view kChannels[] = {"", "R", "RG", "RGB", "RGBA"};
+  const std::string_view texel = type.scalar == Scalar::kFloat32 ? "F32"
+                                 : type.scalar == Scalar::kUInt8 ? "U8"
+                                 : type.scalar == Scalar::kInt32 ? "I32"
+                                                                 : "U16";
+  return Join({"TextureSampler_", std::to_string(type.dimensions), "D_", kChannels[type.count], "_", texel,
+               type.isLinear ? "_LINEAR" : "_POINT"});
+}
+
+}  // namespace
+
+std::string TypeTable::GetArrayName(TypeIndex array) const {
+  // The element of int[2][3], two of three, is int[3].
+  std::string dimensions;
+  TypeIndex element = array;
+  for (; _types[element].kind == TypeKind::kArray; element = _types[element].element)
+    dimensions += Join({"[", std::to_string(_types[element].count), "]"});
+  return GetName(element) + dimensions;
+}
+
 std::string TypeTable::GetName(TypeIndex index) const {
   const Type& type = _types[index];
-  const std::string scalar(kernellanguage::GetName(type.scalar));
   switch (type.kind) {
     case TypeKind::kUnknown:
       return "?";
@@ -172,15 +202,9 @@ std::string TypeTable::GetName(TypeIndex index) const {
     case TypeKind::kList:
       return "{}";
     case TypeKind::kScalar:
-      return scalar;
-    case TypeKind::kVector: {
-      const std::string count = std::to_string(type.count);
-      if (type.scalar == Scalar::kFloat32) return Join({"vec", count});
-      if (type.scalar == Scalar::kBool) return Join({"bvec", count});
-      const Bool isShort =
-          type.scalar == Scalar::kInt32 || type.scalar == Scalar::kUInt32 || type.scalar == Scalar::kHalf;
-      return isShort ? Join({scalar, count}) : Join({"Vec", count, "<", GetCppName(type.scalar), ">"});
-    }
+      return std::string(kernellanguage::GetName(type.scalar));
+    case TypeKind::kVector:
+      return GetVectorName(type);
     case TypeKind::kMatrix:
       return Join({"mat", std::to_string(type.count)});
     case TypeKind::kAffineMatrix:
@@ -191,25 +215,12 @@ std::string TypeTable::GetName(TypeIndex index) const {
       return "AtomicUInt32";
     case TypeKind::kStruct:
       return _structNames[type.count];
-    case TypeKind::kArray: {
-      // The element of int[2][3], two of three, is int[3].
-      std::string dimensions;
-      TypeIndex element = index;
-      for (; _types[element].kind == TypeKind::kArray; element = _types[element].element)
-        dimensions += Join({"[", std::to_string(_types[element].count), "]"});
-      return GetName(element) + dimensions;
-    }
+    case TypeKind::kArray:
+      return GetArrayName(index);
     case TypeKind::kBuffer:
       return Join({type.isConst ? "const Block<" : "Block<", GetName(type.element), ">"});
-    case TypeKind::kTexture: {
-      constexpr std::string_view kChannels[] = {"", "R", "RG", "RGB", "RGBA"};
-      const std::string_view texel = type.scalar == Scalar::kFloat32 ? "F32"
-                                     : type.scalar == Scalar::kUInt8 ? "U8"
-                                     : type.scalar == Scalar::kInt32 ? "I32"
-                                                                     : "U16";
-      return Join({"TextureSampler_", std::to_string(type.dimensions), "D_", kChannels[type.count], "_", texel,
-                   type.isLinear ? "_LINEAR" : "_POINT"});
-    }
+    case TypeKind::kTexture:
+      return GetTextureName(type);
   }
   return "?";
 }

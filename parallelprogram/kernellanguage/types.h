@@ -102,6 +102,7 @@ class TypeTable {
 
  private:
   TypeIndex Find(const Type& type);
+  std::string GetArrayName(TypeIndex array) const;
 
   std::vector<Type> _types;
   std::vector<std::string> _structNames;  // of the structs, found by Type::count

@@ -394,48 +394,39 @@ constexpr Word kWords[] = {
 
 constexpr std::size_t kIdCount = static_cast<std::size_t>(WordId::kCount);
 
+// What a letter of a form stands for: a type, or a vector of as many components as the form has.
+struct FormLetter {
+  char letter;
+  TypeIndex type = kUnknownType;
+  Scalar ofVector = Scalar::kFloat32;
+};
+constexpr FormLetter kFormLetters[] = {
+    {'f', kFloatType},
+    {'d', kDoubleType},
+    {'i', kIntType},
+    {'u', kUIntType},
+    {'l', GetScalarType(Scalar::kInt64)},
+    {'m', GetScalarType(Scalar::kUInt64)},
+    {'b', kBoolType},
+    {'F', kUnknownType, Scalar::kFloat32},
+    {'I', kUnknownType, Scalar::kInt32},
+    {'U', kUnknownType, Scalar::kUInt32},
+    {'B', kUnknownType, Scalar::kBool},
+    {'2', GetVectorType(Scalar::kFloat32, 2)},
+    {'3', GetVectorType(Scalar::kFloat32, 3)},
+    {'4', GetVectorType(Scalar::kFloat32, 4)},
+    {'v', kVoidType},
+    {'K', kMatrix2Type},
+    {'M', kMatrix3Type},
+    {'N', kMatrix4Type},
+};
+
 // The type of a letter in a form, for vectors of `width` components.
 TypeIndex ReadLetter(char letter, UInt32 width) {
-  switch (letter) {
-    case 'f':
-      return kFloatType;
-    case 'd':
-      return kDoubleType;
-    case 'i':
-      return kIntType;
-    case 'u':
-      return kUIntType;
-    case 'l':
-      return GetScalarType(Scalar::kInt64);
-    case 'm':
-      return GetScalarType(Scalar::kUInt64);
-    case 'b':
-      return kBoolType;
-    case 'F':
-      return GetVectorType(Scalar::kFloat32, width);
-    case 'I':
-      return GetVectorType(Scalar::kInt32, width);
-    case 'U':
-      return GetVectorType(Scalar::kUInt32, width);
-    case 'B':
-      return GetVectorType(Scalar::kBool, width);
-    case '2':
-      return GetVectorType(Scalar::kFloat32, 2);
-    case '3':
-      return GetVectorType(Scalar::kFloat32, 3);
-    case '4':
-      return GetVectorType(Scalar::kFloat32, 4);
-    case 'v':
-      return kVoidType;
-    case 'K':
-      return kMatrix2Type;
-    case 'M':
-      return kMatrix3Type;
-    case 'N':
-      return kMatrix4Type;
-    default:
-      return kAffineMatrixType;
+  for (const FormLetter& entry : kFormLetters) {
+    if (entry.letter == letter) return entry.type == kUnknownType ? GetVectorType(entry.ofVector, width) : entry.type;
   }
+  return kAffineMatrixType;
 }
 
 void AddOverloads(std::string_view form, std::vector<Overload>& overloads) {
