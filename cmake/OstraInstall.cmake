@@ -74,7 +74,7 @@ foreach(header
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/parallelprogram/${folder})
 endforeach()
 
-install(FILES ${PROJECT_SOURCE_DIR}/plans/render_scene.h ${PROJECT_SOURCE_DIR}/plans/usage_error.h ${PROJECT_SOURCE_DIR}/plans/work_observer.h
+install(FILES ${PROJECT_SOURCE_DIR}/plans/render_scene.h ${PROJECT_SOURCE_DIR}/plans/run_kernel.h ${PROJECT_SOURCE_DIR}/plans/usage_error.h ${PROJECT_SOURCE_DIR}/plans/work_observer.h
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/plans)
 
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/clients/cpp DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/clients FILES_MATCHING PATTERN "*.h")
@@ -85,7 +85,7 @@ install(FILES ${PROJECT_SOURCE_DIR}/ostra/shadercompiler/metal/metal_stdlib
 
 # The programs of the pages: each is built and run by a test.
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/tests/install/outside ${PROJECT_SOURCE_DIR}/tests/install/runtime
-  ${PROJECT_SOURCE_DIR}/tests/install/chain ${PROJECT_SOURCE_DIR}/tests/install/files DESTINATION ${CMAKE_INSTALL_DATADIR}/ostra/examples)
+  ${PROJECT_SOURCE_DIR}/tests/install/chain ${PROJECT_SOURCE_DIR}/tests/install/files ${PROJECT_SOURCE_DIR}/tests/install/run DESTINATION ${CMAKE_INSTALL_DATADIR}/ostra/examples)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/tests/shaderloader/example/
   DESTINATION ${CMAKE_INSTALL_DATADIR}/ostra/examples/triangle)
 # Without the notebooks: they draw scenes that only the repository has.

@@ -76,6 +76,18 @@ if "$work/files/files" "$work/none.npy" "$work/six.npy" 2>"$work/none.log" || ! 
   echo "a file that is missing is not named:"; cat "$work/none.log"; exit 1
 fi
 
+# A program runs a kernel file as the tool does: 2 * 1 + 1, and a misspelt name is told before anything runs.
+"$cmake" -S "$here/run" -B "$work/run" -G Ninja -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_BUILD_TYPE=Release \
+  -DCMAKE_PREFIX_PATH="$work/tree" -DCMAKE_CXX_FLAGS="$flags"
+"$cmake" --build "$work/run"
+[ "$(CXX=$compiler "$work/run/run" "$saxpy" "$work/run.npy" "$work/cache" x=ones:9 y=ones:9 --set a=2 count=9)" = 3 ] ||
+  { echo "a kernel that a program runs gives another number"; exit 1; }
+[ -s "$work/run.npy" ] || { echo "a kernel that a program runs leaves no file"; exit 1; }
+if CXX=$compiler "$work/run/run" "$saxpy" "$work/wrong.npy" "$work/cache" z=ones:9 y=ones:9 --set a=2 2>"$work/wrong.log" ||
+  ! grep -q '"z"' "$work/wrong.log"; then
+  echo "a misspelt buffer is not named:"; cat "$work/wrong.log"; exit 1
+fi
+
 # A scene becomes a picture, on the first GPU where there is one; without one the program says so.
 "$cmake" -S "$here/scene" -B "$work/scene" -G Ninja -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_BUILD_TYPE=Release \
   -DCMAKE_PREFIX_PATH="$work/tree" -DCMAKE_CXX_FLAGS="$flags"
