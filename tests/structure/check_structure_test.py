@@ -103,7 +103,8 @@ class CheckStructureTest(unittest.TestCase):
 
     def test_functions_are_measured_with_their_signatures_and_closing_braces(self):
         for signature, first, lines in (("Int Sum(Int a) {\n", 3, 4), ("Int Sum(Int a,\n        Int b) {\n", 3, 5),
-                                        ("class A {\n  Int Sum(Int a) const {\n", 4, 4)):
+                                        ("class A {\n  Int Sum(Int a) const {\n", 4, 4),
+                                        ("A::A(Int a)\n    : _b(a) {\n", 3, 5), ("A::A(Int a,\n     Int b)\n    : _b(a) {\n", 3, 6)):
             path = self.write_function(2, signature)
             if signature.startswith("class"):
                 path.write_text(path.read_text().replace("}\n\n}", "  }\n};\n\n}"))
@@ -183,6 +184,28 @@ class CheckStructureTest(unittest.TestCase):
                                        "Result<void> EnterA(ModuleDescriptor& module);\nvoid EnterLoop(Int a);\n  LookAt,\n")
         self.expect("names", 'ostra/core/a.cpp:3: "kMostFiles": name it kMax...',
                     'ostra/core/a.cpp:4: "EnterA": name it Register... and Unregister...')
+
+    def test_constants_and_enumerators_by_other_names_are_found(self):
+        self.write("ostra/core/a.h", "inline constexpr Int kOne = 1;\nstruct A {\n  static constexpr Bool IS_TWO = true;\n};\n"
+                                     "enum class B { kThree, kFour };\nenum class C {\n  Five,  // kSix\n  kSeven,\n};\n"
+                                     "enum class D : UInt8 { Eight = 8, Nine2D };\nconstexpr Int OK = 0;\nenum E { TEN };\n"
+                                     "Int F() {\n  constexpr Int n = 1;\n}\n")
+        self.expect("cases", 'ostra/core/a.h:3: the constant "IS_TWO": name it kName',
+                    'ostra/core/a.h:6: the values of "C": name all of them kName, or all Name',
+                    'ostra/core/a.h:12: the values of "E": name all of them kName, or all Name')
+
+    def test_a_throw_is_found(self):
+        self.write("ostra/core/a.cpp", "// throw\nconst char* a = \"throw\";\nvoid B() { throw 1; }\n")
+        self.write("ostra/core/memory.h", "#pragma once\nvoid C() { throw 1; }\n")
+        self.expect("throws", "ostra/core/a.cpp:3: a throw: give back a Result")
+
+    def test_an_interface_may_have_more_functions(self):
+        most = check_structure.INTERFACE_METHODS["ParallelProgramInterface"]
+        for count in (most, most + 1):
+            methods = "".join(f"  void Do{i}(Int a);\n" for i in range(count))
+            self.write("ostra/core/a.h", "#pragma once\nclass ParallelProgramInterface {\n" + methods + "};\n")
+            expected = [f"ostra/core/a.h:2: ParallelProgramInterface has {count} functions; at most {most} are allowed"]
+            self.expect("classes", *(expected if count > most else []))
 
     def test_subjects_of_commits_are_short_and_no_sentences(self):
         subjects = [("a1", "x" * 72), ("a2", "x" * 73), ("a3", "Do this."), ("a4", "wip")]

@@ -55,6 +55,12 @@ def find_functions(path):
             first -= 1
             line = lines[first] + line
             indent = lines[first][:len(lines[first]) - len(lines[first].lstrip())]
+        # So may the members that a constructor begins with.
+        if isBody and lines[first].lstrip().startswith(": ") and first > 0:
+            first -= 1
+            while first > 0 and lines[first].count(")") > lines[first].count("(") and lines[first - 1].strip():
+                first -= 1
+            indent = lines[first][:len(lines[first]) - len(lines[first].lstrip())]
         if isBody and not NO_FUNCTION.search(lines[first]) and len(indent) <= 4:
             end = find_end(lines, number, indent)
             yield first + 1, end - first + 1
