@@ -80,6 +80,20 @@ bool WriteDependencies(const Arguments& arguments, const std::vector<std::string
   return WriteFile(arguments.dependencyFile, text + "\n");
 }
 
+// Reads headers beside the file, whose shown name is `name`, and notes their paths.
+auto MakeHeaderReader(const std::string& in, const std::string& name, std::vector<std::string>& headers) {
+  return [&in, &name, &headers](const std::string& header,
+                                const std::string& includingFile) -> std::optional<KernelHeader> {
+    const fs::path including = includingFile == name ? fs::path(in) : fs::path(includingFile);
+    const std::string path = (including.parent_path() / header).lexically_normal().string();
+    if (!fs::is_regular_file(path)) return std::nullopt;
+    const auto contents = ReadSource(path);
+    if (!contents) return std::nullopt;
+    headers.push_back(path);
+    return KernelHeader{path, std::string(contents->text.GetView()), contents->isEncoded};
+  };
+}
+
 int Translate(const Arguments& arguments) {
   const std::string& in = arguments.files[0];
   for (const std::string& name : {in, arguments.id, arguments.name})
@@ -100,15 +114,7 @@ int Translate(const Arguments& arguments) {
                               .isSilent = arguments.isSilent,
                               .isChecked = arguments.isChecked,
                               .isHidden = source->isEncoded};
-  options.readHeader = [&](const std::string& header, const std::string& includingFile) -> std::optional<KernelHeader> {
-    const fs::path including = includingFile == name ? fs::path(in) : fs::path(includingFile);
-    const std::string path = (including.parent_path() / header).lexically_normal().string();
-    if (!fs::is_regular_file(path)) return std::nullopt;
-    const auto contents = ReadSource(path);
-    if (!contents) return std::nullopt;
-    headers.push_back(path);
-    return KernelHeader{path, std::string(contents->text.GetView()), contents->isEncoded};
-  };
+  options.readHeader = MakeHeaderReader(in, name, headers);
   if (arguments.isExplained) {
     const auto reason = ExplainKernelLanes(options, source->text.GetView());
     if (!reason) return Report(std::string(reason.GetError().GetMessage().GetView()));
@@ -141,43 +147,42 @@ int ShowUsage(bool isWanted) {
   return isWanted ? 0 : 2;
 }
 
+// The switches and the words that take a value; null for others.
+bool* FindSwitch(Arguments& arguments, std::string_view word) {
+  if (word == "--module") return &arguments.isModule;
+  if (word == "--scalar") return &arguments.isScalar;
+  if (word == "--silent") return &arguments.isSilent;
+  if (word == "--checked") return &arguments.isChecked;
+  return word == "--explain" ? &arguments.isExplained : nullptr;
+}
+
+std::string* FindValue(Arguments& arguments, std::string_view word) {
+  if (word == "--id") return &arguments.id;
+  if (word == "--name" || word == "--table") return &arguments.name;
+  if (word == "--type") return &arguments.type;
+  if (word == "--depfile") return &arguments.dependencyFile;
+  if (word == "--structs") return &arguments.structFile;
+  return word == "--client" ? &arguments.clientFile : nullptr;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   Arguments arguments;
   bool isTable = false;
   for (int i = 1; i < argc; ++i) {
-    const std::string word = argv[i];
-    const bool hasValue = i + 1 < argc;
+    const std::string_view word = argv[i];
     if (word == "--help") return ShowUsage(true);
-    if (word == "--module")
-      arguments.isModule = true;
-    else if (word == "--scalar")
-      arguments.isScalar = true;
-    else if (word == "--silent")
-      arguments.isSilent = true;
-    else if (word == "--checked")
-      arguments.isChecked = true;
-    else if (word == "--explain")
-      arguments.isExplained = true;
-    else if (word == "--id" && hasValue)
-      arguments.id = argv[++i];
-    else if (word == "--name" && hasValue)
-      arguments.name = argv[++i];
-    else if (word == "--type" && hasValue)
-      arguments.type = argv[++i];
-    else if (word == "--depfile" && hasValue)
-      arguments.dependencyFile = argv[++i];
-    else if (word == "--structs" && hasValue)
-      arguments.structFile = argv[++i];
-    else if (word == "--client" && hasValue)
-      arguments.clientFile = argv[++i];
-    else if (word == "--table" && hasValue)
-      isTable = true, arguments.name = argv[++i];
+    std::string* const value = i + 1 < argc ? FindValue(arguments, word) : nullptr;
+    isTable = isTable || (value && word == "--table");
+    if (bool* const isOn = FindSwitch(arguments, word))
+      *isOn = true;
+    else if (value)
+      *value = argv[++i];
     else if (word.starts_with("--"))
       return ShowUsage(false);
     else
-      arguments.files.push_back(word);
+      arguments.files.emplace_back(word);
   }
   try {
     if (isTable) return arguments.files.size() < 2 ? ShowUsage(false) : WriteTable(arguments);

@@ -58,6 +58,25 @@ std::string MakeMember(const AnalyzedKernel& kernel, NodeIndex parameter) {
   return value.empty() || type.kind == TypeKind::kStruct ? "" : Join({"  ", value, " ", name, "{};\n"});
 }
 
+// The members of the struct, and the visits of them.
+struct ClientMembers {
+  std::string members, visits;
+  std::string_view refused = {};  // the parameter that no client can give
+};
+
+ClientMembers MakeMembers(const AnalyzedKernel& kernel) {
+  ClientMembers made;
+  for (const NodeIndex parameter : kernel.tree.GetChildren(kernel.tree.parameters)) {
+    if (!kernel.tree.Is(parameter, NodeKind::kParameter)) continue;
+    const std::string_view name = kernel.tree.GetName(parameter);
+    const std::string member = MakeMember(kernel, parameter);
+    if (member.empty()) return {.members = {}, .visits = {}, .refused = name};
+    made.members += member;
+    made.visits += Join({"    OSTRA_RETURN_IF_ERROR(ostraVisit(", Quote(name), ", ", name, "));\n"});
+  }
+  return made;
+}
+
 // How GPU programs find the file: NAME_float_T_.krn is NAME.krn with float in place of TYPE.
 std::string MakeGpuFile(const KernelSourceOptions& options) {
   std::string file(options.classId);
@@ -74,16 +93,9 @@ std::string MakeClientHeader(const KernelSourceOptions& options, std::string_vie
   if (!kernel.IsUnderstood() || kernel.tree.parameters == kernellanguage::kNoNode)
     return Join({head, "// No struct: the front end does not understand the kernel.\n"});
   const std::string create = Join({"Create_", MakeIdentifier(options.classId)});
-  std::string members, visits;
-  for (const NodeIndex parameter : kernel.tree.GetChildren(kernel.tree.parameters)) {
-    if (!kernel.tree.Is(parameter, NodeKind::kParameter)) continue;
-    const std::string_view parameterName = kernel.tree.GetName(parameter);
-    const std::string member = MakeMember(kernel, parameter);
-    if (member.empty())
-      return Join({head, "// No struct: the type of the parameter ", parameterName, " is none that clients give.\n"});
-    members += member;
-    visits += Join({"    OSTRA_RETURN_IF_ERROR(ostraVisit(", Quote(parameterName), ", ", parameterName, "));\n"});
-  }
+  const ClientMembers made = MakeMembers(kernel);
+  if (!made.refused.empty())
+    return Join({head, "// No struct: the type of the parameter ", made.refused, " is none that clients give.\n"});
   std::string structHeader(options.classId);
   structHeader.resize(std::min(structHeader.rfind('.'), structHeader.size()));
   return Join({head,
@@ -97,7 +109,7 @@ std::string MakeClientHeader(const KernelSourceOptions& options, std::string_vie
                "struct ",
                name,
                " {\n",
-               members,
+               made.members,
                "\n  static constexpr client::KernelDescription kKernel = {",
                Quote(options.classId),
                ", ",
@@ -107,7 +119,7 @@ std::string MakeClientHeader(const KernelSourceOptions& options, std::string_vie
                "};\n",
                "  // Calls ostraVisit(name, value) for each parameter, until one fails.\n"
                "  template <class Visit>\n  Result<void> ForEach([[maybe_unused]] Visit&& ostraVisit) const {\n",
-               visits,
+               made.visits,
                "    return OK;\n  }\n};\n\n}  // namespace ostra::kernels\n"});
 }
 

@@ -37,8 +37,6 @@ void PlainStatements::Statement(NodeIndex node) {
       return _uses.reports.PrintRecordsOf(child(0));
     case NodeKind::kReturn:
       return Return(node);
-    case NodeKind::kEmpty:
-      return;
     case NodeKind::kPrint:
       return PrintStatement(node);
     case NodeKind::kAssert:
@@ -54,6 +52,8 @@ void PlainStatements::SingleLine(NodeIndex node) {
   switch (KindOf(node)) {
     case NodeKind::kCase:
       return Line({MarkOf(node), "case ", _uses.expressions.Expression(child(0)), ":"});
+    case NodeKind::kEmpty:
+      return;
     case NodeKind::kDefault:
       return Line({MarkOf(node), "default:"});
     case NodeKind::kBreak:
