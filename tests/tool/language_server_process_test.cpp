@@ -19,6 +19,7 @@ namespace {
 
 using Json = nlohmann::json;
 using testing::HasSubstr;
+using testing::Not;
 
 std::string MakeMessage(const std::string& method, const Json& parameters, Int id = 0) {
   Json message = {{"jsonrpc", "2.0"}, {"method", method}, {"params", parameters}};
@@ -84,25 +85,53 @@ std::string ReadLuaOf(const std::string& page) {
   return text.substr(begin, text.find("```\n", begin) - begin);
 }
 
-TEST(LanguageServerProcessTest, NeovimShowsMistakesAndMeaningsWithTheLinesOfThePage) {
-  if (std::system("nvim --version >/dev/null 2>&1") != 0)
-    GTEST_SKIP() << "there is no nvim to test with; Debian's package is neovim";
-  const TemporaryFolder folder;
-  const std::string kernel = folder / "net.example.scale.krn";
-  std::ofstream(kernel) << InKernel("if (i < UNIFORM(cuont)) { sum.x = 1.0; }$").text;
+// The kernel that neovim works on, with a mistake, and its header.
+void WriteKernelFor(const TemporaryFolder& folder) {
+  std::ofstream(folder / "shared.h") << "// Shared.\nfloat Header_value(float x)\n{\n\treturn x + 1.0;\n}\n";
+  std::ofstream(folder / "net.example.scale.krn")
+      << "#include \"shared.h\"\n\n"
+      << InKernel("if (i < UNIFORM(cuont)) { sum.x = Twice(1.0) * UNIFORM(factor) + Header_value(2.0); }$").text;
+}
+
+// What neovim prints while it runs the script, with the lines of the page before it.
+std::string RunNeovim(const TemporaryFolder& folder) {
   const std::string script = folder / "session.lua";
   std::ofstream(script) << ReadLuaOf(OSTRA_TEST_EDITORS_PAGE) << ReadText(OSTRA_TEST_EDITOR_SCRIPT);
   const std::string tool = OSTRA_TEST_TOOL;
   const auto result = RunCommand({"/bin/sh", "-c",
                                   "HOME=\"$1\" OSTRA_TEST_KERNEL=\"$2\" PATH=\"$3:$PATH\" exec timeout 60 nvim "
                                   "--headless -u NONE -n -S \"$4\" 2>&1",
-                                  "sh", folder.GetPath().string(), kernel, tool.substr(0, tool.rfind('/')), script});
-  ASSERT_TRUE(result);
+                                  "sh", folder.GetPath().string(), folder / "net.example.scale.krn",
+                                  tool.substr(0, tool.rfind('/')), script});
+  EXPECT_TRUE(result);
+  if (!result) return {};
   EXPECT_EQ(result->exitStatus, 0) << result->output;
-  EXPECT_THAT(result->output, HasSubstr("16:10: "));
-  EXPECT_THAT(result->output, HasSubstr("cuont"));
-  EXPECT_THAT(result->output, HasSubstr("no mistakes\n"));
-  EXPECT_THAT(result->output, HasSubstr("float value"));
+  return result->output;
+}
+
+TEST(LanguageServerProcessTest, NeovimDoesWhatThePageSaysWithItsLines) {
+  if (std::system("nvim --version >/dev/null 2>&1") != 0)
+    GTEST_SKIP() << "there is no nvim to test with; Debian's package is neovim";
+  const TemporaryFolder folder;
+  WriteKernelFor(folder);
+  const std::string output = RunNeovim(folder);
+  EXPECT_THAT(output, HasSubstr("18:10: "));
+  EXPECT_THAT(output, HasSubstr("cuont"));
+  EXPECT_THAT(output, HasSubstr("no mistakes\n"));
+  EXPECT_THAT(output, HasSubstr("float value"));
+  EXPECT_THAT(output, HasSubstr("completed: \tsum.x = UNIFORM(factor);\n"));
+  EXPECT_THAT(output, HasSubstr("completed: \tsum.x = Header_value;\n"));
+  EXPECT_THAT(output, HasSubstr("definition of Header_value: shared.h:2:7\n"));
+  EXPECT_THAT(output, HasSubstr("definition of Twice: net.example.scale.krn:9:7\n"));
+  EXPECT_THAT(output, HasSubstr("symbol 4: [Property] count\n"));
+  EXPECT_THAT(output, HasSubstr("symbol 9: [Function] Twice\n"));
+  const std::size_t begin = output.find("the buffer:\n");
+  ASSERT_NE(begin, std::string::npos) << output;
+  const std::string buffer = output.substr(begin);
+  EXPECT_THAT(buffer, HasSubstr("(UInt32) count, \\\n(Float32) gain, \\\n(const Block<Float32>) source, \\\n"));
+  EXPECT_THAT(buffer,
+              HasSubstr("\tif (i < UNIFORM(count)) { sum.x = Twice(1.0) * UNIFORM(gain) + Header_value(2.0); }\n"));
+  EXPECT_THAT(buffer, Not(HasSubstr("factor")));
 }
 
 }  // namespace
