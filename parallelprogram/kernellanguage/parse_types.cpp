@@ -14,7 +14,7 @@ NodeIndex ParseTypes::ReadType() {
   if (!CheckDepth()) return kNoNode;
   UInt16 flags = 0;
   while (Is("const") || Is("IGNORE_VARIABLE_GPU")) {
-    if (Is("const")) flags |= kIsConst;
+    flags |= Is("const") ? kIsConst : kIsForCpu;
     Take();
   }
   // As in C.

@@ -51,7 +51,8 @@ std::string PlainConstruction::Construct(NodeIndex node, std::size_t first) {
     parts.push_back({children[i], _resolved.converted[children[i]]});
   if (!parts.empty() && _types.IsVector(type)) return ConstructVector(type, parts);
   if (!parts.empty() && _kernel.IsMatrix(type)) return _matrices.ConstructMatrix(type, parts);
-  if (_types[type].kind == TypeKind::kStruct) return ConstructStruct(type, parts);
+  if (_types[type].kind == TypeKind::kStruct)
+    return IsCopy(node) ? _expressions.PartText(parts[0], Binding::kPostfix) : ConstructStruct(type, parts);
   if (_types.IsScalar(type) && parts.size() == 1) return ConstructScalar(type, parts[0]);
   return Join({TypeName(type), "(", _expressions.List(node, first), ")"});
 }
@@ -81,7 +82,8 @@ std::string PlainConstruction::ConstructVector(TypeIndex type, const std::vector
     if (!isInPlace) arguments.push_back(_expressions.PartText(parts[i], Binding::kAssignment));
     for (const std::string& component : _values.Components(value, from)) {
       // The parentheses of "(v.x != 0)" are those of the conversion.
-      const Bool isBool = _kernel.IsBoolVector(from);
+      const Bool isBool = _kernel.IsBoolVector(from) || (_kernel.IsBoolComponent(parts[i].node) &&
+                                                         component.starts_with("(") && component.ends_with(" != 0)"));
       components.push_back(_values.StoredComponent(isBool ? component.substr(1, component.size() - 2) : component,
                                                    _types[from].scalar, scalar));
     }
@@ -118,6 +120,54 @@ std::string PlainConstruction::ConstructStruct(TypeIndex type, const std::vector
   }
   return _helpers.Call(Join({"ostra_", _names.HelperWord(type), "_of_", std::to_string(parts.size())}), type,
                        parameters, Join({body, "\treturn v;\n"}), arguments);
+}
+
+// Ray(ray), which no shading language has.
+Bool PlainConstruction::IsCopy(NodeIndex construct) const {
+  const auto children = _tree.GetChildren(construct);
+  return children.size() == 2 && _resolved.type[children[1]] == _resolved.type[construct];
+}
+
+Bool PlainConstruction::IsArray(NodeIndex value) const {
+  return _types[_resolved.type[value]].kind == TypeKind::kArray;
+}
+
+Bool PlainConstruction::NeedsBraces(NodeIndex value) const {
+  if (KindOf(value) != NodeKind::kConstruct || _types[_resolved.type[value]].kind != TypeKind::kStruct) return false;
+  const auto children = _tree.GetChildren(value).subspan(1);
+  return std::any_of(children.begin(), children.end(),
+                     [this](NodeIndex child) { return IsArray(child) || NeedsBraces(child); });
+}
+
+// The numbers of a table of the file, or of a row of one with a known number.
+NodeIndex PlainConstruction::FindTableList(NodeIndex value) const {
+  if (KindOf(value) == NodeKind::kInitializerList) return value;
+  if (KindOf(value) == NodeKind::kName) {
+    const Meaning& meaning = _resolved.meaning[value];
+    const Bool isOfFile = meaning.kind == MeaningKind::kVariable && _kernel.fileConstants.contains(meaning.target);
+    const NodeIndex list = isOfFile ? Child(meaning.target, 2) : kNoNode;
+    return list != kNoNode && KindOf(list) == NodeKind::kInitializerList ? list : kNoNode;
+  }
+  if (KindOf(value) != NodeKind::kIndex) return kNoNode;
+  const NodeIndex table = FindTableList(Child(value, 0));
+  const auto number = _kernel.FindNumber(Child(value, 1));
+  if (table == kNoNode || !number || *number >= _tree.GetChildren(table).size()) return kNoNode;
+  return Child(table, *number);
+}
+
+std::string PlainConstruction::ListText(NodeIndex value) {
+  const auto children = _tree.GetChildren(value);
+  if (KindOf(value) == NodeKind::kConstruct && _types[_resolved.type[value]].kind == TypeKind::kStruct &&
+      !IsCopy(value)) {
+    std::vector<std::string> parts;
+    for (const NodeIndex child : children.subspan(1)) parts.push_back(ListText(child));
+    return Join({"{", JoinList(parts), "}"});
+  }
+  if (!IsArray(value)) return _expressions.Expression(value, Binding::kAssignment);
+  const NodeIndex list = FindTableList(value);
+  if (list != kNoNode) return _expressions.Expression(list, Binding::kAssignment);
+  Refuse(value, "an array among the members that a struct is made of, other than a table of the file");
+  return "";
 }
 
 }  // namespace ostra::kernellanguage

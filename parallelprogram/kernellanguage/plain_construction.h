@@ -20,8 +20,15 @@ class PlainConstruction : PlainPart {
   std::string Swizzle(NodeIndex node);
   // The type of the node, of its children from `first` on.
   std::string Construct(NodeIndex node, std::size_t first);
+  // Whether a struct is made of arrays, which a function cannot be given: of a constant of the file it is a list then.
+  Bool NeedsBraces(NodeIndex value) const;
+  // A value of a list, or a struct as one: { { 1.0, 2.0 }, 3 }. A table of the file stands there with its numbers.
+  std::string ListText(NodeIndex value);
 
  private:
+  Bool IsCopy(NodeIndex construct) const;
+  Bool IsArray(NodeIndex value) const;
+  NodeIndex FindTableList(NodeIndex value) const;
   std::string ConstructVector(TypeIndex type, const std::vector<TypedNode>& parts);
   std::string ConstructScalar(TypeIndex type, const TypedNode& part);
   std::string ConstructStruct(TypeIndex type, const std::vector<TypedNode>& parts);

@@ -147,7 +147,9 @@ std::string PlainExpressions::ValueItself(NodeIndex node, Binding& binding) {
     case NodeKind::kInitializerList: {
       const TypeIndex type = _resolved.type[node];
       if (_types.IsVector(type) || _kernel.IsMatrix(type)) return mark + _uses.construction.Construct(node, 0);
-      return Join({mark, "{", List(node, 0), "}"});
+      std::vector<std::string> values;
+      for (const NodeIndex value : _tree.GetChildren(node)) values.push_back(_uses.construction.ListText(value));
+      return Join({mark, "{", JoinList(values), "}"});
     }
     case NodeKind::kCall: {
       // Texels are uint.
@@ -291,7 +293,13 @@ std::string PlainExpressions::Name(NodeIndex node, Binding& binding) {
     return "";
   }
   binding = Binding::kPostfix;
-  return KindOf(value) == NodeKind::kInitializerList ? CallConstant(meaning.target) : Expression(value, binding);
+  const Bool isList = KindOf(value) == NodeKind::kInitializerList || _uses.construction.NeedsBraces(value);
+  return isList ? CallConstant(meaning.target) : Expression(value, binding);
+}
+
+std::string PlainExpressions::ConstantText(NodeIndex variable) {
+  const NodeIndex value = Child(variable, 2);
+  return _uses.construction.NeedsBraces(value) ? _uses.construction.ListText(value) : Expression(value);
 }
 
 // A struct that is written in braces is the result of a function: only declarations have braces.
@@ -300,7 +308,7 @@ std::string PlainExpressions::CallConstant(NodeIndex variable) {
   const TypeIndex type = _resolved.type[variable];
   std::string body;
   if (!_helpers.IsDefined(name))
-    body = Join({"\tconst ", TypeName(type), " value = ", Expression(Child(variable, 2)), ";\n\treturn value;\n"});
+    body = Join({"\tconst ", TypeName(type), " value = ", ConstantText(variable), ";\n\treturn value;\n"});
   return _helpers.Call(name, type, {}, body, {});
 }
 

@@ -41,6 +41,8 @@ class PlainExpressions : PlainPart {
   Bool IsTable(NodeIndex node) const;
   // The number behind the indices of `node` and these more, which have the type int.
   std::string CallTable(NodeIndex node, const std::vector<std::string>& more = {});
+  // The initial value of a constant of the file.
+  std::string ConstantText(NodeIndex variable);
   // Refuses a place that is computed before the statement: it is a value there.
   void CheckPlainPlace(NodeIndex place);
 

@@ -55,7 +55,8 @@ void PlainPrinter::PrintParameters() {
     const std::string type = _kernel.IsSmall(value) ? "int"
                              : isShortHalf ? _types.GetName(GetVectorType(Scalar::kFloat32, _types[value].count))
                                            : _names.ParameterType(Child(parameter, 0));
-    Line({"(", type, ") ", MarkOf(parameter), _tree.GetName(parameter),
+    const Bool isForCpu = _tree.HasFlag(Child(parameter, 0), kIsForCpu);
+    Line({isForCpu ? "(IGNORE_VARIABLE_GPU " : "(", type, ") ", MarkOf(parameter), _tree.GetName(parameter),
           isLast && !reportPlan.IsReporting() ? "" : ", \\"});
   }
   if (reportPlan.IsReporting()) Line({"(Block<UInt32>) ostraReport"});

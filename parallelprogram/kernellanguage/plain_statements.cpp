@@ -64,7 +64,7 @@ void PlainStatements::SingleLine(NodeIndex node) {
       return Line({MarkOf(node), "ADDNOISECALL"});
     case NodeKind::kSharedArray:
       return Line({MarkOf(node), "GROUPSHAREDMEM(", TypeName(_resolved.type[child(0)]), ", ", NameOf(node), ", ",
-                   _uses.expressions.Expression(child(1)), ")"});
+                   SharedSize(node), ")"});
     case NodeKind::kMakeLocal:
       return Line({MarkOf(node), "MAKELOCAL(", _tree.GetName(node), ", ", _uses.expressions.Expression(child(0)), ", ",
                    _tree.GetName(child(1)), ")"});
@@ -87,11 +87,21 @@ void PlainStatements::Body(NodeIndex statement, const std::vector<NodeIndex>& tr
   _out.Close();
 }
 
+// As a number where the text could have parentheses, at which the line translator ends.
+std::string PlainStatements::SharedSize(NodeIndex array) {
+  const NodeIndex size = Child(array, 1);
+  if (KindOf(size) == NodeKind::kBinary) return std::to_string(_types[_resolved.type[array]].count);
+  return _uses.expressions.Expression(size);
+}
+
 std::string PlainStatements::VariableText(NodeIndex variable) {
   const TypeIndex type = _resolved.type[variable];
   const NodeIndex value = Child(variable, 2);
   const std::string declared = Join({TypeName(type), " ", MarkOf(variable), NameOf(variable), _names.ArraySizes(type)});
-  return value == kNoNode ? declared : Join({declared, " = ", _uses.expressions.Expression(value)});
+  if (value == kNoNode) return declared;
+  const Bool isOfFile = _kernel.fileConstants.contains(variable);
+  return Join(
+      {declared, " = ", isOfFile ? _uses.expressions.ConstantText(variable) : _uses.expressions.Expression(value)});
 }
 
 void PlainStatements::Declaration(NodeIndex node) {

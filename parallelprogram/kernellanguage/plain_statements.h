@@ -33,6 +33,7 @@ class PlainStatements : PlainPart {
   std::string VariableText(NodeIndex variable);
 
  private:
+  std::string SharedSize(NodeIndex array);
   struct LoopParts {
     NodeIndex node = kNoNode, start = kNoNode, condition = kNoNode, step = kNoNode, body = kNoNode;
     Bool isBodyFirst = false;

@@ -16,7 +16,10 @@ TypeIndex ResolveConstruction::Construct(NodeIndex node) {
   if (kind.kind == TypeKind::kVoid || kind.kind == TypeKind::kGradient || kind.kind == TypeKind::kCounter)
     return Stop(node, Join({"a value of type ", TypeName(type)}));
   if (arguments.empty()) return type;
-  if (arguments.size() == 1 && types[0] == type) return type;
+  if (arguments.size() == 1 && types[0] == type) {
+    if (kind.kind == TypeKind::kStruct) Extend(node, true);
+    return type;
+  }
   switch (kind.kind) {
     case TypeKind::kScalar:
       return ConstructScalar(node, type, arguments);

@@ -79,6 +79,7 @@ void ResolveLists::ReadElement(NodeIndex value, TypeIndex type) {
   if (IsStopped()) return;
   if (_tree.Is(value, NodeKind::kInitializerList)) return ReadList(value, type);
   const TypeIndex given = _expressions.Expression(value);
+  if (given == type && Get(type).kind == TypeKind::kArray) Extend(value);
   if (given == kUnknownType || given == type || IsStopped()) return;
   const auto number = _constants.Evaluate(value);
   const Bool fits = number && IsScalar(given) && Get(given).scalar == Scalar::kInt32 && IsScalar(type) &&

@@ -1,5 +1,7 @@
 #include "parallelprogram/kernellanguage/resolve_variables.h"
 
+#include <algorithm>
+
 namespace ostra::kernellanguage {
 
 void ResolveVariables::ReadDeclaration(NodeIndex statement) {
@@ -43,6 +45,12 @@ void ResolveVariables::ReadValue(NodeIndex variable, TypeIndex type, NodeIndex v
   }
 }
 
+Bool ResolveVariables::HasParentheses(NodeIndex size) const {
+  if (_tree.HasFlag(size, kIsParenthesized)) return true;
+  const auto children = _tree.GetChildren(size);
+  return std::any_of(children.begin(), children.end(), [this](NodeIndex child) { return HasParentheses(child); });
+}
+
 void ResolveVariables::ReadSharedArray(NodeIndex node) {
   const TypeIndex element = _uses.types.ReadType(Child(node, 0));
   if (IsStopped()) return;
@@ -52,6 +60,7 @@ void ResolveVariables::ReadSharedArray(NodeIndex node) {
     return;
   }
   _uses.expressions.Expression(Child(node, 1));
+  if (HasParentheses(Child(node, 1))) Extend(node, true);
   SetType(node, _resolved.types.GetArray(element, static_cast<UInt32>(*count)));
   _uses.types.CheckTypeCount(node);
   _uses.names.Declare(node);

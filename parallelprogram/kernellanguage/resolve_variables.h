@@ -25,6 +25,7 @@ class ResolveVariables : ResolvePart {
   void ReadSharedArray(NodeIndex node);
 
  private:
+  Bool HasParentheses(NodeIndex size) const;
   void ReadVariable(NodeIndex variable);
   void ReadValue(NodeIndex variable, TypeIndex type, NodeIndex value);
 

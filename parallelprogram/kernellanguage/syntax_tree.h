@@ -130,6 +130,7 @@ enum NodeFlag : UInt16 {
   kIsAtomic = 1024,    // ATOMIC before a declaration
   kIsExtended = 2048,  // written in a way that is not of the plain form and not C++
   kIsCppOnly = 4096,   // written in a way that is not of the plain form, but C++
+  kIsForCpu = 8192,    // a type behind IGNORE_VARIABLE_GPU
 };
 
 // Whether a function may set what is given for a parameter with these flags.

@@ -212,6 +212,14 @@ TEST(PlainFormTest, ParametersOfBoolsAreNumbersToo) {
   EXPECT_NE(text.find("if ((UNIFORM(b).y != 0) && (c.x != 0))"), std::string::npos) << text;
 }
 
+TEST(PlainFormTest, ParametersForTheCpuAloneKeepTheirMark) {
+  const AnalyzedKernel kernel = AnalyzeText(
+      "#define KERNELINPUTS \\\n(IGNORE_VARIABLE_GPU Float64) fine, \\\n(Block<vec3>) points\n\n"
+      "OSTRA_PARALLEL_KERNEL(A, KERNELINPUTS)\n{\n\tUNIFORM_BUFFER(points)[0].xy = vec2(1.0);\n}\n"
+      "OSTRA_PARALLEL_KERNEL_END\n");
+  EXPECT_THAT(PrintPlain(kernel, true).text, testing::HasSubstr("(IGNORE_VARIABLE_GPU double) fine, \\\n"));
+}
+
 TEST(PlainFormTest, ConstantsOfTheFileStandWhereTheyAreUsedOnGpus) {
   constexpr std::string_view kConstants = "const float kHalf = 0.5; const int kTable[2] = {3, 4};\n";
   EXPECT_EQ(PlainBody("float a = kHalf; int b = kTable[1];", kConstants), "float a = kHalf; int b = kTable[1];");
@@ -280,6 +288,28 @@ TEST(PlainFormTest, AStructOfArraysIsMadeBeforeTheStatement) {
             "for (int ostraIndex5 = 0; ostraIndex5 < 2; ++ostraIndex5) { "
             "ostraStruct4.steps[ostraIndex5] = p.steps[ostraIndex5]; } ostraValue3 = ostraStruct4; } "
             "else { ostraValue3 = p; } p = ostraValue3; }");
+}
+
+TEST(PlainFormTest, AConstantOfTheFileThatIsMadeOfATableIsAList) {
+  constexpr std::string_view kConstants =
+      "struct Path { float steps[2]; int n; };\nconst float kTable[2] = {1.0, 2.0};\n"
+      "const Path kPath = Path(kTable, 3);\n";
+  const AnalyzedKernel kernel = AnalyzeBody("float a = kPath.steps[1];", kConstants);
+  EXPECT_THAT(PrintPlain(kernel).text, testing::HasSubstr("const Path kPath = {{1.0, 2.0}, 3};"));
+  EXPECT_THAT(PrintPlain(kernel, true).text, testing::HasSubstr("const Path value = {{1.0, 2.0}, 3};"));
+  EXPECT_EQ(PlainBody("Path a = kPath; Path b = Path(a);", kConstants, true),
+            "Path a = ostra_constant_kPath(); Path b = a;");
+  EXPECT_EQ(Refusal("float a = kInner.at.n;",
+                    std::string(kConstants) + "struct Inner { float x[2]; Path at; };\n"
+                                              "const Inner kInner = Inner(kPath.steps, kPath);\n",
+                    true),
+            "an array among the members that a struct is made of, other than a table of the file");
+}
+
+TEST(PlainFormTest, SizesOfGroupMemoryHaveNoParentheses) {
+  constexpr std::string_view kMacros = "#define TILE 8\n#define WIDTH (TILE + 2 * 1)\n";
+  EXPECT_EQ(PlainBody("GROUPSHAREDMEM(float, tile, WIDTH * WIDTH)", kMacros, true), "GROUPSHAREDMEM(float, tile, 100)");
+  EXPECT_EQ(PlainBody("GROUPSHAREDMEM(float, tile, (TILE))", kMacros), "GROUPSHAREDMEM(float, tile, 8)");
 }
 
 TEST(PlainFormTest, VectorsThatGpusLackAreRefusedByName) {

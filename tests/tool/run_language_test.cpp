@@ -209,6 +209,31 @@ TEST_P(RunLanguageTest, ConstantsOfTheFileMayBeStructs) {
                  "int Sum(Path p) { return p.length + p.tail[0] + p.tail[1]; }\n\n");
 }
 
+TEST_P(RunLanguageTest, ConstantsOfTheFileMayBeStructsOfTables) {
+  EXPECT_NUMBERS("74 45 21 30 43 ", R"(
+	Path p = Path(kMade);
+	p.tail[0] = 1;
+	UNIFORM_BUFFER(out)[0] = kMade.tail[UNIFORM(two) - 1] + kMade.tail[0] + kMade.length;
+	UNIFORM_BUFFER(out)[1] = kOuter.at.tail[UNIFORM(two) - 1] + kOuter.weight;
+	UNIFORM_BUFFER(out)[2] = kRow.tail[0] + kRow.tail[1] + kRow.length;
+	UNIFORM_BUFFER(out)[3] = Path(kBraced).tail[0] + Point(kPoint).x - int(Point(kPoint).at.y);
+	UNIFORM_BUFFER(out)[4] = p.tail[0] + p.tail[1] + kOne.tail[0];)",
+                 "static const int kTail[2] = {30, 40};\n"
+                 "static const int kRows[2][2] = {{1, 2}, {7, 9}};\n"
+                 "struct Path { int tail[2]; int length; };\n"
+                 "struct Outer { int weight; Path at; };\n"
+                 "struct Point { vec2 at; int x; };\n"
+                 "struct One { int tail[1]; };\n"
+                 "const Path kMade = Path(kTail, 4);\n"
+                 "const Outer kOuter = Outer(5, Path(kTail, 6));\n"
+                 "const Path kRow = Path(kRows[1], 5);\n"
+                 "static const Path kBraced = {kTail, 3};\n"
+                 "static const int kSingle[1] = {2};\n"
+                 "const One kOne = One(kSingle);\n"
+                 "const Point kFirst = {vec2(1.0, 2.0), 2};\n"
+                 "const Point kPoint = Point(kFirst);\n\n");
+}
+
 TEST_P(RunLanguageTest, MembersMayHave64Bits) {
   EXPECT_NUMBERS("3 2 9 0 0 ", R"(
 	Wide w;
