@@ -20,6 +20,9 @@ const std::map<std::string, std::string>& GetReasons() {
       {"net.example.convolve.krn", "the type \"TYPE\" is not declared in the kernel's files"},
       {"struct.krn", "the type \"TYPE\" is not declared in the kernel's files"},
       {"net.example.rows.own.krn", "a part for the CPU only (CPU_SCOPE_START)"},
+      {"net.example.rows.method.krn", "a kernel in the form of a method, which can fail"},
+      {"net.example.rows.template.krn", "the type \"TYPE\" is not declared in the kernel's files"},
+      {"net.example.rows.images.krn", "a texture type that kernels on the CPU do not have"},
       {"net.ostra.parity.paint_gpu.krn", "StoreImage, which the CPU does not have"},
   };
   return reasons;

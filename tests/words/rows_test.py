@@ -3,7 +3,8 @@
     rows_test.py OSTRA FOLDER ROOT [CASE ...]
 
 Kernels name the rows that they are about: "// row: FIRST CELL" stands before the lines that PUT results, whose bits must be
-the same on both sides, "// row 1e-5: FIRST CELL" before those that are NEAR each other, too.
+the same on both sides, "// row 1e-5: FIRST CELL" before those that are NEAR each other, too, and "// row differs: FIRST CELL"
+before those whose numbers on both sides stand here.
 """
 
 import math
@@ -25,32 +26,33 @@ import word_table  # noqa: E402
 
 COUNT = 500  # no whole groups or lanes
 UNWRITTEN = 0xA5A5A5A5
-EXECUTED = "functions language wide small groups textures noises own".split()
+EXECUTED = "functions language types wide small groups textures outside noises quiet own method template".split()
+COMPILED = "reports gradient images".split()  # run otherwise, or by other tests
 # Not every language has the numbers of these.
-TARGETS = {"wide": ["CPU", "GLSL"], "small": ["CPU", "GLSL", "METAL"], "language": ["CPU", "GLSL", "HLSL", "METAL"]}
+TARGETS = {"wide": ["CPU", "GLSL"], "small": ["CPU", "GLSL", "METAL"], "images": ["GLSL", "HLSL", "METAL"]}
 
 # Rows that say what is refused: a body, a parameter, and what all that refuse it say.
 REFUSED = {
+    "`%s`" % " ".join(word_table.read_words(ROOT)["Reserved"]):
+        ("\tauto one = 1u;\n\tUNIFORM_BUFFER(results)[0] = one;\n", "(UInt32) scale", "'auto' : undeclared identifier"),
     "vectors of integers of 8, 16 and 64 bits and of 64-bit floats (`Vec2<Int64>`)":
         ("\tresults[0] = 1u;\n", "(Block<Vec2<Int64>>) wide", "Vec2"),
     "elements of `Bool`": ("\tUNIFORM_BUFFER(results)[0] = 1u;\n", "(Block<Bool>) flags", "Bool"),
     "a bare name in place of `UNIFORM(name)`":
         ("\tUNIFORM_BUFFER(results)[0] = scale;\n", "(UInt32) scale", "is reached with UNIFORM(scale)"),
+    "`AffineMatrix32` in bodies":
+        ("\tAffineMatrix32 m;\n\tUNIFORM_BUFFER(results)[0] = uint(m.off.x);\n", "(UInt32) scale", "AffineMatrix32"),
     "`CPU_PASS_BUFFER(b)`":
         ("\tUNIFORM_BUFFER(results)[0] = First(CPU_PASS_BUFFER(results));\n", "(UInt32) scale",
          "buffers cannot be passed to functions on every GPU"),
 }
 
-# Rows that the command line has no way to, or that are about one side: the test that holds them, and a text in it.
+# Rows that the command line compiles, but has no way to run: the test that holds them, and a text in it.
 HELD_BY = {
-    "`KERNEL_RETURN;`": ("tests/drawport/shader_words_test.cpp", '"KERNEL_RETURN;"'),
-    "`(GradientRenderData) g`, `SampleGradient(UNIFORM(g), t)`":
+    "`GradientRenderData`, `SampleGradient(UNIFORM(g), t)`":
         ("tests/tool/render_test.cpp", "GradientsAreSampledAndEmptyOnesAreBlackToWhite"),
-    "outside, with `REPEAT`": ("conformance/resource_differences.cpp", "REPEAT"),
-    "outside, with `BORDER`": ("conformance/resource_differences.cpp", "`BORDER`"),
     "`StoreImage(i, ij, v)`": ("tests/gpu/gpu_images_test.cpp", "StoreImage(target, "),
     "texels of U32 and S32": ("tests/gpu/gpu_texture_formats_test.cpp", "I32"),
-    "a noise that was given none": ("tests/parallelprogram/noise_kernel_test.cpp", "KernelFilesWithoutNoisesReadZeros"),
 }
 
 
@@ -75,12 +77,12 @@ def get_path(kernel):
 
 
 def read_sections(kernel):
-    """(row, bound, slots) of each part of a kernel; the bound is None where all bits are the same."""
+    """(row, bound, slots) of each part of a kernel; the bound is "" where all bits are the same."""
     text = get_path(kernel).read_text(encoding="utf-8")
-    parts = re.split(r"^\s*// row(?: ([-\d.e]+))?: (.*)\n", text, flags=re.MULTILINE)
+    parts = re.split(r"^\s*// row(?: ([-\d.e]+|differs))?: (.*)\n", text, flags=re.MULTILINE)
     for bound, row, text in zip(parts[1::3], parts[2::3], parts[3::3]):
         slots = [(int(slot), word == "NEAR") for word, slot in re.findall(r"\b(PUT|NEAR)\((\d+)u,", text)]
-        yield row, float(bound) if bound else None, slots
+        yield row, bound or "", slots
 
 
 def write_inputs():
@@ -92,7 +94,7 @@ def write_inputs():
     (FOLDER / "numbers.raw").write_bytes(struct.pack(f"<{len(numbers)}f", *numbers))
     (FOLDER / "words.raw").write_bytes(struct.pack(f"<{len(words)}I", *words))
     (FOLDER / "table.raw").write_bytes(struct.pack("<64I", *words[:64]))
-    shape = {"image": ("<f4", (5, 9, 4)), "bytes": ("|u1", (5, 9)), "layered": ("<f4", (5, 9, 2))}
+    shape = {"image": ("<f4", (5, 9, 4)), "bytes": ("|u1", (5, 9)), "layered": ("<f4", (5, 9, 2)), "repeated": ("<f4", (5, 9, 2))}
     for name, (kind, extents) in shape.items():
         size = math.prod(extents)
         data = bytes(rng.getrandbits(8) for _ in range(size))
@@ -122,19 +124,31 @@ GIVEN = {
     "packed": ["--in", f"packed=zeros:{COUNT}"],
     "image": ["--in", "image=image.npy"],
     "layered": ["--in", "layered=layered.npy"],
+    "repeated": ["--in", "repeated=repeated.npy", "--texture", "repeated:wrap=repeat"],
+    "bordered": ["--in", "bordered=repeated.npy", "--texture", "bordered:wrap=border,border=0.25/0.75"],
+    "shift": ["--set", "shift=3,-4"],
 }
 
 
-def run(kernel, backend, slots):
-    parameters = re.findall(r"^\([^)]*\) (\w+)", get_path(kernel).read_text(encoding="utf-8"), re.MULTILINE)
+# What kernels are given beside their parameters.
+MORE = {
+    "noises": ["--set", "noiseMode_0=gaseous", "--set", "noiseSeed_0=7", "--set", "noiseMode_1=2", "--set", "noiseSeed_1=11"],
+    "quiet": ["--set", "noiseMode_0=gaseous", "--set", "noiseSeed_0=7"],
+    "template": ["--template-argument", "uint"],
+}
+
+
+def run(kernel, backend, slots, *more):
+    parameters = re.findall(r"^(?:\([^)]*\) |\t(?:const )?[\w<>]+&? )(\w+)(?:, \\|;|$)", get_path(kernel).read_text(encoding="utf-8"),
+                            re.MULTILINE)
     (FOLDER / "results.raw").write_bytes(struct.pack("<I", UNWRITTEN) * (COUNT * slots))
     arguments = ["run", get_path(kernel), "--backend", backend, "--size", COUNT, "--set", f"slots={slots}"]
     arguments += ["--in", "results=results.raw", "--out", f"results={backend}.raw", "--cache-dir", FOLDER / "cache"]
+    if (kernel, backend) == ("template", "gpu"):
+        parameters.remove("fine")  # the GPU has no such parameter
     for name in parameters:
         arguments += ["--in", "bytes=bytes.npy"] if (kernel, name) == ("textures", "bytes") else GIVEN.get(name, [])
-    if kernel == "noises":
-        arguments += ["--set", "noiseMode_0=gaseous", "--set", "noiseSeed_0=7", "--set", "noiseMode_1=2", "--set", "noiseSeed_1=11"]
-    done = call(*arguments)
+    done = call(*arguments, *MORE.get(kernel, []), *more)
     if done.returncode != 0:
         return done.stdout + done.stderr, None
     return "", struct.unpack(f"<{COUNT * slots}I", (FOLDER / f"{backend}.raw").read_bytes())
@@ -142,6 +156,52 @@ def run(kernel, backend, slots):
 
 def as_float(bits):
     return struct.unpack("<f", struct.pack("<I", bits))[0]
+
+
+def read_repeated(channel):
+    """A channel of the texture of 9 x 5 texels, as bits."""
+    return struct.unpack("<90I", (FOLDER / "repeated.npy").read_bytes()[-360:])[channel::2]
+
+
+def list_outside_places():
+    return [(i % 40 - 20, i // 40 - 5) for i in range(COUNT)]
+
+
+def wrap_on_cpu(place, extent):
+    """Exact multiples of the extent below 0 read one texel too far."""
+    return extent if place < 0 and place % extent == 0 else place % extent
+
+
+def expect_repeated():
+    texels = read_repeated(0) + (0,) * 10
+    cpu = [texels[wrap_on_cpu(y, 5) * 9 + wrap_on_cpu(x, 9)] for x, y in list_outside_places()]
+    return cpu, [texels[y % 5 * 9 + x % 9] for x, y in list_outside_places()]
+
+
+def expect_bordered():
+    texels = read_repeated(1)
+    border = struct.unpack("<I", struct.pack("<f", 0.75))[0]
+    inside = [texels[y * 9 + x] if 0 <= x < 9 and 0 <= y < 5 else None for x, y in list_outside_places()]
+    return [border if texel is None else texel for texel in inside], [texel or 0 for texel in inside]
+
+
+def expect_noise():
+    error, like_that = run("quiet", "cpu", 1, "--set", "noiseMode_1=0", "--set", "noiseSeed_1=42")
+    assert like_that, error
+    return [0] * COUNT, list(like_that)
+
+
+# Rows whose sides differ: what they put on the CPU and on the GPU.
+EXPECTED = {
+    "outside, with `REPEAT`": expect_repeated,
+    "outside, with `BORDER`": expect_bordered,
+    "a noise that was given none": expect_noise,
+}
+
+
+def find_words(cell):
+    """The names between backquotes of a cell, before the arguments that stand there."""
+    return {word for part in re.findall(r"`([^`]*)`", cell) for word in re.findall(r"\w+", re.split(r"[(\[]", part)[0])}
 
 
 class RowsTest(unittest.TestCase):
@@ -153,18 +213,27 @@ class RowsTest(unittest.TestCase):
         rows = read_rows()
         self.assertGreater(len(rows), 70)
         self.assertEqual(sorted(rows), sorted(set(rows)), "a row stands there twice")
-        named = {row for kernel in EXECUTED + ["reports"] for row, _, _ in read_sections(kernel)}
-        self.assertEqual(sorted(set(rows) - named - set(REFUSED) - set(HELD_BY)), [], "rows without a kernel")
+        named = {row for kernel in EXECUTED + COMPILED for row, _, _ in read_sections(kernel)}
+        self.assertEqual(sorted(set(rows) - named - set(REFUSED)), [], "rows without a kernel")
         self.assertEqual(sorted((named | set(REFUSED) | set(HELD_BY)) - set(rows)), [], "rows that the page has not")
-        self.assertEqual({path.name.split(".")[3] for path in KERNELS.glob("*.krn")}, set(EXECUTED + ["reports"]))
+        self.assertEqual({path.name.split(".")[3] for path in KERNELS.glob("*.krn")}, set(EXECUTED + COMPILED))
 
-    def test_every_word_of_a_row_is_used_by_its_kernel(self):
+    def test_every_word_of_the_table_is_on_the_page(self):
+        page = (ROOT / "docs/kernel-words.md").read_text(encoding="utf-8")
+        named = set().union(*map(find_words, re.findall(r"^\| (.*?) \|.*\n", page, re.MULTILINE)))
         words = {name for names in word_table.read_words(ROOT).values() for name in names}
-        for kernel in EXECUTED + ["reports"]:
+        self.assertGreater(len(words), 300)
+        self.assertEqual(sorted((words | set(word_table.read_keywords(ROOT))) - named), [], "words without a row")
+
+    def test_every_word_of_a_row_is_used_by_its_kernels(self):
+        words = {name for names in word_table.read_words(ROOT).values() for name in names} | set(word_table.read_keywords(ROOT))
+        used = {}
+        for kernel in EXECUTED + COMPILED:
             code = set(re.findall(r"\w+", re.sub(r"//.*", "", get_path(kernel).read_text(encoding="utf-8"))))
             for row, _, _ in read_sections(kernel):
-                named = words & {word for part in re.findall(r"`([^`]*)`", row) for word in re.findall(r"\w+", part)}
-                self.assertEqual(sorted(named - code), [], f"{kernel}: {row}")
+                used.setdefault(row, set()).update(code)
+        for row, code in used.items():
+            self.assertEqual(sorted(words & find_words(row) - code), [], row)
 
     def test_every_row_puts_results(self):
         for kernel in EXECUTED:
@@ -172,7 +241,8 @@ class RowsTest(unittest.TestCase):
             for row, bound, places in read_sections(kernel):
                 wanted.setdefault(row, []).extend(places)
                 slots += [slot for slot, _ in places]
-                self.assertEqual(bound is None, not any(is_near for _, is_near in places), f"{kernel}: {row}: a bound")
+                self.assertEqual(bound in ("", "differs"), not any(is_near for _, is_near in places), f"{kernel}: {row}: a bound")
+                self.assertEqual(bound == "differs", row in EXPECTED, f"{kernel}: {row}")
             self.assertEqual(sorted(slots), list(range(len(slots))), kernel)
             self.assertEqual([row for row, places in wanted.items() if not places], [], kernel)
 
@@ -181,10 +251,11 @@ class RowsTest(unittest.TestCase):
             self.assertIn(text, (ROOT / file).read_text(encoding="utf-8"), row)
 
     def test_all_targets_take_every_kernel(self):
-        for kernel in EXECUTED + ["reports"]:
+        for kernel in EXECUTED + COMPILED:
             targets = TARGETS.get(kernel, ["CPU", "GLSL", "HLSL", "METAL"])
+            more = MORE[kernel] if kernel == "template" else []
             with self.subTest(kernel):
-                done = call("check", get_path(kernel), *(word for target in targets for word in ("--target", target)))
+                done = call("check", get_path(kernel), *more, *(word for target in targets for word in ("--target", target)))
                 self.assertEqual(done.returncode, 0, done.stdout + done.stderr)
 
     def test_what_a_row_refuses_is_refused(self):
@@ -211,18 +282,20 @@ class RowsTest(unittest.TestCase):
                 self.assertEqual(error, "")
                 for row, bound, places in sections:
                     for slot, is_near in places:
-                        self.compare(f"{kernel}, {slot}: {row}", cpu[slot::slots], other[slot::slots], bound if is_near else None)
+                        self.compare(f"{kernel}, {slot}: {row}", row, cpu[slot::slots], other[slot::slots], bound if is_near else "")
                         compared += 1
         return compared
 
-    def compare(self, what, cpu, other, bound):
+    def compare(self, what, row, cpu, other, bound):
         self.assertNotIn(UNWRITTEN, cpu, what)
         self.assertNotIn(UNWRITTEN, other, what)
-        if bound is None:
+        if row in EXPECTED:
+            self.assertEqual((list(cpu), list(other)), EXPECTED[row](), what)
+        elif not bound:
             self.assertEqual(cpu, other, what)
         for one, two in zip(map(as_float, cpu), map(as_float, other)):
-            if bound is not None and not (math.isnan(one) and math.isnan(two)):
-                self.assertLessEqual(abs(one - two), bound * max(1.0, abs(one)), what)
+            if bound and not (math.isnan(one) and math.isnan(two)):
+                self.assertLessEqual(abs(one - two), float(bound) * max(1.0, abs(one)), what)
 
     @unittest.skipUnless(has_device(), "there is no Vulkan device: nothing runs on a GPU")
     def test_the_gpu_gives_what_the_cpu_gives(self):
@@ -237,7 +310,8 @@ class RowsTest(unittest.TestCase):
             found = {}
             for row, _, places in sections:
                 found.setdefault(row, set()).update(value for slot, _ in places for value in cpu[slot::slots])
-            self.assertEqual([row for row, values in found.items() if len(values) < 2], [], kernel)
+            same = [row for row, values in found.items() if len(values) < 2]
+            self.assertEqual(same, ["a noise that was given none"] if kernel == "quiet" else [], kernel)
 
     @unittest.skipUnless(has_device(), "there is no Vulkan device: nothing runs on a GPU")
     def test_reports_are_the_same(self):

@@ -8,8 +8,6 @@
 namespace ostra::tool {
 namespace {
 
-constexpr std::string_view kAtomic = "Atomic";
-
 // "| a | b |" without its ends, at each " | ".
 std::vector<std::string_view> SplitCells(std::string_view line) {
   std::vector<std::string_view> cells;
@@ -70,10 +68,6 @@ std::optional<WordRow> FindWordRow(std::string_view page, std::string_view word)
   return std::nullopt;
 }
 
-std::optional<WordRow> FindWordRow(std::string_view word) {
-  if (auto row = FindWordRow(kWordPage, word)) return row;
-  // "AtomicAdd(place, value, old);" and then `Sub`, `Min`, ...
-  return word.starts_with(kAtomic) ? FindWordRow(kWordPage, word.substr(kAtomic.size())) : std::nullopt;
-}
+std::optional<WordRow> FindWordRow(std::string_view word) { return FindWordRow(kWordPage, word); }
 
 }  // namespace ostra::tool
