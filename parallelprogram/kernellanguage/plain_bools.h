@@ -10,9 +10,8 @@ class PlainExpressions;
 
 class PlainBools : PlainPart {
  public:
-  PlainBools(const PlainBasis& basis, const KeptValues& kept, PlainValues& values, PlainChecks& checks,
-             PlainExpressions& expressions)
-      : PlainPart(basis), _kept(kept), _values(values), _checks(checks), _expressions(expressions) {}
+  PlainBools(const PlainBasis& basis, const KeptValues& kept, PlainChecks& checks, PlainExpressions& expressions)
+      : PlainPart(basis), _kept(kept), _checks(checks), _expressions(expressions) {}
 
   // b.x, b[1] and b[k]: whether the number is not 0.
   std::string BoolComponent(NodeIndex node);
@@ -23,7 +22,6 @@ class PlainBools : PlainPart {
 
  private:
   const KeptValues& _kept;
-  PlainValues& _values;
   PlainChecks& _checks;
   PlainExpressions& _expressions;
 };

@@ -56,7 +56,7 @@ class PlainPrinter : PlainTables, PlainPart {
   PlainChecks _checks{basis, checkPlan, sites, _reports, _values, _groups};
   // These call each other, as expressions stand inside of each other.
   PlainExpressions _expressions{basis, {kept, _values, _checks, _bools, _calls, _construction, _matrices}};
-  PlainBools _bools{basis, kept, _values, _checks, _expressions};
+  PlainBools _bools{basis, kept, _checks, _expressions};
   PlainMatrices _matrices{basis, kept, _values, _checks, _expressions};
   PlainConstruction _construction{basis, kept, _values, _expressions, _matrices};
   PlainCalls _calls{
