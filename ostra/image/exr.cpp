@@ -18,6 +18,7 @@
 #include "ostra/image/exr_layers.h"
 #include "ostra/image/memory_sink.h"
 #include "ostra/image/picture_settings.h"
+#include "ostra/math/half_float.h"
 
 OSTRA_UNIT("exr");
 
@@ -139,23 +140,49 @@ Result<Image> ReadPixels(Block<const Byte> bytes, std::string_view layer) {
   return image;
 }
 
-Result<BaseArray<Byte>> WritePixels(const ImageView& image) {
+// Values of four channels a pixel, as they are written.
+struct Source {
+  Imf::PixelType type;
+  const char* first;
+  std::size_t valueSize;  // in bytes
+};
+
+Result<BaseArray<HalfFloat>> MakeHalves(const ImageView& image) {
+  BaseArray<HalfFloat> halves;
+  OSTRA_RETURN_IF_ERROR(halves.Resize(image.rgba.GetCount()));
+  for (Int i = 0; i < halves.GetCount(); ++i) halves[i] = HalfFloat(image.rgba[i]);
+  return halves;
+}
+
+// The channels in the file, and where each one lies in a pixel.
+void AddChannels(Int count, const Source& source, std::size_t width, Imf::Header& header, Imf::FrameBuffer& target) {
+  const std::string_view names = count <= 2 ? std::string_view("YA") : std::string_view("RGBA");
+  for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i) {
+    const char name[2] = {names[i], 0};
+    const std::size_t offset = (name[0] == 'A' ? 3 : i) * source.valueSize;
+    header.channels().insert(name, Imf::Channel(source.type));
+    target.insert(name, Imf::Slice::Make(source.type, source.first + offset, header.dataWindow(), 4 * source.valueSize,
+                                         4 * source.valueSize * width));
+  }
+}
+
+Result<BaseArray<Byte>> WritePixels(const ImageView& image, const PictureSettings& settings) {
+  Source source{Imf::FLOAT, reinterpret_cast<const char*>(image.rgba.GetFirst()), sizeof(Float32)};
+  BaseArray<HalfFloat> halves;
+  if (settings.bits == 16) {
+    OSTRA_ASSIGN_OR_RETURN(halves, MakeHalves(image));
+    source = {Imf::HALF, reinterpret_cast<const char*>(halves.GetFirst()), sizeof(HalfFloat)};
+  }
   MemorySink sink;
   {
     const int width = static_cast<int>(image.width), height = static_cast<int>(image.height);
     Imf::Header header(width, height);
     header.compression() = Imf::ZIP_COMPRESSION;
-    Imf::FrameBuffer source;
-    const std::size_t pixelSize = 4 * sizeof(Float32);
-    for (int i = 0; i < 4; ++i) {
-      const char name[2] = {"RGBA"[i], 0};
-      header.channels().insert(name, Imf::Channel(Imf::FLOAT));
-      source.insert(name, Imf::Slice::Make(Imf::FLOAT, image.rgba.GetFirst() + i, header.dataWindow(), pixelSize,
-                                           pixelSize * static_cast<std::size_t>(image.width)));
-    }
+    Imf::FrameBuffer frame;
+    AddChannels(settings.channels == 0 ? 4 : settings.channels, source, static_cast<std::size_t>(width), header, frame);
     MemoryWriter writer(sink);
     Imf::OutputFile file(writer, header, 0);
-    file.setFrameBuffer(source);
+    file.setFrameBuffer(frame);
     file.writePixels(height);
   }  // the file's table of lines is written when it is closed
   return sink.Take();
@@ -171,9 +198,9 @@ Result<Image> DecodeExrLayer(Block<const Byte> bytes, std::string_view layer) {
 
 Result<BaseArray<Byte>> EncodeExr(const ImageView& image, const PictureSettings& settings) {
   OSTRA_CHECK_ARGUMENT(image.width > 0 && image.height > 0 && image.rgba.GetCount() == 4 * image.width * image.height);
-  OSTRA_RETURN_IF_ERROR(CheckPictureSettings(image, settings, {"OpenEXR", {}, {}}));
+  OSTRA_RETURN_IF_ERROR(CheckPictureSettings(image, settings, {"OpenEXR", {16, 32}, {1, 2, 3, 4}}));
   return CallLibrary<BaseArray<Byte>>("the picture cannot be written as OpenEXR",
-                                      [&image] { return WritePixels(image); });
+                                      [&] { return WritePixels(image, settings); });
 }
 
 }  // namespace ostra

@@ -63,7 +63,7 @@ struct ImageView {
 // How a picture is written; 0 is the default of the kind of file. What the kind of file cannot do is an error.
 struct PictureSettings {
   Int quality = 0;   // of JPEG: 1 (smallest file) to 100 (nearest to the picture); by default kDefaultJpegQuality
-  Int bits = 0;      // of a channel: 8 or 16 for PNG, by default 8
+  Int bits = 0;      // of a channel: 8 or 16 for PNG, by default 8; 16 or 32 for OpenEXR, by default 32
   Int channels = 0;  // 1: gray, 2: gray and alpha, 3: red, green, blue, 4: with alpha; by default all that there are
 };
 
@@ -87,8 +87,9 @@ OSTRA_API Result<BaseArray<Byte>> EncodePng(const ImageView& image, const Pictur
 
 // OpenEXR with 16- or 32-bit values in the channels R, G, B and A, or Y alone. The picture is the data window.
 OSTRA_API Result<Image> DecodeExr(Block<const Byte> bytes);
-// 32-bit float channels R, G, B and A: reading the result gives the same bits.
-// Errors: illegal argument for settings that are not 0; out of memory.
+// By default 32-bit float channels R, G, B and A: reading the result gives the same bits. With 16 bits halves, rounded
+// to the nearest; above 65504 they are infinite. One channel is Y, two are Y and A. Errors: illegal argument for a
+// quality, for other settings, and for 1 or 2 channels of a picture that is not gray; out of memory.
 OSTRA_API Result<BaseArray<Byte>> EncodeExr(const ImageView& image, const PictureSettings& settings = {});
 
 // JPEG, progressive or not: gray, or colours, which are stored as YCbCr or RGB. CMYK is refused.

@@ -72,6 +72,26 @@ TEST(ExrTest, WritingAndReadingKeepsEveryBit) {
     ASSERT_EQ(std::bit_cast<UInt32>(copy->rgba[i]), std::bit_cast<UInt32>(image.rgba[i])) << i;
 }
 
+TEST(ExrTest, HalvesAndFewerChannelsAreWrittenWhereTheyAreAskedFor) {
+  Image image = Image::Create(9, 5).GetValue();
+  for (Int i = 0; i < image.rgba.GetCount(); ++i) image.rgba[i] = i % 4 == 3 ? 0.5f : Float32(i / 4) / 8;
+  image.rgba[0] = image.rgba[1] = image.rgba[2] = 1e6f;
+  for (const Int channels : {0, 1, 2, 3, 4}) {
+    const auto copy = DecodeExr(EncodeExr(image, {.bits = 16, .channels = channels})->GetBlock());
+    ASSERT_TRUE(copy.IsOk()) << copy.GetError().GetMessage().GetView();
+    EXPECT_EQ(copy->description.channels, channels == 0 ? 4 : channels);
+    EXPECT_EQ(copy->description.bits, 16);
+    EXPECT_EQ(copy->rgba[0], std::numeric_limits<Float32>::infinity());
+    const Bool hasAlpha = channels != 1 && channels != 3;
+    for (Int i = 3; i < image.rgba.GetCount(); ++i)
+      ASSERT_EQ(copy->rgba[i], i % 4 == 3 && !hasAlpha ? 1 : image.rgba[i]) << channels << ", " << i;
+  }
+  EXPECT_FALSE(EncodeExr(image, {.bits = 8}).IsOk());
+  EXPECT_FALSE(EncodeExr(image, {.quality = 50}).IsOk());
+  image.rgba[1] = 0;  // a colour
+  EXPECT_FALSE(EncodeExr(image, {.channels = 1}).IsOk());
+}
+
 TEST(ExrTest, HalfAndFloatChannelsAreReadAndMissingAlphaIsOne) {
   for (const Imf::PixelType type : {Imf::HALF, Imf::FLOAT})
     for (const char* channels : {"RGB", "RGBA", "YA", "Y"}) {

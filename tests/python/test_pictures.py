@@ -42,6 +42,20 @@ def test_an_exr_has_the_numbers_that_were_written(tmp_path):
     numpy.testing.assert_array_equal(ostra.read_picture(tmp_path / "a.exr"), picture)
 
 
+@pytest.mark.parametrize("channels", [1, 2, 3, 4])
+def test_an_exr_may_have_half_floats_and_fewer_channels(tmp_path, channels):
+    halves = numpy.random.default_rng(1).normal(size=(4, 6, channels)).astype(numpy.float16)
+    ostra.write_picture(tmp_path / "a.exr", halves.astype(numpy.float32), bits=16, channels=channels)
+    info = ostra.picture_info(tmp_path / "a.exr")
+    assert (info["dtype"], info["channels"]) == ("float16", channels)
+    again = ostra.read_picture(tmp_path / "a.exr")
+    colours = slice(0, 1 if channels < 3 else 3)
+    numpy.testing.assert_array_equal(again[..., colours], halves[..., colours])
+    numpy.testing.assert_array_equal(again[..., 3], halves[..., -1] if channels in (2, 4) else 1)
+    with pytest.raises(ostra.Error, match="OpenEXR pictures cannot have 8 bits: possible are 16 and 32"):
+        ostra.write_picture(tmp_path / "b.exr", halves.astype(numpy.float32), bits=8)
+
+
 def test_arrays_in_any_order_are_written(tmp_path):
     picture = numpy.asfortranarray(ramp(4, 6, 3))[::2, ::-1]
     ostra.write_picture(tmp_path / "a.png", picture)

@@ -40,8 +40,9 @@ def write_picture(path, picture, *, quality=None, bits=None, channels=None):
     picture: an array of float32 (0 to 1), float64, uint8 or uint16 of the shape (height, width) or (height, width, channels)
         with 1, 2 (gray and alpha), 3 or 4 channels.
     quality: of JPEG, 1 (smallest file) to 100 (nearest to the picture); without it 90. JPEG and HDR have no alpha: it is left out.
-    bits: of a channel in a PNG, 8 or 16, without it 16 for an array of uint16, else 8; in a TIFF 8, 16 or 32 (floats), without it 32.
-    channels: in a PNG, TIFF or JPEG, 1 (gray), 2 (gray and alpha), 3 or 4; without it all that there are.
+    bits: of a channel in a PNG, 8 or 16, without it 16 for an array of uint16, else 8; in a TIFF 8, 16 or 32 (floats), without it 32;
+        in an EXR 16 (half floats) or 32, without it 32.
+    channels: in a PNG, EXR, TIFF or JPEG, 1 (gray), 2 (gray and alpha), 3 or 4; without it all that there are.
 
     Raises TypeError for other arrays and settings, and ostra.Error for another suffix, for settings that such a file does
     not know and for a file that cannot be written.
