@@ -102,8 +102,18 @@ std::string TakeText(const std::string& name, const py::handle& value) {
   return std::string(text, static_cast<std::size_t>(size));
 }
 
+void CheckUnmasked(const std::string& name, const py::handle& array) {
+  if (Py_TYPE(array.ptr()) == py::detail::npy_api::get().PyArray_Type_) return;
+  if (!py::isinstance(array, py::module_::import("numpy.ma").attr("MaskedArray"))) return;
+  throw py::type_error(Quote(name) +
+                       " has a mask, which kernels do not know; array.filled(value) replaces what is masked");
+}
+
 py::array TakeArray(const std::string& name, const py::handle& value) {
-  if (py::isinstance<py::array>(value)) return py::reinterpret_borrow<py::array>(value);
+  if (py::isinstance<py::array>(value)) {
+    CheckUnmasked(name, value);
+    return py::reinterpret_borrow<py::array>(value);
+  }
   throw py::type_error(Quote(name) + " is a numpy array, not " + NameType(value) +
                        "; numpy.asarray(value, dtype) makes one");
 }

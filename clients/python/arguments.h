@@ -33,7 +33,9 @@ std::vector<pybind11::object> TakeArguments(const std::string& function, const s
 // Throws TypeError if `value` is not a str, and ValueError for a null character and for unpaired surrogates, which
 // UTF-8 cannot encode.
 std::string TakeText(const std::string& name, const pybind11::handle& value);
-// Throws TypeError if `value` is not a numpy array.
+// Throws TypeError for a numpy array with a mask, which kernels would not look at.
+void CheckUnmasked(const std::string& name, const pybind11::handle& array);
+// Throws TypeError if `value` is not a numpy array, and for one with a mask.
 pybind11::array TakeArray(const std::string& name, const pybind11::handle& value);
 // Throws TypeError if `value` is not a whole number, and OverflowError below 0 and from 2**32 on.
 UInt32 TakeUInt32(const std::string& name, const pybind11::handle& value);

@@ -15,13 +15,17 @@ namespace py = pybind11;
 
 namespace {
 
+// Of the name of a type.
+std::string GetArticle(const char* type) { return type[0] == 'i' ? "an " : "a "; }
+
 [[noreturn]] void RefuseNumber(const std::string& parameter, const char* type, const py::handle& value) {
-  RefuseArgument(parameter, std::string("a ") + type, value);
+  RefuseArgument(parameter, GetArticle(type) + type, value);
 }
 
 [[noreturn]] void RefuseRange(const std::string& parameter, const char* type, const py::handle& value) {
-  PyErr_SetString(PyExc_OverflowError,
-                  (Quote(parameter) + " is a " + type + ", and " + ShowValue(value) + " does not fit").c_str());
+  PyErr_SetString(
+      PyExc_OverflowError,
+      (Quote(parameter) + " is " + GetArticle(type) + type + ", and " + ShowValue(value) + " does not fit").c_str());
   throw py::error_already_set();
 }
 

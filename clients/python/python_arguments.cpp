@@ -132,6 +132,7 @@ void PythonKernel::CheckNames(const py::dict& arguments) const {
 
 void PythonKernel::CheckArray(const Parameter& parameter, const std::string& wanted, const py::array& array) const {
   const ElementFormat& format = *parameter.format;
+  CheckUnmasked(parameter.name, array);
   if (!array.dtype().equal(parameter.dtype)) {
     if (format.isStruct) {
       const std::string difference = ExplainStructDifference(parameter.type, array.dtype());
@@ -203,6 +204,7 @@ PythonKernel::BoundTexture PythonKernel::BindTexture(const Parameter& parameter,
     CheckConstructed<PythonTexture>(value);
     texture = py::cast<std::shared_ptr<PythonTexture>>(value);
   } else if (py::isinstance<py::array>(value)) {
+    CheckUnmasked(parameter.name, value);
     texture = std::make_shared<PythonTexture>(py::array(value), TextureSettings());
   } else {
     throw py::type_error(wanted + ", which takes an ostra.Texture or a numpy array, not " + NameType(value));
@@ -239,6 +241,23 @@ void PythonKernel::BindNoises(const py::dict& arguments, Invocation& invocation)
   }
 }
 
+// Of the arrays, which are equal: else of the largest one, for a kernel that looks at as many axes, two or three. So a
+// picture says the size beside a table.
+std::vector<py::ssize_t> PythonKernel::FindShape(const std::vector<BoundBuffer>& buffers) const {
+  const BoundBuffer* largest = &buffers.front();
+  bool areEqual = true;
+  bool isLargest = true;
+  for (const BoundBuffer& buffer : buffers) {
+    if (buffer.shape == largest->shape) continue;
+    areEqual = false;
+    isLargest = buffer.count != largest->count;
+    if (buffer.count > largest->count) largest = &buffer;
+  }
+  const bool hasAxes = _axisCount && *_axisCount > 1 && static_cast<Int>(largest->shape.size()) == *_axisCount;
+  if (areEqual || (isLargest && hasAxes)) return largest->shape;
+  throw py::value_error("the arrays have different shapes: say how many invocations run, kernel(size, ...)");
+}
+
 void PythonKernel::ChooseSize(const py::object& size, Invocation& invocation) const {
   if (!size.is_none()) {
     const py::tuple extents = FindElements(size).value_or(py::make_tuple(size));
@@ -254,15 +273,8 @@ void PythonKernel::ChooseSize(const py::object& size, Invocation& invocation) co
     CheckCount(invocation.size);
     return;
   }
-  std::vector<py::ssize_t> shape;
-  bool isKnown = false;
-  const auto add = [&](const std::vector<py::ssize_t>& own) {
-    if (isKnown && own != shape)
-      throw py::value_error("the arrays have different shapes: say how many invocations run, kernel(size, ...)");
-    shape = own;
-    isKnown = true;
-  };
-  for (const BoundBuffer& buffer : invocation.buffers) add(buffer.shape);
+  const bool isKnown = !invocation.buffers.empty();
+  const std::vector<py::ssize_t> shape = isKnown ? FindShape(invocation.buffers) : std::vector<py::ssize_t>();
   const auto dimensions = static_cast<Int>(shape.size());
   Int count = 1;
   for (const py::ssize_t side : shape) count *= side;

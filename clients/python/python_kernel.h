@@ -117,6 +117,7 @@ class PythonKernel {
   BoundTexture BindTexture(const Parameter& parameter, const pybind11::object& value) const;
   static BoundCounter BindCounter(const Parameter& parameter, const pybind11::object& value);
   void BindNoises(const pybind11::dict& arguments, Invocation& invocation);
+  std::vector<pybind11::ssize_t> FindShape(const std::vector<BoundBuffer>& buffers) const;
   void ChooseSize(const pybind11::object& size, Invocation& invocation) const;
   BoundBuffer MakeOutput(Parameter& parameter, const Invocation& invocation) const;
 

@@ -4,7 +4,7 @@ import numpy
 import pytest
 
 import ostra
-from conftest import has_gpu, make_kernel
+from conftest import has_gpu, make_kernel, no_gpu
 
 ADD = make_kernel("Add", ["(Float32) term", "(Block<Float32>) target"], "UNIFORM_BUFFER(target)[i] += UNIFORM(term);")
 
@@ -76,3 +76,20 @@ def test_a_second_profile_is_refused_while_one_measures():
 def test_a_profile_that_has_not_begun_cannot_end():
     with pytest.raises(ostra.Error, match="has not begun"):
         ostra.profile().__exit__(None, None, None)
+
+
+@no_gpu
+def test_the_memory_of_the_device_is_limited():
+    _, total = ostra.memory("gpu")
+    try:
+        ostra.limit_memory(64 << 20)
+        assert ostra.memory("gpu")[1] == 64 << 20
+    finally:
+        ostra.limit_memory(0)
+    assert ostra.memory("gpu")[1] == total
+    for wrong in (1.5, "1", True, None):
+        with pytest.raises(TypeError, match='"bytes" is a whole number'):
+            ostra.limit_memory(wrong)
+    for wrong in (-1, 1 << 63):
+        with pytest.raises(ValueError, match='"bytes" is from 0'):
+            ostra.limit_memory(wrong)

@@ -203,6 +203,47 @@ def test_sizes_that_are_not_known_are_asked_for():
             ostra.kernel(SCALE)(size, factor=2, source=numbers(8))
 
 
+WEIGHTED = """#define KERNELINPUTS \\
+(UInt32) width, \\
+(UInt32) height, \\
+(const Block<Float32>) weights, \\
+(const Block<Float32>) source, \\
+(Block<Float32>) target
+
+OSTRA_PARALLEL_KERNEL(Weighted, KERNELINPUTS)
+{
+	uint x = InGlobalInvocationID.x;
+	uint y = InGlobalInvocationID.y;
+	if (x >= UNIFORM(width) || y >= UNIFORM(height))
+	{
+		return;
+	}
+	uint i = y * UNIFORM(width) + x;
+	UNIFORM_BUFFER(target)[i] = UNIFORM_BUFFER(source)[i] * UNIFORM_BUFFER(weights)[y % 3u];
+}
+OSTRA_PARALLEL_KERNEL_END
+"""
+
+
+def test_a_picture_says_the_size_beside_a_table(backend):
+    kernel = ostra.kernel(WEIGHTED, backend=backend)
+    weights, source = numpy.float32([1, 2, 3]), numbers(12, 20)
+    result = kernel(width=20, height=12, weights=weights, source=source)
+    numpy.testing.assert_array_equal(result, source * numpy.tile(weights, 4)[:, None])
+    for weights, source in ((numbers(3), numbers(240)), (numbers(3, 1), numbers(240)), (numbers(20, 12), numbers(12, 20)),
+                            (numbers(400), numbers(12, 20))):
+        with pytest.raises(ValueError, match="the arrays have different shapes"):
+            kernel(width=20, height=12, weights=weights, source=source)
+
+
+def test_an_array_with_a_mask_is_refused():
+    masked = numpy.ma.masked_array(numbers(8), numbers(8) > 3)
+    for call in (lambda: ostra.kernel(SCALE)(factor=2, source=masked), lambda: ostra.Buffer(masked)):
+        with pytest.raises(TypeError, match="has a mask, which kernels do not know; array.filled"):
+            call()
+    numpy.testing.assert_array_equal(ostra.kernel(SCALE)(factor=2, source=masked.filled(1))[4:], numpy.full(4, 2))
+
+
 def test_a_read_only_array_may_be_read():
     source = numbers(8)
     source.flags.writeable = False

@@ -18,7 +18,10 @@ def run_blocks(page, count, monkeypatch, needs_gpu=None):
     if needs_gpu is not None:
         blocks = [block for block in blocks if ("ostra.render(" in block) == needs_gpu]
     assert len(blocks) == count
-    exec("\n".join(blocks), {"ostra": ostra} if needs_gpu else {})
+    try:
+        exec("\n".join(blocks), {"ostra": ostra} if needs_gpu else {})
+    finally:
+        ostra.limit_memory(0)
 
 
 def test_the_blocks_of_the_page_run(monkeypatch):

@@ -8,7 +8,7 @@
 from . import _ostra  # first: it says where it does not work
 
 from ._ostra import Buffer, Counter, Error
-from ._inquiries import Profile, configuration, configure, devices, memory, profile
+from ._inquiries import Profile, configuration, configure, devices, limit_memory, memory, profile
 from ._kernel import Kernel, kernel
 from ._parity import parity
 from ._pictures import picture_info, read_picture, write_picture
@@ -29,6 +29,7 @@ __all__ = [
     "devices",
     "from_dlpack",
     "kernel",
+    "limit_memory",
     "memory",
     "parity",
     "picture_info",

@@ -47,6 +47,20 @@ def memory(backend="cpu"):
     return _os.sysconf("SC_AVPHYS_PAGES") * page, _os.sysconf("SC_PHYS_PAGES") * page
 
 
+def limit_memory(bytes):
+    """Limits the device memory that ostra uses, below what the device has; 0 for no limit.
+
+    Buffers beyond it lie in memory of the host, which is slower, where the device can use that, or are a MemoryError.
+
+    Raises TypeError and ValueError for what is no whole number from 0 on.
+    """
+    if isinstance(bytes, bool) or not isinstance(bytes, int):
+        raise TypeError(f'"bytes" is a whole number, not {_ostra.show_value(bytes)}')
+    if not 0 <= bytes < 1 << 63:
+        raise ValueError(f'"bytes" is from 0 to 2**63 - 1, not {_ostra.show_value(bytes)}')
+    _ostra.set_memory_limit(bytes)
+
+
 _measuring = _threading.Lock()  # held by the profile whose block runs
 
 

@@ -30,7 +30,8 @@ class Kernel:
         """Runs the kernel and returns the outputs that it has made.
 
         size: how many invocations run along x, y and z: a number or a tuple of up to three. Without it the shape of the
-            arrays says it, (y, x) for a kernel that looks at two axes of its position.
+            arrays says it, (y, x) for a kernel that looks at two axes of its position. Of arrays of different shapes the
+            largest says it where it has as many axes, two or three.
         arguments: a value for each parameter. Numbers must fit the parameter's type. Vectors are sequences of numbers.
             Buffers are numpy arrays in C order, of exactly the parameter's type, or an ostra.Buffer; elements with
             several components have them in the last axis, structs are structured arrays. A kernel writes into the array
