@@ -187,6 +187,15 @@ void PlaceRecursion(std::string_view text, std::vector<ShaderMessage>& messages)
   }
 }
 
+// The language of the source, and what it is translated for.
+void SetEnvironment(glslang::TShader& shader, EShLanguage language, Bool isHlsl) {
+  shader.setEntryPoint("main");
+  shader.setEnvInput(isHlsl ? glslang::EShSourceHlsl : glslang::EShSourceGlsl, language, glslang::EShClientVulkan, 100);
+  shader.setEnvClient(glslang::EShClientVulkan, isHlsl ? glslang::EShTargetVulkan_1_1 : glslang::EShTargetVulkan_1_2);
+  shader.setEnvTarget(glslang::EShTargetSpv, isHlsl ? glslang::EShTargetSpv_1_3 : glslang::EShTargetSpv_1_5);
+  if (isHlsl) shader.setTextureSamplerTransformMode(EShTexSampTransUpgradeTextureRemoveSampler);
+}
+
 }  // namespace
 
 void ReadLog(std::string_view log, std::vector<ShaderMessage>& messages) {
@@ -223,11 +232,7 @@ std::vector<UInt32> TranslateToSpirv(Bool isHlsl, DrawportStage stage, std::stri
   const char* const source = text.data();
   const int size = static_cast<int>(text.size());
   shader.setStringsWithLengths(&source, &size, 1);
-  shader.setEntryPoint("main");
-  shader.setEnvInput(isHlsl ? glslang::EShSourceHlsl : glslang::EShSourceGlsl, language, glslang::EShClientVulkan, 100);
-  shader.setEnvClient(glslang::EShClientVulkan, isHlsl ? glslang::EShTargetVulkan_1_1 : glslang::EShTargetVulkan_1_2);
-  shader.setEnvTarget(glslang::EShTargetSpv, isHlsl ? glslang::EShTargetSpv_1_3 : glslang::EShTargetSpv_1_5);
-  if (isHlsl) shader.setTextureSamplerTransformMode(EShTexSampTransUpgradeTextureRemoveSampler);
+  SetEnvironment(shader, language, isHlsl);
   auto rules = static_cast<EShMessages>(EShMsgSpvRules | EShMsgVulkanRules);
   if (isHlsl) rules = static_cast<EShMessages>(rules | EShMsgReadHlsl | EShMsgHlslEnable16BitTypes);
 

@@ -101,6 +101,13 @@ class CheckStructureTest(unittest.TestCase):
         self.write_function(most - 2)
         self.expect("functions", f"ostra/core/a.cpp:3: a function of {most + 1} lines; at most {most} are allowed")
 
+    def test_a_test_may_be_longer(self):
+        most = check_structure.MAXIMAL_TEST_FUNCTION
+        path = self.write_function(most - 2)
+        self.write("tests/core/a_test.cpp", path.read_text())
+        path.unlink()
+        self.expect("functions", f"tests/core/a_test.cpp:3: a function of {most + 1} lines; at most {most} are allowed")
+
     def test_functions_are_measured_with_their_signatures_and_closing_braces(self):
         for signature, first, lines in (("Int Sum(Int a) {\n", 3, 4), ("Int Sum(Int a,\n        Int b) {\n", 3, 5),
                                         ("class A {\n  Int Sum(Int a) const {\n", 4, 4),

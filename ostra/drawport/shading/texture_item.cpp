@@ -81,6 +81,25 @@ std::string_view GetTypeOf(const Sections& sections, std::string_view numbers, I
   return sections.GetName(numbers, kCounts[count - 1]);
 }
 
+// The types of its sampler and its image.
+Result<void> SetTypes(const ShaderTexture& texture, const TextureWords& words, const Sections& sections,
+                      ShaderItem& item) {
+  const auto getType = [&](std::string_view kind) -> Result<std::string_view> {
+    OSTRA_ASSIGN_OR_RETURN(const String part, Format("@.@", words.numbers, words.dimensions));
+    return sections.GetName(kind, part);
+  };
+  OSTRA_ASSIGN_OR_RETURN(const std::string_view sampler, getType(texture.hasLayers ? "layers" : "sampler"));
+  OSTRA_RETURN_IF_ERROR(item.SetStatic("sampler", sampler));
+  OSTRA_ASSIGN_OR_RETURN(std::string_view image, getType("image"));
+  if (words.texelClass == TexelClass::Unorm) {
+    OSTRA_ASSIGN_OR_RETURN(const String part, Format("unorm.@", words.dimensions));
+    const std::string_view unorm = sections.GetName("image", part);
+    if (!unorm.empty()) image = unorm;
+  }
+  OSTRA_RETURN_IF_ERROR(item.SetStatic("image", image));
+  return OK;
+}
+
 }  // namespace
 
 std::string_view GetFilling(Int channels, Bool isInteger) {
@@ -107,19 +126,7 @@ Result<void> AddTextureItem(const ShaderTexture& texture, const Sections& sectio
   for (const std::string_view key : {"coordinates", "layered coordinates", "texel", "layered texel", "unsigned texel",
                                      "loaded texel", "loaded layered texel"})
     OSTRA_RETURN_IF_ERROR(item.SetStatic(key, sections.GetName(key, words.dimensions)));
-  const auto getType = [&](std::string_view kind) -> Result<std::string_view> {
-    OSTRA_ASSIGN_OR_RETURN(const String part, Format("@.@", words.numbers, words.dimensions));
-    return sections.GetName(kind, part);
-  };
-  OSTRA_ASSIGN_OR_RETURN(const std::string_view sampler, getType(texture.hasLayers ? "layers" : "sampler"));
-  OSTRA_RETURN_IF_ERROR(item.SetStatic("sampler", sampler));
-  OSTRA_ASSIGN_OR_RETURN(std::string_view image, getType("image"));
-  if (words.texelClass == TexelClass::Unorm) {
-    OSTRA_ASSIGN_OR_RETURN(const String part, Format("unorm.@", words.dimensions));
-    const std::string_view unorm = sections.GetName("image", part);
-    if (!unorm.empty()) image = unorm;
-  }
-  OSTRA_RETURN_IF_ERROR(item.SetStatic("image", image));
+  OSTRA_RETURN_IF_ERROR(SetTypes(texture, words, sections, item));
   OSTRA_ASSIGN_OR_RETURN(const String format, Format("@.@", words.format, channels));
   OSTRA_RETURN_IF_ERROR(item.SetStatic("format", sections.GetName("format", format)));
   OSTRA_RETURN_IF_ERROR(item.SetStatic("value", GetTypeOf(sections, "float", channels)));
