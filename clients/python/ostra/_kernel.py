@@ -113,7 +113,7 @@ def kernel(source=..., *, backend="cpu", name=None, checked=None, type=None):
     without a C++ compiler, and without a GPU.
     """
     chosen = _ostra.choose_backend(backend)
-    checked = _choose_checks(checked)
+    checked = choose_checks(checked)
     if source is ...:
         return functools.partial(kernel, backend=backend, name=name, checked=checked, type=type)
     _check_type(type)
@@ -138,7 +138,8 @@ def _check_type(type):
         raise ValueError(f'"type" is the name of a type, such as "vec3", not {_ostra.show_value(type)}')
 
 
-def _choose_checks(checked):
+def choose_checks(checked):
+    """Whether a kernel is checked, which the environment says for None. Raises TypeError and ValueError."""
     if checked is None:
         value = os.environ.get("OSTRA_CHECKED", "0")
         if value not in ("", "0", "1"):

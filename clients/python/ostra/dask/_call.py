@@ -9,6 +9,7 @@ import numpy
 
 import ostra
 
+from .._kernel import choose_checks
 from .._source import KernelSource
 from ._task import Output, Task, list_blocks
 
@@ -62,7 +63,7 @@ def _find_source(kernel):
     if isinstance(kernel, str) and "\n" in kernel:
         return ostra.kernel(kernel)._source
     try:
-        return KernelSource.read(os.fspath(kernel)).with_checks(ostra._choose_checks(None))
+        return KernelSource.read(os.fspath(kernel)).with_checks(choose_checks(None))
     except OSError:
         return ostra.kernel(kernel)._source  # raises, with a message that says more
 
