@@ -88,20 +88,9 @@ py::object MakeArray(PythonBuffer& own, const py::args& positional, const py::kw
   return array.attr("astype")(given[0], py::arg("copy") = isCopied);
 }
 
-void RegisterBuffer(py::module_& module) {
-  py::class_<PythonBuffer, std::shared_ptr<PythonBuffer>> buffer(module, "Buffer",
-                                                                 py::custom_type_setup([](PyHeapTypeObject* type) {
-                                                                   type->as_buffer.bf_getbuffer = GetBuffer;
-                                                                   type->ht_type.tp_as_buffer = &type->as_buffer;
-                                                                 }));
-  buffer.doc() = R"(An array that stays where kernels work with it: in the memory of the CPU, or on a GPU.
+using BufferClass = py::class_<PythonBuffer, std::shared_ptr<PythonBuffer>>;
 
-Buffer(array, backend="cpu") copies a numpy array of numbers or structs. Calls of kernels on this backend take it in
-place of an array and write into it. On a GPU the elements are uploaded with the first call and stay there. A call that
-is given a buffer makes its other outputs as buffers. On the CPU it has the buffer protocol and DLPack.
-
-Raises TypeError for an array without numbers, ValueError for an empty one, ostra.Error without a GPU.)";
-  buffer.attr("__module__") = "ostra";
+void DefineElements(BufferClass& buffer) {
   buffer
       .def(py::init(&MakeBuffer),
            "Copies a numpy array to a backend: \"cpu\", \"gpu\", or \"auto\" for a GPU where there is one.")
@@ -120,7 +109,11 @@ Raises TypeError for an array without numbers, ValueError for an empty one, ostr
           },
           "Overwrites all elements. Raises TypeError for another dtype and for read-only memory, ValueError for "
           "another "
-          "shape.")
+          "shape.");
+}
+
+void DefineProperties(BufferClass& buffer) {
+  buffer
       .def_property_readonly("shape", &PythonBuffer::GetShapeTuple, "The number of elements along each axis: a tuple.")
       .def_property_readonly("dtype", &PythonBuffer::GetDtype, "The numpy.dtype of the elements.")
       .def_property_readonly("nbytes", &PythonBuffer::GetByteCount, "The size of all elements in bytes.")
@@ -144,6 +137,23 @@ Raises TypeError for an array without numbers, ValueError for an empty one, ostr
         return "<ostra.Buffer of " + TextOf(own.GetDtype()) + " " + TextOf(own.GetShapeTuple()) + " on the " +
                (own.GetBackend() == Backend::kGpu ? "GPU" : "CPU") + ">";
       });
+}
+
+void RegisterBuffer(py::module_& module) {
+  BufferClass buffer(module, "Buffer", py::custom_type_setup([](PyHeapTypeObject* type) {
+                       type->as_buffer.bf_getbuffer = GetBuffer;
+                       type->ht_type.tp_as_buffer = &type->as_buffer;
+                     }));
+  buffer.doc() = R"(An array that stays where kernels work with it: in the memory of the CPU, or on a GPU.
+
+Buffer(array, backend="cpu") copies a numpy array of numbers or structs. Calls of kernels on this backend take it in
+place of an array and write into it. On a GPU the elements are uploaded with the first call and stay there. A call that
+is given a buffer makes its other outputs as buffers. On the CPU it has the buffer protocol and DLPack.
+
+Raises TypeError for an array without numbers, ValueError for an empty one, ostra.Error without a GPU.)";
+  buffer.attr("__module__") = "ostra";
+  DefineElements(buffer);
+  DefineProperties(buffer);
   module.def("share", [](const py::object& array) { return PythonBuffer::Share(ReadDlpack(array)); });
 }
 
@@ -185,20 +195,7 @@ void SetThreadLimit(Int count) {
   }));
 }
 
-}  // namespace
-}  // namespace ostra::python
-
-// pybind11 hangs in subinterpreters: what it makes here is called by the initialization below.
-#define PyInit__ostra MakeModule
-PYBIND11_MODULE(_ostra, module) {
-  using namespace ostra::python;
-  CheckOnlyOne();
-  py::options options;
-  options.disable_function_signatures();
-  RegisterError(module);
-  RegisterBuffer(module);
-  RegisterCounter(module);
-  RegisterTexture(module);
+void RegisterKernel(py::module_& module) {
   py::class_<PythonKernel>(module, "Kernel")
       .def(py::init(
           [](const py::object& file, const py::object& text, const std::string& gpuFile, bool isOnGpu, bool isChecked) {
@@ -214,6 +211,9 @@ PYBIND11_MODULE(_ostra, module) {
       .def_property_readonly("backend", &PythonKernel::GetBackendName)
       .def_property_readonly("is_checked", &PythonKernel::IsChecked)
       .def_property_readonly("parameters", &PythonKernel::DescribeParameters);
+}
+
+void RegisterFunctions(py::module_& module) {
   module.def("choose_backend", [](const py::object& name) { return GetBackendName(ChooseBackend(name)); });
   module.def("show_value", [](const py::object& value) { return ShowValue(value); });
   module.def("check_text", [](const std::string& name, const py::object& text) { TakeText(name, text); });
@@ -229,14 +229,32 @@ PYBIND11_MODULE(_ostra, module) {
   module.def("measure", &MeasureDispatches);
   module.def("take_times", &TakeDispatchTimes);
   module.def("set_thread_limit", &SetThreadLimit);
-  module.def("set_memory_limit", &ostra::SetDrawportMemoryLimit);
-  module.def("render", [](const std::string& path, const std::string& text, const std::string& folder, ostra::Int width,
-                          ostra::Int height, const std::vector<std::pair<std::string, std::vector<double>>>& values) {
+  module.def("set_memory_limit", &SetDrawportMemoryLimit);
+  module.def("render", [](const std::string& path, const std::string& text, const std::string& folder, Int width,
+                          Int height, const std::vector<std::pair<std::string, std::vector<double>>>& values) {
     return RenderPicture({path, !text.empty(), text, folder}, {width, height}, values);
   });
   module.def("read_picture", &ReadPicture);
   module.def("picture_info", &DescribePicture);
   module.def("write_picture", &WritePicture);
+}
+
+}  // namespace
+}  // namespace ostra::python
+
+// pybind11 hangs in subinterpreters: what it makes here is called by the initialization below.
+#define PyInit__ostra MakeModule
+PYBIND11_MODULE(_ostra, module) {
+  using namespace ostra::python;
+  CheckOnlyOne();
+  py::options options;
+  options.disable_function_signatures();
+  RegisterError(module);
+  RegisterBuffer(module);
+  RegisterCounter(module);
+  RegisterTexture(module);
+  RegisterKernel(module);
+  RegisterFunctions(module);
   // The host ends before the libraries that it uses.
   py::module_::import("atexit").attr("register")(py::cpp_function(&Engine::Close));
 }

@@ -64,6 +64,14 @@ VkDebugUtilsMessengerCreateInfoEXT MakeMessengerInfo() {
   return info;
 }
 
+// Whether the validation layer is wanted and installed.
+Result<Bool> FindValidation() {
+  if (!IsValidationWanted()) return false;
+  OSTRA_ASSIGN_OR_RETURN(const Bool isInstalled, HasLayer(kValidationLayer));
+  if (!isInstalled) WarningOutput("Vulkan: the validation layer is not installed.");
+  return isInstalled;
+}
+
 }  // namespace
 
 Result<DriverRef> Driver::Get() {
@@ -107,11 +115,7 @@ Result<void> Driver::CreateInstance() {
   if (volkGetInstanceVersion() >= VK_API_VERSION_1_3 && !g_pretended.isOld) _apiVersion = VK_API_VERSION_1_3;
   application.apiVersion = _apiVersion;
 
-  Bool validates = false;
-  if (IsValidationWanted()) {
-    OSTRA_ASSIGN_OR_RETURN(validates, HasLayer(kValidationLayer));
-    if (!validates) WarningOutput("Vulkan: the validation layer is not installed.");
-  }
+  OSTRA_ASSIGN_OR_RETURN(const Bool validates, FindValidation());
   OSTRA_ASSIGN_OR_RETURN(_hasDebugUtils, HasExtension(nullptr, VK_EXT_DEBUG_UTILS_EXTENSION_NAME));
   OSTRA_ASSIGN_OR_RETURN(const Bool seesPortability,
                          HasExtension(nullptr, VK_KHR_PORTABILITY_ENUMERATION_EXTENSION_NAME));

@@ -110,81 +110,127 @@ VkFormat GetAttributeFormat(DrawportShaderValueType type) {
   }
 }
 
-Result<VkPipeline> Pipeline::CreateVariant(const GraphicsState& state) const {
-  VkPipelineShaderStageCreateInfo stages[4] = {};
-  for (Int i = 0; i < _stages.GetCount(); ++i) {
-    stages[i].sType = VK_STRUCTURE_TYPE_PIPELINE_SHADER_STAGE_CREATE_INFO;
-    stages[i].stage = GetStageFlag(_stages[i].stage);
-    stages[i].module = _modules[i];
-    stages[i].pName = "main";
+namespace {
+
+// These hold what their `info` points to, so they stay where they are.
+struct VertexAttributes {
+  explicit VertexAttributes(const GraphicsState& state)
+      : vertices{0, state.stride, state.isPerInstance ? VK_VERTEX_INPUT_RATE_INSTANCE : VK_VERTEX_INPUT_RATE_VERTEX} {
+    for (UInt32 i = 0; i < state.inputCount; ++i)
+      attributes[i] = {state.inputs[i].location, 0, state.inputs[i].format, state.inputs[i].offset};
+    info.vertexBindingDescriptionCount = state.inputCount > 0 ? 1 : 0;
+    info.pVertexBindingDescriptions = &vertices;
+    info.vertexAttributeDescriptionCount = state.inputCount;
+    info.pVertexAttributeDescriptions = attributes;
   }
+  VertexAttributes(const VertexAttributes&) = delete;
 
-  const VkVertexInputBindingDescription vertices = {
-      0, state.stride, state.isPerInstance ? VK_VERTEX_INPUT_RATE_INSTANCE : VK_VERTEX_INPUT_RATE_VERTEX};
+  VkVertexInputBindingDescription vertices;
   VkVertexInputAttributeDescription attributes[kMaxVertexAttributes];
-  for (UInt32 i = 0; i < state.inputCount; ++i)
-    attributes[i] = {state.inputs[i].location, 0, state.inputs[i].format, state.inputs[i].offset};
-  VkPipelineVertexInputStateCreateInfo vertexInput = {VK_STRUCTURE_TYPE_PIPELINE_VERTEX_INPUT_STATE_CREATE_INFO};
-  vertexInput.vertexBindingDescriptionCount = state.inputCount > 0 ? 1 : 0;
-  vertexInput.pVertexBindingDescriptions = &vertices;
-  vertexInput.vertexAttributeDescriptionCount = state.inputCount;
-  vertexInput.pVertexAttributeDescriptions = attributes;
+  VkPipelineVertexInputStateCreateInfo info = {VK_STRUCTURE_TYPE_PIPELINE_VERTEX_INPUT_STATE_CREATE_INFO};
+};
 
-  VkPipelineInputAssemblyStateCreateInfo assembly = {VK_STRUCTURE_TYPE_PIPELINE_INPUT_ASSEMBLY_STATE_CREATE_INFO};
-  assembly.topology = GetTopology(state.topology);
-  // Coordinates in a patch count as those of pictures with y up do, and so does the winding.
+struct Tessellation {
+  explicit Tessellation(const GraphicsState& state) {
+    // Coordinates in a patch count as those of pictures with y up do, and so does the winding.
+    origin.domainOrigin = VK_TESSELLATION_DOMAIN_ORIGIN_LOWER_LEFT;
+    info.pNext = &origin;
+    info.patchControlPoints = state.patchSize;
+  }
+  Tessellation(const Tessellation&) = delete;
+
   VkPipelineTessellationDomainOriginStateCreateInfo origin = {
       VK_STRUCTURE_TYPE_PIPELINE_TESSELLATION_DOMAIN_ORIGIN_STATE_CREATE_INFO};
-  origin.domainOrigin = VK_TESSELLATION_DOMAIN_ORIGIN_LOWER_LEFT;
-  VkPipelineTessellationStateCreateInfo tessellation = {VK_STRUCTURE_TYPE_PIPELINE_TESSELLATION_STATE_CREATE_INFO};
-  tessellation.pNext = &origin;
-  tessellation.patchControlPoints = state.patchSize;
+  VkPipelineTessellationStateCreateInfo info = {VK_STRUCTURE_TYPE_PIPELINE_TESSELLATION_STATE_CREATE_INFO};
+};
 
-  VkPipelineViewportStateCreateInfo viewport = {VK_STRUCTURE_TYPE_PIPELINE_VIEWPORT_STATE_CREATE_INFO};
-  viewport.viewportCount = 1;
-  viewport.scissorCount = 1;
-  const VkDynamicState dynamic[] = {VK_DYNAMIC_STATE_VIEWPORT, VK_DYNAMIC_STATE_SCISSOR};
-  VkPipelineDynamicStateCreateInfo dynamicInfo = {VK_STRUCTURE_TYPE_PIPELINE_DYNAMIC_STATE_CREATE_INFO};
-  dynamicInfo.dynamicStateCount = 2;
-  dynamicInfo.pDynamicStates = dynamic;
-
-  const VkPipelineRasterizationStateCreateInfo rasterization = MakeRasterization(state.state);
-  VkPipelineMultisampleStateCreateInfo multisampling = {VK_STRUCTURE_TYPE_PIPELINE_MULTISAMPLE_STATE_CREATE_INFO};
-  multisampling.rasterizationSamples = state.targets.samples;
-  const VkPipelineDepthStencilStateCreateInfo depthTest = MakeDepthTest(state);
-
-  VkPipelineColorBlendAttachmentState blending[kMaxColorTargets];
-  for (UInt32 i = 0; i < state.targets.colorCount; ++i) {
-    blending[i] = MakeBlending(state, i);
-    const Bool isDifferent =
-        blending[i].blendEnable != blending[0].blendEnable || blending[i].colorWriteMask != blending[0].colorWriteMask;
-    if (isDifferent && !GetDevice().GetGraphics().hasIndependentBlend)
-      return OSTRA_ILLEGAL_STATE(
-          "The GPU device treats all targets alike: the program must give the colours of all, in "
-          "formats that are all mixed or all not.");
+struct ColorBlending {
+  explicit ColorBlending(const GraphicsState& state) {
+    for (UInt32 i = 0; i < state.targets.colorCount; ++i) targets[i] = MakeBlending(state, i);
+    info.attachmentCount = state.targets.colorCount;
+    info.pAttachments = targets;
   }
-  VkPipelineColorBlendStateCreateInfo blendInfo = {VK_STRUCTURE_TYPE_PIPELINE_COLOR_BLEND_STATE_CREATE_INFO};
-  blendInfo.attachmentCount = state.targets.colorCount;
-  blendInfo.pAttachments = blending;
+  ColorBlending(const ColorBlending&) = delete;
 
+  // Whether a device can do it that treats all targets alike.
+  Bool IsSameForAll() const {
+    for (UInt32 i = 1; i < info.attachmentCount; ++i)
+      if (targets[i].blendEnable != targets[0].blendEnable || targets[i].colorWriteMask != targets[0].colorWriteMask)
+        return false;
+    return true;
+  }
+
+  VkPipelineColorBlendAttachmentState targets[kMaxColorTargets];
+  VkPipelineColorBlendStateCreateInfo info = {VK_STRUCTURE_TYPE_PIPELINE_COLOR_BLEND_STATE_CREATE_INFO};
+};
+
+// The size of the picture and what is cut off are said while draws are recorded.
+struct DynamicViewport {
+  DynamicViewport() {
+    viewport.viewportCount = 1;
+    viewport.scissorCount = 1;
+    info.dynamicStateCount = 2;
+    info.pDynamicStates = states;
+  }
+  DynamicViewport(const DynamicViewport&) = delete;
+
+  const VkDynamicState states[2] = {VK_DYNAMIC_STATE_VIEWPORT, VK_DYNAMIC_STATE_SCISSOR};
+  VkPipelineViewportStateCreateInfo viewport = {VK_STRUCTURE_TYPE_PIPELINE_VIEWPORT_STATE_CREATE_INFO};
+  VkPipelineDynamicStateCreateInfo info = {VK_STRUCTURE_TYPE_PIPELINE_DYNAMIC_STATE_CREATE_INFO};
+};
+
+constexpr int kMaxStages = 4;
+
+VkPipelineShaderStageCreateInfo DescribeStage(DrawportStage stage, VkShaderModule module) {
+  VkPipelineShaderStageCreateInfo info = {VK_STRUCTURE_TYPE_PIPELINE_SHADER_STAGE_CREATE_INFO};
+  info.stage = GetStageFlag(stage);
+  info.module = module;
+  info.pName = "main";
+  return info;
+}
+
+VkPipelineRenderingCreateInfoKHR DescribeTargets(const GraphicsState& state) {
   VkPipelineRenderingCreateInfoKHR rendering = {VK_STRUCTURE_TYPE_PIPELINE_RENDERING_CREATE_INFO_KHR};
   rendering.colorAttachmentCount = state.targets.colorCount;
   rendering.pColorAttachmentFormats = state.targets.colors;
   rendering.depthAttachmentFormat = state.targets.depth;
+  return rendering;
+}
+
+}  // namespace
+
+Result<VkPipeline> Pipeline::CreateVariant(const GraphicsState& state) const {
+  VkPipelineShaderStageCreateInfo stages[kMaxStages];
+  for (Int i = 0; i < _stages.GetCount(); ++i) stages[i] = DescribeStage(_stages[i].stage, _modules[i]);
+  const ColorBlending blending(state);
+  if (!blending.IsSameForAll() && !GetDevice().GetGraphics().hasIndependentBlend)
+    return OSTRA_ILLEGAL_STATE(
+        "The GPU device treats all targets alike: the program must give the colours of all, in "
+        "formats that are all mixed or all not.");
+  const VertexAttributes vertexInput(state);
+  VkPipelineInputAssemblyStateCreateInfo assembly = {VK_STRUCTURE_TYPE_PIPELINE_INPUT_ASSEMBLY_STATE_CREATE_INFO};
+  assembly.topology = GetTopology(state.topology);
+  const Tessellation tessellation(state);
+  const DynamicViewport viewport;
+  const VkPipelineRasterizationStateCreateInfo rasterization = MakeRasterization(state.state);
+  VkPipelineMultisampleStateCreateInfo multisampling = {VK_STRUCTURE_TYPE_PIPELINE_MULTISAMPLE_STATE_CREATE_INFO};
+  multisampling.rasterizationSamples = state.targets.samples;
+  const VkPipelineDepthStencilStateCreateInfo depthTest = MakeDepthTest(state);
+  const VkPipelineRenderingCreateInfoKHR rendering = DescribeTargets(state);
 
   VkGraphicsPipelineCreateInfo info = {VK_STRUCTURE_TYPE_GRAPHICS_PIPELINE_CREATE_INFO};
   info.pNext = &rendering;
   info.stageCount = static_cast<UInt32>(_stages.GetCount());
   info.pStages = stages;
-  info.pVertexInputState = &vertexInput;
+  info.pVertexInputState = &vertexInput.info;
   info.pInputAssemblyState = &assembly;
-  info.pTessellationState = &tessellation;
-  info.pViewportState = &viewport;
+  info.pTessellationState = &tessellation.info;
+  info.pViewportState = &viewport.viewport;
   info.pRasterizationState = &rasterization;
   info.pMultisampleState = &multisampling;
   info.pDepthStencilState = &depthTest;
-  info.pColorBlendState = &blendInfo;
-  info.pDynamicState = &dynamicInfo;
+  info.pColorBlendState = &blending.info;
+  info.pDynamicState = &viewport.info;
   info.layout = _layout;
   VkPipeline pipeline = VK_NULL_HANDLE;
   OSTRA_RETURN_IF_ERROR(

@@ -30,6 +30,22 @@ Result<String> FindStoreFolder() {
   return String::Concatenate(folder, "/gpu");
 }
 
+// Adds the declared bindings that a stage uses.
+Result<void> AddBindings(const PipelineStage& stage, Block<const PipelineBinding> declared,
+                         BaseArray<PipelineBinding>& used) {
+  OSTRA_ASSIGN_OR_RETURN(const BaseArray<UInt32> numbers,
+                         FindBindings(Block<const UInt32>(stage.words.GetFirst(), stage.words.GetCount())));
+  for (const UInt32 number : numbers) {
+    for (Int k = 0; k < declared.GetCount(); ++k) {
+      if (declared[k].number != number) continue;
+      if (used.IsPopulated() && used.GetLast().number == number) break;
+      OSTRA_RETURN_IF_ERROR(used.Append(PipelineBinding{number, declared[k].type, GetStageFlag(stage.stage)}));
+      break;
+    }
+  }
+  return OK;
+}
+
 }  // namespace
 
 ContentKey MakeSpirvKey(std::string_view compiler, const Id& language, DrawportStage stage, std::string_view text) {
@@ -128,6 +144,21 @@ Result<BaseArray<UInt32>> ProgramStore::GetSpirv(const Id& language, const Stage
   return words;
 }
 
+Result<PipelineStage> ProgramStore::CompileStage(const Id& language, const StageText& text, const String& name) {
+  PipelineStage stage;
+  stage.stage = text.stage;
+  OSTRA_ASSIGN_OR_RETURN(stage.words, GetSpirv(language, text, name));
+  const Block<const UInt32> words(stage.words.GetFirst(), stage.words.GetCount());
+  if (RunsForSamples(words) && !_device.GetGraphics().hasSampleShading)
+    return OSTRA_ILLEGAL_STATE("The GPU device cannot run a stage for each sample, which InSampleID asks for.");
+  OSTRA_RETURN_IF_ERROR(CheckShader(_device.GetShaderFeatures(), GetStageFlag(stage.stage), words, name));
+  OSTRA_RETURN_IF_ERROR(CheckProgramSize(words, name));
+  stage.writesDepth = WritesDepth(words);
+  OSTRA_ASSIGN_OR_RETURN(stage.inputs, FindLocations(words, true));
+  OSTRA_ASSIGN_OR_RETURN(stage.outputs, FindLocations(words, false));
+  return stage;
+}
+
 Result<PipelineRef> ProgramStore::GetPipeline(const Id& language, Block<const StageText> stages,
                                               Block<const PipelineBinding> declared, const String& name) {
   ContentKey key;
@@ -145,26 +176,8 @@ Result<PipelineRef> ProgramStore::GetPipeline(const Id& language, Block<const St
   BaseArray<PipelineStage> compiled;
   BaseArray<PipelineBinding> used;
   for (Int i = 0; i < stages.GetCount(); ++i) {
-    PipelineStage stage;
-    stage.stage = stages[i].stage;
-    OSTRA_ASSIGN_OR_RETURN(stage.words, GetSpirv(language, stages[i], name));
-    const Block<const UInt32> words(stage.words.GetFirst(), stage.words.GetCount());
-    if (RunsForSamples(words) && !_device.GetGraphics().hasSampleShading)
-      return OSTRA_ILLEGAL_STATE("The GPU device cannot run a stage for each sample, which InSampleID asks for.");
-    OSTRA_RETURN_IF_ERROR(CheckShader(_device.GetShaderFeatures(), GetStageFlag(stage.stage), words, name));
-    OSTRA_RETURN_IF_ERROR(CheckProgramSize(words, name));
-    stage.writesDepth = WritesDepth(words);
-    OSTRA_ASSIGN_OR_RETURN(stage.inputs, FindLocations(words, true));
-    OSTRA_ASSIGN_OR_RETURN(stage.outputs, FindLocations(words, false));
-    OSTRA_ASSIGN_OR_RETURN(const BaseArray<UInt32> numbers, FindBindings(words));
-    for (const UInt32 number : numbers) {
-      for (Int k = 0; k < declared.GetCount(); ++k) {
-        if (declared[k].number != number) continue;
-        if (used.IsPopulated() && used.GetLast().number == number) break;
-        OSTRA_RETURN_IF_ERROR(used.Append(PipelineBinding{number, declared[k].type, GetStageFlag(stage.stage)}));
-        break;
-      }
-    }
+    OSTRA_ASSIGN_OR_RETURN(PipelineStage stage, CompileStage(language, stages[i], name));
+    OSTRA_RETURN_IF_ERROR(AddBindings(stage, declared, used));
     OSTRA_RETURN_IF_ERROR(compiled.Append(std::move(stage)));
   }
   const auto begin = std::chrono::steady_clock::now();

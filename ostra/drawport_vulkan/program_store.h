@@ -54,6 +54,8 @@ class ProgramStore {
  private:
   Result<void> Init();
   Result<BaseArray<UInt32>> GetSpirv(const Id& language, const StageText& text, const String& name);
+  // SPIR-V that the device can run, and what it says of itself.
+  Result<PipelineStage> CompileStage(const Id& language, const StageText& text, const String& name);
   PipelineRef FindRunning(const ContentKey& key);
 
   Device& _device;

@@ -162,12 +162,16 @@ class Analyzer {
 
   // --- Statements ---
 
-  void Statement(NodeIndex node) {
-    if (node == kNoNode) return;
+  // Notes between which invocations it differs whether they come to a statement.
+  void MarkReached(NodeIndex node) {
     const Region control = GetControl(0);
     const Bool isVarying = control.variance == Variance::kVarying || _hasLostLanes;
     Raise(node, isVarying ? kVarying : Uniformity{control.variance, 0}, control.cause);
-    const auto child = [&](std::size_t i) { return _tree.GetChild(node, i); };
+  }
+
+  void Statement(NodeIndex node) {
+    if (node == kNoNode) return;
+    MarkReached(node);
     switch (_tree.nodes[node].kind) {
       case NodeKind::kBlock:
         for (const NodeIndex statement : _tree.GetChildren(node)) Statement(statement);
@@ -175,44 +179,23 @@ class Analyzer {
       case NodeKind::kDeclaration:
         for (const NodeIndex variable : _tree.GetChildren(node)) Declare(variable);
         break;
-      case NodeKind::kExpressionStatement:
-        Value(child(0));
-        break;
-      case NodeKind::kIf: {
-        const Uniformity condition = Value(child(0));
-        _regions.push_back({ToControl(condition), child(0)});
-        Statement(child(1));
-        Statement(child(2));
-        _regions.pop_back();
-        break;
-      }
+      case NodeKind::kIf:
+        return If(node);
       case NodeKind::kFor:
-        Loop(node, child(0), child(1), child(2), child(3));
-        break;
       case NodeKind::kWhile:
-        Loop(node, kNoNode, child(0), kNoNode, child(1));
-        break;
       case NodeKind::kDoWhile:
-        Loop(node, kNoNode, child(1), kNoNode, child(0));
-        break;
+        return Loop(node);
       case NodeKind::kSwitch:
-        Switch(node);
-        break;
-      case NodeKind::kCase:
-        Value(child(0));
-        break;
+        return Switch(node);
       case NodeKind::kBreak:
-        Leave(true);
-        break;
       case NodeKind::kContinue:
-        Leave(false);
-        break;
+        return Leave(_tree.Is(node, NodeKind::kBreak));
       case NodeKind::kReturn:
-        Return(node);
-        break;
+        return Return(node);
       case NodeKind::kSharedArray:
-        Raise(node, kVarying, kNoNode);
-        break;
+        return Raise(node, kVarying, kNoNode);
+      case NodeKind::kExpressionStatement:
+      case NodeKind::kCase:
       case NodeKind::kPrint:
       case NodeKind::kAssert:
         for (const NodeIndex value : _tree.GetChildren(node)) Value(value);
@@ -232,13 +215,23 @@ class Analyzer {
     _isAssigned[variable] = true;
   }
 
-  void Loop(NodeIndex node, NodeIndex first, NodeIndex condition, NodeIndex step, NodeIndex body) {
+  void If(NodeIndex node) {
+    const NodeIndex condition = _tree.GetChild(node, 0);
+    const Uniformity value = Value(condition);
+    _regions.push_back({ToControl(value), condition});
+    Statement(_tree.GetChild(node, 1));
+    Statement(_tree.GetChild(node, 2));
+    _regions.pop_back();
+  }
+
+  void Loop(NodeIndex node) {
+    const auto [start, condition, step, body] = GetLoopParts(_tree, node);
     if (_losesLanes[node]) _hasLostLanes = true;
     const std::size_t outside = _regions.size();
     const Variance known = _table.isLeftApart[node] || _isInterrupted[node] ? Variance::kVarying : Variance::kUniform;
     _regions.push_back({known, condition == kNoNode ? _breakCause : condition});
     _targets.push_back({node, _regions.size(), true});
-    Statement(first);
+    Statement(start);
     if (condition != kNoNode) EnterLoop(node, Value(condition), condition);
     // Lanes that wait for the next turn keep what they have in the variables of a `for`.
     _regions.push_back({_isInterrupted[node] ? Variance::kVarying : Variance::kUniform, _breakCause});
@@ -333,9 +326,15 @@ class Analyzer {
     return value;
   }
 
+  // That of a part, which is the cause when it differs.
+  Uniformity ValueOf(NodeIndex part) {
+    const Uniformity value = Value(part);
+    _cause = part;
+    return value;
+  }
+
   Uniformity ValueItself(NodeIndex node) {
     const auto child = [&](std::size_t i) { return _tree.GetChild(node, i); };
-    const Meaning& meaning = _resolved.meaning[node];
     _cause = kNoNode;
     switch (_tree.nodes[node].kind) {
       case NodeKind::kLiteral:
@@ -343,9 +342,9 @@ class Analyzer {
       case NodeKind::kBuffer:
         return kSame;
       case NodeKind::kName:
-        return NameValue(meaning);
+        return NameValue(_resolved.meaning[node]);
       case NodeKind::kLocalData:
-        return Element(meaning.target, child(1));
+        return Element(_resolved.meaning[node].target, child(1));
       case NodeKind::kUnary:
       case NodeKind::kPostfix:
         return Unary(node);
@@ -355,21 +354,15 @@ class Analyzer {
         return Assignment(node);
       case NodeKind::kConditional:
         return Conditional(node);
-      case NodeKind::kComma: {
+      case NodeKind::kComma:
         Value(child(0));
-        const Uniformity value = Value(child(1));
-        _cause = child(1);
-        return value;
-      }
+        return ValueOf(child(1));
       case NodeKind::kCall:
         return Call(node);
       case NodeKind::kConstruct:
         return Construct(node);
-      case NodeKind::kCast: {
-        const Uniformity value = Value(child(1));
-        _cause = child(1);
-        return value;
-      }
+      case NodeKind::kCast:
+        return ValueOf(child(1));
       case NodeKind::kMemberOf:
         return Member(node);
       case NodeKind::kIndex:

@@ -107,6 +107,30 @@ Result<void> GeneralShaderLoaderImpl::MakeAttributeSet(const GraphicsProgram& pr
   return _data.cache->GetVertexAttributeSet(layout, describe, slot, *_data.context);
 }
 
+namespace {
+
+struct BuiltProgram {
+  DrawportVertexAttributeLayoutItemRef layoutItem;
+  DrawportVertexAttributeSetItemRef attributeSetItem;
+  DrawportProgramFactoryItemRef factoryItem;
+  DrawportVertexAttributeSet* attributeSet;
+  DrawportProgramFactory* factory;
+  DrawportParameterValueSet* valueSet;
+};
+
+void Replace(GraphicsProgram& program, const BuiltProgram& built) {
+  if (program.factory != built.factory) program.ReleaseValues();
+  program.layoutItem = built.layoutItem;
+  program.attributeSetItem = built.attributeSetItem;
+  program.factoryItem = built.factoryItem;
+  program.attributeSet = built.attributeSet;
+  program.factory = built.factory;
+  program.valueSet = built.valueSet;
+  program.isOfOtherDrawport = false;
+}
+
+}  // namespace
+
 // What was built before stays in use until everything new is there.
 Result<void> GeneralShaderLoaderImpl::UpdateActiveProgram(UInt64 hashCode, const DrawportDrawPass* drawPass) {
   OSTRA_ASSIGN_OR_RETURN(GraphicsProgram & program, GetActiveProgram());
@@ -140,14 +164,7 @@ Result<void> GeneralShaderLoaderImpl::UpdateActiveProgram(UInt64 hashCode, const
     OSTRA_ASSIGN_OR_RETURN(valueSet, factory->GetParameterValueSet(context, _identity, program.hash));
   }
 
-  if (program.factory != factory) program.ReleaseValues();
-  program.layoutItem = layoutItem;
-  program.attributeSetItem = setItem;
-  program.factoryItem = factoryItem;
-  program.attributeSet = attributeSet;
-  program.factory = factory;
-  program.valueSet = valueSet;
-  program.isOfOtherDrawport = false;
+  Replace(program, {layoutItem, setItem, factoryItem, attributeSet, factory, valueSet});
   return OK;
 }
 

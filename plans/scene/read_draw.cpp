@@ -162,11 +162,15 @@ Result<SceneKernelBuffer> ReadSceneKernelBuffer(const JsonPlace& place, const Sc
   return source;
 }
 
-Result<SceneDraw> ReadSceneDraw(const JsonPlace& place, const Scene& scene) {
-  SceneDraw draw;
-  draw.path = place.GetPath();
-  OSTRA_RETURN_IF_ERROR(
-      place.CheckKeys({"stages", "vertices", "topology", "patchSize", "uniforms", "textures", "buffers", "state"}));
+namespace {
+
+// The members of the object under a key; none if there is no such key.
+Result<std::vector<std::pair<std::string, JsonPlace>>> FindMembers(const JsonPlace& place, const char* key) {
+  if (const auto found = place.Find(key)) return found->GetMembers();
+  return std::vector<std::pair<std::string, JsonPlace>>();
+}
+
+Result<void> ReadStages(const JsonPlace& place, SceneDraw& draw) {
   OSTRA_ASSIGN_OR_RETURN(const JsonPlace stages, place.Get("stages"));
   OSTRA_ASSIGN_OR_RETURN(const std::vector<JsonPlace> files, stages.GetElements());
   if (files.empty()) return stages.MakeError("a program needs stage files");
@@ -174,6 +178,36 @@ Result<SceneDraw> ReadSceneDraw(const JsonPlace& place, const Scene& scene) {
     OSTRA_ASSIGN_OR_RETURN(std::string name, ReadFileName(file));
     draw.stages.push_back(std::move(name));
   }
+  return OK;
+}
+
+// What the stages read by name.
+Result<void> ReadParameters(const JsonPlace& place, const Scene& scene, SceneDraw& draw) {
+  OSTRA_ASSIGN_OR_RETURN(const auto uniforms, FindMembers(place, "uniforms"));
+  for (const auto& [name, member] : uniforms) {
+    OSTRA_ASSIGN_OR_RETURN(SceneValue value, ReadSceneValue(member));
+    OSTRA_RETURN_IF_ERROR(CheckSceneNames(value, scene.values, scene.file));
+    draw.uniforms.emplace(name, std::move(value));
+  }
+  OSTRA_ASSIGN_OR_RETURN(const auto textures, FindMembers(place, "textures"));
+  for (const auto& [name, member] : textures) {
+    OSTRA_ASSIGN_OR_RETURN(draw.textures[name], ReadTexture(member, scene));
+  }
+  OSTRA_ASSIGN_OR_RETURN(const auto buffers, FindMembers(place, "buffers"));
+  for (const auto& [name, member] : buffers) {
+    OSTRA_ASSIGN_OR_RETURN(draw.buffers[name], ReadBuffer(member, scene));
+  }
+  return OK;
+}
+
+}  // namespace
+
+Result<SceneDraw> ReadSceneDraw(const JsonPlace& place, const Scene& scene) {
+  SceneDraw draw;
+  draw.path = place.GetPath();
+  OSTRA_RETURN_IF_ERROR(
+      place.CheckKeys({"stages", "vertices", "topology", "patchSize", "uniforms", "textures", "buffers", "state"}));
+  OSTRA_RETURN_IF_ERROR(ReadStages(place, draw));
   if (const auto topology = place.Find("topology")) {
     OSTRA_ASSIGN_OR_RETURN(const Int number, topology->GetWord(kTopologies));
     draw.topology = static_cast<SceneTopology>(number);
@@ -184,26 +218,7 @@ Result<SceneDraw> ReadSceneDraw(const JsonPlace& place, const Scene& scene) {
   }
   OSTRA_ASSIGN_OR_RETURN(const JsonPlace vertices, place.Get("vertices"));
   OSTRA_ASSIGN_OR_RETURN(draw.vertices, ReadSceneVertices(vertices, scene));
-  if (const auto uniforms = place.Find("uniforms")) {
-    OSTRA_ASSIGN_OR_RETURN(const auto members, uniforms->GetMembers());
-    for (const auto& [name, member] : members) {
-      OSTRA_ASSIGN_OR_RETURN(SceneValue value, ReadSceneValue(member));
-      OSTRA_RETURN_IF_ERROR(CheckSceneNames(value, scene.values, scene.file));
-      draw.uniforms.emplace(name, std::move(value));
-    }
-  }
-  if (const auto textures = place.Find("textures")) {
-    OSTRA_ASSIGN_OR_RETURN(const auto members, textures->GetMembers());
-    for (const auto& [name, member] : members) {
-      OSTRA_ASSIGN_OR_RETURN(draw.textures[name], ReadTexture(member, scene));
-    }
-  }
-  if (const auto buffers = place.Find("buffers")) {
-    OSTRA_ASSIGN_OR_RETURN(const auto members, buffers->GetMembers());
-    for (const auto& [name, member] : members) {
-      OSTRA_ASSIGN_OR_RETURN(draw.buffers[name], ReadBuffer(member, scene));
-    }
-  }
+  OSTRA_RETURN_IF_ERROR(ReadParameters(place, scene, draw));
   if (const auto state = place.Find("state")) {
     OSTRA_ASSIGN_OR_RETURN(draw.state, ReadState(*state));
   }

@@ -34,6 +34,16 @@ Bool NamesALine(std::string_view message) {
          message.find_first_not_of("0123456789", number + 1) == mark;
 }
 
+// An error with the place in the scene that it comes from, unless it names one.
+Result<void> AddPlace(const Scene& scene, const ScenePath& path, const Result<void>& result) {
+  if (result) return OK;
+  std::string_view message = result.GetError().GetMessage().GetView();
+  if (message.starts_with(scene.file + ":") || NamesALine(message)) return result.GetError();
+  // Programs have the name of their draw.
+  if (message.starts_with(path + ": ")) message.remove_prefix(path.size() + 2);
+  return OSTRA_ILLEGAL_STATE("@: @: @", scene.file, path, message);
+}
+
 }  // namespace
 
 SceneRenderer::SceneRenderer(const Scene& scene, const RenderPlan& plan, const SceneKernels& kernels,
@@ -45,30 +55,22 @@ Result<RenderedScene> SceneRenderer::Render() {
   OSTRA_RETURN_IF_ERROR(_loader->Init(Url(), &_renderer.GetContext()));
   OSTRA_RETURN_IF_ERROR(StoreTextures());
   const auto start = std::chrono::steady_clock::now();
-  const auto place = [&](const ScenePath& path, const Result<void>& result) -> Result<void> {
-    if (result) return OK;
-    std::string_view message = result.GetError().GetMessage().GetView();
-    if (message.starts_with(_scene.file + ":") || NamesALine(message)) return result.GetError();
-    // Programs have the name of their draw.
-    if (message.starts_with(path + ": ")) message.remove_prefix(path.size() + 2);
-    return OSTRA_ILLEGAL_STATE("@: @: @", _scene.file, path, message);
-  };
   Int steps = static_cast<Int>(_plan.passes.size());
   for (const PlannedPass& pass : _plan.passes) steps += static_cast<Int>(pass.draws.size());
   const auto progress = _observer.Begin("drawing", steps, "");
   for (const PlannedPass& pass : _plan.passes) {
     {
       const ProfilePart part("build");
-      OSTRA_RETURN_IF_ERROR(place(pass.scene->path, MakeTarget(pass)));
+      OSTRA_RETURN_IF_ERROR(AddPlace(_scene, pass.scene->path, MakeTarget(pass)));
       for (const PlannedDraw& draw : pass.draws) {
         OSTRA_RETURN_IF_ERROR(CheckStopped(&_observer));
-        OSTRA_RETURN_IF_ERROR(place(draw.scene->path, PrepareDraw(draw, *pass.scene)));
+        OSTRA_RETURN_IF_ERROR(AddPlace(_scene, draw.scene->path, PrepareDraw(draw, *pass.scene)));
         progress->Advance();
       }
     }
     OSTRA_RETURN_IF_ERROR(CheckStopped(&_observer));
     const ProfilePart part("draw");
-    OSTRA_RETURN_IF_ERROR(place(pass.scene->path, MeasurePass(pass)));
+    OSTRA_RETURN_IF_ERROR(AddPlace(_scene, pass.scene->path, MeasurePass(pass)));
     // A pass that is only recorded takes no time yet.
     if (progress->IsOn()) OSTRA_RETURN_IF_ERROR(_renderer.Execute(true));
     progress->Advance();

@@ -66,6 +66,31 @@ Int ChooseStepLimit(const RunOptions& options, const Id& programClass) {
 
 constexpr Int kTraceRoom = Int{8} << 20;  // bytes for the values of one invocation
 
+// Runs the kernel on the GPU as well, and compares. `run` is that of the GPU afterwards.
+Result<void> RunOnGpu(const RunOptions& options, RunPlan& plan, const ProgramFile& file, ShownPrints& prints,
+                      ProgramRun& run, RunReport& report) {
+  ProgramFile gpuFile = file;
+  gpuFile.stepLimit = ChooseStepLimit(options, kGpuProgramClass);
+  OSTRA_ASSIGN_OR_RETURN(ProgramRun gpuRun, ProgramRun::Create(plan, kGpuProgramClass, gpuFile));
+  gpuRun.ShowPrints(prints, "GPU");
+  OSTRA_ASSIGN_OR_RETURN(report.gpuMilliseconds, Repeat(options, gpuRun));
+  const ProfilePart part("compare");
+  OSTRA_ASSIGN_OR_RETURN(report.difference, CompareRuns(plan, run, gpuRun));
+  run = std::move(gpuRun);
+  return OK;
+}
+
+Result<void> FindDifference(const RunOptions& options, RunPlan& plan, const ProgramFile& file,
+                            const TracedKernel& traced, RunReport& report) {
+  ProgramFile tracedFile = file;
+  tracedFile.reports = {.hasReports = false, .hasChecks = false, .isTraced = true};
+  tracedFile.printRoom = std::max(file.printRoom, kTraceRoom);
+  tracedFile.classId = traced.classId;
+  OSTRA_ASSIGN_OR_RETURN(report.firstDifference,
+                         FindFirstDifference(plan, file, tracedFile, options.iterationCount, *options.differenceBound));
+  return OK;
+}
+
 // Everything that needs objects of the kernel's module, which are gone when this returns.
 Result<RunReport> Execute(const RunOptions& options, RunPlan& plan, const std::optional<TracedKernel>& traced,
                           WorkObserver& observer) {
@@ -89,24 +114,8 @@ Result<RunReport> Execute(const RunOptions& options, RunPlan& plan, const std::o
     OSTRA_ASSIGN_OR_RETURN(report.milliseconds, Repeat(options, run));
     if (!run.AreBufferEndsWhole()) return OSTRA_ILLEGAL_STATE("@", DescribeOutside(options.isChecked));
   }
-  if (options.backend == Backend::Both) {
-    ProgramFile gpuFile = file;
-    gpuFile.stepLimit = ChooseStepLimit(options, kGpuProgramClass);
-    OSTRA_ASSIGN_OR_RETURN(ProgramRun gpuRun, ProgramRun::Create(plan, kGpuProgramClass, gpuFile));
-    gpuRun.ShowPrints(prints, "GPU");
-    OSTRA_ASSIGN_OR_RETURN(report.gpuMilliseconds, Repeat(options, gpuRun));
-    const ProfilePart part("compare");
-    OSTRA_ASSIGN_OR_RETURN(report.difference, CompareRuns(plan, run, gpuRun));
-    run = std::move(gpuRun);
-  }
-  if (traced) {
-    ProgramFile tracedFile = file;
-    tracedFile.reports = {.hasReports = false, .hasChecks = false, .isTraced = true};
-    tracedFile.printRoom = std::max(file.printRoom, kTraceRoom);
-    tracedFile.classId = traced->classId;
-    OSTRA_ASSIGN_OR_RETURN(report.firstDifference, FindFirstDifference(plan, file, tracedFile, options.iterationCount,
-                                                                       *options.differenceBound));
-  }
+  if (isBoth) OSTRA_RETURN_IF_ERROR(RunOnGpu(options, plan, file, prints, run, report));
+  if (traced) OSTRA_RETURN_IF_ERROR(FindDifference(options, plan, file, *traced, report));
   OSTRA_RETURN_IF_ERROR(WriteOutputs(plan, run));
   for (const PlannedCounter& counter : plan.counters) {
     OSTRA_ASSIGN_OR_RETURN(const UInt32 value, run.GetCounter(counter.name));

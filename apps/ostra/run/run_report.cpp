@@ -127,21 +127,30 @@ Result<std::string> FormatRunReport(const RunReport& report, const RunOptions& o
   return text + (report.profile ? FormatProfile(*report.profile) : "");
 }
 
-Result<std::string> FormatRunReportAsJson(const RunReport& report, const RunOptions& options, const RunPlan& plan) {
-  Json uniforms = Json::object(), inputs = Json::object(), outputs = Json::array(), counters = Json::object(),
-       textures = Json::object();
+namespace {
+
+Result<Json> FormatUniforms(const RunPlan& plan) {
+  Json uniforms = Json::object();
   for (const PlannedUniform& uniform : plan.uniforms) {
     OSTRA_ASSIGN_OR_RETURN(const std::string value, PrintValue(uniform.value));
     uniforms[GetText(uniform.name)] = {{"type", DescribeType(uniform.value.GetType())}, {"value", value}};
   }
-  for (const PlannedBuffer& buffer : plan.buffers) {
-    if (!buffer.source.empty()) inputs[GetText(buffer.name)] = buffer.source;
+  return uniforms;
+}
+
+Json FormatOutputs(const RunPlan& plan) {
+  Json outputs = Json::array();
+  for (const PlannedBuffer& buffer : plan.buffers)
     if (buffer.target)
       outputs.push_back({{"buffer", GetText(buffer.name)},
                          {"file", std::string(buffer.target->GetView())},
                          {"type", DescribeType(buffer.elementType)},
                          {"count", buffer.count}});
-  }
+  return outputs;
+}
+
+Json FormatTextures(const RunPlan& plan) {
+  Json textures = Json::object();
   for (const PlannedTexture& texture : plan.textures) {
     const Extents& size = texture.contents.size;
     textures[GetText(texture.name)] = {{"type", texture.layout->name},
@@ -149,6 +158,16 @@ Result<std::string> FormatRunReportAsJson(const RunReport& report, const RunOpti
                                        {"size", {size.width, size.height, size.depth}},
                                        {"layers", texture.contents.layers}};
   }
+  return textures;
+}
+
+}  // namespace
+
+Result<std::string> FormatRunReportAsJson(const RunReport& report, const RunOptions& options, const RunPlan& plan) {
+  OSTRA_ASSIGN_OR_RETURN(const Json uniforms, FormatUniforms(plan));
+  Json inputs = Json::object(), counters = Json::object();
+  for (const PlannedBuffer& buffer : plan.buffers)
+    if (!buffer.source.empty()) inputs[GetText(buffer.name)] = buffer.source;
   for (const auto& [name, value] : report.counters) counters[name] = value;
   Json json = {{"kernel", report.kernel},
                {"backend", GetBackendName(options.backend)},
@@ -159,8 +178,8 @@ Result<std::string> FormatRunReportAsJson(const RunReport& report, const RunOpti
                {"milliseconds", MakeTimes(report.milliseconds)},
                {"uniforms", uniforms},
                {"inputs", inputs},
-               {"textures", textures},
-               {"outputs", outputs},
+               {"textures", FormatTextures(plan)},
+               {"outputs", FormatOutputs(plan)},
                {"counters", counters}};
   if (!report.prints.empty()) json["prints"] = MakePrints(report.prints);
   if (report.lostPrints > 0) json["lostPrints"] = report.lostPrints;
