@@ -20,7 +20,7 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/ostra DESTINATION ${CMAKE_INSTALL_INCLUD
   REGEX "/ostra/crypt/conversion_base\\.h$" EXCLUDE
   REGEX "/ostra/(crypt|drawport|object|render)/host_classes\\.h$" EXCLUDE
   REGEX "/ostra/host_configuration\\.h$" EXCLUDE
-  REGEX "/ostra/image/(exif|exr_channels|jpeg_session|orientation|picture_settings|png_session|tiff_layout|tiff_samples|tiff_session)\\.h$" EXCLUDE
+  REGEX "/ostra/image/(exif|exr_channels|hdr_header|jpeg_session|orientation|picture_settings|png_session|tiff_layout|tiff_samples|tiff_session)\\.h$" EXCLUDE
   REGEX "/ostra/math/elementary_forms\\.inl$" EXCLUDE
   REGEX "/ostra/jobs/(current_job|job_queue|library_threads|shared_loop|worker_pool)\\.h$" EXCLUDE
   REGEX "/ostra/monitor/(event_buffers|trace_file)\\.h$" EXCLUDE
