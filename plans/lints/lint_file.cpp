@@ -34,8 +34,9 @@ void LintLinesOfFile(const TranslatedFile& file, const ShaderParser& parser, Fin
   LintDefines(kernel, parser, findings);
 }
 
-// The lines of a plain form keep the rules of the translator, and are told as those that they stand for.
-Result<void> LintPlainForm(const TranslatedFile& file, const ShaderParser& parser, Findings& findings) {
+// The lines of a plain form keep the rules of the translator, and are told as those that they stand for. `parser` is
+// null for a file that was not translated.
+Result<void> LintPlainForm(const TranslatedFile& file, const ShaderParser* parser, Findings& findings) {
   const WrittenSource& plain = *file.plain;
   std::vector<SourceLine> lines = SplitSource(plain.text.GetView());
   OSTRA_RETURN_IF_ERROR(FindNotes(lines, plain.text.GetView()));
@@ -48,8 +49,9 @@ Result<void> LintPlainForm(const TranslatedFile& file, const ShaderParser& parse
       linted.lines.back().number = origin.line;
     }
     LintLines(linted, findings);
-    LintUses(linted, parser, findings);
-    if (i == 0) LintDeclarations(linted, parser, findings);
+    if (!parser) continue;
+    LintUses(linted, *parser, findings);
+    if (i == 0) LintDeclarations(linted, *parser, findings);
   }
   return OK;
 }
@@ -57,12 +59,13 @@ Result<void> LintPlainForm(const TranslatedFile& file, const ShaderParser& parse
 }  // namespace
 
 Result<void> LintFile(const TranslatedFile& file, const ShaderParser& parser, Findings& findings) {
-  if (file.plain) return LintPlainForm(file, parser, findings);
+  if (file.plain) return LintPlainForm(file, &parser, findings);
   LintLinesOfFile(file, parser, findings);
   return OK;
 }
 
 Result<void> LintUntranslated(const TranslatedFile& file, Findings& findings) {
+  if (file.plain) return LintPlainForm(file, nullptr, findings);
   LintedFile kernel = SplitFile(file);
   OSTRA_RETURN_IF_ERROR(FindNotes(kernel.lines, file.text));
   LintLines(kernel, findings);

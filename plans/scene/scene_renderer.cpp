@@ -3,6 +3,7 @@
 #include <chrono>
 
 #include "ostra/core/format.h"
+#include "ostra/core/source_message.h"
 #include "ostra/object/class.h"
 #include "parallelprogram/textures/texture_bind_data.h"
 #include "plans/profile/profile.h"
@@ -26,19 +27,11 @@ Result<DataDictionary> MakePassParameters(const SceneState& state, Int sampleCou
   return parameters;
 }
 
-// Whether a message begins with the line of a file, "file:12: ...", for editors to jump to.
-Bool NamesALine(std::string_view message) {
-  const std::size_t mark = message.find(": ");
-  const std::size_t number = mark == std::string_view::npos ? mark : message.rfind(':', mark - 1);
-  return mark != std::string_view::npos && mark > 0 && number != std::string_view::npos && number + 1 < mark &&
-         message.find_first_not_of("0123456789", number + 1) == mark;
-}
-
 // An error with the place in the scene that it comes from, unless it names one.
 Result<void> AddPlace(const Scene& scene, const ScenePath& path, const Result<void>& result) {
   if (result) return OK;
   std::string_view message = result.GetError().GetMessage().GetView();
-  if (message.starts_with(scene.file + ":") || NamesALine(message)) return result.GetError();
+  if (message.starts_with(scene.file + ":") || !GetSourceMessages(result.GetError()).empty()) return result.GetError();
   // Programs have the name of their draw.
   if (message.starts_with(path + ": ")) message.remove_prefix(path.size() + 2);
   return OSTRA_ILLEGAL_STATE("@: @: @", scene.file, path, message);

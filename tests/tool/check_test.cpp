@@ -290,6 +290,17 @@ TEST_F(CheckTest, WhatDoesNotCompileOnTheCpuIsReported) {
   EXPECT_EQ(Check(MakeKernel(""), {"--target", "CPU"}).output, "1 file, 1 target: 0 errors, 0 warnings\n");
 }
 
+// Such a kernel need not keep the translator's rules for lines, whichever target is asked for.
+TEST_F(CheckTest, AKernelInNormalStyleIsRightForTheCpuAlone) {
+  const std::string function = "float Twice(float x) { return x * 2; }\n\nstruct Pair { vec2 a; };\n\n";
+  const std::string body =
+      "\tPair pair = {vec3(1).zy};\n\tUNIFORM_BUFFER(values)[0] = Twice(pair.a.yx.x) + UNIFORM(factor);";
+  for (const char* target : {"CPU", "GLSL"}) {
+    const ToolResult result = Check(MakeKernel(body, function), {"--target", target});
+    EXPECT_EQ(result.output, "1 file, 1 target: 0 errors, 0 warnings\n") << result.errors;
+  }
+}
+
 TEST_F(CheckTest, AMissingSemicolonIsShownInTheKernelFileWithoutGeneratedNames) {
   const std::string body = "\tUNIFORM_BUFFER(values)[0] = UNIFORM(factor)\n\tUNIFORM_BUFFER(values)[1] = 1.0;";
   const ToolResult check = Check(MakeKernel(body), {"--target", "CPU"});
