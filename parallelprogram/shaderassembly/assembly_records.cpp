@@ -5,10 +5,12 @@
 #include <set>
 #include <string>
 
+#include "ostra/core/catch_out_of_memory.h"
 #include "ostra/core/find_word.h"
 #include "ostra/core/format.h"
 #include "ostra/core/source_message.h"
 #include "ostra/math/data_types.h"
+#include "parallelprogram/kernelfront/tokens.h"
 #include "parallelprogram/shaderassembly/element_types.h"
 #include "parallelprogram/shaderassembly/resource_uses.h"
 #include "parallelprogram/shaderassembly/struct_elements.h"
@@ -248,17 +250,18 @@ class RecordMaker {
   }
 
   Result<void> CheckLongIntegers(const ShaderCode& code) const {
-    std::string_view rest = code.text.GetView();
-    for (Int i = 0; !rest.empty(); ++i) {
-      const std::size_t end = std::min(rest.find('\n'), rest.size());
-      const std::string_view line = rest.substr(0, end), own = line.substr(0, line.find("//"));
-      rest.remove_prefix(std::min(end + 1, rest.size()));
-      for (const std::string_view word : {"Int64", "UInt64"})
-        if (HasWord(own, word))
-          return MakeNumberError(word, FindElementTypeObstacle(word, _records.language),
-                                 i < code.origins.GetCount() ? code.origins[i] : ShaderOrigin());
-    }
-    return OK;
+    const std::string_view text = code.text.GetView();
+    if (text.find("Int64") == std::string_view::npos) return OK;
+    return CatchOutOfMemory(kOstraUnit, __LINE__, [&]() -> Result<void> {
+      for (const kernelfront::Token& token : kernelfront::ReadTokens(text)) {
+        const std::string_view word = text.substr(token.begin, token.end - token.begin);
+        if (word != "Int64" && word != "UInt64") continue;
+        const Int line = token.line - 1;
+        return MakeNumberError(word, FindElementTypeObstacle(word, _records.language),
+                               line < code.origins.GetCount() ? code.origins[line] : ShaderOrigin());
+      }
+      return OK;
+    });
   }
 
   static Error MakeNumberError(std::string_view what, std::string_view obstacle, const ShaderOrigin& origin) {

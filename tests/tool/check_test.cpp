@@ -41,6 +41,13 @@ TEST_F(CheckTest, AKernelThatWorksEverywhereIsDone) {
   EXPECT_EQ(result.output, "1 file, 4 targets: 0 errors, 0 warnings\n");
 }
 
+TEST_F(CheckTest, TypesInCommentsAreNotUsed) {
+  const ToolResult result =
+      Check(MakeKernel("\tfloat a = 1.0; /* Int64 would be\n\ttoo wide, UInt64, too */\n"
+                       "\tUNIFORM_BUFFER(values)[InGlobalInvocationID.x] = a; // Int64\n\tint Int64_a = 1;"));
+  EXPECT_EQ(result.output, "1 file, 4 targets: 0 errors, 0 warnings\n") << result.errors;
+}
+
 TEST_F(CheckTest, AMistakeIsShownOnItsLineForEveryTarget) {
   const ToolResult result = Check(MakeKernel("\tint a = 1;\n\tUNIFORM_BUFFER(values)[0] = MISSING;"));
   EXPECT_EQ(result.exitStatus, kFailed);
