@@ -1,8 +1,8 @@
 #include "plans/render_scene.h"
 
-#include <exception>
+#include <string_view>
 
-#include "ostra/core/catch_out_of_memory.h"
+#include "ostra/core/catch_exceptions.h"
 #include "plans/scene/draw_scene.h"
 #include "plans/start_gpu.h"
 #include "plans/usage_error.h"
@@ -15,15 +15,7 @@ using namespace plans;
 
 namespace {
 
-// Runs `function`, which uses the standard library, for callers that catch nothing.
-template <class Function>
-Result<Image> CatchExceptions(Function&& function) {
-  try {
-    return CatchOutOfMemory(kOstraUnit, __LINE__, function);
-  } catch (const std::exception& exception) {
-    return OSTRA_ILLEGAL_STATE("The scene cannot be drawn: @.", std::string_view(exception.what()));
-  }
-}
+constexpr std::string_view kFailure = "The scene cannot be drawn";
 
 Result<void> ApplySettings(const RenderSettings& settings, Scene& scene) {
   for (const auto& [name, numbers] : settings.values) OSTRA_RETURN_IF_ERROR(SetSceneValue(scene, name, numbers));
@@ -51,7 +43,7 @@ Result<Image> Render(Host& host, Scene scene, const Url& folder, const RenderSet
 }  // namespace
 
 Result<Image> RenderScene(Host& host, const Url& file, const RenderSettings& settings) {
-  return CatchExceptions([&]() -> Result<Image> {
+  return CatchExceptions(kOstraUnit, __LINE__, kFailure, [&]() -> Result<Image> {
     OSTRA_ASSIGN_OR_RETURN(Scene scene, ReadScene(file));
     return Render(host, std::move(scene), file.GetDirectory(), settings);
   });
@@ -59,7 +51,7 @@ Result<Image> RenderScene(Host& host, const Url& file, const RenderSettings& set
 
 Result<Image> RenderSceneText(Host& host, std::string_view text, std::string_view name, const Url& folder,
                               const RenderSettings& settings) {
-  return CatchExceptions([&]() -> Result<Image> {
+  return CatchExceptions(kOstraUnit, __LINE__, kFailure, [&]() -> Result<Image> {
     OSTRA_ASSIGN_OR_RETURN(Scene scene, ParseScene(text, name));
     return Render(host, std::move(scene), folder, settings);
   });

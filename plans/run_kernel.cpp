@@ -1,9 +1,9 @@
 #include "plans/run_kernel.h"
 
 #include <algorithm>
-#include <exception>
+#include <optional>
 
-#include "ostra/core/catch_out_of_memory.h"
+#include "ostra/core/catch_exceptions.h"
 #include "parallelprogram/device/step_limit.h"
 #include "parallelprogram/kernelruntime/kernel_runtime.h"
 #include "parallelprogram/program/kernel_print_text.h"
@@ -20,6 +20,8 @@ namespace ostra {
 using namespace plans;
 
 namespace {
+
+constexpr std::string_view kFailure = "The kernel cannot be run";
 
 // What messages call the members of a request.
 constexpr SettingNames kNames = {.input = "inputs",
@@ -145,11 +147,11 @@ class KernelRunner::Implementation {
     run.ShowPrints(prints, "");
     const auto progress = GetObserver().Begin("running", options.iterationCount, "dispatches");
     OSTRA_ASSIGN_OR_RETURN(result.milliseconds, run.Run(options.iterationCount, *progress));
-    for (const PlannedBuffer& buffer : plan.buffers) OSTRA_RETURN_IF_ERROR(Keep(run, plan, buffer, results, result));
     for (const PlannedCounter& counter : plan.counters) {
       OSTRA_ASSIGN_OR_RETURN(const UInt32 value, run.GetCounter(counter.name));
       result.counters.emplace_back(counter.name.GetView(), value);
     }
+    for (const PlannedBuffer& buffer : plan.buffers) OSTRA_RETURN_IF_ERROR(Keep(run, plan, buffer, results, result));
     return result;
   }
 
@@ -173,20 +175,6 @@ class KernelRunner::Implementation {
   std::optional<KernelRuntime> _runtime;
 };
 
-namespace {
-
-// Runs `function`, which uses the standard library, for callers that catch nothing.
-template <class Function>
-auto CatchExceptions(Function&& function) -> decltype(function()) {
-  try {
-    return CatchOutOfMemory(kOstraUnit, __LINE__, function);
-  } catch (const std::exception& exception) {
-    return OSTRA_ILLEGAL_STATE("The kernel cannot be run: @.", std::string_view(exception.what()));
-  }
-}
-
-}  // namespace
-
 KernelRunner::KernelRunner(std::unique_ptr<Implementation> implementation)
     : _implementation(std::move(implementation)) {}
 KernelRunner::KernelRunner(KernelRunner&&) noexcept = default;
@@ -194,7 +182,7 @@ KernelRunner& KernelRunner::operator=(KernelRunner&&) noexcept = default;
 KernelRunner::~KernelRunner() = default;
 
 Result<KernelRunner> KernelRunner::Create(Host& host, KernelRunnerSettings settings) {
-  return CatchExceptions([&]() -> Result<KernelRunner> {
+  return CatchExceptions(kOstraUnit, __LINE__, kFailure, [&]() -> Result<KernelRunner> {
     auto implementation = std::make_unique<Implementation>(host, std::move(settings));
     OSTRA_RETURN_IF_ERROR(implementation->Start());
     return KernelRunner(std::move(implementation));
@@ -202,7 +190,7 @@ Result<KernelRunner> KernelRunner::Create(Host& host, KernelRunnerSettings setti
 }
 
 Result<KernelRunResult> KernelRunner::Run(const Url& file, const KernelRunRequest& request) {
-  return CatchExceptions([&] { return _implementation->Run(file, request); });
+  return CatchExceptions(kOstraUnit, __LINE__, kFailure, [&] { return _implementation->Run(file, request); });
 }
 
 }  // namespace ostra

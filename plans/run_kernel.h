@@ -82,7 +82,7 @@ class OSTRA_API KernelRunner {
   KernelRunner& operator=(KernelRunner&&) noexcept;
   ~KernelRunner();
 
-  // Runs the kernel in `file` and writes the outputs when it is done; a failed run writes none. Errors: those of
+  // Runs the kernel in `file`. When that has succeeded the outputs are written, one after the other. Errors: those of
   // KernelRuntime::Load; of the kind plans::kUsageError for names, values and sizes that do not suit the kernel, with
   // the nearest name; file errors; illegal state without a device, if the observer stops the work, for an ASSERT that
   // does not hold and for what checks find; out of memory.

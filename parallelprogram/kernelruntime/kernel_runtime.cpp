@@ -1,11 +1,10 @@
 #include "parallelprogram/kernelruntime/kernel_runtime.h"
 
 #include <algorithm>
-#include <exception>
 #include <map>
 #include <optional>
 
-#include "ostra/core/catch_out_of_memory.h"
+#include "ostra/core/catch_exceptions.h"
 #include "ostra/object/class.h"
 #include "parallelprogram/kernelruntime/kernel_cache.h"
 #include "parallelprogram/kernelruntime/opened_kernel.h"
@@ -18,15 +17,7 @@ namespace ostra {
 
 namespace {
 
-// Runs `function`, which uses the standard library, for callers that catch nothing.
-template <class Function>
-auto CatchExceptions(Function&& function) -> decltype(function()) {
-  try {
-    return CatchOutOfMemory(kOstraUnit, __LINE__, function);
-  } catch (const std::exception& exception) {
-    return OSTRA_ILLEGAL_STATE("The kernel cannot be loaded: @.", std::string_view(exception.what()));
-  }
-}
+constexpr std::string_view kFailure = "The kernel cannot be loaded";
 
 }  // namespace
 
@@ -105,7 +96,7 @@ KernelRuntime& KernelRuntime::operator=(KernelRuntime&&) noexcept = default;
 KernelRuntime::~KernelRuntime() = default;
 
 Result<KernelRuntime> KernelRuntime::Create(Host& host, KernelRuntimeSettings settings) {
-  return CatchExceptions([&]() -> Result<KernelRuntime> {
+  return CatchExceptions(kOstraUnit, __LINE__, kFailure, [&]() -> Result<KernelRuntime> {
     if (!ClassRegistry::Find(kKernelClassRegistry))
       return OSTRA_ILLEGAL_STATE(
           "There is no registry of kernel classes: load the module \"parallelprogram\" before kernels.");
@@ -114,13 +105,14 @@ Result<KernelRuntime> KernelRuntime::Create(Host& host, KernelRuntimeSettings se
 }
 
 Result<LoadedKernel> KernelRuntime::Load(const Url& file, std::string_view templateArgument) {
-  return CatchExceptions(
-      [&] { return _implementation->Load({.file = file, .templateArgument = std::string(templateArgument)}); });
+  return CatchExceptions(kOstraUnit, __LINE__, kFailure, [&] {
+    return _implementation->Load({.file = file, .templateArgument = std::string(templateArgument)});
+  });
 }
 
 Result<LoadedKernel> KernelRuntime::LoadText(std::string_view name, std::string_view text,
                                              std::string_view templateArgument) {
-  return CatchExceptions([&]() -> Result<LoadedKernel> {
+  return CatchExceptions(kOstraUnit, __LINE__, kFailure, [&]() -> Result<LoadedKernel> {
     OSTRA_ASSIGN_OR_RETURN(const Url file, Url::Create(name));
     return _implementation->Load(
         {.file = file, .templateArgument = std::string(templateArgument), .text = std::string(text)});
