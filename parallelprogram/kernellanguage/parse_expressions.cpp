@@ -1,6 +1,6 @@
 #include "parallelprogram/kernellanguage/parse_expressions.h"
 
-#include <span>
+#include <iterator>
 
 #include "parallelprogram/kernellanguage/parse_operands.h"
 

@@ -59,7 +59,7 @@ void PlainPrinter::PrintParameters() {
     Line({isForCpu ? "(IGNORE_VARIABLE_GPU " : "(", type, ") ", MarkOf(parameter), _tree.GetName(parameter),
           isLast && !reportPlan.IsReporting() ? "" : ", \\"});
   }
-  if (reportPlan.IsReporting()) Line({"(Block<UInt32>) ostraReport"});
+  if (reportPlan.IsReporting()) Line({"(Block<UInt32>) ", kReportParameter});
   _out.EmptyLine();
 }
 
@@ -91,7 +91,7 @@ std::string PlainPrinter::PrintFunctionParameters(NodeIndex function) const {
         Join({i == 1 ? "" : ", ", written, " ", MarkOf(parameter), NameOf(parameter), _names.ArraySizes(type)});
   }
   if (reportPlan.IsReportingFunction(function))
-    parameters += Join({parameters.empty() ? "" : ", ", "INOUT OstraReport ostraState"});
+    parameters += Join({parameters.empty() ? "" : ", ", "INOUT ", kReportStruct, " ostraState"});
   return parameters;
 }
 

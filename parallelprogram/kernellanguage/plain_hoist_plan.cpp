@@ -4,6 +4,7 @@
 #include "parallelprogram/kernellanguage/operations.h"
 
 namespace ostra::kernellanguage {
+
 Bool HoistPlan::FindNeed(NodeIndex node) const {
   const Operation operation = _kernel.tree.nodes[node].operation;
   switch (_kernel.GetKind(node)) {

@@ -21,7 +21,7 @@ inline constexpr std::string_view kReportParameter = "ostraReport";
 inline constexpr std::string_view kReportBuffer = "UNIFORM_BUFFER(ostraReport)";
 // What each invocation keeps until it writes to the buffer.
 inline constexpr std::string_view kReportStruct = "OstraReport";
-// Words from here to the failures stay as they were when the dispatch began.
+// Words from here to the failures, the extents first, stay as they were when the dispatch began.
 inline constexpr Int kFirstSettledWord = 6;
 inline constexpr std::size_t kFirstReportedSize = 9;
 inline constexpr std::size_t kTracedInvocation = 9;

@@ -15,7 +15,7 @@ std::string Unsigned(std::size_t number) { return Join({std::to_string(number), 
 
 void PlainReports::PrintReportStruct() {
   if (!_reportPlan.IsReporting()) return;
-  Line({"struct OstraReport"});
+  Line({"struct ", kReportStruct});
   _out.Open();
   for (const std::string_view member : ListMembers()) Line({"uint ", member, ";"});
   if (_reportPlan.HasPrintingFunctions()) Line({"uint words[", std::to_string(kWordsOfState), "];"});
@@ -25,7 +25,7 @@ void PlainReports::PrintReportStruct() {
 
 void PlainReports::PrintReportStart() {
   if (!_reportPlan.IsReporting()) return;
-  Line({"OstraReport ostraState;"});
+  Line({kReportStruct, " ostraState;"});
   Line({"ostraState.invocation = (InGlobalInvocationID.z * ", HeadWord(7), " + InGlobalInvocationID.y) * ", HeadWord(6),
         " + InGlobalInvocationID.x;"});
   for (const std::string_view member : ListMembers())

@@ -90,8 +90,8 @@ void PlainStatements::Body(NodeIndex statement, const std::vector<NodeIndex>& tr
 // As a number where the text could have parentheses, at which the line translator ends.
 std::string PlainStatements::SharedSize(NodeIndex array) {
   const NodeIndex size = Child(array, 1);
-  if (KindOf(size) == NodeKind::kBinary) return std::to_string(_types[_resolved.type[array]].count);
-  return _uses.expressions.Expression(size);
+  const Bool isPlain = KindOf(size) == NodeKind::kLiteral || KindOf(size) == NodeKind::kName;
+  return isPlain ? _uses.expressions.Expression(size) : std::to_string(_types[_resolved.type[array]].count);
 }
 
 std::string PlainStatements::VariableText(NodeIndex variable) {
@@ -153,7 +153,7 @@ std::string PlainStatements::ForStart(NodeIndex node) {
 void PlainStatements::For(NodeIndex node) {
   const NodeIndex start = Child(node, 0), condition = Child(node, 1), step = Child(node, 2), body = Child(node, 3);
   if (_uses.hoistPlan.HasHoists(start) || _uses.hoistPlan.HasHoists(condition) || _uses.hoistPlan.HasHoists(step))
-    return Loop({.node = node, .start = start, .condition = condition, .step = step, .body = body});
+    return Loop(node);
   const std::string first = ForStart(start);
   const std::string test = condition == kNoNode ? "" : _uses.expressions.Expression(condition, Binding::kComma);
   Line({MarkOf(node), "for (", first, "; ", _uses.checks.CheckStep(node, test), "; ",
@@ -164,7 +164,7 @@ void PlainStatements::For(NodeIndex node) {
 
 void PlainStatements::While(NodeIndex node) {
   const NodeIndex condition = Child(node, 0), body = Child(node, 1);
-  if (_uses.hoistPlan.HasHoists(condition)) return Loop({.node = node, .condition = condition, .body = body});
+  if (_uses.hoistPlan.HasHoists(condition)) return Loop(node);
   const std::string test = _uses.expressions.Expression(condition, Binding::kComma);
   Line({MarkOf(node), "while (", _uses.checks.CheckStep(node, test), ")"});
   LoopBody(node, body);
@@ -173,8 +173,7 @@ void PlainStatements::While(NodeIndex node) {
 
 void PlainStatements::DoWhile(NodeIndex node) {
   const NodeIndex body = Child(node, 0), condition = Child(node, 1);
-  if (_uses.hoistPlan.HasHoists(condition))
-    return Loop({.node = node, .condition = condition, .body = body, .isBodyFirst = true});
+  if (_uses.hoistPlan.HasHoists(condition)) return Loop(node);
   Line({MarkOf(node), "do"});
   LoopBody(node, body);
   Line({"while (", _uses.checks.CheckStep(node, _uses.expressions.Expression(condition, Binding::kComma)), ");"});
@@ -214,40 +213,41 @@ void PlainStatements::TracedReturn(NodeIndex node) {
 
 // A loop whose condition or step has such changes: they are statements of its body. "continue" goes to the step and the
 // condition, so both stand at the beginning of the body, behind a flag for the first time.
-void PlainStatements::Loop(const LoopParts& loop) {
-  const Bool hasLateStep = _uses.hoistPlan.HasHoists(loop.step), hasFlag = hasLateStep || loop.isBodyFirst;
+void PlainStatements::Loop(NodeIndex node) {
+  const LoopParts loop = GetLoopParts(_tree, node);
+  const Bool isBodyFirst = KindOf(node) == NodeKind::kDoWhile;
+  const Bool hasLateStep = _uses.hoistPlan.HasHoists(loop.step), hasFlag = hasLateStep || isBodyFirst;
   _out.Open();
   Statement(loop.start);
   const std::string flag = hasFlag ? NewName("Again") : "";
   if (hasFlag) Line({"bool ", flag, " = false;"});
   if (loop.step == kNoNode || hasLateStep)
-    Line({MarkOf(loop.node), "while (true)"});
+    Line({MarkOf(node), "while (true)"});
   else
-    Line({MarkOf(loop.node), "for (; true; ", _uses.expressions.Value(loop.step, Binding::kComma), ")"});
+    Line({MarkOf(node), "for (; true; ", _uses.expressions.Value(loop.step, Binding::kComma), ")"});
   _out.Open();
   if (hasFlag) {
     Line({"if (", flag, ")"});
     _out.Open();
     if (hasLateStep) _uses.hoists.ExpressionStatement(loop.step);
-    if (loop.isBodyFirst) LoopCondition(loop);
+    if (isBodyFirst) LoopCondition(node, loop.condition);
     _out.Close();
     Line({flag, " = true;"});
   }
-  if (!loop.isBodyFirst) LoopCondition(loop);
-  LoopBody(loop.node, loop.body);
+  if (!isBodyFirst) LoopCondition(node, loop.condition);
+  LoopBody(node, loop.body);
   _out.Close();
-  _uses.checks.PrintLoopEnd(loop.node);
+  _uses.checks.PrintLoopEnd(node);
   _out.Close();
 }
 
-void PlainStatements::LoopCondition(const LoopParts& loop) {
-  _uses.hoists.Hoist(loop.condition);
-  if (_uses.checkPlan.NeedsCheck(loop.node)) {
-    const std::string text =
-        loop.condition == kNoNode ? "" : _uses.expressions.Expression(loop.condition, Binding::kComma);
-    Line({"if (!(", _uses.checks.CheckStep(loop.node, text), "))"});
-  } else if (loop.condition != kNoNode) {
-    Line({"if (!", _uses.expressions.Expression(loop.condition, Binding::kUnary), ")"});
+void PlainStatements::LoopCondition(NodeIndex loop, NodeIndex condition) {
+  _uses.hoists.Hoist(condition);
+  if (_uses.checkPlan.NeedsCheck(loop)) {
+    const std::string text = condition == kNoNode ? "" : _uses.expressions.Expression(condition, Binding::kComma);
+    Line({"if (!(", _uses.checks.CheckStep(loop, text), "))"});
+  } else if (condition != kNoNode) {
+    Line({"if (!", _uses.expressions.Expression(condition, Binding::kUnary), ")"});
   } else {
     return;
   }

@@ -34,10 +34,6 @@ class PlainStatements : PlainPart {
 
  private:
   std::string SharedSize(NodeIndex array);
-  struct LoopParts {
-    NodeIndex node = kNoNode, start = kNoNode, condition = kNoNode, step = kNoNode, body = kNoNode;
-    Bool isBodyFirst = false;
-  };
   void SingleLine(NodeIndex node);
   void Declaration(NodeIndex node);
   void If(NodeIndex node, std::string_view before);
@@ -49,8 +45,8 @@ class PlainStatements : PlainPart {
   void Return(NodeIndex node);
   void TracedReturn(NodeIndex node);
   // A loop whose condition or step has changes that become statements of its body.
-  void Loop(const LoopParts& loop);
-  void LoopCondition(const LoopParts& loop);
+  void Loop(NodeIndex node);
+  void LoopCondition(NodeIndex loop, NodeIndex condition);
   void LoopBody(NodeIndex loop, NodeIndex body);
   void PrintStatement(NodeIndex node);
   void AssertStatement(NodeIndex node);

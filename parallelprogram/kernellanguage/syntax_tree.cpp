@@ -1,9 +1,9 @@
 #include "parallelprogram/kernellanguage/syntax_tree.h"
 
 #include <algorithm>
-#include "parallelprogram/kernellanguage/join.h"
-
 #include <iterator>
+
+#include "parallelprogram/kernellanguage/join.h"
 
 namespace ostra::kernellanguage {
 

@@ -453,7 +453,7 @@ class Analyzer {
     const NodeIndex operand = _tree.GetChild(node, 0);
     const Operation operation = _tree.nodes[node].operation;
     const Uniformity value = Value(operand);
-    if (operation == Operation::kIncrement || operation == Operation::kDecrement) {
+    if (IsStep(operation)) {
       Assign(operand, value, node);
       _cause = operand;
       return value;

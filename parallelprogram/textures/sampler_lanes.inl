@@ -595,15 +595,16 @@ void SampleLanesOf(void* result, const Float32* coordinates, const UInt32* layer
                    const TextureSamplerDataHelper* sampler) {
   const SamplingData& data = sampler->_samplingData;
   UInt32 done = 0;
+  // No lanes would count as near, and something would be read for them.
   if (bits != 0 && HasWideForm<kDimensions>(data)) [[likely]] {
     Lanes<Float32> places[kDimensions];
     LoadPlaces<kDimensions>(coordinates, data, places);
-    const Mask lanes = MakeMask(bits);
+    const Mask easy = MakeMask(bits);
     const Lanes<UInt32> layer = Load(layers);
     if ((data._flags._bits & PackedTextureFlags::kFilterMask) == PackedTextureFlags::kLinearFilter) [[likely]]
-      done = SampleLinear<kDimensions>(*sampler, places, layer, lanes, static_cast<Byte*>(result));
+      done = SampleLinear<kDimensions>(*sampler, places, layer, easy, static_cast<Byte*>(result));
     else
-      done = SamplePoint<kDimensions>(*sampler, places, layer, lanes, static_cast<Byte*>(result));
+      done = SamplePoint<kDimensions>(*sampler, places, layer, easy, static_cast<Byte*>(result));
   }
   OSTRA_LANE_CLEAR;
   if (bits & ~done) [[unlikely]]

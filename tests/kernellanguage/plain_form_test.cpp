@@ -310,6 +310,7 @@ TEST(PlainFormTest, SizesOfGroupMemoryHaveNoParentheses) {
   constexpr std::string_view kMacros = "#define TILE 8\n#define WIDTH (TILE + 2 * 1)\n";
   EXPECT_EQ(PlainBody("GROUPSHAREDMEM(float, tile, WIDTH * WIDTH)", kMacros, true), "GROUPSHAREDMEM(float, tile, 100)");
   EXPECT_EQ(PlainBody("GROUPSHAREDMEM(float, tile, (TILE))", kMacros), "GROUPSHAREDMEM(float, tile, 8)");
+  EXPECT_EQ(PlainBody("GROUPSHAREDMEM(float, tile, -(-8))", {}, true), "GROUPSHAREDMEM(float, tile, 8)");
 }
 
 TEST(PlainFormTest, VectorsThatGpusLackAreRefusedByName) {
